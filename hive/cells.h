@@ -1,0 +1,33 @@
+// Cells: a signed 32-bit size (negative when allocated), then the record. What makes a cell
+// plausible, and the forward scan for the next one.
+#pragma once
+
+#include <cstdint>
+
+#include "hive/image.h"
+
+namespace hivequarry {
+
+inline constexpr uint16_t kSignatureVk = 0x6B76;
+inline constexpr uint16_t kSignatureNk = 0x6B6E;
+inline constexpr uint16_t kSignatureSk = 0x6B73;
+inline constexpr uint16_t kSignatureLf = 0x666C;
+inline constexpr uint16_t kSignatureLi = 0x696C;
+inline constexpr uint16_t kSignatureRi = 0x6972;
+inline constexpr uint16_t kSignatureLh = 0x686C;
+inline constexpr uint16_t kSignatureDb = 0x6264;  // only where a value's data leads to it
+inline constexpr uint16_t kSignatureLk = 0x6B6C;  // only for the key classifier
+
+// True for the seven signatures that start a record wherever they are met.
+bool IsRecordSignature(uint16_t value);
+
+// Absolute length of a cell by its stored size field; 0x80000000 stays as it is.
+inline uint32_t CellLength(uint32_t size) { return size > 0x7FFFFFFF ? 0U - size : size; }
+inline bool IsAllocated(uint32_t size) { return size > 0x7FFFFFFF; }
+
+// The next plausible cell behind `position`, at 8-byte steps counted from it: a record signature
+// and a size that is a non-zero multiple of 8 of at most `max_size`. 0 when none starts within
+// 65,519 bytes or before `end`.
+uint32_t FindNextCell(const HiveImage& hive, uint32_t position, uint32_t end, uint32_t max_size);
+
+}  // namespace hivequarry

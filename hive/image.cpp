@@ -1,0 +1,400 @@
+#include "hive/image.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+#include <mutex>
+
+#include "hive/root_path.h"
+#include "host/files.h"
+#include "host/host.h"
+#include "host/long_operation.h"
+
+namespace hivequarry {
+namespace {
+
+constexpr uint32_t kReadChunk = 256 * 1024;
+constexpr uint32_t kProgressLength = 28000900;  // smaller hives load without a progress bar
+
+std::mutex& StreamMutex() {
+  static std::mutex mutex;
+  return mutex;
+}
+
+void CloseStream(HiveImage& hive) {
+  if (hive.stream != nullptr) std::fclose(hive.stream);
+  hive.stream = nullptr;
+}
+
+void NoteCurrentFile(const std::string& file_name) {
+  HiveTable& table = TheHiveTable();
+  const size_t slash = file_name.find_last_of("/\\");
+  table.current_folder = slash == std::string::npos ? std::string() : file_name.substr(0, slash);
+  table.current_file = file_name;
+}
+
+// Takes the partial range asked for and cuts it to the file. False: the whole file.
+bool TakeRange(uint64_t file_size, uint32_t& start, uint32_t& length) {
+  const HiveTable& table = TheHiveTable();
+  if (table.end_offset <= table.start_offset) return false;
+  const uint32_t wanted = table.end_offset - table.start_offset;
+  if (wanted > file_size || table.start_offset >= file_size) return false;
+  start = table.start_offset;
+  length = static_cast<uint32_t>(std::min<uint64_t>(wanted, file_size - start));
+  return true;
+}
+
+// Reads the hive into its buffer, showing progress for large ones. A file that turns out shorter
+// than it was gives a shorter hive. False when the user stopped.
+bool ReadIntoBuffer(HiveImage& hive) {
+  const Host& host = CurrentHost();
+  const bool show_progress = hive.length > kProgressLength;
+  const uint32_t percent = std::max(hive.length / 100, 1U);
+  if (show_progress) host.progress_range(host.context, 100);
+  uint32_t done = 0;
+  if (SeekFile(hive.stream, hive.base_offset)) {
+    for (uint32_t shown = 0; done < hive.length && !StopRequested();) {
+      const uint32_t size = std::min(kReadChunk, hive.length - done);
+      const size_t got = std::fread(hive.buffer.get() + done, 1, size, hive.stream);
+      done += static_cast<uint32_t>(got);
+      if (got < size) break;
+      if (show_progress && done / percent > shown) {
+        shown = done / percent;
+        host.progress_position(host.context, shown);
+      }
+    }
+  }
+  if (show_progress) host.progress_range(host.context, 0);
+  if (StopRequested()) return false;
+  hive.length = done;
+  std::memset(hive.buffer.get() + done, 0, kImageSlack);
+  return true;
+}
+
+bool LoadImage(HiveImage& hive) {
+  const size_t room = size_t{hive.length} + kImageSlack;
+  hive.buffer.reset(static_cast<uint8_t*>(std::malloc(room)));
+  if (!hive.buffer) {
+    ShowMessage("Could Not Allocate Memory", kProgramName, Icon::kStop);
+    return false;
+  }
+  ShowStatus("Loading File ... ");
+  if (!ReadIntoBuffer(hive)) return false;
+  hive.loaded = true;
+  return true;
+}
+
+void SetBounds(HiveImage& hive) {
+  hive.data_start = hive.header_valid ? kBaseBlockSize : 0;
+  hive.data_base = hive.data_start;
+  hive.data_base_proven = hive.header_valid;
+  hive.root_position = hive.root_valid ? kFirstCellPosition : 0;
+  hive.lower_bound = hive.root_position;
+  hive.last_valid = hive.length < 8 ? 0 : hive.length - 8;
+}
+
+// A fragment's bins still say where in a hive they stood. The first one whose follower agrees (or
+// that is the last) tells what to add to a cell offset.
+void ProveDataBase(HiveImage& hive) {
+  if (hive.header_valid || !hive.loaded) return;
+  for (uint32_t p = 0; InsideHive(hive, p, kBinHeaderSize) && !StopRequested(); p += 8) {
+    if (ReadU32(hive, p) != kBinSignature) continue;
+    const uint32_t own_offset = ReadU32(hive, p + 4);
+    const uint32_t size = ReadU32(hive, p + 8);
+    if (own_offset % 4096 != 0 || size == 0 || size % 4096 != 0) continue;
+    const bool last = !InsideHive(hive, p, size) || !InsideHive(hive, p + size, kBinHeaderSize);
+    const bool followed = !last && ReadU32(hive, p + size) == kBinSignature &&
+                          ReadU32(hive, p + size + 4) == own_offset + size;
+    // A bin at the very start with nothing like a bin behind it is taken at its word.
+    if (!last && !followed && p != 0) continue;
+    hive.data_base = p - own_offset;
+    hive.data_base_proven = true;
+    return;
+  }
+}
+
+// The part of opening that can fail; the caller frees the slot on false.
+bool OpenIntoSlot(HiveImage& hive, const std::string& file_name, bool load) {
+  if (!OpenHiveStream(hive, file_name)) return false;
+  const int64_t measured = FileSize(hive.stream);
+  const uint64_t file_size = measured < 0 ? 0 : static_cast<uint64_t>(measured);
+  HiveTable& table = TheHiveTable();
+  HiveProbe probe;
+  uint32_t length = 0;
+  bool ranged = TakeRange(file_size, hive.base_offset, length);
+  if (!ranged && table.end_offset <= table.start_offset && load) {
+    const HiveStart found = FindHiveStart(hive.stream, file_size);
+    if (found.stopped) return false;
+    probe.header_valid = probe.root_valid = found.found;
+    if (found.start != 0) {
+      table.start_offset = found.start;
+      table.end_offset = static_cast<uint32_t>(std::min<uint64_t>(file_size, UINT32_MAX));
+      ranged = TakeRange(file_size, hive.base_offset, length);
+    }
+  }
+  if (!ranged && file_size > UINT32_MAX - kImageSlack) {
+    ShowMessage("Could Not Allocate Memory", kProgramName, Icon::kStop);
+    return false;
+  }
+  hive.length = ranged ? length : static_cast<uint32_t>(file_size);
+  const Host& host = CurrentHost();
+  host.hive_title(host.context, file_name);
+  if (!probe.header_valid) ProbeHiveStart(hive.stream, hive.base_offset, probe);
+  hive.header_valid = probe.header_valid;
+  hive.root_valid = probe.root_valid;
+  if (load && !LoadImage(hive)) return false;
+  if (load && !hive.keep_open) CloseStream(hive);
+  SetBounds(hive);
+  ProveDataBase(hive);
+  return true;
+}
+
+int CountMatches(const uint8_t* bytes, const char* expected, int count) {
+  int matches = 0;
+  for (int i = 0; i < count; ++i) matches += bytes[i] == static_cast<uint8_t>(expected[i]);
+  return matches;
+}
+
+bool IsRootFlagsByte(uint8_t flags) {
+  return flags == 0x2C || flags == 0xA0 || flags == 0xAC || flags == 0x60;
+}
+
+// The first eight bytes of a root key node: size, "nk", flags.
+bool LooksLikeRootCell(const uint8_t (&cell)[8]) {
+  const bool n = cell[4] == 'n';
+  const bool k = cell[5] == 'k';
+  const bool flags = cell[6] == 0x2C;
+  const int score = (cell[0] == 0xA0 || cell[0] == 0xA8) + (cell[1] == 0xFF) + (cell[2] == 0xFF) +
+                    (cell[3] == 0xFF) + n + k + flags + (cell[7] == 0);
+  if (score >= 5) return true;
+  return n && k && IsRootFlagsByte(cell[6]);
+}
+
+// The names that the system gives to root keys of fresh hives; a letter or two may be lost.
+bool LooksLikeRootName(const uint8_t (&name)[12]) {
+  return CountMatches(name, "$$$PROTO.HIV", 12) >= 10 ||
+         CountMatches(name, "CMI-CreateHive", 12) >= 11;
+}
+
+// What an "hbin" at a file offset says of the hive's start.
+bool StartFromBin(std::FILE* stream, uint32_t position, const uint8_t* header, uint32_t& start) {
+  const uint32_t own_offset = LoadU32(header + 4);
+  const uint32_t size = LoadU32(header + 8);
+  const uint64_t from_zero = uint64_t{own_offset} + kBaseBlockSize;
+  if (own_offset % 4096 == 0 && position == from_zero) {
+    start = 0;
+    return true;
+  }
+  if (size != 0 && size % 4096 == 0 && position >= from_zero) {
+    start = position - static_cast<uint32_t>(from_zero);
+    return true;
+  }
+  HiveProbe probe;
+  ProbeHiveStart(stream, position - kBaseBlockSize, probe);
+  start = position - kBaseBlockSize;
+  return probe.header_valid && probe.root_valid;
+}
+
+}  // namespace
+
+HiveTable& TheHiveTable() {
+  static HiveTable table;
+  return table;
+}
+
+void ResetHiveTable() {
+  HiveTable& table = TheHiveTable();
+  for (int slot = 0; slot < kSlotCount; ++slot) FreeHiveSlot(slot);
+  table.start_offset = table.end_offset = 0;
+  table.current = 0;
+  table.suspended = false;
+}
+
+int AllocateHiveSlot(uint32_t kind) {
+  HiveTable& table = TheHiveTable();
+  for (int slot = 1; slot < kSlotCount; ++slot) {
+    HiveImage& hive = table.slots[static_cast<size_t>(slot)];
+    if (hive.state != SlotState::kFree) continue;
+    hive = HiveImage();
+    hive.state = SlotState::kTaken;
+    hive.kind = kind;
+    hive.slot = slot;
+    return slot;
+  }
+  ShowMessage("Too many files opened !", kProgramName, Icon::kExclamation);
+  return -1;
+}
+
+void FreeHiveSlot(int slot) {
+  HiveImage& hive = TheHiveTable().slots[static_cast<size_t>(slot)];
+  CloseStream(hive);
+  hive = HiveImage();
+}
+
+bool OpenHiveStream(HiveImage& hive, const std::string& file_name) {
+  CloseStream(hive);
+  NoteCurrentFile(file_name);
+  int error = 0;
+  hive.stream = OpenFile(file_name, "rb", error);
+  if (hive.stream != nullptr) return true;
+  const std::string text = "Can not open " + file_name + "\r\n(" + std::strerror(error) + ")";
+  ShowMessage(text.c_str(), kProgramName, Icon::kInformation);
+  return false;
+}
+
+int OpenHive(const std::string& file_name, bool load) {
+  const int slot = AllocateHiveSlot(kBrowseSlot);
+  if (slot < 0) return -1;
+  HiveTable& table = TheHiveTable();
+  HiveImage& hive = table.slots[static_cast<size_t>(slot)];
+  hive.file_name = file_name;
+  const Host& host = CurrentHost();
+  host.wait_cursor(host.context, true);
+  const bool opened = OpenIntoSlot(hive, file_name, load);
+  table.start_offset = table.end_offset = 0;  // a range serves one opening
+  host.wait_cursor(host.context, false);
+  if (!opened) {
+    FreeHiveSlot(slot);
+    return -1;
+  }
+  table.current = slot;
+  ShowStatus(file_name.c_str());
+  SetDefaultRoot(file_name);
+  return slot;
+}
+
+bool ValidateHive(HiveImage& hive, std::FILE* stream) {
+  constexpr uint32_t kBaseBlockSignature = 0x66676572;  // "regf"
+  constexpr uint32_t kRootOffsetField = 36;
+  if (ReadFileU32(stream, 0) != kBaseBlockSignature) {
+    ShowMessage("Invalid File format !", "Error", Icon::kExclamation);
+    RequestStop();
+    return false;
+  }
+  const int64_t file_size = FileSize(stream);
+  hive.last_valid = file_size < 8 ? 0 : static_cast<uint32_t>(file_size - 8);
+  const uint64_t root = uint64_t{ReadFileU32(stream, kRootOffsetField)} + hive.data_start;
+  const bool inside = root <= static_cast<uint64_t>(std::max<int64_t>(file_size, 0));
+  hive.root_position = inside ? static_cast<uint32_t>(root) : hive.lower_bound;
+  return true;
+}
+
+HiveStart FindHiveStart(std::FILE* stream, uint64_t file_size) {
+  constexpr uint64_t kProgressSize = 2201000;
+  constexpr size_t kBlock = 64 * 1024;
+  constexpr size_t kHeader = 12;  // bytes looked at from an "h" on
+  HiveStart result;
+  if (file_size < kBaseBlockSize) return result;
+  const Host& host = CurrentHost();
+  const bool show_progress = file_size >= kProgressSize;
+  if (show_progress) {
+    ShowStatus("Reading File ...");
+    host.progress_range(host.context, 100);
+  }
+  std::vector<uint8_t> block(kBlock);
+  const uint64_t end = std::min<uint64_t>(file_size - kBaseBlockSize + 1, UINT32_MAX);
+  for (uint64_t at = kBaseBlockSize; at < end && !result.found;) {
+    result.stopped = StopRequested();
+    const size_t got = ReadFileBytes(stream, at, block.data(), block.size());
+    if (result.stopped || got <= kHeader) break;
+    // Headers that begin in the last bytes of the block are met again at the start of the next.
+    const size_t usable = got - kHeader;
+    const uint8_t* const stop = block.data() + std::min<uint64_t>(usable, end - at);
+    const uint8_t* h = block.data();
+    while (h < stop && !result.found) {
+      h = static_cast<const uint8_t*>(std::memchr(h, 'h', static_cast<size_t>(stop - h)));
+      if (h == nullptr) break;
+      const auto position = static_cast<uint32_t>(at + static_cast<uint64_t>(h - block.data()));
+      if (LoadU32(h) == kBinSignature) {
+        result.found = StartFromBin(stream, position, h, result.start);
+      }
+      ++h;
+    }
+    at += usable;
+    if (show_progress) {
+      host.progress_position(host.context, static_cast<uint32_t>(at * 100 / file_size));
+    }
+  }
+  if (show_progress) host.progress_range(host.context, 0);
+  if (!result.found) result.start = 0;
+  return result;
+}
+
+void ProbeHiveStart(std::FILE* stream, uint32_t candidate, HiveProbe& probe) {
+  constexpr uint32_t kRootName = 80;  // from the start of the root cell
+  uint8_t signature[4] = {};
+  ReadFileBytes(stream, candidate, signature, sizeof(signature));
+  if (CountMatches(signature, "regf", 4) >= 3) probe.header_valid = true;
+  uint8_t cell[8] = {};
+  uint8_t name[12] = {};
+  const uint64_t root = uint64_t{candidate} + kFirstCellPosition;
+  ReadFileBytes(stream, root, cell, sizeof(cell));
+  ReadFileBytes(stream, root + kRootName, name, sizeof(name));
+  if (LooksLikeRootCell(cell) || LooksLikeRootName(name)) {
+    probe.header_valid = probe.root_valid = true;
+  }
+}
+
+size_t ReadFileBytes(std::FILE* stream, uint64_t file_offset, uint8_t* out, size_t size) {
+  if (stream == nullptr) return 0;
+  const std::lock_guard<std::mutex> lock(StreamMutex());
+  if (!SeekFile(stream, file_offset)) return 0;
+  return std::fread(out, 1, size, stream);
+}
+
+uint32_t ReadFileU32(std::FILE* stream, uint64_t file_offset) {
+  uint8_t bytes[4] = {};
+  const std::lock_guard<std::mutex> lock(StreamMutex());
+  if (stream == nullptr || !SeekFile(stream, file_offset)) {
+    RequestStop();
+    return 0xFFFFFFFF;
+  }
+  if (std::fread(bytes, 1, sizeof(bytes), stream) != sizeof(bytes)) return 0;
+  return LoadU32(bytes);
+}
+
+uint16_t ReadFileU16(std::FILE* stream, uint64_t file_offset) {
+  uint8_t bytes[2] = {};
+  const std::lock_guard<std::mutex> lock(StreamMutex());
+  if (stream == nullptr || !SeekFile(stream, file_offset)) {
+    RequestStop();
+    return 0xFFFF;
+  }
+  if (std::fread(bytes, 1, sizeof(bytes), stream) != sizeof(bytes)) return 0;
+  return LoadU16(bytes);
+}
+
+uint32_t ReadU32FromStream(const HiveImage& hive, uint32_t position) {
+  if (TheHiveTable().suspended.load(std::memory_order_relaxed)) return 0;
+  return ReadFileU32(hive.stream, uint64_t{hive.base_offset} + position);
+}
+
+uint16_t ReadU16FromStream(const HiveImage& hive, uint32_t position) {
+  if (TheHiveTable().suspended.load(std::memory_order_relaxed)) return 0;
+  return ReadFileU16(hive.stream, uint64_t{hive.base_offset} + position);
+}
+
+uint32_t ReadU32BigEndian(const HiveImage& hive, uint32_t position) {
+  const uint32_t value = ReadU32(hive, position);
+  return value >> 24 | (value >> 8 & 0xFF00) | (value << 8 & 0xFF0000) | value << 24;
+}
+
+uint8_t ReadU8(const HiveImage& hive, uint32_t position) {
+  uint8_t byte = 0;
+  ReadBytes(hive, position, &byte, 1);
+  return byte;
+}
+
+uint32_t ReadBytes(const HiveImage& hive, uint32_t position, uint8_t* out, uint32_t size) {
+  if (position >= hive.length || TheHiveTable().suspended.load(std::memory_order_relaxed)) return 0;
+  const uint32_t count = std::min(size, hive.length - position);
+  if (count == 0) return 0;  // `out` may be null then
+  if (hive.loaded) {
+    std::memcpy(out, hive.buffer.get() + position, count);
+    return count;
+  }
+  return static_cast<uint32_t>(
+      ReadFileBytes(hive.stream, uint64_t{hive.base_offset} + position, out, count));
+}
+
+}  // namespace hivequarry

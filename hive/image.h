@@ -1,0 +1,183 @@
+// A hive file held in memory: the open-file table, opening, and the bounded reads that everything
+// else is made of. The file is never written. The base block is not trusted: opening records what
+// it could confirm and sets the bounds from that.
+//
+// Positions are image positions (bytes from the start of the hive) unless a name says otherwise. A
+// cell offset, as stored in a file, counts from the start of the data area.
+#pragma once
+
+#include <array>
+#include <atomic>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+#include <span>
+#include <string>
+#include <vector>
+
+namespace hivequarry {
+
+inline constexpr uint32_t kNoOffset = 0xFFFFFFFF;      // "none" in every offset field
+inline constexpr uint32_t kBaseBlockSize = 4096;       // data area start behind a base block
+inline constexpr uint32_t kBinHeaderSize = 32;         // an "hbin" header, in front of its cells
+inline constexpr uint32_t kFirstCellPosition = 4128;   // first cell of the first bin
+inline constexpr uint32_t kImageSlack = 0x24000;       // owned, zeroed bytes behind the image
+inline constexpr uint32_t kBinSignature = 0x6E696268;  // "hbin"
+
+inline constexpr uint32_t kClosedGate = 0x66676572;  // "regf", no multiple of 8
+inline constexpr uint32_t kOpenGate = 0;
+
+enum class SlotState : uint32_t { kTaken = 0, kFree = 1 };
+inline constexpr uint32_t kBrowseSlot = 3;  // slot kind of a hive opened for browsing
+
+struct FreeDeleter {
+  void operator()(uint8_t* memory) const { std::free(memory); }
+};
+
+// One slot of the open-file table.
+struct HiveImage {
+  SlotState state = SlotState::kFree;
+  uint32_t kind = 0;
+  bool root_valid = false;     // the root key node was recognised at position 4128
+  uint32_t root_position = 0;  // of the root key node; 0 when unknown
+  uint32_t length = 0;         // bytes of the hive, in memory or as the chosen range
+  uint32_t last_valid = 0;     // length - 8: no cell starts beyond it
+  std::unique_ptr<uint8_t, FreeDeleter> buffer;  // length + kImageSlack bytes; null in stream mode
+  uint32_t base_offset = 0;                      // where in the file the hive begins
+  std::string file_name;                         // as given, UTF-8
+  bool loaded = false;                           // false: cells are read from the stream
+  std::FILE* stream = nullptr;                   // open in stream mode, or while loading
+  bool keep_open = false;
+  bool header_valid = false;  // the base block was recognised; also called HasBaseBlock
+  uint32_t lower_bound = 0;   // of cell positions: 4128 when root_valid, else 0
+  uint32_t data_start = 0;    // first position of the data area: 4096 when header_valid, else 0
+  // Added, modulo 2^32, to a cell offset to get its position. Equal to data_start, but for a
+  // fragment whose first bin says which part of a hive it is: then it leads offsets inside the
+  // fragment to their cells, and all others beyond the image.
+  uint32_t data_base = 0;
+  bool data_base_proven = false;  // by the base block or by the bins' own offset fields
+  int slot = 0;                   // index in the table
+  // A multiple of 8 opens the tolerant test of damaged key signatures (ClassifyKey).
+  uint32_t key_gate = kClosedGate;
+
+  // Root path (root_path.h).
+  std::string root_label;          // short form, possibly with "(n)"; empty when none is known
+  std::string long_prefix;         // long form, ending in a backslash
+  uint32_t root_label_length = 0;  // of root_label without "(n)"
+  int root_kind = 0;               // 1 to 11, 0 when not chosen by kind
+  bool sam_hive = false;
+};
+
+inline constexpr int kSlotCount = 48;  // slot 0 is never handed out
+
+struct HiveTable {
+  std::array<HiveImage, kSlotCount> slots;
+  // Partial range of the file for the next OpenHive; whole file when end <= start.
+  uint32_t start_offset = 0;
+  uint32_t end_offset = 0;
+  int current = 0;  // the slot being worked on
+  std::string current_folder;
+  std::string current_file;
+  // While set, every cell reader returns 0 or an empty record.
+  std::atomic<bool> suspended{false};
+  // Default root for paths of the current hive, before its own root path is known.
+  std::string default_long_root = "HKEY_USERS";
+  std::string default_short_root = "HKU";
+  uint32_t default_root_handle = 0x80000003;
+};
+
+HiveTable& TheHiveTable();
+// Frees every slot with its buffer and stream, and forgets the partial range.
+void ResetHiveTable();
+
+// First free slot, cleared and taken, or -1 after the message "Too many files opened !".
+int AllocateHiveSlot(uint32_t kind);
+void FreeHiveSlot(int slot);
+
+// Opens the file for reading into the slot's stream, noting path and folder as current. False after
+// the message "Can not open %s\r\n(%s)".
+bool OpenHiveStream(HiveImage& hive, const std::string& file_name);
+
+// The whole opening: finds where the hive starts, reads it (with `load`) into memory, sets flags
+// and bounds. Returns the slot, or -1 after a message or a stop. Runs on any one thread at a time.
+int OpenHive(const std::string& file_name, bool load);
+
+// The strict check: the file's first four bytes must be "regf", else the message "Invalid File
+// format !" and false with the running operation stopped. Sets last_valid and root_position from
+// the file's own size and header.
+bool ValidateHive(HiveImage& hive, std::FILE* stream);
+
+// Where a hive begins inside a larger file, by walking to its first sensible "hbin".
+struct HiveStart {
+  bool found = false;
+  bool stopped = false;
+  uint32_t start = 0;  // file offset
+};
+HiveStart FindHiveStart(std::FILE* stream, uint64_t file_size);
+
+// What the bytes at a candidate file offset confirm; flags already set stay set.
+struct HiveProbe {
+  bool header_valid = false;
+  bool root_valid = false;
+};
+void ProbeHiveStart(std::FILE* stream, uint32_t candidate, HiveProbe& probe);
+
+// Little-endian read at a file offset; 0xFFFFFFFF and the running flag cleared when the seek fails.
+// Reads of one process are serialised.
+uint32_t ReadFileU32(std::FILE* stream, uint64_t file_offset);
+// Likewise; 0xFFFF on failure.
+uint16_t ReadFileU16(std::FILE* stream, uint64_t file_offset);
+// Reads up to `size` bytes at a file offset; returns how many came.
+size_t ReadFileBytes(std::FILE* stream, uint64_t file_offset, uint8_t* out, size_t size);
+
+// --- bounded reads ---------------------------------------------------------------------------
+
+// True when [position, position + size) lies inside the hive.
+inline bool InsideHive(const HiveImage& hive, uint32_t position, uint32_t size) {
+  return size <= hive.length && position <= hive.length - size;
+}
+
+inline uint32_t LoadU32(const uint8_t* bytes) {
+  return static_cast<uint32_t>(bytes[0]) | static_cast<uint32_t>(bytes[1]) << 8 |
+         static_cast<uint32_t>(bytes[2]) << 16 | static_cast<uint32_t>(bytes[3]) << 24;
+}
+inline uint16_t LoadU16(const uint8_t* bytes) {
+  return static_cast<uint16_t>(bytes[0] | bytes[1] << 8);
+}
+
+uint32_t ReadU32FromStream(const HiveImage& hive, uint32_t position);
+uint16_t ReadU16FromStream(const HiveImage& hive, uint32_t position);
+
+// Little-endian; 0 outside the hive or while readers are suspended. In stream mode the twins above
+// are used.
+inline uint32_t ReadU32(const HiveImage& hive, uint32_t position) {
+  if (!InsideHive(hive, position, 4)) return 0;
+  if (!hive.loaded) return ReadU32FromStream(hive, position);
+  if (TheHiveTable().suspended.load(std::memory_order_relaxed)) return 0;
+  return LoadU32(hive.buffer.get() + position);
+}
+inline uint16_t ReadU16(const HiveImage& hive, uint32_t position) {
+  if (!InsideHive(hive, position, 2)) return 0;
+  if (!hive.loaded) return ReadU16FromStream(hive, position);
+  if (TheHiveTable().suspended.load(std::memory_order_relaxed)) return 0;
+  return LoadU16(hive.buffer.get() + position);
+}
+// Big-endian variant of ReadU32.
+uint32_t ReadU32BigEndian(const HiveImage& hive, uint32_t position);
+uint8_t ReadU8(const HiveImage& hive, uint32_t position);
+// Copies as many of `size` bytes as lie inside the hive; returns how many.
+uint32_t ReadBytes(const HiveImage& hive, uint32_t position, uint8_t* out, uint32_t size);
+
+// The position that a stored cell offset leads to; kNoOffset stays kNoOffset. The result may lie
+// outside the image.
+inline uint32_t PositionOfOffset(const HiveImage& hive, uint32_t offset) {
+  return offset == kNoOffset ? kNoOffset : offset + hive.data_base;
+}
+// True when a record field at `position` may be followed: a cell between the lower bound and the
+// last valid position.
+inline bool InCellBounds(const HiveImage& hive, uint32_t position) {
+  return position >= hive.lower_bound && position <= hive.last_valid;
+}
+
+}  // namespace hivequarry

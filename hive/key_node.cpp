@@ -1,0 +1,171 @@
+#include "hive/key_node.h"
+
+#include <algorithm>
+#include <bit>
+
+#include "hive/cells.h"
+#include "host/host.h"
+
+namespace hivequarry {
+namespace {
+
+constexpr uint32_t kMaxRawName = 510;     // bytes of a name copied as stored
+constexpr uint32_t kMaxNarrowName = 256;  // characters of a single-byte name kept
+constexpr uint32_t kCutWideName = 255;    // bytes kept of a UTF-16 name longer than kMaxRawName
+
+bool IsKeyFlagsByte(uint8_t flags) {
+  switch (flags) {
+    case 0x00:
+    case 0x20:
+    case 0x2C:
+    case 0x60:
+    case 0xA0:
+    case 0xAC:
+      return true;
+    default:
+      return false;
+  }
+}
+
+// A key name keeps the low byte of each UTF-16 unit that has no high byte.
+std::string NarrowKeyName(const uint8_t* bytes, uint32_t size, bool& failed) {
+  std::string name;
+  for (uint32_t i = 0; i + 1 < size; i += 2) {
+    const bool zero = bytes[i] == 0 && bytes[i + 1] == 0;
+    failed = failed || zero;
+    name.push_back(bytes[i + 1] != 0 || zero ? '?' : static_cast<char>(bytes[i]));
+  }
+  return name;
+}
+
+std::string DecodeName(const HiveImage& hive, uint32_t position, uint32_t length, bool wide,
+                       bool& failed) {
+  uint8_t bytes[kMaxRawName];
+  if (!wide) {
+    const uint32_t got =
+        ReadBytes(hive, position + kKeyName, bytes, std::min(length, kMaxNarrowName));
+    return std::string(bytes, bytes + got);
+  }
+  if (length > kMaxRawName) length = kCutWideName;
+  const uint32_t got = ReadBytes(hive, position + kKeyName, bytes, length);
+  return NarrowKeyName(bytes, got, failed);
+}
+
+std::vector<uint8_t> ReadUpTo(const HiveImage& hive, uint32_t position, uint32_t length) {
+  std::vector<uint8_t> bytes(std::min(length, kMaxRawName));
+  bytes.resize(ReadBytes(hive, position, bytes.data(), static_cast<uint32_t>(bytes.size())));
+  return bytes;
+}
+
+void ReadFields(const HiveImage& hive, uint32_t position, KeyNode& key) {
+  key.position = position;
+  key.size = ReadU32(hive, position);
+  key.signature_and_flags = ReadU32(hive, position + 4);
+  key.last_write = ReadU32(hive, position + kKeyLastWrite) |
+                   uint64_t{ReadU32(hive, position + kKeyLastWrite + 4)} << 32;
+  key.parent = PositionOfOffset(hive, ReadU32(hive, position + kKeyParent));
+  key.subkey_count = ReadU32(hive, position + kKeySubkeyCount);
+  key.subkey_list = PositionOfOffset(hive, ReadU32(hive, position + kKeySubkeyList));
+  key.value_count = ReadU32(hive, position + kKeyValueCount);
+  key.value_list = PositionOfOffset(hive, ReadU32(hive, position + kKeyValueList));
+  key.security = PositionOfOffset(hive, ReadU32(hive, position + kKeySecurity));
+  key.class_name = PositionOfOffset(hive, ReadU32(hive, position + kKeyClassName));
+  key.name_length = ReadU16(hive, position + kKeyNameLength);
+  key.class_name_length = ReadU16(hive, position + kKeyClassNameLength);
+}
+
+}  // namespace
+
+KeyNode ReadKeyNode(const HiveImage& hive, uint32_t position, KeyRead how) {
+  KeyNode key;
+  if (!InsideHive(hive, position, kKeyName)) return key;
+  ReadFields(hive, position, key);
+  const bool name_fits = InsideHive(hive, position, kKeyName + key.name_length);
+  if (!name_fits) key.signature_and_flags &= 0xFFFF0000;
+  key.flags_low = static_cast<uint8_t>(key.signature_and_flags >> 16);
+  if (name_fits) {
+    key.name = DecodeName(hive, position, key.name_length, key.flags_low == 0, key.name_failed);
+  }
+  const bool allocated = key.size >> 16 == 0xFFFF;
+  key.state = allocated ? KeyState::kAllocated : KeyState::kFree;
+  key.length = allocated ? 0U - key.size : key.size;
+  if (position == hive.root_position) key.parent = kNoOffset;
+  const auto signature = static_cast<uint16_t>(key.signature_and_flags);
+  const auto flags = static_cast<uint16_t>(key.signature_and_flags >> 16);
+  if (ClassifyKey(hive, signature, flags, key.size, position) < 0) {
+    key.state = KeyState::kNotAKey;
+    return key;
+  }
+  if (how != KeyRead::kFields && key.subkey_count != 0) {
+    key.list = CheckSubkeyList(hive, key, how == KeyRead::kDiagnose);
+  }
+  return key;
+}
+
+int ClassifyKey(const HiveImage& hive, uint16_t signature, uint16_t flags, uint32_t size,
+                uint32_t position) {
+  const auto flags_low = static_cast<uint8_t>(flags);
+  // Without a base block to vouch for the file, only cells of a sensible allocated size count.
+  const bool size_known = hive.header_valid || (size >> 16 == 0xFFFF && (size & 0xFFFF) != 0);
+  if (signature == kSignatureNk && IsKeyFlagsByte(flags_low) && size_known) return 0;
+  if ((signature & 0xFF) == 'n' && hive.key_gate % 8 == 0) {
+    uint32_t one_bit_errors = 0;
+    return TolerantKeyTest(hive, position, one_bit_errors) ? 1 : -1;
+  }
+  // One flipped bit in the signature and one in a root key's flags.
+  if (signature == kSignatureLk && flags_low == 0x2A) return 2;
+  return -1;
+}
+
+bool TolerantKeyTest(const HiveImage& hive, uint32_t position, uint32_t& one_bit_errors) {
+  constexpr uint8_t kExpected[3] = {'k', 0x20, 0x00};
+  int matches = 0;
+  for (uint32_t i = 0; i < 3; ++i) {
+    const auto difference = static_cast<uint8_t>(ReadU8(hive, position + 5 + i) ^ kExpected[i]);
+    matches += difference == 0;
+    one_bit_errors += std::has_single_bit(difference);
+    if (matches == 2) return true;
+  }
+  return false;
+}
+
+uint32_t ReadKeyParentAndName(const HiveImage& hive, uint32_t position, std::string& name) {
+  name.clear();
+  if (!InsideHive(hive, position, kKeyName)) return kNoOffset;
+  bool failed = false;
+  name = DecodeName(hive, position, ReadU16(hive, position + kKeyNameLength),
+                    ReadU16(hive, position + kKeyFlags) == 0, failed);
+  if (position == hive.root_position) return kNoOffset;
+  return PositionOfOffset(hive, ReadU32(hive, position + kKeyParent));
+}
+
+std::string ReadKeyName(const HiveImage& hive, uint32_t position) {
+  bool failed = false;
+  const bool wide = ReadU8(hive, position + kKeyFlags) == 0;
+  return DecodeName(hive, position, ReadU16(hive, position + kKeyNameLength), wide, failed);
+}
+
+std::vector<uint8_t> ReadRawKeyName(const HiveImage& hive, uint32_t position) {
+  return ReadUpTo(hive, position + kKeyName, ReadU16(hive, position + kKeyNameLength));
+}
+
+std::vector<uint8_t> ReadClassName(const HiveImage& hive, const KeyNode& key) {
+  if (key.class_name == kNoOffset || key.class_name_length == 0) return {};
+  if (!InCellBounds(hive, key.class_name)) return {};
+  const uint32_t length = key.class_name_length >= 1041 ? 520 : key.class_name_length;
+  return ReadUpTo(hive, key.class_name + 4, length);
+}
+
+std::string KeyNameUtf8(const HiveImage& hive, uint32_t position) {
+  const std::vector<uint8_t> raw = ReadRawKeyName(hive, position);
+  const bool wide = static_cast<uint8_t>(ReadU16(hive, position + kKeyFlags)) == 0;
+  std::u16string text;
+  // A single-byte name is the low bytes of UTF-16, not text of a code page.
+  const size_t step = wide ? 2 : 1;
+  for (size_t i = 0; i + step <= raw.size(); i += step) {
+    text.push_back(wide ? LoadU16(raw.data() + i) : raw[i]);
+  }
+  return Utf8FromWide(text);
+}
+
+}  // namespace hivequarry

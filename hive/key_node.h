@@ -1,0 +1,84 @@
+// The "nk" cell: a key.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "hive/image.h"
+#include "hive/subkey_list.h"
+
+namespace hivequarry {
+
+// Offsets of the fields from the start of the cell.
+inline constexpr uint32_t kKeyFlags = 6;
+inline constexpr uint32_t kKeyLastWrite = 8;
+inline constexpr uint32_t kKeyParent = 20;
+inline constexpr uint32_t kKeySubkeyCount = 24;
+inline constexpr uint32_t kKeySubkeyList = 32;
+inline constexpr uint32_t kKeyValueCount = 40;
+inline constexpr uint32_t kKeyValueList = 44;
+inline constexpr uint32_t kKeySecurity = 48;
+inline constexpr uint32_t kKeyClassName = 52;
+inline constexpr uint32_t kKeyNameLength = 76;
+inline constexpr uint32_t kKeyClassNameLength = 78;
+inline constexpr uint32_t kKeyName = 80;  // the fixed part ends here
+inline constexpr uint16_t kRootKeyFlags = 0x2C;
+
+enum class KeyState : int8_t { kNotAKey = -1, kFree = 0, kAllocated = 1 };
+
+struct KeyNode {
+  uint32_t position = kNoOffset;
+  uint32_t size = 0;                 // as stored
+  uint32_t signature_and_flags = 0;  // the signature in the low half
+  uint64_t last_write = 0;           // FILETIME, UTC
+  // Positions (data_base added), kNoOffset for none; they may lie outside the image.
+  uint32_t parent = kNoOffset;
+  uint32_t subkey_count = 0;
+  uint32_t subkey_list = kNoOffset;
+  uint32_t value_count = 0;
+  uint32_t value_list = kNoOffset;
+  uint32_t security = kNoOffset;
+  uint32_t class_name = kNoOffset;
+  uint8_t flags_low = 0;
+  uint16_t name_length = 0;  // bytes, as stored
+  uint16_t class_name_length = 0;
+  uint32_t length = 0;  // of the cell, absolute
+  KeyState state = KeyState::kNotAKey;
+  bool name_failed = false;  // a UTF-16 name with a zero character
+  std::string name;          // code-page text
+  SubkeyListCheck list;      // filled when asked for
+};
+
+// What ReadKeyNode does beyond the fields and the name.
+enum class KeyRead {
+  kFields,    // fields, name and state
+  kLinks,     // and CheckSubkeyList
+  kDiagnose,  // and CheckSubkeyList in recovery mode
+};
+
+// Reads the key at `position`; a record that is no key has state kNotAKey.
+KeyNode ReadKeyNode(const HiveImage& hive, uint32_t position, KeyRead how);
+
+// 0 plausible key node, 2 link key, 1 accepted by the tolerant test, -1 not a key. The tolerant
+// test runs only while the image's key_gate is a multiple of 8.
+int ClassifyKey(const HiveImage& hive, uint16_t signature, uint16_t flags, uint32_t size,
+                uint32_t position);
+// True when at least two of the three bytes behind a key's 'n' are as they should be ('k', 0x20,
+// 0x00), examined in order; `one_bit_errors` grows by the bytes met that differ in a single bit.
+bool TolerantKeyTest(const HiveImage& hive, uint32_t position, uint32_t& one_bit_errors);
+
+// Parent position (kNoOffset for the root) and code-page name of the key at `position`.
+uint32_t ReadKeyParentAndName(const HiveImage& hive, uint32_t position, std::string& name);
+
+// Code-page name of the key at `position` alone.
+std::string ReadKeyName(const HiveImage& hive, uint32_t position);
+
+// Name bytes as stored, at most 510; class name likewise (a length of 1041 or more counts as 520).
+std::vector<uint8_t> ReadRawKeyName(const HiveImage& hive, uint32_t position);
+std::vector<uint8_t> ReadClassName(const HiveImage& hive, const KeyNode& key);
+
+// The name, nothing lost: UTF-8 of the stored UTF-16 or code-page text.
+std::string KeyNameUtf8(const HiveImage& hive, uint32_t position);
+
+}  // namespace hivequarry

@@ -1,0 +1,130 @@
+// The key tree as displayed: the result of a load, and what every feature that walks keys walks.
+//
+// One item per key (each key once, whatever lists name it), in display order: a key stands before
+// its children, its subtree is one run of items. So a walk is a loop over indices, and there is no
+// recursion over file data anywhere. Item 0 is the hive's root item; the two virtual folders stand
+// behind the root's own subtree, as the root's last two children.
+//
+// Items are positions and numbers; names are read from the image when asked for.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "hive/image.h"
+#include "hive/position_index.h"
+
+namespace hivequarry {
+
+inline constexpr uint32_t kNoItem = 0xFFFFFFFF;
+
+// Repair marks of a key.
+enum KeyMark : uint16_t {
+  kMarkSibling = 0x0001,        // created as a missing sibling
+  kMarkParent = 0x0002,         // created as a missing parent
+  kMarkChild = 0x0004,          // created as a missing child
+  kMarkHashName = 0x0040,       // name taken from a list's four-character hint
+  kMarkNoName = 0x0080,         // no name of its own: "virtname"
+  kMarkBadLength = 0x0100,      // slack behind the name: "bad_len"
+  kMarkListParent = 0x0200,     // parent set from the list that holds it: "lf_repaired"
+  kMarkSiblingParent = 0x0400,  // parent set from its siblings' list: "par_lh2_rep1"
+  kMarkBadNk = 0x1000,          // accepted only by the tolerant signature test: "bad_nk"
+};
+
+enum class ItemKind : uint8_t { kKey, kRoot, kDisconnectedKeys, kDisconnectedValues };
+
+struct KeyItem {
+  uint32_t position = kNoOffset;  // of the key's cell; of a folder, its identifier
+  uint32_t parent = kNoItem;      // the item it hangs under
+  uint32_t end = 0;               // the item behind its subtree
+  uint32_t generated = 0;         // number of the generated name "Unnamed(%02d)", 0 for none
+  uint16_t marks = 0;             // KeyMark bits
+  ItemKind kind = ItemKind::kKey;
+  bool connected = false;  // hangs from the root cell through subkey lists
+};
+
+struct KeyTree {
+  std::vector<KeyItem> items;            // empty before a load
+  uint32_t disconnected_keys = kNoItem;  // the folder items
+  uint32_t disconnected_values = kNoItem;
+  std::string root_text;                               // of item 0: the root label, or "ROOT"
+  uint32_t minimum_name_length = 0;                    // taken for keys with a name length of 0
+  PositionIndex key_positions;                         // the keys' cell positions
+  std::vector<uint32_t> item_of_rank;                  // item by rank in key_positions
+  std::vector<uint32_t> disconnected_value_positions;  // ascending
+};
+
+inline uint32_t FirstChild(const KeyTree& tree, uint32_t item) {
+  return tree.items[item].end > item + 1 ? item + 1 : kNoItem;
+}
+inline uint32_t NextSibling(const KeyTree& tree, uint32_t item) {
+  const uint32_t next = tree.items[item].end;
+  const uint32_t parent = tree.items[item].parent;
+  return parent != kNoItem && next < tree.items[parent].end ? next : kNoItem;
+}
+inline bool HasChildren(const KeyTree& tree, uint32_t item) {
+  return tree.items[item].end > item + 1;
+}
+// True for an item with a key cell behind it (a root item without a root key has none).
+bool IsKeyItem(const KeyTree& tree, uint32_t item);
+
+// The item of the key at `position`, kNoItem when the tree shows none.
+uint32_t ItemOfPosition(const KeyTree& tree, uint32_t position);
+
+// Displayed name: the root's registry path, a folder's title, the key's code-page name, or its
+// generated name.
+std::string ItemName(const HiveImage& hive, const KeyTree& tree, uint32_t item);
+// The name, nothing lost, UTF-8.
+std::string ItemNameUtf8(const HiveImage& hive, const KeyTree& tree, uint32_t item);
+
+// Full path of an item: the root's text and every name down to it, joined by "\". A name is
+// appended only while the path stays below kPathLimit characters, so a hostile nesting cannot make
+// paths grow without bound.
+inline constexpr size_t kPathLimit = 1040;
+std::string ItemPath(const HiveImage& hive, const KeyTree& tree, uint32_t item);
+// As above, in UTF-8; `lossy` (may be null) tells whether the code-page path lost something.
+std::string ItemPathUtf8(const HiveImage& hive, const KeyTree& tree, uint32_t item, bool* lossy);
+
+// Path texts of a walk in item order: each item's path is made from its parent's, once.
+class PathWalker {
+ public:
+  PathWalker(const HiveImage& hive, const KeyTree& tree) : hive_(hive), tree_(tree) {}
+  // Path of `item`; cheap when items are asked for in ascending order. Valid until the next call.
+  const std::string& PathOf(uint32_t item);
+
+ private:
+  struct Level {
+    uint32_t item;
+    size_t length;  // of the path text up to this item
+  };
+  const HiveImage& hive_;
+  const KeyTree& tree_;
+  std::vector<Level> levels_;
+  std::string path_;
+};
+
+// The item that a path names (as ItemPath spells it; also without the root's own text, with a
+// leading "\", and with the root in long form). Names compare without regard to case. kNoItem when
+// there is none.
+uint32_t FindItemByPath(const HiveImage& hive, const KeyTree& tree, std::string_view path);
+
+// The status words of a key's marks: "missing name", "hash name", "recovered parent" and so on.
+std::string StatusText(uint16_t marks);
+// The words of the info column: "bad_nk bad_len virtname ...", blank-separated.
+std::string MarkWords(uint16_t marks);
+
+inline constexpr const char* kDisconnectedKeysTitle = "Disconnected Keys";
+inline constexpr const char* kDisconnectedValuesTitle = "Disconnected Values";
+std::string GeneratedName(uint32_t number);
+
+// Identifiers of the virtual folders, beyond every real cell position.
+inline uint32_t DisconnectedKeysId(const HiveImage& hive) {
+  return hive.length + 4096 + static_cast<uint32_t>(hive.slot);
+}
+inline uint32_t DisconnectedValuesId(const HiveImage& hive) {
+  return hive.length + 4152 + static_cast<uint32_t>(hive.slot);
+}
+
+}  // namespace hivequarry

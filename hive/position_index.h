@@ -1,0 +1,55 @@
+// A set of cell positions with rank: a bit for each 8-byte step of the image, and running counts.
+// A million keys in 190 MB take 3 MB; look-ups are constant time.
+#pragma once
+
+#include <bit>
+#include <cstdint>
+#include <vector>
+
+namespace hivequarry {
+
+inline constexpr uint32_t kNoRank = 0xFFFFFFFF;
+
+struct PositionIndex {
+  std::vector<uint64_t> bits;    // bit n: position 8 * n
+  std::vector<uint32_t> counts;  // set bits in front of each word; made by SealIndex
+};
+
+// Empties the index and makes room for positions below `length`.
+inline void ResetIndex(PositionIndex& index, uint32_t length) {
+  index.bits.assign(length / 512 + 1, 0);
+  index.counts.clear();
+}
+
+// Positions that are no multiple of 8 or lie beyond the length are not taken.
+inline void InsertPosition(PositionIndex& index, uint32_t position) {
+  const uint32_t word = position / 512;
+  if (position % 8 != 0 || word >= index.bits.size()) return;
+  index.bits[word] |= uint64_t{1} << (position / 8 % 64);
+}
+
+inline bool ContainsPosition(const PositionIndex& index, uint32_t position) {
+  const uint32_t word = position / 512;
+  return position % 8 == 0 && word < index.bits.size() &&
+         (index.bits[word] >> (position / 8 % 64) & 1) != 0;
+}
+
+// Call once after the last insertion, before RankOfPosition.
+inline void SealIndex(PositionIndex& index) {
+  index.counts.resize(index.bits.size());
+  uint32_t total = 0;
+  for (size_t word = 0; word < index.bits.size(); ++word) {
+    index.counts[word] = total;
+    total += static_cast<uint32_t>(std::popcount(index.bits[word]));
+  }
+}
+
+// How many positions of the set lie below this one; kNoRank when it is not in the set.
+inline uint32_t RankOfPosition(const PositionIndex& index, uint32_t position) {
+  if (!ContainsPosition(index, position)) return kNoRank;
+  const uint32_t word = position / 512;
+  const uint64_t below = (uint64_t{1} << (position / 8 % 64)) - 1;
+  return index.counts[word] + static_cast<uint32_t>(std::popcount(index.bits[word] & below));
+}
+
+}  // namespace hivequarry

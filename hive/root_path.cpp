@@ -1,0 +1,210 @@
+#include "hive/root_path.h"
+
+#include <algorithm>
+#include <cstdio>
+
+#include "hive/key_node.h"
+
+namespace hivequarry {
+namespace {
+
+constexpr PredefinedRoot kRoots[] = {
+    {"HKEY_CLASSES_ROOT", "HKCR", 0x80000000},     {"HKEY_CURRENT_USER", "HKCU", 0x80000001},
+    {"HKEY_LOCAL_MACHINE", "HKLM", 0x80000002},    {"HKEY_USERS", "HKU", 0x80000003},
+    {"HKEY_PERFORMANCE_DATA", "HKPD", 0x80000004}, {"HKEY_CURRENT_CONFIG", "HKCC", 0x80000005},
+    {"HKEY_DYN_DATA", "HKDD", 0x80000006},
+};
+
+// Short labels by root kind; kind 9 is not used.
+constexpr const char* kKindLabels[] = {nullptr,
+                                       "HKU",
+                                       "HKCU",
+                                       "HKLM\\SYSTEM",
+                                       "HKCR",
+                                       "HKLM\\SOFTWARE",
+                                       "HKLM\\SAM",
+                                       "HKLM\\SECURITY",
+                                       "HKLM",
+                                       nullptr,
+                                       "HKLM\\Components",
+                                       "HKLM\\BCD00000000"};
+constexpr int kSamKind = 6;
+
+// Root keys whose name tells what the hive is.
+constexpr struct {
+  const char* name;
+  const char* label;
+} kKnownRootKeys[] = {{"SOFTWARE", "HKLM\\SOFTWARE"},
+                      {"SYSTEM", "HKLM\\SYSTEM"},
+                      {"SECURITY", "HKLM\\SECURITY"},
+                      {"SAM", "HKLM\\SAM"},
+                      {"NewStoreRoot", "HKLM\\BCD00000000"}};
+
+constexpr size_t kMaxRootKeyName = 519;
+constexpr int kMaxLabelNumber = 999;
+constexpr std::string_view kWow64 = "Wow6432Node";
+
+char Lower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c; }
+
+bool StartsWith(std::string_view text, std::string_view start) {
+  return text.size() >= start.size() && EqualIgnoringCase(text.substr(0, start.size()), start);
+}
+
+// The root label for a root key's name; empty when the name says nothing.
+std::string LabelOfRootKey(std::string_view name) {
+  constexpr std::string_view kClasses = "_classes";
+  if (name.empty() || StartsWith(name, "$$$P") || StartsWith(name, "CMI-CreateHive")) return {};
+  for (const auto& known : kKnownRootKeys) {
+    if (EqualIgnoringCase(name, known.name)) return known.label;
+  }
+  if (StartsWith(name, "ControlSet")) return std::string("HKLM\\SYSTEM\\").append(name);
+  if (name.size() > kClasses.size()) {
+    const std::string_view user = name.substr(0, name.size() - kClasses.size());
+    if (EqualIgnoringCase(name.substr(user.size()), kClasses)) {
+      return std::string("HKU\\").append(user).append("\\SOFTWARE\\Classes");
+    }
+  }
+  return std::string(name);
+}
+
+// Replaces a path's first component; empty when it names no predefined root.
+std::string WithRootForm(std::string_view path, const char* PredefinedRoot::*form) {
+  const size_t end = std::min(path.find('\\'), path.size());
+  const PredefinedRoot* root = FindPredefinedRoot(path.substr(0, end));
+  if (root == nullptr) return {};
+  return std::string(root->*form).append(path.substr(end));
+}
+
+bool SameRoot(std::string_view a, std::string_view b) {
+  if (EqualIgnoringCase(a, b)) return true;
+  const std::string short_a = ShortRootPath(a);
+  return !short_a.empty() && EqualIgnoringCase(short_a, ShortRootPath(b));
+}
+
+// Stores label and prefix. The prefix names the place in a registry and so goes without the number
+// that tells two open hives apart.
+void StoreRootPath(HiveImage& hive, std::string label) {
+  const std::string long_form = LongRootPath(label);
+  hive.long_prefix = (long_form.empty() ? label : long_form) + '\\';
+  const uint32_t plain_length = MakeRootLabelUnique(label, hive.slot);
+  hive.root_label_length = plain_length != 0 ? plain_length : static_cast<uint32_t>(label.size());
+  hive.root_label = std::move(label);
+}
+
+}  // namespace
+
+std::span<const PredefinedRoot> PredefinedRoots() { return kRoots; }
+
+const PredefinedRoot* FindPredefinedRoot(std::string_view name) {
+  for (const PredefinedRoot& root : kRoots) {
+    if (EqualIgnoringCase(name, root.long_name) || EqualIgnoringCase(name, root.short_name)) {
+      return &root;
+    }
+  }
+  return nullptr;
+}
+
+bool EqualIgnoringCase(std::string_view a, std::string_view b) {
+  return std::equal(a.begin(), a.end(), b.begin(), b.end(),
+                    [](char x, char y) { return Lower(x) == Lower(y); });
+}
+
+bool SetRootKind(int kind, HiveImage& hive) {
+  if (kind < 0 || kind >= static_cast<int>(std::size(kKindLabels))) return false;
+  if (kKindLabels[kind] == nullptr) return false;
+  StoreRootPath(hive, kKindLabels[kind]);
+  hive.root_kind = kind;
+  hive.sam_hive = kind == kSamKind;
+  return true;
+}
+
+void SetRootPath(HiveImage& hive, std::string_view path) {
+  while (!path.empty() && path.back() == '\\') path.remove_suffix(1);
+  const std::string short_form = ShortRootPath(path);
+  StoreRootPath(hive, short_form.empty() ? std::string(path) : short_form);
+  hive.root_kind = 0;
+}
+
+bool RootPathFromRootKey(HiveImage& hive, uint32_t root_position) {
+  std::string name;
+  ReadKeyParentAndName(hive, root_position, name);
+  name.resize(std::min({name.size(), kMaxRootKeyName, name.find('\0')}));
+  const std::string label = LabelOfRootKey(name);
+  if (label.empty()) return false;
+  StoreRootPath(hive, label);
+  return true;
+}
+
+void SetDefaultRoot(const std::string& file_name) {
+  const bool machine = file_name.find_first_of("yY") != std::string::npos;
+  const PredefinedRoot* root = FindPredefinedRoot(machine ? "HKLM" : "HKU");
+  HiveTable& table = TheHiveTable();
+  table.default_long_root = root->long_name;
+  table.default_short_root = root->short_name;
+  table.default_root_handle = root->handle;
+}
+
+uint32_t MakeRootLabelUnique(std::string& label, int slot) {
+  if (FindHiveByRoot(label, slot) < 0) return 0;
+  for (int number = 1; number <= kMaxLabelNumber; ++number) {
+    std::string numbered = label + '(' + std::to_string(number) + ')';
+    if (FindHiveByRoot(numbered, slot) >= 0) continue;
+    const auto plain_length = static_cast<uint32_t>(label.size());
+    label = std::move(numbered);
+    return plain_length;
+  }
+  return 0;
+}
+
+int FindHiveByRoot(std::string_view label) { return FindHiveByRoot(label, -1); }
+
+int FindHiveByRoot(std::string_view label, int except_slot) {
+  const HiveTable& table = TheHiveTable();
+  if (label.empty()) return -1;
+  for (int slot = 0; slot < kSlotCount; ++slot) {
+    const HiveImage& hive = table.slots[static_cast<size_t>(slot)];
+    if (slot == except_slot || hive.state != SlotState::kTaken) continue;
+    if (SameRoot(label, hive.root_label)) return slot;
+  }
+  return -1;
+}
+
+bool SplitRootPath(std::string_view path, RootSplit& split) {
+  const size_t end = std::min(path.find('\\'), path.size());
+  const PredefinedRoot* root = FindPredefinedRoot(path.substr(0, end));
+  split = {};
+  if (root == nullptr) {
+    split.long_name = path;
+    return false;
+  }
+  split.long_name = root->long_name;
+  split.rest = path.substr(std::min(end + 1, path.size()));
+  split.short_name = root->short_name;
+  split.handle = root->handle;
+  return true;
+}
+
+std::string ShortRootPath(std::string_view path) {
+  return WithRootForm(path, &PredefinedRoot::short_name);
+}
+
+std::string LongRootPath(std::string_view path) {
+  return WithRootForm(path, &PredefinedRoot::long_name);
+}
+
+bool IsWow64Path(std::string_view path) {
+  // At the start of a path the name's last letter is not compared.
+  if (StartsWith(path, kWow64.substr(0, kWow64.size() - 1))) return true;
+  for (size_t at = path.find('\\'); at != std::string_view::npos; at = path.find('\\', at + 1)) {
+    const std::string_view rest = path.substr(at + 1);
+    if (!StartsWith(rest, kWow64)) continue;
+    if (rest.size() == kWow64.size() || rest[kWow64.size()] == '\\') return true;
+  }
+  return false;
+}
+
+std::string DisplayedRoot(const HiveImage& hive) {
+  return hive.root_label.empty() ? "ROOT" : hive.root_label;
+}
+
+}  // namespace hivequarry

@@ -1,0 +1,63 @@
+// Registry root names, the root path of a hive, and path forms. All comparisons ignore case.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "hive/image.h"
+
+namespace hivequarry {
+
+struct PredefinedRoot {
+  const char* long_name;
+  const char* short_name;
+  uint32_t handle;
+};
+// The seven predefined roots, HKEY_CLASSES_ROOT first.
+std::span<const PredefinedRoot> PredefinedRoots();
+// By long or short name; null when unknown.
+const PredefinedRoot* FindPredefinedRoot(std::string_view name);
+
+// ASCII case-insensitive comparison.
+bool EqualIgnoringCase(std::string_view a, std::string_view b);
+
+// Root path by kind (1 to 8, 10, 11): sets label and prefix, made unique, in the slot. False for a
+// kind that is not in the table.
+bool SetRootKind(int kind, HiveImage& hive);
+// Root path given by the user: a short or long form path, taken as it is when its root is unknown.
+void SetRootPath(HiveImage& hive, std::string_view path);
+// The automatic choice from the root key's name; false (and nothing changed) when the name says
+// nothing.
+bool RootPathFromRootKey(HiveImage& hive, uint32_t root_position);
+// The rough first choice at opening, from the file name: "HKEY_USERS", or "HKEY_LOCAL_MACHINE" when
+// the path holds a "y". Sets the table's default root.
+void SetDefaultRoot(const std::string& file_name);
+
+// 0 when the label is free among the slots other than `slot`; else "(n)" is appended and the length
+// before the suffix returned. Gives up (0, label unchanged) after 999.
+uint32_t MakeRootLabelUnique(std::string& label, int slot);
+// The taken slot whose label equals the given one, long and short forms of a predefined root being
+// equal; -1 for none.
+int FindHiveByRoot(std::string_view label);
+int FindHiveByRoot(std::string_view label, int except_slot);
+
+struct RootSplit {
+  std::string long_name;  // the whole path when the root is unknown
+  std::string rest;
+  std::string short_name;
+  uint32_t handle = 0;
+};
+// Splits at the first backslash; false for an unrecognised root.
+bool SplitRootPath(std::string_view path, RootSplit& split);
+// The path with its first component in short or long form; empty for an unrecognised one.
+std::string ShortRootPath(std::string_view path);
+std::string LongRootPath(std::string_view path);
+
+// The Wow6432Node test.
+bool IsWow64Path(std::string_view path);
+
+// What the tree shows at the root of a hive: its label, or "ROOT".
+std::string DisplayedRoot(const HiveImage& hive);
+
+}  // namespace hivequarry

@@ -1,0 +1,174 @@
+#include "hive/subkey_list.h"
+
+#include <algorithm>
+
+#include "hive/cells.h"
+#include "hive/key_node.h"
+
+namespace hivequarry {
+namespace {
+
+constexpr uint32_t kListCount = 6;  // u16, from the start of the cell
+constexpr uint32_t kListEntries = 8;
+
+void SetRepairCode(SubkeyListCheck& check, uint16_t code) {
+  if (check.repair_code == 0) check.repair_code = code;
+}
+
+// Visits every child of an "ri" list: their counts must add up to the key's number of subkeys.
+void SumRiChildren(const HiveImage& hive, uint32_t list, uint32_t subkey_count,
+                   SubkeyListCheck& check) {
+  uint64_t sum = 0;
+  for (uint32_t i = 0; i < check.ri_count; ++i) {
+    const uint32_t child = PositionOfOffset(hive, ReadU32(hive, list + kListEntries + 4 * i));
+    if (!InCellBounds(hive, child)) {
+      SetRepairCode(check, kRepairRiLaterChildBounds);
+      check.ri_count = i;
+      break;
+    }
+    sum += ReadU16(hive, child + kListCount);
+  }
+  if (sum != subkey_count) SetRepairCode(check, kRepairRiSumDiffers);
+}
+
+// Diagnoses an "ri" list; returns the list cell that holds the first subkey, 0 when there is none.
+uint32_t CheckRiList(const HiveImage& hive, const KeyNode& key, bool diagnose,
+                     SubkeyListCheck& check) {
+  const uint32_t list = key.subkey_list;
+  check.ri_count = ReadU16(hive, list + kListCount);
+  const uint32_t child = PositionOfOffset(hive, ReadU32(hive, list + kListEntries));
+  if (!InCellBounds(hive, child)) {
+    check.faults |= kListFaultRiBounds;
+    SetRepairCode(check, kRepairRiChildBounds);
+    return 0;
+  }
+  check.ri_first_child = child;
+  const ListKind kind = ListKindOfSignature(ReadU16(hive, child + 4));
+  if (kind != ListKind::kLi && kind != ListKind::kLh) {
+    check.faults |= kListFaultRiChild;
+    SetRepairCode(check, kRepairRiChildSignature);
+    return 0;
+  }
+  check.count = key.subkey_count;
+  if (diagnose) SumRiChildren(hive, list, key.subkey_count, check);
+  return child;
+}
+
+void CheckCount(const KeyNode& key, uint32_t list_count, bool diagnose, SubkeyListCheck& check) {
+  check.count = list_count;
+  if (list_count == key.subkey_count) return;
+  check.faults |= kListFaultCount;
+  if (diagnose) {
+    SetRepairCode(check, kRepairCountDiffers);
+  } else {
+    check.count = std::min(list_count, key.subkey_count);
+  }
+}
+
+void CheckFirstEntry(const HiveImage& hive, const KeyNode& key, uint32_t list, ListKind kind,
+                     SubkeyListCheck& check) {
+  check.first_entry = PositionOfOffset(hive, ReadU32(hive, list + kListEntries));
+  if (ListEntrySize(kind) == 8) ReadBytes(hive, list + kListEntries + 4, check.hint, 4);
+  if (check.first_entry <= hive.data_start || check.first_entry > hive.last_valid) {
+    SetRepairCode(check, kRepairFirstEntryBounds);
+  } else if (check.first_entry == key.position) {
+    SetRepairCode(check, kRepairListNamesOwnKey);
+  }
+}
+
+// How many entries of `size` bytes a list cell can hold: by its own length where that is credible,
+// else by the end of the image.
+uint32_t EntryRoom(const HiveImage& hive, uint32_t list, uint32_t size) {
+  const uint32_t raw = ReadU32(hive, list);
+  const uint32_t length = CellLength(raw);
+  const bool credible =
+      IsAllocated(raw) && length % 8 == 0 && length >= 16 && InsideHive(hive, list, length);
+  const uint32_t bytes = credible ? length : hive.length - list;
+  return bytes < kListEntries ? 0 : (bytes - kListEntries) / size;
+}
+
+// Reads one "lf", "lh" or "li" cell.
+bool ReadPlainList(const HiveImage& hive, uint32_t list, ListKind kind, uint32_t& budget,
+                   std::vector<SubkeyEntry>& entries) {
+  const uint32_t size = ListEntrySize(kind);
+  const uint32_t wanted = ReadU16(hive, list + kListCount);
+  const uint32_t count = std::min({wanted, EntryRoom(hive, list, size), budget});
+  budget -= count;
+  for (uint32_t i = 0; i < count; ++i) {
+    SubkeyEntry entry;
+    entry.position = list + kListEntries + i * size;
+    entry.key = PositionOfOffset(hive, ReadU32(hive, entry.position));
+    entry.list = list;
+    entry.kind = kind;
+    entries.push_back(entry);
+  }
+  return count == wanted;
+}
+
+}  // namespace
+
+ListKind ListKindOfSignature(uint16_t signature) {
+  switch (signature) {
+    case kSignatureLf:
+      return ListKind::kLf;
+    case kSignatureLh:
+      return ListKind::kLh;
+    case kSignatureLi:
+      return ListKind::kLi;
+    case kSignatureRi:
+      return ListKind::kRi;
+    default:
+      return ListKind::kNone;
+  }
+}
+
+uint32_t ListEntrySize(ListKind kind) {
+  return kind == ListKind::kLf || kind == ListKind::kLh ? 8 : 4;
+}
+
+SubkeyListCheck CheckSubkeyList(const HiveImage& hive, const KeyNode& key, bool diagnose) {
+  SubkeyListCheck check;
+  uint32_t list = key.subkey_list;
+  if (list == kNoOffset || !InCellBounds(hive, list + 4)) return check;
+  check.kind = ListKindOfSignature(ReadU16(hive, list + 4));
+  if (check.kind == ListKind::kNone) {
+    check.faults |= kListFaultSignature;
+    if (diagnose) SetRepairCode(check, kRepairNoListSignature);
+    return check;
+  }
+  ListKind entry_kind = check.kind;
+  if (check.kind == ListKind::kRi) {
+    list = CheckRiList(hive, key, diagnose, check);
+    if (list == 0) return check;
+    entry_kind = ListKindOfSignature(ReadU16(hive, list + 4));
+  } else {
+    CheckCount(key, ReadU16(hive, list + kListCount), diagnose, check);
+  }
+  CheckFirstEntry(hive, key, list, entry_kind, check);
+  return check;
+}
+
+bool ReadSubkeyList(const HiveImage& hive, uint32_t list, uint32_t& budget,
+                    std::vector<SubkeyEntry>& entries) {
+  if (!InsideHive(hive, list, kListEntries)) return false;
+  const ListKind kind = ListKindOfSignature(ReadU16(hive, list + 4));
+  if (kind == ListKind::kNone) return false;
+  if (kind != ListKind::kRi) return ReadPlainList(hive, list, kind, budget, entries);
+  const uint32_t wanted = ReadU16(hive, list + kListCount);
+  const uint32_t count = std::min({wanted, EntryRoom(hive, list, 4), budget});
+  budget -= count;
+  bool sound = count == wanted;
+  for (uint32_t i = 0; i < count; ++i) {
+    const uint32_t child = PositionOfOffset(hive, ReadU32(hive, list + kListEntries + 4 * i));
+    const bool readable = InsideHive(hive, child, kListEntries);
+    const ListKind child_kind =
+        readable ? ListKindOfSignature(ReadU16(hive, child + 4)) : ListKind::kNone;
+    // An "lf" child is against the rules, yet its entries say what they say.
+    sound = sound && (child_kind == ListKind::kLi || child_kind == ListKind::kLh);
+    if (child_kind == ListKind::kNone || child_kind == ListKind::kRi) continue;
+    sound = ReadPlainList(hive, child, child_kind, budget, entries) && sound;
+  }
+  return sound;
+}
+
+}  // namespace hivequarry

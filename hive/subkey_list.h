@@ -1,0 +1,65 @@
+// The "lf", "lh", "li" and "ri" cells: a key's subkeys.
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include "hive/image.h"
+
+namespace hivequarry {
+
+struct KeyNode;
+
+enum class ListKind : uint8_t { kNone = 0, kLf = 1, kLh = 2, kLi = 3, kRi = 4 };
+
+ListKind ListKindOfSignature(uint16_t signature);
+// Bytes per entry: 8 for "lf" and "lh", 4 for "li" and "ri".
+uint32_t ListEntrySize(ListKind kind);
+
+inline constexpr uint8_t kListFaultSignature = 2;  // no list signature
+inline constexpr uint8_t kListFaultRiChild = 4;    // an "ri" child that is neither "li" nor "lh"
+inline constexpr uint8_t kListFaultRiBounds = 8;   // the first "ri" child lies out of bounds
+inline constexpr uint8_t kListFaultCount = 128;    // the list's count is not the key's
+
+// Repair codes, the first fault met (0 when sound).
+inline constexpr uint16_t kRepairNoListSignature = 2;
+inline constexpr uint16_t kRepairRiChildSignature = 3;
+inline constexpr uint16_t kRepairCountDiffers = 512;
+inline constexpr uint16_t kRepairRiSumDiffers = 768;
+inline constexpr uint16_t kRepairRiChildBounds = 770;
+inline constexpr uint16_t kRepairRiLaterChildBounds = 771;
+inline constexpr uint16_t kRepairFirstEntryBounds = 786;
+inline constexpr uint16_t kRepairListNamesOwnKey = 788;
+
+// The diagnosis of a key's subkey list.
+struct SubkeyListCheck {
+  ListKind kind = ListKind::kNone;
+  uint32_t count = 0;              // entries that may be read
+  uint32_t first_entry = 0;        // position of the first subkey, 0 when unknown
+  uint8_t hint[4] = {0, 0, 0, 0};  // the first entry's hint or hash bytes
+  uint32_t ri_count = 0;           // child lists of an "ri"
+  uint32_t ri_first_child = 0;     // position of the first child list
+  uint8_t faults = 0;              // kListFault bits
+  uint16_t repair_code = 0;
+};
+
+// Reads the list header and first entry of `key` (its subkey_list and subkey_count fields). With
+// `diagnose` (recovery mode) the repair codes are set and an "ri" list's children are all visited.
+SubkeyListCheck CheckSubkeyList(const HiveImage& hive, const KeyNode& key, bool diagnose);
+
+// One entry of a subkey list.
+struct SubkeyEntry {
+  uint32_t key = 0;       // position of the key that the entry names; may lie anywhere
+  uint32_t position = 0;  // of the entry itself
+  uint32_t list = 0;      // position of the list cell that holds it ("lf", "lh" or "li")
+  ListKind kind = ListKind::kNone;
+};
+
+// Appends the entries of the list cell at `list`, "ri" lists resolved one level down, in list
+// order. A damaged list is read as far as its own count and the end of the image allow; at most
+// `budget` entries are read, and `budget` is lowered by what was read. False when something was
+// broken: no list there, an "ri" child that is no list, a list cut short.
+bool ReadSubkeyList(const HiveImage& hive, uint32_t list, uint32_t& budget,
+                    std::vector<SubkeyEntry>& entries);
+
+}  // namespace hivequarry

@@ -1,0 +1,35 @@
+// Dates and times as text: "2008/05/17, 13:02:09".
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "hive/image.h"
+
+namespace hivequarry {
+
+struct CalendarTime {
+  int year = 0, month = 0, day = 0, hour = 0, minute = 0, second = 0;
+  uint32_t fraction = 0;  // 100-ns units
+};
+// A FILETIME (100-ns units since 1601-01-01) as calendar fields, whatever its value.
+CalendarTime CalendarOfFileTime(uint64_t file_time);
+uint64_t FileTimeOfCalendar(const CalendarTime& calendar);
+
+// The FILETIME at a hive position, UTC; empty for a date that is not plausible (year 1988 to 2099).
+std::string FormatTimestamp(const HiveImage& hive, uint32_t position);
+// A FILETIME as checked above.
+std::string FormatTimestampChecked(uint64_t file_time);
+// A FILETIME pair, unchecked, as local time when `local`.
+std::string FormatTimestamp(uint64_t file_time, bool local);
+// A FILETIME that may be zero ("(not available)"), as local time.
+std::string FormatTimestampOrNone(uint64_t file_time);
+// A packed DOS date (low half) and time (high half), checked; empty when implausible.
+std::string FormatDosTimestamp(uint32_t dos_date_time);
+uint64_t FileTimeOfDos(uint32_t dos_date_time);
+// The form used in saved lists, from stored fields.
+std::string FormatCalendar(const CalendarTime& calendar);
+// ISO 8601 with seven decimals and "Z", as the console prints it.
+std::string FormatIso8601(uint64_t file_time);
+
+}  // namespace hivequarry

@@ -1,0 +1,180 @@
+#include "hive/value_key.h"
+
+#include <algorithm>
+
+#include "hive/cells.h"
+#include "hive/key_node.h"
+#include "host/host.h"
+
+namespace hivequarry {
+namespace {
+
+constexpr uint32_t kFixedNameRoom = 23;  // the name takes at most the cell's length less this
+constexpr uint32_t kMaxRawName = 510;
+constexpr uint32_t kBigDataCellLength = 16;
+
+// False when the name runs past the hive or is too long to be one.
+bool ReadName(const HiveImage& hive, uint32_t cell_room, ValueKey& value) {
+  const bool wide = value.flags == 0;
+  const uint32_t stored = std::min<uint32_t>(value.name_length, cell_room);
+  if (!InsideHive(hive, value.position, kValueName + stored)) return false;
+  const uint32_t characters = wide ? stored / 2 : stored;
+  if (characters >= kMaxValueName) return false;
+  uint8_t bytes[2 * kMaxValueName];
+  ReadBytes(hive, value.position + kValueName, bytes, wide ? characters * 2 : characters);
+  value.name.resize(characters);
+  for (uint32_t i = 0; i < characters; ++i) {
+    value.name[i] = wide ? NarrowUnit(LoadU16(bytes + 2 * i)) : static_cast<char>(bytes[i]);
+  }
+  return true;
+}
+
+void ReadLengthAndType(const HiveImage& hive, ValueKey& value) {
+  const uint32_t low = ReadU16(hive, value.position + kValueDataLength);
+  const uint32_t high = ReadU16(hive, value.position + kValueDataLength + 2);
+  value.data_length = high != 0 && high != 0x8000 ? high << 16 | low : low;
+  value.type = ReadU32(hive, value.position + kValueType);
+  value.flags = ReadU16(hive, value.position + kValueFlags);
+  value.inline_data = value.data_length <= 4;
+  value.data_position = value.position + kValueDataOffset;
+}
+
+// A "db" value: its segment list, and from there the segments one by one.
+struct Segments {
+  uint32_t list = 0;  // position of the first entry
+};
+
+// Position of the data in segment `index`, 0 when it cannot be located with `need` bytes in it.
+uint32_t SegmentPosition(const HiveImage& hive, const Segments& segments, uint32_t index,
+                         uint32_t need) {
+  const uint32_t entry = segments.list + 4 * index;
+  if (!InsideHive(hive, entry, 4)) return 0;
+  const uint32_t position = PositionOfOffset(hive, ReadU32(hive, entry)) + 4;
+  const bool inside = position >= 32 && position <= hive.last_valid;
+  return inside && InsideHive(hive, position, need) ? position : 0;
+}
+
+bool LocateSegments(const HiveImage& hive, const ValueKey& value, Segments& segments) {
+  segments.list = PositionOfOffset(hive, ReadU32(hive, value.data_position + 4)) + 4;
+  if (segments.list < 32 || segments.list > hive.last_valid) return false;
+  return SegmentPosition(hive, segments, 0, std::min(value.data_length, kBigDataSegment)) != 0;
+}
+
+// Finds data of five bytes or more and checks the cell that holds it.
+ValueStatus LocateData(const HiveImage& hive, ValueKey& value, Segments& segments) {
+  const uint32_t offset = ReadU32(hive, value.position + kValueDataOffset);
+  if (offset % 4 != 0) return ValueStatus::kDataOffset;
+  if (!hive.data_base_proven) return ValueStatus::kNoBase;
+  value.data_position = offset + hive.data_base + 4;
+  const uint32_t cell = value.data_position - 4;
+  if (cell > value.data_position || cell < hive.lower_bound) return ValueStatus::kDataOffset;
+  if (!InsideHive(hive, cell, 8)) return ValueStatus::kDataOffset;
+  const uint32_t size = ReadU32(hive, cell);
+  if (size >> 24 != 0xFF) return ValueStatus::kDataOffset;
+  const uint32_t length = CellLength(size);
+  if (value.data_length + 4 <= length) {
+    const bool inside = InsideHive(hive, value.data_position, value.data_length);
+    return inside ? ValueStatus::kRead : ValueStatus::kDataOffset;
+  }
+  const bool big = length == kBigDataCellLength && ReadU16(hive, cell + 4) == kSignatureDb;
+  if (!big) {
+    const bool inside = InsideHive(hive, value.data_position, value.data_length);
+    return inside ? ValueStatus::kDataLength : ValueStatus::kDataOffset;
+  }
+  value.big_data = true;
+  return LocateSegments(hive, value, segments) ? ValueStatus::kRead : ValueStatus::kDataOffset;
+}
+
+bool CopySegments(const HiveImage& hive, const ValueKey& value, const Segments& segments,
+                  std::vector<uint8_t>& data) {
+  uint32_t done = 0;
+  for (uint32_t index = 0; done < value.data_length; ++index) {
+    const uint32_t size = std::min(value.data_length - done, kBigDataSegment);
+    const uint32_t position = SegmentPosition(hive, segments, index, size);
+    if (position == 0) return false;
+    done += ReadBytes(hive, position, data.data() + done, size);
+  }
+  return true;
+}
+
+ValueStatus CopyData(const HiveImage& hive, const ValueKey& value, const Segments& segments,
+                     std::vector<uint8_t>& data) {
+  data.resize(value.data_length);
+  const bool copied = value.big_data ? CopySegments(hive, value, segments, data)
+                                     : ReadBytes(hive, value.data_position, data.data(),
+                                                 value.data_length) == value.data_length;
+  if (copied) return ValueStatus::kRead;
+  data.clear();
+  return ValueStatus::kDataOffset;
+}
+
+}  // namespace
+
+ValueKey ReadValueKey(const HiveImage& hive, uint32_t position, ValueRead how, uint32_t capacity,
+                      std::vector<uint8_t>* data) {
+  if (data != nullptr) data->clear();
+  ValueKey value;
+  if (position < hive.lower_bound || uint64_t{position} + 12 > hive.last_valid) return value;
+  value.position = position;
+  if (ReadU16(hive, position + 4) != kSignatureVk) {
+    value.status = ValueStatus::kNotAValue;
+    return value;
+  }
+  const uint32_t size = ReadU32(hive, position);
+  value.cell_length = CellLength(size);
+  value.allocated = IsAllocated(size);
+  value.name_length = ReadU16(hive, position + kValueNameLength);
+  ReadLengthAndType(hive, value);
+  const uint32_t room = value.cell_length < kFixedNameRoom ? 0 : value.cell_length - kFixedNameRoom;
+  if (how != ValueRead::kFields && !ReadName(hive, room, value)) return ValueKey();
+
+  Segments segments;
+  if (value.data_length >= kMaxValueData || value.data_length > capacity) {
+    value.status = ValueStatus::kTooLong;
+    return value;
+  }
+  value.status = value.inline_data ? ValueStatus::kRead : LocateData(hive, value, segments);
+  if (how == ValueRead::kData && value.status == ValueStatus::kRead && data != nullptr) {
+    value.status = CopyData(hive, value, segments, *data);
+  }
+  return value;
+}
+
+std::vector<uint8_t> ReadRawValueName(const HiveImage& hive, const ValueKey& value) {
+  std::vector<uint8_t> bytes(std::min<uint32_t>(value.name_length, kMaxRawName));
+  bytes.resize(ReadBytes(hive, value.position + kValueName, bytes.data(),
+                         static_cast<uint32_t>(bytes.size())));
+  return bytes;
+}
+
+std::string ValueNameUtf8(const HiveImage& hive, const ValueKey& value) {
+  const std::vector<uint8_t> raw = ReadRawValueName(hive, value);
+  std::u16string text;
+  const size_t step = value.flags == 0 ? 2 : 1;
+  for (size_t i = 0; i + step <= raw.size(); i += step) {
+    text.push_back(step == 2 ? LoadU16(raw.data() + i) : raw[i]);
+  }
+  return Utf8FromWide(text);
+}
+
+bool ReadValueList(const HiveImage& hive, uint32_t value_count, uint32_t value_list,
+                   uint32_t& budget, std::vector<uint32_t>& positions) {
+  constexpr uint32_t kNoList = 0xFFFFFFF8;
+  if (value_count == 0) return true;
+  if (value_list >= kNoList || !InCellBounds(hive, value_list)) return false;
+  // By the cell's own length where that is credible, else by the end of the image.
+  const uint32_t size = ReadU32(hive, value_list);
+  const uint32_t length = CellLength(size);
+  const bool credible =
+      IsAllocated(size) && length % 8 == 0 && length >= 8 && InsideHive(hive, value_list, length);
+  const uint32_t room = ((credible ? length : hive.length - value_list) - 4) / 4;
+  const uint32_t count = std::min({value_count, room, budget});
+  budget -= count;
+  for (uint32_t i = 0; i < count; ++i) {
+    const uint32_t value = PositionOfOffset(hive, ReadU32(hive, value_list + 4 + 4 * i));
+    positions.push_back(value != kNoOffset && InCellBounds(hive, value) ? value : kNoOffset);
+  }
+  return count == value_count;
+}
+
+}  // namespace hivequarry

@@ -1,0 +1,298 @@
+#include "hive/value_text.h"
+
+#include <algorithm>
+#include <cinttypes>
+#include <cstdio>
+
+#include "host/host.h"
+
+namespace hivequarry {
+namespace {
+
+// How a value's data are shown.
+enum class Presentation { kText, kDword, kBinary };
+
+constexpr const char* kTypeNames[] = {"REG_NONE",
+                                      "REG_SZ",
+                                      "REG_EXPAND_SZ",
+                                      "REG_BINARY",
+                                      "REG_DWORD",
+                                      "REG_DWORD_BIG_ENDIAN",
+                                      "REG_LINK",
+                                      "REG_MULTI_SZ",
+                                      "REG_RESOURCE_LIST",
+                                      "REG_FULL_RESOURCE_DESCRIPTOR",
+                                      "REG_RESOURCE_REQUIREMENTS_LIST",
+                                      "REG_QWORD"};
+constexpr char kUpperDigits[] = "0123456789ABCDEF";
+constexpr char kLowerDigits[] = "0123456789abcdef";
+constexpr size_t kNoLimit = SIZE_MAX;
+constexpr size_t kPreviewWidth = 48;  // of a binary preview: sixteen bytes
+constexpr size_t kDumpBytes = 8;      // per line of a hex dump
+
+Presentation PresentationOf(uint32_t type, size_t length) {
+  switch (type) {
+    case kRegDword:
+      return length == 4 ? Presentation::kDword : Presentation::kBinary;
+    case kRegSz:
+    case kRegExpandSz:
+    case kRegDwordBigEndian:
+    case kRegLink:
+    case kRegMultiSz:
+      return Presentation::kText;
+    default:
+      return Presentation::kBinary;
+  }
+}
+
+bool IsUtf16Type(uint32_t type) {
+  return type == kRegSz || type == kRegExpandSz || type == kRegMultiSz;
+}
+
+// An odd last byte counts as a unit of its own.
+size_t UnitCount(std::span<const uint8_t> data) { return (data.size() + 1) / 2; }
+
+char16_t UnitAt(std::span<const uint8_t> data, size_t index) {
+  const uint32_t high = 2 * index + 1 < data.size() ? data[2 * index + 1] : 0U;
+  return static_cast<char16_t>(data[2 * index] | high << 8);
+}
+
+uint8_t NarrowOf(const CodePage& page, char16_t unit) {
+  const uint8_t byte = page.byte_of_wide[unit];
+  return byte == 0 && unit != 0 ? uint8_t{'?'} : byte;
+}
+
+// At most `limit` characters of a string's text, zeros kept.
+std::string StringText(std::span<const uint8_t> data, size_t limit) {
+  const CodePage& page = *CurrentHost().code_page;
+  std::string text(std::min(UnitCount(data), limit), '\0');
+  for (size_t i = 0; i < text.size(); ++i) {
+    text[i] = static_cast<char>(NarrowOf(page, UnitAt(data, i)));
+  }
+  return text;
+}
+
+// At most `limit` characters of a multi-string's text. Units below 0x100 are taken as bytes without
+// asking the code page. Without `keep_zeros` each terminator is a blank, and the zero that ends the
+// whole list is left out.
+std::string MultiStringText(std::span<const uint8_t> data, size_t limit, bool keep_zeros) {
+  const CodePage& page = *CurrentHost().code_page;
+  const size_t units = UnitCount(data);
+  std::string text(std::min(units, limit), '\0');
+  bool after_zero = false;
+  for (size_t i = 0; i < text.size(); ++i) {
+    const char16_t unit = UnitAt(data, i);
+    if (unit == 0 && after_zero && i + 1 == units && !keep_zeros) {
+      text.pop_back();
+      break;
+    }
+    const uint8_t byte = unit < 0x100 ? static_cast<uint8_t>(unit) : NarrowOf(page, unit);
+    text[i] = unit == 0 && !keep_zeros ? ' ' : static_cast<char>(byte);
+    after_zero = unit == 0;
+  }
+  return text;
+}
+
+std::string RawText(std::span<const uint8_t> data, size_t limit) {
+  const size_t count = std::min(data.size(), limit);
+  return std::string(data.begin(), data.begin() + static_cast<ptrdiff_t>(count));
+}
+
+std::string DwordText(std::span<const uint8_t> data) {
+  const uint32_t number = LoadU32(data.data());
+  char text[32];
+  std::snprintf(text, sizeof text, "0x%08" PRIX32 " (%" PRIu32 ")", number, number);
+  return text;
+}
+
+std::string BinaryPreview(std::span<const uint8_t> data) {
+  if (data.empty()) return "(zero length)";
+  std::string text;
+  for (size_t i = 0; i < data.size() && 3 * i + 1 < kPreviewWidth; ++i) {
+    text += {kUpperDigits[data[i] >> 4], kUpperDigits[data[i] & 15], ' '};
+  }
+  if (text.size() < 3 * data.size()) text.replace(text.size() - 3, 3, "...");
+  return text;
+}
+
+// The text that a preview starts from: one character more than it shows, so that it can tell
+// whether something was left out.
+std::string PreviewSource(uint32_t type, std::span<const uint8_t> data, bool wide) {
+  constexpr size_t kLimit = kPreviewLength + 1;
+  if (!IsUtf16Type(type)) {
+    // Bytes as they stand; yet a wide length is counted in characters.
+    const size_t count = wide && data.size() > 1 ? UnitCount(data) : data.size();
+    return RawText(data.first(count), kLimit);
+  }
+  std::string text;
+  if (!wide) {
+    text = RawText(data, kLimit);
+  } else if (type == kRegMultiSz) {
+    return MultiStringText(data, kLimit, false);
+  } else {
+    text = StringText(data, kLimit);
+  }
+  text.resize(std::min(text.size(), text.find('\0')));
+  return text;
+}
+
+std::string TextPreview(uint32_t type, std::span<const uint8_t> data, bool wide) {
+  std::string text = PreviewSource(type, data, wide);
+  if (text.size() > kPreviewLength) {
+    text.resize(kPreviewLength);
+    text.replace(kPreviewLength - 3, 3, "...");
+  } else if (!text.empty() && text.back() == '\0') {
+    text.pop_back();
+  }
+  for (char& character : text) {
+    if (static_cast<uint8_t>(character) < 32) character = ' ';
+  }
+  return text;
+}
+
+// "Type 1, Value 0x1078, Data 0x1090, Length 4": the position shown for data in a cell of their own
+// is the cell's.
+std::string DetailHeader(const ValueKey& value, size_t length) {
+  const uint32_t data = value.data_length > 4 ? value.data_position - 4 : value.data_position;
+  char text[96];
+  int used =
+      std::snprintf(text, sizeof text, "Type %" PRId32 ", Value 0x%" PRIX32 ", Data 0x%" PRIX32,
+                    static_cast<int32_t>(value.type), value.position, data);
+  std::string header(text, static_cast<size_t>(used));
+  const auto shown = static_cast<uint32_t>(length);
+  used = length <= 9 ? std::snprintf(text, sizeof text, ", Length %" PRIX32 "\r\n", shown)
+                     : std::snprintf(text, sizeof text, ", Length 0x%" PRIX32 " (%" PRIu32 ")\r\n",
+                                     shown, shown);
+  return header.append(text, static_cast<size_t>(used));
+}
+
+std::string DetailText(const ValueKey& value, std::span<const uint8_t> data) {
+  if (data.empty()) return DetailHeader(value, 0);
+  if (value.type == kRegSz || value.type == kRegExpandSz) {
+    const std::string text = DataText(value.type, data);
+    // A zero inside means that there is more than a text: the bytes are shown instead.
+    if (text.find('\0') == std::string::npos) return DetailHeader(value, text.size()) + text;
+  }
+  if (PresentationOf(value.type, data.size()) == Presentation::kDword) {
+    return DetailHeader(value, data.size()) + DwordText(data);
+  }
+  return DetailHeader(value, data.size()) + HexDump(data);
+}
+
+// Writes one line of a dump and returns its end.
+char* DumpLine(std::span<const uint8_t> bytes, size_t offset, int digits, char* out) {
+  while (offset >> 4 * digits != 0) ++digits;
+  for (int digit = digits - 1; digit >= 0; --digit) *out++ = kUpperDigits[offset >> 4 * digit & 15];
+  *out++ = ' ';
+  for (const uint8_t byte : bytes) {
+    *out++ = kLowerDigits[byte >> 4];
+    *out++ = kLowerDigits[byte & 15];
+    *out++ = ' ';
+  }
+  out = std::fill_n(out, 3 * (kDumpBytes - bytes.size()) + 1, ' ');
+  for (const uint8_t byte : bytes) *out++ = byte < 32 ? '.' : static_cast<char>(byte);
+  *out++ = '\r';
+  *out++ = '\n';
+  return out;
+}
+
+}  // namespace
+
+std::string TypeName(uint32_t type) {
+  if (type < std::size(kTypeNames)) return kTypeNames[type];
+  char text[16];
+  std::snprintf(text, sizeof text, "0x%" PRIx32, type);
+  return text;
+}
+
+std::string DataText(uint32_t type, std::span<const uint8_t> data, bool keep_zeros) {
+  if (type == kRegMultiSz) return MultiStringText(data, kNoLimit, keep_zeros);
+  if (!IsUtf16Type(type)) return RawText(data, kNoLimit);
+  std::string text = StringText(data, kNoLimit);
+  if (!keep_zeros && !text.empty() && text.back() == '\0') text.pop_back();
+  return text;
+}
+
+std::string DataPreview(uint32_t type, std::span<const uint8_t> data, bool wide) {
+  switch (PresentationOf(type, data.size())) {
+    case Presentation::kDword:
+      return DwordText(data);
+    case Presentation::kText:
+      return TextPreview(type, data, wide);
+    default:
+      return BinaryPreview(data);
+  }
+}
+
+std::string ValueDataText(const ValueKey& value, std::span<const uint8_t> data) {
+  switch (value.status) {
+    case ValueStatus::kRead:
+      return DataPreview(value.type, data, true);
+    case ValueStatus::kDataOffset:
+      return "Data Offset Error";
+    case ValueStatus::kDataLength:
+      return "ERR_DATALEN";
+    case ValueStatus::kNoBase:
+      return "ERR_BINVAL";
+    default:
+      return {};
+  }
+}
+
+bool IsListed(ValueStatus status) {
+  return status == ValueStatus::kRead || status == ValueStatus::kDataOffset ||
+         status == ValueStatus::kDataLength || status == ValueStatus::kNoBase;
+}
+
+std::string ValueDisplayName(const ValueKey& value) {
+  return value.name_length == 0 ? "(Default value)" : value.name;
+}
+
+int IconOfValue(const ValueKey& value) {
+  ValueIcon icon = ValueIcon::kBinary;
+  const Presentation presentation = PresentationOf(value.type, value.data_length);
+  if (presentation == Presentation::kText) icon = ValueIcon::kString;
+  if (presentation == Presentation::kDword) icon = ValueIcon::kDword;
+  const bool marker = IsListed(value.status) && value.status != ValueStatus::kRead;
+  return static_cast<int>(icon) + (marker ? kErrorIconStep : 0);
+}
+
+ValueDetailText ValueDetail(const HiveImage& hive, uint32_t position) {
+  std::vector<uint8_t> data;
+  const ValueKey value = ReadValueKey(hive, position, ValueRead::kData, kMaxValueData, &data);
+  if (value.status != ValueStatus::kRead) return {value.status, {}};
+  return {value.status, DetailText(value, data)};
+}
+
+std::string ValueDetailName(const HiveImage& hive, uint32_t position) {
+  const ValueKey value = ReadValueKey(hive, position, ValueRead::kName, 0, nullptr);
+  std::string text;
+  text.reserve(value.name.size());
+  for (const char character : value.name) {
+    if (character == '\r') {
+      text += "\\r";
+    } else if (character == '\n') {
+      text += "\\n";
+    } else {
+      text += character;
+    }
+  }
+  return text;
+}
+
+std::string HexDump(std::span<const uint8_t> data) {
+  // Room for an offset of 8 digits and a blank, 3 characters a byte, the blank in front of the
+  // character column, that column, and the line end.
+  constexpr size_t kLineRoom = 9 + 3 * kDumpBytes + 1 + kDumpBytes + 2;
+  const int digits = data.size() < 0x10000 ? 4 : 5;
+  std::string text((data.size() + kDumpBytes - 1) / kDumpBytes * kLineRoom, '\0');
+  char* out = text.data();
+  for (size_t offset = 0; offset < data.size(); offset += kDumpBytes) {
+    const size_t count = std::min(kDumpBytes, data.size() - offset);
+    out = DumpLine(data.subspan(offset, count), offset, digits, out);
+  }
+  text.resize(static_cast<size_t>(out - text.data()));
+  return text;
+}
+
+}  // namespace hivequarry

@@ -1,0 +1,65 @@
+// Values as text: type names, the one-line preview, the detail view, error markers.
+// Texts are single-byte code-page text.
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <string>
+#include <string_view>
+
+#include "hive/value_key.h"
+
+namespace hivequarry {
+
+inline constexpr uint32_t kRegNone = 0;
+inline constexpr uint32_t kRegSz = 1;
+inline constexpr uint32_t kRegExpandSz = 2;
+inline constexpr uint32_t kRegBinary = 3;
+inline constexpr uint32_t kRegDword = 4;
+inline constexpr uint32_t kRegDwordBigEndian = 5;
+inline constexpr uint32_t kRegLink = 6;
+inline constexpr uint32_t kRegMultiSz = 7;
+inline constexpr uint32_t kRegQword = 11;
+
+inline constexpr size_t kPreviewLength = 250;
+
+// "REG_SZ" and so on; an unknown code as "0x%x".
+std::string TypeName(uint32_t type);
+
+// The text of string data (types 1, 2 and 7): UTF-16 converted through the code page. Types 1 and 2
+// as a whole, an inner zero kept; type 7 with each terminator a single space, and with
+// `keep_zeros` (export, comparison) the zeros kept. Other types: the bytes as they stand.
+std::string DataText(uint32_t type, std::span<const uint8_t> data, bool keep_zeros = false);
+
+// The one-line preview, at most kPreviewLength characters. `wide` says that the data of a text type
+// is UTF-16, as it is in a hive.
+std::string DataPreview(uint32_t type, std::span<const uint8_t> data, bool wide);
+
+// What the lists show for a value: the preview, "Data Offset Error", "ERR_DATALEN" or "ERR_BINVAL";
+// empty for a status that lists nothing.
+std::string ValueDataText(const ValueKey& value, std::span<const uint8_t> data);
+// True when a value of this status is listed (as data or as a marker).
+bool IsListed(ValueStatus status);
+
+// The name as listed: "(Default value)" when it has none.
+std::string ValueDisplayName(const ValueKey& value);
+
+// Icons of the value list, in the order of its image list. A marker row's icon is the type's icon
+// plus kErrorIconStep.
+enum class ValueIcon : int { kFolder = 0, kString = 1, kDword = 2, kBinary = 3 };
+inline constexpr int kErrorIconStep = 6;
+int IconOfValue(const ValueKey& value);
+
+// The detail view: a header line, then the data as text, number or hex dump ("\r\n" line ends).
+struct ValueDetailText {
+  ValueStatus status = ValueStatus::kEmpty;  // other than kRead: there is no text
+  std::string text;
+};
+ValueDetailText ValueDetail(const HiveImage& hive, uint32_t position);
+// Name only, carriage return and line feed as "\r" and "\n".
+std::string ValueDetailName(const HiveImage& hive, uint32_t position);
+
+// The hex dump of the detail view: 8 bytes a line.
+std::string HexDump(std::span<const uint8_t> data);
+
+}  // namespace hivequarry

@@ -1,0 +1,66 @@
+#include "host/files.h"
+
+#include <cerrno>
+#include <filesystem>
+#include <system_error>
+
+#include "host/host.h"
+
+namespace hivequarry {
+namespace {
+
+std::filesystem::path PathOf(const std::string& name) {
+#ifdef _WIN32
+  const std::u16string wide = WideFromUtf8(name);
+  return std::filesystem::path(std::wstring(wide.begin(), wide.end()));
+#else
+  return std::filesystem::path(name);
+#endif
+}
+
+}  // namespace
+
+std::FILE* OpenFile(const std::string& name, const char* mode, int& error) {
+  const std::filesystem::path path = PathOf(name);
+  std::error_code ignored;
+  if (std::filesystem::is_directory(path, ignored)) {
+    // Opening a folder for reading succeeds on some platforms and then reads nothing.
+#ifdef _WIN32
+    error = EACCES;
+#else
+    error = EISDIR;
+#endif
+    return nullptr;
+  }
+  errno = 0;
+#ifdef _WIN32
+  const std::string narrow_mode = mode;
+  std::FILE* stream =
+      _wfopen(path.c_str(), std::wstring(narrow_mode.begin(), narrow_mode.end()).c_str());
+#else
+  std::FILE* stream = std::fopen(path.c_str(), mode);
+#endif
+  error = stream != nullptr ? 0 : errno;
+  return stream;
+}
+
+bool SeekFile(std::FILE* stream, uint64_t position) {
+#ifdef _WIN32
+  return _fseeki64(stream, static_cast<int64_t>(position), SEEK_SET) == 0;
+#else
+  return fseeko(stream, static_cast<off_t>(position), SEEK_SET) == 0;
+#endif
+}
+
+int64_t FileSize(std::FILE* stream) {
+#ifdef _WIN32
+  if (_fseeki64(stream, 0, SEEK_END) != 0) return -1;
+  const int64_t size = _ftelli64(stream);
+#else
+  if (fseeko(stream, 0, SEEK_END) != 0) return -1;
+  const int64_t size = ftello(stream);
+#endif
+  return SeekFile(stream, 0) ? size : -1;
+}
+
+}  // namespace hivequarry

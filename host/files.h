@@ -1,0 +1,17 @@
+// Files by UTF-8 name, the same on every platform.
+#pragma once
+
+#include <cstdint>
+#include <cstdio>
+#include <string>
+
+namespace hivequarry {
+
+// Opens with the given fopen mode; on failure null with `error` set to an errno value. A folder is
+// refused on every platform (EISDIR, or what the platform reports for it).
+std::FILE* OpenFile(const std::string& name, const char* mode, int& error);
+// 64-bit seek from the start and length of an open file; false (or -1) on failure.
+bool SeekFile(std::FILE* stream, uint64_t position);
+int64_t FileSize(std::FILE* stream);
+
+}  // namespace hivequarry

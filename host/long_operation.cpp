@@ -1,0 +1,44 @@
+#include "host/long_operation.h"
+
+#include "host/host.h"
+
+namespace hivequarry {
+
+LongOperation& TheLongOperation() {
+  static LongOperation operation;
+  return operation;
+}
+
+bool BeginOperation(int code) {
+  LongOperation& operation = TheLongOperation();
+  bool idle = false;
+  if (!operation.worker_busy.compare_exchange_strong(idle, true)) return false;
+  operation.running = code;
+  return true;
+}
+
+void EndOperation() {
+  LongOperation& operation = TheLongOperation();
+  operation.running = 0;
+  operation.worker_busy = false;
+}
+
+void RequestStop() { TheLongOperation().running = 0; }
+
+bool StopCommand() {
+  constexpr int kBackupStoppable = 200;  // steps of its counter
+  LongOperation& operation = TheLongOperation();
+  if (operation.backup && operation.backup_progress < kBackupStoppable) return false;
+  const int running = operation.running;
+  if (running == 0 && !operation.backup) return false;
+  const bool quiet = running == kOperationQuietA || running == kOperationQuietB;
+  if (!quiet && ShowMessage("Stop current Process ?", kProgramName, Icon::kQuestion,
+                            Buttons::kYesNo) != Answer::kYes) {
+    return false;
+  }
+  operation.running = 0;
+  operation.backup = false;
+  return true;
+}
+
+}  // namespace hivequarry
