@@ -1,0 +1,28 @@
+// The desktop program's command line.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace hivequarry {
+
+struct CommandLine {
+  std::string file;           // hive (or Report List) to open, without quotes; empty for none
+  bool has_range = false;
+  uint32_t start_offset = 0;  // partial range
+  uint32_t end_offset = 0;
+  int open_mode = 0;          // 2 or 3 by the switch letter
+  char switch_letter = 0;     // as given behind "/"
+  // An unattended backup: hive selectors in upper case, and the folder. Both set, or none.
+  std::vector<std::string> backup_hives;
+  std::string backup_folder;
+  bool backup_weekly = false;
+  bool backup_monthly = false;
+};
+
+// Parses the text behind the program's own name. A line of 520 characters or more is ignored.
+CommandLine ParseCommandLine(std::string_view line);
+
+}  // namespace hivequarry

@@ -1,0 +1,185 @@
+#include "cli/commands.h"
+
+#include <charconv>
+#include <cstdio>
+#include <cstring>
+#include <string_view>
+
+#include "hive/image.h"
+#include "hive/key_tree.h"
+#include "host/files.h"
+#include "host/host.h"
+#include "host/long_operation.h"
+#include "lists/list_writers.h"
+#include "recovery/image_tree.h"
+#include "reports/hive_lists.h"
+
+namespace hivequarry {
+namespace {
+
+// A hive opened for one command.
+struct OpenedHive {
+  HiveImage* hive = nullptr;
+  KeyTree tree;
+  ImageSummary summary;
+};
+
+void Complain(const std::string& text) {
+  std::fprintf(stderr, "%s: %s\n", kProgramName, text.c_str());
+}
+
+// An image in which nothing at all was found is held against the strict check, so that its user
+// learns why the list is empty.
+bool LooksLikeNoHive(const OpenedHive& opened) {
+  const ImageSummary& found = opened.summary;
+  return found.keys == 0 && found.values == 0 && found.bins == 0;
+}
+
+int CheckFormat(OpenedHive& opened) {
+  int error = 0;
+  std::FILE* stream = OpenFile(opened.hive->file_name, "rb", error);
+  if (stream == nullptr) return kExitUnreadable;
+  const bool valid = ValidateHive(*opened.hive, stream);
+  std::fclose(stream);
+  return valid ? kExitDone : kExitFailed;
+}
+
+int Open(const ConsoleRequest& request, OpenedHive& opened) {
+  HiveTable& table = TheHiveTable();
+  table.start_offset = request.start_offset;
+  table.end_offset = request.end_offset;
+  const int slot = OpenHive(request.hive, true);
+  if (slot < 0) return StopRequested() ? kExitFailed : kExitUnreadable;
+  opened.hive = &table.slots[static_cast<size_t>(slot)];
+  BuildOptions options;
+  options.disconnected_values = request.disconnected_values;
+  options.root_path = request.root_path;
+  opened.summary = BuildImageTree(*opened.hive, options, opened.tree);
+  if (opened.summary.stopped) return kExitFailed;
+  return LooksLikeNoHive(opened) ? CheckFormat(opened) : kExitDone;
+}
+
+// "@4660" or "@0x1234".
+bool ParsePosition(std::string_view text, uint32_t& position) {
+  if (!text.starts_with('@')) return false;
+  text.remove_prefix(1);
+  const bool hex = text.starts_with("0x") || text.starts_with("0X");
+  if (hex) text.remove_prefix(2);
+  const char* end = text.data() + text.size();
+  const auto [last, error] = std::from_chars(text.data(), end, position, hex ? 16 : 10);
+  return error == std::errc() && last == end;
+}
+
+bool WriteList(const ConsoleRequest& request, const OutputList& list, std::FILE* out) {
+  const TextSink plain = [out](std::string_view text) {
+    return std::fwrite(text.data(), 1, text.size(), out) == text.size();
+  };
+  if (request.format == Format::kCsv) return WriteListCsv(list, plain);
+  if (request.format == Format::kJsonLines) return WriteListJsonLines(list, plain);
+  // Everything that the console program prints is UTF-8.
+  return WriteListText(list,
+                       [&plain](std::string_view text) { return plain(Utf8FromNarrow(text)); });
+}
+
+int PrintList(const ConsoleRequest& request, const OutputList& list) {
+  std::FILE* out = stdout;
+  int error = 0;
+  if (!request.output.empty()) out = OpenFile(request.output, "wb", error);
+  if (out == nullptr) {
+    Complain("Could Not Open or Create File " + request.output + " (" + std::strerror(error) + ")");
+    return kExitFailed;
+  }
+  bool written = WriteList(request, list, out);
+  written = std::fflush(out) == 0 && written;
+  if (out != stdout) written = std::fclose(out) == 0 && written;
+  if (!written && !StopRequested()) Complain("Could not write the list");
+  return written ? kExitDone : kExitFailed;
+}
+
+// The item that the request's key names; the root without one. False after a message.
+bool FindKey(const ConsoleRequest& request, const OpenedHive& opened, uint32_t& item) {
+  item = 0;
+  if (request.key.empty()) return true;
+  uint32_t position = 0;
+  if (ParsePosition(request.key, position)) {
+    item = ItemOfPosition(opened.tree, position);
+  } else {
+    // Paths are shown as UTF-8 and held in the code page.
+    const std::string path = NarrowText(WideFromUtf8(request.key));
+    item = FindItemByPath(*opened.hive, opened.tree, path);
+  }
+  if (item == kNoItem) Complain("No key " + request.key);
+  return item != kNoItem;
+}
+
+int Info(const ConsoleRequest& request) {
+  OpenedHive opened;
+  const int status = Open(request, opened);
+  if (opened.hive == nullptr || opened.summary.stopped) return status;
+  const int printed = PrintList(request, *ListImageInfo(*opened.hive, opened.summary));
+  return status != kExitDone ? status : printed;
+}
+
+int Tree(const ConsoleRequest& request) {
+  OpenedHive opened;
+  const int status = Open(request, opened);
+  if (status != kExitDone) return status;
+  uint32_t item = 0;
+  if (!FindKey(request, opened, item)) return kExitFailed;
+  return PrintList(request, *ListKeyTree(*opened.hive, opened.tree, item));
+}
+
+int Values(const ConsoleRequest& request) {
+  OpenedHive opened;
+  const int status = Open(request, opened);
+  if (status != kExitDone) return status;
+  ValueListOptions options;
+  options.raw = request.raw;
+  if (request.disconnected_only) {
+    return PrintList(request, *ListDisconnectedValues(*opened.hive, opened.tree, options));
+  }
+  uint32_t item = kNoItem;
+  if (!request.key.empty() && !FindKey(request, opened, item)) return kExitFailed;
+  return PrintList(request, *ListKeyValues(*opened.hive, opened.tree, item, options));
+}
+
+int Detail(const ConsoleRequest& request) {
+  OpenedHive opened;
+  const int status = Open(request, opened);
+  if (status != kExitDone) return status;
+  uint32_t position = 0;
+  if (!ParsePosition(request.key, position)) {
+    uint32_t item = 0;
+    if (!FindKey(request, opened, item)) return kExitFailed;
+    position = opened.tree.items[item].position;
+  }
+  const OutputListPtr list = ListDetail(*opened.hive, opened.tree, position);
+  if (list == nullptr) {
+    Complain("No key and no value at " + request.key);
+    return kExitFailed;
+  }
+  return PrintList(request, *list);
+}
+
+int Bins(const ConsoleRequest& request) {
+  OpenedHive opened;
+  const int status = Open(request, opened);
+  if (status != kExitDone) return status;
+  return PrintList(request, *ListBlocks(*opened.hive));
+}
+
+}  // namespace
+
+ConsoleCommand FindConsoleCommand(const std::string& name) {
+  constexpr struct {
+    const char* name;
+    ConsoleCommand command;
+  } kCommands[] = {
+      {"info", Info}, {"tree", Tree}, {"values", Values}, {"detail", Detail}, {"bins", Bins}};
+  for (const auto& [known, command] : kCommands) {
+    if (name == known) return command;
+  }
+  return nullptr;
+}
+
+}  // namespace hivequarry

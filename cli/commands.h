@@ -1,0 +1,38 @@
+// The console program's commands: each opens the hive, fills an Output List, and prints it.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "cli/console_host.h"
+
+namespace hivequarry {
+
+enum class Format { kText, kCsv, kJsonLines };
+
+// Exit statuses.
+inline constexpr int kExitDone = 0;
+inline constexpr int kExitFailed = 1;  // the operation failed or was stopped
+inline constexpr int kExitUsage = 2;
+inline constexpr int kExitUnreadable = 3;  // the file can't be read
+
+struct ConsoleRequest {
+  std::string hive;  // file name, UTF-8
+  std::string key;   // key path, or "@OFFSET"; empty for none
+  uint32_t start_offset = 0;
+  uint32_t end_offset = 0;  // 0: no range
+  std::string root_path;
+  Format format = Format::kText;
+  std::string output;               // file to write, empty for stdout
+  bool disconnected_values = true;  // look for them
+  bool disconnected_only = false;   // "values --disconnected"
+  bool raw = false;
+  ConsoleOptions console;
+};
+
+using ConsoleCommand = int (*)(const ConsoleRequest& request);
+
+// The commands by name; null when there is none of that name.
+ConsoleCommand FindConsoleCommand(const std::string& name);
+
+}  // namespace hivequarry

@@ -1,0 +1,87 @@
+#include "cli/console_host.h"
+
+#include <cstdio>
+#include <ctime>
+#include <string>
+
+#include "host/host.h"
+
+namespace hivequarry {
+namespace {
+
+struct ConsoleState {
+  uint32_t steps = 0;  // of the progress range in force
+  uint32_t shown = 0;  // percent shown last
+};
+
+ConsoleState& State() {
+  static ConsoleState state;
+  return state;
+}
+
+const ConsoleOptions& Options(void* context) { return *static_cast<ConsoleOptions*>(context); }
+
+std::string OneLine(const char* text) {
+  std::string line;
+  for (const char* c = text; *c != '\0'; ++c) {
+    if (*c == '\r') continue;
+    line += *c == '\n' ? ' ' : *c;
+  }
+  return line;
+}
+
+Answer ConsoleMessage(void* context, const char* text, const char* title, Icon, Buttons buttons) {
+  const ConsoleOptions& options = Options(context);
+  const bool question = buttons == Buttons::kYesNo || buttons == Buttons::kYesNoCancel;
+  if (!options.quiet) {
+    const char* answer = !question ? "" : options.yes ? " Yes" : " No";
+    std::fprintf(stderr, "%s: %s%s\n", title, OneLine(text).c_str(), answer);
+  }
+  if (question) return options.yes ? Answer::kYes : Answer::kNo;
+  return Answer::kOk;
+}
+
+void ConsoleStatus(void* context, const char* text) {
+  if (Options(context).progress && *text != '\0') std::fprintf(stderr, "%s\n", text);
+}
+
+void ConsoleProgress(void* context, uint32_t position) {
+  ConsoleState& state = State();
+  if (!Options(context).progress || state.steps == 0) return;
+  const auto percent = static_cast<uint32_t>(uint64_t{position} * 100 / state.steps);
+  if (percent < state.shown + 10) return;  // ten lines a phase are enough
+  state.shown = percent;
+  std::fprintf(stderr, "%u%%\n", percent);
+}
+
+// Seconds between the local time and UTC at a FILETIME.
+uint64_t ConsoleLocalTime(void*, uint64_t utc) {
+  constexpr uint64_t kUnixEpoch = 116444736000000000;
+  constexpr uint64_t kTicks = 10000000;
+  if (utc < kUnixEpoch) return utc;
+  const auto seconds = static_cast<time_t>((utc - kUnixEpoch) / kTicks);
+  std::tm local = {};
+#ifdef _WIN32
+  if (localtime_s(&local, &seconds) != 0) return utc;
+  const time_t shifted = _mkgmtime(&local);
+#else
+  if (localtime_r(&seconds, &local) == nullptr) return utc;
+  const time_t shifted = timegm(&local);
+#endif
+  return utc + static_cast<uint64_t>(shifted - seconds) * kTicks;
+}
+
+}  // namespace
+
+void SetConsoleHost(ConsoleOptions& options) {
+  Host host = NullHost();
+  host.context = &options;
+  host.message = ConsoleMessage;
+  host.status = ConsoleStatus;
+  host.progress_range = [](void*, uint32_t steps) { State() = {steps, 0}; };
+  host.progress_position = ConsoleProgress;
+  host.local_time = ConsoleLocalTime;
+  SetHost(host);
+}
+
+}  // namespace hivequarry

@@ -1,0 +1,297 @@
+#include "lists/output_list.h"
+
+#include <algorithm>
+#include <array>
+#include <bit>
+#include <cstring>
+#include <new>
+
+#include "host/host.h"
+#include "host/long_operation.h"
+
+namespace hivequarry {
+namespace {
+
+// A row is one blob: this head, the last-write time (only of a row about a key), the end of each
+// text counted from the first text's start, and the texts. The texts are the cells, empty ones at
+// the end left out, and behind them path, name and bytes when the row has any of these. Ends take
+// two bytes each, four when the texts are longer than that.
+struct RowHead {
+  uint32_t datum;
+  int16_t icon;
+  uint8_t cells;
+  uint8_t flags;
+};
+static_assert(sizeof(RowHead) == 8);
+
+constexpr uint8_t kHasDatum = 1;
+constexpr uint8_t kAboutKey = 2;
+constexpr uint8_t kHasFacts = 4;
+constexpr uint8_t kWideEnds = 8;
+constexpr int kFactTexts = 3;
+constexpr int kMaxTexts = kMaxOwnColumns + kFactTexts;
+
+constexpr size_t kFirstChunk = 4096;
+constexpr size_t kLargestChunk = size_t{1} << 20;
+
+// Row pointers stand in blocks that double in size, so that none ever moves: block b holds
+// kFirstBlock << b of them.
+constexpr uint32_t kFirstBlock = 256;
+constexpr int kBlockCount = 24;
+constexpr uint32_t kMaxRows = kFirstBlock * ((1U << kBlockCount) - 1);
+
+struct RowPlace {
+  int block;
+  uint32_t index;
+};
+
+RowPlace PlaceOfRow(uint32_t row) {
+  const uint32_t units = row / kFirstBlock + 1;
+  const int block = std::bit_width(units) - 1;
+  return {block, row - kFirstBlock * ((1U << block) - 1)};
+}
+
+using Bytes = std::unique_ptr<char[]>;
+
+Bytes TryAllocate(size_t size) { return Bytes(new (std::nothrow) char[size]); }
+
+// A row's texts, laid out for writing.
+struct RowLayout {
+  RowHead head{};
+  std::array<std::string_view, kMaxTexts> texts;
+  int text_count = 0;
+  size_t text_bytes = 0;
+  size_t end_size = 2;
+  size_t size = 0;  // of the blob
+};
+
+// A blob's parts, found again for reading.
+struct RowView {
+  RowHead head;
+  uint64_t last_write = 0;
+  const char* ends;
+  const char* texts;
+  size_t end_size;
+};
+
+uint32_t EndAt(const RowView& view, int text) {
+  if (view.end_size == 2) {
+    uint16_t end = 0;
+    std::memcpy(&end, view.ends + 2 * text, 2);
+    return end;
+  }
+  uint32_t end = 0;
+  std::memcpy(&end, view.ends + 4 * text, 4);
+  return end;
+}
+
+std::string_view TextAt(const RowView& view, int text) {
+  const uint32_t start = text == 0 ? 0 : EndAt(view, text - 1);
+  return {view.texts + start, EndAt(view, text) - start};
+}
+
+RowView ViewOfBlob(const char* blob) {
+  RowView view{};
+  std::memcpy(&view.head, blob, sizeof view.head);
+  blob += sizeof view.head;
+  if ((view.head.flags & kAboutKey) != 0) {
+    std::memcpy(&view.last_write, blob, sizeof view.last_write);
+    blob += sizeof view.last_write;
+  }
+  const int texts = view.head.cells + ((view.head.flags & kHasFacts) != 0 ? kFactTexts : 0);
+  view.end_size = (view.head.flags & kWideEnds) != 0 ? 4 : 2;
+  view.ends = blob;
+  view.texts = blob + static_cast<size_t>(texts) * view.end_size;
+  return view;
+}
+
+RowLayout LayOut(const NewRow& row, size_t columns) {
+  RowLayout layout;
+  size_t cells = std::min(row.texts.size(), columns);
+  while (cells > 0 && row.texts[cells - 1].empty()) --cells;
+  std::copy_n(row.texts.begin(), cells, layout.texts.begin());
+  layout.text_count = static_cast<int>(cells);
+  layout.head = {row.datum, static_cast<int16_t>(row.icon), static_cast<uint8_t>(cells), 0};
+  if (row.has_datum) layout.head.flags |= kHasDatum;
+  if (row.facts.about_key) layout.head.flags |= kAboutKey;
+  if (!row.facts.path.empty() || !row.facts.name.empty() || !row.facts.bytes.empty()) {
+    layout.head.flags |= kHasFacts;
+    for (const std::string_view text : {row.facts.path, row.facts.name, row.facts.bytes}) {
+      layout.texts[static_cast<size_t>(layout.text_count++)] = text;
+    }
+  }
+  for (int i = 0; i < layout.text_count; ++i) {
+    layout.text_bytes += layout.texts[static_cast<size_t>(i)].size();
+  }
+  if (layout.text_bytes > UINT16_MAX) {
+    layout.end_size = 4;
+    layout.head.flags |= kWideEnds;
+  }
+  layout.size = sizeof(RowHead) + (row.facts.about_key ? sizeof(uint64_t) : 0) +
+                static_cast<size_t>(layout.text_count) * layout.end_size + layout.text_bytes;
+  return layout;
+}
+
+void WriteBlob(const RowLayout& layout, uint64_t last_write, char* out) {
+  const auto put = [&out](const void* from, size_t size) {
+    if (size != 0) std::memcpy(out, from, size);
+    out += size;
+  };
+  put(&layout.head, sizeof layout.head);
+  if ((layout.head.flags & kAboutKey) != 0) put(&last_write, sizeof last_write);
+  uint32_t end = 0;
+  for (int i = 0; i < layout.text_count; ++i) {
+    end += static_cast<uint32_t>(layout.texts[static_cast<size_t>(i)].size());
+    const auto narrow = static_cast<uint16_t>(end);
+    if (layout.end_size == 2) {
+      put(&narrow, sizeof narrow);
+    } else {
+      put(&end, sizeof end);
+    }
+  }
+  for (int i = 0; i < layout.text_count; ++i) {
+    const std::string_view text = layout.texts[static_cast<size_t>(i)];
+    put(text.data(), text.size());
+  }
+}
+
+}  // namespace
+
+struct OutputList {
+  int kind = 0;
+  std::string title;
+  std::string subtitle;
+  std::vector<std::string> columns;
+  std::array<std::unique_ptr<const char*[]>, kBlockCount> rows;
+  std::atomic<uint32_t> row_count{0};  // published after the row's blob and pointer
+  std::vector<Bytes> chunks;           // the blobs; only the adding thread looks at this
+  char* free_space = nullptr;          // the rest of the chunk in use
+  size_t free_size = 0;
+  size_t next_chunk = kFirstChunk;
+};
+
+namespace {
+
+// Room for a blob; null when there is no memory. A blob that would waste most of a chunk gets one
+// of its own, and the chunk in use stays in use.
+char* TakeRoom(OutputList& list, size_t size) {
+  if (size > list.free_size) {
+    const bool own = size > list.next_chunk / 4;
+    const size_t chunk_size = own ? size : list.next_chunk;
+    Bytes chunk = TryAllocate(chunk_size);
+    if (chunk == nullptr) return nullptr;
+    char* start = chunk.get();
+    list.chunks.push_back(std::move(chunk));
+    if (own) return start;
+    list.free_space = start;
+    list.free_size = chunk_size;
+    list.next_chunk = std::min(2 * list.next_chunk, kLargestChunk);
+  }
+  char* room = list.free_space;
+  list.free_space += size;
+  list.free_size -= size;
+  return room;
+}
+
+// Where the pointer of the next row goes; null when there is no memory.
+const char** TakeRowPointer(OutputList& list, uint32_t row) {
+  if (row >= kMaxRows) return nullptr;
+  const RowPlace place = PlaceOfRow(row);
+  auto& block = list.rows[static_cast<size_t>(place.block)];
+  if (block == nullptr) block.reset(new (std::nothrow) const char*[kFirstBlock << place.block]);
+  return block == nullptr ? nullptr : &block[place.index];
+}
+
+bool TryAddRow(OutputList& list, const NewRow& row) {
+  const RowLayout layout = LayOut(row, list.columns.size());
+  if (layout.text_bytes > UINT32_MAX) return false;
+  const uint32_t number = list.row_count.load(std::memory_order_relaxed);
+  const char** pointer = TakeRowPointer(list, number);
+  if (pointer == nullptr) return false;
+  char* blob = TakeRoom(list, layout.size);
+  if (blob == nullptr) return false;
+  WriteBlob(layout, row.facts.last_write, blob);
+  *pointer = blob;
+  list.row_count.store(number + 1, std::memory_order_release);
+  return true;
+}
+
+RowView ViewOfRow(const OutputList& list, uint32_t row) {
+  const RowPlace place = PlaceOfRow(row);
+  return ViewOfBlob(list.rows[static_cast<size_t>(place.block)][place.index]);
+}
+
+}  // namespace
+
+void OutputListDeleter::operator()(OutputList* list) const { delete list; }
+
+OutputListPtr MakeOutputList(int kind) {
+  OutputListPtr list(new OutputList);
+  const ListKindInfo& info = FindListKind(kind);
+  list->kind = kind;
+  list->title = info.title;
+  list->columns.assign(info.columns.begin(), info.columns.end());
+  return list;
+}
+
+int ListKindOf(const OutputList& list) { return list.kind; }
+const std::string& ListTitle(const OutputList& list) { return list.title; }
+void SetListTitle(OutputList& list, std::string title) { list.title = std::move(title); }
+const std::string& ListSubtitle(const OutputList& list) { return list.subtitle; }
+void SetListSubtitle(OutputList& list, std::string subtitle) {
+  list.subtitle = std::move(subtitle);
+}
+int ColumnCount(const OutputList& list) { return static_cast<int>(list.columns.size()); }
+const std::string& ColumnTitle(const OutputList& list, int column) {
+  return list.columns[static_cast<size_t>(column)];
+}
+
+void SetColumns(OutputList& list, std::vector<std::string> titles) {
+  const int limit = list.kind < kFirstOwnKind ? kMaxColumns : kMaxOwnColumns;
+  if (std::ssize(titles) > limit) titles.resize(static_cast<size_t>(limit));
+  list.columns = std::move(titles);
+}
+
+void AddRow(OutputList& list, const NewRow& row) {
+  if (TryAddRow(list, row)) return;
+  const std::string first(row.texts.empty() ? std::string_view() : row.texts.front());
+  ShowMessage(("Error adding item " + first + " to list").c_str(), "Error", Icon::kStop);
+  RequestStop();
+}
+
+uint32_t RowCount(const OutputList& list) { return list.row_count.load(std::memory_order_acquire); }
+
+std::string_view CellText(const OutputList& list, uint32_t row, int column) {
+  const RowView view = ViewOfRow(list, row);
+  return column < view.head.cells ? TextAt(view, column) : std::string_view();
+}
+
+int RowIcon(const OutputList& list, uint32_t row) { return ViewOfRow(list, row).head.icon; }
+uint32_t RowDatum(const OutputList& list, uint32_t row) { return ViewOfRow(list, row).head.datum; }
+bool RowHasDatum(const OutputList& list, uint32_t row) {
+  return (ViewOfRow(list, row).head.flags & kHasDatum) != 0;
+}
+
+RowFacts FactsOfRow(const OutputList& list, uint32_t row) {
+  const RowView view = ViewOfRow(list, row);
+  RowFacts facts;
+  facts.about_key = (view.head.flags & kAboutKey) != 0;
+  facts.last_write = view.last_write;
+  if ((view.head.flags & kHasFacts) != 0) {
+    facts.path = TextAt(view, view.head.cells);
+    facts.name = TextAt(view, view.head.cells + 1);
+    facts.bytes = TextAt(view, view.head.cells + 2);
+  }
+  return facts;
+}
+
+void ClearRows(OutputList& list) {
+  list.row_count.store(0, std::memory_order_release);
+  for (auto& block : list.rows) block.reset();
+  list.chunks.clear();
+  list.free_space = nullptr;
+  list.free_size = 0;
+  list.next_chunk = kFirstChunk;
+}
+
+}  // namespace hivequarry

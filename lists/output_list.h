@@ -1,0 +1,94 @@
+// Output List: the model behind every list of results. Its kind fixes title and columns; rows are
+// appended by a worker while a window may read those already there. Writers (list_writers.h) and
+// windows only ever read it.
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <memory>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace hivequarry {
+
+inline constexpr int kMaxColumns = 18;      // of a list of results
+inline constexpr int kMaxTextColumns = 17;  // its text output leaves the 18th out
+inline constexpr int kMaxOwnColumns = 32;   // of the console program's own lists
+
+// Kinds of the console program's own lists, from 100 on: the limits of result lists don't hold for
+// them. The kinds of results stand in the table alone.
+inline constexpr int kFirstOwnKind = 100;
+inline constexpr int kListBins = 104;
+inline constexpr int kListInfo = 100;
+inline constexpr int kListTree = 101;
+inline constexpr int kListValues = 102;
+inline constexpr int kListDetail = 103;
+
+struct ListKindInfo {
+  int kind;
+  const char* title;
+  std::span<const char* const> columns;
+  // Sets of columns, a bit each.
+  uint32_t utf8_columns = 0;    // texts are UTF-8, not code-page text
+  uint32_t number_columns = 0;  // decimal numbers, which JSON Lines writes as such
+  uint32_t flag_columns = 0;    // 0 or 1: false or true in JSON Lines
+};
+// Title and columns of a kind; an unknown kind has the title "Output List" and no columns.
+const ListKindInfo& FindListKind(int kind);
+
+// What a row says beyond its columns, for writers that keep it (JSON Lines). Empty or zero parts
+// are not written.
+struct RowFacts {
+  bool about_key = false;   // the row speaks of a key (last_write is then written)
+  uint64_t last_write = 0;  // FILETIME, UTC
+  std::string_view path;    // lossless UTF-8, given when the path column lost something
+  std::string_view name;    // likewise, of a value's name
+  std::string_view bytes;   // a value's data, hexadecimal
+};
+
+// A row to add. Texts are code-page text; missing columns at the end are empty.
+struct NewRow {
+  std::span<const std::string_view> texts;
+  int icon = 0;
+  uint32_t datum = 0;     // position of the key or value that the row speaks of
+  bool has_datum = true;  // false: the row speaks of no position
+  RowFacts facts;
+};
+
+struct OutputList;
+struct OutputListDeleter {
+  void operator()(OutputList* list) const;
+};
+using OutputListPtr = std::unique_ptr<OutputList, OutputListDeleter>;
+
+OutputListPtr MakeOutputList(int kind);
+
+int ListKindOf(const OutputList& list);
+const std::string& ListTitle(const OutputList& list);
+void SetListTitle(OutputList& list, std::string title);
+const std::string& ListSubtitle(const OutputList& list);
+void SetListSubtitle(OutputList& list, std::string subtitle);
+int ColumnCount(const OutputList& list);
+const std::string& ColumnTitle(const OutputList& list, int column);
+// Gives the list other columns than its kind's, at most kMaxColumns (kMaxOwnColumns for the console
+// program's own kinds); the list must be empty.
+void SetColumns(OutputList& list, std::vector<std::string> titles);
+
+// Appends a row; texts beyond the last column are dropped. One thread at a time adds; others may
+// read the rows counted by RowCount meanwhile. When memory gives out the message "Error adding item
+// %s to list" is shown and the operation under way is stopped; the list stays as it was.
+void AddRow(OutputList& list, const NewRow& row);
+// Rows that may be read.
+uint32_t RowCount(const OutputList& list);
+// Valid until the list is cleared or destroyed; empty for a column that the list does not have.
+std::string_view CellText(const OutputList& list, uint32_t row, int column);
+int RowIcon(const OutputList& list, uint32_t row);
+uint32_t RowDatum(const OutputList& list, uint32_t row);
+bool RowHasDatum(const OutputList& list, uint32_t row);
+RowFacts FactsOfRow(const OutputList& list, uint32_t row);
+// No reader may be at work.
+void ClearRows(OutputList& list);
+
+}  // namespace hivequarry

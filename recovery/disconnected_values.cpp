@@ -1,0 +1,51 @@
+#include "recovery/disconnected_values.h"
+
+#include <cstdio>
+
+#include "hive/key_node.h"
+#include "hive/value_key.h"
+#include "host/host.h"
+#include "host/long_operation.h"
+
+namespace hivequarry {
+namespace {
+
+constexpr uint32_t kProgressKeys = 128;
+
+void ShowKeyProgress(uint32_t done, size_t total) {
+  char text[48];
+  std::snprintf(text, sizeof(text), "%u/%zu", done, total);
+  ShowStatus(text);
+}
+
+}  // namespace
+
+std::vector<uint32_t> FindDisconnectedValues(const HiveImage& hive, const ScanTables& tables) {
+  std::vector<uint32_t> result;
+  if (!hive.data_base_proven) return result;
+  PositionIndex referenced;
+  ResetIndex(referenced, hive.length);
+  // A list entry takes four bytes and names one value: sound lists cannot hold more than this.
+  uint32_t budget = hive.length / 4;
+  std::vector<uint32_t> positions;
+  uint32_t done = 0;
+  for (const KeyRow& key : tables.keys) {
+    if (done++ % kProgressKeys == 0) {
+      if (StopRequested()) return result;
+      ShowKeyProgress(done - 1, tables.keys.size());
+    }
+    const uint32_t count = ReadU32(hive, key.position + kKeyValueCount);
+    if (count == 0) continue;
+    const uint32_t list = PositionOfOffset(hive, ReadU32(hive, key.position + kKeyValueList));
+    if (list < hive.data_start || list >= hive.length) continue;
+    positions.clear();
+    ReadValueList(hive, count, list, budget, positions);
+    for (const uint32_t position : positions) InsertPosition(referenced, position);
+  }
+  for (const uint32_t position : tables.values) {
+    if (!ContainsPosition(referenced, position)) result.push_back(position);
+  }
+  return result;
+}
+
+}  // namespace hivequarry

@@ -1,0 +1,16 @@
+// Values that no value list of any accepted key references.
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include "hive/image.h"
+#include "recovery/scan_tables.h"
+
+namespace hivequarry {
+
+// Positions of the accepted value cells that no key's value list names, ascending. Only an image
+// whose data area can be located has value lists to follow; for any other the result is empty.
+std::vector<uint32_t> FindDisconnectedValues(const HiveImage& hive, const ScanTables& tables);
+
+}  // namespace hivequarry

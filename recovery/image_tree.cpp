@@ -1,0 +1,111 @@
+#include "recovery/image_tree.h"
+
+#include <utility>
+
+#include "hive/cells.h"
+#include "hive/key_node.h"
+#include "hive/root_path.h"
+#include "host/host.h"
+#include "host/long_operation.h"
+#include "recovery/disconnected_values.h"
+#include "recovery/hang_keys.h"
+#include "recovery/scan.h"
+
+namespace hivequarry {
+namespace {
+
+bool IsKeyCell(const HiveImage& hive, uint32_t position) {
+  return InsideHive(hive, position, kKeyName) && ReadU16(hive, position + 4) == kSignatureNk;
+}
+
+// The root is the first cell, unless that holds no key flagged as a root and the base block names
+// another key.
+void PresetRoot(HiveImage& hive) {
+  constexpr uint32_t kRootOffsetField = 36;
+  if (!hive.header_valid) return;
+  const uint32_t named = PositionOfOffset(hive, ReadU32(hive, kRootOffsetField));
+  const bool first_cell_is_root = IsKeyCell(hive, kFirstCellPosition) &&
+                                  ReadU16(hive, kFirstCellPosition + kKeyFlags) == kRootKeyFlags;
+  const bool named_fits =
+      named != kNoOffset && named % 8 == 0 && named >= hive.data_start && IsKeyCell(hive, named);
+  hive.root_position = named_fits && !first_cell_is_root ? named : kFirstCellPosition;
+}
+
+// A fragment that begins like a hive has its root in the first cell, even where the flags that say
+// so are lost.
+void AdoptFirstCell(HiveImage& hive, ScanTables& tables) {
+  if (!tables.roots.empty() || !hive.data_base_proven) return;
+  const uint32_t first = hive.data_base + kBinHeaderSize;
+  const uint32_t row = RankOfPosition(tables.key_index, first);
+  if (row == kNoRank) return;
+  tables.keys[row].root = true;
+  tables.roots.push_back(first);
+  hive.root_position = first;
+}
+
+void CollectTables(HiveImage& hive, const BuildOptions& options, ScanTables& tables) {
+  hive.key_gate = options.tolerant_keys ? kOpenGate : kClosedGate;
+  PresetRoot(hive);
+  ResetTables(hive, tables);
+  ScanOptions scan;
+  scan.minimum_name_length = options.minimum_name_length;
+  ShowStatus("Collecting information ...");
+  ScanImage(hive, ScanPass::kCollect, scan, tables);
+  if (!tables.tree_sound) {
+    ShowStatus("Evaluating data ...");
+    ScanImage(hive, ScanPass::kEvaluate, scan, tables);
+  }
+  FinishScan(tables);
+  AdoptFirstCell(hive, tables);
+}
+
+void ChooseRootText(HiveImage& hive, const BuildOptions& options, const ScanTables& tables,
+                    KeyTree& tree) {
+  if (!options.root_path.empty()) {
+    SetRootPath(hive, options.root_path);
+  } else if (!tables.roots.empty()) {
+    RootPathFromRootKey(hive, hive.root_position);
+  }
+  tree.root_text = DisplayedRoot(hive);
+}
+
+ImageSummary Summarise(const ScanTables& tables, const KeyTree& tree) {
+  ImageSummary summary;
+  summary.keys = static_cast<uint32_t>(tables.keys.size());
+  for (const KeyItem& item : tree.items) summary.connected_keys += item.connected;
+  summary.disconnected_keys = summary.keys - summary.connected_keys;
+  summary.values = static_cast<uint32_t>(tables.values.size());
+  summary.disconnected_values = static_cast<uint32_t>(tree.disconnected_value_positions.size());
+  summary.security_records = static_cast<uint32_t>(tables.securities.size());
+  summary.bins = static_cast<uint32_t>(tables.bins.size());
+  summary.list_style = static_cast<uint32_t>(tables.list_style);
+  summary.tree_sound = tables.tree_sound;
+  summary.stopped = StopRequested();
+  return summary;
+}
+
+}  // namespace
+
+ImageSummary BuildImageTree(HiveImage& hive, const BuildOptions& options, KeyTree& tree) {
+  const Host& host = CurrentHost();
+  ScanTables tables;
+  tree = KeyTree();
+  tree.minimum_name_length = options.minimum_name_length;
+  CollectTables(hive, options, tables);
+  ChooseRootText(hive, options, tables, tree);
+  if (options.disconnected_values) {
+    ShowStatus("Finding disconnected values ...");
+    tree.disconnected_value_positions = FindDisconnectedValues(hive, tables);
+  }
+  // What was collected is shown also after a stop.
+  ShowStatus("Filling structure ...");
+  HangKeys(hive, tables, tree);
+  const ImageSummary summary = Summarise(tables, tree);
+  ShowStatus("Cleaning up ...");
+  tables = ScanTables();
+  if (!summary.stopped) host.beep(host.context);
+  ShowStatus("");
+  return summary;
+}
+
+}  // namespace hivequarry

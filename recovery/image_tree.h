@@ -1,0 +1,39 @@
+// From a loaded image to the key tree: the phases of a load.
+#pragma once
+
+#include <cstdint>
+
+#include "hive/image.h"
+#include "hive/key_tree.h"
+
+namespace hivequarry {
+
+struct BuildOptions {
+  bool disconnected_values = true;   // look for values that no list names
+  bool tolerant_keys = true;         // accept keys with damaged signatures ("bad_nk")
+  uint32_t minimum_name_length = 0;  // taken for keys with a name length of 0, when not 0
+  std::string root_path;             // root path given by the user; empty: the automatic choice
+};
+
+// What a build counted. Keys are accepted key cells and keys created by repair.
+struct ImageSummary {
+  uint32_t keys = 0;
+  uint32_t connected_keys = 0;
+  uint32_t disconnected_keys = 0;
+  uint32_t values = 0;  // value cells accepted by the scan
+  uint32_t disconnected_values = 0;
+  uint32_t security_records = 0;
+  uint32_t bins = 0;
+  uint32_t virtual_parents = 0;
+  uint32_t virtual_children = 0;
+  uint32_t virtual_siblings = 0;
+  uint32_t list_style = 0;  // 0 undecided, 1 "lh", 2 "lf"
+  bool tree_sound = true;
+  bool stopped = false;
+};
+
+// Builds `tree` for a loaded image; runs on any one thread at a time, shows each phase through the
+// host. A stop ends the phase under way; the phases behind it still run on what was collected.
+ImageSummary BuildImageTree(HiveImage& hive, const BuildOptions& options, KeyTree& tree);
+
+}  // namespace hivequarry

@@ -1,0 +1,201 @@
+#include "recovery/item_values.h"
+
+#include <cstdio>
+
+#include "hive/key_node.h"
+#include "hive/timestamp.h"
+#include "hive/value_key.h"
+#include "hive/value_text.h"
+
+namespace hivequarry {
+namespace {
+
+constexpr uint32_t kNoValueList = 0xFFFFFFF8;  // this offset and all above name no list
+
+ValueRow InfoRow(const char* name, const char* text) {
+  ValueRow row;
+  row.name = name;
+  row.data = text;
+  row.icon = static_cast<int>(ValueIcon::kFolder);
+  return row;
+}
+
+// A key's own numbers: value count, parent, class name and security record.
+ValueRow CellDetailsRow(const HiveImage& hive, uint32_t position) {
+  const KeyNode key = ReadKeyNode(hive, position, KeyRead::kFields);
+  char text[96];
+  ValueRow row;
+  std::snprintf(text, sizeof(text), "_%06Xi,  %Xp,   %Xc,  %Xn", key.value_count, key.parent,
+                key.class_name, key.subkey_count);
+  row.name = text;
+  std::snprintf(text, sizeof(text), "%08Xo", position);
+  row.type = text;
+  if (key.value_list != kNoOffset) {
+    std::snprintf(text, sizeof(text), ", %08XNl", key.value_list);
+    row.type += text;
+  }
+  row.icon = static_cast<int>(ValueIcon::kFolder);
+  return row;
+}
+
+// A value whose length alone puts it out of reach is still a value of its key.
+bool IsShown(ValueStatus status) { return IsListed(status) || status == ValueStatus::kTooLong; }
+
+bool IsOrdinaryType(uint32_t type) { return (type >= 1 && type <= 4) || type == kRegMultiSz; }
+
+void MakeTechnical(const ValueKey& value, ValueRow& row) {
+  char text[96];
+  std::snprintf(text, sizeof(text), "%Xovk, %uln, %uld, ", value.position, value.name_length,
+                value.data_length);
+  row.name = text + value.name;
+  const bool ordinary = IsOrdinaryType(value.type);
+  std::snprintf(text, sizeof(text), ordinary ? "%Xod, (%u)" : "%08Xo, %u %s ", value.data_position,
+                value.type, "= unknown dtype");
+  row.data = text;
+  if (value.status != ValueStatus::kRead) {
+    std::snprintf(text, sizeof(text), "  Error %d", -static_cast<int>(value.status));
+    row.type += text;
+  }
+}
+
+struct DetailLines {
+  std::string text;
+
+  void Add(const char* label, const std::string& value) {
+    if (value.empty()) return;
+    text += label;
+    text += ": ";
+    text += value;
+    text += "\r\n";
+  }
+  void AddHex(const char* label, uint32_t value) {
+    char number[16];
+    std::snprintf(number, sizeof(number), "0x%08X", value);
+    Add(label, number);
+  }
+  void AddPosition(const char* label, uint32_t position) {
+    char number[32];
+    std::snprintf(number, sizeof(number), "0x%08X (%u)", position, position);
+    Add(label, position == kNoOffset ? "none" : number);
+  }
+  void AddCount(const char* label, uint32_t value) { Add(label, std::to_string(value)); }
+};
+
+std::string StateText(const KeyNode& key) {
+  if (key.state == KeyState::kNotAKey) return "not a key";
+  return key.state == KeyState::kAllocated ? "allocated" : "free";
+}
+
+std::string ListText(const SubkeyListCheck& list) {
+  constexpr const char* kNames[] = {"", "lf", "lh", "li", "ri"};
+  std::string text = kNames[static_cast<int>(list.kind)];
+  if (text.empty()) return text;
+  text += ", " + std::to_string(list.kind == ListKind::kRi ? list.ri_count : list.count);
+  if (list.faults != 0) text += ", faults " + std::to_string(list.faults);
+  if (list.repair_code != 0) text += ", repair code " + std::to_string(list.repair_code);
+  return text;
+}
+
+void AddKeyFields(const HiveImage& hive, const KeyNode& key, DetailLines& lines) {
+  lines.AddPosition("Position", key.position);
+  lines.AddHex("File position", hive.base_offset + key.position);
+  lines.AddHex("Cell size", key.size);
+  lines.Add("State", StateText(key));
+  lines.AddHex("Flags", key.signature_and_flags >> 16);
+  lines.Add("Key date", FormatTimestampChecked(key.last_write));
+  lines.AddPosition("Parent", key.parent);
+  const KeyNode parent = ReadKeyNode(hive, key.parent, KeyRead::kFields);
+  if (parent.state != KeyState::kNotAKey) lines.Add("Parent name", parent.name);
+  lines.AddCount("Subkeys", key.subkey_count);
+  lines.AddPosition("Subkey list", key.subkey_list);
+  lines.Add("List kind", ListText(key.list));
+  lines.AddCount("Values", key.value_count);
+  lines.AddPosition("Value list", key.value_list);
+  lines.AddPosition("Security record", key.security);
+  lines.AddPosition("Class name", key.class_name);
+  lines.Add("Class", DataText(kRegSz, ReadClassName(hive, key)));
+  lines.AddCount("Name length", key.name_length);
+}
+
+}  // namespace
+
+std::vector<uint32_t> ListedValues(const HiveImage& hive, uint32_t key_position, uint32_t& budget) {
+  std::vector<uint32_t> listed;
+  const uint32_t count = ReadU32(hive, key_position + kKeyValueCount);
+  const uint32_t offset = ReadU32(hive, key_position + kKeyValueList);
+  if (count == 0 || offset >= kNoValueList) return listed;
+  std::vector<uint32_t> positions;
+  ReadValueList(hive, count, PositionOfOffset(hive, offset), budget, positions);
+  for (const uint32_t position : positions) {
+    if (position == kNoOffset) continue;
+    const ValueKey value = ReadValueKey(hive, position, ValueRead::kName, kMaxValueData, nullptr);
+    if (IsShown(value.status)) listed.push_back(position);
+  }
+  return listed;
+}
+
+ItemValues ShowItemValues(const HiveImage& hive, const KeyTree& tree, uint32_t item,
+                          const ValueViewOptions& options) {
+  ItemValues values;
+  const KeyItem& it = tree.items[item];
+  if (it.kind == ItemKind::kDisconnectedValues) {
+    values.info_rows.push_back(InfoRow("Info", "Values not connected to any key"));
+    values.value_positions = tree.disconnected_value_positions;
+    return values;
+  }
+  if (it.kind == ItemKind::kDisconnectedKeys) {
+    values.info_rows.push_back(InfoRow("Info", "Keys not connected to the Root cell"));
+    return values;
+  }
+  if (!IsKeyItem(tree, item)) return values;
+  if (it.position > hive.last_valid) {
+    values.info_rows.push_back(InfoRow("Info", "beyond file size"));
+    return values;
+  }
+  if (options.cell_details) values.info_rows.push_back(CellDetailsRow(hive, it.position));
+  uint32_t budget = hive.length / 4;
+  values.value_positions = ListedValues(hive, it.position, budget);
+  const bool none = ReadU32(hive, it.position + kKeyValueCount) == 0 ||
+                    ReadU32(hive, it.position + kKeyValueList) >= kNoValueList;
+  if (none) values.info_rows.push_back(InfoRow("(No values set)", ""));
+  return values;
+}
+
+ValueRow MakeValueRow(const HiveImage& hive, uint32_t value_position,
+                      const ValueViewOptions& options) {
+  std::vector<uint8_t> data;
+  const ValueKey value = ReadValueKey(hive, value_position, ValueRead::kData, kMaxValueData, &data);
+  ValueRow row;
+  row.value = value_position;
+  row.name = ValueDisplayName(value);
+  row.type = TypeName(value.type);
+  row.data = value.status == ValueStatus::kTooLong ? "ERR_DATALEN" : ValueDataText(value, data);
+  row.icon = IconOfValue(value);
+  char text[16];
+  std::snprintf(text, sizeof(text), "0x%08X", hive.base_offset + value_position);
+  row.position = text;
+  if (options.technical) MakeTechnical(value, row);
+  return row;
+}
+
+std::string KeyDetail(const HiveImage& hive, const KeyTree& tree, uint32_t item) {
+  return IsKeyItem(tree, item) ? KeyDetailAt(hive, tree, tree.items[item].position) : std::string();
+}
+
+std::string KeyDetailAt(const HiveImage& hive, const KeyTree& tree, uint32_t position) {
+  const uint32_t item = ItemOfPosition(tree, position);
+  const KeyNode key = ReadKeyNode(hive, position, KeyRead::kDiagnose);
+  DetailLines lines;
+  if (item == kNoItem && key.state == KeyState::kNotAKey) return lines.text;
+  lines.Add("Key", item == kNoItem ? key.name : ItemPath(hive, tree, item));
+  AddKeyFields(hive, key, lines);
+  if (item == kNoItem) return lines.text;
+  const KeyItem& it = tree.items[item];
+  lines.Add("Connected", it.connected ? "yes" : "no");
+  lines.Add("Status", StatusText(it.marks));
+  lines.Add("Info", MarkWords(it.marks));
+  lines.AddCount("Marks", it.marks);
+  return lines.text;
+}
+
+}  // namespace hivequarry

@@ -1,0 +1,52 @@
+// The value pane of a tree item: which rows it has, and their texts.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "hive/image.h"
+#include "hive/key_tree.h"
+
+namespace hivequarry {
+
+struct ValueViewOptions {
+  bool technical = false;     // the technical view: positions, lengths and type codes
+  bool cell_details = false;  // a first row with the key's own numbers
+};
+
+// One line of the value pane.
+struct ValueRow {
+  std::string name;
+  std::string type;
+  std::string data;
+  std::string position;        // file position "0x%08X"
+  int icon = 0;                // ValueIcon, plus kErrorIconStep for a marker
+  uint32_t value = kNoOffset;  // image position of the value, kNoOffset for an info row
+};
+
+// The rows of an item: leading info rows, then one per value.
+struct ItemValues {
+  std::vector<ValueRow> info_rows;        // "Info" and "(No values set)" rows, ready made
+  std::vector<uint32_t> value_positions;  // listed values, in list order
+};
+
+// Positions of the values that a key lists, in list order, as far as there is a value to show.
+// `budget` bounds the list entries read and is lowered by them.
+std::vector<uint32_t> ListedValues(const HiveImage& hive, uint32_t key_position, uint32_t& budget);
+
+// Gathers the rows of `item`; a virtual folder gives its "Info" row. Values that cannot be read at
+// all are left out.
+ItemValues ShowItemValues(const HiveImage& hive, const KeyTree& tree, uint32_t item,
+                          const ValueViewOptions& options);
+// The texts of one value's row.
+ValueRow MakeValueRow(const HiveImage& hive, uint32_t value_position,
+                      const ValueViewOptions& options);
+
+// The detail view of a key: one "label: text" line a field ("\r\n" line ends).
+std::string KeyDetail(const HiveImage& hive, const KeyTree& tree, uint32_t item);
+// The same for the key cell at a position, whether or not the tree shows it; empty when there is no
+// key cell.
+std::string KeyDetailAt(const HiveImage& hive, const KeyTree& tree, uint32_t position);
+
+}  // namespace hivequarry

@@ -1,0 +1,246 @@
+#include "recovery/scan.h"
+
+#include <algorithm>
+
+#include "hive/cells.h"
+#include "hive/key_node.h"
+#include "hive/value_key.h"
+#include "host/host.h"
+#include "host/long_operation.h"
+
+namespace hivequarry {
+namespace {
+
+constexpr uint32_t kDefaultBinSize = 4096;
+constexpr uint32_t kLongestValueCell = 768;
+constexpr uint32_t kSmallCell = 4096;
+constexpr uint32_t kShortRootCell = 88;
+constexpr uint32_t kKeyCellWithoutSlack = 128;  // shorter key cells are not searched for slack
+constexpr uint32_t kSteppedProgressLength = 180900;
+constexpr uint32_t kMaxListCount = 16384;
+
+// A pass under way.
+struct Walk {
+  HiveImage& hive;
+  ScanTables& tables;
+  const ScanOptions& options;
+  ScanPass pass;
+  uint32_t bin_size = kDefaultBinSize;
+  uint32_t restart = 0;  // first position behind an unrecognised cell, 0 when none is pending
+};
+
+bool StepsByLength(const Walk& walk, uint32_t length) {
+  return length < walk.bin_size && length % 8 == 0;
+}
+
+uint32_t TakeBin(Walk& walk, uint32_t p) {
+  const HiveImage& hive = walk.hive;
+  walk.restart = 0;
+  BinTableRow row;
+  row.position = p;
+  row.own_offset = ReadU32(hive, p + 4);
+  row.size = ReadU32(hive, p + 8);
+  const bool sized = row.size >= 4096 && row.size % 4096 == 0 && p % 4096 == 0;
+  if (sized) walk.bin_size = row.size;
+  if (sized && row.size > 4096 && InsideHive(hive, p, row.size) &&
+      ReadU32(hive, p + row.size) == kBinSignature) {
+    row.next = p + row.size;
+  }
+  if (walk.pass == ScanPass::kCollect) walk.tables.bins.push_back(row);
+  return p + kBinHeaderSize;
+}
+
+// The first cell of a hive is its root key, whatever is left of its size and signature.
+uint32_t TakeFirstCell(Walk& walk, uint32_t p) {
+  const uint32_t length = 0U - ReadU32(walk.hive, p);
+  const bool credible = length >= 1 && length <= kShortRootCell && length % 8 == 0;
+  if (walk.pass == ScanPass::kCollect) {
+    ScannedKey key;
+    key.position = p;
+    key.flags = kRootKeyFlags;
+    AddScannedKey(walk.hive, key, walk.options, walk.tables);
+  }
+  return p + (credible ? length : kShortRootCell);
+}
+
+uint32_t TakeSoundKey(Walk& walk, uint32_t p, uint16_t flags, uint32_t length) {
+  ScannedKey key;
+  key.position = p;
+  key.flags = flags;
+  uint32_t next = StepsByLength(walk, length) ? p + length : p + 8;
+  if (length > kKeyCellWithoutSlack) {
+    const uint32_t name_length = ReadU16(walk.hive, p + kKeyNameLength);
+    const uint32_t needed = (name_length + kKeyName + 7) / 8 * 8;
+    key.has_slack = length > needed;
+    // Other cells may lie hidden behind the name.
+    if (key.has_slack) next = p + needed;
+  }
+  if (walk.pass == ScanPass::kCollect) AddScannedKey(walk.hive, key, walk.options, walk.tables);
+  return next;
+}
+
+uint32_t TakeDamagedKey(Walk& walk, uint32_t p, uint16_t flags, uint32_t length, int key_class) {
+  ScannedKey key;
+  key.position = p;
+  key.flags = flags;
+  key.damaged = true;
+  if (walk.pass == ScanPass::kCollect) AddScannedKey(walk.hive, key, walk.options, walk.tables);
+  if (key_class == 1) return p + kKeyName;
+  return StepsByLength(walk, length) ? p + length : p + 8;
+}
+
+uint32_t TakeValue(Walk& walk, uint32_t p, uint32_t length) {
+  const uint32_t name_length = ReadU16(walk.hive, p + kValueNameLength);
+  const bool fits = name_length + kValueName <= length && length <= name_length + kValueName + 8;
+  if (length > kLongestValueCell || !fits || !StepsByLength(walk, length)) return p + 8;
+  if (walk.pass == ScanPass::kCollect) {
+    walk.tables.values.push_back(p);
+    ++walk.tables.items;
+  }
+  return p + length;
+}
+
+uint32_t TakeSecurity(Walk& walk, uint32_t p, uint32_t length) {
+  if (walk.pass == ScanPass::kCollect) {
+    walk.tables.securities.push_back(p);
+    ++walk.tables.items;
+  }
+  return StepsByLength(walk, length) ? p + length : p + 8;
+}
+
+// Final as soon as one kind of list clearly prevails.
+void DecideListStyle(ScanTables& tables) {
+  if (tables.list_style != ListStyle::kUndecided) return;
+  const auto prevails = [](uint32_t many, uint32_t few) {
+    return (many >= 5 && few == 0) || (many >= 101 && few < 4);
+  };
+  if (prevails(tables.lh_lists, tables.lf_lists)) tables.list_style = ListStyle::kHashed;
+  if (prevails(tables.lf_lists, tables.lh_lists)) tables.list_style = ListStyle::kHinted;
+}
+
+uint32_t TakeList(Walk& walk, uint32_t p, ListKind kind, uint32_t length) {
+  const uint32_t next = StepsByLength(walk, length) ? p + length : p + 8;
+  if (length >= walk.bin_size) {
+    const uint32_t count = ReadU16(walk.hive, p + 6);
+    const uint32_t first = ReadU32(walk.hive, p + 8);
+    if (count < 1 || count > kMaxListCount || first > walk.hive.length) return next;
+  }
+  const bool collecting = walk.pass == ScanPass::kCollect;
+  if (collecting) {
+    walk.tables.lf_lists += kind == ListKind::kLf;
+    walk.tables.lh_lists += kind == ListKind::kLh;
+    DecideListStyle(walk.tables);
+  }
+  // A fragment's lists are wanted at once; those of a hive only when its tree is not sound.
+  if (collecting != walk.hive.header_valid) {
+    walk.tables.lists.push_back(p);
+    ++walk.tables.items;
+  }
+  return next;
+}
+
+uint32_t TakeUnknown(Walk& walk, uint32_t p, uint32_t length) {
+  if (walk.options.skip_small && length < kSmallCell) return p + length;
+  if (walk.restart == 0 && length <= walk.hive.length - p) walk.restart = p + length;
+  return p + 8;
+}
+
+uint32_t TakeCell(Walk& walk, uint32_t p, uint32_t size) {
+  const uint32_t length = 0U - size;
+  if (length % 8 != 0) return p + 8;
+  const uint32_t second = ReadU32(walk.hive, p + 4);
+  const auto signature = static_cast<uint16_t>(second);
+  const auto flags = static_cast<uint16_t>(second >> 16);
+  if (signature == kSignatureVk) return TakeValue(walk, p, length);
+  const int key_class = ClassifyKeyCell(walk.hive, signature, flags, size, p);
+  if (key_class == 0) return TakeSoundKey(walk, p, flags, length);
+  if (key_class > 0) return TakeDamagedKey(walk, p, flags, length, key_class);
+  if (signature == kSignatureSk) return TakeSecurity(walk, p, length);
+  const ListKind kind = ListKindOfSignature(signature);
+  if (kind != ListKind::kNone) return TakeList(walk, p, kind, length);
+  return TakeUnknown(walk, p, length);
+}
+
+// While a restart position is pending no step goes beyond it.
+uint32_t HoldAtRestart(Walk& walk, uint32_t p, uint32_t next) {
+  if (walk.restart == 0) return next;
+  if (p < walk.restart && next > walk.restart) next = walk.restart;
+  if (next >= walk.restart) walk.restart = 0;
+  return next;
+}
+
+bool IsOffsetLike(const HiveImage& hive, uint32_t field) {
+  const uint32_t offset = ReadU32(hive, field);
+  return offset == kNoOffset || (offset % 8 == 0 && offset < hive.length);
+}
+
+// A name that fits the cell, and of the four offsets at least three that could be offsets.
+bool HasKeyBody(const HiveImage& hive, uint32_t position, uint32_t size) {
+  const uint32_t name_length = ReadU16(hive, position + kKeyNameLength);
+  if (name_length > 512 || kKeyName + name_length > CellLength(size)) return false;
+  if (!InsideHive(hive, position, kKeyName + name_length)) return false;
+  int offsets = 0;
+  for (const uint32_t field : {kKeyParent, kKeySubkeyList, kKeyValueList, kKeySecurity}) {
+    offsets += IsOffsetLike(hive, position + field);
+  }
+  return offsets >= 3;
+}
+
+}  // namespace
+
+int ClassifyKeyCell(const HiveImage& hive, uint16_t signature, uint16_t flags, uint32_t size,
+                    uint32_t position) {
+  const int key_class = ClassifyKey(hive, signature, flags, size, position);
+  return key_class > 0 && !HasKeyBody(hive, position, size) ? -1 : key_class;
+}
+
+void ResetTables(const HiveImage& hive, ScanTables& tables) {
+  tables = ScanTables();
+  ResetIndex(tables.key_index, hive.length);
+  // A key takes 80 bytes and stands in one list: a sixteenth of the image is more list entries
+  // than a sound hive can have, and keeps lists that are read again and again within bounds.
+  tables.entry_budget = hive.length / 16 + 65536;
+}
+
+void ScanImage(HiveImage& hive, ScanPass pass, const ScanOptions& options, ScanTables& tables) {
+  constexpr uint32_t kStopPollMask = 0x3FF;
+  const Host& host = CurrentHost();
+  const uint32_t step = hive.length > kSteppedProgressLength ? hive.length / 100 : 4096;
+  host.progress_range(host.context, hive.length / step + 1);
+  Walk walk{hive, tables, options, pass};
+  uint32_t shown = 0;
+  uint32_t steps = 0;
+  uint64_t p = hive.data_start;
+  while (p + 8 <= hive.length) {
+    if ((steps++ & kStopPollMask) == 0) {
+      if (StopRequested()) break;
+      if (p / step > shown) {
+        shown = static_cast<uint32_t>(p / step);
+        host.progress_position(host.context, shown);
+      }
+    }
+    const auto cell = static_cast<uint32_t>(p);
+    const uint32_t size = ReadU32(hive, cell);
+    uint32_t next = cell + 8;
+    if (size == kBinSignature) {
+      next = TakeBin(walk, cell);
+    } else if (cell == kFirstCellPosition && cell == hive.root_position) {
+      next = TakeFirstCell(walk, cell);
+    } else if (IsAllocated(size)) {
+      next = TakeCell(walk, cell, size);
+    }
+    next = HoldAtRestart(walk, cell, next);
+    if (next <= cell) break;  // beyond 4 GiB
+    p = next;
+  }
+  host.progress_range(host.context, 0);
+}
+
+void FinishScan(ScanTables& tables) {
+  SealIndex(tables.key_index);
+  for (ChildEntry& entry : tables.child_entries) {
+    entry.row = RankOfPosition(tables.key_index, entry.key);
+  }
+}
+
+}  // namespace hivequarry

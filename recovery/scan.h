@@ -1,0 +1,48 @@
+// The linear scan: every plausible key, value, security and list cell of an image, whether or not
+// anything points at it.
+#pragma once
+
+#include <cstdint>
+
+#include "hive/image.h"
+#include "recovery/scan_tables.h"
+
+namespace hivequarry {
+
+enum class ScanPass { kCollect = 0, kEvaluate = 1 };
+
+struct ScanOptions {
+  // Jump over an unrecognised allocated cell below 4096 bytes in one step, not in steps of 8.
+  bool skip_small = true;
+  // A name length of 0 is replaced by this when it is not 0.
+  uint32_t minimum_name_length = 0;
+};
+
+// Empties the tables and makes them ready for the collecting pass.
+void ResetTables(const HiveImage& hive, ScanTables& tables);
+
+// One pass over the image, from memory or from the stream as the image is held. The collecting pass
+// fills the tables and moves the image's root position to the root key it meets; the evaluating
+// pass adds the list cells. Ends early when the user stops.
+void ScanImage(HiveImage& hive, ScanPass pass, const ScanOptions& options, ScanTables& tables);
+
+// Seals the index and resolves the child entries to key rows. Call once after the last pass.
+void FinishScan(ScanTables& tables);
+
+// How a cell is classified as a key: as ClassifyKey does, but a cell that only a tolerant rule
+// accepts must also have the body of a key (a name that fits, offsets that could be offsets).
+int ClassifyKeyCell(const HiveImage& hive, uint16_t signature, uint16_t flags, uint32_t size,
+                    uint32_t position);
+
+// How AddScannedKey was led to a cell.
+struct ScannedKey {
+  uint32_t position = 0;
+  uint16_t flags = 0;
+  bool has_slack = false;  // bytes behind the name
+  bool damaged = false;    // accepted by a tolerant rule
+};
+// Adds the rows of one accepted key. Keys come in the order of their positions.
+void AddScannedKey(HiveImage& hive, const ScannedKey& key, const ScanOptions& options,
+                   ScanTables& tables);
+
+}  // namespace hivequarry

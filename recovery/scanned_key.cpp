@@ -1,0 +1,146 @@
+// Adding one accepted key to the scan's tables.
+
+#include <algorithm>
+
+#include "hive/cells.h"
+#include "hive/key_node.h"
+#include "hive/key_tree.h"
+#include "recovery/name_hash.h"
+#include "recovery/scan.h"
+
+namespace hivequarry {
+namespace {
+
+constexpr uint32_t kTopKeyParent = 0x20;  // parent offset of a child of the first cell
+constexpr uint32_t kParentMargin = 80;    // a parent cannot start this close to the end
+constexpr uint32_t kMaxNameLength = 510;
+
+bool InDataArea(const HiveImage& hive, uint32_t position) {
+  return position >= hive.data_start && position < hive.length;
+}
+
+// The damage of a key's links; the row's extra columns are filled as the bits ask.
+void FindDamage(const HiveImage& hive, const ScannedKey& key, const KeyRow& row,
+                DamageRow& damage) {
+  const uint32_t parent_offset = ReadU32(hive, key.position + kKeyParent);
+  const uint32_t parent = PositionOfOffset(hive, parent_offset);
+  if (row.root) {
+    if (!InDataArea(hive, parent)) {
+      damage.bits |= kDamageRootParent;
+      damage.root_parent = parent;
+    }
+    if (ReadU32(hive, key.position + kKeySubkeyCount) == 0) damage.bits |= kDamageRootNoKeys;
+  } else if (parent_offset != kNoOffset) {
+    const bool misplaced =
+        hive.header_valid && (parent < hive.data_start || parent == key.position ||
+                              uint64_t{parent} + kParentMargin >= hive.length);
+    if (misplaced || parent_offset % 8 != 0) {
+      damage.bits |= kDamageParent;
+      damage.failed_parent = parent;
+    }
+  }
+  const uint32_t value_list = ReadU32(hive, key.position + kKeyValueList);
+  if (value_list != kNoOffset &&
+      (value_list % 8 != 0 || !InsideHive(hive, PositionOfOffset(hive, value_list), 8))) {
+    damage.bits |= kDamageValueList;
+    damage.value_list = value_list;
+  }
+  if (key.damaged) damage.bits |= kDamageBadNk;
+  if (key.has_slack) damage.bits |= kDamageSlack;
+}
+
+uint16_t MarksOf(const ScannedKey& key, bool named) {
+  uint16_t marks = 0;
+  if (key.damaged) marks |= kMarkBadNk;
+  if (key.has_slack) marks |= kMarkBadLength;
+  if (!named) marks |= kMarkNoName;
+  return marks;
+}
+
+// Walks the key's subkey list into the child-entry table.
+void AddChildEntries(const HiveImage& hive, KeyRow& row, ScanTables& tables) {
+  row.first_entry = static_cast<uint32_t>(tables.child_entries.size());
+  if (ReadU32(hive, row.position + kKeySubkeyCount) == 0) return;
+  const uint32_t list = PositionOfOffset(hive, ReadU32(hive, row.position + kKeySubkeyList));
+  std::vector<SubkeyEntry> entries;
+  const bool inside = list != kNoOffset && InCellBounds(hive, list);
+  if (!inside || !ReadSubkeyList(hive, list, tables.entry_budget, entries)) {
+    tables.tree_sound = false;
+  }
+  for (const SubkeyEntry& entry : entries) {
+    tables.child_entries.push_back(
+        {entry.key, entry.position, kNoRow, entry.kind == ListKind::kLf});
+  }
+  row.entry_count = static_cast<uint32_t>(entries.size());
+}
+
+std::u16string WideName(const HiveImage& hive, uint32_t position, uint32_t length) {
+  const bool wide = ReadU8(hive, position + kKeyFlags) == 0;
+  std::vector<uint8_t> raw(std::min(length, kMaxNameLength));
+  raw.resize(ReadBytes(hive, position + kKeyName, raw.data(), static_cast<uint32_t>(raw.size())));
+  std::u16string name;
+  const size_t step = wide ? 2 : 1;
+  for (size_t i = 0; i + step <= raw.size(); i += step) {
+    name.push_back(wide ? LoadU16(raw.data() + i) : raw[i]);
+  }
+  return name;
+}
+
+void AddNameHashes(const HiveImage& hive, uint32_t position, uint32_t length, ScanTables& tables) {
+  const std::u16string name = WideName(hive, position, length);
+  if (tables.list_style != ListStyle::kHinted) {
+    tables.name_hashes.push_back({position, NameHash(name), ListStyle::kHashed});
+  }
+  if (tables.list_style != ListStyle::kHashed) {
+    tables.name_hashes.push_back({position, NameHint(name), ListStyle::kHinted});
+  }
+}
+
+// Root keys: by their flags, or by the base block naming them. The first one is the image's root;
+// a further one stays in the table as a key of its own.
+void TakeRoot(HiveImage& hive, uint32_t position, ScanTables& tables) {
+  if (tables.roots.empty()) hive.root_position = position;
+  tables.roots.push_back(position);
+}
+
+}  // namespace
+
+void AddScannedKey(HiveImage& hive, const ScannedKey& key, const ScanOptions& options,
+                   ScanTables& tables) {
+  KeyRow row;
+  row.position = key.position;
+  row.root = key.flags == kRootKeyFlags || key.position == hive.root_position;
+  if (row.root) TakeRoot(hive, key.position, tables);
+  const bool own_root = row.root && key.position == hive.root_position;
+  const uint32_t parent_offset = ReadU32(hive, key.position + kKeyParent);
+  row.parent = own_root ? kNoOffset : PositionOfOffset(hive, parent_offset);
+  if (row.parent != kNoOffset) {
+    // Offsets that lead outside the image tell nothing of how far parents reach.
+    if (row.parent < hive.length) {
+      tables.largest_parent = std::max(tables.largest_parent, row.parent);
+    }
+    if (parent_offset == kTopKeyParent) tables.top_keys.push_back(key.position);
+  }
+
+  uint32_t name_length = ReadU16(hive, key.position + kKeyNameLength);
+  const bool named = name_length != 0;
+  if (!named) {
+    name_length = options.minimum_name_length;
+    if (name_length == 0) row.generated = ++tables.generated_names;
+  }
+  row.marks = MarksOf(key, named);
+  AddChildEntries(hive, row, tables);
+  if (!hive.header_valid) AddNameHashes(hive, key.position, name_length, tables);
+
+  DamageRow damage;
+  damage.position = key.position;
+  FindDamage(hive, key, row, damage);
+  if ((damage.bits & (kDamageRootParent | kDamageRootNoKeys)) != 0) tables.tree_sound = false;
+  if (damage.bits != 0) tables.damage.push_back(damage);
+  if (key.damaged) TolerantKeyTest(hive, key.position, tables.one_bit_errors);
+  InsertPosition(tables.key_index, key.position);
+  tables.keys.push_back(row);
+  ++tables.items;
+}
+
+}  // namespace hivequarry

@@ -1,0 +1,39 @@
+// What a loaded hive holds, as Output Lists: its summary, its key tree, its values, its blocks, and
+// the detail view of one record.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "hive/image.h"
+#include "hive/key_tree.h"
+#include "lists/output_list.h"
+#include "recovery/image_tree.h"
+
+namespace hivequarry {
+
+// One row: what could be confirmed of the file, and the counts of the build.
+OutputListPtr ListImageInfo(const HiveImage& hive, const ImageSummary& summary);
+
+// The keys from `item` down as displayed, parents first. The virtual folders give no rows of their
+// own. Ends early when the user stops.
+OutputListPtr ListKeyTree(const HiveImage& hive, const KeyTree& tree, uint32_t item);
+
+struct ValueListOptions {
+  bool raw = false;  // each row carries its data, hexadecimal
+};
+// The values of one key; with kNoItem those of every key, in tree order.
+OutputListPtr ListKeyValues(const HiveImage& hive, const KeyTree& tree, uint32_t item,
+                            const ValueListOptions& options);
+// The values that no key names. They have no key; unreadable ones show their marker.
+OutputListPtr ListDisconnectedValues(const HiveImage& hive, const KeyTree& tree,
+                                     const ValueListOptions& options);
+
+// The block list. An invalid block's row carries the icon kInvalidBinColour.
+OutputListPtr ListBlocks(const HiveImage& hive);
+
+// The detail view of the value or key at a position, a row a line: fields of a key, or the header
+// and body lines of a value. Null when there is neither.
+OutputListPtr ListDetail(const HiveImage& hive, const KeyTree& tree, uint32_t position);
+
+}  // namespace hivequarry
