@@ -30,8 +30,7 @@ void Complain(const std::string& text) {
 
 // An image in which nothing at all was found is held against the strict check, so that its user
 // learns why the list is empty.
-bool LooksLikeNoHive(const OpenedHive& opened) {
-  const ImageSummary& found = opened.summary;
+bool FoundNothing(const ImageSummary& found) {
   return found.keys == 0 && found.values == 0 && found.bins == 0;
 }
 
@@ -44,19 +43,22 @@ int CheckFormat(OpenedHive& opened) {
   return valid ? kExitDone : kExitFailed;
 }
 
-int Open(const ConsoleRequest& request, OpenedHive& opened) {
+// Opens the request's hive, lets `work` print from it, and says so when it is no hive at all.
+int WithHive(const ConsoleRequest& request, int (*work)(const ConsoleRequest&, OpenedHive&)) {
   HiveTable& table = TheHiveTable();
   table.start_offset = request.start_offset;
   table.end_offset = request.end_offset;
   const int slot = OpenHive(request.hive, true);
   if (slot < 0) return StopRequested() ? kExitFailed : kExitUnreadable;
+  OpenedHive opened;
   opened.hive = &table.slots[static_cast<size_t>(slot)];
   BuildOptions options;
   options.disconnected_values = request.disconnected_values;
   options.root_path = request.root_path;
   opened.summary = BuildImageTree(*opened.hive, options, opened.tree);
   if (opened.summary.stopped) return kExitFailed;
-  return LooksLikeNoHive(opened) ? CheckFormat(opened) : kExitDone;
+  const int status = work(request, opened);
+  return status == kExitDone && FoundNothing(opened.summary) ? CheckFormat(opened) : status;
 }
 
 // "@4660" or "@0x1234".
@@ -112,27 +114,17 @@ bool FindKey(const ConsoleRequest& request, const OpenedHive& opened, uint32_t& 
   return item != kNoItem;
 }
 
-int Info(const ConsoleRequest& request) {
-  OpenedHive opened;
-  const int status = Open(request, opened);
-  if (opened.hive == nullptr || opened.summary.stopped) return status;
-  const int printed = PrintList(request, *ListImageInfo(*opened.hive, opened.summary));
-  return status != kExitDone ? status : printed;
+int Info(const ConsoleRequest& request, OpenedHive& opened) {
+  return PrintList(request, *ListImageInfo(*opened.hive, opened.summary));
 }
 
-int Tree(const ConsoleRequest& request) {
-  OpenedHive opened;
-  const int status = Open(request, opened);
-  if (status != kExitDone) return status;
+int Tree(const ConsoleRequest& request, OpenedHive& opened) {
   uint32_t item = 0;
   if (!FindKey(request, opened, item)) return kExitFailed;
   return PrintList(request, *ListKeyTree(*opened.hive, opened.tree, item));
 }
 
-int Values(const ConsoleRequest& request) {
-  OpenedHive opened;
-  const int status = Open(request, opened);
-  if (status != kExitDone) return status;
+int Values(const ConsoleRequest& request, OpenedHive& opened) {
   ValueListOptions options;
   options.raw = request.raw;
   if (request.disconnected_only) {
@@ -143,10 +135,7 @@ int Values(const ConsoleRequest& request) {
   return PrintList(request, *ListKeyValues(*opened.hive, opened.tree, item, options));
 }
 
-int Detail(const ConsoleRequest& request) {
-  OpenedHive opened;
-  const int status = Open(request, opened);
-  if (status != kExitDone) return status;
+int Detail(const ConsoleRequest& request, OpenedHive& opened) {
   uint32_t position = 0;
   if (!ParsePosition(request.key, position)) {
     uint32_t item = 0;
@@ -161,25 +150,24 @@ int Detail(const ConsoleRequest& request) {
   return PrintList(request, *list);
 }
 
-int Bins(const ConsoleRequest& request) {
-  OpenedHive opened;
-  const int status = Open(request, opened);
-  if (status != kExitDone) return status;
+int Bins(const ConsoleRequest& request, OpenedHive& opened) {
   return PrintList(request, *ListBlocks(*opened.hive));
 }
 
+struct CommandRow {
+  const char* name;
+  int (*work)(const ConsoleRequest&, OpenedHive&);
+};
+constexpr CommandRow kCommands[] = {
+    {"info", Info}, {"tree", Tree}, {"values", Values}, {"detail", Detail}, {"bins", Bins}};
+
 }  // namespace
 
-ConsoleCommand FindConsoleCommand(const std::string& name) {
-  constexpr struct {
-    const char* name;
-    ConsoleCommand command;
-  } kCommands[] = {
-      {"info", Info}, {"tree", Tree}, {"values", Values}, {"detail", Detail}, {"bins", Bins}};
-  for (const auto& [known, command] : kCommands) {
-    if (name == known) return command;
+int RunConsoleCommand(const std::string& name, const ConsoleRequest& request) {
+  for (const CommandRow& row : kCommands) {
+    if (name == row.name) return WithHive(request, row.work);
   }
-  return nullptr;
+  return kExitUsage;
 }
 
 }  // namespace hivequarry

@@ -30,9 +30,7 @@ struct ConsoleRequest {
   ConsoleOptions console;
 };
 
-using ConsoleCommand = int (*)(const ConsoleRequest& request);
-
-// The commands by name; null when there is none of that name.
-ConsoleCommand FindConsoleCommand(const std::string& name);
+// Runs the command of that name; returns an exit status, kExitUsage for an unknown name.
+int RunConsoleCommand(const std::string& name, const ConsoleRequest& request);
 
 }  // namespace hivequarry

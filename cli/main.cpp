@@ -1,9 +1,9 @@
 // hivequarry-cli: everything that the desktop program finds, for scripts.
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <csignal>
 #include <cstdio>
-#include <map>
 #include <string>
 #include <vector>
 
@@ -24,18 +24,23 @@ void OnInterrupt(int) {
   std::signal(SIGINT, SIG_DFL);  // a second one ends the program at once
 }
 
+Format FormatOf(const std::string& name) {
+  if (name == "csv") return Format::kCsv;
+  return name == "jsonl" ? Format::kJsonLines : Format::kText;
+}
+
 void AddHive(CLI::App* command, ConsoleRequest& request) {
   command->add_option("HIVE", request.hive, "Hive file, or a file that holds a hive")->required();
 }
 
 void AddOptions(CLI::App& app, ConsoleRequest& request) {
-  static const std::map<std::string, Format> kFormats = {
-      {"text", Format::kText}, {"csv", Format::kCsv}, {"jsonl", Format::kJsonLines}};
   app.add_option("--soff", request.start_offset, "First byte of a partial range of the file");
   app.add_option("--eoff", request.end_offset, "End of the range (first byte behind it)");
   app.add_option("--root", request.root_path, "Registry path of the hive's root key");
-  app.add_option("--format", request.format, "text, csv or jsonl")
-      ->transform(CLI::CheckedTransformer(kFormats));
+  app.add_option_function<std::string>(
+         "--format", [&request](const std::string& name) { request.format = FormatOf(name); },
+         "text (default), csv or jsonl")
+      ->check(CLI::IsMember({"text", "csv", "jsonl"}));
   app.add_option("-o", request.output, "Write to this file instead of the standard output");
   app.add_flag("!--no-disconnected-values", request.disconnected_values,
                "Do not look for values that no key names");
@@ -79,7 +84,7 @@ int Run(std::vector<std::string> arguments) {
   std::signal(SIGINT, OnInterrupt);
   const std::string name = app.get_subcommands().front()->get_name();
   BeginOperation(kOperationLoad);
-  const int status = FindConsoleCommand(name)(request);
+  const int status = RunConsoleCommand(name, request);
   EndOperation();
   return status;
 }

@@ -5,6 +5,7 @@
 #include <cstring>
 #include <mutex>
 
+#include "hive/cells.h"
 #include "hive/root_path.h"
 #include "host/files.h"
 #include "host/host.h"
@@ -93,11 +94,12 @@ void SetBounds(HiveImage& hive) {
   hive.last_valid = hive.length < 8 ? 0 : hive.length - 8;
 }
 
-// A fragment's bins still say where in a hive they stood. The first one whose follower agrees (or
-// that is the last) tells what to add to a cell offset.
+// A fragment's bins still say where in a hive they stood. The first bin whose follower agrees (or
+// that is the last) tells what to add to a cell offset; failing that, the first bin that begins
+// with a record.
 void ProveDataBase(HiveImage& hive) {
   if (hive.header_valid || !hive.loaded) return;
-  for (uint32_t p = 0; InsideHive(hive, p, kBinHeaderSize) && !StopRequested(); p += 8) {
+  for (uint32_t p = 0; InsideHive(hive, p, kBinHeaderSize + 8) && !StopRequested(); p += 8) {
     if (ReadU32(hive, p) != kBinSignature) continue;
     const uint32_t own_offset = ReadU32(hive, p + 4);
     const uint32_t size = ReadU32(hive, p + 8);
@@ -105,11 +107,11 @@ void ProveDataBase(HiveImage& hive) {
     const bool last = !InsideHive(hive, p, size) || !InsideHive(hive, p + size, kBinHeaderSize);
     const bool followed = !last && ReadU32(hive, p + size) == kBinSignature &&
                           ReadU32(hive, p + size + 4) == own_offset + size;
-    // A bin at the very start with nothing like a bin behind it is taken at its word.
-    if (!last && !followed && p != 0) continue;
+    const bool begins = IsRecordSignature(ReadU16(hive, p + kBinHeaderSize + 4));
+    if (!last && !followed && (!begins || hive.data_base_proven)) continue;
     hive.data_base = p - own_offset;
     hive.data_base_proven = true;
-    return;
+    if (last || followed) return;
   }
 }
 
@@ -386,7 +388,8 @@ uint8_t ReadU8(const HiveImage& hive, uint32_t position) {
 }
 
 uint32_t ReadBytes(const HiveImage& hive, uint32_t position, uint8_t* out, uint32_t size) {
-  if (position >= hive.length || TheHiveTable().suspended.load(std::memory_order_relaxed)) return 0;
+  if (position >= hive.length) return 0;
+  if (TheHiveTable().suspended.load(std::memory_order_relaxed)) return 0;
   const uint32_t count = std::min(size, hive.length - position);
   if (count == 0) return 0;  // `out` may be null then
   if (hive.loaded) {

@@ -4,6 +4,7 @@
 #include <cstdio>
 
 #include "hive/key_node.h"
+#include "host/host.h"
 
 namespace hivequarry {
 namespace {
@@ -40,6 +41,21 @@ constexpr struct {
                       {"SAM", "HKLM\\SAM"},
                       {"NewStoreRoot", "HKLM\\BCD00000000"}};
 
+// Names that the system gives to hive files, without what follows a dot.
+constexpr struct {
+  const char* name;
+  const char* label;
+  int kind;  // 0: by label alone
+} kKnownFiles[] = {{"SYSTEM", nullptr, 3},
+                   {"SOFTWARE", nullptr, 5},
+                   {"SAM", nullptr, kSamKind},
+                   {"SECURITY", nullptr, 7},
+                   {"COMPONENTS", nullptr, 10},
+                   {"BCD", nullptr, 11},
+                   {"NTUSER", nullptr, 2},
+                   {"DEFAULT", "HKU\\.DEFAULT", 0},
+                   {"USRCLASS", "HKCU\\SOFTWARE\\Classes", 0}};
+
 constexpr size_t kMaxRootKeyName = 519;
 constexpr int kMaxLabelNumber = 999;
 constexpr std::string_view kWow64 = "Wow6432Node";
@@ -65,6 +81,31 @@ std::string LabelOfRootKey(std::string_view name) {
     }
   }
   return std::string(name);
+}
+
+// The end of a path that the base block holds: 32 UTF-16 units at most, the start cut off.
+std::string StoredFileName(const HiveImage& hive) {
+  constexpr uint32_t kField = 48;
+  constexpr uint32_t kUnits = 32;
+  std::string name;
+  for (uint32_t i = 0; i < kUnits; ++i) {
+    const uint16_t unit = ReadU16(hive, kField + 2 * i);
+    if (unit == 0) break;
+    name.push_back(NarrowUnit(unit));
+  }
+  return name;
+}
+
+bool TakeKnownFileName(HiveImage& hive, std::string_view path) {
+  std::string_view name = path.substr(path.find_last_of("\\/") + 1);
+  name = name.substr(0, name.find('.'));
+  for (const auto& known : kKnownFiles) {
+    if (!EqualIgnoringCase(name, known.name)) continue;
+    if (known.kind != 0) return SetRootKind(known.kind, hive);
+    SetRootPath(hive, known.label);
+    return true;
+  }
+  return false;
 }
 
 // Replaces a path's first component; empty when it names no predefined root.
@@ -133,6 +174,11 @@ bool RootPathFromRootKey(HiveImage& hive, uint32_t root_position) {
   if (label.empty()) return false;
   StoreRootPath(hive, label);
   return true;
+}
+
+bool RootPathFromFileName(HiveImage& hive) {
+  if (hive.header_valid && TakeKnownFileName(hive, StoredFileName(hive))) return true;
+  return TakeKnownFileName(hive, hive.file_name);
 }
 
 void SetDefaultRoot(const std::string& file_name) {

@@ -30,6 +30,10 @@ void SetRootPath(HiveImage& hive, std::string_view path);
 // The automatic choice from the root key's name; false (and nothing changed) when the name says
 // nothing.
 bool RootPathFromRootKey(HiveImage& hive, uint32_t root_position);
+// For a root key whose name says nothing: the choice from the file name that the base block stores
+// (what the system called the hive when it last wrote it), or else from the name of the file
+// itself. False (and nothing changed) when neither is a name that the system gives to a hive.
+bool RootPathFromFileName(HiveImage& hive);
 // The rough first choice at opening, from the file name: "HKEY_USERS", or "HKEY_LOCAL_MACHINE" when
 // the path holds a "y". Sets the table's default root.
 void SetDefaultRoot(const std::string& file_name);

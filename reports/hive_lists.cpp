@@ -1,6 +1,6 @@
 #include "reports/hive_lists.h"
 
-#include <array>
+#include <algorithm>
 #include <cstdio>
 #include <string_view>
 #include <vector>
@@ -45,12 +45,16 @@ std::string LosslessPath(const HiveImage& hive, const KeyTree& tree, uint32_t it
   return lossy ? path : std::string();
 }
 
-// True when the names from the root to the item may have lost something; computed once per item
-// from its parent's answer, since nearly all names are plain.
+bool IsPlain(std::string_view text) {
+  return std::all_of(text.begin(), text.end(), [](char c) { return c > 0 && c != '?'; });
+}
+
+// Nearly all names are plain single-byte text, which loses nothing.
 bool NameIsLossy(const HiveImage& hive, const KeyTree& tree, uint32_t item) {
   const KeyItem& it = tree.items[item];
   if (it.kind != ItemKind::kKey || it.generated != 0) return false;
-  return ItemNameUtf8(hive, tree, item) != Utf8FromNarrow(ItemName(hive, tree, item));
+  const std::string name = ItemName(hive, tree, item);
+  return !IsPlain(name) && ItemNameUtf8(hive, tree, item) != Utf8FromNarrow(name);
 }
 
 std::vector<bool> LossyPaths(const HiveImage& hive, const KeyTree& tree) {
@@ -102,6 +106,46 @@ class ValueRows {
   const ValueListOptions& options_;
   std::vector<uint8_t> data_;
 };
+
+// Calls `add` with each "\r\n"-ended line of a text.
+template <typename Add>
+void ForEachLine(std::string_view text, const Add& add) {
+  while (!text.empty()) {
+    const size_t end = text.find("\r\n");
+    add(text.substr(0, end));
+    text.remove_prefix(end == std::string_view::npos ? text.size() : end + 2);
+  }
+}
+
+// "label: text" lines as rows.
+void AddFieldLines(const std::string& fields, uint32_t position, OutputList& list) {
+  ForEachLine(fields, [&](std::string_view line) {
+    const size_t colon = std::min(line.find(": "), line.size());
+    const std::string text(line.substr(std::min(colon + 2, line.size())));
+    AddTexts(list, {std::string(line.substr(0, colon)), text}, position, RowFacts(), 0);
+  });
+}
+
+// The value's name and type, then its detail view; for data that cannot be read, why.
+void AddValueDetail(const HiveImage& hive, const ValueKey& value, OutputList& list) {
+  const auto add = [&](const char* field, const std::string& text) {
+    AddTexts(list, {field, text}, value.position, RowFacts(), 0);
+  };
+  add("Value", ValueDisplayName(value));
+  add("Type", TypeName(value.type));
+  const ValueDetailText detail = ValueDetail(hive, value.position);
+  if (detail.status != ValueStatus::kRead) {
+    add("Length", std::to_string(value.data_length));
+    add("Data position", HexText(value.data_position));
+    add("Data", MakeValueRow(hive, value.position, ValueViewOptions()).data);
+    return;
+  }
+  bool header = true;
+  ForEachLine(detail.text, [&](std::string_view line) {
+    add(header ? "Header" : "Data", std::string(line));
+    header = false;
+  });
+}
 
 }  // namespace
 
@@ -195,22 +239,16 @@ OutputListPtr ListBlocks(const HiveImage& hive) {
 }
 
 OutputListPtr ListDetail(const HiveImage& hive, const KeyTree& tree, uint32_t position) {
-  const ValueDetailText value = ValueDetail(hive, position);
-  const bool is_value = value.status == ValueStatus::kRead;
-  const std::string text = is_value ? value.text : KeyDetailAt(hive, tree, position);
-  if (text.empty()) return nullptr;
+  const ValueKey value = ReadValueKey(hive, position, ValueRead::kName, kMaxValueData, nullptr);
+  const bool is_value =
+      value.status != ValueStatus::kEmpty && value.status != ValueStatus::kNotAValue;
+  const std::string fields = is_value ? std::string() : KeyDetailAt(hive, tree, position);
+  if (!is_value && fields.empty()) return nullptr;
   OutputListPtr list = MakeOutputList(kListDetail);
-  std::string_view rest = text;
-  bool first = true;
-  while (!rest.empty()) {
-    const size_t end = rest.find("\r\n");
-    const std::string line(rest.substr(0, end));
-    rest.remove_prefix(end == std::string_view::npos ? rest.size() : end + 2);
-    const size_t colon = is_value ? std::string::npos : line.find(": ");
-    const std::string field = is_value ? (first ? "Header" : "Data") : line.substr(0, colon);
-    const std::string value_text = colon == std::string::npos ? line : line.substr(colon + 2);
-    AddTexts(*list, {field, value_text}, position, RowFacts(), 0);
-    first = false;
+  if (is_value) {
+    AddValueDetail(hive, value, *list);
+  } else {
+    AddFieldLines(fields, position, *list);
   }
   return list;
 }

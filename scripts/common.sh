@@ -1,0 +1,91 @@
+# Sourced by the scripts: the project's folder, installing what is missing, building, and running
+# the Windows programs under Wine.
+set -euo pipefail
+caller_folder=$PWD
+cd "$(dirname "${BASH_SOURCE[0]}")/.."
+export CMAKE_BUILD_PARALLEL_LEVEL=${CMAKE_BUILD_PARALLEL_LEVEL:-$(nproc)}
+
+# need PACKAGE...: installs the Debian packages that are not there; says nothing about those that are.
+need() {
+  local missing=() package as_root=() log
+  for package in "$@"; do
+    dpkg-query -W -f='${Status}' "$package" 2>/dev/null | grep -q 'ok installed' ||
+      missing+=("$package")
+  done
+  [ ${#missing[@]} -gt 0 ] || return 0
+  echo "Installing ${missing[*]}"
+  [ "$(id -u)" -eq 0 ] || as_root=(sudo)
+  log=$(mktemp)
+  if ! { "${as_root[@]}" apt-get update &&
+    "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive \
+      apt-get install -y --no-install-recommends "${missing[@]}"; } >"$log" 2>&1 </dev/null; then
+    cat "$log" >&2
+    exit 1
+  fi
+  rm -f "$log"
+}
+
+need_native() { need g++ cmake ninja-build ccache libcli11-dev googletest libgtest-dev; }
+need_bench() { need libbenchmark-dev time; }
+need_windows() {
+  need_native
+  need g++-mingw-w64-x86-64-posix wine64 xvfb xdotool imagemagick
+}
+
+# quietly COMMAND...: runs it, and shows its output only when it fails.
+quietly() {
+  local log
+  log=$(mktemp)
+  if ! "$@" >"$log" 2>&1 </dev/null; then
+    cat "$log" >&2
+    rm -f "$log"
+    return 1
+  fi
+  rm -f "$log"
+}
+
+# build PRESET [TARGET...]
+build() {
+  local preset=$1 targets=()
+  shift
+  [ $# -eq 0 ] || targets=(--target "$@")
+  quietly cmake --preset "$preset"
+  quietly cmake --build --preset "$preset" "${targets[@]}"
+}
+
+# The display for Windows programs: the one that is there, else a virtual one of our own.
+start_display() {
+  if [ -n "${DISPLAY:-}" ] && xdotool getdisplaygeometry >/dev/null 2>&1; then
+    own_display=
+    return
+  fi
+  local number_file=build/display
+  mkdir -p build
+  : >"$number_file"
+  Xvfb -displayfd 3 -screen 0 "${1:-1280x1024x24}" -nolisten tcp 3>"$number_file" 2>/dev/null &
+  own_display=$!
+  while [ ! -s "$number_file" ]; do
+    kill -0 "$own_display" || { echo "The virtual display did not start" >&2; exit 1; }
+    sleep 0.05
+  done
+  DISPLAY=":$(cat "$number_file")"
+  export DISPLAY
+}
+
+# Wine in a prefix of the build's own.
+start_wine() {
+  export WINEPREFIX=$PWD/build/wine WINEDEBUG=${WINEDEBUG:--all} WINEDLLOVERRIDES='mscoree,mshtml='
+  wine=$(command -v wine64 || echo /usr/lib/wine/wine64)
+  if [ ! -f "$WINEPREFIX/.booted" ]; then
+    mkdir -p "$WINEPREFIX"
+    quietly "$wine" wineboot -i
+    touch "$WINEPREFIX/.booted"
+  fi
+}
+
+stop_wine_and_display() {
+  if [ -n "${WINEPREFIX:-}" ]; then
+    "$(command -v wineserver || echo /usr/lib/wine/wineserver)" -k >/dev/null 2>&1 || true
+  fi
+  [ -z "${own_display:-}" ] || kill "$own_display" 2>/dev/null || true
+}
