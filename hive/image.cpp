@@ -199,11 +199,6 @@ bool StartFromBin(std::FILE* stream, uint32_t position, const uint8_t* header, u
 
 }  // namespace
 
-HiveTable& TheHiveTable() {
-  static HiveTable table;
-  return table;
-}
-
 void ResetHiveTable() {
   HiveTable& table = TheHiveTable();
   for (int slot = 0; slot < kSlotCount; ++slot) FreeHiveSlot(slot);

@@ -87,7 +87,10 @@ struct HiveTable {
   uint32_t default_root_handle = 0x80000003;
 };
 
-HiveTable& TheHiveTable();
+// Not a local of a function, so that the readers' test of it costs no more than a load. (Constant
+// initialisation is left to the compiler: older clang can't do it for strings.)
+inline HiveTable hive_table_instance;
+inline HiveTable& TheHiveTable() { return hive_table_instance; }
 // Frees every slot with its buffer and stream, and forgets the partial range.
 void ResetHiveTable();
 

@@ -120,9 +120,22 @@ uint64_t FileTimeOfDos(uint32_t dos_date_time) {
 }
 
 std::string FormatCalendar(const CalendarTime& calendar) {
-  char text[64];
-  std::snprintf(text, sizeof text, "%04d/%02d/%02d, %02d:%02d:%02d", calendar.year, calendar.month,
-                calendar.day, calendar.hour, calendar.minute, calendar.second);
+  // A date a row: too many for a format string.
+  std::string text = "0000/00/00, 00:00:00";
+  if (calendar.year > 9999 || calendar.year < 0) {
+    text.insert(0, std::to_string(calendar.year / 10000));
+  }
+  const auto put = [&text](size_t from_end, int digits, int value) {
+    for (size_t at = text.size() - from_end; digits > 0; --digits, --at, value /= 10) {
+      text[at] = static_cast<char>('0' + value % 10);
+    }
+  };
+  put(17, 4, calendar.year % 10000);
+  put(14, 2, calendar.month);
+  put(11, 2, calendar.day);
+  put(7, 2, calendar.hour);
+  put(4, 2, calendar.minute);
+  put(1, 2, calendar.second);
   return text;
 }
 

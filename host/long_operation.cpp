@@ -4,11 +4,6 @@
 
 namespace hivequarry {
 
-LongOperation& TheLongOperation() {
-  static LongOperation operation;
-  return operation;
-}
-
 bool BeginOperation(int code) {
   LongOperation& operation = TheLongOperation();
   bool idle = false;

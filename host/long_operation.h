@@ -19,7 +19,8 @@ inline constexpr int kOperationLoad = 1;
 inline constexpr int kOperationQuietA = 3;
 inline constexpr int kOperationQuietB = 4;
 
-LongOperation& TheLongOperation();
+inline constinit LongOperation long_operation_instance;
+inline LongOperation& TheLongOperation() { return long_operation_instance; }
 
 // Claims the one slot for a long operation and sets the running flag to `code` (not 0). False when
 // one is under way, or was stopped and has not ended yet.

@@ -116,7 +116,8 @@ void WriteTextRow(const ListShape& shape, const std::vector<std::string>& labels
 // --- CSV -----------------------------------------------------------------------------------------
 
 void AppendCsvField(std::string_view text, std::string& out) {
-  if (text.find_first_of(",\"\r\n") == std::string_view::npos) {
+  const auto special = [](char c) { return c == ',' || c == '"' || c == '\r' || c == '\n'; };
+  if (std::none_of(text.begin(), text.end(), special)) {
     out += text;
     return;
   }

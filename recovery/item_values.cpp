@@ -165,14 +165,19 @@ ValueRow MakeValueRow(const HiveImage& hive, uint32_t value_position,
                       const ValueViewOptions& options) {
   std::vector<uint8_t> data;
   const ValueKey value = ReadValueKey(hive, value_position, ValueRead::kData, kMaxValueData, &data);
+  return MakeValueRow(hive, value, data, options);
+}
+
+ValueRow MakeValueRow(const HiveImage& hive, const ValueKey& value, std::span<const uint8_t> data,
+                      const ValueViewOptions& options) {
   ValueRow row;
-  row.value = value_position;
+  row.value = value.position;
   row.name = ValueDisplayName(value);
   row.type = TypeName(value.type);
   row.data = value.status == ValueStatus::kTooLong ? "ERR_DATALEN" : ValueDataText(value, data);
   row.icon = IconOfValue(value);
   char text[16];
-  std::snprintf(text, sizeof(text), "0x%08X", hive.base_offset + value_position);
+  std::snprintf(text, sizeof(text), "0x%08X", hive.base_offset + value.position);
   row.position = text;
   if (options.technical) MakeTechnical(value, row);
   return row;

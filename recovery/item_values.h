@@ -2,11 +2,13 @@
 #pragma once
 
 #include <cstdint>
+#include <span>
 #include <string>
 #include <vector>
 
 #include "hive/image.h"
 #include "hive/key_tree.h"
+#include "hive/value_key.h"
 
 namespace hivequarry {
 
@@ -39,8 +41,10 @@ std::vector<uint32_t> ListedValues(const HiveImage& hive, uint32_t key_position,
 // all are left out.
 ItemValues ShowItemValues(const HiveImage& hive, const KeyTree& tree, uint32_t item,
                           const ValueViewOptions& options);
-// The texts of one value's row.
+// The texts of one value's row; the second form for a value that was read with its data.
 ValueRow MakeValueRow(const HiveImage& hive, uint32_t value_position,
+                      const ValueViewOptions& options);
+ValueRow MakeValueRow(const HiveImage& hive, const ValueKey& value, std::span<const uint8_t> data,
                       const ValueViewOptions& options);
 
 // The detail view of a key: one "label: text" line a field ("\r\n" line ends).

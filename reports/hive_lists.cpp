@@ -1,7 +1,6 @@
 #include "reports/hive_lists.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <string_view>
 #include <vector>
 
@@ -21,8 +20,9 @@ namespace {
 constexpr uint32_t kStopPollMask = 0xFF;
 
 std::string HexText(uint32_t value) {
-  char text[16];
-  std::snprintf(text, sizeof(text), "0x%08X", value);
+  constexpr char kDigits[] = "0123456789ABCDEF";
+  std::string text = "0x00000000";
+  for (size_t i = 9; i >= 2; --i, value >>= 4) text[i] = kDigits[value & 15];
   return text;
 }
 
@@ -74,12 +74,13 @@ class ValueRows {
 
   // `key` is its position, kNoOffset for none.
   void Add(uint32_t position, const std::string& path, uint32_t key, const std::string& lossless) {
-    const ValueRow row = MakeValueRow(hive_, position, ValueViewOptions());
-    const ValueKey value = ReadValueKey(hive_, position, ValueRead::kName, kMaxValueData, nullptr);
+    const ValueKey value = ReadValueKey(hive_, position, ValueRead::kData, kMaxValueData, &data_);
+    const ValueRow row = MakeValueRow(hive_, value, data_, ValueViewOptions());
     RowFacts facts;
-    std::string name = ValueNameUtf8(hive_, value);
+    std::string name;
+    if (!IsPlain(value.name)) name = ValueNameUtf8(hive_, value);
     if (name == Utf8FromNarrow(value.name)) name.clear();
-    const std::string bytes = options_.raw ? DataBytes(position) : std::string();
+    const std::string bytes = options_.raw ? DataBytes() : std::string();
     facts.path = lossless;
     facts.name = name;
     facts.bytes = bytes;
@@ -90,9 +91,8 @@ class ValueRows {
   }
 
  private:
-  std::string DataBytes(uint32_t position) {
+  std::string DataBytes() const {
     constexpr char kDigits[] = "0123456789abcdef";
-    ReadValueKey(hive_, position, ValueRead::kData, kMaxValueData, &data_);
     std::string text(data_.size() * 2, '0');
     for (size_t i = 0; i < data_.size(); ++i) {
       text[2 * i] = kDigits[data_[i] >> 4];
