@@ -94,6 +94,7 @@ void ParseOptions(std::string_view line, CommandLine& result) {
     rest = line;
   }
   if (!result.backup_hives.empty()) result.backup_folder = CleanName(word);
+  if (result.backup_folder.empty()) result.backup_hives.clear();
 }
 
 void ParseSwitch(std::string_view line, CommandLine& result) {

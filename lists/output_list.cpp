@@ -47,7 +47,7 @@ struct RowPlace {
 
 RowPlace PlaceOfRow(uint32_t row) {
   const uint32_t units = row / kFirstBlock + 1;
-  const int block = std::bit_width(units) - 1;
+  const int block = static_cast<int>(std::bit_width(units)) - 1;
   return {block, row - kFirstBlock * ((1U << block) - 1)};
 }
 

@@ -43,7 +43,10 @@ std::vector<uint32_t> FindDisconnectedValues(const HiveImage& hive, const ScanTa
     for (const uint32_t position : positions) InsertPosition(referenced, position);
   }
   for (const uint32_t position : tables.values) {
-    if (!ContainsPosition(referenced, position)) result.push_back(position);
+    if (ContainsPosition(referenced, position)) continue;
+    // Of a value cut off by the end of the image not even the fields can be read.
+    const ValueKey value = ReadValueKey(hive, position, ValueRead::kName, kMaxValueData, nullptr);
+    if (value.status != ValueStatus::kEmpty) result.push_back(position);
   }
   return result;
 }

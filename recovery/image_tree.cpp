@@ -69,6 +69,13 @@ void ChooseRootText(HiveImage& hive, const BuildOptions& options, const ScanTabl
   tree.root_text = DisplayedRoot(hive);
 }
 
+// Blocks in line with the first one: a header that was left over inside a cell is no block.
+uint32_t CountBlocks(const std::vector<BinTableRow>& bins) {
+  uint32_t count = 0;
+  for (const BinTableRow& bin : bins) count += (bin.position - bins[0].position) % 4096 == 0;
+  return count;
+}
+
 ImageSummary Summarise(const ScanTables& tables, const KeyTree& tree) {
   ImageSummary summary;
   summary.keys = static_cast<uint32_t>(tables.keys.size());
@@ -77,7 +84,7 @@ ImageSummary Summarise(const ScanTables& tables, const KeyTree& tree) {
   summary.values = static_cast<uint32_t>(tables.values.size());
   summary.disconnected_values = static_cast<uint32_t>(tree.disconnected_value_positions.size());
   summary.security_records = static_cast<uint32_t>(tables.securities.size());
-  summary.bins = static_cast<uint32_t>(tables.bins.size());
+  summary.bins = CountBlocks(tables.bins);
   summary.list_style = static_cast<uint32_t>(tables.list_style);
   summary.tree_sound = tables.tree_sound;
   summary.stopped = StopRequested();

@@ -1,0 +1,85 @@
+// Value data of any type as text, and records read straight from the input.
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <span>
+#include <vector>
+
+#include "hive/cells.h"
+#include "hive/image.h"
+#include "hive/key_node.h"
+#include "hive/subkey_list.h"
+#include "hive/value_key.h"
+#include "hive/value_text.h"
+
+namespace {
+
+using namespace hivequarry;
+
+constexpr uint32_t kMostCells = 256;
+
+void Require(bool holds) {
+  if (!holds) std::abort();
+}
+
+void ShowData(uint32_t type, std::span<const uint8_t> data) {
+  for (const bool wide : {false, true}) {
+    Require(DataPreview(type, data, wide).size() <= kPreviewLength);
+  }
+  Require(DataText(type, data, false).size() <= data.size() + 1);
+  Require(DataText(type, data, true).size() <= data.size() + 1);
+  // Eight bytes make a line of an offset, three characters and one more each, and a line end.
+  Require(HexDump(data).size() <= (data.size() / 8 + 1) * 48);
+  TypeName(type);
+}
+
+// The input as an image, of which the caller says what was recognised.
+void MakeImage(std::span<const uint8_t> data, bool header_valid, HiveImage& hive) {
+  hive.length = static_cast<uint32_t>(data.size());
+  hive.buffer.reset(static_cast<uint8_t*>(std::calloc(1, data.size() + kImageSlack)));
+  std::memcpy(hive.buffer.get(), data.data(), data.size());
+  hive.loaded = true;
+  hive.last_valid = hive.length < 8 ? 0 : hive.length - 8;
+  hive.header_valid = header_valid;
+  hive.data_base_proven = header_valid;
+}
+
+void ReadCell(const HiveImage& hive, uint32_t position) {
+  std::vector<uint8_t> data;
+  const ValueKey value = ReadValueKey(hive, position, ValueRead::kData, kMaxValueData, &data);
+  Require(data.empty() || data.size() == value.data_length);
+  if (value.status == ValueStatus::kRead) ShowData(value.type, data);
+  ValueDetail(hive, position);
+  ReadRawValueName(hive, value);
+  const KeyNode key = ReadKeyNode(hive, position, KeyRead::kDiagnose);
+  Require(key.name.size() <= 510);
+  ReadClassName(hive, key);
+  uint32_t budget = 4096;
+  std::vector<SubkeyEntry> entries;
+  ReadSubkeyList(hive, position, budget, entries);
+  Require(entries.size() <= 4096);
+  std::vector<uint32_t> positions;
+  budget = 4096;
+  ReadValueList(hive, key.value_count, key.value_list, budget, positions);
+  Require(positions.size() <= 4096);
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+  if (size < 2) return 0;
+  const std::span<const uint8_t> bytes(data, size);
+  ShowData(data[0] & 0x0F, bytes.subspan(1));
+  HiveImage hive;
+  MakeImage(bytes, data[1] % 2 == 0, hive);
+  uint32_t position = 0;
+  for (uint32_t cells = 0; cells < kMostCells; ++cells) {
+    ReadCell(hive, position);
+    const uint32_t next = FindNextCell(hive, position, hive.length, 0x10000);
+    Require(next == 0 || next > position);
+    if (next == 0) break;
+    position = next;
+  }
+  return 0;
+}

@@ -1,0 +1,112 @@
+// make-seeds TARGET FOLDER: writes the seed inputs of a fuzz target.
+#include <cstdio>
+#include <filesystem>
+#include <string>
+#include <string_view>
+#include <utility>
+
+#include "tests/support/hive_builder.h"
+
+namespace {
+
+using namespace hivequarry::testing;
+
+bool WriteSeed(const std::filesystem::path& folder, const std::string& name, const Bytes& bytes) {
+  std::error_code error;
+  std::filesystem::create_directories(folder, error);
+  std::FILE* file = std::fopen((folder / name).string().c_str(), "wb");
+  if (file == nullptr) return false;
+  const bool written = std::fwrite(bytes.data(), 1, bytes.size(), file) == bytes.size();
+  return std::fclose(file) == 0 && written;
+}
+
+BuiltHive SmallHive(List kind) {
+  HiveBuilder hive;
+  hive.DefaultList(kind);
+  hive.Key("Software\\Tools").Sz("Path", "C:\\Tools").Dword("Count", 7).Class("Shell");
+  hive.Key("Software\\Tools").Qword("Serial", 1).MultiSz("Names", {"a", "b"}).Binary("b", 40);
+  hive.Key("Software\\Empty").ListStyle(kind, 2);
+  hive.Key("Software\\\xD0\x96").Sz("\xD0\x96", "wide").Sz("", "default");
+  for (const char* name : {"k1", "k2", "k3", "k4", "k5"}) hive.Key("Software\\Empty").Key(name);
+  return hive.Build();
+}
+
+BuiltHive DamagedHive() {
+  BuiltHive hive = SmallHive(List::kLf);
+  hive.Unlink("Software\\Tools");
+  hive.Free(hive.PositionOf("Software\\Empty\\k2"));
+  hive.Zero(hive.PositionOf("Software\\Empty\\k3"), 88);
+  hive.SetU16(hive.PositionOf("Software\\Empty\\k4"), field::kKeyNameLength, 0);
+  hive.FlipBit(hive.PositionOf("Software\\Empty\\k5") + 5, 0);
+  hive.SetU32(hive.PositionOf("Software\\\xD0\x96"), field::kKeyValues, 0);
+  return hive;
+}
+
+bool WriteHives(const std::filesystem::path& folder) {
+  bool written = true;
+  const std::pair<const char*, List> kinds[] = {{"lf", List::kLf},        {"lh", List::kLh},
+                                                {"li", List::kLi},        {"ri_lh", List::kRiOfLh},
+                                                {"ri_li", List::kRiOfLi}, {"ri_lf", List::kRiOfLf}};
+  for (const auto& [name, kind] : kinds) {
+    written = WriteSeed(folder, name, SmallHive(kind).bytes) && written;
+  }
+  HiveBuilder big;
+  big.Key("A").Binary("big", 33000);
+  HiveBuilder bins;
+  for (int i = 0; i < 4; ++i) bins.Key("K" + std::to_string(i)).NewBin().FreeBehind(200);
+  BuiltHive fragment = SmallHive(List::kLh);
+  fragment.DropBaseBlock();
+  const Bytes small = SmallHive(List::kLh).bytes;
+  written = WriteSeed(folder, "big_data", big.Build().bytes) && written;
+  written = WriteSeed(folder, "bins", bins.Build().bytes) && written;
+  written = WriteSeed(folder, "damaged", DamagedHive().bytes) && written;
+  written = WriteSeed(folder, "fragment", fragment.bytes) && written;
+  written = WriteSeed(folder, "embedded", Embedded(small, 512, 100)) && written;
+  return WriteSeed(folder, "two", Joined({small, small})) && written;
+}
+
+bool WriteValues(const std::filesystem::path& folder) {
+  bool written = true;
+  for (uint8_t type = 0; type < 13; ++type) {
+    Bytes bytes = Utf16Z("Some text with \xE2\x82\xAC");
+    bytes.insert(bytes.begin(), type);
+    written = WriteSeed(folder, "type" + std::to_string(type), bytes) && written;
+  }
+  const Bytes hive = SmallHive(List::kLh).bytes;
+  return WriteSeed(folder, "cells", Bytes(hive.begin() + 4096, hive.end())) && written;
+}
+
+bool WriteCommandLines(const std::filesystem::path& folder) {
+  constexpr std::string_view kLines[] = {"C:\\hives\\SOFTWARE",
+                                         "\"C:\\my hives\\ntuser.dat\"",
+                                         "-soff=4096 -eoff=1048576 \"C:\\image.bin\"",
+                                         "/R \"C:\\SYSTEM\"",
+                                         "-bweek -sam -system C:\\backup",
+                                         "-bmonth -bcd \"C:\\my backup\"",
+                                         "-sam -hkcu \""};
+  bool written = true;
+  int number = 0;
+  for (const std::string_view line : kLines) {
+    const Bytes bytes(line.begin(), line.end());
+    written = WriteSeed(folder, "line" + std::to_string(++number), bytes) && written;
+  }
+  return written;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  using Writer = bool (*)(const std::filesystem::path& folder);
+  constexpr std::pair<std::string_view, Writer> kWriters[] = {
+      {"fuzz_open", WriteHives},
+      {"fuzz_values", WriteValues},
+      {"fuzz_command_line", WriteCommandLines}};
+  for (const auto& [target, write] : kWriters) {
+    if (argc != 3 || argv[1] != target) continue;
+    if (write(argv[2])) return 0;
+    std::fprintf(stderr, "make-seeds: can't write to %s\n", argv[2]);
+    return 1;
+  }
+  std::fprintf(stderr, "usage: make-seeds TARGET FOLDER\n");
+  return 2;
+}

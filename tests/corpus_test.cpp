@@ -1,0 +1,401 @@
+// The product over real hive files, held against FACTS.tsv (what independent readers say of them)
+// and against the plain reader of these tests.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <map>
+#include <sstream>
+#include <unordered_set>
+
+#include "hive/cells.h"
+#include "hive/image.h"
+#include "hive/key_node.h"
+#include "hive/key_tree.h"
+#include "hive/timestamp.h"
+#include "hive/value_key.h"
+#include "hive/value_text.h"
+#include "host/host.h"
+#include "recovery/image_tree.h"
+#include "tests/support/plain_reader.h"
+
+namespace hivequarry {
+namespace {
+
+using testing::Bytes;
+using testing::GetU32;
+using testing::PlainKey;
+using testing::PlainValue;
+using Facts = std::map<std::string, std::string>;  // by column
+
+std::filesystem::path CorpusFolder() {
+  const char* named = std::getenv("HIVEQUARRY_CORPUS");
+  if (named != nullptr && *named != '\0') return named;
+  return std::filesystem::path(HIVEQUARRY_SOURCE_DIR) / ".." / "shared" / "hives";
+}
+
+std::vector<std::string> SplitTabs(const std::string& line) {
+  std::vector<std::string> parts;
+  std::istringstream stream(line);
+  for (std::string part; std::getline(stream, part, '\t');) parts.push_back(part);
+  return parts;
+}
+
+class Corpus : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    if (!std::filesystem::exists(CorpusFolder() / "FACTS.tsv")) {
+      GTEST_SKIP() << "real hives are not tested: no FACTS.tsv in " << CorpusFolder()
+                   << " (HIVEQUARRY_CORPUS names another folder)";
+    }
+  }
+  void TearDown() override { ResetHiveTable(); }
+
+  // The files with a base block of their own.
+  static std::vector<Facts> WholeHives() {
+    std::ifstream stream(CorpusFolder() / "FACTS.tsv");
+    std::vector<Facts> rows;
+    std::string line;
+    std::getline(stream, line);
+    const std::vector<std::string> columns = SplitTabs(line);
+    while (std::getline(stream, line)) {
+      const std::vector<std::string> cells = SplitTabs(line);
+      Facts row;
+      for (size_t i = 0; i < cells.size(); ++i) row[columns[i]] = cells[i];
+      if (!row["keys"].empty()) rows.push_back(row);
+    }
+    return rows;
+  }
+
+  static Bytes ReadFile(const std::string& name) {
+    std::ifstream stream(CorpusFolder() / name, std::ios::binary);
+    return Bytes(std::istreambuf_iterator<char>(stream), {});
+  }
+};
+
+struct Opened {
+  HiveImage* hive = nullptr;
+  KeyTree tree;
+  ImageSummary summary;
+};
+
+Opened Open(const std::string& name, uint32_t start = 0, uint32_t end = 0) {
+  ResetHiveTable();
+  TheHiveTable().start_offset = start;
+  TheHiveTable().end_offset = end;
+  Opened opened;
+  const int slot = OpenHive((CorpusFolder() / name).string(), true);
+  opened.hive = &TheHiveTable().slots[static_cast<size_t>(std::max(slot, 0))];
+  if (slot > 0) opened.summary = BuildImageTree(*opened.hive, BuildOptions(), opened.tree);
+  return opened;
+}
+
+std::vector<uint32_t> ValuesOf(const HiveImage& hive, uint32_t key) {
+  const KeyNode node = ReadKeyNode(hive, key, KeyRead::kFields);
+  std::vector<uint32_t> values;
+  uint32_t budget = hive.length / 4;
+  if (node.value_count != 0) {
+    ReadValueList(hive, node.value_count, node.value_list, budget, values);
+  }
+  return values;
+}
+
+void ExpectSameValue(const HiveImage& hive, const PlainValue& plain) {
+  Bytes data;
+  const ValueKey value = ReadValueKey(hive, plain.position, ValueRead::kData, kMaxValueData, &data);
+  SCOPED_TRACE(::testing::Message() << "value at " << plain.position);
+  EXPECT_EQ(value.status == ValueStatus::kRead, plain.readable);
+  EXPECT_EQ(value.type, plain.type);
+  EXPECT_EQ(ValueNameUtf8(hive, value), Utf8FromWide(plain.name));
+  EXPECT_TRUE(data == plain.data);
+}
+
+// A key that the lists reach: shown, connected, under the right parent, with everything it has.
+void ExpectSameKey(const Opened& opened, const std::vector<PlainKey>& keys, const PlainKey& plain) {
+  const HiveImage& hive = *opened.hive;
+  const KeyTree& tree = opened.tree;
+  SCOPED_TRACE(::testing::Message() << "key at " << plain.position);
+  const uint32_t item = ItemOfPosition(tree, plain.position);
+  ASSERT_NE(item, kNoItem);
+  EXPECT_TRUE(tree.items[item].connected);
+  if (plain.parent != testing::kNone) {
+    ASSERT_NE(tree.items[item].parent, kNoItem);
+    EXPECT_EQ(tree.items[tree.items[item].parent].position, keys[plain.parent].position);
+  }
+  const KeyNode node = ReadKeyNode(hive, plain.position, KeyRead::kFields);
+  EXPECT_EQ(node.last_write, plain.time);
+  EXPECT_EQ(KeyNameUtf8(hive, plain.position), Utf8FromWide(plain.name));
+  std::vector<uint32_t> values = ValuesOf(hive, plain.position);
+  std::erase_if(values, [&](uint32_t value) {
+    return value == kNoOffset || ReadU16(hive, value + 4) != kSignatureVk;
+  });
+  std::vector<uint32_t> expected;
+  for (const PlainValue& value : plain.values) expected.push_back(value.position);
+  ASSERT_EQ(values, expected);
+  for (const PlainValue& value : plain.values) ExpectSameValue(hive, value);
+}
+
+// True for an item with a key cell that was read, not one that a repair made up.
+bool IsRealKey(const KeyTree& tree, uint32_t item) {
+  constexpr uint16_t kMadeUp = kMarkSibling | kMarkParent | kMarkChild;
+  return IsKeyItem(tree, item) && (tree.items[item].marks & kMadeUp) == 0;
+}
+
+// Figures of the keys that the tree shows as connected.
+Facts FiguresOf(const Opened& opened) {
+  const HiveImage& hive = *opened.hive;
+  uint32_t keys = 0;
+  size_t values = 0;
+  uint64_t latest = 0;
+  int deepest = 0;
+  std::vector<int> levels(opened.tree.items.size());
+  for (uint32_t item = 0; item < opened.tree.items.size(); ++item) {
+    const KeyItem& key = opened.tree.items[item];
+    if (item != 0) levels[item] = levels[key.parent] + 1;
+    if (!key.connected || !IsRealKey(opened.tree, item)) continue;
+    ++keys;
+    for (const uint32_t value : ValuesOf(hive, key.position)) {
+      values += value != kNoOffset && ReadU16(hive, value + 4) == kSignatureVk;
+    }
+    latest = std::max(latest, ReadKeyNode(hive, key.position, KeyRead::kFields).last_write);
+    deepest = std::max(deepest, levels[item]);
+  }
+  return {{"keys", std::to_string(keys)},
+          {"values", std::to_string(values)},
+          {"deepest", std::to_string(deepest)},
+          {"latest_write", FormatIso8601(latest)}};
+}
+
+TEST_F(Corpus, ReachableTreeIsWhatAPlainReaderSees) {
+  for (Facts& facts : WholeHives()) {
+    SCOPED_TRACE(facts["file"]);
+    const Bytes bytes = ReadFile(facts["file"]);
+    const std::vector<PlainKey> keys = testing::ReadPlainTree(bytes);
+    ASSERT_EQ(std::to_string(keys.size()), facts["keys"]);
+    const Opened opened = Open(facts["file"]);
+    ASSERT_EQ(opened.hive->length, bytes.size());
+    for (const auto& [column, figure] : FiguresOf(opened)) {
+      EXPECT_EQ(figure, facts[column]) << column;
+    }
+    for (const PlainKey& key : keys) {
+      ExpectSameKey(opened, keys, key);
+      if (HasFailure()) break;  // the first difference tells enough
+    }
+  }
+}
+
+std::vector<uint32_t> RealKeys(const Opened& opened) {
+  std::vector<uint32_t> positions;
+  for (uint32_t item = 0; item < opened.tree.items.size(); ++item) {
+    if (IsRealKey(opened.tree, item)) positions.push_back(opened.tree.items[item].position);
+  }
+  std::ranges::sort(positions);
+  return positions;
+}
+
+// Value cells that no key cell's list names.
+std::vector<uint32_t> UnnamedValues(const Bytes& bytes, const testing::PlainCells& cells) {
+  std::unordered_set<uint32_t> named;
+  for (const uint32_t key : cells.keys) {
+    for (const PlainValue& value : testing::ReadPlainKey(bytes, key).values) {
+      named.insert(value.position);
+    }
+  }
+  std::vector<uint32_t> unnamed;
+  std::ranges::copy_if(cells.values, std::back_inserter(unnamed),
+                       [&](uint32_t value) { return !named.contains(value); });
+  return unnamed;
+}
+
+TEST_F(Corpus, ScanMeetsEveryAllocatedRecord) {
+  for (Facts& facts : WholeHives()) {
+    SCOPED_TRACE(facts["file"]);
+    const Bytes bytes = ReadFile(facts["file"]);
+    const testing::PlainCells cells = testing::WalkPlainCells(bytes, 4096);
+    const Opened opened = Open(facts["file"]);
+    const ImageSummary& summary = opened.summary;
+    EXPECT_EQ(summary.bins, cells.blocks);
+    EXPECT_EQ(summary.keys, summary.connected_keys + summary.disconnected_keys);
+    EXPECT_EQ(RealKeys(opened), cells.keys);
+    const std::vector<uint32_t> unnamed = UnnamedValues(bytes, cells);
+    const std::vector<uint32_t>& shown = opened.tree.disconnected_value_positions;
+    if (facts["file"] == "SYSTEM_holes") {
+      // One block holds a broken cell; the scan finds its way again behind it, a plain walk not.
+      EXPECT_EQ(summary.values, cells.values.size() + 1);
+      EXPECT_EQ(summary.security_records, cells.security_records.size() + 10);
+      EXPECT_TRUE(std::ranges::includes(shown, unnamed));
+    } else {
+      EXPECT_EQ(summary.values, cells.values.size());
+      EXPECT_EQ(summary.security_records, cells.security_records.size());
+      EXPECT_EQ(shown, unnamed);
+    }
+  }
+}
+
+// The keys under "Disconnected Keys" that were read from a cell.
+std::vector<uint32_t> DisconnectedKeys(const Opened& opened) {
+  std::vector<uint32_t> items;
+  for (uint32_t item = 0; item < opened.tree.items.size(); ++item) {
+    if (IsRealKey(opened.tree, item) && !opened.tree.items[item].connected) items.push_back(item);
+  }
+  return items;
+}
+
+TEST_F(Corpus, DisconnectedKeyCounts) {
+  const std::map<std::string, size_t> expected = {
+      {"BadListHive", 1},           {"BadSubkeyHive", 1}, {"HealedHive", 1},
+      {"NTUSER.DAT", 103},  // of another hive, in blocks behind this one's
+      {"NTUSER_modified.DAT", 104}, {"NewDirtyHive", 4},  {"TruncatedHive", 83},
+      {"SYSTEM_holes", 334}};
+  for (Facts& facts : WholeHives()) {
+    const Opened opened = Open(facts["file"]);
+    const auto found = expected.find(facts["file"]);
+    EXPECT_EQ(DisconnectedKeys(opened).size(), found == expected.end() ? 0 : found->second)
+        << facts["file"];
+  }
+}
+
+TEST_F(Corpus, KnownDisconnectedKeys) {
+  const struct {
+    const char* file;
+    uint32_t signature;  // file offset
+    const char* name;
+    const char* parent;  // the name of the key that its parent field leads to
+    const char* last_write;
+  } cases[] = {
+      {"HealedHive", 4812, "cccc", "{a1c3317d-5e37-4a97-9c38-476347d6668a}",
+       "2017-03-19T19:15:17.8620342Z"},
+      {"BadListHive", 5324, "subkey", "2", "2017-03-09T12:05:58.5982007Z"},
+      {"BadSubkeyHive", 5324, "subkey", "2", "2017-03-09T12:05:58.5982007Z"},
+      {"NTUSER_modified.DAT", 381124, "New Key #1", "Microsoft", "2019-02-11T19:45:49.2261791Z"},
+      {"NewDirtyHive", 4420,
+       "\u041D\u043E\u0432\u044B\u0439 \u0440\u0430\u0437\u0434\u0435\u043B "
+       "#1",
+       nullptr, "2017-03-04T20:51:42.3623630Z"},
+      {"NewDirtyHive", 5404,
+       "\u041D\u043E\u0432\u044B\u0439 \u0440\u0430\u0437\u0434\u0435\u043B "
+       "#1",
+       nullptr, "2017-03-04T20:52:19.7530801Z"},
+      {"hive_and_fragments", 147780 + 512, "key_with_bigdata", nullptr, nullptr},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(::testing::Message() << c.file << " " << c.signature);
+    const Opened opened = Open(c.file);
+    const HiveImage& hive = *opened.hive;
+    const uint32_t position = c.signature - 4 - hive.base_offset;
+    const uint32_t item = ItemOfPosition(opened.tree, position);
+    ASSERT_NE(item, kNoItem);
+    EXPECT_FALSE(opened.tree.items[item].connected);
+    EXPECT_EQ(KeyNameUtf8(hive, position), c.name);
+    const KeyNode node = ReadKeyNode(hive, position, KeyRead::kFields);
+    if (c.parent != nullptr) {
+      EXPECT_EQ(KeyNameUtf8(hive, node.parent), c.parent);
+    }
+    if (c.last_write != nullptr) {
+      EXPECT_EQ(FormatIso8601(node.last_write), c.last_write);
+    }
+  }
+}
+
+TEST_F(Corpus, KeysOfATruncatedHiveKnowTheirParent) {
+  const Opened opened = Open("TruncatedHive");
+  for (const uint32_t item : DisconnectedKeys(opened)) {
+    const uint32_t position = opened.tree.items[item].position;
+    const KeyNode node = ReadKeyNode(*opened.hive, position, KeyRead::kFields);
+    EXPECT_EQ(KeyNameUtf8(*opened.hive, node.parent), "key_with_many_subkeys");
+    EXPECT_EQ(node.name.find_first_not_of("0123456789"), std::string::npos) << node.name;
+  }
+}
+
+TEST_F(Corpus, ParentFieldsLeadToTheRootAcrossHoles) {
+  const Opened opened = Open("SYSTEM_holes");
+  const HiveImage& hive = *opened.hive;
+  int led_home = 0;
+  for (const uint32_t item : DisconnectedKeys(opened)) {
+    uint32_t position = opened.tree.items[item].position;
+    for (int step = 0; step < 512 && position != hive.root_position; ++step) {
+      const KeyNode node = ReadKeyNode(hive, position, KeyRead::kFields);
+      position = node.state == KeyState::kAllocated ? node.parent : kNoOffset;
+    }
+    led_home += position == hive.root_position;
+  }
+  EXPECT_EQ(led_home, 144);
+}
+
+TEST_F(Corpus, KnownValues) {
+  const struct {
+    const char* file;
+    uint32_t signature;  // file offset
+    const char* name;
+    const char* text;
+    bool disconnected;
+  } cases[] = {
+      {"HealedHive", 4460, "123", "test", false},  // its key is disconnected, itself not
+      {"DeletedDataHiveTruncated", 4420, "v1", "123", true},
+      {"fragment_no_base_block", 1636, "AAA1", "", false},
+      {"fragment_no_base_block", 1476, "A2", "AAA2", false},
+      {"fragment_no_base_block", 1348, "B2", "BBB2", false},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(::testing::Message() << c.file << " " << c.signature);
+    const Opened opened = Open(c.file);
+    const uint32_t position = c.signature - 4;
+    Bytes data;
+    const ValueKey value =
+        ReadValueKey(*opened.hive, position, ValueRead::kData, kMaxValueData, &data);
+    EXPECT_EQ(value.status, ValueStatus::kRead);
+    EXPECT_EQ(value.name, c.name);
+    EXPECT_EQ(DataPreview(value.type, data, true), c.text);
+    EXPECT_EQ(std::ranges::count(opened.tree.disconnected_value_positions, position),
+              c.disconnected ? 1 : 0);
+  }
+}
+
+TEST_F(Corpus, HivesInsideFilesAndFragments) {
+  const struct {
+    const char* file;
+    uint32_t start, end;  // the range asked for, 0 and 0 for none
+    uint32_t base, length;
+    bool has_base_block;
+    const char* key;     // a path below the root that must be there and connected
+    uint32_t connected;  // real keys
+  } cases[] = {
+      {"hive_at_512", 0, 0, 512, 262656, true, nullptr, 3},
+      {"hive_and_fragments", 0, 0, 512, 262144, true, "key_with_bigdata", 2},
+      {"hive_and_fragments", 512, 147968, 512, 147456, true, "key_with_bigdata", 2},
+      {"fragment_no_base_block", 0, 0, 0, 258048, false, "A1\\B2", 4},
+      {"fragment_one_block", 0, 0, 0, 4096, false, nullptr, 1},
+      {"fragment_1024_bytes", 0, 0, 0, 1024, false, "key_with_many_subkeys", 2},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.file);
+    const Opened opened = Open(c.file, c.start, c.end);
+    EXPECT_EQ(opened.hive->base_offset, c.base);
+    EXPECT_EQ(opened.hive->length, c.length);
+    EXPECT_EQ(opened.hive->header_valid, c.has_base_block);
+    EXPECT_EQ(FiguresOf(opened)["keys"], std::to_string(c.connected));
+    if (c.key == nullptr) continue;
+    const uint32_t item = FindItemByPath(*opened.hive, opened.tree, c.key);
+    ASSERT_NE(item, kNoItem);
+    EXPECT_TRUE(opened.tree.items[item].connected);
+  }
+}
+
+TEST_F(Corpus, EmbeddedHiveReadsLikeTheHiveAlone) {
+  const struct {
+    const char* file;
+    const char* alone;
+  } cases[] = {{"hive_at_512", "UnicodeHive"}, {"hive_and_fragments", "BigDataHive"}};
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.file);
+    const std::vector<PlainKey> keys = testing::ReadPlainTree(ReadFile(c.alone));
+    const Opened opened = Open(c.file);
+    for (const PlainKey& key : keys) ExpectSameKey(opened, keys, key);
+  }
+}
+
+}  // namespace
+}  // namespace hivequarry

@@ -1,0 +1,276 @@
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <set>
+#include <thread>
+
+#include "host/long_operation.h"
+#include "lists/list_writers.h"
+#include "lists/output_list.h"
+#include "tests/support/host_recorder.h"
+
+namespace hivequarry {
+namespace {
+
+using namespace std::string_literals;
+using namespace std::string_view_literals;
+
+constexpr int kAllKinds[] = {4,  5,  6,  7,  11, 14, 15, 17, 20,  22,  25,  26,  27, 28,
+                             29, 30, 31, 32, 33, 36, 38, 39, 41,  42,  44,  45,  46, 47,
+                             48, 49, 50, 51, 55, 56, 57, 80, 100, 101, 102, 103, 104};
+
+using Texts = std::vector<std::string_view>;
+
+void Add(OutputList& list, const Texts& texts, uint32_t datum = 0, bool has_datum = false,
+         RowFacts facts = {}) {
+  NewRow row;
+  row.texts = texts;
+  row.datum = datum;
+  row.has_datum = has_datum;
+  row.facts = facts;
+  AddRow(list, row);
+}
+
+using Writer = bool (*)(const OutputList&, const TextSink&);
+
+std::string Written(Writer writer, const OutputList& list) {
+  std::string text;
+  EXPECT_TRUE(writer(list, [&](std::string_view piece) {
+    text += piece;
+    return true;
+  }));
+  return text;
+}
+
+TEST(ListKinds, TitlesAndColumns) {
+  const struct {
+    int kind;
+    const char* title;
+    size_t columns;
+    const char* last;
+  } cases[] = {{4, "Output List", 18, "Root"},
+               {5, "Search results", 5, "Key Offset"},
+               {7, "Compare results", 6, "Value Offset"},
+               {11, "Key Dates", 3, "Key Offset"},
+               {25, "Output List", 5, "Key date ProgID"},
+               {39, "Output List", 8, "Previous"},
+               {41, "Count Keys", 6, "Key Offset"},
+               {42, "Registry Current User Count Keys", 6, "Key Date"},
+               {47, "Security Records", 5, "Owner Account"},
+               {49, "ACE List", 6, "Account"},
+               {56, "OpenSaveMRU", 6, "Key Offset"},
+               {57, "StreamMRU", 11, "Key Offset"},
+               {80, "Error list", 4, "Error"},
+               {kListInfo, "Hive information", 19, "virtual_siblings"},
+               {kListTree, "Key tree", 7, "Connected"},
+               {kListBins, "Block list", 5, "Own Offset"}};
+  for (const auto& c : cases) {
+    const ListKindInfo& info = FindListKind(c.kind);
+    EXPECT_STREQ(info.title, c.title);
+    ASSERT_EQ(info.columns.size(), c.columns) << c.kind;
+    EXPECT_STREQ(info.columns.back(), c.last);
+  }
+  EXPECT_STREQ(FindListKind(99).title, "Output List");
+  EXPECT_TRUE(FindListKind(99).columns.empty());
+}
+
+TEST(ListKinds, EveryKindIsUsable) {
+  std::set<int> seen;
+  for (const int kind : kAllKinds) {
+    const ListKindInfo& info = FindListKind(kind);
+    EXPECT_EQ(info.kind, kind);
+    EXPECT_TRUE(seen.insert(kind).second);
+    const uint32_t beyond = ~((1U << info.columns.size()) - 1);
+    EXPECT_EQ((info.utf8_columns | info.number_columns | info.flag_columns) & beyond, 0u) << kind;
+    const OutputListPtr list = MakeOutputList(kind);
+    EXPECT_EQ(ColumnCount(*list), static_cast<int>(info.columns.size()));
+  }
+}
+
+TEST(OutputListTest, KeepsWhatWasAdded) {
+  const OutputListPtr list = MakeOutputList(5);
+  const std::string large(100'000, 'x');
+  NewRow row;
+  const Texts texts = {"key", "", "data", "", "0x1000", "beyond the last column"};
+  row.texts = texts;
+  row.icon = -16;
+  row.datum = 0xFFFFFFF0;
+  row.facts = {true, 42, "p", "n", "b"};
+  AddRow(*list, row);
+  Add(*list, {large, "v", large}, 0, false, {false, 0, {}, {}, large});
+  Add(*list, {});
+  ASSERT_EQ(RowCount(*list), 3u);
+  EXPECT_EQ(CellText(*list, 0, 0), "key");
+  EXPECT_EQ(CellText(*list, 0, 1), "");
+  EXPECT_EQ(CellText(*list, 0, 4), "0x1000");
+  EXPECT_EQ(CellText(*list, 0, 5), "");
+  EXPECT_EQ(RowIcon(*list, 0), -16);
+  EXPECT_EQ(RowDatum(*list, 0), 0xFFFFFFF0u);
+  EXPECT_TRUE(RowHasDatum(*list, 0));
+  const RowFacts facts = FactsOfRow(*list, 0);
+  EXPECT_TRUE(facts.about_key);
+  EXPECT_EQ(facts.last_write, 42u);
+  EXPECT_EQ(facts.path, "p");
+  EXPECT_EQ(facts.name, "n");
+  EXPECT_EQ(facts.bytes, "b");
+  EXPECT_EQ(CellText(*list, 1, 0), large);
+  EXPECT_EQ(CellText(*list, 1, 2), large);
+  EXPECT_EQ(CellText(*list, 1, 3), "");
+  EXPECT_EQ(FactsOfRow(*list, 1).bytes, large);
+  EXPECT_FALSE(FactsOfRow(*list, 1).about_key);
+  EXPECT_FALSE(RowHasDatum(*list, 1));
+  EXPECT_EQ(CellText(*list, 2, 0), "");
+  ClearRows(*list);
+  EXPECT_EQ(RowCount(*list), 0u);
+  Add(*list, {"again"});
+  EXPECT_EQ(CellText(*list, 0, 0), "again");
+}
+
+TEST(OutputListTest, ReadersSeeWholeRowsWhileAWorkerAdds) {
+  constexpr uint32_t kRows = 200'000;
+  const OutputListPtr list = MakeOutputList(11);
+  std::thread worker([&] {
+    for (uint32_t row = 0; row < kRows; ++row) {
+      const std::string number = std::to_string(row);
+      Add(*list, {number, "some key", number}, row, true);
+    }
+  });
+  const std::string_view first = [&] {
+    while (RowCount(*list) == 0) std::this_thread::yield();
+    return CellText(*list, 0, 0);
+  }();
+  uint32_t wrong = 0;
+  for (uint32_t seen = 0; seen < kRows;) {
+    seen = RowCount(*list);
+    if (seen == 0) continue;
+    for (const uint32_t row : {0U, seen / 3, seen - 1}) {
+      const std::string number = std::to_string(row);
+      wrong += CellText(*list, row, 2) != number || RowDatum(*list, row) != row;
+    }
+  }
+  worker.join();
+  EXPECT_EQ(wrong, 0u);
+  EXPECT_EQ(first.data(), CellText(*list, 0, 0).data()) << "rows never move";
+}
+
+TEST(OutputListTest, ColumnLimits) {
+  const OutputListPtr list = MakeOutputList(4);
+  SetColumns(*list, std::vector<std::string>(20, "c"));
+  EXPECT_EQ(ColumnCount(*list), 18);
+  const OutputListPtr own = MakeOutputList(kListInfo);
+  SetColumns(*own, std::vector<std::string>(40, "c"));
+  EXPECT_EQ(ColumnCount(*own), 32);
+}
+
+TEST(ListText, Format) {
+  const OutputListPtr list = MakeOutputList(5);
+  Add(*list, {"HKLM\\A", "v", "", "REG_SZ"});
+  Add(*list, {"HKLM\\B"});
+  Add(*list, {});
+  EXPECT_EQ(Written(WriteListText, *list),
+            "Number of Items : 3\r\n\r\n"
+            "Key       : HKLM\\A\r\nValue     : v\r\nType      : REG_SZ\r\n\r\n"
+            "Key       : HKLM\\B\r\n\r\n"
+            "\r\n");
+  SetListSubtitle(*list, "From HKLM");
+  EXPECT_EQ(Written(WriteListText, *list).substr(0, 32), "From HKLM\r\nNumber of Items : 3\r\n");
+}
+
+TEST(ListText, Limits) {
+  const OutputListPtr list = MakeOutputList(4);
+  SetColumns(*list, {std::string(70, 'h'), "2", "3", "4", "5", "6", "7", "8", "9", "10", "11", "12",
+                     "13", "14", "15", "16", "17", "18"});
+  Texts texts(18, "t");
+  const std::string long_path(600, 'p');
+  texts[0] = long_path;
+  Add(*list, texts);
+  const std::string text = Written(WriteListText, *list);
+  EXPECT_NE(text.find("\r\n" + std::string(62, 'h') + ": " + std::string(520, 'p') + "\r\n"),
+            std::string::npos);
+  EXPECT_NE(text.find("\r\n17" + std::string(60, ' ') + ": t\r\n"), std::string::npos);
+  EXPECT_EQ(text.find("\r\n18"), std::string::npos) << "the 18th column is left out";
+  // Not so in the program's own lists.
+  const OutputListPtr info = MakeOutputList(kListInfo);
+  Texts fields(19, "1");
+  fields[0] = "\xD0\x96.dat \xE2\x82\xAC";
+  Add(*info, fields);
+  const std::string shown = Written(WriteListText, *info);
+  EXPECT_NE(shown.find("\r\nvirtual_siblings   : 1\r\n"), std::string::npos);
+  EXPECT_NE(shown.find("file               : ?.dat \x80\r\n"), std::string::npos);
+}
+
+TEST(ListWriters, NothingForEmptyLists) {
+  for (const Writer writer : {WriteListText, WriteListCsv, WriteListJsonLines}) {
+    const OutputListPtr no_rows = MakeOutputList(5);
+    EXPECT_EQ(Written(writer, *no_rows), "");
+    const OutputListPtr no_columns = MakeOutputList(99);
+    Add(*no_columns, {"x"});
+    EXPECT_EQ(Written(writer, *no_columns), "");
+  }
+}
+
+TEST(ListWriters, RefusingSinkAndStop) {
+  const OutputListPtr list = MakeOutputList(51);
+  const std::string path(400, 'k');
+  for (int i = 0; i < 2000; ++i) Add(*list, {path});
+  for (const Writer writer : {WriteListText, WriteListCsv, WriteListJsonLines}) {
+    int calls = 0;
+    EXPECT_FALSE(writer(*list, [&](std::string_view) { return ++calls < 3; }));
+    EXPECT_EQ(calls, 3);
+    ASSERT_TRUE(BeginOperation(kOperationLoad));
+    size_t size = 0;
+    EXPECT_FALSE(writer(*list, [&](std::string_view piece) {
+      size += piece.size();
+      RequestStop();
+      return true;
+    }));
+    EndOperation();
+    EXPECT_LT(size, 500'000u);
+  }
+}
+
+TEST(ListCsv, QuotesAndEncodes) {
+  const OutputListPtr list = MakeOutputList(36);
+  Add(*list, {"plain", "a,b", "say \"hi\"", "line\r\nend"});
+  Add(*list, {"", "\x80\xC4", "", ""});
+  EXPECT_EQ(Written(WriteListCsv, *list),
+            "Key,Value,Data,Type\r\n"
+            "plain,\"a,b\",\"say \"\"hi\"\"\",\"line\r\nend\"\r\n"
+            ",\u20AC\u00C4,,\r\n");
+}
+
+TEST(ListJson, StringsAndFacts) {
+  const OutputListPtr list = MakeOutputList(36);
+  Add(*list, {"q\"b\\", "\n\x01\x7F", "\x80\xC4"}, 4128, true,
+      {true, 132817176441804672, "\u0416\xFF", "", ""});
+  Add(*list, {"k", "v\0w"sv}, 0, false, {false, 7, "", "n\xC3", "00ff"});
+  EXPECT_EQ(Written(WriteListJsonLines, *list),
+            "{\"Key\":\"q\\\"b\\\\\",\"Value\":\"\\n\\u0001\\u007f\",\"Data\":\"\u20AC\u00C4\","
+            "\"Type\":\"\",\"Offset\":4128,\"LastWrite\":\"2021-11-18T14:00:44.1804672Z\","
+            "\"Path\":\"\u0416\uFFFD\"}\n"
+            "{\"Key\":\"k\",\"Value\":\"v\\u0000w\",\"Data\":\"\",\"Type\":\"\","
+            "\"Name\":\"n\uFFFD\",\"Bytes\":\"00ff\"}\n");
+}
+
+TEST(ListJson, NumbersAndFlags) {
+  const OutputListPtr info = MakeOutputList(kListInfo);
+  Add(*info, {"\u0416.dat", "8192", "0", "1", "0", "", "x", "\xC4", "007"});
+  const std::string text = Written(WriteListJsonLines, *info);
+  EXPECT_EQ(text.substr(0, text.find(",\"keys\"")),
+            "{\"file\":\"\u0416.dat\",\"length\":8192,\"base_offset\":0,\"header_valid\":true,"
+            "\"root_valid\":false,\"data_area_base\":null,\"root_position\":\"x\","
+            "\"root_path\":\"\u00C4\",\"list_style\":\"007\"");
+  const OutputListPtr tree = MakeOutputList(kListTree);
+  Add(*tree, {"HKLM", "0x20", "", "", "", "2", "1"});
+  EXPECT_EQ(Written(WriteListJsonLines, *tree),
+            "{\"Key\":\"HKLM\",\"Key Offset\":\"0x20\",\"Parent Offset\":\"\",\"Key Date\":\"\","
+            "\"Status\":\"\",\"Marks\":2,\"Connected\":1}\n");
+}
+
+TEST(ListJson, String) {
+  EXPECT_EQ(JsonString("a/\"\t\u00E9"), "\"a/\\\"\\t\u00E9\"");
+  EXPECT_EQ(JsonString("\xED\xA0\x80 \xC0\x80 \xF5"), "\"\uFFFD \uFFFD \uFFFD\"");
+}
+
+}  // namespace
+}  // namespace hivequarry
