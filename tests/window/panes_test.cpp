@@ -1,0 +1,271 @@
+// What the panes show of a hive.
+#include <cstring>
+
+#include "hive/value_text.h"
+#include "tests/window/window_fixture.h"
+#include "ui/splitter.h"
+#include "ui/text.h"
+#include "ui/tree_icons.h"
+
+namespace hivequarry::testing {
+namespace {
+
+using Texts = std::vector<std::string>;
+
+std::string Hex(uint32_t number) {
+  char text[16];
+  snprintf(text, sizeof text, "0x%08X", number);
+  return text;
+}
+
+BuiltHive ToolsHive() {
+  HiveBuilder hive;
+  hive.Key("Tools")
+      .Sz("Path", "C:\\Tools")
+      .Dword("Count", 0x2A)
+      .Binary("Blob", 20)
+      .Sz("", "by default");
+  hive.Key("Tools\\Inner\\Deep");
+  hive.Key("Empty");
+  hive.Key("Lost\\Child").Sz("Kept", "yes");
+  return hive.Build();
+}
+
+TEST_F(WindowTest, ValuesOfTheSelectedKey) {
+  const BuiltHive hive = ToolsHive();
+  const TempFile file(hive.bytes);
+  Open(file.name());
+  SelectPath("Tools");
+  EXPECT_EQ(TextOf(window_->path), window_->key_tree->root_text + "\\Tools");
+  ASSERT_EQ(ListView_GetItemCount(window_->values.window), 4);
+  EXPECT_EQ(ValueRowTexts(0),
+            (Texts{"Path", "REG_SZ", "C:\\Tools", Hex(hive.ValuePosition("Tools", "Path"))}));
+  EXPECT_EQ(ValueRowTexts(1), (Texts{"Count", "REG_DWORD", "0x0000002A (42)",
+                                     Hex(hive.ValuePosition("Tools", "Count"))}));
+  EXPECT_EQ(ValueRowTexts(3)[0], "(Default value)");
+  EXPECT_NE(TextOf(window_->detail.window).find("Tools"),
+            std::string::npos);  // the key's own detail
+
+  SelectRow(1);
+  char header[80];
+  snprintf(header, sizeof header, "Type 4, Value 0x%X", hive.ValuePosition("Tools", "Count"));
+  EXPECT_EQ(TextOf(window_->detail.window).substr(0, strlen(header)), header);
+  EXPECT_NE(TextOf(window_->detail.window).find("0x0000002A (42)"), std::string::npos);
+
+  SelectPath("Empty");
+  EXPECT_EQ(ListView_GetItemCount(window_->values.window), 1);
+  EXPECT_EQ(ValueRowTexts(0)[0], "(No values set)");
+}
+
+// The control gets a long text in parts; a newer one ends that.
+TEST_F(WindowTest, LongDetailComesWhole) {
+  HiveBuilder builder;
+  builder.Key("Tools").Binary("Blob", 60000).Sz("Path", "C:\\Tools");
+  const BuiltHive hive = builder.Build();
+  const TempFile file(hive.bytes);
+  Open(file.name());
+  SelectPath("Tools");
+  SelectRow(0);
+  const std::string text =
+      ValueDetail(ShownHive(*window_), hive.ValuePosition("Tools", "Blob")).text;
+  ASSERT_GT(text.size(), 200000U);
+  EXPECT_TRUE(PumpUntil([&] { return window_->detail.text.empty(); }));
+  EXPECT_TRUE(TextOf(window_->detail.window) == Utf8FromNarrow(text));
+  SelectRow(1);
+  SelectRow(0);
+  SelectRow(1);
+  EXPECT_TRUE(PumpUntil([&] { return window_->detail.text.empty(); }));
+  EXPECT_LT(TextOf(window_->detail.window).size(), 200U);
+}
+
+TEST_F(WindowTest, OnlyTheNewestSelectionIsShown) {
+  const TempFile file(ToolsHive().bytes);
+  Open(file.name());
+  const HiveImage& hive = ShownHive(*window_);
+  const uint32_t tools = FindItemByPath(hive, *window_->key_tree, "Tools");
+  const uint32_t empty = FindItemByPath(hive, *window_->key_tree, "Empty");
+  for (int i = 0; i < 100; ++i) {
+    OnItemSelected(*window_, tools);
+    OnItemSelected(*window_, empty);
+  }
+  WaitForRows();
+  EXPECT_EQ(window_->shown_item, empty);
+  EXPECT_TRUE(PumpUntil([&] { return !ValueThreadsRun(window_->threads); }));
+  EXPECT_EQ(window_->shown_item, empty);
+  EXPECT_TRUE(surroundings_.boxes.empty());
+}
+
+TEST_F(WindowTest, FoldersOfWhatIsDisconnected) {
+  BuiltHive hive = ToolsHive();
+  hive.Unlink("Lost");
+  // A list that is gone leaves its value without a key.
+  hive.SetU32(hive.PositionOf("Lost\\Child"), field::kKeyValues, 0)
+      .SetU32(hive.PositionOf("Lost\\Child"), field::kKeyValueList, kNone);
+  const TempFile file(hive.bytes);
+  Open(file.name());
+  SelectItemAndWait(window_->key_tree->disconnected_keys);
+  ASSERT_EQ(ListView_GetItemCount(window_->values.window), 1);
+  EXPECT_EQ(ValueRowTexts(0), (Texts{"Info", "", "Keys not connected to the Root cell", ""}));
+
+  SelectItemAndWait(window_->key_tree->disconnected_values);
+  ASSERT_EQ(ListView_GetItemCount(window_->values.window), 2);
+  EXPECT_EQ(ValueRowTexts(0), (Texts{"Info", "", "Values not connected to any key", ""}));
+  EXPECT_EQ(ValueRowTexts(1)[0], "Kept");
+  EXPECT_EQ(ValueRowTexts(1)[2], "yes");
+
+  const uint32_t lost = ItemOfPosition(*window_->key_tree, hive.PositionOf("Lost"));
+  SelectItemAndWait(lost);
+  EXPECT_EQ(ItemText(window_->tree.handles[lost]), "Lost");
+  EXPECT_EQ(window_->key_tree->items[lost].parent, window_->key_tree->disconnected_keys);
+  EXPECT_EQ(ClosedIcon(window_->key_tree->items[lost]), kIconIsolated);
+}
+
+TEST_F(WindowTest, TechnicalViewAndCellDetails) {
+  const BuiltHive hive = ToolsHive();
+  const TempFile file(hive.bytes);
+  Open(file.name());
+  SelectPath("Tools");
+  Run(kCommandTechnicalView);
+  WaitForRows();
+  char name[64];
+  snprintf(name, sizeof name, "%Xovk, 4ln, 18ld, Path", hive.ValuePosition("Tools", "Path"));
+  EXPECT_EQ(ValueRowTexts(0)[0], name);
+  Run(kCommandCellDetails);
+  WaitForRows();
+  ASSERT_EQ(ListView_GetItemCount(window_->values.window), 5);
+  EXPECT_EQ(ValueRowTexts(0)[0].substr(0, 1), "_");
+  EXPECT_EQ(ValueRowTexts(1)[0], name);
+  Run(kCommandTechnicalView);
+  Run(kCommandCellDetails);
+  WaitForRows();
+  EXPECT_EQ(ValueRowTexts(0)[0], "Path");
+}
+
+TEST_F(WindowTest, BlockListHasARowForEachBlock) {
+  HiveBuilder builder;
+  for (int i = 0; i < 200; ++i) builder.Key("Key" + std::to_string(i));
+  BuiltHive hive = builder.Build();
+  ASSERT_GE(hive.BinCount(), 2U);
+  const uint32_t last = hive.BinPosition(hive.BinCount() - 1);
+  hive.SetU32(last, 0, 0);  // no "hbin" there any more
+  const TempFile file(hive.bytes);
+  Open(file.name());
+  Run(kCommandBlockList);
+  ASSERT_NE(window_->blocks, nullptr);
+  const HWND list = FindWindowExW(window_->blocks, nullptr, WC_LISTVIEWW, nullptr);
+  ASSERT_EQ(ListView_GetItemCount(list), static_cast<int>(hive.BinCount()));
+  EXPECT_EQ(RowTexts(list, 0)[1], "00001000");
+  EXPECT_EQ(RowTexts(list, static_cast<int>(hive.BinCount()) - 1)[2], "invalid");
+  const HWND first = window_->blocks;
+  Run(kCommandBlockList);
+  EXPECT_EQ(window_->blocks, first);
+  SendMessageW(first, WM_CLOSE, 0, 0);
+  EXPECT_EQ(window_->blocks, nullptr);
+}
+
+TEST_F(WindowTest, ExpandsAndCollapsesSubfolders) {
+  HiveBuilder builder;
+  for (int i = 0; i < 300; ++i) builder.Key("Top\\Key" + std::to_string(i) + "\\Sub\\Leaf");
+  const TempFile file(builder.Build().bytes);
+  Open(file.name());
+  SelectPath("Top");
+  Run(kCommandExpand);
+  const uint32_t leaf =
+      FindItemByPath(ShownHive(*window_), *window_->key_tree, "Top\\Key299\\Sub\\Leaf");
+  EXPECT_TRUE(PumpUntil([&] { return window_->tree.expand_end == 0; }));
+  ASSERT_NE(window_->tree.handles[leaf], nullptr);
+  EXPECT_EQ(ItemText(window_->tree.handles[leaf]), "Leaf");
+  const uint32_t sub = window_->key_tree->items[leaf].parent;
+  EXPECT_TRUE(IsItemExpanded(window_->tree.handles[sub]));
+  Run(kCommandCollapse);
+  EXPECT_FALSE(IsItemExpanded(window_->tree.handles[sub]));
+  EXPECT_FALSE(IsItemExpanded(TreeView_GetSelection(window_->tree.window)));
+}
+
+// Names that a control could choke on: a zero inside, longer than an item text, other scripts.
+TEST_F(WindowTest, UnusualNames) {
+  HiveBuilder builder;
+  const std::string zero("a\0b", 3);
+  const std::string length(255, 'w');
+  const std::string greek = "\xCE\xA9mega";
+  builder.Root().NewKey(zero);
+  builder.Root().NewKey(length);
+  builder.Root().NewKey(greek);
+  const TempFile file(builder.Build().bytes);
+  Open(file.name());
+  const Texts texts = ChildTexts(RootHandle());
+  ASSERT_EQ(texts.size(), 5U);
+  EXPECT_NE(std::find(texts.begin(), texts.end(),
+                      "a\xE2\x90\x80"
+                      "b"),
+            texts.end());
+  EXPECT_NE(std::find(texts.begin(), texts.end(), length), texts.end());
+  // The path line and the clipboard lose nothing.
+  for (uint32_t item = 1; item < 4; ++item) {
+    if (ItemNameUtf8(ShownHive(*window_), *window_->key_tree, item) != greek) continue;
+    SelectItemAndWait(item);
+    const std::string path = window_->key_tree->root_text + "\\" + greek;
+    EXPECT_EQ(TextOf(window_->path), path);
+    Run(kCommandCopyKeyName);
+    ASSERT_NE(OpenClipboard(handle_), FALSE);
+    const auto* copied = static_cast<const wchar_t*>(GlobalLock(GetClipboardData(CF_UNICODETEXT)));
+    EXPECT_EQ(Utf8Name(copied), path);
+    CloseClipboard();
+  }
+}
+
+TEST_F(WindowTest, SplittersMoveByMouseAndKeys) {
+  const TempFile file(ToolsHive().bytes);
+  Open(file.name());
+  const auto width = [&] {
+    RECT area;
+    GetWindowRect(window_->tree.window, &area);
+    return static_cast<int>(area.right - area.left);
+  };
+  const int before = width();
+  SendMessageW(window_->tree_splitter, WM_KEYDOWN, VK_RIGHT, 0);
+  EXPECT_GT(width(), before);
+  SendMessageW(window_->tree_splitter, WM_KEYDOWN, VK_LEFT, 0);
+  EXPECT_EQ(width(), before);
+  SendMessageW(window_->tree_splitter, WM_LBUTTONDOWN, MK_LBUTTON, MAKELPARAM(2, 50));
+  SendMessageW(window_->tree_splitter, WM_MOUSEMOVE, MK_LBUTTON, MAKELPARAM(42, 50));
+  SendMessageW(window_->tree_splitter, WM_LBUTTONUP, 0, MAKELPARAM(2, 50));
+  EXPECT_NEAR(width(), before + 40, 1);
+  // Neither side can be moved out of the window.
+  SendMessageW(handle_, kSplitterMoved, kTreeSplitterId, 100000);
+  RECT client;
+  GetClientRect(handle_, &client);
+  EXPECT_LT(width(), client.right);
+  Run(kCommandDetailPane);
+  EXPECT_FALSE(IsWindowVisible(window_->detail.window));
+  SelectPath("Tools");
+  SelectRow(0);
+  Run(kCommandValueDetails);
+  EXPECT_TRUE(IsWindowVisible(window_->detail.window));
+}
+
+TEST_F(WindowTest, GoesOverToAnotherResolution) {
+  const TempFile file(ToolsHive().bytes);
+  Open(file.name());
+  Run(kCommandResizeColumns);
+  const uint32_t old_dpi = window_->dpi;
+  const uint32_t dpi = old_dpi * 2;
+  const int column = ListView_GetColumnWidth(window_->values.window, 0);
+  const int row = TreeView_GetItemHeight(window_->tree.window);
+  RECT place;
+  GetWindowRect(handle_, &place);
+  SendMessageW(handle_, WM_DPICHANGED, MAKEWPARAM(dpi, dpi), reinterpret_cast<LPARAM>(&place));
+  EXPECT_EQ(window_->dpi, dpi);
+  EXPECT_EQ(ListView_GetColumnWidth(window_->values.window, 0), column * 2);
+  EXPECT_GT(TreeView_GetItemHeight(window_->tree.window), row * 3 / 2);
+  int width = 0;
+  int height = 0;
+  ImageList_GetIconSize(TreeView_GetImageList(window_->tree.window, TVSIL_NORMAL), &width, &height);
+  EXPECT_EQ(width, Scale(16, dpi));
+  RECT tree;
+  GetClientRect(window_->tree.window, &tree);
+  EXPECT_NEAR(tree.right, Scale(window_->tree_width, dpi), 24);
+}
+
+}  // namespace
+}  // namespace hivequarry::testing

@@ -1,0 +1,21 @@
+// Text on its way to a window.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace hivequarry {
+
+// Code-page text (names, value texts) for a control. A zero character would end the text there, so
+// it becomes its visible symbol.
+std::wstring WindowText(std::string_view narrow);
+// UTF-8 text: file names.
+std::wstring WideName(std::string_view utf8);
+std::string Utf8Name(std::wstring_view wide);
+// Text of the core that may hold a file name (status line, messages): UTF-8 when all of it is valid
+// UTF-8, else code-page text.
+std::wstring MixedText(std::string_view text);
+// The last component of a path.
+std::string_view BaseName(std::string_view path);
+
+}  // namespace hivequarry
