@@ -5,7 +5,7 @@
 #include <cstring>
 #include <mutex>
 
-#include "hive/cells.h"
+#include "hive/offset_map.h"
 #include "hive/root_path.h"
 #include "host/files.h"
 #include "host/host.h"
@@ -94,25 +94,17 @@ void SetBounds(HiveImage& hive) {
   hive.last_valid = hive.length < 8 ? 0 : hive.length - 8;
 }
 
-// A fragment's bins still say where in a hive they stood. The first bin whose follower agrees (or
-// that is the last) tells what to add to a cell offset; failing that, the first bin that begins
-// with a record.
-void ProveDataBase(HiveImage& hive) {
-  if (hive.header_valid || !hive.loaded) return;
-  for (uint32_t p = 0; InsideHive(hive, p, kBinHeaderSize + 8) && !StopRequested(); p += 8) {
-    if (ReadU32(hive, p) != kBinSignature) continue;
-    const uint32_t own_offset = ReadU32(hive, p + 4);
-    const uint32_t size = ReadU32(hive, p + 8);
-    if (own_offset % 4096 != 0 || size == 0 || size % 4096 != 0) continue;
-    const bool last = !InsideHive(hive, p, size) || !InsideHive(hive, p + size, kBinHeaderSize);
-    const bool followed = !last && ReadU32(hive, p + size) == kBinSignature &&
-                          ReadU32(hive, p + size + 4) == own_offset + size;
-    const bool begins = IsRecordSignature(ReadU16(hive, p + kBinHeaderSize + 4));
-    if (!last && !followed && (!begins || hive.data_base_proven)) continue;
-    hive.data_base = p - own_offset;
-    hive.data_base_proven = true;
-    if (last || followed) return;
-  }
+int CountMatches(const uint8_t* bytes, const char* expected, int count) {
+  int matches = 0;
+  for (int i = 0; i < count; ++i) matches += bytes[i] == static_cast<uint8_t>(expected[i]);
+  return matches;
+}
+
+// At least three letters of "regf".
+bool HasSignature(const HiveImage& hive) {
+  uint8_t signature[4] = {};
+  ReadBytes(hive, 0, signature, sizeof(signature));
+  return CountMatches(signature, "regf", 4) >= 3;
 }
 
 // The part of opening that can fail; the caller frees the slot on false.
@@ -147,14 +139,13 @@ bool OpenIntoSlot(HiveImage& hive, const std::string& file_name, bool load) {
   if (load && !LoadImage(hive)) return false;
   if (load && !hive.keep_open) CloseStream(hive);
   SetBounds(hive);
-  ProveDataBase(hive);
+  if (!MapOffsets(hive) && !HasSignature(hive)) {
+    // Any key in the right place looks like a root, but the bins deny that a base block precedes.
+    hive.header_valid = hive.root_valid = false;
+    SetBounds(hive);
+    MapOffsets(hive);
+  }
   return true;
-}
-
-int CountMatches(const uint8_t* bytes, const char* expected, int count) {
-  int matches = 0;
-  for (int i = 0; i < count; ++i) matches += bytes[i] == static_cast<uint8_t>(expected[i]);
-  return matches;
 }
 
 bool IsRootFlagsByte(uint8_t flags) {
@@ -191,6 +182,8 @@ bool StartFromBin(std::FILE* stream, uint32_t position, const uint8_t* header, u
     start = position - static_cast<uint32_t>(from_zero);
     return true;
   }
+  // A sound header that names a place further in belongs to the middle of a hive.
+  if (own_offset != 0 && own_offset % 4096 == 0 && size != 0 && size % 4096 == 0) return false;
   HiveProbe probe;
   ProbeHiveStart(stream, position - kBaseBlockSize, probe);
   start = position - kBaseBlockSize;

@@ -18,6 +18,18 @@
 
 namespace hivequarry {
 
+struct HiveImage;
+
+// A stretch of the image whose cells stand at one distance from their offsets.
+struct OffsetRun {
+  uint32_t position = 0;  // of its first byte
+  uint32_t end = 0;       // position behind it
+  uint32_t delta = 0;     // position less offset, modulo 2^32
+  bool foreign = false;   // bins of another hive: their offsets lead among themselves only
+};
+// The position of an offset stored at `field`, in an image with runs (offset_map.h).
+uint32_t ResolveOffset(const HiveImage& hive, uint32_t offset, uint32_t field);
+
 inline constexpr uint32_t kNoOffset = 0xFFFFFFFF;      // "none" in every offset field
 inline constexpr uint32_t kBaseBlockSize = 4096;       // data area start behind a base block
 inline constexpr uint32_t kBinHeaderSize = 32;         // an "hbin" header, in front of its cells
@@ -57,6 +69,9 @@ struct HiveImage {
   // fragment to their cells, and all others beyond the image.
   uint32_t data_base = 0;
   bool data_base_proven = false;  // by the base block or by the bins' own offset fields
+  // Where the bins do not all stand at data_base from their own offsets (offset_map.h); else empty.
+  std::vector<OffsetRun> offset_runs;  // all, ascending by position, without gaps
+  std::vector<OffsetRun> own_runs;     // those that are not foreign
   int slot = 0;                   // index in the table
   // A multiple of 8 opens the tolerant test of damaged key signatures (ClassifyKey).
   uint32_t key_gate = kClosedGate;
@@ -172,10 +187,12 @@ uint8_t ReadU8(const HiveImage& hive, uint32_t position);
 // Copies as many of `size` bytes as lie inside the hive; returns how many.
 uint32_t ReadBytes(const HiveImage& hive, uint32_t position, uint8_t* out, uint32_t size);
 
-// The position that a stored cell offset leads to; kNoOffset stays kNoOffset. The result may lie
-// outside the image.
-inline uint32_t PositionOfOffset(const HiveImage& hive, uint32_t offset) {
-  return offset == kNoOffset ? kNoOffset : offset + hive.data_base;
+// The position that the cell offset stored at `field` leads to; kNoOffset stays kNoOffset. The
+// result may lie outside the image.
+inline uint32_t ReadOffset(const HiveImage& hive, uint32_t field) {
+  const uint32_t offset = ReadU32(hive, field);
+  if (offset == kNoOffset) return kNoOffset;
+  return hive.offset_runs.empty() ? offset + hive.data_base : ResolveOffset(hive, offset, field);
 }
 // True when a record field at `position` may be followed: a cell between the lower bound and the
 // last valid position.

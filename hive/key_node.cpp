@@ -63,13 +63,13 @@ void ReadFields(const HiveImage& hive, uint32_t position, KeyNode& key) {
   key.signature_and_flags = ReadU32(hive, position + 4);
   key.last_write = ReadU32(hive, position + kKeyLastWrite) |
                    uint64_t{ReadU32(hive, position + kKeyLastWrite + 4)} << 32;
-  key.parent = PositionOfOffset(hive, ReadU32(hive, position + kKeyParent));
+  key.parent = ReadOffset(hive, position + kKeyParent);
   key.subkey_count = ReadU32(hive, position + kKeySubkeyCount);
-  key.subkey_list = PositionOfOffset(hive, ReadU32(hive, position + kKeySubkeyList));
+  key.subkey_list = ReadOffset(hive, position + kKeySubkeyList);
   key.value_count = ReadU32(hive, position + kKeyValueCount);
-  key.value_list = PositionOfOffset(hive, ReadU32(hive, position + kKeyValueList));
-  key.security = PositionOfOffset(hive, ReadU32(hive, position + kKeySecurity));
-  key.class_name = PositionOfOffset(hive, ReadU32(hive, position + kKeyClassName));
+  key.value_list = ReadOffset(hive, position + kKeyValueList);
+  key.security = ReadOffset(hive, position + kKeySecurity);
+  key.class_name = ReadOffset(hive, position + kKeyClassName);
   key.name_length = ReadU16(hive, position + kKeyNameLength);
   key.class_name_length = ReadU16(hive, position + kKeyClassNameLength);
 }
@@ -136,7 +136,7 @@ uint32_t ReadKeyParentAndName(const HiveImage& hive, uint32_t position, std::str
   name = DecodeName(hive, position, ReadU16(hive, position + kKeyNameLength),
                     ReadU16(hive, position + kKeyFlags) == 0, failed);
   if (position == hive.root_position) return kNoOffset;
-  return PositionOfOffset(hive, ReadU32(hive, position + kKeyParent));
+  return ReadOffset(hive, position + kKeyParent);
 }
 
 std::string ReadKeyName(const HiveImage& hive, uint32_t position) {

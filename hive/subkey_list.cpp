@@ -20,7 +20,7 @@ void SumRiChildren(const HiveImage& hive, uint32_t list, uint32_t subkey_count,
                    SubkeyListCheck& check) {
   uint64_t sum = 0;
   for (uint32_t i = 0; i < check.ri_count; ++i) {
-    const uint32_t child = PositionOfOffset(hive, ReadU32(hive, list + kListEntries + 4 * i));
+    const uint32_t child = ReadOffset(hive, list + kListEntries + 4 * i);
     if (!InCellBounds(hive, child)) {
       SetRepairCode(check, kRepairRiLaterChildBounds);
       check.ri_count = i;
@@ -36,7 +36,7 @@ uint32_t CheckRiList(const HiveImage& hive, const KeyNode& key, bool diagnose,
                      SubkeyListCheck& check) {
   const uint32_t list = key.subkey_list;
   check.ri_count = ReadU16(hive, list + kListCount);
-  const uint32_t child = PositionOfOffset(hive, ReadU32(hive, list + kListEntries));
+  const uint32_t child = ReadOffset(hive, list + kListEntries);
   if (!InCellBounds(hive, child)) {
     check.faults |= kListFaultRiBounds;
     SetRepairCode(check, kRepairRiChildBounds);
@@ -67,7 +67,7 @@ void CheckCount(const KeyNode& key, uint32_t list_count, bool diagnose, SubkeyLi
 
 void CheckFirstEntry(const HiveImage& hive, const KeyNode& key, uint32_t list, ListKind kind,
                      SubkeyListCheck& check) {
-  check.first_entry = PositionOfOffset(hive, ReadU32(hive, list + kListEntries));
+  check.first_entry = ReadOffset(hive, list + kListEntries);
   if (ListEntrySize(kind) == 8) ReadBytes(hive, list + kListEntries + 4, check.hint, 4);
   if (check.first_entry <= hive.data_start || check.first_entry > hive.last_valid) {
     SetRepairCode(check, kRepairFirstEntryBounds);
@@ -97,7 +97,7 @@ bool ReadPlainList(const HiveImage& hive, uint32_t list, ListKind kind, uint32_t
   for (uint32_t i = 0; i < count; ++i) {
     SubkeyEntry entry;
     entry.position = list + kListEntries + i * size;
-    entry.key = PositionOfOffset(hive, ReadU32(hive, entry.position));
+    entry.key = ReadOffset(hive, entry.position);
     entry.list = list;
     entry.kind = kind;
     entries.push_back(entry);
@@ -159,7 +159,7 @@ bool ReadSubkeyList(const HiveImage& hive, uint32_t list, uint32_t& budget,
   budget -= count;
   bool sound = count == wanted;
   for (uint32_t i = 0; i < count; ++i) {
-    const uint32_t child = PositionOfOffset(hive, ReadU32(hive, list + kListEntries + 4 * i));
+    const uint32_t child = ReadOffset(hive, list + kListEntries + 4 * i);
     const bool readable = InsideHive(hive, child, kListEntries);
     const ListKind child_kind =
         readable ? ListKindOfSignature(ReadU16(hive, child + 4)) : ListKind::kNone;

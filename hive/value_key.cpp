@@ -49,13 +49,13 @@ uint32_t SegmentPosition(const HiveImage& hive, const Segments& segments, uint32
                          uint32_t need) {
   const uint32_t entry = segments.list + 4 * index;
   if (!InsideHive(hive, entry, 4)) return 0;
-  const uint32_t position = PositionOfOffset(hive, ReadU32(hive, entry)) + 4;
+  const uint32_t position = ReadOffset(hive, entry) + 4;
   const bool inside = position >= 32 && position <= hive.last_valid;
   return inside && InsideHive(hive, position, need) ? position : 0;
 }
 
 bool LocateSegments(const HiveImage& hive, const ValueKey& value, Segments& segments) {
-  segments.list = PositionOfOffset(hive, ReadU32(hive, value.data_position + 4)) + 4;
+  segments.list = ReadOffset(hive, value.data_position + 4) + 4;
   if (segments.list < 32 || segments.list > hive.last_valid) return false;
   return SegmentPosition(hive, segments, 0, std::min(value.data_length, kBigDataSegment)) != 0;
 }
@@ -65,7 +65,7 @@ ValueStatus LocateData(const HiveImage& hive, ValueKey& value, Segments& segment
   const uint32_t offset = ReadU32(hive, value.position + kValueDataOffset);
   if (offset % 4 != 0) return ValueStatus::kDataOffset;
   if (!hive.data_base_proven) return ValueStatus::kNoBase;
-  value.data_position = offset + hive.data_base + 4;
+  value.data_position = ReadOffset(hive, value.position + kValueDataOffset) + 4;
   const uint32_t cell = value.data_position - 4;
   if (cell > value.data_position || cell < hive.lower_bound) return ValueStatus::kDataOffset;
   if (!InsideHive(hive, cell, 8)) return ValueStatus::kDataOffset;
@@ -171,7 +171,7 @@ bool ReadValueList(const HiveImage& hive, uint32_t value_count, uint32_t value_l
   const uint32_t count = std::min({value_count, room, budget});
   budget -= count;
   for (uint32_t i = 0; i < count; ++i) {
-    const uint32_t value = PositionOfOffset(hive, ReadU32(hive, value_list + 4 + 4 * i));
+    const uint32_t value = ReadOffset(hive, value_list + 4 + 4 * i);
     positions.push_back(value != kNoOffset && InCellBounds(hive, value) ? value : kNoOffset);
   }
   return count == value_count;

@@ -23,7 +23,7 @@ bool IsKeyCell(const HiveImage& hive, uint32_t position) {
 void PresetRoot(HiveImage& hive) {
   constexpr uint32_t kRootOffsetField = 36;
   if (!hive.header_valid) return;
-  const uint32_t named = PositionOfOffset(hive, ReadU32(hive, kRootOffsetField));
+  const uint32_t named = ReadOffset(hive, kRootOffsetField);
   const bool first_cell_is_root = IsKeyCell(hive, kFirstCellPosition) &&
                                   ReadU16(hive, kFirstCellPosition + kKeyFlags) == kRootKeyFlags;
   const bool named_fits =

@@ -125,7 +125,7 @@ std::vector<uint32_t> ListedValues(const HiveImage& hive, uint32_t key_position,
   const uint32_t offset = ReadU32(hive, key_position + kKeyValueList);
   if (count == 0 || offset >= kNoValueList) return listed;
   std::vector<uint32_t> positions;
-  ReadValueList(hive, count, PositionOfOffset(hive, offset), budget, positions);
+  ReadValueList(hive, count, ReadOffset(hive, key_position + kKeyValueList), budget, positions);
   for (const uint32_t position : positions) {
     if (position == kNoOffset) continue;
     const ValueKey value = ReadValueKey(hive, position, ValueRead::kName, kMaxValueData, nullptr);

@@ -40,7 +40,9 @@ uint32_t TakeBin(Walk& walk, uint32_t p) {
   row.position = p;
   row.own_offset = ReadU32(hive, p + 4);
   row.size = ReadU32(hive, p + 8);
-  const bool sized = row.size >= 4096 && row.size % 4096 == 0 && p % 4096 == 0;
+  // Where bins were moved, the map has seen to their places.
+  const bool in_place = p % 4096 == 0 || !hive.offset_runs.empty();
+  const bool sized = row.size >= 4096 && row.size % 4096 == 0 && in_place;
   if (sized) walk.bin_size = row.size;
   if (sized && row.size > 4096 && InsideHive(hive, p, row.size) &&
       ReadU32(hive, p + row.size) == kBinSignature) {

@@ -23,7 +23,7 @@ bool InDataArea(const HiveImage& hive, uint32_t position) {
 void FindDamage(const HiveImage& hive, const ScannedKey& key, const KeyRow& row,
                 DamageRow& damage) {
   const uint32_t parent_offset = ReadU32(hive, key.position + kKeyParent);
-  const uint32_t parent = PositionOfOffset(hive, parent_offset);
+  const uint32_t parent = ReadOffset(hive, key.position + kKeyParent);
   if (row.root) {
     if (!InDataArea(hive, parent)) {
       damage.bits |= kDamageRootParent;
@@ -41,7 +41,7 @@ void FindDamage(const HiveImage& hive, const ScannedKey& key, const KeyRow& row,
   }
   const uint32_t value_list = ReadU32(hive, key.position + kKeyValueList);
   if (value_list != kNoOffset &&
-      (value_list % 8 != 0 || !InsideHive(hive, PositionOfOffset(hive, value_list), 8))) {
+      (value_list % 8 != 0 || !InsideHive(hive, ReadOffset(hive, key.position + kKeyValueList), 8))) {
     damage.bits |= kDamageValueList;
     damage.value_list = value_list;
   }
@@ -61,7 +61,7 @@ uint16_t MarksOf(const ScannedKey& key, bool named) {
 void AddChildEntries(const HiveImage& hive, KeyRow& row, ScanTables& tables) {
   row.first_entry = static_cast<uint32_t>(tables.child_entries.size());
   if (ReadU32(hive, row.position + kKeySubkeyCount) == 0) return;
-  const uint32_t list = PositionOfOffset(hive, ReadU32(hive, row.position + kKeySubkeyList));
+  const uint32_t list = ReadOffset(hive, row.position + kKeySubkeyList);
   std::vector<SubkeyEntry> entries;
   const bool inside = list != kNoOffset && InCellBounds(hive, list);
   if (!inside || !ReadSubkeyList(hive, list, tables.entry_budget, entries)) {
@@ -113,7 +113,7 @@ void AddScannedKey(HiveImage& hive, const ScannedKey& key, const ScanOptions& op
   if (row.root) TakeRoot(hive, key.position, tables);
   const bool own_root = row.root && key.position == hive.root_position;
   const uint32_t parent_offset = ReadU32(hive, key.position + kKeyParent);
-  row.parent = own_root ? kNoOffset : PositionOfOffset(hive, parent_offset);
+  row.parent = own_root ? kNoOffset : ReadOffset(hive, key.position + kKeyParent);
   if (row.parent != kNoOffset) {
     // Offsets that lead outside the image tell nothing of how far parents reach.
     if (row.parent < hive.length) {
