@@ -14,6 +14,7 @@
 #include <memory>
 #include <span>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 namespace hivequarry {
@@ -75,6 +76,9 @@ struct HiveImage {
   int slot = 0;                   // index in the table
   // A multiple of 8 opens the tolerant test of damaged key signatures (ClassifyKey).
   uint32_t key_gate = kClosedGate;
+
+  // Value lists that relation repair found for keys whose own offset is wrong, by key position.
+  std::unordered_map<uint32_t, uint32_t> repaired_value_lists;
 
   // Root path (root_path.h).
   std::string root_label;          // short form, possibly with "(n)"; empty when none is known
@@ -187,12 +191,14 @@ uint8_t ReadU8(const HiveImage& hive, uint32_t position);
 // Copies as many of `size` bytes as lie inside the hive; returns how many.
 uint32_t ReadBytes(const HiveImage& hive, uint32_t position, uint8_t* out, uint32_t size);
 
-// The position that the cell offset stored at `field` leads to; kNoOffset stays kNoOffset. The
-// result may lie outside the image.
-inline uint32_t ReadOffset(const HiveImage& hive, uint32_t field) {
-  const uint32_t offset = ReadU32(hive, field);
+// The position that a cell offset stored at `field` leads to; kNoOffset stays kNoOffset. The result
+// may lie outside the image. The second form reads the offset from there.
+inline uint32_t OffsetPosition(const HiveImage& hive, uint32_t offset, uint32_t field) {
   if (offset == kNoOffset) return kNoOffset;
   return hive.offset_runs.empty() ? offset + hive.data_base : ResolveOffset(hive, offset, field);
+}
+inline uint32_t ReadOffset(const HiveImage& hive, uint32_t field) {
+  return OffsetPosition(hive, ReadU32(hive, field), field);
 }
 // True when a record field at `position` may be followed: a cell between the lower bound and the
 // last valid position.

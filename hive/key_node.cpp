@@ -145,6 +145,14 @@ std::string ReadKeyName(const HiveImage& hive, uint32_t position) {
   return DecodeName(hive, position, ReadU16(hive, position + kKeyNameLength), wide, failed);
 }
 
+uint32_t ValueListOf(const HiveImage& hive, uint32_t key_position) {
+  if (!hive.repaired_value_lists.empty()) {
+    const auto repaired = hive.repaired_value_lists.find(key_position);
+    if (repaired != hive.repaired_value_lists.end()) return repaired->second;
+  }
+  return ReadOffset(hive, key_position + kKeyValueList);
+}
+
 std::vector<uint8_t> ReadRawKeyName(const HiveImage& hive, uint32_t position) {
   return ReadUpTo(hive, position + kKeyName, ReadU16(hive, position + kKeyNameLength));
 }

@@ -74,6 +74,9 @@ uint32_t ReadKeyParentAndName(const HiveImage& hive, uint32_t position, std::str
 // Code-page name of the key at `position` alone.
 std::string ReadKeyName(const HiveImage& hive, uint32_t position);
 
+// Position of a key's value list: the repaired one if there is, else what the key says.
+uint32_t ValueListOf(const HiveImage& hive, uint32_t key_position);
+
 // Name bytes as stored, at most 510; class name likewise (a length of 1041 or more counts as 520).
 std::vector<uint8_t> ReadRawKeyName(const HiveImage& hive, uint32_t position);
 std::vector<uint8_t> ReadClassName(const HiveImage& hive, const KeyNode& key);

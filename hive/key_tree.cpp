@@ -19,7 +19,7 @@ std::string NameByMinimumLength(const HiveImage& hive, const KeyTree& tree, uint
 }
 
 bool HasGivenName(const HiveImage& hive, const KeyTree& tree, const KeyItem& item) {
-  return tree.minimum_name_length != 0 && item.generated == 0 &&
+  return tree.minimum_name_length != 0 && item.made_name == 0 &&
          ReadU16(hive, item.position + kKeyNameLength) == 0;
 }
 
@@ -72,9 +72,7 @@ uint32_t DescendPath(const HiveImage& hive, const KeyTree& tree, std::string_vie
 
 bool IsKeyItem(const KeyTree& tree, uint32_t item) {
   const KeyItem& it = tree.items[item];
-  const bool folder =
-      it.kind == ItemKind::kDisconnectedKeys || it.kind == ItemKind::kDisconnectedValues;
-  return !folder && it.position != kNoOffset;
+  return (it.kind == ItemKind::kKey || it.kind == ItemKind::kRoot) && it.position != kNoOffset;
 }
 
 uint32_t ItemOfPosition(const KeyTree& tree, uint32_t position) {
@@ -88,20 +86,27 @@ std::string GeneratedName(uint32_t number) {
   return text;
 }
 
+std::string HintName(uint32_t hint) {
+  std::string name;
+  for (; hint != 0 && name.size() < 4; hint >>= 8) name.push_back(static_cast<char>(hint & 0xFF));
+  return name;
+}
+
 std::string ItemName(const HiveImage& hive, const KeyTree& tree, uint32_t item) {
   const KeyItem& it = tree.items[item];
   if (it.kind == ItemKind::kRoot) return tree.root_text;
   if (it.kind == ItemKind::kDisconnectedKeys) return kDisconnectedKeysTitle;
   if (it.kind == ItemKind::kDisconnectedValues) return kDisconnectedValuesTitle;
-  if (it.generated != 0) return GeneratedName(it.generated);
+  if ((it.marks & kMarkHashName) != 0) return HintName(it.made_name);
+  if (it.made_name != 0) return GeneratedName(it.made_name);
   if (HasGivenName(hive, tree, it)) return NameByMinimumLength(hive, tree, it.position);
   return ReadKeyName(hive, it.position);
 }
 
 std::string ItemNameUtf8(const HiveImage& hive, const KeyTree& tree, uint32_t item) {
   const KeyItem& it = tree.items[item];
-  const bool stored =
-      it.kind == ItemKind::kKey && it.generated == 0 && !HasGivenName(hive, tree, it);
+  const bool key = it.kind == ItemKind::kKey || it.kind == ItemKind::kPathCopy;
+  const bool stored = key && it.made_name == 0 && !HasGivenName(hive, tree, it);
   if (stored) return KeyNameUtf8(hive, it.position);
   return Utf8FromNarrow(ItemName(hive, tree, item));
 }
@@ -175,7 +180,7 @@ std::string StatusText(uint16_t marks) {
   return (marks & kMarkSibling) != 0 ? "recovered sibling" : "";
 }
 
-std::string MarkWords(uint16_t marks) {
+std::string MarkWords(uint16_t marks, uint8_t repairs, uint32_t parent_offset) {
   constexpr struct {
     uint16_t mark;
     const char* word;
@@ -186,6 +191,18 @@ std::string MarkWords(uint16_t marks) {
   std::string text;
   for (const auto& [mark, word] : kWords) {
     if ((marks & mark) == 0) continue;
+    if (!text.empty()) text += ' ';
+    text += word;
+  }
+  char parent[32];
+  std::snprintf(parent, sizeof(parent), "par_rep 0x%X", parent_offset);
+  const std::pair<uint8_t, const char*> repaired[] = {{kRepairParent, parent},
+                                                      {kRepairValueList, "val_rep"},
+                                                      {kRepairSubkeyList, "list_rep"},
+                                                      {kRepairRoot, "root_rep"},
+                                                      {kRepairByParent, "par_field"}};
+  for (const auto& [repair, word] : repaired) {
+    if ((repairs & repair) == 0) continue;
     if (!text.empty()) text += ' ';
     text += word;
   }

@@ -33,14 +33,33 @@ enum KeyMark : uint16_t {
   kMarkBadNk = 0x1000,          // accepted only by the tolerant signature test: "bad_nk"
 };
 
-enum class ItemKind : uint8_t { kKey, kRoot, kDisconnectedKeys, kDisconnectedValues };
+// Keys that were made: no key cell stands at their position.
+inline constexpr uint16_t kVirtualMarks = kMarkSibling | kMarkParent | kMarkChild;
+
+// Repairs of a key that have no mark of their own.
+enum KeyRepair : uint8_t {
+  kRepairParent = 0x01,       // implausible parent field set right: "par_rep 0x..."
+  kRepairValueList = 0x02,    // value-list offset set right: "val_rep"
+  kRepairSubkeyList = 0x04,   // its subkey list found again: "list_rep"
+  kRepairRoot = 0x08,         // root key's parent field set aside: "root_rep"
+  kRepairByParent = 0x10,     // hangs where its parent field says; no list names it: "par_field"
+};
+
+// kPathCopy: a connected key shown once more under "Disconnected Keys", as the way to a key that
+// names it as its parent though its list does not name that key. Walks pass copies over.
+enum class ItemKind : uint8_t { kKey, kRoot, kDisconnectedKeys, kDisconnectedValues, kPathCopy };
 
 struct KeyItem {
   uint32_t position = kNoOffset;  // of the key's cell; of a folder, its identifier
   uint32_t parent = kNoItem;      // the item it hangs under
   uint32_t end = 0;               // the item behind its subtree
-  uint32_t generated = 0;         // number of the generated name "Unnamed(%02d)", 0 for none
-  uint16_t marks = 0;             // KeyMark bits
+  // With kMarkHashName the four characters of a list's hint, the first one lowest; else the number
+  // of the generated name "Unnamed(%02d)", 0 for a key that has its own.
+  uint32_t made_name = 0;
+  uint32_t entry = 0;     // position of the list entry by which it hangs, 0 for none
+  uint32_t evidence = 0;  // position of the list entry or parent field that a repair rests on
+  uint16_t marks = 0;  // KeyMark bits
+  uint8_t repairs = 0;  // KeyRepair bits
   ItemKind kind = ItemKind::kKey;
   bool connected = false;  // hangs from the root cell through subkey lists
 };
@@ -67,7 +86,8 @@ inline uint32_t NextSibling(const KeyTree& tree, uint32_t item) {
 inline bool HasChildren(const KeyTree& tree, uint32_t item) {
   return tree.items[item].end > item + 1;
 }
-// True for an item with a key cell behind it (a root item without a root key has none).
+// True for an item that stands for a key: not for a folder, a path copy, or a root item without a
+// root key.
 bool IsKeyItem(const KeyTree& tree, uint32_t item);
 
 // The item of the key at `position`, kNoItem when the tree shows none.
@@ -112,12 +132,14 @@ uint32_t FindItemByPath(const HiveImage& hive, const KeyTree& tree, std::string_
 
 // The status words of a key's marks: "missing name", "hash name", "recovered parent" and so on.
 std::string StatusText(uint16_t marks);
-// The words of the info column: "bad_nk bad_len virtname ...", blank-separated.
-std::string MarkWords(uint16_t marks);
+// The words of the info column: "bad_nk bad_len virtname ...", blank-separated. `parent_offset` is
+// the stored form of the key's parent, for "par_rep 0x%X".
+std::string MarkWords(uint16_t marks, uint8_t repairs = 0, uint32_t parent_offset = 0);
 
 inline constexpr const char* kDisconnectedKeysTitle = "Disconnected Keys";
 inline constexpr const char* kDisconnectedValuesTitle = "Disconnected Values";
 std::string GeneratedName(uint32_t number);
+std::string HintName(uint32_t hint);
 
 // Identifiers of the virtual folders, beyond every real cell position.
 inline uint32_t DisconnectedKeysId(const HiveImage& hive) {

@@ -36,7 +36,7 @@ std::vector<uint32_t> FindDisconnectedValues(const HiveImage& hive, const ScanTa
     }
     const uint32_t count = ReadU32(hive, key.position + kKeyValueCount);
     if (count == 0) continue;
-    const uint32_t list = ReadOffset(hive, key.position + kKeyValueList);
+    const uint32_t list = ValueListOf(hive, key.position);
     if (list < hive.data_start || list >= hive.length) continue;
     positions.clear();
     ReadValueList(hive, count, list, budget, positions);

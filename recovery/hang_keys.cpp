@@ -1,124 +1,186 @@
 #include "recovery/hang_keys.h"
 
+#include <algorithm>
+#include <array>
 #include <span>
 #include <utility>
 
 namespace hivequarry {
 namespace {
 
-// Where each key row hangs: the list entry that was chosen for it, and the row that owns the entry.
+// Where each key row hangs.
 struct Hanging {
   std::vector<uint32_t> owner;  // key row, kNoRow for a first level
-  std::vector<uint32_t> entry;  // index in the child-entry table
+  std::vector<uint32_t> entry;  // index in the child-entry table; kNoRow: by its parent field
   std::vector<bool> reached;
+  std::vector<bool> connected;
   uint32_t root = kNoRow;
+  // Rows that may hang by their parent field, by the row that it names: those of row r are
+  // by_field[field_start[r]] up to field_start[r + 1], ascending.
+  std::vector<uint32_t> field_start;
+  std::vector<uint32_t> by_field;
 };
 
 std::span<const ChildEntry> EntriesOf(const ScanTables& tables, const KeyRow& key) {
   return std::span(tables.child_entries).subspan(key.first_entry, key.entry_count);
 }
 
+std::span<const uint32_t> FieldChildren(const Hanging& hanging, uint32_t row) {
+  if (hanging.field_start.empty()) return {};
+  const uint32_t first = hanging.field_start[row];
+  return std::span(hanging.by_field).subspan(first, hanging.field_start[row + 1] - first);
+}
+
+// The row that an unreached key's parent field names, kNoRow for none.
+uint32_t FieldOwner(const ScanTables& tables, uint32_t row) {
+  const KeyRow& key = tables.keys[row];
+  if (key.root || key.parent == kNoOffset) return kNoRow;
+  const uint32_t owner = RowAt(tables, key.parent);
+  return owner == row ? kNoRow : owner;
+}
+
+void IndexFields(const ScanTables& tables, Hanging& hanging) {
+  const auto count = static_cast<uint32_t>(tables.keys.size());
+  hanging.field_start.assign(count + 1, 0);
+  std::vector<uint32_t> owners(count, kNoRow);
+  for (uint32_t row = 0; row < count; ++row) {
+    if (hanging.reached[row]) continue;
+    owners[row] = FieldOwner(tables, row);
+    if (owners[row] != kNoRow) ++hanging.field_start[owners[row] + 1];
+  }
+  for (uint32_t row = 0; row < count; ++row) {
+    hanging.field_start[row + 1] += hanging.field_start[row];
+  }
+  hanging.by_field.resize(hanging.field_start[count]);
+  std::vector<uint32_t> next(hanging.field_start.begin(), hanging.field_start.end() - 1);
+  for (uint32_t row = 0; row < count; ++row) {
+    if (owners[row] != kNoRow) hanging.by_field[next[owners[row]]++] = row;
+  }
+}
+
+// A way to a key; ways are followed in the order of belief, and within it first come, first served.
+enum Belief { kAgreed, kFieldOfLost, kListed, kFieldOnly, kBeliefs };
 struct Claim {
+  uint32_t row;
   uint32_t owner;
   uint32_t entry;
 };
 
-// Reaches all that lists lead to from the starting rows. Entries whose key names their owner as its
-// parent are followed before all others, so a key goes where both sides agree, if it can.
-void Spread(const ScanTables& tables, std::vector<uint32_t> agreed, Hanging& hanging) {
-  std::vector<Claim> disputed;  // taken in order, from `next_disputed` on
-  size_t next_disputed = 0;
-  size_t next_agreed = 0;
-  for (;;) {
-    uint32_t owner = kNoRow;
-    if (next_agreed < agreed.size()) {
-      owner = agreed[next_agreed++];
-    } else if (next_disputed < disputed.size()) {
-      const Claim claim = disputed[next_disputed++];
-      const uint32_t row = tables.child_entries[claim.entry].row;
-      if (hanging.reached[row]) continue;
-      hanging.reached[row] = true;
-      hanging.owner[row] = claim.owner;
-      hanging.entry[row] = claim.entry;
-      owner = row;
-    } else {
-      return;
+class Spreader {
+ public:
+  Spreader(const ScanTables& tables, Hanging& hanging) : tables_(tables), hanging_(hanging) {}
+
+  // A key that hangs nowhere; what it leads to is reached by Run.
+  void Start(uint32_t row) {
+    if (!hanging_.reached[row]) Reach({row, kNoRow, kNoRow});
+  }
+  // Offers the ways by field from an owner that was reached before fields were indexed.
+  void OfferFields(uint32_t owner) {
+    const Belief belief = tables_.keys[owner].list_broken ? kFieldOfLost : kFieldOnly;
+    for (const uint32_t row : FieldChildren(hanging_, owner)) {
+      if (!hanging_.reached[row]) queues_[belief].push_back({row, owner, kNoRow});
     }
-    const KeyRow& key = tables.keys[owner];
-    for (uint32_t i = 0; i < key.entry_count; ++i) {
-      const uint32_t index = key.first_entry + i;
-      const uint32_t row = tables.child_entries[index].row;
-      if (row == kNoRow || hanging.reached[row]) continue;
-      if (tables.keys[row].parent != key.position) {
-        disputed.push_back({owner, index});
+  }
+  void Run() {
+    for (int belief = 0; belief < kBeliefs;) {
+      if (heads_[belief] == queues_[belief].size()) {
+        ++belief;
         continue;
       }
-      hanging.reached[row] = true;
-      hanging.owner[row] = owner;
-      hanging.entry[row] = index;
-      agreed.push_back(row);
+      const Claim claim = queues_[belief][heads_[belief]++];
+      if (hanging_.reached[claim.row]) continue;
+      Reach(claim);
+      belief = 0;  // what this key leads to may be believed more
+    }
+    for (int belief = 0; belief < kBeliefs; ++belief) {
+      queues_[belief].clear();
+      heads_[belief] = 0;
     }
   }
-}
 
-// Unreached rows that no other unreached row's list names.
-std::vector<uint32_t> UnnamedRows(const ScanTables& tables, const Hanging& hanging) {
-  std::vector<bool> named(tables.keys.size());
-  for (uint32_t row = 0; row < tables.keys.size(); ++row) {
+ private:
+  void Reach(const Claim& claim) {
+    hanging_.reached[claim.row] = true;
+    hanging_.owner[claim.row] = claim.owner;
+    hanging_.entry[claim.row] = claim.entry;
+    const KeyRow& key = tables_.keys[claim.row];
+    for (uint32_t i = 0; i < key.entry_count; ++i) {
+      const uint32_t index = key.first_entry + i;
+      const uint32_t row = tables_.child_entries[index].row;
+      if (row == kNoRow || hanging_.reached[row]) continue;
+      const Belief belief = tables_.keys[row].parent == key.position ? kAgreed : kListed;
+      queues_[belief].push_back({row, claim.row, index});
+    }
+    OfferFields(claim.row);
+  }
+
+  const ScanTables& tables_;
+  Hanging& hanging_;
+  std::array<std::vector<Claim>, kBeliefs> queues_;
+  std::array<size_t, kBeliefs> heads_{};
+};
+
+// Unreached rows to which no unreached row leads, by list or by field.
+std::vector<uint32_t> LooseRows(const ScanTables& tables, const Hanging& hanging) {
+  const auto count = static_cast<uint32_t>(tables.keys.size());
+  std::vector<bool> led_to(count);
+  for (uint32_t row = 0; row < count; ++row) {
     if (hanging.reached[row]) continue;
     for (const ChildEntry& entry : EntriesOf(tables, tables.keys[row])) {
-      if (entry.row != kNoRow && entry.row != row) named[entry.row] = true;
+      if (entry.row != kNoRow && entry.row != row) led_to[entry.row] = true;
     }
+    for (const uint32_t child : FieldChildren(hanging, row)) led_to[child] = true;
   }
   std::vector<uint32_t> rows;
-  for (uint32_t row = 0; row < tables.keys.size(); ++row) {
-    if (!hanging.reached[row] && !named[row]) rows.push_back(row);
+  for (uint32_t row = 0; row < count; ++row) {
+    const bool by_field = FieldOwner(tables, row) != kNoRow;
+    if (!hanging.reached[row] && !led_to[row] && !by_field) rows.push_back(row);
   }
   return rows;
 }
 
-void StartFrom(const ScanTables& tables, const std::vector<uint32_t>& rows, Hanging& hanging) {
-  for (const uint32_t row : rows) hanging.reached[row] = true;
-  Spread(tables, rows, hanging);
-}
-
-// Returns which rows are connected.
-std::vector<bool> HangAll(const ScanTables& tables, Hanging& hanging) {
-  const size_t count = tables.keys.size();
+void HangAll(const ScanTables& tables, Hanging& hanging) {
+  const auto count = static_cast<uint32_t>(tables.keys.size());
   hanging.owner.assign(count, kNoRow);
   hanging.entry.assign(count, kNoRow);
   hanging.reached.assign(count, false);
-  if (hanging.root != kNoRow) StartFrom(tables, {hanging.root}, hanging);
-  const std::vector<bool> connected = hanging.reached;
-  StartFrom(tables, UnnamedRows(tables, hanging), hanging);
-  // What is left is named in rings only.
-  for (uint32_t row = 0; row < count; ++row) {
-    if (!hanging.reached[row]) StartFrom(tables, {row}, hanging);
+  Spreader spreader(tables, hanging);
+  if (hanging.root != kNoRow) spreader.Start(hanging.root);
+  spreader.Run();
+  hanging.connected = hanging.reached;
+  if (std::find(hanging.reached.begin(), hanging.reached.end(), false) == hanging.reached.end()) {
+    return;
   }
-  return connected;
+  IndexFields(tables, hanging);
+  for (uint32_t row = 0; row < count; ++row) {
+    if (hanging.connected[row]) spreader.OfferFields(row);
+  }
+  for (const uint32_t row : LooseRows(tables, hanging)) spreader.Start(row);
+  spreader.Run();
+  // What is left leads to itself in rings only.
+  for (uint32_t row = 0; row < count; ++row) {
+    spreader.Start(row);
+    spreader.Run();
+  }
 }
 
 // Writes the items of rows and their subtrees in display order, without recursion.
 class Emitter {
  public:
-  Emitter(const ScanTables& tables, const Hanging& hanging, const std::vector<bool>& connected,
-          KeyTree& tree)
-      : tables_(tables), hanging_(hanging), connected_(connected), tree_(tree) {}
+  Emitter(const ScanTables& tables, const Hanging& hanging, KeyTree& tree)
+      : tables_(tables), hanging_(hanging), tree_(tree) {}
 
   // The key at `row` with all below it, as a child of item `parent`.
   void EmitSubtree(uint32_t row, uint32_t parent) {
     OpenKey(row, parent);
     while (!open_.empty()) {
-      Open& top = open_.back();
-      const KeyRow& key = tables_.keys[top.row];
-      if (top.next == key.entry_count) {
-        tree_.items[top.item].end = static_cast<uint32_t>(tree_.items.size());
-        open_.pop_back();
+      uint32_t child = kNoRow;
+      if (NextChild(open_.back(), child)) {
+        if (child != kNoRow) OpenKey(child, open_.back().item);
         continue;
       }
-      const uint32_t index = key.first_entry + top.next++;
-      const uint32_t child = tables_.child_entries[index].row;
-      if (child != kNoRow && hanging_.entry[child] == index) OpenKey(child, top.item);
+      tree_.items[open_.back().item].end = static_cast<uint32_t>(tree_.items.size());
+      open_.pop_back();
     }
   }
 
@@ -126,8 +188,31 @@ class Emitter {
   struct Open {
     uint32_t row;
     uint32_t item;
-    uint32_t next;  // entry to look at
+    uint32_t next;  // entry to look at; behind the last one, child by field
   };
+
+  // Moves on by one; `child` is the row to open, or kNoRow. False behind the last child.
+  bool NextChild(Open& top, uint32_t& child) const {
+    const KeyRow& key = tables_.keys[top.row];
+    const uint32_t at = top.next++;
+    if (at < key.entry_count) {
+      const uint32_t index = key.first_entry + at;
+      const uint32_t row = tables_.child_entries[index].row;
+      if (row != kNoRow && hanging_.entry[row] == index) child = row;
+      return true;
+    }
+    const std::span<const uint32_t> children = FieldChildren(hanging_, top.row);
+    if (at - key.entry_count >= children.size()) return false;
+    const uint32_t row = children[at - key.entry_count];
+    if (HangsByField(row, top.row)) child = row;
+    return true;
+  }
+
+  bool HangsByField(uint32_t row, uint32_t owner) const {
+    if (hanging_.owner[row] != owner || hanging_.entry[row] != kNoRow) return false;
+    // Unlinked from a list that is whole: shown under "Disconnected Keys".
+    return !hanging_.connected[owner] || tables_.keys[owner].list_broken;
+  }
 
   void OpenKey(uint32_t row, uint32_t parent) {
     const KeyRow& key = tables_.keys[row];
@@ -135,17 +220,23 @@ class Emitter {
     KeyItem& added = tree_.items.emplace_back();
     added.position = key.position;
     added.parent = parent;
-    added.generated = key.generated;
+    added.made_name = key.made_name;
     added.marks = key.marks;
+    added.repairs = key.repairs;
+    added.evidence = key.evidence;
     added.kind = parent == kNoItem ? ItemKind::kRoot : ItemKind::kKey;
-    added.connected = connected_[row];
+    added.connected = hanging_.connected[row];
+    if (hanging_.entry[row] != kNoRow) {
+      added.entry = tables_.child_entries[hanging_.entry[row]].position;
+    } else if (hanging_.owner[row] != kNoRow) {
+      added.repairs |= kRepairByParent;
+    }
     tree_.item_of_rank[row] = item;
     open_.push_back({row, item, 0});
   }
 
   const ScanTables& tables_;
   const Hanging& hanging_;
-  const std::vector<bool>& connected_;
   KeyTree& tree_;
   std::vector<Open> open_;
 };
@@ -159,8 +250,63 @@ uint32_t AddFolder(KeyTree& tree, ItemKind kind, uint32_t identifier) {
   return item;
 }
 
-void CloseFolder(KeyTree& tree, uint32_t item) {
+void CloseItem(KeyTree& tree, uint32_t item) {
   tree.items[item].end = static_cast<uint32_t>(tree.items.size());
+}
+
+// The branches of path copies under "Disconnected Keys": opened and closed as the places to show
+// come in display order, so each connected key is copied once at most.
+class CopyBranches {
+ public:
+  explicit CopyBranches(KeyTree& tree) : tree_(tree) {}
+
+  // The copy of the connected item `place`, made with its ancestors where it is not open; the
+  // root's copy is the folder itself.
+  uint32_t Open(uint32_t place) {
+    std::vector<uint32_t> way;
+    for (uint32_t at = place; at != 0; at = tree_.items[at].parent) way.push_back(at);
+    size_t same = 0;
+    while (same < open_.size() && same < way.size() &&
+           open_[same].first == way[way.size() - 1 - same]) {
+      ++same;
+    }
+    CloseTo(same);
+    for (size_t level = same; level < way.size(); ++level) {
+      const uint32_t original = way[way.size() - 1 - level];
+      KeyItem copy = tree_.items[original];
+      copy.kind = ItemKind::kPathCopy;
+      copy.parent = level == 0 ? tree_.disconnected_keys : open_.back().second;
+      copy.connected = false;
+      open_.emplace_back(original, static_cast<uint32_t>(tree_.items.size()));
+      tree_.items.push_back(copy);
+    }
+    return open_.empty() ? tree_.disconnected_keys : open_.back().second;
+  }
+  void CloseTo(size_t level) {
+    for (; open_.size() > level; open_.pop_back()) CloseItem(tree_, open_.back().second);
+  }
+
+ private:
+  KeyTree& tree_;
+  std::vector<std::pair<uint32_t, uint32_t>> open_;  // item and its copy
+};
+
+void EmitDisconnected(const ScanTables& tables, const Hanging& hanging, Emitter& emitter,
+                      KeyTree& tree) {
+  std::vector<std::pair<uint32_t, uint32_t>> unlinked;  // place, row
+  for (uint32_t row = 0; row < tables.keys.size(); ++row) {
+    if (hanging.connected[row] || tree.item_of_rank[row] != kNoItem) continue;
+    const uint32_t owner = hanging.owner[row];
+    if (owner == kNoRow) {
+      emitter.EmitSubtree(row, tree.disconnected_keys);
+    } else if (hanging.connected[owner]) {
+      unlinked.emplace_back(tree.item_of_rank[owner], row);
+    }
+  }
+  std::sort(unlinked.begin(), unlinked.end());
+  CopyBranches branches(tree);
+  for (const auto& [place, row] : unlinked) emitter.EmitSubtree(row, branches.Open(place));
+  branches.CloseTo(0);
 }
 
 }  // namespace
@@ -169,27 +315,23 @@ void HangKeys(const HiveImage& hive, ScanTables& tables, KeyTree& tree) {
   Hanging hanging;
   hanging.root =
       tables.roots.empty() ? kNoRow : RankOfPosition(tables.key_index, hive.root_position);
-  const std::vector<bool> connected = HangAll(tables, hanging);
+  HangAll(tables, hanging);
   tree.items.clear();
   tree.items.reserve(tables.keys.size() + 3);
   tree.item_of_rank.assign(tables.keys.size(), kNoItem);
-  Emitter emitter(tables, hanging, connected, tree);
+  Emitter emitter(tables, hanging, tree);
   if (hanging.root != kNoRow) {
     emitter.EmitSubtree(hanging.root, kNoItem);
   } else {
     tree.items.emplace_back().kind = ItemKind::kRoot;
   }
   tree.disconnected_keys = AddFolder(tree, ItemKind::kDisconnectedKeys, DisconnectedKeysId(hive));
-  for (uint32_t row = 0; row < tables.keys.size(); ++row) {
-    if (!connected[row] && hanging.owner[row] == kNoRow) {
-      emitter.EmitSubtree(row, tree.disconnected_keys);
-    }
-  }
-  CloseFolder(tree, tree.disconnected_keys);
+  EmitDisconnected(tables, hanging, emitter, tree);
+  CloseItem(tree, tree.disconnected_keys);
   tree.disconnected_values =
       AddFolder(tree, ItemKind::kDisconnectedValues, DisconnectedValuesId(hive));
-  CloseFolder(tree, tree.disconnected_values);
-  CloseFolder(tree, 0);
+  CloseItem(tree, tree.disconnected_values);
+  CloseItem(tree, 0);
   tree.key_positions = std::move(tables.key_index);
 }
 

@@ -1,11 +1,19 @@
 // Turns the scan's key rows and list entries into the key tree.
 //
-// Every key hangs at most once. Keys that lists lead to from the root are connected; where several
-// lists name a key, it goes to the owner that its own parent field names, if that owner is reached
-// at all, else to the first that reaches it. The other keys are hung among themselves by the same
-// rule, under "Disconnected Keys"; the first level there are keys that no disconnected key names,
-// and of a ring of keys the one with the lowest position. Cycles, shared subtrees and double
-// listings end here: nothing behind this room meets them.
+// Every key hangs once. What lists lead to from the root is connected; where several lists name a
+// key, it goes to the owner that its own parent field names, if that owner is reached at all, else
+// to the first that reaches it.
+//
+// The other keys hang where, in this order of belief: a list names them and their parent field
+// agrees; their parent field names a key whose own list is lost or incomplete; a list names them;
+// their parent field names any other key. Of these,
+// - a key that names a connected key whose list is lost or incomplete hangs there, in its branch;
+// - a key that names a connected key whose list is whole was unlinked from it: it stands under
+//   "Disconnected Keys", in a branch of path copies that leads to its place;
+// - keys that hang nowhere are the first level of "Disconnected Keys", in the order of their
+//   positions; a ring of keys is cut at its lowest position.
+//
+// Cycles, shared subtrees and double listings end here: nothing behind this room meets them.
 #pragma once
 
 #include "hive/image.h"

@@ -9,6 +9,7 @@
 #include "host/long_operation.h"
 #include "recovery/disconnected_values.h"
 #include "recovery/hang_keys.h"
+#include "recovery/relations.h"
 #include "recovery/scan.h"
 
 namespace hivequarry {
@@ -51,12 +52,12 @@ void CollectTables(HiveImage& hive, const BuildOptions& options, ScanTables& tab
   scan.minimum_name_length = options.minimum_name_length;
   ShowStatus("Collecting information ...");
   ScanImage(hive, ScanPass::kCollect, scan, tables);
-  if (!tables.tree_sound) {
-    ShowStatus("Evaluating data ...");
-    ScanImage(hive, ScanPass::kEvaluate, scan, tables);
-  }
   FinishScan(tables);
   AdoptFirstCell(hive, tables);
+  if (!NeedsRepair(tables)) return;
+  ShowStatus("Evaluating data ...");
+  ScanImage(hive, ScanPass::kEvaluate, scan, tables);
+  RepairRelations(hive, scan, tables);
 }
 
 void ChooseRootText(HiveImage& hive, const BuildOptions& options, const ScanTables& tables,
@@ -85,6 +86,9 @@ ImageSummary Summarise(const ScanTables& tables, const KeyTree& tree) {
   summary.disconnected_values = static_cast<uint32_t>(tree.disconnected_value_positions.size());
   summary.security_records = static_cast<uint32_t>(tables.securities.size());
   summary.bins = CountBlocks(tables.bins);
+  summary.virtual_parents = tables.virtual_parents;
+  summary.virtual_children = tables.virtual_children;
+  summary.virtual_siblings = tables.virtual_siblings;
   summary.list_style = static_cast<uint32_t>(tables.list_style);
   summary.tree_sound = tables.tree_sound;
   summary.stopped = StopRequested();
@@ -106,6 +110,7 @@ ImageSummary BuildImageTree(HiveImage& hive, const BuildOptions& options, KeyTre
   }
   // What was collected is shown also after a stop.
   ShowStatus("Filling structure ...");
+  RepairRoots(tables);
   HangKeys(hive, tables, tree);
   const ImageSummary summary = Summarise(tables, tree);
   ShowStatus("Cleaning up ...");

@@ -117,6 +117,58 @@ void AddKeyFields(const HiveImage& hive, const KeyNode& key, DetailLines& lines)
   lines.AddCount("Name length", key.name_length);
 }
 
+std::string PositionText(uint32_t position) {
+  char text[32];
+  std::snprintf(text, sizeof(text), "0x%08X (%u)", position, position);
+  return text;
+}
+
+std::string NameAt(const HiveImage& hive, const KeyTree& tree, uint32_t position) {
+  const uint32_t item = ItemOfPosition(tree, position);
+  return item == kNoItem ? "no key" : "\"" + ItemName(hive, tree, item) + "\"";
+}
+
+// Which bytes support that the key hangs where it does, a line each.
+void AddEvidence(const HiveImage& hive, const KeyTree& tree, const KeyItem& it,
+                 DetailLines& lines) {
+  constexpr const char* kLabel = "Evidence";
+  const bool made = (it.marks & kVirtualMarks) != 0;
+  if (it.entry != 0) {
+    lines.Add(kLabel, "list entry at " + PositionText(it.entry) + " names this key");
+  }
+  if (!made && it.kind != ItemKind::kRoot) {
+    const uint32_t parent = ReadOffset(hive, it.position + kKeyParent);
+    lines.Add(kLabel, "parent field at " + PositionText(it.position + kKeyParent) + " leads to " +
+                          PositionText(parent) + ", " + NameAt(hive, tree, parent));
+  }
+  if (it.evidence != 0 && it.evidence != it.entry) {
+    const char* what = (it.marks & kMarkParent) != 0 ? "parent field at " : "list entry at ";
+    const char* how = made ? " names this place" : " gives the parent";
+    lines.Add(kLabel, what + PositionText(it.evidence) + how);
+  }
+  if ((it.marks & kMarkHashName) != 0) {
+    const uint32_t entry = it.evidence != 0 ? it.evidence : it.entry;
+    lines.Add(kLabel, "name hint at " + PositionText(entry + 4));
+  }
+  const auto values = hive.repaired_value_lists.find(it.position);
+  if (values != hive.repaired_value_lists.end()) {
+    lines.Add(kLabel, "value list at " + PositionText(values->second) +
+                          ", one bit away from the stored offset");
+  }
+}
+
+// What the tree knows of the key beyond its cell.
+void AddTreeFields(const HiveImage& hive, const KeyTree& tree, const KeyItem& it,
+                   DetailLines& lines) {
+  lines.Add("Connected", it.connected ? "yes" : "no");
+  lines.Add("Status", StatusText(it.marks));
+  uint32_t parent = 0;
+  if (it.parent != kNoItem) parent = tree.items[it.parent].position - hive.data_base;
+  lines.Add("Info", MarkWords(it.marks, it.repairs, parent));
+  lines.AddCount("Marks", it.marks);
+  AddEvidence(hive, tree, it, lines);
+}
+
 }  // namespace
 
 std::vector<uint32_t> ListedValues(const HiveImage& hive, uint32_t key_position, uint32_t& budget) {
@@ -125,7 +177,7 @@ std::vector<uint32_t> ListedValues(const HiveImage& hive, uint32_t key_position,
   const uint32_t offset = ReadU32(hive, key_position + kKeyValueList);
   if (count == 0 || offset >= kNoValueList) return listed;
   std::vector<uint32_t> positions;
-  ReadValueList(hive, count, ReadOffset(hive, key_position + kKeyValueList), budget, positions);
+  ReadValueList(hive, count, ValueListOf(hive, key_position), budget, positions);
   for (const uint32_t position : positions) {
     if (position == kNoOffset) continue;
     const ValueKey value = ReadValueKey(hive, position, ValueRead::kName, kMaxValueData, nullptr);
@@ -147,7 +199,7 @@ ItemValues ShowItemValues(const HiveImage& hive, const KeyTree& tree, uint32_t i
     values.info_rows.push_back(InfoRow("Info", "Keys not connected to the Root cell"));
     return values;
   }
-  if (!IsKeyItem(tree, item)) return values;
+  if (!IsKeyItem(tree, item) && it.kind != ItemKind::kPathCopy) return values;
   if (it.position > hive.last_valid) {
     values.info_rows.push_back(InfoRow("Info", "beyond file size"));
     return values;
@@ -193,13 +245,14 @@ std::string KeyDetailAt(const HiveImage& hive, const KeyTree& tree, uint32_t pos
   DetailLines lines;
   if (item == kNoItem && key.state == KeyState::kNotAKey) return lines.text;
   lines.Add("Key", item == kNoItem ? key.name : ItemPath(hive, tree, item));
-  AddKeyFields(hive, key, lines);
-  if (item == kNoItem) return lines.text;
-  const KeyItem& it = tree.items[item];
-  lines.Add("Connected", it.connected ? "yes" : "no");
-  lines.Add("Status", StatusText(it.marks));
-  lines.Add("Info", MarkWords(it.marks));
-  lines.AddCount("Marks", it.marks);
+  const uint16_t marks = item == kNoItem ? uint16_t{0} : tree.items[item].marks;
+  if ((marks & kVirtualMarks) == 0) {
+    AddKeyFields(hive, key, lines);
+  } else {
+    lines.AddPosition("Position", position);
+    lines.Add("State", "no key cell here; only relations prove the key");
+  }
+  if (item != kNoItem) AddTreeFields(hive, tree, tree.items[item], lines);
   return lines.text;
 }
 

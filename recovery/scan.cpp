@@ -176,7 +176,8 @@ bool IsOffsetLike(const HiveImage& hive, uint32_t field) {
   return offset == kNoOffset || (offset % 8 == 0 && offset < hive.length);
 }
 
-// A name that fits the cell, and of the four offsets at least three that could be offsets.
+}  // namespace
+
 bool HasKeyBody(const HiveImage& hive, uint32_t position, uint32_t size) {
   const uint32_t name_length = ReadU16(hive, position + kKeyNameLength);
   if (name_length > 512 || kKeyName + name_length > CellLength(size)) return false;
@@ -187,8 +188,6 @@ bool HasKeyBody(const HiveImage& hive, uint32_t position, uint32_t size) {
   }
   return offsets >= 3;
 }
-
-}  // namespace
 
 int ClassifyKeyCell(const HiveImage& hive, uint16_t signature, uint16_t flags, uint32_t size,
                     uint32_t position) {
@@ -240,6 +239,7 @@ void ScanImage(HiveImage& hive, ScanPass pass, const ScanOptions& options, ScanT
 
 void FinishScan(ScanTables& tables) {
   SealIndex(tables.key_index);
+  tables.sealed = true;
   for (ChildEntry& entry : tables.child_entries) {
     entry.row = RankOfPosition(tables.key_index, entry.key);
   }

@@ -34,6 +34,10 @@ void FinishScan(ScanTables& tables);
 int ClassifyKeyCell(const HiveImage& hive, uint16_t signature, uint16_t flags, uint32_t size,
                     uint32_t position);
 
+// A name that fits a cell of this size field, and of the four offsets at least three that could be
+// offsets: the body of a key, whatever its signature.
+bool HasKeyBody(const HiveImage& hive, uint32_t position, uint32_t size);
+
 // How AddScannedKey was led to a cell.
 struct ScannedKey {
   uint32_t position = 0;

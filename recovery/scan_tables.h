@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <unordered_map>
 #include <vector>
 
 #include "hive/image.h"
@@ -23,15 +24,19 @@ enum KeyDamage : uint8_t {
   kDamageRootNoKeys = 0x80,  // root key without subkeys
 };
 
-// An accepted key cell. Rows stand in the order of their positions.
+// An accepted key cell, or a key that only relations still prove. Rows stand in the order of their
+// positions, but for those that relation repair adds until it is done.
 struct KeyRow {
   uint32_t position = 0;
-  uint32_t parent = kNoOffset;  // the position that its parent field names
+  uint32_t parent = kNoOffset;  // the position that its parent field names, or its repaired parent
   uint32_t first_entry = 0;     // its subkey list's rows in the child-entry table
   uint32_t entry_count = 0;
-  uint32_t generated = 0;  // number of its generated name, 0 when it has its own
+  uint32_t made_name = 0;  // see KeyItem
+  uint32_t evidence = 0;   // position of the list entry or parent field that a repair rests on
   uint16_t marks = 0;      // KeyMark bits
+  uint8_t repairs = 0;     // KeyRepair bits
   bool root = false;
+  bool list_broken = false;  // its list could not be read whole, or does not have its count
 };
 
 // One entry of the subkey list of an accepted key. The rows of one key follow one another.
@@ -88,6 +93,20 @@ struct ScanTables {
   uint32_t generated_names = 0;  // how many were given out
   uint32_t entry_budget = 0;     // list entries that may still be read
   uint32_t items = 0;            // rows produced, for progress
+  // Rows of keys that were added after the index was sealed, by position.
+  bool sealed = false;
+  std::unordered_map<uint32_t, uint32_t> added_rows;
+  uint32_t virtual_parents = 0;
+  uint32_t virtual_children = 0;
+  uint32_t virtual_siblings = 0;
 };
+
+// The row of the key at a position, kNoRow when there is none. Once the index is sealed.
+inline uint32_t RowAt(const ScanTables& tables, uint32_t position) {
+  const uint32_t rank = RankOfPosition(tables.key_index, position);
+  if (rank != kNoRank || tables.added_rows.empty()) return rank;
+  const auto added = tables.added_rows.find(position);
+  return added == tables.added_rows.end() ? kNoRow : added->second;
+}
 
 }  // namespace hivequarry

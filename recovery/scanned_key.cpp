@@ -60,13 +60,16 @@ uint16_t MarksOf(const ScannedKey& key, bool named) {
 // Walks the key's subkey list into the child-entry table.
 void AddChildEntries(const HiveImage& hive, KeyRow& row, ScanTables& tables) {
   row.first_entry = static_cast<uint32_t>(tables.child_entries.size());
-  if (ReadU32(hive, row.position + kKeySubkeyCount) == 0) return;
+  const uint32_t wanted = ReadU32(hive, row.position + kKeySubkeyCount);
+  if (wanted == 0) return;
   const uint32_t list = ReadOffset(hive, row.position + kKeySubkeyList);
   std::vector<SubkeyEntry> entries;
   const bool inside = list != kNoOffset && InCellBounds(hive, list);
   if (!inside || !ReadSubkeyList(hive, list, tables.entry_budget, entries)) {
     tables.tree_sound = false;
+    row.list_broken = true;
   }
+  row.list_broken = row.list_broken || entries.size() != wanted;
   for (const SubkeyEntry& entry : entries) {
     tables.child_entries.push_back(
         {entry.key, entry.position, kNoRow, entry.kind == ListKind::kLf});
@@ -126,7 +129,7 @@ void AddScannedKey(HiveImage& hive, const ScannedKey& key, const ScanOptions& op
   const bool named = name_length != 0;
   if (!named) {
     name_length = options.minimum_name_length;
-    if (name_length == 0) row.generated = ++tables.generated_names;
+    if (name_length == 0) row.made_name = ++tables.generated_names;
   }
   row.marks = MarksOf(key, named);
   AddChildEntries(hive, row, tables);
@@ -138,7 +141,11 @@ void AddScannedKey(HiveImage& hive, const ScannedKey& key, const ScanOptions& op
   if ((damage.bits & (kDamageRootParent | kDamageRootNoKeys)) != 0) tables.tree_sound = false;
   if (damage.bits != 0) tables.damage.push_back(damage);
   if (key.damaged) TolerantKeyTest(hive, key.position, tables.one_bit_errors);
-  InsertPosition(tables.key_index, key.position);
+  if (tables.sealed) {
+    tables.added_rows.emplace(key.position, static_cast<uint32_t>(tables.keys.size()));
+  } else {
+    InsertPosition(tables.key_index, key.position);
+  }
   tables.keys.push_back(row);
   ++tables.items;
 }

@@ -52,7 +52,7 @@ bool IsPlain(std::string_view text) {
 // Nearly all names are plain single-byte text, which loses nothing.
 bool NameIsLossy(const HiveImage& hive, const KeyTree& tree, uint32_t item) {
   const KeyItem& it = tree.items[item];
-  if (it.kind != ItemKind::kKey || it.generated != 0) return false;
+  if (it.kind != ItemKind::kKey || it.made_name != 0) return false;
   const std::string name = ItemName(hive, tree, item);
   return !IsPlain(name) && ItemNameUtf8(hive, tree, item) != Utf8FromNarrow(name);
 }
@@ -175,7 +175,8 @@ OutputListPtr ListKeyTree(const HiveImage& hive, const KeyTree& tree, uint32_t i
     if (!IsKeyItem(tree, at)) continue;
     const uint64_t last_write = ReadU32(hive, it.position + kKeyLastWrite) |
                                 uint64_t{ReadU32(hive, it.position + kKeyLastWrite + 4)} << 32;
-    const bool under_key = it.parent != kNoItem && IsKeyItem(tree, it.parent);
+    const bool under_key = it.parent != kNoItem && (IsKeyItem(tree, it.parent) ||
+                           tree.items[it.parent].kind == ItemKind::kPathCopy);
     const std::string lossless = lossy[at] ? ItemPathUtf8(hive, tree, at, nullptr) : "";
     RowFacts facts;
     facts.about_key = true;

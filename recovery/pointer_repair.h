@@ -1,0 +1,18 @@
+// Lists that keys have lost: offsets with one wrong bit, and lists that only their keys remember.
+#pragma once
+
+#include "hive/image.h"
+#include "recovery/list_recorder.h"
+#include "recovery/scan_tables.h"
+
+namespace hivequarry {
+
+// Subkey and value lists found again through offsets with a single wrong bit. Repaired value lists
+// are noted in the image.
+void RepairPointers(HiveImage& hive, ScanTables& tables);
+
+// Recorded lists given to the parent that more than half of their keys record, where that key's own
+// list cannot be read.
+void ReattachLists(const HiveImage& hive, const ListRecords& records, ScanTables& tables);
+
+}  // namespace hivequarry

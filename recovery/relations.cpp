@@ -1,0 +1,419 @@
+#include "recovery/relations.h"
+
+#include <algorithm>
+#include <bit>
+#include <cstdio>
+
+#include "hive/cells.h"
+#include "hive/key_node.h"
+#include "hive/key_tree.h"
+#include "hive/offset_map.h"
+#include "host/host.h"
+#include "host/long_operation.h"
+#include "recovery/list_recorder.h"
+#include "recovery/pointer_repair.h"
+
+namespace hivequarry {
+namespace {
+
+constexpr uint32_t kProgressRows = 128;
+constexpr uint32_t kKeyRoom = 80;  // a key needs this much in front of the image's end
+
+// The repair under way.
+struct Repair {
+  HiveImage& hive;
+  const ScanOptions& options;
+  ScanTables& tables;
+  ListRecords records;
+  std::vector<uint32_t> owner_of_entry;  // key row by child entry
+  std::vector<uint32_t> entry_of_row;    // a child entry that names the row's key, kNoRow for none
+};
+
+bool StopOrShow(uint32_t row, size_t total) {
+  if (row % kProgressRows != 0) return false;
+  if (StopRequested()) return true;
+  char text[48];
+  std::snprintf(text, sizeof(text), "%u/%zu", row, total);
+  ShowStatus(text);
+  return false;
+}
+
+// Whether a place can hold a key at all: inside the data area, on a cell boundary, in the hive's own
+// bins.
+bool IsKeyPlace(const HiveImage& hive, uint32_t position) {
+  return position % 8 == 0 && position >= hive.data_start + kBinHeaderSize &&
+         InsideHive(hive, position, kKeyRoom) && !IsForeign(hive, position);
+}
+
+// True when the place lies in an accepted value, security or list cell.
+bool IsTaken(const Repair& repair, uint32_t position) {
+  const ScanTables& tables = repair.tables;
+  for (const std::vector<uint32_t>* cells : {&tables.values, &tables.securities, &tables.lists}) {
+    const auto behind = std::upper_bound(cells->begin(), cells->end(), position);
+    if (behind == cells->begin()) continue;
+    const uint32_t cell = *std::prev(behind);
+    if (position - cell < CellLength(ReadU32(repair.hive, cell))) return true;
+  }
+  return false;
+}
+
+// Notes for each row one entry that names it, the owner's agreement with the key's own parent field
+// preferred.
+void IndexEntries(Repair& repair) {
+  ScanTables& tables = repair.tables;
+  repair.owner_of_entry.assign(tables.child_entries.size(), kNoRow);
+  repair.entry_of_row.assign(tables.keys.size(), kNoRow);
+  for (uint32_t row = 0; row < tables.keys.size(); ++row) {
+    const KeyRow& key = tables.keys[row];
+    for (uint32_t i = 0; i < key.entry_count; ++i) {
+      const uint32_t index = key.first_entry + i;
+      repair.owner_of_entry[index] = row;
+      const uint32_t child = RowAt(tables, tables.child_entries[index].key);
+      tables.child_entries[index].row = child;
+      if (child == kNoRow || child == row) continue;
+      const bool agrees = tables.keys[child].parent == key.position;
+      if (agrees || repair.entry_of_row[child] == kNoRow) repair.entry_of_row[child] = index;
+    }
+  }
+}
+
+// Decodes the cell at `position` as a key and adds it; its own list's entries join the table.
+uint32_t AddRealKey(Repair& repair, uint32_t position, bool damaged) {
+  ScannedKey key;
+  key.position = position;
+  key.flags = ReadU16(repair.hive, position + kKeyFlags);
+  key.damaged = damaged;
+  if (key.flags == kRootKeyFlags) key.flags = 0x20;  // not a root of this scan
+  AddScannedKey(repair.hive, key, repair.options, repair.tables);
+  const auto row = static_cast<uint32_t>(repair.tables.keys.size() - 1);
+  repair.owner_of_entry.resize(repair.tables.child_entries.size(), row);
+  repair.entry_of_row.push_back(kNoRow);
+  return row;
+}
+
+// Makes a key for a place; `evidence` is the position of the entry or field that names it.
+uint32_t AddVirtualKey(Repair& repair, uint32_t position, uint16_t marks, uint32_t hint,
+                       uint32_t evidence) {
+  ScanTables& tables = repair.tables;
+  KeyRow row;
+  row.position = position;
+  row.marks = static_cast<uint16_t>(marks | (hint != 0 ? kMarkHashName : kMarkNoName));
+  row.made_name = hint != 0 ? hint : ++tables.generated_names;
+  row.list_broken = true;
+  row.evidence = evidence;
+  row.first_entry = static_cast<uint32_t>(tables.child_entries.size());
+  tables.added_rows.emplace(position, static_cast<uint32_t>(tables.keys.size()));
+  tables.keys.push_back(row);
+  repair.entry_of_row.push_back(kNoRow);
+  return static_cast<uint32_t>(tables.keys.size() - 1);
+}
+
+// A cell with all of a key but one bit of its signature.
+bool IsKeyWithFlippedBit(const HiveImage& hive, uint32_t position) {
+  const uint16_t difference =
+      static_cast<uint16_t>(ReadU16(hive, position + 4) ^ kSignatureNk);
+  return std::has_single_bit(difference) && HasKeyBody(hive, position, ReadU32(hive, position));
+}
+
+// --- missing parents ------------------------------------------------------------------------------
+
+// A key for a place of which only a child's parent field tells.
+void AddParentAt(Repair& repair, uint32_t position, uint32_t child) {
+  ScanTables& tables = repair.tables;
+  if (IsKeyCellAt(repair.hive, position)) {
+    AddRealKey(repair, position, false);
+    return;
+  }
+  if (IsKeyWithFlippedBit(repair.hive, position)) {
+    AddRealKey(repair, position, true);
+    return;
+  }
+  DamageRow damage;
+  damage.position = position;
+  damage.bits = kDamageParent;
+  damage.failed_parent = ReadOffset(repair.hive, position + kKeyParent);
+  tables.damage.push_back(damage);
+  const uint32_t row = AddVirtualKey(repair, position, kMarkParent, 0, child + kKeyParent);
+  ++tables.virtual_parents;
+  // What is left of the cell may still say where it hung.
+  const bool body = HasKeyBody(repair.hive, position, ReadU32(repair.hive, position));
+  const uint32_t grandparent = damage.failed_parent;
+  const bool known = RowAt(tables, grandparent) != kNoRow && grandparent != position;
+  if (known || (body && IsKeyPlace(repair.hive, grandparent))) {
+    tables.keys[row].parent = grandparent;
+  }
+}
+
+void FindMissingParents(Repair& repair) {
+  ScanTables& tables = repair.tables;
+  // New rows are visited too, so a chain of missing ancestors is rebuilt level by level.
+  for (uint32_t row = 0; row < tables.keys.size(); ++row) {
+    if (StopOrShow(row, tables.keys.size())) return;
+    const KeyRow& key = tables.keys[row];
+    const uint32_t parent = key.parent;
+    if (key.root || parent == kNoOffset || repair.entry_of_row[row] != kNoRow) continue;
+    if (IsForeign(repair.hive, key.position)) continue;
+    if (parent > tables.largest_parent || !IsKeyPlace(repair.hive, parent)) continue;
+    if (RowAt(tables, parent) != kNoRow || IsTaken(repair, parent)) continue;
+    AddParentAt(repair, parent, key.position);
+  }
+}
+
+// --- implausible parents --------------------------------------------------------------------------
+
+void RepairParents(Repair& repair) {
+  ScanTables& tables = repair.tables;
+  const size_t count = tables.damage.size();
+  for (uint32_t i = 0; i < count; ++i) {
+    if (StopOrShow(i, count)) return;
+    const DamageRow& damage = tables.damage[i];
+    const uint32_t row = RowAt(tables, damage.position);
+    if ((damage.bits & kDamageParent) == 0 || row == kNoRow) continue;
+    KeyRow& key = tables.keys[row];
+    if (key.root || RowAt(tables, key.parent) != kNoRow) continue;
+    uint32_t parent = kNoOffset;
+    uint32_t evidence = 0;
+    const uint32_t sibling = EntryOfTarget(repair.records, key.position);
+    if (repair.entry_of_row[row] != kNoRow) {
+      const uint32_t entry = repair.entry_of_row[row];
+      parent = tables.keys[repair.owner_of_entry[entry]].position;
+      evidence = tables.child_entries[entry].position;
+    } else if (sibling != kNoRow) {
+      parent = ListOfEntry(repair.records, sibling).parent;
+      evidence = repair.records.entries[sibling].position;
+    }
+    if (parent == kNoOffset || RowAt(tables, parent) == kNoRow) continue;
+    key.parent = parent;
+    key.evidence = evidence;
+    key.repairs |= kRepairParent;
+  }
+}
+
+// --- missing children -----------------------------------------------------------------------------
+
+// A list is believed when its count is its key's, or at least half of its entries lead to keys.
+bool IsListBelieved(const Repair& repair, const KeyRow& owner) {
+  if (!owner.list_broken) return true;
+  uint32_t good = 0;
+  for (uint32_t i = 0; i < owner.entry_count; ++i) {
+    const ChildEntry& entry = repair.tables.child_entries[owner.first_entry + i];
+    const uint32_t row = RowAt(repair.tables, entry.key);
+    good += row != kNoRow || IsKeyCellAt(repair.hive, entry.key);
+  }
+  return good * 2 >= owner.entry_count;
+}
+
+bool NamesKey(const HiveImage& hive, uint32_t position) {
+  return InsideHive(hive, position, kKeyRoom) && position >= hive.data_start &&
+         ReadU16(hive, position + 4) == kSignatureNk;
+}
+
+// The found key and the entry that names it say different parents: the one that is a key wins.
+void Reconcile(Repair& repair, uint32_t child, uint32_t owner, uint32_t evidence) {
+  ScanTables& tables = repair.tables;
+  KeyRow& key = tables.keys[child];
+  const uint32_t owner_position = tables.keys[owner].position;
+  if (key.root || key.parent == owner_position || child == owner) return;
+  if (NamesKey(repair.hive, key.parent) || RowAt(tables, key.parent) != kNoRow) return;
+  if (!NamesKey(repair.hive, owner_position) && tables.keys[owner].marks == 0) return;
+  key.parent = owner_position;
+  key.evidence = evidence;
+  key.marks |= kMarkListParent;
+}
+
+void NameByHint(Repair& repair, uint32_t row, uint32_t entry_position) {
+  KeyRow& key = repair.tables.keys[row];
+  uint32_t hint = 0;
+  if ((key.marks & kMarkNoName) == 0 || !ReadHint(repair.hive, entry_position, hint)) return;
+  key.made_name = hint;
+  key.marks = static_cast<uint16_t>((key.marks | kMarkHashName) & ~kMarkNoName);
+}
+
+// The row of a real key at a place that a relation names; kNoRow when there is none.
+uint32_t BringBack(Repair& repair, uint32_t position) {
+  if (IsKeyCellAt(repair.hive, position)) return AddRealKey(repair, position, false);
+  if (IsKeyWithFlippedBit(repair.hive, position)) return AddRealKey(repair, position, true);
+  return kNoRow;
+}
+
+void TakeChildEntry(Repair& repair, uint32_t owner, uint32_t index) {
+  ScanTables& tables = repair.tables;
+  const ChildEntry entry = tables.child_entries[index];
+  uint32_t row = RowAt(tables, entry.key);
+  if (row == kNoRow) {
+    if (!IsKeyPlace(repair.hive, entry.key) || IsForeign(repair.hive, entry.position)) return;
+    row = BringBack(repair, entry.key);
+    if (row == kNoRow) {
+      if (IsTaken(repair, entry.key)) return;
+      uint32_t hint = 0;
+      if (!entry.hinted || !ReadHint(repair.hive, entry.position, hint)) hint = 0;
+      row = AddVirtualKey(repair, entry.key, kMarkChild, hint, entry.position);
+      tables.keys[row].parent = tables.keys[owner].position;
+      ++tables.virtual_children;
+    }
+  }
+  if (repair.entry_of_row[row] == kNoRow) repair.entry_of_row[row] = index;
+  Reconcile(repair, row, owner, entry.position);
+  if (entry.hinted) NameByHint(repair, row, entry.position);
+}
+
+void FindMissingChildren(Repair& repair) {
+  ScanTables& tables = repair.tables;
+  // Keys that come back bring lists of their own, whose rows are visited in turn.
+  for (uint32_t row = 0; row < tables.keys.size(); ++row) {
+    if (StopOrShow(row, tables.keys.size())) return;
+    const KeyRow owner = tables.keys[row];
+    if (owner.entry_count == 0 || !IsListBelieved(repair, owner)) continue;
+    for (uint32_t i = 0; i < owner.entry_count; ++i) {
+      TakeChildEntry(repair, row, owner.first_entry + i);
+    }
+  }
+}
+
+// --- missing siblings -----------------------------------------------------------------------------
+
+// At least one companion is a key, and at least half are or were.
+bool IsRecordBelieved(const Repair& repair, const RecordedList& list) {
+  uint32_t keys = 0;
+  uint32_t cells = 0;
+  for (uint32_t i = 0; i < list.entries; ++i) {
+    const uint32_t target = repair.records.entries[list.first + i].target;
+    const bool key = RowAt(repair.tables, target) != kNoRow;
+    keys += key;
+    cells += key || IsKeyCellAt(repair.hive, target);
+  }
+  return keys > 0 && cells * 2 >= list.entries;
+}
+
+// The first companion whose recorded parent is a key gives the list's parent, unless most agree on
+// another.
+uint32_t ParentOfList(const Repair& repair, const RecordedList& list) {
+  const auto is_key = [&](uint32_t position) {
+    return position != kNoOffset &&
+           (IsKeyCellAt(repair.hive, position) || RowAt(repair.tables, position) != kNoRow);
+  };
+  if (is_key(list.parent)) return list.parent;
+  for (uint32_t i = 0; i < list.entries; ++i) {
+    const uint32_t parent = repair.records.entries[list.first + i].parent;
+    if (is_key(parent)) return parent;
+  }
+  return kNoOffset;
+}
+
+void TakeSibling(Repair& repair, const RecordedList& list, const SiblingEntry& entry,
+                 uint32_t parent) {
+  ScanTables& tables = repair.tables;
+  uint32_t row = RowAt(tables, entry.target);
+  if (row == kNoRow) {
+    if (!IsKeyPlace(repair.hive, entry.target)) return;
+    row = BringBack(repair, entry.target);
+  }
+  if (row == kNoRow) {
+    if (IsTaken(repair, entry.target) || parent == kNoOffset) return;
+    uint32_t hint = 0;
+    if (list.kind != ListKind::kLf || !ReadHint(repair.hive, entry.position, hint)) hint = 0;
+    row = AddVirtualKey(repair, entry.target, kMarkSibling, hint, entry.position);
+    tables.keys[row].parent = parent;
+    ++tables.virtual_siblings;
+    return;
+  }
+  KeyRow& key = tables.keys[row];
+  const bool lost = !IsKeyCellAt(repair.hive, key.parent) && RowAt(tables, key.parent) == kNoRow;
+  if (lost && !key.root && parent != kNoOffset && parent != key.position) {
+    key.parent = parent;
+    key.evidence = entry.position;
+    key.marks |= kMarkSiblingParent;
+  }
+  if (list.kind == ListKind::kLf) NameByHint(repair, row, entry.position);
+}
+
+void FindMissingSiblings(Repair& repair) {
+  const size_t count = repair.records.lists.size();
+  for (uint32_t i = 0; i < count; ++i) {
+    if (StopOrShow(i, count)) return;
+    const RecordedList& list = repair.records.lists[i];
+    if (!IsRecordBelieved(repair, list)) continue;
+    const uint32_t parent = ParentOfList(repair, list);
+    for (uint32_t j = 0; j < list.entries; ++j) {
+      TakeSibling(repair, list, repair.records.entries[list.first + j], parent);
+    }
+  }
+}
+
+// --- the end --------------------------------------------------------------------------------------
+
+// Sorts the rows by position again and resolves every entry to its row.
+void SortRows(ScanTables& tables, const HiveImage& hive) {
+  if (!tables.added_rows.empty()) {
+    std::sort(tables.keys.begin(), tables.keys.end(),
+              [](const KeyRow& a, const KeyRow& b) { return a.position < b.position; });
+    tables.added_rows.clear();
+    ResetIndex(tables.key_index, hive.length);
+    for (const KeyRow& key : tables.keys) InsertPosition(tables.key_index, key.position);
+    SealIndex(tables.key_index);
+  }
+  for (ChildEntry& entry : tables.child_entries) entry.row = RowAt(tables, entry.key);
+}
+
+}  // namespace
+
+bool NeedsRepair(const ScanTables& tables) {
+  if (!tables.tree_sound || !tables.damage.empty()) return true;
+  std::vector<bool> named(tables.keys.size());
+  for (const KeyRow& key : tables.keys) {
+    for (uint32_t i = 0; i < key.entry_count; ++i) {
+      const uint32_t row = tables.child_entries[key.first_entry + i].row;
+      if (row == kNoRow || tables.keys[row].parent != key.position) return true;
+      named[row] = true;
+    }
+    if (key.list_broken) return true;
+  }
+  size_t loose = 0;
+  for (uint32_t row = 0; row < named.size(); ++row) loose += !named[row];
+  return loose > 1;  // the root alone is in no list
+}
+
+bool IsKeyCellAt(const HiveImage& hive, uint32_t position) {
+  if (!hive.loaded || position < hive.data_start || !InsideHive(hive, position, kKeyRoom)) {
+    return false;
+  }
+  if (ReadU16(hive, position + 4) != kSignatureNk) return false;
+  const uint32_t size = ReadU32(hive, position);
+  if (size % 8 != 0 || CellLength(size) > (IsAllocated(size) ? 512U : 4096U)) return false;
+  if (ReadU8(hive, position + 7) != 0) return false;
+  switch (ReadU8(hive, position + 6)) {
+    case 0x00:
+    case 0x20:
+    case 0x2C:
+    case 0xA0:
+    case 0xAC:
+      return true;
+    default:
+      return false;
+  }
+}
+
+void RepairRelations(HiveImage& hive, const ScanOptions& options, ScanTables& tables) {
+  Repair repair{hive, options, tables, {}, {}, {}};
+  RepairPointers(hive, tables);
+  repair.records = RecordLists(hive, tables);
+  ReattachLists(hive, repair.records, tables);
+  IndexEntries(repair);
+  FindMissingParents(repair);
+  RepairParents(repair);
+  FindMissingChildren(repair);
+  FindMissingSiblings(repair);
+  SortRows(tables, hive);
+}
+
+void RepairRoots(ScanTables& tables) {
+  for (const DamageRow& damage : tables.damage) {
+    if ((damage.bits & kDamageRootParent) == 0) continue;
+    const uint32_t row = RowAt(tables, damage.position);
+    if (row == kNoRow) continue;
+    tables.keys[row].parent = kNoOffset;
+    tables.keys[row].repairs |= kRepairRoot;
+  }
+}
+
+}  // namespace hivequarry
