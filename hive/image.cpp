@@ -1,10 +1,12 @@
 #include "hive/image.h"
 
 #include <algorithm>
+#include <array>
 #include <cstdlib>
 #include <cstring>
 #include <mutex>
 
+#include "hive/cells.h"
 #include "hive/offset_map.h"
 #include "hive/root_path.h"
 #include "host/files.h"
@@ -107,6 +109,24 @@ bool HasSignature(const HiveImage& hive) {
   return CountMatches(signature, "regf", 4) >= 3;
 }
 
+// Cells stand on 8-byte steps counted from the start of a hive. A fragment may have been cut
+// anywhere: the step at which most records start is taken, and bytes in front of it are left out.
+void AlignFragment(HiveImage& hive) {
+  std::array<uint32_t, 8> records{};
+  for (uint32_t p = 0; InsideHive(hive, p, 8) && (p % 4096 != 0 || !StopRequested()); ++p) {
+    const uint32_t size = LoadU32(hive.buffer.get() + p);
+    if (!IsAllocated(size) || size % 8 != 0 || CellLength(size) > 65536) continue;
+    records[p % 8] += IsRecordSignature(LoadU16(hive.buffer.get() + p + 4));
+  }
+  const auto most = std::max_element(records.begin(), records.end());
+  const auto step = static_cast<uint32_t>(most - records.begin());
+  if (*most == 0 || step == 0) return;
+  std::memmove(hive.buffer.get(), hive.buffer.get() + step, hive.length - step);
+  hive.base_offset += step;
+  hive.length -= step;
+  std::memset(hive.buffer.get() + hive.length, 0, step);
+}
+
 // The part of opening that can fail; the caller frees the slot on false.
 bool OpenIntoSlot(HiveImage& hive, const std::string& file_name, bool load) {
   if (!OpenHiveStream(hive, file_name)) return false;
@@ -142,6 +162,9 @@ bool OpenIntoSlot(HiveImage& hive, const std::string& file_name, bool load) {
   if (!MapOffsets(hive) && !HasSignature(hive)) {
     // Any key in the right place looks like a root, but the bins deny that a base block precedes.
     hive.header_valid = hive.root_valid = false;
+  }
+  if (!hive.header_valid && hive.loaded) {
+    AlignFragment(hive);
     SetBounds(hive);
     MapOffsets(hive);
   }

@@ -8,6 +8,7 @@
 #include "host/host.h"
 #include "host/long_operation.h"
 #include "recovery/disconnected_values.h"
+#include "recovery/fragment_base.h"
 #include "recovery/hang_keys.h"
 #include "recovery/relations.h"
 #include "recovery/scan.h"
@@ -44,6 +45,18 @@ void AdoptFirstCell(HiveImage& hive, ScanTables& tables) {
   hive.root_position = first;
 }
 
+// Offsets that lead nobody knows where are not followed.
+void ForgetRelations(ScanTables& tables) {
+  tables.child_entries.clear();
+  for (KeyRow& key : tables.keys) {
+    key.parent = kNoOffset;
+    key.first_entry = key.entry_count = 0;
+    key.list_broken = false;
+  }
+  tables.damage.clear();
+  tables.tree_sound = true;
+}
+
 void CollectTables(HiveImage& hive, const BuildOptions& options, ScanTables& tables) {
   hive.key_gate = options.tolerant_keys ? kOpenGate : kClosedGate;
   PresetRoot(hive);
@@ -52,6 +65,12 @@ void CollectTables(HiveImage& hive, const BuildOptions& options, ScanTables& tab
   scan.minimum_name_length = options.minimum_name_length;
   ShowStatus("Collecting information ...");
   ScanImage(hive, ScanPass::kCollect, scan, tables);
+  if (!hive.data_base_proven && FindFragmentBase(hive, tables)) {
+    // Now that its place is known the fragment's offsets can be followed.
+    ResetTables(hive, tables);
+    ScanImage(hive, ScanPass::kCollect, scan, tables);
+  }
+  if (!hive.data_base_proven) ForgetRelations(tables);
   FinishScan(tables);
   AdoptFirstCell(hive, tables);
   if (!NeedsRepair(tables)) return;

@@ -1,0 +1,115 @@
+#include "recovery/fragment_base.h"
+
+#include <algorithm>
+#include <unordered_map>
+
+#include "hive/cells.h"
+#include "hive/key_node.h"
+
+namespace hivequarry {
+namespace {
+
+// A stretch without block headers is short; more cells than this are not paired with each other.
+constexpr size_t kMostCells = 2048;
+constexpr uint32_t kEnough = 3;
+
+// Offsets of one kind and the places that they may lead to, each once and ascending.
+struct References {
+  std::vector<uint32_t> offsets;
+  std::vector<uint32_t> targets;
+};
+
+struct Voting {
+  std::unordered_map<uint32_t, uint32_t> votes;  // by distance
+  std::vector<References> references;
+  std::vector<uint32_t> keys;
+  std::vector<uint32_t> lists;
+};
+
+void Unify(std::vector<uint32_t>& offsets) {
+  std::sort(offsets.begin(), offsets.end());
+  offsets.erase(std::unique(offsets.begin(), offsets.end()), offsets.end());
+}
+
+// Every offset may lead to every target.
+void Vote(std::vector<uint32_t> offsets, const std::vector<uint32_t>& targets, Voting& voting) {
+  std::erase_if(offsets, [](uint32_t o) { return o == kNoOffset || o % 8 != 0; });
+  Unify(offsets);
+  for (const uint32_t offset : offsets) {
+    for (const uint32_t target : targets) ++voting.votes[target - offset];
+  }
+  voting.references.push_back({std::move(offsets), targets});
+}
+
+// Of the offsets that a distance leads into the fragment, at least three of four lead to a target.
+bool IsConsistent(const HiveImage& hive, const Voting& voting, uint32_t distance) {
+  uint32_t inside = 0;
+  uint32_t hits = 0;
+  for (const References& kind : voting.references) {
+    for (const uint32_t offset : kind.offsets) {
+      const uint32_t position = offset + distance;
+      if (!InsideHive(hive, position, kKeyName)) continue;
+      ++inside;
+      hits += std::binary_search(kind.targets.begin(), kind.targets.end(), position);
+    }
+  }
+  return hits * 4 >= inside * 3;
+}
+
+std::vector<uint32_t> FieldOf(const HiveImage& hive, const Voting& voting, uint32_t field) {
+  std::vector<uint32_t> offsets;
+  for (const uint32_t key : voting.keys) {
+    const bool list = field == kKeySubkeyList;
+    if (list && ReadU32(hive, key + kKeySubkeyCount) == 0) continue;
+    offsets.push_back(ReadU32(hive, key + field));
+  }
+  return offsets;
+}
+
+// An entry leads to a key that has its hash.
+void VoteByNames(const HiveImage& hive, const ScanTables& tables, Voting& voting) {
+  std::unordered_multimap<uint32_t, uint32_t> by_hash;
+  for (const NameHashRow& row : tables.name_hashes) by_hash.emplace(row.hash, row.position);
+  uint32_t budget = kMostCells;
+  for (const uint32_t list : voting.lists) {
+    std::vector<SubkeyEntry> entries;
+    ReadSubkeyList(hive, list, budget, entries);
+    for (const SubkeyEntry& entry : entries) {
+      if (ListEntrySize(entry.kind) != 8) continue;
+      const auto [first, last] = by_hash.equal_range(ReadU32(hive, entry.position + 4));
+      const uint32_t offset = ReadU32(hive, entry.position);
+      for (auto at = first; at != last; ++at) voting.votes[at->second - offset] += 2;
+    }
+  }
+}
+
+}  // namespace
+
+bool FindFragmentBase(HiveImage& hive, const ScanTables& tables) {
+  Voting voting;
+  for (const KeyRow& key : tables.keys) voting.keys.push_back(key.position);
+  voting.lists = tables.lists;
+  std::vector<uint32_t> securities = tables.securities;
+  for (auto* cells : {&voting.keys, &voting.lists, &securities}) {
+    cells->resize(std::min(cells->size(), kMostCells));
+  }
+  Vote(FieldOf(hive, voting, kKeyParent), voting.keys, voting);
+  Vote(FieldOf(hive, voting, kKeySubkeyList), voting.lists, voting);
+  Vote(FieldOf(hive, voting, kKeySecurity), securities, voting);
+  VoteByNames(hive, tables, voting);
+
+  uint32_t best = 0;
+  uint32_t most = 0;
+  uint32_t second = 0;
+  for (const auto& [distance, count] : voting.votes) {
+    second = std::max(second, std::min(count, most));
+    if (count > most) best = distance;
+    most = std::max(most, count);
+  }
+  if (most < kEnough || second == most || !IsConsistent(hive, voting, best)) return false;
+  hive.data_base = best;
+  hive.data_base_proven = true;
+  return true;
+}
+
+}  // namespace hivequarry
