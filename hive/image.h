@@ -73,7 +73,7 @@ struct HiveImage {
   // Where the bins do not all stand at data_base from their own offsets (offset_map.h); else empty.
   std::vector<OffsetRun> offset_runs;  // all, ascending by position, without gaps
   std::vector<OffsetRun> own_runs;     // those that are not foreign
-  int slot = 0;                   // index in the table
+  int slot = 0;                        // index in the table
   // A multiple of 8 opens the tolerant test of damaged key signatures (ClassifyKey).
   uint32_t key_gate = kClosedGate;
 

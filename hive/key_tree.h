@@ -38,11 +38,11 @@ inline constexpr uint16_t kVirtualMarks = kMarkSibling | kMarkParent | kMarkChil
 
 // Repairs of a key that have no mark of their own.
 enum KeyRepair : uint8_t {
-  kRepairParent = 0x01,       // implausible parent field set right: "par_rep 0x..."
-  kRepairValueList = 0x02,    // value-list offset set right: "val_rep"
-  kRepairSubkeyList = 0x04,   // its subkey list found again: "list_rep"
-  kRepairRoot = 0x08,         // root key's parent field set aside: "root_rep"
-  kRepairByParent = 0x10,     // hangs where its parent field says; no list names it: "par_field"
+  kRepairParent = 0x01,      // implausible parent field set right: "par_rep 0x..."
+  kRepairValueList = 0x02,   // value-list offset set right: "val_rep"
+  kRepairSubkeyList = 0x04,  // its subkey list found again: "list_rep"
+  kRepairRoot = 0x08,        // root key's parent field set aside: "root_rep"
+  kRepairByParent = 0x10,    // hangs where its parent field says; no list names it: "par_field"
 };
 
 // kPathCopy: a connected key shown once more under "Disconnected Keys", as the way to a key that
@@ -58,8 +58,8 @@ struct KeyItem {
   uint32_t made_name = 0;
   uint32_t entry = 0;     // position of the list entry by which it hangs, 0 for none
   uint32_t evidence = 0;  // position of the list entry or parent field that a repair rests on
-  uint16_t marks = 0;  // KeyMark bits
-  uint8_t repairs = 0;  // KeyRepair bits
+  uint16_t marks = 0;     // KeyMark bits
+  uint8_t repairs = 0;    // KeyRepair bits
   ItemKind kind = ItemKind::kKey;
   bool connected = false;  // hangs from the root cell through subkey lists
 };

@@ -108,8 +108,7 @@ class RunBuilder {
     }
     if (open.delta != bin.Delta() || open.foreign != foreign) {
       const bool shift = !foreign && !open.foreign && any_;
-      const uint32_t start =
-          shift ? FindBreak(hive_, last_bin_, bin.position) : bin.position;
+      const uint32_t start = shift ? FindBreak(hive_, last_bin_, bin.position) : bin.position;
       open.end = start;
       hive_.offset_runs.push_back({start, hive_.length, bin.Delta(), foreign});
     }
@@ -147,9 +146,9 @@ void AddTail(HiveImage& hive, const Bin& last) {
 }
 
 const OffsetRun& RunAt(const HiveImage& hive, uint32_t position) {
-  const auto behind = std::upper_bound(
-      hive.offset_runs.begin(), hive.offset_runs.end(), position,
-      [](uint32_t wanted, const OffsetRun& run) { return wanted < run.position; });
+  const auto behind =
+      std::upper_bound(hive.offset_runs.begin(), hive.offset_runs.end(), position,
+                       [](uint32_t wanted, const OffsetRun& run) { return wanted < run.position; });
   return behind == hive.offset_runs.begin() ? *behind : *std::prev(behind);
 }
 

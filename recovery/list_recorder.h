@@ -16,17 +16,17 @@ namespace hivequarry {
 // An entry whose target is in no accepted key's list. The rows of one list follow one another, in
 // list order.
 struct SiblingEntry {
-  uint32_t target = 0;         // position of the key that it names
-  uint32_t position = 0;       // of the entry
-  uint32_t parent = kNoOffset;  // the parent that the target records; none when it is no key, or not
-                                // the key that the entry's hint means
+  uint32_t target = 0;          // position of the key that it names
+  uint32_t position = 0;        // of the entry
+  uint32_t parent = kNoOffset;  // the parent that the target records; none when it is no key, or
+                                // not the key that the entry's hint means
 };
 
 struct RecordedList {
   uint32_t position = 0;  // of the list cell
   ListKind kind = ListKind::kNone;
-  uint32_t count = 0;        // of the list, not only of its recorded entries
-  uint32_t first = 0;        // its rows in the entry table
+  uint32_t count = 0;  // of the list, not only of its recorded entries
+  uint32_t first = 0;  // its rows in the entry table
   uint32_t entries = 0;
   uint32_t parent = kNoOffset;  // the parent that most of its targets record, if more than half do
 };

@@ -59,8 +59,8 @@ void GiveEntries(const std::vector<SubkeyEntry>& entries, KeyRow& key, ScanTable
   key.entry_count = static_cast<uint32_t>(entries.size());
   key.repairs |= kRepairSubkeyList;
   for (const SubkeyEntry& entry : entries) {
-    tables.child_entries.push_back({entry.key, entry.position, RowAt(tables, entry.key),
-                                    entry.kind == ListKind::kLf});
+    tables.child_entries.push_back(
+        {entry.key, entry.position, RowAt(tables, entry.key), entry.kind == ListKind::kLf});
   }
 }
 
@@ -75,10 +75,9 @@ bool HasNoOwnEntry(const ScanTables& tables, const KeyRow& key) {
 
 void RepairSubkeyList(const HiveImage& hive, KeyRow& key, ScanTables& tables) {
   std::vector<SubkeyEntry> entries;
-  const uint32_t list =
-      OneBitAway(hive, key.position + kKeySubkeyList, [&](uint32_t position) {
-        return IsListOf(hive, tables, key, position, entries);
-      });
+  const uint32_t list = OneBitAway(hive, key.position + kKeySubkeyList, [&](uint32_t position) {
+    return IsListOf(hive, tables, key, position, entries);
+  });
   if (list == kNoOffset || !IsListOf(hive, tables, key, list, entries)) return;
   GiveEntries(entries, key, tables);
   key.list_broken = false;

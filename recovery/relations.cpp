@@ -38,8 +38,8 @@ bool StopOrShow(uint32_t row, size_t total) {
   return false;
 }
 
-// Whether a place can hold a key at all: inside the data area, on a cell boundary, in the hive's own
-// bins.
+// Whether a place can hold a key at all: inside the data area, on a cell boundary, in the hive's
+// own bins.
 bool IsKeyPlace(const HiveImage& hive, uint32_t position) {
   return position % 8 == 0 && position >= hive.data_start + kBinHeaderSize &&
          InsideHive(hive, position, kKeyRoom) && !IsForeign(hive, position);
@@ -110,12 +110,12 @@ uint32_t AddVirtualKey(Repair& repair, uint32_t position, uint16_t marks, uint32
 
 // A cell with all of a key but one bit of its signature.
 bool IsKeyWithFlippedBit(const HiveImage& hive, uint32_t position) {
-  const uint16_t difference =
-      static_cast<uint16_t>(ReadU16(hive, position + 4) ^ kSignatureNk);
+  const uint16_t difference = static_cast<uint16_t>(ReadU16(hive, position + 4) ^ kSignatureNk);
   return std::has_single_bit(difference) && HasKeyBody(hive, position, ReadU32(hive, position));
 }
 
-// --- missing parents ------------------------------------------------------------------------------
+// --- missing parents
+// ------------------------------------------------------------------------------
 
 // A key for a place of which only a child's parent field tells.
 void AddParentAt(Repair& repair, uint32_t position, uint32_t child) {
@@ -159,7 +159,8 @@ void FindMissingParents(Repair& repair) {
   }
 }
 
-// --- implausible parents --------------------------------------------------------------------------
+// --- implausible parents
+// --------------------------------------------------------------------------
 
 void RepairParents(Repair& repair) {
   ScanTables& tables = repair.tables;
@@ -189,7 +190,8 @@ void RepairParents(Repair& repair) {
   }
 }
 
-// --- missing children -----------------------------------------------------------------------------
+// --- missing children
+// -----------------------------------------------------------------------------
 
 // A list is believed when its count is its key's, or at least half of its entries lead to keys.
 bool IsListBelieved(const Repair& repair, const KeyRow& owner) {
@@ -270,7 +272,8 @@ void FindMissingChildren(Repair& repair) {
   }
 }
 
-// --- missing siblings -----------------------------------------------------------------------------
+// --- missing siblings
+// -----------------------------------------------------------------------------
 
 // At least one companion is a key, and at least half are or were.
 bool IsRecordBelieved(const Repair& repair, const RecordedList& list) {
@@ -340,7 +343,8 @@ void FindMissingSiblings(Repair& repair) {
   }
 }
 
-// --- the end --------------------------------------------------------------------------------------
+// --- the end
+// --------------------------------------------------------------------------------------
 
 // Sorts the rows by position again and resolves every entry to its row.
 void SortRows(ScanTables& tables, const HiveImage& hive) {

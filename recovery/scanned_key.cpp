@@ -41,7 +41,8 @@ void FindDamage(const HiveImage& hive, const ScannedKey& key, const KeyRow& row,
   }
   const uint32_t value_list = ReadU32(hive, key.position + kKeyValueList);
   if (value_list != kNoOffset &&
-      (value_list % 8 != 0 || !InsideHive(hive, ReadOffset(hive, key.position + kKeyValueList), 8))) {
+      (value_list % 8 != 0 ||
+       !InsideHive(hive, ReadOffset(hive, key.position + kKeyValueList), 8))) {
     damage.bits |= kDamageValueList;
     damage.value_list = value_list;
   }

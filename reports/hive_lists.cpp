@@ -175,8 +175,9 @@ OutputListPtr ListKeyTree(const HiveImage& hive, const KeyTree& tree, uint32_t i
     if (!IsKeyItem(tree, at)) continue;
     const uint64_t last_write = ReadU32(hive, it.position + kKeyLastWrite) |
                                 uint64_t{ReadU32(hive, it.position + kKeyLastWrite + 4)} << 32;
-    const bool under_key = it.parent != kNoItem && (IsKeyItem(tree, it.parent) ||
-                           tree.items[it.parent].kind == ItemKind::kPathCopy);
+    const bool under_key =
+        it.parent != kNoItem &&
+        (IsKeyItem(tree, it.parent) || tree.items[it.parent].kind == ItemKind::kPathCopy);
     const std::string lossless = lossy[at] ? ItemPathUtf8(hive, tree, at, nullptr) : "";
     RowFacts facts;
     facts.about_key = true;

@@ -226,10 +226,15 @@ TEST_F(Corpus, ScanMeetsEveryAllocatedRecord) {
       // One block holds a broken cell; the scan finds its way again behind it, a plain walk not.
       EXPECT_EQ(summary.values, cells.values.size() + 1);
       EXPECT_EQ(summary.security_records, cells.security_records.size() + 10);
-      EXPECT_TRUE(std::ranges::includes(shown, unnamed));
     } else {
       EXPECT_EQ(summary.values, cells.values.size());
       EXPECT_EQ(summary.security_records, cells.security_records.size());
+    }
+    // Repair finds owners for some: keys of foreign blocks for theirs, keys whose list was found
+    // again, free keys that a list still names. What is left had no owner before either.
+    EXPECT_TRUE(std::ranges::includes(unnamed, shown) || facts["file"] == "SYSTEM_holes");
+    const bool repaired = facts["file"].starts_with("NTUSER") || facts["kind"] == "damaged";
+    if (!repaired) {
       EXPECT_EQ(shown, unnamed);
     }
   }
@@ -334,7 +339,7 @@ TEST_F(Corpus, KnownValues) {
     bool disconnected;
   } cases[] = {
       {"HealedHive", 4460, "123", "test", false},  // its key is disconnected, itself not
-      {"DeletedDataHiveTruncated", 4420, "v1", "123", true},
+      {"DeletedDataHiveTruncated", 4420, "v1", "123", false},  // its list is found again
       {"fragment_no_base_block", 1636, "AAA1", "", false},
       {"fragment_no_base_block", 1476, "A2", "AAA2", false},
       {"fragment_no_base_block", 1348, "B2", "BBB2", false},
