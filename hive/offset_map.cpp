@@ -1,6 +1,7 @@
 #include "hive/offset_map.h"
 
 #include <algorithm>
+#include <array>
 #include <cstdlib>
 #include <map>
 
@@ -72,22 +73,31 @@ bool ChainReaches(const HiveImage& hive, uint32_t position, uint32_t end) {
   return position == end;
 }
 
-// Where the cells begin that stand at the distance of what comes at `end`, in the bin at `bin`.
-// Cells are tried one by one from the one in which the chain breaks; each try goes as far as its
-// own chain, so the work is bounded by the bin's size squared over its cells' mean length, and by
-// kMostTries.
-uint32_t FindBreak(const HiveImage& hive, uint32_t bin, uint32_t end) {
+// Where the cells begin that stand at the distance of what comes at `end`, in the bin at `bin`,
+// when `moved` bytes were put in (or, negative, lost) somewhere between.
+//
+// The chain of cells breaks behind the cell in which that happened: it is longer or shorter than
+// its size says by just as much, and from there the chain reaches `end`. Where the cell's own size
+// is lost the next places are tried one by one, at most kMostTries of them.
+uint32_t FindBreak(const HiveImage& hive, uint32_t bin, uint32_t end, int64_t moved) {
   constexpr uint32_t kMostTries = 16384;
-  uint32_t last = bin + kBinHeaderSize;
-  for (uint32_t at = last; at < end;) {
+  constexpr size_t kLastCells = 4;  // the chain may have gone on a little through what was moved
+  std::array<uint32_t, kLastCells> last{};
+  last.fill(bin + kBinHeaderSize);
+  for (uint32_t at = bin + kBinHeaderSize; at < end;) {
     const uint32_t length = CellLength(ReadU32(hive, at));
     if (length == 0 || length % 8 != 0 || length > end - at) break;
-    last = at;
+    std::rotate(last.begin(), last.end() - 1, last.end());
+    last[0] = at;
     at += length;
   }
-  // The cell that the chain led into may be the damaged one, or what stands behind it.
+  for (const uint32_t cell : last) {
+    const int64_t next = int64_t{cell} + CellLength(ReadU32(hive, cell)) + moved;
+    if (next <= cell || next % 4 != 0 || next > end) continue;
+    if (ChainReaches(hive, static_cast<uint32_t>(next), end)) return static_cast<uint32_t>(next);
+  }
   uint32_t tries = 0;
-  for (uint32_t at = last + 8; at < end && tries < kMostTries; at += 8, ++tries) {
+  for (uint32_t at = last[0] + 8; at < end && tries < kMostTries; at += 8, ++tries) {
     if (ChainReaches(hive, at, end)) return at;
   }
   return end;
@@ -102,13 +112,15 @@ class RunBuilder {
   void Add(const Bin& bin) {
     OffsetRun& open = hive_.offset_runs.back();
     const bool foreign = !IsOwn(bin);
+    const int64_t moved = Change(bin);
     if (!foreign) {
       delta_ = bin.Delta();
       own_end_ = bin.own_offset + bin.size;
     }
     if (open.delta != bin.Delta() || open.foreign != foreign) {
       const bool shift = !foreign && !open.foreign && any_;
-      const uint32_t start = shift ? FindBreak(hive_, last_bin_, bin.position) : bin.position;
+      const uint32_t start =
+          shift ? FindBreak(hive_, last_bin_, bin.position, moved) : bin.position;
       open.end = start;
       hive_.offset_runs.push_back({start, hive_.length, bin.Delta(), foreign});
     }
@@ -119,9 +131,10 @@ class RunBuilder {
  private:
   bool IsOwn(const Bin& bin) const {
     if (any_ && bin.own_offset < own_end_) return false;
-    const auto change = static_cast<int32_t>(bin.Delta() - delta_);
-    return static_cast<uint32_t>(std::abs(static_cast<int64_t>(change))) < kLargestShift;
+    return std::abs(Change(bin)) < int64_t{kLargestShift};
   }
+  // How far a bin stands from where the own bins before it put it.
+  int64_t Change(const Bin& bin) const { return static_cast<int32_t>(bin.Delta() - delta_); }
 
   HiveImage& hive_;
   uint32_t delta_;         // of the own bins before
@@ -138,7 +151,7 @@ void AddTail(HiveImage& hive, const Bin& last) {
   const bool small = change != 0 && change % 8 == 0 && std::abs(change) < 4096;
   if (!small || open.foreign) return;
   if (ChainReaches(hive, last.position + kBinHeaderSize, static_cast<uint32_t>(end))) return;
-  const uint32_t start = FindBreak(hive, last.position, hive.length);
+  const uint32_t start = FindBreak(hive, last.position, hive.length, change);
   if (start >= hive.length) return;
   open.end = start;
   const uint32_t delta = open.delta + static_cast<uint32_t>(change);

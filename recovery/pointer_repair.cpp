@@ -83,32 +83,55 @@ void RepairSubkeyList(const HiveImage& hive, KeyRow& key, ScanTables& tables) {
   key.list_broken = false;
 }
 
-// All entries lead to value cells. `budget` bounds the entries read in all.
-bool IsValueList(const HiveImage& hive, uint32_t list, uint32_t count, uint32_t& budget) {
+// True for an allocated cell with room for so many entries.
+bool IsListCell(const HiveImage& hive, uint32_t list, uint32_t count) {
+  if (list % 8 != 0 || !InsideHive(hive, list, 8)) return false;
   const uint32_t size = ReadU32(hive, list);
   const uint32_t length = CellLength(size);
-  if (!IsAllocated(size) || length % 8 != 0 || !InsideHive(hive, list, length)) return false;
-  if (length < 8 || count > (length - 4) / 4 || count > budget) return false;
+  return IsAllocated(size) && length % 8 == 0 && length >= 8 && InsideHive(hive, list, length) &&
+         count <= (length - 4) / 4;
+}
+
+// True when the list that a key names could be its own: a cell of the right size all of whose
+// entries lead into the hive, be it to values that are lost. Such a list is left as it is.
+bool CouldBeValueList(const HiveImage& hive, uint32_t list, uint32_t count, uint32_t& budget) {
+  if (!IsListCell(hive, list, count) || count > budget) return false;
   budget -= count;
   for (uint32_t i = 0; i < count; ++i) {
     const uint32_t value = ReadOffset(hive, list + 4 + 4 * i);
-    if (!InsideHive(hive, value, 24) || ReadU16(hive, value + 4) != kSignatureVk) return false;
+    if (value % 8 != 0 || !InsideHive(hive, value, 24)) return false;
   }
   return true;
 }
 
-void RepairValueList(HiveImage& hive, KeyRow& key, uint32_t& budget) {
+// All entries lead to value cells. `budget` bounds the entries read in all.
+bool IsValueList(const HiveImage& hive, uint32_t list, uint32_t count, uint32_t& budget) {
+  if (!CouldBeValueList(hive, list, count, budget)) return false;
+  for (uint32_t i = 0; i < count; ++i) {
+    if (ReadU16(hive, ReadOffset(hive, list + 4 + 4 * i) + 4) != kSignatureVk) return false;
+  }
+  return true;
+}
+
+// The value lists that keys name.
+PositionIndex NamedValueLists(const HiveImage& hive, const ScanTables& tables) {
+  PositionIndex named;
+  ResetIndex(named, hive.length);
+  for (const KeyRow& key : tables.keys) {
+    if (ReadU32(hive, key.position + kKeyValueCount) == 0) continue;
+    InsertPosition(named, ReadOffset(hive, key.position + kKeyValueList));
+  }
+  return named;
+}
+
+void RepairValueList(HiveImage& hive, const PositionIndex& named, KeyRow& key, uint32_t& budget) {
   const uint32_t count = ReadU32(hive, key.position + kKeyValueCount);
   const uint32_t field = key.position + kKeyValueList;
   if (count == 0 || ReadU32(hive, field) == kNoOffset) return;
-  // A list that holds at all is left as it is.
-  const uint32_t stored = ReadOffset(hive, field);
-  if (stored % 8 == 0 && InsideHive(hive, stored, 8) && IsAllocated(ReadU32(hive, stored)) &&
-      ReadU16(hive, ReadOffset(hive, stored + 4) + 4) == kSignatureVk) {
-    return;
-  }
-  const uint32_t list = OneBitAway(
-      hive, field, [&](uint32_t position) { return IsValueList(hive, position, count, budget); });
+  if (CouldBeValueList(hive, ReadOffset(hive, field), count, budget)) return;
+  const uint32_t list = OneBitAway(hive, field, [&](uint32_t position) {
+    return !ContainsPosition(named, position) && IsValueList(hive, position, count, budget);
+  });
   if (list == kNoOffset) return;
   hive.repaired_value_lists[key.position] = list;
   key.repairs |= kRepairValueList;
@@ -118,12 +141,13 @@ void RepairValueList(HiveImage& hive, KeyRow& key, uint32_t& budget) {
 
 void RepairPointers(HiveImage& hive, ScanTables& tables) {
   hive.repaired_value_lists.clear();
+  const PositionIndex named = NamedValueLists(hive, tables);
   uint32_t budget = hive.length / 4;
   for (uint32_t row = 0; row < tables.keys.size(); ++row) {
     if (row % 1024 == 0 && StopRequested()) return;
     KeyRow& key = tables.keys[row];
     if (key.list_broken && HasNoOwnEntry(tables, key)) RepairSubkeyList(hive, key, tables);
-    RepairValueList(hive, key, budget);
+    RepairValueList(hive, named, key, budget);
   }
 }
 
