@@ -206,7 +206,8 @@ OutputListPtr ListKeyValues(const HiveImage& hive, const KeyTree& tree, uint32_t
   uint32_t budget = hive.length / 4;
   for (uint32_t at = all ? 0 : item; at < (all ? count : item + 1); ++at) {
     if ((at & kStopPollMask) == 0 && StopRequested()) break;
-    if (!IsKeyItem(tree, at)) continue;
+    const bool asked_copy = !all && tree.items[at].kind == ItemKind::kPathCopy;
+    if (!IsKeyItem(tree, at) && !asked_copy) continue;
     const uint32_t key = tree.items[at].position;
     const std::vector<uint32_t> values = ListedValues(hive, key, budget);
     if (values.empty()) continue;

@@ -326,6 +326,11 @@ TEST_F(Corpus, ParentFieldsLeadToTheRootAcrossHoles) {
       position = node.state == KeyState::kAllocated ? node.parent : kNoOffset;
     }
     led_home += position == hive.root_position;
+    // Shown where its parent field says; where the parent's cell is gone, under a key made for it.
+    const uint32_t parent = opened.tree.items[item].parent;
+    const uint32_t own = opened.tree.items[item].position;
+    EXPECT_EQ(opened.tree.items[parent].position, ReadKeyNode(hive, own, KeyRead::kFields).parent);
+    EXPECT_EQ(opened.tree.items[item].marks, 0);
   }
   EXPECT_EQ(led_home, 144);
 }

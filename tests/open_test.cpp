@@ -3,6 +3,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <filesystem>
 #include <functional>
 
 #include "host/long_operation.h"
@@ -227,6 +228,23 @@ TEST(OpenHive, RefusedFiles) {
   }
   ASSERT_EQ(host.messages.size(), 1u);
   EXPECT_EQ(host.messages[0].text, "Can not open " + file.name() + "\r\n(Permission denied)");
+}
+
+TEST(OpenHive, FileBeyondFourGigabytes) {
+  const TempFile file(SmallHive());
+  constexpr uint64_t kSize = 5ULL << 30;
+  std::filesystem::resize_file(file.name(), kSize);  // sparse: takes no room
+  HostRecorder host;
+  EXPECT_EQ(OpenHive(file.name(), true), -1);
+  ASSERT_EQ(host.messages.size(), 1u);
+  EXPECT_EQ(host.messages[0],
+            (ShownMessage{"Could Not Allocate Memory", "Hivequarry", Icon::kStop, Buttons::kOk}));
+  // A part of it can be had.
+  TheHiveTable().end_offset = static_cast<uint32_t>(SmallHive().size());
+  const int slot = OpenHive(file.name(), true);
+  ASSERT_EQ(slot, 1);
+  EXPECT_TRUE(TheHiveTable().slots[1].root_valid);
+  ResetHiveTable();
 }
 
 TEST(OpenHive, FullTable) {
