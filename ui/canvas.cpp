@@ -11,11 +11,11 @@ namespace {
 // A colour that no picture uses: where it still stands, nothing was drawn.
 constexpr uint32_t kUntouched = 0x00FE01FD;
 
-HBITMAP MakeBitmap(int size, uint32_t** pixels) {
+HBITMAP MakeBitmap(int width, int height, uint32_t** pixels) {
   BITMAPINFO info{};
   info.bmiHeader.biSize = sizeof info.bmiHeader;
-  info.bmiHeader.biWidth = size;
-  info.bmiHeader.biHeight = -size;
+  info.bmiHeader.biWidth = width;
+  info.bmiHeader.biHeight = -height;
   info.bmiHeader.biPlanes = 1;
   info.bmiHeader.biBitCount = 32;
   void* bits = nullptr;
@@ -70,12 +70,12 @@ uint32_t PixelOf(Sum sum, bool faded) {
 Canvas MakeCanvas(int size) {
   Canvas canvas;
   canvas.size = size;
-  canvas.bitmap = MakeBitmap(size * kCanvasFactor, &canvas.pixels);
+  const int side = size * kCanvasFactor;
+  canvas.bitmap = MakeBitmap(side, side, &canvas.pixels);
   if (canvas.bitmap == nullptr) return canvas;
   canvas.dc = CreateCompatibleDC(nullptr);
   canvas.previous = SelectObject(canvas.dc, canvas.bitmap);
-  const int count = size * size * kCanvasFactor * kCanvasFactor;
-  std::fill(canvas.pixels, canvas.pixels + count, kUntouched);
+  std::fill(canvas.pixels, canvas.pixels + side * side, kUntouched);
   return canvas;
 }
 
@@ -156,14 +156,15 @@ void DrawLetters(const Canvas& canvas, const wchar_t* text, GridPoint centre, do
   DeleteObject(handle);
 }
 
-HBITMAP FinishCanvas(const Canvas& canvas, bool faded) {
+HBITMAP FinishCanvas(const Canvas& canvas, int gap, bool faded) {
   GdiFlush();
   uint32_t* pixels = nullptr;
-  const HBITMAP bitmap = MakeBitmap(canvas.size, &pixels);
+  const int width = canvas.size + gap;
+  const HBITMAP bitmap = MakeBitmap(width, canvas.size, &pixels);  // zeroed: transparent
   if (bitmap == nullptr) return nullptr;
   for (int y = 0; y < canvas.size; ++y) {
     for (int x = 0; x < canvas.size; ++x) {
-      pixels[y * canvas.size + x] = PixelOf(SumOfBlock(canvas, x, y), faded);
+      pixels[y * width + x] = PixelOf(SumOfBlock(canvas, x, y), faded);
     }
   }
   return bitmap;

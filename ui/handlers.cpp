@@ -84,6 +84,7 @@ void OnExpandSubfolders(MainWindow& window) {
 
 void OnCollapseSubfolders(MainWindow& window) {
   CollapseBranch(window.tree, SelectedItem(window.tree));
+  KeepFilling(window);  // a branch whose expanding this has ended
 }
 
 void OnValueDetails(MainWindow& window) {

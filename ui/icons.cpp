@@ -1,5 +1,8 @@
 #include "ui/icons.h"
 
+#include <algorithm>
+#include <initializer_list>
+
 #include "hive/value_text.h"
 #include "ui/canvas.h"
 #include "ui/commands.h"
@@ -14,7 +17,9 @@ struct FolderColours {
 };
 
 constexpr FolderColours kGold = {RGB(214, 158, 46), RGB(250, 204, 92)};
-constexpr FolderColours kSteel = {RGB(108, 128, 156), RGB(172, 192, 216)};
+constexpr FolderColours kSteel = {RGB(44, 92, 150), RGB(216, 230, 246)};
+constexpr FolderColours kGhost = {RGB(172, 178, 188), RGB(240, 242, 245)};
+constexpr FolderColours kSlate = {RGB(52, 64, 84), RGB(88, 106, 132)};
 constexpr FolderColours kViolet = {RGB(124, 98, 168), RGB(188, 166, 222)};
 constexpr FolderColours kRust = {RGB(176, 88, 40), RGB(232, 148, 96)};
 constexpr FolderColours kPale = {RGB(150, 150, 150), RGB(206, 206, 206)};
@@ -32,6 +37,34 @@ void DrawFolder(const Canvas& canvas, FolderColours colours, bool open) {
   } else {
     FillShape(canvas, {{1, 6.2}, {14, 6.2}, {14, 13.5}, {1, 13.5}}, colours.front);
   }
+}
+
+// Only an outline (`back`) around a pale front: there is no such key here.
+void DrawOutlinedFolder(const Canvas& canvas, FolderColours colours, bool open) {
+  FillShape(canvas, {{1, 3}, {6, 3}, {7.5, 4.7}, {14, 4.7}, {14, 13.5}, {1, 13.5}}, colours.back);
+  FillShape(canvas, {{2, 4}, {5.6, 4}, {7.1, 5.7}, {13, 5.7}, {13, 12.5}, {2, 12.5}},
+            colours.front);
+  if (open) {
+    FillShape(canvas, {{3.6, 7}, {15.8, 7}, {13.8, 13.5}, {1, 13.5}}, colours.back);
+    FillShape(canvas, {{4.3, 8}, {14.5, 8}, {13, 12.5}, {2.6, 12.5}}, colours.front);
+  } else {
+    FillBox(canvas, 2, 6.6, 13, 7.5, colours.back);
+  }
+}
+
+void DrawKeySign(const Canvas& canvas) {
+  FillDisc(canvas, 5, 9.9, 2.5, kWhite);
+  FillDisc(canvas, 5, 9.9, 1, kSlate.front);
+  FillBox(canvas, 7, 9.3, 13, 10.5, kWhite);
+  FillBox(canvas, 9.4, 10, 10.5, 12.3, kWhite);
+  FillBox(canvas, 11.6, 10, 12.7, 12.3, kWhite);
+}
+
+void DrawSheetSign(const Canvas& canvas) {
+  FillBox(canvas, 4, 5.8, 13, 12.6, kWhite);
+  FillBox(canvas, 5, 7, 12, 8, kSlate.front);
+  FillBox(canvas, 5, 9, 12, 10, kSlate.front);
+  FillBox(canvas, 5, 11, 9, 12, kSlate.front);
 }
 
 // Badges stand in the lower right quarter.
@@ -85,6 +118,27 @@ void DrawLock(const Canvas& canvas) {
   FillBox(canvas, 8.4, 9.4, 14.6, 14.4, kRed);
 }
 
+bool IsOneOf(int icon, std::initializer_list<TreeIcon> icons) {
+  return std::find(icons.begin(), icons.end(), icon) != icons.end();
+}
+
+FolderColours ColoursOf(int closed) {
+  if (IsOneOf(closed, {kIconMade, kIconMadeHint})) return kSteel;
+  if (IsOneOf(closed, {kIconIsolated, kIconIsolatedRepaired, kIconIsolatedUnnamed})) return kViolet;
+  if (IsOneOf(closed, {kIconLostKeys, kIconLostValues})) return kSlate;
+  if (closed == kIconCopy) return kGhost;
+  return closed == kIconRootLimit ? kRust : kGold;
+}
+
+void DrawFolderIcon(const Canvas& canvas, int closed, bool open) {
+  const bool outlined = IsOneOf(closed, {kIconMade, kIconMadeHint, kIconCopy});
+  (outlined ? DrawOutlinedFolder : DrawFolder)(canvas, ColoursOf(closed), open);
+  if (closed == kIconLostKeys) DrawKeySign(canvas);
+  if (closed == kIconLostValues) DrawSheetSign(canvas);
+  if (IsOneOf(closed, {kIconRepaired, kIconIsolatedRepaired})) DrawPlusBadge(canvas);
+  if (IsOneOf(closed, {kIconUnnamed, kIconIsolatedUnnamed, kIconMadeHint})) DrawHintBadge(canvas);
+}
+
 void DrawTreeIcon(const Canvas& canvas, int icon) {
   switch (icon) {
     case kIconWorkspace:
@@ -99,16 +153,8 @@ void DrawTreeIcon(const Canvas& canvas, int icon) {
     default:
       break;
   }
-  // From kIconVirtual on, as before the single pictures, pairs start at even numbers.
-  const bool open = icon % 2 == 1;
-  const int closed = icon & ~1;
-  const FolderColours colours = closed == kIconIsolated    ? kViolet
-                                : closed == kIconRootLimit ? kRust
-                                : closed >= kIconVirtual   ? kSteel
-                                                           : kGold;
-  DrawFolder(canvas, colours, open);
-  if (closed == kIconRepaired || closed == kIconVirtualRepaired) DrawPlusBadge(canvas);
-  if (closed == kIconVirtualHint) DrawHintBadge(canvas);
+  // Pairs of a closed and an open folder start at even numbers.
+  DrawFolderIcon(canvas, icon & ~1, icon % 2 == 1);
 }
 
 void DrawSheet(const Canvas& canvas, COLORREF edge) {
@@ -207,13 +253,13 @@ void DrawToolIcon(const Canvas& canvas, int icon) {
 
 using DrawFunction = void (*)(const Canvas& canvas, int icon);
 
-HIMAGELIST MakeList(int size, int count, DrawFunction draw, bool faded) {
-  const HIMAGELIST list = ImageList_Create(size, size, ILC_COLOR32, count, 0);
+HIMAGELIST MakeList(int size, int gap, int count, DrawFunction draw, bool faded) {
+  const HIMAGELIST list = ImageList_Create(size + gap, size, ILC_COLOR32, count, 0);
   for (int icon = 0; icon < count; ++icon) {
     Canvas canvas = MakeCanvas(size);
     if (canvas.dc == nullptr) break;
     draw(canvas, icon);
-    const HBITMAP bitmap = FinishCanvas(canvas, faded);
+    const HBITMAP bitmap = FinishCanvas(canvas, gap, faded);
     ImageList_Add(list, bitmap, nullptr);
     DeleteObject(bitmap);
     FreeCanvas(canvas);
@@ -226,11 +272,12 @@ HIMAGELIST MakeList(int size, int count, DrawFunction draw, bool faded) {
 IconLists MakeIconLists(int small_size, int tool_size) {
   constexpr int kValueIcons = static_cast<int>(ValueIcon::kBinary) + kErrorIconStep + 1;
   constexpr int kToolIcons = static_cast<int>(ToolIcon::kCount);
+  const int gap = small_size / 6;  // before the text
   IconLists lists;
-  lists.tree = MakeList(small_size, kTreeIconCount, DrawTreeIcon, false);
-  lists.values = MakeList(small_size, kValueIcons, DrawValueIcon, false);
-  lists.tools = MakeList(tool_size, kToolIcons, DrawToolIcon, false);
-  lists.faded_tools = MakeList(tool_size, kToolIcons, DrawToolIcon, true);
+  lists.tree = MakeList(small_size, gap, kTreeIconCount, DrawTreeIcon, false);
+  lists.values = MakeList(small_size, gap, kValueIcons, DrawValueIcon, false);
+  lists.tools = MakeList(tool_size, 0, kToolIcons, DrawToolIcon, false);
+  lists.faded_tools = MakeList(tool_size, 0, kToolIcons, DrawToolIcon, true);
   return lists;
 }
 

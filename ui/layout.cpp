@@ -84,7 +84,7 @@ void PlaceRightSide(MainWindow& window, const RECT& area) {
     detail += bar;
   }
   Place(window.values.window, {area.left, area.top, area.right, area.bottom - detail});
-  FitValueColumn(window.values, window.dpi);
+  FitValueColumns(window.values, window.dpi);
 }
 
 void PlacePanes(MainWindow& window, const RECT& area) {

@@ -340,7 +340,8 @@ CommandFacts FactsNow(const MainWindow& window) {
 
 void RunCommand(MainWindow& window, uint32_t number) {
   const Command* command = FindCommand(Commands(), number);
-  if (command != nullptr && IsAvailable(*command, FactsNow(window))) command->handler(window);
+  if (command == nullptr || !IsAvailable(*command, FactsNow(window))) return;
+  window.on_command ? window.on_command(*command) : command->handler(window);
 }
 
 }  // namespace hivequarry

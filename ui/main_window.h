@@ -4,6 +4,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -69,6 +70,8 @@ struct ItemResult {
 };
 
 struct MainWindow {
+  // Called in place of the handler of an accepted command; tests listen here.
+  std::function<void(const Command&)> on_command;
   HINSTANCE instance = nullptr;
   HWND handle = nullptr;
   HWND toolbar = nullptr;
@@ -106,6 +109,7 @@ struct MainWindow {
   uint32_t shown_item = kNoItem;     // whose rows the value pane holds
   uint32_t shown_value = kNoOffset;  // whose detail is shown or on its way
   std::wstring key_detail;           // of shown_item
+  std::wstring item_words;           // status and info words of the selected item
 };
 
 // Creates the window with all it holds and sets the host table; null after a message when that
@@ -151,6 +155,8 @@ HWND MakeStatusBar(MainWindow& window);
 void LayOutStatus(MainWindow& window);
 void TakeHostChanges(MainWindow& window);
 void ShowCounts(MainWindow& window);
+// The words of the selected item, in place of the host's status text until that changes.
+void ShowItemWords(MainWindow& window, std::wstring words);
 
 // loading.cpp
 // Opens a file as a command line, the open dialog or a drop names it: here when no hive is shown,
@@ -171,10 +177,14 @@ void RefreshItem(MainWindow& window);
 // notifications.cpp: what the child windows report.
 LRESULT OnNotify(MainWindow& window, const NMHDR& notice);
 void OnContextMenu(MainWindow& window, HWND child, POINT where);
-// Timers of work that the interface thread does in parts: "Expand subfolders", a long detail text.
+// Timers of work that the interface thread does in parts: "Expand subfolders", a long detail text,
+// a branch with very many keys.
 inline constexpr UINT_PTR kExpandTimer = 1;
 inline constexpr UINT_PTR kDetailTimer = 2;
+inline constexpr UINT_PTR kFillTimer = 3;
 inline constexpr UINT kTimerPause = 10;  // milliseconds between two parts
 void OnTimer(MainWindow& window, UINT_PTR timer);
+// Sees to it that branches which are filled in part become whole.
+void KeepFilling(const MainWindow& window);
 
 }  // namespace hivequarry

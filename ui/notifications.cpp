@@ -7,10 +7,14 @@ LRESULT OnTreeNotify(MainWindow& window, const NMHDR& notice) {
   switch (notice.code) {
     case TVN_ITEMEXPANDINGW:
       OnTreeExpanding(window.tree, reinterpret_cast<const NMTREEVIEWW&>(notice));
+      KeepFilling(window);
       return FALSE;
     case TVN_GETDISPINFOW:
       OnTreeDisplay(window.tree,
                     const_cast<NMTVDISPINFOW&>(reinterpret_cast<const NMTVDISPINFOW&>(notice)));
+      return 0;
+    case TVN_GETINFOTIPW:
+      OnTreeTip(window.tree, reinterpret_cast<const NMTVGETINFOTIPW&>(notice));
       return 0;
     case NM_CUSTOMDRAW:
       return OnTreeDraw(
@@ -29,6 +33,9 @@ LRESULT OnValuesNotify(MainWindow& window, const NMHDR& notice) {
       OnValueDisplay(window.values,
                      const_cast<NMLVDISPINFOW&>(reinterpret_cast<const NMLVDISPINFOW&>(notice)));
       return 0;
+    case NM_CUSTOMDRAW:
+      return OnValueDraw(window.values, const_cast<NMLVCUSTOMDRAW&>(
+                                            reinterpret_cast<const NMLVCUSTOMDRAW&>(notice)));
     case LVN_ODFINDITEMW:
       return OnValueFind(window.values, reinterpret_cast<const NMLVFINDITEMW&>(notice));
     case LVN_ITEMCHANGED:
@@ -102,9 +109,17 @@ void OnContextMenu(MainWindow& window, HWND child, POINT where) {
 }
 
 void OnTimer(MainWindow& window, UINT_PTR timer) {
-  const bool more =
-      timer == kExpandTimer ? ExpandSlice(window.tree) : AddDetailSlice(window.detail);
+  bool more = false;
+  if (timer == kExpandTimer) more = ExpandSlice(window.tree);
+  if (timer == kDetailTimer) more = AddDetailSlice(window.detail);
+  if (timer == kFillTimer) more = FillSlice(window.tree);
   if (!more) KillTimer(window.handle, timer);
+  if (timer == kExpandTimer) KeepFilling(window);
+}
+
+void KeepFilling(const MainWindow& window) {
+  if (window.tree.fills.empty()) return;
+  SetTimer(window.handle, kFillTimer, kTimerPause, nullptr);
 }
 
 }  // namespace hivequarry

@@ -1,6 +1,7 @@
 #include "hive/value_text.h"
 #include "host/long_operation.h"
 #include "recovery/item_values.h"
+#include "ui/item_words.h"
 #include "ui/main_window.h"
 #include "ui/text.h"
 
@@ -37,9 +38,7 @@ void GatherItem(MainWindow& window, uint32_t serial, uint32_t item, ValueViewOpt
   result->item = item;
   result->options = options;
   result->values = ShowItemValues(hive, *window.key_tree, item, options);
-  if (IsKeyItem(*window.key_tree, item)) {
-    result->detail = WindowText(KeyDetail(hive, *window.key_tree, item));
-  }
+  result->detail = ItemDetail(hive, *window.key_tree, item);
   Deliver(window.item_box, serial, std::move(result), window.handle, kItemReady);
 }
 
@@ -67,6 +66,7 @@ void ShowPath(const MainWindow& window, uint32_t item) {
 void OnItemSelected(MainWindow& window, uint32_t item) {
   if (TheLongOperation().running != 0 || window.slot < 0 || item == kNoItem) return;
   ShowPath(window, item);
+  ShowItemWords(window, ItemWords(ShownHive(window), *window.key_tree, item));
   const uint32_t serial = ++window.item_box.newest;
   const ValueViewOptions options = window.view;
   StartValueThread(window.threads,
@@ -82,7 +82,7 @@ void TakeItemResult(MainWindow& window) {
   window.shown_value = kNoOffset;
   window.key_detail = std::move(result->detail);
   ShowValues(window.values, ShownHive(window), std::move(result->values), result->options);
-  FitValueColumn(window.values, window.dpi);
+  FitValueColumns(window.values, window.dpi);
   ShowDetail(window, window.key_detail);
   UpdateToolbar(window);
 }

@@ -66,10 +66,21 @@ void TakeHostChanges(MainWindow& window) {
   }
   if (title_changed) SetWindowTextW(window.handle, title.c_str());
   if (status_changed) {
-    SetPartText(window, kStatusText, L" " + status);
+    SetPartText(window, kStatusText, L" " + (status.empty() ? window.item_words : status));
     if (IsWindowVisible(window.empty) != FALSE) InvalidateRect(window.empty, nullptr, FALSE);
   }
   ShowProgress(window);
+}
+
+void ShowItemWords(MainWindow& window, std::wstring words) {
+  if (words.empty() && window.item_words.empty()) return;
+  window.item_words = std::move(words);
+  std::wstring text = window.item_words;
+  if (text.empty()) {
+    const std::lock_guard lock(window.host.mutex);
+    text = window.host.status;
+  }
+  SetPartText(window, kStatusText, L" " + text);
 }
 
 void ShowCounts(MainWindow& window) {

@@ -1,4 +1,6 @@
-// Image list positions of the tree pane's icons, and which one an item gets.
+// Image list positions of the tree pane's icons, and which one an item gets. The folder's colour
+// says where a key hangs (gold: connected, violet: not, outlined: no key cell of its own here), the
+// badge what was done to show it (plus: its place was repaired, "?": its name is not its own).
 #pragma once
 
 #include "hive/key_tree.h"
@@ -9,35 +11,55 @@ namespace hivequarry {
 enum TreeIcon : int {
   kIconFolder = 0,
   kIconFolderOpen,
-  kIconRepaired,
+  kIconRepaired,  // connected, its place or a list of it repaired
   kIconRepairedOpen,
   kIconWorkspace,
   kIconSnapshot,
   kIconBackup,
   kIconNoAccess,
-  kIconVirtual,  // a key without a name of its own, or made by repair
-  kIconVirtualOpen,
-  kIconVirtualRepaired,  // disconnected, with repair marks
-  kIconVirtualRepairedOpen,
-  kIconVirtualHint,  // made by repair, its name taken from a list's hint
-  kIconVirtualHintOpen,
+  kIconMade,  // made: only relations prove the key
+  kIconMadeOpen,
+  kIconIsolatedRepaired,
+  kIconIsolatedRepairedOpen,
+  kIconMadeHint,  // made, its name taken from a list's hint
+  kIconMadeHintOpen,
   kIconRootLimit,
   kIconRootLimitOpen,
   kIconIsolated,  // disconnected, sound in itself
   kIconIsolatedOpen,
+  kIconUnnamed,  // a key cell without a name of its own
+  kIconUnnamedOpen,
+  kIconIsolatedUnnamed,
+  kIconIsolatedUnnamedOpen,
+  kIconCopy,  // a connected key shown again on the way to an unlinked one
+  kIconCopyOpen,
+  kIconLostKeys,  // the folders of what is disconnected
+  kIconLostKeysOpen,
+  kIconLostValues,
+  kIconLostValuesOpen,
   kTreeIconCount
 };
 
+// Whether anything about the key's place or its lists was set right. Slack behind a name is no
+// repair.
+inline bool IsRepaired(const KeyItem& item) {
+  constexpr uint16_t kRepairMarks = kMarkListParent | kMarkSiblingParent | kMarkBadNk;
+  return item.repairs != 0 || (item.marks & kRepairMarks) != 0;
+}
+
 // The closed icon of an item; its open twin is the next one.
 inline int ClosedIcon(const KeyItem& item) {
-  constexpr uint16_t kCreated = kMarkSibling | kMarkParent | kMarkChild;
-  if (item.kind != ItemKind::kKey) return kIconFolder;
-  if ((item.marks & kCreated) != 0) {
-    return (item.marks & kMarkHashName) != 0 ? kIconVirtualHint : kIconVirtual;
+  if (item.kind == ItemKind::kDisconnectedKeys) return kIconLostKeys;
+  if (item.kind == ItemKind::kDisconnectedValues) return kIconLostValues;
+  if (item.kind == ItemKind::kPathCopy) return kIconCopy;
+  const bool hinted = (item.marks & kMarkHashName) != 0;
+  if ((item.marks & kVirtualMarks) != 0) return hinted ? kIconMadeHint : kIconMade;
+  const bool isolated = item.kind == ItemKind::kKey && !item.connected;
+  if (hinted || (item.marks & kMarkNoName) != 0) {
+    return isolated ? kIconIsolatedUnnamed : kIconUnnamed;
   }
-  if ((item.marks & kMarkNoName) != 0) return kIconVirtual;
-  if (item.connected) return item.marks != 0 ? kIconRepaired : kIconFolder;
-  return item.marks != 0 ? kIconVirtualRepaired : kIconIsolated;
+  if (IsRepaired(item)) return isolated ? kIconIsolatedRepaired : kIconRepaired;
+  return isolated ? kIconIsolated : kIconFolder;
 }
 
 }  // namespace hivequarry

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "ui/dimmed_selection.h"
+#include "ui/item_words.h"
 #include "ui/text.h"
 #include "ui/tree_icons.h"
 #include "ui/win.h"
@@ -10,57 +12,117 @@ namespace hivequarry {
 namespace {
 
 constexpr DWORD kSliceMilliseconds = 30;
+constexpr uint32_t kItemsPerLook = 32;  // at the clock
+constexpr uint32_t kItemsPerSlice = 4096;
+constexpr size_t kLongestText = 259;  // of an item, in characters
 
-// `state`: 0, or that of an item that stands open as soon as its parent does.
+// State of an item that stands open as soon as its parent does.
 constexpr UINT kOpened = TVIS_EXPANDED | TVIS_EXPANDEDONCE;
 
+UINT StateOf(const KeyItem& item, bool children, UINT state) {
+  const bool folder =
+      item.kind == ItemKind::kDisconnectedKeys || item.kind == ItemKind::kDisconnectedValues;
+  return (children ? state : 0) | (folder ? TVIS_BOLD : 0);
+}
+
+// Every layout of the control asks for the texts of all open items that it was not given, so it is
+// given them; pictures are asked for only when they are drawn.
 HTREEITEM InsertItem(TreePane& pane, uint32_t item, HTREEITEM parent, HTREEITEM after, UINT state) {
+  std::wstring text = WindowText(ItemName(*pane.hive, *pane.tree, item));
+  if (text.size() > kLongestText) text.resize(kLongestText);
+  const bool children = HasChildren(*pane.tree, item);
   TVINSERTSTRUCTW insert{};
   insert.hParent = parent;
   insert.hInsertAfter = after;
-  insert.item.mask = TVIF_TEXT | TVIF_PARAM | TVIF_CHILDREN | TVIF_IMAGE | TVIF_SELECTEDIMAGE;
-  insert.item.pszText = LPSTR_TEXTCALLBACKW;
+  insert.item.mask =
+      TVIF_TEXT | TVIF_PARAM | TVIF_CHILDREN | TVIF_IMAGE | TVIF_SELECTEDIMAGE | TVIF_STATE;
+  insert.item.pszText = text.data();
   insert.item.lParam = static_cast<LPARAM>(item);
-  insert.item.cChildren = HasChildren(*pane.tree, item) ? 1 : 0;
+  insert.item.cChildren = children ? 1 : 0;
   insert.item.iImage = I_IMAGECALLBACK;
   insert.item.iSelectedImage = I_IMAGECALLBACK;
-  if (state != 0 && insert.item.cChildren != 0) {
-    insert.item.mask |= TVIF_STATE;
-    insert.item.state = insert.item.stateMask = state;
-  }
+  insert.item.stateMask = kOpened | TVIS_BOLD;
+  insert.item.state = StateOf(pane.tree->items[item], children, state);
   const HTREEITEM handle = TreeView_InsertItem(pane.window, &insert);
   pane.handles[item] = handle;
   return handle;
 }
 
-// Inserts the children of `item` once. Each goes behind the one before it: the control would look
-// for the last child itself, from the first one on.
-void FillBranch(TreePane& pane, uint32_t item, UINT state) {
-  const uint32_t first = FirstChild(*pane.tree, item);
-  if (first == kNoItem || pane.handles[first] != nullptr) return;
-  HTREEITEM after = TVI_FIRST;
-  for (uint32_t child = first; child != kNoItem; child = NextSibling(*pane.tree, child)) {
-    after = InsertItem(pane, child, pane.handles[item], after, state);
-    if (after == nullptr) return;
+BranchFill* FillOf(TreePane& pane, uint32_t parent) {
+  const auto at = std::find_if(pane.fills.begin(), pane.fills.end(),
+                               [parent](const BranchFill& fill) { return fill.parent == parent; });
+  return at == pane.fills.end() ? nullptr : &*at;
+}
+
+// Each child goes behind the one before it: the control would look for the last child itself, from
+// the first one on. False when the slice is full and the branch not yet whole.
+bool Fill(TreePane& pane, BranchFill& fill, DWORD start) {
+  for (uint32_t count = 1; fill.next != kNoItem; ++count) {
+    const uint32_t child = fill.next;
+    fill.next = NextSibling(*pane.tree, child);
+    HTREEITEM handle = pane.handles[child];
+    if (handle == nullptr) {
+      handle = InsertItem(pane, child, pane.handles[fill.parent], fill.last, fill.state);
+    }
+    if (handle == nullptr) return true;  // no memory: the branch stays as it is
+    fill.last = handle;
+    const bool late = count % kItemsPerLook == 0 && GetTickCount() - start >= kSliceMilliseconds;
+    if (late || count == kItemsPerSlice) return fill.next == kNoItem;
   }
+  return true;
+}
+
+// Fills the branch of `item` or goes on with it, a slice that began at `start`. True when it is
+// whole.
+bool FillBranch(TreePane& pane, uint32_t item, UINT state, DWORD start) {
+  BranchFill* fill = FillOf(pane, item);
+  if (fill == nullptr) {
+    const uint32_t first = FirstChild(*pane.tree, item);
+    if (first == kNoItem || pane.handles[first] != nullptr) return true;
+    pane.fills.push_back({item, first, TVI_FIRST, {}, state});
+    fill = &pane.fills.back();
+  }
+  fill->state |= state;
+  if (!Fill(pane, *fill, start)) return false;
+  pane.fills.erase(pane.fills.begin() + (fill - pane.fills.data()));
+  return true;
+}
+
+// Inserts a child of a branch being filled before its turn.
+void InsertAhead(TreePane& pane, BranchFill& fill, uint32_t child) {
+  const auto place = std::lower_bound(fill.ahead.begin(), fill.ahead.end(), child);
+  const bool first = place == fill.ahead.begin() || *(place - 1) < fill.next;
+  const HTREEITEM after = first ? fill.last : pane.handles[*(place - 1)];
+  InsertItem(pane, child, pane.handles[fill.parent], after, fill.state);
+  fill.ahead.insert(place, child);
 }
 
 void SetRedraw(const TreePane& pane, bool on) {
   SendMessageW(pane.window, WM_SETREDRAW, on ? TRUE : FALSE, 0);
 }
 
-bool IsHighContrast() {
-  HIGHCONTRASTW contrast{};
-  contrast.cbSize = sizeof contrast;
-  return SystemParametersInfoW(SPI_GETHIGHCONTRAST, sizeof contrast, &contrast, 0) != FALSE &&
-         (contrast.dwFlags & HCF_HIGHCONTRASTON) != 0;
+bool IsInSight(const TreePane& pane, HTREEITEM handle) {
+  RECT area{};
+  RECT client{};
+  if (handle == nullptr || TreeView_GetItemRect(pane.window, handle, &area, FALSE) == FALSE) {
+    return false;
+  }
+  GetClientRect(pane.window, &client);
+  return area.top >= 0 && area.bottom <= client.bottom;
 }
 
-// A quarter of `strong` in `weak`.
-COLORREF Mixed(COLORREF strong, COLORREF weak) {
-  const auto mix = [](int a, int b) { return (a + 3 * b) / 4; };
-  return RGB(mix(GetRValue(strong), GetRValue(weak)), mix(GetGValue(strong), GetGValue(weak)),
-             mix(GetBValue(strong), GetBValue(weak)));
+// Ends "Expand subfolders" where it stands. What was to be opened but is not filled yet is closed
+// again: an open branch would never ask for its items.
+void EndExpand(TreePane& pane) {
+  for (BranchFill& fill : pane.fills) fill.state = 0;
+  for (uint32_t item = pane.expand_next; item < pane.expand_end; ++item) {
+    const uint32_t first = FirstChild(*pane.tree, item);
+    if (first == kNoItem || pane.handles[item] == nullptr || pane.handles[first] != nullptr) {
+      continue;
+    }
+    TreeView_SetItemState(pane.window, pane.handles[item], 0, kOpened);
+  }
+  pane.expand_next = pane.expand_end = 0;
 }
 
 bool IsExpanded(const TreePane& pane, HTREEITEM handle) {
@@ -73,7 +135,7 @@ HWND MakeTreePane(HWND parent, int identifier) {
   const HWND tree =
       CreateWindowExW(0, WC_TREEVIEWW, L"Keys",
                       WS_CHILD | WS_TABSTOP | TVS_HASBUTTONS | TVS_HASLINES | TVS_LINESATROOT |
-                          TVS_SHOWSELALWAYS | TVS_DISABLEDRAGDROP,
+                          TVS_SHOWSELALWAYS | TVS_DISABLEDRAGDROP | TVS_INFOTIP,
                       0, 0, 0, 0, parent, reinterpret_cast<HMENU>(static_cast<INT_PTR>(identifier)),
                       nullptr, nullptr);
   if (tree == nullptr) return nullptr;
@@ -88,6 +150,7 @@ void ClearTree(TreePane& pane) {
   pane.hive = nullptr;
   pane.tree = nullptr;
   pane.handles.clear();
+  pane.fills.clear();
   pane.expand_next = pane.expand_end = 0;
 }
 
@@ -120,8 +183,14 @@ void SelectItem(TreePane& pane, uint32_t item) {
        up = pane.tree->items[up].parent) {
     way.push_back(up);
   }
-  for (auto up = way.rbegin(); up != way.rend(); ++up) {
-    TreeView_Expand(pane.window, pane.handles[*up], TVE_EXPAND);
+  std::reverse(way.begin(), way.end());
+  way.push_back(item);
+  for (size_t level = 0; level < way.size(); ++level) {
+    BranchFill* fill = level == 0 ? nullptr : FillOf(pane, way[level - 1]);
+    if (fill != nullptr && pane.handles[way[level]] == nullptr) {
+      InsertAhead(pane, *fill, way[level]);
+    }
+    if (way[level] != item) TreeView_Expand(pane.window, pane.handles[way[level]], TVE_EXPAND);
   }
   TreeView_SelectItem(pane.window, pane.handles[item]);
 }
@@ -129,13 +198,11 @@ void SelectItem(TreePane& pane, uint32_t item) {
 void OnTreeExpanding(TreePane& pane, const NMTREEVIEWW& notice) {
   if (pane.tree == nullptr || (notice.action & TVE_EXPAND) == 0) return;
   const auto item = static_cast<uint32_t>(notice.itemNew.lParam);
-  if (item >= pane.tree->items.size()) return;
-  SetRedraw(pane, false);
-  FillBranch(pane, item, 0);
-  SetRedraw(pane, true);
+  if (item >= pane.tree->items.size() || FillOf(pane, item) != nullptr) return;
+  FillBranch(pane, item, 0, GetTickCount());
 }
 
-void OnTreeDisplay(TreePane& pane, NMTVDISPINFOW& notice) {
+void OnTreeDisplay(const TreePane& pane, NMTVDISPINFOW& notice) {
   TVITEMW& item = notice.item;
   const auto index = static_cast<uint32_t>(item.lParam);
   if (pane.tree == nullptr || index >= pane.tree->items.size()) return;
@@ -143,27 +210,38 @@ void OnTreeDisplay(TreePane& pane, NMTVDISPINFOW& notice) {
     const bool open = HasChildren(*pane.tree, index) && IsExpanded(pane, item.hItem);
     item.iImage = item.iSelectedImage = ClosedIcon(pane.tree->items[index]) + (open ? 1 : 0);
   }
-  if ((item.mask & TVIF_TEXT) != 0 && item.cchTextMax > 0) {
-    pane.text = WindowText(ItemName(*pane.hive, *pane.tree, index));
-    lstrcpynW(item.pszText, pane.text.c_str(), item.cchTextMax);
-  }
+}
+
+void OnTreeTip(const TreePane& pane, const NMTVGETINFOTIPW& notice) {
+  const auto item = static_cast<uint32_t>(notice.lParam);
+  if (pane.tree == nullptr || item >= pane.tree->items.size()) return;
+  lstrcpynW(notice.pszText, ItemTip(*pane.hive, *pane.tree, item).c_str(), notice.cchTextMax);
 }
 
 LRESULT OnTreeDraw(NMTVCUSTOMDRAW& notice) {
   if (notice.nmcd.dwDrawStage == CDDS_PREPAINT) return CDRF_NOTIFYITEMDRAW;
   if (notice.nmcd.dwDrawStage != CDDS_ITEMPREPAINT) return CDRF_DODEFAULT;
-  // The key whose values are shown must be seen also while another pane has the focus; the system's
-  // own shade for that can hardly be told from white.
-  const bool selected = (notice.nmcd.uItemState & CDIS_SELECTED) != 0;
-  if (selected && GetFocus() != notice.nmcd.hdr.hwndFrom && !IsHighContrast()) {
-    notice.clrText = GetSysColor(COLOR_WINDOWTEXT);
-    notice.clrTextBk = Mixed(GetSysColor(COLOR_HIGHLIGHT), GetSysColor(COLOR_WINDOW));
-  }
+  if (IsDimmedSelection(notice.nmcd)) SetDimmedColours(notice.clrText, notice.clrTextBk);
   return CDRF_DODEFAULT;
+}
+
+// While redrawing is off, the control puts off its layout.
+bool FillSlice(TreePane& pane) {
+  if (pane.fills.empty()) return false;
+  const DWORD start = GetTickCount();
+  const HTREEITEM selected = TreeView_GetSelection(pane.window);
+  const bool in_sight = IsInSight(pane, selected);
+  SetRedraw(pane, false);
+  FillBranch(pane, pane.fills.back().parent, 0, start);
+  SetRedraw(pane, true);
+  // Items may have come in front of a selected one.
+  if (in_sight && !IsInSight(pane, selected)) TreeView_EnsureVisible(pane.window, selected);
+  return !pane.fills.empty();
 }
 
 // While the branch itself is closed, what happens inside costs no layout.
 void StartExpand(TreePane& pane, uint32_t item) {
+  EndExpand(pane);
   TreeView_Expand(pane.window, pane.handles[item], TVE_COLLAPSE);
   pane.expand_top = pane.expand_next = item;
   pane.expand_end = pane.tree->items[item].end;
@@ -171,14 +249,16 @@ void StartExpand(TreePane& pane, uint32_t item) {
 
 bool ExpandSlice(TreePane& pane) {
   const DWORD start = GetTickCount();
-  // A branch stands in front of what is in it, so its handle is there when its turn comes.
+  // A branch is made whole before its turn ends, so what is in it has its handle.
   while (pane.expand_next < pane.expand_end && GetTickCount() - start < kSliceMilliseconds) {
-    const uint32_t item = pane.expand_next++;
-    if (!HasChildren(*pane.tree, item) || pane.handles[item] == nullptr) continue;
-    FillBranch(pane, item, kOpened);
-    if (item != pane.expand_top && !IsExpanded(pane, pane.handles[item])) {
-      TreeView_Expand(pane.window, pane.handles[item], TVE_EXPAND);
+    const uint32_t item = pane.expand_next;
+    if (HasChildren(*pane.tree, item) && pane.handles[item] != nullptr) {
+      if (!FillBranch(pane, item, kOpened, start)) break;
+      if (item != pane.expand_top && !IsExpanded(pane, pane.handles[item])) {
+        TreeView_Expand(pane.window, pane.handles[item], TVE_EXPAND);
+      }
     }
+    ++pane.expand_next;
   }
   if (pane.expand_next < pane.expand_end) return true;
   if (pane.expand_end != 0) TreeView_Expand(pane.window, pane.handles[pane.expand_top], TVE_EXPAND);
@@ -186,16 +266,21 @@ bool ExpandSlice(TreePane& pane) {
   return false;
 }
 
+// The items below go: to close them one by one costs a layout for each.
 void CollapseBranch(TreePane& pane, uint32_t item) {
-  pane.expand_next = pane.expand_end = 0;
+  EndExpand(pane);
+  const uint32_t end = pane.tree->items[item].end;
+  std::erase_if(pane.fills, [item, end](const BranchFill& fill) {
+    return fill.parent >= item && fill.parent < end;
+  });
   SetRedraw(pane, false);
-  // From the top down: what is out of sight already closes without a layout.
-  for (uint32_t below = item; below < pane.tree->items[item].end; ++below) {
-    const HTREEITEM handle = pane.handles[below];
-    if (handle != nullptr && HasChildren(*pane.tree, below) && IsExpanded(pane, handle)) {
-      TreeView_Expand(pane.window, handle, TVE_COLLAPSE);
-    }
-  }
+  TreeView_Expand(pane.window, pane.handles[item], TVE_COLLAPSE | TVE_COLLAPSERESET);
+  std::fill(pane.handles.begin() + item + 1, pane.handles.begin() + end, nullptr);
+  TVITEMW info{};  // the control takes its button away with the last child
+  info.mask = TVIF_CHILDREN;
+  info.hItem = pane.handles[item];
+  info.cChildren = 1;
+  TreeView_SetItem(pane.window, &info);
   SetRedraw(pane, true);
 }
 

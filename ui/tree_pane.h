@@ -1,5 +1,6 @@
-// The tree pane: a tree control over a KeyTree. Branches are filled when they are first opened; an
-// item's lParam is its index in the tree, texts are asked for when they are drawn.
+// The tree pane: a tree control over a KeyTree. Branches are filled when they are first opened, in
+// slices, so that one with very many keys does not stop the window. An item's lParam is its index
+// in the tree, its icon is asked for when it is drawn.
 #pragma once
 
 #include <cstdint>
@@ -11,17 +12,27 @@
 
 namespace hivequarry {
 
+// A branch that is being filled, a slice at a time. Its items stand in the control in the order of
+// the tree also while some of them are missing.
+struct BranchFill {
+  uint32_t parent = kNoItem;
+  uint32_t next = kNoItem;      // the next child to be inserted, kNoItem when all are there
+  HTREEITEM last = nullptr;     // the child before it
+  std::vector<uint32_t> ahead;  // children inserted before their turn, ascending
+  UINT state = 0;               // of the items inserted
+};
+
 struct TreePane {
   HWND window = nullptr;
   const HiveImage* hive = nullptr;
   const KeyTree* tree = nullptr;
-  std::vector<HTREEITEM> handles;  // by item; null while its branch was never opened
+  std::vector<HTREEITEM> handles;  // by item; null while it is not in the control
+  std::vector<BranchFill> fills;   // under way
   // "Expand subfolders" under way, a slice at a time: the branch, the next item in it and the one
   // to end before.
   uint32_t expand_top = 0;
   uint32_t expand_next = 0;
   uint32_t expand_end = 0;
-  std::wstring text;  // of the item being drawn
 };
 
 HWND MakeTreePane(HWND parent, int identifier);
@@ -31,14 +42,18 @@ void ClearTree(TreePane& pane);
 
 // The selected item, kNoItem for none.
 uint32_t SelectedItem(const TreePane& pane);
-// Opens the branches that lead to `item` and selects it.
+// Opens the branches that lead to `item` and selects it, be they filled so far or not.
 void SelectItem(TreePane& pane, uint32_t item);
 uint32_t ItemOfHandle(const TreePane& pane, HTREEITEM handle);
 
-// TVN_ITEMEXPANDING, TVN_GETDISPINFO and NM_CUSTOMDRAW.
+// TVN_ITEMEXPANDING, TVN_GETDISPINFO, TVN_GETINFOTIP and NM_CUSTOMDRAW.
 void OnTreeExpanding(TreePane& pane, const NMTREEVIEWW& notice);
-void OnTreeDisplay(TreePane& pane, NMTVDISPINFOW& notice);
+void OnTreeDisplay(const TreePane& pane, NMTVDISPINFOW& notice);
+void OnTreeTip(const TreePane& pane, const NMTVGETINFOTIPW& notice);
 LRESULT OnTreeDraw(NMTVCUSTOMDRAW& notice);
+
+// Inserts a slice of what is missing in the branches being filled; true while there is more.
+bool FillSlice(TreePane& pane);
 
 // Starts to open every branch from `item` down; ExpandSlice does the next part of it and returns
 // true while there is more. Collapsing ends it.

@@ -4,6 +4,7 @@
 
 #include "hive/value_key.h"
 #include "hive/value_text.h"
+#include "ui/dimmed_selection.h"
 #include "ui/dpi.h"
 #include "ui/list_view.h"
 #include "ui/text.h"
@@ -15,6 +16,7 @@ constexpr ListColumn kColumns[kValueColumns] = {
     {L"Name", 220, false}, {L"Type", 130, false}, {L"Value", 360, false}, {L"Position", 96, false}};
 constexpr int kValueColumn = 2;
 constexpr int kLeastValueWidth = 160;
+constexpr int kTechnicalNameWidth = 320;  // the name stands behind three numbers there
 
 ValueRow MakeRow(const ValuePane& pane, int row) {
   const auto index = static_cast<size_t>(row);
@@ -101,6 +103,18 @@ void OnValueDisplay(ValuePane& pane, NMLVDISPINFOW& notice) {
   }
 }
 
+LRESULT OnValueDraw(const ValuePane& pane, NMLVCUSTOMDRAW& notice) {
+  if (notice.nmcd.dwDrawStage == CDDS_PREPAINT) return CDRF_NOTIFYITEMDRAW;
+  if (notice.nmcd.dwDrawStage != CDDS_ITEMPREPAINT) return CDRF_DODEFAULT;
+  // A list reports every row as selected, and paints selected ones in its own colours only.
+  const auto row = static_cast<int>(notice.nmcd.dwItemSpec);
+  if (ListView_GetItemState(pane.window, row, LVIS_SELECTED) == 0) return CDRF_DODEFAULT;
+  if (!IsDimmedSelection(notice.nmcd)) return CDRF_DODEFAULT;
+  notice.nmcd.uItemState &= ~static_cast<UINT>(CDIS_SELECTED);
+  SetDimmedColours(notice.clrText, notice.clrTextBk);
+  return CDRF_DODEFAULT;
+}
+
 int OnValueFind(const ValuePane& pane, const NMLVFINDITEMW& notice) {
   if ((notice.lvfi.flags & (LVFI_STRING | LVFI_PARTIAL)) == 0) return -1;
   const std::wstring start = notice.lvfi.psz;
@@ -112,8 +126,10 @@ int OnValueFind(const ValuePane& pane, const NMLVFINDITEMW& notice) {
   return -1;
 }
 
-void FitValueColumn(const ValuePane& pane, uint32_t dpi) {
+void FitValueColumns(const ValuePane& pane, uint32_t dpi) {
   if (pane.columns_touched) return;
+  const int name = pane.options.technical ? kTechnicalNameWidth : kColumns[0].width;
+  ListView_SetColumnWidth(pane.window, 0, Scale(name, dpi));
   RECT area;
   GetClientRect(pane.window, &area);
   int room = area.right;

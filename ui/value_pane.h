@@ -40,11 +40,13 @@ uint32_t ValueOfRow(const ValuePane& pane, int row);
 // The row selected and in focus, else the first selected one, -1 for none.
 int SelectedRow(const ValuePane& pane);
 
-// LVN_GETDISPINFO and LVN_ODFINDITEM (type to find).
+// LVN_GETDISPINFO, NM_CUSTOMDRAW and LVN_ODFINDITEM (type to find).
 void OnValueDisplay(ValuePane& pane, NMLVDISPINFOW& notice);
+LRESULT OnValueDraw(const ValuePane& pane, NMLVCUSTOMDRAW& notice);
 int OnValueFind(const ValuePane& pane, const NMLVFINDITEMW& notice);
 
-// Makes the value column take the room that the others leave, until the user chose widths.
-void FitValueColumn(const ValuePane& pane, uint32_t dpi);
+// Widths for the view shown: the value column takes the room that the others leave. Once the user
+// chose widths they stay.
+void FitValueColumns(const ValuePane& pane, uint32_t dpi);
 
 }  // namespace hivequarry

@@ -1,8 +1,11 @@
 // The desktop program's host table, its worker threads and its command table.
+#include <algorithm>
 #include <atomic>
 #include <set>
 #include <thread>
+#include <utility>
 
+#include "host/long_operation.h"
 #include "tests/window/window_fixture.h"
 #include "ui/text.h"
 
@@ -128,6 +131,84 @@ TEST(Commands, Guards) {
     EXPECT_EQ(IsAvailable(*command, running), expected.running);
     EXPECT_EQ(IsAvailable(*command, backup), expected.backup);
   }
+}
+
+template <size_t kCount>
+bool IsAmong(const uint16_t (&numbers)[kCount], uint32_t number) {
+  return std::find(std::begin(numbers), std::end(numbers), number) != std::end(numbers);
+}
+
+// What the program promises for every command number it has, now or later, by the flags alone.
+bool IsPromised(uint32_t number, bool running, bool backup) {
+  constexpr uint16_t kAlways[] = {kCommandExit, kCommandResizeColumns, kCommandDetailPane,
+                                  kCommandNextPane, kCommandPreviousPane};
+  constexpr uint16_t kNotInBackup[] = {1416, 1417, 1418, 1419, 1421, 1425, 1430, 1440,
+                                       1455, 1490, 1491, 1507, 1508, 1540, 1542, 4143};
+  if (number == kCommandStop) return running || backup;
+  if (IsAmong(kAlways, number)) return true;
+  return !running && !(backup && IsAmong(kNotInBackup, number));
+}
+
+class CommandTest : public WindowTest {
+ protected:
+  // Everything that a command may work on is there, so only the flags decide.
+  void OpenWithSelection() {
+    HiveBuilder builder;
+    builder.Key("Tools").Dword("Count", 7);
+    builder.Key("Tools\\Inner");
+    const TempFile file(builder.Build().bytes);
+    Open(file.name());
+    SelectPath("Tools");
+    SelectRow(0);
+  }
+  void SetFlags(int running, bool backup) {
+    TheLongOperation().running = running;
+    TheLongOperation().backup = backup;
+  }
+  std::set<uint32_t> RunEveryNumber() {
+    std::set<uint32_t> ran;
+    window_->on_command = [&ran](const Command& command) { ran.insert(command.number); };
+    for (uint32_t number = 0; number <= 0xFFFF; ++number) Run(number);
+    window_->on_command = nullptr;
+    return ran;
+  }
+  bool IsOfferedInToolbar(const Command& command) const {
+    return SendMessageW(window_->toolbar, TB_ISBUTTONENABLED, command.number, 0) != 0;
+  }
+  bool IsOfferedInMenu(const Command& command) const {
+    return (GetMenuState(GetMenu(handle_), command.number, MF_BYCOMMAND) & MF_GRAYED) == 0;
+  }
+  void OpenMenus() {
+    const HMENU menu = GetMenu(handle_);
+    for (int i = 0; i < GetMenuItemCount(menu); ++i) {
+      SendMessageW(handle_, WM_INITMENUPOPUP, reinterpret_cast<WPARAM>(GetSubMenu(menu, i)), i);
+    }
+  }
+};
+
+TEST_F(CommandTest, EveryNumberObeysTheFlags) {
+  OpenWithSelection();
+  const std::pair<int, bool> kFlags[] = {{0, false}, {1, false}, {0, true}, {4, true}};
+  for (const auto& [running, backup] : kFlags) {
+    SCOPED_TRACE(::testing::Message() << "running " << running << ", backup " << backup);
+    SetFlags(running, backup);
+    std::set<uint32_t> promised;
+    for (const Command& command : Commands()) {
+      if (IsPromised(command.number, running != 0, backup)) promised.insert(command.number);
+    }
+    EXPECT_EQ(RunEveryNumber(), promised);
+    UpdateToolbar(*window_);
+    OpenMenus();
+    for (const Command& command : Commands()) {
+      SCOPED_TRACE(command.number);
+      const bool offered = promised.contains(command.number);
+      const bool in_toolbar = (command.places & kInToolbar) != 0;
+      EXPECT_EQ(in_toolbar && IsOfferedInToolbar(command), in_toolbar && offered);
+      const bool in_menu = command.menu != nullptr;
+      EXPECT_EQ(in_menu && IsOfferedInMenu(command), in_menu && offered);
+    }
+  }
+  SetFlags(0, false);
 }
 
 }  // namespace

@@ -117,7 +117,7 @@ TEST_F(WindowTest, FoldersOfWhatIsDisconnected) {
   SelectItemAndWait(lost);
   EXPECT_EQ(ItemText(window_->tree.handles[lost]), "Lost");
   EXPECT_EQ(window_->key_tree->items[lost].parent, window_->key_tree->disconnected_keys);
-  EXPECT_EQ(ClosedIcon(window_->key_tree->items[lost]), kIconIsolated);
+  EXPECT_EQ(ClosedIcon(window_->key_tree->items[lost]), kIconIsolatedRepaired);
 }
 
 TEST_F(WindowTest, TechnicalViewAndCellDetails) {
@@ -261,7 +261,7 @@ TEST_F(WindowTest, GoesOverToAnotherResolution) {
   int width = 0;
   int height = 0;
   ImageList_GetIconSize(TreeView_GetImageList(window_->tree.window, TVSIL_NORMAL), &width, &height);
-  EXPECT_EQ(width, Scale(16, dpi));
+  EXPECT_EQ(height, Scale(16, dpi));
   RECT tree;
   GetClientRect(window_->tree.window, &tree);
   EXPECT_NEAR(tree.right, Scale(window_->tree_width, dpi), 24);

@@ -1,0 +1,72 @@
+#include "ui/item_words.h"
+
+#include <cstdio>
+#include <string_view>
+
+#include "recovery/item_values.h"
+#include "ui/text.h"
+
+namespace hivequarry {
+namespace {
+
+constexpr const char* kCopyWords = "copy of a connected key";
+
+void Append(std::string& text, std::string_view separator, std::string_view label,
+            const std::string& words) {
+  if (words.empty()) return;
+  if (!text.empty()) text += separator;
+  text += label;
+  text += words;
+}
+
+bool IsFolder(const KeyItem& it) {
+  return it.kind == ItemKind::kDisconnectedKeys || it.kind == ItemKind::kDisconnectedValues;
+}
+
+std::string InfoWords(const HiveImage& hive, const KeyTree& tree, const KeyItem& it) {
+  const bool has_parent = it.parent != kNoItem && !IsFolder(tree.items[it.parent]);
+  const uint32_t parent = has_parent ? tree.items[it.parent].position - hive.data_base : 0;
+  return MarkWords(it.marks, it.repairs, parent);
+}
+
+std::string Words(const HiveImage& hive, const KeyTree& tree, const KeyItem& it,
+                  std::string_view separator) {
+  std::string text;
+  if (it.kind == ItemKind::kPathCopy) text = kCopyWords;
+  Append(text, separator, "Status: ", StatusText(it.marks));
+  Append(text, separator, "Info: ", InfoWords(hive, tree, it));
+  return text;
+}
+
+std::string PositionWords(const KeyItem& it) {
+  char text[32];
+  std::snprintf(text, sizeof text, "0x%08X (%u)", it.position, it.position);
+  return text;
+}
+
+}  // namespace
+
+std::wstring ItemWords(const HiveImage& hive, const KeyTree& tree, uint32_t item) {
+  return WindowText(Words(hive, tree, tree.items[item], "    "));
+}
+
+std::wstring ItemTip(const HiveImage& hive, const KeyTree& tree, uint32_t item) {
+  const KeyItem& it = tree.items[item];
+  if (it.kind == ItemKind::kDisconnectedKeys) return L"Keys not connected to the Root cell";
+  if (it.kind == ItemKind::kDisconnectedValues) return L"Values not connected to any key";
+  std::string text = Words(hive, tree, it, "\r\n");
+  const bool made = (it.marks & kVirtualMarks) != 0;
+  if (it.position != kNoOffset) {
+    Append(text, "\r\n", made ? "No key cell at " : "Position: ", PositionWords(it));
+  }
+  return WindowText(text);
+}
+
+std::wstring ItemDetail(const HiveImage& hive, const KeyTree& tree, uint32_t item) {
+  const KeyItem& it = tree.items[item];
+  if (it.kind != ItemKind::kPathCopy) return WindowText(KeyDetail(hive, tree, item));
+  return L"This is a copy of a connected key: the way to what was unlinked from it.\r\n\r\n" +
+         WindowText(KeyDetailAt(hive, tree, it.position));
+}
+
+}  // namespace hivequarry

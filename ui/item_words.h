@@ -1,0 +1,20 @@
+// What there is to say of a tree item beside its name: in the status bar, its tooltip and the
+// detail pane.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "hive/image.h"
+#include "hive/key_tree.h"
+
+namespace hivequarry {
+
+// The status words and the info words of an item on one line; empty when it has none.
+std::wstring ItemWords(const HiveImage& hive, const KeyTree& tree, uint32_t item);
+// The same and where its key stands, a line each.
+std::wstring ItemTip(const HiveImage& hive, const KeyTree& tree, uint32_t item);
+// The text of the detail pane: that of the key; before it, what a path copy is.
+std::wstring ItemDetail(const HiveImage& hive, const KeyTree& tree, uint32_t item);
+
+}  // namespace hivequarry
