@@ -107,6 +107,32 @@ uint32_t SomeCell(const uint8_t* data, size_t size, uint32_t seed) {
   return 4128;
 }
 
+// What damages a file as a whole: bytes lost or put in, the front cut off, a stretch overwritten by
+// another. Mostly in steps that keep cells on their 8-byte places, for other steps end all of them.
+size_t MoveStretch(uint8_t* data, size_t size, size_t max_size, uint32_t seed) {
+  const size_t step = seed % 8 == 0 ? 1 : seed % 8 < 4 ? 8 : 4096;
+  const size_t amount = std::min(((seed >> 3) % 16 + 1) * step, size / 2);
+  const size_t at = (seed >> 9) % (size - amount);
+  switch ((seed >> 7) % 4) {
+    case 0:
+      if (size + amount > max_size) return size;
+      std::memmove(data + at + amount, data + at, size - at);
+      return size + amount;
+    case 1:
+      std::memmove(data + at, data + at + amount, size - at - amount);
+      return size - amount;
+    case 2:
+      std::memmove(data, data + amount, size - amount);
+      return size - amount;
+    default: {
+      const size_t from = at / 4096 * 4096;
+      const size_t to = size_t{seed} * 7 % (size - amount) / 4096 * 4096;
+      std::memmove(data + to, data + from, amount);
+      return size;
+    }
+  }
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
@@ -135,6 +161,7 @@ extern "C" size_t LLVMFuzzerCustomMutator(uint8_t* data, size_t size, size_t max
                                  0x80000004, 0x10000,    0x1000,     0xFFFFF000};
   constexpr char kSignatures[] = "nkvksklflhliridblk";
   if (size < 4200 || seed % 3 == 0) return LLVMFuzzerMutate(data, size, max_size);
+  if (seed % 7 == 6) return MoveStretch(data, size, max_size, seed / 7);
   const uint32_t cell = SomeCell(data, size, seed / 3);
   const uint32_t field = cell + (seed >> 7) % 24 * 4;
   if (field + 4 > size) return LLVMFuzzerMutate(data, size, max_size);

@@ -62,6 +62,11 @@ bool WriteHives(const std::filesystem::path& folder) {
   written = WriteSeed(folder, "damaged", DamagedHive().bytes) && written;
   written = WriteSeed(folder, "fragment", fragment.bytes) && written;
   written = WriteSeed(folder, "embedded", Embedded(small, 512, 100)) && written;
+  BuiltHive moved = bins.Build();
+  moved.Insert(moved.PositionOf("K1") + 40, 64).Erase(moved.BinPosition(3), 4096);
+  const Bytes piece(small.begin() + 4096 + 301, small.end());
+  written = WriteSeed(folder, "moved", moved.bytes) && written;
+  written = WriteSeed(folder, "piece", piece) && written;
   return WriteSeed(folder, "two", Joined({small, small})) && written;
 }
 

@@ -90,6 +90,12 @@ inline bool HasChildren(const KeyTree& tree, uint32_t item) {
 // root key.
 bool IsKeyItem(const KeyTree& tree, uint32_t item);
 
+// True for an item that stands for a key with a cell of its own, which has values and a date; not
+// for a made key.
+inline bool HasKeyCell(const KeyTree& tree, uint32_t item) {
+  return IsKeyItem(tree, item) && (tree.items[item].marks & kVirtualMarks) == 0;
+}
+
 // The item of the key at `position`, kNoItem when the tree shows none.
 uint32_t ItemOfPosition(const KeyTree& tree, uint32_t position);
 

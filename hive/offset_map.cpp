@@ -73,14 +73,31 @@ bool ChainReaches(const HiveImage& hive, uint32_t position, uint32_t end) {
   return position == end;
 }
 
+// The first place from `begin`, in steps of 8, from which cells follow each other to `end`; `end`
+// if there is none. From the back, each place looked at once.
+uint32_t FirstThatReaches(const HiveImage& hive, uint32_t begin, uint32_t end) {
+  if (begin >= end || (end - begin) % 8 != 0) return end;
+  const uint32_t steps = (end - begin) / 8;
+  std::vector<bool> reaches(steps + 1);  // by distance from the end, in steps
+  reaches[0] = true;
+  uint32_t first = end;
+  for (uint32_t step = 1; step <= steps; ++step) {
+    const uint32_t at = end - 8 * step;
+    const uint32_t length = CellLength(ReadU32(hive, at));
+    if (length == 0 || length % 8 != 0 || length / 8 > step) continue;
+    reaches[step] = reaches[step - length / 8];
+    if (reaches[step]) first = at;
+  }
+  return first;
+}
+
 // Where the cells begin that stand at the distance of what comes at `end`, in the bin at `bin`,
 // when `moved` bytes were put in (or, negative, lost) somewhere between.
 //
 // The chain of cells breaks behind the cell in which that happened: it is longer or shorter than
 // its size says by just as much, and from there the chain reaches `end`. Where the cell's own size
-// is lost the next places are tried one by one, at most kMostTries of them.
+// is lost it is the next place from which the chain reaches.
 uint32_t FindBreak(const HiveImage& hive, uint32_t bin, uint32_t end, int64_t moved) {
-  constexpr uint32_t kMostTries = 16384;
   constexpr size_t kLastCells = 4;  // the chain may have gone on a little through what was moved
   std::array<uint32_t, kLastCells> last{};
   last.fill(bin + kBinHeaderSize);
@@ -96,11 +113,7 @@ uint32_t FindBreak(const HiveImage& hive, uint32_t bin, uint32_t end, int64_t mo
     if (next <= cell || next % 4 != 0 || next > end) continue;
     if (ChainReaches(hive, static_cast<uint32_t>(next), end)) return static_cast<uint32_t>(next);
   }
-  uint32_t tries = 0;
-  for (uint32_t at = last[0] + 8; at < end && tries < kMostTries; at += 8, ++tries) {
-    if (ChainReaches(hive, at, end)) return at;
-  }
-  return end;
+  return FirstThatReaches(hive, last[0] + 8, end);
 }
 
 class RunBuilder {
@@ -165,6 +178,17 @@ const OffsetRun& RunAt(const HiveImage& hive, uint32_t position) {
   return behind == hive.offset_runs.begin() ? *behind : *std::prev(behind);
 }
 
+// What is left of a root key: its flags and some of its signature, or the start of a name that the
+// system gives to roots. The size alone is that of many cells.
+bool HasRootRemains(const HiveImage& hive, uint32_t position) {
+  const bool n = ReadU8(hive, position + 4) == 'n';
+  const bool k = ReadU8(hive, position + 5) == 'k';
+  const uint8_t flags = ReadU8(hive, position + 6);
+  if (flags == 0x2C ? n || k : n && k && flags != 0x20 && flags != 0) return true;
+  const uint32_t name = ReadU32(hive, position + 80);
+  return name == 0x50242424 || name == 0x2D494D43;  // "$$$P", "CMI-"
+}
+
 bool Holds(const OffsetRun& run, uint32_t position) {
   return position >= run.position && position < run.end;
 }
@@ -176,7 +200,7 @@ bool MapOffsets(HiveImage& hive) {
   hive.own_runs.clear();
   if (!hive.loaded) return true;
   const std::vector<Bin> bins = WalkBins(hive);
-  if (bins.empty()) return true;
+  if (bins.empty()) return HasRootRemains(hive, kFirstCellPosition);
   const uint32_t nominal = NominalDelta(hive, bins);
   const bool agrees = !hive.header_valid || nominal == hive.data_start;
   hive.data_base = nominal;

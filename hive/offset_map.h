@@ -27,7 +27,8 @@ inline constexpr uint32_t kNowhere = 0xFFFFFFF0;
 
 // Sets data_base, data_base_proven and the runs of a loaded image from its bins; called once while
 // opening, when header_valid and the length are known. False when there are bins and none of them
-// stands where the base block, that the image is taken to have, would put it.
+// stands where the base block, that the image is taken to have, would put it; and when there are no
+// bins, and no root key where it would stand.
 bool MapOffsets(HiveImage& hive);
 
 // What moves the cells behind `position`: the distance there less the nominal one. 0 for none.

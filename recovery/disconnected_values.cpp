@@ -3,6 +3,7 @@
 #include <cstdio>
 
 #include "hive/key_node.h"
+#include "hive/key_tree.h"
 #include "hive/value_key.h"
 #include "host/host.h"
 #include "host/long_operation.h"
@@ -34,7 +35,8 @@ std::vector<uint32_t> FindDisconnectedValues(const HiveImage& hive, const ScanTa
       if (StopRequested()) return result;
       ShowKeyProgress(done - 1, tables.keys.size());
     }
-    const uint32_t count = ReadU32(hive, key.position + kKeyValueCount);
+    const bool made = (key.marks & kVirtualMarks) != 0;
+    const uint32_t count = made ? 0 : ReadU32(hive, key.position + kKeyValueCount);
     if (count == 0) continue;
     const uint32_t list = ValueListOf(hive, key.position);
     if (list < hive.data_start || list >= hive.length) continue;

@@ -87,7 +87,7 @@ class Spreader {
         ++belief;
         continue;
       }
-      const Claim claim = queues_[belief][heads_[belief]++];
+      const Claim claim = Take(static_cast<Belief>(belief));
       if (hanging_.reached[claim.row]) continue;
       Reach(claim);
       belief = 0;  // what this key leads to may be believed more
@@ -99,6 +99,15 @@ class Spreader {
   }
 
  private:
+  // An agreed way is the only one of its kind, so the order of these does not matter: taken from
+  // the back they need little room.
+  Claim Take(Belief belief) {
+    if (belief != kAgreed) return queues_[belief][heads_[belief]++];
+    const Claim claim = queues_[belief].back();
+    queues_[belief].pop_back();
+    return claim;
+  }
+
   void Reach(const Claim& claim) {
     hanging_.reached[claim.row] = true;
     hanging_.owner[claim.row] = claim.owner;
@@ -214,6 +223,12 @@ class Emitter {
     return !hanging_.connected[owner] || tables_.keys[owner].list_broken;
   }
 
+  // True when the parent that the row names is what its own parent field says.
+  static bool HasOwnField(const KeyRow& key) {
+    constexpr uint16_t kByList = kMarkSibling | kMarkChild | kMarkListParent | kMarkSiblingParent;
+    return (key.marks & kByList) == 0 && (key.repairs & kRepairParent) == 0;
+  }
+
   void OpenKey(uint32_t row, uint32_t parent) {
     const KeyRow& key = tables_.keys[row];
     const auto item = static_cast<uint32_t>(tree_.items.size());
@@ -228,7 +243,7 @@ class Emitter {
     added.connected = hanging_.connected[row];
     if (hanging_.entry[row] != kNoRow) {
       added.entry = tables_.child_entries[hanging_.entry[row]].position;
-    } else if (hanging_.owner[row] != kNoRow) {
+    } else if (hanging_.owner[row] != kNoRow && HasOwnField(key)) {
       added.repairs |= kRepairByParent;
     }
     tree_.item_of_rank[row] = item;
@@ -263,21 +278,20 @@ class CopyBranches {
   // The copy of the connected item `place`, made with its ancestors where it is not open; the
   // root's copy is the folder itself.
   uint32_t Open(uint32_t place) {
-    std::vector<uint32_t> way;
-    for (uint32_t at = place; at != 0; at = tree_.items[at].parent) way.push_back(at);
-    size_t same = 0;
-    while (same < open_.size() && same < way.size() &&
-           open_[same].first == way[way.size() - 1 - same]) {
-      ++same;
-    }
+    size_t same = open_.size();
+    while (same > 0 && !IsOnTheWay(open_[same - 1].first, place)) --same;
     CloseTo(same);
-    for (size_t level = same; level < way.size(); ++level) {
-      const uint32_t original = way[way.size() - 1 - level];
-      KeyItem copy = tree_.items[original];
+    // Only the part of the way that is not open is walked: all ways together take no more steps
+    // than there are copies.
+    std::vector<uint32_t> way;
+    const uint32_t known = open_.empty() ? 0 : open_.back().first;
+    for (uint32_t at = place; at != known; at = tree_.items[at].parent) way.push_back(at);
+    for (auto original = way.rbegin(); original != way.rend(); ++original) {
+      KeyItem copy = tree_.items[*original];
       copy.kind = ItemKind::kPathCopy;
-      copy.parent = level == 0 ? tree_.disconnected_keys : open_.back().second;
+      copy.parent = open_.empty() ? tree_.disconnected_keys : open_.back().second;
       copy.connected = false;
-      open_.emplace_back(original, static_cast<uint32_t>(tree_.items.size()));
+      open_.emplace_back(*original, static_cast<uint32_t>(tree_.items.size()));
       tree_.items.push_back(copy);
     }
     return open_.empty() ? tree_.disconnected_keys : open_.back().second;
@@ -287,6 +301,10 @@ class CopyBranches {
   }
 
  private:
+  bool IsOnTheWay(uint32_t item, uint32_t place) const {
+    return place >= item && place < tree_.items[item].end;
+  }
+
   KeyTree& tree_;
   std::vector<std::pair<uint32_t, uint32_t>> open_;  // item and its copy
 };

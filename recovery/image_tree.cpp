@@ -74,7 +74,7 @@ void CollectTables(HiveImage& hive, const BuildOptions& options, ScanTables& tab
   if (!hive.data_base_proven) ForgetRelations(tables);
   FinishScan(tables);
   AdoptFirstCell(hive, tables);
-  if (!NeedsRepair(tables)) return;
+  if (!NeedsRepair(hive, tables)) return;
   // Repair reads all over the image: from a stream that would take too long.
   ShowStatus("Evaluating data ...");
   ScanImage(hive, ScanPass::kEvaluate, scan, tables);

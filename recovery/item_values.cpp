@@ -200,6 +200,10 @@ ItemValues ShowItemValues(const HiveImage& hive, const KeyTree& tree, uint32_t i
     return values;
   }
   if (!IsKeyItem(tree, item) && it.kind != ItemKind::kPathCopy) return values;
+  if ((it.marks & kVirtualMarks) != 0) {
+    values.info_rows.push_back(InfoRow("(No values set)", ""));
+    return values;
+  }
   if (it.position > hive.last_valid) {
     values.info_rows.push_back(InfoRow("Info", "beyond file size"));
     return values;

@@ -151,6 +151,15 @@ void RepairPointers(HiveImage& hive, ScanTables& tables) {
   }
 }
 
+bool HasDoubtfulValueList(const HiveImage& hive, uint32_t key_position) {
+  const uint32_t count = ReadU32(hive, key_position + kKeyValueCount);
+  const uint32_t field = key_position + kKeyValueList;
+  if (count == 0 || ReadU32(hive, field) == kNoOffset) return false;
+  uint32_t budget = 1;
+  const uint32_t list = ReadOffset(hive, field);
+  return !IsListCell(hive, list, count) || !CouldBeValueList(hive, list, 1, budget);
+}
+
 void ReattachLists(const HiveImage& hive, const ListRecords& records, ScanTables& tables) {
   for (const RecordedList& list : records.lists) {
     const uint32_t row = RowAt(tables, list.parent);

@@ -11,6 +11,10 @@ namespace hivequarry {
 // are noted in the image.
 void RepairPointers(HiveImage& hive, ScanTables& tables);
 
+// True for a key with values whose value list is no cell of the right size, or whose first entry
+// leads nowhere: worth a try to repair it.
+bool HasDoubtfulValueList(const HiveImage& hive, uint32_t key_position);
+
 // Recorded lists given to the parent that more than half of their keys record, where that key's own
 // list cannot be read.
 void ReattachLists(const HiveImage& hive, const ListRecords& records, ScanTables& tables);

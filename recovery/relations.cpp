@@ -3,11 +3,13 @@
 #include <algorithm>
 #include <bit>
 #include <cstdio>
+#include <span>
 
 #include "hive/cells.h"
 #include "hive/key_node.h"
 #include "hive/key_tree.h"
 #include "hive/offset_map.h"
+#include "hive/value_key.h"
 #include "host/host.h"
 #include "host/long_operation.h"
 #include "recovery/list_recorder.h"
@@ -27,6 +29,7 @@ struct Repair {
   ListRecords records;
   std::vector<uint32_t> owner_of_entry;  // key row by child entry
   std::vector<uint32_t> entry_of_row;    // a child entry that names the row's key, kNoRow for none
+  size_t scanned_keys = 0;  // key rows of the scan; those that were added stand behind them
 };
 
 bool StopOrShow(uint32_t row, size_t total) {
@@ -45,16 +48,32 @@ bool IsKeyPlace(const HiveImage& hive, uint32_t position) {
          InsideHive(hive, position, kKeyRoom) && !IsForeign(hive, position);
 }
 
-// True when the place lies in an accepted value, security or list cell.
+// The bytes of an accepted cell that its record needs: its size field may claim more.
+uint64_t RecordLength(const HiveImage& hive, uint32_t cell) {
+  const uint16_t signature = ReadU16(hive, cell + 4);
+  const ListKind kind = ListKindOfSignature(signature);
+  uint64_t needed = kKeyName + uint64_t{ReadU16(hive, cell + kKeyNameLength)};
+  if (signature == kSignatureVk) needed = kValueName + ReadU16(hive, cell + kValueNameLength);
+  if (signature == kSignatureSk) needed = 24 + uint64_t{ReadU32(hive, cell + 20)};
+  if (kind != ListKind::kNone) needed = 8 + ReadU16(hive, cell + 6) * ListEntrySize(kind);
+  return std::min<uint64_t>(needed, CellLength(ReadU32(hive, cell)));
+}
+
+// True when the place lies in an accepted cell.
 bool IsTaken(const Repair& repair, uint32_t position) {
   const ScanTables& tables = repair.tables;
+  const auto holds = [&](uint32_t cell) {
+    return position - cell < RecordLength(repair.hive, cell);
+  };
   for (const std::vector<uint32_t>* cells : {&tables.values, &tables.securities, &tables.lists}) {
     const auto behind = std::upper_bound(cells->begin(), cells->end(), position);
-    if (behind == cells->begin()) continue;
-    const uint32_t cell = *std::prev(behind);
-    if (position - cell < CellLength(ReadU32(repair.hive, cell))) return true;
+    if (behind != cells->begin() && holds(*std::prev(behind))) return true;
   }
-  return false;
+  const auto scanned = std::span(tables.keys).first(repair.scanned_keys);
+  const auto behind =
+      std::upper_bound(scanned.begin(), scanned.end(), position,
+                       [](uint32_t wanted, const KeyRow& key) { return wanted < key.position; });
+  return behind != scanned.begin() && holds(std::prev(behind)->position);
 }
 
 // Notes for each row one entry that names it, the owner's agreement with the key's own parent field
@@ -219,7 +238,7 @@ void Reconcile(Repair& repair, uint32_t child, uint32_t owner, uint32_t evidence
   if (NamesKey(repair.hive, key.parent) || RowAt(tables, key.parent) != kNoRow) return;
   if (!NamesKey(repair.hive, owner_position) && tables.keys[owner].marks == 0) return;
   key.parent = owner_position;
-  key.evidence = evidence;
+  if (key.evidence == 0) key.evidence = evidence;  // a made key keeps what it was made from
   key.marks |= kMarkListParent;
 }
 
@@ -359,12 +378,24 @@ void SortRows(ScanTables& tables, const HiveImage& hive) {
   for (ChildEntry& entry : tables.child_entries) entry.row = RowAt(tables, entry.key);
 }
 
+// A list whose entries lead to no key, not even to a made one, is not whole: it may have named any
+// key that says it belongs there.
+void FindIncompleteLists(ScanTables& tables) {
+  for (KeyRow& key : tables.keys) {
+    for (uint32_t i = 0; i < key.entry_count && !key.list_broken; ++i) {
+      key.list_broken = tables.child_entries[key.first_entry + i].row == kNoRow;
+    }
+  }
+}
+
 }  // namespace
 
-bool NeedsRepair(const ScanTables& tables) {
+bool NeedsRepair(const HiveImage& hive, const ScanTables& tables) {
   if (!tables.tree_sound || !tables.damage.empty()) return true;
   std::vector<bool> named(tables.keys.size());
   for (const KeyRow& key : tables.keys) {
+    if ((key.marks & kMarkNoName) != 0) return true;  // a list may have its first characters
+    if (hive.loaded && HasDoubtfulValueList(hive, key.position)) return true;
     for (uint32_t i = 0; i < key.entry_count; ++i) {
       const uint32_t row = tables.child_entries[key.first_entry + i].row;
       if (row == kNoRow || tables.keys[row].parent != key.position) return true;
@@ -398,7 +429,7 @@ bool IsKeyCellAt(const HiveImage& hive, uint32_t position) {
 }
 
 void RepairRelations(HiveImage& hive, const ScanOptions& options, ScanTables& tables) {
-  Repair repair{hive, options, tables, {}, {}, {}};
+  Repair repair{hive, options, tables, {}, {}, {}, tables.keys.size()};
   RepairPointers(hive, tables);
   repair.records = RecordLists(hive, tables);
   ReattachLists(hive, repair.records, tables);
@@ -408,6 +439,7 @@ void RepairRelations(HiveImage& hive, const ScanOptions& options, ScanTables& ta
   FindMissingChildren(repair);
   FindMissingSiblings(repair);
   SortRows(tables, hive);
+  FindIncompleteLists(tables);
 }
 
 void RepairRoots(ScanTables& tables) {

@@ -32,9 +32,9 @@
 
 namespace hivequarry {
 
-// True when the tables hold anything that does not agree: then the evaluating pass and the repair
-// are worth their time.
-bool NeedsRepair(const ScanTables& tables);
+// True when the tables hold anything that does not agree, or a key's value list cannot be read:
+// then the evaluating pass and the repair are worth their time.
+bool NeedsRepair(const HiveImage& hive, const ScanTables& tables);
 
 // Steps 1 to 6, for tables that FinishScan has sealed. The image's bytes are not touched; repaired
 // value lists are noted in the image. Ends early when the user stops.

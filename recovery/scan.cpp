@@ -27,6 +27,7 @@ struct Walk {
   ScanPass pass;
   uint32_t bin_size = kDefaultBinSize;
   uint32_t restart = 0;  // first position behind an unrecognised cell, 0 when none is pending
+  size_t run = 0;        // the first offset run that begins behind the current position
 };
 
 bool StepsByLength(const Walk& walk, uint32_t length) {
@@ -171,6 +172,16 @@ uint32_t HoldAtRestart(Walk& walk, uint32_t p, uint32_t next) {
   return next;
 }
 
+// Where cells were moved, no step goes over the first one at its new place: the cell in front of it
+// is longer by its size than it is.
+uint32_t HoldAtRun(Walk& walk, uint32_t p, uint32_t next) {
+  const std::vector<OffsetRun>& runs = walk.hive.offset_runs;
+  while (walk.run < runs.size() && runs[walk.run].position <= p) ++walk.run;
+  if (walk.run == runs.size() || next <= runs[walk.run].position) return next;
+  walk.restart = 0;
+  return runs[walk.run].position;
+}
+
 bool IsOffsetLike(const HiveImage& hive, uint32_t field) {
   const uint32_t offset = ReadU32(hive, field);
   return offset == kNoOffset || (offset % 8 == 0 && offset < hive.length);
@@ -201,6 +212,10 @@ void ResetTables(const HiveImage& hive, ScanTables& tables) {
   // A key takes 80 bytes and stands in one list: a sixteenth of the image is more list entries
   // than a sound hive can have, and keeps lists that are read again and again within bounds.
   tables.entry_budget = hive.length / 16 + 65536;
+  // Rooms for a dense hive; what is not used is never touched.
+  tables.keys.reserve(hive.length / 128);
+  tables.child_entries.reserve(hive.length / 128);
+  tables.values.reserve(hive.length / 64);
 }
 
 void ScanImage(HiveImage& hive, ScanPass pass, const ScanOptions& options, ScanTables& tables) {
@@ -231,6 +246,7 @@ void ScanImage(HiveImage& hive, ScanPass pass, const ScanOptions& options, ScanT
       next = TakeCell(walk, cell, size);
     }
     next = HoldAtRestart(walk, cell, next);
+    if (!hive.offset_runs.empty()) next = HoldAtRun(walk, cell, next);
     if (next <= cell) break;  // beyond 4 GiB
     p = next;
   }

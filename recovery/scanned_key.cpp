@@ -113,7 +113,8 @@ void AddScannedKey(HiveImage& hive, const ScannedKey& key, const ScanOptions& op
                    ScanTables& tables) {
   KeyRow row;
   row.position = key.position;
-  row.root = key.flags == kRootKeyFlags || key.position == hive.root_position;
+  const bool known_root = hive.root_position != 0 && key.position == hive.root_position;
+  row.root = key.flags == kRootKeyFlags || known_root;
   if (row.root) TakeRoot(hive, key.position, tables);
   const bool own_root = row.root && key.position == hive.root_position;
   const uint32_t parent_offset = ReadU32(hive, key.position + kKeyParent);

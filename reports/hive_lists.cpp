@@ -45,6 +45,11 @@ std::string LosslessPath(const HiveImage& hive, const KeyTree& tree, uint32_t it
   return lossy ? path : std::string();
 }
 
+uint64_t LastWriteOf(const HiveImage& hive, uint32_t key) {
+  return ReadU32(hive, key + kKeyLastWrite) | uint64_t{ReadU32(hive, key + kKeyLastWrite + 4)}
+                                                  << 32;
+}
+
 bool IsPlain(std::string_view text) {
   return std::all_of(text.begin(), text.end(), [](char c) { return c > 0 && c != '?'; });
 }
@@ -173,14 +178,14 @@ OutputListPtr ListKeyTree(const HiveImage& hive, const KeyTree& tree, uint32_t i
     const KeyItem& it = tree.items[at];
     const std::string& path = paths.PathOf(at);
     if (!IsKeyItem(tree, at)) continue;
-    const uint64_t last_write = ReadU32(hive, it.position + kKeyLastWrite) |
-                                uint64_t{ReadU32(hive, it.position + kKeyLastWrite + 4)} << 32;
+    const bool has_cell = HasKeyCell(tree, at);
+    const uint64_t last_write = has_cell ? LastWriteOf(hive, it.position) : 0;
     const bool under_key =
         it.parent != kNoItem &&
         (IsKeyItem(tree, it.parent) || tree.items[it.parent].kind == ItemKind::kPathCopy);
     const std::string lossless = lossy[at] ? ItemPathUtf8(hive, tree, at, nullptr) : "";
     RowFacts facts;
-    facts.about_key = true;
+    facts.about_key = has_cell;
     facts.last_write = last_write;
     facts.path = lossless;
     AddTexts(*list,
@@ -207,7 +212,7 @@ OutputListPtr ListKeyValues(const HiveImage& hive, const KeyTree& tree, uint32_t
   for (uint32_t at = all ? 0 : item; at < (all ? count : item + 1); ++at) {
     if ((at & kStopPollMask) == 0 && StopRequested()) break;
     const bool asked_copy = !all && tree.items[at].kind == ItemKind::kPathCopy;
-    if (!IsKeyItem(tree, at) && !asked_copy) continue;
+    if (!HasKeyCell(tree, at) && !asked_copy) continue;
     const uint32_t key = tree.items[at].position;
     const std::vector<uint32_t> values = ListedValues(hive, key, budget);
     if (values.empty()) continue;
