@@ -1,7 +1,6 @@
 #include "hive/offset_map.h"
 
 #include <algorithm>
-#include <array>
 #include <cstdlib>
 #include <map>
 
@@ -10,6 +9,8 @@
 
 namespace hivequarry {
 namespace {
+
+constexpr uint32_t kMostSearches = 8;  // for references all over the image
 
 struct Bin {
   uint32_t position = 0;
@@ -91,29 +92,90 @@ uint32_t FirstThatReaches(const HiveImage& hive, uint32_t begin, uint32_t end) {
   return first;
 }
 
-// Where the cells begin that stand at the distance of what comes at `end`, in the bin at `bin`,
-// when `moved` bytes were put in (or, negative, lost) somewhere between.
-//
-// The chain of cells breaks behind the cell in which that happened: it is longer or shorter than
-// its size says by just as much, and from there the chain reaches `end`. Where the cell's own size
-// is lost it is the next place from which the chain reaches.
-uint32_t FindBreak(const HiveImage& hive, uint32_t bin, uint32_t end, int64_t moved) {
-  constexpr size_t kLastCells = 4;  // the chain may have gone on a little through what was moved
-  std::array<uint32_t, kLastCells> last{};
-  last.fill(bin + kBinHeaderSize);
-  for (uint32_t at = bin + kBinHeaderSize; at < end;) {
+// A change of distance to be placed: between `begin`, a bin's first cell, and `end`, where the next
+// bin or the end of the image stands.
+struct Change {
+  uint32_t begin = 0;
+  uint32_t end = 0;
+  uint32_t delta_before = 0;
+  uint32_t delta_after = 0;
+
+  // Bytes put in, or, negative, lost.
+  int64_t Moved() const { return static_cast<int32_t>(delta_after - delta_before); }
+};
+
+// Cells that follow each other from the change's begin, as far as they do; `at` is where that ends.
+std::vector<uint32_t> CellsOf(const HiveImage& hive, const Change& change, uint32_t& at) {
+  std::vector<uint32_t> cells;
+  for (at = change.begin; at < change.end;) {
     const uint32_t length = CellLength(ReadU32(hive, at));
-    if (length == 0 || length % 8 != 0 || length > end - at) break;
-    std::rotate(last.begin(), last.end() - 1, last.end());
-    last[0] = at;
+    if (length == 0 || length % 8 != 0 || length > change.end - at) break;
+    cells.push_back(at);
     at += length;
   }
-  for (const uint32_t cell : last) {
-    const int64_t next = int64_t{cell} + CellLength(ReadU32(hive, cell)) + moved;
-    if (next <= cell || next % 4 != 0 || next > end) continue;
-    if (ChainReaches(hive, static_cast<uint32_t>(next), end)) return static_cast<uint32_t>(next);
+  return cells;
+}
+
+// How often each offset in [first, last) is written anywhere in the image, by 8-byte steps. Nearly
+// all words in so narrow a range are references.
+std::vector<uint32_t> CountReferences(const HiveImage& hive, uint32_t first, uint32_t last) {
+  std::vector<uint32_t> counts((last - first) / 8 + 1);
+  for (uint32_t p = 0; InsideHive(hive, p, 4); p += 4) {
+    const uint32_t word = ReadU32(hive, p);
+    if (word >= first && word < last && word % 8 == 0) ++counts[(word - first) / 8];
   }
-  return FirstThatReaches(hive, last[0] + 8, end);
+  return counts;
+}
+
+// When just as many bytes are lost as a cell had, the chain goes on as if nothing had happened.
+// Then the offsets that lead to the cells tell how far they stand: the change lies where most of
+// them fit, those in front at the distance before and those behind at the distance after.
+uint32_t BreakByReferences(const HiveImage& hive, const Change& change,
+                           const std::vector<uint32_t>& cells) {
+  const uint32_t slack = static_cast<uint32_t>(std::abs(change.Moved())) + 8;
+  const uint32_t first = (change.begin - change.delta_before - slack) / 8 * 8;
+  const std::vector<uint32_t> counts =
+      CountReferences(hive, first, change.end - change.delta_before + slack);
+  const auto count_of = [&](uint32_t offset) -> int64_t {
+    const uint32_t step = (offset - first) / 8;
+    return offset % 8 == 0 && step < counts.size() ? counts[step] : 0;
+  };
+  // What a change in front of a cell has over one behind it, summed up from the last cell on.
+  int64_t gain = 0;
+  int64_t best_gain = 0;
+  uint32_t best = change.end;
+  for (auto cell = cells.rbegin(); cell != cells.rend(); ++cell) {
+    gain += count_of(*cell - change.delta_after) - count_of(*cell - change.delta_before);
+    if (gain <= best_gain) continue;
+    best_gain = gain;
+    best = *cell;
+  }
+  return best;
+}
+
+// Where the cells begin that stand at the distance after the change.
+//
+// The chain of cells breaks behind the cell in which the change happened: it is longer or shorter
+// than its size says by just as much, and from there the chain reaches the end. Where the cell's
+// own size is lost it is the next place from which the chain reaches. Where the chain does not
+// break at all references decide; each such search reads the image, so `searches` bounds them.
+uint32_t FindBreak(const HiveImage& hive, const Change& change, uint32_t& searches) {
+  constexpr size_t kLastCells = 4;  // the chain may have gone on a little through what was moved
+  uint32_t broken = 0;
+  const std::vector<uint32_t> cells = CellsOf(hive, change, broken);
+  if (broken == change.end && searches > 0) {
+    --searches;
+    return BreakByReferences(hive, change, cells);
+  }
+  const size_t tried = std::min(cells.size(), kLastCells);
+  for (auto cell = cells.rbegin(); cell != cells.rbegin() + static_cast<ptrdiff_t>(tried); ++cell) {
+    const int64_t next = int64_t{*cell} + CellLength(ReadU32(hive, *cell)) + change.Moved();
+    if (next <= *cell || next % 4 != 0 || next > change.end) continue;
+    const auto place = static_cast<uint32_t>(next);
+    if (ChainReaches(hive, place, change.end)) return place;
+  }
+  const uint32_t last = cells.empty() ? change.begin : cells.back();
+  return FirstThatReaches(hive, last + 8, change.end);
 }
 
 class RunBuilder {
@@ -125,15 +187,14 @@ class RunBuilder {
   void Add(const Bin& bin) {
     OffsetRun& open = hive_.offset_runs.back();
     const bool foreign = !IsOwn(bin);
-    const int64_t moved = Change(bin);
     if (!foreign) {
       delta_ = bin.Delta();
       own_end_ = bin.own_offset + bin.size;
     }
     if (open.delta != bin.Delta() || open.foreign != foreign) {
       const bool shift = !foreign && !open.foreign && any_;
-      const uint32_t start =
-          shift ? FindBreak(hive_, last_bin_, bin.position, moved) : bin.position;
+      const Change change{last_bin_ + kBinHeaderSize, bin.position, open.delta, bin.Delta()};
+      const uint32_t start = shift ? FindBreak(hive_, change, searches_) : bin.position;
       open.end = start;
       hive_.offset_runs.push_back({start, hive_.length, bin.Delta(), foreign});
     }
@@ -144,15 +205,16 @@ class RunBuilder {
  private:
   bool IsOwn(const Bin& bin) const {
     if (any_ && bin.own_offset < own_end_) return false;
-    return std::abs(Change(bin)) < int64_t{kLargestShift};
+    // How far the bin stands from where the own bins before it put it.
+    const int64_t moved = static_cast<int32_t>(bin.Delta() - delta_);
+    return std::abs(moved) < int64_t{kLargestShift};
   }
-  // How far a bin stands from where the own bins before it put it.
-  int64_t Change(const Bin& bin) const { return static_cast<int32_t>(bin.Delta() - delta_); }
 
   HiveImage& hive_;
   uint32_t delta_;         // of the own bins before
   uint32_t own_end_ = 0;   // offset behind them
   uint32_t last_bin_ = 0;  // position
+  uint32_t searches_ = kMostSearches;
   bool any_ = false;
 };
 
@@ -164,10 +226,12 @@ void AddTail(HiveImage& hive, const Bin& last) {
   const bool small = change != 0 && change % 8 == 0 && std::abs(change) < 4096;
   if (!small || open.foreign) return;
   if (ChainReaches(hive, last.position + kBinHeaderSize, static_cast<uint32_t>(end))) return;
-  const uint32_t start = FindBreak(hive, last.position, hive.length, change);
+  const uint32_t delta = open.delta + static_cast<uint32_t>(change);
+  uint32_t searches = 0;
+  const uint32_t start =
+      FindBreak(hive, {last.position + kBinHeaderSize, hive.length, open.delta, delta}, searches);
   if (start >= hive.length) return;
   open.end = start;
-  const uint32_t delta = open.delta + static_cast<uint32_t>(change);
   hive.offset_runs.push_back({start, hive.length, delta, false});
 }
 
