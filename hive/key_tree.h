@@ -11,6 +11,7 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 #include "hive/image.h"
@@ -64,6 +65,13 @@ struct KeyItem {
   bool connected = false;  // hangs from the root cell through subkey lists
 };
 
+// The list entry from which a sibling was made.
+struct SiblingNote {
+  uint16_t signature = 0;  // of the list
+  uint32_t count = 0;      // of the list
+  uint32_t row = 0;        // of the entry among the recorded ones
+};
+
 struct KeyTree {
   std::vector<KeyItem> items;            // empty before a load
   uint32_t disconnected_keys = kNoItem;  // the folder items
@@ -73,6 +81,7 @@ struct KeyTree {
   PositionIndex key_positions;                         // the keys' cell positions
   std::vector<uint32_t> item_of_rank;                  // item by rank in key_positions
   std::vector<uint32_t> disconnected_value_positions;  // ascending
+  std::unordered_map<uint32_t, SiblingNote> sibling_notes;  // by position of the made key
 };
 
 inline uint32_t FirstChild(const KeyTree& tree, uint32_t item) {

@@ -351,6 +351,7 @@ void HangKeys(const HiveImage& hive, ScanTables& tables, KeyTree& tree) {
   CloseItem(tree, tree.disconnected_values);
   CloseItem(tree, 0);
   tree.key_positions = std::move(tables.key_index);
+  tree.sibling_notes = std::move(tables.sibling_notes);
 }
 
 }  // namespace hivequarry

@@ -157,9 +157,26 @@ void AddEvidence(const HiveImage& hive, const KeyTree& tree, const KeyItem& it,
   }
 }
 
+// What stands beside the name of a made key: the child that names it, or the list entry.
+std::string MadeKeyText(const HiveImage& hive, const KeyTree& tree, const KeyItem& it) {
+  const uint32_t item = ItemOfPosition(tree, it.position);
+  const std::string name = ItemName(hive, tree, item);
+  if ((it.marks & kMarkParent) != 0) {
+    const uint32_t child = ItemOfPosition(tree, it.evidence - kKeyParent);
+    return child == kNoItem ? name : name + " (" + ItemName(hive, tree, child) + ")";
+  }
+  const auto note = tree.sibling_notes.find(it.position);
+  if (note == tree.sibling_notes.end()) return {};
+  char text[48];
+  std::snprintf(text, sizeof(text), " (Lh2:%X-%u:%u)", note->second.signature, note->second.count,
+                note->second.row);
+  return name + text;
+}
+
 // What the tree knows of the key beyond its cell.
 void AddTreeFields(const HiveImage& hive, const KeyTree& tree, const KeyItem& it,
                    DetailLines& lines) {
+  if ((it.marks & kVirtualMarks) != 0) lines.Add("Made for", MadeKeyText(hive, tree, it));
   lines.Add("Connected", it.connected ? "yes" : "no");
   lines.Add("Status", StatusText(it.marks));
   uint32_t parent = 0;

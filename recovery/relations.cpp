@@ -134,7 +134,6 @@ bool IsKeyWithFlippedBit(const HiveImage& hive, uint32_t position) {
 }
 
 // --- missing parents
-// ------------------------------------------------------------------------------
 
 // A key for a place of which only a child's parent field tells.
 void AddParentAt(Repair& repair, uint32_t position, uint32_t child) {
@@ -179,7 +178,6 @@ void FindMissingParents(Repair& repair) {
 }
 
 // --- implausible parents
-// --------------------------------------------------------------------------
 
 void RepairParents(Repair& repair) {
   ScanTables& tables = repair.tables;
@@ -210,7 +208,6 @@ void RepairParents(Repair& repair) {
 }
 
 // --- missing children
-// -----------------------------------------------------------------------------
 
 // A list is believed when its count is its key's, or at least half of its entries lead to keys.
 bool IsListBelieved(const Repair& repair, const KeyRow& owner) {
@@ -292,7 +289,6 @@ void FindMissingChildren(Repair& repair) {
 }
 
 // --- missing siblings
-// -----------------------------------------------------------------------------
 
 // At least one companion is a key, and at least half are or were.
 bool IsRecordBelieved(const Repair& repair, const RecordedList& list) {
@@ -322,9 +318,9 @@ uint32_t ParentOfList(const Repair& repair, const RecordedList& list) {
   return kNoOffset;
 }
 
-void TakeSibling(Repair& repair, const RecordedList& list, const SiblingEntry& entry,
-                 uint32_t parent) {
+void TakeSibling(Repair& repair, const RecordedList& list, uint32_t entry_row, uint32_t parent) {
   ScanTables& tables = repair.tables;
+  const SiblingEntry& entry = repair.records.entries[entry_row];
   uint32_t row = RowAt(tables, entry.target);
   if (row == kNoRow) {
     if (!IsKeyPlace(repair.hive, entry.target)) return;
@@ -336,6 +332,8 @@ void TakeSibling(Repair& repair, const RecordedList& list, const SiblingEntry& e
     if (list.kind != ListKind::kLf || !ReadHint(repair.hive, entry.position, hint)) hint = 0;
     row = AddVirtualKey(repair, entry.target, kMarkSibling, hint, entry.position);
     tables.keys[row].parent = parent;
+    tables.sibling_notes[entry.target] = {ReadU16(repair.hive, list.position + 4), list.count,
+                                          entry_row};
     ++tables.virtual_siblings;
     return;
   }
@@ -357,13 +355,12 @@ void FindMissingSiblings(Repair& repair) {
     if (!IsRecordBelieved(repair, list)) continue;
     const uint32_t parent = ParentOfList(repair, list);
     for (uint32_t j = 0; j < list.entries; ++j) {
-      TakeSibling(repair, list, repair.records.entries[list.first + j], parent);
+      TakeSibling(repair, list, list.first + j, parent);
     }
   }
 }
 
 // --- the end
-// --------------------------------------------------------------------------------------
 
 // Sorts the rows by position again and resolves every entry to its row.
 void SortRows(ScanTables& tables, const HiveImage& hive) {

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "hive/image.h"
+#include "hive/key_tree.h"
 #include "hive/position_index.h"
 #include "hive/subkey_list.h"
 
@@ -99,6 +100,7 @@ struct ScanTables {
   uint32_t virtual_parents = 0;
   uint32_t virtual_children = 0;
   uint32_t virtual_siblings = 0;
+  std::unordered_map<uint32_t, SiblingNote> sibling_notes;  // by position of the made key
 };
 
 // The row of the key at a position, kNoRow when there is none. Once the index is sealed.

@@ -650,6 +650,20 @@ TEST(Relations, DetailNamesTheEvidence) {
   }
 }
 
+TEST(Relations, DetailSaysWhatAKeyWasMadeFor) {
+  OpenedHive opened(Family(List::kLf, [](BuiltHive& h) {
+    Wipe(h, "A");
+    Wipe(h, "A\\Alpha");
+  }));
+  const auto detail = [&](const char* path) {
+    return KeyDetail(opened.hive, opened.tree, opened.Item(path));
+  };
+  EXPECT_NE(detail("Unnamed(01)").find("Made for: Unnamed(01) (Bravo)"), std::string::npos)
+      << detail("Unnamed(01)");
+  EXPECT_NE(detail("Unnamed(01)\\Alph").find("Made for: Alph (Lh2:666C-3:0)"), std::string::npos)
+      << detail("Unnamed(01)\\Alph");
+}
+
 }  // namespace
 // What stands at the place of a made key is some other record, or nothing: none of its bytes are a
 // value count, a value list or a date.
