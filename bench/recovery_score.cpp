@@ -358,10 +358,6 @@ void CountValues(const Truth& truth, const Damaged& damaged, const Opened& opene
   }
 }
 
-bool IsKeyOrCopy(const KeyTree& tree, uint32_t item) {
-  return IsKeyItem(tree, item) || tree.items[item].kind == ItemKind::kPathCopy;
-}
-
 Score CountHive(const Truth& truth, const Damaged& damaged) {
   Score score;
   const Opened opened = OpenBytes(damaged.bytes);

@@ -185,6 +185,9 @@ inline uint16_t ReadU16(const HiveImage& hive, uint32_t position) {
   if (TheHiveTable().suspended.load(std::memory_order_relaxed)) return 0;
   return LoadU16(hive.buffer.get() + position);
 }
+inline uint64_t ReadU64(const HiveImage& hive, uint32_t position) {
+  return ReadU32(hive, position) | uint64_t{ReadU32(hive, position + 4)} << 32;
+}
 // Big-endian variant of ReadU32.
 uint32_t ReadU32BigEndian(const HiveImage& hive, uint32_t position);
 uint8_t ReadU8(const HiveImage& hive, uint32_t position);

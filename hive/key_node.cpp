@@ -61,8 +61,7 @@ void ReadFields(const HiveImage& hive, uint32_t position, KeyNode& key) {
   key.position = position;
   key.size = ReadU32(hive, position);
   key.signature_and_flags = ReadU32(hive, position + 4);
-  key.last_write = ReadU32(hive, position + kKeyLastWrite) |
-                   uint64_t{ReadU32(hive, position + kKeyLastWrite + 4)} << 32;
+  key.last_write = ReadU64(hive, position + kKeyLastWrite);
   key.parent = ReadOffset(hive, position + kKeyParent);
   key.subkey_count = ReadU32(hive, position + kKeySubkeyCount);
   key.subkey_list = ReadOffset(hive, position + kKeySubkeyList);
@@ -164,16 +163,20 @@ std::vector<uint8_t> ReadClassName(const HiveImage& hive, const KeyNode& key) {
   return ReadUpTo(hive, key.class_name + 4, length);
 }
 
-std::string KeyNameUtf8(const HiveImage& hive, uint32_t position) {
-  const std::vector<uint8_t> raw = ReadRawKeyName(hive, position);
-  const bool wide = static_cast<uint8_t>(ReadU16(hive, position + kKeyFlags)) == 0;
+std::u16string WideKeyName(const HiveImage& hive, uint32_t position, uint32_t length) {
+  const std::vector<uint8_t> raw = ReadUpTo(hive, position + kKeyName, length);
+  const bool wide = ReadU8(hive, position + kKeyFlags) == 0;
   std::u16string text;
   // A single-byte name is the low bytes of UTF-16, not text of a code page.
   const size_t step = wide ? 2 : 1;
   for (size_t i = 0; i + step <= raw.size(); i += step) {
     text.push_back(wide ? LoadU16(raw.data() + i) : raw[i]);
   }
-  return Utf8FromWide(text);
+  return text;
+}
+
+std::string KeyNameUtf8(const HiveImage& hive, uint32_t position) {
+  return Utf8FromWide(WideKeyName(hive, position, ReadU16(hive, position + kKeyNameLength)));
 }
 
 }  // namespace hivequarry

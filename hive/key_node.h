@@ -81,6 +81,8 @@ uint32_t ValueListOf(const HiveImage& hive, uint32_t key_position);
 std::vector<uint8_t> ReadRawKeyName(const HiveImage& hive, uint32_t position);
 std::vector<uint8_t> ReadClassName(const HiveImage& hive, const KeyNode& key);
 
+// The name, nothing lost, of `length` bytes as stored (at most 510 are read).
+std::u16string WideKeyName(const HiveImage& hive, uint32_t position, uint32_t length);
 // The name, nothing lost: UTF-8 of the stored UTF-16 or code-page text.
 std::string KeyNameUtf8(const HiveImage& hive, uint32_t position);
 

@@ -99,6 +99,10 @@ inline bool HasChildren(const KeyTree& tree, uint32_t item) {
 // root key.
 bool IsKeyItem(const KeyTree& tree, uint32_t item);
 
+// True for an item that is shown as a key: one that stands for it, or a path copy.
+inline bool IsKeyOrCopy(const KeyTree& tree, uint32_t item) {
+  return IsKeyItem(tree, item) || tree.items[item].kind == ItemKind::kPathCopy;
+}
 // True for an item that stands for a key with a cell of its own, which has values and a date; not
 // for a made key.
 inline bool HasKeyCell(const KeyTree& tree, uint32_t item) {

@@ -309,6 +309,10 @@ int32_t ShiftAt(const HiveImage& hive, uint32_t position) {
   return run.foreign ? 0 : static_cast<int32_t>(run.delta - hive.data_base);
 }
 
+uint32_t OffsetOfPosition(const HiveImage& hive, uint32_t position) {
+  return position - hive.data_base - static_cast<uint32_t>(ShiftAt(hive, position));
+}
+
 bool IsForeign(const HiveImage& hive, uint32_t position) {
   return !hive.offset_runs.empty() && RunAt(hive, position).foreign;
 }

@@ -33,6 +33,8 @@ bool MapOffsets(HiveImage& hive);
 
 // What moves the cells behind `position`: the distance there less the nominal one. 0 for none.
 int32_t ShiftAt(const HiveImage& hive, uint32_t position);
+// The offset by which the hive's own cells name a position.
+uint32_t OffsetOfPosition(const HiveImage& hive, uint32_t position);
 // True for a position in bins of another hive.
 bool IsForeign(const HiveImage& hive, uint32_t position);
 

@@ -3,9 +3,11 @@
 #include <cstdio>
 
 #include "hive/key_node.h"
+#include "hive/offset_map.h"
 #include "hive/timestamp.h"
 #include "hive/value_key.h"
 #include "hive/value_text.h"
+#include "recovery/list_recorder.h"
 
 namespace hivequarry {
 namespace {
@@ -167,10 +169,8 @@ std::string MadeKeyText(const HiveImage& hive, const KeyTree& tree, const KeyIte
   }
   const auto note = tree.sibling_notes.find(it.position);
   if (note == tree.sibling_notes.end()) return {};
-  char text[48];
-  std::snprintf(text, sizeof(text), " (Lh2:%X-%u:%u)", note->second.signature, note->second.count,
-                note->second.row);
-  return name + text;
+  return name + " (Lh2:" + ListKindText(note->second.signature, note->second.count) + ":" +
+         std::to_string(note->second.row) + ")";
 }
 
 // What the tree knows of the key beyond its cell.
@@ -179,14 +179,19 @@ void AddTreeFields(const HiveImage& hive, const KeyTree& tree, const KeyItem& it
   if ((it.marks & kVirtualMarks) != 0) lines.Add("Made for", MadeKeyText(hive, tree, it));
   lines.Add("Connected", it.connected ? "yes" : "no");
   lines.Add("Status", StatusText(it.marks));
-  uint32_t parent = 0;
-  if (it.parent != kNoItem) parent = tree.items[it.parent].position - hive.data_base;
-  lines.Add("Info", MarkWords(it.marks, it.repairs, parent));
+  lines.Add("Info", InfoWords(hive, tree, it));
   lines.AddCount("Marks", it.marks);
   AddEvidence(hive, tree, it, lines);
 }
 
 }  // namespace
+
+std::string InfoWords(const HiveImage& hive, const KeyTree& tree, const KeyItem& it) {
+  const bool under_key = it.parent != kNoItem && IsKeyOrCopy(tree, it.parent);
+  const uint32_t parent =
+      under_key ? OffsetOfPosition(hive, tree.items[it.parent].position) : kNoOffset;
+  return MarkWords(it.marks, it.repairs, parent);
+}
 
 std::vector<uint32_t> ListedValues(const HiveImage& hive, uint32_t key_position, uint32_t& budget) {
   std::vector<uint32_t> listed;
@@ -216,7 +221,7 @@ ItemValues ShowItemValues(const HiveImage& hive, const KeyTree& tree, uint32_t i
     values.info_rows.push_back(InfoRow("Info", "Keys not connected to the Root cell"));
     return values;
   }
-  if (!IsKeyItem(tree, item) && it.kind != ItemKind::kPathCopy) return values;
+  if (!IsKeyOrCopy(tree, item)) return values;
   if ((it.marks & kVirtualMarks) != 0) {
     values.info_rows.push_back(InfoRow("(No values set)", ""));
     return values;
@@ -257,7 +262,8 @@ ValueRow MakeValueRow(const HiveImage& hive, const ValueKey& value, std::span<co
 }
 
 std::string KeyDetail(const HiveImage& hive, const KeyTree& tree, uint32_t item) {
-  return IsKeyItem(tree, item) ? KeyDetailAt(hive, tree, tree.items[item].position) : std::string();
+  return IsKeyOrCopy(tree, item) ? KeyDetailAt(hive, tree, tree.items[item].position)
+                                 : std::string();
 }
 
 std::string KeyDetailAt(const HiveImage& hive, const KeyTree& tree, uint32_t position) {

@@ -47,6 +47,9 @@ ValueRow MakeValueRow(const HiveImage& hive, uint32_t value_position,
 ValueRow MakeValueRow(const HiveImage& hive, const ValueKey& value, std::span<const uint8_t> data,
                       const ValueViewOptions& options);
 
+// The words of an item's info column, with the offset of the key that it hangs under.
+std::string InfoWords(const HiveImage& hive, const KeyTree& tree, const KeyItem& it);
+
 // The detail view of a key: one "label: text" line a field ("\r\n" line ends).
 std::string KeyDetail(const HiveImage& hive, const KeyTree& tree, uint32_t item);
 // The same for the key cell at a position, whether or not the tree shows it; empty when there is no

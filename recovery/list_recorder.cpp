@@ -109,10 +109,9 @@ const RecordedList& ListOfEntry(const ListRecords& records, uint32_t entry) {
   return *std::prev(behind);
 }
 
-std::string ListKindText(const RecordedList& list) {
-  constexpr uint16_t kSignatures[] = {0, kSignatureLf, kSignatureLh, kSignatureLi, kSignatureRi};
+std::string ListKindText(uint16_t signature, uint32_t count) {
   char text[24];
-  std::snprintf(text, sizeof(text), "%X-%u", kSignatures[static_cast<int>(list.kind)], list.count);
+  std::snprintf(text, sizeof(text), "%X-%u", signature, count);
   return text;
 }
 

@@ -46,7 +46,7 @@ uint32_t EntryOfTarget(const ListRecords& records, uint32_t target);
 const RecordedList& ListOfEntry(const ListRecords& records, uint32_t entry);
 
 // The kind and count of a list as shown: "666C-12".
-std::string ListKindText(const RecordedList& list);
+std::string ListKindText(uint16_t signature, uint32_t count);
 // True for an "lf" entry at `position` whose four characters could begin a name.
 bool ReadHint(const HiveImage& hive, uint32_t position, uint32_t& hint);
 

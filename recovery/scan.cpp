@@ -45,10 +45,6 @@ uint32_t TakeBin(Walk& walk, uint32_t p) {
   const bool in_place = p % 4096 == 0 || !hive.offset_runs.empty();
   const bool sized = row.size >= 4096 && row.size % 4096 == 0 && in_place;
   if (sized) walk.bin_size = row.size;
-  if (sized && row.size > 4096 && InsideHive(hive, p, row.size) &&
-      ReadU32(hive, p + row.size) == kBinSignature) {
-    row.next = p + row.size;
-  }
   if (walk.pass == ScanPass::kCollect) walk.tables.bins.push_back(row);
   return p + kBinHeaderSize;
 }
@@ -98,7 +94,6 @@ uint32_t TakeValue(Walk& walk, uint32_t p, uint32_t length) {
   if (length > kLongestValueCell || !fits || !StepsByLength(walk, length)) return p + 8;
   if (walk.pass == ScanPass::kCollect) {
     walk.tables.values.push_back(p);
-    ++walk.tables.items;
   }
   return p + length;
 }
@@ -106,7 +101,6 @@ uint32_t TakeValue(Walk& walk, uint32_t p, uint32_t length) {
 uint32_t TakeSecurity(Walk& walk, uint32_t p, uint32_t length) {
   if (walk.pass == ScanPass::kCollect) {
     walk.tables.securities.push_back(p);
-    ++walk.tables.items;
   }
   return StepsByLength(walk, length) ? p + length : p + 8;
 }
@@ -137,7 +131,6 @@ uint32_t TakeList(Walk& walk, uint32_t p, ListKind kind, uint32_t length) {
   // A fragment's lists are wanted at once; those of a hive only when its tree is not sound.
   if (collecting != walk.hive.header_valid) {
     walk.tables.lists.push_back(p);
-    ++walk.tables.items;
   }
   return next;
 }

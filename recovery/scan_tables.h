@@ -51,7 +51,6 @@ struct ChildEntry {
 struct DamageRow {
   uint32_t position = 0;               // of the key
   uint8_t bits = 0;                    // KeyDamage
-  uint32_t root_parent = kNoOffset;    // with kDamageRootParent
   uint32_t value_list = kNoOffset;     // with kDamageValueList, the offset as stored
   uint32_t failed_parent = kNoOffset;  // with kDamageParent, the position
 };
@@ -60,7 +59,6 @@ struct BinTableRow {
   uint32_t position = 0;
   uint32_t own_offset = 0;
   uint32_t size = 0;
-  uint32_t next = 0;  // position of the next bin, for a bin larger than 4096 bytes; else 0
 };
 
 enum class ListStyle : uint8_t { kUndecided = 0, kHashed = 1, kHinted = 2 };
@@ -75,8 +73,7 @@ struct NameHashRow {
 struct ScanTables {
   std::vector<KeyRow> keys;
   std::vector<ChildEntry> child_entries;
-  std::vector<uint32_t> roots;     // positions of root keys
-  std::vector<uint32_t> top_keys;  // positions of keys whose parent offset is 0x20
+  std::vector<uint32_t> roots;  // positions of root keys
   std::vector<DamageRow> damage;
   std::vector<NameHashRow> name_hashes;
   std::vector<uint32_t> values;      // positions of accepted value cells, ascending
@@ -93,7 +90,6 @@ struct ScanTables {
   uint32_t largest_parent = 0;   // largest parent position seen
   uint32_t generated_names = 0;  // how many were given out
   uint32_t entry_budget = 0;     // list entries that may still be read
-  uint32_t items = 0;            // rows produced, for progress
   // Rows of keys that were added after the index was sealed, by position.
   bool sealed = false;
   std::unordered_map<uint32_t, uint32_t> added_rows;

@@ -11,9 +11,7 @@
 namespace hivequarry {
 namespace {
 
-constexpr uint32_t kTopKeyParent = 0x20;  // parent offset of a child of the first cell
-constexpr uint32_t kParentMargin = 80;    // a parent cannot start this close to the end
-constexpr uint32_t kMaxNameLength = 510;
+constexpr uint32_t kParentMargin = 80;  // a parent cannot start this close to the end
 
 bool InDataArea(const HiveImage& hive, uint32_t position) {
   return position >= hive.data_start && position < hive.length;
@@ -27,7 +25,6 @@ void FindDamage(const HiveImage& hive, const ScannedKey& key, const KeyRow& row,
   if (row.root) {
     if (!InDataArea(hive, parent)) {
       damage.bits |= kDamageRootParent;
-      damage.root_parent = parent;
     }
     if (ReadU32(hive, key.position + kKeySubkeyCount) == 0) damage.bits |= kDamageRootNoKeys;
   } else if (parent_offset != kNoOffset) {
@@ -78,20 +75,8 @@ void AddChildEntries(const HiveImage& hive, KeyRow& row, ScanTables& tables) {
   row.entry_count = static_cast<uint32_t>(entries.size());
 }
 
-std::u16string WideName(const HiveImage& hive, uint32_t position, uint32_t length) {
-  const bool wide = ReadU8(hive, position + kKeyFlags) == 0;
-  std::vector<uint8_t> raw(std::min(length, kMaxNameLength));
-  raw.resize(ReadBytes(hive, position + kKeyName, raw.data(), static_cast<uint32_t>(raw.size())));
-  std::u16string name;
-  const size_t step = wide ? 2 : 1;
-  for (size_t i = 0; i + step <= raw.size(); i += step) {
-    name.push_back(wide ? LoadU16(raw.data() + i) : raw[i]);
-  }
-  return name;
-}
-
 void AddNameHashes(const HiveImage& hive, uint32_t position, uint32_t length, ScanTables& tables) {
-  const std::u16string name = WideName(hive, position, length);
+  const std::u16string name = WideKeyName(hive, position, length);
   if (tables.list_style != ListStyle::kHinted) {
     tables.name_hashes.push_back({position, NameHash(name), ListStyle::kHashed});
   }
@@ -117,14 +102,10 @@ void AddScannedKey(HiveImage& hive, const ScannedKey& key, const ScanOptions& op
   row.root = key.flags == kRootKeyFlags || known_root;
   if (row.root) TakeRoot(hive, key.position, tables);
   const bool own_root = row.root && key.position == hive.root_position;
-  const uint32_t parent_offset = ReadU32(hive, key.position + kKeyParent);
   row.parent = own_root ? kNoOffset : ReadOffset(hive, key.position + kKeyParent);
-  if (row.parent != kNoOffset) {
-    // Offsets that lead outside the image tell nothing of how far parents reach.
-    if (row.parent < hive.length) {
-      tables.largest_parent = std::max(tables.largest_parent, row.parent);
-    }
-    if (parent_offset == kTopKeyParent) tables.top_keys.push_back(key.position);
+  // Offsets that lead outside the image tell nothing of how far parents reach.
+  if (row.parent < hive.length) {
+    tables.largest_parent = std::max(tables.largest_parent, row.parent);
   }
 
   uint32_t name_length = ReadU16(hive, key.position + kKeyNameLength);
@@ -149,7 +130,6 @@ void AddScannedKey(HiveImage& hive, const ScannedKey& key, const ScanOptions& op
     InsertPosition(tables.key_index, key.position);
   }
   tables.keys.push_back(row);
-  ++tables.items;
 }
 
 }  // namespace hivequarry

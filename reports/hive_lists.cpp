@@ -45,11 +45,6 @@ std::string LosslessPath(const HiveImage& hive, const KeyTree& tree, uint32_t it
   return lossy ? path : std::string();
 }
 
-uint64_t LastWriteOf(const HiveImage& hive, uint32_t key) {
-  return ReadU32(hive, key + kKeyLastWrite) | uint64_t{ReadU32(hive, key + kKeyLastWrite + 4)}
-                                                  << 32;
-}
-
 bool IsPlain(std::string_view text) {
   return std::all_of(text.begin(), text.end(), [](char c) { return c > 0 && c != '?'; });
 }
@@ -179,10 +174,8 @@ OutputListPtr ListKeyTree(const HiveImage& hive, const KeyTree& tree, uint32_t i
     const std::string& path = paths.PathOf(at);
     if (!IsKeyItem(tree, at)) continue;
     const bool has_cell = HasKeyCell(tree, at);
-    const uint64_t last_write = has_cell ? LastWriteOf(hive, it.position) : 0;
-    const bool under_key =
-        it.parent != kNoItem &&
-        (IsKeyItem(tree, it.parent) || tree.items[it.parent].kind == ItemKind::kPathCopy);
+    const uint64_t last_write = has_cell ? ReadU64(hive, it.position + kKeyLastWrite) : 0;
+    const bool under_key = it.parent != kNoItem && IsKeyOrCopy(tree, it.parent);
     const std::string lossless = lossy[at] ? ItemPathUtf8(hive, tree, at, nullptr) : "";
     RowFacts facts;
     facts.about_key = has_cell;

@@ -19,16 +19,6 @@ void Append(std::string& text, std::string_view separator, std::string_view labe
   text += words;
 }
 
-bool IsFolder(const KeyItem& it) {
-  return it.kind == ItemKind::kDisconnectedKeys || it.kind == ItemKind::kDisconnectedValues;
-}
-
-std::string InfoWords(const HiveImage& hive, const KeyTree& tree, const KeyItem& it) {
-  const bool has_parent = it.parent != kNoItem && !IsFolder(tree.items[it.parent]);
-  const uint32_t parent = has_parent ? tree.items[it.parent].position - hive.data_base : 0;
-  return MarkWords(it.marks, it.repairs, parent);
-}
-
 std::string Words(const HiveImage& hive, const KeyTree& tree, const KeyItem& it,
                   std::string_view separator) {
   std::string text;
@@ -66,7 +56,7 @@ std::wstring ItemDetail(const HiveImage& hive, const KeyTree& tree, uint32_t ite
   const KeyItem& it = tree.items[item];
   if (it.kind != ItemKind::kPathCopy) return WindowText(KeyDetail(hive, tree, item));
   return L"This is a copy of a connected key: the way to what was unlinked from it.\r\n\r\n" +
-         WindowText(KeyDetailAt(hive, tree, it.position));
+         WindowText(KeyDetail(hive, tree, item));
 }
 
 }  // namespace hivequarry
