@@ -1,15 +1,12 @@
 #include "host/files.h"
 
 #include <cerrno>
-#include <filesystem>
 #include <system_error>
 
 #include "host/host.h"
 
 namespace hivequarry {
-namespace {
-
-std::filesystem::path PathOf(const std::string& name) {
+std::filesystem::path FilePath(const std::string& name) {
 #ifdef _WIN32
   const std::u16string wide = WideFromUtf8(name);
   return std::filesystem::path(std::wstring(wide.begin(), wide.end()));
@@ -18,10 +15,8 @@ std::filesystem::path PathOf(const std::string& name) {
 #endif
 }
 
-}  // namespace
-
 std::FILE* OpenFile(const std::string& name, const char* mode, int& error) {
-  const std::filesystem::path path = PathOf(name);
+  const std::filesystem::path path = FilePath(name);
   std::error_code ignored;
   if (std::filesystem::is_directory(path, ignored)) {
     // Opening a folder for reading succeeds on some platforms and then reads nothing.

@@ -3,10 +3,13 @@
 
 #include <cstdint>
 #include <cstdio>
+#include <filesystem>
 #include <string>
 
 namespace hivequarry {
 
+// A UTF-8 file name as the standard library takes it.
+std::filesystem::path FilePath(const std::string& name);
 // Opens with the given fopen mode; on failure null with `error` set to an errno value. A folder is
 // refused on every platform (EISDIR, or what the platform reports for it).
 std::FILE* OpenFile(const std::string& name, const char* mode, int& error);

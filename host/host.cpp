@@ -1,5 +1,7 @@
 #include "host/host.h"
 
+#include "host/letter_order.h"
+
 namespace hivequarry {
 namespace {
 
@@ -86,6 +88,7 @@ Host NullHost() {
   host.clipboard = [](void*, std::string_view) { return false; };
   host.launch = [](void*, const std::string&) { return false; };
   host.local_time = [](void*, uint64_t utc) { return utc; };
+  host.sort_key = [](void*, std::string_view text) { return WesternSortKey(text); };
   host.code_page = &WesternCodePage();
   return host;
 }

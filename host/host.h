@@ -51,13 +51,16 @@ struct Host {
   bool (*launch)(void* context, const std::string& arguments) = nullptr;
   // A UTC FILETIME (100-ns units since 1601) as local time in the same unit.
   uint64_t (*local_time)(void* context, uint64_t utc) = nullptr;
+  // A key by which texts sort as the user's language has it, width of characters ignored and case
+  // heeded: two keys, compared byte by byte, compare as their texts do.
+  std::string (*sort_key)(void* context, std::string_view text) = nullptr;
   // Owned by the front end, lives as long as the table.
   const CodePage* code_page = nullptr;
 };
 
 // The table in force. Before the first SetHost it is the null host: messages answer kNo (kOk where
 // only that is offered), everything else does nothing, time is UTC, the code page is
-// WesternCodePage().
+// WesternCodePage(), letters sort alphabetically.
 const Host& CurrentHost();
 void SetHost(const Host& host);
 Host NullHost();

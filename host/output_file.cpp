@@ -1,0 +1,132 @@
+#include "host/output_file.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <iterator>
+#include <system_error>
+
+#include "host/files.h"
+#include "host/host.h"
+
+namespace hivequarry {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr int kMaxTries = 99;  // names looked at for a file beside another
+
+// Where the system shows devices and open files as names. They are written as they are: a regular
+// file that "/dev/stdout" leads to is another program's as well.
+bool IsSystemName(const std::string& name) {
+#ifdef _WIN32
+  constexpr std::string_view kDevices[] = {"NUL", "nul", "CON", "con"};
+  return name.starts_with("\\\\.\\") || std::ranges::find(kDevices, name) != std::end(kDevices);
+#else
+  return name.starts_with("/dev/") || name.starts_with("/proc/");
+#endif
+}
+
+// The file that a link leads to, so that the link stays one.
+std::string BehindLink(const std::string& name) {
+#ifndef _WIN32
+  std::error_code error;
+  const fs::path target = fs::canonical(FilePath(name), error);
+  if (!error) return target.string();
+#endif
+  return name;
+}
+
+bool OpenDirectly(const std::string& name, OutputFile& file, int& error) {
+  // Behind what is there: where the name leads to a file after all, its end is what was written to
+  // it so far.
+  file.stream = OpenFile(name, "ab", error);
+  file.name = file.written = name;
+  return file.stream != nullptr;
+}
+
+bool OpenBehind(const std::string& name, OutputFile& file, int& error) {
+  std::error_code status;
+  file.old_size = fs::file_size(FilePath(name), status);
+  error = status.value();
+  if (status) return false;
+  file.stream = OpenFile(name, "ab", error);
+  file.name = file.written = name;
+  file.mode = OutputMode::kAppend;
+  return file.stream != nullptr;
+}
+
+bool OpenBeside(const std::string& name, bool exists, OutputFile& file, int& error) {
+  file.name = name;
+  file.written = NameBeside(name, error);
+  if (file.written.empty()) return false;
+  file.stream = OpenFile(file.written, "wb", error);
+  if (file.stream == nullptr) return false;
+  std::error_code ignored;
+  if (exists) {
+    const fs::perms allowed = fs::status(FilePath(name), ignored).permissions();
+    fs::permissions(FilePath(file.written), allowed, ignored);
+  }
+  return true;
+}
+
+}  // namespace
+
+std::string NameBeside(const std::string& name, int& error) {
+  std::error_code ignored;
+  if (fs::exists(FilePath(name), ignored)) {
+    std::FILE* old = OpenFile(name, "r+b", error);
+    if (old == nullptr) return {};
+    std::fclose(old);
+  }
+  for (int number = 1; number <= kMaxTries; ++number) {
+    std::string beside = name + ".tmp~" + std::to_string(number);
+    // A link that leads nowhere is a taken name as well.
+    const fs::file_type type = fs::symlink_status(FilePath(beside), ignored).type();
+    if (type == fs::file_type::not_found) return beside;
+  }
+  error = EEXIST;
+  return {};
+}
+
+bool TakePlace(const std::string& made, const std::string& name, bool keep) {
+  std::error_code error;
+  if (keep) {
+    fs::rename(FilePath(made), FilePath(name), error);
+    if (!error) return true;
+  }
+  fs::remove(FilePath(made), error);
+  return false;
+}
+
+bool OpenOutput(const std::string& name, OutputMode mode, OutputFile& file, int& error) {
+  file = OutputFile();
+  std::error_code ignored;
+  const fs::file_type type = fs::status(FilePath(name), ignored).type();
+  const bool regular = type == fs::file_type::regular;
+  const bool elsewhere = !regular && type != fs::file_type::not_found;
+  if (elsewhere || IsSystemName(name)) return OpenDirectly(name, file, error);
+  const std::string target = BehindLink(name);
+  if (regular && mode == OutputMode::kAppend) return OpenBehind(target, file, error);
+  return OpenBeside(target, regular, file, error);
+}
+
+bool WriteOutput(OutputFile& file, std::string_view bytes) {
+  if (file.stream == nullptr || file.failed) return false;
+  file.failed = std::fwrite(bytes.data(), 1, bytes.size(), file.stream) != bytes.size();
+  return !file.failed;
+}
+
+bool CloseOutput(OutputFile& file, bool keep) {
+  if (file.stream == nullptr) return false;
+  if (std::fclose(file.stream) != 0) file.failed = true;
+  file.stream = nullptr;
+  const bool good = keep && !file.failed;
+  if (file.written != file.name) return TakePlace(file.written, file.name, good);
+  if (!good && file.mode == OutputMode::kAppend) {
+    std::error_code ignored;
+    std::filesystem::resize_file(FilePath(file.name), file.old_size, ignored);
+  }
+  return good;
+}
+
+}  // namespace hivequarry

@@ -1,0 +1,46 @@
+// Files that the program writes. A failure of any kind (a full disk, a folder that may not be
+// written) leaves what stood under the name as it was.
+#pragma once
+
+#include <cstdint>
+#include <cstdio>
+#include <string>
+#include <string_view>
+
+namespace hivequarry {
+
+enum class OutputMode {
+  kReplace,  // a new file, in place of one of that name
+  kAppend,   // behind what the file holds already; a new file where there is none
+};
+
+// A replacing file is written beside its place under a name of its own, and takes its place when it
+// is closed. An appending one is cut back to its old size when the writing failed. What is no
+// regular file (a device, a pipe) is written directly.
+struct OutputFile {
+  std::FILE* stream = nullptr;
+  std::string name;     // UTF-8; for a link, the name of the file that it leads to
+  std::string written;  // what is open: `name`, or the file that will take its place
+  OutputMode mode = OutputMode::kReplace;
+  uint64_t old_size = 0;  // of a file appended to
+  bool failed = false;    // a write failed; nothing further is written
+};
+
+// On failure false with `error` an errno value, and nothing changed. An existing file that may not
+// be written is refused although its folder would allow to replace it.
+bool OpenOutput(const std::string& name, OutputMode mode, OutputFile& file, int& error);
+// False once a write failed.
+bool WriteOutput(OutputFile& file, std::string_view bytes);
+// Ends the writing; with `keep` the file takes its place, unless a write failed. False when the
+// name does not hold the new content now (what it held before is whole then).
+bool CloseOutput(OutputFile& file, bool keep);
+
+// The two halves of a replacement, for writers that work on a file by its name. The first gives a
+// name for the new file, beside the old one and not taken ("NAME.tmp~1"); empty with `error` an
+// errno value when there is none, or when the old file may not be written.
+std::string NameBeside(const std::string& name, int& error);
+// Puts the finished file in the old one's place; without `keep`, or when that fails, it goes. True
+// when it took the place.
+bool TakePlace(const std::string& made, const std::string& name, bool keep);
+
+}  // namespace hivequarry
