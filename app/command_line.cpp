@@ -68,6 +68,8 @@ void SelectBackupHive(std::string_view name, std::vector<std::string>& selected)
 void ParseOption(std::string_view word, CommandLine& result) {
   if (TakePrefix(word, "-soff=")) {
     result.start_offset = LeadingNumber(word);
+  } else if (TakePrefix(word, "-key=")) {
+    result.key_position = LeadingNumber(word);
   } else if (EqualIgnoringCase(word, "-bweek")) {
     result.backup_weekly = true;
   } else if (EqualIgnoringCase(word, "-bmonth")) {
@@ -93,6 +95,7 @@ void ParseOptions(std::string_view line, CommandLine& result) {
     word = next;
     rest = line;
   }
+  result.key_position = kNoOffset;
   if (!result.backup_hives.empty()) result.backup_folder = CleanName(word);
   if (result.backup_folder.empty()) result.backup_hives.clear();
 }

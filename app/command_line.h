@@ -6,15 +6,18 @@
 #include <string_view>
 #include <vector>
 
+#include "hive/image.h"
+
 namespace hivequarry {
 
 struct CommandLine {
-  std::string file;           // hive (or Report List) to open, without quotes; empty for none
+  std::string file;  // hive (or Report List) to open, without quotes; empty for none
   bool has_range = false;
   uint32_t start_offset = 0;  // partial range
   uint32_t end_offset = 0;
-  int open_mode = 0;          // 2 or 3 by the switch letter
-  char switch_letter = 0;     // as given behind "/"
+  uint32_t key_position = kNoOffset;  // image position of a key to select, with a range only
+  int open_mode = 0;                  // 2 or 3 by the switch letter
+  char switch_letter = 0;             // as given behind "/"
   // An unattended backup: hive selectors in upper case, and the folder. Both set, or none.
   std::vector<std::string> backup_hives;
   std::string backup_folder;

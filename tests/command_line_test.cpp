@@ -5,113 +5,65 @@
 namespace hivequarry {
 namespace {
 
-using Names = std::vector<std::string>;
-
-TEST(CommandLineTest, FilesAndSwitches) {
-  const struct {
-    const char* line;
-    const char* file;
-    int mode;
-    char letter;
-  } cases[] = {
-      {"", "", 0, 0},
-      {"C:\\h\\SYSTEM", "C:\\h\\SYSTEM", 0, 0},
-      {"  \"C:\\my hives\\SYSTEM\" ", "C:\\my hives\\SYSTEM", 0, 0},
-      {"\" C:\\a b \"", "C:\\a b", 0, 0},
-      {"\"\"", "", 0, 0},
-      {"/U C:\\a b", "C:\\a b", 2, 'U'},
-      {"/u \"C:\\a b\"", "C:\\a b", 2, 'u'},
-      {"/R x", "x", 2, 'R'},
-      {"/r x", "x", 0, 'r'},
-      {"/B x", "x", 2, 'B'},
-      {"/I x", "x", 2, 'I'},
-      {"/c x", "x", 3, 'c'},
-      {"/C x", "x", 3, 'C'},
-      {"/C", "", 3, 'C'},
-      {"/", "", 0, 0},
-  };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.line);
-    const CommandLine parsed = ParseCommandLine(c.line);
-    EXPECT_EQ(parsed.file, c.file);
-    EXPECT_EQ(parsed.open_mode, c.mode);
-    EXPECT_EQ(parsed.switch_letter, c.letter);
-    EXPECT_FALSE(parsed.has_range);
-    EXPECT_TRUE(parsed.backup_hives.empty());
+// Everything that a line says, in words.
+std::string Told(const CommandLine& line) {
+  std::string told = "[" + line.file + "]";
+  if (line.open_mode != 0) told += " mode " + std::to_string(line.open_mode);
+  if (line.switch_letter != 0) told += std::string(" /") + line.switch_letter;
+  if (line.has_range) {
+    told += " " + std::to_string(line.start_offset) + "-" + std::to_string(line.end_offset);
   }
+  if (line.key_position != kNoOffset) told += " key " + std::to_string(line.key_position);
+  for (const std::string& hive : line.backup_hives) told += " " + hive;
+  if (!line.backup_folder.empty()) told += " to " + line.backup_folder;
+  return told + (line.backup_weekly ? " weekly" : "") + (line.backup_monthly ? " monthly" : "");
 }
 
-TEST(CommandLineTest, PartialRange) {
+TEST(CommandLineTest, Lines) {
   const struct {
     const char* line;
-    bool range;
-    uint32_t start, end;
-    const char* file;
+    const char* told;
   } cases[] = {
-      {"-soff=4096 -eoff=65536 C:\\h\\SYSTEM", true, 4096, 65536, "C:\\h\\SYSTEM"},
-      {"-eoff=65536 \"C:\\my hives\\SYSTEM\"", true, 0, 65536, "C:\\my hives\\SYSTEM"},
-      {"-soff=1  -eoff=2  C:\\a b -SYSTEM c", true, 1, 2, "C:\\a b -SYSTEM c"},
-      {"-eoff=99999999999 x", true, 0, 0xFFFFFFFF, "x"},
-      {"-soff=8x -eoff=junk x", true, 8, 0, "x"},
-      {"-soff=8 -eoff=16", false, 8, 0, ""},  // nothing follows the end offset
-      {"-soff=8", false, 0, 0, ""},
+      {"", "[]"},
+      {"  \"C:\\my hives\\SYSTEM\" ", "[C:\\my hives\\SYSTEM]"},
+      {"\"\"", "[]"},
+      {"/U C:\\a b", "[C:\\a b] mode 2 /U"},
+      {"/u \"x\"", "[x] mode 2 /u"},
+      {"/R x", "[x] mode 2 /R"},
+      {"/r x", "[x] /r"},
+      {"/B x", "[x] mode 2 /B"},
+      {"/I x", "[x] mode 2 /I"},
+      {"/c x", "[x] mode 3 /c"},
+      {"/C", "[] mode 3 /C"},
+      {"/S x", "[x] /S"},
+      {"/", "[]"},
+      {"-soff=4096 -eoff=65536 C:\\h\\SYSTEM", "[C:\\h\\SYSTEM] 4096-65536"},
+      {"-key=32 -SAM -eoff=2  \"C:\\a b\" -soff=3", "[C:\\a b -soff=3] 0-2 key 32"},
+      {"-eoff=99999999999 x", "[x] 0-4294967295"},
+      {"-soff=8x -KEY=7 -fhf -eoff=junk x", "[x] 8-0 key 7"},
+      {"-soff=8 -eoff=16", "[]"},  // nothing follows the end offset
+      {"-key=32 -soff=8 x", "[]"},
+      {"-sam -Security -hku -bcd -components -classes -hkcu -SYSTEM -software x",
+       "[] SAM SECURITY HKU BCD COMPONENTS CLASSES HKCU SYSTEM SOFTWARE to x"},
+      {"-bweek -SAM -SAM -fhf D:\\B ", "[] SAM to D:\\B weekly"},
+      {"-SAM -unknown words -bmonth D:\\B", "[] SAM to D:\\B monthly"},
+      {"-SYSTEM -SAM", "[] SYSTEM to -SAM"},  // the last word is the folder
+      {"-SYSTEM", "[]"},                      // no folder follows
+      {"-SYSTEMS D:\\B", "[]"},
+      {"-bweek", "[]"},
   };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.line);
-    const CommandLine parsed = ParseCommandLine(c.line);
-    EXPECT_EQ(parsed.has_range, c.range);
-    EXPECT_EQ(parsed.start_offset, c.start);
-    EXPECT_EQ(parsed.end_offset, c.end);
-    EXPECT_EQ(parsed.file, c.file);
-    EXPECT_TRUE(parsed.backup_hives.empty());
-  }
-}
-
-TEST(CommandLineTest, UnattendedBackup) {
-  const struct {
-    const char* line;
-    Names hives;
-    const char* folder;
-    bool weekly, monthly;
-  } cases[] = {
-      {"-SYSTEM -SOFTWARE D:\\Backup", {"SYSTEM", "SOFTWARE"}, "D:\\Backup", false, false},
-      {"-sam -Security -hku -bcd -components -classes -hkcu x",
-       {"SAM", "SECURITY", "HKU", "BCD", "COMPONENTS", "CLASSES", "HKCU"},
-       "x",
-       false,
-       false},
-      {"-bweek -SAM -SAM -fhf D:\\B ", {"SAM"}, "D:\\B", true, false},
-      {"-SAM -bmonth D:\\B", {"SAM"}, "D:\\B", false, true},
-      {"-SAM -unknown words D:\\B", {"SAM"}, "D:\\B", false, false},
-      {"-SYSTEM", {}, "", false, false},                   // no folder follows
-      {"-SYSTEM -SAM", {"SYSTEM"}, "-SAM", false, false},  // the last word is the folder
-      {"-SYSTEMS D:\\B", {}, "", false, false},
-      {"-fhf D:\\B", {}, "", false, false},
-      {"-bweek", {}, "", false, false},
-  };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.line);
-    const CommandLine parsed = ParseCommandLine(c.line);
-    EXPECT_EQ(parsed.backup_hives, c.hives);
-    EXPECT_EQ(parsed.backup_folder, c.folder);
-    EXPECT_EQ(parsed.backup_weekly, c.weekly);
-    EXPECT_EQ(parsed.backup_monthly, c.monthly);
-    EXPECT_EQ(parsed.file, "");
-  }
+  for (const auto& c : cases) EXPECT_EQ(Told(ParseCommandLine(c.line)), c.told) << c.line;
 }
 
 TEST(CommandLineTest, Lengths) {
-  EXPECT_EQ(ParseCommandLine(std::string(519, 'a')).file.size(), 519u);
-  EXPECT_EQ(ParseCommandLine(std::string(520, 'a')).file, "");
   // Characters count, not the bytes that encode them.
-  std::string cyrillic;
-  for (int i = 0; i < 519; ++i) cyrillic += "\u0436";
-  EXPECT_EQ(ParseCommandLine(cyrillic).file, cyrillic);
-  EXPECT_EQ(ParseCommandLine(cyrillic + "\u0436").file, "");
+  std::string letters;
+  for (int i = 0; i < 519; ++i) letters += "\u0436";
+  EXPECT_EQ(ParseCommandLine(letters).file, letters);
+  EXPECT_EQ(ParseCommandLine(letters + "a").file, "");
   // Options are read in the first 500 characters only.
-  const std::string option = "-SAM ";
-  EXPECT_EQ(ParseCommandLine(option + std::string(495, ' ') + "D:\\B").backup_folder, "");
-  EXPECT_EQ(ParseCommandLine(option + std::string(491, ' ') + "D:\\B").backup_folder, "D:\\B");
+  EXPECT_EQ(ParseCommandLine("-SAM " + std::string(495, ' ') + "D:\\B").backup_folder, "");
+  EXPECT_EQ(ParseCommandLine("-SAM " + std::string(491, ' ') + "D:\\B").backup_folder, "D:\\B");
 }
 
 }  // namespace

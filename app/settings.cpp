@@ -1,0 +1,397 @@
+#include "app/settings.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cstdio>
+#include <filesystem>
+#include <span>
+#include <system_error>
+
+#include "host/files.h"
+#include "host/host.h"
+#include "host/output_file.h"
+#include "host/profile.h"
+#include "lists/output_list.h"
+
+namespace hivequarry {
+namespace {
+
+// The longest value of the file.
+constexpr size_t kMaxText = 519;
+
+// A list of texts: keys of the prefix and a number from 0.
+struct HistoryRow {
+  const char* section;
+  const char* prefix;
+  size_t limit;  // characters of a text
+  History Histories::*history;
+  bool paths = false;
+};
+constexpr HistoryRow kSearchHistories[] = {
+    {"FTSC", "FC", 64, &Histories::search_texts},  {"RTSC", "RC", 64, &Histories::registry_texts},
+    {"FTSH", "FH", 130, &Histories::search_bytes}, {"RTSH", "RH", 130, &Histories::registry_bytes},
+    {"CBSIDS", "CBS", 519, &Histories::sids},
+};
+constexpr HistoryRow kOtherHistories[] = {
+    {"FILS", "FI", 63, &Histories::list_finds},
+    {"LTFS", "LF", 519, &Histories::recent_files, true},
+};
+
+// The places of "KGP1". An option that two places write is read from the second.
+struct OptionRow {
+  bool Options::*option;
+  bool read = true;
+};
+constexpr OptionRow kOptions[] = {
+    {&Options::no_access_keys, false},
+    {&Options::backup_folder_by_date},
+    {&Options::technical_view, false},
+    {&Options::number_rows},
+    {&Options::wrap_find},
+    {&Options::detail_pane},
+    {&Options::save_window_position},
+    {&Options::no_access_keys},
+    {&Options::file_offsets},
+    {&Options::keep_disconnected},
+    {&Options::ask_other_roots},
+    {&Options::resolve_sids},
+    {&Options::tolerant_keys},
+    {&Options::export_security},
+    {&Options::disconnected_values},
+    {&Options::cell_details, false},
+};
+static_assert(std::size(kOptions) == 16);
+
+// Numbers of the main window: keys of the letter "w" and a number from `first`. What lies outside
+// the limits reads as 0, the built-in layout.
+constexpr int kMaxPlace = 20000;
+constexpr int kMaxWidth = 10000;
+struct NumberRow {
+  const char* section;
+  int first;
+  int count;
+  int low;
+  int high;
+};
+constexpr NumberRow kMainPlace = {"WPS1", 10, 5, -kMaxPlace, kMaxPlace};
+constexpr NumberRow kValueColumns = {"WPS2", 20, kPlaceColumns, 0, kMaxWidth};
+constexpr NumberRow kOutputColumns = {"WPS3", 30, kPlaceColumns, 0, kMaxWidth};
+constexpr NumberRow kPaneSizes = {"WPS4", 40, 2, 0, kMaxWidth};
+
+// The other windows: all the numbers of one in a key of its own.
+struct PlaceRow {
+  const char* key;
+  size_t columns = kPlaceColumns;
+};
+constexpr PlaceRow kPlaces[] = {{"WPS02"}, {"WPS04"}, {"WPS06"}, {"WPS08"}, {"WPS10", 4},
+                                {"WPS12"}, {"WPS16"}, {"WPS18"}, {"WPS20"}, {"WPS22"}};
+static_assert(std::size(kPlaces) == kPlacedWindows);
+constexpr size_t kSides = 5;  // numbers in front of the columns: four sides, maximised
+
+using Numbers = std::vector<int>;
+
+// The number that a text begins with; 0 when there is none or it lies outside the limits.
+int NumberWithin(std::string_view text, int low, int high) {
+  int number = 0;
+  text.remove_prefix(std::min(text.find_first_not_of(" \t"), text.size()));
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+  return error == std::errc() && number >= low && number <= high ? number : 0;
+}
+
+// Takes what is in front of the next ";" off `text`.
+std::string_view TakePart(std::string_view& text) {
+  const std::string_view part = text.substr(0, text.find(';'));
+  text.remove_prefix(std::min(part.size() + 1, text.size()));
+  return part;
+}
+
+Numbers SidesOf(const WindowPlace& place) {
+  return {place.left, place.top, place.right, place.bottom, place.maximised ? 1 : 0};
+}
+
+// Numbers without the built-in ones at their end.
+Numbers WidthsOf(std::span<const int> numbers) {
+  const auto given = std::ranges::find_if(numbers.rbegin(), numbers.rend(),
+                                          [](int number) { return number != 0; });
+  return Numbers(numbers.begin(), given.base());
+}
+
+void SetSides(std::span<const int> sides, WindowPlace& place) {
+  WindowPlace given;
+  given.left = sides[0];
+  given.top = sides[1];
+  given.right = sides[2];
+  given.bottom = sides[3];
+  if (!IsPlaced(given)) given = WindowPlace();
+  given.maximised = sides[4] == 1;
+  given.columns = std::move(place.columns);
+  place = std::move(given);
+}
+
+// Paths in the file are code-page text where that says all, else UTF-8. Whoever reads takes for
+// UTF-8 what can be that, so a code-page text that looks like it is written as UTF-8 too.
+std::string PathOfText(const std::string& text) {
+  const bool plain = std::ranges::all_of(text, [](char c) { return (c & 0x80) == 0; });
+  if (plain || Utf8FromWide(WideFromUtf8(text)) == text) return text;
+  return Utf8FromNarrow(text);
+}
+
+// The first characters of a UTF-8 text that fit into so many bytes.
+std::string CutUtf8(const std::string& text, size_t limit) {
+  if (text.size() <= limit) return text;
+  while (limit > 0 && (text[limit] & 0xC0) == 0x80) --limit;
+  return text.substr(0, limit);
+}
+
+std::string TextOfPath(const std::string& path, size_t limit) {
+  const std::string narrow = NarrowText(WideFromUtf8(path));
+  if (narrow.size() <= limit && PathOfText(narrow) == path) return narrow;
+  return CutUtf8(path, limit);
+}
+
+std::string NumberedKey(const char* prefix, size_t number) {
+  return prefix + std::to_string(number);
+}
+
+// Reading
+
+void ReadHistory(const ProfileLookup& lookup, const HistoryRow& row, Histories& histories) {
+  History read;
+  for (size_t i = 0; i < kHistoryLength; ++i) {
+    const std::string key = NumberedKey(row.prefix, i);
+    std::string text = lookup(row.section, key.c_str(), "", row.limit);
+    if (row.paths) text = PathOfText(text);
+    if (text.empty() || std::ranges::find(read, text) != read.end()) continue;
+    read.push_back(std::move(text));
+  }
+  if (!read.empty()) histories.*row.history = std::move(read);
+}
+
+Numbers ReadNumbers(const ProfileLookup& lookup, const NumberRow& row) {
+  Numbers numbers;
+  for (int i = 0; i < row.count; ++i) {
+    const std::string key = NumberedKey("w", static_cast<size_t>(row.first + i));
+    const std::string text = lookup(row.section, key.c_str(), "0=default", kMaxText);
+    numbers.push_back(NumberWithin(text, row.low, row.high));
+  }
+  return numbers;
+}
+
+void ReadPlace(const ProfileLookup& lookup, const PlaceRow& row, WindowPlace& place) {
+  const std::string text = lookup("WPOS", row.key, "0=default", kMaxText);
+  std::string_view rest = text;
+  Numbers numbers;
+  for (size_t i = 0; i < kSides + row.columns; ++i) {
+    const bool side = i < kSides;
+    numbers.push_back(
+        NumberWithin(TakePart(rest), side ? -kMaxPlace : 0, side ? kMaxPlace : kMaxWidth));
+  }
+  SetSides(numbers, place);
+  place.columns = WidthsOf(std::span(numbers).subspan(kSides));
+}
+
+void ReadRange(const ProfileLookup& lookup, Settings& settings) {
+  const std::string text = lookup("KAS", "FPART", "", kMaxText);
+  uint32_t start = 0;
+  uint32_t end = 0;
+  const char* last = text.data() + text.size();
+  const auto first = std::from_chars(text.data(), last, start);
+  if (first.ec != std::errc() || first.ptr == last || *first.ptr != ';') return;
+  if (std::from_chars(first.ptr + 1, last, end).ec != std::errc() || end <= start) return;
+  settings.range_start = start;
+  settings.range_end = end;
+}
+
+void ReadOptions(const ProfileLookup& lookup, Options& options) {
+  SetOptionDigits(lookup("KAS", "KGP1", "Z", kMaxText), options);
+  const std::string sort = lookup("KAS", "DI", "", kMaxText);
+  if (sort == "0" || sort == "1") options.sort_new_lists = sort == "1";
+}
+
+void ReadMainWindow(const ProfileLookup& lookup, Settings& settings) {
+  SetSides(ReadNumbers(lookup, kMainPlace), settings.main);
+  settings.main.columns = WidthsOf(ReadNumbers(lookup, kValueColumns));
+  settings.output_columns = WidthsOf(ReadNumbers(lookup, kOutputColumns));
+  const Numbers sizes = ReadNumbers(lookup, kPaneSizes);
+  settings.tree_width = sizes[0];
+  settings.detail_share = sizes[1];
+}
+
+// Writing
+
+// The file that the keys are set in; nothing more is written once that failed.
+struct Writer {
+  std::string file;
+  bool failed = false;
+};
+
+// A key that the file does not have reads as an empty text, so none is made for one; one that it
+// has loses its text.
+void Put(Writer& writer, const char* section, const std::string& key, const std::string& text) {
+  if (writer.failed || ReadProfile(writer.file, section, key.c_str(), "", 2 * kMaxText) == text) {
+    return;
+  }
+  writer.failed = !WriteProfile(writer.file, section, key.c_str(), text);
+}
+
+void WriteHistory(Writer& writer, const HistoryRow& row, const Histories& histories) {
+  const History& history = histories.*row.history;
+  for (size_t i = 0; i < kHistoryLength; ++i) {
+    std::string text = i < history.size() ? history[i] : std::string();
+    text = row.paths ? TextOfPath(text, row.limit) : text.substr(0, row.limit);
+    Put(writer, row.section, NumberedKey(row.prefix, i), text);
+  }
+}
+
+void WriteFolders(Writer& writer, const Settings& settings) {
+  for (size_t i = 0; i < kLastFolders; ++i) {
+    Put(writer, "LTDS", NumberedKey("LD", i), TextOfPath(settings.folders[i], kMaxText));
+  }
+}
+
+void WriteOptions(Writer& writer, const Settings& settings) {
+  Put(writer, "KAS", "KGP1", OptionDigits(settings.options));
+  Put(writer, "KAS", "DI", settings.options.sort_new_lists ? "1" : "0");
+  Put(writer, "KAS", "FPART",
+      std::to_string(settings.range_start) + ';' + std::to_string(settings.range_end));
+}
+
+// Numbers behind the given ones are set to 0 where the file has any.
+void WriteNumbers(Writer& writer, const NumberRow& row, const Numbers& numbers) {
+  const auto count = std::min(numbers.size(), static_cast<size_t>(row.count));
+  for (size_t i = 0; i < static_cast<size_t>(row.count); ++i) {
+    const std::string key = NumberedKey("w", static_cast<size_t>(row.first) + i);
+    const bool had = !ReadProfile(writer.file, row.section, key.c_str(), "", kMaxText).empty();
+    if (i < count || had) {
+      Put(writer, row.section, key, std::to_string(i < count ? numbers[i] : 0));
+    }
+  }
+}
+
+void WriteMainWindow(Writer& writer, const Settings& settings) {
+  WriteNumbers(writer, kMainPlace, SidesOf(settings.main));
+  WriteNumbers(writer, kValueColumns, settings.main.columns);
+  WriteNumbers(writer, kOutputColumns, settings.output_columns);
+  WriteNumbers(writer, kPaneSizes, {settings.tree_width, settings.detail_share});
+}
+
+void WritePlace(Writer& writer, const PlaceRow& row, const WindowPlace& place) {
+  Numbers numbers = SidesOf(place);
+  numbers.insert(numbers.end(), place.columns.begin(), place.columns.end());
+  numbers.resize(kSides + row.columns);
+  std::string text;
+  for (const int number : numbers) text += std::to_string(number) + ';';
+  text.pop_back();
+  Put(writer, "WPOS", row.key, text);
+}
+
+bool WriteAll(const std::string& file, const Settings& settings) {
+  Writer writer = {file};
+  for (const HistoryRow& row : kSearchHistories) WriteHistory(writer, row, settings.histories);
+  WriteOptions(writer, settings);
+  for (const HistoryRow& row : kOtherHistories) WriteHistory(writer, row, settings.histories);
+  WriteFolders(writer, settings);
+  if (settings.options.save_window_position) WriteMainWindow(writer, settings);
+  for (size_t i = 0; i < kPlacedWindows; ++i) WritePlace(writer, kPlaces[i], settings.places[i]);
+  FlushProfile(file);
+  return !writer.failed;
+}
+
+// False when there is a file that can't be copied.
+bool CopyIfThere(const std::string& from, const std::string& to) {
+  namespace fs = std::filesystem;
+  std::error_code error;
+  if (fs::status(FilePath(from), error).type() == fs::file_type::not_found) return true;
+  return fs::copy_file(FilePath(from), FilePath(to), error) && !error;
+}
+
+std::string BesideProgram(const std::string& program, const char* name) {
+  return program.substr(0, program.find_last_of("\\/") + 1) + name;
+}
+
+}  // namespace
+
+Settings& TheSettings() {
+  static Settings settings;
+  return settings;
+}
+
+void AddToHistory(History& history, const std::string& text) {
+  if (text.empty()) return;
+  std::erase(history, text);
+  history.insert(history.begin(), text);
+  history.resize(std::min(history.size(), kHistoryLength));
+}
+
+PlacedWindow PlaceOfListKind(int kind) {
+  constexpr struct {
+    int kind;
+    PlacedWindow place;
+  } kRows[] = {
+      {5, kPlaceSearch},         {6, kPlaceRegistrySearch}, {7, kPlaceCompare},
+      {11, kPlaceKeyDates},      {kListBins, kPlaceBlocks}, {39, kPlaceSecurityLists},
+      {45, kPlaceSecurityLists}, {46, kPlaceSecurityLists}, {47, kPlaceSecurityLists},
+      {48, kPlaceSecurityLists}, {49, kPlaceSecurityLists}, {25, kPlaceReports},
+      {26, kPlaceReports},       {27, kPlaceReports},       {28, kPlaceReports},
+      {29, kPlaceReports},       {30, kPlaceReports},       {31, kPlaceReports},
+      {32, kPlaceReports},       {33, kPlaceReports},       {36, kPlaceReports},
+      {41, kPlaceReports},       {42, kPlaceReports},       {44, kPlaceReports},
+      {56, kPlaceReports},       {57, kPlaceReports},       {15, kPlaceErrors},
+      {80, kPlaceErrors},        {38, kPlacePieces},        {55, kPlacePieces},
+  };
+  for (const auto& row : kRows) {
+    if (row.kind == kind) return row.place;
+  }
+  return kPlaceOtherLists;
+}
+
+void ReadSettings(const ProfileLookup& lookup, Settings& settings) {
+  settings = Settings();
+  for (const HistoryRow& row : kSearchHistories) ReadHistory(lookup, row, settings.histories);
+  for (const HistoryRow& row : kOtherHistories) ReadHistory(lookup, row, settings.histories);
+  ReadOptions(lookup, settings.options);
+  ReadRange(lookup, settings);
+  for (size_t i = 0; i < kLastFolders; ++i) {
+    settings.folders[i] = PathOfText(lookup("LTDS", NumberedKey("LD", i).c_str(), "", kMaxText));
+  }
+  ReadMainWindow(lookup, settings);
+  for (size_t i = 0; i < kPlacedWindows; ++i) ReadPlace(lookup, kPlaces[i], settings.places[i]);
+}
+
+void ReadSettings(const std::string& file, Settings& settings) {
+  ReadSettings([&file](const char* section, const char* key, const char* missing,
+                       size_t limit) { return ReadProfile(file, section, key, missing, limit); },
+               settings);
+}
+
+bool WriteSettings(const std::string& file, const Settings& settings) {
+  int error = 0;
+  const std::string made = NameBeside(file, error);
+  if (made.empty()) return false;
+  const bool written = CopyIfThere(file, made) && WriteAll(made, settings);
+  return TakePlace(made, file, written);
+}
+
+std::string OptionDigits(const Options& options) {
+  std::string digits;
+  for (const OptionRow& row : kOptions) digits += options.*row.option ? '1' : '0';
+  return digits;
+}
+
+void SetOptionDigits(std::string_view digits, Options& options) {
+  const size_t count = std::min(digits.size(), std::size(kOptions));
+  for (size_t i = 0; i < count; ++i) {
+    const OptionRow& row = kOptions[i];
+    if (row.read && (digits[i] == '0' || digits[i] == '1')) options.*row.option = digits[i] == '1';
+  }
+}
+
+std::string SettingsFileOf(const std::string& program) {
+  return BesideProgram(program, "hivequarry.ini");
+}
+
+std::string BookmarkFileOf(const std::string& program) {
+  return BesideProgram(program, "hivequarrybm.txt");
+}
+
+}  // namespace hivequarry
