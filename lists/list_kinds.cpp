@@ -84,6 +84,7 @@ constexpr const char* kTree[] = {"Key",    "Key Offset", "Parent Offset", "Key D
 constexpr const char* kValues[] = {"Key", "Value", "Type", "Data", "Value Offset", "Key Offset"};
 constexpr const char* kDetail[] = {"Field", "Text"};
 constexpr const char* kBins[] = {"Block", "Position", "Size", "Copy", "Own Offset"};
+constexpr const char* kRawRecord[] = {"Position", "Size", "Field", "Bytes", "Meaning", "Leads to"};
 
 constexpr uint32_t Column(int column) { return 1U << column; }
 constexpr uint32_t kAllInfo = (1U << std::size(kInfo)) - 1;
@@ -136,6 +137,7 @@ constexpr ListKindInfo kKinds[] = {
     {kListValues, "Values", kValues},
     {kListDetail, "Detail", kDetail},
     {kListBins, "Block list", kBins},
+    {kListRawRecord, "Raw record", kRawRecord, 0, Column(1), 0},
 };
 
 constexpr bool KindsFit() {

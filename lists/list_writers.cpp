@@ -1,117 +1,13 @@
 #include "lists/list_writers.h"
 
 #include <algorithm>
-#include <cinttypes>
-#include <cstdio>
-#include <cstring>
 
 #include "hive/timestamp.h"
 #include "host/host.h"
-#include "host/long_operation.h"
+#include "lists/list_sink.h"
 
 namespace hivequarry {
 namespace {
-
-constexpr size_t kBufferSize = 64 * 1024;
-constexpr size_t kMaxLabel = 62;         // characters of a header text that the text output shows
-constexpr size_t kMaxFirstColumn = 520;  // of a result's first column, in the text output
-constexpr uint32_t kStopInterval = 1024;
-
-// Collects output and hands it on in large pieces.
-struct Output {
-  const TextSink& sink;
-  std::string buffer;
-  bool open = true;  // false once the sink refused
-};
-
-void Flush(Output& out) {
-  if (!out.buffer.empty() && out.open) out.open = out.sink(out.buffer);
-  out.buffer.clear();
-}
-
-void FlushWhenFull(Output& out) {
-  if (out.buffer.size() >= kBufferSize) Flush(out);
-}
-
-// Calls `write_row` with each row that is there when the writing starts.
-template <typename WriteRow>
-bool WriteRows(Output& out, uint32_t rows, const WriteRow& write_row) {
-  for (uint32_t row = 0; row < rows; ++row) {
-    if (row % kStopInterval == 0 && StopRequested()) return false;
-    write_row(row);
-    FlushWhenFull(out);
-    if (!out.open) return false;
-  }
-  Flush(out);
-  return out.open;
-}
-
-bool IsAscii(std::string_view text) {
-  uint64_t seen = 0;
-  size_t at = 0;
-  for (; at + 8 <= text.size(); at += 8) {
-    uint64_t eight = 0;
-    std::memcpy(&eight, text.data() + at, 8);
-    seen |= eight;
-  }
-  for (; at < text.size(); ++at) seen |= static_cast<uint8_t>(text[at]);
-  return (seen & 0x8080808080808080) == 0;
-}
-
-bool InSet(uint32_t columns, int column) { return (columns >> column & 1) != 0; }
-
-// A cell as UTF-8; `scratch` holds what had to be converted.
-std::string_view CellUtf8(std::string_view text, bool is_utf8, std::string& scratch) {
-  if (IsAscii(text)) return text;
-  // The way through UTF-16 replaces what is no UTF-8.
-  scratch = is_utf8 ? Utf8FromWide(WideFromUtf8(text)) : Utf8FromNarrow(text);
-  return scratch;
-}
-
-// What every writer asks of a list again and again.
-struct ListShape {
-  const OutputList& list;
-  const ListKindInfo& kind;
-  int columns;
-  uint32_t rows;
-};
-
-ListShape ShapeOf(const OutputList& list) {
-  return {list, FindListKind(ListKindOf(list)), ColumnCount(list), RowCount(list)};
-}
-
-// --- text ----------------------------------------------------------------------------------------
-
-std::vector<std::string> TextLabels(const OutputList& list, int columns) {
-  std::vector<std::string> labels;
-  size_t longest = 0;
-  for (int column = 0; column < columns; ++column) {
-    labels.push_back(ColumnTitle(list, column).substr(0, kMaxLabel));
-    longest = std::max(longest, labels.back().size());
-  }
-  for (std::string& label : labels) {
-    label.resize(longest, ' ');
-    label += ": ";
-  }
-  return labels;
-}
-
-void WriteTextRow(const ListShape& shape, const std::vector<std::string>& labels, uint32_t row,
-                  std::string& out) {
-  for (int column = 0; column < static_cast<int>(labels.size()); ++column) {
-    std::string_view text = CellText(shape.list, row, column);
-    if (text.empty()) continue;
-    out += labels[static_cast<size_t>(column)];
-    if (InSet(shape.kind.utf8_columns, column)) {
-      out += NarrowText(WideFromUtf8(text));
-    } else {
-      const bool cut = column == 0 && ListKindOf(shape.list) < kFirstOwnKind;
-      out += cut ? text.substr(0, kMaxFirstColumn) : text;
-    }
-    out += "\r\n";
-  }
-  out += "\r\n";
-}
 
 // --- CSV -----------------------------------------------------------------------------------------
 
@@ -229,41 +125,28 @@ std::vector<std::string> JsonKeys(const ListShape& shape) {
 
 }  // namespace
 
-bool WriteListText(const OutputList& list, const TextSink& sink) {
-  const ListShape shape = ShapeOf(list);
-  if (shape.columns == 0 || shape.rows == 0) return true;
-  const bool result_list = ListKindOf(list) < kFirstOwnKind;
-  const std::vector<std::string> labels =
-      TextLabels(list, result_list ? std::min(shape.columns, kMaxTextColumns) : shape.columns);
-  Output out{sink, {}};
-  if (!ListSubtitle(list).empty()) out.buffer += ListSubtitle(list) + "\r\n";
-  out.buffer += "Number of Items : " + std::to_string(shape.rows) + "\r\n\r\n";
-  return WriteRows(out, shape.rows,
-                   [&](uint32_t row) { WriteTextRow(shape, labels, row, out.buffer); });
-}
-
 bool WriteListCsv(const OutputList& list, const TextSink& sink) {
   const ListShape shape = ShapeOf(list);
   if (shape.columns == 0 || shape.rows == 0) return true;
-  Output out{sink, {}};
+  ListOutput out{sink, {}};
   std::string scratch;
   for (int column = 0; column < shape.columns; ++column) {
     if (column > 0) out.buffer += ',';
     AppendCsvField(Utf8FromNarrow(ColumnTitle(list, column)), out.buffer);
   }
   out.buffer += "\r\n";
-  return WriteRows(out, shape.rows,
-                   [&](uint32_t row) { WriteCsvRow(shape, row, scratch, out.buffer); });
+  return WriteInPieces(out, shape.rows,
+                       [&](uint32_t row) { WriteCsvRow(shape, row, scratch, out.buffer); });
 }
 
 bool WriteListJsonLines(const OutputList& list, const TextSink& sink) {
   const ListShape shape = ShapeOf(list);
   if (shape.columns == 0 || shape.rows == 0) return true;
-  Output out{sink, {}};
+  ListOutput out{sink, {}};
   std::string scratch;
   const std::vector<std::string> keys = JsonKeys(shape);
-  return WriteRows(out, shape.rows,
-                   [&](uint32_t row) { WriteJsonRow(shape, keys, row, scratch, out.buffer); });
+  return WriteInPieces(out, shape.rows,
+                       [&](uint32_t row) { WriteJsonRow(shape, keys, row, scratch, out.buffer); });
 }
 
 std::string JsonString(std::string_view utf8) {

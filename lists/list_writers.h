@@ -2,7 +2,9 @@
 // with a header line) and JSON Lines are UTF-8.
 #pragma once
 
+#include <cstdint>
 #include <functional>
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -13,9 +15,29 @@ namespace hivequarry {
 // Takes the next piece of output; false ends the writing.
 using TextSink = std::function<bool(std::string_view)>;
 
-// The whole list. Nothing is written for a list without columns or rows. False when the sink
-// refused or the user stopped.
-bool WriteListText(const OutputList& list, const TextSink& sink);
+// Which rows are written, and in which order.
+struct WrittenRows {
+  std::span<const uint32_t> rows = {};  // numbers of rows; looked at only when `listed`
+  bool listed = false;                  // false: every row, as they were added
+  bool selection = false;               // a part of the list: no lines about the whole of it
+};
+// How many rows that are, and the row at a place among them (below the count).
+uint32_t WrittenCount(const OutputList& list, const WrittenRows& which);
+inline uint32_t WrittenRow(const WrittenRows& which, uint32_t place) {
+  return which.listed ? which.rows[place] : place;
+}
+
+// Nothing is written for a list without columns, or without rows to write. False when the sink
+// refused or the user stopped. `written` (may be null) takes the number of rows handed to the sink
+// by then.
+bool WriteListText(const OutputList& list, const WrittenRows& which, const TextSink& sink,
+                   uint32_t* written = nullptr);
+inline bool WriteListText(const OutputList& list, const TextSink& sink) {
+  return WriteListText(list, WrittenRows(), sink);
+}
+// The compact form: the texts of the first column alone, without labels and line ends.
+bool WriteFirstColumn(const OutputList& list, const WrittenRows& which, const TextSink& sink);
+// The whole list.
 bool WriteListCsv(const OutputList& list, const TextSink& sink);
 // One object a row: the column titles as keys, then "Offset", "LastWrite", "Path", "Name" and
 // "Bytes" as far as the row has them.

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <array>
 #include <bit>
+#include <cinttypes>
+#include <cstdio>
 #include <cstring>
 #include <new>
 
@@ -50,6 +52,8 @@ RowPlace PlaceOfRow(uint32_t row) {
   const int block = static_cast<int>(std::bit_width(units)) - 1;
   return {block, row - kFirstBlock * ((1U << block) - 1)};
 }
+
+constexpr size_t kMaxNumberedText = 511;  // of a first column behind its row's number
 
 using Bytes = std::unique_ptr<char[]>;
 
@@ -161,6 +165,8 @@ struct OutputList {
   int kind = 0;
   std::string title;
   std::string subtitle;
+  std::string source;
+  RowNumbers numbers = RowNumbers::kNone;
   std::vector<std::string> columns;
   std::array<std::unique_ptr<const char*[]>, kBlockCount> rows;
   std::atomic<uint32_t> row_count{0};  // published after the row's blob and pointer
@@ -202,15 +208,21 @@ const char** TakeRowPointer(OutputList& list, uint32_t row) {
   return block == nullptr ? nullptr : &block[place.index];
 }
 
+// The blob of a row; null when there is no memory.
+const char* MakeBlob(OutputList& list, const RowLayout& layout, uint64_t last_write) {
+  if (layout.text_bytes > UINT32_MAX) return nullptr;
+  char* blob = TakeRoom(list, layout.size);
+  if (blob != nullptr) WriteBlob(layout, last_write, blob);
+  return blob;
+}
+
 bool TryAddRow(OutputList& list, const NewRow& row) {
   const RowLayout layout = LayOut(row, list.columns.size());
-  if (layout.text_bytes > UINT32_MAX) return false;
   const uint32_t number = list.row_count.load(std::memory_order_relaxed);
   const char** pointer = TakeRowPointer(list, number);
   if (pointer == nullptr) return false;
-  char* blob = TakeRoom(list, layout.size);
+  const char* blob = MakeBlob(list, layout, row.facts.last_write);
   if (blob == nullptr) return false;
-  WriteBlob(layout, row.facts.last_write, blob);
   *pointer = blob;
   list.row_count.store(number + 1, std::memory_order_release);
   return true;
@@ -219,6 +231,20 @@ bool TryAddRow(OutputList& list, const NewRow& row) {
 RowView ViewOfRow(const OutputList& list, uint32_t row) {
   const RowPlace place = PlaceOfRow(row);
   return ViewOfBlob(list.rows[static_cast<size_t>(place.block)][place.index]);
+}
+
+bool TryAddNumberedRow(OutputList& list, const NewRow& row) {
+  std::array<std::string_view, kMaxOwnColumns> texts;
+  const size_t count = std::min(row.texts.size(), texts.size());
+  std::copy_n(row.texts.begin(), count, texts.begin());
+  const char* format = list.numbers == RowNumbers::kFive ? "%05" PRIu32 ", " : "%06" PRIu32 " ";
+  std::array<char, 16 + kMaxNumberedText> first;
+  const int digits = std::snprintf(first.data(), 16, format, RowCount(list) + 1);
+  const size_t length = texts[0].copy(first.data() + digits, kMaxNumberedText);
+  texts[0] = {first.data(), static_cast<size_t>(digits) + length};
+  NewRow numbered = row;
+  numbered.texts = {texts.data(), std::max<size_t>(count, 1)};
+  return TryAddRow(list, numbered);
 }
 
 }  // namespace
@@ -241,6 +267,8 @@ const std::string& ListSubtitle(const OutputList& list) { return list.subtitle; 
 void SetListSubtitle(OutputList& list, std::string subtitle) {
   list.subtitle = std::move(subtitle);
 }
+const std::string& ListSource(const OutputList& list) { return list.source; }
+void SetListSource(OutputList& list, std::string file) { list.source = std::move(file); }
 int ColumnCount(const OutputList& list) { return static_cast<int>(list.columns.size()); }
 const std::string& ColumnTitle(const OutputList& list, int column) {
   return list.columns[static_cast<size_t>(column)];
@@ -252,8 +280,11 @@ void SetColumns(OutputList& list, std::vector<std::string> titles) {
   list.columns = std::move(titles);
 }
 
+void SetRowNumbers(OutputList& list, RowNumbers numbers) { list.numbers = numbers; }
+
 void AddRow(OutputList& list, const NewRow& row) {
-  if (TryAddRow(list, row)) return;
+  const bool numbered = list.numbers != RowNumbers::kNone;
+  if (numbered ? TryAddNumberedRow(list, row) : TryAddRow(list, row)) return;
   const std::string first(row.texts.empty() ? std::string_view() : row.texts.front());
   ShowMessage(("Error adding item " + first + " to list").c_str(), "Error", Icon::kStop);
   RequestStop();
@@ -267,7 +298,10 @@ std::string_view CellText(const OutputList& list, uint32_t row, int column) {
 }
 
 int RowIcon(const OutputList& list, uint32_t row) { return ViewOfRow(list, row).head.icon; }
-uint32_t RowDatum(const OutputList& list, uint32_t row) { return ViewOfRow(list, row).head.datum; }
+uint32_t RowDatum(const OutputList& list, uint32_t row) {
+  const RowHead head = ViewOfRow(list, row).head;
+  return (head.flags & kHasDatum) != 0 ? head.datum : row + 1;
+}
 bool RowHasDatum(const OutputList& list, uint32_t row) {
   return (ViewOfRow(list, row).head.flags & kHasDatum) != 0;
 }
@@ -283,6 +317,27 @@ RowFacts FactsOfRow(const OutputList& list, uint32_t row) {
     facts.bytes = TextAt(view, view.head.cells + 2);
   }
   return facts;
+}
+
+bool ReplaceCell(OutputList& list, uint32_t row, int column, std::string_view text) {
+  if (row >= RowCount(list) || column < 0 || column >= ColumnCount(list)) return false;
+  std::array<std::string_view, kMaxOwnColumns> texts;
+  for (int i = 0; i < ColumnCount(list); ++i)
+    texts[static_cast<size_t>(i)] = CellText(list, row, i);
+  texts[static_cast<size_t>(column)] = text;
+  NewRow changed;
+  changed.texts = {texts.data(), list.columns.size()};
+  changed.icon = RowIcon(list, row);
+  changed.datum = RowDatum(list, row);
+  changed.has_datum = RowHasDatum(list, row);
+  changed.facts = FactsOfRow(list, row);
+  // The old blob stays where it is until the list is cleared.
+  const RowLayout layout = LayOut(changed, list.columns.size());
+  const char* blob = MakeBlob(list, layout, changed.facts.last_write);
+  if (blob == nullptr) return false;
+  const RowPlace place = PlaceOfRow(row);
+  list.rows[static_cast<size_t>(place.block)][place.index] = blob;
+  return true;
 }
 
 void ClearRows(OutputList& list) {

@@ -25,6 +25,7 @@ inline constexpr int kListInfo = 100;
 inline constexpr int kListTree = 101;
 inline constexpr int kListValues = 102;
 inline constexpr int kListDetail = 103;
+inline constexpr int kListRawRecord = 105;
 
 struct ListKindInfo {
   int kind;
@@ -70,11 +71,23 @@ const std::string& ListTitle(const OutputList& list);
 void SetListTitle(OutputList& list, std::string title);
 const std::string& ListSubtitle(const OutputList& list);
 void SetListSubtitle(OutputList& list, std::string subtitle);
+// The file that the list was made from, UTF-8; empty where that means nothing. No writer keeps it.
+const std::string& ListSource(const OutputList& list);
+void SetListSource(OutputList& list, std::string file);
 int ColumnCount(const OutputList& list);
 const std::string& ColumnTitle(const OutputList& list, int column);
 // Gives the list other columns than its kind's, at most kMaxColumns (kMaxOwnColumns for the console
 // program's own kinds); the list must be empty.
 void SetColumns(OutputList& list, std::vector<std::string> titles);
+
+// Numbers in front of the first column of the rows added from now on; the numbers count the rows of
+// the list from 1. A first column longer than 511 characters is cut to that.
+enum class RowNumbers : uint8_t {
+  kNone,
+  kFive,  // "%05d, "
+  kSix,   // "%06d ", of the main window's list pane
+};
+void SetRowNumbers(OutputList& list, RowNumbers numbers);
 
 // Appends a row; texts beyond the last column are dropped. One thread at a time adds; others may
 // read the rows counted by RowCount meanwhile. When memory gives out the message "Error adding item
@@ -85,9 +98,13 @@ uint32_t RowCount(const OutputList& list);
 // Valid until the list is cleared or destroyed; empty for a column that the list does not have.
 std::string_view CellText(const OutputList& list, uint32_t row, int column);
 int RowIcon(const OutputList& list, uint32_t row);
+// What was given; the row's number (from 1) where nothing was.
 uint32_t RowDatum(const OutputList& list, uint32_t row);
 bool RowHasDatum(const OutputList& list, uint32_t row);
 RowFacts FactsOfRow(const OutputList& list, uint32_t row);
+// Gives one cell of a row another text, for a list that is filled in afterwards (the name of a file
+// made for the row). No reader may be at work. False when there is no memory or no such cell.
+bool ReplaceCell(OutputList& list, uint32_t row, int column, std::string_view text);
 // No reader may be at work.
 void ClearRows(OutputList& list);
 

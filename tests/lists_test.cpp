@@ -153,6 +153,38 @@ TEST(OutputListTest, ReadersSeeWholeRowsWhileAWorkerAdds) {
   EXPECT_EQ(first.data(), CellText(*list, 0, 0).data()) << "rows never move";
 }
 
+TEST(OutputListTest, NumberedRowsAndRunningNumbers) {
+  const OutputListPtr list = MakeOutputList(11);
+  Add(*list, {"plain"}, 4128, true);
+  SetRowNumbers(*list, RowNumbers::kFive);
+  const std::string long_text(600, 'x');
+  Add(*list, {long_text, "second"});
+  SetRowNumbers(*list, RowNumbers::kSix);
+  Add(*list, {}, 0, true);
+  const std::string firsts[] = {"plain", "00002, " + std::string(511, 'x'), "000003 "};
+  for (uint32_t row = 0; row < 3; ++row) EXPECT_EQ(CellText(*list, row, 0), firsts[row]);
+  EXPECT_EQ(CellText(*list, 1, 1), "second");
+  EXPECT_EQ(RowDatum(*list, 1), 2u);
+  EXPECT_FALSE(RowHasDatum(*list, 1));
+  EXPECT_EQ(RowDatum(*list, 2), 0u);
+}
+
+TEST(OutputListTest, CellsCanBeReplaced) {
+  const OutputListPtr list = MakeOutputList(55);
+  Add(*list, {"0x0", "0x1000"}, 7, true, {true, 42, "p", "n", "b"});
+  const std::string large(70'000, 'f');
+  EXPECT_TRUE(ReplaceCell(*list, 0, 3, large));
+  EXPECT_TRUE(ReplaceCell(*list, 0, 1, ""));
+  EXPECT_EQ(CellText(*list, 0, 0), "0x0");
+  EXPECT_EQ(CellText(*list, 0, 1), "");
+  EXPECT_EQ(CellText(*list, 0, 3), large);
+  EXPECT_EQ(RowDatum(*list, 0), 7u);
+  EXPECT_EQ(FactsOfRow(*list, 0).last_write, 42u);
+  EXPECT_EQ(FactsOfRow(*list, 0).bytes, "b");
+  EXPECT_FALSE(ReplaceCell(*list, 0, 4, "x"));
+  EXPECT_FALSE(ReplaceCell(*list, 1, 0, "x"));
+}
+
 TEST(OutputListTest, ColumnLimits) {
   const OutputListPtr list = MakeOutputList(4);
   SetColumns(*list, std::vector<std::string>(20, "c"));
@@ -174,6 +206,40 @@ TEST(ListText, Format) {
             "\r\n");
   SetListSubtitle(*list, "From HKLM");
   EXPECT_EQ(Written(WriteListText, *list).substr(0, 32), "From HKLM\r\nNumber of Items : 3\r\n");
+}
+
+TEST(ListText, Scope) {
+  const OutputListPtr list = MakeOutputList(51);
+  SetListSubtitle(*list, "From HKLM");
+  for (const std::string_view key : {"a", "b", "c"}) Add(*list, {key});
+  const uint32_t rows[] = {2, 0};
+  const struct {
+    WrittenRows which;
+    const char* text;
+    const char* first_column;
+    uint32_t count;
+  } cases[] = {
+      {{},
+       "From HKLM\r\nNumber of Items : 3\r\n\r\nKey: a\r\n\r\nKey: b\r\n\r\nKey: c\r\n\r\n",
+       "abc",
+       3},
+      {{rows, true, false},
+       "From HKLM\r\nNumber of Items : 2\r\n\r\nKey: c\r\n\r\nKey: a\r\n\r\n",
+       "ca",
+       2},
+      {{rows, true, true}, "Key: c\r\n\r\nKey: a\r\n\r\n", "ca", 2},
+      {{{}, true, true}, "", "", 0}};
+  for (const auto& c : cases) {
+    std::string text;
+    const TextSink sink = [&](std::string_view piece) { return text += piece, true; };
+    uint32_t written = 99;
+    EXPECT_TRUE(WriteListText(*list, c.which, sink, &written));
+    EXPECT_EQ(text, c.text);
+    EXPECT_EQ(written, c.count);
+    text.clear();
+    EXPECT_TRUE(WriteFirstColumn(*list, c.which, sink));
+    EXPECT_EQ(text, c.first_column);
+  }
 }
 
 TEST(ListText, Limits) {

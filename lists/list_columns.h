@@ -1,0 +1,25 @@
+// Widths of an Output List's columns.
+#pragma once
+
+#include <vector>
+
+#include "lists/output_list.h"
+
+namespace hivequarry {
+
+// What widths are made of, in pixels, measured once with the font of the lists.
+struct WidthUnits {
+  int text = 0;        // "ABCDEFGHIJ"
+  int date = 0;        // "0000/00/00, 00:00:00"
+  int type = 0;        // "REG_EXPAND_SZ"
+  int scroll_bar = 0;  // of a vertical one
+  int client = 0;      // of the list's inside
+};
+
+// One width a column, by what the column's title says it holds. One column takes what the others
+// leave of the inside; where that is less than a text unit, all columns of long texts share alike.
+// None is narrower than a third of the text unit. A list whose columns are not those of its kind
+// gets 160 pixels a column.
+std::vector<int> ColumnWidths(const OutputList& list, const WidthUnits& units);
+
+}  // namespace hivequarry

@@ -1,0 +1,110 @@
+#include <algorithm>
+#include <array>
+
+#include "host/case.h"
+#include "lists/list_order.h"
+
+namespace hivequarry {
+namespace {
+
+constexpr uint32_t kShownProgress = 1024;  // rows from which on progress is worth showing
+constexpr uint32_t kProgressInterval = 128;
+
+// A text to look for, in capitals. Texts are compared from its end; by the byte under the end,
+// `skip` says how far the text may move on.
+struct Pattern {
+  CaseTable capitals;
+  std::string text;
+  std::array<size_t, 256> skip{};
+};
+
+uint8_t Capital(const Pattern& pattern, char character) {
+  return pattern.capitals[static_cast<uint8_t>(character)];
+}
+
+Pattern MakePattern(std::string_view text) {
+  Pattern pattern{CurrentCapitals(), std::string(text), {}};
+  for (char& character : pattern.text) character = static_cast<char>(Capital(pattern, character));
+  std::array<size_t, 256> skip_of_capital;
+  skip_of_capital.fill(text.size());
+  for (size_t i = 0; i + 1 < text.size(); ++i) {
+    skip_of_capital[static_cast<uint8_t>(pattern.text[i])] = text.size() - 1 - i;
+  }
+  for (size_t byte = 0; byte < pattern.skip.size(); ++byte) {
+    pattern.skip[byte] = skip_of_capital[pattern.capitals[byte]];
+  }
+  return pattern;
+}
+
+bool Matches(const Pattern& pattern, const char* at) {
+  for (size_t i = pattern.text.size(); i-- > 0;) {
+    if (Capital(pattern, at[i]) != static_cast<uint8_t>(pattern.text[i])) return false;
+  }
+  return true;
+}
+
+bool Holds(const Pattern& pattern, std::string_view text) {
+  const size_t length = pattern.text.size();
+  for (size_t at = 0; at + length <= text.size();) {
+    if (Matches(pattern, text.data() + at)) return true;
+    at += pattern.skip[static_cast<uint8_t>(text[at + length - 1])];
+  }
+  return false;
+}
+
+bool RowHolds(const OutputList& list, uint32_t row, const Pattern& pattern, int column) {
+  if (column >= 0) return Holds(pattern, CellText(list, row, column));
+  for (int i = 0; i < ColumnCount(list); ++i) {
+    if (Holds(pattern, CellText(list, row, i))) return true;
+  }
+  return false;
+}
+
+// Where a search begins; beyond an end of the list when the row in focus is the last on its way.
+int64_t FirstPlace(const FindRequest& request, int64_t count) {
+  if (request.focused < 0 || request.focused >= count) return 0;
+  return request.focused + (request.down ? 1 : -1);
+}
+
+}  // namespace
+
+FoundRow FindRow(const OutputList& list, std::span<const uint32_t> rows, const FindRequest& request,
+                 const FindEvents& events) {
+  FoundRow found;
+  const std::int64_t count = std::ssize(rows);
+  if (count == 0 || request.text.empty()) return found;
+  const Pattern pattern = MakePattern(request.text);
+  int64_t place = FirstPlace(request, count);
+  for (int64_t visited = 0; visited <= count; ++visited) {
+    if (place < 0 || place >= count) {
+      if (!request.wrap) return found;
+      found.wrapped = true;
+      if (events.passed) events.passed(request.down ? kPassedEnd : kPassedBeginning);
+      place = request.down ? 0 : count - 1;
+    }
+    if (count > kShownProgress && visited % kProgressInterval == 0 && events.visited) {
+      found.stopped = !events.visited(static_cast<uint32_t>(visited));
+      if (found.stopped) return found;
+    }
+    if (RowHolds(list, rows[static_cast<size_t>(place)], pattern, -1)) {
+      found.place = place;
+      return found;
+    }
+    place += request.down ? 1 : -1;
+  }
+  return found;
+}
+
+std::vector<uint32_t> FindAllRows(const OutputList& list, std::span<const uint32_t> rows,
+                                  std::string_view text, int column) {
+  std::vector<uint32_t> places;
+  if (text.empty()) return places;
+  const Pattern pattern = MakePattern(text);
+  for (size_t place = 0; place < rows.size(); ++place) {
+    if (RowHolds(list, rows[place], pattern, column))
+      places.push_back(static_cast<uint32_t>(place));
+  }
+  return places;
+}
+
+}  // namespace hivequarry

@@ -1,0 +1,40 @@
+// What the writers over an Output List share. Not for use outside this folder.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <string_view>
+
+#include "lists/list_writers.h"
+#include "lists/output_list.h"
+
+namespace hivequarry {
+
+// Collects output and hands it on in large pieces.
+struct ListOutput {
+  const TextSink& sink;
+  std::string buffer;
+  bool open = true;  // false once the sink refused
+};
+void FlushOutput(ListOutput& out);
+// Calls `write_row` with 0 to count - 1 and hands on the output in between and at the end. False
+// when the sink refused or the user stopped.
+bool WriteInPieces(ListOutput& out, uint32_t count, const std::function<void(uint32_t)>& write_row);
+
+// What every writer asks of a list again and again.
+struct ListShape {
+  const OutputList& list;
+  const ListKindInfo& kind;
+  int columns;
+  uint32_t rows;
+};
+ListShape ShapeOf(const OutputList& list);
+
+inline bool InSet(uint32_t columns, int column) { return (columns >> column & 1) != 0; }
+
+// A text as sound UTF-8, or a cell as code-page text; `scratch` holds what had to be converted.
+std::string_view CellUtf8(std::string_view text, bool is_utf8, std::string& scratch);
+std::string_view CellNarrow(const ListShape& shape, uint32_t row, int column, std::string& scratch);
+
+}  // namespace hivequarry

@@ -1,0 +1,252 @@
+#include <algorithm>
+#include <array>
+#include <cstring>
+#include <memory>
+#include <new>
+
+#include "host/host.h"
+#include "lists/list_order.h"
+
+namespace hivequarry {
+namespace {
+
+constexpr uint32_t kStopInterval = 4096;        // rows or comparisons between two questions
+constexpr size_t kKeyRoom = size_t{256} << 20;  // bytes for the stored keys of all rows
+constexpr size_t kLeastKey = 32;
+constexpr size_t kLargestKey = 1024;
+constexpr size_t kLongestText = 4096;  // characters that the order of texts looks at
+constexpr size_t kChunkSize = size_t{1} << 20;
+
+// A row with what it is compared by. Numbers are in `head` alone; of a text's key it holds the
+// first bytes that differ between rows.
+struct SortRow {
+  uint64_t head = 0;
+  const char* key = nullptr;
+  uint32_t key_length = 0;
+  uint32_t row = 0;
+};
+
+// Asks now and then; once the answer was yes it stays so.
+struct StopPoll {
+  const std::function<bool()>& stop;
+  uint32_t calls = 0;
+  bool stopped = false;
+};
+
+bool Stopped(StopPoll& poll) {
+  if (!poll.stopped && poll.calls++ % kStopInterval == 0 && poll.stop) poll.stopped = poll.stop();
+  return poll.stopped;
+}
+
+// --- numbers -------------------------------------------------------------------------------------
+
+bool IsDigit(char character) { return character >= '0' && character <= '9'; }
+
+// The decimal number at `at`, which moves behind its digits; no more than `most`.
+uint64_t TakeNumber(std::string_view text, size_t& at, uint64_t most) {
+  uint64_t number = 0;
+  for (; at < text.size() && IsDigit(text[at]); ++at) {
+    const auto digit = static_cast<uint64_t>(text[at] - '0');
+    number = number > (most - digit) / 10 ? most : number * 10 + digit;
+  }
+  return number;
+}
+
+constexpr uint64_t kZero = uint64_t{1} << 63;  // negative numbers lie below it
+
+uint64_t NumberKey(std::string_view text) {
+  size_t at = std::min(text.find_first_not_of(" \t"), text.size());
+  const bool negative = at < text.size() && text[at] == '-';
+  if (negative) ++at;
+  const uint64_t number = TakeNumber(text, at, kZero - 1);
+  return negative ? kZero - number : kZero + number;
+}
+
+// Two bytes for the year and one for each of the six numbers behind it.
+uint64_t DateKey(std::string_view text) {
+  constexpr int kParts = 7;
+  uint64_t key = 0;
+  size_t at = 0;
+  for (int part = 0; part < kParts; ++part) {
+    while (at < text.size() && !IsDigit(text[at])) ++at;
+    key = key << 8 | TakeNumber(text, at, part == 0 ? 0xFFFF : 0xFF);
+  }
+  return key;
+}
+
+uint64_t NumberOf(const OutputList& list, uint32_t row, const SortRequest& request) {
+  if (request.mode == SortMode::kIcon) return kZero + static_cast<uint64_t>(RowIcon(list, row));
+  const std::string_view text = CellText(list, row, request.column);
+  switch (request.mode) {
+    case SortMode::kLength:
+      return text.size();
+    case SortMode::kDate:
+      return DateKey(text);
+    case SortMode::kLevel:
+      return static_cast<uint64_t>(std::count(text.begin(), text.end(), '\\'));
+    default:
+      return NumberKey(text);
+  }
+}
+
+void SortByNumbers(std::vector<SortRow>& rows, bool descending, StopPoll& poll) {
+  std::stable_sort(rows.begin(), rows.end(), [&](const SortRow& a, const SortRow& b) {
+    return !Stopped(poll) && (descending ? b.head < a.head : a.head < b.head);
+  });
+}
+
+// --- texts ---------------------------------------------------------------------------------------
+
+// What sorting texts needs to know. Texts of one hive begin alike, and their keys need not hold
+// that: up to the last backslash that all have in common they are passed over.
+struct TextSort {
+  const OutputList& list;
+  int column;
+  size_t common = 0;
+};
+
+std::string_view TextOf(const TextSort& sort, const SortRow& row) {
+  return CellText(sort.list, row.row, sort.column).substr(sort.common, kLongestText);
+}
+
+std::string FullKey(const TextSort& sort, const SortRow& row) {
+  const Host& host = CurrentHost();
+  return host.sort_key(host.context, TextOf(sort, row));
+}
+
+// How much of `first`, at most `most`, `other` begins with.
+size_t SharedStart(std::string_view first, std::string_view other, size_t most) {
+  const size_t length = std::min(most, other.size());
+  const auto* differ = std::mismatch(first.data(), first.data() + length, other.data()).first;
+  return static_cast<size_t>(differ - first.data());
+}
+
+size_t CommonPath(const TextSort& sort, const std::vector<SortRow>& rows) {
+  const std::string_view first = TextOf(sort, rows.front());
+  size_t common = first.size();
+  for (const SortRow& row : rows) common = SharedStart(first, TextOf(sort, row), common);
+  const size_t mark = first.substr(0, common).rfind('\\');
+  return mark == std::string_view::npos ? 0 : mark + 1;
+}
+
+// Where stored keys stand. When memory gives out full keys are made for each comparison.
+struct KeyStore {
+  std::vector<std::unique_ptr<char[]>> chunks;
+  char* free_space = nullptr;
+  size_t free_size = 0;
+  size_t limit = 0;  // a key of this length was cut, or is just as long
+  bool failed = false;
+};
+
+void StoreKey(KeyStore& store, std::string_view key, SortRow& row) {
+  const size_t length = std::min(key.size(), store.limit);
+  if (length > store.free_size) {
+    std::unique_ptr<char[]> chunk(new (std::nothrow) char[kChunkSize]);
+    if (chunk == nullptr) {
+      store.failed = true;
+      return;
+    }
+    store.free_space = chunk.get();
+    store.free_size = kChunkSize;
+    store.chunks.push_back(std::move(chunk));
+  }
+  key.copy(store.free_space, length);
+  row.key = store.free_space;
+  row.key_length = static_cast<uint32_t>(length);
+  store.free_space += length;
+  store.free_size -= length;
+}
+
+std::string_view StoredKey(const SortRow& row) { return {row.key, row.key_length}; }
+
+// Bytes that all stored keys have in common.
+size_t CommonStart(const std::vector<SortRow>& rows) {
+  size_t common = rows.front().key_length;
+  for (const SortRow& row : rows) {
+    common = SharedStart(StoredKey(rows.front()), StoredKey(row), common);
+  }
+  return common;
+}
+
+// The eight bytes behind the common start, so that most comparisons look no further.
+void SetHeads(std::vector<SortRow>& rows) {
+  const size_t common = CommonStart(rows);
+  for (SortRow& row : rows) {
+    for (size_t i = common; i < common + 8; ++i) {
+      row.head = row.head << 8 | (i < row.key_length ? static_cast<uint8_t>(row.key[i]) : 0U);
+    }
+  }
+}
+
+bool IsBefore(const TextSort& sort, const KeyStore& store, const SortRow& a, const SortRow& b) {
+  if (a.head != b.head) return a.head < b.head;
+  const int order = store.failed ? 0 : StoredKey(a).compare(StoredKey(b));
+  const bool both_cut = store.failed || a.key_length >= store.limit;
+  if (order != 0 || !both_cut) return order < 0;
+  // Equal texts are frequent, and making keys is slow.
+  return TextOf(sort, a) != TextOf(sort, b) && FullKey(sort, a) < FullKey(sort, b);
+}
+
+void SortByTexts(TextSort sort, bool descending, std::vector<SortRow>& rows, StopPoll& poll) {
+  sort.common = CommonPath(sort, rows);
+  KeyStore store;
+  store.limit = std::clamp(kKeyRoom / rows.size(), kLeastKey, kLargestKey);
+  for (SortRow& row : rows) {
+    if (Stopped(poll)) return;
+    if (!store.failed) StoreKey(store, FullKey(sort, row), row);
+  }
+  if (!store.failed) SetHeads(rows);
+  std::stable_sort(rows.begin(), rows.end(), [&](const SortRow& a, const SortRow& b) {
+    if (Stopped(poll)) return false;
+    return descending ? IsBefore(sort, store, b, a) : IsBefore(sort, store, a, b);
+  });
+}
+
+// --- modes of columns ----------------------------------------------------------------------------
+
+std::string LowerText(std::string_view text) {
+  std::string lower(text);
+  for (char& character : lower) {
+    if (character >= 'A' && character <= 'Z') character = static_cast<char>(character + 32);
+  }
+  return lower;
+}
+
+constexpr std::string_view kNumberTitles[] = {"keys",   "aces",        "ace count",
+                                              "length", "data length", "size"};
+constexpr std::string_view kDateTitles[] = {"modified", "created", "accessed"};
+
+bool IsOneOf(std::string_view title, std::span<const std::string_view> titles) {
+  return std::find(titles.begin(), titles.end(), title) != titles.end();
+}
+
+}  // namespace
+
+SortMode SortModeOfColumn(const OutputList& list, int column) {
+  if (column < 0 || column >= ColumnCount(list)) return SortMode::kText;
+  const std::string title = LowerText(ColumnTitle(list, column));
+  const bool date = title.find("date") != std::string::npos || IsOneOf(title, kDateTitles);
+  if (date) return SortMode::kDate;
+  const uint32_t numbers = FindListKind(ListKindOf(list)).number_columns;
+  const bool number = IsOneOf(title, kNumberTitles) || (numbers >> column & 1) != 0;
+  return number ? SortMode::kNumber : SortMode::kText;
+}
+
+std::vector<uint32_t> SortRows(const OutputList& list, std::span<const uint32_t> rows,
+                               const SortRequest& request, const std::function<bool()>& stop) {
+  std::vector<SortRow> sorted(rows.size());
+  for (size_t i = 0; i < rows.size(); ++i) sorted[i].row = rows[i];
+  StopPoll poll{stop};
+  if (rows.size() > 1 && request.mode == SortMode::kText) {
+    SortByTexts({list, request.column}, request.descending, sorted, poll);
+  } else {
+    for (SortRow& row : sorted) row.head = NumberOf(list, row.row, request);
+    SortByNumbers(sorted, request.descending, poll);
+  }
+  std::vector<uint32_t> order;
+  order.reserve(sorted.size());
+  for (const SortRow& row : sorted) order.push_back(row.row);
+  return order;
+}
+
+}  // namespace hivequarry

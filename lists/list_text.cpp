@@ -1,0 +1,88 @@
+// The text form of a list, the same in files, on the clipboard and on paper.
+#include <algorithm>
+
+#include "lists/list_sink.h"
+#include "lists/list_writers.h"
+
+namespace hivequarry {
+namespace {
+
+constexpr size_t kMaxLabel = 62;         // characters of a header text that are shown
+constexpr size_t kMaxFirstColumn = 520;  // of a result's first column
+
+// The program's own lists have no limits.
+bool IsResultList(const OutputList& list) { return ListKindOf(list) < kFirstOwnKind; }
+
+std::vector<std::string> TextLabels(const OutputList& list) {
+  const int columns = ColumnCount(list);
+  const int shown = IsResultList(list) ? std::min(columns, kMaxTextColumns) : columns;
+  std::vector<std::string> labels;
+  size_t longest = 0;
+  for (int column = 0; column < shown; ++column) {
+    labels.push_back(ColumnTitle(list, column).substr(0, kMaxLabel));
+    longest = std::max(longest, labels.back().size());
+  }
+  for (std::string& label : labels) {
+    label.resize(longest, ' ');
+    label += ": ";
+  }
+  return labels;
+}
+
+std::string_view ShownText(const ListShape& shape, uint32_t row, int column, std::string& scratch) {
+  const std::string_view text = CellNarrow(shape, row, column, scratch);
+  return column == 0 && IsResultList(shape.list) ? text.substr(0, kMaxFirstColumn) : text;
+}
+
+void WriteTextRow(const ListShape& shape, const std::vector<std::string>& labels, uint32_t row,
+                  std::string& out) {
+  std::string scratch;
+  for (int column = 0; column < static_cast<int>(labels.size()); ++column) {
+    const std::string_view text = ShownText(shape, row, column, scratch);
+    if (text.empty()) continue;
+    out += labels[static_cast<size_t>(column)];
+    out += text;
+    out += "\r\n";
+  }
+  out += "\r\n";
+}
+
+void WriteAboutList(const OutputList& list, uint32_t rows, std::string& out) {
+  if (!ListSubtitle(list).empty()) out += ListSubtitle(list) + "\r\n";
+  out += "Number of Items : " + std::to_string(rows) + "\r\n\r\n";
+}
+
+}  // namespace
+
+uint32_t WrittenCount(const OutputList& list, const WrittenRows& which) {
+  return which.listed ? static_cast<uint32_t>(which.rows.size()) : RowCount(list);
+}
+
+bool WriteListText(const OutputList& list, const WrittenRows& which, const TextSink& sink,
+                   uint32_t* written) {
+  uint32_t done = 0;
+  uint32_t& counted = written != nullptr ? *written : done;
+  counted = 0;
+  const ListShape shape = ShapeOf(list);
+  const uint32_t count = WrittenCount(list, which);
+  if (shape.columns == 0 || count == 0) return true;
+  const std::vector<std::string> labels = TextLabels(list);
+  ListOutput out{sink, {}};
+  if (!which.selection) WriteAboutList(list, count, out.buffer);
+  return WriteInPieces(out, count, [&](uint32_t place) {
+    WriteTextRow(shape, labels, WrittenRow(which, place), out.buffer);
+    ++counted;
+  });
+}
+
+bool WriteFirstColumn(const OutputList& list, const WrittenRows& which, const TextSink& sink) {
+  const ListShape shape = ShapeOf(list);
+  if (shape.columns == 0) return true;
+  ListOutput out{sink, {}};
+  std::string scratch;
+  return WriteInPieces(out, WrittenCount(list, which), [&](uint32_t place) {
+    out.buffer += ShownText(shape, WrittenRow(which, place), 0, scratch);
+  });
+}
+
+}  // namespace hivequarry

@@ -1,0 +1,234 @@
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <cstdio>
+#include <cstring>
+#include <memory>
+
+#include "host/files.h"
+#include "host/host.h"
+#include "host/long_operation.h"
+#include "host/profile.h"
+#include "lists/list_report.h"
+#include "lists/list_sink.h"
+#include "lists/report_keys.h"
+
+namespace hivequarry {
+namespace {
+
+constexpr size_t kMostHead = 64 * 1024;  // bytes of a file in which its head is looked for
+constexpr size_t kMostHeaderText = 63;   // characters
+constexpr size_t kMostTitle = 511;
+constexpr size_t kMostWidths = 63;
+constexpr int kLeastWidth = 60;
+constexpr int kMostWidth = INT16_MAX;
+
+constexpr size_t kPiece = 512;
+constexpr size_t kBufferSize = 2048;
+constexpr uint64_t kMarkerWithin = 20'000;  // bytes from the start of the file
+constexpr size_t kMostText = 519;
+constexpr size_t kMostLine = 2 + kMostText;
+constexpr int kLastKept = 12;  // texts of the columns behind it are read over
+
+// The leading decimal number, 0 where there is none.
+int NumberAt(std::string_view text) {
+  const size_t start = std::min(text.find_first_not_of(' '), text.size());
+  int number = 0;
+  std::from_chars(text.data() + start, text.data() + text.size(), number);
+  return number;
+}
+
+std::string HeadValue(std::string_view text, const char* key, const char* missing, size_t limit) {
+  return ProfileValue(text, kReportSection, key, missing, limit);
+}
+
+// The widths stand from the last column to the first, a ';' before each.
+std::vector<int> WidthsOf(std::string_view text, size_t columns) {
+  std::vector<int> widths(columns, kReportOtherWidth);
+  for (size_t column = 0; column < columns && !text.empty(); ++column) {
+    const size_t mark = text.rfind(';');
+    const bool first = mark == std::string_view::npos;
+    const int width = NumberAt(text.substr(first ? 0 : mark + 1));
+    if (width >= kLeastWidth) widths[column] = std::min(width, kMostWidth);
+    text = text.substr(0, first ? 0 : mark);
+  }
+  return widths;
+}
+
+// --- lines ---------------------------------------------------------------------------------------
+
+// The lines of a source, through a window of fixed size. Of a long line only the start is kept.
+struct Lines {
+  const ByteSource& source;
+  std::array<char, kBufferSize> buffer;
+  size_t start = 0;  // of what was not handed out yet
+  size_t end = 0;
+  uint64_t taken = 0;           // bytes taken from the source
+  uint64_t limit = UINT64_MAX;  // no more are taken than that
+  bool at_end = false;
+};
+
+void TakePiece(Lines& lines) {
+  // A line that fills the window is longer than any text; the rest of it is of no use.
+  if (lines.end - lines.start > kBufferSize - kPiece) lines.end = lines.start + kMostLine;
+  std::memmove(lines.buffer.data(), lines.buffer.data() + lines.start, lines.end - lines.start);
+  lines.end -= lines.start;
+  lines.start = 0;
+  const size_t size = std::min<uint64_t>(kPiece, lines.limit - lines.taken);
+  const size_t count = size == 0 ? 0 : lines.source(lines.buffer.data() + lines.end, size);
+  lines.at_end = count == 0;
+  lines.end += count;
+  lines.taken += count;
+}
+
+// The next line without its end, valid until the next call; false behind the last one and when the
+// user stops.
+bool TakeLine(Lines& lines, std::string_view& line) {
+  size_t searched = 0;
+  while (!StopRequested()) {
+    const std::string_view rest(lines.buffer.data() + lines.start, lines.end - lines.start);
+    const size_t found = rest.find('\n', std::min(searched, rest.size()));
+    if (found != std::string_view::npos || lines.at_end) {
+      line = rest.substr(0, found);
+      lines.start += line.size() + (found != std::string_view::npos ? 1 : 0);
+      if (line.ends_with('\r')) line.remove_suffix(1);
+      return !rest.empty();
+    }
+    searched = std::min(rest.size(), kMostLine);
+    TakePiece(lines);
+  }
+  return false;
+}
+
+bool FindMarker(Lines& lines) {
+  std::string_view line;
+  lines.limit = kMarkerWithin + 2;  // with the line's end
+  while (TakeLine(lines, line)) {
+    if (line != kReportRows) continue;
+    lines.limit = UINT64_MAX;
+    lines.at_end = false;
+    return true;
+  }
+  return false;
+}
+
+// --- rows ----------------------------------------------------------------------------------------
+
+// The number that begins a row's line; 0 for a line that is damaged.
+int LineNumber(std::string_view line) {
+  const auto digit = [&](size_t at) { return line[at] >= '0' && line[at] <= '9'; };
+  if (line.size() < 2 || !digit(0) || !digit(1)) return 0;
+  const int number = (line[0] - '0') * 10 + (line[1] - '0');
+  return number <= kMaxColumns || number == kReportRowEnd ? number : 0;
+}
+
+// The row being put together.
+struct PendingRow {
+  std::array<std::string, kLastKept> texts;
+  int icon = 0;
+  bool begun = false;
+  bool ended = false;   // its last line was read
+  bool failed = false;  // there was no memory for a row
+};
+
+// Texts are read as code-page text; some columns hold UTF-8.
+void ConvertTexts(PendingRow& pending, int kind) {
+  const uint32_t utf8 = FindListKind(kind).utf8_columns;
+  for (int column = 0; column < kLastKept && utf8 >> column != 0; ++column) {
+    std::string& text = pending.texts[static_cast<size_t>(column)];
+    if (InSet(utf8, column)) text = Utf8FromNarrow(text);
+  }
+}
+
+void AddTexts(const PendingRow& pending, OutputList& list) {
+  std::array<std::string_view, kLastKept> texts;
+  std::copy(pending.texts.begin(), pending.texts.end(), texts.begin());
+  NewRow row;
+  row.texts = texts;
+  row.icon = pending.icon;
+  row.has_datum = false;
+  AddRow(list, row);
+}
+
+// A row without a first column counts when the file says that it ended, as one does that was saved
+// without a text there.
+void AddPending(PendingRow& pending, OutputList& list) {
+  if (pending.begun && (pending.ended || !pending.texts[0].empty())) {
+    const uint32_t before = RowCount(list);
+    ConvertTexts(pending, ListKindOf(list));
+    AddTexts(pending, list);
+    pending.failed = RowCount(list) == before;
+  }
+  for (std::string& text : pending.texts) text.clear();
+  pending.icon = 0;
+  pending.begun = pending.ended = false;
+}
+
+void TakeRowLine(int number, std::string_view rest, PendingRow& pending, OutputList& list) {
+  if (number == 1 || pending.ended) AddPending(pending, list);
+  pending.begun = true;
+  if (number == kReportRowEnd) {
+    pending.icon = std::clamp<int>(NumberAt(rest), INT16_MIN, INT16_MAX);
+    pending.ended = true;
+  } else if (number <= kLastKept) {
+    pending.texts[static_cast<size_t>(number - 1)] = rest.substr(0, kMostText);
+  }
+}
+
+struct CloseStream {
+  void operator()(std::FILE* stream) const { std::fclose(stream); }
+};
+using Stream = std::unique_ptr<std::FILE, CloseStream>;
+
+Stream OpenReport(const std::string& file) {
+  int error = 0;
+  return Stream(OpenFile(file, "rb", error));
+}
+
+}  // namespace
+
+ReportRead ParseReportHead(std::string_view text, ReportHead& head) {
+  head = {};
+  const int count = NumberAt(HeadValue(text, "U2", "0", kMostWidths));
+  if (count <= 0) return ReportRead::kNoReport;
+  const auto columns = static_cast<size_t>(std::min(count, kMaxColumns));
+  head.widths = WidthsOf(HeadValue(text, "U3", "", kMostWidths), columns);
+  head.kind = NumberAt(HeadValue(text, "U4", "0", kMostWidths));
+  head.title = HeadValue(text, "U6", "", kMostTitle);
+  for (size_t column = 0; column < columns; ++column) {
+    head.columns.push_back(HeadValue(text, kReportHeaderKeys[column], "", kMostHeaderText));
+  }
+  return ReportRead::kDone;
+}
+
+ReportRead ReadReportHead(const std::string& file, ReportHead& head) {
+  head = {};
+  const Stream stream = OpenReport(file);
+  if (stream == nullptr) return ReportRead::kCannotOpen;
+  std::string text(kMostHead, '\0');
+  text.resize(std::fread(text.data(), 1, text.size(), stream.get()));
+  return ParseReportHead(text, head);
+}
+
+ReportRead ReadReportRows(const ByteSource& source, OutputList& list) {
+  Lines lines{source, {}};
+  if (!FindMarker(lines)) return ReportRead::kNoReport;
+  PendingRow pending;
+  std::string_view line;
+  while (!pending.failed && TakeLine(lines, line)) {
+    const int number = LineNumber(line);
+    if (number == 0) break;
+    TakeRowLine(number, line.substr(2), pending, list);
+  }
+  if (!pending.failed) AddPending(pending, list);
+  return ReportRead::kDone;
+}
+
+ReportRead ReadReportRows(const std::string& file, OutputList& list) {
+  const Stream stream = OpenReport(file);
+  if (stream == nullptr) return ReportRead::kCannotOpen;
+  return ReadReportRows(
+      [&](char* room, size_t size) { return std::fread(room, 1, size, stream.get()); }, list);
+}
+
+}  // namespace hivequarry

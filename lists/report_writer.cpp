@@ -1,0 +1,132 @@
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+
+#include "hive/timestamp.h"
+#include "host/host.h"
+#include "lists/list_report.h"
+#include "lists/list_sink.h"
+#include "lists/report_keys.h"
+
+namespace hivequarry {
+namespace {
+
+constexpr uint64_t kUnitsPerSecond = 10'000'000;
+constexpr uint64_t kUnixEpoch = 116'444'736'000'000'000;  // as FILETIME
+constexpr uint64_t kSecondsPerDay = 86'400;
+
+void AppendLine(std::string_view text, std::string& out) {
+  const size_t start = out.size();
+  out += text;
+  for (size_t i = start; i < out.size(); ++i) {
+    if (out[i] == '\r' || out[i] == '\n' || out[i] == '\0') out[i] = ' ';
+  }
+}
+
+void AppendKey(const char* key, std::string_view value, std::string& out) {
+  out += "\r\n";
+  out += key;
+  out += '=';
+  AppendLine(value, out);
+}
+
+// From the last column to the first.
+std::string WidthsText(const std::vector<int>& widths, int columns) {
+  std::string text;
+  for (int column = columns - 1; column >= 0; --column) {
+    const bool known = column < static_cast<int>(widths.size());
+    text += ';';
+    text += std::to_string(known ? widths[static_cast<size_t>(column)] : kReportOtherWidth);
+  }
+  return text;
+}
+
+void WriteHead(const ListShape& shape, int columns, const ReportLook& look, std::string& out) {
+  const OutputList& list = shape.list;
+  out += '[';
+  out += kProgramName;
+  out += " Output List]\r\n\r\n\r\n[";
+  out += kReportSection;
+  out += "]\r\n";
+  AppendKey("U0", "100", out);
+  AppendKey("U1", look.written.empty() ? ReportTimeNow() : look.written, out);
+  AppendKey("U2", std::to_string(columns), out);
+  AppendKey("U3", WidthsText(look.widths, columns), out);
+  AppendKey("U4", std::to_string(ListKindOf(list)), out);
+  AppendKey("U5", std::to_string(shape.rows), out);
+  AppendKey("U6", look.title, out);
+  for (int column = 0; column < columns; ++column) {
+    AppendKey(kReportHeaderKeys[static_cast<size_t>(column)], ColumnTitle(list, column), out);
+  }
+  out += "\r\n\r\n";
+  out += kReportRows;
+  out += "\r\n";
+}
+
+void AppendNumber(int number, std::string& out) {
+  char text[16];
+  std::snprintf(text, sizeof text, "%02d", number);
+  out += text;
+}
+
+void WriteRow(const ListShape& shape, int columns, uint32_t row, std::string& out) {
+  std::string scratch;
+  for (int column = 0; column < columns; ++column) {
+    const std::string_view text = CellNarrow(shape, row, column, scratch);
+    if (text.empty()) continue;
+    AppendNumber(column + 1, out);
+    AppendLine(text, out);
+    out += "\r\n";
+  }
+  AppendNumber(kReportRowEnd, out);
+  AppendNumber(RowIcon(shape.list, row), out);
+  out += "\r\n";
+}
+
+}  // namespace
+
+bool IsReportName(std::string_view file) {
+  constexpr std::string_view kEnding = ".rpt";
+  if (file.size() <= kEnding.size()) return false;
+  const std::string_view ending = file.substr(file.size() - kEnding.size());
+  return std::equal(ending.begin(), ending.end(), kEnding.begin(),
+                    [](char a, char b) { return a == b || (a >= 'A' && a <= 'Z' && a + 32 == b); });
+}
+
+std::string ReportTime(int64_t local_seconds) {
+  constexpr const char* kDays[] = {"Mon", "Tue", "Wed", "Thu", "Fri", "Sat", "Sun"};
+  constexpr const char* kMonths[] = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",
+                                     "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
+  const uint64_t time = kUnixEpoch + static_cast<uint64_t>(local_seconds) * kUnitsPerSecond;
+  const CalendarTime at = CalendarOfFileTime(time);
+  // Days are counted from 1601-01-01, a Monday.
+  const uint64_t day = time / kUnitsPerSecond / kSecondsPerDay;
+  char text[64];
+  std::snprintf(text, sizeof text, "%s %s %2d %02d:%02d:%02d %04d", kDays[day % 7],
+                kMonths[at.month - 1], at.day, at.hour, at.minute, at.second, at.year);
+  return text;
+}
+
+std::string ReportTimeNow() {
+  const auto since = std::chrono::system_clock::now().time_since_epoch();
+  const int64_t seconds = std::chrono::duration_cast<std::chrono::seconds>(since).count();
+  const Host& host = CurrentHost();
+  const uint64_t local =
+      host.local_time(host.context, kUnixEpoch + static_cast<uint64_t>(seconds) * kUnitsPerSecond);
+  return ReportTime(static_cast<int64_t>(local / kUnitsPerSecond) -
+                    static_cast<int64_t>(kUnixEpoch / kUnitsPerSecond));
+}
+
+bool WriteReport(const OutputList& list, const WrittenRows& which, const ReportLook& look,
+                 const TextSink& sink) {
+  const ListShape shape = ShapeOf(list);
+  const int columns = std::min(shape.columns, kMaxColumns);
+  if (columns == 0) return false;
+  ListOutput out{sink, {}};
+  WriteHead(shape, columns, look, out.buffer);
+  return WriteInPieces(out, WrittenCount(list, which), [&](uint32_t place) {
+    WriteRow(shape, columns, WrittenRow(which, place), out.buffer);
+  });
+}
+
+}  // namespace hivequarry

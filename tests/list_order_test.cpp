@@ -1,0 +1,184 @@
+#include "lists/list_order.h"
+
+#include <gtest/gtest.h>
+
+#include <numeric>
+
+#include "host/case.h"
+#include "lists/list_columns.h"
+
+namespace hivequarry {
+namespace {
+
+using Rows = std::vector<uint32_t>;
+
+OutputListPtr ListOf(const std::vector<std::string>& texts) {
+  OutputListPtr list = MakeOutputList(36);
+  for (const std::string& text : texts) {
+    const std::string_view cells[] = {"k", text};
+    NewRow row;
+    row.texts = cells;
+    row.icon = static_cast<int>(text.size() % 3) - 1;
+    AddRow(*list, row);
+  }
+  return list;
+}
+
+Rows AllRows(const OutputList& list) {
+  Rows rows(RowCount(list));
+  std::iota(rows.begin(), rows.end(), 0u);
+  return rows;
+}
+
+// Row numbers, a digit each.
+std::string Sorted(const OutputList& list, SortMode mode, bool descending) {
+  std::string order;
+  for (const uint32_t row : SortRows(list, AllRows(list), {1, mode, descending}, {})) {
+    order += std::to_string(row);
+  }
+  return order;
+}
+
+TEST(SortTest, Modes) {
+  const std::string same(1200, 'p');  // longer than what is kept of a key
+  const struct {
+    SortMode mode;
+    std::vector<std::string> texts;
+    const char* order;
+    const char* descending;
+  } cases[] = {
+      {SortMode::kText, {"b", "B", "a", "ab", "", "_"}, "452301", "103254"},
+      {SortMode::kText, {"K\\b", "k\\a", "K\\a"}, "120", "021"},
+      {SortMode::kText, {"o", "\xF6", "\xD6", "p", "\xF6z", "oa"}, "012543", "345210"},
+      {SortMode::kText, {same + "c", same + "a", same, same + "b"}, "2130", "0312"},
+      {SortMode::kText, {"same", "same"}, "01", "01"},
+      {SortMode::kLength, {"ccc", "bb", "aaa", ""}, "3102", "0213"},
+      {SortMode::kNumber, {"10 x", "9", " -2", "", "99999999999999999999"}, "23104", "40132"},
+      {SortMode::kDate, {"2008/05/17, 13:02:09", "", "2008/4/30, 23:59:59"}, "120", "021"},
+      {SortMode::kLevel, {"a\\b\\c", "z", "b\\c"}, "120", "021"},
+      {SortMode::kIcon, {"11", "1", "111"}, "210", "012"},
+  };
+  for (const auto& c : cases) {
+    const OutputListPtr list = ListOf(c.texts);
+    SCOPED_TRACE(c.texts[0].substr(0, 20));
+    EXPECT_EQ(Sorted(*list, c.mode, false), c.order);
+    EXPECT_EQ(Sorted(*list, c.mode, true), c.descending);
+  }
+}
+
+TEST(SortTest, ColumnsTellHow) {
+  const struct {
+    int kind, column;
+    SortMode mode;
+  } cases[] = {
+      {11, 0, SortMode::kDate},          {11, 1, SortMode::kText},   {11, 2, SortMode::kText},
+      {47, 1, SortMode::kNumber},        {14, 1, SortMode::kNumber}, {57, 2, SortMode::kDate},
+      {57, 6, SortMode::kNumber},        {39, 1, SortMode::kNumber}, {5, 9, SortMode::kText},
+      {kListTree, 5, SortMode::kNumber}, {41, 4, SortMode::kDate}};
+  for (const auto& c : cases) {
+    EXPECT_EQ(SortModeOfColumn(*MakeOutputList(c.kind), c.column), c.mode) << c.kind << c.column;
+  }
+}
+
+TEST(SortTest, StopEndsItWithAllRowsStillThere) {
+  std::vector<std::string> texts;
+  for (int i = 0; i < 20'000; ++i) texts.push_back(std::to_string(i * 7919 % 20'000));
+  const OutputListPtr list = ListOf(texts);
+  for (const SortMode mode : {SortMode::kText, SortMode::kNumber}) {
+    for (const int questions : {1, 3, 20, 60}) {
+      int asked = 0;
+      Rows rows =
+          SortRows(*list, AllRows(*list), {1, mode, false}, [&] { return ++asked >= questions; });
+      EXPECT_LE(asked, questions) << "asked again after a yes";
+      std::sort(rows.begin(), rows.end());
+      EXPECT_EQ(rows, AllRows(*list));
+    }
+  }
+}
+
+TEST(FindTest, NextAndPrevious) {
+  const OutputListPtr list = ListOf({"Alpha", "beta", "ALPHABET", "gamma", "\xE4lpha"});
+  const Rows rows = {4, 3, 2, 1, 0};  // shown the other way round
+  const struct {
+    FindRequest request;
+    int64_t place;
+    const char* passed;
+  } cases[] = {{{"alpha", -1, true, true}, 2, ""},
+               {{"alpha", 2, true, true}, 4, ""},
+               {{"alpha", 4, true, true}, 2, kPassedEnd},
+               {{"alpha", 4, true, false}, -1, ""},
+               {{"alpha", 2, false, true}, 4, kPassedBeginning},
+               {{"alpha", 0, false, false}, -1, ""},
+               {{"alpha", 4, false, true}, 2, ""},
+               {{"BET", 99, true, true}, 2, ""},
+               {{"gamma", 1, true, true}, 1, kPassedEnd},  // the row in focus comes last
+               {{"\xC4L", -1, false, true}, 0, ""},
+               {{"K", -1, true, true}, 0, ""},  // the first column of any
+               {{"nowhere", 3, true, true}, -1, kPassedEnd},
+               {{"", 3, true, true}, -1, ""}};
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.request.text);
+    std::string passed;
+    const FoundRow found =
+        FindRow(*list, rows, c.request, {[&](const char* text) { passed += text; }, {}});
+    EXPECT_EQ(found.place, c.place);
+    EXPECT_EQ(passed, c.passed);
+    EXPECT_EQ(found.wrapped, !passed.empty());
+  }
+  EXPECT_EQ(FindAllRows(*list, rows, "ALPHA", 1), (Rows{2, 4}));
+  EXPECT_EQ(FindAllRows(*list, rows, "k", 1), Rows());
+  EXPECT_EQ(FindAllRows(*list, rows, "k", -1).size(), 5u);
+}
+
+TEST(FindTest, ProgressAndStop) {
+  const OutputListPtr list = ListOf(std::vector<std::string>(1025, "x"));
+  Rows told;
+  const FindEvents events = {{}, [&](uint32_t visited) {
+                               told.push_back(visited);
+                               return told.size() < 4;
+                             }};
+  const FoundRow found = FindRow(*list, AllRows(*list), {"y", 5, true, true}, events);
+  EXPECT_TRUE(found.stopped);
+  EXPECT_EQ(told, (Rows{0, 128, 256, 384}));
+  told.clear();
+  Rows rows = AllRows(*list);
+  rows.pop_back();
+  FindRow(*list, rows, {"y", 5, true, true}, events);
+  EXPECT_TRUE(told.empty()) << "short lists show no progress";
+}
+
+TEST(CaseTest, CapitalsOfCodePages) {
+  constexpr char16_t kSmall[] =
+      u"az\u00E0\u00FE\u00FF\u0161\u0153\u017E\u0105\u013E\u03AC\u03C3"
+      u"\u03C2\u03CE\u0430\u044F\u0451\u045F\u0491\u00F7\u00DF1[{";
+  constexpr char16_t kCapital[] =
+      u"AZ\u00C0\u00DE\u0178\u0160\u0152\u017D\u0104\u013D\u0386\u03A3"
+      u"\u03A3\u038F\u0410\u042F\u0401\u040F\u0490\u00F7\u00DF1[{";
+  for (size_t i = 0; kSmall[i] != 0; ++i) EXPECT_EQ(CapitalOf(kSmall[i]), kCapital[i]) << i;
+  EXPECT_EQ(CapitalsOf(WesternCodePage())[0xFF], 0x9F);
+  EXPECT_EQ(CapitalsOf(WesternCodePage())[0xB5], 0xB5) << "no capital in this code page";
+}
+
+constexpr WidthUnits kUnits = {70, 112, 98, 17, 1000};
+
+TEST(WidthTest, EveryKindFits) {
+  for (int kind = 0; kind < 110; ++kind) {
+    const OutputListPtr list = MakeOutputList(kind);
+    if (ColumnCount(*list) == 0) continue;
+    const std::vector<int> widths = ColumnWidths(*list, kUnits);
+    EXPECT_EQ(std::accumulate(widths.begin(), widths.end(), 0), 983) << kind;
+    EXPECT_GE(*std::min_element(widths.begin(), widths.end()), 40) << kind;
+    for (const int width : ColumnWidths(*list, {70, 112, 98, 17, 100})) EXPECT_GE(width, 23);
+  }
+}
+
+TEST(WidthTest, TitlesDecide) {
+  const OutputListPtr search = MakeOutputList(5);
+  EXPECT_EQ(ColumnWidths(*search, kUnits), (std::vector<int>{186, 116, 467, 98, 116}));
+  EXPECT_EQ(ColumnWidths(*MakeOutputList(11), kUnits), (std::vector<int>{112, 755, 116}));
+  SetColumns(*search, {"x", "y"});
+  EXPECT_EQ(ColumnWidths(*search, kUnits), (std::vector<int>{160, 160}));
+}
+
+}  // namespace
+}  // namespace hivequarry

@@ -1,0 +1,221 @@
+#include "lists/list_report.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+
+#include "lists/output_list.h"
+
+namespace hivequarry {
+namespace {
+
+using namespace std::string_literals;
+using Texts = std::vector<std::string_view>;
+
+void Add(OutputList& list, const Texts& texts, int icon = 0) {
+  NewRow row;
+  row.texts = texts;
+  row.icon = icon;
+  row.datum = 4128;
+  AddRow(list, row);
+}
+
+std::string Report(const OutputList& list, const ReportLook& look, const WrittenRows& which = {}) {
+  std::string text;
+  EXPECT_TRUE(WriteReport(list, which, look, [&](auto piece) { return text += piece, true; }));
+  return text;
+}
+
+OutputListPtr ReadRows(std::string_view text, ReportRead expected = ReportRead::kDone,
+                       int kind = 4) {
+  OutputListPtr list = MakeOutputList(kind);
+  const ByteSource source = [&](char* room, size_t size) {
+    const size_t count = text.copy(room, size);
+    text.remove_prefix(count);
+    return count;
+  };
+  EXPECT_EQ(ReadReportRows(source, *list), expected);
+  return list;
+}
+
+// Every row as "text|text...:icon", empty texts at the end left out.
+std::string Shown(const OutputList& list) {
+  std::string out;
+  for (uint32_t row = 0; row < RowCount(list); ++row) {
+    std::string cells;
+    for (int column = 0; column < ColumnCount(list); ++column) {
+      cells += std::string(CellText(list, row, column)) + "|";
+    }
+    while (cells.ends_with("|")) cells.pop_back();
+    out += cells + ":" + std::to_string(RowIcon(list, row)) + "\n";
+  }
+  return out;
+}
+
+TEST(ReportFile, ByteForByte) {
+  const OutputListPtr list = MakeOutputList(11);
+  Add(*list, {"2008/05/17, 13:02:09", "HKLM\\A", "0x00001020"}, 3);
+  Add(*list, {"", "line\r\nend", ""}, 12);
+  EXPECT_EQ(Report(*list, {"Key Dates", {120, 300, 90}, "Sat May 17 13:02:09 2008"}),
+            "[Hivequarry Output List]\r\n"
+            "\r\n\r\n[RPLfile]\r\n"
+            "\r\nU0=100\r\nU1=Sat May 17 13:02:09 2008\r\nU2=3\r\nU3=;90;300;120\r\nU4=11\r\nU5=2"
+            "\r\nU6=Key Dates\r\nH0=Key Date\r\nH1=Key\r\nH2=Key Offset"
+            "\r\n\r\n[ROWS]\r\n"
+            "012008/05/17, 13:02:09\r\n02HKLM\\A\r\n030x00001020\r\n9903\r\n"
+            "02line  end\r\n9912\r\n");
+}
+
+TEST(ReportFile, ScopeAndEmptyLists) {
+  const OutputListPtr list = MakeOutputList(51);
+  for (const std::string_view key : {"a", "b", "c"}) Add(*list, {key});
+  const uint32_t rows[] = {2, 0};
+  const std::string part = Report(*list, {}, {rows, true, true});
+  EXPECT_TRUE(part.ends_with("\r\n\r\n[ROWS]\r\n01c\r\n9900\r\n01a\r\n9900\r\n"));
+  EXPECT_NE(part.find("\r\nU5=3\r\n"), std::string::npos) << "rows of the whole list";
+  EXPECT_TRUE(Report(*MakeOutputList(5), {}).ends_with("=Key Offset\r\n\r\n[ROWS]\r\n"));
+  const auto refused = [](std::string_view) { return ADD_FAILURE() << "written", true; };
+  EXPECT_FALSE(WriteReport(*MakeOutputList(99), {}, {}, refused));
+}
+
+TEST(ReportFile, ComesBack) {
+  const OutputListPtr list = MakeOutputList(4);
+  std::vector<std::string> titles;
+  for (int i = 1; i <= 18; ++i) titles.push_back("T" + std::to_string(i));
+  SetColumns(*list, titles);
+  const Texts full = {"1",  "2",  "3",  "4",  "5",  "6",  "7",  "8",  "9",
+                      "10", "11", "12", "13", "14", "15", "16", "17", "18"};
+  Add(*list, {"", "before all"}, 1);
+  Add(*list, full, 7);
+  Add(*list, {}, 4);
+  Add(*list, {"", "no first"}, 123);
+  Add(*list, {"last"}, -16);
+  const std::string text = Report(*list, {"My title", {70, 40, 100}, {}});
+  EXPECT_NE(text.find("\r\nH15=T16\r\nCKMDOWN=T17\r\nMASKDOWN=T18\r\n"), std::string::npos);
+  ReportHead head;
+  ASSERT_EQ(ParseReportHead(text, head), ReportRead::kDone);
+  EXPECT_EQ(head.kind, 4);
+  EXPECT_EQ(head.title, "My title");
+  EXPECT_EQ(head.columns, titles);
+  const OutputListPtr loaded = ReadRows(text);
+  EXPECT_EQ(Shown(*loaded),
+            "|before all:1\n1|2|3|4|5|6|7|8|9|10|11|12:7\n:4\n|no first:123\nlast:-16\n");
+  EXPECT_FALSE(RowHasDatum(*loaded, 1));
+  EXPECT_EQ(RowDatum(*loaded, 1), 2u);
+}
+
+TEST(ReportFile, ColumnsOfOtherEncoding) {
+  const OutputListPtr list = MakeOutputList(kListInfo);
+  Add(*list, {"\u00C4.dat", "8192"});
+  const std::string text = Report(*list, {});
+  EXPECT_NE(text.find("\r\n01\xC4.dat\r\n"), std::string::npos);
+  EXPECT_EQ(Shown(*ReadRows(text, ReportRead::kDone, kListInfo)), "\u00C4.dat|8192:0\n");
+}
+
+TEST(ReportHeadTest, Widths) {
+  const struct {
+    const char* stored;
+    std::vector<int> widths;
+  } cases[] = {{";120;200", {200, 120, 160}},
+               {";300;59;40", {160, 160, 300}},
+               {";60;61;62;63", {63, 62, 61}},
+               {"", {160, 160, 160}},
+               {";;x;100", {100, 160, 160}},
+               {"99;100", {100, 99, 160}},
+               {";-70;99999999999", {160, 160, 160}},
+               // Only 63 characters are looked at: the last number is cut to 16.
+               {";160;160;160;160;160;160;160;160;160;160;160;160;160;110;120;160;170;180",
+                {160, 120, 110}}};
+  for (const auto& c : cases) {
+    ReportHead head;
+    ParseReportHead("[RPLfile]\r\nU2=3\r\nU3="s + c.stored + "\r\n", head);
+    EXPECT_EQ(head.widths, c.widths) << c.stored;
+  }
+}
+
+TEST(ReportHeadTest, ColumnsAtMostEighteen) {
+  const struct {
+    std::string text;
+    size_t columns;
+  } cases[] = {{"", 0},
+               {"[RPLfile]\r\nU2=-3\r\n", 0},
+               {"[Other]\r\nU2=3\r\n", 0},
+               {"[rplFILE]\nu2=2\nH0=" + std::string(80, 'h'), 2},
+               {"[RPLfile]\r\nU2=1000000000\r\nH0=" + std::string(63, 'h'), 18}};
+  for (const auto& c : cases) {
+    ReportHead head;
+    const ReportRead result = c.columns == 0 ? ReportRead::kNoReport : ReportRead::kDone;
+    EXPECT_EQ(ParseReportHead(c.text, head), result) << c.text;
+    EXPECT_EQ(head.columns.size(), c.columns) << c.text;
+    EXPECT_EQ(head.widths.size(), c.columns);
+    EXPECT_TRUE(c.columns == 0 || head.columns[0] == std::string(63, 'h'));
+  }
+}
+
+TEST(ReportRows, DamagedFiles) {
+  const std::string x(100'000, 'x');
+  const std::string row = "[ROWS]\r\n01a\r\n9901\r\n";
+  const struct {
+    std::string text;
+    std::string shown;
+  } cases[] = {
+      {"[ROWS]\r\n01a\r\n02b\r\n9903\r\n01c\r\n", "a|b:3\nc:0\n"},  // ends within a row
+      {"[ROWS]\n01a\n9901", "a:1\n"},
+      {"[ROWS]\r\n02x\r\n01a\r\n9901\r\n", "a:1\n"},  // no row was begun
+      {row + "00b\r\n01c\r\n", "a:1\n"},
+      {row + "19b\r\n01c\r\n", "a:1\n"},
+      {row + "zzb\r\n01c\r\n", "a:1\n"},
+      {row + "\r\n01c\r\n", "a:1\n"},
+      {row + "0\r\n01c\r\n", "a:1\n"},
+      {"[ROWS]\r\n01a\r\n13m\r\n18r\r\n12l\r\n9901\r\n", "a|||||||||||l:1\n"},
+      {row + "01b\r\n01c\r\n99-70000\r\n", "a:1\nb:0\nc:-32768\n"},
+      {"[ROWS]\r\n01" + x + "\r\n02b\r\n9902\r\n", x.substr(0, 519) + "|b:2\n"},
+      // Where the marker may stand.
+      {x.substr(0, 19992) + "\r\n" + row, "a:1\n"},
+      {x.substr(0, 19999) + "\r\n" + row, ""},
+      {x + "\r\n" + row, ""},
+      {"U6=" + row, ""},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.text.substr(0, 60));
+    const bool found = !c.shown.empty();
+    EXPECT_EQ(Shown(*ReadRows(c.text, found ? ReportRead::kDone : ReportRead::kNoReport)), c.shown);
+  }
+}
+
+// Lines around the pieces and the window in which the file is read.
+TEST(ReportRows, LinesOfEveryLength) {
+  std::string text = "[ROWS]\r\n";
+  std::string shown;
+  for (size_t length = 1; length < 560; ++length) {
+    text += "01" + std::string(length, 'a') + "\r\n02b\r\n9901\r\n";
+    shown += std::string(std::min<size_t>(length, 519), 'a') + "|b:1\n";
+  }
+  EXPECT_EQ(Shown(*ReadRows(text)), shown);
+}
+
+TEST(ReportFile, OnDisk) {
+  const std::string file = ::testing::TempDir() + "list_report_test.rpt";
+  const OutputListPtr list = MakeOutputList(51);
+  Add(*list, {"a"}, 5);
+  std::ofstream(file, std::ios::binary) << Report(*list, {});
+  ReportHead head;
+  EXPECT_EQ(ReadReportHead(file, head), ReportRead::kDone);
+  EXPECT_EQ(head.columns, std::vector<std::string>{"Key"});
+  EXPECT_EQ(ReadReportRows(file, *list), ReportRead::kDone);
+  EXPECT_EQ(Shown(*list), "a:5\na:5\n");
+  std::filesystem::remove(file);
+  EXPECT_EQ(ReadReportHead(file, head), ReportRead::kCannotOpen);
+  EXPECT_EQ(ReadReportRows(file, *list), ReportRead::kCannotOpen);
+}
+
+TEST(ReportFile, NamesAndTimes) {
+  for (const char* name : {"a.rpt", "C:\\x.RPT", "..rPt"}) EXPECT_TRUE(IsReportName(name)) << name;
+  for (const char* name : {".rpt", "", "arpt", "a.rpt ", "a.rp"}) EXPECT_FALSE(IsReportName(name));
+  EXPECT_EQ(ReportTime(1698826150), "Wed Nov  1 08:09:10 2023");
+  EXPECT_EQ(ReportTimeNow().size(), 24u);
+}
+
+}  // namespace
+}  // namespace hivequarry
