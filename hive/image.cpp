@@ -168,6 +168,7 @@ bool OpenIntoSlot(HiveImage& hive, const std::string& file_name, bool load) {
     SetBounds(hive);
     MapOffsets(hive);
   }
+  hive.held = hive.length;
   return true;
 }
 
@@ -211,6 +212,21 @@ bool StartFromBin(std::FILE* stream, uint32_t position, const uint8_t* header, u
   ProbeHiveStart(stream, position - kBaseBlockSize, probe);
   start = position - kBaseBlockSize;
   return probe.header_valid && probe.root_valid;
+}
+
+// As many of `size` bytes as lie in front of `end`.
+uint32_t ReadBelow(const HiveImage& hive, uint32_t end, uint32_t position, uint8_t* out,
+                   uint32_t size) {
+  if (position >= end) return 0;
+  if (TheHiveTable().suspended.load(std::memory_order_relaxed)) return 0;
+  const uint32_t count = std::min(size, end - position);
+  if (count == 0) return 0;  // `out` may be null then
+  if (hive.loaded) {
+    std::memcpy(out, hive.buffer.get() + position, count);
+    return count;
+  }
+  return static_cast<uint32_t>(
+      ReadFileBytes(hive.stream, uint64_t{hive.base_offset} + position, out, count));
 }
 
 }  // namespace
@@ -399,16 +415,11 @@ uint8_t ReadU8(const HiveImage& hive, uint32_t position) {
 }
 
 uint32_t ReadBytes(const HiveImage& hive, uint32_t position, uint8_t* out, uint32_t size) {
-  if (position >= hive.length) return 0;
-  if (TheHiveTable().suspended.load(std::memory_order_relaxed)) return 0;
-  const uint32_t count = std::min(size, hive.length - position);
-  if (count == 0) return 0;  // `out` may be null then
-  if (hive.loaded) {
-    std::memcpy(out, hive.buffer.get() + position, count);
-    return count;
-  }
-  return static_cast<uint32_t>(
-      ReadFileBytes(hive.stream, uint64_t{hive.base_offset} + position, out, count));
+  return ReadBelow(hive, hive.length, position, out, size);
+}
+
+uint32_t ReadHeldBytes(const HiveImage& hive, uint32_t position, uint8_t* out, uint32_t size) {
+  return ReadBelow(hive, hive.held, position, out, size);
 }
 
 }  // namespace hivequarry

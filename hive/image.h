@@ -17,6 +17,8 @@
 #include <unordered_map>
 #include <vector>
 
+#include "hive/value_edits.h"
+
 namespace hivequarry {
 
 struct HiveImage;
@@ -56,11 +58,14 @@ struct HiveImage {
   uint32_t root_position = 0;  // of the root key node; 0 when unknown
   uint32_t length = 0;         // bytes of the hive, in memory or as the chosen range
   uint32_t last_valid = 0;     // length - 8: no cell starts beyond it
-  std::unique_ptr<uint8_t, FreeDeleter> buffer;  // length + kImageSlack bytes; null in stream mode
+  std::unique_ptr<uint8_t, FreeDeleter> buffer;  // held + kImageSlack bytes; null in stream mode
   uint32_t base_offset = 0;                      // where in the file the hive begins
-  std::string file_name;                         // as given, UTF-8
-  bool loaded = false;                           // false: cells are read from the stream
-  std::FILE* stream = nullptr;                   // open in stream mode, or while loading
+  // Bytes that were opened, in memory or as the chosen range. More than `length` where the image
+  // was cut because another hive begins there; cell readers end at `length`.
+  uint32_t held = 0;
+  std::string file_name;        // as given, UTF-8
+  bool loaded = false;          // false: cells are read from the stream
+  std::FILE* stream = nullptr;  // open in stream mode, or while loading
   bool keep_open = false;
   bool header_valid = false;  // the base block was recognised; also called HasBaseBlock
   uint32_t lower_bound = 0;   // of cell positions: 4128 when root_valid, else 0
@@ -79,6 +84,8 @@ struct HiveImage {
 
   // Value lists that relation repair found for keys whose own offset is wrong, by key position.
   std::unordered_map<uint32_t, uint32_t> repaired_value_lists;
+
+  ValueEdits edits;  // values edited in memory (value_edits.h)
 
   // Root path (root_path.h).
   std::string root_label;          // short form, possibly with "(n)"; empty when none is known
@@ -193,6 +200,8 @@ uint32_t ReadU32BigEndian(const HiveImage& hive, uint32_t position);
 uint8_t ReadU8(const HiveImage& hive, uint32_t position);
 // Copies as many of `size` bytes as lie inside the hive; returns how many.
 uint32_t ReadBytes(const HiveImage& hive, uint32_t position, uint8_t* out, uint32_t size);
+// Likewise of what is held, also behind the place where the image was cut.
+uint32_t ReadHeldBytes(const HiveImage& hive, uint32_t position, uint8_t* out, uint32_t size);
 
 // The position that a cell offset stored at `field` leads to; kNoOffset stays kNoOffset. The result
 // may lie outside the image. The second form reads the offset from there.

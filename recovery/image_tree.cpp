@@ -58,18 +58,39 @@ void ForgetRelations(ScanTables& tables) {
   tables.tree_sound = true;
 }
 
+void Collect(HiveImage& hive, const ScanOptions& scan, ScanTables& tables) {
+  ResetTables(hive, tables);
+  ScanImage(hive, ScanPass::kCollect, scan, tables);
+}
+
+// The blocks of a hive that was cut off had a say in where offsets lead; so would the header in
+// front of its root, which is left.
+void ForgetOtherHive(HiveImage& hive) {
+  const uint32_t end = hive.length;
+  const bool header = end >= kBinHeaderSize && ReadU32(hive, end - kBinHeaderSize) == kBinSignature;
+  if (header) hive.length -= kBinHeaderSize;
+  hive.data_base = hive.data_start;
+  hive.data_base_proven = hive.header_valid;
+  MapOffsets(hive);
+  hive.length = end;
+}
+
 void CollectTables(HiveImage& hive, const BuildOptions& options, ScanTables& tables) {
   hive.key_gate = options.tolerant_keys ? kOpenGate : kClosedGate;
   PresetRoot(hive);
-  ResetTables(hive, tables);
   ScanOptions scan;
   scan.minimum_name_length = options.minimum_name_length;
+  scan.ask_other_roots = options.ask_other_roots;
   ShowStatus("Collecting information ...");
-  ScanImage(hive, ScanPass::kCollect, scan, tables);
-  if (!hive.data_base_proven && FindFragmentBase(hive, tables)) {
+  const uint32_t whole = hive.length;
+  Collect(hive, scan, tables);
+  if (hive.length != whole && !StopRequested()) {
+    ForgetOtherHive(hive);
+    Collect(hive, scan, tables);
+  }
+  if (!hive.data_base_proven && FindFragmentBase(hive, tables) && !StopRequested()) {
     // Now that its place is known the fragment's offsets can be followed.
-    ResetTables(hive, tables);
-    ScanImage(hive, ScanPass::kCollect, scan, tables);
+    Collect(hive, scan, tables);
   }
   if (!hive.data_base_proven) ForgetRelations(tables);
   FinishScan(tables);

@@ -13,6 +13,9 @@ struct BuildOptions {
   bool tolerant_keys = true;         // accept keys with damaged signatures ("bad_nk")
   uint32_t minimum_name_length = 0;  // taken for keys with a name length of 0, when not 0
   std::string root_path;             // root path given by the user; empty: the automatic choice
+  // Cut the image in front of another hive's root, and ask whether to open that in a new copy
+  // (root_search.h). False: further roots stay keys of this tree.
+  bool ask_other_roots = true;
 };
 
 // What a build counted. Keys are accepted key cells and keys created by repair.

@@ -45,7 +45,9 @@ uint32_t TakeBin(Walk& walk, uint32_t p) {
   const bool in_place = p % 4096 == 0 || !hive.offset_runs.empty();
   const bool sized = row.size >= 4096 && row.size % 4096 == 0 && in_place;
   if (sized) walk.bin_size = row.size;
-  if (walk.pass == ScanPass::kCollect) walk.tables.bins.push_back(row);
+  // In front of the place where an image was cut there is a header without a cell.
+  const bool holds_cells = InsideHive(hive, p, kBinHeaderSize + 8);
+  if (walk.pass == ScanPass::kCollect && holds_cells) walk.tables.bins.push_back(row);
   return p + kBinHeaderSize;
 }
 

@@ -16,14 +16,17 @@ struct ScanOptions {
   bool skip_small = true;
   // A name length of 0 is replaced by this when it is not 0.
   uint32_t minimum_name_length = 0;
+  // The root of another hive ends the image (root_search.h). False: it is a key as any other.
+  bool ask_other_roots = true;
 };
 
 // Empties the tables and makes them ready for the collecting pass.
 void ResetTables(const HiveImage& hive, ScanTables& tables);
 
 // One pass over the image, from memory or from the stream as the image is held. The collecting pass
-// fills the tables and moves the image's root position to the root key it meets; the evaluating
-// pass adds the list cells. Ends early when the user stops.
+// fills the tables, moves the image's root position to its root key and ends where the root of
+// another hive cuts the image; the evaluating pass adds the list cells. Ends early when the user
+// stops.
 void ScanImage(HiveImage& hive, ScanPass pass, const ScanOptions& options, ScanTables& tables);
 
 // Seals the index and resolves the child entries to key rows. Call once after the last pass.
@@ -45,7 +48,8 @@ struct ScannedKey {
   bool has_slack = false;  // bytes behind the name
   bool damaged = false;    // accepted by a tolerant rule
 };
-// Adds the rows of one accepted key. Keys come in the order of their positions.
+// Adds the rows of one accepted key; none for the root of another hive. Keys come in the order of
+// their positions.
 void AddScannedKey(HiveImage& hive, const ScannedKey& key, const ScanOptions& options,
                    ScanTables& tables);
 

@@ -6,6 +6,7 @@
 #include "hive/key_node.h"
 #include "hive/key_tree.h"
 #include "recovery/name_hash.h"
+#include "recovery/root_search.h"
 #include "recovery/scan.h"
 
 namespace hivequarry {
@@ -85,13 +86,6 @@ void AddNameHashes(const HiveImage& hive, uint32_t position, uint32_t length, Sc
   }
 }
 
-// Root keys: by their flags, or by the base block naming them. The first one is the image's root;
-// a further one stays in the table as a key of its own.
-void TakeRoot(HiveImage& hive, uint32_t position, ScanTables& tables) {
-  if (tables.roots.empty()) hive.root_position = position;
-  tables.roots.push_back(position);
-}
-
 }  // namespace
 
 void AddScannedKey(HiveImage& hive, const ScannedKey& key, const ScanOptions& options,
@@ -100,7 +94,11 @@ void AddScannedKey(HiveImage& hive, const ScannedKey& key, const ScanOptions& op
   row.position = key.position;
   const bool known_root = hive.root_position != 0 && key.position == hive.root_position;
   row.root = key.flags == kRootKeyFlags || known_root;
-  if (row.root) TakeRoot(hive, key.position, tables);
+  if (row.root) {
+    // What repair adds behind the scan is no root of another hive.
+    const bool ask = options.ask_other_roots && !tables.sealed;
+    if (!AdmitRoot(hive, key.position, ask, tables)) return;
+  }
   const bool own_root = row.root && key.position == hive.root_position;
   row.parent = own_root ? kNoOffset : ReadOffset(hive, key.position + kKeyParent);
   // Offsets that lead outside the image tell nothing of how far parents reach.

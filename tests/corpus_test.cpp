@@ -284,7 +284,6 @@ TEST_F(Corpus, KnownDisconnectedKeys) {
        "\u041D\u043E\u0432\u044B\u0439 \u0440\u0430\u0437\u0434\u0435\u043B "
        "#1",
        nullptr, "2017-03-04T20:52:19.7530801Z"},
-      {"hive_and_fragments", 147780 + 512, "key_with_bigdata", nullptr, nullptr},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(::testing::Message() << c.file << " " << c.signature);
@@ -374,7 +373,9 @@ TEST_F(Corpus, HivesInsideFilesAndFragments) {
     uint32_t connected;  // real keys
   } cases[] = {
       {"hive_at_512", 0, 0, 512, 262656, true, nullptr, 3},
-      {"hive_and_fragments", 0, 0, 512, 262144, true, "key_with_bigdata", 2},
+      // Up to the root of the fragment behind it, and from there to that of the last one.
+      {"hive_and_fragments", 0, 0, 512, 147488, true, "key_with_bigdata", 2},
+      {"hive_and_fragments", 143872, 262656, 143872, 118304, true, "key_with_bigdata", 2},
       {"hive_and_fragments", 512, 147968, 512, 147456, true, "key_with_bigdata", 2},
       {"fragment_no_base_block", 0, 0, 0, 258048, false, "A1\\B2", 4},
       {"fragment_one_block", 0, 0, 0, 4096, false, nullptr, 1},

@@ -289,6 +289,13 @@ BuiltHive OtherHive(List list) {
   return builder.Build();
 }
 
+// The other one's root does not end the image.
+BuildOptions BothHives() {
+  BuildOptions options;
+  options.ask_other_roots = false;
+  return options;
+}
+
 // Nothing hangs across the border of the two hives, and no key was made in the other's bins.
 void ExpectApart(const OpenedHive& opened, uint32_t first, uint32_t end) {
   const auto foreign = [&](const KeyItem& it) { return it.position >= first && it.position < end; };
@@ -318,7 +325,7 @@ TEST(OffsetMap, AnotherHiveBehind) {
       SCOPED_TRACE(base_block);
       const Bytes joined =
           Joined({sound.bytes, std::span(other.bytes).subspan(base_block ? 0 : kDataArea)});
-      OpenedHive opened{std::span<const uint8_t>(joined)};
+      OpenedHive opened(joined, BothHives());
       ExpectTheRest(opened, sound, Inserted(size, 0), true);
       ExpectApart(opened, size, static_cast<uint32_t>(joined.size()));
       EXPECT_EQ(opened.summary.connected_keys, 1 + kGroups + kGroups * kKeysOfGroup);
@@ -344,7 +351,7 @@ TEST(OffsetMap, AnotherHiveInBetween) {
     SCOPED_TRACE("put in");
     BuiltHive built = sound;
     built.Insert(at, size).SetBytes(at, 0, bins);
-    OpenedHive opened(built);
+    OpenedHive opened(built, BothHives());
     ExpectTheRest(opened, sound, Inserted(at, size), true);
     ExpectApart(opened, at, at + size);
   }
@@ -352,7 +359,7 @@ TEST(OffsetMap, AnotherHiveInBetween) {
     SCOPED_TRACE("written over");
     BuiltHive built = sound;
     built.SetBytes(at, 0, bins.first(4096));
-    OpenedHive opened(built);
+    OpenedHive opened(built, BothHives());
     const Change change = {Erased(at, 4096).hits, [](uint32_t position) { return position; }};
     ExpectTheRest(opened, sound, change, true);
     ExpectApart(opened, at, at + 4096);

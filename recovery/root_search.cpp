@@ -1,0 +1,82 @@
+#include "recovery/root_search.h"
+
+#include <algorithm>
+#include <cinttypes>
+#include <cstdio>
+#include <string>
+#include <system_error>
+
+#include "host/files.h"
+#include "host/host.h"
+#include "host/launch.h"
+#include "host/output_file.h"
+
+namespace hivequarry {
+namespace {
+
+// As a copy must be told: it may run in another folder.
+std::string FullName(const std::string& file) {
+  std::error_code error;
+  const std::u8string full = std::filesystem::absolute(FilePath(file), error).u8string();
+  return error ? file : std::string(full.begin(), full.end());
+}
+
+// 0 when the file can't be read any more.
+uint32_t SizeOfFile(const std::string& file) {
+  int error = 0;
+  std::FILE* stream = OpenFile(file, "rb", error);
+  if (stream == nullptr) return 0;
+  const int64_t size = FileSize(stream);
+  std::fclose(stream);
+  return static_cast<uint32_t>(std::clamp<int64_t>(size, 0, UINT32_MAX));
+}
+
+uint32_t FilePosition(const HiveImage& hive, uint32_t position) {
+  return hive.base_offset + position;
+}
+
+// For the first root met.
+bool IsOwnRoot(const HiveImage& hive, uint32_t position) {
+  return hive.header_valid || position <= kFirstCellPosition;
+}
+
+void CutImage(HiveImage& hive, uint32_t end) {
+  hive.length = end;
+  hive.last_valid = end < 8 ? 0 : end - 8;
+}
+
+// The scan stands still meanwhile: it is its thread that asks.
+bool WantsCopy(uint32_t file_position) {
+  char text[80];
+  std::snprintf(text, sizeof(text), "%s at 0x%" PRIX32 "! Open in new Window?",
+                "New Root Cell found", file_position);
+  return ShowMessage(text, kProgramName, Icon::kQuestion, Buttons::kYesNo) == Answer::kYes;
+}
+
+}  // namespace
+
+uint32_t RangeStartForRoot(uint32_t root) {
+  if (root >= kFirstCellPosition) return root - kFirstCellPosition;
+  if (root >= kBinHeaderSize) return root - kBinHeaderSize;
+  return root > 7 ? root - 8 : root;
+}
+
+void OpenRootInCopy(const HiveImage& hive, uint32_t root_position) {
+  const uint32_t start = RangeStartForRoot(FilePosition(hive, root_position));
+  const uint32_t end = SizeOfFile(hive.file_name);
+  LaunchSelf(RangeArguments(FullName(hive.file_name), start, end), kLaunchPlain);
+}
+
+bool AdmitRoot(HiveImage& hive, uint32_t position, bool ask, ScanTables& tables) {
+  const bool first = tables.roots.empty();
+  if (ask && !(first && IsOwnRoot(hive, position))) {
+    CutImage(hive, position);
+    if (WantsCopy(FilePosition(hive, position))) OpenRootInCopy(hive, position);
+    return false;
+  }
+  if (first) hive.root_position = position;
+  tables.roots.push_back(position);
+  return true;
+}
+
+}  // namespace hivequarry

@@ -1,0 +1,199 @@
+// The runs of blocks in a file.
+
+#include <algorithm>
+#include <cstring>
+#include <vector>
+
+#include "host/files.h"
+#include "host/host.h"
+#include "host/long_operation.h"
+#include "reports/file_pieces.h"
+
+namespace hivequarry {
+namespace {
+
+constexpr int kPieces = 55;  // kind of list
+constexpr size_t kWindowSize = 1024 * 1024;
+constexpr uint64_t kProgressSize = 2201000;  // smaller files are read without a progress bar
+
+// The stretch of the file that is in memory; it moves along with the search.
+class FileWindow {
+ public:
+  FileWindow(std::FILE* stream, uint64_t size)
+      : stream_(stream), size_(size), bytes_(kWindowSize), progress_(size >= kProgressSize) {
+    if (progress_) ShowRange(100);
+  }
+  ~FileWindow() {
+    if (progress_) ShowRange(0);
+  }
+  FileWindow(const FileWindow&) = delete;
+  FileWindow& operator=(const FileWindow&) = delete;
+
+  uint64_t size() const { return size_; }
+
+  bool Read(uint64_t position, uint8_t* out, size_t size) {
+    if (!Holds(position, size)) return ReadFileBytes(stream_, position, out, size) == size;
+    std::memcpy(out, &bytes_[static_cast<size_t>(position - start_)], size);
+    return true;
+  }
+
+  // The first "hbin" with room for a header from `at` on. False behind the last one, or when the
+  // user stopped.
+  bool FindSignature(uint64_t at, uint64_t& found) {
+    while (!StopRequested() && (Holds(at, kBinHeaderSize) || Load(at))) {
+      const uint8_t* const stop = bytes_.data() + got_ - (kBinHeaderSize - 1);
+      const uint8_t* h = bytes_.data() + (at - start_);
+      while (h < stop) {
+        h = static_cast<const uint8_t*>(std::memchr(h, 'h', static_cast<size_t>(stop - h)));
+        if (h == nullptr) break;
+        found = start_ + static_cast<uint64_t>(h - bytes_.data());
+        if (LoadU32(h) == kBinSignature) return true;
+        ++h;
+      }
+      at = start_ + static_cast<uint64_t>(stop - bytes_.data());
+    }
+    return false;
+  }
+
+ private:
+  static void ShowRange(uint32_t steps) {
+    const Host& host = CurrentHost();
+    host.progress_range(host.context, steps);
+  }
+
+  bool Holds(uint64_t position, size_t size) const {
+    return position >= start_ && position + size <= start_ + got_;
+  }
+
+  // With room for a base block in front, which is looked at next. False at the end of the file.
+  bool Load(uint64_t at) {
+    start_ = at - std::min<uint64_t>(at, kBaseBlockSize);
+    got_ = ReadFileBytes(stream_, start_, bytes_.data(), bytes_.size());
+    if (progress_) {
+      const Host& host = CurrentHost();
+      host.progress_position(host.context, static_cast<uint32_t>(at * 100 / size_));
+    }
+    return Holds(at, kBinHeaderSize);
+  }
+
+  std::FILE* stream_;
+  uint64_t size_;
+  std::vector<uint8_t> bytes_;
+  uint64_t start_ = 0;
+  size_t got_ = 0;
+  bool progress_;
+};
+
+struct Block {
+  uint64_t position = 0;
+  uint64_t end = 0;
+  uint32_t own_offset = 0;
+};
+
+struct Run {
+  uint64_t start = 0;
+  uint64_t end = 0;  // behind its last byte
+  Block last;
+};
+
+bool ReadBlock(FileWindow& window, uint64_t position, Block& block) {
+  uint8_t header[kBinHeaderSize];
+  if (!window.Read(position, header, sizeof(header))) return false;
+  const uint32_t size = LoadU32(header + 8);
+  block.position = position;
+  block.end = position + size;
+  block.own_offset = LoadU32(header + 4);
+  return LoadU32(header) == kBinSignature && block.own_offset % 4096 == 0 && size % 4096 == 0 &&
+         size != 0 && size < 0x80000000;
+}
+
+// At least three letters of "regf".
+bool IsBaseBlock(FileWindow& window, uint64_t position) {
+  uint8_t bytes[4];
+  if (!window.Read(position, bytes, sizeof(bytes))) return false;
+  return (bytes[0] == 'r') + (bytes[1] == 'e') + (bytes[2] == 'g') + (bytes[3] == 'f') >= 3;
+}
+
+bool FindBlock(FileWindow& window, uint64_t at, Block& block) {
+  uint64_t position = 0;
+  for (; window.FindSignature(at, position); at = position + 1) {
+    if (ReadBlock(window, position, block)) return true;
+  }
+  return false;
+}
+
+// True when the file goes on behind a block as it should: then what looks like a header inside of
+// it is data of a cell.
+bool IsFollowed(FileWindow& window, const Block& block) {
+  Block next;
+  return block.end == window.size() || ReadBlock(window, block.end, next) ||
+         IsBaseBlock(window, block.end);
+}
+
+bool Continues(const Run& run, const Block& block) {
+  if (block.own_offset == 0) return false;
+  if (block.position == run.last.end) return true;
+  const uint64_t distance = block.position - run.last.position;
+  return block.position < run.end && block.own_offset == run.last.own_offset + distance;
+}
+
+Run BeginRun(FileWindow& window, const Block& block, const Run* before) {
+  Run run{block.position, block.end, block};
+  if (block.position < kBaseBlockSize) return run;
+  const uint64_t base = block.position - kBaseBlockSize;
+  const bool free = before == nullptr || base > before->last.position;
+  if (free && IsBaseBlock(window, base)) run.start = base;
+  return run;
+}
+
+void AddRun(OutputList& list, const Run& run, uint64_t end) {
+  const std::string texts[] = {FilePositionText(run.start), FilePositionText(end - 1),
+                               FilePositionText(end - run.start)};
+  const std::string_view views[] = {texts[0], texts[1], texts[2]};
+  NewRow row;
+  row.texts = views;
+  row.has_datum = false;
+  AddRow(list, row);
+}
+
+void AddRuns(FileWindow& window, OutputList& list) {
+  Run run;
+  bool open = false;
+  Block block;
+  for (uint64_t at = 0; FindBlock(window, at, block);) {
+    if (open && Continues(run, block)) {
+      run.end = std::max(run.end, block.end);
+      run.last = block;
+    } else {
+      const Run next = BeginRun(window, block, open ? &run : nullptr);
+      if (open) AddRun(list, run, std::min(run.end, next.start));
+      run = next;
+      open = true;
+    }
+    at = IsFollowed(window, block) ? block.end : block.position + kBinHeaderSize;
+  }
+  if (open) AddRun(list, run, std::min(run.end, window.size()));
+}
+
+}  // namespace
+
+OutputListPtr ListBlockRuns(const std::string& file) {
+  int error = 0;
+  std::FILE* stream = OpenFile(file, "rb", error);
+  const int64_t size = stream == nullptr ? -1 : FileSize(stream);
+  if (size < 0) {
+    ShowMessage("Can not open File !", kProgramName, Icon::kExclamation);
+    if (stream != nullptr) std::fclose(stream);
+    return nullptr;
+  }
+  OutputListPtr list = MakeOutputList(kPieces);
+  SetListSource(*list, file);
+  ShowStatus("Reading File ...");
+  FileWindow window(stream, static_cast<uint64_t>(size));
+  AddRuns(window, *list);
+  std::fclose(stream);
+  ShowStatus("");
+  return list;
+}
+
+}  // namespace hivequarry

@@ -1,0 +1,176 @@
+// Cutting a file into the pieces that a list names.
+
+#include "reports/file_pieces.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cinttypes>
+#include <cstdio>
+#include <system_error>
+#include <vector>
+
+#include "host/files.h"
+#include "host/host.h"
+#include "host/long_operation.h"
+#include "host/output_file.h"
+
+namespace hivequarry {
+namespace {
+
+constexpr int kSeries = 100;
+constexpr uint64_t kCopyBlock = 4096;
+constexpr int kFileColumn = 3;
+
+struct Range {
+  uint64_t first = 0;
+  uint64_t last = 0;  // of its bytes, itself one of them
+};
+
+// Where the pieces' names begin.
+std::string PieceStem(const std::string& source, const std::string& folder) {
+  if (folder.empty()) return source;
+  const std::u8string leaf = FilePath(source).filename().u8string();
+  const bool closed = folder.back() == '/' || folder.back() == '\\';
+  return folder + (closed ? "" : "/") + std::string(leaf.begin(), leaf.end());
+}
+
+std::string PieceName(const std::string& stem, int series, uint32_t number) {
+  char ending[32];
+  if (series == 0) {
+    std::snprintf(ending, sizeof(ending), ".sp_%02" PRIu32, number);
+  } else {
+    std::snprintf(ending, sizeof(ending), ".sp%d_%02" PRIu32, series, number);
+  }
+  return stem + ending;
+}
+
+// A name that can't be looked at counts as taken.
+bool IsTaken(const std::string& name) {
+  std::error_code error;
+  const std::filesystem::file_status status =
+      std::filesystem::symlink_status(FilePath(name), error);
+  return status.type() != std::filesystem::file_type::not_found;
+}
+
+// The first series of names of which none is taken; kSeries when there is none left.
+int FreeSeries(const std::string& stem, uint32_t rows) {
+  for (int series = 0; series < kSeries; ++series) {
+    uint32_t number = 1;
+    while (number <= rows && !IsTaken(PieceName(stem, series, number))) ++number;
+    if (number > rows) return series;
+  }
+  return kSeries;
+}
+
+bool ParsePosition(std::string_view text, uint64_t& position) {
+  const size_t open = text.find('(');
+  if (open == std::string_view::npos) return false;
+  const char* end = text.data() + text.size();
+  const auto [last, error] = std::from_chars(text.data() + open + 1, end, position);
+  return error == std::errc() && last != end && *last == ')';
+}
+
+// False for a row that does not say what to copy, or says what can't be.
+bool RangeOfRow(const OutputList& list, uint32_t row, uint64_t file_size, Range& range) {
+  return ParsePosition(CellText(list, row, 0), range.first) &&
+         ParsePosition(CellText(list, row, 1), range.last) && range.last >= range.first &&
+         range.last <= file_size;
+}
+
+// True when every byte of the range that the file has was written.
+bool CopyRange(std::FILE* source, const Range& range, uint64_t file_size, std::FILE* piece) {
+  uint8_t block[kCopyBlock];
+  const uint64_t end = std::min(range.last + 1, file_size);
+  if (!SeekFile(source, range.first)) return false;
+  for (uint64_t at = range.first; at < end;) {
+    if (StopRequested()) return false;
+    const auto size = static_cast<size_t>(std::min(kCopyBlock, end - at));
+    const size_t got = std::fread(block, 1, size, source);
+    if (std::fwrite(block, 1, got, piece) != got || got < size) return false;
+    at += got;
+  }
+  return true;
+}
+
+// The pieces of a run under way.
+struct Split {
+  OutputList& list;
+  std::FILE* source;
+  uint64_t size;  // of the source
+  std::string stem;
+  int series;
+};
+
+enum class PieceResult { kWhole, kShort, kNone };
+
+PieceResult WritePiece(Split& split, uint32_t row, const Range& range) {
+  const std::string name = PieceName(split.stem, split.series, row + 1);
+  int error = 0;
+  std::FILE* piece = OpenFile(name, "wb", error);
+  if (piece == nullptr) {
+    ShowMessage(("Can not create file " + name).c_str(), "Error", Icon::kStop);
+    return PieceResult::kNone;
+  }
+  bool whole = CopyRange(split.source, range, split.size, piece);
+  whole = std::fclose(piece) == 0 && whole;
+  ReplaceCell(split.list, row, kFileColumn, NarrowText(WideFromUtf8(name)));
+  return whole ? PieceResult::kWhole : PieceResult::kShort;
+}
+
+// True when pieces were written, all of them whole.
+bool WritePieces(Split& split) {
+  const Host& host = CurrentHost();
+  const uint32_t rows = RowCount(split.list);
+  bool written = false;
+  bool sound = true;
+  bool told = false;
+  host.progress_range(host.context, rows);
+  for (uint32_t row = 0; row < rows && !StopRequested(); ++row) {
+    Range range;
+    if (!RangeOfRow(split.list, row, split.size, range)) break;
+    const PieceResult result = WritePiece(split, row, range);
+    sound = sound && result == PieceResult::kWhole;
+    told = result == PieceResult::kNone;
+    if (told) break;
+    written = true;
+    host.progress_position(host.context, row + 1);
+  }
+  host.progress_range(host.context, 0);
+  if (!told && !StopRequested()) ShowStatus("Done.");
+  return written && sound;
+}
+
+}  // namespace
+
+std::string FilePositionText(uint64_t position) {
+  char text[48];
+  std::snprintf(text, sizeof(text), "0x%08" PRIX64 " (%" PRIu64 ")", position, position);
+  return text;
+}
+
+bool SplitFile(OutputList& list, const std::string& folder) {
+  const std::string& source = ListSource(list);
+  const uint32_t rows = RowCount(list);
+  if (source.empty() || rows == 0) return false;
+  int error = 0;
+  std::FILE* stream = OpenFile(source, "rb", error);
+  const int64_t size = stream == nullptr ? -1 : FileSize(stream);
+  if (size < 0) {
+    ShowMessage("Can not open File !", kProgramName, Icon::kExclamation);
+    if (stream != nullptr) std::fclose(stream);
+    return false;
+  }
+  const std::string stem = PieceStem(source, folder);
+  const int series = FreeSeries(stem, rows);
+  bool written = false;
+  if (series == kSeries) {
+    ShowMessage("Unclassified error.", kProgramName, Icon::kInformation);
+  } else {
+    Split split{list, stream, static_cast<uint64_t>(size), stem, series};
+    written = WritePieces(split);
+  }
+  std::fclose(stream);
+  return written;
+}
+
+}  // namespace hivequarry
