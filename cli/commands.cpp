@@ -2,7 +2,6 @@
 
 #include <charconv>
 #include <cstdio>
-#include <cstring>
 #include <string_view>
 
 #include "hive/image.h"
@@ -10,8 +9,9 @@
 #include "host/files.h"
 #include "host/host.h"
 #include "host/long_operation.h"
-#include "lists/list_writers.h"
+#include "lists/list_report.h"
 #include "recovery/image_tree.h"
+#include "reports/file_pieces.h"
 #include "reports/hive_lists.h"
 
 namespace hivequarry {
@@ -23,10 +23,6 @@ struct OpenedHive {
   KeyTree tree;
   ImageSummary summary;
 };
-
-void Complain(const std::string& text) {
-  std::fprintf(stderr, "%s: %s\n", kProgramName, text.c_str());
-}
 
 // An image in which nothing at all was found is held against the strict check, so that its user
 // learns why the list is empty.
@@ -55,6 +51,7 @@ int WithHive(const ConsoleRequest& request, int (*work)(const ConsoleRequest&, O
   BuildOptions options;
   options.disconnected_values = request.disconnected_values;
   options.root_path = request.root_path;
+  options.ask_other_roots = !request.all_roots;
   opened.summary = BuildImageTree(*opened.hive, options, opened.tree);
   if (opened.summary.stopped) return kExitFailed;
   const int status = work(request, opened);
@@ -72,30 +69,8 @@ bool ParsePosition(std::string_view text, uint32_t& position) {
   return error == std::errc() && last == end;
 }
 
-bool WriteList(const ConsoleRequest& request, const OutputList& list, std::FILE* out) {
-  const TextSink plain = [out](std::string_view text) {
-    return std::fwrite(text.data(), 1, text.size(), out) == text.size();
-  };
-  if (request.format == Format::kCsv) return WriteListCsv(list, plain);
-  if (request.format == Format::kJsonLines) return WriteListJsonLines(list, plain);
-  // Everything that the console program prints is UTF-8.
-  return WriteListText(list,
-                       [&plain](std::string_view text) { return plain(Utf8FromNarrow(text)); });
-}
-
-int PrintList(const ConsoleRequest& request, const OutputList& list) {
-  std::FILE* out = stdout;
-  int error = 0;
-  if (!request.output.empty()) out = OpenFile(request.output, "wb", error);
-  if (out == nullptr) {
-    Complain("Could Not Open or Create File " + request.output + " (" + std::strerror(error) + ")");
-    return kExitFailed;
-  }
-  bool written = WriteList(request, list, out);
-  written = std::fflush(out) == 0 && written;
-  if (out != stdout) written = std::fclose(out) == 0 && written;
-  if (!written && !StopRequested()) Complain("Could not write the list");
-  return written ? kExitDone : kExitFailed;
+int Print(const ConsoleRequest& request, const OutputList& list) {
+  return PrintList(list, request.format, request.output) ? kExitDone : kExitFailed;
 }
 
 // The item that the request's key names; the root without one. False after a message.
@@ -115,24 +90,24 @@ bool FindKey(const ConsoleRequest& request, const OpenedHive& opened, uint32_t& 
 }
 
 int Info(const ConsoleRequest& request, OpenedHive& opened) {
-  return PrintList(request, *ListImageInfo(*opened.hive, opened.summary));
+  return Print(request, *ListImageInfo(*opened.hive, opened.summary));
 }
 
 int Tree(const ConsoleRequest& request, OpenedHive& opened) {
   uint32_t item = 0;
   if (!FindKey(request, opened, item)) return kExitFailed;
-  return PrintList(request, *ListKeyTree(*opened.hive, opened.tree, item));
+  return Print(request, *ListKeyTree(*opened.hive, opened.tree, item));
 }
 
 int Values(const ConsoleRequest& request, OpenedHive& opened) {
   ValueListOptions options;
   options.raw = request.raw;
   if (request.disconnected_only) {
-    return PrintList(request, *ListDisconnectedValues(*opened.hive, opened.tree, options));
+    return Print(request, *ListDisconnectedValues(*opened.hive, opened.tree, options));
   }
   uint32_t item = kNoItem;
   if (!request.key.empty() && !FindKey(request, opened, item)) return kExitFailed;
-  return PrintList(request, *ListKeyValues(*opened.hive, opened.tree, item, options));
+  return Print(request, *ListKeyValues(*opened.hive, opened.tree, item, options));
 }
 
 int Detail(const ConsoleRequest& request, OpenedHive& opened) {
@@ -147,25 +122,62 @@ int Detail(const ConsoleRequest& request, OpenedHive& opened) {
     Complain("No key and no value at " + request.key);
     return kExitFailed;
   }
-  return PrintList(request, *list);
+  return Print(request, *list);
 }
 
 int Bins(const ConsoleRequest& request, OpenedHive& opened) {
-  return PrintList(request, *ListBlocks(*opened.hive));
+  return Print(request, *ListBlocks(*opened.hive));
+}
+
+// The pieces' list is for the standard output: the request's output names their folder.
+int Split(const ConsoleRequest& request) {
+  const OutputListPtr list = ListBlockRuns(request.hive);
+  if (list == nullptr) return StopRequested() ? kExitFailed : kExitUnreadable;
+  const bool split = RowCount(*list) == 0 || SplitFile(*list, request.output);
+  const bool printed = PrintList(*list, request.format, std::string());
+  return split && printed ? kExitDone : kExitFailed;
+}
+
+int Convert(const ConsoleRequest& request) {
+  ReportHead head;
+  const ReportRead read = ReadReportHead(request.hive, head);
+  if (read == ReportRead::kCannotOpen) {
+    Complain("Could Not Open or Create File " + request.hive + " !");
+    return kExitUnreadable;
+  }
+  if (read == ReportRead::kNoReport) {
+    Complain(request.hive + " is no Report List");
+    return kExitFailed;
+  }
+  const OutputListPtr list = MakeOutputList(head.kind);
+  SetColumns(*list, head.columns);
+  if (!head.title.empty()) SetListTitle(*list, head.title);
+  if (ReadReportRows(request.hive, *list) != ReportRead::kDone) {
+    Complain(request.hive + " has no rows that can be read");
+    return kExitFailed;
+  }
+  return Print(request, *list);
 }
 
 struct CommandRow {
   const char* name;
-  int (*work)(const ConsoleRequest&, OpenedHive&);
+  int (*with_hive)(const ConsoleRequest&, OpenedHive&);
+  int (*alone)(const ConsoleRequest&) = nullptr;  // instead, for a file that is not opened as one
 };
-constexpr CommandRow kCommands[] = {
-    {"info", Info}, {"tree", Tree}, {"values", Values}, {"detail", Detail}, {"bins", Bins}};
+constexpr CommandRow kCommands[] = {{"info", Info},
+                                    {"tree", Tree},
+                                    {"values", Values},
+                                    {"detail", Detail},
+                                    {"bins", Bins},
+                                    {"split", nullptr, Split},
+                                    {"convert", nullptr, Convert}};
 
 }  // namespace
 
 int RunConsoleCommand(const std::string& name, const ConsoleRequest& request) {
   for (const CommandRow& row : kCommands) {
-    if (name == row.name) return WithHive(request, row.work);
+    if (name != row.name) continue;
+    return row.alone != nullptr ? row.alone(request) : WithHive(request, row.with_hive);
   }
   return kExitUsage;
 }

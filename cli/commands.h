@@ -1,14 +1,14 @@
-// The console program's commands: each opens the hive, fills an Output List, and prints it.
+// The console program's commands: each fills an Output List, most of them from an opened hive, and
+// prints it.
 #pragma once
 
 #include <cstdint>
 #include <string>
 
 #include "cli/console_host.h"
+#include "cli/print_list.h"
 
 namespace hivequarry {
-
-enum class Format { kText, kCsv, kJsonLines };
 
 // Exit statuses.
 inline constexpr int kExitDone = 0;
@@ -17,15 +17,16 @@ inline constexpr int kExitUsage = 2;
 inline constexpr int kExitUnreadable = 3;  // the file can't be read
 
 struct ConsoleRequest {
-  std::string hive;  // file name, UTF-8
+  std::string hive;  // file name, UTF-8; for "convert" of a Report List
   std::string key;   // key path, or "@OFFSET"; empty for none
   uint32_t start_offset = 0;
   uint32_t end_offset = 0;  // 0: no range
   std::string root_path;
   Format format = Format::kText;
-  std::string output;               // file to write, empty for stdout
+  std::string output;               // file to write, empty for stdout; for "split" a folder
   bool disconnected_values = true;  // look for them
   bool disconnected_only = false;   // "values --disconnected"
+  bool all_roots = false;           // further hives of the file stay part of this one
   bool raw = false;
   ConsoleOptions console;
 };

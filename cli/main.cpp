@@ -3,7 +3,6 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <csignal>
-#include <cstdio>
 #include <string>
 #include <vector>
 
@@ -26,6 +25,7 @@ void OnInterrupt(int) {
 
 Format FormatOf(const std::string& name) {
   if (name == "csv") return Format::kCsv;
+  if (name == "rpt") return Format::kReport;
   return name == "jsonl" ? Format::kJsonLines : Format::kText;
 }
 
@@ -39,11 +39,15 @@ void AddOptions(CLI::App& app, ConsoleRequest& request) {
   app.add_option("--root", request.root_path, "Registry path of the hive's root key");
   app.add_option_function<std::string>(
          "--format", [&request](const std::string& name) { request.format = FormatOf(name); },
-         "text (default), csv or jsonl")
-      ->check(CLI::IsMember({"text", "csv", "jsonl"}));
-  app.add_option("-o", request.output, "Write to this file instead of the standard output");
+         "text (default), csv, jsonl, or rpt: a Report List of the desktop program")
+      ->check(CLI::IsMember({"text", "csv", "jsonl", "rpt"}));
+  app.add_option("-o", request.output,
+                 "Write to this file instead of the standard output; for split: the folder of the "
+                 "pieces");
   app.add_flag("!--no-disconnected-values", request.disconnected_values,
                "Do not look for values that no key names");
+  app.add_flag("--all-roots", request.all_roots,
+               "Show further hives in the file too, instead of the first alone");
   app.add_flag("--quiet", request.console.quiet, "No messages");
   app.add_flag("--progress", request.console.progress, "Show the phases of the work");
   app.add_flag("--yes", request.console.yes, "Answer questions with Yes");
@@ -67,6 +71,10 @@ void AddCommands(CLI::App& app, ConsoleRequest& request) {
   detail->add_option("OFFSET", request.key, "@OFFSET of the value or key (decimal or 0x...)")
       ->required();
   AddHive(app.add_subcommand("bins", "The blocks of the hive"), request);
+  CLI::App* split = app.add_subcommand("split", "Cuts a file into pieces, one per run of blocks");
+  AddHive(split, request);
+  CLI::App* convert = app.add_subcommand("convert", "A Report List in another format");
+  convert->add_option("FILE", request.hive, "Report List (.rpt)")->required();
 }
 
 int Run(std::vector<std::string> arguments) {

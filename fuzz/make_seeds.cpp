@@ -1,6 +1,7 @@
 // make-seeds TARGET FOLDER: writes the seed inputs of a fuzz target.
 #include <cstdio>
 #include <filesystem>
+#include <span>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -81,21 +82,47 @@ bool WriteValues(const std::filesystem::path& folder) {
   return WriteSeed(folder, "cells", Bytes(hive.begin() + 4096, hive.end())) && written;
 }
 
+bool WriteTexts(const std::filesystem::path& folder, std::span<const std::string_view> texts) {
+  bool written = true;
+  int number = 0;
+  for (const std::string_view text : texts) {
+    const Bytes bytes(text.begin(), text.end());
+    written = WriteSeed(folder, "text" + std::to_string(++number), bytes) && written;
+  }
+  return written;
+}
+
 bool WriteCommandLines(const std::filesystem::path& folder) {
   constexpr std::string_view kLines[] = {"C:\\hives\\SOFTWARE",
                                          "\"C:\\my hives\\ntuser.dat\"",
-                                         "-soff=4096 -eoff=1048576 \"C:\\image.bin\"",
+                                         "-soff=4096 -key=4128 -eoff=1048576 \"C:\\image.bin\"",
                                          "/R \"C:\\SYSTEM\"",
                                          "-bweek -sam -system C:\\backup",
                                          "-bmonth -bcd \"C:\\my backup\"",
                                          "-sam -hkcu \""};
-  bool written = true;
-  int number = 0;
-  for (const std::string_view line : kLines) {
-    const Bytes bytes(line.begin(), line.end());
-    written = WriteSeed(folder, "line" + std::to_string(++number), bytes) && written;
-  }
-  return written;
+  return WriteTexts(folder, kLines);
+}
+
+bool WriteReports(const std::filesystem::path& folder) {
+  constexpr std::string_view kReports[] = {
+      "[Hivequarry Output List]\r\n\r\n\r\n[RPLfile]\r\n\r\nU0=100\r\n\r\nU2=2\r\n"
+      "\r\nU3=;120;200\r\n\r\nU4=11\r\n\r\nU5=2\r\n\r\nU6=Key Dates\r\n"
+      "\r\nH0=Key Date\r\n\r\nH1=Key\r\n\r\n\r\n[ROWS]\r\n"
+      "012020/01/01\r\n02HKLM\\SAM\r\n9903\r\n01a\r\n9900\r\n",
+      "[RPLfile]\nU2=18\nU4=100\nH17=x\nMASKDOWN=last\n[ROWS]\n01\xE9\n18b\n99\n",
+      "[ROWS]\r\n01only\r\n12twelfth\r\n9901\r\n00end\r\n"};
+  return WriteTexts(folder, kReports);
+}
+
+bool WriteProfiles(const std::filesystem::path& folder) {
+  constexpr std::string_view kProfiles[] = {
+      "[FTSC]\r\nFC0=\" a\"\r\nFC1=b\r\n[CBSIDS]\r\nCBS0=S-1-5-18\r\n"
+      "[KAS]\r\nKGP1=0101010101010101\r\nDI=0\r\nFPART=4096;8192\r\n"
+      "[LTFS]\r\nLF0=C:\\\xE4\r\nLF1=C:\\\xD0\xB6\r\n[LTDS]\r\nLD0=C:\\h\r\n",
+      "; text\n[WPS1]\nw10=-8\nw11=0\nw12=700\nw13=500\n[WPS2]\nw20=90\n"
+      "[WPS4]\nw40=250\nw41=3333\n[WPOS]\nWPS10=1;2;30;40;0;5;6;7;8\n"
+      "WPS22=1;2;30;40;1;9;9;9;9;9;9;9;9;9;9;9;9;9;9;9;9;9;9\n"};
+  return WriteTexts(folder, kProfiles);
 }
 
 }  // namespace
@@ -105,7 +132,9 @@ int main(int argc, char** argv) {
   constexpr std::pair<std::string_view, Writer> kWriters[] = {
       {"fuzz_open", WriteHives},
       {"fuzz_values", WriteValues},
-      {"fuzz_command_line", WriteCommandLines}};
+      {"fuzz_command_line", WriteCommandLines},
+      {"fuzz_report", WriteReports},
+      {"fuzz_settings", WriteProfiles}};
   for (const auto& [target, write] : kWriters) {
     if (argc != 3 || argv[1] != target) continue;
     if (write(argv[2])) return 0;

@@ -1,0 +1,67 @@
+#include "cli/print_list.h"
+
+#include <cstdio>
+#include <cstring>
+
+#include "host/host.h"
+#include "host/long_operation.h"
+#include "host/output_file.h"
+#include "lists/list_report.h"
+#include "lists/list_writers.h"
+
+namespace hivequarry {
+namespace {
+
+bool WriteReportList(const OutputList& list, const TextSink& sink) {
+  ReportLook look;
+  look.title = ListTitle(list);
+  return WriteReport(list, WrittenRows(), look, sink);
+}
+
+bool WriteList(const OutputList& list, Format format, const TextSink& sink) {
+  switch (format) {
+    case Format::kCsv:
+      return WriteListCsv(list, sink);
+    case Format::kJsonLines:
+      return WriteListJsonLines(list, sink);
+    case Format::kReport:
+      return WriteReportList(list, sink);
+    default:
+      return WriteListText(list,
+                           [&sink](std::string_view text) { return sink(Utf8FromNarrow(text)); });
+  }
+}
+
+bool PrintToStdout(const OutputList& list, Format format) {
+  const bool written = WriteList(list, format, [](std::string_view text) {
+    return std::fwrite(text.data(), 1, text.size(), stdout) == text.size();
+  });
+  return std::fflush(stdout) == 0 && written;
+}
+
+bool PrintToFile(const OutputList& list, Format format, OutputFile& file) {
+  const bool written =
+      WriteList(list, format, [&file](std::string_view text) { return WriteOutput(file, text); });
+  return CloseOutput(file, written);
+}
+
+}  // namespace
+
+void Complain(const std::string& text) {
+  std::fprintf(stderr, "%s: %s\n", kProgramName, text.c_str());
+}
+
+bool PrintList(const OutputList& list, Format format, const std::string& file) {
+  OutputFile output;
+  int error = 0;
+  if (!file.empty() && !OpenOutput(file, OutputMode::kReplace, output, error)) {
+    Complain("Could Not Open or Create File " + file + " (" + std::strerror(error) + ")");
+    return false;
+  }
+  const bool written =
+      file.empty() ? PrintToStdout(list, format) : PrintToFile(list, format, output);
+  if (!written && !StopRequested()) Complain("Could not write the list");
+  return written;
+}
+
+}  // namespace hivequarry

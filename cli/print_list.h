@@ -1,0 +1,21 @@
+// Printing an Output List in one of the console program's formats.
+#pragma once
+
+#include <string>
+
+#include "lists/output_list.h"
+
+namespace hivequarry {
+
+// Text, CSV and JSON Lines are UTF-8. A Report List is code-page text, as the desktop program reads
+// it.
+enum class Format { kText, kCsv, kJsonLines, kReport };
+
+// One line on stderr, under the program's name.
+void Complain(const std::string& text);
+
+// To the file of that name (UTF-8), or to stdout without one. On failure false after a message, and
+// the file holds what it held before.
+bool PrintList(const OutputList& list, Format format, const std::string& file);
+
+}  // namespace hivequarry

@@ -1,0 +1,96 @@
+// Runs the console program.
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+
+#include "tests/support/hive_builder.h"
+
+namespace hivequarry::testing {
+namespace {
+
+std::string TextOf(const std::string& name) {
+  std::ifstream file(name, std::ios::binary);
+  return std::string(std::istreambuf_iterator<char>(file), {});
+}
+
+std::string AsText(const Bytes& bytes) { return std::string(bytes.begin(), bytes.end()); }
+
+Bytes SmallHive() {
+  HiveBuilder hive;
+  hive.Key("A\u00E4").Sz("\u00E9", "text");
+  return hive.Build().bytes;
+}
+
+class ConsoleTest : public ::testing::Test {
+ protected:
+  // Runs the program in the file's folder; its exit status, with what it printed in `printed`.
+  int Run(const std::string& arguments, const std::string& before = std::string()) {
+    const std::string folder = std::filesystem::path(file_.name()).parent_path().string();
+    const std::string line = "cd " + folder + " && " + before +
+                             "ASAN_OPTIONS=exitcode=99 " HIVEQUARRY_CLI + " --quiet " + arguments +
+                             " >printed 2>errors";
+    const int status = std::system(line.c_str());
+    printed = TextOf(folder + "/printed");
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+  }
+  std::string Sibling(const char* name) const {
+    return std::filesystem::path(file_.name()).replace_filename(name).string();
+  }
+
+  std::string printed;
+  Bytes hive_ = SmallHive();
+  TempFile file_{Joined({hive_, hive_}), "h\u00E9"};
+};
+
+TEST_F(ConsoleTest, ReportListsConvertToTheSameList) {
+  for (const std::string command : {"values h\u00E9", "bins h\u00E9"}) {
+    ASSERT_EQ(Run("--format csv " + command), 0);
+    const std::string direct = printed;
+    ASSERT_EQ(Run("--format rpt -o r.rpt " + command), 0);
+    EXPECT_EQ(printed, "");
+    ASSERT_EQ(Run("convert r.rpt --format csv"), 0);
+    EXPECT_EQ(printed, direct);
+  }
+  EXPECT_NE(TextOf(Sibling("r.rpt")).find("\r\nU6=Block list\r\n"), std::string::npos);
+  ASSERT_EQ(Run("--format rpt -o r.rpt info h\u00E9"), 0);
+  ASSERT_EQ(Run("convert r.rpt --format jsonl"), 0);
+  EXPECT_TRUE(printed.starts_with("{\"file\":\"h\u00E9\",\"length\":")) << printed;
+  EXPECT_EQ(Run("convert h\u00E9"), 1);
+  EXPECT_EQ(Run("convert none.rpt"), 3);
+}
+
+TEST_F(ConsoleTest, SplitWritesAPiecePerHive) {
+  std::filesystem::create_directory(Sibling("pieces"));
+  ASSERT_EQ(Run("split -o pieces --format jsonl h\u00E9"), 0);
+  for (const char* name : {"pieces/h\u00E9.sp_01", "pieces/h\u00E9.sp_02"}) {
+    EXPECT_EQ(TextOf(Sibling(name)), AsText(hive_));
+  }
+  EXPECT_NE(printed.find("sp_02\"}\n"), printed.npos) << printed;
+  EXPECT_EQ(Run("split -o none h\u00E9"), 1);
+  EXPECT_EQ(Run("split none"), 3);
+}
+
+TEST_F(ConsoleTest, AllRootsShowsTheSecondHive) {
+  ASSERT_EQ(Run("tree --format csv h\u00E9"), 0);
+  const ptrdiff_t first = std::ranges::count(printed, '\n');
+  ASSERT_EQ(Run("tree --format csv --all-roots h\u00E9"), 0);
+  EXPECT_GT(std::ranges::count(printed, '\n'), first);
+}
+
+TEST_F(ConsoleTest, AFailedWriteKeepsTheOldFile) {
+  ASSERT_EQ(Run("tree -o out h\u00E9"), 0);
+  const std::string old = TextOf(Sibling("out"));
+  EXPECT_EQ(Run("values -o out h\u00E9", "trap '' XFSZ; ulimit -f 0; "), 1);
+  EXPECT_EQ(TextOf(Sibling("out")), old);
+  EXPECT_EQ(Run("tree -o /dev/full h\u00E9"), 1);
+  EXPECT_EQ(Run("tree -o none/out h\u00E9"), 1);
+  EXPECT_EQ(Run("tree --format xml h\u00E9"), 2);
+}
+
+}  // namespace
+}  // namespace hivequarry::testing
