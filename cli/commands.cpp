@@ -117,7 +117,8 @@ int Detail(const ConsoleRequest& request, OpenedHive& opened) {
     if (!FindKey(request, opened, item)) return kExitFailed;
     position = opened.tree.items[item].position;
   }
-  const OutputListPtr list = ListDetail(*opened.hive, opened.tree, position);
+  const OutputListPtr list = request.raw ? ListRawRecord(*opened.hive, opened.tree, position)
+                                         : ListDetail(*opened.hive, opened.tree, position);
   if (list == nullptr) {
     Complain("No key and no value at " + request.key);
     return kExitFailed;

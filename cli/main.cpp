@@ -70,6 +70,7 @@ void AddCommands(CLI::App& app, ConsoleRequest& request) {
   AddHive(detail, request);
   detail->add_option("OFFSET", request.key, "@OFFSET of the value or key (decimal or 0x...)")
       ->required();
+  detail->add_flag("--raw", request.raw, "The bytes of the record there, field by field");
   AddHive(app.add_subcommand("bins", "The blocks of the hive"), request);
   CLI::App* split = app.add_subcommand("split", "Cuts a file into pieces, one per run of blocks");
   AddHive(split, request);

@@ -72,7 +72,19 @@ uint32_t DescendPath(const HiveImage& hive, const KeyTree& tree, std::string_vie
 
 bool IsKeyItem(const KeyTree& tree, uint32_t item) {
   const KeyItem& it = tree.items[item];
-  return (it.kind == ItemKind::kKey || it.kind == ItemKind::kRoot) && it.position != kNoOffset;
+  return (it.kind == ItemKind::kKey || it.kind == ItemKind::kRoot) && it.position != kNoOffset &&
+         !it.hidden;
+}
+
+void HideBranch(KeyTree& tree, uint32_t item) {
+  const uint32_t end = tree.items[item].end;
+  for (uint32_t at = item; at < end; ++at) tree.items[at].hidden = true;
+  tree.any_hidden = true;
+}
+
+void UnhideAll(KeyTree& tree) {
+  for (KeyItem& item : tree.items) item.hidden = false;
+  tree.any_hidden = false;
 }
 
 uint32_t ItemOfPosition(const KeyTree& tree, uint32_t position) {

@@ -63,6 +63,7 @@ struct KeyItem {
   uint8_t repairs = 0;    // KeyRepair bits
   ItemKind kind = ItemKind::kKey;
   bool connected = false;  // hangs from the root cell through subkey lists
+  bool hidden = false;     // taken out of the view, with its whole subtree (HideBranch)
 };
 
 // The list entry from which a sibling was made.
@@ -82,26 +83,35 @@ struct KeyTree {
   std::vector<uint32_t> item_of_rank;                  // item by rank in key_positions
   std::vector<uint32_t> disconnected_value_positions;  // ascending
   std::unordered_map<uint32_t, SiblingNote> sibling_notes;  // by position of the made key
+  bool any_hidden = false;
 };
 
+// From a sibling on (its number, or that of the place behind the last one): the first that is not
+// hidden; kNoItem when there is none before `end`.
+inline uint32_t FirstShown(const KeyTree& tree, uint32_t item, uint32_t end) {
+  while (item < end && tree.items[item].hidden) item = tree.items[item].end;
+  return item < end ? item : kNoItem;
+}
+// Children as displayed: hidden ones are passed over.
 inline uint32_t FirstChild(const KeyTree& tree, uint32_t item) {
-  return tree.items[item].end > item + 1 ? item + 1 : kNoItem;
+  return FirstShown(tree, item + 1, tree.items[item].end);
 }
 inline uint32_t NextSibling(const KeyTree& tree, uint32_t item) {
-  const uint32_t next = tree.items[item].end;
   const uint32_t parent = tree.items[item].parent;
-  return parent != kNoItem && next < tree.items[parent].end ? next : kNoItem;
+  if (parent == kNoItem) return kNoItem;
+  return FirstShown(tree, tree.items[item].end, tree.items[parent].end);
 }
 inline bool HasChildren(const KeyTree& tree, uint32_t item) {
-  return tree.items[item].end > item + 1;
+  return FirstChild(tree, item) != kNoItem;
 }
-// True for an item that stands for a key: not for a folder, a path copy, or a root item without a
-// root key.
+// True for an item that stands for a key: not for a folder, a path copy, a hidden item, or a root
+// item without a root key. So walks that ask this leave hidden keys out.
 bool IsKeyItem(const KeyTree& tree, uint32_t item);
 
 // True for an item that is shown as a key: one that stands for it, or a path copy.
 inline bool IsKeyOrCopy(const KeyTree& tree, uint32_t item) {
-  return IsKeyItem(tree, item) || tree.items[item].kind == ItemKind::kPathCopy;
+  const KeyItem& it = tree.items[item];
+  return IsKeyItem(tree, item) || (it.kind == ItemKind::kPathCopy && !it.hidden);
 }
 // True for an item that stands for a key with a cell of its own, which has values and a date; not
 // for a made key.
@@ -109,7 +119,12 @@ inline bool HasKeyCell(const KeyTree& tree, uint32_t item) {
   return IsKeyItem(tree, item) && (tree.items[item].marks & kVirtualMarks) == 0;
 }
 
-// The item of the key at `position`, kNoItem when the tree shows none.
+// Takes an item out of the view with its subtree, or brings all back that was taken out. Numbers of
+// items stay what they are. No walk may be under way.
+void HideBranch(KeyTree& tree, uint32_t item);
+void UnhideAll(KeyTree& tree);
+
+// The item of the key at `position`, hidden or not; kNoItem when the tree has none.
 uint32_t ItemOfPosition(const KeyTree& tree, uint32_t position);
 
 // Displayed name: the root's registry path, a folder's title, the key's code-page name, or its

@@ -108,10 +108,34 @@ ValueStatus CopyData(const HiveImage& hive, const ValueKey& value, const Segment
   return ValueStatus::kDataOffset;
 }
 
+ValueKey ReadEditedValueKey(const HiveImage& hive, const ValueEdit& edit, ValueRead how,
+                            uint32_t capacity, std::vector<uint8_t>* data) {
+  if (data != nullptr) data->clear();
+  const ValueRead stored = how == ValueRead::kFields ? how : ValueRead::kName;
+  ValueKey value = ReadStoredValueKey(hive, edit.position, stored, kMaxValueData, nullptr);
+  if (value.status == ValueStatus::kEmpty || value.status == ValueStatus::kNotAValue) return value;
+  value.edited = true;
+  value.type = edit.type;
+  value.data_length = static_cast<uint32_t>(edit.data.size());
+  value.status = value.data_length > capacity ? ValueStatus::kTooLong : ValueStatus::kRead;
+  const bool wanted = how == ValueRead::kData && data != nullptr;
+  if (wanted && value.status == ValueStatus::kRead) *data = edit.data;
+  return value;
+}
+
 }  // namespace
 
 ValueKey ReadValueKey(const HiveImage& hive, uint32_t position, ValueRead how, uint32_t capacity,
                       std::vector<uint8_t>* data) {
+  if (hive.edits.any.load(std::memory_order_relaxed)) {
+    const ValueEditPtr edit = EditOf(hive, position);
+    if (edit != nullptr) return ReadEditedValueKey(hive, *edit, how, capacity, data);
+  }
+  return ReadStoredValueKey(hive, position, how, capacity, data);
+}
+
+ValueKey ReadStoredValueKey(const HiveImage& hive, uint32_t position, ValueRead how,
+                            uint32_t capacity, std::vector<uint8_t>* data) {
   if (data != nullptr) data->clear();
   ValueKey value;
   if (position < hive.lower_bound || uint64_t{position} + 12 > hive.last_valid) return value;

@@ -39,14 +39,16 @@ struct ValueKey {
   uint32_t position = 0;
   uint32_t cell_length = 0;  // absolute
   bool allocated = false;
-  uint16_t name_length = 0;    // bytes, as stored
-  uint32_t data_length = 0;    // decoded, bytes
+  uint16_t name_length = 0;  // bytes, as stored
+  uint32_t data_length = 0;  // decoded, bytes
+  // Where the file has the data, also those that an edit stands in for.
   uint32_t data_position = 0;  // of the first data byte; cell + 12 when inline
   bool inline_data = false;    // length of 4 or less
   bool big_data = false;       // held in "db" segments
   uint32_t type = 0;
-  uint16_t flags = 0;  // 0: the name is UTF-16
-  std::string name;    // code-page text; empty for the default value
+  uint16_t flags = 0;   // 0: the name is UTF-16
+  bool edited = false;  // type, data_length and data are those of an edit (value_edits.h)
+  std::string name;     // code-page text; empty for the default value
 };
 
 enum class ValueRead {
@@ -57,9 +59,13 @@ enum class ValueRead {
 
 // Reads the value at `position`. With kData its bytes replace `data` (empty unless kRead), at most
 // `capacity` of them; `data` may be null otherwise. The fields are filled as far as they could be
-// read whatever the status, but for kEmpty and kNotAValue.
+// read whatever the status, but for kEmpty and kNotAValue. An edited value has the edit's type and
+// data, and they can be read whatever became of those in the file.
 ValueKey ReadValueKey(const HiveImage& hive, uint32_t position, ValueRead how, uint32_t capacity,
                       std::vector<uint8_t>* data);
+// The same of what the file has, edited or not.
+ValueKey ReadStoredValueKey(const HiveImage& hive, uint32_t position, ValueRead how,
+                            uint32_t capacity, std::vector<uint8_t>* data);
 
 // Name bytes as stored, at most 510.
 std::vector<uint8_t> ReadRawValueName(const HiveImage& hive, const ValueKey& value);

@@ -153,7 +153,7 @@ std::string TextPreview(uint32_t type, std::span<const uint8_t> data, bool wide)
 // "Type 1, Value 0x1078, Data 0x1090, Length 4": the position shown for data in a cell of their own
 // is the cell's.
 std::string DetailHeader(const ValueKey& value, size_t length) {
-  const uint32_t data = value.data_length > 4 ? value.data_position - 4 : value.data_position;
+  const uint32_t data = !value.inline_data ? value.data_position - 4 : value.data_position;
   char text[96];
   int used =
       std::snprintf(text, sizeof text, "Type %" PRId32 ", Value 0x%" PRIX32 ", Data 0x%" PRIX32,

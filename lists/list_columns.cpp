@@ -32,6 +32,7 @@ constexpr TitleWidth kTitles[] = {
     {"Date of associated Stream Key", Unit::kDate, 0, 0},
     // Value types, and what is about as long.
     {"Type", Unit::kType, 0, 0},
+    {"Type in file", Unit::kType, 0, 0},
     // Positions: "0x00001020", some with the decimal number behind.
     {"Key Offset", Unit::kText, 5, 0},
     {"Value Offset", Unit::kText, 5, 0},
@@ -57,6 +58,8 @@ constexpr TitleWidth kTitles[] = {
     {"Valid Root", Unit::kText, 3, 0},
     {"Dos Name", Unit::kText, 3, 0},
     {"Status", Unit::kText, 4, 0},
+    {"Marks", Unit::kText, 2, 0},
+    {"Connected", Unit::kText, 4, 0},
     // Names.
     {"Owner Account", Unit::kText, 5, 2},
     {"Group Account", Unit::kText, 4, 1},
@@ -89,6 +92,7 @@ constexpr TitleWidth kTitles[] = {
     {"Permissions", Unit::kText, 8, 5},
     {"Error", Unit::kText, 7, 5},
     {"Data", Unit::kText, 7, 5},
+    {"Data in file", Unit::kText, 7, 2},
     {"Text", Unit::kText, 8, 5},
     {"Bytes", Unit::kText, 7, 2},
     {"Meaning", Unit::kText, 8, 5},

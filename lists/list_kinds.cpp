@@ -86,6 +86,9 @@ constexpr const char* kDetail[] = {"Field", "Text"};
 constexpr const char* kBins[] = {"Block", "Position", "Size", "Copy", "Own Offset"};
 constexpr const char* kRawRecord[] = {"Position", "Size", "Field", "Bytes", "Meaning", "Leads to"};
 
+constexpr const char* kEdits[] = {"Key",          "Value",        "Type",        "Data",
+                                  "Type in file", "Data in file", "Value Offset"};
+
 constexpr uint32_t Column(int column) { return 1U << column; }
 constexpr uint32_t kAllInfo = (1U << std::size(kInfo)) - 1;
 constexpr uint32_t kInfoFlags = Column(3) | Column(4);
@@ -138,6 +141,7 @@ constexpr ListKindInfo kKinds[] = {
     {kListDetail, "Detail", kDetail},
     {kListBins, "Block list", kBins},
     {kListRawRecord, "Raw record", kRawRecord, 0, Column(1), 0},
+    {kListEdits, "Edited values", kEdits},
 };
 
 constexpr bool KindsFit() {

@@ -26,6 +26,7 @@ inline constexpr int kListTree = 101;
 inline constexpr int kListValues = 102;
 inline constexpr int kListDetail = 103;
 inline constexpr int kListRawRecord = 105;
+inline constexpr int kListEdits = 106;
 
 struct ListKindInfo {
   int kind;

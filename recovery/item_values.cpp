@@ -6,7 +6,6 @@
 #include "hive/offset_map.h"
 #include "hive/timestamp.h"
 #include "hive/value_key.h"
-#include "hive/value_text.h"
 #include "recovery/list_recorder.h"
 
 namespace hivequarry {
@@ -54,6 +53,7 @@ void MakeTechnical(const ValueKey& value, ValueRow& row) {
   std::snprintf(text, sizeof(text), ordinary ? "%Xod, (%u)" : "%08Xo, %u %s ", value.data_position,
                 value.type, "= unknown dtype");
   row.data = text;
+  if (value.edited) row.type += "  Edited";
   if (value.status != ValueStatus::kRead) {
     std::snprintf(text, sizeof(text), "  Error %d", -static_cast<int>(value.status));
     row.type += text;
@@ -112,6 +112,8 @@ void AddKeyFields(const HiveImage& hive, const KeyNode& key, DetailLines& lines)
   lines.AddPosition("Subkey list", key.subkey_list);
   lines.Add("List kind", ListText(key.list));
   lines.AddCount("Values", key.value_count);
+  const uint32_t edits = EditsOfKey(hive, key.position);
+  if (edits != 0) lines.AddCount("Values edited in memory", edits);
   lines.AddPosition("Value list", key.value_list);
   lines.AddPosition("Security record", key.security);
   lines.AddPosition("Class name", key.class_name);
@@ -253,12 +255,33 @@ ValueRow MakeValueRow(const HiveImage& hive, const ValueKey& value, std::span<co
   row.name = ValueDisplayName(value);
   row.type = TypeName(value.type);
   row.data = value.status == ValueStatus::kTooLong ? "ERR_DATALEN" : ValueDataText(value, data);
-  row.icon = IconOfValue(value);
+  row.edited = value.edited;
+  row.icon = IconOfValue(value) + (value.edited ? kEditedIconStep : 0);
   char text[16];
   std::snprintf(text, sizeof(text), "0x%08X", hive.base_offset + value.position);
   row.position = text;
   if (options.technical) MakeTechnical(value, row);
   return row;
+}
+
+std::string EditWords(const HiveImage& hive, uint32_t value_position) {
+  if (EditOf(hive, value_position) == nullptr) return {};
+  std::vector<uint8_t> data;
+  const ValueKey stored =
+      ReadStoredValueKey(hive, value_position, ValueRead::kData, kMaxValueData, &data);
+  const ValueRow row = MakeValueRow(hive, stored, data, ValueViewOptions());
+  std::string words = "Edited in memory; the file has " + row.type + ", " +
+                      std::to_string(stored.data_length) + " bytes";
+  return row.data.empty() ? words : words + ": " + row.data;
+}
+
+ValueDetailText ShownValueDetail(const HiveImage& hive, uint32_t value_position) {
+  ValueDetailText detail = ValueDetail(hive, value_position);
+  const std::string words = EditWords(hive, value_position);
+  if (!words.empty() && detail.status == ValueStatus::kRead) {
+    detail.text.insert(0, words + "\r\n");
+  }
+  return detail;
 }
 
 std::string KeyDetail(const HiveImage& hive, const KeyTree& tree, uint32_t item) {

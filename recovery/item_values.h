@@ -9,6 +9,7 @@
 #include "hive/image.h"
 #include "hive/key_tree.h"
 #include "hive/value_key.h"
+#include "hive/value_text.h"
 
 namespace hivequarry {
 
@@ -17,14 +18,18 @@ struct ValueViewOptions {
   bool cell_details = false;  // a first row with the key's own numbers
 };
 
+// The icon of an edited value is its type's icon plus this.
+inline constexpr int kEditedIconStep = 12;
+
 // One line of the value pane.
 struct ValueRow {
   std::string name;
   std::string type;
   std::string data;
   std::string position;        // file position "0x%08X"
-  int icon = 0;                // ValueIcon, plus kErrorIconStep for a marker
+  int icon = 0;                // ValueIcon, plus kErrorIconStep for a marker or kEditedIconStep
   uint32_t value = kNoOffset;  // image position of the value, kNoOffset for an info row
+  bool edited = false;         // shows an edit in memory, not what the file has
 };
 
 // The rows of an item: leading info rows, then one per value.
@@ -46,6 +51,12 @@ ValueRow MakeValueRow(const HiveImage& hive, uint32_t value_position,
                       const ValueViewOptions& options);
 ValueRow MakeValueRow(const HiveImage& hive, const ValueKey& value, std::span<const uint8_t> data,
                       const ValueViewOptions& options);
+
+// "Edited in memory; ..." with the type, length and data that the file has instead. Empty for a
+// value that was not edited.
+std::string EditWords(const HiveImage& hive, uint32_t value_position);
+// The detail view of a value; that of an edited one begins with a line of these words.
+ValueDetailText ShownValueDetail(const HiveImage& hive, uint32_t value_position);
 
 // The words of an item's info column, with the offset of the key that it hangs under.
 std::string InfoWords(const HiveImage& hive, const KeyTree& tree, const KeyItem& it);

@@ -13,6 +13,7 @@
 #include "host/host.h"
 #include "host/long_operation.h"
 #include "recovery/item_values.h"
+#include "recovery/raw_record.h"
 
 namespace hivequarry {
 namespace {
@@ -133,6 +134,7 @@ void AddValueDetail(const HiveImage& hive, const ValueKey& value, OutputList& li
   };
   add("Value", ValueDisplayName(value));
   add("Type", TypeName(value.type));
+  if (value.edited) add("Edited", EditWords(hive, value.position));
   const ValueDetailText detail = ValueDetail(hive, value.position);
   if (detail.status != ValueStatus::kRead) {
     add("Length", std::to_string(value.data_length));
@@ -145,6 +147,15 @@ void AddValueDetail(const HiveImage& hive, const ValueKey& value, OutputList& li
     add(header ? "Header" : "Data", std::string(line));
     header = false;
   });
+}
+
+// "key at 0x00001020, 88 bytes: HKLM\SOFTWARE", with the path of a key that the tree has.
+std::string RecordWords(const HiveImage& hive, const KeyTree& tree, const RecordPlace& place) {
+  std::string words = RecordKindWord(place.kind);
+  words += " at " + HexText(place.position) + ", " + std::to_string(place.length) + " bytes";
+  const uint32_t item =
+      place.kind == RecordKind::kKey ? ItemOfPosition(tree, place.position) : kNoItem;
+  return item == kNoItem ? words : words + ": " + ItemPath(hive, tree, item);
 }
 
 }  // namespace
@@ -196,13 +207,16 @@ OutputListPtr ListKeyValues(const HiveImage& hive, const KeyTree& tree, uint32_t
   OutputListPtr list = MakeOutputList(kListValues);
   ValueRows rows(hive, *list, options);
   PathWalker paths(hive, tree);
-  const bool all = item == kNoItem;
+  const bool whole = item == kNoItem;
+  const bool all = whole || options.branch;
   const std::vector<bool> lossy = all ? LossyPaths(hive, tree) : std::vector<bool>();
   const auto count = static_cast<uint32_t>(tree.items.size());
+  const uint32_t first = whole ? 0 : item;
+  const uint32_t end = whole ? count : all ? tree.items[item].end : item + 1;
   // Value lists shared by many keys are listed at each of them, within what one list each would
   // take at most.
   uint32_t budget = hive.length / 4;
-  for (uint32_t at = all ? 0 : item; at < (all ? count : item + 1); ++at) {
+  for (uint32_t at = first; at < end; ++at) {
     if ((at & kStopPollMask) == 0 && StopRequested()) break;
     const bool asked_copy = !all && tree.items[at].kind == ItemKind::kPathCopy;
     if (!HasKeyCell(tree, at) && !asked_copy) continue;
@@ -250,6 +264,21 @@ OutputListPtr ListDetail(const HiveImage& hive, const KeyTree& tree, uint32_t po
     AddValueDetail(hive, value, *list);
   } else {
     AddFieldLines(fields, position, *list);
+  }
+  return list;
+}
+
+OutputListPtr ListRawRecord(const HiveImage& hive, const KeyTree& tree, uint32_t position) {
+  const RawRecord record = ReadRawRecord(hive, position);
+  if (record.fields.empty()) return nullptr;
+  OutputListPtr list = MakeOutputList(kListRawRecord);
+  SetListSubtitle(*list, RecordWords(hive, tree, record.place));
+  for (const RawField& field : record.fields) {
+    const bool leads = field.leads_to != kNoOffset;
+    AddTexts(*list,
+             {HexText(field.position), std::to_string(field.size), field.name, field.bytes,
+              field.meaning, leads ? HexText(field.leads_to) : std::string()},
+             leads ? field.leads_to : field.position, RowFacts(), 0);
   }
   return list;
 }

@@ -1,5 +1,5 @@
 // What a loaded hive holds, as Output Lists: its summary, its key tree, its values, its blocks, and
-// the detail view of one record.
+// the detail view and the bytes of one record.
 #pragma once
 
 #include <cstdint>
@@ -20,7 +20,8 @@ OutputListPtr ListImageInfo(const HiveImage& hive, const ImageSummary& summary);
 OutputListPtr ListKeyTree(const HiveImage& hive, const KeyTree& tree, uint32_t item);
 
 struct ValueListOptions {
-  bool raw = false;  // each row carries its data, hexadecimal
+  bool raw = false;     // each row carries its data, hexadecimal
+  bool branch = false;  // the values of the keys below the item too
 };
 // The values of one key; with kNoItem those of every key, in tree order.
 OutputListPtr ListKeyValues(const HiveImage& hive, const KeyTree& tree, uint32_t item,
@@ -35,5 +36,10 @@ OutputListPtr ListBlocks(const HiveImage& hive);
 // The detail view of the value or key at a position, a row a line: fields of a key, or the header
 // and body lines of a value. Null when there is neither.
 OutputListPtr ListDetail(const HiveImage& hive, const KeyTree& tree, uint32_t position);
+
+// The bytes of the record that holds a position, a row a field (recovery/raw_record.h); the
+// subtitle says which record it is. A row's datum is the position that its field leads to, else its
+// own. Null for a position outside the hive.
+OutputListPtr ListRawRecord(const HiveImage& hive, const KeyTree& tree, uint32_t position);
 
 }  // namespace hivequarry

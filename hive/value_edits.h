@@ -1,0 +1,62 @@
+// Values edited in memory: a type and data that stand in for what the file has, by the value's
+// image position. Neither the image's bytes nor the file change.
+//
+// Threads: one thread at a time edits (the interface thread), any number may read meanwhile. An
+// edit is never changed once it is made, only replaced or taken back, and whoever was handed one
+// keeps it whole for as long as he holds it: type and data always belong together. A walk over many
+// values may meet some before an edit and others behind it. The table is under a mutex, held for a
+// look-up at most; readers of a hive without edits never come so far, they test `any`. The table
+// goes and moves with its image, when nobody reads that.
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <vector>
+
+namespace hivequarry {
+
+struct HiveImage;
+
+inline constexpr uint32_t kKeyUnknown = 0xFFFFFFFF;
+
+struct ValueEdit {
+  uint32_t position = 0;       // of the value
+  uint32_t key = kKeyUnknown;  // position of the key at which it was edited
+  uint32_t type = 0;
+  std::vector<uint8_t> data;
+};
+using ValueEditPtr = std::shared_ptr<const ValueEdit>;
+
+struct ValueEdits {
+  ValueEdits() = default;
+  ValueEdits(ValueEdits&& other) noexcept { *this = std::move(other); }
+  ValueEdits& operator=(ValueEdits&& other) noexcept;
+
+  std::atomic<bool> any{false};
+  mutable std::mutex mutex;  // of what follows
+  std::map<uint32_t, ValueEditPtr> by_position;
+  std::map<uint32_t, uint32_t> count_of_key;  // edits by known key, no zeros
+};
+
+// Gives the value at `position` another type and data, in place of an edit made before. What the
+// file has already is no edit: it takes the one before back. False when no value can be read there,
+// or for data as long as those that are not read (kMaxValueData).
+bool SetValueEdit(HiveImage& hive, uint32_t position, uint32_t type, std::vector<uint8_t> data,
+                  uint32_t key = kKeyUnknown);
+// The value is again what the file has. False when it was not edited.
+bool TakeBackEdit(HiveImage& hive, uint32_t position);
+void TakeBackAllEdits(HiveImage& hive);
+
+// The edit of the value at `position`, null for none.
+ValueEditPtr EditOf(const HiveImage& hive, uint32_t position);
+// All edits, ascending by position.
+std::vector<ValueEditPtr> ListEdits(const HiveImage& hive);
+
+// How many values were edited at a key, and the keys where any was, ascending.
+uint32_t EditsOfKey(const HiveImage& hive, uint32_t key);
+std::vector<uint32_t> EditedKeys(const HiveImage& hive);
+
+}  // namespace hivequarry

@@ -1,0 +1,51 @@
+#include "reports/edited_values.h"
+
+#include <array>
+#include <cstdio>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "hive/value_edits.h"
+#include "hive/value_key.h"
+#include "recovery/item_values.h"
+
+namespace hivequarry {
+namespace {
+
+std::string PathOfKey(const HiveImage& hive, const KeyTree& tree, uint32_t key) {
+  const uint32_t item = key == kKeyUnknown ? kNoItem : ItemOfPosition(tree, key);
+  return item == kNoItem ? std::string() : ItemPath(hive, tree, item);
+}
+
+ValueRow StoredRow(const HiveImage& hive, uint32_t position) {
+  std::vector<uint8_t> data;
+  const ValueKey stored =
+      ReadStoredValueKey(hive, position, ValueRead::kData, kMaxValueData, &data);
+  return MakeValueRow(hive, stored, data, ValueViewOptions());
+}
+
+void AddEdit(const HiveImage& hive, const KeyTree& tree, const ValueEdit& edit, OutputList& list) {
+  const std::string path = PathOfKey(hive, tree, edit.key);
+  const ValueRow now = MakeValueRow(hive, edit.position, ValueViewOptions());
+  const ValueRow stored = StoredRow(hive, edit.position);
+  char offset[16];
+  std::snprintf(offset, sizeof offset, "0x%08X", edit.position);
+  const std::array<std::string_view, 7> texts = {path,        now.name,    now.type, now.data,
+                                                 stored.type, stored.data, offset};
+  NewRow row;
+  row.texts = texts;
+  row.icon = now.icon;
+  row.datum = edit.position;
+  AddRow(list, row);
+}
+
+}  // namespace
+
+OutputListPtr ListEditedValues(const HiveImage& hive, const KeyTree& tree) {
+  OutputListPtr list = MakeOutputList(kListEdits);
+  for (const ValueEditPtr& edit : ListEdits(hive)) AddEdit(hive, tree, *edit, *list);
+  return list;
+}
+
+}  // namespace hivequarry
