@@ -1,0 +1,267 @@
+#include "app/bookmarks.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+
+#include "app/key_paths.h"
+#include "app/recent_keys.h"
+#include "hive/root_path.h"
+#include "tests/support/opened_hive.h"
+
+namespace hivequarry {
+namespace {
+
+using testing::BuiltHive;
+using testing::HiveBuilder;
+using testing::OpenedHive;
+using testing::TempFile;
+
+std::string TextOf(const std::string& name) {
+  std::ifstream file(name, std::ios::binary);
+  return std::string(std::istreambuf_iterator<char>(file), {});
+}
+
+constexpr uint64_t kTime = 134087211000000000;  // 2025-11-27T12:45:00Z
+
+TEST(BookmarkFileTest, Lines) {
+  const std::string long_name(kMaxKeyPath, 'x');
+  const struct {
+    std::string text;
+    const char* path;  // null: no bookmark
+    uint64_t time = 0;
+    const char* note = "";
+  } cases[] = {
+      {"hklm\\Software\\", "HKEY_LOCAL_MACHINE\\Software"},
+      {"ROOT\\A\t\t\t", "ROOT\\A"},
+      {"HKCU\\a%5cb\\c%09%zz%41\t2025-11-27T12:45:00Z\tC:\\h\tn\tmore",
+       "HKEY_CURRENT_USER\\a%5Cb\\c%09%zzA", kTime, "n"},
+      {"%23x\t", "%23x"},
+      {"# HKLM\\A", nullptr},
+      {";x\t", nullptr},
+      {"", nullptr},
+      {"no root", nullptr},
+      {"\\\t", nullptr},
+      {"HKLM\\A\t2025-02-29T00:00:00Z", nullptr},
+      {"HKLM\\A\t2025-11-27 12:45:00Z", nullptr},
+      {"HKLM\\A\t2025-11-27T12:60:00Z", nullptr},
+      {"HKLM\\A\tnever", nullptr},
+      {"HKLM\\\xE4", nullptr},
+      {"HKLM\\%E4", nullptr},
+      {"HKLM\\A\t\t\t\xE4", nullptr},
+      {std::string("HKLM\\A\0B", 8), nullptr},
+      {"HKLM\\" + long_name, nullptr},
+      {"HKLM\t\t\t" + std::string(kMaxBookmarkLine, 'x'), nullptr},
+  };
+  for (const auto& c : cases) {
+    Bookmark read;
+    EXPECT_EQ(ReadBookmarkLine(c.text, read), c.path != nullptr) << c.text;
+    EXPECT_EQ(read.path, c.path != nullptr ? c.path : "") << c.text;
+    EXPECT_EQ(read.time, c.time) << c.text;
+    EXPECT_EQ(read.note, c.note) << c.text;
+  }
+}
+
+TEST(BookmarkFileTest, WhatCanNotBeReadStays) {
+  const std::string damaged = "\x01\x02\xFF\r\n# mine\n\nHKLM\\B \x80\n";
+  const std::string others = "HKCU\\U\t\t\tother wording\textra\nHKCR\\C\nHKU\\D";
+  const TempFile file("\xEF\xBB\xBF" + damaged + "hklm\\a\t\t\tnote\textra\r\n" + others);
+  Bookmarks bookmarks;
+  ASSERT_TRUE(LoadBookmarks(file.name(), bookmarks));
+  const std::string name = "HKLM\\\xD0\x96\\" + std::string(600, 'n');
+  EXPECT_EQ(AddBookmark(bookmarks, {name, kTime, "a\tb\n", {}}), BookmarkChange::kDone);
+  EXPECT_EQ(AddBookmark(bookmarks, {"HKEY_LOCAL_MACHINE\\A", kTime, "h", {}}),
+            BookmarkChange::kMoved);
+  ASSERT_TRUE(SaveBookmarks(file.name(), bookmarks));
+  const std::string made = "HKEY_LOCAL_MACHINE\\A\t2025-11-27T12:45:00Z\th\tnote\textra\r\n" +
+                           LongRootPath(name) + "\t2025-11-27T12:45:00Z\ta b \t\r\n";
+  EXPECT_EQ(TextOf(file.name()), damaged + made + others);
+
+  const size_t shown[] = {5, 3, 1, 1};
+  for (int filter = 0; filter < 4; ++filter) {
+    EXPECT_EQ(ShownBookmarks(bookmarks, static_cast<BookmarkFilter>(filter)).size(), shown[filter]);
+  }
+  const size_t user = ShownBookmarks(bookmarks, BookmarkFilter::kUser)[0];
+  EXPECT_EQ(SetBookmarkNote(bookmarks, user, "new\r\n"), BookmarkChange::kDone);
+  EXPECT_EQ(bookmarks.lines[user].text, "HKEY_CURRENT_USER\\U\t\t\tnew  \textra\r\n");
+  EXPECT_TRUE(DeleteBookmark(bookmarks, "HKEY_CLASSES_ROOT\\c"));
+  EXPECT_FALSE(DeleteBookmark(bookmarks, "HKEY_CLASSES_ROOT\\c"));
+  EXPECT_EQ(ShownBookmarks(bookmarks, BookmarkFilter::kMachine).size(), 2u);
+  EXPECT_EQ(AddBookmark(bookmarks, {"\\", kTime, {}, {}}), BookmarkChange::kBadPath);
+}
+
+TEST(BookmarkFileTest, Limits) {
+  const std::string line = "HKLM\\" + std::string(1019, 'x') + "\r\n";
+  std::string text;
+  while (text.size() + line.size() <= kMaxBookmarkFile) text += line;
+  const TempFile file(text);
+  Bookmarks bookmarks;
+  ASSERT_TRUE(LoadBookmarks(file.name(), bookmarks));
+  const size_t count = bookmarks.lines.size();
+  EXPECT_EQ(AddBookmark(bookmarks, {std::string("HKLM\\") + std::string(1100, 'y'), 0, {}, {}}),
+            BookmarkChange::kFull);
+  EXPECT_EQ(bookmarks.lines.size(), count);
+  const TempFile longer(text + line);
+  EXPECT_FALSE(LoadBookmarks(longer.name(), bookmarks));
+  EXPECT_EQ(bookmarks.lines.size(), count);
+  EXPECT_FALSE(SaveBookmarks(longer.name(), bookmarks));
+  EXPECT_EQ(TextOf(longer.name()), text + line);
+
+  EXPECT_FALSE(LoadBookmarks(file.folder(), bookmarks));
+  EXPECT_FALSE(SaveBookmarks(file.folder(), bookmarks));
+  EXPECT_TRUE(LoadBookmarks(file.name() + "none", bookmarks));
+  EXPECT_EQ(AddBookmark(bookmarks, {"HKLM", 0, {}, {}}), BookmarkChange::kDone);
+  EXPECT_TRUE(SaveBookmarks(file.name() + "none", bookmarks));
+  EXPECT_TRUE(LoadBookmarks(file.name() + "none", bookmarks));
+  ASSERT_EQ(bookmarks.lines.size(), 2u);
+  EXPECT_GT(bookmarks.lines[1].bookmark.time, kTime / 2);
+}
+
+TEST(KeyPathTest, NothingOfANameIsLost) {
+  HiveBuilder builder;
+  const char* const names[] = {"tab\t", "a\\b", "%41", "%", "\u0416 \u00E4", "#", "a", "A"};
+  for (const char* name : names) builder.Root().NewKey(name);
+  builder.Key("a").NewKey("b");
+  OpenedHive opened(builder.Build());
+  for (const char* const root : {"HKLM\\#\\%41", "#", "\xE4", ""}) {
+    SetRootPath(opened.hive, root);
+    if (*root == '\0') opened.hive.root_label = opened.hive.long_prefix = "";
+    for (uint32_t item = 0; item < opened.tree.items.size(); ++item) {
+      const std::string path = KeyPathOf(opened.hive, opened.tree, item);
+      EXPECT_EQ(CleanKeyPath(path), path);
+      EXPECT_EQ(CleanKeyPath(AsciiKeyPath(path)), path);
+      for (const std::string& text : {path, AsciiKeyPath(path)}) {
+        const FoundKey found = FindKeyPath(opened.hive, opened.tree, text);
+        EXPECT_TRUE(found.whole) << text;
+        EXPECT_EQ(found.item, item) << text;
+      }
+    }
+  }
+}
+
+// A hive whose root holds these keys, and where a path leads in it.
+struct Case {
+  const char* label;  // empty: no root path
+  const char* wanted;
+  const char* found;  // below the root; null: nowhere
+  bool whole = true;
+};
+void Check(OpenedHive& opened, std::span<const Case> cases) {
+  for (const Case& c : cases) {
+    SCOPED_TRACE(std::string(c.label) + " " + c.wanted);
+    SetRootPath(opened.hive, c.label);
+    if (*c.label == '\0') opened.hive.root_label = opened.hive.long_prefix = "";
+    const FoundKey found = FindKeyPath(opened.hive, opened.tree, c.wanted);
+    EXPECT_EQ(found.whole, c.found != nullptr && c.whole);
+    EXPECT_EQ(found.item, c.found == nullptr ? kNoItem : opened.Item(c.found));
+  }
+}
+
+TEST(KeyPathTest, SoftwareAndUsers) {
+  HiveBuilder builder;
+  for (const char* key : {"A\\B\\C", "Classes\\.txt", "SOFTWARE\\Classes\\X", "Setup", "\u00E9"}) {
+    builder.Key(key);
+  }
+  OpenedHive opened(builder.Build());
+  constexpr Case kCases[] = {
+      {"HKLM\\SOFTWARE", "HKEY_LOCAL_MACHINE\\software\\a\\b\\C", "A\\B\\C"},
+      {"HKLM\\SOFTWARE", "HKLM\\SOFTWARE(1)\\A", "A"},
+      {"HKLM\\SOFTWARE", "HKLM\\SOFTWARE\\A\\B\\gone\\C", "A\\B", false},
+      {"HKLM\\SOFTWARE", "HKLM\\SOFTWARE\\gone\\A", "", false},
+      {"HKLM\\SOFTWARE", "HKLM\\SOFTWARE", ""},
+      {"HKLM\\SOFTWARE", "HKLM", nullptr},
+      {"HKLM\\SOFTWARE", "HKLM\\SYSTEM\\Setup", nullptr},
+      {"HKLM\\SOFTWARE", "HKCU\\A", nullptr},
+      {"HKLM\\SOFTWARE", "HKLM\\SOFTWARE\\\xC3\x89", "\xE9"},
+      {"HKLM\\SOFTWARE", "HKCR\\.txt", "Classes\\.txt"},
+      {"HKLM\\SOFTWARE", "HKLM\\A\\B", "A\\B"},          // set in a hive labelled HKLM
+      {"HKLM\\SOFTWARE", "HKLM\\SETUP\\gone", nullptr},  // likewise
+      {"HKLM\\SOFTWARE", "ROOT\\A\\B", "A\\B"},          // set in a hive without a root path
+      {"HKLM", "HKLM\\SOFTWARE\\A\\B", "A\\B"},          // labelled too high
+      {"HKLM", "HKLM\\SOFTWARE\\gone\\Setup", "SOFTWARE", false},
+      {"HKLM\\SOFTWARE\\Classes", "HKLM\\SOFTWARE\\A", "A"},  // labelled too low
+      {"HKLM\\SOFTWARE\\Classes", "HKLM\\SOFTWARE\\gone", nullptr},
+      {"HKLM\\SOFTWARE", "HKLM\\SOFTWARE\\Classes\\X", "SOFTWARE\\Classes\\X"},  // likewise
+      {"HKCU", "HKU\\S-1-5-21-7\\A\\B", "A\\B"},
+      {"HKU\\.DEFAULT", "HKCU\\A", "A"},
+      {"HKU", "HKCU\\A", "A"},
+      {"HKU\\S-1-5-21-7", "HKU\\S-1-5-21-9_Classes\\X", "SOFTWARE\\Classes\\X"},
+      {"HKU\\S-1-5-21-7", "HKCR\\X", "SOFTWARE\\Classes\\X"},
+      {"HKCR", "HKCU\\SOFTWARE\\Classes\\A", "A"},
+      {"", "HKLM\\SOFTWARE\\A\\B\\gone", "A\\B", false},
+      {"", "HKLM\\SOFTWARE\\A\\B\\C", "A\\B\\C"},
+      {"", "HKLM\\SAM\\gone", nullptr},
+      {"", "ROOT", ""},
+      {"", "ROOT\\gone", "", false},
+      {"{1}", "{2}\\A\\B", "A\\B"},
+  };
+  Check(opened, kCases);
+  EXPECT_EQ(FindKeyPath(opened.hive, KeyTree(), "HKLM").item, kNoItem);
+}
+
+TEST(KeyPathTest, ControlSets) {
+  HiveBuilder builder;
+  for (const char* key : {"ControlSet001\\A", "ControlSet001\\Old", "ControlSet012\\A\\B",
+                          "ControlSet012\\Hardware Profiles\\Current\\P", "Services"}) {
+    builder.Key(key);
+  }
+  builder.Key("Select").Dword("Current", 12).Dword("Default", 1);
+  OpenedHive opened(builder.Build());
+  constexpr Case kCases[] = {
+      {"HKLM\\SYSTEM", "HKLM\\SYSTEM\\CurrentControlSet\\A", "ControlSet012\\A"},
+      {"HKLM\\SYSTEM", "HKLM\\SYSTEM\\CurrentControlSet\\Old", "ControlSet001\\Old"},
+      {"HKLM\\SYSTEM", "HKLM\\SYSTEM\\ControlSet001\\A\\B", "ControlSet001\\A", false},
+      {"HKLM\\SYSTEM", "HKLM\\SYSTEM\\ControlSet003\\A\\B", "ControlSet012\\A\\B"},
+      {"HKLM\\SYSTEM", "HKCC\\P", "ControlSet012\\Hardware Profiles\\Current\\P"},
+      {"HKLM\\SYSTEM", "HKLM\\SYSTEM\\ControlSet001\\Services", "Services"},  // it is one alone
+      {"HKLM\\SYSTEM\\ControlSet002", "HKLM\\SYSTEM\\CurrentControlSet\\Services", "Services"},
+      {"HKLM\\SYSTEM\\ControlSet002", "HKLM\\SYSTEM\\ControlSet001\\Old", "ControlSet001\\Old"},
+      {"", "HKLM\\SYSTEM\\CurrentControlSet\\Old", "ControlSet001\\Old"},
+  };
+  Check(opened, kCases);
+}
+
+TEST(KeyPathTest, DeletedKeys) {
+  HiveBuilder builder;
+  builder.Key("A\\B\\C");
+  builder.Key("A\\D");
+  BuiltHive built = builder.Build();
+  built.Unlink("A\\B");
+  OpenedHive opened(built);
+  constexpr Case kCases[] = {
+      {"HKLM\\SAM", "HKLM\\SAM\\A\\B\\C", "Disconnected Keys\\A\\B\\C"},
+      {"HKLM\\SAM", "HKLM\\SAM\\Disconnected Keys\\A\\B", "Disconnected Keys\\A\\B"},
+      {"HKLM\\SAM", "HKLM\\SAM\\Disconnected Keys\\A\\D", "A\\D"},
+      {"HKLM\\SAM", "HKLM\\SAM\\A\\gone", "A", false},
+      {"HKLM\\SAM", "HKLM\\SAM\\A\\B\\gone", "Disconnected Keys\\A\\B", false},
+      {"HKLM\\SAM", "HKLM\\SAM\\Disconnected Keys", "Disconnected Keys"},
+  };
+  Check(opened, kCases);
+  HideBranch(opened.tree, opened.Item("A\\D"));
+  EXPECT_FALSE(FindKeyPath(opened.hive, opened.tree, "HKLM\\SAM\\A\\D").whole);
+}
+
+TEST(RecentKeysTest, KeptOverARestart) {
+  const TempFile file("[KAS]\r\nDI=1\r\n[RKS]\r\nRK0=HKLM\\theirs\r\nRK7=%C3\r\n");
+  RecentKeys keys;
+  for (int i = 0; i < 30; ++i) AddRecentKey(keys, "HKLM\\" + std::to_string(i));
+  EXPECT_EQ(keys.size(), kRecentKeys);
+  keys.resize(3);
+  for (const char* path : {"HKCU\\\xD0\x96 ", "HKEY_LOCAL_MACHINE\\28", "", "\\"}) {
+    AddRecentKey(keys, path);
+  }
+  ASSERT_TRUE(WriteRecentKeys(file.name(), keys));
+  EXPECT_EQ(TextOf(file.name()).find("\x96"), std::string::npos);
+  RecentKeys read = {"HKLM\\old"};
+  ReadRecentKeys(file.name(), read);
+  const std::string machine = "HKEY_LOCAL_MACHINE\\";
+  EXPECT_EQ(read, (RecentKeys{machine + "28", "HKEY_CURRENT_USER\\\xD0\x96 ", machine + "29",
+                              machine + "27", machine + "theirs"}));
+  EXPECT_TRUE(TextOf(file.name()).starts_with("[KAS]\r\nDI=1\r\n[RKS]\r\n"));
+  EXPECT_FALSE(WriteRecentKeys(file.name() + "/none", keys));
+}
+
+}  // namespace
+}  // namespace hivequarry
