@@ -1,0 +1,88 @@
+// The bytes under a hex edit control, with caret, selection, undo and redo. Knows no window.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <deque>
+#include <span>
+#include <vector>
+
+namespace hivequarry {
+
+inline constexpr uint32_t kMaxHexBytes = 0x500000;
+
+struct HexCaret {
+  uint32_t position = 0;  // the byte in front of which it stands, or the length
+  bool low = false;       // within that byte, behind its first digit
+  uint32_t anchor = 0;    // the other end of the selection
+  bool operator==(const HexCaret&) const = default;
+};
+
+struct HexRange {
+  uint32_t start = 0;
+  uint32_t end = 0;  // the first byte behind it
+  bool operator==(const HexRange&) const = default;
+};
+inline uint32_t Length(HexRange range) { return range.end - range.start; }
+
+// Changes of one kind that touch each other are undone together, but for kWhole.
+enum class HexChangeKind { kTyping, kBackspace, kDelete, kWhole };
+
+struct HexChange {
+  HexChangeKind kind = HexChangeKind::kWhole;
+  uint32_t position = 0;
+  std::vector<uint8_t> removed;
+  std::vector<uint8_t> inserted;
+  HexCaret before;
+  HexCaret after;
+};
+
+struct HexHistory {
+  std::deque<HexChange> done;     // the newest last
+  std::vector<HexChange> undone;  // the next to be done again last
+  size_t bytes = 0;               // memory of both; the oldest changes are forgotten for its bound
+  bool open = false;              // the newest may still grow
+};
+// More than the two largest changes that there can be.
+inline constexpr size_t kHexHistoryBytes = 32U << 20;
+
+struct HexBytes {
+  std::vector<uint8_t> bytes;
+  HexCaret caret;
+  bool overwrite = true;
+  HexHistory history;
+};
+
+// Replaces everything and forgets what was done before. Bytes beyond kMaxHexBytes are left out.
+void SetBytes(HexBytes& hex, std::vector<uint8_t> bytes);
+inline uint32_t ByteCount(const HexBytes& hex) { return static_cast<uint32_t>(hex.bytes.size()); }
+HexRange SelectionOf(const HexBytes& hex);
+std::vector<uint8_t> SelectedBytes(const HexBytes& hex);
+
+// Positions are cut to the length. With `extend` the anchor stays.
+void MoveCaret(HexBytes& hex, uint32_t position, bool low, bool extend);
+void SelectBytes(HexBytes& hex, HexRange range);
+
+// Each of these is one step for undo or part of one, and leaves everything as it was when it
+// returns false: nothing to do, or the bytes would become more than kMaxHexBytes.
+//
+// A digit at the caret: the first of a byte makes the byte (with a second digit of 0) or, when
+// overwriting, changes its half of it; the second changes its half. A selection is replaced; when
+// overwriting, typing starts at its beginning.
+bool TypeDigit(HexBytes& hex, uint8_t digit);
+bool TypeByte(HexBytes& hex, uint8_t byte);
+// Inserts bytes in place of the selection, or overwrites as many from the selection's beginning.
+bool PutBytes(HexBytes& hex, std::span<const uint8_t> bytes);
+// The selection, else the byte that the caret is in, else the one before or behind the caret.
+bool EraseBack(HexBytes& hex);
+bool EraseForward(HexBytes& hex);
+
+bool Undo(HexBytes& hex);
+bool Redo(HexBytes& hex);
+
+// Selects the next place of a byte sequence that begins behind the selection's beginning, or the
+// last one before it, and goes on at the other end. False when it stands nowhere. Takes time in
+// proportion to the bytes, whatever the sequence.
+bool FindBytes(HexBytes& hex, std::span<const uint8_t> sequence, bool forward);
+
+}  // namespace hivequarry
