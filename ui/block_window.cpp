@@ -8,6 +8,7 @@
 #include "ui/list_view.h"
 #include "ui/main_window.h"
 #include "ui/text.h"
+#include "ui/window_class.h"
 
 namespace hivequarry {
 namespace {
@@ -144,13 +145,7 @@ LRESULT CALLBACK BlockProc(HWND handle, UINT message, WPARAM first, LPARAM secon
 }
 
 bool RegisterBlockClass(HINSTANCE instance) {
-  WNDCLASSEXW info{};
-  info.cbSize = sizeof info;
-  info.lpfnWndProc = BlockProc;
-  info.hInstance = instance;
-  info.hCursor = LoadCursorW(nullptr, IDC_ARROW);
-  info.lpszClassName = kClassName;
-  return RegisterClassExW(&info) != 0 || GetLastError() == ERROR_CLASS_ALREADY_EXISTS;
+  return RegisterWindowClass(instance, {.name = kClassName, .procedure = BlockProc});
 }
 
 // Over the middle of its owner.

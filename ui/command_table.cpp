@@ -1,73 +1,276 @@
+#include <array>
+
+#include "ui/address_bar.h"
+#include "ui/bookmarks_dialog.h"
 #include "ui/commands.h"
+#include "ui/edit_commands.h"
 #include "ui/handlers.h"
+#include "ui/list_commands.h"
+#include "ui/misc_commands.h"
+#include "ui/raw_view.h"
+#include "ui/recent_keys_dialog.h"
 
 namespace hivequarry {
 namespace {
 
 // Virtual key codes; letters are their own codes.
+constexpr uint16_t kKeyTab = 0x09;
 constexpr uint16_t kKeyReturn = 0x0D;
 constexpr uint16_t kKeyNumericPlus = 0x6B;
+constexpr uint16_t kKeyF1 = 0x70;
+constexpr uint16_t kKeyF3 = 0x72;
+constexpr uint16_t kKeyF4 = 0x73;
 constexpr uint16_t kKeyF6 = 0x75;
 
-// Rows stand in the order of the menus; a command without a menu stands where the toolbar or a
-// context menu wants it.
+// Commands of features that are not part of the program yet and that have no number of old.
+constexpr uint16_t kCompareWorkspace = 9301;
+constexpr uint16_t kGoToRegedit = 9302;
+constexpr uint16_t kExportFolder = 9303;
+constexpr uint16_t kMergeFolder = 9304;
+constexpr uint16_t kSecurityRecord = 9305;
+
 // clang-format off
 constexpr Command kCommands[] = {
     {.number = kCommandOpen, .menu = "&File", .text = "&Open File\tCtrl+O",
      .tooltip = "Open File", .icon = ToolIcon::kOpen, .accelerator = {'O', kWithControl},
-     .places = kInToolbar, .handler = OnOpenFile},
-    {.number = kCommandStop,
-     .tooltip = "Stop current Process (Ctrl+Q)", .icon = ToolIcon::kStop,
-     .accelerator = {'Q', kWithControl}, .places = kInToolbar,
-     .guard = Guard::kNone, .needs = Needs::kRunning, .handler = OnStop},
+     .handler = OnOpenFile},
+    {.number = 5104, .menu = "&File", .text = "Re&create Hive", .handler = OnNothing},
+    {.number = 1419, .menu = "&File", .text = "Export Hive to &reg file", .group_start = true,
+     .guard = Guard::kRunningOrBackup, .needs = Needs::kNever},
+    {.number = 7043, .menu = "&File>Security R&ecords", .text = "List &Security Records",
+     .needs = Needs::kNever},
+    {.number = 7045, .menu = "&File>Security R&ecords", .text = "List &ACEs",
+     .needs = Needs::kNever},
+    {.number = 1435, .menu = "&File", .text = "&Load Hive into Registry", .group_start = true,
+     .needs = Needs::kNever},
+    {.number = 1436, .menu = "&File", .text = "&Unload Hive from Registry",
+     .needs = Needs::kNever},
+    {.number = kCommandRecentHive, .menu = "&File>Recent &hives", .group_start = true,
+     .needs = Needs::kRecentHive, .handler = OnRecentHive<0>},
+    {.number = kCommandRecentHive + 1, .menu = "&File>Recent &hives",
+     .needs = Needs::kRecentHive, .handler = OnRecentHive<1>},
+    {.number = kCommandRecentHive + 2, .menu = "&File>Recent &hives",
+     .needs = Needs::kRecentHive, .handler = OnRecentHive<2>},
+    {.number = kCommandRecentHive + 3, .menu = "&File>Recent &hives",
+     .needs = Needs::kRecentHive, .handler = OnRecentHive<3>},
+    {.number = kCommandRecentHive + 4, .menu = "&File>Recent &hives",
+     .needs = Needs::kRecentHive, .handler = OnRecentHive<4>},
+    {.number = kCommandRecentHive + 5, .menu = "&File>Recent &hives",
+     .needs = Needs::kRecentHive, .handler = OnRecentHive<5>},
+    {.number = kCommandRecentHive + 6, .menu = "&File>Recent &hives",
+     .needs = Needs::kRecentHive, .handler = OnRecentHive<6>},
+    {.number = kCommandExit, .menu = "&File", .text = "E&xit", .tooltip = "Exit",
+     .icon = ToolIcon::kExit, .group_start = true, .guard = Guard::kNone, .handler = OnExit},
 
+    {.number = 4143, .menu = "&Compare", .text = "&Folder to Registry",
+     .context_text = "Compare &Folder to Registry", .guard = Guard::kRunningOrBackup,
+     .needs = Needs::kNever},
+    {.number = 4141, .menu = "&Compare", .text = "&Displayed Sub Keys",
+     .needs = Needs::kNever},
+
+    {.number = 1422, .menu = "&Registry", .text = "&Search", .tooltip = "Search Registry",
+     .icon = ToolIcon::kSearchRegistry, .needs = Needs::kNever},
+    {.number = 1494, .menu = "&Registry", .text = "&Backup Registry", .tooltip = "Backup Registry",
+     .icon = ToolIcon::kBackup, .needs = Needs::kNever},
+    {.number = 1496, .menu = "&Registry", .text = "Replace Registry &Hives",
+     .needs = Needs::kNever},
+
+    {.number = kCommandToggleView, .menu = "&View", .text = "&Toggle View\tCtrl+Tab",
+     .accelerator = {kKeyTab, kWithControl}, .handler = OnToggleView},
+    {.number = kCommandResizeColumns, .menu = "&View",
+     .text = "&Resize List columns\tCtrl+(Num+)", .context_text = "&Resize columns",
+     .tooltip = "Resize list columns", .icon = ToolIcon::kColumns,
+     .accelerator = {kKeyNumericPlus, kWithControl}, .guard = Guard::kNone,
+     .handler = OnResizeColumns},
     {.number = kCommandTechnicalView, .menu = "&View", .text = "Tec&hnical view\tCtrl+H",
      .tooltip = "Technical view", .icon = ToolIcon::kTechnical,
-     .accelerator = {'H', kWithControl}, .places = kInToolbar | kGroupStart,
+     .accelerator = {'H', kWithControl}, .group_start = true,
      .checked = &CommandFacts::technical_view, .handler = OnTechnicalView},
     {.number = kCommandCellDetails, .menu = "&View", .text = "&Cell details",
      .checked = &CommandFacts::cell_details, .handler = OnCellDetails},
     {.number = kCommandDetailPane, .menu = "&View", .text = "&Detail pane\tCtrl+D",
      .tooltip = "Detail pane", .icon = ToolIcon::kDetails, .accelerator = {'D', kWithControl},
-     .places = kInToolbar, .guard = Guard::kNone,
-     .checked = &CommandFacts::detail_pane, .handler = OnDetailPane},
-    {.number = kCommandBlockList, .menu = "&View", .text = "&Block list",
-     .tooltip = "Block list", .icon = ToolIcon::kBlocks, .places = kInToolbar | kGroupStart,
-     .needs = Needs::kHive, .handler = OnBlockList},
+     .guard = Guard::kNone, .checked = &CommandFacts::detail_pane, .handler = OnDetailPane},
+    {.number = kCommandBlockList, .menu = "&View", .text = "&Block list", .tooltip = "Block list",
+     .icon = ToolIcon::kBlocks, .group_start = true, .needs = Needs::kHive,
+     .handler = OnBlockList},
+    {.number = kCommandListBlockRuns, .menu = "&View", .text = "List block r&uns",
+     .needs = Needs::kHive, .handler = OnListBlockRuns},
+    {.number = kCommandListRoots, .menu = "&View", .text = "List r&oot cells",
+     .needs = Needs::kHive, .handler = OnListRoots},
+    {.number = kCommandListKeys, .menu = "&View", .text = "List &keys of branch",
+     .group_start = true, .needs = Needs::kItem, .handler = OnListKeys},
+    {.number = kCommandListValues, .menu = "&View", .text = "List &values of branch",
+     .needs = Needs::kItem, .handler = OnListValues},
+    {.number = kCommandListLostValues, .menu = "&View", .text = "List disconnected valu&es",
+     .needs = Needs::kHive, .handler = OnListLostValues},
+    {.number = kCommandListEdits, .menu = "&View", .text = "List ed&ited values",
+     .group_start = true, .needs = Needs::kEdits, .handler = OnListEdits},
+    {.number = kCommandTakeBackAll, .menu = "&View", .text = "Take back &all edits",
+     .needs = Needs::kEdits, .handler = OnTakeBackAllEdits},
+    {.number = kCommandRawPosition, .menu = "&View", .text = "Raw record at &position...",
+     .group_start = true, .needs = Needs::kHive, .handler = OnRawPosition},
 
-    {.number = kCommandValueDetails, .text = "&Value details\tAlt+Enter",
-     .accelerator = {kKeyReturn, kWithAlt}, .places = kInValueMenu,
-     .needs = Needs::kValue, .handler = OnValueDetails},
-    {.number = kCommandResizeColumns, .menu = "&View",
-     .text = "&Resize List columns\tCtrl+(Num+)", .context_text = "&Resize columns",
-     .tooltip = "Resize list columns", .icon = ToolIcon::kColumns,
-     .accelerator = {kKeyNumericPlus, kWithControl},
-     .places = kInToolbar | kInValueMenu | kGroupStart,
-     .guard = Guard::kNone, .handler = OnResizeColumns},
-
-    {.number = kCommandCopyKeyName, .text = "&Copy Key Name",
-     .places = kInTreeMenu | kInValueMenu | kGroupStart,
-     .needs = Needs::kKey, .handler = OnCopyKeyName},
-    {.number = kCommandExpand, .text = "E&xpand subfolders",
-     .places = kInTreeMenu | kGroupStart, .needs = Needs::kBranch, .handler = OnExpandSubfolders},
-    {.number = kCommandCollapse, .text = "Coll&apse subfolders",
-     .places = kInTreeMenu, .needs = Needs::kBranch, .handler = OnCollapseSubfolders},
-
-    {.number = kCommandAbout, .menu = "&Misc", .text = "&About",
+    {.number = 1540, .menu = "&Misc", .text = "&Help\tF1", .accelerator = {kKeyF1, 0},
+     .guard = Guard::kRunningOrBackup, .handler = OnHelp},
+    {.number = 1455, .menu = "&Misc", .text = "&Options", .tooltip = "Options",
+     .icon = ToolIcon::kOptions, .guard = Guard::kRunningOrBackup, .handler = OnOptions},
+    {.number = 6410, .menu = "&Misc", .text = "&Bookmarks", .tooltip = "Bookmarks",
+     .icon = ToolIcon::kBookmarks, .handler = OnBookmarks},
+    {.number = kCommandAbout, .menu = "&Misc", .text = "&About", .group_start = true,
      .guard = Guard::kRunningOrBackup, .handler = OnAbout},
-    {.number = kCommandExit, .menu = "&File", .text = "E&xit",
-     .tooltip = "Exit", .icon = ToolIcon::kExit, .places = kInToolbar | kGroupStart,
-     .guard = Guard::kNone, .handler = OnExit},
 
-    {.number = kCommandNextPane, .accelerator = {kKeyF6, 0},
-     .guard = Guard::kNone, .handler = OnNextPane},
-    {.number = kCommandPreviousPane, .accelerator = {kKeyF6, kWithShift},
-     .guard = Guard::kNone, .handler = OnPreviousPane},
+    // Of the toolbar alone.
+    {.number = 1405, .tooltip = "Open Registry Snapshot", .icon = ToolIcon::kOpenSnapshot,
+     .needs = Needs::kNever},
+    {.number = 1415, .text = "&Search in Workspace", .tooltip = "Search Workspace",
+     .icon = ToolIcon::kSearchWorkspace, .needs = Needs::kNever},
+    {.number = 1421, .tooltip = "Key Dates", .icon = ToolIcon::kKeyDates,
+     .guard = Guard::kRunningOrBackup, .needs = Needs::kNever},
+    {.number = 1450, .tooltip = "Recent keys", .icon = ToolIcon::kRecent,
+     .needs = Needs::kHive, .handler = OnRecentKeys},
+    {.number = 1498, .tooltip = "Generate Registry Snapshot", .icon = ToolIcon::kSnapshot,
+     .needs = Needs::kNever},
+    {.number = 1499, .tooltip = "Registry Key Snapshot", .icon = ToolIcon::kKeySnapshot,
+     .needs = Needs::kNever},
+    {.number = kCommandOutputList, .tooltip = "Output List", .list_tooltip = "Toggle View",
+     .icon = ToolIcon::kView, .handler = OnOutputListButton},
+    {.number = kCommandLastPane, .tooltip = "Toggle View", .list_tooltip = "Last pane",
+     .icon = ToolIcon::kLastPane, .handler = OnLastPane},
+    {.number = kCommandStop, .tooltip = "Stop current Process (Ctrl+Q)", .icon = ToolIcon::kStop,
+     .accelerator = {'Q', kWithControl}, .guard = Guard::kNone, .needs = Needs::kRunning,
+     .handler = OnStop},
+
+    // Of the Output List pane.
+    {.number = kCommandSaveListText, .tooltip = "Save Output list as text file",
+     .icon = ToolIcon::kSaveText, .accelerator = {'S', kWithControl},
+     .guard = Guard::kRunningOrBackup, .needs = Needs::kListRows,
+     .handler = OnListCommand<kCommandSaveListText>},
+    {.number = kCommandSaveReport, .tooltip = "Save as Report List",
+     .icon = ToolIcon::kSaveReport, .guard = Guard::kRunningOrBackup, .needs = Needs::kListRows,
+     .handler = OnListCommand<kCommandSaveReport>},
+    {.number = kCommandLoadReport, .tooltip = "Load Report List", .icon = ToolIcon::kLoadReport,
+     .guard = Guard::kRunningOrBackup,
+     .handler = OnListCommand<kCommandLoadReport>},
+    {.number = kCommandCopyList, .tooltip = "Copy Output list to Clipboard",
+     .icon = ToolIcon::kCopyList, .guard = Guard::kRunningOrBackup, .needs = Needs::kListRows,
+     .handler = OnListCommand<kCommandCopyList>},
+    {.number = kCommandPrintList, .tooltip = "Print Output list", .icon = ToolIcon::kPrint,
+     .accelerator = {'P', kWithControl}, .guard = Guard::kRunningOrBackup,
+     .needs = Needs::kListRows, .handler = OnListCommand<kCommandPrintList>},
+    {.number = kCommandListNotepad, .guard = Guard::kRunningOrBackup, .needs = Needs::kListRows,
+     .handler = OnListCommand<kCommandListNotepad>},
+    {.number = kCommandCopyFirstColumn, .guard = Guard::kRunningOrBackup,
+     .needs = Needs::kListRows, .handler = OnListCommand<kCommandCopyFirstColumn>},
+    {.number = kCommandFindNext, .needs = Needs::kListRows,
+     .handler = OnListCommand<kCommandFindNext>},
+    {.number = kCommandFindPrevious, .needs = Needs::kListRows,
+     .handler = OnListCommand<kCommandFindPrevious>},
+    {.number = kCommandClearList, .tooltip = "Clear Output list", .icon = ToolIcon::kClearList,
+     .needs = Needs::kListRows, .handler = OnListCommand<kCommandClearList>},
+
+    // Of the tree.
+    {.number = kCommandFindInList, .text = "&Find\tCtrl+F", .tooltip = "Find in Output list",
+     .icon = ToolIcon::kFind, .accelerator = {'F', kWithControl},
+     .second_accelerator = {kKeyF3, kWithAlt}, .guard = Guard::kRunningOrBackup,
+     .needs = Needs::kFindable, .handler = OnFind},
+    {.number = kCommandTreeFindNext, .text = "Find &next\tF3", .accelerator = {kKeyF3, 0},
+     .guard = Guard::kRunningOrBackup, .needs = Needs::kFindable, .handler = OnFindNext},
+    {.number = kCommandTreeFindPrevious, .text = "Find &previous\tF4", .accelerator = {kKeyF4, 0},
+     .guard = Guard::kRunningOrBackup, .needs = Needs::kFindable, .handler = OnFindPrevious},
+    {.number = kCommandCurrentBranch, .text = "&Current Branch\tCtrl+b",
+     .accelerator = {'B', kWithControl}, .needs = Needs::kItem, .handler = OnCurrentBranch},
+    {.number = kCommandExpand, .text = "E&xpand subfolders", .needs = Needs::kBranch,
+     .handler = OnExpandSubfolders},
+    {.number = kCommandCollapse, .text = "Coll&apse subfolders", .needs = Needs::kBranch,
+     .handler = OnCollapseSubfolders},
+    {.number = kCommandCopyKeyName, .text = "&Copy Key Name", .needs = Needs::kKey,
+     .handler = OnCopyKeyName},
+    {.number = kCommandOpenValidRoot, .text = "Open valid &Root", .needs = Needs::kRootCell,
+     .handler = OnOpenValidRoot},
+    {.number = kCommandOpenKey, .text = "Open &Key", .needs = Needs::kKeyCell,
+     .handler = OnOpenKey},
+    {.number = kCommandDeleteKeys, .text = "&Delete Keys from Tree", .needs = Needs::kRemovable,
+     .handler = OnDeleteKeys},
+    {.number = kCommandShowAllKeys, .text = "Sho&w all keys again", .needs = Needs::kHiddenKeys,
+     .handler = OnShowAllKeys},
+    {.number = kCompareWorkspace, .text = "&Compare Workspace to Registry",
+     .needs = Needs::kNever},
+    {.number = kGoToRegedit, .text = "&Go to Regedit", .needs = Needs::kNever},
+    {.number = kExportFolder, .text = "&Export Folder", .needs = Needs::kNever},
+    {.number = kMergeFolder, .text = "&Merge Folder into Registry", .needs = Needs::kNever},
+    {.number = kSecurityRecord, .text = "&Security Record\tAlt+s", .needs = Needs::kNever},
+    {.number = kCommandAddToBookmarks, .text = "Add to &Bookmarks", .needs = Needs::kKey,
+     .handler = OnAddToBookmarks},
+    {.number = kCommandRawKey, .text = "Ra&w record", .needs = Needs::kKeyCell,
+     .handler = OnRawKey},
+
+    // Of the value pane.
+    {.number = kCommandValueDetails, .text = "&Value details",
+     .accelerator = {kKeyReturn, kWithAlt}, .needs = Needs::kValue, .handler = OnValueDetails},
+    {.number = kCommandEditValue, .text = "&Edit Value (Memory only)", .needs = Needs::kValue,
+     .handler = OnEditValue},
+    {.number = kCommandTakeBackEdit, .text = "&Take back edit", .needs = Needs::kEditedValue,
+     .handler = OnTakeBackEdit},
+    {.number = kCommandRawValue, .text = "Ra&w record", .needs = Needs::kValue,
+     .handler = OnRawValue},
+    {.number = kCommandSelectAllValues, .text = "Select &all", .needs = Needs::kValueRows,
+     .handler = OnSelectAllValues},
+    {.number = kCommandInvertValues, .text = "In&vert Selection", .needs = Needs::kValueRows,
+     .handler = OnInvertValues},
+    {.number = kCommandCopyValues, .text = "&Copy to ClipBoard", .needs = Needs::kRowSelected,
+     .handler = OnCopyValues},
+    {.number = kCommandSaveValue, .text = "&Save to File", .needs = Needs::kValue,
+     .handler = OnSaveValue},
+
+    {.number = kCommandAddressBar, .accelerator = {'L', kWithControl}, .needs = Needs::kHive,
+     .handler = OnAddressBar},
+    {.number = kCommandNextPane, .accelerator = {kKeyF6, 0}, .guard = Guard::kNone,
+     .handler = OnNextPane},
+    {.number = kCommandPreviousPane, .accelerator = {kKeyF6, kWithShift}, .guard = Guard::kNone,
+     .handler = OnPreviousPane},
 };
+
+constexpr uint16_t kToolbar[] = {
+    kCommandOpen, 1405, kGroupGap,
+    1415, 1422, 1421, 1450, 6410, kGroupGap,
+    kCommandSaveListText, kCommandSaveReport, kCommandLoadReport, kCommandCopyList,
+    kCommandPrintList, kCommandFindInList, kCommandResizeColumns, kCommandClearList, kGroupGap,
+    1494, 1498, 1499, kGroupGap,
+    kCommandOutputList, kCommandLastPane, kCommandTechnicalView, kCommandDetailPane,
+    kCommandBlockList, kGroupGap,
+    1455, kCommandStop, kCommandExit};
+constexpr uint16_t kTreeMenu[] = {
+    kCommandFindInList, kCommandTreeFindNext, kCommandTreeFindPrevious, kGroupGap,
+    kCommandExpand, kCommandCollapse, kCommandCurrentBranch, kGroupGap,
+    kGoToRegedit, 4143, kExportFolder, kMergeFolder, kSecurityRecord, kGroupGap,
+    kCommandAddToBookmarks, kCommandCopyKeyName, kCommandRawKey, kGroupGap,
+    kCommandOpenValidRoot, kCommandOpenKey, kGroupGap,
+    kCommandDeleteKeys, kCommandShowAllKeys};
+constexpr uint16_t kWorkspaceMenu[] = {
+    kCommandFindInList, kCommandTreeFindNext, kCommandTreeFindPrevious, kGroupGap,
+    kCompareWorkspace, 1415};
+constexpr uint16_t kValueMenu[] = {
+    kCommandValueDetails, kCommandRawValue, kGroupGap,
+    kCommandEditValue, kCommandTakeBackEdit, kGroupGap,
+    kCommandSelectAllValues, kCommandInvertValues, kGroupGap,
+    kCommandCopyValues, kCommandSaveValue, kGroupGap,
+    kGoToRegedit, kCommandCopyKeyName, kGroupGap,
+    kCommandResizeColumns};
+constexpr uint16_t kPathMenu[] = {
+    kCommandCopyKeyName, kGroupGap,
+    kCommandCurrentBranch, kGoToRegedit, kCommandAddToBookmarks};
 // clang-format on
+
+constexpr std::array<std::span<const uint16_t>, static_cast<size_t>(CommandPlace::kCount)> kPlaces =
+    {kToolbar, kTreeMenu, kWorkspaceMenu, kValueMenu, kPathMenu};
 
 }  // namespace
 
 std::span<const Command> Commands() { return kCommands; }
+
+std::span<const uint16_t> CommandsIn(CommandPlace place) {
+  return kPlaces[static_cast<size_t>(place)];
+}
 
 }  // namespace hivequarry

@@ -3,24 +3,29 @@
 namespace hivequarry {
 namespace {
 
-bool HasNeeds(Needs needs, const CommandFacts& facts) {
-  switch (needs) {
+// The facts behind the needs from kHive on, in their order.
+constexpr bool CommandFacts::*kFacts[] = {
+    &CommandFacts::hive,         &CommandFacts::item,        &CommandFacts::branch,
+    &CommandFacts::key,          &CommandFacts::key_cell,    &CommandFacts::root_cell,
+    &CommandFacts::removable,    &CommandFacts::hidden_keys, &CommandFacts::value,
+    &CommandFacts::edited_value, &CommandFacts::edits,       &CommandFacts::value_rows,
+    &CommandFacts::row_selected, &CommandFacts::list_rows,   &CommandFacts::findable};
+constexpr auto kFirstFact = static_cast<size_t>(Needs::kHive);
+static_assert(std::size(kFacts) == static_cast<size_t>(Needs::kRecentHive) - kFirstFact);
+
+bool HasNeeds(const Command& command, const CommandFacts& facts) {
+  switch (command.needs) {
     case Needs::kNothing:
       return true;
-    case Needs::kHive:
-      return facts.hive;
-    case Needs::kItem:
-      return facts.item;
-    case Needs::kBranch:
-      return facts.branch;
-    case Needs::kKey:
-      return facts.key;
-    case Needs::kValue:
-      return facts.value;
+    case Needs::kNever:
+      return false;
     case Needs::kRunning:
       return facts.running || facts.backup;
+    case Needs::kRecentHive:
+      return command.number < kCommandRecentHive + facts.recent_hives;
+    default:
+      return facts.*kFacts[static_cast<size_t>(command.needs) - kFirstFact];
   }
-  return false;
 }
 
 }  // namespace
@@ -38,7 +43,7 @@ bool PassesGuard(Guard guard, const CommandFacts& facts) {
 }
 
 bool IsAvailable(const Command& command, const CommandFacts& facts) {
-  return PassesGuard(command.guard, facts) && HasNeeds(command.needs, facts);
+  return PassesGuard(command.guard, facts) && HasNeeds(command, facts);
 }
 
 }  // namespace hivequarry

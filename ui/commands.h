@@ -15,17 +15,45 @@ inline constexpr uint16_t kCommandOpen = 1400;
 inline constexpr uint16_t kCommandResizeColumns = 1445;
 inline constexpr uint16_t kCommandStop = 1460;
 inline constexpr uint16_t kCommandExit = 1470;
+inline constexpr uint16_t kCommandOutputList = 1502;
+inline constexpr uint16_t kCommandLastPane = 1503;
+inline constexpr uint16_t kCommandTreeFindNext = 1507;
+inline constexpr uint16_t kCommandTreeFindPrevious = 1508;
 inline constexpr uint16_t kCommandAbout = 1542;
+inline constexpr uint16_t kCommandToggleView = 1544;
 inline constexpr uint16_t kCommandTechnicalView = 9001;
 inline constexpr uint16_t kCommandCellDetails = 9002;
 inline constexpr uint16_t kCommandDetailPane = 9003;
 inline constexpr uint16_t kCommandBlockList = 9004;
+inline constexpr uint16_t kCommandListBlockRuns = 9005;
+inline constexpr uint16_t kCommandListRoots = 9006;
+inline constexpr uint16_t kCommandListKeys = 9007;
+inline constexpr uint16_t kCommandListValues = 9008;
+inline constexpr uint16_t kCommandListLostValues = 9009;
 inline constexpr uint16_t kCommandCopyKeyName = 9010;
 inline constexpr uint16_t kCommandExpand = 9011;
 inline constexpr uint16_t kCommandCollapse = 9012;
 inline constexpr uint16_t kCommandValueDetails = 9013;
+inline constexpr uint16_t kCommandCurrentBranch = 9014;
+inline constexpr uint16_t kCommandDeleteKeys = 9015;
+inline constexpr uint16_t kCommandShowAllKeys = 9016;
+inline constexpr uint16_t kCommandSelectAllValues = 9017;
+inline constexpr uint16_t kCommandInvertValues = 9018;
+inline constexpr uint16_t kCommandCopyValues = 9019;
 inline constexpr uint16_t kCommandNextPane = 9020;
 inline constexpr uint16_t kCommandPreviousPane = 9021;
+inline constexpr uint16_t kCommandSaveValue = 9022;
+inline constexpr uint16_t kCommandListEdits = 9023;
+inline constexpr uint16_t kCommandTakeBackAll = 9024;
+inline constexpr uint16_t kCommandRawPosition = 9025;
+inline constexpr uint16_t kCommandRawKey = 9026;
+inline constexpr uint16_t kCommandRawValue = 9027;
+inline constexpr uint16_t kCommandTakeBackEdit = 9028;
+inline constexpr uint16_t kCommandAddressBar = 9029;
+inline constexpr uint16_t kCommandAddToBookmarks = 9306;
+inline constexpr uint16_t kCommandEditValue = 9307;
+inline constexpr uint16_t kCommandRecentHive = 9101;  // and the six behind it
+inline constexpr uint16_t kRecentHives = 7;
 
 // When a command is refused, always without a word.
 enum class Guard : uint8_t {
@@ -35,17 +63,49 @@ enum class Guard : uint8_t {
 };
 
 // What a command works on; without it the command is shown grey and does nothing.
-enum class Needs : uint8_t { kNothing, kHive, kItem, kBranch, kKey, kValue, kRunning };
+enum class Needs : uint8_t {
+  kNothing,
+  kNever,    // its feature is not part of the program yet
+  kRunning,  // an operation under way
+  kHive,     // the facts of the same names
+  kItem,
+  kBranch,
+  kKey,
+  kKeyCell,
+  kRootCell,
+  kRemovable,
+  kHiddenKeys,
+  kValue,
+  kEditedValue,
+  kEdits,
+  kValueRows,
+  kRowSelected,
+  kListRows,
+  kFindable,
+  kRecentHive,
+};
 
 // What guards and check marks look at; filled anew each time they are asked.
 struct CommandFacts {
   bool running = false;
   bool backup = false;
-  bool hive = false;    // a hive is shown
-  bool item = false;    // a tree item is selected
-  bool branch = false;  // and it has children
-  bool key = false;     // and it has a path: it is no folder of the program's own
-  bool value = false;   // a value row is selected
+  bool hive = false;          // a hive is shown
+  bool item = false;          // an item of its tree is selected
+  bool branch = false;        // and it has children
+  bool key = false;           // and it has a path: it is no folder of the program's own
+  bool key_cell = false;      // and it has a cell of its own
+  bool root_cell = false;     // and that is the root of a hive
+  bool removable = false;     // it may be taken out of the tree
+  bool hidden_keys = false;   // something was taken out
+  bool value = false;         // a value row is selected
+  bool edited_value = false;  // and its value was edited in memory
+  bool edits = false;         // some value was
+  bool value_rows = false;    // the value pane has rows
+  bool row_selected = false;  // and one of them is selected
+  bool list_rows = false;     // the Output List pane has rows
+  bool findable = false;      // the pane that is searched holds something
+  bool list_shown = false;    // the Output List pane is shown
+  uint16_t recent_hives = 0;  // how many there are to choose from
   bool technical_view = false;
   bool cell_details = false;
   bool detail_pane = false;
@@ -59,11 +119,18 @@ struct Accelerator {
   uint8_t modifiers = 0;
 };
 
-// Where a command is offered beside its main menu.
-inline constexpr uint8_t kInTreeMenu = 1;
-inline constexpr uint8_t kInValueMenu = 2;
-inline constexpr uint8_t kInToolbar = 4;
-inline constexpr uint8_t kGroupStart = 8;  // a separator stands before it, wherever it is offered
+// Where commands are offered beside the main menu.
+enum class CommandPlace : uint8_t {
+  kToolbar,
+  kTreeMenu,
+  kWorkspaceMenu,
+  kValueMenu,
+  kPathMenu,
+  kCount
+};
+inline constexpr uint16_t kGroupGap = 0;  // stands between two groups of command numbers
+// The numbers offered there, in order.
+std::span<const uint16_t> CommandsIn(CommandPlace place);
 
 // Pictures of the toolbar, in the order of its image list.
 enum class ToolIcon : int8_t {
@@ -75,6 +142,25 @@ enum class ToolIcon : int8_t {
   kDetails,
   kBlocks,
   kExit,
+  kOpenSnapshot,
+  kSearchWorkspace,
+  kSaveText,
+  kSaveReport,
+  kLoadReport,
+  kKeyDates,
+  kSearchRegistry,
+  kCopyList,
+  kPrint,
+  kFind,
+  kRecent,
+  kOptions,
+  kBackup,
+  kSnapshot,
+  kKeySnapshot,
+  kView,
+  kLastPane,
+  kClearList,
+  kBookmarks,
   kCount
 };
 
@@ -85,9 +171,11 @@ struct Command {
   const char* text = "";               // item text with its mnemonic, the keys behind a tab
   const char* context_text = nullptr;  // in context menus; null: `text`
   const char* tooltip = nullptr;       // null: not in the toolbar
+  const char* list_tooltip = nullptr;  // while the Output List pane is shown; null: `tooltip`
   ToolIcon icon = ToolIcon::kNone;
   Accelerator accelerator = {};
-  uint8_t places = 0;
+  Accelerator second_accelerator = {};
+  bool group_start = false;  // a separator stands before it in its menu
   Guard guard = Guard::kRunning;
   Needs needs = Needs::kNothing;
   // The fact that its check mark shows; null: no check mark.
@@ -95,7 +183,7 @@ struct Command {
   CommandHandler handler = nullptr;
 };
 
-// All commands in the order in which menus and toolbar show them.
+// All commands, those of the main menu in its order.
 std::span<const Command> Commands();
 
 // The row of a number, null when there is none.
@@ -109,6 +197,10 @@ inline bool IsChecked(const Command& command, const CommandFacts& facts) {
 }
 inline const char* ContextText(const Command& command) {
   return command.context_text != nullptr ? command.context_text : command.text;
+}
+inline const char* TooltipOf(const Command& command, const CommandFacts& facts) {
+  return facts.list_shown && command.list_tooltip != nullptr ? command.list_tooltip
+                                                             : command.tooltip;
 }
 
 }  // namespace hivequarry

@@ -6,6 +6,7 @@
 #include "ui/resource.h"
 #include "ui/text.h"
 #include "ui/win.h"
+#include "ui/window_class.h"
 
 namespace hivequarry {
 namespace {
@@ -91,13 +92,7 @@ LRESULT CALLBACK EmptyProc(HWND view, UINT message, WPARAM first, LPARAM second)
 }  // namespace
 
 bool RegisterEmptyViewClass(HINSTANCE instance) {
-  WNDCLASSEXW info{};
-  info.cbSize = sizeof info;
-  info.lpfnWndProc = EmptyProc;
-  info.hInstance = instance;
-  info.hCursor = LoadCursorW(nullptr, IDC_ARROW);
-  info.lpszClassName = kClassName;
-  return RegisterClassExW(&info) != 0 || GetLastError() == ERROR_CLASS_ALREADY_EXISTS;
+  return RegisterWindowClass(instance, {.name = kClassName, .procedure = EmptyProc});
 }
 
 HWND MakeEmptyView(HWND parent, int identifier) {

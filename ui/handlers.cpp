@@ -1,30 +1,18 @@
+// Commands about files, views and the Output List pane.
 #include "ui/handlers.h"
 
+#include "app/settings.h"
 #include "host/long_operation.h"
 #include "ui/about_dialog.h"
 #include "ui/block_window.h"
+#include "ui/list_commands.h"
+#include "ui/list_dialogs.h"
+#include "ui/list_saving.h"
 #include "ui/list_view.h"
 #include "ui/main_window.h"
-#include "ui/text.h"
-#include "ui/win.h"
 
 namespace hivequarry {
 namespace {
-
-// The name chosen in the open dialog, empty when it was cancelled.
-std::string AskForFile(HWND owner) {
-  std::wstring name(32768, L'\0');
-  OPENFILENAMEW dialog{};
-  dialog.lStructSize = sizeof dialog;
-  dialog.hwndOwner = owner;
-  dialog.lpstrFilter = L"All files (*.*)\0*.*\0";
-  dialog.lpstrFile = name.data();
-  dialog.nMaxFile = static_cast<DWORD>(name.size());
-  dialog.lpstrTitle = L"Open Registry file ...";
-  dialog.Flags = OFN_EXPLORER | OFN_FILEMUSTEXIST | OFN_HIDEREADONLY | OFN_NOCHANGEDIR;
-  if (GetOpenFileNameW(&dialog) == FALSE) return std::string();
-  return Utf8Name(name.c_str());
-}
 
 void ViewChanged(MainWindow& window) {
   RefreshItem(window);
@@ -41,7 +29,14 @@ void ShowDetailPane(MainWindow& window, bool on) {
 
 }  // namespace
 
-void OnOpenFile(MainWindow& window) { OpenNamedFile(window, AskForFile(window.handle), 0, 0); }
+void OnNothing(MainWindow&) {}
+
+void OnOpenFile(MainWindow& window) {
+  FileRequest request;
+  request.title = L"Open Registry file ...";
+  request.filter = L"All files (*.*)\0*.*\0Report Lists (*.rpt)\0*.rpt\0";
+  OpenNamedFile(window, ChooseListFile(window.output, false, kFolderHives, request), 0, 0);
+}
 
 void OnStop(MainWindow& window) {
   StopCommand();
@@ -52,7 +47,29 @@ void OnExit(MainWindow& window) { SendMessageW(window.handle, WM_CLOSE, 0, 0); }
 
 void OnAbout(MainWindow& window) { ShowAboutDialog(window.instance, window.handle); }
 
+void OpenRecentHive(MainWindow& window, size_t index) {
+  const std::string file = TheSettings().histories.recent_files[index];
+  OpenNamedFile(window, file, 0, 0);
+}
+
+void OnToggleView(MainWindow& window) {
+  ShowArrangement(window, NextArrangement(window.arrangement));
+}
+
+void OnOutputListButton(MainWindow& window) {
+  if (window.arrangement == kOutputArrangement) return OnToggleView(window);
+  ShowArrangement(window, kOutputArrangement);
+}
+
+void OnLastPane(MainWindow& window) {
+  const bool output = window.arrangement == kOutputArrangement;
+  ShowArrangement(window, output ? LastArrangement(window) : kOutputArrangement);
+}
+
 void OnResizeColumns(MainWindow& window) {
+  if (window.arrangement == kOutputArrangement) {
+    return RunOutputCommand(window, kCommandResizeColumns);
+  }
   FitColumns(window.values.window, window.dpi);
   window.values.columns_touched = true;
 }
@@ -69,24 +86,6 @@ void OnCellDetails(MainWindow& window) {
 
 void OnDetailPane(MainWindow& window) { ShowDetailPane(window, !window.detail_shown); }
 
-void OnBlockList(MainWindow& window) { ShowBlockList(window); }
-
-void OnCopyKeyName(MainWindow& window) {
-  const uint32_t item = SelectedItem(window.tree);
-  const std::string path = ItemPathUtf8(ShownHive(window), *window.key_tree, item, nullptr);
-  CopyText(window.handle, WideName(path));
-}
-
-void OnExpandSubfolders(MainWindow& window) {
-  StartExpand(window.tree, SelectedItem(window.tree));
-  if (ExpandSlice(window.tree)) SetTimer(window.handle, kExpandTimer, kTimerPause, nullptr);
-}
-
-void OnCollapseSubfolders(MainWindow& window) {
-  CollapseBranch(window.tree, SelectedItem(window.tree));
-  KeepFilling(window);  // a branch whose expanding this has ended
-}
-
 void OnValueDetails(MainWindow& window) {
   if (!window.detail_shown) ShowDetailPane(window, true);
   SetFocus(window.detail.window);
@@ -94,5 +93,11 @@ void OnValueDetails(MainWindow& window) {
 
 void OnNextPane(MainWindow& window) { FocusNextPane(window, false); }
 void OnPreviousPane(MainWindow& window) { FocusNextPane(window, true); }
+
+void OnBlockList(MainWindow& window) { ShowBlockList(window); }
+
+void RunOutputCommand(MainWindow& window, uint16_t number) {
+  RunListCommand(window.output, number);
+}
 
 }  // namespace hivequarry

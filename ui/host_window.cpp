@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "ui/modal.h"
 #include "ui/text.h"
 
 namespace hivequarry {
@@ -98,6 +99,8 @@ bool Launch(void*, const std::string& arguments) {
   std::wstring line = LaunchLine(program, arguments);
   STARTUPINFOW startup{};
   startup.cb = sizeof startup;
+  startup.dwFlags = STARTF_USESHOWWINDOW;
+  startup.wShowWindow = SW_SHOWNORMAL;
   PROCESS_INFORMATION process{};
   if (CreateProcessW(program.c_str(), line.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr,
                      &startup, &process) == FALSE) {
@@ -124,6 +127,28 @@ uint64_t LocalTime(void*, uint64_t utc) {
   return whole + utc % 10000;
 }
 
+std::string SortKey(void*, std::string_view text) {
+  const std::u16string wide = WidenText(text);
+  const auto make = [&wide](std::string& key) {
+    // A sort key is bytes, whatever the parameter's type says.
+    return static_cast<size_t>(
+        LCMapStringW(LOCALE_USER_DEFAULT, LCMAP_SORTKEY | NORM_IGNOREWIDTH,
+                     reinterpret_cast<const wchar_t*>(wide.data()), static_cast<int>(wide.size()),
+                     key.empty() ? nullptr : reinterpret_cast<wchar_t*>(key.data()),
+                     static_cast<int>(key.size())));
+  };
+  // Most keys find room here; for others the room they need is asked for.
+  std::string key(wide.size() * 5 + 32, '\0');
+  size_t size = make(key);
+  if (size == 0) {
+    key.clear();
+    key.resize(make(key));
+    size = make(key);
+  }
+  key.resize(size);
+  return key;
+}
+
 }  // namespace
 
 void StartHostWindow(HostWindow& host, HWND window) {
@@ -145,13 +170,16 @@ Host MakeWindowHost(HostWindow& host) {
   table.clipboard = Clipboard;
   table.launch = Launch;
   table.local_time = LocalTime;
+  table.sort_key = SortKey;
   table.code_page = &host.code_page;
   return table;
 }
 
 void ShowBox(HostWindow& host, BoxRequest& request) {
   if (host.ending) return;
-  const HWND owner = GetLastActivePopup(host.window);
+  const HWND active = GetActiveWindow();
+  const HWND owner = active != nullptr ? active : GetLastActivePopup(host.window);
+  const ModalTurn turn(owner);
   request.answer = MessageBoxW(owner, request.text.c_str(), request.title.c_str(), request.flags);
 }
 

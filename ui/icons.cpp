@@ -4,40 +4,15 @@
 #include <initializer_list>
 
 #include "hive/value_text.h"
+#include "recovery/item_values.h"
 #include "ui/canvas.h"
 #include "ui/commands.h"
+#include "ui/icon_shapes.h"
+#include "ui/tool_icons.h"
 #include "ui/tree_icons.h"
 
 namespace hivequarry {
 namespace {
-
-struct FolderColours {
-  COLORREF back;
-  COLORREF front;
-};
-
-constexpr FolderColours kGold = {RGB(214, 158, 46), RGB(250, 204, 92)};
-constexpr FolderColours kSteel = {RGB(44, 92, 150), RGB(216, 230, 246)};
-constexpr FolderColours kGhost = {RGB(172, 178, 188), RGB(240, 242, 245)};
-constexpr FolderColours kSlate = {RGB(52, 64, 84), RGB(88, 106, 132)};
-constexpr FolderColours kViolet = {RGB(124, 98, 168), RGB(188, 166, 222)};
-constexpr FolderColours kRust = {RGB(176, 88, 40), RGB(232, 148, 96)};
-constexpr FolderColours kPale = {RGB(150, 150, 150), RGB(206, 206, 206)};
-constexpr COLORREF kGreen = RGB(36, 140, 70);
-constexpr COLORREF kRed = RGB(200, 46, 46);
-constexpr COLORREF kBlue = RGB(30, 100, 180);
-constexpr COLORREF kAmber = RGB(196, 110, 0);
-constexpr COLORREF kWhite = RGB(255, 255, 255);
-constexpr COLORREF kInk = RGB(84, 94, 108);
-
-void DrawFolder(const Canvas& canvas, FolderColours colours, bool open) {
-  FillShape(canvas, {{1, 3}, {6, 3}, {7.5, 4.7}, {14, 4.7}, {14, 13.5}, {1, 13.5}}, colours.back);
-  if (open) {
-    FillShape(canvas, {{3.6, 7}, {15.8, 7}, {13.8, 13.5}, {1, 13.5}}, colours.front);
-  } else {
-    FillShape(canvas, {{1, 6.2}, {14, 6.2}, {14, 13.5}, {1, 13.5}}, colours.front);
-  }
-}
 
 // Only an outline (`back`) around a pale front: there is no such key here.
 void DrawOutlinedFolder(const Canvas& canvas, FolderColours colours, bool open) {
@@ -67,18 +42,6 @@ void DrawSheetSign(const Canvas& canvas) {
   FillBox(canvas, 5, 11, 9, 12, kSlate.front);
 }
 
-// Badges stand in the lower right quarter.
-void DrawBadge(const Canvas& canvas, COLORREF colour) {
-  FillDisc(canvas, 11.8, 11.6, 4, kWhite);
-  FillDisc(canvas, 11.8, 11.6, 3.5, colour);
-}
-
-void DrawPlusBadge(const Canvas& canvas) {
-  DrawBadge(canvas, kGreen);
-  DrawStroke(canvas, {9.8, 11.6}, {13.8, 11.6}, 1.3, kWhite);
-  DrawStroke(canvas, {11.8, 9.6}, {11.8, 13.6}, 1.3, kWhite);
-}
-
 void DrawHintBadge(const Canvas& canvas) {
   DrawBadge(canvas, kAmber);
   DrawLetters(canvas, L"?", {11.8, 11.6}, 5.6, kWhite);
@@ -90,26 +53,10 @@ void DrawErrorBadge(const Canvas& canvas) {
   DrawStroke(canvas, {13.3, 10.1}, {10.3, 13.1}, 1.3, kWhite);
 }
 
-void DrawWorkspace(const Canvas& canvas) {
-  FillBox(canvas, 5, 2.5, 11, 5, kInk);
-  FillBox(canvas, 6.2, 3.7, 9.8, 5, kWhite);
-  FillBox(canvas, 1, 5, 15, 13.5, RGB(150, 108, 62));
-  FillBox(canvas, 1, 8.4, 15, 9.4, RGB(108, 74, 38));
-  FillBox(canvas, 7, 7.8, 9, 10.2, RGB(240, 214, 130));
-}
-
-void DrawSnapshot(const Canvas& canvas) {
-  FillBox(canvas, 5, 3, 11, 6, kInk);
-  FillBox(canvas, 1, 5, 15, 13, kInk);
-  FillDisc(canvas, 8, 9, 3.4, kWhite);
-  FillDisc(canvas, 8, 9, 2.2, kBlue);
-}
-
-void DrawBackup(const Canvas& canvas) {
-  FillBox(canvas, 2, 2, 14, 14, kBlue);
-  FillBox(canvas, 4.5, 2, 11.5, 6.5, kWhite);
-  FillBox(canvas, 9, 2.8, 10.6, 5.8, kBlue);
-  FillBox(canvas, 4, 8.5, 12, 14, kWhite);
+// A pen across the corner.
+void DrawEditedBadge(const Canvas& canvas) {
+  DrawBadge(canvas, kAmber);
+  DrawStroke(canvas, {10, 13.4}, {13.6, 9.8}, 1.6, kWhite);
 }
 
 void DrawLock(const Canvas& canvas) {
@@ -157,11 +104,6 @@ void DrawTreeIcon(const Canvas& canvas, int icon) {
   DrawFolderIcon(canvas, icon & ~1, icon % 2 == 1);
 }
 
-void DrawSheet(const Canvas& canvas, COLORREF edge) {
-  FillBox(canvas, 1, 2, 15, 14, edge);
-  FillBox(canvas, 1.8, 2.8, 14.2, 13.2, kWhite);
-}
-
 // Digits as bars and rings: letters this small would not be read.
 void DrawOne(const Canvas& canvas, double x, double y, COLORREF colour) {
   FillBox(canvas, x + 0.6, y, x + 1.7, y + 3.8, colour);
@@ -172,7 +114,7 @@ void DrawZero(const Canvas& canvas, double x, double y, COLORREF colour) {
 }
 
 void DrawValueIcon(const Canvas& canvas, int icon) {
-  const int base = icon >= kErrorIconStep ? icon - kErrorIconStep : icon;
+  const int base = icon % kErrorIconStep;  // the steps to the twins are multiples of it
   switch (static_cast<ValueIcon>(base)) {
     case ValueIcon::kFolder:
       DrawFolder(canvas, kGold, false);
@@ -201,54 +143,8 @@ void DrawValueIcon(const Canvas& canvas, int icon) {
     default:
       return;  // the two places between the types and their error twins stay empty
   }
+  if (icon >= kEditedIconStep) return DrawEditedBadge(canvas);
   if (icon >= kErrorIconStep) DrawErrorBadge(canvas);
-}
-
-void DrawToolIcon(const Canvas& canvas, int icon) {
-  switch (static_cast<ToolIcon>(icon)) {
-    case ToolIcon::kOpen:
-      DrawFolder(canvas, kGold, true);
-      break;
-    case ToolIcon::kStop:
-      FillShape(canvas, {{5, 1}, {11, 1}, {15, 5}, {15, 11}, {11, 15}, {5, 15}, {1, 11}, {1, 5}},
-                kRed);
-      DrawStroke(canvas, {5, 5}, {11, 11}, 2, kWhite);
-      DrawStroke(canvas, {11, 5}, {5, 11}, 2, kWhite);
-      break;
-    case ToolIcon::kColumns:
-      FillBox(canvas, 7.4, 2, 8.6, 14, kInk);
-      DrawStroke(canvas, {2, 8}, {6.4, 8}, 1.3, kBlue);
-      DrawStroke(canvas, {9.6, 8}, {14, 8}, 1.3, kBlue);
-      FillShape(canvas, {{0.6, 8}, {3.6, 5}, {3.6, 11}}, kBlue);
-      FillShape(canvas, {{15.4, 8}, {12.4, 5}, {12.4, 11}}, kBlue);
-      break;
-    case ToolIcon::kTechnical:
-      DrawSheet(canvas, kInk);
-      DrawLetters(canvas, L"0x", {8, 7.8}, 8.5, kBlue);
-      break;
-    case ToolIcon::kDetails:
-      DrawSheet(canvas, kInk);
-      FillBox(canvas, 1.8, 8.4, 14.2, 13.2, RGB(206, 224, 244));
-      FillBox(canvas, 1, 7.6, 15, 8.4, kInk);
-      FillBox(canvas, 3.4, 9.6, 12.4, 10.4, kBlue);
-      FillBox(canvas, 3.4, 11.4, 10, 12.2, kBlue);
-      break;
-    case ToolIcon::kBlocks:
-      for (int i = 0; i < 9; ++i) {
-        const double x = 1.4 + i % 3 * 4.6;
-        const double y = 1.4 + i / 3 * 4.6;
-        FillBox(canvas, x, y, x + 3.9, y + 3.9, i == 4 || i == 6 ? kPale.front : kAmber);
-      }
-      break;
-    case ToolIcon::kExit:
-      FillBox(canvas, 2, 1.6, 9.6, 14.4, kInk);
-      FillBox(canvas, 3.2, 2.8, 9.6, 13.2, kPale.front);
-      DrawStroke(canvas, {6, 8}, {12, 8}, 1.8, kBlue);
-      FillShape(canvas, {{15.6, 8}, {11.4, 4.4}, {11.4, 11.6}}, kBlue);
-      break;
-    default:
-      break;
-  }
 }
 
 using DrawFunction = void (*)(const Canvas& canvas, int icon);
@@ -270,7 +166,7 @@ HIMAGELIST MakeList(int size, int gap, int count, DrawFunction draw, bool faded)
 }  // namespace
 
 IconLists MakeIconLists(int small_size, int tool_size) {
-  constexpr int kValueIcons = static_cast<int>(ValueIcon::kBinary) + kErrorIconStep + 1;
+  constexpr int kValueIcons = static_cast<int>(ValueIcon::kBinary) + kEditedIconStep + 1;
   constexpr int kToolIcons = static_cast<int>(ToolIcon::kCount);
   const int gap = small_size / 6;  // before the text
   IconLists lists;

@@ -6,9 +6,10 @@
 namespace hivequarry {
 
 struct IconLists {
-  HIMAGELIST tree = nullptr;    // in the order of TreeIcon
-  HIMAGELIST values = nullptr;  // ValueIcon, and kErrorIconStep further on its error twin
-  HIMAGELIST tools = nullptr;   // in the order of ToolIcon
+  HIMAGELIST tree = nullptr;  // in the order of TreeIcon
+  HIMAGELIST values =
+      nullptr;  // ValueIcon, and its twins kErrorIconStep and kEditedIconStep further on
+  HIMAGELIST tools = nullptr;  // in the order of ToolIcon
   HIMAGELIST faded_tools = nullptr;
 };
 

@@ -25,6 +25,8 @@ std::string Words(const HiveImage& hive, const KeyTree& tree, const KeyItem& it,
   if (it.kind == ItemKind::kPathCopy) text = kCopyWords;
   Append(text, separator, "Status: ", StatusText(it.marks));
   Append(text, separator, "Info: ", InfoWords(hive, tree, it));
+  const uint32_t edits = it.position == kNoOffset ? 0 : EditsOfKey(hive, it.position);
+  if (edits != 0) Append(text, separator, "Edited in memory: ", std::to_string(edits));
   return text;
 }
 

@@ -10,8 +10,8 @@ namespace {
 
 // At 96 dpi.
 constexpr int kMargin = 4;
-constexpr int kPathMargin = 4;  // above and below its text
-constexpr int kToolbarHeight = 34;
+constexpr int kPathMargin = 4;     // above and below its text
+constexpr int kToolbarMargin = 2;  // above and below its rows
 constexpr int kLeastPane = 80;
 constexpr int kSmallIcon = 16;
 constexpr int kToolIcon = 20;
@@ -44,12 +44,15 @@ int Clamp(const MainWindow& window, int size, int whole) {
   return std::clamp(size, least, std::max(least, whole - least));
 }
 
-// What lies between the path line and the status bar.
-RECT PaneArea(MainWindow& window) {
-  RECT area;
-  GetClientRect(window.handle, &area);
+// What lies between the toolbar and the status bar.
+RECT PaneArea(MainWindow& window, const RECT& client) {
+  RECT area = client;
   area.bottom -= HeightOf(window.status);
-  area.top += Scale(kToolbarHeight, window.dpi);
+  const int side = Scale(kMargin, window.dpi);
+  const int margin = Scale(kToolbarMargin, window.dpi);
+  const int height = WrapToolbar(window, area.right - 2 * side);
+  Place(window.toolbar, {side, margin, area.right - side, margin + height});
+  area.top += height + 2 * margin;
   return area;
 }
 
@@ -88,6 +91,7 @@ void PlaceRightSide(MainWindow& window, const RECT& area) {
 }
 
 void PlacePanes(MainWindow& window, const RECT& area) {
+  if (window.arrangement == kTreeArrangement) return Place(window.tree.window, area);
   const int bar = Scale(kSplitterWidth, window.dpi);
   const int width = Clamp(window, Scale(window.tree_width, window.dpi), area.right - area.left);
   const int edge = area.left + width;
@@ -102,7 +106,7 @@ void SetFont(HWND child, HFONT font) {
 
 void SetFonts(const MainWindow& window) {
   for (const HWND child : {window.toolbar, window.path, window.tree.window, window.values.window,
-                           window.status, window.empty}) {
+                           window.output.list, window.status, window.empty}) {
     SetFont(child, window.fonts.text);
   }
   SetFont(window.detail.window, window.fonts.fixed);
@@ -110,9 +114,18 @@ void SetFonts(const MainWindow& window) {
 
 void Show(HWND child, bool on) { ShowWindow(child, on ? SW_SHOWNA : SW_HIDE); }
 
-std::array<HWND, 6> FocusOrder(const MainWindow& window) {
+std::array<HWND, 7> FocusOrder(const MainWindow& window) {
   return {window.path,          window.tree.window,     window.tree_splitter,
-          window.values.window, window.detail_splitter, window.detail.window};
+          window.values.window, window.detail_splitter, window.detail.window,
+          window.output.list};
+}
+
+// Where the focus belongs when the pane that had it is no longer shown.
+void FocusShownPane(const MainWindow& window) {
+  if (GetActiveWindow() != window.handle) return;
+  const HWND focus = GetFocus();
+  if (focus != window.handle && focus != nullptr && IsWindowVisible(focus) != FALSE) return;
+  SetFocus(ShownPane(window));
 }
 
 }  // namespace
@@ -121,11 +134,10 @@ void LayOut(MainWindow& window) {
   LayOutStatus(window);
   RECT client;
   GetClientRect(window.handle, &client);
-  const int side = Scale(kMargin, window.dpi);
-  Place(window.toolbar,
-        {side, Scale(2, window.dpi), client.right - side, Scale(kToolbarHeight, window.dpi)});
-  const RECT area = PaneArea(window);
+  const RECT area = PaneArea(window, client);
   Place(window.empty, area);
+  Place(window.output.list, area);
+  FitListColumns(window.output);
   PlacePanes(window, PlacePath(window, area));
 }
 
@@ -159,6 +171,7 @@ void RefreshLook(MainWindow& window) {
       std::max(TextHeight(window), Scale(kSmallIcon, window.dpi)) + Scale(kMargin, window.dpi));
   TreeView_SetIndent(window.tree.window, Scale(19, window.dpi));
   ListView_SetImageList(window.values.window, window.icons.values, LVSIL_SMALL);
+  ListView_SetImageList(window.output.list, window.icons.values, LVSIL_SMALL);
   SetToolbarIcons(window);
   SendMessageW(window.detail.window, EM_SETMARGINS, EC_LEFTMARGIN | EC_RIGHTMARGIN,
                MAKELPARAM(Scale(2 * kMargin, window.dpi), Scale(2 * kMargin, window.dpi)));
@@ -172,24 +185,52 @@ void ApplyDpi(MainWindow& window, uint32_t dpi) {
   window.dpi = dpi;
   RefreshLook(window);
   ScaleColumns(window.values.window, old_dpi, dpi);
+  ScaleColumns(window.output.list, old_dpi, dpi);
   LayOut(window);
   RedrawWindow(window.handle, nullptr, nullptr, RDW_INVALIDATE | RDW_ERASE | RDW_ALLCHILDREN);
 }
 
 void ShowPanes(MainWindow& window) {
-  const bool hive = window.slot >= 0;
-  for (const HWND pane :
-       {window.path, window.tree.window, window.tree_splitter, window.values.window}) {
-    Show(pane, hive);
+  const bool output = window.arrangement == kOutputArrangement;
+  const bool keys = window.slot >= 0 && !output;
+  const bool values = keys && window.arrangement == kKeysArrangement;
+  for (const HWND pane : {window.path, window.tree.window}) Show(pane, keys);
+  for (const HWND pane : {window.tree_splitter, window.values.window}) Show(pane, values);
+  for (const HWND pane : {window.detail_splitter, window.detail.window}) {
+    Show(pane, values && window.detail_shown);
   }
-  Show(window.detail_splitter, hive && window.detail_shown);
-  Show(window.detail.window, hive && window.detail_shown);
-  Show(window.empty, !hive);
+  Show(window.output.list, output);
+  Show(window.empty, !keys && !output);
   InvalidateRect(window.empty, nullptr, FALSE);
 }
 
+void ShowArrangement(MainWindow& window, int arrangement) {
+  if (arrangement == window.arrangement) return;
+  window.arrangement = arrangement;
+  std::array<int, 3>& recent = window.recent_arrangements;
+  std::rotate(recent.begin(), recent.end() - 1, recent.end());
+  recent[0] = arrangement;
+  LayOut(window);
+  ShowPanes(window);
+  FocusShownPane(window);
+  ShowCounts(window);
+  UpdateToolbar(window);
+}
+
+int NextArrangement(int arrangement) {
+  if (arrangement == kKeysArrangement) return kOutputArrangement;
+  return arrangement == kOutputArrangement ? kTreeArrangement : kKeysArrangement;
+}
+
+int LastArrangement(const MainWindow& window) {
+  for (const int arrangement : window.recent_arrangements) {
+    if (arrangement != 0 && arrangement != kOutputArrangement) return arrangement;
+  }
+  return kKeysArrangement;
+}
+
 void FocusNextPane(MainWindow& window, bool backward) {
-  const std::array<HWND, 6> order = FocusOrder(window);
+  const std::array<HWND, 7> order = FocusOrder(window);
   const auto count = static_cast<int>(order.size());
   const HWND focus = GetFocus();
   const auto found = std::find(order.begin(), order.end(), focus);

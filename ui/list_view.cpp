@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 
+#include "ui/dimmed_selection.h"
 #include "ui/dpi.h"
 #include "ui/win.h"
 
@@ -77,6 +78,26 @@ void FitColumns(HWND list, uint32_t dpi) {
     const int width = std::min<int>(text + icon + Scale(kCellMargin, dpi), area.right * 3 / 4);
     ListView_SetColumnWidth(list, column, width);
   }
+}
+
+LRESULT DrawListRow(NMLVCUSTOMDRAW& notice) {
+  if (notice.nmcd.dwDrawStage == CDDS_PREPAINT) return CDRF_NOTIFYITEMDRAW;
+  if (notice.nmcd.dwDrawStage != CDDS_ITEMPREPAINT) return CDRF_DODEFAULT;
+  // A list reports every row as selected, and paints selected ones in its own colours only.
+  const auto row = static_cast<int>(notice.nmcd.dwItemSpec);
+  const HWND list = notice.nmcd.hdr.hwndFrom;
+  if (ListView_GetItemState(list, row, LVIS_SELECTED) == 0) return CDRF_DODEFAULT;
+  if (!IsDimmedSelection(notice.nmcd)) return CDRF_DODEFAULT;
+  notice.nmcd.uItemState &= ~static_cast<UINT>(CDIS_SELECTED);
+  SetDimmedColours(notice.clrText, notice.clrTextBk);
+  return CDRF_DODEFAULT;
+}
+
+bool StartsWith(const std::wstring& text, const std::wstring& start) {
+  const auto length = static_cast<int>(start.size());
+  return text.size() >= start.size() &&
+         CompareStringW(LOCALE_USER_DEFAULT, NORM_IGNORECASE, text.c_str(), length, start.c_str(),
+                        length) == CSTR_EQUAL;
 }
 
 void ScaleColumns(HWND list, uint32_t old_dpi, uint32_t new_dpi) {

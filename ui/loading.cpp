@@ -1,53 +1,64 @@
 #include <system_error>
+#include <utility>
 
-#include "hive/root_path.h"
+#include "app/settings.h"
+#include "host/launch.h"
 #include "host/long_operation.h"
+#include "lists/list_report.h"
+#include "ui/list_commands.h"
 #include "ui/main_window.h"
-#include "ui/text.h"
+#include "ui/window_settings.h"
 
 namespace hivequarry {
 namespace {
 
-constexpr std::string_view kReportEnding = ".rpt";
-
-bool IsReportName(std::string_view file) {
-  return file.size() > kReportEnding.size() &&
-         EqualIgnoringCase(file.substr(file.size() - kReportEnding.size()), kReportEnding);
+BuildOptions OptionsOfBuild() {
+  const Options& options = TheSettings().options;
+  BuildOptions build;
+  build.disconnected_values = options.disconnected_values;
+  build.tolerant_keys = options.tolerant_keys;
+  build.ask_other_roots = options.ask_other_roots;
+  return build;
 }
 
 // The worker of a load. The image it makes is nobody else's until the message at the end.
-void LoadHive(LoadJob& job, HWND window) {
+void LoadHive(LoadJob& job, BuildOptions options, HWND window) {
   job.slot = OpenHive(job.file, true);
   if (job.slot >= 0) {
     HiveImage& hive = TheHiveTable().slots[static_cast<size_t>(job.slot)];
-    job.summary = BuildImageTree(hive, BuildOptions(), *job.tree);
+    job.summary = BuildImageTree(hive, options, *job.tree);
   }
   EndOperation();
   PostMessageW(window, kLoadDone, 0, 0);
 }
 
-void StartLoad(MainWindow& window, const std::string& file, uint32_t start, uint32_t end) {
-  if (!BeginOperation(kOperationLoad)) return;
+void StartLoad(MainWindow& window, const std::string& file, uint32_t start, uint32_t end,
+               uint32_t key_position) {
+  if (window.work.thread.joinable() || !BeginOperation(kOperationLoad)) return;
+  ShowArrangement(window, kKeysArrangement);
   TheHiveTable().start_offset = start;
   TheHiveTable().end_offset = end;
   window.load.file = file;
+  window.load.start = start;
+  window.load.end = end;
+  window.load.key_position = key_position;
   window.load.slot = -1;
   window.load.tree = std::make_unique<KeyTree>();
   ++window.host.wait_cursors;
   try {
-    window.load.thread = std::thread(LoadHive, std::ref(window.load), window.handle);
+    window.load.thread =
+        std::thread(LoadHive, std::ref(window.load), OptionsOfBuild(), window.handle);
   } catch (const std::system_error&) {
     --window.host.wait_cursors;
     EndOperation();
     ShowMessage("Too many Threads or Thread not valid !", kProgramName, Icon::kExclamation);
   }
-  UpdateToolbar(window);
+  UpdateToolbars(window);
   ShowPanes(window);
 }
 
 void OpenInNewCopy(const std::string& file) {
-  const Host& host = CurrentHost();
-  if (!host.launch(host.context, "/C \"" + file + "\"")) host.beep(host.context);
+  if (!LaunchSelf('"' + file + '"', kLaunchCopy)) CurrentHost().beep(CurrentHost().context);
 }
 
 void ShowNoHive(MainWindow& window) {
@@ -58,10 +69,23 @@ void ShowNoHive(MainWindow& window) {
 
 }  // namespace
 
-void OpenNamedFile(MainWindow& window, const std::string& file, uint32_t start, uint32_t end) {
-  if (file.empty() || IsReportName(file)) return;
+void OpenNamedFile(MainWindow& window, const std::string& file, uint32_t start, uint32_t end,
+                   uint32_t key_position) {
+  if (file.empty()) return;
+  if (IsReportName(file)) {
+    window.report_named = file;
+    PostMessageW(window.handle, WM_COMMAND, MAKEWPARAM(kCommandLoadReport, kReportNamed), 0);
+    return;
+  }
   if (window.slot >= 0 || window.load.thread.joinable()) return OpenInNewCopy(file);
-  StartLoad(window, file, start, end);
+  StartLoad(window, file, start, end, key_position);
+}
+
+void TakeNamedReport(MainWindow& window) {
+  const std::string file = std::exchange(window.report_named, std::string());
+  if (file.empty() || !IsListCommandAvailable(window.output, kCommandLoadReport)) return;
+  ShowArrangement(window, kOutputArrangement);
+  LoadReport(window.output, file);
 }
 
 void TakeLoadResult(MainWindow& window) {
@@ -70,7 +94,7 @@ void TakeLoadResult(MainWindow& window) {
   job.thread.join();  // its last act was to post this message
   --window.host.wait_cursors;
   TakeHostChanges(window);
-  UpdateToolbar(window);
+  UpdateToolbars(window);
   if (job.slot < 0 || job.tree->items.empty()) return ShowNoHive(window);
   window.slot = job.slot;
   window.key_tree = std::move(job.tree);
@@ -78,22 +102,31 @@ void TakeLoadResult(MainWindow& window) {
   ShowPanes(window);
   ShowTree(window.tree, ShownHive(window), *window.key_tree);
   SelectItem(window.tree, 0);
+  if (job.key_position != kNoOffset) GoToPosition(window, job.key_position);
   ShowCounts(window);
+  RememberHive(job.file, job.start, job.end);
   UpdateToolbar(window);
-  SetFocus(window.tree.window);
+  SetFocus(ShownPane(window));
+}
+
+void WaitWhile(const std::function<bool()>& busy) {
+  while (busy()) {
+    MSG message;
+    PeekMessageW(&message, nullptr, 0, 0, PM_NOREMOVE | PM_QS_SENDMESSAGE);
+    MsgWaitForMultipleObjects(0, nullptr, FALSE, 5, QS_SENDMESSAGE);
+  }
 }
 
 void EndWorkers(MainWindow& window) {
   window.host.ending = true;
   TheLongOperation().backup = false;
   RequestStop();
-  // A worker may be waiting for an answer of this thread, so messages sent are served meanwhile.
-  while (TheLongOperation().worker_busy || ValueThreadsRun(window.threads)) {
-    MSG message;
-    PeekMessageW(&message, nullptr, 0, 0, PM_NOREMOVE | PM_QS_SENDMESSAGE);
-    MsgWaitForMultipleObjects(0, nullptr, FALSE, 5, QS_SENDMESSAGE);
-  }
+  WaitWhile(
+      [&window] { return TheLongOperation().worker_busy || ValueThreadsRun(window.threads); });
+  JoinValueThreads(window.threads);
   if (window.load.thread.joinable()) window.load.thread.join();
+  if (window.work.thread.joinable()) window.work.thread.join();
+  window.work.done = nullptr;
 }
 
 }  // namespace hivequarry

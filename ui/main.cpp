@@ -8,11 +8,14 @@
 
 int WINAPI WinMain(HINSTANCE instance, HINSTANCE, LPSTR, int show) {
   using namespace hivequarry;
-  const CommandLine line = ParseCommandLine(Utf8Name(ArgumentsOf(GetCommandLineW())));
+  StartProgram(TheProgram());
+  CommandLine line = ParseCommandLine(Utf8Name(ArgumentsOf(GetCommandLineW())));
   StartControls();
   MainWindow* window = CreateMainWindow(instance, show);
   if (window == nullptr) return 0;
   const HWND handle = window->handle;  // outlives the record
+  CheckSurroundings(TheProgram().facts);
+  CheckBackupRequest(line);
   OpenFromCommandLine(*window, line);
   return RunMessageLoop(handle);
 }

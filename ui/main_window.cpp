@@ -2,12 +2,18 @@
 
 #include <algorithm>
 
+#include "app/settings.h"
+#include "hive/key_node.h"
 #include "host/long_operation.h"
+#include "ui/address_bar.h"
 #include "ui/empty_view.h"
+#include "ui/list_window.h"
 #include "ui/resource.h"
 #include "ui/splitter.h"
+#include "ui/system_facts.h"
 #include "ui/text.h"
 #include "ui/win.h"
+#include "ui/window_settings.h"
 
 namespace hivequarry {
 namespace {
@@ -24,6 +30,13 @@ HWND MakeEdit(const MainWindow& window, ChildId identifier, DWORD style) {
                          window.instance, nullptr);
 }
 
+// The path line has a menu of its own in place of an edit's.
+LRESULT CALLBACK PathProc(HWND path, UINT message, WPARAM first, LPARAM second, UINT_PTR,
+                          DWORD_PTR) {
+  if (message == WM_CONTEXTMENU) return SendMessageW(GetParent(path), message, first, second);
+  return DefSubclassProc(path, message, first, second);
+}
+
 bool MakeChildren(MainWindow& window) {
   window.toolbar = MakeToolbar(window);
   if (window.toolbar == nullptr) {
@@ -37,13 +50,16 @@ bool MakeChildren(MainWindow& window) {
   window.detail_splitter = MakeSplitter(window.handle, kDetailSplitterId, false);
   window.detail.window = MakeEdit(window, kDetailId, ES_MULTILINE | ES_NOHIDESEL | WS_VSCROLL);
   window.empty = MakeEmptyView(window.handle, kEmptyId);
+  MakeListPane(window, kOutputId);
   window.status = MakeStatusBar(window);
   for (const HWND child : {window.path, window.tree.window, window.tree_splitter,
                            window.values.window, window.detail_splitter, window.detail.window,
-                           window.empty, window.status, window.progress}) {
+                           window.empty, window.output.list, window.status, window.progress}) {
     if (child == nullptr) return false;
   }
+  SetWindowSubclass(window.path, PathProc, 0, 0);
   SendMessageW(window.detail.window, EM_SETLIMITTEXT, 0, 0);
+  SendMessageW(window.path, EM_SETREADONLY, FALSE, 0);
   return true;
 }
 
@@ -53,20 +69,27 @@ bool OnCreate(MainWindow& window) {
   SetHost(MakeWindowHost(window.host));
   if (!MakeChildren(window)) return false;
   window.accelerators = MakeAccelerators();
+  window.list_accelerators = MakeListAccelerators();
+  window.recent_menu = FindRecentMenu(GetMenu(window.handle));
   RefreshLook(window);
+  ApplySettings(window);
   ShowPanes(window);
   UpdateToolbar(window);
   DragAcceptFiles(window.handle, TRUE);
   return true;
 }
 
+// Whatever way the window goes: first the workers, then what they work on.
 void OnDestroy(MainWindow& window) {
   EndWorkers(window);
+  CloseListWindows(window);
+  GatherSettings(window);
   ClearTree(window.tree);
   ClearValues(window.values);
   window.slot = -1;
   window.key_tree = nullptr;
   ResetHiveTable();
+  WriteProgramSettings();
   PostQuitMessage(0);
 }
 
@@ -77,6 +100,7 @@ void FreeMainWindow(MainWindow* window) {
   FreeFonts(window->fonts);
   FreeIconLists(window->icons);
   DestroyAcceleratorTable(window->accelerators);
+  DestroyAcceleratorTable(window->list_accelerators);
   delete window;
 }
 
@@ -131,8 +155,8 @@ LRESULT OnEditColour(WPARAM dc) {
 }
 
 void OnSystemChange(MainWindow& window, UINT message, WPARAM first, LPARAM second) {
-  for (const HWND child :
-       {window.toolbar, window.tree.window, window.values.window, window.status, window.progress}) {
+  for (const HWND child : {window.toolbar, window.tree.window, window.values.window,
+                           window.output.list, window.status, window.progress}) {
     SendMessageW(child, message, first, second);
   }
   RefreshLook(window);
@@ -145,13 +169,25 @@ void OnActivate(MainWindow& window, WPARAM how) {
   if (LOWORD(how) == WA_INACTIVE) {
     const HWND focus = GetFocus();
     if (IsChild(window.handle, focus) != FALSE) window.last_focus = focus;
-  } else if (window.slot >= 0) {
+  } else {
     const HWND last = window.last_focus;
     const bool usable = last != nullptr && IsWindowVisible(last) != FALSE;
-    SetFocus(usable ? last : window.tree.window);
-  } else {
-    SetFocus(window.handle);
+    SetFocus(usable ? last : ShownPane(window));
   }
+}
+
+// Items of the menus, the toolbar and keys; what the Output List alone knows goes there.
+void OnCommand(MainWindow& window, WPARAM what) {
+  if (HIWORD(what) == kReportNamed) return TakeNamedReport(window);
+  const uint32_t number = LOWORD(what);
+  const bool of_list = FindCommand(Commands(), number) == nullptr;
+  if (!of_list) return RunCommand(window, number);
+  if (window.arrangement == kOutputArrangement) RunListCommand(window.output, number);
+}
+
+void OnMenuOpens(const MainWindow& window, HMENU menu) {
+  if (menu == window.recent_menu) FillRecentMenu(menu);
+  UpdateMenu(menu, FactsNow(window));
 }
 
 LRESULT Route(MainWindow& window, UINT message, WPARAM first, LPARAM second) {
@@ -165,12 +201,12 @@ LRESULT Route(MainWindow& window, UINT message, WPARAM first, LPARAM second) {
       OnMinMax(window, *reinterpret_cast<MINMAXINFO*>(second));
       return 0;
     case WM_COMMAND:
-      RunCommand(window, LOWORD(first));
+      OnCommand(window, first);
       return 0;
     case WM_NOTIFY:
       return OnNotify(window, *reinterpret_cast<const NMHDR*>(second));
     case WM_INITMENUPOPUP:
-      UpdateMenu(reinterpret_cast<HMENU>(first), FactsNow(window));
+      OnMenuOpens(window, reinterpret_cast<HMENU>(first));
       return 0;
     case WM_CONTEXTMENU:
       OnContextMenu(window, reinterpret_cast<HWND>(first),
@@ -212,6 +248,9 @@ LRESULT Route(MainWindow& window, UINT message, WPARAM first, LPARAM second) {
       return 0;
     case kDetailReady:
       TakeDetailResult(window);
+      return 0;
+    case kWorkDone:
+      TakeWorkDone(window);
       return 0;
     case WM_CLOSE:
       OnClose(window);
@@ -275,6 +314,30 @@ HWND MakeHandle(MainWindow* window) {
                          nullptr, MakeMainMenu(), window->instance, window);
 }
 
+// What an item selected in the tree, kNoItem for none, lets commands do.
+void AddItemFacts(const MainWindow& window, uint32_t item, CommandFacts& facts) {
+  const KeyTree& tree = *window.key_tree;
+  facts.hidden_keys = tree.any_hidden;
+  facts.item = item != kNoItem;
+  if (!facts.item) return;
+  facts.branch = HasChildren(tree, item);
+  facts.key = item != tree.disconnected_keys && item != tree.disconnected_values;
+  facts.key_cell = HasKeyCell(tree, item);
+  facts.root_cell = facts.key_cell && ReadU16(ShownHive(window), tree.items[item].position +
+                                                                     kKeyFlags) == kRootKeyFlags;
+  facts.removable = facts.key && tree.items[item].parent != kNoItem;
+}
+
+// The Output List's own keys come first where it has the focus.
+bool TranslateKeys(const MainWindow& window, MSG& message) {
+  const HWND handle = window.handle;
+  if (message.hwnd == window.output.list &&
+      TranslateAcceleratorW(handle, window.list_accelerators, &message) != 0) {
+    return true;
+  }
+  return TranslateAcceleratorW(handle, window.accelerators, &message) != 0;
+}
+
 }  // namespace
 
 MainWindow* CreateMainWindow(HINSTANCE instance, int show) {
@@ -290,8 +353,9 @@ MainWindow* CreateMainWindow(HINSTANCE instance, int show) {
                 MB_ICONEXCLAMATION);
     return nullptr;
   }
-  SetDefaultSize(*window);
-  ShowWindow(window->handle, show);
+  if (!RestorePlace(*window)) SetDefaultSize(*window);
+  const bool ordinary = show == SW_SHOWNORMAL || show == SW_SHOWDEFAULT || show == SW_SHOW;
+  ShowWindow(window->handle, TheSettings().main.maximised && ordinary ? SW_SHOWMAXIMIZED : show);
   UpdateWindow(window->handle);
   return window;
 }
@@ -304,10 +368,15 @@ MainWindow* FindMainWindow(HWND handle) {
 }
 
 void HandleMessage(HWND handle, MSG& message) {
+  if (TranslateListKeys(message)) return;
   MainWindow* window = FindMainWindow(handle);
   const bool ours =
       window != nullptr && (message.hwnd == handle || IsChild(handle, message.hwnd) != FALSE);
-  if (ours && TranslateAcceleratorW(handle, window->accelerators, &message) != 0) return;
+  if (ours && TranslateKeys(*window, message)) return;
+  if (ours && message.message == WM_KEYDOWN && message.hwnd == window->path) {
+    if (message.wParam == VK_RETURN) return GoToTypedPath(*window);
+    if (message.wParam == VK_ESCAPE) return LeaveAddressBar(*window);
+  }
   if (ours && message.message == WM_KEYDOWN && message.wParam == VK_TAB &&
       GetKeyState(VK_CONTROL) >= 0) {
     FocusNextPane(*window, GetKeyState(VK_SHIFT) < 0);
@@ -315,6 +384,11 @@ void HandleMessage(HWND handle, MSG& message) {
   }
   TranslateMessage(&message);
   DispatchMessageW(&message);
+}
+
+HWND ShownPane(const MainWindow& window) {
+  if (window.arrangement == kOutputArrangement) return window.output.list;
+  return window.slot >= 0 ? window.tree.window : window.handle;
 }
 
 const HiveImage& ShownHive(const MainWindow& window) {
@@ -326,12 +400,17 @@ CommandFacts FactsNow(const MainWindow& window) {
   facts.running = TheLongOperation().running != 0;
   facts.backup = TheLongOperation().backup;
   facts.hive = window.slot >= 0;
-  const uint32_t item = facts.hive ? SelectedItem(window.tree) : kNoItem;
-  facts.item = item != kNoItem;
-  facts.branch = facts.item && HasChildren(*window.key_tree, item);
-  facts.key = facts.item && item != window.key_tree->disconnected_keys &&
-              item != window.key_tree->disconnected_values;
+  if (facts.hive) AddItemFacts(window, SelectedItem(window.tree), facts);
   facts.value = window.shown_value != kNoOffset;
+  facts.edits = facts.hive && ShownHive(window).edits.any;
+  facts.edited_value =
+      facts.edits && facts.value && EditOf(ShownHive(window), window.shown_value) != nullptr;
+  facts.value_rows = ValueRowCount(window.values) > 0;
+  facts.row_selected = ListView_GetSelectedCount(window.values.window) > 0;
+  facts.list_shown = window.arrangement == kOutputArrangement;
+  facts.list_rows = window.output.model != nullptr && ShownRowCount(window.output) > 0;
+  facts.findable = facts.list_shown ? facts.list_rows : facts.hive;
+  facts.recent_hives = static_cast<uint16_t>(TheSettings().histories.recent_files.size());
   facts.technical_view = window.view.technical;
   facts.cell_details = window.view.cell_details;
   facts.detail_pane = window.detail_shown;

@@ -2,6 +2,7 @@
 // for the interface thread unless it says otherwise.
 #pragma once
 
+#include <array>
 #include <atomic>
 #include <cstdint>
 #include <functional>
@@ -15,12 +16,15 @@
 #include "ui/commands.h"
 #include "ui/detail_pane.h"
 #include "ui/dpi.h"
+#include "ui/find_dialog.h"
 #include "ui/host_window.h"
 #include "ui/icons.h"
+#include "ui/list_place.h"
 #include "ui/tree_pane.h"
 #include "ui/value_pane.h"
 #include "ui/value_threads.h"
 #include "ui/win.h"
+#include "ui/work.h"
 
 namespace hivequarry {
 
@@ -28,6 +32,14 @@ namespace hivequarry {
 inline constexpr UINT kLoadDone = WM_APP + 3;
 inline constexpr UINT kItemReady = WM_APP + 4;
 inline constexpr UINT kDetailReady = WM_APP + 5;
+// In the high word of a posted WM_COMMAND for "Load Report List": MainWindow::report_named says
+// which.
+inline constexpr WORD kReportNamed = 2;
+
+// Pane arrangements.
+inline constexpr int kTreeArrangement = 1;    // the tree alone
+inline constexpr int kKeysArrangement = 2;    // tree, values and details
+inline constexpr int kOutputArrangement = 3;  // the Output List
 
 // Identifiers of the child windows.
 enum ChildId : int {
@@ -40,6 +52,7 @@ enum ChildId : int {
   kTreeSplitterId,
   kDetailSplitterId,
   kEmptyId,
+  kOutputId,
 };
 
 // Parts of the status bar.
@@ -48,7 +61,10 @@ enum StatusPart : int { kStatusText, kStatusProgress, kStatusCounts, kStatusPart
 struct LoadJob {
   std::thread thread;  // joinable from the start until its result was taken
   std::string file;
-  int slot = -1;  // -1: the file could not be opened
+  uint32_t start = 0;  // partial range, 0 and 0 for none
+  uint32_t end = 0;
+  uint32_t key_position = kNoOffset;  // of the key to select afterwards
+  int slot = -1;                      // -1: the file could not be opened
   std::unique_ptr<KeyTree> tree;
   ImageSummary summary;
 };
@@ -86,9 +102,11 @@ struct MainWindow {
   TreePane tree;
   ValuePane values;
   DetailPane detail;
+  ListPlace output;  // the Output List pane
 
-  HMENU menu = nullptr;
+  HMENU recent_menu = nullptr;  // of the main menu, which goes with the window
   HACCEL accelerators = nullptr;
+  HACCEL list_accelerators = nullptr;  // while the Output List has the focus
   uint32_t dpi = USER_DEFAULT_SCREEN_DPI;
   Fonts fonts;
   IconLists icons;
@@ -97,8 +115,12 @@ struct MainWindow {
   bool detail_shown = true;
   ValueViewOptions view;
 
+  int arrangement = kKeysArrangement;
+  std::array<int, 3> recent_arrangements = {kKeysArrangement, 0, 0};  // newest first, 0 for none
+
   HostWindow host;
   LoadJob load;
+  Work work;
   int slot = -1;  // of the hive shown, -1 for none
   std::unique_ptr<KeyTree> key_tree;
   ImageSummary summary;
@@ -106,10 +128,14 @@ struct MainWindow {
   ValueThreads threads;
   Mailbox<ItemResult> item_box;
   Mailbox<std::wstring> detail_box;
-  uint32_t shown_item = kNoItem;     // whose rows the value pane holds
-  uint32_t shown_value = kNoOffset;  // whose detail is shown or on its way
-  std::wstring key_detail;           // of shown_item
-  std::wstring item_words;           // status and info words of the selected item
+  uint32_t shown_item = kNoItem;      // whose rows the value pane holds
+  uint32_t shown_value = kNoOffset;   // whose detail is shown or on its way
+  std::wstring key_detail;            // of shown_item
+  std::wstring item_words;            // status and info words of the selected item
+  uint32_t wanted_value = kNoOffset;  // to be selected when the rows on their way come
+  uint32_t branch_return = kNoItem;   // where "Current Branch" came from
+  FindChoice tree_find;               // what was last searched for in the tree
+  std::string report_named;           // Report List on its way to be loaded
 };
 
 // Creates the window with all it holds and sets the host table; null after a message when that
@@ -121,6 +147,8 @@ void HandleMessage(HWND handle, MSG& message);
 // The record of a main window's handle; null for any other window, or one that is gone.
 MainWindow* FindMainWindow(HWND handle);
 
+// Where the focus goes by itself: the pane that is shown whatever else is, or the window.
+HWND ShownPane(const MainWindow& window);
 // The hive shown; only while slot >= 0.
 const HiveImage& ShownHive(const MainWindow& window);
 CommandFacts FactsNow(const MainWindow& window);
@@ -134,36 +162,58 @@ void ApplyDpi(MainWindow& window, uint32_t dpi);
 // Makes fonts and pictures anew, for the present resolution and system colours.
 void RefreshLook(MainWindow& window);
 void ShowPanes(MainWindow& window);
+// Goes over to a pane arrangement and remembers it.
+void ShowArrangement(MainWindow& window, int arrangement);
+// The one that follows: tree and values, Output List, tree alone.
+int NextArrangement(int arrangement);
+// The newest remembered one that is not the Output List.
+int LastArrangement(const MainWindow& window);
 void FocusNextPane(MainWindow& window, bool backward);
 
 // menus.cpp
 HMENU MakeMainMenu();
 HACCEL MakeAccelerators();
+HACCEL MakeListAccelerators();
 // Enables and checks the items of an opening menu.
 void UpdateMenu(HMENU menu, const CommandFacts& facts);
-// A context menu of the commands offered in `place`, at a screen point.
-void TrackContextMenu(MainWindow& window, uint8_t place, POINT where);
+// Fills the menu of the hives opened last, when it opens.
+void FillRecentMenu(HMENU menu);
+HMENU FindRecentMenu(HMENU main_menu);
+// A context menu of the commands offered in `place`, for the caller to destroy.
+HMENU MakeContextMenu(MainWindow& window, CommandPlace place);
+void TrackContextMenu(MainWindow& window, CommandPlace place, POINT where);
 
 // toolbar.cpp
 HWND MakeToolbar(MainWindow& window);
 void SetToolbarIcons(MainWindow& window);
 void UpdateToolbar(MainWindow& window);
-void OnToolTip(NMTTDISPINFOW& notice);
+// The toolbar and those of the list windows, when an operation began or ended.
+void UpdateToolbars(MainWindow& window);
+void OnToolTip(const MainWindow& window, NMTTDISPINFOW& notice);
+// Breaks the toolbar into as many rows as a width takes; their height together.
+int WrapToolbar(const MainWindow& window, int width);
 
 // status.cpp: takes what the host has to show.
 HWND MakeStatusBar(MainWindow& window);
 void LayOutStatus(MainWindow& window);
 void TakeHostChanges(MainWindow& window);
+// How many keys there are, or items in the Output List where that is shown.
 void ShowCounts(MainWindow& window);
 // The words of the selected item, in place of the host's status text until that changes.
 void ShowItemWords(MainWindow& window, std::wstring words);
 
 // loading.cpp
-// Opens a file as a command line, the open dialog or a drop names it: here when no hive is shown,
-// else in a new copy of the program. `start` and `end` are the partial range, 0 and 0 for none.
-void OpenNamedFile(MainWindow& window, const std::string& file, uint32_t start, uint32_t end);
+// Opens a file as a command line, the open dialog or a drop names it: a Report List in the Output
+// List pane, a hive here when none is shown, else in a new copy of the program. `start` and `end`
+// are the partial range, 0 and 0 for none; a key position is gone to after the load.
+void OpenNamedFile(MainWindow& window, const std::string& file, uint32_t start, uint32_t end,
+                   uint32_t key_position = kNoOffset);
+// The answer to the posted "Load Report List": shows the list in the Output List pane.
+void TakeNamedReport(MainWindow& window);
 void TakeLoadResult(MainWindow& window);
-// Ends every worker; answers what they send meanwhile.
+// Waits; answers meanwhile what workers send, who may wait for an answer of this thread.
+void WaitWhile(const std::function<bool()>& busy);
+// Ends every worker.
 void EndWorkers(MainWindow& window);
 
 // selection.cpp
@@ -171,18 +221,25 @@ void OnItemSelected(MainWindow& window, uint32_t item);
 void TakeItemResult(MainWindow& window);
 void OnRowSelected(MainWindow& window);
 void TakeDetailResult(MainWindow& window);
+// Selects the key at an image position, or the value there with its key, and shows the tree; false
+// when that has neither.
+bool GoToPosition(MainWindow& window, uint32_t position);
 // Gathers the selected item's rows anew, after a change of the view.
 void RefreshItem(MainWindow& window);
 
 // notifications.cpp: what the child windows report.
 LRESULT OnNotify(MainWindow& window, const NMHDR& notice);
 void OnContextMenu(MainWindow& window, HWND child, POINT where);
+// A status text of the tree's own, which goes by itself after two seconds.
+void ShowPassingText(const MainWindow& window, const char* text);
 // Timers of work that the interface thread does in parts: "Expand subfolders", a long detail text,
 // a branch with very many keys.
 inline constexpr UINT_PTR kExpandTimer = 1;
 inline constexpr UINT_PTR kDetailTimer = 2;
 inline constexpr UINT_PTR kFillTimer = 3;
-inline constexpr UINT kTimerPause = 10;  // milliseconds between two parts
+inline constexpr UINT_PTR kPassingTimer = 4;  // a status text that goes by itself
+inline constexpr UINT kPassingTime = 2000;    // milliseconds
+inline constexpr UINT kTimerPause = 10;       // milliseconds between two parts
 void OnTimer(MainWindow& window, UINT_PTR timer);
 // Sees to it that branches which are filled in part become whole.
 void KeepFilling(const MainWindow& window);

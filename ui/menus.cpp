@@ -1,7 +1,10 @@
+#include <algorithm>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "app/settings.h"
+#include "ui/list_commands.h"
 #include "ui/main_window.h"
 #include "ui/text.h"
 
@@ -29,11 +32,37 @@ HMENU MenuOfPath(HMENU menu, std::string_view path) {
   return menu;
 }
 
-void AppendCommand(HMENU menu, const Command& command, const char* text) {
-  if ((command.places & kGroupStart) != 0 && GetMenuItemCount(menu) > 0) {
-    AppendMenuW(menu, MF_SEPARATOR, 0, nullptr);
+constexpr size_t kLongestPath = 60;  // of a menu item, in characters
+
+void StartGroup(HMENU menu) {
+  if (GetMenuItemCount(menu) > 0) AppendMenuW(menu, MF_SEPARATOR, 0, nullptr);
+}
+
+void AppendItem(HMENU menu, uint32_t number, const std::wstring& text) {
+  AppendMenuW(menu, MF_STRING, number, text.c_str());
+}
+
+// A sub menu's group starts with the sub menu itself.
+void AppendToMenu(HMENU main_menu, const Command& command) {
+  const std::string_view path = command.menu;
+  const std::string_view top = path.substr(0, path.find('>'));
+  if (command.group_start) StartGroup(MenuOfPath(main_menu, top));
+  AppendItem(MenuOfPath(main_menu, path), command.number, WideName(command.text));
+}
+
+// The middle of a long path is left out: its end says most.
+std::wstring ShortPath(std::wstring path) {
+  if (path.size() <= kLongestPath) return path;
+  const size_t start = std::min(path.find(L'\\', 3), kLongestPath / 3);
+  return path.substr(0, start + 1) + L"..." + path.substr(path.size() - (kLongestPath - start - 4));
+}
+
+std::wstring RecentText(size_t index, const std::string& file) {
+  std::wstring text = ShortPath(WideName(file));
+  for (size_t at = 0; (at = text.find(L'&', at)) != std::wstring::npos; at += 2) {
+    text.insert(at, 1, L'&');  // shown as it is, no mnemonic
   }
-  AppendMenuW(menu, MF_STRING, command.number, WideName(text).c_str());
+  return L"&" + std::to_wstring(index + 1) + L" " + text;
 }
 
 BYTE AcceleratorFlags(uint8_t modifiers) {
@@ -44,13 +73,21 @@ BYTE AcceleratorFlags(uint8_t modifiers) {
   return flags;
 }
 
+void AddKey(const Accelerator& accelerator, uint16_t number, std::vector<ACCEL>& keys) {
+  if (accelerator.key == 0) return;
+  keys.push_back({AcceleratorFlags(accelerator.modifiers), accelerator.key, number});
+}
+
+HACCEL MakeTable(std::vector<ACCEL>& keys) {
+  return CreateAcceleratorTableW(keys.data(), static_cast<int>(keys.size()));
+}
+
 }  // namespace
 
 HMENU MakeMainMenu() {
   const HMENU menu = CreateMenu();
   for (const Command& command : Commands()) {
-    if (command.menu == nullptr) continue;
-    AppendCommand(MenuOfPath(menu, command.menu), command, command.text);
+    if (command.menu != nullptr) AppendToMenu(menu, command);
   }
   return menu;
 }
@@ -58,11 +95,19 @@ HMENU MakeMainMenu() {
 HACCEL MakeAccelerators() {
   std::vector<ACCEL> keys;
   for (const Command& command : Commands()) {
-    const Accelerator& accelerator = command.accelerator;
-    if (accelerator.key == 0) continue;
-    keys.push_back({AcceleratorFlags(accelerator.modifiers), accelerator.key, command.number});
+    AddKey(command.accelerator, command.number, keys);
+    AddKey(command.second_accelerator, command.number, keys);
   }
-  return CreateAcceleratorTableW(keys.data(), static_cast<int>(keys.size()));
+  return MakeTable(keys);
+}
+
+// The keys of a list window, but for the one that closes it.
+HACCEL MakeListAccelerators() {
+  std::vector<ACCEL> keys;
+  for (const ListCommand& command : ListCommands()) {
+    if (command.number != kCommandExit) AddKey(command.accelerator, command.number, keys);
+  }
+  return MakeTable(keys);
 }
 
 void UpdateMenu(HMENU menu, const CommandFacts& facts) {
@@ -76,12 +121,37 @@ void UpdateMenu(HMENU menu, const CommandFacts& facts) {
   }
 }
 
-void TrackContextMenu(MainWindow& window, uint8_t place, POINT where) {
+HMENU FindRecentMenu(HMENU main_menu) {
+  return MenuOfPath(main_menu, FindCommand(Commands(), kCommandRecentHive)->menu);
+}
+
+void FillRecentMenu(HMENU menu) {
+  while (DeleteMenu(menu, 0, MF_BYPOSITION) != FALSE) {
+  }
+  const History& recent = TheSettings().histories.recent_files;
+  for (size_t index = 0; index < std::min<size_t>(recent.size(), kRecentHives); ++index) {
+    const auto number = kCommandRecentHive + static_cast<uint32_t>(index);
+    AppendItem(menu, number, RecentText(index, recent[index]));
+  }
+  if (recent.empty()) AppendItem(menu, kCommandRecentHive, L"(none)");
+}
+
+HMENU MakeContextMenu(MainWindow& window, CommandPlace place) {
   const HMENU menu = CreatePopupMenu();
-  for (const Command& command : Commands()) {
-    if ((command.places & place) != 0) AppendCommand(menu, command, ContextText(command));
+  for (const uint16_t number : CommandsIn(place)) {
+    const Command* command = FindCommand(Commands(), number);
+    if (command == nullptr) {
+      StartGroup(menu);
+    } else {
+      AppendItem(menu, number, WideName(ContextText(*command)));
+    }
   }
   UpdateMenu(menu, FactsNow(window));
+  return menu;
+}
+
+void TrackContextMenu(MainWindow& window, CommandPlace place, POINT where) {
+  const HMENU menu = MakeContextMenu(window, place);
   TrackPopupMenu(menu, TPM_RIGHTBUTTON, where.x, where.y, 0, window.handle, nullptr);
   DestroyMenu(menu);
 }

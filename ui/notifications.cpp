@@ -1,7 +1,11 @@
+#include "host/long_operation.h"
+#include "ui/list_view.h"
 #include "ui/main_window.h"
 
 namespace hivequarry {
 namespace {
+
+bool IsControlKey(WORD pressed, WORD key) { return pressed == key && GetKeyState(VK_CONTROL) < 0; }
 
 LRESULT OnTreeNotify(MainWindow& window, const NMHDR& notice) {
   switch (notice.code) {
@@ -17,14 +21,30 @@ LRESULT OnTreeNotify(MainWindow& window, const NMHDR& notice) {
       OnTreeTip(window.tree, reinterpret_cast<const NMTVGETINFOTIPW&>(notice));
       return 0;
     case NM_CUSTOMDRAW:
-      return OnTreeDraw(
-          const_cast<NMTVCUSTOMDRAW&>(reinterpret_cast<const NMTVCUSTOMDRAW&>(notice)));
+      return OnTreeDraw(window.tree, const_cast<NMTVCUSTOMDRAW&>(
+                                         reinterpret_cast<const NMTVCUSTOMDRAW&>(notice)));
     case TVN_SELCHANGEDW:
       OnItemSelected(window, SelectedItem(window.tree));
+      return 0;
+    case TVN_KEYDOWN:
+      if (IsControlKey(reinterpret_cast<const NMTVKEYDOWN&>(notice).wVKey, 'C')) {
+        RunCommand(window, kCommandCopyKeyName);
+      }
       return 0;
     default:
       return 0;
   }
+}
+
+// A row of the Workspace leads to its hive, one of a value to its details.
+void OnRowActivated(MainWindow& window) {
+  if (IsWorkspaceSelected(window.tree)) return SelectItem(window.tree, 0);
+  RunCommand(window, kCommandValueDetails);
+}
+
+void OnValuesKey(MainWindow& window, WORD key) {
+  if (IsControlKey(key, 'A')) RunCommand(window, kCommandSelectAllValues);
+  if (IsControlKey(key, 'C')) RunCommand(window, kCommandCopyValues);
 }
 
 LRESULT OnValuesNotify(MainWindow& window, const NMHDR& notice) {
@@ -34,8 +54,8 @@ LRESULT OnValuesNotify(MainWindow& window, const NMHDR& notice) {
                      const_cast<NMLVDISPINFOW&>(reinterpret_cast<const NMLVDISPINFOW&>(notice)));
       return 0;
     case NM_CUSTOMDRAW:
-      return OnValueDraw(window.values, const_cast<NMLVCUSTOMDRAW&>(
-                                            reinterpret_cast<const NMLVCUSTOMDRAW&>(notice)));
+      return DrawListRow(
+          const_cast<NMLVCUSTOMDRAW&>(reinterpret_cast<const NMLVCUSTOMDRAW&>(notice)));
     case LVN_ODFINDITEMW:
       return OnValueFind(window.values, reinterpret_cast<const NMLVFINDITEMW&>(notice));
     case LVN_ITEMCHANGED:
@@ -43,7 +63,10 @@ LRESULT OnValuesNotify(MainWindow& window, const NMHDR& notice) {
       OnRowSelected(window);
       return 0;
     case LVN_ITEMACTIVATE:
-      RunCommand(window, kCommandValueDetails);
+      OnRowActivated(window);
+      return 0;
+    case LVN_KEYDOWN:
+      OnValuesKey(window, reinterpret_cast<const NMLVKEYDOWN&>(notice).wVKey);
       return 0;
     default:
       return 0;
@@ -63,7 +86,7 @@ POINT SelectedPoint(const MainWindow& window, HWND child) {
   if (child == window.tree.window) {
     const HTREEITEM item = TreeView_GetSelection(child);
     known = item != nullptr && TreeView_GetItemRect(child, item, &area, TRUE) != FALSE;
-  } else {
+  } else if (child == window.values.window) {
     const int row = SelectedRow(window.values);
     known = row >= 0 && ListView_GetItemRect(child, row, &area, LVIR_LABEL) != FALSE;
   }
@@ -85,10 +108,14 @@ void SelectUnder(HWND tree, POINT screen) {
 }  // namespace
 
 LRESULT OnNotify(MainWindow& window, const NMHDR& notice) {
-  if (notice.hwndFrom == window.tree.window) return OnTreeNotify(window, notice);
-  if (notice.hwndFrom == window.values.window) return OnValuesNotify(window, notice);
+  const HWND from = notice.hwndFrom;
+  if (from == window.tree.window) return OnTreeNotify(window, notice);
+  if (from == window.values.window) return OnValuesNotify(window, notice);
+  if (from == window.output.list || GetParent(from) == window.output.list) {
+    return OnListNotify(window.output, notice);
+  }
   if (notice.code == TTN_GETDISPINFOW) {
-    OnToolTip(const_cast<NMTTDISPINFOW&>(reinterpret_cast<const NMTTDISPINFOW&>(notice)));
+    OnToolTip(window, const_cast<NMTTDISPINFOW&>(reinterpret_cast<const NMTTDISPINFOW&>(notice)));
   }
   if (notice.code == HDN_ENDTRACKW || notice.code == HDN_DIVIDERDBLCLICKW) {
     window.values.columns_touched = true;
@@ -97,15 +124,27 @@ LRESULT OnNotify(MainWindow& window, const NMHDR& notice) {
 }
 
 void OnContextMenu(MainWindow& window, HWND child, POINT where) {
+  if (child == window.output.list) return TrackListMenu(window.output, where);
   const bool tree = child == window.tree.window;
-  if (!tree && child != window.values.window) return;
+  if (!tree && child != window.values.window && child != window.path) return;
   const bool by_key = where.x == -1 && where.y == -1;
   if (by_key) {
     where = SelectedPoint(window, child);
   } else if (tree) {
     SelectUnder(child, where);
   }
-  TrackContextMenu(window, tree ? kInTreeMenu : kInValueMenu, where);
+  if (tree) {
+    const bool workspace = IsWorkspaceSelected(window.tree);
+    return TrackContextMenu(
+        window, workspace ? CommandPlace::kWorkspaceMenu : CommandPlace::kTreeMenu, where);
+  }
+  TrackContextMenu(
+      window, child == window.path ? CommandPlace::kPathMenu : CommandPlace::kValueMenu, where);
+}
+
+void ShowPassingText(const MainWindow& window, const char* text) {
+  ShowStatus(text);
+  SetTimer(window.handle, kPassingTimer, kPassingTime, nullptr);
 }
 
 void OnTimer(MainWindow& window, UINT_PTR timer) {
@@ -113,6 +152,7 @@ void OnTimer(MainWindow& window, UINT_PTR timer) {
   if (timer == kExpandTimer) more = ExpandSlice(window.tree);
   if (timer == kDetailTimer) more = AddDetailSlice(window.detail);
   if (timer == kFillTimer) more = FillSlice(window.tree);
+  if (timer == kPassingTimer && TheLongOperation().running == 0) ShowStatus("");
   if (!more) KillTimer(window.handle, timer);
   if (timer == kExpandTimer) KeepFilling(window);
 }

@@ -1,10 +1,41 @@
 #include "ui/program.h"
 
-#include "app/command_line.h"
+#include "app/recent_keys.h"
+#include "app/settings.h"
 #include "ui/main_window.h"
-#include "ui/win.h"
+#include "ui/text.h"
 
 namespace hivequarry {
+namespace {
+
+void Complain(const char* text) { ShowMessage(text, kProgramName, Icon::kExclamation); }
+
+bool IsFolder(const std::string& name) {
+  const DWORD attributes = GetFileAttributesW(WideName(name).c_str());
+  return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+}
+
+}  // namespace
+
+void StartProgram(Program& program) {
+  program.facts = ReadSystemFacts();
+  NameProgramFiles(Utf8Name(ProgramPath()), program);
+  ReadSettings(program.settings_file, TheSettings());
+  ReadRecentKeys(program.settings_file, TheRecentKeys());
+}
+
+void CheckSurroundings(const SystemFacts& facts) {
+  if (facts.windows.empty()) Complain("Can not determine Windows directory !");
+  if (facts.system.empty()) Complain("Can not determine System directory !");
+  if (!IsKnown(facts.flags)) Complain("Unknown OS !");
+}
+
+void CheckBackupRequest(CommandLine& line) {
+  if (line.backup_hives.empty() || IsFolder(line.backup_folder)) return;
+  Complain("Invalid directory !");
+  line.backup_hives.clear();
+  line.backup_folder.clear();
+}
 
 void StartControls() {
   INITCOMMONCONTROLSEX classes{};
@@ -31,7 +62,8 @@ std::wstring ArgumentsOf(std::wstring_view command_line) {
 void OpenFromCommandLine(MainWindow& window, const CommandLine& line) {
   if (line.file.empty()) return;
   const bool ranged = line.has_range;
-  OpenNamedFile(window, line.file, ranged ? line.start_offset : 0, ranged ? line.end_offset : 0);
+  OpenNamedFile(window, line.file, ranged ? line.start_offset : 0, ranged ? line.end_offset : 0,
+                line.key_position);
 }
 
 int RunMessageLoop(HWND handle) {

@@ -4,13 +4,21 @@
 #include <string>
 #include <string_view>
 
+#include "app/command_line.h"
+#include "ui/system_facts.h"
 #include "ui/win.h"
 
 namespace hivequarry {
 
-struct CommandLine;
 struct MainWindow;
 
+// Finds out about the system, names the program's files and reads the settings.
+void StartProgram(Program& program);
+// Says what is wrong with the surroundings; the program goes on all the same.
+void CheckSurroundings(const SystemFacts& facts);
+// The unattended backup that a command line asks for: its folder must be one, else nothing is left
+// of the request, after a message.
+void CheckBackupRequest(CommandLine& line);
 // Loads the common controls and the buffered painting.
 void StartControls();
 // What stands behind the program's own name, quoted or not, in a process's command line.

@@ -1,9 +1,13 @@
+#include <utility>
+
 #include "hive/value_text.h"
-#include "host/long_operation.h"
 #include "recovery/item_values.h"
 #include "ui/item_words.h"
 #include "ui/main_window.h"
+#include "ui/recent_keys_dialog.h"
 #include "ui/text.h"
+#include "ui/tree_find.h"
+#include "ui/workspace.h"
 
 namespace hivequarry {
 namespace {
@@ -44,7 +48,7 @@ void GatherItem(MainWindow& window, uint32_t serial, uint32_t item, ValueViewOpt
 
 void GatherDetail(MainWindow& window, uint32_t serial, uint32_t value) {
   if (!IsNewest(window.detail_box, serial)) return;
-  const ValueDetailText detail = ValueDetail(ShownHive(window), value);
+  const ValueDetailText detail = ShownValueDetail(ShownHive(window), value);
   Deliver(window.detail_box, serial, std::make_unique<std::wstring>(WindowText(detail.text)),
           window.handle, kDetailReady);
 }
@@ -61,11 +65,44 @@ void ShowPath(const MainWindow& window, uint32_t item) {
   SetWindowTextW(window.path, WideName(path).c_str());
 }
 
+// What is on its way for a key or a value belongs to what was selected before.
+void ForgetResults(MainWindow& window) {
+  ++window.item_box.newest;
+  ++window.detail_box.newest;
+}
+
+void ShowWorkspace(MainWindow& window) {
+  ForgetResults(window);
+  SetWindowTextW(window.path, kWorkspaceTitle);
+  ShowItemWords(window, std::wstring());
+  window.shown_item = kNoItem;
+  window.shown_value = kNoOffset;
+  window.key_detail = WorkspaceDetail(ShownHive(window), *window.key_tree, window.summary);
+  ShowValues(window.values, ShownHive(window), WorkspaceRows(ShownHive(window), *window.key_tree),
+             ValueViewOptions());
+  FitValueColumns(window.values, window.dpi);
+  ShowDetail(window, window.key_detail);
+  UpdateToolbar(window);
+}
+
+// The row of the value that was gone to, if it is among those shown.
+void SelectWantedRow(MainWindow& window) {
+  const uint32_t value = std::exchange(window.wanted_value, kNoOffset);
+  const int row = value == kNoOffset ? -1 : RowOfValue(window.values, value);
+  if (row < 0) return;
+  const HWND list = window.values.window;
+  ListView_SetItemState(list, row, LVIS_SELECTED | LVIS_FOCUSED, LVIS_SELECTED | LVIS_FOCUSED);
+  ListView_EnsureVisible(list, row, FALSE);
+}
+
 }  // namespace
 
 void OnItemSelected(MainWindow& window, uint32_t item) {
-  if (TheLongOperation().running != 0 || window.slot < 0 || item == kNoItem) return;
+  if (window.slot < 0 || window.host.ending) return;  // items that go select others
+  if (IsWorkspaceSelected(window.tree)) return ShowWorkspace(window);
+  if (item == kNoItem) return;
   ShowPath(window, item);
+  NoteKeyShown(window);
   ShowItemWords(window, ItemWords(ShownHive(window), *window.key_tree, item));
   const uint32_t serial = ++window.item_box.newest;
   const ValueViewOptions options = window.view;
@@ -84,6 +121,7 @@ void TakeItemResult(MainWindow& window) {
   ShowValues(window.values, ShownHive(window), std::move(result->values), result->options);
   FitValueColumns(window.values, window.dpi);
   ShowDetail(window, window.key_detail);
+  SelectWantedRow(window);
   UpdateToolbar(window);
 }
 
@@ -101,6 +139,19 @@ void OnRowSelected(MainWindow& window) {
 void TakeDetailResult(MainWindow& window) {
   const std::unique_ptr<std::wstring> text = Take(window.detail_box);
   if (text != nullptr) ShowDetail(window, std::move(*text));
+}
+
+bool GoToPosition(MainWindow& window, uint32_t position) {
+  if (window.slot < 0) return false;
+  const uint32_t item = ItemShowing(ShownHive(window), *window.key_tree, position);
+  if (item == kNoItem) return false;
+  const bool value = window.key_tree->items[item].position != position;
+  if (value || window.arrangement == kOutputArrangement) ShowArrangement(window, kKeysArrangement);
+  window.wanted_value = value ? position : kNoOffset;
+  if (SelectedItem(window.tree) == item) RefreshItem(window);
+  SelectItem(window.tree, item);
+  SetFocus(window.tree.window);
+  return true;
 }
 
 void RefreshItem(MainWindow& window) { OnItemSelected(window, SelectedItem(window.tree)); }

@@ -1,6 +1,7 @@
 #include "ui/splitter.h"
 
 #include "ui/win.h"
+#include "ui/window_class.h"
 
 namespace hivequarry {
 namespace {
@@ -82,13 +83,8 @@ LRESULT CALLBACK SplitterProc(HWND splitter, UINT message, WPARAM first, LPARAM 
 }  // namespace
 
 bool RegisterSplitterClass(HINSTANCE instance) {
-  WNDCLASSEXW info{};
-  info.cbSize = sizeof info;
-  info.lpfnWndProc = SplitterProc;
-  info.cbWndExtra = sizeof(LONG);
-  info.hInstance = instance;
-  info.lpszClassName = kClassName;
-  return RegisterClassExW(&info) != 0 || GetLastError() == ERROR_CLASS_ALREADY_EXISTS;
+  return RegisterWindowClass(
+      instance, {.name = kClassName, .procedure = SplitterProc, .extra_bytes = sizeof(LONG)});
 }
 
 HWND MakeSplitter(HWND parent, int identifier, bool vertical) {

@@ -85,7 +85,9 @@ void ShowItemWords(MainWindow& window, std::wstring words) {
 
 void ShowCounts(MainWindow& window) {
   std::wstring text;
-  if (window.slot >= 0) {
+  if (window.arrangement == kOutputArrangement) {
+    text = L" Number of Items : " + std::to_wstring(ShownRowCount(window.output));
+  } else if (window.slot >= 0) {
     const ImageSummary& summary = window.summary;
     text = L" " + std::to_wstring(summary.keys) + L" keys, " +
            std::to_wstring(summary.disconnected_keys) + L" disconnected";

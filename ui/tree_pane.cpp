@@ -15,6 +15,7 @@ constexpr DWORD kSliceMilliseconds = 30;
 constexpr uint32_t kItemsPerLook = 32;  // at the clock
 constexpr uint32_t kItemsPerSlice = 4096;
 constexpr size_t kLongestText = 259;  // of an item, in characters
+constexpr uint32_t kWorkspaceItem = kNoItem - 1;
 
 // State of an item that stands open as soon as its parent does.
 constexpr UINT kOpened = TVIS_EXPANDED | TVIS_EXPANDEDONCE;
@@ -46,6 +47,18 @@ HTREEITEM InsertItem(TreePane& pane, uint32_t item, HTREEITEM parent, HTREEITEM 
   const HTREEITEM handle = TreeView_InsertItem(pane.window, &insert);
   pane.handles[item] = handle;
   return handle;
+}
+
+HTREEITEM InsertWorkspace(const TreePane& pane) {
+  std::wstring text = kWorkspaceTitle;
+  TVINSERTSTRUCTW insert{};
+  insert.hParent = TVI_ROOT;
+  insert.hInsertAfter = TVI_LAST;
+  insert.item.mask = TVIF_TEXT | TVIF_PARAM | TVIF_IMAGE | TVIF_SELECTEDIMAGE;
+  insert.item.pszText = text.data();
+  insert.item.lParam = static_cast<LPARAM>(kWorkspaceItem);
+  insert.item.iImage = insert.item.iSelectedImage = kIconWorkspace;
+  return TreeView_InsertItem(pane.window, &insert);
 }
 
 BranchFill* FillOf(TreePane& pane, uint32_t parent) {
@@ -125,8 +138,48 @@ void EndExpand(TreePane& pane) {
   pane.expand_next = pane.expand_end = 0;
 }
 
+bool HasEditedValues(const TreePane& pane, uint32_t item) {
+  if (pane.tree == nullptr || item >= pane.tree->items.size()) return false;
+  return pane.hive->edits.any && EditsOfKey(*pane.hive, pane.tree->items[item].position) != 0;
+}
+
 bool IsExpanded(const TreePane& pane, HTREEITEM handle) {
   return (TreeView_GetItemState(pane.window, handle, TVIS_EXPANDED) & TVIS_EXPANDED) != 0;
+}
+
+bool IsBetween(uint32_t item, uint32_t first, uint32_t end) { return item >= first && item < end; }
+
+// A button stands before an item with children.
+void UpdateButton(const TreePane& pane, uint32_t item) {
+  TVITEMW info{};
+  info.mask = TVIF_CHILDREN;
+  info.hItem = pane.handles[item];
+  info.cChildren = HasChildren(*pane.tree, item) ? 1 : 0;
+  TreeView_SetItem(pane.window, &info);
+}
+
+// What is filled goes on without the item and what is below it.
+void LeaveOut(TreePane& pane, uint32_t item) {
+  const uint32_t end = pane.tree->items[item].end;
+  std::erase_if(pane.fills,
+                [=](const BranchFill& fill) { return IsBetween(fill.parent, item, end); });
+  BranchFill* fill = FillOf(pane, pane.tree->items[item].parent);
+  if (fill == nullptr) return;
+  if (fill->next == item) fill->next = NextSibling(*pane.tree, item);
+  std::erase(fill->ahead, item);
+  if (pane.handles[item] == nullptr || fill->last != pane.handles[item]) return;
+  const HTREEITEM before = TreeView_GetPrevSibling(pane.window, fill->last);
+  fill->last = before == nullptr ? TVI_FIRST : before;
+}
+
+// The selection, where it goes with the item, moves to what stays.
+void SelectBeside(const TreePane& pane, uint32_t item) {
+  const uint32_t selected = SelectedItem(pane);
+  if (selected == kNoItem || !IsBetween(selected, item, pane.tree->items[item].end)) return;
+  HTREEITEM stays = TreeView_GetNextSibling(pane.window, pane.handles[item]);
+  if (stays == nullptr) stays = TreeView_GetPrevSibling(pane.window, pane.handles[item]);
+  if (stays == nullptr) stays = TreeView_GetParent(pane.window, pane.handles[item]);
+  TreeView_SelectItem(pane.window, stays);
 }
 
 }  // namespace
@@ -147,6 +200,7 @@ void ClearTree(TreePane& pane) {
   SetRedraw(pane, false);
   TreeView_DeleteAllItems(pane.window);
   SetRedraw(pane, true);
+  pane.workspace = nullptr;
   pane.hive = nullptr;
   pane.tree = nullptr;
   pane.handles.clear();
@@ -162,6 +216,7 @@ void ShowTree(TreePane& pane, const HiveImage& hive, const KeyTree& tree) {
   if (tree.items.empty()) return;
   const HTREEITEM root = InsertItem(pane, 0, TVI_ROOT, TVI_FIRST, 0);
   TreeView_Expand(pane.window, root, TVE_EXPAND);
+  pane.workspace = InsertWorkspace(pane);
 }
 
 uint32_t ItemOfHandle(const TreePane& pane, HTREEITEM handle) {
@@ -169,11 +224,30 @@ uint32_t ItemOfHandle(const TreePane& pane, HTREEITEM handle) {
   item.mask = TVIF_PARAM;
   item.hItem = handle;
   if (handle == nullptr || TreeView_GetItem(pane.window, &item) == FALSE) return kNoItem;
-  return static_cast<uint32_t>(item.lParam);
+  const auto index = static_cast<uint32_t>(item.lParam);
+  return index == kWorkspaceItem ? kNoItem : index;
 }
 
 uint32_t SelectedItem(const TreePane& pane) {
   return pane.tree == nullptr ? kNoItem : ItemOfHandle(pane, TreeView_GetSelection(pane.window));
+}
+
+bool IsWorkspaceSelected(const TreePane& pane) {
+  return pane.workspace != nullptr && TreeView_GetSelection(pane.window) == pane.workspace;
+}
+
+void RemoveItem(TreePane& pane, uint32_t item) {
+  EndExpand(pane);
+  LeaveOut(pane, item);
+  const HTREEITEM handle = pane.handles[item];
+  if (handle == nullptr) return;
+  SelectBeside(pane, item);
+  SetRedraw(pane, false);
+  TreeView_DeleteItem(pane.window, handle);
+  UpdateButton(pane, pane.tree->items[item].parent);
+  SetRedraw(pane, true);
+  const uint32_t end = pane.tree->items[item].end;
+  std::fill(pane.handles.begin() + item, pane.handles.begin() + end, nullptr);
 }
 
 void SelectItem(TreePane& pane, uint32_t item) {
@@ -214,13 +288,20 @@ void OnTreeDisplay(const TreePane& pane, NMTVDISPINFOW& notice) {
 
 void OnTreeTip(const TreePane& pane, const NMTVGETINFOTIPW& notice) {
   const auto item = static_cast<uint32_t>(notice.lParam);
+  if (item == kWorkspaceItem) {
+    lstrcpynW(notice.pszText, L"The hives shown in this window", notice.cchTextMax);
+  }
   if (pane.tree == nullptr || item >= pane.tree->items.size()) return;
   lstrcpynW(notice.pszText, ItemTip(*pane.hive, *pane.tree, item).c_str(), notice.cchTextMax);
 }
 
-LRESULT OnTreeDraw(NMTVCUSTOMDRAW& notice) {
+LRESULT OnTreeDraw(const TreePane& pane, NMTVCUSTOMDRAW& notice) {
   if (notice.nmcd.dwDrawStage == CDDS_PREPAINT) return CDRF_NOTIFYITEMDRAW;
   if (notice.nmcd.dwDrawStage != CDDS_ITEMPREPAINT) return CDRF_DODEFAULT;
+  const bool selected = (notice.nmcd.uItemState & CDIS_SELECTED) != 0;
+  if (!selected && HasEditedValues(pane, static_cast<uint32_t>(notice.nmcd.lItemlParam))) {
+    notice.clrText = GetSysColor(COLOR_HOTLIGHT);
+  }
   if (IsDimmedSelection(notice.nmcd)) SetDimmedColours(notice.clrText, notice.clrTextBk);
   return CDRF_DODEFAULT;
 }
@@ -276,11 +357,7 @@ void CollapseBranch(TreePane& pane, uint32_t item) {
   SetRedraw(pane, false);
   TreeView_Expand(pane.window, pane.handles[item], TVE_COLLAPSE | TVE_COLLAPSERESET);
   std::fill(pane.handles.begin() + item + 1, pane.handles.begin() + end, nullptr);
-  TVITEMW info{};  // the control takes its button away with the last child
-  info.mask = TVIF_CHILDREN;
-  info.hItem = pane.handles[item];
-  info.cChildren = 1;
-  TreeView_SetItem(pane.window, &info);
+  UpdateButton(pane, item);  // the control takes it away with the last child
   SetRedraw(pane, true);
 }
 

@@ -22,8 +22,12 @@ struct BranchFill {
   UINT state = 0;               // of the items inserted
 };
 
+// Behind the hive's root stands the folder "Workspace", which is no item of the key tree.
+inline constexpr const wchar_t* kWorkspaceTitle = L"Workspace";
+
 struct TreePane {
   HWND window = nullptr;
+  HTREEITEM workspace = nullptr;
   const HiveImage* hive = nullptr;
   const KeyTree* tree = nullptr;
   std::vector<HTREEITEM> handles;  // by item; null while it is not in the control
@@ -40,17 +44,21 @@ HWND MakeTreePane(HWND parent, int identifier);
 void ShowTree(TreePane& pane, const HiveImage& hive, const KeyTree& tree);
 void ClearTree(TreePane& pane);
 
-// The selected item, kNoItem for none.
+// The selected item of the key tree, kNoItem for none and for the Workspace.
 uint32_t SelectedItem(const TreePane& pane);
+bool IsWorkspaceSelected(const TreePane& pane);
 // Opens the branches that lead to `item` and selects it, be they filled so far or not.
 void SelectItem(TreePane& pane, uint32_t item);
 uint32_t ItemOfHandle(const TreePane& pane, HTREEITEM handle);
+// Takes an item, which was hidden with all below it, out of the pane. Where it or an item below was
+// selected, its successor, predecessor or parent is.
+void RemoveItem(TreePane& pane, uint32_t item);
 
 // TVN_ITEMEXPANDING, TVN_GETDISPINFO, TVN_GETINFOTIP and NM_CUSTOMDRAW.
 void OnTreeExpanding(TreePane& pane, const NMTREEVIEWW& notice);
 void OnTreeDisplay(const TreePane& pane, NMTVDISPINFOW& notice);
 void OnTreeTip(const TreePane& pane, const NMTVGETINFOTIPW& notice);
-LRESULT OnTreeDraw(NMTVCUSTOMDRAW& notice);
+LRESULT OnTreeDraw(const TreePane& pane, NMTVCUSTOMDRAW& notice);
 
 // Inserts a slice of what is missing in the branches being filled; true while there is more.
 bool FillSlice(TreePane& pane);

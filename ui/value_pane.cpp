@@ -4,7 +4,6 @@
 
 #include "hive/value_key.h"
 #include "hive/value_text.h"
-#include "ui/dimmed_selection.h"
 #include "ui/dpi.h"
 #include "ui/list_view.h"
 #include "ui/text.h"
@@ -38,13 +37,6 @@ const CachedRow& RowTexts(ValuePane& pane, int row) {
 
 void ForgetRows(ValuePane& pane) {
   for (CachedRow& cached : pane.cache) cached.row = -1;
-}
-
-bool StartsWith(const std::wstring& text, const std::wstring& start) {
-  const auto length = static_cast<int>(start.size());
-  return text.size() >= start.size() &&
-         CompareStringW(LOCALE_USER_DEFAULT, NORM_IGNORECASE, text.c_str(), length, start.c_str(),
-                        length) == CSTR_EQUAL;
 }
 
 std::wstring NameOfRow(const ValuePane& pane, int row) {
@@ -88,9 +80,43 @@ uint32_t ValueOfRow(const ValuePane& pane, int row) {
   return pane.values.value_positions[static_cast<size_t>(row - info_rows)];
 }
 
+int RowOfValue(const ValuePane& pane, uint32_t position) {
+  const std::vector<uint32_t>& values = pane.values.value_positions;
+  const auto found = std::find(values.begin(), values.end(), position);
+  if (found == values.end()) return -1;
+  return static_cast<int>(pane.values.info_rows.size() +
+                          static_cast<size_t>(found - values.begin()));
+}
+
 int SelectedRow(const ValuePane& pane) {
   const int focused = ListView_GetNextItem(pane.window, -1, LVNI_FOCUSED | LVNI_SELECTED);
   return focused >= 0 ? focused : ListView_GetNextItem(pane.window, -1, LVNI_SELECTED);
+}
+
+void SelectAllRows(const ValuePane& pane) {
+  ListView_SetItemState(pane.window, -1, LVIS_SELECTED, LVIS_SELECTED);
+}
+
+void InvertRows(const ValuePane& pane) {
+  SendMessageW(pane.window, WM_SETREDRAW, FALSE, 0);
+  for (int row = 0; row < ValueRowCount(pane); ++row) {
+    const UINT state = ListView_GetItemState(pane.window, row, LVIS_SELECTED);
+    ListView_SetItemState(pane.window, row, state ^ LVIS_SELECTED, LVIS_SELECTED);
+  }
+  SendMessageW(pane.window, WM_SETREDRAW, TRUE, 0);
+}
+
+std::wstring SelectedText(ValuePane& pane) {
+  std::wstring text;
+  int row = -1;
+  while ((row = ListView_GetNextItem(pane.window, row, LVNI_SELECTED)) >= 0) {
+    const CachedRow& cached = RowTexts(pane, row);
+    for (size_t column = 0; column < cached.texts.size(); ++column) {
+      text += cached.texts[column];
+      text += column + 1 < cached.texts.size() ? L"\t" : L"\r\n";
+    }
+  }
+  return text;
 }
 
 void OnValueDisplay(ValuePane& pane, NMLVDISPINFOW& notice) {
@@ -101,18 +127,6 @@ void OnValueDisplay(ValuePane& pane, NMLVDISPINFOW& notice) {
   if ((item.mask & LVIF_TEXT) != 0 && item.iSubItem >= 0 && item.iSubItem < kValueColumns) {
     GiveText(item, row.texts[static_cast<size_t>(item.iSubItem)].c_str());
   }
-}
-
-LRESULT OnValueDraw(const ValuePane& pane, NMLVCUSTOMDRAW& notice) {
-  if (notice.nmcd.dwDrawStage == CDDS_PREPAINT) return CDRF_NOTIFYITEMDRAW;
-  if (notice.nmcd.dwDrawStage != CDDS_ITEMPREPAINT) return CDRF_DODEFAULT;
-  // A list reports every row as selected, and paints selected ones in its own colours only.
-  const auto row = static_cast<int>(notice.nmcd.dwItemSpec);
-  if (ListView_GetItemState(pane.window, row, LVIS_SELECTED) == 0) return CDRF_DODEFAULT;
-  if (!IsDimmedSelection(notice.nmcd)) return CDRF_DODEFAULT;
-  notice.nmcd.uItemState &= ~static_cast<UINT>(CDIS_SELECTED);
-  SetDimmedColours(notice.clrText, notice.clrTextBk);
-  return CDRF_DODEFAULT;
 }
 
 int OnValueFind(const ValuePane& pane, const NMLVFINDITEMW& notice) {

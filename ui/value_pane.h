@@ -37,12 +37,18 @@ void ClearValues(ValuePane& pane);
 int ValueRowCount(const ValuePane& pane);
 // The image position of a row's value; kNoOffset for an info row or no row.
 uint32_t ValueOfRow(const ValuePane& pane, int row);
+// The row of the value at an image position, -1 when there is none.
+int RowOfValue(const ValuePane& pane, uint32_t position);
 // The row selected and in focus, else the first selected one, -1 for none.
 int SelectedRow(const ValuePane& pane);
 
-// LVN_GETDISPINFO, NM_CUSTOMDRAW and LVN_ODFINDITEM (type to find).
+void SelectAllRows(const ValuePane& pane);
+void InvertRows(const ValuePane& pane);
+// The texts of the selected rows, a line each, columns separated by tabs.
+std::wstring SelectedText(ValuePane& pane);
+
+// LVN_GETDISPINFO and LVN_ODFINDITEM (type to find).
 void OnValueDisplay(ValuePane& pane, NMLVDISPINFOW& notice);
-LRESULT OnValueDraw(const ValuePane& pane, NMLVCUSTOMDRAW& notice);
 int OnValueFind(const ValuePane& pane, const NMLVFINDITEMW& notice);
 
 // Widths for the view shown: the value column takes the room that the others leave. Once the user

@@ -2,18 +2,17 @@
 
 #include <algorithm>
 #include <system_error>
-#include <thread>
 
 #include "host/host.h"
 
 namespace hivequarry {
 namespace {
 
-std::atomic<bool>* TakeSlot(ValueThreads& threads) {
-  for (std::atomic<bool>& taken : threads.taken) {
-    if (!taken.exchange(true)) return &taken;
-  }
-  return nullptr;
+// kValueThreads when every slot is taken.
+size_t TakeSlot(ValueThreads& threads) {
+  size_t slot = 0;
+  while (slot < kValueThreads && threads.taken[slot].exchange(true)) ++slot;
+  return slot;
 }
 
 bool Refuse() {
@@ -24,15 +23,18 @@ bool Refuse() {
 }  // namespace
 
 bool StartValueThread(ValueThreads& threads, std::function<void()> work) {
-  std::atomic<bool>* slot = TakeSlot(threads);
-  if (slot == nullptr) return Refuse();
+  const size_t slot = TakeSlot(threads);
+  if (slot == kValueThreads) return Refuse();
+  std::atomic<bool>& taken = threads.taken[slot];
+  std::thread& thread = threads.threads[slot];
+  if (thread.joinable()) thread.join();  // its last act was to free the slot
   try {
-    std::thread([slot, run = std::move(work)] {
+    thread = std::thread([&taken, run = std::move(work)] {
       run();
-      *slot = false;
-    }).detach();
+      taken = false;
+    });
   } catch (const std::system_error&) {
-    *slot = false;
+    taken = false;
     return Refuse();
   }
   return true;
@@ -41,6 +43,12 @@ bool StartValueThread(ValueThreads& threads, std::function<void()> work) {
 bool ValueThreadsRun(const ValueThreads& threads) {
   return std::any_of(threads.taken.begin(), threads.taken.end(),
                      [](const std::atomic<bool>& taken) { return taken.load(); });
+}
+
+void JoinValueThreads(ValueThreads& threads) {
+  for (std::thread& thread : threads.threads) {
+    if (thread.joinable()) thread.join();
+  }
 }
 
 }  // namespace hivequarry

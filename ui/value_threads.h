@@ -1,11 +1,12 @@
 // The short threads that read for the value and detail panes, so that no selection makes the
-// interface thread wait.
+// interface thread wait. All functions are for that thread.
 #pragma once
 
 #include <array>
 #include <atomic>
 #include <cstddef>
 #include <functional>
+#include <thread>
 
 namespace hivequarry {
 
@@ -13,6 +14,9 @@ inline constexpr size_t kValueThreads = 256;
 
 struct ValueThreads {
   std::array<std::atomic<bool>, kValueThreads> taken{};
+  // Joined when their slot is taken anew, or at the end. None is detached: the runtime's
+  // book-keeping of detached threads is not safe against others that start while one ends.
+  std::array<std::thread, kValueThreads> threads;
 };
 
 // Runs `work` on a thread of its own. False, after the message "Too many threads !", when every
@@ -20,5 +24,7 @@ struct ValueThreads {
 bool StartValueThread(ValueThreads& threads, std::function<void()> work);
 // True while a slot is taken.
 bool ValueThreadsRun(const ValueThreads& threads);
+// Once none runs any more.
+void JoinValueThreads(ValueThreads& threads);
 
 }  // namespace hivequarry

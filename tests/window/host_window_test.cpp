@@ -5,8 +5,10 @@
 #include <thread>
 #include <utility>
 
+#include "app/settings.h"
 #include "host/long_operation.h"
 #include "tests/window/window_fixture.h"
+#include "ui/list_commands.h"
 #include "ui/text.h"
 
 namespace hivequarry::testing {
@@ -86,24 +88,38 @@ TEST_F(WindowTest, ThreadTableIsLimited) {
   for (auto& taken : window_->threads.taken) taken = false;
 }
 
+bool IsIn(CommandPlace place, uint16_t number) {
+  const auto numbers = CommandsIn(place);
+  return std::find(numbers.begin(), numbers.end(), number) != numbers.end();
+}
+
 TEST(Commands, RowsAreWhole) {
   std::set<uint32_t> numbers;
   std::set<std::pair<int, int>> keys;
   for (const Command& command : Commands()) {
     SCOPED_TRACE(command.number);
     EXPECT_TRUE(numbers.insert(command.number).second);
-    EXPECT_NE(command.handler, nullptr);
-    const Accelerator& accelerator = command.accelerator;
-    if (accelerator.key != 0) {
-      EXPECT_TRUE(keys.insert({accelerator.key, accelerator.modifiers}).second);
+    EXPECT_EQ(command.handler == nullptr, command.needs == Needs::kNever);
+    for (const Accelerator& key : {command.accelerator, command.second_accelerator}) {
+      EXPECT_TRUE(key.key == 0 || keys.insert({key.key, key.modifiers}).second);
     }
-    const bool in_toolbar = (command.places & kInToolbar) != 0;
+    const bool in_toolbar = IsIn(CommandPlace::kToolbar, command.number);
     EXPECT_EQ(in_toolbar, command.icon != ToolIcon::kNone);
     EXPECT_EQ(in_toolbar, command.tooltip != nullptr);
-    const bool in_menus =
-        command.menu != nullptr || (command.places & (kInTreeMenu | kInValueMenu));
-    EXPECT_TRUE(!in_menus || command.text[0] != '\0');
-    EXPECT_TRUE(in_menus || in_toolbar || accelerator.key != 0);
+    const bool recent =
+        command.number >= kCommandRecentHive && command.number < kCommandRecentHive + kRecentHives;
+    bool in_menus = command.menu != nullptr && !recent;
+    for (int place = 1; place < static_cast<int>(CommandPlace::kCount); ++place) {
+      in_menus = in_menus || IsIn(static_cast<CommandPlace>(place), command.number);
+    }
+    EXPECT_TRUE(!in_menus || ContextText(command)[0] != '\0');
+    EXPECT_TRUE(in_menus || recent || in_toolbar || command.accelerator.key != 0 ||
+                FindListCommand(command.number) != nullptr);
+  }
+  for (int place = 0; place < static_cast<int>(CommandPlace::kCount); ++place) {
+    for (const uint16_t number : CommandsIn(static_cast<CommandPlace>(place))) {
+      EXPECT_TRUE(number == kGroupGap || numbers.contains(number)) << number;
+    }
   }
 }
 
@@ -118,10 +134,18 @@ TEST(Commands, Guards) {
     bool idle, running, backup;
   };
   constexpr Case kCases[] = {
-      {kCommandOpen, true, false, true},          {kCommandAbout, true, false, false},
-      {kCommandExit, true, true, true},           {kCommandResizeColumns, true, true, true},
-      {kCommandTechnicalView, true, false, true}, {kCommandStop, false, true, true},
+      {kCommandOpen, true, false, true},
+      {kCommandAbout, true, false, false},
+      {kCommandExit, true, true, true},
+      {kCommandResizeColumns, true, true, true},
+      {kCommandTechnicalView, true, false, true},
+      {kCommandStop, false, true, true},
       {kCommandBlockList, false, false, false},
+      {5104, true, false, true},
+      {kCommandToggleView, true, false, true},
+      {1418, true, false, false},
+      {1455, true, false, false},
+      {kCommandRecentHive, false, false, false},
   };
   for (const Case& expected : kCases) {
     SCOPED_TRACE(expected.command);
@@ -145,6 +169,8 @@ bool IsPromised(uint32_t number, bool running, bool backup) {
   constexpr uint16_t kNotInBackup[] = {1416, 1417, 1418, 1419, 1421, 1425, 1430, 1440,
                                        1455, 1490, 1491, 1507, 1508, 1540, 1542, 4143};
   if (number == kCommandStop) return running || backup;
+  if (FindCommand(Commands(), number)->needs == Needs::kNever) return false;
+  if (number == 6600) return false;  // no root cell is selected
   if (IsAmong(kAlways, number)) return true;
   return !running && !(backup && IsAmong(kNotInBackup, number));
 }
@@ -156,10 +182,21 @@ class CommandTest : public WindowTest {
     HiveBuilder builder;
     builder.Key("Tools").Dword("Count", 7);
     builder.Key("Tools\\Inner");
+    builder.Key("Gone");
     const TempFile file(builder.Build().bytes);
     Open(file.name());
+    SelectPath("Gone");
+    Run(kCommandDeleteKeys);
     SelectPath("Tools");
     SelectRow(0);
+    HiveImage& hive = TheHiveTable().slots[static_cast<size_t>(window_->slot)];
+    ASSERT_TRUE(SetValueEdit(hive, window_->shown_value, 1, {}));
+    TheSettings().histories.recent_files.assign(kRecentHives, file.name());
+    const std::string_view text = "a row";
+    NewRow row;
+    row.texts = {&text, 1};
+    AddRow(*window_->output.model, row);
+    ListChanged(window_->output);
   }
   void SetFlags(int running, bool backup) {
     TheLongOperation().running = running;
@@ -180,8 +217,12 @@ class CommandTest : public WindowTest {
   }
   void OpenMenus() {
     const HMENU menu = GetMenu(handle_);
+    for (int i = 0; i < GetMenuItemCount(menu); ++i) OpenMenu(GetSubMenu(menu, i));
+  }
+  void OpenMenu(HMENU menu) {
+    SendMessageW(handle_, WM_INITMENUPOPUP, reinterpret_cast<WPARAM>(menu), 0);
     for (int i = 0; i < GetMenuItemCount(menu); ++i) {
-      SendMessageW(handle_, WM_INITMENUPOPUP, reinterpret_cast<WPARAM>(GetSubMenu(menu, i)), i);
+      if (GetSubMenu(menu, i) != nullptr) OpenMenu(GetSubMenu(menu, i));
     }
   }
 };
@@ -202,7 +243,7 @@ TEST_F(CommandTest, EveryNumberObeysTheFlags) {
     for (const Command& command : Commands()) {
       SCOPED_TRACE(command.number);
       const bool offered = promised.contains(command.number);
-      const bool in_toolbar = (command.places & kInToolbar) != 0;
+      const bool in_toolbar = IsIn(CommandPlace::kToolbar, command.number);
       EXPECT_EQ(in_toolbar && IsOfferedInToolbar(command), in_toolbar && offered);
       const bool in_menu = command.menu != nullptr;
       EXPECT_EQ(in_menu && IsOfferedInMenu(command), in_menu && offered);

@@ -104,14 +104,24 @@ TEST_F(WindowTest, SecondHiveGoesToACopy) {
 }
 
 TEST_F(WindowTest, ReportListIsNeverAHive) {
-  for (const char* name : {"LIST.rpt", "LIST.RPT", "LIST.rPt"}) {
-    const TempFile file(SmallHive().bytes, name);
-    OpenNamedFile(*window_, file.name(), 0, 0);
-    EXPECT_FALSE(window_->load.thread.joinable()) << name;
-  }
+  const std::string_view report =
+      "[RPLfile]\r\nU0=100\r\nU2=1\r\nU3=;200\r\nU4=51\r\nH0=Key\r\n\r\n[ROWS]\r\n"
+      "01first\r\n9901\r\n01second\r\n9900\r\n";
   const TempFile hive(SmallHive().bytes);
-  Open(hive.name());
-  OpenNamedFile(*window_, "X:\\LIST.rpt", 0, 0);
+  for (const char* name : {"LIST.rpt", "LIST.RPT", "LIST.rPt"}) {
+    SCOPED_TRACE(name);
+    const TempFile file(report, name);
+    OpenNamedFile(*window_, file.name(), 0, 0);
+    EXPECT_FALSE(window_->load.thread.joinable());
+    ASSERT_TRUE(PumpUntil([&] {
+      return ListView_GetItemCount(window_->output.list) == 2 && !window_->work.thread.joinable();
+    }));
+    EXPECT_EQ(window_->arrangement, kOutputArrangement);
+    EXPECT_EQ(StatusText(kStatusCounts), " Number of Items : 2");
+    if (window_->slot < 0) Open(hive.name());  // a hive is shown from then on
+    Run(4148);
+    ShowArrangement(*window_, kKeysArrangement);
+  }
   EXPECT_TRUE(surroundings_.launches.empty());
 }
 

@@ -2,6 +2,7 @@
 
 #include <array>
 
+#include "app/settings.h"
 #include "ui/program.h"
 #include "ui/text.h"
 
@@ -38,6 +39,13 @@ void WatchStatus(void* context, const char* text) {
 }  // namespace
 
 void WindowTest::SetUp() {
+  // As if it were the first start, but that nothing is read from or written to a file.
+  TheSettings() = Settings();
+  TheProgram() = Program();
+  MakeWindow();
+}
+
+void WindowTest::MakeWindow() {
   window_ = CreateMainWindow(GetModuleHandleW(nullptr), SW_SHOWNORMAL);
   ASSERT_NE(window_, nullptr);
   handle_ = window_->handle;
@@ -49,7 +57,9 @@ void WindowTest::SetUp() {
   SetHost(host);
 }
 
-void WindowTest::TearDown() {
+void WindowTest::TearDown() { CloseWindow(); }
+
+void WindowTest::CloseWindow() {
   if (FindMainWindow(handle_) != nullptr) SendMessageW(handle_, WM_CLOSE, 0, 0);
   EXPECT_EQ(FindMainWindow(handle_), nullptr);
   Pump();

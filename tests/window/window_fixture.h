@@ -41,6 +41,10 @@ class WindowTest : public ::testing::Test {
   // Dispatches what is there already.
   static void Pump();
 
+  // After CloseWindow: another one, with the settings that the first one left.
+  void MakeWindow();
+  void CloseWindow();
+
   // Opens as the open dialog would and waits until hive and root item are shown.
   void Open(const std::string& file);
   bool IsLoaded() const;

@@ -1,0 +1,511 @@
+// The commands as the user meets them, against what was promised of each; and what the main window
+// does beyond showing a hive.
+#include <algorithm>
+#include <fstream>
+#include <iterator>
+#include <map>
+#include <set>
+#include <tuple>
+
+#include "app/settings.h"
+#include "reports/hive_lists.h"
+#include "tests/window/window_fixture.h"
+#include "ui/list_commands.h"
+#include "ui/list_dialogs.h"
+#include "ui/list_window.h"
+#include "ui/program.h"
+#include "ui/text.h"
+
+namespace hivequarry::testing {
+namespace {
+
+using Texts = std::vector<std::string>;
+
+struct MenuItem {
+  std::string menu, text;
+  uint32_t number;
+  bool operator==(const MenuItem&) const = default;
+};
+void PrintTo(const MenuItem& item, std::ostream* out) {
+  *out << item.menu << " | " << item.text << " | " << item.number;
+}
+
+std::string TextAt(HMENU menu, int at) {
+  wchar_t text[200] = L"";
+  GetMenuStringW(menu, static_cast<UINT>(at), text, 200, MF_BYPOSITION);
+  return Utf8Name(text);
+}
+
+void AddItems(HMENU menu, const std::string& path, std::vector<MenuItem>& items) {
+  for (int at = 0; at < GetMenuItemCount(menu); ++at) {
+    const HMENU sub = GetSubMenu(menu, at);
+    const std::string text = TextAt(menu, at);
+    if (sub != nullptr) AddItems(sub, path.empty() ? text : path + ">" + text, items);
+    if (sub == nullptr && !text.empty()) items.push_back({path, text, GetMenuItemID(menu, at)});
+  }
+}
+
+std::vector<MenuItem> ItemsOf(HMENU menu) {
+  std::vector<MenuItem> items;
+  AddItems(menu, "", items);
+  return items;
+}
+
+char MnemonicOf(const std::string& text) {
+  const size_t at = text.find('&');
+  return at == std::string::npos ? '\0' : static_cast<char>(tolower(text[at + 1]));
+}
+
+void CheckMnemonics(HMENU menu) {
+  std::set<char> seen;
+  for (int at = 0; at < GetMenuItemCount(menu); ++at) {
+    const std::string text = TextAt(menu, at);
+    EXPECT_TRUE(text.empty() || seen.insert(MnemonicOf(text)).second) << text;
+    if (GetSubMenu(menu, at) != nullptr) CheckMnemonics(GetSubMenu(menu, at));
+  }
+}
+
+BuiltHive ToolsHive() {
+  HiveBuilder hive;
+  hive.Key("Alpha\\Beta").Sz("Path", "C:\\Tools").Binary("Blob", 20);
+  hive.Key("Alpha\\Delta");
+  hive.Key("Gamma\\Betamax\\Inner");
+  return hive.Build();
+}
+
+class CommandsTest : public WindowTest {
+ protected:
+  std::string Tooltip(uint16_t number) {
+    NMTTDISPINFOW notice{};
+    notice.hdr = {window_->toolbar, number, static_cast<UINT>(TTN_GETDISPINFOW)};
+    SendMessageW(handle_, WM_NOTIFY, number, reinterpret_cast<LPARAM>(&notice));
+    return Utf8Name(notice.szText);
+  }
+  std::string SelectedName() const { return ItemText(TreeView_GetSelection(window_->tree.window)); }
+  void OpenTools() {
+    hive_ = std::make_unique<TempFile>(tools_.bytes);
+    Open(hive_->name());
+  }
+  uint32_t Item(const char* path) const {
+    return FindItemByPath(ShownHive(*window_), *window_->key_tree, path);
+  }
+  Texts ContextTexts(CommandPlace place, bool available) {
+    const HMENU menu = MakeContextMenu(*window_, place);
+    Texts texts;
+    for (int at = 0; at < GetMenuItemCount(menu); ++at) {
+      const bool grey = (GetMenuState(menu, static_cast<UINT>(at), MF_BYPOSITION) & MF_GRAYED) != 0;
+      if (!TextAt(menu, at).empty() && grey != available) texts.push_back(TextAt(menu, at));
+    }
+    DestroyMenu(menu);
+    return texts;
+  }
+
+  BuiltHive tools_ = ToolsHive();
+  std::unique_ptr<TempFile> hive_;
+};
+
+TEST_F(CommandsTest, MainMenu) {
+  const std::vector<MenuItem> expected = {
+      {"&File", "&Open File\tCtrl+O", 1400},
+      {"&File", "Re&create Hive", 5104},
+      {"&File", "Export Hive to &reg file", 1419},
+      {"&File>Security R&ecords", "List &Security Records", 7043},
+      {"&File>Security R&ecords", "List &ACEs", 7045},
+      {"&File", "&Load Hive into Registry", 1435},
+      {"&File", "&Unload Hive from Registry", 1436},
+      {"&File>Recent &hives", "&1 C:\\a && b\\SYSTEM", 9101},
+      {"&File>Recent &hives", "&2 D:\\SAM", 9102},
+      {"&File", "E&xit", 1470},
+      {"&Compare", "&Folder to Registry", 4143},
+      {"&Compare", "&Displayed Sub Keys", 4141},
+      {"&Registry", "&Search", 1422},
+      {"&Registry", "&Backup Registry", 1494},
+      {"&Registry", "Replace Registry &Hives", 1496},
+      {"&View", "&Toggle View\tCtrl+Tab", 1544},
+      {"&View", "&Resize List columns\tCtrl+(Num+)", 1445},
+      {"&View", "Tec&hnical view\tCtrl+H", 9001},
+      {"&View", "&Cell details", 9002},
+      {"&View", "&Detail pane\tCtrl+D", 9003},
+      {"&View", "&Block list", 9004},
+      {"&View", "List block r&uns", 9005},
+      {"&View", "List r&oot cells", 9006},
+      {"&View", "List &keys of branch", 9007},
+      {"&View", "List &values of branch", 9008},
+      {"&View", "List disconnected valu&es", 9009},
+      {"&View", "List ed&ited values", 9023},
+      {"&View", "Take back &all edits", 9024},
+      {"&View", "Raw record at &position...", 9025},
+      {"&Misc", "&Help\tF1", 1540},
+      {"&Misc", "&Options", 1455},
+      {"&Misc", "&Bookmarks", 6410},
+      {"&Misc", "&About", 1542},
+  };
+  TheSettings().histories.recent_files = {"C:\\a & b\\SYSTEM", "D:\\SAM"};
+  SendMessageW(handle_, WM_INITMENUPOPUP, reinterpret_cast<WPARAM>(window_->recent_menu), 0);
+  EXPECT_EQ(ItemsOf(GetMenu(handle_)), expected);
+  CheckMnemonics(GetMenu(handle_));
+}
+
+TEST_F(CommandsTest, Toolbar) {
+  const std::map<uint32_t, std::string> expected = {{1400, "Open File"},
+                                                    {1405, "Open Registry Snapshot"},
+                                                    {1415, "Search Workspace"},
+                                                    {1416, "Save Output list as text file"},
+                                                    {1417, "Save as Report List"},
+                                                    {1418, "Load Report List"},
+                                                    {1421, "Key Dates"},
+                                                    {1422, "Search Registry"},
+                                                    {1425, "Copy Output list to Clipboard"},
+                                                    {1430, "Print Output list"},
+                                                    {1440, "Find in Output list"},
+                                                    {1445, "Resize list columns"},
+                                                    {1450, "Recent keys"},
+                                                    {1455, "Options"},
+                                                    {1460, "Stop current Process (Ctrl+Q)"},
+                                                    {1470, "Exit"},
+                                                    {1494, "Backup Registry"},
+                                                    {1498, "Generate Registry Snapshot"},
+                                                    {1499, "Registry Key Snapshot"},
+                                                    {1502, "Output List"},
+                                                    {1503, "Toggle View"},
+                                                    {4148, "Clear Output list"},
+                                                    {6410, "Bookmarks"},
+                                                    {9001, "Technical view"},
+                                                    {9003, "Detail pane"},
+                                                    {9004, "Block list"}};
+  std::map<uint32_t, std::string> shown;
+  LONG right = 0;
+  const LRESULT count = SendMessageW(window_->toolbar, TB_BUTTONCOUNT, 0, 0);
+  for (LRESULT at = 0; at < count; ++at) {
+    TBBUTTON button{};
+    RECT area{};
+    SendMessageW(window_->toolbar, TB_GETBUTTON, at, reinterpret_cast<LPARAM>(&button));
+    SendMessageW(window_->toolbar, TB_GETITEMRECT, at, reinterpret_cast<LPARAM>(&area));
+    if ((button.fsStyle & BTNS_SEP) != 0) continue;
+    shown[static_cast<uint32_t>(button.idCommand)] =
+        Tooltip(static_cast<uint16_t>(button.idCommand));
+    right = std::max(right, area.right);
+  }
+  EXPECT_EQ(shown, expected);
+  EXPECT_LE(right, Scale(1024, window_->dpi));
+  // A narrow window has every button all the same.
+  const int row = WrapToolbar(*window_, 2000);
+  EXPECT_GT(WrapToolbar(*window_, 400), row);
+  RECT last{};
+  SendMessageW(window_->toolbar, TB_GETITEMRECT, count - 1, reinterpret_cast<LPARAM>(&last));
+  EXPECT_LE(last.right, 400);
+  ShowArrangement(*window_, kOutputArrangement);
+  EXPECT_EQ(Tooltip(1502), "Toggle View");
+  EXPECT_EQ(Tooltip(1503), "Last pane");
+}
+
+TEST_F(CommandsTest, Keys) {
+  const std::set<std::tuple<int, int, int>> expected = {
+      {FCONTROL, 'O', 1400}, {FCONTROL, 'F', 1440},    {FALT, VK_F3, 1440},
+      {FCONTROL, 'P', 1430}, {FCONTROL, 'Q', 1460},    {FCONTROL, 'S', 1416},
+      {0, VK_F1, 1540},      {FCONTROL, VK_TAB, 1544}, {FCONTROL, 'B', 9014},
+      {0, VK_F3, 1507},      {0, VK_F4, 1508},         {FCONTROL, VK_ADD, 1445},
+      {FCONTROL, 'H', 9001}, {FCONTROL, 'D', 9003},    {FALT, VK_RETURN, 9013},
+      {0, VK_F6, 9020},      {FSHIFT, VK_F6, 9021},    {FCONTROL, 'L', 9029}};
+  ACCEL keys[64];
+  const int count = CopyAcceleratorTableW(window_->accelerators, keys, 64);
+  std::set<std::tuple<int, int, int>> shown;
+  for (int i = 0; i < count; ++i) {
+    shown.insert({keys[i].fVirt & ~(FVIRTKEY | FNOINVERT), keys[i].key, keys[i].cmd});
+  }
+  EXPECT_EQ(shown, expected);
+}
+
+TEST_F(CommandsTest, ContextMenus) {
+  OpenTools();
+  SelectPath("Alpha");
+  EXPECT_EQ(ContextTexts(CommandPlace::kTreeMenu, true),
+            (Texts{"&Find\tCtrl+F", "Find &next\tF3", "Find &previous\tF4", "E&xpand subfolders",
+                   "Coll&apse subfolders", "&Current Branch\tCtrl+b", "Add to &Bookmarks",
+                   "&Copy Key Name", "Ra&w record", "Open &Key", "&Delete Keys from Tree"}));
+  EXPECT_EQ(ContextTexts(CommandPlace::kTreeMenu, false),
+            (Texts{"&Go to Regedit", "Compare &Folder to Registry", "&Export Folder",
+                   "&Merge Folder into Registry", "&Security Record\tAlt+s", "Open valid &Root",
+                   "Sho&w all keys again"}));
+  SelectPath("Alpha\\Beta");
+  SelectRow(0);
+  EXPECT_EQ(ContextTexts(CommandPlace::kValueMenu, true),
+            (Texts{"&Value details", "Ra&w record", "&Edit Value (Memory only)", "Select &all",
+                   "In&vert Selection", "&Copy to ClipBoard", "&Save to File", "&Copy Key Name",
+                   "&Resize columns"}));
+  EXPECT_EQ(ContextTexts(CommandPlace::kValueMenu, false),
+            (Texts{"&Take back edit", "&Go to Regedit"}));
+  // The root's cell is one that a window of its own can be opened on, and it can not be deleted.
+  SelectItemAndWait(0);
+  const Texts texts = ContextTexts(CommandPlace::kTreeMenu, false);
+  EXPECT_EQ(std::count(texts.begin(), texts.end(), "Open valid &Root"), 0);
+  EXPECT_EQ(std::count(texts.begin(), texts.end(), "&Delete Keys from Tree"), 1);
+}
+
+TEST_F(CommandsTest, Arrangements) {
+  OpenTools();
+  const struct {
+    uint16_t command;
+    int arrangement;
+  } kSteps[] = {{0, 2},    {1544, 3}, {1544, 1}, {1544, 2}, {1502, 3}, {1503, 2},
+                {1544, 3}, {1502, 1}, {1503, 3}, {1503, 1}, {9007, 1}, {5104, 1}};
+  for (const auto& step : kSteps) {
+    SCOPED_TRACE(step.command);
+    Run(step.command);
+    EXPECT_EQ(window_->arrangement, step.arrangement);
+    EXPECT_EQ(IsWindowVisible(window_->tree.window) != FALSE, step.arrangement != 3);
+    EXPECT_EQ(IsWindowVisible(window_->values.window) != FALSE, step.arrangement == 2);
+    EXPECT_EQ(IsWindowVisible(window_->detail.window) != FALSE, step.arrangement == 2);
+    EXPECT_EQ(IsWindowVisible(window_->output.list) != FALSE, step.arrangement == 3);
+  }
+  EXPECT_EQ(window_->recent_arrangements, (std::array<int, 3>{1, 3, 1}));
+  // The list of keys that one step asked for: a window of its own, a row for each key.
+  ASSERT_TRUE(PumpUntil([&] { return FindWindowW(L"HivequarryList", nullptr) != nullptr; }));
+  const ListPlace* place = FindListPlace(FindWindowW(L"HivequarryList", nullptr));
+  ASSERT_NE(place, nullptr);
+  EXPECT_EQ(ShownRowCount(*place), window_->summary.keys);
+}
+
+TEST_F(CommandsTest, WorkspaceListsTheHive) {
+  OpenTools();
+  TreeView_SelectItem(window_->tree.window, window_->tree.workspace);
+  EXPECT_EQ(SelectedName(), "Workspace");
+  ASSERT_EQ(ListView_GetItemCount(window_->values.window), 1);
+  EXPECT_EQ(ValueRowTexts(0),
+            (Texts{window_->key_tree->root_text, "Hive", hive_->name(), "0x00000000"}));
+  EXPECT_EQ(TextOf(window_->detail.window).find("File: " + hive_->name()), 0U);
+  EXPECT_EQ(ContextTexts(CommandPlace::kWorkspaceMenu, false),
+            (Texts{"&Compare Workspace to Registry", "&Search in Workspace"}));
+  for (const Command& command : Commands()) {  // none takes it for a key
+    if (command.number >= 9005 && command.number <= 9022) Run(command.number);
+  }
+  EXPECT_TRUE(surroundings_.boxes.empty());
+  TreeView_SelectItem(window_->tree.window, window_->tree.workspace);
+  const NMHDR notice{window_->values.window, kValuesId, static_cast<UINT>(LVN_ITEMACTIVATE)};
+  SendMessageW(handle_, WM_NOTIFY, kValuesId, reinterpret_cast<LPARAM>(&notice));
+  EXPECT_EQ(SelectedItem(window_->tree), 0U);
+}
+
+TEST_F(CommandsTest, FindsInTheTree) {
+  OpenTools();
+  window_->tree_find.text = "bETA";
+  const struct {
+    uint16_t command;
+    const char* found;
+    const char* status;
+  } kSteps[] = {{1507, "Beta", ""},
+                {1507, "Betamax", ""},
+                {1507, "Beta", "Search passed end of list."},
+                {1508, "Betamax", "Search passed beginning of list."},
+                {1508, "Beta", ""}};
+  for (const auto& step : kSteps) {
+    ShowStatus("");
+    Run(step.command);
+    Pump();
+    EXPECT_EQ(SelectedName(), step.found);
+    EXPECT_EQ(StatusText(kStatusText), std::string(" ") + step.status);
+  }
+  Run(1508);  // passes the beginning once more; the text goes by itself
+  EXPECT_TRUE(PumpUntil([&] { return StatusText(kStatusText) == " "; }));
+  window_->tree_find.wrap = false;
+  Run(1507);
+  ASSERT_EQ(surroundings_.boxes.size(), 1U);
+  EXPECT_EQ(surroundings_.boxes[0].text, "No items found !");
+  EXPECT_EQ(surroundings_.boxes[0].icon, Icon::kInformation);
+  EXPECT_EQ(SelectedName(), "Betamax");
+}
+
+TEST_F(CommandsTest, BranchAndBack) {
+  OpenTools();
+  SelectPath("Gamma\\Betamax\\Inner");
+  for (const char* name : {"Gamma", "Inner", "Gamma"}) {
+    Run(kCommandCurrentBranch);
+    EXPECT_EQ(SelectedName(), name);
+  }
+  SelectPath("Alpha");
+  Run(kCommandCurrentBranch);
+  EXPECT_EQ(SelectedName(), "Alpha");
+}
+
+TEST_F(CommandsTest, DeletedKeysAreLeftOutUntilShownAgain) {
+  OpenTools();
+  const uint32_t inner = Item("Gamma\\Betamax\\Inner");
+  const uint32_t position = window_->key_tree->items[inner].position;
+  SelectPath("Gamma\\Betamax");
+  Run(kCommandDeleteKeys);
+  ASSERT_EQ(surroundings_.boxes.size(), 1U);
+  EXPECT_EQ(surroundings_.boxes[0].text, "Delete 2 keys from tree ?");
+  EXPECT_EQ(SelectedName(), "Betamax");  // the answer was No
+  surroundings_.answer = Answer::kYes;
+  Run(kCommandDeleteKeys);
+  EXPECT_EQ(SelectedName(), "Gamma");
+  EXPECT_TRUE(ChildTexts(TreeView_GetSelection(window_->tree.window)).empty());
+  EXPECT_EQ(Item("Gamma\\Betamax"), kNoItem);
+  EXPECT_FALSE(GoToPosition(*window_, position));
+  EXPECT_EQ(RowCount(*ListKeyTree(ShownHive(*window_), *window_->key_tree, 0)), 5U);
+  SelectPath("Alpha\\Beta");
+  Run(kCommandDeleteKeys);  // a single key: nothing is asked
+  EXPECT_EQ(surroundings_.boxes.size(), 2U);
+  EXPECT_EQ(SelectedName(), "Delta");
+  Run(kCommandShowAllKeys);
+  EXPECT_EQ(SelectedName(), "Delta");
+  EXPECT_TRUE(GoToPosition(*window_, position));
+  EXPECT_EQ(SelectedName(), "Inner");
+  EXPECT_EQ(RowCount(*ListKeyTree(ShownHive(*window_), *window_->key_tree, 0)), 7U);
+}
+
+TEST_F(CommandsTest, GoesToKeysAndValues) {
+  OpenTools();
+  ShowArrangement(*window_, kOutputArrangement);
+  EXPECT_TRUE(GoToPosition(*window_, tools_.ValuePosition("Alpha\\Beta", "Blob")));
+  EXPECT_EQ(window_->arrangement, kKeysArrangement);
+  WaitForRows();
+  EXPECT_EQ(SelectedName(), "Beta");
+  EXPECT_EQ(window_->shown_value, tools_.ValuePosition("Alpha\\Beta", "Blob"));
+  EXPECT_FALSE(GoToPosition(*window_, 4));
+}
+
+TEST_F(CommandsTest, CopiesOfTheProgram) {
+  OpenTools();
+  SelectPath("Gamma");
+  Run(6602);
+  SelectItemAndWait(0);
+  Run(6600);
+  const std::string end = std::to_string(tools_.bytes.size());
+  const std::string tail = " -eoff=" + end + " \"" + hive_->name() + "\"";
+  ASSERT_EQ(surroundings_.launches.size(), 2U);
+  EXPECT_EQ(surroundings_.launches[0],
+            "-key=" + std::to_string(tools_.PositionOf("Gamma")) + " -soff=0" + tail);
+  EXPECT_EQ(surroundings_.launches[1], "-soff=0" + tail);
+  // What the first of them does.
+  CloseWindow();
+  MakeWindow();
+  OpenFromCommandLine(*window_, ParseCommandLine(surroundings_.launches[0]));
+  ASSERT_TRUE(PumpUntil([&] { return IsLoaded(); }));
+  EXPECT_EQ(SelectedName(), "Gamma");
+  EXPECT_EQ(TheSettings().range_end, tools_.bytes.size());
+}
+
+TEST_F(CommandsTest, SelectedValues) {
+  OpenTools();
+  SelectPath("Alpha\\Beta");
+  SelectRow(1);
+  const TempFile out("what was there before");
+  TheListDialogs().save = [&](const FileRequest&) { return FileChoice{out.name(), 0}; };
+  Run(kCommandSaveValue);
+  std::ifstream in(WideName(out.name()).c_str(), std::ios::binary);
+  const std::string written{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+  const auto& bytes = tools_.bytes;
+  const std::string_view whole(reinterpret_cast<const char*>(bytes.data()), bytes.size());
+  EXPECT_EQ(written.size(), 20U);
+  EXPECT_NE(whole.find(written), std::string_view::npos);
+  Run(kCommandInvertValues);
+  EXPECT_EQ(SelectedRow(window_->values), 0);
+  Run(kCommandCopyValues);
+  ASSERT_NE(OpenClipboard(handle_), FALSE);
+  const auto* copied = static_cast<const wchar_t*>(GlobalLock(GetClipboardData(CF_UNICODETEXT)));
+  EXPECT_EQ(Utf8Name(copied).find("Path\tREG_SZ\tC:\\Tools\t0x"), 0U);
+  CloseClipboard();
+  Run(kCommandSelectAllValues);
+  EXPECT_EQ(ListView_GetSelectedCount(window_->values.window), 2U);
+}
+
+TEST_F(CommandsTest, RecentHives) {
+  OpenTools();
+  EXPECT_EQ(TheSettings().histories.recent_files, Texts{hive_->name()});
+  EXPECT_EQ(TheSettings().folders[kFolderHives], hive_->folder());
+  Run(kCommandRecentHive + 1);
+  EXPECT_TRUE(surroundings_.launches.empty());
+  Run(kCommandRecentHive);
+  EXPECT_EQ(surroundings_.launches, Texts{"/C \"" + hive_->name() + "\""});
+}
+
+TEST_F(CommandsTest, PlaceAndSizesSurviveARestart) {
+  const TempFile ini("[LTFS]\r\nLF0=D:\\opened by another copy\r\n", "hivequarry.ini");
+  TheProgram().settings_file = ini.name();
+  OpenTools();
+  SetWindowPos(handle_, nullptr, 60, 50, 800, 600, SWP_NOZORDER);
+  ListView_SetColumnWidth(window_->values.window, 0, 111);
+  window_->values.columns_touched = true;
+  window_->tree_width = 222;
+  Run(kCommandDetailPane);
+  CloseWindow();
+  TheSettings() = Settings();
+  ReadSettings(ini.name(), TheSettings());
+  TheProgram().settings_file.clear();
+  EXPECT_EQ(TheSettings().histories.recent_files,
+            (Texts{hive_->name(), "D:\\opened by another copy"}));
+  MakeWindow();
+  RECT place{};
+  GetWindowRect(handle_, &place);
+  EXPECT_EQ(place.left, 60);
+  EXPECT_EQ(place.top, 50);
+  EXPECT_NEAR(place.right - place.left, 800, 1);
+  EXPECT_NEAR(place.bottom - place.top, 600, 1);
+  EXPECT_NEAR(ListView_GetColumnWidth(window_->values.window, 0), 111, 1);
+  EXPECT_EQ(window_->tree_width, 222);
+  EXPECT_FALSE(window_->detail_shown);
+  ShowWindow(handle_, SW_MAXIMIZE);
+  CloseWindow();
+  MakeWindow();
+  EXPECT_TRUE(IsZoomed(handle_));
+  CloseWindow();
+  // A place that no screen shows any more.
+  TheSettings().main = {9000, 9000, 9800, 9600, false, {}};
+  MakeWindow();
+  GetWindowRect(handle_, &place);
+  EXPECT_NE(MonitorFromPoint({place.right - 1, place.top}, MONITOR_DEFAULTTONULL), nullptr);
+}
+
+TEST_F(CommandsTest, SurroundingsThatAreNotRight) {
+  SystemFacts facts;
+  CheckSurroundings(facts);
+  CommandLine line = ParseCommandLine("-SYSTEM X:\\no\\such\\folder");
+  ASSERT_FALSE(line.backup_hives.empty());
+  CheckBackupRequest(line);
+  EXPECT_TRUE(line.backup_hives.empty());
+  Texts said;
+  for (const ShownBox& box : surroundings_.boxes) said.push_back(box.text);
+  EXPECT_EQ(said,
+            (Texts{"Can not determine Windows directory !", "Can not determine System directory !",
+                   "Unknown OS !", "Invalid directory !"}));
+  CheckSurroundings(ReadSystemFacts());
+  EXPECT_EQ(surroundings_.boxes.size(), 4U);
+}
+
+TEST(SystemFlagsTest, VersionsOfTheSystem) {
+  using Flag = bool SystemFlags::*;
+  const struct {
+    uint32_t platform, major, minor;
+    std::vector<Flag> flags;
+    int live_hives;
+  } kCases[] = {
+      {1, 4, 0, {&SystemFlags::family_9x, &SystemFlags::windows_95}, 7},
+      {1, 4, 10, {&SystemFlags::family_9x, &SystemFlags::windows_98}, 7},
+      {1, 4, 90, {&SystemFlags::millennium}, 7},
+      {2, 3, 51, {&SystemFlags::family_nt, &SystemFlags::nt3}, 7},
+      {2, 4, 0, {&SystemFlags::family_nt, &SystemFlags::nt4}, 7},
+      {2, 5, 0, {&SystemFlags::family_nt, &SystemFlags::windows_2000}, 7},
+      {2, 5, 2, {&SystemFlags::family_nt, &SystemFlags::xp_class}, 7},
+      {2, 6, 0, {&SystemFlags::family_nt, &SystemFlags::xp_class, &SystemFlags::vista}, 9},
+      {2, 10, 0, {&SystemFlags::family_nt, &SystemFlags::xp_class, &SystemFlags::vista}, 9},
+      {3, 10, 0, {}, 7},
+  };
+  constexpr Flag kAll[] = {&SystemFlags::family_9x,  &SystemFlags::windows_95,
+                           &SystemFlags::windows_98, &SystemFlags::millennium,
+                           &SystemFlags::family_nt,  &SystemFlags::nt3,
+                           &SystemFlags::nt4,        &SystemFlags::windows_2000,
+                           &SystemFlags::xp_class,   &SystemFlags::vista};
+  for (const auto& expected : kCases) {
+    SCOPED_TRACE(::testing::Message() << expected.major << "." << expected.minor);
+    const SystemFlags flags = FlagsOfVersion(expected.platform, expected.major, expected.minor);
+    for (const Flag flag : kAll) {
+      const bool wanted = std::ranges::find(expected.flags, flag) != expected.flags.end();
+      EXPECT_EQ(flags.*flag, wanted);
+    }
+    EXPECT_EQ(LiveHives(flags), expected.live_hives);
+  }
+}
+
+}  // namespace
+}  // namespace hivequarry::testing

@@ -1,0 +1,270 @@
+// Options, bookmarks, recent keys and raw views, used as a user does.
+#include <algorithm>
+
+#include "app/bookmarks.h"
+#include "app/key_paths.h"
+#include "app/recent_keys.h"
+#include "tests/support/sample_hives.h"
+#include "tests/window/list_fixture.h"
+#include "ui/bookmarks_dialog.h"
+#include "ui/misc_commands.h"
+#include "ui/position_dialog.h"
+#include "ui/raw_view.h"
+#include "ui/recent_keys_dialog.h"
+#include "ui/resource.h"
+#include "ui/system_facts.h"
+#include "ui/text.h"
+
+namespace hivequarry::testing {
+namespace {
+
+using Use = std::function<void(HWND dialog)>;
+
+// What is done in the dialog that comes up next, from within its own loop.
+void InNextDialog(Use use) {
+  static Use next;
+  next = std::move(use);
+  SetTimer(nullptr, 0, 10, [](HWND, UINT, UINT_PTR timer, DWORD) {
+    const HWND dialog = FindWindowW(L"#32770", nullptr);
+    if (dialog == nullptr || IsWindowVisible(dialog) == FALSE) return;
+    KillTimer(nullptr, timer);
+    next(dialog);
+  });
+}
+
+void Click(HWND dialog, int control) { SendDlgItemMessageW(dialog, control, BM_CLICK, 0, 0); }
+bool IsOn(HWND dialog, int control) {
+  return IsWindowEnabled(GetDlgItem(dialog, control)) != FALSE;
+}
+Use Clicks(std::initializer_list<int> controls) {
+  return [controls = std::vector<int>(controls)](HWND dialog) {
+    for (const int control : controls) Click(dialog, control);
+  };
+}
+
+class DialogsTest : public ListTest {
+ protected:
+  void SetUp() override {
+    ListTest::SetUp();
+    TheRecentKeys().clear();
+  }
+  std::string SelectedPath() const {
+    return ItemPath(ShownHive(*window_), *window_->key_tree, SelectedItem(window_->tree));
+  }
+  void OpenSample() {
+    Open(file_.name());
+    ASSERT_GT(window_->summary.disconnected_values, 0U);
+  }
+  TempFile file_{DamagedSample(), "SOFTWARE"};
+};
+
+TEST_F(DialogsTest, EachOptionHasItsBoxAndDefaultsBringBackTheBuiltInOnes) {
+  OpenSample();
+  const struct {
+    int control;
+    bool Options::*option;
+  } boxes[] = {{kOptionNumberRows, &Options::number_rows},
+               {kOptionSortNew, &Options::sort_new_lists},
+               {kOptionWrapFind, &Options::wrap_find},
+               {kOptionSavePlace, &Options::save_window_position},
+               {kOptionDetailPane, &Options::detail_pane},
+               {kOptionTechnical, &Options::technical_view},
+               {kOptionCellDetails, &Options::cell_details}};
+  for (const auto& box : boxes) {
+    SCOPED_TRACE(box.control);
+    const bool before = TheSettings().options.*box.option;
+    InNextDialog(Clicks({box.control, IDCANCEL}));
+    OnOptions(*window_);
+    EXPECT_EQ(TheSettings().options.*box.option, before);
+    InNextDialog(Clicks({box.control, IDOK}));
+    OnOptions(*window_);
+    EXPECT_NE(TheSettings().options.*box.option, before);
+  }
+  EXPECT_TRUE(window_->view.technical && window_->view.cell_details && !window_->detail_shown);
+  InNextDialog(Clicks({kOptionsDefaults, IDOK}));
+  OnOptions(*window_);
+  EXPECT_EQ(OptionDigits(TheSettings().options), OptionDigits(Options()));
+  EXPECT_FALSE(window_->view.technical || window_->view.cell_details || !window_->detail_shown);
+  EXPECT_TRUE(surroundings_.boxes.empty());
+}
+
+TEST_F(DialogsTest, OptionsOfRecoveryWorkOnTheHiveThatIsLoadedAgain) {
+  OpenSample();
+  SelectItemAndWait(FirstChild(*window_->key_tree, 0));
+  const std::string selected = SelectedPath();
+  InNextDialog(Clicks({kOptionLostValues, IDOK}));
+  OnOptions(*window_);  // answered with No
+  EXPECT_EQ(surroundings_.boxes.size(), 1U);
+  EXPECT_GT(window_->summary.disconnected_values, 0U);
+  surroundings_.answer = Answer::kYes;
+  ReloadHive(*window_);
+  EXPECT_LT(window_->slot, 0);
+  ASSERT_TRUE(PumpUntil([&] { return IsLoaded(); }));
+  WaitForRows();
+  EXPECT_EQ(window_->summary.disconnected_values, 0U);
+  EXPECT_EQ(SelectedPath(), selected);
+}
+
+class BookmarksTest : public DialogsTest {
+ protected:
+  void SetUp() override {
+    DialogsTest::SetUp();
+    OpenSample();
+    TheProgram().bookmark_file = bookmark_file_.name();
+  }
+  Texts Paths() const {
+    Bookmarks bookmarks;
+    EXPECT_TRUE(LoadBookmarks(bookmark_file_.name(), bookmarks));
+    Texts paths;
+    for (const size_t line : ShownBookmarks(bookmarks, BookmarkFilter::kAll)) {
+      const Bookmark& at = bookmarks.lines[line].bookmark;
+      paths.push_back(at.path + (at.note.empty() ? "" : ": " + at.note));
+    }
+    return paths;
+  }
+  static std::string TextAt(HWND dialog, int row) {
+    std::array<wchar_t, 300> text{};
+    ListView_GetItemText(GetDlgItem(dialog, kBookmarkList), row, 0, text.data(), 300);
+    return Utf8Name(text.data());
+  }
+  static int Count(HWND dialog) { return ListView_GetItemCount(GetDlgItem(dialog, kBookmarkList)); }
+  static constexpr std::string_view kLines =
+      "HKEY_LOCAL_MACHINE\\SOFTWARE\\Gone\\Deep\r\nHKEY_CURRENT_USER\\Console\r\n"
+      "HKEY_USERS\\S-1-5-18\\Console\r\n# a remark\r\nHKEY_CLASSES_ROOT\\.txt\r\n";
+  TempFile bookmark_file_{kLines, "bookmarks.txt"};
+};
+
+TEST_F(BookmarksTest, AddFilterNoteAndDelete) {
+  const uint32_t item = FirstChild(*window_->key_tree, 0);
+  SelectItemAndWait(item);
+  const std::string key = KeyPathOf(ShownHive(*window_), *window_->key_tree, item);
+  OnAddToBookmarks(*window_);
+  EXPECT_EQ(Paths().at(0), key);
+  InNextDialog([&](HWND dialog) {
+    EXPECT_EQ(Count(dialog), 5);
+    for (const auto& [filter, count] :
+         {std::pair(kBookmarkMachine, 3), std::pair(kBookmarkUsers, 1),
+          std::pair(kBookmarkUser, 1)}) {
+      Click(dialog, filter);
+      EXPECT_EQ(Count(dialog), count) << filter;
+    }
+    EXPECT_EQ(TextAt(dialog, 0), "HKEY_CURRENT_USER\\Console");
+    SetFocus(GetDlgItem(dialog, kBookmarkNote));
+    SendDlgItemMessageW(dialog, kBookmarkNote, EM_REPLACESEL, FALSE,
+                        reinterpret_cast<LPARAM>(L"caf\u00e9"));
+    SendMessageW(dialog, WM_COMMAND, IDOK, 0);  // Enter ends the note, not the dialog
+    EXPECT_EQ(Paths().at(2), "HKEY_CURRENT_USER\\Console: caf\xC3\xA9");
+    Click(dialog, kBookmarkAll);
+    NMLVKEYDOWN notice{};
+    notice.hdr = {GetDlgItem(dialog, kBookmarkList), kBookmarkList, LVN_KEYDOWN};
+    notice.wVKey = VK_DELETE;
+    SendMessageW(dialog, WM_NOTIFY, kBookmarkList, reinterpret_cast<LPARAM>(&notice));
+    EXPECT_EQ(Count(dialog), 4);
+    Click(dialog, IDCANCEL);
+  });
+  OnBookmarks(*window_);
+  EXPECT_EQ(Paths().size(), 4U);
+  EXPECT_NE(BytesOf(bookmark_file_.name()).find("# a remark"), std::string::npos);
+}
+
+TEST_F(BookmarksTest, GoingToOneSaysWhenItIsNotThere) {
+  const struct {
+    int row;
+    const char* box;  // what it begins with
+    bool moves;
+  } cases[] = {{0, "Key not found !", true}, {1, "This hive does not hold", false}};
+  for (const auto& c : cases) {
+    SelectItemAndWait(FirstChild(*window_->key_tree, 0));
+    const std::string before = SelectedPath();
+    TakeBoxes();
+    InNextDialog([&](HWND dialog) {
+      const HWND list = GetDlgItem(dialog, kBookmarkList);
+      ListView_SetItemState(list, c.row, LVIS_SELECTED, LVIS_SELECTED);
+      Click(dialog, IDOK);
+    });
+    OnBookmarks(*window_);
+    EXPECT_EQ(TakeBoxes().at(0).find(c.box), std::string("Hivequarry: ").size());
+    EXPECT_EQ(SelectedPath() != before, c.moves);
+  }
+}
+
+TEST_F(DialogsTest, RecentKeysAreThoseThatStayedAndOneIsGoneBackTo) {
+  OpenSample();
+  const uint32_t first = FirstChild(*window_->key_tree, 0);
+  const uint32_t second = NextSibling(*window_->key_tree, first);
+  SelectItemAndWait(first);
+  TheRecentKeys().clear();  // loading may have taken long enough for the root
+  NoteKeyShown(*window_);
+  EXPECT_TRUE(TheRecentKeys().empty());
+  EXPECT_TRUE(PumpUntil([] { return TheRecentKeys().size() == 1; }));
+  SelectItemAndWait(second);
+  NoteKeyUsed(*window_);
+  SelectItemAndWait(window_->key_tree->disconnected_keys);
+  NoteKeyUsed(*window_);  // a folder is no key
+  EXPECT_EQ(TheRecentKeys().size(), 2U);
+  InNextDialog([](HWND dialog) {
+    const HWND list = GetDlgItem(dialog, kRecentList);
+    EXPECT_EQ(ListBox_GetCount(list), 2);
+    ListBox_SetCurSel(list, 1);
+    Click(dialog, IDOK);
+  });
+  OnRecentKeys(*window_);
+  EXPECT_EQ(SelectedItem(window_->tree), first);
+}
+
+TEST_F(DialogsTest, RawViewFollowsOffsetsAndGoesBack) {
+  OpenSample();
+  TheSettings().options.number_rows = true;  // not for fields
+  SelectItemAndWait(FirstChild(*window_->key_tree, 0));
+  const uint32_t position = window_->key_tree->items[SelectedItem(window_->tree)].position;
+  const uint32_t parent = window_->key_tree->items[0].position;
+  ListPlace* place = OpenRawView(*window_, position);
+  ASSERT_NE(place, nullptr);
+  const Texts fields = Column(*place, 2);
+  const auto row = static_cast<uint32_t>(std::ranges::find(fields, "Parent") - fields.begin());
+  ASSERT_LT(row, fields.size()) << ::testing::PrintToString(fields);
+  FocusRow(*place, row, false);
+  OnFollowRecord(*place);
+  char text[16];
+  snprintf(text, sizeof text, "0x%08X", parent);
+  EXPECT_TRUE(Column(*place, 0).at(0).starts_with(text)) << Column(*place, 0).at(0);
+  OnPreviousRecord(*place);
+  EXPECT_EQ(Column(*place, 2), fields);
+  EXPECT_EQ(FocusedRow(*place), static_cast<int>(row));
+  EXPECT_EQ(OpenRawView(*window_, 0xFFFFFFF0), nullptr);
+  EXPECT_EQ(TakeBoxes().size(), 1U);
+}
+
+TEST_F(DialogsTest, PositionsAreReadAsTheyAreWritten) {
+  const struct {
+    const wchar_t* text;
+    uint32_t position;  // 1: none
+  } cases[] = {{L"4128", 4128},
+               {L" 0x1020 ", 4128},
+               {L"0x00001020 (4128)", 4128},
+               {L"0", 0},
+               {L"", 1},
+               {L"0x", 1},
+               {L"12g", 1},
+               {L"-5", 1},
+               {L"4294967296", 1}};
+  for (const auto& c : cases) {
+    uint32_t position = 1;
+    EXPECT_EQ(ReadPosition(c.text, position), c.position != 1) << Utf8Name(c.text);
+    EXPECT_EQ(position, c.position) << Utf8Name(c.text);
+  }
+  uint32_t position = 16;
+  InNextDialog([](HWND dialog) {
+    for (const auto& [text, good] : {std::pair(L"4096", false), std::pair(L"no", false),
+                                     std::pair(L"", false), std::pair(L"4095", true)}) {
+      SetDlgItemTextW(dialog, kPositionText, text);
+      EXPECT_EQ(IsOn(dialog, IDOK), good) << Utf8Name(text);
+    }
+    Click(dialog, IDOK);
+  });
+  EXPECT_TRUE(AskPosition(handle_, 4096, position));
+  EXPECT_EQ(position, 4095U);
+}
+
+}  // namespace
+}  // namespace hivequarry::testing

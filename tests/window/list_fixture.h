@@ -1,0 +1,46 @@
+// Output Lists in the real window.
+#pragma once
+
+#include <initializer_list>
+#include <string>
+#include <vector>
+
+#include "app/settings.h"
+#include "lists/output_list.h"
+#include "tests/window/window_fixture.h"
+#include "ui/list_commands.h"
+#include "ui/list_place.h"
+#include "ui/list_window.h"
+
+namespace hivequarry::testing {
+
+using Texts = std::vector<std::string>;
+
+class ListTest : public WindowTest {
+ protected:
+  void SetUp() override;
+  void TearDown() override;
+
+  // A list whose rows are given cell by cell; row i has the icon i % 4 and no position.
+  static OutputListPtr MakeRows(int kind, std::initializer_list<Texts> rows);
+  // A list of one column: `count` rows "Row 0000000" on.
+  static OutputListPtr MakeManyRows(uint32_t count);
+  ListPlace& OpenList(OutputListPtr list);
+  // Until no worker is at work on the list.
+  static void Finish(ListPlace& place);
+  void RunList(ListPlace& place, uint32_t command);
+
+  // What the control shows of a column, row by row.
+  Texts Column(const ListPlace& place, size_t column) const;
+  static Texts Selected(const ListPlace& place);
+  static std::string PartText(const ListPlace& place, int part);
+  // The texts of the boxes shown since the last call, "title: text" each.
+  Texts TakeBoxes();
+};
+
+// Adds a row of one cell; without a datum it speaks of no position.
+void AddText(OutputList& list, std::string_view text, uint32_t datum = 0);
+// The bytes of a file (UTF-8 name); empty where there is none.
+std::string BytesOf(const std::string& file);
+
+}  // namespace hivequarry::testing

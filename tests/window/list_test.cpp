@@ -1,0 +1,442 @@
+// Lists on the screen: order, finding, selection, keys, guards, and windows of their own.
+#include <algorithm>
+#include <set>
+
+#include "host/long_operation.h"
+#include "tests/window/list_fixture.h"
+#include "ui/find_dialog.h"
+#include "ui/list_dialogs.h"
+#include "ui/list_finding.h"
+#include "ui/list_frame.h"
+#include "ui/list_sorting.h"
+#include "ui/list_work.h"
+#include "ui/resource.h"
+#include "ui/text.h"
+
+namespace hivequarry::testing {
+namespace {
+
+void ClickHeader(const ListPlace& place, int column) {
+  NMLISTVIEW notice{};
+  notice.hdr = {place.list, kListId, LVN_COLUMNCLICK};
+  notice.iSubItem = column;
+  SendMessageW(place.window, WM_NOTIFY, kListId, reinterpret_cast<LPARAM>(&notice));
+}
+
+int ArrowOf(const ListPlace& place, int column) {
+  HDITEMW item{};
+  item.mask = HDI_FORMAT;
+  Header_GetItem(ListView_GetHeader(place.list), column, &item);
+  return item.fmt & (HDF_SORTUP | HDF_SORTDOWN);
+}
+
+TEST_F(ListTest, HeaderClicksSortByWhatTheColumnHolds) {
+  const struct {
+    int kind;
+    int column;
+    bool by_length;
+    std::initializer_list<Texts> rows;
+    Texts up;  // of that column
+  } cases[] = {
+      {5, 0, false, {{"b"}, {"A"}, {"a"}, {"B"}}, {"a", "A", "b", "B"}},
+      {5, 1, true, {{"", "ccc"}, {"", "a"}, {"", "bb"}}, {"a", "bb", "ccc"}},
+      {47, 1, false, {{"r", "10"}, {"r", "9"}, {"r", "100"}}, {"9", "10", "100"}},
+      {11,
+       0,
+       false,
+       {{"2023/10/9"}, {"2023/9/30"}, {"1999/12/31"}},
+       {"1999/12/31", "2023/9/30", "2023/10/9"}},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.kind);
+    ListPlace& place = OpenList(MakeRows(c.kind, c.rows));
+    const auto click = [&] {
+      c.by_length ? OnHeaderClick(place, c.column, true) : ClickHeader(place, c.column);
+      Finish(place);
+    };
+    click();
+    EXPECT_EQ(Column(place, static_cast<size_t>(c.column)), c.up);
+    EXPECT_EQ(ArrowOf(place, c.column), HDF_SORTUP);
+    click();
+    EXPECT_EQ(Column(place, static_cast<size_t>(c.column)), Texts(c.up.rbegin(), c.up.rend()));
+    EXPECT_EQ(ArrowOf(place, c.column), HDF_SORTDOWN);
+    ClickHeader(place, c.column == 0 ? 1 : 0);  // the column keeps its direction
+    Finish(place);
+    EXPECT_EQ(ArrowOf(place, c.column), 0);
+    click();
+    EXPECT_EQ(ArrowOf(place, c.column), HDF_SORTDOWN);
+  }
+}
+
+TEST_F(ListTest, SortCommandsAndSelection) {
+  ListPlace& place =
+      OpenList(MakeRows(51, {{"root\\a\\b"}, {"root"}, {"root\\c"}, {"x\\y\\z\\q"}, {"r"}}));
+  SelectShown(place, {0, 1}, false);
+  RunList(place, kCommandSortByType);  // icons 0 1 2 3 0
+  EXPECT_EQ(Column(place, 0), (Texts{"root\\a\\b", "r", "root", "root\\c", "x\\y\\z\\q"}));
+  RunList(place, kCommandSortByLevel);
+  EXPECT_EQ(Column(place, 0), (Texts{"r", "root", "root\\c", "root\\a\\b", "x\\y\\z\\q"}));
+  RunList(place, kCommandSortByLength);  // the column sorted last, so the other way round
+  EXPECT_EQ(Column(place, 0), (Texts{"root\\a\\b", "x\\y\\z\\q", "root\\c", "root", "r"}));
+  EXPECT_EQ(Selected(place), (Texts{"root\\a\\b", "root"}));
+  RunList(place, kCommandListInvert);
+  EXPECT_EQ(Selected(place), (Texts{"x\\y\\z\\q", "root\\c", "r"}));
+}
+
+TEST_F(ListTest, EscapeAsksWhetherToStopTheSort) {
+  for (const Answer answer : {Answer::kYes, Answer::kNo}) {
+    surroundings_.answer = answer;
+    TheEscapeKey().is_down = [] { return true; };
+    ListPlace& place = OpenList(MakeManyRows(400));
+    place.descending[0] = true;
+    ClickHeader(place, 0);
+    EXPECT_EQ(PartText(place, kListText), " Sorting items (press Esc to stop) ...");
+    Finish(place);
+    EXPECT_EQ(PartText(place, kListText), "");
+    EXPECT_EQ(surroundings_.boxes.at(0).icon, Icon::kQuestion);
+    EXPECT_EQ(TakeBoxes().at(0), "Hivequarry: Stop current Process ?");
+    const Texts shown = Column(place, 0);
+    EXPECT_EQ(std::set<std::string>(shown.begin(), shown.end()).size(), 400U);
+    EXPECT_EQ(shown.front() == "Row 0000399", answer == Answer::kNo);
+  }
+}
+
+TEST_F(ListTest, FindWrapsAndSaysSo) {
+  const struct {
+    const char* text;
+    int focused;  // -1: none
+    bool down;
+    bool wrap;
+    const char* selected;
+    const char* status;
+    bool box;
+  } cases[] = {
+      {"ALPHA", -1, true, true, "alpha one", "", false},
+      {"alpha", 0, true, true, "alpha two", "", false},
+      {"alpha", 3, true, true, "alpha one", "Search passed end of list.", false},
+      {"alpha", 0, false, true, "alpha two", "Search passed beginning of list.", false},
+      {"alpha", 3, true, false, "gamma", "", false},
+      {"second cell", 0, true, true, "beta", "", false},
+      {"nothing", 1, true, true, "beta", "Search passed end of list.", true},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(std::string(c.text) + " from " + std::to_string(c.focused));
+    ListPlace& place =
+        OpenList(MakeRows(5, {{"alpha one"}, {"beta", "Second Cell"}, {"alpha two"}, {"gamma"}}));
+    if (c.focused >= 0) FocusRow(place, static_cast<uint32_t>(c.focused), false);
+    place.last_find = c.text;
+    TheSettings().options.wrap_find = c.wrap;
+    RunList(place, c.down ? kCommandFindNext : kCommandFindPrevious);
+    EXPECT_EQ(Selected(place), Texts{c.selected});
+    EXPECT_EQ(PartText(place, kListText), c.status);
+    EXPECT_EQ(TakeBoxes(), c.box ? Texts{"Hivequarry: No items found !"} : Texts());
+    if (!c.box) continue;
+    EXPECT_TRUE(PumpUntil([&] { return PartText(place, kListText).empty(); }));
+  }
+}
+
+// Does in the dialog of that title what a user would, once it is up.
+void InDialog(const wchar_t* title, const std::function<void(HWND dialog)>& act) {
+  static std::function<void(HWND)> pending;
+  static std::wstring wanted;
+  pending = act;
+  wanted = title;
+  SetTimer(nullptr, 0, 10, [](HWND, UINT, UINT_PTR timer, DWORD) {
+    const HWND dialog = FindWindowW(L"#32770", wanted.c_str());
+    if (dialog == nullptr) return;
+    KillTimer(nullptr, timer);
+    pending(dialog);
+  });
+}
+
+TEST_F(ListTest, FindDialog) {
+  AddToHistory(TheSettings().histories.list_finds, "older");
+  ListPlace& place = OpenList(MakeRows(51, {{"one"}, {"two"}, {"three"}, {"two again"}}));
+  FocusRow(place, 0, false);
+  SetFocus(place.list);
+  InDialog(L"Find in List", [&](HWND dialog) {
+    EXPECT_EQ(ComboBox_GetCount(GetDlgItem(dialog, kFindText)), 1);
+    EXPECT_FALSE(IsWindowEnabled(handle_));  // nor the main window while it is up
+    SendDlgItemMessageW(dialog, kFindAdd, BM_CLICK, 0, 0);
+    SendMessageW(dialog, WM_COMMAND, kFindUp, 0);  // without a text nothing happens
+    SetDlgItemTextW(dialog, kFindText, L"Two");
+    SendMessageW(dialog, WM_COMMAND, kFindUp, 0);
+  });
+  RunList(place, kCommandFindInList);
+  EXPECT_EQ(Selected(place), (Texts{"one", "two again"}));
+  EXPECT_EQ(TheSettings().histories.list_finds, (History{"Two", "older"}));
+  EXPECT_EQ(GetFocus(), place.list);
+  EXPECT_TRUE(IsWindowEnabled(handle_));
+  RunList(place, kCommandFindPrevious);
+  EXPECT_EQ(Selected(place), (Texts{"one", "two", "two again"}));
+
+  InDialog(L"Select all with", [&](HWND dialog) {
+    EXPECT_EQ(ComboBox_GetCount(GetDlgItem(dialog, kSelectColumn)), 2);
+    SetDlgItemTextW(dialog, kSelectText, L"t");
+    SendMessageW(dialog, WM_COMMAND, IDOK, 0);
+  });
+  RunList(place, kCommandListSelectWith);
+  EXPECT_EQ(Selected(place), (Texts{"two", "three", "two again"}));
+}
+
+// Texts of a menu, sub menus in brackets behind theirs, grey items behind a '-'.
+std::string MenuTexts(HMENU menu) {
+  std::string texts;
+  for (int i = 0; i < GetMenuItemCount(menu); ++i) {
+    wchar_t text[80] = L"";
+    GetMenuStringW(menu, static_cast<UINT>(i), text, 80, MF_BYPOSITION);
+    if (text[0] == L'\0') continue;
+    if ((GetMenuState(menu, static_cast<UINT>(i), MF_BYPOSITION) & MF_GRAYED) != 0) texts += "-";
+    texts += Utf8Name(text);
+    const HMENU sub = GetSubMenu(menu, i);
+    if (sub != nullptr) texts += "[" + MenuTexts(sub) + "]";
+    texts += "|";
+  }
+  return texts;
+}
+
+TEST_F(ListTest, ContextMenu) {
+  const std::string head = "-Go to &Tree\tCtrl-T|-Go to &Regedit\tCtrl-R|";
+  const std::string tail =
+      "&Output List[&Save as Text File|&Save as Report List|&Load Report List|"
+      "&Copy to Clipboard|&Print|&Notepad|]|&Find\tCtrl+F|Find &next\tF3|Find &previous\tF4|"
+      "Select &all|In&vert Selection|&Select all with...|"
+      "Selected &Items[-&Copy to ClipBoard|-Copy &first column|-&Save to File|"
+      "-&Save as Report List|-&Print|]|Sort by &type|Sort by l&ength|Sort by nesting &level|"
+      "&Resize columns|";
+  const struct {
+    int kind;
+    const char* middle;
+  } cases[] = {{44, ""},
+               {5, "-&Export|"},
+               {28, "-Copy CLS&ID|"},
+               {38, "-Open valid &Root|-Open &Key|"},
+               {47,
+                "-Keys with this Security &Record|-Keys with this &Owner Sid|"
+                "-Keys with this &ACE Sid|-&Properties Security Record|"},
+               {55, "-Split File|"}};
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.kind);
+    ListPlace& place = OpenList(MakeRows(c.kind, {{"a row"}}));
+    const HMENU menu = MakeListMenu(place);
+    EXPECT_EQ(MenuTexts(menu), head + c.middle + tail);
+    DestroyMenu(menu);
+  }
+}
+
+TEST_F(ListTest, ToolbarAndCount) {
+  const ListPlace& place = OpenList(MakeRows(51, {{"a"}, {"b"}}));
+  const HWND toolbar = GetDlgItem(place.window, kListToolbarId);
+  std::string tips;
+  for (int i = 0; i < SendMessageW(toolbar, TB_BUTTONCOUNT, 0, 0); ++i) {
+    TBBUTTON button{};
+    SendMessageW(toolbar, TB_GETBUTTON, static_cast<WPARAM>(i), reinterpret_cast<LPARAM>(&button));
+    if ((button.fsStyle & BTNS_SEP) != 0) continue;
+    NMTTDISPINFOW tip{};
+    tip.hdr = {toolbar, static_cast<UINT_PTR>(button.idCommand), TTN_GETDISPINFOW};
+    SendMessageW(place.window, WM_NOTIFY, 0, reinterpret_cast<LPARAM>(&tip));
+    tips += std::to_string(button.idCommand) + " " + Utf8Name(tip.szText) + "|";
+  }
+  EXPECT_EQ(tips,
+            "1416 Save List as Text file|1417 Save as Report List|1418 Load Report List|"
+            "4148 Clear List|1425 Copy List to Clipboard|1430 Print List|1440 Find in List|"
+            "1445 Resize list columns|1460 Stop current Process|1470 Close Window|");
+  EXPECT_EQ(PartText(place, kListCount), "Number of Items : 2");
+  SendMessageW(place.window, WM_COMMAND, kCommandClearList, 0);
+  EXPECT_EQ(PartText(place, kListCount), "Number of Items : 0");
+  EXPECT_EQ(ListView_GetItemCount(place.list), 0);
+}
+
+TEST_F(ListTest, GuardsAndNeeds) {
+  struct Case {
+    uint16_t number;
+    bool idle, running, backup, empty;
+  };
+  constexpr Case kCases[] = {
+      {1416, true, false, false, false},  {1417, true, false, false, false},
+      {1418, true, false, false, true},   {1425, true, false, false, false},
+      {1430, true, false, false, false},  {1440, true, false, false, false},
+      {1445, true, true, true, true},     {1460, false, true, true, false},
+      {1470, true, true, true, true},     {1490, true, false, false, false},
+      {1491, true, false, false, false},  {1505, true, false, true, false},
+      {1506, true, false, true, false},   {4148, true, false, true, false},
+      {9201, true, false, true, false},   {9205, true, false, true, false},
+      {9209, false, false, false, false}, {9213, false, false, false, false}};
+  ListPlace& full = OpenList(MakeRows(51, {{"a"}}));
+  FocusRow(full, 0, false);
+  const ListPlace& empty = OpenList(MakeOutputList(51));
+  LongOperation& operation = TheLongOperation();
+  for (const Case& c : kCases) {
+    SCOPED_TRACE(c.number);
+    EXPECT_EQ(IsListCommandAvailable(full, c.number), c.idle);
+    EXPECT_EQ(IsListCommandAvailable(empty, c.number), c.empty);
+    operation.running = 7;
+    EXPECT_EQ(IsListCommandAvailable(full, c.number), c.running);
+    operation.running = 0;
+    operation.backup = true;
+    EXPECT_EQ(IsListCommandAvailable(full, c.number), c.backup);
+    operation.backup = false;
+  }
+  operation.running = 7;  // refused without a word
+  SendMessageW(full.window, WM_COMMAND, kCommandClearList, 0);
+  EXPECT_EQ(ShownRowCount(full), 1U);
+  EXPECT_TRUE(TakeBoxes().empty());
+  operation.running = 0;
+}
+
+// Presses a key for the list window as its message loop would.
+bool Press(HWND focus, WPARAM key, BYTE control = 0) {
+  BYTE keys[256] = {};
+  keys[VK_CONTROL] = control;
+  SetKeyboardState(keys);
+  MSG message{focus, WM_KEYDOWN, key, 0, 0, {}};
+  return TranslateListKeys(message);
+}
+
+TEST_F(ListTest, Keys) {
+  ListPlace& place = OpenList(MakeRows(51, {{"one"}, {"two"}}));
+  const HWND window = place.window;
+  const HWND list = place.list;
+  EXPECT_TRUE(Press(list, 'A', 0x80));
+  EXPECT_EQ(Selected(place).size(), 2U);
+  place.last_find = "one";
+  EXPECT_TRUE(Press(list, VK_F3));
+  Finish(place);
+  EXPECT_EQ(Selected(place), Texts{"one"});
+  EXPECT_FALSE(Press(list, VK_DOWN));
+  EXPECT_FALSE(Press(handle_, VK_F3));  // the main window's own business
+  EXPECT_TRUE(Press(list, VK_TAB));
+  EXPECT_EQ(GetFocus(), GetDlgItem(window, kListToolbarId));
+  EXPECT_TRUE(Press(GetFocus(), VK_TAB));
+  EXPECT_EQ(GetFocus(), list);
+  TheLongOperation().running = 7;
+  Press(list, VK_ESCAPE);
+  Pump();
+  EXPECT_TRUE(IsWindow(window));
+  TheLongOperation().running = 0;
+  Press(list, VK_ESCAPE);
+  EXPECT_TRUE(PumpUntil([&] { return IsWindow(window) == FALSE; }));
+}
+
+TEST_F(ListTest, RowsLeadToTheTree) {
+  HiveBuilder builder;
+  builder.Key("Tools\\Inner");
+  const BuiltHive hive = builder.Build();
+  const TempFile file(hive.bytes);
+  Open(file.name());
+  OutputListPtr list = MakeRows(51, {{"no position"}});
+  AddText(*list, "Inner", hive.PositionOf("Tools\\Inner"));
+  ListPlace& place = OpenList(std::move(list));
+  FocusRow(place, 0, false);
+  EXPECT_FALSE(IsListCommandAvailable(place, kCommandGoToTree));
+  FocusRow(place, 1, false);
+  RunList(place, kCommandGoToTree);
+  EXPECT_EQ(window_->key_tree->items[SelectedItem(window_->tree)].position,
+            hive.PositionOf("Tools\\Inner"));
+}
+
+// A window closed while its list is filled goes when the worker has ended.
+TEST_F(ListTest, ClosedWhileItIsFilled) {
+  ListPlace& place = OpenList(MakeOutputList(51));
+  const HWND window = place.window;
+  std::atomic<bool> ended{false};
+  ASSERT_TRUE(FillList(place, kOperationList, [&](OutputList& list) {
+    while (!StopRequested()) AddText(list, "row");
+    ended = true;
+  }));
+  EXPECT_TRUE(PumpUntil([&] { return ListView_GetItemCount(place.list) > 0; }));
+  EXPECT_EQ(RowTexts(place.list, 0)[0], "row");
+  SendMessageW(window, WM_CLOSE, 0, 0);
+  EXPECT_TRUE(PumpUntil([&] { return IsWindow(window) == FALSE; }));
+  EXPECT_TRUE(ended);
+}
+
+TEST_F(ListTest, NewListsAreNumberedAndSorted) {
+  TheSettings().options.number_rows = true;
+  TheSettings().options.sort_new_lists = true;
+  EXPECT_EQ(Column(OpenList(MakeRows(51, {{"b"}, {"a"}})), 0), (Texts{"00001, b", "00002, a"}));
+  ShowList(window_->output, MakeOutputList(51));
+  TheSettings().options.number_rows = false;
+  FillList(window_->output, kOperationList, [](OutputList& list) {
+    for (const std::string_view text : {"b", "a"}) AddText(list, text);
+  });
+  Finish(window_->output);
+  EXPECT_EQ(Column(window_->output, 0), (Texts{"a", "b"}));
+}
+
+TEST_F(ListTest, WindowKeepsItsPlaceAndWidths) {
+  const auto open = [&] { return OpenList(MakeRows(47, {{"a"}})).window; };
+  const HWND first = open();
+  MoveWindow(first, 60, 70, 700, 400, FALSE);
+  ListView_SetColumnWidth(FindListPlace(first)->list, 2, 77);
+  FindListPlace(first)->columns_touched = true;
+  SendMessageW(first, WM_CLOSE, 0, 0);
+  RECT area;
+  const HWND second = open();
+  GetWindowRect(second, &area);
+  EXPECT_EQ(area.left, 60);
+  EXPECT_EQ(area.right, 760);
+  EXPECT_EQ(ListView_GetColumnWidth(FindListPlace(second)->list, 2), 77);
+  EXPECT_EQ(TextOf(second), "Security Records");
+  area = {10, 10, 1010, 610};
+  SendMessageW(second, WM_DPICHANGED, MAKEWPARAM(192, 192), reinterpret_cast<LPARAM>(&area));
+  EXPECT_EQ(ListView_GetColumnWidth(FindListPlace(second)->list, 2), 154);
+}
+
+TEST_F(ListTest, EmptyPaneHasGenericColumns) {
+  EXPECT_EQ(ColumnTitle(*window_->output.model, 17), "Col17");
+  EXPECT_EQ(Header_GetItemCount(ListView_GetHeader(window_->output.list)), 18);
+  EXPECT_EQ(ListView_GetColumnWidth(window_->output.list, 17), 160);
+}
+
+// The longest time that a message took until `done`, in seconds.
+template <typename Done>
+double LongestPause(const Done& done) {
+  using Clock = std::chrono::steady_clock;
+  double longest = 0;
+  const auto end = Clock::now() + std::chrono::seconds(60);
+  while (!done() && Clock::now() < end) {
+    MSG message;
+    const auto start = Clock::now();
+    if (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE) != FALSE) DispatchMessageW(&message);
+    longest = std::max(longest, std::chrono::duration<double>(Clock::now() - start).count());
+    MsgWaitForMultipleObjects(0, nullptr, FALSE, 5, QS_ALLINPUT);
+  }
+  EXPECT_TRUE(done());
+  return longest;
+}
+
+TEST_F(ListTest, MillionRowsStayUsable) {
+  constexpr uint32_t kRows = 1000000;
+  constexpr double kPatience = 1.5;  // seconds; a frozen window would take many
+  ListPlace& place = OpenList(MakeOutputList(51));
+  const auto idle = [&] { return !place.working && !IsSelecting(place); };
+  FillList(place, kOperationList, [](OutputList& list) {
+    char text[16];
+    for (uint32_t i = 0; i < kRows; ++i) {
+      snprintf(text, sizeof text, "Row %07u", static_cast<uint32_t>(i * uint64_t{7919} % kRows));
+      AddText(list, text);
+    }
+  });
+  EXPECT_LT(LongestPause(idle), kPatience);
+  EXPECT_EQ(PartText(place, kListCount), "Number of Items : 1000000");
+  ClickHeader(place, 0);
+  EXPECT_LT(LongestPause(idle), kPatience);
+  for (const uint32_t row : {999999U, 0U, 500000U}) {
+    ListView_EnsureVisible(place.list, row, FALSE);
+    UpdateWindow(place.list);
+    char wanted[16];
+    snprintf(wanted, sizeof wanted, "Row %07u", row);
+    EXPECT_EQ(RowTexts(place.list, static_cast<int>(row))[0], wanted);
+  }
+  place.last_find = "row 0999998";
+  FindInRows(place, true);
+  EXPECT_LT(LongestPause(idle), kPatience);
+  EXPECT_EQ(Selected(place), Texts{"Row 0999998"});
+  SelectRowsWith(place, {"00", 0, false});
+  EXPECT_LT(LongestPause(idle), kPatience);
+  EXPECT_GT(SelectedRows(place).size(), 20000U);
+}
+
+}  // namespace
+}  // namespace hivequarry::testing

@@ -1,0 +1,108 @@
+// What the commands of a list do to its rows, its window and what its rows speak of.
+#include <array>
+#include <cinttypes>
+#include <cstdio>
+#include <memory>
+
+#include "host/host.h"
+#include "host/launch.h"
+#include "host/long_operation.h"
+#include "recovery/root_search.h"
+#include "reports/file_pieces.h"
+#include "ui/list_handlers.h"
+#include "ui/list_work.h"
+#include "ui/main_window.h"
+
+namespace hivequarry {
+namespace {
+
+uint32_t FocusedPosition(const ListPlace& place) {
+  return RowDatum(*place.model, ModelRow(place, static_cast<uint32_t>(FocusedRow(place))));
+}
+
+// A list with the same rows, in the order shown, for a worker to fill in while the list itself is
+// drawn.
+OutputListPtr CopyAsShown(const ListPlace& place) {
+  const OutputList& list = *place.model;
+  OutputListPtr copy = MakeOutputList(ListKindOf(list));
+  SetListTitle(*copy, ListTitle(list));
+  SetListSource(*copy, ListSource(list));
+  std::array<std::string_view, kMaxColumns> texts;
+  const int columns = std::min(ColumnCount(list), kMaxColumns);
+  for (const uint32_t row : ShownRows(place)) {
+    for (int column = 0; column < columns; ++column) {
+      texts[static_cast<size_t>(column)] = CellText(list, row, column);
+    }
+    NewRow copied;
+    copied.texts = std::span(texts).first(static_cast<size_t>(columns));
+    copied.icon = RowIcon(list, row);
+    copied.datum = RowDatum(list, row);
+    copied.has_datum = RowHasDatum(list, row);
+    AddRow(*copy, copied);
+  }
+  return copy;
+}
+
+struct SplitJob {
+  OutputListPtr list;
+  bool done = false;
+};
+
+void TakePieces(ListPlace& place, SplitJob& job) {
+  place.model = std::move(job.list);
+  place.ordered = false;
+  InvalidateRect(place.list, nullptr, FALSE);
+  ShowPlaceStatus(place, job.done ? "Done." : "");
+}
+
+}  // namespace
+
+void OnClearList(ListPlace& place) { EmptyList(place); }
+void OnSelectAllRows(ListPlace& place) { SelectAllRows(place); }
+void OnInvertRows(ListPlace& place) { InvertSelection(place); }
+void OnResizeListColumns(ListPlace& place) { ResizeListColumns(place); }
+
+void OnStopListWork(ListPlace& place) {
+  EndSelecting(place);
+  StopCommand();
+  PlaceChanged(place);
+}
+
+// Posted, as the place goes with its window.
+void OnCloseList(ListPlace& place) {
+  if (!place.pane) PostMessageW(place.window, WM_CLOSE, 0, 0);
+}
+
+void OnGoToTree(ListPlace& place) {
+  if (GoToPosition(*place.owner, FocusedPosition(place))) {
+    SetForegroundWindow(place.owner->handle);
+  } else {
+    const Host& host = CurrentHost();
+    host.beep(host.context);
+  }
+}
+
+void OnSplitFile(ListPlace& place) {
+  const auto job = std::make_shared<SplitJob>();
+  job->list = CopyAsShown(place);
+  StartListWork(
+      place, kOperationSplit, [job] { job->done = SplitFile(*job->list); },
+      [&place, job] { TakePieces(place, *job); });
+}
+
+void OnOpenValidRoot(ListPlace& place) {
+  OpenRootInCopy(ShownHive(*place.owner), FocusedPosition(place));
+}
+
+// The copy counts positions from the start of its range.
+void OnOpenKey(ListPlace& place) {
+  const HiveImage& hive = ShownHive(*place.owner);
+  const uint32_t root = hive.base_offset + FocusedPosition(place);
+  const uint32_t start = RangeStartForRoot(root);
+  char key[24];
+  std::snprintf(key, sizeof key, "-key=%" PRIu32 " ", root - start);
+  LaunchSelf(key + RangeArguments(hive.file_name, start, hive.base_offset + hive.held),
+             kLaunchPlain);
+}
+
+}  // namespace hivequarry

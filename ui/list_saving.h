@@ -1,0 +1,41 @@
+// Lists as text files and on the clipboard.
+#pragma once
+
+#include <string>
+
+#include "app/settings.h"
+#include "host/output_file.h"
+#include "lists/list_writers.h"
+#include "ui/list_place.h"
+
+namespace hivequarry {
+
+struct FileRequest;
+
+// Writes the rows to a file (UTF-8 name), behind an empty line when it is appended to, and says how
+// many, or what went wrong. False on failure.
+bool SaveListText(const OutputList& list, const WrittenRows& which, const std::string& file,
+                  OutputMode mode);
+// Opens a file to be written anew or appended to; false after `failure` was shown with its name.
+bool OpenListFile(const std::string& file, OutputMode mode, const char* failure, OutputFile& out);
+
+// Asks for a file and remembers its folder; empty when there is none, after a message when the
+// dialog failed. Completes the request.
+std::string ChooseListFile(const ListPlace& place, bool save, LastFolder folder,
+                           FileRequest request);
+
+// Deletes the texts that were written for the editor.
+void DeleteEditedTexts();
+
+// The wait cursor while the interface thread itself is at work on more rows than it takes a moment
+// for.
+struct WaitTurn {
+  explicit WaitTurn(uint32_t rows);
+  ~WaitTurn();
+  WaitTurn(const WaitTurn&) = delete;
+  WaitTurn& operator=(const WaitTurn&) = delete;
+
+  HCURSOR previous = nullptr;
+};
+
+}  // namespace hivequarry

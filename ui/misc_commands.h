@@ -1,0 +1,17 @@
+// Commands about the program itself.
+#pragma once
+
+namespace hivequarry {
+
+struct MainWindow;
+
+void OnHelp(MainWindow& window);
+// Shows the options and puts what was changed into effect; where that needs a load, the user is
+// asked whether the hive is to be loaded again.
+void OnOptions(MainWindow& window);
+
+// Loads the hive that is shown again, with the options of now, and selects the same key. What was
+// edited or taken out of its tree is back as the file has it. Only while no operation runs.
+void ReloadHive(MainWindow& window);
+
+}  // namespace hivequarry

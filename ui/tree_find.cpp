@@ -1,0 +1,73 @@
+#include "ui/tree_find.h"
+
+#include <algorithm>
+
+#include "hive/key_node.h"
+#include "hive/value_key.h"
+#include "host/case.h"
+#include "host/long_operation.h"
+
+namespace hivequarry {
+namespace {
+
+constexpr int64_t kStopPollMask = 0x3FF;
+
+void MakeUpper(const CaseTable& capitals, std::string& text) {
+  for (char& letter : text) letter = static_cast<char>(capitals[static_cast<uint8_t>(letter)]);
+}
+
+// Whether one of the entries of a key's value list leads to the value at `position`.
+bool ListsValue(const HiveImage& hive, uint32_t key, uint32_t position, uint32_t& budget) {
+  const uint32_t count = ReadU32(hive, key + kKeyValueCount);
+  if (count == 0) return false;
+  std::vector<uint32_t> positions;
+  ReadValueList(hive, count, ValueListOf(hive, key), budget, positions);
+  return std::ranges::find(positions, position) != positions.end();
+}
+
+uint32_t ItemListingValue(const HiveImage& hive, const KeyTree& tree, uint32_t position) {
+  uint32_t budget = hive.length / 4;  // lists that many keys share are read within what fits
+  for (uint32_t item = 0; item < tree.items.size(); ++item) {
+    if (!HasKeyCell(tree, item)) continue;
+    if (ListsValue(hive, tree.items[item].position, position, budget)) return item;
+  }
+  return kNoItem;
+}
+
+}  // namespace
+
+FoundItem FindItemByName(const HiveImage& hive, const KeyTree& tree, const TreeFindRequest& request,
+                         const std::function<void()>& passed) {
+  const CaseTable capitals = CurrentCapitals();
+  std::string text = request.text;
+  MakeUpper(capitals, text);
+  const auto count = static_cast<int64_t>(tree.items.size());
+  const int64_t step = request.down ? 1 : -1;
+  int64_t at = request.from < count ? request.from : request.down ? -1 : count;
+  for (int64_t visited = 0; visited < count; ++visited) {
+    if ((visited & kStopPollMask) == 0 && StopRequested()) return {kNoItem, true};
+    at += step;
+    if (at < 0 || at == count) {
+      if (!request.wrap) return {};
+      passed();
+      at = request.down ? 0 : count - 1;
+    }
+    const auto item = static_cast<uint32_t>(at);
+    if (tree.items[item].hidden) continue;
+    std::string name = ItemName(hive, tree, item);
+    MakeUpper(capitals, name);
+    if (name.find(text) != std::string::npos) return {item, false};
+  }
+  return {};
+}
+
+uint32_t ItemShowing(const HiveImage& hive, const KeyTree& tree, uint32_t position) {
+  uint32_t item = ItemOfPosition(tree, position);
+  if (item == kNoItem && std::ranges::binary_search(tree.disconnected_value_positions, position)) {
+    item = tree.disconnected_values;
+  }
+  if (item == kNoItem) item = ItemListingValue(hive, tree, position);
+  return item != kNoItem && tree.items[item].hidden ? kNoItem : item;
+}
+
+}  // namespace hivequarry

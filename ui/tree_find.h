@@ -1,0 +1,32 @@
+// Finding items of the key tree: by their displayed names, and by what a position belongs to.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <string>
+
+#include "hive/key_tree.h"
+
+namespace hivequarry {
+
+struct TreeFindRequest {
+  std::string text;         // code-page text, not empty
+  uint32_t from = kNoItem;  // the item to search from; kNoItem: none
+  bool down = true;
+  bool wrap = true;  // go on at the other end
+};
+struct FoundItem {
+  uint32_t item = kNoItem;  // kNoItem: nothing found
+  bool stopped = false;
+};
+// The next item, filled in the pane or not, whose displayed name holds the text, capital and small
+// letters alike; the item to search from comes last. Hidden ones are passed over. `passed` is
+// called when the search passes an end of the tree.
+FoundItem FindItemByName(const HiveImage& hive, const KeyTree& tree, const TreeFindRequest& request,
+                         const std::function<void()>& passed);
+
+// The item that shows the key or value at a position: the key, the key that lists the value, or the
+// folder of the values that no key names. kNoItem when there is none, or it is hidden.
+uint32_t ItemShowing(const HiveImage& hive, const KeyTree& tree, uint32_t position);
+
+}  // namespace hivequarry

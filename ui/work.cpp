@@ -1,0 +1,43 @@
+#include "ui/work.h"
+
+#include <system_error>
+#include <utility>
+
+#include "host/long_operation.h"
+#include "ui/main_window.h"
+
+namespace hivequarry {
+
+bool StartWork(MainWindow& window, int code, std::function<void()> work,
+               std::function<void()> done) {
+  if (window.work.thread.joinable() || !BeginOperation(code)) return false;
+  window.work.done = std::move(done);
+  ++window.host.wait_cursors;
+  try {
+    window.work.thread = std::thread([run = std::move(work), handle = window.handle] {
+      run();
+      EndOperation();
+      PostMessageW(handle, kWorkDone, 0, 0);
+    });
+  } catch (const std::system_error&) {
+    --window.host.wait_cursors;
+    EndOperation();
+    ShowMessage("Too many Threads or Thread not valid !", kProgramName, Icon::kExclamation);
+    return false;
+  }
+  UpdateToolbars(window);
+  return true;
+}
+
+void TakeWorkDone(MainWindow& window) {
+  if (!window.work.thread.joinable()) return;
+  window.work.thread.join();  // its last act was to post this message
+  --window.host.wait_cursors;
+  TakeHostChanges(window);
+  const std::function<void()> done = std::exchange(window.work.done, nullptr);
+  UpdateToolbars(window);  // `done` may show a box
+  if (done) done();
+  UpdateToolbars(window);
+}
+
+}  // namespace hivequarry

@@ -1,0 +1,36 @@
+// Long operations of the window: one at a time, on a worker thread, under the running flag.
+#pragma once
+
+#include <functional>
+#include <thread>
+
+#include "ui/win.h"
+
+namespace hivequarry {
+
+struct MainWindow;
+
+// Posted by the worker to the main window as its last act.
+inline constexpr UINT kWorkDone = WM_APP + 6;
+
+struct Work {
+  std::thread thread;          // joinable from the start until its end was taken
+  std::function<void()> done;  // for the interface thread
+};
+
+// Running codes of the program's own operations.
+inline constexpr int kOperationSort = 1101;
+inline constexpr int kOperationFind = 1102;
+inline constexpr int kOperationReport = 1103;  // a Report List is loaded
+inline constexpr int kOperationList = 1104;    // a list is filled
+
+// Runs `work` on a worker thread with the running flag set to `code` and the wait cursor shown;
+// afterwards, the flag clear again, `done` on the interface thread. False when an operation is
+// under way, or, after the message "Too many Threads or Thread not valid !", when there is no
+// thread to be had.
+bool StartWork(MainWindow& window, int code, std::function<void()> work,
+               std::function<void()> done);
+// The answer to kWorkDone.
+void TakeWorkDone(MainWindow& window);
+
+}  // namespace hivequarry

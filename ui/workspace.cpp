@@ -1,0 +1,53 @@
+#include "ui/workspace.h"
+
+#include <cstdio>
+
+#include "hive/value_text.h"
+#include "host/host.h"
+#include "ui/text.h"
+
+namespace hivequarry {
+namespace {
+
+const char* KindOf(const HiveImage& hive) {
+  if (!hive.header_valid) return "Fragment without a base block";
+  return hive.root_valid || hive.root_position != 0 ? "Hive" : "Hive without a root cell";
+}
+
+std::string PositionText(uint32_t position) {
+  char text[32];
+  std::snprintf(text, sizeof text, "0x%08X", position);
+  return text;
+}
+
+void AddCount(std::string& text, const char* label, uint32_t count) {
+  text += std::string(label) + ": " + std::to_string(count) + "\r\n";
+}
+
+}  // namespace
+
+ItemValues WorkspaceRows(const HiveImage& hive, const KeyTree& tree) {
+  ItemValues values;
+  values.info_rows.push_back(
+      {tree.root_text, KindOf(hive), NarrowText(WideFromUtf8(hive.file_name)),
+       PositionText(hive.base_offset), static_cast<int>(ValueIcon::kFolder)});
+  return values;
+}
+
+std::wstring WorkspaceDetail(const HiveImage& hive, const KeyTree& tree,
+                             const ImageSummary& summary) {
+  std::string text = "Root: " + tree.root_text + "\r\n";
+  text += "Kind: " + std::string(KindOf(hive)) + "\r\n";
+  text += "Begins in the file at: " + PositionText(hive.base_offset) + "\r\n";
+  AddCount(text, "Length in bytes", hive.length);
+  AddCount(text, "Blocks", summary.bins);
+  AddCount(text, "Keys", summary.keys);
+  AddCount(text, "  of them connected", summary.connected_keys);
+  AddCount(text, "  of them disconnected", summary.disconnected_keys);
+  AddCount(text, "Values", summary.values);
+  AddCount(text, "  of them disconnected", summary.disconnected_values);
+  AddCount(text, "Security records", summary.security_records);
+  return L"File: " + WideName(hive.file_name) + L"\r\n" + WindowText(text);
+}
+
+}  // namespace hivequarry

@@ -1,0 +1,17 @@
+// The folder "Workspace" of the tree: the hives that this window shows, a row each.
+#pragma once
+
+#include <string>
+
+#include "recovery/image_tree.h"
+#include "recovery/item_values.h"
+
+namespace hivequarry {
+
+// Rows of the value pane: root, kind, file name and place in the file.
+ItemValues WorkspaceRows(const HiveImage& hive, const KeyTree& tree);
+// Text of the detail pane.
+std::wstring WorkspaceDetail(const HiveImage& hive, const KeyTree& tree,
+                             const ImageSummary& summary);
+
+}  // namespace hivequarry
