@@ -46,7 +46,7 @@ constexpr TitleWidth kTitles[] = {
     {"Own Offset", Unit::kText, 4, 0},
     {"Parent Offset", Unit::kText, 5, 0},
     // Counts and short words.
-    {"Size", Unit::kText, 3, 0},
+    {"Size", Unit::kText, 6, 0},
     {"Length", Unit::kText, 2, 0},
     {"Data length", Unit::kText, 3, 0},
     {"Keys", Unit::kText, 2, 0},
@@ -55,7 +55,7 @@ constexpr TitleWidth kTitles[] = {
     {"Start", Unit::kText, 3, 0},
     {"Group", Unit::kText, 4, 0},
     {"Flags", Unit::kText, 5, 0},
-    {"Valid Root", Unit::kText, 3, 0},
+    {"Valid Root", Unit::kText, 4, 0},
     {"Dos Name", Unit::kText, 3, 0},
     {"Status", Unit::kText, 4, 0},
     {"Marks", Unit::kText, 2, 0},
@@ -75,7 +75,7 @@ constexpr TitleWidth kTitles[] = {
     {"Display Name", Unit::kText, 6, 2},
     {"CLSID Name", Unit::kText, 5, 1},
     {"InprocServer", Unit::kText, 4, 1},
-    {"Root", Unit::kText, 4, 1},
+    {"Root", Unit::kText, 6, 1},
     {"Field", Unit::kText, 6, 0},
     // Long texts.
     {"Key", Unit::kText, 8, 4},
