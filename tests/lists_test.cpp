@@ -15,9 +15,9 @@ namespace {
 using namespace std::string_literals;
 using namespace std::string_view_literals;
 
-constexpr int kAllKinds[] = {4,  5,  6,  7,  11, 14, 15, 17, 20,  22,  25,  26,  27, 28,
-                             29, 30, 31, 32, 33, 36, 38, 39, 41,  42,  44,  45,  46, 47,
-                             48, 49, 50, 51, 55, 56, 57, 80, 100, 101, 102, 103, 104, 105, 106};
+constexpr int kAllKinds[] = {4,  5,  6,  7,  11, 14, 15,  17,  20,  22,  25,  26,  27, 28, 29,
+                             30, 31, 32, 33, 36, 38, 39,  41,  42,  44,  45,  46,  47, 48, 49,
+                             50, 51, 55, 56, 57, 80, 100, 101, 102, 103, 104, 105, 106};
 
 using Texts = std::vector<std::string_view>;
 
