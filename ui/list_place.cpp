@@ -127,6 +127,7 @@ uint32_t DpiOfPlace(const ListPlace& place) {
 HWND MakeListControl(ListPlace& place, int identifier) {
   place.list = MakeVirtualList(place.window, identifier, {}, DpiOfPlace(place));
   if (place.list == nullptr) return nullptr;
+  SetWindowTextW(place.list, L"Output List");  // what a screen reader calls it
   SetWindowLongPtrW(place.list, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(&place));
   place.model = MakeOutputList(0);
   return place.list;

@@ -45,7 +45,8 @@ HWND MakeVirtualList(HWND parent, int identifier, std::span<const ListColumn> co
       0, 0, 0, 0, parent, reinterpret_cast<HMENU>(static_cast<INT_PTR>(identifier)), nullptr,
       nullptr);
   if (list == nullptr) return nullptr;
-  const DWORD style = LVS_EX_FULLROWSELECT | LVS_EX_DOUBLEBUFFER | LVS_EX_LABELTIP;
+  const DWORD style =
+      LVS_EX_FULLROWSELECT | LVS_EX_DOUBLEBUFFER | LVS_EX_LABELTIP | LVS_EX_HEADERDRAGDROP;
   ListView_SetExtendedListViewStyleEx(list, style, style);
   SetWindowTheme(list, L"Explorer", nullptr);
   int index = 0;

@@ -269,5 +269,50 @@ TEST_F(ListFileTest, RootsOpenInCopies) {
   EXPECT_EQ(surroundings_.launches, (Texts{range, "-key=4128 " + range}));
 }
 
+// The whole way of a list: made from a hive, put in order, found in, kept, and loaded again.
+TEST_F(ListFileTest, FromAHiveToAReportAndBack) {
+  TheSettings().options.sort_new_lists = true;
+  HiveBuilder hive;
+  hive.Key("Alpha\\Beta");
+  hive.Key("Gamma");
+  const TempFile file(hive.Build().bytes);
+  Open(file.name());
+  SelectPath("Alpha\\Beta");
+  SelectItemAndWait(0);
+  Run(kCommandListKeys);
+  ListPlace* place = nullptr;
+  ASSERT_TRUE(PumpUntil([&] {
+    place = FindListPlace(FindWindowW(L"HivequarryList", L"Key tree"));
+    return place != nullptr && !place->working && ShownRowCount(*place) == 4;
+  }));
+  EXPECT_EQ(Column(*place, 0), (Texts{"ROOT", "ROOT\\Alpha", "ROOT\\Alpha\\Beta", "ROOT\\Gamma"}));
+  NMLISTVIEW click{};
+  click.hdr = {place->list, 0, static_cast<UINT>(LVN_COLUMNCLICK)};
+  OnListNotify(*place, click.hdr);
+  Finish(*place);
+  const Texts reversed = {"ROOT\\Gamma", "ROOT\\Alpha\\Beta", "ROOT\\Alpha", "ROOT"};
+  EXPECT_EQ(Column(*place, 0), reversed);
+  place->last_find = "ALPHA";
+  RunList(*place, kCommandFindNext);
+  EXPECT_EQ(Selected(*place), Texts{"ROOT\\Alpha\\Beta"});
+  RunList(*place, kCommandGoToTree);
+  WaitForRows();
+  EXPECT_EQ(TextOf(window_->path), "ROOT\\Alpha\\Beta");
+
+  choice_.name = here_.folder() + "\\keys.txt";
+  RunList(*place, kCommandSaveListText);
+  EXPECT_TRUE(
+      BytesOf(choice_.name).starts_with("Number of Items : 4\r\n\r\nKey          : ROOT\\Gamma"));
+  RunList(*place, kCommandCopyList);
+  choice_.name = here_.folder() + "\\keys.rpt";
+  RunList(*place, kCommandSaveReport);
+  EXPECT_EQ(TakeBoxes(), (Texts{"Hivequarry: 4 Items saved !", "Hivequarry: 4 Item(s) copied !"}));
+  LoadReport(window_->output, choice_.name);
+  Finish(window_->output);
+  for (size_t column = 0; column < 7; ++column) {
+    EXPECT_EQ(Column(window_->output, column), Column(*place, column));
+  }
+}
+
 }  // namespace
 }  // namespace hivequarry::testing
