@@ -46,7 +46,7 @@ constexpr TitleWidth kTitles[] = {
     {"Own Offset", Unit::kText, 4, 0},
     {"Parent Offset", Unit::kText, 5, 0},
     // Counts and short words.
-    {"Size", Unit::kText, 6, 0},
+    {"Size", Unit::kText, 3, 0},
     {"Length", Unit::kText, 2, 0},
     {"Data length", Unit::kText, 3, 0},
     {"Keys", Unit::kText, 2, 0},
@@ -98,9 +98,13 @@ constexpr TitleWidth kTitles[] = {
     {"Meaning", Unit::kText, 8, 5},
     {"Leads to", Unit::kText, 5, 0},
 };
+// Runs of blocks show their size as they do their positions.
+constexpr int kPieces = 55;
+constexpr TitleWidth kPieceSize = {"Size", Unit::kText, 6, 0};
 constexpr TitleWidth kOtherTitle = {"", Unit::kText, 2, 1};
 
-const TitleWidth& FindTitle(std::string_view title) {
+const TitleWidth& FindTitle(int kind, std::string_view title) {
+  if (kind == kPieces && title == kPieceSize.title) return kPieceSize;
   const auto* found = std::find_if(std::begin(kTitles), std::end(kTitles),
                                    [&](const TitleWidth& known) { return known.title == title; });
   return found == std::end(kTitles) ? kOtherTitle : *found;
@@ -152,7 +156,8 @@ std::vector<int> ColumnWidths(const OutputList& list, const WidthUnits& units) {
   if (columns == 0 || !HasOwnColumns(list)) return std::vector<int>(columns, kOtherWidth);
   Columns all;
   for (size_t column = 0; column < columns; ++column) {
-    const TitleWidth& title = FindTitle(ColumnTitle(list, static_cast<int>(column)));
+    const TitleWidth& title =
+        FindTitle(ListKindOf(list), ColumnTitle(list, static_cast<int>(column)));
     all.widths.push_back(std::max(FixedWidth(title, units), units.text / 3));
     all.ranks.push_back(title.rank);
   }
