@@ -1,11 +1,8 @@
 #include "app/recent_keys.h"
 
 #include <algorithm>
-#include <filesystem>
-#include <system_error>
 
 #include "app/key_paths.h"
-#include "host/files.h"
 #include "host/output_file.h"
 #include "host/profile.h"
 
@@ -42,14 +39,6 @@ bool PutAll(const std::string& file, const RecentKeys& keys) {
   return written;
 }
 
-// False when there is a file that can't be copied.
-bool CopyIfThere(const std::string& from, const std::string& to) {
-  namespace fs = std::filesystem;
-  std::error_code error;
-  if (fs::status(FilePath(from), error).type() == fs::file_type::not_found) return true;
-  return fs::copy_file(FilePath(from), FilePath(to), error) && !error;
-}
-
 }  // namespace
 
 RecentKeys& TheRecentKeys() {
@@ -79,10 +68,7 @@ bool WriteRecentKeys(const std::string& file, const RecentKeys& keys) {
   for (const std::string& path : keys) AddBehind(all, path);
   for (const std::string& path : stored) AddBehind(all, path);
   if (all == stored) return true;
-  int error = 0;
-  const std::string made = NameBeside(file, error);
-  if (made.empty()) return false;
-  return TakePlace(made, file, CopyIfThere(file, made) && PutAll(made, all));
+  return ChangeFile(file, [&all](const std::string& copy) { return PutAll(copy, all); });
 }
 
 }  // namespace hivequarry

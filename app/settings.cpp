@@ -3,11 +3,8 @@
 #include <algorithm>
 #include <charconv>
 #include <cstdio>
-#include <filesystem>
 #include <span>
-#include <system_error>
 
-#include "host/files.h"
 #include "host/host.h"
 #include "host/output_file.h"
 #include "host/profile.h"
@@ -297,14 +294,6 @@ bool WriteAll(const std::string& file, const Settings& settings) {
   return !writer.failed;
 }
 
-// False when there is a file that can't be copied.
-bool CopyIfThere(const std::string& from, const std::string& to) {
-  namespace fs = std::filesystem;
-  std::error_code error;
-  if (fs::status(FilePath(from), error).type() == fs::file_type::not_found) return true;
-  return fs::copy_file(FilePath(from), FilePath(to), error) && !error;
-}
-
 std::string BesideProgram(const std::string& program, const char* name) {
   return program.substr(0, program.find_last_of("\\/") + 1) + name;
 }
@@ -365,11 +354,7 @@ void ReadSettings(const std::string& file, Settings& settings) {
 }
 
 bool WriteSettings(const std::string& file, const Settings& settings) {
-  int error = 0;
-  const std::string made = NameBeside(file, error);
-  if (made.empty()) return false;
-  const bool written = CopyIfThere(file, made) && WriteAll(made, settings);
-  return TakePlace(made, file, written);
+  return ChangeFile(file, [&](const std::string& copy) { return WriteAll(copy, settings); });
 }
 
 std::string OptionDigits(const Options& options) {

@@ -15,6 +15,17 @@ std::filesystem::path FilePath(const std::string& name) {
 #endif
 }
 
+std::string FullName(const std::string& name) {
+  std::error_code error;
+  const std::u8string full = std::filesystem::absolute(FilePath(name), error).u8string();
+  return error ? name : std::string(full.begin(), full.end());
+}
+
+std::string FolderOf(const std::string& name) {
+  const size_t end = name.find_last_of("\\/");
+  return end == std::string::npos ? std::string() : name.substr(0, end);
+}
+
 std::FILE* OpenFile(const std::string& name, const char* mode, int& error) {
   const std::filesystem::path path = FilePath(name);
   std::error_code ignored;

@@ -34,4 +34,8 @@ std::string RangeArguments(const std::string& file, uint32_t start, uint32_t end
   return range + file + '"';
 }
 
+std::string KeyArguments(const std::string& file, uint32_t start, uint32_t end, uint32_t key) {
+  return "-key=" + std::to_string(key) + ' ' + RangeArguments(file, start, end);
+}
+
 }  // namespace hivequarry

@@ -23,4 +23,7 @@ bool LaunchSelf(const std::string& arguments, int mode);
 // The arguments that make a copy open a range of a file (UTF-8 name): end behind the last byte.
 std::string RangeArguments(const std::string& file, uint32_t start, uint32_t end);
 
+// The same, with the key at an image position of that range selected.
+std::string KeyArguments(const std::string& file, uint32_t start, uint32_t end, uint32_t key);
+
 }  // namespace hivequarry

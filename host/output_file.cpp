@@ -69,6 +69,13 @@ bool OpenBeside(const std::string& name, bool exists, OutputFile& file, int& err
   return true;
 }
 
+// False when there is a file that can't be copied.
+bool CopyIfThere(const std::string& from, const std::string& to) {
+  std::error_code error;
+  if (fs::status(FilePath(from), error).type() == fs::file_type::not_found) return true;
+  return fs::copy_file(FilePath(from), FilePath(to), error) && !error;
+}
+
 }  // namespace
 
 std::string NameBeside(const std::string& name, int& error) {
@@ -127,6 +134,14 @@ bool CloseOutput(OutputFile& file, bool keep) {
     std::filesystem::resize_file(FilePath(file.name), file.old_size, ignored);
   }
   return good;
+}
+
+bool ChangeFile(const std::string& name,
+                const std::function<bool(const std::string& copy)>& change) {
+  int error = 0;
+  const std::string copy = NameBeside(name, error);
+  if (copy.empty()) return false;
+  return TakePlace(copy, name, CopyIfThere(name, copy) && change(copy));
 }
 
 }  // namespace hivequarry

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <cstdio>
+#include <functional>
 #include <string>
 #include <string_view>
 
@@ -42,5 +43,10 @@ std::string NameBeside(const std::string& name, int& error);
 // Puts the finished file in the old one's place; without `keep`, or when that fails, it goes. True
 // when it took the place.
 bool TakePlace(const std::string& made, const std::string& name, bool keep);
+
+// Changes a file through a copy beside it, which takes its place when `change` succeeded: whatever
+// fails, the file is whole. `change` gets the copy's name, and no file where there was none.
+bool ChangeFile(const std::string& name,
+                const std::function<bool(const std::string& copy)>& change);
 
 }  // namespace hivequarry

@@ -4,22 +4,13 @@
 #include <cinttypes>
 #include <cstdio>
 #include <string>
-#include <system_error>
 
 #include "host/files.h"
 #include "host/host.h"
 #include "host/launch.h"
-#include "host/output_file.h"
 
 namespace hivequarry {
 namespace {
-
-// As a copy must be told: it may run in another folder.
-std::string FullName(const std::string& file) {
-  std::error_code error;
-  const std::u8string full = std::filesystem::absolute(FilePath(file), error).u8string();
-  return error ? file : std::string(full.begin(), full.end());
-}
 
 // 0 when the file can't be read any more.
 uint32_t SizeOfFile(const std::string& file) {

@@ -24,8 +24,6 @@
 namespace hivequarry {
 namespace {
 
-constexpr UINT kFontChanged = WM_APP + 1;
-
 // --- the file ------------------------------------------------------------------------------------
 
 void Complain(const std::string& text) {
@@ -330,7 +328,7 @@ void FitKeyColumn(const BookmarkDialog& state) {
   ListView_SetColumnWidth(state.list, kPathColumn, std::max<int>(room, least));
 }
 
-void OnStart(BookmarkDialog& state) {
+INT_PTR OnStart(BookmarkDialog& state) {
   state.layout = ReadDialogLayout(state.dialog, kAnchors);
   state.list = GetDlgItem(state.dialog, kBookmarkList);
   AddColumns(state);
@@ -344,11 +342,11 @@ void OnStart(BookmarkDialog& state) {
   ShowRows(state, std::string(), 0);
   FitKeyColumn(state);
   SetFocus(state.list);
+  return FALSE;
 }
 
 // New fonts: the columns stay in proportion to the resolution.
 void OnFontChanged(const BookmarkDialog& state) {
-  LayOutDialog(state.dialog, state.layout);
   const uint32_t dpi = DpiOfWindow(state.dialog);
   for (int column = kNoteColumn; column <= kHiveColumn; ++column) {
     ListView_SetColumnWidth(state.list, column, Scale(kColumns[column].width, dpi));
@@ -356,13 +354,8 @@ void OnFontChanged(const BookmarkDialog& state) {
   FitKeyColumn(state);
 }
 
-void OnSize(const BookmarkDialog& state) {
-  LayOutDialog(state.dialog, state.layout);
-  FitKeyColumn(state);
-  RedrawWindow(state.dialog, nullptr, nullptr, RDW_INVALIDATE | RDW_ERASE | RDW_ALLCHILDREN);
-}
-
 INT_PTR Route(BookmarkDialog& state, UINT message, WPARAM first, LPARAM second) {
+  const INT_PTR laid_out = RouteLayout(state.dialog, state.layout, message, second);
   switch (message) {
     case WM_COMMAND:
       OnCommand(state, LOWORD(first), HIWORD(first));
@@ -378,33 +371,17 @@ INT_PTR Route(BookmarkDialog& state, UINT message, WPARAM first, LPARAM second) 
       ShowHelp(state.dialog, kHelpBookmarks);
       return TRUE;
     case WM_SIZE:
-      OnSize(state);
+      FitKeyColumn(state);
       return TRUE;
-    case WM_DPICHANGED:
-      PostMessageW(state.dialog, kFontChanged, 0, 0);  // the fonts come behind this
-      return FALSE;
-    case kFontChanged:
+    case kDialogFontChanged:
       OnFontChanged(state);
       return TRUE;
-    case WM_GETMINMAXINFO:
-      BoundDialog(state.dialog, state.layout, *reinterpret_cast<MINMAXINFO*>(second));
-      return TRUE;
     default:
-      return FALSE;
+      return laid_out;
   }
 }
 
-INT_PTR CALLBACK BookmarkProc(HWND dialog, UINT message, WPARAM first, LPARAM second) {
-  auto* state = reinterpret_cast<BookmarkDialog*>(GetWindowLongPtrW(dialog, DWLP_USER));
-  if (message == WM_INITDIALOG) {
-    state = reinterpret_cast<BookmarkDialog*>(second);
-    state->dialog = dialog;
-    SetWindowLongPtrW(dialog, DWLP_USER, second);
-    OnStart(*state);
-    return FALSE;
-  }
-  return state != nullptr ? Route(*state, message, first, second) : FALSE;
-}
+constexpr DLGPROC kProcedure = RecordDialogProc<BookmarkDialog, OnStart, Route>;
 
 }  // namespace
 
@@ -414,7 +391,7 @@ void OnBookmarks(MainWindow& window) {
   INT_PTR answer = IDCANCEL;
   {
     const ModalTurn turn(window.handle);
-    answer = DialogBoxParamW(window.instance, L"BMDLG", window.handle, BookmarkProc,
+    answer = DialogBoxParamW(window.instance, L"BMDLG", window.handle, kProcedure,
                              reinterpret_cast<LPARAM>(&state));
   }
   if (answer == IDOK) GoToKeyPath(window, state.chosen);

@@ -35,6 +35,27 @@ RECT PlaceFor(const DialogLayout& layout, const DialogLayout::Place& place, SIZE
           y(place.area.bottom) + (anchor.move_y || anchor.grow_y ? extra.cy : 0)};
 }
 
+void LayOutDialog(HWND dialog, const DialogLayout& layout) {
+  RECT client;
+  GetClientRect(dialog, &client);
+  const SIZE units = FontUnits(dialog);
+  const SIZE smallest = SmallestClient(layout, units);
+  const SIZE extra{client.right - smallest.cx, client.bottom - smallest.cy};
+  for (const DialogLayout::Place& place : layout.places) {
+    const RECT area = PlaceFor(layout, place, units, extra);
+    SetWindowPos(GetDlgItem(dialog, place.anchor.control), nullptr, area.left, area.top,
+                 SizeOf(area).cx, SizeOf(area).cy, SWP_NOZORDER | SWP_NOACTIVATE);
+  }
+  // Controls that moved would take old pixels along.
+  RedrawWindow(dialog, nullptr, nullptr, RDW_INVALIDATE | RDW_ERASE | RDW_ALLCHILDREN);
+}
+
+void BoundDialog(HWND dialog, const DialogLayout& layout, MINMAXINFO& bounds) {
+  if (layout.places.empty()) return;  // asked before WM_INITDIALOG
+  const SIZE smallest = SmallestClient(layout, FontUnits(dialog));
+  bounds.ptMinTrackSize = {smallest.cx + layout.frame.cx, smallest.cy + layout.frame.cy};
+}
+
 }  // namespace
 
 DialogLayout ReadDialogLayout(HWND dialog, std::span<const DialogAnchor> anchors) {
@@ -55,24 +76,21 @@ DialogLayout ReadDialogLayout(HWND dialog, std::span<const DialogAnchor> anchors
   return layout;
 }
 
-void LayOutDialog(HWND dialog, const DialogLayout& layout) {
-  RECT client;
-  GetClientRect(dialog, &client);
-  const SIZE units = FontUnits(dialog);
-  const SIZE smallest = SmallestClient(layout, units);
-  const SIZE extra{client.right - smallest.cx, client.bottom - smallest.cy};
-  for (const DialogLayout::Place& place : layout.places) {
-    const RECT area = PlaceFor(layout, place, units, extra);
-    SetWindowPos(GetDlgItem(dialog, place.anchor.control), nullptr, area.left, area.top,
-                 SizeOf(area).cx, SizeOf(area).cy, SWP_NOZORDER | SWP_NOACTIVATE);
+INT_PTR RouteLayout(HWND dialog, const DialogLayout& layout, UINT message, LPARAM second) {
+  switch (message) {
+    case WM_SIZE:
+    case kDialogFontChanged:
+      LayOutDialog(dialog, layout);
+      return TRUE;
+    case WM_DPICHANGED:
+      PostMessageW(dialog, kDialogFontChanged, 0, 0);  // the fonts come behind this
+      return FALSE;
+    case WM_GETMINMAXINFO:
+      BoundDialog(dialog, layout, *reinterpret_cast<MINMAXINFO*>(second));
+      return TRUE;
+    default:
+      return FALSE;
   }
-  InvalidateRect(dialog, nullptr, TRUE);
-}
-
-void BoundDialog(HWND dialog, const DialogLayout& layout, MINMAXINFO& bounds) {
-  if (layout.places.empty()) return;  // asked before WM_INITDIALOG
-  const SIZE smallest = SmallestClient(layout, FontUnits(dialog));
-  bounds.ptMinTrackSize = {smallest.cx + layout.frame.cx, smallest.cy + layout.frame.cy};
 }
 
 }  // namespace hivequarry

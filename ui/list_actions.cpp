@@ -1,9 +1,8 @@
 // What the commands of a list do to its rows, its window and what its rows speak of.
 #include <array>
-#include <cinttypes>
-#include <cstdio>
 #include <memory>
 
+#include "host/files.h"
 #include "host/host.h"
 #include "host/launch.h"
 #include "host/long_operation.h"
@@ -99,10 +98,9 @@ void OnOpenKey(ListPlace& place) {
   const HiveImage& hive = ShownHive(*place.owner);
   const uint32_t root = hive.base_offset + FocusedPosition(place);
   const uint32_t start = RangeStartForRoot(root);
-  char key[24];
-  std::snprintf(key, sizeof key, "-key=%" PRIu32 " ", root - start);
-  LaunchSelf(key + RangeArguments(hive.file_name, start, hive.base_offset + hive.held),
-             kLaunchPlain);
+  LaunchSelf(
+      KeyArguments(FullName(hive.file_name), start, hive.base_offset + hive.held, root - start),
+      kLaunchPlain);
 }
 
 }  // namespace hivequarry

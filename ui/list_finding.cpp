@@ -42,8 +42,7 @@ void ReportNothing() { ShowMessage("No items found !", kProgramName, Icon::kInfo
 void TakeFound(ListPlace& place, const FindJob& job) {
   const FoundRow& found = job.found;
   if (found.wrapped) {
-    ShowPassingStatus(place, job.request.down ? "Search passed end of list."
-                                              : "Search passed beginning of list.");
+    ShowPassingStatus(place, job.request.down ? kPassedEnd : kPassedBeginning);
   }
   if (found.place >= 0) {
     FocusRow(place, static_cast<uint32_t>(found.place), place.find_adds);

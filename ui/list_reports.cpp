@@ -96,7 +96,9 @@ void LoadReport(ListPlace& place, const std::string& file) {
     return;
   }
   EmptyList(place);
-  if (place.pane && place.owner->arrangement != 3) ShowArrangement(*place.owner, 3);
+  if (place.pane && place.owner->arrangement != kOutputArrangement) {
+    ShowArrangement(*place.owner, kOutputArrangement);
+  }
 }
 
 void OnSaveReport(ListPlace& place) { SaveReport(place, false); }

@@ -9,6 +9,7 @@
 #include <string_view>
 #include <vector>
 
+#include "host/files.h"
 #include "host/host.h"
 #include "ui/list_dialogs.h"
 #include "ui/list_handlers.h"
@@ -19,16 +20,6 @@ namespace hivequarry {
 namespace {
 
 constexpr uint32_t kQuickRows = 400;
-
-std::string FolderOf(const std::string& file) {
-  return file.substr(0, file.size() - BaseName(file).size());
-}
-
-// "C:\" and "C:" are both "C:"; the dialogs put the separator back.
-std::string WithoutSeparator(std::string folder) {
-  while (!folder.empty() && (folder.back() == '\\' || folder.back() == '/')) folder.pop_back();
-  return folder;
-}
 
 bool FileExists(const std::string& file) {
   return GetFileAttributesW(WideName(file).c_str()) != INVALID_FILE_ATTRIBUTES;
@@ -173,7 +164,7 @@ std::string ChooseListFile(const ListPlace& place, bool save, LastFolder folder,
   const ListDialogs& dialogs = TheListDialogs();
   const FileChoice choice = save ? dialogs.save(request) : dialogs.open(request);
   ReportDialogError(choice.error);
-  if (!choice.name.empty()) last = WithoutSeparator(FolderOf(choice.name));
+  if (!choice.name.empty()) last = FolderOf(choice.name);
   return choice.name;
 }
 

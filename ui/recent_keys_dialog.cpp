@@ -15,8 +15,6 @@
 namespace hivequarry {
 namespace {
 
-constexpr UINT kFontChanged = WM_APP + 1;
-
 void AddSelectedKey(const MainWindow& window) {
   const uint32_t item = window.slot >= 0 ? SelectedItem(window.tree) : kNoItem;
   if (item == kNoItem || !IsKeyOrCopy(*window.key_tree, item)) return;
@@ -67,7 +65,7 @@ void FitExtent(const RecentDialog& state) {
   ListBox_SetHorizontalExtent(list, widest);
 }
 
-void OnStart(RecentDialog& state) {
+INT_PTR OnStart(RecentDialog& state) {
   state.layout = ReadDialogLayout(state.dialog, kAnchors);
   for (const std::string& key : state.keys) {
     ListBox_AddString(ListOf(state), WideName(ShownKeyPath(key)).c_str());
@@ -75,6 +73,7 @@ void OnStart(RecentDialog& state) {
   ListBox_SetCurSel(ListOf(state), 0);
   EnableWindow(GetDlgItem(state.dialog, IDOK), !state.keys.empty());
   FitExtent(state);
+  return TRUE;
 }
 
 void GoToSelected(RecentDialog& state) {
@@ -90,40 +89,16 @@ void OnCommand(RecentDialog& state, int control, WORD notice) {
 }
 
 INT_PTR Route(RecentDialog& state, UINT message, WPARAM first, LPARAM second) {
-  switch (message) {
-    case WM_COMMAND:
-      OnCommand(state, LOWORD(first), HIWORD(first));
-      return TRUE;
-    case WM_SIZE:
-      LayOutDialog(state.dialog, state.layout);
-      RedrawWindow(state.dialog, nullptr, nullptr, RDW_INVALIDATE | RDW_ERASE | RDW_ALLCHILDREN);
-      return TRUE;
-    case WM_DPICHANGED:
-      PostMessageW(state.dialog, kFontChanged, 0, 0);  // the fonts come behind this
-      return FALSE;
-    case kFontChanged:
-      LayOutDialog(state.dialog, state.layout);
-      FitExtent(state);
-      return TRUE;
-    case WM_GETMINMAXINFO:
-      BoundDialog(state.dialog, state.layout, *reinterpret_cast<MINMAXINFO*>(second));
-      return TRUE;
-    default:
-      return FALSE;
-  }
-}
-
-INT_PTR CALLBACK RecentProc(HWND dialog, UINT message, WPARAM first, LPARAM second) {
-  auto* state = reinterpret_cast<RecentDialog*>(GetWindowLongPtrW(dialog, DWLP_USER));
-  if (message == WM_INITDIALOG) {
-    state = reinterpret_cast<RecentDialog*>(second);
-    state->dialog = dialog;
-    SetWindowLongPtrW(dialog, DWLP_USER, second);
-    OnStart(*state);
+  if (message == WM_COMMAND) {
+    OnCommand(state, LOWORD(first), HIWORD(first));
     return TRUE;
   }
-  return state != nullptr ? Route(*state, message, first, second) : FALSE;
+  const INT_PTR laid_out = RouteLayout(state.dialog, state.layout, message, second);
+  if (message == kDialogFontChanged) FitExtent(state);
+  return laid_out;
 }
+
+constexpr DLGPROC kProcedure = RecordDialogProc<RecentDialog, OnStart, Route>;
 
 }  // namespace
 
@@ -142,7 +117,7 @@ void OnRecentKeys(MainWindow& window) {
   INT_PTR answer = IDCANCEL;
   {
     const ModalTurn turn(window.handle);
-    answer = DialogBoxParamW(window.instance, L"RECENTDLG", window.handle, RecentProc,
+    answer = DialogBoxParamW(window.instance, L"RECENTDLG", window.handle, kProcedure,
                              reinterpret_cast<LPARAM>(&state));
   }
   if (answer == IDOK) GoToKeyPath(window, state.chosen);

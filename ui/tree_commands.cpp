@@ -3,7 +3,9 @@
 #include <string>
 
 #include "app/settings.h"
+#include "host/files.h"
 #include "host/launch.h"
+#include "lists/list_order.h"
 #include "recovery/root_search.h"
 #include "ui/handlers.h"
 #include "ui/list_commands.h"
@@ -24,8 +26,7 @@ struct TreeSearch {
 
 void ShowFound(MainWindow& window, const TreeSearch& search) {
   if (search.passed) {
-    ShowPassingText(window, search.request.down ? "Search passed end of list."
-                                                : "Search passed beginning of list.");
+    ShowPassingText(window, search.request.down ? kPassedEnd : kPassedBeginning);
   }
   if (search.found.item != kNoItem) return SelectItem(window.tree, search.found.item);
   if (search.found.stopped) return;
@@ -147,8 +148,8 @@ void OnOpenValidRoot(MainWindow& window) {
 void OnOpenKey(MainWindow& window) {
   const HiveImage& hive = ShownHive(window);
   const uint32_t position = window.key_tree->items[SelectedItem(window.tree)].position;
-  LaunchSelf("-key=" + std::to_string(position) + " " +
-                 RangeArguments(hive.file_name, hive.base_offset, hive.base_offset + hive.held),
+  LaunchSelf(KeyArguments(FullName(hive.file_name), hive.base_offset, hive.base_offset + hive.held,
+                          position),
              kLaunchPlain);
 }
 

@@ -20,8 +20,6 @@ namespace {
 
 using Bytes = std::vector<uint8_t>;
 
-constexpr UINT kFontChanged = WM_APP + 1;
-
 // Lives as long as its dialog.
 struct Editor {
   explicit Editor(const EditedValue& value) : edit(value), type(value.type), data(value.data) {}
@@ -375,7 +373,7 @@ void FillTypes(const Editor& editor) {
   ComboBox_SetCurSel(box, known ? static_cast<int>(editor.type) : add(editor.type));
 }
 
-void OnStart(Editor& editor) {
+INT_PTR OnStart(Editor& editor) {
   editor.layout = ReadDialogLayout(editor.dialog, kAnchors);
   SetDlgItemTextW(editor.dialog, kEditKey, WindowText(editor.edit.key).c_str());
   SetDlgItemTextW(editor.dialog, kEditName, WindowText(editor.edit.name).c_str());
@@ -387,38 +385,16 @@ void OnStart(Editor& editor) {
   }
   ShowInForm(editor, false);
   SetFocus(InputOf(editor));
+  return FALSE;
 }
 
-INT_PTR CALLBACK EditorProc(HWND dialog, UINT message, WPARAM first, LPARAM second) {
-  auto* editor = reinterpret_cast<Editor*>(GetWindowLongPtrW(dialog, DWLP_USER));
-  if (message == WM_INITDIALOG) {
-    editor = reinterpret_cast<Editor*>(second);
-    editor->dialog = dialog;
-    OnStart(*editor);
-    // From here on controls report what the user does.
-    SetWindowLongPtrW(dialog, DWLP_USER, second);
-    return FALSE;
-  }
-  if (editor == nullptr) return FALSE;
-  switch (message) {
-    case WM_COMMAND:
-      OnCommand(*editor, LOWORD(first), HIWORD(first));
-      return TRUE;
-    case WM_SIZE:
-    case kFontChanged:
-      LayOutDialog(dialog, editor->layout);
-      return TRUE;
-    case WM_DPICHANGED:
-      // The system gives the controls their fonts after this.
-      PostMessageW(dialog, kFontChanged, 0, 0);
-      return FALSE;
-    case WM_GETMINMAXINFO:
-      BoundDialog(dialog, editor->layout, *reinterpret_cast<MINMAXINFO*>(second));
-      return TRUE;
-    default:
-      return FALSE;
-  }
+INT_PTR Route(Editor& editor, UINT message, WPARAM first, LPARAM second) {
+  if (message != WM_COMMAND) return RouteLayout(editor.dialog, editor.layout, message, second);
+  OnCommand(editor, LOWORD(first), HIWORD(first));
+  return TRUE;
 }
+
+constexpr DLGPROC kProcedure = RecordDialogProc<Editor, OnStart, Route>;
 
 }  // namespace
 
@@ -427,7 +403,7 @@ bool EditValue(HWND owner, EditedValue& edit) {
   if (edit.data.size() >= kMaxValueData || !RegisterHexClass(instance)) return false;
   Editor editor(edit);
   const ModalTurn turn(owner);
-  if (DialogBoxParamW(instance, L"EDITVALUEDLG", owner, EditorProc,
+  if (DialogBoxParamW(instance, L"EDITVALUEDLG", owner, kProcedure,
                       reinterpret_cast<LPARAM>(&editor)) != IDOK ||
       (editor.type == edit.type && editor.data == edit.data)) {
     return false;

@@ -4,6 +4,7 @@
 
 #include "app/recent_keys.h"
 #include "app/settings.h"
+#include "host/files.h"
 #include "ui/list_view.h"
 #include "ui/main_window.h"
 #include "ui/system_facts.h"
@@ -138,17 +139,6 @@ void RememberHive(const std::string& file, uint32_t start, uint32_t end) {
   if (start == 0 && end == 0) return;
   settings.range_start = start;
   settings.range_end = end;
-}
-
-std::string FullName(const std::string& file) {
-  wchar_t path[32768] = L"";
-  const DWORD length = GetFullPathNameW(WideName(file).c_str(), 32768, path, nullptr);
-  return length == 0 || length >= 32768 ? file : Utf8Name(path);
-}
-
-std::string FolderOf(const std::string& file) {
-  const size_t name = file.find_last_of("\\/");
-  return name == std::string::npos ? std::string() : file.substr(0, name);
 }
 
 }  // namespace hivequarry

@@ -20,9 +20,5 @@ void WriteProgramSettings();
 
 // A hive was opened here: its file, folder and range (0 and 0 for none) are remembered.
 void RememberHive(const std::string& file, uint32_t start, uint32_t end);
-// The whole path of a file.
-std::string FullName(const std::string& file);
-// The folder of a path, without a separator at the end.
-std::string FolderOf(const std::string& file);
 
 }  // namespace hivequarry
