@@ -89,6 +89,7 @@ Host NullHost() {
   host.launch = [](void*, const std::string&) { return false; };
   host.local_time = [](void*, uint64_t utc) { return utc; };
   host.sort_key = [](void*, std::string_view text) { return WesternSortKey(text); };
+  host.account = [](void*, std::span<const uint8_t>) { return AccountAnswer(); };
   host.code_page = &WesternCodePage();
   return host;
 }

@@ -5,6 +5,7 @@
 
 #include <array>
 #include <cstdint>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -24,6 +25,19 @@ struct CodePage {
   std::array<char16_t, 256> wide_of_byte{};
   // Indexed by UTF-16 unit; 0 where no byte stands for the unit (unit 0 itself maps to byte 0).
   std::vector<uint8_t> byte_of_wide = std::vector<uint8_t>(0x10000);
+};
+
+// What the machine's account database says of a SID.
+struct AccountAnswer {
+  enum Outcome : uint8_t {
+    kFound,
+    kUnknown,  // no account has this SID
+    kFailed,   // the database could not be asked
+  };
+  Outcome outcome = kUnknown;
+  std::string domain;  // code-page text; either may be empty
+  std::string name;
+  int kind = 8;  // as the system numbers kinds of accounts, 1 (user) to 8 (unknown)
 };
 
 // Texts are single-byte code-page text, but for file names, which are UTF-8. All functions may be
@@ -54,13 +68,15 @@ struct Host {
   // A key by which texts sort as the user's language has it, width of characters ignored and case
   // heeded: two keys, compared byte by byte, compare as their texts do.
   std::string (*sort_key)(void* context, std::string_view text) = nullptr;
+  // Looks a valid binary SID up among the accounts that this machine knows.
+  AccountAnswer (*account)(void* context, std::span<const uint8_t> sid) = nullptr;
   // Owned by the front end, lives as long as the table.
   const CodePage* code_page = nullptr;
 };
 
 // The table in force. Before the first SetHost it is the null host: messages answer kNo (kOk where
 // only that is offered), everything else does nothing, time is UTC, the code page is
-// WesternCodePage(), letters sort alphabetically.
+// WesternCodePage(), letters sort alphabetically, no account is known.
 const Host& CurrentHost();
 void SetHost(const Host& host);
 Host NullHost();

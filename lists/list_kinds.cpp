@@ -89,6 +89,8 @@ constexpr const char* kRawRecord[] = {"Position", "Size", "Field", "Bytes", "Mea
 constexpr const char* kEdits[] = {"Key",          "Value",        "Type",        "Data",
                                   "Type in file", "Data in file", "Value Offset"};
 
+constexpr const char* kLocalGroups[] = {"Identifier", "Sid", "Name", "Domain", "Kind"};
+
 constexpr uint32_t Column(int column) { return 1U << column; }
 constexpr uint32_t kAllInfo = (1U << std::size(kInfo)) - 1;
 constexpr uint32_t kInfoFlags = Column(3) | Column(4);
@@ -142,6 +144,7 @@ constexpr ListKindInfo kKinds[] = {
     {kListBins, "Block list", kBins},
     {kListRawRecord, "Raw record", kRawRecord, 0, Column(1), 0},
     {kListEdits, "Edited values", kEdits},
+    {kListLocalGroups, "Local groups", kLocalGroups},
 };
 
 constexpr bool KindsFit() {

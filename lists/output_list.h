@@ -27,6 +27,7 @@ inline constexpr int kListValues = 102;
 inline constexpr int kListDetail = 103;
 inline constexpr int kListRawRecord = 105;
 inline constexpr int kListEdits = 106;
+inline constexpr int kListLocalGroups = 107;
 
 struct ListKindInfo {
   int kind;

@@ -9,6 +9,9 @@
 #include "ui/misc_commands.h"
 #include "ui/raw_view.h"
 #include "ui/recent_keys_dialog.h"
+#include "ui/report_commands.h"
+#include "ui/search_commands.h"
+#include "ui/security_commands.h"
 
 namespace hivequarry {
 namespace {
@@ -27,7 +30,15 @@ constexpr uint16_t kCompareWorkspace = 9301;
 constexpr uint16_t kGoToRegedit = 9302;
 constexpr uint16_t kExportFolder = 9303;
 constexpr uint16_t kMergeFolder = 9304;
-constexpr uint16_t kSecurityRecord = 9305;
+
+constexpr uint16_t ReportNumber(Report report) {
+  return static_cast<uint16_t>(kCommandReport + static_cast<int>(report));
+}
+constexpr uint16_t LiveReportNumber(Report report) {
+  return static_cast<uint16_t>(kCommandLiveReport + static_cast<int>(report));
+}
+constexpr const char* kSecurityMenu = "&File>Security R&ecords";
+constexpr const char* kReportsMenu = "Re&ports";
 
 // clang-format off
 constexpr Command kCommands[] = {
@@ -37,10 +48,22 @@ constexpr Command kCommands[] = {
     {.number = 5104, .menu = "&File", .text = "Re&create Hive", .handler = OnNothing},
     {.number = 1419, .menu = "&File", .text = "Export Hive to &reg file", .group_start = true,
      .guard = Guard::kRunningOrBackup, .needs = Needs::kNever},
-    {.number = 7043, .menu = "&File>Security R&ecords", .text = "List &Security Records",
-     .needs = Needs::kNever},
-    {.number = 7045, .menu = "&File>Security R&ecords", .text = "List &ACEs",
-     .needs = Needs::kNever},
+    {.number = kCommandListSecurity, .menu = kSecurityMenu, .text = "List &Security Records",
+     .needs = Needs::kHive, .handler = OnListSecurityRecords},
+    {.number = kCommandListAces, .menu = kSecurityMenu, .text = "List &ACEs",
+     .needs = Needs::kHive, .handler = OnListAces},
+    {.number = kCommandUsedRecords, .menu = kSecurityMenu, .text = "&Records used by keys",
+     .group_start = true, .needs = Needs::kItem, .handler = OnListUsedRecords},
+    {.number = kCommandKeyOwners, .menu = kSecurityMenu, .text = "&Owners of keys",
+     .needs = Needs::kItem, .handler = OnListKeyOwners},
+    {.number = kCommandRecordsOfKeys, .menu = kSecurityMenu, .text = "Records of &keys",
+     .needs = Needs::kItem, .handler = OnListRecordKeys},
+    {.number = kCommandPermissions, .menu = kSecurityMenu,
+     .text = "&Find Keys with Permissions...", .handler = OnFindKeysWithPermissions},
+    {.number = kCommandReplaceSid, .menu = kSecurityMenu, .text = "Re&place SID...",
+     .group_start = true, .needs = Needs::kHive, .handler = OnReplaceSid},
+    {.number = kCommandLocalGroups, .menu = kSecurityMenu, .text = "List local &groups",
+     .handler = OnListLocalGroups},
     {.number = 1435, .menu = "&File", .text = "&Load Hive into Registry", .group_start = true,
      .needs = Needs::kNever},
     {.number = 1436, .menu = "&File", .text = "&Unload Hive from Registry",
@@ -68,12 +91,56 @@ constexpr Command kCommands[] = {
     {.number = 4141, .menu = "&Compare", .text = "&Displayed Sub Keys",
      .needs = Needs::kNever},
 
-    {.number = 1422, .menu = "&Registry", .text = "&Search", .tooltip = "Search Registry",
-     .icon = ToolIcon::kSearchRegistry, .needs = Needs::kNever},
+    {.number = kCommandSearchRegistry, .menu = "&Registry", .text = "&Search",
+     .tooltip = "Search Registry", .icon = ToolIcon::kSearchRegistry,
+     .handler = OnSearchRegistry},
     {.number = 1494, .menu = "&Registry", .text = "&Backup Registry", .tooltip = "Backup Registry",
      .icon = ToolIcon::kBackup, .needs = Needs::kNever},
     {.number = 1496, .menu = "&Registry", .text = "Replace Registry &Hives",
      .needs = Needs::kNever},
+    {.number = LiveReportNumber(Report::kUninstall), .menu = "&Registry",
+     .text = "&Uninstall entries", .group_start = true,
+     .handler = OnLiveReport<Report::kUninstall>},
+    {.number = LiveReportNumber(Report::kCountKeys), .menu = "&Registry",
+     .text = "&Count keys of current user", .handler = OnLiveReport<Report::kCountKeys>},
+    {.number = LiveReportNumber(Report::kKeyFiles), .menu = "&Registry",
+     .text = "&Keys that name files", .handler = OnLiveReport<Report::kKeyFiles>},
+    {.number = LiveReportNumber(Report::kFiles), .menu = "&Registry",
+     .text = "&Files named by keys", .handler = OnLiveReport<Report::kFiles>},
+
+    {.number = kCommandSearchBranch, .menu = kReportsMenu, .text = "&Search...\tCtrl+Shift+F",
+     .accelerator = {'F', kWithControl | kWithShift}, .needs = Needs::kItem,
+     .handler = OnSearchBranch},
+    {.number = kCommandSearchWorkspace, .menu = kReportsMenu, .text = "Search in &Workspace...",
+     .context_text = "&Search in Workspace", .tooltip = "Search Workspace",
+     .icon = ToolIcon::kSearchWorkspace, .needs = Needs::kHive, .handler = OnSearchWorkspace},
+    {.number = kCommandKeyDates, .menu = kReportsMenu, .text = "Key &Dates...",
+     .tooltip = "Key Dates", .icon = ToolIcon::kKeyDates, .guard = Guard::kRunningOrBackup,
+     .needs = Needs::kItem, .handler = OnKeyDates},
+    {.number = ReportNumber(Report::kServices), .menu = kReportsMenu, .text = "Ser&vices",
+     .group_start = true, .needs = Needs::kItem, .handler = OnReport<Report::kServices>},
+    {.number = ReportNumber(Report::kUninstall), .menu = kReportsMenu,
+     .text = "&Uninstall entries", .needs = Needs::kItem,
+     .handler = OnReport<Report::kUninstall>},
+    {.number = ReportNumber(Report::kClasses), .menu = kReportsMenu,
+     .text = "&Class registrations", .needs = Needs::kItem,
+     .handler = OnReport<Report::kClasses>},
+    {.number = ReportNumber(Report::kProgIds), .menu = kReportsMenu, .text = "&ProgIDs",
+     .needs = Needs::kItem, .handler = OnReport<Report::kProgIds>},
+    {.number = ReportNumber(Report::kOpenWith), .menu = kReportsMenu,
+     .text = "&Open-with associations", .needs = Needs::kItem,
+     .handler = OnReport<Report::kOpenWith>},
+    {.number = ReportNumber(Report::kKeyFiles), .menu = kReportsMenu,
+     .text = "&Keys that name files", .group_start = true, .needs = Needs::kItem,
+     .handler = OnReport<Report::kKeyFiles>},
+    {.number = ReportNumber(Report::kFiles), .menu = kReportsMenu,
+     .text = "&Files named by keys", .needs = Needs::kItem, .handler = OnReport<Report::kFiles>},
+    {.number = ReportNumber(Report::kCountKeys), .menu = kReportsMenu, .text = "Cou&nt keys",
+     .group_start = true, .needs = Needs::kItem, .handler = OnReport<Report::kCountKeys>},
+    {.number = ReportNumber(Report::kOpenSaveMru), .menu = kReportsMenu, .text = "Open&SaveMRU",
+     .needs = Needs::kItem, .handler = OnReport<Report::kOpenSaveMru>},
+    {.number = ReportNumber(Report::kStreamMru), .menu = kReportsMenu, .text = "S&treamMRU",
+     .needs = Needs::kItem, .handler = OnReport<Report::kStreamMru>},
 
     {.number = kCommandToggleView, .menu = "&View", .text = "&Toggle View\tCtrl+Tab",
      .accelerator = {kKeyTab, kWithControl}, .handler = OnToggleView},
@@ -123,10 +190,6 @@ constexpr Command kCommands[] = {
     // Of the toolbar alone.
     {.number = 1405, .tooltip = "Open Registry Snapshot", .icon = ToolIcon::kOpenSnapshot,
      .needs = Needs::kNever},
-    {.number = 1415, .text = "&Search in Workspace", .tooltip = "Search Workspace",
-     .icon = ToolIcon::kSearchWorkspace, .needs = Needs::kNever},
-    {.number = 1421, .tooltip = "Key Dates", .icon = ToolIcon::kKeyDates,
-     .guard = Guard::kRunningOrBackup, .needs = Needs::kNever},
     {.number = 1450, .tooltip = "Recent keys", .icon = ToolIcon::kRecent,
      .needs = Needs::kHive, .handler = OnRecentKeys},
     {.number = 1498, .tooltip = "Generate Registry Snapshot", .icon = ToolIcon::kSnapshot,
@@ -199,7 +262,12 @@ constexpr Command kCommands[] = {
     {.number = kGoToRegedit, .text = "&Go to Regedit", .needs = Needs::kNever},
     {.number = kExportFolder, .text = "&Export Folder", .needs = Needs::kNever},
     {.number = kMergeFolder, .text = "&Merge Folder into Registry", .needs = Needs::kNever},
-    {.number = kSecurityRecord, .text = "&Security Record\tAlt+s", .needs = Needs::kNever},
+    {.number = kCommandSecurityRecord, .text = "&Security Record\tAlt+s",
+     .accelerator = {'S', kWithAlt}, .needs = Needs::kKeyCell, .handler = OnSecurityRecord},
+    {.number = kCommandKeysOfRecord, .text = "Keys with this Security &Record",
+     .needs = Needs::kKeyCell, .handler = OnKeysOfKeysRecord},
+    {.number = kCommandKeysOfOwner, .text = "Keys with this &Owner Sid",
+     .needs = Needs::kKeyCell, .handler = OnKeysOfKeysOwner},
     {.number = kCommandAddToBookmarks, .text = "Add to &Bookmarks", .needs = Needs::kKey,
      .handler = OnAddToBookmarks},
     {.number = kCommandRawKey, .text = "Ra&w record", .needs = Needs::kKeyCell,
@@ -243,13 +311,15 @@ constexpr uint16_t kToolbar[] = {
 constexpr uint16_t kTreeMenu[] = {
     kCommandFindInList, kCommandTreeFindNext, kCommandTreeFindPrevious, kGroupGap,
     kCommandExpand, kCommandCollapse, kCommandCurrentBranch, kGroupGap,
-    kGoToRegedit, 4143, kExportFolder, kMergeFolder, kSecurityRecord, kGroupGap,
+    kGoToRegedit, 4143, kExportFolder, kMergeFolder, kGroupGap,
+    kCommandSearchBranch, kCommandKeyDates, kGroupGap,
+    kCommandSecurityRecord, kCommandKeysOfRecord, kCommandKeysOfOwner, kGroupGap,
     kCommandAddToBookmarks, kCommandCopyKeyName, kCommandRawKey, kGroupGap,
     kCommandOpenValidRoot, kCommandOpenKey, kGroupGap,
     kCommandDeleteKeys, kCommandShowAllKeys};
 constexpr uint16_t kWorkspaceMenu[] = {
     kCommandFindInList, kCommandTreeFindNext, kCommandTreeFindPrevious, kGroupGap,
-    kCompareWorkspace, 1415};
+    kCompareWorkspace, kCommandSearchWorkspace};
 constexpr uint16_t kValueMenu[] = {
     kCommandValueDetails, kCommandRawValue, kGroupGap,
     kCommandEditValue, kCommandTakeBackEdit, kGroupGap,

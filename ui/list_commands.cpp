@@ -5,6 +5,8 @@
 
 #include "ui/list_handlers.h"
 #include "ui/raw_view.h"
+#include "ui/report_commands.h"
+#include "ui/security_commands.h"
 
 namespace hivequarry {
 namespace {
@@ -34,15 +36,15 @@ constexpr ListCommand kCommands[] = {
     {.number = kCommandSplitFile, .text = "Split File",
      .needs = ListNeeds::kPieces, .about = ListAbout::kPieces, .handler = OnSplitFile},
     {.number = kCommandKeysOfRecord, .text = "Keys with this Security &Record",
-     .needs = ListNeeds::kNever, .about = ListAbout::kSecurity},
+     .needs = ListNeeds::kFocus, .about = ListAbout::kSecurity, .handler = OnKeysOfRowsRecord},
     {.number = kCommandKeysOfOwner, .text = "Keys with this &Owner Sid",
-     .needs = ListNeeds::kNever, .about = ListAbout::kSecurity},
+     .needs = ListNeeds::kFocus, .about = ListAbout::kSecurity, .handler = OnKeysOfRowsOwner},
     {.number = kCommandKeysOfAce, .text = "Keys with this &ACE Sid",
-     .needs = ListNeeds::kNever, .about = ListAbout::kSecurity},
+     .needs = ListNeeds::kFocus, .about = ListAbout::kSecurity, .handler = OnKeysOfRowsAce},
     {.number = kCommandRecordProperties, .text = "&Properties Security Record",
-     .needs = ListNeeds::kNever, .about = ListAbout::kSecurity},
+     .needs = ListNeeds::kFocus, .about = ListAbout::kSecurity, .handler = OnRowsSecurityRecord},
     {.number = kCommandCopyClassId, .text = "Copy CLS&ID",
-     .needs = ListNeeds::kNever, .about = ListAbout::kClasses},
+     .needs = ListNeeds::kFocus, .about = ListAbout::kClasses, .handler = OnCopyClassId},
     {.number = kCommandListExport, .text = "&Export",
      .needs = ListNeeds::kNever, .about = ListAbout::kKeys},
 

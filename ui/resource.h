@@ -77,3 +77,29 @@
 #define kRecentList 651
 #define kPositionText 661
 #define kPositionMessage 662
+
+/* search_dialogs.rc */
+#define kSearchHexMode 4086
+#define kSearchTextMode 4084
+#define kSearchMatchCase 4092
+#define kSearchMatchLength 4094
+#define kSearchDword 4095
+#define kSearchWide 4096
+#define kSearchKeyName 4097
+#define kSearchValueName 4098
+#define kSearchValueData 4099
+#define kSearchText 4100
+#define kSearchHex 4102
+#define kSearchMachine 4111
+#define kSearchUser 4112
+#define kSearchUsers 4113
+#define kSearchConfig 4114
+#define kDatesStart 4520
+#define kDatesEnd 4521
+#define kDatesLimited 4522
+#define kDatesPresets 4523
+
+/* security_dialogs.rc */
+#define kSecurityText 4000
+#define kSecurityCopy 4010
+#define kSecurityLocalAccounts 9001

@@ -1,0 +1,41 @@
+// Keys by the time of their last write.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "hive/key_tree.h"
+#include "hive/timestamp.h"
+#include "lists/output_list.h"
+
+namespace hivequarry {
+
+inline constexpr int kListKeyDates = 11;
+
+struct KeyDateTime {
+  int year = 0, month = 0, day = 0, hour = 0, minute = 0, second = 0;
+  bool operator==(const KeyDateTime&) const = default;
+};
+KeyDateTime KeyDateTimeOf(uint64_t file_time);
+uint64_t FileTimeOf(const KeyDateTime& time);
+
+// "2008/05/17, 13:02:09", and back; also with "-" between the parts of the date, a blank or "T"
+// before the time, and with the time or its seconds left out (then 0). False for anything else.
+std::string KeyDateText(const KeyDateTime& time);
+bool ReadKeyDate(std::string_view text, KeyDateTime& time);
+
+struct KeyDateRange {
+  bool limited = false;  // else every key is listed
+  KeyDateTime start;
+  KeyDateTime end;
+};
+// Both bounds included; a range with its start behind its end holds nothing.
+bool KeyDateInRange(const KeyDateTime& time, const KeyDateRange& range);
+
+// Keys from `item` down, each before its children: kListKeyDates; datum: the key's position. Ends
+// early when the user stops.
+void ListKeyDates(const HiveImage& hive, const KeyTree& tree, uint32_t item,
+                  const KeyDateRange& range, OutputList& list);
+
+}  // namespace hivequarry

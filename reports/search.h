@@ -1,0 +1,67 @@
+// Searching a loaded hive: key names, value names and value data that hold a pattern.
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "hive/key_tree.h"
+#include "hive/value_key.h"
+#include "host/case.h"
+#include "lists/output_list.h"
+
+namespace hivequarry {
+
+inline constexpr int kListSearch = 5;
+inline constexpr int kListLiveSearch = 6;
+inline constexpr size_t kMaxPattern = 140;        // characters of either field
+inline constexpr uint32_t kMaxSearchDepth = 384;  // keys at this level or deeper aren't examined
+
+// What the user asks for; kept from one search to the next.
+struct SearchSettings {
+  std::string text;  // code-page text
+  std::string hex;   // the same pattern as pairs of hexadecimal digits
+  bool hex_mode = false;
+  bool match_case = false;    // holds in hex mode too, for binary and other data
+  bool match_length = false;  // the whole name or data must equal the pattern
+  bool dword = false;         // hex mode with 8 digits: a number; REG_DWORD data alone is searched
+  bool wide = false;          // text mode: text is found in UTF-16 data too
+  bool key_names = false;
+  bool value_names = false;
+  bool value_data = false;
+};
+
+// A pattern ready to be searched for.
+struct SearchPattern {
+  std::string bytes;  // folded unless the search heeds case
+  SearchSettings settings;
+  CaseTable fold{};  // of each byte; the letters' capitals
+};
+// False for an empty pattern, an odd number of digits, or no field to search.
+bool CompilePattern(const SearchSettings& settings, SearchPattern& pattern);
+
+// Text and digits of the two fields from one another. Any character stands for a digit's value as
+// the pattern's rules have it.
+std::string HexOfText(std::string_view text);
+std::string TextOfHex(std::string_view hex);
+
+// A name or text against a text-mode pattern.
+bool MatchText(const SearchPattern& pattern, std::string_view candidate);
+// Position behind the match, plus one; 0 for none. `wide` skips a zero byte behind a matched one.
+size_t FindBytes(const SearchPattern& pattern, std::span<const uint8_t> bytes, bool wide,
+                 bool match_case);
+// Data of a type against the pattern.
+bool MatchData(const SearchPattern& pattern, uint32_t type, std::span<const uint8_t> data);
+
+// An empty list of results; with `details` it has two columns more, "File Offset" and "Details".
+OutputListPtr MakeSearchList(bool details);
+
+// The keys from `item` down, each before its children; a row for each key whose name matches and
+// for each value whose name or data do. Datum: position of the key or value. Returns false when
+// keys were too deep to be examined. Ends early when the user stops.
+bool SearchBranch(const HiveImage& hive, const KeyTree& tree, uint32_t item,
+                  const SearchPattern& pattern, OutputList& list);
+
+}  // namespace hivequarry

@@ -1,0 +1,51 @@
+// Reports on well-known structures: what a branch's values say, side by side.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "hive/key_tree.h"
+#include "lists/output_list.h"
+#include "reports/key_source.h"
+
+namespace hivequarry {
+
+enum class Report : uint8_t {
+  kServices,     // kind 44
+  kUninstall,    // 29, live 30
+  kCountKeys,    // 41, live 42: what the shell counts of programs started
+  kClasses,      // 28: class registrations
+  kProgIds,      // 25: names of classes and file types
+  kOpenWith,     // 33
+  kKeyFiles,     // 26, live 27: files and folders that values name, by key
+  kFiles,        // 31, live 32: the same by file
+  kOpenSaveMru,  // 56
+  kStreamMru,    // 57
+  kCount
+};
+struct ReportInfo {
+  Report report;
+  const char* name;       // on the console: "count-keys"
+  int kind;               // of its list
+  int live_kind;          // on the live registry; 0: only on hives
+  const char* live_root;  // the key of the live registry that it begins at; null for none
+};
+const ReportInfo& InfoOf(Report report);
+// By console name; null for none.
+const ReportInfo* FindReport(std::string_view name);
+
+// Where a report begins: the chosen item when it is or lies in the structure, else the keys below
+// it that are ("ControlSet001\Services", "...\CurrentVersion\Uninstall"), in display order.
+std::vector<uint32_t> FindReportKeys(const HiveImage& hive, const KeyTree& tree, Report report,
+                                     uint32_t item);
+
+// Adds the report's rows from one starting key; `live` chooses the kind's columns. Datum: position
+// of the key or value. Ends early when the user stops.
+void RunReport(Report report, KeySource& keys, bool live, OutputList& list);
+// The whole of it on a hive: FindReportKeys, RunReport for each.
+void RunReportOnHive(Report report, const HiveImage& hive, const KeyTree& tree, uint32_t item,
+                     OutputList& list);
+
+}  // namespace hivequarry

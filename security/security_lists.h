@@ -1,0 +1,96 @@
+// Security records and the keys that use them, as Output Lists. All walks run on a worker, add rows
+// to an empty list as they go, and end early when the user stops. Each record is decoded once for
+// all the keys that share it.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "hive/key_tree.h"
+#include "lists/output_list.h"
+#include "security/descriptor.h"
+
+namespace hivequarry {
+
+inline constexpr int kListSecurityScan = 39;
+inline constexpr int kListKeyOwners = 45;
+inline constexpr int kListSecurityKeys = 46;
+inline constexpr int kListUsedRecords = 47;
+inline constexpr int kListRecordKeys = 48;
+inline constexpr int kListAces = 49;
+
+struct SecurityListOptions {
+  bool resolve = false;  // ask this machine for the names of accounts
+  SidReplacement replace;
+};
+
+// The "sk" cells that the data area holds, in use by keys or not: kListSecurityScan, a row a
+// record, its datum the record's position. Records that can't be decoded or have no owner give no
+// row.
+void ScanSecurityCells(const HiveImage& hive, const SecurityListOptions& options, OutputList& list);
+// Their entries: kListAces, a row an entry; datum: the record's position. A list with a seventh
+// column (AceListWithDetails) gets the running row number there.
+void ListAces(const HiveImage& hive, const SecurityListOptions& options, OutputList& list);
+OutputListPtr MakeAceList(bool details);
+
+// What a key's record must be to be found.
+enum class SecurityMode : int {
+  kRecord = 4900,
+  kOwner = 4901,
+  kAce = 4902,
+  kPermissions = 4906,
+};
+enum class AceKind : uint8_t { kAllow, kDeny, kAudit, kOther };
+struct PermissionQuery {
+  std::string sid;  // empty: whoever
+  AceKind kind = AceKind::kAllow;
+  uint32_t rights = 0;         // wanted, all of them
+  bool not_inherited = false;  // "INHERITED_ACE flag not set"
+};
+struct SecurityQuery {
+  SecurityMode mode = SecurityMode::kRecord;
+  uint32_t record = kNoOffset;  // position, for kRecord
+  std::string sid;              // for kOwner and kAce
+  PermissionQuery permissions;
+};
+// Rights behind the dialog's preset buttons (bits of the access mask).
+inline constexpr uint32_t kFullControl = 0xF003F;
+inline constexpr uint32_t kReadRights = 0x20019;
+inline constexpr uint32_t kWriteRights = 0x20006;
+
+// True when the record grants (denies, ...) what the query asks for.
+bool MatchesPermissions(const HiveImage& hive, const SecurityRecordInfo& info,
+                        const PermissionQuery& query, const SidReplacement* replace = nullptr);
+bool MatchesQuery(const HiveImage& hive, const SecurityRecordInfo& info, const SecurityQuery& query,
+                  const SidReplacement* replace = nullptr);
+// "Keys with Owner Sid S-1-5-18": the title of the query's list. Needs the image for the record's
+// offset.
+std::string TitleOfQuery(const HiveImage& hive, const SecurityQuery& query);
+
+// The keys from `item` down whose record matches: kListSecurityKeys; datum: the key's position.
+void FindKeysBySecurity(const HiveImage& hive, const KeyTree& tree, uint32_t item,
+                        const SecurityQuery& query, const SecurityListOptions& options,
+                        OutputList& list);
+// The records that the keys from `item` down use, with the number of those keys: kListUsedRecords;
+// datum: the record's position.
+void ListUsedRecords(const HiveImage& hive, const KeyTree& tree, uint32_t item,
+                     const SecurityListOptions& options, OutputList& list);
+// The keys with their owners (kListKeyOwners), and with their records, decodable or not
+// (kListRecordKeys); datum: the key's position.
+void ListKeyOwners(const HiveImage& hive, const KeyTree& tree, uint32_t item,
+                   const SecurityListOptions& options, OutputList& list);
+void ListRecordKeys(const HiveImage& hive, const KeyTree& tree, uint32_t item,
+                    const SecurityListOptions& options, OutputList& list);
+
+// The record's position of a key; kNoOffset when its cell names none.
+uint32_t SecurityOfKey(const HiveImage& hive, uint32_t key_position);
+
+// What a row of one of these lists speaks of, from its texts and datum.
+struct SecurityRow {
+  uint32_t record = kNoOffset;  // position
+  std::string owner;            // SID text, empty where the row has none
+  std::string ace;              // trustee of an ACE row
+};
+SecurityRow ReadSecurityRow(const HiveImage& hive, const OutputList& list, uint32_t row);
+
+}  // namespace hivequarry

@@ -1,0 +1,66 @@
+// Security identifiers (SIDs): their binary form, their text form, and the accounts they name.
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "lists/output_list.h"
+
+namespace hivequarry {
+
+// A binary SID: revision (1), count of sub-authorities (at most 15), authority (6 bytes, most
+// significant first), sub-authorities (32 bits each).
+inline constexpr size_t kSidHeader = 8;
+inline constexpr size_t kMaxSidSize = kSidHeader + 15 * 4;
+inline constexpr uint32_t kSidTextRoom = 520;   // characters that lists have for a SID's text
+inline constexpr size_t kLongestKnownSid = 12;  // characters of the longest text in the table
+
+// Bytes of the SID at the start of `bytes`; 0 when there is no valid one or it is cut off.
+size_t SidLength(std::span<const uint8_t> bytes);
+
+// The text of the SID at the start of `bytes`, "S-1-5-18"; the revision is written as 1. False and
+// an empty text for an invalid SID, or when `capacity` (characters) is less than the room needed,
+// 12 for each sub-authority and 28; the room needed is then written there.
+bool SidToText(std::span<const uint8_t> bytes, uint32_t& capacity, std::string& text);
+// The same with room enough; empty for an invalid SID.
+std::string SidText(std::span<const uint8_t> bytes);
+// The SID of a text as SidToText writes it; empty for any other text.
+std::vector<uint8_t> SidOfText(std::string_view text);
+
+struct WellKnownSid {
+  const char* text;
+  const char* domain;
+  const char* name;
+  char kind;  // letter of the kind of account
+};
+// Null when the table does not have it. Compared exactly.
+const WellKnownSid* LookupWellKnownSid(std::string_view text);
+std::span<const WellKnownSid> WellKnownSidTable();
+// The system's number of a kind by its letter, and the name of a number.
+int AccountKindOfLetter(char letter);
+const char* AccountKindName(int kind);
+
+// The account that a SID names: with `resolve` what this machine says, else, or when the machine
+// knows no such account, the table's name, then in parentheses. With `domain` domain and name come
+// apart, else as "DOMAIN\name". False and empty texts when there is none.
+bool AccountNameOfSid(std::span<const uint8_t> sid, std::string_view text, bool resolve,
+                      std::string& name, std::string* domain = nullptr);
+// What lists and reports show beside a SID: without `resolve` only the short texts of the table are
+// asked for. Empty for none. Answers are remembered by text, as a hive names few SIDs many times.
+class AccountNames {
+ public:
+  explicit AccountNames(bool resolve) : resolve_(resolve) {}
+  const std::string& Of(const std::string& sid_text);
+
+ private:
+  bool resolve_;
+  std::vector<std::pair<std::string, std::string>> known_;
+};
+
+// The built-in groups that this machine knows (identifiers 544 to 1023), a row each.
+void ListBuiltinAliases(OutputList& list);  // kListLocalGroups
+
+}  // namespace hivequarry

@@ -1,0 +1,25 @@
+// Commands that search, and the list of keys by date.
+#pragma once
+
+#include <functional>
+
+#include "lists/output_list.h"
+
+namespace hivequarry {
+
+struct MainWindow;
+struct ListPlace;
+
+// Opens a window for an empty list and fills it on a worker; the rows appear as they come. `done`
+// (may be null) follows on the interface thread, unless the window was closed meanwhile. Null when
+// there is no window or an operation is under way.
+ListPlace* FillListWindow(MainWindow& window, OutputListPtr list,
+                          std::function<void(OutputList& list)> fill,
+                          std::function<void()> done = nullptr);
+
+void OnSearchBranch(MainWindow& window);
+void OnSearchWorkspace(MainWindow& window);
+void OnSearchRegistry(MainWindow& window);
+void OnKeyDates(MainWindow& window);
+
+}  // namespace hivequarry
