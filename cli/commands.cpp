@@ -1,28 +1,17 @@
-#include "cli/commands.h"
-
 #include <charconv>
 #include <cstdio>
-#include <string_view>
 
-#include "hive/image.h"
-#include "hive/key_tree.h"
+#include "cli/opened_hive.h"
+#include "cli/print_list.h"
 #include "host/files.h"
 #include "host/host.h"
 #include "host/long_operation.h"
 #include "lists/list_report.h"
-#include "recovery/image_tree.h"
 #include "reports/file_pieces.h"
 #include "reports/hive_lists.h"
 
 namespace hivequarry {
 namespace {
-
-// A hive opened for one command.
-struct OpenedHive {
-  HiveImage* hive = nullptr;
-  KeyTree tree;
-  ImageSummary summary;
-};
 
 // An image in which nothing at all was found is held against the strict check, so that its user
 // learns why the list is empty.
@@ -58,37 +47,6 @@ int WithHive(const ConsoleRequest& request, int (*work)(const ConsoleRequest&, O
   return status == kExitDone && FoundNothing(opened.summary) ? CheckFormat(opened) : status;
 }
 
-// "@4660" or "@0x1234".
-bool ParsePosition(std::string_view text, uint32_t& position) {
-  if (!text.starts_with('@')) return false;
-  text.remove_prefix(1);
-  const bool hex = text.starts_with("0x") || text.starts_with("0X");
-  if (hex) text.remove_prefix(2);
-  const char* end = text.data() + text.size();
-  const auto [last, error] = std::from_chars(text.data(), end, position, hex ? 16 : 10);
-  return error == std::errc() && last == end;
-}
-
-int Print(const ConsoleRequest& request, const OutputList& list) {
-  return PrintList(list, request.format, request.output) ? kExitDone : kExitFailed;
-}
-
-// The item that the request's key names; the root without one. False after a message.
-bool FindKey(const ConsoleRequest& request, const OpenedHive& opened, uint32_t& item) {
-  item = 0;
-  if (request.key.empty()) return true;
-  uint32_t position = 0;
-  if (ParsePosition(request.key, position)) {
-    item = ItemOfPosition(opened.tree, position);
-  } else {
-    // Paths are shown as UTF-8 and held in the code page.
-    const std::string path = NarrowText(WideFromUtf8(request.key));
-    item = FindItemByPath(*opened.hive, opened.tree, path);
-  }
-  if (item == kNoItem) Complain("No key " + request.key);
-  return item != kNoItem;
-}
-
 int Info(const ConsoleRequest& request, OpenedHive& opened) {
   return Print(request, *ListImageInfo(*opened.hive, opened.summary));
 }
@@ -112,7 +70,7 @@ int Values(const ConsoleRequest& request, OpenedHive& opened) {
 
 int Detail(const ConsoleRequest& request, OpenedHive& opened) {
   uint32_t position = 0;
-  if (!ParsePosition(request.key, position)) {
+  if (!request.key.starts_with('@') || !ParsePosition(request.key, position)) {
     uint32_t item = 0;
     if (!FindKey(request, opened, item)) return kExitFailed;
     position = opened.tree.items[item].position;
@@ -171,9 +129,45 @@ constexpr CommandRow kCommands[] = {{"info", Info},
                                     {"detail", Detail},
                                     {"bins", Bins},
                                     {"split", nullptr, Split},
-                                    {"convert", nullptr, Convert}};
+                                    {"convert", nullptr, Convert},
+                                    {"search", SearchCommand},
+                                    {"dates", DatesCommand},
+                                    {"security records", SecurityRecordsCommand},
+                                    {"security aces", SecurityAcesCommand},
+                                    {"security used", SecurityUsedCommand},
+                                    {"security owners", SecurityOwnersCommand},
+                                    {"security links", SecurityLinksCommand},
+                                    {"security keys", SecurityKeysCommand},
+                                    {"security show", SecurityShowCommand},
+                                    {"report", ReportCommand}};
 
 }  // namespace
+
+bool ParsePosition(std::string_view text, uint32_t& position) {
+  if (text.starts_with('@')) text.remove_prefix(1);
+  const bool hex = text.starts_with("0x") || text.starts_with("0X");
+  if (hex) text.remove_prefix(2);
+  const char* end = text.data() + text.size();
+  const auto [last, error] = std::from_chars(text.data(), end, position, hex ? 16 : 10);
+  return error == std::errc() && last == end;
+}
+
+std::string NarrowArgument(const std::string& utf8) { return NarrowText(WideFromUtf8(utf8)); }
+
+int Print(const ConsoleRequest& request, const OutputList& list) {
+  return PrintList(list, request.format, request.output) ? kExitDone : kExitFailed;
+}
+
+bool FindKey(const ConsoleRequest& request, const OpenedHive& opened, uint32_t& item) {
+  item = 0;
+  if (request.key.empty()) return true;
+  uint32_t position = 0;
+  const bool by_position = request.key.starts_with('@') && ParsePosition(request.key, position);
+  item = by_position ? ItemOfPosition(opened.tree, position)
+                     : FindItemByPath(*opened.hive, opened.tree, NarrowArgument(request.key));
+  if (item == kNoItem) Complain("No key " + request.key);
+  return item != kNoItem;
+}
 
 int RunConsoleCommand(const std::string& name, const ConsoleRequest& request) {
   for (const CommandRow& row : kCommands) {

@@ -4,9 +4,12 @@
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
 #include "cli/console_host.h"
 #include "cli/print_list.h"
+#include "reports/search.h"
+#include "security/security_lists.h"
 
 namespace hivequarry {
 
@@ -15,6 +18,22 @@ inline constexpr int kExitDone = 0;
 inline constexpr int kExitFailed = 1;  // the operation failed or was stopped
 inline constexpr int kExitUsage = 2;
 inline constexpr int kExitUnreadable = 3;  // the file can't be read
+
+// Arguments of the commands about dates and security records.
+struct DatesRequest {
+  std::string from;  // empty: no bound
+  std::string to;
+};
+struct SecurityRequest {
+  std::string record;  // position of a record
+  std::string owner;   // SIDs
+  std::string ace;
+  std::string permissions;  // words or a number
+  std::string sid;          // whose permissions; empty: whoever
+  AceKind kind = AceKind::kAllow;
+  bool not_inherited = false;
+  bool resolve = false;
+};
 
 struct ConsoleRequest {
   std::string hive;  // file name, UTF-8; for "convert" of a Report List
@@ -28,6 +47,13 @@ struct ConsoleRequest {
   bool disconnected_only = false;   // "values --disconnected"
   bool all_roots = false;           // further hives of the file stay part of this one
   bool raw = false;
+  std::string pattern;              // of a search, UTF-8
+  std::vector<std::string> fields;  // that it goes through; empty: all
+  SearchSettings search;            // with both of them
+  bool search_details = false;
+  DatesRequest dates;
+  SecurityRequest security;
+  std::string report;  // which special report
   ConsoleOptions console;
 };
 

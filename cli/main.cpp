@@ -3,6 +3,8 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <csignal>
+#include <iterator>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -14,6 +16,7 @@
 #include "cli/commands.h"
 #include "host/host.h"
 #include "host/long_operation.h"
+#include "reports/special_reports.h"
 
 namespace hivequarry {
 namespace {
@@ -31,6 +34,10 @@ Format FormatOf(const std::string& name) {
 
 void AddHive(CLI::App* command, ConsoleRequest& request) {
   command->add_option("HIVE", request.hive, "Hive file, or a file that holds a hive")->required();
+}
+
+void AddBranch(CLI::App* command, ConsoleRequest& request) {
+  command->add_option("KEY", request.key, "Only this key (path or @OFFSET) and those below it");
 }
 
 void AddOptions(CLI::App& app, ConsoleRequest& request) {
@@ -60,7 +67,7 @@ void AddCommands(CLI::App& app, ConsoleRequest& request) {
   AddHive(app.add_subcommand("info", "What the file is, and what was found in it"), request);
   CLI::App* tree = app.add_subcommand("tree", "The keys as displayed, recovered ones included");
   AddHive(tree, request);
-  tree->add_option("KEY", request.key, "Only this key (path or @OFFSET) and those below it");
+  AddBranch(tree, request);
   CLI::App* values = app.add_subcommand("values", "The values of one key, or of every key");
   AddHive(values, request);
   values->add_option("KEY", request.key, "Only the values of this key (path or @OFFSET)");
@@ -78,11 +85,132 @@ void AddCommands(CLI::App& app, ConsoleRequest& request) {
   convert->add_option("FILE", request.hive, "Report List (.rpt)")->required();
 }
 
+void AddSearch(CLI::App& app, ConsoleRequest& request) {
+  CLI::App* search = app.add_subcommand("search", "Keys and values that hold a text or bytes");
+  AddHive(search, request);
+  SearchSettings& settings = request.search;
+  search->add_option("PATTERN", request.pattern, "Text, or with --hex pairs of digits")->required();
+  search->add_flag("--hex", settings.hex_mode, "The pattern is bytes");
+  search->add_flag("--match-case", settings.match_case, "Heed case");
+  search->add_flag("--match-length", settings.match_length, "The whole name or data");
+  search->add_flag("--dword", settings.dword, "With --hex and 8 digits: a number; REG_DWORD data");
+  search->add_flag("--wide", settings.wide, "Find text in UTF-16 data of other types too");
+  search->add_flag("--details", request.search_details, "Two columns more: file offset, lengths");
+  search->add_option("--in", request.fields, "What is searched: name,value,data")
+      ->delimiter(',')
+      ->check(CLI::IsMember({"name", "value", "data"}));
+  search->add_option("--from", request.key, "Only this key (path or @OFFSET) and those below it");
+}
+
+void AddDates(CLI::App& app, ConsoleRequest& request) {
+  CLI::App* dates = app.add_subcommand("dates", "The keys by the time of their last write");
+  AddHive(dates, request);
+  AddBranch(dates, request);
+  dates->add_option("--from", request.dates.from, "Not before this time, 2010-11-28T13:05:00");
+  dates->add_option("--to", request.dates.to, "Not after this time (UTC, like the keys')");
+}
+
+void AddQuery(CLI::App* keys, SecurityRequest& security) {
+  keys->add_option("--record", security.record, "Keys with the record at this position");
+  keys->add_option("--owner", security.owner, "Keys owned by this SID");
+  keys->add_option("--ace", security.ace, "Keys with an entry for this SID");
+  keys->add_option("--permissions", security.permissions,
+                   "Keys whose entries have these rights: full, read, write, query-value, "
+                   "set-value, create-subkey, enumerate, notify, create-link, delete, "
+                   "read-control, write-dac, write-owner, or 0x...; several joined by ','");
+  keys->add_option("--sid", security.sid, "With --permissions: entries for this SID alone");
+  keys->add_option("--kind", security.kind, "With --permissions: allow, deny, audit or other")
+      ->transform(
+          CLI::CheckedTransformer(std::map<std::string, AceKind>{{"allow", AceKind::kAllow},
+                                                                 {"deny", AceKind::kDeny},
+                                                                 {"audit", AceKind::kAudit},
+                                                                 {"other", AceKind::kOther}}));
+  keys->add_flag("--not-inherited", security.not_inherited,
+                 "With --permissions: pass inherited entries over");
+}
+
+void AddSecurity(CLI::App& app, ConsoleRequest& request) {
+  CLI::App* security = app.add_subcommand("security", "Security records and the keys with them");
+  security->require_subcommand(1);
+  const auto add = [&](const char* name, const char* help, bool branch) {
+    CLI::App* command = security->add_subcommand(name, help);
+    command->fallthrough();
+    AddHive(command, request);
+    if (branch) AddBranch(command, request);
+    return command;
+  };
+  add("records", "All security records", false);
+  add("aces", "All entries of their access lists", false);
+  add("used", "The records that keys use, with the number of those keys", true);
+  add("owners", "The keys with their owners", true);
+  add("links", "The keys with their records, damaged ones included", true);
+  AddQuery(add("keys", "The keys with a record, an owner, an entry or permissions", true),
+           request.security);
+  add("show", "The security record of a key as text", true);
+#ifdef _WIN32
+  security->add_flag("--resolve", request.security.resolve, "Ask this machine for account names");
+#endif
+}
+
+struct ReportHelp {
+  Report report;
+  const char* text;
+};
+constexpr ReportHelp kReportHelp[] = {
+    {Report::kServices, "Services and drivers"},
+    {Report::kUninstall, "Installed programs, as their uninstall entries have them"},
+    {Report::kCountKeys, "What the shell counted of programs started"},
+    {Report::kClasses, "Class registrations and the files behind them"},
+    {Report::kProgIds, "Classes with the names of their types"},
+    {Report::kOpenWith, "Programs with which kinds of files are opened"},
+    {Report::kKeyFiles, "Keys whose values name files or folders"},
+    {Report::kFiles, "Files and folders that values name"},
+    {Report::kOpenSaveMru, "Files chosen in open and save dialogs"},
+    {Report::kStreamMru, "Folders shown by the shell, from its item lists"}};
+static_assert(std::size(kReportHelp) == static_cast<size_t>(Report::kCount));
+
+void AddReports(CLI::App& app, ConsoleRequest& request) {
+  CLI::App* report = app.add_subcommand("report", "Reports on well-known structures");
+  report->require_subcommand(1);
+  for (const ReportHelp& help : kReportHelp) {
+    const ReportInfo& info = InfoOf(help.report);
+    CLI::App* command = report->add_subcommand(info.name, help.text);
+    command->fallthrough();
+    AddHive(command, request);
+    AddBranch(command, request);
+    command->callback([&request, &info] { request.report = info.name; });
+  }
+}
+
+// The fields and the pattern in the form that the search takes them.
+void CompleteSearch(ConsoleRequest& request) {
+  SearchSettings& settings = request.search;
+  (settings.hex_mode ? settings.hex : settings.text) = NarrowText(WideFromUtf8(request.pattern));
+  const auto has = [&](const char* field) {
+    return request.fields.empty() ||
+           std::ranges::find(request.fields, field) != request.fields.end();
+  };
+  settings.key_names = has("name");
+  settings.value_names = has("value");
+  settings.value_data = has("data");
+}
+
+// "security records": its own name behind that of its group. A report's name is an argument.
+std::string CommandName(const CLI::App& app) {
+  const CLI::App* command = app.get_subcommands().front();
+  const std::string name = command->get_name();
+  return name == "security" ? name + " " + command->get_subcommands().front()->get_name() : name;
+}
+
 int Run(std::vector<std::string> arguments) {
   ConsoleRequest request;
   CLI::App app("Opens registry hive files offline, whatever their state.", "hivequarry-cli");
   AddOptions(app, request);
   AddCommands(app, request);
+  AddSearch(app, request);
+  AddDates(app, request);
+  AddSecurity(app, request);
+  AddReports(app, request);
   try {
     std::reverse(arguments.begin(), arguments.end());  // as the parser takes them
     app.parse(arguments);
@@ -91,7 +219,8 @@ int Run(std::vector<std::string> arguments) {
   }
   SetConsoleHost(request.console);
   std::signal(SIGINT, OnInterrupt);
-  const std::string name = app.get_subcommands().front()->get_name();
+  CompleteSearch(request);
+  const std::string name = CommandName(app);
   BeginOperation(kOperationLoad);
   const int status = RunConsoleCommand(name, request);
   EndOperation();

@@ -2,6 +2,7 @@
 
 #include <cstdio>
 #include <cstring>
+#include <functional>
 
 #include "host/host.h"
 #include "host/long_operation.h"
@@ -32,17 +33,30 @@ bool WriteList(const OutputList& list, Format format, const TextSink& sink) {
   }
 }
 
-bool PrintToStdout(const OutputList& list, Format format) {
-  const bool written = WriteList(list, format, [](std::string_view text) {
+using Writer = std::function<bool(const TextSink& sink)>;
+
+bool PrintToStdout(const Writer& write) {
+  const bool written = write([](std::string_view text) {
     return std::fwrite(text.data(), 1, text.size(), stdout) == text.size();
   });
   return std::fflush(stdout) == 0 && written;
 }
 
-bool PrintToFile(const OutputList& list, Format format, OutputFile& file) {
-  const bool written =
-      WriteList(list, format, [&file](std::string_view text) { return WriteOutput(file, text); });
+bool PrintToFile(const Writer& write, OutputFile& file) {
+  const bool written = write([&file](std::string_view text) { return WriteOutput(file, text); });
   return CloseOutput(file, written);
+}
+
+bool PrintTo(const std::string& file, const Writer& write) {
+  OutputFile output;
+  int error = 0;
+  if (!file.empty() && !OpenOutput(file, OutputMode::kReplace, output, error)) {
+    Complain("Could Not Open or Create File " + file + " (" + std::strerror(error) + ")");
+    return false;
+  }
+  const bool written = file.empty() ? PrintToStdout(write) : PrintToFile(write, output);
+  if (!written && !StopRequested()) Complain("Could not write the list");
+  return written;
 }
 
 }  // namespace
@@ -52,16 +66,11 @@ void Complain(const std::string& text) {
 }
 
 bool PrintList(const OutputList& list, Format format, const std::string& file) {
-  OutputFile output;
-  int error = 0;
-  if (!file.empty() && !OpenOutput(file, OutputMode::kReplace, output, error)) {
-    Complain("Could Not Open or Create File " + file + " (" + std::strerror(error) + ")");
-    return false;
-  }
-  const bool written =
-      file.empty() ? PrintToStdout(list, format) : PrintToFile(list, format, output);
-  if (!written && !StopRequested()) Complain("Could not write the list");
-  return written;
+  return PrintTo(file, [&](const TextSink& sink) { return WriteList(list, format, sink); });
+}
+
+bool PrintText(const std::string& text, const std::string& file) {
+  return PrintTo(file, [&](const TextSink& sink) { return sink(text); });
 }
 
 }  // namespace hivequarry

@@ -18,4 +18,7 @@ void Complain(const std::string& text);
 // the file holds what it held before.
 bool PrintList(const OutputList& list, Format format, const std::string& file);
 
+// The same for a text as it stands.
+bool PrintText(const std::string& text, const std::string& file);
+
 }  // namespace hivequarry

@@ -9,6 +9,7 @@
 #include "ui/main_window.h"
 #include "ui/text.h"
 #include "ui/window_class.h"
+#include "ui/window_place.h"
 
 namespace hivequarry {
 namespace {
@@ -31,6 +32,8 @@ struct BlockWindow {
   uint32_t dpi = USER_DEFAULT_SCREEN_DPI;
   std::vector<BinRow> rows;
 };
+
+WindowPlace& SavedPlace() { return TheSettings().places[kPlaceBlocks]; }
 
 std::string CellText(const BinRow& row, int column) {
   char position[16];
@@ -93,16 +96,22 @@ void OnDpiChanged(BlockWindow& blocks, WPARAM dpi, const RECT& place) {
   blocks.dpi = HIWORD(dpi);
   SetListFont(blocks);
   ScaleColumns(blocks.list, old_dpi, blocks.dpi);
-  SetWindowPos(blocks.handle, nullptr, place.left, place.top, place.right - place.left,
-               place.bottom - place.top, SWP_NOZORDER | SWP_NOACTIVATE);
+  MoveToArea(blocks.handle, place);
 }
 
 void OnCreate(BlockWindow& blocks) {
   blocks.dpi = DpiOfWindow(blocks.handle);
   blocks.list = MakeVirtualList(blocks.handle, kListId, kColumns, blocks.dpi);
   SetListFont(blocks);
+  SetColumnWidths(blocks.list, SavedPlace().columns, blocks.dpi);
   ListView_SetItemCountEx(blocks.list, static_cast<int>(blocks.rows.size()), 0);
   ShowWindow(blocks.list, SW_SHOWNA);
+}
+
+void SavePlace(const BlockWindow& blocks) {
+  if (blocks.list == nullptr) return;  // its making failed
+  SavedPlace() = PlaceOfWindow(blocks.handle, blocks.dpi);
+  SavedPlace().columns = ColumnWidths(blocks.list, blocks.dpi);
 }
 
 void OnDestroy(BlockWindow* blocks) {
@@ -113,13 +122,8 @@ void OnDestroy(BlockWindow* blocks) {
 }
 
 LRESULT CALLBACK BlockProc(HWND handle, UINT message, WPARAM first, LPARAM second) {
-  auto* blocks = reinterpret_cast<BlockWindow*>(GetWindowLongPtrW(handle, GWLP_USERDATA));
-  if (message == WM_NCCREATE) {
-    const auto* create = reinterpret_cast<const CREATESTRUCTW*>(second);
-    blocks = static_cast<BlockWindow*>(create->lpCreateParams);
-    blocks->handle = handle;
-    SetWindowLongPtrW(handle, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(blocks));
-  }
+  auto* blocks = RecordOfWindow<BlockWindow>(handle, message, second);
+  if (message == WM_NCCREATE) blocks->handle = handle;
   if (blocks == nullptr) return DefWindowProcW(handle, message, first, second);
   switch (message) {
     case WM_CREATE:
@@ -135,6 +139,9 @@ LRESULT CALLBACK BlockProc(HWND handle, UINT message, WPARAM first, LPARAM secon
       return OnListNotify(*blocks, second);
     case WM_DPICHANGED:
       OnDpiChanged(*blocks, first, *reinterpret_cast<const RECT*>(second));
+      return 0;
+    case WM_DESTROY:
+      SavePlace(*blocks);
       return 0;
     case WM_NCDESTROY:
       OnDestroy(blocks);
@@ -172,11 +179,14 @@ void ShowBlockList(MainWindow& window) {
   const HiveImage& hive = ShownHive(window);
   blocks->rows = ListHiveBins(hive, hive.data_start, UINT32_MAX);
   // From here on the record goes with the window, also when its making fails half-way.
-  const RECT place = PlaceOver(window);
+  const WindowPlace& saved = SavedPlace();
+  const bool placed = IsPlaced(saved);
+  const RECT place = placed ? OnScreen(AreaOfPlace(saved, window.dpi)) : PlaceOver(window);
   window.blocks = CreateWindowExW(0, kClassName, L"Block list", WS_OVERLAPPEDWINDOW, place.left,
                                   place.top, place.right - place.left, place.bottom - place.top,
                                   window.handle, nullptr, window.instance, blocks);
-  if (window.blocks != nullptr) ShowWindow(window.blocks, SW_SHOW);
+  if (window.blocks == nullptr) return;
+  ShowWindow(window.blocks, placed && saved.maximised ? SW_SHOWMAXIMIZED : SW_SHOW);
 }
 
 }  // namespace hivequarry

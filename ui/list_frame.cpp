@@ -10,6 +10,7 @@
 #include "ui/list_commands.h"
 #include "ui/main_window.h"
 #include "ui/text.h"
+#include "ui/tool_buttons.h"
 
 namespace hivequarry {
 namespace {
@@ -18,7 +19,6 @@ namespace {
 constexpr int kMargin = 4;
 constexpr int kSourceMargin = 3;  // above and below the source's name, with the border
 constexpr int kToolbarHeight = 34;
-constexpr int kButtonSide = 30;
 constexpr int kSmallIcon = 16;
 constexpr int kToolIcon = 20;
 constexpr int kProgressWidth = 160;
@@ -38,38 +38,17 @@ std::vector<TBBUTTON> ToolButtons() {
   std::vector<TBBUTTON> buttons;
   for (const ListCommand& command : ListCommands()) {
     if (command.tooltip == nullptr) continue;
-    TBBUTTON button{};
-    if (command.group_start && !buttons.empty()) {
-      button.fsStyle = BTNS_SEP;
-      buttons.push_back(button);
-    }
-    button.iBitmap = static_cast<int>(command.icon);
-    button.idCommand = command.number;
-    button.fsState = TBSTATE_ENABLED;
-    button.fsStyle = BTNS_BUTTON;
-    buttons.push_back(button);
+    if (command.group_start && !buttons.empty()) buttons.push_back(ToolGap());
+    buttons.push_back(ToolButton(command.icon, command.number, BTNS_BUTTON));
   }
   return buttons;
-}
-
-HWND MakeListToolbar(const ListWindow& window) {
-  const HWND toolbar = MakeChild(window, TOOLBARCLASSNAMEW, L"Toolbar",
-                                 WS_VISIBLE | WS_TABSTOP | TBSTYLE_FLAT | TBSTYLE_TOOLTIPS |
-                                     CCS_NODIVIDER | CCS_NORESIZE | CCS_NOPARENTALIGN,
-                                 kListToolbarId);
-  if (toolbar == nullptr) return nullptr;
-  SendMessageW(toolbar, TB_BUTTONSTRUCTSIZE, sizeof(TBBUTTON), 0);
-  SendMessageW(toolbar, TB_SETEXTENDEDSTYLE, 0, TBSTYLE_EX_DOUBLEBUFFER);
-  const std::vector<TBBUTTON> buttons = ToolButtons();
-  SendMessageW(toolbar, TB_ADDBUTTONSW, buttons.size(), reinterpret_cast<LPARAM>(buttons.data()));
-  return toolbar;
 }
 
 void ShowButtons(const ListWindow& window) {
   for (const ListCommand& command : ListCommands()) {
     if (command.tooltip == nullptr) continue;
-    const bool on = IsListCommandAvailable(window.place, command.number);
-    SendMessageW(window.toolbar, TB_ENABLEBUTTON, command.number, MAKELPARAM(on ? TRUE : FALSE, 0));
+    EnableToolButton(window.toolbar, command.number,
+                     IsListCommandAvailable(window.place, command.number));
   }
 }
 
@@ -163,7 +142,7 @@ void ShowSource(ListWindow& window) {
 
 bool MakeListFrame(ListWindow& window) {
   ListPlace& place = window.place;
-  window.toolbar = MakeListToolbar(window);
+  window.toolbar = MakeToolbarControl(place.window, kListToolbarId, WS_TABSTOP, ToolButtons());
   window.label = MakeChild(window, WC_STATICW, L"File:", SS_NOPREFIX, kListLabelId);
   window.source = MakeChild(window, WC_EDITW, L"",
                             WS_TABSTOP | WS_BORDER | ES_READONLY | ES_AUTOHSCROLL, kListSourceId);
@@ -193,7 +172,7 @@ void RefreshListLook(ListWindow& window) {
   SendMessageW(window.toolbar, TB_SETIMAGELIST, 0, reinterpret_cast<LPARAM>(window.icons.tools));
   SendMessageW(window.toolbar, TB_SETDISABLEDIMAGELIST, 0,
                reinterpret_cast<LPARAM>(window.icons.faded_tools));
-  const int side = Scale(kButtonSide, window.dpi);
+  const int side = Scale(kToolButtonSide, window.dpi);
   SendMessageW(window.toolbar, TB_SETBUTTONSIZE, 0, MAKELPARAM(side, side));
   FreeFonts(old_fonts);
   FreeIconLists(old_icons);

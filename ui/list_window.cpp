@@ -13,6 +13,7 @@
 #include "ui/list_view.h"
 #include "ui/main_window.h"
 #include "ui/window_class.h"
+#include "ui/window_place.h"
 
 namespace hivequarry {
 namespace {
@@ -38,29 +39,11 @@ WindowPlace& SavedPlace(const ListPlace& place) {
   return TheSettings().places[static_cast<size_t>(PlaceOfListKind(ListKindOf(*place.model)))];
 }
 
-int Unscale(int measure, uint32_t dpi) {
-  return MulDiv(measure, USER_DEFAULT_SCREEN_DPI, static_cast<int>(dpi));
-}
-
-// Corners are those of the screen; sizes are kept at 96 dpi, so that they suit any screen.
 void SavePlace(const ListWindow& window) {
   if (window.place.model == nullptr) return;  // its making failed
-  WINDOWPLACEMENT placement{};
-  placement.length = sizeof placement;
-  GetWindowPlacement(window.place.window, &placement);
-  RECT area = placement.rcNormalPosition;
-  if (placement.showCmd == SW_SHOWNORMAL) GetWindowRect(window.place.window, &area);
   WindowPlace& saved = SavedPlace(window.place);
-  saved.left = area.left;
-  saved.top = area.top;
-  saved.right = area.left + Unscale(area.right - area.left, window.dpi);
-  saved.bottom = area.top + Unscale(area.bottom - area.top, window.dpi);
-  saved.maximised = IsZoomed(window.place.window) != FALSE;
-  saved.columns.clear();
-  const HWND list = window.place.list;
-  for (int column = 0; column < ColumnCount(list); ++column) {
-    saved.columns.push_back(Unscale(ListView_GetColumnWidth(list, column), window.dpi));
-  }
+  saved = PlaceOfWindow(window.place.window, window.dpi);
+  saved.columns = ColumnWidths(window.place.list, window.dpi);
 }
 
 // The saved widths, in pixels, if they are those of a list like this.
@@ -73,11 +56,6 @@ std::vector<int> SavedWidths(const ListWindow& window, const WindowPlace& saved,
   return widths;
 }
 
-RECT SavedArea(const ListWindow& window, const WindowPlace& saved) {
-  return {saved.left, saved.top, saved.left + Scale(saved.right - saved.left, window.dpi),
-          saved.top + Scale(saved.bottom - saved.top, window.dpi)};
-}
-
 RECT DefaultArea(const ListWindow& window) {
   RECT owner;
   GetWindowRect(window.place.owner->handle, &owner);
@@ -87,28 +65,13 @@ RECT DefaultArea(const ListWindow& window) {
           top + Scale(kDefaultHeight, window.dpi)};
 }
 
-// As much of the area as the nearest screen has room for.
-RECT OnScreen(RECT area) {
-  MONITORINFO monitor{};
-  monitor.cbSize = sizeof monitor;
-  GetMonitorInfoW(MonitorFromRect(&area, MONITOR_DEFAULTTONEAREST), &monitor);
-  const RECT& work = monitor.rcWork;
-  const LONG width = std::min(area.right - area.left, work.right - work.left);
-  const LONG height = std::min(area.bottom - area.top, work.bottom - work.top);
-  const LONG left = std::clamp(area.left, work.left, work.right - width);
-  const LONG top = std::clamp(area.top, work.top, work.bottom - height);
-  return {left, top, left + width, top + height};
-}
-
 // Each further window stands a little apart from the one before.
 void MoveToPlace(const ListWindow& window, const WindowPlace& saved) {
-  RECT area = IsPlaced(saved) ? SavedArea(window, saved) : DefaultArea(window);
+  RECT area = IsPlaced(saved) ? AreaOfPlace(saved, window.dpi) : DefaultArea(window);
   const auto others = static_cast<int>(TheListWindows().open.size()) - 1;
   const int distance = others * Scale(kCascade, window.dpi);
   OffsetRect(&area, distance, distance);
-  area = OnScreen(area);
-  SetWindowPos(window.place.window, nullptr, area.left, area.top, area.right - area.left,
-               area.bottom - area.top, SWP_NOZORDER | SWP_NOACTIVATE);
+  MoveToArea(window.place.window, OnScreen(area));
 }
 
 // --- messages ------------------------------------------------------------------------------------
@@ -125,8 +88,7 @@ void OnDpiChanged(ListWindow& window, WPARAM dpi, const RECT& area) {
   window.dpi = HIWORD(dpi);
   RefreshListLook(window);
   ScaleColumns(window.place.list, old_dpi, window.dpi);
-  SetWindowPos(window.place.window, nullptr, area.left, area.top, area.right - area.left,
-               area.bottom - area.top, SWP_NOZORDER | SWP_NOACTIVATE);
+  MoveToArea(window.place.window, area);
 }
 
 void OnSystemChange(ListWindow& window, UINT message, WPARAM first, LPARAM second) {
@@ -228,12 +190,9 @@ LRESULT Route(ListWindow& window, UINT message, WPARAM first, LPARAM second) {
 }
 
 LRESULT CALLBACK ListProc(HWND handle, UINT message, WPARAM first, LPARAM second) {
-  auto* window = reinterpret_cast<ListWindow*>(GetWindowLongPtrW(handle, GWLP_USERDATA));
+  auto* window = RecordOfWindow<ListWindow>(handle, message, second);
   if (message == WM_NCCREATE) {
-    const auto* create = reinterpret_cast<const CREATESTRUCTW*>(second);
-    window = static_cast<ListWindow*>(create->lpCreateParams);
     window->place.window = handle;
-    SetWindowLongPtrW(handle, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(window));
     TheListWindows().open.push_back(window);
   }
   if (window == nullptr) return DefWindowProcW(handle, message, first, second);

@@ -9,10 +9,12 @@
 #include "ui/empty_view.h"
 #include "ui/list_window.h"
 #include "ui/resource.h"
+#include "ui/security_window.h"
 #include "ui/splitter.h"
 #include "ui/system_facts.h"
 #include "ui/text.h"
 #include "ui/win.h"
+#include "ui/window_class.h"
 #include "ui/window_settings.h"
 
 namespace hivequarry {
@@ -83,6 +85,7 @@ bool OnCreate(MainWindow& window) {
 void OnDestroy(MainWindow& window) {
   EndWorkers(window);
   CloseListWindows(window);
+  CloseSecurityWindows();
   GatherSettings(window);
   ClearTree(window.tree);
   ClearValues(window.values);
@@ -264,13 +267,8 @@ LRESULT Route(MainWindow& window, UINT message, WPARAM first, LPARAM second) {
 }
 
 LRESULT CALLBACK MainProc(HWND handle, UINT message, WPARAM first, LPARAM second) {
-  auto* window = reinterpret_cast<MainWindow*>(GetWindowLongPtrW(handle, GWLP_USERDATA));
-  if (message == WM_NCCREATE) {
-    const auto* create = reinterpret_cast<const CREATESTRUCTW*>(second);
-    window = static_cast<MainWindow*>(create->lpCreateParams);
-    window->handle = handle;
-    SetWindowLongPtrW(handle, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(window));
-  }
+  auto* window = RecordOfWindow<MainWindow>(handle, message, second);
+  if (message == WM_NCCREATE) window->handle = handle;
   if (window == nullptr) return DefWindowProcW(handle, message, first, second);
   if (message == WM_NCDESTROY) {
     FreeMainWindow(window);
@@ -368,7 +366,7 @@ MainWindow* FindMainWindow(HWND handle) {
 }
 
 void HandleMessage(HWND handle, MSG& message) {
-  if (TranslateListKeys(message)) return;
+  if (TranslateListKeys(message) || TranslateSecurityKeys(message)) return;
   MainWindow* window = FindMainWindow(handle);
   const bool ours =
       window != nullptr && (message.hwnd == handle || IsChild(handle, message.hwnd) != FALSE);

@@ -4,23 +4,15 @@
 #include "ui/list_window.h"
 #include "ui/main_window.h"
 #include "ui/text.h"
+#include "ui/tool_buttons.h"
 
 namespace hivequarry {
 namespace {
 
-constexpr int kButtonSide = 30;  // at 96 dpi
-
 TBBUTTON ButtonOf(const Command* command) {
-  TBBUTTON button{};
-  if (command == nullptr) {
-    button.fsStyle = BTNS_SEP;
-    return button;
-  }
-  button.iBitmap = static_cast<int>(command->icon);
-  button.idCommand = command->number;
-  button.fsState = TBSTATE_ENABLED;
-  button.fsStyle = command->checked != nullptr ? BTNS_CHECK : BTNS_BUTTON;
-  return button;
+  if (command == nullptr) return ToolGap();
+  const bool check = command->checked != nullptr;
+  return ToolButton(command->icon, command->number, check ? BTNS_CHECK : BTNS_BUTTON);
 }
 
 std::vector<TBBUTTON> ToolButtons() {
@@ -31,25 +23,10 @@ std::vector<TBBUTTON> ToolButtons() {
   return buttons;
 }
 
-void SetState(HWND toolbar, UINT message, const Command& command, bool on) {
-  SendMessageW(toolbar, message, command.number, MAKELPARAM(on ? TRUE : FALSE, 0));
-}
-
 }  // namespace
 
 HWND MakeToolbar(MainWindow& window) {
-  const HWND toolbar = CreateWindowExW(
-      0, TOOLBARCLASSNAMEW, L"Toolbar",
-      WS_CHILD | WS_VISIBLE | TBSTYLE_FLAT | TBSTYLE_TOOLTIPS | TBSTYLE_WRAPABLE | CCS_NODIVIDER |
-          CCS_NORESIZE | CCS_NOPARENTALIGN,
-      0, 0, 0, 0, window.handle, reinterpret_cast<HMENU>(static_cast<INT_PTR>(kToolbarId)),
-      window.instance, nullptr);
-  if (toolbar == nullptr) return nullptr;
-  SendMessageW(toolbar, TB_BUTTONSTRUCTSIZE, sizeof(TBBUTTON), 0);
-  SendMessageW(toolbar, TB_SETEXTENDEDSTYLE, 0, TBSTYLE_EX_DOUBLEBUFFER);
-  const std::vector<TBBUTTON> buttons = ToolButtons();
-  SendMessageW(toolbar, TB_ADDBUTTONSW, buttons.size(), reinterpret_cast<LPARAM>(buttons.data()));
-  return toolbar;
+  return MakeToolbarControl(window.handle, kToolbarId, TBSTYLE_WRAPABLE, ToolButtons());
 }
 
 void SetToolbarIcons(MainWindow& window) {
@@ -57,13 +34,13 @@ void SetToolbarIcons(MainWindow& window) {
   SendMessageW(toolbar, TB_SETIMAGELIST, 0, reinterpret_cast<LPARAM>(window.icons.tools));
   SendMessageW(toolbar, TB_SETDISABLEDIMAGELIST, 0,
                reinterpret_cast<LPARAM>(window.icons.faded_tools));
-  const int side = Scale(kButtonSide, window.dpi);
+  const int side = Scale(kToolButtonSide, window.dpi);
   SendMessageW(toolbar, TB_SETBUTTONSIZE, 0, MAKELPARAM(side, side));
 }
 
 int WrapToolbar(const MainWindow& window, int width) {
-  SetWindowPos(window.toolbar, nullptr, 0, 0, std::max(width, 1), Scale(kButtonSide, window.dpi),
-               SWP_NOMOVE | SWP_NOZORDER | SWP_NOACTIVATE);
+  SetWindowPos(window.toolbar, nullptr, 0, 0, std::max(width, 1),
+               Scale(kToolButtonSide, window.dpi), SWP_NOMOVE | SWP_NOZORDER | SWP_NOACTIVATE);
   SendMessageW(window.toolbar, TB_AUTOSIZE, 0, 0);
   RECT last{};
   const LRESULT count = SendMessageW(window.toolbar, TB_BUTTONCOUNT, 0, 0);
@@ -77,10 +54,10 @@ void UpdateToolbar(MainWindow& window) {
   for (const uint16_t number : CommandsIn(CommandPlace::kToolbar)) {
     const Command* command = FindCommand(Commands(), number);
     if (command == nullptr) continue;
-    SetState(window.toolbar, TB_ENABLEBUTTON, *command, IsAvailable(*command, facts));
-    if (command->checked != nullptr) {
-      SetState(window.toolbar, TB_CHECKBUTTON, *command, IsChecked(*command, facts));
-    }
+    EnableToolButton(window.toolbar, command->number, IsAvailable(*command, facts));
+    if (command->checked == nullptr) continue;
+    SendMessageW(window.toolbar, TB_CHECKBUTTON, command->number,
+                 MAKELPARAM(IsChecked(*command, facts) ? TRUE : FALSE, 0));
   }
 }
 

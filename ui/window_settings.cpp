@@ -9,65 +9,10 @@
 #include "ui/main_window.h"
 #include "ui/system_facts.h"
 #include "ui/text.h"
+#include "ui/window_place.h"
 
 namespace hivequarry {
 namespace {
-
-int Unscale(int measure, uint32_t dpi) {
-  return MulDiv(measure, USER_DEFAULT_SCREEN_DPI, static_cast<int>(dpi));
-}
-
-void SetWidths(HWND list, const std::vector<int>& widths, uint32_t dpi) {
-  const int count = std::min(ColumnCount(list), static_cast<int>(widths.size()));
-  for (int column = 0; column < count; ++column) {
-    const int width = widths[static_cast<size_t>(column)];
-    if (width > 0) ListView_SetColumnWidth(list, column, Scale(width, dpi));
-  }
-}
-
-std::vector<int> Widths(HWND list, uint32_t dpi) {
-  std::vector<int> widths;
-  for (int column = 0; column < ColumnCount(list); ++column) {
-    widths.push_back(Unscale(ListView_GetColumnWidth(list, column), dpi));
-  }
-  return widths;
-}
-
-// The same size moved into an area, or cut to it.
-RECT MovedInto(const RECT& area, RECT place) {
-  const LONG width = std::min(place.right - place.left, area.right - area.left);
-  const LONG height = std::min(place.bottom - place.top, area.bottom - area.top);
-  place.left = std::clamp(place.left, area.left, area.right - width);
-  place.top = std::clamp(place.top, area.top, area.bottom - height);
-  return {place.left, place.top, place.left + width, place.top + height};
-}
-
-RECT WorkAreaAt(const RECT& place) {
-  MONITORINFO monitor{};
-  monitor.cbSize = sizeof monitor;
-  GetMonitorInfoW(MonitorFromRect(&place, MONITOR_DEFAULTTONEAREST), &monitor);
-  return monitor.rcWork;
-}
-
-// Corners are those of the screen; the size is kept at 96 dpi, so that it suits the screen where
-// the window appears next time.
-WindowPlace PlaceNow(const MainWindow& window) {
-  WINDOWPLACEMENT placement{};
-  placement.length = sizeof placement;
-  GetWindowPlacement(window.handle, &placement);
-  RECT normal = placement.rcNormalPosition;
-  if (placement.showCmd == SW_SHOWNORMAL) GetWindowRect(window.handle, &normal);
-  WindowPlace place;
-  place.left = normal.left;
-  place.top = normal.top;
-  place.right = normal.left + Unscale(normal.right - normal.left, window.dpi);
-  place.bottom = normal.top + Unscale(normal.bottom - normal.top, window.dpi);
-  place.maximised =
-      placement.showCmd == SW_SHOWMAXIMIZED ||
-      (placement.showCmd == SW_SHOWMINIMIZED && (placement.flags & WPF_RESTORETOMAXIMIZED) != 0);
-  if (window.values.columns_touched) place.columns = Widths(window.values.window, window.dpi);
-  return place;
-}
 
 // Hives that other copies of the program opened meanwhile, behind those of this one.
 void AddOthersHives(const std::string& file, History& recent) {
@@ -88,33 +33,31 @@ void ApplySettings(MainWindow& window) {
   window.detail_shown = settings.options.detail_pane;
   window.view.technical = settings.options.technical_view;
   window.view.cell_details = settings.options.cell_details;
-  SetWidths(window.values.window, settings.main.columns, window.dpi);
+  SetColumnWidths(window.values.window, settings.main.columns, window.dpi);
   window.values.columns_touched = !settings.main.columns.empty();
-  SetWidths(window.output.list, settings.output_columns, window.dpi);
+  SetColumnWidths(window.output.list, settings.output_columns, window.dpi);
 }
 
 bool RestorePlace(MainWindow& window) {
   const WindowPlace& kept = TheSettings().main;
   if (!IsPlaced(kept)) return false;
-  const RECT work = WorkAreaAt({kept.left, kept.top, kept.right, kept.bottom});
   // Going over to that screen may change the resolution, and with it the size.
-  const RECT corner = MovedInto(work, {kept.left, kept.top, kept.left + 1, kept.top + 1});
+  const RECT corner = OnScreen({kept.left, kept.top, kept.left + 1, kept.top + 1});
   SetWindowPos(window.handle, nullptr, corner.left, corner.top, 0, 0,
                SWP_NOSIZE | SWP_NOZORDER | SWP_NOACTIVATE);
-  const RECT place =
-      MovedInto(work, {kept.left, kept.top, kept.left + Scale(kept.right - kept.left, window.dpi),
-                       kept.top + Scale(kept.bottom - kept.top, window.dpi)});
-  SetWindowPos(window.handle, nullptr, place.left, place.top, place.right - place.left,
-               place.bottom - place.top, SWP_NOZORDER | SWP_NOACTIVATE);
+  MoveToArea(window.handle, OnScreen(AreaOfPlace(kept, window.dpi)));
   return true;
 }
 
 void GatherSettings(const MainWindow& window) {
   Settings& settings = TheSettings();
-  settings.main = PlaceNow(window);
+  settings.main = PlaceOfWindow(window.handle, window.dpi);
+  if (window.values.columns_touched) {
+    settings.main.columns = ColumnWidths(window.values.window, window.dpi);
+  }
   // A list of results has columns of its own.
   if (ColumnCount(window.output.list) == kMaxColumns) {
-    settings.output_columns = Widths(window.output.list, window.dpi);
+    settings.output_columns = ColumnWidths(window.output.list, window.dpi);
   }
   settings.tree_width = window.tree_width;
   settings.detail_share = window.detail_share;

@@ -1,0 +1,210 @@
+// Search, keys by date, security records and special reports on the console.
+#include <optional>
+
+#include "cli/opened_hive.h"
+#include "cli/print_list.h"
+#include "hive/root_path.h"
+#include "host/host.h"
+#include "reports/key_dates.h"
+#include "reports/search.h"
+#include "reports/special_reports.h"
+#include "security/security_lists.h"
+#include "security/sid.h"
+
+namespace hivequarry {
+namespace {
+
+// Words of the access rights that "--permissions" takes beside a number.
+struct RightsWord {
+  const char* word;
+  uint32_t rights;
+};
+constexpr RightsWord kRightsWords[] = {
+    {"full", kFullControl},  {"read", kReadRights},     {"write", kWriteRights},
+    {"query-value", 0x01},   {"set-value", 0x02},       {"create-subkey", 0x04},
+    {"enumerate", 0x08},     {"notify", 0x10},          {"create-link", 0x20},
+    {"delete", 0x10000},     {"read-control", 0x20000}, {"write-dac", 0x40000},
+    {"write-owner", 0x80000}};
+
+std::optional<uint32_t> RightsOfWord(std::string_view word) {
+  for (const RightsWord& known : kRightsWords) {
+    if (EqualIgnoringCase(word, known.word)) return known.rights;
+  }
+  uint32_t rights = 0;
+  if (ParsePosition(word, rights)) return rights;
+  return std::nullopt;
+}
+
+// "read,set-value" or "0x20019": all of them. False after a message.
+bool ParseRights(std::string_view text, uint32_t& rights) {
+  rights = 0;
+  while (!text.empty()) {
+    const std::string_view word = text.substr(0, text.find(','));
+    text.remove_prefix(std::min(word.size() + 1, text.size()));
+    const std::optional<uint32_t> known = RightsOfWord(word);
+    if (!known) {
+      Complain("No right " + std::string(word));
+      return false;
+    }
+    rights |= *known;
+  }
+  return true;
+}
+
+bool ParseKeyDate(const std::string& text, KeyDateTime missing, KeyDateTime& time) {
+  time = missing;
+  if (text.empty() || ReadKeyDate(text, time)) return true;
+  Complain("No date " + text);
+  return false;
+}
+
+bool ParseRange(const DatesRequest& dates, KeyDateRange& range) {
+  range.limited = !dates.from.empty() || !dates.to.empty();
+  return ParseKeyDate(dates.from, KeyDateTime(), range.start) &&
+         ParseKeyDate(dates.to, {0xFFFF, 12, 31, 23, 59, 59}, range.end);
+}
+
+SecurityListOptions OptionsOf(const ConsoleRequest& request) {
+  SecurityListOptions options;
+  options.resolve = request.security.resolve;
+  return options;
+}
+
+bool IsSid(const std::string& text) {
+  if (!SidOfText(text).empty()) return true;
+  Complain("Please specify a valid SID !");
+  return false;
+}
+
+// The question that the request's options ask; a record's when there are none. False after a
+// message.
+bool QueryOf(const SecurityRequest& request, SecurityQuery& query) {
+  if (!request.permissions.empty()) {
+    query.mode = SecurityMode::kPermissions;
+    query.permissions.sid = request.sid;
+    query.permissions.kind = request.kind;
+    query.permissions.not_inherited = request.not_inherited;
+    return (request.sid.empty() || IsSid(request.sid)) &&
+           ParseRights(request.permissions, query.permissions.rights);
+  }
+  if (!request.owner.empty() || !request.ace.empty()) {
+    const bool owner = !request.owner.empty();
+    query.mode = owner ? SecurityMode::kOwner : SecurityMode::kAce;
+    query.sid = owner ? request.owner : request.ace;
+    return IsSid(query.sid);
+  }
+  if (ParsePosition(request.record, query.record)) return true;
+  Complain("One of --record, --owner, --ace and --permissions is needed");
+  return false;
+}
+
+// A list over the branch that the request names; `fill` gets its item.
+template <typename Fill>
+int PrintBranch(const ConsoleRequest& request, OpenedHive& opened, int kind, const Fill& fill) {
+  uint32_t item = 0;
+  if (!FindKey(request, opened, item)) return kExitFailed;
+  const OutputListPtr list = MakeOutputList(kind);
+  fill(item, *list);
+  return Print(request, *list);
+}
+
+using SecurityWalk = void (*)(const HiveImage&, const KeyTree&, uint32_t,
+                              const SecurityListOptions&, OutputList&);
+int PrintSecurityBranch(const ConsoleRequest& request, OpenedHive& opened, int kind,
+                        SecurityWalk walk) {
+  return PrintBranch(request, opened, kind, [&](uint32_t item, OutputList& list) {
+    walk(*opened.hive, opened.tree, item, OptionsOf(request), list);
+  });
+}
+
+// The position of the record of the request's key; kNoOffset for a key without one.
+uint32_t RecordOf(const OpenedHive& opened, uint32_t item) {
+  if (!HasKeyCell(opened.tree, item)) return kNoOffset;
+  return SecurityOfKey(*opened.hive, opened.tree.items[item].position);
+}
+
+}  // namespace
+
+int SearchCommand(const ConsoleRequest& request, OpenedHive& opened) {
+  uint32_t item = 0;
+  SearchPattern pattern;
+  if (!FindKey(request, opened, item)) return kExitFailed;
+  if (!CompilePattern(request.search, pattern)) {
+    const bool odd = request.search.hex_mode && request.search.hex.size() % 2 != 0;
+    Complain(odd ? "Hex String must have even length !" : "Nothing to search for");
+    return kExitUsage;
+  }
+  const OutputListPtr list = MakeSearchList(request.search_details);
+  if (!SearchBranch(*opened.hive, opened.tree, item, pattern, *list)) {
+    Complain("Keys nested too deep were not examined");
+  }
+  return Print(request, *list);
+}
+
+int DatesCommand(const ConsoleRequest& request, OpenedHive& opened) {
+  KeyDateRange range;
+  if (!ParseRange(request.dates, range)) return kExitUsage;
+  return PrintBranch(request, opened, kListKeyDates, [&](uint32_t item, OutputList& list) {
+    ListKeyDates(*opened.hive, opened.tree, item, range, list);
+  });
+}
+
+int SecurityRecordsCommand(const ConsoleRequest& request, OpenedHive& opened) {
+  const OutputListPtr list = MakeOutputList(kListSecurityScan);
+  ScanSecurityCells(*opened.hive, OptionsOf(request), *list);
+  return Print(request, *list);
+}
+
+int SecurityAcesCommand(const ConsoleRequest& request, OpenedHive& opened) {
+  const OutputListPtr list = MakeAceList(false);
+  ListAces(*opened.hive, OptionsOf(request), *list);
+  return Print(request, *list);
+}
+
+int SecurityUsedCommand(const ConsoleRequest& request, OpenedHive& opened) {
+  return PrintSecurityBranch(request, opened, kListUsedRecords, ListUsedRecords);
+}
+
+int SecurityOwnersCommand(const ConsoleRequest& request, OpenedHive& opened) {
+  return PrintSecurityBranch(request, opened, kListKeyOwners, ListKeyOwners);
+}
+
+int SecurityLinksCommand(const ConsoleRequest& request, OpenedHive& opened) {
+  return PrintSecurityBranch(request, opened, kListRecordKeys, ListRecordKeys);
+}
+
+int SecurityKeysCommand(const ConsoleRequest& request, OpenedHive& opened) {
+  SecurityQuery query;
+  if (!QueryOf(request.security, query)) return kExitUsage;
+  return PrintBranch(request, opened, kListSecurityKeys, [&](uint32_t item, OutputList& list) {
+    SetListTitle(list, TitleOfQuery(*opened.hive, query));
+    FindKeysBySecurity(*opened.hive, opened.tree, item, query, OptionsOf(request), list);
+  });
+}
+
+int SecurityShowCommand(const ConsoleRequest& request, OpenedHive& opened) {
+  uint32_t item = 0;
+  if (!FindKey(request, opened, item)) return kExitFailed;
+  const HiveImage& hive = *opened.hive;
+  const uint32_t record = RecordOf(opened, item);
+  SecurityRecordInfo info;
+  if (record == kNoOffset || !ReadSecurityRecord(hive, record, info)) {
+    char text[48];
+    std::snprintf(text, sizeof text, "Invalid security key at 0x%X",
+                  record == kNoOffset ? record : record - hive.data_base);
+    Complain(text);
+    return kExitFailed;
+  }
+  const std::string text = FormatSecurityRecord(hive, info, request.security.resolve);
+  return PrintText(Utf8FromNarrow(text), request.output) ? kExitDone : kExitFailed;
+}
+
+int ReportCommand(const ConsoleRequest& request, OpenedHive& opened) {
+  const ReportInfo* report = FindReport(request.report);
+  if (report == nullptr) return kExitUsage;
+  return PrintBranch(request, opened, report->kind, [&](uint32_t item, OutputList& list) {
+    RunReportOnHive(report->report, *opened.hive, opened.tree, item, list);
+  });
+}
+
+}  // namespace hivequarry

@@ -1,0 +1,42 @@
+// A hive opened for one command of the console program, and how its arguments name things in it.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "cli/commands.h"
+#include "hive/image.h"
+#include "hive/key_tree.h"
+#include "recovery/image_tree.h"
+
+namespace hivequarry {
+
+struct OpenedHive {
+  HiveImage* hive = nullptr;
+  KeyTree tree;
+  ImageSummary summary;
+};
+
+// "4660" or "0x1234", behind an "@" or without one.
+bool ParsePosition(std::string_view text, uint32_t& position);
+// Text of the command line as the code-page text in which names are held.
+std::string NarrowArgument(const std::string& utf8);
+// The item that the request's key names; the root without one. False after a message.
+bool FindKey(const ConsoleRequest& request, const OpenedHive& opened, uint32_t& item);
+// Prints as the request wants it; an exit status.
+int Print(const ConsoleRequest& request, const OutputList& list);
+
+// Commands that find something (find_commands.cpp); each returns an exit status.
+int SearchCommand(const ConsoleRequest& request, OpenedHive& opened);
+int DatesCommand(const ConsoleRequest& request, OpenedHive& opened);
+int SecurityRecordsCommand(const ConsoleRequest& request, OpenedHive& opened);
+int SecurityAcesCommand(const ConsoleRequest& request, OpenedHive& opened);
+int SecurityUsedCommand(const ConsoleRequest& request, OpenedHive& opened);
+int SecurityOwnersCommand(const ConsoleRequest& request, OpenedHive& opened);
+int SecurityLinksCommand(const ConsoleRequest& request, OpenedHive& opened);
+int SecurityKeysCommand(const ConsoleRequest& request, OpenedHive& opened);
+int SecurityShowCommand(const ConsoleRequest& request, OpenedHive& opened);
+int ReportCommand(const ConsoleRequest& request, OpenedHive& opened);
+
+}  // namespace hivequarry
