@@ -15,6 +15,10 @@ constexpr HelpPlace kPlaces[] = {
     {kHelpOptions, "options"},
     {kHelpConsole, "console-reference"},
     {kHelpRecovery, "what-comes-back-and-where-it-stands"},
+    {kHelpSearch, "searching"},
+    {kHelpKeyDates, "key-dates"},
+    {kHelpReports, "special-reports"},
+    {kHelpExport, "exporting"},
 };
 static_assert(std::size(kPlaces) == kHelpTopicsEnd - kHelpStart);
 

@@ -17,6 +17,10 @@ enum HelpTopic : int {
   kHelpOptions,
   kHelpConsole,
   kHelpRecovery,
+  kHelpSearch,
+  kHelpKeyDates,
+  kHelpReports,
+  kHelpExport,
   kHelpTopicsEnd
 };
 

@@ -199,6 +199,12 @@ void ReadRange(const ProfileLookup& lookup, Settings& settings) {
   settings.range_end = end;
 }
 
+void ReadDates(const ProfileLookup& lookup, DateSettings& dates) {
+  dates.start = lookup("KDATES", "Start", "", kMaxDateText);
+  dates.end = lookup("KDATES", "End", "", kMaxDateText);
+  dates.limited = lookup("KDATES", "Limited", "", kMaxText) == "1";
+}
+
 void ReadOptions(const ProfileLookup& lookup, Options& options) {
   SetOptionDigits(lookup("KAS", "KGP1", "Z", kMaxText), options);
   const std::string sort = lookup("KAS", "DI", "", kMaxText);
@@ -253,6 +259,12 @@ void WriteOptions(Writer& writer, const Settings& settings) {
       std::to_string(settings.range_start) + ';' + std::to_string(settings.range_end));
 }
 
+void WriteDates(Writer& writer, const DateSettings& dates) {
+  Put(writer, "KDATES", "Start", dates.start.substr(0, kMaxDateText));
+  Put(writer, "KDATES", "End", dates.end.substr(0, kMaxDateText));
+  Put(writer, "KDATES", "Limited", dates.limited ? "1" : "");
+}
+
 // Numbers behind the given ones are set to 0 where the file has any.
 void WriteNumbers(Writer& writer, const NumberRow& row, const Numbers& numbers) {
   const auto count = std::min(numbers.size(), static_cast<size_t>(row.count));
@@ -290,6 +302,7 @@ bool WriteAll(const std::string& file, const Settings& settings) {
   WriteFolders(writer, settings);
   if (settings.options.save_window_position) WriteMainWindow(writer, settings);
   for (size_t i = 0; i < kPlacedWindows; ++i) WritePlace(writer, kPlaces[i], settings.places[i]);
+  WriteDates(writer, settings.dates);
   FlushProfile(file);
   return !writer.failed;
 }
@@ -340,6 +353,7 @@ void ReadSettings(const ProfileLookup& lookup, Settings& settings) {
   for (const HistoryRow& row : kOtherHistories) ReadHistory(lookup, row, settings.histories);
   ReadOptions(lookup, settings.options);
   ReadRange(lookup, settings);
+  ReadDates(lookup, settings.dates);
   for (size_t i = 0; i < kLastFolders; ++i) {
     settings.folders[i] = PathOfText(lookup("LTDS", NumberedKey("LD", i).c_str(), "", kMaxText));
   }

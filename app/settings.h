@@ -92,12 +92,21 @@ enum PlacedWindow : int {
 // Where a list window of that kind has its place.
 PlacedWindow PlaceOfListKind(int kind);
 
+// What the dialog of key dates begins with ("KDATES").
+inline constexpr size_t kMaxDateText = 63;
+struct DateSettings {
+  std::string start;  // as the dialog has it; empty: never used
+  std::string end;
+  bool limited = false;  // only keys of that range are listed
+};
+
 struct Settings {
   Histories histories;
   std::array<std::string, kLastFolders> folders;
   Options options;
   uint32_t range_start = 0;  // the last partial load ("FPART")
   uint32_t range_end = 0;
+  DateSettings dates;
   WindowPlace main;                 // "WPS1"; its columns are those of the value pane ("WPS2")
   std::vector<int> output_columns;  // of the Output List pane ("WPS3")
   int tree_width = 0;               // "w40", at 96 dpi; 0: built-in

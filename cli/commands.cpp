@@ -139,7 +139,8 @@ constexpr CommandRow kCommands[] = {{"info", Info},
                                     {"security links", SecurityLinksCommand},
                                     {"security keys", SecurityKeysCommand},
                                     {"security show", SecurityShowCommand},
-                                    {"report", ReportCommand}};
+                                    {"report", ReportCommand},
+                                    {"export", ExportCommand}};
 
 }  // namespace
 

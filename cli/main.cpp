@@ -79,6 +79,10 @@ void AddCommands(CLI::App& app, ConsoleRequest& request) {
       ->required();
   detail->add_flag("--raw", request.raw, "The bytes of the record there, field by field");
   AddHive(app.add_subcommand("bins", "The blocks of the hive"), request);
+  CLI::App* script =
+      app.add_subcommand("export", "The keys and values as a registry script (.reg)");
+  AddHive(script, request);
+  AddBranch(script, request);
   CLI::App* split = app.add_subcommand("split", "Cuts a file into pieces, one per run of blocks");
   AddHive(split, request);
   CLI::App* convert = app.add_subcommand("convert", "A Report List in another format");

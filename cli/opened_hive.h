@@ -39,4 +39,7 @@ int SecurityKeysCommand(const ConsoleRequest& request, OpenedHive& opened);
 int SecurityShowCommand(const ConsoleRequest& request, OpenedHive& opened);
 int ReportCommand(const ConsoleRequest& request, OpenedHive& opened);
 
+// The registry script of a branch (export_command.cpp); an exit status.
+int ExportCommand(const ConsoleRequest& request, OpenedHive& opened);
+
 }  // namespace hivequarry

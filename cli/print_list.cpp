@@ -2,7 +2,6 @@
 
 #include <cstdio>
 #include <cstring>
-#include <functional>
 
 #include "host/host.h"
 #include "host/long_operation.h"
@@ -71,6 +70,10 @@ bool PrintList(const OutputList& list, Format format, const std::string& file) {
 
 bool PrintText(const std::string& text, const std::string& file) {
   return PrintTo(file, [&](const TextSink& sink) { return sink(text); });
+}
+
+bool PrintPieces(const std::function<bool(const TextSink& sink)>& write, const std::string& file) {
+  return PrintTo(file, write);
 }
 
 }  // namespace hivequarry

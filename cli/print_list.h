@@ -1,8 +1,10 @@
 // Printing an Output List in one of the console program's formats.
 #pragma once
 
+#include <functional>
 #include <string>
 
+#include "lists/list_writers.h"
 #include "lists/output_list.h"
 
 namespace hivequarry {
@@ -20,5 +22,8 @@ bool PrintList(const OutputList& list, Format format, const std::string& file);
 
 // The same for a text as it stands.
 bool PrintText(const std::string& text, const std::string& file);
+// The same for what `write` hands to the sink, piece by piece; it returns false when that is not to
+// be kept.
+bool PrintPieces(const std::function<bool(const TextSink& sink)>& write, const std::string& file);
 
 }  // namespace hivequarry

@@ -125,6 +125,23 @@ bool WriteProfiles(const std::filesystem::path& folder) {
   return WriteTexts(folder, kProfiles);
 }
 
+// Descriptors, the cells that hold them, and SIDs as bytes and as texts.
+bool WriteSecurity(const std::filesystem::path& folder) {
+  const std::vector<Ace> aces = {{0, 2, 0xF003F, "S-1-5-18"}, {1, 0x1B, 6, "S-1-5-21-1-2-3-500"}};
+  const Bytes plain = SecurityDescriptor("S-1-5-32-544", "S-1-5-18", aces);
+  const Bytes audited = SecurityDescriptor("S-1-5-18", "S-1-1-0", aces, {{2, 0xC0, 1, "S-1-1-0"}});
+  CellWriter cells;
+  AddSecurityRing(cells, {plain, audited});
+  FinishHive(cells, {});
+  bool written = WriteSeed(folder, "plain", plain);
+  written = WriteSeed(folder, "audited", audited) && written;
+  written = WriteSeed(folder, "sid", Sid("S-1-5-21-1-2-3-500")) && written;
+  const Bytes area(cells.bytes.begin() + kDataArea, cells.bytes.end());
+  written = WriteSeed(folder, "cells", area) && written;
+  constexpr std::string_view kSids[] = {"S-1-5-32-544", "S-1-0x010203040506-1-4294967295"};
+  return WriteTexts(folder, kSids) && written;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -134,7 +151,8 @@ int main(int argc, char** argv) {
       {"fuzz_values", WriteValues},
       {"fuzz_command_line", WriteCommandLines},
       {"fuzz_report", WriteReports},
-      {"fuzz_settings", WriteProfiles}};
+      {"fuzz_settings", WriteProfiles},
+      {"fuzz_security", WriteSecurity}};
   for (const auto& [target, write] : kWriters) {
     if (argc != 3 || argv[1] != target) continue;
     if (write(argv[2])) return 0;

@@ -36,6 +36,7 @@ constexpr TitleWidth kTitles[] = {
     // Positions: "0x00001020", some with the decimal number behind.
     {"Key Offset", Unit::kText, 5, 0},
     {"Value Offset", Unit::kText, 5, 0},
+    {"File Offset", Unit::kText, 5, 0},
     {"Start Offset", Unit::kText, 6, 1},
     {"End Offset", Unit::kText, 6, 1},
     {"Security Record", Unit::kText, 4, 0},
@@ -97,14 +98,27 @@ constexpr TitleWidth kTitles[] = {
     {"Bytes", Unit::kText, 7, 2},
     {"Meaning", Unit::kText, 8, 5},
     {"Leads to", Unit::kText, 5, 0},
+    {"Details", Unit::kText, 6, 1},
 };
-// Runs of blocks show their size as they do their positions.
-constexpr int kPieces = 55;
-constexpr TitleWidth kPieceSize = {"Size", Unit::kText, 6, 0};
 constexpr TitleWidth kOtherTitle = {"", Unit::kText, 2, 1};
 
+// Where a kind has a title otherwise.
+struct KindTitle {
+  int kind;
+  TitleWidth width;
+};
+constexpr KindTitle kKindTitles[] = {
+    // What was found is told by its path.
+    {5, {"Data", Unit::kText, 7, 3}},
+    {6, {"Data", Unit::kText, 7, 3}},
+    // Runs of blocks show their size as they do their positions.
+    {55, {"Size", Unit::kText, 6, 0}},
+};
+
 const TitleWidth& FindTitle(int kind, std::string_view title) {
-  if (kind == kPieces && title == kPieceSize.title) return kPieceSize;
+  for (const KindTitle& known : kKindTitles) {
+    if (known.kind == kind && known.width.title == title) return known.width;
+  }
   const auto* found = std::find_if(std::begin(kTitles), std::end(kTitles),
                                    [&](const TitleWidth& known) { return known.title == title; });
   return found == std::end(kTitles) ? kOtherTitle : *found;
@@ -115,13 +129,13 @@ int FixedWidth(const TitleWidth& title, const WidthUnits& units) {
   return title.unit == Unit::kType ? units.type : title.thirds * units.text / 3;
 }
 
+// Further columns may stand behind those of the kind.
 bool HasOwnColumns(const OutputList& list) {
   const ListKindInfo& info = FindListKind(ListKindOf(list));
-  if (std::ssize(info.columns) != ColumnCount(list)) return false;
-  for (int column = 0; column < ColumnCount(list); ++column) {
-    if (ColumnTitle(list, column) != info.columns[static_cast<size_t>(column)]) return false;
-  }
-  return true;
+  if (info.columns.empty() || std::ssize(info.columns) > ColumnCount(list)) return false;
+  int column = 0;
+  return std::ranges::all_of(
+      info.columns, [&](std::string_view title) { return ColumnTitle(list, column++) == title; });
 }
 
 struct Columns {

@@ -18,8 +18,8 @@ struct WidthUnits {
 
 // One width a column, by what the column's title says it holds. One column takes what the others
 // leave of the inside; where that is less than a text unit, all columns of long texts share alike.
-// None is narrower than a third of the text unit. A list whose columns are not those of its kind
-// gets 160 pixels a column.
+// None is narrower than a third of the text unit. A list that does not begin with the columns of
+// its kind gets 160 pixels a column.
 std::vector<int> ColumnWidths(const OutputList& list, const WidthUnits& units);
 
 }  // namespace hivequarry

@@ -17,7 +17,9 @@
 
 namespace hivequarry {
 
-// The roots that the dialogs offer, a bit each.
+// The roots that the dialogs offer, a bit each. Where one chosen root is part of another (the
+// current user's keys of all users', the current configuration of the machine's), its keys are
+// walked once, there.
 enum LiveRoot : uint8_t { kLiveMachine = 1, kLiveUser = 2, kLiveUsers = 4, kLiveConfig = 8 };
 
 // The keys of the live registry from a path on ("HKLM\SOFTWARE"; long form too). A path whose first

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 #include <vector>
 
 namespace hivequarry {
@@ -19,14 +20,24 @@ inline constexpr RegistryKey kCurrentConfig = 0x80000005;
 inline constexpr int32_t kRegistryDone = 0;
 inline constexpr int32_t kRegistryNotFound = 2;
 inline constexpr int32_t kRegistryDenied = 5;
+inline constexpr int32_t kRegistryBadHandle = 6;
+inline constexpr int32_t kRegistryOtherDrive = 17;
+inline constexpr int32_t kRegistryBufferTooSmall = 122;
+inline constexpr int32_t kRegistryFileExists = 183;
 inline constexpr int32_t kRegistryMoreData = 234;
 inline constexpr int32_t kRegistryNoMoreItems = 259;
+inline constexpr int32_t kRegistryKeyDeleted = 1018;
 inline constexpr int32_t kPrivilegeNotHeld = 1314;
 
 // Access rights that are asked for.
 inline constexpr uint32_t kRegistryRead = 0x20019;
 inline constexpr uint32_t kRegistrySystemSecurity = 0x01000000;  // to read a SACL
-inline constexpr uint32_t kRegistry64Bit = 0x0100;               // the 64-bit view
+inline constexpr uint32_t kRegistryAll = 0xF003F;
+inline constexpr uint32_t kRegistry64Bit = 0x0100;  // the 64-bit view
+inline constexpr uint32_t kRegistry32Bit = 0x0200;
+
+// Option of opening: a symbolic link itself, not the key that it leads to.
+inline constexpr uint32_t kRegistryOpenLink = 8;
 
 // Parts of a security descriptor.
 inline constexpr uint32_t kOwnerInformation = 1;
@@ -43,8 +54,11 @@ struct KeyCounts {
   uint64_t last_write = 0;          // FILETIME, UTC
 };
 
-// Names are zero-ended UTF-16; sizes in and out are in UTF-16 units for names, in bytes for data.
-// None is null in a table given to SetRegistry.
+// Names are zero-ended UTF-16. Sizes are in UTF-16 units for names, in bytes for data: the room
+// there is (with a name's ending zero) going in, what was written (without it) coming out. With too
+// little room the answer is kRegistryMoreData, and the size of data or of a descriptor is what is
+// needed. `data` may be null to ask for name, type and size alone. None is null in a table given to
+// SetRegistry.
 struct Registry {
   int32_t (*open)(RegistryKey key, const char16_t* sub_key, uint32_t options, uint32_t access,
                   RegistryKey* opened) = nullptr;
@@ -58,6 +72,30 @@ struct Registry {
                          uint32_t* size) = nullptr;
   int32_t (*get_security)(RegistryKey key, uint32_t parts, uint8_t* descriptor,
                           uint32_t* size) = nullptr;
+  int32_t (*query_class)(RegistryKey key, char16_t* name, uint32_t* size) = nullptr;
+
+  // These change the registry. `class_name` may be null. A key that is there is opened.
+  int32_t (*create)(RegistryKey key, const char16_t* sub_key, const char16_t* class_name,
+                    uint32_t access, RegistryKey* opened) = nullptr;
+  int32_t (*set_value)(RegistryKey key, const char16_t* name, uint32_t type, const uint8_t* data,
+                       uint32_t size) = nullptr;
+  int32_t (*set_security)(RegistryKey key, uint32_t parts, const uint8_t* descriptor) = nullptr;
+
+  // Hive files, by their full names. `save` makes a new file of a key; `save_natively` does so by
+  // the kernel's own call, into a file that it makes and removes again on failure. `replace` puts
+  // `new_file` in the place of the key's hive at the next start of the system, which is then kept
+  // as `old_file`.
+  int32_t (*save)(RegistryKey key, const char16_t* file) = nullptr;
+  int32_t (*save_natively)(RegistryKey key, const char16_t* file) = nullptr;
+  int32_t (*load)(RegistryKey root, const char16_t* sub_key, const char16_t* file) = nullptr;
+  int32_t (*unload)(RegistryKey root, const char16_t* sub_key) = nullptr;
+  int32_t (*replace)(RegistryKey root, const char16_t* sub_key, const char16_t* new_file,
+                     const char16_t* old_file) = nullptr;
+
+  // The system's words for an error, code-page text without a line end; empty when it has none.
+  std::string (*error_text)(int32_t error) = nullptr;
+  // True when the system keeps a second view of some keys for 32-bit programs.
+  bool (*has_32bit_view)() = nullptr;
   // Enables (or disables again) a privilege of this process by name; `was_enabled` tells what it
   // was before. kPrivilegeNotHeld when the process does not have it.
   int32_t (*set_privilege)(const char16_t* name, bool enable, bool* was_enabled) = nullptr;
@@ -69,11 +107,17 @@ void SetRegistry(const Registry& registry);
 // Of the platform; on one without a registry every call answers kRegistryNotFound.
 Registry PlatformRegistry();
 
+// The privileges that operations need, in the order of their numbers.
+enum class Privilege : uint8_t { kTakeOwnership, kSecurity, kBackup, kRestore, kShutdown };
+const char16_t* PrivilegeName(Privilege privilege);
+
 // Closes a key when it goes.
 class OpenedKey {
  public:
   OpenedKey() = default;
-  OpenedKey(RegistryKey key, const char16_t* sub_key, uint32_t access);
+  OpenedKey(RegistryKey key, const char16_t* sub_key, uint32_t access, uint32_t options = 0);
+  // Takes over what `create` answered.
+  OpenedKey(RegistryKey opened, int32_t error) : key_(error == 0 ? opened : 0), error_(error) {}
   ~OpenedKey() { Close(); }
   OpenedKey(OpenedKey&& other) noexcept;
   OpenedKey& operator=(OpenedKey&& other) noexcept;
@@ -86,6 +130,22 @@ class OpenedKey {
  private:
   RegistryKey key_ = 0;
   int32_t error_ = kRegistryNotFound;
+};
+
+// Holds a privilege of this process, and gives back what was before when it goes.
+class EnabledPrivilege {
+ public:
+  explicit EnabledPrivilege(const char16_t* name);
+  explicit EnabledPrivilege(Privilege privilege) : EnabledPrivilege(PrivilegeName(privilege)) {}
+  ~EnabledPrivilege();
+  EnabledPrivilege(const EnabledPrivilege&) = delete;
+  EnabledPrivilege& operator=(const EnabledPrivilege&) = delete;
+  bool held() const { return error_ == kRegistryDone; }
+
+ private:
+  const char16_t* name_;
+  bool was_enabled_ = false;
+  int32_t error_;
 };
 
 }  // namespace hivequarry

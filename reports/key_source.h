@@ -18,7 +18,8 @@ struct SourceKey {
   uint32_t level = 1;             // of the starting key
   uint64_t last_write = 0;        // FILETIME, UTC; 0 when unknown
   uint32_t position = kNoOffset;  // image position; none in the live registry
-  std::string error;  // why the key can't be read ("Access denied"); it has no values then
+  std::string error;      // why the key can't be read ("Access denied"); it has no values then
+  std::string utf8_path;  // lossless, given when `path` lost something
 };
 struct SourceValue {
   std::string name;  // code-page text; empty for the default value
@@ -27,6 +28,7 @@ struct SourceValue {
   bool read = false;              // false: the data could not be read
   std::string text;  // as lists show it: the data's display text, or why there are none
   uint32_t position = kNoOffset;
+  std::string utf8_name;  // lossless, given when `name` lost something
 };
 
 class KeySource {
@@ -38,6 +40,9 @@ class KeySource {
   virtual void SkipChildren() = 0;
   // The next value of that key.
   virtual bool NextValue(SourceValue& value) = 0;
+  // The last write of any key of the same hive, by path; 0 where that isn't known. Asking for many
+  // subkeys of one key is cheap.
+  virtual uint64_t LastWriteOf(std::string_view) { return 0; }
 };
 
 // The keys of a hive from `item` down as displayed, in display order.

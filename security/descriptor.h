@@ -71,15 +71,15 @@ bool ReadSecurityRecord(const HiveImage& hive, uint32_t position, SecurityRecord
 bool ReadAce(const HiveImage& hive, uint32_t position, AceInfo& ace,
              const SidReplacement* replace = nullptr);
 
-// Visits the entries of a list in order, at most as many as it counts and not beyond its size or
-// the image. `visit(ace, index)` gets each; one that can't be read or has no size is the last.
-// Ends when visit returns false.
+// Visits the entries of a list in order, at most as many as it counts, none of them behind the
+// list's size or beyond the image. `visit(ace, index)` gets each; one that can't be
+// read or has no size is the last. Ends when visit returns false.
 template <typename Visit>
 void ForEachAce(const HiveImage& hive, const AclPlace& acl, const SidReplacement* replace,
                 const Visit& visit) {
   uint64_t position = uint64_t{acl.position} + 8;
   for (uint32_t index = 0; index < acl.count; ++index) {
-    if (position > uint64_t{acl.position} + acl.size || position > hive.length) return;
+    if (position >= uint64_t{acl.position} + acl.size || position > hive.length) return;
     AceInfo ace;
     const bool read = ReadAce(hive, static_cast<uint32_t>(position), ace, replace);
     if (!visit(ace, index) || !read || ace.size == 0) return;

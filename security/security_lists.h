@@ -58,16 +58,19 @@ inline constexpr uint32_t kFullControl = 0xF003F;
 inline constexpr uint32_t kReadRights = 0x20019;
 inline constexpr uint32_t kWriteRights = 0x20006;
 
-// True when the record grants (denies, ...) what the query asks for.
+// True when the record grants (denies, ...) what the query asks for. `budget`, unless null, bounds
+// the entries read and is lowered by them.
 bool MatchesPermissions(const HiveImage& hive, const SecurityRecordInfo& info,
-                        const PermissionQuery& query, const SidReplacement* replace = nullptr);
+                        const PermissionQuery& query, const SidReplacement* replace = nullptr,
+                        uint32_t* budget = nullptr);
 bool MatchesQuery(const HiveImage& hive, const SecurityRecordInfo& info, const SecurityQuery& query,
-                  const SidReplacement* replace = nullptr);
+                  const SidReplacement* replace = nullptr, uint32_t* budget = nullptr);
 // "Keys with Owner Sid S-1-5-18": the title of the query's list. Needs the image for the record's
 // offset.
 std::string TitleOfQuery(const HiveImage& hive, const SecurityQuery& query);
 
-// The keys from `item` down whose record matches: kListSecurityKeys; datum: the key's position.
+// The keys from `item` down whose record matches: kListSecurityKeys; datum: the key's position. In
+// the mode kRecord the record need not be decodable.
 void FindKeysBySecurity(const HiveImage& hive, const KeyTree& tree, uint32_t item,
                         const SecurityQuery& query, const SecurityListOptions& options,
                         OutputList& list);
@@ -75,8 +78,8 @@ void FindKeysBySecurity(const HiveImage& hive, const KeyTree& tree, uint32_t ite
 // datum: the record's position.
 void ListUsedRecords(const HiveImage& hive, const KeyTree& tree, uint32_t item,
                      const SecurityListOptions& options, OutputList& list);
-// The keys with their owners (kListKeyOwners), and with their records, decodable or not
-// (kListRecordKeys); datum: the key's position.
+// The keys whose records can be decoded with their owners (kListKeyOwners), and the keys with their
+// records, decodable or not (kListRecordKeys); datum: the key's position.
 void ListKeyOwners(const HiveImage& hive, const KeyTree& tree, uint32_t item,
                    const SecurityListOptions& options, OutputList& list);
 void ListRecordKeys(const HiveImage& hive, const KeyTree& tree, uint32_t item,

@@ -5,6 +5,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 #include "lists/output_list.h"
@@ -48,16 +49,29 @@ const char* AccountKindName(int kind);
 // apart, else as "DOMAIN\name". False and empty texts when there is none.
 bool AccountNameOfSid(std::span<const uint8_t> sid, std::string_view text, bool resolve,
                       std::string& name, std::string* domain = nullptr);
-// What lists and reports show beside a SID: without `resolve` only the short texts of the table are
-// asked for. Empty for none. Answers are remembered by text, as a hive names few SIDs many times.
+// True when lists and reports ask for the name of a SID at all: without `resolve` only texts as
+// short as the table's are asked for.
+inline bool AsksForName(std::string_view text, bool resolve) {
+  return resolve || text.size() <= kLongestKnownSid;
+}
+
+struct AccountName {
+  std::string name;  // empty for none
+  std::string domain;
+};
+// What lists and reports show beside a SID. Answers are remembered by text, as a hive names few
+// SIDs many times. What is returned lives as long as the object.
 class AccountNames {
  public:
-  explicit AccountNames(bool resolve) : resolve_(resolve) {}
-  const std::string& Of(const std::string& sid_text);
+  // With `apart` domain and name come apart, else the name is "DOMAIN\name".
+  explicit AccountNames(bool resolve, bool apart = false) : resolve_(resolve), apart_(apart) {}
+  const std::string& Of(const std::string& sid_text) { return AccountOf(sid_text).name; }
+  const AccountName& AccountOf(const std::string& sid_text);
 
  private:
   bool resolve_;
-  std::vector<std::pair<std::string, std::string>> known_;
+  bool apart_;
+  std::unordered_map<std::string, AccountName> known_;
 };
 
 // The built-in groups that this machine knows (identifiers 544 to 1023), a row each.

@@ -75,6 +75,17 @@ TEST_F(ConsoleTest, SplitWritesAPiecePerHive) {
   EXPECT_EQ(Run("split none"), 3);
 }
 
+TEST_F(ConsoleTest, ExportWritesARegistryScript) {
+  const std::string script =
+      "REGEDIT4\r\n\r\n[HKEY_CURRENT_USER\\X\\A\xE4]\r\n\"\xE9\"=\"text\"\r\n\r\n";
+  EXPECT_EQ(Run("export --root 'HKCU\\X' -o out.reg h\u00E9 A\u00E4"), 0);
+  EXPECT_EQ(TextOf(Sibling("out.reg")), script);
+  EXPECT_EQ(Run("export --root 'HKCU\\X' h\u00E9 A\u00E4"), 0);
+  EXPECT_EQ(printed, script);
+  EXPECT_EQ(Run("export --root '-HKCU' -o none.reg h\u00E9"), 1);
+  EXPECT_FALSE(std::filesystem::exists(Sibling("none.reg")));
+}
+
 TEST_F(ConsoleTest, AllRootsShowsTheSecondHive) {
   ASSERT_EQ(Run("tree --format csv h\u00E9"), 0);
   const ptrdiff_t first = std::ranges::count(printed, '\n');

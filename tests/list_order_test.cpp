@@ -174,7 +174,7 @@ TEST(WidthTest, EveryKindFits) {
 
 TEST(WidthTest, TitlesDecide) {
   const OutputListPtr search = MakeOutputList(5);
-  EXPECT_EQ(ColumnWidths(*search, kUnits), (std::vector<int>{186, 116, 467, 98, 116}));
+  EXPECT_EQ(ColumnWidths(*search, kUnits), (std::vector<int>{490, 116, 163, 98, 116}));
   EXPECT_EQ(ColumnWidths(*MakeOutputList(11), kUnits), (std::vector<int>{112, 755, 116}));
   SetColumns(*search, {"x", "y"});
   EXPECT_EQ(ColumnWidths(*search, kUnits), (std::vector<int>{160, 160}));

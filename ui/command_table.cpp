@@ -9,6 +9,7 @@
 #include "ui/misc_commands.h"
 #include "ui/raw_view.h"
 #include "ui/recent_keys_dialog.h"
+#include "ui/regedit_commands.h"
 #include "ui/report_commands.h"
 #include "ui/search_commands.h"
 #include "ui/security_commands.h"
@@ -27,7 +28,6 @@ constexpr uint16_t kKeyF6 = 0x75;
 
 // Commands of features that are not part of the program yet and that have no number of old.
 constexpr uint16_t kCompareWorkspace = 9301;
-constexpr uint16_t kGoToRegedit = 9302;
 constexpr uint16_t kExportFolder = 9303;
 constexpr uint16_t kMergeFolder = 9304;
 
@@ -259,7 +259,8 @@ constexpr Command kCommands[] = {
      .handler = OnShowAllKeys},
     {.number = kCompareWorkspace, .text = "&Compare Workspace to Registry",
      .needs = Needs::kNever},
-    {.number = kGoToRegedit, .text = "&Go to Regedit", .needs = Needs::kNever},
+    {.number = kCommandGoToRegedit, .text = "&Go to Regedit", .needs = Needs::kKey,
+     .handler = OnGoToRegedit},
     {.number = kExportFolder, .text = "&Export Folder", .needs = Needs::kNever},
     {.number = kMergeFolder, .text = "&Merge Folder into Registry", .needs = Needs::kNever},
     {.number = kCommandSecurityRecord, .text = "&Security Record\tAlt+s",
@@ -311,7 +312,7 @@ constexpr uint16_t kToolbar[] = {
 constexpr uint16_t kTreeMenu[] = {
     kCommandFindInList, kCommandTreeFindNext, kCommandTreeFindPrevious, kGroupGap,
     kCommandExpand, kCommandCollapse, kCommandCurrentBranch, kGroupGap,
-    kGoToRegedit, 4143, kExportFolder, kMergeFolder, kGroupGap,
+    kCommandGoToRegedit, 4143, kExportFolder, kMergeFolder, kGroupGap,
     kCommandSearchBranch, kCommandKeyDates, kGroupGap,
     kCommandSecurityRecord, kCommandKeysOfRecord, kCommandKeysOfOwner, kGroupGap,
     kCommandAddToBookmarks, kCommandCopyKeyName, kCommandRawKey, kGroupGap,
@@ -325,11 +326,11 @@ constexpr uint16_t kValueMenu[] = {
     kCommandEditValue, kCommandTakeBackEdit, kGroupGap,
     kCommandSelectAllValues, kCommandInvertValues, kGroupGap,
     kCommandCopyValues, kCommandSaveValue, kGroupGap,
-    kGoToRegedit, kCommandCopyKeyName, kGroupGap,
+    kCommandGoToRegedit, kCommandCopyKeyName, kGroupGap,
     kCommandResizeColumns};
 constexpr uint16_t kPathMenu[] = {
     kCommandCopyKeyName, kGroupGap,
-    kCommandCurrentBranch, kGoToRegedit, kCommandAddToBookmarks};
+    kCommandCurrentBranch, kCommandGoToRegedit, kCommandAddToBookmarks};
 // clang-format on
 
 constexpr std::array<std::span<const uint16_t>, static_cast<size_t>(CommandPlace::kCount)> kPlaces =

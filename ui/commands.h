@@ -64,6 +64,7 @@ inline constexpr uint16_t kCommandKeyDates = 1421;
 inline constexpr uint16_t kCommandSearchRegistry = 1422;
 inline constexpr uint16_t kCommandListSecurity = 7043;
 inline constexpr uint16_t kCommandListAces = 7045;
+inline constexpr uint16_t kCommandGoToRegedit = 9302;
 inline constexpr uint16_t kCommandSecurityRecord = 9305;
 inline constexpr uint16_t kCommandAddToBookmarks = 9306;
 inline constexpr uint16_t kCommandEditValue = 9307;

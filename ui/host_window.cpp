@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "host/accounts.h"
 #include "ui/modal.h"
 #include "ui/text.h"
 
@@ -171,6 +172,7 @@ Host MakeWindowHost(HostWindow& host) {
   table.launch = Launch;
   table.local_time = LocalTime;
   table.sort_key = SortKey;
+  table.account = LookUpAccount;
   table.code_page = &host.code_page;
   return table;
 }

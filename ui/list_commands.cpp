@@ -5,6 +5,7 @@
 
 #include "ui/list_handlers.h"
 #include "ui/raw_view.h"
+#include "ui/regedit_commands.h"
 #include "ui/report_commands.h"
 #include "ui/security_commands.h"
 
@@ -28,7 +29,9 @@ constexpr ListCommand kCommands[] = {
      .accelerator = {kKeyBack, 0}, .about = ListAbout::kRecord, .handler = OnPreviousRecord},
     {.number = kCommandGoToTree, .text = "Go to &Tree\tCtrl-T",
      .accelerator = {'T', kWithControl}, .needs = ListNeeds::kFocus, .handler = OnGoToTree},
-    {.number = kCommandListRegedit, .text = "Go to &Regedit\tCtrl-R", .needs = ListNeeds::kNever},
+    {.number = kCommandListRegedit, .text = "Go to &Regedit\tCtrl-R",
+     .accelerator = {'R', kWithControl}, .needs = ListNeeds::kSelection,
+     .handler = OnListRegedit},
     {.number = kCommandOpenValidRoot, .text = "Open valid &Root",
      .needs = ListNeeds::kRoots, .about = ListAbout::kRoots, .handler = OnOpenValidRoot},
     {.number = kCommandOpenKey, .text = "Open &Key",

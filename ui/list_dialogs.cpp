@@ -87,6 +87,11 @@ SaveAs AskSaveAs(HWND owner, const std::string& file) {
   }
 }
 
+bool AskReplace(HWND owner, const std::string& file) {
+  std::wstring name = WideName(file);
+  return RunDialog(L"REPLACEDLG", owner, SaveAsProc, name.data()) == kSaveAsReplace;
+}
+
 struct SelectRequest {
   const OutputList& list;
   SelectChoice& choice;
@@ -134,7 +139,10 @@ INT_PTR CALLBACK SelectProc(HWND dialog, UINT message, WPARAM first, LPARAM seco
 ListDialogs& TheListDialogs() {
   static ListDialogs dialogs{[](const FileRequest& request) { return AskFile(request, true); },
                              [](const FileRequest& request) { return AskFile(request, false); },
-                             AskSaveAs, AskPrinter, StartNotepad};
+                             AskSaveAs,
+                             AskPrinter,
+                             StartNotepad,
+                             AskReplace};
   return dialogs;
 }
 

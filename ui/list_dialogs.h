@@ -33,6 +33,8 @@ struct ListDialogs {
   std::function<HDC(HWND owner)> printer;
   // Opens a text file (UTF-8 name) in the system's editor.
   std::function<void(HWND owner, const std::string& file)> notepad;
+  // Whether a file (UTF-8 name) that exists is to be replaced.
+  std::function<bool(HWND owner, const std::string& file)> replace;
 };
 ListDialogs& TheListDialogs();
 

@@ -21,10 +21,6 @@ namespace {
 
 constexpr uint32_t kQuickRows = 400;
 
-bool FileExists(const std::string& file) {
-  return GetFileAttributesW(WideName(file).c_str()) != INVALID_FILE_ATTRIBUTES;
-}
-
 void ReportDialogError(DWORD error) {
   if (error == FNERR_INVALIDFILENAME) ShowMessage("Invalid Filename !", "Error", Icon::kStop);
   if (error == FNERR_BUFFERTOOSMALL) ShowMessage("Too many files !", "Error", Icon::kStop);
@@ -132,12 +128,20 @@ WaitTurn::~WaitTurn() {
   if (previous != nullptr) SetCursor(previous);
 }
 
-bool OpenListFile(const std::string& file, OutputMode mode, const char* failure, OutputFile& out) {
-  int error = 0;
-  if (OpenOutput(file, mode, out, error)) return true;
+bool FileExists(const std::string& file) {
+  return GetFileAttributesW(WideName(file).c_str()) != INVALID_FILE_ATTRIBUTES;
+}
+
+void ReportFileFailure(const char* failure, const std::string& file) {
   std::string text = failure;
   text.replace(text.find("%s"), 2, file);
   ShowMessage(text.c_str(), kProgramName, Icon::kStop);
+}
+
+bool OpenListFile(const std::string& file, OutputMode mode, const char* failure, OutputFile& out) {
+  int error = 0;
+  if (OpenOutput(file, mode, out, error)) return true;
+  ReportFileFailure(failure, file);
   return false;
 }
 

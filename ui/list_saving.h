@@ -18,6 +18,9 @@ bool SaveListText(const OutputList& list, const WrittenRows& which, const std::s
                   OutputMode mode);
 // Opens a file to be written anew or appended to; false after `failure` was shown with its name.
 bool OpenListFile(const std::string& file, OutputMode mode, const char* failure, OutputFile& out);
+// Shows a failure's text with the file's name (UTF-8) in place of its "%s".
+void ReportFileFailure(const char* failure, const std::string& file);
+bool FileExists(const std::string& file);
 
 // Asks for a file and remembers its folder; empty when there is none, after a message when the
 // dialog failed. Completes the request.

@@ -13,6 +13,7 @@
 
 #include "hive/key_tree.h"
 #include "recovery/image_tree.h"
+#include "security/descriptor.h"
 #include "ui/commands.h"
 #include "ui/detail_pane.h"
 #include "ui/dpi.h"
@@ -124,6 +125,7 @@ struct MainWindow {
   int slot = -1;  // of the hive shown, -1 for none
   std::unique_ptr<KeyTree> key_tree;
   ImageSummary summary;
+  SidReplacement sid_replacement;  // of the hive shown, in lists of its security records
 
   ValueThreads threads;
   Mailbox<ItemResult> item_box;

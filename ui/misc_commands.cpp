@@ -49,6 +49,7 @@ void LetGoOfHive(MainWindow& window) {
   window.shown_value = kNoOffset;
   window.branch_return = kNoItem;
   window.key_tree = nullptr;
+  window.sid_replacement = SidReplacement();
   ResetHiveTable();
 }
 

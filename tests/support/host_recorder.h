@@ -1,7 +1,9 @@
 // A host that writes down what the user would have seen, for as long as the object lives.
 #pragma once
 
+#include <map>
 #include <mutex>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -58,6 +60,13 @@ class HostRecorder {
       static_cast<HostRecorder*>(context)->launches.push_back(arguments);
       return true;
     };
+    host.account = [](void* context, std::span<const uint8_t> sid) {
+      HostRecorder& self = *static_cast<HostRecorder*>(context);
+      const std::lock_guard lock(self.mutex_);
+      ++self.accounts_asked;
+      const auto known = self.accounts.find({sid.begin(), sid.end()});
+      return known == self.accounts.end() ? AccountAnswer() : known->second;
+    };
     SetHost(host);
   }
   ~HostRecorder() { SetHost(before_); }
@@ -81,6 +90,8 @@ class HostRecorder {
   std::vector<std::string> titles;
   std::vector<std::string> launches;
   std::string clipboard;
+  std::map<std::vector<uint8_t>, AccountAnswer> accounts;  // by binary SID; others are unknown
+  int accounts_asked = 0;
   int beeps = 0;
   int waiting = 0;  // wait cursors shown and not taken back
 

@@ -111,6 +111,12 @@ TEST_F(CommandsTest, MainMenu) {
       {"&File", "Export Hive to &reg file", 1419},
       {"&File>Security R&ecords", "List &Security Records", 7043},
       {"&File>Security R&ecords", "List &ACEs", 7045},
+      {"&File>Security R&ecords", "&Records used by keys", 9031},
+      {"&File>Security R&ecords", "&Owners of keys", 9033},
+      {"&File>Security R&ecords", "Records of &keys", 9034},
+      {"&File>Security R&ecords", "&Find Keys with Permissions...", 9032},
+      {"&File>Security R&ecords", "Re&place SID...", 9036},
+      {"&File>Security R&ecords", "List local &groups", 9035},
       {"&File", "&Load Hive into Registry", 1435},
       {"&File", "&Unload Hive from Registry", 1436},
       {"&File>Recent &hives", "&1 C:\\a && b\\SYSTEM", 9101},
@@ -121,6 +127,23 @@ TEST_F(CommandsTest, MainMenu) {
       {"&Registry", "&Search", 1422},
       {"&Registry", "&Backup Registry", 1494},
       {"&Registry", "Replace Registry &Hives", 1496},
+      {"&Registry", "&Uninstall entries", 9061},
+      {"&Registry", "&Count keys of current user", 9062},
+      {"&Registry", "&Keys that name files", 9066},
+      {"&Registry", "&Files named by keys", 9067},
+      {"Re&ports", "&Search...\tCtrl+Shift+F", 9030},
+      {"Re&ports", "Search in &Workspace...", 1415},
+      {"Re&ports", "Key &Dates...", 1421},
+      {"Re&ports", "Ser&vices", 9040},
+      {"Re&ports", "&Uninstall entries", 9041},
+      {"Re&ports", "&Class registrations", 9043},
+      {"Re&ports", "&ProgIDs", 9044},
+      {"Re&ports", "&Open-with associations", 9045},
+      {"Re&ports", "&Keys that name files", 9046},
+      {"Re&ports", "&Files named by keys", 9047},
+      {"Re&ports", "Cou&nt keys", 9042},
+      {"Re&ports", "OpenSave&MRU", 9048},
+      {"Re&ports", "S&treamMRU", 9049},
       {"&View", "&Toggle View\tCtrl+Tab", 1544},
       {"&View", "&Resize List columns\tCtrl+(Num+)", 1445},
       {"&View", "Tec&hnical view\tCtrl+H", 9001},
@@ -201,12 +224,16 @@ TEST_F(CommandsTest, Toolbar) {
 
 TEST_F(CommandsTest, Keys) {
   const std::set<std::tuple<int, int, int>> expected = {
-      {FCONTROL, 'O', 1400}, {FCONTROL, 'F', 1440},    {FALT, VK_F3, 1440},
-      {FCONTROL, 'P', 1430}, {FCONTROL, 'Q', 1460},    {FCONTROL, 'S', 1416},
-      {0, VK_F1, 1540},      {FCONTROL, VK_TAB, 1544}, {FCONTROL, 'B', 9014},
-      {0, VK_F3, 1507},      {0, VK_F4, 1508},         {FCONTROL, VK_ADD, 1445},
-      {FCONTROL, 'H', 9001}, {FCONTROL, 'D', 9003},    {FALT, VK_RETURN, 9013},
-      {0, VK_F6, 9020},      {FSHIFT, VK_F6, 9021},    {FCONTROL, 'L', 9029}};
+      {FCONTROL, 'O', 1400},   {FCONTROL, 'F', 1440},
+      {FALT, VK_F3, 1440},     {FCONTROL, 'P', 1430},
+      {FCONTROL, 'Q', 1460},   {FCONTROL, 'S', 1416},
+      {0, VK_F1, 1540},        {FCONTROL, VK_TAB, 1544},
+      {FCONTROL, 'B', 9014},   {0, VK_F3, 1507},
+      {0, VK_F4, 1508},        {FCONTROL, VK_ADD, 1445},
+      {FCONTROL, 'H', 9001},   {FCONTROL, 'D', 9003},
+      {FALT, VK_RETURN, 9013}, {0, VK_F6, 9020},
+      {FSHIFT, VK_F6, 9021},   {FCONTROL, 'L', 9029},
+      {FALT, 'S', 9305},       {FCONTROL | FSHIFT, 'F', 9030}};
   ACCEL keys[64];
   const int count = CopyAcceleratorTableW(window_->accelerators, keys, 64);
   std::set<std::tuple<int, int, int>> shown;
@@ -219,22 +246,23 @@ TEST_F(CommandsTest, Keys) {
 TEST_F(CommandsTest, ContextMenus) {
   OpenTools();
   SelectPath("Alpha");
-  EXPECT_EQ(ContextTexts(CommandPlace::kTreeMenu, true),
-            (Texts{"&Find\tCtrl+F", "Find &next\tF3", "Find &previous\tF4", "E&xpand subfolders",
-                   "Coll&apse subfolders", "&Current Branch\tCtrl+b", "Add to &Bookmarks",
-                   "&Copy Key Name", "Ra&w record", "Open &Key", "&Delete Keys from Tree"}));
+  EXPECT_EQ(
+      ContextTexts(CommandPlace::kTreeMenu, true),
+      (Texts{"&Find\tCtrl+F", "Find &next\tF3", "Find &previous\tF4", "E&xpand subfolders",
+             "Coll&apse subfolders", "&Current Branch\tCtrl+b", "&Go to Regedit",
+             "&Search...\tCtrl+Shift+F", "Key &Dates...", "&Security Record\tAlt+s",
+             "Keys with this Security &Record", "Keys with this &Owner Sid", "Add to &Bookmarks",
+             "&Copy Key Name", "Ra&w record", "Open &Key", "&Delete Keys from Tree"}));
   EXPECT_EQ(ContextTexts(CommandPlace::kTreeMenu, false),
-            (Texts{"&Go to Regedit", "Compare &Folder to Registry", "&Export Folder",
-                   "&Merge Folder into Registry", "&Security Record\tAlt+s", "Open valid &Root",
-                   "Sho&w all keys again"}));
+            (Texts{"Compare &Folder to Registry", "&Export Folder", "&Merge Folder into Registry",
+                   "Open valid &Root", "Sho&w all keys again"}));
   SelectPath("Alpha\\Beta");
   SelectRow(0);
   EXPECT_EQ(ContextTexts(CommandPlace::kValueMenu, true),
             (Texts{"&Value details", "Ra&w record", "&Edit Value (Memory only)", "Select &all",
-                   "In&vert Selection", "&Copy to ClipBoard", "&Save to File", "&Copy Key Name",
-                   "&Resize columns"}));
-  EXPECT_EQ(ContextTexts(CommandPlace::kValueMenu, false),
-            (Texts{"&Take back edit", "&Go to Regedit"}));
+                   "In&vert Selection", "&Copy to ClipBoard", "&Save to File", "&Go to Regedit",
+                   "&Copy Key Name", "&Resize columns"}));
+  EXPECT_EQ(ContextTexts(CommandPlace::kValueMenu, false), Texts{"&Take back edit"});
   // The root's cell is one that a window of its own can be opened on, and it can not be deleted.
   SelectItemAndWait(0);
   const Texts texts = ContextTexts(CommandPlace::kTreeMenu, false);
@@ -275,7 +303,7 @@ TEST_F(CommandsTest, WorkspaceListsTheHive) {
             (Texts{window_->key_tree->root_text, "Hive", hive_->name(), "0x00000000"}));
   EXPECT_EQ(TextOf(window_->detail.window).find("File: " + hive_->name()), 0U);
   EXPECT_EQ(ContextTexts(CommandPlace::kWorkspaceMenu, false),
-            (Texts{"&Compare Workspace to Registry", "&Search in Workspace"}));
+            Texts{"&Compare Workspace to Registry"});
   for (const Command& command : Commands()) {  // none takes it for a key
     if (command.number >= 9005 && command.number <= 9022) Run(command.number);
   }

@@ -1,0 +1,219 @@
+#include "live/live_keys.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <utility>
+
+#include "hive/root_path.h"
+#include "hive/value_text.h"
+#include "host/host.h"
+#include "host/long_operation.h"
+
+namespace hivequarry {
+namespace {
+
+constexpr uint32_t kFirstRoom = 4096;  // for data
+
+bool IsGone(int32_t error) { return error == kRegistryNotFound || error == kRegistryKeyDeleted; }
+
+// The text as UTF-8 when the code page lacks something of it; else empty.
+std::string LosslessText(std::u16string_view wide, std::string_view narrow) {
+  return WidenText(narrow) == wide ? std::string() : Utf8FromWide(wide);
+}
+
+std::string_view LastName(std::string_view path) { return path.substr(path.rfind('\\') + 1); }
+
+}  // namespace
+
+std::string RegistryErrorText(int32_t error) {
+  if (IsGone(error)) return "not found";
+  if (error == kRegistryDenied) return "Access denied";
+  return "Error " + std::to_string(error);
+}
+
+RegistryWalk::RegistryWalk(const std::string& path, uint32_t access)
+    : start_(path), access_(access), name_(kLongestValueName, u'\0') {
+  while (start_.ends_with('\\')) start_.pop_back();
+}
+
+bool RegistryWalk::NextKey(SourceKey& key) {
+  if (StopRequested()) return false;
+  if (!std::exchange(started_, true)) return Start(key);
+  while (!levels_.empty() && !StopRequested()) {
+    Level& level = levels_.back();
+    if (!level.listed) ListChildren(level);
+    if (level.next_child == level.children.size()) {
+      levels_.pop_back();
+      continue;
+    }
+    const Child child = std::move(level.children[level.next_child++]);
+    if (Enter(child, key)) return true;
+  }
+  return false;
+}
+
+bool RegistryWalk::Start(SourceKey& key) {
+  RootSplit split;
+  OpenedKey opened;
+  if (SplitRootPath(start_, split)) {
+    opened = OpenedKey(split.handle, WidenText(split.rest).c_str(), access_);
+  }
+  const int32_t error = opened.error();
+  path_ = start_;
+  utf8_path_ = Utf8FromNarrow(start_);
+  Push(std::move(opened), error, Child(), key);
+  key.name = LastName(start_);
+  return true;
+}
+
+// False when the key is gone.
+bool RegistryWalk::Enter(const Child& child, SourceKey& key) {
+  const Level& parent = levels_.back();
+  OpenedKey opened;
+  // The functions take a zero for the name's end and would open another key.
+  const bool named = child.name.find(u'\0') == std::u16string::npos;
+  if (named) {
+    opened = OpenedKey(parent.key.key(), child.name.c_str(), access_, kRegistryOpenLink);
+    if (IsGone(opened.error())) return false;
+  }
+  key.name = NarrowText(child.name);
+  path_.resize(parent.path_length);
+  utf8_path_.resize(parent.utf8_length);
+  if (path_.size() < kPathLimit) {
+    path_ += '\\' + key.name;
+    utf8_path_ += '\\' + Utf8FromWide(child.name);
+  }
+  const int32_t error = opened.error();
+  Push(std::move(opened), error, child, key);
+  return true;
+}
+
+void RegistryWalk::Push(OpenedKey opened, int32_t error, const Child& child, SourceKey& key) {
+  Level level;
+  level.key = std::move(opened);
+  if (error == kRegistryDone) {
+    error = CurrentRegistry().query_info(level.key.key(), &level.counts);
+    if (error != kRegistryDone) level.key.Close();
+  }
+  const bool read = error == kRegistryDone;
+  level.path_length = path_.size();
+  level.utf8_length = utf8_path_.size();
+  level.lossy = !levels_.empty() && (levels_.back().lossy || WidenText(key.name) != child.name);
+  level.listed = !read || levels_.size() + 1 >= kMaxLiveDepth;
+  levels_.push_back(std::move(level));
+  next_value_ = 0;
+  key.path = path_;
+  key.utf8_path = levels_.back().lossy ? utf8_path_ : std::string();
+  key.level = static_cast<uint32_t>(levels_.size());
+  key.last_write = read ? levels_.back().counts.last_write : child.last_write;
+  key.position = kNoOffset;
+  key.error = read ? std::string() : RegistryErrorText(error);
+}
+
+void RegistryWalk::SkipChildren() {
+  if (levels_.empty()) return;
+  levels_.back().listed = true;
+  levels_.back().children.clear();
+  levels_.back().next_child = 0;
+}
+
+// All at once: numbers of keys change when others come and go.
+void RegistryWalk::ListChildren(Level& level) {
+  level.listed = true;
+  const Registry& registry = CurrentRegistry();
+  if (level.counts.subkeys == 0) return;
+  level.children.reserve(std::min<uint32_t>(level.counts.subkeys, 0x10000));
+  for (uint32_t index = 0; !StopRequested(); ++index) {
+    Child child;
+    auto size = static_cast<uint32_t>(name_.size());
+    if (registry.enum_key(level.key.key(), index, name_.data(), &size, &child.last_write) !=
+        kRegistryDone) {
+      return;
+    }
+    child.name.assign(name_, 0, size);
+    level.children.push_back(std::move(child));
+  }
+}
+
+bool RegistryWalk::NextValue(SourceValue& value) {
+  if (key() == 0 || StopRequested()) return false;
+  uint32_t data_size = 0;
+  uint32_t name_size = 0;
+  const int32_t error = ReadValue(value, data_size, name_size);
+  if (error != kRegistryDone && error != kRegistryMoreData) return false;
+  ++next_value_;
+  const std::u16string_view name(name_.data(), name_size);
+  value.name = NarrowText(name);
+  value.utf8_name = LosslessText(name, value.name);
+  value.position = kNoOffset;
+  value.read = error == kRegistryDone;
+  value.data = std::span(data_.data(), value.read ? data_size : 0);
+  ValueKey shown;
+  shown.status = ValueStatus::kRead;
+  shown.type = value.type;
+  value.text = value.read ? ValueDataText(shown, value.data) : RegistryErrorText(error);
+  return true;
+}
+
+// Name and type come also for data that are too long, with kRegistryMoreData. The room for data
+// grows as values do; a value that grows faster than it is read is given up.
+int32_t RegistryWalk::ReadValue(SourceValue& value, uint32_t& data_size, uint32_t& name_size) {
+  const Registry& registry = CurrentRegistry();
+  const auto read = [&](uint8_t* data) {
+    name_size = static_cast<uint32_t>(name_.size());
+    data_size = data == nullptr ? 0 : static_cast<uint32_t>(data_.size());
+    return registry.enum_value(key(), next_value_, name_.data(), &name_size, &value.type, data,
+                               &data_size);
+  };
+  const uint32_t longest = levels_.back().counts.longest_data;
+  uint32_t wanted = std::clamp(longest, kFirstRoom, kMaxLiveData);
+  for (int attempt = 0; attempt < 4 && wanted <= kMaxLiveData; ++attempt) {
+    if (data_.size() < wanted) data_.resize(wanted);
+    const int32_t error = read(data_.data());
+    if (error != kRegistryMoreData) return error;
+    wanted = std::max(data_size, wanted + 1);
+  }
+  const int32_t error = read(nullptr);
+  return error == kRegistryDone ? kRegistryMoreData : error;
+}
+
+std::unique_ptr<KeySource> KeysOfRegistry(const std::string& path) {
+  return std::make_unique<RegistryWalk>(path, kRegistryRead | kRegistry64Bit);
+}
+
+std::vector<std::string> PathsOfRoots(uint32_t roots) {
+  struct Root {
+    LiveRoot bit;
+    const char* name;
+    uint32_t whole;  // the root that it is part of
+  };
+  constexpr Root kRoots[] = {{kLiveMachine, "HKLM", 0},
+                             {kLiveUser, "HKCU", kLiveUsers},
+                             {kLiveUsers, "HKU", 0},
+                             {kLiveConfig, "HKCC", kLiveMachine}};
+  std::vector<std::string> paths;
+  for (const Root& root : kRoots) {
+    if ((roots & root.bit) != 0 && (roots & root.whole) == 0) paths.emplace_back(root.name);
+  }
+  return paths;
+}
+
+void LiveProgress::Count(const std::string& path, const OutputList& list) {
+  if (++keys_ % 256 != 0) return;
+  ShowStatus((path + "  " + std::to_string(keys_) + "/" + std::to_string(RowCount(list))).c_str());
+}
+
+void AddLiveRow(OutputList& list, std::span<const std::string_view> texts, const SourceKey& key,
+                const SourceValue* value, int icon) {
+  NewRow row;
+  row.texts = texts;
+  row.icon = icon;
+  row.has_datum = false;
+  row.facts.about_key = value == nullptr;
+  row.facts.last_write = key.last_write;
+  row.facts.path = key.utf8_path;
+  if (value != nullptr) row.facts.name = value->utf8_name;
+  AddRow(list, row);
+}
+
+}  // namespace hivequarry

@@ -1,0 +1,84 @@
+// Walking the live registry. Keys are opened under their parents' handles by their UTF-16 names, so
+// that no code page comes between; depth and buffers are bounded. Keys that go away meanwhile are
+// passed over.
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "lists/output_list.h"
+#include "live/live_lists.h"
+#include "live/registry.h"
+#include "reports/key_source.h"
+
+namespace hivequarry {
+
+inline constexpr uint32_t kMaxLiveDepth = 512;         // levels that the registry itself allows
+inline constexpr uint32_t kMaxLiveData = 0x500000;     // longer data isn't read
+inline constexpr uint32_t kLongestValueName = 0x4000;  // UTF-16 units, ending zero included
+
+class RegistryWalk : public KeySource {
+ public:
+  // Keys are opened with these access rights.
+  RegistryWalk(const std::string& path, uint32_t access);
+  bool NextKey(SourceKey& key) override;
+  void SkipChildren() override;
+  bool NextValue(SourceValue& value) override;
+  // The key given last; 0 when it could not be opened.
+  RegistryKey key() const { return levels_.empty() ? 0 : levels_.back().key.key(); }
+
+ private:
+  struct Child {
+    std::u16string name;
+    uint64_t last_write = 0;
+  };
+  // A key on the way down to the one given last, which is the last of them.
+  struct Level {
+    OpenedKey key;
+    KeyCounts counts;
+    size_t path_length = 0;
+    size_t utf8_length = 0;  // of the lossless path
+    bool lossy = false;      // the code page lacks something of the path
+    bool listed = false;     // its children are known
+    std::vector<Child> children;
+    size_t next_child = 0;
+  };
+
+  bool Start(SourceKey& key);
+  bool Enter(const Child& child, SourceKey& key);
+  void Push(OpenedKey opened, int32_t error, const Child& child, SourceKey& key);
+  void ListChildren(Level& level);
+  int32_t ReadValue(SourceValue& value, uint32_t& data_size, uint32_t& name_size);
+
+  std::string start_;
+  uint32_t access_;
+  bool started_ = false;
+  std::vector<Level> levels_;
+  std::string path_;
+  std::string utf8_path_;
+  uint32_t next_value_ = 0;
+  std::u16string name_;
+  std::vector<uint8_t> data_;
+};
+
+// The paths of chosen roots. One that is part of another chosen root is left out: the current
+// user's keys are among all users', the current configuration among the machine's.
+std::vector<std::string> PathsOfRoots(uint32_t roots);
+
+// Counts the keys of a walk and says in the status line where it is, every 256 keys.
+class LiveProgress {
+ public:
+  void Count(const std::string& path, const OutputList& list);
+
+ private:
+  uint32_t keys_ = 0;
+};
+
+// A row about a key of the live registry or, with `value`, about that value of it.
+void AddLiveRow(OutputList& list, std::span<const std::string_view> texts, const SourceKey& key,
+                const SourceValue* value = nullptr, int icon = 0);
+
+}  // namespace hivequarry

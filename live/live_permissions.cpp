@@ -1,0 +1,118 @@
+// Keys of the live registry by the permissions that their security descriptors grant.
+
+#include <array>
+#include <span>
+#include <string>
+#include <unordered_map>
+
+#include "hive/timestamp.h"
+#include "host/host.h"
+#include "live/live_keys.h"
+#include "security/descriptor.h"
+#include "security/sid.h"
+
+namespace hivequarry {
+namespace {
+
+constexpr size_t kMostAnswers = 1024;
+constexpr uint32_t kLongestDescriptor = 0x10000;
+
+struct DescriptorAnswer {
+  bool matches = false;
+  std::string owner;
+};
+
+// What descriptors answer to a query. Few are different ones (nearly all of the class
+// registrations, which are most of a machine's keys, share one), so each is decoded once.
+class DescriptorAnswers {
+ public:
+  explicit DescriptorAnswers(const PermissionQuery& query) : query_(query) {}
+
+  const DescriptorAnswer& Of(const std::string& descriptor) {
+    const auto known = answers_.find(descriptor);
+    if (known != answers_.end()) return known->second;
+    if (answers_.size() >= kMostAnswers) answers_.clear();
+    return answers_.emplace(descriptor, Decode(descriptor)).first->second;
+  }
+
+ private:
+  DescriptorAnswer Decode(const std::string& descriptor) const {
+    const auto* bytes = reinterpret_cast<const uint8_t*>(descriptor.data());
+    HiveImage image;
+    SecurityRecordInfo info;
+    if (!MakeDescriptorImage(std::span(bytes, descriptor.size()), image)) return {};
+    if (!ReadSecurityRecord(image, 0, info)) return {};
+    return {MatchesPermissions(image, info, query_), info.owner_text};
+  }
+
+  const PermissionQuery& query_;
+  std::unordered_map<std::string, DescriptorAnswer> answers_;
+};
+
+// Empty when it can't be read.
+std::string ReadDescriptor(RegistryKey key, uint32_t parts) {
+  std::string descriptor(512, '\0');
+  for (;;) {
+    auto size = static_cast<uint32_t>(descriptor.size());
+    auto* bytes = reinterpret_cast<uint8_t*>(descriptor.data());
+    const int32_t error = CurrentRegistry().get_security(key, parts, bytes, &size);
+    const bool more = error == kRegistryMoreData && size > descriptor.size();
+    if (error != kRegistryDone && (!more || size > kLongestDescriptor)) return {};
+    descriptor.resize(size);
+    if (error == kRegistryDone) return descriptor;
+  }
+}
+
+void AddMatch(OutputList& list, const SourceKey& key, const std::string& owner,
+              const std::string& account) {
+  const int year = CalendarOfFileTime(key.last_write).year;
+  std::string date;
+  if (year >= 1901 && year <= 2099) date = FormatTimestamp(key.last_write, false);
+  const std::array<std::string_view, 4> texts = {key.path, owner, account, date};
+  AddLiveRow(list, texts, key);
+}
+
+// What a query needs to read.
+struct Reading {
+  uint32_t access = kRegistryRead | kRegistry64Bit;
+  uint32_t parts = kOwnerInformation | kGroupInformation | kDaclInformation;
+};
+
+void FindKeys(uint32_t roots, const Reading& reading, const PermissionQuery& query, bool resolve,
+              OutputList& list) {
+  DescriptorAnswers answers(query);
+  AccountNames accounts(resolve);
+  LiveProgress progress;
+  for (const std::string& path : PathsOfRoots(roots)) {
+    RegistryWalk walk(path, reading.access);
+    for (SourceKey key; walk.NextKey(key);) {
+      progress.Count(key.path, list);
+      if (walk.key() == 0) continue;
+      const DescriptorAnswer& answer = answers.Of(ReadDescriptor(walk.key(), reading.parts));
+      if (answer.matches) AddMatch(list, key, answer.owner, accounts.Of(answer.owner));
+    }
+  }
+  ShowStatus("");
+}
+
+}  // namespace
+
+bool FindLiveKeysByPermissions(uint32_t roots, const PermissionQuery& query, bool resolve,
+                               OutputList& list) {
+  Reading reading;
+  if (query.kind != AceKind::kAudit && query.kind != AceKind::kOther) {
+    FindKeys(roots, reading, query, resolve, list);
+    return true;
+  }
+  const EnabledPrivilege privilege(u"SeSecurityPrivilege");
+  if (!privilege.held()) {
+    ShowMessage("Privilege not held !", kProgramName, Icon::kExclamation);
+    return false;
+  }
+  reading.access |= kRegistrySystemSecurity;
+  reading.parts |= kSaclInformation;
+  FindKeys(roots, reading, query, resolve, list);
+  return true;
+}
+
+}  // namespace hivequarry

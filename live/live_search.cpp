@@ -1,0 +1,80 @@
+// Searching the live registry.
+
+#include <array>
+#include <span>
+
+#include "hive/timestamp.h"
+#include "hive/value_text.h"
+#include "host/host.h"
+#include "live/live_keys.h"
+
+namespace hivequarry {
+namespace {
+
+// A search under way.
+struct LiveSearch {
+  const SearchPattern& pattern;
+  OutputList& list;
+  LiveProgress progress;
+};
+
+// A number is searched for in data alone.
+bool MatchesName(const SearchPattern& pattern, bool wanted, const std::string& name) {
+  if (!wanted || pattern.settings.dword || name.empty()) return false;
+  if (!pattern.settings.hex_mode) return MatchText(pattern, name);
+  const auto* bytes = reinterpret_cast<const uint8_t*>(name.data());
+  return FindBytes(pattern, std::span(bytes, name.size()), false, true) != 0;
+}
+
+bool MatchesValue(const SearchPattern& pattern, const SourceValue& value) {
+  if (MatchesName(pattern, pattern.settings.value_names, value.name)) return true;
+  return pattern.settings.value_data && value.read && MatchData(pattern, value.type, value.data);
+}
+
+void AddHit(OutputList& list, const SourceKey& key, const SourceValue* value) {
+  std::array<std::string, 5> texts = {key.path, "", "", "", FormatTimestamp(key.last_write, false)};
+  int icon = 0;
+  if (value != nullptr) {
+    ValueKey shown;
+    shown.status = ValueStatus::kRead;
+    shown.type = value->type;
+    shown.name = value->name;
+    shown.name_length = value->name.empty() ? 0 : 1;
+    shown.data_length = static_cast<uint32_t>(value->data.size());
+    texts[1] = ValueDisplayName(shown);
+    texts[2] = value->text;
+    texts[3] = TypeName(value->type);
+    icon = IconOfValue(shown);
+  }
+  const std::array<std::string_view, 5> views = {texts[0], texts[1], texts[2], texts[3], texts[4]};
+  AddLiveRow(list, views, key, value, icon);
+}
+
+void SearchKey(LiveSearch& search, KeySource& keys, const SourceKey& key) {
+  const SearchSettings& settings = search.pattern.settings;
+  search.progress.Count(key.path, search.list);
+  if (MatchesName(search.pattern, settings.key_names, key.name)) AddHit(search.list, key, nullptr);
+  if (!settings.value_names && !settings.value_data) return;
+  for (SourceValue value; keys.NextValue(value);) {
+    if (MatchesValue(search.pattern, value)) AddHit(search.list, key, &value);
+  }
+}
+
+}  // namespace
+
+void SearchRegistry(uint32_t roots, const SearchPattern& pattern, OutputList& list) {
+  LiveSearch search{pattern, list, {}};
+  for (const std::string& path : PathsOfRoots(roots)) {
+    const std::unique_ptr<KeySource> keys = KeysOfRegistry(path);
+    for (SourceKey key; keys->NextKey(key);) {
+      if (key.level < kMaxSearchDepth) {
+        SearchKey(search, *keys, key);
+      } else {
+        keys->SkipChildren();
+      }
+    }
+  }
+  ShowStatus("");
+}
+
+}  // namespace hivequarry

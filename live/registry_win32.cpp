@@ -1,0 +1,209 @@
+// The registry of Windows.
+
+#include <windows.h>
+
+#include <iterator>
+
+#include "host/host.h"
+#include "live/registry.h"
+
+namespace hivequarry {
+namespace {
+
+static_assert(sizeof(wchar_t) == sizeof(char16_t));
+const wchar_t* Wide(const char16_t* text) { return reinterpret_cast<const wchar_t*>(text); }
+wchar_t* Wide(char16_t* text) { return reinterpret_cast<wchar_t*>(text); }
+
+// The predefined roots are 32-bit numbers that the platform extends with their sign.
+HKEY HandleOf(RegistryKey key) {
+  const bool predefined = key >= kClassesRoot && key <= kClassesRoot + 0xFFFF;
+  const auto extended = static_cast<intptr_t>(static_cast<int32_t>(static_cast<uint32_t>(key)));
+  return reinterpret_cast<HKEY>(predefined ? extended : static_cast<intptr_t>(key));
+}
+
+uint64_t TimeOf(const FILETIME& time) {
+  return time.dwLowDateTime | uint64_t{time.dwHighDateTime} << 32;
+}
+
+int32_t Open(RegistryKey key, const char16_t* sub_key, uint32_t options, uint32_t access,
+             RegistryKey* opened) {
+  HKEY handle = nullptr;
+  const LSTATUS status = RegOpenKeyExW(HandleOf(key), Wide(sub_key), options, access, &handle);
+  *opened = reinterpret_cast<RegistryKey>(handle);
+  return status;
+}
+
+int32_t Close(RegistryKey key) { return RegCloseKey(HandleOf(key)); }
+
+int32_t QueryInfo(RegistryKey key, KeyCounts* counts) {
+  DWORD subkeys = 0, longest_subkey = 0, values = 0, longest_name = 0, longest_data = 0;
+  FILETIME time = {};
+  const LSTATUS status =
+      RegQueryInfoKeyW(HandleOf(key), nullptr, nullptr, nullptr, &subkeys, &longest_subkey, nullptr,
+                       &values, &longest_name, &longest_data, nullptr, &time);
+  *counts = {subkeys, longest_subkey, values, longest_name, longest_data, TimeOf(time)};
+  return status;
+}
+
+int32_t EnumKey(RegistryKey key, uint32_t index, char16_t* name, uint32_t* size,
+                uint64_t* last_write) {
+  DWORD length = *size;
+  FILETIME time = {};
+  const LSTATUS status =
+      RegEnumKeyExW(HandleOf(key), index, Wide(name), &length, nullptr, nullptr, nullptr, &time);
+  *size = length;
+  *last_write = TimeOf(time);
+  return status;
+}
+
+int32_t EnumValue(RegistryKey key, uint32_t index, char16_t* name, uint32_t* size, uint32_t* type,
+                  uint8_t* data, uint32_t* data_size) {
+  DWORD length = *size, kind = 0, bytes = *data_size;
+  const LSTATUS status =
+      RegEnumValueW(HandleOf(key), index, Wide(name), &length, nullptr, &kind, data, &bytes);
+  *size = length;
+  *type = kind;
+  *data_size = bytes;
+  return status;
+}
+
+int32_t QueryValue(RegistryKey key, const char16_t* name, uint32_t* type, uint8_t* data,
+                   uint32_t* size) {
+  DWORD kind = 0, bytes = *size;
+  const LSTATUS status = RegQueryValueExW(HandleOf(key), Wide(name), nullptr, &kind, data, &bytes);
+  *type = kind;
+  *size = bytes;
+  return status;
+}
+
+int32_t GetSecurity(RegistryKey key, uint32_t parts, uint8_t* descriptor, uint32_t* size) {
+  DWORD bytes = *size;
+  const LSTATUS status = RegGetKeySecurity(HandleOf(key), parts, descriptor, &bytes);
+  *size = bytes;
+  return status == ERROR_INSUFFICIENT_BUFFER ? kRegistryMoreData : status;
+}
+
+int32_t QueryClass(RegistryKey key, char16_t* name, uint32_t* size) {
+  DWORD length = *size;
+  const LSTATUS status =
+      RegQueryInfoKeyW(HandleOf(key), Wide(name), &length, nullptr, nullptr, nullptr, nullptr,
+                       nullptr, nullptr, nullptr, nullptr, nullptr);
+  *size = length;
+  return status;
+}
+
+int32_t Create(RegistryKey key, const char16_t* sub_key, const char16_t* class_name,
+               uint32_t access, RegistryKey* opened) {
+  HKEY handle = nullptr;
+  const LSTATUS status =
+      RegCreateKeyExW(HandleOf(key), Wide(sub_key), 0, const_cast<wchar_t*>(Wide(class_name)), 0,
+                      access, nullptr, &handle, nullptr);
+  *opened = reinterpret_cast<RegistryKey>(handle);
+  return status;
+}
+
+int32_t SetValue(RegistryKey key, const char16_t* name, uint32_t type, const uint8_t* data,
+                 uint32_t size) {
+  return RegSetValueExW(HandleOf(key), Wide(name), 0, type, data, size);
+}
+
+int32_t SetSecurity(RegistryKey key, uint32_t parts, const uint8_t* descriptor) {
+  return RegSetKeySecurity(HandleOf(key), parts, const_cast<uint8_t*>(descriptor));
+}
+
+int32_t Save(RegistryKey key, const char16_t* file) {
+  return RegSaveKeyW(HandleOf(key), Wide(file), nullptr);
+}
+
+// The kernel's call is looked up by name, as no import library has it.
+int32_t SaveInto(RegistryKey key, HANDLE file) {
+  using SaveKey = LONG(WINAPI*)(HANDLE, HANDLE);
+  using ErrorOf = ULONG(WINAPI*)(LONG);
+  const HMODULE library = GetModuleHandleW(L"ntdll.dll");
+  const auto save =
+      reinterpret_cast<SaveKey>(reinterpret_cast<void*>(GetProcAddress(library, "ZwSaveKey")));
+  const auto error = reinterpret_cast<ErrorOf>(
+      reinterpret_cast<void*>(GetProcAddress(library, "RtlNtStatusToDosError")));
+  if (save == nullptr || error == nullptr) return ERROR_PROC_NOT_FOUND;
+  const LONG status = save(HandleOf(key), file);
+  return status == 0 ? kRegistryDone : static_cast<int32_t>(error(status));
+}
+
+int32_t SaveNatively(RegistryKey key, const char16_t* file) {
+  const HANDLE made = CreateFileW(Wide(file), GENERIC_READ | GENERIC_WRITE, 0, nullptr, CREATE_NEW,
+                                  FILE_ATTRIBUTE_NORMAL, nullptr);
+  if (made == INVALID_HANDLE_VALUE) return static_cast<int32_t>(GetLastError());
+  const int32_t error = SaveInto(key, made);
+  CloseHandle(made);
+  if (error != kRegistryDone) DeleteFileW(Wide(file));
+  return error;
+}
+
+int32_t Load(RegistryKey root, const char16_t* sub_key, const char16_t* file) {
+  return RegLoadKeyW(HandleOf(root), Wide(sub_key), Wide(file));
+}
+
+int32_t Unload(RegistryKey root, const char16_t* sub_key) {
+  return RegUnLoadKeyW(HandleOf(root), Wide(sub_key));
+}
+
+int32_t Replace(RegistryKey root, const char16_t* sub_key, const char16_t* new_file,
+                const char16_t* old_file) {
+  return RegReplaceKeyW(HandleOf(root), Wide(sub_key), Wide(new_file), Wide(old_file));
+}
+
+std::string ErrorText(int32_t error) {
+  wchar_t text[512] = L"";
+  const DWORD length = FormatMessageW(
+      FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS | FORMAT_MESSAGE_MAX_WIDTH_MASK,
+      nullptr, static_cast<DWORD>(error), 0, text, static_cast<DWORD>(std::size(text)), nullptr);
+  std::u16string wide(text, text + length);
+  while (!wide.empty() && wide.back() == u' ') wide.pop_back();
+  return NarrowText(wide);
+}
+
+bool Has32BitView() {
+  SYSTEM_INFO info = {};
+  GetNativeSystemInfo(&info);
+  return info.wProcessorArchitecture == PROCESSOR_ARCHITECTURE_AMD64 ||
+         info.wProcessorArchitecture == PROCESSOR_ARCHITECTURE_ARM64;
+}
+
+int32_t Adjust(HANDLE token, const char16_t* name, bool enable, bool* was_enabled) {
+  TOKEN_PRIVILEGES wanted = {};
+  wanted.PrivilegeCount = 1;
+  wanted.Privileges[0].Attributes = enable ? SE_PRIVILEGE_ENABLED : 0;
+  if (!LookupPrivilegeValueW(nullptr, Wide(name), &wanted.Privileges[0].Luid)) {
+    return static_cast<int32_t>(GetLastError());
+  }
+  TOKEN_PRIVILEGES before = {};
+  DWORD size = sizeof before;
+  const BOOL done = AdjustTokenPrivileges(token, FALSE, &wanted, sizeof before, &before, &size);
+  // Set also when the call succeeds: it does so for a privilege that the process does not have.
+  const DWORD error = GetLastError();
+  // Only what changed comes back.
+  const bool changed = before.PrivilegeCount != 0;
+  *was_enabled = changed ? (before.Privileges[0].Attributes & SE_PRIVILEGE_ENABLED) != 0 : enable;
+  if (error == ERROR_NOT_ALL_ASSIGNED) return kPrivilegeNotHeld;
+  return done ? kRegistryDone : static_cast<int32_t>(error);
+}
+
+int32_t SetPrivilege(const char16_t* name, bool enable, bool* was_enabled) {
+  HANDLE token = nullptr;
+  if (!OpenProcessToken(GetCurrentProcess(), TOKEN_ADJUST_PRIVILEGES | TOKEN_QUERY, &token)) {
+    return static_cast<int32_t>(GetLastError());
+  }
+  const int32_t error = Adjust(token, name, enable, was_enabled);
+  CloseHandle(token);
+  return error;
+}
+
+}  // namespace
+
+Registry PlatformRegistry() {
+  return {Open,       Close,   QueryInfo, EnumKey,      EnumValue,   QueryValue,   GetSecurity,
+          QueryClass, Create,  SetValue,  SetSecurity,  Save,        SaveNatively, Load,
+          Unload,     Replace, ErrorText, Has32BitView, SetPrivilege};
+}
+
+}  // namespace hivequarry

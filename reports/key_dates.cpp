@@ -1,0 +1,138 @@
+#include "reports/key_dates.h"
+
+#include <cstdio>
+#include <tuple>
+
+#include "host/host.h"
+#include "host/long_operation.h"
+#include "reports/report_rows.h"
+
+namespace hivequarry {
+namespace {
+
+constexpr uint32_t kStatusStep = 256;  // keys from one status line to the next
+
+auto FieldsOf(const KeyDateTime& time) {
+  return std::tie(time.year, time.month, time.day, time.hour, time.minute, time.second);
+}
+
+CalendarTime CalendarOf(const KeyDateTime& time) {
+  CalendarTime calendar;
+  calendar.year = time.year;
+  calendar.month = time.month;
+  calendar.day = time.day;
+  calendar.hour = time.hour;
+  calendar.minute = time.minute;
+  calendar.second = time.second;
+  return calendar;
+}
+
+// A number of at most `digits` digits at the front of `text`, which moves behind it.
+bool TakeNumber(std::string_view& text, size_t digits, int& number) {
+  size_t used = 0;
+  for (number = 0; used < digits && used < text.size(); ++used) {
+    if (text[used] < '0' || text[used] > '9') break;
+    number = 10 * number + (text[used] - '0');
+  }
+  text.remove_prefix(used);
+  return used != 0;
+}
+
+bool TakeOneOf(std::string_view& text, std::string_view characters) {
+  if (text.empty() || characters.find(text.front()) == std::string_view::npos) return false;
+  text.remove_prefix(1);
+  return true;
+}
+
+bool TakeDate(std::string_view& text, KeyDateTime& time) {
+  return TakeNumber(text, 5, time.year) && TakeOneOf(text, "/-") &&
+         TakeNumber(text, 2, time.month) && TakeOneOf(text, "/-") && TakeNumber(text, 2, time.day);
+}
+
+// What stands behind the date: nothing, or a time of which the seconds may be left out.
+bool TakeTime(std::string_view& text, KeyDateTime& time) {
+  if (text.empty()) return true;
+  const bool comma = TakeOneOf(text, ",");
+  const bool apart = TakeOneOf(text, comma ? " " : " T");
+  const bool minutes = apart && TakeNumber(text, 2, time.hour) && TakeOneOf(text, ":") &&
+                       TakeNumber(text, 2, time.minute);
+  if (!minutes || text.empty()) return minutes;
+  return TakeOneOf(text, ":") && TakeNumber(text, 2, time.second);
+}
+
+// A date of the calendar is the same after a conversion and back.
+bool IsDate(const KeyDateTime& time) {
+  const bool fields = time.year >= 1601 && time.year <= 30827 && time.month >= 1 &&
+                      time.month <= 12 && time.day >= 1 && time.day <= 31;
+  return fields && KeyDateTimeOf(FileTimeOf(time)) == time;
+}
+
+void ShowCounts(const std::string& path, uint32_t keys, uint32_t rows) {
+  char counts[32];
+  std::snprintf(counts, sizeof(counts), "  %u/%u", keys, rows);
+  ShowStatus((path + counts).c_str());
+}
+
+void AddDateRow(const HiveImage& hive, const KeyTree& tree, uint32_t item, const std::string& path,
+                OutputList& list) {
+  const bool has_cell = HasKeyCell(tree, item);
+  RowFacts facts;
+  facts.about_key = has_cell;
+  facts.last_write = LastWriteOf(hive, tree, item);
+  const std::string lossless = IsPlainText(path) ? "" : LosslessPath(hive, tree, item);
+  facts.path = lossless;
+  const uint32_t position = tree.items[item].position;
+  const std::string date = has_cell ? KeyDateText(KeyDateTimeOf(facts.last_write)) : "";
+  const std::string offset = PositionText(position);
+  const std::string_view texts[] = {date, path, offset};
+  AddReportRow(list, texts, position, facts);
+}
+
+bool IsWanted(const HiveImage& hive, const KeyTree& tree, uint32_t item,
+              const KeyDateRange& range) {
+  if (!range.limited) return true;
+  return HasKeyCell(tree, item) &&
+         KeyDateInRange(KeyDateTimeOf(LastWriteOf(hive, tree, item)), range);
+}
+
+}  // namespace
+
+KeyDateTime KeyDateTimeOf(uint64_t file_time) {
+  const CalendarTime calendar = CalendarOfFileTime(file_time);
+  return {calendar.year, calendar.month,  calendar.day,
+          calendar.hour, calendar.minute, calendar.second};
+}
+
+uint64_t FileTimeOf(const KeyDateTime& time) { return FileTimeOfCalendar(CalendarOf(time)); }
+
+std::string KeyDateText(const KeyDateTime& time) { return FormatCalendar(CalendarOf(time)); }
+
+bool ReadKeyDate(std::string_view text, KeyDateTime& time) {
+  KeyDateTime read;
+  if (!TakeDate(text, read) || !TakeTime(text, read) || !text.empty() || !IsDate(read)) {
+    return false;
+  }
+  time = read;
+  return true;
+}
+
+bool KeyDateInRange(const KeyDateTime& time, const KeyDateRange& range) {
+  const auto at = FieldsOf(time);
+  return FieldsOf(range.start) <= at && at <= FieldsOf(range.end);
+}
+
+void ListKeyDates(const HiveImage& hive, const KeyTree& tree, uint32_t item,
+                  const KeyDateRange& range, OutputList& list) {
+  PathWalker paths(hive, tree);
+  uint32_t keys = 0;
+  for (uint32_t at = item; at < tree.items[item].end && !StopRequested(); ++at) {
+    if (!IsKeyItem(tree, at)) continue;
+    if (++keys % kStatusStep == 0) ShowCounts(paths.PathOf(at), keys, RowCount(list));
+    if (IsWanted(hive, tree, at, range)) AddDateRow(hive, tree, at, paths.PathOf(at), list);
+  }
+  char done[32];
+  std::snprintf(done, sizeof(done), "Done.  %u", RowCount(list));
+  ShowStatus(done);
+}
+
+}  // namespace hivequarry

@@ -1,0 +1,150 @@
+#include "reports/path_texts.h"
+
+#include <algorithm>
+
+#include "hive/root_path.h"
+
+namespace hivequarry {
+namespace {
+
+constexpr size_t kMaxPaths = 64;
+constexpr size_t kMaxPath = 1039;
+constexpr size_t kMaxVariable = 64;  // characters of a variable's name
+
+// What files that can be started or loaded are called: behind such a name a blank or comma begins
+// an argument. Elsewhere blanks are part of names more often than not.
+constexpr std::string_view kProgramEndings[] = {
+    ".exe", ".dll", ".sys", ".com", ".bat", ".cmd", ".cpl", ".ocx", ".msc", ".scr", ".drv", ".ax",
+    ".vbs", ".vbe", ".js",  ".jse", ".wsf", ".ps1", ".inf", ".ini", ".ico", ".msi", ".jar", ".tlb",
+    ".lnk", ".hta", ".py",  ".txt", ".log", ".xml", ".chm", ".hlp", ".acm", ".nls", ".dat"};
+
+bool IsLetter(char c) { return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z'); }
+bool IsWordCharacter(char c) { return IsLetter(c) || (c >= '0' && c <= '9') || c == '_'; }
+bool IsSlash(char c) { return c == '\\' || c == '/'; }
+
+bool BeginsWith(std::string_view text, std::string_view start) {
+  return text.size() >= start.size() && EqualIgnoringCase(text.substr(0, start.size()), start);
+}
+
+bool IsDrive(std::string_view text) {
+  if (text.size() < 3 || !IsLetter(text[0]) || text[1] != ':') return false;
+  return text[2] == '\\' || (text[2] == '/' && !(text.size() > 3 && text[3] == '/'));
+}
+
+// "\\server\share": both have to be there.
+bool IsServer(std::string_view text) {
+  if (!text.starts_with("\\\\") || text.size() < 5 || !IsWordCharacter(text[2])) return false;
+  const size_t split = text.find_first_of("\\ \t\"", 2);
+  if (split == std::string_view::npos || text[split] != '\\') return false;
+  return split + 1 < text.size() && (IsWordCharacter(text[split + 1]) || text[split + 1] == '$');
+}
+
+bool IsVariable(std::string_view text) {
+  if (!text.starts_with('%')) return false;
+  const size_t end = text.substr(0, kMaxVariable).find('%', 1);
+  if (end == std::string_view::npos || end < 2 || end + 1 >= text.size()) return false;
+  const std::string_view name = text.substr(1, end - 1);
+  const auto fits = [](char c) { return IsWordCharacter(c) || c == '(' || c == ')'; };
+  return IsSlash(text[end + 1]) && std::all_of(name.begin(), name.end(), fits);
+}
+
+// Characters that lead the system to a path and are no part of it.
+size_t PrefixLength(std::string_view text) {
+  for (const std::string_view prefix : {"\\??\\", "\\\\?\\"}) {
+    if (text.starts_with(prefix) && IsDrive(text.substr(prefix.size()))) return prefix.size();
+  }
+  return 0;
+}
+
+bool BeginsPath(std::string_view text, bool at_start) {
+  if (text.empty()) return false;
+  if (IsDrive(text)) return true;
+  if (text[0] == '%') return IsVariable(text);
+  if (text[0] == '\\') {
+    return PrefixLength(text) != 0 || IsServer(text) || BeginsWith(text, "\\SystemRoot\\") ||
+           BeginsWith(text, "\\Device\\HarddiskVolume");
+  }
+  return at_start && (BeginsWith(text, "System32\\") || BeginsWith(text, "SysWOW64\\"));
+}
+
+bool EndsAnyPath(char c) {
+  return static_cast<unsigned char>(c) < 32 || std::string_view("\"<>|*?;").find(c) < 7;
+}
+
+bool EndsLikeProgram(std::string_view path) {
+  return std::any_of(std::begin(kProgramEndings), std::end(kProgramEndings), [&](auto ending) {
+    return path.size() > ending.size() &&
+           EqualIgnoringCase(path.substr(path.size() - ending.size()), ending);
+  });
+}
+
+// True when the text behind a blank is an argument, or another path, rather than more of a name.
+bool BeginsArgument(std::string_view text) {
+  while (text.starts_with(' ')) text.remove_prefix(1);
+  if (text.empty()) return true;
+  const bool option = text[0] == '/' || text[0] == '-';
+  if (option) return text.size() < 2 || text[1] != ' ';
+  return text[0] == '%' || text[0] == '@' || BeginsPath(text, false);
+}
+
+bool HasExtension(std::string_view path) {
+  const size_t dot = path.rfind('.');
+  const size_t slash = path.find_last_of("\\/");
+  return dot != std::string_view::npos && (slash == std::string_view::npos || dot > slash);
+}
+
+// Where the path that a text begins with ends.
+size_t PathEnd(std::string_view text, bool quoted) {
+  const size_t limit = std::min(text.size(), kMaxPath);
+  for (size_t at = IsDrive(text) ? 2 : 1; at < limit; ++at) {
+    const char c = text[at];
+    if (EndsAnyPath(c) || c == ':') return at;
+    if (quoted) continue;
+    const std::string_view path = text.substr(0, at);
+    if (c == ',' && HasExtension(path)) return at;
+    const bool may_end = c == ' ' || c == ',' || c == '\'' || c == ')' || c == '%';
+    if (may_end && EndsLikeProgram(path)) return at;
+    if (c == ' ' && BeginsArgument(text.substr(at))) return at;
+  }
+  return limit;
+}
+
+// A path behind a blank may stand in prose: the last name goes up to its first blank.
+size_t CutProse(std::string_view path) {
+  const size_t slash = path.find_last_of("\\/");
+  if (slash == std::string_view::npos || EndsLikeProgram(path)) return path.size();
+  return std::min(path.size(), path.find(' ', slash));
+}
+
+std::string Cleaned(std::string_view path) {
+  path.remove_prefix(PrefixLength(path));
+  while (!path.empty() && std::string_view(" ,'").find(path.back()) < 3) path.remove_suffix(1);
+  const bool root = path.size() == 3 && path[1] == ':';
+  while (!root && path.size() > 3 && IsSlash(path.back())) path.remove_suffix(1);
+  return std::string(path);
+}
+
+}  // namespace
+
+std::vector<std::string> PathsInText(std::string_view text) {
+  std::vector<std::string> paths;
+  char before = 0;
+  for (size_t at = 0; at < text.size() && paths.size() < kMaxPaths;) {
+    const std::string_view rest = text.substr(at);
+    const bool starts_text = before == 0 || (at == 1 && (before == '"' || before == '@'));
+    if (IsWordCharacter(before) || !BeginsPath(rest, starts_text)) {
+      before = text[at++];
+      continue;
+    }
+    const size_t prefix = PrefixLength(rest);
+    const bool quoted = before == '"';
+    size_t length = prefix + PathEnd(rest.substr(prefix), quoted);
+    if (before == ' ') length = CutProse(rest.substr(0, length));
+    paths.push_back(Cleaned(rest.substr(0, length)));
+    at += length;
+    before = text[at - 1];
+  }
+  return paths;
+}
+
+}  // namespace hivequarry

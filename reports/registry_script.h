@@ -1,0 +1,75 @@
+// Keys and values of a hive as a registry script: the text file, beginning with "REGEDIT4", that
+// the registry editors of Windows import. Single-byte text in the code page in force, "\r\n" line
+// ends.
+//
+// Importing a script must set in a registry what the hive's keys hold, and nothing else. The form
+// has no escapes for key names, so a line end or a zero byte in one is written as '?', and a key
+// whose path would not fit is left out rather than written under the key above it.
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "hive/key_tree.h"
+#include "lists/list_writers.h"
+
+namespace hivequarry {
+
+inline constexpr size_t kMaxScriptName = 520;     // characters of a value name
+inline constexpr size_t kMaxScriptPath = 1039;    // of a key's path, without the root's
+inline constexpr uint32_t kMaxScriptDepth = 383;  // levels below the branch's first key
+
+// Appends a value's line to `out`. Name and data as ReadValueKey gives them. False, and nothing
+// appended, for a name longer than kMaxScriptName.
+bool FormatScriptValue(std::string_view name, uint32_t type, std::span<const uint8_t> data,
+                       std::string& out);
+
+// True when the hive has a root path for key lines to begin with. One that begins with '-' is none:
+// such a line would make the importing program delete keys.
+bool HasScriptRoot(const HiveImage& hive);
+
+struct SkippedValue {
+  uint32_t item;      // of its key
+  uint32_t position;  // image position
+  bool operator==(const SkippedValue&) const = default;
+};
+struct ScriptExport {
+  uint32_t keys = 0;                  // written
+  uint32_t values = 0;                // written
+  std::vector<SkippedValue> skipped;  // values that could not be read or written
+  uint32_t cut_at = kNoItem;          // the first item that a limit left out, or cut
+  bool refused = false;               // by the sink
+};
+
+enum class ScriptScope : uint8_t {
+  kBranch,  // with all keys below
+  kKey,     // the key and its values alone
+};
+
+// Writes the header and then, for each item in turn, its key or branch, keys before their children,
+// as displayed: hidden keys are left out, made ones written, edited values written as they are now.
+// Keys under the virtual folders are written without the root's path, so that an import passes them
+// over. Ends early when the user stops. What a damaged hive may make it write is bounded by the
+// hive's length; a value of more than kMaxValueData bytes that the hive has room for ends the run.
+ScriptExport ExportKeys(const HiveImage& hive, const KeyTree& tree, std::span<const uint32_t> items,
+                        ScriptScope scope, const TextSink& sink);
+inline ScriptExport ExportBranch(const HiveImage& hive, const KeyTree& tree, uint32_t item,
+                                 const TextSink& sink) {
+  return ExportKeys(hive, tree, std::span(&item, 1), ScriptScope::kBranch, sink);
+}
+
+// The keys at these positions, and those that list the values at them, each once and in display
+// order. Hidden ones are left out.
+std::vector<uint32_t> KeysOfPositions(const HiveImage& hive, const KeyTree& tree,
+                                      std::span<const uint32_t> positions);
+
+// What a script lacks, a row each; null for one that lacks nothing. Datum: position of the value or
+// key.
+inline constexpr int kListValueErrors = 15;
+OutputListPtr ListScriptGaps(const HiveImage& hive, const KeyTree& tree,
+                             const ScriptExport& written);
+
+}  // namespace hivequarry

@@ -1,0 +1,57 @@
+#include "reports/report_rows.h"
+
+#include <cstring>
+
+#include "hive/key_node.h"
+#include "host/host.h"
+
+namespace hivequarry {
+
+std::string PositionText(uint32_t position) {
+  constexpr char kDigits[] = "0123456789ABCDEF";
+  std::string text = "0x00000000";
+  for (size_t i = 9; i >= 2; --i, position >>= 4) text[i] = kDigits[position & 15];
+  return text;
+}
+
+void AddReportRow(OutputList& list, std::span<const std::string_view> texts, uint32_t datum,
+                  const RowFacts& facts, int icon) {
+  NewRow row;
+  row.texts = texts;
+  row.icon = icon;
+  row.datum = datum;
+  row.facts = facts;
+  AddRow(list, row);
+}
+
+std::string LosslessPath(const HiveImage& hive, const KeyTree& tree, uint32_t item) {
+  bool lossy = false;
+  std::string path = ItemPathUtf8(hive, tree, item, &lossy);
+  return lossy ? path : std::string();
+}
+
+std::string LosslessName(const HiveImage& hive, const ValueKey& value) {
+  if (IsPlainText(value.name)) return {};
+  std::string name = ValueNameUtf8(hive, value);
+  return name == Utf8FromNarrow(value.name) ? std::string() : name;
+}
+
+bool IsPlainText(std::string_view text) {
+  // Eight characters at a time: this is asked of every path of a hive.
+  if (text.find('?') != std::string_view::npos) return false;
+  uint64_t seen = 0;
+  for (; text.size() >= sizeof(seen); text.remove_prefix(sizeof(seen))) {
+    uint64_t word = 0;
+    std::memcpy(&word, text.data(), sizeof(word));
+    seen |= word;
+  }
+  for (const char c : text) seen |= static_cast<uint8_t>(c);
+  return (seen & 0x8080808080808080) == 0;
+}
+
+uint64_t LastWriteOf(const HiveImage& hive, const KeyTree& tree, uint32_t item) {
+  if (!HasKeyCell(tree, item)) return 0;
+  return ReadU64(hive, tree.items[item].position + kKeyLastWrite);
+}
+
+}  // namespace hivequarry

@@ -1,0 +1,32 @@
+// What reports on a hive put into their rows. Not for use outside this folder.
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <string>
+#include <string_view>
+
+#include "hive/key_tree.h"
+#include "hive/value_key.h"
+#include "lists/output_list.h"
+
+namespace hivequarry {
+
+// A position as a column shows it: "0x%08X".
+std::string PositionText(uint32_t position);
+
+// Adds a row about the record at `datum`.
+void AddReportRow(OutputList& list, std::span<const std::string_view> texts, uint32_t datum,
+                  const RowFacts& facts, int icon = 0);
+
+// The lossless path of an item, empty when its code-page text has lost nothing.
+std::string LosslessPath(const HiveImage& hive, const KeyTree& tree, uint32_t item);
+// Likewise of a value's name, which was read with it.
+std::string LosslessName(const HiveImage& hive, const ValueKey& value);
+// True for a text that has certainly lost nothing: most names and paths.
+bool IsPlainText(std::string_view text);
+
+// Time of a key's last write, FILETIME; 0 for a key without a cell of its own.
+uint64_t LastWriteOf(const HiveImage& hive, const KeyTree& tree, uint32_t item);
+
+}  // namespace hivequarry

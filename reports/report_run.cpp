@@ -1,0 +1,162 @@
+#include "reports/report_run.h"
+
+#include <algorithm>
+#include <cstdio>
+
+#include "hive/root_path.h"
+#include "hive/timestamp.h"
+#include "hive/value_text.h"
+#include "host/host.h"
+
+namespace hivequarry {
+namespace {
+
+constexpr uint32_t kStatusMask = 0xFF;  // a status text every 256 keys
+constexpr size_t kJoinLimit = 511;      // a joined cell stays shorter
+constexpr size_t kMaxMruEntries = 0x10000;
+
+void ShowProgress(const ReportRun& run) {
+  char text[32];
+  std::snprintf(text, sizeof(text), "%u/%u", run.visited, RowCount(run.list) + run.kept);
+  ShowStatus(text);
+}
+
+char SmallLetter(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
+
+char Rot13(char c) {
+  const bool capital = c >= 'A' && c <= 'Z';
+  if (!capital && (c < 'a' || c > 'z')) return c;
+  const char first = capital ? 'A' : 'a';
+  return static_cast<char>(first + (c - first + 13) % 26);
+}
+
+void TakeLetters(std::string_view letters, MruOrder& order) {
+  for (const char letter : letters) order.emplace(std::string(1, letter), order.size());
+}
+
+void TakeNumbers(std::span<const uint8_t> data, MruOrder& order) {
+  for (; data.size() >= 4 && order.size() < kMaxMruEntries; data = data.subspan(4)) {
+    const uint32_t number = LoadU32(data.data());
+    if (number == UINT32_MAX) break;
+    order.emplace(std::to_string(number), order.size());
+  }
+}
+
+}  // namespace
+
+bool NextKey(ReportRun& run, SourceKey& key) {
+  if (!run.keys.NextKey(key)) return false;
+  if ((++run.visited & kStatusMask) == 0) ShowProgress(run);
+  return true;
+}
+
+RowSubject SubjectOf(const SourceKey& key) {
+  return {key.position, true, key.last_write, key.utf8_path, {}};
+}
+
+RowSubject SubjectOf(const SourceKey& key, const SourceValue& value) {
+  return {value.position, false, 0, key.utf8_path, value.utf8_name};
+}
+
+void AddReportRow(OutputList& list, std::span<const std::string_view> texts,
+                  const RowSubject& subject) {
+  NewRow row;
+  row.texts = texts;
+  row.has_datum = subject.position != kNoOffset;
+  row.datum = row.has_datum ? subject.position : 0;
+  row.facts = {subject.about_key, subject.last_write, subject.path, subject.name, {}};
+  AddRow(list, row);
+}
+
+void AddReportRow(OutputList& list, std::initializer_list<std::string_view> texts,
+                  const RowSubject& subject) {
+  AddReportRow(list, std::span(texts.begin(), texts.size()), subject);
+}
+
+std::string KeyDateText(const SourceKey& key) { return FormatTimestampChecked(key.last_write); }
+
+std::string OffsetText(uint32_t position) {
+  if (position == kNoOffset) return {};
+  char text[16];
+  std::snprintf(text, sizeof(text), "0x%08X", position);
+  return text;
+}
+
+std::string_view NameText(const SourceValue& value) {
+  return value.name.empty() ? std::string_view("(Default value)") : value.name;
+}
+
+bool IsText(const SourceValue& value) {
+  return value.type == kRegSz || value.type == kRegExpandSz || value.type == kRegMultiSz;
+}
+
+void MakeOneLine(std::string& text) {
+  for (char& c : text) {
+    if (static_cast<uint8_t>(c) < 32) c = ' ';
+  }
+}
+
+std::string DataCell(const SourceValue& value, size_t limit) {
+  if (!value.read || !IsText(value)) return value.text;
+  const size_t room = 2 * (limit + 1);
+  std::string text = DataText(value.type, value.data.first(std::min(value.data.size(), room)));
+  text.resize(std::min({text.size(), text.find('\0'), limit}));
+  MakeOneLine(text);
+  // The terminators of a multi-string have become blanks.
+  while (value.type == kRegMultiSz && text.ends_with(' ')) text.pop_back();
+  return text;
+}
+
+void JoinText(std::string& cell, std::string_view text) {
+  if (text.empty()) return;
+  if (cell.empty()) {
+    cell = text.substr(0, kJoinLimit - 1);
+  } else if (cell.size() + text.size() < kJoinLimit) {
+    cell.append(", ").append(text);
+  } else if (!cell.ends_with('.')) {
+    cell += ", ...";
+  }
+}
+
+std::string Rot13(std::string_view text) {
+  std::string turned(text);
+  for (char& c : turned) c = Rot13(c);
+  return turned;
+}
+
+size_t FindIgnoringCase(std::string_view text, std::string_view part) {
+  const auto found = std::search(text.begin(), text.end(), part.begin(), part.end(),
+                                 [](char a, char b) { return SmallLetter(a) == SmallLetter(b); });
+  return found == text.end() ? std::string_view::npos : static_cast<size_t>(found - text.begin());
+}
+
+bool ContainsIgnoringCase(std::string_view text, std::string_view part) {
+  return FindIgnoringCase(text, part) != std::string_view::npos;
+}
+
+std::string_view ParentPath(std::string_view path) {
+  const size_t split = path.rfind('\\');
+  return split == std::string_view::npos ? std::string_view() : path.substr(0, split);
+}
+
+std::string_view LastName(std::string_view path) {
+  const size_t split = path.rfind('\\');
+  return split == std::string_view::npos ? path : path.substr(split + 1);
+}
+
+bool TakeMruList(const SourceValue& value, MruOrder& order) {
+  if (EqualIgnoringCase(value.name, "MRUListEx")) {
+    TakeNumbers(value.data, order);
+    return true;
+  }
+  if (!EqualIgnoringCase(value.name, "MRUList")) return false;
+  if (IsText(value)) TakeLetters(DataCell(value), order);
+  return true;
+}
+
+size_t RankOf(const MruOrder& order, const std::string& name) {
+  const auto found = order.find(name);
+  return found == order.end() ? SIZE_MAX : found->second;
+}
+
+}  // namespace hivequarry

@@ -1,0 +1,98 @@
+// What the special reports are made with: the walk over their keys, the texts of their cells, and
+// their rows. RunReport (special_reports.h) is what callers use.
+#pragma once
+
+#include <cstdint>
+#include <initializer_list>
+#include <span>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+
+#include "lists/output_list.h"
+#include "reports/key_source.h"
+
+namespace hivequarry {
+
+// Characters of a display name or file of a service, as of every other text from a value's data.
+inline constexpr size_t kDataCellLimit = 519;
+
+struct ReportRun {
+  KeySource& keys;
+  OutputList& list;
+  bool live = false;
+  uint32_t visited = 0;  // keys
+  uint32_t kept = 0;     // rows not yet in the list
+};
+
+// The next key of the walk; shows how far it is.
+bool NextKey(ReportRun& run, SourceKey& key);
+
+// What a row speaks of.
+struct RowSubject {
+  uint32_t position = kNoOffset;
+  bool about_key = false;
+  uint64_t last_write = 0;
+  std::string path;  // lossless, as RowFacts has it
+  std::string name;
+};
+RowSubject SubjectOf(const SourceKey& key);
+RowSubject SubjectOf(const SourceKey& key, const SourceValue& value);
+void AddReportRow(OutputList& list, std::span<const std::string_view> texts,
+                  const RowSubject& subject);
+void AddReportRow(OutputList& list, std::initializer_list<std::string_view> texts,
+                  const RowSubject& subject);
+
+// --- cells -----------------------------------------------------------------------------------
+
+std::string KeyDateText(const SourceKey& key);
+// "0x%08X"; empty for none.
+std::string OffsetText(uint32_t position);
+// "(Default value)" for the default value.
+std::string_view NameText(const SourceValue& value);
+// Texts whole up to `limit` characters, in one line; other data, and data that can't be read, as
+// lists show them.
+std::string DataCell(const SourceValue& value, size_t limit = kDataCellLimit);
+// True for string data, which is text however it was encoded.
+bool IsText(const SourceValue& value);
+// Control characters, which would break a row, as blanks.
+void MakeOneLine(std::string& text);
+// Adds a text to a cell that several values feed: ", " between them, and one ", ..." for all that
+// find no room.
+void JoinText(std::string& cell, std::string_view text);
+
+// Each letter 13 places on, as the shell ciphers the names of what it counts; and back.
+std::string Rot13(std::string_view text);
+
+// --- names -----------------------------------------------------------------------------------
+
+// Where `part` (small letters) stands in a text, whatever the case; npos for nowhere.
+size_t FindIgnoringCase(std::string_view text, std::string_view part);
+bool ContainsIgnoringCase(std::string_view text, std::string_view part);
+// The path without its last name, and that name; a path of one name has no parent.
+std::string_view ParentPath(std::string_view path);
+std::string_view LastName(std::string_view path);
+
+// --- most recently used lists ----------------------------------------------------------------
+
+// Which of a key's values was used when: rank by value name, the one used last first.
+using MruOrder = std::unordered_map<std::string, size_t>;
+// True when the value is the list itself: "MRUList" (letters) or "MRUListEx" (numbers).
+bool TakeMruList(const SourceValue& value, MruOrder& order);
+// Behind all ranks for a name that the list lacks.
+size_t RankOf(const MruOrder& order, const std::string& name);
+
+// --- the reports, each from one starting key ---------------------------------------------------
+
+void ReportServices(ReportRun& run);
+void ReportUninstall(ReportRun& run);
+void ReportCountKeys(ReportRun& run);
+void ReportClasses(ReportRun& run);
+void ReportProgIds(ReportRun& run);
+void ReportOpenWith(ReportRun& run);
+void ReportKeyFiles(ReportRun& run);
+void ReportFiles(ReportRun& run);
+void ReportOpenSaveMru(ReportRun& run);
+void ReportStreamMru(ReportRun& run);
+
+}  // namespace hivequarry

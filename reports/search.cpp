@@ -1,0 +1,224 @@
+#include "reports/search.h"
+
+#include <cstdio>
+#include <cstring>
+
+#include "hive/cells.h"
+#include "hive/key_node.h"
+#include "hive/value_text.h"
+#include "host/host.h"
+#include "host/long_operation.h"
+#include "recovery/item_values.h"
+#include "reports/report_rows.h"
+#include "reports/search_sieve.h"
+
+namespace hivequarry {
+namespace {
+
+constexpr uint32_t kStatusStep = 256;  // keys from one status line to the next
+// Reading a key and its values takes about as long as passing over this many bytes of the image.
+constexpr uint32_t kBytesPerKey = 2048;
+constexpr uint32_t kNoValueList = 0xFFFFFFF8;  // this offset and all above name no list
+constexpr int kPlainColumns = 5;
+
+std::span<const uint8_t> BytesOf(std::string_view text) {
+  return {reinterpret_cast<const uint8_t*>(text.data()), text.size()};
+}
+
+bool FindExactly(const SearchPattern& pattern, std::span<const uint8_t> bytes) {
+  return FindBytes(pattern, bytes, false, true) != 0;
+}
+
+// A displayed name.
+bool MatchName(const SearchPattern& pattern, std::string_view name) {
+  return pattern.settings.hex_mode ? FindExactly(pattern, BytesOf(name)) : MatchText(pattern, name);
+}
+
+// A key cell whose stored name may be taken for what it says.
+bool IsPlausibleKey(const HiveImage& hive, uint32_t position) {
+  const auto size = static_cast<int32_t>(ReadU32(hive, position));
+  const bool sized = size % 8 == 0 && size >= -512 && size <= 4096;
+  constexpr uint8_t kFlags[] = {0x00, 0x20, 0x2C, 0xA0, 0xAC};
+  return sized && ReadU16(hive, position + 4) == kSignatureNk &&
+         ReadU8(hive, position + kKeyFlags + 1) == 0 &&
+         std::memchr(kFlags, ReadU8(hive, position + kKeyFlags), sizeof(kFlags)) != nullptr;
+}
+
+class BranchSearch {
+ public:
+  BranchSearch(const HiveImage& hive, const KeyTree& tree, const SearchPattern& pattern,
+               const SearchSieve& sieve, OutputList& list)
+      : hive_(hive),
+        tree_(tree),
+        pattern_(pattern),
+        sieve_(sieve),
+        list_(list),
+        paths_(hive, tree),
+        budget_(hive.length / 4) {
+    const SearchSettings& asked = pattern.settings;
+    key_names_ = asked.key_names && !asked.dword;
+    value_names_ = asked.value_names && !asked.dword;
+    // With nothing in the image that could match, values need not be listed.
+    values_ = (value_names_ || asked.value_data) && (!sieve.usable || sieve.any);
+    details_ = ColumnCount(list) > kPlainColumns;
+  }
+
+  bool Run(uint32_t item) {
+    bool whole = true;
+    const uint32_t end = tree_.items[item].end;
+    for (uint32_t at = item; at < end && !StopRequested();) {
+      const bool deep = LevelOf(at) >= kMaxSearchDepth;
+      whole = whole && (!deep || tree_.items[at].hidden);
+      if (deep || tree_.items[at].hidden) {
+        at = tree_.items[at].end;
+        continue;
+      }
+      if (IsKeyItem(tree_, at)) VisitKey(at);
+      ++at;
+    }
+    return whole;
+  }
+
+ private:
+  // Counts the starting item as 1. Items come in display order.
+  size_t LevelOf(uint32_t item) {
+    while (!open_.empty() && item >= open_.back()) open_.pop_back();
+    if (open_.size() + 1 >= kMaxSearchDepth) return kMaxSearchDepth;
+    open_.push_back(tree_.items[item].end);
+    return open_.size();
+  }
+
+  void VisitKey(uint32_t item) {
+    if (++keys_ % kStatusStep == 0) ShowCounts(item);
+    if (key_names_ && MayMatchName(sieve_, tree_, item) && KeyMatches(item)) AddKeyRow(item);
+    if (!values_ || !HasKeyCell(tree_, item)) return;
+    const uint32_t key = tree_.items[item].position;
+    const uint32_t count = ReadU32(hive_, key + kKeyValueCount);
+    if (count == 0 || ReadU32(hive_, key + kKeyValueList) >= kNoValueList) return;
+    positions_.clear();
+    ReadValueList(hive_, count, ValueListOf(hive_, key), budget_, positions_);
+    for (const uint32_t position : positions_) {
+      if (StopRequested()) return;
+      if (position != kNoOffset) VisitValue(item, position);
+    }
+  }
+
+  void ShowCounts(uint32_t item) {
+    char counts[32];
+    std::snprintf(counts, sizeof(counts), "  %u/%u", keys_, RowCount(list_));
+    ShowStatus((paths_.PathOf(item) + counts).c_str());
+  }
+
+  bool KeyMatches(uint32_t item) {
+    const std::string name = ItemName(hive_, tree_, item);
+    if (name.empty()) return false;
+    if (MatchName(pattern_, name)) return true;
+    const uint32_t position = tree_.items[item].position;
+    return pattern_.settings.hex_mode && HasKeyCell(tree_, item) &&
+           IsPlausibleKey(hive_, position) &&
+           FindExactly(pattern_, ReadRawKeyName(hive_, position));
+  }
+
+  void VisitValue(uint32_t item, uint32_t position) {
+    if (sieve_.usable) {
+      const ValueKey fields =
+          ReadValueKey(hive_, position, ValueRead::kFields, kMaxValueData, nullptr);
+      if (!MayMatchValue(sieve_, fields)) return;
+    }
+    const ValueKey value = ReadValueKey(hive_, position, ValueRead::kData, kMaxValueData, &data_);
+    if (value.status == ValueStatus::kEmpty || value.status == ValueStatus::kNotAValue) return;
+    if (ValueMatches(value)) AddValueRow(item, value);
+  }
+
+  bool ValueMatches(const ValueKey& value) const {
+    if (value_names_ && !value.name.empty() && ValueNameMatches(value)) return true;
+    return pattern_.settings.value_data && value.status == ValueStatus::kRead &&
+           MatchData(pattern_, value.type, data_);
+  }
+
+  bool ValueNameMatches(const ValueKey& value) const {
+    if (MatchName(pattern_, value.name)) return true;
+    return pattern_.settings.hex_mode && FindExactly(pattern_, ReadRawValueName(hive_, value));
+  }
+
+  void AddKeyRow(uint32_t item) {
+    const uint32_t position = tree_.items[item].position;
+    RowFacts facts;
+    facts.about_key = HasKeyCell(tree_, item);
+    facts.last_write = LastWriteOf(hive_, tree_, item);
+    AddHit(item, position, {paths_.PathOf(item), "", "", "", PositionText(position)}, facts, 0);
+  }
+
+  void AddValueRow(uint32_t item, const ValueKey& value) {
+    const uint32_t key = tree_.items[item].position;
+    const ValueRow row = MakeValueRow(hive_, value, data_, ValueViewOptions());
+    char details[64];
+    std::snprintf(details, sizeof(details), "%Xrk, %dln, %dld", key, int{value.name_length},
+                  static_cast<int>(value.data_length));
+    RowFacts facts;
+    const std::string lossless = LosslessName(hive_, value);
+    facts.name = lossless;
+    AddHit(item, value.position,
+           {paths_.PathOf(item), row.name, row.data, row.type, PositionText(key)}, facts, row.icon,
+           details);
+  }
+
+  void AddHit(uint32_t item, uint32_t position, std::vector<std::string> texts, RowFacts facts,
+              int icon, const char* details = "") {
+    if (details_) {
+      texts.push_back(PositionText(hive_.base_offset + position));
+      texts.emplace_back(details);
+    }
+    const std::string lossless =
+        IsPlainText(texts.front()) ? std::string() : LosslessPath(hive_, tree_, item);
+    const std::vector<std::string_view> views(texts.begin(), texts.end());
+    facts.path = lossless;
+    AddReportRow(list_, views, position, facts, icon);
+  }
+
+  const HiveImage& hive_;
+  const KeyTree& tree_;
+  const SearchPattern& pattern_;
+  const SearchSieve& sieve_;
+  OutputList& list_;
+  PathWalker paths_;
+  // Value lists shared by many keys are read at each of them, within what one list each would take
+  // at most.
+  uint32_t budget_;
+  bool key_names_ = false, value_names_ = false, values_ = false, details_ = false;
+  uint32_t keys_ = 0;
+  std::vector<uint32_t> open_;  // ends of the items that the present one is in
+  std::vector<uint32_t> positions_;
+  std::vector<uint8_t> data_;
+};
+
+}  // namespace
+
+OutputListPtr MakeSearchList(bool details) {
+  OutputListPtr list = MakeOutputList(kListSearch);
+  if (!details) return list;
+  std::vector<std::string> titles;
+  for (int column = 0; column < ColumnCount(*list); ++column) {
+    titles.push_back(ColumnTitle(*list, column));
+  }
+  titles.insert(titles.end(), {"File Offset", "Details"});
+  SetColumns(*list, std::move(titles));
+  return list;
+}
+
+bool SearchBranchBy(SearchWay way, const HiveImage& hive, const KeyTree& tree, uint32_t item,
+                    const SearchPattern& pattern, OutputList& list) {
+  const bool large = (tree.items[item].end - item) >= hive.length / kBytesPerKey;
+  const bool sieved = way == SearchWay::kSieved || (way == SearchWay::kBest && large);
+  const SearchSieve sieve = sieved ? SieveImage(hive, pattern) : SearchSieve();
+  const bool whole = BranchSearch(hive, tree, pattern, sieve, list).Run(item);
+  ShowStatus("");
+  return whole;
+}
+
+bool SearchBranch(const HiveImage& hive, const KeyTree& tree, uint32_t item,
+                  const SearchPattern& pattern, OutputList& list) {
+  return SearchBranchBy(SearchWay::kBest, hive, tree, item, pattern, list);
+}
+
+}  // namespace hivequarry

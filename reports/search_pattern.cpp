@@ -1,0 +1,145 @@
+// What matches a pattern.
+
+#include <algorithm>
+#include <functional>
+
+#include "hive/image.h"
+#include "hive/value_text.h"
+#include "reports/search.h"
+
+namespace hivequarry {
+namespace {
+
+constexpr uint32_t kBinaryTwin = 0x201;  // a type of its own, yet searched as REG_BINARY
+constexpr size_t kDwordDigits = 8;
+
+uint8_t DigitValue(char character) {
+  const auto code = static_cast<uint8_t>(character);
+  const int upper = code >= 'a' && code <= 'z' ? code - 32 : code;
+  return static_cast<uint8_t>(upper < 'A' ? upper - '0' : upper - 55);
+}
+
+// Where an attempt at `start` ends: behind its last matched byte, 0 when it fails.
+template <typename Same>
+size_t MatchFrom(std::string_view pattern, std::span<const uint8_t> bytes, size_t start, bool wide,
+                 const Same& same) {
+  size_t at = start;
+  for (size_t i = 0; i < pattern.size(); ++i) {
+    if (wide && i != 0 && at < bytes.size() && bytes[at] == 0) ++at;
+    if (at >= bytes.size() || !same(bytes[at], static_cast<uint8_t>(pattern[i]))) return 0;
+    ++at;
+  }
+  return at;
+}
+
+template <typename Same>
+size_t FindFirst(std::string_view pattern, std::span<const uint8_t> bytes, bool wide,
+                 const Same& same) {
+  const auto first = static_cast<uint8_t>(pattern.front());
+  // An attempt begins wherever the first byte stands, inside a failed one too.
+  for (size_t start = 0; start + pattern.size() <= bytes.size(); ++start) {
+    if (!same(bytes[start], first)) continue;
+    const size_t end = MatchFrom(pattern, bytes, start, wide, same);
+    if (end != 0) return end + 1;
+  }
+  return 0;
+}
+
+bool IsWhole(const SearchPattern& pattern, std::span<const uint8_t> bytes) {
+  return bytes.size() == pattern.bytes.size();
+}
+
+// Bytes that are no text: the whole length must be the pattern's when it is to match.
+bool MatchBytes(const SearchPattern& pattern, std::span<const uint8_t> bytes) {
+  if (pattern.settings.match_length && !IsWhole(pattern, bytes)) return false;
+  return FindBytes(pattern, bytes, pattern.settings.wide, pattern.settings.match_case) != 0;
+}
+
+bool MatchStringData(const SearchPattern& pattern, uint32_t type, std::span<const uint8_t> data) {
+  if (!pattern.settings.hex_mode) return MatchText(pattern, DataText(type, data));
+  if (pattern.settings.match_length && !IsWhole(pattern, data)) return false;
+  return FindBytes(pattern, data, false, true) != 0;
+}
+
+bool MatchDword(const SearchPattern& pattern, std::span<const uint8_t> data) {
+  const std::string& bytes = pattern.bytes;
+  if (bytes.size() != 4 || data.size() < bytes.size()) return false;
+  return std::ranges::equal(data.first(bytes.size()), bytes, {}, {},
+                            [](char c) { return static_cast<uint8_t>(c); });
+}
+
+std::span<const uint8_t> BytesOf(std::string_view text) {
+  return {reinterpret_cast<const uint8_t*>(text.data()), text.size()};
+}
+
+// Settings that mean nothing in the chosen mode, set right.
+SearchSettings Effective(SearchSettings settings) {
+  settings.dword = settings.dword && settings.hex_mode && settings.hex.size() == kDwordDigits;
+  settings.wide = settings.wide && !settings.hex_mode;
+  return settings;
+}
+
+void Fold(const CaseTable& fold, std::string& text) {
+  for (char& c : text) c = static_cast<char>(fold[static_cast<uint8_t>(c)]);
+}
+
+}  // namespace
+
+bool CompilePattern(const SearchSettings& settings, SearchPattern& pattern) {
+  if (!settings.key_names && !settings.value_names && !settings.value_data) return false;
+  if (settings.hex_mode && settings.hex.size() % 2 != 0) return false;
+  pattern.settings = Effective(settings);
+  pattern.fold = CurrentCapitals();
+  pattern.bytes = settings.hex_mode ? TextOfHex(settings.hex) : settings.text;
+  if (!settings.hex_mode && !settings.match_case) Fold(pattern.fold, pattern.bytes);
+  if (pattern.settings.dword) std::ranges::reverse(pattern.bytes);
+  return !pattern.bytes.empty();
+}
+
+std::string HexOfText(std::string_view text) {
+  constexpr char kDigits[] = "0123456789ABCDEF";
+  std::string hex;
+  for (const uint8_t byte : BytesOf(text)) hex += {kDigits[byte >> 4], kDigits[byte & 15]};
+  return hex;
+}
+
+std::string TextOfHex(std::string_view hex) {
+  std::string text;
+  for (size_t i = 0; i + 1 < hex.size(); i += 2) {
+    text.push_back(static_cast<char>((DigitValue(hex[i]) << 4) + DigitValue(hex[i + 1])));
+  }
+  return text;
+}
+
+bool MatchText(const SearchPattern& pattern, std::string_view candidate) {
+  const std::span<const uint8_t> bytes = BytesOf(candidate);
+  if (pattern.settings.match_length && !IsWhole(pattern, bytes)) return false;
+  return FindBytes(pattern, bytes, false, pattern.settings.match_case) != 0;
+}
+
+size_t FindBytes(const SearchPattern& pattern, std::span<const uint8_t> bytes, bool wide,
+                 bool match_case) {
+  if (pattern.bytes.empty() || pattern.bytes.size() > bytes.size()) return 0;
+  if (match_case) return FindFirst(pattern.bytes, bytes, wide, std::equal_to<uint8_t>());
+  const CaseTable& fold = pattern.fold;
+  return FindFirst(pattern.bytes, bytes, wide,
+                   [&fold](uint8_t a, uint8_t b) { return fold[a] == fold[b]; });
+}
+
+bool MatchData(const SearchPattern& pattern, uint32_t type, std::span<const uint8_t> data) {
+  if (type == kBinaryTwin) type = kRegBinary;
+  if (pattern.settings.dword) return type == kRegDword && MatchDword(pattern, data);
+  switch (type) {
+    case kRegDword:
+      return false;
+    case kRegSz:
+    case kRegExpandSz:
+      return MatchStringData(pattern, type, data);
+    case kRegMultiSz:
+      return MatchBytes(pattern, BytesOf(DataText(type, data)));
+    default:
+      return MatchBytes(pattern, data);
+  }
+}
+
+}  // namespace hivequarry

@@ -1,0 +1,261 @@
+#include "reports/shell_items.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+
+#include "hive/key_tree.h"
+#include "host/host.h"
+#include "reports/report_run.h"
+
+namespace hivequarry {
+namespace {
+
+using Span = std::span<const uint8_t>;
+
+constexpr uint32_t kMaxItems = 256;  // of a list
+constexpr size_t kMaxName = 520;     // characters
+
+// Kinds; a bit of 0x80 on a file or network item tells of a further part at its end.
+constexpr uint8_t kControlPanelCategory = 0x01;
+constexpr uint8_t kRoot = 0x1F;
+constexpr uint8_t kNameSpace = 0x2E;
+constexpr uint8_t kAddress = 0x61;
+constexpr uint8_t kControlPanelItem = 0x71;
+constexpr uint8_t kUserFile = 0x74;
+constexpr uint8_t kUnicodeName = 0x04;  // of a file item
+constexpr uint8_t kFile = 0x02;
+constexpr uint8_t kHasGuid = 0x80;  // in the byte behind the kind, of a name space item
+
+// What stands at offset 4 or 6 of items whose kind alone does not say enough.
+constexpr uint32_t kCategorySignature = 0x39DE2184;
+constexpr uint32_t kDriveSignature = 0xF5A6B710;
+constexpr uint32_t kSearchSignature = 0x23A3DFD5;
+constexpr uint32_t kKnownFolderSignature = 0x23FEBBEE;
+constexpr uint32_t kUserFileSignature = 0x46534643;  // "CFSF"
+
+constexpr uint16_t kFileExtensionSignature[] = {0x0004, 0xBEEF};
+
+// Reads beyond the end give 0.
+uint16_t U16At(Span bytes, size_t at) {
+  return at <= bytes.size() && bytes.size() - at >= 2 ? LoadU16(bytes.data() + at) : uint16_t{0};
+}
+uint32_t U32At(Span bytes, size_t at) {
+  return at <= bytes.size() && bytes.size() - at >= 4 ? LoadU32(bytes.data() + at) : 0;
+}
+uint8_t U8At(Span bytes, size_t at) { return at < bytes.size() ? bytes[at] : uint8_t{0}; }
+Span From(Span bytes, size_t at) { return bytes.subspan(std::min(at, bytes.size())); }
+
+// Zero-ended text, as far as there is any.
+std::string NarrowAt(Span bytes, size_t at) {
+  std::string text;
+  for (; U8At(bytes, at) != 0 && text.size() < kMaxName; ++at) {
+    text += static_cast<char>(bytes[at]);
+  }
+  MakeOneLine(text);
+  return text;
+}
+std::string WideAt(Span bytes, size_t at) {
+  std::u16string wide;
+  for (; U16At(bytes, at) != 0 && wide.size() < kMaxName; at += 2) wide += U16At(bytes, at);
+  std::string text = NarrowText(wide);
+  MakeOneLine(text);
+  return text;
+}
+
+std::string FolderAt(Span bytes, size_t at) {
+  if (at > bytes.size() || bytes.size() - at < 16) return {};
+  return FolderName(bytes.subspan(at).first<16>());
+}
+
+std::string DriveAt(Span bytes, size_t at) {
+  const uint8_t letter = U8At(bytes, at) & 0xDF;
+  const bool drive = letter >= 'A' && letter <= 'Z' && U8At(bytes, at + 1) == ':';
+  return drive ? NarrowAt(bytes, at) : std::string();
+}
+
+// --- names in property stores ------------------------------------------------------------------
+
+// "1SPS", a format GUID, then properties: size, number, a zero byte, type, value.
+constexpr std::array<uint8_t, 4> kStoreSignature = {'1', 'S', 'P', 'S'};
+constexpr std::array<uint8_t, 16> kNameFormat = {0x30, 0xF1, 0x25, 0xB7, 0xEF, 0x47, 0x1A, 0x10,
+                                                 0xA5, 0xF1, 0x02, 0x60, 0x8C, 0x9E, 0xEB, 0xAC};
+constexpr uint32_t kDisplayName = 10;
+constexpr uint16_t kWideString = 0x1F;
+constexpr size_t kPropertyText = 17;
+
+std::string DisplayNameIn(Span properties) {
+  while (true) {
+    const uint32_t size = U32At(properties, 0);
+    if (size < kPropertyText || size > properties.size()) return {};
+    const bool wanted = U32At(properties, 4) == kDisplayName && U16At(properties, 9) == kWideString;
+    if (wanted) return WideAt(properties.first(size), kPropertyText);
+    properties = properties.subspan(size);
+  }
+}
+
+// The display name that any of an item's property stores gives.
+std::string PropertyName(Span item) {
+  for (auto at = item.begin();; ++at) {
+    at = std::search(at, item.end(), kStoreSignature.begin(), kStoreSignature.end());
+    if (at == item.end()) return {};
+    const Span store = From(item, static_cast<size_t>(at - item.begin()) + 4);
+    if (store.size() < 16) return {};
+    const bool names = std::equal(kNameFormat.begin(), kNameFormat.end(), store.begin());
+    const std::string name = names ? DisplayNameIn(store.subspan(16)) : std::string();
+    if (!name.empty()) return name;
+  }
+}
+
+// --- files -------------------------------------------------------------------------------------
+
+// The extension block of a file item, empty when there is none; it begins with its size, its
+// version and its signature.
+Span FileExtension(Span item, size_t from) {
+  for (size_t at = from + 4; at + 4 <= item.size(); at += 2) {
+    const bool found = U16At(item, at) == kFileExtensionSignature[0] &&
+                       U16At(item, at + 2) == kFileExtensionSignature[1];
+    const size_t size = found ? U16At(item, at - 4) : 0;
+    if (size >= 20 && size <= item.size() - (at - 4)) return item.subspan(at - 4, size);
+  }
+  return {};
+}
+
+// Later versions have put a file reference, then other numbers, in front of the long name.
+size_t LongNameOffset(uint16_t version) {
+  if (version < 3) return SIZE_MAX;
+  if (version < 7) return 20;
+  if (version < 8) return 38;
+  return version < 9 ? 42 : 46;
+}
+
+void TakeExtension(Span block, ShellItem& shown) {
+  if (block.empty()) return;
+  shown.created = U32At(block, 8);
+  shown.accessed = U32At(block, 12);
+  const size_t at = LongNameOffset(U16At(block, 2));
+  std::string long_name = at < block.size() ? WideAt(block, at) : std::string();
+  if (long_name.empty()) return;
+  shown.dos_name = std::move(shown.name);
+  shown.name = std::move(long_name);
+}
+
+// `item` begins two bytes before the kind.
+ShellItem ReadFile(Span item) {
+  constexpr size_t kName = 14;
+  const uint8_t kind = U8At(item, 2);
+  ShellItem shown;
+  shown.is_file = (kind & kFile) != 0;
+  shown.size = shown.is_file ? U32At(item, 4) : 0;
+  shown.modified = U32At(item, 8);
+  const bool wide = (kind & kUnicodeName) != 0;
+  shown.name = wide ? WideAt(item, kName) : NarrowAt(item, kName);
+  size_t behind = kName + (wide ? 2 * (shown.name.size() + 1) : shown.name.size() + 1);
+  // Items of the oldest systems have the short name behind the long one, and no extension.
+  const Span extension = FileExtension(item, (behind + 1) & ~size_t{1});
+  if (extension.empty() && !wide) shown.dos_name = NarrowAt(item, behind);
+  TakeExtension(extension, shown);
+  return shown;
+}
+
+// --- the other kinds ---------------------------------------------------------------------------
+
+std::string CategoryName(uint32_t number) {
+  constexpr const char* kNames[] = {"All Control Panel Items",
+                                    "Appearance and Personalization",
+                                    "Hardware and Sound",
+                                    "Network and Internet",
+                                    "Sound, Speech and Audio Devices",
+                                    "System and Security",
+                                    "Clock, Language, and Region",
+                                    "Ease of Access",
+                                    "Programs",
+                                    "User Accounts",
+                                    "Security Center",
+                                    "Mobile PC"};
+  return number < std::size(kNames) ? kNames[number] : std::string();
+}
+
+std::string AddressName(Span item) {
+  const bool wide = (U8At(item, 3) & 0x80) != 0;
+  const size_t at = size_t{6} + U16At(item, 4);
+  return wide ? WideAt(item, at) : NarrowAt(item, at);
+}
+
+std::string RootName(Span item) {
+  switch (U32At(item, 6)) {
+    case kDriveSignature:
+      return DriveAt(item, 13);
+    case kSearchSignature:
+      return "Search Results";
+    default:
+      return FolderAt(item, 4);
+  }
+}
+
+std::string NameByKind(Span item) {
+  const uint8_t kind = U8At(item, 2);
+  if (kind == kControlPanelCategory && U32At(item, 4) == kCategorySignature) {
+    return CategoryName(U32At(item, 8));
+  }
+  if (kind == kRoot) return RootName(item);
+  if (kind == kNameSpace && (U8At(item, 3) & kHasGuid) != 0) return FolderAt(item, 4);
+  if ((kind & 0x70) == 0x20) return DriveAt(item, 3);
+  if ((kind & 0x70) == 0x40) return NarrowAt(item, 5);
+  if (kind == kAddress) return AddressName(item);
+  if (kind == kControlPanelItem) return FolderAt(item, 14);
+  if (U32At(item, 6) == kKnownFolderSignature) return FolderAt(item, 14);
+  return {};
+}
+
+std::string UnknownName(uint8_t kind) {
+  char text[16];
+  std::snprintf(text, sizeof(text), "{type 0x%02x}", kind);
+  return text;
+}
+
+}  // namespace
+
+ShellItem ReadShellItem(Span item) {
+  const uint8_t kind = U8At(item, 2);
+  ShellItem shown;
+  if (kind == kUserFile && U32At(item, 6) == kUserFileSignature) {
+    // A file item inside, its size field at 10; the extension follows behind it.
+    shown = ReadFile(From(item, 10));
+  } else if ((kind & 0x70) == 0x30) {
+    shown = ReadFile(item);
+  } else {
+    shown.name = NameByKind(item);
+  }
+  if (shown.name.empty()) shown.name = PropertyName(item);
+  if (shown.name.empty()) shown.name = UnknownName(kind);
+  return shown;
+}
+
+std::string JoinItemPath(std::string_view parent, std::string_view name) {
+  const bool anew = name.starts_with("\\\\") || (name.size() >= 2 && name[1] == ':');
+  if (anew || parent.empty()) return std::string(name);
+  std::string path(parent);
+  if (path.size() >= kPathLimit) return path;
+  if (!path.ends_with('\\')) path += '\\';
+  return path += name;
+}
+
+ItemList ReadItemList(Span data, std::string_view parent) {
+  ItemList list;
+  list.path = parent;
+  while (data.size() >= 2 && list.count < kMaxItems) {
+    const uint16_t size = U16At(data, 0);
+    if (size == 0) break;
+    list.cut = size < 3 || size > data.size();
+    if (list.cut) break;
+    list.last = ReadShellItem(data.first(size));
+    list.path = JoinItemPath(list.path, list.last.name);
+    data = data.subspan(size);
+    ++list.count;
+  }
+  if (list.cut) list.path = JoinItemPath(list.path, "...");
+  return list;
+}
+
+}  // namespace hivequarry

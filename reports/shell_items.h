@@ -1,0 +1,46 @@
+// Item lists, the form in which the shell stores where a file or folder is: one item a step, from
+// the desktop down. Any bytes may be given.
+//
+// An item is its size in two bytes, a byte that tells its kind, and what that kind needs. A list
+// ends with a size of 0. Files and folders carry a short name, the time of their last change, and,
+// since their names may be long, an extension with the long name and two times more.
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <string>
+#include <string_view>
+
+namespace hivequarry {
+
+// Times are packed DOS dates and times, UTC, as FormatDosTimestamp takes them; 0 for none.
+struct ShellItem {
+  std::string name;  // code-page text; "{type 0x..}" for an item of no known kind
+  std::string dos_name;
+  uint32_t modified = 0;
+  uint32_t created = 0;
+  uint32_t accessed = 0;
+  uint32_t size = 0;     // of a file
+  bool is_file = false;  // not a folder; `size` holds then
+};
+// `item` is the whole item with its size field.
+ShellItem ReadShellItem(std::span<const uint8_t> item);
+
+struct ItemList {
+  std::string path;
+  ShellItem last;
+  uint32_t count = 0;
+  bool cut = false;  // a size field leads beyond the bytes; the path ends in "..."
+};
+// `parent` is the path that the list goes on from, empty for one that begins at the desktop.
+ItemList ReadItemList(std::span<const uint8_t> data, std::string_view parent = {});
+
+// The path of an item below another; a drive or a server begins anew.
+std::string JoinItemPath(std::string_view parent, std::string_view name);
+
+// "{20D04FE0-3AEA-1069-A2D8-08002B30309D}" from the 16 bytes as they are stored.
+std::string GuidText(std::span<const uint8_t, 16> guid);
+// What users call a folder of the system, or its GUID in braces.
+std::string FolderName(std::span<const uint8_t, 16> guid);
+
+}  // namespace hivequarry

@@ -1,0 +1,242 @@
+#include <algorithm>
+#include <array>
+#include <unordered_map>
+#include <vector>
+
+#include "hive/key_node.h"
+#include "hive/timestamp.h"
+#include "host/host.h"
+#include "host/long_operation.h"
+#include "security/security_lists.h"
+#include "security/security_rows.h"
+#include "security/sid.h"
+
+namespace hivequarry {
+namespace {
+
+constexpr uint32_t kStatusEvery = 256;  // keys
+constexpr int kFirstDatedYear = 1901;
+constexpr int kLastDatedYear = 2099;
+
+// A record as one walk knows it.
+struct KnownRecord {
+  uint32_t position = 0;
+  bool decoded = false;
+  bool matches = false;  // a query that is asked once
+  uint32_t aces = 0;
+  uint32_t keys = 0;  // that use it, as far as the walk has come
+  std::string owner;
+  const AccountName* account = nullptr;
+};
+
+// The records that the keys of a walk name, each decoded when the first key names it. A million
+// keys share a few dozen.
+class KnownRecords {
+ public:
+  // `apart`: domain and name of the accounts come apart.
+  KnownRecords(const HiveImage& hive, const SecurityListOptions& options, bool apart = false)
+      : hive_(hive), options_(options), names_(options.resolve, apart) {}
+
+  // What the next call gives may move it. `judge(info)` decides about a record once.
+  template <typename Judge>
+  KnownRecord& At(uint32_t position, const Judge& judge) {
+    const auto [entry, added] =
+        index_.try_emplace(position, static_cast<uint32_t>(records_.size()));
+    if (added) records_.push_back(Read(position, judge));
+    return records_[entry->second];
+  }
+  KnownRecord& At(uint32_t position) {
+    return At(position, [](const SecurityRecordInfo&) { return false; });
+  }
+  // In the order in which the walk met them.
+  const std::vector<KnownRecord>& All() const { return records_; }
+
+ private:
+  template <typename Judge>
+  KnownRecord Read(uint32_t position, const Judge& judge) {
+    SecurityRecordInfo info;
+    KnownRecord record;
+    record.position = position;
+    record.decoded = ReadSecurityRecord(hive_, position, info, &options_.replace);
+    record.matches = record.decoded && judge(info);
+    record.aces = info.dacl.count + info.sacl.count;
+    record.account = &names_.AccountOf(info.owner_text);
+    record.owner = std::move(info.owner_text);
+    return record;
+  }
+
+  const HiveImage& hive_;
+  const SecurityListOptions& options_;
+  AccountNames names_;
+  std::unordered_map<uint32_t, uint32_t> index_;  // into records_, by position
+  std::vector<KnownRecord> records_;
+};
+
+std::string KeyDate(uint64_t last_write) {
+  const CalendarTime calendar = CalendarOfFileTime(last_write);
+  const bool dated = calendar.year >= kFirstDatedYear && calendar.year <= kLastDatedYear;
+  return dated ? FormatCalendar(calendar) : std::string();
+}
+
+// Plain single-byte text loses nothing.
+bool IsPlain(std::string_view text) {
+  return std::all_of(text.begin(), text.end(), [](char c) { return c > 0 && c != '?'; });
+}
+
+// What rows about a key are made of.
+struct KeyTexts {
+  std::string_view path;
+  std::string date;
+  std::string offset;
+};
+
+// A walk over keys that name a record, in display order.
+class KeyWalk {
+ public:
+  KeyWalk(const HiveImage& hive, const KeyTree& tree, OutputList& list)
+      : hive_(hive), tree_(tree), list_(list), paths_(hive, tree) {}
+
+  // `visit(item, record)`; `found()` counts what was found so far.
+  template <typename Visit, typename Found>
+  void Run(uint32_t from, const Visit& visit, const Found& found) {
+    uint32_t keys = 0;
+    for (uint32_t item = from; item < tree_.items[from].end && !StopRequested(); ++item) {
+      if (!HasKeyCell(tree_, item)) continue;
+      if (++keys % kStatusEvery == 0) ShowProgress(item, keys, found());
+      const uint32_t record = SecurityOfKey(hive_, tree_.items[item].position);
+      if (record != kNoOffset) visit(item, record);
+    }
+  }
+  template <typename Visit>
+  void Run(uint32_t from, const Visit& visit) {
+    Run(from, visit, [this] { return RowCount(list_); });
+  }
+
+  // `order(texts)` puts the texts of the row's columns in order.
+  template <typename Order>
+  void AddKey(uint32_t item, const Order& order) {
+    const uint32_t position = tree_.items[item].position;
+    RowFacts facts;
+    facts.about_key = true;
+    facts.last_write = ReadU64(hive_, position + kKeyLastWrite);
+    const KeyTexts texts = {paths_.PathOf(item), KeyDate(facts.last_write), PositionText(position)};
+    bool lossy = false;
+    std::string lossless;
+    if (!IsPlain(texts.path)) lossless = ItemPathUtf8(hive_, tree_, item, &lossy);
+    if (lossy) facts.path = lossless;
+    AddTexts(list_, order(texts), position, facts);
+  }
+
+ private:
+  void ShowProgress(uint32_t item, uint32_t keys, size_t found) {
+    const std::string counts = std::to_string(keys) + "/" + std::to_string(found);
+    ShowStatus((paths_.PathOf(item) + "  " + counts).c_str());
+  }
+
+  const HiveImage& hive_;
+  const KeyTree& tree_;
+  OutputList& list_;
+  PathWalker paths_;
+};
+
+// The columns of each kind that hold what a SecurityRow takes from texts.
+constexpr int kNoColumn = kMaxColumns;
+struct RowColumns {
+  int kind;
+  bool about_record;  // else about a key
+  int owner;
+  int ace;
+};
+constexpr RowColumns kRowColumns[] = {
+    {kListSecurityScan, true, 2, kNoColumn}, {kListAces, true, kNoColumn, 4},
+    {kListUsedRecords, true, 3, kNoColumn},  {kListSecurityKeys, false, 1, kNoColumn},
+    {kListKeyOwners, false, 1, kNoColumn},   {kListRecordKeys, false, kNoColumn, kNoColumn},
+};
+
+}  // namespace
+
+uint32_t SecurityOfKey(const HiveImage& hive, uint32_t key_position) {
+  if (!InsideHive(hive, key_position, kKeySecurity + 4)) return kNoOffset;
+  return ReadOffset(hive, key_position + kKeySecurity);
+}
+
+void FindKeysBySecurity(const HiveImage& hive, const KeyTree& tree, uint32_t item,
+                        const SecurityQuery& query, const SecurityListOptions& options,
+                        OutputList& list) {
+  KnownRecords records(hive, options);
+  KeyWalk walk(hive, tree, list);
+  uint32_t budget = AceBudget(hive.length);
+  const bool by_record = query.mode == SecurityMode::kRecord;
+  walk.Run(item, [&](uint32_t key, uint32_t position) {
+    if (by_record && position != query.record) return;
+    const KnownRecord& record = records.At(position, [&](const SecurityRecordInfo& info) {
+      return MatchesQuery(hive, info, query, &options.replace, &budget);
+    });
+    // The keys of a record that can't be decoded are asked for by its place alone.
+    if (!record.matches && !by_record) return;
+    const std::string place = PositionText(position);
+    walk.AddKey(key, [&](const KeyTexts& texts) {
+      return std::array<std::string_view, 6>{texts.path, record.owner, record.account->name,
+                                             texts.date, texts.offset, place};
+    });
+  });
+}
+
+void ListUsedRecords(const HiveImage& hive, const KeyTree& tree, uint32_t item,
+                     const SecurityListOptions& options, OutputList& list) {
+  KnownRecords records(hive, options);
+  KeyWalk walk(hive, tree, list);
+  // Rows are made when the numbers of keys are known: a row that is there may be being read.
+  walk.Run(
+      item, [&](uint32_t, uint32_t position) { ++records.At(position).keys; },
+      [&] { return records.All().size(); });
+  for (const KnownRecord& record : records.All()) {
+    if (!record.decoded) continue;
+    const std::string place = PositionText(record.position);
+    const std::string keys = std::to_string(record.keys);
+    const std::string aces = std::to_string(record.aces);
+    const std::array<std::string_view, 5> texts = {place, keys, aces, record.owner,
+                                                   record.account->name};
+    AddTexts(list, texts, record.position);
+  }
+}
+
+void ListKeyOwners(const HiveImage& hive, const KeyTree& tree, uint32_t item,
+                   const SecurityListOptions& options, OutputList& list) {
+  KnownRecords records(hive, options, true);
+  KeyWalk walk(hive, tree, list);
+  walk.Run(item, [&](uint32_t key, uint32_t position) {
+    const KnownRecord& record = records.At(position);
+    if (!record.decoded) return;
+    walk.AddKey(key, [&](const KeyTexts& texts) {
+      return std::array<std::string_view, 5>{texts.path, record.owner, record.account->name,
+                                             record.account->domain, texts.date};
+    });
+  });
+}
+
+void ListRecordKeys(const HiveImage& hive, const KeyTree& tree, uint32_t item,
+                    const SecurityListOptions&, OutputList& list) {
+  KeyWalk walk(hive, tree, list);
+  walk.Run(item, [&](uint32_t key, uint32_t position) {
+    const std::string place = PositionText(position);
+    walk.AddKey(key, [&](const KeyTexts& texts) {
+      return std::array<std::string_view, 4>{texts.path, texts.date, texts.offset, place};
+    });
+  });
+}
+
+SecurityRow ReadSecurityRow(const HiveImage& hive, const OutputList& list, uint32_t row) {
+  SecurityRow result;
+  for (const RowColumns& columns : kRowColumns) {
+    if (columns.kind != ListKindOf(list)) continue;
+    result.owner = CellText(list, row, columns.owner);
+    result.ace = CellText(list, row, columns.ace);
+    if (!RowHasDatum(list, row)) break;
+    const uint32_t datum = RowDatum(list, row);
+    result.record = columns.about_record ? datum : SecurityOfKey(hive, datum);
+  }
+  return result;
+}
+
+}  // namespace hivequarry

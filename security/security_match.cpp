@@ -1,0 +1,106 @@
+#include "hive/offset_map.h"
+#include "security/security_lists.h"
+#include "security/security_rows.h"
+
+namespace hivequarry {
+namespace {
+
+// What the generic rights stand for on a registry key.
+struct GenericRight {
+  uint32_t generic;
+  uint32_t specific;
+};
+constexpr GenericRight kGenericRights[] = {{0x80000000, kReadRights},
+                                           {0x40000000, kWriteRights},
+                                           {0x20000000, kReadRights},
+                                           {0x10000000, kFullControl}};
+
+uint32_t MapGenericRights(uint32_t mask) {
+  uint32_t mapped = mask;
+  for (const GenericRight& right : kGenericRights) {
+    if ((mask & right.generic) != 0) mapped = (mapped & ~right.generic) | right.specific;
+  }
+  return mapped;
+}
+
+// True when `is_match` is for one of the list's entries. Damaged ones match nothing.
+template <typename IsMatch>
+bool AnyAce(const HiveImage& hive, const AclPlace& acl, const SidReplacement* replace,
+            uint32_t* budget, const IsMatch& is_match) {
+  bool found = false;
+  ForEachAce(hive, acl, replace, [&](const AceInfo& ace, uint32_t) {
+    if (budget != nullptr && *budget == 0) return false;
+    if (budget != nullptr) --*budget;
+    found = ace.valid && is_match(ace);
+    return !found;
+  });
+  return found;
+}
+
+// Decides about one entry after another; true when the record matches by now.
+class PermissionTest {
+ public:
+  explicit PermissionTest(const PermissionQuery& query) : query_(query), wanted_(query.rights) {}
+
+  bool operator()(const AceInfo& ace) {
+    if (!query_.sid.empty() && ace.sid_text != query_.sid) return false;
+    const bool other = ace.type >= kAceAlarm;
+    if (!other && ace.type != static_cast<uint8_t>(query_.kind)) return false;
+    if (ace.type >= kAceAudit) return true;
+    if (query_.not_inherited && (ace.flags & kAceInherited) != 0) return false;
+    // Rights spread over entries add up.
+    wanted_ &= ~MapGenericRights(ace.mask);
+    return wanted_ == 0;
+  }
+
+ private:
+  const PermissionQuery& query_;
+  uint32_t wanted_;
+};
+
+}  // namespace
+
+bool MatchesPermissions(const HiveImage& hive, const SecurityRecordInfo& info,
+                        const PermissionQuery& query, const SidReplacement* replace,
+                        uint32_t* budget) {
+  // No list is looked at for audits, so they match nothing.
+  if (info.dacl.position == 0 || info.dacl.size == 0 || query.kind == AceKind::kAudit) return false;
+  PermissionTest test(query);
+  const auto is_match = [&test](const AceInfo& ace) { return test(ace); };
+  if (AnyAce(hive, info.dacl, replace, budget, is_match)) return true;
+  return query.kind == AceKind::kOther && AnyAce(hive, info.sacl, replace, budget, is_match);
+}
+
+bool MatchesQuery(const HiveImage& hive, const SecurityRecordInfo& info, const SecurityQuery& query,
+                  const SidReplacement* replace, uint32_t* budget) {
+  const auto is_trustee = [&query](const AceInfo& ace) { return ace.sid_text == query.sid; };
+  switch (query.mode) {
+    case SecurityMode::kRecord:
+      return info.position == query.record;
+    case SecurityMode::kOwner:
+      return info.owner_text == query.sid;
+    case SecurityMode::kAce:
+      return (IsUsable(info.dacl) || IsUsable(info.sacl)) &&
+             (AnyAce(hive, info.dacl, replace, budget, is_trustee) ||
+              AnyAce(hive, info.sacl, replace, budget, is_trustee));
+    case SecurityMode::kPermissions:
+      return MatchesPermissions(hive, info, query.permissions, replace, budget);
+  }
+  return false;
+}
+
+std::string TitleOfQuery(const HiveImage& hive, const SecurityQuery& query) {
+  switch (query.mode) {
+    case SecurityMode::kRecord:
+      return "Keys with security record " + PositionText(OffsetOfPosition(hive, query.record));
+    case SecurityMode::kOwner:
+      return "Keys with Owner Sid " + query.sid;
+    case SecurityMode::kAce:
+      return "Keys with ACEs for " + query.sid;
+    case SecurityMode::kPermissions:
+      break;
+  }
+  return "Keys with Permissions";
+}
+
+}  // namespace hivequarry

@@ -1,0 +1,147 @@
+#include <algorithm>
+#include <array>
+
+#include "hive/cells.h"
+#include "host/long_operation.h"
+#include "security/security_lists.h"
+#include "security/security_rows.h"
+#include "security/sid.h"
+
+namespace hivequarry {
+namespace {
+
+constexpr uint32_t kLeastRest = 80;  // a record with its SIDs takes more
+constexpr uint32_t kScanStep = 4;
+constexpr uint32_t kStretch = 64 * 1024;  // between two looks at the user's stop
+constexpr uint32_t kLongestRecord = 0xFFFF;
+
+struct ScanStep {
+  bool is_record = false;
+  uint32_t next = 0;
+};
+
+ScanStep StepAt(const HiveImage& hive, uint32_t position) {
+  const uint32_t size = ReadU32(hive, position);
+  if (size == kBinSignature) return {false, position + kBinHeaderSize};
+  const ScanStep other = {false, position + kScanStep};
+  if (ReadU16(hive, position + 4) != kSignatureSk || !IsAllocated(size)) return other;
+  const uint32_t length = CellLength(size);
+  if (length > kLongestRecord) return other;
+  if (!InsideHive(hive, position, length)) return {true, other.next};
+  // A damaged length must not put the scan beside all cells behind.
+  return {true, position + (length + kScanStep - 1) / kScanStep * kScanStep};
+}
+
+// The first position from this one on, at most kStretch further, where a step finds more than bytes
+// to pass over. Nearly all steps are over such bytes, so they are taken on the image's own memory.
+uint32_t PassPlainBytes(const HiveImage& hive, uint32_t position) {
+  if (!hive.loaded) return position;
+  const uint8_t* bytes = hive.buffer.get();
+  const uint32_t last = std::min(hive.length - kLeastRest, position + kStretch);
+  while (position < last && LoadU32(bytes + position) != kBinSignature &&
+         LoadU16(bytes + position + 4) != kSignatureSk) {
+    position += kScanStep;
+  }
+  return position;
+}
+
+// Calls `visit` with each record of the data area that can be decoded and has an owner.
+template <typename Visit>
+void ForEachRecord(const HiveImage& hive, const SidReplacement& replace, const Visit& visit) {
+  SecurityRecordInfo info;
+  for (uint32_t position = hive.data_start; InsideHive(hive, position, kLeastRest);) {
+    if (StopRequested()) return;
+    position = PassPlainBytes(hive, position);
+    if (!InsideHive(hive, position, kLeastRest)) return;
+    const ScanStep step = StepAt(hive, position);
+    if (step.is_record && ReadSecurityRecord(hive, position, info, &replace) &&
+        !info.owner_text.empty()) {
+      visit(info);
+    }
+    position = step.next;
+  }
+}
+
+std::string Counted(const char* format, uint32_t count) {
+  char text[16];
+  std::snprintf(text, sizeof text, format, count);
+  return text;
+}
+
+// Adds the rows of a walk over all entries.
+class AceRows {
+ public:
+  AceRows(const HiveImage& hive, const SecurityListOptions& options, OutputList& list)
+      : hive_(hive),
+        options_(options),
+        list_(list),
+        names_(options.resolve),
+        budget_(AceBudget(hive.length)) {}
+
+  void AddRecord(const SecurityRecordInfo& info) {
+    if (!IsUsable(info.dacl) && !IsUsable(info.sacl)) return;
+    AddAcl(info, info.dacl, 0);
+    AddAcl(info, info.sacl, info.dacl.count);
+  }
+
+ private:
+  // Numbers go on behind `number`.
+  void AddAcl(const SecurityRecordInfo& info, const AclPlace& acl, uint32_t number) {
+    ForEachAce(hive_, acl, &options_.replace, [&](const AceInfo& ace, uint32_t index) {
+      if (budget_ == 0) return false;
+      --budget_;
+      AddAce(info.position, ace, number + index + 1);
+      return true;
+    });
+  }
+
+  void AddAce(uint32_t record, const AceInfo& ace, uint32_t number) {
+    const std::string label = PositionText(record) + Counted("  %02u", number);
+    const std::string type = AceTypeText(ace.type);
+    const std::string flags = FormatInheritFlags(ace.flags);
+    const std::string rights = FormatAccessMask(ace.mask);
+    const std::string details = Counted("%05u", RowCount(list_) + 1);
+    const std::array<std::string_view, 7> texts = {
+        label, type, flags, rights, ace.sid_text, names_.Of(ace.sid_text), details};
+    AddTexts(list_, texts, record);  // without a column for them the details are dropped
+  }
+
+  const HiveImage& hive_;
+  const SecurityListOptions& options_;
+  OutputList& list_;
+  AccountNames names_;
+  uint32_t budget_;
+};
+
+}  // namespace
+
+void ScanSecurityCells(const HiveImage& hive, const SecurityListOptions& options,
+                       OutputList& list) {
+  AccountNames names(options.resolve);
+  ForEachRecord(hive, options.replace, [&](const SecurityRecordInfo& info) {
+    const std::string place = PositionText(info.position);
+    const std::string count = Counted("%02u", info.dacl.count + info.sacl.count);
+    const std::array<std::string_view, 6> texts = {place,           count,
+                                                   info.owner_text, names.Of(info.owner_text),
+                                                   info.group_text, names.Of(info.group_text)};
+    AddTexts(list, texts, info.position);
+  });
+}
+
+void ListAces(const HiveImage& hive, const SecurityListOptions& options, OutputList& list) {
+  AceRows rows(hive, options, list);
+  ForEachRecord(hive, options.replace,
+                [&](const SecurityRecordInfo& info) { rows.AddRecord(info); });
+}
+
+OutputListPtr MakeAceList(bool details) {
+  OutputListPtr list = MakeOutputList(kListAces);
+  if (!details) return list;
+  const auto columns = FindListKind(kListAces).columns;
+  std::vector<std::string> titles(columns.begin(), columns.end());
+  titles.emplace_back("Details");
+  SetColumns(*list, std::move(titles));
+  return list;
+}
+
+}  // namespace hivequarry

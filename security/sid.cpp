@@ -1,0 +1,114 @@
+#include "security/sid.h"
+
+#include <algorithm>
+#include <cctype>
+#include <cstdio>
+
+#include "hive/image.h"
+
+namespace hivequarry {
+namespace {
+
+constexpr uint8_t kSidRevision = 1;
+constexpr uint8_t kMostSubAuthorities = 15;
+constexpr uint32_t kRoomPerSubAuthority = 12;
+constexpr uint32_t kRoomBesides = 28;
+
+uint32_t LoadU32BigEndian(const uint8_t* bytes) {
+  return uint32_t{bytes[0]} << 24 | uint32_t{bytes[1]} << 16 | uint32_t{bytes[2]} << 8 | bytes[3];
+}
+
+// Nearly all authorities fit in 32 bits and are written as such.
+std::string AuthorityText(const uint8_t* bytes) {
+  if (bytes[0] == 0 && bytes[1] == 0) return std::to_string(LoadU32BigEndian(bytes + 2));
+  char text[16];
+  std::snprintf(text, sizeof text, "0x%02x%02x%02x%02x%02x%02x", bytes[0], bytes[1], bytes[2],
+                bytes[3], bytes[4], bytes[5]);
+  return text;
+}
+
+// The number at the start of `text`, which moves behind it; false where there is none.
+bool TakeNumber(std::string_view& text, int base, uint64_t& number) {
+  const size_t most = std::min<size_t>(text.size(), 12);  // digits of the longest number, and more
+  size_t length = 0;
+  number = 0;
+  for (; length < most && std::isxdigit(static_cast<unsigned char>(text[length])) != 0; ++length) {
+    const char c = text[length];
+    const int digit = c <= '9' ? c - '0' : (c | 0x20) - 'a' + 10;
+    if (digit >= base) break;
+    number = number * static_cast<uint64_t>(base) + static_cast<uint64_t>(digit);
+  }
+  text.remove_prefix(length);
+  return length > 0;
+}
+
+bool TakeAuthority(std::string_view& text, std::vector<uint8_t>& sid) {
+  const bool wide = text.starts_with("0x");
+  if (wide) text.remove_prefix(2);
+  uint64_t authority = 0;
+  if (!TakeNumber(text, wide ? 16 : 10, authority)) return false;
+  for (int shift = 40; shift >= 0; shift -= 8) {
+    sid.push_back(static_cast<uint8_t>(authority >> shift & 0xFF));
+  }
+  return true;
+}
+
+bool TakeSubAuthority(std::string_view& text, std::vector<uint8_t>& sid) {
+  uint64_t number = 0;
+  if (!text.starts_with('-')) return false;
+  text.remove_prefix(1);
+  if (!TakeNumber(text, 10, number)) return false;
+  for (int shift = 0; shift < 32; shift += 8) {
+    sid.push_back(static_cast<uint8_t>(number >> shift & 0xFF));
+  }
+  return true;
+}
+
+}  // namespace
+
+size_t SidLength(std::span<const uint8_t> bytes) {
+  // The upper half of the revision byte is not looked at, as the system does not.
+  if (bytes.size() < kSidHeader || (bytes[0] & 0x0F) != kSidRevision) return 0;
+  const size_t length = kSidHeader + 4 * size_t{bytes[1]};
+  return bytes[1] > kMostSubAuthorities || length > bytes.size() ? 0 : length;
+}
+
+bool SidToText(std::span<const uint8_t> bytes, uint32_t& capacity, std::string& text) {
+  text.clear();
+  const size_t length = SidLength(bytes);
+  if (length == 0) return false;
+  const uint32_t room = kRoomPerSubAuthority * bytes[1] + kRoomBesides;
+  if (capacity < room) {
+    capacity = room;
+    return false;
+  }
+  text = "S-1-" + AuthorityText(bytes.data() + 2);
+  for (size_t at = kSidHeader; at < length; at += 4) {
+    text += '-';
+    text += std::to_string(LoadU32(bytes.data() + at));
+  }
+  return true;
+}
+
+std::string SidText(std::span<const uint8_t> bytes) {
+  uint32_t capacity = kSidTextRoom;
+  std::string text;
+  SidToText(bytes, capacity, text);
+  return text;
+}
+
+std::vector<uint8_t> SidOfText(std::string_view text) {
+  constexpr std::string_view kStart = "S-1-";
+  if (!text.starts_with(kStart)) return {};
+  std::string_view rest = text.substr(kStart.size());
+  std::vector<uint8_t> sid = {kSidRevision, 0};
+  bool whole = TakeAuthority(rest, sid);
+  while (whole && !rest.empty() && sid[1] < kMostSubAuthorities) {
+    whole = TakeSubAuthority(rest, sid);
+    ++sid[1];
+  }
+  // Leading zeros, numbers that are too large and the like are no text of a SID.
+  return whole && rest.empty() && SidText(sid) == text ? sid : std::vector<uint8_t>();
+}
+
+}  // namespace hivequarry

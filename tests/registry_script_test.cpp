@@ -1,0 +1,172 @@
+#include "reports/registry_script.h"
+
+#include <gtest/gtest.h>
+
+#include "hive/key_node.h"
+#include "hive/root_path.h"
+#include "hive/value_edits.h"
+#include "tests/support/opened_hive.h"
+
+namespace hivequarry {
+namespace {
+
+using namespace testing;
+using namespace std::string_literals;
+
+std::string Hex(size_t bytes) {  // of as many zeros
+  std::string text;
+  for (size_t i = 0; i < bytes; ++i) text += "00,";
+  return text;
+}
+
+TEST(ScriptValueTest, Lines) {
+  const std::string line_of_25 = Hex(25) + "\\\r\n  ";
+  const std::string long_name(70, 'n');
+  const struct {
+    std::string name;
+    uint32_t type;
+    Bytes data;
+    std::string line;
+  } kCases[] = {
+      {"", kRegSz, Utf16Z("a"), "@=\"a\""},
+      {"q\"\\\r\n]"s, kRegSz, {}, R"("q\"\\\r\n]"="")"},
+      {"z\0z"s, kRegBinary, {}, "\"z?z\"=hex:"},
+      {"n", kRegNone, {}, "\"n\"=hex(0):"},
+      {"n", kRegDword, {}, "\"n\"=hex(4):"},
+      {"n", 0xABCDEF01, {}, "\"n\"=hex(abcdef01):"},
+      {"n", kRegDword, {0x0A, 0, 0, 0xFE}, "\"n\"=dword:fe00000a"},
+      {"n", kRegDword, {1, 2, 0xFF}, "\"n\"=hex(4):01,02,ff"},
+      {"n", kRegQword, {1, 0xA0}, "\"n\"=hex(b):01,a0"},
+      {"n", kRegSz, Utf16("\"\\\r\n\u00E4\u20AC\u0416"), "\"n\"=\"\\\"\\\\\\r\\n\xE4\x80?\""},
+      {"n", kRegSz, {'a', 0, 'b'}, "\"n\"=\"ab\""},
+      // Zeros inside: "a0bc", "a0b" (nothing two places on), "a00bc".
+      {"n", kRegSz, {'a', 0, 0, 0, 'b', 0, 'c', 0}, "\"n\"=\"a bc\""},
+      {"n", kRegSz, {'a', 0, 0, 0, 'b', 0}, "\"n\"=\"a\""},
+      {"n", kRegSz, {'a', 0, 0, 0, 0, 0, 'b', 0, 'c', 0}, "\"n\"=\"a  bc\""},
+      {"n", kRegExpandSz, Utf16Z("\u20ACx"), "\"n\"=hex(2):80,78,00"},
+      {"n", kRegMultiSz, {'a', 0, 0, 0, 'b', 0, 0, 0, 0, 0}, "\"n\"=hex(7):61,00,62,00,00"},
+      // Behind `"n"=hex:`, 8 characters, 23 bytes reach column 77.
+      {"n", kRegBinary, Bytes(23), "\"n\"=hex:" + Hex(22) + "00"},
+      {"n", kRegBinary, Bytes(100),
+       "\"n\"=hex:" + Hex(23) + "\\\r\n  " + line_of_25 + line_of_25 + line_of_25 + "00,00"},
+      // Columns 76 and 77 of the line: a byte each, then continuations.
+      {long_name.substr(1), kRegBinary, Bytes(2),
+       "\"" + long_name.substr(1) + "\"=hex:00,\\\r\n  00"},
+      {long_name, kRegBinary, Bytes(27),
+       "\"" + long_name + "\"=hex:00,\\\r\n  " + line_of_25 + "00"},
+      {std::string(520, 'n'), kRegSz, {}, "\"" + std::string(520, 'n') + "\"=\"\""}};
+  for (const auto& at : kCases) {
+    std::string line = "before";
+    EXPECT_TRUE(FormatScriptValue(at.name, at.type, at.data, line));
+    EXPECT_EQ(line, "before" + at.line + "\r\n");
+  }
+  std::string none;
+  EXPECT_FALSE(FormatScriptValue(std::string(521, 'n'), kRegSz, {}, none));
+  EXPECT_EQ(none, "");
+}
+
+struct Exported {
+  ScriptExport result;
+  std::string text;
+};
+Exported Export(OpenedHive& opened, std::vector<uint32_t> items,
+                ScriptScope scope = ScriptScope::kBranch) {
+  Exported out;
+  out.result = ExportKeys(opened.hive, opened.tree, items, scope, [&](std::string_view piece) {
+    out.text += piece;
+    return true;
+  });
+  return out;
+}
+
+TEST(RegistryScriptTest, BranchAsDisplayed) {
+  HiveBuilder builder("SOFTWARE");
+  builder.Root().Sz("", "root");
+  builder.Key("A").Dword("n", 7).Dword("lost", 1).Sz("edited", "old").Key("Sub").NewKey("x]\r\n[y");
+  builder.Key("Gone").Dword("g", 1);
+  builder.Key("Hidden").Key("Below");
+  BuiltHive built = builder.Build();
+  built.Unlink("Gone");
+  built.SetU16(built.ValuePosition("A", "lost"), 4, 0);
+  OpenedHive opened(built);
+  SetValueEdit(opened.hive, built.ValuePosition("A", "edited"), kRegBinary, {0xAB});
+  HideBranch(opened.tree, opened.Item("Hidden"));
+  opened.hive.root_label += "(1)";  // tells it from another hive; no part of the registry path
+  const Exported whole = Export(opened, {0});
+  EXPECT_EQ(whole.text,
+            "REGEDIT4\r\n\r\n"
+            "[HKEY_LOCAL_MACHINE\\SOFTWARE]\r\n@=\"root\"\r\n\r\n"
+            "[HKEY_LOCAL_MACHINE\\SOFTWARE\\A]\r\n\"n\"=dword:00000007\r\n\"edited\"=hex:ab\r\n\r\n"
+            "[HKEY_LOCAL_MACHINE\\SOFTWARE\\A\\Sub]\r\n\r\n"
+            "[HKEY_LOCAL_MACHINE\\SOFTWARE\\A\\Sub\\x]??[y]\r\n\r\n"
+            "[Disconnected Keys\\Gone]\r\n\"g\"=dword:00000001\r\n\r\n");
+  EXPECT_EQ(whole.result.keys, 5U);
+  EXPECT_EQ(whole.result.values, 4U);
+  const uint32_t lost = built.ValuePosition("A", "lost");
+  EXPECT_EQ(whole.result.skipped, (std::vector<SkippedValue>{{opened.Item("A"), lost}}));
+  EXPECT_EQ(whole.result.cut_at, kNoItem);
+  const OutputListPtr gaps = ListScriptGaps(opened.hive, opened.tree, whole.result);
+  EXPECT_EQ(CellText(*gaps, 0, 0), "HKLM\\SOFTWARE\\A");
+  EXPECT_EQ(RowDatum(*gaps, 0), lost);
+  const uint32_t sub = opened.Item("A\\Sub");
+  const uint32_t positions[] = {built.PositionOf("A\\Sub"), built.ValuePosition("", ""),
+                                built.PositionOf("Hidden"), 4};
+  EXPECT_EQ(KeysOfPositions(opened.hive, opened.tree, positions), (std::vector<uint32_t>{0, sub}));
+  EXPECT_EQ(Export(opened, {sub, 0}, ScriptScope::kKey).text,
+            "REGEDIT4\r\n\r\n[HKEY_LOCAL_MACHINE\\SOFTWARE\\A\\Sub]\r\n\r\n"
+            "[HKEY_LOCAL_MACHINE\\SOFTWARE]\r\n@=\"root\"\r\n\r\n");
+}
+
+// A hundred keys that share one value list with much data.
+BuiltHive SharedValues() {
+  HiveBuilder builder;
+  builder.Key("0").Binary("big", 4000);
+  for (int i = 1; i <= 100; ++i) builder.Key(std::to_string(i));
+  BuiltHive built = builder.Build();
+  for (int i = 1; i <= 100; ++i) {
+    const uint32_t key = built.PositionOf(std::to_string(i));
+    built.SetU32(key, kKeyValueCount, 1).Link(key, kKeyValueList, built.ValueListPosition("0"));
+  }
+  return built;
+}
+
+TEST(RegistryScriptTest, LimitsCutShort) {
+  HiveBuilder deep;
+  HiveBuilder wide;  // its sixth level has a path of 1205 characters
+  HiveBuilder big;
+  KeyRef key = deep.Root();
+  for (int level = 1; level <= 400; ++level) key = key.NewKey("k");
+  key = wide.Root();
+  for (int level = 1; level <= 8; ++level) key = key.Key(std::string(200, 'p')).Dword("v", 1);
+  big.Key("A").Binary("long", kMaxValueData + 1);
+  big.Key("B");
+  const struct {
+    BuiltHive built;
+    uint32_t least_keys;
+    uint32_t most_keys;
+  } kCases[] = {
+      {deep.Build(), 384, 384}, {wide.Build(), 6, 6}, {big.Build(), 2, 2}, {SharedValues(), 3, 20}};
+  for (const auto& at : kCases) {
+    OpenedHive opened(at.built);
+    const Exported out = Export(opened, {0});
+    EXPECT_GE(out.result.keys, at.least_keys);
+    EXPECT_LE(out.result.keys, at.most_keys);
+    EXPECT_NE(out.result.cut_at, kNoItem);
+  }
+  // A length that the hive has no room for is damage of that value alone.
+  BuiltHive built = big.Build();
+  built.SetU32(built.ValuePosition("A", "long"), 8, 0x7FFFFFFF);
+  OpenedHive opened(built);
+  EXPECT_EQ(Export(opened, {0}).result.keys, 3U);
+}
+
+TEST(RegistryScriptTest, RootsThatDeleteAreNone) {
+  HiveBuilder builder("-HKEY_LOCAL_MACHINE\\SYSTEM");
+  OpenedHive opened(builder.Build());
+  EXPECT_FALSE(HasScriptRoot(opened.hive));
+  SetRootPath(opened.hive, "HKCU\\X");
+  EXPECT_TRUE(HasScriptRoot(opened.hive));
+}
+
+}  // namespace
+}  // namespace hivequarry

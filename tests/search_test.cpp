@@ -1,0 +1,246 @@
+#include "reports/search.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <random>
+
+#include "hive/value_edits.h"
+#include "reports/search_sieve.h"
+#include "tests/support/opened_hive.h"
+#include "tests/support/sample_hives.h"
+
+namespace hivequarry {
+namespace {
+
+using testing::Bytes;
+using testing::HiveBuilder;
+using testing::OpenedHive;
+using testing::Utf16;
+
+// "k" key names, "v" value names, "d" data; "c" case, "l" length, "w" wide, "h" hex, "n" number.
+SearchSettings Asked(const std::string& pattern, std::string_view ticks) {
+  const auto has = [&](char tick) { return ticks.find(tick) != std::string_view::npos; };
+  const bool hex = has('h') || has('n');
+  return {hex ? "" : pattern, hex ? pattern : "", hex,      has('c'), has('l'),
+          has('n'),           has('w'),           has('k'), has('v'), has('d')};
+}
+
+SearchPattern Compiled(const std::string& pattern, std::string_view ticks) {
+  SearchPattern compiled;
+  EXPECT_TRUE(CompilePattern(Asked(pattern, ticks), compiled));
+  return compiled;
+}
+
+TEST(Search, DigitsAndTextMirrorEachOther) {
+  EXPECT_EQ(HexOfText("Az\xFF"), "417AFF");
+  EXPECT_EQ(TextOfHex("417aff0"), "Az\xFF");
+  EXPECT_EQ(TextOfHex("G0"), std::string(1, '\0'));  // 16 for the letter behind F
+  EXPECT_EQ(Compiled("00000401", "nd").bytes, std::string("\x01\x04\0\0", 4));
+  EXPECT_EQ(Compiled("0401", "nd").bytes, "\x04\x01");  // no number: not 8 digits
+  SearchPattern pattern;
+  EXPECT_FALSE(CompilePattern(Asked("040", "hd"), pattern));
+  EXPECT_FALSE(CompilePattern(Asked("", "kvd"), pattern));
+  EXPECT_FALSE(CompilePattern(Asked("run", ""), pattern));
+}
+
+TEST(Search, FindsBytes) {
+  const struct {
+    const char* pattern;
+    const char* ticks;
+    std::string bytes;
+    size_t found;
+  } cases[] = {
+      {"ab", "d", "xAb", 4},
+      {"ab", "dc", "xAb", 0},
+      {"aab", "d", "aaab", 5},
+      {"aba", "d", "abcababa", 7},
+      {"ab", "d", std::string("a\0b", 3), 0},
+      {"ab", "dw", std::string("a\0b\0", 4), 4},
+      {"aab", "dw", std::string("a\0a\0a\0b\0", 8), 8},
+      {"6142", "hd", "xaB", 4},
+      {"e4", "hd", "\xC4", 2},  // a letter's capital form, in the code page
+  };
+  for (const auto& c : cases) {
+    const SearchPattern pattern = Compiled(c.pattern, c.ticks);
+    const auto* bytes = reinterpret_cast<const uint8_t*>(c.bytes.data());
+    EXPECT_EQ(FindBytes(pattern, {bytes, c.bytes.size()}, pattern.settings.wide,
+                        pattern.settings.match_case),
+              c.found)
+        << c.pattern << " in " << c.bytes;
+  }
+}
+
+std::vector<std::string> Rows(const OpenedHive& opened, const SearchPattern& pattern,
+                              SearchWay way = SearchWay::kBest) {
+  const OutputListPtr list = MakeSearchList(true);
+  SearchBranchBy(way, opened.hive, opened.tree, 0, pattern, *list);
+  std::vector<std::string> rows;
+  for (uint32_t row = 0; row < RowCount(*list); ++row) {
+    rows.emplace_back();
+    for (int column = 0; column < ColumnCount(*list); ++column) {
+      rows.back() += std::string(CellText(*list, row, column)) + "|";
+    }
+  }
+  return rows;
+}
+
+// "Key", or "Key:Value", of each row.
+std::vector<std::string> Hits(const OpenedHive& opened, const SearchPattern& pattern) {
+  std::vector<std::string> hits = Rows(opened, pattern);
+  for (std::string& hit : hits) {
+    const size_t key = hit.find('|');
+    const std::string value = hit.substr(key + 1, hit.find('|', key + 1) - key - 1);
+    hit = hit.substr(hit.rfind('\\', key) + 1, key - hit.rfind('\\', key) - 1);
+    if (!value.empty()) hit += ":" + value;
+  }
+  return hits;
+}
+
+TEST(Search, WhatEachTickFinds) {
+  HiveBuilder builder;
+  builder.Key("Run").Sz("RunOnce", "nothing").Sz("", "C:\\run.exe").Dword("Small", 0x401);
+  builder.Key("Run").Value("Same", 3, {1, 4, 0, 0}).Value("Odd", 0x201, Utf16("xABCx"));
+  builder.Key("\u041D\u043E run").Wide().MultiSz("List", {"one", "two run"});
+  builder.Key("Other").WideValue("Narrow", 3, Utf16("abc")).Sz("abc", "abc").Value("N", 4, {97});
+  const OpenedHive opened(builder.Build());
+  const struct {
+    const char* pattern;
+    const char* ticks;
+    std::vector<std::string> hits;
+  } cases[] = {
+      {"run", "kvd", {"Run", "Run:RunOnce", "Run:(Default value)", "?? run", "?? run:List"}},
+      {"run", "kvdl", {"Run"}},
+      {"run", "kvdc", {"Run:(Default value)", "?? run", "?? run:List"}},
+      {"one two run ", "dl", {"?? run:List"}},
+      {"00000401", "nkvd", {"Run:Small"}},
+      {"01040000", "hd", {"Run:Same"}},
+      {"abc", "dw", {"Other:Narrow", "Other:abc", "Run:Odd"}},
+      {"610062006300", "hd", {"Other:Narrow", "Other:abc", "Run:Odd"}},
+      {"610062006300", "hdc", {"Other:Narrow", "Other:abc"}},
+      {"1D043E042000", "hk", {"?? run"}},
+      {"4E00610072", "hv", {"Other:Narrow"}},
+  };
+  for (const auto& c : cases) {
+    EXPECT_EQ(Hits(opened, Compiled(c.pattern, c.ticks)), c.hits) << c.pattern << " " << c.ticks;
+  }
+}
+
+TEST(Search, EditsHiddenKeysAndUnreadableData) {
+  HiveBuilder builder;
+  builder.Key("Keep").Sz("Name", "needle").Sz("Broken", "a needle that is long enough");
+  builder.Key("Gone\\Below").Sz("Name", "needle");
+  testing::BuiltHive built = builder.Build();
+  built.SetU32(built.ValuePosition("Keep", "Broken"), testing::field::kValueData, 0x7FFFFFF0);
+  OpenedHive opened(built);
+  HideBranch(opened.tree, opened.Item("Gone"));
+  const uint32_t name = built.ValuePosition("Keep", "Name");
+  EXPECT_EQ(Hits(opened, Compiled("needle", "d")), std::vector<std::string>{"Keep:Name"});
+  EXPECT_EQ(Rows(opened, Compiled("broken", "vd")).at(0).find("|Broken|Data Offset Error|REG_SZ|"),
+            ItemPath(opened.hive, opened.tree, opened.Item("Keep")).size());
+  ASSERT_TRUE(SetValueEdit(opened.hive, name, 1, testing::Utf16Z("thimble")));
+  EXPECT_TRUE(Hits(opened, Compiled("needle", "d")).empty());
+  EXPECT_EQ(Hits(opened, Compiled("thimble", "d")), std::vector<std::string>{"Keep:Name"});
+}
+
+TEST(Search, RowsSayWhereAHitStands) {
+  HiveBuilder builder;
+  builder.Key("Run").Sz("Path", "needle");
+  const testing::BuiltHive built = builder.Build();
+  const OpenedHive opened(testing::Embedded(built.bytes, 512, 0));
+  const uint32_t key = built.PositionOf("Run");
+  const uint32_t value = built.ValuePosition("Run", "Path");
+  const std::string path = ItemPath(opened.hive, opened.tree, opened.Item("Run"));
+  char expected[2][160];
+  std::snprintf(expected[0], 160, "%s||||0x%08X|0x%08X||", path.c_str(), key, key + 512);
+  std::snprintf(expected[1], 160, "%s|Path|needle|REG_SZ|0x%08X|0x%08X|%Xrk, 4ln, 14ld|",
+                path.c_str(), key, value + 512, key);
+  EXPECT_EQ(Rows(opened, Compiled("run", "k")), std::vector<std::string>{expected[0]});
+  EXPECT_EQ(Rows(opened, Compiled("needle", "d")), std::vector<std::string>{expected[1]});
+}
+
+TEST(Search, KeysTooDeepAreLeftOut) {
+  const OpenedHive opened(testing::DeepHive(400));
+  const OutputListPtr list = MakeSearchList(false);
+  EXPECT_FALSE(SearchBranch(opened.hive, opened.tree, 0, Compiled("level", "k"), *list));
+  EXPECT_EQ(RowCount(*list), kMaxSearchDepth - 2);  // the root has another name
+}
+
+// A piece of what the hive holds, as a user might type it, at times with a letter changed.
+std::string RandomPattern(const OpenedHive& opened, std::mt19937& random) {
+  const auto item = static_cast<uint32_t>(random() % opened.tree.items.size());
+  std::string text = ItemName(opened.hive, opened.tree, item);
+  uint32_t budget = 1000;
+  const std::vector<uint32_t> values =
+      HasKeyCell(opened.tree, item)
+          ? ListedValues(opened.hive, opened.tree.items[item].position, budget)
+          : std::vector<uint32_t>();
+  if (!values.empty() && random() % 3 != 0) {
+    Bytes data;
+    const ValueKey value = ReadValueKey(opened.hive, values[random() % values.size()],
+                                        ValueRead::kData, kMaxValueData, &data);
+    text = random() % 2 != 0 ? value.name : DataText(value.type, data);
+  }
+  if (text.empty()) return "?";
+  text = text.substr(random() % text.size(), 1 + random() % 12);
+  if (random() % 4 == 0) text[random() % text.size()] = static_cast<char>(32 + random() % 224);
+  return text;
+}
+
+void ExpectSameWithAndWithoutSieve(const OpenedHive& opened, uint32_t seed, int patterns) {
+  constexpr const char* kTicks[] = {"kvd", "kvdw", "kvdc", "kvdwl", "kvdh", "kvdhc", "dw", "v"};
+  std::mt19937 random(seed);
+  for (int i = 0; i < patterns; ++i) {
+    const std::string ticks = kTicks[random() % std::size(kTicks)];
+    const std::string text = RandomPattern(opened, random);
+    const bool hex = ticks.find('h') != std::string::npos;
+    const SearchPattern pattern = Compiled(hex ? HexOfText(text) : text, ticks);
+    ASSERT_EQ(Rows(opened, pattern, SearchWay::kSieved), Rows(opened, pattern, SearchWay::kPlain))
+        << "\"" << text << "\" " << ticks;
+  }
+}
+
+// A hive of all that a sieve has to think of.
+Bytes OddHive() {
+  HiveBuilder builder;
+  Bytes big(3 * testing::kSegment, 'x');
+  testing::PutBytes(big, testing::kSegment - 3, Utf16("seamed"));
+  testing::PutBytes(big, 2 * testing::kSegment - 2, Bytes{'s', 'e', 'a', 'm'});
+  builder.Key("Big").Value("Data", 3, big).Value("Text", 1, big);
+  builder.Key("Gr\u00F6\u00DFe \u0416")
+      .Wide()
+      .WideValue("\u20ACuro \u0152uvre", 1, Utf16("\u20AC 5"));
+  builder.Key("List").MultiSz("Many", {"one", "two", "", "three"}).Value("Link", 6, Utf16("C:\\x"));
+  testing::BuiltHive built = builder.Build();
+  return std::move(built.bytes);
+}
+
+TEST(Search, SieveChangesNothing) {
+  const OpenedHive odd(OddHive());
+  const OpenedHive damaged(testing::DamagedSample());
+  ExpectSameWithAndWithoutSieve(odd, 1, 400);
+  ExpectSameWithAndWithoutSieve(damaged, 2, 400);
+  for (const char* text : {"seam", "seamed", "ne two", "\x80uro", "Unnamed(", "ROOT", "zzqq"}) {
+    const SearchPattern pattern = Compiled(text, "kvdw");
+    EXPECT_EQ(Rows(odd, pattern, SearchWay::kSieved), Rows(odd, pattern, SearchWay::kPlain))
+        << text;
+    EXPECT_EQ(Rows(damaged, pattern, SearchWay::kSieved), Rows(damaged, pattern, SearchWay::kPlain))
+        << text;
+  }
+}
+
+TEST(Search, SieveChangesNothingInARealHive) {
+  const char* folder = std::getenv("HIVEQUARRY_CORPUS");
+  const std::filesystem::path corpus =
+      folder != nullptr ? folder : std::filesystem::path(HIVEQUARRY_SOURCE_DIR) / "../shared/hives";
+  std::ifstream stream(corpus / "NTUSER.DAT", std::ios::binary);
+  if (!stream) GTEST_SKIP() << "no real hive in " << corpus;
+  const OpenedHive opened(Bytes(std::istreambuf_iterator<char>(stream), {}));
+  ExpectSameWithAndWithoutSieve(opened, 3, 60);
+}
+
+}  // namespace
+}  // namespace hivequarry

@@ -1,0 +1,334 @@
+#include "reports/special_reports.h"
+
+#include <gtest/gtest.h>
+
+#include "hive/value_edits.h"
+#include "hive/value_text.h"
+#include "host/long_operation.h"
+#include "reports/report_run.h"
+#include "tests/support/opened_hive.h"
+
+namespace hivequarry {
+namespace {
+
+using namespace testing;
+
+using Rows = std::vector<std::vector<std::string>>;
+
+Rows RowsOf(const OutputList& list) {
+  Rows rows;
+  for (uint32_t row = 0; row < RowCount(list); ++row) {
+    auto& texts = rows.emplace_back();
+    for (int i = 0; i < ColumnCount(list); ++i) texts.emplace_back(CellText(list, row, i));
+  }
+  return rows;
+}
+
+// The report's rows, paths without the root's own name; from the chosen key.
+Rows Reported(OpenedHive& opened, Report report, std::string_view chosen = "") {
+  const OutputListPtr list = MakeOutputList(InfoOf(report).kind);
+  const uint32_t item = chosen.empty() ? 0 : opened.Item(chosen);
+  RunReportOnHive(report, opened.hive, opened.tree, item, *list);
+  const std::string root = ItemName(opened.hive, opened.tree, 0) + "\\";
+  Rows rows = RowsOf(*list);
+  for (auto& row : rows) {
+    for (std::string& text : row) {
+      if (text.starts_with(root)) text.erase(0, root.size());
+    }
+  }
+  return rows;
+}
+
+Rows Columns(const Rows& rows, std::initializer_list<size_t> columns) {
+  Rows chosen;
+  for (const auto& row : rows) {
+    auto& texts = chosen.emplace_back();
+    for (const size_t column : columns) texts.push_back(row[column]);
+  }
+  return chosen;
+}
+
+constexpr const char* kDate = "2021/03/04, 00:00:00";
+
+TEST(SpecialReports, Services) {
+  HiveBuilder builder;
+  KeyRef services = builder.Key("ControlSet001\\Services");
+  services.Key("A")
+      .Dword("START", 5)
+      .Dword("Type", 0x110)
+      .Sz("ImagePath", "a.sys")
+      .Sz("XImagePathY", "b.sys")
+      .Sz("Group", "G")
+      .Sz("DisplayName", std::string(600, 'n'))
+      .Sz("Description", "one\r\ntwo");
+  services.Key("B").Dword("Start", 2).Dword("Type", 32).Sz("ImagePath", "c.exe");
+  services.Key("B").Sz("YImagePath", "");
+  services.Key("B\\Parameters").Sz("ImagePath", "no service");
+  services.Key("C");
+  builder.Key("ControlSet001\\Profile\\CurrentControlSet\\Services\\D");
+  OpenedHive opened(builder.Build());
+  const std::string path = "ControlSet001\\Services\\";
+  const Rows expected = {
+      {path + "A", "5", std::string(519, 'n'), "b.sys", "G", "272", "one  two", kDate},
+      {path + "B", "Auto Start", "", "c.exe", "", "shared process", "", kDate},
+      {path + "C", "", "", "", "", "", "", kDate}};
+  EXPECT_EQ(Reported(opened, Report::kServices), expected);
+  EXPECT_EQ(Reported(opened, Report::kServices, "ControlSet001\\Services"), expected);
+}
+
+TEST(SpecialReports, ServiceNumbers) {
+  const struct {
+    uint32_t number;
+    const char* start;
+    const char* type;
+  } cases[] = {{0, "Boot Start", "0"}, {1, "System Start", "Device Driver"},
+               {3, "By Demand", "3"},  {4, "Disabled", "Adapter"},
+               {11, "11", "Driver"},   {16, "16", "own process"},
+               {48, "48", "Win32"},    {256, "256", "interactive"},
+               {319, "319", "All"},    {2, "Auto Start", "File System Driver"},
+               {8, "8", "Recognizer"}, {0xFFFFFFFF, "-1", "-1"}};
+  for (const auto& c : cases) {
+    HiveBuilder builder;
+    builder.Key("ControlSet002\\services\\S").Dword("Start", c.number).Dword("Type", c.number);
+    OpenedHive opened(builder.Build());
+    const Rows expected = {{c.start, c.type}};
+    EXPECT_EQ(Columns(Reported(opened, Report::kServices), {1, 5}), expected);
+  }
+}
+
+TEST(SpecialReports, Uninstall) {
+  HiveBuilder builder;
+  for (const char* branch : {"Microsoft", "Wow6432Node\\Microsoft"}) {
+    KeyRef at = builder.Key(std::string(branch) + "\\Windows\\CurrentVersion\\Uninstall");
+    at.Key("Both").Sz("QuietDisplayName", "q").Sz("DisplayName", "n");
+    at.Key("Both").Sz("UninstallString", "u").Sz("QuietUninstallString", "qu");
+    at.Key("None");
+    at.Key("Quiet").Sz("DisplayName", "").Sz("QUIETDISPLAYNAME", "q");
+    at.Key("Quiet").Sz("QuietUninstallString", "qu");
+    at.Key("Quiet\\Below").Sz("DisplayName", "no entry");
+  }
+  OpenedHive opened(builder.Build());
+  Rows expected;
+  for (const char* branch : {"Microsoft", "Wow6432Node\\Microsoft"}) {
+    const std::string path = std::string(branch) + "\\Windows\\CurrentVersion\\Uninstall\\";
+    expected.push_back({kDate, path + "Both", "n", "u"});
+    expected.push_back({kDate, path + "Quiet", "q", "qu"});
+  }
+  EXPECT_EQ(Reported(opened, Report::kUninstall), expected);
+}
+
+TEST(SpecialReports, CountKeys) {
+  const auto data = [](uint64_t time, size_t size) {
+    Bytes bytes(16, 0x05);
+    PutU64(bytes, 8, time);
+    bytes.resize(size);
+    return bytes;
+  };
+  HiveBuilder builder;
+  KeyRef counts = builder.Key("Explorer\\UserAssist\\{GUID}").Dword("Version", 3).Key("Count");
+  counts.Value("HRZR_az", kRegBinary, data(kDefaultTime, 16));
+  counts.Value("half", kRegBinary, data(kDefaultTime & 0xFFFFFFFF, 16));
+  counts.Value("low 0", kRegBinary, data(kDefaultTime & ~0xFFFFFFFFull, 16));
+  counts.Value("low negative", kRegBinary, data(kDefaultTime | 0x80000000, 16));
+  counts.Value("negative", kRegBinary, data(kDefaultTime | 1ull << 63, 16));
+  counts.Value("short", kRegBinary, data(kDefaultTime, 15));
+  const BuiltHive built = builder.Build();
+  OpenedHive opened(built);
+  const Rows rows = Reported(opened, Report::kCountKeys);
+  ASSERT_EQ(rows.size(), 6u);
+  EXPECT_EQ(rows[0][0], "Explorer\\UserAssist\\{GUID}\\Count");
+  EXPECT_EQ(rows[0][1], "HRZR_az");
+  EXPECT_EQ(rows[0][2], "UEME_nm");
+  EXPECT_EQ(rows[0][3].substr(0, 6), "05 05 ");
+  char offset[16];
+  std::snprintf(offset, sizeof(offset), "0x%08X",
+                built.PositionOf("Explorer\\UserAssist\\{GUID}\\Count"));
+  EXPECT_EQ(rows[0][5], offset);
+  EXPECT_EQ(rows[0][4], kDate);
+  for (size_t row = 1; row < rows.size(); ++row) EXPECT_EQ(rows[row][4], "") << rows[row][1];
+}
+
+TEST(SpecialReports, Classes) {
+  HiveBuilder builder;
+  builder.Key("Classes\\CLSID\\{A}").Sz("", "Class A");
+  builder.Key("Classes\\CLSID\\{A}\\InProcServer32").Sz("", "a.dll").Sz("ThreadingModel", "Both");
+  builder.Key("Classes\\CLSID\\{A}\\InprocServer").Sz("", "a16.dll");
+  builder.Key("Classes\\CLSID\\{A}\\ProgID").Sz("", "A.File");
+  builder.Key("Classes\\CLSID\\{B}\\Deep\\InprocServer32").Sz("", "not the class's");
+  builder.Key("Classes\\.a").Sz("", "A.File").Sz("Content Type", "text");
+  builder.Key("Classes\\A.File").Time(FileTime(2020, 1, 2)).Key("CLSID").Sz("", "{A}");
+  builder.Key("FileExts\\.a\\UserChoice").Sz("Progid", "Elsewhere");
+  OpenedHive opened(builder.Build());
+  const Rows classes = {{"Classes\\CLSID\\{A}", "Class A", "a.dll", "a16.dll", kDate},
+                        {"Classes\\CLSID\\{B}", "", "", "", kDate}};
+  EXPECT_EQ(Reported(opened, Report::kClasses), classes);
+  const char* date = "2020/01/02, 00:00:00";
+  const Rows prog_ids = {
+      {"Classes\\.a", "(Default value)", "A.File", "REG_SZ", date},
+      {"Classes\\CLSID\\{A}\\ProgID", "(Default value)", "A.File", "REG_SZ", date},
+      {"FileExts\\.a\\UserChoice", "Progid", "Elsewhere", "REG_SZ", ""}};
+  EXPECT_EQ(Reported(opened, Report::kProgIds), prog_ids);
+}
+
+TEST(SpecialReports, OpenWith) {
+  HiveBuilder builder;
+  builder.Key("FileExts\\.a\\OpenWithList").Sz("a", "1.exe").Sz("b", "2.exe").Sz("c", "3.exe");
+  builder.Key("FileExts\\.a\\OpenWithList").Sz("MRUList", "cab");
+  builder.Key("FileExts\\.a\\OpenWithProgids").Value("P.1", 0, {}).Value("P.2", 0, {});
+  builder.Key("FileExts\\.b\\OpenWithList");
+  builder.Key("Classes\\.a\\OpenWithList\\x.exe");
+  builder.Key("Classes\\.a\\OpenWithList\\y.exe");
+  builder.Key("Classes\\T\\shell\\open\\command").Sz("", "\"t.exe\" %1");
+  OpenedHive opened(builder.Build());
+  const Rows expected = {{"Classes\\.a\\OpenWithList", "x.exe, y.exe", kDate},
+                         {"Classes\\T\\shell\\open\\command", "\"t.exe\" %1", kDate},
+                         {"FileExts\\.a\\OpenWithList", "3.exe, 1.exe, 2.exe", kDate},
+                         {"FileExts\\.a\\OpenWithProgids", "P.1, P.2", kDate}};
+  EXPECT_EQ(Reported(opened, Report::kOpenWith), expected);
+}
+
+TEST(SpecialReports, Files) {
+  HiveBuilder builder;
+  builder.Key("K").Sz("v", "D:\\b.exe /x").MultiSz("m", {"c:\\A", "none"}).Dword("C:\\name", 1);
+  builder.Key("K").Sz("none", "text");
+  OpenedHive opened(builder.Build());
+  const Rows by_key = {{"K", "v", "D:\\b.exe /x", "D:\\b.exe", "REG_SZ", kDate},
+                       {"K", "m", "c:\\A none ", "c:\\A", "REG_MULTI_SZ", kDate},
+                       {"K", "C:\\name", "0x00000001 (1)", "C:\\name", "REG_DWORD", kDate}};
+  EXPECT_EQ(Reported(opened, Report::kKeyFiles, "K"), by_key);
+  const Rows by_file = {{"c:\\A"}, {"C:\\name"}, {"D:\\b.exe"}};
+  EXPECT_EQ(Columns(Reported(opened, Report::kFiles), {0}), by_file);
+}
+
+Bytes Folder(std::string_view name) {
+  Bytes item(14);
+  item[2] = 0x31;
+  item.insert(item.end(), name.begin(), name.end());
+  item.push_back(0);
+  PutU16(item, 0, static_cast<uint16_t>(item.size()));
+  item.insert(item.end(), 2, 0);
+  return item;
+}
+
+Bytes Numbers(std::initializer_list<uint32_t> numbers) {
+  Bytes bytes(4 * numbers.size());
+  uint32_t at = 0;
+  for (const uint32_t number : numbers) PutU32(bytes, at++ * 4, number);
+  return bytes;
+}
+
+TEST(SpecialReports, OpenSaveMru) {
+  HiveBuilder builder;
+  builder.Key("OpenSaveMRU\\txt").Sz("a", "C:\\1").Sz("b", "C:\\2").Sz("MRUList", "ba");
+  builder.Key("OpenSavePidlMRU\\*").Value("0", kRegBinary, Folder("x"));
+  builder.Key("OpenSavePidlMRU\\*").Value("7", kRegBinary, Folder("y"));
+  builder.Key("OpenSavePidlMRU\\*").Value("9", kRegBinary, Folder("not listed"));
+  builder.Key("OpenSavePidlMRU\\*").Value("MRUListEx", kRegBinary, Numbers({7, 0, UINT32_MAX, 9}));
+  OpenedHive opened(builder.Build());
+  const Rows expected = {{"C:\\2", "txt", "b"},
+                         {"C:\\1", "txt", "a"},
+                         {"y", "*", "7"},
+                         {"x", "*", "0"},
+                         {"not listed", "*", "9"}};
+  EXPECT_EQ(Columns(Reported(opened, Report::kOpenSaveMru), {0, 1, 3}), expected);
+}
+
+TEST(SpecialReports, StreamMru) {
+  HiveBuilder builder;
+  builder.Key("Explorer\\StreamMRU").Value("3", kRegBinary, Folder("Old"));
+  builder.Key("Explorer\\Streams\\3").Time(FileTime(2001, 2, 3));
+  KeyRef bags = builder.Key("Shell\\BagMRU");
+  bags.Value("0", kRegBinary, Folder("Late")).Value("1", kRegBinary, Folder("First"));
+  bags.Value("MRUListEx", kRegBinary, Numbers({1, 0, UINT32_MAX})).Dword("NodeSlot", 1);
+  bags.Key("1").Value("0", kRegBinary, Folder("Below")).Dword("NodeSlot", 12);
+  bags.Key("1\\0").Dword("NodeSlot", 99);
+  builder.Key("Shell\\Bags\\12").Time(FileTime(2010, 1, 2));
+  OpenedHive opened(builder.Build());
+  const Rows expected = {{"Old", "3", "2001/02/03, 00:00:00"},
+                         {"First", "1", "2010/01/02, 00:00:00"},
+                         {"Late", "0", ""},
+                         {"First\\Below", "0", ""}};
+  EXPECT_EQ(Columns(Reported(opened, Report::kStreamMru), {0, 1, 5}), expected);
+  EXPECT_EQ(Reported(opened, Report::kStreamMru, "Shell\\BagMRU\\1")[0][0], "...\\Below");
+}
+
+TEST(SpecialReports, WhereTheyBegin) {
+  HiveBuilder builder;
+  builder.Key("ControlSet001\\Services\\S");
+  builder.Key("ControlSet002\\Services\\Lost");
+  builder.Key("Other\\Services");
+  BuiltHive built = builder.Build();
+  built.Unlink("ControlSet002\\Services");
+  // Its parent field is gone too: it hangs under "Disconnected Keys" itself.
+  built.SetU32(built.PositionOf("ControlSet002\\Services"), field::kKeyParent, 0x7FFFFFF0);
+  OpenedHive opened(built);
+  const auto begin = [&](Report report, std::string_view path) {
+    std::vector<std::string> names;
+    const uint32_t item = path.empty() ? 0 : opened.Item(path);
+    for (const uint32_t at : FindReportKeys(opened.hive, opened.tree, report, item)) {
+      names.push_back(ItemPath(opened.hive, opened.tree, at).substr(5));
+    }
+    return names;
+  };
+  using Names = std::vector<std::string>;
+  const std::string inside = "ControlSet001\\Services";
+  EXPECT_EQ(begin(Report::kServices, ""), (Names{inside, "Disconnected Keys\\Services"}));
+  EXPECT_EQ(begin(Report::kServices, "ControlSet001"), Names{inside});
+  EXPECT_EQ(begin(Report::kServices, inside + "\\S"), Names{inside + "\\S"});
+  EXPECT_EQ(begin(Report::kServices, "Other"), Names{"Other"});
+  EXPECT_EQ(begin(Report::kOpenSaveMru, "Other"), Names{});
+  HideBranch(opened.tree, opened.Item(inside));
+  EXPECT_EQ(begin(Report::kServices, ""), Names{"Disconnected Keys\\Services"});
+}
+
+TEST(SpecialReports, EditedAndHidden) {
+  HiveBuilder builder;
+  builder.Key("Services\\A").Dword("Start", 0);
+  builder.Key("Services\\B").Dword("Start", 1);
+  const BuiltHive built = builder.Build();
+  OpenedHive opened(built);
+  HideBranch(opened.tree, opened.Item("Services\\B"));
+  ASSERT_TRUE(SetValueEdit(opened.hive, built.ValuePosition("Services\\A", "Start"), kRegDword,
+                           Numbers({4})));
+  const Rows expected = {{"Services\\A", "Disabled"}};
+  EXPECT_EQ(Columns(Reported(opened, Report::kServices, "Services"), {0, 1}), expected);
+}
+
+TEST(SpecialReports, JoinedCells) {
+  const struct {
+    std::string cell, text, joined;
+  } cases[] = {{"", "a", "a"},
+               {"a", "", "a"},
+               {"a", "b", "a, b"},
+               {std::string(500, 'x'), std::string(10, 'y'),
+                std::string(500, 'x') + ", " + std::string(10, 'y')},
+               {std::string(500, 'x'), std::string(11, 'y'), std::string(500, 'x') + ", ..."},
+               {"x, ...", std::string(600, 'y'), "x, ..."}};
+  for (const auto& c : cases) {
+    std::string cell = c.cell;
+    JoinText(cell, c.text);
+    EXPECT_EQ(cell, c.joined);
+  }
+}
+
+TEST(SpecialReports, NamesAndProgress) {
+  EXPECT_EQ(FindReport("nothing"), nullptr);
+  for (int i = 0; i < static_cast<int>(Report::kCount); ++i) {
+    const ReportInfo& info = InfoOf(static_cast<Report>(i));
+    EXPECT_EQ(FindReport(info.name), &info);
+    EXPECT_EQ(info.live_kind != 0, info.live_root != nullptr) << info.name;
+    EXPECT_FALSE(FindListKind(info.kind).columns.empty());
+  }
+  HiveBuilder builder;
+  for (int i = 0; i < 300; ++i) builder.Key("Services\\S" + std::to_string(i));
+  OpenedHive opened(builder.Build());
+  EXPECT_EQ(Reported(opened, Report::kServices, "Services").size(), 300u);
+  EXPECT_TRUE(opened.host.Showed("256/254"));
+  opened.host.on_status = [](const char*) { RequestStop(); };
+  ASSERT_TRUE(BeginOperation(1));
+  EXPECT_EQ(Reported(opened, Report::kServices, "Services").size(), 255u);
+  EndOperation();
+}
+
+}  // namespace
+}  // namespace hivequarry

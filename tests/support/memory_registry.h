@@ -1,0 +1,61 @@
+// A registry kept in memory, in force for as long as the object lives.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <set>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "live/registry.h"
+
+namespace hivequarry::testing {
+
+struct MemoryValue {
+  std::u16string name;
+  uint32_t type = 0;
+  std::vector<uint8_t> data;
+};
+struct MemoryKey {
+  std::u16string name;
+  std::u16string class_name;
+  uint64_t last_write = 0;
+  std::vector<uint8_t> security;
+  std::vector<MemoryValue> values;
+  std::vector<std::unique_ptr<MemoryKey>> keys;
+  int32_t open_error = kRegistryDone;   // the answer to whoever opens it
+  int32_t write_error = kRegistryDone;  // and to whoever sets a value or makes a key in it
+  std::u16string link;                  // path from a root, of a symbolic link
+
+  MemoryValue& Set(std::u16string_view value, uint32_t value_type, std::vector<uint8_t> bytes);
+  MemoryValue& SetText(std::u16string_view value, std::u16string_view text);
+  MemoryKey& Add(std::u16string_view key);
+  MemoryKey* Find(std::u16string_view key) const;  // a direct child; null when missing
+};
+
+class MemoryRegistry {
+ public:
+  MemoryRegistry();
+  ~MemoryRegistry();
+  MemoryRegistry(const MemoryRegistry&) = delete;
+  MemoryRegistry& operator=(const MemoryRegistry&) = delete;
+
+  // The key at a path ("HKLM\SOFTWARE"), made with what is missing on the way.
+  MemoryKey& At(std::u16string_view path);
+  // Null for a missing one. Links are followed.
+  MemoryKey* Find(std::u16string_view path);
+  size_t open_keys() const { return opened.size(); }
+
+  MemoryKey roots;                      // named HKCR, HKCU, HKLM, HKU and HKCC
+  std::set<std::u16string> privileges;  // that the process has
+  std::set<std::u16string> enabled;
+  std::map<RegistryKey, MemoryKey*> opened;
+  RegistryKey next_handle = 1;
+
+ private:
+  Registry before_;
+};
+
+}  // namespace hivequarry::testing

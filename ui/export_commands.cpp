@@ -1,0 +1,104 @@
+#include "ui/export_commands.h"
+
+#include <cinttypes>
+#include <cstdio>
+#include <memory>
+#include <utility>
+#include <vector>
+
+#include "host/host.h"
+#include "host/long_operation.h"
+#include "reports/registry_script.h"
+#include "ui/list_dialogs.h"
+#include "ui/list_saving.h"
+#include "ui/list_window.h"
+#include "ui/main_window.h"
+
+namespace hivequarry {
+namespace {
+
+constexpr int kOperationExport = 1107;
+constexpr const char* kNotWritten = "Could Not Open or Create File %s";
+
+struct ExportJob {
+  OutputFile file;
+  ScriptExport written;
+  OutputListPtr gaps;  // null for a whole script
+  bool stopped = false;
+  bool kept = false;  // the file holds the script
+};
+
+// Empty when there is no file to be written.
+std::string ChooseScript(const ListPlace& place) {
+  FileRequest request;
+  request.filter = L"Registry or Text Files (*.reg, *.txt)\0*.reg;*.txt\0All Files (*.*)\0*.*\0";
+  request.extension = L"txt";
+  const std::string file = ChooseListFile(place, true, kFolderScripts, request);
+  if (file.empty() || !FileExists(file)) return file;
+  return TheListDialogs().replace(place.window, file) ? file : std::string();
+}
+
+void ReportExported(uint32_t keys) {
+  if (keys == 0) return;
+  char text[48];
+  std::snprintf(text, sizeof text, "%" PRIu32 " Item%s exported !", keys, keys > 1 ? "s" : "");
+  ShowMessage(text, kProgramName, Icon::kInformation);
+}
+
+void TakeExport(MainWindow& window, ExportJob& job) {
+  if (job.stopped) return;
+  if (!job.kept) return ReportFileFailure(kNotWritten, job.file.name);
+  ReportExported(job.written.keys);
+  if (job.gaps != nullptr) OpenListWindow(window, std::move(job.gaps));
+}
+
+// `write` makes the script on a worker. A stopped one is not kept: it would look like a whole one.
+template <typename Write>
+void StartExport(const ListPlace& place, Write write) {
+  MainWindow& window = *place.owner;
+  const HiveImage& hive = ShownHive(window);
+  if (!HasScriptRoot(hive)) {
+    ShowMessage("No valid root key !", kProgramName, Icon::kInformation);
+    return;
+  }
+  const std::string name = ChooseScript(place);
+  const auto job = std::make_shared<ExportJob>();
+  if (name.empty() || !OpenListFile(name, OutputMode::kReplace, kNotWritten, job->file)) return;
+  const bool started = StartWork(
+      window, kOperationExport,
+      [job, write, &hive, &tree = *window.key_tree] {
+        job->written =
+            write([job](std::string_view piece) { return WriteOutput(job->file, piece); });
+        job->stopped = StopRequested();
+        job->kept = CloseOutput(job->file, !job->stopped && !job->written.refused);
+        if (job->kept) job->gaps = ListScriptGaps(hive, tree, job->written);
+      },
+      [&window, job] { TakeExport(window, *job); });
+  if (!started) CloseOutput(job->file, false);
+}
+
+void StartBranch(MainWindow& window, uint32_t item) {
+  StartExport(window.output,
+              [&hive = ShownHive(window), &tree = *window.key_tree, item](const TextSink& sink) {
+                return ExportBranch(hive, tree, item, sink);
+              });
+}
+
+}  // namespace
+
+void OnExportHive(MainWindow& window) { StartBranch(window, 0); }
+void OnExportFolder(MainWindow& window) { StartBranch(window, SelectedItem(window.tree)); }
+
+void OnListExport(ListPlace& place) {
+  if (place.owner->slot < 0) return;
+  std::vector<uint32_t> positions;
+  for (const uint32_t row : SelectedRows(place)) {
+    if (RowHasDatum(*place.model, row)) positions.push_back(RowDatum(*place.model, row));
+  }
+  StartExport(place, [&hive = ShownHive(*place.owner), &tree = *place.owner->key_tree,
+                      positions](const TextSink& sink) {
+    return ExportKeys(hive, tree, KeysOfPositions(hive, tree, positions), ScriptScope::kKey, sink);
+  });
+}
+
+}  // namespace hivequarry

@@ -1,0 +1,99 @@
+#include "ui/search_commands.h"
+
+#include <memory>
+#include <mutex>
+#include <utility>
+
+#include "app/settings.h"
+#include "host/long_operation.h"
+#include "live/live_lists.h"
+#include "reports/key_dates.h"
+#include "reports/search.h"
+#include "ui/dates_dialog.h"
+#include "ui/list_window.h"
+#include "ui/list_work.h"
+#include "ui/main_window.h"
+#include "ui/search_dialog.h"
+
+namespace hivequarry {
+namespace {
+
+constexpr const char* kTooDeep = " Keys nested too deep were not searched.";
+
+bool IsBusy(const MainWindow& window) {
+  const LongOperation& operation = TheLongOperation();
+  return window.work.thread.joinable() || operation.running != 0 || operation.worker_busy;
+}
+
+// What the worker said last; an empty list says why it is empty.
+void ShowLastStatus(const ListPlace& place) {
+  HostWindow& host = place.owner->host;
+  const std::lock_guard lock(host.mutex);
+  const bool nothing = host.status.empty() && RowCount(*place.model) == 0;
+  const std::wstring text = nothing ? L" Nothing found." : L" " + host.status;
+  SendMessageW(place.status, SB_SETTEXTW, 0, reinterpret_cast<LPARAM>(text.c_str()));
+}
+
+bool AskPattern(const MainWindow& window, SearchPlace place, SearchPattern& pattern) {
+  return AskSearch(window.handle, place) && CompilePattern(TheLastSearch().settings, pattern);
+}
+
+struct HiveSearch {
+  SearchPattern pattern;
+  ListPlace* place = nullptr;
+  bool whole = true;
+};
+
+void SearchFrom(MainWindow& window, uint32_t item) {
+  const auto search = std::make_shared<HiveSearch>();
+  if (!AskPattern(window, SearchPlace::kHive, search->pattern)) return;
+  search->place = FillListWindow(
+      window, MakeSearchList(TheSettings().options.file_offsets),
+      [&hive = ShownHive(window), &tree = *window.key_tree, item, search](OutputList& list) {
+        search->whole = SearchBranch(hive, tree, item, search->pattern, list);
+      },
+      [search] {
+        if (!search->whole) ShowPlaceStatus(*search->place, kTooDeep);
+      });
+}
+
+}  // namespace
+
+ListPlace* FillListWindow(MainWindow& window, OutputListPtr list,
+                          std::function<void(OutputList& list)> fill, std::function<void()> done) {
+  if (IsBusy(window)) return nullptr;
+  ListPlace* place = OpenListWindow(window, std::move(list));
+  if (place == nullptr) return nullptr;
+  const auto finish = [place, then = std::move(done)] {
+    ShowLastStatus(*place);
+    if (then) then();
+  };
+  if (FillList(*place, kOperationList, std::move(fill), finish)) return place;
+  DestroyWindow(place->window);
+  return nullptr;
+}
+
+void OnSearchBranch(MainWindow& window) { SearchFrom(window, SelectedItem(window.tree)); }
+
+// The window shows one hive, whose root is the first item.
+void OnSearchWorkspace(MainWindow& window) { SearchFrom(window, 0); }
+
+void OnSearchRegistry(MainWindow& window) {
+  const auto pattern = std::make_shared<SearchPattern>();
+  if (!AskPattern(window, SearchPlace::kRegistry, *pattern)) return;
+  FillListWindow(window, MakeOutputList(kListLiveSearch),
+                 [roots = TheLastSearch().roots, pattern](OutputList& list) {
+                   SearchRegistry(roots, *pattern, list);
+                 });
+}
+
+void OnKeyDates(MainWindow& window) {
+  const uint32_t item = SelectedItem(window.tree);
+  KeyDateRange range;
+  if (!AskKeyDates(window.handle, range)) return;
+  FillListWindow(window, MakeOutputList(kListKeyDates),
+                 [&hive = ShownHive(window), &tree = *window.key_tree, item,
+                  range](OutputList& list) { ListKeyDates(hive, tree, item, range, list); });
+}
+
+}  // namespace hivequarry
