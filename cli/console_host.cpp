@@ -4,6 +4,7 @@
 #include <ctime>
 #include <string>
 
+#include "host/accounts.h"
 #include "host/host.h"
 
 namespace hivequarry {
@@ -81,6 +82,9 @@ void SetConsoleHost(ConsoleOptions& options) {
   host.progress_range = [](void*, uint32_t steps) { State() = {steps, 0}; };
   host.progress_position = ConsoleProgress;
   host.local_time = ConsoleLocalTime;
+#ifdef _WIN32
+  host.account = LookUpAccount;
+#endif
   SetHost(host);
 }
 

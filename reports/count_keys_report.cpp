@@ -9,14 +9,23 @@ namespace {
 
 constexpr size_t kTimeOffset = 8;  // of the last start, in the data of a count
 constexpr size_t kTimedLength = 16;
+// Later systems keep counters of the focus there, and the time further on, in data of this length.
+constexpr size_t kLongLength = 72;
+constexpr size_t kLongTimeOffset = 60;
 
 // The halves are signed numbers; a time that was never set, and what is no time, shows nothing.
-std::string CountTime(std::span<const uint8_t> data) {
-  if (data.size() < kTimedLength) return {};
-  const uint32_t low = LoadU32(data.data() + kTimeOffset);
-  const uint32_t high = LoadU32(data.data() + kTimeOffset + 4);
+std::string TimeAt(std::span<const uint8_t> data, size_t offset) {
+  const uint32_t low = LoadU32(data.data() + offset);
+  const uint32_t high = LoadU32(data.data() + offset + 4);
   if (static_cast<int32_t>(low) <= 0 || static_cast<int32_t>(high) <= 0) return {};
   return FormatTimestampChecked(uint64_t{high} << 32 | low);
+}
+
+std::string CountTime(std::span<const uint8_t> data) {
+  if (data.size() < kTimedLength) return {};
+  std::string time = TimeAt(data, kTimeOffset);
+  if (time.empty() && data.size() == kLongLength) time = TimeAt(data, kLongTimeOffset);
+  return time;
 }
 
 // A key chosen elsewhere is taken at the user's word.

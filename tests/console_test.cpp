@@ -86,6 +86,29 @@ TEST_F(ConsoleTest, ExportWritesARegistryScript) {
   EXPECT_FALSE(std::filesystem::exists(Sibling("none.reg")));
 }
 
+TEST_F(ConsoleTest, FindsKeysValuesAndRecords) {
+  const std::pair<const char*, const char*> cases[] = {
+      {"search hé TEX --in data", "ROOT\\Aä,é,text,REG_SZ,"},
+      {"search hé Ä", "ROOT\\Aä,,,,"},
+      {"search hé 41E4 --hex --details", "ROOT\\Aä,,,,"},
+      {"dates hé Aä --from 2000-01-01 --to 2030-01-01", "ROOT\\Aä,"},
+      {"security records hé", "S-1-5-32-544,BUILTIN\\Administrators,"},
+      {"security used hé Aä", ",1,"},
+      {"security keys hé --owner S-1-5-32-544", "ROOT\\Aä,S-1-5-32-544,"},
+      {"security keys hé --permissions read,set-value --kind allow", "ROOT\\Aä,"},
+      {"security show hé Aä", "Owner : S-1-5-32-544\r\n"},
+      {"report services hé", "ROOT\\Aä,"},
+  };
+  for (const auto& [command, found] : cases) {
+    EXPECT_EQ(Run("--format csv " + std::string(command)), 0) << command;
+    EXPECT_NE(printed.find(found), printed.npos) << command << "\n" << printed;
+  }
+  for (const char* wrong : {"search hé 123 --hex", "dates hé --from soon", "report hé",
+                            "security keys hé", "security keys hé --owner me"}) {
+    EXPECT_EQ(Run(wrong), 2) << wrong;
+  }
+}
+
 TEST_F(ConsoleTest, AllRootsShowsTheSecondHive) {
   ASSERT_EQ(Run("tree --format csv h\u00E9"), 0);
   const ptrdiff_t first = std::ranges::count(printed, '\n');
