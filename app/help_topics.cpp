@@ -19,6 +19,8 @@ constexpr HelpPlace kPlaces[] = {
     {kHelpKeyDates, "key-dates"},
     {kHelpReports, "special-reports"},
     {kHelpExport, "exporting"},
+    {kHelpSecurity, "security-records"},
+    {kHelpRegedit, "go-to-regedit"},
 };
 static_assert(std::size(kPlaces) == kHelpTopicsEnd - kHelpStart);
 

@@ -21,6 +21,8 @@ enum HelpTopic : int {
   kHelpKeyDates,
   kHelpReports,
   kHelpExport,
+  kHelpSecurity,
+  kHelpRegedit,
   kHelpTopicsEnd
 };
 

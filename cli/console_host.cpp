@@ -33,7 +33,7 @@ std::string OneLine(const char* text) {
 
 Answer ConsoleMessage(void* context, const char* text, const char* title, Icon, Buttons buttons) {
   const ConsoleOptions& options = Options(context);
-  const bool question = buttons == Buttons::kYesNo || buttons == Buttons::kYesNoCancel;
+  const bool question = buttons != Buttons::kOk && buttons != Buttons::kOkCancel;
   if (!options.quiet) {
     const char* answer = !question ? "" : options.yes ? " Yes" : " No";
     std::fprintf(stderr, "%s: %s%s\n", title, OneLine(text).c_str(), answer);

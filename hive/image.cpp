@@ -102,11 +102,10 @@ int CountMatches(const uint8_t* bytes, const char* expected, int count) {
   return matches;
 }
 
-// At least three letters of "regf".
 bool HasSignature(const HiveImage& hive) {
   uint8_t signature[4] = {};
   ReadBytes(hive, 0, signature, sizeof(signature));
-  return CountMatches(signature, "regf", 4) >= 3;
+  return IsBaseBlockSignature(signature);
 }
 
 // Cells stand on 8-byte steps counted from the start of a hive. A fragment may have been cut
@@ -231,6 +230,10 @@ uint32_t ReadBelow(const HiveImage& hive, uint32_t end, uint32_t position, uint8
 
 }  // namespace
 
+bool IsBaseBlockSignature(const uint8_t (&bytes)[4]) {
+  return CountMatches(bytes, "regf", 4) >= 3 || LoadU32(bytes) == kSnapshotSignature;
+}
+
 void ResetHiveTable() {
   HiveTable& table = TheHiveTable();
   for (int slot = 0; slot < kSlotCount; ++slot) FreeHiveSlot(slot);
@@ -293,9 +296,9 @@ int OpenHive(const std::string& file_name, bool load) {
 }
 
 bool ValidateHive(HiveImage& hive, std::FILE* stream) {
-  constexpr uint32_t kBaseBlockSignature = 0x66676572;  // "regf"
   constexpr uint32_t kRootOffsetField = 36;
-  if (ReadFileU32(stream, 0) != kBaseBlockSignature) {
+  const uint32_t signature = ReadFileU32(stream, 0);
+  if (signature != kHiveSignature && signature != kSnapshotSignature) {
     ShowMessage("Invalid File format !", "Error", Icon::kExclamation);
     RequestStop();
     return false;
@@ -353,7 +356,7 @@ void ProbeHiveStart(std::FILE* stream, uint32_t candidate, HiveProbe& probe) {
   constexpr uint32_t kRootName = 80;  // from the start of the root cell
   uint8_t signature[4] = {};
   ReadFileBytes(stream, candidate, signature, sizeof(signature));
-  if (CountMatches(signature, "regf", 4) >= 3) probe.header_valid = true;
+  if (IsBaseBlockSignature(signature)) probe.header_valid = true;
   uint8_t cell[8] = {};
   uint8_t name[12] = {};
   const uint64_t root = uint64_t{candidate} + kFirstCellPosition;

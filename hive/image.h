@@ -33,12 +33,17 @@ struct OffsetRun {
 // The position of an offset stored at `field`, in an image with runs (offset_map.h).
 uint32_t ResolveOffset(const HiveImage& hive, uint32_t offset, uint32_t field);
 
-inline constexpr uint32_t kNoOffset = 0xFFFFFFFF;      // "none" in every offset field
-inline constexpr uint32_t kBaseBlockSize = 4096;       // data area start behind a base block
-inline constexpr uint32_t kBinHeaderSize = 32;         // an "hbin" header, in front of its cells
-inline constexpr uint32_t kFirstCellPosition = 4128;   // first cell of the first bin
-inline constexpr uint32_t kImageSlack = 0x24000;       // owned, zeroed bytes behind the image
-inline constexpr uint32_t kBinSignature = 0x6E696268;  // "hbin"
+inline constexpr uint32_t kNoOffset = 0xFFFFFFFF;       // "none" in every offset field
+inline constexpr uint32_t kBaseBlockSize = 4096;        // data area start behind a base block
+inline constexpr uint32_t kBinHeaderSize = 32;          // an "hbin" header, in front of its cells
+inline constexpr uint32_t kFirstCellPosition = 4128;    // first cell of the first bin
+inline constexpr uint32_t kImageSlack = 0x24000;        // owned, zeroed bytes behind the image
+inline constexpr uint32_t kBinSignature = 0x6E696268;   // "hbin"
+inline constexpr uint32_t kHiveSignature = 0x66676572;  // "regf"
+inline constexpr uint32_t kSnapshotSignature = 0x70616E73;  // "snap", of a registry snapshot
+
+// What a base block begins with: at least three letters of "regf", or "snap" whole.
+bool IsBaseBlockSignature(const uint8_t (&bytes)[4]);
 
 inline constexpr uint32_t kClosedGate = 0x66676572;  // "regf", no multiple of 8
 inline constexpr uint32_t kOpenGate = 0;
@@ -132,9 +137,9 @@ bool OpenHiveStream(HiveImage& hive, const std::string& file_name);
 // and bounds. Returns the slot, or -1 after a message or a stop. Runs on any one thread at a time.
 int OpenHive(const std::string& file_name, bool load);
 
-// The strict check: the file's first four bytes must be "regf", else the message "Invalid File
-// format !" and false with the running operation stopped. Sets last_valid and root_position from
-// the file's own size and header.
+// The strict check: the file's first four bytes must be "regf" or "snap", else the message
+// "Invalid File format !" and false with the running operation stopped. Sets last_valid and
+// root_position from the file's own size and header.
 bool ValidateHive(HiveImage& hive, std::FILE* stream);
 
 // Where a hive begins inside a larger file, by walking to its first sensible "hbin".

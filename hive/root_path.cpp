@@ -56,6 +56,14 @@ constexpr struct {
                    {"DEFAULT", "HKU\\.DEFAULT", 0},
                    {"USRCLASS", "HKCU\\SOFTWARE\\Classes", 0}};
 
+constexpr WholeRoot kWholeRoots[] = {{"_HKLM.SNP", "HKLM"},
+                                     {"_HKCU.SNP", "HKCU"},
+                                     {"_HKU.SNP", "HKU"},
+                                     {"_HKLM_SOFTWARE.SNP", "HKLM\\SOFTWARE"},
+                                     {"_HKLM_SYSTEM.SNP", "HKLM\\SYSTEM"},
+                                     {"_HKLM_COMPONENTS.SNP", "HKLM\\COMPONENTS"},
+                                     {"_HKLM_BCD.SNP", "HKLM\\BCD00000000"}};
+
 constexpr size_t kMaxRootKeyName = 519;
 constexpr int kMaxLabelNumber = 999;
 constexpr std::string_view kWow64 = "Wow6432Node";
@@ -96,8 +104,12 @@ std::string StoredFileName(const HiveImage& hive) {
   return name;
 }
 
+std::string_view LastPart(std::string_view path) {
+  return path.substr(path.find_last_of("\\/") + 1);
+}
+
 bool TakeKnownFileName(HiveImage& hive, std::string_view path) {
-  std::string_view name = path.substr(path.find_last_of("\\/") + 1);
+  std::string_view name = LastPart(path);
   name = name.substr(0, name.find('.'));
   for (const auto& known : kKnownFiles) {
     if (!EqualIgnoringCase(name, known.name)) continue;
@@ -179,6 +191,17 @@ bool RootPathFromRootKey(HiveImage& hive, uint32_t root_position) {
 bool RootPathFromFileName(HiveImage& hive) {
   if (hive.header_valid && TakeKnownFileName(hive, StoredFileName(hive))) return true;
   return TakeKnownFileName(hive, hive.file_name);
+}
+
+std::span<const WholeRoot> WholeRoots() { return kWholeRoots; }
+
+bool RootPathFromSnapshotName(HiveImage& hive) {
+  for (const WholeRoot& root : kWholeRoots) {
+    if (!EqualIgnoringCase(LastPart(hive.file_name), root.file_name)) continue;
+    SetRootPath(hive, root.path);
+    return true;
+  }
+  return false;
 }
 
 void SetDefaultRoot(const std::string& file_name) {

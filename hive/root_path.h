@@ -34,6 +34,16 @@ bool RootPathFromRootKey(HiveImage& hive, uint32_t root_position);
 // (what the system called the hive when it last wrote it), or else from the name of the file
 // itself. False (and nothing changed) when neither is a name that the system gives to a hive.
 bool RootPathFromFileName(HiveImage& hive);
+
+// Snapshots of whole roots, by the names of their files.
+struct WholeRoot {
+  const char* file_name;
+  const char* path;  // short form
+};
+std::span<const WholeRoot> WholeRoots();
+// The root that the name of the hive's file stands for; false (and nothing changed) when it is none
+// of those names.
+bool RootPathFromSnapshotName(HiveImage& hive);
 // The rough first choice at opening, from the file name: "HKEY_USERS", or "HKEY_LOCAL_MACHINE" when
 // the path holds a "y". Sets the table's default root.
 void SetDefaultRoot(const std::string& file_name);

@@ -171,14 +171,21 @@ std::vector<uint8_t> ReadRawValueName(const HiveImage& hive, const ValueKey& val
   return bytes;
 }
 
-std::string ValueNameUtf8(const HiveImage& hive, const ValueKey& value) {
-  const std::vector<uint8_t> raw = ReadRawValueName(hive, value);
+// A single-byte name is the low bytes of UTF-16, not text of a code page.
+std::u16string WideValueName(const HiveImage& hive, const ValueKey& value) {
+  const uint32_t step = value.flags == 0 ? 2 : 1;
+  std::vector<uint8_t> raw(step * value.name.size());
+  raw.resize(
+      ReadBytes(hive, value.position + kValueName, raw.data(), static_cast<uint32_t>(raw.size())));
   std::u16string text;
-  const size_t step = value.flags == 0 ? 2 : 1;
   for (size_t i = 0; i + step <= raw.size(); i += step) {
     text.push_back(step == 2 ? LoadU16(raw.data() + i) : raw[i]);
   }
-  return Utf8FromWide(text);
+  return text;
+}
+
+std::string ValueNameUtf8(const HiveImage& hive, const ValueKey& value) {
+  return Utf8FromWide(WideValueName(hive, value));
 }
 
 bool ReadValueList(const HiveImage& hive, uint32_t value_count, uint32_t value_list,

@@ -69,7 +69,8 @@ ValueKey ReadStoredValueKey(const HiveImage& hive, uint32_t position, ValueRead 
 
 // Name bytes as stored, at most 510.
 std::vector<uint8_t> ReadRawValueName(const HiveImage& hive, const ValueKey& value);
-// The name, nothing lost.
+// The name, nothing lost; of a value that was read with its name.
+std::u16string WideValueName(const HiveImage& hive, const ValueKey& value);
 std::string ValueNameUtf8(const HiveImage& hive, const ValueKey& value);
 
 // Appends the positions named by a key's value list, in list order; kNoOffset for an entry that

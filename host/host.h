@@ -13,7 +13,8 @@
 namespace hivequarry {
 
 enum class Icon { kNone, kInformation, kExclamation, kQuestion, kStop };
-enum class Buttons { kOk, kOkCancel, kYesNo, kYesNoCancel };
+// kYesNoDefaultNo: return answers "No".
+enum class Buttons { kOk, kOkCancel, kYesNo, kYesNoCancel, kYesNoDefaultNo };
 enum class Answer { kOk, kCancel, kYes, kNo };
 
 // The title of most message boxes.

@@ -36,10 +36,10 @@ constexpr TitleWidth kTitles[] = {
     // Positions: "0x00001020", some with the decimal number behind.
     {"Key Offset", Unit::kText, 5, 0},
     {"Value Offset", Unit::kText, 5, 0},
-    {"File Offset", Unit::kText, 5, 0},
+    {"File Offset", Unit::kText, 4, 0},
     {"Start Offset", Unit::kText, 6, 1},
     {"End Offset", Unit::kText, 6, 1},
-    {"Security Record", Unit::kText, 4, 0},
+    {"Security Record", Unit::kText, 5, 0},
     {"ACE", Unit::kText, 5, 0},
     {"Next", Unit::kText, 3, 0},
     {"Previous", Unit::kText, 3, 0},
@@ -98,7 +98,7 @@ constexpr TitleWidth kTitles[] = {
     {"Bytes", Unit::kText, 7, 2},
     {"Meaning", Unit::kText, 8, 5},
     {"Leads to", Unit::kText, 5, 0},
-    {"Details", Unit::kText, 6, 1},
+    {"Details", Unit::kText, 5, 1},
 };
 constexpr TitleWidth kOtherTitle = {"", Unit::kText, 2, 1};
 
@@ -111,6 +111,23 @@ constexpr KindTitle kKindTitles[] = {
     // What was found is told by its path.
     {5, {"Data", Unit::kText, 7, 3}},
     {6, {"Data", Unit::kText, 7, 3}},
+    {39, {"Owner Sid", Unit::kText, 6, 1}},
+    {45, {"Owner Sid", Unit::kText, 9, 1}},
+    {45, {"Owner Account", Unit::kText, 7, 2}},
+    {46, {"Key", Unit::kText, 8, 6}},
+    {49, {"Type", Unit::kText, 2, 0}},
+    {49, {"Flags", Unit::kText, 8, 0}},
+    {kListLocalGroups, {"Name", Unit::kText, 9, 5}},
+    {kListLocalGroups, {"Domain", Unit::kText, 6, 0}},
+    {kListLocalGroups, {"Identifier", Unit::kText, 4, 0}},
+    // Entries that only the end of their path tells apart.
+    {28, {"Key", Unit::kText, 8, 6}},
+    {29, {"Key", Unit::kText, 13, 4}},
+    {30, {"Key", Unit::kText, 13, 4}},
+    {44, {"Key", Unit::kText, 8, 6}},
+    {44, {"Display Name", Unit::kText, 5, 2}},
+    {44, {"Group", Unit::kText, 3, 0}},
+    {44, {"Description", Unit::kText, 3, 1}},
     // Runs of blocks show their size as they do their positions.
     {55, {"Size", Unit::kText, 6, 0}},
 };

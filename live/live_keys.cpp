@@ -13,6 +13,7 @@ namespace hivequarry {
 namespace {
 
 constexpr uint32_t kFirstRoom = 4096;  // for data
+constexpr uint32_t kLongestDescriptor = 0x10000;
 
 bool IsGone(int32_t error) { return error == kRegistryNotFound || error == kRegistryKeyDeleted; }
 
@@ -25,14 +26,35 @@ std::string_view LastName(std::string_view path) { return path.substr(path.rfind
 
 }  // namespace
 
+std::string ReadDescriptor(RegistryKey key, uint32_t parts) {
+  std::string descriptor(512, '\0');
+  for (;;) {
+    auto size = static_cast<uint32_t>(descriptor.size());
+    auto* bytes = reinterpret_cast<uint8_t*>(descriptor.data());
+    const int32_t error = CurrentRegistry().get_security(key, parts, bytes, &size);
+    const bool more = error == kRegistryMoreData && size > descriptor.size();
+    if (error != kRegistryDone && (!more || size > kLongestDescriptor)) return {};
+    descriptor.resize(size);
+    if (error == kRegistryDone) return descriptor;
+  }
+}
+
+OpenedKey OpenForReading(RegistryKey parent, const char16_t* name, uint32_t access,
+                         uint32_t options) {
+  OpenedKey opened(parent, name, access, options);
+  const bool tried_all = (options & kRegistryForBackup) == 0 || IsGone(opened.error());
+  if (opened.error() == kRegistryDone || tried_all) return opened;
+  return OpenedKey(parent, name, access, options & ~kRegistryForBackup);
+}
+
 std::string RegistryErrorText(int32_t error) {
   if (IsGone(error)) return "not found";
   if (error == kRegistryDenied) return "Access denied";
   return "Error " + std::to_string(error);
 }
 
-RegistryWalk::RegistryWalk(const std::string& path, uint32_t access)
-    : start_(path), access_(access), name_(kLongestValueName, u'\0') {
+RegistryWalk::RegistryWalk(const std::string& path, uint32_t access, uint32_t options)
+    : start_(path), access_(access), options_(options), name_(kLongestValueName, u'\0') {
   while (start_.ends_with('\\')) start_.pop_back();
 }
 
@@ -56,7 +78,7 @@ bool RegistryWalk::Start(SourceKey& key) {
   RootSplit split;
   OpenedKey opened;
   if (SplitRootPath(start_, split)) {
-    opened = OpenedKey(split.handle, WidenText(split.rest).c_str(), access_);
+    opened = OpenForReading(split.handle, WidenText(split.rest).c_str(), access_, options_);
   }
   const int32_t error = opened.error();
   path_ = start_;
@@ -73,7 +95,8 @@ bool RegistryWalk::Enter(const Child& child, SourceKey& key) {
   // The functions take a zero for the name's end and would open another key.
   const bool named = child.name.find(u'\0') == std::u16string::npos;
   if (named) {
-    opened = OpenedKey(parent.key.key(), child.name.c_str(), access_, kRegistryOpenLink);
+    opened =
+        OpenForReading(parent.key.key(), child.name.c_str(), access_, options_ | kRegistryOpenLink);
     if (IsGone(opened.error())) return false;
   }
   key.name = NarrowText(child.name);
@@ -102,6 +125,7 @@ void RegistryWalk::Push(OpenedKey opened, int32_t error, const Child& child, Sou
   level.listed = !read || levels_.size() + 1 >= kMaxLiveDepth;
   levels_.push_back(std::move(level));
   next_value_ = 0;
+  key_name_ = child.name;
   key.path = path_;
   key.utf8_path = levels_.back().lossy ? utf8_path_ : std::string();
   key.level = static_cast<uint32_t>(levels_.size());
@@ -126,13 +150,17 @@ void RegistryWalk::ListChildren(Level& level) {
   for (uint32_t index = 0; !StopRequested(); ++index) {
     Child child;
     auto size = static_cast<uint32_t>(name_.size());
-    if (registry.enum_key(level.key.key(), index, name_.data(), &size, &child.last_write) !=
-        kRegistryDone) {
-      return;
-    }
+    const int32_t error =
+        registry.enum_key(level.key.key(), index, name_.data(), &size, &child.last_write);
+    if (error != kRegistryDone) return NoteCut(level, error);
     child.name.assign(name_, 0, size);
     level.children.push_back(std::move(child));
   }
+}
+
+void RegistryWalk::NoteCut(const Level& level, int32_t error) {
+  if (error == kRegistryNoMoreItems || IsGone(error)) return;
+  cuts_.push_back({path_.substr(0, level.path_length), error});
 }
 
 bool RegistryWalk::NextValue(SourceValue& value) {
@@ -140,8 +168,12 @@ bool RegistryWalk::NextValue(SourceValue& value) {
   uint32_t data_size = 0;
   uint32_t name_size = 0;
   const int32_t error = ReadValue(value, data_size, name_size);
-  if (error != kRegistryDone && error != kRegistryMoreData) return false;
+  if (error != kRegistryDone && error != kRegistryMoreData) {
+    NoteCut(levels_.back(), error);
+    return false;
+  }
   ++next_value_;
+  value_name_size_ = name_size;
   const std::u16string_view name(name_.data(), name_size);
   value.name = NarrowText(name);
   value.utf8_name = LosslessText(name, value.name);

@@ -7,6 +7,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "lists/output_list.h"
@@ -20,15 +21,33 @@ inline constexpr uint32_t kMaxLiveDepth = 512;         // levels that the regist
 inline constexpr uint32_t kMaxLiveData = 0x500000;     // longer data isn't read
 inline constexpr uint32_t kLongestValueName = 0x4000;  // UTF-16 units, ending zero included
 
+// The parts of a key's security descriptor; empty when it can't be read.
+std::string ReadDescriptor(RegistryKey key, uint32_t parts);
+// Opens a key. With kRegistryForBackup what the backup privilege allows, and where that fails (the
+// privilege is missing, an old system doesn't know the option) what the key's own security does.
+OpenedKey OpenForReading(RegistryKey parent, const char16_t* name, uint32_t access,
+                         uint32_t options);
+
+// Keys or values behind these were not listed: reading them on failed.
+struct ListingCut {
+  std::string path;
+  int32_t error = kRegistryDone;
+};
+
 class RegistryWalk : public KeySource {
  public:
-  // Keys are opened with these access rights.
-  RegistryWalk(const std::string& path, uint32_t access);
+  // Keys are opened with these access rights, by OpenForReading.
+  RegistryWalk(const std::string& path, uint32_t access, uint32_t options = 0);
   bool NextKey(SourceKey& key) override;
   void SkipChildren() override;
   bool NextValue(SourceValue& value) override;
   // The key given last; 0 when it could not be opened.
   RegistryKey key() const { return levels_.empty() ? 0 : levels_.back().key.key(); }
+  // Its name (empty for the first) and that of the value given last, nothing lost.
+  const std::u16string& key_name() const { return key_name_; }
+  std::u16string_view value_name() const { return {name_.data(), value_name_size_}; }
+  // Cuts since the last call.
+  std::vector<ListingCut> TakeCuts() { return std::exchange(cuts_, {}); }
 
  private:
   struct Child {
@@ -51,17 +70,22 @@ class RegistryWalk : public KeySource {
   bool Enter(const Child& child, SourceKey& key);
   void Push(OpenedKey opened, int32_t error, const Child& child, SourceKey& key);
   void ListChildren(Level& level);
+  void NoteCut(const Level& level, int32_t error);
   int32_t ReadValue(SourceValue& value, uint32_t& data_size, uint32_t& name_size);
 
   std::string start_;
   uint32_t access_;
+  uint32_t options_;
   bool started_ = false;
   std::vector<Level> levels_;
   std::string path_;
   std::string utf8_path_;
   uint32_t next_value_ = 0;
+  std::u16string key_name_;
   std::u16string name_;
+  uint32_t value_name_size_ = 0;
   std::vector<uint8_t> data_;
+  std::vector<ListingCut> cuts_;
 };
 
 // The paths of chosen roots. One that is part of another chosen root is left out: the current

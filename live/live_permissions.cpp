@@ -15,7 +15,6 @@ namespace hivequarry {
 namespace {
 
 constexpr size_t kMostAnswers = 1024;
-constexpr uint32_t kLongestDescriptor = 0x10000;
 
 struct DescriptorAnswer {
   bool matches = false;
@@ -48,20 +47,6 @@ class DescriptorAnswers {
   const PermissionQuery& query_;
   std::unordered_map<std::string, DescriptorAnswer> answers_;
 };
-
-// Empty when it can't be read.
-std::string ReadDescriptor(RegistryKey key, uint32_t parts) {
-  std::string descriptor(512, '\0');
-  for (;;) {
-    auto size = static_cast<uint32_t>(descriptor.size());
-    auto* bytes = reinterpret_cast<uint8_t*>(descriptor.data());
-    const int32_t error = CurrentRegistry().get_security(key, parts, bytes, &size);
-    const bool more = error == kRegistryMoreData && size > descriptor.size();
-    if (error != kRegistryDone && (!more || size > kLongestDescriptor)) return {};
-    descriptor.resize(size);
-    if (error == kRegistryDone) return descriptor;
-  }
-}
 
 void AddMatch(OutputList& list, const SourceKey& key, const std::string& owner,
               const std::string& account) {

@@ -36,8 +36,12 @@ inline constexpr uint32_t kRegistryAll = 0xF003F;
 inline constexpr uint32_t kRegistry64Bit = 0x0100;  // the 64-bit view
 inline constexpr uint32_t kRegistry32Bit = 0x0200;
 
-// Option of opening: a symbolic link itself, not the key that it leads to.
+// Options of opening: a symbolic link itself, not the key that it leads to; by the backup
+// privilege, whatever the key's own security says.
 inline constexpr uint32_t kRegistryOpenLink = 8;
+inline constexpr uint32_t kRegistryForBackup = 4;
+// Option of making a key: a symbolic link.
+inline constexpr uint32_t kRegistryCreateLink = 2;
 
 // Parts of a security descriptor.
 inline constexpr uint32_t kOwnerInformation = 1;
@@ -76,7 +80,7 @@ struct Registry {
 
   // These change the registry. `class_name` may be null. A key that is there is opened.
   int32_t (*create)(RegistryKey key, const char16_t* sub_key, const char16_t* class_name,
-                    uint32_t access, RegistryKey* opened) = nullptr;
+                    uint32_t options, uint32_t access, RegistryKey* opened) = nullptr;
   int32_t (*set_value)(RegistryKey key, const char16_t* name, uint32_t type, const uint8_t* data,
                        uint32_t size) = nullptr;
   int32_t (*set_security)(RegistryKey key, uint32_t parts, const uint8_t* descriptor) = nullptr;

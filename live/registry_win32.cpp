@@ -93,11 +93,11 @@ int32_t QueryClass(RegistryKey key, char16_t* name, uint32_t* size) {
 }
 
 int32_t Create(RegistryKey key, const char16_t* sub_key, const char16_t* class_name,
-               uint32_t access, RegistryKey* opened) {
+               uint32_t options, uint32_t access, RegistryKey* opened) {
   HKEY handle = nullptr;
   const LSTATUS status =
-      RegCreateKeyExW(HandleOf(key), Wide(sub_key), 0, const_cast<wchar_t*>(Wide(class_name)), 0,
-                      access, nullptr, &handle, nullptr);
+      RegCreateKeyExW(HandleOf(key), Wide(sub_key), 0, const_cast<wchar_t*>(Wide(class_name)),
+                      options, access, nullptr, &handle, nullptr);
   *opened = reinterpret_cast<RegistryKey>(handle);
   return status;
 }

@@ -106,7 +106,8 @@ void ChooseRootText(HiveImage& hive, const BuildOptions& options, const ScanTabl
                     KeyTree& tree) {
   if (!options.root_path.empty()) {
     SetRootPath(hive, options.root_path);
-  } else if (tables.roots.empty() || !RootPathFromRootKey(hive, hive.root_position)) {
+  } else if (!RootPathFromSnapshotName(hive) &&
+             (tables.roots.empty() || !RootPathFromRootKey(hive, hive.root_position))) {
     RootPathFromFileName(hive);
   }
   tree.root_text = DisplayedRoot(hive);

@@ -1,5 +1,6 @@
 #include "recovery/item_values.h"
 
+#include <algorithm>
 #include <cstdio>
 
 #include "hive/key_node.h"
@@ -40,6 +41,16 @@ ValueRow CellDetailsRow(const HiveImage& hive, uint32_t position) {
 }
 
 // A value whose length alone puts it out of reach is still a value of its key.
+// The positions that a key's value list names, kNoOffset for an entry that leads nowhere.
+std::vector<uint32_t> ListEntries(const HiveImage& hive, uint32_t key_position, uint32_t& budget) {
+  std::vector<uint32_t> positions;
+  const uint32_t count = ReadU32(hive, key_position + kKeyValueCount);
+  const uint32_t offset = ReadU32(hive, key_position + kKeyValueList);
+  if (count == 0 || offset >= kNoValueList) return positions;
+  ReadValueList(hive, count, ValueListOf(hive, key_position), budget, positions);
+  return positions;
+}
+
 bool IsShown(ValueStatus status) { return IsListed(status) || status == ValueStatus::kTooLong; }
 
 bool IsOrdinaryType(uint32_t type) { return (type >= 1 && type <= 4) || type == kRegMultiSz; }
@@ -197,17 +208,23 @@ std::string InfoWords(const HiveImage& hive, const KeyTree& tree, const KeyItem&
 
 std::vector<uint32_t> ListedValues(const HiveImage& hive, uint32_t key_position, uint32_t& budget) {
   std::vector<uint32_t> listed;
-  const uint32_t count = ReadU32(hive, key_position + kKeyValueCount);
-  const uint32_t offset = ReadU32(hive, key_position + kKeyValueList);
-  if (count == 0 || offset >= kNoValueList) return listed;
-  std::vector<uint32_t> positions;
-  ReadValueList(hive, count, ValueListOf(hive, key_position), budget, positions);
-  for (const uint32_t position : positions) {
+  for (const uint32_t position : ListEntries(hive, key_position, budget)) {
     if (position == kNoOffset) continue;
     const ValueKey value = ReadValueKey(hive, position, ValueRead::kName, kMaxValueData, nullptr);
     if (IsShown(value.status)) listed.push_back(position);
   }
   return listed;
+}
+
+std::vector<uint32_t> ListedUpToGap(const HiveImage& hive, uint32_t key_position,
+                                    uint32_t& budget) {
+  constexpr uint32_t kLeastRoom = 18;  // bytes of the image that a value needs
+  std::vector<uint32_t> entries = ListEntries(hive, key_position, budget);
+  const auto gap = std::find_if(entries.begin(), entries.end(), [&hive](uint32_t position) {
+    return position == kNoOffset || !InsideHive(hive, position, kLeastRoom);
+  });
+  entries.erase(gap, entries.end());
+  return entries;
 }
 
 ItemValues ShowItemValues(const HiveImage& hive, const KeyTree& tree, uint32_t item,

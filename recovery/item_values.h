@@ -42,6 +42,10 @@ struct ItemValues {
 // `budget` bounds the list entries read and is lowered by them.
 std::vector<uint32_t> ListedValues(const HiveImage& hive, uint32_t key_position, uint32_t& budget);
 
+// What a copy of the key is made from: the positions that its list names, readable or not, up to
+// the first that leads to no place for a value. Same budget.
+std::vector<uint32_t> ListedUpToGap(const HiveImage& hive, uint32_t key_position, uint32_t& budget);
+
 // Gathers the rows of `item`; a virtual folder gives its "Info" row. Values that cannot be read at
 // all are left out.
 ItemValues ShowItemValues(const HiveImage& hive, const KeyTree& tree, uint32_t item,

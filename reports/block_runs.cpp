@@ -107,11 +107,9 @@ bool ReadBlock(FileWindow& window, uint64_t position, Block& block) {
          size != 0 && size < 0x80000000;
 }
 
-// At least three letters of "regf".
 bool IsBaseBlock(FileWindow& window, uint64_t position) {
   uint8_t bytes[4];
-  if (!window.Read(position, bytes, sizeof(bytes))) return false;
-  return (bytes[0] == 'r') + (bytes[1] == 'e') + (bytes[2] == 'g') + (bytes[3] == 'f') >= 3;
+  return window.Read(position, bytes, sizeof(bytes)) && IsBaseBlockSignature(bytes);
 }
 
 bool FindBlock(FileWindow& window, uint64_t at, Block& block) {

@@ -12,6 +12,7 @@
 #include "hive/value_text.h"
 #include "host/host.h"
 #include "host/long_operation.h"
+#include "lists/list_rows.h"
 #include "recovery/item_values.h"
 #include "recovery/raw_record.h"
 
@@ -20,34 +21,10 @@ namespace {
 
 constexpr uint32_t kStopPollMask = 0xFF;
 
-std::string HexText(uint32_t value) {
-  constexpr char kDigits[] = "0123456789ABCDEF";
-  std::string text = "0x00000000";
-  for (size_t i = 9; i >= 2; --i, value >>= 4) text[i] = kDigits[value & 15];
-  return text;
-}
-
 void AddTexts(OutputList& list, const std::vector<std::string>& texts, uint32_t datum,
               const RowFacts& facts, int icon) {
   std::vector<std::string_view> views(texts.begin(), texts.end());
-  NewRow row;
-  row.texts = views;
-  row.icon = icon;
-  row.has_datum = datum != kNoOffset;
-  row.datum = row.has_datum ? datum : 0;
-  row.facts = facts;
-  AddRow(list, row);
-}
-
-// The lossless path of an item, empty when its code-page text has lost nothing.
-std::string LosslessPath(const HiveImage& hive, const KeyTree& tree, uint32_t item) {
-  bool lossy = false;
-  std::string path = ItemPathUtf8(hive, tree, item, &lossy);
-  return lossy ? path : std::string();
-}
-
-bool IsPlain(std::string_view text) {
-  return std::all_of(text.begin(), text.end(), [](char c) { return c > 0 && c != '?'; });
+  AddListRow(list, views, datum, facts, icon);
 }
 
 // Nearly all names are plain single-byte text, which loses nothing.
@@ -55,7 +32,7 @@ bool NameIsLossy(const HiveImage& hive, const KeyTree& tree, uint32_t item) {
   const KeyItem& it = tree.items[item];
   if (it.kind != ItemKind::kKey || it.made_name != 0) return false;
   const std::string name = ItemName(hive, tree, item);
-  return !IsPlain(name) && ItemNameUtf8(hive, tree, item) != Utf8FromNarrow(name);
+  return !IsPlainText(name) && ItemNameUtf8(hive, tree, item) != Utf8FromNarrow(name);
 }
 
 std::vector<bool> LossyPaths(const HiveImage& hive, const KeyTree& tree) {
@@ -78,16 +55,14 @@ class ValueRows {
     const ValueKey value = ReadValueKey(hive_, position, ValueRead::kData, kMaxValueData, &data_);
     const ValueRow row = MakeValueRow(hive_, value, data_, ValueViewOptions());
     RowFacts facts;
-    std::string name;
-    if (!IsPlain(value.name)) name = ValueNameUtf8(hive_, value);
-    if (name == Utf8FromNarrow(value.name)) name.clear();
+    const std::string name = LosslessName(hive_, value);
     const std::string bytes = options_.raw ? DataBytes() : std::string();
     facts.path = lossless;
     facts.name = name;
     facts.bytes = bytes;
     AddTexts(list_,
-             {path, row.name, row.type, row.data, HexText(position),
-              key == kNoOffset ? std::string() : HexText(key)},
+             {path, row.name, row.type, row.data, PositionText(position),
+              key == kNoOffset ? std::string() : PositionText(key)},
              position, facts, row.icon);
   }
 
@@ -138,7 +113,7 @@ void AddValueDetail(const HiveImage& hive, const ValueKey& value, OutputList& li
   const ValueDetailText detail = ValueDetail(hive, value.position);
   if (detail.status != ValueStatus::kRead) {
     add("Length", std::to_string(value.data_length));
-    add("Data position", HexText(value.data_position));
+    add("Data position", PositionText(value.data_position));
     add("Data", MakeValueRow(hive, value.position, ValueViewOptions()).data);
     return;
   }
@@ -152,7 +127,7 @@ void AddValueDetail(const HiveImage& hive, const ValueKey& value, OutputList& li
 // "key at 0x00001020, 88 bytes: HKLM\SOFTWARE", with the path of a key that the tree has.
 std::string RecordWords(const HiveImage& hive, const KeyTree& tree, const RecordPlace& place) {
   std::string words = RecordKindWord(place.kind);
-  words += " at " + HexText(place.position) + ", " + std::to_string(place.length) + " bytes";
+  words += " at " + PositionText(place.position) + ", " + std::to_string(place.length) + " bytes";
   const uint32_t item =
       place.kind == RecordKind::kKey ? ItemOfPosition(tree, place.position) : kNoItem;
   return item == kNoItem ? words : words + ": " + ItemPath(hive, tree, item);
@@ -193,8 +168,8 @@ OutputListPtr ListKeyTree(const HiveImage& hive, const KeyTree& tree, uint32_t i
     facts.last_write = last_write;
     facts.path = lossless;
     AddTexts(*list,
-             {path, HexText(it.position),
-              under_key ? HexText(tree.items[it.parent].position) : std::string(),
+             {path, PositionText(it.position),
+              under_key ? PositionText(tree.items[it.parent].position) : std::string(),
               FormatTimestampChecked(last_write), StatusText(it.marks), std::to_string(it.marks),
               it.connected ? "1" : "0"},
              it.position, facts, 0);
@@ -245,10 +220,11 @@ OutputListPtr ListDisconnectedValues(const HiveImage& hive, const KeyTree& tree,
 OutputListPtr ListBlocks(const HiveImage& hive) {
   OutputListPtr list = MakeOutputList(kListBins);
   for (const BinRow& bin : ListHiveBins(hive, hive.data_start, UINT32_MAX)) {
-    AddTexts(*list,
-             {BinNumberText(bin), HexText(bin.position).substr(2), BinSizeText(bin),
-              BinCopyText(bin), bin.invalid ? std::string() : HexText(bin.own_offset).substr(2)},
-             bin.position, RowFacts(), bin.invalid ? kInvalidBinColour : 0);
+    AddTexts(
+        *list,
+        {BinNumberText(bin), PositionText(bin.position).substr(2), BinSizeText(bin),
+         BinCopyText(bin), bin.invalid ? std::string() : PositionText(bin.own_offset).substr(2)},
+        bin.position, RowFacts(), bin.invalid ? kInvalidBinColour : 0);
   }
   return list;
 }
@@ -276,8 +252,8 @@ OutputListPtr ListRawRecord(const HiveImage& hive, const KeyTree& tree, uint32_t
   for (const RawField& field : record.fields) {
     const bool leads = field.leads_to != kNoOffset;
     AddTexts(*list,
-             {HexText(field.position), std::to_string(field.size), field.name, field.bytes,
-              field.meaning, leads ? HexText(field.leads_to) : std::string()},
+             {PositionText(field.position), std::to_string(field.size), field.name, field.bytes,
+              field.meaning, leads ? PositionText(field.leads_to) : std::string()},
              leads ? field.leads_to : field.position, RowFacts(), 0);
   }
   return list;

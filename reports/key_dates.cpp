@@ -5,7 +5,7 @@
 
 #include "host/host.h"
 #include "host/long_operation.h"
-#include "reports/report_rows.h"
+#include "lists/list_rows.h"
 
 namespace hivequarry {
 namespace {
@@ -85,7 +85,7 @@ void AddDateRow(const HiveImage& hive, const KeyTree& tree, uint32_t item, const
   const std::string date = has_cell ? KeyDateText(KeyDateTimeOf(facts.last_write)) : "";
   const std::string offset = PositionText(position);
   const std::string_view texts[] = {date, path, offset};
-  AddReportRow(list, texts, position, facts);
+  AddListRow(list, texts, position, facts);
 }
 
 bool IsWanted(const HiveImage& hive, const KeyTree& tree, uint32_t item,

@@ -11,7 +11,7 @@
 #include "hive/value_text.h"
 #include "host/host.h"
 #include "host/long_operation.h"
-#include "reports/report_rows.h"
+#include "lists/list_rows.h"
 
 namespace hivequarry {
 namespace {
@@ -266,7 +266,7 @@ OutputListPtr ListScriptGaps(const HiveImage& hive, const KeyTree& tree,
   const auto add = [&](uint32_t item, const std::string& name, const char* error, uint32_t datum) {
     const std::string path = ItemPath(hive, tree, item);
     const std::array<std::string_view, 3> texts = {path, name, error};
-    AddReportRow(*list, texts, datum, RowFacts());
+    AddListRow(*list, texts, datum, RowFacts());
   };
   if (written.cut_at != kNoItem) {
     add(written.cut_at, "", "Too much for a script: cut short here",

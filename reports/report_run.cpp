@@ -7,6 +7,7 @@
 #include "hive/timestamp.h"
 #include "hive/value_text.h"
 #include "host/host.h"
+#include "lists/list_rows.h"
 
 namespace hivequarry {
 namespace {
@@ -60,12 +61,8 @@ RowSubject SubjectOf(const SourceKey& key, const SourceValue& value) {
 
 void AddReportRow(OutputList& list, std::span<const std::string_view> texts,
                   const RowSubject& subject) {
-  NewRow row;
-  row.texts = texts;
-  row.has_datum = subject.position != kNoOffset;
-  row.datum = row.has_datum ? subject.position : 0;
-  row.facts = {subject.about_key, subject.last_write, subject.path, subject.name, {}};
-  AddRow(list, row);
+  AddListRow(list, texts, subject.position,
+             {subject.about_key, subject.last_write, subject.path, subject.name, {}});
 }
 
 void AddReportRow(OutputList& list, std::initializer_list<std::string_view> texts,
@@ -76,10 +73,7 @@ void AddReportRow(OutputList& list, std::initializer_list<std::string_view> text
 std::string KeyDateText(const SourceKey& key) { return FormatTimestampChecked(key.last_write); }
 
 std::string OffsetText(uint32_t position) {
-  if (position == kNoOffset) return {};
-  char text[16];
-  std::snprintf(text, sizeof(text), "0x%08X", position);
-  return text;
+  return position == kNoOffset ? std::string() : PositionText(position);
 }
 
 std::string_view NameText(const SourceValue& value) {

@@ -8,8 +8,8 @@
 #include "hive/value_text.h"
 #include "host/host.h"
 #include "host/long_operation.h"
+#include "lists/list_rows.h"
 #include "recovery/item_values.h"
-#include "reports/report_rows.h"
 #include "reports/search_sieve.h"
 
 namespace hivequarry {
@@ -173,7 +173,7 @@ class BranchSearch {
         IsPlainText(texts.front()) ? std::string() : LosslessPath(hive_, tree_, item);
     const std::vector<std::string_view> views(texts.begin(), texts.end());
     facts.path = lossless;
-    AddReportRow(list_, views, position, facts, icon);
+    AddListRow(list_, views, position, facts, icon);
   }
 
   const HiveImage& hive_;

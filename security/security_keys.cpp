@@ -78,11 +78,6 @@ std::string KeyDate(uint64_t last_write) {
   return dated ? FormatCalendar(calendar) : std::string();
 }
 
-// Plain single-byte text loses nothing.
-bool IsPlain(std::string_view text) {
-  return std::all_of(text.begin(), text.end(), [](char c) { return c > 0 && c != '?'; });
-}
-
 // What rows about a key are made of.
 struct KeyTexts {
   std::string_view path;
@@ -120,11 +115,10 @@ class KeyWalk {
     facts.about_key = true;
     facts.last_write = ReadU64(hive_, position + kKeyLastWrite);
     const KeyTexts texts = {paths_.PathOf(item), KeyDate(facts.last_write), PositionText(position)};
-    bool lossy = false;
     std::string lossless;
-    if (!IsPlain(texts.path)) lossless = ItemPathUtf8(hive_, tree_, item, &lossy);
-    if (lossy) facts.path = lossless;
-    AddTexts(list_, order(texts), position, facts);
+    if (!IsPlainText(texts.path)) lossless = LosslessPath(hive_, tree_, item);
+    facts.path = lossless;
+    AddListRow(list_, order(texts), position, facts);
   }
 
  private:
@@ -197,7 +191,7 @@ void ListUsedRecords(const HiveImage& hive, const KeyTree& tree, uint32_t item,
     const std::string aces = std::to_string(record.aces);
     const std::array<std::string_view, 5> texts = {place, keys, aces, record.owner,
                                                    record.account->name};
-    AddTexts(list, texts, record.position);
+    AddListRow(list, texts, record.position);
   }
 }
 

@@ -103,7 +103,7 @@ class AceRows {
     const std::string details = Counted("%05u", RowCount(list_) + 1);
     const std::array<std::string_view, 7> texts = {
         label, type, flags, rights, ace.sid_text, names_.Of(ace.sid_text), details};
-    AddTexts(list_, texts, record);  // without a column for them the details are dropped
+    AddListRow(list_, texts, record);  // without a column for them the details are dropped
   }
 
   const HiveImage& hive_;
@@ -124,7 +124,7 @@ void ScanSecurityCells(const HiveImage& hive, const SecurityListOptions& options
     const std::array<std::string_view, 6> texts = {place,           count,
                                                    info.owner_text, names.Of(info.owner_text),
                                                    info.group_text, names.Of(info.group_text)};
-    AddTexts(list, texts, info.position);
+    AddListRow(list, texts, info.position);
   });
 }
 

@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include "hive/key_node.h"
-#include "hive/root_path.h"
 #include "hive/value_edits.h"
 #include "tests/support/opened_hive.h"
 
@@ -65,18 +64,12 @@ TEST(ScriptValueTest, Lines) {
   EXPECT_EQ(none, "");
 }
 
-struct Exported {
-  ScriptExport result;
-  std::string text;
-};
-Exported Export(OpenedHive& opened, std::vector<uint32_t> items,
-                ScriptScope scope = ScriptScope::kBranch) {
-  Exported out;
-  out.result = ExportKeys(opened.hive, opened.tree, items, scope, [&](std::string_view piece) {
-    out.text += piece;
+ScriptExport Export(OpenedHive& opened, std::vector<uint32_t> items, std::string& text,
+                    ScriptScope scope = ScriptScope::kBranch) {
+  return ExportKeys(opened.hive, opened.tree, items, scope, [&](std::string_view piece) {
+    text += piece;
     return true;
   });
-  return out;
 }
 
 TEST(RegistryScriptTest, BranchAsDisplayed) {
@@ -92,27 +85,30 @@ TEST(RegistryScriptTest, BranchAsDisplayed) {
   SetValueEdit(opened.hive, built.ValuePosition("A", "edited"), kRegBinary, {0xAB});
   HideBranch(opened.tree, opened.Item("Hidden"));
   opened.hive.root_label += "(1)";  // tells it from another hive; no part of the registry path
-  const Exported whole = Export(opened, {0});
-  EXPECT_EQ(whole.text,
+  std::string text;
+  const ScriptExport whole = Export(opened, {0}, text);
+  EXPECT_EQ(text,
             "REGEDIT4\r\n\r\n"
             "[HKEY_LOCAL_MACHINE\\SOFTWARE]\r\n@=\"root\"\r\n\r\n"
             "[HKEY_LOCAL_MACHINE\\SOFTWARE\\A]\r\n\"n\"=dword:00000007\r\n\"edited\"=hex:ab\r\n\r\n"
             "[HKEY_LOCAL_MACHINE\\SOFTWARE\\A\\Sub]\r\n\r\n"
             "[HKEY_LOCAL_MACHINE\\SOFTWARE\\A\\Sub\\x]??[y]\r\n\r\n"
             "[Disconnected Keys\\Gone]\r\n\"g\"=dword:00000001\r\n\r\n");
-  EXPECT_EQ(whole.result.keys, 5U);
-  EXPECT_EQ(whole.result.values, 4U);
+  EXPECT_EQ(whole.keys, 5U);
+  EXPECT_EQ(whole.values, 4U);
   const uint32_t lost = built.ValuePosition("A", "lost");
-  EXPECT_EQ(whole.result.skipped, (std::vector<SkippedValue>{{opened.Item("A"), lost}}));
-  EXPECT_EQ(whole.result.cut_at, kNoItem);
-  const OutputListPtr gaps = ListScriptGaps(opened.hive, opened.tree, whole.result);
+  EXPECT_EQ(whole.skipped, (std::vector<SkippedValue>{{opened.Item("A"), lost}}));
+  EXPECT_EQ(whole.cut_at, kNoItem);
+  const OutputListPtr gaps = ListScriptGaps(opened.hive, opened.tree, whole);
   EXPECT_EQ(CellText(*gaps, 0, 0), "HKLM\\SOFTWARE\\A");
   EXPECT_EQ(RowDatum(*gaps, 0), lost);
   const uint32_t sub = opened.Item("A\\Sub");
   const uint32_t positions[] = {built.PositionOf("A\\Sub"), built.ValuePosition("", ""),
                                 built.PositionOf("Hidden"), 4};
   EXPECT_EQ(KeysOfPositions(opened.hive, opened.tree, positions), (std::vector<uint32_t>{0, sub}));
-  EXPECT_EQ(Export(opened, {sub, 0}, ScriptScope::kKey).text,
+  text.clear();
+  Export(opened, {sub, 0}, text, ScriptScope::kKey);
+  EXPECT_EQ(text,
             "REGEDIT4\r\n\r\n[HKEY_LOCAL_MACHINE\\SOFTWARE\\A\\Sub]\r\n\r\n"
             "[HKEY_LOCAL_MACHINE\\SOFTWARE]\r\n@=\"root\"\r\n\r\n");
 }
@@ -130,42 +126,39 @@ BuiltHive SharedValues() {
   return built;
 }
 
+// Keys one below the other.
+BuiltHive Nested(int levels, size_t name_length) {
+  HiveBuilder builder;
+  KeyRef key = builder.Root();
+  for (int level = 1; level <= levels; ++level) key = key.NewKey(std::string(name_length, 'k'));
+  return builder.Build();
+}
+
 TEST(RegistryScriptTest, LimitsCutShort) {
-  HiveBuilder deep;
-  HiveBuilder wide;  // its sixth level has a path of 1205 characters
-  HiveBuilder big;
-  KeyRef key = deep.Root();
-  for (int level = 1; level <= 400; ++level) key = key.NewKey("k");
-  key = wide.Root();
-  for (int level = 1; level <= 8; ++level) key = key.Key(std::string(200, 'p')).Dword("v", 1);
-  big.Key("A").Binary("long", kMaxValueData + 1);
-  big.Key("B");
+  HiveBuilder builder;
+  builder.Key("A").Binary("long", kMaxValueData + 1);
+  builder.Key("B");
+  const BuiltHive big = builder.Build();
+  BuiltHive damaged = big;  // a length that the hive has no room for: of that value alone
+  damaged.SetU32(damaged.ValuePosition("A", "long"), 8, 0x7FFFFFFF);
   const struct {
     BuiltHive built;
     uint32_t least_keys;
     uint32_t most_keys;
-  } kCases[] = {
-      {deep.Build(), 384, 384}, {wide.Build(), 6, 6}, {big.Build(), 2, 2}, {SharedValues(), 3, 20}};
+    bool cut = true;
+  } kCases[] = {{Nested(400, 1), 384, 384},
+                {Nested(8, 200), 6, 6},
+                {big, 2, 2},
+                {damaged, 3, 3, false},
+                {SharedValues(), 3, 20}};
   for (const auto& at : kCases) {
     OpenedHive opened(at.built);
-    const Exported out = Export(opened, {0});
-    EXPECT_GE(out.result.keys, at.least_keys);
-    EXPECT_LE(out.result.keys, at.most_keys);
-    EXPECT_NE(out.result.cut_at, kNoItem);
+    std::string text;
+    const ScriptExport written = Export(opened, {0}, text);
+    EXPECT_GE(written.keys, at.least_keys);
+    EXPECT_LE(written.keys, at.most_keys);
+    EXPECT_EQ(written.cut_at != kNoItem, at.cut);
   }
-  // A length that the hive has no room for is damage of that value alone.
-  BuiltHive built = big.Build();
-  built.SetU32(built.ValuePosition("A", "long"), 8, 0x7FFFFFFF);
-  OpenedHive opened(built);
-  EXPECT_EQ(Export(opened, {0}).result.keys, 3U);
-}
-
-TEST(RegistryScriptTest, RootsThatDeleteAreNone) {
-  HiveBuilder builder("-HKEY_LOCAL_MACHINE\\SYSTEM");
-  OpenedHive opened(builder.Build());
-  EXPECT_FALSE(HasScriptRoot(opened.hive));
-  SetRootPath(opened.hive, "HKCU\\X");
-  EXPECT_TRUE(HasScriptRoot(opened.hive));
 }
 
 }  // namespace

@@ -33,6 +33,11 @@ constexpr const char* kFolder =
     "5000 3100 00000000 9f459954 1000 5a5f54656d700000 3a00 0800 0400efbe 6c43908d 9f459954 2a00"
     "0000730e0000000001000000000000000000000000000000 5a005f00540065006d0070000000 1600";
 
+// A name in a property store.
+constexpr const char* kNamed =
+    "3100 0000 2b00 bbaf933b 1f000400 00000000 31535053 30f125b7ef471a10a5f102608c9eebac"
+    "17000000 0a000000 00 1f000000 02000000 4e005300 0000";
+
 TEST(ShellItems, KnownKinds) {
   const struct {
     const char* item;
@@ -49,9 +54,7 @@ TEST(ShellItems, KnownKinds) {
       {"1e00 7180 00000000000000000000 e4c006bb93d2754f8a90cb05b6477eee", "System"},
       {"2000 0000 1a00 eebbfe23 00001000 7db10d7bd29c934a973346cc89022e7c 0000",
        "Documents Library"},
-      {"3100 0000 2b00 bbaf933b 1f000400 00000000 31535053 30f125b7ef471a10a5f102608c9eebac "
-       "17000000 0a000000 00 1f000000 02000000 4e005300 0000",
-       "NS"},
+      {kNamed, "NS"},
       {"8200 7400 1c00 43465346 1600 3100 00000000 7c4cce00 1000 44726f70626f7800", "Dropbox"},
       {"0600 4200 0000", "{type 0x42}"},
       {"0300 99", "{type 0x99}"},
@@ -101,7 +104,7 @@ TEST(ShellItems, Lists) {
 
 // For the sanitizers; and nothing grows with what the bytes claim.
 TEST(ShellItems, AnyBytes) {
-  const Bytes sound = Hex(std::string(kComputer) + kDriveC + kFolder + "0000");
+  const Bytes sound = Hex(std::string(kComputer) + kDriveC + kFolder + kNamed);
   std::mt19937 random(1);
   for (int round = 0; round < 20000; ++round) {
     Bytes bytes(sound.begin(), sound.begin() + random() % (sound.size() + 1));

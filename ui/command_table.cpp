@@ -4,6 +4,7 @@
 #include "ui/bookmarks_dialog.h"
 #include "ui/commands.h"
 #include "ui/edit_commands.h"
+#include "ui/export_commands.h"
 #include "ui/handlers.h"
 #include "ui/list_commands.h"
 #include "ui/misc_commands.h"
@@ -28,7 +29,6 @@ constexpr uint16_t kKeyF6 = 0x75;
 
 // Commands of features that are not part of the program yet and that have no number of old.
 constexpr uint16_t kCompareWorkspace = 9301;
-constexpr uint16_t kExportFolder = 9303;
 constexpr uint16_t kMergeFolder = 9304;
 
 constexpr uint16_t ReportNumber(Report report) {
@@ -46,8 +46,9 @@ constexpr Command kCommands[] = {
      .tooltip = "Open File", .icon = ToolIcon::kOpen, .accelerator = {'O', kWithControl},
      .handler = OnOpenFile},
     {.number = 5104, .menu = "&File", .text = "Re&create Hive", .handler = OnNothing},
-    {.number = 1419, .menu = "&File", .text = "Export Hive to &reg file", .group_start = true,
-     .guard = Guard::kRunningOrBackup, .needs = Needs::kNever},
+    {.number = kCommandExportHive, .menu = "&File", .text = "Export Hive to &reg file",
+     .group_start = true, .guard = Guard::kRunningOrBackup, .needs = Needs::kHive,
+     .handler = OnExportHive},
     {.number = kCommandListSecurity, .menu = kSecurityMenu, .text = "List &Security Records",
      .needs = Needs::kHive, .handler = OnListSecurityRecords},
     {.number = kCommandListAces, .menu = kSecurityMenu, .text = "List &ACEs",
@@ -137,7 +138,7 @@ constexpr Command kCommands[] = {
      .text = "&Files named by keys", .needs = Needs::kItem, .handler = OnReport<Report::kFiles>},
     {.number = ReportNumber(Report::kCountKeys), .menu = kReportsMenu, .text = "Cou&nt keys",
      .group_start = true, .needs = Needs::kItem, .handler = OnReport<Report::kCountKeys>},
-    {.number = ReportNumber(Report::kOpenSaveMru), .menu = kReportsMenu, .text = "Open&SaveMRU",
+    {.number = ReportNumber(Report::kOpenSaveMru), .menu = kReportsMenu, .text = "OpenSave&MRU",
      .needs = Needs::kItem, .handler = OnReport<Report::kOpenSaveMru>},
     {.number = ReportNumber(Report::kStreamMru), .menu = kReportsMenu, .text = "S&treamMRU",
      .needs = Needs::kItem, .handler = OnReport<Report::kStreamMru>},
@@ -261,7 +262,8 @@ constexpr Command kCommands[] = {
      .needs = Needs::kNever},
     {.number = kCommandGoToRegedit, .text = "&Go to Regedit", .needs = Needs::kKey,
      .handler = OnGoToRegedit},
-    {.number = kExportFolder, .text = "&Export Folder", .needs = Needs::kNever},
+    {.number = kCommandExportFolder, .text = "&Export Folder", .needs = Needs::kItem,
+     .handler = OnExportFolder},
     {.number = kMergeFolder, .text = "&Merge Folder into Registry", .needs = Needs::kNever},
     {.number = kCommandSecurityRecord, .text = "&Security Record\tAlt+s",
      .accelerator = {'S', kWithAlt}, .needs = Needs::kKeyCell, .handler = OnSecurityRecord},
@@ -312,7 +314,7 @@ constexpr uint16_t kToolbar[] = {
 constexpr uint16_t kTreeMenu[] = {
     kCommandFindInList, kCommandTreeFindNext, kCommandTreeFindPrevious, kGroupGap,
     kCommandExpand, kCommandCollapse, kCommandCurrentBranch, kGroupGap,
-    kCommandGoToRegedit, 4143, kExportFolder, kMergeFolder, kGroupGap,
+    kCommandGoToRegedit, 4143, kCommandExportFolder, kMergeFolder, kGroupGap,
     kCommandSearchBranch, kCommandKeyDates, kGroupGap,
     kCommandSecurityRecord, kCommandKeysOfRecord, kCommandKeysOfOwner, kGroupGap,
     kCommandAddToBookmarks, kCommandCopyKeyName, kCommandRawKey, kGroupGap,

@@ -90,9 +90,10 @@ void OnExportHive(MainWindow& window) { StartBranch(window, 0); }
 void OnExportFolder(MainWindow& window) { StartBranch(window, SelectedItem(window.tree)); }
 
 void OnListExport(ListPlace& place) {
-  if (place.owner->slot < 0) return;
+  std::vector<uint32_t> rows = SelectedRows(place);
+  if (rows.empty()) rows.push_back(ModelRow(place, static_cast<uint32_t>(FocusedRow(place))));
   std::vector<uint32_t> positions;
-  for (const uint32_t row : SelectedRows(place)) {
+  for (const uint32_t row : rows) {
     if (RowHasDatum(*place.model, row)) positions.push_back(RowDatum(*place.model, row));
   }
   StartExport(place, [&hive = ShownHive(*place.owner), &tree = *place.owner->key_tree,

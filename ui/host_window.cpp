@@ -19,7 +19,8 @@ void Announce(HostWindow& host) {
 UINT BoxFlags(Icon icon, Buttons buttons) {
   constexpr UINT kIconFlags[] = {0, MB_ICONINFORMATION, MB_ICONEXCLAMATION, MB_ICONQUESTION,
                                  MB_ICONHAND};
-  constexpr UINT kButtonFlags[] = {MB_OK, MB_OKCANCEL, MB_YESNO, MB_YESNOCANCEL};
+  constexpr UINT kButtonFlags[] = {MB_OK, MB_OKCANCEL, MB_YESNO, MB_YESNOCANCEL,
+                                   MB_YESNO | MB_DEFBUTTON2};
   return kIconFlags[static_cast<int>(icon)] | kButtonFlags[static_cast<int>(buttons)];
 }
 

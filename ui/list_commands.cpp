@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <initializer_list>
 
+#include "ui/export_commands.h"
 #include "ui/list_handlers.h"
 #include "ui/raw_view.h"
 #include "ui/regedit_commands.h"
@@ -47,9 +48,9 @@ constexpr ListCommand kCommands[] = {
     {.number = kCommandRecordProperties, .text = "&Properties Security Record",
      .needs = ListNeeds::kFocus, .about = ListAbout::kSecurity, .handler = OnRowsSecurityRecord},
     {.number = kCommandCopyClassId, .text = "Copy CLS&ID",
-     .needs = ListNeeds::kFocus, .about = ListAbout::kClasses, .handler = OnCopyClassId},
+     .needs = ListNeeds::kSelection, .about = ListAbout::kClasses, .handler = OnCopyClassId},
     {.number = kCommandListExport, .text = "&Export",
-     .needs = ListNeeds::kNever, .about = ListAbout::kKeys},
+     .needs = ListNeeds::kFocus, .about = ListAbout::kKeys, .handler = OnListExport},
 
     {.number = kCommandSaveListText, .text = "&Save as Text File", .submenu = kWhole,
      .tooltip = "Save List as Text file", .icon = ToolIcon::kSaveText,

@@ -11,13 +11,19 @@
 namespace hivequarry {
 namespace {
 
-// The sub menu of that title, appended where there is none.
-HMENU SubMenu(HMENU menu, const std::wstring& title) {
+// Null where there is none of that title.
+HMENU FindSubMenu(HMENU menu, const std::wstring& title) {
   for (int i = 0; i < GetMenuItemCount(menu); ++i) {
     wchar_t text[128] = L"";
     GetMenuStringW(menu, static_cast<UINT>(i), text, 128, MF_BYPOSITION);
     if (title == text) return GetSubMenu(menu, i);
   }
+  return nullptr;
+}
+
+// The sub menu of that title, appended where there is none.
+HMENU SubMenu(HMENU menu, const std::wstring& title) {
+  if (const HMENU found = FindSubMenu(menu, title); found != nullptr) return found;
   const HMENU sub = CreatePopupMenu();
   AppendMenuW(menu, MF_POPUP, reinterpret_cast<UINT_PTR>(sub), title.c_str());
   return sub;
@@ -42,11 +48,14 @@ void AppendItem(HMENU menu, uint32_t number, const std::wstring& text) {
   AppendMenuW(menu, MF_STRING, number, text.c_str());
 }
 
-// A sub menu's group starts with the sub menu itself.
+// The group of a sub menu's first command starts with the sub menu itself.
 void AppendToMenu(HMENU main_menu, const Command& command) {
   const std::string_view path = command.menu;
   const std::string_view top = path.substr(0, path.find('>'));
-  if (command.group_start) StartGroup(MenuOfPath(main_menu, top));
+  const HMENU parent = MenuOfPath(main_menu, top);
+  const bool first =
+      top != path && FindSubMenu(parent, WideName(path.substr(top.size() + 1))) == nullptr;
+  if (command.group_start) StartGroup(first ? parent : MenuOfPath(main_menu, path));
   AppendItem(MenuOfPath(main_menu, path), command.number, WideName(command.text));
 }
 

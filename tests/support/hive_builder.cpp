@@ -35,8 +35,7 @@ std::u16string ChildName(uint32_t parent, std::u16string_view name) {
   std::u16string text;
   text += static_cast<char16_t>(parent & 0xFFFF);
   text += static_cast<char16_t>(parent >> 16);
-  text += name;
-  return UpperText(std::move(text));
+  return text + UpperText(std::u16string(name));
 }
 
 // A build under way: keys in tree order, each with its cells behind it; links are filled in once

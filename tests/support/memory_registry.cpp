@@ -2,9 +2,13 @@
 
 #include <algorithm>
 #include <cstring>
+#include <filesystem>
 
 #include "hive/value_text.h"
 #include "host/case.h"
+#include "host/files.h"
+#include "host/host.h"
+#include "tests/support/memory_hives.h"
 
 namespace hivequarry::testing {
 namespace {
@@ -50,7 +54,10 @@ int32_t Open(RegistryKey key, const char16_t* sub_key, uint32_t options, uint32_
   const bool open_link = (options & kRegistryOpenLink) != 0;
   MemoryKey* const found = FindBelow(KeyOf(key), sub_key, open_link, 0);
   if (found == nullptr) return kRegistryNotFound;
-  if (found->open_error != kRegistryDone) return found->open_error;
+  const bool by_privilege = (options & kRegistryForBackup) != 0 &&
+                            in_force->enabled.contains(u"SeBackupPrivilege") &&
+                            found->open_error == kRegistryDenied;
+  if (found->open_error != kRegistryDone && !by_privilege) return found->open_error;
   const bool security = (access & kRegistrySystemSecurity) != 0;
   if (security && !in_force->enabled.contains(u"SeSecurityPrivilege")) return kPrivilegeNotHeld;
   *opened = in_force->next_handle++;
@@ -122,7 +129,7 @@ int32_t QueryClass(RegistryKey key, char16_t* name, uint32_t* size) {
 }
 
 int32_t Create(RegistryKey key, const char16_t* sub_key, const char16_t* class_name,
-               uint32_t access, RegistryKey* opened) {
+               uint32_t options, uint32_t access, RegistryKey* opened) {
   MemoryKey* at = KeyOf(key);
   for (std::u16string_view path = sub_key; !path.empty();) {
     const std::u16string_view name = TakeName(path);
@@ -131,10 +138,11 @@ int32_t Create(RegistryKey key, const char16_t* sub_key, const char16_t* class_n
     if (child == nullptr) {
       child = &at->Add(name);
       if (class_name != nullptr) child->class_name = class_name;
+      child->is_link = (options & kRegistryCreateLink) != 0;
     }
     at = child;
   }
-  return Open(key, sub_key, 0, access, opened);
+  return Open(key, sub_key, kRegistryOpenLink, access, opened);
 }
 
 int32_t SetValue(RegistryKey key, const char16_t* name, uint32_t type, const uint8_t* data,
@@ -145,8 +153,122 @@ int32_t SetValue(RegistryKey key, const char16_t* name, uint32_t type, const uin
   return kRegistryDone;
 }
 
-int32_t SetSecurity(RegistryKey key, uint32_t, const uint8_t*) {
-  return KeyOf(key)->write_error;  // nothing asks for it back as yet
+// The bytes of a self-relative descriptor, up to the end of its last part.
+std::vector<uint8_t> DescriptorBytes(const uint8_t* bytes) {
+  const auto u32 = [&](uint32_t at) {
+    return bytes[at] | bytes[at + 1] << 8 | bytes[at + 2] << 16;
+  };
+  int end = 20;
+  for (const uint32_t field : {4U, 8U}) {  // owner and group: SIDs
+    const int sid = u32(field);
+    if (sid != 0) end = std::max(end, sid + 8 + 4 * bytes[sid + 1]);
+  }
+  for (const uint32_t field : {12U, 16U}) {  // access lists know their size
+    const int list = u32(field);
+    if (list != 0) end = std::max(end, list + (bytes[list + 2] | bytes[list + 3] << 8));
+  }
+  return {bytes, bytes + end};
+}
+
+int32_t SetSecurity(RegistryKey key, uint32_t, const uint8_t* descriptor) {
+  MemoryKey& at = *KeyOf(key);
+  if (at.write_error == kRegistryDone) at.security = DescriptorBytes(descriptor);
+  return at.write_error;
+}
+
+// The answer to force for a function, or that of a privilege that is missing.
+int32_t Refusal(const char* function, const char16_t* privilege) {
+  const auto forced = in_force->errors.find(function);
+  if (forced != in_force->errors.end() && forced->second != kRegistryDone) return forced->second;
+  return in_force->enabled.contains(privilege) ? kRegistryDone : kPrivilegeNotHeld;
+}
+
+bool IsThere(const std::string& file) {
+  std::error_code error;
+  return std::filesystem::exists(FilePath(file), error);
+}
+
+bool WriteBytes(const std::string& file, const Bytes& bytes) {
+  int error = 0;
+  std::FILE* const stream = OpenFile(file, "wb", error);
+  if (stream == nullptr) return false;
+  const size_t written = std::fwrite(bytes.data(), 1, bytes.size(), stream);
+  return std::fclose(stream) == 0 && written == bytes.size();
+}
+
+Bytes ReadBytesOf(const std::string& file) {
+  Bytes bytes;
+  int error = 0;
+  std::FILE* const stream = OpenFile(file, "rb", error);
+  if (stream == nullptr) return bytes;
+  bytes.resize(static_cast<size_t>(FileSize(stream)));
+  SeekFile(stream, 0);
+  bytes.resize(std::fread(bytes.data(), 1, bytes.size(), stream));
+  std::fclose(stream);
+  return bytes;
+}
+
+int32_t SaveBy(const char* function, RegistryKey key, const char16_t* file) {
+  const int32_t refused = Refusal(function, u"SeBackupPrivilege");
+  if (refused != kRegistryDone) return refused;
+  const std::string name = Utf8FromWide(file);
+  if (IsThere(name)) return kRegistryFileExists;
+  const MemoryKey& branch = *KeyOf(key);
+  if (branch.save_error != kRegistryDone) return branch.save_error;
+  const std::u16string& root = branch.file.empty() ? branch.name : branch.file_root;
+  return WriteBytes(name, HiveOfBranch(branch, root)) ? kRegistryDone : 3;
+}
+
+int32_t Save(RegistryKey key, const char16_t* file) { return SaveBy("save", key, file); }
+
+int32_t SaveNatively(RegistryKey key, const char16_t* file) {
+  return SaveBy("save_natively", key, file);
+}
+
+int32_t Load(RegistryKey root, const char16_t* sub_key, const char16_t* file) {
+  const int32_t refused = Refusal("load", u"SeRestorePrivilege");
+  if (refused != kRegistryDone) return refused;
+  const std::string name = Utf8FromWide(file);
+  MemoryKey& parent = *KeyOf(root);
+  if (!IsThere(name)) return kRegistryNotFound;
+  if (parent.Find(sub_key) != nullptr) return kRegistryFileExists;
+  const Bytes hive = ReadBytesOf(name);
+  const int32_t error = CheckLoadable(hive);
+  if (error != kRegistryDone) return error;
+  MemoryKey& branch = parent.Add(sub_key);
+  branch.file = name;
+  branch.file_root = BranchFromHive(hive, branch);
+  return WriteBytes(name + ".LOG", Bytes(512)) ? kRegistryDone : 3;
+}
+
+bool HoldsOpened(const MemoryKey& branch) {
+  const auto is_branch = [&](const auto& opened) { return opened.second == &branch; };
+  return std::ranges::any_of(in_force->opened, is_branch) ||
+         std::ranges::any_of(branch.keys, [](const auto& key) { return HoldsOpened(*key); });
+}
+
+int32_t Unload(RegistryKey root, const char16_t* sub_key) {
+  const int32_t refused = Refusal("unload", u"SeRestorePrivilege");
+  if (refused != kRegistryDone) return refused;
+  MemoryKey& parent = *KeyOf(root);
+  const MemoryKey* const branch = parent.Find(sub_key);
+  if (branch == nullptr) return kRegistryNotFound;
+  if (branch->file.empty()) return 87;
+  if (HoldsOpened(*branch)) return kRegistryDenied;
+  const bool written = WriteBytes(branch->file, HiveOfBranch(*branch, branch->file_root));
+  std::erase_if(parent.keys, [&](const auto& key) { return key.get() == branch; });
+  return written ? kRegistryDone : 3;
+}
+
+int32_t Replace(RegistryKey root, const char16_t* sub_key, const char16_t* new_file,
+                const char16_t* old_file) {
+  const int32_t refused = Refusal("replace", u"SeRestorePrivilege");
+  if (refused != kRegistryDone) return refused;
+  const ReplacedHive noted = {KeyOf(root)->name + (*sub_key == 0 ? u"" : u"\\") + sub_key,
+                              Utf8FromWide(new_file), Utf8FromWide(old_file)};
+  if (!IsThere(noted.new_file)) return kRegistryNotFound;
+  in_force->replaced.push_back(noted);
+  return kRegistryDone;
 }
 
 int32_t SetPrivilege(const char16_t* name, bool enable, bool* was_enabled) {
@@ -206,6 +328,11 @@ MemoryRegistry::MemoryRegistry() : before_(CurrentRegistry()) {
   table.create = Create;
   table.set_value = SetValue;
   table.set_security = SetSecurity;
+  table.save = Save;
+  table.save_natively = SaveNatively;
+  table.load = Load;
+  table.unload = Unload;
+  table.replace = Replace;
   table.error_text = [](int32_t error) { return "error " + std::to_string(error); };
   table.set_privilege = SetPrivilege;
   SetRegistry(table);

@@ -28,6 +28,10 @@ struct MemoryKey {
   int32_t open_error = kRegistryDone;   // the answer to whoever opens it
   int32_t write_error = kRegistryDone;  // and to whoever sets a value or makes a key in it
   std::u16string link;                  // path from a root, of a symbolic link
+  bool is_link = false;                 // made as one, or read so from a file
+  int32_t save_error = kRegistryDone;   // to whoever saves it
+  std::string file;                     // UTF-8, of a hive that is loaded here
+  std::u16string file_root;             // the name of that hive's root key
 
   MemoryValue& Set(std::u16string_view value, uint32_t value_type, std::vector<uint8_t> bytes);
   MemoryValue& SetText(std::u16string_view value, std::u16string_view text);
@@ -35,6 +39,16 @@ struct MemoryKey {
   MemoryKey* Find(std::u16string_view key) const;  // a direct child; null when missing
 };
 
+struct ReplacedHive {
+  std::u16string key;  // "HKLM\\SOFTWARE"
+  std::string new_file;
+  std::string old_file;
+  bool operator==(const ReplacedHive&) const = default;
+};
+
+// Saves and loads real hive files, as a system does: with the privileges that it asks for, errors
+// 183 for a file that is there and 1009 for one that is no hive, and a ".LOG" file left beside a
+// loaded one. Unloading writes the branch back; it fails with 5 while keys of it are open.
 class MemoryRegistry {
  public:
   MemoryRegistry();
@@ -53,6 +67,9 @@ class MemoryRegistry {
   std::set<std::u16string> enabled;
   std::map<RegistryKey, MemoryKey*> opened;
   RegistryKey next_handle = 1;
+  // Answers to force, by function: "save", "save_natively", "load", "unload", "replace".
+  std::map<std::string, int32_t> errors;
+  std::vector<ReplacedHive> replaced;
 
  private:
   Registry before_;

@@ -249,13 +249,13 @@ TEST_F(CommandsTest, ContextMenus) {
   EXPECT_EQ(
       ContextTexts(CommandPlace::kTreeMenu, true),
       (Texts{"&Find\tCtrl+F", "Find &next\tF3", "Find &previous\tF4", "E&xpand subfolders",
-             "Coll&apse subfolders", "&Current Branch\tCtrl+b", "&Go to Regedit",
+             "Coll&apse subfolders", "&Current Branch\tCtrl+b", "&Go to Regedit", "&Export Folder",
              "&Search...\tCtrl+Shift+F", "Key &Dates...", "&Security Record\tAlt+s",
              "Keys with this Security &Record", "Keys with this &Owner Sid", "Add to &Bookmarks",
              "&Copy Key Name", "Ra&w record", "Open &Key", "&Delete Keys from Tree"}));
   EXPECT_EQ(ContextTexts(CommandPlace::kTreeMenu, false),
-            (Texts{"Compare &Folder to Registry", "&Export Folder", "&Merge Folder into Registry",
-                   "Open valid &Root", "Sho&w all keys again"}));
+            (Texts{"Compare &Folder to Registry", "&Merge Folder into Registry", "Open valid &Root",
+                   "Sho&w all keys again"}));
   SelectPath("Alpha\\Beta");
   SelectRow(0);
   EXPECT_EQ(ContextTexts(CommandPlace::kValueMenu, true),

@@ -261,7 +261,7 @@ TEST_F(ListTest, GuardsAndNeeds) {
       {1491, true, false, false, false},  {1505, true, false, true, false},
       {1506, true, false, true, false},   {4148, true, false, true, false},
       {9201, true, false, true, false},   {9205, true, false, true, false},
-      {9209, false, false, false, false}, {9213, false, false, false, false}};
+      {9209, false, false, false, false}, {9213, true, false, true, false}};
   ListPlace& full = OpenList(MakeRows(51, {{"a"}}));
   FocusRow(full, 0, false);
   const ListPlace& empty = OpenList(MakeOutputList(51));

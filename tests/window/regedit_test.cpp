@@ -9,15 +9,14 @@
 namespace hivequarry::testing {
 namespace {
 
-constexpr wchar_t kTestKey[] = L"Software\\HQTest";
+const std::wstring kTestKey = L"Software\\HQTest";
 const std::string kTestPath = "HKEY_CURRENT_USER\\Software\\HQTest";
 
-void MakeKey(const std::wstring& path, std::initializer_list<const wchar_t*> values = {}) {
+void MakeKey(const std::wstring& path, std::initializer_list<const wchar_t*> values) {
   HKEY key = nullptr;
-  const std::wstring whole = std::wstring(kTestKey) + L"\\" + path;
-  ASSERT_EQ(RegCreateKeyExW(HKEY_CURRENT_USER, whole.c_str(), 0, nullptr, 0, KEY_ALL_ACCESS,
-                            nullptr, &key, nullptr),
-            ERROR_SUCCESS);
+  const std::wstring whole = kTestKey + path;
+  RegCreateKeyExW(HKEY_CURRENT_USER, whole.c_str(), 0, nullptr, 0, KEY_WRITE, nullptr, &key,
+                  nullptr);
   for (const wchar_t* name : values) {
     RegSetValueExW(key, name, 0, REG_SZ, reinterpret_cast<const BYTE*>(L"x"), 4);
   }
@@ -71,16 +70,16 @@ class RegeditTest : public ListTest {
  protected:
   void SetUp() override {
     ListTest::SetUp();
-    RegDeleteTreeW(HKEY_CURRENT_USER, kTestKey);
-    MakeKey(L"Alpha\\Beta\\Inner", {});
-    MakeKey(L"Alpha\\Beta", {L"Apple", L"Banana", L"Blackberry", L"Cherry"});
-    MakeKey(L"Alpha\\\x0416\x4E2D", {});
+    RegDeleteTreeW(HKEY_CURRENT_USER, kTestKey.c_str());
+    MakeKey(L"\\Alpha\\Beta\\Inner", {});
+    MakeKey(L"\\Alpha\\Beta", {L"Apple", L"Banana", L"Blackberry", L"Cherry"});
+    MakeKey(L"\\Alpha\\\x0416\x4E2D", {});
     ASSERT_EQ(FindEditor(), nullptr);
   }
   void TearDown() override {
     if (FindEditor() != nullptr) PostMessageW(FindEditor(), WM_CLOSE, 0, 0);
     EXPECT_TRUE(PumpUntil([] { return FindEditor() == nullptr; }));
-    RegDeleteTreeW(HKEY_CURRENT_USER, kTestKey);
+    RegDeleteTreeW(HKEY_CURRENT_USER, kTestKey.c_str());
     ListTest::TearDown();
   }
   void FinishWork() {
@@ -112,12 +111,6 @@ TEST(Regedit, RecordsOfBothWordSizes) {
   for (const auto& layout : {kItemRecord32, kItemRecord64}) {
     EXPECT_EQ(TextOfRecord(layout, MakeItemRecord(layout, 1, 0x55667788)), 0x55667788U);
   }
-}
-
-TEST(Regedit, SettleDelay) {
-  const std::pair<uint32_t, uint32_t> cases[] = {{0, 450},   {99, 450},  {100, 420}, {199, 420},
-                                                 {200, 400}, {319, 400}, {320, 380}, {9999, 380}};
-  for (const auto& [speed, delay] : cases) EXPECT_EQ(SettleDelay(speed), delay) << speed;
 }
 
 TEST_F(RegeditTest, CommandsStartTheEditorAndLeadIt) {
@@ -180,13 +173,25 @@ TEST_F(RegeditTest, WalksFromTheDeepestCommonKey) {
   EXPECT_EQ(go(kTestPath), "HKEY_CURRENT_USER\\Software");  // from the top: the false one
 }
 
+TEST_F(RegeditTest, TellsWhenThereIsNoEditor) {
+  wchar_t file[MAX_PATH] = L"";
+  GetSystemWindowsDirectoryW(file, MAX_PATH);
+  wcscat(file, L"\\regedit.exe");
+  const std::wstring elsewhere = std::wstring(file) + L".away";
+  if (MoveFileW(file, elsewhere.c_str()) == FALSE) GTEST_SKIP() << "the system keeps its editor";
+  EXPECT_EQ(GoToRegedit(kTestPath, ""), kEditorMissing);
+  MoveFileW(elsewhere.c_str(), file);
+  EXPECT_EQ(TakeBoxes(), Texts{"Hivequarry: Unable to launch Regedit !"});
+  EXPECT_NE(EditorErrorText(), "");
+}
+
 TEST_F(RegeditTest, WalksThirtyTwoLevels) {
-  std::wstring deep = L"d";
-  for (int level = 1; level < 40; ++level) deep += L"\\d";
-  MakeKey(deep);
-  const std::string expected = kTestPath + "\\" + Utf8Name(deep).substr(0, 2 * 29 - 1);
+  std::wstring deep;
+  for (int level = 0; level < 40; ++level) deep += L"\\d";
+  MakeKey(deep, {});
+  const std::string expected = kTestPath + Utf8Name(deep).substr(0, 2 * 29);
   for (int time = 0; time < 2; ++time) {  // then from there
-    GoToRegedit(kTestPath + "\\" + Utf8Name(deep), "Apple");
+    GoToRegedit(kTestPath + Utf8Name(deep), "Apple");
     EXPECT_EQ(ShownKey(), expected);
   }
 }

@@ -1,6 +1,7 @@
 // Search, key dates and special reports, asked for as a user does.
 #include "reports/key_dates.h"
 #include "reports/search.h"
+#include "tests/support/sample_hives.h"
 #include "tests/window/list_fixture.h"
 #include "ui/dates_dialog.h"
 #include "ui/report_commands.h"
@@ -171,16 +172,11 @@ TEST_F(SearchWindowTest, RowsOfSearches) {
 }
 
 TEST_F(SearchWindowTest, SaysWhenKeysLieTooDeep) {
-  HiveBuilder hive;
-  std::string path = "run";
-  for (int level = 0; level < 400; ++level) path += "\\k";
-  hive.Key(path);
-  const TempFile deep(hive.Build().bytes, "DEEP");
+  const TempFile deep(DeepHive(400), "DEEP");
   CloseWindow();
   MakeWindow();
   Open(deep.name());
-  TheLastSearch().settings.text = "run";
-  { FILE* f = fopen("Z:\\tmp\\U\\deep.hiv", "wb"); const auto b = hive.Build().bytes; fwrite(b.data(), 1, b.size(), f); fclose(f); }
+  TheLastSearch().settings.text = "level0";
   InNextDialog([](HWND dialog) { Click(dialog, IDOK); });
   Run(kCommandSearchWorkspace);
   const ListPlace* place = Filled(L"Search results");

@@ -155,20 +155,20 @@ TEST_F(SecurityWindowTest, LaysOutAsFarAsItIsLarge) {
 TEST_F(SecurityWindowTest, OpensWhereTheLastOneWasClosedOrAtTheMainWindow) {
   RECT main;
   GetWindowRect(handle_, &main);
-  const RECT kinds[] = {{main.left + 40, main.top + 30, main.left + 540, main.top + 330},
-                        {main.right + 5, main.bottom + 5, main.right + 505, main.bottom + 305}};
-  for (const RECT& closed : kinds) {
+  const SIZE size{Scale(500, window_->dpi), Scale(300, window_->dpi)};
+  const struct {
+    POINT closed, opened;
+  } cases[] = {{{main.left + 40, main.top + 30}, {main.left + 40, main.top + 30}},
+               {{main.right + 5, main.bottom + 5}, {main.left, main.top}}};
+  for (const auto& c : cases) {
     OpenOn("Owned");
-    SetWindowPos(Find(), nullptr, closed.left, closed.top, 500, 300, SWP_NOZORDER);
+    SetWindowPos(Find(), nullptr, c.closed.x, c.closed.y, size.cx, size.cy, SWP_NOZORDER);
     Close(Find());
     OpenOn("Plain");
     RECT opened;
     GetWindowRect(Find(), &opened);
-    const bool away = closed.left > main.right;
-    EXPECT_EQ(opened.left, away ? main.left : closed.left);
-    EXPECT_EQ(opened.top, away ? main.top : closed.top);
-    EXPECT_EQ(opened.right - opened.left, 500);
-    EXPECT_EQ(opened.bottom - opened.top, 300);
+    const RECT expected{c.opened.x, c.opened.y, c.opened.x + size.cx, c.opened.y + size.cy};
+    EXPECT_NE(EqualRect(&opened, &expected), FALSE);
     Close(Find());
   }
 }
@@ -183,8 +183,11 @@ TEST_F(SecurityWindowTest, ClosesItselfAfterAnInvalidRecord) {
   EXPECT_EQ(Find(), nullptr);
 }
 
-TEST_F(SecurityWindowTest, ThereAreAtMostThirtyTwo) {
+TEST_F(SecurityWindowTest, ThereAreAtMostThirtyTwoAndNoneMoreDuringAnOperation) {
   const uint32_t record = hive_.SecurityPosition(0);
+  TheLongOperation().running = 1;
+  EXPECT_EQ(OpenSecurityWindow(*window_, record), nullptr);
+  TheLongOperation().running = 0;
   for (size_t i = 0; i < kSecurityWindows; ++i) {
     ASSERT_NE(OpenSecurityWindow(*window_, record), nullptr);
   }
@@ -192,12 +195,6 @@ TEST_F(SecurityWindowTest, ThereAreAtMostThirtyTwo) {
   EXPECT_EQ(Beeps::count, 1);
   Close(Find());
   EXPECT_NE(OpenSecurityWindow(*window_, record), nullptr);
-}
-
-TEST_F(SecurityWindowTest, NoneOpensDuringAnOperation) {
-  TheLongOperation().running = 1;
-  EXPECT_EQ(OpenSecurityWindow(*window_, hive_.SecurityPosition(0)), nullptr);
-  TheLongOperation().running = 0;
 }
 
 TEST_F(SecurityWindowTest, DialogMakesTheQuery) {

@@ -1,4 +1,4 @@
-#include "reports/report_rows.h"
+#include "lists/list_rows.h"
 
 #include <cstring>
 
@@ -14,12 +14,18 @@ std::string PositionText(uint32_t position) {
   return text;
 }
 
-void AddReportRow(OutputList& list, std::span<const std::string_view> texts, uint32_t datum,
-                  const RowFacts& facts, int icon) {
+void AddListRow(OutputList& list, std::initializer_list<std::string_view> texts, uint32_t datum,
+                const RowFacts& facts, int icon) {
+  AddListRow(list, std::span(texts.begin(), texts.size()), datum, facts, icon);
+}
+
+void AddListRow(OutputList& list, std::span<const std::string_view> texts, uint32_t datum,
+                const RowFacts& facts, int icon) {
   NewRow row;
   row.texts = texts;
   row.icon = icon;
-  row.datum = datum;
+  row.has_datum = datum != kNoOffset;
+  row.datum = row.has_datum ? datum : 0;
   row.facts = facts;
   AddRow(list, row);
 }

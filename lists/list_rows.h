@@ -1,7 +1,8 @@
-// What reports on a hive put into their rows. Not for use outside this folder.
+// What lists about a hive put into their rows.
 #pragma once
 
 #include <cstdint>
+#include <initializer_list>
 #include <span>
 #include <string>
 #include <string_view>
@@ -15,9 +16,11 @@ namespace hivequarry {
 // A position as a column shows it: "0x%08X".
 std::string PositionText(uint32_t position);
 
-// Adds a row about the record at `datum`.
-void AddReportRow(OutputList& list, std::span<const std::string_view> texts, uint32_t datum,
-                  const RowFacts& facts, int icon = 0);
+// Adds a row about the record at `datum`; kNoOffset for a row about none.
+void AddListRow(OutputList& list, std::span<const std::string_view> texts, uint32_t datum,
+                const RowFacts& facts = {}, int icon = 0);
+void AddListRow(OutputList& list, std::initializer_list<std::string_view> texts, uint32_t datum,
+                const RowFacts& facts = {}, int icon = 0);
 
 // The lossless path of an item, empty when its code-page text has lost nothing.
 std::string LosslessPath(const HiveImage& hive, const KeyTree& tree, uint32_t item);

@@ -1,0 +1,44 @@
+// Comparing a branch of a hive with the same branch of the live registry. Neither is changed.
+#pragma once
+
+#include <cstdint>
+#include <span>
+
+#include "hive/key_tree.h"
+#include "lists/output_list.h"
+
+namespace hivequarry {
+
+inline constexpr int kListCompare = 7;
+
+// Which differences are listed.
+enum class CompareRows : uint8_t {
+  kAll,
+  kMissing,    // what the registry lacks
+  kDifferent,  // values that both have, with other data
+};
+struct CompareOptions {
+  CompareRows rows = CompareRows::kAll;
+  bool list_no_access = true;  // keys that may not be read
+  bool recovered_keys = true;  // compare also keys that the hive's root does not reach
+};
+
+// True when the item's branch can be compared; else after a message, but for the virtual folders.
+bool CheckComparison(const HiveImage& hive, const KeyTree& tree, uint32_t item);
+// kListCompare, on a worker: the item's key and all below it as displayed, a key before its
+// children, in each key the values of the hive, then values and then keys that are in the registry
+// alone. A key that the registry lacks is listed once. Datum: position of the hive's value, or of
+// its key; keys of the registry alone have none. Ends early when the user stops.
+void CompareBranch(const HiveImage& hive, const KeyTree& tree, uint32_t item,
+                   const CompareOptions& options, OutputList& list);
+
+struct ComparedData {
+  uint32_t type = 0;
+  std::span<const uint8_t> data;  // as stored: texts are UTF-16
+};
+// True when the registry's value counts as the same as the hive's: a text counts up to its first
+// zero, a zero more or less behind data means nothing, nor does it whether four bytes are called a
+// number or binary.
+bool IsSameData(const ComparedData& file, const ComparedData& live);
+
+}  // namespace hivequarry

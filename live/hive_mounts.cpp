@@ -1,0 +1,35 @@
+#include "live/hive_mounts.h"
+
+#include <cstdio>
+
+#include "host/files.h"
+#include "host/host.h"
+
+namespace hivequarry {
+
+int32_t LoadHiveIntoRegistry(const std::u16string& name, const std::string& file) {
+  const EnabledPrivilege restore(Privilege::kRestore);
+  // Some systems ask for this one as well; whether it is held shows in the answer.
+  const EnabledPrivilege backup(Privilege::kBackup);
+  const std::u16string full = WideFromUtf8(FullName(file));
+  return CurrentRegistry().load(kUsers, name.c_str(), full.c_str());
+}
+
+int32_t UnloadHiveFromRegistry(const std::u16string& name) {
+  const EnabledPrivilege restore(Privilege::kRestore);
+  const EnabledPrivilege backup(Privilege::kBackup);
+  return CurrentRegistry().unload(kUsers, name.c_str());
+}
+
+std::u16string FindFreeTempKey(RegistryKey root) {
+  constexpr int kLast = 9999;
+  for (int number = 1; number <= kLast; ++number) {
+    char name[16];
+    std::snprintf(name, sizeof(name), "Temp%02d", number);
+    std::u16string wide = WideFromUtf8(name);
+    if (OpenedKey(root, wide.c_str(), kRegistryRead).error() != kRegistryDone) return wide;
+  }
+  return {};
+}
+
+}  // namespace hivequarry

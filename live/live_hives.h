@@ -1,0 +1,60 @@
+// The hives of the running system: which there are, the files that stand for them in a folder, and
+// runs over them. Texts and file names are UTF-8.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <functional>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "live/registry.h"
+
+namespace hivequarry {
+
+struct LiveHive {
+  const char* selector;  // on the command line, behind "-"
+  const char* path;      // as the user knows it
+  RegistryKey root;
+  const char16_t* sub_key;  // empty: the whole root
+  const char* file;         // null: each sub key has a file of its own
+};
+// In the order in which they are saved and replaced.
+inline constexpr int kLiveHives = 9;
+inline constexpr int kBootHive = 7;  // as are all behind it, on systems from 2006 on
+const std::array<LiveHive, kLiveHives>& LiveHiveTable();
+// Sets of hives are bits by place in the table.
+constexpr uint32_t HiveBit(int hive) { return 1U << hive; }
+uint32_t HivesOfSelectors(std::span<const std::string> selectors);
+
+enum class HiveState : uint8_t { kNeutral, kRunning, kDone, kFailed };
+struct HiveRun {
+  std::string folder;
+  uint32_t hives = 0;
+  std::function<void(int hive, HiveState state)> on_state;  // on the run's thread; may be empty
+};
+struct HiveRunResult {
+  int done = 0;
+  int failed = 0;
+  bool stopped = false;  // by the user, before the last hive
+};
+void TellState(const HiveRun& run, int hive, HiveState state);
+// Does `work` for each chosen hive until it is stopped; true means success. The backup flag is set
+// meanwhile, its counter begins at 0.
+HiveRunResult ForEachHive(const HiveRun& run, const std::function<bool(int hive)>& work);
+
+struct UserHive {
+  std::u16string name;  // of the sub key of HKEY_USERS
+  std::string path;
+  std::string file;  // in the folder, whether it is there or not
+};
+std::vector<UserHive> UserHivesIn(const std::string& folder);
+
+std::string NameInFolder(const std::string& folder, const std::string& name);
+// The name stands for something, for a folder.
+bool IsNameTaken(const std::string& name);
+bool IsExistingFolder(const std::string& name);
+bool DeleteNamedFile(const std::string& file);
+
+}  // namespace hivequarry

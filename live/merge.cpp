@@ -1,0 +1,309 @@
+#include "live/merge.h"
+
+#include <array>
+#include <optional>
+#include <utility>
+#include <vector>
+
+#include "hive/key_node.h"
+#include "hive/root_path.h"
+#include "hive/value_key.h"
+#include "hive/value_text.h"
+#include "host/host.h"
+#include "host/long_operation.h"
+#include "recovery/item_values.h"
+#include "security/descriptor.h"
+
+namespace hivequarry {
+namespace {
+
+constexpr uint32_t kKeysPerStatus = 128;
+constexpr size_t kMaxErrorText = 256;
+// Times the image's length: what may be written. Only values that many keys share exceed it.
+constexpr uint64_t kMostWritten = 3;
+// In the registry's functions' eyes the name is another one, so they are not asked.
+constexpr const char* kBadName = "Name can not be written";
+
+void Warn(const std::string& text) { ShowMessage(text.c_str(), kProgramName, Icon::kExclamation); }
+
+std::u16string ClassNameOf(const HiveImage& hive, uint32_t position) {
+  const KeyNode key = ReadKeyNode(hive, position, KeyRead::kFields);
+  const std::vector<uint8_t> bytes = ReadClassName(hive, key);
+  std::u16string name;
+  for (size_t i = 0; i + 1 < bytes.size(); i += 2) name.push_back(LoadU16(bytes.data() + i));
+  return name.substr(0, name.find(u'\0'));
+}
+
+OpenedKey MakeKey(RegistryKey parent, const std::u16string& path, const std::u16string& class_name,
+                  uint32_t access) {
+  RegistryKey opened = 0;
+  const int32_t error = CurrentRegistry().create(
+      parent, path.c_str(), class_name.empty() ? nullptr : class_name.c_str(), 0, access, &opened);
+  return OpenedKey(opened, error);
+}
+
+// The link itself, not the key that it leads to.
+OpenedKey MakeLink(RegistryKey parent, const std::u16string& name, uint32_t access) {
+  OpenedKey there(parent, name.c_str(), access, kRegistryOpenLink);
+  if (there.error() != kRegistryNotFound) return there;
+  RegistryKey opened = 0;
+  const int32_t error =
+      CurrentRegistry().create(parent, name.c_str(), nullptr, kRegistryCreateLink, access, &opened);
+  return OpenedKey(opened, error);
+}
+
+bool IsLinkKey(const HiveImage& hive, std::span<const uint32_t> values) {
+  if (values.size() != 1) return false;
+  const ValueKey value = ReadValueKey(hive, values[0], ValueRead::kName, kMaxValueData, nullptr);
+  return value.type == kRegLink && EqualIgnoringCase(value.name, "SymbolicLinkValue");
+}
+
+std::string ErrorText(int32_t error) {
+  const std::string text = CurrentRegistry().error_text(error).substr(0, kMaxErrorText);
+  return text.empty() ? "Error " + std::to_string(error) : text;
+}
+
+// Why a value of the hive was left out, in the words of the value lists where they have some.
+std::string UnreadableText(const ValueKey& value) {
+  const std::string marker = ValueDataText(value, {});
+  return marker.empty() ? "Can not be read" : marker;
+}
+
+// A descriptor as the registry takes it, with what of it there is.
+struct Descriptor {
+  std::vector<uint8_t> bytes;
+  uint32_t parts = 0;
+};
+
+bool ReadDescriptor(const HiveImage& hive, uint32_t key, Descriptor& descriptor) {
+  SecurityRecordInfo info;
+  if (!ReadSecurityRecord(hive, ReadOffset(hive, key + kKeySecurity), info)) return false;
+  const uint32_t start = info.position + kSecurityDescriptor;
+  const uint32_t size = ReadU32(hive, info.position + kSecurityLength);
+  if (size > info.length || !InsideHive(hive, start, size)) return false;
+  const auto inside = [&](const AclPlace& acl) {
+    return acl.position == 0 ||
+           (acl.position >= start && uint64_t{acl.position} + acl.size <= uint64_t{start} + size);
+  };
+  if (info.owner_text.empty() || !inside(info.dacl) || !inside(info.sacl)) return false;
+  descriptor.bytes.resize(size);
+  ReadBytes(hive, start, descriptor.bytes.data(), size);
+  descriptor.parts = kOwnerInformation | kDaclInformation;
+  if (!info.group_text.empty()) descriptor.parts |= kGroupInformation;
+  if (info.sacl.position != 0) descriptor.parts |= kSaclInformation;
+  return true;
+}
+
+// Enabled as long as a merge writes security records.
+struct SecurityPrivileges {
+  EnabledPrivilege security{Privilege::kSecurity};
+  EnabledPrivilege restore{Privilege::kRestore};
+  EnabledPrivilege take_ownership{Privilege::kTakeOwnership};
+};
+
+class Merger {
+ public:
+  Merger(const HiveImage& hive, const KeyTree& tree, MergeTarget& target,
+         const MergeOptions& options, OutputList& errors)
+      : hive_(hive),
+        tree_(tree),
+        target_(target),
+        options_(options),
+        errors_(errors),
+        budget_(hive.length / 4) {
+    if (options.security) privileges_.emplace();
+  }
+
+  MergeCounts Run() {
+    EnterStart();
+    const uint32_t end = tree_.items[target_.item].end;
+    for (uint32_t at = target_.item + 1; at < end && !Ended();) {
+      LeaveUpTo(at);
+      const bool entered = IsKeyItem(tree_, at) && EnterChild(at);
+      at = entered ? at + 1 : tree_.items[at].end;
+    }
+    // Keys already written get their records also when the rest is not.
+    while (!levels_.empty()) Leave();
+    return counts_;
+  }
+
+ private:
+  // A key on the way down to the one being written.
+  struct Level {
+    uint32_t item;
+    OpenedKey key;
+    bool wow64;
+  };
+
+  bool Ended() const { return counts_.refused || cut_short_ || StopRequested(); }
+
+  void EnterStart() {
+    const uint32_t item = target_.item;
+    // Opened by the interface thread, without the privileges.
+    OpenedKey key(target_.key.key(), u"", AccessFor(target_.wow64));
+    if (key.error() != kRegistryDone) key = std::move(target_.key);
+    Push(item, std::move(key), target_.wow64, ListedUpToGap(hive_, PositionOf(item), budget_));
+  }
+
+  bool EnterChild(uint32_t item) {
+    if (levels_.size() > kMaxMergeDepth) return Leave(item, "Nested too deep");
+    const std::u16string name = WideItemName(hive_, tree_, item);
+    if (!IsUsableKeyName(name)) return Leave(item, kBadName);
+    const bool made = (tree_.items[item].marks & kVirtualMarks) != 0;
+    const std::vector<uint32_t> values =
+        made ? std::vector<uint32_t>() : ListedUpToGap(hive_, PositionOf(item), budget_);
+    const bool wow64 = levels_.back().wow64 || IsWow64Name(name);
+    OpenedKey key = Open(item, name, AccessFor(wow64), values);
+    if (key.error() != kRegistryDone) {
+      Refuse(item, "", key.error());
+      return false;
+    }
+    Push(item, std::move(key), wow64, values);
+    return true;
+  }
+
+  OpenedKey Open(uint32_t item, const std::u16string& name, uint32_t access,
+                 std::span<const uint32_t> values) const {
+    const RegistryKey parent = levels_.back().key.key();
+    if (IsLinkKey(hive_, values)) return MakeLink(parent, name, access);
+    const bool made = (tree_.items[item].marks & kVirtualMarks) != 0;
+    return MakeKey(parent, name, made ? u"" : ClassNameOf(hive_, PositionOf(item)), access);
+  }
+
+  uint32_t AccessFor(bool wow64) const {
+    const bool sacl = privileges_.has_value() && privileges_->security.held();
+    return kRegistryAll | RegistryViewOf(wow64) | (sacl ? kRegistrySystemSecurity : 0);
+  }
+
+  void Push(uint32_t item, OpenedKey key, bool wow64, std::span<const uint32_t> values) {
+    levels_.push_back({item, std::move(key), wow64});
+    ++counts_.keys;
+    if (counts_.keys % kKeysPerStatus == 0) ShowStatus(PathOf(item).c_str());
+    for (const uint32_t position : values) {
+      if (Ended()) return;
+      WriteValue(item, position);
+    }
+  }
+
+  void WriteValue(uint32_t item, uint32_t position) {
+    const ValueKey value = ReadValueKey(hive_, position, ValueRead::kData, kMaxValueData, &data_);
+    if (value.status != ValueStatus::kRead) {
+      return AddRow(item, ValueDisplayName(value), UnreadableText(value));
+    }
+    const std::u16string name = WideValueName(hive_, value);
+    if (name.find(u'\0') != std::u16string::npos) {
+      return AddRow(item, ValueDisplayName(value), kBadName);
+    }
+    const int32_t error =
+        CurrentRegistry().set_value(levels_.back().key.key(), name.c_str(), value.type,
+                                    data_.data(), static_cast<uint32_t>(data_.size()));
+    if (error != kRegistryDone) return RefuseValue(item, value, error);
+    ++counts_.values;
+    written_ += data_.size();
+    if (written_ <= kMostWritten * hive_.length) return;
+    cut_short_ = true;
+    AddRow(item, ValueDisplayName(value), "Too much data: cut short here");
+  }
+
+  void RefuseValue(uint32_t item, const ValueKey& value, int32_t error) {
+    Refuse(item, ValueDisplayName(value), error);
+    counts_.refused = true;
+    ShowMessage(ErrorText(error).c_str(), kProgramName, Icon::kStop);
+  }
+
+  void Refuse(uint32_t item, const std::string& value, int32_t error) {
+    const bool no_access = error == kRegistryNotFound || error == kRegistryDenied;
+    if (!no_access || options_.list_no_access) AddRow(item, value, ErrorText(error));
+  }
+
+  bool Leave(uint32_t item, const char* why) {
+    AddRow(item, "", why);
+    return false;
+  }
+
+  void AddRow(uint32_t item, const std::string& value, const std::string& error) {
+    const std::string path = PathBelowRoot(hive_, tree_, item);
+    const std::array<std::string_view, 4> texts = {target_.place.prefix, path, value, error};
+    NewRow row;
+    row.texts = texts;
+    row.datum = tree_.items[item].position;
+    hivequarry::AddRow(errors_, row);
+  }
+
+  void LeaveUpTo(uint32_t item) {
+    while (tree_.items[levels_.back().item].end <= item) Leave();
+  }
+
+  // Its record may forbid what was done in the key and below, so it comes last.
+  void Leave() {
+    if (options_.security) WriteSecurity(levels_.back());
+    levels_.pop_back();
+  }
+
+  void WriteSecurity(const Level& level) {
+    Descriptor descriptor;
+    const bool made = (tree_.items[level.item].marks & kVirtualMarks) != 0;
+    if (made || !ReadDescriptor(hive_, PositionOf(level.item), descriptor)) return;
+    if (!privileges_->security.held()) descriptor.parts &= ~kSaclInformation;
+    if (!privileges_->restore.held()) descriptor.parts &= ~(kOwnerInformation | kGroupInformation);
+    const int32_t error =
+        CurrentRegistry().set_security(level.key.key(), descriptor.parts, descriptor.bytes.data());
+    if (error != kRegistryDone) AddRow(level.item, "", "Security: " + ErrorText(error));
+  }
+
+  uint32_t PositionOf(uint32_t item) const { return tree_.items[item].position; }
+  std::string PathOf(uint32_t item) const {
+    return PathInPlace(target_.place, PathBelowRoot(hive_, tree_, item));
+  }
+
+  const HiveImage& hive_;
+  const KeyTree& tree_;
+  MergeTarget& target_;
+  const MergeOptions options_;
+  OutputList& errors_;
+  std::optional<SecurityPrivileges> privileges_;
+  MergeCounts counts_;
+  std::vector<Level> levels_;
+  std::vector<uint8_t> data_;
+  uint32_t budget_;  // entries of value lists still to be read
+  uint64_t written_ = 0;
+  bool cut_short_ = false;
+};
+
+bool AskMerge(const std::string& path) {
+  const std::string question =
+      "Merge Folder into Registry key\r\n" + path + " ?\r\nExisting Values will be overwritten !";
+  return ShowMessage(question.c_str(), kProgramName, Icon::kQuestion, Buttons::kYesNoDefaultNo) ==
+         Answer::kYes;
+}
+
+}  // namespace
+
+bool PrepareMerge(const HiveImage& hive, const KeyTree& tree, uint32_t item, MergeTarget& target) {
+  target.item = item;
+  if (HasNoLivePlace(tree, item)) return Warn("Invalid Root key !"), false;
+  if (!FindLivePlace(hive, target.place)) {
+    return Warn("Invalid Root : " + target.place.prefix + " !"), false;
+  }
+  if (!AskMerge(PathInPlace(target.place, PathBelowRoot(hive, tree, item)))) return false;
+  std::u16string path;
+  if (!HasKeyCell(tree, item) || !LiveSubPath(hive, tree, item, target.place, path)) {
+    return Warn("Can not read Key !"), false;
+  }
+  target.wow64 = IsWow64SubPath(path);
+  target.key = MakeKey(target.place.root, path, ClassNameOf(hive, tree.items[item].position),
+                       kRegistryAll | RegistryViewOf(target.wow64));
+  if (target.key.error() != kRegistryDone) return Warn("Can not open Key !"), false;
+  return true;
+}
+
+MergeCounts MergeBranch(const HiveImage& hive, const KeyTree& tree, MergeTarget& target,
+                        const MergeOptions& options, OutputList& errors) {
+  const MergeCounts counts = Merger(hive, tree, target, options, errors).Run();
+  const std::string said =
+      std::to_string(counts.keys) + " keys, " + std::to_string(counts.values) + " values merged.";
+  ShowStatus(said.c_str());
+  return counts;
+}
+
+}  // namespace hivequarry

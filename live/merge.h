@@ -1,0 +1,45 @@
+// Writing a branch of a hive into the live registry: keys with their class names, values as stored.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "hive/key_tree.h"
+#include "lists/output_list.h"
+#include "live/live_place.h"
+#include "live/registry.h"
+
+namespace hivequarry {
+
+inline constexpr int kListMergeErrors = 80;
+inline constexpr uint32_t kMaxMergeDepth = 255;  // levels below the branch's first key
+
+struct MergeOptions {
+  bool list_no_access = true;  // list also keys that aren't there or may not be written
+  bool security = false;       // give the keys the security records that they have in the hive
+};
+
+// A merge that may begin.
+struct MergeTarget {
+  LivePlace place;
+  uint32_t item = kNoItem;
+  OpenedKey key;  // of the item
+  bool wow64 = false;
+};
+// Checks that the item can be merged, asks the user and opens or makes its key. False after a
+// message, or after "No".
+bool PrepareMerge(const HiveImage& hive, const KeyTree& tree, uint32_t item, MergeTarget& target);
+
+struct MergeCounts {
+  uint32_t keys = 0;  // written, the branch's first one included
+  uint32_t values = 0;
+  bool refused = false;  // a refused value has ended it
+};
+// On a worker. Writes the branch as displayed, keys before their children; existing values are
+// overwritten, others stay. What the registry refuses, or the hive no longer holds, becomes a row
+// of `errors` (kListMergeErrors). A refused key is left out with all below it; the first refused
+// value ends the merge after a message. Ends early when the user stops.
+MergeCounts MergeBranch(const HiveImage& hive, const KeyTree& tree, MergeTarget& target,
+                        const MergeOptions& options, OutputList& errors);
+
+}  // namespace hivequarry

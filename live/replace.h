@@ -1,0 +1,28 @@
+// Putting hive files in the place of the running system's hives, at its next start.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "live/backup.h"
+
+namespace hivequarry {
+
+// Where the system has its own files.
+struct SystemPlaces {
+  std::string drive = "C:";  // of the system
+  std::string boot_drive = "C:";
+  std::string boot_folder = "C:\\Boot";
+};
+bool LiesOn(std::string_view path, std::string_view drive);
+
+// The hives that the folder has files for, as bits.
+uint32_t MatchingHives(const std::string& folder);
+// Whether the folder is on the system's drive, and the user wants it; says why not.
+bool MayReplace(const std::string& folder, const SystemPlaces& places);
+// All of it but the questions above. What the system used until now becomes "FILE.bak" beside the
+// new file; one of that name that is there is deleted, after a question. A hive that fails never
+// stops the others.
+HiveRunResult ReplaceHives(const HiveRun& run, const SystemPlaces& places);
+
+}  // namespace hivequarry

@@ -1,0 +1,238 @@
+#include "live/snapshot.h"
+
+#include <array>
+#include <cstdio>
+#include <cstring>
+#include <filesystem>
+#include <memory>
+#include <vector>
+
+#include "hive/cells.h"
+#include "hive/key_node.h"
+#include "host/files.h"
+#include "host/host.h"
+#include "host/long_operation.h"
+#include "host/output_file.h"
+#include "live/empty_hive.h"
+#include "live/hive_mounts.h"
+#include "live/live_keys.h"
+
+namespace hivequarry {
+namespace {
+
+constexpr uint16_t kSingleByteName = 0x20;  // in a key's flags
+
+struct FileCloser {
+  void operator()(std::FILE* file) const { std::fclose(file); }
+};
+using FilePointer = std::unique_ptr<std::FILE, FileCloser>;
+
+bool WriteAt(std::FILE* file, uint64_t at, std::span<const uint8_t> bytes) {
+  return SeekFile(file, at) && std::fwrite(bytes.data(), 1, bytes.size(), file) == bytes.size();
+}
+
+// Bytes that the root key's cell has for a name of single-byte characters.
+uint32_t RootNameRoom(const uint8_t (&root)[kKeyName]) {
+  const uint32_t size = LoadU32(root);
+  const bool named = LoadU16(root + 4) == kSignatureNk &&
+                     (LoadU16(root + kKeyFlags) & kSingleByteName) != 0 && IsAllocated(size);
+  return named && CellLength(size) > kKeyName ? CellLength(size) - kKeyName : 0;
+}
+
+bool WriteRootName(std::FILE* file, std::string_view path) {
+  const auto length = static_cast<uint8_t>(path.size());
+  const uint8_t lengths[4] = {length, 0, 0, 0};  // of the name, and of a class name: none
+  const std::span name(reinterpret_cast<const uint8_t*>(path.data()), path.size());
+  return WriteAt(file, kFirstCellPosition + kKeyNameLength, lengths) &&
+         WriteAt(file, kFirstCellPosition + kKeyName, name);
+}
+
+bool WriteMark(std::FILE* file, std::string_view path, bool keep_signature) {
+  uint8_t root[kKeyName];
+  if (ReadFileBytes(file, kFirstCellPosition, root, sizeof(root)) != sizeof(root)) return false;
+  const std::array<uint8_t, 4> signature = {'s', 'n', 'a', 'p'};
+  if (!keep_signature && !WriteAt(file, 0, signature)) return false;
+  const bool fits = path.size() < kRootNameArea - 1 && path.size() <= RootNameRoom(root);
+  return !fits || WriteRootName(file, path);
+}
+
+bool WriteEmptyHive(const std::string& file) {
+  int error = 0;
+  FilePointer opened(OpenFile(file, "wb", error));
+  if (opened == nullptr || !WriteAt(opened.get(), 0, EmptyHive())) return false;
+  return std::fclose(opened.release()) == 0;
+}
+
+// What a system leaves beside a loaded hive: ".LOG" files, transaction logs. All bear the hive's
+// name, which is one of this program's own making.
+void RemoveCompanions(const std::string& file) {
+  namespace fs = std::filesystem;
+  const fs::path path = FilePath(file);
+  const fs::path::string_type name = path.filename().native();
+  std::vector<fs::path> found;
+  std::error_code error;
+  for (fs::directory_iterator at(path.parent_path(), error); !error && at != end(at);
+       at.increment(error)) {
+    const fs::path::string_type other = at->path().filename().native();
+    if (other.size() > name.size() && other.starts_with(name)) found.push_back(at->path());
+  }
+  for (const fs::path& companion : found) fs::remove(companion, error);
+}
+
+// A hive file being made beside its place, mounted for a while. Unless it is kept, nothing of it is
+// left when it goes.
+class HiveInTheMaking {
+ public:
+  explicit HiveInTheMaking(const std::string& place) : place_(FullName(place)) {
+    int error = 0;
+    made_ = NameBeside(place_, error);
+  }
+  ~HiveInTheMaking() {
+    if (!mount_.empty()) Unmount();
+    if (made_.empty()) return;
+    TakePlace(made_, place_, false);
+    RemoveCompanions(made_);
+  }
+  HiveInTheMaking(const HiveInTheMaking&) = delete;
+  HiveInTheMaking& operator=(const HiveInTheMaking&) = delete;
+
+  const std::string& file() const { return made_; }  // empty: there is no place for it
+  const std::u16string& mount() const { return mount_; }
+  int32_t Mount() {
+    const std::u16string name = FindFreeTempKey(kUsers);
+    const int32_t error = name.empty() ? kRegistryFileExists : LoadHiveIntoRegistry(name, made_);
+    if (error == kRegistryDone) mount_ = name;
+    return error;
+  }
+  int32_t Unmount() {
+    const int32_t error = UnloadHiveFromRegistry(mount_);
+    if (error == kRegistryDone) mount_.clear();
+    return error;
+  }
+  bool Keep() {
+    RemoveCompanions(made_);
+    return TakePlace(std::exchange(made_, {}), place_, true);
+  }
+
+ private:
+  std::string place_;
+  std::string made_;
+  std::u16string mount_;
+};
+
+// A key at a registry path, for reading.
+OpenedKey OpenPath(const std::string& path) {
+  RootSplit split;
+  if (!SplitRootPath(path, split)) return OpenedKey();
+  return OpenForReading(split.handle, WidenText(split.rest).c_str(), kRegistryRead | kRegistry64Bit,
+                        kRegistryForBackup);
+}
+
+// Sets the step that failed. The copy is unmounted also after a stop, whose result isn't asked for.
+bool FillByCopying(HiveInTheMaking& hive, SnapshotResult& result, OutputList& errors) {
+  const auto fail = [&](SnapshotStep step, int32_t error) {
+    result.step = step;
+    result.error = error;
+    return false;
+  };
+  if (!WriteEmptyHive(hive.file())) return fail(SnapshotStep::kFile, 0);
+  int32_t error = hive.Mount();
+  if (error != kRegistryDone) return fail(SnapshotStep::kLoad, error);
+  error = CopyBranch(result.path, hive.mount(), errors);
+  if (error != kRegistryDone) return fail(SnapshotStep::kSave, error);
+  error = hive.Unmount();
+  if (error != kRegistryDone) return fail(SnapshotStep::kUnload, error);
+  return true;
+}
+
+bool FillBySaving(HiveInTheMaking& hive, SnapshotResult& result) {
+  const EnabledPrivilege backup(Privilege::kBackup);
+  const OpenedKey key = OpenPath(result.path);
+  const std::u16string file = WideFromUtf8(hive.file());
+  result.error = CurrentRegistry().save(key.key(), file.c_str());
+  if (result.error != kRegistryDone) result.step = SnapshotStep::kSave;
+  return result.error == kRegistryDone;
+}
+
+SnapshotResult MakeSnapshot(std::string path, const std::string& file, bool save,
+                            OutputList& errors) {
+  while (path.ends_with('\\')) path.pop_back();
+  SnapshotResult result{.path = std::move(path), .file = file};
+  result.error = [&] {
+    const EnabledPrivilege backup(Privilege::kBackup);
+    return OpenPath(result.path).error();
+  }();
+  if (result.error != kRegistryDone) {
+    result.step = SnapshotStep::kOpen;
+    return result;
+  }
+  HiveInTheMaking hive(file);
+  const bool filled = !hive.file().empty() &&
+                      (save ? FillBySaving(hive, result) : FillByCopying(hive, result, errors));
+  if (StopRequested()) {
+    result.step = SnapshotStep::kStopped;
+  } else if (result.step == SnapshotStep::kDone &&
+             !(filled && MarkSnapshot(hive.file(), result.path, false) && hive.Keep())) {
+    result.step = SnapshotStep::kFile;
+  }
+  return result;
+}
+
+// What is said behind the key that the registry didn't save.
+std::string SaveErrorText(int32_t error) {
+  if (error == kRegistryDenied) return "(Access denied)";
+  if (error == kPrivilegeNotHeld) return "(Privilege not held)";
+  return '(' + CurrentRegistry().error_text(error) + ')';
+}
+
+std::string NameInFolder(std::string folder, const char* name) {
+  constexpr char kSeparator = static_cast<char>(std::filesystem::path::preferred_separator);
+  if (!folder.empty() && folder.find_last_of("\\/") != folder.size() - 1) folder += kSeparator;
+  return folder + name;
+}
+
+std::string WithCode(const char* text, int32_t error) {
+  return std::string(text) + " (Error " + std::to_string(error) + ") !";
+}
+
+}  // namespace
+
+bool MarkSnapshot(const std::string& file, std::string_view path, bool keep_signature) {
+  int error = 0;
+  FilePointer opened(OpenFile(file, "r+b", error));
+  if (opened == nullptr || !WriteMark(opened.get(), path, keep_signature)) return false;
+  return std::fclose(opened.release()) == 0;
+}
+
+std::string SnapshotMessage(const SnapshotResult& result) {
+  switch (result.step) {
+    case SnapshotStep::kDone:
+    case SnapshotStep::kStopped:
+      return {};
+    case SnapshotStep::kOpen:
+      return "Can not open Registry key " + result.path + " !";
+    case SnapshotStep::kSave:
+      return "Can not backup Registry key " + result.path + " !" + SaveErrorText(result.error);
+    case SnapshotStep::kFile:
+      return "Can not create file " + result.file;
+    case SnapshotStep::kLoad:
+      return WithCode("Could not map File into Registry", result.error);
+    case SnapshotStep::kUnload:
+      return WithCode("Could not unload File from Registry", result.error);
+  }
+  return {};
+}
+
+SnapshotResult MakeKeySnapshot(const std::string& path, const std::string& file,
+                               OutputList& errors) {
+  return MakeSnapshot(path, file, false, errors);
+}
+
+SnapshotResult MakeRootSnapshot(const WholeRoot& root, const std::string& folder,
+                                OutputList& errors) {
+  const std::string path = root.path;
+  return MakeSnapshot(path, NameInFolder(folder, root.file_name),
+                      path.find('\\') != std::string::npos, errors);
+}
+
+}  // namespace hivequarry

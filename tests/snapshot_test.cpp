@@ -1,0 +1,264 @@
+// Loading hives into the registry and snapshots of its keys, over a registry kept in memory that
+// reads and writes real hive files.
+#include "live/snapshot.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+
+#include "hive/root_path.h"
+#include "host/long_operation.h"
+#include "live/empty_hive.h"
+#include "live/hive_mounts.h"
+#include "tests/support/hive_builder.h"
+#include "tests/support/memory_hives.h"
+#include "tests/support/memory_registry.h"
+#include "tests/support/opened_hive.h"
+
+namespace hivequarry::testing {
+namespace {
+
+using namespace std::string_literals;
+using Texts = std::vector<std::string>;
+
+Bytes ReadFile(const std::string& name) {
+  std::ifstream stream(name, std::ios::binary);
+  return Bytes(std::istreambuf_iterator<char>(stream), {});
+}
+
+// Everything of a branch in lines, whatever its own name.
+void Describe(const MemoryKey& key, const std::string& path, Texts& lines) {
+  lines.push_back(path + " class " + Utf8FromWide(key.class_name) + (key.is_link ? " link" : "") +
+                  " " + std::string(key.security.begin(), key.security.end()));
+  for (const MemoryValue& value : key.values) {
+    lines.push_back(path + ": " + Utf8FromWide(value.name) + " " + std::to_string(value.type) +
+                    " " + std::string(value.data.begin(), value.data.end()));
+  }
+  for (const auto& each : key.keys) Describe(*each, path + "\\" + Utf8FromWide(each->name), lines);
+}
+
+Texts Described(const MemoryKey& key) {
+  Texts lines;
+  Describe(key, "", lines);
+  std::ranges::sort(lines);
+  return lines;
+}
+
+Texts Rows(const OutputList& list) {
+  Texts rows;
+  for (uint32_t row = 0; row < RowCount(list); ++row) {
+    std::string text;
+    for (int column = 0; column < 4; ++column) {
+      text += std::string(CellText(list, row, column)) + "|";
+    }
+    rows.push_back(text);
+  }
+  return rows;
+}
+
+class SnapshotTest : public ::testing::Test {
+ protected:
+  SnapshotTest() : folder_("", "other") {
+    registry_.privileges = {u"SeTakeOwnershipPrivilege", u"SeSecurityPrivilege",
+                            u"SeBackupPrivilege", u"SeRestorePrivilege"};
+    MemoryKey& key = registry_.At(u"HKLM\\SOFTWARE\\Tools");
+    key.SetText(u"", u"default");
+    key.Set(u"Big", 3, Bytes(50'000, 7));
+    key.Set(u"\u03A9", 0x1234, {1});
+    MemoryKey& below = registry_.At(u"HKLM\\SOFTWARE\\Tools\\\u4E2D\\Below");
+    below.class_name = u"Shell";
+    below.security =
+        SecurityDescriptor("S-1-5-21-1-2-3-1001", "S-1-5-18", {{}}, {{2, 0, 1, "S-1-1-0"}});
+    MemoryKey& link = registry_.At(u"HKLM\\SOFTWARE\\Tools\\Link");
+    link.link = u"HKLM\\SOFTWARE";
+    link.is_link = true;
+    link.Set(u"SymbolicLinkValue", 6, Utf16("\\Registry\\Machine\\Software"));
+  }
+  // Nothing is left of the making but the file, and only when it was made.
+  void ExpectClean(bool made) {
+    EXPECT_EQ(registry_.open_keys(), 0U);
+    EXPECT_TRUE(registry_.enabled.empty());
+    EXPECT_TRUE(registry_.At(u"HKU").keys.empty());
+    Texts files;
+    for (const auto& entry : std::filesystem::directory_iterator(folder_.folder())) {
+      files.push_back(entry.path().filename().string());
+    }
+    std::ranges::sort(files);
+    EXPECT_EQ(files, made ? (Texts{"a.snp", "other"}) : Texts{"other"});
+  }
+  SnapshotStep Make(const std::string& path = "HKLM\\SOFTWARE\\Tools") {
+    const SnapshotResult result = MakeKeySnapshot(path, file_, *errors_);
+    message_ = SnapshotMessage(result);
+    return result.step;
+  }
+
+  HostRecorder host_;
+  MemoryRegistry registry_;
+  TempFile folder_;
+  std::string file_ = folder_.folder() + "/a.snp";
+  OutputListPtr errors_ = MakeOutputList(kListErrors);
+  std::string message_;
+};
+
+TEST_F(SnapshotTest, TemplateIsAHiveThatASystemLoads) {
+  const Bytes hive(EmptyHive().begin(), EmptyHive().end());
+  EXPECT_EQ(CheckLoadable(hive), kRegistryDone);
+  OpenedHive opened{std::span(hive)};
+  EXPECT_TRUE(opened.hive.header_valid && opened.hive.root_valid);
+  EXPECT_EQ(opened.tree.root_text, "sys.dat");
+  EXPECT_EQ(opened.summary.security_records, 1U);
+  EXPECT_EQ(opened.Paths(), (Texts{"Disconnected Keys", "Disconnected Values"}));
+}
+
+TEST_F(SnapshotTest, LoadsAndUnloadsWithThePrivilegeForThatTimeAlone) {
+  HiveBuilder hive("old name");
+  hive.Key("A\\B").Sz("v", "text");
+  const TempFile file(hive.Build().bytes);
+  EXPECT_EQ(LoadHiveIntoRegistry(u"Mine", file.name()), kRegistryDone);
+  EXPECT_NE(registry_.Find(u"HKU\\Mine\\A\\B"), nullptr);
+  registry_.At(u"HKU\\Mine\\A\\New");
+  EXPECT_EQ(UnloadHiveFromRegistry(u"Mine"), kRegistryDone);
+  EXPECT_TRUE(OpenedHive(ReadFile(file.name())).Has("A\\New"));
+  EXPECT_EQ(UnloadHiveFromRegistry(u"Mine"), kRegistryNotFound);
+  EXPECT_EQ(LoadHiveIntoRegistry(u"Mine", file.folder() + "/none"), kRegistryNotFound);
+  EXPECT_TRUE(registry_.enabled.empty());
+  registry_.privileges.clear();
+  EXPECT_EQ(LoadHiveIntoRegistry(u"Mine", file.name()), kPrivilegeNotHeld);
+}
+
+TEST_F(SnapshotTest, TakesTheFirstTemporaryKeyThatIsFree) {
+  EXPECT_EQ(FindFreeTempKey(kUsers), u"Temp01");
+  registry_.At(u"HKU\\Temp01");
+  registry_.At(u"HKU\\temp02");
+  EXPECT_EQ(FindFreeTempKey(kUsers), u"Temp03");
+  registry_.At(u"HKU\\Temp04");
+  for (const char* name : {"HKU", "HKU\\Temp04"}) {  // the mount is no part of the users' keys
+    ASSERT_EQ(Make(name), SnapshotStep::kDone) << message_;
+  }
+  EXPECT_EQ(registry_.At(u"HKU").keys.size(), 3U);
+  EXPECT_TRUE(Rows(*errors_).empty());
+}
+
+TEST_F(SnapshotTest, HoldsTheBranchAsItWas) {
+  ASSERT_EQ(Make(), SnapshotStep::kDone) << message_;
+  ExpectClean(true);
+  const Bytes bytes = ReadFile(file_);
+  EXPECT_EQ(std::string(bytes.begin(), bytes.begin() + 4), "snap");
+  MemoryKey copy;
+  MemoryKey& source = registry_.At(u"HKLM\\SOFTWARE\\Tools");
+  EXPECT_EQ(BranchFromHive(bytes, copy), u"HKLM\\SOFTWARE\\Tools");
+  for (const char16_t* plain : {u"", u"\u4E2D", u"Link"}) {  // of the key above
+    MemoryKey* key = *plain == 0 ? &copy : copy.Find(plain);
+    ASSERT_NE(key, nullptr);
+    key->security.clear();
+  }
+  EXPECT_EQ(Described(copy), Described(source));
+
+  const OpenedHive opened{std::span(bytes)};
+  EXPECT_TRUE(opened.hive.header_valid && opened.hive.root_valid);
+  EXPECT_EQ(opened.tree.root_text, "HKLM\\SOFTWARE\\Tools");
+  EXPECT_EQ(opened.hive.long_prefix, "HKEY_LOCAL_MACHINE\\SOFTWARE\\Tools\\");
+  EXPECT_TRUE(opened.Has("?\\Below"));
+}
+
+TEST_F(SnapshotTest, ListsWhatCannotBeReadOrCopied) {
+  const std::u16string path = u"HKLM\\SOFTWARE\\Tools\\";
+  registry_.At(path + u"Odd\\Lost").open_error = 1450;
+  registry_.At(path + u"Odd\\Denied").open_error = kRegistryDenied;  // not to a backup
+  registry_.At(path + u"Odd").Set(u"Huge", 3, Bytes(0x500001));
+  registry_.At(path + u"Odd").Set(u"a\0b"s, 3, {1});
+  ASSERT_EQ(Make(), SnapshotStep::kDone) << message_;
+  const std::string odd = "HKEY_LOCAL_MACHINE|SOFTWARE\\Tools\\Odd";
+  EXPECT_EQ(Rows(*errors_), (Texts{odd + "|Huge|Error 234|", odd + "|a\0b|Error 123|"s,
+                                   odd + "\\Lost||Error 1450|"}));
+  EXPECT_TRUE(OpenedHive(ReadFile(file_)).Has("Odd\\Denied"));
+}
+
+TEST_F(SnapshotTest, LeavesNothingBehindWhenAStepFails) {
+  const auto expect = [&](SnapshotStep step, const std::string& message) {
+    EXPECT_EQ(Make(), step);
+    EXPECT_EQ(message_, message);
+    ExpectClean(false);
+  };
+  registry_.errors["load"] = 1017;
+  expect(SnapshotStep::kLoad, "Could not map File into Registry (Error 1017) !");
+  registry_.errors.clear();
+  registry_.privileges.erase(u"SeRestorePrivilege");
+  expect(SnapshotStep::kLoad, "Could not map File into Registry (Error 1314) !");
+  registry_.privileges.insert(u"SeRestorePrivilege");
+  EXPECT_EQ(Make("HKLM\\Missing\\"), SnapshotStep::kOpen);
+  EXPECT_EQ(message_, "Can not open Registry key HKLM\\Missing !");
+  ExpectClean(false);
+  for (int i = 0; i < 300; ++i) registry_.At(u"HKLM\\SOFTWARE\\Tools").Add(u"k");
+  ASSERT_TRUE(BeginOperation(kOperationQuietA));
+  host_.on_status = [](const char*) { RequestStop(); };
+  expect(SnapshotStep::kStopped, "");
+  EndOperation();
+  std::filesystem::create_directory(file_);
+  EXPECT_EQ(Make(), SnapshotStep::kFile);
+  EXPECT_EQ(message_, "Can not create file " + file_);
+  std::filesystem::remove(file_);
+  ExpectClean(false);
+  registry_.errors["unload"] = 5;
+  EXPECT_EQ(Make(), SnapshotStep::kUnload);
+  EXPECT_EQ(message_, "Could not unload File from Registry (Error 5) !");
+  EXPECT_FALSE(std::filesystem::exists(file_));
+}
+
+TEST_F(SnapshotTest, PathBecomesTheRootsNameWhereItHasRoom) {
+  const std::span<const uint8_t> empty = EmptyHive();
+  HiveBuilder small("ROOT");
+  small.Key("A");
+  const BuiltHive built = small.Build();
+  struct Case {
+    std::span<const uint8_t> hive;
+    size_t length;
+    bool keep_signature;
+    bool named;
+  };
+  for (const Case& c :
+       {Case{empty, 246, false, true}, Case{empty, 247, false, false}, Case{empty, 10, true, true},
+        Case{built.bytes, 4, false, true}, Case{built.bytes, 40, false, false}}) {
+    SCOPED_TRACE(c.length);
+    const TempFile file(c.hive);
+    const std::string path(c.length, 'p');
+    EXPECT_TRUE(MarkSnapshot(file.name(), path, c.keep_signature));
+    const Bytes bytes = ReadFile(file.name());
+    EXPECT_EQ(bytes[0], c.keep_signature ? 'r' : 's');
+    OpenedHive opened{std::span(bytes)};
+    EXPECT_EQ(opened.tree.root_text == path, c.named) << opened.tree.root_text;
+    MemoryKey branch;
+    EXPECT_EQ(BranchFromHive(bytes, branch).size() == c.length, c.named);
+    EXPECT_EQ(branch.keys.size(), c.hive.data() == empty.data() ? 0U : 1U);
+  }
+  const TempFile text("no hive at all", "x");
+  EXPECT_FALSE(MarkSnapshot(text.name(), "HKLM", false));
+}
+
+TEST_F(SnapshotTest, WholeRootsAreKnownByTheirFiles) {
+  registry_.At(u"HKLM\\SYSTEM\\Select").SetText(u"a", u"b");
+  registry_.At(u"HKCU\\Console");
+  for (const WholeRoot& root : WholeRoots()) {
+    SCOPED_TRACE(root.file_name);
+    const SnapshotResult result = MakeRootSnapshot(root, folder_.folder(), *errors_);
+    const bool there = registry_.Find(WidenText(root.path)) != nullptr;
+    EXPECT_EQ(result.step, there ? SnapshotStep::kDone : SnapshotStep::kOpen);
+    if (!there) continue;
+    const Bytes bytes = ReadFile(result.file);
+    EXPECT_EQ(std::string(bytes.begin(), bytes.begin() + 4), "snap");
+    OpenedImage image(bytes, true, root.file_name);
+    EXPECT_TRUE(RootPathFromSnapshotName(image.hive()));
+    EXPECT_EQ(image.hive().root_label, root.path);
+  }
+  EXPECT_TRUE(Rows(*errors_).empty());
+  EXPECT_TRUE(registry_.enabled.empty());
+  registry_.errors["save"] = 1314;
+  EXPECT_EQ(SnapshotMessage(MakeRootSnapshot(WholeRoots()[3], folder_.folder(), *errors_)),
+            "Can not backup Registry key HKLM\\SOFTWARE !(Privilege not held)");
+}
+
+}  // namespace
+}  // namespace hivequarry::testing

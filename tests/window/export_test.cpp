@@ -1,0 +1,79 @@
+// Registry scripts written by the window's commands.
+#include "tests/window/list_fixture.h"
+#include "ui/list_dialogs.h"
+
+namespace hivequarry::testing {
+namespace {
+
+class ExportTest : public ListTest {
+ protected:
+  void SetUp() override {
+    ListTest::SetUp();
+    TheListDialogs().save = [this](const FileRequest& request) {
+      folder_ = request.folder;
+      return FileChoice{out_.name(), 0};
+    };
+    TheListDialogs().replace = [this](HWND, const std::string&) { return replace_; };
+    HiveBuilder builder("SYSTEM");
+    builder.Key("A").Dword("n", 7).Key("Sub");
+    builder.Key("B").Dword("bad", 1);
+    built_ = builder.Build();
+    built_.SetU16(built_.ValuePosition("B", "bad"), 4, 0);
+    const TempFile file(built_.bytes);
+    Open(file.name());
+  }
+  void TearDown() override {
+    TheListDialogs() = real_;
+    ListTest::TearDown();
+  }
+  // The script that there is when the work has ended.
+  std::string Script() {
+    EXPECT_TRUE(PumpUntil([&] { return !window_->work.thread.joinable(); }));
+    return BytesOf(out_.name());
+  }
+
+  const ListDialogs real_ = TheListDialogs();
+  const TempFile out_{"old", "out.reg"};
+  BuiltHive built_;
+  std::string folder_;
+  bool replace_ = false;
+};
+
+TEST_F(ExportTest, HiveAndFolder) {
+  const std::string root = "[HKEY_LOCAL_MACHINE\\SYSTEM";
+  const std::string a = root + "\\A]\r\n\"n\"=dword:00000007\r\n\r\n" + root + "\\A\\Sub]\r\n\r\n";
+  Run(kCommandExportHive);
+  EXPECT_EQ(Script(), "old");
+  replace_ = true;
+  SelectPath("A");
+  Run(kCommandExportFolder);
+  EXPECT_EQ(Script(), "REGEDIT4\r\n\r\n" + a);
+  EXPECT_EQ(folder_, out_.folder());
+  EXPECT_EQ(FindWindowW(L"HivequarryList", nullptr), nullptr);
+  Run(kCommandExportHive);
+  EXPECT_EQ(Script(), "REGEDIT4\r\n\r\n" + root + "]\r\n\r\n" + a + root + "\\B]\r\n\r\n");
+  EXPECT_EQ(TakeBoxes(),
+            (Texts{"Hivequarry: 2 Items exported !", "Hivequarry: 4 Items exported !"}));
+  // What could not be written stands in a list.
+  const ListPlace* gaps = FindListPlace(FindWindowW(L"HivequarryList", nullptr));
+  ASSERT_NE(gaps, nullptr);
+  EXPECT_EQ(Column(*gaps, 0), Texts{"HKLM\\SYSTEM\\B"});
+  TheHiveTable().slots[static_cast<size_t>(window_->slot)].long_prefix.clear();
+  Run(kCommandExportHive);
+  EXPECT_EQ(TakeBoxes(), Texts{"Hivequarry: No valid root key !"});
+}
+
+TEST_F(ExportTest, KeysOfRows) {
+  replace_ = true;
+  OutputListPtr list = MakeOutputList(5);
+  AddText(*list, "a key", built_.PositionOf("B"));
+  AddText(*list, "a value", built_.ValuePosition("A", "n"));
+  ListPlace& place = OpenList(std::move(list));
+  SelectShown(place, {1}, false);
+  RunList(place, kCommandListExport);
+  EXPECT_NE(Script().find("SYSTEM\\A]\r\n\"n\"="), std::string::npos);
+  EXPECT_EQ(TakeBoxes(), Texts{"Hivequarry: 1 Item exported !"});
+}
+
+}  // namespace
+}  // namespace hivequarry::testing
