@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "hive/root_path.h"
+#include "host/host.h"
 #include "host/long_operation.h"
 #include "reports/report_run.h"
 
@@ -174,6 +175,7 @@ void RunReportOnHive(Report report, const HiveImage& hive, const KeyTree& tree, 
     if (StopRequested()) break;
     RunReport(report, *KeysOfHive(hive, tree, start), false, list);
   }
+  ShowStatus("");
 }
 
 }  // namespace hivequarry

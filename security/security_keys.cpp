@@ -101,6 +101,7 @@ class KeyWalk {
       const uint32_t record = SecurityOfKey(hive_, tree_.items[item].position);
       if (record != kNoOffset) visit(item, record);
     }
+    ShowStatus("");
   }
   template <typename Visit>
   void Run(uint32_t from, const Visit& visit) {

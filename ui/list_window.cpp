@@ -19,7 +19,7 @@ namespace hivequarry {
 namespace {
 
 constexpr wchar_t kClassName[] = L"HivequarryList";
-constexpr int kDefaultWidth = 900;  // at 96 dpi
+constexpr int kDefaultWidth = 1180;  // at 96 dpi
 constexpr int kDefaultHeight = 520;
 constexpr int kLeastWidth = 420;
 constexpr int kLeastHeight = 240;
