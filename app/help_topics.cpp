@@ -21,6 +21,9 @@ constexpr HelpPlace kPlaces[] = {
     {kHelpExport, "exporting"},
     {kHelpSecurity, "security-records"},
     {kHelpRegedit, "go-to-regedit"},
+    {kHelpLoadingHives, "loading-a-hive-into-the-registry"},
+    {kHelpSnapshots, "snapshots"},
+    {kHelpBackup, "backing-up-and-replacing-the-registrys-hives"},
 };
 static_assert(std::size(kPlaces) == kHelpTopicsEnd - kHelpStart);
 

@@ -23,6 +23,9 @@ enum HelpTopic : int {
   kHelpExport,
   kHelpSecurity,
   kHelpRegedit,
+  kHelpLoadingHives,
+  kHelpSnapshots,
+  kHelpBackup,
   kHelpTopicsEnd
 };
 

@@ -93,6 +93,7 @@ int Split(const ConsoleRequest& request) {
   const OutputListPtr list = ListBlockRuns(request.hive);
   if (list == nullptr) return StopRequested() ? kExitFailed : kExitUnreadable;
   const bool split = RowCount(*list) == 0 || SplitFile(*list, request.output);
+  if (!split && !StopRequested()) Complain("Not every piece could be written whole");
   const bool printed = PrintList(*list, request.format, std::string());
   return split && printed ? kExitDone : kExitFailed;
 }

@@ -18,6 +18,12 @@ bool WriteReportList(const OutputList& list, const TextSink& sink) {
   return WriteReport(list, WrittenRows(), look, sink);
 }
 
+bool WriteTextList(const OutputList& list, const TextSink& sink) {
+  std::string scratch;
+  return WriteListText(list,
+                       [&](std::string_view text) { return sink(Utf8OfListText(text, scratch)); });
+}
+
 bool WriteList(const OutputList& list, Format format, const TextSink& sink) {
   switch (format) {
     case Format::kCsv:
@@ -27,8 +33,7 @@ bool WriteList(const OutputList& list, Format format, const TextSink& sink) {
     case Format::kReport:
       return WriteReportList(list, sink);
     default:
-      return WriteListText(list,
-                           [&sink](std::string_view text) { return sink(Utf8FromNarrow(text)); });
+      return WriteTextList(list, sink);
   }
 }
 

@@ -1,50 +1,26 @@
 // Any bytes as a hive file: opened, its tree built, and everything shown of it.
-#include <sys/mman.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
-#include <cstring>
 #include <string>
 
+#include "fuzz/fuzzed_hive.h"
 #include "hive/bins.h"
-#include "hive/image.h"
 #include "hive/key_node.h"
 #include "hive/key_tree.h"
 #include "hive/value_key.h"
 #include "hive/value_text.h"
-#include "recovery/image_tree.h"
 #include "recovery/item_values.h"
-
-// libFuzzer's own mutation, also behind a custom one.
-extern "C" size_t LLVMFuzzerMutate(uint8_t* data, size_t size, size_t max_size);
 
 namespace {
 
 using namespace hivequarry;
+using fuzzing::FuzzedHive;
+using fuzzing::Require;
 
 constexpr uint32_t kMostItems = 1000;    // shown of one input
 constexpr uint32_t kMostValues = 16;     // shown of one item
 constexpr uint32_t kLongestDetail = 40;  // values shown in detail
-
-void Require(bool holds) {
-  if (!holds) std::abort();
-}
-
-// A file in memory that is written anew for each input.
-struct MemoryFile {
-  int descriptor = memfd_create("hive", 0);
-  std::string name = "/proc/self/fd/" + std::to_string(descriptor);
-};
-
-const MemoryFile& WriteInput(const uint8_t* data, size_t size) {
-  static const MemoryFile file;
-  Require(file.descriptor >= 0 && ftruncate(file.descriptor, 0) == 0);
-  Require(pwrite(file.descriptor, data, size, 0) == static_cast<ssize_t>(size));
-  return file;
-}
 
 void CheckTree(const KeyTree& tree) {
   const auto count = static_cast<uint32_t>(tree.items.size());
@@ -92,87 +68,16 @@ void ShowTree(const HiveImage& hive, const KeyTree& tree) {
   }
 }
 
-uint32_t LoadWord(const uint8_t* data) {
-  uint32_t word = 0;
-  std::memcpy(&word, data, sizeof(word));
-  return word;
-}
-
-// The positions of a few cells, by walking sizes from a random place.
-uint32_t SomeCell(const uint8_t* data, size_t size, uint32_t seed) {
-  uint32_t at = static_cast<uint32_t>((seed * 8) % size) / 8 * 8;
-  for (size_t steps = 0; steps < 4096 && at + 8 <= size; ++steps, at += 8) {
-    if (LoadWord(data + at) > 0x80000000 && LoadWord(data + at) % 8 == 0) return at;
-  }
-  return 4128;
-}
-
-// What damages a file as a whole: bytes lost or put in, the front cut off, a stretch overwritten by
-// another. Mostly in steps that keep cells on their 8-byte places, for other steps end all of them.
-size_t MoveStretch(uint8_t* data, size_t size, size_t max_size, uint32_t seed) {
-  const size_t step = seed % 8 == 0 ? 1 : seed % 8 < 4 ? 8 : 4096;
-  const size_t amount = std::min(((seed >> 3) % 16 + 1) * step, size / 2);
-  const size_t at = (seed >> 9) % (size - amount);
-  switch ((seed >> 7) % 4) {
-    case 0:
-      if (size + amount > max_size) return size;
-      std::memmove(data + at + amount, data + at, size - at);
-      return size + amount;
-    case 1:
-      std::memmove(data + at, data + at + amount, size - at - amount);
-      return size - amount;
-    case 2:
-      std::memmove(data, data + amount, size - amount);
-      return size - amount;
-    default: {
-      const size_t from = at / 4096 * 4096;
-      const size_t to = size_t{seed} * 7 % (size - amount) / 4096 * 4096;
-      std::memmove(data + to, data + from, amount);
-      return size;
-    }
-  }
-}
-
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  const MemoryFile& file = WriteInput(data, size);
-  const int slot = OpenHive(file.name, true);
-  Require(slot > 0);
-  HiveImage& hive = TheHiveTable().slots[static_cast<size_t>(slot)];
-  KeyTree tree;
   BuildOptions options;
   options.tolerant_keys = size % 4 != 3;
-  const ImageSummary summary = BuildImageTree(hive, options, tree);
+  const FuzzedHive opened(data, size, options);
+  const ImageSummary& summary = opened.summary;
   Require(summary.connected_keys + summary.disconnected_keys == summary.keys);
-  CheckTree(tree);
-  ShowTree(hive, tree);
-  ListHiveBins(hive, hive.data_start, 1000);
-  FreeHiveSlot(slot);
+  CheckTree(opened.tree);
+  ShowTree(opened.hive, opened.tree);
+  ListHiveBins(opened.hive, opened.hive.data_start, 1000);
   return 0;
-}
-
-// Most of the time one field of one cell is set to something that fields hold: another cell's
-// offset, a number at an edge, another record's signature. Blind mutation seldom hits those.
-extern "C" size_t LLVMFuzzerCustomMutator(uint8_t* data, size_t size, size_t max_size,
-                                          unsigned int seed) {
-  constexpr uint32_t kEdges[] = {0,          1,          2,          8,         0xFFFF,
-                                 0x7FFFFFFF, 0x80000000, 0xFFFFFFFF, 0x500000,  0xFFFFFFF8,
-                                 0x80000004, 0x10000,    0x1000,     0xFFFFF000};
-  constexpr char kSignatures[] = "nkvksklflhliridblk";
-  if (size < 4200 || seed % 3 == 0) return LLVMFuzzerMutate(data, size, max_size);
-  if (seed % 7 == 6) return MoveStretch(data, size, max_size, seed / 7);
-  const uint32_t cell = SomeCell(data, size, seed / 3);
-  const uint32_t field = cell + (seed >> 7) % 24 * 4;
-  if (field + 4 > size) return LLVMFuzzerMutate(data, size, max_size);
-  uint32_t word = kEdges[(seed >> 12) % std::size(kEdges)];
-  if (seed % 3 == 1) word = SomeCell(data, size, seed >> 5) - 4096;
-  if (seed % 16 == 5) {
-    std::memcpy(data + cell + 4, kSignatures + 2 * ((seed >> 9) % 9), 2);
-  } else if (seed % 16 == 6) {
-    data[field + (seed >> 4) % 4] = static_cast<uint8_t>(seed >> 16);
-  } else {
-    std::memcpy(data + field, &word, sizeof(word));
-  }
-  return size;
 }

@@ -1,6 +1,7 @@
 // make-seeds TARGET FOLDER: writes the seed inputs of a fuzz target.
 #include <cstdio>
 #include <filesystem>
+#include <iterator>
 #include <span>
 #include <string>
 #include <string_view>
@@ -142,6 +143,90 @@ bool WriteSecurity(const std::filesystem::path& folder) {
   return WriteTexts(folder, kSids) && written;
 }
 
+// Hives with what makes a search go different ways: data in segments, names in UTF-16.
+bool WriteSearches(const std::filesystem::path& folder) {
+  // All fields, in either case; a text; taken from the hive; a number.
+  constexpr std::string_view kQuestions[] = {
+      std::string_view("\xF0\x00\x05\x00\x00\x00Tools\0\0\0\0\0\0\0\0\0\0\0\0\0", 24),
+      std::string_view("\xF0\x03\x07\x20\x11\x00\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0", 24),
+      std::string_view("\x89\x01\x03\x80\x10\x00\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0", 24)};
+  HiveBuilder big;
+  big.Key("A\\Tools").Binary("big", 33000).Sz("tools", "In C:\\Tools");
+  const Bytes hives[] = {SmallHive(List::kLh).bytes, big.Build().bytes, DamagedHive().bytes};
+  bool written = true;
+  for (size_t i = 0; i < std::size(kQuestions); ++i) {
+    for (size_t j = 0; j < std::size(hives); ++j) {
+      Bytes bytes = hives[j];
+      bytes.insert(bytes.end(), kQuestions[i].begin(), kQuestions[i].end());
+      const std::string name = "hive" + std::to_string(j) + "_" + std::to_string(i);
+      written = WriteSeed(folder, name, bytes) && written;
+    }
+  }
+  return written;
+}
+
+// An item, or an extension of one: its size and what is in it.
+Bytes Sized(Bytes bytes) {
+  const auto size = static_cast<uint8_t>(bytes.size() + 2);
+  bytes.insert(bytes.begin(), {size, 0});
+  return bytes;
+}
+
+// The desktop's computer, a drive, and a folder with a long name.
+Bytes ItemListBytes() {
+  Bytes computer = {0x1F, 0x50, 0xE0, 0x4F, 0xD0, 0x20, 0xEA, 0x3A, 0x69,
+                    0x10, 0xA2, 0xD8, 0x08, 0x00, 0x2B, 0x30, 0x30, 0x9D};
+  Bytes drive = {0x2F, 'C', ':', '\\', 0, 0, 0, 0, 0, 0, 0, 0};
+  Bytes folder = {0x31, 0, 0, 0, 0, 0, 0x21, 0x4A, 0x21, 0x4A, 0x10, 0, 'T', '~', '1', 0};
+  Bytes extension = {3, 0, 4, 0, 0xEF, 0xBE, 0x21, 0x4A, 0x21, 0x4A, 0x21, 0x4A, 0x21, 0x4A};
+  const Bytes name = Utf16Z("Tools");
+  extension.insert(extension.end(), {20, 0, 0, 0});
+  extension.insert(extension.end(), name.begin(), name.end());
+  for (const uint8_t byte : Sized(extension)) folder.push_back(byte);
+  Bytes list;
+  for (const Bytes& item : {Sized(computer), Sized(drive), Sized(folder), Bytes{0, 0}}) {
+    list.insert(list.end(), item.begin(), item.end());
+  }
+  return list;
+}
+
+BuiltHive ReportedHive() {
+  HiveBuilder hive;
+  KeyRef service = hive.Key("ControlSet001\\Services\\Tool");
+  service.Dword("Start", 2).Dword("Type", 16).ExpandSz("ImagePath", "%SystemRoot%\\tool.exe -k");
+  KeyRef windows = hive.Key("Microsoft\\Windows\\CurrentVersion");
+  windows.Key("Uninstall\\Tool").Sz("DisplayName", "Tool").Sz("UninstallString", "C:\\t.exe /x");
+  KeyRef shell = windows.Key("Explorer");
+  shell.Key("UserAssist\\{1}\\Count").Binary("P:\\Gbby.rkr", 72).Binary("short", 16);
+  shell.Key("FileExts\\.txt\\OpenWithList").Sz("a", "tool.exe").Sz("MRUList", "a");
+  KeyRef dialogs = shell.Key("ComDlg32\\OpenSavePidlMRU\\txt");
+  dialogs.Value("0", 3, ItemListBytes()).Value("MRUListEx", 3, {0, 0, 0, 0, 255, 255, 255, 255});
+  KeyRef bags = hive.Key("ShellNoRoam\\BagMRU");
+  bags.Value("0", 3, ItemListBytes()).Dword("NodeSlot", 1);
+  bags.Key("0").Value("0", 3, ItemListBytes()).Dword("NodeSlot", 2);
+  hive.Key("ShellNoRoam\\Bags\\1");
+  KeyRef id = hive.Key("Classes\\CLSID\\{2}");
+  id.Sz("", "Class").Key("InprocServer32").Sz("", "C:\\tool.dll");
+  id.Key("ProgID").Sz("", "Tool.1");
+  return hive.Build();
+}
+
+bool WriteSpecialReports(const std::filesystem::path& folder) {
+  BuiltHive damaged = ReportedHive();
+  damaged.Unlink("Microsoft");
+  Bytes items = ItemListBytes();
+  items.insert(items.begin(), 10);  // beyond the last report
+  bool written = WriteSeed(folder, "hive", ReportedHive().bytes);
+  written = WriteSeed(folder, "damaged", damaged.bytes) && written;
+  written = WriteSeed(folder, "items", items) && written;
+  for (uint8_t report = 0; report < 10; ++report) {
+    Bytes keys = Utf16Z("Keys with C:\\Tools\\tool.exe in them, and with others");
+    keys.insert(keys.begin(), report);
+    written = WriteSeed(folder, "keys" + std::to_string(report), keys) && written;
+  }
+  return written;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -152,7 +237,10 @@ int main(int argc, char** argv) {
       {"fuzz_command_line", WriteCommandLines},
       {"fuzz_report", WriteReports},
       {"fuzz_settings", WriteProfiles},
-      {"fuzz_security", WriteSecurity}};
+      {"fuzz_security", WriteSecurity},
+      {"fuzz_script", WriteHives},
+      {"fuzz_search", WriteSearches},
+      {"fuzz_special_reports", WriteSpecialReports}};
   for (const auto& [target, write] : kWriters) {
     if (argc != 3 || argv[1] != target) continue;
     if (write(argv[2])) return 0;

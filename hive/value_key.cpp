@@ -208,4 +208,17 @@ bool ReadValueList(const HiveImage& hive, uint32_t value_count, uint32_t value_l
   return count == value_count;
 }
 
+bool HasValueList(const HiveImage& hive, uint32_t key_position) {
+  constexpr uint32_t kNoList = 0xFFFFFFF8;  // this offset and all above name none
+  return ReadU32(hive, key_position + kKeyValueCount) != 0 &&
+         ReadU32(hive, key_position + kKeyValueList) < kNoList;
+}
+
+void ReadValuesOfKey(const HiveImage& hive, uint32_t key_position, uint32_t& budget,
+                     std::vector<uint32_t>& positions) {
+  if (!HasValueList(hive, key_position)) return;
+  ReadValueList(hive, ReadU32(hive, key_position + kKeyValueCount), ValueListOf(hive, key_position),
+                budget, positions);
+}
+
 }  // namespace hivequarry

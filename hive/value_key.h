@@ -78,5 +78,10 @@ std::string ValueNameUtf8(const HiveImage& hive, const ValueKey& value);
 // image allow, at most `budget`, which is lowered by what was read. False when the list was cut.
 bool ReadValueList(const HiveImage& hive, uint32_t value_count, uint32_t value_list,
                    uint32_t& budget, std::vector<uint32_t>& positions);
+// True for a key whose fields name a value list, readable or not.
+bool HasValueList(const HiveImage& hive, uint32_t key_position);
+// ReadValueList of the key's own list; nothing for a key without one.
+void ReadValuesOfKey(const HiveImage& hive, uint32_t key_position, uint32_t& budget,
+                     std::vector<uint32_t>& positions);
 
 }  // namespace hivequarry

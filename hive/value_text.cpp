@@ -100,9 +100,7 @@ std::string RawText(std::span<const uint8_t> data, size_t limit) {
 
 std::string DwordText(std::span<const uint8_t> data) {
   const uint32_t number = LoadU32(data.data());
-  char text[32];
-  std::snprintf(text, sizeof text, "0x%08" PRIX32 " (%" PRIu32 ")", number, number);
-  return text;
+  return HexNumber(number).append(" (").append(std::to_string(number)).append(")");
 }
 
 std::string BinaryPreview(std::span<const uint8_t> data) {
@@ -197,6 +195,13 @@ char* DumpLine(std::span<const uint8_t> bytes, size_t offset, int digits, char* 
 }
 
 }  // namespace
+
+std::string HexNumber(uint32_t number) {
+  // One in nearly every row of a list: too many for a format string.
+  std::string text = "0x00000000";
+  for (size_t at = 9; at >= 2; --at, number >>= 4) text[at] = kUpperDigits[number & 15];
+  return text;
+}
 
 std::string TypeName(uint32_t type) {
   if (type < std::size(kTypeNames)) return kTypeNames[type];

@@ -23,6 +23,9 @@ inline constexpr uint32_t kRegQword = 11;
 
 inline constexpr size_t kPreviewLength = 250;
 
+// "0x%08X": positions and numbers in lists.
+std::string HexNumber(uint32_t number);
+
 // "REG_SZ" and so on; an unknown code as "0x%x".
 std::string TypeName(uint32_t type);
 

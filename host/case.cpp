@@ -47,4 +47,10 @@ CaseTable CapitalsOf(const CodePage& page) {
 
 CaseTable CurrentCapitals() { return CapitalsOf(*CurrentHost().code_page); }
 
+std::string Capitals(const CaseTable& capitals, std::string_view text) {
+  std::string result(text);
+  for (char& c : result) c = static_cast<char>(capitals[static_cast<uint8_t>(c)]);
+  return result;
+}
+
 }  // namespace hivequarry

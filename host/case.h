@@ -3,6 +3,8 @@
 
 #include <array>
 #include <cstdint>
+#include <string>
+#include <string_view>
 
 #include "host/host.h"
 
@@ -17,5 +19,7 @@ using CaseTable = std::array<uint8_t, 256>;
 CaseTable CapitalsOf(const CodePage& page);
 // Those of the code page in force.
 CaseTable CurrentCapitals();
+// The text with each byte as the table has it.
+std::string Capitals(const CaseTable& capitals, std::string_view text);
 
 }  // namespace hivequarry

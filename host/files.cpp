@@ -26,18 +26,29 @@ std::string FolderOf(const std::string& name) {
   return end == std::string::npos ? std::string() : name.substr(0, end);
 }
 
+namespace {
+
+// Why what stands under the name is not opened at all; 0 where nothing speaks against it.
+int RefusalOf(const std::filesystem::path& path, bool reading) {
+  std::error_code ignored;
+  const std::filesystem::file_type type = std::filesystem::status(path, ignored).type();
+  // Opening a folder for reading succeeds on some platforms and then reads nothing.
+#ifdef _WIN32
+  static_cast<void>(reading);
+  return type == std::filesystem::file_type::directory ? EACCES : 0;
+#else
+  if (type == std::filesystem::file_type::directory) return EISDIR;
+  // Opening a pipe waits for a writer, and files are read at positions, which a pipe has not.
+  return reading && type == std::filesystem::file_type::fifo ? ESPIPE : 0;
+#endif
+}
+
+}  // namespace
+
 std::FILE* OpenFile(const std::string& name, const char* mode, int& error) {
   const std::filesystem::path path = FilePath(name);
-  std::error_code ignored;
-  if (std::filesystem::is_directory(path, ignored)) {
-    // Opening a folder for reading succeeds on some platforms and then reads nothing.
-#ifdef _WIN32
-    error = EACCES;
-#else
-    error = EISDIR;
-#endif
-    return nullptr;
-  }
+  error = RefusalOf(path, *mode == 'r');
+  if (error != 0) return nullptr;
   errno = 0;
 #ifdef _WIN32
   const std::string narrow_mode = mode;

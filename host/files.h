@@ -15,7 +15,8 @@ std::string FullName(const std::string& name);
 // What stands in front of the last separator; empty where there is none.
 std::string FolderOf(const std::string& name);
 // Opens with the given fopen mode; on failure null with `error` set to an errno value. A folder is
-// refused on every platform (EISDIR, or what the platform reports for it).
+// refused on every platform (EISDIR, or what the platform reports for it), a named pipe for reading
+// (ESPIPE).
 std::FILE* OpenFile(const std::string& name, const char* mode, int& error);
 // 64-bit seek from the start and length of an open file; false (or -1) on failure.
 bool SeekFile(std::FILE* stream, uint64_t position);

@@ -21,7 +21,6 @@ void EndOperation() {
 void RequestStop() { TheLongOperation().running = 0; }
 
 bool StopCommand() {
-  constexpr int kBackupStoppable = 200;  // steps of its counter
   LongOperation& operation = TheLongOperation();
   if (operation.backup && operation.backup_progress < kBackupStoppable) return false;
   const int running = operation.running;

@@ -18,6 +18,8 @@ struct LongOperation {
 inline constexpr int kOperationLoad = 1;
 inline constexpr int kOperationQuietA = 3;
 inline constexpr int kOperationQuietB = 4;
+// A backup is not stopped before this count of its progress.
+inline constexpr int kBackupStoppable = 200;
 
 inline constinit LongOperation long_operation_instance;
 inline LongOperation& TheLongOperation() { return long_operation_instance; }

@@ -111,6 +111,8 @@ constexpr KindTitle kKindTitles[] = {
     // What was found is told by its path.
     {5, {"Data", Unit::kText, 7, 3}},
     {6, {"Data", Unit::kText, 7, 3}},
+    {7, {"File", Unit::kText, 7, 3}},
+    {7, {"Registry", Unit::kText, 7, 3}},
     {39, {"Owner Sid", Unit::kText, 6, 1}},
     {45, {"Owner Sid", Unit::kText, 9, 1}},
     {45, {"Owner Account", Unit::kText, 7, 2}},

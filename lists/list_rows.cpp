@@ -3,15 +3,15 @@
 #include <cstring>
 
 #include "hive/key_node.h"
+#include "hive/value_text.h"
 #include "host/host.h"
 
 namespace hivequarry {
 
-std::string PositionText(uint32_t position) {
-  constexpr char kDigits[] = "0123456789ABCDEF";
-  std::string text = "0x00000000";
-  for (size_t i = 9; i >= 2; --i, position >>= 4) text[i] = kDigits[position & 15];
-  return text;
+std::string PositionText(uint32_t position) { return HexNumber(position); }
+
+void ShowWalk(const std::string& path, uint32_t keys, size_t rows) {
+  ShowStatus((path + "  " + std::to_string(keys) + "/" + std::to_string(rows)).c_str());
 }
 
 void AddListRow(OutputList& list, std::initializer_list<std::string_view> texts, uint32_t datum,

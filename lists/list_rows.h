@@ -22,6 +22,10 @@ void AddListRow(OutputList& list, std::span<const std::string_view> texts, uint3
 void AddListRow(OutputList& list, std::initializer_list<std::string_view> texts, uint32_t datum,
                 const RowFacts& facts = {}, int icon = 0);
 
+// Where a walk over keys is, said in the status line every so many keys: "PATH  KEYS/ROWS".
+inline constexpr uint32_t kKeysPerStatus = 256;
+void ShowWalk(const std::string& path, uint32_t keys, size_t rows);
+
 // The lossless path of an item, empty when its code-page text has lost nothing.
 std::string LosslessPath(const HiveImage& hive, const KeyTree& tree, uint32_t item);
 // Likewise of a value's name, which was read with it.

@@ -46,6 +46,10 @@ ListShape ShapeOf(const OutputList& list) {
   return {list, FindListKind(ListKindOf(list)), ColumnCount(list), RowCount(list)};
 }
 
+std::string_view Utf8OfListText(std::string_view text, std::string& scratch) {
+  return CellUtf8(text, false, scratch);
+}
+
 std::string_view CellUtf8(std::string_view text, bool is_utf8, std::string& scratch) {
   if (IsAscii(text)) return text;
   // The way through UTF-16 replaces what is no UTF-8.
@@ -53,9 +57,8 @@ std::string_view CellUtf8(std::string_view text, bool is_utf8, std::string& scra
   return scratch;
 }
 
-std::string_view CellNarrow(const ListShape& shape, uint32_t row, int column,
+std::string_view CellNarrow(const ListShape& shape, int column, std::string_view text,
                             std::string& scratch) {
-  const std::string_view text = CellText(shape.list, row, column);
   if (!InSet(shape.kind.utf8_columns, column) || IsAscii(text)) return text;
   scratch = NarrowText(WideFromUtf8(text));
   return scratch;

@@ -1,8 +1,10 @@
 // What the writers over an Output List share. Not for use outside this folder.
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <functional>
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -31,10 +33,17 @@ struct ListShape {
 };
 ListShape ShapeOf(const OutputList& list);
 
+// The texts of one row.
+using RowTexts = std::array<std::string_view, kMaxOwnColumns>;
+inline void ReadRow(const ListShape& shape, uint32_t row, RowTexts& texts) {
+  CellTexts(shape.list, row, std::span(texts).first(static_cast<size_t>(shape.columns)));
+}
+
 inline bool InSet(uint32_t columns, int column) { return (columns >> column & 1) != 0; }
 
 // A text as sound UTF-8, or a cell as code-page text; `scratch` holds what had to be converted.
 std::string_view CellUtf8(std::string_view text, bool is_utf8, std::string& scratch);
-std::string_view CellNarrow(const ListShape& shape, uint32_t row, int column, std::string& scratch);
+std::string_view CellNarrow(const ListShape& shape, int column, std::string_view text,
+                            std::string& scratch);
 
 }  // namespace hivequarry

@@ -240,7 +240,7 @@ std::vector<uint32_t> SortRows(const OutputList& list, std::span<const uint32_t>
   if (rows.size() > 1 && request.mode == SortMode::kText) {
     SortByTexts({list, request.column}, request.descending, sorted, poll);
   } else {
-    for (SortRow& row : sorted) row.head = NumberOf(list, row.row, request);
+    for (SortRow& row : sorted) row.head = Stopped(poll) ? 0 : NumberOf(list, row.row, request);
     SortByNumbers(sorted, request.descending, poll);
   }
   std::vector<uint32_t> order;

@@ -29,18 +29,22 @@ std::vector<std::string> TextLabels(const OutputList& list) {
   return labels;
 }
 
-std::string_view ShownText(const ListShape& shape, uint32_t row, int column, std::string& scratch) {
-  const std::string_view text = CellNarrow(shape, row, column, scratch);
+std::string_view ShownText(const ListShape& shape, int column, std::string_view cell,
+                           std::string& scratch) {
+  const std::string_view text = CellNarrow(shape, column, cell, scratch);
   return column == 0 && IsResultList(shape.list) ? text.substr(0, kMaxFirstColumn) : text;
 }
 
 void WriteTextRow(const ListShape& shape, const std::vector<std::string>& labels, uint32_t row,
                   std::string& out) {
   std::string scratch;
-  for (int column = 0; column < static_cast<int>(labels.size()); ++column) {
-    const std::string_view text = ShownText(shape, row, column, scratch);
+  RowTexts cells;
+  ReadRow(shape, row, cells);
+  for (size_t column = 0; column < labels.size(); ++column) {
+    const std::string_view text =
+        ShownText(shape, static_cast<int>(column), cells[column], scratch);
     if (text.empty()) continue;
-    out += labels[static_cast<size_t>(column)];
+    out += labels[column];
     out += text;
     out += "\r\n";
   }
@@ -81,7 +85,8 @@ bool WriteFirstColumn(const OutputList& list, const WrittenRows& which, const Te
   ListOutput out{sink, {}};
   std::string scratch;
   return WriteInPieces(out, WrittenCount(list, which), [&](uint32_t place) {
-    out.buffer += ShownText(shape, WrittenRow(which, place), 0, scratch);
+    const std::string_view cell = CellText(list, WrittenRow(which, place), 0);
+    out.buffer += ShownText(shape, 0, cell, scratch);
   });
 }
 

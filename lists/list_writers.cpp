@@ -1,6 +1,7 @@
 #include "lists/list_writers.h"
 
 #include <algorithm>
+#include <cstring>
 
 #include "hive/timestamp.h"
 #include "host/host.h"
@@ -11,9 +12,33 @@ namespace {
 
 // --- CSV -----------------------------------------------------------------------------------------
 
+// The top bit of a byte is set in the result when that byte of `eight`, or one below it, is a mark
+// of the format.
+uint64_t CsvMarks(uint64_t eight) {
+  constexpr uint64_t kOnes = 0x0101010101010101;
+  uint64_t found = 0;
+  for (const char mark : {',', '"', '\r', '\n'}) {
+    const uint64_t zero_where_marked = eight ^ (static_cast<uint8_t>(mark) * kOnes);
+    found |= (zero_where_marked - kOnes) & ~zero_where_marked;
+  }
+  return found & (kOnes << 7);
+}
+
+// True for what can stand without quotes. Nearly all can: eight characters are asked at a time.
+bool IsPlainCsv(std::string_view text) {
+  uint64_t marks = 0;
+  uint64_t eight = 0;
+  for (; text.size() >= sizeof eight; text.remove_prefix(sizeof eight)) {
+    std::memcpy(&eight, text.data(), sizeof eight);
+    marks |= CsvMarks(eight);
+  }
+  eight = 0;
+  for (const char character : text) eight = eight << 8 | static_cast<uint8_t>(character);
+  return (marks | CsvMarks(eight)) == 0;
+}
+
 void AppendCsvField(std::string_view text, std::string& out) {
-  const auto special = [](char c) { return c == ',' || c == '"' || c == '\r' || c == '\n'; };
-  if (std::none_of(text.begin(), text.end(), special)) {
+  if (IsPlainCsv(text)) {
     out += text;
     return;
   }
@@ -26,10 +51,12 @@ void AppendCsvField(std::string_view text, std::string& out) {
 }
 
 void WriteCsvRow(const ListShape& shape, uint32_t row, std::string& scratch, std::string& out) {
+  RowTexts cells;
+  ReadRow(shape, row, cells);
   for (int column = 0; column < shape.columns; ++column) {
     if (column > 0) out += ',';
     const bool is_utf8 = InSet(shape.kind.utf8_columns, column);
-    AppendCsvField(CellUtf8(CellText(shape.list, row, column), is_utf8, scratch), out);
+    AppendCsvField(CellUtf8(cells[static_cast<size_t>(column)], is_utf8, scratch), out);
   }
   out += "\r\n";
 }
@@ -94,9 +121,11 @@ void AppendJsonFact(const char* key, std::string_view utf8, std::string& scratch
 
 void WriteJsonRow(const ListShape& shape, const std::vector<std::string>& keys, uint32_t row,
                   std::string& scratch, std::string& out) {
+  RowTexts cells;
+  ReadRow(shape, row, cells);
   for (int column = 0; column < shape.columns; ++column) {
     out += keys[static_cast<size_t>(column)];
-    AppendJsonCell(shape, column, CellText(shape.list, row, column), scratch, out);
+    AppendJsonCell(shape, column, cells[static_cast<size_t>(column)], scratch, out);
   }
   if (RowHasDatum(shape.list, row)) {
     out += ",\"Offset\":";

@@ -37,6 +37,8 @@ inline bool WriteListText(const OutputList& list, const TextSink& sink) {
 }
 // The compact form: the texts of the first column alone, without labels and line ends.
 bool WriteFirstColumn(const OutputList& list, const WrittenRows& which, const TextSink& sink);
+// What the text form hands to its sink as UTF-8; `scratch` holds what had to be converted.
+std::string_view Utf8OfListText(std::string_view text, std::string& scratch);
 // The whole list.
 bool WriteListCsv(const OutputList& list, const TextSink& sink);
 // One object a row: the column titles as keys, then "Offset", "LastWrite", "Path", "Name" and

@@ -31,7 +31,6 @@ constexpr uint8_t kAboutKey = 2;
 constexpr uint8_t kHasFacts = 4;
 constexpr uint8_t kWideEnds = 8;
 constexpr int kFactTexts = 3;
-constexpr int kMaxTexts = kMaxOwnColumns + kFactTexts;
 
 constexpr size_t kFirstChunk = 4096;
 constexpr size_t kLargestChunk = size_t{1} << 20;
@@ -62,8 +61,8 @@ Bytes TryAllocate(size_t size) { return Bytes(new (std::nothrow) char[size]); }
 // A row's texts, laid out for writing.
 struct RowLayout {
   RowHead head{};
-  std::array<std::string_view, kMaxTexts> texts;
-  int text_count = 0;
+  std::span<const std::string_view> cells;  // without the empty ones at the end
+  std::array<std::string_view, kFactTexts> facts;
   size_t text_bytes = 0;
   size_t end_size = 2;
   size_t size = 0;  // of the blob
@@ -109,30 +108,38 @@ RowView ViewOfBlob(const char* blob) {
   return view;
 }
 
+// Calls `visit` with each text of the blob, in order.
+template <typename Visit>
+void ForEachText(const RowLayout& layout, const Visit& visit) {
+  for (const std::string_view text : layout.cells) visit(text);
+  if ((layout.head.flags & kHasFacts) == 0) return;
+  for (const std::string_view text : layout.facts) visit(text);
+}
+
+// The layout looks at the row's texts and lives no longer than they.
 RowLayout LayOut(const NewRow& row, size_t columns) {
   RowLayout layout;
   size_t cells = std::min(row.texts.size(), columns);
   while (cells > 0 && row.texts[cells - 1].empty()) --cells;
-  std::copy_n(row.texts.begin(), cells, layout.texts.begin());
-  layout.text_count = static_cast<int>(cells);
+  layout.cells = row.texts.first(cells);
   layout.head = {row.datum, static_cast<int16_t>(row.icon), static_cast<uint8_t>(cells), 0};
   if (row.has_datum) layout.head.flags |= kHasDatum;
   if (row.facts.about_key) layout.head.flags |= kAboutKey;
   if (!row.facts.path.empty() || !row.facts.name.empty() || !row.facts.bytes.empty()) {
     layout.head.flags |= kHasFacts;
-    for (const std::string_view text : {row.facts.path, row.facts.name, row.facts.bytes}) {
-      layout.texts[static_cast<size_t>(layout.text_count++)] = text;
-    }
+    layout.facts = {row.facts.path, row.facts.name, row.facts.bytes};
   }
-  for (int i = 0; i < layout.text_count; ++i) {
-    layout.text_bytes += layout.texts[static_cast<size_t>(i)].size();
-  }
+  size_t texts = 0;
+  ForEachText(layout, [&](std::string_view text) {
+    layout.text_bytes += text.size();
+    ++texts;
+  });
   if (layout.text_bytes > UINT16_MAX) {
     layout.end_size = 4;
     layout.head.flags |= kWideEnds;
   }
   layout.size = sizeof(RowHead) + (row.facts.about_key ? sizeof(uint64_t) : 0) +
-                static_cast<size_t>(layout.text_count) * layout.end_size + layout.text_bytes;
+                texts * layout.end_size + layout.text_bytes;
   return layout;
 }
 
@@ -144,19 +151,16 @@ void WriteBlob(const RowLayout& layout, uint64_t last_write, char* out) {
   put(&layout.head, sizeof layout.head);
   if ((layout.head.flags & kAboutKey) != 0) put(&last_write, sizeof last_write);
   uint32_t end = 0;
-  for (int i = 0; i < layout.text_count; ++i) {
-    end += static_cast<uint32_t>(layout.texts[static_cast<size_t>(i)].size());
+  ForEachText(layout, [&](std::string_view text) {
+    end += static_cast<uint32_t>(text.size());
     const auto narrow = static_cast<uint16_t>(end);
     if (layout.end_size == 2) {
       put(&narrow, sizeof narrow);
     } else {
       put(&end, sizeof end);
     }
-  }
-  for (int i = 0; i < layout.text_count; ++i) {
-    const std::string_view text = layout.texts[static_cast<size_t>(i)];
-    put(text.data(), text.size());
-  }
+  });
+  ForEachText(layout, [&put](std::string_view text) { put(text.data(), text.size()); });
 }
 
 }  // namespace
@@ -295,6 +299,17 @@ uint32_t RowCount(const OutputList& list) { return list.row_count.load(std::memo
 std::string_view CellText(const OutputList& list, uint32_t row, int column) {
   const RowView view = ViewOfRow(list, row);
   return column < view.head.cells ? TextAt(view, column) : std::string_view();
+}
+
+void CellTexts(const OutputList& list, uint32_t row, std::span<std::string_view> cells) {
+  const RowView view = ViewOfRow(list, row);
+  uint32_t start = 0;
+  for (size_t column = 0; column < cells.size(); ++column) {
+    const bool there = column < view.head.cells;
+    const uint32_t end = there ? EndAt(view, static_cast<int>(column)) : start;
+    cells[column] = {view.texts + start, end - start};
+    start = end;
+  }
 }
 
 int RowIcon(const OutputList& list, uint32_t row) { return ViewOfRow(list, row).head.icon; }

@@ -99,6 +99,8 @@ void AddRow(OutputList& list, const NewRow& row);
 uint32_t RowCount(const OutputList& list);
 // Valid until the list is cleared or destroyed; empty for a column that the list does not have.
 std::string_view CellText(const OutputList& list, uint32_t row, int column);
+// The texts of a row's first cells at once, for who wants them all.
+void CellTexts(const OutputList& list, uint32_t row, std::span<std::string_view> cells);
 int RowIcon(const OutputList& list, uint32_t row);
 // What was given; the row's number (from 1) where nothing was.
 uint32_t RowDatum(const OutputList& list, uint32_t row);

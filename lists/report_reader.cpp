@@ -220,7 +220,8 @@ ReportRead ReadReportRows(const ByteSource& source, OutputList& list) {
     if (number == 0) break;
     TakeRowLine(number, line.substr(2), pending, list);
   }
-  if (!pending.failed) AddPending(pending, list);
+  // A stop may have come in the middle of a row.
+  if (!pending.failed && !StopRequested()) AddPending(pending, list);
   return ReportRead::kDone;
 }
 

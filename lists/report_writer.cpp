@@ -72,7 +72,8 @@ void AppendNumber(int number, std::string& out) {
 void WriteRow(const ListShape& shape, int columns, uint32_t row, std::string& out) {
   std::string scratch;
   for (int column = 0; column < columns; ++column) {
-    const std::string_view text = CellNarrow(shape, row, column, scratch);
+    const std::string_view text =
+        CellNarrow(shape, column, CellText(shape.list, row, column), scratch);
     if (text.empty()) continue;
     AppendNumber(column + 1, out);
     AppendLine(text, out);

@@ -119,6 +119,7 @@ bool MakeRoom(const Backup& backup, const std::string& file) {
 
 bool SaveUsers(const Backup& backup) {
   const std::vector<UserHive> hives = UserHivesIn(backup.run.folder);
+  if (hives.empty()) Tell(backup, "Can not open Registry key HKEY_USERS !");
   bool whole = !hives.empty();
   for (const UserHive& hive : hives) {
     const bool allowed =

@@ -97,14 +97,15 @@ class Comparison {
         budget_(hive.length / 4),
         value_name_(kLongestValueName, u'\0') {}
 
-  void Run() {
-    if (!FindLivePlace(hive_, place_)) return;
+  std::vector<uint32_t> Run() {
+    if (!FindLivePlace(hive_, place_)) return {};
     const uint32_t end = tree_.items[start_].end;
     for (uint32_t at = start_; at < end && !StopRequested();) {
       while (!levels_.empty() && tree_.items[levels_.back().item].end <= at) levels_.pop_back();
       const bool entered = IsCompared(at) && CompareKey(at);
       at = entered ? at + 1 : tree_.items[at].end;
     }
+    return std::move(differing_);
   }
 
  private:
@@ -315,8 +316,7 @@ class Comparison {
     row.facts.about_key = true;
     row.facts.last_write = last_write;
     if (lossy || WidenText(narrow) != name) row.facts.path = utf8_path;
-    AddRow(list_, row);
-    ShowCounts();
+    Add(item, row);
   }
 
   void AddKeyError(uint32_t item, int32_t error, const char* text) {
@@ -348,7 +348,12 @@ class Comparison {
     row.facts.about_key = value.name.empty();
     if (lossy) row.facts.path = utf8_path;
     row.facts.name = value.utf8_name;
+    Add(item, row);
+  }
+
+  void Add(uint32_t item, const NewRow& row) {
     AddRow(list_, row);
+    if (differing_.empty() || differing_.back() != item) differing_.push_back(item);
     ShowCounts();
   }
 
@@ -376,6 +381,7 @@ class Comparison {
   OutputList& list_;
   const bool two_views_;
   LivePlace place_;
+  std::vector<uint32_t> differing_;  // items with rows
   uint32_t keys_ = 0;
   uint32_t next_status_ = kRowsPerStatus;
   uint32_t budget_;  // entries of value lists still to be read
@@ -417,10 +423,11 @@ bool CheckComparison(const HiveImage& hive, const KeyTree& tree, uint32_t item) 
   return key.error() == kRegistryDone || RefuseOpening(key.error(), false, path);
 }
 
-void CompareBranch(const HiveImage& hive, const KeyTree& tree, uint32_t item,
-                   const CompareOptions& options, OutputList& list) {
-  Comparison(hive, tree, item, options, list).Run();
+std::vector<uint32_t> CompareBranch(const HiveImage& hive, const KeyTree& tree, uint32_t item,
+                                    const CompareOptions& options, OutputList& list) {
+  std::vector<uint32_t> differing = Comparison(hive, tree, item, options, list).Run();
   ShowStatus(std::to_string(RowCount(list)).c_str());
+  return differing;
 }
 
 }  // namespace hivequarry

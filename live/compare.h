@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <span>
+#include <vector>
 
 #include "hive/key_tree.h"
 #include "lists/output_list.h"
@@ -28,9 +29,10 @@ bool CheckComparison(const HiveImage& hive, const KeyTree& tree, uint32_t item);
 // kListCompare, on a worker: the item's key and all below it as displayed, a key before its
 // children, in each key the values of the hive, then values and then keys that are in the registry
 // alone. A key that the registry lacks is listed once. Datum: position of the hive's value, or of
-// its key; keys of the registry alone have none. Ends early when the user stops.
-void CompareBranch(const HiveImage& hive, const KeyTree& tree, uint32_t item,
-                   const CompareOptions& options, OutputList& list);
+// its key; keys of the registry alone have none. Ends early when the user stops. Gives the items
+// that have rows, ascending; what the registry alone has counts for the key that it is in.
+std::vector<uint32_t> CompareBranch(const HiveImage& hive, const KeyTree& tree, uint32_t item,
+                                    const CompareOptions& options, OutputList& list);
 
 struct ComparedData {
   uint32_t type = 0;

@@ -1,9 +1,12 @@
 #include "live/hive_mounts.h"
 
+#include <array>
 #include <cstdio>
 
+#include "hive/timestamp.h"
 #include "host/files.h"
 #include "host/host.h"
+#include "live/live_keys.h"
 
 namespace hivequarry {
 
@@ -19,6 +22,17 @@ int32_t UnloadHiveFromRegistry(const std::u16string& name) {
   const EnabledPrivilege restore(Privilege::kRestore);
   const EnabledPrivilege backup(Privilege::kBackup);
   return CurrentRegistry().unload(kUsers, name.c_str());
+}
+
+void ListKeyAndSubkeys(const std::string& path, OutputList& list) {
+  SetListTitle(list, path);
+  RegistryWalk walk(path, kRegistryRead | kRegistry64Bit);
+  for (SourceKey key; walk.NextKey(key);) {
+    if (key.level > 1) walk.SkipChildren();
+    const std::string date = FormatTimestamp(key.last_write, false);
+    const std::array<std::string_view, 5> texts = {key.path, {}, key.error, {}, date};
+    AddLiveRow(list, texts, key);
+  }
 }
 
 std::u16string FindFreeTempKey(RegistryKey root) {

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <string>
 
+#include "lists/output_list.h"
 #include "live/registry.h"
 
 namespace hivequarry {
@@ -13,6 +14,9 @@ namespace hivequarry {
 // is enabled for the time of the call alone; a process that has none gets kPrivilegeNotHeld.
 int32_t LoadHiveIntoRegistry(const std::u16string& name, const std::string& file);
 int32_t UnloadHiveFromRegistry(const std::u16string& name);
+
+// The key at a registry path and the keys right below it (kListLiveSearch): what a mount holds.
+void ListKeyAndSubkeys(const std::string& path, OutputList& list);
 
 // The first of "Temp01", "Temp02" ... "Temp9999" that can't be opened under the key; empty when all
 // are there.

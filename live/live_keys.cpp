@@ -8,6 +8,7 @@
 #include "hive/value_text.h"
 #include "host/host.h"
 #include "host/long_operation.h"
+#include "lists/list_rows.h"
 
 namespace hivequarry {
 namespace {
@@ -231,8 +232,7 @@ std::vector<std::string> PathsOfRoots(uint32_t roots) {
 }
 
 void LiveProgress::Count(const std::string& path, const OutputList& list) {
-  if (++keys_ % 256 != 0) return;
-  ShowStatus((path + "  " + std::to_string(keys_) + "/" + std::to_string(RowCount(list))).c_str());
+  if (++keys_ % kKeysPerStatus == 0) ShowWalk(path, keys_, RowCount(list));
 }
 
 void AddLiveRow(OutputList& list, std::span<const std::string_view> texts, const SourceKey& key,

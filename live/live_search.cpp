@@ -20,10 +20,7 @@ struct LiveSearch {
 
 // A number is searched for in data alone.
 bool MatchesName(const SearchPattern& pattern, bool wanted, const std::string& name) {
-  if (!wanted || pattern.settings.dword || name.empty()) return false;
-  if (!pattern.settings.hex_mode) return MatchText(pattern, name);
-  const auto* bytes = reinterpret_cast<const uint8_t*>(name.data());
-  return FindBytes(pattern, std::span(bytes, name.size()), false, true) != 0;
+  return wanted && !pattern.settings.dword && !name.empty() && MatchName(pattern, name);
 }
 
 bool MatchesValue(const SearchPattern& pattern, const SourceValue& value) {

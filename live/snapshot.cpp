@@ -13,6 +13,7 @@
 #include "host/host.h"
 #include "host/long_operation.h"
 #include "host/output_file.h"
+#include "live/backup.h"
 #include "live/empty_hive.h"
 #include "live/hive_mounts.h"
 #include "live/live_keys.h"
@@ -176,19 +177,6 @@ SnapshotResult MakeSnapshot(std::string path, const std::string& file, bool save
     result.step = SnapshotStep::kFile;
   }
   return result;
-}
-
-// What is said behind the key that the registry didn't save.
-std::string SaveErrorText(int32_t error) {
-  if (error == kRegistryDenied) return "(Access denied)";
-  if (error == kPrivilegeNotHeld) return "(Privilege not held)";
-  return '(' + CurrentRegistry().error_text(error) + ')';
-}
-
-std::string NameInFolder(std::string folder, const char* name) {
-  constexpr char kSeparator = static_cast<char>(std::filesystem::path::preferred_separator);
-  if (!folder.empty() && folder.find_last_of("\\/") != folder.size() - 1) folder += kSeparator;
-  return folder + name;
 }
 
 std::string WithCode(const char* text, int32_t error) {

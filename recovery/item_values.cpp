@@ -12,8 +12,6 @@
 namespace hivequarry {
 namespace {
 
-constexpr uint32_t kNoValueList = 0xFFFFFFF8;  // this offset and all above name no list
-
 ValueRow InfoRow(const char* name, const char* text) {
   ValueRow row;
   row.name = name;
@@ -40,17 +38,14 @@ ValueRow CellDetailsRow(const HiveImage& hive, uint32_t position) {
   return row;
 }
 
-// A value whose length alone puts it out of reach is still a value of its key.
 // The positions that a key's value list names, kNoOffset for an entry that leads nowhere.
 std::vector<uint32_t> ListEntries(const HiveImage& hive, uint32_t key_position, uint32_t& budget) {
   std::vector<uint32_t> positions;
-  const uint32_t count = ReadU32(hive, key_position + kKeyValueCount);
-  const uint32_t offset = ReadU32(hive, key_position + kKeyValueList);
-  if (count == 0 || offset >= kNoValueList) return positions;
-  ReadValueList(hive, count, ValueListOf(hive, key_position), budget, positions);
+  ReadValuesOfKey(hive, key_position, budget, positions);
   return positions;
 }
 
+// A value whose length alone puts it out of reach is still a value of its key.
 bool IsShown(ValueStatus status) { return IsListed(status) || status == ValueStatus::kTooLong; }
 
 bool IsOrdinaryType(uint32_t type) { return (type >= 1 && type <= 4) || type == kRegMultiSz; }
@@ -252,9 +247,7 @@ ItemValues ShowItemValues(const HiveImage& hive, const KeyTree& tree, uint32_t i
   if (options.cell_details) values.info_rows.push_back(CellDetailsRow(hive, it.position));
   uint32_t budget = hive.length / 4;
   values.value_positions = ListedValues(hive, it.position, budget);
-  const bool none = ReadU32(hive, it.position + kKeyValueCount) == 0 ||
-                    ReadU32(hive, it.position + kKeyValueList) >= kNoValueList;
-  if (none) values.info_rows.push_back(InfoRow("(No values set)", ""));
+  if (!HasValueList(hive, it.position)) values.info_rows.push_back(InfoRow("(No values set)", ""));
   return values;
 }
 
@@ -274,9 +267,7 @@ ValueRow MakeValueRow(const HiveImage& hive, const ValueKey& value, std::span<co
   row.data = value.status == ValueStatus::kTooLong ? "ERR_DATALEN" : ValueDataText(value, data);
   row.edited = value.edited;
   row.icon = IconOfValue(value) + (value.edited ? kEditedIconStep : 0);
-  char text[16];
-  std::snprintf(text, sizeof(text), "0x%08X", hive.base_offset + value.position);
-  row.position = text;
+  row.position = HexNumber(hive.base_offset + value.position);
   if (options.technical) MakeTechnical(value, row);
   return row;
 }

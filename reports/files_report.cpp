@@ -1,9 +1,11 @@
 // Files and folders that values name, by key and by file.
 #include <algorithm>
+#include <numeric>
 #include <vector>
 
 #include "hive/value_text.h"
 #include "host/case.h"
+#include "host/long_operation.h"
 #include "reports/path_texts.h"
 #include "reports/report_run.h"
 
@@ -11,6 +13,7 @@ namespace hivequarry {
 namespace {
 
 constexpr size_t kMaxTextBytes = 0x20000;  // of a value's data
+constexpr size_t kRowsAfterStop = 10000;
 
 // The paths of a value's text; where there is none, those of its name, which is a path in the lists
 // of shared libraries and of programs' display names.
@@ -48,13 +51,26 @@ struct FileRow {
   RowSubject subject;
 };
 
-std::string Capitals(const CaseTable& capitals, std::string text) {
-  for (char& c : text) c = static_cast<char>(capitals[static_cast<uint8_t>(c)]);
-  return text;
-}
-
 RowSubject FileSubject(const SourceKey& key, const SourceValue& value) {
   return key.error.empty() ? SubjectOf(key, value) : SubjectOf(key);
+}
+
+// In the order of their paths. Of a run that was stopped there is time for some rows only.
+void AddSorted(std::vector<FileRow>& rows, OutputList& list) {
+  const bool stopped = StopRequested();
+  if (stopped) rows.resize(std::min(rows.size(), kRowsAfterStop));
+  std::vector<uint32_t> order(rows.size());
+  std::iota(order.begin(), order.end(), 0U);
+  std::stable_sort(order.begin(), order.end(), [&](uint32_t a, uint32_t b) {
+    return (stopped || !StopRequested()) && rows[a].sorted_by < rows[b].sorted_by;
+  });
+  size_t left = kRowsAfterStop;
+  for (const uint32_t row : order) {
+    if (StopRequested() && left-- == 0) break;
+    const auto& cells = rows[row].texts;
+    const std::vector<std::string_view> texts(std::begin(cells), std::end(cells));
+    AddReportRow(list, texts, rows[row].subject);
+  }
 }
 
 std::string_view FileValueName(const SourceKey& key, const SourceValue& value) {
@@ -86,12 +102,7 @@ void ReportFiles(ReportRun& run) {
                     FileSubject(key, value)});
     ++run.kept;
   });
-  std::stable_sort(rows.begin(), rows.end(),
-                   [](const FileRow& a, const FileRow& b) { return a.sorted_by < b.sorted_by; });
-  for (const FileRow& row : rows) {
-    const std::vector<std::string_view> texts(std::begin(row.texts), std::end(row.texts));
-    AddReportRow(run.list, texts, row.subject);
-  }
+  AddSorted(rows, run.list);
   run.kept = 0;
 }
 

@@ -21,10 +21,8 @@ namespace {
 
 constexpr uint32_t kStopPollMask = 0xFF;
 
-void AddTexts(OutputList& list, const std::vector<std::string>& texts, uint32_t datum,
-              const RowFacts& facts, int icon) {
-  std::vector<std::string_view> views(texts.begin(), texts.end());
-  AddListRow(list, views, datum, facts, icon);
+bool IsValue(const ValueKey& value) {
+  return value.status != ValueStatus::kEmpty && value.status != ValueStatus::kNotAValue;
 }
 
 // Nearly all names are plain single-byte text, which loses nothing.
@@ -50,9 +48,10 @@ class ValueRows {
   ValueRows(const HiveImage& hive, OutputList& list, const ValueListOptions& options)
       : hive_(hive), list_(list), options_(options) {}
 
-  // `key` is its position, kNoOffset for none.
+  // `key` is its position, kNoOffset for none. No row for what is no value.
   void Add(uint32_t position, const std::string& path, uint32_t key, const std::string& lossless) {
     const ValueKey value = ReadValueKey(hive_, position, ValueRead::kData, kMaxValueData, &data_);
+    if (!IsValue(value)) return;
     const ValueRow row = MakeValueRow(hive_, value, data_, ValueViewOptions());
     RowFacts facts;
     const std::string name = LosslessName(hive_, value);
@@ -60,10 +59,10 @@ class ValueRows {
     facts.path = lossless;
     facts.name = name;
     facts.bytes = bytes;
-    AddTexts(list_,
-             {path, row.name, row.type, row.data, PositionText(position),
-              key == kNoOffset ? std::string() : PositionText(key)},
-             position, facts, row.icon);
+    AddListRow(list_,
+               {path, row.name, row.type, row.data, PositionText(position),
+                key == kNoOffset ? std::string() : PositionText(key)},
+               position, facts, row.icon);
   }
 
  private:
@@ -98,14 +97,14 @@ void AddFieldLines(const std::string& fields, uint32_t position, OutputList& lis
   ForEachLine(fields, [&](std::string_view line) {
     const size_t colon = std::min(line.find(": "), line.size());
     const std::string text(line.substr(std::min(colon + 2, line.size())));
-    AddTexts(list, {std::string(line.substr(0, colon)), text}, position, RowFacts(), 0);
+    AddListRow(list, {std::string(line.substr(0, colon)), text}, position, RowFacts(), 0);
   });
 }
 
 // The value's name and type, then its detail view; for data that cannot be read, why.
 void AddValueDetail(const HiveImage& hive, const ValueKey& value, OutputList& list) {
   const auto add = [&](const char* field, const std::string& text) {
-    AddTexts(list, {field, text}, value.position, RowFacts(), 0);
+    AddListRow(list, {field, text}, value.position, RowFacts(), 0);
   };
   add("Value", ValueDisplayName(value));
   add("Type", TypeName(value.type));
@@ -138,15 +137,16 @@ std::string RecordWords(const HiveImage& hive, const KeyTree& tree, const Record
 OutputListPtr ListImageInfo(const HiveImage& hive, const ImageSummary& summary) {
   OutputListPtr list = MakeOutputList(kListInfo);
   const auto number = [](uint32_t value) { return std::to_string(value); };
-  AddTexts(*list,
-           {hive.file_name, number(hive.length), number(hive.base_offset),
-            number(hive.header_valid), number(hive.root_valid), number(hive.data_start),
-            number(hive.root_position), DisplayedRoot(hive), number(summary.list_style),
-            number(summary.keys), number(summary.connected_keys), number(summary.disconnected_keys),
-            number(summary.values), number(summary.disconnected_values),
-            number(summary.security_records), number(summary.bins), number(summary.virtual_parents),
-            number(summary.virtual_children), number(summary.virtual_siblings)},
-           kNoOffset, RowFacts(), 0);
+  AddListRow(
+      *list,
+      {hive.file_name, number(hive.length), number(hive.base_offset), number(hive.header_valid),
+       number(hive.root_valid), number(hive.data_start), number(hive.root_position),
+       DisplayedRoot(hive), number(summary.list_style), number(summary.keys),
+       number(summary.connected_keys), number(summary.disconnected_keys), number(summary.values),
+       number(summary.disconnected_values), number(summary.security_records), number(summary.bins),
+       number(summary.virtual_parents), number(summary.virtual_children),
+       number(summary.virtual_siblings)},
+      kNoOffset, RowFacts(), 0);
   return list;
 }
 
@@ -167,12 +167,12 @@ OutputListPtr ListKeyTree(const HiveImage& hive, const KeyTree& tree, uint32_t i
     facts.about_key = has_cell;
     facts.last_write = last_write;
     facts.path = lossless;
-    AddTexts(*list,
-             {path, PositionText(it.position),
-              under_key ? PositionText(tree.items[it.parent].position) : std::string(),
-              FormatTimestampChecked(last_write), StatusText(it.marks), std::to_string(it.marks),
-              it.connected ? "1" : "0"},
-             it.position, facts, 0);
+    AddListRow(*list,
+               {path, PositionText(it.position),
+                under_key ? PositionText(tree.items[it.parent].position) : std::string(),
+                FormatTimestampChecked(last_write), StatusText(it.marks), std::to_string(it.marks),
+                it.connected ? "1" : "0"},
+               it.position, facts, 0);
   }
   return list;
 }
@@ -191,16 +191,20 @@ OutputListPtr ListKeyValues(const HiveImage& hive, const KeyTree& tree, uint32_t
   // Value lists shared by many keys are listed at each of them, within what one list each would
   // take at most.
   uint32_t budget = hive.length / 4;
+  std::vector<uint32_t> values;
   for (uint32_t at = first; at < end; ++at) {
     if ((at & kStopPollMask) == 0 && StopRequested()) break;
     const bool asked_copy = !all && tree.items[at].kind == ItemKind::kPathCopy;
     if (!HasKeyCell(tree, at) && !asked_copy) continue;
     const uint32_t key = tree.items[at].position;
-    const std::vector<uint32_t> values = ListedValues(hive, key, budget);
+    values.clear();
+    ReadValuesOfKey(hive, key, budget, values);
     if (values.empty()) continue;
     const std::string lossless = !all || lossy[at] ? LosslessPath(hive, tree, at) : "";
     const std::string& path = paths.PathOf(at);
-    for (const uint32_t position : values) rows.Add(position, path, key, lossless);
+    for (const uint32_t position : values) {
+      if (position != kNoOffset) rows.Add(position, path, key, lossless);
+    }
   }
   return list;
 }
@@ -220,7 +224,7 @@ OutputListPtr ListDisconnectedValues(const HiveImage& hive, const KeyTree& tree,
 OutputListPtr ListBlocks(const HiveImage& hive) {
   OutputListPtr list = MakeOutputList(kListBins);
   for (const BinRow& bin : ListHiveBins(hive, hive.data_start, UINT32_MAX)) {
-    AddTexts(
+    AddListRow(
         *list,
         {BinNumberText(bin), PositionText(bin.position).substr(2), BinSizeText(bin),
          BinCopyText(bin), bin.invalid ? std::string() : PositionText(bin.own_offset).substr(2)},
@@ -231,8 +235,7 @@ OutputListPtr ListBlocks(const HiveImage& hive) {
 
 OutputListPtr ListDetail(const HiveImage& hive, const KeyTree& tree, uint32_t position) {
   const ValueKey value = ReadValueKey(hive, position, ValueRead::kName, kMaxValueData, nullptr);
-  const bool is_value =
-      value.status != ValueStatus::kEmpty && value.status != ValueStatus::kNotAValue;
+  const bool is_value = IsValue(value);
   const std::string fields = is_value ? std::string() : KeyDetailAt(hive, tree, position);
   if (!is_value && fields.empty()) return nullptr;
   OutputListPtr list = MakeOutputList(kListDetail);
@@ -251,10 +254,10 @@ OutputListPtr ListRawRecord(const HiveImage& hive, const KeyTree& tree, uint32_t
   SetListSubtitle(*list, RecordWords(hive, tree, record.place));
   for (const RawField& field : record.fields) {
     const bool leads = field.leads_to != kNoOffset;
-    AddTexts(*list,
-             {PositionText(field.position), std::to_string(field.size), field.name, field.bytes,
-              field.meaning, leads ? PositionText(field.leads_to) : std::string()},
-             leads ? field.leads_to : field.position, RowFacts(), 0);
+    AddListRow(*list,
+               {PositionText(field.position), std::to_string(field.size), field.name, field.bytes,
+                field.meaning, leads ? PositionText(field.leads_to) : std::string()},
+               leads ? field.leads_to : field.position, RowFacts(), 0);
   }
   return list;
 }

@@ -10,8 +10,6 @@
 namespace hivequarry {
 namespace {
 
-constexpr uint32_t kStatusStep = 256;  // keys from one status line to the next
-
 auto FieldsOf(const KeyDateTime& time) {
   return std::tie(time.year, time.month, time.day, time.hour, time.minute, time.second);
 }
@@ -65,12 +63,6 @@ bool IsDate(const KeyDateTime& time) {
   const bool fields = time.year >= 1601 && time.year <= 30827 && time.month >= 1 &&
                       time.month <= 12 && time.day >= 1 && time.day <= 31;
   return fields && KeyDateTimeOf(FileTimeOf(time)) == time;
-}
-
-void ShowCounts(const std::string& path, uint32_t keys, uint32_t rows) {
-  char counts[32];
-  std::snprintf(counts, sizeof(counts), "  %u/%u", keys, rows);
-  ShowStatus((path + counts).c_str());
 }
 
 void AddDateRow(const HiveImage& hive, const KeyTree& tree, uint32_t item, const std::string& path,
@@ -127,7 +119,7 @@ void ListKeyDates(const HiveImage& hive, const KeyTree& tree, uint32_t item,
   uint32_t keys = 0;
   for (uint32_t at = item; at < tree.items[item].end && !StopRequested(); ++at) {
     if (!IsKeyItem(tree, at)) continue;
-    if (++keys % kStatusStep == 0) ShowCounts(paths.PathOf(at), keys, RowCount(list));
+    if (++keys % kKeysPerStatus == 0) ShowWalk(paths.PathOf(at), keys, RowCount(list));
     if (IsWanted(hive, tree, at, range)) AddDateRow(hive, tree, at, paths.PathOf(at), list);
   }
   char done[32];

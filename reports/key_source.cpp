@@ -9,14 +9,11 @@
 #include "host/case.h"
 #include "host/host.h"
 #include "host/long_operation.h"
+#include "lists/list_rows.h"
 #include "recovery/item_values.h"
 
 namespace hivequarry {
 namespace {
-
-bool IsPlain(std::string_view text) {
-  return std::all_of(text.begin(), text.end(), [](char c) { return c > 0 && c != '?'; });
-}
 
 class HiveKeys : public KeySource {
  public:
@@ -60,8 +57,7 @@ class HiveKeys : public KeySource {
     value.read = read.status == ValueStatus::kRead;
     value.text = MakeValueRow(hive_, read, data_, ValueViewOptions()).data;
     value.position = position;
-    value.utf8_name = IsPlain(read.name) ? std::string() : ValueNameUtf8(hive_, read);
-    if (value.utf8_name == Utf8FromNarrow(read.name)) value.utf8_name.clear();
+    value.utf8_name = LosslessName(hive_, read);
     return true;
   }
 
@@ -69,7 +65,7 @@ class HiveKeys : public KeySource {
     const size_t split = path.rfind('\\');
     if (split == std::string_view::npos) return 0;
     if (path.substr(0, split) != children_of_) ReadChildren(path.substr(0, split));
-    const auto found = children_.find(Capitals(path.substr(split + 1)));
+    const auto found = children_.find(Capitals(capitals_, path.substr(split + 1)));
     return found == children_.end() ? 0 : LastWriteOfItem(found->second);
   }
 
@@ -90,7 +86,7 @@ class HiveKeys : public KeySource {
   }
 
   bool IsLossy(std::string_view name) const {
-    return !IsPlain(name) && ItemNameUtf8(hive_, tree_, at_) != Utf8FromNarrow(name);
+    return !IsPlainText(name) && ItemNameUtf8(hive_, tree_, at_) != Utf8FromNarrow(name);
   }
 
   bool PathIsLossy() const {
@@ -123,12 +119,6 @@ class HiveKeys : public KeySource {
     values_ = has_cell ? ListedValues(hive_, it.position, value_budget_) : std::vector<uint32_t>();
   }
 
-  std::string Capitals(std::string_view name) const {
-    std::string text(name);
-    for (char& c : text) c = static_cast<char>(capitals_[static_cast<uint8_t>(c)]);
-    return text;
-  }
-
   void ReadChildren(std::string_view path) {
     children_of_ = path;
     children_.clear();
@@ -136,7 +126,7 @@ class HiveKeys : public KeySource {
     if (parent == kNoItem) return;
     for (uint32_t child = FirstChild(tree_, parent); child != kNoItem;
          child = NextSibling(tree_, child)) {
-      children_.emplace(Capitals(ItemName(hive_, tree_, child)), child);
+      children_.emplace(Capitals(capitals_, ItemName(hive_, tree_, child)), child);
     }
   }
 

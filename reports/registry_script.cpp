@@ -22,14 +22,12 @@ constexpr char kUnwritable = '?';  // in place of what a line cannot hold
 constexpr size_t kBufferSize = 64 * 1024;
 constexpr size_t kMaxKeyName = 256;
 constexpr uint32_t kMinValueRoom = 18;  // bytes of the image that a value needs at least
-constexpr uint32_t kNoValueList = 0xFFFFFFF8;
 // Times the image's length: what may have been written behind a key line, and behind a value line.
 constexpr uint64_t kKeyLimit = 5;
 constexpr uint64_t kValueLimit = 3;
-constexpr uint32_t kKeysPerStatus = 33;
+constexpr uint32_t kKeysPerNotice = 33;
 constexpr uint32_t kManyValues = 128;  // of a key: it is always shown
 constexpr uint32_t kValuesPerStatus = 16;
-constexpr uint32_t kStopInterval = 64;  // values
 
 std::string OnOneLine(std::string name) {
   for (char& character : name) {
@@ -49,13 +47,6 @@ std::string ScriptRoot(const HiveImage& hive) {
   std::string root = OnOneLine(hive.long_prefix);
   if (root.ends_with('\\')) root.pop_back();
   return root;
-}
-
-void ReadKeyValues(const HiveImage& hive, uint32_t key, uint32_t& budget,
-                   std::vector<uint32_t>& positions) {
-  const uint32_t count = ReadU32(hive, key + kKeyValueCount);
-  if (count == 0 || ReadU32(hive, key + kKeyValueList) >= kNoValueList) return;
-  ReadValueList(hive, count, ValueListOf(hive, key), budget, positions);
 }
 
 // Why a value was skipped, in the words of the value lists where they have some.
@@ -143,9 +134,9 @@ class ScriptWriter {
     if (Written() > kKeyLimit * hive_.length) return CutShort();
     positions_.clear();
     const KeyItem& it = tree_.items[item];
-    if ((it.marks & kVirtualMarks) == 0) ReadKeyValues(hive_, it.position, budget_, positions_);
+    if ((it.marks & kVirtualMarks) == 0) ReadValuesOfKey(hive_, it.position, budget_, positions_);
     if (budget_ == 0) LeaveOut(item);
-    if (result_.keys % kKeysPerStatus == 0 || positions_.size() > kManyValues) ShowKey();
+    if (result_.keys % kKeysPerNotice == 0 || positions_.size() > kManyValues) ShowKey();
     for (const uint32_t position : positions_) {
       if (ended_ || position == kNoOffset || !InsideHive(hive_, position, kMinValueRoom)) break;
       WriteValue(position);
@@ -155,7 +146,7 @@ class ScriptWriter {
   }
 
   void WriteValue(uint32_t position) {
-    if (++values_met_ % kStopInterval == 0) StopWhenAsked();
+    StopWhenAsked();
     const ValueKey value = ReadValueKey(hive_, position, ValueRead::kData, kMaxValueData, &data_);
     // A length beyond the hive itself is damage, and the value like any other that cannot be read.
     const bool too_long = value.status == ValueStatus::kTooLong &&
@@ -207,8 +198,7 @@ class ScriptWriter {
   bool ended_ = false;
   uint32_t key_ = kNoItem;  // being written
   std::string out_;
-  uint64_t handed_on_ = 0;  // bytes
-  uint32_t values_met_ = 0;
+  uint64_t handed_on_ = 0;     // bytes
   std::vector<Level> levels_;  // down to the item being written
   std::string line_;           // its key line, without what closes it
   std::string status_;
@@ -251,7 +241,7 @@ std::vector<uint32_t> KeysOfPositions(const HiveImage& hive, const KeyTree& tree
   for (uint32_t item = 0; item < tree.items.size() && !values.empty(); ++item) {
     if (!HasKeyCell(tree, item)) continue;
     listed.clear();
-    ReadKeyValues(hive, tree.items[item].position, budget, listed);
+    ReadValuesOfKey(hive, tree.items[item].position, budget, listed);
     for (const uint32_t value : listed) {
       if (values.erase(value) != 0) keys.insert(item);
     }

@@ -12,8 +12,7 @@
 namespace hivequarry {
 namespace {
 
-constexpr uint32_t kStatusMask = 0xFF;  // a status text every 256 keys
-constexpr size_t kJoinLimit = 511;      // a joined cell stays shorter
+constexpr size_t kJoinLimit = 511;  // a joined cell stays shorter
 constexpr size_t kMaxMruEntries = 0x10000;
 
 void ShowProgress(const ReportRun& run) {
@@ -47,7 +46,7 @@ void TakeNumbers(std::span<const uint8_t> data, MruOrder& order) {
 
 bool NextKey(ReportRun& run, SourceKey& key) {
   if (!run.keys.NextKey(key)) return false;
-  if ((++run.visited & kStatusMask) == 0) ShowProgress(run);
+  if (++run.visited % kKeysPerStatus == 0) ShowProgress(run);
   return true;
 }
 
@@ -70,7 +69,9 @@ void AddReportRow(OutputList& list, std::initializer_list<std::string_view> text
   AddReportRow(list, std::span(texts.begin(), texts.size()), subject);
 }
 
-std::string KeyDateText(const SourceKey& key) { return FormatTimestampChecked(key.last_write); }
+std::string KeyDateText(const SourceKey& key) {
+  return key.last_write == 0 ? std::string() : FormatTimestamp(key.last_write, false);
+}
 
 std::string OffsetText(uint32_t position) {
   return position == kNoOffset ? std::string() : PositionText(position);

@@ -45,6 +45,7 @@ void AddReportRow(OutputList& list, std::initializer_list<std::string_view> text
 
 // --- cells -----------------------------------------------------------------------------------
 
+// Empty when the last write is not known.
 std::string KeyDateText(const SourceKey& key);
 // "0x%08X"; empty for none.
 std::string OffsetText(uint32_t position);

@@ -15,24 +15,9 @@
 namespace hivequarry {
 namespace {
 
-constexpr uint32_t kStatusStep = 256;  // keys from one status line to the next
 // Reading a key and its values takes about as long as passing over this many bytes of the image.
 constexpr uint32_t kBytesPerKey = 2048;
-constexpr uint32_t kNoValueList = 0xFFFFFFF8;  // this offset and all above name no list
 constexpr int kPlainColumns = 5;
-
-std::span<const uint8_t> BytesOf(std::string_view text) {
-  return {reinterpret_cast<const uint8_t*>(text.data()), text.size()};
-}
-
-bool FindExactly(const SearchPattern& pattern, std::span<const uint8_t> bytes) {
-  return FindBytes(pattern, bytes, false, true) != 0;
-}
-
-// A displayed name.
-bool MatchName(const SearchPattern& pattern, std::string_view name) {
-  return pattern.settings.hex_mode ? FindExactly(pattern, BytesOf(name)) : MatchText(pattern, name);
-}
 
 // A key cell whose stored name may be taken for what it says.
 bool IsPlausibleKey(const HiveImage& hive, uint32_t position) {
@@ -89,24 +74,16 @@ class BranchSearch {
   }
 
   void VisitKey(uint32_t item) {
-    if (++keys_ % kStatusStep == 0) ShowCounts(item);
+    if (++keys_ % kKeysPerStatus == 0) ShowWalk(paths_.PathOf(item), keys_, RowCount(list_));
     if (key_names_ && MayMatchName(sieve_, tree_, item) && KeyMatches(item)) AddKeyRow(item);
     if (!values_ || !HasKeyCell(tree_, item)) return;
     const uint32_t key = tree_.items[item].position;
-    const uint32_t count = ReadU32(hive_, key + kKeyValueCount);
-    if (count == 0 || ReadU32(hive_, key + kKeyValueList) >= kNoValueList) return;
     positions_.clear();
-    ReadValueList(hive_, count, ValueListOf(hive_, key), budget_, positions_);
+    ReadValuesOfKey(hive_, key, budget_, positions_);
     for (const uint32_t position : positions_) {
       if (StopRequested()) return;
       if (position != kNoOffset) VisitValue(item, position);
     }
-  }
-
-  void ShowCounts(uint32_t item) {
-    char counts[32];
-    std::snprintf(counts, sizeof(counts), "  %u/%u", keys_, RowCount(list_));
-    ShowStatus((paths_.PathOf(item) + counts).c_str());
   }
 
   bool KeyMatches(uint32_t item) {

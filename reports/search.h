@@ -52,6 +52,10 @@ bool MatchText(const SearchPattern& pattern, std::string_view candidate);
 // Position behind the match, plus one; 0 for none. `wide` skips a zero byte behind a matched one.
 size_t FindBytes(const SearchPattern& pattern, std::span<const uint8_t> bytes, bool wide,
                  bool match_case);
+// The same in any place, case and all.
+bool FindExactly(const SearchPattern& pattern, std::span<const uint8_t> bytes);
+// A displayed name against the pattern, in either mode.
+bool MatchName(const SearchPattern& pattern, std::string_view name);
 // Data of a type against the pattern.
 bool MatchData(const SearchPattern& pattern, uint32_t type, std::span<const uint8_t> data);
 

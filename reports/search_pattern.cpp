@@ -5,6 +5,7 @@
 
 #include "hive/image.h"
 #include "hive/value_text.h"
+#include "host/long_operation.h"
 #include "reports/search.h"
 
 namespace hivequarry {
@@ -12,6 +13,7 @@ namespace {
 
 constexpr uint32_t kBinaryTwin = 0x201;  // a type of its own, yet searched as REG_BINARY
 constexpr size_t kDwordDigits = 8;
+constexpr size_t kStopInterval = 65536;  // bytes
 
 uint8_t DigitValue(char character) {
   const auto code = static_cast<uint8_t>(character);
@@ -36,8 +38,10 @@ template <typename Same>
 size_t FindFirst(std::string_view pattern, std::span<const uint8_t> bytes, bool wide,
                  const Same& same) {
   const auto first = static_cast<uint8_t>(pattern.front());
-  // An attempt begins wherever the first byte stands, inside a failed one too.
+  // An attempt begins wherever the first byte stands, inside a failed one too. In data made of few
+  // different bytes that takes its time.
   for (size_t start = 0; start + pattern.size() <= bytes.size(); ++start) {
+    if (start % kStopInterval == kStopInterval - 1 && StopRequested()) return 0;
     if (!same(bytes[start], first)) continue;
     const size_t end = MatchFrom(pattern, bytes, start, wide, same);
     if (end != 0) return end + 1;
@@ -58,7 +62,7 @@ bool MatchBytes(const SearchPattern& pattern, std::span<const uint8_t> bytes) {
 bool MatchStringData(const SearchPattern& pattern, uint32_t type, std::span<const uint8_t> data) {
   if (!pattern.settings.hex_mode) return MatchText(pattern, DataText(type, data));
   if (pattern.settings.match_length && !IsWhole(pattern, data)) return false;
-  return FindBytes(pattern, data, false, true) != 0;
+  return FindExactly(pattern, data);
 }
 
 bool MatchDword(const SearchPattern& pattern, std::span<const uint8_t> data) {
@@ -79,10 +83,6 @@ SearchSettings Effective(SearchSettings settings) {
   return settings;
 }
 
-void Fold(const CaseTable& fold, std::string& text) {
-  for (char& c : text) c = static_cast<char>(fold[static_cast<uint8_t>(c)]);
-}
-
 }  // namespace
 
 bool CompilePattern(const SearchSettings& settings, SearchPattern& pattern) {
@@ -91,7 +91,9 @@ bool CompilePattern(const SearchSettings& settings, SearchPattern& pattern) {
   pattern.settings = Effective(settings);
   pattern.fold = CurrentCapitals();
   pattern.bytes = settings.hex_mode ? TextOfHex(settings.hex) : settings.text;
-  if (!settings.hex_mode && !settings.match_case) Fold(pattern.fold, pattern.bytes);
+  if (!settings.hex_mode && !settings.match_case) {
+    pattern.bytes = Capitals(pattern.fold, pattern.bytes);
+  }
   if (pattern.settings.dword) std::ranges::reverse(pattern.bytes);
   return !pattern.bytes.empty();
 }
@@ -112,9 +114,19 @@ std::string TextOfHex(std::string_view hex) {
 }
 
 bool MatchText(const SearchPattern& pattern, std::string_view candidate) {
+  // A second terminator is no part of a text.
+  if (pattern.settings.match_length && candidate.ends_with('\0')) candidate.remove_suffix(1);
   const std::span<const uint8_t> bytes = BytesOf(candidate);
   if (pattern.settings.match_length && !IsWhole(pattern, bytes)) return false;
   return FindBytes(pattern, bytes, false, pattern.settings.match_case) != 0;
+}
+
+bool FindExactly(const SearchPattern& pattern, std::span<const uint8_t> bytes) {
+  return FindBytes(pattern, bytes, false, true) != 0;
+}
+
+bool MatchName(const SearchPattern& pattern, std::string_view name) {
+  return pattern.settings.hex_mode ? FindExactly(pattern, BytesOf(name)) : MatchText(pattern, name);
 }
 
 size_t FindBytes(const SearchPattern& pattern, std::span<const uint8_t> bytes, bool wide,

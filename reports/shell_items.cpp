@@ -84,25 +84,30 @@ constexpr uint32_t kDisplayName = 10;
 constexpr uint16_t kWideString = 0x1F;
 constexpr size_t kPropertyText = 17;
 
-std::string DisplayNameIn(Span properties) {
+// The display name among properties, which are passed over as far as they hang together.
+std::string DisplayNameIn(Span& properties) {
   while (true) {
     const uint32_t size = U32At(properties, 0);
     if (size < kPropertyText || size > properties.size()) return {};
-    const bool wanted = U32At(properties, 4) == kDisplayName && U16At(properties, 9) == kWideString;
-    if (wanted) return WideAt(properties.first(size), kPropertyText);
+    const Span property = properties.first(size);
     properties = properties.subspan(size);
+    const bool wanted = U32At(property, 4) == kDisplayName && U16At(property, 9) == kWideString;
+    if (wanted) return WideAt(property, kPropertyText);
   }
 }
 
-// The display name that any of an item's property stores gives.
+// The display name that any of an item's property stores gives. What belongs to one store is not
+// looked through for others, which would take the square of the item's length.
 std::string PropertyName(Span item) {
-  for (auto at = item.begin();; ++at) {
-    at = std::search(at, item.end(), kStoreSignature.begin(), kStoreSignature.end());
+  while (true) {
+    const auto at =
+        std::search(item.begin(), item.end(), kStoreSignature.begin(), kStoreSignature.end());
     if (at == item.end()) return {};
-    const Span store = From(item, static_cast<size_t>(at - item.begin()) + 4);
-    if (store.size() < 16) return {};
-    const bool names = std::equal(kNameFormat.begin(), kNameFormat.end(), store.begin());
-    const std::string name = names ? DisplayNameIn(store.subspan(16)) : std::string();
+    item = From(item, static_cast<size_t>(at - item.begin()) + kStoreSignature.size());
+    if (item.size() < kNameFormat.size()) return {};
+    if (!std::equal(kNameFormat.begin(), kNameFormat.end(), item.begin())) continue;
+    item = item.subspan(kNameFormat.size());
+    std::string name = DisplayNameIn(item);
     if (!name.empty()) return name;
   }
 }

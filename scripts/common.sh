@@ -53,6 +53,30 @@ build() {
   quietly cmake --build --preset "$preset" "${targets[@]}"
 }
 
+# The system's own libraries, as far as a program of ours may ask for them; in small letters.
+windows_libraries='advapi32 bcrypt comctl32 comdlg32 crypt32 dwmapi gdi32 imm32 kernel32 msvcrt ntdll
+  ole32 oleaut32 rpcrt4 shell32 shlwapi user32 uxtheme version winspool.drv ws2_32'
+
+# check_imports PROGRAM...: fails when one needs a library that a Windows without anything installed
+# does not have.
+check_imports() {
+  local program imports name foreign=0
+  for program in "$@"; do
+    imports=$(x86_64-w64-mingw32-objdump -p "$program" | sed -n 's/.*DLL Name: //p')
+    for name in ${imports,,}; do
+      case " $(echo $windows_libraries) " in
+        *" ${name%.dll} "*) ;;
+        *)
+          echo "$program needs $name, which is no part of Windows" >&2
+          foreign=1
+          ;;
+      esac
+    done
+    [ -n "$imports" ] || { echo "$program: no imports found" >&2; foreign=1; }
+  done
+  return "$foreign"
+}
+
 # The display for Windows programs: the one that is there, else a virtual one of our own.
 start_display() {
   if [ -n "${DISPLAY:-}" ] && xdotool getdisplaygeometry >/dev/null 2>&1; then
@@ -72,15 +96,36 @@ start_display() {
   export DISPLAY
 }
 
-# Wine in a prefix of the build's own.
+# Wine in a prefix of the build's own, or in the one named.
 start_wine() {
-  export WINEPREFIX=$PWD/build/wine WINEDEBUG=${WINEDEBUG:--all} WINEDLLOVERRIDES='mscoree,mshtml='
+  export WINEPREFIX=${1:-$PWD/build/wine} WINEDEBUG=${WINEDEBUG:--all} WINEDLLOVERRIDES='mscoree,mshtml='
   wine=$(command -v wine64 || echo /usr/lib/wine/wine64)
   if [ ! -f "$WINEPREFIX/.booted" ]; then
     mkdir -p "$WINEPREFIX"
     quietly "$wine" wineboot -i
     touch "$WINEPREFIX/.booted"
   fi
+}
+
+# picture_of_window NAME PICTURE: waits for a window whose title the expression NAME fits, then for it
+# to stand still, and saves what it shows. Without such a window the whole display is saved and the
+# status is 1.
+picture_of_window() {
+  local window='' current previous=''
+  for _ in $(seq 600); do
+    window=$(xdotool search --onlyvisible --name "$1" 2>/dev/null | head -n 1) || true
+    [ -z "$window" ] || break
+    sleep 0.1
+  done
+  for _ in $(seq 300); do
+    import -window "${window:-root}" "$2"
+    current=$(md5sum <"$2")
+    # Two equal pictures in a row: nothing moves any more.
+    [ "$current" != "$previous" ] || break
+    previous=$current
+    sleep 0.5
+  done
+  [ -n "$window" ]
 }
 
 stop_wine_and_display() {

@@ -14,7 +14,6 @@
 namespace hivequarry {
 namespace {
 
-constexpr uint32_t kStatusEvery = 256;  // keys
 constexpr int kFirstDatedYear = 1901;
 constexpr int kLastDatedYear = 2099;
 
@@ -97,7 +96,7 @@ class KeyWalk {
     uint32_t keys = 0;
     for (uint32_t item = from; item < tree_.items[from].end && !StopRequested(); ++item) {
       if (!HasKeyCell(tree_, item)) continue;
-      if (++keys % kStatusEvery == 0) ShowProgress(item, keys, found());
+      if (++keys % kKeysPerStatus == 0) ShowWalk(paths_.PathOf(item), keys, found());
       const uint32_t record = SecurityOfKey(hive_, tree_.items[item].position);
       if (record != kNoOffset) visit(item, record);
     }
@@ -123,11 +122,6 @@ class KeyWalk {
   }
 
  private:
-  void ShowProgress(uint32_t item, uint32_t keys, size_t found) {
-    const std::string counts = std::to_string(keys) + "/" + std::to_string(found);
-    ShowStatus((paths_.PathOf(item) + "  " + counts).c_str());
-  }
-
   const HiveImage& hive_;
   const KeyTree& tree_;
   OutputList& list_;

@@ -72,6 +72,8 @@ TEST_F(ConsoleTest, SplitWritesAPiecePerHive) {
   }
   EXPECT_NE(printed.find("sp_02\"}\n"), printed.npos) << printed;
   EXPECT_EQ(Run("split -o none h\u00E9"), 1);
+  EXPECT_EQ(Run("split -o pieces h\u00E9", "trap '' XFSZ; ulimit -f 4; "), 1);
+  EXPECT_NE(TextOf(Sibling("errors")), "") << "a piece cut short by a full disk is not kept quiet";
   EXPECT_EQ(Run("split none"), 3);
 }
 

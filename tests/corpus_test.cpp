@@ -20,6 +20,12 @@
 #include "hive/value_text.h"
 #include "host/host.h"
 #include "recovery/image_tree.h"
+#include "reports/file_pieces.h"
+#include "reports/hive_lists.h"
+#include "reports/registry_script.h"
+#include "reports/search_sieve.h"
+#include "reports/special_reports.h"
+#include "security/security_lists.h"
 #include "tests/support/plain_reader.h"
 
 namespace hivequarry {
@@ -405,6 +411,81 @@ TEST_F(Corpus, EmbeddedHiveReadsLikeTheHiveAlone) {
     const std::vector<PlainKey> keys = testing::ReadPlainTree(ReadFile(c.alone));
     const Opened opened = Open(c.file);
     for (const PlainKey& key : keys) ExpectSameKey(opened, keys, key);
+  }
+}
+
+// What JSON Lines says of a list has as many lines as the list has rows.
+void ExpectWritten(const OutputList& list) {
+  ptrdiff_t lines = 0;
+  WriteListJsonLines(list, [&lines](std::string_view piece) {
+    lines += std::ranges::count(piece, '\n');
+    return true;
+  });
+  EXPECT_EQ(lines, static_cast<ptrdiff_t>(RowCount(list)));
+}
+
+void ListWhatIsFound(const Opened& opened) {
+  const HiveImage& hive = *opened.hive;
+  SearchSettings asked;
+  asked.text = "ser";
+  asked.key_names = asked.value_names = asked.value_data = asked.wide = true;
+  SearchPattern pattern;
+  ASSERT_TRUE(CompilePattern(asked, pattern));
+  const OutputListPtr plain = MakeSearchList(true);
+  const OutputListPtr sieved = MakeSearchList(true);
+  SearchBranchBy(SearchWay::kPlain, hive, opened.tree, 0, pattern, *plain);
+  SearchBranchBy(SearchWay::kSieved, hive, opened.tree, 0, pattern, *sieved);
+  EXPECT_EQ(RowCount(*plain), RowCount(*sieved));
+  ExpectWritten(*plain);
+  for (size_t report = 0; report < static_cast<size_t>(Report::kCount); ++report) {
+    const ReportInfo& info = InfoOf(static_cast<Report>(report));
+    const OutputListPtr list = MakeOutputList(info.kind);
+    RunReportOnHive(info.report, hive, opened.tree, 0, *list);
+    ExpectWritten(*list);
+  }
+}
+
+void ListSecurity(const Opened& opened) {
+  constexpr std::pair<decltype(&ListUsedRecords), int> kWalks[] = {
+      {ListUsedRecords, kListUsedRecords},
+      {ListKeyOwners, kListKeyOwners},
+      {ListRecordKeys, kListRecordKeys}};
+  for (const auto& [walk, kind] : kWalks) {
+    const OutputListPtr list = MakeOutputList(kind);
+    walk(*opened.hive, opened.tree, 0, {}, *list);
+    ExpectWritten(*list);
+  }
+  const OutputListPtr records = MakeOutputList(kListSecurityScan);
+  ScanSecurityCells(*opened.hive, {}, *records);
+  EXPECT_LE(RowCount(*records), opened.summary.security_records);
+  const OutputListPtr aces = MakeAceList(true);
+  ListAces(*opened.hive, {}, *aces);
+  ExpectWritten(*aces);
+}
+
+// For the sanitizers too: all that there is to be listed of each file.
+TEST_F(Corpus, EveryListOfEveryFile) {
+  for (const auto& entry : std::filesystem::directory_iterator(CorpusFolder())) {
+    const std::string name = entry.path().filename().string();
+    SCOPED_TRACE(name);
+    Opened opened = Open(name);
+    ASSERT_NE(opened.hive, nullptr);
+    ValueListOptions options;
+    options.raw = true;
+    const OutputListPtr keys = ListKeyTree(*opened.hive, opened.tree, 0);
+    EXPECT_EQ(RowCount(*keys), opened.summary.keys);
+    ExpectWritten(*keys);
+    ExpectWritten(*ListKeyValues(*opened.hive, opened.tree, kNoItem, options));
+    EXPECT_EQ(RowCount(*ListDisconnectedValues(*opened.hive, opened.tree, options)),
+              opened.summary.disconnected_values);
+    ExpectWritten(*ListBlocks(*opened.hive));
+    ExpectWritten(*ListRootKeys(*opened.hive, opened.tree));
+    ExpectWritten(*ListBlockRuns(entry.path().string()));
+    ListWhatIsFound(opened);
+    ListSecurity(opened);
+    const ScriptExport written =
+        ExportBranch(*opened.hive, opened.tree, 0, [](std::string_view) { return true; });
+    EXPECT_EQ(written.keys, opened.summary.keys);
   }
 }
 

@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <fstream>
 
+#include "host/long_operation.h"
 #include "lists/output_list.h"
 
 namespace hivequarry {
@@ -185,6 +186,21 @@ TEST(ReportRows, DamagedFiles) {
 }
 
 // Lines around the pieces and the window in which the file is read.
+TEST(ReportRows, StopLeavesNoPartOfARow) {
+  std::string_view pieces[] = {"[ROWS]\r\n01a\r\n02b\r\n9900\r\n01c\r\n", "02d\r\n9900\r\n"};
+  size_t next = 0;
+  const OutputListPtr list = MakeOutputList(5);
+  ASSERT_TRUE(BeginOperation(kOperationLoad));
+  ReadReportRows(
+      [&](char* room, size_t size) {
+        if (next == 1) RequestStop();
+        return next < std::size(pieces) ? pieces[next++].copy(room, size) : 0;
+      },
+      *list);
+  EndOperation();
+  EXPECT_EQ(RowCount(*list), 1u);
+}
+
 TEST(ReportRows, LinesOfEveryLength) {
   std::string text = "[ROWS]\r\n";
   std::string shown;

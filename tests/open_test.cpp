@@ -213,6 +213,9 @@ TEST(OpenHive, RefusedFiles) {
   const TempFile file(std::string_view("x"));
   ExpectRefused(file.folder() + "/missing", "No such file or directory");
   ExpectRefused(file.folder(), "Is a directory");
+  const std::string pipe = file.folder() + "/pipe";
+  ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+  ExpectRefused(pipe, "Illegal seek");
   ASSERT_EQ(chmod(file.name().c_str(), 0), 0);
   const uid_t user = geteuid();
   constexpr uid_t kNobody = 65534;
@@ -276,6 +279,25 @@ TEST(OpenHive, StoppedWhileLoading) {
   EXPECT_TRUE(host.messages.empty()) << "a stopped operation ends quietly";
   EXPECT_EQ(host.waiting, 0);
   EXPECT_EQ(TheHiveTable().slots[1].state, SlotState::kFree);
+}
+
+TEST(OpenHive, FileThatShrinksWhileItIsRead) {
+  static std::string name;
+  for (const uint32_t left : {0U, 4096U, 4200U}) {
+    const TempFile file(SmallHive());
+    name = file.name();
+    static uint32_t rest;
+    rest = left;
+    HostRecorder host;
+    host.on_status = [](const char* text) {
+      if (std::string_view(text) == "Loading File ... ") std::filesystem::resize_file(name, rest);
+    };
+    ASSERT_EQ(OpenHive(file.name(), true), 1);
+    EXPECT_EQ(TheHiveTable().slots[1].length, left);
+    KeyTree tree;
+    EXPECT_LE(BuildImageTree(TheHiveTable().slots[1], {}, tree).keys, 1u);
+    ResetHiveTable();
+  }
 }
 
 TEST(ValidateHive, TakesTheSignatureExactly) {

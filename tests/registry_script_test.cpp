@@ -4,6 +4,7 @@
 
 #include "hive/key_node.h"
 #include "hive/value_edits.h"
+#include "host/long_operation.h"
 #include "tests/support/opened_hive.h"
 
 namespace hivequarry {
@@ -159,6 +160,19 @@ TEST(RegistryScriptTest, LimitsCutShort) {
     EXPECT_LE(written.keys, at.most_keys);
     EXPECT_EQ(written.cut_at != kNoItem, at.cut);
   }
+}
+
+TEST(RegistryScriptTest, StopIsHeardBetweenLargeValues) {
+  HiveBuilder builder;
+  for (int i = 0; i < 20; ++i) builder.Key("A").Binary(std::to_string(i), 100000);
+  OpenedHive opened(builder.Build());
+  ASSERT_TRUE(BeginOperation(kOperationLoad));
+  const ScriptExport written = ExportBranch(opened.hive, opened.tree, 0, [](std::string_view) {
+    RequestStop();
+    return true;
+  });
+  EndOperation();
+  EXPECT_LE(written.values, 2u);
 }
 
 }  // namespace

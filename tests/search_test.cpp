@@ -9,6 +9,7 @@
 #include <random>
 
 #include "hive/value_edits.h"
+#include "host/long_operation.h"
 #include "reports/search_sieve.h"
 #include "tests/support/opened_hive.h"
 #include "tests/support/sample_hives.h"
@@ -106,12 +107,16 @@ TEST(Search, WhatEachTickFinds) {
   builder.Key("Run").Value("Same", 3, {1, 4, 0, 0}).Value("Odd", 0x201, Utf16("xABCx"));
   builder.Key("\u041D\u043E run").Wide().MultiSz("List", {"one", "two run"});
   builder.Key("Other").WideValue("Narrow", 3, Utf16("abc")).Sz("abc", "abc").Value("N", 4, {97});
+  Bytes twice = testing::Utf16Z("ended");  // and ended once more
+  twice.insert(twice.end(), 2, 0);
+  builder.Key("Other").Value("Twice", 1, twice);
   const OpenedHive opened(builder.Build());
   const struct {
     const char* pattern;
     const char* ticks;
     std::vector<std::string> hits;
   } cases[] = {
+      {"Ended", "dl", {"Other:Twice"}},
       {"run", "kvd", {"Run", "Run:RunOnce", "Run:(Default value)", "?? run", "?? run:List"}},
       {"run", "kvdl", {"Run"}},
       {"run", "kvdc", {"Run:(Default value)", "?? run", "?? run:List"}},
@@ -146,6 +151,25 @@ TEST(Search, EditsHiddenKeysAndUnreadableData) {
   EXPECT_EQ(Hits(opened, Compiled("thimble", "d")), std::vector<std::string>{"Keep:Name"});
 }
 
+TEST(Search, FromAFolderOfTheProgramsOwn) {
+  HiveBuilder builder;
+  builder.Key("Lost").Sz("Name", "needle");
+  builder.Key("Kept").Sz("Name", "needle");
+  testing::BuiltHive built = builder.Build();
+  built.Unlink("Lost");
+  const OpenedHive opened(built);
+  const auto rows_from = [&](ItemKind kind) {
+    const OutputListPtr list = MakeSearchList(false);
+    for (uint32_t item = 0; item < opened.tree.items.size(); ++item) {
+      if (opened.tree.items[item].kind != kind) continue;
+      SearchBranch(opened.hive, opened.tree, item, Compiled("needle", "d"), *list);
+    }
+    return RowCount(*list);
+  };
+  EXPECT_EQ(rows_from(ItemKind::kDisconnectedKeys), 1u);
+  EXPECT_EQ(rows_from(ItemKind::kRoot), 2u);
+}
+
 TEST(Search, RowsSayWhereAHitStands) {
   HiveBuilder builder;
   builder.Key("Run").Sz("Path", "needle");
@@ -160,6 +184,17 @@ TEST(Search, RowsSayWhereAHitStands) {
                 path.c_str(), key, value + 512, key);
   EXPECT_EQ(Rows(opened, Compiled("run", "k")), std::vector<std::string>{expected[0]});
   EXPECT_EQ(Rows(opened, Compiled("needle", "d")), std::vector<std::string>{expected[1]});
+}
+
+TEST(Search, StopIsHeardInsideLongData) {
+  Bytes data(kMaxValueData);
+  data.back() = 1;
+  const SearchPattern pattern = Compiled("0001", "hd");
+  EXPECT_EQ(FindBytes(pattern, data, false, true), data.size() + 1);
+  ASSERT_TRUE(BeginOperation(kOperationLoad));
+  RequestStop();
+  EXPECT_EQ(FindBytes(pattern, data, false, true), 0u);
+  EndOperation();
 }
 
 TEST(Search, KeysTooDeepAreLeftOut) {

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <ctime>
 #include <random>
 
 #include "hive/timestamp.h"
@@ -117,6 +118,21 @@ TEST(ShellItems, AnyBytes) {
   const Bytes item = Hex("0a00 4100 0041414141 00");
   for (int i = 0; i < 100000; ++i) many.insert(many.end(), item.begin(), item.end());
   EXPECT_LT(ReadItemList(many).path.size(), 2000u);
+}
+
+// Property stores, one in each property of the one before.
+TEST(ShellItems, NestedStoresTakeNoTime) {
+  const Bytes store =
+      Hex("25000000 00000000 00 00000000 00000000 31535053 30f125b7ef471a10a5f1"
+          "02608c9eebac");
+  Bytes item = Hex("feff 0000");
+  while (item.size() + store.size() < 0xFFFE) item.insert(item.end(), store.begin(), store.end());
+  item.resize(0xFFFE);
+  Bytes list;
+  for (int i = 0; i < 256; ++i) list.insert(list.end(), item.begin(), item.end());
+  const std::clock_t start = std::clock();
+  EXPECT_EQ(ReadItemList(list).count, 256u);
+  EXPECT_LT(std::clock() - start, CLOCKS_PER_SEC / 2);
 }
 
 TEST(PathTexts, WhatIsAPath) {

@@ -64,14 +64,14 @@ TEST(SpecialReports, Services) {
   services.Key("B").Dword("Start", 2).Dword("Type", 32).Sz("ImagePath", "c.exe");
   services.Key("B").Sz("YImagePath", "");
   services.Key("B\\Parameters").Sz("ImagePath", "no service");
-  services.Key("C");
+  services.Key("C").Time(FileTime(1980, 1, 2, 3, 4, 5));
   builder.Key("ControlSet001\\Profile\\CurrentControlSet\\Services\\D");
   OpenedHive opened(builder.Build());
   const std::string path = "ControlSet001\\Services\\";
   const Rows expected = {
       {path + "A", "5", std::string(519, 'n'), "b.sys", "G", "272", "one  two", kDate},
       {path + "B", "Auto Start", "", "c.exe", "", "shared process", "", kDate},
-      {path + "C", "", "", "", "", "", "", kDate}};
+      {path + "C", "", "", "", "", "", "", "1980/01/02, 03:04:05"}};
   EXPECT_EQ(Reported(opened, Report::kServices), expected);
   EXPECT_EQ(Reported(opened, Report::kServices, "ControlSet001\\Services"), expected);
 }
@@ -328,6 +328,21 @@ TEST(SpecialReports, NamesAndProgress) {
   ASSERT_TRUE(BeginOperation(1));
   EXPECT_EQ(Reported(opened, Report::kServices, "Services").size(), 255u);
   EndOperation();
+}
+
+TEST(SpecialReports, StoppedFilesAreShownAsFarAsThereIsTime) {
+  HiveBuilder builder;
+  for (int i = 0; i < 11000; ++i)
+    builder.Key("A").Sz(std::to_string(i), "C:\\" + std::to_string(i));
+  for (int i = 0; i < 300; ++i) builder.Key("B\\" + std::to_string(i));
+  OpenedHive opened(builder.Build());
+  EXPECT_EQ(Reported(opened, Report::kFiles).size(), 11000u);
+  opened.host.on_status = [](const char*) { RequestStop(); };
+  ASSERT_TRUE(BeginOperation(kOperationLoad));
+  const Rows rows = Reported(opened, Report::kFiles);
+  EndOperation();
+  EXPECT_EQ(rows.size(), 10000u);
+  EXPECT_TRUE(std::ranges::is_sorted(rows));
 }
 
 }  // namespace

@@ -1,19 +1,24 @@
 #include <array>
 
 #include "ui/address_bar.h"
+#include "ui/backup_dialog.h"
 #include "ui/bookmarks_dialog.h"
 #include "ui/commands.h"
+#include "ui/compare_commands.h"
 #include "ui/edit_commands.h"
 #include "ui/export_commands.h"
 #include "ui/handlers.h"
 #include "ui/list_commands.h"
+#include "ui/merge_commands.h"
 #include "ui/misc_commands.h"
+#include "ui/mount_dialogs.h"
 #include "ui/raw_view.h"
 #include "ui/recent_keys_dialog.h"
 #include "ui/regedit_commands.h"
 #include "ui/report_commands.h"
 #include "ui/search_commands.h"
 #include "ui/security_commands.h"
+#include "ui/snapshot_commands.h"
 
 namespace hivequarry {
 namespace {
@@ -26,10 +31,6 @@ constexpr uint16_t kKeyF1 = 0x70;
 constexpr uint16_t kKeyF3 = 0x72;
 constexpr uint16_t kKeyF4 = 0x73;
 constexpr uint16_t kKeyF6 = 0x75;
-
-// Commands of features that are not part of the program yet and that have no number of old.
-constexpr uint16_t kCompareWorkspace = 9301;
-constexpr uint16_t kMergeFolder = 9304;
 
 constexpr uint16_t ReportNumber(Report report) {
   return static_cast<uint16_t>(kCommandReport + static_cast<int>(report));
@@ -65,10 +66,10 @@ constexpr Command kCommands[] = {
      .group_start = true, .needs = Needs::kHive, .handler = OnReplaceSid},
     {.number = kCommandLocalGroups, .menu = kSecurityMenu, .text = "List local &groups",
      .handler = OnListLocalGroups},
-    {.number = 1435, .menu = "&File", .text = "&Load Hive into Registry", .group_start = true,
-     .needs = Needs::kNever},
-    {.number = 1436, .menu = "&File", .text = "&Unload Hive from Registry",
-     .needs = Needs::kNever},
+    {.number = kCommandLoadHive, .menu = "&File", .text = "&Load Hive into Registry",
+     .group_start = true, .handler = OnLoadHive},
+    {.number = kCommandUnloadHive, .menu = "&File", .text = "&Unload Hive from Registry",
+     .handler = OnUnloadHive},
     {.number = kCommandRecentHive, .menu = "&File>Recent &hives", .group_start = true,
      .needs = Needs::kRecentHive, .handler = OnRecentHive<0>},
     {.number = kCommandRecentHive + 1, .menu = "&File>Recent &hives",
@@ -86,19 +87,19 @@ constexpr Command kCommands[] = {
     {.number = kCommandExit, .menu = "&File", .text = "E&xit", .tooltip = "Exit",
      .icon = ToolIcon::kExit, .group_start = true, .guard = Guard::kNone, .handler = OnExit},
 
-    {.number = 4143, .menu = "&Compare", .text = "&Folder to Registry",
+    {.number = kCommandCompareFolder, .menu = "&Compare", .text = "&Folder to Registry",
      .context_text = "Compare &Folder to Registry", .guard = Guard::kRunningOrBackup,
-     .needs = Needs::kNever},
-    {.number = 4141, .menu = "&Compare", .text = "&Displayed Sub Keys",
-     .needs = Needs::kNever},
+     .needs = Needs::kKey, .handler = OnCompareFolder},
+    {.number = kCommandCompareDisplayed, .menu = "&Compare", .text = "&Displayed Sub Keys",
+     .checked = &CommandFacts::comparing, .handler = OnCompareDisplayed},
 
     {.number = kCommandSearchRegistry, .menu = "&Registry", .text = "&Search",
      .tooltip = "Search Registry", .icon = ToolIcon::kSearchRegistry,
      .handler = OnSearchRegistry},
     {.number = 1494, .menu = "&Registry", .text = "&Backup Registry", .tooltip = "Backup Registry",
-     .icon = ToolIcon::kBackup, .needs = Needs::kNever},
+     .icon = ToolIcon::kBackup, .handler = OnBackupRegistry},
     {.number = 1496, .menu = "&Registry", .text = "Replace Registry &Hives",
-     .needs = Needs::kNever},
+     .handler = OnReplaceHives},
     {.number = LiveReportNumber(Report::kUninstall), .menu = "&Registry",
      .text = "&Uninstall entries", .group_start = true,
      .handler = OnLiveReport<Report::kUninstall>},
@@ -189,14 +190,14 @@ constexpr Command kCommands[] = {
      .guard = Guard::kRunningOrBackup, .handler = OnAbout},
 
     // Of the toolbar alone.
-    {.number = 1405, .tooltip = "Open Registry Snapshot", .icon = ToolIcon::kOpenSnapshot,
-     .needs = Needs::kNever},
+    {.number = kCommandOpenSnapshot, .tooltip = "Open Registry Snapshot",
+     .icon = ToolIcon::kOpenSnapshot, .handler = OnOpenSnapshot},
     {.number = 1450, .tooltip = "Recent keys", .icon = ToolIcon::kRecent,
      .needs = Needs::kHive, .handler = OnRecentKeys},
-    {.number = 1498, .tooltip = "Generate Registry Snapshot", .icon = ToolIcon::kSnapshot,
-     .needs = Needs::kNever},
-    {.number = 1499, .tooltip = "Registry Key Snapshot", .icon = ToolIcon::kKeySnapshot,
-     .needs = Needs::kNever},
+    {.number = kCommandRootSnapshots, .tooltip = "Generate Registry Snapshot",
+     .icon = ToolIcon::kSnapshot, .handler = OnRootSnapshots},
+    {.number = kCommandKeySnapshot, .tooltip = "Registry Key Snapshot",
+     .icon = ToolIcon::kKeySnapshot, .handler = OnKeySnapshot},
     {.number = kCommandOutputList, .tooltip = "Output List", .list_tooltip = "Toggle View",
      .icon = ToolIcon::kView, .handler = OnOutputListButton},
     {.number = kCommandLastPane, .tooltip = "Toggle View", .list_tooltip = "Last pane",
@@ -258,13 +259,14 @@ constexpr Command kCommands[] = {
      .handler = OnDeleteKeys},
     {.number = kCommandShowAllKeys, .text = "Sho&w all keys again", .needs = Needs::kHiddenKeys,
      .handler = OnShowAllKeys},
-    {.number = kCompareWorkspace, .text = "&Compare Workspace to Registry",
-     .needs = Needs::kNever},
+    {.number = kCommandCompareWorkspace, .text = "&Compare Workspace to Registry",
+     .needs = Needs::kHive, .handler = OnCompareWorkspace},
     {.number = kCommandGoToRegedit, .text = "&Go to Regedit", .needs = Needs::kKey,
      .handler = OnGoToRegedit},
     {.number = kCommandExportFolder, .text = "&Export Folder", .needs = Needs::kItem,
      .handler = OnExportFolder},
-    {.number = kMergeFolder, .text = "&Merge Folder into Registry", .needs = Needs::kNever},
+    {.number = kCommandMergeFolder, .text = "&Merge Folder into Registry", .needs = Needs::kItem,
+     .handler = OnMergeFolder},
     {.number = kCommandSecurityRecord, .text = "&Security Record\tAlt+s",
      .accelerator = {'S', kWithAlt}, .needs = Needs::kKeyCell, .handler = OnSecurityRecord},
     {.number = kCommandKeysOfRecord, .text = "Keys with this Security &Record",
@@ -303,18 +305,18 @@ constexpr Command kCommands[] = {
 };
 
 constexpr uint16_t kToolbar[] = {
-    kCommandOpen, 1405, kGroupGap,
+    kCommandOpen, kCommandOpenSnapshot, kGroupGap,
     1415, 1422, 1421, 1450, 6410, kGroupGap,
     kCommandSaveListText, kCommandSaveReport, kCommandLoadReport, kCommandCopyList,
     kCommandPrintList, kCommandFindInList, kCommandResizeColumns, kCommandClearList, kGroupGap,
-    1494, 1498, 1499, kGroupGap,
+    1494, kCommandRootSnapshots, kCommandKeySnapshot, kGroupGap,
     kCommandOutputList, kCommandLastPane, kCommandTechnicalView, kCommandDetailPane,
     kCommandBlockList, kGroupGap,
     1455, kCommandStop, kCommandExit};
 constexpr uint16_t kTreeMenu[] = {
     kCommandFindInList, kCommandTreeFindNext, kCommandTreeFindPrevious, kGroupGap,
     kCommandExpand, kCommandCollapse, kCommandCurrentBranch, kGroupGap,
-    kCommandGoToRegedit, 4143, kCommandExportFolder, kMergeFolder, kGroupGap,
+    kCommandGoToRegedit, kCommandCompareFolder, kCommandExportFolder, kCommandMergeFolder, kGroupGap,
     kCommandSearchBranch, kCommandKeyDates, kGroupGap,
     kCommandSecurityRecord, kCommandKeysOfRecord, kCommandKeysOfOwner, kGroupGap,
     kCommandAddToBookmarks, kCommandCopyKeyName, kCommandRawKey, kGroupGap,
@@ -322,7 +324,7 @@ constexpr uint16_t kTreeMenu[] = {
     kCommandDeleteKeys, kCommandShowAllKeys};
 constexpr uint16_t kWorkspaceMenu[] = {
     kCommandFindInList, kCommandTreeFindNext, kCommandTreeFindPrevious, kGroupGap,
-    kCompareWorkspace, kCommandSearchWorkspace};
+    kCommandCompareWorkspace, kCommandSearchWorkspace};
 constexpr uint16_t kValueMenu[] = {
     kCommandValueDetails, kCommandRawValue, kGroupGap,
     kCommandEditValue, kCommandTakeBackEdit, kGroupGap,

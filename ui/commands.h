@@ -60,13 +60,22 @@ inline constexpr uint16_t kCommandReplaceSid = 9036;
 inline constexpr uint16_t kCommandReport = 9040;      // and one for each further report
 inline constexpr uint16_t kCommandLiveReport = 9060;  // likewise, of the live registry
 inline constexpr uint16_t kCommandSearchWorkspace = 1415;
+inline constexpr uint16_t kCommandOpenSnapshot = 1405;
+inline constexpr uint16_t kCommandLoadHive = 1435;
+inline constexpr uint16_t kCommandUnloadHive = 1436;
+inline constexpr uint16_t kCommandRootSnapshots = 1498;
+inline constexpr uint16_t kCommandKeySnapshot = 1499;
 inline constexpr uint16_t kCommandExportHive = 1419;
 inline constexpr uint16_t kCommandKeyDates = 1421;
 inline constexpr uint16_t kCommandSearchRegistry = 1422;
 inline constexpr uint16_t kCommandListSecurity = 7043;
 inline constexpr uint16_t kCommandListAces = 7045;
+inline constexpr uint16_t kCommandCompareDisplayed = 4141;
+inline constexpr uint16_t kCommandCompareFolder = 4143;
+inline constexpr uint16_t kCommandCompareWorkspace = 9301;
 inline constexpr uint16_t kCommandGoToRegedit = 9302;
 inline constexpr uint16_t kCommandExportFolder = 9303;
+inline constexpr uint16_t kCommandMergeFolder = 9304;
 inline constexpr uint16_t kCommandSecurityRecord = 9305;
 inline constexpr uint16_t kCommandAddToBookmarks = 9306;
 inline constexpr uint16_t kCommandEditValue = 9307;
@@ -127,6 +136,7 @@ struct CommandFacts {
   bool technical_view = false;
   bool cell_details = false;
   bool detail_pane = false;
+  bool comparing = false;  // "Displayed Sub Keys" is on
 };
 
 inline constexpr uint8_t kWithControl = 1;

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <initializer_list>
 
+#include "ui/compare_commands.h"
 #include "ui/export_commands.h"
 #include "ui/list_handlers.h"
 #include "ui/raw_view.h"
@@ -51,6 +52,13 @@ constexpr ListCommand kCommands[] = {
      .needs = ListNeeds::kSelection, .about = ListAbout::kClasses, .handler = OnCopyClassId},
     {.number = kCommandListExport, .text = "&Export",
      .needs = ListNeeds::kFocus, .about = ListAbout::kKeys, .handler = OnListExport},
+
+    {.number = kCommandOnlyMissing, .text = "Only &missing in registry", .group_start = true,
+     .needs = ListNeeds::kAgain, .about = ListAbout::kCompared, .checked = ListsOnlyMissing,
+     .handler = OnOnlyMissing},
+    {.number = kCommandOnlyDifferent, .text = "Only &different data",
+     .needs = ListNeeds::kAgain, .about = ListAbout::kCompared, .checked = ListsOnlyDifferent,
+     .handler = OnOnlyDifferent},
 
     {.number = kCommandSaveListText, .text = "&Save as Text File", .submenu = kWhole,
      .tooltip = "Save List as Text file", .icon = ToolIcon::kSaveText,
@@ -160,6 +168,8 @@ bool IsListAbout(ListAbout about, int kind) {
       return IsOneOf(kind, {5, 7, 11});
     case ListAbout::kRecord:
       return kind == kListRawRecord;
+    case ListAbout::kCompared:
+      return kind == 7;
   }
   return false;
 }

@@ -47,6 +47,8 @@ inline constexpr uint16_t kCommandCopyClassId = 9218;
 inline constexpr uint16_t kCommandListExport = 9219;
 inline constexpr uint16_t kCommandFollowRecord = 9220;
 inline constexpr uint16_t kCommandPreviousRecord = 9221;
+inline constexpr uint16_t kCommandOnlyMissing = 9222;
+inline constexpr uint16_t kCommandOnlyDifferent = 9223;
 
 // What a list command works on.
 enum class ListNeeds : uint8_t {
@@ -57,6 +59,7 @@ enum class ListNeeds : uint8_t {
   kPieces,     // a list of block runs with its source file
   kRoots,      // a focused row of a list of root cells
   kRunning,
+  kAgain,  // a list whose rows can be made anew
   kNever,  // its feature is not part of the program yet
 };
 
@@ -69,6 +72,7 @@ enum class ListAbout : uint8_t {
   kClasses,   // class registrations
   kKeys,      // keys found in a hive
   kRecord,    // the fields of a record
+  kCompared,  // differences from the registry
 };
 bool IsListAbout(ListAbout about, int kind);
 
@@ -83,6 +87,7 @@ struct ListCommand {
   Guard guard = Guard::kRunning;
   ListNeeds needs = ListNeeds::kNothing;
   ListAbout about = ListAbout::kAnything;
+  bool (*checked)() = nullptr;  // null: no check mark
   ListHandler handler = nullptr;
 };
 // In the order of toolbar and menu.

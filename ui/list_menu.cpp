@@ -34,6 +34,8 @@ bool HasNeeds(ListNeeds needs, const ListPlace& place) {
       return rows && !ListSource(*place.model).empty();
     case ListNeeds::kRunning:
       return TheLongOperation().running != 0 || TheLongOperation().backup || IsSelecting(place);
+    case ListNeeds::kAgain:
+      return place.again != nullptr && place.owner->slot >= 0;
     case ListNeeds::kNever:
       break;
   }
@@ -78,8 +80,11 @@ HMENU SubMenuOf(MenuBuilder& builder, const ListCommand& command) {
 void AppendCommand(MenuBuilder& builder, const ListCommand& command, bool available) {
   const HMENU menu = command.submenu == nullptr ? builder.menu : SubMenuOf(builder, command);
   if (command.group_start) StartGroup(menu);
-  AppendMenuW(menu, MF_STRING | (available ? MF_ENABLED : MF_GRAYED), command.number,
-              WideName(command.text).c_str());
+  const bool checked = command.checked != nullptr && command.checked();
+  AppendMenuW(
+      menu,
+      MF_STRING | (available ? MF_ENABLED : MF_GRAYED) | (checked ? MF_CHECKED : MF_UNCHECKED),
+      command.number, WideName(command.text).c_str());
 }
 
 // Below the row in focus.

@@ -148,6 +148,7 @@ void ShowList(ListPlace& place, OutputListPtr list, const std::vector<int>& widt
   if (ColumnCount(*list) == 0 && RowCount(*list) == 0) SetColumns(*list, GenericTitles());
   EmptyControl(place);
   place.model = std::move(list);
+  place.again = nullptr;
   ForgetOrder(place);
   SetTitles(place.list, *place.model);
   place.columns_touched = !widths.empty();

@@ -4,6 +4,7 @@
 
 #include <array>
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -38,6 +39,7 @@ struct ListPlace {
   bool columns_touched = false;  // the user's widths stay as they are
   std::string last_find;         // code-page text
   bool find_adds = false;        // what is found joins the selection
+  std::function<void()> again;   // makes the rows anew; null where that can't be
   bool filling = false;          // a worker adds rows to the model
   bool working = false;          // a worker reads or fills the model (list_work.h)
   bool closing = false;          // the window goes when that worker has ended

@@ -162,8 +162,12 @@ bool SaveListText(const OutputList& list, const WrittenRows& which, const std::s
 
 std::string ChooseListFile(const ListPlace& place, bool save, LastFolder folder,
                            FileRequest request) {
+  return ChooseFile(place.window, save, folder, request);
+}
+
+std::string ChooseFile(HWND owner, bool save, LastFolder folder, FileRequest request) {
   std::string& last = TheSettings().folders[static_cast<size_t>(folder)];
-  request.owner = place.window;
+  request.owner = owner;
   request.folder = last;
   const ListDialogs& dialogs = TheListDialogs();
   const FileChoice choice = save ? dialogs.save(request) : dialogs.open(request);

@@ -26,6 +26,8 @@ bool FileExists(const std::string& file);
 // dialog failed. Completes the request.
 std::string ChooseListFile(const ListPlace& place, bool save, LastFolder folder,
                            FileRequest request);
+// The same for a dialog.
+std::string ChooseFile(HWND owner, bool save, LastFolder folder, FileRequest request);
 
 // Deletes the texts that were written for the editor.
 void DeleteEditedTexts();

@@ -5,6 +5,7 @@
 #include "host/launch.h"
 #include "host/long_operation.h"
 #include "lists/list_report.h"
+#include "ui/compare_commands.h"
 #include "ui/list_commands.h"
 #include "ui/main_window.h"
 #include "ui/window_settings.h"
@@ -107,6 +108,7 @@ void TakeLoadResult(MainWindow& window) {
   RememberHive(job.file, job.start, job.end);
   UpdateToolbar(window);
   SetFocus(ShownPane(window));
+  CompareLoadedHive(window);
 }
 
 void WaitWhile(const std::function<bool()>& busy) {

@@ -1,6 +1,7 @@
 // The desktop program.
 
 #include "app/command_line.h"
+#include "ui/backup_dialog.h"
 #include "ui/main_window.h"
 #include "ui/program.h"
 #include "ui/text.h"
@@ -10,12 +11,15 @@ int WINAPI WinMain(HINSTANCE instance, HINSTANCE, LPSTR, int show) {
   using namespace hivequarry;
   StartProgram(TheProgram());
   CommandLine line = ParseCommandLine(Utf8Name(ArgumentsOf(GetCommandLineW())));
+  if (IsBackupNotDue(line)) return 0;
   StartControls();
   MainWindow* window = CreateMainWindow(instance, show);
   if (window == nullptr) return 0;
   const HWND handle = window->handle;  // outlives the record
   CheckSurroundings(TheProgram().facts);
   CheckBackupRequest(line);
+  const bool saved = RunUnattendedBackup(*window, line);
   OpenFromCommandLine(*window, line);
-  return RunMessageLoop(handle);
+  const int code = RunMessageLoop(handle);
+  return saved ? code : 1;
 }

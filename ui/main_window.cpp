@@ -412,6 +412,7 @@ CommandFacts FactsNow(const MainWindow& window) {
   facts.technical_view = window.view.technical;
   facts.cell_details = window.view.cell_details;
   facts.detail_pane = window.detail_shown;
+  facts.comparing = window.comparing;
   return facts;
 }
 

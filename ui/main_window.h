@@ -125,6 +125,7 @@ struct MainWindow {
   int slot = -1;  // of the hive shown, -1 for none
   std::unique_ptr<KeyTree> key_tree;
   ImageSummary summary;
+  std::atomic<bool> comparing{false};  // the mode "Displayed Sub Keys"
   SidReplacement sid_replacement;  // of the hive shown, in lists of its security records
 
   ValueThreads threads;

@@ -101,6 +101,17 @@
 #define kDatesLimited 4522
 #define kDatesPresets 4523
 
+/* live_dialogs.rc */
+#define kMountFile 4440
+#define kMountKey 4442
+#define kMountBrowse 1001
+#define kMountHelp 1002
+#define kSnapshotKey 1011
+#define kSnapshotFile 1012
+#define kSnapshotBrowse 1013
+#define kSnapshotHelp 1014
+#define kSnapshotRoot 1021 /* and one for each further root */
+
 /* security_dialogs.rc */
 #define kSecurityText 4000
 #define kSecurityCopy 4010
@@ -137,3 +148,11 @@
 #define kReplaceAces 735
 #define kReplaceTakeBack 736
 #define kReplaceState 737
+
+/* backup_dialogs.rc; numbers of boxes and icons go on by the hive */
+#define kBackupHive 7100
+#define kBackupIcon 7110
+#define kBackupFolder 4440
+#define kBackupLabel 1101
+#define kBackupBrowse 1102
+#define kBackupCheck 1103

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "app/settings.h"
+#include "host/host.h"
 #include "host/long_operation.h"
 #include "live/live_lists.h"
 #include "reports/key_dates.h"
@@ -57,6 +58,18 @@ void SearchFrom(MainWindow& window, uint32_t item) {
       });
 }
 
+bool Fill(ListPlace& place, std::function<void(OutputList& list)> fill,
+          std::function<void()> done) {
+  const auto work = [fill = std::move(fill)](OutputList& list) {
+    fill(list);
+    if (StopRequested()) ShowStatus("Stopped.");  // so that nobody takes the rows for all there are
+  };
+  return FillList(place, kOperationList, work, [&place, then = std::move(done)] {
+    ShowLastStatus(place);
+    if (then) then();
+  });
+}
+
 }  // namespace
 
 ListPlace* FillListWindow(MainWindow& window, OutputListPtr list,
@@ -64,13 +77,16 @@ ListPlace* FillListWindow(MainWindow& window, OutputListPtr list,
   if (IsBusy(window)) return nullptr;
   ListPlace* place = OpenListWindow(window, std::move(list));
   if (place == nullptr) return nullptr;
-  const auto finish = [place, then = std::move(done)] {
-    ShowLastStatus(*place);
-    if (then) then();
-  };
-  if (FillList(*place, kOperationList, std::move(fill), finish)) return place;
+  if (Fill(*place, std::move(fill), std::move(done))) return place;
   DestroyWindow(place->window);
   return nullptr;
+}
+
+void RefillListWindow(ListPlace& place, std::function<void(OutputList& list)> fill,
+                      std::function<void()> done) {
+  if (IsBusy(*place.owner)) return;
+  EmptyList(place);
+  Fill(place, std::move(fill), std::move(done));
 }
 
 void OnSearchBranch(MainWindow& window) { SearchFrom(window, SelectedItem(window.tree)); }

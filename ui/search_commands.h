@@ -17,6 +17,10 @@ ListPlace* FillListWindow(MainWindow& window, OutputListPtr list,
                           std::function<void(OutputList& list)> fill,
                           std::function<void()> done = nullptr);
 
+// The same with the list that a window shows: its rows go and are made anew.
+void RefillListWindow(ListPlace& place, std::function<void(OutputList& list)> fill,
+                      std::function<void()> done);
+
 void OnSearchBranch(MainWindow& window);
 void OnSearchWorkspace(MainWindow& window);
 void OnSearchRegistry(MainWindow& window);

@@ -12,16 +12,10 @@ namespace {
 
 constexpr int64_t kStopPollMask = 0x3FF;
 
-void MakeUpper(const CaseTable& capitals, std::string& text) {
-  for (char& letter : text) letter = static_cast<char>(capitals[static_cast<uint8_t>(letter)]);
-}
-
 // Whether one of the entries of a key's value list leads to the value at `position`.
 bool ListsValue(const HiveImage& hive, uint32_t key, uint32_t position, uint32_t& budget) {
-  const uint32_t count = ReadU32(hive, key + kKeyValueCount);
-  if (count == 0) return false;
   std::vector<uint32_t> positions;
-  ReadValueList(hive, count, ValueListOf(hive, key), budget, positions);
+  ReadValuesOfKey(hive, key, budget, positions);
   return std::ranges::find(positions, position) != positions.end();
 }
 
@@ -40,7 +34,7 @@ FoundItem FindItemByName(const HiveImage& hive, const KeyTree& tree, const TreeF
                          const std::function<void()>& passed) {
   const CaseTable capitals = CurrentCapitals();
   std::string text = request.text;
-  MakeUpper(capitals, text);
+  text = Capitals(capitals, text);
   const auto count = static_cast<int64_t>(tree.items.size());
   const int64_t step = request.down ? 1 : -1;
   int64_t at = request.from < count ? request.from : request.down ? -1 : count;
@@ -55,7 +49,7 @@ FoundItem FindItemByName(const HiveImage& hive, const KeyTree& tree, const TreeF
     const auto item = static_cast<uint32_t>(at);
     if (tree.items[item].hidden) continue;
     std::string name = ItemName(hive, tree, item);
-    MakeUpper(capitals, name);
+    name = Capitals(capitals, name);
     if (name.find(text) != std::string::npos) return {item, false};
   }
   return {};

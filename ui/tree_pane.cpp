@@ -143,6 +143,17 @@ bool HasEditedValues(const TreePane& pane, uint32_t item) {
   return pane.hive->edits.any && EditsOfKey(*pane.hive, pane.tree->items[item].position) != 0;
 }
 
+bool Differs(const TreePane& pane, uint32_t item) {
+  return item < pane.differing.size() && pane.differing[item];
+}
+
+// A red that can be read on the background in force.
+COLORREF DifferenceColour() {
+  const COLORREF back = GetSysColor(COLOR_WINDOW);
+  const bool dark = GetRValue(back) + GetGValue(back) + GetBValue(back) < 3 * 128;
+  return dark ? RGB(255, 140, 120) : RGB(176, 32, 16);
+}
+
 bool IsExpanded(const TreePane& pane, HTREEITEM handle) {
   return (TreeView_GetItemState(pane.window, handle, TVIS_EXPANDED) & TVIS_EXPANDED) != 0;
 }
@@ -205,6 +216,7 @@ void ClearTree(TreePane& pane) {
   pane.tree = nullptr;
   pane.handles.clear();
   pane.fills.clear();
+  pane.differing.clear();
   pane.expand_next = pane.expand_end = 0;
 }
 
@@ -299,11 +311,22 @@ LRESULT OnTreeDraw(const TreePane& pane, NMTVCUSTOMDRAW& notice) {
   if (notice.nmcd.dwDrawStage == CDDS_PREPAINT) return CDRF_NOTIFYITEMDRAW;
   if (notice.nmcd.dwDrawStage != CDDS_ITEMPREPAINT) return CDRF_DODEFAULT;
   const bool selected = (notice.nmcd.uItemState & CDIS_SELECTED) != 0;
-  if (!selected && HasEditedValues(pane, static_cast<uint32_t>(notice.nmcd.lItemlParam))) {
-    notice.clrText = GetSysColor(COLOR_HOTLIGHT);
-  }
+  const auto item = static_cast<uint32_t>(notice.nmcd.lItemlParam);
+  if (!selected && Differs(pane, item)) notice.clrText = DifferenceColour();
+  if (!selected && HasEditedValues(pane, item)) notice.clrText = GetSysColor(COLOR_HOTLIGHT);
   if (IsDimmedSelection(notice.nmcd)) SetDimmedColours(notice.clrText, notice.clrTextBk);
   return CDRF_DODEFAULT;
+}
+
+void MarkDifferences(TreePane& pane, const std::vector<uint32_t>& items) {
+  pane.differing.clear();
+  if (pane.tree != nullptr && !items.empty()) pane.differing.resize(pane.tree->items.size());
+  for (uint32_t item : items) {
+    for (; item != kNoItem && !pane.differing[item]; item = pane.tree->items[item].parent) {
+      pane.differing[item] = true;
+    }
+  }
+  InvalidateRect(pane.window, nullptr, FALSE);
 }
 
 // While redrawing is off, the control puts off its layout.

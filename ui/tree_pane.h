@@ -32,6 +32,7 @@ struct TreePane {
   const KeyTree* tree = nullptr;
   std::vector<HTREEITEM> handles;  // by item; null while it is not in the control
   std::vector<BranchFill> fills;   // under way
+  std::vector<bool> differing;     // items marked as different; empty for none
   // "Expand subfolders" under way, a slice at a time: the branch, the next item in it and the one
   // to end before.
   uint32_t expand_top = 0;
@@ -53,6 +54,10 @@ uint32_t ItemOfHandle(const TreePane& pane, HTREEITEM handle);
 // Takes an item, which was hidden with all below it, out of the pane. Where it or an item below was
 // selected, its successor, predecessor or parent is.
 void RemoveItem(TreePane& pane, uint32_t item);
+
+// Marks these items, and those on the way to them, as different from what they are compared with;
+// none any more when there are none.
+void MarkDifferences(TreePane& pane, const std::vector<uint32_t>& items);
 
 // TVN_ITEMEXPANDING, TVN_GETDISPINFO, TVN_GETINFOTIP and NM_CUSTOMDRAW.
 void OnTreeExpanding(TreePane& pane, const NMTREEVIEWW& notice);

@@ -5,6 +5,7 @@
 #include "app/key_paths.h"
 #include "app/recent_keys.h"
 #include "tests/support/sample_hives.h"
+#include "tests/window/dialog_fixture.h"
 #include "tests/window/list_fixture.h"
 #include "ui/bookmarks_dialog.h"
 #include "ui/misc_commands.h"
@@ -17,30 +18,6 @@
 
 namespace hivequarry::testing {
 namespace {
-
-using Use = std::function<void(HWND dialog)>;
-
-// What is done in the dialog that comes up next, from within its own loop.
-void InNextDialog(Use use) {
-  static Use next;
-  next = std::move(use);
-  SetTimer(nullptr, 0, 10, [](HWND, UINT, UINT_PTR timer, DWORD) {
-    const HWND dialog = FindWindowW(L"#32770", nullptr);
-    if (dialog == nullptr || IsWindowVisible(dialog) == FALSE) return;
-    KillTimer(nullptr, timer);
-    next(dialog);
-  });
-}
-
-void Click(HWND dialog, int control) { SendDlgItemMessageW(dialog, control, BM_CLICK, 0, 0); }
-bool IsOn(HWND dialog, int control) {
-  return IsWindowEnabled(GetDlgItem(dialog, control)) != FALSE;
-}
-Use Clicks(std::initializer_list<int> controls) {
-  return [controls = std::vector<int>(controls)](HWND dialog) {
-    for (const int control : controls) Click(dialog, control);
-  };
-}
 
 class DialogsTest : public ListTest {
  protected:

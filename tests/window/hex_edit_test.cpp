@@ -11,6 +11,7 @@
 #include <string>
 
 #include "hive/value_text.h"
+#include "tests/window/dialog_fixture.h"
 #include "ui/dpi.h"
 #include "ui/resource.h"
 #include "ui/value_editor.h"
@@ -431,42 +432,11 @@ TEST_F(HexControl, FiveMegabytesDoNotLag) {
 
 // --- dialogs -------------------------------------------------------------------------------------
 
-// What a test does in the dialog that comes up next; once, from within the dialog's own loop.
-std::function<void(HWND dialog)>& NextDialog() {
-  static std::function<void(HWND)> next;
-  return next;
-}
-
-void CALLBACK UseDialog(HWND, UINT, UINT_PTR timer, DWORD) {
-  const HWND dialog = FindWindowW(L"#32770", nullptr);
-  if (dialog == nullptr || IsWindowVisible(dialog) == FALSE) return;
-  KillTimer(nullptr, timer);
-  NextDialog()(dialog);
-}
-
-void InNextDialog(std::function<void(HWND)> use) {
-  NextDialog() = std::move(use);
-  SetTimer(nullptr, 0, 10, UseDialog);
-}
-
-void Click(HWND dialog, int control) { SendDlgItemMessageW(dialog, control, BM_CLICK, 0, 0); }
-BOOL IsOn(HWND dialog, int control) { return IsWindowEnabled(GetDlgItem(dialog, control)); }
-BOOL IsShown(HWND dialog, int control) { return IsWindowVisible(GetDlgItem(dialog, control)); }
-// As if typed, the parent told.
-void Type(HWND dialog, int control, const wchar_t* text) {
-  SendDlgItemMessageW(dialog, control, EM_SETSEL, 0, -1);
-  SendDlgItemMessageW(dialog, control, EM_REPLACESEL, TRUE, reinterpret_cast<LPARAM>(text));
-}
 void ChooseType(HWND dialog, uint32_t type) {
   const HWND box = GetDlgItem(dialog, kEditType);
   ComboBox_SetCurSel(box, static_cast<int>(type));
   SendMessageW(dialog, WM_COMMAND, MAKEWPARAM(kEditType, CBN_SELCHANGE),
                reinterpret_cast<LPARAM>(box));
-}
-std::function<void(HWND)> Clicks(std::vector<int> controls) {
-  return [=](HWND dialog) {
-    for (const int control : controls) Click(dialog, control);
-  };
 }
 Bytes Units(const std::u16string& text) {
   Bytes bytes;

@@ -8,6 +8,7 @@
 #include <fstream>
 #include <functional>
 #include <iterator>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -123,7 +124,7 @@ class ProcessTest : public ::testing::Test {
     EXPECT_TRUE(WaitUntil([this] { return copy_ == nullptr || IsWindow(copy_) == FALSE; }));
   }
 
-  void Start(const std::string& arguments) {
+  void StartProcess(const std::string& arguments) {
     std::wstring line = L"\"" + program_.wstring() + L"\" " + WideName(arguments);
     STARTUPINFOW startup{};
     startup.cb = sizeof startup;
@@ -133,6 +134,10 @@ class ProcessTest : public ::testing::Test {
     CloseHandle(made.hThread);
     process_ = made.hProcess;
     id_ = made.dwProcessId;
+  }
+
+  void Start(const std::string& arguments) {
+    StartProcess(arguments);
     ASSERT_TRUE(WaitUntil([this] { return FindOf(id_, kMainClass) != nullptr; }));
     main_ = FindOf(id_, kMainClass);
   }
@@ -255,6 +260,30 @@ TEST_F(ProcessTest, FurtherHiveOpensInACopy) {
   const HWND tree = GetDlgItem(copy_, kTreeId);
   EXPECT_EQ(ChildTextsOf(tree, TreeView_GetRoot(tree))[0], "Astra");
   CloseAndWait();
+}
+
+TEST_F(ProcessTest, UnattendedBackupEndsByItself) {
+  const std::filesystem::path backups = program_.parent_path() / L"backups";
+  std::filesystem::create_directory(backups);
+  const std::string line = "-bweek -SOFTWARE -HKCU " + Utf8Name(backups.wstring());
+  Start(line);
+  ASSERT_EQ(WaitForSingleObject(process_, 60000), WAIT_OBJECT_0);
+  DWORD code = 1;
+  GetExitCodeProcess(process_, &code);
+  EXPECT_EQ(code, 0U);
+  std::set<std::wstring> names;
+  for (const auto& entry : std::filesystem::recursive_directory_iterator(backups)) {
+    if (entry.is_regular_file()) names.insert(entry.path().filename().wstring());
+  }
+  EXPECT_EQ(names, (std::set<std::wstring>{L"SOFTWARE", L"ntuser.dat", L"hivequarry.ok"}));
+  EXPECT_NE(Settings().find("LastBackup="), std::string::npos);
+  // Within the week it ends before there is a window.
+  CloseHandle(process_);
+  StartProcess(line);
+  ASSERT_EQ(WaitForSingleObject(process_, 60000), WAIT_OBJECT_0);
+  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(backups),
+                          std::filesystem::directory_iterator()),
+            2);
 }
 
 }  // namespace

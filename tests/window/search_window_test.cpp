@@ -1,7 +1,9 @@
 // Search, key dates and special reports, asked for as a user does.
+#include "host/long_operation.h"
 #include "reports/key_dates.h"
 #include "reports/search.h"
 #include "tests/support/sample_hives.h"
+#include "tests/window/dialog_fixture.h"
 #include "tests/window/list_fixture.h"
 #include "ui/dates_dialog.h"
 #include "ui/report_commands.h"
@@ -12,26 +14,6 @@
 
 namespace hivequarry::testing {
 namespace {
-
-using Use = std::function<void(HWND dialog)>;
-
-// What is done in the dialog that comes up next, from within its own loop.
-void InNextDialog(Use use) {
-  static Use next;
-  next = std::move(use);
-  SetTimer(nullptr, 0, 10, [](HWND, UINT, UINT_PTR timer, DWORD) {
-    const HWND dialog = FindWindowW(L"#32770", nullptr);
-    if (dialog == nullptr || IsWindowVisible(dialog) == FALSE) return;
-    KillTimer(nullptr, timer);
-    next(dialog);
-  });
-}
-
-void Click(HWND dialog, int control) { SendDlgItemMessageW(dialog, control, BM_CLICK, 0, 0); }
-bool IsOn(HWND dialog, int control) {
-  return IsWindowEnabled(GetDlgItem(dialog, control)) != FALSE;
-}
-bool Ticked(HWND dialog, int control) { return IsDlgButtonChecked(dialog, control) == BST_CHECKED; }
 
 Bytes HiveOfSettings() {
   HiveBuilder hive;
@@ -49,15 +31,6 @@ class SearchWindowTest : public ListTest {
     TheLastSearch() = LastSearch();
     Open(file_.name());
     SelectItemAndWait(0);
-  }
-  // Types into a field as a user does: all of it is replaced.
-  static void Type(HWND dialog, int field, const wchar_t* text) {
-    COMBOBOXINFO info{};
-    info.cbSize = sizeof info;
-    HWND edit = GetDlgItem(dialog, field);
-    if (GetComboBoxInfo(edit, &info) != FALSE) edit = info.hwndItem;
-    SendMessageW(edit, EM_SETSEL, 0, -1);
-    SendMessageW(edit, EM_REPLACESEL, FALSE, reinterpret_cast<LPARAM>(text));
   }
   static std::string FieldText(HWND dialog, int field) { return TextOf(GetDlgItem(dialog, field)); }
   // The list window of that title, filled.
@@ -183,6 +156,29 @@ TEST_F(SearchWindowTest, SaysWhenKeysLieTooDeep) {
   ASSERT_NE(place, nullptr);
   EXPECT_EQ(ListView_GetItemCount(place->list), 1);
   EXPECT_EQ(PartText(*place, 0), " Keys nested too deep were not searched.");
+}
+
+TEST_F(SearchWindowTest, ARunningSearchRefusesAnotherAndSaysWhenItWasStopped) {
+  const DWORD window_thread = GetCurrentThreadId();
+  surroundings_.on_status = [window_thread](const char*) {  // holds the search up
+    while (GetCurrentThreadId() != window_thread && !StopRequested()) Sleep(1);
+  };
+  for (const bool leave : {false, true}) {
+    TheLastSearch().settings.text = "nowhere";
+    InNextDialog(Clicks({IDOK}));
+    Run(kCommandSearchBranch);
+    const auto refused = [](OutputList&) { ADD_FAILURE(); };
+    EXPECT_EQ(FillListWindow(*window_, MakeOutputList(kListKeyDates), refused), nullptr);
+    EXPECT_EQ(FindWindowW(L"HivequarryList", L"Key Dates"), nullptr);
+    if (leave) return Run(kCommandExit);  // ends at once, or the test never does
+    surroundings_.answer = Answer::kYes;
+    Run(kCommandStop);
+    EXPECT_EQ(TakeBoxes(), Texts{"Hivequarry: Stop current Process ?"});
+    ListPlace* place = Filled(L"Search results");
+    ASSERT_NE(place, nullptr);
+    EXPECT_EQ(PartText(*place, 0), " Stopped.");
+    DestroyWindow(place->window);
+  }
 }
 
 TEST_F(SearchWindowTest, DatesBeginWithThisHourAndPresetsGoBack) {

@@ -5,6 +5,7 @@
 
 #include "host/long_operation.h"
 #include "security/security_lists.h"
+#include "tests/window/dialog_fixture.h"
 #include "tests/window/list_fixture.h"
 #include "ui/permissions_dialog.h"
 #include "ui/replace_sid_dialog.h"
@@ -77,21 +78,6 @@ class SecurityWindowTest : public ListTest {
   TempFile file_{hive_.bytes};
 };
 
-// What is done in the dialog of that title, from within its own loop.
-using Use = std::function<void(HWND dialog)>;
-void InDialog(const wchar_t* title, Use use) {
-  static Use next;
-  static const wchar_t* awaited;
-  next = std::move(use);
-  awaited = title;
-  SetTimer(nullptr, 0, 10, [](HWND, UINT, UINT_PTR timer, DWORD) {
-    const HWND dialog = FindWindowW(kDialogClass, awaited);
-    if (dialog == nullptr || IsWindowVisible(dialog) == FALSE) return;
-    KillTimer(nullptr, timer);
-    next(dialog);
-  });
-}
-void Click(HWND dialog, int control) { SendDlgItemMessageW(dialog, control, BM_CLICK, 0, 0); }
 void SetText(HWND dialog, int control, const char* text) {
   SetDlgItemTextW(dialog, control, WideName(text).c_str());
 }

@@ -1,0 +1,38 @@
+#include "ui/merge_commands.h"
+
+#include <memory>
+#include <utility>
+
+#include "app/settings.h"
+#include "live/merge.h"
+#include "ui/list_window.h"
+#include "ui/main_window.h"
+
+namespace hivequarry {
+namespace {
+
+constexpr int kOperationMerge = 1108;
+
+struct MergeJob {
+  MergeTarget target;
+  OutputListPtr errors = MakeOutputList(kListMergeErrors);
+};
+
+}  // namespace
+
+void OnMergeFolder(MainWindow& window) {
+  const HiveImage& hive = ShownHive(window);
+  const KeyTree& tree = *window.key_tree;
+  const auto job = std::make_shared<MergeJob>();
+  if (!PrepareMerge(hive, tree, SelectedItem(window.tree), job->target)) return;
+  const Options& options = TheSettings().options;
+  const MergeOptions wanted = {options.no_access_keys, options.export_security};
+  StartWork(
+      window, kOperationMerge,
+      [job, wanted, &hive, &tree] { MergeBranch(hive, tree, job->target, wanted, *job->errors); },
+      [&window, job] {
+        if (RowCount(*job->errors) != 0) OpenListWindow(window, std::move(job->errors));
+      });
+}
+
+}  // namespace hivequarry

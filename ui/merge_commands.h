@@ -1,0 +1,11 @@
+// The command that writes a branch of the hive into the live registry.
+#pragma once
+
+namespace hivequarry {
+
+struct MainWindow;
+
+// What could not be written stands in a list afterwards.
+void OnMergeFolder(MainWindow& window);
+
+}  // namespace hivequarry
