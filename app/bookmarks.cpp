@@ -4,7 +4,6 @@
 #include <array>
 #include <cerrno>
 #include <charconv>
-#include <chrono>
 #include <cstdio>
 
 #include "app/key_paths.h"
@@ -35,14 +34,6 @@ std::string CleanText(std::string_view text) {
 }
 
 // Time
-
-uint64_t Now() {
-  constexpr uint64_t kUnitsPerSecond = 10'000'000;
-  constexpr int64_t kEpoch = 11'644'473'600;  // 1970-01-01 in seconds since 1601-01-01
-  const auto since = std::chrono::system_clock::now().time_since_epoch();
-  const int64_t seconds = std::chrono::duration_cast<std::chrono::seconds>(since).count();
-  return static_cast<uint64_t>(seconds + kEpoch) * kUnitsPerSecond;
-}
 
 std::string TimeText(uint64_t time) {
   const CalendarTime at = CalendarOfFileTime(time);
@@ -228,7 +219,7 @@ BookmarkChange AddBookmark(Bookmarks& bookmarks, Bookmark bookmark) {
   bookmark.path = CleanKeyPath(bookmark.path);
   bookmark.hive = CleanText(bookmark.hive);
   bookmark.note = CleanText(bookmark.note);
-  if (bookmark.time == 0) bookmark.time = Now();
+  if (bookmark.time == 0) bookmark.time = FileTimeNow();
   if (bookmark.path.empty()) return BookmarkChange::kBadPath;
   std::vector<BookmarkLine> lines = bookmarks.lines;
   const size_t old = FindLine(lines, bookmark.path);

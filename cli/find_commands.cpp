@@ -189,10 +189,7 @@ int SecurityShowCommand(const ConsoleRequest& request, OpenedHive& opened) {
   const uint32_t record = RecordOf(opened, item);
   SecurityRecordInfo info;
   if (record == kNoOffset || !ReadSecurityRecord(hive, record, info)) {
-    char text[48];
-    std::snprintf(text, sizeof text, "Invalid security key at 0x%X",
-                  record == kNoOffset ? record : record - hive.data_base);
-    Complain(text);
+    Complain(InvalidRecordText(hive, record));
     return kExitFailed;
   }
   const std::string text = FormatSecurityRecord(hive, info, request.security.resolve);

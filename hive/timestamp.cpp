@@ -1,5 +1,6 @@
 #include "hive/timestamp.h"
 
+#include <chrono>
 #include <cstdio>
 
 #include "host/host.h"
@@ -55,6 +56,18 @@ uint64_t LocalTime(uint64_t file_time) {
 }
 
 }  // namespace
+
+uint64_t FileTimeNow() {
+  constexpr uint64_t kUnixEpoch = 11'644'473'600;  // 1970-01-01 in seconds since 1601-01-01
+  const auto since = std::chrono::system_clock::now().time_since_epoch();
+  const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(since).count();
+  return (kUnixEpoch + static_cast<uint64_t>(seconds)) * kUnitsPerSecond;
+}
+
+uint64_t LocalFileTimeNow() {
+  const Host& host = CurrentHost();
+  return host.local_time(host.context, FileTimeNow());
+}
 
 CalendarTime CalendarOfFileTime(uint64_t file_time) {
   CalendarTime calendar;

@@ -14,6 +14,9 @@ struct CalendarTime {
 };
 // A FILETIME (100-ns units since 1601-01-01) as calendar fields, whatever its value.
 CalendarTime CalendarOfFileTime(uint64_t file_time);
+// The present, to the second, UTC; and in local time.
+uint64_t FileTimeNow();
+uint64_t LocalFileTimeNow();
 uint64_t FileTimeOfCalendar(const CalendarTime& calendar);
 
 // The FILETIME at a hive position, UTC; empty for a date that is not plausible (year 1988 to 2099).

@@ -135,7 +135,7 @@ constexpr ListKindInfo kKinds[] = {
     {55, kOther, kPieces},
     {56, "OpenSaveMRU", kOpenSaveMru},
     {57, "StreamMRU", kStreamMru},
-    {80, "Error list", kErrors},
+    {kListErrors, "Error list", kErrors},
     {kListInfo, "Hive information", kInfo, Column(0), kAllInfo & ~kInfoTexts & ~kInfoFlags,
      kInfoFlags},
     {kListTree, "Key tree", kTree, 0, Column(5) | Column(6), 0},

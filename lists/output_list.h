@@ -17,6 +17,8 @@ inline constexpr int kMaxColumns = 18;      // of a list of results
 inline constexpr int kMaxTextColumns = 17;  // its text output leaves the 18th out
 inline constexpr int kMaxOwnColumns = 32;   // of the console program's own lists
 
+// Keys and values that an operation could not treat, with the error.
+inline constexpr int kListErrors = 80;
 // Kinds of the console program's own lists, from 100 on: the limits of result lists don't hold for
 // them. The kinds of results stand in the table alone.
 inline constexpr int kFirstOwnKind = 100;

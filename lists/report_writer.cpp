@@ -1,5 +1,4 @@
 #include <algorithm>
-#include <chrono>
 #include <cstdio>
 
 #include "hive/timestamp.h"
@@ -109,13 +108,8 @@ std::string ReportTime(int64_t local_seconds) {
 }
 
 std::string ReportTimeNow() {
-  const auto since = std::chrono::system_clock::now().time_since_epoch();
-  const int64_t seconds = std::chrono::duration_cast<std::chrono::seconds>(since).count();
-  const Host& host = CurrentHost();
-  const uint64_t local =
-      host.local_time(host.context, kUnixEpoch + static_cast<uint64_t>(seconds) * kUnitsPerSecond);
-  return ReportTime(static_cast<int64_t>(local / kUnitsPerSecond) -
-                    static_cast<int64_t>(kUnixEpoch / kUnitsPerSecond));
+  const uint64_t seconds = LocalFileTimeNow() / kUnitsPerSecond;
+  return ReportTime(static_cast<int64_t>(seconds - kUnixEpoch / kUnitsPerSecond));
 }
 
 bool WriteReport(const OutputList& list, const WrittenRows& which, const ReportLook& look,

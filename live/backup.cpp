@@ -1,7 +1,6 @@
 #include "live/backup.h"
 
 #include <algorithm>
-#include <chrono>
 #include <cstdio>
 #include <filesystem>
 #include <iterator>
@@ -187,15 +186,7 @@ std::string BackupFolderName(const std::string& base, bool automatic, const Cale
   return {};
 }
 
-CalendarTime LocalNow() {
-  constexpr uint64_t kUnixEpoch = 11'644'473'600;  // 1970-01-01 in seconds since 1601-01-01
-  const auto since = std::chrono::system_clock::now().time_since_epoch();
-  const auto seconds =
-      static_cast<uint64_t>(std::chrono::duration_cast<std::chrono::seconds>(since).count());
-  const Host& host = CurrentHost();
-  return CalendarOfFileTime(
-      host.local_time(host.context, (kUnixEpoch + seconds) * kUnitsPerSecond));
-}
+CalendarTime LocalNow() { return CalendarOfFileTime(LocalFileTimeNow()); }
 
 bool HasBackupPrivilege(const Backup& backup) {
   const EnabledPrivilege privilege(Privilege::kBackup);

@@ -9,8 +9,6 @@
 
 namespace hivequarry {
 
-inline constexpr int kListErrors = 80;
-
 // Data of more than this would not fit into a hive with everything that goes with them.
 inline constexpr uint64_t kMaxCopiedData = 0x60000000;
 inline constexpr int32_t kRegistryNoResources = 1450;

@@ -11,7 +11,6 @@
 
 namespace hivequarry {
 
-inline constexpr int kListMergeErrors = 80;
 inline constexpr uint32_t kMaxMergeDepth = 255;  // levels below the branch's first key
 
 struct MergeOptions {
@@ -37,7 +36,7 @@ struct MergeCounts {
 };
 // On a worker. Writes the branch as displayed, keys before their children; existing values are
 // overwritten, others stay. What the registry refuses, or the hive no longer holds, becomes a row
-// of `errors` (kListMergeErrors). A refused key is left out with all below it; the first refused
+// of `errors` (kListErrors). A refused key is left out with all below it; the first refused
 // value ends the merge after a message. Ends early when the user stops.
 MergeCounts MergeBranch(const HiveImage& hive, const KeyTree& tree, MergeTarget& target,
                         const MergeOptions& options, OutputList& errors);

@@ -1,9 +1,11 @@
 #include "security/descriptor.h"
 
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
 #include "hive/cells.h"
+#include "hive/offset_map.h"
 #include "host/long_operation.h"
 #include "security/sid.h"
 
@@ -90,6 +92,13 @@ bool ReadSecurityRecord(const HiveImage& hive, uint32_t position, SecurityRecord
   if (info.group == 0) return true;
   info.group_text = SidTextAt(hive, info.group, replace, replace != nullptr && replace->group);
   return true;
+}
+
+std::string InvalidRecordText(const HiveImage& hive, uint32_t position) {
+  const uint32_t offset = position == kNoOffset ? kNoOffset : OffsetOfPosition(hive, position);
+  char text[48];
+  std::snprintf(text, sizeof text, "Invalid security key at 0x%X", offset);
+  return text;
 }
 
 bool ReadAce(const HiveImage& hive, uint32_t position, AceInfo& ace,

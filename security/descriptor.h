@@ -67,6 +67,9 @@ struct SidReplacement {
 // the user stops. `replace` may be null.
 bool ReadSecurityRecord(const HiveImage& hive, uint32_t position, SecurityRecordInfo& info,
                         const SidReplacement* replace = nullptr);
+// What is said of a key whose record can't be decoded: "Invalid security key at 0x%X" with the
+// record's offset. `position` may be kNoOffset.
+std::string InvalidRecordText(const HiveImage& hive, uint32_t position);
 // Decodes the entry at `position`; false (and not valid) beyond the end of the image.
 bool ReadAce(const HiveImage& hive, uint32_t position, AceInfo& ace,
              const SidReplacement* replace = nullptr);

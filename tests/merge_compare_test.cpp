@@ -96,7 +96,7 @@ class MergeTest : public ::testing::Test {
   Texts Merge(const char* path, const MergeOptions& options = {}) {
     MergeTarget target;
     if (!Prepare(path, target)) return {"not merged"};
-    const OutputListPtr errors = MakeOutputList(kListMergeErrors);
+    const OutputListPtr errors = MakeOutputList(kListErrors);
     counts_ = MergeBranch(opened_.hive, opened_.tree, target, options, *errors);
     return Rows(*errors, 4);
   }

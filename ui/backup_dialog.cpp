@@ -23,7 +23,6 @@
 namespace hivequarry {
 namespace {
 
-constexpr int kOperationBackup = 1110;
 // Messages of the dialog to itself, posted: a hive and its state; an unattended run begins.
 constexpr UINT kHiveChanged = WM_APP + 10;
 constexpr UINT kBegin = WM_APP + 11;

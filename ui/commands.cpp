@@ -17,8 +17,6 @@ bool HasNeeds(const Command& command, const CommandFacts& facts) {
   switch (command.needs) {
     case Needs::kNothing:
       return true;
-    case Needs::kNever:
-      return false;
     case Needs::kRunning:
       return facts.running || facts.backup;
     case Needs::kRecentHive:

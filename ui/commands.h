@@ -92,7 +92,6 @@ enum class Guard : uint8_t {
 // What a command works on; without it the command is shown grey and does nothing.
 enum class Needs : uint8_t {
   kNothing,
-  kNever,    // its feature is not part of the program yet
   kRunning,  // an operation under way
   kHive,     // the facts of the same names
   kItem,

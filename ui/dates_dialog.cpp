@@ -142,11 +142,7 @@ constexpr DLGPROC kProcedure = RecordDialogProc<DatesDialog, OnStart, Route>;
 
 }  // namespace
 
-KeyDateTime LocalTimeNow() {
-  SYSTEMTIME now;
-  GetLocalTime(&now);
-  return {now.wYear, now.wMonth, now.wDay, now.wHour, now.wMinute, now.wSecond};
-}
+KeyDateTime LocalTimeNow() { return KeyDateTimeOf(LocalFileTimeNow()); }
 
 KeyDateTime SecondsBefore(const KeyDateTime& time, uint32_t seconds) {
   return KeyDateTimeOf(FileTimeOf(time) - seconds * kSecond);

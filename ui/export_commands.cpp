@@ -17,7 +17,6 @@
 namespace hivequarry {
 namespace {
 
-constexpr int kOperationExport = 1107;
 constexpr const char* kNotWritten = "Could Not Open or Create File %s";
 
 struct ExportJob {

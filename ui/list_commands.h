@@ -60,7 +60,6 @@ enum class ListNeeds : uint8_t {
   kRoots,      // a focused row of a list of root cells
   kRunning,
   kAgain,  // a list whose rows can be made anew
-  kNever,  // its feature is not part of the program yet
 };
 
 // The lists for which a command means something; others don't have it in their menu.

@@ -36,8 +36,6 @@ bool HasNeeds(ListNeeds needs, const ListPlace& place) {
       return TheLongOperation().running != 0 || TheLongOperation().backup || IsSelecting(place);
     case ListNeeds::kAgain:
       return place.again != nullptr && place.owner->slot >= 0;
-    case ListNeeds::kNever:
-      break;
   }
   return false;
 }

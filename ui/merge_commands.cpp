@@ -11,11 +11,9 @@
 namespace hivequarry {
 namespace {
 
-constexpr int kOperationMerge = 1108;
-
 struct MergeJob {
   MergeTarget target;
-  OutputListPtr errors = MakeOutputList(kListMergeErrors);
+  OutputListPtr errors = MakeOutputList(kListErrors);
 };
 
 }  // namespace

@@ -21,7 +21,6 @@
 namespace hivequarry {
 namespace {
 
-constexpr int kOperationMount = 1108;
 constexpr int kControls[] = {kMountFile, kMountKey, kMountBrowse, kMountHelp, IDOK, IDCANCEL};
 
 // The subkey that was loaded last, UTF-8.

@@ -13,7 +13,6 @@ namespace {
 struct OptionBox {
   int control;
   bool Options::*option;
-  bool waiting = false;  // what heeds it is not part of the program yet
 };
 constexpr OptionBox kBoxes[] = {
     {kOptionLostValues, &Options::disconnected_values},
@@ -39,7 +38,6 @@ static_assert(std::size(kBoxes) == sizeof(Options) / sizeof(bool));
 void ShowOptions(HWND dialog, const Options& options) {
   for (const OptionBox& box : kBoxes) {
     CheckDlgButton(dialog, box.control, options.*box.option ? BST_CHECKED : BST_UNCHECKED);
-    EnableWindow(GetDlgItem(dialog, box.control), !box.waiting);
   }
 }
 

@@ -282,10 +282,8 @@ HWND OpenSecurityWindow(MainWindow& window, uint32_t record) {
 }
 
 void TellInvalidRecord(const MainWindow& window, uint32_t record) {
-  const uint32_t offset = record == kNoOffset ? kNoOffset : record - ShownHive(window).data_base;
-  char text[64];
-  std::snprintf(text, sizeof text, "Invalid security key at 0x%" PRIX32, offset);
-  ShowMessage(text, kProgramName, Icon::kExclamation);
+  const std::string text = InvalidRecordText(ShownHive(window), record);
+  ShowMessage(text.c_str(), kProgramName, Icon::kExclamation);
 }
 
 // A text of several lines keeps Esc for itself.

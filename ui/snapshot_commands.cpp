@@ -26,7 +26,6 @@
 namespace hivequarry {
 namespace {
 
-constexpr int kOperationSnapshot = 1109;
 constexpr const wchar_t* kSnapshotFiles =
     L"Registry Snapshots (*.snp)\0*.snp\0All files (*.*)\0*.*\0";
 // The current user, and the two hives that hold most of the settings.

@@ -23,6 +23,13 @@ inline constexpr int kOperationSort = 1101;
 inline constexpr int kOperationFind = 1102;
 inline constexpr int kOperationReport = 1103;  // a Report List is loaded
 inline constexpr int kOperationList = 1104;    // a list is filled
+inline constexpr int kOperationPrint = 1105;
+inline constexpr int kOperationSplit = 1106;
+inline constexpr int kOperationExport = 1107;
+inline constexpr int kOperationMerge = 1108;
+inline constexpr int kOperationSnapshot = 1109;
+inline constexpr int kOperationBackup = 1110;
+inline constexpr int kOperationMount = 1111;
 
 // Runs `work` on a worker thread with the running flag set to `code` and the wait cursor shown;
 // afterwards, the flag clear again, `done` on the interface thread. False when an operation is
