@@ -164,6 +164,21 @@ ValueKey ReadStoredValueKey(const HiveImage& hive, uint32_t position, ValueRead 
   return value;
 }
 
+DataBudget MakeDataBudget(const HiveImage& hive) {
+  constexpr uint64_t kLeast = 64 * 1024 * 1024;
+  return {kLeast + 4 * uint64_t{hive.length}};
+}
+
+ValueKey ReadValueWithin(const HiveImage& hive, uint32_t position, DataBudget& budget,
+                         std::vector<uint8_t>& data) {
+  constexpr uint64_t kAlways = 4096;
+  const uint64_t room = std::clamp<uint64_t>(budget.left, kAlways, kMaxValueData);
+  const ValueKey value =
+      ReadValueKey(hive, position, ValueRead::kData, static_cast<uint32_t>(room), &data);
+  budget.left -= std::min<uint64_t>(budget.left, data.size());
+  return value;
+}
+
 std::vector<uint8_t> ReadRawValueName(const HiveImage& hive, const ValueKey& value) {
   std::vector<uint8_t> bytes(std::min<uint32_t>(value.name_length, kMaxRawName));
   bytes.resize(ReadBytes(hive, value.position + kValueName, bytes.data(),

@@ -67,6 +67,18 @@ ValueKey ReadValueKey(const HiveImage& hive, uint32_t position, ValueRead how, u
 ValueKey ReadStoredValueKey(const HiveImage& hive, uint32_t position, ValueRead how,
                             uint32_t capacity, std::vector<uint8_t>* data);
 
+// Bytes of data that a walk over many keys may read. In a sound hive values share none, so that all
+// of them together have fewer than the hive; a damaged one may show the same megabytes at each of
+// thousands of keys.
+struct DataBudget {
+  uint64_t left = 0;
+};
+DataBudget MakeDataBudget(const HiveImage& hive);
+// As ReadValueKey with kData; with the budget used up only short data are read, longer ones count
+// as too long.
+ValueKey ReadValueWithin(const HiveImage& hive, uint32_t position, DataBudget& budget,
+                         std::vector<uint8_t>& data);
+
 // Name bytes as stored, at most 510.
 std::vector<uint8_t> ReadRawValueName(const HiveImage& hive, const ValueKey& value);
 // The name, nothing lost; of a value that was read with its name.

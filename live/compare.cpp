@@ -189,7 +189,7 @@ class Comparison {
   }
 
   void CompareValue(uint32_t item, uint32_t position) {
-    const ValueKey value = ReadValueKey(hive_, position, ValueRead::kData, kMaxValueData, &data_);
+    const ValueKey value = ReadValueWithin(hive_, position, data_budget_, data_);
     if (value.status != ValueStatus::kRead) return;
     const std::u16string name = WideValueName(hive_, value);
     uint32_t type = 0;
@@ -385,6 +385,7 @@ class Comparison {
   uint32_t keys_ = 0;
   uint32_t next_status_ = kRowsPerStatus;
   uint32_t budget_;  // entries of value lists still to be read
+  DataBudget data_budget_ = MakeDataBudget(hive_);
   std::vector<Level> levels_;
   std::vector<uint32_t> values_;  // of the key being compared
   std::vector<uint8_t> data_;

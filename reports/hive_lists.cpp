@@ -50,7 +50,7 @@ class ValueRows {
 
   // `key` is its position, kNoOffset for none. No row for what is no value.
   void Add(uint32_t position, const std::string& path, uint32_t key, const std::string& lossless) {
-    const ValueKey value = ReadValueKey(hive_, position, ValueRead::kData, kMaxValueData, &data_);
+    const ValueKey value = ReadValueWithin(hive_, position, data_budget_, data_);
     if (!IsValue(value)) return;
     const ValueRow row = MakeValueRow(hive_, value, data_, ValueViewOptions());
     RowFacts facts;
@@ -79,6 +79,7 @@ class ValueRows {
   const HiveImage& hive_;
   OutputList& list_;
   const ValueListOptions& options_;
+  DataBudget data_budget_ = MakeDataBudget(hive_);
   std::vector<uint8_t> data_;
 };
 

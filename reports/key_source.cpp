@@ -50,7 +50,7 @@ class HiveKeys : public KeySource {
     if (!values_known_) ListValues();
     if (next_value_ >= values_.size() || StopRequested()) return false;
     const uint32_t position = values_[next_value_++];
-    const ValueKey read = ReadValueKey(hive_, position, ValueRead::kData, kMaxValueData, &data_);
+    const ValueKey read = ReadValueWithin(hive_, position, data_budget_, data_);
     value.name = read.name;
     value.type = read.type;
     value.data = data_;
@@ -143,6 +143,7 @@ class HiveKeys : public KeySource {
   std::vector<uint32_t> values_;  // positions, of the key given last
   size_t next_value_ = 0;
   uint32_t value_budget_;
+  DataBudget data_budget_ = MakeDataBudget(hive_);
   std::vector<uint8_t> data_;
 
   CaseTable capitals_ = CurrentCapitals();

@@ -102,7 +102,7 @@ class BranchSearch {
           ReadValueKey(hive_, position, ValueRead::kFields, kMaxValueData, nullptr);
       if (!MayMatchValue(sieve_, fields)) return;
     }
-    const ValueKey value = ReadValueKey(hive_, position, ValueRead::kData, kMaxValueData, &data_);
+    const ValueKey value = ReadValueWithin(hive_, position, data_budget_, data_);
     if (value.status == ValueStatus::kEmpty || value.status == ValueStatus::kNotAValue) return;
     if (ValueMatches(value)) AddValueRow(item, value);
   }
@@ -162,6 +162,7 @@ class BranchSearch {
   // Value lists shared by many keys are read at each of them, within what one list each would take
   // at most.
   uint32_t budget_;
+  DataBudget data_budget_ = MakeDataBudget(hive_);
   bool key_names_ = false, value_names_ = false, values_ = false, details_ = false;
   uint32_t keys_ = 0;
   std::vector<uint32_t> open_;  // ends of the items that the present one is in

@@ -7,6 +7,7 @@
 
 #include "hive/bins.h"
 #include "hive/key_node.h"
+#include "reports/hive_lists.h"
 #include "tests/support/opened_hive.h"
 #include "tests/support/sample_hives.h"
 
@@ -127,10 +128,8 @@ Bytes ListsOfLists() {
   return built.bytes;
 }
 
-Bytes SharedValueList(uint32_t keys, uint32_t values) {
-  HiveBuilder builder;
-  KeyRef first = builder.Key("K0");
-  for (uint32_t i = 0; i < values; ++i) first.Dword("v" + std::to_string(i), i);
+// Keys that all have the value list of the first.
+Bytes ShareValues(HiveBuilder& builder, uint32_t keys, uint32_t values) {
   for (uint32_t i = 1; i < keys; ++i) builder.Key("K" + std::to_string(i));
   BuiltHive built = builder.Build();
   for (uint32_t i = 1; i < keys; ++i) {
@@ -139,6 +138,13 @@ Bytes SharedValueList(uint32_t keys, uint32_t values) {
     built.Link(key, field::kKeyValueList, built.ValueListPosition("K0"));
   }
   return built.bytes;
+}
+
+Bytes SharedValueList(uint32_t keys, uint32_t values) {
+  HiveBuilder builder;
+  KeyRef first = builder.Key("K0");
+  for (uint32_t i = 0; i < values; ++i) first.Dword("v" + std::to_string(i), i);
+  return ShareValues(builder, keys, values);
 }
 
 Bytes ManySegments() {
@@ -254,6 +260,21 @@ TEST_P(Shapes, AreWalkedInTime) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Cases, Shapes, ::testing::ValuesIn(kShapes));
+
+// A megabyte that 200 keys share is read at some of them only; all have their row.
+TEST(Hostile, SharedDataAreReadWithinABudget) {
+  HiveBuilder builder;
+  builder.Key("K0").Binary("big", 1 << 20);
+  const OpenedHive opened{std::span<const uint8_t>(ShareValues(builder, 200, 1))};
+  const OutputListPtr list = ListKeyValues(opened.hive, opened.tree, kNoItem, ValueListOptions());
+  ASSERT_EQ(RowCount(*list), 200u);
+  uint32_t read = 0;
+  for (uint32_t row = 0; row < 200; ++row) {
+    read += CellText(*list, row, 3) == CellText(*list, 0, 3) ? 1 : 0;
+  }
+  EXPECT_GE(read, 64u);
+  EXPECT_LT(read, 100u);
+}
 
 TEST(Hostile, OtherKeysStayVisible) {
   for (const HostileCase& c : kShapes) {
