@@ -7,7 +7,7 @@
 #include "host/host.h"
 #include "reports/key_dates.h"
 #include "reports/search.h"
-#include "reports/special_reports.h"
+#include "reports/structure_reports.h"
 #include "security/security_lists.h"
 #include "security/sid.h"
 

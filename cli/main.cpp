@@ -16,7 +16,7 @@
 #include "cli/commands.h"
 #include "host/host.h"
 #include "host/long_operation.h"
-#include "reports/special_reports.h"
+#include "reports/structure_reports.h"
 
 namespace hivequarry {
 namespace {

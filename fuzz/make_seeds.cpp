@@ -211,7 +211,7 @@ BuiltHive ReportedHive() {
   return hive.Build();
 }
 
-bool WriteSpecialReports(const std::filesystem::path& folder) {
+bool WriteStructureReports(const std::filesystem::path& folder) {
   BuiltHive damaged = ReportedHive();
   damaged.Unlink("Microsoft");
   Bytes items = ItemListBytes();
@@ -240,7 +240,7 @@ int main(int argc, char** argv) {
       {"fuzz_security", WriteSecurity},
       {"fuzz_script", WriteHives},
       {"fuzz_search", WriteSearches},
-      {"fuzz_special_reports", WriteSpecialReports}};
+      {"fuzz_structure_reports", WriteStructureReports}};
   for (const auto& [target, write] : kWriters) {
     if (argc != 3 || argv[1] != target) continue;
     if (write(argv[2])) return 0;

@@ -12,7 +12,7 @@
 #include "live/registry.h"
 #include "reports/key_source.h"
 #include "reports/search.h"
-#include "reports/special_reports.h"
+#include "reports/structure_reports.h"
 #include "security/security_lists.h"
 
 namespace hivequarry {

@@ -1,5 +1,5 @@
 // What the special reports are made with: the walk over their keys, the texts of their cells, and
-// their rows. RunReport (special_reports.h) is what callers use.
+// their rows. RunReport (structure_reports.h) is what callers use.
 #pragma once
 
 #include <cstdint>

@@ -24,7 +24,7 @@
 #include "reports/key_dates.h"
 #include "reports/registry_script.h"
 #include "reports/search_sieve.h"
-#include "reports/special_reports.h"
+#include "reports/structure_reports.h"
 #include "security/security_lists.h"
 #include "tests/support/host_recorder.h"
 #include "tests/support/opened_hive.h"

@@ -1,7 +1,7 @@
 // Commands for the special reports, and what a row of class registrations offers.
 #pragma once
 
-#include "reports/special_reports.h"
+#include "reports/structure_reports.h"
 
 namespace hivequarry {
 

@@ -14,7 +14,7 @@
 #include "lists/list_writers.h"
 #include "reports/path_texts.h"
 #include "reports/shell_items.h"
-#include "reports/special_reports.h"
+#include "reports/structure_reports.h"
 
 namespace {
 

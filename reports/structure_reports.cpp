@@ -1,4 +1,4 @@
-#include "reports/special_reports.h"
+#include "reports/structure_reports.h"
 
 #include <algorithm>
 

@@ -1,4 +1,4 @@
-#include "reports/special_reports.h"
+#include "reports/structure_reports.h"
 
 #include <gtest/gtest.h>
 
@@ -50,7 +50,7 @@ Rows Columns(const Rows& rows, std::initializer_list<size_t> columns) {
 
 constexpr const char* kDate = "2021/03/04, 00:00:00";
 
-TEST(SpecialReports, Services) {
+TEST(StructureReports, Services) {
   HiveBuilder builder;
   KeyRef services = builder.Key("ControlSet001\\Services");
   services.Key("A")
@@ -76,7 +76,7 @@ TEST(SpecialReports, Services) {
   EXPECT_EQ(Reported(opened, Report::kServices, "ControlSet001\\Services"), expected);
 }
 
-TEST(SpecialReports, ServiceNumbers) {
+TEST(StructureReports, ServiceNumbers) {
   const struct {
     uint32_t number;
     const char* start;
@@ -96,7 +96,7 @@ TEST(SpecialReports, ServiceNumbers) {
   }
 }
 
-TEST(SpecialReports, Uninstall) {
+TEST(StructureReports, Uninstall) {
   HiveBuilder builder;
   for (const char* branch : {"Microsoft", "Wow6432Node\\Microsoft"}) {
     KeyRef at = builder.Key(std::string(branch) + "\\Windows\\CurrentVersion\\Uninstall");
@@ -117,7 +117,7 @@ TEST(SpecialReports, Uninstall) {
   EXPECT_EQ(Reported(opened, Report::kUninstall), expected);
 }
 
-TEST(SpecialReports, CountKeys) {
+TEST(StructureReports, CountKeys) {
   const auto data = [](uint64_t time, size_t size) {
     Bytes bytes(16, 0x05);
     PutU64(bytes, 8, time);
@@ -148,7 +148,7 @@ TEST(SpecialReports, CountKeys) {
   for (size_t row = 1; row < rows.size(); ++row) EXPECT_EQ(rows[row][4], "") << rows[row][1];
 }
 
-TEST(SpecialReports, Classes) {
+TEST(StructureReports, Classes) {
   HiveBuilder builder;
   builder.Key("Classes\\CLSID\\{A}").Sz("", "Class A");
   builder.Key("Classes\\CLSID\\{A}\\InProcServer32").Sz("", "a.dll").Sz("ThreadingModel", "Both");
@@ -170,7 +170,7 @@ TEST(SpecialReports, Classes) {
   EXPECT_EQ(Reported(opened, Report::kProgIds), prog_ids);
 }
 
-TEST(SpecialReports, OpenWith) {
+TEST(StructureReports, OpenWith) {
   HiveBuilder builder;
   builder.Key("FileExts\\.a\\OpenWithList").Sz("a", "1.exe").Sz("b", "2.exe").Sz("c", "3.exe");
   builder.Key("FileExts\\.a\\OpenWithList").Sz("MRUList", "cab");
@@ -187,7 +187,7 @@ TEST(SpecialReports, OpenWith) {
   EXPECT_EQ(Reported(opened, Report::kOpenWith), expected);
 }
 
-TEST(SpecialReports, Files) {
+TEST(StructureReports, Files) {
   HiveBuilder builder;
   builder.Key("K").Sz("v", "D:\\b.exe /x").MultiSz("m", {"c:\\A", "none"}).Dword("C:\\name", 1);
   builder.Key("K").Sz("none", "text");
@@ -217,7 +217,7 @@ Bytes Numbers(std::initializer_list<uint32_t> numbers) {
   return bytes;
 }
 
-TEST(SpecialReports, OpenSaveMru) {
+TEST(StructureReports, OpenSaveMru) {
   HiveBuilder builder;
   builder.Key("OpenSaveMRU\\txt").Sz("a", "C:\\1").Sz("b", "C:\\2").Sz("MRUList", "ba");
   builder.Key("OpenSavePidlMRU\\*").Value("0", kRegBinary, Folder("x"));
@@ -233,7 +233,7 @@ TEST(SpecialReports, OpenSaveMru) {
   EXPECT_EQ(Columns(Reported(opened, Report::kOpenSaveMru), {0, 1, 3}), expected);
 }
 
-TEST(SpecialReports, StreamMru) {
+TEST(StructureReports, StreamMru) {
   HiveBuilder builder;
   builder.Key("Explorer\\StreamMRU").Value("3", kRegBinary, Folder("Old"));
   builder.Key("Explorer\\Streams\\3").Time(FileTime(2001, 2, 3));
@@ -252,7 +252,7 @@ TEST(SpecialReports, StreamMru) {
   EXPECT_EQ(Reported(opened, Report::kStreamMru, "Shell\\BagMRU\\1")[0][0], "...\\Below");
 }
 
-TEST(SpecialReports, WhereTheyBegin) {
+TEST(StructureReports, WhereTheyBegin) {
   HiveBuilder builder;
   builder.Key("ControlSet001\\Services\\S");
   builder.Key("ControlSet002\\Services\\Lost");
@@ -281,7 +281,7 @@ TEST(SpecialReports, WhereTheyBegin) {
   EXPECT_EQ(begin(Report::kServices, ""), Names{"Disconnected Keys\\Services"});
 }
 
-TEST(SpecialReports, EditedAndHidden) {
+TEST(StructureReports, EditedAndHidden) {
   HiveBuilder builder;
   builder.Key("Services\\A").Dword("Start", 0);
   builder.Key("Services\\B").Dword("Start", 1);
@@ -294,7 +294,7 @@ TEST(SpecialReports, EditedAndHidden) {
   EXPECT_EQ(Columns(Reported(opened, Report::kServices, "Services"), {0, 1}), expected);
 }
 
-TEST(SpecialReports, JoinedCells) {
+TEST(StructureReports, JoinedCells) {
   const struct {
     std::string cell, text, joined;
   } cases[] = {{"", "a", "a"},
@@ -311,7 +311,7 @@ TEST(SpecialReports, JoinedCells) {
   }
 }
 
-TEST(SpecialReports, NamesAndProgress) {
+TEST(StructureReports, NamesAndProgress) {
   EXPECT_EQ(FindReport("nothing"), nullptr);
   for (int i = 0; i < static_cast<int>(Report::kCount); ++i) {
     const ReportInfo& info = InfoOf(static_cast<Report>(i));
@@ -330,7 +330,7 @@ TEST(SpecialReports, NamesAndProgress) {
   EndOperation();
 }
 
-TEST(SpecialReports, StoppedFilesAreShownAsFarAsThereIsTime) {
+TEST(StructureReports, StoppedFilesAreShownAsFarAsThereIsTime) {
   HiveBuilder builder;
   for (int i = 0; i < 11000; ++i)
     builder.Key("A").Sz(std::to_string(i), "C:\\" + std::to_string(i));
