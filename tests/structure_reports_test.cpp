@@ -201,12 +201,11 @@ TEST(StructureReports, Files) {
 }
 
 Bytes Folder(std::string_view name) {
-  Bytes item(14);
+  const size_t length = 14 + name.size() + 1;
+  Bytes item(length + 2);
+  PutU16(item, 0, static_cast<uint16_t>(length));
   item[2] = 0x31;
-  item.insert(item.end(), name.begin(), name.end());
-  item.push_back(0);
-  PutU16(item, 0, static_cast<uint16_t>(item.size()));
-  item.insert(item.end(), 2, 0);
+  std::copy(name.begin(), name.end(), item.begin() + 14);
   return item;
 }
 
