@@ -3,6 +3,9 @@
 #include <algorithm>
 #include <iterator>
 
+#include "app/settings.h"
+#include "lists/output_list.h"
+
 namespace hivequarry {
 namespace {
 
@@ -24,8 +27,17 @@ constexpr HelpPlace kPlaces[] = {
     {kHelpLoadingHives, "loading-a-hive-into-the-registry"},
     {kHelpSnapshots, "snapshots"},
     {kHelpBackup, "backing-up-and-replacing-the-registrys-hives"},
+    {kHelpCompare, "comparing-with-the-registry"},
+    {kHelpMerge, "merging-into-the-registry"},
+    {kHelpFreed, "freed-keys-and-values"},
 };
 static_assert(std::size(kPlaces) == kHelpTopicsEnd - kHelpStart);
+
+// Lists whose windows share a place are about one thing.
+constexpr HelpTopic kListTopics[] = {
+    kHelpSearch,   kHelpSearch,  kHelpCompare,     kHelpKeyDates,    kHelpMainWindow,
+    kHelpSecurity, kHelpReports, kHelpOutputLists, kHelpOutputLists, kHelpOutputLists};
+static_assert(std::size(kListTopics) == kPlacedWindows);
 
 bool IsPlain(char c) {
   constexpr std::string_view kMarks = "-._~/:";
@@ -64,6 +76,11 @@ std::span<const HelpPlace> HelpPlaces() { return kPlaces; }
 std::string HelpAnchor(int topic) {
   const auto place = std::ranges::find(kPlaces, topic, &HelpPlace::topic);
   return place == std::end(kPlaces) ? "" : place->anchor;
+}
+
+HelpTopic HelpTopicOfList(int kind) {
+  const bool freed = kind == kListFreedKeys || kind == kListFreedValues;
+  return freed ? kHelpFreed : kListTopics[PlaceOfListKind(kind)];
 }
 
 std::string HelpFileOf(const std::string& program) {

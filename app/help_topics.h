@@ -26,6 +26,9 @@ enum HelpTopic : int {
   kHelpLoadingHives,
   kHelpSnapshots,
   kHelpBackup,
+  kHelpCompare,
+  kHelpMerge,
+  kHelpFreed,
   kHelpTopicsEnd
 };
 
@@ -37,6 +40,8 @@ struct HelpPlace {
 std::span<const HelpPlace> HelpPlaces();
 // Empty for a number that is no topic.
 std::string HelpAnchor(int topic);
+// What the help says of lists of that kind.
+HelpTopic HelpTopicOfList(int kind);
 
 inline constexpr const char* kHelpFileName = "hivequarry-help.html";
 // The help file in the folder of the program at `program` (UTF-8 path).

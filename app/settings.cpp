@@ -83,7 +83,7 @@ struct PlaceRow {
 constexpr PlaceRow kPlaces[] = {{"WPS02"}, {"WPS04"}, {"WPS06"}, {"WPS08"}, {"WPS10", 4},
                                 {"WPS12"}, {"WPS16"}, {"WPS18"}, {"WPS20"}, {"WPS22"}};
 static_assert(std::size(kPlaces) == kPlacedWindows);
-constexpr size_t kSides = 5;  // numbers in front of the columns: four sides, maximised
+constexpr size_t kSides = 5;  // numbers in front of the columns: four sides, kind and maximised
 
 using Numbers = std::vector<int>;
 
@@ -103,7 +103,8 @@ std::string_view TakePart(std::string_view& text) {
 }
 
 Numbers SidesOf(const WindowPlace& place) {
-  return {place.left, place.top, place.right, place.bottom, place.maximised ? 1 : 0};
+  return {place.left, place.top, place.right, place.bottom,
+          2 * place.list_kind + (place.maximised ? 1 : 0)};
 }
 
 // Numbers without the built-in ones at their end.
@@ -120,7 +121,8 @@ void SetSides(std::span<const int> sides, WindowPlace& place) {
   given.right = sides[2];
   given.bottom = sides[3];
   if (!IsPlaced(given)) given = WindowPlace();
-  given.maximised = sides[4] == 1;
+  given.maximised = sides[4] % 2 == 1;
+  given.list_kind = std::max(sides[4], 0) / 2;
   given.columns = std::move(place.columns);
   place = std::move(given);
 }

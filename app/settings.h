@@ -70,6 +70,7 @@ struct WindowPlace {
   int bottom = 0;
   bool maximised = false;
   std::vector<int> columns;  // widths; fewer than the list has, or 0: built-in
+  int list_kind = 0;  // of the list with these columns, as lists of several kinds share a place
 };
 inline bool IsPlaced(const WindowPlace& place) {
   return place.right > place.left && place.bottom > place.top;

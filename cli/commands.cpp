@@ -1,35 +1,35 @@
+#include <algorithm>
 #include <charconv>
 #include <cstdio>
 
 #include "cli/opened_hive.h"
 #include "cli/print_list.h"
-#include "host/files.h"
 #include "host/host.h"
 #include "host/long_operation.h"
 #include "lists/list_report.h"
+#include "recovery/freed_records.h"
 #include "reports/file_pieces.h"
+#include "reports/freed_lists.h"
 #include "reports/hive_lists.h"
 
 namespace hivequarry {
 namespace {
 
-// An image in which nothing at all was found is held against the strict check, so that its user
-// learns why the list is empty.
-bool FoundNothing(const ImageSummary& found) {
-  return found.keys == 0 && found.values == 0 && found.bins == 0;
+struct CommandRow {
+  const char* name;
+  int (*with_hive)(const ConsoleRequest&, OpenedHive&);
+  int (*alone)(const ConsoleRequest&) = nullptr;  // instead, for a file that is not opened as one
+};
+
+// Finding the values that no key names is a tenth of a load: only for commands that tell of them.
+bool NeedsDisconnectedValues(const ConsoleRequest& request, std::string_view command) {
+  constexpr std::string_view kTelling[] = {"info", "search", "freed keys", "freed values"};
+  const bool tells = request.disconnected_only || std::ranges::count(kTelling, command) != 0;
+  return tells && request.disconnected_values;
 }
 
-int CheckFormat(OpenedHive& opened) {
-  int error = 0;
-  std::FILE* stream = OpenFile(opened.hive->file_name, "rb", error);
-  if (stream == nullptr) return kExitUnreadable;
-  const bool valid = ValidateHive(*opened.hive, stream);
-  std::fclose(stream);
-  return valid ? kExitDone : kExitFailed;
-}
-
-// Opens the request's hive, lets `work` print from it, and says so when it is no hive at all.
-int WithHive(const ConsoleRequest& request, int (*work)(const ConsoleRequest&, OpenedHive&)) {
+// Opens the request's hive, lets the command print from it, and says so when it is no hive at all.
+int WithHive(const ConsoleRequest& request, const CommandRow& command) {
   HiveTable& table = TheHiveTable();
   table.start_offset = request.start_offset;
   table.end_offset = request.end_offset;
@@ -38,17 +38,20 @@ int WithHive(const ConsoleRequest& request, int (*work)(const ConsoleRequest&, O
   OpenedHive opened;
   opened.hive = &table.slots[static_cast<size_t>(slot)];
   BuildOptions options;
-  options.disconnected_values = request.disconnected_values;
+  options.disconnected_values = NeedsDisconnectedValues(request, command.name);
   options.root_path = request.root_path;
   options.ask_other_roots = !request.all_roots;
   opened.summary = BuildImageTree(*opened.hive, options, opened.tree);
   if (opened.summary.stopped) return kExitFailed;
-  const int status = work(request, opened);
-  return status == kExitDone && FoundNothing(opened.summary) ? CheckFormat(opened) : status;
+  const int status = command.with_hive(request, opened);
+  const bool invalid =
+      status == kExitDone && FoundNothing(opened.summary) && !ValidateHiveFile(*opened.hive);
+  return invalid ? kExitFailed : status;
 }
 
 int Info(const ConsoleRequest& request, OpenedHive& opened) {
-  return Print(request, *ListImageInfo(*opened.hive, opened.summary));
+  const FreedRecords freed = FindFreedRecords(*opened.hive, opened.tree);
+  return Print(request, *ListImageInfo(*opened.hive, opened.summary, freed));
 }
 
 int Tree(const ConsoleRequest& request, OpenedHive& opened) {
@@ -66,6 +69,16 @@ int Values(const ConsoleRequest& request, OpenedHive& opened) {
   uint32_t item = kNoItem;
   if (!request.key.empty() && !FindKey(request, opened, item)) return kExitFailed;
   return Print(request, *ListKeyValues(*opened.hive, opened.tree, item, options));
+}
+
+int FreedKeys(const ConsoleRequest& request, OpenedHive& opened) {
+  return Print(request, *ListFreedKeys(*opened.hive, opened.tree));
+}
+
+int FreedValues(const ConsoleRequest& request, OpenedHive& opened) {
+  ValueListOptions options;
+  options.raw = request.raw;
+  return Print(request, *ListFreedValues(*opened.hive, opened.tree, options));
 }
 
 int Detail(const ConsoleRequest& request, OpenedHive& opened) {
@@ -119,14 +132,11 @@ int Convert(const ConsoleRequest& request) {
   return Print(request, *list);
 }
 
-struct CommandRow {
-  const char* name;
-  int (*with_hive)(const ConsoleRequest&, OpenedHive&);
-  int (*alone)(const ConsoleRequest&) = nullptr;  // instead, for a file that is not opened as one
-};
 constexpr CommandRow kCommands[] = {{"info", Info},
                                     {"tree", Tree},
                                     {"values", Values},
+                                    {"freed keys", FreedKeys},
+                                    {"freed values", FreedValues},
                                     {"detail", Detail},
                                     {"bins", Bins},
                                     {"split", nullptr, Split},
@@ -174,7 +184,7 @@ bool FindKey(const ConsoleRequest& request, const OpenedHive& opened, uint32_t& 
 int RunConsoleCommand(const std::string& name, const ConsoleRequest& request) {
   for (const CommandRow& row : kCommands) {
     if (name != row.name) continue;
-    return row.alone != nullptr ? row.alone(request) : WithHive(request, row.with_hive);
+    return row.alone != nullptr ? row.alone(request) : WithHive(request, row);
   }
   return kExitUsage;
 }

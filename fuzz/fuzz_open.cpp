@@ -10,7 +10,9 @@
 #include "hive/key_tree.h"
 #include "hive/value_key.h"
 #include "hive/value_text.h"
+#include "recovery/freed_records.h"
 #include "recovery/item_values.h"
+#include "reports/freed_lists.h"
 
 namespace {
 
@@ -68,6 +70,18 @@ void ShowTree(const HiveImage& hive, const KeyTree& tree) {
   }
 }
 
+// Nothing that the tree shows is freed, and each record is listed.
+void ShowFreed(const HiveImage& hive, const KeyTree& tree) {
+  const FreedRecords records = FindFreedRecords(hive, tree);
+  for (const FreedKey& key : records.keys) {
+    Require(ItemOfPosition(tree, key.position) == kNoItem && key.parent != key.position);
+    Require(key.values_found <= key.values);
+  }
+  if (records.keys.size() + records.values.size() > kMostItems) return;
+  Require(RowCount(*ListFreedKeys(hive, tree)) == records.keys.size());
+  Require(RowCount(*ListFreedValues(hive, tree, {})) == records.values.size());
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
@@ -78,6 +92,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   Require(summary.connected_keys + summary.disconnected_keys == summary.keys);
   CheckTree(opened.tree);
   ShowTree(opened.hive, opened.tree);
+  ShowFreed(opened.hive, opened.tree);
   ListHiveBins(opened.hive, opened.hive.data_start, 1000);
   return 0;
 }

@@ -6,8 +6,10 @@
 #include <cstring>
 #include <iterator>
 #include <span>
+#include <sstream>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "fuzz/fuzzed_hive.h"
 #include "hive/value_text.h"
@@ -27,6 +29,21 @@ using Bytes = std::span<const uint8_t>;
 constexpr size_t kLongestListPath = 2048;
 constexpr uint32_t kMostKeys = 200;
 constexpr uint32_t kMostValues = 40;  // of one key
+
+// Names that the reports look for, and one that is none.
+const std::vector<std::string>& KnownNames() {
+  static const std::vector<std::string> names = [] {
+    std::istringstream words(
+        "Services Start ImagePath Type Uninstall DisplayName UserAssist Count CLSID MRUList "
+        "MRUListEx BagMRU NodeSlot StreamMRU OpenSaveMRU 0 1 FileExts .txt OpenWithList "
+        "Application OpenWithProgids shell open command InprocServer32 ProgID Bags Classes "
+        "UninstallString LocalServer32 VersionIndependentProgID DefaultIcon a *");
+    std::vector<std::string> split = {""};
+    split.insert(split.end(), std::istream_iterator<std::string>(words), {});
+    return split;
+  }();
+  return names;
+}
 
 class Input {
  public:
@@ -83,44 +100,8 @@ class FuzzedKeys : public KeySource {
   static constexpr uint64_t kTime = 0x01D00000'00000000;
 
   std::string Name(uint8_t shape) {
-    constexpr std::string_view kNames[] = {"Services",
-                                           "Start",
-                                           "ImagePath",
-                                           "Type",
-                                           "Uninstall",
-                                           "DisplayName",
-                                           "UserAssist",
-                                           "Count",
-                                           "CLSID",
-                                           "",
-                                           "MRUList",
-                                           "MRUListEx",
-                                           "BagMRU",
-                                           "NodeSlot",
-                                           "StreamMRU",
-                                           "OpenSaveMRU",
-                                           "0",
-                                           "1",
-                                           "FileExts",
-                                           ".txt",
-                                           "OpenWithList",
-                                           "Application",
-                                           "OpenWithProgids",
-                                           "shell",
-                                           "open",
-                                           "command",
-                                           "InprocServer32",
-                                           "ProgID",
-                                           "Bags",
-                                           "Classes",
-                                           "UninstallString",
-                                           "LocalServer32",
-                                           "VersionIndependentProgID",
-                                           "DefaultIcon",
-                                           "a",
-                                           "*"};
     const uint8_t index = input_.Byte();
-    if (index < 192) return std::string(kNames[index % std::size(kNames)]);
+    if (index < 192) return KnownNames()[index % KnownNames().size()];
     const Bytes raw = input_.Take(shape % 32);
     return std::string(raw.begin(), raw.end());
   }

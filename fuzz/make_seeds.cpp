@@ -1,6 +1,8 @@
 // make-seeds TARGET FOLDER: writes the seed inputs of a fuzz target.
 #include <cstdio>
 #include <filesystem>
+#include <fstream>
+#include <initializer_list>
 #include <iterator>
 #include <span>
 #include <string>
@@ -13,14 +15,26 @@ namespace {
 
 using namespace hivequarry::testing;
 
-bool WriteSeed(const std::filesystem::path& folder, const std::string& name, const Bytes& bytes) {
-  std::error_code error;
-  std::filesystem::create_directories(folder, error);
-  std::FILE* file = std::fopen((folder / name).string().c_str(), "wb");
-  if (file == nullptr) return false;
-  const bool written = std::fwrite(bytes.data(), 1, bytes.size(), file) == bytes.size();
-  return std::fclose(file) == 0 && written;
-}
+// Where the seeds go; whether all of them could be written.
+struct Seeds {
+  std::filesystem::path folder;
+  bool written = true;
+
+  void Add(const std::string& name, std::span<const uint8_t> bytes) {
+    std::error_code error;
+    std::filesystem::create_directories(folder, error);
+    std::ofstream file(folder / name, std::ios::binary);
+    file.write(reinterpret_cast<const char*>(bytes.data()),
+               static_cast<std::streamsize>(bytes.size()));
+    written = file.flush().good() && written;
+  }
+  void AddTexts(std::initializer_list<std::string_view> texts) {
+    int number = 0;
+    for (const std::string_view text : texts) {
+      Add("text" + std::to_string(++number), Bytes(text.begin(), text.end()));
+    }
+  }
+};
 
 BuiltHive SmallHive(List kind) {
   HiveBuilder hive;
@@ -44,13 +58,12 @@ BuiltHive DamagedHive() {
   return hive;
 }
 
-bool WriteHives(const std::filesystem::path& folder) {
-  bool written = true;
+void WriteHives(Seeds& seeds) {
   const std::pair<const char*, List> kinds[] = {{"lf", List::kLf},        {"lh", List::kLh},
                                                 {"li", List::kLi},        {"ri_lh", List::kRiOfLh},
                                                 {"ri_li", List::kRiOfLi}, {"ri_lf", List::kRiOfLf}};
   for (const auto& [name, kind] : kinds) {
-    written = WriteSeed(folder, name, SmallHive(kind).bytes) && written;
+    seeds.Add(name, SmallHive(kind).bytes);
   }
   HiveBuilder big;
   big.Key("A").Binary("big", 33000);
@@ -59,92 +72,74 @@ bool WriteHives(const std::filesystem::path& folder) {
   BuiltHive fragment = SmallHive(List::kLh);
   fragment.DropBaseBlock();
   const Bytes small = SmallHive(List::kLh).bytes;
-  written = WriteSeed(folder, "big_data", big.Build().bytes) && written;
-  written = WriteSeed(folder, "bins", bins.Build().bytes) && written;
-  written = WriteSeed(folder, "damaged", DamagedHive().bytes) && written;
-  written = WriteSeed(folder, "fragment", fragment.bytes) && written;
-  written = WriteSeed(folder, "embedded", Embedded(small, 512, 100)) && written;
+  seeds.Add("big_data", big.Build().bytes);
+  seeds.Add("bins", bins.Build().bytes);
+  seeds.Add("damaged", DamagedHive().bytes);
+  seeds.Add("fragment", fragment.bytes);
+  seeds.Add("embedded", Embedded(small, 512, 100));
   BuiltHive moved = bins.Build();
   moved.Insert(moved.PositionOf("K1") + 40, 64).Erase(moved.BinPosition(3), 4096);
   const Bytes piece(small.begin() + 4096 + 301, small.end());
-  written = WriteSeed(folder, "moved", moved.bytes) && written;
-  written = WriteSeed(folder, "piece", piece) && written;
-  return WriteSeed(folder, "two", Joined({small, small})) && written;
+  seeds.Add("moved", moved.bytes);
+  seeds.Add("piece", piece);
+  seeds.Add("two", Joined({small, small}));
 }
 
-bool WriteValues(const std::filesystem::path& folder) {
-  bool written = true;
+void WriteValues(Seeds& seeds) {
   for (uint8_t type = 0; type < 13; ++type) {
     Bytes bytes = Utf16Z("Some text with \xE2\x82\xAC");
     bytes.insert(bytes.begin(), type);
-    written = WriteSeed(folder, "type" + std::to_string(type), bytes) && written;
+    seeds.Add("type" + std::to_string(type), bytes);
   }
   const Bytes hive = SmallHive(List::kLh).bytes;
-  return WriteSeed(folder, "cells", Bytes(hive.begin() + 4096, hive.end())) && written;
+  seeds.Add("cells", Bytes(hive.begin() + 4096, hive.end()));
 }
 
-bool WriteTexts(const std::filesystem::path& folder, std::span<const std::string_view> texts) {
-  bool written = true;
-  int number = 0;
-  for (const std::string_view text : texts) {
-    const Bytes bytes(text.begin(), text.end());
-    written = WriteSeed(folder, "text" + std::to_string(++number), bytes) && written;
-  }
-  return written;
+void WriteCommandLines(Seeds& seeds) {
+  seeds.AddTexts({"C:\\hives\\SOFTWARE", "\"C:\\my hives\\ntuser.dat\"",
+                  "-soff=4096 -key=4128 -eoff=1048576 \"C:\\image.bin\"", "/R \"C:\\SYSTEM\"",
+                  "-bweek -sam -system C:\\backup", "-bmonth -bcd \"C:\\my backup\"",
+                  "-sam -hkcu \""});
 }
 
-bool WriteCommandLines(const std::filesystem::path& folder) {
-  constexpr std::string_view kLines[] = {"C:\\hives\\SOFTWARE",
-                                         "\"C:\\my hives\\ntuser.dat\"",
-                                         "-soff=4096 -key=4128 -eoff=1048576 \"C:\\image.bin\"",
-                                         "/R \"C:\\SYSTEM\"",
-                                         "-bweek -sam -system C:\\backup",
-                                         "-bmonth -bcd \"C:\\my backup\"",
-                                         "-sam -hkcu \""};
-  return WriteTexts(folder, kLines);
+void WriteReports(Seeds& seeds) {
+  seeds.AddTexts(
+      {"[Hivequarry Output List]\r\n\r\n\r\n[RPLfile]\r\n\r\nU0=100\r\n\r\nU2=2\r\n"
+       "\r\nU3=;120;200\r\n\r\nU4=11\r\n\r\nU5=2\r\n\r\nU6=Key Dates\r\n"
+       "\r\nH0=Key Date\r\n\r\nH1=Key\r\n\r\n\r\n[ROWS]\r\n"
+       "012020/01/01\r\n02HKLM\\SAM\r\n9903\r\n01a\r\n9900\r\n",
+       "[RPLfile]\nU2=18\nU4=100\nH17=x\nMASKDOWN=last\n[ROWS]\n01\xE9\n18b\n99\n",
+       "[ROWS]\r\n01only\r\n12twelfth\r\n9901\r\n00end\r\n"});
 }
 
-bool WriteReports(const std::filesystem::path& folder) {
-  constexpr std::string_view kReports[] = {
-      "[Hivequarry Output List]\r\n\r\n\r\n[RPLfile]\r\n\r\nU0=100\r\n\r\nU2=2\r\n"
-      "\r\nU3=;120;200\r\n\r\nU4=11\r\n\r\nU5=2\r\n\r\nU6=Key Dates\r\n"
-      "\r\nH0=Key Date\r\n\r\nH1=Key\r\n\r\n\r\n[ROWS]\r\n"
-      "012020/01/01\r\n02HKLM\\SAM\r\n9903\r\n01a\r\n9900\r\n",
-      "[RPLfile]\nU2=18\nU4=100\nH17=x\nMASKDOWN=last\n[ROWS]\n01\xE9\n18b\n99\n",
-      "[ROWS]\r\n01only\r\n12twelfth\r\n9901\r\n00end\r\n"};
-  return WriteTexts(folder, kReports);
-}
-
-bool WriteProfiles(const std::filesystem::path& folder) {
-  constexpr std::string_view kProfiles[] = {
-      "[FTSC]\r\nFC0=\" a\"\r\nFC1=b\r\n[CBSIDS]\r\nCBS0=S-1-5-18\r\n"
-      "[KAS]\r\nKGP1=0101010101010101\r\nDI=0\r\nFPART=4096;8192\r\n"
-      "[LTFS]\r\nLF0=C:\\\xE4\r\nLF1=C:\\\xD0\xB6\r\n[LTDS]\r\nLD0=C:\\h\r\n",
-      "; text\n[WPS1]\nw10=-8\nw11=0\nw12=700\nw13=500\n[WPS2]\nw20=90\n"
-      "[WPS4]\nw40=250\nw41=3333\n[WPOS]\nWPS10=1;2;30;40;0;5;6;7;8\n"
-      "WPS22=1;2;30;40;1;9;9;9;9;9;9;9;9;9;9;9;9;9;9;9;9;9;9\n"};
-  return WriteTexts(folder, kProfiles);
+void WriteProfiles(Seeds& seeds) {
+  seeds.AddTexts(
+      {"[FTSC]\r\nFC0=\" a\"\r\nFC1=b\r\n[CBSIDS]\r\nCBS0=S-1-5-18\r\n"
+       "[KAS]\r\nKGP1=0101010101010101\r\nDI=0\r\nFPART=4096;8192\r\n"
+       "[LTFS]\r\nLF0=C:\\\xE4\r\nLF1=C:\\\xD0\xB6\r\n[LTDS]\r\nLD0=C:\\h\r\n",
+       "; text\n[WPS1]\nw10=-8\nw11=0\nw12=700\nw13=500\n[WPS2]\nw20=90\n"
+       "[WPS4]\nw40=250\nw41=3333\n[WPOS]\nWPS10=1;2;30;40;0;5;6;7;8\n"
+       "WPS22=1;2;30;40;1;9;9;9;9;9;9;9;9;9;9;9;9;9;9;9;9;9;9\n"});
 }
 
 // Descriptors, the cells that hold them, and SIDs as bytes and as texts.
-bool WriteSecurity(const std::filesystem::path& folder) {
+void WriteSecurity(Seeds& seeds) {
   const std::vector<Ace> aces = {{0, 2, 0xF003F, "S-1-5-18"}, {1, 0x1B, 6, "S-1-5-21-1-2-3-500"}};
   const Bytes plain = SecurityDescriptor("S-1-5-32-544", "S-1-5-18", aces);
   const Bytes audited = SecurityDescriptor("S-1-5-18", "S-1-1-0", aces, {{2, 0xC0, 1, "S-1-1-0"}});
   CellWriter cells;
   AddSecurityRing(cells, {plain, audited});
   FinishHive(cells, {});
-  bool written = WriteSeed(folder, "plain", plain);
-  written = WriteSeed(folder, "audited", audited) && written;
-  written = WriteSeed(folder, "sid", Sid("S-1-5-21-1-2-3-500")) && written;
+  seeds.Add("plain", plain);
+  seeds.Add("audited", audited);
+  seeds.Add("sid", Sid("S-1-5-21-1-2-3-500"));
   const Bytes area(cells.bytes.begin() + kDataArea, cells.bytes.end());
-  written = WriteSeed(folder, "cells", area) && written;
-  constexpr std::string_view kSids[] = {"S-1-5-32-544", "S-1-0x010203040506-1-4294967295"};
-  return WriteTexts(folder, kSids) && written;
+  seeds.Add("cells", area);
+  seeds.AddTexts({"S-1-5-32-544", "S-1-0x010203040506-1-4294967295"});
 }
 
 // Hives with what makes a search go different ways: data in segments, names in UTF-16.
-bool WriteSearches(const std::filesystem::path& folder) {
+void WriteSearches(Seeds& seeds) {
   // All fields, in either case; a text; taken from the hive; a number.
   constexpr std::string_view kQuestions[] = {
       std::string_view("\xF0\x00\x05\x00\x00\x00Tools\0\0\0\0\0\0\0\0\0\0\0\0\0", 24),
@@ -153,16 +148,14 @@ bool WriteSearches(const std::filesystem::path& folder) {
   HiveBuilder big;
   big.Key("A\\Tools").Binary("big", 33000).Sz("tools", "In C:\\Tools");
   const Bytes hives[] = {SmallHive(List::kLh).bytes, big.Build().bytes, DamagedHive().bytes};
-  bool written = true;
   for (size_t i = 0; i < std::size(kQuestions); ++i) {
     for (size_t j = 0; j < std::size(hives); ++j) {
       Bytes bytes = hives[j];
       bytes.insert(bytes.end(), kQuestions[i].begin(), kQuestions[i].end());
       const std::string name = "hive" + std::to_string(j) + "_" + std::to_string(i);
-      written = WriteSeed(folder, name, bytes) && written;
+      seeds.Add(name, bytes);
     }
   }
-  return written;
 }
 
 // An item, or an extension of one: its size and what is in it.
@@ -211,26 +204,25 @@ BuiltHive ReportedHive() {
   return hive.Build();
 }
 
-bool WriteStructureReports(const std::filesystem::path& folder) {
+void WriteStructureReports(Seeds& seeds) {
   BuiltHive damaged = ReportedHive();
   damaged.Unlink("Microsoft");
   Bytes items = ItemListBytes();
   items.insert(items.begin(), 10);  // beyond the last report
-  bool written = WriteSeed(folder, "hive", ReportedHive().bytes);
-  written = WriteSeed(folder, "damaged", damaged.bytes) && written;
-  written = WriteSeed(folder, "items", items) && written;
+  seeds.Add("hive", ReportedHive().bytes);
+  seeds.Add("damaged", damaged.bytes);
+  seeds.Add("items", items);
   for (uint8_t report = 0; report < 10; ++report) {
     Bytes keys = Utf16Z("Keys with C:\\Tools\\tool.exe in them, and with others");
     keys.insert(keys.begin(), report);
-    written = WriteSeed(folder, "keys" + std::to_string(report), keys) && written;
+    seeds.Add("keys" + std::to_string(report), keys);
   }
-  return written;
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-  using Writer = bool (*)(const std::filesystem::path& folder);
+  using Writer = void (*)(Seeds & seeds);
   constexpr std::pair<std::string_view, Writer> kWriters[] = {
       {"fuzz_open", WriteHives},
       {"fuzz_values", WriteValues},
@@ -243,7 +235,9 @@ int main(int argc, char** argv) {
       {"fuzz_structure_reports", WriteStructureReports}};
   for (const auto& [target, write] : kWriters) {
     if (argc != 3 || argv[1] != target) continue;
-    if (write(argv[2])) return 0;
+    Seeds seeds{argv[2]};
+    write(seeds);
+    if (seeds.written) return 0;
     std::fprintf(stderr, "make-seeds: can't write to %s\n", argv[2]);
     return 1;
   }

@@ -17,6 +17,19 @@ bool IsRecordSignature(uint16_t value) {
   }
 }
 
+uint32_t NextOccupied(const HiveImage& hive, uint32_t position) {
+  constexpr uint32_t kStretch = 8192;
+  // Close to the image's end place by place.
+  const uint8_t* bytes = BytesInMemory(hive, position, kStretch);
+  if (bytes == nullptr) return position + 8;
+  uint32_t distance = 8;
+  for (; distance + 8 < kStretch; distance += 8) {
+    const uint32_t size = LoadU32(bytes + distance);
+    if (IsAllocated(size) || size == kBinSignature) break;
+  }
+  return position + distance;
+}
+
 uint32_t FindNextCell(const HiveImage& hive, uint32_t position, uint32_t end, uint32_t max_size) {
   constexpr uint64_t kFarthest = 65519;
   for (uint64_t distance = 8; distance <= kFarthest; distance += 8) {

@@ -9,9 +9,11 @@
 #include "hive/cells.h"
 #include "hive/offset_map.h"
 #include "hive/root_path.h"
+#include "host/evidence.h"
 #include "host/files.h"
 #include "host/host.h"
 #include "host/long_operation.h"
+#include "host/memory.h"
 
 namespace hivequarry {
 namespace {
@@ -76,7 +78,7 @@ bool ReadIntoBuffer(HiveImage& hive) {
 
 bool LoadImage(HiveImage& hive) {
   const size_t room = size_t{hive.length} + kImageSlack;
-  hive.buffer.reset(static_cast<uint8_t*>(std::malloc(room)));
+  hive.buffer.reset(AllocateLarge(room));
   if (!hive.buffer) {
     ShowMessage("Could Not Allocate Memory", kProgramName, Icon::kStop);
     return false;
@@ -260,6 +262,7 @@ int AllocateHiveSlot(uint32_t kind) {
 void FreeHiveSlot(int slot) {
   HiveImage& hive = TheHiveTable().slots[static_cast<size_t>(slot)];
   CloseStream(hive);
+  ReleaseEvidence(hive.file_name);
   hive = HiveImage();
 }
 
@@ -280,6 +283,7 @@ int OpenHive(const std::string& file_name, bool load) {
   HiveTable& table = TheHiveTable();
   HiveImage& hive = table.slots[static_cast<size_t>(slot)];
   hive.file_name = file_name;
+  KeepEvidence(file_name);
   const Host& host = CurrentHost();
   host.wait_cursor(host.context, true);
   const bool opened = OpenIntoSlot(hive, file_name, load);
@@ -309,6 +313,13 @@ bool ValidateHive(HiveImage& hive, std::FILE* stream) {
   const bool inside = root <= static_cast<uint64_t>(std::max<int64_t>(file_size, 0));
   hive.root_position = inside ? static_cast<uint32_t>(root) : hive.lower_bound;
   return true;
+}
+
+bool ValidateHiveFile(HiveImage& hive) {
+  if (!OpenHiveStream(hive, hive.file_name)) return false;
+  const bool valid = ValidateHive(hive, hive.stream);
+  CloseStream(hive);
+  return valid;
 }
 
 HiveStart FindHiveStart(std::FILE* stream, uint64_t file_size) {

@@ -141,6 +141,9 @@ int OpenHive(const std::string& file_name, bool load);
 // "Invalid File format !" and false with the running operation stopped. Sets last_valid and
 // root_position from the file's own size and header.
 bool ValidateHive(HiveImage& hive, std::FILE* stream);
+// The same of the hive's file, which is opened for that and closed again. For an image in which
+// nothing at all was found, so that its user learns why.
+bool ValidateHiveFile(HiveImage& hive);
 
 // Where a hive begins inside a larger file, by walking to its first sensible "hbin".
 struct HiveStart {
@@ -176,6 +179,9 @@ inline uint32_t LoadU32(const uint8_t* bytes) {
   return static_cast<uint32_t>(bytes[0]) | static_cast<uint32_t>(bytes[1]) << 8 |
          static_cast<uint32_t>(bytes[2]) << 16 | static_cast<uint32_t>(bytes[3]) << 24;
 }
+inline uint64_t LoadU64(const uint8_t* bytes) {
+  return LoadU32(bytes) | uint64_t{LoadU32(bytes + 4)} << 32;
+}
 inline uint16_t LoadU16(const uint8_t* bytes) {
   return static_cast<uint16_t>(bytes[0] | bytes[1] << 8);
 }
@@ -199,6 +205,14 @@ inline uint16_t ReadU16(const HiveImage& hive, uint32_t position) {
 }
 inline uint64_t ReadU64(const HiveImage& hive, uint32_t position) {
   return ReadU32(hive, position) | uint64_t{ReadU32(hive, position + 4)} << 32;
+}
+// Where the bytes stand in memory, for readers of this floor that want many at once; null where
+// they have to be read one by one: in stream mode, while suspended, or when not all lie inside the
+// hive.
+inline const uint8_t* BytesInMemory(const HiveImage& hive, uint32_t position, uint32_t size) {
+  const bool there = hive.loaded && InsideHive(hive, position, size) &&
+                     !TheHiveTable().suspended.load(std::memory_order_relaxed);
+  return there ? hive.buffer.get() + position : nullptr;
 }
 // Big-endian variant of ReadU32.
 uint32_t ReadU32BigEndian(const HiveImage& hive, uint32_t position);

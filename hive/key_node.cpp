@@ -139,9 +139,22 @@ uint32_t ReadKeyParentAndName(const HiveImage& hive, uint32_t position, std::str
 }
 
 std::string ReadKeyName(const HiveImage& hive, uint32_t position) {
-  bool failed = false;
+  std::string name;
+  AppendKeyName(hive, position, name);
+  return name;
+}
+
+void AppendKeyName(const HiveImage& hive, uint32_t position, std::string& out) {
+  const uint32_t length = ReadU16(hive, position + kKeyNameLength);
   const bool wide = ReadU8(hive, position + kKeyFlags) == 0;
-  return DecodeName(hive, position, ReadU16(hive, position + kKeyNameLength), wide, failed);
+  const uint32_t kept = std::min(length, kMaxNarrowName);
+  const uint8_t* bytes = wide ? nullptr : BytesInMemory(hive, position + kKeyName, kept);
+  if (bytes != nullptr) {
+    out.append(reinterpret_cast<const char*>(bytes), kept);
+    return;
+  }
+  bool failed = false;
+  out += DecodeName(hive, position, length, wide, failed);
 }
 
 uint32_t ValueListOf(const HiveImage& hive, uint32_t key_position) {

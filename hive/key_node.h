@@ -73,6 +73,7 @@ uint32_t ReadKeyParentAndName(const HiveImage& hive, uint32_t position, std::str
 
 // Code-page name of the key at `position` alone.
 std::string ReadKeyName(const HiveImage& hive, uint32_t position);
+void AppendKeyName(const HiveImage& hive, uint32_t position, std::string& out);
 
 // Position of a key's value list: the repaired one if there is, else what the key says.
 uint32_t ValueListOf(const HiveImage& hive, uint32_t key_position);

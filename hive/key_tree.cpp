@@ -115,6 +115,18 @@ std::string ItemName(const HiveImage& hive, const KeyTree& tree, uint32_t item) 
   return ReadKeyName(hive, it.position);
 }
 
+void AppendItemName(const HiveImage& hive, const KeyTree& tree, uint32_t item, std::string& out) {
+  const KeyItem& it = tree.items[item];
+  const bool key = it.kind == ItemKind::kKey || it.kind == ItemKind::kPathCopy;
+  const bool stored =
+      key && (it.marks & kMarkHashName) == 0 && it.made_name == 0 && !HasGivenName(hive, tree, it);
+  if (stored) {
+    AppendKeyName(hive, it.position, out);
+  } else {
+    out += ItemName(hive, tree, item);
+  }
+}
+
 std::string ItemNameUtf8(const HiveImage& hive, const KeyTree& tree, uint32_t item) {
   const KeyItem& it = tree.items[item];
   const bool key = it.kind == ItemKind::kKey || it.kind == ItemKind::kPathCopy;
@@ -163,7 +175,7 @@ const std::string& PathWalker::PathOf(uint32_t item) {
   for (auto at = missing.rbegin(); at != missing.rend(); ++at) {
     if (path_.size() < kPathLimit) {
       if (!levels_.empty()) path_ += '\\';
-      path_ += ItemName(hive_, tree_, *at);
+      AppendItemName(hive_, tree_, *at, path_);
     }
     levels_.push_back({*at, path_.size()});
   }

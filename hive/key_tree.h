@@ -130,6 +130,7 @@ uint32_t ItemOfPosition(const KeyTree& tree, uint32_t position);
 // Displayed name: the root's registry path, a folder's title, the key's code-page name, or its
 // generated name.
 std::string ItemName(const HiveImage& hive, const KeyTree& tree, uint32_t item);
+void AppendItemName(const HiveImage& hive, const KeyTree& tree, uint32_t item, std::string& out);
 // The name, nothing lost, UTF-8.
 std::string ItemNameUtf8(const HiveImage& hive, const KeyTree& tree, uint32_t item);
 

@@ -134,6 +134,15 @@ bool SameRoot(std::string_view a, std::string_view b) {
   return !short_a.empty() && EqualIgnoringCase(short_a, ShortRootPath(b));
 }
 
+// 0 when it is none of the kinds' paths.
+int RootKindOf(std::string_view label) {
+  for (int kind = 1; kind <= kLastRootKind; ++kind) {
+    const char* known = RootKindLabel(kind);
+    if (known != nullptr && EqualIgnoringCase(known, label)) return kind;
+  }
+  return 0;
+}
+
 // Stores label and prefix. The prefix names the place in a registry and so goes without the number
 // that tells two open hives apart.
 void StoreRootPath(HiveImage& hive, std::string label) {
@@ -162,9 +171,13 @@ bool EqualIgnoringCase(std::string_view a, std::string_view b) {
                     [](char x, char y) { return Lower(x) == Lower(y); });
 }
 
+const char* RootKindLabel(int kind) {
+  static_assert(std::size(kKindLabels) == kLastRootKind + 1);
+  return kind < 0 || kind > kLastRootKind ? nullptr : kKindLabels[kind];
+}
+
 bool SetRootKind(int kind, HiveImage& hive) {
-  if (kind < 0 || kind >= static_cast<int>(std::size(kKindLabels))) return false;
-  if (kKindLabels[kind] == nullptr) return false;
+  if (RootKindLabel(kind) == nullptr) return false;
   StoreRootPath(hive, kKindLabels[kind]);
   hive.root_kind = kind;
   hive.sam_hive = kind == kSamKind;
@@ -174,8 +187,10 @@ bool SetRootKind(int kind, HiveImage& hive) {
 void SetRootPath(HiveImage& hive, std::string_view path) {
   while (!path.empty() && path.back() == '\\') path.remove_suffix(1);
   const std::string short_form = ShortRootPath(path);
-  StoreRootPath(hive, short_form.empty() ? std::string(path) : short_form);
-  hive.root_kind = 0;
+  const std::string label = short_form.empty() ? std::string(path) : short_form;
+  StoreRootPath(hive, label);
+  hive.root_kind = RootKindOf(label);
+  hive.sam_hive = hive.root_kind == kSamKind;
 }
 
 bool RootPathFromRootKey(HiveImage& hive, uint32_t root_position) {

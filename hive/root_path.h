@@ -25,7 +25,11 @@ bool EqualIgnoringCase(std::string_view a, std::string_view b);
 // Root path by kind (1 to 8, 10, 11): sets label and prefix, made unique, in the slot. False for a
 // kind that is not in the table.
 bool SetRootKind(int kind, HiveImage& hive);
+inline constexpr int kLastRootKind = 11;
+// The short form of a kind's path; null for a number that is no kind.
+const char* RootKindLabel(int kind);
 // Root path given by the user: a short or long form path, taken as it is when its root is unknown.
+// One of the kinds' paths gives that kind.
 void SetRootPath(HiveImage& hive, std::string_view path);
 // The automatic choice from the root key's name; false (and nothing changed) when the name says
 // nothing.

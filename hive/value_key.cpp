@@ -1,8 +1,10 @@
 #include "hive/value_key.h"
 
 #include <algorithm>
+#include <array>
 
 #include "hive/cells.h"
+#include "hive/freed_value.h"
 #include "hive/key_node.h"
 #include "host/host.h"
 
@@ -20,7 +22,13 @@ bool ReadName(const HiveImage& hive, uint32_t cell_room, ValueKey& value) {
   if (!InsideHive(hive, value.position, kValueName + stored)) return false;
   const uint32_t characters = wide ? stored / 2 : stored;
   if (characters >= kMaxValueName) return false;
-  uint8_t bytes[2 * kMaxValueName];
+  const uint8_t* narrow =
+      wide ? nullptr : BytesInMemory(hive, value.position + kValueName, characters);
+  if (narrow != nullptr) {
+    value.name.assign(reinterpret_cast<const char*>(narrow), characters);
+    return true;
+  }
+  uint8_t bytes[2 * kMaxValueName] = {};
   ReadBytes(hive, value.position + kValueName, bytes, wide ? characters * 2 : characters);
   value.name.resize(characters);
   for (uint32_t i = 0; i < characters; ++i) {
@@ -29,12 +37,25 @@ bool ReadName(const HiveImage& hive, uint32_t cell_room, ValueKey& value) {
   return true;
 }
 
-void ReadLengthAndType(const HiveImage& hive, ValueKey& value) {
-  const uint32_t low = ReadU16(hive, value.position + kValueDataLength);
-  const uint32_t high = ReadU16(hive, value.position + kValueDataLength + 2);
+// The fixed part of the cell, read at once.
+using FixedPart = std::array<uint8_t, kValueName>;
+FixedPart ReadFixedPart(const HiveImage& hive, uint32_t position) {
+  FixedPart cell{};
+  const uint32_t got = ReadBytes(hive, position, cell.data(), kValueName);
+  if (got < kValueFlags + 2) cell[kValueFlags] = 0;  // a field that was cut off is 0
+  return cell;
+}
+
+void TakeFields(const FixedPart& cell, ValueKey& value) {
+  const uint32_t size = LoadU32(cell.data());
+  value.cell_length = CellLength(size);
+  value.allocated = IsAllocated(size);
+  value.name_length = LoadU16(cell.data() + kValueNameLength);
+  const uint32_t low = LoadU16(cell.data() + kValueDataLength);
+  const uint32_t high = LoadU16(cell.data() + kValueDataLength + 2);
   value.data_length = high != 0 && high != 0x8000 ? high << 16 | low : low;
-  value.type = ReadU32(hive, value.position + kValueType);
-  value.flags = ReadU16(hive, value.position + kValueFlags);
+  value.type = LoadU32(cell.data() + kValueType);
+  value.flags = LoadU16(cell.data() + kValueFlags);
   value.inline_data = value.data_length <= 4;
   value.data_position = value.position + kValueDataOffset;
 }
@@ -60,8 +81,15 @@ bool LocateSegments(const HiveImage& hive, const ValueKey& value, Segments& segm
   return SegmentPosition(hive, segments, 0, std::min(value.data_length, kBigDataSegment)) != 0;
 }
 
+// Which cells data are read from.
+enum class DataCell { kAllocated, kAny };
+
+bool IsDataCell(uint32_t size, DataCell which) {
+  return size >> 24 == 0xFF || (which == DataCell::kAny && !IsAllocated(size) && size % 8 == 0);
+}
+
 // Finds data of five bytes or more and checks the cell that holds it.
-ValueStatus LocateData(const HiveImage& hive, ValueKey& value, Segments& segments) {
+ValueStatus LocateData(const HiveImage& hive, DataCell which, ValueKey& value, Segments& segments) {
   const uint32_t offset = ReadU32(hive, value.position + kValueDataOffset);
   if (offset % 4 != 0) return ValueStatus::kDataOffset;
   if (!hive.data_base_proven) return ValueStatus::kNoBase;
@@ -70,7 +98,7 @@ ValueStatus LocateData(const HiveImage& hive, ValueKey& value, Segments& segment
   if (cell > value.data_position || cell < hive.lower_bound) return ValueStatus::kDataOffset;
   if (!InsideHive(hive, cell, 8)) return ValueStatus::kDataOffset;
   const uint32_t size = ReadU32(hive, cell);
-  if (size >> 24 != 0xFF) return ValueStatus::kDataOffset;
+  if (!IsDataCell(size, which)) return ValueStatus::kDataOffset;
   const uint32_t length = CellLength(size);
   if (value.data_length + 4 <= length) {
     const bool inside = InsideHive(hive, value.data_position, value.data_length);
@@ -99,6 +127,12 @@ bool CopySegments(const HiveImage& hive, const ValueKey& value, const Segments& 
 
 ValueStatus CopyData(const HiveImage& hive, const ValueKey& value, const Segments& segments,
                      std::vector<uint8_t>& data) {
+  const uint8_t* whole =
+      value.big_data ? nullptr : BytesInMemory(hive, value.data_position, value.data_length);
+  if (whole != nullptr) {
+    data.assign(whole, whole + value.data_length);
+    return ValueStatus::kRead;
+  }
   data.resize(value.data_length);
   const bool copied = value.big_data ? CopySegments(hive, value, segments, data)
                                      : ReadBytes(hive, value.data_position, data.data(),
@@ -106,6 +140,41 @@ ValueStatus CopyData(const HiveImage& hive, const ValueKey& value, const Segment
   if (copied) return ValueStatus::kRead;
   data.clear();
   return ValueStatus::kDataOffset;
+}
+
+// What is read of a value, and how much.
+struct ValueRequest {
+  ValueRead how = ValueRead::kData;
+  uint32_t capacity = kMaxValueData;
+  DataCell cells = DataCell::kAllocated;
+};
+
+ValueKey ReadValue(const HiveImage& hive, uint32_t position, const ValueRequest& request,
+                   std::vector<uint8_t>* data) {
+  if (data != nullptr) data->clear();
+  ValueKey value;
+  if (position < hive.lower_bound || uint64_t{position} + 12 > hive.last_valid) return value;
+  value.position = position;
+  const FixedPart cell = ReadFixedPart(hive, position);
+  if (LoadU16(cell.data() + 4) != kSignatureVk) {
+    value.status = ValueStatus::kNotAValue;
+    return value;
+  }
+  TakeFields(cell, value);
+  const uint32_t room = value.cell_length < kFixedNameRoom ? 0 : value.cell_length - kFixedNameRoom;
+  if (request.how != ValueRead::kFields && !ReadName(hive, room, value)) return ValueKey();
+
+  Segments segments;
+  if (value.data_length >= kMaxValueData || value.data_length > request.capacity) {
+    value.status = ValueStatus::kTooLong;
+    return value;
+  }
+  value.status =
+      value.inline_data ? ValueStatus::kRead : LocateData(hive, request.cells, value, segments);
+  if (request.how == ValueRead::kData && value.status == ValueStatus::kRead && data != nullptr) {
+    value.status = CopyData(hive, value, segments, *data);
+  }
+  return value;
 }
 
 ValueKey ReadEditedValueKey(const HiveImage& hive, const ValueEdit& edit, ValueRead how,
@@ -136,32 +205,7 @@ ValueKey ReadValueKey(const HiveImage& hive, uint32_t position, ValueRead how, u
 
 ValueKey ReadStoredValueKey(const HiveImage& hive, uint32_t position, ValueRead how,
                             uint32_t capacity, std::vector<uint8_t>* data) {
-  if (data != nullptr) data->clear();
-  ValueKey value;
-  if (position < hive.lower_bound || uint64_t{position} + 12 > hive.last_valid) return value;
-  value.position = position;
-  if (ReadU16(hive, position + 4) != kSignatureVk) {
-    value.status = ValueStatus::kNotAValue;
-    return value;
-  }
-  const uint32_t size = ReadU32(hive, position);
-  value.cell_length = CellLength(size);
-  value.allocated = IsAllocated(size);
-  value.name_length = ReadU16(hive, position + kValueNameLength);
-  ReadLengthAndType(hive, value);
-  const uint32_t room = value.cell_length < kFixedNameRoom ? 0 : value.cell_length - kFixedNameRoom;
-  if (how != ValueRead::kFields && !ReadName(hive, room, value)) return ValueKey();
-
-  Segments segments;
-  if (value.data_length >= kMaxValueData || value.data_length > capacity) {
-    value.status = ValueStatus::kTooLong;
-    return value;
-  }
-  value.status = value.inline_data ? ValueStatus::kRead : LocateData(hive, value, segments);
-  if (how == ValueRead::kData && value.status == ValueStatus::kRead && data != nullptr) {
-    value.status = CopyData(hive, value, segments, *data);
-  }
-  return value;
+  return ReadValue(hive, position, {how, capacity}, data);
 }
 
 DataBudget MakeDataBudget(const HiveImage& hive) {
@@ -169,13 +213,32 @@ DataBudget MakeDataBudget(const HiveImage& hive) {
   return {kLeast + 4 * uint64_t{hive.length}};
 }
 
+namespace {
+
+// With a budget used up short data are read still.
+uint32_t RoomIn(const DataBudget& budget) {
+  constexpr uint64_t kAlways = 4096;
+  return static_cast<uint32_t>(std::clamp<uint64_t>(budget.left, kAlways, kMaxValueData));
+}
+
+void TakeFrom(DataBudget& budget, const std::vector<uint8_t>& data) {
+  budget.left -= std::min<uint64_t>(budget.left, data.size());
+}
+
+}  // namespace
+
 ValueKey ReadValueWithin(const HiveImage& hive, uint32_t position, DataBudget& budget,
                          std::vector<uint8_t>& data) {
-  constexpr uint64_t kAlways = 4096;
-  const uint64_t room = std::clamp<uint64_t>(budget.left, kAlways, kMaxValueData);
+  const ValueKey value = ReadValueKey(hive, position, ValueRead::kData, RoomIn(budget), &data);
+  TakeFrom(budget, data);
+  return value;
+}
+
+ValueKey ReadFreedValue(const HiveImage& hive, uint32_t position, DataBudget& budget,
+                        std::vector<uint8_t>& data) {
   const ValueKey value =
-      ReadValueKey(hive, position, ValueRead::kData, static_cast<uint32_t>(room), &data);
-  budget.left -= std::min<uint64_t>(budget.left, data.size());
+      ReadValue(hive, position, {ValueRead::kData, RoomIn(budget), DataCell::kAny}, &data);
+  TakeFrom(budget, data);
   return value;
 }
 
@@ -216,8 +279,13 @@ bool ReadValueList(const HiveImage& hive, uint32_t value_count, uint32_t value_l
   const uint32_t room = ((credible ? length : hive.length - value_list) - 4) / 4;
   const uint32_t count = std::min({value_count, room, budget});
   budget -= count;
+  positions.reserve(positions.size() + count);
+  const uint8_t* entries = BytesInMemory(hive, value_list + 4, 4 * count);
   for (uint32_t i = 0; i < count; ++i) {
-    const uint32_t value = ReadOffset(hive, value_list + 4 + 4 * i);
+    const uint32_t field = value_list + 4 + 4 * i;
+    const uint32_t value = entries != nullptr
+                               ? OffsetPosition(hive, LoadU32(entries + 4 * i), field)
+                               : ReadOffset(hive, field);
     positions.push_back(value != kNoOffset && InCellBounds(hive, value) ? value : kNoOffset);
   }
   return count == value_count;

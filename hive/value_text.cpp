@@ -1,8 +1,10 @@
 #include "hive/value_text.h"
 
 #include <algorithm>
+#include <bit>
 #include <cinttypes>
 #include <cstdio>
+#include <cstring>
 
 #include "host/host.h"
 
@@ -62,13 +64,43 @@ uint8_t NarrowOf(const CodePage& page, char16_t unit) {
   return byte == 0 && unit != 0 ? uint8_t{'?'} : byte;
 }
 
-// At most `limit` characters of a string's text, zeros kept.
-std::string StringText(std::span<const uint8_t> data, size_t limit) {
-  const CodePage& page = *CurrentHost().code_page;
-  std::string text(std::min(UnitCount(data), limit), '\0');
-  for (size_t i = 0; i < text.size(); ++i) {
-    text[i] = static_cast<char>(NarrowOf(page, UnitAt(data, i)));
+// Four units below 0x80 as bytes, the first one lowest.
+uint32_t PackUnits(uint64_t units) {
+  units = (units | units >> 8) & 0x0000FFFF0000FFFF;
+  return static_cast<uint32_t>(units | units >> 16);
+}
+
+// Nearly all text is ASCII: narrows units from number `from` on, four at a time, up to the first
+// four with another among them. Returns the number of the first unit that is left.
+size_t NarrowAscii(std::span<const uint8_t> data, size_t from, size_t end, char* text) {
+  for (; from + 4 <= end && 2 * from + 8 <= data.size(); from += 4) {
+    const uint64_t units = LoadU64(data.data() + 2 * from);
+    if ((units & 0xFF80FF80FF80FF80) != 0) break;
+    const uint32_t packed = PackUnits(units);
+    static_assert(std::endian::native == std::endian::little);
+    std::memcpy(text + from, &packed, sizeof packed);
   }
+  return from;
+}
+
+// At most `limit` characters of a string's text, zeros kept.
+void AppendString(std::span<const uint8_t> data, size_t limit, std::string& out) {
+  const CodePage& page = *CurrentHost().code_page;
+  const size_t count = std::min(UnitCount(data), limit);
+  const size_t start = out.size();
+  out.resize(start + count);
+  char* text = out.data() + start;
+  for (size_t i = 0; i < count;) {
+    if (page.ascii) i = NarrowAscii(data, i, count, text);
+    for (const size_t stop = std::min(i + 4, count); i < stop; ++i) {
+      text[i] = static_cast<char>(NarrowOf(page, UnitAt(data, i)));
+    }
+  }
+}
+
+std::string StringText(std::span<const uint8_t> data, size_t limit) {
+  std::string text;
+  AppendString(data, limit, text);
   return text;
 }
 
@@ -80,7 +112,8 @@ std::string MultiStringText(std::span<const uint8_t> data, size_t limit, bool ke
   const size_t units = UnitCount(data);
   std::string text(std::min(units, limit), '\0');
   bool after_zero = false;
-  for (size_t i = 0; i < text.size(); ++i) {
+  size_t i = keep_zeros ? NarrowAscii(data, 0, text.size(), text.data()) : 0;
+  for (; i < text.size(); ++i) {
     const char16_t unit = UnitAt(data, i);
     if (unit == 0 && after_zero && i + 1 == units && !keep_zeros) {
       text.pop_back();
@@ -216,6 +249,10 @@ std::string DataText(uint32_t type, std::span<const uint8_t> data, bool keep_zer
   std::string text = StringText(data, kNoLimit);
   if (!keep_zeros && !text.empty() && text.back() == '\0') text.pop_back();
   return text;
+}
+
+void AppendStringText(std::span<const uint8_t> data, std::string& out) {
+  AppendString(data, kNoLimit, out);
 }
 
 std::string DataPreview(uint32_t type, std::span<const uint8_t> data, bool wide) {

@@ -33,6 +33,8 @@ std::string TypeName(uint32_t type);
 // as a whole, an inner zero kept; type 7 with each terminator a single space, and with
 // `keep_zeros` (export, comparison) the zeros kept. Other types: the bytes as they stand.
 std::string DataText(uint32_t type, std::span<const uint8_t> data, bool keep_zeros = false);
+// Appends the text of string data of types 1 and 2, zeros kept.
+void AppendStringText(std::span<const uint8_t> data, std::string& out);
 
 // The one-line preview, at most kPreviewLength characters. `wide` says that the data of a text type
 // is UTF-16, as it is in a hive.

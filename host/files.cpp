@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <system_error>
 
+#include "host/evidence.h"
 #include "host/host.h"
 
 namespace hivequarry {
@@ -47,7 +48,8 @@ int RefusalOf(const std::filesystem::path& path, bool reading) {
 
 std::FILE* OpenFile(const std::string& name, const char* mode, int& error) {
   const std::filesystem::path path = FilePath(name);
-  error = RefusalOf(path, *mode == 'r');
+  const bool writing = std::string_view(mode).find_first_of("wa+") != std::string_view::npos;
+  error = writing && IsEvidence(name) ? EPERM : RefusalOf(path, *mode == 'r');
   if (error != 0) return nullptr;
   errno = 0;
 #ifdef _WIN32

@@ -102,6 +102,10 @@ void CompleteCodePage(CodePage& page) {
     page.byte_of_wide[page.wide_of_byte[byte]] = static_cast<uint8_t>(byte);
   }
   page.byte_of_wide[0] = 0;
+  page.ascii = true;
+  for (size_t unit = 0; unit < 0x80; ++unit) {
+    page.ascii = page.ascii && page.byte_of_wide[unit] == unit;
+  }
 }
 
 const CodePage& WesternCodePage() {

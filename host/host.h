@@ -26,6 +26,7 @@ struct CodePage {
   std::array<char16_t, 256> wide_of_byte{};
   // Indexed by UTF-16 unit; 0 where no byte stands for the unit (unit 0 itself maps to byte 0).
   std::vector<uint8_t> byte_of_wide = std::vector<uint8_t>(0x10000);
+  bool ascii = false;  // the bytes and units below 0x80 stand for each other; by CompleteCodePage
 };
 
 // What the machine's account database says of a SID.

@@ -78,7 +78,9 @@ constexpr const char* kInfo[] = {"file",
                                  "bins",
                                  "virtual_parents",
                                  "virtual_children",
-                                 "virtual_siblings"};
+                                 "virtual_siblings",
+                                 "freed_keys",
+                                 "freed_values"};
 constexpr const char* kTree[] = {"Key",    "Key Offset", "Parent Offset", "Key Date",
                                  "Status", "Marks",      "Connected"};
 constexpr const char* kValues[] = {"Key", "Value", "Type", "Data", "Value Offset", "Key Offset"};
@@ -90,6 +92,11 @@ constexpr const char* kEdits[] = {"Key",          "Value",        "Type",       
                                   "Type in file", "Data in file", "Value Offset"};
 
 constexpr const char* kLocalGroups[] = {"Identifier", "Sid", "Name", "Domain", "Kind"};
+
+constexpr const char* kFreedKeys[] = {"Key",    "Key Offset",   "Parent Offset", "Key Date",
+                                      "Values", "Values found", "Place"};
+constexpr const char* kFreedValues[] = {"Key",          "Value",      "Type", "Data",
+                                        "Value Offset", "Key Offset", "Place"};
 
 constexpr uint32_t Column(int column) { return 1U << column; }
 constexpr uint32_t kAllInfo = (1U << std::size(kInfo)) - 1;
@@ -145,6 +152,8 @@ constexpr ListKindInfo kKinds[] = {
     {kListRawRecord, "Raw record", kRawRecord, 0, Column(1), 0},
     {kListEdits, "Edited values", kEdits},
     {kListLocalGroups, "Local groups", kLocalGroups},
+    {kListFreedKeys, "Freed Keys", kFreedKeys, 0, Column(4) | Column(5), 0},
+    {kListFreedValues, "Freed Values", kFreedValues},
 };
 
 constexpr bool KindsFit() {

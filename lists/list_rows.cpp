@@ -10,6 +10,16 @@ namespace hivequarry {
 
 std::string PositionText(uint32_t position) { return HexNumber(position); }
 
+std::string BytesText(std::span<const uint8_t> bytes) {
+  constexpr char kDigits[] = "0123456789abcdef";
+  std::string text(bytes.size() * 2, '0');
+  for (size_t i = 0; i < bytes.size(); ++i) {
+    text[2 * i] = kDigits[bytes[i] >> 4];
+    text[2 * i + 1] = kDigits[bytes[i] & 15];
+  }
+  return text;
+}
+
 void ShowWalk(const std::string& path, uint32_t keys, size_t rows) {
   ShowStatus((path + "  " + std::to_string(keys) + "/" + std::to_string(rows)).c_str());
 }

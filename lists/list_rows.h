@@ -22,6 +22,9 @@ void AddListRow(OutputList& list, std::span<const std::string_view> texts, uint3
 void AddListRow(OutputList& list, std::initializer_list<std::string_view> texts, uint32_t datum,
                 const RowFacts& facts = {}, int icon = 0);
 
+// Bytes as a row's facts hold them: hexadecimal, without anything between them.
+std::string BytesText(std::span<const uint8_t> bytes);
+
 // Where a walk over keys is, said in the status line every so many keys: "PATH  KEYS/ROWS".
 inline constexpr uint32_t kKeysPerStatus = 256;
 void ShowWalk(const std::string& path, uint32_t keys, size_t rows);

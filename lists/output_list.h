@@ -30,6 +30,8 @@ inline constexpr int kListDetail = 103;
 inline constexpr int kListRawRecord = 105;
 inline constexpr int kListEdits = 106;
 inline constexpr int kListLocalGroups = 107;
+inline constexpr int kListFreedKeys = 108;
+inline constexpr int kListFreedValues = 109;
 
 struct ListKindInfo {
   int kind;

@@ -176,9 +176,7 @@ CalendarTime MonthAfter(CalendarTime time) {
 
 std::string BackupFolderName(const std::string& base, bool automatic, const CalendarTime& today) {
   const std::string name = DateName(automatic, today);
-  std::string path = base;
-  while (path.size() > 1 && (path.ends_with('\\') || path.ends_with('/'))) path.pop_back();
-  path = NameInFolder(WithoutDate(std::move(path), name[0]), name);
+  const std::string path = NameInFolder(WithoutDate(WithoutEndSeparators(base), name[0]), name);
   if (!IsNameTaken(path)) return path;
   for (char letter = 'a'; letter <= 'z'; ++letter) {
     if (!IsNameTaken(path + letter)) return path + letter;
@@ -196,7 +194,7 @@ bool HasBackupPrivilege(const Backup& backup) {
 
 bool EnsureFolder(const Backup& backup) {
   constexpr size_t kShortest = 4;
-  const std::string& folder = backup.run.folder;
+  const std::string folder = WithoutEndSeparators(backup.run.folder);
   if (IsExistingFolder(folder)) return true;
   const auto make = [](const std::string& name) {
     std::error_code error;

@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <string_view>
 
+#include "host/evidence.h"
 #include "host/files.h"
 #include "host/host.h"
 #include "host/long_operation.h"
@@ -114,12 +115,20 @@ bool IsNameTaken(const std::string& name) {
 
 bool IsExistingFolder(const std::string& name) {
   std::error_code error;
-  return fs::is_directory(FilePath(name), error);
+  return fs::is_directory(FilePath(WithoutEndSeparators(name)), error);
+}
+
+std::string WithoutEndSeparators(std::string folder) {
+  const auto ends = [&folder](char c) { return folder.ends_with(c); };
+  while (folder.size() > 1 && (ends('\\') || ends('/')) && folder[folder.size() - 2] != ':') {
+    folder.pop_back();
+  }
+  return folder;
 }
 
 bool DeleteNamedFile(const std::string& file) {
   std::error_code error;
-  return !IsExistingFolder(file) && fs::remove(FilePath(file), error);
+  return !IsExistingFolder(file) && !IsEvidence(file) && fs::remove(FilePath(file), error);
 }
 
 }  // namespace hivequarry

@@ -52,9 +52,13 @@ struct UserHive {
 std::vector<UserHive> UserHivesIn(const std::string& folder);
 
 std::string NameInFolder(const std::string& folder, const std::string& name);
+// Without separators at the end, but for those of a root: the platform finds no folder by a name
+// that has them.
+std::string WithoutEndSeparators(std::string folder);
 // The name stands for something, for a folder.
 bool IsNameTaken(const std::string& name);
 bool IsExistingFolder(const std::string& name);
+// Not a folder, and not a file that the program keeps from being changed.
 bool DeleteNamedFile(const std::string& file);
 
 }  // namespace hivequarry

@@ -9,11 +9,11 @@
 #include "host/host.h"
 #include "host/long_operation.h"
 #include "lists/list_rows.h"
+#include "live/live_data.h"
 
 namespace hivequarry {
 namespace {
 
-constexpr uint32_t kFirstRoom = 4096;  // for data
 constexpr uint32_t kLongestDescriptor = 0x10000;
 
 bool IsGone(int32_t error) { return error == kRegistryNotFound || error == kRegistryKeyDeleted; }
@@ -188,25 +188,19 @@ bool RegistryWalk::NextValue(SourceValue& value) {
   return true;
 }
 
-// Name and type come also for data that are too long, with kRegistryMoreData. The room for data
-// grows as values do; a value that grows faster than it is read is given up.
+// Name and type come also for data that are too long, with kRegistryMoreData.
 int32_t RegistryWalk::ReadValue(SourceValue& value, uint32_t& data_size, uint32_t& name_size) {
-  const Registry& registry = CurrentRegistry();
-  const auto read = [&](uint8_t* data) {
+  const auto read = [&](uint8_t* data, uint32_t* size) {
     name_size = static_cast<uint32_t>(name_.size());
-    data_size = data == nullptr ? 0 : static_cast<uint32_t>(data_.size());
-    return registry.enum_value(key(), next_value_, name_.data(), &name_size, &value.type, data,
-                               &data_size);
+    return CurrentRegistry().enum_value(key(), next_value_, name_.data(), &name_size, &value.type,
+                                        data, size);
   };
-  const uint32_t longest = levels_.back().counts.longest_data;
-  uint32_t wanted = std::clamp(longest, kFirstRoom, kMaxLiveData);
-  for (int attempt = 0; attempt < 4 && wanted <= kMaxLiveData; ++attempt) {
-    if (data_.size() < wanted) data_.resize(wanted);
-    const int32_t error = read(data_.data());
-    if (error != kRegistryMoreData) return error;
-    wanted = std::max(data_size, wanted + 1);
-  }
-  const int32_t error = read(nullptr);
+  const uint32_t longest = std::min(levels_.back().counts.longest_data, kMaxLiveData);
+  if (data_.size() < longest) data_.resize(longest);
+  int32_t error = ReadLiveData(data_, data_size, read);
+  if (error != kRegistryMoreData) return error;
+  data_size = 0;
+  error = read(nullptr, &data_size);
   return error == kRegistryDone ? kRegistryMoreData : error;
 }
 

@@ -5,7 +5,6 @@
 
 #include "hive/key_node.h"
 #include "hive/root_path.h"
-#include "host/case.h"
 #include "host/host.h"
 
 namespace hivequarry {
@@ -90,9 +89,7 @@ bool IsWow64SubPath(std::u16string_view path) {
 }
 
 std::u16string CapitalName(std::u16string_view name) {
-  std::u16string capitals(name);
-  for (char16_t& unit : capitals) unit = CapitalOf(unit);
-  return capitals;
+  return CurrentRegistry().capital_name(name);
 }
 
 }  // namespace hivequarry

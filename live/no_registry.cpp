@@ -2,6 +2,7 @@
 
 #ifndef _WIN32
 
+#include "host/case.h"
 #include "live/registry.h"
 
 namespace hivequarry {
@@ -25,6 +26,11 @@ Registry PlatformRegistry() {
   none.unload = [](auto...) { return kRegistryNotFound; };
   none.replace = [](auto...) { return kRegistryNotFound; };
   none.error_text = [](int32_t) { return std::string(); };
+  none.capital_name = [](std::u16string_view name) {
+    std::u16string capitals(name);
+    for (char16_t& unit : capitals) unit = CapitalOf(unit);
+    return capitals;
+  };
   none.has_32bit_view = [] { return false; };
   none.set_privilege = [](auto...) { return kRegistryNotFound; };
   return none;

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace hivequarry {
@@ -98,6 +99,9 @@ struct Registry {
 
   // The system's words for an error, code-page text without a line end; empty when it has none.
   std::string (*error_text)(int32_t error) = nullptr;
+  // A name in capitals, of the same length: names that the registry takes for the same have the
+  // same.
+  std::u16string (*capital_name)(std::u16string_view name) = nullptr;
   // True when the system keeps a second view of some keys for 32-bit programs.
   bool (*has_32bit_view)() = nullptr;
   // Enables (or disables again) a privilege of this process by name; `was_enabled` tells what it

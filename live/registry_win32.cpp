@@ -125,7 +125,12 @@ int32_t SaveInto(RegistryKey key, HANDLE file) {
   const auto error = reinterpret_cast<ErrorOf>(
       reinterpret_cast<void*>(GetProcAddress(library, "RtlNtStatusToDosError")));
   if (save == nullptr || error == nullptr) return ERROR_PROC_NOT_FOUND;
-  const LONG status = save(HandleOf(key), file);
+  // The kernel knows no predefined roots. Of these, one alone is a hive.
+  HKEY user = nullptr;
+  const bool whole_user = HandleOf(key) == HKEY_CURRENT_USER;
+  if (whole_user && RegOpenCurrentUser(KEY_READ, &user) != ERROR_SUCCESS) return kRegistryBadHandle;
+  const LONG status = save(whole_user ? user : HandleOf(key), file);
+  if (whole_user) RegCloseKey(user);
   return status == 0 ? kRegistryDone : static_cast<int32_t>(error(status));
 }
 
@@ -162,6 +167,15 @@ std::string ErrorText(int32_t error) {
   return NarrowText(wide);
 }
 
+// By the rules of file systems, which the registry shares; no language's own.
+std::u16string CapitalName(std::u16string_view name) {
+  std::u16string capitals(name);
+  const int length = static_cast<int>(name.size());
+  LCMapStringEx(LOCALE_NAME_INVARIANT, LCMAP_UPPERCASE, Wide(name.data()), length,
+                Wide(capitals.data()), length, nullptr, nullptr, 0);
+  return capitals;
+}
+
 bool Has32BitView() {
   SYSTEM_INFO info = {};
   GetNativeSystemInfo(&info);
@@ -178,14 +192,13 @@ int32_t Adjust(HANDLE token, const char16_t* name, bool enable, bool* was_enable
   }
   TOKEN_PRIVILEGES before = {};
   DWORD size = sizeof before;
-  const BOOL done = AdjustTokenPrivileges(token, FALSE, &wanted, sizeof before, &before, &size);
-  // Set also when the call succeeds: it does so for a privilege that the process does not have.
+  AdjustTokenPrivileges(token, FALSE, &wanted, sizeof before, &before, &size);
+  // Alone tells: the call succeeds also for a privilege that the process does not have.
   const DWORD error = GetLastError();
   // Only what changed comes back.
   const bool changed = before.PrivilegeCount != 0;
   *was_enabled = changed ? (before.Privileges[0].Attributes & SE_PRIVILEGE_ENABLED) != 0 : enable;
-  if (error == ERROR_NOT_ALL_ASSIGNED) return kPrivilegeNotHeld;
-  return done ? kRegistryDone : static_cast<int32_t>(error);
+  return error == ERROR_NOT_ALL_ASSIGNED ? kPrivilegeNotHeld : static_cast<int32_t>(error);
 }
 
 int32_t SetPrivilege(const char16_t* name, bool enable, bool* was_enabled) {
@@ -201,9 +214,9 @@ int32_t SetPrivilege(const char16_t* name, bool enable, bool* was_enabled) {
 }  // namespace
 
 Registry PlatformRegistry() {
-  return {Open,       Close,   QueryInfo, EnumKey,      EnumValue,   QueryValue,   GetSecurity,
-          QueryClass, Create,  SetValue,  SetSecurity,  Save,        SaveNatively, Load,
-          Unload,     Replace, ErrorText, Has32BitView, SetPrivilege};
+  return {Open,       Close,   QueryInfo, EnumKey,     EnumValue,    QueryValue,   GetSecurity,
+          QueryClass, Create,  SetValue,  SetSecurity, Save,         SaveNatively, Load,
+          Unload,     Replace, ErrorText, CapitalName, Has32BitView, SetPrivilege};
 }
 
 }  // namespace hivequarry

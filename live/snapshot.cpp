@@ -1,10 +1,13 @@
 #include "live/snapshot.h"
 
 #include <array>
+#include <chrono>
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
 #include <memory>
+#include <thread>
+#include <utility>
 #include <vector>
 
 #include "hive/cells.h"
@@ -64,8 +67,16 @@ bool WriteEmptyHive(const std::string& file) {
   return std::fclose(opened.release()) == 0;
 }
 
-// What a system leaves beside a loaded hive: ".LOG" files, transaction logs. All bear the hive's
-// name, which is one of this program's own making.
+// Has the hive's name and more behind it. With a digit there the hive's name, which ends in a
+// number of this program's own making, is that of another hive.
+bool IsCompanion(const std::filesystem::path::string_type& name,
+                 const std::filesystem::path::string_type& hive) {
+  if (name.size() <= hive.size() || !name.starts_with(hive)) return false;
+  const auto next = name[hive.size()];
+  return next < '0' || next > '9';
+}
+
+// What a system leaves beside a loaded hive: ".LOG" files, transaction logs.
 void RemoveCompanions(const std::string& file) {
   namespace fs = std::filesystem;
   const fs::path path = FilePath(file);
@@ -74,14 +85,25 @@ void RemoveCompanions(const std::string& file) {
   std::error_code error;
   for (fs::directory_iterator at(path.parent_path(), error); !error && at != end(at);
        at.increment(error)) {
-    const fs::path::string_type other = at->path().filename().native();
-    if (other.size() > name.size() && other.starts_with(name)) found.push_back(at->path());
+    if (IsCompanion(at->path().filename().native(), name)) found.push_back(at->path());
   }
   for (const fs::path& companion : found) fs::remove(companion, error);
 }
 
-// A hive file being made beside its place, mounted for a while. Unless it is kept, nothing of it is
-// left when it goes.
+// Whatever looks into new keys and files (a scanner, an indexer) holds them for a moment.
+int32_t UnloadPatiently(const std::u16string& mount) {
+  constexpr std::chrono::milliseconds kLongest{640};
+  int32_t error = UnloadHiveFromRegistry(mount);
+  for (std::chrono::milliseconds pause{10}; error != kRegistryDone && pause <= kLongest;
+       pause *= 2) {
+    std::this_thread::sleep_for(pause);
+    error = UnloadHiveFromRegistry(mount);
+  }
+  return error;
+}
+
+// A hive file being made beside its place, mounted for a while. Unless it is kept or stays mounted,
+// nothing of it is left when it goes.
 class HiveInTheMaking {
  public:
   explicit HiveInTheMaking(const std::string& place) : place_(FullName(place)) {
@@ -89,8 +111,7 @@ class HiveInTheMaking {
     made_ = NameBeside(place_, error);
   }
   ~HiveInTheMaking() {
-    if (!mount_.empty()) Unmount();
-    if (made_.empty()) return;
+    if (made_.empty() || !mount_.empty()) return;
     TakePlace(made_, place_, false);
     RemoveCompanions(made_);
   }
@@ -106,7 +127,7 @@ class HiveInTheMaking {
     return error;
   }
   int32_t Unmount() {
-    const int32_t error = UnloadHiveFromRegistry(mount_);
+    const int32_t error = UnloadPatiently(mount_);
     if (error == kRegistryDone) mount_.clear();
     return error;
   }
@@ -129,7 +150,8 @@ OpenedKey OpenPath(const std::string& path) {
                         kRegistryForBackup);
 }
 
-// Sets the step that failed. The copy is unmounted also after a stop, whose result isn't asked for.
+// Sets the step that failed. The copy is unmounted also after a failure or a stop; one that stays
+// is worse than either.
 bool FillByCopying(HiveInTheMaking& hive, SnapshotResult& result, OutputList& errors) {
   const auto fail = [&](SnapshotStep step, int32_t error) {
     result.step = step;
@@ -140,10 +162,13 @@ bool FillByCopying(HiveInTheMaking& hive, SnapshotResult& result, OutputList& er
   int32_t error = hive.Mount();
   if (error != kRegistryDone) return fail(SnapshotStep::kLoad, error);
   error = CopyBranch(result.path, hive.mount(), errors);
-  if (error != kRegistryDone) return fail(SnapshotStep::kSave, error);
-  error = hive.Unmount();
-  if (error != kRegistryDone) return fail(SnapshotStep::kUnload, error);
-  return true;
+  const int32_t unloading = hive.Unmount();
+  if (unloading != kRegistryDone) {
+    result.left_key = "HKEY_USERS\\" + Utf8FromWide(hive.mount());
+    result.left_file = hive.file();
+    return fail(SnapshotStep::kUnload, unloading);
+  }
+  return error == kRegistryDone || fail(SnapshotStep::kSave, error);
 }
 
 bool FillBySaving(HiveInTheMaking& hive, SnapshotResult& result) {
@@ -158,7 +183,9 @@ bool FillBySaving(HiveInTheMaking& hive, SnapshotResult& result) {
 SnapshotResult MakeSnapshot(std::string path, const std::string& file, bool save,
                             OutputList& errors) {
   while (path.ends_with('\\')) path.pop_back();
-  SnapshotResult result{.path = std::move(path), .file = file};
+  SnapshotResult result;
+  result.path = std::move(path);
+  result.file = file;
   result.error = [&] {
     const EnabledPrivilege backup(Privilege::kBackup);
     return OpenPath(result.path).error();
@@ -170,6 +197,7 @@ SnapshotResult MakeSnapshot(std::string path, const std::string& file, bool save
   HiveInTheMaking hive(file);
   const bool filled = !hive.file().empty() &&
                       (save ? FillBySaving(hive, result) : FillByCopying(hive, result, errors));
+  if (result.step == SnapshotStep::kUnload) return result;
   if (StopRequested()) {
     result.step = SnapshotStep::kStopped;
   } else if (result.step == SnapshotStep::kDone &&
@@ -206,7 +234,9 @@ std::string SnapshotMessage(const SnapshotResult& result) {
     case SnapshotStep::kLoad:
       return WithCode("Could not map File into Registry", result.error);
     case SnapshotStep::kUnload:
-      return WithCode("Could not unload File from Registry", result.error);
+      return WithCode("Could not unload File from Registry", result.error) + "\r\n" +
+             result.left_key + " stays until it is unloaded or the system restarts. Then " +
+             result.left_file + " can be deleted.";
   }
   return {};
 }

@@ -32,6 +32,8 @@ struct SnapshotResult {
   int32_t error = 0;  // the registry's
   std::string path;   // of the key
   std::string file;
+  std::string left_key;   // what stays mounted after kUnload,
+  std::string left_file;  // of that file; UTF-8
 };
 // What to tell the user; empty when it was made, or stopped.
 std::string SnapshotMessage(const SnapshotResult& result);
@@ -39,7 +41,8 @@ std::string SnapshotMessage(const SnapshotResult& result);
 // The branch at a registry path (any form of the root) as a snapshot file: keys with class names,
 // values and security, links as links. What can't be read or copied becomes a row of `errors`
 // (kListErrors). Security that can't be set stays that of the key above; the first key has no class
-// name. Unless it is done, nothing has changed: no file, no mounted key, privileges as before.
+// name. Unless it is done, nothing has changed: no file, no mounted key, privileges as before. Only
+// an unloading that fails, in spite of some tries, leaves the key and its file.
 SnapshotResult MakeKeySnapshot(const std::string& path, const std::string& file,
                                OutputList& errors);
 // Likewise of a whole root, under its own name in the folder. Roots that are one hive are saved by

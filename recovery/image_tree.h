@@ -35,6 +35,12 @@ struct ImageSummary {
   bool stopped = false;
 };
 
+// An image in which nothing at all was found is held against the strict check (ValidateHiveFile), so
+// that its user learns why there is nothing to see.
+inline bool FoundNothing(const ImageSummary& found) {
+  return found.keys == 0 && found.values == 0 && found.bins == 0 && !found.stopped;
+}
+
 // Builds `tree` for a loaded image; runs on any one thread at a time, shows each phase through the
 // host. A stop ends the phase under way; the phases behind it still run on what was collected.
 ImageSummary BuildImageTree(HiveImage& hive, const BuildOptions& options, KeyTree& tree);

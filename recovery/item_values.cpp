@@ -20,7 +20,7 @@ ValueRow InfoRow(const char* name, const char* text) {
   return row;
 }
 
-// A key's own numbers: value count, parent, class name and security record.
+// A key's own numbers: value count, parent, class name and subkey count.
 ValueRow CellDetailsRow(const HiveImage& hive, uint32_t position) {
   const KeyNode key = ReadKeyNode(hive, position, KeyRead::kFields);
   char text[96];

@@ -1,6 +1,7 @@
 #include "recovery/scan.h"
 
 #include <algorithm>
+#include <cstdio>
 
 #include "hive/cells.h"
 #include "hive/key_node.h"
@@ -18,6 +19,7 @@ constexpr uint32_t kShortRootCell = 88;
 constexpr uint32_t kKeyCellWithoutSlack = 128;  // shorter key cells are not searched for slack
 constexpr uint32_t kSteppedProgressLength = 180900;
 constexpr uint32_t kMaxListCount = 16384;
+constexpr size_t kProgressRows = 128;
 
 // A pass under way.
 struct Walk {
@@ -26,8 +28,10 @@ struct Walk {
   const ScanOptions& options;
   ScanPass pass;
   uint32_t bin_size = kDefaultBinSize;
-  uint32_t restart = 0;  // first position behind an unrecognised cell, 0 when none is pending
-  size_t run = 0;        // the first offset run that begins behind the current position
+  uint32_t restart = 0;     // first position behind an unrecognised cell, 0 when none is pending
+  size_t run = 0;           // the first offset run that begins behind the current position
+  uint32_t shown_step = 0;  // of the progress bar
+  size_t shown_rows = 0;    // in the status line
 };
 
 bool StepsByLength(const Walk& walk, uint32_t length) {
@@ -64,10 +68,11 @@ uint32_t TakeFirstCell(Walk& walk, uint32_t p) {
   return p + (credible ? length : kShortRootCell);
 }
 
-uint32_t TakeSoundKey(Walk& walk, uint32_t p, uint16_t flags, uint32_t length) {
+uint32_t TakeKey(Walk& walk, uint32_t p, uint16_t flags, uint32_t length, int key_class) {
   ScannedKey key;
   key.position = p;
   key.flags = flags;
+  key.damaged = key_class != 0;
   uint32_t next = StepsByLength(walk, length) ? p + length : p + 8;
   if (length > kKeyCellWithoutSlack) {
     const uint32_t name_length = ReadU16(walk.hive, p + kKeyNameLength);
@@ -77,17 +82,8 @@ uint32_t TakeSoundKey(Walk& walk, uint32_t p, uint16_t flags, uint32_t length) {
     if (key.has_slack) next = p + needed;
   }
   if (walk.pass == ScanPass::kCollect) AddScannedKey(walk.hive, key, walk.options, walk.tables);
-  return next;
-}
-
-uint32_t TakeDamagedKey(Walk& walk, uint32_t p, uint16_t flags, uint32_t length, int key_class) {
-  ScannedKey key;
-  key.position = p;
-  key.flags = flags;
-  key.damaged = true;
-  if (walk.pass == ScanPass::kCollect) AddScannedKey(walk.hive, key, walk.options, walk.tables);
-  if (key_class == 1) return p + kKeyName;
-  return StepsByLength(walk, length) ? p + length : p + 8;
+  // The size of a cell that is a key only at a guess is a guess too.
+  return key_class == 1 ? p + kKeyName : next;
 }
 
 uint32_t TakeValue(Walk& walk, uint32_t p, uint32_t length) {
@@ -151,8 +147,7 @@ uint32_t TakeCell(Walk& walk, uint32_t p, uint32_t size) {
   const auto flags = static_cast<uint16_t>(second >> 16);
   if (signature == kSignatureVk) return TakeValue(walk, p, length);
   const int key_class = ClassifyKeyCell(walk.hive, signature, flags, size, p);
-  if (key_class == 0) return TakeSoundKey(walk, p, flags, length);
-  if (key_class > 0) return TakeDamagedKey(walk, p, flags, length, key_class);
+  if (key_class >= 0) return TakeKey(walk, p, flags, length, key_class);
   if (signature == kSignatureSk) return TakeSecurity(walk, p, length);
   const ListKind kind = ListKindOfSignature(signature);
   if (kind != ListKind::kNone) return TakeList(walk, p, kind, length);
@@ -175,6 +170,20 @@ uint32_t HoldAtRun(Walk& walk, uint32_t p, uint32_t next) {
   if (walk.run == runs.size() || next <= runs[walk.run].position) return next;
   walk.restart = 0;
   return runs[walk.run].position;
+}
+
+// How far the bar is, and what was found: keys of all rows.
+void ShowProgress(Walk& walk, uint32_t step) {
+  const Host& host = CurrentHost();
+  const ScanTables& tables = walk.tables;
+  if (step > walk.shown_step) host.progress_position(host.context, walk.shown_step = step);
+  const size_t rows = tables.keys.size() + tables.values.size() + tables.securities.size() +
+                      tables.lists.size() + tables.bins.size();
+  if (rows < walk.shown_rows + kProgressRows) return;
+  walk.shown_rows = rows;
+  char text[48];
+  std::snprintf(text, sizeof(text), "%zu/%zu", tables.keys.size(), rows);
+  ShowStatus(text);
 }
 
 bool IsOffsetLike(const HiveImage& hive, uint32_t field) {
@@ -219,16 +228,12 @@ void ScanImage(HiveImage& hive, ScanPass pass, const ScanOptions& options, ScanT
   const uint32_t step = hive.length > kSteppedProgressLength ? hive.length / 100 : 4096;
   host.progress_range(host.context, hive.length / step + 1);
   Walk walk{hive, tables, options, pass};
-  uint32_t shown = 0;
   uint32_t steps = 0;
   uint64_t p = hive.data_start;
   while (p + 8 <= hive.length) {
     if ((steps++ & kStopPollMask) == 0) {
       if (StopRequested()) break;
-      if (p / step > shown) {
-        shown = static_cast<uint32_t>(p / step);
-        host.progress_position(host.context, shown);
-      }
+      ShowProgress(walk, static_cast<uint32_t>(p / step));
     }
     const auto cell = static_cast<uint32_t>(p);
     const uint32_t size = ReadU32(hive, cell);
@@ -239,6 +244,8 @@ void ScanImage(HiveImage& hive, ScanPass pass, const ScanOptions& options, ScanT
       next = TakeFirstCell(walk, cell);
     } else if (IsAllocated(size)) {
       next = TakeCell(walk, cell, size);
+    } else if (cell > kFirstCellPosition && hive.offset_runs.empty()) {
+      next = NextOccupied(hive, cell);
     }
     next = HoldAtRestart(walk, cell, next);
     if (!hive.offset_runs.empty()) next = HoldAtRun(walk, cell, next);

@@ -6,6 +6,7 @@
 #include "hive/value_text.h"
 #include "host/case.h"
 #include "host/long_operation.h"
+#include "lists/list_rows.h"
 #include "reports/path_texts.h"
 #include "reports/report_run.h"
 
@@ -13,7 +14,7 @@ namespace hivequarry {
 namespace {
 
 constexpr size_t kMaxTextBytes = 0x20000;  // of a value's data
-constexpr size_t kRowsAfterStop = 10000;
+constexpr uint32_t kRowsAfterStop = 10000;
 
 // The paths of a value's text; where there is none, those of its name, which is a path in the lists
 // of shared libraries and of programs' display names.
@@ -45,31 +46,43 @@ void ForEachFile(ReportRun& run, const Add& add) {
   }
 }
 
-struct FileRow {
-  std::string sorted_by;
-  std::string texts[6];
-  RowSubject subject;
-};
-
 RowSubject FileSubject(const SourceKey& key, const SourceValue& value) {
   return key.error.empty() ? SubjectOf(key, value) : SubjectOf(key);
 }
 
-// In the order of their paths. Of a run that was stopped there is time for some rows only.
-void AddSorted(std::vector<FileRow>& rows, OutputList& list) {
-  const bool stopped = StopRequested();
-  if (stopped) rows.resize(std::min(rows.size(), kRowsAfterStop));
-  std::vector<uint32_t> order(rows.size());
+// A list for rows that wait to be sorted: in front of their cells stands what they are sorted by.
+// Hundreds of thousands of rows are given back in a moment, also when the user stops.
+OutputListPtr MakeWaitingList(const OutputList& list) {
+  OutputListPtr waiting = MakeOutputList(ListKindOf(list));
+  std::vector<std::string> titles(1);
+  for (int column = 0; column < ColumnCount(list); ++column) {
+    titles.push_back(ColumnTitle(list, column));
+  }
+  SetColumns(*waiting, std::move(titles));
+  return waiting;
+}
+
+// The rows of a waiting list in the order of their first texts.
+std::vector<uint32_t> SortedRows(const OutputList& waiting, uint32_t count, bool stopped) {
+  std::vector<uint32_t> order(count);
   std::iota(order.begin(), order.end(), 0U);
   std::stable_sort(order.begin(), order.end(), [&](uint32_t a, uint32_t b) {
-    return (stopped || !StopRequested()) && rows[a].sorted_by < rows[b].sorted_by;
+    return (stopped || !StopRequested()) && CellText(waiting, a, 0) < CellText(waiting, b, 0);
   });
-  size_t left = kRowsAfterStop;
-  for (const uint32_t row : order) {
+  return order;
+}
+
+// Of a run that was stopped there is time for some rows only.
+void AddSorted(const OutputList& waiting, OutputList& list) {
+  const bool stopped = StopRequested();
+  const uint32_t count = stopped ? std::min(RowCount(waiting), kRowsAfterStop) : RowCount(waiting);
+  std::vector<std::string_view> texts(static_cast<size_t>(ColumnCount(waiting)));
+  uint32_t left = kRowsAfterStop;
+  for (const uint32_t row : SortedRows(waiting, count, stopped)) {
     if (StopRequested() && left-- == 0) break;
-    const auto& cells = rows[row].texts;
-    const std::vector<std::string_view> texts(std::begin(cells), std::end(cells));
-    AddReportRow(list, texts, rows[row].subject);
+    CellTexts(waiting, row, texts);
+    const uint32_t datum = RowHasDatum(waiting, row) ? RowDatum(waiting, row) : kNoOffset;
+    AddListRow(list, std::span(texts).subspan(1), datum, FactsOfRow(waiting, row));
   }
 }
 
@@ -94,15 +107,15 @@ void ReportKeyFiles(ReportRun& run) {
 
 void ReportFiles(ReportRun& run) {
   const CaseTable capitals = CurrentCapitals();
-  std::vector<FileRow> rows;
+  const OutputListPtr waiting = MakeWaitingList(run.list);
   ForEachFile(run, [&](const std::string& path, const SourceKey& key, const SourceValue& value) {
-    rows.push_back({Capitals(capitals, path),
-                    {path, key.path, std::string(FileValueName(key, value)), value.text,
-                     FileValueType(key, value), KeyDateText(key)},
-                    FileSubject(key, value)});
+    AddReportRow(*waiting,
+                 {Capitals(capitals, path), path, key.path, FileValueName(key, value), value.text,
+                  FileValueType(key, value), KeyDateText(key)},
+                 FileSubject(key, value));
     ++run.kept;
   });
-  AddSorted(rows, run.list);
+  AddSorted(*waiting, run.list);
   run.kept = 0;
 }
 

@@ -48,34 +48,23 @@ class ValueRows {
   ValueRows(const HiveImage& hive, OutputList& list, const ValueListOptions& options)
       : hive_(hive), list_(list), options_(options) {}
 
-  // `key` is its position, kNoOffset for none. No row for what is no value.
-  void Add(uint32_t position, const std::string& path, uint32_t key, const std::string& lossless) {
+  // `key` is the text of its position, empty for none. No row for what is no value.
+  void Add(uint32_t position, std::string_view path, std::string_view key,
+           std::string_view lossless) {
     const ValueKey value = ReadValueWithin(hive_, position, data_budget_, data_);
     if (!IsValue(value)) return;
     const ValueRow row = MakeValueRow(hive_, value, data_, ValueViewOptions());
     RowFacts facts;
     const std::string name = LosslessName(hive_, value);
-    const std::string bytes = options_.raw ? DataBytes() : std::string();
+    const std::string bytes = options_.raw ? BytesText(data_) : std::string();
     facts.path = lossless;
     facts.name = name;
     facts.bytes = bytes;
-    AddListRow(list_,
-               {path, row.name, row.type, row.data, PositionText(position),
-                key == kNoOffset ? std::string() : PositionText(key)},
-               position, facts, row.icon);
+    AddListRow(list_, {path, row.name, row.type, row.data, PositionText(position), key}, position,
+               facts, row.icon);
   }
 
  private:
-  std::string DataBytes() const {
-    constexpr char kDigits[] = "0123456789abcdef";
-    std::string text(data_.size() * 2, '0');
-    for (size_t i = 0; i < data_.size(); ++i) {
-      text[2 * i] = kDigits[data_[i] >> 4];
-      text[2 * i + 1] = kDigits[data_[i] & 15];
-    }
-    return text;
-  }
-
   const HiveImage& hive_;
   OutputList& list_;
   const ValueListOptions& options_;
@@ -135,19 +124,33 @@ std::string RecordWords(const HiveImage& hive, const KeyTree& tree, const Record
 
 }  // namespace
 
-OutputListPtr ListImageInfo(const HiveImage& hive, const ImageSummary& summary) {
+OutputListPtr ListImageInfo(const HiveImage& hive, const ImageSummary& summary,
+                            const FreedRecords& freed) {
   OutputListPtr list = MakeOutputList(kListInfo);
   const auto number = [](uint32_t value) { return std::to_string(value); };
-  AddListRow(
-      *list,
-      {hive.file_name, number(hive.length), number(hive.base_offset), number(hive.header_valid),
-       number(hive.root_valid), number(hive.data_start), number(hive.root_position),
-       DisplayedRoot(hive), number(summary.list_style), number(summary.keys),
-       number(summary.connected_keys), number(summary.disconnected_keys), number(summary.values),
-       number(summary.disconnected_values), number(summary.security_records), number(summary.bins),
-       number(summary.virtual_parents), number(summary.virtual_children),
-       number(summary.virtual_siblings)},
-      kNoOffset, RowFacts(), 0);
+  AddListRow(*list,
+             {hive.file_name,
+              number(hive.length),
+              number(hive.base_offset),
+              number(hive.header_valid),
+              number(hive.root_valid),
+              number(hive.data_start),
+              number(hive.root_position),
+              DisplayedRoot(hive),
+              number(summary.list_style),
+              number(summary.keys),
+              number(summary.connected_keys),
+              number(summary.disconnected_keys),
+              number(summary.values),
+              number(summary.disconnected_values),
+              number(summary.security_records),
+              number(summary.bins),
+              number(summary.virtual_parents),
+              number(summary.virtual_children),
+              number(summary.virtual_siblings),
+              number(static_cast<uint32_t>(freed.keys.size())),
+              number(static_cast<uint32_t>(freed.values.size()))},
+             kNoOffset, RowFacts(), 0);
   return list;
 }
 
@@ -203,8 +206,9 @@ OutputListPtr ListKeyValues(const HiveImage& hive, const KeyTree& tree, uint32_t
     if (values.empty()) continue;
     const std::string lossless = !all || lossy[at] ? LosslessPath(hive, tree, at) : "";
     const std::string& path = paths.PathOf(at);
+    const std::string place = PositionText(key);
     for (const uint32_t position : values) {
-      if (position != kNoOffset) rows.Add(position, path, key, lossless);
+      if (position != kNoOffset) rows.Add(position, path, place, lossless);
     }
   }
   return list;
@@ -217,7 +221,7 @@ OutputListPtr ListDisconnectedValues(const HiveImage& hive, const KeyTree& tree,
   for (const uint32_t position : tree.disconnected_value_positions) {
     if (StopRequested()) break;
     const ValueKey value = ReadValueKey(hive, position, ValueRead::kName, kMaxValueData, nullptr);
-    if (IsListed(value.status)) rows.Add(position, std::string(), kNoOffset, std::string());
+    if (IsListed(value.status)) rows.Add(position, {}, {}, {});
   }
   return list;
 }

@@ -8,12 +8,14 @@
 #include "hive/image.h"
 #include "hive/key_tree.h"
 #include "lists/output_list.h"
+#include "recovery/freed_records.h"
 #include "recovery/image_tree.h"
 
 namespace hivequarry {
 
-// One row: what could be confirmed of the file, and the counts of the build.
-OutputListPtr ListImageInfo(const HiveImage& hive, const ImageSummary& summary);
+// One row: what could be confirmed of the file, the counts of the build and of the freed records.
+OutputListPtr ListImageInfo(const HiveImage& hive, const ImageSummary& summary,
+                            const FreedRecords& freed);
 
 // The keys from `item` down as displayed, parents first. The virtual folders give no rows of their
 // own. Ends early when the user stops.

@@ -12,6 +12,7 @@
 #include "host/host.h"
 #include "host/long_operation.h"
 #include "lists/list_rows.h"
+#include "recovery/item_values.h"
 
 namespace hivequarry {
 namespace {
@@ -21,7 +22,6 @@ constexpr char kUnwritable = '?';  // in place of what a line cannot hold
 
 constexpr size_t kBufferSize = 64 * 1024;
 constexpr size_t kMaxKeyName = 256;
-constexpr uint32_t kMinValueRoom = 18;  // bytes of the image that a value needs at least
 // Times the image's length: what may have been written behind a key line, and behind a value line.
 constexpr uint64_t kKeyLimit = 5;
 constexpr uint64_t kValueLimit = 3;
@@ -29,22 +29,25 @@ constexpr uint32_t kKeysPerNotice = 33;
 constexpr uint32_t kManyValues = 128;  // of a key: it is always shown
 constexpr uint32_t kValuesPerStatus = 16;
 
-std::string OnOneLine(std::string name) {
-  for (char& character : name) {
+// Of the line from `start` on.
+void KeepOnOneLine(std::string& line, size_t start) {
+  for (char& character : std::span(line).subspan(start)) {
     if (character == '\r' || character == '\n' || character == '\0') character = kUnwritable;
   }
-  return name;
 }
 
-std::string ScriptName(const HiveImage& hive, const KeyTree& tree, uint32_t item) {
-  std::string name = ItemName(hive, tree, item);
-  if (name.size() > kMaxKeyName) name.resize(kMaxKeyName);
-  return OnOneLine(std::move(name));
+void AppendScriptName(const HiveImage& hive, const KeyTree& tree, uint32_t item,
+                      std::string& line) {
+  const size_t start = line.size();
+  AppendItemName(hive, tree, item, line);
+  if (line.size() - start > kMaxKeyName) line.resize(start + kMaxKeyName);
+  KeepOnOneLine(line, start);
 }
 
 // The root's path comes from the hive too, where its root key's name is all that is known of it.
 std::string ScriptRoot(const HiveImage& hive) {
-  std::string root = OnOneLine(hive.long_prefix);
+  std::string root = hive.long_prefix;
+  KeepOnOneLine(root, 0);
   if (root.ends_with('\\')) root.pop_back();
   return root;
 }
@@ -122,7 +125,7 @@ class ScriptWriter {
     } else {
       line_ += '\\';
     }
-    line_ += ScriptName(hive_, tree_, item);
+    AppendScriptName(hive_, tree_, item, line_);
     levels_.push_back({item, line_.size(), level.path_from});
     return line_.size() - level.path_from <= kMaxScriptPath;
   }
@@ -134,11 +137,13 @@ class ScriptWriter {
     if (Written() > kKeyLimit * hive_.length) return CutShort();
     positions_.clear();
     const KeyItem& it = tree_.items[item];
-    if ((it.marks & kVirtualMarks) == 0) ReadValuesOfKey(hive_, it.position, budget_, positions_);
+    if ((it.marks & kVirtualMarks) == 0) {
+      positions_ = ListedUpToGap(hive_, it.position, budget_);
+    }
     if (budget_ == 0) LeaveOut(item);
     if (result_.keys % kKeysPerNotice == 0 || positions_.size() > kManyValues) ShowKey();
     for (const uint32_t position : positions_) {
-      if (ended_ || position == kNoOffset || !InsideHive(hive_, position, kMinValueRoom)) break;
+      if (ended_) break;
       WriteValue(position);
     }
     out_ += kLineEnd;

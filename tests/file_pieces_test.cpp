@@ -9,11 +9,11 @@
 #include <iterator>
 
 #include "tests/support/opened_hive.h"
+#include "tests/support/texts.h"
 
 namespace hivequarry::testing {
 namespace {
 
-using Texts = std::vector<std::string>;
 using Ranges = std::vector<std::pair<uint32_t, uint32_t>>;  // first and last byte
 
 // A base block and four bins of 4096 bytes each.
@@ -32,10 +32,6 @@ Bytes Changed(uint32_t at, uint32_t value) {
   Bytes bytes = FourBins();
   PutU32(bytes, at, value);
   return bytes;
-}
-Bytes ReadFile(const std::string& name) {
-  std::ifstream stream(name, std::ios::binary);
-  return Bytes(std::istreambuf_iterator<char>(stream), {});
 }
 Texts Column(const OutputList& list, int column) {
   Texts texts;
@@ -134,10 +130,10 @@ TEST_F(SplitFileTest, PiecesAreTheBytesOfTheirRanges) {
       const std::string name = source.name() + ending + std::to_string(row + 1);
       EXPECT_EQ(CellText(*list, row, 3), name);
       const uint32_t end = std::min(ranges[row].second + 1, 20000u);
-      EXPECT_TRUE(ReadFile(name) == Part(bytes, ranges[row].first, end)) << name;
+      EXPECT_TRUE(ContentOf<Bytes>(name) == Part(bytes, ranges[row].first, end)) << name;
     }
   }
-  EXPECT_TRUE(ReadFile(source.name()) == bytes);
+  EXPECT_TRUE(ContentOf<Bytes>(source.name()) == bytes);
   EXPECT_TRUE(host.messages.empty());
 }
 
@@ -148,7 +144,7 @@ TEST_F(SplitFileTest, AnImpossibleRowEndsTheRun) {
     Add("(5)", end);
     Add("(30)", "(39)");
     EXPECT_TRUE(SplitFile(*list));
-    EXPECT_TRUE(ReadFile(std::string(CellText(*list, 0, 3))) == Part(bytes, 10, 20)) << end;
+    EXPECT_TRUE(ContentOf<Bytes>(std::string(CellText(*list, 0, 3))) == Part(bytes, 10, 20)) << end;
     EXPECT_EQ(CellText(*list, 2, 3), "") << end;
   }
   EXPECT_TRUE(host.messages.empty());

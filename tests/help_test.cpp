@@ -68,7 +68,7 @@ TEST(HelpTest, Page) {
       {"> a\n>\n> b  \n> c\n\n---", "<blockquote>\n<p>a</p>\n<p>b<br>\nc</p>\n</blockquote>\n<hr>"},
   };
   for (const auto& c : cases) EXPECT_EQ(BodyOf(c.text), c.html);
-  const std::string picture = "![w](" + kSource + "/docs/window.png)";
+  const std::string picture = "![w](" + kSource + "/docs/case-open.png)";
   EXPECT_EQ(BodyOf(picture.c_str()).find("<p><img alt=\"w\" src=\"data:image/png;base64,iVBOR"),
             0u);
 }

@@ -82,14 +82,6 @@ Walked WalkAll(std::span<const uint8_t> bytes, uint32_t most_items = 100000) {
 
 // --- shapes of lists -------------------------------------------------------------------------
 
-struct HostileCase {
-  const char* what;
-  std::function<Bytes()> make;
-  uint32_t keys;  // that must be shown at least
-};
-
-void PrintTo(const HostileCase& c, std::ostream* out) { *out << c.what; }
-
 // A small hive on which one field is set; "Safe" holds a key and a value that must stay visible.
 Bytes With(const std::function<void(BuiltHive&)>& damage) {
   HiveBuilder builder;
@@ -165,89 +157,59 @@ Bytes ManySegments() {
   return built.bytes;
 }
 
+struct HostileCase {
+  const char* what;
+  uint32_t keys;  // that must be shown at least
+  void (*damage)(BuiltHive&);
+  std::function<Bytes()> make = [damage = damage] { return With(damage); };
+};
+
+void PrintTo(const HostileCase& c, std::ostream* out) { *out << c.what; }
+
 const HostileCase kShapes[] = {
-    {"a list that names itself",
-     [] {
-       return With([](BuiltHive& h) { h.Link(h.EntryPosition("A", 0), 0, h.ListPosition("A")); });
-     },
-     9},
-    {"a key that lists itself",
-     [] {
-       return With([](BuiltHive& h) { h.Link(h.EntryPosition("A", 0), 0, h.PositionOf("A")); });
-     },
-     12},
-    {"a key that lists its ancestor",
-     [] {
-       return With(
-           [](BuiltHive& h) { h.Link(h.EntryPosition("A\\B\\C", 0), 0, h.PositionOf("A")); });
-     },
-     12},
-    {"a key that lists the root",
-     [] {
-       return With([](BuiltHive& h) { h.Link(h.EntryPosition("A\\B", 0), 0, h.PositionOf("")); });
-     },
-     12},
-    {"an ri that names itself",
-     [] {
-       return With([](BuiltHive& h) { h.Link(h.ListPosition("List"), 8, h.ListPosition("List")); });
-     },
-     12},
-    {"a list shared with the child",
-     [] {
-       return With([](BuiltHive& h) {
-         h.Link(h.PositionOf("A\\B"), field::kKeyList, h.ListPosition("A"));
-       });
-     },
-     12},
-    {"subkey count 0xFFFFFFFF",
-     [] {
-       return With([](BuiltHive& h) { h.SetU32(h.PositionOf("A"), field::kKeySubkeys, kNone); });
-     },
-     13},
-    {"list count 0xFFFF",
-     [] { return With([](BuiltHive& h) { h.SetU16(h.ListPosition("A"), 6, 0xFFFF); }); }, 13},
-    {"ri count 0xFFFF",
-     [] { return With([](BuiltHive& h) { h.SetU16(h.ListPosition("List"), 6, 0xFFFF); }); }, 13},
-    {"value count 0xFFFFFFFF",
-     [] {
-       return With(
-           [](BuiltHive& h) { h.SetU32(h.PositionOf("A\\B\\C\\D"), field::kKeyValues, kNone); });
-     },
-     13},
-    {"value list that is the key",
-     [] {
-       return With([](BuiltHive& h) {
-         const uint32_t key = h.PositionOf("A\\B\\C\\D");
-         h.Link(key, field::kKeyValueList, key).SetU32(key, field::kKeyValues, 0x10000);
-       });
-     },
-     13},
-    {"name longer than its cell",
-     [] {
-       return With([](BuiltHive& h) {
-         h.SetU16(h.PositionOf("A\\B"), field::kKeyNameLength, 0x0FFF);
-         h.SetU16(h.ValuePosition("A\\B\\C\\D", "v"), field::kValueNameLength, 0xFFFF);
-       });
-     },
-     12},
-    {"every offset of a key at the end",
-     [] {
-       return With([](BuiltHive& h) {
-         const auto end = static_cast<uint32_t>(h.bytes.size());
-         for (const uint32_t f : {field::kKeyParent, field::kKeyList, field::kKeyValueList,
-                                  field::kKeySecurity, field::kKeyClass}) {
-           h.Link(h.PositionOf("A\\B\\C\\D"), f, end);
-           h.Link(h.PositionOf("List\\k1"), f, end - 4);
-         }
-       });
-     },
-     12},
-    {"two entries at each of 28 levels", [] { return TwiceAtEachLevel(28); }, 29},
-    {"every list names every list", ListsOfLists, 300},
-    {"20,000 nested keys", [] { return DeepHive(20000); }, 20001},
-    {"70,000 subkeys of one key", [] { return FlatHive(70000); }, 70002},
-    {"1,000 keys share 10,000 values", [] { return SharedValueList(1000, 10000); }, 1001},
-    {"65,535 segments", ManySegments, 2}};
+    {"a list that names itself", 9,
+     [](BuiltHive& h) { h.Link(h.EntryPosition("A", 0), 0, h.ListPosition("A")); }},
+    {"a key that lists itself", 12,
+     [](BuiltHive& h) { h.Link(h.EntryPosition("A", 0), 0, h.PositionOf("A")); }},
+    {"a key that lists its ancestor", 12,
+     [](BuiltHive& h) { h.Link(h.EntryPosition("A\\B\\C", 0), 0, h.PositionOf("A")); }},
+    {"a key that lists the root", 12,
+     [](BuiltHive& h) { h.Link(h.EntryPosition("A\\B", 0), 0, h.PositionOf("")); }},
+    {"an ri that names itself", 12,
+     [](BuiltHive& h) { h.Link(h.ListPosition("List"), 8, h.ListPosition("List")); }},
+    {"a list shared with the child", 12,
+     [](BuiltHive& h) { h.Link(h.PositionOf("A\\B"), field::kKeyList, h.ListPosition("A")); }},
+    {"subkey count 0xFFFFFFFF", 13,
+     [](BuiltHive& h) { h.SetU32(h.PositionOf("A"), field::kKeySubkeys, kNone); }},
+    {"list count 0xFFFF", 13, [](BuiltHive& h) { h.SetU16(h.ListPosition("A"), 6, 0xFFFF); }},
+    {"ri count 0xFFFF", 13, [](BuiltHive& h) { h.SetU16(h.ListPosition("List"), 6, 0xFFFF); }},
+    {"value count 0xFFFFFFFF", 13,
+     [](BuiltHive& h) { h.SetU32(h.PositionOf("A\\B\\C\\D"), field::kKeyValues, kNone); }},
+    {"value list that is the key", 13,
+     [](BuiltHive& h) {
+       const uint32_t key = h.PositionOf("A\\B\\C\\D");
+       h.Link(key, field::kKeyValueList, key).SetU32(key, field::kKeyValues, 0x10000);
+     }},
+    {"name longer than its cell", 12,
+     [](BuiltHive& h) {
+       h.SetU16(h.PositionOf("A\\B"), field::kKeyNameLength, 0x0FFF);
+       h.SetU16(h.ValuePosition("A\\B\\C\\D", "v"), field::kValueNameLength, 0xFFFF);
+     }},
+    {"every offset of a key at the end", 12,
+     [](BuiltHive& h) {
+       const auto end = static_cast<uint32_t>(h.bytes.size());
+       for (const uint32_t f : {field::kKeyParent, field::kKeyList, field::kKeyValueList,
+                                field::kKeySecurity, field::kKeyClass}) {
+         h.Link(h.PositionOf("A\\B\\C\\D"), f, end);
+         h.Link(h.PositionOf("List\\k1"), f, end - 4);
+       }
+     }},
+    {"two entries at each of 28 levels", 29, nullptr, [] { return TwiceAtEachLevel(28); }},
+    {"every list names every list", 300, nullptr, ListsOfLists},
+    {"20,000 nested keys", 20001, nullptr, [] { return DeepHive(20000); }},
+    {"70,000 subkeys of one key", 70002, nullptr, [] { return FlatHive(70000); }},
+    {"1,000 keys share 10,000 values", 1001, nullptr, [] { return SharedValueList(1000, 10000); }},
+    {"65,535 segments", 2, nullptr, ManySegments}};
 
 class Shapes : public ::testing::TestWithParam<HostileCase> {};
 
@@ -278,11 +240,10 @@ TEST(Hostile, SharedDataAreReadWithinABudget) {
 
 TEST(Hostile, OtherKeysStayVisible) {
   for (const HostileCase& c : kShapes) {
-    const Bytes bytes = c.make();
-    if (bytes.size() > 20000) continue;
+    if (c.damage == nullptr) continue;  // a shape of its own
     SCOPED_TRACE(c.what);
+    const Bytes bytes = c.make();
     OpenedHive opened{std::span<const uint8_t>(bytes)};
-    if (!opened.Has("Safe\\Key")) continue;  // a shape of its own
     EXPECT_EQ(opened.Values("Safe\\Key"), std::vector<std::string>{"value=safe"});
   }
 }

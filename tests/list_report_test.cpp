@@ -6,7 +6,7 @@
 #include <fstream>
 
 #include "host/long_operation.h"
-#include "lists/output_list.h"
+#include "tests/support/texts.h"
 
 namespace hivequarry {
 namespace {
@@ -44,10 +44,7 @@ OutputListPtr ReadRows(std::string_view text, ReportRead expected = ReportRead::
 std::string Shown(const OutputList& list) {
   std::string out;
   for (uint32_t row = 0; row < RowCount(list); ++row) {
-    std::string cells;
-    for (int column = 0; column < ColumnCount(list); ++column) {
-      cells += std::string(CellText(list, row, column)) + "|";
-    }
+    std::string cells = testing::RowText(list, row);
     while (cells.ends_with("|")) cells.pop_back();
     out += cells + ":" + std::to_string(RowIcon(list, row)) + "\n";
   }

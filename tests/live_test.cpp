@@ -8,24 +8,16 @@
 #include "tests/support/cell_writer.h"
 #include "tests/support/host_recorder.h"
 #include "tests/support/memory_registry.h"
+#include "tests/support/texts.h"
 
 namespace hivequarry::testing {
 namespace {
 
 using namespace std::string_literals;
-using Texts = std::vector<std::string>;
 
 Texts Rows(const OutputList& list) {
-  Texts rows;
-  for (uint32_t row = 0; row < RowCount(list); ++row) {
-    std::string text;
-    for (int column = 0; column < ColumnCount(list); ++column) {
-      text += std::string(CellText(list, row, column)) + "|";
-    }
-    rows.push_back(text);
-    EXPECT_FALSE(RowHasDatum(list, row));
-  }
-  return rows;
+  for (uint32_t row = 0; row < RowCount(list); ++row) EXPECT_FALSE(RowHasDatum(list, row));
+  return RowTexts(list);
 }
 
 class LiveTest : public ::testing::Test {

@@ -9,12 +9,12 @@
 #include "live/merge.h"
 #include "tests/support/memory_registry.h"
 #include "tests/support/opened_hive.h"
+#include "tests/support/texts.h"
 
 namespace hivequarry::testing {
 namespace {
 
 using namespace std::string_literals;
-using Texts = std::vector<std::string>;
 
 Bytes Wide(std::u16string_view text) {
   Bytes bytes;
@@ -79,17 +79,6 @@ class MergeTest : public ::testing::Test {
   ~MergeTest() override { EXPECT_EQ(registry_.open_keys(), 0U); }
 
   MemoryRegistry& TheRegistry() { return registry_; }
-  static Texts Rows(const OutputList& list, int columns) {
-    Texts rows;
-    for (uint32_t row = 0; row < RowCount(list); ++row) {
-      std::string text;
-      for (int column = 0; column < columns; ++column) {
-        text += std::string(CellText(list, row, column)) + "|";
-      }
-      rows.push_back(text);
-    }
-    return rows;
-  }
   bool Prepare(const char* path, MergeTarget& target) {
     return PrepareMerge(opened_.hive, opened_.tree, opened_.Item(path), target);
   }
@@ -98,12 +87,12 @@ class MergeTest : public ::testing::Test {
     if (!Prepare(path, target)) return {"not merged"};
     const OutputListPtr errors = MakeOutputList(kListErrors);
     counts_ = MergeBranch(opened_.hive, opened_.tree, target, options, *errors);
-    return Rows(*errors, 4);
+    return RowTexts(*errors, 4);
   }
   Texts Compare(const char* path, const CompareOptions& options = {}) {
     const OutputListPtr list = MakeOutputList(kListCompare);
     CompareBranch(opened_.hive, opened_.tree, opened_.Item(path), options, *list);
-    return Rows(*list, 4);
+    return RowTexts(*list, 4);
   }
   Texts Messages() {
     Texts texts;

@@ -9,6 +9,7 @@
 
 #include "tests/support/opened_hive.h"
 #include "tests/support/sample_hives.h"
+#include "tests/support/texts.h"
 
 namespace hivequarry::testing {
 namespace {
@@ -18,8 +19,6 @@ constexpr double kSeconds = 15;
 #else
 constexpr double kSeconds = 1;
 #endif
-
-using Texts = std::vector<std::string>;
 
 constexpr uint32_t kGroups = 5;
 constexpr uint32_t kKeysOfGroup = 8;

@@ -7,12 +7,12 @@
 #include <functional>
 
 #include "host/long_operation.h"
+#include "host/output_file.h"
 #include "tests/support/opened_hive.h"
+#include "tests/support/texts.h"
 
 namespace hivequarry::testing {
 namespace {
-
-using Texts = std::vector<std::string>;
 
 Bytes SmallHive() {
   HiveBuilder builder;
@@ -248,6 +248,33 @@ TEST(OpenHive, FileBeyondFourGigabytes) {
   ASSERT_EQ(slot, 1);
   EXPECT_TRUE(TheHiveTable().slots[1].root_valid);
   ResetHiveTable();
+}
+
+TEST(OpenHive, ItsFileIsNeverWritten) {
+  const TempFile file(SmallHive());
+  const std::string folder = file.folder();
+  const std::string names[] = {file.name(), folder + "/./../" + folder.substr(folder.rfind('/')) +
+                               "/hard", folder + "/soft"};
+  std::filesystem::create_hard_link(file.name(), folder + "/hard");
+  std::filesystem::create_symlink(file.name(), folder + "/soft");
+  HostRecorder host;
+  ASSERT_EQ(OpenHive(file.name(), true), 1);
+  ASSERT_EQ(OpenHive(names[1], true), 2);
+  FreeHiveSlot(2);
+  for (const std::string& name : names) {
+    for (const OutputMode mode : {OutputMode::kReplace, OutputMode::kAppend}) {
+      OutputFile out;
+      int error = 0;
+      EXPECT_FALSE(OpenOutput(name, mode, out, error)) << name;
+      EXPECT_EQ(error, EPERM);
+    }
+    EXPECT_EQ(ContentOf<Bytes>(name), SmallHive());
+  }
+  ResetHiveTable();
+  OutputFile out;
+  int error = 0;
+  EXPECT_TRUE(OpenOutput(file.name(), OutputMode::kReplace, out, error));
+  CloseOutput(out, false);
 }
 
 TEST(OpenHive, FullTable) {

@@ -4,6 +4,7 @@
 
 #include "reports/hive_lists.h"
 #include "tests/support/opened_hive.h"
+#include "tests/support/texts.h"
 
 namespace hivequarry {
 namespace {
@@ -66,9 +67,8 @@ TEST(RawRecord, FieldsOfEveryKind) {
   for (const auto& c : cases) {
     const std::string shown = Shown(*ListRawRecord(opened.hive, opened.tree, c.position), c.field);
     EXPECT_NE(shown.find(c.meaning), std::string::npos) << c.field << ": " << shown;
-    char leads[16] = "";
-    if (c.leads_to != 0) std::snprintf(leads, sizeof(leads), "0x%08X", c.leads_to);
-    EXPECT_TRUE(shown.ends_with(std::string("|") + leads)) << c.field << ": " << shown;
+    const std::string leads = c.leads_to == 0 ? "|" : Formatted("|0x%08X", c.leads_to);
+    EXPECT_TRUE(shown.ends_with(leads)) << c.field << ": " << shown;
   }
   const OutputListPtr rows = ListRawRecord(opened.hive, opened.tree, a + 3);
   EXPECT_TRUE(ListSubtitle(*rows).ends_with(ItemPath(opened.hive, opened.tree, opened.Item("A"))));

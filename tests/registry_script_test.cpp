@@ -38,6 +38,8 @@ TEST(ScriptValueTest, Lines) {
       {"n", kRegDword, {1, 2, 0xFF}, "\"n\"=hex(4):01,02,ff"},
       {"n", kRegQword, {1, 0xA0}, "\"n\"=hex(b):01,a0"},
       {"n", kRegSz, Utf16("\"\\\r\n\u00E4\u20AC\u0416"), "\"n\"=\"\\\"\\\\\\r\\n\xE4\x80?\""},
+      {"n", kRegSz, Utf16("eight or more\\, \u20AC\t among \"plain\" ones"),
+       "\"n\"=\"eight or more\\\\, \x80\t among \\\"plain\\\" ones\""},
       {"n", kRegSz, {'a', 0, 'b'}, "\"n\"=\"ab\""},
       // Zeros inside: "a0bc", "a0b" (nothing two places on), "a00bc".
       {"n", kRegSz, {'a', 0, 0, 0, 'b', 0, 'c', 0}, "\"n\"=\"a bc\""},
@@ -160,6 +162,19 @@ TEST(RegistryScriptTest, LimitsCutShort) {
     EXPECT_LE(written.keys, at.most_keys);
     EXPECT_EQ(written.cut_at != kNoItem, at.cut);
   }
+}
+
+TEST(RegistryScriptTest, SaysWhereItIs) {
+  HiveBuilder builder("SYSTEM");
+  for (int i = 0; i < 16; ++i) builder.Key("A").Dword(std::to_string(i), 1);
+  for (int i = 10; i < 50; ++i) builder.Key("B\\" + std::to_string(i));
+  OpenedHive opened(builder.Build());
+  opened.host.statuses.clear();
+  std::string text;
+  Export(opened, {0}, text);
+  EXPECT_EQ(opened.host.statuses,
+            (std::vector<std::string>{"Exporting ...", "16", " [HKEY_LOCAL_MACHINE\\SYSTEM\\B\\39",
+                                      "Done."}));
 }
 
 TEST(RegistryScriptTest, StopIsHeardBetweenLargeValues) {

@@ -11,11 +11,11 @@
 #include "recovery/scan.h"
 #include "reports/hive_lists.h"
 #include "tests/support/opened_hive.h"
+#include "tests/support/texts.h"
 
 namespace hivequarry::testing {
 namespace {
 
-using Texts = std::vector<std::string>;
 using Damage = std::function<void(BuiltHive&)>;
 
 // Root > A > { Alpha, Bravo > Below, Charlie }, and Other, whose list is never touched. A value
@@ -63,9 +63,7 @@ Texts EvidenceOf(const OpenedHive& opened, const char* path) {
 }
 
 std::string At(const char* what, uint32_t position, const std::string& rest = "") {
-  char text[64];
-  std::snprintf(text, sizeof(text), "%s at 0x%08X (%u)", what, position, position);
-  return text + rest;
+  return Formatted("%s at 0x%08X (%u)", what, position, position) + rest;
 }
 
 uint32_t VirtualKeys(const OpenedHive& opened) {
@@ -85,12 +83,6 @@ struct MarkCase {
   std::string words;
 };
 
-std::string ParRepOfA() {
-  char text[32];
-  std::snprintf(text, sizeof(text), "par_rep 0x%X", OffsetOf(Family(List::kLh).PositionOf("A")));
-  return text;
-}
-
 std::vector<MarkCase> MarkCases() {
   const auto wipe_alpha = [](BuiltHive& h) { Wipe(h, "A\\Alpha"); };
   const auto wipe_a = [](BuiltHive& h) { Wipe(h, "A"); };
@@ -108,6 +100,11 @@ std::vector<MarkCase> MarkCases() {
   const auto parent_nowhere = [](BuiltHive& h) {
     h.SetU32(h.PositionOf("A\\Alpha"), field::kKeyParent, 0x7FFFFFF0);
   };
+  const auto odd_flags = [](BuiltHive& h) { h.FlipBit(h.PositionOf("A\\Alpha") + 6, 2); };
+  const auto odd_size = [](BuiltHive& h) { h.SetU32(h.PositionOf("A\\Alpha"), 0, 0U - 92); };
+  const auto parent_none = [](BuiltHive& h) {
+    h.SetU32(h.PositionOf("A\\Alpha"), field::kKeyParent, kNone);
+  };
   const auto list_pointer = [](BuiltHive& h) {
     h.SetU32(h.PositionOf("A"), field::kKeyList, 0x123);
   };
@@ -120,7 +117,8 @@ std::vector<MarkCase> MarkCases() {
       b(h);
     };
   };
-  const std::string par_rep = ParRepOfA();
+  const std::string par_rep =
+      Formatted("par_rep 0x%X", OffsetOf(Family(List::kLh).PositionOf("A")));
   return {
       {"child, hint", List::kLf, wipe_alpha, "A\\Alph", 68, "hash name", "virtchild"},
       {"child", List::kLh, wipe_alpha, "A\\Unnamed(01)", 132, "missing name", "virtname virtchild"},
@@ -140,6 +138,11 @@ std::vector<MarkCase> MarkCases() {
       {"no name, hint", List::kLf, no_name, "A\\Alph", 0x40, "hash name", ""},
       {"no name", List::kLh, no_name, "A\\Unnamed(01)", 0x80, "missing name", "virtname"},
       {"signature", List::kLh, odd_signature, "A\\Alpha", 0x1000, "", "bad_nk"},
+      {"flags", List::kLh, odd_flags, "A\\Alpha", 0x1000, "", "bad_nk"},
+      {"signature and flags", List::kLf, both(odd_signature, odd_flags), "A\\Alpha", 0x1000, "",
+       "bad_nk"},
+      {"size no multiple of 8", List::kLf, odd_size, "A\\Alph", 68, "hash name", "virtchild"},
+      {"listed, no parent", List::kLh, parent_none, "A\\Alpha", 0x200, "", "lf_repaired"},
       {"listed, parent lost", List::kLh, parent_is_a_value, "A\\Alpha", 0x200, "", "lf_repaired"},
       {"both lost", List::kLh, both(wipe_a, parent_is_a_value), "Unnamed(01)\\Alpha", 0x400, "",
        "par_lh2_rep1"},
@@ -444,37 +447,27 @@ bool FindTwin(const BuiltHive& hive, uint32_t cell, uint32_t& twin, uint32_t& st
 TEST(Relations, AmbiguousPointersAreLeftAlone) {
   for (const bool ambiguous : {false, true}) {
     SCOPED_TRACE(ambiguous);
-    BuiltHive built = Family(List::kLh);
-    const uint32_t key = built.PositionOf("A\\Alpha");
-    const uint32_t list = built.ValueListPosition("A\\Alpha");
-    uint32_t twin = 0;
-    uint32_t stored = 0;
-    ASSERT_TRUE(FindTwin(built, list, twin, stored));
-    const auto begin = built.bytes.begin() + list;
-    const Bytes copy(begin, begin + built.CellLength(list));
-    if (ambiguous) built.SetBytes(twin, 0, copy);
-    built.SetU32(key, field::kKeyValueList, stored);
-    OpenedHive opened(built);
-    EXPECT_EQ(opened.At("A\\Alpha").repairs, ambiguous ? 0 : kRepairValueList);
-    EXPECT_EQ(opened.summary.disconnected_values, ambiguous ? 1u : 0u);
-  }
-  // Of subkey lists there is a second source: which key their keys name. The lists' own keys decide
-  // between the two, but no bit is flipped back on a guess.
-  for (const bool ambiguous : {false, true}) {
-    SCOPED_TRACE(ambiguous);
-    BuiltHive built = Family(List::kLh);
-    const uint32_t list = built.ListPosition("A");
-    uint32_t twin = 0;
-    uint32_t stored = 0;
-    ASSERT_TRUE(FindTwin(built, list, twin, stored));
-    const auto begin = built.bytes.begin() + list;
-    const Bytes copy(begin, begin + built.CellLength(list));
-    if (ambiguous) built.SetBytes(twin, 0, copy);
-    built.SetU32(built.PositionOf("A"), field::kKeyList, stored);
-    OpenedHive opened(built);
-    EXPECT_TRUE(opened.Has("A\\Alpha"));
-    EXPECT_EQ(VirtualKeys(opened), 0u);
-    EXPECT_EQ(opened.summary.keys, kFamilyKeys);
+    // The family with a pointer to a list that may as well mean the list's copy.
+    const auto misled = [&](const char* path, uint32_t field, auto list_of) {
+      BuiltHive built = Family(List::kLh);
+      const uint32_t list = (built.*list_of)(path);
+      uint32_t twin = 0;
+      uint32_t stored = 0;
+      EXPECT_TRUE(FindTwin(built, list, twin, stored));
+      const auto begin = built.bytes.begin() + list;
+      const Bytes copy(begin, begin + built.CellLength(list));
+      if (ambiguous) built.SetBytes(twin, 0, copy);
+      return built.SetU32(built.PositionOf(path), field, stored);
+    };
+    OpenedHive values(misled("A\\Alpha", field::kKeyValueList, &BuiltHive::ValueListPosition));
+    EXPECT_EQ(values.At("A\\Alpha").repairs, ambiguous ? 0 : kRepairValueList);
+    EXPECT_EQ(values.summary.disconnected_values, ambiguous ? 1u : 0u);
+    // Of subkey lists there is a second source: which key their keys name. The lists' own keys
+    // decide between the two, but no bit is flipped back on a guess.
+    OpenedHive keys(misled("A", field::kKeyList, &BuiltHive::ListPosition));
+    EXPECT_TRUE(keys.Has("A\\Alpha"));
+    EXPECT_EQ(VirtualKeys(keys), 0u);
+    EXPECT_EQ(keys.summary.keys, kFamilyKeys);
   }
 }
 
@@ -501,6 +494,13 @@ TEST(Relations, UnlinkedKeysStandUnderCopiesOfTheirPath) {
   expected.push_back("Disconnected Values");
   EXPECT_EQ(opened.Paths(), expected);
   EXPECT_EQ(opened.summary.disconnected_keys, 6u);
+  EXPECT_EQ(opened.summary.disconnected_values, 0u) << "a disconnected key owns its values";
+  EXPECT_EQ(opened.Values(folder), Texts{"Info=Keys not connected to the Root cell"});
+  EXPECT_EQ(opened.Values(folder + "\\A\\B\\One\\Below"), Texts{"v=A\\B\\One\\Below"});
+  EXPECT_EQ(opened.At(folder + "\\A").kind, ItemKind::kPathCopy);
+  EXPECT_FALSE(opened.At(folder + "\\A\\B\\One").connected);
+  EXPECT_FALSE(opened.At(folder + "\\A\\B\\One\\Below").connected);
+  EXPECT_TRUE(opened.At("A\\B\\Kept").connected);
   // A copy shows what its key shows, but walks meet each key once.
   EXPECT_EQ(opened.Values(folder + "\\A\\B"), Texts{"own=value of B"});
   EXPECT_EQ(ItemOfPosition(opened.tree, built.PositionOf("A\\B")), opened.Item("A\\B"));
@@ -514,9 +514,7 @@ TEST(Relations, UnlinkedKeysStandUnderCopiesOfTheirPath) {
   ASSERT_EQ(RowCount(*tree), opened.summary.keys);
   for (uint32_t row = 0; row < RowCount(*tree); ++row) {
     if (!CellText(*tree, row, 0).ends_with("B\\Two")) continue;
-    char parent[16];
-    std::snprintf(parent, sizeof(parent), "0x%08X", built.PositionOf("A\\B"));
-    EXPECT_EQ(CellText(*tree, row, 2), parent);
+    EXPECT_EQ(CellText(*tree, row, 2), Formatted("0x%08X", built.PositionOf("A\\B")));
     EXPECT_EQ(CellText(*tree, row, 6), "0");
   }
 }

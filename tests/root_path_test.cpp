@@ -125,6 +125,7 @@ TEST_F(RootPath, LabelsAreUnique) {
   HiveImage& third = TakeSlot();
   SetRootPath(third, "hkey_local_machine\\Software\\");
   EXPECT_EQ(third.root_label, "HKLM\\Software(2)");
+  EXPECT_EQ(third.root_kind, 5);
   SetRootPath(third, "X:\\odd");
   EXPECT_EQ(third.root_label, "X:\\odd");
   EXPECT_EQ(third.long_prefix, "X:\\odd\\");

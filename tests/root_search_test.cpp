@@ -9,11 +9,10 @@
 #include "app/command_line.h"
 #include "hive/key_node.h"
 #include "tests/support/opened_hive.h"
+#include "tests/support/texts.h"
 
 namespace hivequarry::testing {
 namespace {
-
-using Texts = std::vector<std::string>;
 
 BuiltHive HiveNamed(const std::string& name, int bins = 1) {
   HiveBuilder builder(name);
@@ -50,9 +49,8 @@ CommandLine Whole(const std::string& file) {
 }
 
 std::vector<ShownMessage> Question(size_t root) {
-  char text[80];
-  std::snprintf(text, sizeof(text), "New Root Cell found at 0x%zX! Open in new Window?", root);
-  return {{text, "Hivequarry", Icon::kQuestion, Buttons::kYesNo}};
+  return {{Formatted("New Root Cell found at 0x%zX! Open in new Window?", root), "Hivequarry",
+           Icon::kQuestion, Buttons::kYesNo}};
 }
 
 TEST(RootSearch, RangeLeavesRoomInFront) {

@@ -4,7 +4,6 @@
 
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <iterator>
 #include <random>
 
@@ -13,13 +12,16 @@
 #include "reports/search_sieve.h"
 #include "tests/support/opened_hive.h"
 #include "tests/support/sample_hives.h"
+#include "tests/support/texts.h"
 
 namespace hivequarry {
 namespace {
 
 using testing::Bytes;
+using testing::Formatted;
 using testing::HiveBuilder;
 using testing::OpenedHive;
+using testing::Texts;
 using testing::Utf16;
 
 // "k" key names, "v" value names, "d" data; "c" case, "l" length, "w" wide, "h" hex, "n" number.
@@ -75,23 +77,16 @@ TEST(Search, FindsBytes) {
   }
 }
 
-std::vector<std::string> Rows(const OpenedHive& opened, const SearchPattern& pattern,
-                              SearchWay way = SearchWay::kBest) {
+Texts Rows(const OpenedHive& opened, const SearchPattern& pattern,
+           SearchWay way = SearchWay::kBest) {
   const OutputListPtr list = MakeSearchList(true);
   SearchBranchBy(way, opened.hive, opened.tree, 0, pattern, *list);
-  std::vector<std::string> rows;
-  for (uint32_t row = 0; row < RowCount(*list); ++row) {
-    rows.emplace_back();
-    for (int column = 0; column < ColumnCount(*list); ++column) {
-      rows.back() += std::string(CellText(*list, row, column)) + "|";
-    }
-  }
-  return rows;
+  return testing::RowTexts(*list);
 }
 
 // "Key", or "Key:Value", of each row.
-std::vector<std::string> Hits(const OpenedHive& opened, const SearchPattern& pattern) {
-  std::vector<std::string> hits = Rows(opened, pattern);
+Texts Hits(const OpenedHive& opened, const SearchPattern& pattern) {
+  Texts hits = Rows(opened, pattern);
   for (std::string& hit : hits) {
     const size_t key = hit.find('|');
     const std::string value = hit.substr(key + 1, hit.find('|', key + 1) - key - 1);
@@ -114,7 +109,7 @@ TEST(Search, WhatEachTickFinds) {
   const struct {
     const char* pattern;
     const char* ticks;
-    std::vector<std::string> hits;
+    Texts hits;
   } cases[] = {
       {"Ended", "dl", {"Other:Twice"}},
       {"run", "kvd", {"Run", "Run:RunOnce", "Run:(Default value)", "?? run", "?? run:List"}},
@@ -143,20 +138,21 @@ TEST(Search, EditsHiddenKeysAndUnreadableData) {
   OpenedHive opened(built);
   HideBranch(opened.tree, opened.Item("Gone"));
   const uint32_t name = built.ValuePosition("Keep", "Name");
-  EXPECT_EQ(Hits(opened, Compiled("needle", "d")), std::vector<std::string>{"Keep:Name"});
+  EXPECT_EQ(Hits(opened, Compiled("needle", "d")), Texts{"Keep:Name"});
   EXPECT_EQ(Rows(opened, Compiled("broken", "vd")).at(0).find("|Broken|Data Offset Error|REG_SZ|"),
             ItemPath(opened.hive, opened.tree, opened.Item("Keep")).size());
   ASSERT_TRUE(SetValueEdit(opened.hive, name, 1, testing::Utf16Z("thimble")));
   EXPECT_TRUE(Hits(opened, Compiled("needle", "d")).empty());
-  EXPECT_EQ(Hits(opened, Compiled("thimble", "d")), std::vector<std::string>{"Keep:Name"});
+  EXPECT_EQ(Hits(opened, Compiled("thimble", "d")), Texts{"Keep:Name"});
 }
 
 TEST(Search, FromAFolderOfTheProgramsOwn) {
   HiveBuilder builder;
   builder.Key("Lost").Sz("Name", "needle");
   builder.Key("Kept").Sz("Name", "needle");
+  builder.Key("Bare").Sz("Name", "needle").Sz("Other", "");
   testing::BuiltHive built = builder.Build();
-  built.Unlink("Lost");
+  built.Unlink("Lost").SetU32(built.PositionOf("Bare"), testing::field::kKeyValues, 0);
   const OpenedHive opened(built);
   const auto rows_from = [&](ItemKind kind) {
     const OutputListPtr list = MakeSearchList(false);
@@ -167,7 +163,10 @@ TEST(Search, FromAFolderOfTheProgramsOwn) {
     return RowCount(*list);
   };
   EXPECT_EQ(rows_from(ItemKind::kDisconnectedKeys), 1u);
-  EXPECT_EQ(rows_from(ItemKind::kRoot), 2u);
+  EXPECT_EQ(rows_from(ItemKind::kDisconnectedValues), 1u);
+  EXPECT_EQ(rows_from(ItemKind::kRoot), 3u);
+  const std::string row = Rows(opened, Compiled("needle", "d")).back();
+  EXPECT_NE(row.find("\\Disconnected Values|Name|needle|REG_SZ||0x"), std::string::npos) << row;
 }
 
 TEST(Search, RowsSayWhereAHitStands) {
@@ -178,12 +177,11 @@ TEST(Search, RowsSayWhereAHitStands) {
   const uint32_t key = built.PositionOf("Run");
   const uint32_t value = built.ValuePosition("Run", "Path");
   const std::string path = ItemPath(opened.hive, opened.tree, opened.Item("Run"));
-  char expected[2][160];
-  std::snprintf(expected[0], 160, "%s||||0x%08X|0x%08X||", path.c_str(), key, key + 512);
-  std::snprintf(expected[1], 160, "%s|Path|needle|REG_SZ|0x%08X|0x%08X|%Xrk, 4ln, 14ld|",
-                path.c_str(), key, value + 512, key);
-  EXPECT_EQ(Rows(opened, Compiled("run", "k")), std::vector<std::string>{expected[0]});
-  EXPECT_EQ(Rows(opened, Compiled("needle", "d")), std::vector<std::string>{expected[1]});
+  EXPECT_EQ(Rows(opened, Compiled("run", "k")),
+            Texts{Formatted("%s||||0x%08X|0x%08X||", path.c_str(), key, key + 512)});
+  EXPECT_EQ(Rows(opened, Compiled("needle", "d")),
+            Texts{Formatted("%s|Path|needle|REG_SZ|0x%08X|0x%08X|%Xrk, 4ln, 14ld|", path.c_str(),
+                            key, value + 512, key)});
 }
 
 TEST(Search, StopIsHeardInsideLongData) {
@@ -271,9 +269,9 @@ TEST(Search, SieveChangesNothingInARealHive) {
   const char* folder = std::getenv("HIVEQUARRY_CORPUS");
   const std::filesystem::path corpus =
       folder != nullptr ? folder : std::filesystem::path(HIVEQUARRY_SOURCE_DIR) / "../shared/hives";
-  std::ifstream stream(corpus / "NTUSER.DAT", std::ios::binary);
-  if (!stream) GTEST_SKIP() << "no real hive in " << corpus;
-  const OpenedHive opened(Bytes(std::istreambuf_iterator<char>(stream), {}));
+  const Bytes bytes = testing::ContentOf<Bytes>((corpus / "NTUSER.DAT").string());
+  if (bytes.empty()) GTEST_SKIP() << "no real hive in " << corpus;
+  const OpenedHive opened(bytes);
   ExpectSameWithAndWithoutSieve(opened, 3, 60);
 }
 

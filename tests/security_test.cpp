@@ -8,11 +8,10 @@
 #include "security/security_lists.h"
 #include "security/sid.h"
 #include "tests/support/opened_hive.h"
+#include "tests/support/texts.h"
 
 namespace hivequarry::testing {
 namespace {
-
-using Texts = std::vector<std::string>;
 
 constexpr const char* kEveryone = "S-1-1-0";
 constexpr const char* kSystem = "S-1-5-18";
@@ -288,11 +287,7 @@ struct Sample {
   HiveBuilder builder;
   BuiltHive built;
 };
-std::string Place(uint32_t position) {
-  char text[16];
-  std::snprintf(text, sizeof text, "0x%08X", position);
-  return text;
-}
+std::string Place(uint32_t position) { return Formatted("0x%08X", position); }
 
 TEST(Security, ScanOfRecordsAndEntries) {
   Sample sample;

@@ -5,24 +5,19 @@
 
 #include <csignal>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 
 #include "host/launch.h"
 #include "host/output_file.h"
 #include "host/profile.h"
 #include "tests/support/hive_builder.h"
 #include "tests/support/host_recorder.h"
+#include "tests/support/texts.h"
 
 namespace hivequarry {
 namespace {
 
+using testing::ContentOf;
 using testing::TempFile;
-
-std::string TextOf(const std::string& name) {
-  std::ifstream file(name, std::ios::binary);
-  return std::string(std::istreambuf_iterator<char>(file), {});
-}
 
 ptrdiff_t FilesBeside(const std::string& name) {
   const std::filesystem::directory_iterator folder(std::filesystem::path(name).parent_path());
@@ -65,7 +60,7 @@ TEST(OutputFileTest, FailuresLeaveWhatWasThere) {
     const FullDevice full(40000);
     EXPECT_FALSE(Write(name, mode, big));
     EXPECT_FALSE(Write(name + "2", mode, big));
-    EXPECT_EQ(TextOf(name), "old");
+    EXPECT_EQ(ContentOf(name), "old");
     EXPECT_EQ(FilesBeside(name), 1);
   }
   EXPECT_FALSE(Write(name + "/none/file", OutputMode::kReplace, "new"));
@@ -80,7 +75,7 @@ TEST(OutputFileTest, WritesInPlace) {
   std::filesystem::create_directory(name + ".tmp~1");  // a taken name
   EXPECT_TRUE(Write(name + ".link", OutputMode::kReplace, "new"));
   EXPECT_TRUE(Write(name, OutputMode::kAppend, "er"));
-  EXPECT_EQ(TextOf(name), "newer");
+  EXPECT_EQ(ContentOf(name), "newer");
   EXPECT_TRUE(std::filesystem::is_symlink(name + ".link"));
   EXPECT_EQ(FilesBeside(name), 3);
 }
@@ -114,7 +109,7 @@ TEST(ProfileTest, WritingKeepsTheRest) {
   for (const auto& c : cases) {
     const TempFile file{std::string_view(c.before)};
     EXPECT_TRUE(WriteProfile(file.name(), "S", "k", c.value));
-    EXPECT_EQ(TextOf(file.name()), c.after);
+    EXPECT_EQ(ContentOf(file.name()), c.after);
   }
 }
 
@@ -135,7 +130,7 @@ Settings SomeSettings() {
   settings.tree_width = 250;
   settings.detail_share = 3333;
   settings.places[kPlaceBlocks] = {1, 2, 30, 40, false, {5, 6, 7, 8}};
-  settings.places[kPlaceOtherLists] = {1, 2, 30, 40, true, std::vector<int>(18, 9)};
+  settings.places[kPlaceOtherLists] = {1, 2, 30, 40, true, std::vector<int>(18, 9), 47};
   return settings;
 }
 
@@ -143,7 +138,7 @@ std::string Written(const Settings& settings, std::string_view before = "") {
   const TempFile file(before);
   EXPECT_TRUE(WriteSettings(file.name(), settings));
   EXPECT_EQ(FilesBeside(file.name()), 1);
-  return TextOf(file.name());
+  return ContentOf(file.name());
 }
 
 Settings Read(std::string_view profile) {
@@ -202,7 +197,7 @@ TEST(SettingsTest, FailureLeavesTheOldFile) {
     const FullDevice full(300);
     EXPECT_FALSE(WriteSettings(file.name(), SomeSettings()));
   }
-  EXPECT_EQ(TextOf(file.name()), "[FTSC]\r\nFC0=old\r\n");
+  EXPECT_EQ(ContentOf(file.name()), "[FTSC]\r\nFC0=old\r\n");
   EXPECT_EQ(FilesBeside(file.name()), 1);
   EXPECT_FALSE(WriteSettings(file.name() + "/none.ini", SomeSettings()));
 }

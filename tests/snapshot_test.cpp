@@ -6,8 +6,6 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 
 #include "hive/root_path.h"
 #include "host/long_operation.h"
@@ -17,17 +15,12 @@
 #include "tests/support/memory_hives.h"
 #include "tests/support/memory_registry.h"
 #include "tests/support/opened_hive.h"
+#include "tests/support/texts.h"
 
 namespace hivequarry::testing {
 namespace {
 
 using namespace std::string_literals;
-using Texts = std::vector<std::string>;
-
-Bytes ReadFile(const std::string& name) {
-  std::ifstream stream(name, std::ios::binary);
-  return Bytes(std::istreambuf_iterator<char>(stream), {});
-}
 
 // Everything of a branch in lines, whatever its own name.
 void Describe(const MemoryKey& key, const std::string& path, Texts& lines) {
@@ -45,18 +38,6 @@ Texts Described(const MemoryKey& key) {
   Describe(key, "", lines);
   std::ranges::sort(lines);
   return lines;
-}
-
-Texts Rows(const OutputList& list) {
-  Texts rows;
-  for (uint32_t row = 0; row < RowCount(list); ++row) {
-    std::string text;
-    for (int column = 0; column < 4; ++column) {
-      text += std::string(CellText(list, row, column)) + "|";
-    }
-    rows.push_back(text);
-  }
-  return rows;
 }
 
 class SnapshotTest : public ::testing::Test {
@@ -121,7 +102,7 @@ TEST_F(SnapshotTest, LoadsAndUnloadsWithThePrivilegeForThatTimeAlone) {
   EXPECT_NE(registry_.Find(u"HKU\\Mine\\A\\B"), nullptr);
   registry_.At(u"HKU\\Mine\\A\\New");
   EXPECT_EQ(UnloadHiveFromRegistry(u"Mine"), kRegistryDone);
-  EXPECT_TRUE(OpenedHive(ReadFile(file.name())).Has("A\\New"));
+  EXPECT_TRUE(OpenedHive(ContentOf<Bytes>(file.name())).Has("A\\New"));
   EXPECT_EQ(UnloadHiveFromRegistry(u"Mine"), kRegistryNotFound);
   EXPECT_EQ(LoadHiveIntoRegistry(u"Mine", file.folder() + "/none"), kRegistryNotFound);
   EXPECT_TRUE(registry_.enabled.empty());
@@ -139,13 +120,13 @@ TEST_F(SnapshotTest, TakesTheFirstTemporaryKeyThatIsFree) {
     ASSERT_EQ(Make(name), SnapshotStep::kDone) << message_;
   }
   EXPECT_EQ(registry_.At(u"HKU").keys.size(), 3U);
-  EXPECT_TRUE(Rows(*errors_).empty());
+  EXPECT_TRUE(RowTexts(*errors_, 4).empty());
 }
 
 TEST_F(SnapshotTest, HoldsTheBranchAsItWas) {
   ASSERT_EQ(Make(), SnapshotStep::kDone) << message_;
   ExpectClean(true);
-  const Bytes bytes = ReadFile(file_);
+  const Bytes bytes = ContentOf<Bytes>(file_);
   EXPECT_EQ(std::string(bytes.begin(), bytes.begin() + 4), "snap");
   MemoryKey copy;
   MemoryKey& source = registry_.At(u"HKLM\\SOFTWARE\\Tools");
@@ -172,9 +153,9 @@ TEST_F(SnapshotTest, ListsWhatCannotBeReadOrCopied) {
   registry_.At(path + u"Odd").Set(u"a\0b"s, 3, {1});
   ASSERT_EQ(Make(), SnapshotStep::kDone) << message_;
   const std::string odd = "HKEY_LOCAL_MACHINE|SOFTWARE\\Tools\\Odd";
-  EXPECT_EQ(Rows(*errors_), (Texts{odd + "|Huge|Error 234|", odd + "|a\0b|Error 123|"s,
-                                   odd + "\\Lost||Error 1450|"}));
-  EXPECT_TRUE(OpenedHive(ReadFile(file_)).Has("Odd\\Denied"));
+  EXPECT_EQ(RowTexts(*errors_, 4), (Texts{odd + "|Huge|Error 234|", odd + "|a\0b|Error 123|"s,
+                                          odd + "\\Lost||Error 1450|"}));
+  EXPECT_TRUE(OpenedHive(ContentOf<Bytes>(file_)).Has("Odd\\Denied"));
 }
 
 TEST_F(SnapshotTest, LeavesNothingBehindWhenAStepFails) {
@@ -202,9 +183,22 @@ TEST_F(SnapshotTest, LeavesNothingBehindWhenAStepFails) {
   EXPECT_EQ(message_, "Can not create file " + file_);
   std::filesystem::remove(file_);
   ExpectClean(false);
-  registry_.errors["unload"] = 5;
+  static int refusals = 2;
+  static const Registry whole = CurrentRegistry();
+  Registry table = whole;
+  table.unload = [](RegistryKey root, const char16_t* key) {
+    return refusals-- > 0 ? 5 : whole.unload(root, key);
+  };
+  SetRegistry(table);
+  EXPECT_EQ(Make(), SnapshotStep::kDone) << message_;
+  std::filesystem::remove(file_);
+  refusals = 1000;
   EXPECT_EQ(Make(), SnapshotStep::kUnload);
-  EXPECT_EQ(message_, "Could not unload File from Registry (Error 5) !");
+  EXPECT_EQ(
+      message_,
+      "Could not unload File from Registry (Error 5) !\r\nHKEY_USERS\\Temp01 stays until it is "
+      "unloaded or the system restarts. Then " +
+          file_ + ".tmp~1 can be deleted.");
   EXPECT_FALSE(std::filesystem::exists(file_));
 }
 
@@ -226,7 +220,7 @@ TEST_F(SnapshotTest, PathBecomesTheRootsNameWhereItHasRoom) {
     const TempFile file(c.hive);
     const std::string path(c.length, 'p');
     EXPECT_TRUE(MarkSnapshot(file.name(), path, c.keep_signature));
-    const Bytes bytes = ReadFile(file.name());
+    const Bytes bytes = ContentOf<Bytes>(file.name());
     EXPECT_EQ(bytes[0], c.keep_signature ? 'r' : 's');
     OpenedHive opened{std::span(bytes)};
     EXPECT_EQ(opened.tree.root_text == path, c.named) << opened.tree.root_text;
@@ -247,13 +241,13 @@ TEST_F(SnapshotTest, WholeRootsAreKnownByTheirFiles) {
     const bool there = registry_.Find(WidenText(root.path)) != nullptr;
     EXPECT_EQ(result.step, there ? SnapshotStep::kDone : SnapshotStep::kOpen);
     if (!there) continue;
-    const Bytes bytes = ReadFile(result.file);
+    const Bytes bytes = ContentOf<Bytes>(result.file);
     EXPECT_EQ(std::string(bytes.begin(), bytes.begin() + 4), "snap");
     OpenedImage image(bytes, true, root.file_name);
     EXPECT_TRUE(RootPathFromSnapshotName(image.hive()));
     EXPECT_EQ(image.hive().root_label, root.path);
   }
-  EXPECT_TRUE(Rows(*errors_).empty());
+  EXPECT_TRUE(RowTexts(*errors_, 4).empty());
   EXPECT_TRUE(registry_.enabled.empty());
   registry_.errors["save"] = 1314;
   EXPECT_EQ(SnapshotMessage(MakeRootSnapshot(WholeRoots()[3], folder_.folder(), *errors_)),

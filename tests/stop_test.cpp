@@ -20,6 +20,7 @@
 #include "lists/list_order.h"
 #include "lists/list_report.h"
 #include "reports/file_pieces.h"
+#include "reports/freed_lists.h"
 #include "reports/hive_lists.h"
 #include "reports/key_dates.h"
 #include "reports/registry_script.h"
@@ -29,6 +30,7 @@
 #include "tests/support/host_recorder.h"
 #include "tests/support/opened_hive.h"
 #include "tests/support/sample_hives.h"
+#include "tests/support/texts.h"
 
 namespace hivequarry {
 namespace {
@@ -121,25 +123,33 @@ OutputListPtr Sorted(Place& at, SortMode mode, int column) {
   return nullptr;
 }
 
-template <typename Write>
-OutputListPtr Written(const Write& write) {
-  write([](std::string_view piece) { return !piece.empty(); });
-  return nullptr;
+template <typename Fill>
+auto Fills(const Fill& fill) {
+  return [fill](Place& at, OutputList& list) {
+    fill(at, list);
+    return OutputListPtr();
+  };
 }
 
-OutputListPtr Split(Place& at) {
+template <typename Write>
+auto Writes(const Write& write) {
+  return Fills([write](Place& at, OutputList&) {
+    write(at, [](std::string_view piece) { return !piece.empty(); });
+  });
+}
+
+void Split(Place& at) {
   const std::string folder = at.report.name() + ".pieces";
-  OutputListPtr list = ListBlockRuns(at.file);
+  const OutputListPtr list = ListBlockRuns(at.file);
   std::filesystem::create_directory(folder);
   SplitFile(*list, folder);
   std::filesystem::remove_all(folder);
-  return nullptr;
 }
 
 // A security list's function as an operation's.
-template <auto kList, typename... Question>
-OutputListPtr Secured(Place& at, OutputList& list, const Question&... question) {
-  kList(at.hive, at.tree, 0, question..., {}, list);
+template <auto kList>
+OutputListPtr Secured(Place& at, OutputList& list) {
+  kList(at.hive, at.tree, 0, {}, list);
   return nullptr;
 }
 
@@ -158,82 +168,51 @@ std::vector<Operation> Operations() {
       {"search, sieved", kListSearch,
        [](Place& at, OutputList& list) { return Searched(at, list, SearchWay::kSieved); }},
       {"dates", kListKeyDates,
-       [](Place& at, OutputList& list) {
-         ListKeyDates(at.hive, at.tree, 0, {}, list);
-         return OutputListPtr();
-       }},
+       Fills([](Place& at, OutputList& list) { ListKeyDates(at.hive, at.tree, 0, {}, list); })},
       {"tree", 1, [](Place& at, OutputList&) { return ListKeyTree(at.hive, at.tree, 0); }},
       {"values", 1,
        [](Place& at, OutputList&) { return ListKeyValues(at.hive, at.tree, kNoItem, {}); }},
       {"disconnected values", 1,
        [](Place& at, OutputList&) { return ListDisconnectedValues(at.hive, at.tree, {}); }},
+      {"freed values", 1,
+       [](Place& at, OutputList&) { return ListFreedValues(at.hive, at.tree, {}); }},
       {"blocks", 1, [](Place& at, OutputList&) { return ListBlocks(at.hive); }},
       {"root keys", 1, [](Place& at, OutputList&) { return ListRootKeys(at.hive, at.tree); }},
       {"block runs", 1, [](Place& at, OutputList&) { return ListBlockRuns(at.file); }, false},
-      {"split", 1, [](Place& at, OutputList&) { return Split(at); }},
+      {"split", 1, Fills([](Place& at, OutputList&) { Split(at); })},
       {"security cells", kListSecurityScan,
-       [](Place& at, OutputList& list) {
-         ScanSecurityCells(at.hive, {}, list);
-         return OutputListPtr();
-       }},
-      {"aces", kListAces,
-       [](Place& at, OutputList& list) {
-         ListAces(at.hive, {}, list);
-         return OutputListPtr();
-       }},
-      {"keys by owner", kListSecurityKeys,
-       [](Place& at, OutputList& list) {
-         return Secured<FindKeysBySecurity>(at, list, OwnerQuery());
-       }},
+       Fills([](Place& at, OutputList& list) { ScanSecurityCells(at.hive, {}, list); })},
+      {"aces", kListAces, Fills([](Place& at, OutputList& list) { ListAces(at.hive, {}, list); })},
+      {"keys by owner", kListSecurityKeys, Fills([](Place& at, OutputList& list) {
+         FindKeysBySecurity(at.hive, at.tree, 0, OwnerQuery(), {}, list);
+       })},
       // Their counts come at the end.
       {"used records", kListUsedRecords, Secured<ListUsedRecords>, false},
       {"owners", kListKeyOwners, Secured<ListKeyOwners>},
       {"records of keys", kListRecordKeys, Secured<ListRecordKeys>},
       {"export", 1,
-       [](Place& at, OutputList&) {
-         return Written([&](const TextSink& sink) { ExportBranch(at.hive, at.tree, 0, sink); });
-       }},
+       Writes([](Place& at, const TextSink& sink) { ExportBranch(at.hive, at.tree, 0, sink); })},
       {"sort by text", 1, [](Place& at, OutputList&) { return Sorted(at, SortMode::kText, 1); }},
       {"sort by date", 1, [](Place& at, OutputList&) { return Sorted(at, SortMode::kDate, 0); }},
       {"sort by level", 1, [](Place& at, OutputList&) { return Sorted(at, SortMode::kLevel, 1); }},
       {"write text", 1,
-       [](Place& at, OutputList&) {
-         return Written([&](const TextSink& sink) { WriteListText(*at.rows, sink); });
-       }},
+       Writes([](Place& at, const TextSink& sink) { WriteListText(*at.rows, sink); })},
       {"write csv", 1,
-       [](Place& at, OutputList&) {
-         return Written([&](const TextSink& sink) { WriteListCsv(*at.rows, sink); });
-       }},
+       Writes([](Place& at, const TextSink& sink) { WriteListCsv(*at.rows, sink); })},
       {"write json", 1,
-       [](Place& at, OutputList&) {
-         return Written([&](const TextSink& sink) { WriteListJsonLines(*at.rows, sink); });
-       }},
+       Writes([](Place& at, const TextSink& sink) { WriteListJsonLines(*at.rows, sink); })},
       {"write report", 1,
-       [](Place& at, OutputList&) {
-         return Written([&](const TextSink& sink) { WriteReport(*at.rows, {}, {}, sink); });
-       }},
-      {"read report", kListKeyDates, [](Place& at, OutputList& list) {
-         ReadReportRows(at.report.name(), list);
-         return OutputListPtr();
-       }}};
+       Writes([](Place& at, const TextSink& sink) { WriteReport(*at.rows, {}, {}, sink); })},
+      {"read report", kListKeyDates,
+       Fills([](Place& at, OutputList& list) { ReadReportRows(at.report.name(), list); })}};
   for (size_t i = 0; i < static_cast<size_t>(Report::kCount); ++i) {
     const ReportInfo& info = InfoOf(static_cast<Report>(i));
-    all.push_back({info.name, info.kind,
-                   [&info](Place& at, OutputList& list) {
+    all.push_back({info.name, info.kind, Fills([&info](Place& at, OutputList& list) {
                      RunReportOnHive(info.report, at.hive, at.tree, 0, list);
-                     return OutputListPtr();
-                   },
+                   }),
                    info.report != Report::kFiles});
   }
   return all;
-}
-
-std::string TextOfRow(const OutputList& list, uint32_t row) {
-  std::string text;
-  for (int column = 0; column < ColumnCount(list); ++column) {
-    text.append(CellText(list, row, column)) += '|';
-  }
-  return text;
 }
 
 class Stop : public ::testing::TestWithParam<Operation> {
@@ -284,7 +263,8 @@ class Stop : public ::testing::TestWithParam<Operation> {
       if (delay >= 0 && passed.count() >= delay) break;
       const uint32_t rows = RowCount(list);
       if (rows != 0)
-        read_characters_ += TextOfRow(list, rows - 1).size() + TextOfRow(list, rows / 2).size();
+        read_characters_ +=
+            testing::RowText(list, rows - 1).size() + testing::RowText(list, rows / 2).size();
       std::this_thread::yield();
     }
   }
@@ -313,7 +293,7 @@ TEST_P(Stop, EndsItSoonAndLeavesNothingBehind) {
     const uint32_t rows = RowCount(*run.list);
     ASSERT_LE(rows, RowCount(*whole));
     for (uint32_t row = 0; row < rows && GetParam().ordered; ++row) {
-      ASSERT_EQ(TextOfRow(*run.list, row), TextOfRow(*whole, row)) << row;
+      ASSERT_EQ(testing::RowText(*run.list, row), testing::RowText(*whole, row)) << row;
     }
   }
   EXPECT_LT(longest, kLimit);

@@ -7,6 +7,7 @@
 #include "host/long_operation.h"
 #include "reports/report_run.h"
 #include "tests/support/opened_hive.h"
+#include "tests/support/texts.h"
 
 namespace hivequarry {
 namespace {
@@ -140,10 +141,8 @@ TEST(StructureReports, CountKeys) {
   EXPECT_EQ(rows[0][1], "HRZR_az");
   EXPECT_EQ(rows[0][2], "UEME_nm");
   EXPECT_EQ(rows[0][3].substr(0, 6), "05 05 ");
-  char offset[16];
-  std::snprintf(offset, sizeof(offset), "0x%08X",
-                built.PositionOf("Explorer\\UserAssist\\{GUID}\\Count"));
-  EXPECT_EQ(rows[0][5], offset);
+  EXPECT_EQ(rows[0][5],
+            Formatted("0x%08X", built.PositionOf("Explorer\\UserAssist\\{GUID}\\Count")));
   EXPECT_EQ(rows[0][4], kDate);
   for (size_t row = 1; row < rows.size(); ++row) EXPECT_EQ(rows[row][4], "") << rows[row][1];
 }

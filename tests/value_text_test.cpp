@@ -4,6 +4,7 @@
 
 #include "hive/image.h"
 #include "tests/support/hive_builder.h"
+#include "tests/support/texts.h"
 
 namespace hivequarry {
 namespace {
@@ -162,12 +163,6 @@ class ValueDetailTest : public ::testing::Test {
   }
 };
 
-std::string Hex(uint32_t number) {
-  char text[16];
-  std::snprintf(text, sizeof text, "0x%X", number);
-  return text;
-}
-
 TEST_F(ValueDetailTest, HeaderAndBodyByType) {
   const struct {
     const char* name;
@@ -196,8 +191,9 @@ TEST_F(ValueDetailTest, HeaderAndBodyByType) {
     const uint32_t data = c.data.size() > 4 ? built.DataPosition("K", c.name) : value + 12;
     const ValueDetailText detail = ValueDetail(hive, value);
     EXPECT_EQ(detail.status, ValueStatus::kRead) << c.name;
-    EXPECT_EQ(detail.text, "Type " + std::to_string(c.type) + ", Value " + Hex(value) + ", Data " +
-                               Hex(data) + ", " + c.length_and_body)
+    EXPECT_EQ(detail.text,
+              testing::Formatted("Type %u, Value 0x%X, Data 0x%X, ", c.type, value, data) +
+                  c.length_and_body)
         << c.name;
   }
 }

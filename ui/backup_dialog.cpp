@@ -58,14 +58,7 @@ std::string& LastBackupFolder() { return TheSettings().folders[kFolderBackups]; 
 // --- what the controls hold ----------------------------------------------------------------------
 
 std::string FolderIn(const BackupDialog& state) {
-  const HWND edit = GetDlgItem(state.dialog, kBackupFolder);
-  std::wstring text(static_cast<size_t>(GetWindowTextLengthW(edit)) + 1, L'\0');
-  text.resize(
-      static_cast<size_t>(GetWindowTextW(edit, text.data(), static_cast<int>(text.size()))));
-  const std::string name = Utf8Name(text);
-  const size_t start = name.find_first_not_of(" \t\"");
-  if (start == std::string::npos) return {};
-  return name.substr(start, name.find_last_not_of(" \t\"") + 1 - start);
+  return WithoutEndSeparators(ControlFileName(state.dialog, kBackupFolder));
 }
 
 void ShowFolder(const BackupDialog& state, const std::string& folder) {

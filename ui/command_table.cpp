@@ -16,6 +16,7 @@
 #include "ui/recent_keys_dialog.h"
 #include "ui/regedit_commands.h"
 #include "ui/report_commands.h"
+#include "ui/root_dialog.h"
 #include "ui/search_commands.h"
 #include "ui/security_commands.h"
 #include "ui/snapshot_commands.h"
@@ -50,6 +51,8 @@ constexpr Command kCommands[] = {
     {.number = kCommandExportHive, .menu = "&File", .text = "Export Hive to &reg file",
      .group_start = true, .guard = Guard::kRunningOrBackup, .needs = Needs::kHive,
      .handler = OnExportHive},
+    {.number = kCommandHiveRoot, .menu = "&File", .text = "Regis&try root of hive...",
+     .needs = Needs::kHive, .handler = OnHiveRoot},
     {.number = kCommandListSecurity, .menu = kSecurityMenu, .text = "List &Security Records",
      .needs = Needs::kHive, .handler = OnListSecurityRecords},
     {.number = kCommandListAces, .menu = kSecurityMenu, .text = "List &ACEs",
@@ -173,6 +176,10 @@ constexpr Command kCommands[] = {
      .needs = Needs::kItem, .handler = OnListValues},
     {.number = kCommandListLostValues, .menu = "&View", .text = "List disconnected valu&es",
      .needs = Needs::kHive, .handler = OnListLostValues},
+    {.number = kCommandListFreedKeys, .menu = "&View", .text = "List &freed keys",
+     .needs = Needs::kHive, .handler = OnListFreedKeys},
+    {.number = kCommandListFreedValues, .menu = "&View", .text = "List freed va&lues",
+     .needs = Needs::kHive, .handler = OnListFreedValues},
     {.number = kCommandListEdits, .menu = "&View", .text = "List ed&ited values",
      .group_start = true, .needs = Needs::kEdits, .handler = OnListEdits},
     {.number = kCommandTakeBackAll, .menu = "&View", .text = "Take back &all edits",

@@ -66,9 +66,12 @@ void StartExport(const ListPlace& place, Write write) {
   const bool started = StartWork(
       window, kOperationExport,
       [job, write, &hive, &tree = *window.key_tree] {
-        job->written =
-            write([job](std::string_view piece) { return WriteOutput(job->file, piece); });
-        job->stopped = StopRequested();
+        const bool made = WithMemory([&] {
+          job->written =
+              write([job](std::string_view piece) { return WriteOutput(job->file, piece); });
+          return true;
+        });
+        job->stopped = !made || StopRequested();
         job->kept = CloseOutput(job->file, !job->stopped && !job->written.refused);
         if (job->kept) job->gaps = ListScriptGaps(hive, tree, job->written);
       },

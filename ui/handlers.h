@@ -39,6 +39,8 @@ void OnListRoots(MainWindow& window);
 void OnListKeys(MainWindow& window);
 void OnListValues(MainWindow& window);
 void OnListLostValues(MainWindow& window);
+void OnListFreedKeys(MainWindow& window);
+void OnListFreedValues(MainWindow& window);
 
 // The list command of that number, for the Output List pane.
 void RunOutputCommand(MainWindow& window, uint16_t number);

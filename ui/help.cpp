@@ -5,6 +5,7 @@
 #include "host/host.h"
 #include "host/output_file.h"
 #include "ui/host_window.h"
+#include "ui/resource.h"
 #include "ui/text.h"
 
 namespace hivequarry {
@@ -52,6 +53,25 @@ bool OpenInBrowser(HWND owner, const std::string& file) {
   return ShellExecuteExW(&request) != FALSE;
 }
 
+// Dialogs by a control that no other one has.
+struct DialogTopic {
+  int control;
+  HelpTopic topic;
+};
+constexpr DialogTopic kDialogTopics[] = {
+    {kFindText, kHelpOutputLists},   {kSaveAsFile, kHelpOutputLists},
+    {kSelectText, kHelpOutputLists}, {kHexFindWhat, kHelpValueEditor},
+    {kEditKey, kHelpValueEditor},    {kPositionText, kHelpValueEditor},
+    {kRecentList, kHelpBookmarks},   {kPermissionSid, kHelpSecurity},
+    {kReplaceFrom, kHelpSecurity}};
+
+HelpTopic TopicOf(HWND dialog, HelpTopic otherwise) {
+  for (const DialogTopic& known : kDialogTopics) {
+    if (GetDlgItem(dialog, known.control) != nullptr) return known.topic;
+  }
+  return otherwise;
+}
+
 void Complain(const std::string& text) {
   ShowMessage(text.c_str(), kProgramName, Icon::kExclamation);
 }
@@ -64,6 +84,13 @@ void ShowHelp(HWND owner, int topic) {
   if (!OpenInBrowser(owner, FileToOpen(help, topic))) {
     Complain("Can not open help file !\r\n(" + help + ")");
   }
+}
+
+void ShowHelpFor(HWND window, LPARAM asked, HelpTopic topic) {
+  const auto& info = *reinterpret_cast<const HELPINFO*>(asked);
+  const bool in_menu = info.iContextType != HELPINFO_WINDOW;
+  const HWND dialog = in_menu ? window : GetAncestor(static_cast<HWND>(info.hItemHandle), GA_ROOT);
+  ShowHelp(dialog, TopicOf(dialog, topic));
 }
 
 }  // namespace hivequarry

@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "reports/file_pieces.h"
+#include "reports/freed_lists.h"
 #include "reports/hive_lists.h"
 #include "ui/handlers.h"
 #include "ui/list_window.h"
@@ -52,6 +53,18 @@ void OnListValues(MainWindow& window) {
 void OnListLostValues(MainWindow& window) {
   StartList(window, [&hive = ShownHive(window), &tree = *window.key_tree] {
     return ListDisconnectedValues(hive, tree, ValueListOptions());
+  });
+}
+
+void OnListFreedKeys(MainWindow& window) {
+  StartList(window, [&hive = ShownHive(window), &tree = *window.key_tree] {
+    return ListFreedKeys(hive, tree);
+  });
+}
+
+void OnListFreedValues(MainWindow& window) {
+  StartList(window, [&hive = ShownHive(window), &tree = *window.key_tree] {
+    return ListFreedValues(hive, tree, ValueListOptions());
   });
 }
 

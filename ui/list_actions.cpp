@@ -8,9 +8,11 @@
 #include "host/long_operation.h"
 #include "recovery/root_search.h"
 #include "reports/file_pieces.h"
+#include "ui/list_commands.h"
 #include "ui/list_handlers.h"
 #include "ui/list_work.h"
 #include "ui/main_window.h"
+#include "ui/raw_view.h"
 
 namespace hivequarry {
 namespace {
@@ -54,6 +56,16 @@ void TakePieces(ListPlace& place, SplitJob& job) {
   ShowPlaceStatus(place, job.done ? "Done." : "");
 }
 
+// The tree has no item for a freed record: its bytes are shown instead.
+bool GoToRow(const ListPlace& place, uint32_t position) {
+  if (GoToPosition(*place.owner, position)) {
+    SetForegroundWindow(place.owner->handle);
+    return true;
+  }
+  return IsListAbout(ListAbout::kFreed, ListKindOf(*place.model)) &&
+         OpenRawView(*place.owner, position) != nullptr;
+}
+
 }  // namespace
 
 void OnClearList(ListPlace& place) { EmptyList(place); }
@@ -73,12 +85,9 @@ void OnCloseList(ListPlace& place) {
 }
 
 void OnGoToTree(ListPlace& place) {
-  if (GoToPosition(*place.owner, FocusedPosition(place))) {
-    SetForegroundWindow(place.owner->handle);
-  } else {
-    const Host& host = CurrentHost();
-    host.beep(host.context);
-  }
+  if (GoToRow(place, FocusedPosition(place))) return;
+  const Host& host = CurrentHost();
+  host.beep(host.context);
 }
 
 void OnSplitFile(ListPlace& place) {

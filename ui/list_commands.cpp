@@ -169,6 +169,8 @@ bool IsListAbout(ListAbout about, int kind) {
       return kind == kListRawRecord;
     case ListAbout::kCompared:
       return kind == 7;
+    case ListAbout::kFreed:
+      return IsOneOf(kind, {kListFreedKeys, kListFreedValues});
   }
   return false;
 }

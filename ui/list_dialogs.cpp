@@ -134,6 +134,15 @@ INT_PTR CALLBACK SelectProc(HWND dialog, UINT message, WPARAM first, LPARAM seco
   return TRUE;
 }
 
+std::u16string WideControlText(HWND dialog, int control) {
+  const HWND window = GetDlgItem(dialog, control);
+  std::u16string text(static_cast<size_t>(GetWindowTextLengthW(window)) + 1, u'\0');
+  const int length = GetWindowTextW(window, reinterpret_cast<wchar_t*>(text.data()),
+                                    static_cast<int>(text.size()));
+  text.resize(static_cast<size_t>(length));
+  return text;
+}
+
 }  // namespace
 
 ListDialogs& TheListDialogs() {
@@ -154,12 +163,19 @@ bool AskSelect(HWND owner, const OutputList& list, SelectChoice& choice) {
 }
 
 std::string ControlText(HWND dialog, int control) {
-  const HWND window = GetDlgItem(dialog, control);
-  std::u16string text(static_cast<size_t>(GetWindowTextLengthW(window)) + 1, u'\0');
-  const int length = GetWindowTextW(window, reinterpret_cast<wchar_t*>(text.data()),
-                                    static_cast<int>(text.size()));
-  text.resize(static_cast<size_t>(length));
-  return NarrowText(text);
+  return NarrowText(WideControlText(dialog, control));
+}
+
+std::string ControlUtf8(HWND dialog, int control) {
+  return Utf8FromWide(WideControlText(dialog, control));
+}
+
+std::string ControlFileName(HWND dialog, int control) {
+  constexpr const char* kAround = " \t\"";
+  const std::string name = ControlUtf8(dialog, control);
+  const size_t start = name.find_first_not_of(kAround);
+  if (start == std::string::npos) return {};
+  return name.substr(start, name.find_last_not_of(kAround) + 1 - start);
 }
 
 void FillTextBox(HWND dialog, int control, const std::string& text) {

@@ -46,8 +46,11 @@ struct SelectChoice {
 // Asks with the dialog "SELECTDLG" which rows of the list to select; true when the user wants to.
 bool AskSelect(HWND owner, const OutputList& list, SelectChoice& choice);
 
-// The text of a dialog's control as code-page text; a box of texts used before; a tick.
+// The text of a dialog's control as code-page text; as UTF-8; as the name of a file, UTF-8 without
+// the blanks and quotes that come along when it is pasted; a box of texts used before; a tick.
 std::string ControlText(HWND dialog, int control);
+std::string ControlUtf8(HWND dialog, int control);
+std::string ControlFileName(HWND dialog, int control);
 void FillTextBox(HWND dialog, int control, const std::string& text);
 bool IsTicked(HWND dialog, int control);
 

@@ -40,9 +40,10 @@ void SaveReport(const ListPlace& place, bool selection) {
   if (file.empty() || !OpenListFile(file, OutputMode::kReplace, kCannotOpen, out)) return;
   const WaitTurn wait(ShownRowCount(place));
   const RowChoice rows = ChooseRows(place, selection);
-  const bool whole =
-      WriteReport(*place.model, RowsOf(rows), LookOf(place),
-                  [&out](std::string_view piece) { return WriteOutput(out, piece); });
+  const bool whole = WithMemory([&] {
+    return WriteReport(*place.model, RowsOf(rows), LookOf(place),
+                       [&out](std::string_view piece) { return WriteOutput(out, piece); });
+  });
   if (CloseOutput(out, whole) && whole) return;
   ShowMessage("Could not save Output List to File !", kProgramName, Icon::kInformation);
 }

@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <cinttypes>
 #include <cstdio>
-#include <new>
 #include <string_view>
 #include <vector>
 
@@ -59,8 +58,7 @@ bool WriteRows(const OutputList& list, const WrittenRows& which, bool first_colu
   return first_column ? WriteFirstColumn(list, which, sink) : WriteListText(list, which, sink);
 }
 
-// Throws std::bad_alloc.
-bool TryCopyRows(const OutputList& list, const WrittenRows& which, bool first_column) {
+bool CopyText(const OutputList& list, const WrittenRows& which, bool first_column) {
   std::string text;
   if (!WriteRows(list, which, first_column, [&text](std::string_view piece) {
         text += piece;
@@ -79,12 +77,7 @@ bool TryCopyRows(const OutputList& list, const WrittenRows& which, bool first_co
 bool CopyRows(const ListPlace& place, bool selection, bool first_column) {
   const RowChoice rows = ChooseRows(place, selection);
   const WaitTurn wait(selection ? static_cast<uint32_t>(rows.rows.size()) : ShownRowCount(place));
-  try {
-    return TryCopyRows(*place.model, RowsOf(rows), first_column);
-  } catch (const std::bad_alloc&) {
-    ShowMessage("Could Not Allocate Memory", kProgramName, Icon::kExclamation);
-    return false;
-  }
+  return WithMemory([&] { return CopyText(*place.model, RowsOf(rows), first_column); });
 }
 
 // --- the system's editor -------------------------------------------------------------------------
@@ -109,8 +102,10 @@ std::string NextTextName() {
 
 bool WriteText(const OutputList& list, const WrittenRows& which, OutputFile& out,
                uint32_t& written) {
-  const bool whole = WriteListText(
-      list, which, [&out](std::string_view piece) { return WriteOutput(out, piece); }, &written);
+  const bool whole = WithMemory([&] {
+    return WriteListText(
+        list, which, [&out](std::string_view piece) { return WriteOutput(out, piece); }, &written);
+  });
   return CloseOutput(out, whole) && whole;
 }
 
@@ -126,6 +121,10 @@ WaitTurn::WaitTurn(uint32_t rows) {
 
 WaitTurn::~WaitTurn() {
   if (previous != nullptr) SetCursor(previous);
+}
+
+void ReportNoMemory() {
+  ShowMessage("Could Not Allocate Memory", kProgramName, Icon::kExclamation);
 }
 
 bool FileExists(const std::string& file) {

@@ -2,17 +2,19 @@
 
 #include <algorithm>
 #include <memory>
+#include <utility>
 #include <vector>
 
 #include "app/settings.h"
 #include "host/host.h"
 #include "host/long_operation.h"
+#include "ui/frame_window.h"
+#include "ui/help.h"
 #include "ui/list_frame.h"
 #include "ui/list_saving.h"
 #include "ui/list_sorting.h"
 #include "ui/list_view.h"
 #include "ui/main_window.h"
-#include "ui/window_class.h"
 #include "ui/window_place.h"
 
 namespace hivequarry {
@@ -21,8 +23,6 @@ namespace {
 constexpr wchar_t kClassName[] = L"HivequarryList";
 constexpr int kDefaultWidth = 1180;  // at 96 dpi
 constexpr int kDefaultHeight = 520;
-constexpr int kLeastWidth = 420;
-constexpr int kLeastHeight = 240;
 constexpr int kCascade = 28;  // from one window to the next
 
 struct ListWindows {
@@ -39,16 +39,26 @@ WindowPlace& SavedPlace(const ListPlace& place) {
   return TheSettings().places[static_cast<size_t>(PlaceOfListKind(ListKindOf(*place.model)))];
 }
 
+// Widths that the user chose are kept; those of a list of another kind stay until then.
 void SavePlace(const ListWindow& window) {
-  if (window.place.model == nullptr) return;  // its making failed
-  WindowPlace& saved = SavedPlace(window.place);
-  saved = PlaceOfWindow(window.place.window, window.dpi);
-  saved.columns = ColumnWidths(window.place.list, window.dpi);
+  const ListPlace& place = window.place;
+  if (place.model == nullptr) return;  // its making failed
+  WindowPlace& saved = SavedPlace(place);
+  WindowPlace now = PlaceOfWindow(place.window, window.dpi);
+  const bool same_kind = saved.list_kind == ListKindOf(*place.model);
+  now.list_kind = place.columns_touched ? ListKindOf(*place.model) : saved.list_kind;
+  if (place.columns_touched) {
+    now.columns = ColumnWidths(place.list, window.dpi);
+  } else if (!same_kind) {
+    now.columns = saved.columns;
+  }
+  saved = std::move(now);
 }
 
 // The saved widths, in pixels, if they are those of a list like this.
 std::vector<int> SavedWidths(const ListWindow& window, const WindowPlace& saved,
                              const OutputList& list) {
+  if (saved.list_kind != ListKindOf(list)) return {};
   const auto end = std::find(saved.columns.begin(), saved.columns.end(), 0);
   std::vector<int> widths(saved.columns.begin(), end);
   if (std::ssize(widths) != ColumnCount(list)) return {};
@@ -83,9 +93,9 @@ bool OnCreate(ListWindow& window) {
   return true;
 }
 
-void OnDpiChanged(ListWindow& window, WPARAM dpi, const RECT& area) {
+void OnDpiChanged(ListWindow& window, uint32_t dpi, const RECT& area) {
   const uint32_t old_dpi = window.dpi;
-  window.dpi = HIWORD(dpi);
+  window.dpi = dpi;
   RefreshListLook(window);
   ScaleColumns(window.place.list, old_dpi, window.dpi);
   MoveToArea(window.place.window, area);
@@ -98,15 +108,6 @@ void OnSystemChange(ListWindow& window, UINT message, WPARAM first, LPARAM secon
   }
   RefreshListLook(window);
   LayOutListWindow(window);
-}
-
-void OnActivate(ListWindow& window, WPARAM how) {
-  if (LOWORD(how) == WA_INACTIVE) {
-    const HWND focus = GetFocus();
-    if (IsChild(window.place.window, focus) != FALSE) window.last_focus = focus;
-  } else {
-    SetFocus(window.last_focus != nullptr ? window.last_focus : window.place.list);
-  }
 }
 
 // A worker on the list is asked to end first; the window goes with its end.
@@ -123,17 +124,10 @@ void OnClose(ListWindow& window) {
 }
 
 void FreeListWindow(ListWindow* window) {
-  SetWindowLongPtrW(window->place.window, GWLP_USERDATA, 0);
   std::erase(TheListWindows().open, window);
   FreeFonts(window->fonts);
   FreeIconLists(window->icons);
   delete window;
-}
-
-bool OnSetCursor(const ListWindow& window, LPARAM where) {
-  if (window.place.owner->host.wait_cursors <= 0 || LOWORD(where) != HTCLIENT) return false;
-  SetCursor(LoadCursorW(nullptr, IDC_APPSTARTING));
-  return true;
 }
 
 LRESULT OnNotify(ListWindow& window, const NMHDR& notice) {
@@ -148,15 +142,6 @@ LRESULT OnNotify(ListWindow& window, const NMHDR& notice) {
 
 LRESULT Route(ListWindow& window, UINT message, WPARAM first, LPARAM second) {
   switch (message) {
-    case WM_CREATE:
-      return OnCreate(window) ? 0 : -1;
-    case WM_SIZE:
-      if (first != SIZE_MINIMIZED) LayOutListWindow(window);
-      return 0;
-    case WM_GETMINMAXINFO:
-      reinterpret_cast<MINMAXINFO*>(second)->ptMinTrackSize = {Scale(kLeastWidth, window.dpi),
-                                                               Scale(kLeastHeight, window.dpi)};
-      return 0;
     case WM_COMMAND:
       RunListCommand(window.place, LOWORD(first));
       return 0;
@@ -167,20 +152,9 @@ LRESULT Route(ListWindow& window, UINT message, WPARAM first, LPARAM second) {
         TrackListMenu(window.place, {GET_X_LPARAM(second), GET_Y_LPARAM(second)});
       }
       return 0;
-    case WM_DPICHANGED:
-      OnDpiChanged(window, first, *reinterpret_cast<const RECT*>(second));
-      return 0;
-    case WM_SYSCOLORCHANGE:
-    case WM_THEMECHANGED:
-    case WM_SETTINGCHANGE:
-      OnSystemChange(window, message, first, second);
-      return 0;
-    case WM_ACTIVATE:
-      OnActivate(window, first);
-      return 0;
-    case WM_CLOSE:
-      OnClose(window);
-      return 0;
+    case WM_HELP:
+      ShowHelpFor(window.place.window, second, HelpTopicOfList(ListKindOf(*window.place.model)));
+      return TRUE;
     case WM_DESTROY:
       SavePlace(window);
       return 0;
@@ -189,23 +163,26 @@ LRESULT Route(ListWindow& window, UINT message, WPARAM first, LPARAM second) {
   }
 }
 
-LRESULT CALLBACK ListProc(HWND handle, UINT message, WPARAM first, LPARAM second) {
-  auto* window = RecordOfWindow<ListWindow>(handle, message, second);
-  if (message == WM_NCCREATE) {
-    window->place.window = handle;
-    TheListWindows().open.push_back(window);
-  }
-  if (window == nullptr) return DefWindowProcW(handle, message, first, second);
-  if (message == WM_NCDESTROY) {
-    FreeListWindow(window);
-    return 0;
-  }
-  if (message == WM_SETCURSOR && OnSetCursor(*window, second)) return TRUE;
-  return Route(*window, message, first, second);
-}
+constexpr FrameRoutes<ListWindow> kRoutes = {
+    .least = {420, 240},
+    .take_handle =
+        [](ListWindow& window, HWND handle) {
+          window.place.window = handle;
+          TheListWindows().open.push_back(&window);
+        },
+    .create = OnCreate,
+    .lay_out = LayOutListWindow,
+    .change_dpi = OnDpiChanged,
+    .change_look = OnSystemChange,
+    .pane = [](const ListWindow& window) { return window.place.list; },
+    .host = [](const ListWindow& window) -> const HostWindow& { return window.place.owner->host; },
+    .close = OnClose,
+    .free = FreeListWindow,
+    .others = Route};
+constexpr WNDPROC kProcedure = FrameProc<ListWindow, kRoutes>;
 
 ListWindow* WindowOfHandle(HWND handle) {
-  if (GetClassLongPtrW(handle, GCLP_WNDPROC) != reinterpret_cast<ULONG_PTR>(ListProc)) {
+  if (GetClassLongPtrW(handle, GCLP_WNDPROC) != reinterpret_cast<ULONG_PTR>(kProcedure)) {
     return nullptr;
   }
   return reinterpret_cast<ListWindow*>(GetWindowLongPtrW(handle, GWLP_USERDATA));
@@ -214,7 +191,7 @@ ListWindow* WindowOfHandle(HWND handle) {
 // The record goes with its window, also when its making fails half-way.
 ListWindow* MakeListWindow(MainWindow& owner) {
   if (!RegisterWindowClass(owner.instance,
-                           {.name = kClassName, .procedure = ListProc, .framed = true})) {
+                           {.name = kClassName, .procedure = kProcedure, .framed = true})) {
     return nullptr;
   }
   auto* window = new ListWindow;

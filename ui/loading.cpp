@@ -28,6 +28,10 @@ void LoadHive(LoadJob& job, BuildOptions options, HWND window) {
   if (job.slot >= 0) {
     HiveImage& hive = TheHiveTable().slots[static_cast<size_t>(job.slot)];
     job.summary = BuildImageTree(hive, options, *job.tree);
+    if (FoundNothing(job.summary) && !ValidateHiveFile(hive)) {
+      FreeHiveSlot(job.slot);
+      job.slot = -1;
+    }
   }
   EndOperation();
   PostMessageW(window, kLoadDone, 0, 0);

@@ -7,6 +7,8 @@
 #include "host/long_operation.h"
 #include "ui/address_bar.h"
 #include "ui/empty_view.h"
+#include "ui/frame_window.h"
+#include "ui/help.h"
 #include "ui/list_window.h"
 #include "ui/resource.h"
 #include "ui/security_window.h"
@@ -15,6 +17,7 @@
 #include "ui/text.h"
 #include "ui/win.h"
 #include "ui/window_class.h"
+#include "ui/window_place.h"
 #include "ui/window_settings.h"
 
 namespace hivequarry {
@@ -23,8 +26,6 @@ namespace {
 constexpr wchar_t kClassName[] = L"Hivequarry";
 constexpr int kDefaultWidth = 1120;  // at 96 dpi
 constexpr int kDefaultHeight = 720;
-constexpr int kLeastWidth = 480;
-constexpr int kLeastHeight = 320;
 
 HWND MakeEdit(const MainWindow& window, ChildId identifier, DWORD style) {
   return CreateWindowExW(0, WC_EDITW, L"", WS_CHILD | WS_TABSTOP | ES_READONLY | style, 0, 0, 0, 0,
@@ -98,7 +99,6 @@ void OnDestroy(MainWindow& window) {
 
 // The children are gone by now, so nobody uses fonts and pictures any more.
 void FreeMainWindow(MainWindow* window) {
-  SetWindowLongPtrW(window->handle, GWLP_USERDATA, 0);
   SetHost(NullHost());
   FreeFonts(window->fonts);
   FreeIconLists(window->icons);
@@ -128,25 +128,9 @@ void OnDrop(MainWindow& window, HDROP drop) {
   DragFinish(drop);
 }
 
-void OnDpiChanged(MainWindow& window, WPARAM dpi, const RECT& place) {
-  ApplyDpi(window, HIWORD(dpi));
-  SetWindowPos(window.handle, nullptr, place.left, place.top, place.right - place.left,
-               place.bottom - place.top, SWP_NOZORDER | SWP_NOACTIVATE);
-}
-
-void OnSize(MainWindow& window, WPARAM how) {
-  if (how != SIZE_MINIMIZED && window.status != nullptr) LayOut(window);
-}
-
-void OnMinMax(const MainWindow& window, MINMAXINFO& info) {
-  info.ptMinTrackSize = {Scale(kLeastWidth, window.dpi), Scale(kLeastHeight, window.dpi)};
-}
-
-// An hourglass with the arrow: the window goes on answering while a worker is at work.
-bool OnSetCursor(const MainWindow& window, LPARAM where) {
-  if (window.host.wait_cursors <= 0 || LOWORD(where) != HTCLIENT) return false;
-  SetCursor(LoadCursorW(nullptr, IDC_APPSTARTING));
-  return true;
+void OnDpiChanged(MainWindow& window, uint32_t dpi, const RECT& area) {
+  ApplyDpi(window, dpi);
+  MoveToArea(window.handle, area);
 }
 
 // The colours of a read-only edit are those of a disabled one; texts to be read have their own.
@@ -167,18 +151,6 @@ void OnSystemChange(MainWindow& window, UINT message, WPARAM first, LPARAM secon
   InvalidateRect(window.empty, nullptr, FALSE);
 }
 
-// The pane that had the focus gets it back.
-void OnActivate(MainWindow& window, WPARAM how) {
-  if (LOWORD(how) == WA_INACTIVE) {
-    const HWND focus = GetFocus();
-    if (IsChild(window.handle, focus) != FALSE) window.last_focus = focus;
-  } else {
-    const HWND last = window.last_focus;
-    const bool usable = last != nullptr && IsWindowVisible(last) != FALSE;
-    SetFocus(usable ? last : ShownPane(window));
-  }
-}
-
 // Items of the menus, the toolbar and keys; what the Output List alone knows goes there.
 void OnCommand(MainWindow& window, WPARAM what) {
   if (HIWORD(what) == kReportNamed) return TakeNamedReport(window);
@@ -195,14 +167,6 @@ void OnMenuOpens(const MainWindow& window, HMENU menu) {
 
 LRESULT Route(MainWindow& window, UINT message, WPARAM first, LPARAM second) {
   switch (message) {
-    case WM_CREATE:
-      return OnCreate(window) ? 0 : -1;
-    case WM_SIZE:
-      OnSize(window, first);
-      return 0;
-    case WM_GETMINMAXINFO:
-      OnMinMax(window, *reinterpret_cast<MINMAXINFO*>(second));
-      return 0;
     case WM_COMMAND:
       OnCommand(window, first);
       return 0;
@@ -215,22 +179,14 @@ LRESULT Route(MainWindow& window, UINT message, WPARAM first, LPARAM second) {
       OnContextMenu(window, reinterpret_cast<HWND>(first),
                     {GET_X_LPARAM(second), GET_Y_LPARAM(second)});
       return 0;
+    case WM_HELP:
+      ShowHelpFor(window.handle, second, kHelpMainWindow);
+      return TRUE;
     case WM_DROPFILES:
       OnDrop(window, reinterpret_cast<HDROP>(first));
       return 0;
-    case WM_DPICHANGED:
-      OnDpiChanged(window, first, *reinterpret_cast<const RECT*>(second));
-      return 0;
-    case WM_SYSCOLORCHANGE:
-    case WM_THEMECHANGED:
-    case WM_SETTINGCHANGE:
-      OnSystemChange(window, message, first, second);
-      return 0;
     case WM_CTLCOLORSTATIC:
       return OnEditColour(first);
-    case WM_ACTIVATE:
-      OnActivate(window, first);
-      return 0;
     case WM_TIMER:
       OnTimer(window, first);
       return 0;
@@ -255,9 +211,6 @@ LRESULT Route(MainWindow& window, UINT message, WPARAM first, LPARAM second) {
     case kWorkDone:
       TakeWorkDone(window);
       return 0;
-    case WM_CLOSE:
-      OnClose(window);
-      return 0;
     case WM_DESTROY:
       OnDestroy(window);
       return 0;
@@ -266,32 +219,22 @@ LRESULT Route(MainWindow& window, UINT message, WPARAM first, LPARAM second) {
   }
 }
 
-LRESULT CALLBACK MainProc(HWND handle, UINT message, WPARAM first, LPARAM second) {
-  auto* window = RecordOfWindow<MainWindow>(handle, message, second);
-  if (message == WM_NCCREATE) window->handle = handle;
-  if (window == nullptr) return DefWindowProcW(handle, message, first, second);
-  if (message == WM_NCDESTROY) {
-    FreeMainWindow(window);
-    return 0;
-  }
-  if (message == WM_SETCURSOR && OnSetCursor(*window, second)) return TRUE;
-  return Route(*window, message, first, second);
-}
-
-bool RegisterMainClass(HINSTANCE instance) {
-  WNDCLASSEXW info{};
-  info.cbSize = sizeof info;
-  info.lpfnWndProc = MainProc;
-  info.hInstance = instance;
-  info.hIcon = LoadIconW(instance, MAKEINTRESOURCEW(kIconProgram));
-  info.hIconSm = static_cast<HICON>(LoadImageW(instance, MAKEINTRESOURCEW(kIconProgram), IMAGE_ICON,
-                                               GetSystemMetrics(SM_CXSMICON),
-                                               GetSystemMetrics(SM_CYSMICON), LR_SHARED));
-  info.hCursor = LoadCursorW(nullptr, IDC_ARROW);
-  info.hbrBackground = reinterpret_cast<HBRUSH>(static_cast<INT_PTR>(COLOR_BTNFACE + 1));
-  info.lpszClassName = kClassName;
-  return RegisterClassExW(&info) != 0 || GetLastError() == ERROR_CLASS_ALREADY_EXISTS;
-}
+constexpr FrameRoutes<MainWindow> kRoutes = {
+    .least = {480, 320},
+    .take_handle = [](MainWindow& window, HWND handle) { window.handle = handle; },
+    .create = OnCreate,
+    .lay_out =
+        [](MainWindow& window) {
+          if (window.status != nullptr) LayOut(window);
+        },
+    .change_dpi = OnDpiChanged,
+    .change_look = OnSystemChange,
+    .pane = ShownPane,
+    .host = [](const MainWindow& window) -> const HostWindow& { return window.host; },
+    .close = OnClose,
+    .free = FreeMainWindow,
+    .others = Route};
+constexpr WNDPROC kProcedure = FrameProc<MainWindow, kRoutes>;
 
 // The default size at the window's own resolution, as far as the screen has room for it.
 void SetDefaultSize(MainWindow& window) {
@@ -339,8 +282,9 @@ bool TranslateKeys(const MainWindow& window, MSG& message) {
 }  // namespace
 
 MainWindow* CreateMainWindow(HINSTANCE instance, int show) {
-  if (!RegisterMainClass(instance) || !RegisterSplitterClass(instance) ||
-      !RegisterEmptyViewClass(instance)) {
+  if (!RegisterWindowClass(instance,
+                           {.name = kClassName, .procedure = kProcedure, .framed = true}) ||
+      !RegisterSplitterClass(instance) || !RegisterEmptyViewClass(instance)) {
     MessageBoxW(nullptr, L"Can not create window !", L"Hivequarry", MB_ICONEXCLAMATION);
     return nullptr;
   }
@@ -359,7 +303,7 @@ MainWindow* CreateMainWindow(HINSTANCE instance, int show) {
 }
 
 MainWindow* FindMainWindow(HWND handle) {
-  if (GetClassLongPtrW(handle, GCLP_WNDPROC) != reinterpret_cast<ULONG_PTR>(MainProc)) {
+  if (GetClassLongPtrW(handle, GCLP_WNDPROC) != reinterpret_cast<ULONG_PTR>(kProcedure)) {
     return nullptr;
   }
   return reinterpret_cast<MainWindow*>(GetWindowLongPtrW(handle, GWLP_USERDATA));

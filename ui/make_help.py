@@ -355,13 +355,31 @@ def list_html(page, lines):
     return f"<{tag}{start}>\n{made}\n</{tag}>", count
 
 
+def rule(_page, _lines):
+    return "<hr>", 1
+
+
+def maker_of(lines):
+    """What makes the block that these lines begin with; None for a paragraph."""
+    text = lines[0][1]
+    if HEADING.match(text):
+        return heading
+    if FENCE.match(text):
+        return fence
+    if text.startswith(">"):
+        return quote
+    if RULE.match(text):
+        return rule
+    if ITEM.match(text):
+        return list_html
+    return table if is_table(lines) else None
+
+
 def starts_block(lines):
     """Whether a line within a paragraph ends it."""
-    text = lines[0][1]
-    number = re.match(r"(\d{1,9})\. +\S", text)
-    return bool(not text or HEADING.match(text) or text.startswith(("```", ">")) or
-                RULE.match(text) or (ITEM.match(text) and (not number or number[1] == "1")) or
-                is_table(lines))
+    number = ITEM.match(lines[0][1])
+    goes_on = number and number[2] and number[2] != "1"
+    return not lines[0][1] or (maker_of(lines) is not None and not goes_on)
 
 
 def paragraph(page, lines, bare):
@@ -379,20 +397,8 @@ def paragraph(page, lines, bare):
 
 
 def block_html(page, lines, bare):
-    text = lines[0][1]
-    if HEADING.match(text):
-        return heading(page, lines)
-    if FENCE.match(text):
-        return fence(page, lines)
-    if text.startswith(">"):
-        return quote(page, lines)
-    if RULE.match(text):
-        return "<hr>", 1
-    if ITEM.match(text):
-        return list_html(page, lines)
-    if is_table(lines):
-        return table(page, lines)
-    return paragraph(page, lines, bare)
+    maker = maker_of(lines)
+    return maker(page, lines) if maker else paragraph(page, lines, bare)
 
 
 def blocks_html(page, lines, bare=False):

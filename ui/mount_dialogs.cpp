@@ -39,12 +39,6 @@ struct MountDialog {
   bool busy = false;
 };
 
-std::string FieldText(HWND dialog, int field) {
-  wchar_t text[1024] = L"";
-  GetDlgItemTextW(dialog, field, text, static_cast<int>(std::size(text)));
-  return Utf8Name(text);
-}
-
 INT_PTR OnStart(MountDialog& state) {
   SendDlgItemMessageW(state.dialog, kMountKey, EM_SETLIMITTEXT, 255, 0);
   if (!state.load) {
@@ -90,10 +84,10 @@ void TakeAnswer(MountDialog& state, int32_t error) {
 
 // A large hive takes the registry seconds to read or to write.
 void OnOk(MountDialog& state) {
-  const std::string name = FieldText(state.dialog, kMountKey);
-  const std::string file = state.load ? FieldText(state.dialog, kMountFile) : std::string();
+  const std::string name = ControlUtf8(state.dialog, kMountKey);
+  const std::string file = state.load ? ControlFileName(state.dialog, kMountFile) : std::string();
   if (name.empty() || (state.load && file.empty())) return;
-  LastMount() = name;
+  if (state.load) LastMount() = name;
   const auto error = std::make_shared<int32_t>(kRegistryDone);
   const bool started = StartWork(
       state.window, kOperationMount,

@@ -6,6 +6,7 @@
 #include "host/host.h"
 #include "live/live_lists.h"
 #include "security/sid.h"
+#include "ui/bit_boxes.h"
 #include "ui/list_dialogs.h"
 #include "ui/modal.h"
 #include "ui/resource.h"
@@ -16,10 +17,6 @@ namespace {
 
 constexpr int kLongestSid = 519;  // as the settings keep them
 
-struct BitBox {
-  int control;
-  uint32_t bits;
-};
 constexpr BitBox kRights[] = {{kRightQueryValue, 0x1},     {kRightSetValue, 0x2},
                               {kRightCreateSubkey, 0x4},   {kRightEnumerate, 0x8},
                               {kRightNotify, 0x10},        {kRightCreateLink, 0x20},
@@ -28,24 +25,7 @@ constexpr BitBox kRights[] = {{kRightQueryValue, 0x1},     {kRightSetValue, 0x2}
 constexpr BitBox kPresets[] = {{kPermissionFull, kFullControl},
                                {kPermissionRead, kReadRights},
                                {kPermissionWrite, kWriteRights}};
-constexpr BitBox kRoots[] = {{kPermissionMachine, kLiveMachine},
-                             {kPermissionUser, kLiveUser},
-                             {kPermissionUsers, kLiveUsers},
-                             {kPermissionConfig, kLiveConfig}};
-
-template <size_t kCount>
-void Tick(HWND dialog, const BitBox (&boxes)[kCount], uint32_t bits) {
-  for (const BitBox& box : boxes) {
-    CheckDlgButton(dialog, box.control, (bits & box.bits) != 0 ? BST_CHECKED : BST_UNCHECKED);
-  }
-}
-
-template <size_t kCount>
-uint32_t Ticked(HWND dialog, const BitBox (&boxes)[kCount]) {
-  uint32_t bits = 0;
-  for (const BitBox& box : boxes) bits |= IsTicked(dialog, box.control) ? box.bits : 0;
-  return bits;
-}
+constexpr auto kRoots = RootBoxes(kPermissionMachine);
 
 PermissionRequest& RequestOf(HWND dialog) {
   return *reinterpret_cast<PermissionRequest*>(GetWindowLongPtrW(dialog, DWLP_USER));
@@ -55,7 +35,7 @@ PermissionRequest& RequestOf(HWND dialog) {
 void ShowPlaces(HWND dialog) {
   const bool live = IsTicked(dialog, kPermissionInRegistry);
   for (const BitBox& box : kRoots) EnableWindow(GetDlgItem(dialog, box.control), live);
-  EnableWindow(GetDlgItem(dialog, IDOK), !live || Ticked(dialog, kRoots) != 0);
+  EnableWindow(GetDlgItem(dialog, IDOK), !live || TickedBits(dialog, kRoots) != 0);
 }
 
 void OnStart(HWND dialog, PermissionRequest& request) {
@@ -64,13 +44,13 @@ void OnStart(HWND dialog, PermissionRequest& request) {
   FillSidBox(dialog, kPermissionSid, query.sid);
   CheckRadioButton(dialog, kPermissionAllow, kPermissionOther,
                    kPermissionAllow + static_cast<int>(query.kind));
-  Tick(dialog, kRights, query.rights);
+  TickBits(dialog, kRights, query.rights);
   CheckDlgButton(dialog, kPermissionNotInherited, query.not_inherited ? BST_CHECKED : 0);
   const bool live = request.live || !request.hive_offered;
   CheckRadioButton(dialog, kPermissionInHive, kPermissionInRegistry,
                    live ? kPermissionInRegistry : kPermissionInHive);
   EnableWindow(GetDlgItem(dialog, kPermissionInHive), request.hive_offered);
-  Tick(dialog, kRoots, request.live_roots);
+  TickBits(dialog, kRoots, request.live_roots);
   ShowPlaces(dialog);
 }
 
@@ -86,16 +66,16 @@ void TakeRequest(HWND dialog) {
   PermissionRequest& request = RequestOf(dialog);
   if (!TakeSid(dialog, kPermissionSid, true, request.query.sid)) return;
   request.query.kind = KindChosen(dialog);
-  request.query.rights = Ticked(dialog, kRights);
+  request.query.rights = TickedBits(dialog, kRights);
   request.query.not_inherited = IsTicked(dialog, kPermissionNotInherited);
   request.live = IsTicked(dialog, kPermissionInRegistry);
-  request.live_roots = Ticked(dialog, kRoots);
+  request.live_roots = TickedBits(dialog, kRoots);
   EndDialog(dialog, IDOK);
 }
 
 void OnCommand(HWND dialog, int control) {
   for (const BitBox& preset : kPresets) {
-    if (control == preset.control) return Tick(dialog, kRights, preset.bits);
+    if (control == preset.control) return TickBits(dialog, kRights, preset.bits);
   }
   if (control >= kPermissionInHive && control <= kPermissionConfig) return ShowPlaces(dialog);
   if (control == IDOK) TakeRequest(dialog);

@@ -77,6 +77,7 @@
 #define kRecentList 651
 #define kPositionText 661
 #define kPositionMessage 662
+#define kRootPathText 671
 
 /* search_dialogs.rc */
 #define kSearchHexMode 4086

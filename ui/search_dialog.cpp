@@ -5,6 +5,7 @@
 
 #include "app/settings.h"
 #include "host/host.h"
+#include "ui/bit_boxes.h"
 #include "ui/dialog_layout.h"
 #include "ui/help.h"
 #include "ui/list_dialogs.h"
@@ -44,16 +45,7 @@ constexpr SettingBox kBoxes[] = {
     {kSearchValueData, &SearchSettings::value_data},
 };
 
-struct RootBox {
-  int control;
-  LiveRoot root;
-};
-constexpr RootBox kRoots[] = {
-    {kSearchMachine, kLiveMachine},
-    {kSearchUser, kLiveUser},
-    {kSearchUsers, kLiveUsers},
-    {kSearchConfig, kLiveConfig},
-};
+constexpr auto kRoots = RootBoxes(kSearchMachine);
 
 void Tick(const SearchDialog& state, int control, bool on) {
   CheckDlgButton(state.dialog, control, on ? BST_CHECKED : BST_UNCHECKED);
@@ -183,8 +175,8 @@ void ShowSettings(SearchDialog& state) {
 
 void ShowRoots(const SearchDialog& state) {
   const bool live = state.place == SearchPlace::kRegistry;
-  for (const RootBox& box : kRoots) {
-    Tick(state, box.control, (TheLastSearch().roots & box.root) != 0);
+  TickBits(state.dialog, kRoots, TheLastSearch().roots);
+  for (const BitBox& box : kRoots) {
     ShowWindow(GetDlgItem(state.dialog, box.control), live ? SW_SHOW : SW_HIDE);
   }
   ShowWindow(GetDlgItem(state.dialog, kSearchRoots), live ? SW_SHOW : SW_HIDE);
@@ -211,21 +203,13 @@ SearchSettings SettingsOf(const SearchDialog& state) {
   return settings;
 }
 
-uint32_t RootsOf(const SearchDialog& state) {
-  uint32_t roots = 0;
-  for (const RootBox& box : kRoots) {
-    if (IsTicked(state.dialog, box.control)) roots |= box.root;
-  }
-  return roots;
-}
-
 void OnOk(SearchDialog& state) {
   const SearchSettings settings = SettingsOf(state);
   if (settings.hex_mode && !IsEven(state)) {
     ShowMessage("Hex String must have even length !", kProgramName, Icon::kInformation);
     return;
   }
-  const uint32_t roots = RootsOf(state);
+  const uint32_t roots = TickedBits(state.dialog, kRoots);
   const bool nowhere = state.place == SearchPlace::kRegistry && roots == 0;
   const std::string& pattern = settings.hex_mode ? settings.hex : settings.text;
   if (pattern.empty() || !SearchesFields(settings) || nowhere) {

@@ -4,17 +4,22 @@
 #include <array>
 #include <cinttypes>
 #include <cstdio>
+#include <memory>
 #include <string>
+#include <utility>
 
 #include "app/settings.h"
 #include "host/host.h"
 #include "host/long_operation.h"
 #include "security/descriptor.h"
+#include "ui/account_lookup.h"
 #include "ui/dialog_layout.h"
+#include "ui/help.h"
 #include "ui/list_dialogs.h"
 #include "ui/main_window.h"
 #include "ui/resource.h"
 #include "ui/text.h"
+#include "ui/window_place.h"
 
 namespace hivequarry {
 namespace {
@@ -43,7 +48,12 @@ struct SecurityWindow {
   MainWindow* owner = nullptr;
   HWND dialog = nullptr;
   HFONT font = nullptr;
+  uint32_t record = 0;                    // image position
+  std::shared_ptr<AccountLookup> lookup;  // of names on their way
 };
+
+// Posted when the names of the record's accounts are there.
+constexpr UINT kNamesReady = WM_APP + 30;
 
 struct SecurityWindows {
   std::array<SecurityWindow*, kSecurityWindows> slots{};
@@ -108,10 +118,7 @@ void SetIcons(const SecurityWindow& window) {
 
 // What the main window covers, also while it is minimised.
 RECT MainArea(const MainWindow& window) {
-  WINDOWPLACEMENT placement{};
-  placement.length = sizeof placement;
-  GetWindowPlacement(window.handle, &placement);
-  RECT area = placement.rcNormalPosition;
+  RECT area = NormalArea(window.handle);
   if (IsIconic(window.handle) == FALSE) GetWindowRect(window.handle, &area);
   return area;
 }
@@ -125,34 +132,44 @@ RECT BesideMain(const MainWindow& window, const RECT& area) {
           main.top + area.bottom - area.top};
 }
 
-RECT NormalArea(HWND dialog) {
-  WINDOWPLACEMENT placement{};
-  placement.length = sizeof placement;
-  GetWindowPlacement(dialog, &placement);
-  RECT area = placement.rcNormalPosition;
-  if (placement.showCmd == SW_SHOWNORMAL) GetWindowRect(dialog, &area);
-  return area;
-}
-
 void MoveToPlace(const SecurityWindow& window) {
   RECT area = TheSecurityWindows().last_place;
   if (IsRectEmpty(&area) != FALSE) GetWindowRect(window.dialog, &area);
-  area = BesideMain(*window.owner, area);
-  SetWindowPos(window.dialog, nullptr, area.left, area.top, area.right - area.left,
-               area.bottom - area.top, SWP_NOZORDER | SWP_NOACTIVATE);
+  MoveToArea(window.dialog, BesideMain(*window.owner, area));
 }
 
 // --- the record ----------------------------------------------------------------------------------
 
-bool FillText(const SecurityWindow& window, uint32_t record) {
+bool FillText(const SecurityWindow& window, AccountNames& names) {
   const HiveImage& hive = ShownHive(*window.owner);
   const ReportTurn turn;
   SecurityRecordInfo info;
-  if (!ReadSecurityRecord(hive, record, info)) return false;
+  if (!ReadSecurityRecord(hive, window.record, info)) return false;
   std::string& report = TheSecurityWindows().report;
-  report = FormatSecurityRecord(hive, info, TheSettings().options.resolve_sids);
+  report = FormatSecurityRecord(hive, info, names);
   SetDlgItemTextW(window.dialog, kSecurityText, WindowText(report).c_str());
   return true;
+}
+
+// At first with the names that are known without asking the machine.
+bool ShowRecord(SecurityWindow& window) {
+  auto lookup = std::make_shared<AccountLookup>();
+  AccountNames known(TheSettings().options.resolve_sids, lookup->sids);
+  if (!FillText(window, known)) return false;
+  if (!lookup->sids.empty() && StartAccountLookup(lookup, window.dialog, kNamesReady)) {
+    window.lookup = std::move(lookup);
+  }
+  return true;
+}
+
+// Names make no further lines, so the text stays where it was scrolled to.
+void TakeNames(SecurityWindow& window) {
+  if (window.lookup == nullptr || !window.lookup->done || window.owner->slot < 0) return;
+  const std::shared_ptr<AccountLookup> lookup = std::move(window.lookup);
+  const HWND text = GetDlgItem(window.dialog, kSecurityText);
+  const LRESULT line = SendMessageW(text, EM_GETFIRSTVISIBLELINE, 0, 0);
+  FillText(window, lookup->names);
+  SendMessageW(text, EM_LINESCROLL, 0, line);
 }
 
 void CopyReport(HWND dialog) {
@@ -222,12 +239,18 @@ INT_PTR Route(SecurityWindow& window, UINT message, WPARAM first, LPARAM second)
     case WM_GETMINMAXINFO:
       OnMinMax(window.dialog, *reinterpret_cast<MINMAXINFO*>(second));
       return TRUE;
+    case WM_HELP:
+      ShowHelp(window.dialog, kHelpSecurity);
+      return TRUE;
     case WM_DPICHANGED:
       PostMessageW(window.dialog, kDialogFontChanged, 0, 0);  // the fonts come behind this
       return FALSE;
     case kDialogFontChanged:
       SetTextFont(window);
       LayOut(window.dialog);
+      return TRUE;
+    case kNamesReady:
+      TakeNames(window);
       return TRUE;
     case WM_NCDESTROY:
       FreeWindow(&window);
@@ -269,10 +292,11 @@ HWND OpenSecurityWindow(MainWindow& window, uint32_t record) {
     CurrentHost().beep(CurrentHost().context);
     return nullptr;
   }
-  const SecurityWindow* made = MakeWindow(window, *slot);
+  SecurityWindow* made = MakeWindow(window, *slot);
   if (made == nullptr) return nullptr;
+  made->record = record;
   const HWND dialog = made->dialog;
-  if (FillText(*made, record)) {
+  if (ShowRecord(*made)) {
     Show(*made);
     return dialog;
   }

@@ -40,14 +40,6 @@ struct SnapshotDialog {
   uint32_t roots = kFirstRoots;
 };
 
-std::string FieldText(HWND dialog, int field) {
-  const HWND control = GetDlgItem(dialog, field);
-  std::wstring text(static_cast<size_t>(GetWindowTextLengthW(control)) + 1, L'\0');
-  text.resize(
-      static_cast<size_t>(GetWindowTextW(control, text.data(), static_cast<int>(text.size()))));
-  return Utf8Name(text);
-}
-
 INT_PTR OnStart(SnapshotDialog& state) {
   SetDlgItemTextW(state.dialog, kSnapshotFile, WideName(state.place).c_str());
   if (!state.whole_roots) {
@@ -74,7 +66,7 @@ std::string ChooseFileOf(const SnapshotDialog& state) {
 }
 
 void Browse(const SnapshotDialog& state) {
-  const std::string now = FieldText(state.dialog, kSnapshotFile);
+  const std::string now = ControlFileName(state.dialog, kSnapshotFile);
   const std::string chosen =
       state.whole_roots ? TheFolderChooser()(state.dialog, now) : ChooseFileOf(state);
   if (!chosen.empty()) SetDlgItemTextW(state.dialog, kSnapshotFile, WideName(chosen).c_str());
@@ -100,8 +92,8 @@ uint32_t RootsToWrite(const SnapshotDialog& state) {
 }
 
 void OnOk(SnapshotDialog& state) {
-  state.place = FieldText(state.dialog, kSnapshotFile);
-  state.key = state.whole_roots ? std::string() : FieldText(state.dialog, kSnapshotKey);
+  state.place = ControlFileName(state.dialog, kSnapshotFile);
+  state.key = state.whole_roots ? std::string() : ControlUtf8(state.dialog, kSnapshotKey);
   if (state.place.empty()) return;
   if (state.whole_roots) {
     if (!IsExistingFolder(state.place)) {

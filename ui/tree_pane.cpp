@@ -207,6 +207,15 @@ HWND MakeTreePane(HWND parent, int identifier) {
   return tree;
 }
 
+void RenameRoot(TreePane& pane) {
+  std::wstring text = WindowText(ItemName(*pane.hive, *pane.tree, 0));
+  TVITEMW item{};
+  item.mask = TVIF_HANDLE | TVIF_TEXT;
+  item.hItem = pane.handles[0];
+  item.pszText = text.data();
+  TreeView_SetItem(pane.window, &item);
+}
+
 void ClearTree(TreePane& pane) {
   SetRedraw(pane, false);
   TreeView_DeleteAllItems(pane.window);

@@ -44,6 +44,8 @@ HWND MakeTreePane(HWND parent, int identifier);
 // Empties the pane, then shows `tree` with its root expanded. The pane keeps both references.
 void ShowTree(TreePane& pane, const HiveImage& hive, const KeyTree& tree);
 void ClearTree(TreePane& pane);
+// Shows the root's text again, which has changed.
+void RenameRoot(TreePane& pane);
 
 // The selected item of the key tree, kNoItem for none and for the Workspace.
 uint32_t SelectedItem(const TreePane& pane);

@@ -12,14 +12,25 @@ int Unscale(int measure, uint32_t dpi) {
   return MulDiv(measure, USER_DEFAULT_SCREEN_DPI, static_cast<int>(dpi));
 }
 
-}  // namespace
-
-WindowPlace PlaceOfWindow(HWND window, uint32_t dpi) {
+WINDOWPLACEMENT PlacementOf(HWND window) {
   WINDOWPLACEMENT placement{};
   placement.length = sizeof placement;
   GetWindowPlacement(window, &placement);
-  RECT normal = placement.rcNormalPosition;
-  if (placement.showCmd == SW_SHOWNORMAL) GetWindowRect(window, &normal);
+  return placement;
+}
+
+}  // namespace
+
+RECT NormalArea(HWND window) {
+  const WINDOWPLACEMENT placement = PlacementOf(window);
+  RECT area = placement.rcNormalPosition;
+  if (placement.showCmd == SW_SHOWNORMAL) GetWindowRect(window, &area);
+  return area;
+}
+
+WindowPlace PlaceOfWindow(HWND window, uint32_t dpi) {
+  const WINDOWPLACEMENT placement = PlacementOf(window);
+  const RECT normal = NormalArea(window);
   WindowPlace place;
   place.left = normal.left;
   place.top = normal.top;

@@ -10,6 +10,8 @@
 
 namespace hivequarry {
 
+// What the window covers when it is neither maximised nor minimised, in pixels.
+RECT NormalArea(HWND window);
 // The place as it is when the window is neither maximised nor minimised; without columns.
 WindowPlace PlaceOfWindow(HWND window, uint32_t dpi);
 // The place in pixels.

@@ -139,26 +139,6 @@ uint32_t BuiltHive::CellLength(uint32_t cell) const {
   return size > 0x7FFFFFFF ? 0U - size : size;
 }
 
-BuiltHive& BuiltHive::SetU8(uint32_t cell, uint32_t offset, uint8_t value) {
-  bytes[cell + offset] = value;
-  return *this;
-}
-
-BuiltHive& BuiltHive::SetU16(uint32_t cell, uint32_t offset, uint16_t value) {
-  PutU16(bytes, cell + offset, value);
-  return *this;
-}
-
-BuiltHive& BuiltHive::SetU32(uint32_t cell, uint32_t offset, uint32_t value) {
-  PutU32(bytes, cell + offset, value);
-  return *this;
-}
-
-BuiltHive& BuiltHive::SetU64(uint32_t cell, uint32_t offset, uint64_t value) {
-  PutU64(bytes, cell + offset, value);
-  return *this;
-}
-
 BuiltHive& BuiltHive::SetBytes(uint32_t cell, uint32_t offset, std::span<const uint8_t> data) {
   PutBytes(bytes, cell + offset, data);
   return *this;

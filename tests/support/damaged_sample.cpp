@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <array>
 
 #include "tests/support/sample_hives.h"
@@ -66,6 +67,7 @@ void AddSystemSettings(HiveBuilder& hive) {
   run.Sz("Mail Notifier", "\"C:\\Program Files\\Eastfell\\Mail\\notify.exe\" -quiet");
   run.Sz("Backup", "C:\\Program Files\\Dunmarrow\\Backup\\tray.exe");
   run.ExpandSz("Sound", "%SystemRoot%\\system32\\soundtray.exe");
+  run.Sz("Photo Desk", "\"C:\\Program Files\\Alderwick\\Photo Desk\\watch.exe\" -hidden");
   KeyRef lists = hive.Key("Microsoft\\Windows NT\\CurrentVersion\\NetworkList");
   for (const char* name : {"Home", "Office", "Café Zürich", "Сеть отеля", "駅の無線"}) {
     KeyRef profile = lists.Key(std::string("Profiles\\") + name).Time(FileTime(2021, 1, 5, 17, 4));
@@ -95,10 +97,30 @@ void AddClasses(HiveBuilder& hive) {
   }
 }
 
+void FreeAll(BuiltHive& hive, std::span<const uint32_t> cells) {
+  for (const uint32_t cell : cells) {
+    if (cell != 0) hive.Free(cell);
+  }
+}
+
+// What a program leaves behind that is removed as the system does it: cells that are free, with
+// what they held.
+void RemovePhotoDesk(BuiltHive& hive) {
+  const std::string entry = kUninstall + "Alderwick Photo Desk";
+  const auto places = std::ranges::find(hive.places, hive.PositionOf(entry), &KeyPlaces::key);
+  FreeAll(hive, places->values);
+  FreeAll(hive, places->data);
+  hive.Unlink(entry).Free(places->value_list).Free(places->key);
+  const std::string run = "Microsoft\\Windows\\CurrentVersion\\Run";
+  hive.SetU32(hive.PositionOf(run), field::kKeyValues, 3);
+  hive.Free(hive.DataPosition(run, "Photo Desk")).Free(hive.ValuePosition(run, "Photo Desk"));
+}
+
 void Damage(BuiltHive& hive) {
   const auto key = [&hive](const char* path) { return hive.PositionOf(path); };
   // A removed branch, whole but reached by nothing.
   hive.Unlink("Alderwick\\Photo Desk");
+  RemovePhotoDesk(hive);
   // A page of the file lost, with what stood there.
   const uint32_t page = key("Cobaltine\\Media Player\\Settings") / 4096 * 4096;
   hive.Zero(page, 4096);

@@ -221,21 +221,6 @@ HiveBuilder& HiveBuilder::DefaultList(List kind) {
   return *this;
 }
 
-HiveBuilder& HiveBuilder::BinSize(uint32_t size) {
-  bin_size_ = size;
-  return *this;
-}
-
-HiveBuilder& HiveBuilder::FileName(std::string_view name) {
-  file_name_ = name;
-  return *this;
-}
-
-HiveBuilder& HiveBuilder::CellBeforeRoot(Bytes record) {
-  before_root_ = std::move(record);
-  return *this;
-}
-
 BuiltHive HiveBuilder::Build() const {
   Layout layout{*this, {}, {}, {}};
   layout.writer.bin_size = bin_size_;
@@ -337,49 +322,14 @@ KeyRef KeyRef::Binary(std::string_view name, size_t size, uint8_t seed) {
   return Value(name, 3, std::move(data));
 }
 
-KeyRef KeyRef::Time(uint64_t time) {
-  record().time = time;
-  return *this;
-}
-
-KeyRef KeyRef::Flags(uint16_t flags) {
-  record().flags = flags;
-  return *this;
-}
-
-KeyRef KeyRef::Wide() {
-  record().wide = true;
-  return *this;
-}
-
-KeyRef KeyRef::Class(std::string_view text) {
-  record().class_name = Utf16(text);
-  return *this;
-}
-
 KeyRef KeyRef::ListStyle(List kind, uint32_t per_list) {
   record().list = kind;
   record().per_list = per_list;
   return *this;
 }
 
-KeyRef KeyRef::KeepOrder() {
-  record().keep_order = true;
-  return *this;
-}
-
 KeyRef KeyRef::AlsoLists(KeyRef other) {
   record().also_lists.push_back(other.index());
-  return *this;
-}
-
-KeyRef KeyRef::Security(uint32_t index) {
-  record().security = index;
-  return *this;
-}
-
-KeyRef KeyRef::Slack(uint32_t size) {
-  record().slack = size;
   return *this;
 }
 
@@ -389,11 +339,6 @@ KeyRef KeyRef::FreeBehind(uint32_t cell_size) {
 
 KeyRef KeyRef::CellBehind(std::string_view tag, Bytes bytes, bool allocated) {
   record().behind.push_back({std::string(tag), std::move(bytes), allocated});
-  return *this;
-}
-
-KeyRef KeyRef::NewBin() {
-  record().new_bin = true;
   return *this;
 }
 

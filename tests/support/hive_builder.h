@@ -18,6 +18,7 @@
 #include <string>
 #include <string_view>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 #include "tests/support/cell_writer.h"
@@ -79,22 +80,30 @@ class KeyRef {
   KeyRef Qword(std::string_view name, uint64_t value);
   KeyRef Binary(std::string_view name, size_t size, uint8_t seed = 1);  // a pattern of its own
 
-  KeyRef Time(uint64_t time);
-  KeyRef Flags(uint16_t flags);  // a low byte of 0 stores the name as UTF-16
-  KeyRef Wide();                 // UTF-16 though single bytes would do
-  KeyRef Class(std::string_view text);
+  KeyRef Time(uint64_t time) { return Put(&KeyRecord::time, time); }
+  // A low byte of 0 stores the name as UTF-16.
+  KeyRef Flags(uint16_t flags) { return Put(&KeyRecord::flags, flags); }
+  KeyRef Wide() { return Put(&KeyRecord::wide, true); }  // UTF-16 though single bytes would do
+  KeyRef Class(std::string_view text) { return Put(&KeyRecord::class_name, Utf16(text)); }
   KeyRef ListStyle(List kind, uint32_t per_list = 0);
-  KeyRef KeepOrder();               // subkeys listed as they were added, not by name
-  KeyRef AlsoLists(KeyRef other);   // a further list entry for a key that has another parent
-  KeyRef Security(uint32_t index);  // from AddSecurity
-  KeyRef Slack(uint32_t size);      // unused bytes behind the name
+  // Subkeys listed as they were added, not by name.
+  KeyRef KeepOrder() { return Put(&KeyRecord::keep_order, true); }
+  KeyRef AlsoLists(KeyRef other);  // a further list entry for a key that has another parent
+  KeyRef Security(uint32_t index) { return Put(&KeyRecord::security, index); }  // from AddSecurity
+  // Unused bytes behind the name.
+  KeyRef Slack(uint32_t size) { return Put(&KeyRecord::slack, size); }
   // Cells behind the key's own ones (key, class name, values, list).
   KeyRef FreeBehind(uint32_t cell_size);
   KeyRef CellBehind(std::string_view tag, Bytes record, bool allocated = true);
-  KeyRef NewBin();  // the key's cells start a bin
+  KeyRef NewBin() { return Put(&KeyRecord::new_bin, true); }  // the key's cells start a bin
 
  private:
   KeyRecord& record();
+  template <typename Field, typename Value>
+  KeyRef Put(Field KeyRecord::*field, Value value) {
+    record().*field = std::move(value);
+    return *this;
+  }
   HiveBuilder* builder_;
   uint32_t index_;
 };
@@ -109,12 +118,19 @@ class HiveBuilder {
   // Index 0 is there from the start: all access for administrators and the system.
   uint32_t AddSecurity(Bytes descriptor);
   HiveBuilder& DefaultList(List kind);  // of keys made from now on
-  HiveBuilder& BinSize(uint32_t size);
-  HiveBuilder& FileName(std::string_view name);  // stored in the base block
-  HiveBuilder& CellBeforeRoot(Bytes record);     // so the root is not the first cell
+  HiveBuilder& BinSize(uint32_t size) { return Put(bin_size_, size); }
+  // Stored in the base block.
+  HiveBuilder& FileName(std::string_view name) { return Put(file_name_, name); }
+  // So the root is not the first cell.
+  HiveBuilder& CellBeforeRoot(Bytes record) { return Put(before_root_, std::move(record)); }
   BuiltHive Build() const;
 
  private:
+  template <typename Field, typename Value>
+  HiveBuilder& Put(Field& field, Value value) {
+    field = std::move(value);
+    return *this;
+  }
   friend class KeyRef;
   friend struct Layout;
   std::vector<KeyRecord> keys_;
@@ -165,10 +181,15 @@ struct BuiltHive {
   uint32_t CellLength(uint32_t cell) const;  // absolute
 
   // Damage and overrides.
-  BuiltHive& SetU8(uint32_t cell, uint32_t offset, uint8_t value);
-  BuiltHive& SetU16(uint32_t cell, uint32_t offset, uint16_t value);
-  BuiltHive& SetU32(uint32_t cell, uint32_t offset, uint32_t value);
-  BuiltHive& SetU64(uint32_t cell, uint32_t offset, uint64_t value);
+  BuiltHive& SetU8(uint32_t cell, uint32_t offset, uint8_t value) {
+    return bytes[cell + offset] = value, *this;
+  }
+  BuiltHive& SetU16(uint32_t cell, uint32_t offset, uint16_t value) {
+    return PutU16(bytes, cell + offset, value), *this;
+  }
+  BuiltHive& SetU32(uint32_t cell, uint32_t offset, uint32_t value) {
+    return PutU32(bytes, cell + offset, value), *this;
+  }
   BuiltHive& SetBytes(uint32_t cell, uint32_t offset, std::span<const uint8_t> data);
   // Makes an offset field lead to the cell at `target`.
   BuiltHive& Link(uint32_t cell, uint32_t offset, uint32_t target);

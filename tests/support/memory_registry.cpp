@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 #include <filesystem>
+#include <fstream>
 
 #include "hive/value_text.h"
 #include "host/case.h"
@@ -188,12 +189,13 @@ bool IsThere(const std::string& file) {
   return std::filesystem::exists(FilePath(file), error);
 }
 
+// As the system writes: to files that the program keeps from being written as well.
 bool WriteBytes(const std::string& file, const Bytes& bytes) {
-  int error = 0;
-  std::FILE* const stream = OpenFile(file, "wb", error);
-  if (stream == nullptr) return false;
-  const size_t written = std::fwrite(bytes.data(), 1, bytes.size(), stream);
-  return std::fclose(stream) == 0 && written == bytes.size();
+  std::ofstream stream(FilePath(file), std::ios::binary);
+  stream.write(reinterpret_cast<const char*>(bytes.data()),
+               static_cast<std::streamsize>(bytes.size()));
+  stream.close();
+  return stream.good();
 }
 
 Bytes ReadBytesOf(const std::string& file) {

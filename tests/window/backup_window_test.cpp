@@ -12,6 +12,7 @@
 #include "ui/folder_choice.h"
 #include "ui/resource.h"
 #include "ui/system_facts.h"
+#include "ui/text.h"
 
 namespace hivequarry::testing {
 namespace {
@@ -52,13 +53,6 @@ class BackupWindowTest : public WindowTest {
     EXPECT_FALSE(IsOn(dialog, IDOK) || IsOn(dialog, IDCANCEL) || IsOn(dialog, kBackupHive));
     EXPECT_TRUE(PumpUntil([&] { return IsOn(dialog, IDCANCEL); }));
   }
-  Texts TakeBoxes() {
-    Texts texts;
-    for (const ShownBox& box : surroundings_.boxes) texts.push_back(box.text);
-    surroundings_.boxes.clear();
-    return texts;
-  }
-
   MemoryRegistry registry_;
   const TempFile temp_{"hive", "SYSTEM"};
   const std::string& folder_ = temp_.folder();
@@ -76,14 +70,16 @@ TEST_F(BackupWindowTest, SavesTheTickedHivesAndShowsHowEachEnded) {
     EXPECT_EQ(Ticks(dialog), HiveBit(0) | HiveBit(1) | HiveBit(3) | HiveBit(6));
     EXPECT_FALSE(IsShown(dialog, kBackupCheck));
     Click(dialog, kBackupHive + 1);
+    SetDlgItemTextW(dialog, kBackupFolder, WideName('"' + dated + "\\new\\\"").c_str());
     RunToEnd(dialog);
     EXPECT_EQ(Icons(dialog), "Done,Failed,Done");
     Click(dialog, IDCANCEL);
   });
   Run(kBackupCommand);
-  EXPECT_EQ(TakeBoxes().back(), "Backup done.");
-  EXPECT_TRUE(IsNameTaken(dated + "\\HKU_S-1.dat") && !IsNameTaken(dated + "\\ntuser.dat"));
-  EXPECT_EQ(TheSettings().folders[kFolderBackups], dated);
+  EXPECT_EQ(TakeBoxes().back(), "Hivequarry: Backup done.");
+  EXPECT_TRUE(IsNameTaken(dated + "\\new\\HKU_S-1.dat"));
+  EXPECT_FALSE(IsNameTaken(dated + "\\new\\ntuser.dat"));
+  EXPECT_EQ(TheSettings().folders[kFolderBackups], dated + "\\new");
   EXPECT_TRUE(registry_.enabled.empty());
 }
 
@@ -112,7 +108,7 @@ TEST_F(BackupWindowTest, AHangingRunCanBeStopped) {
     Click(dialog, IDCANCEL);
   });
   Run(kBackupCommand);
-  EXPECT_EQ(TakeBoxes()[0], "Stop current Process ?");
+  EXPECT_EQ(TakeBoxes()[0], "Hivequarry: Stop current Process ?");
 }
 
 TEST_F(BackupWindowTest, ReplacesOnlyFromTheSystemsDrive) {
@@ -149,7 +145,7 @@ TEST_F(BackupWindowTest, OldSystemsHaveSevenHives) {
   Run(kBackupCommand);
   registry_.privileges.clear();
   Run(kBackupCommand);  // no dialog
-  EXPECT_EQ(TakeBoxes(), Texts{"No Backup Privilege !"});
+  EXPECT_EQ(TakeBoxes(), Texts{"Error: No Backup Privilege !"});
 }
 
 TEST_F(BackupWindowTest, AnUnattendedRunClosesAll) {

@@ -19,8 +19,6 @@
 namespace hivequarry::testing {
 namespace {
 
-using Texts = std::vector<std::string>;
-
 struct MenuItem {
   std::string menu, text;
   uint32_t number;
@@ -82,10 +80,7 @@ class CommandsTest : public WindowTest {
     return Utf8Name(notice.szText);
   }
   std::string SelectedName() const { return ItemText(TreeView_GetSelection(window_->tree.window)); }
-  void OpenTools() {
-    hive_ = std::make_unique<TempFile>(tools_.bytes);
-    Open(hive_->name());
-  }
+  void OpenTools() { OpenBytes(tools_.bytes); }
   uint32_t Item(const char* path) const {
     return FindItemByPath(ShownHive(*window_), *window_->key_tree, path);
   }
@@ -101,7 +96,6 @@ class CommandsTest : public WindowTest {
   }
 
   BuiltHive tools_ = ToolsHive();
-  std::unique_ptr<TempFile> hive_;
 };
 
 TEST_F(CommandsTest, MainMenu) {
@@ -109,6 +103,7 @@ TEST_F(CommandsTest, MainMenu) {
       {"&File", "&Open File\tCtrl+O", 1400},
       {"&File", "Re&create Hive", 5104},
       {"&File", "Export Hive to &reg file", 1419},
+      {"&File", "Regis&try root of hive...", 9039},
       {"&File>Security R&ecords", "List &Security Records", 7043},
       {"&File>Security R&ecords", "List &ACEs", 7045},
       {"&File>Security R&ecords", "&Records used by keys", 9031},
@@ -155,6 +150,8 @@ TEST_F(CommandsTest, MainMenu) {
       {"&View", "List &keys of branch", 9007},
       {"&View", "List &values of branch", 9008},
       {"&View", "List disconnected valu&es", 9009},
+      {"&View", "List &freed keys", 9037},
+      {"&View", "List freed va&lues", 9038},
       {"&View", "List ed&ited values", 9023},
       {"&View", "Take back &all edits", 9024},
       {"&View", "Raw record at &position...", 9025},
@@ -313,8 +310,8 @@ TEST_F(CommandsTest, WorkspaceListsTheHive) {
   EXPECT_EQ(SelectedName(), "Workspace");
   ASSERT_EQ(ListView_GetItemCount(window_->values.window), 1);
   EXPECT_EQ(ValueRowTexts(0),
-            (Texts{window_->key_tree->root_text, "Hive", hive_->name(), "0x00000000"}));
-  EXPECT_EQ(TextOf(window_->detail.window).find("File: " + hive_->name()), 0U);
+            (Texts{window_->key_tree->root_text, "Hive", hive_file_->name(), "0x00000000"}));
+  EXPECT_EQ(TextOf(window_->detail.window).find("File: " + hive_file_->name()), 0U);
   EXPECT_EQ(ContextTexts(CommandPlace::kWorkspaceMenu, false), Texts());
   for (const Command& command : Commands()) {  // none takes it for a key
     if (command.number >= 9005 && command.number <= 9022) Run(command.number);
@@ -412,7 +409,7 @@ TEST_F(CommandsTest, CopiesOfTheProgram) {
   SelectItemAndWait(0);
   Run(6600);
   const std::string end = std::to_string(tools_.bytes.size());
-  const std::string tail = " -eoff=" + end + " \"" + hive_->name() + "\"";
+  const std::string tail = " -eoff=" + end + " \"" + hive_file_->name() + "\"";
   ASSERT_EQ(surroundings_.launches.size(), 2U);
   EXPECT_EQ(surroundings_.launches[0],
             "-key=" + std::to_string(tools_.PositionOf("Gamma")) + " -soff=0" + tail);
@@ -433,8 +430,7 @@ TEST_F(CommandsTest, SelectedValues) {
   const TempFile out("what was there before");
   TheListDialogs().save = [&](const FileRequest&) { return FileChoice{out.name(), 0}; };
   Run(kCommandSaveValue);
-  std::ifstream in(WideName(out.name()).c_str(), std::ios::binary);
-  const std::string written{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+  const std::string written = ContentOf(out.name());
   const auto& bytes = tools_.bytes;
   const std::string_view whole(reinterpret_cast<const char*>(bytes.data()), bytes.size());
   EXPECT_EQ(written.size(), 20U);
@@ -442,22 +438,19 @@ TEST_F(CommandsTest, SelectedValues) {
   Run(kCommandInvertValues);
   EXPECT_EQ(SelectedRow(window_->values), 0);
   Run(kCommandCopyValues);
-  ASSERT_NE(OpenClipboard(handle_), FALSE);
-  const auto* copied = static_cast<const wchar_t*>(GlobalLock(GetClipboardData(CF_UNICODETEXT)));
-  EXPECT_EQ(Utf8Name(copied).find("Path\tREG_SZ\tC:\\Tools\t0x"), 0U);
-  CloseClipboard();
+  EXPECT_TRUE(ClipboardText().starts_with("Path\tREG_SZ\tC:\\Tools\t0x"));
   Run(kCommandSelectAllValues);
   EXPECT_EQ(ListView_GetSelectedCount(window_->values.window), 2U);
 }
 
 TEST_F(CommandsTest, RecentHives) {
   OpenTools();
-  EXPECT_EQ(TheSettings().histories.recent_files, Texts{hive_->name()});
-  EXPECT_EQ(TheSettings().folders[kFolderHives], hive_->folder());
+  EXPECT_EQ(TheSettings().histories.recent_files, Texts{hive_file_->name()});
+  EXPECT_EQ(TheSettings().folders[kFolderHives], hive_file_->folder());
   Run(kCommandRecentHive + 1);
   EXPECT_TRUE(surroundings_.launches.empty());
   Run(kCommandRecentHive);
-  EXPECT_EQ(surroundings_.launches, Texts{"/C \"" + hive_->name() + "\""});
+  EXPECT_EQ(surroundings_.launches, Texts{"/C \"" + hive_file_->name() + "\""});
 }
 
 TEST_F(CommandsTest, PlaceAndSizesSurviveARestart) {
@@ -474,7 +467,7 @@ TEST_F(CommandsTest, PlaceAndSizesSurviveARestart) {
   ReadSettings(ini.name(), TheSettings());
   TheProgram().settings_file.clear();
   EXPECT_EQ(TheSettings().histories.recent_files,
-            (Texts{hive_->name(), "D:\\opened by another copy"}));
+            (Texts{hive_file_->name(), "D:\\opened by another copy"}));
   MakeWindow();
   RECT place{};
   GetWindowRect(handle_, &place);
@@ -504,13 +497,11 @@ TEST_F(CommandsTest, SurroundingsThatAreNotRight) {
   ASSERT_FALSE(line.backup_hives.empty());
   CheckBackupRequest(line);
   EXPECT_TRUE(line.backup_hives.empty());
-  Texts said;
-  for (const ShownBox& box : surroundings_.boxes) said.push_back(box.text);
-  EXPECT_EQ(said,
-            (Texts{"Can not determine Windows directory !", "Can not determine System directory !",
-                   "Unknown OS !", "Invalid directory !"}));
+  EXPECT_EQ(TakeBoxes(), (Texts{"Hivequarry: Can not determine Windows directory !",
+                                "Hivequarry: Can not determine System directory !",
+                                "Hivequarry: Unknown OS !", "Hivequarry: Invalid directory !"}));
   CheckSurroundings(ReadSystemFacts());
-  EXPECT_EQ(surroundings_.boxes.size(), 4U);
+  EXPECT_EQ(TakeBoxes(), Texts());
 }
 
 TEST(SystemFlagsTest, VersionsOfTheSystem) {

@@ -13,6 +13,7 @@
 #include "ui/raw_view.h"
 #include "ui/recent_keys_dialog.h"
 #include "ui/resource.h"
+#include "ui/root_dialog.h"
 #include "ui/system_facts.h"
 #include "ui/text.h"
 
@@ -141,7 +142,7 @@ TEST_F(BookmarksTest, AddFilterNoteAndDelete) {
   });
   OnBookmarks(*window_);
   EXPECT_EQ(Paths().size(), 4U);
-  EXPECT_NE(BytesOf(bookmark_file_.name()).find("# a remark"), std::string::npos);
+  EXPECT_NE(ContentOf(bookmark_file_.name()).find("# a remark"), std::string::npos);
 }
 
 TEST_F(BookmarksTest, GoingToOneSaysWhenItIsNotThere) {
@@ -241,6 +242,21 @@ TEST_F(DialogsTest, PositionsAreReadAsTheyAreWritten) {
   });
   EXPECT_TRUE(AskPosition(handle_, 4096, position));
   EXPECT_EQ(position, 4095U);
+}
+
+TEST_F(DialogsTest, TheRootOfAHiveCanBeNamed) {
+  OpenSample();
+  InNextDialog([](HWND dialog) {
+    EXPECT_EQ(SendDlgItemMessageW(dialog, kRootPathText, CB_GETCOUNT, 0, 0), 10);
+    Type(dialog, kRootPathText, L"");
+    EXPECT_FALSE(IsOn(dialog, IDOK));
+    Type(dialog, kRootPathText, L"HKEY_USERS\\Somebody");
+    Click(dialog, IDOK);
+  });
+  OnHiveRoot(*window_);
+  EXPECT_EQ(ItemText(RootHandle()), "HKU\\Somebody");
+  EXPECT_EQ(SelectedPath(), "HKU\\Somebody");
+  EXPECT_EQ(ShownHive(*window_).long_prefix, "HKEY_USERS\\Somebody\\");
 }
 
 }  // namespace

@@ -34,8 +34,7 @@ void CALLBACK TypeNumber(HWND, UINT, UINT_PTR timer, DWORD) {
 
 TEST_F(WindowTest, EditOfAValueIsShownListedAndTakenBack) {
   const BuiltHive built = ToolsHive();
-  const TempFile file(built.bytes);
-  Open(file.name());
+  OpenBytes(built.bytes);
   SelectPath("Tools");
   SelectRow(0);
   SetTimer(nullptr, 0, 10, TypeNumber);
@@ -67,8 +66,7 @@ TEST_F(WindowTest, EditOfAValueIsShownListedAndTakenBack) {
 }
 
 TEST_F(WindowTest, TypedPathLeadsToItsKey) {
-  const TempFile file(ToolsHive().bytes);
-  Open(file.name());
+  OpenBytes(ToolsHive().bytes);
   const std::string root = window_->key_tree->root_text;
   struct Case {
     const wchar_t* typed;

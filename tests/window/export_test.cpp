@@ -29,7 +29,7 @@ class ExportTest : public ListTest {
   // The script that there is when the work has ended.
   std::string Script() {
     EXPECT_TRUE(PumpUntil([&] { return !window_->work.thread.joinable(); }));
-    return BytesOf(out_.name());
+    return ContentOf(out_.name());
   }
 
   const ListDialogs real_ = TheListDialogs();

@@ -12,8 +12,10 @@
 
 #include "hive/value_text.h"
 #include "tests/window/dialog_fixture.h"
+#include "tests/window/window_fixture.h"
 #include "ui/dpi.h"
 #include "ui/resource.h"
+#include "ui/text.h"
 #include "ui/value_editor.h"
 #include "ui/window_class.h"
 
@@ -26,8 +28,6 @@ void PrintTo(const HexRange& range, std::ostream* out) { *out << range.start << 
 
 namespace testing {
 namespace {
-
-using Bytes = std::vector<uint8_t>;
 
 Bytes Counting(size_t count) {
   Bytes bytes(count);
@@ -109,23 +109,6 @@ TEST(HexBytes, LimitAndHistoryAreBounded) {
 }
 
 // --- control -------------------------------------------------------------------------------------
-
-void Pump() {
-  MSG message;
-  while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE) != FALSE) {
-    TranslateMessage(&message);
-    DispatchMessageW(&message);
-  }
-}
-
-bool PumpUntil(const std::function<bool()>& done) {
-  const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(10);
-  for (Pump(); !done(); Pump()) {
-    if (std::chrono::steady_clock::now() >= end) return false;
-    MsgWaitForMultipleObjects(0, nullptr, FALSE, 10, QS_ALLINPUT);
-  }
-  return true;
-}
 
 class HexControl : public ::testing::Test {
  protected:
@@ -229,14 +212,6 @@ void SetClipboard(HWND owner, const std::wstring& text) {
   CloseClipboard();
 }
 
-std::wstring Clipboard(HWND owner) {
-  if (OpenClipboard(owner) == FALSE) return L"(busy)";
-  const HANDLE memory = GetClipboardData(CF_UNICODETEXT);
-  std::wstring text = memory != nullptr ? static_cast<const wchar_t*>(GlobalLock(memory)) : L"";
-  CloseClipboard();
-  return text;
-}
-
 TEST_F(HexControl, KeysEditAndMove) {
   struct Case {
     const wchar_t* keys;
@@ -326,7 +301,7 @@ TEST_F(HexControl, ClipboardTakesTheFormOfTheSide) {
     PumpUntil([&] { return Model().bytes == row.after; });
     EXPECT_EQ(Model().bytes, row.after);
     EXPECT_EQ(std::count(Notices().begin(), Notices().end(), kHexRefused), row.refused ? 1 : 0);
-    EXPECT_EQ(Clipboard(parent_), row.copied != nullptr ? row.copied : row.given);
+    EXPECT_EQ(ClipboardText(), Utf8Name(row.copied != nullptr ? row.copied : row.given));
   }
 }
 

@@ -123,37 +123,9 @@ TEST(Commands, RowsAreWhole) {
   }
 }
 
-TEST(Commands, Guards) {
-  CommandFacts idle;
-  CommandFacts running;
-  running.running = true;
-  CommandFacts backup;
-  backup.backup = true;
-  struct Case {
-    uint16_t command;
-    bool idle, running, backup;
-  };
-  constexpr Case kCases[] = {
-      {kCommandOpen, true, false, true},
-      {kCommandAbout, true, false, false},
-      {kCommandExit, true, true, true},
-      {kCommandResizeColumns, true, true, true},
-      {kCommandTechnicalView, true, false, true},
-      {kCommandStop, false, true, true},
-      {kCommandBlockList, false, false, false},
-      {5104, true, false, true},
-      {kCommandToggleView, true, false, true},
-      {1418, true, false, false},
-      {1455, true, false, false},
-      {kCommandRecentHive, false, false, false},
-  };
-  for (const Case& expected : kCases) {
-    SCOPED_TRACE(expected.command);
-    const Command* command = FindCommand(Commands(), expected.command);
-    ASSERT_NE(command, nullptr);
-    EXPECT_EQ(IsAvailable(*command, idle), expected.idle);
-    EXPECT_EQ(IsAvailable(*command, running), expected.running);
-    EXPECT_EQ(IsAvailable(*command, backup), expected.backup);
+TEST(Commands, OffWithoutAHive) {
+  for (const uint16_t number : {kCommandBlockList, kCommandRecentHive}) {
+    EXPECT_FALSE(IsAvailable(*FindCommand(Commands(), number), CommandFacts())) << number;
   }
 }
 

@@ -82,7 +82,7 @@ TEST_F(ListFileTest, TextFileIsReplacedAppendedOrLeft) {
     choice_.name = here_.folder() + "\\" + c.name;
     save_as_ = c.answer;
     RunList(place, kCommandSaveListText);
-    EXPECT_EQ(BytesOf(choice_.name), c.bytes);
+    EXPECT_EQ(ContentOf(choice_.name), c.bytes);
     EXPECT_EQ(TakeBoxes(), c.boxes);
   }
   EXPECT_EQ(asked_.folder, here_.folder());  // of the file before
@@ -104,16 +104,8 @@ TEST_F(ListFileTest, SelectedRowsAndDialogsThatFail) {
     choice_ = {c.error == 0 ? file : std::string(), c.error};
     RunList(place, kCommandSaveSelected);
     EXPECT_EQ(TakeBoxes(), c.boxes);
-    EXPECT_EQ(BytesOf(file), "Key  : a\r\nValue: x\r\n\r\n");
+    EXPECT_EQ(ContentOf(file), "Key  : a\r\nValue: x\r\n\r\n");
   }
-}
-
-std::string ClipboardText() {
-  if (OpenClipboard(nullptr) == FALSE) return "closed";
-  const HANDLE block = GetClipboardData(CF_TEXT);
-  std::string text = block != nullptr ? static_cast<const char*>(GlobalLock(block)) : "none";
-  CloseClipboard();
-  return text;
 }
 
 TEST_F(ListFileTest, Clipboard) {
@@ -138,7 +130,11 @@ TEST_F(ListFileTest, Clipboard) {
   host.clipboard = [](void*, std::string_view) { return false; };
   SetHost(host);
   RunList(place, kCommandCopyList);
-  EXPECT_EQ(TakeBoxes(), Texts{"Error: Not enough memory available!"});
+  host.clipboard = [](void*, std::string_view) -> bool { throw std::bad_alloc(); };
+  SetHost(host);
+  RunList(place, kCommandCopyList);
+  EXPECT_EQ(TakeBoxes(), (Texts{"Error: Not enough memory available!",
+                                "Hivequarry: Could Not Allocate Memory"}));
 }
 
 TEST_F(ListFileTest, ReportIsSavedAndLoadedBack) {
@@ -193,14 +189,14 @@ TEST_F(ListFileTest, EditorGetsTheText) {
   std::string name;
   TheListDialogs().notepad = [&](HWND, const std::string& file) {
     name = file;
-    text = BytesOf(file);
+    text = ContentOf(file);
   };
   ListPlace& place = OpenList(KeyErrors());
   ShowInOrder(place, {1, 0});
   RunList(place, kCommandListNotepad);
   EXPECT_EQ(text, kKeyErrors);
   CloseListWindows(*window_);
-  EXPECT_EQ(BytesOf(name), "");
+  EXPECT_EQ(ContentOf(name), "");
 }
 
 // Texts drawn on a page, a line each.
@@ -248,7 +244,7 @@ TEST_F(ListFileTest, SplitFileFillsInTheNames) {
   RunList(place, kCommandSplitFile);
   const Texts names = Column(place, 3);
   EXPECT_EQ(names, (Texts{source.name() + ".sp_01", source.name() + ".sp_02"}));
-  EXPECT_EQ(BytesOf(names[1]), std::string(10, 'x'));
+  EXPECT_EQ(ContentOf(names[1]), std::string(10, 'x'));
   EXPECT_EQ(PartText(place, kListText), "Done.");
 }
 
@@ -267,51 +263,6 @@ TEST_F(ListFileTest, RootsOpenInCopies) {
   const std::string range =
       "-soff=0 -eoff=" + std::to_string(hive.bytes.size()) + " \"" + file.name() + "\"";
   EXPECT_EQ(surroundings_.launches, (Texts{range, "-key=4128 " + range}));
-}
-
-// The whole way of a list: made from a hive, put in order, found in, kept, and loaded again.
-TEST_F(ListFileTest, FromAHiveToAReportAndBack) {
-  TheSettings().options.sort_new_lists = true;
-  HiveBuilder hive;
-  hive.Key("Alpha\\Beta");
-  hive.Key("Gamma");
-  const TempFile file(hive.Build().bytes);
-  Open(file.name());
-  SelectPath("Alpha\\Beta");
-  SelectItemAndWait(0);
-  Run(kCommandListKeys);
-  ListPlace* place = nullptr;
-  ASSERT_TRUE(PumpUntil([&] {
-    place = FindListPlace(FindWindowW(L"HivequarryList", L"Key tree"));
-    return place != nullptr && !place->working && ShownRowCount(*place) == 4;
-  }));
-  EXPECT_EQ(Column(*place, 0), (Texts{"ROOT", "ROOT\\Alpha", "ROOT\\Alpha\\Beta", "ROOT\\Gamma"}));
-  NMLISTVIEW click{};
-  click.hdr = {place->list, 0, static_cast<UINT>(LVN_COLUMNCLICK)};
-  OnListNotify(*place, click.hdr);
-  Finish(*place);
-  const Texts reversed = {"ROOT\\Gamma", "ROOT\\Alpha\\Beta", "ROOT\\Alpha", "ROOT"};
-  EXPECT_EQ(Column(*place, 0), reversed);
-  place->last_find = "ALPHA";
-  RunList(*place, kCommandFindNext);
-  EXPECT_EQ(Selected(*place), Texts{"ROOT\\Alpha\\Beta"});
-  RunList(*place, kCommandGoToTree);
-  WaitForRows();
-  EXPECT_EQ(TextOf(window_->path), "ROOT\\Alpha\\Beta");
-
-  choice_.name = here_.folder() + "\\keys.txt";
-  RunList(*place, kCommandSaveListText);
-  EXPECT_TRUE(
-      BytesOf(choice_.name).starts_with("Number of Items : 4\r\n\r\nKey          : ROOT\\Gamma"));
-  RunList(*place, kCommandCopyList);
-  choice_.name = here_.folder() + "\\keys.rpt";
-  RunList(*place, kCommandSaveReport);
-  EXPECT_EQ(TakeBoxes(), (Texts{"Hivequarry: 4 Items saved !", "Hivequarry: 4 Item(s) copied !"}));
-  LoadReport(window_->output, choice_.name);
-  Finish(window_->output);
-  for (size_t column = 0; column < 7; ++column) {
-    EXPECT_EQ(Column(window_->output, column), Column(*place, column));
-  }
 }
 
 }  // namespace

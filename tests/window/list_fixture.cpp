@@ -1,9 +1,6 @@
 #include "tests/window/list_fixture.h"
 
 #include <array>
-#include <cstdio>
-#include <fstream>
-#include <iterator>
 
 #include "ui/list_dialogs.h"
 #include "ui/list_sorting.h"
@@ -39,9 +36,7 @@ OutputListPtr ListTest::MakeRows(int kind, std::initializer_list<Texts> rows) {
 OutputListPtr ListTest::MakeManyRows(uint32_t count) {
   OutputListPtr list = MakeOutputList(51);
   for (uint32_t i = 0; i < count; ++i) {
-    char text[16];
-    snprintf(text, sizeof text, "Row %07u", i);
-    AddText(*list, text);
+    AddText(*list, Formatted("Row %07u", i));
   }
   return list;
 }
@@ -83,24 +78,12 @@ std::string ListTest::PartText(const ListPlace& place, int part) {
   return Utf8Name(text.data());
 }
 
-Texts ListTest::TakeBoxes() {
-  Texts texts;
-  for (const ShownBox& box : surroundings_.boxes) texts.push_back(box.title + ": " + box.text);
-  surroundings_.boxes.clear();
-  return texts;
-}
-
 void AddText(OutputList& list, std::string_view text, uint32_t datum) {
   NewRow row;
   row.texts = std::span(&text, 1);
   row.datum = datum;
   row.has_datum = datum != 0;
   AddRow(list, row);
-}
-
-std::string BytesOf(const std::string& file) {
-  std::ifstream stream(WideName(file).c_str(), std::ios::binary);
-  return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
 }
 
 }  // namespace hivequarry::testing

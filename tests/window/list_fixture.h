@@ -14,8 +14,6 @@
 
 namespace hivequarry::testing {
 
-using Texts = std::vector<std::string>;
-
 class ListTest : public WindowTest {
  protected:
   void SetUp() override;
@@ -34,13 +32,9 @@ class ListTest : public WindowTest {
   Texts Column(const ListPlace& place, size_t column) const;
   static Texts Selected(const ListPlace& place);
   static std::string PartText(const ListPlace& place, int part);
-  // The texts of the boxes shown since the last call, "title: text" each.
-  Texts TakeBoxes();
 };
 
 // Adds a row of one cell; without a datum it speaks of no position.
 void AddText(OutputList& list, std::string_view text, uint32_t datum = 0);
-// The bytes of a file (UTF-8 name); empty where there is none.
-std::string BytesOf(const std::string& file);
 
 }  // namespace hivequarry::testing

@@ -3,6 +3,8 @@
 #include <set>
 
 #include "host/long_operation.h"
+#include "reports/freed_lists.h"
+#include "tests/window/dialog_fixture.h"
 #include "tests/window/list_fixture.h"
 #include "ui/find_dialog.h"
 #include "ui/list_dialogs.h"
@@ -135,20 +137,6 @@ TEST_F(ListTest, FindWrapsAndSaysSo) {
   }
 }
 
-// Does in the dialog of that title what a user would, once it is up.
-void InDialog(const wchar_t* title, const std::function<void(HWND dialog)>& act) {
-  static std::function<void(HWND)> pending;
-  static std::wstring wanted;
-  pending = act;
-  wanted = title;
-  SetTimer(nullptr, 0, 10, [](HWND, UINT, UINT_PTR timer, DWORD) {
-    const HWND dialog = FindWindowW(L"#32770", wanted.c_str());
-    if (dialog == nullptr) return;
-    KillTimer(nullptr, timer);
-    pending(dialog);
-  });
-}
-
 TEST_F(ListTest, FindDialog) {
   AddToHistory(TheSettings().histories.list_finds, "older");
   ListPlace& place = OpenList(MakeRows(51, {{"one"}, {"two"}, {"three"}, {"two again"}}));
@@ -157,7 +145,7 @@ TEST_F(ListTest, FindDialog) {
   InDialog(L"Find in List", [&](HWND dialog) {
     EXPECT_EQ(ComboBox_GetCount(GetDlgItem(dialog, kFindText)), 1);
     EXPECT_FALSE(IsWindowEnabled(handle_));  // nor the main window while it is up
-    SendDlgItemMessageW(dialog, kFindAdd, BM_CLICK, 0, 0);
+    Click(dialog, kFindAdd);
     SendMessageW(dialog, WM_COMMAND, kFindUp, 0);  // without a text nothing happens
     SetDlgItemTextW(dialog, kFindText, L"Two");
     SendMessageW(dialog, WM_COMMAND, kFindUp, 0);
@@ -252,16 +240,15 @@ TEST_F(ListTest, GuardsAndNeeds) {
     uint16_t number;
     bool idle, running, backup, empty;
   };
-  constexpr Case kCases[] = {
-      {1416, true, false, false, false},  {1417, true, false, false, false},
-      {1418, true, false, false, true},   {1425, true, false, false, false},
-      {1430, true, false, false, false},  {1440, true, false, false, false},
-      {1445, true, true, true, true},     {1460, false, true, true, false},
-      {1470, true, true, true, true},     {1490, true, false, false, false},
-      {1491, true, false, false, false},  {1505, true, false, true, false},
-      {1506, true, false, true, false},   {4148, true, false, true, false},
-      {9201, true, false, true, false},   {9205, true, false, true, false},
-      {9209, false, false, false, false}, {9213, true, false, true, false}};
+  constexpr Case kCases[] = {{1416, true, false, false, false},  {1417, true, false, false, false},
+                             {1418, true, false, false, true},   {1425, true, false, false, false},
+                             {1430, true, false, false, false},  {1440, true, false, false, false},
+                             {1445, true, true, true, true},     {1460, false, true, true, false},
+                             {1470, true, true, true, true},     {1490, true, false, false, false},
+                             {1491, true, false, false, false},  {1505, true, false, true, false},
+                             {1506, true, false, true, false},   {4148, true, false, true, false},
+                             {9201, true, false, true, false},   {9205, true, false, true, false},
+                             {9209, false, false, false, false}, {9213, true, false, true, false}};
   ListPlace& full = OpenList(MakeRows(51, {{"a"}}));
   FocusRow(full, 0, false);
   const ListPlace& empty = OpenList(MakeOutputList(51));
@@ -322,8 +309,7 @@ TEST_F(ListTest, RowsLeadToTheTree) {
   HiveBuilder builder;
   builder.Key("Tools\\Inner");
   const BuiltHive hive = builder.Build();
-  const TempFile file(hive.bytes);
-  Open(file.name());
+  OpenBytes(hive.bytes);
   OutputListPtr list = MakeRows(51, {{"no position"}});
   AddText(*list, "Inner", hive.PositionOf("Tools\\Inner"));
   ListPlace& place = OpenList(std::move(list));
@@ -333,6 +319,21 @@ TEST_F(ListTest, RowsLeadToTheTree) {
   RunList(place, kCommandGoToTree);
   EXPECT_EQ(window_->key_tree->items[SelectedItem(window_->tree)].position,
             hive.PositionOf("Tools\\Inner"));
+}
+
+TEST_F(ListTest, AFreedRecordIsShownByItsBytes) {
+  HiveBuilder builder;
+  builder.Key("Tools\\Gone");
+  BuiltHive hive = builder.Build();
+  const uint32_t gone = hive.PositionOf("Tools\\Gone");
+  OpenBytes(hive.Unlink("Tools\\Gone").Free(gone).bytes);
+  ListPlace& place = OpenList(ListFreedKeys(ShownHive(*window_), *window_->key_tree));
+  ASSERT_EQ(RowCount(*place.model), 1U);
+  FocusRow(place, 0, false);
+  RunList(place, kCommandGoToTree);
+  const ListPlace* record = FindListPlace(GetActiveWindow());
+  ASSERT_NE(record, nullptr);
+  EXPECT_EQ(ListKindOf(*record->model), kListRawRecord);
 }
 
 // A window closed while its list is filled goes when the worker has ended.
@@ -368,19 +369,22 @@ TEST_F(ListTest, WindowKeepsItsPlaceAndWidths) {
   const auto open = [&] { return OpenList(MakeRows(47, {{"a"}})).window; };
   const HWND first = open();
   MoveWindow(first, 60, 70, 700, 400, FALSE);
-  ListView_SetColumnWidth(FindListPlace(first)->list, 2, 77);
+  ListView_SetColumnWidth(FindListPlace(first)->list, 2, 333);
   FindListPlace(first)->columns_touched = true;
   SendMessageW(first, WM_CLOSE, 0, 0);
+  const ListPlace& other = OpenList(MakeRows(45, {{"a"}}));  // shares the place, not the widths
+  EXPECT_NE(ListView_GetColumnWidth(other.list, 2), 333);
+  SendMessageW(other.window, WM_CLOSE, 0, 0);
   RECT area;
   const HWND second = open();
   GetWindowRect(second, &area);
   EXPECT_EQ(area.left, 60);
   EXPECT_EQ(area.right, 760);
-  EXPECT_EQ(ListView_GetColumnWidth(FindListPlace(second)->list, 2), 77);
+  EXPECT_EQ(ListView_GetColumnWidth(FindListPlace(second)->list, 2), 333);
   EXPECT_EQ(TextOf(second), "Security Records");
   area = {10, 10, 1010, 610};
   SendMessageW(second, WM_DPICHANGED, MAKEWPARAM(192, 192), reinterpret_cast<LPARAM>(&area));
-  EXPECT_EQ(ListView_GetColumnWidth(FindListPlace(second)->list, 2), 154);
+  EXPECT_EQ(ListView_GetColumnWidth(FindListPlace(second)->list, 2), 666);
 }
 
 TEST_F(ListTest, EmptyPaneHasGenericColumns) {
@@ -412,10 +416,8 @@ TEST_F(ListTest, MillionRowsStayUsable) {
   ListPlace& place = OpenList(MakeOutputList(51));
   const auto idle = [&] { return !place.working && !IsSelecting(place); };
   FillList(place, kOperationList, [](OutputList& list) {
-    char text[16];
-    for (uint32_t i = 0; i < kRows; ++i) {
-      snprintf(text, sizeof text, "Row %07u", static_cast<uint32_t>(i * uint64_t{7919} % kRows));
-      AddText(list, text);
+    for (uint64_t i = 0; i < kRows; ++i) {
+      AddText(list, Formatted("Row %07u", static_cast<uint32_t>(i * 7919 % kRows)));
     }
   });
   EXPECT_LT(LongestPause(idle), kPatience);
@@ -425,9 +427,7 @@ TEST_F(ListTest, MillionRowsStayUsable) {
   for (const uint32_t row : {999999U, 0U, 500000U}) {
     ListView_EnsureVisible(place.list, row, FALSE);
     UpdateWindow(place.list);
-    char wanted[16];
-    snprintf(wanted, sizeof wanted, "Row %07u", row);
-    EXPECT_EQ(RowTexts(place.list, static_cast<int>(row))[0], wanted);
+    EXPECT_EQ(RowTexts(place.list, static_cast<int>(row))[0], Formatted("Row %07u", row));
   }
   place.last_find = "row 0999998";
   FindInRows(place, true);

@@ -17,6 +17,7 @@ class MergeWindowTest : public ListTest {
     HiveBuilder builder;
     builder.Key("Tools").Class("tools").Sz("", "default").Dword("Count", 7).Binary("Big", 20'000);
     builder.Key("Tools\\\xCE\xA9mega").Sz("N\xC3\xA4me", "text");
+    builder.Key("Tools\\\xD5\xA1rm").Dword("n", 1);
     builder.Key("Other").Dword("n", 1);
     const TempFile file(builder.Build().bytes);
     Open(file.name());
@@ -47,6 +48,7 @@ TEST_F(MergeWindowTest, MergedBranchDiffersOnlyWhereItIsChanged) {
   Run(kCommandMergeFolder);
   EXPECT_EQ(surroundings_.boxes.at(0).buttons, Buttons::kYesNoDefaultNo);
   surroundings_.answer = Answer::kYes;
+  Set(L"Software\\HQTest\\Tools\\\u0531RM", L"N", 0);
   Run(kCommandMergeFolder);
   WaitForWork();
   EXPECT_EQ(surroundings_.boxes.size(), 2U);

@@ -157,8 +157,12 @@ TEST_F(WindowTest, FileThatCannotBeOpenedLeavesTheWindowEmpty) {
   EXPECT_EQ(TextOf(handle_), "Hivequarry");
   EXPECT_TRUE(IsWindowVisible(window_->empty));
   EXPECT_EQ(window_->host.wait_cursors, 0);
-  const TempFile file(SmallHive().bytes);
-  Open(file.name());
+  const TempFile text(Bytes(5000, 'x'));
+  OpenNamedFile(*window_, text.name(), 0, 0);
+  ASSERT_TRUE(PumpUntil([&] { return !window_->load.thread.joinable(); }));
+  EXPECT_EQ(surroundings_.boxes.back().text, "Invalid File format !");
+  EXPECT_TRUE(IsWindowVisible(window_->empty));
+  OpenBytes(SmallHive().bytes);
   EXPECT_EQ(window_->summary.keys, 4U);
 }
 

@@ -14,6 +14,7 @@
 
 #include "host/host.h"
 #include "tests/support/hive_builder.h"
+#include "tests/support/texts.h"
 #include "ui/main_window.h"
 #include "ui/text.h"
 #include "ui/win.h"
@@ -161,8 +162,7 @@ class ProcessTest : public ::testing::Test {
   HWND Child(int identifier) const { return GetDlgItem(main_, identifier); }
 
   std::string Settings() const {
-    std::ifstream in(program_.parent_path() / L"hivequarry.ini", std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+    return ContentOf(Utf8Name((program_.parent_path() / L"hivequarry.ini").wstring()));
   }
 
   TempFile folder_{std::string_view(), "anchor"};
@@ -192,12 +192,8 @@ TEST_F(ProcessTest, OpensListsAndRemembers) {
   EXPECT_EQ(ItemTextOf(tree, TreeView_GetNextSibling(tree, TreeView_GetRoot(tree))), "Workspace");
 
   SendMessageW(main_, WM_COMMAND, kListKeys, 0);
-  HWND list_window = nullptr;
-  ASSERT_TRUE(WaitUntil([&] {
-    list_window = FindOf(id_, kListClass);
-    return list_window != nullptr;
-  }));
-  const HWND list = FindWindowExW(list_window, nullptr, WC_LISTVIEWW, nullptr);
+  ASSERT_TRUE(WaitUntil([&] { return FindOf(id_, kListClass) != nullptr; }));
+  const HWND list = FindWindowExW(FindOf(id_, kListClass), nullptr, WC_LISTVIEWW, nullptr);
   EXPECT_TRUE(WaitUntil([&] { return ListView_GetItemCount(list) == 4; }));
 
   MoveWindow(main_, 40, 30, 900, 600, TRUE);
@@ -235,15 +231,11 @@ TEST_F(ProcessTest, FurtherHiveOpensInACopy) {
   const Bytes first = SmallHive("Alpha").bytes;
   const TempFile file(Joined({first, SmallHive("Astra").bytes}));
   Start(file.name());
-  HWND box = nullptr;
-  ASSERT_TRUE(WaitUntil([&] {
-    box = FindOf(id_, kBoxClass);
-    return box != nullptr;
-  }));
+  ASSERT_TRUE(WaitUntil([&] { return FindOf(id_, kBoxClass) != nullptr; }));
+  const HWND box = FindOf(id_, kBoxClass);
   EXPECT_EQ(TextOfWindow(box), "Hivequarry");
-  char question[96];
-  snprintf(question, sizeof question, "New Root Cell found at 0x%X! Open in new Window?",
-           static_cast<unsigned>(first.size() + 4128));
+  const std::string question = Formatted("New Root Cell found at 0x%X! Open in new Window?",
+                                         static_cast<unsigned>(first.size() + 4128));
   std::string text;
   for (HWND part = GetWindow(box, GW_CHILD); part != nullptr; part = GetWindow(part, GW_HWNDNEXT)) {
     if (TextOfWindow(part) == question) text = question;

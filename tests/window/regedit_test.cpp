@@ -91,11 +91,9 @@ class RegeditTest : public ListTest {
     HiveBuilder hive;
     hive.Key("ALPHA\\beta").Sz("Apple", "x").Sz("blackberry", "x");
     hive.Key("ALPHA\\Lost\\Deeper");
-    hive_ = std::make_unique<TempFile>(hive.Build().bytes);
-    Open(hive_->name());
+    OpenBytes(hive.Build().bytes);
     SetRootPath(TheHiveTable().slots[static_cast<size_t>(window_->slot)], "HKCU\\Software\\HQTest");
   }
-  std::unique_ptr<TempFile> hive_;
 };
 
 TEST(Regedit, RecordsOfBothWordSizes) {

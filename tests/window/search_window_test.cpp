@@ -233,11 +233,7 @@ TEST_F(SearchWindowTest, ClassIdOfARow) {
   ListPlace& place = OpenList(MakeRows(28, {{"HKCR\\CLSID\\" + class_id + "\\InProcServer32"}}));
   FocusRow(place, 0, false);
   OnCopyClassId(place);
-  ASSERT_TRUE(OpenClipboard(handle_));
-  const HANDLE text = GetClipboardData(CF_UNICODETEXT);
-  EXPECT_EQ(text != nullptr ? Utf8Name(static_cast<const wchar_t*>(GlobalLock(text))) : "",
-            class_id);
-  CloseClipboard();
+  EXPECT_EQ(ClipboardText(), class_id);
 }
 
 }  // namespace

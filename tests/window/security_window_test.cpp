@@ -2,6 +2,7 @@
 #include "ui/security_window.h"
 
 #include <algorithm>
+#include <atomic>
 
 #include "host/long_operation.h"
 #include "security/security_lists.h"
@@ -91,11 +92,46 @@ TEST_F(SecurityWindowTest, ShowsAndCopiesTheRecordOfTheKey) {
   OpenOn("Plain");
   EXPECT_EQ(ReportIn(Find()), Report(hive_.SecurityPosition(0)));
   SendMessageW(first, WM_COMMAND, kSecurityCopy, 0);
-  ASSERT_NE(OpenClipboard(handle_), FALSE);
-  EXPECT_EQ(Utf8Name(static_cast<wchar_t*>(GlobalLock(GetClipboardData(CF_UNICODETEXT)))), report);
-  CloseClipboard();
+  EXPECT_EQ(ClipboardText(), report);
   CloseWindow();
   EXPECT_EQ(Find(), nullptr);
+}
+
+// A machine that has to ask the network for an account: nobody waits for its answer.
+struct SlowMachine {
+  static inline std::atomic<bool> answers;
+  static inline std::atomic<int> asked;
+  static AccountAnswer Answer(void*, std::span<const uint8_t>) {
+    ++asked;
+    while (!answers) Sleep(1);
+    return {AccountAnswer::kFound, "PC", "Ann", 1};
+  }
+};
+
+TEST_F(SecurityWindowTest, NamesComeWhenTheyAreThere) {
+  SlowMachine::answers = false;
+  SlowMachine::asked = 0;
+  Host host = CurrentHost();
+  host.account = SlowMachine::Answer;
+  SetHost(host);
+  TheSettings().options.resolve_sids = true;
+  OpenOn("Owned");
+  const HWND closed = Find();
+  OpenOn("Owned");
+  const HWND dialog = Find();
+  ASSERT_TRUE(PumpUntil([] { return SlowMachine::asked == 2; }));
+  Close(closed == dialog ? nullptr : closed);
+  const std::string before = ReportIn(dialog);
+  EXPECT_NE(before.find(std::string("Owner : ") + kTrustee), std::string::npos);
+  EXPECT_EQ(before.find("Ann"), std::string::npos);
+  SendMessageW(dialog, WM_COMMAND, kSecurityCopy, 0);
+  EXPECT_EQ(ClipboardText(), before);
+  SlowMachine::answers = true;
+  EXPECT_TRUE(PumpUntil([&] { return ReportIn(dialog) != before; }));
+  EXPECT_NE(ReportIn(dialog).find(std::string(kTrustee) + "\r\n        PC\\Ann"),
+            std::string::npos);
+  // A SID is asked for once, and of the closed window no further one.
+  EXPECT_EQ(SlowMachine::asked, 4);
 }
 
 TEST_F(SecurityWindowTest, KeysAndOptionWorkWithoutTouchingOpenWindows) {
@@ -161,11 +197,10 @@ TEST_F(SecurityWindowTest, OpensWhereTheLastOneWasClosedOrAtTheMainWindow) {
 
 TEST_F(SecurityWindowTest, ClosesItselfAfterAnInvalidRecord) {
   EXPECT_EQ(OpenSecurityWindow(*window_, hive_.PositionOf("Owned")), nullptr);
-  char text[64];
-  snprintf(text, sizeof text, "Invalid security key at 0x%X", hive_.PositionOf("Owned") - 4096);
   ASSERT_EQ(surroundings_.boxes.size(), 1U);
   EXPECT_EQ(surroundings_.boxes[0].icon, Icon::kExclamation);
-  EXPECT_EQ(TakeBoxes(), Texts{std::string("Hivequarry: ") + text});
+  EXPECT_EQ(TakeBoxes(), Texts{Formatted("Hivequarry: Invalid security key at 0x%X",
+                                         hive_.PositionOf("Owned") - 4096)});
   EXPECT_EQ(Find(), nullptr);
 }
 

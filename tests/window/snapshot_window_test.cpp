@@ -4,6 +4,7 @@
 
 #include "host/files.h"
 #include "tests/support/memory_registry.h"
+#include "tests/window/dialog_fixture.h"
 #include "tests/window/list_fixture.h"
 #include "ui/list_dialogs.h"
 #include "ui/resource.h"
@@ -11,8 +12,6 @@
 
 namespace hivequarry::testing {
 namespace {
-
-using Use = std::function<void(HWND dialog)>;
 
 // Leads through the dialog that comes up next: one step at a time, from within its own loop and
 // while it answers, each as soon as the one before has been taken.
@@ -29,8 +28,6 @@ void InNextDialog(std::vector<Use> steps) {
     use(dialog);
   });
 }
-
-void Click(HWND dialog, int control) { SendDlgItemMessageW(dialog, control, BM_CLICK, 0, 0); }
 
 void Fill(HWND dialog, int field, const std::string& text) {
   SetDlgItemTextW(dialog, field, WideName(text).c_str());

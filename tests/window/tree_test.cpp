@@ -7,18 +7,13 @@
 namespace hivequarry::testing {
 namespace {
 
-std::string PositionWords(uint32_t position) {
-  char text[32];
-  snprintf(text, sizeof text, "0x%08X (%u)", position, position);
-  return text;
-}
-
 // The words a line each, and the position.
 std::string TipText(std::string words, bool made, uint32_t position) {
   const size_t gap = words.find("    ");
   if (gap != std::string::npos) words.replace(gap, 4, "\r\n");
   if (!words.empty()) words += "\r\n";
-  return words + (made ? "No key cell at " : "Position: ") + PositionWords(position);
+  return words + Formatted(made ? "No key cell at 0x%08X (%u)" : "Position: 0x%08X (%u)", position,
+                           position);
 }
 
 class TreeTest : public WindowTest {
@@ -112,8 +107,7 @@ RepairedHive MakeRepairedHive() {
 
 TEST_F(TreeTest, EveryRepairIsSeen) {
   const RepairedHive made = MakeRepairedHive();
-  const TempFile file(made.hive.bytes);
-  Open(file.name());
+  OpenBytes(made.hive.bytes);
   const struct {
     const char* what;
     uint32_t position;
@@ -145,8 +139,7 @@ TEST_F(TreeTest, EveryRepairIsSeen) {
 
 TEST_F(TreeTest, CopyShowsItsKeyAndSaysThatItIsOne) {
   const RepairedHive made = MakeRepairedHive();
-  const TempFile file(made.hive.bytes);
-  Open(file.name());
+  OpenBytes(made.hive.bytes);
   const KeyTree& tree = *window_->key_tree;
   const uint32_t copy = tree.items[ItemAt(made.inner)].parent;
   ASSERT_EQ(tree.items[copy].kind, ItemKind::kPathCopy);
@@ -185,8 +178,7 @@ Bytes WideHive() {
 }
 
 TEST_F(TreeTest, WideBranchComesInSlices) {
-  const TempFile file(WideHive());
-  Open(file.name());
+  OpenBytes(WideHive());
   SelectPath("Wide");
   const uint32_t wide = SelectedItem(window_->tree);
   TreeView_Expand(Tree(), HandleOf(wide), TVE_EXPAND);
@@ -215,8 +207,7 @@ TEST_F(TreeTest, WideBranchComesInSlices) {
 }
 
 TEST_F(TreeTest, WideBranchIsCollapsedAndExpandedOnItsWay) {
-  const TempFile file(WideHive());
-  Open(file.name());
+  OpenBytes(WideHive());
   SelectPath("Wide");
   const uint32_t wide = SelectedItem(window_->tree);
   const uint32_t sub =
@@ -251,8 +242,7 @@ TEST_F(TreeTest, WideBranchIsCollapsedAndExpandedOnItsWay) {
 
 // "Expand subfolders" that is ended on its way leaves no branch that cannot be opened.
 TEST_F(TreeTest, EndedExpansionLeavesBranchesClosed) {
-  const TempFile file(WideHive());
-  Open(file.name());
+  OpenBytes(WideHive());
   SelectPath("Wide");
   Run(kCommandExpand);
   EXPECT_FALSE(window_->tree.fills.empty());

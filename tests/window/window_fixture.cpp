@@ -65,7 +65,7 @@ void WindowTest::CloseWindow() {
   Pump();
 }
 
-void WindowTest::Pump() {
+void Pump() {
   MSG message;
   // Timers may keep the queue from ever being empty.
   const DWORD start = GetTickCount();
@@ -77,7 +77,7 @@ void WindowTest::Pump() {
   }
 }
 
-bool WindowTest::PumpUntil(const std::function<bool()>& done, std::chrono::milliseconds deadline) {
+bool PumpUntil(const std::function<bool()>& done, std::chrono::milliseconds deadline) {
   const auto end = std::chrono::steady_clock::now() + deadline;
   for (;;) {
     Pump();
@@ -85,6 +85,15 @@ bool WindowTest::PumpUntil(const std::function<bool()>& done, std::chrono::milli
     if (std::chrono::steady_clock::now() >= end) return false;
     MsgWaitForMultipleObjects(0, nullptr, FALSE, 10, QS_ALLINPUT);
   }
+}
+
+std::string ClipboardText() {
+  if (OpenClipboard(nullptr) == FALSE) return "(busy)";
+  const HANDLE block = GetClipboardData(CF_UNICODETEXT);
+  std::string text;
+  if (block != nullptr) text = Utf8Name(static_cast<const wchar_t*>(GlobalLock(block)));
+  CloseClipboard();
+  return text;
 }
 
 bool WindowTest::IsLoaded() const {
@@ -95,6 +104,11 @@ void WindowTest::Open(const std::string& file) {
   OpenNamedFile(*window_, file, 0, 0);
   ASSERT_TRUE(PumpUntil([&] { return IsLoaded(); })) << "not loaded: " << file;
   WaitForRows();
+}
+
+void WindowTest::OpenBytes(const Bytes& hive) {
+  hive_file_ = std::make_unique<TempFile>(hive);
+  Open(hive_file_->name());
 }
 
 void WindowTest::WaitForRows() {
@@ -177,6 +191,13 @@ std::string WindowTest::StatusText(int part) const {
   SendMessageW(window_->status, SB_GETTEXTW, static_cast<WPARAM>(part),
                reinterpret_cast<LPARAM>(text.data()));
   return Utf8Name(text.data());
+}
+
+Texts WindowTest::TakeBoxes() {
+  Texts texts;
+  for (const ShownBox& box : surroundings_.boxes) texts.push_back(box.title + ": " + box.text);
+  surroundings_.boxes.clear();
+  return texts;
 }
 
 }  // namespace hivequarry::testing

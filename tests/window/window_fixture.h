@@ -5,11 +5,13 @@
 
 #include <chrono>
 #include <functional>
+#include <memory>
 #include <string>
 #include <vector>
 
 #include "host/host.h"
 #include "tests/support/hive_builder.h"
+#include "tests/support/texts.h"
 #include "ui/main_window.h"
 
 namespace hivequarry::testing {
@@ -30,16 +32,19 @@ struct Surroundings {
   std::function<void(const char*)> on_status;  // on the thread that reports
 };
 
+// Dispatches messages until `done` or the deadline; whether it was done.
+bool PumpUntil(const std::function<bool()>& done,
+               std::chrono::milliseconds deadline = std::chrono::seconds(20));
+// Dispatches what is there already.
+void Pump();
+
+// The clipboard's text, UTF-8; "(busy)" while another program holds it.
+std::string ClipboardText();
+
 class WindowTest : public ::testing::Test {
  protected:
   void SetUp() override;
   void TearDown() override;
-
-  // Dispatches messages until `done` or the deadline; whether it was done.
-  static bool PumpUntil(const std::function<bool()>& done,
-                        std::chrono::milliseconds deadline = std::chrono::seconds(20));
-  // Dispatches what is there already.
-  static void Pump();
 
   // After CloseWindow: another one, with the settings that the first one left.
   void MakeWindow();
@@ -47,6 +52,8 @@ class WindowTest : public ::testing::Test {
 
   // Opens as the open dialog would and waits until hive and root item are shown.
   void Open(const std::string& file);
+  // The same of a file made for it, as long as the test lasts.
+  void OpenBytes(const Bytes& hive);
   bool IsLoaded() const;
   // Until the value pane shows the rows of the selected item.
   void WaitForRows();
@@ -67,10 +74,13 @@ class WindowTest : public ::testing::Test {
   }
   static std::string TextOf(HWND control);
   std::string StatusText(int part) const;
+  // The boxes shown since the last call, "title: text" each.
+  Texts TakeBoxes();
 
   MainWindow* window_ = nullptr;
   HWND handle_ = nullptr;
   Surroundings surroundings_;
+  std::unique_ptr<TempFile> hive_file_;  // of OpenBytes
 };
 
 }  // namespace hivequarry::testing

@@ -1,0 +1,325 @@
+#include "recovery/freed_candidates.h"
+
+#include <algorithm>
+#include <bit>
+
+#include "hive/cells.h"
+#include "hive/key_node.h"
+#include "hive/timestamp.h"
+#include "hive/value_key.h"
+#include "hive/value_text.h"
+#include "host/host.h"
+#include "host/long_operation.h"
+#include "recovery/scan.h"
+
+namespace hivequarry {
+namespace {
+
+constexpr uint32_t kMaxName = 510;  // bytes, of keys and values
+constexpr uint32_t kRecordStep = 8;
+constexpr uint32_t kPage = 4096;
+constexpr uint32_t kMostPadding = 8;         // behind the name of a value that the scan accepts
+constexpr uint32_t kLongestValueCell = 768;  // likewise
+// What was left behind the blocks need not stand where cells do.
+constexpr uint32_t kLooseStep = 4;
+
+// A stretch of bytes to be looked through.
+struct Stretch {
+  uint32_t begin = 0;
+  uint32_t end = 0;
+  FreedPlace place = FreedPlace::kFreeCell;
+  uint32_t host = kNoOffset;
+};
+
+struct Walk {
+  const HiveImage& hive;
+  const KeyTree& tree;
+  std::vector<FreedCandidate>& found;
+  const uint8_t* bytes = nullptr;  // of an image in memory: the walk asks for few of very many
+  uint32_t bin_end = 0;            // of the block around the position; 0 when there is none
+};
+
+// At a position of which 8 bytes are inside the image.
+uint32_t WordAt(const Walk& walk, uint32_t p) {
+  return walk.bytes != nullptr ? LoadU32(walk.bytes + p) : ReadU32(walk.hive, p);
+}
+
+// --- what a record must look like ----------------------------------------------------------------
+
+bool IsPrintable(uint32_t unit) {
+  return unit >= 0x20 && (unit < 0x7F || unit > 0x9F) && (unit < 0xD800 || unit > 0xDFFF) &&
+         unit < 0xFFFE;
+}
+
+// True for `length` bytes of a name without control characters.
+bool IsNamePrintable(const HiveImage& hive, uint32_t name, uint32_t length, bool wide) {
+  uint8_t bytes[kMaxName];
+  if (length > kMaxName || ReadBytes(hive, name, bytes, length) != length) return false;
+  if (wide && length % 2 != 0) return false;
+  for (uint32_t i = 0; i < length; i += wide ? 2 : 1) {
+    if (!IsPrintable(wide ? LoadU16(bytes + i) : bytes[i])) return false;
+  }
+  return true;
+}
+
+bool IsWideName(const HiveImage& hive, const FreedCandidate& record) {
+  return record.key ? ReadU8(hive, record.position + kKeyFlags) == 0
+                    : ReadU16(hive, record.position + kValueFlags) == 0;
+}
+
+uint32_t FixedPart(const FreedCandidate& record) { return record.key ? kKeyName : kValueName; }
+
+// A cell that took in its neighbours when it was freed is larger than its record; no block's worth
+// of them is taken for a size where there is no block.
+bool HasSize(const HiveImage& hive, uint32_t position, uint32_t needed, FreedPlace place) {
+  constexpr uint32_t kMostOutside = 65536;
+  const uint32_t size = ReadU32(hive, position);
+  const uint32_t length = CellLength(size);
+  return size % 8 == 0 && length >= needed &&
+         (place != FreedPlace::kNoCell || length <= kMostOutside);
+}
+
+// All of a key but for its name's characters. Whether its cell counts as allocated says nothing.
+bool IsKeyRecord(const HiveImage& hive, uint32_t p, FreedPlace place) {
+  constexpr uint32_t kSomeAllocatedCell = 0xFFFFFF00;
+  const uint32_t name = ReadU16(hive, p + kKeyNameLength);
+  const uint16_t flags = ReadU16(hive, p + kKeyFlags);
+  return name != 0 && name <= kMaxName && HasSize(hive, p, kKeyName + name, place) &&
+         ClassifyKey(hive, kSignatureNk, flags, kSomeAllocatedCell, p) == 0 && flags <= 0xFF &&
+         HasKeyBody(hive, p, ReadU32(hive, p)) &&
+         ReadU32(hive, p + kKeySubkeyCount) < hive.length / kRecordStep &&
+         ReadU32(hive, p + kKeyValueCount) < hive.length / kRecordStep &&
+         !FormatTimestamp(hive, p + kKeyLastWrite).empty();
+}
+
+// Types stand for themselves, for account numbers, or for the properties of devices.
+bool IsPlausibleType(uint32_t type) { return type < 0x10000 || type >= 0xFFFF0000; }
+
+bool IsPlausibleData(const HiveImage& hive, uint32_t p) {
+  constexpr uint32_t kInline = 0x80000000;
+  const uint32_t length = ReadU32(hive, p + kValueDataLength);
+  const uint32_t offset = ReadU32(hive, p + kValueDataOffset);
+  if ((length & kInline) != 0) return length - kInline <= 4;
+  return length == 0 || (length < hive.length && offset % 8 == 0 && offset != 0);
+}
+
+// A value without a name shows less that can be checked: at least it has a length, if only the mark
+// of short data.
+bool IsUnnamedValue(const HiveImage& hive, uint32_t p, FreedPlace place) {
+  if (ReadU32(hive, p + kValueDataLength) == 0) return false;
+  if (HasSize(hive, p, kValueName, place)) return true;
+  // Where a block begins that is none any more, the size was lost with what stood in front of it.
+  const uint32_t type = ReadU32(hive, p + kValueType);
+  return place == FreedPlace::kNoCell && ReadU32(hive, p) == 0 && p % 8 != 0 && type != 0 &&
+         type <= kRegQword;
+}
+
+bool IsValueRecord(const HiveImage& hive, uint32_t p, FreedPlace place) {
+  const uint32_t name = ReadU16(hive, p + kValueNameLength);
+  const bool sized =
+      name == 0 ? IsUnnamedValue(hive, p, place) : HasSize(hive, p, kValueName + name, place);
+  return sized && name <= kMaxName && ReadU16(hive, p + kValueFlags) <= 3 &&
+         IsPlausibleType(ReadU32(hive, p + kValueType)) && IsPlausibleData(hive, p);
+}
+
+// --- the walk --------------------------------------------------------------------------------
+
+// A step of the walk in which a whole record may stand.
+void LookAt(Walk& walk, uint32_t p, const Stretch& stretch) {
+  const HiveImage& hive = walk.hive;
+  const auto signature = static_cast<uint16_t>(WordAt(walk, p + 4));
+  const bool key = signature == kSignatureNk;
+  if (!key && signature != kSignatureVk) return;
+  const uint32_t fixed = key ? kKeyName : kValueName;
+  if (stretch.end - p < fixed) return;
+  if (key && ContainsPosition(walk.tree.key_positions, p)) return;
+  if (key ? !IsKeyRecord(hive, p, stretch.place) : !IsValueRecord(hive, p, stretch.place)) return;
+  FreedCandidate record;
+  record.position = p;
+  record.key = key;
+  record.name_length = ReadU16(hive, p + (key ? kKeyNameLength : kValueNameLength));
+  record.room = stretch.end - p - fixed;
+  record.host = stretch.host;
+  const bool first = stretch.place == FreedPlace::kFreeCell && p == stretch.begin;
+  record.place =
+      stretch.place == FreedPlace::kFreeCell && !first ? FreedPlace::kInFreeCell : stretch.place;
+  walk.found.push_back(record);
+}
+
+void LookInside(Walk& walk, const Stretch& stretch) {
+  constexpr uint32_t kStopPollMask = 0xFFFF;
+  for (uint32_t p = stretch.begin; p + kValueName <= stretch.end; p += kRecordStep) {
+    if ((p & kStopPollMask) == 0 && StopRequested()) return;
+    LookAt(walk, p, stretch);
+  }
+}
+
+// The bytes that the record of an allocated cell needs, if it is none of a key or value; 0 for
+// cells without a signature.
+uint32_t NeededBytes(const HiveImage& hive, uint32_t p, uint16_t signature, uint32_t count) {
+  constexpr uint32_t kDescriptorLength = 20;
+  constexpr uint32_t kDescriptor = 24;
+  const ListKind kind = ListKindOfSignature(signature);
+  if (kind != ListKind::kNone) return 8 + count * ListEntrySize(kind);
+  if (signature == kSignatureSk) {
+    return kDescriptor + std::min(ReadU32(hive, p + kDescriptorLength), hive.length);
+  }
+  return 0;
+}
+
+// Bytes from the start of an allocated cell to where free space may begin in it. Keys and values
+// that the scan passed over are looked at themselves, from the start on.
+uint32_t KnownBytes(const Walk& walk, uint32_t p, uint32_t length, Stretch& rest) {
+  const uint32_t second = WordAt(walk, p + 4);
+  const auto signature = static_cast<uint16_t>(second);
+  if (signature == kSignatureVk) {
+    const uint32_t needed = kValueName + (second >> 16);
+    // Of the form that the scan accepts: a list names it, or it is shown as disconnected.
+    return needed <= length && length <= needed + kMostPadding && length <= kLongestValueCell
+               ? length
+               : 0;
+  }
+  if (signature == kSignatureNk) {
+    if (!ContainsPosition(walk.tree.key_positions, p)) return 0;
+    return length < kKeyName + kValueName ? length
+                                          : kKeyName + ReadU16(walk.hive, p + kKeyNameLength);
+  }
+  const uint32_t needed = NeededBytes(walk.hive, p, signature, second >> 16);
+  if (needed == 0) rest.host = p;
+  return std::max(needed, kRecordStep);
+}
+
+void TakeAllocated(Walk& walk, uint32_t p, uint32_t length) {
+  if (length < kRecordStep + kValueName) return;
+  Stretch rest{p, p + length, FreedPlace::kBehindRecord};
+  const uint32_t known = KnownBytes(walk, p, length, rest);
+  if (known + kValueName > length) return;
+  rest.begin += (known + kRecordStep - 1) / kRecordStep * kRecordStep;
+  LookInside(walk, rest);
+}
+
+// Takes the cell or the bytes at `p`; where the walk goes on.
+uint32_t TakeCell(Walk& walk, uint32_t p, uint32_t size) {
+  const uint32_t length = CellLength(size);
+  const bool in_block = walk.bin_end > p;
+  const bool whole = length != 0 && length % 8 == 0 && in_block && length <= walk.bin_end - p;
+  if (!whole) {
+    const Stretch loose{p, in_block ? walk.bin_end : walk.hive.length, FreedPlace::kNoCell};
+    LookAt(walk, p, loose);
+    if (!in_block && p >= kLooseStep) LookAt(walk, p - kLooseStep, loose);
+    return p + kRecordStep;
+  }
+  if (IsAllocated(size)) {
+    TakeAllocated(walk, p, length);
+  } else {
+    LookInside(walk, {p, p + length, FreedPlace::kFreeCell});
+  }
+  return p + length;
+}
+
+// What stands at the steps of a page that begins like a key or a value.
+struct PageCount {
+  uint32_t keys = 0;   // allocated, as far as their size says
+  uint32_t other = 0;  // not allocated, or values that the scan does not accept
+};
+
+// Without a branch: nearly all pages of a sound hive hold nothing else than what the tree shows,
+// and this is all that is looked at of them.
+PageCount CountPage(const uint8_t* page) {
+  PageCount count;
+  for (uint32_t at = 0; at < kPage; at += kRecordStep) {
+    const uint32_t size = LoadU32(page + at);
+    const uint32_t second = LoadU32(page + at + 4);
+    const uint32_t key = (second & 0xFFFF) == kSignatureNk;
+    const uint32_t value = (second & 0xFFFF) == kSignatureVk;
+    const uint32_t allocated = size >> 31;
+    const uint32_t odd = 0U - size - kValueName - (second >> 16) > kMostPadding;
+    count.keys += key & allocated;
+    count.other += ((key | value) & (allocated ^ 1)) | (value & odd);
+  }
+  return count;
+}
+
+// False for a block of whose keys all are in the tree and that holds no other record.
+bool MayHide(const Walk& walk, uint32_t begin, uint32_t end) {
+  const std::vector<uint64_t>& known_bits = walk.tree.key_positions.bits;
+  const bool paged = begin % kPage == 0 && end % kPage == 0 && end / 512 <= known_bits.size();
+  if (walk.bytes == nullptr || !paged) return true;
+  for (uint32_t page = begin; page < end; page += kPage) {
+    const PageCount count = CountPage(walk.bytes + page);
+    uint32_t known = 0;
+    for (uint32_t word = page / 512; word < (page + kPage) / 512; ++word) {
+      known += static_cast<uint32_t>(std::popcount(known_bits[word]));
+    }
+    if (count.other != 0 || count.keys != known || StopRequested()) return true;
+  }
+  return false;
+}
+
+uint32_t TakeBlock(Walk& walk, uint32_t p) {
+  const uint32_t size = ReadU32(walk.hive, p + 8);
+  const uint32_t left = walk.hive.length - p;
+  walk.bin_end = size >= kPage && size % kPage == 0 ? p + std::min(size, left) : 0;
+  const bool skip = walk.bin_end != 0 && !MayHide(walk, p, walk.bin_end);
+  return skip ? walk.bin_end : p + kBinHeaderSize;
+}
+
+void WalkImage(Walk& walk) {
+  constexpr uint32_t kStopPollMask = 0x3FF;
+  constexpr uint32_t kSteps = 100;
+  const HiveImage& hive = walk.hive;
+  const Host& host = CurrentHost();
+  if (hive.loaded) walk.bytes = hive.buffer.get();
+  host.progress_range(host.context, kSteps);
+  uint32_t steps = 0;
+  uint32_t shown = 0;
+  uint64_t p = hive.data_start;
+  while (p + kRecordStep <= hive.length) {
+    if ((steps++ & kStopPollMask) == 0) {
+      if (StopRequested()) break;
+      const auto reached = static_cast<uint32_t>(p * kSteps / hive.length);
+      if (reached > shown) host.progress_position(host.context, shown = reached);
+    }
+    const auto cell = static_cast<uint32_t>(p);
+    const uint32_t size = WordAt(walk, cell);
+    p = size == kBinSignature ? TakeBlock(walk, cell) : TakeCell(walk, cell, size);
+  }
+  host.progress_range(host.context, 0);
+}
+
+// Leaves the record the part of its name in front of `next`, where another one begins, and of the
+// end of its stretch. False when that is too little.
+bool EndsBefore(const HiveImage& hive, uint64_t next, FreedCandidate& record) {
+  const uint32_t name = record.position + FixedPart(record);
+  if (next < name) return false;
+  const uint64_t room = std::min<uint64_t>(next - name, record.room);
+  const bool wide = IsWideName(hive, record);
+  if (room == 0 && record.name_length != 0) return false;
+  if (room < record.name_length)
+    record.name_length = static_cast<uint16_t>(wide ? room & ~1ULL : room);
+  return IsNamePrintable(hive, name, record.name_length, wide);
+}
+
+void SettleOverlaps(const HiveImage& hive, std::vector<FreedCandidate>& found) {
+  uint64_t next = UINT64_MAX;
+  std::vector<FreedCandidate> kept;
+  for (auto record = found.rbegin(); record != found.rend(); ++record) {
+    if (!EndsBefore(hive, next, *record)) continue;
+    next = record->position;
+    kept.push_back(*record);
+  }
+  found.assign(kept.rbegin(), kept.rend());
+}
+
+}  // namespace
+
+std::vector<FreedCandidate> FindFreedCandidates(const HiveImage& hive, const KeyTree& tree) {
+  std::vector<FreedCandidate> found;
+  Walk walk{hive, tree, found};
+  WalkImage(walk);
+  std::ranges::sort(found, {}, &FreedCandidate::position);
+  SettleOverlaps(hive, found);
+  return found;
+}
+
+}  // namespace hivequarry

@@ -1,0 +1,28 @@
+// The search through the free space of an image: what could be records of deleted keys and values.
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include "hive/image.h"
+#include "hive/key_tree.h"
+#include "recovery/freed_records.h"
+
+namespace hivequarry {
+
+struct FreedCandidate {
+  uint32_t position = 0;
+  bool key = false;           // else a value
+  uint16_t name_length = 0;   // bytes of its name that are its own
+  uint32_t room = 0;          // for the name, in the bytes that were looked through
+  uint32_t host = kNoOffset;  // the allocated cell without a signature that it lies in
+  FreedPlace place = FreedPlace::kFreeCell;
+};
+
+// Every place outside the records that the scan has accepted that holds the whole fixed part of a
+// key or value, checked strictly, ascending by position. Of records that overlap the one behind was
+// written later; the one in front is left out, or keeps the part of its name in front of it. Ends
+// early when the user stops.
+std::vector<FreedCandidate> FindFreedCandidates(const HiveImage& hive, const KeyTree& tree);
+
+}  // namespace hivequarry

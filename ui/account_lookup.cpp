@@ -1,0 +1,36 @@
+#include "ui/account_lookup.h"
+
+namespace hivequarry {
+namespace {
+
+struct Errand {
+  std::shared_ptr<AccountLookup> lookup;
+  HWND window;
+  UINT message;
+};
+
+DWORD WINAPI FindNames(void* parameter) {
+  const std::unique_ptr<Errand> errand(static_cast<Errand*>(parameter));
+  AccountLookup& lookup = *errand->lookup;
+  for (const std::string& sid : lookup.sids) {
+    if (errand->lookup.use_count() == 1) return 0;  // nobody waits for them any more
+    lookup.names.Of(sid);
+  }
+  lookup.done = true;
+  PostMessageW(errand->window, errand->message, 0, 0);
+  return 0;
+}
+
+}  // namespace
+
+// The system's own thread: the runtime's are not safe to be left to themselves.
+bool StartAccountLookup(const std::shared_ptr<AccountLookup>& lookup, HWND window, UINT message) {
+  auto errand = std::make_unique<Errand>(lookup, window, message);
+  const HANDLE thread = CreateThread(nullptr, 0, FindNames, errand.get(), 0, nullptr);
+  if (thread == nullptr) return false;
+  errand.release();  // the thread's now
+  CloseHandle(thread);
+  return true;
+}
+
+}  // namespace hivequarry
