@@ -155,8 +155,6 @@ void StoreRootPath(HiveImage& hive, std::string label) {
 
 }  // namespace
 
-std::span<const PredefinedRoot> PredefinedRoots() { return kRoots; }
-
 const PredefinedRoot* FindPredefinedRoot(std::string_view name) {
   for (const PredefinedRoot& root : kRoots) {
     if (EqualIgnoringCase(name, root.long_name) || EqualIgnoringCase(name, root.short_name)) {

@@ -14,8 +14,6 @@ struct PredefinedRoot {
   const char* short_name;
   uint32_t handle;
 };
-// The seven predefined roots, HKEY_CLASSES_ROOT first.
-std::span<const PredefinedRoot> PredefinedRoots();
 // By long or short name; null when unknown.
 const PredefinedRoot* FindPredefinedRoot(std::string_view name);
 

@@ -92,11 +92,4 @@ uint32_t EditsOfKey(const HiveImage& hive, uint32_t key) {
   return at == edits.count_of_key.end() ? 0 : at->second;
 }
 
-std::vector<uint32_t> EditedKeys(const HiveImage& hive) {
-  const std::lock_guard lock(hive.edits.mutex);
-  std::vector<uint32_t> keys;
-  for (const auto& [key, count] : hive.edits.count_of_key) keys.push_back(key);
-  return keys;
-}
-
 }  // namespace hivequarry

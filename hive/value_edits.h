@@ -55,8 +55,7 @@ ValueEditPtr EditOf(const HiveImage& hive, uint32_t position);
 // All edits, ascending by position.
 std::vector<ValueEditPtr> ListEdits(const HiveImage& hive);
 
-// How many values were edited at a key, and the keys where any was, ascending.
+// How many values were edited at a key.
 uint32_t EditsOfKey(const HiveImage& hive, uint32_t key);
-std::vector<uint32_t> EditedKeys(const HiveImage& hive);
 
 }  // namespace hivequarry

@@ -156,7 +156,7 @@ std::vector<std::string> JsonKeys(const ListShape& shape) {
 
 bool WriteListCsv(const OutputList& list, const TextSink& sink) {
   const ListShape shape = ShapeOf(list);
-  if (shape.columns == 0 || shape.rows == 0) return true;
+  if (shape.columns == 0) return true;
   ListOutput out{sink, {}};
   std::string scratch;
   for (int column = 0; column < shape.columns; ++column) {

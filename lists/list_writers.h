@@ -39,7 +39,7 @@ inline bool WriteListText(const OutputList& list, const TextSink& sink) {
 bool WriteFirstColumn(const OutputList& list, const WrittenRows& which, const TextSink& sink);
 // What the text form hands to its sink as UTF-8; `scratch` holds what had to be converted.
 std::string_view Utf8OfListText(std::string_view text, std::string& scratch);
-// The whole list.
+// The whole list; its titles also when it is empty.
 bool WriteListCsv(const OutputList& list, const TextSink& sink);
 // One object a row: the column titles as keys, then "Offset", "LastWrite", "Path", "Name" and
 // "Bytes" as far as the row has them.

@@ -15,7 +15,9 @@ namespace hivequarry::testing {
 namespace {
 
 // Sanitizers cost a factor that is no business of these tests.
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#if defined(__SANITIZE_THREAD__)
+constexpr double kSeconds = 300;
+#elif defined(__SANITIZE_ADDRESS__)
 constexpr double kSeconds = 15;
 #else
 constexpr double kSeconds = 1;
