@@ -30,6 +30,7 @@ constexpr HelpPlace kPlaces[] = {
     {kHelpCompare, "comparing-with-the-registry"},
     {kHelpMerge, "merging-into-the-registry"},
     {kHelpFreed, "freed-keys-and-values"},
+    {kHelpRoot, "the-registry-root"},
 };
 static_assert(std::size(kPlaces) == kHelpTopicsEnd - kHelpStart);
 

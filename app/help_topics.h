@@ -29,6 +29,7 @@ enum HelpTopic : int {
   kHelpCompare,
   kHelpMerge,
   kHelpFreed,
+  kHelpRoot,
   kHelpTopicsEnd
 };
 

@@ -104,27 +104,29 @@ std::string HintName(uint32_t hint) {
   return name;
 }
 
-std::string ItemName(const HiveImage& hive, const KeyTree& tree, uint32_t item) {
-  const KeyItem& it = tree.items[item];
-  if (it.kind == ItemKind::kRoot) return tree.root_text;
-  if (it.kind == ItemKind::kDisconnectedKeys) return kDisconnectedKeysTitle;
-  if (it.kind == ItemKind::kDisconnectedValues) return kDisconnectedValuesTitle;
-  if ((it.marks & kMarkHashName) != 0) return HintName(it.made_name);
-  if (it.made_name != 0) return GeneratedName(it.made_name);
-  if (HasGivenName(hive, tree, it)) return NameByMinimumLength(hive, tree, it.position);
-  return ReadKeyName(hive, it.position);
-}
-
 void AppendItemName(const HiveImage& hive, const KeyTree& tree, uint32_t item, std::string& out) {
   const KeyItem& it = tree.items[item];
-  const bool key = it.kind == ItemKind::kKey || it.kind == ItemKind::kPathCopy;
-  const bool stored =
-      key && (it.marks & kMarkHashName) == 0 && it.made_name == 0 && !HasGivenName(hive, tree, it);
-  if (stored) {
-    AppendKeyName(hive, it.position, out);
+  if (it.kind == ItemKind::kRoot) {
+    out += tree.root_text;
+  } else if (it.kind == ItemKind::kDisconnectedKeys) {
+    out += kDisconnectedKeysTitle;
+  } else if (it.kind == ItemKind::kDisconnectedValues) {
+    out += kDisconnectedValuesTitle;
+  } else if ((it.marks & kMarkHashName) != 0) {
+    out += HintName(it.made_name);
+  } else if (it.made_name != 0) {
+    out += GeneratedName(it.made_name);
+  } else if (HasGivenName(hive, tree, it)) {
+    out += NameByMinimumLength(hive, tree, it.position);
   } else {
-    out += ItemName(hive, tree, item);
+    AppendKeyName(hive, it.position, out);
   }
+}
+
+std::string ItemName(const HiveImage& hive, const KeyTree& tree, uint32_t item) {
+  std::string name;
+  AppendItemName(hive, tree, item, name);
+  return name;
 }
 
 std::string ItemNameUtf8(const HiveImage& hive, const KeyTree& tree, uint32_t item) {

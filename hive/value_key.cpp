@@ -4,7 +4,6 @@
 #include <array>
 
 #include "hive/cells.h"
-#include "hive/freed_value.h"
 #include "hive/key_node.h"
 #include "host/host.h"
 
@@ -177,6 +176,16 @@ ValueKey ReadValue(const HiveImage& hive, uint32_t position, const ValueRequest&
   return value;
 }
 
+// With a budget used up short data are read still.
+uint32_t RoomIn(const DataBudget& budget) {
+  constexpr uint64_t kAlways = 4096;
+  return static_cast<uint32_t>(std::clamp<uint64_t>(budget.left, kAlways, kMaxValueData));
+}
+
+void TakeFrom(DataBudget& budget, const std::vector<uint8_t>& data) {
+  budget.left -= std::min<uint64_t>(budget.left, data.size());
+}
+
 ValueKey ReadEditedValueKey(const HiveImage& hive, const ValueEdit& edit, ValueRead how,
                             uint32_t capacity, std::vector<uint8_t>* data) {
   if (data != nullptr) data->clear();
@@ -212,20 +221,6 @@ DataBudget MakeDataBudget(const HiveImage& hive) {
   constexpr uint64_t kLeast = 64 * 1024 * 1024;
   return {kLeast + 4 * uint64_t{hive.length}};
 }
-
-namespace {
-
-// With a budget used up short data are read still.
-uint32_t RoomIn(const DataBudget& budget) {
-  constexpr uint64_t kAlways = 4096;
-  return static_cast<uint32_t>(std::clamp<uint64_t>(budget.left, kAlways, kMaxValueData));
-}
-
-void TakeFrom(DataBudget& budget, const std::vector<uint8_t>& data) {
-  budget.left -= std::min<uint64_t>(budget.left, data.size());
-}
-
-}  // namespace
 
 ValueKey ReadValueWithin(const HiveImage& hive, uint32_t position, DataBudget& budget,
                          std::vector<uint8_t>& data) {

@@ -78,6 +78,11 @@ DataBudget MakeDataBudget(const HiveImage& hive);
 // as too long.
 ValueKey ReadValueWithin(const HiveImage& hive, uint32_t position, DataBudget& budget,
                          std::vector<uint8_t>& data);
+// The same of a value that was freed, as the file has it: data in cells that are free by now are
+// read too, as far as the cell has room for them. Whether somebody else's data stand there by now
+// the bytes don't tell.
+ValueKey ReadFreedValue(const HiveImage& hive, uint32_t position, DataBudget& budget,
+                        std::vector<uint8_t>& data);
 
 // Name bytes as stored, at most 510.
 std::vector<uint8_t> ReadRawValueName(const HiveImage& hive, const ValueKey& value);

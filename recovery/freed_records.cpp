@@ -17,15 +17,11 @@ namespace {
 constexpr uint32_t kStopPollMask = 0xFF;
 constexpr uint32_t kDeepest = 512;  // levels of a registry
 
-template <typename Record>
-Record* FindRecord(std::vector<Record>& records, uint32_t position) {
-  const auto at = std::ranges::lower_bound(records, position, {}, &Record::position);
+// Null when none of them stands there. Of keys or of values, const or not.
+template <typename Records>
+auto* FindRecord(Records& records, uint32_t position) {
+  const auto at = std::ranges::lower_bound(records, position, {}, &Records::value_type::position);
   return at != records.end() && at->position == position ? &*at : nullptr;
-}
-
-const FreedKey* FindFreedKey(const FreedRecords& records, uint32_t position) {
-  const auto at = std::ranges::lower_bound(records.keys, position, {}, &FreedKey::position);
-  return at != records.keys.end() && at->position == position ? &*at : nullptr;
 }
 
 // --- what is shown or in use ---------------------------------------------------------------------
@@ -150,7 +146,7 @@ FreedRecords TakeRecords(const HiveImage& hive, const std::vector<FreedCandidate
 // --- relations -----------------------------------------------------------------------------------
 
 bool IsKeyOf(const KeyTree& tree, const FreedRecords& records, uint32_t position) {
-  return ItemOfPosition(tree, position) != kNoItem || FindFreedKey(records, position) != nullptr;
+  return ItemOfPosition(tree, position) != kNoItem || FindRecord(records.keys, position) != nullptr;
 }
 
 // True for a value that is in use: of a key that was taken out of the tree as it stood.
@@ -218,7 +214,7 @@ std::string PathOf(const HiveImage& hive, const KeyTree& tree, const FreedRecord
   while (met.size() < kDeepest && std::ranges::find(met, position) == met.end()) {
     const uint32_t item = ItemOfPosition(tree, position);
     if (item != kNoItem) return text.of_item(hive, tree, item) + below;
-    const FreedKey* key = FindFreedKey(records, position);
+    const FreedKey* key = FindRecord(records.keys, position);
     if (key == nullptr) break;
     const std::string name = text.of_name(hive, *key);
     if (!met.empty() && below.size() + name.size() >= kPathLimit) break;

@@ -38,13 +38,6 @@ ValueRow CellDetailsRow(const HiveImage& hive, uint32_t position) {
   return row;
 }
 
-// The positions that a key's value list names, kNoOffset for an entry that leads nowhere.
-std::vector<uint32_t> ListEntries(const HiveImage& hive, uint32_t key_position, uint32_t& budget) {
-  std::vector<uint32_t> positions;
-  ReadValuesOfKey(hive, key_position, budget, positions);
-  return positions;
-}
-
 // A value whose length alone puts it out of reach is still a value of its key.
 bool IsShown(ValueStatus status) { return IsListed(status) || status == ValueStatus::kTooLong; }
 
@@ -203,18 +196,19 @@ std::string InfoWords(const HiveImage& hive, const KeyTree& tree, const KeyItem&
 
 std::vector<uint32_t> ListedValues(const HiveImage& hive, uint32_t key_position, uint32_t& budget) {
   std::vector<uint32_t> listed;
-  for (const uint32_t position : ListEntries(hive, key_position, budget)) {
-    if (position == kNoOffset) continue;
-    const ValueKey value = ReadValueKey(hive, position, ValueRead::kName, kMaxValueData, nullptr);
-    if (IsShown(value.status)) listed.push_back(position);
-  }
+  ReadValuesOfKey(hive, key_position, budget, listed);
+  std::erase_if(listed, [&hive](uint32_t position) {
+    if (position == kNoOffset) return true;
+    return !IsShown(ReadValueKey(hive, position, ValueRead::kName, kMaxValueData, nullptr).status);
+  });
   return listed;
 }
 
 std::vector<uint32_t> ListedUpToGap(const HiveImage& hive, uint32_t key_position,
                                     uint32_t& budget) {
   constexpr uint32_t kLeastRoom = 18;  // bytes of the image that a value needs
-  std::vector<uint32_t> entries = ListEntries(hive, key_position, budget);
+  std::vector<uint32_t> entries;
+  ReadValuesOfKey(hive, key_position, budget, entries);
   const auto gap = std::find_if(entries.begin(), entries.end(), [&hive](uint32_t position) {
     return position == kNoOffset || !InsideHive(hive, position, kLeastRoom);
   });

@@ -4,9 +4,10 @@
 #include <string>
 #include <vector>
 
-#include "hive/freed_value.h"
+#include "hive/cells.h"
 #include "hive/key_node.h"
 #include "hive/timestamp.h"
+#include "hive/value_key.h"
 #include "hive/value_text.h"
 #include "host/host.h"
 #include "host/long_operation.h"
@@ -67,7 +68,7 @@ void CutName(const FreedValue& freed, ValueKey& value) {
 std::string PlaceWords(const HiveImage& hive, const FreedValue& freed, const ValueKey& value) {
   std::string words = FreedPlaceWords(freed.place);
   const bool elsewhere = value.status == ValueStatus::kRead && !value.inline_data;
-  if (elsewhere && ReadU32(hive, value.data_position - 4) > 0x7FFFFFFF) words += ", data in use";
+  if (elsewhere && IsAllocated(ReadU32(hive, value.data_position - 4))) words += ", data in use";
   return words;
 }
 

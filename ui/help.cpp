@@ -63,7 +63,7 @@ constexpr DialogTopic kDialogTopics[] = {
     {kSelectText, kHelpOutputLists}, {kHexFindWhat, kHelpValueEditor},
     {kEditKey, kHelpValueEditor},    {kPositionText, kHelpValueEditor},
     {kRecentList, kHelpBookmarks},   {kPermissionSid, kHelpSecurity},
-    {kReplaceFrom, kHelpSecurity}};
+    {kReplaceFrom, kHelpSecurity},   {kRootPathText, kHelpRoot}};
 
 HelpTopic TopicOf(HWND dialog, HelpTopic otherwise) {
   for (const DialogTopic& known : kDialogTopics) {

@@ -13,12 +13,13 @@
 namespace hivequarry {
 namespace {
 
-BuildOptions OptionsOfBuild() {
+BuildOptions OptionsOfBuild(const LoadJob& job) {
   const Options& options = TheSettings().options;
   BuildOptions build;
   build.disconnected_values = options.disconnected_values;
   build.tolerant_keys = options.tolerant_keys;
   build.ask_other_roots = options.ask_other_roots;
+  build.root_path = job.root_path;
   return build;
 }
 
@@ -52,7 +53,7 @@ void StartLoad(MainWindow& window, const std::string& file, uint32_t start, uint
   ++window.host.wait_cursors;
   try {
     window.load.thread =
-        std::thread(LoadHive, std::ref(window.load), OptionsOfBuild(), window.handle);
+        std::thread(LoadHive, std::ref(window.load), OptionsOfBuild(window.load), window.handle);
   } catch (const std::system_error&) {
     --window.host.wait_cursors;
     EndOperation();
@@ -67,6 +68,7 @@ void OpenInNewCopy(const std::string& file) {
 }
 
 void ShowNoHive(MainWindow& window) {
+  window.load.root_path.clear();
   SetWindowTextW(window.handle, L"Hivequarry");
   ShowStatus("");
   ShowPanes(window);

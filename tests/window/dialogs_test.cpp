@@ -256,7 +256,9 @@ TEST_F(DialogsTest, TheRootOfAHiveCanBeNamed) {
   OnHiveRoot(*window_);
   EXPECT_EQ(ItemText(RootHandle()), "HKU\\Somebody");
   EXPECT_EQ(SelectedPath(), "HKU\\Somebody");
-  EXPECT_EQ(ShownHive(*window_).long_prefix, "HKEY_USERS\\Somebody\\");
+  ReloadHive(*window_);
+  ASSERT_TRUE(PumpUntil([&] { return !window_->load.thread.joinable(); }));
+  EXPECT_EQ(ShownHive(*window_).long_prefix, "HKEY_USERS\\Somebody\\") << "also when loaded again";
 }
 
 }  // namespace
