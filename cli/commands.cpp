@@ -2,6 +2,7 @@
 #include <charconv>
 #include <cstdio>
 
+#include "app/shortfall_words.h"
 #include "cli/opened_hive.h"
 #include "cli/print_list.h"
 #include "host/host.h"
@@ -184,7 +185,11 @@ bool FindKey(const ConsoleRequest& request, const OpenedHive& opened, uint32_t& 
 int RunConsoleCommand(const std::string& name, const ConsoleRequest& request) {
   for (const CommandRow& row : kCommands) {
     if (name != row.name) continue;
-    return row.alone != nullptr ? row.alone(request) : WithHive(request, row);
+    const int status = row.alone != nullptr ? row.alone(request) : WithHive(request, row);
+    const std::string cut = ShortfallWords();
+    if (cut.empty()) return status;
+    Complain(cut);
+    return status == kExitDone ? kExitFailed : status;
   }
   return kExitUsage;
 }

@@ -1,6 +1,7 @@
 #include "host/long_operation.h"
 
 #include "host/host.h"
+#include "host/shortfalls.h"
 
 namespace hivequarry {
 
@@ -8,6 +9,7 @@ bool BeginOperation(int code) {
   LongOperation& operation = TheLongOperation();
   bool idle = false;
   if (!operation.worker_busy.compare_exchange_strong(idle, true)) return false;
+  ForgetShortfalls();
   operation.running = code;
   return true;
 }

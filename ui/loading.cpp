@@ -115,6 +115,7 @@ void TakeLoadResult(MainWindow& window) {
   UpdateToolbar(window);
   SetFocus(ShownPane(window));
   CompareLoadedHive(window);
+  ShowShortfalls();
 }
 
 void WaitWhile(const std::function<bool()>& busy) {

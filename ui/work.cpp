@@ -3,6 +3,7 @@
 #include <system_error>
 #include <utility>
 
+#include "app/shortfall_words.h"
 #include "host/long_operation.h"
 #include "ui/main_window.h"
 
@@ -29,6 +30,11 @@ bool StartWork(MainWindow& window, int code, std::function<void()> work,
   return true;
 }
 
+void ShowShortfalls() {
+  const std::string cut = ShortfallWords();
+  if (!cut.empty()) ShowMessage(cut.c_str(), kProgramName, Icon::kExclamation);
+}
+
 void TakeWorkDone(MainWindow& window) {
   if (!window.work.thread.joinable()) return;
   window.work.thread.join();  // its last act was to post this message
@@ -37,6 +43,7 @@ void TakeWorkDone(MainWindow& window) {
   const std::function<void()> done = std::exchange(window.work.done, nullptr);
   UpdateToolbars(window);  // `done` may show a box
   if (done) done();
+  ShowShortfalls();
   UpdateToolbars(window);
 }
 

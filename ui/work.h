@@ -37,6 +37,8 @@ inline constexpr int kOperationMount = 1111;
 // thread to be had.
 bool StartWork(MainWindow& window, int code, std::function<void()> work,
                std::function<void()> done);
+// Tells the user what the operation that ended had to cut short, if anything.
+void ShowShortfalls();
 // The answer to kWorkDone.
 void TakeWorkDone(MainWindow& window);
 

@@ -1,0 +1,45 @@
+// What the operation under way could not do in full: lists that were cut, data that were too much,
+// ranges that could not be read. Whoever cuts something short notes it here; the front ends put it
+// into words when the operation ends (app/shortfall_words.h), and the console's exit status is 1.
+//
+// A shortfall is of the program's reading: a bound that was hit. Damage that is shown as damage is
+// none.
+#pragma once
+
+#include <array>
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+
+namespace hivequarry {
+
+enum class Shortfall : uint8_t {
+  kSubkeyLists,   // subkey lists that were not read to their end
+  kValueLists,    // value lists that were not read to their end
+  kValueData,     // values whose data were not read, as data shared by many had been read too often
+  kFreedRecords,  // stretches of free space that were not searched whole
+  kUnreadBytes,   // bytes of the file that could not be read
+  kRows,          // rows that were not read or not made
+  kCount
+};
+inline constexpr size_t kShortfallKinds = static_cast<size_t>(Shortfall::kCount);
+
+// Counts since the operation began; any thread may add to them.
+struct Shortfalls {
+  std::array<std::atomic<uint64_t>, kShortfallKinds> counts{};
+};
+inline constinit Shortfalls shortfalls_instance;
+inline Shortfalls& TheShortfalls() { return shortfalls_instance; }
+
+inline void NoteShortfall(Shortfall kind, uint64_t count = 1) {
+  TheShortfalls().counts[static_cast<size_t>(kind)].fetch_add(count, std::memory_order_relaxed);
+}
+inline uint64_t ShortfallCount(Shortfall kind) {
+  return TheShortfalls().counts[static_cast<size_t>(kind)].load(std::memory_order_relaxed);
+}
+// BeginOperation does so.
+inline void ForgetShortfalls() {
+  for (std::atomic<uint64_t>& count : TheShortfalls().counts) count = 0;
+}
+
+}  // namespace hivequarry
