@@ -1,7 +1,7 @@
 #include "recovery/fragment_base.h"
 
 #include <algorithm>
-#include <unordered_map>
+#include <vector>
 
 #include "hive/cells.h"
 #include "hive/key_node.h"
@@ -9,8 +9,12 @@
 namespace hivequarry {
 namespace {
 
-// A stretch without block headers is short; more cells than this are not paired with each other.
-constexpr size_t kMostCells = 2048;
+// A stretch without block headers is short; more cells than this are not paired with each other, so
+// that the votes of one kind take at most 4 MB.
+constexpr size_t kMostCells = 1024;
+// A name that more keys of the fragment share ("Parameters") tells too little of where one of them
+// is, and pairing them all would be quadratic.
+constexpr ptrdiff_t kMostNamesakes = 32;
 constexpr uint32_t kEnough = 3;
 
 // Offsets of one kind and the places that they may lead to, each once and ascending.
@@ -20,7 +24,7 @@ struct References {
 };
 
 struct Voting {
-  std::unordered_map<uint32_t, uint32_t> votes;  // by distance
+  std::vector<uint32_t> votes;  // a distance each
   std::vector<References> references;
   std::vector<uint32_t> keys;
   std::vector<uint32_t> lists;
@@ -36,7 +40,7 @@ void Vote(std::vector<uint32_t> offsets, const std::vector<uint32_t>& targets, V
   std::erase_if(offsets, [](uint32_t o) { return o == kNoOffset || o % 8 != 0; });
   Unify(offsets);
   for (const uint32_t offset : offsets) {
-    for (const uint32_t target : targets) ++voting.votes[target - offset];
+    for (const uint32_t target : targets) voting.votes.push_back(target - offset);
   }
   voting.references.push_back({std::move(offsets), targets});
 }
@@ -68,19 +72,39 @@ std::vector<uint32_t> FieldOf(const HiveImage& hive, const Voting& voting, uint3
 
 // An entry leads to a key that has its hash.
 void VoteByNames(const HiveImage& hive, const ScanTables& tables, Voting& voting) {
-  std::unordered_multimap<uint32_t, uint32_t> by_hash;
-  for (const NameHashRow& row : tables.name_hashes) by_hash.emplace(row.hash, row.position);
+  std::vector<NameHashRow> by_hash(tables.name_hashes.begin(), tables.name_hashes.end());
+  std::ranges::sort(by_hash, {}, &NameHashRow::hash);
   uint32_t budget = kMostCells;
   for (const uint32_t list : voting.lists) {
     std::vector<SubkeyEntry> entries;
     ReadSubkeyList(hive, list, budget, entries);
     for (const SubkeyEntry& entry : entries) {
       if (ListEntrySize(entry.kind) != 8) continue;
-      const auto [first, last] = by_hash.equal_range(ReadU32(hive, entry.position + 4));
+      const uint32_t hash = ReadU32(hive, entry.position + 4);
+      const auto namesakes = std::ranges::equal_range(by_hash, hash, {}, &NameHashRow::hash);
+      if (std::ranges::ssize(namesakes) > kMostNamesakes) continue;
       const uint32_t offset = ReadU32(hive, entry.position);
-      for (auto at = first; at != last; ++at) voting.votes[at->second - offset] += 2;
+      for (const NameHashRow& row : namesakes) {
+        voting.votes.insert(voting.votes.end(), 2, row.position - offset);
+      }
     }
   }
+}
+
+// The distance with the most votes, if they are enough and no other has as many.
+bool MostVoted(std::vector<uint32_t>& votes, uint32_t& winner) {
+  std::sort(votes.begin(), votes.end());
+  ptrdiff_t most = 0;
+  ptrdiff_t second = 0;
+  for (auto first = votes.begin(); first != votes.end();) {
+    const auto last = std::upper_bound(first, votes.end(), *first);
+    const ptrdiff_t count = last - first;
+    if (count > most) winner = *first;
+    second = std::max(second, std::min(count, most));
+    most = std::max(most, count);
+    first = last;
+  }
+  return most >= kEnough && second < most;
 }
 
 }  // namespace
@@ -99,14 +123,7 @@ bool FindFragmentBase(HiveImage& hive, const ScanTables& tables) {
   VoteByNames(hive, tables, voting);
 
   uint32_t best = 0;
-  uint32_t most = 0;
-  uint32_t second = 0;
-  for (const auto& [distance, count] : voting.votes) {
-    second = std::max(second, std::min(count, most));
-    if (count > most) best = distance;
-    most = std::max(most, count);
-  }
-  if (most < kEnough || second == most || !IsConsistent(hive, voting, best)) return false;
+  if (!MostVoted(voting.votes, best) || !IsConsistent(hive, voting, best)) return false;
   hive.data_base = best;
   hive.data_base_proven = true;
   return true;

@@ -1,13 +1,18 @@
 // make-hive KIND [COUNT] FILE: writes a hive made by rule.
+// make-hive KIND MEGABYTES FILE: likewise, one that is made to hurt; "make-hive hostile" names
+// them.
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
+#include "tests/support/hostile_hives.h"
 #include "tests/support/sample_hives.h"
 
 namespace {
 
 using hivequarry::testing::Bytes;
+using hivequarry::testing::HostileHive;
+using hivequarry::testing::HostileHives;
 
 struct Shape {
   const char* name;
@@ -42,18 +47,33 @@ bool WriteFile(const char* name, const Bytes& bytes) {
   return std::fclose(file) == 0 && written;
 }
 
+int Save(const char* name, const Bytes& bytes) {
+  if (WriteFile(name, bytes)) return 0;
+  std::perror(name);
+  return 1;
+}
+
+int NameHostile() {
+  for (const HostileHive& hostile : HostileHives()) std::printf("%s\n", hostile.name);
+  return 0;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
+  if (argc == 2 && std::strcmp(argv[1], "hostile") == 0) return NameHostile();
   if (argc < 3) return Usage();
+  for (const HostileHive& hostile : HostileHives()) {
+    if (std::strcmp(argv[1], hostile.name) != 0) continue;
+    if (argc != 4) return Usage();
+    return Save(argv[3], hostile.make(std::strtod(argv[2], nullptr)));
+  }
   for (const Shape& shape : kShapes) {
     if (std::strcmp(argv[1], shape.name) != 0) continue;
     if (argc != (shape.counted ? 4 : 3)) return Usage();
     const unsigned long count = shape.counted ? std::strtoul(argv[2], nullptr, 10) : 0;
     const char* name = argv[argc - 1];
-    if (WriteFile(name, shape.make(static_cast<uint32_t>(count)))) return 0;
-    std::perror(name);
-    return 1;
+    return Save(name, shape.make(static_cast<uint32_t>(count)));
   }
   return Usage();
 }

@@ -1,0 +1,284 @@
+#include "tests/support/hostile_hives.h"
+
+#include <algorithm>
+#include <string>
+
+namespace hivequarry::testing {
+namespace {
+
+constexpr double kMegabyte = 1024 * 1024;
+
+uint32_t CountOf(double megabytes, uint32_t bytes_each) {
+  return std::max(4U, static_cast<uint32_t>(megabytes * kMegabyte / bytes_each));
+}
+
+std::span<const uint8_t> TextBytes(std::string_view text) {
+  return {reinterpret_cast<const uint8_t*>(text.data()), text.size()};
+}
+
+// Cells written one by one: a root with a flat list of keys.
+struct Flat {
+  CellWriter writer;
+  uint32_t root = 0;
+  std::vector<uint32_t> keys;
+};
+
+uint32_t AddKey(Flat& flat, std::string_view name) {
+  const uint32_t key = AddKeyCell(flat.writer, TextBytes(name), 0x20, kDefaultTime);
+  PutU32(flat.writer.bytes, key + field::kKeyParent, flat.root - kDataArea);
+  flat.keys.push_back(key);
+  return key;
+}
+
+uint32_t AddValue(Flat& flat, std::string_view name, std::span<const uint8_t> data) {
+  const uint32_t value =
+      AddValueCell(flat.writer, TextBytes(name), 1, 3, static_cast<uint32_t>(data.size()));
+  AddValueData(flat.writer, value, data);
+  return value;
+}
+
+// A cell with the entries of a value list, with room for `room` of them.
+uint32_t AddValueList(Flat& flat, std::span<const uint32_t> values, uint32_t room) {
+  const uint32_t list = AddCell(flat.writer, 4 * std::max(room, 1U));
+  for (size_t i = 0; i < values.size(); ++i) {
+    PutU32(flat.writer.bytes, list + 4 + 4 * static_cast<uint32_t>(i), values[i] - kDataArea);
+  }
+  return list;
+}
+
+void GiveValues(Flat& flat, uint32_t key, uint32_t list, uint32_t count) {
+  PutU32(flat.writer.bytes, key + field::kKeyValues, count);
+  PutU32(flat.writer.bytes, key + field::kKeyValueList, list - kDataArea);
+  // The longest value name and data allow anything, so that no rule can lean on them.
+  PutU32(flat.writer.bytes, key + 64, 0xFFFF);
+  PutU32(flat.writer.bytes, key + 68, 0x500000);
+}
+
+Flat BeginFlat() {
+  Flat flat;
+  flat.root = AddKeyCell(flat.writer, TextBytes("ROOT"), 0x2C, kDefaultTime);
+  return flat;
+}
+
+// The bystander comes last: after all that might hide it.
+void AddBystander(Flat& flat) {
+  const uint32_t key = AddKey(flat, kBystanderKey);
+  const uint32_t value = AddValue(flat, kBystanderValue, TextBytes("\1\2\3\4\5\6\7\10"));
+  GiveValues(flat, key, AddValueList(flat, std::span(&value, 1), 1), 1);
+}
+
+Bytes EndFlat(Flat& flat) {
+  AddBystander(flat);
+  Bytes& bytes = flat.writer.bytes;
+  std::vector<uint32_t> lists;
+  const auto count = static_cast<uint32_t>(flat.keys.size());
+  const uint32_t list = AddListCell(flat.writer, List::kRiOfLi, count, 1000, &lists);
+  PutU32(bytes, flat.root + field::kKeySubkeys, count);
+  PutU32(bytes, flat.root + field::kKeyList, list - kDataArea);
+  PutU32(bytes, flat.root + 56, 0xFFFF);  // longest subkey name
+  for (uint32_t i = 0; i < count; ++i) {
+    PutU32(bytes, lists[i / 1000] + field::kListEntries + 4 * (i % 1000), flat.keys[i] - kDataArea);
+  }
+  FinishHive(flat.writer, {});
+  return std::move(bytes);
+}
+
+// --- lists and data that many name
+
+// Half the file is one value list with its values, the other half keys that all name that list.
+Bytes SharedValueList(double megabytes) {
+  Flat flat = BeginFlat();
+  std::vector<uint32_t> values;
+  for (uint32_t i = CountOf(megabytes / 2, 36); i > 0; --i)
+    values.push_back(AddValue(flat, "v", {}));
+  const auto count = static_cast<uint32_t>(values.size());
+  const uint32_t list = AddValueList(flat, values, count);
+  for (uint32_t i = CountOf(megabytes / 2, 92); i > 0; --i) {
+    GiveValues(flat, AddKey(flat, "k" + std::to_string(i)), list, count);
+  }
+  return EndFlat(flat);
+}
+
+// Half the file is the data of one value, the other half values whose data are those.
+Bytes SharedData(double megabytes) {
+  Flat flat = BeginFlat();
+  const Bytes data(std::min<size_t>(CountOf(megabytes / 2, 1), 0x4F0000) / 16344 * 16344, 'd');
+  const uint32_t first = AddValue(flat, "first", data);
+  const uint32_t cell = GetU32(flat.writer.bytes, first + field::kValueData);
+  std::vector<uint32_t> values{first};
+  for (uint32_t i = CountOf(megabytes / 2, 36); i > 0; --i) {
+    const uint32_t value =
+        AddValueCell(flat.writer, TextBytes("v"), 1, 3, static_cast<uint32_t>(data.size()));
+    PutU32(flat.writer.bytes, value + field::kValueData, cell);
+    values.push_back(value);
+  }
+  const auto count = static_cast<uint32_t>(values.size());
+  GiveValues(flat, AddKey(flat, "Sharing"), AddValueList(flat, values, count), count);
+  return EndFlat(flat);
+}
+
+// Keys whose value count and list lead into zeros up to the hive's end.
+Bytes WrongValueCounts(double megabytes) {
+  Flat flat = BeginFlat();
+  for (uint32_t i = CountOf(megabytes, 92); i > 0; --i) {
+    const uint32_t key = AddKey(flat, "k" + std::to_string(i));
+    GiveValues(flat, key, key, 0x7FFFFFFF);
+  }
+  return EndFlat(flat);
+}
+
+// Value lists whose cells go on for long after their count, with offsets of freed values.
+Bytes LongListRests(double megabytes) {
+  Flat flat = BeginFlat();
+  const uint32_t live = AddValue(flat, "v", {});
+  std::vector<uint32_t> freed;
+  for (uint32_t i = CountOf(megabytes / 2, 40); i > 0; --i) {
+    freed.push_back(AddValue(flat, "gone" + std::to_string(i % 10), {}));
+    Bytes& bytes = flat.writer.bytes;
+    PutU32(bytes, freed.back(), 0U - GetU32(bytes, freed.back()));
+  }
+  const uint32_t room = CountOf(megabytes / 2, 4) / 64;
+  std::vector<uint32_t> entries{live};
+  for (uint32_t i = 0; i + 1 < room; ++i) entries.push_back(freed[i % freed.size()]);
+  for (uint32_t i = 0; i < 64; ++i) {
+    const uint32_t list = AddValueList(flat, entries, room);
+    GiveValues(flat, AddKey(flat, "k" + std::to_string(i)), list, 1);
+  }
+  return EndFlat(flat);
+}
+
+// --- names
+
+// "Keys" at every eighth byte whose names reach over the ones after them.
+Bytes OverlappingKeys(double megabytes) {
+  Flat flat = BeginFlat();
+  const uint32_t size = std::min(CountOf(megabytes, 1), 0x4000000U) / 8 * 8;
+  const uint32_t cell = AddCell(flat.writer, size);
+  Bytes& bytes = flat.writer.bytes;
+  for (uint32_t at = cell + 8; at + 90 < cell + size; at += 88) {
+    PutU32(bytes, at, 0U - 88);
+    PutU16(bytes, at + 4, 0x6B6E);
+    PutU16(bytes, at + 6, 0x20);
+    PutU64(bytes, at + 8, kDefaultTime);
+    PutU32(bytes, at + field::kKeyParent, flat.root - kDataArea);
+    PutU16(bytes, at + field::kKeyNameLength, 0x3F00);
+  }
+  PutU32(bytes, cell, size + 8);  // free
+  return EndFlat(flat);
+}
+
+// A chain of keys with names outside every single-byte code page.
+Bytes DeepWideNames(double megabytes) {
+  HiveBuilder hive;
+  hive.Key(kBystanderKey).Binary(kBystanderValue, 8);
+  KeyRef key = hive.Root();
+  for (uint32_t i = CountOf(megabytes, 128); i > 0; --i) key = key.NewKey("\u65E5\u672C\u8A9E");
+  return hive.Build().bytes;
+}
+
+// A stretch without any header in which all keys have one name.
+Bytes NamesakesInAFragment(double megabytes) {
+  HiveBuilder hive;
+  hive.Key(kBystanderKey).Binary(kBystanderValue, 8);
+  KeyRef parent = hive.Key("Parent").KeepOrder().ListStyle(List::kRiOfLh, 500);
+  for (uint32_t i = CountOf(megabytes, 96); i > 0; --i) parent.NewKey("same");
+  BuiltHive built = hive.Build();
+  built.DropBaseBlock();
+  for (uint32_t bin = 0; bin < built.BinCount(); ++bin) built.Zero(built.BinPosition(bin), 32);
+  return built.bytes;
+}
+
+// --- deleted records
+
+// Freed keys, each the parent of the next.
+Bytes FreedChain(double megabytes) {
+  HiveBuilder hive;
+  hive.Key(kBystanderKey).Binary(kBystanderValue, 8);
+  hive.Key("Top");
+  KeyRef key = hive.Key("Top").NewKey("First");
+  std::vector<KeyRef> chain{key};
+  for (uint32_t i = CountOf(megabytes, 104); i > 0; --i) {
+    key = key.NewKey("Next" + std::to_string(i % 10));
+    chain.push_back(key);
+  }
+  BuiltHive built = hive.Build();
+  built.Unlink("Top\\First");
+  for (const KeyRef& freed : chain) built.Free(built.PositionOf(freed));
+  return built.bytes;
+}
+
+// --- well-known structures
+
+// A hive of classes: many names of types that all lead to one class, and that class to itself.
+Bytes ManyClasses(double megabytes) {
+  HiveBuilder hive("S-1-5-21-1-2-3-1001_Classes");
+  hive.Key(kBystanderKey).Binary(kBystanderValue, 8);
+  hive.Key("One.Class\\shell\\open\\command").Sz("", "C:\\One\\one.exe \"%1\"");
+  hive.Key("One.Class\\CurVer").Sz("", "One.Class");
+  KeyRef classes = hive.Root().ListStyle(List::kRiOfLh, 500);
+  for (uint32_t i = CountOf(megabytes, 240); i > 0; --i) {
+    classes.NewKey(".x" + std::to_string(i)).Sz("", "One.Class");
+  }
+  return hive.Build().bytes;
+}
+
+// A user's hive with a long list of folders that the shell showed.
+Bytes ManyFolders(double megabytes) {
+  HiveBuilder hive("CMI-CreateHive{00000000-0000-0000-0000-000000000000}");
+  hive.Key(kBystanderKey).Binary(kBystanderValue, 8);
+  KeyRef streams = hive.Key("Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\StreamMRU");
+  for (uint32_t i = CountOf(megabytes, 100); i > 0; --i) streams.Binary(std::to_string(i), 40);
+  return hive.Build().bytes;
+}
+
+// --- planted
+
+Bytes FakeKey(uint16_t flags, uint32_t parent) {
+  Bytes record(88);
+  PutU16(record, 0, 0x6B6E);
+  PutU16(record, 2, flags);
+  PutU64(record, 4, kDefaultTime);
+  PutU32(record, 16, parent);
+  for (const uint32_t none : {28U, 32U, 40U, 44U, 48U}) PutU32(record, none, kNone);
+  PutU16(record, 72, 8);
+  PutBytes(record, 76, TextBytes("FakeName"));
+  return record;
+}
+
+// Values of ordinary keys whose data are key records: of roots in every other one.
+Bytes PlantedKeys(double megabytes) {
+  Flat flat = BeginFlat();
+  const uint32_t root = flat.root - kDataArea;
+  const uint32_t count = CountOf(megabytes, 280);
+  for (uint32_t i = 0; i < count; ++i) {
+    // One record is the data itself, another follows inside with a size field of its own.
+    Bytes data = FakeKey(i % 2 == 0 ? 0x2C : 0x20, root);
+    data.resize(92);
+    PutU32(data, 88, 0U - 96);
+    const Bytes inner = FakeKey(i % 2 == 0 ? 0x20 : 0x2C, root);
+    data.insert(data.end(), inner.begin(), inner.end());
+    const uint32_t value = AddValue(flat, "planted", data);
+    const uint32_t list = AddValueList(flat, std::span(&value, 1), 1);
+    GiveValues(flat, AddKey(flat, "k" + std::to_string(i)), list, 1);
+  }
+  return EndFlat(flat);
+}
+
+constexpr HostileHive kHives[] = {
+    {"shared-value-list", "keys that all name one long value list", SharedValueList},
+    {"shared-data", "values that all name the same long data", SharedData},
+    {"wrong-value-counts", "value lists that run on to the end", WrongValueCounts},
+    {"long-list-rests", "value lists with long rests after their count", LongListRests},
+    {"overlapping-keys", "keys in free space whose long names overlap", OverlappingKeys},
+    {"deep-wide-names", "nested keys with names outside the code page", DeepWideNames},
+    {"namesakes", "a fragment without headers, all names the same", NamesakesInAFragment},
+    {"freed-chain", "freed keys, each the parent of the next", FreedChain},
+    {"many-classes", "extensions that all lead to one class", ManyClasses},
+    {"many-folders", "a long list of folders that the shell showed", ManyFolders},
+    {"planted-keys", "values whose data are key records, roots too", PlantedKeys}};
+
+}  // namespace
+
+std::span<const HostileHive> HostileHives() { return kHives; }
+
+}  // namespace hivequarry::testing
