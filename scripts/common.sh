@@ -25,11 +25,11 @@ need() {
   rm -f "$log"
 }
 
-need_native() { need g++ cmake ninja-build ccache libcli11-dev googletest libgtest-dev python3; }
+need_native() { need g++ cmake ninja-build ccache libcli11-dev googletest libgtest-dev python3 cmark-gfm; }
 need_bench() { need libbenchmark-dev time; }
 need_windows() {
   need_native
-  need g++-mingw-w64-x86-64-posix python3 wine64 xvfb xauth xdotool imagemagick
+  need g++-mingw-w64-x86-64-posix wine64 xvfb xauth xdotool imagemagick
 }
 
 # quietly COMMAND...: runs it, and shows its output only when it fails.
