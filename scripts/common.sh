@@ -44,13 +44,15 @@ quietly() {
   rm -f "$log"
 }
 
-# build PRESET [TARGET...]
+# build PRESET [TARGET...]: says what it builds; on a terminal also how far it is.
 build() {
-  local preset=$1 targets=()
+  local preset=$1 targets=() how=quietly
   shift
   [ $# -eq 0 ] || targets=(--target "$@")
+  echo "Building ${*:-all} ($preset)"
   quietly cmake --preset "$preset"
-  quietly cmake --build --preset "$preset" "${targets[@]}"
+  [ ! -t 1 ] || how=
+  $how cmake --build --preset "$preset" "${targets[@]}"
 }
 
 # The system's own libraries, as far as a program of ours may ask for them; in small letters.
