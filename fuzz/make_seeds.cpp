@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "tests/support/hive_builder.h"
+#include "tests/support/hostile_hives.h"
 
 namespace {
 
@@ -58,7 +59,16 @@ BuiltHive DamagedHive() {
   return hive;
 }
 
+// Small ones of the hives that are made to hurt.
+void AddHostile(Seeds& seeds) {
+  constexpr double kMegabytes = 0.01;
+  for (const HostileHive& hostile : HostileHives()) {
+    seeds.Add(hostile.name, hostile.make(kMegabytes));
+  }
+}
+
 void WriteHives(Seeds& seeds) {
+  AddHostile(seeds);
   const std::pair<const char*, List> kinds[] = {{"lf", List::kLf},        {"lh", List::kLh},
                                                 {"li", List::kLi},        {"ri_lh", List::kRiOfLh},
                                                 {"ri_li", List::kRiOfLi}, {"ri_lf", List::kRiOfLf}};
@@ -209,6 +219,7 @@ void WriteStructureReports(Seeds& seeds) {
   damaged.Unlink("Microsoft");
   Bytes items = ItemListBytes();
   items.insert(items.begin(), 10);  // beyond the last report
+  AddHostile(seeds);
   seeds.Add("hive", ReportedHive().bytes);
   seeds.Add("damaged", damaged.bytes);
   seeds.Add("items", items);
