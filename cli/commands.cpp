@@ -34,7 +34,7 @@ int WithHive(const ConsoleRequest& request, const CommandRow& command) {
   HiveTable& table = TheHiveTable();
   table.start_offset = request.start_offset;
   table.end_offset = request.end_offset;
-  const int slot = OpenHive(request.hive, true);
+  const int slot = OpenHive(request.hive);
   if (slot < 0) return StopRequested() ? kExitFailed : kExitUnreadable;
   OpenedHive opened;
   opened.hive = &table.slots[static_cast<size_t>(slot)];

@@ -25,7 +25,7 @@ BuildOptions OptionsOfBuild(const LoadJob& job) {
 
 // The worker of a load. The image it makes is nobody else's until the message at the end.
 void LoadHive(LoadJob& job, BuildOptions options, HWND window) {
-  job.slot = OpenHive(job.file, true);
+  job.slot = OpenHive(job.file);
   if (job.slot >= 0) {
     HiveImage& hive = TheHiveTable().slots[static_cast<size_t>(job.slot)];
     job.summary = BuildImageTree(hive, options, *job.tree);
