@@ -272,22 +272,37 @@ void FreeHiveSlot(int slot) {
   hive = HiveImage();
 }
 
+namespace {
+
+// What an opening under way holds: unless it is kept, it is given back, however the opening ends.
+struct Opening {
+  explicit Opening(int taken) : slot(taken) {
+    CurrentHost().wait_cursor(CurrentHost().context, true);
+  }
+  ~Opening() {
+    TheHiveTable().start_offset = TheHiveTable().end_offset = 0;  // a range serves one opening
+    CurrentHost().wait_cursor(CurrentHost().context, false);
+    if (!kept) FreeHiveSlot(slot);
+  }
+  Opening(const Opening&) = delete;
+  Opening& operator=(const Opening&) = delete;
+
+  int slot;
+  bool kept = false;
+};
+
+}  // namespace
+
 int OpenHive(const std::string& file_name) {
   const int slot = AllocateHiveSlot(kBrowseSlot);
   if (slot < 0) return -1;
   HiveTable& table = TheHiveTable();
   HiveImage& hive = table.slots[static_cast<size_t>(slot)];
+  Opening opening(slot);
   hive.file_name = file_name;
   KeepEvidence(file_name);
-  const Host& host = CurrentHost();
-  host.wait_cursor(host.context, true);
-  const bool opened = OpenIntoSlot(hive, file_name);
-  table.start_offset = table.end_offset = 0;  // a range serves one opening
-  host.wait_cursor(host.context, false);
-  if (!opened) {
-    FreeHiveSlot(slot);
-    return -1;
-  }
+  opening.kept = OpenIntoSlot(hive, file_name);
+  if (!opening.kept) return -1;
   table.current = slot;
   ShowStatus(file_name.c_str());
   SetDefaultRoot(file_name);
