@@ -29,7 +29,7 @@ bool Measure(const char* file, int runs) {
     ResetHiveTable();
     KeyTree tree;
     int slot = -1;
-    const double opened = Seconds([&] { slot = OpenHive(file, true); });
+    const double opened = Seconds([&] { slot = OpenHive(file); });
     if (slot < 0) return false;
     HiveImage& hive = TheHiveTable().slots[static_cast<size_t>(slot)];
     load = std::min(load, opened + Seconds([&] { BuildImageTree(hive, BuildOptions(), tree); }));

@@ -32,7 +32,7 @@ const std::string& HiveFile(int64_t keys) {
 
 HiveImage& Open(int64_t keys) {
   ResetHiveTable();
-  const int slot = OpenHive(HiveFile(keys), true);
+  const int slot = OpenHive(HiveFile(keys));
   if (slot < 0) std::abort();
   return TheHiveTable().slots[static_cast<size_t>(slot)];
 }

@@ -83,7 +83,7 @@ Opened OpenBytes(const Bytes& bytes) {
   ResetHiveTable();
   const testing::TempFile file{std::span<const uint8_t>(bytes)};
   Opened opened;
-  const int slot = OpenHive(file.name(), true);
+  const int slot = OpenHive(file.name());
   if (slot < 0) return opened;
   opened.hive = &TheHiveTable().slots[static_cast<size_t>(slot)];
   BuildImageTree(*opened.hive, BuildOptions(), opened.tree);

@@ -37,7 +37,7 @@ struct Opened {
 Opened Load(const char* name) {
   ResetHiveTable();
   Opened opened;
-  const int slot = OpenHive(name, true);
+  const int slot = OpenHive(name);
   if (slot < 0) std::exit(1);
   opened.hive = &TheHiveTable().slots[static_cast<size_t>(slot)];
   BuildImageTree(*opened.hive, BuildOptions(), opened.tree);

@@ -7,6 +7,7 @@
 #include "cli/print_list.h"
 #include "host/host.h"
 #include "host/long_operation.h"
+#include "host/memory.h"
 #include "lists/list_report.h"
 #include "recovery/freed_records.h"
 #include "reports/file_pieces.h"
@@ -30,12 +31,14 @@ bool NeedsDisconnectedValues(const ConsoleRequest& request, std::string_view com
 }
 
 // Opens the request's hive, lets the command print from it, and says so when it is no hive at all.
-int WithHive(const ConsoleRequest& request, const CommandRow& command) {
+// `failed` is the status of a lack of memory, before the hive is open and afterwards.
+int WithHive(const ConsoleRequest& request, const CommandRow& command, int& failed) {
   HiveTable& table = TheHiveTable();
   table.start_offset = request.start_offset;
   table.end_offset = request.end_offset;
-  const int slot = OpenHive(request.hive, true);
+  const int slot = OpenHive(request.hive);
   if (slot < 0) return StopRequested() ? kExitFailed : kExitUnreadable;
+  failed = kExitFailed;
   OpenedHive opened;
   opened.hive = &table.slots[static_cast<size_t>(slot)];
   BuildOptions options;
@@ -182,10 +185,24 @@ bool FindKey(const ConsoleRequest& request, const OpenedHive& opened, uint32_t& 
   return item != kNoItem;
 }
 
+namespace {
+
+// Without memory for the file itself it is one that can't be read.
+int RunRow(const CommandRow& row, const ConsoleRequest& request) {
+  int status = row.alone != nullptr ? kExitFailed : kExitUnreadable;
+  WithMemory([&] {
+    status = row.alone != nullptr ? row.alone(request) : WithHive(request, row, status);
+    return true;
+  });
+  return status;
+}
+
+}  // namespace
+
 int RunConsoleCommand(const std::string& name, const ConsoleRequest& request) {
   for (const CommandRow& row : kCommands) {
     if (name != row.name) continue;
-    const int status = row.alone != nullptr ? row.alone(request) : WithHive(request, row);
+    const int status = RunRow(row, request);
     const std::string cut = ShortfallWords();
     if (cut.empty()) return status;
     Complain(cut);

@@ -47,6 +47,7 @@ bool PrintToStdout(const Writer& write) {
 }
 
 bool PrintToFile(const Writer& write, OutputFile& file) {
+  const OutputGuard guard(file);
   const bool written = write([&file](std::string_view text) { return WriteOutput(file, text); });
   return CloseOutput(file, written);
 }

@@ -52,7 +52,6 @@ void MakeArea(std::span<const uint8_t> data, HiveImage& hive) {
   hive.length = static_cast<uint32_t>(data.size());
   hive.buffer.reset(static_cast<uint8_t*>(std::calloc(1, data.size() + kImageSlack)));
   std::memcpy(hive.buffer.get(), data.data(), data.size());
-  hive.loaded = true;
 }
 
 void TryLists(const HiveImage& hive) {

@@ -39,7 +39,6 @@ void MakeImage(std::span<const uint8_t> data, bool header_valid, HiveImage& hive
   hive.length = static_cast<uint32_t>(data.size());
   hive.buffer.reset(static_cast<uint8_t*>(std::calloc(1, data.size() + kImageSlack)));
   std::memcpy(hive.buffer.get(), data.data(), data.size());
-  hive.loaded = true;
   hive.last_valid = hive.length < 8 ? 0 : hive.length - 8;
   hive.header_valid = header_valid;
   hive.data_base_proven = header_valid;

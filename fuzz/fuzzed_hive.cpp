@@ -25,7 +25,7 @@ int OpenInput(const uint8_t* data, size_t size) {
   static const MemoryFile file;
   Require(file.descriptor >= 0 && ftruncate(file.descriptor, 0) == 0);
   Require(pwrite(file.descriptor, data, size, 0) == static_cast<ssize_t>(size));
-  const int slot = OpenHive(file.name, true);
+  const int slot = OpenHive(file.name);
   Require(slot > 0);
   return slot;
 }

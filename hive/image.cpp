@@ -4,7 +4,6 @@
 #include <array>
 #include <cstdlib>
 #include <cstring>
-#include <mutex>
 
 #include "hive/cells.h"
 #include "hive/offset_map.h"
@@ -21,21 +20,28 @@ namespace {
 constexpr uint32_t kReadChunk = 256 * 1024;
 constexpr uint32_t kProgressLength = 28000900;  // smaller hives load without a progress bar
 
-std::mutex& StreamMutex() {
-  static std::mutex mutex;
-  return mutex;
-}
-
-void CloseStream(HiveImage& hive) {
-  if (hive.stream != nullptr) std::fclose(hive.stream);
-  hive.stream = nullptr;
-}
+struct StreamCloser {
+  void operator()(std::FILE* stream) const { std::fclose(stream); }
+};
+using Stream = std::unique_ptr<std::FILE, StreamCloser>;
 
 void NoteCurrentFile(const std::string& file_name) {
   HiveTable& table = TheHiveTable();
   const size_t slash = file_name.find_last_of("/\\");
   table.current_folder = slash == std::string::npos ? std::string() : file_name.substr(0, slash);
   table.current_file = file_name;
+}
+
+// Null after the message "Can not open %s\r\n(%s)".
+Stream OpenHiveFile(const std::string& file_name) {
+  NoteCurrentFile(file_name);
+  int error = 0;
+  Stream stream(OpenFile(file_name, "rb", error));
+  if (stream == nullptr) {
+    const std::string text = "Can not open " + file_name + "\r\n(" + std::strerror(error) + ")";
+    ShowMessage(text.c_str(), kProgramName, Icon::kInformation);
+  }
+  return stream;
 }
 
 // Takes the partial range asked for and cuts it to the file. False: the whole file.
@@ -51,16 +57,16 @@ bool TakeRange(uint64_t file_size, uint32_t& start, uint32_t& length) {
 
 // Reads the hive into its buffer, showing progress for large ones. A file that turns out shorter
 // than it was gives a shorter hive. False when the user stopped.
-bool ReadIntoBuffer(HiveImage& hive) {
+bool ReadIntoBuffer(HiveImage& hive, std::FILE* stream) {
   const Host& host = CurrentHost();
   const bool show_progress = hive.length > kProgressLength;
   const uint32_t percent = std::max(hive.length / 100, 1U);
   if (show_progress) host.progress_range(host.context, 100);
   uint32_t done = 0;
-  if (SeekFile(hive.stream, hive.base_offset)) {
+  if (SeekFile(stream, hive.base_offset)) {
     for (uint32_t shown = 0; done < hive.length && !StopRequested();) {
       const uint32_t size = std::min(kReadChunk, hive.length - done);
-      const size_t got = std::fread(hive.buffer.get() + done, 1, size, hive.stream);
+      const size_t got = std::fread(hive.buffer.get() + done, 1, size, stream);
       done += static_cast<uint32_t>(got);
       if (got < size) break;
       if (show_progress && done / percent > shown) {
@@ -76,7 +82,7 @@ bool ReadIntoBuffer(HiveImage& hive) {
   return true;
 }
 
-bool LoadImage(HiveImage& hive) {
+bool LoadImage(HiveImage& hive, std::FILE* stream) {
   const size_t room = size_t{hive.length} + kImageSlack;
   hive.buffer.reset(AllocateLarge(room));
   if (!hive.buffer) {
@@ -84,9 +90,7 @@ bool LoadImage(HiveImage& hive) {
     return false;
   }
   ShowStatus("Loading File ... ");
-  if (!ReadIntoBuffer(hive)) return false;
-  hive.loaded = true;
-  return true;
+  return ReadIntoBuffer(hive, stream);
 }
 
 void SetBounds(HiveImage& hive) {
@@ -129,16 +133,17 @@ void AlignFragment(HiveImage& hive) {
 }
 
 // The part of opening that can fail; the caller frees the slot on false.
-bool OpenIntoSlot(HiveImage& hive, const std::string& file_name, bool load) {
-  if (!OpenHiveStream(hive, file_name)) return false;
-  const int64_t measured = FileSize(hive.stream);
+bool OpenIntoSlot(HiveImage& hive, const std::string& file_name) {
+  Stream stream = OpenHiveFile(file_name);
+  if (stream == nullptr) return false;
+  const int64_t measured = FileSize(stream.get());
   const uint64_t file_size = measured < 0 ? 0 : static_cast<uint64_t>(measured);
   HiveTable& table = TheHiveTable();
   HiveProbe probe;
   uint32_t length = 0;
   bool ranged = TakeRange(file_size, hive.base_offset, length);
-  if (!ranged && table.end_offset <= table.start_offset && load) {
-    const HiveStart found = FindHiveStart(hive.stream, file_size);
+  if (!ranged && table.end_offset <= table.start_offset) {
+    const HiveStart found = FindHiveStart(stream.get(), file_size);
     if (found.stopped) return false;
     probe.header_valid = probe.root_valid = found.found;
     if (found.start != 0) {
@@ -154,17 +159,17 @@ bool OpenIntoSlot(HiveImage& hive, const std::string& file_name, bool load) {
   hive.length = ranged ? length : static_cast<uint32_t>(file_size);
   const Host& host = CurrentHost();
   host.hive_title(host.context, file_name);
-  if (!probe.header_valid) ProbeHiveStart(hive.stream, hive.base_offset, probe);
+  if (!probe.header_valid) ProbeHiveStart(stream.get(), hive.base_offset, probe);
   hive.header_valid = probe.header_valid;
   hive.root_valid = probe.root_valid;
-  if (load && !LoadImage(hive)) return false;
-  if (load && !hive.keep_open) CloseStream(hive);
+  if (!LoadImage(hive, stream.get())) return false;
+  stream.reset();
   SetBounds(hive);
   if (!MapOffsets(hive) && !HasSignature(hive)) {
     // Any key in the right place looks like a root, but the bins deny that a base block precedes.
     hive.header_valid = hive.root_valid = false;
   }
-  if (!hive.header_valid && hive.loaded) {
+  if (!hive.header_valid) {
     AlignFragment(hive);
     SetBounds(hive);
     MapOffsets(hive);
@@ -215,6 +220,12 @@ bool StartFromBin(std::FILE* stream, uint32_t position, const uint8_t* header, u
   return probe.header_valid && probe.root_valid;
 }
 
+uint32_t ReadFileU32(std::FILE* stream, uint64_t file_offset) {
+  uint8_t bytes[4] = {};
+  ReadFileBytes(stream, file_offset, bytes, sizeof(bytes));
+  return LoadU32(bytes);
+}
+
 // As many of `size` bytes as lie in front of `end`.
 uint32_t ReadBelow(const HiveImage& hive, uint32_t end, uint32_t position, uint8_t* out,
                    uint32_t size) {
@@ -222,12 +233,8 @@ uint32_t ReadBelow(const HiveImage& hive, uint32_t end, uint32_t position, uint8
   if (TheHiveTable().suspended.load(std::memory_order_relaxed)) return 0;
   const uint32_t count = std::min(size, end - position);
   if (count == 0) return 0;  // `out` may be null then
-  if (hive.loaded) {
-    std::memcpy(out, hive.buffer.get() + position, count);
-    return count;
-  }
-  return static_cast<uint32_t>(
-      ReadFileBytes(hive.stream, uint64_t{hive.base_offset} + position, out, count));
+  std::memcpy(out, hive.buffer.get() + position, count);
+  return count;
 }
 
 }  // namespace
@@ -261,46 +268,52 @@ int AllocateHiveSlot(uint32_t kind) {
 
 void FreeHiveSlot(int slot) {
   HiveImage& hive = TheHiveTable().slots[static_cast<size_t>(slot)];
-  CloseStream(hive);
   ReleaseEvidence(hive.file_name);
   hive = HiveImage();
 }
 
-bool OpenHiveStream(HiveImage& hive, const std::string& file_name) {
-  CloseStream(hive);
-  NoteCurrentFile(file_name);
-  int error = 0;
-  hive.stream = OpenFile(file_name, "rb", error);
-  if (hive.stream != nullptr) return true;
-  const std::string text = "Can not open " + file_name + "\r\n(" + std::strerror(error) + ")";
-  ShowMessage(text.c_str(), kProgramName, Icon::kInformation);
-  return false;
-}
+namespace {
 
-int OpenHive(const std::string& file_name, bool load) {
+// What an opening under way holds: unless it is kept, it is given back, however the opening ends.
+struct Opening {
+  explicit Opening(int taken) : slot(taken) {
+    CurrentHost().wait_cursor(CurrentHost().context, true);
+  }
+  ~Opening() {
+    TheHiveTable().start_offset = TheHiveTable().end_offset = 0;  // a range serves one opening
+    CurrentHost().wait_cursor(CurrentHost().context, false);
+    if (!kept) FreeHiveSlot(slot);
+  }
+  Opening(const Opening&) = delete;
+  Opening& operator=(const Opening&) = delete;
+
+  int slot;
+  bool kept = false;
+};
+
+}  // namespace
+
+int OpenHive(const std::string& file_name) {
   const int slot = AllocateHiveSlot(kBrowseSlot);
   if (slot < 0) return -1;
   HiveTable& table = TheHiveTable();
   HiveImage& hive = table.slots[static_cast<size_t>(slot)];
+  Opening opening(slot);
   hive.file_name = file_name;
   KeepEvidence(file_name);
-  const Host& host = CurrentHost();
-  host.wait_cursor(host.context, true);
-  const bool opened = OpenIntoSlot(hive, file_name, load);
-  table.start_offset = table.end_offset = 0;  // a range serves one opening
-  host.wait_cursor(host.context, false);
-  if (!opened) {
-    FreeHiveSlot(slot);
-    return -1;
-  }
+  opening.kept = OpenIntoSlot(hive, file_name);
+  if (!opening.kept) return -1;
   table.current = slot;
   ShowStatus(file_name.c_str());
   SetDefaultRoot(file_name);
   return slot;
 }
 
-bool ValidateHive(HiveImage& hive, std::FILE* stream) {
+bool ValidateHiveFile(HiveImage& hive) {
   constexpr uint32_t kRootOffsetField = 36;
+  const Stream opened = OpenHiveFile(hive.file_name);
+  std::FILE* const stream = opened.get();
+  if (stream == nullptr) return false;
   const uint32_t signature = ReadFileU32(stream, 0);
   if (signature != kHiveSignature && signature != kSnapshotSignature) {
     ShowMessage("Invalid File format !", "Error", Icon::kExclamation);
@@ -313,13 +326,6 @@ bool ValidateHive(HiveImage& hive, std::FILE* stream) {
   const bool inside = root <= static_cast<uint64_t>(std::max<int64_t>(file_size, 0));
   hive.root_position = inside ? static_cast<uint32_t>(root) : hive.lower_bound;
   return true;
-}
-
-bool ValidateHiveFile(HiveImage& hive) {
-  if (!OpenHiveStream(hive, hive.file_name)) return false;
-  const bool valid = ValidateHive(hive, hive.stream);
-  CloseStream(hive);
-  return valid;
 }
 
 HiveStart FindHiveStart(std::FILE* stream, uint64_t file_size) {
@@ -379,42 +385,8 @@ void ProbeHiveStart(std::FILE* stream, uint32_t candidate, HiveProbe& probe) {
 }
 
 size_t ReadFileBytes(std::FILE* stream, uint64_t file_offset, uint8_t* out, size_t size) {
-  if (stream == nullptr) return 0;
-  const std::lock_guard<std::mutex> lock(StreamMutex());
-  if (!SeekFile(stream, file_offset)) return 0;
+  if (stream == nullptr || !SeekFile(stream, file_offset)) return 0;
   return std::fread(out, 1, size, stream);
-}
-
-uint32_t ReadFileU32(std::FILE* stream, uint64_t file_offset) {
-  uint8_t bytes[4] = {};
-  const std::lock_guard<std::mutex> lock(StreamMutex());
-  if (stream == nullptr || !SeekFile(stream, file_offset)) {
-    RequestStop();
-    return 0xFFFFFFFF;
-  }
-  if (std::fread(bytes, 1, sizeof(bytes), stream) != sizeof(bytes)) return 0;
-  return LoadU32(bytes);
-}
-
-uint16_t ReadFileU16(std::FILE* stream, uint64_t file_offset) {
-  uint8_t bytes[2] = {};
-  const std::lock_guard<std::mutex> lock(StreamMutex());
-  if (stream == nullptr || !SeekFile(stream, file_offset)) {
-    RequestStop();
-    return 0xFFFF;
-  }
-  if (std::fread(bytes, 1, sizeof(bytes), stream) != sizeof(bytes)) return 0;
-  return LoadU16(bytes);
-}
-
-uint32_t ReadU32FromStream(const HiveImage& hive, uint32_t position) {
-  if (TheHiveTable().suspended.load(std::memory_order_relaxed)) return 0;
-  return ReadFileU32(hive.stream, uint64_t{hive.base_offset} + position);
-}
-
-uint16_t ReadU16FromStream(const HiveImage& hive, uint32_t position) {
-  if (TheHiveTable().suspended.load(std::memory_order_relaxed)) return 0;
-  return ReadFileU16(hive.stream, uint64_t{hive.base_offset} + position);
 }
 
 uint32_t ReadU32BigEndian(const HiveImage& hive, uint32_t position) {

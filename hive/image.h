@@ -61,17 +61,14 @@ struct HiveImage {
   uint32_t kind = 0;
   bool root_valid = false;     // the root key node was recognised at position 4128
   uint32_t root_position = 0;  // of the root key node; 0 when unknown
-  uint32_t length = 0;         // bytes of the hive, in memory or as the chosen range
+  uint32_t length = 0;         // bytes of the hive, or of the chosen range
   uint32_t last_valid = 0;     // length - 8: no cell starts beyond it
-  std::unique_ptr<uint8_t, FreeDeleter> buffer;  // held + kImageSlack bytes; null in stream mode
+  std::unique_ptr<uint8_t, FreeDeleter> buffer;  // held + kImageSlack bytes
   uint32_t base_offset = 0;                      // where in the file the hive begins
-  // Bytes that were opened, in memory or as the chosen range. More than `length` where the image
-  // was cut because another hive begins there; cell readers end at `length`.
+  // Bytes that were read into memory. More than `length` where the image was cut because another
+  // hive begins there; cell readers end at `length`.
   uint32_t held = 0;
-  std::string file_name;        // as given, UTF-8
-  bool loaded = false;          // false: cells are read from the stream
-  std::FILE* stream = nullptr;  // open in stream mode, or while loading
-  bool keep_open = false;
+  std::string file_name;      // as given, UTF-8
   bool header_valid = false;  // the base block was recognised; also called HasBaseBlock
   uint32_t lower_bound = 0;   // of cell positions: 4128 when root_valid, else 0
   uint32_t data_start = 0;    // first position of the data area: 4096 when header_valid, else 0
@@ -122,27 +119,21 @@ struct HiveTable {
 // initialisation is left to the compiler: older clang can't do it for strings.)
 inline HiveTable hive_table_instance;
 inline HiveTable& TheHiveTable() { return hive_table_instance; }
-// Frees every slot with its buffer and stream, and forgets the partial range.
+// Frees every slot with its buffer, and forgets the partial range.
 void ResetHiveTable();
 
 // First free slot, cleared and taken, or -1 after the message "Too many files opened !".
 int AllocateHiveSlot(uint32_t kind);
 void FreeHiveSlot(int slot);
 
-// Opens the file for reading into the slot's stream, noting path and folder as current. False after
-// the message "Can not open %s\r\n(%s)".
-bool OpenHiveStream(HiveImage& hive, const std::string& file_name);
-
-// The whole opening: finds where the hive starts, reads it (with `load`) into memory, sets flags
+// The whole opening: finds where the hive starts, reads it into memory, closes the file, sets flags
 // and bounds. Returns the slot, or -1 after a message or a stop. Runs on any one thread at a time.
-int OpenHive(const std::string& file_name, bool load);
+int OpenHive(const std::string& file_name);
 
-// The strict check: the file's first four bytes must be "regf" or "snap", else the message
-// "Invalid File format !" and false with the running operation stopped. Sets last_valid and
-// root_position from the file's own size and header.
-bool ValidateHive(HiveImage& hive, std::FILE* stream);
-// The same of the hive's file, which is opened for that and closed again. For an image in which
-// nothing at all was found, so that its user learns why.
+// The strict check, for an image in which nothing at all was found, so that its user learns why:
+// the first four bytes of its file, which is opened for that once more, must be "regf" or "snap",
+// else the message "Invalid File format !" and false with the running operation stopped. Sets
+// last_valid and root_position from the file's own size and header.
 bool ValidateHiveFile(HiveImage& hive);
 
 // Where a hive begins inside a larger file, by walking to its first sensible "hbin".
@@ -160,11 +151,6 @@ struct HiveProbe {
 };
 void ProbeHiveStart(std::FILE* stream, uint32_t candidate, HiveProbe& probe);
 
-// Little-endian read at a file offset; 0xFFFFFFFF and the running flag cleared when the seek fails.
-// Reads of one process are serialised.
-uint32_t ReadFileU32(std::FILE* stream, uint64_t file_offset);
-// Likewise; 0xFFFF on failure.
-uint16_t ReadFileU16(std::FILE* stream, uint64_t file_offset);
 // Reads up to `size` bytes at a file offset; returns how many came.
 size_t ReadFileBytes(std::FILE* stream, uint64_t file_offset, uint8_t* out, size_t size);
 
@@ -186,32 +172,25 @@ inline uint16_t LoadU16(const uint8_t* bytes) {
   return static_cast<uint16_t>(bytes[0] | bytes[1] << 8);
 }
 
-uint32_t ReadU32FromStream(const HiveImage& hive, uint32_t position);
-uint16_t ReadU16FromStream(const HiveImage& hive, uint32_t position);
-
-// Little-endian; 0 outside the hive or while readers are suspended. In stream mode the twins above
-// are used.
+// Little-endian; 0 outside the hive or while readers are suspended.
 inline uint32_t ReadU32(const HiveImage& hive, uint32_t position) {
   if (!InsideHive(hive, position, 4)) return 0;
-  if (!hive.loaded) return ReadU32FromStream(hive, position);
   if (TheHiveTable().suspended.load(std::memory_order_relaxed)) return 0;
   return LoadU32(hive.buffer.get() + position);
 }
 inline uint16_t ReadU16(const HiveImage& hive, uint32_t position) {
   if (!InsideHive(hive, position, 2)) return 0;
-  if (!hive.loaded) return ReadU16FromStream(hive, position);
   if (TheHiveTable().suspended.load(std::memory_order_relaxed)) return 0;
   return LoadU16(hive.buffer.get() + position);
 }
 inline uint64_t ReadU64(const HiveImage& hive, uint32_t position) {
   return ReadU32(hive, position) | uint64_t{ReadU32(hive, position + 4)} << 32;
 }
-// Where the bytes stand in memory, for readers of this floor that want many at once; null where
-// they have to be read one by one: in stream mode, while suspended, or when not all lie inside the
-// hive.
+// Where the bytes stand in memory, for readers of this floor that want many at once; null while
+// suspended, or when not all lie inside the hive.
 inline const uint8_t* BytesInMemory(const HiveImage& hive, uint32_t position, uint32_t size) {
-  const bool there = hive.loaded && InsideHive(hive, position, size) &&
-                     !TheHiveTable().suspended.load(std::memory_order_relaxed);
+  const bool there =
+      InsideHive(hive, position, size) && !TheHiveTable().suspended.load(std::memory_order_relaxed);
   return there ? hive.buffer.get() + position : nullptr;
 }
 // Big-endian variant of ReadU32.

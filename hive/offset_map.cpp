@@ -262,7 +262,6 @@ bool Holds(const OffsetRun& run, uint32_t position) {
 bool MapOffsets(HiveImage& hive) {
   hive.offset_runs.clear();
   hive.own_runs.clear();
-  if (!hive.loaded) return true;
   const std::vector<Bin> bins = WalkBins(hive);
   if (bins.empty()) return HasRootRemains(hive, kFirstCellPosition);
   const uint32_t nominal = NominalDelta(hive, bins);

@@ -2,6 +2,8 @@
 
 #include <cstdlib>
 
+#include "host/host.h"
+
 #ifdef __linux__
 #include <sys/mman.h>
 #endif
@@ -21,6 +23,10 @@ uint8_t* AllocateLarge(size_t size) {
   }
 #endif
   return static_cast<uint8_t*>(std::malloc(size));
+}
+
+void ReportNoMemory() {
+  ShowMessage("Could Not Allocate Memory", kProgramName, Icon::kExclamation);
 }
 
 }  // namespace hivequarry

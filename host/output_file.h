@@ -36,6 +36,16 @@ bool WriteOutput(OutputFile& file, std::string_view bytes);
 // name does not hold the new content now (what it held before is whole then).
 bool CloseOutput(OutputFile& file, bool keep);
 
+// Gives a file up that is still open when this goes: a lack of memory leaves no half of it.
+struct OutputGuard {
+  explicit OutputGuard(OutputFile& guarded) : file(guarded) {}
+  ~OutputGuard() { CloseOutput(file, false); }
+  OutputGuard(const OutputGuard&) = delete;
+  OutputGuard& operator=(const OutputGuard&) = delete;
+
+  OutputFile& file;
+};
+
 // The two halves of a replacement, for writers that work on a file by its name. The first gives a
 // name for the new file, beside the old one and not taken ("NAME.tmp~1"); empty with `error` an
 // errno value when there is none, or when the old file may not be written.

@@ -178,6 +178,7 @@ struct OutputList {
   char* free_space = nullptr;          // the rest of the chunk in use
   size_t free_size = 0;
   size_t next_chunk = kFirstChunk;
+  bool full = false;  // no memory for a row was left, which was said
 };
 
 namespace {
@@ -288,7 +289,8 @@ void SetRowNumbers(OutputList& list, RowNumbers numbers) { list.numbers = number
 
 void AddRow(OutputList& list, const NewRow& row) {
   const bool numbered = list.numbers != RowNumbers::kNone;
-  if (numbered ? TryAddNumberedRow(list, row) : TryAddRow(list, row)) return;
+  if (list.full || (numbered ? TryAddNumberedRow(list, row) : TryAddRow(list, row))) return;
+  list.full = true;
   const std::string first(row.texts.empty() ? std::string_view() : row.texts.front());
   ShowMessage(("Error adding item " + first + " to list").c_str(), "Error", Icon::kStop);
   RequestStop();
@@ -362,6 +364,7 @@ void ClearRows(OutputList& list) {
   list.free_space = nullptr;
   list.free_size = 0;
   list.next_chunk = kFirstChunk;
+  list.full = false;
 }
 
 }  // namespace hivequarry

@@ -269,7 +269,7 @@ void WalkImage(Walk& walk) {
   constexpr uint32_t kSteps = 100;
   const HiveImage& hive = walk.hive;
   const Host& host = CurrentHost();
-  if (hive.loaded) walk.bytes = hive.buffer.get();
+  walk.bytes = hive.buffer.get();
   host.progress_range(host.context, kSteps);
   uint32_t steps = 0;
   uint32_t shown = 0;

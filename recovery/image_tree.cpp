@@ -96,10 +96,9 @@ void CollectTables(HiveImage& hive, const BuildOptions& options, ScanTables& tab
   FinishScan(tables);
   AdoptFirstCell(hive, tables);
   if (!NeedsRepair(hive, tables)) return;
-  // Repair reads all over the image: from a stream that would take too long.
   ShowStatus("Evaluating data ...");
   ScanImage(hive, ScanPass::kEvaluate, scan, tables);
-  if (hive.loaded) RepairRelations(hive, scan, tables);
+  RepairRelations(hive, scan, tables);
 }
 
 void ChooseRootText(HiveImage& hive, const BuildOptions& options, const ScanTables& tables,

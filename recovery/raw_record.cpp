@@ -80,12 +80,11 @@ uint32_t BlockEnd(const HiveImage& hive, uint32_t position) {
 // The block that holds `position`, its header included, or the bytes between the blocks around it.
 // From block to block; where none follows, the image is searched for the next.
 Span BlockAround(const HiveImage& hive, uint32_t position) {
-  const uint32_t step = hive.loaded ? 8 : 4096;  // each look costs a read of the file otherwise
   Span block{hive.data_start, hive.data_start};
   for (uint64_t p = hive.data_start; p <= position && p + kBinHeaderSize <= hive.length;) {
     const auto at = static_cast<uint32_t>(p);
     if (!IsBlockHeader(hive, at)) {
-      p += step;
+      p += 8;
       continue;
     }
     const uint32_t end = BlockEnd(hive, at);

@@ -392,7 +392,7 @@ bool NeedsRepair(const HiveImage& hive, const ScanTables& tables) {
   std::vector<bool> named(tables.keys.size());
   for (const KeyRow& key : tables.keys) {
     if ((key.marks & kMarkNoName) != 0) return true;  // a list may have its first characters
-    if (hive.loaded && HasDoubtfulValueList(hive, key.position)) return true;
+    if (HasDoubtfulValueList(hive, key.position)) return true;
     for (uint32_t i = 0; i < key.entry_count; ++i) {
       const uint32_t row = tables.child_entries[key.first_entry + i].row;
       if (row == kNoRow || tables.keys[row].parent != key.position) return true;
@@ -406,9 +406,7 @@ bool NeedsRepair(const HiveImage& hive, const ScanTables& tables) {
 }
 
 bool IsKeyCellAt(const HiveImage& hive, uint32_t position) {
-  if (!hive.loaded || position < hive.data_start || !InsideHive(hive, position, kKeyRoom)) {
-    return false;
-  }
+  if (position < hive.data_start || !InsideHive(hive, position, kKeyRoom)) return false;
   if (ReadU16(hive, position + 4) != kSignatureNk) return false;
   const uint32_t size = ReadU32(hive, position);
   if (size % 8 != 0 || CellLength(size) > (IsAllocated(size) ? 512U : 4096U)) return false;

@@ -250,8 +250,7 @@ class Sieving {
 SearchSieve SieveImage(const HiveImage& hive, const SearchPattern& pattern) {
   static_assert(kBlock + 2 <= kImageSlack);
   SearchSieve sieve;
-  const bool in_memory = hive.loaded && hive.buffer != nullptr;
-  if (in_memory && pattern.bytes.size() <= kMaxPattern) {
+  if (hive.buffer != nullptr && pattern.bytes.size() <= kMaxPattern) {
     sieve.usable = Sieving(hive, pattern, sieve).Run();
   }
   return sieve;

@@ -123,7 +123,6 @@ bool MakeDescriptorImage(std::span<const uint8_t> descriptor, HiveImage& image) 
   auto* bytes = static_cast<uint8_t*>(std::calloc(1, size_t{length} + kImageSlack));
   if (bytes == nullptr) return false;
   image.buffer.reset(bytes);
-  image.loaded = true;
   image.length = length;
   image.held = length;
   image.last_valid = length - 8;

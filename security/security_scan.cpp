@@ -35,7 +35,6 @@ ScanStep StepAt(const HiveImage& hive, uint32_t position) {
 // The first position from this one on, at most kStretch further, where a step finds more than bytes
 // to pass over. Nearly all steps are over such bytes, so they are taken on the image's own memory.
 uint32_t PassPlainBytes(const HiveImage& hive, uint32_t position) {
-  if (!hive.loaded) return position;
   const uint8_t* bytes = hive.buffer.get();
   const uint32_t last = std::min(hive.length - kLeastRest, position + kStretch);
   while (position < last && LoadU32(bytes + position) != kBinSignature &&

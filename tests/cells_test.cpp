@@ -21,33 +21,30 @@ KeyNode Read(OpenedImage& image, uint32_t position, KeyRead how = KeyRead::kFiel
 }
 
 TEST(BoundedReads, EndWithTheHive) {
-  for (const bool load : {true, false}) {
-    SCOPED_TRACE(load ? "from memory" : "from the stream");
-    HiveBuilder builder;
-    BuiltHive built = builder.Build();
-    const auto length = static_cast<uint32_t>(built.bytes.size());
-    built.SetU32(length - 8, 0, 0x11223344).SetU32(length - 4, 0, 0x55667788);
-    OpenedImage image(built.bytes, load);
-    const HiveImage& hive = image.hive();
-    EXPECT_EQ(ReadU32(hive, length - 4), 0x55667788u);
-    EXPECT_EQ(ReadU32(hive, length - 3), 0u);
-    EXPECT_EQ(ReadU32(hive, length), 0u);
-    EXPECT_EQ(ReadU32(hive, 0xFFFFFFFE), 0u);
-    EXPECT_EQ(ReadU16(hive, length - 2), 0x5566u);
-    EXPECT_EQ(ReadU16(hive, length - 1), 0u);
-    EXPECT_EQ(ReadU16(hive, 0xFFFFFFFF), 0u);
-    EXPECT_EQ(ReadU32BigEndian(hive, length - 8), 0x44332211u);
-    EXPECT_EQ(ReadU8(hive, length), 0u);
-    uint8_t bytes[8] = {};
-    EXPECT_EQ(ReadBytes(hive, length - 3, bytes, 8), 3u);
-    EXPECT_EQ(ReadBytes(hive, 0xFFFFFFF0, bytes, 8), 0u);
+  HiveBuilder builder;
+  BuiltHive built = builder.Build();
+  const auto length = static_cast<uint32_t>(built.bytes.size());
+  built.SetU32(length - 8, 0, 0x11223344).SetU32(length - 4, 0, 0x55667788);
+  OpenedImage image(built.bytes);
+  const HiveImage& hive = image.hive();
+  EXPECT_EQ(ReadU32(hive, length - 4), 0x55667788u);
+  EXPECT_EQ(ReadU32(hive, length - 3), 0u);
+  EXPECT_EQ(ReadU32(hive, length), 0u);
+  EXPECT_EQ(ReadU32(hive, 0xFFFFFFFE), 0u);
+  EXPECT_EQ(ReadU16(hive, length - 2), 0x5566u);
+  EXPECT_EQ(ReadU16(hive, length - 1), 0u);
+  EXPECT_EQ(ReadU16(hive, 0xFFFFFFFF), 0u);
+  EXPECT_EQ(ReadU32BigEndian(hive, length - 8), 0x44332211u);
+  EXPECT_EQ(ReadU8(hive, length), 0u);
+  uint8_t bytes[8] = {};
+  EXPECT_EQ(ReadBytes(hive, length - 3, bytes, 8), 3u);
+  EXPECT_EQ(ReadBytes(hive, 0xFFFFFFF0, bytes, 8), 0u);
 
-    TheHiveTable().suspended = true;
-    EXPECT_EQ(ReadU32(hive, length - 4), 0u);
-    EXPECT_EQ(ReadU16(hive, length - 2), 0u);
-    EXPECT_EQ(ReadBytes(hive, length - 8, bytes, 8), 0u);
-    TheHiveTable().suspended = false;
-  }
+  TheHiveTable().suspended = true;
+  EXPECT_EQ(ReadU32(hive, length - 4), 0u);
+  EXPECT_EQ(ReadU16(hive, length - 2), 0u);
+  EXPECT_EQ(ReadBytes(hive, length - 8, bytes, 8), 0u);
+  TheHiveTable().suspended = false;
 }
 
 TEST(FindNextCell, StepsByEightToPlausibleCells) {
@@ -84,26 +81,24 @@ TEST(KeyNode, FieldsOfASoundKey) {
   builder.Key("A\\B").Time(FileTime(2008, 5, 17, 13, 2, 9)).Class("Shell").Dword("v", 1);
   builder.Key("A\\B\\C");
   BuiltHive built = builder.Build();
-  for (const bool load : {true, false}) {
-    OpenedImage image(built.bytes, load);
-    const KeyNode key = Read(image, built.PositionOf("A\\B"), KeyRead::kLinks);
-    EXPECT_EQ(key.state, KeyState::kAllocated);
-    EXPECT_EQ(key.name, "B");
-    EXPECT_EQ(key.last_write, FileTime(2008, 5, 17, 13, 2, 9));
-    EXPECT_EQ(key.parent, built.PositionOf("A"));
-    EXPECT_EQ(key.subkey_count, 1u);
-    EXPECT_EQ(key.subkey_list, built.ListPosition("A\\B"));
-    EXPECT_EQ(key.value_list, built.ValueListPosition("A\\B"));
-    EXPECT_EQ(key.security, built.SecurityPosition());
-    EXPECT_EQ(key.class_name, built.ClassPosition("A\\B"));
-    EXPECT_EQ(key.length, built.CellLength(key.position));
-    EXPECT_EQ(key.list.first_entry, built.PositionOf("A\\B\\C"));
-    EXPECT_EQ(ReadClassName(image.hive(), key), Utf16("Shell"));
-    std::string name;
-    EXPECT_EQ(ReadKeyParentAndName(image.hive(), key.position, name), key.parent);
-    EXPECT_EQ(name, "B");
-    EXPECT_EQ(Read(image, built.PositionOf("")).parent, kNoOffset) << "the root has no parent";
-  }
+  OpenedImage image(built.bytes);
+  const KeyNode key = Read(image, built.PositionOf("A\\B"), KeyRead::kLinks);
+  EXPECT_EQ(key.state, KeyState::kAllocated);
+  EXPECT_EQ(key.name, "B");
+  EXPECT_EQ(key.last_write, FileTime(2008, 5, 17, 13, 2, 9));
+  EXPECT_EQ(key.parent, built.PositionOf("A"));
+  EXPECT_EQ(key.subkey_count, 1u);
+  EXPECT_EQ(key.subkey_list, built.ListPosition("A\\B"));
+  EXPECT_EQ(key.value_list, built.ValueListPosition("A\\B"));
+  EXPECT_EQ(key.security, built.SecurityPosition());
+  EXPECT_EQ(key.class_name, built.ClassPosition("A\\B"));
+  EXPECT_EQ(key.length, built.CellLength(key.position));
+  EXPECT_EQ(key.list.first_entry, built.PositionOf("A\\B\\C"));
+  EXPECT_EQ(ReadClassName(image.hive(), key), Utf16("Shell"));
+  std::string name;
+  EXPECT_EQ(ReadKeyParentAndName(image.hive(), key.position, name), key.parent);
+  EXPECT_EQ(name, "B");
+  EXPECT_EQ(Read(image, built.PositionOf("")).parent, kNoOffset) << "the root has no parent";
 }
 
 TEST(KeyNode, Names) {
@@ -356,19 +351,17 @@ TEST(ValueKey, DataOfEveryLength) {
   const std::vector<size_t> sizes = {0, 1, 3, 4, 5, 8, 16343, 16344, 16345, 32688, 32689, 327680};
   for (const size_t size : sizes) builder.Key("A").Binary("v" + std::to_string(size), size, 3);
   const BuiltHive built = builder.Build();
-  for (const bool load : {true, false}) {
-    OpenedImage image(built.bytes, load);
-    for (size_t i = 0; i < sizes.size(); ++i) {
-      SCOPED_TRACE(sizes[i]);
-      const std::string name = "v" + std::to_string(sizes[i]);
-      Bytes data;
-      const ValueKey value = ReadAll(image, built.ValuePosition("A", name), data);
-      EXPECT_EQ(value.status, ValueStatus::kRead);
-      EXPECT_EQ(value.name, name);
-      EXPECT_EQ(value.inline_data, sizes[i] <= 4);
-      EXPECT_EQ(value.big_data, sizes[i] > kSegment);
-      EXPECT_EQ(data, built.keys[1].values[i].data);
-    }
+  OpenedImage image(built.bytes);
+  for (size_t i = 0; i < sizes.size(); ++i) {
+    SCOPED_TRACE(sizes[i]);
+    const std::string name = "v" + std::to_string(sizes[i]);
+    Bytes data;
+    const ValueKey value = ReadAll(image, built.ValuePosition("A", name), data);
+    EXPECT_EQ(value.status, ValueStatus::kRead);
+    EXPECT_EQ(value.name, name);
+    EXPECT_EQ(value.inline_data, sizes[i] <= 4);
+    EXPECT_EQ(value.big_data, sizes[i] > kSegment);
+    EXPECT_EQ(data, built.keys[1].values[i].data);
   }
 }
 

@@ -9,6 +9,7 @@
 #include <iterator>
 
 #include "tests/support/hive_builder.h"
+#include "tests/support/sample_hives.h"
 #include "tests/support/texts.h"
 
 namespace hivequarry::testing {
@@ -25,11 +26,12 @@ Bytes SmallHive() {
 class ConsoleTest : public ::testing::Test {
  protected:
   // Runs the program in the file's folder; its exit status, with what it printed in `printed`.
-  int Run(const std::string& arguments, const std::string& before = std::string()) {
+  int Run(const std::string& arguments, const std::string& before = std::string(),
+          const std::string& options = "--quiet") {
     const std::string folder = std::filesystem::path(file_.name()).parent_path().string();
     const std::string line = "cd " + folder + " && " + before +
-                             "ASAN_OPTIONS=exitcode=99 " HIVEQUARRY_CLI + " --quiet " + arguments +
-                             " >printed 2>errors";
+                             "ASAN_OPTIONS=exitcode=99 " HIVEQUARRY_CLI + " " + options + " " +
+                             arguments + " >printed 2>errors";
     const int status = std::system(line.c_str());
     printed = ContentOf(folder + "/printed");
     return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
@@ -127,6 +129,26 @@ TEST_F(ConsoleTest, AFailedWriteKeepsTheOldFile) {
   EXPECT_EQ(Run("tree -o none/out h\u00E9"), 1);
   EXPECT_EQ(Run("tree --format xml h\u00E9"), 2);
 }
+
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+// Room for the program alone, for the file too, for the tree too, for all: whatever it is that
+// there is no room for, it is said, and no half of a list is left.
+TEST_F(ConsoleTest, ALackOfMemoryIsSaid) {
+  std::ofstream(Sibling("large"), std::ios::binary) << AsText(HiveOfKeys(40000));
+  bool seen[4] = {};
+  for (uint32_t room = 11 << 10; !seen[0] && room < 256 << 10; room += 1 << 10) {
+    std::filesystem::remove(Sibling("list"));
+    const int status =
+        Run("values -o list large", "ulimit -v " + std::to_string(room) + "; ", "--yes");
+    ASSERT_TRUE(status == 0 || status == 1 || status == 3) << room << ": " << status;
+    seen[status] = true;
+    EXPECT_EQ(std::filesystem::exists(Sibling("list")), status == 0) << room;
+    EXPECT_EQ(ContentOf(Sibling("errors")).empty(), status == 0) << room;
+    EXPECT_FALSE(std::filesystem::exists(Sibling("list.tmp~1"))) << room;
+  }
+  EXPECT_TRUE(seen[0] && seen[1] && seen[3]);
+}
+#endif
 
 }  // namespace
 }  // namespace hivequarry::testing

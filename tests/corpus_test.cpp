@@ -94,7 +94,7 @@ Opened Open(const std::string& name, uint32_t start = 0, uint32_t end = 0) {
   TheHiveTable().start_offset = start;
   TheHiveTable().end_offset = end;
   Opened opened;
-  const int slot = OpenHive((CorpusFolder() / name).string(), true);
+  const int slot = OpenHive((CorpusFolder() / name).string());
   opened.hive = &TheHiveTable().slots[static_cast<size_t>(std::max(slot, 0))];
   if (slot > 0) opened.summary = BuildImageTree(*opened.hive, BuildOptions(), opened.tree);
   return opened;

@@ -180,8 +180,7 @@ TEST(RootKeys, OfTheTreeAndBehindTheCut) {
   const auto end = static_cast<uint32_t>(first.size());
   for (const uint32_t base : {512u, 0u}) {
     const HostRecorder host;
-    // Once from memory, once from the stream.
-    OpenedImage image(std::span<const uint8_t>(bytes).subspan(512 - base), base != 0);
+    OpenedImage image(std::span<const uint8_t>(bytes).subspan(512 - base));
     KeyTree tree;
     BuildImageTree(image.hive(), {}, tree);
     const OutputListPtr list = ListRootKeys(image.hive(), tree);

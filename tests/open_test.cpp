@@ -72,8 +72,7 @@ TEST(OpenHive, FindsTheHiveInTheFile) {
     EXPECT_EQ(opened.data_start, c.header_valid ? 4096u : 0u);
     EXPECT_EQ(opened.lower_bound, c.root_valid ? 4128u : 0u);
     EXPECT_EQ(opened.last_valid, bytes.size() < 8 ? 0 : opened.length - 8);
-    EXPECT_EQ(opened.stream, nullptr);
-    EXPECT_TRUE(opened.loaded);
+    EXPECT_EQ(opened.held, opened.length);
   }
 }
 
@@ -159,7 +158,7 @@ TEST(OpenHive, RangeOfTheFile) {
     SCOPED_TRACE(c.what);
     TheHiveTable().start_offset = c.start;
     TheHiveTable().end_offset = c.end;
-    const int slot = OpenHive(file.name(), true);
+    const int slot = OpenHive(file.name());
     ASSERT_GT(slot, 0);
     const HiveImage& opened = TheHiveTable().slots[static_cast<size_t>(slot)];
     EXPECT_EQ(opened.base_offset, c.base_offset);
@@ -194,14 +193,14 @@ TEST(OpenHive, DefaultRootByFileName) {
        std::vector<std::pair<std::string, std::string>>{{"SYSTEM", "HKEY_LOCAL_MACHINE"},
                                                         {"ntuser.dat", "HKEY_USERS"},
                                                         {"my", "HKEY_LOCAL_MACHINE"}}) {
-    const OpenedImage image(hive, true, name);
+    const OpenedImage image(hive, name);
     EXPECT_EQ(TheHiveTable().default_long_root, root) << name;
   }
 }
 
 void ExpectRefused(const std::string& name, const std::string& reason) {
   HostRecorder host;
-  EXPECT_EQ(OpenHive(name, true), -1);
+  EXPECT_EQ(OpenHive(name), -1);
   ASSERT_EQ(host.messages.size(), 1u);
   const std::string text = "Can not open " + name + "\r\n(" + reason + ")";
   EXPECT_EQ(host.messages[0], (ShownMessage{text, "Hivequarry", Icon::kInformation, Buttons::kOk}));
@@ -225,7 +224,7 @@ TEST(OpenHive, RefusedFiles) {
   }
   ASSERT_EQ(access("/", R_OK), 0);
   HostRecorder host;
-  EXPECT_EQ(OpenHive(file.name(), true), -1);
+  EXPECT_EQ(OpenHive(file.name()), -1);
   if (user == 0) {
     ASSERT_EQ(seteuid(user), 0);
   }
@@ -238,13 +237,13 @@ TEST(OpenHive, FileBeyondFourGigabytes) {
   constexpr uint64_t kSize = 5ULL << 30;
   std::filesystem::resize_file(file.name(), kSize);  // sparse: takes no room
   HostRecorder host;
-  EXPECT_EQ(OpenHive(file.name(), true), -1);
+  EXPECT_EQ(OpenHive(file.name()), -1);
   ASSERT_EQ(host.messages.size(), 1u);
   EXPECT_EQ(host.messages[0],
             (ShownMessage{"Could Not Allocate Memory", "Hivequarry", Icon::kStop, Buttons::kOk}));
   // A part of it can be had.
   TheHiveTable().end_offset = static_cast<uint32_t>(SmallHive().size());
-  const int slot = OpenHive(file.name(), true);
+  const int slot = OpenHive(file.name());
   ASSERT_EQ(slot, 1);
   EXPECT_TRUE(TheHiveTable().slots[1].root_valid);
   ResetHiveTable();
@@ -253,13 +252,14 @@ TEST(OpenHive, FileBeyondFourGigabytes) {
 TEST(OpenHive, ItsFileIsNeverWritten) {
   const TempFile file(SmallHive());
   const std::string folder = file.folder();
-  const std::string names[] = {file.name(), folder + "/./../" + folder.substr(folder.rfind('/')) +
-                               "/hard", folder + "/soft"};
+  const std::string names[] = {file.name(),
+                               folder + "/./../" + folder.substr(folder.rfind('/')) + "/hard",
+                               folder + "/soft"};
   std::filesystem::create_hard_link(file.name(), folder + "/hard");
   std::filesystem::create_symlink(file.name(), folder + "/soft");
   HostRecorder host;
-  ASSERT_EQ(OpenHive(file.name(), true), 1);
-  ASSERT_EQ(OpenHive(names[1], true), 2);
+  ASSERT_EQ(OpenHive(file.name()), 1);
+  ASSERT_EQ(OpenHive(names[1]), 2);
   FreeHiveSlot(2);
   for (const std::string& name : names) {
     for (const OutputMode mode : {OutputMode::kReplace, OutputMode::kAppend}) {
@@ -281,16 +281,16 @@ TEST(OpenHive, FullTable) {
   const TempFile file(SmallHive());
   HostRecorder host;
   std::vector<int> slots;
-  for (int i = 1; i < kSlotCount; ++i) slots.push_back(OpenHive(file.name(), false));
+  for (int i = 1; i < kSlotCount; ++i) slots.push_back(OpenHive(file.name()));
   EXPECT_EQ(slots.front(), 1);
   EXPECT_EQ(slots.back(), 47);
   EXPECT_TRUE(host.messages.empty());
-  EXPECT_EQ(OpenHive(file.name(), false), -1);
+  EXPECT_EQ(OpenHive(file.name()), -1);
   ASSERT_EQ(host.messages.size(), 1u);
   EXPECT_EQ(host.messages[0], (ShownMessage{"Too many files opened !", "Hivequarry",
                                             Icon::kExclamation, Buttons::kOk}));
   FreeHiveSlot(5);
-  EXPECT_EQ(OpenHive(file.name(), false), 5);
+  EXPECT_EQ(OpenHive(file.name()), 5);
   ResetHiveTable();
 }
 
@@ -301,7 +301,7 @@ TEST(OpenHive, StoppedWhileLoading) {
     if (std::string_view(text) == "Loading File ... ") RequestStop();
   };
   ASSERT_TRUE(BeginOperation(kOperationLoad));
-  EXPECT_EQ(OpenHive(file.name(), true), -1);
+  EXPECT_EQ(OpenHive(file.name()), -1);
   EndOperation();
   EXPECT_TRUE(host.messages.empty()) << "a stopped operation ends quietly";
   EXPECT_EQ(host.waiting, 0);
@@ -319,7 +319,7 @@ TEST(OpenHive, FileThatShrinksWhileItIsRead) {
     host.on_status = [](const char* text) {
       if (std::string_view(text) == "Loading File ... ") std::filesystem::resize_file(name, rest);
     };
-    ASSERT_EQ(OpenHive(file.name(), true), 1);
+    ASSERT_EQ(OpenHive(file.name()), 1);
     EXPECT_EQ(TheHiveTable().slots[1].length, left);
     KeyTree tree;
     EXPECT_LE(BuildImageTree(TheHiveTable().slots[1], {}, tree).keys, 1u);
@@ -327,7 +327,7 @@ TEST(OpenHive, FileThatShrinksWhileItIsRead) {
   }
 }
 
-TEST(ValidateHive, TakesTheSignatureExactly) {
+TEST(ValidateHiveFile, TakesTheSignatureExactly) {
   BuiltHive built = HiveBuilder().Build();
   struct Case {
     const char* signature;
@@ -343,10 +343,10 @@ TEST(ValidateHive, TakesTheSignatureExactly) {
     HostRecorder host;
     std::copy_n(c.signature, 4, built.bytes.begin());
     built.SetU32(0, field::kBaseRoot, c.root);
-    OpenedImage image(built.bytes, false);
+    OpenedImage image(built.bytes);
     HiveImage& hive = image.hive();
     ASSERT_TRUE(BeginOperation(kOperationLoad));
-    EXPECT_EQ(ValidateHive(hive, hive.stream), c.valid);
+    EXPECT_EQ(ValidateHiveFile(hive), c.valid);
     EXPECT_EQ(StopRequested(), !c.valid);
     EndOperation();
     EXPECT_EQ(hive.root_position, c.root_position);

@@ -134,18 +134,16 @@ TEST(RawRecord, HostileHives) {
   for (const Damage damage : damages) {
     BuiltHive built = SampleHive();
     damage(built);
-    for (const bool load : {true, false}) {
-      OpenedImage image(built.bytes, load);
-      ASSERT_TRUE(image.opened());
-      RecordPlace last;
-      for (uint32_t p = 0; p < image.hive().length; p += load ? 4 : 1001) {
-        const RecordPlace place = RecordAt(image.hive(), p);
-        if (place.position != last.position || p == 0) ExpectWhole(image.hive(), place, p);
-        last = place;
-      }
-      EXPECT_TRUE(ReadRawRecord(image.hive(), image.hive().length).fields.empty());
-      EXPECT_TRUE(ReadRawRecord(image.hive(), kNoOffset).fields.empty());
+    OpenedImage image(built.bytes);
+    ASSERT_TRUE(image.opened());
+    RecordPlace last;
+    for (uint32_t p = 0; p < image.hive().length; p += 4) {
+      const RecordPlace place = RecordAt(image.hive(), p);
+      if (place.position != last.position || p == 0) ExpectWhole(image.hive(), place, p);
+      last = place;
     }
+    EXPECT_TRUE(ReadRawRecord(image.hive(), image.hive().length).fields.empty());
+    EXPECT_TRUE(ReadRawRecord(image.hive(), kNoOffset).fields.empty());
   }
 }
 

@@ -19,7 +19,7 @@ class RootPath : public ::testing::Test {
   // A hive whose root key has this name.
   static HiveImage& OpenRoot(std::string_view root_name) {
     const testing::TempFile file(testing::HiveBuilder(root_name).Build().bytes);
-    return TheHiveTable().slots[static_cast<size_t>(OpenHive(file.name(), true))];
+    return TheHiveTable().slots[static_cast<size_t>(OpenHive(file.name()))];
   }
 };
 
@@ -105,7 +105,7 @@ TEST_F(RootPath, FromTheFilesName) {
     testing::HiveBuilder builder("CMI-CreateHive{1}");
     builder.FileName(c.stored);
     const testing::TempFile file(builder.Build().bytes, c.file);
-    HiveImage& hive = TheHiveTable().slots[static_cast<size_t>(OpenHive(file.name(), true))];
+    HiveImage& hive = TheHiveTable().slots[static_cast<size_t>(OpenHive(file.name()))];
     EXPECT_EQ(RootPathFromFileName(hive), c.label != nullptr) << c.stored << c.file;
     EXPECT_EQ(hive.root_label, c.label != nullptr ? c.label : "") << c.stored << c.file;
     ResetHiveTable();

@@ -24,11 +24,11 @@ Texts NamesOf(const std::string& root) { return {root, root + "-A", root + "-B"}
 
 // A window of the program: a range of a file (none: the whole file), opened and built.
 struct Window {
-  Window(const CommandLine& line, Answer answer, bool load = true, BuildOptions options = {}) {
+  Window(const CommandLine& line, Answer answer, BuildOptions options = {}) {
     host.answer = answer;
     TheHiveTable().start_offset = line.start_offset;
     TheHiveTable().end_offset = line.end_offset;
-    hive = &TheHiveTable().slots.at(static_cast<size_t>(OpenHive(line.file, load)));
+    hive = &TheHiveTable().slots.at(static_cast<size_t>(OpenHive(line.file)));
     summary = BuildImageTree(*hive, options, tree);
     for (uint32_t item = 0; item < tree.items.size(); ++item) {
       if (IsKeyItem(tree, item)) names.push_back(ReadKeyName(*hive, tree.items[item].position));
@@ -137,16 +137,14 @@ TEST(RootSearch, WhatCountsAsARoot) {
     const bool counts = word == 0x002C6B6E;
     const Bytes second = HiveNamed("Two").SetU32(4128, 4, word).bytes;
     const TempFile file(Joined({HiveNamed("One").bytes, second}));
-    for (const bool load : {true, false}) {
-      for (const bool ask : {true, false}) {
-        BuildOptions options;
-        options.ask_other_roots = ask;
-        const Window window(Whole(file.name()), Answer::kNo, load, options);
-        EXPECT_EQ(window.host.messages.size(), ask && counts ? 1u : 0u);
-        EXPECT_EQ(window.hive->length < window.hive->held, ask && counts);
-        EXPECT_EQ(window.summary.keys > 3, !(ask && counts)) << "keys of both hives";
-        EXPECT_EQ(window.hive->root_position, 4128u);
-      }
+    for (const bool ask : {true, false}) {
+      BuildOptions options;
+      options.ask_other_roots = ask;
+      const Window window(Whole(file.name()), Answer::kNo, options);
+      EXPECT_EQ(window.host.messages.size(), ask && counts ? 1u : 0u);
+      EXPECT_EQ(window.hive->length < window.hive->held, ask && counts);
+      EXPECT_EQ(window.summary.keys > 3, !(ask && counts)) << "keys of both hives";
+      EXPECT_EQ(window.hive->root_position, 4128u);
     }
   }
 }

@@ -40,22 +40,6 @@ TEST(Scan, SoundHive) {
   }
 }
 
-// Relation repair needs the image in memory; up to there the stream gives the same.
-TEST(Scan, SameTreeFromTheStream) {
-  const Bytes bytes = SoundSample().bytes;
-  const OpenedHive loaded{std::span<const uint8_t>(bytes)};
-  OpenedImage image(bytes, false);
-  KeyTree tree;
-  const ImageSummary summary = BuildImageTree(image.hive(), {}, tree);
-  EXPECT_EQ(summary.keys, loaded.summary.keys);
-  EXPECT_EQ(summary.disconnected_values, loaded.summary.disconnected_values);
-  ASSERT_EQ(tree.items.size(), loaded.tree.items.size());
-  for (uint32_t item = 1; item < tree.items.size(); ++item) {
-    EXPECT_EQ(tree.items[item].parent, loaded.tree.items[item].parent);
-    EXPECT_EQ(ItemName(image.hive(), tree, item), ItemName(loaded.hive, loaded.tree, item));
-  }
-}
-
 TEST(Scan, PhasesAreAnnounced) {
   HiveBuilder builder;
   builder.Key("A");

@@ -392,7 +392,6 @@ TEST(Security, SharedListsTakeLinearTime) {
   hive.buffer.reset(static_cast<uint8_t*>(std::calloc(1, kSize + kImageSlack)));
   std::copy(bytes.begin(), bytes.end(), hive.buffer.get());
   hive.length = kSize;
-  hive.loaded = true;
   const OutputListPtr list = MakeAceList(false);
   ListAces(hive, {}, *list);
   EXPECT_EQ(RowCount(*list), kSize / 8) << "less than the sum of the lists";

@@ -243,7 +243,7 @@ TEST_F(SnapshotTest, WholeRootsAreKnownByTheirFiles) {
     if (!there) continue;
     const Bytes bytes = ContentOf<Bytes>(result.file);
     EXPECT_EQ(std::string(bytes.begin(), bytes.begin() + 4), "snap");
-    OpenedImage image(bytes, true, root.file_name);
+    OpenedImage image(bytes, root.file_name);
     EXPECT_TRUE(RootPathFromSnapshotName(image.hive()));
     EXPECT_EQ(image.hive().root_label, root.path);
   }

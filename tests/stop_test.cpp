@@ -59,7 +59,7 @@ struct Place {
   HostRecorder host;
   TempFile made{LargeHive() != nullptr ? Bytes() : testing::HiveOfKeys(8000)};
   std::string file = LargeHive() != nullptr ? LargeHive() : made.name();
-  int slot = OpenHive(file, true);
+  int slot = OpenHive(file);
   HiveImage& hive = TheHiveTable().slots[static_cast<size_t>(slot)];
   KeyTree tree;
   OutputListPtr rows = MakeOutputList(kListKeyDates);
@@ -101,7 +101,7 @@ OutputListPtr Searched(Place& at, OutputList& list, SearchWay way) {
 
 // The whole way from the file to the tree, in a slot of its own.
 OutputListPtr Loaded(Place& at, OutputList&) {
-  const int slot = OpenHive(at.file, true);
+  const int slot = OpenHive(at.file);
   if (slot < 0) return nullptr;
   KeyTree tree;
   HiveImage& hive = TheHiveTable().slots[static_cast<size_t>(slot)];

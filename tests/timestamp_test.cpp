@@ -65,7 +65,6 @@ TEST(Timestamp, ChecksPlausibleYears) {
   };
   HiveImage hive;
   hive.length = 16;
-  hive.loaded = true;
   hive.buffer.reset(static_cast<uint8_t*>(std::calloc(1, 16)));
   for (const auto& c : cases) {
     EXPECT_EQ(FormatTimestampChecked(c.file_time), c.text);

@@ -157,7 +157,7 @@ class ValueDetailTest : public ::testing::Test {
 
   const HiveImage& Open(const testing::BuiltHive& built) {
     const testing::TempFile file(built.bytes);
-    const int slot = OpenHive(file.name(), true);
+    const int slot = OpenHive(file.name());
     EXPECT_GT(slot, 0);
     return TheHiveTable().slots[static_cast<size_t>(slot)];
   }

@@ -1,5 +1,7 @@
 #include "ui/account_lookup.h"
 
+#include "host/memory.h"
+
 namespace hivequarry {
 namespace {
 
@@ -12,10 +14,13 @@ struct Errand {
 DWORD WINAPI FindNames(void* parameter) {
   const std::unique_ptr<Errand> errand(static_cast<Errand*>(parameter));
   AccountLookup& lookup = *errand->lookup;
-  for (const std::string& sid : lookup.sids) {
-    if (errand->lookup.use_count() == 1) return 0;  // nobody waits for them any more
-    lookup.names.Of(sid);
-  }
+  WithMemory([&] {
+    for (const std::string& sid : lookup.sids) {
+      if (errand->lookup.use_count() == 1) return false;  // nobody waits for them any more
+      lookup.names.Of(sid);
+    }
+    return true;
+  });
   lookup.done = true;
   PostMessageW(errand->window, errand->message, 0, 0);
   return 0;

@@ -8,6 +8,7 @@
 
 #include "host/host.h"
 #include "host/long_operation.h"
+#include "host/memory.h"
 #include "reports/registry_script.h"
 #include "ui/list_dialogs.h"
 #include "ui/list_saving.h"

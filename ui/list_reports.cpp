@@ -2,6 +2,7 @@
 #include <memory>
 
 #include "host/host.h"
+#include "host/memory.h"
 #include "lists/list_report.h"
 #include "ui/list_dialogs.h"
 #include "ui/list_handlers.h"

@@ -10,6 +10,7 @@
 
 #include "host/files.h"
 #include "host/host.h"
+#include "host/memory.h"
 #include "ui/list_dialogs.h"
 #include "ui/list_handlers.h"
 #include "ui/list_work.h"
@@ -121,10 +122,6 @@ WaitTurn::WaitTurn(uint32_t rows) {
 
 WaitTurn::~WaitTurn() {
   if (previous != nullptr) SetCursor(previous);
-}
-
-void ReportNoMemory() {
-  ShowMessage("Could Not Allocate Memory", kProgramName, Icon::kExclamation);
 }
 
 bool FileExists(const std::string& file) {

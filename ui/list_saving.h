@@ -30,18 +30,6 @@ std::string ChooseListFile(const ListPlace& place, bool save, LastFolder folder,
 // The same for a dialog.
 std::string ChooseFile(HWND owner, bool save, LastFolder folder, FileRequest request);
 
-void ReportNoMemory();
-// Runs what makes much text; false also, after a message, when there is no memory for it.
-template <typename Act>
-bool WithMemory(const Act& act) {
-  try {
-    return act();
-  } catch (const std::bad_alloc&) {
-    ReportNoMemory();
-    return false;
-  }
-}
-
 // Deletes the texts that were written for the editor.
 void DeleteEditedTexts();
 

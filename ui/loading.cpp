@@ -4,6 +4,7 @@
 #include "app/settings.h"
 #include "host/launch.h"
 #include "host/long_operation.h"
+#include "host/memory.h"
 #include "lists/list_report.h"
 #include "ui/compare_commands.h"
 #include "ui/list_commands.h"
@@ -23,16 +24,20 @@ BuildOptions OptionsOfBuild(const LoadJob& job) {
   return build;
 }
 
+// False when there is no hive to show.
+bool OpenAndBuild(LoadJob& job, const BuildOptions& options) {
+  job.slot = OpenHive(job.file);
+  if (job.slot < 0) return false;
+  HiveImage& hive = TheHiveTable().slots[static_cast<size_t>(job.slot)];
+  job.summary = BuildImageTree(hive, options, *job.tree);
+  return !FoundNothing(job.summary) || ValidateHiveFile(hive);
+}
+
 // The worker of a load. The image it makes is nobody else's until the message at the end.
 void LoadHive(LoadJob& job, BuildOptions options, HWND window) {
-  job.slot = OpenHive(job.file, true);
-  if (job.slot >= 0) {
-    HiveImage& hive = TheHiveTable().slots[static_cast<size_t>(job.slot)];
-    job.summary = BuildImageTree(hive, options, *job.tree);
-    if (FoundNothing(job.summary) && !ValidateHiveFile(hive)) {
-      FreeHiveSlot(job.slot);
-      job.slot = -1;
-    }
+  if (!WithMemory([&] { return OpenAndBuild(job, options); }) && job.slot >= 0) {
+    FreeHiveSlot(job.slot);
+    job.slot = -1;
   }
   EndOperation();
   PostMessageW(window, kLoadDone, 0, 0);

@@ -4,6 +4,7 @@
 #include <system_error>
 
 #include "host/host.h"
+#include "host/memory.h"
 
 namespace hivequarry {
 namespace {
@@ -30,7 +31,10 @@ bool StartValueThread(ValueThreads& threads, std::function<void()> work) {
   if (thread.joinable()) thread.join();  // its last act was to free the slot
   try {
     thread = std::thread([&taken, run = std::move(work)] {
-      run();
+      WithMemory([&run] {
+        run();
+        return true;
+      });
       taken = false;
     });
   } catch (const std::system_error&) {

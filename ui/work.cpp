@@ -5,6 +5,7 @@
 
 #include "app/shortfall_words.h"
 #include "host/long_operation.h"
+#include "host/memory.h"
 #include "ui/main_window.h"
 
 namespace hivequarry {
@@ -16,7 +17,10 @@ bool StartWork(MainWindow& window, int code, std::function<void()> work,
   ++window.host.wait_cursors;
   try {
     window.work.thread = std::thread([run = std::move(work), handle = window.handle] {
-      run();
+      WithMemory([&run] {
+        run();
+        return true;
+      });
       EndOperation();
       PostMessageW(handle, kWorkDone, 0, 0);
     });

@@ -19,12 +19,11 @@
 
 namespace hivequarry::testing {
 
-// An image without a tree. With `load` false its cells are read from the file.
+// An image without a tree.
 class OpenedImage {
  public:
-  explicit OpenedImage(std::span<const uint8_t> bytes, bool load = true,
-                       std::string_view name = "TEST")
-      : file_(bytes, name), slot_(OpenHive(file_.name(), load)) {}
+  explicit OpenedImage(std::span<const uint8_t> bytes, std::string_view name = "TEST")
+      : file_(bytes, name), slot_(OpenHive(file_.name())) {}
   ~OpenedImage() {
     if (slot_ > 0) FreeHiveSlot(slot_);
   }
