@@ -285,6 +285,8 @@ bool PrepareMerge(const HiveImage& hive, const KeyTree& tree, uint32_t item, Mer
   if (!FindLivePlace(hive, target.place)) {
     return Warn("Invalid Root : " + target.place.prefix + " !"), false;
   }
+  const std::string doubt = RootDoubt(hive);
+  if (!doubt.empty()) return Warn(doubt), false;
   if (!AskMerge(PathInPlace(target.place, PathBelowRoot(hive, tree, item)))) return false;
   std::u16string path;
   if (!HasKeyCell(tree, item) || !LiveSubPath(hive, tree, item, target.place, path)) {

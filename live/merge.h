@@ -25,8 +25,8 @@ struct MergeTarget {
   OpenedKey key;  // of the item
   bool wow64 = false;
 };
-// Checks that the item can be merged, asks the user and opens or makes its key. False after a
-// message, or after "No".
+// Checks that the item can be merged and that its hive's root is beyond doubt (RootDoubt), asks the
+// user and opens or makes its key. False after a message, or after "No".
 bool PrepareMerge(const HiveImage& hive, const KeyTree& tree, uint32_t item, MergeTarget& target);
 
 struct MergeCounts {

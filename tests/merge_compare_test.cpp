@@ -243,11 +243,16 @@ TEST_F(MergeTest, WhatCanNotBeginSaysWhy) {
   EXPECT_EQ(Messages(), (Texts{"Can not open Key !", "Access denied (HKLM\\SYSTEM\\A)!"}));
   registry_.At(u"HKLM\\SYSTEM").open_error = kRegistryDenied;
   EXPECT_FALSE(CheckComparison(opened_.hive, opened_.tree, 0));
+  opened_.hive.root_source = RootSource::kFileName;
+  EXPECT_FALSE(Prepare("A", target));
   SetRootPath(opened_.hive, "NOROOT\\A");
   EXPECT_FALSE(Prepare("A", target));
   EXPECT_FALSE(CheckComparison(opened_.hive, opened_.tree, 0));
-  EXPECT_EQ(Messages(),
-            (Texts{"Access denied !", "Invalid Root : NOROOT\\A !", "Invalid Registry Key !"}));
+  EXPECT_EQ(
+      Messages(),
+      (Texts{"Access denied !",
+             "The name of the file alone says that the hive belongs to HKEY_LOCAL_MACHINE\\SYSTEM.",
+             "Invalid Root : NOROOT\\A !", "Invalid Registry Key !"}));
 }
 
 BuiltHive OddHive() {
