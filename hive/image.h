@@ -55,6 +55,15 @@ struct FreeDeleter {
   void operator()(uint8_t* memory) const { std::free(memory); }
 };
 
+// What a hive's root path was taken from.
+enum class RootSource : uint8_t {
+  kNone,
+  kRootKey,     // the root key's name
+  kStoredName,  // the file name in the base block: what the system that wrote it called the hive
+  kFileName,    // the name that the file has now
+  kUser,
+};
+
 // One slot of the open-file table.
 struct HiveImage {
   SlotState state = SlotState::kFree;
@@ -95,6 +104,7 @@ struct HiveImage {
   uint32_t root_label_length = 0;  // of root_label without "(n)"
   int root_kind = 0;               // 1 to 11, 0 when not chosen by kind
   bool sam_hive = false;
+  RootSource root_source = RootSource::kNone;
 };
 
 inline constexpr int kSlotCount = 48;  // slot 0 is never handed out

@@ -108,16 +108,50 @@ std::string_view LastPart(std::string_view path) {
   return path.substr(path.find_last_of("\\/") + 1);
 }
 
-bool TakeKnownFileName(HiveImage& hive, std::string_view path) {
+bool TakeKnownFileName(HiveImage& hive, std::string_view path, RootSource source) {
   std::string_view name = LastPart(path);
   name = name.substr(0, name.find('.'));
   for (const auto& known : kKnownFiles) {
     if (!EqualIgnoringCase(name, known.name)) continue;
-    if (known.kind != 0) return SetRootKind(known.kind, hive);
-    SetRootPath(hive, known.label);
+    known.kind != 0 ? static_cast<void>(SetRootKind(known.kind, hive))
+                    : SetRootPath(hive, known.label);
+    hive.root_source = source;
     return true;
   }
   return false;
+}
+
+bool HoldsOnly(std::string_view text, std::string_view characters) {
+  return !text.empty() && text.find_first_not_of(characters) == std::string_view::npos;
+}
+
+// The text form of a SID: "S-1-" and numbers.
+bool IsSidText(std::string_view text) {
+  constexpr std::string_view kStart = "S-1-";
+  return StartsWith(text, kStart) && HoldsOnly(text.substr(kStart.size()), "0123456789-");
+}
+
+// Behind "HKU\".
+bool IsUsersHive(std::string_view rest) {
+  constexpr std::string_view kEnds[] = {"_Classes", "\\SOFTWARE\\Classes"};
+  if (EqualIgnoringCase(rest, ".DEFAULT")) return true;
+  for (const std::string_view end : kEnds) {
+    const size_t start = rest.size() - std::min(rest.size(), end.size());
+    if (EqualIgnoringCase(rest.substr(start), end)) return IsSidText(rest.substr(0, start));
+  }
+  return IsSidText(rest);
+}
+
+// Behind "HKLM\".
+bool IsMachinesHive(std::string_view rest) {
+  constexpr std::string_view kControlSet = "SYSTEM\\ControlSet";
+  constexpr std::string_view kNames[] = {"SOFTWARE", "SYSTEM",     "SAM",        "SECURITY",
+                                         "HARDWARE", "COMPONENTS", "BCD00000000"};
+  if (StartsWith(rest, kControlSet)) {
+    return HoldsOnly(rest.substr(kControlSet.size()), "0123456789");
+  }
+  return std::ranges::any_of(kNames,
+                             [&](std::string_view name) { return EqualIgnoringCase(rest, name); });
 }
 
 // Replaces a path's first component; empty when it names no predefined root.
@@ -177,6 +211,7 @@ const char* RootKindLabel(int kind) {
 bool SetRootKind(int kind, HiveImage& hive) {
   if (RootKindLabel(kind) == nullptr) return false;
   StoreRootPath(hive, kKindLabels[kind]);
+  hive.root_source = RootSource::kUser;
   hive.root_kind = kind;
   hive.sam_hive = kind == kSamKind;
   return true;
@@ -187,6 +222,7 @@ void SetRootPath(HiveImage& hive, std::string_view path) {
   const std::string short_form = ShortRootPath(path);
   const std::string label = short_form.empty() ? std::string(path) : short_form;
   StoreRootPath(hive, label);
+  hive.root_source = RootSource::kUser;
   hive.root_kind = RootKindOf(label);
   hive.sam_hive = hive.root_kind == kSamKind;
 }
@@ -198,12 +234,41 @@ bool RootPathFromRootKey(HiveImage& hive, uint32_t root_position) {
   const std::string label = LabelOfRootKey(name);
   if (label.empty()) return false;
   StoreRootPath(hive, label);
+  hive.root_source = RootSource::kRootKey;
   return true;
 }
 
 bool RootPathFromFileName(HiveImage& hive) {
-  if (hive.header_valid && TakeKnownFileName(hive, StoredFileName(hive))) return true;
-  return TakeKnownFileName(hive, hive.file_name);
+  if (hive.header_valid && TakeKnownFileName(hive, StoredFileName(hive), RootSource::kStoredName)) {
+    return true;
+  }
+  return TakeKnownFileName(hive, hive.file_name, RootSource::kFileName);
+}
+
+bool IsHivePlace(std::string_view path) {
+  RootSplit split;
+  if (!SplitRootPath(path, split)) return false;
+  if (split.short_name == "HKU") return IsUsersHive(split.rest);
+  return split.short_name == "HKLM" && IsMachinesHive(split.rest);
+}
+
+std::string RootDoubt(const HiveImage& hive) {
+  const auto is_blank = [](char c) { return static_cast<unsigned char>(c) <= ' '; };
+  // Whoever imports a script may pass over blanks at the path's start.
+  std::string path = hive.root_label.substr(0, hive.root_label_length);
+  path.erase(path.begin(), std::ranges::find_if_not(path, is_blank));
+  RootSplit split;
+  if (hive.root_source == RootSource::kUser || !SplitRootPath(path, split)) return {};
+  path = split.long_name + (split.rest.empty() ? "" : "\\" + split.rest);
+  std::ranges::replace_if(path, is_blank, ' ');  // it goes to terminals as well
+  if (split.short_name == "HKCU") {
+    return "The hive is some user's, and " + path + " is the profile of whoever writes to it.";
+  }
+  if (hive.root_source == RootSource::kFileName) {
+    return "The name of the file alone says that the hive belongs to " + path + '.';
+  }
+  if (IsHivePlace(path)) return {};
+  return "The root key's name leads to " + path + ", where no hive belongs.";
 }
 
 std::span<const WholeRoot> WholeRoots() { return kWholeRoots; }
@@ -212,6 +277,7 @@ bool RootPathFromSnapshotName(HiveImage& hive) {
   for (const WholeRoot& root : kWholeRoots) {
     if (!EqualIgnoringCase(LastPart(hive.file_name), root.file_name)) continue;
     SetRootPath(hive, root.path);
+    hive.root_source = RootSource::kFileName;
     return true;
   }
   return false;

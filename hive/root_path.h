@@ -37,6 +37,15 @@ bool RootPathFromRootKey(HiveImage& hive, uint32_t root_position);
 // itself. False (and nothing changed) when neither is a name that the system gives to a hive.
 bool RootPathFromFileName(HiveImage& hive);
 
+// Why nothing is to be written to the root path in a registry before the user has named it: the
+// file's name alone tells it, it is the profile of whoever writes, or the root key's name leads to
+// a place where no hive is loaded. A sentence; empty for a path that may be written to, and for one
+// that leads to no predefined root.
+std::string RootDoubt(const HiveImage& hive);
+// True for the paths, in either form, at which a system loads a hive whose files say so themselves:
+// "HKLM\SOFTWARE", "HKU\S-1-5-18". None of them is the current user's.
+bool IsHivePlace(std::string_view path);
+
 // Snapshots of whole roots, by the names of their files.
 struct WholeRoot {
   const char* file_name;

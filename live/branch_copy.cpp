@@ -30,14 +30,6 @@ std::u16string ClassNameOf(RegistryKey key) {
   return name;
 }
 
-bool IsLink(RegistryKey key) {
-  uint32_t type = 0;
-  uint32_t size = 0;
-  const int32_t error =
-      CurrentRegistry().query_value(key, u"SymbolicLinkValue", &type, nullptr, &size);
-  return error == kRegistryDone && type == kRegLink;
-}
-
 class BranchCopy {
  public:
   BranchCopy(const std::string& path, const std::u16string& mount, bool privileged,
@@ -119,7 +111,7 @@ bool BranchCopy::Enter(const SourceKey& key) {
 
 OpenedKey BranchCopy::Make(const SourceKey& key) {
   if (key.level == 1) return OpenedKey(kUsers, mount_.c_str(), access_);
-  const uint32_t options = IsLink(walk_.key()) ? kRegistryCreateLink : 0;
+  const uint32_t options = IsRegistryLink(walk_.key()) ? kRegistryCreateLink : 0;
   const std::u16string class_name = ClassNameOf(walk_.key());
   RegistryKey made = 0;
   const int32_t error = CurrentRegistry().create(

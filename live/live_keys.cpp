@@ -40,6 +40,14 @@ std::string ReadDescriptor(RegistryKey key, uint32_t parts) {
   }
 }
 
+bool IsRegistryLink(RegistryKey key) {
+  uint32_t type = 0;
+  uint32_t size = 0;
+  const int32_t error =
+      CurrentRegistry().query_value(key, u"SymbolicLinkValue", &type, nullptr, &size);
+  return error == kRegistryDone && type == kRegLink;
+}
+
 OpenedKey OpenForReading(RegistryKey parent, const char16_t* name, uint32_t access,
                          uint32_t options) {
   OpenedKey opened(parent, name, access, options);

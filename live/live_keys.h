@@ -28,6 +28,9 @@ std::string ReadDescriptor(RegistryKey key, uint32_t parts);
 OpenedKey OpenForReading(RegistryKey parent, const char16_t* name, uint32_t access,
                          uint32_t options);
 
+// True for a symbolic link that was opened itself (kRegistryOpenLink) and leads somewhere.
+bool IsRegistryLink(RegistryKey key);
+
 // Keys or values behind these were not listed: reading them on failed.
 struct ListingCut {
   std::string path;

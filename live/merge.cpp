@@ -11,6 +11,7 @@
 #include "hive/value_text.h"
 #include "host/host.h"
 #include "host/long_operation.h"
+#include "live/live_keys.h"
 #include "recovery/item_values.h"
 #include "security/descriptor.h"
 
@@ -23,6 +24,8 @@ constexpr size_t kMaxErrorText = 256;
 constexpr uint64_t kMostWritten = 3;
 // In the registry's functions' eyes the name is another one, so they are not asked.
 constexpr const char* kBadName = "Name can not be written";
+// No codes of the platform's: what is there already is of the other kind.
+constexpr int32_t kLinkThere = -1, kNoLinkThere = -2;
 
 void Warn(const std::string& text) { ShowMessage(text.c_str(), kProgramName, Icon::kExclamation); }
 
@@ -42,13 +45,20 @@ OpenedKey MakeKey(RegistryKey parent, const std::u16string& path, const std::u16
   return OpenedKey(opened, error);
 }
 
-// The link itself, not the key that it leads to.
-OpenedKey MakeLink(RegistryKey parent, const std::u16string& name, uint32_t access) {
-  OpenedKey there(parent, name.c_str(), access, kRegistryOpenLink);
+// A key that is there already, itself: never the one that a link of this name leads to, which lies
+// outside the branch that the user has agreed to.
+OpenedKey OpenItself(RegistryKey parent, const std::u16string& path, bool link, uint32_t access) {
+  OpenedKey there(parent, path.c_str(), access, kRegistryOpenLink);
+  if (there.error() != kRegistryDone || IsRegistryLink(there.key()) == link) return there;
+  return OpenedKey(0, link ? kNoLinkThere : kLinkThere);
+}
+
+OpenedKey MakeLink(RegistryKey parent, const std::u16string& path, uint32_t access) {
+  OpenedKey there = OpenItself(parent, path, true, access);
   if (there.error() != kRegistryNotFound) return there;
   RegistryKey opened = 0;
   const int32_t error =
-      CurrentRegistry().create(parent, name.c_str(), nullptr, kRegistryCreateLink, access, &opened);
+      CurrentRegistry().create(parent, path.c_str(), nullptr, kRegistryCreateLink, access, &opened);
   return OpenedKey(opened, error);
 }
 
@@ -59,6 +69,8 @@ bool IsLinkKey(const HiveImage& hive, std::span<const uint32_t> values) {
 }
 
 std::string ErrorText(int32_t error) {
+  if (error == kLinkThere) return "The registry has a symbolic link of this name";
+  if (error == kNoLinkThere) return "The registry has a key of this name that is no symbolic link";
   const std::string text = CurrentRegistry().error_text(error).substr(0, kMaxErrorText);
   return text.empty() ? "Error " + std::to_string(error) : text;
 }
@@ -115,8 +127,7 @@ class Merger {
   }
 
   MergeCounts Run() {
-    EnterStart();
-    const uint32_t end = tree_.items[target_.item].end;
+    const uint32_t end = EnterStart() ? tree_.items[target_.item].end : target_.item + 1;
     for (uint32_t at = target_.item + 1; at < end && !Ended();) {
       LeaveUpTo(at);
       const bool entered = IsKeyItem(tree_, at) && EnterChild(at);
@@ -133,27 +144,52 @@ class Merger {
     uint32_t item;
     OpenedKey key;
     bool wow64;
+    // Children that are symbolic links wait for the others: a link made first would lead what is
+    // written under its name to another place.
+    std::vector<uint32_t> links = {};
   };
 
   bool Ended() const { return counts_.refused || cut_short_ || StopRequested(); }
 
-  void EnterStart() {
+  // False for a link.
+  bool EnterStart() {
     const uint32_t item = target_.item;
     // Opened by the interface thread, without the privileges.
-    OpenedKey key(target_.key.key(), u"", AccessFor(target_.wow64));
+    OpenedKey key(target_.key.key(), u"", AccessFor(target_.wow64), kRegistryOpenLink);
     if (key.error() != kRegistryDone) key = std::move(target_.key);
-    Push(item, std::move(key), target_.wow64, ListedUpToGap(hive_, PositionOf(item), budget_));
+    const std::vector<uint32_t> values = ValuesOf(item);
+    const bool link = IsLinkKey(hive_, values);
+    if (link) ListKeysBelowLink(item);
+    Push(item, std::move(key), target_.wow64, values);
+    return !link;
   }
 
   bool EnterChild(uint32_t item) {
     if (levels_.size() > kMaxMergeDepth) return Leave(item, "Nested too deep");
     const std::u16string name = WideItemName(hive_, tree_, item);
     if (!IsUsableKeyName(name)) return Leave(item, kBadName);
-    const bool made = (tree_.items[item].marks & kVirtualMarks) != 0;
-    const std::vector<uint32_t> values =
-        made ? std::vector<uint32_t>() : ListedUpToGap(hive_, PositionOf(item), budget_);
+    const std::vector<uint32_t> values = ValuesOf(item);
+    if (IsLinkKey(hive_, values)) {
+      levels_.back().links.push_back(item);
+      return false;
+    }
+    return Open(item, name, values);
+  }
+
+  // Opens or makes the key and writes its values.
+  bool Open(uint32_t item, const std::u16string& name, std::span<const uint32_t> values) {
+    const RegistryKey parent = levels_.back().key.key();
     const bool wow64 = levels_.back().wow64 || IsWow64Name(name);
-    OpenedKey key = Open(item, name, AccessFor(wow64), values);
+    OpenedKey key;
+    if (IsLinkKey(hive_, values)) {
+      key = MakeLink(parent, name, AccessFor(wow64));
+    } else {
+      key = OpenItself(parent, name, false, AccessFor(wow64));
+      if (key.error() == kRegistryNotFound) {
+        key = MakeKey(parent, name, IsMade(item) ? u"" : ClassNameOf(hive_, PositionOf(item)),
+                      AccessFor(wow64));
+      }
+    }
     if (key.error() != kRegistryDone) {
       Refuse(item, "", key.error());
       return false;
@@ -162,12 +198,20 @@ class Merger {
     return true;
   }
 
-  OpenedKey Open(uint32_t item, const std::u16string& name, uint32_t access,
-                 std::span<const uint32_t> values) const {
-    const RegistryKey parent = levels_.back().key.key();
-    if (IsLinkKey(hive_, values)) return MakeLink(parent, name, access);
-    const bool made = (tree_.items[item].marks & kVirtualMarks) != 0;
-    return MakeKey(parent, name, made ? u"" : ClassNameOf(hive_, PositionOf(item)), access);
+  // A registry has none.
+  void ListKeysBelowLink(uint32_t link) {
+    if (tree_.items[link].end > link + 1) AddRow(link + 1, "", "Below a symbolic link");
+  }
+
+  void WriteLink(uint32_t item) {
+    ListKeysBelowLink(item);
+    if (Open(item, WideItemName(hive_, tree_, item), ValuesOf(item))) Leave();
+  }
+
+  bool IsMade(uint32_t item) const { return (tree_.items[item].marks & kVirtualMarks) != 0; }
+
+  std::vector<uint32_t> ValuesOf(uint32_t item) {
+    return IsMade(item) ? std::vector<uint32_t>() : ListedUpToGap(hive_, PositionOf(item), budget_);
   }
 
   uint32_t AccessFor(bool wow64) const {
@@ -236,14 +280,16 @@ class Merger {
 
   // Its record may forbid what was done in the key and below, so it comes last.
   void Leave() {
+    for (const uint32_t link : std::exchange(levels_.back().links, {})) {
+      if (!Ended()) WriteLink(link);
+    }
     if (options_.security) WriteSecurity(levels_.back());
     levels_.pop_back();
   }
 
   void WriteSecurity(const Level& level) {
     Descriptor descriptor;
-    const bool made = (tree_.items[level.item].marks & kVirtualMarks) != 0;
-    if (made || !ReadDescriptor(hive_, PositionOf(level.item), descriptor)) return;
+    if (IsMade(level.item) || !ReadDescriptor(hive_, PositionOf(level.item), descriptor)) return;
     if (!privileges_->security.held()) descriptor.parts &= ~kSaclInformation;
     if (!privileges_->restore.held()) descriptor.parts &= ~(kOwnerInformation | kGroupInformation);
     const int32_t error =
@@ -285,14 +331,20 @@ bool PrepareMerge(const HiveImage& hive, const KeyTree& tree, uint32_t item, Mer
   if (!FindLivePlace(hive, target.place)) {
     return Warn("Invalid Root : " + target.place.prefix + " !"), false;
   }
+  const std::string doubt = RootDoubt(hive);
+  if (!doubt.empty()) return Warn(doubt), false;
   if (!AskMerge(PathInPlace(target.place, PathBelowRoot(hive, tree, item)))) return false;
   std::u16string path;
   if (!HasKeyCell(tree, item) || !LiveSubPath(hive, tree, item, target.place, path)) {
     return Warn("Can not read Key !"), false;
   }
   target.wow64 = IsWow64SubPath(path);
-  target.key = MakeKey(target.place.root, path, ClassNameOf(hive, tree.items[item].position),
-                       kRegistryAll | RegistryViewOf(target.wow64));
+  const uint32_t access = kRegistryAll | RegistryViewOf(target.wow64);
+  const uint32_t position = tree.items[item].position;
+  uint32_t budget = hive.length / 4;
+  const bool link = IsLinkKey(hive, ListedUpToGap(hive, position, budget));
+  target.key = link ? MakeLink(target.place.root, path, access)
+                    : MakeKey(target.place.root, path, ClassNameOf(hive, position), access);
   if (target.key.error() != kRegistryDone) return Warn("Can not open Key !"), false;
   return true;
 }

@@ -25,8 +25,8 @@ struct MergeTarget {
   OpenedKey key;  // of the item
   bool wow64 = false;
 };
-// Checks that the item can be merged, asks the user and opens or makes its key. False after a
-// message, or after "No".
+// Checks that the item can be merged and that its hive's root is beyond doubt (RootDoubt), asks the
+// user and opens or makes its key. False after a message, or after "No".
 bool PrepareMerge(const HiveImage& hive, const KeyTree& tree, uint32_t item, MergeTarget& target);
 
 struct MergeCounts {
@@ -36,8 +36,10 @@ struct MergeCounts {
 };
 // On a worker. Writes the branch as displayed, keys before their children; existing values are
 // overwritten, others stay. What the registry refuses, or the hive no longer holds, becomes a row
-// of `errors` (kListErrors). A refused key is left out with all below it; the first refused
-// value ends the merge after a message. Ends early when the user stops.
+// of `errors` (kListErrors). Symbolic links are written behind the other keys of their parent, and
+// a key that is a link in one of hive and registry alone is refused. A refused key is left out with
+// all below it; the first refused value ends the merge after a message. Ends early when the user
+// stops.
 MergeCounts MergeBranch(const HiveImage& hive, const KeyTree& tree, MergeTarget& target,
                         const MergeOptions& options, OutputList& errors);
 

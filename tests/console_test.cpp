@@ -90,6 +90,27 @@ TEST_F(ConsoleTest, ExportWritesARegistryScript) {
   EXPECT_FALSE(std::filesystem::exists(Sibling("none.reg")));
 }
 
+TEST_F(ConsoleTest, AScriptOfAHiveThatDoesNotSayWhereItBelongsNeedsARoot) {
+  HiveBuilder profile("CMI-CreateHive{1}");
+  profile.FileName("\\??\\C:\\Users\\a\\ntuser.dat");
+  profile.Key("A");
+  HiveBuilder hostile("HKEY_LOCAL_MACHINE\\SOFTWARE\\Run");
+  hostile.Key("A");
+  const std::pair<HiveBuilder*, const char*> hives[] = {{&profile, "HKEY_CURRENT_USER is"},
+                                                        {&hostile, "HKEY_LOCAL_MACHINE"}};
+  for (const auto& [hive, said] : hives) {
+    const Bytes bytes = hive->Build().bytes;
+    std::ofstream(Sibling("profile"), std::ios::binary) << AsText(bytes);
+    EXPECT_EQ(Run("export profile -o none.reg"), 1);
+    EXPECT_FALSE(std::filesystem::exists(Sibling("none.reg")));
+    const std::string errors = ContentOf(Sibling("errors"));
+    EXPECT_NE(errors.find(said), errors.npos) << errors;
+    EXPECT_NE(errors.find("--root"), errors.npos) << errors;
+    EXPECT_EQ(Run("export --root 'HKU\\S-1-5-21-1' profile"), 0);
+    EXPECT_NE(printed.find("[HKEY_USERS\\S-1-5-21-1\\A]"), printed.npos) << printed;
+  }
+}
+
 TEST_F(ConsoleTest, FindsKeysValuesAndRecords) {
   const std::pair<const char*, const char*> cases[] = {
       {"search hé TEX --in data", "ROOT\\Aä,é,text,REG_SZ,"},

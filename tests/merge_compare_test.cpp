@@ -243,11 +243,16 @@ TEST_F(MergeTest, WhatCanNotBeginSaysWhy) {
   EXPECT_EQ(Messages(), (Texts{"Can not open Key !", "Access denied (HKLM\\SYSTEM\\A)!"}));
   registry_.At(u"HKLM\\SYSTEM").open_error = kRegistryDenied;
   EXPECT_FALSE(CheckComparison(opened_.hive, opened_.tree, 0));
+  opened_.hive.root_source = RootSource::kFileName;
+  EXPECT_FALSE(Prepare("A", target));
   SetRootPath(opened_.hive, "NOROOT\\A");
   EXPECT_FALSE(Prepare("A", target));
   EXPECT_FALSE(CheckComparison(opened_.hive, opened_.tree, 0));
-  EXPECT_EQ(Messages(),
-            (Texts{"Access denied !", "Invalid Root : NOROOT\\A !", "Invalid Registry Key !"}));
+  EXPECT_EQ(
+      Messages(),
+      (Texts{"Access denied !",
+             "The name of the file alone says that the hive belongs to HKEY_LOCAL_MACHINE\\SYSTEM.",
+             "Invalid Root : NOROOT\\A !", "Invalid Registry Key !"}));
 }
 
 BuiltHive OddHive() {
@@ -289,6 +294,71 @@ TEST_F(OddMergeTest, LinksAreMadeAndNotFollowed) {
   table.has_32bit_view = [] { return true; };
   SetRegistry(table);
   EXPECT_EQ(Compare("Link").size(), 0U);
+}
+
+BuiltHive LinkHive() {
+  HiveBuilder hive("SYSTEM");
+  const Bytes target = Wide(u"\\Registry\\Machine\\Outside");
+  hive.Key("A").NewKey("Twice").Value("SymbolicLinkValue", kRegLink, target);
+  hive.Key("A").NewKey("Twice").Dword("n", 1).NewKey("Below").Dword("n", 2);
+  hive.Key("A\\Link").Value("SymbolicLinkValue", kRegLink, target);
+  hive.Key("A\\Link\\Lost").Dword("n", 3);
+  hive.Key("A\\There").Dword("n", 4);
+  hive.Key("A\\There\\Below").Dword("n", 5);
+  return hive.Build();
+}
+
+class LinkMergeTest : public MergeTest {
+ protected:
+  LinkMergeTest() : MergeTest(LinkHive()) { registry_.At(u"HKLM\\Outside"); }
+  void MakeLiveLink(std::u16string_view path) {
+    MemoryKey& link = registry_.At(path);
+    link.is_link = true;
+    link.link = u"HKLM\\Outside";
+    link.Set(u"SymbolicLinkValue", kRegLink, Wide(u"\\Registry\\Machine\\Outside"));
+  }
+  void ExpectNothingOutside() {
+    EXPECT_TRUE(registry_.At(u"HKLM\\Outside").values.empty());
+    EXPECT_TRUE(registry_.At(u"HKLM\\Outside").keys.empty());
+  }
+};
+
+TEST_F(LinkMergeTest, NothingIsWrittenThroughALinkThatTheBranchHoldsItself) {
+  EXPECT_EQ(Merge("A"),
+            (Texts{"HKLM\\SYSTEM|A\\Link\\Lost||Below a symbolic link|",
+                   "HKLM\\SYSTEM|A\\Twice||The registry has a key of this name that is no symbolic "
+                   "link|"}));
+  ExpectNothingOutside();
+  const MemoryKey& twice = registry_.At(u"HKLM\\SYSTEM\\A\\Twice");
+  EXPECT_FALSE(twice.is_link);
+  EXPECT_EQ(twice.values.size(), 1U);
+  EXPECT_NE(twice.Find(u"Below"), nullptr);
+  EXPECT_EQ(registry_.At(u"HKLM\\SYSTEM\\A\\Link").link, u"HKLM\\Outside");
+}
+
+TEST_F(LinkMergeTest, NothingIsWrittenThroughALinkOfTheRegistry) {
+  MakeLiveLink(u"HKLM\\SYSTEM\\A\\There");
+  MakeLiveLink(u"HKLM\\SYSTEM\\A\\Link");
+  registry_.At(u"HKLM\\SYSTEM\\A\\Link").values[0].data = {1};
+  const Texts rows = Merge("A");
+  ASSERT_EQ(rows.size(), 3U);
+  EXPECT_TRUE(rows[0].starts_with("HKLM\\SYSTEM|A\\There||The registry has a symbolic link"))
+      << rows[0];
+  ExpectNothingOutside();
+  EXPECT_EQ(registry_.At(u"HKLM\\SYSTEM\\A\\There").values.size(), 1U);
+  // A link itself is written anew, as one and also when it is all that is merged.
+  MemoryKey& link = registry_.At(u"HKLM\\SYSTEM\\A\\Link");
+  EXPECT_NE(link.values[0].data, Bytes{1});
+  link.values[0].data = {1};
+  EXPECT_EQ(Merge("A\\Link").size(), 1U);
+  EXPECT_NE(link.values[0].data, Bytes{1});
+  ExpectNothingOutside();
+}
+
+TEST_F(LinkMergeTest, ABranchWhoseOwnPathLeadsThroughALinkIsWrittenWhereThatLeads) {
+  MakeLiveLink(u"HKLM\\SYSTEM\\A");
+  EXPECT_EQ(Merge("A\\There"), Texts());
+  EXPECT_NE(registry_.Find(u"HKLM\\Outside\\There\\Below"), nullptr);
 }
 
 TEST_F(OddMergeTest, RecoveredKeysAreComparedOnDemand) {

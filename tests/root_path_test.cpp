@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "recovery/image_tree.h"
 #include "tests/support/hive_builder.h"
 
 namespace hivequarry {
@@ -108,6 +109,60 @@ TEST_F(RootPath, FromTheFilesName) {
     HiveImage& hive = TheHiveTable().slots[static_cast<size_t>(OpenHive(file.name()))];
     EXPECT_EQ(RootPathFromFileName(hive), c.label != nullptr) << c.stored << c.file;
     EXPECT_EQ(hive.root_label, c.label != nullptr ? c.label : "") << c.stored << c.file;
+    ResetHiveTable();
+  }
+}
+
+// Root key names and file names that lead elsewhere than where a system loads such a hive.
+TEST_F(RootPath, IsDoubtedUnlessTheHiveItselfOrTheUserNamesAPlaceOfHives) {
+  constexpr const char* kNone = "CMI-CreateHive{1}";
+  const struct {
+    const char* root_key;
+    const char* stored;  // in the base block
+    const char* file;
+    const char* doubt;  // how it begins; empty: none
+  } cases[] = {
+      {"SOFTWARE", "", "x", ""},
+      {"ControlSet001", "", "x", ""},
+      {"S-1-5-21-1-2-3-1001_Classes", "", "x", ""},
+      {"HKEY_USERS\\.DEFAULT", "", "x", ""},
+      {"hklm\\software", "", "x", ""},
+      {kNone, "emRoot\\System32\\Config\\SOFTWARE", "x", ""},
+      {kNone, "\\config\\DEFAULT", "x", ""},
+      {"{1f2e}", "", "x", ""},  // leads nowhere
+      {kNone, "", "x", ""},     // no path at all
+      {kNone, "", "SYSTEM",
+       "The name of the file alone says that the hive belongs to "
+       "HKEY_LOCAL_MACHINE\\SYSTEM."},
+      {kNone, "", "_HKLM.SNP", "The name of the file alone"},
+      {kNone, "", "ntuser.dat", "The hive is some user's, and HKEY_CURRENT_USER is"},
+      {kNone, "\\??\\C:\\Users\\a\\ntuser.dat", "x", "The hive is some user's"},
+      {kNone, "", "UsrClass.dat", "The hive is some user's, and HKEY_CURRENT_USER\\SOFTWARE"},
+      {"HKCU", "", "x", "The hive is some user's"},
+      {"HKEY_LOCAL_MACHINE\\SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\Run", "", "x",
+       "The root key's name leads to HKEY_LOCAL_MACHINE\\SOFTWARE\\Microsoft\\Windows"},
+      {"HKLM", "", "x", "The root key's name leads to HKEY_LOCAL_MACHINE, where"},
+      {" \t HKLM\\a\x1B[m", "", "x", "The root key's name leads to HKEY_LOCAL_MACHINE\\a [m,"},
+      {"ControlSet001\\Services\\a", "", "x", "The root key's name"},
+      {"S-1-5-21\\Software\\a_Classes", "", "x", "The root key's name"},
+      {"HKU\\S-1-5-21\\Software\\Classes\\a", "", "x", "The root key's name"},
+      {"HKCR\\a", "", "x", "The root key's name"},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(std::string(c.root_key) + " " + c.stored + " " + c.file);
+    testing::HiveBuilder builder(c.root_key);
+    builder.FileName(c.stored);
+    const testing::TempFile file(builder.Build().bytes, c.file);
+    HiveImage& hive = TheHiveTable().slots[static_cast<size_t>(OpenHive(file.name(), true))];
+    KeyTree tree;
+    BuildImageTree(hive, {}, tree);
+    const std::string doubt = RootDoubt(hive);
+    EXPECT_EQ(doubt.substr(0, std::string_view(c.doubt).size()), c.doubt);
+    EXPECT_EQ(doubt.empty(), *c.doubt == 0) << doubt;
+    BuildOptions named;
+    named.root_path = "HKCU";
+    BuildImageTree(hive, named, tree);
+    EXPECT_EQ(RootDoubt(hive), "");
     ResetHiveTable();
   }
 }

@@ -14,6 +14,7 @@
 #include "ui/list_saving.h"
 #include "ui/list_window.h"
 #include "ui/main_window.h"
+#include "ui/root_dialog.h"
 
 namespace hivequarry {
 namespace {
@@ -61,6 +62,7 @@ void StartExport(const ListPlace& place, Write write) {
     ShowMessage("No valid root key !", kProgramName, Icon::kInformation);
     return;
   }
+  if (!EnsureRoot(window)) return;
   const std::string name = ChooseScript(place);
   const auto job = std::make_shared<ExportJob>();
   if (name.empty() || !OpenListFile(name, OutputMode::kReplace, kNotWritten, job->file)) return;

@@ -7,6 +7,7 @@
 #include "live/merge.h"
 #include "ui/list_window.h"
 #include "ui/main_window.h"
+#include "ui/root_dialog.h"
 
 namespace hivequarry {
 namespace {
@@ -22,7 +23,9 @@ void OnMergeFolder(MainWindow& window) {
   const HiveImage& hive = ShownHive(window);
   const KeyTree& tree = *window.key_tree;
   const auto job = std::make_shared<MergeJob>();
-  if (!PrepareMerge(hive, tree, SelectedItem(window.tree), job->target)) return;
+  const uint32_t item = SelectedItem(window.tree);
+  if (!HasNoLivePlace(tree, item) && !EnsureRoot(window)) return;
+  if (!PrepareMerge(hive, tree, item, job->target)) return;
   const Options& options = TheSettings().options;
   const MergeOptions wanted = {options.no_access_keys, options.export_security};
   StartWork(

@@ -78,6 +78,7 @@
 #define kPositionText 661
 #define kPositionMessage 662
 #define kRootPathText 671
+#define kRootPathNote 672
 
 /* search_dialogs.rc */
 #define kSearchHexMode 4086

@@ -17,7 +17,8 @@ namespace {
 
 struct RootDialog {
   HWND dialog = nullptr;
-  std::string path;  // code-page text
+  std::string path;        // code-page text
+  std::string doubt = {};  // why the path is asked for; empty when the user came by himself
 };
 
 INT_PTR OnStart(RootDialog& state) {
@@ -29,6 +30,10 @@ INT_PTR OnStart(RootDialog& state) {
     if (label != nullptr) ComboBox_AddString(box, WideName(label).c_str());
   }
   SetWindowTextW(box, WindowText(state.path).c_str());
+  if (!state.doubt.empty()) {
+    const std::string note = state.doubt + " Whose keys are to be written ?";
+    SetDlgItemTextW(state.dialog, kRootPathNote, WindowText(note).c_str());
+  }
   EnableWindow(GetDlgItem(state.dialog, IDOK), !state.path.empty());
   return TRUE;
 }
@@ -55,17 +60,25 @@ bool AskRootPath(const MainWindow& window, RootDialog& state) {
          !state.path.empty();
 }
 
-}  // namespace
-
-void OnHiveRoot(MainWindow& window) {
+bool ChangeRoot(MainWindow& window, const std::string& doubt) {
   HiveImage& hive = TheHiveTable().slots[static_cast<size_t>(window.slot)];
-  RootDialog state{nullptr, hive.root_label.substr(0, hive.root_label_length)};
-  if (!AskRootPath(window, state)) return;
+  RootDialog state{nullptr, hive.root_label.substr(0, hive.root_label_length), doubt};
+  if (!AskRootPath(window, state)) return false;
   window.load.root_path = state.path;
   SetRootPath(hive, state.path);
   window.key_tree->root_text = DisplayedRoot(hive);
   RenameRoot(window.tree);
   RefreshItem(window);
+  return true;
+}
+
+}  // namespace
+
+void OnHiveRoot(MainWindow& window) { ChangeRoot(window, {}); }
+
+bool EnsureRoot(MainWindow& window) {
+  const std::string doubt = RootDoubt(ShownHive(window));
+  return doubt.empty() || ChangeRoot(window, doubt);
 }
 
 }  // namespace hivequarry

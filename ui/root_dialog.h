@@ -5,8 +5,12 @@ namespace hivequarry {
 
 struct MainWindow;
 
-// Asks with the dialog "ROOTDLG" for the registry path of the hive's root key: one of those that the
-// system mounts hives at, or any other. Paths are shown, exported, compared and merged under it.
+// Asks with the dialog "ROOTDLG" for the registry path of the hive's root key: one of those that
+// the system mounts hives at, or any other. Paths are shown, exported, compared and merged under
+// it.
 void OnHiveRoot(MainWindow& window);
+// The same, with the reason, where what the hive says of itself is not enough to write to a
+// registry by it (RootDoubt). True when there is no doubt, or none any more.
+bool EnsureRoot(MainWindow& window);
 
 }  // namespace hivequarry

@@ -50,10 +50,7 @@ MemoryKey* FindBelow(MemoryKey* key, std::u16string_view path, bool open_link, i
   return key;
 }
 
-int32_t Open(RegistryKey key, const char16_t* sub_key, uint32_t options, uint32_t access,
-             RegistryKey* opened) {
-  const bool open_link = (options & kRegistryOpenLink) != 0;
-  MemoryKey* const found = FindBelow(KeyOf(key), sub_key, open_link, 0);
+int32_t OpenFound(MemoryKey* found, uint32_t options, uint32_t access, RegistryKey* opened) {
   if (found == nullptr) return kRegistryNotFound;
   const bool by_privilege = (options & kRegistryForBackup) != 0 &&
                             in_force->enabled.contains(u"SeBackupPrivilege") &&
@@ -64,6 +61,12 @@ int32_t Open(RegistryKey key, const char16_t* sub_key, uint32_t options, uint32_
   *opened = in_force->next_handle++;
   in_force->opened[*opened] = found;
   return kRegistryDone;
+}
+
+int32_t Open(RegistryKey key, const char16_t* sub_key, uint32_t options, uint32_t access,
+             RegistryKey* opened) {
+  const bool open_link = (options & kRegistryOpenLink) != 0;
+  return OpenFound(FindBelow(KeyOf(key), sub_key, open_link, 0), options, access, opened);
 }
 
 int32_t Close(RegistryKey key) { return in_force->opened.erase(key) != 0 ? kRegistryDone : 6; }
@@ -134,22 +137,38 @@ int32_t Create(RegistryKey key, const char16_t* sub_key, const char16_t* class_n
   MemoryKey* at = KeyOf(key);
   for (std::u16string_view path = sub_key; !path.empty();) {
     const std::u16string_view name = TakeName(path);
-    MemoryKey* child = at->Find(name);
-    if (child == nullptr && at->write_error != kRegistryDone) return at->write_error;
-    if (child == nullptr) {
-      child = &at->Add(name);
-      if (class_name != nullptr) child->class_name = class_name;
-      child->is_link = (options & kRegistryCreateLink) != 0;
+    if (at->Find(name) != nullptr) {
+      at = FindBelow(at, name, false, 0);  // through a link
+      if (at == nullptr) return kRegistryNotFound;
+      continue;
     }
-    at = child;
+    if (at->write_error != kRegistryDone) return at->write_error;
+    at = &at->Add(name);
+    if (class_name != nullptr) at->class_name = class_name;
+    at->is_link = (options & kRegistryCreateLink) != 0;
   }
-  return Open(key, sub_key, kRegistryOpenLink, access, opened);
+  return OpenFound(at, options, access, opened);
+}
+
+// The path from a root of what a link names by the kernel's path.
+std::u16string LinkTarget(const uint8_t* data, uint32_t size) {
+  constexpr std::pair<std::u16string_view, const char16_t*> kPlaces[] = {
+      {u"\\REGISTRY\\MACHINE", u"HKLM"}, {u"\\REGISTRY\\USER", u"HKU"}};
+  std::u16string path(size / 2, u'\0');
+  std::memcpy(path.data(), data, path.size() * 2);
+  for (const auto& [place, root] : kPlaces) {
+    if (SameName(std::u16string_view(path).substr(0, place.size()), place)) {
+      return root + path.substr(place.size());
+    }
+  }
+  return {};
 }
 
 int32_t SetValue(RegistryKey key, const char16_t* name, uint32_t type, const uint8_t* data,
                  uint32_t size) {
   MemoryKey& at = *KeyOf(key);
   if (at.write_error != kRegistryDone) return at.write_error;
+  if (at.is_link && type == kRegLink) at.link = LinkTarget(data, size);
   at.Set(name, type, std::vector<uint8_t>(data, data + size));
   return kRegistryDone;
 }
