@@ -13,7 +13,7 @@
 namespace hivequarry {
 
 struct SourceKey {
-  std::string path;  // root included; names are appended while it stays below kPathLimit
+  std::string path;  // root included; as lists show it (ItemPath)
   std::string name;
   uint32_t level = 1;             // of the starting key
   uint64_t last_write = 0;        // FILETIME, UTC; 0 when unknown
