@@ -17,11 +17,12 @@ namespace {
 
 class HiveKeys : public KeySource {
  public:
-  HiveKeys(const HiveImage& hive, const KeyTree& tree, uint32_t item)
+  HiveKeys(const HiveImage& hive, const KeyTree& tree, uint32_t item, uint32_t level)
       : hive_(hive),
         tree_(tree),
         paths_(hive, tree),
         start_(item),
+        first_level_(level),
         next_(item),
         end_(item < tree.items.size() ? tree.items[item].end : item),
         value_budget_(hive.length / 4) {}
@@ -76,7 +77,7 @@ class HiveKeys : public KeySource {
   uint32_t EnterLevel() {
     while (!levels_.empty() && at_ >= levels_.back()) levels_.pop_back();
     levels_.push_back(tree_.items[at_].end);
-    return static_cast<uint32_t>(levels_.size());
+    return first_level_ - 1 + static_cast<uint32_t>(levels_.size());
   }
 
   void FillKey(SourceKey& key) {
@@ -117,6 +118,7 @@ class HiveKeys : public KeySource {
   const KeyTree& tree_;
   PathWalker paths_;
   uint32_t start_;
+  uint32_t first_level_;
   uint32_t at_ = 0;
   uint32_t next_;
   uint32_t end_;
@@ -137,8 +139,9 @@ class HiveKeys : public KeySource {
 
 }  // namespace
 
-std::unique_ptr<KeySource> KeysOfHive(const HiveImage& hive, const KeyTree& tree, uint32_t item) {
-  return std::make_unique<HiveKeys>(hive, tree, item);
+std::unique_ptr<KeySource> KeysOfHive(const HiveImage& hive, const KeyTree& tree, uint32_t item,
+                                      uint32_t level) {
+  return std::make_unique<HiveKeys>(hive, tree, item, level);
 }
 
 }  // namespace hivequarry

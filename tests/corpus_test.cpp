@@ -452,7 +452,7 @@ void ListWhatIsFound(const Opened& opened) {
   for (size_t report = 0; report < static_cast<size_t>(Report::kCount); ++report) {
     const ReportInfo& info = InfoOf(static_cast<Report>(report));
     const OutputListPtr list = MakeOutputList(info.kind);
-    RunReportOnHive(info.report, hive, opened.tree, 0, *list);
+    RunReportOnHive(info.report, hive, opened.tree, 0, false, *list);
     ExpectWritten(*list);
   }
 }
@@ -484,7 +484,7 @@ TEST_F(Corpus, CountsOfProgramsAreThoseOfTheBytes) {
     Opened opened = Open(name);
     const HiveImage& hive = *opened.hive;
     const OutputListPtr list = MakeOutputList(InfoOf(Report::kCountKeys).kind);
-    RunReportOnHive(Report::kCountKeys, hive, opened.tree, 0, *list);
+    RunReportOnHive(Report::kCountKeys, hive, opened.tree, 0, false, *list);
     ASSERT_EQ(RowCount(*list), rows);
     uint32_t timed = 0;
     for (uint32_t row = 0; row < rows; ++row) {

@@ -29,7 +29,7 @@ Rows RowsOf(const OutputList& list) {
 Rows Reported(OpenedHive& opened, Report report, std::string_view chosen = "") {
   const OutputListPtr list = MakeOutputList(InfoOf(report).kind);
   const uint32_t item = chosen.empty() ? 0 : opened.Item(chosen);
-  RunReportOnHive(report, opened.hive, opened.tree, item, *list);
+  RunReportOnHive(report, opened.hive, opened.tree, item, !chosen.empty(), *list);
   const std::string root = ItemName(opened.hive, opened.tree, 0) + "\\";
   Rows rows = RowsOf(*list);
   for (auto& row : rows) {
@@ -289,8 +289,9 @@ TEST(StructureReports, WhereTheyBegin) {
   const auto begin = [&](Report report, std::string_view path) {
     std::vector<std::string> names;
     const uint32_t item = path.empty() ? 0 : opened.Item(path);
-    for (const uint32_t at : FindReportKeys(opened.hive, opened.tree, report, item)) {
-      names.push_back(ItemPath(opened.hive, opened.tree, at).substr(5));
+    for (const ReportStart& at :
+         FindReportKeys(opened.hive, opened.tree, report, item, !path.empty())) {
+      names.push_back(ItemPath(opened.hive, opened.tree, at.item).substr(5));
     }
     return names;
   };
@@ -303,6 +304,43 @@ TEST(StructureReports, WhereTheyBegin) {
   EXPECT_EQ(begin(Report::kOpenSaveMru, "Other"), Names{});
   HideBranch(opened.tree, opened.Item(inside));
   EXPECT_EQ(begin(Report::kServices, ""), Names{"Disconnected Keys\\Services"});
+}
+
+// Keys of any hive have subkeys and values; only a key that the user names is taken for more.
+TEST(StructureReports, WithoutTheStructure) {
+  HiveBuilder builder;
+  builder.Root().Binary("HRZR_az", 16);
+  builder.Key("Some\\Key").Dword("Start", 1).Sz("ImagePath", "a.sys").Sz("DisplayName", "d");
+  builder.Key("Some").Binary("HRZR_az", 16);
+  OpenedHive opened(builder.Build());
+  const std::pair<Report, size_t> cases[] = {{Report::kServices, 1},    {Report::kUninstall, 2},
+                                             {Report::kCountKeys, 1},   {Report::kClasses, 0},
+                                             {Report::kProgIds, 0},     {Report::kOpenWith, 0},
+                                             {Report::kOpenSaveMru, 0}, {Report::kStreamMru, 0}};
+  for (const auto& [report, named] : cases) {
+    SCOPED_TRACE(InfoOf(report).name);
+    EXPECT_EQ(Reported(opened, report), Rows());
+    EXPECT_EQ(opened.host.statuses.back(), kNothingToReport);
+    EXPECT_EQ(Reported(opened, report, "Some").size(), named);
+  }
+}
+
+// What lies in a service or an uninstall entry is none.
+TEST(StructureReports, FromInsideAnEntry) {
+  HiveBuilder builder;
+  builder.Key("ControlSet001\\Services\\S\\Parameters\\Inner").Dword("Start", 1);
+  builder.Key("CurrentVersion\\Uninstall\\U\\Part\\Inner").Sz("DisplayName", "p");
+  builder.Key("CurrentVersion\\Uninstall\\U").Sz("DisplayName", "u");
+  OpenedHive opened(builder.Build());
+  for (const std::string below : {"", "\\Parameters", "\\Parameters\\Inner"}) {
+    const std::string service = "ControlSet001\\Services\\S";
+    EXPECT_EQ(Columns(Reported(opened, Report::kServices, service + below), {0}), Rows{{service}});
+  }
+  for (const std::string below : {"", "\\Part", "\\Part\\Inner"}) {
+    const std::string entry = "CurrentVersion\\Uninstall\\U";
+    EXPECT_EQ(Columns(Reported(opened, Report::kUninstall, entry + below), {1, 2}),
+              (Rows{{entry, "u"}}));
+  }
 }
 
 TEST(StructureReports, EditedAndHidden) {
