@@ -200,7 +200,10 @@ int ReportCommand(const ConsoleRequest& request, OpenedHive& opened) {
   const ReportInfo* report = FindReport(request.report);
   if (report == nullptr) return kExitUsage;
   return PrintBranch(request, opened, report->kind, [&](uint32_t item, OutputList& list) {
-    RunReportOnHive(report->report, *opened.hive, opened.tree, item, list);
+    const bool named = !request.key.empty();
+    if (!RunReportOnHive(report->report, *opened.hive, opened.tree, item, named, list)) {
+      Complain(kNothingToReport);
+    }
   });
 }
 

@@ -59,7 +59,7 @@ void ShowTree(const HiveImage& hive, const KeyTree& tree) {
   uint32_t details = 0;
   for (uint32_t item = 0; item < count; ++item) {
     const std::string path = walker.PathOf(item);
-    Require(path.size() <= kPathLimit + 1024);
+    Require(path.size() <= ListedPathLimit(hive, tree) + 1024);
     if (item % 16 == 0) {
       Require(path == ItemPath(hive, tree, item));
       FindItemByPath(hive, tree, path);

@@ -146,7 +146,8 @@ void ReportOnHive(const uint8_t* data, size_t size) {
     const ReportInfo& info = InfoOf(static_cast<Report>(report));
     const OutputListPtr list = MakeOutputList(info.kind);
     const size_t item = size % 3 == 0 ? size / 3 % opened.tree.items.size() : 0;
-    RunReportOnHive(info.report, opened.hive, opened.tree, static_cast<uint32_t>(item), *list);
+    RunReportOnHive(info.report, opened.hive, opened.tree, static_cast<uint32_t>(item), item != 0,
+                    *list);
     CheckRows(*list);
   }
 }

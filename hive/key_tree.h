@@ -8,6 +8,7 @@
 // Items are positions and numbers; names are read from the image when asked for.
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -73,6 +74,17 @@ struct SiblingNote {
   uint32_t row = 0;        // of the entry among the recorded ones
 };
 
+// A number that is worked out when it is first asked for, by any thread; 0 until then.
+struct LateNumber {
+  std::atomic<size_t> value{0};
+  LateNumber() = default;
+  LateNumber(const LateNumber& other) : value(other.value.load()) {}
+  LateNumber& operator=(const LateNumber& other) {
+    value = other.value.load();
+    return *this;
+  }
+};
+
 struct KeyTree {
   std::vector<KeyItem> items;            // empty before a load
   uint32_t disconnected_keys = kNoItem;  // the folder items
@@ -84,6 +96,7 @@ struct KeyTree {
   std::vector<uint32_t> disconnected_value_positions;  // ascending
   std::unordered_map<uint32_t, SiblingNote> sibling_notes;  // by position of the made key
   bool any_hidden = false;
+  mutable LateNumber path_limit;  // ListedPathLimit
 };
 
 // From a sibling on (its number, or that of the place behind the last one): the first that is not
@@ -134,35 +147,64 @@ void AppendItemName(const HiveImage& hive, const KeyTree& tree, uint32_t item, s
 // The name, nothing lost, UTF-8.
 std::string ItemNameUtf8(const HiveImage& hive, const KeyTree& tree, uint32_t item);
 
-// Full path of an item: the root's text and every name down to it, joined by "\". A name is
-// appended only while the path stays below kPathLimit characters, so a hostile nesting cannot make
-// paths grow without bound.
-inline constexpr size_t kPathLimit = 1040;
+// Full path of an item: the root's text and every name down to it, joined by "\". Names may be
+// nested so that the paths of a small file fill any memory, so a path longer than `limit`
+// characters is shown shortened: "ROOT\...@0x00012340\name\name", from the ancestor whose key cell
+// is at that image position on. Under "Disconnected Keys" that folder stands behind the root. So
+// keys that differ in place or name differ in their paths.
+inline constexpr size_t kLongestPath = 32767;  // characters; no registry has longer ones
+// The limit for paths of which lists hold one for each row: kLongestPath unless so many keys have
+// long paths that they outgrow the file; never below kLeastPath. The first call for a tree looks at
+// all of its items.
+inline constexpr size_t kLeastPath = 256;
+size_t ListedPathLimit(const HiveImage& hive, const KeyTree& tree);
+
 std::string ItemPath(const HiveImage& hive, const KeyTree& tree, uint32_t item);
 // As above, in UTF-8; `lossy` (may be null) tells whether the code-page path lost something.
 std::string ItemPathUtf8(const HiveImage& hive, const KeyTree& tree, uint32_t item, bool* lossy);
+// The same with kLongestPath as the limit, for the path of one item.
+std::string LongItemPath(const HiveImage& hive, const KeyTree& tree, uint32_t item);
+std::string LongItemPathUtf8(const HiveImage& hive, const KeyTree& tree, uint32_t item);
+// Where paths are put together from other things than a tree, a name is appended only while the
+// path stays below this.
+inline constexpr size_t kPathLimit = 1040;
+
+// True for a code-page text that has certainly lost nothing: most names and paths.
+bool IsPlainText(std::string_view text);
 
 // Path texts of a walk in item order: each item's path is made from its parent's, once.
 class PathWalker {
  public:
   PathWalker(const HiveImage& hive, const KeyTree& tree) : hive_(hive), tree_(tree) {}
-  // Path of `item`; cheap when items are asked for in ascending order. Valid until the next call.
+  // Path of `item`, as ItemPath gives it; cheap when items are asked for in ascending order. Valid
+  // until another item is asked for.
   const std::string& PathOf(uint32_t item);
+  // The path in UTF-8, empty when the code-page path has lost nothing.
+  const std::string& LosslessOf(uint32_t item);
 
  private:
   struct Level {
     uint32_t item;
-    size_t length;  // of the path text up to this item
+    size_t length;  // of the path text up to this item, beyond what is kept of it
+    size_t utf8_length;
+    bool lossy;
   };
+  void Enter(uint32_t item);
+  void Push(uint32_t item);
+  bool IsLong() const;
+
   const HiveImage& hive_;
   const KeyTree& tree_;
   std::vector<Level> levels_;
-  std::string path_;
+  std::string path_;  // of the last level, as far as it is within kLongestPath
+  std::string utf8_;
+  std::string shortened_;
+  std::string lossless_;
 };
 
-// The item that a path names (as ItemPath spells it; also without the root's own text, with a
-// leading "\", and with the root in long form). Names compare without regard to case. kNoItem when
-// there is none.
+// The item that a path names (as ItemPath spells it, shortened or not; also without the root's own
+// text, with a leading "\", and with the root in long form). Names compare without regard to case.
+// kNoItem when there is none.
 uint32_t FindItemByPath(const HiveImage& hive, const KeyTree& tree, std::string_view path);
 
 // The status words of a key's marks: "missing name", "hash name", "recovered parent" and so on.

@@ -30,9 +30,11 @@ constexpr const char* kSecurityScan[] = {
     "Security Record", "ACE count",     "Owner Sid", "Owner Account",
     "Group Sid",       "Group Account", "Next",      "Previous"};
 constexpr const char* kCountKeys[] = {"Key",  "Value",          "Rot13-Value",
-                                      "Data", "Date extracted", "Key Offset"};
+                                      "Data", "Date extracted", "Key Offset",
+                                      "Runs", "Focus Count",    "Focus Time (ms)"};
 constexpr const char* kLiveCountKeys[] = {"Key",  "Value",          "Rot13-Value",
-                                          "Data", "Date extracted", "Key Date"};
+                                          "Data", "Date extracted", "Key Date",
+                                          "Runs", "Focus Count",    "Focus Time (ms)"};
 constexpr const char* kServices[] = {"Key",   "Start", "Display Name", "Imagepath",
                                      "Group", "Type",  "Description",  "Key Date"};
 constexpr const char* kKeyOwners[] = {"Key", "Owner Sid", "Owner Account", "Owner Domain",
@@ -100,6 +102,7 @@ constexpr const char* kFreedValues[] = {"Key",          "Value",      "Type", "D
 
 constexpr uint32_t Column(int column) { return 1U << column; }
 constexpr uint32_t kAllInfo = (1U << std::size(kInfo)) - 1;
+constexpr uint32_t kCounts = Column(6) | Column(7) | Column(8);
 constexpr uint32_t kInfoFlags = Column(3) | Column(4);
 constexpr uint32_t kInfoTexts = Column(0) | Column(7);
 
@@ -128,8 +131,8 @@ constexpr ListKindInfo kKinds[] = {
     {36, kOther, kTypedValues},
     {38, kOther, kRootKeys},
     {39, kOther, kSecurityScan},
-    {41, "Count Keys", kCountKeys},
-    {42, "Registry Current User Count Keys", kLiveCountKeys},
+    {41, "Count Keys", kCountKeys, 0, kCounts},
+    {42, "Registry Current User Count Keys", kLiveCountKeys, 0, kCounts},
     {44, kOther, kServices},
     {45, kOther, kKeyOwners},
     // The command that fills it sets the title when it asked for something else.

@@ -1,7 +1,5 @@
 #include "lists/list_rows.h"
 
-#include <cstring>
-
 #include "hive/key_node.h"
 #include "hive/value_text.h"
 #include "host/host.h"
@@ -40,29 +38,10 @@ void AddListRow(OutputList& list, std::span<const std::string_view> texts, uint3
   AddRow(list, row);
 }
 
-std::string LosslessPath(const HiveImage& hive, const KeyTree& tree, uint32_t item) {
-  bool lossy = false;
-  std::string path = ItemPathUtf8(hive, tree, item, &lossy);
-  return lossy ? path : std::string();
-}
-
 std::string LosslessName(const HiveImage& hive, const ValueKey& value) {
   if (IsPlainText(value.name)) return {};
   std::string name = ValueNameUtf8(hive, value);
   return name == Utf8FromNarrow(value.name) ? std::string() : name;
-}
-
-bool IsPlainText(std::string_view text) {
-  // Eight characters at a time: this is asked of every path of a hive.
-  if (text.find('?') != std::string_view::npos) return false;
-  uint64_t seen = 0;
-  for (; text.size() >= sizeof(seen); text.remove_prefix(sizeof(seen))) {
-    uint64_t word = 0;
-    std::memcpy(&word, text.data(), sizeof(word));
-    seen |= word;
-  }
-  for (const char c : text) seen |= static_cast<uint8_t>(c);
-  return (seen & 0x8080808080808080) == 0;
 }
 
 uint64_t LastWriteOf(const HiveImage& hive, const KeyTree& tree, uint32_t item) {

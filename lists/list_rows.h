@@ -29,12 +29,9 @@ std::string BytesText(std::span<const uint8_t> bytes);
 inline constexpr uint32_t kKeysPerStatus = 256;
 void ShowWalk(const std::string& path, uint32_t keys, size_t rows);
 
-// The lossless path of an item, empty when its code-page text has lost nothing.
-std::string LosslessPath(const HiveImage& hive, const KeyTree& tree, uint32_t item);
-// Likewise of a value's name, which was read with it.
+// The lossless name of a value, which was read with it; empty when its code-page text has lost
+// nothing.
 std::string LosslessName(const HiveImage& hive, const ValueKey& value);
-// True for a text that has certainly lost nothing: most names and paths.
-bool IsPlainText(std::string_view text);
 
 // Time of a key's last write, FILETIME; 0 for a key without a cell of its own.
 uint64_t LastWriteOf(const HiveImage& hive, const KeyTree& tree, uint32_t item);

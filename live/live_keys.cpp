@@ -111,7 +111,7 @@ bool RegistryWalk::Enter(const Child& child, SourceKey& key) {
   key.name = NarrowText(child.name);
   path_.resize(parent.path_length);
   utf8_path_.resize(parent.utf8_length);
-  if (path_.size() < kPathLimit) {
+  if (path_.size() < kLongestPath) {
     path_ += '\\' + key.name;
     utf8_path_ += '\\' + Utf8FromWide(child.name);
   }

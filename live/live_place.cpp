@@ -35,7 +35,7 @@ bool HasNoLivePlace(const KeyTree& tree, uint32_t item) {
 
 std::string PathBelowRoot(const HiveImage& hive, const KeyTree& tree, uint32_t item) {
   if (item == 0) return {};
-  const std::string path = ItemPath(hive, tree, item);
+  const std::string path = LongItemPath(hive, tree, item);
   return path.substr(std::min(path.size(), ItemName(hive, tree, 0).size() + 1));
 }
 

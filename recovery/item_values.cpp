@@ -296,7 +296,7 @@ std::string KeyDetailAt(const HiveImage& hive, const KeyTree& tree, uint32_t pos
   const KeyNode key = ReadKeyNode(hive, position, KeyRead::kDiagnose);
   DetailLines lines;
   if (item == kNoItem && key.state == KeyState::kNotAKey) return lines.text;
-  lines.Add("Key", item == kNoItem ? key.name : ItemPath(hive, tree, item));
+  lines.Add("Key", item == kNoItem ? key.name : LongItemPath(hive, tree, item));
   const uint16_t marks = item == kNoItem ? uint16_t{0} : tree.items[item].marks;
   if ((marks & kVirtualMarks) == 0) {
     AddKeyFields(hive, key, lines);

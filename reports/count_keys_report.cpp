@@ -7,25 +7,36 @@
 namespace hivequarry {
 namespace {
 
-constexpr size_t kTimeOffset = 8;  // of the last start, in the data of a count
-constexpr size_t kTimedLength = 16;
-// Later systems keep counters of the focus there, and the time further on, in data of this length.
-constexpr size_t kLongLength = 72;
-constexpr size_t kLongTimeOffset = 60;
+// What the data of a count hold, told by their length. Data of other lengths count nothing.
+struct CountLayout {
+  size_t length;
+  size_t runs;
+  size_t focus_count;  // 0: not kept
+  size_t focus_time;
+  size_t last_run;  // FILETIME
+};
+constexpr CountLayout kLayouts[] = {
+    {16, 4, 0, 0, 8},    // a session's number, runs, time
+    {72, 4, 8, 12, 60},  // likewise, with the focus in between; floating-point numbers follow that
+};
 
-// The halves are signed numbers; a time that was never set, and what is no time, shows nothing.
-std::string TimeAt(std::span<const uint8_t> data, size_t offset) {
-  const uint32_t low = LoadU32(data.data() + offset);
-  const uint32_t high = LoadU32(data.data() + offset + 4);
-  if (static_cast<int32_t>(low) <= 0 || static_cast<int32_t>(high) <= 0) return {};
-  return FormatTimestampChecked(uint64_t{high} << 32 | low);
+struct Count {
+  std::string runs, focus_count, focus_time, last_run;
+};
+
+std::string NumberAt(std::span<const uint8_t> data, size_t offset) {
+  return offset == 0 ? std::string() : std::to_string(LoadU32(data.data() + offset));
 }
 
-std::string CountTime(std::span<const uint8_t> data) {
-  if (data.size() < kTimedLength) return {};
-  std::string time = TimeAt(data, kTimeOffset);
-  if (time.empty() && data.size() == kLongLength) time = TimeAt(data, kLongTimeOffset);
-  return time;
+Count ReadCount(std::span<const uint8_t> data) {
+  for (const CountLayout& layout : kLayouts) {
+    if (data.size() != layout.length) continue;
+    const uint8_t* time = data.data() + layout.last_run;
+    return {NumberAt(data, layout.runs), NumberAt(data, layout.focus_count),
+            NumberAt(data, layout.focus_time),
+            FormatTimestampChecked(uint64_t{LoadU32(time + 4)} << 32 | LoadU32(time))};
+  }
+  return {};
 }
 
 // A key chosen elsewhere is taken at the user's word.
@@ -45,8 +56,10 @@ void ReportCountKeys(ReportRun& run) {
     const std::string last = run.live ? KeyDateText(key) : OffsetText(key.position);
     if (failed) AddReportRow(run.list, {key.path, "", "", key.error, "", last}, SubjectOf(key));
     while (run.keys.NextValue(value)) {
-      const std::string time = value.read ? CountTime(value.data) : std::string();
-      AddReportRow(run.list, {key.path, NameText(value), Rot13(value.name), value.text, time, last},
+      const Count count = value.read ? ReadCount(value.data) : Count();
+      AddReportRow(run.list,
+                   {key.path, NameText(value), Rot13(value.name), value.text, count.last_run, last,
+                    count.runs, count.focus_count, count.focus_time},
                    SubjectOf(key, value));
     }
   }

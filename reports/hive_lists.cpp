@@ -25,23 +25,6 @@ bool IsValue(const ValueKey& value) {
   return value.status != ValueStatus::kEmpty && value.status != ValueStatus::kNotAValue;
 }
 
-// Nearly all names are plain single-byte text, which loses nothing.
-bool NameIsLossy(const HiveImage& hive, const KeyTree& tree, uint32_t item) {
-  const KeyItem& it = tree.items[item];
-  if (it.kind != ItemKind::kKey || it.made_name != 0) return false;
-  const std::string name = ItemName(hive, tree, item);
-  return !IsPlainText(name) && ItemNameUtf8(hive, tree, item) != Utf8FromNarrow(name);
-}
-
-std::vector<bool> LossyPaths(const HiveImage& hive, const KeyTree& tree) {
-  std::vector<bool> lossy(tree.items.size());
-  for (uint32_t item = 0; item < tree.items.size(); ++item) {
-    const uint32_t parent = tree.items[item].parent;
-    lossy[item] = (parent != kNoItem && lossy[parent]) || NameIsLossy(hive, tree, item);
-  }
-  return lossy;
-}
-
 // Adds value rows of one key after another.
 class ValueRows {
  public:
@@ -119,7 +102,7 @@ std::string RecordWords(const HiveImage& hive, const KeyTree& tree, const Record
   words += " at " + PositionText(place.position) + ", " + std::to_string(place.length) + " bytes";
   const uint32_t item =
       place.kind == RecordKind::kKey ? ItemOfPosition(tree, place.position) : kNoItem;
-  return item == kNoItem ? words : words + ": " + ItemPath(hive, tree, item);
+  return item == kNoItem ? words : words + ": " + LongItemPath(hive, tree, item);
 }
 
 }  // namespace
@@ -156,7 +139,6 @@ OutputListPtr ListImageInfo(const HiveImage& hive, const ImageSummary& summary,
 
 OutputListPtr ListKeyTree(const HiveImage& hive, const KeyTree& tree, uint32_t item) {
   OutputListPtr list = MakeOutputList(kListTree);
-  const std::vector<bool> lossy = LossyPaths(hive, tree);
   PathWalker paths(hive, tree);
   for (uint32_t at = item; at < tree.items[item].end; ++at) {
     if ((at & kStopPollMask) == 0 && StopRequested()) break;
@@ -166,11 +148,10 @@ OutputListPtr ListKeyTree(const HiveImage& hive, const KeyTree& tree, uint32_t i
     const bool has_cell = HasKeyCell(tree, at);
     const uint64_t last_write = has_cell ? ReadU64(hive, it.position + kKeyLastWrite) : 0;
     const bool under_key = it.parent != kNoItem && IsKeyOrCopy(tree, it.parent);
-    const std::string lossless = lossy[at] ? ItemPathUtf8(hive, tree, at, nullptr) : "";
     RowFacts facts;
     facts.about_key = has_cell;
     facts.last_write = last_write;
-    facts.path = lossless;
+    facts.path = paths.LosslessOf(at);
     AddListRow(*list,
                {path, PositionText(it.position),
                 under_key ? PositionText(tree.items[it.parent].position) : std::string(),
@@ -188,7 +169,6 @@ OutputListPtr ListKeyValues(const HiveImage& hive, const KeyTree& tree, uint32_t
   PathWalker paths(hive, tree);
   const bool whole = item == kNoItem;
   const bool all = whole || options.branch;
-  const std::vector<bool> lossy = all ? LossyPaths(hive, tree) : std::vector<bool>();
   const auto count = static_cast<uint32_t>(tree.items.size());
   const uint32_t first = whole ? 0 : item;
   const uint32_t end = whole ? count : all ? tree.items[item].end : item + 1;
@@ -204,7 +184,7 @@ OutputListPtr ListKeyValues(const HiveImage& hive, const KeyTree& tree, uint32_t
     values.clear();
     ReadValuesOfKey(hive, key, budget, values);
     if (values.empty()) continue;
-    const std::string lossless = !all || lossy[at] ? LosslessPath(hive, tree, at) : "";
+    const std::string& lossless = paths.LosslessOf(at);
     const std::string& path = paths.PathOf(at);
     const std::string place = PositionText(key);
     for (const uint32_t position : values) {

@@ -65,14 +65,14 @@ bool IsDate(const KeyDateTime& time) {
   return fields && KeyDateTimeOf(FileTimeOf(time)) == time;
 }
 
-void AddDateRow(const HiveImage& hive, const KeyTree& tree, uint32_t item, const std::string& path,
+void AddDateRow(const HiveImage& hive, const KeyTree& tree, uint32_t item, PathWalker& paths,
                 OutputList& list) {
   const bool has_cell = HasKeyCell(tree, item);
   RowFacts facts;
   facts.about_key = has_cell;
   facts.last_write = LastWriteOf(hive, tree, item);
-  const std::string lossless = IsPlainText(path) ? "" : LosslessPath(hive, tree, item);
-  facts.path = lossless;
+  const std::string& path = paths.PathOf(item);
+  facts.path = paths.LosslessOf(item);
   const uint32_t position = tree.items[item].position;
   const std::string date = has_cell ? KeyDateText(KeyDateTimeOf(facts.last_write)) : "";
   const std::string offset = PositionText(position);
@@ -120,7 +120,7 @@ void ListKeyDates(const HiveImage& hive, const KeyTree& tree, uint32_t item,
   for (uint32_t at = item; at < tree.items[item].end && !StopRequested(); ++at) {
     if (!IsKeyItem(tree, at)) continue;
     if (++keys % kKeysPerStatus == 0) ShowWalk(paths.PathOf(at), keys, RowCount(list));
-    if (IsWanted(hive, tree, at, range)) AddDateRow(hive, tree, at, paths.PathOf(at), list);
+    if (IsWanted(hive, tree, at, range)) AddDateRow(hive, tree, at, paths, list);
   }
   char done[32];
   std::snprintf(done, sizeof(done), "Done.  %u", RowCount(list));

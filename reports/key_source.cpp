@@ -17,11 +17,12 @@ namespace {
 
 class HiveKeys : public KeySource {
  public:
-  HiveKeys(const HiveImage& hive, const KeyTree& tree, uint32_t item)
+  HiveKeys(const HiveImage& hive, const KeyTree& tree, uint32_t item, uint32_t level)
       : hive_(hive),
         tree_(tree),
         paths_(hive, tree),
         start_(item),
+        first_level_(level),
         next_(item),
         end_(item < tree.items.size() ? tree.items[item].end : item),
         value_budget_(hive.length / 4) {}
@@ -35,7 +36,7 @@ class HiveKeys : public KeySource {
         continue;
       }
       key.name = ItemName(hive_, tree_, at_);
-      key.level = EnterLevel(key.name);
+      key.level = EnterLevel();
       key.path = paths_.PathOf(at_);
       if (!IsGiven()) continue;
       FillKey(key);
@@ -70,37 +71,20 @@ class HiveKeys : public KeySource {
   }
 
  private:
-  struct Level {
-    uint32_t end;  // of the subtree
-    bool lossy;    // the path so far has lost something
-  };
-
   // The key that the walk begins at may be shown as a copy; others are given where they hang.
   bool IsGiven() const { return at_ == start_ ? IsKeyOrCopy(tree_, at_) : IsKeyItem(tree_, at_); }
 
-  uint32_t EnterLevel(std::string_view name) {
-    while (!levels_.empty() && at_ >= levels_.back().end) levels_.pop_back();
-    const bool lossy = levels_.empty() ? PathIsLossy() : levels_.back().lossy || IsLossy(name);
-    levels_.push_back({tree_.items[at_].end, lossy});
-    return static_cast<uint32_t>(levels_.size());
+  uint32_t EnterLevel() {
+    while (!levels_.empty() && at_ >= levels_.back()) levels_.pop_back();
+    levels_.push_back(tree_.items[at_].end);
+    return first_level_ - 1 + static_cast<uint32_t>(levels_.size());
   }
 
-  bool IsLossy(std::string_view name) const {
-    return !IsPlainText(name) && ItemNameUtf8(hive_, tree_, at_) != Utf8FromNarrow(name);
-  }
-
-  bool PathIsLossy() const {
-    bool lossy = false;
-    ItemPathUtf8(hive_, tree_, at_, &lossy);
-    return lossy;
-  }
-
-  void FillKey(SourceKey& key) const {
+  void FillKey(SourceKey& key) {
     key.position = tree_.items[at_].position;
     key.last_write = LastWriteOfItem(at_);
     key.error.clear();
-    key.utf8_path.clear();
-    if (levels_.back().lossy) key.utf8_path = ItemPathUtf8(hive_, tree_, at_, nullptr);
+    key.utf8_path = paths_.LosslessOf(at_);
   }
 
   uint64_t LastWriteOfItem(uint32_t item) const {
@@ -134,10 +118,12 @@ class HiveKeys : public KeySource {
   const KeyTree& tree_;
   PathWalker paths_;
   uint32_t start_;
+  uint32_t first_level_;
   uint32_t at_ = 0;
   uint32_t next_;
   uint32_t end_;
-  std::vector<Level> levels_;  // from the starting key down to the key given last
+  std::vector<uint32_t>
+      levels_;  // ends of the subtrees that the key given last is in, its own last
 
   bool values_known_ = true;
   std::vector<uint32_t> values_;  // positions, of the key given last
@@ -153,8 +139,9 @@ class HiveKeys : public KeySource {
 
 }  // namespace
 
-std::unique_ptr<KeySource> KeysOfHive(const HiveImage& hive, const KeyTree& tree, uint32_t item) {
-  return std::make_unique<HiveKeys>(hive, tree, item);
+std::unique_ptr<KeySource> KeysOfHive(const HiveImage& hive, const KeyTree& tree, uint32_t item,
+                                      uint32_t level) {
+  return std::make_unique<HiveKeys>(hive, tree, item, level);
 }
 
 }  // namespace hivequarry

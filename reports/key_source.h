@@ -13,9 +13,9 @@
 namespace hivequarry {
 
 struct SourceKey {
-  std::string path;  // root included; names are appended while it stays below kPathLimit
+  std::string path;  // root included; as lists show it (ItemPath)
   std::string name;
-  uint32_t level = 1;             // of the starting key
+  uint32_t level = 1;             // the starting key's is 1, for those that ask for no other
   uint64_t last_write = 0;        // FILETIME, UTC; 0 when unknown
   uint32_t position = kNoOffset;  // image position; none in the live registry
   std::string error;      // why the key can't be read ("Access denied"); it has no values then
@@ -45,7 +45,8 @@ class KeySource {
   virtual uint64_t LastWriteOf(std::string_view) { return 0; }
 };
 
-// The keys of a hive from `item` down as displayed, in display order.
-std::unique_ptr<KeySource> KeysOfHive(const HiveImage& hive, const KeyTree& tree, uint32_t item);
+// The keys of a hive from `item` down as displayed, in display order. `level` is that of the item.
+std::unique_ptr<KeySource> KeysOfHive(const HiveImage& hive, const KeyTree& tree, uint32_t item,
+                                      uint32_t level = 1);
 
 }  // namespace hivequarry

@@ -155,10 +155,8 @@ class BranchSearch {
       texts.push_back(PositionText(hive_.base_offset + position));
       texts.emplace_back(details);
     }
-    const std::string lossless =
-        IsPlainText(texts.front()) ? std::string() : LosslessPath(hive_, tree_, item);
     const std::vector<std::string_view> views(texts.begin(), texts.end());
-    facts.path = lossless;
+    facts.path = paths_.LosslessOf(item);
     AddListRow(list_, views, position, facts, icon);
   }
 

@@ -112,29 +112,44 @@ bool IsViewMru(const Place& at) { return Named(at, "StreamMRU") || Named(at, "Ba
 
 struct Beginning {
   bool (*begins)(const Place&);  // null: at any key
-  bool anywhere;  // at the chosen item too, when it holds no such key: the user may know better
+  bool anywhere = false;  // at a key that was named too, though it holds no such key: the user may
+                          // know better
+  bool entries = false;   // each subkey is an entry of its own; what lies in one is no entry
 };
-constexpr Beginning kBeginnings[] = {
-    {IsServices, true},     {IsUninstall, true},  {IsUserAssist, true}, {IsClassIds, false},
-    {IsFileTypes, false},   {IsFileTypes, false}, {nullptr, true},      {nullptr, true},
-    {IsOpenSaveMru, false}, {IsViewMru, false}};
+constexpr Beginning kBeginnings[] = {{IsServices, true, true},
+                                     {IsUninstall, true, true},
+                                     {IsUserAssist, true},
+                                     {IsClassIds},
+                                     {IsFileTypes},
+                                     {IsFileTypes},
+                                     {nullptr, true},
+                                     {nullptr, true},
+                                     {IsOpenSaveMru},
+                                     {IsViewMru}};
 static_assert(std::size(kBeginnings) == std::size(kReports));
 
-bool LiesInside(const Place& at, const Beginning& beginning) {
+// The beginning that the item is or lies in, with the item itself or, of entries, the one that it
+// belongs to. No item when it lies in none.
+ReportStart StartAround(const Place& at, const Beginning& beginning) {
+  uint32_t below = kNoItem;
   for (uint32_t item = at.item; item != kNoItem; item = at.tree.items[item].parent) {
     const bool key = IsKeyOrCopy(at.tree, item);
-    if (key && beginning.begins({at.hive, at.tree, item})) return true;
+    if (key && beginning.begins({at.hive, at.tree, item})) {
+      if (item == at.item || !beginning.entries) return {at.item, 1};
+      return {below, 2};
+    }
+    below = item;
   }
-  return false;
+  return {};
 }
 
-std::vector<uint32_t> BeginningsBelow(const Place& at, const Beginning& beginning) {
-  std::vector<uint32_t> found;
+std::vector<ReportStart> BeginningsBelow(const Place& at, const Beginning& beginning) {
+  std::vector<ReportStart> found;
   const uint32_t end = at.tree.items[at.item].end;
   for (uint32_t item = at.item; item < end && !StopRequested();) {
     const bool hidden = at.tree.items[item].hidden;
     const bool begins = IsKeyItem(at.tree, item) && beginning.begins({at.hive, at.tree, item});
-    if (begins) found.push_back(item);
+    if (begins) found.push_back({item, 1});
     item = begins || hidden ? at.tree.items[item].end : item + 1;
   }
   return found;
@@ -153,14 +168,16 @@ const ReportInfo* FindReport(std::string_view name) {
   return nullptr;
 }
 
-std::vector<uint32_t> FindReportKeys(const HiveImage& hive, const KeyTree& tree, Report report,
-                                     uint32_t item) {
+std::vector<ReportStart> FindReportKeys(const HiveImage& hive, const KeyTree& tree, Report report,
+                                        uint32_t item, bool named) {
   if (item >= tree.items.size()) return {};
   const Beginning& beginning = kBeginnings[static_cast<size_t>(InfoOf(report).report)];
   const Place at = {hive, tree, item};
-  if (beginning.begins == nullptr || LiesInside(at, beginning)) return {item};
-  std::vector<uint32_t> found = BeginningsBelow(at, beginning);
-  if (found.empty() && beginning.anywhere) found.push_back(item);
+  if (beginning.begins == nullptr) return {{item, 1}};
+  const ReportStart around = StartAround(at, beginning);
+  if (around.item != kNoItem) return {around};
+  std::vector<ReportStart> found = BeginningsBelow(at, beginning);
+  if (found.empty() && beginning.anywhere && named) found.push_back({item, 1});
   return found;
 }
 
@@ -169,13 +186,16 @@ void RunReport(Report report, KeySource& keys, bool live, OutputList& list) {
   kRuns[static_cast<size_t>(InfoOf(report).report)](run);
 }
 
-void RunReportOnHive(Report report, const HiveImage& hive, const KeyTree& tree, uint32_t item,
-                     OutputList& list) {
-  for (const uint32_t start : FindReportKeys(hive, tree, report, item)) {
+bool RunReportOnHive(Report report, const HiveImage& hive, const KeyTree& tree, uint32_t item,
+                     bool named, OutputList& list) {
+  const std::vector<ReportStart> starts = FindReportKeys(hive, tree, report, item, named);
+  for (const ReportStart& start : starts) {
     if (StopRequested()) break;
-    RunReport(report, *KeysOfHive(hive, tree, start), false, list);
+    RunReport(report, *KeysOfHive(hive, tree, start.item, start.level), false, list);
   }
-  ShowStatus("");
+  const bool found = !starts.empty() || StopRequested();
+  ShowStatus(found ? "" : kNothingToReport);
+  return found;
 }
 
 }  // namespace hivequarry

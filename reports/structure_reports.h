@@ -36,16 +36,23 @@ const ReportInfo& InfoOf(Report report);
 // By console name; null for none.
 const ReportInfo* FindReport(std::string_view name);
 
+struct ReportStart {
+  uint32_t item = kNoItem;
+  uint32_t level = 1;  // 2: an entry of the structure, of which nothing else is reported
+};
 // Where a report begins: the chosen item when it is or lies in the structure, else the keys below
-// it that are ("ControlSet001\Services", "...\CurrentVersion\Uninstall"), in display order.
-std::vector<uint32_t> FindReportKeys(const HiveImage& hive, const KeyTree& tree, Report report,
-                                     uint32_t item);
+// it that are ("ControlSet001\Services", "...\CurrentVersion\Uninstall"), in display order. A hive
+// without the structure gives none, unless the user `named` the key: some reports begin at it then.
+std::vector<ReportStart> FindReportKeys(const HiveImage& hive, const KeyTree& tree, Report report,
+                                        uint32_t item, bool named);
 
 // Adds the report's rows from one starting key; `live` chooses the kind's columns. Datum: position
 // of the key or value. Ends early when the user stops.
 void RunReport(Report report, KeySource& keys, bool live, OutputList& list);
-// The whole of it on a hive: FindReportKeys, RunReport for each.
-void RunReportOnHive(Report report, const HiveImage& hive, const KeyTree& tree, uint32_t item,
-                     OutputList& list);
+// The whole of it on a hive: FindReportKeys, RunReport for each. False, with a word in the status
+// line, when there is nothing to begin at.
+bool RunReportOnHive(Report report, const HiveImage& hive, const KeyTree& tree, uint32_t item,
+                     bool named, OutputList& list);
+inline constexpr const char* kNothingToReport = "No key here holds what this report is about.";
 
 }  // namespace hivequarry

@@ -115,9 +115,7 @@ class KeyWalk {
     facts.about_key = true;
     facts.last_write = ReadU64(hive_, position + kKeyLastWrite);
     const KeyTexts texts = {paths_.PathOf(item), KeyDate(facts.last_write), PositionText(position)};
-    std::string lossless;
-    if (!IsPlainText(texts.path)) lossless = LosslessPath(hive_, tree_, item);
-    facts.path = lossless;
+    facts.path = paths_.LosslessOf(item);
     AddListRow(list_, order(texts), position, facts);
   }
 

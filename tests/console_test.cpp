@@ -122,7 +122,7 @@ TEST_F(ConsoleTest, FindsKeysValuesAndRecords) {
       {"security keys hé --owner S-1-5-32-544", "ROOT\\Aä,S-1-5-32-544,"},
       {"security keys hé --permissions read,set-value --kind allow", "ROOT\\Aä,"},
       {"security show hé Aä", "Owner : S-1-5-32-544\r\n"},
-      {"report services hé", "ROOT\\Aä,"},
+      {"report services hé ROOT", "ROOT\\Aä,"},
   };
   for (const auto& [command, found] : cases) {
     EXPECT_EQ(Run("--format csv " + std::string(command)), 0) << command;
@@ -131,6 +131,15 @@ TEST_F(ConsoleTest, FindsKeysValuesAndRecords) {
   for (const char* wrong : {"search hé 123 --hex", "dates hé --from soon", "report hé",
                             "security keys hé", "security keys hé --owner me"}) {
     EXPECT_EQ(Run(wrong), 2) << wrong;
+  }
+}
+
+TEST_F(ConsoleTest, AReportWithNothingToBeginAtSaysSo) {
+  for (const char* report : {"services", "uninstall", "count-keys", "classes", "prog-ids",
+                             "open-with", "open-save-mru", "stream-mru"}) {
+    EXPECT_EQ(Run("--format jsonl report " + std::string(report) + " hé"), 0) << report;
+    EXPECT_EQ(printed, "") << report;
+    EXPECT_NE(ContentOf(Sibling("errors")).find("No key here holds"), std::string::npos) << report;
   }
 }
 

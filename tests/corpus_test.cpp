@@ -452,7 +452,7 @@ void ListWhatIsFound(const Opened& opened) {
   for (size_t report = 0; report < static_cast<size_t>(Report::kCount); ++report) {
     const ReportInfo& info = InfoOf(static_cast<Report>(report));
     const OutputListPtr list = MakeOutputList(info.kind);
-    RunReportOnHive(info.report, hive, opened.tree, 0, *list);
+    RunReportOnHive(info.report, hive, opened.tree, 0, false, *list);
     ExpectWritten(*list);
   }
 }
@@ -473,6 +473,38 @@ void ListSecurity(const Opened& opened) {
   const OutputListPtr aces = MakeAceList(true);
   ListAces(*opened.hive, {}, *aces);
   ExpectWritten(*aces);
+}
+
+// Every count that the plain reader finds has its row, with the time that its bytes hold.
+TEST_F(Corpus, CountsOfProgramsAreThoseOfTheBytes) {
+  constexpr std::pair<const char*, uint32_t> kHives[] = {{"NTUSER.DAT", 33},
+                                                         {"win7_ntuser.dat", 338}};
+  for (const auto& [name, rows] : kHives) {
+    SCOPED_TRACE(name);
+    Opened opened = Open(name);
+    const HiveImage& hive = *opened.hive;
+    const OutputListPtr list = MakeOutputList(InfoOf(Report::kCountKeys).kind);
+    RunReportOnHive(Report::kCountKeys, hive, opened.tree, 0, false, *list);
+    ASSERT_EQ(RowCount(*list), rows);
+    uint32_t timed = 0;
+    for (uint32_t row = 0; row < rows; ++row) {
+      Bytes data;
+      ReadValueKey(hive, RowDatum(*list, row), ValueRead::kData, kMaxValueData, &data);
+      const bool is_long = data.size() == 72;
+      if (!is_long && data.size() != 16) {
+        EXPECT_EQ(CellText(*list, row, 4), "");
+        continue;
+      }
+      const uint32_t at = is_long ? 60 : 8;
+      const uint64_t time = uint64_t{GetU32(data, at + 4)} << 32 | GetU32(data, at);
+      EXPECT_EQ(CellText(*list, row, 4), time == 0 ? "" : FormatTimestamp(time, false)) << row;
+      EXPECT_EQ(CellText(*list, row, 6), std::to_string(GetU32(data, 4)));
+      EXPECT_EQ(CellText(*list, row, 7), is_long ? std::to_string(GetU32(data, 8)) : "");
+      EXPECT_EQ(CellText(*list, row, 8), is_long ? std::to_string(GetU32(data, 12)) : "");
+      timed += time != 0;
+    }
+    EXPECT_GT(timed, rows / 3);
+  }
 }
 
 // For the sanitizers too: all that there is to be listed of each file.

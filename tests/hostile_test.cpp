@@ -2,40 +2,17 @@
 // shows what can be read.
 #include <gtest/gtest.h>
 
-#include <ctime>
 #include <functional>
 
 #include "hive/bins.h"
 #include "hive/key_node.h"
 #include "reports/hive_lists.h"
+#include "tests/support/deadline.h"
 #include "tests/support/opened_hive.h"
 #include "tests/support/sample_hives.h"
 
 namespace hivequarry::testing {
 namespace {
-
-// Sanitizers cost a factor that is no business of these tests.
-#if defined(__SANITIZE_THREAD__)
-constexpr double kSeconds = 300;
-#elif defined(__SANITIZE_ADDRESS__)
-constexpr double kSeconds = 15;
-#else
-constexpr double kSeconds = 1;
-#endif
-
-// In time of this process, so that what else the machine does is no part of it.
-class Deadline {
- public:
-  explicit Deadline(double seconds = kSeconds) : seconds_(seconds) {}
-  ~Deadline() {
-    const auto taken = static_cast<double>(std::clock() - start_) / CLOCKS_PER_SEC;
-    EXPECT_LT(taken, seconds_);
-  }
-
- private:
-  std::clock_t start_ = std::clock();
-  double seconds_;
-};
 
 // What every tree must hold, however it came to be.
 void CheckTree(const KeyTree& tree) {
@@ -253,14 +230,6 @@ TEST(Hostile, OtherKeysStayVisible) {
 TEST(Hostile, TreeListsEachKeyOnce) {
   const OpenedHive opened{std::span<const uint8_t>(TwiceAtEachLevel(28))};
   EXPECT_EQ(opened.tree.items.size(), 31u);
-}
-
-TEST(Hostile, PathsOfDeepTreesAreBounded) {
-  const OpenedHive opened{std::span<const uint8_t>(DeepHive(20000))};
-  const auto last = static_cast<uint32_t>(opened.tree.items.size() - 3);
-  EXPECT_LT(ItemPath(opened.hive, opened.tree, last).size(), kPathLimit + 512);
-  PathWalker walker(opened.hive, opened.tree);
-  EXPECT_EQ(walker.PathOf(last), ItemPath(opened.hive, opened.tree, last));
 }
 
 TEST(Hostile, MillionKeysOnOneList) {

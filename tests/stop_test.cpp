@@ -208,7 +208,7 @@ std::vector<Operation> Operations() {
   for (size_t i = 0; i < static_cast<size_t>(Report::kCount); ++i) {
     const ReportInfo& info = InfoOf(static_cast<Report>(i));
     all.push_back({info.name, info.kind, Fills([&info](Place& at, OutputList& list) {
-                     RunReportOnHive(info.report, at.hive, at.tree, 0, list);
+                     RunReportOnHive(info.report, at.hive, at.tree, 0, true, list);
                    }),
                    info.report != Report::kFiles});
   }

@@ -29,7 +29,7 @@ Rows RowsOf(const OutputList& list) {
 Rows Reported(OpenedHive& opened, Report report, std::string_view chosen = "") {
   const OutputListPtr list = MakeOutputList(InfoOf(report).kind);
   const uint32_t item = chosen.empty() ? 0 : opened.Item(chosen);
-  RunReportOnHive(report, opened.hive, opened.tree, item, *list);
+  RunReportOnHive(report, opened.hive, opened.tree, item, !chosen.empty(), *list);
   const std::string root = ItemName(opened.hive, opened.tree, 0) + "\\";
   Rows rows = RowsOf(*list);
   for (auto& row : rows) {
@@ -119,32 +119,58 @@ TEST(StructureReports, Uninstall) {
 }
 
 TEST(StructureReports, CountKeys) {
-  const auto data = [](uint64_t time, size_t size) {
-    Bytes bytes(16, 0x05);
-    PutU64(bytes, 8, time);
+  const auto data = [](size_t size, std::initializer_list<std::pair<uint32_t, uint64_t>> fields) {
+    Bytes bytes(std::max<size_t>(size, 72), 0x05);
+    for (const auto& [at, number] : fields) {
+      at == 8 || at == 60 ? PutU64(bytes, at, number)
+                          : PutU32(bytes, at, static_cast<uint32_t>(number));
+    }
     bytes.resize(size);
     return bytes;
   };
+  constexpr uint64_t kLow = 0xFFFFFFFF;
+  constexpr uint64_t kHighBit = kDefaultTime | 0x80000000;  // of the low half
+  const struct {
+    const char* name;
+    Bytes data;
+    std::vector<std::string> counted;  // time, runs, focus count, focus time
+  } cases[] = {
+      {"HRZR_az", data(16, {{4, 7}, {8, kDefaultTime}}), {kDate, "7", "", ""}},
+      {"low half 0",
+       data(16, {{8, 0x01D70000ull << 32}}),
+       {"2021/02/10, 22:56:43", "84215045", "", ""}},
+      {"low half's top bit",
+       data(16, {{8, kHighBit}}),
+       {"2021/03/04, 00:03:34", "84215045", "", ""}},
+      {"low half alone", data(16, {{8, kDefaultTime & kLow}}), {"", "84215045", "", ""}},
+      {"no time that was", data(16, {{8, kDefaultTime | 1ull << 63}}), {"", "84215045", "", ""}},
+      {"none", data(16, {{4, 0}, {8, 0}}), {"", "0", "", ""}},
+      {"short", data(15, {{8, kDefaultTime}}), {"", "", "", ""}},
+      {"statistics", data(1612, {{8, kDefaultTime}, {60, kDefaultTime}}), {"", "", "", ""}},
+      // What would be the time of the short form are the focus counters.
+      {"long",
+       data(72, {{8, 3 | 0x01D70000ull << 32}, {4, 2}, {60, kHighBit}}),
+       {"2021/03/04, 00:03:34", "2", "3", "30867456"}},
+      {"never run",
+       data(72, {{8, kDefaultTime}, {4, 0}, {60, 0}}),
+       {"", "0", std::to_string(kDefaultTime & kLow), std::to_string(kDefaultTime >> 32)}},
+  };
   HiveBuilder builder;
   KeyRef counts = builder.Key("Explorer\\UserAssist\\{GUID}").Dword("Version", 3).Key("Count");
-  counts.Value("HRZR_az", kRegBinary, data(kDefaultTime, 16));
-  counts.Value("half", kRegBinary, data(kDefaultTime & 0xFFFFFFFF, 16));
-  counts.Value("low 0", kRegBinary, data(kDefaultTime & ~0xFFFFFFFFull, 16));
-  counts.Value("low negative", kRegBinary, data(kDefaultTime | 0x80000000, 16));
-  counts.Value("negative", kRegBinary, data(kDefaultTime | 1ull << 63, 16));
-  counts.Value("short", kRegBinary, data(kDefaultTime, 15));
+  for (const auto& c : cases) counts.Value(c.name, kRegBinary, c.data);
   const BuiltHive built = builder.Build();
   OpenedHive opened(built);
   const Rows rows = Reported(opened, Report::kCountKeys);
-  ASSERT_EQ(rows.size(), 6u);
+  ASSERT_EQ(rows.size(), std::size(cases));
   EXPECT_EQ(rows[0][0], "Explorer\\UserAssist\\{GUID}\\Count");
   EXPECT_EQ(rows[0][1], "HRZR_az");
   EXPECT_EQ(rows[0][2], "UEME_nm");
   EXPECT_EQ(rows[0][3].substr(0, 6), "05 05 ");
   EXPECT_EQ(rows[0][5],
             Formatted("0x%08X", built.PositionOf("Explorer\\UserAssist\\{GUID}\\Count")));
-  EXPECT_EQ(rows[0][4], kDate);
-  for (size_t row = 1; row < rows.size(); ++row) EXPECT_EQ(rows[row][4], "") << rows[row][1];
+  const Rows counted = Columns(rows, {4, 6, 7, 8});
+  for (size_t i = 0; i < std::size(cases); ++i)
+    EXPECT_EQ(counted[i], cases[i].counted) << cases[i].name;
 }
 
 TEST(StructureReports, Classes) {
@@ -263,8 +289,9 @@ TEST(StructureReports, WhereTheyBegin) {
   const auto begin = [&](Report report, std::string_view path) {
     std::vector<std::string> names;
     const uint32_t item = path.empty() ? 0 : opened.Item(path);
-    for (const uint32_t at : FindReportKeys(opened.hive, opened.tree, report, item)) {
-      names.push_back(ItemPath(opened.hive, opened.tree, at).substr(5));
+    for (const ReportStart& at :
+         FindReportKeys(opened.hive, opened.tree, report, item, !path.empty())) {
+      names.push_back(ItemPath(opened.hive, opened.tree, at.item).substr(5));
     }
     return names;
   };
@@ -277,6 +304,43 @@ TEST(StructureReports, WhereTheyBegin) {
   EXPECT_EQ(begin(Report::kOpenSaveMru, "Other"), Names{});
   HideBranch(opened.tree, opened.Item(inside));
   EXPECT_EQ(begin(Report::kServices, ""), Names{"Disconnected Keys\\Services"});
+}
+
+// Keys of any hive have subkeys and values; only a key that the user names is taken for more.
+TEST(StructureReports, WithoutTheStructure) {
+  HiveBuilder builder;
+  builder.Root().Binary("HRZR_az", 16);
+  builder.Key("Some\\Key").Dword("Start", 1).Sz("ImagePath", "a.sys").Sz("DisplayName", "d");
+  builder.Key("Some").Binary("HRZR_az", 16);
+  OpenedHive opened(builder.Build());
+  const std::pair<Report, size_t> cases[] = {{Report::kServices, 1},    {Report::kUninstall, 2},
+                                             {Report::kCountKeys, 1},   {Report::kClasses, 0},
+                                             {Report::kProgIds, 0},     {Report::kOpenWith, 0},
+                                             {Report::kOpenSaveMru, 0}, {Report::kStreamMru, 0}};
+  for (const auto& [report, named] : cases) {
+    SCOPED_TRACE(InfoOf(report).name);
+    EXPECT_EQ(Reported(opened, report), Rows());
+    EXPECT_EQ(opened.host.statuses.back(), kNothingToReport);
+    EXPECT_EQ(Reported(opened, report, "Some").size(), named);
+  }
+}
+
+// What lies in a service or an uninstall entry is none.
+TEST(StructureReports, FromInsideAnEntry) {
+  HiveBuilder builder;
+  builder.Key("ControlSet001\\Services\\S\\Parameters\\Inner").Dword("Start", 1);
+  builder.Key("CurrentVersion\\Uninstall\\U\\Part\\Inner").Sz("DisplayName", "p");
+  builder.Key("CurrentVersion\\Uninstall\\U").Sz("DisplayName", "u");
+  OpenedHive opened(builder.Build());
+  for (const std::string below : {"", "\\Parameters", "\\Parameters\\Inner"}) {
+    const std::string service = "ControlSet001\\Services\\S";
+    EXPECT_EQ(Columns(Reported(opened, Report::kServices, service + below), {0}), Rows{{service}});
+  }
+  for (const std::string below : {"", "\\Part", "\\Part\\Inner"}) {
+    const std::string entry = "CurrentVersion\\Uninstall\\U";
+    EXPECT_EQ(Columns(Reported(opened, Report::kUninstall, entry + below), {1, 2}),
+              (Rows{{entry, "u"}}));
+  }
 }
 
 TEST(StructureReports, EditedAndHidden) {

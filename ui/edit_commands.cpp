@@ -56,7 +56,7 @@ void OnEditValue(MainWindow& window) {
   }
   const uint32_t key = KeyOfRows(window);
   edit.key = window.shown_item == kNoItem ? std::string()
-                                          : ItemPath(hive, *window.key_tree, window.shown_item);
+                                          : LongItemPath(hive, *window.key_tree, window.shown_item);
   edit.name = ValueDisplayName(value);
   edit.type = value.type;
   edit.file_position = PlacesOf(hive, value);

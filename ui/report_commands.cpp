@@ -49,7 +49,7 @@ void StartReport(MainWindow& window, Report report) {
   FillListWindow(
       window, MakeOutputList(InfoOf(report).kind),
       [&hive = ShownHive(window), &tree = *window.key_tree, item = SelectedItem(window.tree),
-       report](OutputList& list) { RunReportOnHive(report, hive, tree, item, list); });
+       report](OutputList& list) { RunReportOnHive(report, hive, tree, item, item != 0, list); });
 }
 
 void StartLiveReport(MainWindow& window, Report report) {

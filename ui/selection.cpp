@@ -61,7 +61,7 @@ void ShowDetail(MainWindow& window, std::wstring text) {
 
 void ShowPath(const MainWindow& window, uint32_t item) {
   const std::string path =
-      item == kNoItem ? "" : ItemPathUtf8(ShownHive(window), *window.key_tree, item, nullptr);
+      item == kNoItem ? "" : LongItemPathUtf8(ShownHive(window), *window.key_tree, item);
   SetWindowTextW(window.path, WideName(path).c_str());
 }
 

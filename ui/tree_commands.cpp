@@ -136,7 +136,7 @@ void OnCollapseSubfolders(MainWindow& window) {
 
 void OnCopyKeyName(MainWindow& window) {
   const uint32_t item = SelectedItem(window.tree);
-  const std::string path = ItemPathUtf8(ShownHive(window), *window.key_tree, item, nullptr);
+  const std::string path = LongItemPathUtf8(ShownHive(window), *window.key_tree, item);
   CopyText(window.handle, WideName(path));
 }
 

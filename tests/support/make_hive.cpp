@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "tests/support/hostile_hives.h"
+#include "tests/support/plain_cells.h"
 #include "tests/support/sample_hives.h"
 
 namespace {
@@ -30,7 +31,12 @@ constexpr Shape kShapes[] = {
     {"flat", hivequarry::testing::FlatHive, true, "COUNT subkeys of one key"},
     {"deep", hivequarry::testing::DeepHive, true, "COUNT nested keys"},
     {"values", hivequarry::testing::HiveOfValues, true, "COUNT values of one key"},
-    {"shared", hivequarry::testing::SharedListHive, true, "COUNT keys that share one list"}};
+    {"shared", hivequarry::testing::SharedListHive, true, "COUNT keys that share one list"},
+    {"nested", [](uint32_t count) { return hivequarry::testing::NestedHive(count, "深い"); }, true,
+     "COUNT nested keys with names that no code page has"},
+    {"below",
+     [](uint32_t count) { return hivequarry::testing::WideBelowNested(100, "深い", count); }, true,
+     "COUNT keys below 100 nested ones"}};
 
 int Usage() {
   std::fprintf(stderr, "usage: make-hive KIND [COUNT] FILE\n");

@@ -1,0 +1,337 @@
+// Full paths of items, and the items that paths name.
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <cstring>
+
+#include "hive/key_node.h"
+#include "hive/key_tree.h"
+#include "hive/root_path.h"
+#include "hive/value_text.h"
+#include "host/host.h"
+
+namespace hivequarry {
+namespace {
+
+constexpr std::string_view kLeftOut = "...@";  // and the position of the key that follows
+constexpr size_t kTailLength = 100;            // characters of a shortened path behind that
+
+// All listed paths that are longer than kLeastPath may take this many times the file's length, and
+// what a small file may take besides.
+constexpr uint64_t kPathsPerByte = 2;
+constexpr uint64_t kPathsOfSmallFile = 16 * 1024 * 1024;
+
+// --- how long paths get ------------------------------------------------------------------------
+
+// Near enough to count with: every character takes a byte or two of a stored name.
+size_t NameLength(const HiveImage& hive, const KeyTree& tree, uint32_t item) {
+  const KeyItem& it = tree.items[item];
+  const bool stored = it.kind == ItemKind::kKey || it.kind == ItemKind::kPathCopy;
+  if (!stored || it.made_name != 0) return ItemName(hive, tree, item).size();
+  return std::min<size_t>(ReadU16(hive, it.position + kKeyNameLength), 510);
+}
+
+// Rows of a list that have the path of the key: its own and those of its values.
+uint64_t RowsOf(const HiveImage& hive, const KeyTree& tree, uint32_t item) {
+  if (!HasKeyCell(tree, item)) return 1;
+  constexpr uint32_t kBytesOfValue = 32;
+  const uint32_t values = ReadU32(hive, tree.items[item].position + kKeyValueCount);
+  return 1 + uint64_t{std::min(values, hive.length / kBytesOfValue)};
+}
+
+// The most that paths may be long for all of them to stay within their bounds.
+size_t FindPathLimit(const HiveImage& hive, const KeyTree& tree) {
+  constexpr std::array<size_t, 7> kLimits = {kLongestPath, 16384, 8192, 4096, 2048, 1024, 512};
+  const uint64_t most = kPathsPerByte * hive.length + kPathsOfSmallFile;
+  std::array<uint64_t, kLimits.size()> totals{};
+  struct Open {
+    uint32_t end;
+    size_t length;
+  };
+  std::vector<Open> open;
+  for (uint32_t item = 0; item < tree.items.size(); ++item) {
+    while (!open.empty() && item >= open.back().end) open.pop_back();
+    const size_t length =
+        NameLength(hive, tree, item) + (open.empty() ? 0 : open.back().length + 1);
+    open.push_back({tree.items[item].end, length});
+    if (length <= kLeastPath) continue;
+    const uint64_t rows = RowsOf(hive, tree, item);
+    for (size_t i = 0; i < kLimits.size(); ++i) totals[i] += rows * std::min(length, kLimits[i]);
+  }
+  for (size_t i = 0; i < kLimits.size(); ++i) {
+    if (totals[i] <= most) return kLimits[i];
+  }
+  return kLeastPath;
+}
+
+// --- from an item up ---------------------------------------------------------------------------
+
+using NameOf = std::string (*)(const HiveImage&, const KeyTree&, uint32_t);
+
+std::string Joined(const HiveImage& hive, const KeyTree& tree, std::string path,
+                   std::span<const uint32_t> upwards, NameOf name) {
+  for (auto at = upwards.rbegin(); at != upwards.rend(); ++at) {
+    if (at != upwards.rbegin() || !path.empty()) path += '\\';
+    path += name(hive, tree, *at);
+  }
+  return path;
+}
+
+// An item that a shortened path can name by its position: a key below the root and the folders.
+bool IsAnchor(const KeyTree& tree, uint32_t item) {
+  const KeyItem& it = tree.items[item];
+  const bool key = it.kind == ItemKind::kKey || it.kind == ItemKind::kPathCopy;
+  return item != 0 && key && it.position != kNoOffset;
+}
+
+bool IsUnderFolder(const KeyTree& tree, uint32_t item) {
+  const uint32_t folder = tree.disconnected_keys;
+  return folder != kNoItem && item > folder && item < tree.items[folder].end;
+}
+
+// The root, or the folder of the disconnected keys: what a shortened path begins with. A key may
+// be under both, as a copy.
+std::string PathTop(const HiveImage& hive, const KeyTree& tree, uint32_t item, NameOf name) {
+  const std::string root = name(hive, tree, 0);
+  return IsUnderFolder(tree, item) ? root + '\\' + kDisconnectedKeysTitle : root;
+}
+
+// What a path shows: the items from its own up to the root, or to the child of `anchor`.
+struct ShownPath {
+  std::vector<uint32_t> upwards;
+  uint32_t anchor = kNoItem;
+};
+
+ShownPath TailOf(const HiveImage& hive, const KeyTree& tree, uint32_t item) {
+  ShownPath shown;
+  size_t length = 0;
+  for (uint32_t at = item; at != kNoItem; at = tree.items[at].parent) {
+    length += ItemName(hive, tree, at).size() + 1;
+    const bool enough = !shown.upwards.empty() && length > kTailLength;
+    if (enough && IsAnchor(tree, at)) {
+      shown.anchor = at;
+      break;
+    }
+    shown.upwards.push_back(at);
+  }
+  return shown;
+}
+
+// `limit` 0: that of lists, which is looked for only when a path is long enough to need it.
+ShownPath ShownPathOf(const HiveImage& hive, const KeyTree& tree, uint32_t item, size_t limit) {
+  ShownPath shown;
+  size_t length = 0;
+  for (uint32_t at = item; at != kNoItem; at = tree.items[at].parent) {
+    length += ItemName(hive, tree, at).size() + (shown.upwards.empty() ? 0 : 1);
+    if (length > kLeastPath && limit == 0) limit = ListedPathLimit(hive, tree);
+    if (length > kLeastPath && length > limit) return TailOf(hive, tree, item);
+    shown.upwards.push_back(at);
+  }
+  return shown;
+}
+
+std::string TextOf(const HiveImage& hive, const KeyTree& tree, const ShownPath& shown,
+                   NameOf name) {
+  std::string path;
+  if (shown.anchor != kNoItem) {
+    path = PathTop(hive, tree, shown.upwards.front(), name) + '\\';
+    path += kLeftOut;
+    path += HexNumber(tree.items[shown.anchor].position);
+  }
+  return Joined(hive, tree, std::move(path), shown.upwards, name);
+}
+
+bool LosesAny(const HiveImage& hive, const KeyTree& tree, const ShownPath& shown) {
+  return std::ranges::any_of(shown.upwards, [&](uint32_t at) {
+    const std::string narrow = ItemName(hive, tree, at);
+    return !IsPlainText(narrow) && ItemNameUtf8(hive, tree, at) != Utf8FromNarrow(narrow);
+  });
+}
+
+// --- from a path down --------------------------------------------------------------------------
+
+// The child of `parent` that the first component of `path` names; `path` moves behind it. A name
+// may itself hold backslashes, so the longest child name that fits is taken.
+uint32_t TakeComponent(const HiveImage& hive, const KeyTree& tree, uint32_t parent,
+                       std::string_view& path) {
+  uint32_t best = kNoItem;
+  size_t best_length = 0;
+  for (uint32_t child = FirstChild(tree, parent); child != kNoItem;
+       child = NextSibling(tree, child)) {
+    const std::string name = ItemName(hive, tree, child);
+    const bool longer = best == kNoItem || name.size() > best_length;
+    const bool ends =
+        path.size() == name.size() || (path.size() > name.size() && path[name.size()] == '\\');
+    if (longer && ends && EqualIgnoringCase(path.substr(0, name.size()), name)) {
+      best = child;
+      best_length = name.size();
+    }
+  }
+  if (best != kNoItem) path.remove_prefix(std::min(path.size(), best_length + 1));
+  return best;
+}
+
+// True, with `path` moved behind it, when the path begins with this root text.
+bool TakeRoot(std::string_view root, std::string_view& path) {
+  while (!root.empty() && root.back() == '\\') root.remove_suffix(1);
+  if (root.empty() || path.size() < root.size()) return false;
+  if (!EqualIgnoringCase(path.substr(0, root.size()), root)) return false;
+  if (path.size() > root.size() && path[root.size()] != '\\') return false;
+  path.remove_prefix(std::min(path.size(), root.size() + 1));
+  return true;
+}
+
+uint32_t DescendPath(const HiveImage& hive, const KeyTree& tree, uint32_t item,
+                     std::string_view path) {
+  while (!path.empty() && item != kNoItem) item = TakeComponent(hive, tree, item, path);
+  return item;
+}
+
+// The item of a key among those under the folder of the disconnected keys, or among the others.
+uint32_t ItemAt(const KeyTree& tree, uint32_t position, bool under_folder) {
+  const uint32_t item = ItemOfPosition(tree, position);
+  if (item == kNoItem || IsUnderFolder(tree, item) == under_folder) return item;
+  if (!under_folder) return kNoItem;
+  const uint32_t folder = tree.disconnected_keys;
+  for (uint32_t at = folder + 1; at < tree.items[folder].end; ++at) {
+    const KeyItem& it = tree.items[at];
+    if (it.kind == ItemKind::kPathCopy && it.position == position) return at;
+  }
+  return kNoItem;
+}
+
+// The item that a shortened path, without its root, names; kNoItem for any other path.
+uint32_t FindShortened(const HiveImage& hive, const KeyTree& tree, std::string_view path) {
+  const bool under_folder = TakeRoot(kDisconnectedKeysTitle, path);
+  const std::string_view name = path.substr(0, path.find('\\'));
+  if (!name.starts_with(std::string(kLeftOut) + "0x")) return kNoItem;
+  uint32_t position = 0;
+  const char* digits = name.data() + kLeftOut.size() + 2;
+  const auto read = std::from_chars(digits, name.data() + name.size(), position, 16);
+  if (read.ec != std::errc() || read.ptr != name.data() + name.size()) return kNoItem;
+  const uint32_t anchor = ItemAt(tree, position, under_folder);
+  if (anchor == kNoItem) return kNoItem;
+  return DescendPath(hive, tree, anchor, path.substr(std::min(path.size(), name.size() + 1)));
+}
+
+}  // namespace
+
+size_t ListedPathLimit(const HiveImage& hive, const KeyTree& tree) {
+  size_t limit = tree.path_limit.value.load(std::memory_order_relaxed);
+  if (limit != 0) return limit;
+  limit = FindPathLimit(hive, tree);
+  tree.path_limit.value.store(limit, std::memory_order_relaxed);
+  return limit;
+}
+
+std::string ItemPath(const HiveImage& hive, const KeyTree& tree, uint32_t item) {
+  return TextOf(hive, tree, ShownPathOf(hive, tree, item, 0), ItemName);
+}
+
+std::string ItemPathUtf8(const HiveImage& hive, const KeyTree& tree, uint32_t item, bool* lossy) {
+  const ShownPath shown = ShownPathOf(hive, tree, item, 0);
+  if (lossy != nullptr) *lossy = LosesAny(hive, tree, shown);
+  return TextOf(hive, tree, shown, ItemNameUtf8);
+}
+
+std::string LongItemPath(const HiveImage& hive, const KeyTree& tree, uint32_t item) {
+  return TextOf(hive, tree, ShownPathOf(hive, tree, item, kLongestPath), ItemName);
+}
+
+std::string LongItemPathUtf8(const HiveImage& hive, const KeyTree& tree, uint32_t item) {
+  return TextOf(hive, tree, ShownPathOf(hive, tree, item, kLongestPath), ItemNameUtf8);
+}
+
+bool IsPlainText(std::string_view text) {
+  // Eight characters at a time: this is asked of every name of a hive.
+  if (text.find('?') != std::string_view::npos) return false;
+  uint64_t seen = 0;
+  for (; text.size() >= sizeof(seen); text.remove_prefix(sizeof(seen))) {
+    uint64_t word = 0;
+    std::memcpy(&word, text.data(), sizeof(word));
+    seen |= word;
+  }
+  for (const char c : text) seen |= static_cast<uint8_t>(c);
+  return (seen & 0x8080808080808080) == 0;
+}
+
+// --- walks -------------------------------------------------------------------------------------
+
+void PathWalker::Push(uint32_t item) {
+  const bool root = levels_.empty();
+  Level level{item, 0, 0, !root && levels_.back().lossy};
+  const size_t above = root ? 0 : levels_.back().length;
+  if (above > kLongestPath) {
+    // Too long to be shown whole at any limit, and so is everything below.
+    level.length = above;
+    level.utf8_length = levels_.back().utf8_length;
+    levels_.push_back(level);
+    return;
+  }
+  if (!root) path_ += '\\';
+  if (!root) utf8_ += '\\';
+  const size_t start = path_.size();
+  AppendItemName(hive_, tree_, item, path_);
+  const std::string_view name = std::string_view(path_).substr(start);
+  if (IsPlainText(name)) {
+    utf8_ += name;
+  } else {
+    const std::string whole = ItemNameUtf8(hive_, tree_, item);
+    level.lossy = level.lossy || whole != Utf8FromNarrow(name);
+    utf8_ += whole;
+  }
+  level.length = path_.size();
+  level.utf8_length = utf8_.size();
+  levels_.push_back(level);
+}
+
+void PathWalker::Enter(uint32_t item) {
+  // Levels whose subtree lies behind the item are done with.
+  while (!levels_.empty() &&
+         (item < levels_.back().item || item >= tree_.items[levels_.back().item].end)) {
+    levels_.pop_back();
+  }
+  std::vector<uint32_t> missing;
+  const uint32_t known = levels_.empty() ? kNoItem : levels_.back().item;
+  for (uint32_t at = item; at != known; at = tree_.items[at].parent) missing.push_back(at);
+  path_.resize(levels_.empty() ? 0 : levels_.back().length);
+  utf8_.resize(levels_.empty() ? 0 : levels_.back().utf8_length);
+  for (auto at = missing.rbegin(); at != missing.rend(); ++at) Push(*at);
+}
+
+bool PathWalker::IsLong() const {
+  return path_.size() > kLeastPath && path_.size() > ListedPathLimit(hive_, tree_);
+}
+
+const std::string& PathWalker::PathOf(uint32_t item) {
+  Enter(item);
+  if (!IsLong()) return path_;
+  return shortened_ = TextOf(hive_, tree_, TailOf(hive_, tree_, item), ItemName);
+}
+
+const std::string& PathWalker::LosslessOf(uint32_t item) {
+  Enter(item);
+  lossless_.clear();
+  if (IsLong()) {
+    const ShownPath shown = TailOf(hive_, tree_, item);
+    if (LosesAny(hive_, tree_, shown)) lossless_ = TextOf(hive_, tree_, shown, ItemNameUtf8);
+    return lossless_;
+  }
+  return levels_.back().lossy ? utf8_ : lossless_;
+}
+
+uint32_t FindItemByPath(const HiveImage& hive, const KeyTree& tree, std::string_view path) {
+  if (tree.items.empty()) return kNoItem;
+  if (path.starts_with('\\')) path.remove_prefix(1);
+  while (path.ends_with('\\')) path.remove_suffix(1);
+  std::string_view rest = path;
+  if (TakeRoot(tree.root_text, rest) || TakeRoot(hive.long_prefix, rest)) {
+    const uint32_t item = DescendPath(hive, tree, 0, rest);
+    if (item != kNoItem) return item;
+    const uint32_t shortened = FindShortened(hive, tree, rest);
+    if (shortened != kNoItem) return shortened;
+  }
+  return DescendPath(hive, tree, 0, path);
+}
+
+}  // namespace hivequarry

@@ -1,0 +1,116 @@
+// Full paths: whole as far as any registry goes, bounded in all, and no two keys with the same.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <set>
+
+#include "lists/list_writers.h"
+#include "reports/hive_lists.h"
+#include "reports/key_dates.h"
+#include "tests/support/deadline.h"
+#include "tests/support/opened_hive.h"
+#include "tests/support/plain_cells.h"
+
+namespace hivequarry::testing {
+namespace {
+
+constexpr const char* kWideName = "深い鍵";  // of a character set that few code pages have
+
+// All paths of a hive: different from one another, the same however they are asked for, and found
+// again.
+void CheckPaths(const OpenedHive& opened) {
+  const KeyTree& tree = opened.tree;
+  PathWalker walker(opened.hive, tree);
+  std::set<std::string> seen;
+  std::set<std::string> seen_utf8;
+  const auto count = static_cast<uint32_t>(tree.items.size());
+  for (uint32_t item = 0; item < count; ++item) {
+    const std::string path = walker.PathOf(item);
+    const std::string utf8 = walker.LosslessOf(item);
+    ASSERT_TRUE(seen.insert(path).second) << item << ": " << path;
+    ASSERT_TRUE(seen_utf8.insert(utf8.empty() ? path : utf8).second) << item << ": " << utf8;
+    if (item % (count / 500 + 1) != 0) continue;
+    bool lossy = false;
+    ASSERT_EQ(ItemPath(opened.hive, tree, item), path);
+    const std::string single = ItemPathUtf8(opened.hive, tree, item, &lossy);
+    ASSERT_EQ(lossy ? single : std::string(), utf8);
+    ASSERT_EQ(FindItemByPath(opened.hive, tree, path), item) << path;
+  }
+}
+
+TEST(ItemPaths, AreWholeAsFarAsRegistriesGo) {
+  // 512 levels and 32,767 characters are the most that there are.
+  const OpenedHive opened{std::span<const uint8_t>(NestedHive(511, std::string(62, 'n')))};
+  const std::string path = ItemPath(opened.hive, opened.tree, 511);
+  EXPECT_EQ(path.size(), ItemPath(opened.hive, opened.tree, 0).size() + 511 * 63);
+  EXPECT_EQ(path.find("...@"), std::string::npos);
+  CheckPaths(opened);
+}
+
+TEST(ItemPaths, OfDeepTreesAreShortenedFromAKeyOn) {
+  const OpenedHive opened{std::span<const uint8_t>(NestedHive(20000, "name"))};
+  const std::string path = ItemPath(opened.hive, opened.tree, 20000);
+  EXPECT_LT(path.size(), 200u);
+  const std::string root = ItemPath(opened.hive, opened.tree, 0);
+  EXPECT_EQ(path.find("\\...@0x"), root.size()) << path;
+  EXPECT_TRUE(path.ends_with("\\name\\name\\name"));
+  CheckPaths(opened);
+  // One that is not shortened is found too, and one that names no key is not.
+  EXPECT_EQ(FindItemByPath(opened.hive, opened.tree, LongItemPath(opened.hive, opened.tree, 6000)),
+            6000u);
+  EXPECT_EQ(FindItemByPath(opened.hive, opened.tree, root + "\\...@0x00000004\\name"), kNoItem);
+  EXPECT_EQ(FindItemByPath(opened.hive, opened.tree, root + "\\...@0x\\name"), kNoItem);
+}
+
+TEST(ItemPaths, OfKeysBelowALongPath) {
+  CheckPaths(OpenedHive{std::span<const uint8_t>(WideBelowNested(100, kWideName, 20000))});
+  CheckPaths(
+      OpenedHive{std::span<const uint8_t>(WideBelowNested(3, std::string(250, 'n'), 60000))});
+}
+
+// A key that its parent's list names, and one of the same name that only names its parent: the
+// second hangs under the folder, below a copy of the parent.
+TEST(ItemPaths, UnderTheFolderDifferFromThoseOfTheRoot) {
+  PlainCells cells;
+  uint32_t key = cells.root;
+  for (int level = 0; level < 20000; ++level) {
+    const uint32_t child = cells.Key(key, "name");
+    cells.List(key, std::span(&child, 1));
+    key = child;
+  }
+  cells.Key(key, "last");
+  const uint32_t listed = cells.Key(key, "last");
+  cells.List(key, std::span(&listed, 1));
+  const OpenedHive opened{std::span<const uint8_t>(cells.Finish())};
+  ASSERT_TRUE(std::ranges::any_of(opened.tree.items, [](const KeyItem& item) {
+    return item.kind == ItemKind::kPathCopy;
+  }));
+  CheckPaths(opened);
+}
+
+// In JSON the path that lost nothing stands beside the one that did.
+TEST(ItemPaths, LosslessPathsAreShortenedAlike) {
+  const OpenedHive opened{std::span<const uint8_t>(NestedHive(20000, kWideName))};
+  const OutputListPtr list = ListKeyTree(opened.hive, opened.tree, 0);
+  ASSERT_GE(RowCount(*list), 20001u);
+  const std::string narrow(CellText(*list, 20000, 0));
+  const std::string utf8(FactsOfRow(*list, 20000).path);
+  const size_t mark = narrow.find("\\...@0x");
+  ASSERT_NE(mark, std::string::npos) << narrow;
+  EXPECT_EQ(utf8.substr(0, mark + 16), narrow.substr(0, mark + 16));
+  EXPECT_TRUE(utf8.ends_with(std::string("\\") + kWideName)) << utf8;
+}
+
+// Rows of deep trees cost what their paths show, and not all that is above.
+TEST(ItemPaths, OfDeepTreesAreListedInTime) {
+  const Bytes bytes = NestedHive(200000, kWideName);
+  const OpenedHive opened{std::span<const uint8_t>(bytes)};
+  const Deadline deadline(kSeconds * (0.5 + 0.2 * static_cast<double>(bytes.size()) / 1e6));
+  EXPECT_EQ(RowCount(*ListKeyTree(opened.hive, opened.tree, 0)), 200001u);
+  const OutputListPtr dates = MakeOutputList(kListKeyDates);
+  ListKeyDates(opened.hive, opened.tree, 0, {}, *dates);
+  EXPECT_EQ(RowCount(*dates), 200001u);
+}
+
+}  // namespace
+}  // namespace hivequarry::testing

@@ -1,0 +1,33 @@
+// A limit for the time that a test may take.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <ctime>
+
+namespace hivequarry::testing {
+
+// Sanitizers cost a factor that is no business of these tests.
+#if defined(__SANITIZE_THREAD__)
+inline constexpr double kSeconds = 300;
+#elif defined(__SANITIZE_ADDRESS__)
+inline constexpr double kSeconds = 15;
+#else
+inline constexpr double kSeconds = 1;
+#endif
+
+// In time of this process, so that what else the machine does is no part of it.
+class Deadline {
+ public:
+  explicit Deadline(double seconds = kSeconds) : seconds_(seconds) {}
+  ~Deadline() {
+    const auto taken = static_cast<double>(std::clock() - start_) / CLOCKS_PER_SEC;
+    EXPECT_LT(taken, seconds_);
+  }
+
+ private:
+  std::clock_t start_ = std::clock();
+  double seconds_;
+};
+
+}  // namespace hivequarry::testing
