@@ -38,10 +38,16 @@ uint32_t TakeEntries(Collection& collection, uint32_t wanted) {
   return taken;
 }
 
+// Where cells were moved the next one at its new place ends a cell that reaches over it.
+uint32_t RoomAt(const HiveImage& hive, uint32_t cell) {
+  const auto next = std::ranges::upper_bound(hive.offset_runs, cell, {}, &OffsetRun::position);
+  return (next == hive.offset_runs.end() ? hive.length : next->position) - cell;
+}
+
 // The cell's own length, if another cell or the end of its block follows there.
 uint32_t CredibleLength(const HiveImage& hive, uint32_t cell, uint32_t used) {
   const uint32_t length = CellLength(ReadU32(hive, cell));
-  const bool sized = length % 8 == 0 && length >= used && InsideHive(hive, cell, length);
+  const bool sized = length % 8 == 0 && length >= used && length <= RoomAt(hive, cell);
   if (!sized) return used;
   if (!InsideHive(hive, cell + length, kSizeField)) return length;
   const uint32_t next = ReadU32(hive, cell + length);
@@ -56,7 +62,7 @@ bool Take(Collection& collection, uint32_t cell, uint64_t used, uint32_t owner, 
   if (!IsAllocated(size) || ContainsPosition(collection.seen, cell)) return false;
   InsertPosition(collection.seen, cell);
   const auto least =
-      static_cast<uint32_t>(std::min<uint64_t>({used, CellLength(size), hive.length - cell}));
+      static_cast<uint32_t>(std::min<uint64_t>({used, CellLength(size), RoomAt(hive, cell)}));
   collection.owned.cells.push_back({cell, least, CredibleLength(hive, cell, least), owner, what});
   return true;
 }
@@ -150,6 +156,11 @@ void TakeKey(Collection& collection, uint32_t key) {
   }
 }
 
+uint64_t EndOf(const OwnedCell& cell) {
+  const bool whole = cell.what == OwnedAs::kData || cell.what == OwnedAs::kSegment;
+  return uint64_t{cell.position} + (whole ? cell.length : cell.used);
+}
+
 // A cell whose length takes in the start of another one is not as long as that.
 OwnedCells Finish(Collection& collection) {
   std::vector<OwnedCell>& cells = collection.owned.cells;
@@ -160,9 +171,8 @@ OwnedCells Finish(Collection& collection) {
   }
   std::vector<uint32_t>& farthest = collection.owned.farthest;
   farthest.resize(cells.size());
-  const auto end_of = [&](uint32_t i) { return uint64_t{cells[i].position} + cells[i].length; };
   for (uint32_t i = 0; i < cells.size(); ++i) {
-    const bool other = i > 0 && end_of(farthest[i - 1]) > end_of(i);
+    const bool other = i > 0 && EndOf(cells[farthest[i - 1]]) > EndOf(cells[i]);
     farthest[i] = other ? farthest[i - 1] : i;
   }
   return std::move(collection.owned);
@@ -201,7 +211,7 @@ const OwnedCell* OwnerOf(const OwnedCells& owned, uint32_t begin, uint64_t end) 
   if (behind == owned.cells.begin()) return nullptr;
   const auto last = static_cast<size_t>(behind - owned.cells.begin()) - 1;
   const OwnedCell& cell = owned.cells[owned.farthest[last]];
-  return uint64_t{cell.position} + cell.length > begin ? &cell : nullptr;
+  return EndOf(cell) > begin ? &cell : nullptr;
 }
 
 const char* OwnedWord(OwnedAs what) {

@@ -51,8 +51,9 @@ OwnedCells CollectOwnedCells(const HiveImage& hive, const KeyTree& tree);
 // Those of values that no key has: the values themselves and their data.
 OwnedCells CollectValueCells(const HiveImage& hive, std::span<const uint32_t> values);
 
-// A cell that has bytes in [begin, end), null for none. The whole cell counts, also what stands
-// behind the bytes in use.
+// A cell that has bytes in [begin, end), null for none. Of a data cell every byte counts: what
+// stands after the bytes in use may be what was written there before they became fewer. Of any
+// other cell the bytes in use count: after them older records may be left.
 const OwnedCell* OwnerOf(const OwnedCells& owned, uint32_t begin, uint64_t end);
 
 // "value data", "class name" and so on.
