@@ -5,6 +5,8 @@
 #include <span>
 #include <utility>
 
+#include "recovery/live_cells.h"
+
 namespace hivequarry {
 namespace {
 
@@ -148,18 +150,28 @@ std::vector<uint32_t> LooseRows(const ScanTables& tables, const Hanging& hanging
   return rows;
 }
 
-void HangAll(const ScanTables& tables, Hanging& hanging) {
+bool AllReached(const Hanging& hanging) {
+  return std::ranges::find(hanging.reached, false) == hanging.reached.end();
+}
+
+// What lists lead to from the root.
+Hanging HangByLists(const HiveImage& hive, const ScanTables& tables) {
+  Hanging hanging;
   const auto count = static_cast<uint32_t>(tables.keys.size());
   hanging.owner.assign(count, kNoRow);
   hanging.entry.assign(count, kNoRow);
   hanging.reached.assign(count, false);
+  if (!tables.roots.empty()) hanging.root = RankOfPosition(tables.key_index, hive.root_position);
   Spreader spreader(tables, hanging);
   if (hanging.root != kNoRow) spreader.Start(hanging.root);
   spreader.Run();
   hanging.connected = hanging.reached;
-  if (std::find(hanging.reached.begin(), hanging.reached.end(), false) == hanging.reached.end()) {
-    return;
-  }
+  return hanging;
+}
+
+void HangOthers(const ScanTables& tables, Hanging& hanging) {
+  const auto count = static_cast<uint32_t>(tables.keys.size());
+  Spreader spreader(tables, hanging);
   IndexFields(tables, hanging);
   for (uint32_t row = 0; row < count; ++row) {
     if (hanging.connected[row]) spreader.OfferFields(row);
@@ -329,11 +341,16 @@ void EmitDisconnected(const ScanTables& tables, const Hanging& hanging, Emitter&
 
 }  // namespace
 
+std::vector<bool> RowsReachedByLists(const HiveImage& hive, const ScanTables& tables) {
+  return HangByLists(hive, tables).reached;
+}
+
 void HangKeys(const HiveImage& hive, ScanTables& tables, KeyTree& tree) {
-  Hanging hanging;
-  hanging.root =
-      tables.roots.empty() ? kNoRow : RankOfPosition(tables.key_index, hive.root_position);
-  HangAll(tables, hanging);
+  Hanging hanging = HangByLists(hive, tables);
+  if (!AllReached(hanging)) {
+    if (DropOwnedKeys(hive, hanging.connected, tables) != 0) hanging = HangByLists(hive, tables);
+    HangOthers(tables, hanging);
+  }
   tree.items.clear();
   tree.items.reserve(tables.keys.size() + 3);
   tree.item_of_rank.assign(tables.keys.size(), kNoItem);

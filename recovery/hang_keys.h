@@ -16,14 +16,19 @@
 // Cycles, shared subtrees and double listings end here: nothing behind this room meets them.
 #pragma once
 
+#include <vector>
+
 #include "hive/image.h"
 #include "hive/key_tree.h"
 #include "recovery/scan_tables.h"
 
 namespace hivequarry {
 
+// For each row of finished tables: whether lists lead to it from the root.
+std::vector<bool> RowsReachedByLists(const HiveImage& hive, const ScanTables& tables);
+
 // Fills `tree` (items, folders, look-up) from finished tables; root_text is the caller's. The
-// tables' key_index moves into the tree.
+// tables' key_index moves into the tree. Keys in cells that live records own go (live_cells.h).
 void HangKeys(const HiveImage& hive, ScanTables& tables, KeyTree& tree);
 
 }  // namespace hivequarry

@@ -11,7 +11,9 @@
 #include "recovery/disconnected_values.h"
 #include "recovery/fragment_base.h"
 #include "recovery/hang_keys.h"
+#include "recovery/live_cells.h"
 #include "recovery/relations.h"
+#include "recovery/root_search.h"
 #include "recovery/scan.h"
 
 namespace hivequarry {
@@ -32,18 +34,6 @@ void PresetRoot(HiveImage& hive) {
   const bool named_fits =
       named != kNoOffset && named % 8 == 0 && named >= hive.data_start && IsKeyCell(hive, named);
   hive.root_position = named_fits && !first_cell_is_root ? named : kFirstCellPosition;
-}
-
-// A fragment that begins like a hive has its root in the first cell, even where the flags that say
-// so are lost.
-void AdoptFirstCell(HiveImage& hive, ScanTables& tables) {
-  if (!tables.roots.empty() || !hive.data_base_proven) return;
-  const uint32_t first = hive.data_base + kBinHeaderSize;
-  const uint32_t row = RankOfPosition(tables.key_index, first);
-  if (row == kNoRank) return;
-  tables.keys[row].root = true;
-  tables.roots.push_back(first);
-  hive.root_position = first;
 }
 
 // Offsets that lead nobody knows where are not followed.
@@ -81,9 +71,15 @@ void CollectTables(HiveImage& hive, const BuildOptions& options, ScanTables& tab
   ScanOptions scan;
   scan.minimum_name_length = options.minimum_name_length;
   scan.ask_other_roots = options.ask_other_roots;
+  scan.bare_cells = !hive.header_valid && !hive.data_base_proven;
   ShowStatus("Collecting information ...");
   const uint32_t whole = hive.length;
   Collect(hive, scan, tables);
+  if (scan.ask_other_roots && !tables.other_roots.empty() && !StopRequested()) {
+    FinishScan(tables);
+    const uint32_t other = FindOtherHive(hive, tables);
+    if (other != 0) CutAtRoot(hive, other);
+  }
   if (hive.length != whole && !StopRequested()) {
     ForgetOtherHive(hive);
     Collect(hive, scan, tables);
@@ -94,11 +90,15 @@ void CollectTables(HiveImage& hive, const BuildOptions& options, ScanTables& tab
   }
   if (!hive.data_base_proven) ForgetRelations(tables);
   FinishScan(tables);
-  AdoptFirstCell(hive, tables);
+  FindLostRoot(hive, tables);
   if (!NeedsRepair(hive, tables)) return;
+  DropOwnedKeys(hive, RowsReachedByLists(hive, tables), tables);
   ShowStatus("Evaluating data ...");
   ScanImage(hive, ScanPass::kEvaluate, scan, tables);
+  DropOwnedLists(hive, RowsReachedByLists(hive, tables), tables);
   RepairRelations(hive, scan, tables);
+  // By now more keys are reached, and what they own is no record either.
+  DropOwnedKeys(hive, RowsReachedByLists(hive, tables), tables);
 }
 
 void ChooseRootText(HiveImage& hive, const BuildOptions& options, const ScanTables& tables,

@@ -35,8 +35,8 @@ struct ImageSummary {
   bool stopped = false;
 };
 
-// An image in which nothing at all was found is held against the strict check (ValidateHiveFile), so
-// that its user learns why there is nothing to see.
+// An image in which nothing at all was found is held against the strict check (ValidateHiveFile),
+// so that its user learns why there is nothing to see.
 inline bool FoundNothing(const ImageSummary& found) {
   return found.keys == 0 && found.values == 0 && found.bins == 0 && !found.stopped;
 }

@@ -362,19 +362,6 @@ void FindMissingSiblings(Repair& repair) {
 
 // --- the end
 
-// Sorts the rows by position again and resolves every entry to its row.
-void SortRows(ScanTables& tables, const HiveImage& hive) {
-  if (!tables.added_rows.empty()) {
-    std::sort(tables.keys.begin(), tables.keys.end(),
-              [](const KeyRow& a, const KeyRow& b) { return a.position < b.position; });
-    tables.added_rows.clear();
-    ResetIndex(tables.key_index, hive.length);
-    for (const KeyRow& key : tables.keys) InsertPosition(tables.key_index, key.position);
-    SealIndex(tables.key_index);
-  }
-  for (ChildEntry& entry : tables.child_entries) entry.row = RowAt(tables, entry.key);
-}
-
 // A list whose entries lead to no key, not even to a made one, is not whole: it may have named any
 // key that says it belongs there.
 void FindIncompleteLists(ScanTables& tables) {
@@ -433,7 +420,11 @@ void RepairRelations(HiveImage& hive, const ScanOptions& options, ScanTables& ta
   RepairParents(repair);
   FindMissingChildren(repair);
   FindMissingSiblings(repair);
-  SortRows(tables, hive);
+  if (tables.added_rows.empty()) {
+    FinishScan(tables);
+  } else {
+    IndexKeys(hive, tables);
+  }
   FindIncompleteLists(tables);
 }
 

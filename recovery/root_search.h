@@ -1,21 +1,30 @@
-// A file may hold several hives one after another, or a piece of one. An image shows the hive that
-// hangs from one root; when the scan meets the root of another, the image ends there and the rest
-// is offered in a new window.
+// Which key is the root of the window's hive, and where that hive ends.
 //
-// Which root is the window's own:
-// - A root is an accepted key with a root's flags, the first cell of an image with a base block
-//   whatever is left of it, or the key that the base block names.
-// - With a base block, the first root met.
-// - Without one, the first root met, if no more stands in front of it than a base block and a bin
+// A file may hold several hives one after another, or a piece of one. An image shows the hive that
+// hangs from one root; where another hive begins the image ends, and the rest is offered in a new
+// window.
+//
+// The window's own root is
+// - with a base block, the first cell, or the key that the base block names; of the first cell
+//   enough must be left to tell a root (HasRootRemains);
+// - without one, the first root met, if no more stands in front of it than a base block and a bin
 //   header take: a fragment that was cut off somewhere at its front still shows its root, and a
-//   window that was opened for a root keeps it and does not ask for it again.
-// - Every other root is another hive's, and from it on nothing belongs to this window, whether or
-//   not the user wants to see the rest.
+//   window that was opened for a root keeps it and does not ask for it again;
+// - where no root is left, but keys name its place as their parent, a root that is made there.
+//
+// Another hive begins where its base block or its first block stands, with the root as first cell,
+// outside the blocks of this hive and outside every cell that a live record owns: whoever may write
+// a value can write a root key, and a whole hive too, into its data. Where that is so, nothing from
+// there on belongs to this window, whether or not the user wants to see the rest. In a run of cells
+// without any block header the root key alone is taken for the sign.
+//
+// Any other key with a root's flags is a key like others.
 #pragma once
 
 #include <cstdint>
 
 #include "hive/image.h"
+#include "recovery/scan.h"
 #include "recovery/scan_tables.h"
 
 namespace hivequarry {
@@ -28,10 +37,40 @@ uint32_t RangeStartForRoot(uint32_t root);
 // RangeStartForRoot gives, up to the end of the file.
 void OpenRootInCopy(const HiveImage& hive, uint32_t root_position);
 
-// Decides about a root that the scan met at an image position. The window's own becomes the image's
-// root position; false for another hive's: then the image was cut in front of it (length and
-// last_valid; the bytes behind stay held), and the user was asked whether to open it in a new copy.
-// Without `ask` no root is another hive's: further ones are noted, nothing is cut.
-bool AdmitRoot(HiveImage& hive, uint32_t position, bool ask, ScanTables& tables);
+// True when what stands at a position has so much of a key that it can be taken for a root: of
+// signature, flags, time, name, subkey list and security record at least a few that fit.
+bool HasRootRemains(const HiveImage& hive, uint32_t position);
+// A name without control characters that fits its key, which has one.
+bool HasPlausibleName(const HiveImage& hive, uint32_t key_position);
+
+enum class RootRole {
+  kNone,       // a key like others
+  kOwn,        // the window's root; it became the image's root position
+  kOther,      // may be another hive's: FindOtherHive decides
+  kEndsImage,  // another hive's, beyond doubt: the image was cut in front of it
+};
+// Decides about a key with a root's flags, or at the image's root position, that the scan met.
+RootRole JudgeRoot(HiveImage& hive, const ScannedKey& key, const ScanOptions& options,
+                   ScanTables& tables);
+
+// The first root among those that may be another hive's that no live record of this one owns; 0 for
+// none. For finished tables.
+uint32_t FindOtherHive(const HiveImage& hive, ScanTables& tables);
+
+// Ends the image in front of another hive's root (length and last_valid; the bytes behind stay
+// held), and asks the user whether to open it in a new copy.
+void CutAtRoot(HiveImage& hive, uint32_t position);
+
+// For finished tables without a root: makes one at the place that is a root's and that keys name as
+// their parent, or takes a key that has a root's flags. False when there is neither.
+bool FindLostRoot(HiveImage& hive, ScanTables& tables);
+
+// Where and why an image was cut.
+struct ImageCut {
+  uint32_t at = 0;          // file offset of the other hive's root; 0 for an image that is whole
+  uint32_t rest = 0;        // where in the file a range for the rest has to start
+  const char* reason = "";  // "another hive begins: ..."
+};
+ImageCut CutOf(const HiveImage& hive);
 
 }  // namespace hivequarry

@@ -8,6 +8,7 @@
 #include "hive/value_key.h"
 #include "host/host.h"
 #include "host/long_operation.h"
+#include "recovery/root_search.h"
 
 namespace hivequarry {
 namespace {
@@ -29,6 +30,10 @@ struct Walk {
   ScanPass pass;
   uint32_t bin_size = kDefaultBinSize;
   uint32_t restart = 0;     // first position behind an unrecognised cell, 0 when none is pending
+  uint32_t block = 0;       // the last block whose end is known: its header
+  uint32_t block_end = 0;   // and the position after it
+  uint32_t end_before = 0;  // likewise of the one before it
+  uint32_t chained = 0;     // as far as cells were followed to know it
   size_t run = 0;           // the first offset run that begins behind the current position
   uint32_t shown_step = 0;  // of the progress bar
   size_t shown_rows = 0;    // in the status line
@@ -38,8 +43,38 @@ bool StepsByLength(const Walk& walk, uint32_t length) {
   return length < walk.bin_size && length % 8 == 0;
 }
 
+// True when cells follow each other from `position` exactly to `end`. Cells that were followed
+// before are not followed again, so that all calls together take one walk.
+bool CellsReach(Walk& walk, uint32_t position, uint32_t end) {
+  if (position < walk.chained) return false;
+  while (position < end) {
+    const uint32_t length = CellLength(ReadU32(walk.hive, position));
+    walk.chained = position;
+    if (length == 0 || length % 8 != 0 || length > end - position) return false;
+    position += length;
+  }
+  return position == end;
+}
+
+// The end of a block, if what follows there confirms it: the block whose offset goes on from this
+// one's, or the end of the image or another hive's base block, to which its cells reach. Else 0.
+uint32_t KnownEnd(Walk& walk, const BinTableRow& row) {
+  const HiveImage& hive = walk.hive;
+  const uint64_t end = uint64_t{row.position} + row.size;
+  if (end > hive.length) return 0;
+  const auto behind = static_cast<uint32_t>(end);
+  const uint32_t signature = ReadU32(hive, behind);
+  if (signature == kBinSignature) {
+    return ReadU32(hive, behind + 4) == row.own_offset + row.size ? behind : 0;
+  }
+  const bool last = end == hive.length || signature == kHiveSignature;
+  return last && CellsReach(walk, row.position + kBinHeaderSize, behind) ? behind : 0;
+}
+
 uint32_t TakeBin(Walk& walk, uint32_t p) {
   const HiveImage& hive = walk.hive;
+  // Bytes of a cell: blocks do not stand in each other.
+  if (p < walk.block_end) return p + 8;
   walk.restart = 0;
   BinTableRow row;
   row.position = p;
@@ -49,36 +84,47 @@ uint32_t TakeBin(Walk& walk, uint32_t p) {
   const bool in_place = p % 4096 == 0 || !hive.offset_runs.empty();
   const bool sized = row.size >= 4096 && row.size % 4096 == 0 && in_place;
   if (sized) walk.bin_size = row.size;
+  const uint32_t end = sized ? KnownEnd(walk, row) : 0;
+  if (end != 0) {
+    walk.end_before = walk.block_end;
+    walk.block = p;
+    walk.block_end = end;
+  }
   // In front of the place where an image was cut there is a header without a cell.
   const bool holds_cells = InsideHive(hive, p, kBinHeaderSize + 8);
   if (walk.pass == ScanPass::kCollect && holds_cells) walk.tables.bins.push_back(row);
   return p + kBinHeaderSize;
 }
 
-// The first cell of a hive is its root key, whatever is left of its size and signature.
+ScannedKey KeyAt(const Walk& walk, uint32_t p, uint16_t flags) {
+  ScannedKey key;
+  key.position = p;
+  key.flags = flags;
+  key.block_end = walk.block + kBinHeaderSize == p ? walk.end_before : walk.block_end;
+  return key;
+}
+
+// The first cell of a hive is its root key, be its size or its signature lost.
 uint32_t TakeFirstCell(Walk& walk, uint32_t p) {
   const uint32_t length = 0U - ReadU32(walk.hive, p);
   const bool credible = length >= 1 && length <= kShortRootCell && length % 8 == 0;
   if (walk.pass == ScanPass::kCollect) {
-    ScannedKey key;
-    key.position = p;
-    key.flags = kRootKeyFlags;
-    AddScannedKey(walk.hive, key, walk.options, walk.tables);
+    AddScannedKey(walk.hive, KeyAt(walk, p, kRootKeyFlags), walk.options, walk.tables);
   }
   return p + (credible ? length : kShortRootCell);
 }
 
 uint32_t TakeKey(Walk& walk, uint32_t p, uint16_t flags, uint32_t length, int key_class) {
-  ScannedKey key;
-  key.position = p;
-  key.flags = flags;
+  ScannedKey key = KeyAt(walk, p, flags);
   key.damaged = key_class != 0;
   uint32_t next = StepsByLength(walk, length) ? p + length : p + 8;
   if (length > kKeyCellWithoutSlack) {
     const uint32_t name_length = ReadU16(walk.hive, p + kKeyNameLength);
     const uint32_t needed = (name_length + kKeyName + 7) / 8 * 8;
     key.has_slack = length > needed;
-    // Other cells may lie hidden behind the name.
+    // Other cells may lie hidden behind the name, but none that goes on behind the key's own.
+    const bool holds = key.has_slack && key_class == 0 && StepsByLength(walk, length);
+    if (holds && walk.restart == 0) walk.restart = p + length;
     if (key.has_slack) next = p + needed;
   }
   if (walk.pass == ScanPass::kCollect) AddScannedKey(walk.hive, key, walk.options, walk.tables);
@@ -172,6 +218,11 @@ uint32_t HoldAtRun(Walk& walk, uint32_t p, uint32_t next) {
   return runs[walk.run].position;
 }
 
+// No cell goes on behind its block.
+uint32_t HoldAtBlock(const Walk& walk, uint32_t p, uint32_t next) {
+  return p < walk.block_end && next > walk.block_end ? walk.block_end : next;
+}
+
 // How far the bar is, and what was found: keys of all rows.
 void ShowProgress(Walk& walk, uint32_t step) {
   const Host& host = CurrentHost();
@@ -240,19 +291,29 @@ void ScanImage(HiveImage& hive, ScanPass pass, const ScanOptions& options, ScanT
     uint32_t next = cell + 8;
     if (size == kBinSignature) {
       next = TakeBin(walk, cell);
-    } else if (cell == kFirstCellPosition && cell == hive.root_position) {
+    } else if (cell == kFirstCellPosition && cell == hive.root_position &&
+               HasRootRemains(hive, cell)) {
       next = TakeFirstCell(walk, cell);
     } else if (IsAllocated(size)) {
       next = TakeCell(walk, cell, size);
     } else if (cell > kFirstCellPosition && hive.offset_runs.empty()) {
       next = NextOccupied(hive, cell);
     }
-    next = HoldAtRestart(walk, cell, next);
+    next = HoldAtBlock(walk, cell, HoldAtRestart(walk, cell, next));
     if (!hive.offset_runs.empty()) next = HoldAtRun(walk, cell, next);
     if (next <= cell) break;  // beyond 4 GiB
     p = next;
   }
   host.progress_range(host.context, 0);
+}
+
+void IndexKeys(const HiveImage& hive, ScanTables& tables) {
+  std::ranges::sort(tables.keys, {}, &KeyRow::position);
+  tables.added_rows.clear();
+  ResetIndex(tables.key_index, hive.length);
+  for (const KeyRow& key : tables.keys) InsertPosition(tables.key_index, key.position);
+  SealIndex(tables.key_index);
+  for (ChildEntry& entry : tables.child_entries) entry.row = RowAt(tables, entry.key);
 }
 
 void FinishScan(ScanTables& tables) {

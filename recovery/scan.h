@@ -18,6 +18,8 @@ struct ScanOptions {
   uint32_t minimum_name_length = 0;
   // The root of another hive ends the image (root_search.h). False: it is a key as any other.
   bool ask_other_roots = true;
+  // The image has neither a base block nor a single block header: a run of cells.
+  bool bare_cells = false;
 };
 
 // Empties the tables and makes them ready for the collecting pass.
@@ -29,8 +31,10 @@ void ResetTables(const HiveImage& hive, ScanTables& tables);
 // stops.
 void ScanImage(HiveImage& hive, ScanPass pass, const ScanOptions& options, ScanTables& tables);
 
-// Seals the index and resolves the child entries to key rows. Call once after the last pass.
+// Seals the index and resolves the child entries to key rows. Call after the last pass.
 void FinishScan(ScanTables& tables);
+// Sorts the rows of finished tables by position and makes the index anew, after rows came or went.
+void IndexKeys(const HiveImage& hive, ScanTables& tables);
 
 // How a cell is classified as a key: as ClassifyKey does, but a cell that only a tolerant rule
 // accepts must also have the body of a key (a name that fits, offsets that could be offsets).
@@ -47,9 +51,12 @@ struct ScannedKey {
   uint16_t flags = 0;
   bool has_slack = false;  // bytes behind the name
   bool damaged = false;    // accepted by a tolerant rule
+  // Where the block ends, if that is known, that began last in front of it, but for a block of
+  // which it is the first cell. 0 for none.
+  uint32_t block_end = 0;
 };
-// Adds the rows of one accepted key; none for the root of another hive. Keys come in the order of
-// their positions.
+// Adds the rows of one accepted key; none for a root in front of which the image was cut. Keys come
+// in the order of their positions.
 void AddScannedKey(HiveImage& hive, const ScannedKey& key, const ScanOptions& options,
                    ScanTables& tables);
 

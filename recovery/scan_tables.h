@@ -10,6 +10,7 @@
 #include "hive/key_tree.h"
 #include "hive/position_index.h"
 #include "hive/subkey_list.h"
+#include "recovery/owned_cells.h"
 
 namespace hivequarry {
 
@@ -73,7 +74,9 @@ struct NameHashRow {
 struct ScanTables {
   std::vector<KeyRow> keys;
   std::vector<ChildEntry> child_entries;
-  std::vector<uint32_t> roots;  // positions of root keys
+  std::vector<uint32_t> roots;  // position of the hive's own root key; empty when there is none
+  std::vector<uint32_t> other_roots;  // of hives that seem to begin in the image (root_search.h)
+  std::vector<uint32_t> stray_roots;  // of keys that have a root's flags and are no hive's root
   std::vector<DamageRow> damage;
   std::vector<NameHashRow> name_hashes;
   std::vector<uint32_t> values;      // positions of accepted value cells, ascending
@@ -93,6 +96,9 @@ struct ScanTables {
   // Rows of keys that were added after the index was sealed, by position.
   bool sealed = false;
   std::unordered_map<uint32_t, uint32_t> added_rows;
+  // What live keys own, of so many of them, once somebody has asked (live_cells.h).
+  OwnedCells live_cells;
+  size_t live_keys = 0;
   uint32_t virtual_parents = 0;
   uint32_t virtual_children = 0;
   uint32_t virtual_siblings = 0;

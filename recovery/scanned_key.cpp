@@ -93,11 +93,11 @@ void AddScannedKey(HiveImage& hive, const ScannedKey& key, const ScanOptions& op
   KeyRow row;
   row.position = key.position;
   const bool known_root = hive.root_position != 0 && key.position == hive.root_position;
-  row.root = key.flags == kRootKeyFlags || known_root;
-  if (row.root) {
-    // What repair adds behind the scan is no root of another hive.
-    const bool ask = options.ask_other_roots && !tables.sealed;
-    if (!AdmitRoot(hive, key.position, ask, tables)) return;
+  // What repair adds after the scan is no hive's root.
+  if (known_root || (key.flags == kRootKeyFlags && !tables.sealed)) {
+    const RootRole role = JudgeRoot(hive, key, options, tables);
+    if (role == RootRole::kEndsImage) return;
+    row.root = role != RootRole::kNone;
   }
   const bool own_root = row.root && key.position == hive.root_position;
   row.parent = own_root ? kNoOffset : ReadOffset(hive, key.position + kKeyParent);

@@ -1,0 +1,99 @@
+#include "recovery/live_cells.h"
+
+#include <algorithm>
+
+#include "hive/key_node.h"
+#include "hive/key_tree.h"
+#include "hive/subkey_list.h"
+#include "recovery/scan.h"
+
+namespace hivequarry {
+namespace {
+
+bool IsMade(const KeyRow& key) { return (key.marks & kVirtualMarks) != 0; }
+
+// A key's bytes: its fixed part and its name, of which a damaged length may claim any number.
+bool HasLiveBytes(const HiveImage& hive, const OwnedCells& live, const KeyRow& key) {
+  const uint32_t name = ReadU16(hive, key.position + kKeyNameLength);
+  return OwnerOf(live, key.position, uint64_t{key.position} + kKeyName + name) != nullptr;
+}
+
+// True for an entry or field in bytes that whoever wrote a live value or class name chose.
+bool IsInData(const OwnedCells& live, uint32_t position) {
+  const OwnedCell* owner = OwnerOf(live, position, uint64_t{position} + 4);
+  if (owner == nullptr) return false;
+  return owner->what == OwnedAs::kData || owner->what == OwnedAs::kSegment ||
+         owner->what == OwnedAs::kClassName;
+}
+
+void ForgetEntries(const KeyRow& key, ScanTables& tables) {
+  for (uint32_t i = 0; i < key.entry_count; ++i) {
+    ChildEntry& entry = tables.child_entries[key.first_entry + i];
+    entry.key = kNoOffset;
+    entry.row = kNoRow;
+  }
+}
+
+// Lists that a key names, itself or through an "ri".
+PositionIndex NamedLists(const HiveImage& hive, const ScanTables& tables) {
+  PositionIndex named;
+  ResetIndex(named, hive.length);
+  uint32_t budget = hive.length / 4;
+  for (const KeyRow& key : tables.keys) {
+    if (IsMade(key) || ReadU32(hive, key.position + kKeySubkeyCount) == 0) continue;
+    const uint32_t list = ReadOffset(hive, key.position + kKeySubkeyList);
+    if (ContainsPosition(named, list)) continue;
+    InsertPosition(named, list);
+    if (ListKindOfSignature(ReadU16(hive, list + 4)) != ListKind::kRi) continue;
+    const uint32_t count = std::min<uint32_t>(ReadU16(hive, list + 6), budget);
+    budget -= count;
+    for (uint32_t i = 0; i < count; ++i) InsertPosition(named, ReadOffset(hive, list + 8 + 4 * i));
+  }
+  return named;
+}
+
+}  // namespace
+
+const OwnedCells& LiveCells(const HiveImage& hive, const std::vector<bool>& reached,
+                            ScanTables& tables) {
+  std::vector<uint32_t> keys;
+  for (uint32_t row = 0; row < tables.keys.size() && row < reached.size(); ++row) {
+    if (reached[row] && !IsMade(tables.keys[row])) keys.push_back(tables.keys[row].position);
+  }
+  if (keys.size() != tables.live_keys) {
+    tables.live_cells = CollectOwnedCells(hive, keys);
+    tables.live_keys = keys.size();
+  }
+  return tables.live_cells;
+}
+
+uint32_t DropOwnedKeys(const HiveImage& hive, const std::vector<bool>& reached,
+                       ScanTables& tables) {
+  if (std::ranges::find(reached, false) == reached.end()) return 0;
+  const OwnedCells& live = LiveCells(hive, reached, tables);
+  uint32_t dropped = 0;
+  for (uint32_t row = 0; row < tables.keys.size(); ++row) {
+    KeyRow& key = tables.keys[row];
+    const bool made = IsMade(key);
+    const bool owned =
+        made ? IsInData(live, key.evidence) : !reached[row] && HasLiveBytes(hive, live, key);
+    if (!owned) continue;
+    ForgetEntries(key, tables);
+    key.position = kNoOffset;
+    ++dropped;
+  }
+  if (dropped == 0) return 0;
+  std::erase_if(tables.keys, [](const KeyRow& key) { return key.position == kNoOffset; });
+  IndexKeys(hive, tables);
+  return dropped;
+}
+
+void DropOwnedLists(const HiveImage& hive, const std::vector<bool>& reached, ScanTables& tables) {
+  const PositionIndex named = NamedLists(hive, tables);
+  const auto loose = [&named](uint32_t list) { return !ContainsPosition(named, list); };
+  if (std::ranges::none_of(tables.lists, loose)) return;
+  const OwnedCells& live = LiveCells(hive, reached, tables);
+  std::erase_if(tables.lists, [&](uint32_t list) { return loose(list) && IsInData(live, list); });
+}
+
+}  // namespace hivequarry
