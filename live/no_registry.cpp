@@ -17,6 +17,7 @@ Registry PlatformRegistry() {
   none.query_value = [](auto...) { return kRegistryNotFound; };
   none.get_security = [](auto...) { return kRegistryNotFound; };
   none.query_class = [](auto...) { return kRegistryNotFound; };
+  none.key_name = [](auto...) { return kRegistryNotFound; };
   none.create = [](auto...) { return kRegistryNotFound; };
   none.set_value = [](auto...) { return kRegistryNotFound; };
   none.set_security = [](auto...) { return kRegistryNotFound; };

@@ -78,6 +78,8 @@ struct Registry {
   int32_t (*get_security)(RegistryKey key, uint32_t parts, uint8_t* descriptor,
                           uint32_t* size) = nullptr;
   int32_t (*query_class)(RegistryKey key, char16_t* name, uint32_t* size) = nullptr;
+  // The kernel's name of a key: "\REGISTRY\MACHINE\SOFTWARE".
+  int32_t (*key_name)(RegistryKey key, std::u16string* name) = nullptr;
 
   // These change the registry. `class_name` may be null. A key that is there is opened.
   int32_t (*create)(RegistryKey key, const char16_t* sub_key, const char16_t* class_name,

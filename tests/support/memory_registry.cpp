@@ -132,6 +132,25 @@ int32_t QueryClass(RegistryKey key, char16_t* name, uint32_t* size) {
   return CopyName(KeyOf(key)->class_name, name, size);
 }
 
+// The kernel's name of what is below `at`; empty when that does not hold the key.
+std::u16string NameBelow(const MemoryKey& at, const std::u16string& name, const MemoryKey* key) {
+  if (&at == key) return name;
+  for (const std::unique_ptr<MemoryKey>& child : at.keys) {
+    const std::u16string found = NameBelow(*child, name + u'\\' + child->name, key);
+    if (!found.empty()) return found;
+  }
+  return {};
+}
+
+int32_t KeyName(RegistryKey key, std::u16string* name) {
+  const MemoryKey* at = KeyOf(key);
+  const MemoryKey& user = *in_force->Find(u"HKCU");
+  *name = NameBelow(user, u"\\REGISTRY\\USER\\" + in_force->user, at);
+  if (name->empty()) *name = NameBelow(*in_force->Find(u"HKU"), u"\\REGISTRY\\USER", at);
+  if (name->empty()) *name = NameBelow(*in_force->Find(u"HKLM"), u"\\REGISTRY\\MACHINE", at);
+  return name->empty() ? kRegistryBadHandle : kRegistryDone;
+}
+
 int32_t Create(RegistryKey key, const char16_t* sub_key, const char16_t* class_name,
                uint32_t options, uint32_t access, RegistryKey* opened) {
   MemoryKey* at = KeyOf(key);
@@ -346,6 +365,7 @@ MemoryRegistry::MemoryRegistry() : before_(CurrentRegistry()) {
   table.query_value = QueryValue;
   table.get_security = GetSecurity;
   table.query_class = QueryClass;
+  table.key_name = KeyName;
   table.create = Create;
   table.set_value = SetValue;
   table.set_security = SetSecurity;
@@ -362,6 +382,11 @@ MemoryRegistry::MemoryRegistry() : before_(CurrentRegistry()) {
 MemoryRegistry::~MemoryRegistry() {
   SetRegistry(before_);
   in_force = nullptr;
+}
+
+void MemoryRegistry::ListHives(const std::vector<std::u16string>& paths) {
+  MemoryKey& list = At(u"HKLM\\SYSTEM\\CurrentControlSet\\Control\\hivelist");
+  for (const std::u16string& path : paths) list.SetText(path, u"");
 }
 
 MemoryKey& MemoryRegistry::At(std::u16string_view path) {

@@ -60,9 +60,12 @@ class MemoryRegistry {
   MemoryKey& At(std::u16string_view path);
   // Null for a missing one. Links are followed.
   MemoryKey* Find(std::u16string_view path);
+  // Puts the kernel's names of these keys into the system's list of hives.
+  void ListHives(const std::vector<std::u16string>& paths);
   size_t open_keys() const { return opened.size(); }
 
   MemoryKey roots;                      // named HKCR, HKCU, HKLM, HKU and HKCC
+  std::u16string user = u"S-1-5-21-7";  // whom HKCU belongs to, when it is no link
   std::set<std::u16string> privileges;  // that the process has
   std::set<std::u16string> enabled;
   std::map<RegistryKey, MemoryKey*> opened;

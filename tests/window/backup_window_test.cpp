@@ -25,6 +25,7 @@ class BackupWindowTest : public WindowTest {
   void SetUp() override {
     WindowTest::SetUp();
     for (const char16_t* key : {u"HKLM\\Software", u"HKLM\\System", u"HKU\\S-1"}) registry_.At(key);
+    registry_.ListHives({u"\\REGISTRY\\MACHINE\\SYSTEM"});
     registry_.privileges = {u"SeBackupPrivilege", u"SeRestorePrivilege"};
     TheProgram().facts.flags.vista = true;
     TheProgram().facts.windows = drive_ + "\\windows";
