@@ -23,6 +23,7 @@ Registry PlatformRegistry() {
   none.set_security = [](auto...) { return kRegistryNotFound; };
   none.save = [](auto...) { return kRegistryNotFound; };
   none.save_natively = [](auto...) { return kRegistryNotFound; };
+  none.protect_file = [](auto...) { return kRegistryNotFound; };
   none.load = [](auto...) { return kRegistryNotFound; };
   none.unload = [](auto...) { return kRegistryNotFound; };
   none.replace = [](auto...) { return kRegistryNotFound; };

@@ -113,8 +113,16 @@ int32_t SetSecurity(RegistryKey key, uint32_t parts, const uint8_t* descriptor) 
   return RegSetKeySecurity(HandleOf(key), parts, const_cast<uint8_t*>(descriptor));
 }
 
-int32_t Save(RegistryKey key, const char16_t* file) {
-  return RegSaveKeyW(HandleOf(key), Wide(file), nullptr);
+SECURITY_ATTRIBUTES AttributesOf(const uint8_t* descriptor) {
+  return {sizeof(SECURITY_ATTRIBUTES), const_cast<uint8_t*>(descriptor), FALSE};
+}
+
+int32_t Save(RegistryKey key, const char16_t* file, const uint8_t* descriptor) {
+  SECURITY_ATTRIBUTES attributes = AttributesOf(descriptor);
+  const LSTATUS status = RegSaveKeyW(HandleOf(key), Wide(file), &attributes);
+  // Where the call knows no descriptors the file gets it afterwards (ProtectFile).
+  const bool refused = status == ERROR_UNKNOWN_REVISION || status == ERROR_INVALID_SECURITY_DESCR;
+  return refused ? RegSaveKeyW(HandleOf(key), Wide(file), nullptr) : status;
 }
 
 // The kernel's calls are looked up by name, as no import library has them.
@@ -169,14 +177,22 @@ int32_t KeyName(RegistryKey key, std::u16string* name) {
   return kRegistryDone;
 }
 
-int32_t SaveNatively(RegistryKey key, const char16_t* file) {
-  const HANDLE made = CreateFileW(Wide(file), GENERIC_READ | GENERIC_WRITE, 0, nullptr, CREATE_NEW,
-                                  FILE_ATTRIBUTE_NORMAL, nullptr);
+int32_t SaveNatively(RegistryKey key, const char16_t* file, const uint8_t* descriptor) {
+  SECURITY_ATTRIBUTES attributes = AttributesOf(descriptor);
+  const HANDLE made = CreateFileW(Wide(file), GENERIC_READ | GENERIC_WRITE, 0, &attributes,
+                                  CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr);
   if (made == INVALID_HANDLE_VALUE) return static_cast<int32_t>(GetLastError());
   const int32_t error = SaveInto(key, made);
   CloseHandle(made);
   if (error != kRegistryDone) DeleteFileW(Wide(file));
   return error;
+}
+
+int32_t ProtectFileBy(const char16_t* file, const uint8_t* descriptor) {
+  constexpr SECURITY_INFORMATION kParts =
+      DACL_SECURITY_INFORMATION | PROTECTED_DACL_SECURITY_INFORMATION;
+  const BOOL done = SetFileSecurityW(Wide(file), kParts, const_cast<uint8_t*>(descriptor));
+  return done ? kRegistryDone : static_cast<int32_t>(GetLastError());
 }
 
 int32_t Load(RegistryKey root, const char16_t* sub_key, const char16_t* file) {
@@ -249,9 +265,10 @@ int32_t SetPrivilege(const char16_t* name, bool enable, bool* was_enabled) {
 }  // namespace
 
 Registry PlatformRegistry() {
-  return {Open,       Close,   QueryInfo, EnumKey,   EnumValue,   QueryValue,   GetSecurity,
-          QueryClass, KeyName, Create,    SetValue,  SetSecurity, Save,         SaveNatively,
-          Load,       Unload,  Replace,   ErrorText, CapitalName, Has32BitView, SetPrivilege};
+  return {Open,        Close,        QueryInfo,     EnumKey,     EnumValue, QueryValue,
+          GetSecurity, QueryClass,   KeyName,       Create,      SetValue,  SetSecurity,
+          Save,        SaveNatively, ProtectFileBy, Load,        Unload,    Replace,
+          ErrorText,   CapitalName,  Has32BitView,  SetPrivilege};
 }
 
 }  // namespace hivequarry

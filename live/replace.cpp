@@ -10,6 +10,7 @@
 #include "host/files.h"
 #include "host/host.h"
 #include "host/output_file.h"
+#include "live/file_protection.h"
 #include "live/mounted_hives.h"
 
 namespace hivequarry {
@@ -129,7 +130,9 @@ bool CopyInto(const std::string& from, const std::string& to) {
   return ChangeFile(to, [&from](const std::string& copy) {
     std::error_code error;
     constexpr auto kOver = std::filesystem::copy_options::overwrite_existing;
-    return std::filesystem::copy_file(FilePath(from), FilePath(copy), kOver, error);
+    if (!std::filesystem::copy_file(FilePath(from), FilePath(copy), kOver, error)) return false;
+    ProtectFile(copy);  // no worse than the file that it was made of
+    return true;
   });
 }
 

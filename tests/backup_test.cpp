@@ -140,6 +140,32 @@ TEST_F(BackupTest, SavesEachHiveAndEachUsersKey) {
   EXPECT_TRUE(IsHive("SOFTWARE") && IsHive("HKU_S-1.dat"));
 }
 
+TEST_F(BackupTest, SavedHivesAreForAdministratorsAndTheSystemAlone) {
+  constexpr uint16_t kProtected = 0x1000, kDaclPresent = 4;
+  backup_.run.hives |= HiveBit(kSam);
+  registry_.At(u"HKLM\\SAM").save_error = kRegistryDone;
+  EXPECT_EQ(Run(), Texts{"i: Backup done."});
+  EXPECT_EQ(registry_.protected_files.size(), 3U);
+  for (const auto& [file, descriptor] : registry_.protected_files) {
+    SCOPED_TRACE(file);
+    ASSERT_EQ(descriptor.size(), 72U);
+    EXPECT_EQ(GetU16(descriptor, 2) & (kProtected | kDaclPresent), kProtected | kDaclPresent);
+    const Bytes same = SecurityDescriptor(
+        "S-1-5-18", "S-1-5-18", {{0, 0, 0x1F01FF, "S-1-5-18"}, {0, 0, 0x1F01FF, "S-1-5-32-544"}});
+    EXPECT_EQ(Bytes(descriptor.begin() + 20, descriptor.end()),
+              Bytes(same.begin() + 20, same.begin() + 72));
+  }
+  for (const bool natively : {false, true}) {
+    for (const char* name : {"SAM", "SOFTWARE", "SYSTEM"}) fs::remove(In(name));
+    if (natively) registry_.errors["save"] = 123;
+    registry_.errors["protect"] = 50;
+    EXPECT_EQ(Run(), (Texts{"x: Whoever may read " + folder_ +
+                                " can read the saved hives: their files could not be kept to "
+                                "administrators !",
+                            "i: Backup done."}));
+  }
+}
+
 TEST_F(BackupTest, AFailingHiveNeverStopsTheOthersAndLeavesNoFile) {
   const std::string key = "HKEY_LOCAL_MACHINE\\Software !";
   const struct {

@@ -248,7 +248,16 @@ Bytes ReadBytesOf(const std::string& file) {
   return bytes;
 }
 
-int32_t SaveBy(const char* function, RegistryKey key, const char16_t* file) {
+int32_t ProtectFileBy(const char16_t* file, const uint8_t* descriptor) {
+  const std::string name = Utf8FromWide(file);
+  if (!IsThere(name)) return kRegistryNotFound;
+  const int32_t forced = in_force->errors["protect"];
+  if (forced == kRegistryDone) in_force->protected_files[name] = DescriptorBytes(descriptor);
+  return forced;
+}
+
+int32_t SaveBy(const char* function, RegistryKey key, const char16_t* file,
+               const uint8_t* descriptor) {
   const int32_t refused = Refusal(function, u"SeBackupPrivilege");
   if (refused != kRegistryDone) return refused;
   const std::string name = Utf8FromWide(file);
@@ -256,13 +265,17 @@ int32_t SaveBy(const char* function, RegistryKey key, const char16_t* file) {
   const MemoryKey& branch = *KeyOf(key);
   if (branch.save_error != kRegistryDone) return branch.save_error;
   const std::u16string& root = branch.file.empty() ? branch.name : branch.file_root;
-  return WriteBytes(name, HiveOfBranch(branch, root)) ? kRegistryDone : 3;
+  if (!WriteBytes(name, HiveOfBranch(branch, root))) return 3;
+  in_force->protected_files[name] = DescriptorBytes(descriptor);
+  return kRegistryDone;
 }
 
-int32_t Save(RegistryKey key, const char16_t* file) { return SaveBy("save", key, file); }
+int32_t Save(RegistryKey key, const char16_t* file, const uint8_t* descriptor) {
+  return SaveBy("save", key, file, descriptor);
+}
 
-int32_t SaveNatively(RegistryKey key, const char16_t* file) {
-  return SaveBy("save_natively", key, file);
+int32_t SaveNatively(RegistryKey key, const char16_t* file, const uint8_t* descriptor) {
+  return SaveBy("save_natively", key, file, descriptor);
 }
 
 int32_t Load(RegistryKey root, const char16_t* sub_key, const char16_t* file) {
@@ -295,7 +308,9 @@ int32_t Unload(RegistryKey root, const char16_t* sub_key) {
   if (branch == nullptr) return kRegistryNotFound;
   if (branch->file.empty()) return 87;
   if (HoldsOpened(*branch)) return kRegistryDenied;
-  const bool written = WriteBytes(branch->file, HiveOfBranch(*branch, branch->file_root));
+  Bytes hive = HiveOfBranch(*branch, branch->file_root);
+  if (in_force->unloads_unsettled) ++hive[4];
+  const bool written = WriteBytes(branch->file, hive);
   std::erase_if(parent.keys, [&](const auto& key) { return key.get() == branch; });
   return written ? kRegistryDone : 3;
 }
@@ -371,6 +386,7 @@ MemoryRegistry::MemoryRegistry() : before_(CurrentRegistry()) {
   table.set_security = SetSecurity;
   table.save = Save;
   table.save_natively = SaveNatively;
+  table.protect_file = ProtectFileBy;
   table.load = Load;
   table.unload = Unload;
   table.replace = Replace;

@@ -70,9 +70,12 @@ class MemoryRegistry {
   std::set<std::u16string> enabled;
   std::map<RegistryKey, MemoryKey*> opened;
   RegistryKey next_handle = 1;
-  // Answers to force, by function: "save", "save_natively", "load", "unload", "replace".
+  // Answers to force, by function: "save", "save_natively", "load", "unload", "replace", "protect".
   std::map<std::string, int32_t> errors;
   std::vector<ReplacedHive> replaced;
+  std::map<std::string, std::vector<uint8_t>> protected_files;  // and their descriptors, by name
+  // An unloaded hive's file says that its last write was not finished.
+  bool unloads_unsettled = false;
 
  private:
   Registry before_;

@@ -88,7 +88,7 @@ TEST_F(BackupWindowTest, AHangingRunCanBeStopped) {
   static std::atomic<bool> hanging;
   hanging = true;
   Registry table = CurrentRegistry();
-  table.save = [](RegistryKey, const char16_t*) -> int32_t {
+  table.save = [](RegistryKey, const char16_t*, const uint8_t*) -> int32_t {
     while (hanging) std::this_thread::yield();
     return kRegistryDenied;
   };
