@@ -10,6 +10,7 @@
 #include "host/output_file.h"
 #include "host/profile.h"
 #include "lists/list_report.h"
+#include "live/file_protection.h"
 #include "live/live_keys.h"
 
 namespace hivequarry {
@@ -60,6 +61,12 @@ bool MayOverwrite(const Backup& backup, const std::string& file, const char* que
          Answer::kYes;
 }
 
+// A backup and what it has met so far.
+struct Saving {
+  const Backup& backup;
+  bool unprotected = false;  // a file may be read by whoever may read the folder
+};
+
 // --- one key -------------------------------------------------------------------------------------
 
 // What stands in the way of the kernel's own call just as well: rights, and the place of the file.
@@ -75,33 +82,36 @@ bool IsFinal(int32_t error) {
 // Saves into a new file; empty when that is done, else what is said of it.
 std::string SaveInto(RegistryKey key, const std::string& file) {
   const std::u16string name = WideFromUtf8(file);
-  const int32_t error = CurrentRegistry().save(key, name.c_str());
+  const uint8_t* const descriptor = AdministratorsAlone().data();
+  const int32_t error = CurrentRegistry().save(key, name.c_str(), descriptor);
   if (error == kRegistryDone) return {};
   if (IsFinal(error)) return SaveErrorText(error);
   DeleteNamedFile(file);
-  const int32_t native = CurrentRegistry().save_natively(key, name.c_str());
+  const int32_t native = CurrentRegistry().save_natively(key, name.c_str(), descriptor);
   return native == kRegistryDone ? std::string() : "(Error " + std::to_string(native) + ")";
 }
 
 // Saves beside the file, which is replaced by a whole hive or not at all.
-std::string SaveAs(RegistryKey key, const std::string& file) {
+std::string SaveAs(Saving& saving, RegistryKey key, const std::string& file) {
   int ignored = 0;
   const std::string beside = NameBeside(file, ignored);
   if (beside.empty()) return SaveErrorText(kRegistryDenied);
   const std::string trouble = SaveInto(key, beside);
+  // Not every system heeds the descriptor in the call itself.
+  if (trouble.empty() && !ProtectFile(beside)) saving.unprotected = true;
   const bool in_place = TakePlace(beside, file, trouble.empty());
   return in_place || !trouble.empty() ? trouble : SaveErrorText(kRegistryDenied);
 }
 
-bool SaveKey(const Backup& backup, RegistryKey root, const char16_t* sub_key,
-             const std::string& path, const std::string& file) {
+bool SaveKey(Saving& saving, RegistryKey root, const char16_t* sub_key, const std::string& path,
+             const std::string& file) {
   const OpenedKey key = OpenForReading(root, sub_key, kRegistryRead, kRegistryForBackup);
   if (key.error() != kRegistryDone) {
-    Tell(backup, "Can not open Registry key " + path + " !");
+    Tell(saving.backup, "Can not open Registry key " + path + " !");
     return false;
   }
-  const std::string trouble = SaveAs(key.key(), file);
-  if (!trouble.empty()) Tell(backup, "Can not backup Registry key " + path + " !" + trouble);
+  const std::string trouble = SaveAs(saving, key.key(), file);
+  if (!trouble.empty()) Tell(saving.backup, "Can not backup Registry key " + path + " !" + trouble);
   return trouble.empty();
 }
 
@@ -116,25 +126,27 @@ bool MakeRoom(const Backup& backup, const std::string& file) {
   return false;
 }
 
-bool SaveUsers(const Backup& backup) {
+bool SaveUsers(Saving& saving) {
+  const Backup& backup = saving.backup;
   const std::vector<UserHive> hives = UserHivesIn(backup.run.folder);
   if (hives.empty()) Tell(backup, "Can not open Registry key HKEY_USERS !");
   bool whole = !hives.empty();
   for (const UserHive& hive : hives) {
     const bool allowed =
         !IsNameTaken(hive.file) || MayOverwrite(backup, hive.file, " Overwrite file ?");
-    whole &= allowed && SaveKey(backup, kUsers, hive.name.c_str(), hive.path, hive.file);
+    whole &= allowed && SaveKey(saving, kUsers, hive.name.c_str(), hive.path, hive.file);
   }
   return whole;
 }
 
-bool SaveHive(const Backup& backup, int number) {
+bool SaveHive(Saving& saving, int number) {
+  const Backup& backup = saving.backup;
   const LiveHive& hive = LiveHiveTable()[static_cast<size_t>(number)];
   const bool users = hive.file == nullptr;
   const std::string file = users ? std::string() : NameInFolder(backup.run.folder, hive.file);
   if (!users && !MakeRoom(backup, file)) return false;
   TellState(backup.run, number, HiveState::kRunning);
-  return users ? SaveUsers(backup) : SaveKey(backup, hive.root, hive.sub_key, hive.path, file);
+  return users ? SaveUsers(saving) : SaveKey(saving, hive.root, hive.sub_key, hive.path, file);
 }
 
 void TellDone(const Backup& backup) {
@@ -216,8 +228,10 @@ HiveRunResult RunBackup(const Backup& backup) {
   for (int hive = 0; hive < kLiveHives; ++hive) TellState(backup.run, hive, HiveState::kNeutral);
   if (!HasBackupPrivilege(backup) || !EnsureFolder(backup)) return {};
   const EnabledPrivilege privilege(Privilege::kBackup);
+  Saving saving{backup};
   const HiveRunResult result =
-      ForEachHive(backup.run, [&](int hive) { return SaveHive(backup, hive); });
+      ForEachHive(backup.run, [&](int hive) { return SaveHive(saving, hive); });
+  if (saving.unprotected) Tell(backup, UnprotectedText(backup.run.folder));
   if (result.done > 0 && !result.stopped) TellDone(backup);
   return result;
 }

@@ -27,7 +27,8 @@ bool HasBackupPrivilege(const Backup& backup);
 // Makes the folder, or the last two of its path; false, after a message, when there is none then.
 bool EnsureFolder(const Backup& backup);
 // The whole backup, with the two questions above. A hive that fails never stops the others, and
-// nothing half-written ever stands under a file's name. The file of an earlier backup is deleted
+// nothing half-written ever stands under a file's name. The files are for administrators and the
+// system alone; where that can't be, it is said. The file of an earlier backup is deleted
 // (after a question) before its hive is saved.
 HiveRunResult RunBackup(const Backup& backup);
 

@@ -17,11 +17,13 @@ Registry PlatformRegistry() {
   none.query_value = [](auto...) { return kRegistryNotFound; };
   none.get_security = [](auto...) { return kRegistryNotFound; };
   none.query_class = [](auto...) { return kRegistryNotFound; };
+  none.key_name = [](auto...) { return kRegistryNotFound; };
   none.create = [](auto...) { return kRegistryNotFound; };
   none.set_value = [](auto...) { return kRegistryNotFound; };
   none.set_security = [](auto...) { return kRegistryNotFound; };
   none.save = [](auto...) { return kRegistryNotFound; };
   none.save_natively = [](auto...) { return kRegistryNotFound; };
+  none.protect_file = [](auto...) { return kRegistryNotFound; };
   none.load = [](auto...) { return kRegistryNotFound; };
   none.unload = [](auto...) { return kRegistryNotFound; };
   none.replace = [](auto...) { return kRegistryNotFound; };

@@ -78,6 +78,8 @@ struct Registry {
   int32_t (*get_security)(RegistryKey key, uint32_t parts, uint8_t* descriptor,
                           uint32_t* size) = nullptr;
   int32_t (*query_class)(RegistryKey key, char16_t* name, uint32_t* size) = nullptr;
+  // The kernel's name of a key: "\REGISTRY\MACHINE\SOFTWARE".
+  int32_t (*key_name)(RegistryKey key, std::u16string* name) = nullptr;
 
   // These change the registry. `class_name` may be null. A key that is there is opened.
   int32_t (*create)(RegistryKey key, const char16_t* sub_key, const char16_t* class_name,
@@ -86,12 +88,15 @@ struct Registry {
                        uint32_t size) = nullptr;
   int32_t (*set_security)(RegistryKey key, uint32_t parts, const uint8_t* descriptor) = nullptr;
 
-  // Hive files, by their full names. `save` makes a new file of a key; `save_natively` does so by
-  // the kernel's own call, into a file that it makes and removes again on failure. `replace` puts
-  // `new_file` in the place of the key's hive at the next start of the system, which is then kept
-  // as `old_file`.
-  int32_t (*save)(RegistryKey key, const char16_t* file) = nullptr;
-  int32_t (*save_natively)(RegistryKey key, const char16_t* file) = nullptr;
+  // Hive files, by their full names. `save` makes a new file of a key, with this self-relative
+  // security descriptor; `save_natively` does so by the kernel's own call, into a file that it
+  // makes and removes again on failure; `protect_file` gives the descriptor's access list to a file
+  // that is there, in place of what it inherits. `replace` puts `new_file` in the place of the
+  // key's hive at the next start of the system, which is then kept as `old_file`.
+  int32_t (*save)(RegistryKey key, const char16_t* file, const uint8_t* descriptor) = nullptr;
+  int32_t (*save_natively)(RegistryKey key, const char16_t* file,
+                           const uint8_t* descriptor) = nullptr;
+  int32_t (*protect_file)(const char16_t* file, const uint8_t* descriptor) = nullptr;
   int32_t (*load)(RegistryKey root, const char16_t* sub_key, const char16_t* file) = nullptr;
   int32_t (*unload)(RegistryKey root, const char16_t* sub_key) = nullptr;
   int32_t (*replace)(RegistryKey root, const char16_t* sub_key, const char16_t* new_file,

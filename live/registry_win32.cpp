@@ -2,7 +2,9 @@
 
 #include <windows.h>
 
+#include <algorithm>
 #include <iterator>
+#include <vector>
 
 #include "host/host.h"
 #include "live/registry.h"
@@ -111,37 +113,86 @@ int32_t SetSecurity(RegistryKey key, uint32_t parts, const uint8_t* descriptor) 
   return RegSetKeySecurity(HandleOf(key), parts, const_cast<uint8_t*>(descriptor));
 }
 
-int32_t Save(RegistryKey key, const char16_t* file) {
-  return RegSaveKeyW(HandleOf(key), Wide(file), nullptr);
+SECURITY_ATTRIBUTES AttributesOf(const uint8_t* descriptor) {
+  return {sizeof(SECURITY_ATTRIBUTES), const_cast<uint8_t*>(descriptor), FALSE};
 }
 
-// The kernel's call is looked up by name, as no import library has it.
-int32_t SaveInto(RegistryKey key, HANDLE file) {
-  using SaveKey = LONG(WINAPI*)(HANDLE, HANDLE);
-  using ErrorOf = ULONG(WINAPI*)(LONG);
+int32_t Save(RegistryKey key, const char16_t* file, const uint8_t* descriptor) {
+  SECURITY_ATTRIBUTES attributes = AttributesOf(descriptor);
+  const LSTATUS status = RegSaveKeyW(HandleOf(key), Wide(file), &attributes);
+  // Where the call knows no descriptors the file gets it afterwards (ProtectFile).
+  const bool refused = status == ERROR_UNKNOWN_REVISION || status == ERROR_INVALID_SECURITY_DESCR;
+  return refused ? RegSaveKeyW(HandleOf(key), Wide(file), nullptr) : status;
+}
+
+// The kernel's calls are looked up by name, as no import library has them.
+template <typename Call>
+Call KernelCall(const char* name) {
   const HMODULE library = GetModuleHandleW(L"ntdll.dll");
-  const auto save =
-      reinterpret_cast<SaveKey>(reinterpret_cast<void*>(GetProcAddress(library, "ZwSaveKey")));
-  const auto error = reinterpret_cast<ErrorOf>(
-      reinterpret_cast<void*>(GetProcAddress(library, "RtlNtStatusToDosError")));
-  if (save == nullptr || error == nullptr) return ERROR_PROC_NOT_FOUND;
-  // The kernel knows no predefined roots. Of these, one alone is a hive.
-  HKEY user = nullptr;
-  const bool whole_user = HandleOf(key) == HKEY_CURRENT_USER;
-  if (whole_user && RegOpenCurrentUser(KEY_READ, &user) != ERROR_SUCCESS) return kRegistryBadHandle;
-  const LONG status = save(whole_user ? user : HandleOf(key), file);
-  if (whole_user) RegCloseKey(user);
-  return status == 0 ? kRegistryDone : static_cast<int32_t>(error(status));
+  return reinterpret_cast<Call>(reinterpret_cast<void*>(GetProcAddress(library, name)));
 }
 
-int32_t SaveNatively(RegistryKey key, const char16_t* file) {
-  const HANDLE made = CreateFileW(Wide(file), GENERIC_READ | GENERIC_WRITE, 0, nullptr, CREATE_NEW,
-                                  FILE_ATTRIBUTE_NORMAL, nullptr);
+int32_t ErrorOfStatus(LONG status) {
+  static const auto error = KernelCall<ULONG(WINAPI*)(LONG)>("RtlNtStatusToDosError");
+  if (status >= 0) return kRegistryDone;
+  return error == nullptr ? ERROR_PROC_NOT_FOUND : static_cast<int32_t>(error(status));
+}
+
+// A key as the kernel knows it, which has no predefined roots. Of these, one alone is a hive.
+struct KernelKey {
+  explicit KernelKey(RegistryKey key) : handle(HandleOf(key)), own(handle == HKEY_CURRENT_USER) {
+    if (own && RegOpenCurrentUser(KEY_READ, &handle) != ERROR_SUCCESS)
+      own = false, handle = nullptr;
+  }
+  ~KernelKey() {
+    if (own) RegCloseKey(handle);
+  }
+  KernelKey(const KernelKey&) = delete;
+  KernelKey& operator=(const KernelKey&) = delete;
+
+  HKEY handle;  // null: not opened
+  bool own;     // opened here
+};
+
+int32_t SaveInto(RegistryKey key, HANDLE file) {
+  const auto save = KernelCall<LONG(WINAPI*)(HANDLE, HANDLE)>("ZwSaveKey");
+  if (save == nullptr) return ERROR_PROC_NOT_FOUND;
+  const KernelKey saved(key);
+  return saved.handle == nullptr ? kRegistryBadHandle : ErrorOfStatus(save(saved.handle, file));
+}
+
+int32_t KeyName(RegistryKey key, std::u16string* name) {
+  constexpr int kNameInformation = 3;
+  constexpr ULONG kMostBytes = 0x10000;
+  const auto query = KernelCall<LONG(WINAPI*)(HANDLE, int, void*, ULONG, ULONG*)>("NtQueryKey");
+  if (query == nullptr) return ERROR_PROC_NOT_FOUND;
+  const KernelKey asked(key);
+  if (asked.handle == nullptr) return kRegistryBadHandle;
+  std::vector<uint32_t> answer(kMostBytes / 4);  // a length in bytes, then the name
+  ULONG size = 0;
+  const LONG status = query(asked.handle, kNameInformation, answer.data(), kMostBytes, &size);
+  if (status != 0) return ErrorOfStatus(status);
+  const auto* text = reinterpret_cast<const char16_t*>(answer.data() + 1);
+  name->assign(text, std::min<ULONG>(answer[0], kMostBytes - 4) / 2);
+  return kRegistryDone;
+}
+
+int32_t SaveNatively(RegistryKey key, const char16_t* file, const uint8_t* descriptor) {
+  SECURITY_ATTRIBUTES attributes = AttributesOf(descriptor);
+  const HANDLE made = CreateFileW(Wide(file), GENERIC_READ | GENERIC_WRITE, 0, &attributes,
+                                  CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr);
   if (made == INVALID_HANDLE_VALUE) return static_cast<int32_t>(GetLastError());
   const int32_t error = SaveInto(key, made);
   CloseHandle(made);
   if (error != kRegistryDone) DeleteFileW(Wide(file));
   return error;
+}
+
+int32_t ProtectFileBy(const char16_t* file, const uint8_t* descriptor) {
+  constexpr SECURITY_INFORMATION kParts =
+      DACL_SECURITY_INFORMATION | PROTECTED_DACL_SECURITY_INFORMATION;
+  const BOOL done = SetFileSecurityW(Wide(file), kParts, const_cast<uint8_t*>(descriptor));
+  return done ? kRegistryDone : static_cast<int32_t>(GetLastError());
 }
 
 int32_t Load(RegistryKey root, const char16_t* sub_key, const char16_t* file) {
@@ -214,9 +265,10 @@ int32_t SetPrivilege(const char16_t* name, bool enable, bool* was_enabled) {
 }  // namespace
 
 Registry PlatformRegistry() {
-  return {Open,       Close,   QueryInfo, EnumKey,     EnumValue,    QueryValue,   GetSecurity,
-          QueryClass, Create,  SetValue,  SetSecurity, Save,         SaveNatively, Load,
-          Unload,     Replace, ErrorText, CapitalName, Has32BitView, SetPrivilege};
+  return {Open,        Close,        QueryInfo,     EnumKey,     EnumValue, QueryValue,
+          GetSecurity, QueryClass,   KeyName,       Create,      SetValue,  SetSecurity,
+          Save,        SaveNatively, ProtectFileBy, Load,        Unload,    Replace,
+          ErrorText,   CapitalName,  Has32BitView,  SetPrivilege};
 }
 
 }  // namespace hivequarry

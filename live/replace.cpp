@@ -2,11 +2,16 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <map>
+#include <vector>
 
 #include "hive/root_path.h"
+#include "host/evidence.h"
 #include "host/files.h"
 #include "host/host.h"
 #include "host/output_file.h"
+#include "live/file_protection.h"
+#include "live/mounted_hives.h"
 
 namespace hivequarry {
 namespace {
@@ -51,22 +56,70 @@ bool MakeRoomForOld(const std::string& old) {
          DeleteNamedFile(old);
 }
 
-bool ReplaceKey(RegistryKey root, const char16_t* sub_key, const std::string& path,
-                const std::string& file) {
-  const std::string old = file + ".bak";
-  if (!MakeRoomForOld(old)) return false;
-  const int32_t error = CurrentRegistry().replace(root, sub_key, WideFromUtf8(file).c_str(),
-                                                  WideFromUtf8(old).c_str());
-  if (error != kRegistryDone) Warn("Can not replace " + path + " !" + TroubleOf(error, file));
-  return error == kRegistryDone;
+// A run and what it has done so far.
+struct Replacing {
+  const HiveRun& run;
+  const SystemPlaces& places;
+  MountedHives mounted = ReadMountedHives();
+  std::map<std::u16string, std::string> replaced =
+      {};                                     // by kernel name: the path that was asked for
+  std::vector<std::string> other_names = {};  // of these, left out
+};
+
+// What a replacement asks for.
+struct Place {
+  RegistryKey root;
+  const char16_t* sub_key;
+  std::string path;  // as the user knows it
+  std::u16string kernel_name = KernelNameOf(root, sub_key);
+};
+
+bool Refuse(const Place& place, const std::string& why) {
+  Warn("Can not replace " + place.path + " !\r" + why);
+  return false;
 }
 
-bool ReplaceUsers(const std::string& folder) {
+// The system's call would take any key, and replace the hive that holds it.
+bool IsWholeHive(const Replacing& state, const Place& place) {
+  if (!state.mounted.listed)
+    return Refuse(place, "The system's list of its hives can not be read.");
+  if (IsHiveRoot(state.mounted, place.kernel_name)) return true;
+  return Refuse(place, "It is no hive of its own: the one that holds it would be replaced.");
+}
+
+// One hive has several names: the current user's is one of HKEY_USERS as well.
+bool IsReplaced(Replacing& state, const Place& place) {
+  const auto found = state.replaced.find(place.kernel_name);
+  if (found == state.replaced.end()) return false;
+  state.other_names.push_back(place.path + " (" + found->second + ")");
+  return true;
+}
+
+// True also for a hive that this run has replaced under another name.
+bool ReplaceKey(Replacing& state, const Place& place, const std::string& file) {
+  if (!IsWholeHive(state, place)) return false;
+  if (IsReplaced(state, place)) return true;
+  if (IsEvidence(file)) {
+    return Refuse(place, file + " is open in this program and stays as it is.");
+  }
+  const std::string old = file + ".bak";
+  if (!MakeRoomForOld(old)) return false;
+  const int32_t error = CurrentRegistry().replace(
+      place.root, place.sub_key, WideFromUtf8(file).c_str(), WideFromUtf8(old).c_str());
+  if (error != kRegistryDone) {
+    Warn("Can not replace " + place.path + " !" + TroubleOf(error, file));
+    return false;
+  }
+  state.replaced[place.kernel_name] = place.path;
+  return true;
+}
+
+bool ReplaceUsers(Replacing& state) {
   int replaced = 0;
   bool whole = true;
-  for (const UserHive& hive : UserHivesIn(folder)) {
+  for (const UserHive& hive : UserHivesIn(state.run.folder)) {
     if (!IsNameTaken(hive.file)) continue;
-    const bool done = ReplaceKey(kUsers, hive.name.c_str(), hive.path, hive.file);
+    const bool done = ReplaceKey(state, {kUsers, hive.name.c_str(), hive.path}, hive.file);
     replaced += done ? 1 : 0;
     whole &= done;
   }
@@ -77,29 +130,47 @@ bool CopyInto(const std::string& from, const std::string& to) {
   return ChangeFile(to, [&from](const std::string& copy) {
     std::error_code error;
     constexpr auto kOver = std::filesystem::copy_options::overwrite_existing;
-    return std::filesystem::copy_file(FilePath(from), FilePath(copy), kOver, error);
+    if (!std::filesystem::copy_file(FilePath(from), FilePath(copy), kOver, error)) return false;
+    ProtectFile(copy);  // no worse than the file that it was made of
+    return true;
   });
 }
 
-// The boot hive is on the boot drive, and its new file has to be there too. Empty when the copy
-// failed.
+// The boot hive is on the boot drive, and its new file has to be there too. Empty when there is no
+// copy: one of before is only replaced after a question.
 std::string OnBootDrive(const std::string& file, const SystemPlaces& places) {
   if (LiesOn(file, places.boot_drive) || !IsExistingFolder(places.boot_folder)) return file;
   const std::string folder = NameInFolder(places.boot_folder, "hivequarry");
   std::error_code error;
   std::filesystem::create_directory(FilePath(folder), error);
   const std::string copy = NameInFolder(folder, "bcd");
+  const std::string question = "File " + copy + " already exists !  Overwrite file ?";
+  if (IsNameTaken(copy) && ShowMessage(question.c_str(), kProgramName, Icon::kQuestion,
+                                       Buttons::kYesNo) != Answer::kYes) {
+    return {};
+  }
   return CopyInto(file, copy) ? copy : std::string();
 }
 
-bool ReplaceHive(const HiveRun& run, int number, const SystemPlaces& places) {
-  TellState(run, number, HiveState::kRunning);
+bool ReplaceHive(Replacing& state, int number) {
+  TellState(state.run, number, HiveState::kRunning);
   const LiveHive& hive = LiveHiveTable()[static_cast<size_t>(number)];
-  if (hive.file == nullptr) return ReplaceUsers(run.folder);
-  std::string file = NameInFolder(run.folder, hive.file);
+  if (hive.file == nullptr) return ReplaceUsers(state);
+  std::string file = NameInFolder(state.run.folder, hive.file);
   if (!IsNameTaken(file)) return false;
-  if (number == kBootHive) file = OnBootDrive(file, places);
-  return !file.empty() && ReplaceKey(hive.root, hive.sub_key, hive.path, file);
+  const Place place = {hive.root, hive.sub_key, hive.path};
+  if (number == kBootHive) {
+    if (!IsWholeHive(state, place)) return false;
+    file = OnBootDrive(file, state.places);
+  }
+  return !file.empty() && ReplaceKey(state, place, file);
+}
+
+void TellOtherNames(const Replacing& state) {
+  if (state.other_names.empty()) return;
+  std::string text = "Left out, as the same hive was replaced under another name :";
+  for (const std::string& name : state.other_names) text += '\r' + name;
+  ShowMessage(text.c_str(), kProgramName, Icon::kInformation);
 }
 
 }  // namespace
@@ -143,8 +214,11 @@ HiveRunResult ReplaceHives(const HiveRun& run, const SystemPlaces& places) {
     Warn("No Restore Privilege !", "Error");
     return {};
   }
-  const HiveRunResult result =
-      ForEachHive(run, [&](int hive) { return ReplaceHive(run, hive, places); });
+  // Some hives let nobody open their keys but a backup.
+  const EnabledPrivilege backup(Privilege::kBackup);
+  Replacing state{run, places};
+  const HiveRunResult result = ForEachHive(run, [&](int hive) { return ReplaceHive(state, hive); });
+  TellOtherNames(state);
   if (result.done > 0) {
     ShowMessage("Replacing Hive(s) done. Changes will take effect after system restart !",
                 kProgramName, Icon::kInformation);

@@ -1,5 +1,6 @@
 #include "live/snapshot.h"
 
+#include <algorithm>
 #include <array>
 #include <chrono>
 #include <cstdio>
@@ -12,17 +13,21 @@
 
 #include "hive/cells.h"
 #include "hive/key_node.h"
+#include "hive/root_path.h"
 #include "host/files.h"
 #include "host/host.h"
 #include "host/long_operation.h"
 #include "host/output_file.h"
 #include "live/backup.h"
 #include "live/empty_hive.h"
+#include "live/file_protection.h"
 #include "live/hive_mounts.h"
 #include "live/live_keys.h"
 
 namespace hivequarry {
 namespace {
+
+namespace fs = std::filesystem;
 
 constexpr uint16_t kSingleByteName = 0x20;  // in a key's flags
 
@@ -67,27 +72,55 @@ bool WriteEmptyHive(const std::string& file) {
   return std::fclose(opened.release()) == 0;
 }
 
-// Has the hive's name and more behind it. With a digit there the hive's name, which ends in a
-// number of this program's own making, is that of another hive.
-bool IsCompanion(const std::filesystem::path::string_type& name,
-                 const std::filesystem::path::string_type& hive) {
+// What a system leaves beside a loaded hive: its name and more behind it. With a digit there the
+// hive's name, which ends in a number of this program's own making, is that of another hive.
+bool IsLog(std::string_view name, std::string_view hive) {
+  constexpr std::string_view kEnds[] = {".LOG", ".LOG1", ".LOG2", ".blf", ".regtrans-ms"};
   if (name.size() <= hive.size() || !name.starts_with(hive)) return false;
-  const auto next = name[hive.size()];
-  return next < '0' || next > '9';
+  const std::string_view rest = name.substr(hive.size());
+  if (rest[0] >= '0' && rest[0] <= '9') return false;
+  return std::ranges::any_of(kEnds, [&](std::string_view end) {
+    return rest.size() >= end.size() &&
+           EqualIgnoringCase(rest.substr(rest.size() - end.size()), end);
+  });
 }
 
-// What a system leaves beside a loaded hive: ".LOG" files, transaction logs.
-void RemoveCompanions(const std::string& file) {
-  namespace fs = std::filesystem;
-  const fs::path path = FilePath(file);
-  const fs::path::string_type name = path.filename().native();
-  std::vector<fs::path> found;
+// The whole names (UTF-8) of the log files beside a hive.
+std::vector<std::string> LogsOf(const std::string& hive) {
+  const fs::path path = FilePath(hive);
+  const std::u8string name = path.filename().u8string();
+  std::vector<std::string> found;
   std::error_code error;
   for (fs::directory_iterator at(path.parent_path(), error); !error && at != end(at);
        at.increment(error)) {
-    if (IsCompanion(at->path().filename().native(), name)) found.push_back(at->path());
+    const std::u8string each = at->path().filename().u8string();
+    const auto text = [](const std::u8string& t) { return std::string(t.begin(), t.end()); };
+    if (IsLog(text(each), text(name))) found.push_back(hive + text(each).substr(name.size()));
   }
-  for (const fs::path& companion : found) fs::remove(companion, error);
+  std::ranges::sort(found);
+  return found;
+}
+
+// All that the system wrote to the hive is in its file: the numbers of the last write's beginning
+// and of its end are the same. Else a part of it is in the log files alone.
+bool IsSettled(const std::string& hive) {
+  int error = 0;
+  const FilePointer opened(OpenFile(hive, "rb", error));
+  uint8_t numbers[8] = {};
+  return opened != nullptr && ReadFileBytes(opened.get(), 4, numbers, 8) == 8 &&
+         LoadU32(numbers) == LoadU32(numbers + 4);
+}
+
+// Beside the place, with nothing there yet that a system would take for the hive's logs.
+std::string NameForMaking(const std::string& place) {
+  constexpr int kMaxTries = 99;
+  int error = 0;
+  if (NameBeside(place, error).empty()) return {};
+  for (int number = 1; number <= kMaxTries; ++number) {
+    std::string name = place + ".tmp~" + std::to_string(number);
+    if (!IsNameTaken(name) && LogsOf(name).empty()) return name;
+  }
+  return {};
 }
 
 // Whatever looks into new keys and files (a scanner, an indexer) holds them for a moment.
@@ -106,14 +139,12 @@ int32_t UnloadPatiently(const std::u16string& mount) {
 // nothing of it is left when it goes.
 class HiveInTheMaking {
  public:
-  explicit HiveInTheMaking(const std::string& place) : place_(FullName(place)) {
-    int error = 0;
-    made_ = NameBeside(place_, error);
-  }
+  explicit HiveInTheMaking(const std::string& place)
+      : place_(FullName(place)), made_(NameForMaking(place_)) {}
   ~HiveInTheMaking() {
     if (made_.empty() || !mount_.empty()) return;
     TakePlace(made_, place_, false);
-    RemoveCompanions(made_);
+    RemoveLogs();
   }
   HiveInTheMaking(const HiveInTheMaking&) = delete;
   HiveInTheMaking& operator=(const HiveInTheMaking&) = delete;
@@ -124,6 +155,7 @@ class HiveInTheMaking {
     const std::u16string name = FindFreeTempKey(kUsers);
     const int32_t error = name.empty() ? kRegistryFileExists : LoadHiveIntoRegistry(name, made_);
     if (error == kRegistryDone) mount_ = name;
+    loaded_ = loaded_ || error == kRegistryDone;
     return error;
   }
   int32_t Unmount() {
@@ -131,15 +163,32 @@ class HiveInTheMaking {
     if (error == kRegistryDone) mount_.clear();
     return error;
   }
-  bool Keep() {
-    RemoveCompanions(made_);
-    return TakePlace(std::exchange(made_, {}), place_, true);
+  // The logs that the hive still needs come along, under its new name where that is free.
+  bool Keep(std::vector<std::string>& logs) {
+    if (IsSettled(made_)) RemoveLogs();
+    const std::vector<std::string> needed = loaded_ ? LogsOf(made_) : std::vector<std::string>();
+    const std::string made = std::exchange(made_, {});
+    if (!TakePlace(made, place_, true)) return false;
+    for (const std::string& log : needed) {
+      const std::string name = place_ + log.substr(made.size());
+      std::error_code error;
+      if (!IsNameTaken(name)) fs::rename(FilePath(log), FilePath(name), error);
+      logs.push_back(IsNameTaken(log) ? log : name);
+    }
+    return true;
   }
 
  private:
+  void RemoveLogs() const {
+    if (!loaded_) return;
+    std::error_code error;
+    for (const std::string& log : LogsOf(made_)) fs::remove(FilePath(log), error);
+  }
+
   std::string place_;
   std::string made_;
   std::u16string mount_;
+  bool loaded_ = false;  // what lies beside it may be its own
 };
 
 // A key at a registry path, for reading.
@@ -159,6 +208,7 @@ bool FillByCopying(HiveInTheMaking& hive, SnapshotResult& result, OutputList& er
     return false;
   };
   if (!WriteEmptyHive(hive.file())) return fail(SnapshotStep::kFile, 0);
+  result.unprotected = !ProtectFile(hive.file());
   int32_t error = hive.Mount();
   if (error != kRegistryDone) return fail(SnapshotStep::kLoad, error);
   error = CopyBranch(result.path, hive.mount(), errors);
@@ -175,8 +225,9 @@ bool FillBySaving(HiveInTheMaking& hive, SnapshotResult& result) {
   const EnabledPrivilege backup(Privilege::kBackup);
   const OpenedKey key = OpenPath(result.path);
   const std::u16string file = WideFromUtf8(hive.file());
-  result.error = CurrentRegistry().save(key.key(), file.c_str());
+  result.error = CurrentRegistry().save(key.key(), file.c_str(), AdministratorsAlone().data());
   if (result.error != kRegistryDone) result.step = SnapshotStep::kSave;
+  result.unprotected = !ProtectFile(hive.file());
   return result.error == kRegistryDone;
 }
 
@@ -201,7 +252,7 @@ SnapshotResult MakeSnapshot(std::string path, const std::string& file, bool save
   if (StopRequested()) {
     result.step = SnapshotStep::kStopped;
   } else if (result.step == SnapshotStep::kDone &&
-             !(filled && MarkSnapshot(hive.file(), result.path, false) && hive.Keep())) {
+             !(filled && MarkSnapshot(hive.file(), result.path, false) && hive.Keep(result.logs))) {
     result.step = SnapshotStep::kFile;
   }
   return result;
@@ -209,6 +260,17 @@ SnapshotResult MakeSnapshot(std::string path, const std::string& file, bool save
 
 std::string WithCode(const char* text, int32_t error) {
   return std::string(text) + " (Error " + std::to_string(error) + ") !";
+}
+
+std::string DoneMessage(const SnapshotResult& result) {
+  std::string text;
+  if (!result.logs.empty()) {
+    text = "The system has not written everything into " + result.file +
+           ". The rest is in log files beside it, which stay :";
+    for (const std::string& log : result.logs) text += "\r\n" + log;
+  }
+  if (!result.unprotected) return text;
+  return text + (text.empty() ? "" : "\r\n") + UnprotectedText(FolderOf(result.file));
 }
 
 }  // namespace
@@ -223,6 +285,7 @@ bool MarkSnapshot(const std::string& file, std::string_view path, bool keep_sign
 std::string SnapshotMessage(const SnapshotResult& result) {
   switch (result.step) {
     case SnapshotStep::kDone:
+      return DoneMessage(result);
     case SnapshotStep::kStopped:
       return {};
     case SnapshotStep::kOpen:

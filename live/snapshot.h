@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "hive/root_path.h"
 #include "lists/output_list.h"
@@ -34,8 +35,11 @@ struct SnapshotResult {
   std::string file;
   std::string left_key;   // what stays mounted after kUnload,
   std::string left_file;  // of that file; UTF-8
+  // Files beside a snapshot that is done but does not hold everything yet: the system's logs.
+  std::vector<std::string> logs;
+  bool unprotected = false;  // others than administrators may read it
 };
-// What to tell the user; empty when it was made, or stopped.
+// What to tell the user; empty when there is nothing to tell, as after a stop.
 std::string SnapshotMessage(const SnapshotResult& result);
 
 // The branch at a registry path (any form of the root) as a snapshot file: keys with class names,

@@ -8,6 +8,7 @@
 #include <fstream>
 #include <iterator>
 
+#include "host/evidence.h"
 #include "host/long_operation.h"
 #include "live/replace.h"
 #include "tests/support/hive_builder.h"
@@ -35,6 +36,10 @@ class BackupTest : public ::testing::Test {
                                 u"HKLM\\BCD00000000", u"HKU\\S-1", u"HKU\\a:b"}) {
       registry_.At(key).SetText(u"v", key);
     }
+    registry_.ListHives({u"\\REGISTRY\\MACHINE\\SOFTWARE", u"\\REGISTRY\\MACHINE\\SYSTEM",
+                         u"\\Registry\\Machine\\SAM", u"\\REGISTRY\\MACHINE\\BCD00000000",
+                         u"\\REGISTRY\\USER\\S-1", u"\\REGISTRY\\USER\\S-1-5-21-7",
+                         u"\\REGISTRY\\USER\\S-1-5-21-7_Classes", u"\\REGISTRY\\USER\\.DEFAULT"});
     registry_.privileges = {u"SeBackupPrivilege", u"SeRestorePrivilege"};
     fs::create_directory(folder_);
   }
@@ -133,6 +138,32 @@ TEST_F(BackupTest, SavesEachHiveAndEachUsersKey) {
   EXPECT_EQ(states_, ".+.+.+");
   EXPECT_EQ(Files(), (Texts{"HKU_S-1.dat", "HKU_a_b.dat", "SOFTWARE", "SYSTEM"}));
   EXPECT_TRUE(IsHive("SOFTWARE") && IsHive("HKU_S-1.dat"));
+}
+
+TEST_F(BackupTest, SavedHivesAreForAdministratorsAndTheSystemAlone) {
+  constexpr uint16_t kProtected = 0x1000, kDaclPresent = 4;
+  backup_.run.hives |= HiveBit(kSam);
+  registry_.At(u"HKLM\\SAM").save_error = kRegistryDone;
+  EXPECT_EQ(Run(), Texts{"i: Backup done."});
+  EXPECT_EQ(registry_.protected_files.size(), 3U);
+  for (const auto& [file, descriptor] : registry_.protected_files) {
+    SCOPED_TRACE(file);
+    ASSERT_EQ(descriptor.size(), 72U);
+    EXPECT_EQ(GetU16(descriptor, 2) & (kProtected | kDaclPresent), kProtected | kDaclPresent);
+    const Bytes same = SecurityDescriptor(
+        "S-1-5-18", "S-1-5-18", {{0, 0, 0x1F01FF, "S-1-5-18"}, {0, 0, 0x1F01FF, "S-1-5-32-544"}});
+    EXPECT_EQ(Bytes(descriptor.begin() + 20, descriptor.end()),
+              Bytes(same.begin() + 20, same.begin() + 72));
+  }
+  for (const bool natively : {false, true}) {
+    for (const char* name : {"SAM", "SOFTWARE", "SYSTEM"}) fs::remove(In(name));
+    if (natively) registry_.errors["save"] = 123;
+    registry_.errors["protect"] = 50;
+    EXPECT_EQ(Run(), (Texts{"x: Whoever may read " + folder_ +
+                                " can read the saved hives: their files could not be kept to "
+                                "administrators !",
+                            "i: Backup done."}));
+  }
 }
 
 TEST_F(BackupTest, AFailingHiveNeverStopsTheOthersAndLeavesNoFile) {
@@ -309,14 +340,71 @@ TEST_F(BackupTest, TheBootHivesFileComesToTheBootDrive) {
             (std::vector<ReplacedHive>{{u"HKLM\\BCD00000000", copy, copy + ".bak"}}));
   EXPECT_EQ(ContentOf(copy), "old");
   std::ofstream(In("BCD")) << "newer";
-  RunReplace();  // over the copy of before
+  EXPECT_EQ(RunReplace(), Texts{"q: File " + copy + " already exists !  Overwrite file ?"});
+  EXPECT_EQ(ContentOf(copy), "old");
+  host_.answer = Answer::kYes;
+  RunReplace();
   EXPECT_EQ(ContentOf(copy), "newer");
   fs::remove(copy);
   fs::create_directory(copy);
-  EXPECT_EQ(RunReplace(), Texts{});  // the copy fails
+  RunReplace();  // the copy fails
+  EXPECT_EQ(registry_.replaced.size(), 2U);
+  Shown();
   places_.boot_drive = temp_.folder();
   EXPECT_EQ(RunReplace(), Texts{kReplaced});
   EXPECT_EQ(registry_.replaced.back().new_file, In("BCD"));
+}
+
+TEST_F(BackupTest, AKeyThatIsNoHivesRootIsNotReplacedForTheHiveThatHoldsIt) {
+  backup_.run.hives = HiveBit(kBootHive) | HiveBit(kUserKeys);
+  for (const char* name : {"BCD", "HKU_a_b.dat"}) Write(In(name));
+  fs::create_directories(places_.boot_folder);
+  MemoryKey& list = registry_.At(u"HKLM\\SYSTEM\\CurrentControlSet\\Control\\hivelist");
+  std::erase_if(list.values, [](const MemoryValue& value) { return value.name.ends_with(u'0'); });
+  const std::string why = " !\rIt is no hive of its own: the one that holds it would be replaced.";
+  EXPECT_EQ(RunReplace(), (Texts{"x: Can not replace HKEY_USERS\\a:b" + why,
+                                 "x: Can not replace HKEY_LOCAL_MACHINE\\BCD00000000" + why}));
+  EXPECT_FALSE(IsExistingFolder(places_.boot_folder + "/hivequarry"));
+  list.values.clear();
+  EXPECT_EQ(Texts(1, RunReplace()[0]),
+            Texts{"x: Can not replace HKEY_USERS\\a:b !\rThe system's list of its hives can not be "
+                  "read."});
+  EXPECT_TRUE(registry_.replaced.empty());
+  EXPECT_EQ(states_, ".-.-");
+}
+
+TEST_F(BackupTest, AHiveOfTwoNamesIsReplacedOnce) {
+  const std::u16string user = u"HKU\\S-1-5-21-7";
+  for (const char16_t* key : {u"", u"_Classes"}) registry_.At(user + key);
+  registry_.At(u"HKU\\.DEFAULT");
+  registry_.At(u"HKU\\S-1-5-18").link = u"HKU\\.DEFAULT";
+  registry_.At(u"HKCU\\Software\\Classes").link = user + u"_Classes";
+  for (const char* name : {"ntuser.dat", "usrClass.dat", "HKU_S-1-5-21-7.dat",
+                           "HKU_S-1-5-21-7_Classes.dat", "HKU_.DEFAULT.dat", "HKU_S-1-5-18.dat"}) {
+    Write(In(name));
+  }
+  backup_.run.hives = HiveBit(1) | HiveBit(kClasses) | HiveBit(kUserKeys);
+  EXPECT_EQ(RunReplace(),
+            (Texts{"i: Left out, as the same hive was replaced under another name :"
+                   "\rHKEY_USERS\\S-1-5-21-7 (HKEY_CURRENT_USER)"
+                   "\rHKEY_USERS\\S-1-5-21-7_Classes (HKEY_CURRENT_USER\\Software\\Classes)"
+                   "\rHKEY_USERS\\S-1-5-18 (HKEY_USERS\\.DEFAULT)",
+                   kReplaced}));
+  EXPECT_EQ(states_, ".+.+.+");
+  ASSERT_EQ(registry_.replaced.size(), 3U);
+  EXPECT_EQ(registry_.replaced[0].new_file, In("ntuser.dat"));
+  EXPECT_EQ(registry_.replaced[1].new_file, In("usrClass.dat"));
+  EXPECT_EQ(registry_.replaced[2].new_file, In("HKU_.DEFAULT.dat"));
+}
+
+TEST_F(BackupTest, AnOpenFileNeverBecomesTheSystems) {
+  backup_.run.hives = HiveBit(kSystem);
+  Write(In("SYSTEM"));
+  KeepEvidence(In("SYSTEM"));
+  EXPECT_EQ(RunReplace(), Texts{"x: Can not replace HKEY_LOCAL_MACHINE\\System !\r" + In("SYSTEM") +
+                                " is open in this program and stays as it is."});
+  EXPECT_TRUE(registry_.replaced.empty());
+  ReleaseEvidence(In("SYSTEM"));
 }
 
 TEST_F(BackupTest, WhyAHiveWasNotReplaced) {

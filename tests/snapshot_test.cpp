@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <fstream>
 
 #include "hive/root_path.h"
 #include "host/long_operation.h"
@@ -200,6 +201,37 @@ TEST_F(SnapshotTest, LeavesNothingBehindWhenAStepFails) {
       "unloaded or the system restarts. Then " +
           file_ + ".tmp~1 can be deleted.");
   EXPECT_FALSE(std::filesystem::exists(file_));
+}
+
+TEST_F(SnapshotTest, LogsThatTheHiveStillNeedsStayBesideIt) {
+  registry_.unloads_unsettled = true;
+  std::ofstream(file_ + ".tmp~1.LOG") << "mine";  // of what is gone: nobody's to remove
+  ASSERT_EQ(Make(), SnapshotStep::kDone);
+  EXPECT_EQ(message_, "The system has not written everything into " + file_ +
+                          ". The rest is in log files beside it, which stay :\r\n" + file_ +
+                          ".LOG");
+  EXPECT_EQ(ContentOf(file_ + ".LOG").size(), 512U);
+  EXPECT_EQ(ContentOf(file_ + ".tmp~1.LOG"), "mine");
+  std::ofstream(file_ + ".LOG") << "mine";
+  ASSERT_EQ(Make(), SnapshotStep::kDone);
+  EXPECT_TRUE(message_.ends_with(file_ + ".tmp~2.LOG")) << message_;
+  EXPECT_EQ(ContentOf(file_ + ".LOG"), "mine");
+  registry_.unloads_unsettled = false;
+  ASSERT_EQ(Make(), SnapshotStep::kDone);
+  EXPECT_EQ(message_, "");
+  EXPECT_EQ(ContentOf(file_ + ".LOG"), "mine");
+  EXPECT_FALSE(std::filesystem::exists(file_ + ".tmp~3.LOG"));
+}
+
+TEST_F(SnapshotTest, IsForAdministratorsAndTheSystemAlone) {
+  ASSERT_EQ(Make(), SnapshotStep::kDone);
+  const SnapshotResult saved = MakeRootSnapshot(WholeRoots()[3], folder_.folder(), *errors_);
+  ASSERT_EQ(saved.step, SnapshotStep::kDone);
+  EXPECT_EQ(SnapshotMessage(saved), "");
+  EXPECT_EQ(registry_.protected_files.size(), 2U);
+  registry_.errors["protect"] = 50;
+  ASSERT_EQ(Make(), SnapshotStep::kDone);
+  EXPECT_TRUE(message_.starts_with("Whoever may read " + folder_.folder())) << message_;
 }
 
 TEST_F(SnapshotTest, PathBecomesTheRootsNameWhereItHasRoom) {

@@ -132,6 +132,25 @@ int32_t QueryClass(RegistryKey key, char16_t* name, uint32_t* size) {
   return CopyName(KeyOf(key)->class_name, name, size);
 }
 
+// The kernel's name of what is below `at`; empty when that does not hold the key.
+std::u16string NameBelow(const MemoryKey& at, const std::u16string& name, const MemoryKey* key) {
+  if (&at == key) return name;
+  for (const std::unique_ptr<MemoryKey>& child : at.keys) {
+    const std::u16string found = NameBelow(*child, name + u'\\' + child->name, key);
+    if (!found.empty()) return found;
+  }
+  return {};
+}
+
+int32_t KeyName(RegistryKey key, std::u16string* name) {
+  const MemoryKey* at = KeyOf(key);
+  const MemoryKey& user = *in_force->Find(u"HKCU");
+  *name = NameBelow(user, u"\\REGISTRY\\USER\\" + in_force->user, at);
+  if (name->empty()) *name = NameBelow(*in_force->Find(u"HKU"), u"\\REGISTRY\\USER", at);
+  if (name->empty()) *name = NameBelow(*in_force->Find(u"HKLM"), u"\\REGISTRY\\MACHINE", at);
+  return name->empty() ? kRegistryBadHandle : kRegistryDone;
+}
+
 int32_t Create(RegistryKey key, const char16_t* sub_key, const char16_t* class_name,
                uint32_t options, uint32_t access, RegistryKey* opened) {
   MemoryKey* at = KeyOf(key);
@@ -229,7 +248,16 @@ Bytes ReadBytesOf(const std::string& file) {
   return bytes;
 }
 
-int32_t SaveBy(const char* function, RegistryKey key, const char16_t* file) {
+int32_t ProtectFileBy(const char16_t* file, const uint8_t* descriptor) {
+  const std::string name = Utf8FromWide(file);
+  if (!IsThere(name)) return kRegistryNotFound;
+  const int32_t forced = in_force->errors["protect"];
+  if (forced == kRegistryDone) in_force->protected_files[name] = DescriptorBytes(descriptor);
+  return forced;
+}
+
+int32_t SaveBy(const char* function, RegistryKey key, const char16_t* file,
+               const uint8_t* descriptor) {
   const int32_t refused = Refusal(function, u"SeBackupPrivilege");
   if (refused != kRegistryDone) return refused;
   const std::string name = Utf8FromWide(file);
@@ -237,13 +265,17 @@ int32_t SaveBy(const char* function, RegistryKey key, const char16_t* file) {
   const MemoryKey& branch = *KeyOf(key);
   if (branch.save_error != kRegistryDone) return branch.save_error;
   const std::u16string& root = branch.file.empty() ? branch.name : branch.file_root;
-  return WriteBytes(name, HiveOfBranch(branch, root)) ? kRegistryDone : 3;
+  if (!WriteBytes(name, HiveOfBranch(branch, root))) return 3;
+  in_force->protected_files[name] = DescriptorBytes(descriptor);
+  return kRegistryDone;
 }
 
-int32_t Save(RegistryKey key, const char16_t* file) { return SaveBy("save", key, file); }
+int32_t Save(RegistryKey key, const char16_t* file, const uint8_t* descriptor) {
+  return SaveBy("save", key, file, descriptor);
+}
 
-int32_t SaveNatively(RegistryKey key, const char16_t* file) {
-  return SaveBy("save_natively", key, file);
+int32_t SaveNatively(RegistryKey key, const char16_t* file, const uint8_t* descriptor) {
+  return SaveBy("save_natively", key, file, descriptor);
 }
 
 int32_t Load(RegistryKey root, const char16_t* sub_key, const char16_t* file) {
@@ -276,7 +308,9 @@ int32_t Unload(RegistryKey root, const char16_t* sub_key) {
   if (branch == nullptr) return kRegistryNotFound;
   if (branch->file.empty()) return 87;
   if (HoldsOpened(*branch)) return kRegistryDenied;
-  const bool written = WriteBytes(branch->file, HiveOfBranch(*branch, branch->file_root));
+  Bytes hive = HiveOfBranch(*branch, branch->file_root);
+  if (in_force->unloads_unsettled) ++hive[4];
+  const bool written = WriteBytes(branch->file, hive);
   std::erase_if(parent.keys, [&](const auto& key) { return key.get() == branch; });
   return written ? kRegistryDone : 3;
 }
@@ -346,11 +380,13 @@ MemoryRegistry::MemoryRegistry() : before_(CurrentRegistry()) {
   table.query_value = QueryValue;
   table.get_security = GetSecurity;
   table.query_class = QueryClass;
+  table.key_name = KeyName;
   table.create = Create;
   table.set_value = SetValue;
   table.set_security = SetSecurity;
   table.save = Save;
   table.save_natively = SaveNatively;
+  table.protect_file = ProtectFileBy;
   table.load = Load;
   table.unload = Unload;
   table.replace = Replace;
@@ -362,6 +398,11 @@ MemoryRegistry::MemoryRegistry() : before_(CurrentRegistry()) {
 MemoryRegistry::~MemoryRegistry() {
   SetRegistry(before_);
   in_force = nullptr;
+}
+
+void MemoryRegistry::ListHives(const std::vector<std::u16string>& paths) {
+  MemoryKey& list = At(u"HKLM\\SYSTEM\\CurrentControlSet\\Control\\hivelist");
+  for (const std::u16string& path : paths) list.SetText(path, u"");
 }
 
 MemoryKey& MemoryRegistry::At(std::u16string_view path) {

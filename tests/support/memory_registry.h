@@ -60,16 +60,22 @@ class MemoryRegistry {
   MemoryKey& At(std::u16string_view path);
   // Null for a missing one. Links are followed.
   MemoryKey* Find(std::u16string_view path);
+  // Puts the kernel's names of these keys into the system's list of hives.
+  void ListHives(const std::vector<std::u16string>& paths);
   size_t open_keys() const { return opened.size(); }
 
   MemoryKey roots;                      // named HKCR, HKCU, HKLM, HKU and HKCC
+  std::u16string user = u"S-1-5-21-7";  // whom HKCU belongs to, when it is no link
   std::set<std::u16string> privileges;  // that the process has
   std::set<std::u16string> enabled;
   std::map<RegistryKey, MemoryKey*> opened;
   RegistryKey next_handle = 1;
-  // Answers to force, by function: "save", "save_natively", "load", "unload", "replace".
+  // Answers to force, by function: "save", "save_natively", "load", "unload", "replace", "protect".
   std::map<std::string, int32_t> errors;
   std::vector<ReplacedHive> replaced;
+  std::map<std::string, std::vector<uint8_t>> protected_files;  // and their descriptors, by name
+  // An unloaded hive's file says that its last write was not finished.
+  bool unloads_unsettled = false;
 
  private:
   Registry before_;

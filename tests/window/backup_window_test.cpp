@@ -25,6 +25,7 @@ class BackupWindowTest : public WindowTest {
   void SetUp() override {
     WindowTest::SetUp();
     for (const char16_t* key : {u"HKLM\\Software", u"HKLM\\System", u"HKU\\S-1"}) registry_.At(key);
+    registry_.ListHives({u"\\REGISTRY\\MACHINE\\SYSTEM"});
     registry_.privileges = {u"SeBackupPrivilege", u"SeRestorePrivilege"};
     TheProgram().facts.flags.vista = true;
     TheProgram().facts.windows = drive_ + "\\windows";
@@ -87,7 +88,7 @@ TEST_F(BackupWindowTest, AHangingRunCanBeStopped) {
   static std::atomic<bool> hanging;
   hanging = true;
   Registry table = CurrentRegistry();
-  table.save = [](RegistryKey, const char16_t*) -> int32_t {
+  table.save = [](RegistryKey, const char16_t*, const uint8_t*) -> int32_t {
     while (hanging) std::this_thread::yield();
     return kRegistryDenied;
   };

@@ -7,7 +7,13 @@
 #include <string>
 #include <vector>
 
+#include "host/host.h"
+#include "live/file_protection.h"
+#include "live/live_keys.h"
 #include "live/live_lists.h"
+#include "live/mounted_hives.h"
+#include "tests/support/hive_builder.h"
+#include "tests/support/texts.h"
 #include "ui/win.h"
 
 namespace hivequarry::testing {
@@ -73,6 +79,13 @@ TEST_F(LiveRegistryTest, LinksAreNotFollowed) {
   EXPECT_EQ(RegSetValueExW(link, L"SymbolicLinkValue", 0, REG_LINK,
                            reinterpret_cast<const BYTE*>(kMachine), sizeof kMachine - 2),
             ERROR_SUCCESS);
+  {
+    const OpenedKey itself(kCurrentUser, u"Software\\HivequarryTest\\Round", kRegistryAll,
+                           kRegistryOpenLink);
+    EXPECT_TRUE(IsRegistryLink(itself.key()));
+    EXPECT_EQ(KernelNameOf(kCurrentUser, u"Software\\HivequarryTest\\Round"),
+              u"\\REGISTRY\\MACHINE");
+  }
   const std::unique_ptr<KeySource> keys = KeysOfRegistry("HKCU\\Software\\HivequarryTest");
   int count = 0;
   for (SourceKey key; count < 10 && keys->NextKey(key);) ++count;
@@ -82,6 +95,52 @@ TEST_F(LiveRegistryTest, LinksAreNotFollowed) {
       reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "NtDeleteKey")));
   EXPECT_EQ(remove(link), 0);
   RegCloseKey(link);
+}
+
+TEST_F(LiveRegistryTest, TheKernelHasOneNameForEachKey) {
+  EXPECT_EQ(KernelNameOf(kLocalMachine, u"software"), u"\\REGISTRY\\MACHINE\\SOFTWARE");
+  EXPECT_EQ(KernelNameOf(kUsers, u""), u"\\REGISTRY\\USER");
+  constexpr std::u16string_view kUsersKeys = u"\\REGISTRY\\USER\\";
+  const std::u16string user = KernelNameOf(kCurrentUser, u"");
+  ASSERT_TRUE(user.starts_with(u"\\REGISTRY\\USER\\S-1-"));
+  EXPECT_EQ(KernelNameOf(kUsers, user.substr(kUsersKeys.size()).c_str()), user);
+  EXPECT_EQ(KernelNameOf(kCurrentUser, u"Software"), user + u"\\SOFTWARE");
+  EXPECT_EQ(KernelNameOf(kCurrentUser, u"No such key"), u"");
+}
+
+TEST_F(LiveRegistryTest, SavedHivesAreForAdministratorsAndTheSystem) {
+  SetText(kTestKey, L"", L"x");
+  const TempFile place("old", "SAVED");
+  const std::u16string file = WideFromUtf8(place.name());
+  const EnabledPrivilege backup(Privilege::kBackup);
+  const OpenedKey key(kCurrentUser, u"Software\\HivequarryTest", kRegistryRead);
+  const auto* const descriptor = AdministratorsAlone().data();
+  for (const bool natively : {false, true}) {
+    DeleteFileW(reinterpret_cast<const wchar_t*>(file.c_str()));
+    const Registry& registry = CurrentRegistry();
+    ASSERT_EQ(
+        (natively ? registry.save_natively : registry.save)(key.key(), file.c_str(), descriptor),
+        kRegistryDone);
+    EXPECT_TRUE(ProtectFile(place.name()));
+    std::vector<uint8_t> set(4096);
+    DWORD size = 0;
+    ASSERT_NE(GetFileSecurityW(reinterpret_cast<const wchar_t*>(file.c_str()),
+                               DACL_SECURITY_INFORMATION, set.data(), 4096, &size),
+              0);
+    BOOL present = FALSE;
+    BOOL by_default = FALSE;
+    PACL list = nullptr;
+    ASSERT_NE(GetSecurityDescriptorDacl(set.data(), &present, &list, &by_default), 0);
+    ASSERT_TRUE(present != FALSE && list != nullptr);
+    // Everybody has no right to it, and this process has.
+    for (DWORD i = 0; i < list->AceCount; ++i) {
+      void* ace = nullptr;
+      ASSERT_NE(GetAce(list, i, &ace), 0);
+      EXPECT_EQ(IsWellKnownSid(&static_cast<ACCESS_ALLOWED_ACE*>(ace)->SidStart, WinWorldSid), 0);
+    }
+    EXPECT_NE(ContentOf(place.name()), "");
+  }
+  EXPECT_FALSE(ProtectFile(place.folder() + "\\none"));
 }
 
 TEST_F(LiveRegistryTest, SearchAndUninstallReportFindWhatWasMade) {

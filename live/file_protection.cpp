@@ -1,0 +1,34 @@
+#include "live/file_protection.h"
+
+#include "host/files.h"
+#include "host/host.h"
+#include "live/registry.h"
+
+namespace hivequarry {
+namespace {
+
+// Header with owner, group and audit list absent; then the access list of two entries.
+constexpr uint8_t kDescriptor[] = {
+    1, 0, 0x04, 0x90, 0,    0,    0,    0, 0,  0, 0, 0, 0,    0,    0, 0, 20, 0, 0, 0,  // protected
+    2, 0, 52,   0,    2,    0,    0,    0,                                              // 52 bytes
+    0, 0, 20,   0,    0xFF, 0x01, 0x1F, 0,                                  // all rights
+    1, 1, 0,    0,    0,    0,    0,    5, 18, 0, 0, 0,                     // S-1-5-18
+    0, 0, 24,   0,    0xFF, 0x01, 0x1F, 0,                                  // all rights
+    1, 2, 0,    0,    0,    0,    0,    5, 32, 0, 0, 0, 0x20, 0x02, 0, 0};  // S-1-5-32-544
+static_assert(sizeof kDescriptor == 20 + 52);
+
+}  // namespace
+
+std::span<const uint8_t> AdministratorsAlone() { return kDescriptor; }
+
+bool ProtectFile(const std::string& file) {
+  const std::u16string name = WideFromUtf8(FullName(file));
+  return CurrentRegistry().protect_file(name.c_str(), kDescriptor) == kRegistryDone;
+}
+
+std::string UnprotectedText(const std::string& folder) {
+  return "Whoever may read " + folder +
+         " can read the saved hives: their files could not be kept to administrators !";
+}
+
+}  // namespace hivequarry
