@@ -32,15 +32,17 @@ void NoteCurrentFile(const std::string& file_name) {
   table.current_file = file_name;
 }
 
+void ReportCannotOpen(const std::string& file_name, int error) {
+  const std::string text = "Can not open " + file_name + "\r\n(" + std::strerror(error) + ")";
+  ShowMessage(text.c_str(), kProgramName, Icon::kInformation);
+}
+
 // Null after the message "Can not open %s\r\n(%s)".
 Stream OpenHiveFile(const std::string& file_name) {
   NoteCurrentFile(file_name);
   int error = 0;
   Stream stream(OpenFile(file_name, "rb", error));
-  if (stream == nullptr) {
-    const std::string text = "Can not open " + file_name + "\r\n(" + std::strerror(error) + ")";
-    ShowMessage(text.c_str(), kProgramName, Icon::kInformation);
-  }
+  if (stream == nullptr) ReportCannotOpen(file_name, error);
   return stream;
 }
 
@@ -63,16 +65,15 @@ bool ReadIntoBuffer(HiveImage& hive, std::FILE* stream) {
   const uint32_t percent = std::max(hive.length / 100, 1U);
   if (show_progress) host.progress_range(host.context, 100);
   uint32_t done = 0;
-  if (SeekFile(stream, hive.base_offset)) {
-    for (uint32_t shown = 0; done < hive.length && !StopRequested();) {
-      const uint32_t size = std::min(kReadChunk, hive.length - done);
-      const size_t got = std::fread(hive.buffer.get() + done, 1, size, stream);
-      done += static_cast<uint32_t>(got);
-      if (got < size) break;
-      if (show_progress && done / percent > shown) {
-        shown = done / percent;
-        host.progress_position(host.context, shown);
-      }
+  for (uint32_t shown = 0; done < hive.length && !StopRequested();) {
+    const uint32_t size = std::min(kReadChunk, hive.length - done);
+    const size_t got = ReadFileBytes(stream, uint64_t{hive.base_offset} + done,
+                                     hive.buffer.get() + done, size, &hive.unread);
+    done += static_cast<uint32_t>(got);
+    if (got < size) break;
+    if (show_progress && done / percent > shown) {
+      shown = done / percent;
+      host.progress_position(host.context, shown);
     }
   }
   if (show_progress) host.progress_range(host.context, 0);
@@ -90,7 +91,13 @@ bool LoadImage(HiveImage& hive, std::FILE* stream) {
     return false;
   }
   ShowStatus("Loading File ... ");
-  return ReadIntoBuffer(hive, stream);
+  if (!ReadIntoBuffer(hive, stream)) return false;
+  if (hive.unread.count < hive.length || hive.length == 0) {
+    ReportUnread(hive.file_name, hive.unread);
+    return true;
+  }
+  ReportCannotOpen(hive.file_name, hive.unread.error);
+  return false;
 }
 
 void SetBounds(HiveImage& hive) {
@@ -143,7 +150,7 @@ bool OpenIntoSlot(HiveImage& hive, const std::string& file_name) {
   uint32_t length = 0;
   bool ranged = TakeRange(file_size, hive.base_offset, length);
   if (!ranged && table.end_offset <= table.start_offset) {
-    const HiveStart found = FindHiveStart(stream.get(), file_size);
+    const HiveStart found = FindHiveStart(stream.get(), file_size, hive.unread);
     if (found.stopped) return false;
     probe.header_valid = probe.root_valid = found.found;
     if (found.start != 0) {
@@ -162,6 +169,7 @@ bool OpenIntoSlot(HiveImage& hive, const std::string& file_name) {
   if (!probe.header_valid) ProbeHiveStart(stream.get(), hive.base_offset, probe);
   hive.header_valid = probe.header_valid;
   hive.root_valid = probe.root_valid;
+  CutUnread(hive.unread, hive.base_offset);  // what follows is read once more
   if (!LoadImage(hive, stream.get())) return false;
   stream.reset();
   SetBounds(hive);
@@ -328,7 +336,7 @@ bool ValidateHiveFile(HiveImage& hive) {
   return true;
 }
 
-HiveStart FindHiveStart(std::FILE* stream, uint64_t file_size) {
+HiveStart FindHiveStart(std::FILE* stream, uint64_t file_size, UnreadBytes& unread) {
   constexpr uint64_t kProgressSize = 2201000;
   constexpr size_t kBlock = 64 * 1024;
   constexpr size_t kHeader = 12;  // bytes looked at from an "h" on
@@ -344,7 +352,7 @@ HiveStart FindHiveStart(std::FILE* stream, uint64_t file_size) {
   const uint64_t end = std::min<uint64_t>(file_size - kBaseBlockSize + 1, UINT32_MAX);
   for (uint64_t at = kBaseBlockSize; at < end && !result.found;) {
     result.stopped = StopRequested();
-    const size_t got = ReadFileBytes(stream, at, block.data(), block.size());
+    const size_t got = ReadFileBytes(stream, at, block.data(), block.size(), &unread);
     if (result.stopped || got <= kHeader) break;
     // Headers that begin in the last bytes of the block are met again at the start of the next.
     const size_t usable = got - kHeader;
@@ -382,11 +390,6 @@ void ProbeHiveStart(std::FILE* stream, uint32_t candidate, HiveProbe& probe) {
   if (LooksLikeRootCell(cell) || LooksLikeRootName(name)) {
     probe.header_valid = probe.root_valid = true;
   }
-}
-
-size_t ReadFileBytes(std::FILE* stream, uint64_t file_offset, uint8_t* out, size_t size) {
-  if (stream == nullptr || !SeekFile(stream, file_offset)) return 0;
-  return std::fread(out, 1, size, stream);
 }
 
 uint32_t ReadU32BigEndian(const HiveImage& hive, uint32_t position) {

@@ -18,6 +18,7 @@
 #include <vector>
 
 #include "hive/value_edits.h"
+#include "host/file_reading.h"
 
 namespace hivequarry {
 
@@ -78,6 +79,7 @@ struct HiveImage {
   // hive begins there; cell readers end at `length`.
   uint32_t held = 0;
   std::string file_name;      // as given, UTF-8
+  UnreadBytes unread;         // of the file, up to the end of the hive; zeros in the image
   bool header_valid = false;  // the base block was recognised; also called HasBaseBlock
   uint32_t lower_bound = 0;   // of cell positions: 4128 when root_valid, else 0
   uint32_t data_start = 0;    // first position of the data area: 4096 when header_valid, else 0
@@ -152,7 +154,8 @@ struct HiveStart {
   bool stopped = false;
   uint32_t start = 0;  // file offset
 };
-HiveStart FindHiveStart(std::FILE* stream, uint64_t file_size);
+// Adds to `unread` what could not be read on the way.
+HiveStart FindHiveStart(std::FILE* stream, uint64_t file_size, UnreadBytes& unread);
 
 // What the bytes at a candidate file offset confirm; flags already set stay set.
 struct HiveProbe {
@@ -160,9 +163,6 @@ struct HiveProbe {
   bool root_valid = false;
 };
 void ProbeHiveStart(std::FILE* stream, uint32_t candidate, HiveProbe& probe);
-
-// Reads up to `size` bytes at a file offset; returns how many came.
-size_t ReadFileBytes(std::FILE* stream, uint64_t file_offset, uint8_t* out, size_t size);
 
 // --- bounded reads ---------------------------------------------------------------------------
 

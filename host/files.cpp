@@ -60,6 +60,8 @@ std::FILE* OpenFile(const std::string& name, const char* mode, int& error) {
   std::FILE* stream = std::fopen(path.c_str(), mode);
 #endif
   error = stream != nullptr ? 0 : errno;
+  // Whoever reads takes large pieces; a buffer would make one lost sector many.
+  if (stream != nullptr && !writing) std::setvbuf(stream, nullptr, _IONBF, 0);
   return stream;
 }
 

@@ -41,6 +41,7 @@ bool OpenDirectly(const std::string& name, OutputFile& file, int& error) {
   // it so far.
   file.stream = OpenFile(name, "ab", error);
   file.name = file.written = name;
+  file.mode = OutputMode::kReplace;  // nothing to cut back to
   return file.stream != nullptr;
 }
 
@@ -51,12 +52,15 @@ bool OpenBehind(const std::string& name, OutputFile& file, int& error) {
   if (status) return false;
   file.stream = OpenFile(name, "ab", error);
   file.name = file.written = name;
-  file.mode = OutputMode::kAppend;
   return file.stream != nullptr;
 }
 
 bool OpenBeside(const std::string& name, bool exists, OutputFile& file, int& error) {
   file.name = name;
+  if (file.mode == OutputMode::kNew && exists) {
+    error = EEXIST;
+    return false;
+  }
   file.written = NameBeside(name, error);
   if (file.written.empty()) return false;
   file.stream = OpenFile(file.written, "wb", error);
@@ -107,6 +111,7 @@ bool TakePlace(const std::string& made, const std::string& name, bool keep) {
 
 bool OpenOutput(const std::string& name, OutputMode mode, OutputFile& file, int& error) {
   file = OutputFile();
+  file.mode = mode;
   std::error_code ignored;
   const fs::file_type type = fs::status(FilePath(name), ignored).type();
   const bool regular = type == fs::file_type::regular;
@@ -128,7 +133,11 @@ bool CloseOutput(OutputFile& file, bool keep) {
   if (std::fclose(file.stream) != 0) file.failed = true;
   file.stream = nullptr;
   const bool good = keep && !file.failed;
-  if (file.written != file.name) return TakePlace(file.written, file.name, good);
+  if (file.written != file.name) {
+    std::error_code ignored;
+    const bool taken = file.mode == OutputMode::kNew && fs::exists(FilePath(file.name), ignored);
+    return TakePlace(file.written, file.name, good && !taken);
+  }
   if (!good && file.mode == OutputMode::kAppend) {
     std::error_code ignored;
     std::filesystem::resize_file(FilePath(file.name), file.old_size, ignored);

@@ -11,6 +11,7 @@
 namespace hivequarry {
 
 enum class OutputMode {
+  kNew,      // refused (EEXIST) where there is a file of that name
   kReplace,  // a new file, in place of one of that name
   kAppend,   // behind what the file holds already; a new file where there is none
 };

@@ -5,6 +5,7 @@
 #include <cstring>
 #include <memory>
 
+#include "host/file_reading.h"
 #include "host/files.h"
 #include "host/host.h"
 #include "host/long_operation.h"
@@ -228,8 +229,17 @@ ReportRead ReadReportRows(const ByteSource& source, OutputList& list) {
 ReportRead ReadReportRows(const std::string& file, OutputList& list) {
   const Stream stream = OpenReport(file);
   if (stream == nullptr) return ReportRead::kCannotOpen;
-  return ReadReportRows(
-      [&](char* room, size_t size) { return std::fread(room, 1, size, stream.get()); }, list);
+  UnreadBytes unread;
+  uint64_t position = 0;
+  const auto source = [&](char* room, size_t size) {
+    const size_t got =
+        ReadFileBytes(stream.get(), position, reinterpret_cast<uint8_t*>(room), size, &unread);
+    position += got;
+    return got;
+  };
+  const ReportRead read = ReadReportRows(source, list);
+  ReportUnread(file, unread);
+  return read;
 }
 
 }  // namespace hivequarry

@@ -14,6 +14,7 @@
 #include "hive/cells.h"
 #include "hive/key_node.h"
 #include "hive/root_path.h"
+#include "host/file_reading.h"
 #include "host/files.h"
 #include "host/host.h"
 #include "host/long_operation.h"

@@ -4,6 +4,7 @@
 #include <cstring>
 #include <vector>
 
+#include "host/file_reading.h"
 #include "host/files.h"
 #include "host/host.h"
 #include "host/long_operation.h"
@@ -30,6 +31,7 @@ class FileWindow {
   FileWindow& operator=(const FileWindow&) = delete;
 
   uint64_t size() const { return size_; }
+  const UnreadBytes& unread() const { return unread_; }
 
   bool Read(uint64_t position, uint8_t* out, size_t size) {
     if (!Holds(position, size)) return ReadFileBytes(stream_, position, out, size) == size;
@@ -68,7 +70,7 @@ class FileWindow {
   // With room for a base block in front, which is looked at next. False at the end of the file.
   bool Load(uint64_t at) {
     start_ = at - std::min<uint64_t>(at, kBaseBlockSize);
-    got_ = ReadFileBytes(stream_, start_, bytes_.data(), bytes_.size());
+    got_ = ReadFileBytes(stream_, start_, bytes_.data(), bytes_.size(), &unread_);
     if (progress_) {
       const Host& host = CurrentHost();
       host.progress_position(host.context, static_cast<uint32_t>(at * 100 / size_));
@@ -79,6 +81,7 @@ class FileWindow {
   std::FILE* stream_;
   uint64_t size_;
   std::vector<uint8_t> bytes_;
+  UnreadBytes unread_;
   uint64_t start_ = 0;
   size_t got_ = 0;
   bool progress_;
@@ -190,6 +193,7 @@ OutputListPtr ListBlockRuns(const std::string& file) {
   FileWindow window(stream, static_cast<uint64_t>(size));
   AddRuns(window, *list);
   std::fclose(stream);
+  ReportUnread(file, window.unread());
   ShowStatus("");
   return list;
 }

@@ -9,6 +9,7 @@
 #include <system_error>
 #include <vector>
 
+#include "host/file_reading.h"
 #include "host/files.h"
 #include "host/host.h"
 #include "host/long_operation.h"
@@ -18,7 +19,7 @@ namespace hivequarry {
 namespace {
 
 constexpr int kSeries = 100;
-constexpr uint64_t kCopyBlock = 4096;
+constexpr uint64_t kCopyBlock = 64 * 1024;
 constexpr int kFileColumn = 3;
 
 struct Range {
@@ -77,16 +78,17 @@ bool RangeOfRow(const OutputList& list, uint32_t row, uint64_t file_size, Range&
          range.last <= file_size;
 }
 
-// True when every byte of the range that the file has was written.
-bool CopyRange(std::FILE* source, const Range& range, uint64_t file_size, std::FILE* piece) {
-  uint8_t block[kCopyBlock];
+// True when every byte of the range that the file has was written, those in `unread` as zeros.
+bool CopyRange(std::FILE* source, const Range& range, uint64_t file_size, OutputFile& piece,
+               UnreadBytes& unread) {
+  std::vector<uint8_t> block(kCopyBlock);
   const uint64_t end = std::min(range.last + 1, file_size);
-  if (!SeekFile(source, range.first)) return false;
   for (uint64_t at = range.first; at < end;) {
     if (StopRequested()) return false;
     const auto size = static_cast<size_t>(std::min(kCopyBlock, end - at));
-    const size_t got = std::fread(block, 1, size, source);
-    if (std::fwrite(block, 1, got, piece) != got || got < size) return false;
+    const size_t got = ReadFileBytes(source, at, block.data(), size, &unread);
+    const std::string_view bytes(reinterpret_cast<const char*>(block.data()), got);
+    if (!WriteOutput(piece, bytes) || got < size) return false;
     at += got;
   }
   return true;
@@ -101,20 +103,27 @@ struct Split {
   int series;
 };
 
-enum class PieceResult { kWhole, kShort, kNone };
+enum class PieceResult {
+  kWhole,
+  kHoles,    // what could not be read is zeros
+  kNotKept,  // not all of it could be written
+  kNoFile,   // told already
+};
 
 PieceResult WritePiece(Split& split, uint32_t row, const Range& range) {
   const std::string name = PieceName(split.stem, split.series, row + 1);
   int error = 0;
-  std::FILE* piece = OpenFile(name, "wb", error);
-  if (piece == nullptr) {
+  OutputFile piece;
+  if (!OpenOutput(name, OutputMode::kNew, piece, error)) {
     ShowMessage(("Can not create file " + name).c_str(), "Error", Icon::kStop);
-    return PieceResult::kNone;
+    return PieceResult::kNoFile;
   }
-  bool whole = CopyRange(split.source, range, split.size, piece);
-  whole = std::fclose(piece) == 0 && whole;
+  const OutputGuard guard(piece);
+  UnreadBytes unread;
+  const bool copied = CopyRange(split.source, range, split.size, piece, unread);
+  if (!CloseOutput(piece, copied)) return PieceResult::kNotKept;
   ReplaceCell(split.list, row, kFileColumn, NarrowText(WideFromUtf8(name)));
-  return whole ? PieceResult::kWhole : PieceResult::kShort;
+  return unread.count == 0 ? PieceResult::kWhole : PieceResult::kHoles;
 }
 
 // True when pieces were written, all of them whole.
@@ -130,9 +139,9 @@ bool WritePieces(Split& split) {
     if (!RangeOfRow(split.list, row, split.size, range)) break;
     const PieceResult result = WritePiece(split, row, range);
     sound = sound && result == PieceResult::kWhole;
-    told = result == PieceResult::kNone;
+    told = result == PieceResult::kNoFile;
     if (told) break;
-    written = true;
+    written = written || result != PieceResult::kNotKept;
     host.progress_position(host.context, row + 1);
   }
   host.progress_range(host.context, 0);

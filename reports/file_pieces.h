@@ -26,9 +26,9 @@ OutputListPtr ListBlockRuns(const std::string& file);
 
 // Writes each row's range of the list's source into a file of its own, named after the source
 // ("NAME.sp_01", or the next series of names of which none is taken), and fills in the rows' file
-// column. What counts of a row are the decimal numbers in parentheses of its first two columns.
+// column. What could not be read of it is zeros, and its piece not whole. What counts of a row are the decimal numbers in parentheses of its first two columns.
 // With a `folder` (UTF-8) the pieces go there under the source's base name. No existing file is
-// ever overwritten. True when pieces were written whole and no message had to be shown; a row whose
+// ever overwritten, and no piece is left that could not be written to its end. True when pieces were written whole and no message had to be shown; a row whose
 // range can not be ends the run, pieces written before stay.
 bool SplitFile(OutputList& list, const std::string& folder = std::string());
 

@@ -132,7 +132,9 @@ OutputListPtr ListImageInfo(const HiveImage& hive, const ImageSummary& summary,
               number(summary.virtual_children),
               number(summary.virtual_siblings),
               number(static_cast<uint32_t>(freed.keys.size())),
-              number(static_cast<uint32_t>(freed.values.size()))},
+              number(static_cast<uint32_t>(freed.values.size())),
+              std::to_string(hive.unread.count),
+              UnreadRangesText(hive.unread)},
              kNoOffset, RowFacts(), 0);
   return list;
 }
