@@ -1,12 +1,17 @@
 #include "lists/list_rows.h"
 
 #include "hive/key_node.h"
+#include "hive/offset_map.h"
 #include "hive/value_text.h"
 #include "host/host.h"
 
 namespace hivequarry {
 
 std::string PositionText(uint32_t position) { return HexNumber(position); }
+
+std::string TargetText(uint32_t position) {
+  return position >= kNowhere ? "nowhere" : PositionText(position);
+}
 
 std::string BytesText(std::span<const uint8_t> bytes) {
   constexpr char kDigits[] = "0123456789abcdef";

@@ -52,6 +52,8 @@ void MakeTechnical(const ValueKey& value, ValueRow& row) {
   std::snprintf(text, sizeof(text), ordinary ? "%Xod, (%u)" : "%08Xo, %u %s ", value.data_position,
                 value.type, "= unknown dtype");
   row.data = text;
+  // The data's offset leads nowhere: what stands there is no position.
+  if (value.data_position >= kNowhere) row.data.replace(0, row.data.find(','), "nowhere");
   if (value.edited) row.type += "  Edited";
   if (value.status != ValueStatus::kRead) {
     std::snprintf(text, sizeof(text), "  Error %d", -static_cast<int>(value.status));

@@ -85,7 +85,7 @@ void AddValueDetail(const HiveImage& hive, const ValueKey& value, OutputList& li
   const ValueDetailText detail = ValueDetail(hive, value.position);
   if (detail.status != ValueStatus::kRead) {
     add("Length", std::to_string(value.data_length));
-    add("Data position", PositionText(value.data_position));
+    add("Data position", TargetText(value.data_position));
     add("Data", MakeValueRow(hive, value.position, ValueViewOptions()).data);
     return;
   }

@@ -95,6 +95,7 @@ bool ReadSecurityRecord(const HiveImage& hive, uint32_t position, SecurityRecord
 }
 
 std::string InvalidRecordText(const HiveImage& hive, uint32_t position) {
+  if (position == kNowhere) return "Invalid security key: its offset leads nowhere";
   const uint32_t offset = position == kNoOffset ? kNoOffset : OffsetOfPosition(hive, position);
   char text[48];
   std::snprintf(text, sizeof text, "Invalid security key at 0x%X", offset);

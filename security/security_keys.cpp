@@ -161,7 +161,7 @@ void FindKeysBySecurity(const HiveImage& hive, const KeyTree& tree, uint32_t ite
     });
     // The keys of a record that can't be decoded are asked for by its place alone.
     if (!record.matches && !by_record) return;
-    const std::string place = PositionText(position);
+    const std::string place = TargetText(position);
     walk.AddKey(key, [&](const KeyTexts& texts) {
       return std::array<std::string_view, 6>{texts.path, record.owner, record.account->name,
                                              texts.date, texts.offset, place};
@@ -206,7 +206,7 @@ void ListRecordKeys(const HiveImage& hive, const KeyTree& tree, uint32_t item,
                     const SecurityListOptions&, OutputList& list) {
   KeyWalk walk(hive, tree, list);
   walk.Run(item, [&](uint32_t key, uint32_t position) {
-    const std::string place = PositionText(position);
+    const std::string place = TargetText(position);
     walk.AddKey(key, [&](const KeyTexts& texts) {
       return std::array<std::string_view, 4>{texts.path, texts.date, texts.offset, place};
     });

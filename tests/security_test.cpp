@@ -372,6 +372,33 @@ TEST(Security, KeysOfRecords) {
   EXPECT_EQ(find({SecurityMode::kOwner, 0, kAdmins, {}}), (Texts{root}));
 }
 
+// Keys that stand in bins of another hive, of which the one with the records is not there: what
+// their offsets lead to is nowhere, and no number stands for that.
+TEST(Security, RecordsThatAreNowhere) {
+  HiveBuilder foreign("OTHER");
+  for (int i = 0; i < 12; ++i) {
+    foreign.Key("Foreign" + std::to_string(i)).Binary("data", 500);
+  }
+  Sample sample;
+  const Bytes own = sample.builder.BinSize(65536).Build().bytes;
+  const BuiltHive other = foreign.Build();
+  const OpenedHive opened{std::span<const uint8_t>(
+      Joined({own, std::span(other.bytes).subspan(other.BinPosition(1))}))};
+  uint32_t nowhere = 0;
+  const OutputListPtr links = MakeOutputList(kListRecordKeys);
+  ListRecordKeys(opened.hive, opened.tree, 0, {}, *links);
+  for (uint32_t row = 0; row < RowCount(*links); ++row) {
+    const std::string_view place = CellText(*links, row, 3);
+    nowhere += place == "nowhere";
+    EXPECT_FALSE(place.starts_with("0xFFFFFF")) << place;
+  }
+  EXPECT_GT(nowhere, 5u);
+  const uint32_t key =
+      other.PositionOf("Foreign9") - other.BinPosition(1) + static_cast<uint32_t>(own.size());
+  EXPECT_EQ(InvalidRecordText(opened.hive, SecurityOfKey(opened.hive, key)),
+            "Invalid security key: its offset leads nowhere");
+}
+
 // Ten thousand records that all name one list of entries as short as can be.
 TEST(Security, SharedListsTakeLinearTime) {
   constexpr uint32_t kSize = 1 << 20;
