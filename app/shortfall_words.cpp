@@ -14,7 +14,9 @@ constexpr std::array<const char*, kShortfallKinds> kWords = {
     "value(s) whose data were not read",
     "stretch(es) of free space not searched whole",
     "byte(s) of the file could not be read",
-    "row(s) left out"};
+    "row(s) left out",
+    "key(s) left out of the script, with all below",
+    "key(s) or value(s) whose names become one with another's in the script"};
 
 }  // namespace
 

@@ -133,7 +133,7 @@ Truth ReadTruth(const std::string& name) {
     key.name = item == 0 ? ReadKeyName(hive, it.position) : ItemName(hive, opened.tree, item);
     if (it.parent != kNoItem) key.parent = opened.tree.items[it.parent].position;
     uint32_t budget = UINT32_MAX;
-    for (const uint32_t value : ListedValues(hive, it.position, budget)) {
+    for (const uint32_t value : ListedValues(hive, it.position)) {
       key.values.push_back(ReadTrueValue(hive, value));
     }
     if (!key.values.empty()) {
@@ -337,8 +337,7 @@ void CountValues(const Truth& truth, const Damaged& damaged, const Opened& opene
   if (key.values.empty() || Survives(truth, damaged, key.value_list) == kNoOffset) return;
   std::vector<uint32_t> listed;
   if (ItemOfPosition(opened.tree, position) != kNoItem) {
-    uint32_t budget = UINT32_MAX;
-    listed = ListedValues(*opened.hive, position, budget);
+    listed = ListedValues(*opened.hive, position);
   }
   for (const TrueValue& value : key.values) {
     uint32_t cell = Survives(truth, damaged, value.cell);

@@ -1,24 +1,35 @@
 // Registry scripts on the console.
-#include <cstdio>
-
 #include "cli/opened_hive.h"
 #include "cli/print_list.h"
 #include "hive/root_path.h"
 #include "host/host.h"
 #include "host/long_operation.h"
+#include "lists/list_rows.h"
 #include "reports/registry_script.h"
 
 namespace hivequarry {
 namespace {
 
-// What the script lacks.
-void ReportGaps(const ScriptExport& written) {
-  if (written.cut_at != kNoItem) Complain("The script was cut short: not everything fits into it");
-  if (written.skipped.empty()) return;
-  char text[96];
-  std::snprintf(text, sizeof text, "Values that could not be exported: %zu, the first at 0x%08X",
-                written.skipped.size(), written.skipped.front().position);
-  Complain(text);
+// What the script lacks, the first of each kind by name.
+void ReportGaps(const OpenedHive& opened, const ScriptExport& written) {
+  const auto complain = [](const std::string& what, size_t count, const std::string& first) {
+    Complain(what + ": " + std::to_string(count) + ", the first at " + first);
+  };
+  const auto path_of = [&opened](uint32_t item) {
+    return ItemPathUtf8(*opened.hive, opened.tree, item, nullptr);
+  };
+  if (!written.left_out.empty()) {
+    complain("Keys that the script cannot hold, left out with all below", written.left_out.size(),
+             path_of(written.left_out.front()));
+  }
+  if (!written.merged.empty()) {
+    complain("Keys and values whose names become another's in the script", written.merged.size(),
+             path_of(written.merged.front().item));
+  }
+  if (!written.skipped.empty()) {
+    complain("Values that could not be exported", written.skipped.size(),
+             PositionText(written.skipped.front().position));
+  }
 }
 
 // Whose keys a script is to change is not left to the hive's own bytes and names.
@@ -44,7 +55,7 @@ int ExportCommand(const ConsoleRequest& request, OpenedHive& opened) {
     return !written.refused && !StopRequested();
   };
   if (!PrintPieces(write, request.output)) return kExitFailed;
-  if (!request.console.quiet) ReportGaps(written);
+  if (!request.console.quiet) ReportGaps(opened, written);
   return kExitDone;
 }
 

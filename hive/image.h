@@ -34,6 +34,15 @@ struct OffsetRun {
 // The position of an offset stored at `field`, in an image with runs (offset_map.h).
 uint32_t ResolveOffset(const HiveImage& hive, uint32_t offset, uint32_t field);
 
+// The value list of a key that shares it with others, or whose list's cell does not say how long it
+// is.
+inline constexpr uint32_t kAllEntries = 0xFFFFFFFF;
+struct ValueListNote {
+  uint32_t entries = kAllEntries;   // of the list that are the key's; no more than it counts
+  uint32_t in_walks = kAllEntries;  // of these, the ones that a walk over many keys reads
+  bool shared = false;              // another key has the better right to the list
+};
+
 inline constexpr uint32_t kNoOffset = 0xFFFFFFFF;       // "none" in every offset field
 inline constexpr uint32_t kBaseBlockSize = 4096;        // data area start behind a base block
 inline constexpr uint32_t kBinHeaderSize = 32;          // an "hbin" header, in front of its cells
@@ -97,6 +106,8 @@ struct HiveImage {
 
   // Value lists that relation repair found for keys whose own offset is wrong, by key position.
   std::unordered_map<uint32_t, uint32_t> repaired_value_lists;
+  // What a load found out about value lists that are not plainly one key's, by key position.
+  std::unordered_map<uint32_t, ValueListNote> value_list_notes;
 
   ValueEdits edits;  // values edited in memory (value_edits.h)
 

@@ -144,7 +144,7 @@ std::string TextOf(const HiveImage& hive, const KeyTree& tree, const ShownPath& 
 bool LosesAny(const HiveImage& hive, const KeyTree& tree, const ShownPath& shown) {
   return std::ranges::any_of(shown.upwards, [&](uint32_t at) {
     const std::string narrow = ItemName(hive, tree, at);
-    return !IsPlainText(narrow) && ItemNameUtf8(hive, tree, at) != Utf8FromNarrow(narrow);
+    return !IsPlainText(narrow) && PathNameUtf8(hive, tree, at) != Utf8FromNarrow(narrow);
   });
 }
 
@@ -231,7 +231,7 @@ std::string ItemPath(const HiveImage& hive, const KeyTree& tree, uint32_t item) 
 std::string ItemPathUtf8(const HiveImage& hive, const KeyTree& tree, uint32_t item, bool* lossy) {
   const ShownPath shown = ShownPathOf(hive, tree, item, 0);
   if (lossy != nullptr) *lossy = LosesAny(hive, tree, shown);
-  return TextOf(hive, tree, shown, ItemNameUtf8);
+  return TextOf(hive, tree, shown, PathNameUtf8);
 }
 
 std::string LongItemPath(const HiveImage& hive, const KeyTree& tree, uint32_t item) {
@@ -239,12 +239,14 @@ std::string LongItemPath(const HiveImage& hive, const KeyTree& tree, uint32_t it
 }
 
 std::string LongItemPathUtf8(const HiveImage& hive, const KeyTree& tree, uint32_t item) {
-  return TextOf(hive, tree, ShownPathOf(hive, tree, item, kLongestPath), ItemNameUtf8);
+  return TextOf(hive, tree, ShownPathOf(hive, tree, item, kLongestPath), PathNameUtf8);
 }
 
 bool IsPlainText(std::string_view text) {
   // Eight characters at a time: this is asked of every name of a hive.
+  constexpr size_t kLeastCut = 256;  // characters that are left of a name that was cut
   if (text.find('?') != std::string_view::npos) return false;
+  if (text.size() >= kLeastCut && text.find("...") != std::string_view::npos) return false;
   uint64_t seen = 0;
   for (; text.size() >= sizeof(seen); text.remove_prefix(sizeof(seen))) {
     uint64_t word = 0;
@@ -276,7 +278,7 @@ void PathWalker::Push(uint32_t item) {
   if (IsPlainText(name)) {
     utf8_ += name;
   } else {
-    const std::string whole = ItemNameUtf8(hive_, tree_, item);
+    const std::string whole = PathNameUtf8(hive_, tree_, item);
     level.lossy = level.lossy || whole != Utf8FromNarrow(name);
     utf8_ += whole;
   }
@@ -314,7 +316,7 @@ const std::string& PathWalker::LosslessOf(uint32_t item) {
   lossless_.clear();
   if (IsLong()) {
     const ShownPath shown = TailOf(hive_, tree_, item);
-    if (LosesAny(hive_, tree_, shown)) lossless_ = TextOf(hive_, tree_, shown, ItemNameUtf8);
+    if (LosesAny(hive_, tree_, shown)) lossless_ = TextOf(hive_, tree_, shown, PathNameUtf8);
     return lossless_;
   }
   return levels_.back().lossy ? utf8_ : lossless_;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <bit>
+#include <string_view>
 
 #include "hive/cells.h"
 #include "host/host.h"
@@ -10,8 +11,8 @@ namespace hivequarry {
 namespace {
 
 constexpr uint32_t kMaxRawName = 510;     // bytes of a name copied as stored
-constexpr uint32_t kMaxNarrowName = 256;  // characters of a single-byte name kept
-constexpr uint32_t kCutWideName = 255;    // bytes kept of a UTF-16 name longer than kMaxRawName
+constexpr uint32_t kMaxNarrowName = 256;  // characters of a name kept
+constexpr std::string_view kCutMark = "...";
 
 bool IsKeyFlagsByte(uint8_t flags) {
   switch (flags) {
@@ -27,32 +28,41 @@ bool IsKeyFlagsByte(uint8_t flags) {
   }
 }
 
-// A key name keeps the low byte of each UTF-16 unit that has no high byte.
+// A key name keeps the low byte of each UTF-16 unit that has no high byte. A surrogate without its
+// other half is shown as what it is: names that differ in those alone must not look alike.
 std::string NarrowKeyName(const uint8_t* bytes, uint32_t size, bool& failed) {
   std::string name;
   for (uint32_t i = 0; i + 1 < size; i += 2) {
     const bool zero = bytes[i] == 0 && bytes[i + 1] == 0;
     failed = failed || zero;
-    name.push_back(bytes[i + 1] != 0 || zero ? '?' : static_cast<char>(bytes[i]));
+    if (IsLoneSurrogate(bytes, size, i)) {
+      name += LoneSurrogateText(LoadU16(bytes + i));
+    } else {
+      name.push_back(bytes[i + 1] != 0 || zero ? '?' : static_cast<char>(bytes[i]));
+    }
   }
   return name;
 }
 
+// The registry takes names of up to 255 characters. Of longer ones the beginning is shown, and that
+// there is more.
+std::string CutName(std::string name) {
+  if (name.size() <= kMaxNarrowName) return name;
+  name.resize(kMaxNarrowName - kCutMark.size());
+  return name.append(kCutMark);
+}
+
 std::string DecodeName(const HiveImage& hive, uint32_t position, uint32_t length, bool wide,
                        bool& failed) {
-  uint8_t bytes[kMaxRawName];
-  if (!wide) {
-    const uint32_t got =
-        ReadBytes(hive, position + kKeyName, bytes, std::min(length, kMaxNarrowName));
-    return std::string(bytes, bytes + got);
-  }
-  if (length > kMaxRawName) length = kCutWideName;
-  const uint32_t got = ReadBytes(hive, position + kKeyName, bytes, length);
-  return NarrowKeyName(bytes, got, failed);
+  uint8_t bytes[2 * (kMaxNarrowName + 1)];
+  const uint32_t most = wide ? 2 * (kMaxNarrowName + 1) : kMaxNarrowName + 1;
+  const uint32_t got = ReadBytes(hive, position + kKeyName, bytes, std::min(length, most));
+  if (wide) return CutName(NarrowKeyName(bytes, got, failed));
+  return CutName(std::string(bytes, bytes + got));
 }
 
 std::vector<uint8_t> ReadUpTo(const HiveImage& hive, uint32_t position, uint32_t length) {
-  std::vector<uint8_t> bytes(std::min(length, kMaxRawName));
+  std::vector<uint8_t> bytes(length);
   bytes.resize(ReadBytes(hive, position, bytes.data(), static_cast<uint32_t>(bytes.size())));
   return bytes;
 }
@@ -147,10 +157,10 @@ std::string ReadKeyName(const HiveImage& hive, uint32_t position) {
 void AppendKeyName(const HiveImage& hive, uint32_t position, std::string& out) {
   const uint32_t length = ReadU16(hive, position + kKeyNameLength);
   const bool wide = ReadU8(hive, position + kKeyFlags) == 0;
-  const uint32_t kept = std::min(length, kMaxNarrowName);
-  const uint8_t* bytes = wide ? nullptr : BytesInMemory(hive, position + kKeyName, kept);
+  const bool plain = !wide && length <= kMaxNarrowName;
+  const uint8_t* bytes = plain ? BytesInMemory(hive, position + kKeyName, length) : nullptr;
   if (bytes != nullptr) {
-    out.append(reinterpret_cast<const char*>(bytes), kept);
+    out.append(reinterpret_cast<const char*>(bytes), length);
     return;
   }
   bool failed = false;
@@ -166,14 +176,15 @@ uint32_t ValueListOf(const HiveImage& hive, uint32_t key_position) {
 }
 
 std::vector<uint8_t> ReadRawKeyName(const HiveImage& hive, uint32_t position) {
-  return ReadUpTo(hive, position + kKeyName, ReadU16(hive, position + kKeyNameLength));
+  const uint32_t length = ReadU16(hive, position + kKeyNameLength);
+  return ReadUpTo(hive, position + kKeyName, std::min(length, kMaxRawName));
 }
 
 std::vector<uint8_t> ReadClassName(const HiveImage& hive, const KeyNode& key) {
   if (key.class_name == kNoOffset || key.class_name_length == 0) return {};
   if (!InCellBounds(hive, key.class_name)) return {};
   const uint32_t length = key.class_name_length >= 1041 ? 520 : key.class_name_length;
-  return ReadUpTo(hive, key.class_name + 4, length);
+  return ReadUpTo(hive, key.class_name + 4, std::min(length, kMaxRawName));
 }
 
 std::u16string WideKeyName(const HiveImage& hive, uint32_t position, uint32_t length) {
@@ -189,7 +200,7 @@ std::u16string WideKeyName(const HiveImage& hive, uint32_t position, uint32_t le
 }
 
 std::string KeyNameUtf8(const HiveImage& hive, uint32_t position) {
-  return Utf8FromWide(WideKeyName(hive, position, ReadU16(hive, position + kKeyNameLength)));
+  return GeneralUtf8FromWide(WideKeyName(hive, position, ReadU16(hive, position + kKeyNameLength)));
 }
 
 }  // namespace hivequarry

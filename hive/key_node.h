@@ -20,6 +20,8 @@ inline constexpr uint32_t kKeyValueCount = 40;
 inline constexpr uint32_t kKeyValueList = 44;
 inline constexpr uint32_t kKeySecurity = 48;
 inline constexpr uint32_t kKeyClassName = 52;
+inline constexpr uint32_t kKeyLongestValueName = 64;  // bytes as UTF-16
+inline constexpr uint32_t kKeyLongestValueData = 68;  // bytes
 inline constexpr uint32_t kKeyNameLength = 76;
 inline constexpr uint32_t kKeyClassNameLength = 78;
 inline constexpr uint32_t kKeyName = 80;  // the fixed part ends here
@@ -46,7 +48,7 @@ struct KeyNode {
   uint32_t length = 0;  // of the cell, absolute
   KeyState state = KeyState::kNotAKey;
   bool name_failed = false;  // a UTF-16 name with a zero character
-  std::string name;          // code-page text
+  std::string name;          // code-page text; one of more than 256 characters ends in "..."
   SubkeyListCheck list;      // filled when asked for
 };
 
@@ -82,7 +84,7 @@ uint32_t ValueListOf(const HiveImage& hive, uint32_t key_position);
 std::vector<uint8_t> ReadRawKeyName(const HiveImage& hive, uint32_t position);
 std::vector<uint8_t> ReadClassName(const HiveImage& hive, const KeyNode& key);
 
-// The name, nothing lost, of `length` bytes as stored (at most 510 are read).
+// The name, nothing lost, of `length` bytes as stored.
 std::u16string WideKeyName(const HiveImage& hive, uint32_t position, uint32_t length);
 // The name, nothing lost: UTF-8 of the stored UTF-16 or code-page text.
 std::string KeyNameUtf8(const HiveImage& hive, uint32_t position);

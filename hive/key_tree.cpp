@@ -23,6 +23,14 @@ bool HasGivenName(const HiveImage& hive, const KeyTree& tree, const KeyItem& ite
          ReadU16(hive, item.position + kKeyNameLength) == 0;
 }
 
+// A backslash in a name parts no keys: from `start` on each is shown as a mark instead.
+void MarkBackslashes(std::string& out, size_t start) {
+  for (size_t at = start; (at = out.find('\\', at)) != std::string::npos;) {
+    out.replace(at, 1, kBackslashMark);
+    at += kBackslashMark.size();
+  }
+}
+
 }  // namespace
 
 bool IsKeyItem(const KeyTree& tree, uint32_t item) {
@@ -71,10 +79,14 @@ void AppendItemName(const HiveImage& hive, const KeyTree& tree, uint32_t item, s
     out += HintName(it.made_name);
   } else if (it.made_name != 0) {
     out += GeneratedName(it.made_name);
-  } else if (HasGivenName(hive, tree, it)) {
-    out += NameByMinimumLength(hive, tree, it.position);
   } else {
-    AppendKeyName(hive, it.position, out);
+    const size_t start = out.size();
+    if (HasGivenName(hive, tree, it)) {
+      out += NameByMinimumLength(hive, tree, it.position);
+    } else {
+      AppendKeyName(hive, it.position, out);
+    }
+    MarkBackslashes(out, start);
   }
 }
 
@@ -90,6 +102,12 @@ std::string ItemNameUtf8(const HiveImage& hive, const KeyTree& tree, uint32_t it
   const bool stored = key && it.made_name == 0 && !HasGivenName(hive, tree, it);
   if (stored) return KeyNameUtf8(hive, it.position);
   return Utf8FromNarrow(ItemName(hive, tree, item));
+}
+
+std::string PathNameUtf8(const HiveImage& hive, const KeyTree& tree, uint32_t item) {
+  std::string name = ItemNameUtf8(hive, tree, item);
+  if (tree.items[item].kind != ItemKind::kRoot) MarkBackslashes(name, 0);
+  return name;
 }
 
 std::string StatusText(uint16_t marks) {

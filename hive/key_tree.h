@@ -141,11 +141,15 @@ void UnhideAll(KeyTree& tree);
 uint32_t ItemOfPosition(const KeyTree& tree, uint32_t position);
 
 // Displayed name: the root's registry path, a folder's title, the key's code-page name, or its
-// generated name.
+// generated name. A backslash in a key's name is shown as kBackslashMark, in paths too: there a
+// plain one parts two keys.
+inline constexpr std::string_view kBackslashMark = "?{5C}";
 std::string ItemName(const HiveImage& hive, const KeyTree& tree, uint32_t item);
 void AppendItemName(const HiveImage& hive, const KeyTree& tree, uint32_t item, std::string& out);
 // The name, nothing lost, UTF-8.
 std::string ItemNameUtf8(const HiveImage& hive, const KeyTree& tree, uint32_t item);
+// The same as part of a path, with marks for backslashes.
+std::string PathNameUtf8(const HiveImage& hive, const KeyTree& tree, uint32_t item);
 
 // Full path of an item: the root's text and every name down to it, joined by "\". Names may be
 // nested so that the paths of a small file fill any memory, so a path longer than `limit`

@@ -2,6 +2,7 @@
 // A million keys in 190 MB take 3 MB; look-ups are constant time.
 #pragma once
 
+#include <algorithm>
 #include <bit>
 #include <cstdint>
 #include <vector>
@@ -32,6 +33,22 @@ inline bool ContainsPosition(const PositionIndex& index, uint32_t position) {
   const uint32_t word = position / 512;
   return position % 8 == 0 && word < index.bits.size() &&
          (index.bits[word] >> (position / 8 % 64) & 1) != 0;
+}
+
+// A set of bytes of an image, in steps of 8: a bit for each. Takes [position, position + size) in;
+// true when none of it was there.
+inline bool TakeRange(std::vector<uint64_t>& bits, uint32_t position, uint64_t size) {
+  const uint64_t first = position / 8;
+  const uint64_t end = std::min<uint64_t>((position + size + 7) / 8, bits.size() * 64);
+  bool fresh = true;
+  for (uint64_t at = first; at < end; at = (at / 64 + 1) * 64) {
+    const uint64_t in_word = std::min<uint64_t>(end - at / 64 * 64, 64);
+    const uint64_t below = in_word == 64 ? ~uint64_t{0} : (uint64_t{1} << in_word) - 1;
+    const uint64_t mask = below & (~uint64_t{0} << at % 64);
+    fresh = fresh && (bits[at / 64] & mask) == 0;
+    bits[at / 64] |= mask;
+  }
+  return fresh;
 }
 
 // Call once after the last insertion, before RankOfPosition.

@@ -4,6 +4,7 @@
 
 #include "hive/cells.h"
 #include "hive/key_node.h"
+#include "hive/position_index.h"
 
 namespace hivequarry {
 namespace {
@@ -78,22 +79,40 @@ void CheckFirstEntry(const HiveImage& hive, const KeyNode& key, uint32_t list, L
 
 // How many entries of `size` bytes a list cell can hold: by its own length where that is credible,
 // else by the end of the image.
-uint32_t EntryRoom(const HiveImage& hive, uint32_t list, uint32_t size) {
+struct ListRoom {
+  uint32_t entries = 0;
+  bool credible = false;
+};
+ListRoom RoomOf(const HiveImage& hive, uint32_t list, uint32_t size) {
   const uint32_t raw = ReadU32(hive, list);
   const uint32_t length = CellLength(raw);
   const bool credible =
       IsAllocated(raw) && length % 8 == 0 && length >= 16 && InsideHive(hive, list, length);
   const uint32_t bytes = credible ? length : hive.length - list;
-  return bytes < kListEntries ? 0 : (bytes - kListEntries) / size;
+  return {bytes < kListEntries ? 0 : (bytes - kListEntries) / size, credible};
+}
+
+// The number of a list's entries that are read. Only a list with room for its count is free: what
+// else it took would be other lists'.
+uint32_t EntriesToRead(const HiveImage& hive, uint32_t list, uint32_t size,
+                       SubkeyListReads& reads) {
+  const uint32_t wanted = ReadU16(hive, list + kListCount);
+  const ListRoom room = RoomOf(hive, list, size);
+  const uint32_t count = std::min(wanted, room.entries);
+  const bool sound = room.credible && count == wanted && !reads.once.empty();
+  if (sound && TakeRange(reads.once, list, kListEntries + uint64_t{count} * size)) return count;
+  const uint32_t read = std::min(count, reads.left);
+  reads.left -= read;
+  reads.cut += read < count;
+  return read;
 }
 
 // Reads one "lf", "lh" or "li" cell.
-bool ReadPlainList(const HiveImage& hive, uint32_t list, ListKind kind, uint32_t& budget,
+bool ReadPlainList(const HiveImage& hive, uint32_t list, ListKind kind, SubkeyListReads& reads,
                    std::vector<SubkeyEntry>& entries) {
   const uint32_t size = ListEntrySize(kind);
   const uint32_t wanted = ReadU16(hive, list + kListCount);
-  const uint32_t count = std::min({wanted, EntryRoom(hive, list, size), budget});
-  budget -= count;
+  const uint32_t count = EntriesToRead(hive, list, size, reads);
   for (uint32_t i = 0; i < count; ++i) {
     SubkeyEntry entry;
     entry.position = list + kListEntries + i * size;
@@ -148,15 +167,23 @@ SubkeyListCheck CheckSubkeyList(const HiveImage& hive, const KeyNode& key, bool 
   return check;
 }
 
-bool ReadSubkeyList(const HiveImage& hive, uint32_t list, uint32_t& budget,
+SubkeyListReads MakeSubkeyListReads(const HiveImage& hive) {
+  // A key takes 80 bytes and stands in one list: a sixteenth of the image is more list entries
+  // than a sound hive can have.
+  SubkeyListReads reads;
+  reads.once.resize(hive.length / 512 + 1);
+  reads.left = hive.length / 16 + 65536;
+  return reads;
+}
+
+bool ReadSubkeyList(const HiveImage& hive, uint32_t list, SubkeyListReads& reads,
                     std::vector<SubkeyEntry>& entries) {
   if (!InsideHive(hive, list, kListEntries)) return false;
   const ListKind kind = ListKindOfSignature(ReadU16(hive, list + 4));
   if (kind == ListKind::kNone) return false;
-  if (kind != ListKind::kRi) return ReadPlainList(hive, list, kind, budget, entries);
+  if (kind != ListKind::kRi) return ReadPlainList(hive, list, kind, reads, entries);
   const uint32_t wanted = ReadU16(hive, list + kListCount);
-  const uint32_t count = std::min({wanted, EntryRoom(hive, list, 4), budget});
-  budget -= count;
+  const uint32_t count = EntriesToRead(hive, list, ListEntrySize(kind), reads);
   bool sound = count == wanted;
   for (uint32_t i = 0; i < count; ++i) {
     const uint32_t child = ReadOffset(hive, list + kListEntries + 4 * i);
@@ -166,8 +193,17 @@ bool ReadSubkeyList(const HiveImage& hive, uint32_t list, uint32_t& budget,
     // An "lf" child is against the rules, yet its entries say what they say.
     sound = sound && (child_kind == ListKind::kLi || child_kind == ListKind::kLh);
     if (child_kind == ListKind::kNone || child_kind == ListKind::kRi) continue;
-    sound = ReadPlainList(hive, child, child_kind, budget, entries) && sound;
+    sound = ReadPlainList(hive, child, child_kind, reads, entries) && sound;
   }
+  return sound;
+}
+
+bool ReadSubkeyList(const HiveImage& hive, uint32_t list, uint32_t& budget,
+                    std::vector<SubkeyEntry>& entries) {
+  SubkeyListReads reads;
+  reads.left = budget;
+  const bool sound = ReadSubkeyList(hive, list, reads, entries);
+  budget = reads.left;
   return sound;
 }
 

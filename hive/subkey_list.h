@@ -55,10 +55,23 @@ struct SubkeyEntry {
   ListKind kind = ListKind::kNone;
 };
 
+// What a walk over many lists has read. In a sound hive no list is another's, so that reading one
+// whose cell holds together is free the first time, and its entries cost of what all share from
+// then on.
+struct SubkeyListReads {
+  std::vector<uint64_t> once;  // bytes of the image (TakeRange); empty: nothing is free
+  uint32_t left = 0;           // entries
+  uint32_t cut = 0;            // lists that were not read to their ends for want of these
+};
+SubkeyListReads MakeSubkeyListReads(const HiveImage& hive);
+
 // Appends the entries of the list cell at `list`, "ri" lists resolved one level down, in list
-// order. A damaged list is read as far as its own count and the end of the image allow; at most
-// `budget` entries are read, and `budget` is lowered by what was read. False when something was
-// broken: no list there, an "ri" child that is no list, a list cut short.
+// order. A damaged list is read as far as its own count and the end of the image allow, and as
+// `reads` does. False when something was broken: no list there, an "ri" child that is no list, a
+// list cut short.
+bool ReadSubkeyList(const HiveImage& hive, uint32_t list, SubkeyListReads& reads,
+                    std::vector<SubkeyEntry>& entries);
+// The same; at most `budget` entries are read, and `budget` is lowered by what was read.
 bool ReadSubkeyList(const HiveImage& hive, uint32_t list, uint32_t& budget,
                     std::vector<SubkeyEntry>& entries);
 

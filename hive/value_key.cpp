@@ -5,33 +5,37 @@
 
 #include "hive/cells.h"
 #include "hive/key_node.h"
+#include "hive/position_index.h"
 #include "host/host.h"
+#include "host/shortfalls.h"
 
 namespace hivequarry {
 namespace {
 
 constexpr uint32_t kFixedNameRoom = 23;  // the name takes at most the cell's length less this
-constexpr uint32_t kMaxRawName = 510;
 constexpr uint32_t kBigDataCellLength = 16;
 
-// False when the name runs past the hive or is too long to be one.
+// The registry takes names of up to 16,383 characters; here the cell alone bounds them. False when
+// the name runs past the hive.
 bool ReadName(const HiveImage& hive, uint32_t cell_room, ValueKey& value) {
   const bool wide = value.flags == 0;
   const uint32_t stored = std::min<uint32_t>(value.name_length, cell_room);
   if (!InsideHive(hive, value.position, kValueName + stored)) return false;
-  const uint32_t characters = wide ? stored / 2 : stored;
-  if (characters >= kMaxValueName) return false;
-  const uint8_t* narrow =
-      wide ? nullptr : BytesInMemory(hive, value.position + kValueName, characters);
-  if (narrow != nullptr) {
-    value.name.assign(reinterpret_cast<const char*>(narrow), characters);
+  if (!wide) {
+    value.name.resize(stored);
+    ReadBytes(hive, value.position + kValueName, reinterpret_cast<uint8_t*>(value.name.data()),
+              stored);
     return true;
   }
-  uint8_t bytes[2 * kMaxValueName] = {};
-  ReadBytes(hive, value.position + kValueName, bytes, wide ? characters * 2 : characters);
-  value.name.resize(characters);
-  for (uint32_t i = 0; i < characters; ++i) {
-    value.name[i] = wide ? NarrowUnit(LoadU16(bytes + 2 * i)) : static_cast<char>(bytes[i]);
+  std::vector<uint8_t> bytes(stored);
+  ReadBytes(hive, value.position + kValueName, bytes.data(), stored);
+  for (size_t at = 0; at + 1 < bytes.size(); at += 2) {
+    const char16_t unit = LoadU16(bytes.data() + at);
+    if (IsLoneSurrogate(bytes.data(), bytes.size(), at)) {
+      value.name += LoneSurrogateText(unit);
+    } else {
+      value.name += NarrowUnit(unit);
+    }
   }
   return true;
 }
@@ -112,30 +116,33 @@ ValueStatus LocateData(const HiveImage& hive, DataCell which, ValueKey& value, S
   return LocateSegments(hive, value, segments) ? ValueStatus::kRead : ValueStatus::kDataOffset;
 }
 
+// The first `most` bytes; all segments are located.
 bool CopySegments(const HiveImage& hive, const ValueKey& value, const Segments& segments,
-                  std::vector<uint8_t>& data) {
+                  uint32_t most, std::vector<uint8_t>& data) {
   uint32_t done = 0;
   for (uint32_t index = 0; done < value.data_length; ++index) {
     const uint32_t size = std::min(value.data_length - done, kBigDataSegment);
     const uint32_t position = SegmentPosition(hive, segments, index, size);
     if (position == 0) return false;
-    done += ReadBytes(hive, position, data.data() + done, size);
+    if (done < most) ReadBytes(hive, position, data.data() + done, std::min(size, most - done));
+    done += size;
   }
   return true;
 }
 
 ValueStatus CopyData(const HiveImage& hive, const ValueKey& value, const Segments& segments,
-                     std::vector<uint8_t>& data) {
+                     uint32_t most, std::vector<uint8_t>& data) {
+  const uint32_t length = std::min(value.data_length, most);
   const uint8_t* whole =
-      value.big_data ? nullptr : BytesInMemory(hive, value.data_position, value.data_length);
+      value.big_data ? nullptr : BytesInMemory(hive, value.data_position, length);
   if (whole != nullptr) {
-    data.assign(whole, whole + value.data_length);
+    data.assign(whole, whole + length);
     return ValueStatus::kRead;
   }
-  data.resize(value.data_length);
-  const bool copied = value.big_data ? CopySegments(hive, value, segments, data)
-                                     : ReadBytes(hive, value.data_position, data.data(),
-                                                 value.data_length) == value.data_length;
+  data.resize(length);
+  const bool copied = value.big_data
+                          ? CopySegments(hive, value, segments, length, data)
+                          : ReadBytes(hive, value.data_position, data.data(), length) == length;
   if (copied) return ValueStatus::kRead;
   data.clear();
   return ValueStatus::kDataOffset;
@@ -146,7 +153,67 @@ struct ValueRequest {
   ValueRead how = ValueRead::kData;
   uint32_t capacity = kMaxValueData;
   DataCell cells = DataCell::kAllocated;
+  uint32_t most = kMaxValueData;  // bytes of the data that are copied
+  DataBudget* budget = nullptr;   // that allows more than kShownData of them
 };
+
+// --- what a walk has read ------------------------------------------------------------------------
+
+bool IsFree(DataBudget& budget, uint32_t position, uint32_t size) {
+  return TakeRange(budget.once, position, size) || TakeRange(budget.twice, position, size);
+}
+
+// Bytes of the value's data that cost of what the walk shares.
+uint64_t CostOf(const HiveImage& hive, const ValueKey& value, const Segments& segments,
+                DataBudget& budget) {
+  if (value.inline_data) return 0;
+  if (!value.big_data) {
+    const bool free = IsFree(budget, value.data_position - 4, value.data_length + 4);
+    return free ? 0 : value.data_length;
+  }
+  uint64_t cost = 0;
+  uint32_t done = 0;
+  for (uint32_t index = 0; done < value.data_length; ++index) {
+    const uint32_t size = std::min(value.data_length - done, kBigDataSegment);
+    const uint32_t position = SegmentPosition(hive, segments, index, size);
+    if (position == 0) break;
+    if (!IsFree(budget, position - 4, size + 4)) cost += size;
+    done += size;
+  }
+  return cost;
+}
+
+bool Affords(const HiveImage& hive, const ValueKey& value, const Segments& segments,
+             DataBudget& budget) {
+  // A part of what is left, so that the largest do not take all of it.
+  const uint64_t cost = CostOf(hive, value, segments, budget);
+  if (cost > budget.left / 4) return false;
+  budget.left -= cost;
+  return true;
+}
+
+constexpr uint32_t kRowBytes = 192;  // of a row, path and all
+
+bool TakeRow(DataBudget& budget, uint64_t cost) {
+  if (cost > budget.rows) {
+    NoteShortfall(Shortfall::kRows);
+    return false;
+  }
+  budget.rows -= cost;
+  return true;
+}
+
+// --- the record ----------------------------------------------------------------------------------
+
+ValueStatus TakeData(const HiveImage& hive, const ValueKey& value, const ValueRequest& request,
+                     const Segments& segments, std::vector<uint8_t>& data) {
+  const bool whole = request.budget == nullptr || Affords(hive, value, segments, *request.budget);
+  const uint32_t most = whole ? request.most : std::min(request.most, kShownData);
+  const ValueStatus status = CopyData(hive, value, segments, most, data);
+  if (whole || status != ValueStatus::kRead) return status;
+  NoteShortfall(Shortfall::kValueData);
+  return ValueStatus::kReadBefore;
+}
 
 ValueKey ReadValue(const HiveImage& hive, uint32_t position, const ValueRequest& request,
                    std::vector<uint8_t>* data) {
@@ -171,19 +238,9 @@ ValueKey ReadValue(const HiveImage& hive, uint32_t position, const ValueRequest&
   value.status =
       value.inline_data ? ValueStatus::kRead : LocateData(hive, request.cells, value, segments);
   if (request.how == ValueRead::kData && value.status == ValueStatus::kRead && data != nullptr) {
-    value.status = CopyData(hive, value, segments, *data);
+    value.status = TakeData(hive, value, request, segments, *data);
   }
   return value;
-}
-
-// With a budget used up short data are read still.
-uint32_t RoomIn(const DataBudget& budget) {
-  constexpr uint64_t kAlways = 4096;
-  return static_cast<uint32_t>(std::clamp<uint64_t>(budget.left, kAlways, kMaxValueData));
-}
-
-void TakeFrom(DataBudget& budget, const std::vector<uint8_t>& data) {
-  budget.left -= std::min<uint64_t>(budget.left, data.size());
 }
 
 ValueKey ReadEditedValueKey(const HiveImage& hive, const ValueEdit& edit, ValueRead how,
@@ -201,6 +258,37 @@ ValueKey ReadEditedValueKey(const HiveImage& hive, const ValueEdit& edit, ValueR
   return value;
 }
 
+// A value with its data, the edit's where it was edited.
+ValueKey ReadRequested(const HiveImage& hive, uint32_t position, const ValueRequest& request,
+                       std::vector<uint8_t>& data) {
+  if (hive.edits.any.load(std::memory_order_relaxed)) {
+    const ValueEditPtr edit = EditOf(hive, position);
+    if (edit != nullptr) {
+      return ReadEditedValueKey(hive, *edit, ValueRead::kData, kMaxValueData, &data);
+    }
+  }
+  return ReadValue(hive, position, request, &data);
+}
+
+// --- lists ---------------------------------------------------------------------------------------
+
+constexpr uint32_t kNoList = 0xFFFFFFF8;  // this offset and all above name none
+
+// Entries of a list whose length nothing vouches for: up to the last that leads to a value, with
+// gaps no longer than what one lost sector leaves.
+void ReadGuessedList(const HiveImage& hive, uint32_t list, uint32_t count,
+                     std::vector<uint32_t>& positions) {
+  constexpr uint32_t kLongestGap = 512 / 4;
+  const size_t start = positions.size();
+  size_t proven = start;
+  for (uint32_t i = 0; i < count && positions.size() - proven <= kLongestGap; ++i) {
+    positions.push_back(EntryTarget(hive, ValueEntryPosition(list, i)));
+    const uint32_t value = positions.back();
+    if (value != kNoOffset && ReadU16(hive, value + 4) == kSignatureVk) proven = positions.size();
+  }
+  positions.resize(proven);
+}
+
 }  // namespace
 
 ValueKey ReadValueKey(const HiveImage& hive, uint32_t position, ValueRead how, uint32_t capacity,
@@ -214,31 +302,53 @@ ValueKey ReadValueKey(const HiveImage& hive, uint32_t position, ValueRead how, u
 
 ValueKey ReadStoredValueKey(const HiveImage& hive, uint32_t position, ValueRead how,
                             uint32_t capacity, std::vector<uint8_t>* data) {
-  return ReadValue(hive, position, {how, capacity}, data);
+  ValueRequest request;
+  request.how = how;
+  request.capacity = capacity;
+  return ReadValue(hive, position, request, data);
+}
+
+ValueKey ReadShownValue(const HiveImage& hive, uint32_t position, std::vector<uint8_t>& data) {
+  ValueRequest request;
+  request.most = kShownData;
+  return ReadRequested(hive, position, request, data);
 }
 
 DataBudget MakeDataBudget(const HiveImage& hive) {
-  constexpr uint64_t kLeast = 64 * 1024 * 1024;
-  return {kLeast + 4 * uint64_t{hive.length}};
+  constexpr uint64_t kLeastData = 8 * 1024 * 1024;
+  constexpr uint64_t kLeastRows = 16 * 1024 * 1024;
+  const size_t words = hive.length / 512 + 1;
+  return {std::vector<uint64_t>(words), std::vector<uint64_t>(words), std::vector<uint64_t>(words),
+          kLeastData + hive.length, kLeastRows + 2 * uint64_t{hive.length}};
 }
 
 ValueKey ReadValueWithin(const HiveImage& hive, uint32_t position, DataBudget& budget,
                          std::vector<uint8_t>& data) {
-  const ValueKey value = ReadValueKey(hive, position, ValueRead::kData, RoomIn(budget), &data);
-  TakeFrom(budget, data);
-  return value;
+  ValueRequest request;
+  request.budget = &budget;
+  return ReadRequested(hive, position, request, data);
 }
 
 ValueKey ReadFreedValue(const HiveImage& hive, uint32_t position, DataBudget& budget,
                         std::vector<uint8_t>& data) {
-  const ValueKey value =
-      ReadValue(hive, position, {ValueRead::kData, RoomIn(budget), DataCell::kAny}, &data);
-  TakeFrom(budget, data);
-  return value;
+  ValueRequest request;
+  request.cells = DataCell::kAny;
+  request.budget = &budget;
+  return ReadValue(hive, position, request, &data);
+}
+
+bool MayShowLoss(DataBudget& budget) { return TakeRow(budget, kRowBytes); }
+
+bool MayShowValue(const HiveImage& hive, uint32_t position, DataBudget& budget) {
+  constexpr uint32_t kShortName = 64;
+  const uint32_t name = ReadU16(hive, position + kValueNameLength);
+  uint64_t cost = TakeRange(budget.shown, position, kValueName) ? 0 : kRowBytes;
+  if (name > kShortName && !IsFree(budget, position, kValueName + name)) cost += name;
+  return TakeRow(budget, cost);
 }
 
 std::vector<uint8_t> ReadRawValueName(const HiveImage& hive, const ValueKey& value) {
-  std::vector<uint8_t> bytes(std::min<uint32_t>(value.name_length, kMaxRawName));
+  std::vector<uint8_t> bytes(value.name_length);
   bytes.resize(ReadBytes(hive, value.position + kValueName, bytes.data(),
                          static_cast<uint32_t>(bytes.size())));
   return bytes;
@@ -247,7 +357,8 @@ std::vector<uint8_t> ReadRawValueName(const HiveImage& hive, const ValueKey& val
 // A single-byte name is the low bytes of UTF-16, not text of a code page.
 std::u16string WideValueName(const HiveImage& hive, const ValueKey& value) {
   const uint32_t step = value.flags == 0 ? 2 : 1;
-  std::vector<uint8_t> raw(step * value.name.size());
+  const uint32_t room = value.cell_length < kFixedNameRoom ? 0 : value.cell_length - kFixedNameRoom;
+  std::vector<uint8_t> raw(std::min<uint32_t>(value.name_length, room));
   raw.resize(
       ReadBytes(hive, value.position + kValueName, raw.data(), static_cast<uint32_t>(raw.size())));
   std::u16string text;
@@ -258,26 +369,43 @@ std::u16string WideValueName(const HiveImage& hive, const ValueKey& value) {
 }
 
 std::string ValueNameUtf8(const HiveImage& hive, const ValueKey& value) {
-  return Utf8FromWide(WideValueName(hive, value));
+  return GeneralUtf8FromWide(WideValueName(hive, value));
 }
 
-bool ReadValueList(const HiveImage& hive, uint32_t value_count, uint32_t value_list,
-                   uint32_t& budget, std::vector<uint32_t>& positions) {
-  constexpr uint32_t kNoList = 0xFFFFFFF8;
-  if (value_count == 0) return true;
-  if (value_list >= kNoList || !InCellBounds(hive, value_list)) return false;
-  // By the cell's own length where that is credible, else by the end of the image.
+ValueListPlace PlaceValueList(const HiveImage& hive, uint32_t value_count, uint32_t value_list) {
+  ValueListPlace place;
+  if (value_count == 0 || value_list >= kNoList || !InCellBounds(hive, value_list)) return place;
   const uint32_t size = ReadU32(hive, value_list);
   const uint32_t length = CellLength(size);
   const bool credible =
       IsAllocated(size) && length % 8 == 0 && length >= 8 && InsideHive(hive, value_list, length);
   const uint32_t room = ((credible ? length : hive.length - value_list) - 4) / 4;
-  const uint32_t count = std::min({value_count, room, budget});
-  budget -= count;
-  positions.reserve(positions.size() + count);
+  place.bound = credible && value_count <= room ? ListBound::kCell : ListBound::kGuess;
+  place.position = value_list;
+  place.most = std::min(value_count, room);
+  return place;
+}
+
+uint32_t EntryTarget(const HiveImage& hive, uint32_t entry) {
+  const uint32_t value = ReadOffset(hive, entry);
+  return value != kNoOffset && InCellBounds(hive, value) ? value : kNoOffset;
+}
+
+bool ReadValueList(const HiveImage& hive, uint32_t value_count, uint32_t value_list, uint32_t limit,
+                   std::vector<uint32_t>& positions) {
+  if (value_count == 0) return true;
+  const ValueListPlace place = PlaceValueList(hive, value_count, value_list);
+  if (place.bound == ListBound::kNone) return false;
+  const size_t start = positions.size();
+  const uint32_t count = std::min(place.most, limit);
+  if (place.bound == ListBound::kGuess) {
+    ReadGuessedList(hive, value_list, count, positions);
+    return positions.size() - start == value_count;
+  }
+  positions.reserve(start + count);
   const uint8_t* entries = BytesInMemory(hive, value_list + 4, 4 * count);
   for (uint32_t i = 0; i < count; ++i) {
-    const uint32_t field = value_list + 4 + 4 * i;
+    const uint32_t field = ValueEntryPosition(value_list, i);
     const uint32_t value = entries != nullptr
                                ? OffsetPosition(hive, LoadU32(entries + 4 * i), field)
                                : ReadOffset(hive, field);
@@ -287,16 +415,37 @@ bool ReadValueList(const HiveImage& hive, uint32_t value_count, uint32_t value_l
 }
 
 bool HasValueList(const HiveImage& hive, uint32_t key_position) {
-  constexpr uint32_t kNoList = 0xFFFFFFF8;  // this offset and all above name none
   return ReadU32(hive, key_position + kKeyValueCount) != 0 &&
          ReadU32(hive, key_position + kKeyValueList) < kNoList;
 }
 
-void ReadValuesOfKey(const HiveImage& hive, uint32_t key_position, uint32_t& budget,
+ValueListNote NoteOfValueList(const HiveImage& hive, uint32_t key_position) {
+  if (hive.value_list_notes.empty()) return {};
+  const auto note = hive.value_list_notes.find(key_position);
+  return note == hive.value_list_notes.end() ? ValueListNote() : note->second;
+}
+
+bool ReadValuesOfKey(const HiveImage& hive, uint32_t key_position, uint32_t limit,
                      std::vector<uint32_t>& positions) {
+  if (!HasValueList(hive, key_position)) return true;
+  const uint32_t count = ReadU32(hive, key_position + kKeyValueCount);
+  const ValueListNote note = NoteOfValueList(hive, key_position);
+  const uint32_t most = std::min({note.entries, note.in_walks, limit});
+  if (most != 0) ReadValueList(hive, count, ValueListOf(hive, key_position), most, positions);
+  return note.in_walks >= std::min(note.entries, count);
+}
+
+void ReadValuesInWalk(const HiveImage& hive, uint32_t key_position,
+                      std::vector<uint32_t>& positions) {
+  if (ReadValuesOfKey(hive, key_position, kAllEntries, positions)) return;
+  NoteShortfall(Shortfall::kValueLists);
+}
+
+void ReadWholeValueList(const HiveImage& hive, uint32_t key_position,
+                        std::vector<uint32_t>& positions) {
   if (!HasValueList(hive, key_position)) return;
   ReadValueList(hive, ReadU32(hive, key_position + kKeyValueCount), ValueListOf(hive, key_position),
-                budget, positions);
+                NoteOfValueList(hive, key_position).entries, positions);
 }
 
 }  // namespace hivequarry

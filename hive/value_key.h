@@ -21,13 +21,13 @@ inline constexpr uint32_t kValueName = 24;
 
 inline constexpr uint32_t kMaxValueData = 0x500000;  // data of this length or more is not read
 inline constexpr uint32_t kBigDataSegment = 16344;   // bytes per segment of a "db" value
-inline constexpr uint32_t kMaxValueName = 519;       // characters kept
 
 // How reading a value ended.
 enum class ValueStatus : int {
   kEmpty = 0,        // outside the image, or its name does not fit
   kNotAValue = 5,    // no "vk" at the position
   kTooLong = 6,      // longer than kMaxValueData or than the caller's capacity
+  kReadBefore = 7,   // others had the same bytes read in this walk, too often to read them again
   kDataOffset = 14,  // data misplaced, outside the image, or in a free cell
   kDataLength = 15,  // data longer than its cell, which is no "db" cell either
   kNoBase = 16,      // a fragment whose data cannot be located
@@ -67,38 +67,82 @@ ValueKey ReadValueKey(const HiveImage& hive, uint32_t position, ValueRead how, u
 ValueKey ReadStoredValueKey(const HiveImage& hive, uint32_t position, ValueRead how,
                             uint32_t capacity, std::vector<uint8_t>* data);
 
-// Bytes of data that a walk over many keys may read. In a sound hive values share none, so that all
-// of them together have fewer than the hive; a damaged one may show the same megabytes at each of
-// thousands of keys.
+// Reads no more data than a list shows of them: `data` has the first kShownData bytes at most, and
+// data_length tells how many there are. All of them have been located.
+inline constexpr uint32_t kShownData = 1024;
+ValueKey ReadShownValue(const HiveImage& hive, uint32_t position, std::vector<uint8_t>& data);
+
+// What a walk over many keys has read. In a sound hive no two values share a byte, so whatever is
+// read for the first time is free, and so is a second time, for the one that had the better right
+// to it; from then on reading costs of what all share. So a megabyte that thousands of values name
+// makes none of the others unreadable.
 struct DataBudget {
-  uint64_t left = 0;
+  std::vector<uint64_t> once;  // a bit for each 8 bytes of the image
+  std::vector<uint64_t> twice;
+  std::vector<uint64_t> shown;  // values' records
+  uint64_t left = 0;            // bytes of data to be read once more
+  uint64_t rows = 0;            // bytes, roughly, of rows for values that have had theirs
 };
 DataBudget MakeDataBudget(const HiveImage& hive);
-// As ReadValueKey with kData; with the budget used up only short data are read, longer ones count
-// as too long.
+// As ReadValueKey with kData. Data that were read too often are not read again: kReadBefore, with
+// as much of them as ReadShownValue gives, and a shortfall noted.
 ValueKey ReadValueWithin(const HiveImage& hive, uint32_t position, DataBudget& budget,
                          std::vector<uint8_t>& data);
+// False when the walk has had the value at `position` too often, or a record that overlaps with it:
+// it is passed over, and a shortfall noted. Asked before the value is read.
+bool MayShowValue(const HiveImage& hive, uint32_t position, DataBudget& budget);
+// The same for a row about an entry that leads to no value.
+bool MayShowLoss(DataBudget& budget);
 // The same of a value that was freed, as the file has it: data in cells that are free by now are
 // read too, as far as the cell has room for them. Whether somebody else's data stand there by now
 // the bytes don't tell.
 ValueKey ReadFreedValue(const HiveImage& hive, uint32_t position, DataBudget& budget,
                         std::vector<uint8_t>& data);
 
-// Name bytes as stored, at most 510.
+// Name bytes as stored.
 std::vector<uint8_t> ReadRawValueName(const HiveImage& hive, const ValueKey& value);
 // The name, nothing lost; of a value that was read with its name.
 std::u16string WideValueName(const HiveImage& hive, const ValueKey& value);
 std::string ValueNameUtf8(const HiveImage& hive, const ValueKey& value);
 
+// Where a value list is, and how far it goes.
+enum class ListBound : uint8_t {
+  kNone,   // no list, or no place for one
+  kCell,   // an allocated cell with room for the key's count
+  kGuess,  // the cell or the count is wrong: it ends where entries no longer lead to values
+};
+struct ValueListPlace {
+  ListBound bound = ListBound::kNone;
+  uint32_t position = kNoOffset;  // of the list's cell
+  uint32_t most = 0;              // entries at most: by the key's count, the cell, the image
+};
+ValueListPlace PlaceValueList(const HiveImage& hive, uint32_t value_count, uint32_t value_list);
+// The place of an entry, and the position it leads to; kNoOffset when that lies outside the cell
+// bounds.
+inline uint32_t ValueEntryPosition(uint32_t value_list, size_t index) {
+  return value_list + 4 + 4 * static_cast<uint32_t>(index);
+}
+uint32_t EntryTarget(const HiveImage& hive, uint32_t entry);
+
 // Appends the positions named by a key's value list, in list order; kNoOffset for an entry that
-// leads outside the cell bounds. Reads as many entries as the key's count, the list cell and the
-// image allow, at most `budget`, which is lowered by what was read. False when the list was cut.
-bool ReadValueList(const HiveImage& hive, uint32_t value_count, uint32_t value_list,
-                   uint32_t& budget, std::vector<uint32_t>& positions);
+// leads outside the cell bounds. Reads at most `limit` entries. False when there are fewer than
+// `value_count`.
+bool ReadValueList(const HiveImage& hive, uint32_t value_count, uint32_t value_list, uint32_t limit,
+                   std::vector<uint32_t>& positions);
 // True for a key whose fields name a value list, readable or not.
 bool HasValueList(const HiveImage& hive, uint32_t key_position);
-// ReadValueList of the key's own list; nothing for a key without one.
-void ReadValuesOfKey(const HiveImage& hive, uint32_t key_position, uint32_t& budget,
+// ReadValueList of the key's own list, for a walk over many keys: what a load found out about lists
+// that several keys name bounds it. Nothing for a key without one. False when entries of the key's
+// were left out by that bound.
+bool ReadValuesOfKey(const HiveImage& hive, uint32_t key_position, uint32_t limit,
                      std::vector<uint32_t>& positions);
+// The same for who shows rows of what is read: what was left out is noted as a shortfall.
+void ReadValuesInWalk(const HiveImage& hive, uint32_t key_position,
+                      std::vector<uint32_t>& positions);
+// All of the key's entries, for who asks for this one key.
+void ReadWholeValueList(const HiveImage& hive, uint32_t key_position,
+                        std::vector<uint32_t>& positions);
+// What was noted about the key's list; all defaults for nearly every key.
+ValueListNote NoteOfValueList(const HiveImage& hive, uint32_t key_position);
 
 }  // namespace hivequarry

@@ -269,6 +269,7 @@ std::string DataPreview(uint32_t type, std::span<const uint8_t> data, bool wide)
 std::string ValueDataText(const ValueKey& value, std::span<const uint8_t> data) {
   switch (value.status) {
     case ValueStatus::kRead:
+    case ValueStatus::kReadBefore:
       return DataPreview(value.type, data, true);
     case ValueStatus::kDataOffset:
       return "Data Offset Error";
@@ -282,12 +283,26 @@ std::string ValueDataText(const ValueKey& value, std::span<const uint8_t> data) 
 }
 
 bool IsListed(ValueStatus status) {
-  return status == ValueStatus::kRead || status == ValueStatus::kDataOffset ||
-         status == ValueStatus::kDataLength || status == ValueStatus::kNoBase;
+  return status == ValueStatus::kRead || status == ValueStatus::kReadBefore ||
+         status == ValueStatus::kDataOffset || status == ValueStatus::kDataLength ||
+         status == ValueStatus::kNoBase;
 }
 
 std::string ValueDisplayName(const ValueKey& value) {
-  return value.name_length == 0 ? "(Default value)" : value.name;
+  if (value.name_length == 0) return kDefaultValueName;
+  // A value that is called so has quotes more than its name, so that no two names look alike.
+  std::string_view bare = value.name;
+  while (bare.starts_with('"') && bare.ends_with('"') && bare.size() > 1) {
+    bare = bare.substr(1, bare.size() - 2);
+  }
+  if (bare == kDefaultValueName) return '"' + value.name + '"';
+  if (value.name.size() <= kShownValueName) return value.name;
+  return value.name.substr(0, kShownValueName - 3) + "...";
+}
+
+bool IsNameShownWhole(const ValueKey& value) {
+  return value.name_length == 0 || (value.name.size() <= kShownValueName &&
+                                    value.name.find(kDefaultValueName) == std::string::npos);
 }
 
 int IconOfValue(const ValueKey& value) {
@@ -295,7 +310,8 @@ int IconOfValue(const ValueKey& value) {
   const Presentation presentation = PresentationOf(value.type, value.data_length);
   if (presentation == Presentation::kText) icon = ValueIcon::kString;
   if (presentation == Presentation::kDword) icon = ValueIcon::kDword;
-  const bool marker = IsListed(value.status) && value.status != ValueStatus::kRead;
+  const bool marker = IsListed(value.status) && value.status != ValueStatus::kRead &&
+                      value.status != ValueStatus::kReadBefore;
   return static_cast<int>(icon) + (marker ? kErrorIconStep : 0);
 }
 

@@ -46,8 +46,13 @@ std::string ValueDataText(const ValueKey& value, std::span<const uint8_t> data);
 // True when a value of this status is listed (as data or as a marker).
 bool IsListed(ValueStatus status);
 
-// The name as listed: "(Default value)" when it has none.
+// The name as listed: "(Default value)" when it has none; one that is called so is in quotes. A
+// name of more than kShownValueName characters ends in "..." there.
+inline constexpr const char* kDefaultValueName = "(Default value)";
+inline constexpr size_t kShownValueName = 519;
 std::string ValueDisplayName(const ValueKey& value);
+// False when the name as listed is not the name itself.
+bool IsNameShownWhole(const ValueKey& value);
 
 // Icons of the value list, in the order of its image list. A marker row's icon is the type's icon
 // plus kErrorIconStep.

@@ -39,6 +39,24 @@ CodePage MakeWesternCodePage() {
 bool IsHighSurrogate(char16_t unit) { return unit >= 0xD800 && unit < 0xDC00; }
 bool IsLowSurrogate(char16_t unit) { return unit >= 0xDC00 && unit < 0xE000; }
 
+void AppendUtf8(std::string& out, uint32_t code);
+
+// Lone surrogates as they are, or as U+FFFD.
+std::string EncodeUtf8(std::u16string_view wide, bool keep_lone) {
+  std::string out;
+  out.reserve(wide.size());
+  for (size_t i = 0; i < wide.size(); ++i) {
+    const char16_t unit = wide[i];
+    if (IsHighSurrogate(unit) && i + 1 < wide.size() && IsLowSurrogate(wide[i + 1])) {
+      AppendUtf8(out, 0x10000U + ((unit - 0xD800U) << 10) + (wide[++i] - 0xDC00U));
+    } else {
+      const bool lone = IsHighSurrogate(unit) || IsLowSurrogate(unit);
+      AppendUtf8(out, lone && !keep_lone ? 0xFFFD : unit);
+    }
+  }
+  return out;
+}
+
 void AppendUtf8(std::string& out, uint32_t code) {
   if (code < 0x80) {
     out.push_back(static_cast<char>(code));
@@ -143,18 +161,22 @@ std::u16string WidenText(std::string_view narrow) {
   return wide;
 }
 
-std::string Utf8FromWide(std::u16string_view wide) {
-  std::string out;
-  out.reserve(wide.size());
-  for (size_t i = 0; i < wide.size(); ++i) {
-    const char16_t unit = wide[i];
-    if (IsHighSurrogate(unit) && i + 1 < wide.size() && IsLowSurrogate(wide[i + 1])) {
-      AppendUtf8(out, 0x10000U + ((unit - 0xD800U) << 10) + (wide[++i] - 0xDC00U));
-    } else {
-      AppendUtf8(out, IsHighSurrogate(unit) || IsLowSurrogate(unit) ? 0xFFFD : unit);
-    }
-  }
-  return out;
+std::string Utf8FromWide(std::u16string_view wide) { return EncodeUtf8(wide, false); }
+std::string GeneralUtf8FromWide(std::u16string_view wide) { return EncodeUtf8(wide, true); }
+
+std::string LoneSurrogateText(char16_t unit) {
+  constexpr char kDigits[] = "0123456789ABCDEF";
+  std::string text = "?{";
+  for (int shift = 12; shift >= 0; shift -= 4) text += kDigits[unit >> shift & 15];
+  return text + '}';
+}
+
+bool IsLoneSurrogate(const uint8_t* bytes, size_t size, size_t at) {
+  const auto unit = [bytes](size_t i) {
+    return static_cast<char16_t>(bytes[i] | bytes[i + 1] << 8);
+  };
+  if (IsHighSurrogate(unit(at))) return at + 3 >= size || !IsLowSurrogate(unit(at + 2));
+  return IsLowSurrogate(unit(at)) && (at < 2 || !IsHighSurrogate(unit(at - 2)));
 }
 
 std::u16string WideFromUtf8(std::string_view utf8) {

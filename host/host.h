@@ -100,6 +100,14 @@ std::u16string WidenText(std::string_view narrow);
 
 // Encodings that lose nothing. A lone surrogate becomes U+FFFD in UTF-8.
 std::string Utf8FromWide(std::u16string_view wide);
+// Names may hold surrogates without their other halves. Here they are encoded like other units,
+// which UTF-8 forbids: for writers that can say what they are (JSON Lines), all others take them
+// for U+FFFD.
+std::string GeneralUtf8FromWide(std::u16string_view wide);
+// What lists show for a lone surrogate: "?{D83D}".
+std::string LoneSurrogateText(char16_t unit);
+// True for unit `at` (a byte number, even) of UTF-16 bytes when it is a surrogate without its half.
+bool IsLoneSurrogate(const uint8_t* bytes, size_t size, size_t at);
 std::u16string WideFromUtf8(std::string_view utf8);
 // Code-page text as UTF-8.
 std::string Utf8FromNarrow(std::string_view narrow);

@@ -20,6 +20,8 @@ enum class Shortfall : uint8_t {
   kFreedRecords,  // stretches of free space that were not searched whole
   kUnreadBytes,   // bytes of the file that could not be read
   kRows,          // rows that were not read or not made
+  kScriptKeys,    // keys, with all below them, that a script cannot hold
+  kScriptNames,   // keys and values of a script that become one with another
   kCount
 };
 inline constexpr size_t kShortfallKinds = static_cast<size_t>(Shortfall::kCount);

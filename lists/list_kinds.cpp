@@ -87,7 +87,8 @@ constexpr const char* kInfo[] = {"file",
                                  "unread_ranges"};
 constexpr const char* kTree[] = {"Key",    "Key Offset", "Parent Offset", "Key Date",
                                  "Status", "Marks",      "Connected"};
-constexpr const char* kValues[] = {"Key", "Value", "Type", "Data", "Value Offset", "Key Offset"};
+constexpr const char* kValues[] = {"Key",          "Value",      "Type",  "Data",
+                                   "Value Offset", "Key Offset", "Status"};
 constexpr const char* kDetail[] = {"Field", "Text"};
 constexpr const char* kBins[] = {"Block", "Position", "Size", "Copy", "Own Offset"};
 constexpr const char* kRawRecord[] = {"Position", "Size", "Field", "Bytes", "Meaning", "Leads to"};

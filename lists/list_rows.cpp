@@ -44,9 +44,10 @@ void AddListRow(OutputList& list, std::span<const std::string_view> texts, uint3
 }
 
 std::string LosslessName(const HiveImage& hive, const ValueKey& value) {
-  if (IsPlainText(value.name)) return {};
+  const bool whole = IsNameShownWhole(value);
+  if (whole && IsPlainText(value.name)) return {};
   std::string name = ValueNameUtf8(hive, value);
-  return name == Utf8FromNarrow(value.name) ? std::string() : name;
+  return whole && name == Utf8FromNarrow(value.name) ? std::string() : name;
 }
 
 uint64_t LastWriteOf(const HiveImage& hive, const KeyTree& tree, uint32_t item) {

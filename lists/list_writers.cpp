@@ -1,6 +1,7 @@
 #include "lists/list_writers.h"
 
 #include <algorithm>
+#include <cstdio>
 #include <cstring>
 
 #include "hive/timestamp.h"
@@ -82,8 +83,7 @@ bool NeedsEscape(char character) {
 }
 
 // `utf8` must be sound UTF-8.
-void AppendJsonString(std::string_view utf8, std::string& out) {
-  out += '"';
+void AppendJsonText(std::string_view utf8, std::string& out) {
   for (size_t at = 0; at < utf8.size();) {
     size_t end = at;
     while (end < utf8.size() && !NeedsEscape(utf8[end])) ++end;
@@ -91,6 +91,38 @@ void AppendJsonString(std::string_view utf8, std::string& out) {
     if (end < utf8.size()) AppendJsonEscape(static_cast<uint8_t>(utf8[end++]), out);
     at = end;
   }
+}
+
+void AppendJsonString(std::string_view utf8, std::string& out) {
+  out += '"';
+  AppendJsonText(utf8, out);
+  out += '"';
+}
+
+// The number of bytes of an encoded lone surrogate at `at`, and its unit; 0 for anything else.
+size_t TakeLoneSurrogate(std::string_view utf8, size_t at, uint32_t& unit) {
+  const auto byte = [&](size_t i) { return static_cast<uint8_t>(utf8[at + i]); };
+  if (at + 3 > utf8.size() || byte(0) != 0xED || byte(1) < 0xA0 || byte(1) > 0xBF) return 0;
+  if ((byte(2) & 0xC0) != 0x80) return 0;
+  unit = 0xD000U | (byte(1) & 0x3FU) << 6 | (byte(2) & 0x3FU);
+  return 3;
+}
+
+// Of a name as stored: lone surrogates become escapes, which JSON has for them and UTF-8 has not.
+void AppendJsonName(std::string_view utf8, std::string& scratch, std::string& out) {
+  out += '"';
+  size_t from = 0;
+  for (size_t at = utf8.find('\xED'); at != utf8.npos; at = utf8.find('\xED', at + 1)) {
+    uint32_t unit = 0;
+    const size_t size = TakeLoneSurrogate(utf8, at, unit);
+    if (size == 0) continue;
+    AppendJsonText(CellUtf8(utf8.substr(from, at - from), true, scratch), out);
+    char escape[8];
+    std::snprintf(escape, sizeof escape, "\\u%04x", unit & 0xFFFF);
+    out += escape;
+    from = at + size;
+  }
+  AppendJsonText(CellUtf8(utf8.substr(from), true, scratch), out);
   out += '"';
 }
 
@@ -116,7 +148,7 @@ void AppendJsonFact(const char* key, std::string_view utf8, std::string& scratch
                     std::string& out) {
   if (utf8.empty()) return;
   out += key;
-  AppendJsonString(CellUtf8(utf8, true, scratch), out);
+  AppendJsonName(utf8, scratch, out);
 }
 
 void WriteJsonRow(const ListShape& shape, const std::vector<std::string>& keys, uint32_t row,

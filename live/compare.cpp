@@ -94,7 +94,6 @@ class Comparison {
         options_(options),
         list_(list),
         two_views_(CurrentRegistry().has_32bit_view()),
-        budget_(hive.length / 4),
         value_name_(kLongestValueName, u'\0') {}
 
   std::vector<uint32_t> Run() {
@@ -129,8 +128,7 @@ class Comparison {
   bool CompareKey(uint32_t item) {
     ++keys_;
     const bool made = (tree_.items[item].marks & kVirtualMarks) != 0;
-    values_ =
-        made ? std::vector<uint32_t>() : ListedUpToGap(hive_, tree_.items[item].position, budget_);
+    values_ = made ? std::vector<uint32_t>() : ListedUpToGap(hive_, tree_.items[item].position);
     const bool link = IsLink(item);
     KeyCounts counts;
     if (!Enter(item, link, counts)) return false;
@@ -384,7 +382,6 @@ class Comparison {
   std::vector<uint32_t> differing_;  // items with rows
   uint32_t keys_ = 0;
   uint32_t next_status_ = kRowsPerStatus;
-  uint32_t budget_;  // entries of value lists still to be read
   DataBudget data_budget_ = MakeDataBudget(hive_);
   std::vector<Level> levels_;
   std::vector<uint32_t> values_;  // of the key being compared

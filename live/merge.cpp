@@ -117,12 +117,7 @@ class Merger {
  public:
   Merger(const HiveImage& hive, const KeyTree& tree, MergeTarget& target,
          const MergeOptions& options, OutputList& errors)
-      : hive_(hive),
-        tree_(tree),
-        target_(target),
-        options_(options),
-        errors_(errors),
-        budget_(hive.length / 4) {
+      : hive_(hive), tree_(tree), target_(target), options_(options), errors_(errors) {
     if (options.security) privileges_.emplace();
   }
 
@@ -211,7 +206,7 @@ class Merger {
   bool IsMade(uint32_t item) const { return (tree_.items[item].marks & kVirtualMarks) != 0; }
 
   std::vector<uint32_t> ValuesOf(uint32_t item) {
-    return IsMade(item) ? std::vector<uint32_t>() : ListedUpToGap(hive_, PositionOf(item), budget_);
+    return IsMade(item) ? std::vector<uint32_t>() : ListedUpToGap(hive_, PositionOf(item));
   }
 
   uint32_t AccessFor(bool wow64) const {
@@ -311,7 +306,6 @@ class Merger {
   MergeCounts counts_;
   std::vector<Level> levels_;
   std::vector<uint8_t> data_;
-  uint32_t budget_;  // entries of value lists still to be read
   uint64_t written_ = 0;
   bool cut_short_ = false;
 };
@@ -341,8 +335,7 @@ bool PrepareMerge(const HiveImage& hive, const KeyTree& tree, uint32_t item, Mer
   target.wow64 = IsWow64SubPath(path);
   const uint32_t access = kRegistryAll | RegistryViewOf(target.wow64);
   const uint32_t position = tree.items[item].position;
-  uint32_t budget = hive.length / 4;
-  const bool link = IsLinkKey(hive, ListedUpToGap(hive, position, budget));
+  const bool link = IsLinkKey(hive, ListedUpToGap(hive, position));
   target.key = link ? MakeLink(target.place.root, path, access)
                     : MakeKey(target.place.root, path, ClassNameOf(hive, position), access);
   if (target.key.error() != kRegistryDone) return Warn("Can not open Key !"), false;

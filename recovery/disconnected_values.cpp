@@ -26,8 +26,6 @@ std::vector<uint32_t> FindDisconnectedValues(const HiveImage& hive, const ScanTa
   if (!hive.data_base_proven) return result;
   PositionIndex referenced;
   ResetIndex(referenced, hive.length);
-  // A list entry takes four bytes and names one value: sound lists cannot hold more than this.
-  uint32_t budget = hive.length / 4;
   std::vector<uint32_t> positions;
   uint32_t done = 0;
   for (const KeyRow& key : tables.keys) {
@@ -36,12 +34,9 @@ std::vector<uint32_t> FindDisconnectedValues(const HiveImage& hive, const ScanTa
       ShowKeyProgress(done - 1, tables.keys.size());
     }
     const bool made = (key.marks & kVirtualMarks) != 0;
-    const uint32_t count = made ? 0 : ReadU32(hive, key.position + kKeyValueCount);
-    if (count == 0) continue;
-    const uint32_t list = ValueListOf(hive, key.position);
-    if (list < hive.data_start || list >= hive.length) continue;
+    if (made) continue;
     positions.clear();
-    ReadValueList(hive, count, list, budget, positions);
+    ReadValuesOfKey(hive, key.position, kAllEntries, positions);
     for (const uint32_t position : positions) InsertPosition(referenced, position);
   }
   for (const uint32_t position : tables.values) {

@@ -32,6 +32,7 @@ struct Uses {
   PositionIndex shown;                      // of these, the ones that the tree shows
   std::map<uint32_t, uint32_t> owners;      // by value, the keys that name them behind their lists
   std::map<uint32_t, uint32_t> used_bytes;  // by cell that holds candidates; 0 until it is known
+  uint64_t rest = 0;                        // entries behind lists that may still be read
 };
 
 void NoteCell(Uses& uses, uint32_t cell, uint64_t bytes) {
@@ -54,17 +55,16 @@ void NoteListRest(const HiveImage& hive, uint32_t key, uint32_t list, Uses& uses
   const uint32_t size = ReadU32(hive, list);
   const uint32_t length = CellLength(size);
   if (!IsAllocated(size) || length % 8 != 0 || !InsideHive(hive, list, length)) return;
-  for (uint64_t at = 4 + uint64_t{4} * count; at + 4 <= length; at += 4) {
+  for (uint64_t at = 4 + uint64_t{4} * count; at + 4 <= length && uses.rest > 0; at += 4) {
+    --uses.rest;
     const uint32_t value = ReadOffset(hive, list + static_cast<uint32_t>(at));
     if (ContainsPosition(uses.values, value)) uses.owners.emplace(value, key);
   }
 }
 
-// The budget bounds the entries read, also those of lists that many keys share.
-void NoteKey(const HiveImage& hive, uint32_t key, uint32_t& budget,
-             std::vector<uint32_t>& positions, Uses& uses) {
+void NoteKey(const HiveImage& hive, uint32_t key, std::vector<uint32_t>& positions, Uses& uses) {
   positions.clear();
-  ReadValuesOfKey(hive, key, budget, positions);
+  ReadValuesOfKey(hive, key, kAllEntries, positions);
   for (const uint32_t value : positions) {
     if (ContainsPosition(uses.values, value)) InsertPosition(uses.shown, value);
     if (!uses.used_bytes.empty() && value != kNoOffset) NoteData(hive, value, uses);
@@ -73,7 +73,7 @@ void NoteKey(const HiveImage& hive, uint32_t key, uint32_t& budget,
   const uint32_t list = ValueListOf(hive, key);
   if (!InCellBounds(hive, list)) return;
   NoteCell(uses, list, uint64_t{4} + 4 * positions.size());
-  if (budget != 0) NoteListRest(hive, key, list, uses);
+  NoteListRest(hive, key, list, uses);
 }
 
 void NoteClassName(const HiveImage& hive, uint32_t key, Uses& uses) {
@@ -82,7 +82,6 @@ void NoteClassName(const HiveImage& hive, uint32_t key, Uses& uses) {
 }
 
 void NoteKeysInUse(const HiveImage& hive, const KeyTree& tree, Uses& uses) {
-  uint32_t budget = hive.length / 4;
   std::vector<uint32_t> positions;
   const auto count = static_cast<uint32_t>(tree.items.size());
   for (uint32_t item = 0; item < count; ++item) {
@@ -90,7 +89,7 @@ void NoteKeysInUse(const HiveImage& hive, const KeyTree& tree, Uses& uses) {
     const KeyItem& it = tree.items[item];
     const bool is_key = it.kind == ItemKind::kKey || it.kind == ItemKind::kRoot;
     if (!is_key || (it.marks & kVirtualMarks) != 0) continue;
-    NoteKey(hive, it.position, budget, positions, uses);
+    NoteKey(hive, it.position, positions, uses);
     if (!uses.used_bytes.empty()) NoteClassName(hive, it.position, uses);
   }
   for (const uint32_t value : tree.disconnected_value_positions) {
@@ -105,6 +104,7 @@ Uses UsesOf(const HiveImage& hive, const KeyTree& tree,
   if (candidates.empty()) return uses;
   ResetIndex(uses.values, hive.length);
   ResetIndex(uses.shown, hive.length);
+  uses.rest = hive.length / 4;
   bool any = false;
   for (const FreedCandidate& candidate : candidates) {
     if (candidate.host != kNoOffset) uses.used_bytes[candidate.host] = 0;
@@ -160,6 +160,7 @@ void ClaimValues(const HiveImage& hive, FreedKey& key, uint32_t& budget,
                  std::vector<uint32_t>& positions, FreedRecords& records) {
   positions.clear();
   ReadValuesOfKey(hive, key.position, budget, positions);
+  budget -= static_cast<uint32_t>(positions.size());
   for (const uint32_t position : positions) {
     FreedValue* value = FindRecord(records.values, position);
     key.values_found += value != nullptr || IsValueInUse(hive, position);

@@ -8,6 +8,7 @@
 #include "hive/root_path.h"
 #include "host/host.h"
 #include "host/long_operation.h"
+#include "host/shortfalls.h"
 #include "recovery/disconnected_values.h"
 #include "recovery/fragment_base.h"
 #include "recovery/hang_keys.h"
@@ -15,6 +16,7 @@
 #include "recovery/relations.h"
 #include "recovery/root_search.h"
 #include "recovery/scan.h"
+#include "recovery/value_lists.h"
 
 namespace hivequarry {
 namespace {
@@ -149,6 +151,8 @@ ImageSummary BuildImageTree(HiveImage& hive, const BuildOptions& options, KeyTre
   tree = KeyTree();
   tree.minimum_name_length = options.minimum_name_length;
   CollectTables(hive, options, tables);
+  SettleValueLists(hive, tables);
+  if (tables.list_reads.cut != 0) NoteShortfall(Shortfall::kSubkeyLists, tables.list_reads.cut);
   ChooseRootText(hive, options, tables, tree);
   if (options.disconnected_values) {
     ShowStatus("Finding disconnected values ...");

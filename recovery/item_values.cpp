@@ -41,6 +41,30 @@ ValueRow CellDetailsRow(const HiveImage& hive, uint32_t position) {
 // A value whose length alone puts it out of reach is still a value of its key.
 bool IsShown(ValueStatus status) { return IsListed(status) || status == ValueStatus::kTooLong; }
 
+std::vector<uint32_t> OnlyShown(const HiveImage& hive, std::vector<uint32_t> listed) {
+  std::erase_if(listed, [&hive](uint32_t position) { return !IsValueAt(hive, position); });
+  return listed;
+}
+
+// Rows for entries that lead to no value; only so many, and one for the rest.
+void AddLostRows(const HiveImage& hive, uint32_t key_position, const std::vector<uint32_t>& entries,
+                 ItemValues& values) {
+  constexpr size_t kMostRows = 1000;
+  size_t lost = 0;
+  for (size_t i = 0; i < entries.size(); ++i) {
+    if (IsValueAt(hive, entries[i]) || ++lost > kMostRows) continue;
+    const uint32_t entry = ValueEntryPosition(ValueListOf(hive, key_position), i);
+    ValueRow row = InfoRow("", kLostValue);
+    row.type = kLeadsNowhere;
+    row.icon = static_cast<int>(ValueIcon::kBinary) + kErrorIconStep;
+    row.position = HexNumber(hive.base_offset + PlaceOfLostValue(hive, entry));
+    values.info_rows.push_back(row);
+  }
+  if (lost <= kMostRows) return;
+  const std::string rest = std::to_string(lost - kMostRows) + " more lost values";
+  values.info_rows.push_back(InfoRow("Info", rest.c_str()));
+}
+
 bool IsOrdinaryType(uint32_t type) { return (type >= 1 && type <= 4) || type == kRegMultiSz; }
 
 void MakeTechnical(const ValueKey& value, ValueRow& row) {
@@ -196,26 +220,54 @@ std::string InfoWords(const HiveImage& hive, const KeyTree& tree, const KeyItem&
   return MarkWords(it.marks, it.repairs, parent);
 }
 
-std::vector<uint32_t> ListedValues(const HiveImage& hive, uint32_t key_position, uint32_t& budget) {
+std::vector<uint32_t> ListedValues(const HiveImage& hive, uint32_t key_position) {
   std::vector<uint32_t> listed;
-  ReadValuesOfKey(hive, key_position, budget, listed);
-  std::erase_if(listed, [&hive](uint32_t position) {
-    if (position == kNoOffset) return true;
-    return !IsShown(ReadValueKey(hive, position, ValueRead::kName, kMaxValueData, nullptr).status);
-  });
-  return listed;
+  ReadWholeValueList(hive, key_position, listed);
+  return OnlyShown(hive, std::move(listed));
 }
 
-std::vector<uint32_t> ListedUpToGap(const HiveImage& hive, uint32_t key_position,
-                                    uint32_t& budget) {
+std::vector<uint32_t> ListedValuesInWalk(const HiveImage& hive, uint32_t key_position) {
+  std::vector<uint32_t> listed;
+  ReadValuesInWalk(hive, key_position, listed);
+  return OnlyShown(hive, std::move(listed));
+}
+
+std::vector<uint32_t> ListedUpToGap(const HiveImage& hive, uint32_t key_position) {
   constexpr uint32_t kLeastRoom = 18;  // bytes of the image that a value needs
   std::vector<uint32_t> entries;
-  ReadValuesOfKey(hive, key_position, budget, entries);
+  ReadValuesInWalk(hive, key_position, entries);
   const auto gap = std::find_if(entries.begin(), entries.end(), [&hive](uint32_t position) {
     return position == kNoOffset || !InsideHive(hive, position, kLeastRoom);
   });
   entries.erase(gap, entries.end());
   return entries;
+}
+
+uint32_t PlaceOfLostValue(const HiveImage& hive, uint32_t entry) {
+  const uint32_t offset = ReadU32(hive, entry);
+  const uint32_t position = OffsetPosition(hive, offset, entry);
+  const bool possible = offset % 8 == 0 && offset >= kBinHeaderSize && position != kNoOffset;
+  return possible && position >= hive.data_start ? position : entry;
+}
+
+bool IsValueAt(const HiveImage& hive, uint32_t position) {
+  return position != kNoOffset &&
+         IsShown(ReadValueKey(hive, position, ValueRead::kName, kMaxValueData, nullptr).status);
+}
+
+std::string ValueListStatus(const HiveImage& hive, uint32_t key_position) {
+  if (hive.repaired_value_lists.contains(key_position)) return "repaired list";
+  return NoteOfValueList(hive, key_position).shared ? "shared list" : "";
+}
+
+std::string MissingListText(const HiveImage& hive, uint32_t key_position, size_t read) {
+  if (read != 0 || !HasValueList(hive, key_position)) return {};
+  const ValueListNote note = NoteOfValueList(hive, key_position);
+  if (note.in_walks == 0 && note.entries != 0) return "values of a shared list, not shown again";
+  const uint32_t count = ReadU32(hive, key_position + kKeyValueCount);
+  const std::string text = "lost value list";
+  // A count that the hive has no room for is as wrong as the offset.
+  return count > hive.length / 4 ? text : text + " (" + std::to_string(count) + " values)";
 }
 
 ItemValues ShowItemValues(const HiveImage& hive, const KeyTree& tree, uint32_t item,
@@ -241,8 +293,14 @@ ItemValues ShowItemValues(const HiveImage& hive, const KeyTree& tree, uint32_t i
     return values;
   }
   if (options.cell_details) values.info_rows.push_back(CellDetailsRow(hive, it.position));
-  uint32_t budget = hive.length / 4;
-  values.value_positions = ListedValues(hive, it.position, budget);
+  const std::string status = ValueListStatus(hive, it.position);
+  if (!status.empty()) values.info_rows.push_back(InfoRow("Info", status.c_str()));
+  std::vector<uint32_t> entries;
+  ReadWholeValueList(hive, it.position, entries);
+  const std::string missing = MissingListText(hive, it.position, entries.size());
+  if (!missing.empty()) values.info_rows.push_back(InfoRow("Info", missing.c_str()));
+  AddLostRows(hive, it.position, entries, values);
+  values.value_positions = OnlyShown(hive, std::move(entries));
   if (!HasValueList(hive, it.position)) values.info_rows.push_back(InfoRow("(No values set)", ""));
   return values;
 }
@@ -250,7 +308,7 @@ ItemValues ShowItemValues(const HiveImage& hive, const KeyTree& tree, uint32_t i
 ValueRow MakeValueRow(const HiveImage& hive, uint32_t value_position,
                       const ValueViewOptions& options) {
   std::vector<uint8_t> data;
-  const ValueKey value = ReadValueKey(hive, value_position, ValueRead::kData, kMaxValueData, &data);
+  const ValueKey value = ReadShownValue(hive, value_position, data);
   return MakeValueRow(hive, value, data, options);
 }
 

@@ -38,13 +38,28 @@ struct ItemValues {
   std::vector<uint32_t> value_positions;  // listed values, in list order
 };
 
-// Positions of the values that a key lists, in list order, as far as there is a value to show.
-// `budget` bounds the list entries read and is lowered by them.
-std::vector<uint32_t> ListedValues(const HiveImage& hive, uint32_t key_position, uint32_t& budget);
+// Positions of the values that a key lists, in list order, as far as there is a value to show; in a
+// walk over many keys (hive/value_key.h), or all of one key.
+std::vector<uint32_t> ListedValues(const HiveImage& hive, uint32_t key_position);
+std::vector<uint32_t> ListedValuesInWalk(const HiveImage& hive, uint32_t key_position);
 
-// What a copy of the key is made from: the positions that its list names, readable or not, up to
-// the first that leads to no place for a value. Same budget.
-std::vector<uint32_t> ListedUpToGap(const HiveImage& hive, uint32_t key_position, uint32_t& budget);
+// What a copy of the key is made from, in a walk over many keys: the positions that its list names,
+// readable or not, up to the first that leads to no place for a value.
+std::vector<uint32_t> ListedUpToGap(const HiveImage& hive, uint32_t key_position);
+
+// What lists say of a place where a value list leads, and there is no value.
+inline constexpr const char* kLostValue = "lost value";
+inline constexpr const char* kLeadsNowhere = "entry leads nowhere";
+// Where the value of a list's entry should be; the entry's own place when that cannot be.
+uint32_t PlaceOfLostValue(const HiveImage& hive, uint32_t entry);
+// True when a value can be shown, be it with a marker in place of its data.
+bool IsValueAt(const HiveImage& hive, uint32_t position);
+
+// How sure the place of a key's values is: "repaired list", "shared list", or empty.
+std::string ValueListStatus(const HiveImage& hive, uint32_t key_position);
+// What there is to say of a key whose values, `read` of them, were read in a walk, or all: "lost
+// value list (5 values)", "values of a shared list, not shown again". Empty when the list was read.
+std::string MissingListText(const HiveImage& hive, uint32_t key_position, size_t read);
 
 // Gathers the rows of `item`; a virtual folder gives its "Info" row. Values that cannot be read at
 // all are left out.

@@ -7,6 +7,7 @@
 #include "hive/cells.h"
 #include "hive/key_node.h"
 #include "host/long_operation.h"
+#include "host/shortfalls.h"
 
 namespace hivequarry {
 namespace {
@@ -61,8 +62,7 @@ uint32_t MajorityParent(const ListRecords& records, const RecordedList& list) {
 ListRecords RecordLists(const HiveImage& hive, const ScanTables& tables) {
   ListRecords records;
   const PositionIndex listed = ListedTargets(hive, tables);
-  // Sound lists do not overlap: all their entries together take less than the image.
-  uint32_t budget = hive.length / 4;
+  SubkeyListReads reads = MakeSubkeyListReads(hive);
   std::vector<SubkeyEntry> entries;
   for (const uint32_t position : tables.lists) {
     if (StopRequested()) break;
@@ -73,7 +73,7 @@ ListRecords RecordLists(const HiveImage& hive, const ScanTables& tables) {
     list.count = ReadU16(hive, position + 6);
     list.first = static_cast<uint32_t>(records.entries.size());
     entries.clear();
-    ReadSubkeyList(hive, position, budget, entries);
+    ReadSubkeyList(hive, position, reads, entries);
     for (const SubkeyEntry& entry : entries) {
       if (entry.key < hive.data_start || entry.key >= hive.length) continue;
       if (entry.key % 8 != 0 || ContainsPosition(listed, entry.key)) continue;
@@ -84,6 +84,7 @@ ListRecords RecordLists(const HiveImage& hive, const ScanTables& tables) {
     list.parent = MajorityParent(records, list);
     records.lists.push_back(list);
   }
+  if (reads.cut != 0) NoteShortfall(Shortfall::kSubkeyLists, reads.cut);
   records.by_target.resize(records.entries.size());
   std::iota(records.by_target.begin(), records.by_target.end(), 0U);
   std::stable_sort(records.by_target.begin(), records.by_target.end(),

@@ -1,12 +1,15 @@
 #include "recovery/pointer_repair.h"
 
 #include <algorithm>
+#include <map>
+#include <utility>
 
 #include "hive/cells.h"
 #include "hive/key_node.h"
 #include "hive/key_tree.h"
 #include "hive/value_key.h"
 #include "host/long_operation.h"
+#include "recovery/value_lists.h"
 
 namespace hivequarry {
 namespace {
@@ -43,7 +46,13 @@ bool IsListOf(const HiveImage& hive, ScanTables& tables, const KeyRow& key, uint
   const ListKind kind = ListKindOfSignature(ReadU16(hive, list + 4));
   if (kind == ListKind::kNone) return false;
   if (kind != ListKind::kRi && ReadU16(hive, list + 6) != wanted) return false;
-  if (!ReadSubkeyList(hive, list, tables.entry_budget, entries)) return false;
+  // Many keys may be one bit away from one list.
+  if (wanted > tables.list_reads.left) return false;
+  uint32_t budget = wanted + 0xFFFF;
+  const uint32_t most = budget;
+  const bool read = ReadSubkeyList(hive, list, budget, entries);
+  tables.list_reads.left -= std::min(tables.list_reads.left, most - budget);
+  if (!read) return false;
   if (entries.size() != wanted) return false;
   size_t agree = 0;
   for (const SubkeyEntry& entry : entries) {
@@ -83,81 +92,198 @@ void RepairSubkeyList(const HiveImage& hive, KeyRow& key, ScanTables& tables) {
   key.list_broken = false;
 }
 
-// True for an allocated cell with room for so many entries.
-bool IsListCell(const HiveImage& hive, uint32_t list, uint32_t count) {
-  if (list % 8 != 0 || !InsideHive(hive, list, 8)) return false;
-  const uint32_t size = ReadU32(hive, list);
-  const uint32_t length = CellLength(size);
-  return IsAllocated(size) && length % 8 == 0 && length >= 8 && InsideHive(hive, list, length) &&
-         count <= (length - 4) / 4;
+// --- value lists ---------------------------------------------------------------------------------
+
+// True for an offset that may be right in the whole hive, of which the image may hold a part only.
+bool LeadsBeyondImage(const HiveImage& hive, uint32_t offset, uint32_t position) {
+  constexpr uint32_t kDataLengthField = 40;
+  if (InsideHive(hive, position, 8)) return false;
+  return !hive.header_valid || offset < ReadU32(hive, kDataLengthField);
 }
 
-// True when the list that a key names could be its own: a cell of the right size all of whose
-// entries lead into the hive, be it to values that are lost. Such a list is left as it is.
-bool CouldBeValueList(const HiveImage& hive, uint32_t list, uint32_t count, uint32_t& budget) {
-  if (!IsListCell(hive, list, count) || count > budget) return false;
-  budget -= count;
+bool IsPlaceOfValue(const HiveImage& hive, uint32_t entry) {
+  const uint32_t offset = ReadU32(hive, entry);
+  if (offset % 8 != 0 || offset < kBinHeaderSize) return false;
+  const uint32_t position = OffsetPosition(hive, offset, entry);
+  return InsideHive(hive, position, kValueName) || LeadsBeyondImage(hive, offset, position);
+}
+
+// What is known of a list cell that keys may mean.
+struct ListVerdict {
+  uint32_t count = 0;      // entries
+  bool places = false;     // all entries lead to where values may be, lost ones too
+  bool values = false;     // all lead to values, each to another one
+  ValueExtremes extremes;  // of the values
+};
+
+// The value lists under repair. Each list is judged once, whatever number of keys it is held
+// against.
+struct ValueListRepair {
+  HiveImage& hive;
+  PositionIndex named;                                            // lists that keys name
+  PositionIndex shared;                                           // lists that several keys name
+  PositionIndex named_values;                                     // by lists that keys name
+  uint64_t budget = 0;                                            // entries that may still be read
+  std::map<std::pair<uint32_t, uint32_t>, ListVerdict> verdicts;  // by position and count
+};
+
+bool IsValueCell(const HiveImage& hive, uint32_t position) {
+  if (position == kNoOffset || !IsAllocated(ReadU32(hive, position))) return false;
+  const ValueKey value = ReadStoredValueKey(hive, position, ValueRead::kFields, 0, nullptr);
+  return value.status != ValueStatus::kEmpty && value.status != ValueStatus::kNotAValue &&
+         kValueName + value.name_length <= value.cell_length;
+}
+
+ListVerdict Judge(ValueListRepair& repair, uint32_t list, uint32_t count) {
+  ListVerdict verdict{count, true, true, {}};
+  std::vector<uint32_t> values;
   for (uint32_t i = 0; i < count; ++i) {
-    const uint32_t value = ReadOffset(hive, list + 4 + 4 * i);
-    if (value % 8 != 0 || !InsideHive(hive, value, 24)) return false;
+    const uint32_t entry = ValueEntryPosition(list, i);
+    verdict.places = verdict.places && IsPlaceOfValue(repair.hive, entry);
+    const uint32_t value = EntryTarget(repair.hive, entry);
+    verdict.values = verdict.values && IsValueCell(repair.hive, value);
+    if (value != kNoOffset) Widen(repair.hive, value, verdict.extremes);
+    values.push_back(value);
+  }
+  std::ranges::sort(values);
+  verdict.values = verdict.values && std::ranges::adjacent_find(values) == values.end();
+  return verdict;
+}
+
+// Null when too much was read by then: only where lists overlap.
+const ListVerdict* VerdictOf(ValueListRepair& repair, uint32_t list, uint32_t count) {
+  const auto known = repair.verdicts.find({list, count});
+  if (known != repair.verdicts.end()) return &known->second;
+  if (count > repair.budget) return nullptr;
+  repair.budget -= count;
+  return &repair.verdicts.emplace(std::pair(list, count), Judge(repair, list, count)).first->second;
+}
+
+// Whether the list that a key names could be its own. Such a list is left as it is, be its values
+// lost.
+bool CouldBeOwnList(ValueListRepair& repair, uint32_t key, uint32_t offset, uint32_t count) {
+  const HiveImage& hive = repair.hive;
+  if (offset % 8 != 0 || offset < kBinHeaderSize) return false;
+  const uint32_t list = ReadOffset(hive, key + kKeyValueList);
+  if (!InsideHive(hive, list, 8)) return LeadsBeyondImage(hive, offset, list);
+  if (PlaceValueList(hive, count, list).bound != ListBound::kCell) {
+    std::vector<uint32_t> values;
+    const auto most = static_cast<uint32_t>(std::min<uint64_t>(repair.budget, count));
+    ReadValueList(hive, count, list, most, values);
+    repair.budget -= std::min<uint64_t>(repair.budget, values.size());
+    return !values.empty();
+  }
+  const ListVerdict* verdict = VerdictOf(repair, list, count);
+  if (verdict == nullptr) return true;
+  const bool anothers =
+      ContainsPosition(repair.shared, list) && !Allows(ExtremesOfKey(hive, key), verdict->extremes);
+  return verdict->places && !anothers;
+}
+
+// True for a list that no key names, whose cell is made for that count, and whose values are those
+// of which the key's record tells the longest name and data.
+bool IsLostList(ValueListRepair& repair, uint32_t key, uint32_t list, uint32_t count) {
+  const HiveImage& hive = repair.hive;
+  if (ContainsPosition(repair.named, list)) return false;
+  const ValueListPlace place = PlaceValueList(hive, count, list);
+  const uint32_t room = (CellLength(ReadU32(hive, list)) - 4) / 4;
+  if (place.bound != ListBound::kCell || room - count > 1) return false;
+  const ListVerdict* verdict = VerdictOf(repair, list, count);
+  if (verdict == nullptr || !verdict->values) return false;
+  const ValueExtremes words = ExtremesOfKey(hive, key);
+  if (words.name != verdict->extremes.name || words.data != verdict->extremes.data) return false;
+  for (uint32_t i = 0; i < count; ++i) {
+    const uint32_t value = EntryTarget(hive, ValueEntryPosition(list, i));
+    if (ContainsPosition(repair.named_values, value)) return false;
   }
   return true;
 }
 
-// All entries lead to value cells. `budget` bounds the entries read in all.
-bool IsValueList(const HiveImage& hive, uint32_t list, uint32_t count, uint32_t& budget) {
-  if (!CouldBeValueList(hive, list, count, budget)) return false;
-  for (uint32_t i = 0; i < count; ++i) {
-    if (ReadU16(hive, ReadOffset(hive, list + 4 + 4 * i) + 4) != kSignatureVk) return false;
-  }
-  return true;
+bool HasCountedList(const HiveImage& hive, const KeyRow& key) {
+  return (key.marks & kVirtualMarks) == 0 && ReadU32(hive, key.position + kKeyValueCount) != 0 &&
+         ReadU32(hive, key.position + kKeyValueList) != kNoOffset;
 }
 
-// The value lists that keys name.
-PositionIndex NamedValueLists(const HiveImage& hive, const ScanTables& tables) {
-  PositionIndex named;
-  ResetIndex(named, hive.length);
+// The lists that keys name, and the values that are named so.
+void NoteNamed(const ScanTables& tables, ValueListRepair& repair) {
+  const HiveImage& hive = repair.hive;
+  for (PositionIndex* index : {&repair.named, &repair.shared, &repair.named_values}) {
+    ResetIndex(*index, hive.length);
+  }
+  std::vector<uint32_t> values;
+  uint64_t budget = hive.length / 4;
   for (const KeyRow& key : tables.keys) {
-    if (ReadU32(hive, key.position + kKeyValueCount) == 0) continue;
-    InsertPosition(named, ReadOffset(hive, key.position + kKeyValueList));
+    if (!HasCountedList(hive, key)) continue;
+    const uint32_t list = ReadOffset(hive, key.position + kKeyValueList);
+    if (ContainsPosition(repair.named, list)) {
+      InsertPosition(repair.shared, list);
+      continue;
+    }
+    InsertPosition(repair.named, list);
+    const ValueListPlace place =
+        PlaceValueList(hive, ReadU32(hive, key.position + kKeyValueCount), list);
+    if (place.bound != ListBound::kCell || place.most > budget) continue;
+    budget -= place.most;
+    values.clear();
+    ReadValueList(hive, place.most, list, place.most, values);
+    for (const uint32_t value : values) InsertPosition(repair.named_values, value);
   }
-  return named;
 }
 
-void RepairValueList(HiveImage& hive, const PositionIndex& named, KeyRow& key, uint32_t& budget) {
-  const uint32_t count = ReadU32(hive, key.position + kKeyValueCount);
+// The list that a key means whose own offset cannot be right; kNoOffset when it can, or when no
+// list or more than one fits.
+uint32_t LostListOf(ValueListRepair& repair, const KeyRow& key) {
   const uint32_t field = key.position + kKeyValueList;
-  if (count == 0 || ReadU32(hive, field) == kNoOffset) return;
-  if (CouldBeValueList(hive, ReadOffset(hive, field), count, budget)) return;
-  const uint32_t list = OneBitAway(hive, field, [&](uint32_t position) {
-    return !ContainsPosition(named, position) && IsValueList(hive, position, count, budget);
+  const uint32_t count = ReadU32(repair.hive, key.position + kKeyValueCount);
+  const uint32_t offset = ReadU32(repair.hive, field);
+  if (CouldBeOwnList(repair, key.position, offset, count)) return kNoOffset;
+  return OneBitAway(repair.hive, field, [&](uint32_t position) {
+    return IsLostList(repair, key.position, position, count);
   });
-  if (list == kNoOffset) return;
-  hive.repaired_value_lists[key.position] = list;
-  key.repairs |= kRepairValueList;
+}
+
+void RepairValueLists(HiveImage& hive, ScanTables& tables) {
+  hive.repaired_value_lists.clear();
+  ValueListRepair repair{hive, {}, {}, {}, uint64_t{hive.length} / 2, {}};
+  NoteNamed(tables, repair);
+  std::map<uint32_t, uint32_t> taken;  // keys that a list fits, by list
+  std::vector<std::pair<uint32_t, uint32_t>> found;
+  for (uint32_t row = 0; row < tables.keys.size(); ++row) {
+    if (row % 1024 == 0 && StopRequested()) return;
+    if (!HasCountedList(hive, tables.keys[row])) continue;
+    const uint32_t list = LostListOf(repair, tables.keys[row]);
+    if (list == kNoOffset) continue;
+    found.emplace_back(row, list);
+    ++taken[list];
+  }
+  for (const auto& [row, list] : found) {
+    if (taken[list] > 1) continue;  // which of the keys means it nothing tells
+    hive.repaired_value_lists[tables.keys[row].position] = list;
+    tables.keys[row].repairs |= kRepairValueList;
+  }
 }
 
 }  // namespace
 
 void RepairPointers(HiveImage& hive, ScanTables& tables) {
-  hive.repaired_value_lists.clear();
-  const PositionIndex named = NamedValueLists(hive, tables);
-  uint32_t budget = hive.length / 4;
   for (uint32_t row = 0; row < tables.keys.size(); ++row) {
     if (row % 1024 == 0 && StopRequested()) return;
     KeyRow& key = tables.keys[row];
     if (key.list_broken && HasNoOwnEntry(tables, key)) RepairSubkeyList(hive, key, tables);
-    RepairValueList(hive, named, key, budget);
   }
+  RepairValueLists(hive, tables);
 }
 
-bool HasDoubtfulValueList(const HiveImage& hive, uint32_t key_position) {
+bool HasDoubtfulValueList(const HiveImage& hive, uint32_t key_position, PositionIndex& named) {
   const uint32_t count = ReadU32(hive, key_position + kKeyValueCount);
   const uint32_t field = key_position + kKeyValueList;
   if (count == 0 || ReadU32(hive, field) == kNoOffset) return false;
-  uint32_t budget = 1;
   const uint32_t list = ReadOffset(hive, field);
-  return !IsListCell(hive, list, count) || !CouldBeValueList(hive, list, 1, budget);
+  if (PlaceValueList(hive, count, list).bound != ListBound::kCell || list % 8 != 0) return true;
+  if (ContainsPosition(named, list) || !IsPlaceOfValue(hive, ValueEntryPosition(list, 0)))
+    return true;
+  InsertPosition(named, list);
+  return false;
 }
 
 void ReattachLists(const HiveImage& hive, const ListRecords& records, ScanTables& tables) {
@@ -167,7 +293,8 @@ void ReattachLists(const HiveImage& hive, const ListRecords& records, ScanTables
     KeyRow& key = tables.keys[row];
     if (!key.list_broken || !HasNoOwnEntry(tables, key)) continue;
     std::vector<SubkeyEntry> entries;
-    ReadSubkeyList(hive, list.position, tables.entry_budget, entries);
+    uint32_t budget = list.count;
+    ReadSubkeyList(hive, list.position, budget, entries);
     GiveEntries(entries, key, tables);
     const uint32_t wanted = ReadU32(hive, key.position + kKeySubkeyCount);
     key.list_broken = entries.size() != wanted;

@@ -8,12 +8,13 @@
 namespace hivequarry {
 
 // Subkey and value lists found again through offsets with a single wrong bit. Repaired value lists
-// are noted in the image.
+// are noted in the image. An offset that leads past the end of an image that was cut off may be
+// right, and stays as it is.
 void RepairPointers(HiveImage& hive, ScanTables& tables);
 
 // True for a key with values whose value list is no cell of the right size, or whose first entry
-// leads nowhere: worth a try to repair it.
-bool HasDoubtfulValueList(const HiveImage& hive, uint32_t key_position);
+// leads nowhere, or whose list is in `named` already, those that keys name; else it is added there.
+bool HasDoubtfulValueList(const HiveImage& hive, uint32_t key_position, PositionIndex& named);
 
 // Recorded lists given to the parent that more than half of their keys record, where that key's own
 // list cannot be read.

@@ -377,9 +377,11 @@ void FindIncompleteLists(ScanTables& tables) {
 bool NeedsRepair(const HiveImage& hive, const ScanTables& tables) {
   if (!tables.tree_sound || !tables.damage.empty()) return true;
   std::vector<bool> named(tables.keys.size());
+  PositionIndex value_lists;
+  ResetIndex(value_lists, hive.length);
   for (const KeyRow& key : tables.keys) {
     if ((key.marks & kMarkNoName) != 0) return true;  // a list may have its first characters
-    if (HasDoubtfulValueList(hive, key.position)) return true;
+    if (HasDoubtfulValueList(hive, key.position, value_lists)) return true;
     for (uint32_t i = 0; i < key.entry_count; ++i) {
       const uint32_t row = tables.child_entries[key.first_entry + i].row;
       if (row == kNoRow || tables.keys[row].parent != key.position) return true;
@@ -411,6 +413,7 @@ bool IsKeyCellAt(const HiveImage& hive, uint32_t position) {
 }
 
 void RepairRelations(HiveImage& hive, const ScanOptions& options, ScanTables& tables) {
+  tables.repaired = true;
   Repair repair{hive, options, tables, {}, {}, {}, tables.keys.size()};
   RepairPointers(hive, tables);
   repair.records = RecordLists(hive, tables);

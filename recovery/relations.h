@@ -8,7 +8,9 @@
 // list
 //    that its offset leads to with a single bit flipped, if exactly one of the 32 offsets leads to
 //    a list that fits: a subkey list with the key's count, most of whose keys name this key as
-//    their parent; a value list that no other key names and all of whose entries lead to values.
+//    their parent; a value list that no other key names, whose cell is made for the key's count,
+//    and all of whose entries lead to values that reach the key's words for its longest name and
+//    data.
 // 2. Lists that lost their key. A list of which no key's own list accounts for the entries belongs
 //    to the parent that more than half of its keys record, if that key's own list cannot be read.
 // 3. Missing parents. A key that no list names, and whose parent field names a place where no key

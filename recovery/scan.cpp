@@ -14,7 +14,7 @@ namespace hivequarry {
 namespace {
 
 constexpr uint32_t kDefaultBinSize = 4096;
-constexpr uint32_t kLongestValueCell = 768;
+constexpr uint32_t kLongestValueCell = 32800;  // a name of 16,383 characters in UTF-16
 constexpr uint32_t kSmallCell = 4096;
 constexpr uint32_t kShortRootCell = 88;
 constexpr uint32_t kKeyCellWithoutSlack = 128;  // shorter key cells are not searched for slack
@@ -264,9 +264,7 @@ int ClassifyKeyCell(const HiveImage& hive, uint16_t signature, uint16_t flags, u
 void ResetTables(const HiveImage& hive, ScanTables& tables) {
   tables = ScanTables();
   ResetIndex(tables.key_index, hive.length);
-  // A key takes 80 bytes and stands in one list: a sixteenth of the image is more list entries
-  // than a sound hive can have, and keeps lists that are read again and again within bounds.
-  tables.entry_budget = hive.length / 16 + 65536;
+  tables.list_reads = MakeSubkeyListReads(hive);
   // Rooms for a dense hive; what is not used is never touched.
   tables.keys.reserve(hive.length / 128);
   tables.child_entries.reserve(hive.length / 128);

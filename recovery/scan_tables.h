@@ -86,13 +86,15 @@ struct ScanTables {
   PositionIndex key_index;  // sealed by FinishScan
 
   bool tree_sound = true;
+  bool repaired = false;  // relation repair has run: something did not agree
   uint32_t lf_lists = 0;
   uint32_t lh_lists = 0;
   ListStyle list_style = ListStyle::kUndecided;
   uint32_t one_bit_errors = 0;   // met by the tolerant key test
   uint32_t largest_parent = 0;   // largest parent position seen
   uint32_t generated_names = 0;  // how many were given out
-  uint32_t entry_budget = 0;     // list entries that may still be read
+  SubkeyListReads list_reads;    // of the keys' lists
+  uint64_t counted_values = 0;   // the keys' value counts, summed up
   // Rows of keys that were added after the index was sealed, by position.
   bool sealed = false;
   std::unordered_map<uint32_t, uint32_t> added_rows;

@@ -64,7 +64,7 @@ void AddChildEntries(const HiveImage& hive, KeyRow& row, ScanTables& tables) {
   const uint32_t list = ReadOffset(hive, row.position + kKeySubkeyList);
   std::vector<SubkeyEntry> entries;
   const bool inside = list != kNoOffset && InCellBounds(hive, list);
-  if (!inside || !ReadSubkeyList(hive, list, tables.entry_budget, entries)) {
+  if (!inside || !ReadSubkeyList(hive, list, tables.list_reads, entries)) {
     tables.tree_sound = false;
     row.list_broken = true;
   }
@@ -113,6 +113,7 @@ void AddScannedKey(HiveImage& hive, const ScannedKey& key, const ScanOptions& op
     if (name_length == 0) row.made_name = ++tables.generated_names;
   }
   row.marks = MarksOf(key, named);
+  tables.counted_values += ReadU32(hive, key.position + kKeyValueCount);
   AddChildEntries(hive, row, tables);
   if (!hive.header_valid) AddNameHashes(hive, key.position, name_length, tables);
 

@@ -25,33 +25,68 @@ bool IsValue(const ValueKey& value) {
   return value.status != ValueStatus::kEmpty && value.status != ValueStatus::kNotAValue;
 }
 
+// What the rows of one key's values have in common; empty for values that no key names.
+struct RowOfKey {
+  std::string_view path;
+  std::string_view place;     // of the key
+  std::string_view lossless;  // path
+  std::string_view status;    // of the value list
+};
+
 // Adds value rows of one key after another.
 class ValueRows {
  public:
   ValueRows(const HiveImage& hive, OutputList& list, const ValueListOptions& options)
       : hive_(hive), list_(list), options_(options) {}
 
-  // `key` is the text of its position, empty for none. No row for what is no value.
-  void Add(uint32_t position, std::string_view path, std::string_view key,
-           std::string_view lossless) {
-    const ValueKey value = ReadValueWithin(hive_, position, data_budget_, data_);
-    if (!IsValue(value)) return;
+  // The value at a position, or what a key's list names there. No row for what is no value.
+  bool Add(uint32_t position, const RowOfKey& key) {
+    if (!MayShowValue(hive_, position, budget_)) return true;
+    const ValueKey value = options_.raw ? ReadValueWithin(hive_, position, budget_, data_)
+                                        : ReadShownValue(hive_, position, data_);
+    if (!IsValue(value)) return false;
     const ValueRow row = MakeValueRow(hive_, value, data_, ValueViewOptions());
     RowFacts facts;
     const std::string name = LosslessName(hive_, value);
-    const std::string bytes = options_.raw ? BytesText(data_) : std::string();
-    facts.path = lossless;
+    const bool bytes_known = options_.raw && value.status != ValueStatus::kReadBefore;
+    const std::string bytes = bytes_known ? BytesText(data_) : std::string();
+    facts.path = key.lossless;
     facts.name = name;
     facts.bytes = bytes;
-    AddListRow(list_, {path, row.name, row.type, row.data, PositionText(position), key}, position,
-               facts, row.icon);
+    AddListRow(
+        list_,
+        {key.path, row.name, row.type, row.data, PositionText(position), key.place, key.status},
+        position, facts, row.icon);
+    return true;
+  }
+
+  // All that a key's list names, read in a walk; what leads to no value has a row of its own.
+  void AddKey(uint32_t position, const std::vector<uint32_t>& values, const RowOfKey& key) {
+    for (size_t i = 0; i < values.size(); ++i) {
+      if (values[i] != kNoOffset && Add(values[i], key)) continue;
+      const uint32_t entry = ValueEntryPosition(ValueListOf(hive_, position), i);
+      AddLoss(PlaceOfLostValue(hive_, entry), kLostValue, kLeadsNowhere, key);
+    }
+    const std::string missing = MissingListText(hive_, position, values.size());
+    if (missing.empty()) return;
+    AddLoss(ReadOffset(hive_, position + kKeyValueList), missing, {}, key);
   }
 
  private:
   const HiveImage& hive_;
   OutputList& list_;
   const ValueListOptions& options_;
-  DataBudget data_budget_ = MakeDataBudget(hive_);
+  void AddLoss(uint32_t place, std::string_view data, std::string_view status,
+               const RowOfKey& key) {
+    if (!MayShowLoss(budget_)) return;
+    RowFacts facts;
+    facts.path = key.lossless;
+    const int icon = static_cast<int>(ValueIcon::kBinary) + kErrorIconStep;
+    AddListRow(list_, {key.path, "", "", data, PositionText(place), key.place, status}, place,
+               facts, icon);
+  }
+
+  DataBudget budget_ = MakeDataBudget(hive_);
   std::vector<uint8_t> data_;
 };
 
@@ -174,24 +209,23 @@ OutputListPtr ListKeyValues(const HiveImage& hive, const KeyTree& tree, uint32_t
   const auto count = static_cast<uint32_t>(tree.items.size());
   const uint32_t first = whole ? 0 : item;
   const uint32_t end = whole ? count : all ? tree.items[item].end : item + 1;
-  // Value lists shared by many keys are listed at each of them, within what one list each would
-  // take at most.
-  uint32_t budget = hive.length / 4;
   std::vector<uint32_t> values;
   for (uint32_t at = first; at < end; ++at) {
     if ((at & kStopPollMask) == 0 && StopRequested()) break;
     const bool asked_copy = !all && tree.items[at].kind == ItemKind::kPathCopy;
     if (!HasKeyCell(tree, at) && !asked_copy) continue;
     const uint32_t key = tree.items[at].position;
+    if (!HasValueList(hive, key)) continue;
     values.clear();
-    ReadValuesOfKey(hive, key, budget, values);
-    if (values.empty()) continue;
-    const std::string& lossless = paths.LosslessOf(at);
-    const std::string& path = paths.PathOf(at);
-    const std::string place = PositionText(key);
-    for (const uint32_t position : values) {
-      if (position != kNoOffset) rows.Add(position, path, place, lossless);
+    if (all) {
+      ReadValuesInWalk(hive, key, values);
+    } else {
+      ReadWholeValueList(hive, key, values);
     }
+    const std::string& lossless = paths.LosslessOf(at);
+    const std::string place = PositionText(key);
+    const std::string status = ValueListStatus(hive, key);
+    rows.AddKey(key, values, {paths.PathOf(at), place, lossless, status});
   }
   return list;
 }
@@ -203,7 +237,7 @@ OutputListPtr ListDisconnectedValues(const HiveImage& hive, const KeyTree& tree,
   for (const uint32_t position : tree.disconnected_value_positions) {
     if (StopRequested()) break;
     const ValueKey value = ReadValueKey(hive, position, ValueRead::kName, kMaxValueData, nullptr);
-    if (IsListed(value.status)) rows.Add(position, {}, {}, {});
+    if (IsListed(value.status)) rows.Add(position, {});
   }
   return list;
 }

@@ -24,8 +24,7 @@ class HiveKeys : public KeySource {
         start_(item),
         first_level_(level),
         next_(item),
-        end_(item < tree.items.size() ? tree.items[item].end : item),
-        value_budget_(hive.length / 4) {}
+        end_(item < tree.items.size() ? tree.items[item].end : item) {}
 
   bool NextKey(SourceKey& key) override {
     values_known_ = false;
@@ -49,6 +48,10 @@ class HiveKeys : public KeySource {
 
   bool NextValue(SourceValue& value) override {
     if (!values_known_) ListValues();
+    while (next_value_ < values_.size() &&
+           !MayShowValue(hive_, values_[next_value_], data_budget_)) {
+      ++next_value_;
+    }
     if (next_value_ >= values_.size() || StopRequested()) return false;
     const uint32_t position = values_[next_value_++];
     const ValueKey read = ReadValueWithin(hive_, position, data_budget_, data_);
@@ -98,9 +101,7 @@ class HiveKeys : public KeySource {
     next_value_ = 0;
     const KeyItem& it = tree_.items[at_];
     const bool has_cell = (it.marks & kVirtualMarks) == 0;
-    // Value lists shared by many keys are listed at each of them, within what one list each would
-    // take at most.
-    values_ = has_cell ? ListedValues(hive_, it.position, value_budget_) : std::vector<uint32_t>();
+    values_ = has_cell ? ListedValuesInWalk(hive_, it.position) : std::vector<uint32_t>();
   }
 
   void ReadChildren(std::string_view path) {
@@ -128,7 +129,6 @@ class HiveKeys : public KeySource {
   bool values_known_ = true;
   std::vector<uint32_t> values_;  // positions, of the key given last
   size_t next_value_ = 0;
-  uint32_t value_budget_;
   DataBudget data_budget_ = MakeDataBudget(hive_);
   std::vector<uint8_t> data_;
 

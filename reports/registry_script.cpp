@@ -3,14 +3,17 @@
 #include <algorithm>
 #include <array>
 #include <set>
+#include <unordered_map>
 #include <unordered_set>
 #include <utility>
 
 #include "hive/key_node.h"
 #include "hive/value_key.h"
 #include "hive/value_text.h"
+#include "host/case.h"
 #include "host/host.h"
 #include "host/long_operation.h"
+#include "host/shortfalls.h"
 #include "lists/list_rows.h"
 #include "recovery/item_values.h"
 
@@ -21,10 +24,6 @@ constexpr char kLineEnd[] = "\r\n";
 constexpr char kUnwritable = '?';  // in place of what a line cannot hold
 
 constexpr size_t kBufferSize = 64 * 1024;
-constexpr size_t kMaxKeyName = 256;
-// Times the image's length: what may have been written behind a key line, and behind a value line.
-constexpr uint64_t kKeyLimit = 5;
-constexpr uint64_t kValueLimit = 3;
 constexpr uint32_t kKeysPerNotice = 33;
 constexpr uint32_t kManyValues = 128;  // of a key: it is always shown
 constexpr uint32_t kValuesPerStatus = 16;
@@ -40,9 +39,33 @@ void AppendScriptName(const HiveImage& hive, const KeyTree& tree, uint32_t item,
                       std::string& line) {
   const size_t start = line.size();
   AppendItemName(hive, tree, item, line);
-  if (line.size() - start > kMaxKeyName) line.resize(start + kMaxKeyName);
   KeepOnOneLine(line, start);
 }
+
+// False for a name that a key line would take for another: its backslashes part the keys of a path.
+// Such names and overlong ones are shown with a mark, so only those need a closer look.
+bool IsScriptKeyName(const HiveImage& hive, const KeyTree& tree, uint32_t item,
+                     std::string_view shown) {
+  const KeyItem& it = tree.items[item];
+  const bool plain = shown.size() <= kMaxScriptKeyName && shown.find('?') == shown.npos;
+  const bool made = (it.marks & kVirtualMarks) != 0;
+  if (plain || made || it.kind == ItemKind::kRoot || !IsKeyOrCopy(tree, item)) return true;
+  const std::u16string name =
+      WideKeyName(hive, it.position, ReadU16(hive, it.position + kKeyNameLength));
+  return name.size() <= kMaxScriptKeyName && name.find(u'\\') == std::u16string::npos;
+}
+
+// FNV-1a.
+uint64_t HashOf(std::string_view text) {
+  uint64_t hash = 0xCBF29CE484222325;
+  for (const char character : text) {
+    hash = (hash ^ static_cast<uint8_t>(character)) * 0x100000001B3;
+  }
+  return hash;
+}
+
+// Names of which something was lost have a '?' by now: those alone can have become another's.
+bool HasLost(std::string_view name) { return name.find(kUnwritable) != name.npos; }
 
 // The root's path comes from the hive too, where its root key's name is all that is known of it.
 std::string ScriptRoot(const HiveImage& hive) {
@@ -125,62 +148,83 @@ class ScriptWriter {
     } else {
       line_ += '\\';
     }
+    const size_t start = line_.size();
     AppendScriptName(hive_, tree_, item, line_);
     levels_.push_back({item, line_.size(), level.path_from});
+    const std::string_view name = std::string_view(line_).substr(start);
+    if (!IsScriptKeyName(hive_, tree_, item, name)) return false;
+    if (HasLost(name)) NoteKeyName(item);
     return line_.size() - level.path_from <= kMaxScriptPath;
+  }
+
+  // A path is entered again for each key below it that is asked for by itself.
+  void NoteKeyName(uint32_t item) {
+    const auto [known, added] = lossy_keys_.emplace(HashOf(Capitals(capitals_, line_)), item);
+    if (added || known->second == item) return;
+    result_.merged.push_back({item, kNoOffset});
+    NoteShortfall(Shortfall::kScriptNames);
+  }
+
+  void NoteValueName(const ValueKey& value) {
+    const bool odd = HasLost(value.name) || value.name.find('\0') != std::string::npos;
+    if (!odd || value.name_length == 0) return;
+    std::string name = Capitals(capitals_, value.name);
+    std::ranges::replace(name, '\0', kUnwritable);
+    if (lossy_values_.insert(std::move(name)).second) return;
+    result_.merged.push_back({key_, value.position});
+    NoteShortfall(Shortfall::kScriptNames);
   }
 
   void WriteKey(uint32_t item) {
     key_ = item;
     out_.append(line_).append("]").append(kLineEnd);
     ++result_.keys;
-    if (Written() > kKeyLimit * hive_.length) return CutShort();
     positions_.clear();
+    lossy_values_.clear();
     const KeyItem& it = tree_.items[item];
-    if ((it.marks & kVirtualMarks) == 0) {
-      positions_ = ListedUpToGap(hive_, it.position, budget_);
-    }
-    if (budget_ == 0) LeaveOut(item);
+    if ((it.marks & kVirtualMarks) == 0) ReadValuesInWalk(hive_, it.position, positions_);
+    if (!positions_.empty()) WriteListStatus(it.position);
     if (result_.keys % kKeysPerNotice == 0 || positions_.size() > kManyValues) ShowKey();
-    for (const uint32_t position : positions_) {
-      if (ended_) break;
-      WriteValue(position);
+    for (size_t i = 0; i < positions_.size() && !ended_; ++i) {
+      if (positions_[i] != kNoOffset) {
+        WriteValue(positions_[i]);
+      } else {
+        const uint32_t entry = ValueEntryPosition(ValueListOf(hive_, it.position), i);
+        result_.skipped.push_back({key_, PlaceOfLostValue(hive_, entry)});
+      }
     }
     out_ += kLineEnd;
     if (out_.size() >= kBufferSize) Flush();
   }
 
+  // Importing programs pass over lines of this kind.
+  void WriteListStatus(uint32_t key) {
+    const std::string status = ValueListStatus(hive_, key);
+    if (status.empty()) return;
+    out_.append("; the values of this key are not sure: ").append(status).append(kLineEnd);
+  }
+
   void WriteValue(uint32_t position) {
     StopWhenAsked();
-    const ValueKey value = ReadValueKey(hive_, position, ValueRead::kData, kMaxValueData, &data_);
-    // A length beyond the hive itself is damage, and the value like any other that cannot be read.
-    const bool too_long = value.status == ValueStatus::kTooLong &&
-                          value.data_length > kMaxValueData && value.data_length <= hive_.length;
-    if (too_long) return CutShort();
+    if (!MayShowValue(hive_, position, budget_)) return;
+    const ValueKey value = ReadValueWithin(hive_, position, budget_, data_);
     if (value.status != ValueStatus::kRead ||
         !FormatScriptValue(value.name, value.type, data_, out_)) {
       result_.skipped.push_back({key_, position});
       return;
     }
+    NoteValueName(value);
     ++result_.values;
     if (result_.values % kValuesPerStatus == 0) ShowCount();
-    if (Written() > kValueLimit * hive_.length) return CutShort();
     if (out_.size() >= kBufferSize) Flush();
   }
 
-  uint64_t Written() const { return handed_on_ + out_.size(); }
-
   void LeaveOut(uint32_t item) {
-    if (result_.cut_at == kNoItem) result_.cut_at = item;
-  }
-
-  void CutShort() {
-    LeaveOut(key_);
-    ended_ = true;
+    result_.left_out.push_back(item);
+    NoteShortfall(Shortfall::kScriptKeys);
   }
 
   void Flush() {
-    handed_on_ += out_.size();
     if (!result_.refused && !out_.empty()) result_.refused = !sink_(out_);
     out_.clear();
     ended_ = ended_ || result_.refused;
@@ -203,16 +247,16 @@ class ScriptWriter {
   bool ended_ = false;
   uint32_t key_ = kNoItem;  // being written
   std::string out_;
-  uint64_t handed_on_ = 0;     // bytes
   std::vector<Level> levels_;  // down to the item being written
   std::string line_;           // its key line, without what closes it
   std::string status_;
   std::vector<uint32_t> missing_;
   std::vector<uint32_t> positions_;  // of the key's values
   std::vector<uint8_t> data_;
-  // Entries of value lists still to be read. A sound hive has four bytes for each; a list that many
-  // keys share is written at each of them, within what one list each would take at most.
-  uint32_t budget_ = hive_.length / 4;
+  DataBudget budget_ = MakeDataBudget(hive_);
+  CaseTable capitals_ = CurrentCapitals();
+  std::unordered_map<uint64_t, uint32_t> lossy_keys_;  // items, by their lines
+  std::unordered_set<std::string> lossy_values_;       // names, of the key being written
 };
 
 }  // namespace
@@ -241,12 +285,11 @@ std::vector<uint32_t> KeysOfPositions(const HiveImage& hive, const KeyTree& tree
     if (item == kNoItem) values.insert(position);
     if (item != kNoItem && IsKeyItem(tree, item)) keys.insert(item);
   }
-  uint32_t budget = hive.length / 4;
   std::vector<uint32_t> listed;
   for (uint32_t item = 0; item < tree.items.size() && !values.empty(); ++item) {
     if (!HasKeyCell(tree, item)) continue;
     listed.clear();
-    ReadValuesOfKey(hive, tree.items[item].position, budget, listed);
+    ReadValuesOfKey(hive, tree.items[item].position, kAllEntries, listed);
     for (const uint32_t value : listed) {
       if (values.erase(value) != 0) keys.insert(item);
     }
@@ -256,22 +299,32 @@ std::vector<uint32_t> KeysOfPositions(const HiveImage& hive, const KeyTree& tree
 
 OutputListPtr ListScriptGaps(const HiveImage& hive, const KeyTree& tree,
                              const ScriptExport& written) {
-  if (written.skipped.empty() && written.cut_at == kNoItem) return nullptr;
+  if (written.skipped.empty() && written.left_out.empty() && written.merged.empty()) return nullptr;
   OutputListPtr list = MakeOutputList(kListValueErrors);
   const auto add = [&](uint32_t item, const std::string& name, const char* error, uint32_t datum) {
     const std::string path = ItemPath(hive, tree, item);
     const std::array<std::string_view, 3> texts = {path, name, error};
     AddListRow(*list, texts, datum, RowFacts());
   };
-  if (written.cut_at != kNoItem) {
-    add(written.cut_at, "", "Too much for a script: cut short here",
-        tree.items[written.cut_at].position);
+  const auto name_at = [&hive](uint32_t position) {
+    return ReadValueKey(hive, position, ValueRead::kName, kMaxValueData, nullptr);
+  };
+  for (const uint32_t item : written.left_out) {
+    add(item, "", "A script cannot hold this key: left out, with all below it",
+        tree.items[item].position);
+  }
+  for (const SkippedValue& merged : written.merged) {
+    const bool is_key = merged.position == kNoOffset;
+    add(merged.item, is_key ? std::string() : ValueDisplayName(name_at(merged.position)),
+        "In the script its name is another's too",
+        is_key ? tree.items[merged.item].position : merged.position);
   }
   for (const SkippedValue& skipped : written.skipped) {
-    const ValueKey value =
-        ReadValueKey(hive, skipped.position, ValueRead::kName, kMaxValueData, nullptr);
-    const std::string error = ValueError(value);
-    add(skipped.item, ValueDisplayName(value), error.c_str(), skipped.position);
+    const ValueKey value = name_at(skipped.position);
+    const bool lost =
+        value.status == ValueStatus::kEmpty || value.status == ValueStatus::kNotAValue;
+    const std::string error = lost ? kLeadsNowhere : ValueError(value);
+    add(skipped.item, lost ? kLostValue : ValueDisplayName(value), error.c_str(), skipped.position);
   }
   return list;
 }

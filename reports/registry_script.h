@@ -18,7 +18,8 @@
 
 namespace hivequarry {
 
-inline constexpr size_t kMaxScriptName = 520;     // characters of a value name
+inline constexpr size_t kMaxScriptName = 16383;  // characters of a value name
+inline constexpr size_t kMaxScriptKeyName = 255;
 inline constexpr size_t kMaxScriptPath = 1039;    // of a key's path, without the root's
 inline constexpr uint32_t kMaxScriptDepth = 383;  // levels below the branch's first key
 
@@ -40,8 +41,11 @@ struct ScriptExport {
   uint32_t keys = 0;                  // written
   uint32_t values = 0;                // written
   std::vector<SkippedValue> skipped;  // values that could not be read or written
-  uint32_t cut_at = kNoItem;          // the first item that a limit left out, or cut
-  bool refused = false;               // by the sink
+  std::vector<uint32_t> left_out;     // keys that do not fit, with all below them
+  // Keys and values, the latter with their positions, whose names are another's in the script: what
+  // an import makes of the two is one.
+  std::vector<SkippedValue> merged;
+  bool refused = false;  // by the sink
 };
 
 enum class ScriptScope : uint8_t {
@@ -52,8 +56,8 @@ enum class ScriptScope : uint8_t {
 // Writes the header and then, for each item in turn, its key or branch, keys before their children,
 // as displayed: hidden keys are left out, made ones written, edited values written as they are now.
 // Keys under the virtual folders are written without the root's path, so that an import passes them
-// over. Ends early when the user stops. What a damaged hive may make it write is bounded by the
-// hive's length; a value of more than kMaxValueData bytes that the hive has room for ends the run.
+// over. Ends early when the user stops. Lists and data that many keys share are written within the
+// bounds of a walk (hive/value_key.h); what is left out is noted as a shortfall.
 ScriptExport ExportKeys(const HiveImage& hive, const KeyTree& tree, std::span<const uint32_t> items,
                         ScriptScope scope, const TextSink& sink);
 inline ScriptExport ExportBranch(const HiveImage& hive, const KeyTree& tree, uint32_t item,

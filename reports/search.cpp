@@ -38,8 +38,7 @@ class BranchSearch {
         pattern_(pattern),
         sieve_(sieve),
         list_(list),
-        paths_(hive, tree),
-        budget_(hive.length / 4) {
+        paths_(hive, tree) {
     const SearchSettings& asked = pattern.settings;
     key_names_ = asked.key_names && !asked.dword;
     value_names_ = asked.value_names && !asked.dword;
@@ -82,7 +81,7 @@ class BranchSearch {
     if (!values_ || !HasKeyCell(tree_, item)) return;
     const uint32_t key = tree_.items[item].position;
     positions_.clear();
-    ReadValuesOfKey(hive_, key, budget_, positions_);
+    ReadValuesInWalk(hive_, key, positions_);
     VisitValues(item, positions_);
   }
 
@@ -105,6 +104,7 @@ class BranchSearch {
   }
 
   void VisitValue(uint32_t item, uint32_t position) {
+    if (!MayShowValue(hive_, position, data_budget_)) return;
     if (sieve_.usable) {
       const ValueKey fields =
           ReadValueKey(hive_, position, ValueRead::kFields, kMaxValueData, nullptr);
@@ -166,9 +166,6 @@ class BranchSearch {
   const SearchSieve& sieve_;
   OutputList& list_;
   PathWalker paths_;
-  // Value lists shared by many keys are read at each of them, within what one list each would take
-  // at most.
-  uint32_t budget_;
   DataBudget data_budget_ = MakeDataBudget(hive_);
   bool key_names_ = false, value_names_ = false, values_ = false, details_ = false;
   uint32_t keys_ = 0;

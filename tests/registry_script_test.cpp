@@ -5,6 +5,7 @@
 #include "hive/key_node.h"
 #include "hive/value_edits.h"
 #include "host/long_operation.h"
+#include "host/shortfalls.h"
 #include "tests/support/opened_hive.h"
 
 namespace hivequarry {
@@ -63,7 +64,7 @@ TEST(ScriptValueTest, Lines) {
     EXPECT_EQ(line, "before" + at.line + "\r\n");
   }
   std::string none;
-  EXPECT_FALSE(FormatScriptValue(std::string(521, 'n'), kRegSz, {}, none));
+  EXPECT_FALSE(FormatScriptValue(std::string(kMaxScriptName + 1, 'n'), kRegSz, {}, none));
   EXPECT_EQ(none, "");
 }
 
@@ -101,7 +102,7 @@ TEST(RegistryScriptTest, BranchAsDisplayed) {
   EXPECT_EQ(whole.values, 4U);
   const uint32_t lost = built.ValuePosition("A", "lost");
   EXPECT_EQ(whole.skipped, (std::vector<SkippedValue>{{opened.Item("A"), lost}}));
-  EXPECT_EQ(whole.cut_at, kNoItem);
+  EXPECT_TRUE(whole.left_out.empty());
   const OutputListPtr gaps = ListScriptGaps(opened.hive, opened.tree, whole);
   EXPECT_EQ(CellText(*gaps, 0, 0), "HKLM\\SOFTWARE\\A");
   EXPECT_EQ(RowDatum(*gaps, 0), lost);
@@ -137,31 +138,78 @@ BuiltHive Nested(int levels, size_t name_length) {
   return builder.Build();
 }
 
-TEST(RegistryScriptTest, LimitsCutShort) {
+// What a script cannot hold is left out and told; all else is written.
+TEST(RegistryScriptTest, LeavesOutWhatItCannotHold) {
   HiveBuilder builder;
   builder.Key("A").Binary("long", kMaxValueData + 1);
   builder.Key("B");
   const BuiltHive big = builder.Build();
   BuiltHive damaged = big;  // a length that the hive has no room for: of that value alone
   damaged.SetU32(damaged.ValuePosition("A", "long"), 8, 0x7FFFFFFF);
+  HiveBuilder slashes;
+  slashes.Root().NewKey("A\\B").Key("Below");
+  slashes.Key("C");
   const struct {
     BuiltHive built;
-    uint32_t least_keys;
-    uint32_t most_keys;
-    bool cut = true;
-  } kCases[] = {{Nested(400, 1), 384, 384},
-                {Nested(8, 200), 6, 6},
-                {big, 2, 2},
-                {damaged, 3, 3, false},
-                {SharedValues(), 3, 20}};
+    uint32_t keys;
+    size_t left_out;
+    size_t skipped;
+  } kCases[] = {
+      {Nested(400, 1), 384, 1, 0}, {Nested(8, 200), 6, 1, 0},  {big, 3, 0, 1},
+      {damaged, 3, 0, 1},          {slashes.Build(), 2, 1, 0}, {SharedValues(), 102, 0, 0}};
   for (const auto& at : kCases) {
     OpenedHive opened(at.built);
+    ForgetShortfalls();
     std::string text;
     const ScriptExport written = Export(opened, {0}, text);
-    EXPECT_GE(written.keys, at.least_keys);
-    EXPECT_LE(written.keys, at.most_keys);
-    EXPECT_EQ(written.cut_at != kNoItem, at.cut);
+    EXPECT_EQ(written.keys, at.keys);
+    EXPECT_EQ(written.left_out.size(), at.left_out);
+    EXPECT_EQ(written.skipped.size(), at.skipped);
+    EXPECT_EQ(ShortfallCount(Shortfall::kScriptKeys), at.left_out);
+    EXPECT_EQ(text.find("A\\B"), std::string::npos);
   }
+}
+
+// Names that the code page lacks are written with '?': two of them may become one.
+TEST(RegistryScriptTest, TellsNamesThatBecomeOne) {
+  HiveBuilder builder;
+  builder.Key("\u0416");
+  KeyRef second = builder.Key("\u0417").Dword("\u0418", 1).Dword("\u0419", 2).Dword("a?", 3);
+  builder.Key("Other").Dword("\u0418", 1);
+  const BuiltHive built = builder.Build();
+  OpenedHive opened(built);
+  ForgetShortfalls();
+  std::string text;
+  const ScriptExport written = Export(opened, {0}, text);
+  const uint32_t item = ItemOfPosition(opened.tree, built.PositionOf(second));
+  EXPECT_EQ(written.merged,
+            (std::vector<SkippedValue>{{item, kNoOffset},
+                                       {item, built.ValuePosition("\u0417", "\u0419")}}));
+  EXPECT_EQ(ShortfallCount(Shortfall::kScriptNames), 2U);
+  EXPECT_EQ(RowCount(*ListScriptGaps(opened.hive, opened.tree, written)), 2U);
+}
+
+// Five megabytes that many values share are written a few times, and told of the others.
+TEST(RegistryScriptTest, SharedDataAreWrittenAFewTimes) {
+  HiveBuilder builder;
+  builder.Key("0").Binary("big", 5000000);
+  for (int i = 1; i <= 300; ++i) builder.Key(std::to_string(i)).Binary("own", 3000, 7);
+  BuiltHive built = builder.Build();
+  for (int i = 1; i <= 200; ++i) {
+    const std::string key = std::to_string(i);
+    const uint32_t value = built.ValuePosition(key, "own");
+    built.SetU32(value, kValueDataLength, 5000000)
+        .Link(value, kValueDataOffset, built.DataPosition("0", "big"));
+  }
+  OpenedHive opened(built);
+  ForgetShortfalls();
+  std::string text;
+  const ScriptExport written = Export(opened, {0}, text);
+  EXPECT_EQ(written.keys, 302u);
+  EXPECT_GE(written.values, 102u);  // all that have their data for themselves
+  EXPECT_LT(text.size(), 60000000u);
+  EXPECT_EQ(ShortfallCount(Shortfall::kValueData), written.skipped.size());
+  EXPECT_EQ(written.values + written.skipped.size(), 301u);
 }
 
 TEST(RegistryScriptTest, SaysWhereItIs) {

@@ -206,11 +206,9 @@ TEST(Search, KeysTooDeepAreLeftOut) {
 std::string RandomPattern(const OpenedHive& opened, std::mt19937& random) {
   const auto item = static_cast<uint32_t>(random() % opened.tree.items.size());
   std::string text = ItemName(opened.hive, opened.tree, item);
-  uint32_t budget = 1000;
   const std::vector<uint32_t> values =
-      HasKeyCell(opened.tree, item)
-          ? ListedValues(opened.hive, opened.tree.items[item].position, budget)
-          : std::vector<uint32_t>();
+      HasKeyCell(opened.tree, item) ? ListedValues(opened.hive, opened.tree.items[item].position)
+                                    : std::vector<uint32_t>();
   if (!values.empty() && random() % 3 != 0) {
     Bytes data;
     const ValueKey value = ReadValueKey(opened.hive, values[random() % values.size()],

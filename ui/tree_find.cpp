@@ -13,17 +13,16 @@ namespace {
 constexpr int64_t kStopPollMask = 0x3FF;
 
 // Whether one of the entries of a key's value list leads to the value at `position`.
-bool ListsValue(const HiveImage& hive, uint32_t key, uint32_t position, uint32_t& budget) {
+bool ListsValue(const HiveImage& hive, uint32_t key, uint32_t position) {
   std::vector<uint32_t> positions;
-  ReadValuesOfKey(hive, key, budget, positions);
+  ReadValuesOfKey(hive, key, kAllEntries, positions);
   return std::ranges::find(positions, position) != positions.end();
 }
 
 uint32_t ItemListingValue(const HiveImage& hive, const KeyTree& tree, uint32_t position) {
-  uint32_t budget = hive.length / 4;  // lists that many keys share are read within what fits
   for (uint32_t item = 0; item < tree.items.size(); ++item) {
     if (!HasKeyCell(tree, item)) continue;
-    if (ListsValue(hive, tree.items[item].position, position, budget)) return item;
+    if (ListsValue(hive, tree.items[item].position, position)) return item;
   }
   return kNoItem;
 }
