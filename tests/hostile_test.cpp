@@ -9,6 +9,7 @@
 #include "host/shortfalls.h"
 #include "reports/hive_lists.h"
 #include "tests/support/deadline.h"
+#include "tests/support/hostile_hives.h"
 #include "tests/support/opened_hive.h"
 #include "tests/support/sample_hives.h"
 
@@ -230,6 +231,20 @@ TEST(Hostile, SharedDataAreReadWithinABudget) {
     EXPECT_EQ(whole >= 3 && whole < 20, raw);
   }
 }
+
+// What hurts costs little, and hides nothing else.
+class HostileFiles : public ::testing::TestWithParam<HostileHive> {};
+
+TEST_P(HostileFiles, AreWalkedInTimeAndHideNothing) {
+  const Bytes bytes = GetParam().make(0.5);
+  const Deadline deadline;
+  WalkAll(bytes, 500);
+  OpenedHive opened{std::span<const uint8_t>(bytes)};
+  ASSERT_NE(opened.Item(kBystanderKey), kNoItem);
+  EXPECT_EQ(opened.Values(kBystanderKey).size(), 1u);
+}
+
+INSTANTIATE_TEST_SUITE_P(Cases, HostileFiles, ::testing::ValuesIn(HostileHives()));
 
 TEST(Hostile, OtherKeysStayVisible) {
   for (const HostileCase& c : kShapes) {
