@@ -116,6 +116,7 @@ TEST_F(ConsoleTest, FindsKeysValuesAndRecords) {
       {"search hé TEX --in data", "ROOT\\Aä,é,text,REG_SZ,"},
       {"search hé Ä", "ROOT\\Aä,,,,"},
       {"search hé 41E4 --hex --details", "ROOT\\Aä,,,,"},
+      {"search hé '0x41 e4' --hex", "ROOT\\Aä,,,,"},
       {"dates hé Aä --from 2000-01-01 --to 2030-01-01", "ROOT\\Aä,"},
       {"security records hé", "S-1-5-32-544,BUILTIN\\Administrators,"},
       {"security used hé Aä", ",1,"},
@@ -128,8 +129,10 @@ TEST_F(ConsoleTest, FindsKeysValuesAndRecords) {
     EXPECT_EQ(Run("--format csv " + std::string(command)), 0) << command;
     EXPECT_NE(printed.find(found), printed.npos) << command << "\n" << printed;
   }
-  for (const char* wrong : {"search hé 123 --hex", "dates hé --from soon", "report hé",
-                            "security keys hé", "security keys hé --owner me"}) {
+  for (const char* wrong :
+       {"search hé 123 --hex", "search hé zz --hex", "search hé '41 E' --hex",
+        "search hé 41E400 --hex --dword", "search hé 00000401 --dword", "dates hé --from soon",
+        "report hé", "security keys hé", "security keys hé --owner me"}) {
     EXPECT_EQ(Run(wrong), 2) << wrong;
   }
 }
