@@ -123,17 +123,28 @@ uint32_t RecordOf(const OpenedHive& opened, uint32_t item) {
   return SecurityOfKey(*opened.hive, opened.tree.items[item].position);
 }
 
+// False after a message. A number that is not searched for as one would find other bytes.
+bool PatternOf(const SearchSettings& settings, SearchPattern& pattern) {
+  const HexFault fault = settings.hex_mode ? HexPatternOf(settings.hex).fault : HexFault::kNone;
+  if (fault != HexFault::kNone) {
+    Complain(HexFaultText(fault));
+  } else if (!CompilePattern(settings, pattern)) {
+    Complain("Nothing to search for");
+  } else if (settings.dword && !pattern.settings.dword) {
+    Complain("--dword needs --hex and 8 digits");
+  } else {
+    return true;
+  }
+  return false;
+}
+
 }  // namespace
 
 int SearchCommand(const ConsoleRequest& request, OpenedHive& opened) {
   uint32_t item = 0;
   SearchPattern pattern;
+  if (!PatternOf(request.search, pattern)) return kExitUsage;
   if (!FindKey(request, opened, item)) return kExitFailed;
-  if (!CompilePattern(request.search, pattern)) {
-    const bool odd = request.search.hex_mode && request.search.hex.size() % 2 != 0;
-    Complain(odd ? "Hex String must have even length !" : "Nothing to search for");
-    return kExitUsage;
-  }
   const OutputListPtr list = MakeSearchList(request.search_details);
   if (!SearchBranch(*opened.hive, opened.tree, item, pattern, *list)) {
     Complain("Keys nested too deep were not examined");

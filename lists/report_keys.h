@@ -1,7 +1,7 @@
 // Names in a Report List that its writer and its reader share.
 #pragma once
 
-#include <array>
+#include <string>
 
 #include "lists/output_list.h"
 
@@ -11,10 +11,14 @@ inline constexpr const char* kReportSection = "RPLfile";
 inline constexpr const char* kReportRows = "[ROWS]";
 inline constexpr int kReportRowEnd = 99;  // number of the line that ends a row
 
-// The header texts of the columns. The last two have names of their own.
-inline constexpr std::array<const char*, kMaxColumns> kReportHeaderKeys = {
-    "H0", "H1",  "H2",  "H3",  "H4",  "H5",  "H6",  "H7",      "H8",
-    "H9", "H10", "H11", "H12", "H13", "H14", "H15", "CKMDOWN", "MASKDOWN"};
+// The key of a column's header text. The last two columns of a list of results have names of their
+// own; the console program's own lists may have more columns.
+inline std::string ReportHeaderKey(int column) {
+  if (column == 16) return "CKMDOWN";
+  return column == 17 ? "MASKDOWN" : "H" + std::to_string(column);
+}
+// The most columns that a file keeps of a kind of list.
+inline int ReportColumns(int kind) { return kind < kFirstOwnKind ? kMaxColumns : kMaxOwnColumns; }
 
 inline constexpr int kReportOtherWidth = 160;  // pixels of a column without a usable width
 

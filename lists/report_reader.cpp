@@ -4,12 +4,14 @@
 #include <cstdio>
 #include <cstring>
 #include <memory>
+#include <vector>
 
 #include "host/file_reading.h"
 #include "host/files.h"
 #include "host/host.h"
 #include "host/long_operation.h"
 #include "host/profile.h"
+#include "host/shortfalls.h"
 #include "lists/list_report.h"
 #include "lists/list_sink.h"
 #include "lists/report_keys.h"
@@ -25,11 +27,21 @@ constexpr int kLeastWidth = 60;
 constexpr int kMostWidth = INT16_MAX;
 
 constexpr size_t kPiece = 512;
-constexpr size_t kBufferSize = 2048;
 constexpr uint64_t kMarkerWithin = 20'000;  // bytes from the start of the file
-constexpr size_t kMostText = 519;
-constexpr size_t kMostLine = 2 + kMostText;
-constexpr int kLastKept = 12;  // texts of the columns behind it are read over
+
+// What is kept of a row: the form of the lists of results sets bounds, that of the console
+// program's own lists does not.
+struct KeptOfRow {
+  size_t text;  // characters; a longer one ends in "..."
+  int columns;  // texts of the columns behind them are read over
+};
+constexpr KeptOfRow kKeptOfResults = {519, 12};
+constexpr KeptOfRow kKeptOfOwn = {0x10000, kMaxOwnColumns};
+constexpr std::string_view kCut = "...";
+
+KeptOfRow KeptOf(const OutputList& list) {
+  return ListKindOf(list) < kFirstOwnKind ? kKeptOfResults : kKeptOfOwn;
+}
 
 // The leading decimal number, 0 where there is none.
 int NumberAt(std::string_view text) {
@@ -61,7 +73,8 @@ std::vector<int> WidthsOf(std::string_view text, size_t columns) {
 // The lines of a source, through a window of fixed size. Of a long line only the start is kept.
 struct Lines {
   const ByteSource& source;
-  std::array<char, kBufferSize> buffer;
+  size_t longest;  // characters of a line that are kept
+  std::vector<char> buffer = std::vector<char>(longest + 3 * kPiece);
   size_t start = 0;  // of what was not handed out yet
   size_t end = 0;
   uint64_t taken = 0;           // bytes taken from the source
@@ -71,7 +84,9 @@ struct Lines {
 
 void TakePiece(Lines& lines) {
   // A line that fills the window is longer than any text; the rest of it is of no use.
-  if (lines.end - lines.start > kBufferSize - kPiece) lines.end = lines.start + kMostLine;
+  if (lines.end - lines.start > lines.buffer.size() - kPiece) {
+    lines.end = lines.start + lines.longest;
+  }
   std::memmove(lines.buffer.data(), lines.buffer.data() + lines.start, lines.end - lines.start);
   lines.end -= lines.start;
   lines.start = 0;
@@ -95,7 +110,7 @@ bool TakeLine(Lines& lines, std::string_view& line) {
       if (line.ends_with('\r')) line.remove_suffix(1);
       return !rest.empty();
     }
-    searched = std::min(rest.size(), kMostLine);
+    searched = std::min(rest.size(), lines.longest);
     TakePiece(lines);
   }
   return false;
@@ -116,16 +131,17 @@ bool FindMarker(Lines& lines) {
 // --- rows ----------------------------------------------------------------------------------------
 
 // The number that begins a row's line; 0 for a line that is damaged.
-int LineNumber(std::string_view line) {
+int LineNumber(std::string_view line, int columns) {
   const auto digit = [&](size_t at) { return line[at] >= '0' && line[at] <= '9'; };
   if (line.size() < 2 || !digit(0) || !digit(1)) return 0;
   const int number = (line[0] - '0') * 10 + (line[1] - '0');
-  return number <= kMaxColumns || number == kReportRowEnd ? number : 0;
+  return number <= columns || number == kReportRowEnd ? number : 0;
 }
 
 // The row being put together.
 struct PendingRow {
-  std::array<std::string, kLastKept> texts;
+  KeptOfRow kept;
+  std::array<std::string, kMaxOwnColumns> texts;
   int icon = 0;
   bool begun = false;
   bool ended = false;   // its last line was read
@@ -135,17 +151,17 @@ struct PendingRow {
 // Texts are read as code-page text; some columns hold UTF-8.
 void ConvertTexts(PendingRow& pending, int kind) {
   const uint32_t utf8 = FindListKind(kind).utf8_columns;
-  for (int column = 0; column < kLastKept && utf8 >> column != 0; ++column) {
+  for (int column = 0; column < kMaxOwnColumns && utf8 >> column != 0; ++column) {
     std::string& text = pending.texts[static_cast<size_t>(column)];
     if (InSet(utf8, column)) text = Utf8FromNarrow(text);
   }
 }
 
 void AddTexts(const PendingRow& pending, OutputList& list) {
-  std::array<std::string_view, kLastKept> texts;
+  std::array<std::string_view, kMaxOwnColumns> texts;
   std::copy(pending.texts.begin(), pending.texts.end(), texts.begin());
   NewRow row;
-  row.texts = texts;
+  row.texts = std::span(texts).first(static_cast<size_t>(pending.kept.columns));
   row.icon = pending.icon;
   row.has_datum = false;
   AddRow(list, row);
@@ -159,6 +175,8 @@ void AddPending(PendingRow& pending, OutputList& list) {
     ConvertTexts(pending, ListKindOf(list));
     AddTexts(pending, list);
     pending.failed = RowCount(list) == before;
+  } else if (pending.begun) {
+    NoteShortfall(Shortfall::kRows);
   }
   for (std::string& text : pending.texts) text.clear();
   pending.icon = 0;
@@ -171,9 +189,27 @@ void TakeRowLine(int number, std::string_view rest, PendingRow& pending, OutputL
   if (number == kReportRowEnd) {
     pending.icon = std::clamp<int>(NumberAt(rest), INT16_MIN, INT16_MAX);
     pending.ended = true;
-  } else if (number <= kLastKept) {
-    pending.texts[static_cast<size_t>(number - 1)] = rest.substr(0, kMostText);
+  } else if (number <= pending.kept.columns) {
+    std::string& text = pending.texts[static_cast<size_t>(number - 1)];
+    text = rest.substr(0, pending.kept.text);
+    if (rest.size() > text.size()) text.replace(text.size() - kCut.size(), kCut.size(), kCut);
   }
+}
+
+// Notes the rows that are not read because of a damaged line, from that line on: the one that it is
+// in the middle of, and those that begin behind it.
+void NoteRowsLeft(Lines& lines, const PendingRow& pending, int columns) {
+  uint64_t rows = pending.begun && !pending.ended ? 1 : 0;
+  bool ended = rows == 0;
+  std::string_view line;
+  while (TakeLine(lines, line)) {
+    const int number = LineNumber(line, columns);
+    if (number == 0) continue;
+    if (number == 1 || ended) ++rows;
+    ended = number == kReportRowEnd;
+  }
+  // Nothing but damage behind the last row is a row of which nothing is left.
+  NoteShortfall(Shortfall::kRows, std::max<uint64_t>(rows, 1));
 }
 
 struct CloseStream {
@@ -192,12 +228,12 @@ ReportRead ParseReportHead(std::string_view text, ReportHead& head) {
   head = {};
   const int count = NumberAt(HeadValue(text, "U2", "0", kMostWidths));
   if (count <= 0) return ReportRead::kNoReport;
-  const auto columns = static_cast<size_t>(std::min(count, kMaxColumns));
-  head.widths = WidthsOf(HeadValue(text, "U3", "", kMostWidths), columns);
   head.kind = NumberAt(HeadValue(text, "U4", "0", kMostWidths));
+  const int columns = std::min(count, ReportColumns(head.kind));
+  head.widths = WidthsOf(HeadValue(text, "U3", "", kMostWidths), static_cast<size_t>(columns));
   head.title = HeadValue(text, "U6", "", kMostTitle);
-  for (size_t column = 0; column < columns; ++column) {
-    head.columns.push_back(HeadValue(text, kReportHeaderKeys[column], "", kMostHeaderText));
+  for (int column = 0; column < columns; ++column) {
+    head.columns.push_back(HeadValue(text, ReportHeaderKey(column).c_str(), "", kMostHeaderText));
   }
   return ReportRead::kDone;
 }
@@ -212,13 +248,19 @@ ReportRead ReadReportHead(const std::string& file, ReportHead& head) {
 }
 
 ReportRead ReadReportRows(const ByteSource& source, OutputList& list) {
-  Lines lines{source, {}};
+  const KeptOfRow kept = KeptOf(list);
+  // The line's number, and a character more, to tell that the text goes on.
+  Lines lines{source, 2 + kept.text + 1};
   if (!FindMarker(lines)) return ReportRead::kNoReport;
-  PendingRow pending;
+  PendingRow pending{kept, {}};
+  const int columns = ReportColumns(ListKindOf(list));
   std::string_view line;
   while (!pending.failed && TakeLine(lines, line)) {
-    const int number = LineNumber(line);
-    if (number == 0) break;
+    const int number = LineNumber(line, columns);
+    if (number == 0) {
+      NoteRowsLeft(lines, pending, columns);
+      break;
+    }
     TakeRowLine(number, line.substr(2), pending, list);
   }
   // A stop may have come in the middle of a row.

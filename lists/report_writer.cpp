@@ -22,7 +22,7 @@ void AppendLine(std::string_view text, std::string& out) {
   }
 }
 
-void AppendKey(const char* key, std::string_view value, std::string& out) {
+void AppendKey(std::string_view key, std::string_view value, std::string& out) {
   out += "\r\n";
   out += key;
   out += '=';
@@ -55,7 +55,7 @@ void WriteHead(const ListShape& shape, int columns, const ReportLook& look, std:
   AppendKey("U5", std::to_string(shape.rows), out);
   AppendKey("U6", look.title, out);
   for (int column = 0; column < columns; ++column) {
-    AppendKey(kReportHeaderKeys[static_cast<size_t>(column)], ColumnTitle(list, column), out);
+    AppendKey(ReportHeaderKey(column), ColumnTitle(list, column), out);
   }
   out += "\r\n\r\n";
   out += kReportRows;
@@ -115,7 +115,7 @@ std::string ReportTimeNow() {
 bool WriteReport(const OutputList& list, const WrittenRows& which, const ReportLook& look,
                  const TextSink& sink) {
   const ListShape shape = ShapeOf(list);
-  const int columns = std::min(shape.columns, kMaxColumns);
+  const int columns = std::min(shape.columns, ReportColumns(ListKindOf(list)));
   if (columns == 0) return false;
   ListOutput out{sink, {}};
   WriteHead(shape, columns, look, out.buffer);

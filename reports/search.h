@@ -22,7 +22,7 @@ inline constexpr uint32_t kMaxSearchDepth = 384;  // keys at this level or deepe
 // What the user asks for; kept from one search to the next.
 struct SearchSettings {
   std::string text;  // code-page text
-  std::string hex;   // the same pattern as pairs of hexadecimal digits
+  std::string hex;   // the same pattern as hexadecimal digits, as HexPatternOf takes them
   bool hex_mode = false;
   bool match_case = false;    // holds in hex mode too, for binary and other data
   bool match_length = false;  // the whole name or data must equal the pattern
@@ -39,11 +39,21 @@ struct SearchPattern {
   SearchSettings settings;
   CaseTable fold{};  // of each byte; the letters' capitals
 };
-// False for an empty pattern, an odd number of digits, or no field to search.
+// Pairs of hexadecimal digits, with blanks between them and "0x" in front of any of them or not.
+enum class HexFault : uint8_t { kNone, kNoDigits, kOdd };
+struct HexPattern {
+  std::string digits;  // without blanks and prefixes
+  HexFault fault = HexFault::kNone;
+};
+HexPattern HexPatternOf(std::string_view text);
+// What to tell the user of it, empty for no fault.
+const char* HexFaultText(HexFault fault);
+
+// False for an empty pattern, one of digits that has a fault, or no field to search.
 bool CompilePattern(const SearchSettings& settings, SearchPattern& pattern);
 
 // Text and digits of the two fields from one another. Any character stands for a digit's value as
-// the pattern's rules have it.
+// the fields' rules have it.
 std::string HexOfText(std::string_view text);
 std::string TextOfHex(std::string_view hex);
 

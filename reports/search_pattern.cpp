@@ -13,6 +13,7 @@ namespace {
 
 constexpr uint32_t kBinaryTwin = 0x201;  // a type of its own, yet searched as REG_BINARY
 constexpr size_t kDwordDigits = 8;
+constexpr std::string_view kHexDigits = "0123456789ABCDEFabcdef";
 constexpr size_t kStopInterval = 65536;  // bytes
 
 uint8_t DigitValue(char character) {
@@ -77,20 +78,47 @@ std::span<const uint8_t> BytesOf(std::string_view text) {
 }
 
 // Settings that mean nothing in the chosen mode, set right.
-SearchSettings Effective(SearchSettings settings) {
-  settings.dword = settings.dword && settings.hex_mode && settings.hex.size() == kDwordDigits;
+// `digits`: those of the pattern.
+SearchSettings Effective(SearchSettings settings, size_t digits) {
+  settings.dword = settings.dword && settings.hex_mode && digits == kDwordDigits;
   settings.wide = settings.wide && !settings.hex_mode;
   return settings;
 }
 
 }  // namespace
 
+HexPattern HexPatternOf(std::string_view text) {
+  constexpr std::string_view kBlanks = " \t\r\n";
+  HexPattern pattern;
+  while (true) {
+    text.remove_prefix(std::min(text.find_first_not_of(kBlanks), text.size()));
+    if (text.empty()) return pattern;
+    std::string_view group = text.substr(0, text.find_first_of(kBlanks));
+    text.remove_prefix(group.size());
+    if (group.starts_with("0x") || group.starts_with("0X")) group.remove_prefix(2);
+    pattern.digits += group;
+    if (group.empty() || group.find_first_not_of(kHexDigits) != std::string_view::npos) {
+      pattern.fault = HexFault::kNoDigits;
+    } else if (group.size() % 2 != 0 && pattern.fault == HexFault::kNone) {
+      pattern.fault = HexFault::kOdd;
+    }
+  }
+}
+
+const char* HexFaultText(HexFault fault) {
+  if (fault == HexFault::kNone) return "";
+  return fault == HexFault::kOdd ? "Hex String must have even length !"
+                                 : "Hex String must have the digits 0 to 9 and A to F only !";
+}
+
 bool CompilePattern(const SearchSettings& settings, SearchPattern& pattern) {
   if (!settings.key_names && !settings.value_names && !settings.value_data) return false;
-  if (settings.hex_mode && settings.hex.size() % 2 != 0) return false;
-  pattern.settings = Effective(settings);
+  HexPattern hex;
+  if (settings.hex_mode) hex = HexPatternOf(settings.hex);
+  if (hex.fault != HexFault::kNone) return false;
+  pattern.settings = Effective(settings, hex.digits.size());
   pattern.fold = CurrentCapitals();
-  pattern.bytes = settings.hex_mode ? TextOfHex(settings.hex) : settings.text;
+  pattern.bytes = settings.hex_mode ? TextOfHex(hex.digits) : settings.text;
   if (!settings.hex_mode && !settings.match_case) {
     pattern.bytes = Capitals(pattern.fold, pattern.bytes);
   }

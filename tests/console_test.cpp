@@ -46,7 +46,7 @@ class ConsoleTest : public ::testing::Test {
 };
 
 TEST_F(ConsoleTest, ReportListsConvertToTheSameList) {
-  for (const std::string command : {"values h\u00E9", "bins h\u00E9"}) {
+  for (const std::string command : {"info h\u00E9", "values h\u00E9", "bins h\u00E9"}) {
     ASSERT_EQ(Run("--format csv " + command), 0);
     const std::string direct = printed;
     ASSERT_EQ(Run("--format rpt -o r.rpt " + command), 0);
@@ -55,6 +55,11 @@ TEST_F(ConsoleTest, ReportListsConvertToTheSameList) {
     EXPECT_EQ(printed, direct);
   }
   EXPECT_NE(ContentOf(Sibling("r.rpt")).find("\r\nU6=Block list\r\n"), std::string::npos);
+  std::ofstream(Sibling("d.rpt")) << "[RPLfile]\r\nU2=1\r\nU4=51\r\nH0=Key\r\n\r\n[ROWS]\r\n"
+                                     "01a\r\n9900\r\nb\r\n9900\r\n01c\r\n9900\r\n";
+  EXPECT_EQ(Run("convert d.rpt --format csv"), 1);
+  EXPECT_EQ(printed, "Key\r\na\r\n");
+  EXPECT_NE(ContentOf(Sibling("errors")).find("Cut short: 2 row(s) left out"), std::string::npos);
   ASSERT_EQ(Run("--format rpt -o r.rpt info h\u00E9"), 0);
   ASSERT_EQ(Run("convert r.rpt --format jsonl"), 0);
   EXPECT_TRUE(printed.starts_with("{\"file\":\"h\u00E9\",\"length\":")) << printed;
@@ -116,6 +121,7 @@ TEST_F(ConsoleTest, FindsKeysValuesAndRecords) {
       {"search hé TEX --in data", "ROOT\\Aä,é,text,REG_SZ,"},
       {"search hé Ä", "ROOT\\Aä,,,,"},
       {"search hé 41E4 --hex --details", "ROOT\\Aä,,,,"},
+      {"search hé '0x41 e4' --hex", "ROOT\\Aä,,,,"},
       {"dates hé Aä --from 2000-01-01 --to 2030-01-01", "ROOT\\Aä,"},
       {"security records hé", "S-1-5-32-544,BUILTIN\\Administrators,"},
       {"security used hé Aä", ",1,"},
@@ -128,8 +134,10 @@ TEST_F(ConsoleTest, FindsKeysValuesAndRecords) {
     EXPECT_EQ(Run("--format csv " + std::string(command)), 0) << command;
     EXPECT_NE(printed.find(found), printed.npos) << command << "\n" << printed;
   }
-  for (const char* wrong : {"search hé 123 --hex", "dates hé --from soon", "report hé",
-                            "security keys hé", "security keys hé --owner me"}) {
+  for (const char* wrong :
+       {"search hé 123 --hex", "search hé zz --hex", "search hé '41 E' --hex",
+        "search hé 41E400 --hex --dword", "search hé 00000401 --dword", "dates hé --from soon",
+        "report hé", "security keys hé", "security keys hé --owner me"}) {
     EXPECT_EQ(Run(wrong), 2) << wrong;
   }
 }

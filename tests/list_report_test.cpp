@@ -6,6 +6,7 @@
 #include <fstream>
 
 #include "host/long_operation.h"
+#include "host/shortfalls.h"
 #include "tests/support/texts.h"
 
 namespace hivequarry {
@@ -157,18 +158,22 @@ TEST(ReportRows, DamagedFiles) {
   const struct {
     std::string text;
     std::string shown;
+    uint64_t lost = 0;  // rows
   } cases[] = {
       {"[ROWS]\r\n01a\r\n02b\r\n9903\r\n01c\r\n", "a|b:3\nc:0\n"},  // ends within a row
       {"[ROWS]\n01a\n9901", "a:1\n"},
-      {"[ROWS]\r\n02x\r\n01a\r\n9901\r\n", "a:1\n"},  // no row was begun
-      {row + "00b\r\n01c\r\n", "a:1\n"},
-      {row + "19b\r\n01c\r\n", "a:1\n"},
-      {row + "zzb\r\n01c\r\n", "a:1\n"},
-      {row + "\r\n01c\r\n", "a:1\n"},
-      {row + "0\r\n01c\r\n", "a:1\n"},
+      {"[ROWS]\r\n02x\r\n01a\r\n9901\r\n", "a:1\n", 1},  // no row was begun
+      {row + "00b\r\n01c\r\n", "a:1\n", 1},
+      {row + "19b\r\n01c\r\n", "a:1\n", 1},
+      {row + "zzb\r\n01c\r\n", "a:1\n", 1},
+      {row + "\r\n01c\r\n", "a:1\n", 1},
+      {row + "0\r\n01c\r\n", "a:1\n", 1},
+      {row + "x", "a:1\n", 1},
+      {row + "01b\r\nx\r\n03d\r\n9900\r\n01c\r\n9900\r\n02e\r\n9900\r\n", "a:1\nb:0\n", 3},
+      {row + "x\r\n02b\r\n9900\r\n01c\r\ny\r\n9900\r\n", "a:1\n", 2},
       {"[ROWS]\r\n01a\r\n13m\r\n18r\r\n12l\r\n9901\r\n", "a|||||||||||l:1\n"},
       {row + "01b\r\n01c\r\n99-70000\r\n", "a:1\nb:0\nc:-32768\n"},
-      {"[ROWS]\r\n01" + x + "\r\n02b\r\n9902\r\n", x.substr(0, 519) + "|b:2\n"},
+      {"[ROWS]\r\n01" + x + "\r\n02b\r\n9902\r\n", x.substr(0, 516) + "...|b:2\n"},
       // Where the marker may stand.
       {x.substr(0, 19992) + "\r\n" + row, "a:1\n"},
       {x.substr(0, 19999) + "\r\n" + row, ""},
@@ -177,9 +182,27 @@ TEST(ReportRows, DamagedFiles) {
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.text.substr(0, 60));
+    ForgetShortfalls();
     const bool found = !c.shown.empty();
     EXPECT_EQ(Shown(*ReadRows(c.text, found ? ReportRead::kDone : ReportRead::kNoReport)), c.shown);
+    EXPECT_EQ(ShortfallCount(Shortfall::kRows), c.lost);
   }
+  ForgetShortfalls();
+}
+
+// The bounds are those of lists of results; the console program's own lists come back whole.
+TEST(ReportFile, OwnListsComeBackWhole) {
+  const OutputListPtr list = MakeOutputList(kListInfo);
+  std::vector<std::string> texts = {std::string(600, 'f')};
+  for (int i = 1; i < ColumnCount(*list); ++i) texts.push_back(std::to_string(100 + i));
+  texts[7] = std::string(33000, 'p');
+  Add(*list, Texts(texts.begin(), texts.end()));
+  const std::string text = Report(*list, {});
+  ReportHead head;
+  ASSERT_EQ(ParseReportHead(text, head), ReportRead::kDone);
+  ASSERT_EQ(head.columns.size(), texts.size());
+  EXPECT_EQ(head.columns.back(), "freed_values");
+  EXPECT_EQ(Shown(*ReadRows(text, ReportRead::kDone, kListInfo)), Shown(*list));
 }
 
 // Lines around the pieces and the window in which the file is read.
@@ -203,7 +226,8 @@ TEST(ReportRows, LinesOfEveryLength) {
   std::string shown;
   for (size_t length = 1; length < 560; ++length) {
     text += "01" + std::string(length, 'a') + "\r\n02b\r\n9901\r\n";
-    shown += std::string(std::min<size_t>(length, 519), 'a') + "|b:1\n";
+    shown += length <= 519 ? std::string(length, 'a') : std::string(516, 'a') + "...";
+    shown += "|b:1\n";
   }
   EXPECT_EQ(Shown(*ReadRows(text)), shown);
 }

@@ -50,6 +50,40 @@ TEST(Search, DigitsAndTextMirrorEachOther) {
   EXPECT_FALSE(CompilePattern(Asked("run", ""), pattern));
 }
 
+// What is no pair of digits is refused, never taken for some byte.
+TEST(Search, DigitsAsPeopleWriteThem) {
+  const struct {
+    const char* text;
+    HexFault fault;
+    const char* digits;
+  } cases[] = {{"530041", HexFault::kNone, "530041"},
+               {"0x53aF", HexFault::kNone, "53aF"},
+               {" 53 00\t41 ", HexFault::kNone, "530041"},
+               {"0x53 0X0041", HexFault::kNone, "530041"},
+               {"", HexFault::kNone, ""},
+               {"zz", HexFault::kNoDigits, "zz"},
+               {"0x", HexFault::kNoDigits, ""},
+               {"5300x41", HexFault::kNoDigits, "5300x41"},
+               {"5", HexFault::kOdd, "5"},
+               {"5 30", HexFault::kOdd, "530"},
+               {"5 3", HexFault::kOdd, "53"},
+               {"0x5", HexFault::kOdd, "5"},
+               {"53-00", HexFault::kNoDigits, "53-00"}};
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.text);
+    const HexPattern hex = HexPatternOf(c.text);
+    EXPECT_EQ(hex.fault, c.fault);
+    EXPECT_EQ(hex.digits, c.digits);
+    SearchPattern pattern;
+    const bool usable = c.fault == HexFault::kNone && *c.digits != 0;
+    EXPECT_EQ(CompilePattern(Asked(c.text, "hd"), pattern), usable);
+    if (usable) {
+      EXPECT_EQ(pattern.bytes, TextOfHex(c.digits));
+    }
+  }
+  EXPECT_EQ(Compiled("0x00000401", "nd").bytes, std::string("\x01\x04\0\0", 4));
+}
+
 TEST(Search, FindsBytes) {
   const struct {
     const char* pattern;

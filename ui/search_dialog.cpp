@@ -55,7 +55,10 @@ void Enable(const SearchDialog& state, int control, bool on) {
 }
 
 bool IsHexMode(const SearchDialog& state) { return IsTicked(state.dialog, kSearchHexMode); }
-bool IsEven(const SearchDialog& state) { return state.hex.size() % 2 == 0; }
+HexFault FaultOf(const SearchDialog& state) { return HexPatternOf(state.hex).fault; }
+bool IsNumber(const SearchDialog& state) {
+  return HexPatternOf(state.hex).digits.size() == kDwordDigits && FaultOf(state) == HexFault::kNone;
+}
 
 // --- the two fields ------------------------------------------------------------------------------
 
@@ -90,23 +93,23 @@ void ShowField(SearchDialog& state, int field, const std::string& text) {
 }
 
 const wchar_t* MessageFor(const SearchDialog& state) {
-  if (!IsHexMode(state)) return L"";
-  const bool digits = state.hex.find_first_not_of("0123456789ABCDEF") == std::string::npos;
-  if (!digits) return L"Digits are 0 to 9 and A to F.";
-  return IsEven(state) ? L"" : L"Each byte takes two digits.";
+  const HexFault fault = IsHexMode(state) ? FaultOf(state) : HexFault::kNone;
+  if (fault == HexFault::kNone) return L"";
+  return fault == HexFault::kOdd ? L"Each byte takes two digits."
+                                 : L"Digits are 0 to 9 and A to F.";
 }
 
 // What goes with the mode and the digits.
 void EnableFor(const SearchDialog& state) {
   const bool hex = IsHexMode(state);
-  const bool number = state.hex.size() == kDwordDigits;
+  const bool number = IsNumber(state);
   for (const int control : {kSearchText, kSearchMatchCase, kSearchWide}) {
     Enable(state, control, !hex);
   }
   Enable(state, kSearchHex, hex);
   Enable(state, kSearchDword, hex && number);
   if (!number) Tick(state, kSearchDword, false);
-  Enable(state, IDOK, !hex || IsEven(state));
+  Enable(state, IDOK, !hex || FaultOf(state) == HexFault::kNone);
   SetDlgItemTextW(state.dialog, kSearchMessage, MessageFor(state));
 }
 
@@ -119,7 +122,8 @@ void TakeText(SearchDialog& state, const std::wstring& shown) {
 
 void TakeHex(SearchDialog& state, const std::wstring& shown) {
   state.hex = PatternOfField(shown);
-  state.text = TextOfHex(state.hex);
+  const HexPattern hex = HexPatternOf(state.hex);
+  state.text = hex.fault == HexFault::kNoDigits ? std::string() : TextOfHex(hex.digits);
   ShowField(state, kSearchText, state.text);
   EnableFor(state);
 }
@@ -199,14 +203,15 @@ SearchSettings SettingsOf(const SearchDialog& state) {
   settings.hex = state.hex;
   settings.hex_mode = IsHexMode(state);
   for (const SettingBox& box : kBoxes) settings.*box.setting = IsTicked(state.dialog, box.control);
-  settings.dword &= settings.hex_mode && state.hex.size() == kDwordDigits;
+  settings.dword &= settings.hex_mode && IsNumber(state);
   return settings;
 }
 
 void OnOk(SearchDialog& state) {
   const SearchSettings settings = SettingsOf(state);
-  if (settings.hex_mode && !IsEven(state)) {
-    ShowMessage("Hex String must have even length !", kProgramName, Icon::kInformation);
+  const HexFault fault = settings.hex_mode ? FaultOf(state) : HexFault::kNone;
+  if (fault != HexFault::kNone) {
+    ShowMessage(HexFaultText(fault), kProgramName, Icon::kInformation);
     return;
   }
   const uint32_t roots = TickedBits(state.dialog, kRoots);

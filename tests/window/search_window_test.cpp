@@ -66,6 +66,8 @@ TEST_F(SearchWindowTest, FieldsMirrorOneAnotherAndDigitsDecideWhatIsOn) {
       const char* text;
     } cases[] = {{L"616", false, false, "a"},
                  {L"00000401", true, true, "\xE2\x90\x80\xE2\x90\x80\x04\x01"},
+                 {L"zz", false, false, ""},
+                 {L"0x61 62", true, false, "ab"},
                  {L"616263", true, false, "abc"},
                  {L"6162636465", true, false, "abcde"}};
     for (const auto& c : cases) {
