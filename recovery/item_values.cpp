@@ -267,7 +267,8 @@ std::string MissingListText(const HiveImage& hive, uint32_t key_position, size_t
   const uint32_t count = ReadU32(hive, key_position + kKeyValueCount);
   const std::string text = "lost value list";
   // A count that the hive has no room for is as wrong as the offset.
-  return count > hive.length / 4 ? text : text + " (" + std::to_string(count) + " values)";
+  if (count > hive.length / 4) return text;
+  return text + " (" + std::to_string(count) + (count == 1 ? " value)" : " values)");
 }
 
 ItemValues ShowItemValues(const HiveImage& hive, const KeyTree& tree, uint32_t item,

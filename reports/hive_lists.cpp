@@ -69,7 +69,7 @@ class ValueRows {
     }
     const std::string missing = MissingListText(hive_, position, values.size());
     if (missing.empty()) return;
-    AddLoss(ReadOffset(hive_, position + kKeyValueList), missing, {}, key);
+    AddLoss(PlaceOfLostValue(hive_, position + kKeyValueList), missing, key.status, key);
   }
 
  private:

@@ -260,7 +260,7 @@ TEST(ValueLists, NoRepairOfWhatWasCutOff) {
   built.SetU32(0, 40, 1U << 24);  // the hive's own length
   const OpenedHive opened(built);
   EXPECT_EQ(opened.At("A").repairs, 0);
-  EXPECT_EQ(CountOf(Rows(opened), "A:=lost value list (1 values)"), 1u);
+  EXPECT_EQ(CountOf(Rows(opened), "A:=lost value list (1 value)"), 1u);
   BuiltHive whole = built;  // in a hive that ends there the offset is impossible
   whole.SetU32(0, 40, static_cast<uint32_t>(whole.bytes.size()) - kDataArea);
   EXPECT_EQ(OpenedHive(whole).At("A").repairs, kRepairValueList);
