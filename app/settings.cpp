@@ -49,7 +49,7 @@ constexpr OptionRow kOptions[] = {
     {&Options::save_window_position},
     {&Options::no_access_keys},
     {&Options::file_offsets},
-    {&Options::keep_disconnected},
+    {&Options::recovered_keys},
     {&Options::ask_other_roots},
     {&Options::resolve_sids},
     {&Options::tolerant_keys},

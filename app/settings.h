@@ -49,7 +49,7 @@ struct Options {
   bool detail_pane = true;            // 5
   bool save_window_position = true;   // 6
   bool file_offsets = false;          // 8: lists of keys show file positions too
-  bool keep_disconnected = true;      // 9: compare recovered keys with the registry too
+  bool recovered_keys = false;        // 9: export, merge and compare recovered keys too
   bool ask_other_roots = true;        // 10: offer further hives of a file in windows of their own
   bool resolve_sids = true;           // 11
   bool tolerant_keys = true;          // 12: accept keys whose signature is damaged

@@ -179,8 +179,15 @@ bool FindKey(const ConsoleRequest& request, const OpenedHive& opened, uint32_t& 
   if (request.key.empty()) return true;
   uint32_t position = 0;
   const bool by_position = request.key.starts_with('@') && ParsePosition(request.key, position);
-  item = by_position ? ItemOfPosition(opened.tree, position)
-                     : FindItemByPath(*opened.hive, opened.tree, NarrowArgument(request.key));
+  if (by_position) {
+    item = ItemOfPosition(opened.tree, position);
+  } else {
+    item = FindItemByPath(*opened.hive, opened.tree, WideFromUtf8(request.key));
+  }
+  // As lists show it, with '?' for what the code page lacks.
+  if (item == kNoItem && !by_position) {
+    item = FindItemByPath(*opened.hive, opened.tree, NarrowArgument(request.key));
+  }
   if (item == kNoItem) Complain("No key " + request.key);
   return item != kNoItem;
 }

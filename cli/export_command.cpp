@@ -18,6 +18,10 @@ void ReportGaps(const OpenedHive& opened, const ScriptExport& written) {
   const auto path_of = [&opened](uint32_t item) {
     return ItemPathUtf8(*opened.hive, opened.tree, item, nullptr);
   };
+  if (written.recovered_left_out != 0) {
+    Complain("Recovered keys left out: " + std::to_string(written.recovered_left_out) +
+             " (--recovered writes them too)");
+  }
   if (!written.left_out.empty()) {
     complain("Keys that the script cannot hold, left out with all below", written.left_out.size(),
              path_of(written.left_out.front()));
@@ -51,7 +55,8 @@ int ExportCommand(const ConsoleRequest& request, OpenedHive& opened) {
   if (!HasUndoubtedRoot(*opened.hive)) return kExitFailed;
   ScriptExport written;
   const auto write = [&](const TextSink& sink) {
-    written = ExportBranch(*opened.hive, opened.tree, item, sink);
+    written = ExportBranch(*opened.hive, opened.tree, item, sink,
+                           request.recovered ? RecoveredKeys::kWritten : RecoveredKeys::kLeftOut);
     return !written.refused && !StopRequested();
   };
   if (!PrintPieces(write, request.output)) return kExitFailed;

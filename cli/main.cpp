@@ -83,6 +83,8 @@ void AddCommands(CLI::App& app, ConsoleRequest& request) {
       app.add_subcommand("export", "The keys and values as a registry script (.reg)");
   AddHive(script, request);
   AddBranch(script, request);
+  script->add_flag("--recovered", request.recovered,
+                   "Also the keys in their branches that no list names, and made ones");
   CLI::App* split = app.add_subcommand("split", "Cuts a file into pieces, one per run of blocks");
   AddHive(split, request);
   CLI::App* convert = app.add_subcommand("convert", "A Report List in another format");

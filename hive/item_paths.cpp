@@ -150,19 +150,31 @@ bool LosesAny(const HiveImage& hive, const KeyTree& tree, const ShownPath& shown
 
 // --- from a path down --------------------------------------------------------------------------
 
+// As a path spells it: in the code page, or, nothing lost, in UTF-16.
+void SpellName(const HiveImage& hive, const KeyTree& tree, uint32_t item, std::string& name) {
+  name.clear();
+  AppendItemName(hive, tree, item, name);
+}
+void SpellName(const HiveImage& hive, const KeyTree& tree, uint32_t item, std::u16string& name) {
+  name = WideFromUtf8(PathNameUtf8(hive, tree, item));
+}
+
 // The child of `parent` that the first component of `path` names; `path` moves behind it. A name
 // may itself hold backslashes, so the longest child name that fits is taken.
+template <typename Character>
 uint32_t TakeComponent(const HiveImage& hive, const KeyTree& tree, uint32_t parent,
-                       std::string_view& path) {
+                       std::basic_string_view<Character>& path) {
+  std::basic_string<Character> name;
   uint32_t best = kNoItem;
   size_t best_length = 0;
   for (uint32_t child = FirstChild(tree, parent); child != kNoItem;
        child = NextSibling(tree, child)) {
-    const std::string name = ItemName(hive, tree, child);
+    SpellName(hive, tree, child, name);
     const bool longer = best == kNoItem || name.size() > best_length;
+    using View = std::basic_string_view<Character>;
     const bool ends =
         path.size() == name.size() || (path.size() > name.size() && path[name.size()] == '\\');
-    if (longer && ends && EqualIgnoringCase(path.substr(0, name.size()), name)) {
+    if (longer && ends && EqualIgnoringCase(path.substr(0, name.size()), View(name))) {
       best = child;
       best_length = name.size();
     }
@@ -172,7 +184,8 @@ uint32_t TakeComponent(const HiveImage& hive, const KeyTree& tree, uint32_t pare
 }
 
 // True, with `path` moved behind it, when the path begins with this root text.
-bool TakeRoot(std::string_view root, std::string_view& path) {
+template <typename Character>
+bool TakeRoot(std::basic_string_view<Character> root, std::basic_string_view<Character>& path) {
   while (!root.empty() && root.back() == '\\') root.remove_suffix(1);
   if (root.empty() || path.size() < root.size()) return false;
   if (!EqualIgnoringCase(path.substr(0, root.size()), root)) return false;
@@ -181,8 +194,9 @@ bool TakeRoot(std::string_view root, std::string_view& path) {
   return true;
 }
 
+template <typename Character>
 uint32_t DescendPath(const HiveImage& hive, const KeyTree& tree, uint32_t item,
-                     std::string_view path) {
+                     std::basic_string_view<Character> path) {
   while (!path.empty() && item != kNoItem) item = TakeComponent(hive, tree, item, path);
   return item;
 }
@@ -202,7 +216,7 @@ uint32_t ItemAt(const KeyTree& tree, uint32_t position, bool under_folder) {
 
 // The item that a shortened path, without its root, names; kNoItem for any other path.
 uint32_t FindShortened(const HiveImage& hive, const KeyTree& tree, std::string_view path) {
-  const bool under_folder = TakeRoot(kDisconnectedKeysTitle, path);
+  const bool under_folder = TakeRoot(std::string_view(kDisconnectedKeysTitle), path);
   const std::string_view name = path.substr(0, path.find('\\'));
   if (!name.starts_with(std::string(kLeftOut) + "0x")) return kNoItem;
   uint32_t position = 0;
@@ -322,12 +336,35 @@ const std::string& PathWalker::LosslessOf(uint32_t item) {
   return levels_.back().lossy ? utf8_ : lossless_;
 }
 
-uint32_t FindItemByPath(const HiveImage& hive, const KeyTree& tree, std::string_view path) {
-  if (tree.items.empty()) return kNoItem;
+namespace {
+
+template <typename Character>
+std::basic_string_view<Character> Trimmed(std::basic_string_view<Character> path) {
   if (path.starts_with('\\')) path.remove_prefix(1);
   while (path.ends_with('\\')) path.remove_suffix(1);
+  return path;
+}
+
+}  // namespace
+
+uint32_t FindItemByPath(const HiveImage& hive, const KeyTree& tree, std::u16string_view path) {
+  if (tree.items.empty()) return kNoItem;
+  path = Trimmed(path);
+  for (const std::string& root : {tree.root_text, hive.long_prefix}) {
+    std::u16string_view rest = path;
+    if (!TakeRoot(std::u16string_view(WideFromUtf8(Utf8FromNarrow(root))), rest)) continue;
+    const uint32_t item = DescendPath(hive, tree, 0, rest);
+    if (item != kNoItem) return item;
+  }
+  return DescendPath(hive, tree, 0, path);
+}
+
+uint32_t FindItemByPath(const HiveImage& hive, const KeyTree& tree, std::string_view path) {
+  if (tree.items.empty()) return kNoItem;
+  path = Trimmed(path);
   std::string_view rest = path;
-  if (TakeRoot(tree.root_text, rest) || TakeRoot(hive.long_prefix, rest)) {
+  if (TakeRoot(std::string_view(tree.root_text), rest) ||
+      TakeRoot(std::string_view(hive.long_prefix), rest)) {
     const uint32_t item = DescendPath(hive, tree, 0, rest);
     if (item != kNoItem) return item;
     const uint32_t shortened = FindShortened(hive, tree, rest);

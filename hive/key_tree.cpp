@@ -31,6 +31,16 @@ void MarkBackslashes(std::string& out, size_t start) {
   }
 }
 
+std::string NameStatus(uint16_t marks) {
+  const bool missing = (marks & kMarkNoName) != 0;
+  const bool hinted = (marks & kMarkHashName) != 0;
+  if (missing) return hinted ? "missing name hash name" : "missing name";
+  if (hinted) return "hash name";
+  if ((marks & kMarkParent) != 0) return "recovered parent";
+  if ((marks & kMarkChild) != 0) return "recovered child";
+  return (marks & kMarkSibling) != 0 ? "recovered sibling" : "";
+}
+
 }  // namespace
 
 bool IsKeyItem(const KeyTree& tree, uint32_t item) {
@@ -110,14 +120,22 @@ std::string PathNameUtf8(const HiveImage& hive, const KeyTree& tree, uint32_t it
   return name;
 }
 
+bool IsRecovered(const KeyTree& tree, uint32_t item) {
+  const KeyItem& it = tree.items[item];
+  const bool key = it.kind == ItemKind::kKey || it.kind == ItemKind::kRoot;
+  return key && (!it.connected || (it.marks & kVirtualMarks) != 0);
+}
+
 std::string StatusText(uint16_t marks) {
-  const bool missing = (marks & kMarkNoName) != 0;
-  const bool hinted = (marks & kMarkHashName) != 0;
-  if (missing) return hinted ? "missing name hash name" : "missing name";
-  if (hinted) return "hash name";
-  if ((marks & kMarkParent) != 0) return "recovered parent";
-  if ((marks & kMarkChild) != 0) return "recovered child";
-  return (marks & kMarkSibling) != 0 ? "recovered sibling" : "";
+  std::string text = NameStatus(marks);
+  const auto add = [&](uint16_t mark, const char* words) {
+    if ((marks & mark) == 0) return;
+    if (!text.empty()) text += ", ";
+    text += words;
+  };
+  add(kMarkByParent, "by parent field");
+  add(kMarkShared, "shared bytes");
+  return text;
 }
 
 std::string MarkWords(uint16_t marks, uint8_t repairs, uint32_t parent_offset) {
@@ -127,7 +145,8 @@ std::string MarkWords(uint16_t marks, uint8_t repairs, uint32_t parent_offset) {
   } kWords[] = {{kMarkBadNk, "bad_nk"},           {kMarkBadLength, "bad_len"},
                 {kMarkNoName, "virtname"},        {kMarkParent, "virtpar"},
                 {kMarkChild, "virtchild"},        {kMarkSibling, "virtsib"},
-                {kMarkListParent, "lf_repaired"}, {kMarkSiblingParent, "par_lh2_rep1"}};
+                {kMarkListParent, "lf_repaired"}, {kMarkSiblingParent, "par_lh2_rep1"},
+                {kMarkShared, "shared"}};
   std::string text;
   for (const auto& [mark, word] : kWords) {
     if ((marks & mark) == 0) continue;
@@ -140,12 +159,13 @@ std::string MarkWords(uint16_t marks, uint8_t repairs, uint32_t parent_offset) {
                                                       {kRepairValueList, "val_rep"},
                                                       {kRepairSubkeyList, "list_rep"},
                                                       {kRepairRoot, "root_rep"},
-                                                      {kRepairByParent, "par_field"}};
+                                                      {kRepairNotItsParent, "par_reused"}};
   for (const auto& [repair, word] : repaired) {
     if ((repairs & repair) == 0) continue;
     if (!text.empty()) text += ' ';
     text += word;
   }
+  if ((marks & kMarkByParent) != 0) text += text.empty() ? "par_field" : " par_field";
   return text;
 }
 

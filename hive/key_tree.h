@@ -32,7 +32,9 @@ enum KeyMark : uint16_t {
   kMarkBadLength = 0x0100,      // slack behind the name: "bad_len"
   kMarkListParent = 0x0200,     // parent set from the list that holds it: "lf_repaired"
   kMarkSiblingParent = 0x0400,  // parent set from its siblings' list: "par_lh2_rep1"
+  kMarkByParent = 0x0800,       // hangs where its parent field says; no list names it: "par_field"
   kMarkBadNk = 0x1000,          // accepted only by the tolerant signature test: "bad_nk"
+  kMarkShared = 0x2000,         // its bytes are another recovered record's too: "shared"
 };
 
 // Keys that were made: no key cell stands at their position.
@@ -44,7 +46,8 @@ enum KeyRepair : uint8_t {
   kRepairValueList = 0x02,   // value-list offset set right: "val_rep"
   kRepairSubkeyList = 0x04,  // its subkey list found again: "list_rep"
   kRepairRoot = 0x08,        // root key's parent field set aside: "root_rep"
-  kRepairByParent = 0x10,    // hangs where its parent field says; no list names it: "par_field"
+  // Its parent field names a key that never had it: "par_reused". The place was used again.
+  kRepairNotItsParent = 0x10,
 };
 
 // kPathCopy: a connected key shown once more under "Disconnected Keys", as the way to a key that
@@ -95,6 +98,8 @@ struct KeyTree {
   std::vector<uint32_t> item_of_rank;                  // item by rank in key_positions
   std::vector<uint32_t> disconnected_value_positions;  // ascending
   std::unordered_map<uint32_t, SiblingNote> sibling_notes;  // by position of the made key
+  // Recovered records of which one stands in the data of the other, each with one of the others.
+  std::unordered_map<uint32_t, uint32_t> shared_bytes;
   bool any_hidden = false;
   mutable LateNumber path_limit;  // ListedPathLimit
 };
@@ -210,8 +215,15 @@ class PathWalker {
 // text, with a leading "\", and with the root in long form). Names compare without regard to case.
 // kNoItem when there is none.
 uint32_t FindItemByPath(const HiveImage& hive, const KeyTree& tree, std::string_view path);
+// The same of a path in UTF-16, in which names that the code page lacks are told apart.
+uint32_t FindItemByPath(const HiveImage& hive, const KeyTree& tree, std::u16string_view path);
 
-// The status words of a key's marks: "missing name", "hash name", "recovered parent" and so on.
+// True for a key that stands in the tree without a list that leads to it from the root, or without
+// a cell: it hangs by its parent field, or below such a key, or was made.
+bool IsRecovered(const KeyTree& tree, uint32_t item);
+
+// The status words of a key's marks: "missing name", "hash name", "recovered parent" and so on, and
+// behind them how it came to hang there.
 std::string StatusText(uint16_t marks);
 // The words of the info column: "bad_nk bad_len virtname ...", blank-separated. `parent_offset` is
 // the stored form of the key's parent, for "par_rep 0x%X".

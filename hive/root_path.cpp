@@ -68,8 +68,6 @@ constexpr size_t kMaxRootKeyName = 519;
 constexpr int kMaxLabelNumber = 999;
 constexpr std::string_view kWow64 = "Wow6432Node";
 
-char Lower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c; }
-
 bool StartsWith(std::string_view text, std::string_view start) {
   return text.size() >= start.size() && EqualIgnoringCase(text.substr(0, start.size()), start);
 }
@@ -198,11 +196,6 @@ const PredefinedRoot* FindPredefinedRoot(std::string_view name) {
   return nullptr;
 }
 
-bool EqualIgnoringCase(std::string_view a, std::string_view b) {
-  return std::equal(a.begin(), a.end(), b.begin(), b.end(),
-                    [](char x, char y) { return Lower(x) == Lower(y); });
-}
-
 const char* RootKindLabel(int kind) {
   static_assert(std::size(kKindLabels) == kLastRootKind + 1);
   return kind < 0 || kind > kLastRootKind ? nullptr : kKindLabels[kind];
@@ -269,6 +262,16 @@ std::string RootDoubt(const HiveImage& hive) {
   }
   if (IsHivePlace(path)) return {};
   return "The root key's name leads to " + path + ", where no hive belongs.";
+}
+
+bool RootPathFromStoredName(HiveImage& hive) {
+  if (!hive.header_valid) return false;
+  const std::string stored = StoredFileName(hive);
+  const std::string_view name = LastPart(stored);
+  const auto is_control = [](char c) { return static_cast<uint8_t>(c) < 0x20; };
+  if (name.empty() || std::ranges::any_of(name, is_control)) return false;
+  StoreRootPath(hive, std::string(name));
+  return true;
 }
 
 std::span<const WholeRoot> WholeRoots() { return kWholeRoots; }

@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "hive/image.h"
+#include "host/case.h"
 
 namespace hivequarry {
 
@@ -16,9 +17,6 @@ struct PredefinedRoot {
 };
 // By long or short name; null when unknown.
 const PredefinedRoot* FindPredefinedRoot(std::string_view name);
-
-// ASCII case-insensitive comparison.
-bool EqualIgnoringCase(std::string_view a, std::string_view b);
 
 // Root path by kind (1 to 8, 10, 11): sets label and prefix, made unique, in the slot. False for a
 // kind that is not in the table.
@@ -36,6 +34,9 @@ bool RootPathFromRootKey(HiveImage& hive, uint32_t root_position);
 // (what the system called the hive when it last wrote it), or else from the name of the file
 // itself. False (and nothing changed) when neither is a name that the system gives to a hive.
 bool RootPathFromFileName(HiveImage& hive);
+// For a hive that has no root key left: the last part of the file name that the base block stores,
+// whatever it is. False (and nothing changed) where there is none.
+bool RootPathFromStoredName(HiveImage& hive);
 
 // Why nothing is to be written to the root path in a registry before the user has named it: the
 // file's name alone tells it, it is the profile of whoever writes, or the root key's name leads to

@@ -1,4 +1,5 @@
-// Capital and small letters of single-byte text.
+// Capital and small letters: the one table for whatever compares, looks up or hashes names, as the
+// system does.
 #pragma once
 
 #include <array>
@@ -10,9 +11,13 @@
 
 namespace hivequarry {
 
-// The capital form of a Latin, Greek or Cyrillic letter of any single-byte code page; any other
-// unit is its own.
+// The capital form of a UTF-16 unit as the system has it, one unit for one; any other unit is its
+// own.
 char16_t CapitalOf(char16_t unit);
+
+// Texts of the code page in force, and UTF-16, without regard to case.
+bool EqualIgnoringCase(std::string_view a, std::string_view b);
+bool EqualIgnoringCase(std::u16string_view a, std::u16string_view b);
 
 // The capital form of each byte; a byte whose capital the code page lacks is its own.
 using CaseTable = std::array<uint8_t, 256>;

@@ -84,7 +84,12 @@ constexpr const char* kInfo[] = {"file",
                                  "freed_keys",
                                  "freed_values",
                                  "unread_bytes",
-                                 "unread_ranges"};
+                                 "unread_ranges",
+                                 "root_made",
+                                 "cut_at",
+                                 "cut_reason",
+                                 "cut_rest"};
+
 constexpr const char* kTree[] = {"Key",    "Key Offset", "Parent Offset", "Key Date",
                                  "Status", "Marks",      "Connected"};
 constexpr const char* kValues[] = {"Key",          "Value",      "Type",  "Data",
@@ -106,8 +111,8 @@ constexpr const char* kFreedValues[] = {"Key",          "Value",      "Type", "D
 constexpr uint32_t Column(int column) { return 1U << column; }
 constexpr uint32_t kAllInfo = (1U << std::size(kInfo)) - 1;
 constexpr uint32_t kCounts = Column(6) | Column(7) | Column(8);
-constexpr uint32_t kInfoFlags = Column(3) | Column(4);
-constexpr uint32_t kInfoTexts = Column(0) | Column(7) | Column(22);
+constexpr uint32_t kInfoFlags = Column(3) | Column(4) | Column(23);
+constexpr uint32_t kInfoTexts = Column(0) | Column(7) | Column(22) | Column(25) | Column(26);
 
 constexpr const char* kOther = "Output List";
 

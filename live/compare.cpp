@@ -115,13 +115,12 @@ class Comparison {
     bool wow64;
   };
 
-  bool IsCompared(uint32_t item) const {
-    return IsKeyItem(tree_, item) && IsReached(tree_.items[item]);
-  }
+  bool IsCompared(uint32_t item) const { return IsKeyItem(tree_, item) && IsWanted(item); }
 
   // Beginning at a recovered key asks for those below it.
-  bool IsReached(const KeyItem& it) const {
-    return it.connected || options_.recovered_keys || !tree_.items[start_].connected;
+  bool IsWanted(uint32_t item) const {
+    return options_.recovered_keys || !IsRecovered(tree_, item) ||
+           (start_ != 0 && IsRecovered(tree_, start_));
   }
 
   // False when the key's children are not to be visited.
@@ -285,7 +284,7 @@ class Comparison {
     const uint32_t end = tree_.items[item].end;
     for (uint32_t child = item + 1; child < end; child = tree_.items[child].end) {
       const KeyItem& it = tree_.items[child];
-      if (it.kind == ItemKind::kKey && IsReached(it)) {
+      if (it.kind == ItemKind::kKey && IsWanted(child)) {
         names.insert(CapitalName(WideItemName(hive_, tree_, child)));
       }
     }

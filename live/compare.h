@@ -21,7 +21,8 @@ enum class CompareRows : uint8_t {
 struct CompareOptions {
   CompareRows rows = CompareRows::kAll;
   bool list_no_access = true;  // keys that may not be read
-  bool recovered_keys = true;  // compare also keys that the hive's root does not reach
+  bool recovered_keys =
+      true;  // compare also keys that the hive's root does not reach, and made ones
 };
 
 // True when the item's branch can be compared; else after a message, but for the virtual folders.

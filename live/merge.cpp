@@ -125,7 +125,7 @@ class Merger {
     const uint32_t end = EnterStart() ? tree_.items[target_.item].end : target_.item + 1;
     for (uint32_t at = target_.item + 1; at < end && !Ended();) {
       LeaveUpTo(at);
-      const bool entered = IsKeyItem(tree_, at) && EnterChild(at);
+      const bool entered = IsKeyItem(tree_, at) && IsWanted(at) && EnterChild(at);
       at = entered ? at + 1 : tree_.items[at].end;
     }
     // Keys already written get their records also when the rest is not.
@@ -134,6 +134,12 @@ class Merger {
   }
 
  private:
+  // Beginning at a recovered key asks for those below it.
+  bool IsWanted(uint32_t item) const {
+    return options_.recovered_keys || !IsRecovered(tree_, item) ||
+           (target_.item != 0 && IsRecovered(tree_, target_.item));
+  }
+
   // A key on the way down to the one being written.
   struct Level {
     uint32_t item;

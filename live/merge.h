@@ -16,6 +16,8 @@ inline constexpr uint32_t kMaxMergeDepth = 255;  // levels below the branch's fi
 struct MergeOptions {
   bool list_no_access = true;  // list also keys that aren't there or may not be written
   bool security = false;       // give the keys the security records that they have in the hive
+  bool recovered_keys =
+      false;  // write also keys that the hive's root does not reach, and made ones
 };
 
 // A merge that may begin.

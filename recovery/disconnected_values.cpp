@@ -7,6 +7,8 @@
 #include "hive/value_key.h"
 #include "host/host.h"
 #include "host/long_operation.h"
+#include "recovery/hang_keys.h"
+#include "recovery/live_cells.h"
 
 namespace hivequarry {
 namespace {
@@ -19,9 +21,24 @@ void ShowKeyProgress(uint32_t done, size_t total) {
   ShowStatus(text);
 }
 
+// Takes out of the tables, and out of the values that no key names, those that have bytes of a live
+// record's cell.
+void DropOwnedValues(const HiveImage& hive, ScanTables& tables, std::vector<uint32_t>& found) {
+  const OwnedCells& live = LiveCells(hive, RowsReachedByLists(hive, tables), tables);
+  PositionIndex owned;
+  ResetIndex(owned, hive.length);
+  for (const uint32_t position : found) {
+    const uint32_t length = kValueName + ReadU16(hive, position + kValueNameLength);
+    const bool taken = OwnerOf(live, position, uint64_t{position} + length) != nullptr;
+    if (taken) InsertPosition(owned, position);
+  }
+  const auto is_owned = [&owned](uint32_t position) { return ContainsPosition(owned, position); };
+  if (std::erase_if(found, is_owned) != 0) std::erase_if(tables.values, is_owned);
+}
+
 }  // namespace
 
-std::vector<uint32_t> FindDisconnectedValues(const HiveImage& hive, const ScanTables& tables) {
+std::vector<uint32_t> FindDisconnectedValues(const HiveImage& hive, ScanTables& tables) {
   std::vector<uint32_t> result;
   if (!hive.data_base_proven) return result;
   PositionIndex referenced;
@@ -45,6 +62,7 @@ std::vector<uint32_t> FindDisconnectedValues(const HiveImage& hive, const ScanTa
     const ValueKey value = ReadValueKey(hive, position, ValueRead::kName, kMaxValueData, nullptr);
     if (value.status != ValueStatus::kEmpty) result.push_back(position);
   }
+  if (!result.empty()) DropOwnedValues(hive, tables, result);
   return result;
 }
 

@@ -5,6 +5,7 @@
 #include <span>
 #include <utility>
 
+#include "hive/key_node.h"
 #include "recovery/live_cells.h"
 
 namespace hivequarry {
@@ -19,6 +20,7 @@ struct Hanging {
   uint32_t root = kNoRow;
   // Rows that may hang by their parent field, by the row that it names: those of row r are
   // by_field[field_start[r]] up to field_start[r + 1], ascending.
+  std::vector<bool> disproved;  // the key that its parent field names never had it
   std::vector<uint32_t> field_start;
   std::vector<uint32_t> by_field;
 };
@@ -33,21 +35,84 @@ std::span<const uint32_t> FieldChildren(const Hanging& hanging, uint32_t row) {
   return std::span(hanging.by_field).subspan(first, hanging.field_start[row + 1] - first);
 }
 
+// True when the parent that the row names is what its own parent field says.
+bool HasOwnField(const KeyRow& key) {
+  constexpr uint16_t kByList = kMarkSibling | kMarkChild | kMarkListParent | kMarkSiblingParent;
+  return (key.marks & kByList) == 0 && (key.repairs & kRepairParent) == 0;
+}
+
 // The row that an unreached key's parent field names, kNoRow for none.
-uint32_t FieldOwner(const ScanTables& tables, uint32_t row) {
+uint32_t FieldOwner(const ScanTables& tables, const Hanging& hanging, uint32_t row) {
   const KeyRow& key = tables.keys[row];
-  if (key.root || key.parent == kNoOffset) return kNoRow;
+  if (key.root || key.parent == kNoOffset || hanging.disproved[row]) return kNoRow;
   const uint32_t owner = RowAt(tables, key.parent);
   return owner == row ? kNoRow : owner;
 }
 
-void IndexFields(const ScanTables& tables, Hanging& hanging) {
+bool IsMade(const KeyRow& key) { return (key.marks & kVirtualMarks) != 0; }
+
+// Bytes of a key's name as UTF-16.
+uint32_t WideNameLength(const HiveImage& hive, const KeyRow& key) {
+  const uint32_t length = ReadU16(hive, key.position + kKeyNameLength);
+  return ReadU8(hive, key.position + kKeyFlags) == 0 ? length : 2 * length;
+}
+
+// What keys remember of the names of all subkeys that they ever had since they had none.
+class NameMarks {
+ public:
+  NameMarks(const HiveImage& hive, const ScanTables& tables)
+      : hive_(hive), tables_(tables), known_(tables.keys.size(), kUnknown) {}
+
+  // True for a key whose name is longer than any that the owner had.
+  bool Disprove(uint32_t owner, uint32_t child) {
+    const KeyRow& key = tables_.keys[owner];
+    const KeyRow& named = tables_.keys[child];
+    if (IsMade(key) || IsMade(named) || !HasOwnField(named)) return false;
+    return ReadU32(hive_, key.position + kKeySubkeyCount) != 0 &&
+           MarkOf(key) < WideNameLength(hive_, named) && IsKept(owner);
+  }
+
+ private:
+  enum : uint8_t { kUnknown, kKept, kWrong };
+
+  uint32_t MarkOf(const KeyRow& key) const {
+    return ReadU16(hive_, key.position + kKeyLongestSubkeyName);
+  }
+
+  // Not every writer of hives keeps the mark, and it may be damaged: then subkeys exceed it.
+  bool IsKept(uint32_t owner) {
+    if (known_[owner] != kUnknown) return known_[owner] == kKept;
+    const KeyRow& key = tables_.keys[owner];
+    const uint32_t mark = MarkOf(key);
+    bool kept = mark != 0;
+    for (const ChildEntry& entry : EntriesOf(tables_, key)) {
+      if (!kept) break;
+      const bool own = entry.row != kNoRow && !IsMade(tables_.keys[entry.row]) &&
+                       tables_.keys[entry.row].parent == key.position;
+      kept = !own || WideNameLength(hive_, tables_.keys[entry.row]) <= mark;
+    }
+    known_[owner] = kept ? kKept : kWrong;
+    return kept;
+  }
+
+  const HiveImage& hive_;
+  const ScanTables& tables_;
+  std::vector<uint8_t> known_;
+};
+
+void IndexFields(const HiveImage& hive, const ScanTables& tables, Hanging& hanging) {
+  NameMarks marks(hive, tables);
   const auto count = static_cast<uint32_t>(tables.keys.size());
   hanging.field_start.assign(count + 1, 0);
   std::vector<uint32_t> owners(count, kNoRow);
+  hanging.disproved.assign(count, false);
   for (uint32_t row = 0; row < count; ++row) {
     if (hanging.reached[row]) continue;
-    owners[row] = FieldOwner(tables, row);
+    owners[row] = FieldOwner(tables, hanging, row);
+    if (owners[row] != kNoRow && marks.Disprove(owners[row], row)) {
+      hanging.disproved[row] = true;
+      owners[row] = kNoRow;
+    }
     if (owners[row] != kNoRow) ++hanging.field_start[owners[row] + 1];
   }
   for (uint32_t row = 0; row < count; ++row) {
@@ -144,7 +209,7 @@ std::vector<uint32_t> LooseRows(const ScanTables& tables, const Hanging& hanging
   }
   std::vector<uint32_t> rows;
   for (uint32_t row = 0; row < count; ++row) {
-    const bool by_field = FieldOwner(tables, row) != kNoRow;
+    const bool by_field = FieldOwner(tables, hanging, row) != kNoRow;
     if (!hanging.reached[row] && !led_to[row] && !by_field) rows.push_back(row);
   }
   return rows;
@@ -169,10 +234,10 @@ Hanging HangByLists(const HiveImage& hive, const ScanTables& tables) {
   return hanging;
 }
 
-void HangOthers(const ScanTables& tables, Hanging& hanging) {
+void HangOthers(const HiveImage& hive, const ScanTables& tables, Hanging& hanging) {
   const auto count = static_cast<uint32_t>(tables.keys.size());
   Spreader spreader(tables, hanging);
-  IndexFields(tables, hanging);
+  IndexFields(hive, tables, hanging);
   for (uint32_t row = 0; row < count; ++row) {
     if (hanging.connected[row]) spreader.OfferFields(row);
   }
@@ -235,12 +300,6 @@ class Emitter {
     return !hanging_.connected[owner] || tables_.keys[owner].list_broken;
   }
 
-  // True when the parent that the row names is what its own parent field says.
-  static bool HasOwnField(const KeyRow& key) {
-    constexpr uint16_t kByList = kMarkSibling | kMarkChild | kMarkListParent | kMarkSiblingParent;
-    return (key.marks & kByList) == 0 && (key.repairs & kRepairParent) == 0;
-  }
-
   void OpenKey(uint32_t row, uint32_t parent) {
     const KeyRow& key = tables_.keys[row];
     const auto item = static_cast<uint32_t>(tree_.items.size());
@@ -256,8 +315,10 @@ class Emitter {
     if (hanging_.entry[row] != kNoRow) {
       added.entry = tables_.child_entries[hanging_.entry[row]].position;
     } else if (hanging_.owner[row] != kNoRow && HasOwnField(key)) {
-      added.repairs |= kRepairByParent;
+      added.marks |= kMarkByParent;
     }
+    const bool disproved = !hanging_.disproved.empty() && hanging_.disproved[row];
+    if (disproved) added.repairs |= kRepairNotItsParent;
     tree_.item_of_rank[row] = item;
     open_.push_back({row, item, 0});
   }
@@ -349,7 +410,7 @@ void HangKeys(const HiveImage& hive, ScanTables& tables, KeyTree& tree) {
   Hanging hanging = HangByLists(hive, tables);
   if (!AllReached(hanging)) {
     if (DropOwnedKeys(hive, hanging.connected, tables) != 0) hanging = HangByLists(hive, tables);
-    HangOthers(tables, hanging);
+    HangOthers(hive, tables, hanging);
   }
   tree.items.clear();
   tree.items.reserve(tables.keys.size() + 3);

@@ -103,13 +103,22 @@ void CollectTables(HiveImage& hive, const BuildOptions& options, ScanTables& tab
   DropOwnedKeys(hive, RowsReachedByLists(hive, tables), tables);
 }
 
+bool IsRootMade(const HiveImage& hive, const ScanTables& tables) {
+  const uint32_t row = tables.roots.empty() ? kNoRow : RowAt(tables, hive.root_position);
+  return row != kNoRow && (tables.keys[row].marks & kVirtualMarks) != 0;
+}
+
 void ChooseRootText(HiveImage& hive, const BuildOptions& options, const ScanTables& tables,
                     KeyTree& tree) {
+  // A root that was made has no name, and what is left of one may be noise.
+  const bool named = !tables.roots.empty() && !IsRootMade(hive, tables) &&
+                     HasPlausibleName(hive, hive.root_position);
   if (!options.root_path.empty()) {
     SetRootPath(hive, options.root_path);
   } else if (!RootPathFromSnapshotName(hive) &&
-             (tables.roots.empty() || !RootPathFromRootKey(hive, hive.root_position))) {
-    RootPathFromFileName(hive);
+             !(named && RootPathFromRootKey(hive, hive.root_position)) &&
+             !RootPathFromFileName(hive) && IsRootMade(hive, tables)) {
+    RootPathFromStoredName(hive);
   }
   tree.root_text = DisplayedRoot(hive);
 }
@@ -138,6 +147,7 @@ ImageSummary Summarise(const HiveImage& hive, const ScanTables& tables, const Ke
   summary.virtual_children = tables.virtual_children;
   summary.virtual_siblings = tables.virtual_siblings;
   summary.list_style = static_cast<uint32_t>(tables.list_style);
+  summary.root_made = IsKeyItem(tree, 0) && !HasKeyCell(tree, 0);
   summary.tree_sound = tables.tree_sound;
   summary.stopped = StopRequested();
   return summary;
@@ -162,6 +172,7 @@ ImageSummary BuildImageTree(HiveImage& hive, const BuildOptions& options, KeyTre
   ShowStatus("Filling structure ...");
   RepairRoots(tables);
   HangKeys(hive, tables, tree);
+  MarkSharedBytes(hive, tree);
   const ImageSummary summary = Summarise(hive, tables, tree);
   ShowStatus("Cleaning up ...");
   tables = ScanTables();

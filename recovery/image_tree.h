@@ -31,6 +31,7 @@ struct ImageSummary {
   uint32_t virtual_children = 0;
   uint32_t virtual_siblings = 0;
   uint32_t list_style = 0;  // 0 undecided, 1 "lh", 2 "lf"
+  bool root_made = false;   // no cell is left of the root key (root_search.h)
   bool tree_sound = true;
   bool stopped = false;
 };

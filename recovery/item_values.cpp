@@ -167,8 +167,10 @@ void AddEvidence(const HiveImage& hive, const KeyTree& tree, const KeyItem& it,
   }
   if (!made && it.kind != ItemKind::kRoot) {
     const uint32_t parent = ReadOffset(hive, it.position + kKeyParent);
+    const bool reused = (it.repairs & kRepairNotItsParent) != 0;
     lines.Add(kLabel, "parent field at " + PositionText(it.position + kKeyParent) + " leads to " +
-                          PositionText(parent) + ", " + NameAt(hive, tree, parent));
+                          PositionText(parent) + ", " + NameAt(hive, tree, parent) +
+                          (reused ? ", which never had a subkey with so long a name" : ""));
   }
   if (it.evidence != 0 && it.evidence != it.entry) {
     const char* what = (it.marks & kMarkParent) != 0 ? "parent field at " : "list entry at ";
@@ -208,10 +210,18 @@ void AddTreeFields(const HiveImage& hive, const KeyTree& tree, const KeyItem& it
   lines.Add("Status", StatusText(it.marks));
   lines.Add("Info", InfoWords(hive, tree, it));
   lines.AddCount("Marks", it.marks);
+  lines.Add("Shared", SharedWords(tree, it.position));
   AddEvidence(hive, tree, it, lines);
 }
 
 }  // namespace
+
+std::string SharedWords(const KeyTree& tree, uint32_t position) {
+  const auto shared = tree.shared_bytes.find(position);
+  if (shared == tree.shared_bytes.end()) return {};
+  return "its bytes or data are also those of the recovered record at " +
+         PositionText(shared->second);
+}
 
 std::string InfoWords(const HiveImage& hive, const KeyTree& tree, const KeyItem& it) {
   const bool under_key = it.parent != kNoItem && IsKeyOrCopy(tree, it.parent);

@@ -21,6 +21,9 @@ struct ValueViewOptions {
 // The icon of an edited value is its type's icon plus this.
 inline constexpr int kEditedIconStep = 12;
 
+// Of a recovered record that another one has bytes of; empty for any other.
+std::string SharedWords(const KeyTree& tree, uint32_t position);
+
 // One line of the value pane.
 struct ValueRow {
   std::string name;

@@ -2,9 +2,11 @@
 
 #include <algorithm>
 
+#include "hive/cells.h"
 #include "hive/key_node.h"
 #include "hive/key_tree.h"
 #include "hive/subkey_list.h"
+#include "hive/value_key.h"
 #include "recovery/scan.h"
 
 namespace hivequarry {
@@ -18,12 +20,15 @@ bool HasLiveBytes(const HiveImage& hive, const OwnedCells& live, const KeyRow& k
   return OwnerOf(live, key.position, uint64_t{key.position} + kKeyName + name) != nullptr;
 }
 
+bool IsDataCell(const OwnedCell& cell) {
+  return cell.what == OwnedAs::kData || cell.what == OwnedAs::kSegment ||
+         cell.what == OwnedAs::kClassName;
+}
+
 // True for an entry or field in bytes that whoever wrote a live value or class name chose.
 bool IsInData(const OwnedCells& live, uint32_t position) {
   const OwnedCell* owner = OwnerOf(live, position, uint64_t{position} + 4);
-  if (owner == nullptr) return false;
-  return owner->what == OwnedAs::kData || owner->what == OwnedAs::kSegment ||
-         owner->what == OwnedAs::kClassName;
+  return owner != nullptr && IsDataCell(*owner);
 }
 
 void ForgetEntries(const KeyRow& key, ScanTables& tables) {
@@ -31,6 +36,34 @@ void ForgetEntries(const KeyRow& key, ScanTables& tables) {
     ChildEntry& entry = tables.child_entries[key.first_entry + i];
     entry.key = kNoOffset;
     entry.row = kNoRow;
+  }
+}
+
+// Positions of the keys that no list leads to, and of the values that no key names.
+std::vector<uint32_t> RecoveredRecords(const KeyTree& tree) {
+  std::vector<uint32_t> records;
+  for (uint32_t item = 0; item < tree.items.size(); ++item) {
+    const bool recovered = HasKeyCell(tree, item) && !tree.items[item].connected;
+    if (recovered) records.push_back(tree.items[item].position);
+  }
+  return records;
+}
+
+void NoteShared(uint32_t position, uint32_t other, KeyTree& tree) {
+  tree.shared_bytes.emplace(position, other);
+  const uint32_t item = ItemOfPosition(tree, position);
+  if (item != kNoItem) tree.items[item].marks |= kMarkShared;
+}
+
+void NoteSharing(const HiveImage& hive, const OwnedCells& data, std::span<const uint32_t> records,
+                 KeyTree& tree) {
+  for (const uint32_t position : records) {
+    const uint32_t fixed =
+        ReadU16(hive, position + 4) == kSignatureVk ? kValueName : uint32_t{kKeyName};
+    const OwnedCell* owner = OwnerOf(data, position, uint64_t{position} + fixed);
+    if (owner == nullptr || owner->owner == position || !IsDataCell(*owner)) continue;
+    NoteShared(position, owner->owner, tree);
+    NoteShared(owner->owner, position, tree);
   }
 }
 
@@ -94,6 +127,18 @@ void DropOwnedLists(const HiveImage& hive, const std::vector<bool>& reached, Sca
   if (std::ranges::none_of(tables.lists, loose)) return;
   const OwnedCells& live = LiveCells(hive, reached, tables);
   std::erase_if(tables.lists, [&](uint32_t list) { return loose(list) && IsInData(live, list); });
+}
+
+void MarkSharedBytes(const HiveImage& hive, KeyTree& tree) {
+  const std::vector<uint32_t> keys = RecoveredRecords(tree);
+  const std::vector<uint32_t>& values = tree.disconnected_value_positions;
+  if (keys.empty() && values.empty()) return;
+  const OwnedCells of_keys = CollectOwnedCells(hive, keys);
+  const OwnedCells of_values = CollectValueCells(hive, values);
+  for (const OwnedCells* owned : {&of_keys, &of_values}) {
+    NoteSharing(hive, *owned, keys, tree);
+    NoteSharing(hive, *owned, values, tree);
+  }
 }
 
 }  // namespace hivequarry

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "hive/image.h"
+#include "hive/key_tree.h"
 #include "recovery/owned_cells.h"
 #include "recovery/scan_tables.h"
 
@@ -22,5 +23,10 @@ const OwnedCells& LiveCells(const HiveImage& hive, const std::vector<bool>& reac
 uint32_t DropOwnedKeys(const HiveImage& hive, const std::vector<bool>& reached, ScanTables& tables);
 // The same of the subkey lists that no key names and that stand in data or class names.
 void DropOwnedLists(const HiveImage& hive, const std::vector<bool>& reached, ScanTables& tables);
+
+// Of recovered keys and values, those that stand in the data of a recovered value, or the like, and
+// the records that own these: neither is proven by anything else. Both are noted in the tree, keys
+// get kMarkShared.
+void MarkSharedBytes(const HiveImage& hive, KeyTree& tree);
 
 }  // namespace hivequarry

@@ -2,17 +2,13 @@
 
 #include <algorithm>
 
-namespace hivequarry {
+#include "host/case.h"
 
-char16_t UpperUnit(char16_t unit) {
-  if (unit >= u'a' && unit <= u'z') return static_cast<char16_t>(unit - 32);
-  if (unit >= 0xE0 && unit <= 0xFE && unit != 0xF7) return static_cast<char16_t>(unit - 32);
-  return unit == 0xFF ? char16_t{0x178} : unit;
-}
+namespace hivequarry {
 
 uint32_t NameHash(std::u16string_view name) {
   uint32_t hash = 0;
-  for (const char16_t unit : name) hash = hash * 37 + UpperUnit(unit);
+  for (const char16_t unit : name) hash = hash * 37 + CapitalOf(unit);
   return hash;
 }
 

@@ -10,7 +10,5 @@ namespace hivequarry {
 uint32_t NameHash(std::u16string_view name);
 // The hint of an "lf" entry: the first four characters as bytes, zero-padded, first one lowest.
 uint32_t NameHint(std::u16string_view name);
-// A character's upper case, for ASCII and Latin-1.
-char16_t UpperUnit(char16_t unit);
 
 }  // namespace hivequarry

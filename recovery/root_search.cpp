@@ -132,7 +132,9 @@ bool HasPlausibleName(const HiveImage& hive, uint32_t key_position) {
   const uint32_t cell = CellLength(ReadU32(hive, key_position));
   const bool sized = cell % 8 == 0 && cell >= kKeyName && cell <= kBaseBlockSize;
   if (length == 0 || length > kLongestName || (sized && kKeyName + length > cell)) return false;
-  const std::u16string name = WideKeyName(hive, key_position, length);
+  // What goes on behind a zero is no part of the name that is shown.
+  const std::u16string whole = WideKeyName(hive, key_position, length);
+  const std::u16string_view name = std::u16string_view(whole).substr(0, whole.find(u'\0'));
   return !name.empty() && std::ranges::all_of(name, [](char16_t unit) {
     return unit >= 0x20 && (unit < 0x7F || unit > 0x9F) && (unit < 0xD800 || unit > 0xDFFF) &&
            unit < 0xFFFE;

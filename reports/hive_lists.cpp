@@ -15,6 +15,7 @@
 #include "lists/list_rows.h"
 #include "recovery/item_values.h"
 #include "recovery/raw_record.h"
+#include "recovery/root_search.h"
 
 namespace hivequarry {
 namespace {
@@ -110,13 +111,16 @@ void AddFieldLines(const std::string& fields, uint32_t position, OutputList& lis
 }
 
 // The value's name and type, then its detail view; for data that cannot be read, why.
-void AddValueDetail(const HiveImage& hive, const ValueKey& value, OutputList& list) {
+void AddValueDetail(const HiveImage& hive, const KeyTree& tree, const ValueKey& value,
+                    OutputList& list) {
   const auto add = [&](const char* field, const std::string& text) {
     AddListRow(list, {field, text}, value.position, RowFacts(), 0);
   };
   add("Value", ValueDisplayName(value));
   add("Type", TypeName(value.type));
   if (value.edited) add("Edited", EditWords(hive, value.position));
+  const std::string shared = SharedWords(tree, value.position);
+  if (!shared.empty()) add("Shared", shared);
   const ValueDetailText detail = ValueDetail(hive, value.position);
   if (detail.status != ValueStatus::kRead) {
     add("Length", std::to_string(value.data_length));
@@ -146,6 +150,8 @@ OutputListPtr ListImageInfo(const HiveImage& hive, const ImageSummary& summary,
                             const FreedRecords& freed) {
   OutputListPtr list = MakeOutputList(kListInfo);
   const auto number = [](uint32_t value) { return std::to_string(value); };
+  const ImageCut cut = CutOf(hive);
+  const std::string rest = cut.at == 0 ? "" : "--soff=" + number(cut.rest) + ", or --all-roots";
   AddListRow(*list,
              {hive.file_name,
               number(hive.length),
@@ -169,7 +175,12 @@ OutputListPtr ListImageInfo(const HiveImage& hive, const ImageSummary& summary,
               number(static_cast<uint32_t>(freed.keys.size())),
               number(static_cast<uint32_t>(freed.values.size())),
               std::to_string(hive.unread.count),
-              UnreadRangesText(hive.unread)},
+              UnreadRangesText(hive.unread),
+
+              number(summary.root_made),
+              cut.at == 0 ? std::string() : number(cut.at),
+              cut.reason,
+              rest},
              kNoOffset, RowFacts(), 0);
   return list;
 }
@@ -238,6 +249,7 @@ OutputListPtr ListDisconnectedValues(const HiveImage& hive, const KeyTree& tree,
     if (StopRequested()) break;
     const ValueKey value = ReadValueKey(hive, position, ValueRead::kName, kMaxValueData, nullptr);
     if (IsListed(value.status)) rows.Add(position, {});
+    rows.Add(position, {}, {}, {});
   }
   return list;
 }
@@ -261,7 +273,7 @@ OutputListPtr ListDetail(const HiveImage& hive, const KeyTree& tree, uint32_t po
   if (!is_value && fields.empty()) return nullptr;
   OutputListPtr list = MakeOutputList(kListDetail);
   if (is_value) {
-    AddValueDetail(hive, value, *list);
+    AddValueDetail(hive, tree, value, *list);
   } else {
     AddFieldLines(fields, position, *list);
   }

@@ -84,8 +84,9 @@ std::string ValueError(const ValueKey& value) {
 
 class ScriptWriter {
  public:
-  ScriptWriter(const HiveImage& hive, const KeyTree& tree, const TextSink& sink)
-      : hive_(hive), tree_(tree), sink_(sink) {}
+  ScriptWriter(const HiveImage& hive, const KeyTree& tree, const TextSink& sink,
+               RecoveredKeys recovered)
+      : hive_(hive), tree_(tree), sink_(sink), recovered_(recovered) {}
 
   void Write(std::span<const uint32_t> items, ScriptScope scope) {
     out_ += "REGEDIT4\r\n\r\n";
@@ -116,10 +117,36 @@ class ScriptWriter {
         at = tree_.items[at].end;
         continue;
       }
+      if (at != first && PassOver(first, at)) {
+        at = tree_.items[at].end;
+        continue;
+      }
       const bool is_key = at == first ? IsKeyOrCopy(tree_, at) : IsKeyItem(tree_, at);
+      if (is_key) WriteComment(at);
       if (is_key) WriteKey(at);
       ++at;
     }
+  }
+
+  bool StandsInTree(uint32_t item) const { return item < tree_.disconnected_keys; }
+
+  // True for a recovered key that nobody asked for.
+  bool PassOver(uint32_t first, uint32_t item) {
+    const bool asked = first != 0 && IsRecovered(tree_, first);
+    const bool left_out = recovered_ == RecoveredKeys::kLeftOut && !asked && StandsInTree(item) &&
+                          IsRecovered(tree_, item);
+    for (uint32_t at = item; left_out && at < tree_.items[item].end; ++at) {
+      result_.recovered_left_out += IsKeyItem(tree_, at);
+    }
+    return left_out;
+  }
+
+  // In front of each branch of recovered keys in the tree.
+  void WriteComment(uint32_t item) {
+    const uint32_t parent = tree_.items[item].parent;
+    const bool begins = item != 0 && StandsInTree(item) && IsRecovered(tree_, item) &&
+                        (parent == 0 || !IsRecovered(tree_, parent));
+    if (begins) out_.append("; recovered: ").append(line_, 1).append(kLineEnd);
   }
 
   // Makes line_ that of the item. False when the path of the item, or of one above it, is too long;
@@ -243,6 +270,7 @@ class ScriptWriter {
   const HiveImage& hive_;
   const KeyTree& tree_;
   const TextSink& sink_;
+  const RecoveredKeys recovered_;
   ScriptExport result_;
   bool ended_ = false;
   uint32_t key_ = kNoItem;  // being written
@@ -268,9 +296,9 @@ bool HasScriptRoot(const HiveImage& hive) {
 }
 
 ScriptExport ExportKeys(const HiveImage& hive, const KeyTree& tree, std::span<const uint32_t> items,
-                        ScriptScope scope, const TextSink& sink) {
+                        ScriptScope scope, const TextSink& sink, RecoveredKeys recovered) {
   ShowStatus("Exporting ...");
-  ScriptWriter writer(hive, tree, sink);
+  ScriptWriter writer(hive, tree, sink, recovered);
   writer.Write(items, scope);
   ShowStatus("Done.");
   return writer.TakeResult();

@@ -45,7 +45,8 @@ struct ScriptExport {
   // Keys and values, the latter with their positions, whose names are another's in the script: what
   // an import makes of the two is one.
   std::vector<SkippedValue> merged;
-  bool refused = false;  // by the sink
+  uint32_t recovered_left_out = 0;  // keys
+  bool refused = false;             // by the sink
 };
 
 enum class ScriptScope : uint8_t {
@@ -53,16 +54,26 @@ enum class ScriptScope : uint8_t {
   kKey,     // the key and its values alone
 };
 
+// Keys that no list leads to, and made ones, in the branches of keys that are no such keys
+// (IsRecovered). Under "Disconnected Keys", below a recovered key that was asked for, and among
+// keys asked for one by one, they are written in any case.
+enum class RecoveredKeys : uint8_t {
+  kLeftOut,  // with all below them
+  kWritten,  // with a comment line in front of each branch of them
+};
+
 // Writes the header and then, for each item in turn, its key or branch, keys before their children,
-// as displayed: hidden keys are left out, made ones written, edited values written as they are now.
+// as displayed: hidden keys are left out, edited values written as they are now.
 // Keys under the virtual folders are written without the root's path, so that an import passes them
 // over. Ends early when the user stops. Lists and data that many keys share are written within the
 // bounds of a walk (hive/value_key.h); what is left out is noted as a shortfall.
 ScriptExport ExportKeys(const HiveImage& hive, const KeyTree& tree, std::span<const uint32_t> items,
-                        ScriptScope scope, const TextSink& sink);
+                        ScriptScope scope, const TextSink& sink,
+                        RecoveredKeys recovered = RecoveredKeys::kLeftOut);
 inline ScriptExport ExportBranch(const HiveImage& hive, const KeyTree& tree, uint32_t item,
-                                 const TextSink& sink) {
-  return ExportKeys(hive, tree, std::span(&item, 1), ScriptScope::kBranch, sink);
+                                 const TextSink& sink,
+                                 RecoveredKeys recovered = RecoveredKeys::kLeftOut) {
+  return ExportKeys(hive, tree, std::span(&item, 1), ScriptScope::kBranch, sink, recovered);
 }
 
 // The keys at these positions, and those that list the values at them, each once and in display

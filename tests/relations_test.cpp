@@ -155,7 +155,7 @@ std::vector<MarkCase> MarkCases() {
        [](BuiltHive& h) { h.SetU32(h.PositionOf(""), field::kKeyParent, 0x7FFFFFF8); }, "", 0, "",
        "root_rep"},
       {"unlinked", List::kLh, [](BuiltHive& h) { h.Unlink("A\\Alpha"); },
-       "Disconnected Keys\\A\\Alpha", 0, "", "par_field"},
+       "Disconnected Keys\\A\\Alpha", 0x800, "by parent field", "par_field"},
       {"signature and no name", List::kLf, both(odd_signature, no_name), "A\\Alph", 0x1040,
        "hash name", "bad_nk"}};
 }
@@ -383,7 +383,7 @@ TEST(Relations, ListsFindTheKeyThatLostThem) {
       EXPECT_EQ(opened.At("A\\Alpha").repairs, 0);
       EXPECT_TRUE(opened.At("A\\Alpha").connected);
       // What the second child list named still hangs in its branch.
-      EXPECT_EQ(opened.At("A\\Charlie").repairs, c.whole ? 0 : kRepairByParent);
+      EXPECT_EQ(opened.At("A\\Charlie").marks, c.whole ? 0 : kMarkByParent);
       EXPECT_EQ(opened.summary.disconnected_keys, c.whole ? 0u : 1u);
     }
   }

@@ -153,7 +153,7 @@ TEST(SettingsTest, RoundTrip) {
   const std::string parts[] = {
       "; mine\r\n[KDATES]\r\nLastBackup=x\r\n[FTSC]\r\nFC4=\r\nFC0=\" a\"\r\n",
       "ccc\r\n[CBSIDS]\r\nCBS0=S-1-5-32-544\r\n"
-      "[KAS]\r\nKGP1=0111111001111010\r\nDI=0\r\nFPART=0;4294967295\r\n"
+      "[KAS]\r\nKGP1=0111111000111010\r\nDI=0\r\nFPART=0;4294967295\r\n"
       "[LTFS]\r\nLF0=C:\\\xE4\r\nLF1=C:\\\xD0\xB6\r\nLF2=C:\\\xC3\x83\xC2\xB6\r\n"
       "[LTDS]\r\nLD4=D:\\B\r\n"
       "[WPS1]\r\nw10=-8\r\nw11=0\r\nw12=700\r\nw13=500\r\nw14=1\r\n"
@@ -177,7 +177,7 @@ TEST(SettingsTest, DamagedFilesReadAsBuiltIn) {
   const char* const cases[] = {
       "[KAS]\nKGP1=Z\nDI=7\nFPART=9\n",
       "[KAS]\nKGP1=\nFPART=9;9\n",
-      "[KAS]\nKGP1=x1x0x1x1x1\nFPART=5;99999999999\n",
+      "[KAS]\nKGP1=x1x0x1x1x0\nFPART=5;99999999999\n",
       "[KAS]\nKGP1=0?1\nDI=-\nFPART=-1;5\n",
       "[WPS1]\nw10=0=default\nw11=0\nw12=99999999999\nw13=50\n",
       "[WPS1]\nw10=9\nw12=5\nw13=100\n",

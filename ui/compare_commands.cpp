@@ -21,7 +21,7 @@ CompareRows& RowsWanted() {
 
 CompareOptions OptionsNow() {
   const Options& options = TheSettings().options;
-  return {RowsWanted(), options.no_access_keys, options.keep_disconnected};
+  return {RowsWanted(), options.no_access_keys, options.recovered_keys};
 }
 
 struct CompareJob {

@@ -6,6 +6,7 @@
 #include <utility>
 #include <vector>
 
+#include "app/settings.h"
 #include "host/host.h"
 #include "host/long_operation.h"
 #include "host/memory.h"
@@ -39,17 +40,25 @@ std::string ChooseScript(const ListPlace& place) {
   return TheListDialogs().replace(place.window, file) ? file : std::string();
 }
 
-void ReportExported(uint32_t keys) {
+void ReportExported(const ScriptExport& written) {
+  const uint32_t keys = written.keys;
   if (keys == 0) return;
-  char text[48];
+  char text[160];
   std::snprintf(text, sizeof text, "%" PRIu32 " Item%s exported !", keys, keys > 1 ? "s" : "");
-  ShowMessage(text, kProgramName, Icon::kInformation);
+  std::string said = text;
+  if (written.recovered_left_out != 0) {
+    std::snprintf(text, sizeof text,
+                  "\r\n%" PRIu32 " recovered left out (an option of the program writes them too)",
+                  written.recovered_left_out);
+    said += text;
+  }
+  ShowMessage(said.c_str(), kProgramName, Icon::kInformation);
 }
 
 void TakeExport(MainWindow& window, ExportJob& job) {
   if (job.stopped) return;
   if (!job.kept) return ReportFileFailure(kNotWritten, job.file.name);
-  ReportExported(job.written.keys);
+  ReportExported(job.written);
   if (job.gaps != nullptr) OpenListWindow(window, std::move(job.gaps));
 }
 
@@ -83,10 +92,12 @@ void StartExport(const ListPlace& place, Write write) {
 }
 
 void StartBranch(MainWindow& window, uint32_t item) {
-  StartExport(window.output,
-              [&hive = ShownHive(window), &tree = *window.key_tree, item](const TextSink& sink) {
-                return ExportBranch(hive, tree, item, sink);
-              });
+  const RecoveredKeys recovered =
+      TheSettings().options.recovered_keys ? RecoveredKeys::kWritten : RecoveredKeys::kLeftOut;
+  StartExport(window.output, [&hive = ShownHive(window), &tree = *window.key_tree, item,
+                              recovered](const TextSink& sink) {
+    return ExportBranch(hive, tree, item, sink, recovered);
+  });
 }
 
 }  // namespace

@@ -27,7 +27,8 @@ void OnMergeFolder(MainWindow& window) {
   if (!HasNoLivePlace(tree, item) && !EnsureRoot(window)) return;
   if (!PrepareMerge(hive, tree, item, job->target)) return;
   const Options& options = TheSettings().options;
-  const MergeOptions wanted = {options.no_access_keys, options.export_security};
+  const MergeOptions wanted = {options.no_access_keys, options.export_security,
+                               options.recovered_keys};
   StartWork(
       window, kOperationMerge,
       [job, wanted, &hive, &tree] { MergeBranch(hive, tree, job->target, wanted, *job->errors); },

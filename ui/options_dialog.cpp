@@ -26,7 +26,7 @@ constexpr OptionBox kBoxes[] = {
     {kOptionExportSecurity, &Options::export_security},
     {kOptionFolderByDate, &Options::backup_folder_by_date},
     {kOptionNoAccess, &Options::no_access_keys},
-    {kOptionRecovered, &Options::keep_disconnected},
+    {kOptionRecovered, &Options::recovered_keys},
     {kOptionSavePlace, &Options::save_window_position},
     {kOptionDetailPane, &Options::detail_pane},
     {kOptionTechnical, &Options::technical_view},
