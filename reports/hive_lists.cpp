@@ -176,7 +176,6 @@ OutputListPtr ListImageInfo(const HiveImage& hive, const ImageSummary& summary,
               number(static_cast<uint32_t>(freed.values.size())),
               std::to_string(hive.unread.count),
               UnreadRangesText(hive.unread),
-
               number(summary.root_made),
               cut.at == 0 ? std::string() : number(cut.at),
               cut.reason,
@@ -247,9 +246,7 @@ OutputListPtr ListDisconnectedValues(const HiveImage& hive, const KeyTree& tree,
   ValueRows rows(hive, *list, options);
   for (const uint32_t position : tree.disconnected_value_positions) {
     if (StopRequested()) break;
-    const ValueKey value = ReadValueKey(hive, position, ValueRead::kName, kMaxValueData, nullptr);
-    if (IsListed(value.status)) rows.Add(position, {});
-    rows.Add(position, {}, {}, {});
+    rows.Add(position, {});
   }
   return list;
 }
