@@ -215,7 +215,7 @@ std::vector<uint32_t> RealKeys(const Opened& opened) {
 }
 
 // Value cells that no key cell's list names.
-std::vector<uint32_t> UnnamedValues(const Bytes& bytes, const testing::PlainCells& cells) {
+std::vector<uint32_t> UnnamedValues(const Bytes& bytes, const testing::PlainWalk& cells) {
   std::unordered_set<uint32_t> named;
   for (const uint32_t key : cells.keys) {
     for (const PlainValue& value : testing::ReadPlainKey(bytes, key).values) {
@@ -232,7 +232,7 @@ TEST_F(Corpus, ScanMeetsEveryAllocatedRecord) {
   for (Facts& facts : WholeHives()) {
     SCOPED_TRACE(facts["file"]);
     const Bytes bytes = ReadFile(facts["file"]);
-    const testing::PlainCells cells = testing::WalkPlainCells(bytes, 4096);
+    const testing::PlainWalk cells = testing::WalkPlainCells(bytes, 4096);
     const Opened opened = Open(facts["file"]);
     const ImageSummary& summary = opened.summary;
     EXPECT_EQ(summary.bins, cells.blocks);

@@ -150,8 +150,8 @@ std::vector<PlainKey> ReadPlainTree(const Bytes& hive) {
   return keys;
 }
 
-PlainCells WalkPlainCells(const Bytes& hive, uint32_t start) {
-  PlainCells cells;
+PlainWalk WalkPlainCells(const Bytes& hive, uint32_t start) {
+  PlainWalk cells;
   const auto end = static_cast<uint32_t>(hive.size());
   for (uint32_t block = start; block + 32 <= end;) {
     const uint32_t size = GetU32(hive, block) == kBin ? GetU32(hive, block + 8) : 0;

@@ -37,7 +37,7 @@ std::vector<PlainKey> ReadPlainTree(const Bytes& hive);
 PlainKey ReadPlainKey(const Bytes& hive, uint32_t position);
 
 // Positions of the allocated records met by stepping from cell to cell, block after block.
-struct PlainCells {
+struct PlainWalk {
   std::vector<uint32_t> keys;
   std::vector<uint32_t> values;
   std::vector<uint32_t> security_records;
@@ -45,6 +45,6 @@ struct PlainCells {
 };
 // The blocks from `start` on; what is no block is passed over in steps of 4096 bytes, and what
 // stands behind a broken cell of a block is not seen.
-PlainCells WalkPlainCells(const Bytes& hive, uint32_t start);
+PlainWalk WalkPlainCells(const Bytes& hive, uint32_t start);
 
 }  // namespace hivequarry::testing
