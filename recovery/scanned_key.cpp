@@ -77,6 +77,8 @@ void AddChildEntries(const HiveImage& hive, KeyRow& row, ScanTables& tables) {
 }
 
 void AddNameHashes(const HiveImage& hive, uint32_t position, uint32_t length, ScanTables& tables) {
+  constexpr uint32_t kLongestName = 510;  // bytes; no list has the hash of a longer one
+  if (length > kLongestName) return;
   const std::u16string name = WideKeyName(hive, position, length);
   if (tables.list_style != ListStyle::kHinted) {
     tables.name_hashes.push_back({position, NameHash(name), ListStyle::kHashed});
