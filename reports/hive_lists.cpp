@@ -246,7 +246,9 @@ OutputListPtr ListDisconnectedValues(const HiveImage& hive, const KeyTree& tree,
   ValueRows rows(hive, *list, options);
   for (const uint32_t position : tree.disconnected_value_positions) {
     if (StopRequested()) break;
-    rows.Add(position, {});
+    RowOfKey none;
+    if (tree.shared_bytes.contains(position)) none.status = "shared bytes";
+    rows.Add(position, none);
   }
   return list;
 }
