@@ -1,51 +1,24 @@
 #include "reports/freed_lists.h"
 
-#include <algorithm>
 #include <string>
-#include <vector>
 
-#include "hive/cells.h"
 #include "hive/key_node.h"
 #include "hive/timestamp.h"
 #include "hive/value_key.h"
-#include "hive/value_text.h"
-#include "host/host.h"
 #include "host/long_operation.h"
 #include "lists/list_rows.h"
 #include "recovery/freed_records.h"
-#include "recovery/item_values.h"
+#include "reports/freed_rows.h"
 
 namespace hivequarry {
 namespace {
-
-// Where a list's rows come from.
-struct FreedSource {
-  const HiveImage& hive;
-  const KeyTree& tree;
-  FreedRecords records;
-};
-
-// The path of a key, and its lossless form where that says more.
-struct PathTexts {
-  std::string path;
-  std::string lossless;
-};
-
-PathTexts PathTextsOf(const FreedSource& from, uint32_t key) {
-  PathTexts texts;
-  texts.path = FreedPath(from.hive, from.tree, from.records, key);
-  if (IsPlainText(texts.path)) return texts;
-  texts.lossless = FreedPathUtf8(from.hive, from.tree, from.records, key);
-  if (texts.lossless == Utf8FromNarrow(texts.path)) texts.lossless.clear();
-  return texts;
-}
 
 std::string PositionOrNone(uint32_t position) {
   return position == kNoOffset ? std::string() : PositionText(position);
 }
 
 void AddKey(const FreedSource& from, const FreedKey& key, OutputList& list) {
-  const PathTexts texts = PathTextsOf(from, key.position);
+  const FreedPathTexts texts = FreedPathTextsOf(from, key.position);
   RowFacts facts;
   facts.about_key = true;
   facts.last_write = ReadU64(from.hive, key.position + kKeyLastWrite);
@@ -53,41 +26,24 @@ void AddKey(const FreedSource& from, const FreedKey& key, OutputList& list) {
   AddListRow(list,
              {texts.path, PositionText(key.position), PositionOrNone(key.parent),
               FormatTimestampChecked(facts.last_write), std::to_string(key.values),
-              std::to_string(key.values_found), FreedPlaceWords(key.place)},
+              std::to_string(key.values_found), FreedPlaceWords(from.records, key)},
              key.position, facts);
 }
 
-// The characters of its name that are its own.
-void CutName(const FreedValue& freed, ValueKey& value) {
-  const size_t characters = value.flags == 0 ? freed.name_length / 2 : freed.name_length;
-  value.name.resize(std::min(value.name.size(), characters));
-}
-
-// Data cells that were used again are shown as they are: only the reader of a list can tell whether
-// they still are the value's.
-std::string PlaceWords(const HiveImage& hive, const FreedValue& freed, const ValueKey& value) {
-  std::string words = FreedPlaceWords(freed.place);
-  const bool elsewhere = value.status == ValueStatus::kRead && !value.inline_data;
-  if (elsewhere && IsAllocated(ReadU32(hive, value.data_position - 4))) words += ", data in use";
-  return words;
-}
-
-void AddValue(const FreedSource& from, const FreedValue& freed, const ValueListOptions& options,
-              DataBudget& budget, OutputList& list) {
-  std::vector<uint8_t> data;
-  ValueKey value = ReadFreedValue(from.hive, freed.position, budget, data);
-  CutName(freed, value);
-  const ValueRow row = MakeValueRow(from.hive, value, data, ValueViewOptions());
-  const PathTexts texts = PathTextsOf(from, freed.key);
-  const std::string name = LosslessName(from.hive, value);
-  const std::string bytes = options.raw ? BytesText(data) : std::string();
+void AddValue(FreedSource& from, const FreedValue& freed, const ValueListOptions& options,
+              OutputList& list) {
+  const FreedContent content = ReadFreedContent(from, freed);
+  const ValueRow row = MakeFreedRow(from, content);
+  const FreedPathTexts texts = FreedPathTextsOf(from, freed.key);
+  const std::string name = LosslessName(from.hive, content.value);
+  const std::string bytes = options.raw ? BytesText(content.data) : std::string();
   RowFacts facts;
   facts.path = texts.lossless;
   facts.name = name;
   facts.bytes = bytes;
   AddListRow(list,
              {texts.path, row.name, row.type, row.data, PositionText(freed.position),
-              PositionOrNone(freed.key), PlaceWords(from.hive, freed, value)},
+              PositionOrNone(freed.key), FreedPlaceText(from, freed, content)},
              freed.position, facts, row.icon);
 }
 
@@ -95,7 +51,7 @@ void AddValue(const FreedSource& from, const FreedValue& freed, const ValueListO
 
 OutputListPtr ListFreedKeys(const HiveImage& hive, const KeyTree& tree) {
   OutputListPtr list = MakeOutputList(kListFreedKeys);
-  const FreedSource from{hive, tree, FindFreedRecords(hive, tree)};
+  const FreedSource from(hive, tree);
   for (const FreedKey& key : from.records.keys) {
     if (StopRequested()) break;
     AddKey(from, key, *list);
@@ -106,11 +62,10 @@ OutputListPtr ListFreedKeys(const HiveImage& hive, const KeyTree& tree) {
 OutputListPtr ListFreedValues(const HiveImage& hive, const KeyTree& tree,
                               const ValueListOptions& options) {
   OutputListPtr list = MakeOutputList(kListFreedValues);
-  const FreedSource from{hive, tree, FindFreedRecords(hive, tree)};
-  DataBudget budget = MakeDataBudget(hive);
+  FreedSource from(hive, tree);
   for (const FreedValue& value : from.records.values) {
     if (StopRequested()) break;
-    AddValue(from, value, options, budget, *list);
+    AddValue(from, value, options, *list);
   }
   return list;
 }
