@@ -2,6 +2,8 @@
 #include <algorithm>
 #include <cstdio>
 #include <iterator>
+#include <utility>
+#include <vector>
 
 #include "hive/key_node.h"
 #include "hive/value_text.h"
@@ -11,7 +13,7 @@
 namespace hivequarry {
 namespace {
 
-constexpr uint32_t kDeepest = 512;  // levels of a registry
+constexpr uint32_t kDeepest = kPathLimit / 2;  // levels that a path has room for
 
 // How paths are written.
 struct PathText {
@@ -20,9 +22,17 @@ struct PathText {
 };
 
 void AddNarrowName(const HiveImage& hive, const FreedKey& key, std::string& path) {
+  constexpr uint32_t kLongestNarrow = 256;
+  const bool wide = (ReadU16(hive, key.position + kKeyFlags) & 0xFF) == 0;
+  const bool plain = !wide && key.name_length <= kLongestNarrow;
+  const uint8_t* bytes =
+      plain ? BytesInMemory(hive, key.position + kKeyName, key.name_length) : nullptr;
+  if (bytes != nullptr) {
+    path.append(reinterpret_cast<const char*>(bytes), key.name_length);
+    return;
+  }
   const size_t start = path.size();
   AppendKeyName(hive, key.position, path);
-  const bool wide = ReadU8(hive, key.position + kKeyFlags) == 0;
   const size_t kept = wide ? key.name_length / 2 : key.name_length;
   path.resize(std::min(path.size(), start + kept));
 }
@@ -38,44 +48,56 @@ std::string Utf8PathOfItem(const HiveImage& hive, const KeyTree& tree, uint32_t 
 // Bytes of a name and the backslash before it.
 size_t RoomFor(const FreedKey& key) { return size_t{1} + key.name_length; }
 
-// The key and those above it, as many as a path has room for; `top` is the item or the unknown key
-// over them. Freed parents may go round in a circle.
-std::vector<uint32_t> ChainOf(const FreedRecords& records, const FreedKey& from, uint32_t& top) {
-  std::vector<uint32_t> chain;
-  uint32_t circle = kNoItem;
+// The key and those above it, as many as a path has room for. Freed parents may go round in a
+// circle.
+struct Chain {
+  std::vector<uint32_t> rows;
   size_t room = 0;
-  auto row = static_cast<uint32_t>(&from - records.keys.data());
-  top = kNoOffset;
-  while (row != circle && chain.size() < kDeepest) {
+  uint32_t top = kNoOffset;  // the key of the tree over them
+  bool whole = false;        // up to that, or to one without a parent
+};
+
+Chain ChainOf(const FreedRecords& records, uint32_t row) {
+  Chain chain;
+  uint32_t circle = kNoItem;
+  while (row != circle) {
     const FreedKey& key = records.keys[row];
-    room += RoomFor(key);
-    if (!chain.empty() && room > kPathLimit) return chain;
-    chain.push_back(row);
+    const size_t room = chain.room + RoomFor(key);
+    if (!chain.rows.empty() && room > kPathLimit) return chain;
+    chain.room = room;
+    chain.rows.push_back(row);
     if (key.in_circle && circle == kNoItem) circle = row;
     if (key.parent_row == kNoItem) {
-      top = key.parent;
-      break;
+      chain.top = key.parent;
+      chain.whole = true;
+      return chain;
     }
     row = key.parent_row;
   }
   return chain;
 }
 
-std::string PathOf(const HiveImage& hive, const KeyTree& tree, const FreedRecords& records,
-                   uint32_t position, const PathText& text) {
-  if (position == kNoOffset) return {};
-  const FreedKey* key = FreedKeyAt(records, position);
-  const uint32_t own_item = key == nullptr ? ItemOfPosition(tree, position) : kNoItem;
-  if (key == nullptr) return own_item == kNoItem ? "" : text.of_item(hive, tree, own_item);
-  uint32_t top = kNoOffset;
-  const std::vector<uint32_t> chain = ChainOf(records, *key, top);
-  const uint32_t item = top == kNoOffset ? kNoItem : ItemOfPosition(tree, top);
+std::string PathOfChain(const HiveImage& hive, const KeyTree& tree, const FreedRecords& records,
+                        const Chain& chain, const PathText& text) {
+  const uint32_t item = chain.top == kNoOffset ? kNoItem : ItemOfPosition(tree, chain.top);
   std::string path = item == kNoItem ? "?" : text.of_item(hive, tree, item);
-  for (auto row = chain.rbegin(); row != chain.rend(); ++row) {
+  for (auto row = chain.rows.rbegin(); row != chain.rows.rend(); ++row) {
     path += '\\';
     text.add_name(hive, records.keys[*row], path);
   }
   return path;
+}
+
+std::string PathOf(const HiveImage& hive, const KeyTree& tree, const FreedRecords& records,
+                   uint32_t position, const PathText& text) {
+  if (position == kNoOffset) return {};
+  const FreedKey* key = FreedKeyAt(records, position);
+  if (key != nullptr) {
+    const auto row = static_cast<uint32_t>(key - records.keys.data());
+    return PathOfChain(hive, tree, records, ChainOf(records, row), text);
+  }
+  const uint32_t item = ItemOfPosition(tree, position);
+  return item == kNoItem ? "" : text.of_item(hive, tree, item);
 }
 
 void AddShift(uint32_t shift, std::string& words) {
@@ -118,6 +140,54 @@ std::string FreedPlaceWords(const FreedRecords& records, const FreedValue& value
   if (key != nullptr && key->bond == FreedBond::kNotConfirmed) words += ", not confirmed";
   AddShift(value.shift, words);
   return words;
+}
+
+std::string FreedKeyName(const HiveImage& hive, const FreedKey& key) {
+  std::string name;
+  AddNarrowName(hive, key, name);
+  return name;
+}
+
+bool IsFreedBelow(const KeyTree& tree, const FreedRecords& records, uint32_t key_position,
+                  uint32_t item) {
+  if (item == 0) return true;
+  const FreedKey* key = FreedKeyAt(records, key_position);
+  for (uint32_t level = 0; key != nullptr && level < kDeepest; ++level) {
+    key_position = key->parent;
+    key = key->parent_row == kNoItem ? nullptr : &records.keys[key->parent_row];
+  }
+  const uint32_t top = ItemOfPosition(tree, key_position);
+  return top != kNoItem && top >= item && top < tree.items[item].end;
+}
+
+const std::string& FreedPathWalker::PathOf(uint32_t key_position) {
+  const FreedKey* key = FreedKeyAt(records_, key_position);
+  if (key == nullptr) {
+    last_ = {kNoItem, 0, FreedPath(hive_, tree_, records_, key_position)};
+    return last_.path;
+  }
+  const auto row = static_cast<uint32_t>(key - records_.keys.data());
+  if (row == last_.row) return last_.path;
+  const size_t room = RoomFor(*key);
+  const uint32_t above = key->parent_row;
+  if (above != kNoItem && above == last_.row) std::swap(last_, parent_);
+  if (above != kNoItem && above == parent_.row && parent_.room + room <= kPathLimit) {
+    last_.row = row;
+    last_.room = parent_.room + room;
+    last_.path.assign(parent_.path).append("\\");
+    AddNarrowName(hive_, *key, last_.path);
+    return last_.path;
+  }
+  const Chain chain = ChainOf(records_, row);
+  const PathText text = {ItemPath, AddNarrowName};
+  last_ = {chain.whole ? row : kNoItem, chain.room,
+           PathOfChain(hive_, tree_, records_, chain, text)};
+  parent_ = Known();
+  if (chain.whole && above != kNoItem) {
+    const size_t name = FreedKeyName(hive_, *key).size() + 1;
+    parent_ = {above, chain.room - room, last_.path.substr(0, last_.path.size() - name)};
+  }
+  return last_.path;
 }
 
 std::string FreedPath(const HiveImage& hive, const KeyTree& tree, const FreedRecords& records,

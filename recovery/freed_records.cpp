@@ -53,7 +53,9 @@ struct Relating {
   const FreedUses& uses;
   FreedRecords& records;
   std::vector<ShiftRun> runs = {};
-  uint32_t pool = 0;  // list entries that keys with long lists share
+  PositionIndex values = {};                // of the freed values: most entries lead to none
+  std::vector<uint32_t> rows_of_rank = {};  // in it
+  uint32_t pool = 0;                        // list entries that keys with long lists share
   std::vector<uint32_t> positions = {};
 };
 
@@ -106,7 +108,7 @@ bool IsLeftValue(const Relating& relating, uint32_t position) {
 }
 
 // Entries of a key's list that are read whatever other keys have read, and beyond them.
-constexpr uint32_t kEntriesOfEach = 512;
+constexpr uint32_t kEntriesOfEach = 256;
 
 void ReadNominalList(Relating& relating, const FreedKey& key) {
   uint32_t allowed = std::max(kEntriesOfEach, relating.pool);
@@ -132,6 +134,24 @@ void ReadShiftedList(Relating& relating, const FreedKey& key) {
   }
 }
 
+FreedValue* ValueAt(Relating& relating, uint32_t position) {
+  std::vector<FreedValue>& values = relating.records.values;
+  if (position % 8 != 0) return FindRecord(values, position);
+  const uint32_t rank = RankOfPosition(relating.values, position);
+  return rank == kNoRank ? nullptr : &values[relating.rows_of_rank[rank]];
+}
+
+// Values outside blocks may stand at other places than multiples of 8.
+void IndexValues(Relating& relating) {
+  const std::vector<FreedValue>& values = relating.records.values;
+  ResetIndex(relating.values, relating.hive.length);
+  for (uint32_t row = 0; row < values.size(); ++row) {
+    InsertPosition(relating.values, values[row].position);
+    if (values[row].position % 8 == 0) relating.rows_of_rank.push_back(row);
+  }
+  SealIndex(relating.values);
+}
+
 void Bind(const Relating& relating, FreedValue& value, uint32_t key) {
   if (value.key != kNoOffset) return;
   const bool out = ValueVerdict(relating.hive, key, value.position) == MarkVerdict::kRuledOut;
@@ -140,25 +160,37 @@ void Bind(const Relating& relating, FreedValue& value, uint32_t key) {
   value.key = out ? kNoOffset : key;
 }
 
-// The list may stand in a free cell too; what it names must be values still. With `bind` they are
-// the key's from now on.
-void FindValues(Relating& relating, FreedKey& key, bool bind) {
-  const HiveImage& hive = relating.hive;
+// What one entry of a key's list leads to: a value that may be its own.
+bool IsValueOf(Relating& relating, const FreedKey& key, uint32_t position) {
+  const FreedValue* value = ValueAt(relating, position);
+  if (value == nullptr) return key.shift == 0 && IsLeftValue(relating, position);
+  return value->shift == key.shift &&
+         ValueVerdict(relating.hive, key.position, position) != MarkVerdict::kRuledOut;
+}
+
+void ReadList(Relating& relating, FreedKey& key) {
   relating.positions.clear();
-  key.values = ReadU32(hive, key.position + kKeyValueCount);
+  key.values = ReadU32(relating.hive, key.position + kKeyValueCount);
   key.values_found = 0;
   if (key.shift == 0) ReadNominalList(relating, key);
   if (key.shift != 0) ReadShiftedList(relating, key);
+}
+
+// The list may stand in a free cell too; what it names must be values still.
+void TakeValues(Relating& relating, FreedKey& key) {
+  ReadList(relating, key);
   for (const uint32_t position : relating.positions) {
-    FreedValue* value = FindRecord(relating.records.values, position);
-    if (value == nullptr) {
-      key.values_found += key.shift == 0 && IsLeftValue(relating, position);
-      continue;
-    }
-    if (value->shift != key.shift) continue;
-    key.values_found += ValueVerdict(hive, key.position, position) != MarkVerdict::kRuledOut;
-    if (bind) Bind(relating, *value, key.position);
+    key.values_found += IsValueOf(relating, key, position);
+    FreedValue* value = ValueAt(relating, position);
+    if (value != nullptr && value->shift == key.shift) Bind(relating, *value, key.position);
   }
+}
+
+// Whether it leads to any.
+bool LeadsToValues(Relating& relating, FreedKey& key) {
+  ReadList(relating, key);
+  return std::ranges::any_of(relating.positions,
+                             [&](uint32_t position) { return IsValueOf(relating, key, position); });
 }
 
 template <typename Work>
@@ -179,7 +211,7 @@ void FindShifts(Relating& relating) {
   uint32_t lost = 0;
   ForEachKey(records, [&](FreedKey& key) {
     FindParent(relating, key);
-    FindValues(relating, key, false);
+    key.values_found = LeadsToValues(relating, key);
     led.push_back(key.values_found != 0 || key.bond == FreedBond::kStands ||
                   key.bond == FreedBond::kNotConfirmed);
     lost += key.values_found == 0 && (key.values != 0 || !led.back());
@@ -221,14 +253,15 @@ void FollowParents(std::vector<FreedKey>& keys) {
 
 void Relate(Relating& relating) {
   FreedRecords& records = relating.records;
+  IndexValues(relating);
   FindShifts(relating);
   relating.pool = relating.hive.length / 4;
   ForEachKey(records, [&](FreedKey& key) {
     FindParent(relating, key);
-    FindValues(relating, key, true);
+    TakeValues(relating, key);
   });
   for (const FormerValue& former : relating.uses.former) {
-    FreedValue* value = FindRecord(records.values, former.value);
+    FreedValue* value = ValueAt(relating, former.value);
     if (value != nullptr && value->shift == 0) Bind(relating, *value, former.key);
   }
   FollowParents(records.keys);

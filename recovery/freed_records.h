@@ -58,8 +58,8 @@ struct FreedValue {
   uint32_t position = 0;
   uint32_t key = kNoOffset;        // a freed key or a key of the tree
   uint32_t ruled_out = kNoOffset;  // with kUsedAgain: the key whose list names it
-  uint32_t shift = 0;        // likewise
-  uint16_t name_length = 0;  // bytes of its name that were not overwritten
+  uint32_t shift = 0;              // likewise
+  uint16_t name_length = 0;        // bytes of its name that were not overwritten
   FreedPlace place = FreedPlace::kFreeCell;
   FreedBond bond = FreedBond::kNone;
 };
@@ -92,6 +92,33 @@ std::string FreedPath(const HiveImage& hive, const KeyTree& tree, const FreedRec
                       uint32_t key_position);
 std::string FreedPathUtf8(const HiveImage& hive, const KeyTree& tree, const FreedRecords& records,
                           uint32_t key_position);
+// Path texts of a walk over records: those of one parent are made from its path.
+class FreedPathWalker {
+ public:
+  FreedPathWalker(const HiveImage& hive, const KeyTree& tree, const FreedRecords& records)
+      : hive_(hive), tree_(tree), records_(records) {}
+  // As FreedPath has it; valid until the next call.
+  const std::string& PathOf(uint32_t key_position);
+
+ private:
+  struct Known {
+    uint32_t row = kNoItem;  // of a key whose path is whole
+    size_t room = 0;         // bytes of its names, as limits count them
+    std::string path;
+  };
+  const HiveImage& hive_;
+  const KeyTree& tree_;
+  const FreedRecords& records_;
+  Known last_;
+  Known parent_;  // of the key asked for before
+};
+
+// The characters of its name that are its own.
+std::string FreedKeyName(const HiveImage& hive, const FreedKey& key);
+// True for a freed key, or a key of the tree, that hangs below an item of the tree or is its key;
+// with the root for every record.
+bool IsFreedBelow(const KeyTree& tree, const FreedRecords& records, uint32_t key_position,
+                  uint32_t item);
 
 // Where the record stands and what its path is worth: "inside a free cell, not confirmed".
 std::string FreedPlaceWords(const FreedRecords& records, const FreedKey& key);

@@ -98,8 +98,10 @@ class ShiftFinder {
     std::vector<Vote>& votes = votes_[key];
     const bool known = std::ranges::any_of(
         votes, [&](const Vote& vote) { return vote.shift == shift && vote.parent == parent; });
-    if (!known && votes.size() < kMostVotes) votes.push_back({shift, parent});
+    if (!known && HasRoom(key)) votes.push_back({shift, parent});
   }
+
+  bool HasRoom(uint32_t key) const { return votes_[key].size() < kMostVotes; }
 
   void Propose(Proposal propose) {
     for (uint32_t key = 0; key < keys_.size() && !StopRequested(); ++key) {
@@ -114,7 +116,7 @@ class ShiftFinder {
     const uint32_t count = keys_[key].values;
     const uint32_t own = PositionOf(key) / kPage;
     if (count >= 2 && list != kNoOffset && list % 4 == 0) {
-      for (uint32_t away = 0; away <= kReach; ++away) {
+      for (uint32_t away = 0; away <= kReach && HasRoom(key); ++away) {
         TryList(key, (own + away) * kPage + list % kPage, count);
         if (away <= own) TryList(key, (own - away) * kPage + list % kPage, count);
       }
@@ -143,7 +145,8 @@ class ShiftFinder {
     if (count < 2 || list == kNoOffset) return;
     const uint32_t own = PositionOf(key);
     const uint32_t end = std::min(own + kFineReach, hive_.length);
-    for (uint32_t at = own > kFineReach ? own - kFineReach : 0; at < end; at += kStep) {
+    for (uint32_t at = own > kFineReach ? own - kFineReach : 0; at < end && HasRoom(key);
+         at += kStep) {
       const uint32_t shift = list - at;
       if (shift == 0 || !ListHolds(at, count, shift)) continue;
       AddVote(key, shift, kNoOffset);

@@ -37,11 +37,15 @@ bool IsDataFree(const FreedSource& from, const ValueKey& value, uint32_t shift) 
 }  // namespace
 
 FreedSource::FreedSource(const HiveImage& of, const KeyTree& with)
-    : hive(of), tree(with), records(FindFreedRecords(of, with)), budget(MakeDataBudget(of)) {}
+    : hive(of),
+      tree(with),
+      records(FindFreedRecords(of, with)),
+      budget(MakeDataBudget(of)),
+      paths(of, with, records) {}
 
-FreedPathTexts FreedPathTextsOf(const FreedSource& from, uint32_t key_position) {
+FreedPathTexts FreedPathTextsOf(FreedSource& from, uint32_t key_position) {
   FreedPathTexts texts;
-  texts.path = FreedPath(from.hive, from.tree, from.records, key_position);
+  texts.path = from.paths.PathOf(key_position);
   // The mark of an unknown parent is no character that was lost.
   const std::string_view names = texts.path;
   if (IsPlainText(names.substr(names.starts_with("?\\") ? 1 : 0))) return texts;

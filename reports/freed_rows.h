@@ -16,10 +16,13 @@ namespace hivequarry {
 // The freed records of a hive, found when it is made, and what reading their data may cost.
 struct FreedSource {
   FreedSource(const HiveImage& of, const KeyTree& with);
+  FreedSource(const FreedSource&) = delete;
+  FreedSource& operator=(const FreedSource&) = delete;
   const HiveImage& hive;
   const KeyTree& tree;
   FreedRecords records;
   DataBudget budget;
+  FreedPathWalker paths;
 };
 
 // A path, and its lossless UTF-8 form where that says more.
@@ -28,7 +31,7 @@ struct FreedPathTexts {
   std::string lossless;
 };
 // Of a freed key or a key of the tree; empty for kNoOffset.
-FreedPathTexts FreedPathTextsOf(const FreedSource& from, uint32_t key_position);
+FreedPathTexts FreedPathTextsOf(FreedSource& from, uint32_t key_position);
 
 // A freed value as it is shown: by the plain type of a type that has more in its upper half, with
 // the characters of its name that are its own.
