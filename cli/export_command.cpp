@@ -5,6 +5,7 @@
 #include "host/host.h"
 #include "host/long_operation.h"
 #include "lists/list_rows.h"
+#include "reports/freed_script.h"
 #include "reports/registry_script.h"
 
 namespace hivequarry {
@@ -47,9 +48,45 @@ bool HasUndoubtedRoot(const HiveImage& hive) {
   return false;
 }
 
+// What the request names: a freed record by its position, or a key of the tree. False after a
+// message.
+bool ChooseFreedFor(const ConsoleRequest& request, const OpenedHive& opened,
+                    const FreedRecords& records, FreedChoice& choice) {
+  uint32_t position = 0;
+  if (request.key.starts_with('@') && ParsePosition(request.key, position)) {
+    choice = ChooseFreed(records, std::span(&position, 1), FreedScope::kBranches);
+    if (!choice.keys.empty() || !choice.values.empty()) return true;
+  }
+  uint32_t item = 0;
+  if (!FindKey(request, opened, item)) return false;
+  choice = ChooseFreedBelow(opened.tree, records, item);
+  return true;
+}
+
+int ExportFreedRecords(const ConsoleRequest& request, const OpenedHive& opened) {
+  FreedSource from(*opened.hive, opened.tree);
+  FreedChoice choice;
+  if (!ChooseFreedFor(request, opened, from.records, choice)) return kExitFailed;
+  if (!HasUndoubtedRoot(*opened.hive)) return kExitFailed;
+  FreedExport written;
+  const auto write = [&](const TextSink& sink) {
+    written = ExportFreed(from, choice, sink);
+    return !written.refused && !StopRequested();
+  };
+  if (!PrintPieces(write, request.output)) return kExitFailed;
+  if (request.console.quiet) return kExitDone;
+  const auto tell = [](const char* what, uint32_t count) {
+    if (count != 0) Complain(what + std::to_string(count));
+  };
+  tell("Values whose data may be another record's, as comments: ", written.doubted);
+  tell("Freed records that could not be exported: ", written.skipped);
+  return kExitDone;
+}
+
 }  // namespace
 
 int ExportCommand(const ConsoleRequest& request, OpenedHive& opened) {
+  if (request.freed) return ExportFreedRecords(request, opened);
   uint32_t item = 0;
   if (!FindKey(request, opened, item)) return kExitFailed;
   if (!HasUndoubtedRoot(*opened.hive)) return kExitFailed;

@@ -5,6 +5,7 @@
 #include "cli/print_list.h"
 #include "hive/root_path.h"
 #include "host/host.h"
+#include "reports/freed_find.h"
 #include "reports/key_dates.h"
 #include "reports/search.h"
 #include "reports/structure_reports.h"
@@ -146,8 +147,13 @@ int SearchCommand(const ConsoleRequest& request, OpenedHive& opened) {
   if (!PatternOf(request.search, pattern)) return kExitUsage;
   if (!FindKey(request, opened, item)) return kExitFailed;
   const OutputListPtr list = MakeSearchList(request.search_details);
+  if (request.freed) AddPlaceColumn(*list);
   if (!SearchBranch(*opened.hive, opened.tree, item, pattern, *list)) {
     Complain("Keys nested too deep were not examined");
+  }
+  if (request.freed) {
+    FreedSource from(*opened.hive, opened.tree);
+    SearchFreed(from, item, pattern, *list);
   }
   return Print(request, *list);
 }
@@ -156,7 +162,11 @@ int DatesCommand(const ConsoleRequest& request, OpenedHive& opened) {
   KeyDateRange range;
   if (!ParseRange(request.dates, range)) return kExitUsage;
   return PrintBranch(request, opened, kListKeyDates, [&](uint32_t item, OutputList& list) {
+    if (request.freed) AddPlaceColumn(list);
     ListKeyDates(*opened.hive, opened.tree, item, range, list);
+    if (!request.freed) return;
+    FreedSource from(*opened.hive, opened.tree);
+    ListFreedDates(from, item, range, list);
   });
 }
 

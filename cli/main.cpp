@@ -85,6 +85,8 @@ void AddCommands(CLI::App& app, ConsoleRequest& request) {
   AddBranch(script, request);
   script->add_flag("--recovered", request.recovered,
                    "Also the keys in their branches that no list names, and made ones");
+  script->add_flag("--freed", request.freed,
+                   "Freed keys and values instead: below the key, or the one at @OFFSET");
   CLI::App* split = app.add_subcommand("split", "Cuts a file into pieces, one per run of blocks");
   AddHive(split, request);
   CLI::App* convert = app.add_subcommand("convert", "A Report List in another format");
@@ -119,6 +121,7 @@ void AddSearch(CLI::App& app, ConsoleRequest& request) {
   search->add_option("--in", request.fields, "What is searched: name,value,data")
       ->delimiter(',')
       ->check(CLI::IsMember({"name", "value", "data"}));
+  search->add_flag("--freed", request.freed, "Freed keys and values too, with their places");
   search->add_option("--from", request.key, "Only this key (path or @OFFSET) and those below it");
 }
 
@@ -127,6 +130,7 @@ void AddDates(CLI::App& app, ConsoleRequest& request) {
   AddHive(dates, request);
   AddBranch(dates, request);
   dates->add_option("--from", request.dates.from, "Not before this time, 2010-11-28T13:05:00");
+  dates->add_flag("--freed", request.freed, "Freed keys too, with their places");
   dates->add_option("--to", request.dates.to, "Not after this time (UTC, like the keys')");
 }
 

@@ -65,7 +65,8 @@ void TakeFields(const FixedPart& cell, ValueKey& value) {
 
 // A "db" value: its segment list, and from there the segments one by one.
 struct Segments {
-  uint32_t list = 0;  // position of the first entry
+  uint32_t list = 0;   // position of the first entry
+  uint32_t shift = 0;  // what the offsets are more than they were here
 };
 
 // Position of the data in segment `index`, 0 when it cannot be located with `need` bytes in it.
@@ -73,13 +74,13 @@ uint32_t SegmentPosition(const HiveImage& hive, const Segments& segments, uint32
                          uint32_t need) {
   const uint32_t entry = segments.list + 4 * index;
   if (!InsideHive(hive, entry, 4)) return 0;
-  const uint32_t position = ReadOffset(hive, entry) + 4;
+  const uint32_t position = ReadOffset(hive, entry) + 4 - segments.shift;
   const bool inside = position >= 32 && position <= hive.last_valid;
   return inside && InsideHive(hive, position, need) ? position : 0;
 }
 
 bool LocateSegments(const HiveImage& hive, const ValueKey& value, Segments& segments) {
-  segments.list = ReadOffset(hive, value.data_position + 4) + 4;
+  segments.list = ReadOffset(hive, value.data_position + 4) + 4 - segments.shift;
   if (segments.list < 32 || segments.list > hive.last_valid) return false;
   return SegmentPosition(hive, segments, 0, std::min(value.data_length, kBigDataSegment)) != 0;
 }
@@ -96,7 +97,7 @@ ValueStatus LocateData(const HiveImage& hive, DataCell which, ValueKey& value, S
   const uint32_t offset = ReadU32(hive, value.position + kValueDataOffset);
   if (offset % 4 != 0) return ValueStatus::kDataOffset;
   if (!hive.data_base_proven) return ValueStatus::kNoBase;
-  value.data_position = ReadOffset(hive, value.position + kValueDataOffset) + 4;
+  value.data_position = ReadOffset(hive, value.position + kValueDataOffset) + 4 - segments.shift;
   const uint32_t cell = value.data_position - 4;
   if (cell > value.data_position || cell < hive.lower_bound) return ValueStatus::kDataOffset;
   if (!InsideHive(hive, cell, 8)) return ValueStatus::kDataOffset;
@@ -155,6 +156,7 @@ struct ValueRequest {
   DataCell cells = DataCell::kAllocated;
   uint32_t most = kMaxValueData;  // bytes of the data that are copied
   DataBudget* budget = nullptr;   // that allows more than kShownData of them
+  uint32_t shift = 0;             // what the offsets are more than they were here
 };
 
 // --- what a walk has read ------------------------------------------------------------------------
@@ -231,6 +233,7 @@ ValueKey ReadValue(const HiveImage& hive, uint32_t position, const ValueRequest&
   if (request.how != ValueRead::kFields && !ReadName(hive, room, value)) return ValueKey();
 
   Segments segments;
+  segments.shift = request.shift;
   if (value.data_length >= kMaxValueData || value.data_length > request.capacity) {
     value.status = ValueStatus::kTooLong;
     return value;
@@ -329,11 +332,13 @@ ValueKey ReadValueWithin(const HiveImage& hive, uint32_t position, DataBudget& b
   return ReadRequested(hive, position, request, data);
 }
 
-ValueKey ReadFreedValue(const HiveImage& hive, uint32_t position, DataBudget& budget,
-                        std::vector<uint8_t>& data) {
+ValueKey ReadFreedValue(const HiveImage& hive, uint32_t position, uint32_t shift,
+                        DataBudget* budget, std::vector<uint8_t>& data) {
   ValueRequest request;
   request.cells = DataCell::kAny;
-  request.budget = &budget;
+  request.shift = shift;
+  request.budget = budget;
+  if (budget == nullptr) request.most = kShownData;
   return ReadValue(hive, position, request, &data);
 }
 

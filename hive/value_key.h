@@ -93,11 +93,12 @@ ValueKey ReadValueWithin(const HiveImage& hive, uint32_t position, DataBudget& b
 bool MayShowValue(const HiveImage& hive, uint32_t position, DataBudget& budget);
 // The same for a row about an entry that leads to no value.
 bool MayShowLoss(DataBudget& budget);
-// The same of a value that was freed, as the file has it: data in cells that are free by now are
-// read too, as far as the cell has room for them. Whether somebody else's data stand there by now
-// the bytes don't tell.
-ValueKey ReadFreedValue(const HiveImage& hive, uint32_t position, DataBudget& budget,
-                        std::vector<uint8_t>& data);
+// A value that was freed, as the file has it: data in cells that are free by now are read too, as
+// far as the cell has room for them. Whether somebody else's data stand there by now the bytes don't
+// tell. The value's offsets are more than they were in this image by `shift`. Without a budget no
+// more is read than ReadShownValue gives.
+ValueKey ReadFreedValue(const HiveImage& hive, uint32_t position, uint32_t shift,
+                        DataBudget* budget, std::vector<uint8_t>& data);
 
 // Name bytes as stored.
 std::vector<uint8_t> ReadRawValueName(const HiveImage& hive, const ValueKey& value);

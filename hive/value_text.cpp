@@ -318,6 +318,10 @@ int IconOfValue(const ValueKey& value) {
 ValueDetailText ValueDetail(const HiveImage& hive, uint32_t position) {
   std::vector<uint8_t> data;
   const ValueKey value = ReadValueKey(hive, position, ValueRead::kData, kMaxValueData, &data);
+  return ValueDetail(value, data);
+}
+
+ValueDetailText ValueDetail(const ValueKey& value, std::span<const uint8_t> data) {
   if (value.status != ValueStatus::kRead) return {value.status, {}};
   return {value.status, DetailText(value, data)};
 }

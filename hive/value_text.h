@@ -66,6 +66,8 @@ struct ValueDetailText {
   std::string text;
 };
 ValueDetailText ValueDetail(const HiveImage& hive, uint32_t position);
+// The same of a value that was read with its data.
+ValueDetailText ValueDetail(const ValueKey& value, std::span<const uint8_t> data);
 // Name only, carriage return and line feed as "\r" and "\n".
 std::string ValueDetailName(const HiveImage& hive, uint32_t position);
 

@@ -10,7 +10,6 @@
 #include "hive/value_text.h"
 #include "host/host.h"
 #include "host/long_operation.h"
-#include "recovery/scan.h"
 
 namespace hivequarry {
 namespace {
@@ -37,6 +36,7 @@ struct Walk {
   std::vector<FreedCandidate>& found;
   const uint8_t* bytes = nullptr;  // of an image in memory: the walk asks for few of very many
   uint32_t bin_end = 0;            // of the block around the position; 0 when there is none
+  bool only_free = false;          // of that block the free cells alone can hold records
 };
 
 // At a position of which 8 bytes are inside the image.
@@ -69,8 +69,8 @@ bool IsWideName(const HiveImage& hive, const FreedCandidate& record) {
 
 uint32_t FixedPart(const FreedCandidate& record) { return record.key ? kKeyName : kValueName; }
 
-// A cell that took in its neighbours when it was freed is larger than its record; no block's worth
-// of them is taken for a size where there is no block.
+// Large enough for the record. A cell that took in its neighbours when it was freed is larger than
+// that; no block's worth of them is taken for a size where there is no block.
 bool HasSize(const HiveImage& hive, uint32_t position, uint32_t needed, FreedPlace place) {
   constexpr uint32_t kMostOutside = 65536;
   const uint32_t size = ReadU32(hive, position);
@@ -79,21 +79,37 @@ bool HasSize(const HiveImage& hive, uint32_t position, uint32_t needed, FreedPla
          (place != FreedPlace::kNoCell || length <= kMostOutside);
 }
 
-// All of a key but for its name's characters. Whether its cell counts as allocated says nothing.
+// Offsets of an earlier, longer state of the hive lead beyond its end.
+bool IsOffsetOrNone(uint32_t offset) {
+  return offset == kNoOffset || (offset % 8 == 0 && offset <= INT32_MAX);
+}
+
+// Of the four offsets of a key at least three.
+bool HasOffsets(const HiveImage& hive, uint32_t p) {
+  int offsets = 0;
+  for (const uint32_t field : {kKeyParent, kKeySubkeyList, kKeyValueList, kKeySecurity}) {
+    offsets += IsOffsetOrNone(ReadU32(hive, p + field));
+  }
+  return offsets >= 3;
+}
+
+// All of a key but for its name's characters. Its size may be gone: a record that was written over
+// the bytes before it ends there.
 bool IsKeyRecord(const HiveImage& hive, uint32_t p, FreedPlace place) {
-  constexpr uint32_t kSomeAllocatedCell = 0xFFFFFF00;
+  constexpr uint16_t kAllFlags = 0x3FF;
   const uint32_t name = ReadU16(hive, p + kKeyNameLength);
-  const uint16_t flags = ReadU16(hive, p + kKeyFlags);
-  return name != 0 && name <= kMaxName && HasSize(hive, p, kKeyName + name, place) &&
-         ClassifyKey(hive, kSignatureNk, flags, kSomeAllocatedCell, p) == 0 && flags <= 0xFF &&
-         HasKeyBody(hive, p, ReadU32(hive, p)) &&
-         ReadU32(hive, p + kKeySubkeyCount) < hive.length / kRecordStep &&
+  const bool sized = HasSize(hive, p, kKeyName + name, place) || place == FreedPlace::kInFreeCell;
+  return sized && name != 0 && name <= kMaxName && ReadU16(hive, p + kKeyFlags) <= kAllFlags &&
+         HasOffsets(hive, p) && ReadU32(hive, p + kKeySubkeyCount) < hive.length / kRecordStep &&
          ReadU32(hive, p + kKeyValueCount) < hive.length / kRecordStep &&
          !FormatTimestamp(hive, p + kKeyLastWrite).empty();
 }
 
-// Types stand for themselves, for account numbers, or for the properties of devices.
-bool IsPlausibleType(uint32_t type) { return type < 0x10000 || type >= 0xFFFF0000; }
+// Types stand for themselves, for account numbers or the properties of devices, or have something
+// of their owner's in the upper half.
+bool IsPlausibleType(uint32_t type) {
+  return type < 0x10000 || type >= 0xFFFF0000 || PlainType(type) != type;
+}
 
 bool IsPlausibleData(const HiveImage& hive, uint32_t p) {
   constexpr uint32_t kInline = 0x80000000;
@@ -108,7 +124,7 @@ bool IsPlausibleData(const HiveImage& hive, uint32_t p) {
 bool IsUnnamedValue(const HiveImage& hive, uint32_t p, FreedPlace place) {
   if (ReadU32(hive, p + kValueDataLength) == 0) return false;
   if (HasSize(hive, p, kValueName, place)) return true;
-  // Where a block begins that is none any more, the size was lost with what stood in front of it.
+  // Where a block begins that is none any more, the size was lost with what stood before it.
   const uint32_t type = ReadU32(hive, p + kValueType);
   return place == FreedPlace::kNoCell && ReadU32(hive, p) == 0 && p % 8 != 0 && type != 0 &&
          type <= kRegQword;
@@ -119,7 +135,7 @@ bool IsValueRecord(const HiveImage& hive, uint32_t p, FreedPlace place) {
   const bool sized =
       name == 0 ? IsUnnamedValue(hive, p, place) : HasSize(hive, p, kValueName + name, place);
   return sized && name <= kMaxName && ReadU16(hive, p + kValueFlags) <= 3 &&
-         IsPlausibleType(ReadU32(hive, p + kValueType)) && IsPlausibleData(hive, p);
+         IsPlausibleData(hive, p);
 }
 
 // --- the walk --------------------------------------------------------------------------------
@@ -133,16 +149,18 @@ void LookAt(Walk& walk, uint32_t p, const Stretch& stretch) {
   const uint32_t fixed = key ? kKeyName : kValueName;
   if (stretch.end - p < fixed) return;
   if (key && ContainsPosition(walk.tree.key_positions, p)) return;
-  if (key ? !IsKeyRecord(hive, p, stretch.place) : !IsValueRecord(hive, p, stretch.place)) return;
+  const bool first = stretch.place == FreedPlace::kFreeCell && p == stretch.begin;
+  const FreedPlace place =
+      stretch.place == FreedPlace::kFreeCell && !first ? FreedPlace::kInFreeCell : stretch.place;
+  if (key ? !IsKeyRecord(hive, p, place) : !IsValueRecord(hive, p, place)) return;
   FreedCandidate record;
   record.position = p;
   record.key = key;
   record.name_length = ReadU16(hive, p + (key ? kKeyNameLength : kValueNameLength));
   record.room = stretch.end - p - fixed;
   record.host = stretch.host;
-  const bool first = stretch.place == FreedPlace::kFreeCell && p == stretch.begin;
-  record.place =
-      stretch.place == FreedPlace::kFreeCell && !first ? FreedPlace::kInFreeCell : stretch.place;
+  record.odd_type = !key && !IsPlausibleType(ReadU32(hive, p + kValueType));
+  record.place = place;
   walk.found.push_back(record);
 }
 
@@ -209,10 +227,10 @@ uint32_t TakeCell(Walk& walk, uint32_t p, uint32_t size) {
     if (!in_block && p >= kLooseStep) LookAt(walk, p - kLooseStep, loose);
     return p + kRecordStep;
   }
-  if (IsAllocated(size)) {
-    TakeAllocated(walk, p, length);
-  } else {
+  if (!IsAllocated(size)) {
     LookInside(walk, {p, p + length, FreedPlace::kFreeCell});
+  } else if (!walk.only_free) {
+    TakeAllocated(walk, p, length);
   }
   return p + length;
 }
@@ -240,18 +258,30 @@ PageCount CountPage(const uint8_t* page) {
   return count;
 }
 
-// False for a block of whose keys all are in the tree and that holds no other record.
+// The keys of the tree whose cells stand in a page; not those that were made for a place.
+uint32_t CountKnownKeys(const Walk& walk, uint32_t page) {
+  uint32_t known = 0;
+  for (uint32_t word = page / 512; word < (page + kPage) / 512; ++word) {
+    for (uint64_t bits = walk.tree.key_positions.bits[word]; bits != 0; bits &= bits - 1) {
+      const uint32_t p = 512 * word + 8 * static_cast<uint32_t>(std::countr_zero(bits));
+      const bool key = LoadU16(walk.bytes + p + 4) == kSignatureNk;
+      known += key && IsAllocated(LoadU32(walk.bytes + p));
+    }
+  }
+  return known;
+}
+
+// False for a block of whose keys all are in the tree and whose allocated cells hold no other
+// record.
 bool MayHide(const Walk& walk, uint32_t begin, uint32_t end) {
-  const std::vector<uint64_t>& known_bits = walk.tree.key_positions.bits;
-  const bool paged = begin % kPage == 0 && end % kPage == 0 && end / 512 <= known_bits.size();
+  const bool paged =
+      begin % kPage == 0 && end % kPage == 0 && end / 512 <= walk.tree.key_positions.bits.size();
   if (walk.bytes == nullptr || !paged) return true;
   for (uint32_t page = begin; page < end; page += kPage) {
     const PageCount count = CountPage(walk.bytes + page);
-    uint32_t known = 0;
-    for (uint32_t word = page / 512; word < (page + kPage) / 512; ++word) {
-      known += static_cast<uint32_t>(std::popcount(known_bits[word]));
+    if (count.other != 0 || count.keys != CountKnownKeys(walk, page) || StopRequested()) {
+      return true;
     }
-    if (count.other != 0 || count.keys != known || StopRequested()) return true;
   }
   return false;
 }
@@ -260,8 +290,8 @@ uint32_t TakeBlock(Walk& walk, uint32_t p) {
   const uint32_t size = ReadU32(walk.hive, p + 8);
   const uint32_t left = walk.hive.length - p;
   walk.bin_end = size >= kPage && size % kPage == 0 ? p + std::min(size, left) : 0;
-  const bool skip = walk.bin_end != 0 && !MayHide(walk, p, walk.bin_end);
-  return skip ? walk.bin_end : p + kBinHeaderSize;
+  walk.only_free = walk.bin_end != 0 && !MayHide(walk, p, walk.bin_end);
+  return p + kBinHeaderSize;
 }
 
 void WalkImage(Walk& walk) {
@@ -300,17 +330,6 @@ bool EndsBefore(const HiveImage& hive, uint64_t next, FreedCandidate& record) {
   return IsNamePrintable(hive, name, record.name_length, wide);
 }
 
-void SettleOverlaps(const HiveImage& hive, std::vector<FreedCandidate>& found) {
-  uint64_t next = UINT64_MAX;
-  std::vector<FreedCandidate> kept;
-  for (auto record = found.rbegin(); record != found.rend(); ++record) {
-    if (!EndsBefore(hive, next, *record)) continue;
-    next = record->position;
-    kept.push_back(*record);
-  }
-  found.assign(kept.rbegin(), kept.rend());
-}
-
 }  // namespace
 
 std::vector<FreedCandidate> FindFreedCandidates(const HiveImage& hive, const KeyTree& tree) {
@@ -318,8 +337,18 @@ std::vector<FreedCandidate> FindFreedCandidates(const HiveImage& hive, const Key
   Walk walk{hive, tree, found};
   WalkImage(walk);
   std::ranges::sort(found, {}, &FreedCandidate::position);
-  SettleOverlaps(hive, found);
   return found;
+}
+
+void SettleOverlaps(const HiveImage& hive, std::vector<FreedCandidate>& candidates) {
+  uint64_t next = UINT64_MAX;
+  std::vector<FreedCandidate> kept;
+  for (auto record = candidates.rbegin(); record != candidates.rend(); ++record) {
+    if (!EndsBefore(hive, next, *record)) continue;
+    next = record->position;
+    kept.push_back(*record);
+  }
+  candidates.assign(kept.rbegin(), kept.rend());
 }
 
 }  // namespace hivequarry

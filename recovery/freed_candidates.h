@@ -13,6 +13,7 @@ namespace hivequarry {
 struct FreedCandidate {
   uint32_t position = 0;
   bool key = false;           // else a value
+  bool odd_type = false;      // a value's type that counts only where a value in use has it too
   uint16_t name_length = 0;   // bytes of its name that are its own
   uint32_t room = 0;          // for the name, in the bytes that were looked through
   uint32_t host = kNoOffset;  // the allocated cell without a signature that it lies in
@@ -20,9 +21,11 @@ struct FreedCandidate {
 };
 
 // Every place outside the records that the scan has accepted that holds the whole fixed part of a
-// key or value, checked strictly, ascending by position. Of records that overlap the one behind was
-// written later; the one in front is left out, or keeps the part of its name in front of it. Ends
-// early when the user stops.
+// key or value, checked strictly but for its name, ascending by position. Ends early when the user
+// stops.
 std::vector<FreedCandidate> FindFreedCandidates(const HiveImage& hive, const KeyTree& tree);
+// Of records that overlap the later one was written over the other, which keeps the part of its
+// name before it or is left out. So are those whose name, or what is left of it, is none.
+void SettleOverlaps(const HiveImage& hive, std::vector<FreedCandidate>& candidates);
 
 }  // namespace hivequarry

@@ -1,7 +1,6 @@
 #include "recovery/freed_records.h"
 
 #include <algorithm>
-#include <map>
 #include <utility>
 
 #include "hive/cells.h"
@@ -9,13 +8,17 @@
 #include "hive/value_key.h"
 #include "host/host.h"
 #include "host/long_operation.h"
+#include "host/shortfalls.h"
 #include "recovery/freed_candidates.h"
+#include "recovery/freed_shifts.h"
+#include "recovery/freed_uses.h"
+#include "recovery/high_marks.h"
 
 namespace hivequarry {
 namespace {
 
 constexpr uint32_t kStopPollMask = 0xFF;
-constexpr uint32_t kDeepest = 512;  // levels of a registry
+constexpr uint32_t kInlineData = 4;  // bytes that a value holds itself
 
 // Null when none of them stands there. Of keys or of values, const or not.
 template <typename Records>
@@ -24,116 +27,15 @@ auto* FindRecord(Records& records, uint32_t position) {
   return at != records.end() && at->position == position ? &*at : nullptr;
 }
 
-// --- what is shown or in use ---------------------------------------------------------------------
-
-// What the keys of the tree say of the candidates.
-struct Uses {
-  PositionIndex values;                     // of candidates
-  PositionIndex shown;                      // of these, the ones that the tree shows
-  std::map<uint32_t, uint32_t> owners;      // by value, the keys that name them behind their lists
-  std::map<uint32_t, uint32_t> used_bytes;  // by cell that holds candidates; 0 until it is known
-  uint64_t rest = 0;                        // entries behind lists that may still be read
-};
-
-void NoteCell(Uses& uses, uint32_t cell, uint64_t bytes) {
-  const auto host = uses.used_bytes.find(cell);
-  if (host == uses.used_bytes.end()) return;
-  host->second = static_cast<uint32_t>(
-      std::max<uint64_t>(host->second, std::min<uint64_t>(bytes, UINT32_MAX)));
-}
-
-void NoteData(const HiveImage& hive, uint32_t position, Uses& uses) {
-  const ValueKey value =
-      ReadStoredValueKey(hive, position, ValueRead::kFields, kMaxValueData, nullptr);
-  if (value.inline_data || value.data_position < 4) return;
-  NoteCell(uses, value.data_position - 4, uint64_t{4} + value.data_length);
-}
-
-// Entries behind the end of a value list: values that the key had before.
-void NoteListRest(const HiveImage& hive, uint32_t key, uint32_t list, Uses& uses) {
-  const uint32_t count = ReadU32(hive, key + kKeyValueCount);
-  const uint32_t size = ReadU32(hive, list);
-  const uint32_t length = CellLength(size);
-  if (!IsAllocated(size) || length % 8 != 0 || !InsideHive(hive, list, length)) return;
-  for (uint64_t at = 4 + uint64_t{4} * count; at + 4 <= length && uses.rest > 0; at += 4) {
-    --uses.rest;
-    const uint32_t value = ReadOffset(hive, list + static_cast<uint32_t>(at));
-    if (ContainsPosition(uses.values, value)) uses.owners.emplace(value, key);
-  }
-}
-
-void NoteKey(const HiveImage& hive, uint32_t key, std::vector<uint32_t>& positions, Uses& uses) {
-  positions.clear();
-  ReadValuesOfKey(hive, key, kAllEntries, positions);
-  for (const uint32_t value : positions) {
-    if (ContainsPosition(uses.values, value)) InsertPosition(uses.shown, value);
-    if (!uses.used_bytes.empty() && value != kNoOffset) NoteData(hive, value, uses);
-  }
-  if (!HasValueList(hive, key)) return;
-  const uint32_t list = ValueListOf(hive, key);
-  if (!InCellBounds(hive, list)) return;
-  NoteCell(uses, list, uint64_t{4} + 4 * positions.size());
-  NoteListRest(hive, key, list, uses);
-}
-
-void NoteClassName(const HiveImage& hive, uint32_t key, Uses& uses) {
-  const uint32_t cell = ReadOffset(hive, key + kKeyClassName);
-  NoteCell(uses, cell, uint64_t{4} + ReadU16(hive, key + kKeyClassNameLength));
-}
-
-void NoteKeysInUse(const HiveImage& hive, const KeyTree& tree, Uses& uses) {
-  std::vector<uint32_t> positions;
-  const auto count = static_cast<uint32_t>(tree.items.size());
-  for (uint32_t item = 0; item < count; ++item) {
-    if ((item & kStopPollMask) == 0 && StopRequested()) return;
-    const KeyItem& it = tree.items[item];
-    const bool is_key = it.kind == ItemKind::kKey || it.kind == ItemKind::kRoot;
-    if (!is_key || (it.marks & kVirtualMarks) != 0) continue;
-    NoteKey(hive, it.position, positions, uses);
-    if (!uses.used_bytes.empty()) NoteClassName(hive, it.position, uses);
-  }
-  for (const uint32_t value : tree.disconnected_value_positions) {
-    InsertPosition(uses.shown, value);
-    if (!uses.used_bytes.empty()) NoteData(hive, value, uses);
-  }
-}
-
-Uses UsesOf(const HiveImage& hive, const KeyTree& tree,
-            const std::vector<FreedCandidate>& candidates) {
-  Uses uses;
-  if (candidates.empty()) return uses;
-  ResetIndex(uses.values, hive.length);
-  ResetIndex(uses.shown, hive.length);
-  uses.rest = hive.length / 4;
-  bool any = false;
-  for (const FreedCandidate& candidate : candidates) {
-    if (candidate.host != kNoOffset) uses.used_bytes[candidate.host] = 0;
-    if (!candidate.key) InsertPosition(uses.values, candidate.position);
-    any = any || !candidate.key || candidate.host != kNoOffset;
-  }
-  if (any) NoteKeysInUse(hive, tree, uses);
-  return uses;
-}
-
-// True for a candidate that is part of other data. Segments of long data are not looked up: their
-// cells count as used whole.
-bool IsInUse(const HiveImage& hive, const FreedCandidate& candidate, const Uses& uses) {
-  if (candidate.host == kNoOffset) return false;
-  if (CellLength(ReadU32(hive, candidate.host)) > kBigDataSegment) return true;
-  return candidate.position < candidate.host + uint64_t{uses.used_bytes.at(candidate.host)};
-}
-
-FreedRecords TakeRecords(const HiveImage& hive, const std::vector<FreedCandidate>& candidates,
-                         const Uses& uses) {
+FreedRecords TakeRecords(const std::vector<FreedCandidate>& candidates) {
   FreedRecords records;
   for (const FreedCandidate& from : candidates) {
-    if (IsInUse(hive, from, uses)) continue;
     if (from.key) {
       FreedKey& key = records.keys.emplace_back();
       key.position = from.position;
       key.name_length = from.name_length;
       key.place = from.place;
-    } else if (!ContainsPosition(uses.shown, from.position)) {
+    } else {
       FreedValue& value = records.values.emplace_back();
       value.position = from.position;
       value.name_length = from.name_length;
@@ -145,114 +47,255 @@ FreedRecords TakeRecords(const HiveImage& hive, const std::vector<FreedCandidate
 
 // --- relations -----------------------------------------------------------------------------------
 
-bool IsKeyOf(const KeyTree& tree, const FreedRecords& records, uint32_t position) {
-  return ItemOfPosition(tree, position) != kNoItem || FindRecord(records.keys, position) != nullptr;
+struct Relating {
+  const HiveImage& hive;
+  const KeyTree& tree;
+  const FreedUses& uses;
+  FreedRecords& records;
+  std::vector<ShiftRun> runs = {};
+  PositionIndex values = {};                // of the freed values: most entries lead to none
+  std::vector<uint32_t> rows_of_rank = {};  // in it
+  uint32_t pool = 0;                        // list entries that keys with long lists share
+  std::vector<uint32_t> positions = {};
+};
+
+// A parent in the tree that never had the key, or that has nothing left to tell it by.
+FreedBond BondToItem(const Relating& relating, uint32_t item, uint32_t key) {
+  const KeyItem& it = relating.tree.items[item];
+  if ((it.marks & kVirtualMarks) != 0) return FreedBond::kStands;
+  switch (SubkeyVerdict(relating.hive, it.position, key)) {
+    case MarkVerdict::kRuledOut:
+      return FreedBond::kUsedAgain;
+    case MarkVerdict::kUnproven:
+      return FreedBond::kNotConfirmed;
+    default:
+      return FreedBond::kStands;
+  }
 }
 
-// True for a value that is in use: of a key that was taken out of the tree as it stood.
-bool IsValueInUse(const HiveImage& hive, uint32_t position) {
-  return position != kNoOffset && IsAllocated(ReadU32(hive, position)) &&
-         ReadU16(hive, position + 4) == kSignatureVk;
+// Sets parent and bond by the key's parent field. Offsets of an earlier state lead to freed keys of
+// that state alone.
+void FindParent(const Relating& relating, FreedKey& key) {
+  const HiveImage& hive = relating.hive;
+  const uint32_t field = key.position + kKeyParent;
+  const uint32_t nominal = ReadOffset(hive, field);
+  key.parent = key.parent_row = kNoOffset;
+  key.bond = FreedBond::kNone;
+  if (nominal == kNoOffset) return;
+  const uint32_t parent = nominal - key.shift;
+  if (parent == key.position) return;
+  const uint32_t item = key.shift == 0 ? ItemOfPosition(relating.tree, parent) : kNoItem;
+  const FreedKey* freed = item == kNoItem ? FindRecord(relating.records.keys, parent) : nullptr;
+  if (item != kNoItem) {
+    key.bond = BondToItem(relating, item, key.position);
+  } else if (freed != nullptr && freed->shift == key.shift) {
+    const bool out = SubkeyVerdict(hive, parent, key.position) == MarkVerdict::kRuledOut;
+    key.bond = out ? FreedBond::kUsedAgain : FreedBond::kStands;
+  }
+  if (key.bond == FreedBond::kNone || key.bond == FreedBond::kUsedAgain) return;
+  key.parent = parent;
+  if (freed != nullptr) {
+    key.parent_row = static_cast<uint32_t>(freed - relating.records.keys.data());
+  }
+}
+
+// True for a value in use that no key of the tree has: of a key that was taken out of the tree as
+// it stood.
+bool IsLeftValue(const Relating& relating, uint32_t position) {
+  return position != kNoOffset && IsAllocated(ReadU32(relating.hive, position)) &&
+         ReadU16(relating.hive, position + 4) == kSignatureVk &&
+         !ContainsPosition(relating.uses.named, position);
+}
+
+// Entries of a key's list that are read whatever other keys have read, and beyond them.
+constexpr uint32_t kEntriesOfEach = 256;
+
+void ReadNominalList(Relating& relating, const FreedKey& key) {
+  uint32_t allowed = std::max(kEntriesOfEach, relating.pool);
+  const uint32_t before = allowed;
+  ReadValuesOfKey(relating.hive, key.position, allowed, relating.positions);
+  const uint32_t read = before - allowed;
+  if (read > kEntriesOfEach) relating.pool -= std::min(relating.pool, read - kEntriesOfEach);
+  if (allowed == 0 && key.values > read) NoteShortfall(Shortfall::kFreedRecords);
+}
+
+void ReadShiftedList(Relating& relating, const FreedKey& key) {
+  const HiveImage& hive = relating.hive;
+  if (!HasValueList(hive, key.position)) return;
+  const uint32_t list = ReadU32(hive, key.position + kKeyValueList) + hive.data_base - key.shift;
+  if (list % 4 != 0 || !InCellBounds(hive, list)) return;
+  const uint32_t room = (hive.length - list - 4) / 4;
+  const uint32_t allowed = std::max(kEntriesOfEach, relating.pool);
+  const uint32_t count = std::min({key.values, room, allowed});
+  if (count > kEntriesOfEach) relating.pool -= std::min(relating.pool, count - kEntriesOfEach);
+  if (count == allowed && key.values > count) NoteShortfall(Shortfall::kFreedRecords);
+  for (uint32_t i = 0; i < count; ++i) {
+    relating.positions.push_back(ReadU32(hive, list + 4 + 4 * i) + hive.data_base - key.shift);
+  }
+}
+
+FreedValue* ValueAt(Relating& relating, uint32_t position) {
+  std::vector<FreedValue>& values = relating.records.values;
+  if (position % 8 != 0) return FindRecord(values, position);
+  const uint32_t rank = RankOfPosition(relating.values, position);
+  return rank == kNoRank ? nullptr : &values[relating.rows_of_rank[rank]];
+}
+
+// Values outside blocks may stand at other places than multiples of 8.
+void IndexValues(Relating& relating) {
+  const std::vector<FreedValue>& values = relating.records.values;
+  ResetIndex(relating.values, relating.hive.length);
+  for (uint32_t row = 0; row < values.size(); ++row) {
+    InsertPosition(relating.values, values[row].position);
+    if (values[row].position % 8 == 0) relating.rows_of_rank.push_back(row);
+  }
+  SealIndex(relating.values);
+}
+
+void Bind(const Relating& relating, FreedValue& value, uint32_t key) {
+  if (value.key != kNoOffset) return;
+  const bool out = ValueVerdict(relating.hive, key, value.position) == MarkVerdict::kRuledOut;
+  value.bond = out ? FreedBond::kUsedAgain : FreedBond::kStands;
+  value.ruled_out = out ? key : kNoOffset;
+  value.key = out ? kNoOffset : key;
+}
+
+// What one entry of a key's list leads to: a value that may be its own.
+bool IsValueOf(Relating& relating, const FreedKey& key, uint32_t position) {
+  const FreedValue* value = ValueAt(relating, position);
+  if (value == nullptr) return key.shift == 0 && IsLeftValue(relating, position);
+  return value->shift == key.shift &&
+         ValueVerdict(relating.hive, key.position, position) != MarkVerdict::kRuledOut;
+}
+
+void ReadList(Relating& relating, FreedKey& key) {
+  relating.positions.clear();
+  key.values = ReadU32(relating.hive, key.position + kKeyValueCount);
+  key.values_found = 0;
+  if (key.shift == 0) ReadNominalList(relating, key);
+  if (key.shift != 0) ReadShiftedList(relating, key);
 }
 
 // The list may stand in a free cell too; what it names must be values still.
-void ClaimValues(const HiveImage& hive, FreedKey& key, uint32_t& budget,
-                 std::vector<uint32_t>& positions, FreedRecords& records) {
-  positions.clear();
-  ReadValuesOfKey(hive, key.position, budget, positions);
-  budget -= static_cast<uint32_t>(positions.size());
-  for (const uint32_t position : positions) {
-    FreedValue* value = FindRecord(records.values, position);
-    key.values_found += value != nullptr || IsValueInUse(hive, position);
-    if (value != nullptr && value->key == kNoOffset) value->key = key.position;
+void TakeValues(Relating& relating, FreedKey& key) {
+  ReadList(relating, key);
+  for (const uint32_t position : relating.positions) {
+    key.values_found += IsValueOf(relating, key, position);
+    FreedValue* value = ValueAt(relating, position);
+    if (value != nullptr && value->shift == key.shift) Bind(relating, *value, key.position);
   }
 }
 
-void Relate(const HiveImage& hive, const KeyTree& tree, const Uses& uses, FreedRecords& records) {
-  uint32_t budget = hive.length / 4;
-  std::vector<uint32_t> positions;
+// Whether it leads to any.
+bool LeadsToValues(Relating& relating, FreedKey& key) {
+  ReadList(relating, key);
+  return std::ranges::any_of(relating.positions,
+                             [&](uint32_t position) { return IsValueOf(relating, key, position); });
+}
+
+template <typename Work>
+void ForEachKey(FreedRecords& records, const Work& work) {
+  uint32_t steps = 0;
   for (FreedKey& key : records.keys) {
-    if (StopRequested()) return;
-    const uint32_t parent = ReadOffset(hive, key.position + kKeyParent);
-    if (parent != key.position && IsKeyOf(tree, records, parent)) key.parent = parent;
-    key.values = ReadU32(hive, key.position + kKeyValueCount);
-    ClaimValues(hive, key, budget, positions, records);
-  }
-  for (const auto& [value, key] : uses.owners) {
-    FreedValue* record = FindRecord(records.values, value);
-    if (record != nullptr && record->key == kNoOffset) record->key = key;
+    if ((++steps & 0xF) == 0 && StopRequested()) return;
+    work(key);
   }
 }
 
-// --- paths ---------------------------------------------------------------------------------------
-
-// How paths are written.
-struct PathText {
-  std::string (*of_item)(const HiveImage& hive, const KeyTree& tree, uint32_t item);
-  std::string (*of_name)(const HiveImage& hive, const FreedKey& key);
-};
-
-std::string NarrowName(const HiveImage& hive, const FreedKey& key) {
-  std::string name = ReadKeyName(hive, key.position);
-  const bool wide = ReadU8(hive, key.position + kKeyFlags) == 0;
-  name.resize(std::min<size_t>(name.size(), wide ? key.name_length / 2 : key.name_length));
-  return name;
+// Which records stand in pages of an earlier state. With fewer than three keys that lead nowhere
+// there is nothing to tell it by.
+void FindShifts(Relating& relating) {
+  FreedRecords& records = relating.records;
+  relating.pool = relating.hive.length / 4;
+  std::vector<bool> led;
+  uint32_t lost = 0;
+  ForEachKey(records, [&](FreedKey& key) {
+    FindParent(relating, key);
+    key.values_found = LeadsToValues(relating, key);
+    led.push_back(key.values_found != 0 || key.bond == FreedBond::kStands ||
+                  key.bond == FreedBond::kNotConfirmed);
+    lost += key.values_found == 0 && (key.values != 0 || !led.back());
+  });
+  if (lost < 2 || StopRequested()) return;
+  relating.runs = FindShiftRuns(relating.hive, records, led);
+  for (FreedKey& key : records.keys) key.shift = ShiftOf(relating.runs, key.position);
+  for (FreedValue& value : records.values) value.shift = ShiftOf(relating.runs, value.position);
 }
 
-std::string Utf8Name(const HiveImage& hive, const FreedKey& key) {
-  return Utf8FromWide(WideKeyName(hive, key.position, key.name_length));
-}
-
-std::string Utf8PathOfItem(const HiveImage& hive, const KeyTree& tree, uint32_t item) {
-  return ItemPathUtf8(hive, tree, item, nullptr);
-}
-
-// From the key up; freed parents may go round in a circle.
-std::string PathOf(const HiveImage& hive, const KeyTree& tree, const FreedRecords& records,
-                   uint32_t position, const PathText& text) {
-  std::string below;
-  std::vector<uint32_t> met;
-  while (met.size() < kDeepest && std::ranges::find(met, position) == met.end()) {
-    const uint32_t item = ItemOfPosition(tree, position);
-    if (item != kNoItem) return text.of_item(hive, tree, item) + below;
-    const FreedKey* key = FindRecord(records.keys, position);
-    if (key == nullptr) break;
-    const std::string name = text.of_name(hive, *key);
-    if (!met.empty() && below.size() + name.size() >= kPathLimit) break;
-    below.insert(0, "\\" + name);
-    met.push_back(position);
-    position = key->parent;
+// Marks the circles of parents, and hands on along the parents that a path is not confirmed.
+void FollowParents(std::vector<FreedKey>& keys) {
+  enum : uint8_t { kUnseen, kOnWay, kDone };
+  std::vector<uint8_t> states(keys.size(), kUnseen);
+  std::vector<uint32_t> way;
+  for (uint32_t start = 0; start < keys.size(); ++start) {
+    if ((start & kStopPollMask) == 0 && StopRequested()) return;
+    uint32_t row = start;
+    for (; row != kNoItem && states[row] == kUnseen; row = keys[row].parent_row) {
+      states[row] = kOnWay;
+      way.push_back(row);
+    }
+    if (row != kNoItem && states[row] == kOnWay) {
+      for (size_t at = way.size(); at-- > 0;) {
+        keys[way[at]].in_circle = true;
+        if (way[at] == row) break;
+      }
+    }
+    for (; !way.empty(); way.pop_back()) {
+      FreedKey& key = keys[way.back()];
+      const bool below = key.parent_row != kNoItem && key.bond == FreedBond::kStands;
+      if (below && keys[key.parent_row].bond == FreedBond::kNotConfirmed) {
+        key.bond = FreedBond::kNotConfirmed;
+      }
+      states[way.back()] = kDone;
+    }
   }
-  return below.empty() ? below : "?" + below;
+}
+
+void Relate(Relating& relating) {
+  FreedRecords& records = relating.records;
+  IndexValues(relating);
+  FindShifts(relating);
+  relating.pool = relating.hive.length / 4;
+  ForEachKey(records, [&](FreedKey& key) {
+    FindParent(relating, key);
+    TakeValues(relating, key);
+  });
+  for (const FormerValue& former : relating.uses.former) {
+    FreedValue* value = ValueAt(relating, former.value);
+    if (value != nullptr && value->shift == 0) Bind(relating, *value, former.key);
+  }
+  FollowParents(records.keys);
+}
+
+bool AnyData(const HiveImage& hive, const std::vector<FreedValue>& values) {
+  return std::ranges::any_of(values, [&hive](const FreedValue& value) {
+    const uint32_t length = ReadU32(hive, value.position + kValueDataLength);
+    return length > kInlineData && length <= INT32_MAX;
+  });
 }
 
 }  // namespace
 
-const char* FreedPlaceWords(FreedPlace place) {
-  constexpr const char* kWords[] = {"free cell", "inside a free cell", "behind a record",
-                                    "outside cells"};
-  static_assert(std::size(kWords) == static_cast<size_t>(FreedPlace::kNoCell) + 1);
-  return kWords[static_cast<size_t>(place)];
+const FreedKey* FreedKeyAt(const FreedRecords& records, uint32_t position) {
+  return FindRecord(records.keys, position);
+}
+
+const FreedValue* FreedValueAt(const FreedRecords& records, uint32_t position) {
+  return FindRecord(records.values, position);
 }
 
 FreedRecords FindFreedRecords(const HiveImage& hive, const KeyTree& tree) {
   ShowStatus("Looking for freed records ...");
-  const std::vector<FreedCandidate> candidates = FindFreedCandidates(hive, tree);
-  const Uses uses = UsesOf(hive, tree, candidates);
-  FreedRecords records = TakeRecords(hive, candidates, uses);
-  if (hive.data_base_proven) Relate(hive, tree, uses, records);
+  std::vector<FreedCandidate> candidates = FindFreedCandidates(hive, tree);
+  const FreedUses uses = CollectFreedUses(hive, tree, candidates);
+  std::erase_if(candidates, [&](const FreedCandidate& each) { return !IsFreed(hive, each, uses); });
+  SettleOverlaps(hive, candidates);
+  FreedRecords records = TakeRecords(candidates);
+  Relating relating{hive, tree, uses, records};
+  if (hive.data_base_proven) Relate(relating);
+  if (AnyData(hive, records.values)) records.space = FindFreeSpace(hive);
   ShowStatus("");
   return StopRequested() ? FreedRecords() : std::move(records);
-}
-
-std::string FreedPath(const HiveImage& hive, const KeyTree& tree, const FreedRecords& records,
-                      uint32_t key_position) {
-  return PathOf(hive, tree, records, key_position, {ItemPath, NarrowName});
-}
-
-std::string FreedPathUtf8(const HiveImage& hive, const KeyTree& tree, const FreedRecords& records,
-                          uint32_t key_position) {
-  return PathOf(hive, tree, records, key_position, {Utf8PathOfItem, Utf8Name});
 }
 
 }  // namespace hivequarry

@@ -7,9 +7,13 @@
 //    allow: a name that is printable and has room, a plausible time or type, offsets that could be
 //    offsets. Bytes that are the data of a value in use are no free space.
 // 2. A key hangs where its parent field leads, if a key of the tree or another freed key stands
-//    there. Its path begins with "?" where it does not, since the place was used again.
+//    there and may have had it: a key keeps the lengths of the longest name among its subkeys, and
+//    of the longest name and data among its values, until the last one goes. Else its path begins
+//    with "?", since the place was used again.
 // 3. A value belongs to the freed key whose value list names it; else to the key in use whose list
-//    still names it behind its end.
+//    still names it behind its end. Either may have had it by the same lengths.
+// 4. Pages that were left from an earlier state of the hive have that state's offsets
+//    (freed_shifts.h). Those lead to freed records alone.
 #pragma once
 
 #include <cstdint>
@@ -18,6 +22,7 @@
 
 #include "hive/image.h"
 #include "hive/key_tree.h"
+#include "recovery/freed_space.h"
 
 namespace hivequarry {
 
@@ -27,33 +32,59 @@ enum class FreedPlace : uint8_t {
   kBehindRecord,  // in an allocated cell, behind what its record or data need
   kNoCell,        // in bytes in which no cell can be made out
 };
-// "free cell", "inside a free cell" and so on.
-const char* FreedPlaceWords(FreedPlace place);
+
+// What is known of the key that a record says it belongs to.
+enum class FreedBond : uint8_t {
+  kNone,          // nothing leads to one
+  kStands,        // it is there
+  kNotConfirmed,  // it is there, but has nothing left by which to tell whether it had this record
+  kUsedAgain,     // another record has taken the place since: the bond is not kept
+};
 
 struct FreedKey {
   uint32_t position = 0;
-  uint32_t parent = kNoOffset;  // a key of the tree or another freed key
-  uint32_t values = 0;          // how many it says it has
-  uint32_t values_found = 0;    // of these its list still leads to
-  uint16_t name_length = 0;     // bytes of its name that were not overwritten
+  uint32_t parent = kNoOffset;    // a key of the tree or another freed key
+  uint32_t parent_row = kNoItem;  // of the latter, its place in FreedRecords::keys
+  uint32_t values = 0;            // how many it says it has
+  uint32_t values_found = 0;      // of these its list still leads to
+  uint32_t shift = 0;             // what its offsets are more than they were in this image
+  uint16_t name_length = 0;       // bytes of its name that were not overwritten
   FreedPlace place = FreedPlace::kFreeCell;
+  FreedBond bond = FreedBond::kNone;
+  bool in_circle = false;  // its parents lead back to it
 };
 
 struct FreedValue {
   uint32_t position = 0;
-  uint32_t key = kNoOffset;  // a freed key or a key of the tree
-  uint16_t name_length = 0;  // bytes of its name that were not overwritten
+  uint32_t key = kNoOffset;        // a freed key or a key of the tree
+  uint32_t ruled_out = kNoOffset;  // with kUsedAgain: the key whose list names it
+  uint32_t shift = 0;              // likewise
+  uint16_t name_length = 0;        // bytes of its name that were not overwritten
   FreedPlace place = FreedPlace::kFreeCell;
+  FreedBond bond = FreedBond::kNone;
 };
 
 // Both ascending by position.
 struct FreedRecords {
   std::vector<FreedKey> keys;
   std::vector<FreedValue> values;
+  std::vector<FreeStretch> space;  // where data are not in use; empty when no value has any
 };
 
 // Shows its progress through the host. Empty when the user stops.
 FreedRecords FindFreedRecords(const HiveImage& hive, const KeyTree& tree);
+
+// The record at a position, null for none.
+const FreedKey* FreedKeyAt(const FreedRecords& records, uint32_t position);
+const FreedValue* FreedValueAt(const FreedRecords& records, uint32_t position);
+
+// A type whose upper half is its owner's and whose lower half is that of plain data: the latter.
+// Any other type as it is.
+inline uint32_t PlainType(uint32_t type) {
+  constexpr uint32_t kLastPlain = 11;
+  const uint32_t upper = type >> 16;
+  return upper >= 1 && upper <= 0xFF && (type & 0xFFFF) <= kLastPlain ? type & 0xFFFF : type;
+}
 
 // The path of a freed key or a key of the tree, code-page text and in UTF-8. Of at most kPathLimit
 // bytes but for the last name. Empty for kNoOffset.
@@ -61,5 +92,38 @@ std::string FreedPath(const HiveImage& hive, const KeyTree& tree, const FreedRec
                       uint32_t key_position);
 std::string FreedPathUtf8(const HiveImage& hive, const KeyTree& tree, const FreedRecords& records,
                           uint32_t key_position);
+// Path texts of a walk over records: those of one parent are made from its path.
+class FreedPathWalker {
+ public:
+  FreedPathWalker(const HiveImage& hive, const KeyTree& tree, const FreedRecords& records)
+      : hive_(hive), tree_(tree), records_(records) {}
+  // As FreedPath has it; valid until the next call.
+  const std::string& PathOf(uint32_t key_position);
+
+ private:
+  struct Known {
+    uint32_t row = kNoItem;  // of a key whose path is whole
+    size_t room = 0;         // bytes of its names, as limits count them
+    std::string path;
+  };
+  const HiveImage& hive_;
+  const KeyTree& tree_;
+  const FreedRecords& records_;
+  Known last_;
+  Known parent_;  // of the key asked for before
+};
+
+// The characters of its name that are its own.
+std::string FreedKeyName(const HiveImage& hive, const FreedKey& key);
+// True for a freed key, or a key of the tree, that hangs below an item of the tree or is its key;
+// with the root for every record.
+bool IsFreedBelow(const KeyTree& tree, const FreedRecords& records, uint32_t key_position,
+                  uint32_t item);
+
+// Where the record stands and what its path is worth: "inside a free cell, not confirmed".
+std::string FreedPlaceWords(const FreedRecords& records, const FreedKey& key);
+std::string FreedPlaceWords(const FreedRecords& records, const FreedValue& value);
+// "offsets are those of an earlier state of the hive: 0x116000 more"; empty for none.
+std::string ShiftWords(uint32_t shift);
 
 }  // namespace hivequarry

@@ -2,50 +2,31 @@
 
 #include <algorithm>
 #include <string>
-#include <vector>
 
-#include "hive/cells.h"
 #include "hive/key_node.h"
 #include "hive/timestamp.h"
 #include "hive/value_key.h"
 #include "hive/value_text.h"
-#include "host/host.h"
 #include "host/long_operation.h"
+#include "host/shortfalls.h"
 #include "lists/list_rows.h"
 #include "recovery/freed_records.h"
 #include "recovery/item_values.h"
+#include "reports/freed_rows.h"
 
 namespace hivequarry {
 namespace {
 
-// Where a list's rows come from.
-struct FreedSource {
-  const HiveImage& hive;
-  const KeyTree& tree;
-  FreedRecords records;
-};
-
-// The path of a key, and its lossless form where that says more.
-struct PathTexts {
-  std::string path;
-  std::string lossless;
-};
-
-PathTexts PathTextsOf(const FreedSource& from, uint32_t key) {
-  PathTexts texts;
-  texts.path = FreedPath(from.hive, from.tree, from.records, key);
-  if (IsPlainText(texts.path)) return texts;
-  texts.lossless = FreedPathUtf8(from.hive, from.tree, from.records, key);
-  if (texts.lossless == Utf8FromNarrow(texts.path)) texts.lossless.clear();
-  return texts;
-}
+// Bytes of data that rows may carry, beside as many as the hive has: more than that only values
+// have that share theirs.
+constexpr uint64_t kLeastRaw = 1024 * 1024;
 
 std::string PositionOrNone(uint32_t position) {
   return position == kNoOffset ? std::string() : PositionText(position);
 }
 
-void AddKey(const FreedSource& from, const FreedKey& key, OutputList& list) {
-  const PathTexts texts = PathTextsOf(from, key.position);
+void AddKey(FreedSource& from, const FreedKey& key, OutputList& list) {
+  const FreedPathTexts texts = FreedPathTextsOf(from, key.position);
   RowFacts facts;
   facts.about_key = true;
   facts.last_write = ReadU64(from.hive, key.position + kKeyLastWrite);
@@ -53,49 +34,110 @@ void AddKey(const FreedSource& from, const FreedKey& key, OutputList& list) {
   AddListRow(list,
              {texts.path, PositionText(key.position), PositionOrNone(key.parent),
               FormatTimestampChecked(facts.last_write), std::to_string(key.values),
-              std::to_string(key.values_found), FreedPlaceWords(key.place)},
+              std::to_string(key.values_found), FreedPlaceWords(from.records, key)},
              key.position, facts);
 }
 
-// The characters of its name that are its own.
-void CutName(const FreedValue& freed, ValueKey& value) {
-  const size_t characters = value.flags == 0 ? freed.name_length / 2 : freed.name_length;
-  value.name.resize(std::min(value.name.size(), characters));
-}
-
-// Data cells that were used again are shown as they are: only the reader of a list can tell whether
-// they still are the value's.
-std::string PlaceWords(const HiveImage& hive, const FreedValue& freed, const ValueKey& value) {
-  std::string words = FreedPlaceWords(freed.place);
-  const bool elsewhere = value.status == ValueStatus::kRead && !value.inline_data;
-  if (elsewhere && IsAllocated(ReadU32(hive, value.data_position - 4))) words += ", data in use";
-  return words;
-}
-
-void AddValue(const FreedSource& from, const FreedValue& freed, const ValueListOptions& options,
-              DataBudget& budget, OutputList& list) {
-  std::vector<uint8_t> data;
-  ValueKey value = ReadFreedValue(from.hive, freed.position, budget, data);
-  CutName(freed, value);
-  const ValueRow row = MakeValueRow(from.hive, value, data, ValueViewOptions());
-  const PathTexts texts = PathTextsOf(from, freed.key);
-  const std::string name = LosslessName(from.hive, value);
-  const std::string bytes = options.raw ? BytesText(data) : std::string();
+void AddValue(FreedSource& from, const FreedValue& freed, const ValueListOptions& options,
+              uint64_t& raw_left, OutputList& list) {
+  const FreedContent content = ReadFreedContent(from, freed);
+  const ValueRow row = MakeFreedRow(from, content);
+  const FreedPathTexts texts = FreedPathTextsOf(from, freed.key);
+  const std::string name = LosslessName(from.hive, content.value);
+  std::string bytes;
+  if (options.raw && content.data.size() <= raw_left) {
+    raw_left -= content.data.size();
+    bytes = BytesText(content.data);
+  } else if (options.raw) {
+    NoteShortfall(Shortfall::kValueData);
+  }
   RowFacts facts;
   facts.path = texts.lossless;
   facts.name = name;
   facts.bytes = bytes;
   AddListRow(list,
              {texts.path, row.name, row.type, row.data, PositionText(freed.position),
-              PositionOrNone(freed.key), PlaceWords(from.hive, freed, value)},
+              PositionOrNone(freed.key), FreedPlaceText(from, freed, content)},
              freed.position, facts, row.icon);
+}
+
+// A row a line.
+void AddLines(std::string_view text, const char* field, uint32_t position, OutputList& list) {
+  while (!text.empty()) {
+    const size_t end = std::min(text.find("\r\n"), text.size());
+    AddListRow(list, {field, text.substr(0, end)}, position, RowFacts(), 0);
+    text.remove_prefix(std::min(end + 2, text.size()));
+  }
+}
+
+// The key's own fields. What its offsets lead to is left out where they are those of an earlier
+// state: here they lead to somebody else's cells.
+void AddKeyLines(const FreedSource& from, const FreedKey& key, OutputList& list) {
+  constexpr std::string_view kLed[] = {"Parent name", "List kind", "Class"};
+  const std::string fields = KeyDetailAt(from.hive, from.tree, key.position);
+  std::string_view text = fields;
+  bool first = true;
+  while (!text.empty()) {
+    const std::string_view line = text.substr(0, text.find("\r\n"));
+    text.remove_prefix(std::min(line.size() + 2, text.size()));
+    const size_t colon = std::min(line.find(": "), line.size());
+    const std::string_view label = line.substr(0, colon);
+    const bool led = std::ranges::find(kLed, label) != std::end(kLed);
+    const bool own = !first && !(led && key.shift != 0);
+    first = false;  // the name, in whose place the path stands
+    if (own) {
+      AddListRow(list, {label, line.substr(std::min(colon + 2, line.size()))}, key.position,
+                 RowFacts(), 0);
+    }
+  }
+}
+
+void AddValueLines(const FreedContent& content, OutputList& list) {
+  const ValueKey& value = content.value;
+  const auto add = [&](const char* field, const std::string& text) {
+    AddListRow(list, {field, text}, value.position, RowFacts(), 0);
+  };
+  const ValueDetailText detail = ValueDetail(value, content.data);
+  if (detail.status != ValueStatus::kRead) {
+    add("Length", std::to_string(value.data_length));
+    add("Data position", PositionText(value.data_position));
+    return add("Data", ValueDataText(value, {}));
+  }
+  const size_t header = std::min(detail.text.find("\r\n"), detail.text.size());
+  add("Header", detail.text.substr(0, header));
+  AddLines(std::string_view(detail.text).substr(std::min(header + 2, detail.text.size())), "Data",
+           value.position, list);
 }
 
 }  // namespace
 
+OutputListPtr ListFreedDetail(const HiveImage& hive, const KeyTree& tree, uint32_t position) {
+  FreedSource from(hive, tree);
+  const FreedKey* key = FreedKeyAt(from.records, position);
+  const FreedValue* freed = FreedValueAt(from.records, position);
+  if (key == nullptr && freed == nullptr) return nullptr;
+  OutputListPtr list = MakeOutputList(kListDetail);
+  const auto add = [&](const char* field, const std::string& text) {
+    AddListRow(*list, {field, text}, position, RowFacts(), 0);
+  };
+  if (key != nullptr) {
+    add("Key", FreedPath(hive, tree, from.records, position));
+    add("Place", FreedPlaceWords(from.records, *key));
+    AddKeyLines(from, *key, *list);
+    return list;
+  }
+  const FreedContent content = ReadFreedContent(from, *freed);
+  add("Value", ValueDisplayName(content.value));
+  add("Type", FreedTypeText(content));
+  add("Key", FreedPath(hive, tree, from.records, freed->key));
+  add("Place", FreedPlaceText(from, *freed, content));
+  AddValueLines(content, *list);
+  return list;
+}
+
 OutputListPtr ListFreedKeys(const HiveImage& hive, const KeyTree& tree) {
   OutputListPtr list = MakeOutputList(kListFreedKeys);
-  const FreedSource from{hive, tree, FindFreedRecords(hive, tree)};
+  FreedSource from(hive, tree);
   for (const FreedKey& key : from.records.keys) {
     if (StopRequested()) break;
     AddKey(from, key, *list);
@@ -106,11 +148,11 @@ OutputListPtr ListFreedKeys(const HiveImage& hive, const KeyTree& tree) {
 OutputListPtr ListFreedValues(const HiveImage& hive, const KeyTree& tree,
                               const ValueListOptions& options) {
   OutputListPtr list = MakeOutputList(kListFreedValues);
-  const FreedSource from{hive, tree, FindFreedRecords(hive, tree)};
-  DataBudget budget = MakeDataBudget(hive);
+  FreedSource from(hive, tree);
+  uint64_t raw_left = kLeastRaw + uint64_t{hive.length};
   for (const FreedValue& value : from.records.values) {
     if (StopRequested()) break;
-    AddValue(from, value, options, budget, *list);
+    AddValue(from, value, options, raw_left, *list);
   }
   return list;
 }

@@ -15,7 +15,11 @@
 #include "lists/list_rows.h"
 #include "recovery/item_values.h"
 #include "recovery/raw_record.h"
+<<<<<<< HEAD
 #include "recovery/root_search.h"
+=======
+#include "reports/freed_lists.h"
+>>>>>>> a43c789 (Search, dates, details and scripts take freed records too)
 
 namespace hivequarry {
 namespace {
@@ -266,6 +270,10 @@ OutputListPtr ListBlocks(const HiveImage& hive) {
 }
 
 OutputListPtr ListDetail(const HiveImage& hive, const KeyTree& tree, uint32_t position) {
+  if (ItemOfPosition(tree, position) == kNoItem) {
+    OutputListPtr freed = ListFreedDetail(hive, tree, position);
+    if (freed != nullptr) return freed;
+  }
   const ValueKey value = ReadValueKey(hive, position, ValueRead::kName, kMaxValueData, nullptr);
   const bool is_value = IsValue(value);
   const std::string fields = is_value ? std::string() : KeyDetailAt(hive, tree, position);

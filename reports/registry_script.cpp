@@ -42,6 +42,7 @@ void AppendScriptName(const HiveImage& hive, const KeyTree& tree, uint32_t item,
   KeepOnOneLine(line, start);
 }
 
+<<<<<<< HEAD
 // False for a name that a key line would take for another: its backslashes part the keys of a path.
 // Such names and overlong ones are shown with a mark, so only those need a closer look.
 bool IsScriptKeyName(const HiveImage& hive, const KeyTree& tree, uint32_t item,
@@ -75,6 +76,8 @@ std::string ScriptRoot(const HiveImage& hive) {
   return root;
 }
 
+=======
+>>>>>>> a43c789 (Search, dates, details and scripts take freed records too)
 // Why a value was skipped, in the words of the value lists where they have some.
 std::string ValueError(const ValueKey& value) {
   const std::string marker =
@@ -293,6 +296,14 @@ bool HasScriptRoot(const HiveImage& hive) {
   const size_t first = hive.long_prefix.find_first_not_of(" \t");
   return hive.long_prefix.size() > 1 && first != std::string::npos &&
          hive.long_prefix[first] != '-';
+}
+
+// It comes from the hive too, where its root key's name is all that is known of it.
+std::string ScriptRoot(const HiveImage& hive) {
+  std::string root = hive.long_prefix;
+  KeepOnOneLine(root, 0);
+  if (root.ends_with('\\')) root.pop_back();
+  return root;
 }
 
 ScriptExport ExportKeys(const HiveImage& hive, const KeyTree& tree, std::span<const uint32_t> items,

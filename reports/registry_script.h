@@ -31,6 +31,8 @@ bool FormatScriptValue(std::string_view name, uint32_t type, std::span<const uin
 // True when the hive has a root path for key lines to begin with. One that begins with '-' is none:
 // such a line would make the importing program delete keys.
 bool HasScriptRoot(const HiveImage& hive);
+// That path, without a backslash at its end.
+std::string ScriptRoot(const HiveImage& hive);
 
 struct SkippedValue {
   uint32_t item;      // of its key

@@ -44,7 +44,7 @@ class BranchSearch {
     value_names_ = asked.value_names && !asked.dword;
     // With nothing in the image that could match, values need not be listed.
     values_ = (value_names_ || asked.value_data) && (!sieve.usable || sieve.any);
-    details_ = ColumnCount(list) > kPlainColumns;
+    details_ = ColumnCount(list) >= kPlainColumns + 2;  // one more is for the place
   }
 
   bool Run(uint32_t item) {

@@ -70,6 +70,7 @@ bool MatchName(const SearchPattern& pattern, std::string_view name);
 bool MatchData(const SearchPattern& pattern, uint32_t type, std::span<const uint8_t> data);
 
 // An empty list of results; with `details` it has two columns more, "File Offset" and "Details".
+// Freed records add a last one (freed_find.h).
 OutputListPtr MakeSearchList(bool details);
 
 // The keys from `item` down, each before its children; a row for each key whose name matches and

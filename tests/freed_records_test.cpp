@@ -21,10 +21,11 @@ namespace field = testing::field;
 
 constexpr const char* kPathD = "A\\C\\D with a name";
 
-// C and D are to be deleted.
+// C and D are to be deleted; A keeps another subkey, and with it the marks of both.
 BuiltHive Sound() {
   HiveBuilder builder;
   builder.Key("A").Sz("kept", "of A").Sz("gone", "text of A");
+  builder.Key("A\\K");
   builder.Key("A\\C").Sz("text", "long enough").Dword("number", 7).FreeBehind(64);
   builder.Key("A\\C\\D with a name").FreeBehind(64);
   builder.Key("Other").Binary("blob", 400).Binary("far", 17000);
@@ -103,6 +104,11 @@ Change InData(uint32_t length) {
     CopyCell(hive, hive.PositionOf("A\\C"), hive.DataPosition("Other", "blob") + 80);
   };
 }
+Change InSegment(uint32_t index) {
+  return [=](BuiltHive& hive) {
+    CopyCell(hive, hive.PositionOf("A\\C"), hive.SegmentPosition("Other", "far", index) + 16);
+  };
+}
 // A copy of the freed number over the freed key, so far from its start.
 Change Over(uint32_t offset) {
   return [=](BuiltHive& hive) {
@@ -133,20 +139,42 @@ const FreedCase kCases[] = {
     {"a name without room", InKey(field::kKeyNameLength, 400), {kKeyC}, kValues},
     {"flags of no key", InKey(field::kSignature, 0x12406B6E), {kKeyC}, kValues},
     {"a type of no value",
-     InNumber(field::kValueType, 0x00400001),
+     InNumber(field::kValueType, 0x0072C4E8),
      {"ROOT\\A\\C|2|1|free cell", kKeyD},
      {kText}},
+    {"a type with an unknown upper half",
+     InNumber(field::kValueType, 0x01000004),
+     {"ROOT\\A\\C|2|1|free cell", kKeyD},
+     {kText}},
+    {"a type of device properties",
+     InNumber(field::kValueType, 0xFFFF2012),
+     kKeys,
+     {kText, "ROOT\\A\\C|number|07 00 00 00 |free cell"}},
+    {"a type with a known upper half", InNumber(field::kValueType, 0x00020004), kKeys, kValues},
+    {"an odd type that a value in use has",
+     [](BuiltHive& hive) {
+       hive.SetU32(hive.ValuePosition("Other", "blob"), field::kValueType, 0x0072C4E8);
+       hive.SetU32(hive.ValuePosition("A\\C", "number"), field::kValueType, 0x0072C4E8);
+     },
+     kKeys,
+     {kText, "ROOT\\A\\C|number|07 00 00 00 |free cell"}},
     {"data of no length",
      InNumber(field::kValueLength, 0x80000005),
      {"ROOT\\A\\C|2|1|free cell", kKeyD},
      {kText}},
     {"in data in use", InData(400), kKeys, kValues},
     {"behind data in use", InData(40), {kKeyC, kKeyD, "ROOT\\A\\C|2|2|behind a record"}, kValues},
-    {"in a segment of long data",
+    {"in the first segment of long data", InSegment(0), kKeys, kValues},
+    {"in the last segment of long data", InSegment(1), kKeys, kValues},
+    {"its size overwritten",
      [](BuiltHive& hive) {
-       CopyCell(hive, hive.PositionOf("A\\C"), hive.SegmentPosition("Other", "far", 0) + 16);
+       const uint32_t value = hive.ValuePosition("A\\C", "text");
+       hive.SetU32(value, field::kSize, hive.PositionOf(kPathD) + 96 - value);
+       hive.SetU32(hive.PositionOf(kPathD), field::kSize, 0x00730065);
      },
-     kKeys, kValues},
+     {kKeyC, "ROOT\\A\\C\\D with a name|0|0|inside a free cell"},
+     {kText, "ROOT\\A\\C|number|0x00000007 (7)|inside a free cell"}},
+    {"a flag of few keys", InKey(field::kSignature, 0x00306B6E), kKeys, kValues},
     {"its head overwritten", Over(24), {kKeyC}, {kText, kNumber, kLoose}},
     {"its name overwritten",
      Over(88),

@@ -207,6 +207,72 @@ Bytes FreedChain(double megabytes) {
   return built.bytes;
 }
 
+void FreeCell(Bytes& bytes, uint32_t cell) { PutU32(bytes, cell, 0U - GetU32(bytes, cell)); }
+
+// Not in the list of the root.
+uint32_t AddFreedKey(Flat& flat, std::string_view name, uint32_t parent) {
+  const uint32_t key = AddKeyCell(flat.writer, TextBytes(name), 0x20, kDefaultTime);
+  PutU32(flat.writer.bytes, key + field::kKeyParent, parent - kDataArea);
+  FreeCell(flat.writer.bytes, key);
+  return key;
+}
+
+// Freed keys below the end of a chain of freed keys, which is as deep as a path has room for.
+Bytes FreedComb(double megabytes) {
+  Flat flat = BeginFlat();
+  uint32_t parent = flat.root;
+  for (uint32_t i = 0; i < 500; ++i) parent = AddFreedKey(flat, "c", parent);
+  for (uint32_t i = CountOf(megabytes, 88); i > 0; --i) AddFreedKey(flat, "t", parent);
+  return EndFlat(flat);
+}
+
+// Freed keys that all name one long list of freed values.
+Bytes FreedSharedList(double megabytes) {
+  Flat flat = BeginFlat();
+  std::vector<uint32_t> values;
+  for (uint32_t i = CountOf(megabytes / 2, 36); i > 0; --i) {
+    values.push_back(AddValue(flat, "v", {}));
+    FreeCell(flat.writer.bytes, values.back());
+  }
+  const auto count = static_cast<uint32_t>(values.size());
+  const uint32_t list = AddValueList(flat, values, count);
+  for (uint32_t i = CountOf(megabytes / 2, 88); i > 0; --i) {
+    GiveValues(flat, AddFreedKey(flat, "k", flat.root), list, count);
+  }
+  return EndFlat(flat);
+}
+
+// Freed values that all name the same data, just short enough to be read whatever was read before.
+Bytes FreedSharedData(double megabytes) {
+  Flat flat = BeginFlat();
+  const uint32_t first = AddValue(flat, "first", Bytes(4096, 'd'));
+  const uint32_t cell = GetU32(flat.writer.bytes, first + field::kValueData);
+  for (uint32_t i = CountOf(megabytes, 32); i > 0; --i) {
+    const uint32_t value = AddValueCell(flat.writer, TextBytes("v"), 1, 3, 4096);
+    PutU32(flat.writer.bytes, value + field::kValueData, cell);
+    FreeCell(flat.writer.bytes, value);
+  }
+  FreeCell(flat.writer.bytes, cell + kDataArea);
+  FreeCell(flat.writer.bytes, first);
+  return EndFlat(flat);
+}
+
+// Freed keys whose lists and parents lead nowhere, among freed values at every place to which a
+// wrong distance could lead.
+Bytes FreedStrays(double megabytes) {
+  Flat flat = BeginFlat();
+  const uint32_t entries[] = {0x5000, 0x5020, 0x5040, 0x5060};
+  for (uint32_t i = CountOf(megabytes, 88 + 40 + 4 * 32); i > 0; --i) {
+    const uint32_t key = AddFreedKey(flat, "s", 0x200000 + 0x1008 * (i % 5000));
+    AddValueList(flat, entries, 8);
+    GiveValues(flat, key, 0x300008 + 0x1010 * (i % 3000), 4);
+    for (int value = 0; value < 4; ++value) {
+      FreeCell(flat.writer.bytes, AddValue(flat, "v", {}));
+    }
+  }
+  return EndFlat(flat);
+}
+
 // --- well-known structures
 
 // A hive of classes: many names of types that all lead to one class, and that class to itself.
@@ -273,6 +339,10 @@ constexpr HostileHive kHives[] = {
     {"deep-wide-names", "nested keys with names outside the code page", DeepWideNames},
     {"namesakes", "a fragment without headers, all names the same", NamesakesInAFragment},
     {"freed-chain", "freed keys, each the parent of the next", FreedChain},
+    {"freed-comb", "freed keys at the end of a long path", FreedComb},
+    {"freed-shared-list", "freed keys that all name one list of freed values", FreedSharedList},
+    {"freed-shared-data", "freed values that all name the same data", FreedSharedData},
+    {"freed-strays", "freed keys whose offsets lead nowhere", FreedStrays},
     {"many-classes", "extensions that all lead to one class", ManyClasses},
     {"many-folders", "a long list of folders that the shell showed", ManyFolders},
     {"planted-keys", "values whose data are key records, roots too", PlantedKeys}};

@@ -1,0 +1,203 @@
+// Paths of freed keys, and what their places and paths are worth in words.
+#include <algorithm>
+#include <cstdio>
+#include <iterator>
+#include <utility>
+#include <vector>
+
+#include "hive/key_node.h"
+#include "hive/value_text.h"
+#include "host/host.h"
+#include "recovery/freed_records.h"
+
+namespace hivequarry {
+namespace {
+
+constexpr uint32_t kDeepest = kPathLimit / 2;  // levels that a path has room for
+
+// How paths are written.
+struct PathText {
+  std::string (*of_item)(const HiveImage& hive, const KeyTree& tree, uint32_t item);
+  void (*add_name)(const HiveImage& hive, const FreedKey& key, std::string& path);
+};
+
+void AddNarrowName(const HiveImage& hive, const FreedKey& key, std::string& path) {
+  constexpr uint32_t kLongestNarrow = 256;
+  const bool wide = (ReadU16(hive, key.position + kKeyFlags) & 0xFF) == 0;
+  const bool plain = !wide && key.name_length <= kLongestNarrow;
+  const uint8_t* bytes =
+      plain ? BytesInMemory(hive, key.position + kKeyName, key.name_length) : nullptr;
+  if (bytes != nullptr) {
+    path.append(reinterpret_cast<const char*>(bytes), key.name_length);
+    return;
+  }
+  const size_t start = path.size();
+  AppendKeyName(hive, key.position, path);
+  const size_t kept = wide ? key.name_length / 2 : key.name_length;
+  path.resize(std::min(path.size(), start + kept));
+}
+
+void AddUtf8Name(const HiveImage& hive, const FreedKey& key, std::string& path) {
+  path += Utf8FromWide(WideKeyName(hive, key.position, key.name_length));
+}
+
+std::string Utf8PathOfItem(const HiveImage& hive, const KeyTree& tree, uint32_t item) {
+  return ItemPathUtf8(hive, tree, item, nullptr);
+}
+
+// Bytes of a name and the backslash before it.
+size_t RoomFor(const FreedKey& key) { return size_t{1} + key.name_length; }
+
+// The key and those above it, as many as a path has room for. Freed parents may go round in a
+// circle.
+struct Chain {
+  std::vector<uint32_t> rows;
+  size_t room = 0;
+  uint32_t top = kNoOffset;  // the key of the tree over them
+  bool whole = false;        // up to that, or to one without a parent
+};
+
+Chain ChainOf(const FreedRecords& records, uint32_t row) {
+  Chain chain;
+  uint32_t circle = kNoItem;
+  while (row != circle) {
+    const FreedKey& key = records.keys[row];
+    const size_t room = chain.room + RoomFor(key);
+    if (!chain.rows.empty() && room > kPathLimit) return chain;
+    chain.room = room;
+    chain.rows.push_back(row);
+    if (key.in_circle && circle == kNoItem) circle = row;
+    if (key.parent_row == kNoItem) {
+      chain.top = key.parent;
+      chain.whole = true;
+      return chain;
+    }
+    row = key.parent_row;
+  }
+  return chain;
+}
+
+std::string PathOfChain(const HiveImage& hive, const KeyTree& tree, const FreedRecords& records,
+                        const Chain& chain, const PathText& text) {
+  const uint32_t item = chain.top == kNoOffset ? kNoItem : ItemOfPosition(tree, chain.top);
+  std::string path = item == kNoItem ? "?" : text.of_item(hive, tree, item);
+  for (auto row = chain.rows.rbegin(); row != chain.rows.rend(); ++row) {
+    path += '\\';
+    text.add_name(hive, records.keys[*row], path);
+  }
+  return path;
+}
+
+std::string PathOf(const HiveImage& hive, const KeyTree& tree, const FreedRecords& records,
+                   uint32_t position, const PathText& text) {
+  if (position == kNoOffset) return {};
+  const FreedKey* key = FreedKeyAt(records, position);
+  if (key != nullptr) {
+    const auto row = static_cast<uint32_t>(key - records.keys.data());
+    return PathOfChain(hive, tree, records, ChainOf(records, row), text);
+  }
+  const uint32_t item = ItemOfPosition(tree, position);
+  return item == kNoItem ? "" : text.of_item(hive, tree, item);
+}
+
+void AddShift(uint32_t shift, std::string& words) {
+  if (shift != 0) words += ", " + ShiftWords(shift);
+}
+
+const char* WordsOf(FreedPlace place) {
+  constexpr const char* kWords[] = {"free cell", "inside a free cell", "behind a record",
+                                    "outside cells"};
+  static_assert(std::size(kWords) == static_cast<size_t>(FreedPlace::kNoCell) + 1);
+  return kWords[static_cast<size_t>(place)];
+}
+
+}  // namespace
+
+std::string ShiftWords(uint32_t shift) {
+  if (shift == 0) return {};
+  const bool less = shift > INT32_MAX;
+  char text[80];
+  std::snprintf(text, sizeof(text), "offsets are those of an earlier state of the hive: 0x%X %s",
+                less ? 0U - shift : shift, less ? "less" : "more");
+  return text;
+}
+
+std::string FreedPlaceWords(const FreedRecords&, const FreedKey& key) {
+  std::string words = WordsOf(key.place);
+  if (key.bond == FreedBond::kUsedAgain) words += ", parent's place was used again";
+  if (key.bond == FreedBond::kNotConfirmed) words += ", not confirmed";
+  AddShift(key.shift, words);
+  return words;
+}
+
+std::string FreedPlaceWords(const FreedRecords& records, const FreedValue& value) {
+  std::string words = WordsOf(value.place);
+  const FreedKey* key = FreedKeyAt(records, value.key);
+  if (value.bond == FreedBond::kUsedAgain) {
+    words += ", ruled out by the marks of the key at " + HexNumber(value.ruled_out);
+    words += " whose list names it";
+  }
+  if (key != nullptr && key->bond == FreedBond::kNotConfirmed) words += ", not confirmed";
+  AddShift(value.shift, words);
+  return words;
+}
+
+std::string FreedKeyName(const HiveImage& hive, const FreedKey& key) {
+  std::string name;
+  AddNarrowName(hive, key, name);
+  return name;
+}
+
+bool IsFreedBelow(const KeyTree& tree, const FreedRecords& records, uint32_t key_position,
+                  uint32_t item) {
+  if (item == 0) return true;
+  const FreedKey* key = FreedKeyAt(records, key_position);
+  for (uint32_t level = 0; key != nullptr && level < kDeepest; ++level) {
+    key_position = key->parent;
+    key = key->parent_row == kNoItem ? nullptr : &records.keys[key->parent_row];
+  }
+  const uint32_t top = ItemOfPosition(tree, key_position);
+  return top != kNoItem && top >= item && top < tree.items[item].end;
+}
+
+const std::string& FreedPathWalker::PathOf(uint32_t key_position) {
+  const FreedKey* key = FreedKeyAt(records_, key_position);
+  if (key == nullptr) {
+    last_ = {kNoItem, 0, FreedPath(hive_, tree_, records_, key_position)};
+    return last_.path;
+  }
+  const auto row = static_cast<uint32_t>(key - records_.keys.data());
+  if (row == last_.row) return last_.path;
+  const size_t room = RoomFor(*key);
+  const uint32_t above = key->parent_row;
+  if (above != kNoItem && above == last_.row) std::swap(last_, parent_);
+  if (above != kNoItem && above == parent_.row && parent_.room + room <= kPathLimit) {
+    last_.row = row;
+    last_.room = parent_.room + room;
+    last_.path.assign(parent_.path).append("\\");
+    AddNarrowName(hive_, *key, last_.path);
+    return last_.path;
+  }
+  const Chain chain = ChainOf(records_, row);
+  const PathText text = {ItemPath, AddNarrowName};
+  last_ = {chain.whole ? row : kNoItem, chain.room,
+           PathOfChain(hive_, tree_, records_, chain, text)};
+  parent_ = Known();
+  if (chain.whole && above != kNoItem) {
+    const size_t name = FreedKeyName(hive_, *key).size() + 1;
+    parent_ = {above, chain.room - room, last_.path.substr(0, last_.path.size() - name)};
+  }
+  return last_.path;
+}
+
+std::string FreedPath(const HiveImage& hive, const KeyTree& tree, const FreedRecords& records,
+                      uint32_t key_position) {
+  return PathOf(hive, tree, records, key_position, {ItemPath, AddNarrowName});
+}
+
+std::string FreedPathUtf8(const HiveImage& hive, const KeyTree& tree, const FreedRecords& records,
+                          uint32_t key_position) {
+  return PathOf(hive, tree, records, key_position, {Utf8PathOfItem, AddUtf8Name});
+}
+
+}  // namespace hivequarry

@@ -1,0 +1,201 @@
+#include "recovery/freed_uses.h"
+
+#include <algorithm>
+
+#include "hive/cells.h"
+#include "hive/key_node.h"
+#include "hive/value_key.h"
+#include "host/long_operation.h"
+
+namespace hivequarry {
+namespace {
+
+constexpr uint32_t kStopPollMask = 0xFF;
+constexpr uint32_t kSizeField = 4;
+
+// Entries of a key's value list: [begin, end) are positions.
+struct EntryRange {
+  uint32_t begin = 0;
+  uint32_t end = 0;
+  uint32_t key = 0;
+};
+
+struct Collecting {
+  const HiveImage& hive;
+  FreedUses uses = {};
+  std::vector<EntryRange> listed = {};  // what the lists name
+  std::vector<EntryRange> rests = {};   // what stands after their ends
+};
+
+HostCell* FindHost(FreedUses& uses, uint32_t cell) {
+  const auto at = std::ranges::lower_bound(uses.hosts, cell, {}, &HostCell::position);
+  return at != uses.hosts.end() && at->position == cell ? &*at : nullptr;
+}
+
+void NoteCell(FreedUses& uses, uint32_t cell, uint64_t bytes) {
+  HostCell* host = FindHost(uses, cell);
+  if (host == nullptr) return;
+  host->used = std::max(host->used, static_cast<uint32_t>(std::min<uint64_t>(bytes, UINT32_MAX)));
+}
+
+// The data of a "db" cell: its list, and each segment for as much as the value has in it.
+void NoteSegments(const HiveImage& hive, uint32_t cell, uint32_t length, FreedUses& uses) {
+  constexpr uint32_t kListOffset = 8;
+  const uint32_t list = ReadOffset(hive, cell + kListOffset);
+  const uint32_t count = (length + kBigDataSegment - 1) / kBigDataSegment;
+  NoteCell(uses, list, kSizeField + 4 * uint64_t{count});
+  for (uint32_t i = 0; i < count && InCellBounds(hive, list + kSizeField + 4 * i); ++i) {
+    const uint32_t segment = ReadOffset(hive, list + kSizeField + 4 * i);
+    NoteCell(uses, segment, kSizeField + std::min(length - kBigDataSegment * i, kBigDataSegment));
+  }
+}
+
+// Data too long to be read are in use as well.
+void NoteData(const HiveImage& hive, uint32_t position, FreedUses& uses) {
+  const ValueKey value =
+      ReadStoredValueKey(hive, position, ValueRead::kFields, kMaxValueData, nullptr);
+  const bool none = value.status == ValueStatus::kEmpty || value.status == ValueStatus::kNotAValue;
+  if (none || value.inline_data || !hive.data_base_proven) return;
+  const uint32_t cell = ReadOffset(hive, position + kValueDataOffset);
+  const uint64_t needed = kSizeField + uint64_t{value.data_length};
+  NoteCell(uses, cell, needed);
+  const bool big = needed > CellLength(ReadU32(hive, cell)) &&
+                   ReadU16(hive, cell + kSizeField) == kSignatureDb &&
+                   value.data_length < kMaxValueData;
+  if (big) NoteSegments(hive, cell, value.data_length, uses);
+}
+
+void NoteType(const HiveImage& hive, uint32_t position, FreedUses& uses) {
+  const uint32_t type = ReadU32(hive, position + kValueType);
+  const auto at = std::ranges::lower_bound(uses.odd_types, type);
+  const bool used = at != uses.odd_types.end() && *at == type &&
+                    ReadU16(hive, position + kSizeField) == kSignatureVk;
+  if (used) uses.odd_types_used[static_cast<size_t>(at - uses.odd_types.begin())] = true;
+}
+
+void NoteValue(const HiveImage& hive, uint32_t position, FreedUses& uses) {
+  if (ContainsPosition(uses.named, position)) return;
+  InsertPosition(uses.named, position);
+  if (!uses.hosts.empty()) NoteData(hive, position, uses);
+  if (!uses.odd_types.empty()) NoteType(hive, position, uses);
+}
+
+// Entries to where the list's cell ends, or the image where that is not known.
+void NoteLists(Collecting& collecting, uint32_t key) {
+  const HiveImage& hive = collecting.hive;
+  if (!HasValueList(hive, key)) return;
+  const uint32_t list = ValueListOf(hive, key);
+  if (list % 4 != 0 || !InCellBounds(hive, list)) return;
+  const uint32_t size = ReadU32(hive, list);
+  const uint32_t length = CellLength(size);
+  const bool credible =
+      IsAllocated(size) && length % 8 == 0 && length >= 8 && InsideHive(hive, list, length);
+  const uint32_t first = list + kSizeField;
+  const uint32_t room = ((credible ? length : hive.length - list) - kSizeField) / 4;
+  const uint32_t count = std::min(ReadU32(hive, key + kKeyValueCount), room);
+  const uint32_t end = first + 4 * count;
+  NoteCell(collecting.uses, list, kSizeField + 4 * uint64_t{count});
+  collecting.listed.push_back({first, end, key});
+  if (credible && count < room) collecting.rests.push_back({end, first + 4 * room, key});
+}
+
+// Calls `visit` with each entry's value and the first of the keys with that entry.
+template <typename Visit>
+void VisitEntries(const HiveImage& hive, std::vector<EntryRange>& ranges, const Visit& visit) {
+  std::ranges::stable_sort(ranges, {}, &EntryRange::begin);
+  uint32_t covered = 0;
+  uint32_t steps = 0;
+  for (const EntryRange& range : ranges) {
+    if ((++steps & kStopPollMask) == 0 && StopRequested()) return;
+    for (uint32_t field = std::max(range.begin, covered); field < range.end; field += 4) {
+      if ((field & 0xFFFC) == 0 && StopRequested()) return;
+      const uint32_t value = ReadOffset(hive, field);
+      if (value != kNoOffset && InCellBounds(hive, value)) visit(value, range.key);
+    }
+    covered = std::max(covered, range.end);
+  }
+}
+
+void NoteKeys(Collecting& collecting, const KeyTree& tree) {
+  const HiveImage& hive = collecting.hive;
+  uint32_t steps = 0;
+  for (const KeyItem& item : tree.items) {
+    if ((++steps & kStopPollMask) == 0 && StopRequested()) return;
+    const bool is_key = item.kind == ItemKind::kKey || item.kind == ItemKind::kRoot;
+    if (!is_key || (item.marks & kVirtualMarks) != 0 || item.position == kNoOffset) continue;
+    NoteLists(collecting, item.position);
+    const uint32_t class_name = ReadOffset(hive, item.position + kKeyClassName);
+    const uint32_t length = ReadU16(hive, item.position + kKeyClassNameLength);
+    if (!collecting.uses.hosts.empty()) {
+      NoteCell(collecting.uses, class_name, kSizeField + uint64_t{length});
+    }
+  }
+}
+
+void NoteValues(Collecting& collecting, const KeyTree& tree) {
+  const HiveImage& hive = collecting.hive;
+  FreedUses& uses = collecting.uses;
+  VisitEntries(hive, collecting.listed,
+               [&](uint32_t value, uint32_t) { NoteValue(hive, value, uses); });
+  uint32_t steps = 0;
+  for (const uint32_t value : tree.disconnected_value_positions) {
+    if ((++steps & kStopPollMask) == 0 && StopRequested()) return;
+    NoteValue(hive, value, uses);
+  }
+  PositionIndex taken;
+  ResetIndex(taken, hive.length);
+  VisitEntries(hive, collecting.rests, [&](uint32_t value, uint32_t key) {
+    if (!ContainsPosition(uses.candidates, value) || ContainsPosition(taken, value)) return;
+    InsertPosition(taken, value);
+    uses.former.push_back({value, key});
+  });
+}
+
+// Candidates come ascending, so those of one host follow one another.
+void TakeCandidates(const HiveImage& hive, std::span<const FreedCandidate> candidates,
+                    FreedUses& uses) {
+  for (const FreedCandidate& candidate : candidates) {
+    if (!candidate.key) InsertPosition(uses.candidates, candidate.position);
+    const bool hosted = candidate.host != kNoOffset;
+    if (hosted && (uses.hosts.empty() || uses.hosts.back().position != candidate.host)) {
+      uses.hosts.push_back({candidate.host, 0});
+    }
+    if (candidate.odd_type) {
+      uses.odd_types.push_back(ReadU32(hive, candidate.position + kValueType));
+    }
+  }
+  std::ranges::sort(uses.odd_types);
+  const auto rest = std::ranges::unique(uses.odd_types);
+  uses.odd_types.erase(rest.begin(), rest.end());
+  uses.odd_types_used.resize(uses.odd_types.size());
+}
+
+bool IsTypeUsed(const HiveImage& hive, const FreedCandidate& candidate, const FreedUses& uses) {
+  const uint32_t type = ReadU32(hive, candidate.position + kValueType);
+  const auto at = std::ranges::lower_bound(uses.odd_types, type);
+  return uses.odd_types_used[static_cast<size_t>(at - uses.odd_types.begin())];
+}
+
+}  // namespace
+
+FreedUses CollectFreedUses(const HiveImage& hive, const KeyTree& tree,
+                           std::span<const FreedCandidate> candidates) {
+  Collecting collecting{hive};
+  if (candidates.empty()) return {};
+  ResetIndex(collecting.uses.candidates, hive.length);
+  ResetIndex(collecting.uses.named, hive.length);
+  TakeCandidates(hive, candidates, collecting.uses);
+  NoteKeys(collecting, tree);
+  NoteValues(collecting, tree);
+  return std::move(collecting.uses);
+}
+
+bool IsFreed(const HiveImage& hive, const FreedCandidate& candidate, const FreedUses& uses) {
+  if (candidate.odd_type && !IsTypeUsed(hive, candidate, uses)) return false;
+  if (!candidate.key && ContainsPosition(uses.named, candidate.position)) return false;
+  if (candidate.host == kNoOffset) return true;
+  const auto host = std::ranges::lower_bound(uses.hosts, candidate.host, {}, &HostCell::position);
+  return candidate.position >= host->position + uint64_t{host->used};
+}
+
+}  // namespace hivequarry

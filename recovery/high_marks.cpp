@@ -1,0 +1,39 @@
+#include "recovery/high_marks.h"
+
+#include "hive/key_node.h"
+#include "hive/value_key.h"
+
+namespace hivequarry {
+namespace {
+
+constexpr uint16_t kNarrowKeyName = 0x20;  // flags: the name is stored as single bytes
+constexpr uint16_t kNarrowValueName = 0x01;
+
+// Of a name of so many bytes as UTF-16.
+uint32_t WideLength(uint32_t stored, bool wide) { return wide ? stored : 2 * stored; }
+
+uint32_t DataLength(const HiveImage& hive, uint32_t value) {
+  constexpr uint32_t kInline = 0x80000000;
+  return ReadU32(hive, value + kValueDataLength) & ~kInline;
+}
+
+}  // namespace
+
+MarkVerdict SubkeyVerdict(const HiveImage& hive, uint32_t parent, uint32_t subkey) {
+  const uint32_t longest = ReadU16(hive, parent + kKeyLongestSubkey);
+  const bool wide = (ReadU16(hive, subkey + kKeyFlags) & kNarrowKeyName) == 0;
+  const uint32_t name = WideLength(ReadU16(hive, subkey + kKeyNameLength), wide);
+  if (ReadU32(hive, parent + kKeySubkeyCount) == 0) return MarkVerdict::kUnproven;
+  return longest < name ? MarkVerdict::kRuledOut : MarkVerdict::kAllowed;
+}
+
+MarkVerdict ValueVerdict(const HiveImage& hive, uint32_t key, uint32_t value) {
+  if (ReadU32(hive, key + kKeyValueCount) == 0) return MarkVerdict::kUnproven;
+  const bool wide = (ReadU16(hive, value + kValueFlags) & kNarrowValueName) == 0;
+  const uint32_t name = WideLength(ReadU16(hive, value + kValueNameLength), wide);
+  const bool allowed = ReadU32(hive, key + kKeyLongestValueName) >= name &&
+                       ReadU32(hive, key + kKeyLargestData) >= DataLength(hive, value);
+  return allowed ? MarkVerdict::kAllowed : MarkVerdict::kRuledOut;
+}
+
+}  // namespace hivequarry

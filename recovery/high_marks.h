@@ -1,0 +1,27 @@
+// The high-water marks of a key: how long the names of its subkeys, and the names and data of its
+// values, have been at most. They grow with each of them and go back to 0 when the last one goes,
+// so that a key which still has some cannot have had one beyond its marks in that time.
+#pragma once
+
+#include <cstdint>
+
+#include "hive/image.h"
+
+namespace hivequarry {
+
+// Offsets of the fields from the start of the cell; each counts bytes, of names as UTF-16.
+inline constexpr uint32_t kKeyLongestSubkey = 56;  // 16 bits
+inline constexpr uint32_t kKeyLongestValueName = 64;
+inline constexpr uint32_t kKeyLargestData = 68;
+
+enum class MarkVerdict : uint8_t {
+  kAllowed,   // the marks leave room for it
+  kUnproven,  // the key has none left, and its marks say nothing
+  kRuledOut,  // the key has some, and none was ever as long
+};
+
+// Whether the key whose cell stands at `parent` may have had the key, or the value, at a position.
+MarkVerdict SubkeyVerdict(const HiveImage& hive, uint32_t parent, uint32_t subkey);
+MarkVerdict ValueVerdict(const HiveImage& hive, uint32_t key, uint32_t value);
+
+}  // namespace hivequarry

@@ -1,0 +1,139 @@
+#include "reports/freed_find.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "hive/key_node.h"
+#include "hive/value_text.h"
+#include "host/long_operation.h"
+#include "lists/list_rows.h"
+
+namespace hivequarry {
+namespace {
+
+constexpr const char* kPlaceColumn = "Place";
+
+class FreedSearch {
+ public:
+  FreedSearch(FreedSource& from, const SearchPattern& pattern, OutputList& list)
+      : from_(from), pattern_(pattern), list_(list) {
+    const int place = ColumnCount(list) - 1;
+    details_ = place > 0 && ColumnTitle(list, place - 1) == "Details";
+    key_names_ = pattern.settings.key_names && !pattern.settings.dword;
+    value_names_ = pattern.settings.value_names && !pattern.settings.dword;
+  }
+
+  void VisitKey(const FreedKey& key) {
+    if (!key_names_ || !KeyMatches(key)) return;
+    RowFacts facts;
+    facts.about_key = true;
+    facts.last_write = ReadU64(from_.hive, key.position + kKeyLastWrite);
+    const FreedPathTexts texts = FreedPathTextsOf(from_, key.position);
+    facts.path = texts.lossless;
+    AddHit({texts.path, "", "", "", PositionText(key.position)}, key.position, facts, 0, "",
+           FreedPlaceWords(from_.records, key));
+  }
+
+  void VisitValue(const FreedValue& freed) {
+    const FreedContent content = ReadFreedContent(from_, freed);
+    const ValueKey& value = content.value;
+    if (!ValueMatches(content)) return;
+    const ValueRow row = MakeFreedRow(from_, content);
+    const FreedPathTexts texts = FreedPathTextsOf(from_, freed.key);
+    const std::string name = LosslessName(from_.hive, value);
+    char details[64];
+    std::snprintf(details, sizeof(details), "%Xrk, %dln, %dld",
+                  freed.key == kNoOffset ? 0 : freed.key, int{value.name_length},
+                  static_cast<int>(value.data_length));
+    RowFacts facts;
+    facts.path = texts.lossless;
+    facts.name = name;
+    const std::string key = freed.key == kNoOffset ? std::string() : PositionText(freed.key);
+    AddHit({texts.path, row.name, row.data, row.type, key}, freed.position, facts, row.icon,
+           details, FreedPlaceText(from_, freed, content));
+  }
+
+ private:
+  bool KeyMatches(const FreedKey& key) const {
+    if (MatchName(pattern_, FreedKeyName(from_.hive, key))) return true;
+    return pattern_.settings.hex_mode &&
+           FindExactly(pattern_, ReadRawKeyName(from_.hive, key.position));
+  }
+
+  bool ValueMatches(const FreedContent& content) const {
+    const ValueKey& value = content.value;
+    if (value.status == ValueStatus::kEmpty || value.status == ValueStatus::kNotAValue) {
+      return false;
+    }
+    if (value_names_ && !value.name.empty()) {
+      if (MatchName(pattern_, value.name)) return true;
+      const bool raw = pattern_.settings.hex_mode;
+      if (raw && FindExactly(pattern_, ReadRawValueName(from_.hive, value))) return true;
+    }
+    return pattern_.settings.value_data && value.status == ValueStatus::kRead &&
+           MatchData(pattern_, value.type, content.data);
+  }
+
+  void AddHit(std::vector<std::string> texts, uint32_t position, const RowFacts& facts, int icon,
+              const char* details, std::string place) {
+    if (details_) {
+      texts.push_back(PositionText(from_.hive.base_offset + position));
+      texts.emplace_back(details);
+    }
+    texts.push_back(std::move(place));
+    const std::vector<std::string_view> views(texts.begin(), texts.end());
+    AddListRow(list_, views, position, facts, icon);
+  }
+
+  FreedSource& from_;
+  const SearchPattern& pattern_;
+  OutputList& list_;
+  bool details_ = false, key_names_ = false, value_names_ = false;
+};
+
+}  // namespace
+
+void AddPlaceColumn(OutputList& list) {
+  std::vector<std::string> titles;
+  for (int column = 0; column < ColumnCount(list); ++column) {
+    titles.push_back(ColumnTitle(list, column));
+  }
+  titles.emplace_back(kPlaceColumn);
+  SetColumns(list, std::move(titles));
+}
+
+void SearchFreed(FreedSource& from, uint32_t item, const SearchPattern& pattern, OutputList& list) {
+  FreedSearch search(from, pattern, list);
+  for (const FreedKey& key : from.records.keys) {
+    if (StopRequested()) return;
+    if (IsFreedBelow(from.tree, from.records, key.position, item)) search.VisitKey(key);
+  }
+  const bool values = pattern.settings.value_names || pattern.settings.value_data;
+  for (const FreedValue& value : from.records.values) {
+    if (StopRequested() || !values) return;
+    if (IsFreedBelow(from.tree, from.records, value.key, item)) search.VisitValue(value);
+  }
+}
+
+void ListFreedDates(FreedSource& from, uint32_t item, const KeyDateRange& range, OutputList& list) {
+  for (const FreedKey& key : from.records.keys) {
+    if (StopRequested()) return;
+    if (!IsFreedBelow(from.tree, from.records, key.position, item)) continue;
+    RowFacts facts;
+    facts.about_key = true;
+    facts.last_write = ReadU64(from.hive, key.position + kKeyLastWrite);
+    const KeyDateTime time = KeyDateTimeOf(facts.last_write);
+    if (range.limited && !KeyDateInRange(time, range)) continue;
+    const FreedPathTexts texts = FreedPathTextsOf(from, key.position);
+    facts.path = texts.lossless;
+    AddListRow(list,
+               {KeyDateText(time), texts.path, PositionText(key.position),
+                FreedPlaceWords(from.records, key)},
+               key.position, facts);
+  }
+}
+
+}  // namespace hivequarry

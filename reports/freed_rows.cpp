@@ -1,0 +1,93 @@
+#include "reports/freed_rows.h"
+
+#include <algorithm>
+
+#include "hive/value_text.h"
+#include "host/host.h"
+#include "lists/list_rows.h"
+
+namespace hivequarry {
+namespace {
+
+// Data, with the cell's size before them.
+bool IsFreeAt(const FreedRecords& records, uint32_t data, uint32_t length) {
+  return IsFreeSpace(records.space, data - 4, uint64_t{data} + length);
+}
+
+// The "db" cell, its list, and every segment.
+bool AreSegmentsFree(const FreedSource& from, const ValueKey& value, uint32_t shift) {
+  constexpr uint32_t kBigDataRecord = 12;
+  if (!IsFreeAt(from.records, value.data_position, kBigDataRecord)) return false;
+  const uint32_t list = ReadOffset(from.hive, value.data_position + 4) + 4 - shift;
+  const uint32_t count = (value.data_length + kBigDataSegment - 1) / kBigDataSegment;
+  bool free = IsFreeAt(from.records, list, 4 * count);
+  for (uint32_t i = 0; i < count && free; ++i) {
+    const uint32_t left = value.data_length - i * kBigDataSegment;
+    const uint32_t segment = ReadOffset(from.hive, list + 4 * i) + 4 - shift;
+    free = IsFreeAt(from.records, segment, std::min(left, kBigDataSegment));
+  }
+  return free;
+}
+
+bool IsDataFree(const FreedSource& from, const ValueKey& value, uint32_t shift) {
+  return value.big_data ? AreSegmentsFree(from, value, shift)
+                        : IsFreeAt(from.records, value.data_position, value.data_length);
+}
+
+}  // namespace
+
+FreedSource::FreedSource(const HiveImage& of, const KeyTree& with)
+    : hive(of),
+      tree(with),
+      records(FindFreedRecords(of, with)),
+      budget(MakeDataBudget(of)),
+      paths(of, with, records) {}
+
+FreedPathTexts FreedPathTextsOf(FreedSource& from, uint32_t key_position) {
+  FreedPathTexts texts;
+  texts.path = from.paths.PathOf(key_position);
+  // The mark of an unknown parent is no character that was lost.
+  const std::string_view names = texts.path;
+  if (IsPlainText(names.substr(names.starts_with("?\\") ? 1 : 0))) return texts;
+  texts.lossless = FreedPathUtf8(from.hive, from.tree, from.records, key_position);
+  if (texts.lossless == Utf8FromNarrow(texts.path)) texts.lossless.clear();
+  return texts;
+}
+
+FreedContent ReadFreedContent(FreedSource& from, const FreedValue& freed) {
+  FreedContent content;
+  ValueKey& value = content.value;
+  value = ReadFreedValue(from.hive, freed.position, freed.shift, from.budget, content.data);
+  content.type = value.type;
+  value.type = PlainType(value.type);
+  const size_t characters = value.flags == 0 ? freed.name_length / 2 : freed.name_length;
+  value.name.resize(std::min(value.name.size(), characters));
+  if (value.status != ValueStatus::kRead || value.inline_data) return content;
+  content.in_use = !IsDataFree(from, value, freed.shift);
+  if (content.in_use && freed.shift != 0) {
+    content.in_use = false;
+    content.data.clear();
+    value.status = ValueStatus::kDataOffset;
+  }
+  return content;
+}
+
+std::string FreedTypeText(const FreedContent& content) {
+  std::string text = TypeName(content.value.type);
+  if (content.type != content.value.type) text += " (" + TypeName(content.type) + ")";
+  return text;
+}
+
+ValueRow MakeFreedRow(const FreedSource& from, const FreedContent& content) {
+  ValueRow row = MakeValueRow(from.hive, content.value, content.data, ValueViewOptions());
+  row.type = FreedTypeText(content);
+  return row;
+}
+
+std::string FreedPlaceText(const FreedSource& from, const FreedValue& freed,
+                           const FreedContent& content) {
+  const std::string words = FreedPlaceWords(from.records, freed);
+  return content.in_use ? words + ", data in use" : words;
+}
+
+}  // namespace hivequarry

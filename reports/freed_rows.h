@@ -1,0 +1,54 @@
+// What lists and scripts show of freed records (recovery/freed_records.h): paths, data, places.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "hive/image.h"
+#include "hive/key_tree.h"
+#include "hive/value_key.h"
+#include "recovery/freed_records.h"
+#include "recovery/item_values.h"
+
+namespace hivequarry {
+
+// The freed records of a hive, found when it is made, and what reading their data may cost.
+struct FreedSource {
+  FreedSource(const HiveImage& of, const KeyTree& with);
+  FreedSource(const FreedSource&) = delete;
+  FreedSource& operator=(const FreedSource&) = delete;
+  const HiveImage& hive;
+  const KeyTree& tree;
+  FreedRecords records;
+  DataBudget budget;
+  FreedPathWalker paths;
+};
+
+// A path, and its lossless UTF-8 form where that says more.
+struct FreedPathTexts {
+  std::string path;
+  std::string lossless;
+};
+// Of a freed key or a key of the tree; empty for kNoOffset.
+FreedPathTexts FreedPathTextsOf(FreedSource& from, uint32_t key_position);
+
+// A freed value as it is shown: by the plain type of a type that has more in its upper half, with
+// the characters of its name that are its own.
+struct FreedContent {
+  ValueKey value;
+  uint32_t type = 0;    // as stored
+  bool in_use = false;  // its data stand where another record's may stand by now
+  std::vector<uint8_t> data;
+};
+// Data that offsets of an earlier state lead to are read from free space alone.
+FreedContent ReadFreedContent(FreedSource& from, const FreedValue& freed);
+
+// "REG_DWORD", with a type that says more behind it: "REG_DWORD (0x20004)".
+std::string FreedTypeText(const FreedContent& content);
+ValueRow MakeFreedRow(const FreedSource& from, const FreedContent& content);
+// The words of its Place column.
+std::string FreedPlaceText(const FreedSource& from, const FreedValue& freed,
+                           const FreedContent& content);
+
+}  // namespace hivequarry

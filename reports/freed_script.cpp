@@ -1,0 +1,233 @@
+#include "reports/freed_script.h"
+
+#include <algorithm>
+#include <string>
+
+#include "hive/key_node.h"
+#include "hive/timestamp.h"
+#include "hive/value_text.h"
+#include "host/host.h"
+#include "host/long_operation.h"
+#include "host/shortfalls.h"
+#include "lists/list_rows.h"
+#include "reports/registry_script.h"
+
+namespace hivequarry {
+namespace {
+
+constexpr char kLineEnd[] = "\r\n";
+constexpr size_t kBufferSize = 64 * 1024;
+
+uint64_t DataLimit(const HiveImage& hive) {
+  constexpr uint64_t kLeast = 1024 * 1024;
+  return kLeast + 2 * uint64_t{hive.length};
+}
+
+// Makes each line from `start` on a comment.
+void CommentOut(std::string& out, size_t start) {
+  std::string lines = "; ";
+  for (const char c : std::string_view(out).substr(start)) {
+    lines += c;
+    if (c == '\n') lines += "; ";
+  }
+  if (lines.ends_with("\n; ")) lines.resize(lines.size() - 2);
+  out.replace(start, std::string::npos, lines);
+}
+
+class FreedWriter {
+ public:
+  FreedWriter(FreedSource& from, const FreedChoice& choice, const TextSink& sink)
+      : from_(from), sink_(sink), data_left_(DataLimit(from.hive)), values_(choice.values) {
+    const std::vector<FreedValue>& all = from.records.values;
+    std::ranges::stable_sort(values_, {}, [&all](uint32_t row) { return all[row].key; });
+  }
+
+  FreedExport Write(const FreedChoice& choice) {
+    out_ +=
+        "REGEDIT4\r\n\r\n; Keys and values that were deleted, from the free space of a hive.\r\n";
+    std::vector<uint32_t> written;  // positions of keys
+    for (const uint32_t row : choice.keys) {
+      if (Ended()) break;
+      const FreedKey& key = from_.records.keys[row];
+      written.push_back(key.position);
+      WriteKey(key);
+    }
+    for (size_t at = 0; at < values_.size() && !Ended();) {
+      const uint32_t key = from_.records.values[values_[at]].key;
+      const bool done = std::ranges::binary_search(written, key);
+      if (!done) WriteOtherKey(key);
+      at += WriteValuesOf(key, !done);
+    }
+    Flush();
+    return result_;
+  }
+
+ private:
+  bool Ended() const { return result_.refused || StopRequested(); }
+
+  void WriteKey(const FreedKey& key) {
+    const uint64_t time = ReadU64(from_.hive, key.position + kKeyLastWrite);
+    Comment("Deleted key at " + PositionText(key.position) + ", " +
+            FreedPlaceWords(from_.records, key) + ", last written " + FormatTimestampChecked(time) +
+            " UTC");
+    if (!WriteKeyLine(key.position)) return;
+    ++result_.keys;
+    WriteValuesOf(key.position, true);
+    if (out_.size() >= kBufferSize) Flush();
+  }
+
+  // Of a key in use, or of one that was not chosen or is not known.
+  void WriteOtherKey(uint32_t key) {
+    Comment(key == kNoOffset ? "Deleted values whose key is not known"
+                             : "Deleted values of the key at " + PositionText(key));
+    WriteKeyLine(key);
+  }
+
+  bool WriteKeyLine(uint32_t key) {
+    const std::string line = "[" + ScriptPath(key) + "]";
+    fits_ = line.size() <= kMaxScriptPath;
+    if (fits_) {
+      out_.append(line).append(kLineEnd);
+    } else {
+      ++result_.skipped;
+      Comment("Left out, as its path is too long");
+    }
+    return fits_;
+  }
+
+  // The tree's paths begin with its root's text. A script names the root in full, and nothing
+  // before the folder of what is not connected, nor before what has no known parent.
+  std::string ScriptPath(uint32_t key) {
+    std::string path = key == kNoOffset ? "?" : from_.paths.PathOf(key);
+    for (char& c : path) {
+      if (c == '\r' || c == '\n' || c == '\0') c = '?';
+    }
+    const KeyTree& tree = from_.tree;
+    const std::string root = ItemName(from_.hive, tree, 0);
+    const uint32_t folder = tree.disconnected_keys;
+    const bool apart = folder != kNoItem && IsFreedBelow(tree, from_.records, key, folder);
+    if (path.starts_with("?") || !path.starts_with(root)) return path;
+    path.erase(0, root.size());
+    return apart ? path.substr(std::min<size_t>(1, path.size())) : ScriptRoot(from_.hive) + path;
+  }
+
+  // How many values the key has among the chosen ones.
+  size_t WriteValuesOf(uint32_t key, bool write) {
+    const std::vector<FreedValue>& all = from_.records.values;
+    const auto of_key =
+        std::ranges::equal_range(values_, key, {}, [&all](uint32_t row) { return all[row].key; });
+    for (const uint32_t row : of_key) {
+      if (Ended() || !write) break;
+      WriteValue(all[row]);
+    }
+    if (write) out_ += kLineEnd;
+    return of_key.size();
+  }
+
+  void WriteValue(const FreedValue& freed) {
+    const FreedContent content = ReadFreedContent(from_, freed);
+    const ValueKey& value = content.value;
+    const std::string where = "Deleted value at " + PositionText(freed.position) + ", " +
+                              FreedPlaceText(from_, freed, content);
+    if (value.status == ValueStatus::kRead && content.data.size() > data_left_) {
+      NoteShortfall(Shortfall::kValueData);
+      return Skip(where, "too much has been written");
+    }
+    if (value.status != ValueStatus::kRead) return Skip(where, "its data are not there");
+    Comment(where + (content.in_use ? ": what follows may be another record's" : ""));
+    const size_t start = out_.size();
+    if (!FormatScriptValue(value.name, content.type, content.data, out_)) {
+      return Skip(where, "its name is too long");
+    }
+    data_left_ -= content.data.size();
+    if (content.in_use || !fits_) CommentOut(out_, start);
+    ++result_.values;
+    result_.doubted += content.in_use;
+    if (out_.size() >= kBufferSize) Flush();
+  }
+
+  void Skip(const std::string& where, const char* why) {
+    ++result_.skipped;
+    Comment(where + ": left out, as " + why);
+  }
+
+  void Comment(const std::string& text) { out_.append("; ").append(text).append(kLineEnd); }
+
+  void Flush() {
+    if (!result_.refused && !out_.empty()) result_.refused = !sink_(out_);
+    out_.clear();
+  }
+
+  FreedSource& from_;
+  const TextSink& sink_;
+  uint64_t data_left_;            // bytes that may be written still
+  std::vector<uint32_t> values_;  // rows, by key
+  FreedExport result_;
+  std::string out_;
+  bool fits_ = true;  // the key line could be written
+};
+
+// A chosen freed key, or one below it.
+std::vector<bool> WithThoseBelow(const FreedRecords& records, const std::vector<bool>& chosen) {
+  constexpr uint32_t kDeepest = 512;
+  std::vector<bool> all = chosen;
+  for (size_t row = 0; row < chosen.size(); ++row) {
+    if (row % 256 == 0 && StopRequested()) break;
+    uint32_t above = records.keys[row].parent_row;
+    for (uint32_t level = 0; above != kNoItem && level < kDeepest && !all[row]; ++level) {
+      all[row] = chosen[above];
+      above = records.keys[above].parent_row;
+    }
+  }
+  return all;
+}
+
+uint32_t RowOfKey(const FreedRecords& records, uint32_t position) {
+  const FreedKey* key = FreedKeyAt(records, position);
+  return key == nullptr ? kNoItem : static_cast<uint32_t>(key - records.keys.data());
+}
+
+}  // namespace
+
+FreedChoice ChooseFreed(const FreedRecords& records, std::span<const uint32_t> positions,
+                        FreedScope scope) {
+  std::vector<bool> keys(records.keys.size());
+  std::vector<bool> values(records.values.size());
+  for (const uint32_t position : positions) {
+    const uint32_t row = RowOfKey(records, position);
+    const FreedValue* value = FreedValueAt(records, position);
+    if (row != kNoItem) keys[row] = true;
+    if (value != nullptr) values[static_cast<size_t>(value - records.values.data())] = true;
+  }
+  if (scope == FreedScope::kBranches) keys = WithThoseBelow(records, keys);
+  FreedChoice choice;
+  for (uint32_t row = 0; row < keys.size(); ++row) {
+    if (keys[row]) choice.keys.push_back(row);
+  }
+  for (uint32_t row = 0; row < values.size(); ++row) {
+    const uint32_t key = RowOfKey(records, records.values[row].key);
+    if (values[row] || (key != kNoItem && keys[key])) choice.values.push_back(row);
+  }
+  return choice;
+}
+
+FreedChoice ChooseFreedBelow(const KeyTree& tree, const FreedRecords& records, uint32_t item) {
+  FreedChoice choice;
+  for (uint32_t row = 0; row < records.keys.size(); ++row) {
+    if (IsFreedBelow(tree, records, records.keys[row].position, item)) choice.keys.push_back(row);
+  }
+  for (uint32_t row = 0; row < records.values.size(); ++row) {
+    if (IsFreedBelow(tree, records, records.values[row].key, item)) choice.values.push_back(row);
+  }
+  return choice;
+}
+
+FreedExport ExportFreed(FreedSource& from, const FreedChoice& choice, const TextSink& sink) {
+  ShowStatus("Exporting ...");
+  FreedWriter writer(from, choice, sink);
+  const FreedExport written = writer.Write(choice);
+  ShowStatus("Done.");
+  return written;
+}
+
+}  // namespace hivequarry
