@@ -1,5 +1,9 @@
 #include "live/file_protection.h"
 
+#include <cstdio>
+#include <filesystem>
+#include <vector>
+
 #include "host/files.h"
 #include "host/host.h"
 #include "live/registry.h"
@@ -24,6 +28,26 @@ std::span<const uint8_t> AdministratorsAlone() { return kDescriptor; }
 bool ProtectFile(const std::string& file) {
   const std::u16string name = WideFromUtf8(FullName(file));
   return CurrentRegistry().protect_file(name.c_str(), kDescriptor) == kRegistryDone;
+}
+
+bool CopyProtected(const std::string& from, const std::string& to) {
+  int error = 0;
+  std::FILE* const source = OpenFile(from, "rb", error);
+  std::FILE* const made = source == nullptr ? nullptr : OpenFile(to, "wb", error);
+  bool copied = made != nullptr;
+  if (copied) ProtectFile(to);
+  std::vector<char> piece(1 << 20);
+  while (copied) {
+    const size_t size = std::fread(piece.data(), 1, piece.size(), source);
+    copied = std::ferror(source) == 0 && std::fwrite(piece.data(), 1, size, made) == size;
+    if (size == 0) break;
+  }
+  if (source != nullptr) std::fclose(source);
+  if (made == nullptr) return false;
+  copied = std::fclose(made) == 0 && copied;
+  std::error_code ignored;
+  if (!copied) std::filesystem::remove(FilePath(to), ignored);
+  return copied;
 }
 
 std::string UnprotectedText(const std::string& folder) {

@@ -16,6 +16,10 @@ std::span<const uint8_t> AdministratorsAlone();
 // no rights for one.
 bool ProtectFile(const std::string& file);
 
+// Copies a file to a new place, where it may be written; it is protected while it is still empty,
+// as far as that can be. False with nothing of it left.
+bool CopyProtected(const std::string& from, const std::string& to);
+
 // What is said when it was false for files in a folder.
 std::string UnprotectedText(const std::string& folder);
 

@@ -4,6 +4,7 @@
 #include <cstdio>
 
 #include "hive/timestamp.h"
+#include "host/evidence.h"
 #include "host/files.h"
 #include "host/host.h"
 #include "live/live_keys.h"
@@ -11,6 +12,8 @@
 namespace hivequarry {
 
 int32_t LoadHiveIntoRegistry(const std::u16string& name, const std::string& file) {
+  // The system would write to it.
+  if (IsEvidence(file)) return kRegistryDenied;
   const EnabledPrivilege restore(Privilege::kRestore);
   // Some systems ask for this one as well; whether it is held shows in the answer.
   const EnabledPrivilege backup(Privilege::kBackup);

@@ -11,7 +11,8 @@ namespace hivequarry {
 
 // Mounts a hive file (UTF-8 name) as a subkey of HKEY_USERS, and takes such a key away again; the
 // system then has written what was changed in it. The registry's error code. The restore privilege
-// is enabled for the time of the call alone; a process that has none gets kPrivilegeNotHeld.
+// is enabled for the time of the call alone; a process that has none gets kPrivilegeNotHeld. A file
+// that is kept as evidence is not mounted (kRegistryDenied).
 int32_t LoadHiveIntoRegistry(const std::u16string& name, const std::string& file);
 int32_t UnloadHiveFromRegistry(const std::u16string& name);
 

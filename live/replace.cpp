@@ -127,13 +127,9 @@ bool ReplaceUsers(Replacing& state) {
 }
 
 bool CopyInto(const std::string& from, const std::string& to) {
-  return ChangeFile(to, [&from](const std::string& copy) {
-    std::error_code error;
-    constexpr auto kOver = std::filesystem::copy_options::overwrite_existing;
-    if (!std::filesystem::copy_file(FilePath(from), FilePath(copy), kOver, error)) return false;
-    ProtectFile(copy);  // no worse than the file that it was made of
-    return true;
-  });
+  int error = 0;
+  const std::string copy = NameBeside(to, error);
+  return !copy.empty() && TakePlace(copy, to, CopyProtected(from, copy));
 }
 
 // The boot hive is on the boot drive, and its new file has to be there too. Empty when there is no

@@ -1,6 +1,5 @@
 #include "live/snapshot.h"
 
-#include <algorithm>
 #include <array>
 #include <chrono>
 #include <cstdio>
@@ -22,6 +21,7 @@
 #include "live/backup.h"
 #include "live/empty_hive.h"
 #include "live/file_protection.h"
+#include "live/hive_logs.h"
 #include "live/hive_mounts.h"
 #include "live/live_keys.h"
 
@@ -71,45 +71,6 @@ bool WriteEmptyHive(const std::string& file) {
   FilePointer opened(OpenFile(file, "wb", error));
   if (opened == nullptr || !WriteAt(opened.get(), 0, EmptyHive())) return false;
   return std::fclose(opened.release()) == 0;
-}
-
-// What a system leaves beside a loaded hive: its name and more behind it. With a digit there the
-// hive's name, which ends in a number of this program's own making, is that of another hive.
-bool IsLog(std::string_view name, std::string_view hive) {
-  constexpr std::string_view kEnds[] = {".LOG", ".LOG1", ".LOG2", ".blf", ".regtrans-ms"};
-  if (name.size() <= hive.size() || !name.starts_with(hive)) return false;
-  const std::string_view rest = name.substr(hive.size());
-  if (rest[0] >= '0' && rest[0] <= '9') return false;
-  return std::ranges::any_of(kEnds, [&](std::string_view end) {
-    return rest.size() >= end.size() &&
-           EqualIgnoringCase(rest.substr(rest.size() - end.size()), end);
-  });
-}
-
-// The whole names (UTF-8) of the log files beside a hive.
-std::vector<std::string> LogsOf(const std::string& hive) {
-  const fs::path path = FilePath(hive);
-  const std::u8string name = path.filename().u8string();
-  std::vector<std::string> found;
-  std::error_code error;
-  for (fs::directory_iterator at(path.parent_path(), error); !error && at != end(at);
-       at.increment(error)) {
-    const std::u8string each = at->path().filename().u8string();
-    const auto text = [](const std::u8string& t) { return std::string(t.begin(), t.end()); };
-    if (IsLog(text(each), text(name))) found.push_back(hive + text(each).substr(name.size()));
-  }
-  std::ranges::sort(found);
-  return found;
-}
-
-// All that the system wrote to the hive is in its file: the numbers of the last write's beginning
-// and of its end are the same. Else a part of it is in the log files alone.
-bool IsSettled(const std::string& hive) {
-  int error = 0;
-  const FilePointer opened(OpenFile(hive, "rb", error));
-  uint8_t numbers[8] = {};
-  return opened != nullptr && ReadFileBytes(opened.get(), 4, numbers, 8) == 8 &&
-         LoadU32(numbers) == LoadU32(numbers + 4);
 }
 
 // Beside the place, with nothing there yet that a system would take for the hive's logs.

@@ -9,8 +9,11 @@
 #include <fstream>
 
 #include "hive/root_path.h"
+#include "host/evidence.h"
+#include "host/files.h"
 #include "host/long_operation.h"
 #include "live/empty_hive.h"
+#include "live/hive_logs.h"
 #include "live/hive_mounts.h"
 #include "tests/support/hive_builder.h"
 #include "tests/support/memory_hives.h"
@@ -21,6 +24,7 @@
 namespace hivequarry::testing {
 namespace {
 
+namespace fs = std::filesystem;
 using namespace std::string_literals;
 
 // Everything of a branch in lines, whatever its own name.
@@ -109,6 +113,41 @@ TEST_F(SnapshotTest, LoadsAndUnloadsWithThePrivilegeForThatTimeAlone) {
   EXPECT_TRUE(registry_.enabled.empty());
   registry_.privileges.clear();
   EXPECT_EQ(LoadHiveIntoRegistry(u"Mine", file.name()), kPrivilegeNotHeld);
+}
+
+TEST_F(SnapshotTest, AnOpenHiveIsNotLoadedAndItsCopyLiesElsewhereWithItsLogs) {
+  const fs::path folder = FilePath(folder_.folder());
+  const std::string hive = folder_.folder() + "/Ntuser.dat";
+  std::ofstream(hive) << "hive";
+  std::ofstream(folder / "ntuser.dat.LOG1") << "log";
+  std::ofstream(folder / "Ntuser.dat.log1.old") << "no log of it";
+  fs::permissions(FilePath(hive), fs::perms::owner_read);
+  KeepEvidence(hive);
+  EXPECT_EQ(LoadHiveIntoRegistry(u"Mine", hive), kRegistryDenied);
+  EXPECT_TRUE(registry_.At(u"HKU").keys.empty());
+  ReleaseEvidence(hive);
+
+  fs::create_directory(folder / "copies");
+  const std::string copies = folder_.folder() + "/copies";
+  EXPECT_EQ(NameForCopy(hive, folder_.folder() + "/none"), "");
+  const std::string copy = NameForCopy(hive, copies);
+  EXPECT_EQ(copy, copies + "/Ntuser.dat.copy");
+  EXPECT_EQ(CopyHiveWithLogs(hive, copy), "");
+  EXPECT_EQ(ContentOf(copy) + ContentOf(copy + ".LOG1"), "hivelog");
+  EXPECT_EQ(registry_.protected_files.size(), 2U);
+  std::ofstream(copy) << "changed";
+  EXPECT_EQ(ContentOf(copy), "changed") << "the copy may be written";
+  // Logs that are there belong to another hive.
+  EXPECT_EQ(CopyHiveWithLogs(hive, copy), "Log file " + copy + ".LOG1 of another hive is there !");
+  fs::remove(FilePath(copy));
+  EXPECT_EQ(NameForCopy(hive, copies), copy + "2");
+  EXPECT_EQ(CopyHiveWithLogs(hive, folder_.folder() + "/copies/../x"),
+            "The folder of " + hive + " stays as it is: choose another one for the copy !");
+  EXPECT_EQ(CopyHiveWithLogs(hive, folder_.folder() + "/none/x"),
+            "Could Not Open or Create File " + folder_.folder() + "/none/x");
+  EXPECT_EQ(CopyHiveWithLogs(folder_.folder() + "/none", copies + "/y"),
+            "Could Not Open or Create File " + copies + "/y");
+  EXPECT_FALSE(fs::exists(FilePath(copies + "/y")) || fs::exists(FilePath(copies + "/y.tmp~1")));
 }
 
 TEST_F(SnapshotTest, TakesTheFirstTemporaryKeyThatIsFree) {

@@ -17,7 +17,8 @@ constexpr size_t kLongestName = 32768;
 
 FileChoice AskFile(const FileRequest& request, bool save) {
   const ModalTurn turn(request.owner);
-  std::wstring name(kLongestName, L'\0');
+  std::wstring name = WideName(request.name);
+  name.resize(kLongestName, L'\0');
   // A folder at the root of a drive has lost its separator.
   const std::wstring folder = request.folder.empty() ? L"" : WideName(request.folder + "\\");
   OPENFILENAMEW dialog{};

@@ -16,6 +16,7 @@ struct FileRequest {
   const wchar_t* extension = L"";
   bool ask_to_replace = false;
   std::string folder;  // UTF-8, to begin with; empty: the system's choice
+  std::string name;    // UTF-8, proposed; empty: none
 };
 struct FileChoice {
   std::string name;  // UTF-8; empty: cancelled, or the dialog failed

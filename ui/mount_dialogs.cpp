@@ -1,11 +1,16 @@
 #include "ui/mount_dialogs.h"
 
+#include <filesystem>
 #include <memory>
 #include <string>
 #include <utility>
 
+#include "host/evidence.h"
+#include "host/files.h"
 #include "host/host.h"
+#include "live/hive_logs.h"
 #include "live/hive_mounts.h"
+#include "live/live_hives.h"
 #include "reports/search.h"
 #include "ui/dialog_layout.h"
 #include "ui/help.h"
@@ -15,6 +20,7 @@
 #include "ui/modal.h"
 #include "ui/resource.h"
 #include "ui/search_commands.h"
+#include "ui/system_facts.h"
 #include "ui/text.h"
 #include "ui/work.h"
 
@@ -37,6 +43,7 @@ struct MountDialog {
   bool load;
   HWND dialog = nullptr;
   bool busy = false;
+  std::string trouble;  // of the worker's copying
 };
 
 INT_PTR OnStart(MountDialog& state) {
@@ -70,8 +77,14 @@ void SetBusy(MountDialog& state, bool busy) {
   if (!busy) SetFocus(GetDlgItem(state.dialog, kMountKey));
 }
 
-void TakeAnswer(MountDialog& state, int32_t error) {
+// A copy that could not be loaded stays, and is what the user tries again with.
+void TakeAnswer(MountDialog& state, const std::string& file, int32_t error) {
   SetBusy(state, false);
+  if (!state.trouble.empty()) {
+    ShowMessage(state.trouble.c_str(), kProgramName, Icon::kStop);
+    return;
+  }
+  if (state.load) SetDlgItemTextW(state.dialog, kMountFile, WideName(file).c_str());
   if (error == kRegistryDone) {
     EndDialog(state.dialog, IDOK);
     return;
@@ -82,20 +95,63 @@ void TakeAnswer(MountDialog& state, int32_t error) {
   ShowMessage((failure + code).c_str(), kProgramName, Icon::kStop);
 }
 
-// A large hive takes the registry seconds to read or to write.
-void OnOk(MountDialog& state) {
-  const std::string name = ControlUtf8(state.dialog, kMountKey);
-  const std::string file = state.load ? ControlFileName(state.dialog, kMountFile) : std::string();
-  if (name.empty() || (state.load && file.empty())) return;
-  if (state.load) LastMount() = name;
+// Where to put a copy: not beside the hive, whose folder is evidence as well.
+std::string ProposedCopy(const std::string& hive) {
+  std::error_code error;
+  const std::filesystem::path temporary = std::filesystem::temp_directory_path(error);
+  const bool same =
+      std::filesystem::equivalent(temporary, FilePath(FullName(hive)).parent_path(), error);
+  const std::u8string text = temporary.u8string();
+  const std::string folder(text.begin(), text.end());
+  return NameForCopy(hive, same ? TheProgram().facts.documents : WithoutEndSeparators(folder));
+}
+
+// The file that the user wants a copy of an open hive to be; empty for none.
+std::string AskForCopy(const MountDialog& state, const std::string& hive) {
+  const std::string question = hive +
+                               " is open in this program, and the system would write to it.\r\n"
+                               "Load a copy ?";
+  if (ShowMessage(question.c_str(), kProgramName, Icon::kQuestion, Buttons::kYesNo) !=
+      Answer::kYes) {
+    return {};
+  }
+  FileRequest request;
+  request.owner = state.dialog;
+  request.title = L"Copy of the hive, to be loaded";
+  request.filter = L"All files (*.*)\0*.*\0";
+  request.name = ProposedCopy(hive);
+  const std::string place = TheListDialogs().save(request).name;
+  const bool wanted = !FileExists(place) || TheListDialogs().replace(state.dialog, place);
+  return wanted ? place : std::string();
+}
+
+// A large hive takes the registry seconds to read or to write. `original` is copied first; empty:
+// nothing is.
+void StartMounting(MountDialog& state, const std::string& name, const std::string& file,
+                   const std::string& original) {
   const auto error = std::make_shared<int32_t>(kRegistryDone);
   const bool started = StartWork(
       state.window, kOperationMount,
-      [error, name = WideFromUtf8(name), file] {
+      [&state, error, name = WideFromUtf8(name), file, original] {
+        state.trouble = original.empty() ? std::string() : CopyHiveWithLogs(original, file);
+        if (!state.trouble.empty()) return;
         *error = file.empty() ? UnloadHiveFromRegistry(name) : LoadHiveIntoRegistry(name, file);
       },
-      [&state, error] { TakeAnswer(state, *error); });
+      [&state, error, file] { TakeAnswer(state, file, *error); });
   if (started) SetBusy(state, true);
+}
+
+void OnOk(MountDialog& state) {
+  const std::string name = ControlUtf8(state.dialog, kMountKey);
+  std::string file = state.load ? ControlFileName(state.dialog, kMountFile) : std::string();
+  if (name.empty() || (state.load && file.empty())) return;
+  std::string original;
+  if (IsEvidence(file)) {
+    original = std::exchange(file, AskForCopy(state, file));
+    if (file.empty()) return;
+  }
+  if (state.load) LastMount() = name;
+  StartMounting(state, name, file, original);
 }
 
 INT_PTR Route(MountDialog& state, UINT message, WPARAM first, LPARAM) {

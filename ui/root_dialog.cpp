@@ -63,6 +63,10 @@ bool AskRootPath(const MainWindow& window, RootDialog& state) {
 bool ChangeRoot(MainWindow& window, const std::string& doubt) {
   HiveImage& hive = TheHiveTable().slots[static_cast<size_t>(window.slot)];
   RootDialog state{nullptr, hive.root_label.substr(0, hive.root_label_length), doubt};
+  // The profile of whoever sits here is never one key press away.
+  RootSplit split;
+  const bool own = SplitRootPath(state.path, split) && split.short_name == "HKCU";
+  if (own && !doubt.empty()) state.path.clear();
   if (!AskRootPath(window, state)) return false;
   window.load.root_path = state.path;
   SetRootPath(hive, state.path);

@@ -1,6 +1,9 @@
 // Registry scripts written by the window's commands.
+#include "hive/root_path.h"
+#include "tests/window/dialog_fixture.h"
 #include "tests/window/list_fixture.h"
 #include "ui/list_dialogs.h"
+#include "ui/resource.h"
 
 namespace hivequarry::testing {
 namespace {
@@ -61,6 +64,41 @@ TEST_F(ExportTest, HiveAndFolder) {
   TheHiveTable().slots[static_cast<size_t>(window_->slot)].long_prefix.clear();
   Run(kCommandExportHive);
   EXPECT_EQ(TakeBoxes(), Texts{"Hivequarry: No valid root key !"});
+}
+
+TEST_F(ExportTest, ARootThatIsAGuessIsAskedFor) {
+  replace_ = true;
+  HiveImage& hive = TheHiveTable().slots[static_cast<size_t>(window_->slot)];
+  SetRootPath(hive, "HKCU");
+  hive.root_source = RootSource::kFileName;
+  InNextDialog([](HWND dialog) { Click(dialog, IDCANCEL); });
+  Run(kCommandExportHive);
+  EXPECT_EQ(Script(), "old");
+  InNextDialog([](HWND dialog) {
+    EXPECT_EQ(TextOf(GetDlgItem(dialog, kRootPathText)), "");
+    EXPECT_FALSE(IsOn(dialog, IDOK));
+    EXPECT_TRUE(
+        TextOf(GetDlgItem(dialog, kRootPathNote)).starts_with("The hive is some user's, and"));
+    SetDlgItemTextW(dialog, kRootPathText, L"HKU\\S-1-5-21-1");
+    SendMessageW(dialog, WM_COMMAND, MAKEWPARAM(kRootPathText, CBN_EDITCHANGE), 0);
+    Click(dialog, IDOK);
+  });
+  Run(kCommandExportHive);
+  EXPECT_NE(Script().find("[HKEY_USERS\\S-1-5-21-1\\A]"), std::string::npos);
+  Run(kCommandExportHive);  // is known now
+  EXPECT_EQ(Script().substr(0, 8), "REGEDIT4");
+  // So is it before a merge.
+  SetRootPath(hive, "HKLM\\SOFTWARE\\Run");
+  hive.root_source = RootSource::kRootKey;
+  TakeBoxes();
+  InNextDialog([](HWND dialog) {
+    EXPECT_TRUE(
+        TextOf(GetDlgItem(dialog, kRootPathNote)).starts_with("The root key's name leads to"));
+    EXPECT_EQ(TextOf(GetDlgItem(dialog, kRootPathText)), "HKLM\\SOFTWARE\\Run");
+    Click(dialog, IDCANCEL);
+  });
+  Run(kCommandMergeFolder);
+  EXPECT_EQ(TakeBoxes(), Texts());
 }
 
 TEST_F(ExportTest, KeysOfRows) {

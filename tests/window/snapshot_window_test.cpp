@@ -40,6 +40,10 @@ class SnapshotWindowTest : public ListTest {
     registry_.privileges = {u"SeBackupPrivilege", u"SeRestorePrivilege"};
     Open(file_.name());
   }
+  void TearDown() override {
+    TheListDialogs() = real_;
+    ListTest::TearDown();
+  }
   static Bytes Hive() {
     HiveBuilder hive("SOFTWARE");
     hive.Key("Tools\\Inner");
@@ -54,11 +58,20 @@ class SnapshotWindowTest : public ListTest {
     return file != nullptr && std::fclose(file) == 0;
   }
 
+  const ListDialogs real_ = TheListDialogs();
   TempFile file_{Hive(), "SOFTWARE"};
   MemoryRegistry registry_;
 };
 
-TEST_F(SnapshotWindowTest, LoadsAndUnloadsTheHiveThatIsOpen) {
+TEST_F(SnapshotWindowTest, LoadsAndUnloadsACopyOfTheHiveThatIsOpen) {
+  const TempFile place("", "x");
+  const std::string copy = place.folder() + "\\SOFTWARE.mine";
+  std::string chosen = file_.folder() + "\\beside";
+  std::string proposed;
+  TheListDialogs().save = [&](const FileRequest& request) {
+    proposed = request.name;
+    return FileChoice{chosen, 0};
+  };
   registry_.errors["load"] = 1017;
   InNextDialog({[&](HWND dialog) {
                   EXPECT_EQ(TextOf(dialog), "Load File into Registry");
@@ -66,11 +79,27 @@ TEST_F(SnapshotWindowTest, LoadsAndUnloadsTheHiveThatIsOpen) {
                   Click(dialog, IDOK);  // no sub key is named
                   EXPECT_EQ(IsWindowEnabled(GetDlgItem(dialog, IDOK)), TRUE);
                   Fill(dialog, kMountKey, "Mine");
+                  Click(dialog, IDOK);  // answered with No
+                  EXPECT_EQ(TakeBoxes(), Texts{"Hivequarry: " + file_.name() +
+                                               " is open in this program, and the system would "
+                                               "write to it.\r\nLoad a copy ?"});
+                  EXPECT_EQ(proposed, "");
+                  surroundings_.answer = Answer::kYes;
                   Click(dialog, IDOK);
                 },
                 [&](HWND dialog) {
-                  EXPECT_EQ(TakeBoxes(),
-                            Texts{"Hivequarry: Could not map File into Registry (Error 1017) !"});
+                  EXPECT_EQ(TakeBoxes().back(), "Hivequarry: The folder of " + file_.name() +
+                                                    " stays as it is: choose another one for the "
+                                                    "copy !");
+                  EXPECT_FALSE(HasFile("beside"));
+                  chosen = copy;
+                  Click(dialog, IDOK);
+                },
+                [&](HWND dialog) {
+                  EXPECT_EQ(TakeBoxes().back(),
+                            "Hivequarry: Could not map File into Registry (Error 1017) !");
+                  EXPECT_TRUE(proposed.ends_with("\\SOFTWARE.copy")) << proposed;
+                  EXPECT_EQ(TextOf(GetDlgItem(dialog, kMountFile)), copy);
                   registry_.errors.clear();
                   Click(dialog, IDOK);
                 }});
@@ -97,6 +126,8 @@ TEST_F(SnapshotWindowTest, LoadsAndUnloadsTheHiveThatIsOpen) {
                 }});
   Run(1436);
   EXPECT_EQ(registry_.Find(u"HKU\\Mine"), nullptr);
+  EXPECT_FALSE(HasFile("SOFTWARE.LOG"));
+  EXPECT_TRUE(ContentOf(copy).starts_with("regf"));
   EXPECT_TRUE(registry_.enabled.empty());
 }
 
