@@ -5,6 +5,7 @@
 #include "app/shortfall_words.h"
 #include "cli/opened_hive.h"
 #include "cli/print_list.h"
+#include "host/evidence.h"
 #include "host/host.h"
 #include "host/long_operation.h"
 #include "host/memory.h"
@@ -112,9 +113,11 @@ int Bins(const ConsoleRequest& request, OpenedHive& opened) {
 int Split(const ConsoleRequest& request) {
   const OutputListPtr list = ListBlockRuns(request.hive);
   if (list == nullptr) return StopRequested() ? kExitFailed : kExitUnreadable;
-  const bool split = RowCount(*list) == 0 || SplitFile(*list, request.output);
+  const bool split = RowCount(*list) == 0 || SplitFile(*list, request.printing.file);
   if (!split && !StopRequested()) Complain("Not every piece could be written whole");
-  const bool printed = PrintList(*list, request.format, std::string());
+  Printing printing = request.printing;
+  printing.file.clear();
+  const bool printed = PrintList(*list, printing);
   return split && printed ? kExitDone : kExitFailed;
 }
 
@@ -174,7 +177,7 @@ bool ParsePosition(std::string_view text, uint32_t& position) {
 std::string NarrowArgument(const std::string& utf8) { return NarrowText(WideFromUtf8(utf8)); }
 
 int Print(const ConsoleRequest& request, const OutputList& list) {
-  return PrintList(list, request.format, request.output) ? kExitDone : kExitFailed;
+  return PrintList(list, request.printing) ? kExitDone : kExitFailed;
 }
 
 bool FindKey(const ConsoleRequest& request, const OpenedHive& opened, uint32_t& item) {
@@ -197,6 +200,15 @@ bool FindKey(const ConsoleRequest& request, const OpenedHive& opened, uint32_t& 
 
 namespace {
 
+// A shell that redirects output knows nothing of evidence. False after a message, on the stream
+// that does not lead there.
+bool LeadsElsewhere(const ConsoleRequest& request) {
+  const bool errors = WritesInto(stderr, request.hive);
+  if (!errors && !WritesInto(stdout, request.hive)) return true;
+  if (!errors) Complain("The output would be written into " + request.hive + " itself");
+  return false;
+}
+
 // Without memory for the file itself it is one that can't be read.
 int RunRow(const CommandRow& row, const ConsoleRequest& request) {
   int status = row.alone != nullptr ? kExitFailed : kExitUnreadable;
@@ -212,6 +224,8 @@ int RunRow(const CommandRow& row, const ConsoleRequest& request) {
 int RunConsoleCommand(const std::string& name, const ConsoleRequest& request) {
   for (const CommandRow& row : kCommands) {
     if (name != row.name) continue;
+    const bool split = name == "split";
+    if (!LeadsElsewhere(request) || (!split && !MayPrint(request.printing))) return kExitFailed;
     const int status = RunRow(row, request);
     const std::string cut = ShortfallWords();
     if (cut.empty()) return status;

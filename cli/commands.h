@@ -41,8 +41,7 @@ struct ConsoleRequest {
   uint32_t start_offset = 0;
   uint32_t end_offset = 0;  // 0: no range
   std::string root_path;
-  Format format = Format::kText;
-  std::string output;               // file to write, empty for stdout; for "split" a folder
+  Printing printing;                // for "split" its file is a folder
   bool disconnected_values = true;  // look for them
   bool disconnected_only = false;   // "values --disconnected"
   bool all_roots = false;           // further hives of the file stay part of this one

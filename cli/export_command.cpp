@@ -96,7 +96,7 @@ int ExportCommand(const ConsoleRequest& request, OpenedHive& opened) {
                            request.recovered ? RecoveredKeys::kWritten : RecoveredKeys::kLeftOut);
     return !written.refused && !StopRequested();
   };
-  if (!PrintPieces(write, request.output)) return kExitFailed;
+  if (!PrintPieces(write, request.printing)) return kExitFailed;
   if (!request.console.quiet) ReportGaps(opened, written);
   return kExitDone;
 }

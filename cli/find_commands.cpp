@@ -214,7 +214,7 @@ int SecurityShowCommand(const ConsoleRequest& request, OpenedHive& opened) {
     return kExitFailed;
   }
   const std::string text = FormatSecurityRecord(hive, info, request.security.resolve);
-  return PrintText(Utf8FromNarrow(text), request.output) ? kExitDone : kExitFailed;
+  return PrintText(Utf8FromNarrow(text), request.printing) ? kExitDone : kExitFailed;
 }
 
 int ReportCommand(const ConsoleRequest& request, OpenedHive& opened) {

@@ -11,6 +11,8 @@
 #ifdef _WIN32
 #include <fcntl.h>
 #include <io.h>
+#else
+#include <sys/time.h>
 #endif
 
 #include "cli/commands.h"
@@ -21,10 +23,45 @@
 namespace hivequarry {
 namespace {
 
-void OnInterrupt(int) {
+// What asks the program to end; a second one of them ends it at once.
+#ifdef _WIN32
+constexpr int kStopSignals[] = {SIGINT, SIGTERM, SIGBREAK};
+
+void OnStopSignal(int signal) {
   RequestStop();
-  std::signal(SIGINT, SIG_DFL);  // a second one ends the program at once
+  std::signal(signal, SIG_DFL);
 }
+
+void HeedSignals() {
+  for (const int signal : kStopSignals) std::signal(signal, OnStopSignal);
+}
+#else
+constexpr int kStopSignals[] = {SIGINT, SIGTERM, SIGHUP};
+
+// A write that waits for its reader ends too: handlers have no SA_RESTART, and one that begins to
+// wait only now is interrupted by the alarms.
+void OnStopSignal(int) {
+  RequestStop();
+  constexpr itimerval kAlarms = {{0, 20000}, {0, 20000}};  // microseconds
+  setitimer(ITIMER_REAL, &kAlarms, nullptr);
+}
+
+void HeedSignals() {
+  struct sigaction wake = {};
+  wake.sa_handler = [](int) {};
+  sigaction(SIGALRM, &wake, nullptr);
+  struct sigaction stop = {};
+  stop.sa_handler = OnStopSignal;
+  stop.sa_flags = static_cast<int>(SA_RESETHAND);
+  for (const int signal : kStopSignals) {
+    struct sigaction before = {};
+    sigaction(signal, nullptr, &before);
+    const bool outlives = signal == SIGHUP && before.sa_handler == SIG_IGN;  // as "nohup" has it
+    if (!outlives) sigaction(signal, &stop, nullptr);
+  }
+  std::signal(SIGXFSZ, SIG_IGN);  // a file that may not grow is a write that fails
+}
+#endif
 
 Format FormatOf(const std::string& name) {
   if (name == "csv") return Format::kCsv;
@@ -45,12 +82,15 @@ void AddOptions(CLI::App& app, ConsoleRequest& request) {
   app.add_option("--eoff", request.end_offset, "End of the range (first byte behind it)");
   app.add_option("--root", request.root_path, "Registry path of the hive's root key");
   app.add_option_function<std::string>(
-         "--format", [&request](const std::string& name) { request.format = FormatOf(name); },
+         "--format",
+         [&request](const std::string& name) { request.printing.format = FormatOf(name); },
          "text (default), csv, jsonl, or rpt: a Report List of the desktop program")
       ->check(CLI::IsMember({"text", "csv", "jsonl", "rpt"}));
-  app.add_option("-o", request.output,
+  app.add_option("-o", request.printing.file,
                  "Write to this file instead of the standard output; for split: the folder of the "
                  "pieces");
+  app.add_flag("--force", request.printing.force,
+               "Replace an existing file of -o; a hive or its logs never");
   app.add_flag("!--no-disconnected-values", request.disconnected_values,
                "Do not look for values that no key names");
   app.add_flag("--all-roots", request.all_roots,
@@ -250,7 +290,7 @@ int Run(std::vector<std::string> arguments) {
     return app.exit(error) == 0 ? kExitDone : kExitUsage;
   }
   SetConsoleHost(request.console);
-  std::signal(SIGINT, OnInterrupt);
+  HeedSignals();
   CompleteSearch(request);
   const std::string name = CommandName(app);
   BeginOperation(kOperationLoad);

@@ -1,8 +1,10 @@
 #include "cli/print_list.h"
 
+#include <cerrno>
 #include <cstdio>
 #include <cstring>
 
+#include "host/evidence.h"
 #include "host/host.h"
 #include "host/long_operation.h"
 #include "host/output_file.h"
@@ -52,11 +54,23 @@ bool PrintToFile(const Writer& write, OutputFile& file) {
   return CloseOutput(file, written);
 }
 
-bool PrintTo(const std::string& file, const Writer& write) {
+OutputMode ModeOf(const Printing& printing) {
+  return printing.force ? OutputMode::kReplace : OutputMode::kNew;
+}
+
+void ComplainOfFile(const std::string& file, int error) {
+  std::string why = std::strerror(error);
+  if (error == EEXIST) why += "; --force replaces it";
+  if (IsProtected(file)) why = "a hive, or a log of one, is never replaced";
+  Complain("Could Not Open or Create File " + file + " (" + why + ")");
+}
+
+bool PrintTo(const Printing& printing, const Writer& write) {
+  const std::string& file = printing.file;
   OutputFile output;
   int error = 0;
-  if (!file.empty() && !OpenOutput(file, OutputMode::kReplace, output, error)) {
-    Complain("Could Not Open or Create File " + file + " (" + std::strerror(error) + ")");
+  if (!file.empty() && !OpenOutput(file, ModeOf(printing), output, error)) {
+    ComplainOfFile(file, error);
     return false;
   }
   const bool written = file.empty() ? PrintToStdout(write) : PrintToFile(write, output);
@@ -70,16 +84,24 @@ void Complain(const std::string& text) {
   std::fprintf(stderr, "%s: %s\n", kProgramName, text.c_str());
 }
 
-bool PrintList(const OutputList& list, Format format, const std::string& file) {
-  return PrintTo(file, [&](const TextSink& sink) { return WriteList(list, format, sink); });
+bool PrintList(const OutputList& list, const Printing& printing) {
+  return PrintTo(printing,
+                 [&](const TextSink& sink) { return WriteList(list, printing.format, sink); });
 }
 
-bool PrintText(const std::string& text, const std::string& file) {
-  return PrintTo(file, [&](const TextSink& sink) { return sink(text); });
+bool PrintText(const std::string& text, const Printing& printing) {
+  return PrintTo(printing, [&](const TextSink& sink) { return sink(text); });
 }
 
-bool PrintPieces(const std::function<bool(const TextSink& sink)>& write, const std::string& file) {
-  return PrintTo(file, write);
+bool PrintPieces(const std::function<bool(const TextSink& sink)>& write, const Printing& printing) {
+  return PrintTo(printing, write);
+}
+
+bool MayPrint(const Printing& printing) {
+  if (printing.file.empty()) return true;
+  const int error = RefusalOfOutput(printing.file, ModeOf(printing));
+  if (error != 0) ComplainOfFile(printing.file, error);
+  return error == 0;
 }
 
 }  // namespace hivequarry

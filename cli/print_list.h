@@ -16,14 +16,23 @@ enum class Format { kText, kCsv, kJsonLines, kReport };
 // One line on stderr, under the program's name.
 void Complain(const std::string& text);
 
-// To the file of that name (UTF-8), or to stdout without one. On failure false after a message, and
-// the file holds what it held before.
-bool PrintList(const OutputList& list, Format format, const std::string& file);
+// Where to, and how.
+struct Printing {
+  Format format = Format::kText;
+  std::string file;    // UTF-8; empty: stdout
+  bool force = false;  // an existing file may be replaced
+};
+
+// On failure false after a message, and the file holds what it held before.
+bool PrintList(const OutputList& list, const Printing& printing);
 
 // The same for a text as it stands.
-bool PrintText(const std::string& text, const std::string& file);
+bool PrintText(const std::string& text, const Printing& printing);
 // The same for what `write` hands to the sink, piece by piece; it returns false when that is not to
 // be kept.
-bool PrintPieces(const std::function<bool(const TextSink& sink)>& write, const std::string& file);
+bool PrintPieces(const std::function<bool(const TextSink& sink)>& write, const Printing& printing);
+
+// False after a message where the file would be refused, so that nobody waits for that.
+bool MayPrint(const Printing& printing);
 
 }  // namespace hivequarry

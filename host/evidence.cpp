@@ -1,10 +1,18 @@
 #include "host/evidence.h"
 
 #include <algorithm>
+#include <cstdint>
+#include <cstring>
 #include <mutex>
+#include <string_view>
 #include <system_error>
 #include <vector>
 
+#ifndef _WIN32
+#include <sys/stat.h>
+#endif
+
+#include "host/file_reading.h"
 #include "host/files.h"
 
 namespace hivequarry {
@@ -18,6 +26,55 @@ struct EvidenceFiles {
 EvidenceFiles& TheEvidence() {
   static EvidenceFiles files;
   return files;
+}
+
+constexpr std::string_view kLogEndings[] = {".LOG",  ".LOG1", ".LOG2", ".log", ".log1",
+                                            ".log2", ".Log",  ".Log1", ".Log2"};
+
+// Names of one folder, which may be written in different ways.
+bool IsBeside(const std::filesystem::path& one, const std::filesystem::path& other) {
+  std::error_code ignored;
+  const std::filesystem::path one_folder = std::filesystem::absolute(one, ignored).parent_path();
+  const std::filesystem::path folder = std::filesystem::absolute(other, ignored).parent_path();
+  return std::filesystem::equivalent(one_folder, folder, ignored);
+}
+
+std::string LowerLeaf(const std::string& name) {
+  const std::u8string leaf = FilePath(name).filename().u8string();
+  std::string lower(leaf.begin(), leaf.end());
+  for (char& c : lower) c = c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c;
+  return lower;
+}
+
+bool IsLogOf(const std::string& hive, const std::string& name) {
+  const std::string leaf = LowerLeaf(name);
+  const std::string hive_leaf = LowerLeaf(hive);
+  if (!leaf.starts_with(hive_leaf)) return false;
+  const std::string ending = leaf.substr(hive_leaf.size());
+  const bool log = ending == ".log" || ending == ".log1" || ending == ".log2";
+  return log && IsBeside(FilePath(hive), FilePath(name));
+}
+
+// A base block, a log behind one that is damaged, a block where one begins a hive's data, or all of
+// a hive that is left.
+bool BeginsAsHive(const std::string& name) {
+  struct Mark {
+    size_t position;
+    const char* text;
+  };
+  constexpr Mark kMarks[] = {
+      {0, "regf"}, {0, "hbin"}, {4096, "hbin"}, {512, "HvLE"}, {512, "DIRT"}};
+  std::error_code ignored;
+  if (!std::filesystem::is_regular_file(FilePath(name), ignored)) return false;
+  int error = 0;
+  std::FILE* stream = OpenFile(name, "rb", error);
+  if (stream == nullptr) return false;
+  std::vector<uint8_t> bytes(4100);
+  const size_t got = ReadFileBytes(stream, 0, bytes.data(), bytes.size());
+  std::fclose(stream);
+  return std::ranges::any_of(kMarks, [&](const Mark& mark) {
+    return mark.position + 4 <= got && std::memcmp(&bytes[mark.position], mark.text, 4) == 0;
+  });
 }
 
 }  // namespace
@@ -43,5 +100,28 @@ bool IsEvidence(const std::string& name) {
     return std::filesystem::equivalent(FilePath(kept), FilePath(name), ignored);
   });
 }
+
+bool IsProtected(const std::string& name) {
+  if (IsEvidence(name) || BeginsAsHive(name)) return true;
+  EvidenceFiles& files = TheEvidence();
+  const std::scoped_lock lock(files.mutex);
+  return std::ranges::any_of(files.names,
+                             [&name](const std::string& kept) { return IsLogOf(kept, name); });
+}
+
+bool WritesInto(std::FILE* stream, const std::string& name) {
+  return IsSameFile(stream, name) || std::ranges::any_of(kLogEndings, [&](std::string_view ending) {
+           return IsSameFile(stream, name + std::string(ending));
+         });
+}
+
+#ifndef _WIN32
+bool IsSameFile(std::FILE* stream, const std::string& name) {
+  struct stat open = {};
+  struct stat named = {};
+  return fstat(fileno(stream), &open) == 0 && stat(name.c_str(), &named) == 0 &&
+         open.st_dev == named.st_dev && open.st_ino == named.st_ino;
+}
+#endif
 
 }  // namespace hivequarry

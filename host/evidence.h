@@ -2,6 +2,7 @@
 // it for writing under any of its names (EPERM), and so does everything that writes through it.
 #pragma once
 
+#include <cstdio>
 #include <string>
 
 namespace hivequarry {
@@ -10,5 +11,16 @@ namespace hivequarry {
 void KeepEvidence(const std::string& name);
 void ReleaseEvidence(const std::string& name);
 bool IsEvidence(const std::string& name);
+
+// What no output takes the place of, whatever the user says: evidence; the names of its logs (with
+// ".LOG", ".LOG1", ".LOG2" behind its own, in any case), there or not; and a regular file that
+// begins as a hive or a hive's log.
+bool IsProtected(const std::string& name);
+
+// True when the stream writes into the file of that name (UTF-8), or into one of its logs, as a
+// shell that redirects output has it.
+bool WritesInto(std::FILE* stream, const std::string& name);
+// True when the stream and the name lead to one file.
+bool IsSameFile(std::FILE* stream, const std::string& name);
 
 }  // namespace hivequarry

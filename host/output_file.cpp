@@ -5,6 +5,7 @@
 #include <iterator>
 #include <system_error>
 
+#include "host/evidence.h"
 #include "host/files.h"
 #include "host/host.h"
 
@@ -15,15 +16,27 @@ namespace fs = std::filesystem;
 
 constexpr int kMaxTries = 99;  // names looked at for a file beside another
 
-// Where the system shows devices and open files as names. They are written as they are: a regular
-// file that "/dev/stdout" leads to is another program's as well.
+// Where the system shows open files as names. They are written as they are: a regular file that
+// "/dev/stdout" leads to is another program's as well.
 bool IsSystemName(const std::string& name) {
 #ifdef _WIN32
   constexpr std::string_view kDevices[] = {"NUL", "nul", "CON", "con"};
   return name.starts_with("\\\\.\\") || std::ranges::find(kDevices, name) != std::end(kDevices);
 #else
-  return name.starts_with("/dev/") || name.starts_with("/proc/");
+  return name.starts_with("/dev/std") || name.starts_with("/dev/fd/") || name.starts_with("/proc/");
 #endif
+}
+
+fs::file_type TypeOf(const std::string& name) {
+  std::error_code ignored;
+  return fs::status(FilePath(name), ignored).type();
+}
+
+// Devices, pipes, and what another program has open.
+bool IsWrittenDirectly(const std::string& name) {
+  const fs::file_type type = TypeOf(name);
+  const bool file = type == fs::file_type::regular || type == fs::file_type::not_found;
+  return !file || IsSystemName(name);
 }
 
 // The file that a link leads to, so that the link stays one.
@@ -57,10 +70,6 @@ bool OpenBehind(const std::string& name, OutputFile& file, int& error) {
 
 bool OpenBeside(const std::string& name, bool exists, OutputFile& file, int& error) {
   file.name = name;
-  if (file.mode == OutputMode::kNew && exists) {
-    error = EEXIST;
-    return false;
-  }
   file.written = NameBeside(name, error);
   if (file.written.empty()) return false;
   file.stream = OpenFile(file.written, "wb", error);
@@ -109,15 +118,20 @@ bool TakePlace(const std::string& made, const std::string& name, bool keep) {
   return false;
 }
 
+int RefusalOfOutput(const std::string& name, OutputMode mode) {
+  if (IsProtected(name)) return EPERM;
+  const bool taken = mode == OutputMode::kNew && TypeOf(name) == fs::file_type::regular;
+  return taken && !IsWrittenDirectly(name) ? EEXIST : 0;
+}
+
 bool OpenOutput(const std::string& name, OutputMode mode, OutputFile& file, int& error) {
   file = OutputFile();
   file.mode = mode;
-  std::error_code ignored;
-  const fs::file_type type = fs::status(FilePath(name), ignored).type();
-  const bool regular = type == fs::file_type::regular;
-  const bool elsewhere = !regular && type != fs::file_type::not_found;
-  if (elsewhere || IsSystemName(name)) return OpenDirectly(name, file, error);
+  error = RefusalOfOutput(name, mode);
+  if (error != 0) return false;
+  if (IsWrittenDirectly(name)) return OpenDirectly(name, file, error);
   const std::string target = BehindLink(name);
+  const bool regular = TypeOf(name) == fs::file_type::regular;
   if (regular && mode == OutputMode::kAppend) return OpenBehind(target, file, error);
   return OpenBeside(target, regular, file, error);
 }

@@ -28,6 +28,9 @@ struct OutputFile {
   bool failed = false;    // a write failed; nothing further is written
 };
 
+// Why OpenOutput would refuse, an errno value (EEXIST, EPERM for what is protected,
+// host/evidence.h); 0 where it has nothing against the name.
+int RefusalOfOutput(const std::string& name, OutputMode mode);
 // On failure false with `error` an errno value, and nothing changed. An existing file that may not
 // be written is refused although its folder would allow to replace it.
 bool OpenOutput(const std::string& name, OutputMode mode, OutputFile& file, int& error);

@@ -28,12 +28,14 @@ class ConsoleTest : public ::testing::Test {
   // Runs the program in the file's folder; its exit status, with what it printed in `printed`.
   int Run(const std::string& arguments, const std::string& before = std::string(),
           const std::string& options = "--quiet") {
-    const std::string folder = std::filesystem::path(file_.name()).parent_path().string();
-    const std::string line = "cd " + folder + " && " + before +
-                             "ASAN_OPTIONS=exitcode=99 " HIVEQUARRY_CLI + " " + options + " " +
-                             arguments + " >printed 2>errors";
-    const int status = std::system(line.c_str());
-    printed = ContentOf(folder + "/printed");
+    const int status = Shell(before + "$CLI " + options + " " + arguments + " >printed 2>errors");
+    printed = ContentOf(Sibling("printed"));
+    return status;
+  }
+  // Runs a shell's line in that folder, in which $CLI is the program; its exit status.
+  int Shell(const std::string& line) const {
+    const std::string program = "export ASAN_OPTIONS=exitcode=99; CLI=" HIVEQUARRY_CLI "; ";
+    const int status = std::system(("cd " + file_.folder() + " && " + program + line).c_str());
     return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
   }
   std::string Sibling(const char* name) const {
@@ -49,7 +51,7 @@ TEST_F(ConsoleTest, ReportListsConvertToTheSameList) {
   for (const std::string command : {"info h\u00E9", "values h\u00E9", "bins h\u00E9"}) {
     ASSERT_EQ(Run("--format csv " + command), 0);
     const std::string direct = printed;
-    ASSERT_EQ(Run("--format rpt -o r.rpt " + command), 0);
+    ASSERT_EQ(Run("--format rpt --force -o r.rpt " + command), 0);
     EXPECT_EQ(printed, "");
     ASSERT_EQ(Run("convert r.rpt --format csv"), 0);
     EXPECT_EQ(printed, direct);
@@ -60,7 +62,7 @@ TEST_F(ConsoleTest, ReportListsConvertToTheSameList) {
   EXPECT_EQ(Run("convert d.rpt --format csv"), 1);
   EXPECT_EQ(printed, "Key\r\na\r\n");
   EXPECT_NE(ContentOf(Sibling("errors")).find("Cut short: 2 row(s) left out"), std::string::npos);
-  ASSERT_EQ(Run("--format rpt -o r.rpt info h\u00E9"), 0);
+  ASSERT_EQ(Run("--format rpt --force -o r.rpt info h\u00E9"), 0);
   ASSERT_EQ(Run("convert r.rpt --format jsonl"), 0);
   EXPECT_TRUE(printed.starts_with("{\"file\":\"h\u00E9\",\"length\":")) << printed;
   EXPECT_EQ(Run("convert h\u00E9"), 1);
@@ -81,6 +83,8 @@ TEST_F(ConsoleTest, SplitWritesAPiecePerHive) {
   EXPECT_EQ(Run("split -o pieces h\u00E9", "trap '' XFSZ; ulimit -f 4; "), 1);
   EXPECT_NE(ContentOf(Sibling("errors")), "")
       << "a piece cut short by a full disk is not kept quiet";
+  EXPECT_FALSE(std::filesystem::exists(Sibling("pieces/h\u00E9.sp1_01"))) << "nor kept";
+  EXPECT_FALSE(std::filesystem::exists(Sibling("pieces/h\u00E9.sp1_01.tmp~1")));
   EXPECT_EQ(Run("split none"), 3);
 }
 
@@ -161,11 +165,77 @@ TEST_F(ConsoleTest, AllRootsShowsTheSecondHive) {
 TEST_F(ConsoleTest, AFailedWriteKeepsTheOldFile) {
   ASSERT_EQ(Run("tree -o out h\u00E9"), 0);
   const std::string old = ContentOf(Sibling("out"));
-  EXPECT_EQ(Run("values -o out h\u00E9", "trap '' XFSZ; ulimit -f 0; "), 1);
+  EXPECT_EQ(Run("values --force -o out h\u00E9", "trap '' XFSZ; ulimit -f 0; "), 1);
   EXPECT_EQ(ContentOf(Sibling("out")), old);
   EXPECT_EQ(Run("tree -o /dev/full h\u00E9"), 1);
   EXPECT_EQ(Run("tree -o none/out h\u00E9"), 1);
   EXPECT_EQ(Run("tree --format xml h\u00E9"), 2);
+}
+
+TEST_F(ConsoleTest, WhatOutputMayNotReplace) {
+  std::ofstream(Sibling("text")) << "text";
+  std::ofstream(Sibling("log")) << AsText(Bytes(512)) << "HvLE";
+  std::ofstream(Sibling("headless"))
+      << AsText(Bytes(4096)) << AsText(Bytes(hive_.begin() + 4096, hive_.end()));
+  std::ofstream(Sibling("hive")) << AsText(hive_);
+  EXPECT_EQ(Run("tree -o text h\u00E9"), 1);
+  EXPECT_EQ(ContentOf(Sibling("text")), "text");
+  EXPECT_NE(ContentOf(Sibling("errors")).find("--force"), std::string::npos);
+  EXPECT_EQ(Run("tree --force -o text h\u00E9"), 0);
+  EXPECT_TRUE(ContentOf(Sibling("text")).starts_with("Number of Items"));
+  for (const char* kept : {"log", "headless", "hive", "h\u00E9", "h\u00E9.LOG", "h\u00E9.log2"}) {
+    const std::string before = ContentOf(Sibling(kept));
+    EXPECT_EQ(Run("tree --force -o " + std::string(kept) + " h\u00E9"), 1) << kept;
+    EXPECT_EQ(ContentOf(Sibling(kept)), before) << kept;
+    EXPECT_NE(ContentOf(Sibling("errors")).find("never replaced"), std::string::npos) << kept;
+  }
+}
+
+TEST_F(ConsoleTest, AShellsOutputIsNotPutIntoEvidence) {
+  const std::string before = ContentOf(file_.name());
+  std::ofstream(Sibling("h\u00E9.LOG1")) << "log";
+  EXPECT_EQ(Shell("$CLI tree h\u00E9 >>h\u00E9 2>errors"), 1);
+  EXPECT_NE(ContentOf(Sibling("errors")).find("would be written into"), std::string::npos);
+  EXPECT_EQ(Shell("$CLI tree h\u00E9 2>>h\u00E9 >printed"), 1);
+  EXPECT_EQ(Shell("$CLI tree h\u00E9 >>h\u00E9.LOG1 2>errors"), 1);
+  EXPECT_EQ(Shell("ln h\u00E9 other; $CLI tree h\u00E9 -o /dev/stdout >>other 2>errors"), 1);
+  EXPECT_EQ(ContentOf(file_.name()), before);
+  EXPECT_EQ(ContentOf(Sibling("h\u00E9.LOG1")), "log");
+  EXPECT_EQ(Shell("echo before >list; $CLI tree h\u00E9 -o /dev/stdout >>list"), 0);
+  EXPECT_TRUE(ContentOf(Sibling("list")).starts_with("before\nNumber of Items"));
+}
+
+TEST_F(ConsoleTest, FilesOfSharedMemoryAreReplacedAsOthersAre) {
+  std::error_code error;
+  if (!std::filesystem::is_directory("/dev/shm", error)) GTEST_SKIP() << "no such folder";
+  const std::string name = "/dev/shm/" + std::filesystem::path(file_.folder()).filename().string();
+  EXPECT_EQ(Run("tree -o " + name + " h\u00E9"), 0);
+  const std::string once = ContentOf(name);
+  EXPECT_EQ(Run("tree --force -o " + name + " h\u00E9"), 0);
+  EXPECT_EQ(ContentOf(name), once);
+  EXPECT_EQ(Run("tree --force -o " + name + " none"), 3);
+  EXPECT_EQ(ContentOf(name), once);
+  std::filesystem::remove(name, error);
+}
+
+// Each signal that asks for the end, while the list is being written; a pipe without a reader, too.
+TEST_F(ConsoleTest, AStoppedListLeavesNothing) {
+  std::ofstream(Sibling("large"), std::ios::binary) << AsText(HiveOfKeys(40000));
+  for (const std::string signal : {"INT", "TERM", "HUP"}) {
+    const int status = Shell(
+        "$CLI values -o list large 2>errors & "
+        "while [ ! -e list.tmp~1 ] && [ ! -e list ] && [ ! -s errors ]; do :; done; kill -" +
+        signal + " $!; wait $!");
+    const bool whole = std::filesystem::remove(Sibling("list"));
+    EXPECT_EQ(status, whole ? 0 : 1) << signal;
+    EXPECT_FALSE(std::filesystem::exists(Sibling("list.tmp~1"))) << signal;
+    // The reader takes one byte and keeps the pipe open: the program waits in its write.
+    const std::string waiting =
+        "rm -f pipe; mkfifo pipe; exec 3<>pipe; $CLI values large >pipe 2>errors & "
+        "head -c 1 <&3 >printed; kill -" +
+        signal + " $!; wait $!";
+    EXPECT_EQ(Shell(waiting), 1) << signal;
+  }
 }
 
 #if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)

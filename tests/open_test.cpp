@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <functional>
 
+#include "host/evidence.h"
 #include "host/long_operation.h"
 #include "host/output_file.h"
 #include "tests/support/opened_hive.h"
@@ -273,6 +274,9 @@ TEST(OpenHive, ItsFileIsNeverWritten) {
   ResetHiveTable();
   OutputFile out;
   int error = 0;
+  EXPECT_FALSE(IsEvidence(file.name()));
+  EXPECT_FALSE(OpenOutput(file.name(), OutputMode::kReplace, out, error)) << "a hive all the same";
+  std::filesystem::resize_file(file.name(), 3);
   EXPECT_TRUE(OpenOutput(file.name(), OutputMode::kReplace, out, error));
   CloseOutput(out, false);
 }
