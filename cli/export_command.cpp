@@ -73,7 +73,7 @@ int ExportFreedRecords(const ConsoleRequest& request, const OpenedHive& opened) 
     written = ExportFreed(from, choice, sink);
     return !written.refused && !StopRequested();
   };
-  if (!PrintPieces(write, request.output)) return kExitFailed;
+  if (!PrintPieces(write, request.printing)) return kExitFailed;
   if (request.console.quiet) return kExitDone;
   const auto tell = [](const char* what, uint32_t count) {
     if (count != 0) Complain(what + std::to_string(count));

@@ -137,7 +137,8 @@ std::string FreedPlaceWords(const FreedRecords& records, const FreedValue& value
     words += ", ruled out by the marks of the key at " + HexNumber(value.ruled_out);
     words += " whose list names it";
   }
-  if (key != nullptr && key->bond == FreedBond::kNotConfirmed) words += ", not confirmed";
+  const bool path = key == nullptr || key->bond != FreedBond::kNotConfirmed;
+  if (!path || value.bond == FreedBond::kNotConfirmed) words += ", not confirmed";
   AddShift(value.shift, words);
   return words;
 }

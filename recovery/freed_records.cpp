@@ -1,7 +1,9 @@
 #include "recovery/freed_records.h"
 
 #include <algorithm>
+#include <unordered_map>
 #include <utility>
+#include <vector>
 
 #include "hive/cells.h"
 #include "hive/key_node.h"
@@ -18,7 +20,8 @@ namespace hivequarry {
 namespace {
 
 constexpr uint32_t kStopPollMask = 0xFF;
-constexpr uint32_t kInlineData = 4;  // bytes that a value holds itself
+constexpr uint32_t kInlineData = 4;       // bytes that a value holds itself
+constexpr uint32_t kEntriesOfEach = 256;  // of a key's list, read whatever other keys have read
 
 // Null when none of them stands there. Of keys or of values, const or not.
 template <typename Records>
@@ -55,17 +58,50 @@ struct Relating {
   std::vector<ShiftRun> runs = {};
   PositionIndex values = {};                // of the freed values: most entries lead to none
   std::vector<uint32_t> rows_of_rank = {};  // in it
-  uint32_t pool = 0;                        // list entries that keys with long lists share
+  std::unordered_map<uint32_t, bool> keeps_names = {};  // by position of a key of the tree
+  std::unordered_map<uint32_t, bool> keeps_values = {};
+  uint32_t pool = 0;  // list entries that keys with long lists share
   std::vector<uint32_t> positions = {};
 };
 
+// Not every writer of hives keeps the marks, and they may be damaged: then what the key has still
+// exceeds them.
+bool KeepsSubkeyMark(Relating& relating, uint32_t item) {
+  const KeyTree& tree = relating.tree;
+  const uint32_t parent = tree.items[item].position;
+  const auto [known, added] = relating.keeps_names.try_emplace(parent, true);
+  if (!added) return known->second;
+  const uint32_t end = tree.items[item].end;
+  for (uint32_t child = item + 1; child < end; child = tree.items[child].end) {
+    const KeyItem& it = tree.items[child];
+    const bool own = it.entry != 0 && (it.marks & kVirtualMarks) == 0;
+    if (!own || SubkeyVerdict(relating.hive, parent, it.position) != MarkVerdict::kRuledOut) {
+      continue;
+    }
+    known->second = false;
+    break;
+  }
+  return known->second;
+}
+
+bool KeepsValueMarks(Relating& relating, uint32_t key) {
+  const auto [known, added] = relating.keeps_values.try_emplace(key, true);
+  if (!added) return known->second;
+  std::vector<uint32_t> values;
+  ReadValuesOfKey(relating.hive, key, kEntriesOfEach, values);
+  known->second = std::ranges::none_of(values, [&](uint32_t value) {
+    return value != kNoOffset && ValueVerdict(relating.hive, key, value) == MarkVerdict::kRuledOut;
+  });
+  return known->second;
+}
+
 // A parent in the tree that never had the key, or that has nothing left to tell it by.
-FreedBond BondToItem(const Relating& relating, uint32_t item, uint32_t key) {
+FreedBond BondToItem(Relating& relating, uint32_t item, uint32_t key) {
   const KeyItem& it = relating.tree.items[item];
   if ((it.marks & kVirtualMarks) != 0) return FreedBond::kStands;
   switch (SubkeyVerdict(relating.hive, it.position, key)) {
     case MarkVerdict::kRuledOut:
-      return FreedBond::kUsedAgain;
+      return KeepsSubkeyMark(relating, item) ? FreedBond::kUsedAgain : FreedBond::kNotConfirmed;
     case MarkVerdict::kUnproven:
       return FreedBond::kNotConfirmed;
     default:
@@ -75,7 +111,7 @@ FreedBond BondToItem(const Relating& relating, uint32_t item, uint32_t key) {
 
 // Sets parent and bond by the key's parent field. Offsets of an earlier state lead to freed keys of
 // that state alone.
-void FindParent(const Relating& relating, FreedKey& key) {
+void FindParent(Relating& relating, FreedKey& key) {
   const HiveImage& hive = relating.hive;
   const uint32_t field = key.position + kKeyParent;
   const uint32_t nominal = ReadOffset(hive, field);
@@ -107,16 +143,12 @@ bool IsLeftValue(const Relating& relating, uint32_t position) {
          !ContainsPosition(relating.uses.named, position);
 }
 
-// Entries of a key's list that are read whatever other keys have read, and beyond them.
-constexpr uint32_t kEntriesOfEach = 256;
-
 void ReadNominalList(Relating& relating, const FreedKey& key) {
-  uint32_t allowed = std::max(kEntriesOfEach, relating.pool);
-  const uint32_t before = allowed;
+  const uint32_t allowed = std::max(kEntriesOfEach, relating.pool);
   ReadValuesOfKey(relating.hive, key.position, allowed, relating.positions);
-  const uint32_t read = before - allowed;
+  const auto read = static_cast<uint32_t>(relating.positions.size());
   if (read > kEntriesOfEach) relating.pool -= std::min(relating.pool, read - kEntriesOfEach);
-  if (allowed == 0 && key.values > read) NoteShortfall(Shortfall::kFreedRecords);
+  if (read == allowed && key.values > read) NoteShortfall(Shortfall::kFreedRecords);
 }
 
 void ReadShiftedList(Relating& relating, const FreedKey& key) {
@@ -152,10 +184,16 @@ void IndexValues(Relating& relating) {
   SealIndex(relating.values);
 }
 
-void Bind(const Relating& relating, FreedValue& value, uint32_t key) {
+void Bind(Relating& relating, FreedValue& value, uint32_t key) {
   if (value.key != kNoOffset) return;
-  const bool out = ValueVerdict(relating.hive, key, value.position) == MarkVerdict::kRuledOut;
-  value.bond = out ? FreedBond::kUsedAgain : FreedBond::kStands;
+  const MarkVerdict verdict = ValueVerdict(relating.hive, key, value.position);
+  const bool exceeds = verdict == MarkVerdict::kRuledOut;
+  const bool in_tree = ItemOfPosition(relating.tree, key) != kNoItem;
+  const bool kept = !exceeds || !in_tree || KeepsValueMarks(relating, key);
+  value.bond = !exceeds ? FreedBond::kStands
+               : kept   ? FreedBond::kUsedAgain
+                        : FreedBond::kNotConfirmed;
+  const bool out = value.bond == FreedBond::kUsedAgain;
   value.ruled_out = out ? key : kNoOffset;
   value.key = out ? kNoOffset : key;
 }

@@ -13,7 +13,7 @@ namespace {
 constexpr uint32_t kStopPollMask = 0xFF;
 constexpr uint32_t kSizeField = 4;
 
-// Entries of a key's value list: [begin, end) are positions.
+// Entries of a list after its end: [begin, end) are positions.
 struct EntryRange {
   uint32_t begin = 0;
   uint32_t end = 0;
@@ -23,8 +23,8 @@ struct EntryRange {
 struct Collecting {
   const HiveImage& hive;
   FreedUses uses = {};
-  std::vector<EntryRange> listed = {};  // what the lists name
-  std::vector<EntryRange> rests = {};   // what stands after their ends
+  std::vector<EntryRange> rests = {};
+  std::vector<uint32_t> positions = {};  // of the values of one key
 };
 
 HostCell* FindHost(FreedUses& uses, uint32_t cell) {
@@ -80,23 +80,26 @@ void NoteValue(const HiveImage& hive, uint32_t position, FreedUses& uses) {
   if (!uses.odd_types.empty()) NoteType(hive, position, uses);
 }
 
-// Entries to where the list's cell ends, or the image where that is not known.
-void NoteLists(Collecting& collecting, uint32_t key) {
+// What the list names, as all walks read it, and what stands after its end.
+void NoteList(Collecting& collecting, uint32_t key) {
   const HiveImage& hive = collecting.hive;
   if (!HasValueList(hive, key)) return;
+  std::vector<uint32_t>& positions = collecting.positions;
+  positions.clear();
+  ReadValuesOfKey(hive, key, kAllEntries, positions);
+  for (const uint32_t value : positions) {
+    if (value != kNoOffset) NoteValue(hive, value, collecting.uses);
+  }
   const uint32_t list = ValueListOf(hive, key);
-  if (list % 4 != 0 || !InCellBounds(hive, list)) return;
-  const uint32_t size = ReadU32(hive, list);
-  const uint32_t length = CellLength(size);
-  const bool credible =
-      IsAllocated(size) && length % 8 == 0 && length >= 8 && InsideHive(hive, list, length);
-  const uint32_t first = list + kSizeField;
-  const uint32_t room = ((credible ? length : hive.length - list) - kSizeField) / 4;
-  const uint32_t count = std::min(ReadU32(hive, key + kKeyValueCount), room);
-  const uint32_t end = first + 4 * count;
-  NoteCell(collecting.uses, list, kSizeField + 4 * uint64_t{count});
-  collecting.listed.push_back({first, end, key});
-  if (credible && count < room) collecting.rests.push_back({end, first + 4 * room, key});
+  const ValueListPlace place = PlaceValueList(hive, ReadU32(hive, key + kKeyValueCount), list);
+  const bool cell = place.bound == ListBound::kCell;
+  const uint64_t count = cell ? place.most : positions.size();
+  if (place.bound == ListBound::kNone || list % 4 != 0) return;
+  NoteCell(collecting.uses, list, kSizeField + 4 * count);
+  if (!cell) return;
+  const uint32_t end = list + CellLength(ReadU32(hive, list));
+  const uint32_t begin = ValueEntryPosition(list, place.most);
+  if (begin < end) collecting.rests.push_back({begin, end, key});
 }
 
 // Calls `visit` with each entry's value and the first of the keys with that entry.
@@ -109,8 +112,8 @@ void VisitEntries(const HiveImage& hive, std::vector<EntryRange>& ranges, const 
     if ((++steps & kStopPollMask) == 0 && StopRequested()) return;
     for (uint32_t field = std::max(range.begin, covered); field < range.end; field += 4) {
       if ((field & 0xFFFC) == 0 && StopRequested()) return;
-      const uint32_t value = ReadOffset(hive, field);
-      if (value != kNoOffset && InCellBounds(hive, value)) visit(value, range.key);
+      const uint32_t value = EntryTarget(hive, field);
+      if (value != kNoOffset) visit(value, range.key);
     }
     covered = std::max(covered, range.end);
   }
@@ -123,7 +126,7 @@ void NoteKeys(Collecting& collecting, const KeyTree& tree) {
     if ((++steps & kStopPollMask) == 0 && StopRequested()) return;
     const bool is_key = item.kind == ItemKind::kKey || item.kind == ItemKind::kRoot;
     if (!is_key || (item.marks & kVirtualMarks) != 0 || item.position == kNoOffset) continue;
-    NoteLists(collecting, item.position);
+    NoteList(collecting, item.position);
     const uint32_t class_name = ReadOffset(hive, item.position + kKeyClassName);
     const uint32_t length = ReadU16(hive, item.position + kKeyClassNameLength);
     if (!collecting.uses.hosts.empty()) {
@@ -135,8 +138,6 @@ void NoteKeys(Collecting& collecting, const KeyTree& tree) {
 void NoteValues(Collecting& collecting, const KeyTree& tree) {
   const HiveImage& hive = collecting.hive;
   FreedUses& uses = collecting.uses;
-  VisitEntries(hive, collecting.listed,
-               [&](uint32_t value, uint32_t) { NoteValue(hive, value, uses); });
   uint32_t steps = 0;
   for (const uint32_t value : tree.disconnected_value_positions) {
     if ((++steps & kStopPollMask) == 0 && StopRequested()) return;

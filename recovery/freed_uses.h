@@ -34,8 +34,8 @@ struct FreedUses {
   std::vector<bool> odd_types_used;  // by a value in use
 };
 
-// Every list entry and every value is looked at once, however many keys name it. Ends early when
-// the user stops.
+// Every value, and every entry after a list's end, is looked at once, however many keys name it.
+// Ends early when the user stops.
 FreedUses CollectFreedUses(const HiveImage& hive, const KeyTree& tree,
                            std::span<const FreedCandidate> candidates);
 

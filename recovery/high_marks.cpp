@@ -2,6 +2,7 @@
 
 #include "hive/key_node.h"
 #include "hive/value_key.h"
+#include "recovery/value_lists.h"
 
 namespace hivequarry {
 namespace {
@@ -20,20 +21,22 @@ uint32_t DataLength(const HiveImage& hive, uint32_t value) {
 }  // namespace
 
 MarkVerdict SubkeyVerdict(const HiveImage& hive, uint32_t parent, uint32_t subkey) {
-  const uint32_t longest = ReadU16(hive, parent + kKeyLongestSubkey);
+  const uint32_t longest = ReadU16(hive, parent + kKeyLongestSubkeyName);
   const bool wide = (ReadU16(hive, subkey + kKeyFlags) & kNarrowKeyName) == 0;
   const uint32_t name = WideLength(ReadU16(hive, subkey + kKeyNameLength), wide);
-  if (ReadU32(hive, parent + kKeySubkeyCount) == 0) return MarkVerdict::kUnproven;
+  const bool kept = longest != 0 && ReadU32(hive, parent + kKeySubkeyCount) != 0;
+  if (!kept) return MarkVerdict::kUnproven;
   return longest < name ? MarkVerdict::kRuledOut : MarkVerdict::kAllowed;
 }
 
 MarkVerdict ValueVerdict(const HiveImage& hive, uint32_t key, uint32_t value) {
-  if (ReadU32(hive, key + kKeyValueCount) == 0) return MarkVerdict::kUnproven;
+  const ValueExtremes marks = ExtremesOfKey(hive, key);
+  const bool kept = (marks.name | marks.data) != 0 && ReadU32(hive, key + kKeyValueCount) != 0;
+  if (!kept) return MarkVerdict::kUnproven;
   const bool wide = (ReadU16(hive, value + kValueFlags) & kNarrowValueName) == 0;
   const uint32_t name = WideLength(ReadU16(hive, value + kValueNameLength), wide);
-  const bool allowed = ReadU32(hive, key + kKeyLongestValueName) >= name &&
-                       ReadU32(hive, key + kKeyLargestData) >= DataLength(hive, value);
-  return allowed ? MarkVerdict::kAllowed : MarkVerdict::kRuledOut;
+  return Allows(marks, {name, DataLength(hive, value)}) ? MarkVerdict::kAllowed
+                                                        : MarkVerdict::kRuledOut;
 }
 
 }  // namespace hivequarry

@@ -9,14 +9,9 @@
 
 namespace hivequarry {
 
-// Offsets of the fields from the start of the cell; each counts bytes, of names as UTF-16.
-inline constexpr uint32_t kKeyLongestSubkey = 56;  // 16 bits
-inline constexpr uint32_t kKeyLongestValueName = 64;
-inline constexpr uint32_t kKeyLargestData = 68;
-
 enum class MarkVerdict : uint8_t {
   kAllowed,   // the marks leave room for it
-  kUnproven,  // the key has none left, and its marks say nothing
+  kUnproven,  // the key has none left, or keeps no marks
   kRuledOut,  // the key has some, and none was ever as long
 };
 

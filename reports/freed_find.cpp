@@ -38,7 +38,9 @@ class FreedSearch {
   }
 
   void VisitValue(const FreedValue& freed) {
-    const FreedContent content = ReadFreedContent(from_, freed);
+    const bool data = pattern_.settings.value_data;
+    const FreedContent content =
+        ReadFreedContent(from_, freed, data ? FreedData::kAll : FreedData::kShown);
     const ValueKey& value = content.value;
     if (!ValueMatches(content)) return;
     const ValueRow row = MakeFreedRow(from_, content);
@@ -73,7 +75,8 @@ class FreedSearch {
       const bool raw = pattern_.settings.hex_mode;
       if (raw && FindExactly(pattern_, ReadRawValueName(from_.hive, value))) return true;
     }
-    return pattern_.settings.value_data && value.status == ValueStatus::kRead &&
+    return pattern_.settings.value_data &&
+           (value.status == ValueStatus::kRead || value.status == ValueStatus::kReadBefore) &&
            MatchData(pattern_, value.type, content.data);
   }
 

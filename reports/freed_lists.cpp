@@ -8,7 +8,6 @@
 #include "hive/value_key.h"
 #include "hive/value_text.h"
 #include "host/long_operation.h"
-#include "host/shortfalls.h"
 #include "lists/list_rows.h"
 #include "recovery/freed_records.h"
 #include "recovery/item_values.h"
@@ -16,10 +15,6 @@
 
 namespace hivequarry {
 namespace {
-
-// Bytes of data that rows may carry, beside as many as the hive has: more than that only values
-// have that share theirs.
-constexpr uint64_t kLeastRaw = 1024 * 1024;
 
 std::string PositionOrNone(uint32_t position) {
   return position == kNoOffset ? std::string() : PositionText(position);
@@ -39,18 +34,14 @@ void AddKey(FreedSource& from, const FreedKey& key, OutputList& list) {
 }
 
 void AddValue(FreedSource& from, const FreedValue& freed, const ValueListOptions& options,
-              uint64_t& raw_left, OutputList& list) {
-  const FreedContent content = ReadFreedContent(from, freed);
+              OutputList& list) {
+  const FreedData which = options.raw ? FreedData::kAll : FreedData::kShown;
+  const FreedContent content = ReadFreedContent(from, freed, which);
   const ValueRow row = MakeFreedRow(from, content);
   const FreedPathTexts texts = FreedPathTextsOf(from, freed.key);
   const std::string name = LosslessName(from.hive, content.value);
-  std::string bytes;
-  if (options.raw && content.data.size() <= raw_left) {
-    raw_left -= content.data.size();
-    bytes = BytesText(content.data);
-  } else if (options.raw) {
-    NoteShortfall(Shortfall::kValueData);
-  }
+  const bool bytes_known = options.raw && content.value.status != ValueStatus::kReadBefore;
+  const std::string bytes = bytes_known ? BytesText(content.data) : std::string();
   RowFacts facts;
   facts.path = texts.lossless;
   facts.name = name;
@@ -126,7 +117,7 @@ OutputListPtr ListFreedDetail(const HiveImage& hive, const KeyTree& tree, uint32
     AddKeyLines(from, *key, *list);
     return list;
   }
-  const FreedContent content = ReadFreedContent(from, *freed);
+  const FreedContent content = ReadFreedContent(from, *freed, FreedData::kAll);
   add("Value", ValueDisplayName(content.value));
   add("Type", FreedTypeText(content));
   add("Key", FreedPath(hive, tree, from.records, freed->key));
@@ -149,10 +140,9 @@ OutputListPtr ListFreedValues(const HiveImage& hive, const KeyTree& tree,
                               const ValueListOptions& options) {
   OutputListPtr list = MakeOutputList(kListFreedValues);
   FreedSource from(hive, tree);
-  uint64_t raw_left = kLeastRaw + uint64_t{hive.length};
   for (const FreedValue& value : from.records.values) {
     if (StopRequested()) break;
-    AddValue(from, value, options, raw_left, *list);
+    AddValue(from, value, options, *list);
   }
   return list;
 }

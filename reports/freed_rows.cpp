@@ -54,15 +54,17 @@ FreedPathTexts FreedPathTextsOf(FreedSource& from, uint32_t key_position) {
   return texts;
 }
 
-FreedContent ReadFreedContent(FreedSource& from, const FreedValue& freed) {
+FreedContent ReadFreedContent(FreedSource& from, const FreedValue& freed, FreedData which) {
   FreedContent content;
   ValueKey& value = content.value;
-  value = ReadFreedValue(from.hive, freed.position, freed.shift, from.budget, content.data);
+  DataBudget* budget = which == FreedData::kAll ? &from.budget : nullptr;
+  value = ReadFreedValue(from.hive, freed.position, freed.shift, budget, content.data);
   content.type = value.type;
   value.type = PlainType(value.type);
   const size_t characters = value.flags == 0 ? freed.name_length / 2 : freed.name_length;
   value.name.resize(std::min(value.name.size(), characters));
-  if (value.status != ValueStatus::kRead || value.inline_data) return content;
+  const bool read = value.status == ValueStatus::kRead || value.status == ValueStatus::kReadBefore;
+  if (!read || value.inline_data) return content;
   content.in_use = !IsDataFree(from, value, freed.shift);
   if (content.in_use && freed.shift != 0) {
     content.in_use = false;

@@ -41,8 +41,10 @@ struct FreedContent {
   bool in_use = false;  // its data stand where another record's may stand by now
   std::vector<uint8_t> data;
 };
-// Data that offsets of an earlier state lead to are read from free space alone.
-FreedContent ReadFreedContent(FreedSource& from, const FreedValue& freed);
+// Data that offsets of an earlier state lead to are read from free space alone. As much of them as
+// a list shows, or all.
+enum class FreedData : uint8_t { kShown, kAll };
+FreedContent ReadFreedContent(FreedSource& from, const FreedValue& freed, FreedData which);
 
 // "REG_DWORD", with a type that says more behind it: "REG_DWORD (0x20004)".
 std::string FreedTypeText(const FreedContent& content);

@@ -8,7 +8,6 @@
 #include "hive/value_text.h"
 #include "host/host.h"
 #include "host/long_operation.h"
-#include "host/shortfalls.h"
 #include "lists/list_rows.h"
 #include "reports/registry_script.h"
 
@@ -17,11 +16,6 @@ namespace {
 
 constexpr char kLineEnd[] = "\r\n";
 constexpr size_t kBufferSize = 64 * 1024;
-
-uint64_t DataLimit(const HiveImage& hive) {
-  constexpr uint64_t kLeast = 1024 * 1024;
-  return kLeast + 2 * uint64_t{hive.length};
-}
 
 // Makes each line from `start` on a comment.
 void CommentOut(std::string& out, size_t start) {
@@ -37,7 +31,7 @@ void CommentOut(std::string& out, size_t start) {
 class FreedWriter {
  public:
   FreedWriter(FreedSource& from, const FreedChoice& choice, const TextSink& sink)
-      : from_(from), sink_(sink), data_left_(DataLimit(from.hive)), values_(choice.values) {
+      : from_(from), sink_(sink), values_(choice.values) {
     const std::vector<FreedValue>& all = from.records.values;
     std::ranges::stable_sort(values_, {}, [&all](uint32_t row) { return all[row].key; });
   }
@@ -125,13 +119,12 @@ class FreedWriter {
   }
 
   void WriteValue(const FreedValue& freed) {
-    const FreedContent content = ReadFreedContent(from_, freed);
+    const FreedContent content = ReadFreedContent(from_, freed, FreedData::kAll);
     const ValueKey& value = content.value;
     const std::string where = "Deleted value at " + PositionText(freed.position) + ", " +
                               FreedPlaceText(from_, freed, content);
-    if (value.status == ValueStatus::kRead && content.data.size() > data_left_) {
-      NoteShortfall(Shortfall::kValueData);
-      return Skip(where, "too much has been written");
+    if (value.status == ValueStatus::kReadBefore) {
+      return Skip(where, "its data were written too often");
     }
     if (value.status != ValueStatus::kRead) return Skip(where, "its data are not there");
     Comment(where + (content.in_use ? ": what follows may be another record's" : ""));
@@ -139,7 +132,6 @@ class FreedWriter {
     if (!FormatScriptValue(value.name, content.type, content.data, out_)) {
       return Skip(where, "its name is too long");
     }
-    data_left_ -= content.data.size();
     if (content.in_use || !fits_) CommentOut(out_, start);
     ++result_.values;
     result_.doubted += content.in_use;
@@ -160,7 +152,6 @@ class FreedWriter {
 
   FreedSource& from_;
   const TextSink& sink_;
-  uint64_t data_left_;            // bytes that may be written still
   std::vector<uint32_t> values_;  // rows, by key
   FreedExport result_;
   std::string out_;

@@ -15,11 +15,8 @@
 #include "lists/list_rows.h"
 #include "recovery/item_values.h"
 #include "recovery/raw_record.h"
-<<<<<<< HEAD
 #include "recovery/root_search.h"
-=======
 #include "reports/freed_lists.h"
->>>>>>> a43c789 (Search, dates, details and scripts take freed records too)
 
 namespace hivequarry {
 namespace {

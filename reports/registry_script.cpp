@@ -42,7 +42,6 @@ void AppendScriptName(const HiveImage& hive, const KeyTree& tree, uint32_t item,
   KeepOnOneLine(line, start);
 }
 
-<<<<<<< HEAD
 // False for a name that a key line would take for another: its backslashes part the keys of a path.
 // Such names and overlong ones are shown with a mark, so only those need a closer look.
 bool IsScriptKeyName(const HiveImage& hive, const KeyTree& tree, uint32_t item,
@@ -68,16 +67,6 @@ uint64_t HashOf(std::string_view text) {
 // Names of which something was lost have a '?' by now: those alone can have become another's.
 bool HasLost(std::string_view name) { return name.find(kUnwritable) != name.npos; }
 
-// The root's path comes from the hive too, where its root key's name is all that is known of it.
-std::string ScriptRoot(const HiveImage& hive) {
-  std::string root = hive.long_prefix;
-  KeepOnOneLine(root, 0);
-  if (root.ends_with('\\')) root.pop_back();
-  return root;
-}
-
-=======
->>>>>>> a43c789 (Search, dates, details and scripts take freed records too)
 // Why a value was skipped, in the words of the value lists where they have some.
 std::string ValueError(const ValueKey& value) {
   const std::string marker =
