@@ -61,6 +61,11 @@ bool MayOverwrite(const Backup& backup, const std::string& file, const char* que
          Answer::kYes;
 }
 
+struct Place {
+  std::string file;
+  bool replaces = false;  // the file of that name, as the user agreed
+};
+
 // A backup and what it has met so far.
 struct Saving {
   const Backup& backup;
@@ -91,26 +96,30 @@ std::string SaveInto(RegistryKey key, const std::string& file) {
   return native == kRegistryDone ? std::string() : "(Error " + std::to_string(native) + ")";
 }
 
-// Saves beside the file, which is replaced by a whole hive or not at all.
-std::string SaveAs(Saving& saving, RegistryKey key, const std::string& file) {
+// Saves beside the file, which is replaced by a whole hive or not at all. What has come to the
+// place since the user was asked about it stays.
+std::string SaveAs(Saving& saving, RegistryKey key, const Place& place) {
+  const std::string& file = place.file;
   int ignored = 0;
   const std::string beside = NameBeside(file, ignored);
   if (beside.empty()) return SaveErrorText(kRegistryDenied);
   const std::string trouble = SaveInto(key, beside);
   // Not every system heeds the descriptor in the call itself.
   if (trouble.empty() && !ProtectFile(beside)) saving.unprotected = true;
-  const bool in_place = TakePlace(beside, file, trouble.empty());
-  return in_place || !trouble.empty() ? trouble : SaveErrorText(kRegistryDenied);
+  const bool keep = trouble.empty() && (place.replaces || !IsNameTaken(file));
+  const bool in_place = TakePlace(beside, file, keep);
+  if (in_place || !trouble.empty()) return trouble;
+  return SaveErrorText(keep ? kRegistryDenied : kRegistryFileExists);
 }
 
 bool SaveKey(Saving& saving, RegistryKey root, const char16_t* sub_key, const std::string& path,
-             const std::string& file) {
+             const Place& place) {
   const OpenedKey key = OpenForReading(root, sub_key, kRegistryRead, kRegistryForBackup);
   if (key.error() != kRegistryDone) {
     Tell(saving.backup, "Can not open Registry key " + path + " !");
     return false;
   }
-  const std::string trouble = SaveAs(saving, key.key(), file);
+  const std::string trouble = SaveAs(saving, key.key(), place);
   if (!trouble.empty()) Tell(saving.backup, "Can not backup Registry key " + path + " !" + trouble);
   return trouble.empty();
 }
@@ -132,9 +141,9 @@ bool SaveUsers(Saving& saving) {
   if (hives.empty()) Tell(backup, "Can not open Registry key HKEY_USERS !");
   bool whole = !hives.empty();
   for (const UserHive& hive : hives) {
-    const bool allowed =
-        !IsNameTaken(hive.file) || MayOverwrite(backup, hive.file, " Overwrite file ?");
-    whole &= allowed && SaveKey(saving, kUsers, hive.name.c_str(), hive.path, hive.file);
+    const Place place = {hive.file, IsNameTaken(hive.file)};
+    const bool allowed = !place.replaces || MayOverwrite(backup, hive.file, " Overwrite file ?");
+    whole &= allowed && SaveKey(saving, kUsers, hive.name.c_str(), hive.path, place);
   }
   return whole;
 }
@@ -146,7 +155,7 @@ bool SaveHive(Saving& saving, int number) {
   const std::string file = users ? std::string() : NameInFolder(backup.run.folder, hive.file);
   if (!users && !MakeRoom(backup, file)) return false;
   TellState(backup.run, number, HiveState::kRunning);
-  return users ? SaveUsers(saving) : SaveKey(saving, hive.root, hive.sub_key, hive.path, file);
+  return users ? SaveUsers(saving) : SaveKey(saving, hive.root, hive.sub_key, hive.path, {file});
 }
 
 void TellDone(const Backup& backup) {

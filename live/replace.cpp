@@ -51,9 +51,11 @@ bool MakeRoomForOld(const std::string& old) {
   }
   if (!IsNameTaken(old)) return true;
   const std::string question = "Backup file " + old + " already exists ! Overwrite file ?";
-  return ShowMessage(question.c_str(), kProgramName, Icon::kQuestion, Buttons::kYesNo) ==
-             Answer::kYes &&
-         DeleteNamedFile(old);
+  if (ShowMessage(question.c_str(), kProgramName, Icon::kQuestion, Buttons::kYesNo) !=
+      Answer::kYes) {
+    return false;
+  }
+  return DeleteNamedFile(old) || (Warn("Cannot delete file !"), false);
 }
 
 // A run and what it has done so far.

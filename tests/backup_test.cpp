@@ -228,6 +228,25 @@ TEST_F(BackupTest, ExistingFiles) {
   EXPECT_TRUE(IsHive("HKU_S-1.dat"));
 }
 
+// Whatever the user answers.
+TEST_F(BackupTest, OpenFilesAndWhatNobodyWasAskedAboutAreNotWrittenOver) {
+  host_.answer = Answer::kYes;
+  backup_.run.hives |= HiveBit(kUserKeys);
+  const Texts kept = {"HKU_S-1.dat", "SOFTWARE", "SYSTEM"};
+  for (const std::string& name : {kept[0], kept[1]}) {
+    Write(In(name));
+    KeepEvidence(In(name));
+  }
+  on_state_ = [&](int hive, HiveState state) {  // behind the question
+    if (hive == kSystem && state == HiveState::kRunning) Write(In("SYSTEM"));
+  };
+  Run();
+  for (const std::string& name : kept) EXPECT_TRUE(ContentOf(In(name)) == "old") << name;
+  EXPECT_EQ(Files(), (Texts{"HKU_S-1.dat", "HKU_a_b.dat", "SOFTWARE", "SYSTEM"}));
+  EXPECT_EQ(states_, "-.-.-");
+  for (const std::string& name : {kept[0], kept[1]}) ReleaseEvidence(In(name));
+}
+
 TEST_F(BackupTest, WithoutThePrivilegeNothingIsMade) {
   registry_.privileges.clear();
   backup_.run.folder = In("new");

@@ -262,6 +262,15 @@ TEST_F(SnapshotTest, LogsThatTheHiveStillNeedsStayBesideIt) {
   EXPECT_FALSE(std::filesystem::exists(file_ + ".tmp~3.LOG"));
 }
 
+TEST_F(SnapshotTest, NeverReplacesAnOpenHive) {
+  std::ofstream(file_) << "open";
+  KeepEvidence(file_);
+  EXPECT_EQ(Make(), SnapshotStep::kFile);
+  ReleaseEvidence(file_);
+  EXPECT_EQ(ContentOf(file_), "open");
+  ExpectClean(true);
+}
+
 TEST_F(SnapshotTest, IsForAdministratorsAndTheSystemAlone) {
   ASSERT_EQ(Make(), SnapshotStep::kDone);
   const SnapshotResult saved = MakeRootSnapshot(WholeRoots()[3], folder_.folder(), *errors_);
