@@ -77,7 +77,8 @@ void AddChildEntries(const HiveImage& hive, KeyRow& row, ScanTables& tables) {
 }
 
 void AddNameHashes(const HiveImage& hive, uint32_t position, uint32_t length, ScanTables& tables) {
-  const std::u16string name = WideKeyName(hive, position, length);
+  constexpr uint32_t kLongestName = 510;  // bytes
+  const std::u16string name = WideKeyName(hive, position, std::min(length, kLongestName));
   if (tables.list_style != ListStyle::kHinted) {
     tables.name_hashes.push_back({position, NameHash(name), ListStyle::kHashed});
   }

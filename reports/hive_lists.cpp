@@ -115,6 +115,7 @@ void AddValueDetail(const HiveImage& hive, const ValueKey& value, OutputList& li
     AddListRow(list, {field, text}, value.position, RowFacts(), 0);
   };
   add("Value", ValueDisplayName(value));
+  if (!IsNameShownWhole(value)) add("Name", value.name);
   add("Type", TypeName(value.type));
   if (value.edited) add("Edited", EditWords(hive, value.position));
   const ValueDetailText detail = ValueDetail(hive, value.position);

@@ -153,7 +153,7 @@ TEST_F(RootPath, IsDoubtedUnlessTheHiveItselfOrTheUserNamesAPlaceOfHives) {
     testing::HiveBuilder builder(c.root_key);
     builder.FileName(c.stored);
     const testing::TempFile file(builder.Build().bytes, c.file);
-    HiveImage& hive = TheHiveTable().slots[static_cast<size_t>(OpenHive(file.name(), true))];
+    HiveImage& hive = TheHiveTable().slots[static_cast<size_t>(OpenHive(file.name()))];
     KeyTree tree;
     BuildImageTree(hive, {}, tree);
     const std::string doubt = RootDoubt(hive);
