@@ -28,7 +28,8 @@ size_t NameLength(const HiveImage& hive, const KeyTree& tree, uint32_t item) {
   const KeyItem& it = tree.items[item];
   const bool stored = it.kind == ItemKind::kKey || it.kind == ItemKind::kPathCopy;
   if (!stored || it.made_name != 0) return ItemName(hive, tree, item).size();
-  return std::min<size_t>(ReadU16(hive, it.position + kKeyNameLength), 510);
+  return std::min<size_t>(ReadU16(hive, it.position + kKeyNameLength),
+                          LongestKeyName(hive, it.position));
 }
 
 // Rows of a list that have the path of the key: its own and those of its values.

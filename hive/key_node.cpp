@@ -35,7 +35,7 @@ std::string NarrowKeyName(const uint8_t* bytes, uint32_t size, bool& failed) {
   for (uint32_t i = 0; i + 1 < size; i += 2) {
     const bool zero = bytes[i] == 0 && bytes[i + 1] == 0;
     failed = failed || zero;
-    if (IsLoneSurrogate(bytes, size, i)) {
+    if ((bytes[i + 1] & 0xF8) == 0xD8 && IsLoneSurrogate(bytes, size, i)) {
       name += LoneSurrogateText(LoadU16(bytes + i));
     } else {
       name.push_back(bytes[i + 1] != 0 || zero ? '?' : static_cast<char>(bytes[i]));
@@ -187,8 +187,14 @@ std::vector<uint8_t> ReadClassName(const HiveImage& hive, const KeyNode& key) {
   return ReadUpTo(hive, key.class_name + 4, std::min(length, kMaxRawName));
 }
 
+uint32_t LongestKeyName(const HiveImage& hive, uint32_t position) {
+  const uint32_t length = CellLength(ReadU32(hive, position));
+  return std::max(kMaxRawName, length > kKeyName ? length - kKeyName : 0);
+}
+
 std::u16string WideKeyName(const HiveImage& hive, uint32_t position, uint32_t length) {
-  const std::vector<uint8_t> raw = ReadUpTo(hive, position + kKeyName, length);
+  const std::vector<uint8_t> raw =
+      ReadUpTo(hive, position + kKeyName, std::min(length, LongestKeyName(hive, position)));
   const bool wide = ReadU8(hive, position + kKeyFlags) == 0;
   std::u16string text;
   // A single-byte name is the low bytes of UTF-16, not text of a code page.

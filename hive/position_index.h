@@ -35,20 +35,25 @@ inline bool ContainsPosition(const PositionIndex& index, uint32_t position) {
          (index.bits[word] >> (position / 8 % 64) & 1) != 0;
 }
 
-// A set of bytes of an image, in steps of 8: a bit for each. Takes [position, position + size) in;
-// true when none of it was there.
+// A set of bytes of an image, in steps of 8: a bit for each. Takes [position, position + size) in
+// if none of it is there yet; else false, and the set is as before.
 inline bool TakeRange(std::vector<uint64_t>& bits, uint32_t position, uint64_t size) {
   const uint64_t first = position / 8;
   const uint64_t end = std::min<uint64_t>((position + size + 7) / 8, bits.size() * 64);
-  bool fresh = true;
-  for (uint64_t at = first; at < end; at = (at / 64 + 1) * 64) {
+  const auto taken = [&bits](uint64_t at) { return (bits[at / 64] >> at % 64 & 1) != 0; };
+  // What overlaps mostly does so at an end, which spares looking at all of it.
+  if (first >= end) return true;
+  if (taken(first) || taken(end - 1)) return false;
+  const auto mask_at = [&](uint64_t at) {
     const uint64_t in_word = std::min<uint64_t>(end - at / 64 * 64, 64);
     const uint64_t below = in_word == 64 ? ~uint64_t{0} : (uint64_t{1} << in_word) - 1;
-    const uint64_t mask = below & (~uint64_t{0} << at % 64);
-    fresh = fresh && (bits[at / 64] & mask) == 0;
-    bits[at / 64] |= mask;
+    return below & (~uint64_t{0} << at % 64);
+  };
+  for (uint64_t at = first; at < end; at = (at / 64 + 1) * 64) {
+    if ((bits[at / 64] & mask_at(at)) != 0) return false;
   }
-  return fresh;
+  for (uint64_t at = first; at < end; at = (at / 64 + 1) * 64) bits[at / 64] |= mask_at(at);
+  return true;
 }
 
 // Call once after the last insertion, before RankOfPosition.

@@ -31,7 +31,7 @@ bool ReadName(const HiveImage& hive, uint32_t cell_room, ValueKey& value) {
   ReadBytes(hive, value.position + kValueName, bytes.data(), stored);
   for (size_t at = 0; at + 1 < bytes.size(); at += 2) {
     const char16_t unit = LoadU16(bytes.data() + at);
-    if (IsLoneSurrogate(bytes.data(), bytes.size(), at)) {
+    if ((unit & 0xF800) == 0xD800 && IsLoneSurrogate(bytes.data(), bytes.size(), at)) {
       value.name += LoneSurrogateText(unit);
     } else {
       value.name += NarrowUnit(unit);

@@ -7,6 +7,7 @@
 #include "hive/offset_map.h"
 #include "hive/timestamp.h"
 #include "hive/value_key.h"
+#include "host/host.h"
 #include "recovery/list_recorder.h"
 
 namespace hivequarry {
@@ -46,13 +47,18 @@ std::vector<uint32_t> OnlyShown(const HiveImage& hive, std::vector<uint32_t> lis
   return listed;
 }
 
-// Rows for entries that lead to no value; only so many, and one for the rest.
-void AddLostRows(const HiveImage& hive, uint32_t key_position, const std::vector<uint32_t>& entries,
+// The values of a key's entries, and rows for entries that lead to none; only so many, and one for
+// the rest.
+void TakeEntries(const HiveImage& hive, uint32_t key_position, const std::vector<uint32_t>& entries,
                  ItemValues& values) {
   constexpr size_t kMostRows = 1000;
   size_t lost = 0;
   for (size_t i = 0; i < entries.size(); ++i) {
-    if (IsValueAt(hive, entries[i]) || ++lost > kMostRows) continue;
+    if (IsValueAt(hive, entries[i])) {
+      values.value_positions.push_back(entries[i]);
+      continue;
+    }
+    if (++lost > kMostRows) continue;
     const uint32_t entry = ValueEntryPosition(ValueListOf(hive, key_position), i);
     ValueRow row = InfoRow("", kLostValue);
     row.type = kLeadsNowhere;
@@ -310,8 +316,7 @@ ItemValues ShowItemValues(const HiveImage& hive, const KeyTree& tree, uint32_t i
   ReadWholeValueList(hive, it.position, entries);
   const std::string missing = MissingListText(hive, it.position, entries.size());
   if (!missing.empty()) values.info_rows.push_back(InfoRow("Info", missing.c_str()));
-  AddLostRows(hive, it.position, entries, values);
-  values.value_positions = OnlyShown(hive, std::move(entries));
+  TakeEntries(hive, it.position, entries, values);
   if (!HasValueList(hive, it.position)) values.info_rows.push_back(InfoRow("(No values set)", ""));
   return values;
 }
@@ -368,6 +373,9 @@ std::string KeyDetailAt(const HiveImage& hive, const KeyTree& tree, uint32_t pos
   DetailLines lines;
   if (item == kNoItem && key.state == KeyState::kNotAKey) return lines.text;
   lines.Add("Key", item == kNoItem ? key.name : LongItemPath(hive, tree, item));
+  if (key.name_length > key.name.size() && key.name.ends_with("...")) {
+    lines.Add("Name", NarrowText(WideKeyName(hive, position, key.name_length)));
+  }
   const uint16_t marks = item == kNoItem ? uint16_t{0} : tree.items[item].marks;
   if ((marks & kVirtualMarks) == 0) {
     AddKeyFields(hive, key, lines);

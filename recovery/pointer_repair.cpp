@@ -180,18 +180,32 @@ bool CouldBeOwnList(ValueListRepair& repair, uint32_t key, uint32_t offset, uint
   return verdict->places && !anothers;
 }
 
-// True for a list that no key names, whose cell is made for that count, and whose values are those
-// of which the key's record tells the longest name and data.
+// A list that shrank keeps its cell: behind its count stand values that were deleted, or that moved
+// up. True when there are others.
+bool GoesOn(const HiveImage& hive, uint32_t list, uint32_t count) {
+  const uint32_t room = (CellLength(ReadU32(hive, list)) - 4) / 4;
+  const auto target = [&](uint32_t i) { return EntryTarget(hive, ValueEntryPosition(list, i)); };
+  constexpr uint32_t kMostRest = 64;
+  for (uint32_t i = count; i < std::min(room, count + kMostRest); ++i) {
+    const bool moved = i > 0 && target(i) == target(i - 1);
+    if (!moved && IsValueCell(hive, target(i))) return true;
+  }
+  return false;
+}
+
+// True for a list that no key names, made for that count, whose values no other list names, and the
+// longest name and data of which are what the key's record allows: one of the two to the byte, as
+// the longest may have been deleted.
 bool IsLostList(ValueListRepair& repair, uint32_t key, uint32_t list, uint32_t count) {
   const HiveImage& hive = repair.hive;
   if (ContainsPosition(repair.named, list)) return false;
-  const ValueListPlace place = PlaceValueList(hive, count, list);
-  const uint32_t room = (CellLength(ReadU32(hive, list)) - 4) / 4;
-  if (place.bound != ListBound::kCell || room - count > 1) return false;
+  if (PlaceValueList(hive, count, list).bound != ListBound::kCell) return false;
   const ListVerdict* verdict = VerdictOf(repair, list, count);
-  if (verdict == nullptr || !verdict->values) return false;
+  if (verdict == nullptr || !verdict->values || GoesOn(hive, list, count)) return false;
   const ValueExtremes words = ExtremesOfKey(hive, key);
-  if (words.name != verdict->extremes.name || words.data != verdict->extremes.data) return false;
+  const ValueExtremes& values = verdict->extremes;
+  const bool reached = words.name == values.name || words.data == values.data;
+  if (!reached || !Allows(words, values)) return false;
   for (uint32_t i = 0; i < count; ++i) {
     const uint32_t value = EntryTarget(hive, ValueEntryPosition(list, i));
     if (ContainsPosition(repair.named_values, value)) return false;

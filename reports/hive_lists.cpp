@@ -118,6 +118,7 @@ void AddValueDetail(const HiveImage& hive, const KeyTree& tree, const ValueKey& 
     AddListRow(list, {field, text}, value.position, RowFacts(), 0);
   };
   add("Value", ValueDisplayName(value));
+  if (!IsNameShownWhole(value)) add("Name", value.name);
   add("Type", TypeName(value.type));
   if (value.edited) add("Edited", EditWords(hive, value.position));
   const std::string shared = SharedWords(tree, value.position);

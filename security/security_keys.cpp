@@ -152,12 +152,12 @@ void FindKeysBySecurity(const HiveImage& hive, const KeyTree& tree, uint32_t ite
                         OutputList& list) {
   KnownRecords records(hive, options);
   KeyWalk walk(hive, tree, list);
-  uint32_t budget = AceBudget(hive.length);
+  AceReads reads = MakeAceReads(hive);
   const bool by_record = query.mode == SecurityMode::kRecord;
   walk.Run(item, [&](uint32_t key, uint32_t position) {
     if (by_record && position != query.record) return;
     const KnownRecord& record = records.At(position, [&](const SecurityRecordInfo& info) {
-      return MatchesQuery(hive, info, query, &options.replace, &budget);
+      return MatchesQuery(hive, info, query, &options.replace, &reads);
     });
     // The keys of a record that can't be decoded are asked for by its place alone.
     if (!record.matches && !by_record) return;

@@ -47,6 +47,8 @@ struct PermissionQuery {
   uint32_t rights = 0;         // wanted, all of them
   bool not_inherited = false;  // "INHERITED_ACE flag not set"
 };
+struct AceReads;
+
 struct SecurityQuery {
   SecurityMode mode = SecurityMode::kRecord;
   uint32_t record = kNoOffset;  // position, for kRecord
@@ -58,13 +60,13 @@ inline constexpr uint32_t kFullControl = 0xF003F;
 inline constexpr uint32_t kReadRights = 0x20019;
 inline constexpr uint32_t kWriteRights = 0x20006;
 
-// True when the record grants (denies, ...) what the query asks for. `budget`, unless null, bounds
-// the entries read and is lowered by them.
+// True when the record grants (denies, ...) what the query asks for. `reads`, unless null, bounds
+// the entries that a walk over many records reads.
 bool MatchesPermissions(const HiveImage& hive, const SecurityRecordInfo& info,
                         const PermissionQuery& query, const SidReplacement* replace = nullptr,
-                        uint32_t* budget = nullptr);
+                        AceReads* reads = nullptr);
 bool MatchesQuery(const HiveImage& hive, const SecurityRecordInfo& info, const SecurityQuery& query,
-                  const SidReplacement* replace = nullptr, uint32_t* budget = nullptr);
+                  const SidReplacement* replace = nullptr, AceReads* reads = nullptr);
 // "Keys with Owner Sid S-1-5-18": the title of the query's list. Needs the image for the record's
 // offset.
 std::string TitleOfQuery(const HiveImage& hive, const SecurityQuery& query);

@@ -26,11 +26,11 @@ uint32_t MapGenericRights(uint32_t mask) {
 // True when `is_match` is for one of the list's entries. Damaged ones match nothing.
 template <typename IsMatch>
 bool AnyAce(const HiveImage& hive, const AclPlace& acl, const SidReplacement* replace,
-            uint32_t* budget, const IsMatch& is_match) {
+            AceReads* reads, const IsMatch& is_match) {
   bool found = false;
-  ForEachAce(hive, acl, replace, [&](const AceInfo& ace, uint32_t) {
-    if (budget != nullptr && *budget == 0) return false;
-    if (budget != nullptr) --*budget;
+  const uint32_t most = reads == nullptr ? acl.count : AcesToRead(acl, *reads);
+  ForEachAce(hive, acl, replace, [&](const AceInfo& ace, uint32_t index) {
+    if (index >= most) return false;
     found = ace.valid && is_match(ace);
     return !found;
   });
@@ -62,17 +62,17 @@ class PermissionTest {
 
 bool MatchesPermissions(const HiveImage& hive, const SecurityRecordInfo& info,
                         const PermissionQuery& query, const SidReplacement* replace,
-                        uint32_t* budget) {
+                        AceReads* reads) {
   // No list is looked at for audits, so they match nothing.
   if (info.dacl.position == 0 || info.dacl.size == 0 || query.kind == AceKind::kAudit) return false;
   PermissionTest test(query);
   const auto is_match = [&test](const AceInfo& ace) { return test(ace); };
-  if (AnyAce(hive, info.dacl, replace, budget, is_match)) return true;
-  return query.kind == AceKind::kOther && AnyAce(hive, info.sacl, replace, budget, is_match);
+  if (AnyAce(hive, info.dacl, replace, reads, is_match)) return true;
+  return query.kind == AceKind::kOther && AnyAce(hive, info.sacl, replace, reads, is_match);
 }
 
 bool MatchesQuery(const HiveImage& hive, const SecurityRecordInfo& info, const SecurityQuery& query,
-                  const SidReplacement* replace, uint32_t* budget) {
+                  const SidReplacement* replace, AceReads* reads) {
   const auto is_trustee = [&query](const AceInfo& ace) { return ace.sid_text == query.sid; };
   switch (query.mode) {
     case SecurityMode::kRecord:
@@ -81,10 +81,10 @@ bool MatchesQuery(const HiveImage& hive, const SecurityRecordInfo& info, const S
       return info.owner_text == query.sid;
     case SecurityMode::kAce:
       return (IsUsable(info.dacl) || IsUsable(info.sacl)) &&
-             (AnyAce(hive, info.dacl, replace, budget, is_trustee) ||
-              AnyAce(hive, info.sacl, replace, budget, is_trustee));
+             (AnyAce(hive, info.dacl, replace, reads, is_trustee) ||
+              AnyAce(hive, info.sacl, replace, reads, is_trustee));
     case SecurityMode::kPermissions:
-      return MatchesPermissions(hive, info, query.permissions, replace, budget);
+      return MatchesPermissions(hive, info, query.permissions, replace, reads);
   }
   return false;
 }

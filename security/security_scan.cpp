@@ -75,7 +75,7 @@ class AceRows {
         options_(options),
         list_(list),
         names_(options.resolve),
-        budget_(AceBudget(hive.length)) {}
+        reads_(MakeAceReads(hive)) {}
 
   void AddRecord(const SecurityRecordInfo& info) {
     if (!IsUsable(info.dacl) && !IsUsable(info.sacl)) return;
@@ -86,9 +86,9 @@ class AceRows {
  private:
   // Numbers go on behind `number`.
   void AddAcl(const SecurityRecordInfo& info, const AclPlace& acl, uint32_t number) {
+    const uint32_t most = AcesToRead(acl, reads_);
     ForEachAce(hive_, acl, &options_.replace, [&](const AceInfo& ace, uint32_t index) {
-      if (budget_ == 0) return false;
-      --budget_;
+      if (index >= most) return false;
       AddAce(info.position, ace, number + index + 1);
       return true;
     });
@@ -109,7 +109,7 @@ class AceRows {
   const SecurityListOptions& options_;
   OutputList& list_;
   AccountNames names_;
-  uint32_t budget_;
+  AceReads reads_;
 };
 
 }  // namespace

@@ -275,11 +275,11 @@ class OddMergeTest : public MergeTest {
 TEST_F(OddMergeTest, NamesThatStandForOthersAreNotWritten) {
   EXPECT_EQ(Merge("Bad"), (Texts{"HKLM\\SYSTEM|Bad|zero\0x|Name can not be written|"s,
                                  "HKLM\\SYSTEM|Bad|(Default value)|Can not be read|",
-                                 "HKLM\\SYSTEM|Bad\\back\\slash||Name can not be written|"}));
+                                 "HKLM\\SYSTEM|Bad\\back?{5C}slash||Name can not be written|"}));
   EXPECT_EQ(registry_.At(u"HKLM\\SYSTEM\\Bad").values.size(), 1U);
   EXPECT_TRUE(registry_.At(u"HKLM\\SYSTEM\\Bad").keys.empty());
   EXPECT_EQ(Compare("Bad"), (Texts{"HKLM\\SYSTEM\\Bad|zero\0x|01 |(unknown error)|"s,
-                                   "HKLM\\SYSTEM\\Bad\\back\\slash|||(unknown error)|"}));
+                                   "HKLM\\SYSTEM\\Bad\\back?{5C}slash|||(unknown error)|"}));
 }
 
 TEST_F(OddMergeTest, LinksAreMadeAndNotFollowed) {
