@@ -33,8 +33,6 @@ Texts Rows(const OpenedHive& opened, uint32_t item = kNoItem) {
   return rows;
 }
 
-Texts RowsOf(const BuiltHive& built) { return Rows(OpenedHive(built)); }
-
 size_t CountOf(const Texts& rows, std::string_view start) {
   return static_cast<size_t>(
       std::ranges::count_if(rows, [&](const std::string& row) { return row.starts_with(start); }));
