@@ -6,6 +6,7 @@
 
 #include "host/accounts.h"
 #include "host/host.h"
+#include "host/visible_text.h"
 
 namespace hivequarry {
 namespace {
@@ -22,28 +23,21 @@ ConsoleState& State() {
 
 const ConsoleOptions& Options(void* context) { return *static_cast<ConsoleOptions*>(context); }
 
-std::string OneLine(const char* text) {
-  std::string line;
-  for (const char* c = text; *c != '\0'; ++c) {
-    if (*c == '\r') continue;
-    line += *c == '\n' ? ' ' : *c;
-  }
-  return line;
-}
-
 Answer ConsoleMessage(void* context, const char* text, const char* title, Icon, Buttons buttons) {
   const ConsoleOptions& options = Options(context);
   const bool question = buttons != Buttons::kOk && buttons != Buttons::kOkCancel;
   if (!options.quiet) {
     const char* answer = !question ? "" : options.yes ? " Yes" : " No";
-    std::fprintf(stderr, "%s: %s%s\n", title, OneLine(text).c_str(), answer);
+    std::fprintf(stderr, "%s: %s%s\n", title, VisibleLine(text).c_str(), answer);
   }
   if (question) return options.yes ? Answer::kYes : Answer::kNo;
   return Answer::kOk;
 }
 
 void ConsoleStatus(void* context, const char* text) {
-  if (Options(context).progress && *text != '\0') std::fprintf(stderr, "%s\n", text);
+  if (Options(context).progress && *text != '\0') {
+    std::fprintf(stderr, "%s\n", VisibleLine(text).c_str());
+  }
 }
 
 void ConsoleProgress(void* context, uint32_t position) {

@@ -89,6 +89,10 @@ void AddOptions(CLI::App& app, ConsoleRequest& request) {
   app.add_option("-o", request.printing.file,
                  "Write to this file instead of the standard output; for split: the folder of the "
                  "pieces");
+  app.add_flag("--raw-text", request.printing.raw_text,
+               "Control characters of names and data as they are, not as \\u{1B}");
+  app.add_flag("--csv-safe", request.printing.csv_safe,
+               "With csv: a quote before cells that a spreadsheet would take for formulas");
   app.add_flag("--force", request.printing.force,
                "Replace an existing file of -o; a hive or its logs never");
   app.add_flag("!--no-disconnected-values", request.disconnected_values,

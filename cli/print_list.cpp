@@ -4,10 +4,17 @@
 #include <cstdio>
 #include <cstring>
 
+#ifdef _WIN32
+#include <io.h>
+#else
+#include <unistd.h>
+#endif
+
 #include "host/evidence.h"
 #include "host/host.h"
 #include "host/long_operation.h"
 #include "host/output_file.h"
+#include "host/visible_text.h"
 #include "lists/list_report.h"
 #include "lists/list_writers.h"
 
@@ -20,22 +27,30 @@ bool WriteReportList(const OutputList& list, const TextSink& sink) {
   return WriteReport(list, WrittenRows(), look, sink);
 }
 
-bool WriteTextList(const OutputList& list, const TextSink& sink) {
+bool WriteRawText(const OutputList& list, const TextSink& sink) {
   std::string scratch;
   return WriteListText(list,
                        [&](std::string_view text) { return sink(Utf8OfListText(text, scratch)); });
 }
 
-bool WriteList(const OutputList& list, Format format, const TextSink& sink) {
-  switch (format) {
+// True where what is printed is obeyed rather than kept.
+bool GoesToTerminal(const Printing& printing) {
+  if (printing.raw_text) return false;
+#ifdef _WIN32
+  return printing.file.empty() && _isatty(_fileno(stdout)) != 0;
+#else
+  return printing.file.empty() && isatty(fileno(stdout)) != 0;
+#endif
+}
+
+bool WriteList(const OutputList& list, const Printing& printing, const TextSink& sink) {
+  switch (printing.format) {
     case Format::kCsv:
-      return WriteListCsv(list, sink);
+      return WriteListCsvAs(list, {printing.csv_safe, GoesToTerminal(printing)}, sink);
     case Format::kJsonLines:
       return WriteListJsonLines(list, sink);
-    case Format::kReport:
-      return WriteReportList(list, sink);
     default:
-      return WriteTextList(list, sink);
+      return printing.raw_text ? WriteRawText(list, sink) : WriteListVisible(list, sink);
   }
 }
 
@@ -81,20 +96,26 @@ bool PrintTo(const Printing& printing, const Writer& write) {
 }  // namespace
 
 void Complain(const std::string& text) {
-  std::fprintf(stderr, "%s: %s\n", kProgramName, text.c_str());
+  std::fprintf(stderr, "%s: %s\n", kProgramName, VisibleLine(text).c_str());
 }
 
 bool PrintList(const OutputList& list, const Printing& printing) {
-  return PrintTo(printing,
-                 [&](const TextSink& sink) { return WriteList(list, printing.format, sink); });
+  const auto report = [&](const TextSink& sink) { return WriteReportList(list, sink); };
+  if (printing.format == Format::kReport) return PrintPieces(report, printing);
+  return PrintTo(printing, [&](const TextSink& sink) { return WriteList(list, printing, sink); });
 }
 
 bool PrintText(const std::string& text, const Printing& printing) {
-  return PrintTo(printing, [&](const TextSink& sink) { return sink(text); });
+  return PrintTo(printing, [&](const TextSink& sink) {
+    return sink(printing.raw_text ? text : VisibleLines(text));
+  });
 }
 
 bool PrintPieces(const std::function<bool(const TextSink& sink)>& write, const Printing& printing) {
-  return PrintTo(printing, write);
+  if (!GoesToTerminal(printing)) return PrintTo(printing, write);
+  return PrintTo(printing, [&](const TextSink& sink) {
+    return write([&](std::string_view text) { return sink(VisibleLines(text)); });
+  });
 }
 
 bool MayPrint(const Printing& printing) {

@@ -19,8 +19,10 @@ void Complain(const std::string& text);
 // Where to, and how.
 struct Printing {
   Format format = Format::kText;
-  std::string file;    // UTF-8; empty: stdout
-  bool force = false;  // an existing file may be replaced
+  std::string file;       // UTF-8; empty: stdout
+  bool force = false;     // an existing file may be replaced
+  bool raw_text = false;  // without escapes of control characters
+  bool csv_safe = false;  // no cell of CSV is a formula
 };
 
 // On failure false after a message, and the file holds what it held before.

@@ -1,6 +1,8 @@
 // The text form of a list, the same in files, on the clipboard and on paper.
 #include <algorithm>
 
+#include "host/host.h"
+#include "host/visible_text.h"
 #include "lists/list_sink.h"
 #include "lists/list_writers.h"
 
@@ -13,7 +15,17 @@ constexpr size_t kMaxFirstColumn = 520;  // of a result's first column
 // The program's own lists have no limits.
 bool IsResultList(const OutputList& list) { return ListKindOf(list) < kFirstOwnKind; }
 
-std::vector<std::string> TextLabels(const OutputList& list) {
+// Code-page text as it stands, or visible UTF-8.
+void AppendText(std::string_view text, bool visible, std::string& out) {
+  if (!visible) {
+    out += text;
+    return;
+  }
+  std::string scratch;
+  AppendVisible(Utf8OfListText(text, scratch), out);
+}
+
+std::vector<std::string> TextLabels(const OutputList& list, bool visible) {
   const int columns = ColumnCount(list);
   const int shown = IsResultList(list) ? std::min(columns, kMaxTextColumns) : columns;
   std::vector<std::string> labels;
@@ -24,7 +36,9 @@ std::vector<std::string> TextLabels(const OutputList& list) {
   }
   for (std::string& label : labels) {
     label.resize(longest, ' ');
-    label += ": ";
+    const std::string text = label + ": ";
+    label.clear();
+    AppendText(text, visible, label);
   }
   return labels;
 }
@@ -36,7 +50,7 @@ std::string_view ShownText(const ListShape& shape, int column, std::string_view 
 }
 
 void WriteTextRow(const ListShape& shape, const std::vector<std::string>& labels, uint32_t row,
-                  std::string& out) {
+                  bool visible, std::string& out) {
   std::string scratch;
   RowTexts cells;
   ReadRow(shape, row, cells);
@@ -45,14 +59,17 @@ void WriteTextRow(const ListShape& shape, const std::vector<std::string>& labels
         ShownText(shape, static_cast<int>(column), cells[column], scratch);
     if (text.empty()) continue;
     out += labels[column];
-    out += text;
+    AppendText(text, visible, out);
     out += "\r\n";
   }
   out += "\r\n";
 }
 
-void WriteAboutList(const OutputList& list, uint32_t rows, std::string& out) {
-  if (!ListSubtitle(list).empty()) out += ListSubtitle(list) + "\r\n";
+void WriteAboutList(const OutputList& list, uint32_t rows, bool visible, std::string& out) {
+  if (!ListSubtitle(list).empty()) {
+    AppendText(ListSubtitle(list), visible, out);
+    out += "\r\n";
+  }
   out += "Number of Items : " + std::to_string(rows) + "\r\n\r\n";
 }
 
@@ -70,13 +87,23 @@ bool WriteListText(const OutputList& list, const WrittenRows& which, const TextS
   const ListShape shape = ShapeOf(list);
   const uint32_t count = WrittenCount(list, which);
   if (shape.columns == 0 || count == 0) return true;
-  const std::vector<std::string> labels = TextLabels(list);
+  const std::vector<std::string> labels = TextLabels(list, false);
   ListOutput out{sink, {}};
-  if (!which.selection) WriteAboutList(list, count, out.buffer);
+  if (!which.selection) WriteAboutList(list, count, false, out.buffer);
   return WriteInPieces(out, count, [&](uint32_t place) {
-    WriteTextRow(shape, labels, WrittenRow(which, place), out.buffer);
+    WriteTextRow(shape, labels, WrittenRow(which, place), false, out.buffer);
     ++counted;
   });
+}
+
+bool WriteListVisible(const OutputList& list, const TextSink& sink) {
+  const ListShape shape = ShapeOf(list);
+  if (shape.columns == 0 || shape.rows == 0) return true;
+  const std::vector<std::string> labels = TextLabels(list, true);
+  ListOutput out{sink, {}};
+  WriteAboutList(list, shape.rows, true, out.buffer);
+  return WriteInPieces(out, shape.rows,
+                       [&](uint32_t row) { WriteTextRow(shape, labels, row, true, out.buffer); });
 }
 
 bool WriteFirstColumn(const OutputList& list, const WrittenRows& which, const TextSink& sink) {

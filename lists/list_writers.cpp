@@ -6,6 +6,7 @@
 
 #include "hive/timestamp.h"
 #include "host/host.h"
+#include "host/visible_text.h"
 #include "lists/list_sink.h"
 
 namespace hivequarry {
@@ -51,45 +52,68 @@ void AppendCsvField(std::string_view text, std::string& out) {
   out += '"';
 }
 
-void WriteCsvRow(const ListShape& shape, uint32_t row, std::string& scratch, std::string& out) {
+// What a spreadsheet takes for the beginning of a formula.
+bool BeginsFormula(std::string_view text) {
+  return !text.empty() && std::string_view("=+-@\t\r\n").find(text[0]) != std::string_view::npos;
+}
+
+void AppendCsvCell(std::string_view text, const CsvForm& form, std::string& out) {
+  const bool guarded = form.safe && BeginsFormula(text);
+  if (!guarded && !form.visible) return AppendCsvField(text, out);
+  std::string changed = guarded ? "'" : "";
+  if (form.visible) {
+    AppendVisible(text, changed);
+  } else {
+    changed += text;
+  }
+  AppendCsvField(changed, out);
+}
+
+void WriteCsvRow(const ListShape& shape, uint32_t row, const CsvForm& form, std::string& scratch,
+                 std::string& out) {
   RowTexts cells;
   ReadRow(shape, row, cells);
   for (int column = 0; column < shape.columns; ++column) {
     if (column > 0) out += ',';
     const bool is_utf8 = InSet(shape.kind.utf8_columns, column);
-    AppendCsvField(CellUtf8(cells[static_cast<size_t>(column)], is_utf8, scratch), out);
+    AppendCsvCell(CellUtf8(cells[static_cast<size_t>(column)], is_utf8, scratch), form, out);
   }
   out += "\r\n";
 }
 
 // --- JSON Lines ----------------------------------------------------------------------------------
 
-void AppendJsonEscape(uint8_t character, std::string& out) {
-  constexpr std::string_view kNamed = "\"\\\b\f\n\r\t";
+void AppendJsonEscape(char16_t unit, std::string& out) {
+  constexpr std::u16string_view kNamed = u"\"\\\b\f\n\r\t";
   constexpr std::string_view kLetters = "\"\\bfnrt";
-  const size_t named = kNamed.find(static_cast<char>(character));
-  if (named != std::string_view::npos) {
+  const size_t named = kNamed.find(unit);
+  if (named != std::u16string_view::npos) {
     out += {'\\', kLetters[named]};
     return;
   }
   constexpr char kDigits[] = "0123456789abcdef";
-  out += "\\u00";
-  out += {kDigits[character >> 4], kDigits[character & 15]};
+  out += "\\u";
+  for (int shift = 12; shift >= 0; shift -= 4) out += kDigits[unit >> shift & 15];
 }
 
-bool NeedsEscape(char character) {
-  const auto byte = static_cast<uint8_t>(character);
-  return byte < 32 || byte == '"' || byte == '\\' || byte == 127;
+// Bytes of a character that has to be escaped, with its unit; 0 for any other. The standard asks
+// for it with quotes, backslashes and C0 alone; a terminal obeys more.
+size_t TakeEscaped(std::string_view utf8, size_t at, char16_t& unit) {
+  if (utf8[at] != '"' && utf8[at] != '\\') return ControlAt(utf8, at, unit);
+  unit = static_cast<char16_t>(utf8[at]);
+  return 1;
 }
 
 // `utf8` must be sound UTF-8.
 void AppendJsonText(std::string_view utf8, std::string& out) {
   for (size_t at = 0; at < utf8.size();) {
     size_t end = at;
-    while (end < utf8.size() && !NeedsEscape(utf8[end])) ++end;
+    size_t length = 0;
+    char16_t unit = 0;
+    while (end < utf8.size() && (length = TakeEscaped(utf8, end, unit)) == 0) ++end;
     out.append(utf8, at, end - at);
-    if (end < utf8.size()) AppendJsonEscape(static_cast<uint8_t>(utf8[end++]), out);
-    at = end;
+    if (length != 0) AppendJsonEscape(unit, out);
+    at = end + length;
   }
 }
 
@@ -187,17 +211,21 @@ std::vector<std::string> JsonKeys(const ListShape& shape) {
 }  // namespace
 
 bool WriteListCsv(const OutputList& list, const TextSink& sink) {
+  return WriteListCsvAs(list, CsvForm(), sink);
+}
+
+bool WriteListCsvAs(const OutputList& list, const CsvForm& form, const TextSink& sink) {
   const ListShape shape = ShapeOf(list);
   if (shape.columns == 0) return true;
   ListOutput out{sink, {}};
   std::string scratch;
   for (int column = 0; column < shape.columns; ++column) {
     if (column > 0) out.buffer += ',';
-    AppendCsvField(Utf8FromNarrow(ColumnTitle(list, column)), out.buffer);
+    AppendCsvCell(Utf8FromNarrow(ColumnTitle(list, column)), form, out.buffer);
   }
   out.buffer += "\r\n";
   return WriteInPieces(out, shape.rows,
-                       [&](uint32_t row) { WriteCsvRow(shape, row, scratch, out.buffer); });
+                       [&](uint32_t row) { WriteCsvRow(shape, row, form, scratch, out.buffer); });
 }
 
 bool WriteListJsonLines(const OutputList& list, const TextSink& sink) {

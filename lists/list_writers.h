@@ -37,10 +37,18 @@ inline bool WriteListText(const OutputList& list, const TextSink& sink) {
 }
 // The compact form: the texts of the first column alone, without labels and line ends.
 bool WriteFirstColumn(const OutputList& list, const WrittenRows& which, const TextSink& sink);
+// The whole list for people to read: UTF-8 in which whatever a name or data could do to a terminal,
+// and to lines, has escapes (host/visible_text.h).
+bool WriteListVisible(const OutputList& list, const TextSink& sink);
 // What the text form hands to its sink as UTF-8; `scratch` holds what had to be converted.
 std::string_view Utf8OfListText(std::string_view text, std::string& scratch);
 // The whole list; its titles also when it is empty.
 bool WriteListCsv(const OutputList& list, const TextSink& sink);
+struct CsvForm {
+  bool safe = false;     // "'" before what a spreadsheet would take for a formula
+  bool visible = false;  // with escapes, as WriteListVisible has them
+};
+bool WriteListCsvAs(const OutputList& list, const CsvForm& form, const TextSink& sink);
 // One object a row: the column titles as keys, then "Offset", "LastWrite", "Path", "Name" and
 // "Bytes" as far as the row has them.
 bool WriteListJsonLines(const OutputList& list, const TextSink& sink);

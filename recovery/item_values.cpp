@@ -92,14 +92,10 @@ void MakeTechnical(const ValueKey& value, ValueRow& row) {
 }
 
 struct DetailLines {
-  std::string text;
+  std::vector<DetailField> fields;
 
   void Add(const char* label, const std::string& value) {
-    if (value.empty()) return;
-    text += label;
-    text += ": ";
-    text += value;
-    text += "\r\n";
+    if (!value.empty()) fields.push_back({label, value});
   }
   void AddHex(const char* label, uint32_t value) {
     char number[16];
@@ -368,10 +364,28 @@ std::string KeyDetail(const HiveImage& hive, const KeyTree& tree, uint32_t item)
 }
 
 std::string KeyDetailAt(const HiveImage& hive, const KeyTree& tree, uint32_t position) {
+  std::string text;
+  for (const DetailField& field : KeyFieldsAt(hive, tree, position)) {
+    text += field.label;
+    text += ": ";
+    for (const char character : field.text) {
+      if (character == '\r' || character == '\n') {
+        text += character == '\r' ? "\\u{D}" : "\\u{A}";
+      } else {
+        text += character;
+      }
+    }
+    text += "\r\n";
+  }
+  return text;
+}
+
+std::vector<DetailField> KeyFieldsAt(const HiveImage& hive, const KeyTree& tree,
+                                     uint32_t position) {
   const uint32_t item = ItemOfPosition(tree, position);
   const KeyNode key = ReadKeyNode(hive, position, KeyRead::kDiagnose);
   DetailLines lines;
-  if (item == kNoItem && key.state == KeyState::kNotAKey) return lines.text;
+  if (item == kNoItem && key.state == KeyState::kNotAKey) return lines.fields;
   lines.Add("Key", item == kNoItem ? key.name : LongItemPath(hive, tree, item));
   if (key.name_length > key.name.size() && key.name.ends_with("...")) {
     lines.Add("Name", NarrowText(WideKeyName(hive, position, key.name_length)));
@@ -384,7 +398,7 @@ std::string KeyDetailAt(const HiveImage& hive, const KeyTree& tree, uint32_t pos
     lines.Add("State", "no key cell here; only relations prove the key");
   }
   if (item != kNoItem) AddTreeFields(hive, tree, tree.items[item], lines);
-  return lines.text;
+  return lines.fields;
 }
 
 }  // namespace hivequarry

@@ -88,5 +88,13 @@ std::string KeyDetail(const HiveImage& hive, const KeyTree& tree, uint32_t item)
 // The same for the key cell at a position, whether or not the tree shows it; empty when there is no
 // key cell.
 std::string KeyDetailAt(const HiveImage& hive, const KeyTree& tree, uint32_t position);
+// Its fields one by one, the texts as they are: in the detail view a line end in a name or a class
+// is
+// "\u{D}" or "\u{A}", for it would begin a line.
+struct DetailField {
+  const char* label;
+  std::string text;
+};
+std::vector<DetailField> KeyFieldsAt(const HiveImage& hive, const KeyTree& tree, uint32_t position);
 
 }  // namespace hivequarry

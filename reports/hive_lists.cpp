@@ -102,15 +102,6 @@ void ForEachLine(std::string_view text, const Add& add) {
   }
 }
 
-// "label: text" lines as rows.
-void AddFieldLines(const std::string& fields, uint32_t position, OutputList& list) {
-  ForEachLine(fields, [&](std::string_view line) {
-    const size_t colon = std::min(line.find(": "), line.size());
-    const std::string text(line.substr(std::min(colon + 2, line.size())));
-    AddListRow(list, {std::string(line.substr(0, colon)), text}, position, RowFacts(), 0);
-  });
-}
-
 // The value's name and type, then its detail view; for data that cannot be read, why.
 void AddValueDetail(const HiveImage& hive, const KeyTree& tree, const ValueKey& value,
                     OutputList& list) {
@@ -274,13 +265,13 @@ OutputListPtr ListDetail(const HiveImage& hive, const KeyTree& tree, uint32_t po
   }
   const ValueKey value = ReadValueKey(hive, position, ValueRead::kName, kMaxValueData, nullptr);
   const bool is_value = IsValue(value);
-  const std::string fields = is_value ? std::string() : KeyDetailAt(hive, tree, position);
+  std::vector<DetailField> fields;
+  if (!is_value) fields = KeyFieldsAt(hive, tree, position);
   if (!is_value && fields.empty()) return nullptr;
   OutputListPtr list = MakeOutputList(kListDetail);
-  if (is_value) {
-    AddValueDetail(hive, tree, value, *list);
-  } else {
-    AddFieldLines(fields, position, *list);
+  if (is_value) AddValueDetail(hive, tree, value, *list);
+  for (const DetailField& field : fields) {
+    AddListRow(*list, {field.label, field.text}, position, RowFacts(), 0);
   }
   return list;
 }

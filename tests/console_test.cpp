@@ -191,6 +191,26 @@ TEST_F(ConsoleTest, WhatOutputMayNotReplace) {
   }
 }
 
+TEST_F(ConsoleTest, ControlCharactersAreShown) {
+  HiveBuilder builder;
+  builder.Key("A\x1B[2J\r\nB").Sz("v", "=1");
+  std::ofstream(Sibling("names")) << AsText(builder.Build().bytes);
+  ASSERT_EQ(Run("tree names"), 0);
+  EXPECT_NE(printed.find("\\A\\u{1B}[2J\\u{D}\\u{A}B\r\n"), printed.npos) << printed;
+  const std::string shown = printed;
+  ASSERT_EQ(Run("tree names -o list"), 0);
+  EXPECT_EQ(ContentOf(Sibling("list")), shown);
+  ASSERT_EQ(Run("tree names --raw-text"), 0);
+  EXPECT_NE(printed.find("\\A\x1B[2J\r\nB\r\n"), printed.npos) << printed;
+  ASSERT_EQ(Run("tree names --format csv"), 0);
+  EXPECT_NE(printed.find("\\A\x1B[2J\r\nB\","), printed.npos) << "for programs, not for eyes";
+  ASSERT_EQ(Run("values names --format csv --csv-safe"), 0);
+  EXPECT_NE(printed.find(",'=1,"), printed.npos) << printed;
+  EXPECT_EQ(Run("tree $'no\x1Bne'"), 3);
+  EXPECT_EQ(Run("tree names $(printf 'no\\033ne')", "", ""), 1);
+  EXPECT_NE(ContentOf(Sibling("errors")).find("No key no\\u{1B}ne\n"), std::string::npos);
+}
+
 TEST_F(ConsoleTest, AShellsOutputIsNotPutIntoEvidence) {
   const std::string before = ContentOf(file_.name());
   std::ofstream(Sibling("h\u00E9.LOG1")) << "log";
