@@ -132,6 +132,9 @@ bool HasPlausibleName(const HiveImage& hive, uint32_t key_position) {
   const uint32_t cell = CellLength(ReadU32(hive, key_position));
   const bool sized = cell % 8 == 0 && cell >= kKeyName && cell <= kBaseBlockSize;
   if (length == 0 || length > kLongestName || (sized && kKeyName + length > cell)) return false;
+  // Cells are made as long as their names ask for: noise does not fit so well.
+  const uint32_t needed = (kKeyName + length + 7) / 8 * 8;
+  if (sized && cell - needed <= 8 && ReadU16(hive, key_position + 4) == kSignatureNk) return true;
   // What goes on behind a zero is no part of the name that is shown.
   const std::u16string whole = WideKeyName(hive, key_position, length);
   const std::u16string_view name = std::u16string_view(whole).substr(0, whole.find(u'\0'));

@@ -40,7 +40,7 @@ void OpenRootInCopy(const HiveImage& hive, uint32_t root_position);
 // True when what stands at a position has so much of a key that it can be taken for a root: of
 // signature, flags, time, name, subkey list and security record at least a few that fit.
 bool HasRootRemains(const HiveImage& hive, uint32_t position);
-// A name without control characters that fits its key, which has one.
+// A name for which its key's cell is made, or else one that fits and has no control characters.
 bool HasPlausibleName(const HiveImage& hive, uint32_t key_position);
 
 enum class RootRole {

@@ -178,7 +178,7 @@ TEST(WidthTest, EveryKindFits) {
     if (ColumnCount(*list) == 0) continue;
     const std::vector<int> widths = ColumnWidths(*list, kUnits);
     EXPECT_EQ(std::accumulate(widths.begin(), widths.end(), 0), 983) << kind;
-    EXPECT_GE(*std::min_element(widths.begin(), widths.end()), 38) << kind;
+    EXPECT_GE(*std::min_element(widths.begin(), widths.end()), 30) << kind;
     for (const int width : ColumnWidths(*list, {70, 112, 98, 17, 100})) EXPECT_GE(width, 23);
   }
 }
