@@ -31,15 +31,18 @@ bool IsKeyFlagsByte(uint8_t flags) {
 // A key name keeps the low byte of each UTF-16 unit that has no high byte. A surrogate without its
 // other half is shown as what it is: names that differ in those alone must not look alike.
 std::string NarrowKeyName(const uint8_t* bytes, uint32_t size, bool& failed) {
-  std::string name;
-  for (uint32_t i = 0; i + 1 < size; i += 2) {
-    const bool zero = bytes[i] == 0 && bytes[i + 1] == 0;
-    failed = failed || zero;
-    if ((bytes[i + 1] & 0xF8) == 0xD8 && IsLoneSurrogate(bytes, size, i)) {
-      name += LoneSurrogateText(LoadU16(bytes + i));
-    } else {
-      name.push_back(bytes[i + 1] != 0 || zero ? '?' : static_cast<char>(bytes[i]));
-    }
+  std::string name(size / 2, '?');
+  bool surrogates = false;
+  for (uint32_t i = 0; i < name.size(); ++i) {
+    const uint32_t unit = LoadU16(bytes + 2 * i);
+    failed = failed || unit == 0;
+    surrogates = surrogates || (unit & 0xF800) == 0xD800;
+    if (unit != 0 && unit < 0x100) name[i] = static_cast<char>(unit);
+  }
+  // From the last on, so that those in front keep their places.
+  for (uint32_t i = surrogates ? size / 2 : 0; i-- > 0;) {
+    if (!IsLoneSurrogate(bytes, size, 2 * i)) continue;
+    name.replace(i, 1, LoneSurrogateText(LoadU16(bytes + 2 * i)));
   }
   return name;
 }
@@ -196,12 +199,9 @@ std::u16string WideKeyName(const HiveImage& hive, uint32_t position, uint32_t le
   const std::vector<uint8_t> raw =
       ReadUpTo(hive, position + kKeyName, std::min(length, LongestKeyName(hive, position)));
   const bool wide = ReadU8(hive, position + kKeyFlags) == 0;
-  std::u16string text;
   // A single-byte name is the low bytes of UTF-16, not text of a code page.
-  const size_t step = wide ? 2 : 1;
-  for (size_t i = 0; i + step <= raw.size(); i += step) {
-    text.push_back(wide ? LoadU16(raw.data() + i) : raw[i]);
-  }
+  std::u16string text(wide ? raw.size() / 2 : raw.size(), u'\0');
+  for (size_t i = 0; i < text.size(); ++i) text[i] = wide ? LoadU16(raw.data() + 2 * i) : raw[i];
   return text;
 }
 
