@@ -97,6 +97,11 @@ std::string PathTop(const HiveImage& hive, const KeyTree& tree, uint32_t item, N
   return IsUnderFolder(tree, item) ? root + '\\' + kDisconnectedKeysTitle : root;
 }
 
+// "\...@0x00012340", as it follows that.
+std::string AnchorText(const KeyTree& tree, uint32_t anchor) {
+  return "\\" + std::string(kLeftOut) + HexNumber(tree.items[anchor].position);
+}
+
 // What a path shows: the items from its own up to the root, or to the child of `anchor`.
 struct ShownPath {
   std::vector<uint32_t> upwards;
@@ -135,9 +140,7 @@ std::string TextOf(const HiveImage& hive, const KeyTree& tree, const ShownPath& 
                    NameOf name) {
   std::string path;
   if (shown.anchor != kNoItem) {
-    path = PathTop(hive, tree, shown.upwards.front(), name) + '\\';
-    path += kLeftOut;
-    path += HexNumber(tree.items[shown.anchor].position);
+    path = PathTop(hive, tree, shown.upwards.front(), name) + AnchorText(tree, shown.anchor);
   }
   return Joined(hive, tree, std::move(path), shown.upwards, name);
 }
@@ -276,15 +279,7 @@ bool IsPlainText(std::string_view text) {
 
 void PathWalker::Push(uint32_t item) {
   const bool root = levels_.empty();
-  Level level{item, 0, 0, !root && levels_.back().lossy};
-  const size_t above = root ? 0 : levels_.back().length;
-  if (above > kLongestPath) {
-    // Too long to be shown whole at any limit, and so is everything below.
-    level.length = above;
-    level.utf8_length = levels_.back().utf8_length;
-    levels_.push_back(level);
-    return;
-  }
+  bool lossy = !root && levels_.back().lossy;
   if (!root) path_ += '\\';
   if (!root) utf8_ += '\\';
   const size_t start = path_.size();
@@ -294,12 +289,10 @@ void PathWalker::Push(uint32_t item) {
     utf8_ += name;
   } else {
     const std::string whole = PathNameUtf8(hive_, tree_, item);
-    level.lossy = level.lossy || whole != Utf8FromNarrow(name);
+    lossy = lossy || whole != Utf8FromNarrow(name);
     utf8_ += whole;
   }
-  level.length = path_.size();
-  level.utf8_length = utf8_.size();
-  levels_.push_back(level);
+  levels_.push_back({item, path_.size(), utf8_.size(), lossy});
 }
 
 void PathWalker::Enter(uint32_t item) {
@@ -320,21 +313,37 @@ bool PathWalker::IsLong() const {
   return path_.size() > kLeastPath && path_.size() > ListedPathLimit(hive_, tree_);
 }
 
+// The level of the key that a shortened path goes on from, as TailOf finds it; 0 for none.
+size_t PathWalker::AnchorLevel() const {
+  size_t level = levels_.size() - 1;
+  while (level > 0) {
+    --level;
+    const size_t above = level == 0 ? 0 : levels_[level - 1].length;
+    if (path_.size() - above > kTailLength && IsAnchor(tree_, levels_[level].item)) break;
+  }
+  return level;
+}
+
 const std::string& PathWalker::PathOf(uint32_t item) {
   Enter(item);
-  if (!IsLong()) return path_;
-  return shortened_ = TextOf(hive_, tree_, TailOf(hive_, tree_, item), ItemName);
+  const size_t anchor = IsLong() ? AnchorLevel() : 0;
+  if (anchor == 0) return path_;
+  const Level& level = levels_[anchor];
+  shortened_ = PathTop(hive_, tree_, item, ItemName) + AnchorText(tree_, level.item);
+  return shortened_.append(path_, level.length);
 }
 
 const std::string& PathWalker::LosslessOf(uint32_t item) {
   Enter(item);
   lossless_.clear();
-  if (IsLong()) {
-    const ShownPath shown = TailOf(hive_, tree_, item);
-    if (LosesAny(hive_, tree_, shown)) lossless_ = TextOf(hive_, tree_, shown, PathNameUtf8);
-    return lossless_;
-  }
-  return levels_.back().lossy ? utf8_ : lossless_;
+  const size_t anchor = IsLong() ? AnchorLevel() : 0;
+  if (anchor == 0) return levels_.back().lossy ? utf8_ : lossless_;
+  const Level& level = levels_[anchor];
+  const std::string_view tail = std::string_view(path_).substr(level.length);
+  const std::string_view whole = std::string_view(utf8_).substr(level.utf8_length);
+  if (tail == whole || Utf8FromNarrow(tail) == whole) return lossless_;
+  lossless_ = PathTop(hive_, tree_, item, PathNameUtf8) + AnchorText(tree_, level.item);
+  return lossless_.append(whole);
 }
 
 namespace {

@@ -194,18 +194,19 @@ class PathWalker {
  private:
   struct Level {
     uint32_t item;
-    size_t length;  // of the path text up to this item, beyond what is kept of it
+    size_t length;  // of the path text up to this item
     size_t utf8_length;
     bool lossy;
   };
   void Enter(uint32_t item);
   void Push(uint32_t item);
   bool IsLong() const;
+  size_t AnchorLevel() const;
 
   const HiveImage& hive_;
   const KeyTree& tree_;
   std::vector<Level> levels_;
-  std::string path_;  // of the last level, as far as it is within kLongestPath
+  std::string path_;  // of the last level, whole
   std::string utf8_;
   std::string shortened_;
   std::string lossless_;

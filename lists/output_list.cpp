@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <cstring>
 #include <new>
+#include <utility>
 
 #include "host/host.h"
 #include "host/long_operation.h"
@@ -14,10 +15,12 @@
 namespace hivequarry {
 namespace {
 
-// A row is one blob: this head, the last-write time (only of a row about a key), the end of each
-// text counted from the first text's start, and the texts. The texts are the cells, empty ones at
-// the end left out, and behind them path, name and bytes when the row has any of these. Ends take
-// two bytes each, four when the texts are longer than that.
+// A row is one blob: this head, the last-write time (only of a row about a key), which texts are
+// shared (a bit each, only when any are), the end of each text counted from the first text's start,
+// and the texts. The texts are the cells, empty ones at the end left out, and behind them path,
+// name and bytes when the row has any of these. Ends take two bytes each, four when the texts are
+// longer than that. In place of a shared text stands where an earlier row has it: the rows of a
+// key's values have its path once.
 struct RowHead {
   uint32_t datum;
   int16_t icon;
@@ -30,7 +33,18 @@ constexpr uint8_t kHasDatum = 1;
 constexpr uint8_t kAboutKey = 2;
 constexpr uint8_t kHasFacts = 4;
 constexpr uint8_t kWideEnds = 8;
+constexpr uint8_t kHasShared = 16;
 constexpr int kFactTexts = 3;
+
+// What stands for a shared text. Only texts that are longer than what it takes are worth it.
+struct SharedText {
+  const char* text;
+  uint32_t size;
+};
+constexpr size_t kSharedSize = sizeof(const char*) + sizeof(uint32_t);
+constexpr size_t kLeastShared = 24;
+// The cells, then the facts.
+using TextSet = std::array<std::string_view, kMaxOwnColumns + kFactTexts>;
 
 constexpr size_t kFirstChunk = 4096;
 constexpr size_t kLargestChunk = size_t{1} << 20;
@@ -63,6 +77,9 @@ struct RowLayout {
   RowHead head{};
   std::span<const std::string_view> cells;  // without the empty ones at the end
   std::array<std::string_view, kFactTexts> facts;
+  uint64_t shared = 0;  // of the texts in the order in which they are stored
+  TextSet stored;       // likewise: the texts, or those of an earlier row that they share
+  int texts = 0;
   size_t text_bytes = 0;
   size_t end_size = 2;
   size_t size = 0;  // of the blob
@@ -72,6 +89,7 @@ struct RowLayout {
 struct RowView {
   RowHead head;
   uint64_t last_write = 0;
+  uint64_t shared = 0;
   const char* ends;
   const char* texts;
   size_t end_size;
@@ -88,9 +106,18 @@ uint32_t EndAt(const RowView& view, int text) {
   return end;
 }
 
+// The text that is stored between two ends.
+std::string_view TextBetween(const RowView& view, int text, uint32_t start, uint32_t end) {
+  const char* stored = view.texts + start;
+  if ((view.shared >> text & 1) == 0) return {stored, end - start};
+  SharedText shared{};
+  std::memcpy(&shared.text, stored, sizeof shared.text);
+  std::memcpy(&shared.size, stored + sizeof shared.text, sizeof shared.size);
+  return {shared.text, shared.size};
+}
+
 std::string_view TextAt(const RowView& view, int text) {
-  const uint32_t start = text == 0 ? 0 : EndAt(view, text - 1);
-  return {view.texts + start, EndAt(view, text) - start};
+  return TextBetween(view, text, text == 0 ? 0 : EndAt(view, text - 1), EndAt(view, text));
 }
 
 RowView ViewOfBlob(const char* blob) {
@@ -101,6 +128,10 @@ RowView ViewOfBlob(const char* blob) {
     std::memcpy(&view.last_write, blob, sizeof view.last_write);
     blob += sizeof view.last_write;
   }
+  if ((view.head.flags & kHasShared) != 0) {
+    std::memcpy(&view.shared, blob, sizeof view.shared);
+    blob += sizeof view.shared;
+  }
   const int texts = view.head.cells + ((view.head.flags & kHasFacts) != 0 ? kFactTexts : 0);
   view.end_size = (view.head.flags & kWideEnds) != 0 ? 4 : 2;
   view.ends = blob;
@@ -108,16 +139,22 @@ RowView ViewOfBlob(const char* blob) {
   return view;
 }
 
-// Calls `visit` with each text of the blob, in order.
-template <typename Visit>
-void ForEachText(const RowLayout& layout, const Visit& visit) {
-  for (const std::string_view text : layout.cells) visit(text);
-  if ((layout.head.flags & kHasFacts) == 0) return;
-  for (const std::string_view text : layout.facts) visit(text);
+size_t StoredSize(const RowLayout& layout, int text) {
+  const bool shared = (layout.shared >> text & 1) != 0;
+  return shared ? kSharedSize : layout.stored[static_cast<size_t>(text)].size();
 }
 
-// The layout looks at the row's texts and lives no longer than they.
-RowLayout LayOut(const NewRow& row, size_t columns) {
+// Adds a text to those that are stored; `before` is that of the row before in its place.
+void Store(std::string_view text, std::string_view before, RowLayout& layout) {
+  const bool same = text.size() >= kLeastShared && text == before;
+  if (same) layout.shared |= uint64_t{1} << layout.texts;
+  layout.stored[static_cast<size_t>(layout.texts)] = same ? before : text;
+  layout.text_bytes += StoredSize(layout, layout.texts++);
+}
+
+// The layout looks at the row's texts and at `before`, the texts of the row before, and lives no
+// longer than they.
+RowLayout LayOut(const NewRow& row, size_t columns, const TextSet& before) {
   RowLayout layout;
   size_t cells = std::min(row.texts.size(), columns);
   while (cells > 0 && row.texts[cells - 1].empty()) --cells;
@@ -125,21 +162,21 @@ RowLayout LayOut(const NewRow& row, size_t columns) {
   layout.head = {row.datum, static_cast<int16_t>(row.icon), static_cast<uint8_t>(cells), 0};
   if (row.has_datum) layout.head.flags |= kHasDatum;
   if (row.facts.about_key) layout.head.flags |= kAboutKey;
-  if (!row.facts.path.empty() || !row.facts.name.empty() || !row.facts.bytes.empty()) {
-    layout.head.flags |= kHasFacts;
-    layout.facts = {row.facts.path, row.facts.name, row.facts.bytes};
+  layout.facts = {row.facts.path, row.facts.name, row.facts.bytes};
+  const bool facts = !row.facts.path.empty() || !row.facts.name.empty() || !row.facts.bytes.empty();
+  if (facts) layout.head.flags |= kHasFacts;
+  for (size_t cell = 0; cell < cells; ++cell) Store(layout.cells[cell], before[cell], layout);
+  for (size_t fact = 0; facts && fact < kFactTexts; ++fact) {
+    Store(layout.facts[fact], before[kMaxOwnColumns + fact], layout);
   }
-  size_t texts = 0;
-  ForEachText(layout, [&](std::string_view text) {
-    layout.text_bytes += text.size();
-    ++texts;
-  });
+  if (layout.shared != 0) layout.head.flags |= kHasShared;
   if (layout.text_bytes > UINT16_MAX) {
     layout.end_size = 4;
     layout.head.flags |= kWideEnds;
   }
   layout.size = sizeof(RowHead) + (row.facts.about_key ? sizeof(uint64_t) : 0) +
-                texts * layout.end_size + layout.text_bytes;
+                (layout.shared != 0 ? sizeof(uint64_t) : 0) +
+                static_cast<size_t>(layout.texts) * layout.end_size + layout.text_bytes;
   return layout;
 }
 
@@ -150,17 +187,28 @@ void WriteBlob(const RowLayout& layout, uint64_t last_write, char* out) {
   };
   put(&layout.head, sizeof layout.head);
   if ((layout.head.flags & kAboutKey) != 0) put(&last_write, sizeof last_write);
+  if (layout.shared != 0) put(&layout.shared, sizeof layout.shared);
   uint32_t end = 0;
-  ForEachText(layout, [&](std::string_view text) {
-    end += static_cast<uint32_t>(text.size());
+  for (int text = 0; text < layout.texts; ++text) {
+    end += static_cast<uint32_t>(StoredSize(layout, text));
     const auto narrow = static_cast<uint16_t>(end);
     if (layout.end_size == 2) {
       put(&narrow, sizeof narrow);
     } else {
       put(&end, sizeof end);
     }
-  });
-  ForEachText(layout, [&put](std::string_view text) { put(text.data(), text.size()); });
+  }
+  for (int text = 0; text < layout.texts; ++text) {
+    const std::string_view stored = layout.stored[static_cast<size_t>(text)];
+    if ((layout.shared >> text & 1) == 0) {
+      put(stored.data(), stored.size());
+      continue;
+    }
+    const char* at = stored.data();
+    const auto size = static_cast<uint32_t>(stored.size());
+    put(&at, sizeof at);
+    put(&size, sizeof size);
+  }
 }
 
 }  // namespace
@@ -178,6 +226,7 @@ struct OutputList {
   char* free_space = nullptr;          // the rest of the chunk in use
   size_t free_size = 0;
   size_t next_chunk = kFirstChunk;
+  TextSet last;       // the texts of the row added last, where they are kept
   bool full = false;  // no memory for a row was left, which was said
 };
 
@@ -221,14 +270,25 @@ const char* MakeBlob(OutputList& list, const RowLayout& layout, uint64_t last_wr
   return blob;
 }
 
+void NoteLast(OutputList& list, const RowView& view) {
+  list.last.fill({});
+  for (int cell = 0; cell < view.head.cells; ++cell) {
+    list.last[static_cast<size_t>(cell)] = TextAt(view, cell);
+  }
+  for (int fact = 0; (view.head.flags & kHasFacts) != 0 && fact < kFactTexts; ++fact) {
+    list.last[static_cast<size_t>(kMaxOwnColumns + fact)] = TextAt(view, view.head.cells + fact);
+  }
+}
+
 bool TryAddRow(OutputList& list, const NewRow& row) {
-  const RowLayout layout = LayOut(row, list.columns.size());
+  const RowLayout layout = LayOut(row, list.columns.size(), list.last);
   const uint32_t number = list.row_count.load(std::memory_order_relaxed);
   const char** pointer = TakeRowPointer(list, number);
   if (pointer == nullptr) return false;
   const char* blob = MakeBlob(list, layout, row.facts.last_write);
   if (blob == nullptr) return false;
   *pointer = blob;
+  NoteLast(list, ViewOfBlob(blob));
   list.row_count.store(number + 1, std::memory_order_release);
   return true;
 }
@@ -309,7 +369,8 @@ void CellTexts(const OutputList& list, uint32_t row, std::span<std::string_view>
   for (size_t column = 0; column < cells.size(); ++column) {
     const bool there = column < view.head.cells;
     const uint32_t end = there ? EndAt(view, static_cast<int>(column)) : start;
-    cells[column] = {view.texts + start, end - start};
+    cells[column] =
+        there ? TextBetween(view, static_cast<int>(column), start, end) : std::string_view();
     start = end;
   }
 }
@@ -349,7 +410,7 @@ bool ReplaceCell(OutputList& list, uint32_t row, int column, std::string_view te
   changed.has_datum = RowHasDatum(list, row);
   changed.facts = FactsOfRow(list, row);
   // The old blob stays where it is until the list is cleared.
-  const RowLayout layout = LayOut(changed, list.columns.size());
+  const RowLayout layout = LayOut(changed, list.columns.size(), TextSet());
   const char* blob = MakeBlob(list, layout, changed.facts.last_write);
   if (blob == nullptr) return false;
   const RowPlace place = PlaceOfRow(row);
@@ -357,10 +418,35 @@ bool ReplaceCell(OutputList& list, uint32_t row, int column, std::string_view te
   return true;
 }
 
+bool TakeRows(OutputList& list, OutputList& from, std::span<const uint32_t> order) {
+  const uint32_t count = RowCount(from);
+  const bool whole = order.size() == count && list.columns.size() == from.columns.size();
+  if (RowCount(list) != 0 || !whole || list.numbers != RowNumbers::kNone) return false;
+  std::vector<const char*> blobs;
+  blobs.reserve(count);
+  const auto place_of = [&from](uint32_t row) -> const char*& {
+    const RowPlace place = PlaceOfRow(row);
+    return from.rows[static_cast<size_t>(place.block)][place.index];
+  };
+  for (const uint32_t row : order) blobs.push_back(place_of(row));
+  for (uint32_t row = 0; row < count; ++row) place_of(row) = blobs[row];
+  list.rows = std::move(from.rows);
+  list.chunks = std::move(from.chunks);
+  list.free_space = std::exchange(from.free_space, nullptr);
+  list.free_size = std::exchange(from.free_size, 0);
+  list.next_chunk = from.next_chunk;
+  list.last.fill({});
+  from.row_count.store(0, std::memory_order_release);
+  ClearRows(from);
+  list.row_count.store(count, std::memory_order_release);
+  return true;
+}
+
 void ClearRows(OutputList& list) {
   list.row_count.store(0, std::memory_order_release);
   for (auto& block : list.rows) block.reset();
   list.chunks.clear();
+  list.last.fill({});
   list.free_space = nullptr;
   list.free_size = 0;
   list.next_chunk = kFirstChunk;

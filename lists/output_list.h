@@ -99,6 +99,10 @@ void SetRowNumbers(OutputList& list, RowNumbers numbers);
 // read the rows counted by RowCount meanwhile. When memory gives out the message "Error adding item
 // %s to list" is shown and the operation under way is stopped; the list stays as it was.
 void AddRow(OutputList& list, const NewRow& row);
+// Gives the rows of a list that nobody else reads to one that is still empty, in this order: each
+// of them once. `from` is left empty. False, with nothing changed, when that can't be: the order
+// lacks rows, or the lists differ in their columns.
+bool TakeRows(OutputList& list, OutputList& from, std::span<const uint32_t> order);
 // Rows that may be read.
 uint32_t RowCount(const OutputList& list);
 // Valid until the list is cleared or destroyed; empty for a column that the list does not have.

@@ -6,6 +6,7 @@
 #include "hive/value_text.h"
 #include "host/case.h"
 #include "host/long_operation.h"
+#include "host/shortfalls.h"
 #include "lists/list_rows.h"
 #include "reports/path_texts.h"
 #include "reports/report_run.h"
@@ -13,7 +14,6 @@
 namespace hivequarry {
 namespace {
 
-constexpr size_t kMaxTextBytes = 0x20000;  // of a value's data
 constexpr uint32_t kRowsAfterStop = 10000;
 
 // The paths of a value's text; where there is none, those of its name, which is a path in the lists
@@ -21,8 +21,9 @@ constexpr uint32_t kRowsAfterStop = 10000;
 std::vector<std::string> PathsOf(const SourceKey& key, const SourceValue& value) {
   std::vector<std::string> paths;
   if (value.read && IsText(value)) {
-    const auto data = value.data.first(std::min(value.data.size(), kMaxTextBytes));
-    paths = PathsInText(DataText(value.type, data, true));
+    uint64_t left_out = 0;
+    paths = PathsInText(DataText(value.type, value.data, true), &left_out);
+    if (left_out != 0) NoteShortfall(Shortfall::kRows, left_out);
   }
   if (!paths.empty()) return paths;
   const bool ciphered = ContainsIgnoringCase(key.path, "\\userassist\\");
@@ -50,11 +51,10 @@ RowSubject FileSubject(const SourceKey& key, const SourceValue& value) {
   return key.error.empty() ? SubjectOf(key, value) : SubjectOf(key);
 }
 
-// A list for rows that wait to be sorted: in front of their cells stands what they are sorted by.
-// Hundreds of thousands of rows are given back in a moment, also when the user stops.
+// A list for rows that wait to be sorted.
 OutputListPtr MakeWaitingList(const OutputList& list) {
   OutputListPtr waiting = MakeOutputList(ListKindOf(list));
-  std::vector<std::string> titles(1);
+  std::vector<std::string> titles;
   for (int column = 0; column < ColumnCount(list); ++column) {
     titles.push_back(ColumnTitle(list, column));
   }
@@ -62,27 +62,35 @@ OutputListPtr MakeWaitingList(const OutputList& list) {
   return waiting;
 }
 
-// The rows of a waiting list in the order of their first texts.
-std::vector<uint32_t> SortedRows(const OutputList& waiting, uint32_t count, bool stopped) {
-  std::vector<uint32_t> order(count);
+// The rows of a waiting list by their files, capital and small letters alike.
+std::vector<uint32_t> SortedRows(const OutputList& waiting, bool stopped) {
+  const CaseTable capitals = CurrentCapitals();
+  const auto capital = [&](char c) {
+    return static_cast<uint8_t>(capitals[static_cast<uint8_t>(c)]);
+  };
+  const auto before = [&](std::string_view a, std::string_view b) {
+    return std::lexicographical_compare(a.begin(), a.end(), b.begin(), b.end(),
+                                        [&](char c, char d) { return capital(c) < capital(d); });
+  };
+  std::vector<uint32_t> order(RowCount(waiting));
   std::iota(order.begin(), order.end(), 0U);
   std::stable_sort(order.begin(), order.end(), [&](uint32_t a, uint32_t b) {
-    return (stopped || !StopRequested()) && CellText(waiting, a, 0) < CellText(waiting, b, 0);
+    return !stopped && !StopRequested() && before(CellText(waiting, a, 0), CellText(waiting, b, 0));
   });
   return order;
 }
 
-// Of a run that was stopped there is time for some rows only.
-void AddSorted(const OutputList& waiting, OutputList& list) {
-  const bool stopped = StopRequested();
-  const uint32_t count = stopped ? std::min(RowCount(waiting), kRowsAfterStop) : RowCount(waiting);
+// Of a run that was stopped there is time for some rows only, where they have to be copied.
+void AddSorted(OutputList& waiting, OutputList& list) {
+  const std::vector<uint32_t> order = SortedRows(waiting, StopRequested());
+  if (TakeRows(list, waiting, order)) return;
   std::vector<std::string_view> texts(static_cast<size_t>(ColumnCount(waiting)));
   uint32_t left = kRowsAfterStop;
-  for (const uint32_t row : SortedRows(waiting, count, stopped)) {
+  for (const uint32_t row : order) {
     if (StopRequested() && left-- == 0) break;
     CellTexts(waiting, row, texts);
     const uint32_t datum = RowHasDatum(waiting, row) ? RowDatum(waiting, row) : kNoOffset;
-    AddListRow(list, std::span(texts).subspan(1), datum, FactsOfRow(waiting, row));
+    AddListRow(list, texts, datum, FactsOfRow(waiting, row));
   }
 }
 
@@ -106,12 +114,11 @@ void ReportKeyFiles(ReportRun& run) {
 }
 
 void ReportFiles(ReportRun& run) {
-  const CaseTable capitals = CurrentCapitals();
   const OutputListPtr waiting = MakeWaitingList(run.list);
   ForEachFile(run, [&](const std::string& path, const SourceKey& key, const SourceValue& value) {
     AddReportRow(*waiting,
-                 {Capitals(capitals, path), path, key.path, FileValueName(key, value), value.text,
-                  FileValueType(key, value), KeyDateText(key)},
+                 {path, key.path, FileValueName(key, value), value.text, FileValueType(key, value),
+                  KeyDateText(key)},
                  FileSubject(key, value));
     ++run.kept;
   });

@@ -2,9 +2,11 @@
 
 #include <algorithm>
 #include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 #include "hive/key_node.h"
+#include "hive/root_path.h"
 #include "hive/value_key.h"
 #include "host/case.h"
 #include "host/host.h"
@@ -15,16 +17,94 @@
 namespace hivequarry {
 namespace {
 
-class HiveKeys : public KeySource {
+// Finds keys by path. The subkeys of a key are looked through once, however often one of them is
+// asked for.
+class KeyFinder {
  public:
-  HiveKeys(const HiveImage& hive, const KeyTree& tree, uint32_t item, uint32_t level)
-      : hive_(hive),
-        tree_(tree),
-        paths_(hive, tree),
-        start_(item),
-        first_level_(level),
-        next_(item),
-        end_(item < tree.items.size() ? tree.items[item].end : item) {}
+  KeyFinder(const HiveImage& hive, const KeyTree& tree)
+      : hive_(hive), tree_(tree), root_(ItemName(hive, tree, 0)) {}
+
+  // The first child of that name, kNoItem for none.
+  uint32_t Child(uint32_t parent, std::string_view name) {
+    if (!known_.contains(parent)) LookThrough(parent);
+    return ChildAt(parent, Capitals(capitals_, name), kNoItem);
+  }
+
+  // The item of a whole path, kNoItem for none.
+  uint32_t Find(std::string_view path) {
+    if (!path.starts_with(root_)) return kNoItem;
+    path.remove_prefix(root_.size());
+    uint32_t item = 0;
+    while (!path.empty() && item != kNoItem) {
+      if (path.front() != '\\') return kNoItem;
+      path.remove_prefix(1);
+      item = TakeChild(item, path);
+    }
+    return item;
+  }
+
+ private:
+  // The child that the path begins with; the path moves behind it. A name may itself hold
+  // backslashes.
+  uint32_t TakeChild(uint32_t parent, std::string_view& path) {
+    constexpr int kMostBackslashes = 8;
+    size_t end = 0;
+    for (int tries = 0; tries <= kMostBackslashes && end < path.size(); ++tries) {
+      end = std::min(path.find('\\', tries == 0 ? 0 : end + 1), path.size());
+      const uint32_t child = Child(parent, path.substr(0, end));
+      if (child == kNoItem) continue;
+      path.remove_prefix(end);
+      return child;
+    }
+    return kNoItem;
+  }
+
+  void LookThrough(uint32_t parent) {
+    known_.insert(parent);
+    for (uint32_t child = FirstChild(tree_, parent); child != kNoItem && !StopRequested();
+         child = NextSibling(tree_, child)) {
+      ChildAt(parent, Capitals(capitals_, ItemName(hive_, tree_, child)), child);
+    }
+  }
+
+  // The first child of that name. When none is known, `child` is from now on, unless it is kNoItem.
+  uint32_t ChildAt(uint32_t parent, const std::string& capitals, uint32_t child) {
+    constexpr uint64_t kSpread = 0x9E3779B97F4A7C15;
+    for (uint64_t at = std::hash<std::string>()(capitals) ^ (parent + 1) * kSpread;; ++at) {
+      const auto found = children_.find(at);
+      if (found == children_.end()) {
+        if (child != kNoItem) children_.emplace(at, child);
+        return child;
+      }
+      const uint32_t there = found->second;
+      const bool same = tree_.items[there].parent == parent &&
+                        Capitals(capitals_, ItemName(hive_, tree_, there)) == capitals;
+      if (same) return there;
+    }
+  }
+
+  const HiveImage& hive_;
+  const KeyTree& tree_;
+  std::string root_;
+  CaseTable capitals_ = CurrentCapitals();
+  std::unordered_set<uint32_t> known_;               // keys whose subkeys are in the table
+  std::unordered_map<uint64_t, uint32_t> children_;  // by parent and name
+};
+
+class HiveKeys : public HiveKeySource {
+ public:
+  HiveKeys(const HiveImage& hive, const KeyTree& tree)
+      : hive_(hive), tree_(tree), paths_(hive, tree), finder_(hive, tree) {}
+
+  void BeginAt(uint32_t item, uint32_t level) override {
+    start_ = next_ = item;
+    first_level_ = level;
+    end_ = item < tree_.items.size() ? tree_.items[item].end : item;
+    levels_.clear();
+    values_.clear();
+    values_known_ = true;
+    next_value_ = 0;
+  }
 
   bool NextKey(SourceKey& key) override {
     values_known_ = false;
@@ -53,7 +133,50 @@ class HiveKeys : public KeySource {
       ++next_value_;
     }
     if (next_value_ >= values_.size() || StopRequested()) return false;
-    const uint32_t position = values_[next_value_++];
+    ReadValue(values_[next_value_++], value);
+    return true;
+  }
+
+  bool FindValue(std::string_view name, SourceValue& value) override {
+    if (!values_known_) ListValues();
+    return FindAmong(values_, name, value);
+  }
+
+  void OrderValues(const std::function<size_t(const std::string& name)>& rank) override {
+    if (!values_known_) ListValues();
+    std::vector<std::pair<size_t, uint32_t>> ranked;
+    ranked.reserve(values_.size());
+    for (const uint32_t position : values_) ranked.emplace_back(rank(NameAt(position)), position);
+    std::ranges::stable_sort(ranked, {}, [](const auto& value) { return value.first; });
+    for (size_t i = 0; i < values_.size(); ++i) values_[i] = ranked[i].second;
+  }
+
+  bool FindChildValue(std::string_view child, std::string_view name, SourceValue& value) override {
+    const uint32_t item = finder_.Child(at_, child);
+    return item != kNoItem && HasKeyCell(tree_, item) &&
+           FindAmong(ListedValuesInWalk(hive_, tree_.items[item].position), name, value);
+  }
+
+  uint64_t LastWriteOf(std::string_view path) override {
+    const uint32_t item = finder_.Find(path);
+    return item == kNoItem ? 0 : LastWriteOfItem(item);
+  }
+
+ private:
+  std::string NameAt(uint32_t position) const {
+    return ReadValueKey(hive_, position, ValueRead::kName, kMaxValueData, nullptr).name;
+  }
+
+  bool FindAmong(const std::vector<uint32_t>& values, std::string_view name, SourceValue& value) {
+    for (const uint32_t position : values) {
+      if (!EqualIgnoringCase(NameAt(position), name)) continue;
+      ReadValue(position, value);
+      return true;
+    }
+    return false;
+  }
+
+  void ReadValue(uint32_t position, SourceValue& value) {
     const ValueKey read = ReadValueWithin(hive_, position, data_budget_, data_);
     value.name = read.name;
     value.type = read.type;
@@ -62,18 +185,8 @@ class HiveKeys : public KeySource {
     value.text = MakeValueRow(hive_, read, data_, ValueViewOptions()).data;
     value.position = position;
     value.utf8_name = LosslessName(hive_, read);
-    return true;
   }
 
-  uint64_t LastWriteOf(std::string_view path) override {
-    const size_t split = path.rfind('\\');
-    if (split == std::string_view::npos) return 0;
-    if (path.substr(0, split) != children_of_) ReadChildren(path.substr(0, split));
-    const auto found = children_.find(Capitals(capitals_, path.substr(split + 1)));
-    return found == children_.end() ? 0 : LastWriteOfItem(found->second);
-  }
-
- private:
   // The key that the walk begins at may be shown as a copy; others are given where they hang.
   bool IsGiven() const { return at_ == start_ ? IsKeyOrCopy(tree_, at_) : IsKeyItem(tree_, at_); }
 
@@ -104,44 +217,32 @@ class HiveKeys : public KeySource {
     values_ = has_cell ? ListedValuesInWalk(hive_, it.position) : std::vector<uint32_t>();
   }
 
-  void ReadChildren(std::string_view path) {
-    children_of_ = path;
-    children_.clear();
-    const uint32_t parent = FindItemByPath(hive_, tree_, path);
-    if (parent == kNoItem) return;
-    for (uint32_t child = FirstChild(tree_, parent); child != kNoItem;
-         child = NextSibling(tree_, child)) {
-      children_.emplace(Capitals(capitals_, ItemName(hive_, tree_, child)), child);
-    }
-  }
-
   const HiveImage& hive_;
   const KeyTree& tree_;
   PathWalker paths_;
-  uint32_t start_;
-  uint32_t first_level_;
+  KeyFinder finder_;
+  uint32_t start_ = 0;
+  uint32_t first_level_ = 1;
   uint32_t at_ = 0;
-  uint32_t next_;
-  uint32_t end_;
-  std::vector<uint32_t>
-      levels_;  // ends of the subtrees that the key given last is in, its own last
+  uint32_t next_ = 0;
+  uint32_t end_ = 0;
+  // Ends of the subtrees that the key given last is in, its own last.
+  std::vector<uint32_t> levels_;
 
   bool values_known_ = true;
   std::vector<uint32_t> values_;  // positions, of the key given last
   size_t next_value_ = 0;
   DataBudget data_budget_ = MakeDataBudget(hive_);
   std::vector<uint8_t> data_;
-
-  CaseTable capitals_ = CurrentCapitals();
-  std::string children_of_;  // the key whose subkeys are known
-  std::unordered_map<std::string, uint32_t> children_;
 };
 
 }  // namespace
 
-std::unique_ptr<KeySource> KeysOfHive(const HiveImage& hive, const KeyTree& tree, uint32_t item,
-                                      uint32_t level) {
-  return std::make_unique<HiveKeys>(hive, tree, item, level);
+std::unique_ptr<HiveKeySource> KeysOfHive(const HiveImage& hive, const KeyTree& tree, uint32_t item,
+                                          uint32_t level) {
+  auto keys = std::make_unique<HiveKeys>(hive, tree);
+  keys->BeginAt(item, level);
+  return keys;
 }
 
 }  // namespace hivequarry

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <span>
 #include <string>
@@ -40,13 +41,26 @@ class KeySource {
   virtual void SkipChildren() = 0;
   // The next value of that key.
   virtual bool NextValue(SourceValue& value) = 0;
-  // The last write of any key of the same hive, by path; 0 where that isn't known. Asking for many
-  // subkeys of one key is cheap.
+  // Of a hive alone: the first value of that name, whatever the case; and the values that are still
+  // to be given, by their names' ranks, those of one rank as they are listed.
+  virtual bool FindValue(std::string_view, SourceValue&) { return false; }
+  virtual void OrderValues(const std::function<size_t(const std::string& name)>&) {}
+  // Likewise, of the key's subkey of that name.
+  virtual bool FindChildValue(std::string_view, std::string_view, SourceValue&) { return false; }
+  // The last write of any key of the same hive, by whole path; 0 where that isn't known. The
+  // subkeys of a key are looked through once.
   virtual uint64_t LastWriteOf(std::string_view) { return 0; }
 };
 
+class HiveKeySource : public KeySource {
+ public:
+  // Another walk, from `item` down; what data may be read, and what is known of keys by path, go
+  // on.
+  virtual void BeginAt(uint32_t item, uint32_t level) = 0;
+};
+
 // The keys of a hive from `item` down as displayed, in display order. `level` is that of the item.
-std::unique_ptr<KeySource> KeysOfHive(const HiveImage& hive, const KeyTree& tree, uint32_t item,
-                                      uint32_t level = 1);
+std::unique_ptr<HiveKeySource> KeysOfHive(const HiveImage& hive, const KeyTree& tree, uint32_t item,
+                                          uint32_t level = 1);
 
 }  // namespace hivequarry

@@ -78,9 +78,8 @@ bool EndsLikeProgram(std::string_view path) {
   });
 }
 
-// True when the text behind a blank is an argument, or another path, rather than more of a name.
+// True when the text behind blanks is an argument, or another path, rather than more of a name.
 bool BeginsArgument(std::string_view text) {
-  while (text.starts_with(' ')) text.remove_prefix(1);
   if (text.empty()) return true;
   const bool option = text[0] == '/' || text[0] == '-';
   if (option) return text.size() < 2 || text[1] != ' ';
@@ -104,7 +103,11 @@ size_t PathEnd(std::string_view text, bool quoted) {
     if (c == ',' && HasExtension(path)) return at;
     const bool may_end = c == ' ' || c == ',' || c == '\'' || c == ')' || c == '%';
     if (may_end && EndsLikeProgram(path)) return at;
-    if (c == ' ' && BeginsArgument(text.substr(at))) return at;
+    if (c != ' ') continue;
+    // What follows the blanks is the same for each of them.
+    const size_t next = std::min(text.find_first_not_of(' ', at), text.size());
+    if (BeginsArgument(text.substr(next))) return at;
+    at = next - 1;
   }
   return limit;
 }
@@ -124,12 +127,20 @@ std::string Cleaned(std::string_view path) {
   return std::string(path);
 }
 
+// A path that goes on says so.
+std::string Cut(std::string path, bool goes_on) {
+  constexpr std::string_view kDots = "...";
+  if (goes_on) path.replace(std::min(path.size(), kMaxPath - kDots.size()), path.npos, kDots);
+  return path;
+}
+
 }  // namespace
 
-std::vector<std::string> PathsInText(std::string_view text) {
+std::vector<std::string> PathsInText(std::string_view text, uint64_t* left_out) {
   std::vector<std::string> paths;
+  uint64_t more = 0;
   char before = 0;
-  for (size_t at = 0; at < text.size() && paths.size() < kMaxPaths;) {
+  for (size_t at = 0; at < text.size();) {
     const std::string_view rest = text.substr(at);
     const bool starts_text = before == 0 || (at == 1 && (before == '"' || before == '@'));
     if (IsWordCharacter(before) || !BeginsPath(rest, starts_text)) {
@@ -140,10 +151,15 @@ std::vector<std::string> PathsInText(std::string_view text) {
     const bool quoted = before == '"';
     size_t length = prefix + PathEnd(rest.substr(prefix), quoted);
     if (before == ' ') length = CutProse(rest.substr(0, length));
-    paths.push_back(Cleaned(rest.substr(0, length)));
+    if (paths.size() < kMaxPaths) {
+      paths.push_back(Cut(Cleaned(rest.substr(0, length)), length == prefix + kMaxPath));
+    } else {
+      ++more;
+    }
     at += length;
     before = text[at - 1];
   }
+  if (left_out != nullptr) *left_out = more;
   return paths;
 }
 

@@ -15,6 +15,7 @@ using Span = std::span<const uint8_t>;
 
 constexpr uint32_t kMaxItems = 256;  // of a list
 constexpr size_t kMaxName = 520;     // characters
+constexpr size_t kMaxPath = 520;     // characters; what becomes longer loses its beginning
 
 // Kinds; a bit of 0x80 on a file or network item tells of a further part at its end.
 constexpr uint8_t kControlPanelCategory = 0x01;
@@ -237,11 +238,25 @@ ShellItem ReadShellItem(Span item) {
   return shown;
 }
 
+namespace {
+
+// The last folders of a path that has become too long, behind "...".
+std::string TailOf(std::string_view path) {
+  constexpr size_t kTail = 100;
+  if (path.size() <= kTail) return std::string(path);
+  const size_t split = path.find('\\', path.size() - kTail);
+  const std::string_view tail =
+      split == std::string_view::npos ? std::string_view() : path.substr(split);
+  return "..." + std::string(tail);
+}
+
+}  // namespace
+
 std::string JoinItemPath(std::string_view parent, std::string_view name) {
   const bool anew = name.starts_with("\\\\") || (name.size() >= 2 && name[1] == ':');
   if (anew || parent.empty()) return std::string(name);
   std::string path(parent);
-  if (path.size() >= kPathLimit) return path;
+  if (path.size() + name.size() >= kMaxPath) path = TailOf(path);
   if (!path.ends_with('\\')) path += '\\';
   return path += name;
 }

@@ -35,7 +35,8 @@ struct ItemList {
 // `parent` is the path that the list goes on from, empty for one that begins at the desktop.
 ItemList ReadItemList(std::span<const uint8_t> data, std::string_view parent = {});
 
-// The path of an item below another; a drive or a server begins anew.
+// The path of an item below another; a drive or a server begins anew. One that becomes longer than
+// the shell's own paths, 520 characters, keeps its last folders, behind "...".
 std::string JoinItemPath(std::string_view parent, std::string_view name);
 
 // "{20D04FE0-3AEA-1069-A2D8-08002B30309D}" from the 16 bytes as they are stored.

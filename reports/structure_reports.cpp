@@ -189,9 +189,11 @@ void RunReport(Report report, KeySource& keys, bool live, OutputList& list) {
 bool RunReportOnHive(Report report, const HiveImage& hive, const KeyTree& tree, uint32_t item,
                      bool named, OutputList& list) {
   const std::vector<ReportStart> starts = FindReportKeys(hive, tree, report, item, named);
+  const std::unique_ptr<HiveKeySource> keys = KeysOfHive(hive, tree, item);
   for (const ReportStart& start : starts) {
     if (StopRequested()) break;
-    RunReport(report, *KeysOfHive(hive, tree, start.item, start.level), false, list);
+    keys->BeginAt(start.item, start.level);
+    RunReport(report, *keys, false, list);
   }
   const bool found = !starts.empty() || StopRequested();
   ShowStatus(found ? "" : kNothingToReport);

@@ -163,7 +163,13 @@ TEST(PathTexts, WhatIsAPath) {
   for (const auto& c : cases) EXPECT_EQ(PathsInText(c.text), c.paths) << c.text;
   std::string many;
   for (int i = 0; i < 1000; ++i) many += "C:\\ " + std::string(2000, 'x') + ';';
-  EXPECT_EQ(PathsInText(many).size(), 64u);
+  uint64_t left_out = 0;
+  EXPECT_EQ(PathsInText(many, &left_out).size(), 64u);
+  EXPECT_GT(left_out, 0u);
+  const std::vector<std::string> longest = PathsInText("C:\\" + std::string(2000, 'n'));
+  ASSERT_EQ(longest.size(), 1u);
+  EXPECT_EQ(longest[0].size(), 1039u);
+  EXPECT_TRUE(longest[0].ends_with("n..."));
 }
 
 }  // namespace

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <string>
 
+#include "tests/support/report_hives.h"
+
 namespace hivequarry::testing {
 namespace {
 
@@ -345,6 +347,11 @@ constexpr HostileHive kHives[] = {
     {"freed-strays", "freed keys whose offsets lead nowhere", FreedStrays},
     {"many-classes", "extensions that all lead to one class", ManyClasses},
     {"many-folders", "a long list of folders that the shell showed", ManyFolders},
+    {"types-apart", "types of files that each have a parent of their own", TypesApart},
+    {"streams-apart", "folders in thousands of lists of one name", StreamsApart},
+    {"nested-folders", "folders that the shell showed, each in the one before", NestedFolders},
+    {"texts-of-blanks", "texts in which a path may end anywhere", TextsOfBlanks},
+    {"texts-of-paths", "texts of nothing but short paths", TextsOfPaths},
     {"planted-keys", "values whose data are key records, roots too", PlantedKeys}};
 
 }  // namespace
