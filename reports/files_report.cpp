@@ -63,7 +63,7 @@ OutputListPtr MakeWaitingList(const OutputList& list) {
 }
 
 // The rows of a waiting list by their files, capital and small letters alike.
-std::vector<uint32_t> SortedRows(const OutputList& waiting, bool stopped) {
+std::vector<uint32_t> SortedRows(const OutputList& waiting, uint32_t count, bool stopped) {
   const CaseTable capitals = CurrentCapitals();
   const auto capital = [&](char c) {
     return static_cast<uint8_t>(capitals[static_cast<uint8_t>(c)]);
@@ -72,17 +72,20 @@ std::vector<uint32_t> SortedRows(const OutputList& waiting, bool stopped) {
     return std::lexicographical_compare(a.begin(), a.end(), b.begin(), b.end(),
                                         [&](char c, char d) { return capital(c) < capital(d); });
   };
-  std::vector<uint32_t> order(RowCount(waiting));
+  std::vector<uint32_t> order(count);
   std::iota(order.begin(), order.end(), 0U);
   std::stable_sort(order.begin(), order.end(), [&](uint32_t a, uint32_t b) {
-    return !stopped && !StopRequested() && before(CellText(waiting, a, 0), CellText(waiting, b, 0));
+    return (stopped || !StopRequested()) &&
+           before(CellText(waiting, a, 0), CellText(waiting, b, 0));
   });
   return order;
 }
 
-// Of a run that was stopped there is time for some rows only, where they have to be copied.
+// Of a run that was stopped there is time for some rows only.
 void AddSorted(OutputList& waiting, OutputList& list) {
-  const std::vector<uint32_t> order = SortedRows(waiting, StopRequested());
+  const bool stopped = StopRequested();
+  const uint32_t count = stopped ? std::min(RowCount(waiting), kRowsAfterStop) : RowCount(waiting);
+  const std::vector<uint32_t> order = SortedRows(waiting, count, stopped);
   if (TakeRows(list, waiting, order)) return;
   std::vector<std::string_view> texts(static_cast<size_t>(ColumnCount(waiting)));
   uint32_t left = kRowsAfterStop;
