@@ -205,6 +205,7 @@ void ReadDates(const ProfileLookup& lookup, DateSettings& dates) {
   dates.start = lookup("KDATES", "Start", "", kMaxDateText);
   dates.end = lookup("KDATES", "End", "", kMaxDateText);
   dates.limited = lookup("KDATES", "Limited", "", kMaxText) == "1";
+  dates.freed = lookup("KDATES", "Freed", "", kMaxText) == "1";
 }
 
 void ReadOptions(const ProfileLookup& lookup, Options& options) {
@@ -265,6 +266,7 @@ void WriteDates(Writer& writer, const DateSettings& dates) {
   Put(writer, "KDATES", "Start", dates.start.substr(0, kMaxDateText));
   Put(writer, "KDATES", "End", dates.end.substr(0, kMaxDateText));
   Put(writer, "KDATES", "Limited", dates.limited ? "1" : "");
+  Put(writer, "KDATES", "Freed", dates.freed ? "1" : "");
 }
 
 // Numbers behind the given ones are set to 0 where the file has any.

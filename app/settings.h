@@ -99,6 +99,7 @@ struct DateSettings {
   std::string start;  // as the dialog has it; empty: never used
   std::string end;
   bool limited = false;  // only keys of that range are listed
+  bool freed = false;    // freed keys too
 };
 
 struct Settings {

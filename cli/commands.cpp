@@ -49,6 +49,7 @@ int WithHive(const ConsoleRequest& request, const CommandRow& command, int& fail
   options.disconnected_values = NeedsDisconnectedValues(request, command.name);
   options.root_path = request.root_path;
   options.ask_other_roots = !request.all_roots;
+  options.show_stopped = false;
   opened.summary = BuildImageTree(*opened.hive, options, opened.tree);
   if (opened.summary.stopped) return kExitFailed;
   const int status = command.with_hive(request, opened);

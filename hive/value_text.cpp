@@ -301,8 +301,10 @@ std::string ValueDisplayName(const ValueKey& value) {
 }
 
 bool IsNameShownWhole(const ValueKey& value) {
-  return value.name_length == 0 || (value.name.size() <= kShownValueName &&
-                                    value.name.find(kDefaultValueName) == std::string::npos);
+  if (value.name_length == 0 || value.name.empty()) return true;
+  const bool odd = value.name[0] == '(' || value.name[0] == '"';
+  return value.name.size() <= kShownValueName &&
+         (!odd || value.name.find(kDefaultValueName) == std::string::npos);
 }
 
 int IconOfValue(const ValueKey& value) {

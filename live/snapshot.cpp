@@ -13,6 +13,7 @@
 #include "hive/cells.h"
 #include "hive/key_node.h"
 #include "hive/root_path.h"
+#include "host/evidence.h"
 #include "host/file_reading.h"
 #include "host/files.h"
 #include "host/host.h"
@@ -73,11 +74,22 @@ bool WriteEmptyHive(const std::string& file) {
   return std::fclose(opened.release()) == 0;
 }
 
+// An earlier snapshot gives way to a new one; evidence, hives and logs never do.
+bool IsFreeForSnapshot(const std::string& place) {
+  if (IsEvidence(place)) return false;
+  int error = 0;
+  const FilePointer old(OpenFile(place, "rb", error));
+  uint8_t bytes[4] = {};
+  const bool snapshot = old != nullptr && ReadFileBytes(old.get(), 0, bytes, 4) == 4 &&
+                        LoadU32(bytes) == kSnapshotSignature;
+  return snapshot || !IsProtected(place);
+}
+
 // Beside the place, with nothing there yet that a system would take for the hive's logs.
 std::string NameForMaking(const std::string& place) {
   constexpr int kMaxTries = 99;
   int error = 0;
-  if (NameBeside(place, error).empty()) return {};
+  if (!IsFreeForSnapshot(place) || NameBeside(place, error).empty()) return {};
   for (int number = 1; number <= kMaxTries; ++number) {
     std::string name = place + ".tmp~" + std::to_string(number);
     if (!IsNameTaken(name) && LogsOf(name).empty()) return name;

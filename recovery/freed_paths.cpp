@@ -13,7 +13,7 @@
 namespace hivequarry {
 namespace {
 
-constexpr uint32_t kDeepest = kPathLimit / 2;  // levels that a path has room for
+constexpr uint32_t kDeepest = 512;  // levels of a registry
 
 // How paths are written.
 struct PathText {
@@ -55,6 +55,7 @@ struct Chain {
   size_t room = 0;
   uint32_t top = kNoOffset;  // the key of the tree over them
   bool whole = false;        // up to that, or to one without a parent
+  bool cut = false;          // by the limit
 };
 
 Chain ChainOf(const FreedRecords& records, uint32_t row) {
@@ -63,7 +64,8 @@ Chain ChainOf(const FreedRecords& records, uint32_t row) {
   while (row != circle) {
     const FreedKey& key = records.keys[row];
     const size_t room = chain.room + RoomFor(key);
-    if (!chain.rows.empty() && room > kPathLimit) return chain;
+    chain.cut = !chain.rows.empty() && room > records.path_limit;
+    if (chain.cut) return chain;
     chain.room = room;
     chain.rows.push_back(row);
     if (key.in_circle && circle == kNoItem) circle = row;
@@ -81,6 +83,7 @@ std::string PathOfChain(const HiveImage& hive, const KeyTree& tree, const FreedR
                         const Chain& chain, const PathText& text) {
   const uint32_t item = chain.top == kNoOffset ? kNoItem : ItemOfPosition(tree, chain.top);
   std::string path = item == kNoItem ? "?" : text.of_item(hive, tree, item);
+  if (chain.cut) path = "...@" + HexNumber(records.keys[chain.rows.back()].position);
   for (auto row = chain.rows.rbegin(); row != chain.rows.rend(); ++row) {
     path += '\\';
     text.add_name(hive, records.keys[*row], path);
@@ -172,7 +175,7 @@ const std::string& FreedPathWalker::PathOf(uint32_t key_position) {
   const size_t room = RoomFor(*key);
   const uint32_t above = key->parent_row;
   if (above != kNoItem && above == last_.row) std::swap(last_, parent_);
-  if (above != kNoItem && above == parent_.row && parent_.room + room <= kPathLimit) {
+  if (above != kNoItem && above == parent_.row && parent_.room + room <= records_.path_limit) {
     last_.row = row;
     last_.room = parent_.room + room;
     last_.path.assign(parent_.path).append("\\");

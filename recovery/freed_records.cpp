@@ -312,6 +312,12 @@ bool AnyData(const HiveImage& hive, const std::vector<FreedValue>& values) {
   });
 }
 
+// All paths together are not much longer than the file, whatever the chains of parents are.
+size_t PathLimitFor(const HiveImage& hive, const FreedRecords& records) {
+  const size_t rows = records.keys.size() + records.values.size() + 1;
+  return std::clamp(2 * size_t{hive.length} / rows, kPathLimit, kLongestPath);
+}
+
 }  // namespace
 
 const FreedKey* FreedKeyAt(const FreedRecords& records, uint32_t position) {
@@ -331,6 +337,7 @@ FreedRecords FindFreedRecords(const HiveImage& hive, const KeyTree& tree) {
   FreedRecords records = TakeRecords(candidates);
   Relating relating{hive, tree, uses, records};
   if (hive.data_base_proven) Relate(relating);
+  records.path_limit = PathLimitFor(hive, records);
   if (AnyData(hive, records.values)) records.space = FindFreeSpace(hive);
   ShowStatus("");
   return StopRequested() ? FreedRecords() : std::move(records);

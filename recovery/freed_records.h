@@ -69,6 +69,7 @@ struct FreedRecords {
   std::vector<FreedKey> keys;
   std::vector<FreedValue> values;
   std::vector<FreeStretch> space;  // where data are not in use; empty when no value has any
+  size_t path_limit = kPathLimit;  // bytes of a freed key's path below the tree's
 };
 
 // Shows its progress through the host. Empty when the user stops.
@@ -86,8 +87,9 @@ inline uint32_t PlainType(uint32_t type) {
   return upper >= 1 && upper <= 0xFF && (type & 0xFFFF) <= kLastPlain ? type & 0xFFFF : type;
 }
 
-// The path of a freed key or a key of the tree, code-page text and in UTF-8. Of at most kPathLimit
-// bytes but for the last name. Empty for kNoOffset.
+// The path of a freed key or a key of the tree, code-page text and in UTF-8. A path beyond the
+// limit is shown shortened, from the key at a position on: "...@0x00012340\name\name". Empty for
+// kNoOffset.
 std::string FreedPath(const HiveImage& hive, const KeyTree& tree, const FreedRecords& records,
                       uint32_t key_position);
 std::string FreedPathUtf8(const HiveImage& hive, const KeyTree& tree, const FreedRecords& records,

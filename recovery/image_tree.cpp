@@ -67,6 +67,8 @@ void ForgetOtherHive(HiveImage& hive) {
   hive.length = end;
 }
 
+bool IsGivenUp(const BuildOptions& options) { return !options.show_stopped && StopRequested(); }
+
 void CollectTables(HiveImage& hive, const BuildOptions& options, ScanTables& tables) {
   hive.key_gate = options.tolerant_keys ? kOpenGate : kClosedGate;
   PresetRoot(hive);
@@ -90,6 +92,7 @@ void CollectTables(HiveImage& hive, const BuildOptions& options, ScanTables& tab
     // Now that its place is known the fragment's offsets can be followed.
     Collect(hive, scan, tables);
   }
+  if (IsGivenUp(options)) return;
   if (!hive.data_base_proven) ForgetRelations(tables);
   FinishScan(tables);
   FindLostRoot(hive, tables);
@@ -97,6 +100,7 @@ void CollectTables(HiveImage& hive, const BuildOptions& options, ScanTables& tab
   DropOwnedKeys(hive, RowsReachedByLists(hive, tables), tables);
   ShowStatus("Evaluating data ...");
   ScanImage(hive, ScanPass::kEvaluate, scan, tables);
+  if (IsGivenUp(options)) return;
   DropOwnedLists(hive, RowsReachedByLists(hive, tables), tables);
   RepairRelations(hive, scan, tables);
   // By now more keys are reached, and what they own is no record either.
@@ -161,6 +165,9 @@ ImageSummary BuildImageTree(HiveImage& hive, const BuildOptions& options, KeyTre
   tree = KeyTree();
   tree.minimum_name_length = options.minimum_name_length;
   CollectTables(hive, options, tables);
+  ImageSummary summary;
+  summary.stopped = true;
+  if (IsGivenUp(options)) return summary;
   SettleValueLists(hive, tables);
   if (tables.list_reads.cut != 0) NoteShortfall(Shortfall::kSubkeyLists, tables.list_reads.cut);
   ChooseRootText(hive, options, tables, tree);
@@ -168,12 +175,12 @@ ImageSummary BuildImageTree(HiveImage& hive, const BuildOptions& options, KeyTre
     ShowStatus("Finding disconnected values ...");
     tree.disconnected_value_positions = FindDisconnectedValues(hive, tables);
   }
-  // What was collected is shown also after a stop.
+  if (IsGivenUp(options)) return summary;
   ShowStatus("Filling structure ...");
   RepairRoots(tables);
   HangKeys(hive, tables, tree);
   MarkSharedBytes(hive, tree);
-  const ImageSummary summary = Summarise(hive, tables, tree);
+  summary = Summarise(hive, tables, tree);
   ShowStatus("Cleaning up ...");
   tables = ScanTables();
   if (!summary.stopped) host.beep(host.context);

@@ -16,6 +16,8 @@ struct BuildOptions {
   // Cut the image in front of another hive's root, and ask whether to open that in a new copy
   // (root_search.h). False: further roots stay keys of this tree.
   bool ask_other_roots = true;
+  // What was collected up to a stop is shown. False: a stopped build ends at once, without a tree.
+  bool show_stopped = true;
 };
 
 // What a build counted. Keys are accepted key cells and keys created by repair.

@@ -108,6 +108,12 @@ void AddPlaceColumn(OutputList& list) {
   SetColumns(list, std::move(titles));
 }
 
+bool IsFreedRow(const OutputList& list, uint32_t row) {
+  const int place = ColumnCount(list) - 1;
+  return place >= 0 && ColumnTitle(list, place) == kPlaceColumn &&
+         !CellText(list, row, place).empty();
+}
+
 void SearchFreed(FreedSource& from, uint32_t item, const SearchPattern& pattern, OutputList& list) {
   FreedSearch search(from, pattern, list);
   for (const FreedKey& key : from.records.keys) {

@@ -10,6 +10,8 @@ namespace hivequarry {
 
 // Gives an empty list a last column "Place"; rows of the tree leave it empty.
 void AddPlaceColumn(OutputList& list);
+// True for a row about a freed record, of such a list or of one of freed records alone.
+bool IsFreedRow(const OutputList& list, uint32_t row);
 
 // The freed records below `item`, all of them for the root: a row for each key whose name matches
 // and for each value whose name or data do. End early when the user stops.

@@ -46,9 +46,12 @@ FreedSource::FreedSource(const HiveImage& of, const KeyTree& with)
 FreedPathTexts FreedPathTextsOf(FreedSource& from, uint32_t key_position) {
   FreedPathTexts texts;
   texts.path = from.paths.PathOf(key_position);
-  // The mark of an unknown parent is no character that was lost.
-  const std::string_view names = texts.path;
-  if (IsPlainText(names.substr(names.starts_with("?\\") ? 1 : 0))) return texts;
+  // The mark of an unknown parent, or of a shortened path, is no character that was lost.
+  std::string_view names = texts.path;
+  if (names.starts_with('?') || names.starts_with("...")) {
+    names.remove_prefix(std::min(names.find('\\'), names.size()));
+  }
+  if (IsPlainText(names)) return texts;
   texts.lossless = FreedPathUtf8(from.hive, from.tree, from.records, key_position);
   if (texts.lossless == Utf8FromNarrow(texts.path)) texts.lossless.clear();
   return texts;

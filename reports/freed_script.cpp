@@ -28,10 +28,40 @@ void CommentOut(std::string& out, size_t start) {
   out.replace(start, std::string::npos, lines);
 }
 
+uint32_t RowOfKey(const FreedRecords& records, uint32_t position) {
+  const FreedKey* key = FreedKeyAt(records, position);
+  return key == nullptr ? kNoItem : static_cast<uint32_t>(key - records.keys.data());
+}
+
+// By key: whether it or a freed key above it has a backslash in its name, which would part it.
+std::vector<bool> FindParted(const HiveImage& hive, const FreedRecords& records) {
+  std::vector<bool> parted(records.keys.size());
+  std::vector<bool> known(records.keys.size());
+  std::vector<uint32_t> way;
+  for (uint32_t start = 0; start < parted.size(); ++start) {
+    if (start % 256 == 0 && StopRequested()) break;
+    uint32_t row = start;
+    for (; row != kNoItem && !known[row]; row = records.keys[row].parent_row) {
+      known[row] = true;
+      way.push_back(row);
+    }
+    bool above = row != kNoItem && parted[row];
+    for (; !way.empty(); way.pop_back()) {
+      const std::string name = FreedKeyName(hive, records.keys[way.back()]);
+      above = above || name.find('\\') != std::string::npos;
+      parted[way.back()] = above;
+    }
+  }
+  return parted;
+}
+
 class FreedWriter {
  public:
   FreedWriter(FreedSource& from, const FreedChoice& choice, const TextSink& sink)
-      : from_(from), sink_(sink), values_(choice.values) {
+      : from_(from),
+        sink_(sink),
+        values_(choice.values),
+        parted_(FindParted(from.hive, from.records)) {
     const std::vector<FreedValue>& all = from.records.values;
     std::ranges::stable_sort(values_, {}, [&all](uint32_t row) { return all[row].key; });
   }
@@ -64,8 +94,7 @@ class FreedWriter {
     Comment("Deleted key at " + PositionText(key.position) + ", " +
             FreedPlaceWords(from_.records, key) + ", last written " + FormatTimestampChecked(time) +
             " UTC");
-    if (!WriteKeyLine(key.position)) return;
-    ++result_.keys;
+    if (WriteKeyLine(key.position)) ++result_.keys;
     WriteValuesOf(key.position, true);
     if (out_.size() >= kBufferSize) Flush();
   }
@@ -77,16 +106,24 @@ class FreedWriter {
     WriteKeyLine(key);
   }
 
+  // What a key line cannot hold is a comment, and so are its values.
   bool WriteKeyLine(uint32_t key) {
     const std::string line = "[" + ScriptPath(key) + "]";
-    fits_ = line.size() <= kMaxScriptPath;
-    if (fits_) {
-      out_.append(line).append(kLineEnd);
-    } else {
-      ++result_.skipped;
-      Comment("Left out, as its path is too long");
-    }
-    return fits_;
+    fits_ = line.size() <= kMaxScriptPath && HoldsNames(key);
+    const size_t start = out_.size();
+    out_.append(line, 0, kMaxScriptPath).append(kLineEnd);
+    if (fits_) return true;
+    ++result_.skipped;
+    CommentOut(out_, start);
+    Comment("Left out, as a script cannot hold its path");
+    return false;
+  }
+
+  // Names keep all their characters, and have no backslash that would part them.
+  bool HoldsNames(uint32_t key) {
+    if (!FreedPathTextsOf(from_, key).lossless.empty()) return false;
+    const uint32_t row = RowOfKey(from_.records, key);
+    return row == kNoItem || !parted_[row];
   }
 
   // The tree's paths begin with its root's text. A script names the root in full, and nothing
@@ -132,7 +169,8 @@ class FreedWriter {
     if (!FormatScriptValue(value.name, content.type, content.data, out_)) {
       return Skip(where, "its name is too long");
     }
-    if (content.in_use || !fits_) CommentOut(out_, start);
+    const bool lost = !LosslessName(from_.hive, value).empty();
+    if (content.in_use || lost || !fits_) CommentOut(out_, start);
     ++result_.values;
     result_.doubted += content.in_use;
     if (out_.size() >= kBufferSize) Flush();
@@ -153,6 +191,7 @@ class FreedWriter {
   FreedSource& from_;
   const TextSink& sink_;
   std::vector<uint32_t> values_;  // rows, by key
+  std::vector<bool> parted_;      // by key
   FreedExport result_;
   std::string out_;
   bool fits_ = true;  // the key line could be written
@@ -171,11 +210,6 @@ std::vector<bool> WithThoseBelow(const FreedRecords& records, const std::vector<
     }
   }
   return all;
-}
-
-uint32_t RowOfKey(const FreedRecords& records, uint32_t position) {
-  const FreedKey* key = FreedKeyAt(records, position);
-  return key == nullptr ? kNoItem : static_cast<uint32_t>(key - records.keys.data());
 }
 
 }  // namespace

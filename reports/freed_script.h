@@ -1,6 +1,7 @@
 // Freed keys and values as a registry script (registry_script.h). Comments say that they were
-// deleted, and where each of them stands. What is no more than a guess an import passes over: keys
-// whose path is not known have no root, and values whose data's cell is in use again are comments.
+// deleted, and where each of them stands. An import passes over what it would set wrongly: keys
+// whose path is not known have no root, and values whose data's cell is in use again, or whose
+// names a script cannot hold, are comments.
 #pragma once
 
 #include <cstdint>

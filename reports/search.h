@@ -31,6 +31,7 @@ struct SearchSettings {
   bool key_names = false;
   bool value_names = false;
   bool value_data = false;
+  bool freed = false;  // of a hive: freed records too (freed_find.h)
 };
 
 // A pattern ready to be searched for.

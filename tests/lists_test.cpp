@@ -339,5 +339,59 @@ TEST(ListJson, String) {
   EXPECT_EQ(JsonString("\xED\xA0\x80 \xC0\x80 \xF5"), "\"\uFFFD \uFFFD \uFFFD\"");
 }
 
+// A text that a row has in the place where the row before has it is kept once; every row shows it.
+TEST(OutputListTest, TextsThatRowsShare) {
+  const OutputListPtr list = MakeOutputList(5);
+  const std::string long_text(100, 'k');
+  const std::string other(100, 'o');
+  RowFacts facts;
+  facts.path = long_text;
+  const Texts rows[] = {{long_text, "a", long_text, "", "1"},
+                        {long_text, "b", long_text},
+                        {long_text, "", other, "t"},
+                        {"", long_text},
+                        {other, long_text},
+                        {other}};
+  for (const Texts& row : rows) Add(*list, row, 7, true, facts);
+  for (uint32_t row = 0; row < std::size(rows); ++row) {
+    SCOPED_TRACE(row);
+    Texts cells(5);
+    CellTexts(*list, row, cells);
+    for (int column = 0; column < 5; ++column) {
+      const auto at = static_cast<size_t>(column);
+      const std::string_view expected = at < rows[row].size() ? rows[row][at] : "";
+      EXPECT_EQ(CellText(*list, row, column), expected);
+      EXPECT_EQ(cells[at], expected);
+    }
+    EXPECT_EQ(FactsOfRow(*list, row).path, long_text);
+  }
+  ASSERT_TRUE(ReplaceCell(*list, 0, 0, "changed"));
+  EXPECT_EQ(CellText(*list, 0, 0), "changed");
+  EXPECT_EQ(CellText(*list, 1, 0), long_text);
+  EXPECT_EQ(CellText(*list, 1, 2), long_text);
+  ClearRows(*list);
+  Add(*list, {other, "x"});
+  EXPECT_EQ(CellText(*list, 0, 0), other);
+}
+
+TEST(OutputListTest, RowsThatAreTakenOver) {
+  const OutputListPtr from = MakeOutputList(51);
+  const std::string long_text(50, 'k');
+  for (int i = 0; i < 1000; ++i) Add(*from, {i % 2 == 0 ? long_text : std::to_string(i)}, 4, true);
+  std::vector<uint32_t> order(1000);
+  for (uint32_t i = 0; i < 1000; ++i) order[i] = 999 - i;
+  const OutputListPtr list = MakeOutputList(51);
+  EXPECT_FALSE(TakeRows(*list, *from, std::span(order).first(10)));
+  EXPECT_FALSE(TakeRows(*MakeOutputList(5), *from, order));
+  ASSERT_TRUE(TakeRows(*list, *from, order));
+  EXPECT_EQ(RowCount(*from), 0u);
+  ASSERT_EQ(RowCount(*list), 1000u);
+  EXPECT_EQ(CellText(*list, 0, 0), "999");
+  EXPECT_EQ(CellText(*list, 999, 0), long_text);
+  Add(*list, {"more"});
+  EXPECT_EQ(CellText(*list, 1000, 0), "more");
+  EXPECT_FALSE(TakeRows(*list, *from, {}));
+}
+
 }  // namespace
 }  // namespace hivequarry

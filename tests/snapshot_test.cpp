@@ -262,12 +262,18 @@ TEST_F(SnapshotTest, LogsThatTheHiveStillNeedsStayBesideIt) {
   EXPECT_FALSE(std::filesystem::exists(file_ + ".tmp~3.LOG"));
 }
 
-TEST_F(SnapshotTest, NeverReplacesAnOpenHive) {
-  std::ofstream(file_) << "open";
+TEST_F(SnapshotTest, ReplacesEarlierSnapshotsButNoHive) {
+  ASSERT_EQ(Make(), SnapshotStep::kDone);
   KeepEvidence(file_);
   EXPECT_EQ(Make(), SnapshotStep::kFile);
   ReleaseEvidence(file_);
-  EXPECT_EQ(ContentOf(file_), "open");
+  EXPECT_EQ(Make(), SnapshotStep::kDone);
+  Bytes hive = ContentOf<Bytes>(file_);
+  std::copy_n("regf", 4, hive.begin());
+  std::ofstream(file_, std::ios::binary).write(reinterpret_cast<char*>(hive.data()), 4200);
+  EXPECT_EQ(Make(), SnapshotStep::kFile);
+  EXPECT_EQ(message_, "Can not create file " + file_);
+  EXPECT_EQ(ContentOf(file_).size(), 4200U);
   ExpectClean(true);
 }
 

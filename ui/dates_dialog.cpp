@@ -64,6 +64,7 @@ INT_PTR OnStart(DatesDialog& state) {
     SetDlgItemTextW(state.dialog, kDatesEnd, WindowText(settings.end).c_str());
   }
   CheckDlgButton(state.dialog, kDatesLimited, settings.limited ? BST_CHECKED : BST_UNCHECKED);
+  CheckDlgButton(state.dialog, kDatesFreed, settings.freed ? BST_CHECKED : BST_UNCHECKED);
   EnableFor(state);
   return TRUE;
 }
@@ -108,7 +109,8 @@ void OnOk(DatesDialog& state) {
     return;
   }
   TheSettings().dates = {ControlText(state.dialog, kDatesStart),
-                         ControlText(state.dialog, kDatesEnd), range.limited};
+                         ControlText(state.dialog, kDatesEnd), range.limited,
+                         IsTicked(state.dialog, kDatesFreed)};
   EndDialog(state.dialog, IDOK);
 }
 

@@ -1,5 +1,6 @@
 #include "ui/export_commands.h"
 
+#include <algorithm>
 #include <cinttypes>
 #include <cstdio>
 #include <memory>
@@ -10,6 +11,8 @@
 #include "host/host.h"
 #include "host/long_operation.h"
 #include "host/memory.h"
+#include "reports/freed_find.h"
+#include "reports/freed_script.h"
 #include "reports/registry_script.h"
 #include "ui/list_dialogs.h"
 #include "ui/list_saving.h"
@@ -100,6 +103,21 @@ void StartBranch(MainWindow& window, uint32_t item) {
   });
 }
 
+// What such a script lacks its comments say.
+void ExportFreedRows(const ListPlace& place, const std::vector<uint32_t>& positions) {
+  StartExport(place, [&hive = ShownHive(*place.owner), &tree = *place.owner->key_tree,
+                      positions](const TextSink& sink) {
+    FreedSource from(hive, tree);
+    const FreedChoice choice = ChooseFreed(from.records, positions, FreedScope::kRecords);
+    const FreedExport freed = ExportFreed(from, choice, sink);
+    ScriptExport written;
+    written.keys = freed.keys != 0 ? freed.keys : freed.values;  // what is told
+    written.values = freed.values;
+    written.refused = freed.refused;
+    return written;
+  });
+}
+
 }  // namespace
 
 void OnExportHive(MainWindow& window) { StartBranch(window, 0); }
@@ -112,6 +130,9 @@ void OnListExport(ListPlace& place) {
   for (const uint32_t row : rows) {
     if (RowHasDatum(*place.model, row)) positions.push_back(RowDatum(*place.model, row));
   }
+  const bool freed =
+      std::ranges::all_of(rows, [&place](uint32_t row) { return IsFreedRow(*place.model, row); });
+  if (freed) return ExportFreedRows(place, positions);
   StartExport(place, [&hive = ShownHive(*place.owner), &tree = *place.owner->key_tree,
                       positions](const TextSink& sink) {
     return ExportKeys(hive, tree, KeysOfPositions(hive, tree, positions), ScriptScope::kKey, sink);

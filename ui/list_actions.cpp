@@ -8,6 +8,7 @@
 #include "host/long_operation.h"
 #include "recovery/root_search.h"
 #include "reports/file_pieces.h"
+#include "reports/freed_find.h"
 #include "ui/list_commands.h"
 #include "ui/list_handlers.h"
 #include "ui/list_work.h"
@@ -57,13 +58,12 @@ void TakePieces(ListPlace& place, SplitJob& job) {
 }
 
 // The tree has no item for a freed record: its bytes are shown instead.
-bool GoToRow(const ListPlace& place, uint32_t position) {
+bool GoToRow(const ListPlace& place, uint32_t row, uint32_t position) {
   if (GoToPosition(*place.owner, position)) {
     SetForegroundWindow(place.owner->handle);
     return true;
   }
-  return IsListAbout(ListAbout::kFreed, ListKindOf(*place.model)) &&
-         OpenRawView(*place.owner, position) != nullptr;
+  return IsFreedRow(*place.model, row) && OpenRawView(*place.owner, position) != nullptr;
 }
 
 }  // namespace
@@ -85,7 +85,8 @@ void OnCloseList(ListPlace& place) {
 }
 
 void OnGoToTree(ListPlace& place) {
-  if (GoToRow(place, FocusedPosition(place))) return;
+  const uint32_t row = ModelRow(place, static_cast<uint32_t>(FocusedRow(place)));
+  if (GoToRow(place, row, FocusedPosition(place))) return;
   const Host& host = CurrentHost();
   host.beep(host.context);
 }

@@ -164,13 +164,11 @@ bool IsListAbout(ListAbout about, int kind) {
     case ListAbout::kClasses:
       return IsOneOf(kind, {25, 28});
     case ListAbout::kKeys:
-      return IsOneOf(kind, {5, 7, 11});
+      return IsOneOf(kind, {5, 7, 11, kListFreedKeys, kListFreedValues});
     case ListAbout::kRecord:
       return kind == kListRawRecord;
     case ListAbout::kCompared:
       return kind == 7;
-    case ListAbout::kFreed:
-      return IsOneOf(kind, {kListFreedKeys, kListFreedValues});
   }
   return false;
 }

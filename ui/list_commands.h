@@ -72,7 +72,6 @@ enum class ListAbout : uint8_t {
   kKeys,      // keys found in a hive
   kRecord,    // the fields of a record
   kCompared,  // differences from the registry
-  kFreed,     // freed keys and values
 };
 bool IsListAbout(ListAbout about, int kind);
 

@@ -98,10 +98,12 @@
 #define kSearchConfig 4114
 #define kSearchRoots 4115
 #define kSearchMessage 4116
+#define kSearchFreed 4117
 #define kDatesStart 4520
 #define kDatesEnd 4521
 #define kDatesLimited 4522
 #define kDatesPresets 4523
+#define kDatesFreed 4524
 
 /* live_dialogs.rc */
 #define kMountFile 4440

@@ -8,6 +8,7 @@
 #include "host/host.h"
 #include "host/long_operation.h"
 #include "live/live_lists.h"
+#include "reports/freed_find.h"
 #include "reports/key_dates.h"
 #include "reports/search.h"
 #include "ui/dates_dialog.h"
@@ -48,10 +49,15 @@ struct HiveSearch {
 void SearchFrom(MainWindow& window, uint32_t item) {
   const auto search = std::make_shared<HiveSearch>();
   if (!AskPattern(window, SearchPlace::kHive, search->pattern)) return;
+  OutputListPtr found = MakeSearchList(TheSettings().options.file_offsets);
+  if (search->pattern.settings.freed) AddPlaceColumn(*found);
   search->place = FillListWindow(
-      window, MakeSearchList(TheSettings().options.file_offsets),
+      window, std::move(found),
       [&hive = ShownHive(window), &tree = *window.key_tree, item, search](OutputList& list) {
         search->whole = SearchBranch(hive, tree, item, search->pattern, list);
+        if (!search->pattern.settings.freed || StopRequested()) return;
+        FreedSource from(hive, tree);
+        SearchFreed(from, item, search->pattern, list);
       },
       [search] {
         if (!search->whole) ShowPlaceStatus(*search->place, kTooDeep);
@@ -107,9 +113,17 @@ void OnKeyDates(MainWindow& window) {
   const uint32_t item = SelectedItem(window.tree);
   KeyDateRange range;
   if (!AskKeyDates(window.handle, range)) return;
-  FillListWindow(window, MakeOutputList(kListKeyDates),
-                 [&hive = ShownHive(window), &tree = *window.key_tree, item,
-                  range](OutputList& list) { ListKeyDates(hive, tree, item, range, list); });
+  const bool freed = TheSettings().dates.freed;
+  OutputListPtr dates = MakeOutputList(kListKeyDates);
+  if (freed) AddPlaceColumn(*dates);
+  FillListWindow(
+      window, std::move(dates),
+      [&hive = ShownHive(window), &tree = *window.key_tree, item, range, freed](OutputList& list) {
+        ListKeyDates(hive, tree, item, range, list);
+        if (!freed || StopRequested()) return;
+        FreedSource from(hive, tree);
+        ListFreedDates(from, item, range, list);
+      });
 }
 
 }  // namespace hivequarry

@@ -43,6 +43,7 @@ constexpr SettingBox kBoxes[] = {
     {kSearchKeyName, &SearchSettings::key_names},
     {kSearchValueName, &SearchSettings::value_names},
     {kSearchValueData, &SearchSettings::value_data},
+    {kSearchFreed, &SearchSettings::freed},
 };
 
 constexpr auto kRoots = RootBoxes(kSearchMachine);
@@ -184,6 +185,7 @@ void ShowRoots(const SearchDialog& state) {
     ShowWindow(GetDlgItem(state.dialog, box.control), live ? SW_SHOW : SW_HIDE);
   }
   ShowWindow(GetDlgItem(state.dialog, kSearchRoots), live ? SW_SHOW : SW_HIDE);
+  ShowWindow(GetDlgItem(state.dialog, kSearchFreed), live ? SW_HIDE : SW_SHOW);
 }
 
 INT_PTR OnStart(SearchDialog& state) {
