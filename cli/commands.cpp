@@ -5,6 +5,7 @@
 #include "app/shortfall_words.h"
 #include "cli/opened_hive.h"
 #include "cli/print_list.h"
+#include "hive/file_place.h"
 #include "host/host.h"
 #include "host/long_operation.h"
 #include "lists/list_report.h"
@@ -44,6 +45,7 @@ int WithHive(const ConsoleRequest& request, const CommandRow& command) {
   options.ask_other_roots = !request.all_roots;
   opened.summary = BuildImageTree(*opened.hive, options, opened.tree);
   if (opened.summary.stopped) return kExitFailed;
+  if (const std::string undone = UndoneWords(*opened.hive); !undone.empty()) Complain(undone);
   const int status = command.with_hive(request, opened);
   const bool invalid =
       status == kExitDone && FoundNothing(opened.summary) && !ValidateHiveFile(*opened.hive);
@@ -88,6 +90,8 @@ int Detail(const ConsoleRequest& request, OpenedHive& opened) {
     uint32_t item = 0;
     if (!FindKey(request, opened, item)) return kExitFailed;
     position = opened.tree.items[item].position;
+  } else {
+    position = PositionOfPlace(*opened.hive, position);
   }
   const OutputListPtr list = request.raw ? ListRawRecord(*opened.hive, opened.tree, position)
                                          : ListDetail(*opened.hive, opened.tree, position);
@@ -176,7 +180,7 @@ bool FindKey(const ConsoleRequest& request, const OpenedHive& opened, uint32_t& 
   if (request.key.empty()) return true;
   uint32_t position = 0;
   const bool by_position = request.key.starts_with('@') && ParsePosition(request.key, position);
-  item = by_position ? ItemOfPosition(opened.tree, position)
+  item = by_position ? ItemOfPosition(opened.tree, PositionOfPlace(*opened.hive, position))
                      : FindItemByPath(*opened.hive, opened.tree, NarrowArgument(request.key));
   if (item == kNoItem) Complain("No key " + request.key);
   return item != kNoItem;

@@ -3,6 +3,7 @@
 
 #include "cli/opened_hive.h"
 #include "cli/print_list.h"
+#include "hive/file_place.h"
 #include "host/host.h"
 #include "host/long_operation.h"
 #include "reports/registry_script.h"
@@ -11,12 +12,12 @@ namespace hivequarry {
 namespace {
 
 // What the script lacks.
-void ReportGaps(const ScriptExport& written) {
+void ReportGaps(const HiveImage& hive, const ScriptExport& written) {
   if (written.cut_at != kNoItem) Complain("The script was cut short: not everything fits into it");
   if (written.skipped.empty()) return;
   char text[96];
   std::snprintf(text, sizeof text, "Values that could not be exported: %zu, the first at 0x%08X",
-                written.skipped.size(), written.skipped.front().position);
+                written.skipped.size(), PlaceOf(hive, written.skipped.front().position));
   Complain(text);
 }
 
@@ -35,7 +36,7 @@ int ExportCommand(const ConsoleRequest& request, OpenedHive& opened) {
     return !written.refused && !StopRequested();
   };
   if (!PrintPieces(write, request.output)) return kExitFailed;
-  if (!request.console.quiet) ReportGaps(written);
+  if (!request.console.quiet) ReportGaps(*opened.hive, written);
   return kExitDone;
 }
 

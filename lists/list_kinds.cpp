@@ -80,7 +80,8 @@ constexpr const char* kInfo[] = {"file",
                                  "virtual_children",
                                  "virtual_siblings",
                                  "freed_keys",
-                                 "freed_values"};
+                                 "freed_values",
+                                 "moved"};
 constexpr const char* kTree[] = {"Key",    "Key Offset", "Parent Offset", "Key Date",
                                  "Status", "Marks",      "Connected"};
 constexpr const char* kValues[] = {"Key", "Value", "Type", "Data", "Value Offset", "Key Offset"};
@@ -101,7 +102,7 @@ constexpr const char* kFreedValues[] = {"Key",          "Value",      "Type", "D
 constexpr uint32_t Column(int column) { return 1U << column; }
 constexpr uint32_t kAllInfo = (1U << std::size(kInfo)) - 1;
 constexpr uint32_t kInfoFlags = Column(3) | Column(4);
-constexpr uint32_t kInfoTexts = Column(0) | Column(7);
+constexpr uint32_t kInfoTexts = Column(0) | Column(7) | Column(21);
 
 constexpr const char* kOther = "Output List";
 

@@ -2,6 +2,7 @@
 
 #include <cstring>
 
+#include "hive/file_place.h"
 #include "hive/key_node.h"
 #include "hive/value_text.h"
 #include "host/host.h"
@@ -9,6 +10,10 @@
 namespace hivequarry {
 
 std::string PositionText(uint32_t position) { return HexNumber(position); }
+
+std::string PlaceText(const HiveImage& hive, uint32_t position) {
+  return PositionText(PlaceOf(hive, position));
+}
 
 std::string BytesText(std::span<const uint8_t> bytes) {
   constexpr char kDigits[] = "0123456789abcdef";

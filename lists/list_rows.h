@@ -15,6 +15,8 @@ namespace hivequarry {
 
 // A position as a column shows it: "0x%08X".
 std::string PositionText(uint32_t position);
+// The same of an image position, as the file counts (hive/file_place.h).
+std::string PlaceText(const HiveImage& hive, uint32_t position);
 
 // Adds a row about the record at `datum`; kNoOffset for a row about none.
 void AddListRow(OutputList& list, std::span<const std::string_view> texts, uint32_t datum,

@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <string>
 
+#include "hive/file_place.h"
 #include "host/files.h"
 #include "host/host.h"
 #include "host/launch.h"
@@ -20,10 +21,6 @@ uint32_t SizeOfFile(const std::string& file) {
   const int64_t size = FileSize(stream);
   std::fclose(stream);
   return static_cast<uint32_t>(std::clamp<int64_t>(size, 0, UINT32_MAX));
-}
-
-uint32_t FilePosition(const HiveImage& hive, uint32_t position) {
-  return hive.base_offset + position;
 }
 
 // For the first root met.
@@ -53,7 +50,7 @@ uint32_t RangeStartForRoot(uint32_t root) {
 }
 
 void OpenRootInCopy(const HiveImage& hive, uint32_t root_position) {
-  const uint32_t start = RangeStartForRoot(FilePosition(hive, root_position));
+  const uint32_t start = RangeStartForRoot(FilePositionOf(hive, root_position));
   const uint32_t end = SizeOfFile(hive.file_name);
   LaunchSelf(RangeArguments(FullName(hive.file_name), start, end), kLaunchPlain);
 }
@@ -62,7 +59,7 @@ bool AdmitRoot(HiveImage& hive, uint32_t position, bool ask, ScanTables& tables)
   const bool first = tables.roots.empty();
   if (ask && !(first && IsOwnRoot(hive, position))) {
     CutImage(hive, position);
-    if (WantsCopy(FilePosition(hive, position))) OpenRootInCopy(hive, position);
+    if (WantsCopy(FilePositionOf(hive, position))) OpenRootInCopy(hive, position);
     return false;
   }
   if (first) hive.root_position = position;

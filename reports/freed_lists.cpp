@@ -40,8 +40,8 @@ PathTexts PathTextsOf(const FreedSource& from, uint32_t key) {
   return texts;
 }
 
-std::string PositionOrNone(uint32_t position) {
-  return position == kNoOffset ? std::string() : PositionText(position);
+std::string PositionOrNone(const HiveImage& hive, uint32_t position) {
+  return position == kNoOffset ? std::string() : PlaceText(hive, position);
 }
 
 void AddKey(const FreedSource& from, const FreedKey& key, OutputList& list) {
@@ -51,7 +51,7 @@ void AddKey(const FreedSource& from, const FreedKey& key, OutputList& list) {
   facts.last_write = ReadU64(from.hive, key.position + kKeyLastWrite);
   facts.path = texts.lossless;
   AddListRow(list,
-             {texts.path, PositionText(key.position), PositionOrNone(key.parent),
+             {texts.path, PlaceText(from.hive, key.position), PositionOrNone(from.hive, key.parent),
               FormatTimestampChecked(facts.last_write), std::to_string(key.values),
               std::to_string(key.values_found), FreedPlaceWords(key.place)},
              key.position, facts);
@@ -86,8 +86,8 @@ void AddValue(const FreedSource& from, const FreedValue& freed, const ValueListO
   facts.name = name;
   facts.bytes = bytes;
   AddListRow(list,
-             {texts.path, row.name, row.type, row.data, PositionText(freed.position),
-              PositionOrNone(freed.key), PlaceWords(from.hive, freed, value)},
+             {texts.path, row.name, row.type, row.data, PlaceText(from.hive, freed.position),
+              PositionOrNone(from.hive, freed.key), PlaceWords(from.hive, freed, value)},
              freed.position, facts, row.icon);
 }
 

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "hive/bins.h"
+#include "hive/file_place.h"
 #include "hive/key_node.h"
 #include "hive/root_path.h"
 #include "hive/timestamp.h"
@@ -60,8 +61,8 @@ class ValueRows {
     facts.path = lossless;
     facts.name = name;
     facts.bytes = bytes;
-    AddListRow(list_, {path, row.name, row.type, row.data, PositionText(position), key}, position,
-               facts, row.icon);
+    AddListRow(list_, {path, row.name, row.type, row.data, PlaceText(hive_, position), key},
+               position, facts, row.icon);
   }
 
  private:
@@ -102,7 +103,7 @@ void AddValueDetail(const HiveImage& hive, const ValueKey& value, OutputList& li
   const ValueDetailText detail = ValueDetail(hive, value.position);
   if (detail.status != ValueStatus::kRead) {
     add("Length", std::to_string(value.data_length));
-    add("Data position", PositionText(value.data_position));
+    add("Data position", PlaceText(hive, value.data_position));
     add("Data", MakeValueRow(hive, value.position, ValueViewOptions()).data);
     return;
   }
@@ -116,7 +117,8 @@ void AddValueDetail(const HiveImage& hive, const ValueKey& value, OutputList& li
 // "key at 0x00001020, 88 bytes: HKLM\SOFTWARE", with the path of a key that the tree has.
 std::string RecordWords(const HiveImage& hive, const KeyTree& tree, const RecordPlace& place) {
   std::string words = RecordKindWord(place.kind);
-  words += " at " + PositionText(place.position) + ", " + std::to_string(place.length) + " bytes";
+  words +=
+      " at " + PlaceText(hive, place.position) + ", " + std::to_string(place.length) + " bytes";
   const uint32_t item =
       place.kind == RecordKind::kKey ? ItemOfPosition(tree, place.position) : kNoItem;
   return item == kNoItem ? words : words + ": " + ItemPath(hive, tree, item);
@@ -130,12 +132,12 @@ OutputListPtr ListImageInfo(const HiveImage& hive, const ImageSummary& summary,
   const auto number = [](uint32_t value) { return std::to_string(value); };
   AddListRow(*list,
              {hive.file_name,
-              number(hive.length),
+              number(LengthInFile(hive)),
               number(hive.base_offset),
               number(hive.header_valid),
               number(hive.root_valid),
               number(hive.data_start),
-              number(hive.root_position),
+              number(PlaceOf(hive, hive.root_position)),
               DisplayedRoot(hive),
               number(summary.list_style),
               number(summary.keys),
@@ -149,7 +151,8 @@ OutputListPtr ListImageInfo(const HiveImage& hive, const ImageSummary& summary,
               number(summary.virtual_children),
               number(summary.virtual_siblings),
               number(static_cast<uint32_t>(freed.keys.size())),
-              number(static_cast<uint32_t>(freed.values.size()))},
+              number(static_cast<uint32_t>(freed.values.size())),
+              UndoneWords(hive)},
              kNoOffset, RowFacts(), 0);
   return list;
 }
@@ -172,8 +175,8 @@ OutputListPtr ListKeyTree(const HiveImage& hive, const KeyTree& tree, uint32_t i
     facts.last_write = last_write;
     facts.path = lossless;
     AddListRow(*list,
-               {path, PositionText(it.position),
-                under_key ? PositionText(tree.items[it.parent].position) : std::string(),
+               {path, PlaceText(hive, it.position),
+                under_key ? PlaceText(hive, tree.items[it.parent].position) : std::string(),
                 FormatTimestampChecked(last_write), StatusText(it.marks), std::to_string(it.marks),
                 it.connected ? "1" : "0"},
                it.position, facts, 0);
@@ -206,7 +209,7 @@ OutputListPtr ListKeyValues(const HiveImage& hive, const KeyTree& tree, uint32_t
     if (values.empty()) continue;
     const std::string lossless = !all || lossy[at] ? LosslessPath(hive, tree, at) : "";
     const std::string& path = paths.PathOf(at);
-    const std::string place = PositionText(key);
+    const std::string place = PlaceText(hive, key);
     for (const uint32_t position : values) {
       if (position != kNoOffset) rows.Add(position, path, place, lossless);
     }
@@ -231,8 +234,8 @@ OutputListPtr ListBlocks(const HiveImage& hive) {
   for (const BinRow& bin : ListHiveBins(hive, hive.data_start, UINT32_MAX)) {
     AddListRow(
         *list,
-        {BinNumberText(bin), PositionText(bin.position).substr(2), BinSizeText(bin),
-         BinCopyText(bin), bin.invalid ? std::string() : PositionText(bin.own_offset).substr(2)},
+        {BinNumberText(bin), PositionText(bin.place).substr(2), BinSizeText(bin), BinCopyText(bin),
+         bin.invalid ? std::string() : PositionText(bin.own_offset).substr(2)},
         bin.position, RowFacts(), bin.invalid ? kInvalidBinColour : 0);
   }
   return list;
@@ -259,10 +262,11 @@ OutputListPtr ListRawRecord(const HiveImage& hive, const KeyTree& tree, uint32_t
   SetListSubtitle(*list, RecordWords(hive, tree, record.place));
   for (const RawField& field : record.fields) {
     const bool leads = field.leads_to != kNoOffset;
-    AddListRow(*list,
-               {PositionText(field.position), std::to_string(field.size), field.name, field.bytes,
-                field.meaning, leads ? PositionText(field.leads_to) : std::string()},
-               leads ? field.leads_to : field.position, RowFacts(), 0);
+    AddListRow(
+        *list,
+        {PlaceText(hive, field.position), std::to_string(field.size), field.name, field.bytes,
+         field.meaning, leads ? PlaceText(hive, field.leads_to) : std::string()},
+        leads ? field.leads_to : field.position, RowFacts(), 0);
   }
   return list;
 }

@@ -4,6 +4,7 @@
 #include <unordered_map>
 #include <vector>
 
+#include "hive/file_place.h"
 #include "hive/key_node.h"
 #include "hive/value_key.h"
 #include "host/case.h"
@@ -61,6 +62,7 @@ class HiveKeys : public KeySource {
     return true;
   }
 
+  uint32_t ShownPosition(uint32_t position) const override { return PlaceOf(hive_, position); }
   uint64_t LastWriteOf(std::string_view path) override {
     const size_t split = path.rfind('\\');
     if (split == std::string_view::npos) return 0;

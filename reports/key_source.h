@@ -43,6 +43,8 @@ class KeySource {
   // The last write of any key of the same hive, by path; 0 where that isn't known. Asking for many
   // subkeys of one key is cheap.
   virtual uint64_t LastWriteOf(std::string_view) { return 0; }
+  // Of a position: as the file counts.
+  virtual uint32_t ShownPosition(uint32_t position) const { return position; }
 };
 
 // The keys of a hive from `item` down as displayed, in display order.

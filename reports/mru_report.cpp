@@ -147,7 +147,7 @@ class ViewedFolders {
         {row.path, row.value, FormatDosTimestamp(item.modified), FormatDosTimestamp(item.created),
          FormatDosTimestamp(item.accessed), FormatTimestampChecked(row.stream_date),
          item.is_file ? std::to_string(item.size) : std::string(), item.dos_name, row.key,
-         OffsetText(row.subject.position), OffsetText(row.key_position)},
+         OffsetText(run_, row.subject.position), OffsetText(run_, row.key_position)},
         row.subject);
   }
 
@@ -171,7 +171,7 @@ void ReportOpenSaveMru(ReportRun& run) {
     for (const OpenedFile& file : files) {
       AddReportRow(
           run.list,
-          {file.file, type, key.path, file.value, KeyDateText(key), OffsetText(key.position)},
+          {file.file, type, key.path, file.value, KeyDateText(key), OffsetText(run, key.position)},
           file.subject);
     }
   }
