@@ -43,7 +43,8 @@ enum TreeIcon : int {
 // Whether anything about the key's place or its lists was set right. Slack behind a name is no
 // repair.
 inline bool IsRepaired(const KeyItem& item) {
-  constexpr uint16_t kRepairMarks = kMarkListParent | kMarkSiblingParent | kMarkBadNk;
+  constexpr uint16_t kRepairMarks =
+      kMarkListParent | kMarkSiblingParent | kMarkByParent | kMarkBadNk;
   return item.repairs != 0 || (item.marks & kRepairMarks) != 0;
 }
 

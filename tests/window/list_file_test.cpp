@@ -174,6 +174,7 @@ TEST_F(ListFileTest, ReportOfAnotherHand) {
   LoadReport(place, file.name());
   Finish(place);
   EXPECT_EQ(Column(place, 0), (Texts{"a", "c"}));
+  EXPECT_EQ(TakeBoxes().size(), 1U) << "rows after the damaged line";
   EXPECT_EQ(TextOf(place.window), "Security Records");
   EXPECT_EQ(ListView_GetColumnWidth(place.list, 0), 160);
   EXPECT_EQ(ListView_GetColumnWidth(place.list, 1), 120);

@@ -117,13 +117,14 @@ TEST_F(TreeTest, EveryRepairIsSeen) {
   } kCases[] = {
       {"sound", made.tools, kIconFolder, ""},
       {"slack behind its name", made.slack, kIconFolder, "Info: bad_len"},
-      {"unlinked", made.inner, kIconIsolatedRepaired, "Info: par_field"},
+      {"unlinked", made.inner, kIconIsolatedRepaired, "Status: by parent field    Info: par_field"},
       {"below an unlinked one", made.deep, kIconIsolated, ""},
       {"made from a list with hints", made.wiped, kIconMadeHint,
        "Status: hash name    Info: virtchild", true},
       {"made from a list with hashes", made.zapped, kIconMade,
        "Status: missing name    Info: virtname virtpar lf_repaired", true},
-      {"below a made one", made.kid, kIconIsolatedRepaired, "Info: par_field"},
+      {"below a made one", made.kid, kIconIsolatedRepaired,
+       "Status: by parent field    Info: par_field"},
       {"named by a hint", made.nameless, kIconUnnamed, "Status: hash name"},
       {"bad signature", made.twisted, kIconRepaired, "Info: bad_nk"},
   };
