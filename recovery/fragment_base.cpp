@@ -81,11 +81,12 @@ void VoteByNames(const HiveImage& hive, const ScanTables& tables, Voting& voting
     for (const SubkeyEntry& entry : entries) {
       if (ListEntrySize(entry.kind) != 8) continue;
       const uint32_t hash = ReadU32(hive, entry.position + 4);
-      const auto namesakes = std::ranges::equal_range(by_hash, hash, {}, &NameHashRow::hash);
-      if (std::ranges::ssize(namesakes) > kMostNamesakes) continue;
+      const auto first = std::ranges::lower_bound(by_hash, hash, {}, &NameHashRow::hash);
+      const auto end = std::ranges::upper_bound(by_hash, hash, {}, &NameHashRow::hash);
+      if (end - first > kMostNamesakes) continue;
       const uint32_t offset = ReadU32(hive, entry.position);
-      for (const NameHashRow& row : namesakes) {
-        voting.votes.insert(voting.votes.end(), 2, row.position - offset);
+      for (auto row = first; row != end; ++row) {
+        voting.votes.insert(voting.votes.end(), 2, row->position - offset);
       }
     }
   }

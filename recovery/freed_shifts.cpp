@@ -211,8 +211,8 @@ class ShiftFinder {
     const auto lost = static_cast<uint32_t>(std::count(first, last, false));
     if (voters * (lists != 0 ? 4 : 2) < lost) return 0;
     std::ranges::sort(parents);
-    const auto rest = std::ranges::unique(parents);
-    return lists + static_cast<uint32_t>(parents.size() - rest.size());
+    const auto rest = std::unique(parents.begin(), parents.end());
+    return lists + static_cast<uint32_t>(rest - parents.begin());
   }
 
   uint32_t Heaviest(const std::vector<uint32_t>& clusters) const {

@@ -166,8 +166,8 @@ void TakeCandidates(const HiveImage& hive, std::span<const FreedCandidate> candi
     }
   }
   std::ranges::sort(uses.odd_types);
-  const auto rest = std::ranges::unique(uses.odd_types);
-  uses.odd_types.erase(rest.begin(), rest.end());
+  const auto rest = std::unique(uses.odd_types.begin(), uses.odd_types.end());
+  uses.odd_types.erase(rest, uses.odd_types.end());
   uses.odd_types_used.resize(uses.odd_types.size());
 }
 

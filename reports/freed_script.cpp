@@ -145,14 +145,12 @@ class FreedWriter {
   // How many values the key has among the chosen ones.
   size_t WriteValuesOf(uint32_t key, bool write) {
     const std::vector<FreedValue>& all = from_.records.values;
-    const auto of_key =
-        std::ranges::equal_range(values_, key, {}, [&all](uint32_t row) { return all[row].key; });
-    for (const uint32_t row : of_key) {
-      if (Ended() || !write) break;
-      WriteValue(all[row]);
-    }
+    const auto key_of = [&all](uint32_t row) { return all[row].key; };
+    const auto first = std::ranges::lower_bound(values_, key, {}, key_of);
+    const auto end = std::ranges::upper_bound(values_, key, {}, key_of);
+    for (auto row = first; row != end && write && !Ended(); ++row) WriteValue(all[*row]);
     if (write) out_ += kLineEnd;
-    return of_key.size();
+    return static_cast<size_t>(end - first);
   }
 
   void WriteValue(const FreedValue& freed) {
