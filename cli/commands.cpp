@@ -5,6 +5,7 @@
 #include "app/shortfall_words.h"
 #include "cli/opened_hive.h"
 #include "cli/print_list.h"
+#include "hive/file_place.h"
 #include "host/evidence.h"
 #include "host/host.h"
 #include "host/long_operation.h"
@@ -52,6 +53,7 @@ int WithHive(const ConsoleRequest& request, const CommandRow& command, int& fail
   options.show_stopped = false;
   opened.summary = BuildImageTree(*opened.hive, options, opened.tree);
   if (opened.summary.stopped) return kExitFailed;
+  if (const std::string undone = UndoneWords(*opened.hive); !undone.empty()) Complain(undone);
   const int status = command.with_hive(request, opened);
   const bool invalid =
       status == kExitDone && FoundNothing(opened.summary) && !ValidateHiveFile(*opened.hive);
@@ -96,6 +98,8 @@ int Detail(const ConsoleRequest& request, OpenedHive& opened) {
     uint32_t item = 0;
     if (!FindKey(request, opened, item)) return kExitFailed;
     position = opened.tree.items[item].position;
+  } else {
+    position = PositionOfPlace(*opened.hive, position);
   }
   const OutputListPtr list = request.raw ? ListRawRecord(*opened.hive, opened.tree, position)
                                          : ListDetail(*opened.hive, opened.tree, position);
@@ -187,7 +191,7 @@ bool FindKey(const ConsoleRequest& request, const OpenedHive& opened, uint32_t& 
   uint32_t position = 0;
   const bool by_position = request.key.starts_with('@') && ParsePosition(request.key, position);
   if (by_position) {
-    item = ItemOfPosition(opened.tree, position);
+    item = ItemOfPosition(opened.tree, PositionOfPlace(*opened.hive, position));
   } else {
     item = FindItemByPath(*opened.hive, opened.tree, WideFromUtf8(request.key));
   }

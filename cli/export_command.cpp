@@ -1,6 +1,7 @@
 // Registry scripts on the console.
 #include "cli/opened_hive.h"
 #include "cli/print_list.h"
+#include "hive/file_place.h"
 #include "hive/root_path.h"
 #include "host/host.h"
 #include "host/long_operation.h"
@@ -33,7 +34,7 @@ void ReportGaps(const OpenedHive& opened, const ScriptExport& written) {
   }
   if (!written.skipped.empty()) {
     complain("Values that could not be exported", written.skipped.size(),
-             PositionText(written.skipped.front().position));
+             PlaceText(*opened.hive, written.skipped.front().position));
   }
 }
 
@@ -54,6 +55,7 @@ bool ChooseFreedFor(const ConsoleRequest& request, const OpenedHive& opened,
                     const FreedRecords& records, FreedChoice& choice) {
   uint32_t position = 0;
   if (request.key.starts_with('@') && ParsePosition(request.key, position)) {
+    position = PositionOfPlace(*opened.hive, position);
     choice = ChooseFreed(records, std::span(&position, 1), FreedScope::kBranches);
     if (!choice.keys.empty() || !choice.values.empty()) return true;
   }

@@ -3,6 +3,7 @@
 
 #include "cli/opened_hive.h"
 #include "cli/print_list.h"
+#include "hive/file_place.h"
 #include "hive/root_path.h"
 #include "host/host.h"
 #include "reports/freed_find.h"
@@ -197,6 +198,9 @@ int SecurityLinksCommand(const ConsoleRequest& request, OpenedHive& opened) {
 int SecurityKeysCommand(const ConsoleRequest& request, OpenedHive& opened) {
   SecurityQuery query;
   if (!QueryOf(request.security, query)) return kExitUsage;
+  if (query.mode == SecurityMode::kRecord) {
+    query.record = PositionOfPlace(*opened.hive, query.record);
+  }
   return PrintBranch(request, opened, kListSecurityKeys, [&](uint32_t item, OutputList& list) {
     SetListTitle(list, TitleOfQuery(*opened.hive, query));
     FindKeysBySecurity(*opened.hive, opened.tree, item, query, OptionsOf(request), list);

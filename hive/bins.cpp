@@ -2,6 +2,7 @@
 
 #include <cstdio>
 
+#include "hive/file_place.h"
 #include "host/host.h"
 #include "host/long_operation.h"
 
@@ -24,6 +25,7 @@ std::vector<BinRow> ListHiveBins(const HiveImage& hive, uint32_t first_position,
     BinRow row;
     row.index = static_cast<uint32_t>(rows.size());
     row.position = static_cast<uint32_t>(position);
+    row.place = PlaceOf(hive, row.position);
     row.invalid = ReadU32(hive, row.position) != kBinSignature;
     if (!row.invalid) {
       row.own_offset = ReadU32(hive, row.position + 4);
@@ -64,7 +66,7 @@ std::string BinCopyText(const BinRow& row) {
 std::string BinPaneText(const BinRow& row) {
   char text[48];
   std::snprintf(text, sizeof(text), row.invalid ? "%4u,  %X    - Error" : "%04X,   %X",
-                ShownNumber(row), row.position);
+                ShownNumber(row), row.place);
   return text;
 }
 

@@ -5,9 +5,12 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "hive/bin_headers.h"
 #include "hive/cells.h"
+#include "hive/moved_bytes.h"
 #include "hive/offset_map.h"
 #include "hive/root_path.h"
+#include "hive/text_copy.h"
 #include "host/evidence.h"
 #include "host/files.h"
 #include "host/host.h"
@@ -17,6 +20,7 @@
 namespace hivequarry {
 namespace {
 
+constexpr uint32_t kRootName = 80;  // from the start of the root cell
 constexpr uint32_t kReadChunk = 256 * 1024;
 constexpr uint32_t kProgressLength = 28000900;  // smaller hives load without a progress bar
 
@@ -78,7 +82,7 @@ bool ReadIntoBuffer(HiveImage& hive, std::FILE* stream) {
   }
   if (show_progress) host.progress_range(host.context, 0);
   if (StopRequested()) return false;
-  hive.length = done;
+  hive.length = hive.file_bytes = done;
   std::memset(hive.buffer.get() + done, 0, kImageSlack);
   return true;
 }
@@ -121,9 +125,24 @@ bool HasSignature(const HiveImage& hive) {
   return IsBaseBlockSignature(signature);
 }
 
-// Cells stand on 8-byte steps counted from the start of a hive. A fragment may have been cut
-// anywhere: the step at which most records start is taken, and bytes in front of it are left out.
-void AlignFragment(HiveImage& hive) {
+// Leaves out the first bytes of a loaded image.
+void DropFront(HiveImage& hive, uint32_t count) {
+  std::memmove(hive.buffer.get(), hive.buffer.get() + count, hive.length - count);
+  hive.length -= count;
+  std::memset(hive.buffer.get() + hive.length, 0, count);
+  std::vector<uint32_t>& returns = hive.places.returns;
+  const auto kept = std::upper_bound(returns.begin(), returns.end(), count);
+  const uint32_t bytes = count + static_cast<uint32_t>(kept - returns.begin());
+  returns.erase(returns.begin(), kept);
+  for (uint32_t& position : returns) position -= count;
+  hive.base_offset += bytes;
+  hive.file_bytes -= bytes;
+}
+
+// The step of a fragment's cells: that of its first block, else that at which most records start.
+uint32_t StepOfFragment(const HiveImage& hive) {
+  const std::vector<BinHeader> headers = FindBinHeaders({hive.buffer.get(), hive.length});
+  if (!headers.empty()) return headers.front().position % 8;
   std::array<uint32_t, 8> records{};
   for (uint32_t p = 0; InsideHive(hive, p, 8) && (p % 4096 != 0 || !StopRequested()); ++p) {
     const uint32_t size = LoadU32(hive.buffer.get() + p);
@@ -131,59 +150,36 @@ void AlignFragment(HiveImage& hive) {
     records[p % 8] += IsRecordSignature(LoadU16(hive.buffer.get() + p + 4));
   }
   const auto most = std::max_element(records.begin(), records.end());
-  const auto step = static_cast<uint32_t>(most - records.begin());
-  if (*most == 0 || step == 0) return;
-  std::memmove(hive.buffer.get(), hive.buffer.get() + step, hive.length - step);
-  hive.base_offset += step;
-  hive.length -= step;
-  std::memset(hive.buffer.get() + hive.length, 0, step);
+  return *most == 0 ? 0 : static_cast<uint32_t>(most - records.begin());
 }
 
-// The part of opening that can fail; the caller frees the slot on false.
-bool OpenIntoSlot(HiveImage& hive, const std::string& file_name) {
-  Stream stream = OpenHiveFile(file_name);
-  if (stream == nullptr) return false;
-  const int64_t measured = FileSize(stream.get());
-  const uint64_t file_size = measured < 0 ? 0 : static_cast<uint64_t>(measured);
-  HiveTable& table = TheHiveTable();
-  HiveProbe probe;
-  uint32_t length = 0;
-  bool ranged = TakeRange(file_size, hive.base_offset, length);
-  if (!ranged && table.end_offset <= table.start_offset) {
-    const HiveStart found = FindHiveStart(stream.get(), file_size, hive.unread);
-    if (found.stopped) return false;
-    probe.header_valid = probe.root_valid = found.found;
-    if (found.start != 0) {
-      table.start_offset = found.start;
-      table.end_offset = static_cast<uint32_t>(std::min<uint64_t>(file_size, UINT32_MAX));
-      ranged = TakeRange(file_size, hive.base_offset, length);
-    }
+// Cells stand on 8-byte steps counted from the start of a hive. A fragment may have been cut
+// anywhere: bytes in front of the first step are left out.
+void AlignFragment(HiveImage& hive) {
+  const uint32_t step = StepOfFragment(hive);
+  if (step == 0 || step > hive.length) return;
+  DropFront(hive, step);
+}
+
+// A copy as text becomes the hive that it was; what stood in the file in front of that is left out.
+void UndoTextCopy(HiveImage& hive) {
+  std::span<uint8_t> bytes(hive.buffer.get(), hive.length);
+  hive.places.returns = ReturnsOfTextCopy(bytes);
+  if (hive.places.returns.empty()) return;
+  hive.length = TakeReturnsOut(bytes);
+  const auto gone = static_cast<uint32_t>(hive.places.returns.size());
+  std::memset(hive.buffer.get() + hive.length, 0, gone);
+  hive.places.undone.push_back({MoveKind::kTextCopy, 0, gone, 0});
+}
+
+// Where the hive begins in an image that holds more, by its first block; 0 when it says nothing.
+uint32_t StartInImage(const HiveImage& hive) {
+  if (HasSignature(hive)) return 0;
+  for (const BinHeader& bin : FindBinHeaders({hive.buffer.get(), hive.length})) {
+    const uint64_t from_zero = uint64_t{bin.own_offset} + kBaseBlockSize;
+    return bin.position >= from_zero ? static_cast<uint32_t>(bin.position - from_zero) : 0;
   }
-  if (!ranged && file_size > UINT32_MAX - kImageSlack) {
-    ShowMessage("Could Not Allocate Memory", kProgramName, Icon::kStop);
-    return false;
-  }
-  hive.length = ranged ? length : static_cast<uint32_t>(file_size);
-  const Host& host = CurrentHost();
-  host.hive_title(host.context, file_name);
-  if (!probe.header_valid) ProbeHiveStart(stream.get(), hive.base_offset, probe);
-  hive.header_valid = probe.header_valid;
-  hive.root_valid = probe.root_valid;
-  CutUnread(hive.unread, hive.base_offset);  // what follows is read once more
-  if (!LoadImage(hive, stream.get())) return false;
-  stream.reset();
-  SetBounds(hive);
-  if (!MapOffsets(hive) && !HasSignature(hive)) {
-    // Any key in the right place looks like a root, but the bins deny that a base block precedes.
-    hive.header_valid = hive.root_valid = false;
-  }
-  if (!hive.header_valid) {
-    AlignFragment(hive);
-    SetBounds(hive);
-    MapOffsets(hive);
-  }
-  hive.held = hive.length;
-  return true;
+  return 0;
 }
 
 bool IsRootFlagsByte(uint8_t flags) {
@@ -243,6 +239,105 @@ uint32_t ReadBelow(const HiveImage& hive, uint32_t end, uint32_t position, uint8
   if (count == 0) return 0;  // `out` may be null then
   std::memcpy(out, hive.buffer.get() + position, count);
   return count;
+}
+
+// The part of the file to be opened.
+struct FilePart {
+  uint64_t file_size = 0;
+  bool ranged = false;  // as the user or the search for the hive's start chose it
+  bool text = false;    // may be a copy as text
+  HiveProbe probe;
+};
+
+// A base block at the file's start to which the first block belongs: what is too much between them
+// was put in.
+bool BaseBlockAtZero(std::FILE* stream, uint32_t start) {
+  constexpr uint32_t kMost = 1024 * 1024;
+  uint8_t first[4] = {};
+  uint8_t there[4] = {};
+  ReadFileBytes(stream, 0, first, sizeof(first));
+  ReadFileBytes(stream, start, there, sizeof(there));
+  return start < kMost && LoadU32(first) == kHiveSignature && !IsBaseBlockSignature(there);
+}
+
+// False when the user stopped.
+bool ChoosePart(HiveImage& hive, std::FILE* stream, FilePart& part) {
+  HiveTable& table = TheHiveTable();
+  uint32_t length = 0;
+  part.ranged = TakeRange(part.file_size, hive.base_offset, length);
+  const bool whole = !part.ranged && table.end_offset <= table.start_offset;
+  const uint64_t looked_at = part.ranged ? length : part.file_size;
+  part.text = MayBeTextCopy(stream, hive.base_offset, looked_at);
+  if (whole && !part.text) {
+    const HiveStart found = FindHiveStart(stream, part.file_size, hive.unread);
+    if (found.stopped) return false;
+    part.probe.header_valid = part.probe.root_valid = found.found;
+    if (found.start != 0 && !BaseBlockAtZero(stream, found.start)) {
+      table.start_offset = found.start;
+      table.end_offset = static_cast<uint32_t>(std::min<uint64_t>(part.file_size, UINT32_MAX));
+      part.ranged = TakeRange(part.file_size, hive.base_offset, length);
+    }
+  }
+  hive.length = part.ranged ? length : static_cast<uint32_t>(part.file_size);
+  return true;
+}
+
+// What the image itself confirms, where the file could not be asked.
+void ProbeImage(const HiveImage& hive, HiveProbe& probe) {
+  uint8_t cell[8] = {};
+  uint8_t name[12] = {};
+  ReadBytes(hive, kFirstCellPosition, cell, sizeof(cell));
+  ReadBytes(hive, kFirstCellPosition + kRootName, name, sizeof(name));
+  probe.root_valid = LooksLikeRootCell(cell) || LooksLikeRootName(name);
+  probe.header_valid = probe.root_valid || HasSignature(hive);
+}
+
+// Bounds, and where offsets lead: bytes that were moved are put back.
+void SetPlaces(HiveImage& hive) {
+  SetBounds(hive);
+  if (!FindDataBase(hive) && !HasSignature(hive)) {
+    // Any key in the right place looks like a root, but the bins deny that a base block precedes.
+    hive.header_valid = hive.root_valid = false;
+  }
+  if (!hive.header_valid) {
+    AlignFragment(hive);
+    SetBounds(hive);
+    FindDataBase(hive);
+  }
+  hive.held = hive.length;
+  if (hive.data_base_proven && !IsInOrder(hive)) UndoMoves(hive);
+  hive.last_valid = hive.length < 8 ? 0 : hive.length - 8;
+  MapOffsets(hive);
+}
+
+// The part of opening that can fail; the caller frees the slot on false.
+bool OpenIntoSlot(HiveImage& hive, const std::string& file_name) {
+  Stream stream = OpenHiveFile(file_name);
+  if (stream == nullptr) return false;
+  const int64_t measured = FileSize(stream.get());
+  FilePart part;
+  part.file_size = measured < 0 ? 0 : static_cast<uint64_t>(measured);
+  if (!ChoosePart(hive, stream.get(), part)) return false;
+  if (!part.ranged && part.file_size > UINT32_MAX - kImageSlack) {
+    ShowMessage("Could Not Allocate Memory", kProgramName, Icon::kStop);
+    return false;
+  }
+  const Host& host = CurrentHost();
+  host.hive_title(host.context, file_name);
+  CutUnread(hive.unread, hive.base_offset);  // what follows is read once more
+  if (!LoadImage(hive, stream.get())) return false;
+  if (part.text) UndoTextCopy(hive);
+  if (!hive.places.returns.empty()) {
+    if (const uint32_t start = StartInImage(hive); start != 0) DropFront(hive, start);
+    ProbeImage(hive, part.probe);
+  } else if (!part.probe.header_valid) {
+    ProbeHiveStart(stream.get(), hive.base_offset, part.probe);
+  }
+  stream.reset();
+  hive.header_valid = part.probe.header_valid;
+  hive.root_valid = part.probe.root_valid;
+  SetPlaces(hive);
+  return true;
 }
 
 }  // namespace
@@ -378,7 +473,6 @@ HiveStart FindHiveStart(std::FILE* stream, uint64_t file_size, UnreadBytes& unre
 }
 
 void ProbeHiveStart(std::FILE* stream, uint32_t candidate, HiveProbe& probe) {
-  constexpr uint32_t kRootName = 80;  // from the start of the root cell
   uint8_t signature[4] = {};
   ReadFileBytes(stream, candidate, signature, sizeof(signature));
   if (IsBaseBlockSignature(signature)) probe.header_valid = true;

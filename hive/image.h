@@ -29,8 +29,36 @@ struct OffsetRun {
   uint32_t position = 0;  // of its first byte
   uint32_t end = 0;       // position behind it
   uint32_t delta = 0;     // position less offset, modulo 2^32
-  bool foreign = false;   // bins of another hive: their offsets lead among themselves only
+  bool foreign = false;   // no part of the hive: its offsets lead among themselves only
 };
+// A stretch of an image in which moved bytes were put back (moved_bytes.h).
+enum class PieceKind : uint8_t {
+  kOwn,      // the hive's
+  kMissing,  // zeros for bytes that are lost: `place` is where they are missing
+  kBlank,    // zeros for bytes that are lost: what the file has at `place` belongs elsewhere
+  kSpare,    // was put in: no part of the hive
+};
+struct ImagePiece {
+  uint32_t position = 0;  // of its first byte in the image
+  uint32_t place = 0;     // of that byte in the file (file_place.h)
+  PieceKind kind = PieceKind::kOwn;
+};
+// What was undone while opening.
+enum class MoveKind : uint8_t { kPutIn, kLost, kPageMoved, kPageCopy, kTextCopy };
+struct UndoneMove {
+  MoveKind kind = MoveKind::kPutIn;
+  uint32_t place = 0;  // in the file, counted as that of a piece
+  uint32_t count = 0;  // bytes
+  uint32_t to = 0;     // of a moved page: the place where it belongs; of a copy: that of its twin
+};
+struct FilePlaces {
+  std::vector<ImagePiece> pieces;  // ascending by position, without gaps; empty: all in place
+  std::vector<uint32_t> by_place;  // numbers of the pieces with bytes of the file, by place
+  std::vector<uint32_t> returns;   // of a text copy: where, without them, each 0D was taken out
+  std::vector<UndoneMove> undone;
+  uint32_t own_end = 0;  // position of what was put in, behind the hive's own bytes; 0: none
+};
+
 // The position of an offset stored at `field`, in an image with runs (offset_map.h).
 uint32_t ResolveOffset(const HiveImage& hive, uint32_t offset, uint32_t field);
 
@@ -84,9 +112,13 @@ struct HiveImage {
   uint32_t last_valid = 0;     // length - 8: no cell starts beyond it
   std::unique_ptr<uint8_t, FreeDeleter> buffer;  // held + kImageSlack bytes
   uint32_t base_offset = 0;                      // where in the file the hive begins
-  // Bytes that were read into memory. More than `length` where the image was cut because another
-  // hive begins there; cell readers end at `length`.
+  // Bytes in memory. More than `length` where the image was cut because another hive begins there,
+  // and where copies of pages that are in place were put at its end; cell readers end at `length`.
   uint32_t held = 0;
+  bool cut = false;  // another hive begins at `length`
+  // Of the file, from base_offset on, when the image is in memory. As many as `held`, but for a
+  // hive whose moved bytes were put back.
+  uint32_t file_bytes = 0;
   std::string file_name;      // as given, UTF-8
   UnreadBytes unread;         // of the file, up to the end of the hive; zeros in the image
   bool header_valid = false;  // the base block was recognised; also called HasBaseBlock
@@ -97,10 +129,12 @@ struct HiveImage {
   // fragment to their cells, and all others beyond the image.
   uint32_t data_base = 0;
   bool data_base_proven = false;  // by the base block or by the bins' own offset fields
-  // Where the bins do not all stand at data_base from their own offsets (offset_map.h); else empty.
-  std::vector<OffsetRun> offset_runs;  // all, ascending by position, without gaps
-  std::vector<OffsetRun> own_runs;     // those that are not foreign
-  int slot = 0;                        // index in the table
+  // Where not all of the image is the hive's own (offset_map.h); else empty. Ascending by position,
+  // without gaps.
+  std::vector<OffsetRun> offset_runs;
+  FilePlaces places;          // where moved bytes, now put back, stand in the file
+  bool moves_sought = false;  // UndoMoves (moved_bytes.h) has looked at all of it
+  int slot = 0;               // index in the table
   // A multiple of 8 opens the tolerant test of damaged key signatures (ClassifyKey).
   uint32_t key_gate = kClosedGate;
 

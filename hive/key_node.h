@@ -85,7 +85,8 @@ uint32_t ValueListOf(const HiveImage& hive, uint32_t key_position);
 std::vector<uint8_t> ReadRawKeyName(const HiveImage& hive, uint32_t position);
 std::vector<uint8_t> ReadClassName(const HiveImage& hive, const KeyNode& key);
 
-// The bytes of a name that are read at most: as many as a registry's name takes, or as the cell has.
+// The bytes of a name that are read at most: as many as a registry's name takes, or as the cell
+// has.
 uint32_t LongestKeyName(const HiveImage& hive, uint32_t position);
 // The name, nothing lost, of `length` bytes as stored, at most LongestKeyName.
 std::u16string WideKeyName(const HiveImage& hive, uint32_t position, uint32_t length);

@@ -4,243 +4,21 @@
 #include <cstdlib>
 #include <map>
 
-#include "hive/cells.h"
-#include "host/long_operation.h"
+#include "hive/bin_headers.h"
+#include "hive/byte_shifts.h"
+#include "hive/moved_bytes.h"
+#include "hive/moved_pages.h"
+#include "hive/witnesses.h"
 
 namespace hivequarry {
 namespace {
 
-constexpr uint32_t kMostSearches = 8;  // for references all over the image
+// Of stretches from which no offset leads anywhere.
+constexpr uint32_t kNoDelta = 0x80000004;
+// Shorter gaps lie inside one cell or two; what they held is missing there.
+constexpr uint32_t kShortestGap = 64;
 
-struct Bin {
-  uint32_t position = 0;
-  uint32_t own_offset = 0;
-  uint32_t size = 0;
-
-  uint32_t Delta() const { return position - own_offset; }
-};
-
-bool ReadBin(const HiveImage& hive, uint32_t position, Bin& bin) {
-  if (!InsideHive(hive, position, kBinHeaderSize)) return false;
-  if (ReadU32(hive, position) != kBinSignature) return false;
-  bin.position = position;
-  bin.own_offset = ReadU32(hive, position + 4);
-  bin.size = ReadU32(hive, position + 8);
-  return bin.own_offset % 4096 == 0 && bin.size % 4096 == 0 && bin.size != 0 &&
-         bin.size < 0x80000000;
-}
-
-// From bin to bin; where the next one is not where it should be, the image is searched for it.
-std::vector<Bin> WalkBins(const HiveImage& hive) {
-  std::vector<Bin> bins;
-  uint64_t p = hive.data_start;
-  for (uint32_t steps = 0; p + kBinHeaderSize <= hive.length; ++steps) {
-    if (steps % 4096 == 0 && StopRequested()) break;
-    Bin bin;
-    if (!ReadBin(hive, static_cast<uint32_t>(p), bin)) {
-      p += 8;
-      continue;
-    }
-    bins.push_back(bin);
-    const uint64_t next = p + bin.size;
-    Bin follower;
-    const bool hop = next >= hive.length || ReadBin(hive, static_cast<uint32_t>(next), follower);
-    p = hop ? next : p + kBinHeaderSize;
-  }
-  return bins;
-}
-
-// The distance at which most bins stand; that of a base block where one was recognised and any bin
-// agrees.
-uint32_t NominalDelta(const HiveImage& hive, const std::vector<Bin>& bins) {
-  std::map<uint32_t, uint32_t> votes;
-  for (const Bin& bin : bins) ++votes[bin.Delta()];
-  if (hive.header_valid && votes.contains(hive.data_start)) return hive.data_start;
-  uint32_t best = bins.front().Delta();
-  for (const auto& [delta, count] : votes) {
-    if (count > votes[best]) best = delta;
-  }
-  return best;
-}
-
-// True when cells follow each other from `position` exactly to `end`.
-bool ChainReaches(const HiveImage& hive, uint32_t position, uint32_t end) {
-  while (position < end) {
-    const uint32_t size = ReadU32(hive, position);
-    const uint32_t length = CellLength(size);
-    if (length == 0 || length % 8 != 0 || length > end - position) return false;
-    position += length;
-  }
-  return position == end;
-}
-
-// The first place from `begin`, in steps of 8, from which cells follow each other to `end`; `end`
-// if there is none. From the back, each place looked at once.
-uint32_t FirstThatReaches(const HiveImage& hive, uint32_t begin, uint32_t end) {
-  if (begin >= end || (end - begin) % 8 != 0) return end;
-  const uint32_t steps = (end - begin) / 8;
-  std::vector<bool> reaches(steps + 1);  // by distance from the end, in steps
-  reaches[0] = true;
-  uint32_t first = end;
-  for (uint32_t step = 1; step <= steps; ++step) {
-    const uint32_t at = end - 8 * step;
-    const uint32_t length = CellLength(ReadU32(hive, at));
-    if (length == 0 || length % 8 != 0 || length / 8 > step) continue;
-    reaches[step] = reaches[step - length / 8];
-    if (reaches[step]) first = at;
-  }
-  return first;
-}
-
-// A change of distance to be placed: between `begin`, a bin's first cell, and `end`, where the next
-// bin or the end of the image stands.
-struct Change {
-  uint32_t begin = 0;
-  uint32_t end = 0;
-  uint32_t delta_before = 0;
-  uint32_t delta_after = 0;
-
-  // Bytes put in, or, negative, lost.
-  int64_t Moved() const { return static_cast<int32_t>(delta_after - delta_before); }
-};
-
-// Cells that follow each other from the change's begin, as far as they do; `at` is where that ends.
-std::vector<uint32_t> CellsOf(const HiveImage& hive, const Change& change, uint32_t& at) {
-  std::vector<uint32_t> cells;
-  for (at = change.begin; at < change.end;) {
-    const uint32_t length = CellLength(ReadU32(hive, at));
-    if (length == 0 || length % 8 != 0 || length > change.end - at) break;
-    cells.push_back(at);
-    at += length;
-  }
-  return cells;
-}
-
-// How often each offset in [first, last) is written anywhere in the image, by 8-byte steps. Nearly
-// all words in so narrow a range are references.
-std::vector<uint32_t> CountReferences(const HiveImage& hive, uint32_t first, uint32_t last) {
-  std::vector<uint32_t> counts((last - first) / 8 + 1);
-  for (uint32_t p = 0; InsideHive(hive, p, 4); p += 4) {
-    const uint32_t word = ReadU32(hive, p);
-    if (word >= first && word < last && word % 8 == 0) ++counts[(word - first) / 8];
-  }
-  return counts;
-}
-
-// When just as many bytes are lost as a cell had, the chain goes on as if nothing had happened.
-// Then the offsets that lead to the cells tell how far they stand: the change lies where most of
-// them fit, those in front at the distance before and those behind at the distance after.
-uint32_t BreakByReferences(const HiveImage& hive, const Change& change,
-                           const std::vector<uint32_t>& cells) {
-  const uint32_t slack = static_cast<uint32_t>(std::abs(change.Moved())) + 8;
-  const uint32_t first = (change.begin - change.delta_before - slack) / 8 * 8;
-  const std::vector<uint32_t> counts =
-      CountReferences(hive, first, change.end - change.delta_before + slack);
-  const auto count_of = [&](uint32_t offset) -> int64_t {
-    const uint32_t step = (offset - first) / 8;
-    return offset % 8 == 0 && step < counts.size() ? counts[step] : 0;
-  };
-  // What a change in front of a cell has over one behind it, summed up from the last cell on.
-  int64_t gain = 0;
-  int64_t best_gain = 0;
-  uint32_t best = change.end;
-  for (auto cell = cells.rbegin(); cell != cells.rend(); ++cell) {
-    gain += count_of(*cell - change.delta_after) - count_of(*cell - change.delta_before);
-    if (gain <= best_gain) continue;
-    best_gain = gain;
-    best = *cell;
-  }
-  return best;
-}
-
-// Where the cells begin that stand at the distance after the change.
-//
-// The chain of cells breaks behind the cell in which the change happened: it is longer or shorter
-// than its size says by just as much, and from there the chain reaches the end. Where the cell's
-// own size is lost it is the next place from which the chain reaches. Where the chain does not
-// break at all references decide; each such search reads the image, so `searches` bounds them.
-uint32_t FindBreak(const HiveImage& hive, const Change& change, uint32_t& searches) {
-  constexpr size_t kLastCells = 4;  // the chain may have gone on a little through what was moved
-  uint32_t broken = 0;
-  const std::vector<uint32_t> cells = CellsOf(hive, change, broken);
-  if (broken == change.end && searches > 0) {
-    --searches;
-    return BreakByReferences(hive, change, cells);
-  }
-  const size_t tried = std::min(cells.size(), kLastCells);
-  for (auto cell = cells.rbegin(); cell != cells.rbegin() + static_cast<ptrdiff_t>(tried); ++cell) {
-    const int64_t next = int64_t{*cell} + CellLength(ReadU32(hive, *cell)) + change.Moved();
-    if (next <= *cell || next % 4 != 0 || next > change.end) continue;
-    const auto place = static_cast<uint32_t>(next);
-    if (ChainReaches(hive, place, change.end)) return place;
-  }
-  const uint32_t last = cells.empty() ? change.begin : cells.back();
-  return FirstThatReaches(hive, last + 8, change.end);
-}
-
-class RunBuilder {
- public:
-  RunBuilder(HiveImage& hive, uint32_t nominal) : hive_(hive), delta_(nominal) {
-    hive_.offset_runs.push_back({0, hive.length, nominal, false});
-  }
-
-  void Add(const Bin& bin) {
-    OffsetRun& open = hive_.offset_runs.back();
-    const bool foreign = !IsOwn(bin);
-    if (!foreign) {
-      delta_ = bin.Delta();
-      own_end_ = bin.own_offset + bin.size;
-    }
-    if (open.delta != bin.Delta() || open.foreign != foreign) {
-      const bool shift = !foreign && !open.foreign && any_;
-      const Change change{last_bin_ + kBinHeaderSize, bin.position, open.delta, bin.Delta()};
-      const uint32_t start = shift ? FindBreak(hive_, change, searches_) : bin.position;
-      open.end = start;
-      hive_.offset_runs.push_back({start, hive_.length, bin.Delta(), foreign});
-    }
-    any_ = true;
-    last_bin_ = bin.position;
-  }
-
- private:
-  bool IsOwn(const Bin& bin) const {
-    if (any_ && bin.own_offset < own_end_) return false;
-    // How far the bin stands from where the own bins before it put it.
-    const int64_t moved = static_cast<int32_t>(bin.Delta() - delta_);
-    return std::abs(moved) < int64_t{kLargestShift};
-  }
-
-  HiveImage& hive_;
-  uint32_t delta_;         // of the own bins before
-  uint32_t own_end_ = 0;   // offset behind them
-  uint32_t last_bin_ = 0;  // position
-  uint32_t searches_ = kMostSearches;
-  bool any_ = false;
-};
-
-// The last bin has no follower, but the end of the image tells whether it was moved.
-void AddTail(HiveImage& hive, const Bin& last) {
-  OffsetRun& open = hive.offset_runs.back();
-  const uint64_t end = uint64_t{last.position} + last.size;
-  const auto change = static_cast<int64_t>(hive.length) - static_cast<int64_t>(end);
-  const bool small = change != 0 && change % 8 == 0 && std::abs(change) < 4096;
-  if (!small || open.foreign) return;
-  if (ChainReaches(hive, last.position + kBinHeaderSize, static_cast<uint32_t>(end))) return;
-  const uint32_t delta = open.delta + static_cast<uint32_t>(change);
-  uint32_t searches = 0;
-  const uint32_t start =
-      FindBreak(hive, {last.position + kBinHeaderSize, hive.length, open.delta, delta}, searches);
-  if (start >= hive.length) return;
-  open.end = start;
-  hive.offset_runs.push_back({start, hive.length, delta, false});
-}
-
-const OffsetRun& RunAt(const HiveImage& hive, uint32_t position) {
-  const auto behind =
-      std::upper_bound(hive.offset_runs.begin(), hive.offset_runs.end(), position,
-                       [](uint32_t wanted, const OffsetRun& run) { return wanted < run.position; });
-  return behind == hive.offset_runs.begin() ? *behind : *std::prev(behind);
-}
+std::span<const uint8_t> BytesOf(const HiveImage& hive) { return {hive.buffer.get(), hive.length}; }
 
 // What is left of a root key: its flags and some of its signature, or the start of a name that the
 // system gives to roots. The size alone is that of many cells.
@@ -253,63 +31,269 @@ bool HasRootRemains(const HiveImage& hive, uint32_t position) {
   return name == 0x50242424 || name == 0x2D494D43;  // "$$$P", "CMI-"
 }
 
-bool Holds(const OffsetRun& run, uint32_t position) {
-  return position >= run.position && position < run.end;
+// --- the distance of the hive
+
+// The distance at which most headers stand, and how many do.
+uint32_t MostVoted(const std::vector<BinHeader>& headers, uint32_t& count) {
+  std::map<uint32_t, uint32_t> votes;
+  for (const BinHeader& bin : headers) ++votes[bin.Distance()];
+  uint32_t best = headers.front().Distance();
+  for (const auto& [distance, said] : votes) {
+    if (said > votes[best]) best = distance;
+  }
+  count = votes[best];
+  return best;
+}
+
+// Records that are where others name them, with the headers that say the same.
+uint32_t SupportOf(const Witnesses& witnesses, const std::vector<BinHeader>& headers,
+                   uint32_t distance) {
+  uint32_t support = 0;
+  for (const BinHeader& bin : headers) support += bin.Distance() == distance;
+  for (const Witness& record : witnesses.records) {
+    support += Fits(witnesses, record, distance);
+  }
+  return support;
+}
+
+bool HasBaseBlock(const HiveImage& hive) {
+  uint8_t signature[4] = {};
+  ReadBytes(hive, 0, signature, sizeof(signature));
+  return hive.header_valid && IsBaseBlockSignature(signature);
+}
+
+// The distance when headers contradict the base block, or each other.
+uint32_t WeighDistances(const HiveImage& hive, const std::vector<BinHeader>& headers,
+                        bool& proven) {
+  uint32_t count = 0;
+  const uint32_t most = MostVoted(headers, count);
+  proven = true;
+  const bool stands = std::ranges::any_of(
+      headers, [&](const BinHeader& bin) { return bin.Distance() == hive.data_start; });
+  if (hive.header_valid && (stands || most == hive.data_start)) return hive.data_start;
+  if (HasBaseBlock(hive) &&
+      std::abs(int64_t{static_cast<int32_t>(most - hive.data_start)}) < int64_t{kLargestShift}) {
+    return hive.data_start;  // bytes were put in, or lost, in front of the first block
+  }
+  if (count > 1) return most;
+  const uint32_t distances[] = {most, hive.data_start};
+  const Witnesses witnesses = FindWitnesses(BytesOf(hive), distances);
+  const uint32_t support = SupportOf(witnesses, headers, most);
+  if (hive.header_valid && SupportOf(witnesses, headers, hive.data_start) >= support) {
+    return hive.data_start;
+  }
+  // A single header may be wrong; where nothing agrees with it the keys have to say.
+  constexpr size_t kManyRecords = 8;
+  proven = support > 1 || witnesses.records.size() < kManyRecords;
+  return most;
+}
+
+// --- what is no part of the hive
+
+// Headers that follow each other at one distance that is not the hive's.
+struct Strangers {
+  uint32_t begin = 0;
+  uint32_t end = 0;  // position of the next header, or where the last one's block ends
+  uint32_t distance = 0;
+  uint32_t headers = 0;
+};
+
+std::vector<Strangers> FindStrangers(const HiveImage& hive) {
+  std::vector<Strangers> found;
+  const std::vector<BinHeader> headers = FindBinHeaders(BytesOf(hive));
+  const auto on_page = [&](const BinHeader& bin) {
+    return (bin.position - hive.data_base) % kPageSize == 0;
+  };
+  uint64_t own_end = 0;  // of the last whole block of the hive
+  for (size_t i = 0; i < headers.size(); ++i) {
+    const BinHeader& bin = headers[i];
+    if (bin.Distance() == hive.data_base) {
+      const auto next =
+          std::find_if(headers.begin() + static_cast<ptrdiff_t>(i) + 1, headers.end(), on_page);
+      const uint32_t end = next == headers.end() ? hive.length : next->position;
+      const bool whole = IsWholeBlock(BytesOf(hive), bin, end - bin.position);
+      if (whole) own_end = uint64_t{bin.position} + bin.size;
+      continue;
+    }
+    // Inside a block, where none can begin, is the header of a hive that is a value's data.
+    if (!on_page(bin) && bin.position < own_end) continue;
+    uint32_t end = i + 1 < headers.size() ? headers[i + 1].position : hive.length;
+    end = static_cast<uint32_t>(std::min<uint64_t>(end, uint64_t{bin.position} + bin.size));
+    const bool goes_on = !found.empty() && found.back().end == bin.position &&
+                         found.back().distance == bin.Distance();
+    if (goes_on) {
+      found.back().end = end;
+      ++found.back().headers;
+    } else {
+      found.push_back({bin.position, end, bin.Distance(), 1});
+    }
+  }
+  return found;
+}
+
+// References of the stretch's records into itself that hold at its own distance.
+uint32_t HeldAmongThemselves(const HiveImage& hive, const Strangers& strangers) {
+  constexpr size_t kMost = 4096;
+  const std::span<const uint8_t> bytes = BytesOf(hive);
+  const std::span<const uint8_t> stretch =
+      bytes.subspan(strangers.begin, strangers.end - strangers.begin);
+  uint32_t held = 0;
+  std::vector<Reference> references;
+  for (const Witness& record : FindRecords(stretch)) {
+    AddReferences(stretch, record, references);
+    if (references.size() > kMost) break;
+  }
+  for (const Reference& reference : references) {
+    const uint32_t inside = reference.offset + strangers.distance - strangers.begin;
+    if (inside < stretch.size()) held += Agreement(stretch.subspan(inside), reference) != 0;
+  }
+  return held;
+}
+
+struct Verdict {
+  const HiveImage& hive;
+  const Pages pages;
+  const std::vector<PageFit> fits;
+  uint32_t own_end = 0;  // behind the last block at the hive's distance
+
+  PageFit FitOf(uint32_t begin, uint32_t end) const {
+    PageFit sum;
+    for (uint32_t p = begin; p < end; p += kPageSize) {
+      const uint32_t page = (p - pages.first) / kPageSize;
+      if (p < pages.first || page >= fits.size()) continue;
+      sum.asked += fits[page].asked;
+      sum.held += fits[page].held;
+    }
+    return sum;
+  }
+
+  bool AreForeign(const Strangers& strangers) const {
+    constexpr uint32_t kFew = 3;
+    if (hive.places.own_end != 0 && strangers.begin >= hive.places.own_end) return true;
+    const PageFit fit = FitOf(strangers.begin, strangers.end);
+    const uint32_t among = HeldAmongThemselves(hive, strangers);
+    if (fit.held == 0 && among == 0) {
+      return strangers.headers > 1 || strangers.begin >= own_end || fit.asked >= kFew;
+    }
+    if (fit.asked >= kFew && fit.held * 4 < fit.asked) return true;
+    return among > fit.held;
+  }
+};
+
+Verdict PrepareVerdict(const HiveImage& hive) {
+  const uint32_t own =
+      hive.places.own_end != 0 ? std::min(hive.places.own_end, hive.length) : hive.length;
+  const Pages pages = PagesOf(hive.data_base, own, own);
+  Verdict verdict{hive, pages, FitPages(BytesOf(hive).first(own), pages), 0};
+  for (const BinHeader& bin : FindBinHeaders(BytesOf(hive))) {
+    if (bin.Distance() == hive.data_base) verdict.own_end = bin.position + bin.size;
+  }
+  return verdict;
+}
+
+void AddRun(HiveImage& hive, uint32_t begin, uint32_t end, uint32_t delta) {
+  end = std::min(end, hive.length);
+  if (begin >= end) return;
+  std::vector<OffsetRun>& runs = hive.offset_runs;
+  const uint32_t done = runs.empty() ? 0 : runs.back().end;
+  if (begin < done) return;
+  if (begin > done) runs.push_back({done, begin, hive.data_base, false});
+  runs.push_back({begin, end, delta, true});
+}
+
+// The pages of a foreign stretch, but for those in which the hive finds its own: a block of the
+// hive may go on after a foreign page in it.
+void AddForeign(const Verdict& verdict, const Strangers& strangers, std::vector<OffsetRun>& runs) {
+  uint32_t begin = strangers.begin;
+  for (uint32_t p = strangers.begin; p < strangers.end; p += kPageSize) {
+    BinHeader bin;
+    const PageFit fit = verdict.FitOf(p, p + 1);
+    const bool header = ReadBinHeader(BytesOf(verdict.hive), p, bin);
+    if (header || fit.asked == 0 || fit.held * 2 < fit.asked) continue;
+    if (p > begin) runs.push_back({begin, p, strangers.distance, true});
+    begin = p + kPageSize;
+  }
+  if (begin < strangers.end) runs.push_back({begin, strangers.end, strangers.distance, true});
+}
+
+// Stretches without bytes of the file, and what was put in.
+void AddGaps(const HiveImage& hive, std::vector<OffsetRun>& runs) {
+  const std::vector<ImagePiece>& pieces = hive.places.pieces;
+  for (size_t i = 0; i < pieces.size(); ++i) {
+    const uint32_t end = i + 1 < pieces.size() ? pieces[i + 1].position : hive.length;
+    const uint32_t begin = (pieces[i].position + 7) / 8 * 8;
+    const bool gap =
+        pieces[i].kind == PieceKind::kMissing && end > begin && end - begin >= kShortestGap;
+    if (gap || pieces[i].kind == PieceKind::kSpare) runs.push_back({begin, end, kNoDelta, true});
+  }
+}
+
+const OffsetRun& RunAt(const HiveImage& hive, uint32_t position) {
+  const auto behind =
+      std::upper_bound(hive.offset_runs.begin(), hive.offset_runs.end(), position,
+                       [](uint32_t wanted, const OffsetRun& run) { return wanted < run.position; });
+  return behind == hive.offset_runs.begin() ? *behind : *std::prev(behind);
 }
 
 }  // namespace
 
-bool MapOffsets(HiveImage& hive) {
+bool FindDataBase(HiveImage& hive) {
+  BinHeader bin;
+  if (hive.header_valid && ReadBinHeader(BytesOf(hive), hive.data_start, bin) &&
+      bin.own_offset == 0) {
+    hive.data_base = hive.data_start;
+    hive.data_base_proven = true;
+    return true;
+  }
+  const std::vector<BinHeader> headers = FindBinHeaders(BytesOf(hive));
+  if (headers.empty()) return HasRootRemains(hive, kFirstCellPosition);
+  hive.data_base = WeighDistances(hive, headers, hive.data_base_proven);
+  return !hive.header_valid || hive.data_base == hive.data_start;
+}
+
+void MapOffsets(HiveImage& hive) {
   hive.offset_runs.clear();
-  hive.own_runs.clear();
-  const std::vector<Bin> bins = WalkBins(hive);
-  if (bins.empty()) return HasRootRemains(hive, kFirstCellPosition);
-  const uint32_t nominal = NominalDelta(hive, bins);
-  const bool agrees = !hive.header_valid || nominal == hive.data_start;
-  hive.data_base = nominal;
-  hive.data_base_proven = true;
-  RunBuilder runs(hive, nominal);
-  for (const Bin& bin : bins) runs.Add(bin);
-  AddTail(hive, bins.back());
-  if (hive.offset_runs.size() == 1) {
-    hive.offset_runs.clear();
-    return agrees;
+  if (hive.places.pieces.empty() && IsInOrder(hive)) return;
+  std::vector<OffsetRun> foreign;
+  AddGaps(hive, foreign);
+  const std::vector<Strangers> strangers = FindStrangers(hive);
+  if (!strangers.empty()) {
+    const Verdict verdict = PrepareVerdict(hive);
+    for (const Strangers& group : strangers) {
+      if (verdict.AreForeign(group)) AddForeign(verdict, group, foreign);
+    }
   }
-  for (const OffsetRun& run : hive.offset_runs) {
-    if (!run.foreign) hive.own_runs.push_back(run);
+  // A block's header says more than that its bytes were put in.
+  std::ranges::sort(foreign,
+                    [](const OffsetRun& a, const OffsetRun& b) { return a.position < b.position; });
+  for (size_t i = 0; i < foreign.size(); ++i) {
+    const OffsetRun& run = foreign[i];
+    const uint32_t done = hive.offset_runs.empty() ? 0 : hive.offset_runs.back().end;
+    uint32_t begin = std::max(run.position, done);
+    if (run.delta == kNoDelta) {
+      for (size_t j = i + 1; j < foreign.size() && foreign[j].position < run.end; ++j) {
+        AddRun(hive, begin, foreign[j].position, kNoDelta);
+        AddRun(hive, foreign[j].position, foreign[j].end, foreign[j].delta);
+        begin = std::max(begin, foreign[j].end);
+      }
+    }
+    AddRun(hive, begin, run.end, run.delta);
   }
-  return agrees;
+  if (!hive.offset_runs.empty() && hive.offset_runs.back().end < hive.length) {
+    hive.offset_runs.push_back({hive.offset_runs.back().end, hive.length, hive.data_base, false});
+  }
 }
 
 uint32_t ResolveOffset(const HiveImage& hive, uint32_t offset, uint32_t field) {
   const OffsetRun& from = RunAt(hive, field);
-  if (from.foreign) {
-    const uint32_t position = offset + from.delta;
-    const OffsetRun& to = RunAt(hive, position);
-    return to.foreign && to.delta == from.delta && position < hive.length ? position : kNowhere;
+  if (!from.foreign) {
+    const uint32_t position = offset + hive.data_base;
+    return RunAt(hive, position).foreign ? kNowhere : position;
   }
-  // Own runs ascend in offset as they do in position.
-  const auto behind = std::upper_bound(
-      hive.own_runs.begin(), hive.own_runs.end(), offset,
-      [](uint32_t wanted, const OffsetRun& run) { return wanted < run.position - run.delta; });
-  if (behind != hive.own_runs.begin()) {
-    const OffsetRun& run = *std::prev(behind);
-    if (Holds(run, offset + run.delta)) return offset + run.delta;
-  }
-  // In no bin that is left: where it would stand, unless something else stands there.
-  const uint32_t nominal = offset + hive.data_base;
-  const OffsetRun& there = RunAt(hive, nominal);
-  return there.foreign || there.delta != hive.data_base ? kNowhere : nominal;
-}
-
-int32_t ShiftAt(const HiveImage& hive, uint32_t position) {
-  if (hive.offset_runs.empty()) return 0;
-  const OffsetRun& run = RunAt(hive, position);
-  return run.foreign ? 0 : static_cast<int32_t>(run.delta - hive.data_base);
-}
-
-uint32_t OffsetOfPosition(const HiveImage& hive, uint32_t position) {
-  return position - hive.data_base - static_cast<uint32_t>(ShiftAt(hive, position));
+  if (from.delta == kNoDelta) return kNowhere;
+  const uint32_t position = offset + from.delta;
+  const OffsetRun& to = RunAt(hive, position);
+  return to.foreign && to.delta == from.delta && position < hive.length ? position : kNowhere;
 }
 
 bool IsForeign(const HiveImage& hive, uint32_t position) {

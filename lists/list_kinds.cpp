@@ -88,7 +88,8 @@ constexpr const char* kInfo[] = {"file",
                                  "root_made",
                                  "cut_at",
                                  "cut_reason",
-                                 "cut_rest"};
+                                 "cut_rest",
+                                 "moved"};
 
 constexpr const char* kTree[] = {"Key",    "Key Offset", "Parent Offset", "Key Date",
                                  "Status", "Marks",      "Connected"};
@@ -112,7 +113,8 @@ constexpr uint32_t Column(int column) { return 1U << column; }
 constexpr uint32_t kAllInfo = (1U << std::size(kInfo)) - 1;
 constexpr uint32_t kCounts = Column(6) | Column(7) | Column(8);
 constexpr uint32_t kInfoFlags = Column(3) | Column(4) | Column(23);
-constexpr uint32_t kInfoTexts = Column(0) | Column(7) | Column(22) | Column(25) | Column(26);
+constexpr uint32_t kInfoTexts =
+    Column(0) | Column(7) | Column(22) | Column(25) | Column(26) | Column(27);
 
 constexpr const char* kOther = "Output List";
 

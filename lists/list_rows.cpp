@@ -1,5 +1,6 @@
 #include "lists/list_rows.h"
 
+#include "hive/file_place.h"
 #include "hive/key_node.h"
 #include "hive/offset_map.h"
 #include "hive/value_text.h"
@@ -9,8 +10,12 @@ namespace hivequarry {
 
 std::string PositionText(uint32_t position) { return HexNumber(position); }
 
-std::string TargetText(uint32_t position) {
-  return position >= kNowhere ? "nowhere" : PositionText(position);
+std::string PlaceText(const HiveImage& hive, uint32_t position) {
+  return PositionText(PlaceOf(hive, position));
+}
+
+std::string TargetText(const HiveImage& hive, uint32_t position) {
+  return position >= kNowhere ? "nowhere" : PlaceText(hive, position);
 }
 
 std::string BytesText(std::span<const uint8_t> bytes) {

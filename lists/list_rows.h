@@ -15,8 +15,10 @@ namespace hivequarry {
 
 // A position as a column shows it: "0x%08X".
 std::string PositionText(uint32_t position);
-// Of a position that an offset leads to, or one a few bytes behind: a word when that is nowhere.
-std::string TargetText(uint32_t position);
+// The same of an image position, as the file counts (hive/file_place.h).
+std::string PlaceText(const HiveImage& hive, uint32_t position);
+// Of a position that an offset leads to, or one a few bytes after it: a word when that is nowhere.
+std::string TargetText(const HiveImage& hive, uint32_t position);
 
 // Adds a row about the record at `datum`; kNoOffset for a row about none.
 void AddListRow(OutputList& list, std::span<const std::string_view> texts, uint32_t datum,

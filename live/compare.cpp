@@ -8,6 +8,7 @@
 #include <utility>
 #include <vector>
 
+#include "hive/file_place.h"
 #include "hive/value_key.h"
 #include "hive/value_text.h"
 #include "host/host.h"
@@ -332,8 +333,9 @@ class Comparison {
     const std::string path = PathOf(item);
     const bool in_hive = value.position != kNoOffset;
     const uint32_t key = tree_.items[item].position;
-    const std::string key_offset = OffsetText(key);
-    const std::string value_offset = in_hive ? OffsetText(value.position) : std::string();
+    const std::string key_offset = OffsetText(PlaceOf(hive_, key));
+    const std::string value_offset =
+        in_hive ? OffsetText(PlaceOf(hive_, value.position)) : std::string();
     const std::array<std::string_view, 6> texts = {path,       value.name, value.file,
                                                    value.live, key_offset, value_offset};
     bool lossy = false;

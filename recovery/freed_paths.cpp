@@ -5,6 +5,7 @@
 #include <utility>
 #include <vector>
 
+#include "hive/file_place.h"
 #include "hive/key_node.h"
 #include "hive/value_text.h"
 #include "host/host.h"
@@ -83,7 +84,7 @@ std::string PathOfChain(const HiveImage& hive, const KeyTree& tree, const FreedR
                         const Chain& chain, const PathText& text) {
   const uint32_t item = chain.top == kNoOffset ? kNoItem : ItemOfPosition(tree, chain.top);
   std::string path = item == kNoItem ? "?" : text.of_item(hive, tree, item);
-  if (chain.cut) path = "...@" + HexNumber(records.keys[chain.rows.back()].position);
+  if (chain.cut) path = "...@" + HexNumber(PlaceOf(hive, records.keys[chain.rows.back()].position));
   for (auto row = chain.rows.rbegin(); row != chain.rows.rend(); ++row) {
     path += '\\';
     text.add_name(hive, records.keys[*row], path);
@@ -133,11 +134,12 @@ std::string FreedPlaceWords(const FreedRecords&, const FreedKey& key) {
   return words;
 }
 
-std::string FreedPlaceWords(const FreedRecords& records, const FreedValue& value) {
+std::string FreedPlaceWords(const HiveImage& hive, const FreedRecords& records,
+                            const FreedValue& value) {
   std::string words = WordsOf(value.place);
   const FreedKey* key = FreedKeyAt(records, value.key);
   if (value.bond == FreedBond::kUsedAgain) {
-    words += ", ruled out by the marks of the key at " + HexNumber(value.ruled_out);
+    words += ", ruled out by the marks of the key at " + HexNumber(PlaceOf(hive, value.ruled_out));
     words += " whose list names it";
   }
   const bool path = key == nullptr || key->bond != FreedBond::kNotConfirmed;

@@ -124,7 +124,8 @@ bool IsFreedBelow(const KeyTree& tree, const FreedRecords& records, uint32_t key
 
 // Where the record stands and what its path is worth: "inside a free cell, not confirmed".
 std::string FreedPlaceWords(const FreedRecords& records, const FreedKey& key);
-std::string FreedPlaceWords(const FreedRecords& records, const FreedValue& value);
+std::string FreedPlaceWords(const HiveImage& hive, const FreedRecords& records,
+                            const FreedValue& value);
 // "offsets are those of an earlier state of the hive: 0x116000 more"; empty for none.
 std::string ShiftWords(uint32_t shift);
 

@@ -4,6 +4,7 @@
 
 #include "hive/cells.h"
 #include "hive/key_node.h"
+#include "hive/moved_bytes.h"
 #include "hive/offset_map.h"
 #include "hive/root_path.h"
 #include "host/host.h"
@@ -63,6 +64,7 @@ void ForgetOtherHive(HiveImage& hive) {
   if (header) hive.length -= kBinHeaderSize;
   hive.data_base = hive.data_start;
   hive.data_base_proven = hive.header_valid;
+  FindDataBase(hive);
   MapOffsets(hive);
   hive.length = end;
 }
@@ -97,6 +99,16 @@ void CollectTables(HiveImage& hive, const BuildOptions& options, ScanTables& tab
   FinishScan(tables);
   FindLostRoot(hive, tables);
   if (!NeedsRepair(hive, tables)) return;
+  if (hive.length == whole && hive.data_base_proven && UndoMoves(hive)) {
+    // Pages of the same cells look sound until their records are held against each other.
+    hive.last_valid = hive.length < 8 ? 0 : hive.length - 8;
+    MapOffsets(hive);
+    Collect(hive, scan, tables);
+    if (IsGivenUp(options)) return;
+    FinishScan(tables);
+    FindLostRoot(hive, tables);
+    if (!NeedsRepair(hive, tables)) return;
+  }
   DropOwnedKeys(hive, RowsReachedByLists(hive, tables), tables);
   ShowStatus("Evaluating data ...");
   ScanImage(hive, ScanPass::kEvaluate, scan, tables);
@@ -127,18 +139,16 @@ void ChooseRootText(HiveImage& hive, const BuildOptions& options, const ScanTabl
   tree.root_text = DisplayedRoot(hive);
 }
 
-// Blocks in line with the first one, moved bytes aside: a header that was left over inside a cell
-// is no block.
-uint32_t CountBlocks(const HiveImage& hive, const std::vector<BinTableRow>& bins) {
+// Blocks in line with the first one: a header that was left over inside a cell is no block.
+uint32_t CountBlocks(const std::vector<BinTableRow>& bins) {
   uint32_t count = 0;
   for (const BinTableRow& bin : bins) {
-    const uint32_t moved = static_cast<uint32_t>(ShiftAt(hive, bin.position));
-    count += (bin.position - moved - bins[0].position) % 4096 == 0;
+    count += (bin.position - bins[0].position) % 4096 == 0;
   }
   return count;
 }
 
-ImageSummary Summarise(const HiveImage& hive, const ScanTables& tables, const KeyTree& tree) {
+ImageSummary Summarise(const ScanTables& tables, const KeyTree& tree) {
   ImageSummary summary;
   summary.keys = static_cast<uint32_t>(tables.keys.size());
   for (const KeyItem& item : tree.items) summary.connected_keys += item.connected;
@@ -146,7 +156,7 @@ ImageSummary Summarise(const HiveImage& hive, const ScanTables& tables, const Ke
   summary.values = static_cast<uint32_t>(tables.values.size());
   summary.disconnected_values = static_cast<uint32_t>(tree.disconnected_value_positions.size());
   summary.security_records = static_cast<uint32_t>(tables.securities.size());
-  summary.bins = CountBlocks(hive, tables.bins);
+  summary.bins = CountBlocks(tables.bins);
   summary.virtual_parents = tables.virtual_parents;
   summary.virtual_children = tables.virtual_children;
   summary.virtual_siblings = tables.virtual_siblings;
@@ -180,7 +190,7 @@ ImageSummary BuildImageTree(HiveImage& hive, const BuildOptions& options, KeyTre
   RepairRoots(tables);
   HangKeys(hive, tables, tree);
   MarkSharedBytes(hive, tree);
-  summary = Summarise(hive, tables, tree);
+  summary = Summarise(tables, tree);
   ShowStatus("Cleaning up ...");
   tables = ScanTables();
   if (!summary.stopped) host.beep(host.context);

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdio>
 
+#include "hive/file_place.h"
 #include "hive/key_node.h"
 #include "hive/offset_map.h"
 #include "hive/timestamp.h"
@@ -26,13 +27,13 @@ ValueRow CellDetailsRow(const HiveImage& hive, uint32_t position) {
   const KeyNode key = ReadKeyNode(hive, position, KeyRead::kFields);
   char text[96];
   ValueRow row;
-  std::snprintf(text, sizeof(text), "_%06Xi,  %Xp,   %Xc,  %Xn", key.value_count, key.parent,
-                key.class_name, key.subkey_count);
+  std::snprintf(text, sizeof(text), "_%06Xi,  %Xp,   %Xc,  %Xn", key.value_count,
+                PlaceOf(hive, key.parent), PlaceOf(hive, key.class_name), key.subkey_count);
   row.name = text;
-  std::snprintf(text, sizeof(text), "%08Xo", position);
+  std::snprintf(text, sizeof(text), "%08Xo", PlaceOf(hive, position));
   row.type = text;
   if (key.value_list != kNoOffset) {
-    std::snprintf(text, sizeof(text), ", %08XNl", key.value_list);
+    std::snprintf(text, sizeof(text), ", %08XNl", PlaceOf(hive, key.value_list));
     row.type += text;
   }
   row.icon = static_cast<int>(ValueIcon::kFolder);
@@ -63,7 +64,7 @@ void TakeEntries(const HiveImage& hive, uint32_t key_position, const std::vector
     ValueRow row = InfoRow("", kLostValue);
     row.type = kLeadsNowhere;
     row.icon = static_cast<int>(ValueIcon::kBinary) + kErrorIconStep;
-    row.position = HexNumber(hive.base_offset + PlaceOfLostValue(hive, entry));
+    row.position = HexNumber(FilePositionOf(hive, PlaceOfLostValue(hive, entry)));
     values.info_rows.push_back(row);
   }
   if (lost <= kMostRows) return;
@@ -73,14 +74,14 @@ void TakeEntries(const HiveImage& hive, uint32_t key_position, const std::vector
 
 bool IsOrdinaryType(uint32_t type) { return (type >= 1 && type <= 4) || type == kRegMultiSz; }
 
-void MakeTechnical(const ValueKey& value, ValueRow& row) {
+void MakeTechnical(const HiveImage& hive, const ValueKey& value, ValueRow& row) {
   char text[96];
-  std::snprintf(text, sizeof(text), "%Xovk, %uln, %uld, ", value.position, value.name_length,
-                value.data_length);
+  std::snprintf(text, sizeof(text), "%Xovk, %uln, %uld, ", PlaceOf(hive, value.position),
+                uint32_t{value.name_length}, value.data_length);
   row.name = text + value.name;
   const bool ordinary = IsOrdinaryType(value.type);
-  std::snprintf(text, sizeof(text), ordinary ? "%Xod, (%u)" : "%08Xo, %u %s ", value.data_position,
-                value.type, "= unknown dtype");
+  std::snprintf(text, sizeof(text), ordinary ? "%Xod, (%u)" : "%08Xo, %u %s ",
+                PlaceOf(hive, value.data_position), value.type, "= unknown dtype");
   row.data = text;
   // The data's offset leads nowhere: what stands there is no position.
   if (value.data_position >= kNowhere) row.data.replace(0, row.data.find(','), "nowhere");
@@ -92,7 +93,8 @@ void MakeTechnical(const ValueKey& value, ValueRow& row) {
 }
 
 struct DetailLines {
-  std::vector<DetailField> fields;
+  const HiveImage& hive;
+  std::vector<DetailField> fields = {};
 
   void Add(const char* label, const std::string& value) {
     if (!value.empty()) fields.push_back({label, value});
@@ -104,7 +106,8 @@ struct DetailLines {
   }
   void AddPosition(const char* label, uint32_t position) {
     char number[32];
-    std::snprintf(number, sizeof(number), "0x%08X (%u)", position, position);
+    const uint32_t place = PlaceOf(hive, position);
+    std::snprintf(number, sizeof(number), "0x%08X (%u)", place, place);
     Add(label, position == kNoOffset ? "none" : number);
   }
   void AddCount(const char* label, uint32_t value) { Add(label, std::to_string(value)); }
@@ -127,7 +130,7 @@ std::string ListText(const SubkeyListCheck& list) {
 
 void AddKeyFields(const HiveImage& hive, const KeyNode& key, DetailLines& lines) {
   lines.AddPosition("Position", key.position);
-  lines.AddHex("File position", hive.base_offset + key.position);
+  lines.AddHex("File position", FilePositionOf(hive, key.position));
   lines.AddHex("Cell size", key.size);
   lines.Add("State", StateText(key));
   lines.AddHex("Flags", key.signature_and_flags >> 16);
@@ -148,7 +151,8 @@ void AddKeyFields(const HiveImage& hive, const KeyNode& key, DetailLines& lines)
   lines.AddCount("Name length", key.name_length);
 }
 
-std::string PositionText(uint32_t position) {
+std::string PositionText(const HiveImage& hive, uint32_t position) {
+  position = PlaceOf(hive, position);
   char text[32];
   std::snprintf(text, sizeof(text), "0x%08X (%u)", position, position);
   return text;
@@ -165,27 +169,28 @@ void AddEvidence(const HiveImage& hive, const KeyTree& tree, const KeyItem& it,
   constexpr const char* kLabel = "Evidence";
   const bool made = (it.marks & kVirtualMarks) != 0;
   if (it.entry != 0) {
-    lines.Add(kLabel, "list entry at " + PositionText(it.entry) + " names this key");
+    lines.Add(kLabel, "list entry at " + PositionText(hive, it.entry) + " names this key");
   }
   if (!made && it.kind != ItemKind::kRoot) {
     const uint32_t parent = ReadOffset(hive, it.position + kKeyParent);
     const bool reused = (it.repairs & kRepairNotItsParent) != 0;
-    lines.Add(kLabel, "parent field at " + PositionText(it.position + kKeyParent) + " leads to " +
-                          PositionText(parent) + ", " + NameAt(hive, tree, parent) +
+    lines.Add(kLabel, "parent field at " + PositionText(hive, it.position + kKeyParent) +
+                          " leads to " + PositionText(hive, parent) + ", " +
+                          NameAt(hive, tree, parent) +
                           (reused ? ", which never had a subkey with so long a name" : ""));
   }
   if (it.evidence != 0 && it.evidence != it.entry) {
     const char* what = (it.marks & kMarkParent) != 0 ? "parent field at " : "list entry at ";
     const char* how = made ? " names this place" : " gives the parent";
-    lines.Add(kLabel, what + PositionText(it.evidence) + how);
+    lines.Add(kLabel, what + PositionText(hive, it.evidence) + how);
   }
   if ((it.marks & kMarkHashName) != 0) {
     const uint32_t entry = it.evidence != 0 ? it.evidence : it.entry;
-    lines.Add(kLabel, "name hint at " + PositionText(entry + 4));
+    lines.Add(kLabel, "name hint at " + PositionText(hive, entry + 4));
   }
   const auto values = hive.repaired_value_lists.find(it.position);
   if (values != hive.repaired_value_lists.end()) {
-    lines.Add(kLabel, "value list at " + PositionText(values->second) +
+    lines.Add(kLabel, "value list at " + PositionText(hive, values->second) +
                           ", one bit away from the stored offset");
   }
 }
@@ -212,17 +217,17 @@ void AddTreeFields(const HiveImage& hive, const KeyTree& tree, const KeyItem& it
   lines.Add("Status", StatusText(it.marks));
   lines.Add("Info", InfoWords(hive, tree, it));
   lines.AddCount("Marks", it.marks);
-  lines.Add("Shared", SharedWords(tree, it.position));
+  lines.Add("Shared", SharedWords(hive, tree, it.position));
   AddEvidence(hive, tree, it, lines);
 }
 
 }  // namespace
 
-std::string SharedWords(const KeyTree& tree, uint32_t position) {
+std::string SharedWords(const HiveImage& hive, const KeyTree& tree, uint32_t position) {
   const auto shared = tree.shared_bytes.find(position);
   if (shared == tree.shared_bytes.end()) return {};
   return "its bytes or data are also those of the recovered record at " +
-         PositionText(shared->second);
+         PositionText(hive, shared->second);
 }
 
 std::string InfoWords(const HiveImage& hive, const KeyTree& tree, const KeyItem& it) {
@@ -333,8 +338,8 @@ ValueRow MakeValueRow(const HiveImage& hive, const ValueKey& value, std::span<co
   row.data = value.status == ValueStatus::kTooLong ? "ERR_DATALEN" : ValueDataText(value, data);
   row.edited = value.edited;
   row.icon = IconOfValue(value) + (value.edited ? kEditedIconStep : 0);
-  row.position = HexNumber(hive.base_offset + value.position);
-  if (options.technical) MakeTechnical(value, row);
+  row.position = HexNumber(FilePositionOf(hive, value.position));
+  if (options.technical) MakeTechnical(hive, value, row);
   return row;
 }
 
@@ -384,7 +389,7 @@ std::vector<DetailField> KeyFieldsAt(const HiveImage& hive, const KeyTree& tree,
                                      uint32_t position) {
   const uint32_t item = ItemOfPosition(tree, position);
   const KeyNode key = ReadKeyNode(hive, position, KeyRead::kDiagnose);
-  DetailLines lines;
+  DetailLines lines{hive};
   if (item == kNoItem && key.state == KeyState::kNotAKey) return lines.fields;
   lines.Add("Key", item == kNoItem ? key.name : LongItemPath(hive, tree, item));
   if (key.name_length > key.name.size() && key.name.ends_with("...")) {

@@ -22,7 +22,7 @@ struct ValueViewOptions {
 inline constexpr int kEditedIconStep = 12;
 
 // Of a recovered record that another one has bytes of; empty for any other.
-std::string SharedWords(const KeyTree& tree, uint32_t position);
+std::string SharedWords(const HiveImage& hive, const KeyTree& tree, uint32_t position);
 
 // One line of the value pane.
 struct ValueRow {

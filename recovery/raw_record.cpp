@@ -7,6 +7,7 @@
 #include <span>
 
 #include "hive/cells.h"
+#include "hive/file_place.h"
 #include "hive/key_node.h"
 #include "hive/subkey_list.h"
 #include "hive/timestamp.h"
@@ -22,7 +23,9 @@ constexpr uint32_t kBigDataLength = 16;    // of a "db" cell
 constexpr uint32_t kLargestHidden = 4096;  // how far in front a hidden record is looked for
 constexpr size_t kMostNameShown = 128;     // of a record that is led to
 
-std::string PositionWords(uint32_t position) {
+// As the file counts.
+std::string PositionWords(const HiveImage& hive, uint32_t position) {
+  position = PlaceOf(hive, position);
   char text[32];
   std::snprintf(text, sizeof(text), "0x%08" PRIX32 " (%" PRIu32 ")", position, position);
   return text;
@@ -435,7 +438,7 @@ class RowWriter {
     const uint32_t target = ReadOffset(hive_, field.position);
     if (!InsideHive(hive_, target, 8)) return "leads outside the image";
     field.leads_to = target;
-    return PositionWords(target) + ", " + TargetWords(hive_, target);
+    return PositionWords(hive_, target) + ", " + TargetWords(hive_, target);
   }
 
   const HiveImage& hive_;

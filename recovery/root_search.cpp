@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "hive/cells.h"
+#include "hive/file_place.h"
 #include "hive/key_node.h"
 #include "hive/key_tree.h"
 #include "hive/offset_map.h"
@@ -29,10 +30,6 @@ uint32_t SizeOfFile(const std::string& file) {
   const int64_t size = FileSize(stream);
   std::fclose(stream);
   return static_cast<uint32_t>(std::clamp<int64_t>(size, 0, UINT32_MAX));
-}
-
-uint32_t FilePosition(const HiveImage& hive, uint32_t position) {
-  return hive.base_offset + position;
 }
 
 // The scan stands still meanwhile: it is its thread that asks.
@@ -121,7 +118,7 @@ uint32_t RangeStartForRoot(uint32_t root) {
 }
 
 void OpenRootInCopy(const HiveImage& hive, uint32_t root_position) {
-  const uint32_t start = RangeStartForRoot(FilePosition(hive, root_position));
+  const uint32_t start = RangeStartForRoot(FilePositionOf(hive, root_position));
   const uint32_t end = SizeOfFile(hive.file_name);
   LaunchSelf(RangeArguments(FullName(hive.file_name), start, end), kLaunchPlain);
 }
@@ -191,9 +188,10 @@ uint32_t FindOtherHive(const HiveImage& hive, ScanTables& tables) {
 }
 
 void CutAtRoot(HiveImage& hive, uint32_t position) {
+  hive.cut = true;
   hive.length = position;
   hive.last_valid = position < 8 ? 0 : position - 8;
-  if (WantsCopy(FilePosition(hive, position))) OpenRootInCopy(hive, position);
+  if (WantsCopy(FilePositionOf(hive, position))) OpenRootInCopy(hive, position);
 }
 
 bool FindLostRoot(HiveImage& hive, ScanTables& tables) {
@@ -212,8 +210,8 @@ bool FindLostRoot(HiveImage& hive, ScanTables& tables) {
 
 ImageCut CutOf(const HiveImage& hive) {
   ImageCut cut;
-  if (hive.held <= hive.length) return cut;
-  cut.at = FilePosition(hive, hive.length);
+  if (!hive.cut) return cut;
+  cut.at = FilePositionOf(hive, hive.length);
   cut.rest = RangeStartForRoot(cut.at);
   cut.reason = "another root key stands there";
   const uint32_t header = hive.length - kBinHeaderSize;

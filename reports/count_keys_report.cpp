@@ -53,7 +53,7 @@ void ReportCountKeys(ReportRun& run) {
   while (NextKey(run, key)) {
     const bool failed = !key.error.empty();
     if (!failed && !IsCountKey(key)) continue;
-    const std::string last = run.live ? KeyDateText(key) : OffsetText(key.position);
+    const std::string last = run.live ? KeyDateText(key) : OffsetText(run, key.position);
     if (failed) AddReportRow(run.list, {key.path, "", "", key.error, "", last}, SubjectOf(key));
     while (run.keys.NextValue(value)) {
       const Count count = value.read ? ReadCount(value.data) : Count();

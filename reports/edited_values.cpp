@@ -6,6 +6,7 @@
 #include <string_view>
 #include <vector>
 
+#include "hive/file_place.h"
 #include "hive/value_edits.h"
 #include "hive/value_key.h"
 #include "recovery/item_values.h"
@@ -30,7 +31,7 @@ void AddEdit(const HiveImage& hive, const KeyTree& tree, const ValueEdit& edit, 
   const ValueRow now = MakeValueRow(hive, edit.position, ValueViewOptions());
   const ValueRow stored = StoredRow(hive, edit.position);
   char offset[16];
-  std::snprintf(offset, sizeof offset, "0x%08X", edit.position);
+  std::snprintf(offset, sizeof offset, "0x%08X", PlaceOf(hive, edit.position));
   const std::array<std::string_view, 7> texts = {path,        now.name,    now.type, now.data,
                                                  stored.type, stored.data, offset};
   NewRow row;

@@ -6,6 +6,7 @@
 #include <utility>
 #include <vector>
 
+#include "hive/file_place.h"
 #include "hive/key_node.h"
 #include "hive/value_text.h"
 #include "host/long_operation.h"
@@ -33,8 +34,8 @@ class FreedSearch {
     facts.last_write = ReadU64(from_.hive, key.position + kKeyLastWrite);
     const FreedPathTexts texts = FreedPathTextsOf(from_, key.position);
     facts.path = texts.lossless;
-    AddHit({texts.path, "", "", "", PositionText(key.position)}, key.position, facts, 0, "",
-           FreedPlaceWords(from_.records, key));
+    AddHit({texts.path, "", "", "", PlaceText(from_.hive, key.position)}, key.position, facts, 0,
+           "", FreedPlaceWords(from_.records, key));
   }
 
   void VisitValue(const FreedValue& freed) {
@@ -48,12 +49,13 @@ class FreedSearch {
     const std::string name = LosslessName(from_.hive, value);
     char details[64];
     std::snprintf(details, sizeof(details), "%Xrk, %dln, %dld",
-                  freed.key == kNoOffset ? 0 : freed.key, int{value.name_length},
-                  static_cast<int>(value.data_length));
+                  freed.key == kNoOffset ? 0 : PlaceOf(from_.hive, freed.key),
+                  int{value.name_length}, static_cast<int>(value.data_length));
     RowFacts facts;
     facts.path = texts.lossless;
     facts.name = name;
-    const std::string key = freed.key == kNoOffset ? std::string() : PositionText(freed.key);
+    const std::string key =
+        freed.key == kNoOffset ? std::string() : PlaceText(from_.hive, freed.key);
     AddHit({texts.path, row.name, row.data, row.type, key}, freed.position, facts, row.icon,
            details, FreedPlaceText(from_, freed, content));
   }
@@ -83,7 +85,7 @@ class FreedSearch {
   void AddHit(std::vector<std::string> texts, uint32_t position, const RowFacts& facts, int icon,
               const char* details, std::string place) {
     if (details_) {
-      texts.push_back(PositionText(from_.hive.base_offset + position));
+      texts.push_back(PositionText(FilePositionOf(from_.hive, position)));
       texts.emplace_back(details);
     }
     texts.push_back(std::move(place));
@@ -139,7 +141,7 @@ void ListFreedDates(FreedSource& from, uint32_t item, const KeyDateRange& range,
     const FreedPathTexts texts = FreedPathTextsOf(from, key.position);
     facts.path = texts.lossless;
     AddListRow(list,
-               {KeyDateText(time), texts.path, PositionText(key.position),
+               {KeyDateText(time), texts.path, PlaceText(from.hive, key.position),
                 FreedPlaceWords(from.records, key)},
                key.position, facts);
   }

@@ -16,8 +16,8 @@
 namespace hivequarry {
 namespace {
 
-std::string PositionOrNone(uint32_t position) {
-  return position == kNoOffset ? std::string() : PositionText(position);
+std::string PositionOrNone(const HiveImage& hive, uint32_t position) {
+  return position == kNoOffset ? std::string() : PlaceText(hive, position);
 }
 
 void AddKey(FreedSource& from, const FreedKey& key, OutputList& list) {
@@ -27,7 +27,7 @@ void AddKey(FreedSource& from, const FreedKey& key, OutputList& list) {
   facts.last_write = ReadU64(from.hive, key.position + kKeyLastWrite);
   facts.path = texts.lossless;
   AddListRow(list,
-             {texts.path, PositionText(key.position), PositionOrNone(key.parent),
+             {texts.path, PlaceText(from.hive, key.position), PositionOrNone(from.hive, key.parent),
               FormatTimestampChecked(facts.last_write), std::to_string(key.values),
               std::to_string(key.values_found), FreedPlaceWords(from.records, key)},
              key.position, facts);
@@ -47,8 +47,8 @@ void AddValue(FreedSource& from, const FreedValue& freed, const ValueListOptions
   facts.name = name;
   facts.bytes = bytes;
   AddListRow(list,
-             {texts.path, row.name, row.type, row.data, PositionText(freed.position),
-              PositionOrNone(freed.key), FreedPlaceText(from, freed, content)},
+             {texts.path, row.name, row.type, row.data, PlaceText(from.hive, freed.position),
+              PositionOrNone(from.hive, freed.key), FreedPlaceText(from, freed, content)},
              freed.position, facts, row.icon);
 }
 
@@ -83,7 +83,7 @@ void AddKeyLines(const FreedSource& from, const FreedKey& key, OutputList& list)
   }
 }
 
-void AddValueLines(const FreedContent& content, OutputList& list) {
+void AddValueLines(const HiveImage& hive, const FreedContent& content, OutputList& list) {
   const ValueKey& value = content.value;
   const auto add = [&](const char* field, const std::string& text) {
     AddListRow(list, {field, text}, value.position, RowFacts(), 0);
@@ -91,7 +91,7 @@ void AddValueLines(const FreedContent& content, OutputList& list) {
   const ValueDetailText detail = ValueDetail(value, content.data);
   if (detail.status != ValueStatus::kRead) {
     add("Length", std::to_string(value.data_length));
-    add("Data position", PositionText(value.data_position));
+    add("Data position", TargetText(hive, value.data_position));
     return add("Data", ValueDataText(value, {}));
   }
   const size_t header = std::min(detail.text.find("\r\n"), detail.text.size());
@@ -122,7 +122,7 @@ OutputListPtr ListFreedDetail(const HiveImage& hive, const KeyTree& tree, uint32
   add("Type", FreedTypeText(content));
   add("Key", FreedPath(hive, tree, from.records, freed->key));
   add("Place", FreedPlaceText(from, *freed, content));
-  AddValueLines(content, *list);
+  AddValueLines(hive, content, *list);
   return list;
 }
 

@@ -91,7 +91,7 @@ ValueRow MakeFreedRow(const FreedSource& from, const FreedContent& content) {
 
 std::string FreedPlaceText(const FreedSource& from, const FreedValue& freed,
                            const FreedContent& content) {
-  const std::string words = FreedPlaceWords(from.records, freed);
+  const std::string words = FreedPlaceWords(from.hive, from.records, freed);
   return content.in_use ? words + ", data in use" : words;
 }
 

@@ -91,7 +91,7 @@ class FreedWriter {
 
   void WriteKey(const FreedKey& key) {
     const uint64_t time = ReadU64(from_.hive, key.position + kKeyLastWrite);
-    Comment("Deleted key at " + PositionText(key.position) + ", " +
+    Comment("Deleted key at " + PlaceText(from_.hive, key.position) + ", " +
             FreedPlaceWords(from_.records, key) + ", last written " + FormatTimestampChecked(time) +
             " UTC");
     if (WriteKeyLine(key.position)) ++result_.keys;
@@ -102,7 +102,7 @@ class FreedWriter {
   // Of a key in use, or of one that was not chosen or is not known.
   void WriteOtherKey(uint32_t key) {
     Comment(key == kNoOffset ? "Deleted values whose key is not known"
-                             : "Deleted values of the key at " + PositionText(key));
+                             : "Deleted values of the key at " + PlaceText(from_.hive, key));
     WriteKeyLine(key);
   }
 
@@ -156,7 +156,7 @@ class FreedWriter {
   void WriteValue(const FreedValue& freed) {
     const FreedContent content = ReadFreedContent(from_, freed, FreedData::kAll);
     const ValueKey& value = content.value;
-    const std::string where = "Deleted value at " + PositionText(freed.position) + ", " +
+    const std::string where = "Deleted value at " + PlaceText(from_.hive, freed.position) + ", " +
                               FreedPlaceText(from_, freed, content);
     if (value.status == ValueStatus::kReadBefore) {
       return Skip(where, "its data were written too often");

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "hive/bins.h"
+#include "hive/file_place.h"
 #include "hive/key_node.h"
 #include "hive/root_path.h"
 #include "hive/timestamp.h"
@@ -57,7 +58,7 @@ class ValueRows {
     facts.bytes = bytes;
     AddListRow(
         list_,
-        {key.path, row.name, row.type, row.data, PositionText(position), key.place, key.status},
+        {key.path, row.name, row.type, row.data, PlaceText(hive_, position), key.place, key.status},
         position, facts, row.icon);
     return true;
   }
@@ -84,7 +85,7 @@ class ValueRows {
     RowFacts facts;
     facts.path = key.lossless;
     const int icon = static_cast<int>(ValueIcon::kBinary) + kErrorIconStep;
-    AddListRow(list_, {key.path, "", "", data, PositionText(place), key.place, status}, place,
+    AddListRow(list_, {key.path, "", "", data, PlaceText(hive_, place), key.place, status}, place,
                facts, icon);
   }
 
@@ -112,12 +113,12 @@ void AddValueDetail(const HiveImage& hive, const KeyTree& tree, const ValueKey& 
   if (!IsNameShownWhole(value)) add("Name", value.name);
   add("Type", TypeName(value.type));
   if (value.edited) add("Edited", EditWords(hive, value.position));
-  const std::string shared = SharedWords(tree, value.position);
+  const std::string shared = SharedWords(hive, tree, value.position);
   if (!shared.empty()) add("Shared", shared);
   const ValueDetailText detail = ValueDetail(hive, value.position);
   if (detail.status != ValueStatus::kRead) {
     add("Length", std::to_string(value.data_length));
-    add("Data position", TargetText(value.data_position));
+    add("Data position", TargetText(hive, value.data_position));
     add("Data", MakeValueRow(hive, value.position, ValueViewOptions()).data);
     return;
   }
@@ -131,7 +132,8 @@ void AddValueDetail(const HiveImage& hive, const KeyTree& tree, const ValueKey& 
 // "key at 0x00001020, 88 bytes: HKLM\SOFTWARE", with the path of a key that the tree has.
 std::string RecordWords(const HiveImage& hive, const KeyTree& tree, const RecordPlace& place) {
   std::string words = RecordKindWord(place.kind);
-  words += " at " + PositionText(place.position) + ", " + std::to_string(place.length) + " bytes";
+  words +=
+      " at " + PlaceText(hive, place.position) + ", " + std::to_string(place.length) + " bytes";
   const uint32_t item =
       place.kind == RecordKind::kKey ? ItemOfPosition(tree, place.position) : kNoItem;
   return item == kNoItem ? words : words + ": " + LongItemPath(hive, tree, item);
@@ -147,12 +149,12 @@ OutputListPtr ListImageInfo(const HiveImage& hive, const ImageSummary& summary,
   const std::string rest = cut.at == 0 ? "" : "--soff=" + number(cut.rest) + ", or --all-roots";
   AddListRow(*list,
              {hive.file_name,
-              number(hive.length),
+              number(LengthInFile(hive)),
               number(hive.base_offset),
               number(hive.header_valid),
               number(hive.root_valid),
               number(hive.data_start),
-              number(hive.root_position),
+              number(PlaceOf(hive, hive.root_position)),
               DisplayedRoot(hive),
               number(summary.list_style),
               number(summary.keys),
@@ -172,7 +174,8 @@ OutputListPtr ListImageInfo(const HiveImage& hive, const ImageSummary& summary,
               number(summary.root_made),
               cut.at == 0 ? std::string() : number(cut.at),
               cut.reason,
-              rest},
+              rest,
+              UndoneWords(hive)},
              kNoOffset, RowFacts(), 0);
   return list;
 }
@@ -193,8 +196,8 @@ OutputListPtr ListKeyTree(const HiveImage& hive, const KeyTree& tree, uint32_t i
     facts.last_write = last_write;
     facts.path = paths.LosslessOf(at);
     AddListRow(*list,
-               {path, PositionText(it.position),
-                under_key ? PositionText(tree.items[it.parent].position) : std::string(),
+               {path, PlaceText(hive, it.position),
+                under_key ? PlaceText(hive, tree.items[it.parent].position) : std::string(),
                 FormatTimestampChecked(last_write), StatusText(it.marks), std::to_string(it.marks),
                 it.connected ? "1" : "0"},
                it.position, facts, 0);
@@ -226,7 +229,7 @@ OutputListPtr ListKeyValues(const HiveImage& hive, const KeyTree& tree, uint32_t
       ReadWholeValueList(hive, key, values);
     }
     const std::string& lossless = paths.LosslessOf(at);
-    const std::string place = PositionText(key);
+    const std::string place = PlaceText(hive, key);
     const std::string status = ValueListStatus(hive, key);
     rows.AddKey(key, values, {paths.PathOf(at), place, lossless, status});
   }
@@ -251,8 +254,8 @@ OutputListPtr ListBlocks(const HiveImage& hive) {
   for (const BinRow& bin : ListHiveBins(hive, hive.data_start, UINT32_MAX)) {
     AddListRow(
         *list,
-        {BinNumberText(bin), PositionText(bin.position).substr(2), BinSizeText(bin),
-         BinCopyText(bin), bin.invalid ? std::string() : PositionText(bin.own_offset).substr(2)},
+        {BinNumberText(bin), PositionText(bin.place).substr(2), BinSizeText(bin), BinCopyText(bin),
+         bin.invalid ? std::string() : PositionText(bin.own_offset).substr(2)},
         bin.position, RowFacts(), bin.invalid ? kInvalidBinColour : 0);
   }
   return list;
@@ -283,10 +286,11 @@ OutputListPtr ListRawRecord(const HiveImage& hive, const KeyTree& tree, uint32_t
   SetListSubtitle(*list, RecordWords(hive, tree, record.place));
   for (const RawField& field : record.fields) {
     const bool leads = field.leads_to != kNoOffset;
-    AddListRow(*list,
-               {PositionText(field.position), std::to_string(field.size), field.name, field.bytes,
-                field.meaning, leads ? PositionText(field.leads_to) : std::string()},
-               leads ? field.leads_to : field.position, RowFacts(), 0);
+    AddListRow(
+        *list,
+        {PlaceText(hive, field.position), std::to_string(field.size), field.name, field.bytes,
+         field.meaning, leads ? PlaceText(hive, field.leads_to) : std::string()},
+        leads ? field.leads_to : field.position, RowFacts(), 0);
   }
   return list;
 }

@@ -5,6 +5,7 @@
 #include <unordered_set>
 #include <vector>
 
+#include "hive/file_place.h"
 #include "hive/key_node.h"
 #include "hive/root_path.h"
 #include "hive/value_key.h"
@@ -186,6 +187,8 @@ class HiveKeys : public HiveKeySource {
     value.position = position;
     value.utf8_name = LosslessName(hive_, read);
   }
+
+  uint32_t ShownPosition(uint32_t position) const override { return PlaceOf(hive_, position); }
 
   // The key that the walk begins at may be shown as a copy; others are given where they hang.
   bool IsGiven() const { return at_ == start_ ? IsKeyOrCopy(tree_, at_) : IsKeyItem(tree_, at_); }

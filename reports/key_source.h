@@ -50,6 +50,8 @@ class KeySource {
   // The last write of any key of the same hive, by whole path; 0 where that isn't known. The
   // subkeys of a key are looked through once.
   virtual uint64_t LastWriteOf(std::string_view) { return 0; }
+  // Of a position: as the file counts.
+  virtual uint32_t ShownPosition(uint32_t position) const { return position; }
 };
 
 class HiveKeySource : public KeySource {

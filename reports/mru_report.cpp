@@ -112,7 +112,7 @@ class ViewedFolders {
                  {path, name, FormatDosTimestamp(item.modified), FormatDosTimestamp(item.created),
                   FormatDosTimestamp(item.accessed), FormatTimestampChecked(date),
                   item.is_file ? std::to_string(item.size) : std::string(), item.dos_name, key.path,
-                  OffsetText(subject.position), OffsetText(key.position)},
+                  OffsetText(run_, subject.position), OffsetText(run_, key.position)},
                  subject);
   }
 
@@ -138,9 +138,10 @@ void ReportOpenSaveMru(ReportRun& run) {
     ForEachMru(run.keys, [&](const SourceValue& value) {
       const std::string file = value.name.empty() ? std::string() : FileOf(value);
       if (file.empty()) return;
-      AddReportRow(run.list,
-                   {file, type, key.path, value.name, KeyDateText(key), OffsetText(key.position)},
-                   SubjectOf(key, value));
+      AddReportRow(
+          run.list,
+          {file, type, key.path, value.name, KeyDateText(key), OffsetText(run, key.position)},
+          SubjectOf(key, value));
     });
   }
 }

@@ -73,8 +73,8 @@ std::string KeyDateText(const SourceKey& key) {
   return key.last_write == 0 ? std::string() : FormatTimestamp(key.last_write, false);
 }
 
-std::string OffsetText(uint32_t position) {
-  return position == kNoOffset ? std::string() : PositionText(position);
+std::string OffsetText(const ReportRun& run, uint32_t position) {
+  return position == kNoOffset ? std::string() : PositionText(run.keys.ShownPosition(position));
 }
 
 std::string_view NameText(const SourceValue& value) {

@@ -47,8 +47,8 @@ void AddReportRow(OutputList& list, std::initializer_list<std::string_view> text
 
 // Empty when the last write is not known.
 std::string KeyDateText(const SourceKey& key);
-// "0x%08X"; empty for none.
-std::string OffsetText(uint32_t position);
+// "0x%08X", as the file counts; empty for none.
+std::string OffsetText(const ReportRun& run, uint32_t position);
 // "(Default value)" for the default value.
 std::string_view NameText(const SourceValue& value);
 // Texts whole up to `limit` characters, in one line; other data, and data that can't be read, as

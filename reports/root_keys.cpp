@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "hive/cells.h"
+#include "hive/file_place.h"
 #include "hive/key_node.h"
 #include "hive/subkey_list.h"
 #include "hive/timestamp.h"
@@ -112,7 +113,7 @@ void AddRootRow(const HiveImage& hive, const KeyTree& tree, uint32_t position, O
   const uint32_t item = ShownItem(hive, tree, position);
   const uint64_t last_write =
       LoadU32(&key[kKeyLastWrite]) | uint64_t{LoadU32(&key[kKeyLastWrite + 4])} << 32;
-  const std::string root = FilePositionText(uint64_t{hive.base_offset} + position);
+  const std::string root = FilePositionText(FilePositionOf(hive, position));
   const std::string path = item == kNoItem ? std::string() : ItemPath(hive, tree, item);
   const std::string name = HeldName(hive, position, key);
   const std::string date = FormatTimestampChecked(last_write);

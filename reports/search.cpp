@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "hive/cells.h"
+#include "hive/file_place.h"
 #include "hive/key_node.h"
 #include "hive/value_text.h"
 #include "host/host.h"
@@ -131,7 +132,7 @@ class BranchSearch {
     RowFacts facts;
     facts.about_key = HasKeyCell(tree_, item);
     facts.last_write = LastWriteOf(hive_, tree_, item);
-    AddHit(item, position, {paths_.PathOf(item), "", "", "", PositionText(position)}, facts, 0);
+    AddHit(item, position, {paths_.PathOf(item), "", "", "", PlaceText(hive_, position)}, facts, 0);
   }
 
   void AddValueRow(uint32_t item, const ValueKey& value) {
@@ -139,20 +140,20 @@ class BranchSearch {
     const uint32_t key = tree_.items[item].position;
     const ValueRow row = MakeValueRow(hive_, value, data_, ValueViewOptions());
     char details[64];
-    std::snprintf(details, sizeof(details), "%Xrk, %dln, %dld", of_key ? key : 0,
+    std::snprintf(details, sizeof(details), "%Xrk, %dln, %dld", of_key ? PlaceOf(hive_, key) : 0,
                   int{value.name_length}, static_cast<int>(value.data_length));
     RowFacts facts;
     const std::string lossless = LosslessName(hive_, value);
     facts.name = lossless;
     AddHit(item, value.position,
-           {paths_.PathOf(item), row.name, row.data, row.type, of_key ? PositionText(key) : ""},
+           {paths_.PathOf(item), row.name, row.data, row.type, of_key ? PlaceText(hive_, key) : ""},
            facts, row.icon, details);
   }
 
   void AddHit(uint32_t item, uint32_t position, std::vector<std::string> texts, RowFacts facts,
               int icon, const char* details = "") {
     if (details_) {
-      texts.push_back(PositionText(hive_.base_offset + position));
+      texts.push_back(PositionText(FilePositionOf(hive_, position)));
       texts.emplace_back(details);
     }
     const std::vector<std::string_view> views(texts.begin(), texts.end());

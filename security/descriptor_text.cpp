@@ -1,6 +1,7 @@
 #include <cstdio>
 #include <span>
 
+#include "hive/file_place.h"
 #include "security/descriptor.h"
 #include "security/sid.h"
 
@@ -162,7 +163,7 @@ std::string FormatSecurityRecord(const HiveImage& hive, const SecurityRecordInfo
 std::string FormatSecurityRecord(const HiveImage& hive, const SecurityRecordInfo& info,
                                  AccountNames& names) {
   RecordText report{hive, names, {}};
-  AddFormat(report.text, "Offset: 0x%08X\r\n", info.position);
+  AddFormat(report.text, "Offset: 0x%08X\r\n", PlaceOf(hive, info.position));
   AddSid(report, "\r\nOwner : ", info.owner_text);
   AddSid(report, "\r\nGroup : ", info.group_text);
   AddFormat(report.text, "\r\n\r\nDACL  : %u\r\n", info.dacl.count);

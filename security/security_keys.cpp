@@ -114,7 +114,8 @@ class KeyWalk {
     RowFacts facts;
     facts.about_key = true;
     facts.last_write = ReadU64(hive_, position + kKeyLastWrite);
-    const KeyTexts texts = {paths_.PathOf(item), KeyDate(facts.last_write), PositionText(position)};
+    const KeyTexts texts = {paths_.PathOf(item), KeyDate(facts.last_write),
+                            PlaceText(hive_, position)};
     facts.path = paths_.LosslessOf(item);
     AddListRow(list_, order(texts), position, facts);
   }
@@ -161,7 +162,7 @@ void FindKeysBySecurity(const HiveImage& hive, const KeyTree& tree, uint32_t ite
     });
     // The keys of a record that can't be decoded are asked for by its place alone.
     if (!record.matches && !by_record) return;
-    const std::string place = TargetText(position);
+    const std::string place = TargetText(hive, position);
     walk.AddKey(key, [&](const KeyTexts& texts) {
       return std::array<std::string_view, 6>{texts.path, record.owner, record.account->name,
                                              texts.date, texts.offset, place};
@@ -179,7 +180,7 @@ void ListUsedRecords(const HiveImage& hive, const KeyTree& tree, uint32_t item,
       [&] { return records.All().size(); });
   for (const KnownRecord& record : records.All()) {
     if (!record.decoded) continue;
-    const std::string place = PositionText(record.position);
+    const std::string place = PlaceText(hive, record.position);
     const std::string keys = std::to_string(record.keys);
     const std::string aces = std::to_string(record.aces);
     const std::array<std::string_view, 5> texts = {place, keys, aces, record.owner,
@@ -206,7 +207,7 @@ void ListRecordKeys(const HiveImage& hive, const KeyTree& tree, uint32_t item,
                     const SecurityListOptions&, OutputList& list) {
   KeyWalk walk(hive, tree, list);
   walk.Run(item, [&](uint32_t key, uint32_t position) {
-    const std::string place = TargetText(position);
+    const std::string place = TargetText(hive, position);
     walk.AddKey(key, [&](const KeyTexts& texts) {
       return std::array<std::string_view, 4>{texts.path, texts.date, texts.offset, place};
     });

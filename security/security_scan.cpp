@@ -95,7 +95,7 @@ class AceRows {
   }
 
   void AddAce(uint32_t record, const AceInfo& ace, uint32_t number) {
-    const std::string label = PositionText(record) + Counted("  %02u", number);
+    const std::string label = PlaceText(hive_, record) + Counted("  %02u", number);
     const std::string type = AceTypeText(ace.type);
     const std::string flags = FormatInheritFlags(ace.flags);
     const std::string rights = FormatAccessMask(ace.mask);
@@ -118,7 +118,7 @@ void ScanSecurityCells(const HiveImage& hive, const SecurityListOptions& options
                        OutputList& list) {
   AccountNames names(options.resolve);
   ForEachRecord(hive, options.replace, [&](const SecurityRecordInfo& info) {
-    const std::string place = PositionText(info.position);
+    const std::string place = PlaceText(hive, info.position);
     const std::string count = Counted("%02u", info.dacl.count + info.sacl.count);
     const std::array<std::string_view, 6> texts = {place,           count,
                                                    info.owner_text, names.Of(info.owner_text),

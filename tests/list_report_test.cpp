@@ -201,7 +201,7 @@ TEST(ReportFile, OwnListsComeBackWhole) {
   ReportHead head;
   ASSERT_EQ(ParseReportHead(text, head), ReportRead::kDone);
   ASSERT_EQ(head.columns.size(), texts.size());
-  EXPECT_EQ(head.columns.back(), "cut_rest");
+  EXPECT_EQ(head.columns.back(), "moved");
   EXPECT_EQ(Shown(*ReadRows(text, ReportRead::kDone, kListInfo)), Shown(*list));
 }
 

@@ -41,7 +41,7 @@ std::string CellText(const BinRow& row, int column) {
     case 0:
       return BinNumberText(row);
     case 1:
-      std::snprintf(position, sizeof position, "%08X", row.position);
+      std::snprintf(position, sizeof position, "%08X", row.place);
       return position;
     case 2:
       return BinSizeText(row);

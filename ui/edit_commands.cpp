@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <utility>
 
+#include "hive/file_place.h"
 #include "hive/value_edits.h"
 #include "hive/value_key.h"
 #include "hive/value_text.h"
@@ -32,9 +33,11 @@ uint32_t KeyOfRows(const MainWindow& window) {
 // stands nowhere.
 std::function<uint32_t(uint32_t)> PlacesOf(const HiveImage& hive, const ValueKey& value) {
   if (value.edited || value.big_data) return nullptr;
-  const uint32_t start = hive.base_offset + value.data_position;
+  const uint32_t start = value.data_position;
   const uint32_t length = value.data_length;
-  return [start, length](uint32_t at) { return at < length ? start + at : kNowhere; };
+  return [&hive, start, length](uint32_t at) {
+    return at < length ? FilePositionOf(hive, start + at) : kNowhere;
+  };
 }
 
 // Rows, details and the tree's mark are made from the values as they are now.

@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <string_view>
 
+#include "hive/file_place.h"
 #include "recovery/item_values.h"
 #include "ui/text.h"
 
@@ -30,9 +31,10 @@ std::string Words(const HiveImage& hive, const KeyTree& tree, const KeyItem& it,
   return text;
 }
 
-std::string PositionWords(const KeyItem& it) {
+std::string PositionWords(const HiveImage& hive, const KeyItem& it) {
   char text[32];
-  std::snprintf(text, sizeof text, "0x%08X (%u)", it.position, it.position);
+  const uint32_t place = PlaceOf(hive, it.position);
+  std::snprintf(text, sizeof text, "0x%08X (%u)", place, place);
   return text;
 }
 
@@ -49,7 +51,7 @@ std::wstring ItemTip(const HiveImage& hive, const KeyTree& tree, uint32_t item) 
   std::string text = Words(hive, tree, it, "\r\n");
   const bool made = (it.marks & kVirtualMarks) != 0;
   if (it.position != kNoOffset) {
-    Append(text, "\r\n", made ? "No key cell at " : "Position: ", PositionWords(it));
+    Append(text, "\r\n", made ? "No key cell at " : "Position: ", PositionWords(hive, it));
   }
   return WindowText(text);
 }

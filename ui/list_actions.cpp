@@ -2,6 +2,7 @@
 #include <array>
 #include <memory>
 
+#include "hive/file_place.h"
 #include "host/files.h"
 #include "host/host.h"
 #include "host/launch.h"
@@ -106,11 +107,10 @@ void OnOpenValidRoot(ListPlace& place) {
 // The copy counts positions from the start of its range.
 void OnOpenKey(ListPlace& place) {
   const HiveImage& hive = ShownHive(*place.owner);
-  const uint32_t root = hive.base_offset + FocusedPosition(place);
+  const uint32_t root = FilePositionOf(hive, FocusedPosition(place));
   const uint32_t start = RangeStartForRoot(root);
-  LaunchSelf(
-      KeyArguments(FullName(hive.file_name), start, hive.base_offset + hive.held, root - start),
-      kLaunchPlain);
+  LaunchSelf(KeyArguments(FullName(hive.file_name), start, FileEndOf(hive), root - start),
+             kLaunchPlain);
 }
 
 }  // namespace hivequarry

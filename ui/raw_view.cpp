@@ -7,6 +7,7 @@
 #include <utility>
 #include <vector>
 
+#include "hive/file_place.h"
 #include "host/host.h"
 #include "reports/hive_lists.h"
 #include "ui/list_view.h"
@@ -71,7 +72,8 @@ ListPlace* OpenRawView(MainWindow& window, uint32_t position) {
   OutputListPtr list = ReadRecord(window, position);
   if (list == nullptr) {
     char text[64];
-    std::snprintf(text, sizeof text, "The hive has no bytes at 0x%08" PRIX32 " !", position);
+    std::snprintf(text, sizeof text, "The hive has no bytes at 0x%08" PRIX32 " !",
+                  PlaceOf(ShownHive(window), position));
     ShowMessage(text, kProgramName, Icon::kInformation);
     return nullptr;
   }
@@ -95,7 +97,9 @@ void OnRawPosition(MainWindow& window) {
   uint32_t position = window.shown_value;
   if (position == kNoOffset && item != kNoItem) position = window.key_tree->items[item].position;
   if (position >= hive.length) position = 0;  // a folder has none
-  if (AskPosition(window.handle, hive.length, position)) OpenRawView(window, position);
+  uint32_t place = PlaceOf(hive, position);
+  if (!AskPosition(window.handle, LengthInFile(hive), place)) return;
+  OpenRawView(window, PositionOfPlace(hive, place));
 }
 
 void OnFollowRecord(ListPlace& place) {

@@ -3,6 +3,7 @@
 #include <string>
 
 #include "app/settings.h"
+#include "hive/file_place.h"
 #include "host/files.h"
 #include "host/launch.h"
 #include "lists/list_order.h"
@@ -148,8 +149,8 @@ void OnOpenValidRoot(MainWindow& window) {
 void OnOpenKey(MainWindow& window) {
   const HiveImage& hive = ShownHive(window);
   const uint32_t position = window.key_tree->items[SelectedItem(window.tree)].position;
-  LaunchSelf(KeyArguments(FullName(hive.file_name), hive.base_offset, hive.base_offset + hive.held,
-                          position),
+  LaunchSelf(KeyArguments(FullName(hive.file_name), hive.base_offset, FileEndOf(hive),
+                          PlaceOf(hive, position)),
              kLaunchPlain);
 }
 

@@ -2,8 +2,10 @@
 
 #include <cstdio>
 
+#include "hive/file_place.h"
 #include "hive/value_text.h"
 #include "host/host.h"
+#include "recovery/root_search.h"
 #include "ui/text.h"
 
 namespace hivequarry {
@@ -24,6 +26,22 @@ void AddCount(std::string& text, const char* label, uint32_t count) {
   text += std::string(label) + ": " + std::to_string(count) + "\r\n";
 }
 
+struct Note {
+  const char* label;
+  std::string words;
+};
+
+// What of the file is not as it seems, or not there.
+std::vector<Note> NotesOn(const HiveImage& hive) {
+  std::vector<Note> notes;
+  if (std::string moved = UndoneWords(hive); !moved.empty()) notes.push_back({"Moved", moved});
+  if (const ImageCut cut = CutOf(hive); cut.at != 0) {
+    notes.push_back({"Ends early", "at " + PositionText(cut.at) + ": " + cut.reason});
+  }
+  if (hive.unread.count != 0) notes.push_back({"Not read", UnreadRangesText(hive.unread, 8)});
+  return notes;
+}
+
 }  // namespace
 
 ItemValues WorkspaceRows(const HiveImage& hive, const KeyTree& tree) {
@@ -31,6 +49,10 @@ ItemValues WorkspaceRows(const HiveImage& hive, const KeyTree& tree) {
   values.info_rows.push_back(
       {tree.root_text, KindOf(hive), NarrowText(WideFromUtf8(hive.file_name)),
        PositionText(hive.base_offset), static_cast<int>(ValueIcon::kFolder)});
+  for (const Note& note : NotesOn(hive)) {
+    values.info_rows.push_back(
+        {note.label, "Info", note.words, "", static_cast<int>(ValueIcon::kBinary)});
+  }
   return values;
 }
 
@@ -39,7 +61,10 @@ std::wstring WorkspaceDetail(const HiveImage& hive, const KeyTree& tree,
   std::string text = "Root: " + tree.root_text + "\r\n";
   text += "Kind: " + std::string(KindOf(hive)) + "\r\n";
   text += "Begins in the file at: " + PositionText(hive.base_offset) + "\r\n";
-  AddCount(text, "Length in bytes", hive.length);
+  AddCount(text, "Length in bytes", LengthInFile(hive));
+  for (const Note& note : NotesOn(hive)) {
+    text += std::string(note.label) + ": " + note.words + "\r\n";
+  }
   AddCount(text, "Blocks", summary.bins);
   AddCount(text, "Keys", summary.keys);
   AddCount(text, "  of them connected", summary.connected_keys);

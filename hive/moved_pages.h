@@ -1,0 +1,46 @@
+// Pages of a hive that stand where other pages belong: changed with each other, or written over
+// others. Told by what the rest of the hive names in them, and by their headers where they have
+// one.
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <vector>
+
+namespace hivequarry {
+
+inline constexpr uint32_t kPageSize = 4096;
+
+// How what trusted pages (those in which most is found that others look for) name in a stretch
+// agrees with what is there.
+struct PageFit {
+  uint32_t asked = 0;  // references into it
+  uint32_t held = 0;   // of those, the ones that find what they need
+};
+
+// The pages of an image: as offsets count, from the first whole one on.
+struct Pages {
+  uint32_t distance = 0;  // position less offset, of all that is in place
+  uint32_t first = 0;     // position of page 0
+  uint32_t own = 0;       // pages that belong there, from page 0 on; the last may be cut short
+  uint32_t count = 0;     // with those that were put in, which belong anywhere or nowhere
+};
+// The pages of `length` bytes, `own_length` of which are in place.
+Pages PagesOf(uint32_t distance, uint32_t own_length, uint32_t length);
+
+struct PageMoves {
+  static constexpr uint32_t kNothing = 0xFFFFFFFF;
+  struct Copy {
+    uint32_t page = 0;
+    uint32_t twin = 0;
+  };
+  bool any = false;
+  std::vector<uint32_t> source;  // by own page: the page with its content; kNothing: lost
+  std::vector<Copy> copies;      // pages that hold another one's content, which is in its place
+};
+PageMoves FindPageMoves(std::span<const uint8_t> bytes, const Pages& pages);
+
+// How each own page fits where it is.
+std::vector<PageFit> FitPages(std::span<const uint8_t> bytes, const Pages& pages);
+
+}  // namespace hivequarry
