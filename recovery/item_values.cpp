@@ -263,7 +263,7 @@ std::vector<uint32_t> ListedUpToGap(const HiveImage& hive, uint32_t key_position
 uint32_t PlaceOfLostValue(const HiveImage& hive, uint32_t entry) {
   const uint32_t offset = ReadU32(hive, entry);
   const uint32_t position = OffsetPosition(hive, offset, entry);
-  const bool possible = offset % 8 == 0 && offset >= kBinHeaderSize && position != kNoOffset;
+  const bool possible = offset % 8 == 0 && offset >= kBinHeaderSize && position < kNowhere;
   return possible && position >= hive.data_start ? position : entry;
 }
 

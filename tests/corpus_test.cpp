@@ -426,11 +426,13 @@ TEST_F(Corpus, EmbeddedHiveReadsLikeTheHiveAlone) {
   }
 }
 
-// What JSON Lines says of a list has as many lines as the list has rows.
+// What JSON Lines says of a list has as many lines as the list has rows, and no position that no
+// file has.
 void ExpectWritten(const OutputList& list) {
   ptrdiff_t lines = 0;
   WriteListJsonLines(list, [&lines](std::string_view piece) {
     lines += std::ranges::count(piece, '\n');
+    EXPECT_EQ(piece.find("\"0xFFFFFFF0\""), std::string_view::npos);
     return true;
   });
   EXPECT_EQ(lines, static_cast<ptrdiff_t>(RowCount(list)));
