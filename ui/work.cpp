@@ -34,10 +34,15 @@ bool StartWork(MainWindow& window, int code, std::function<void()> work,
   return true;
 }
 
-void ShowShortfalls() {
-  const std::string cut = ShortfallWords();
+namespace {
+
+void ShowCut(const std::string& cut) {
   if (!cut.empty()) ShowMessage(cut.c_str(), kProgramName, Icon::kExclamation);
 }
+
+}  // namespace
+
+void ShowShortfalls() { ShowCut(ShortfallWords()); }
 
 void TakeWorkDone(MainWindow& window) {
   if (!window.work.thread.joinable()) return;
@@ -46,8 +51,10 @@ void TakeWorkDone(MainWindow& window) {
   TakeHostChanges(window);
   const std::function<void()> done = std::exchange(window.work.done, nullptr);
   UpdateToolbars(window);  // `done` may show a box
+  const std::string cut = ShortfallWords();
   if (done) done();
-  ShowShortfalls();
+  // What `done` began counts anew, and tells of that when it ends.
+  ShowCut(window.work.thread.joinable() ? cut : ShortfallWords());
   UpdateToolbars(window);
 }
 

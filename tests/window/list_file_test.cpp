@@ -174,7 +174,8 @@ TEST_F(ListFileTest, ReportOfAnotherHand) {
   LoadReport(place, file.name());
   Finish(place);
   EXPECT_EQ(Column(place, 0), (Texts{"a", "c"}));
-  EXPECT_EQ(TakeBoxes().size(), 1U) << "rows after the damaged line";
+  const auto boxes = TakeBoxes();
+  EXPECT_EQ(boxes.size(), 1U) << ::testing::PrintToString(boxes);
   EXPECT_EQ(TextOf(place.window), "Security Records");
   EXPECT_EQ(ListView_GetColumnWidth(place.list, 0), 160);
   EXPECT_EQ(ListView_GetColumnWidth(place.list, 1), 120);
