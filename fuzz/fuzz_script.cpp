@@ -97,7 +97,7 @@ void CheckScript(std::string_view script, std::string_view root, const ScriptExp
   uint32_t values = 0;
   while (!script.empty()) {
     const std::string_view line = TakeLine(script);
-    if (line.empty()) continue;
+    if (line.empty() || line.starts_with(';')) continue;  // a comment
     if (line.starts_with('[')) {
       CheckKey(line, root);
       ++keys;
