@@ -47,7 +47,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   if (ParseReportHead(text, head) != ReportRead::kDone) {
     head.columns.assign(kMaxColumns, "Column");
   }
-  Require(head.columns.size() <= kMaxColumns);
+  Require(head.columns.size() <= kMaxOwnColumns);
   const OutputListPtr list = ReadRows(text, head);
   const std::string written = Written(*list);
   Require(Written(*ReadRows(written, head)) == written);
