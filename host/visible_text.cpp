@@ -22,6 +22,7 @@ constexpr std::array<bool, 256> MakeSuspects() {
   return suspects;
 }
 constexpr std::array<bool, 256> kSuspects = MakeSuspects();
+bool IsSuspect(char byte) { return kSuspects[static_cast<uint8_t>(byte)]; }
 
 // Bytes of the character that begins with this byte.
 size_t LengthOf(char first) {
@@ -77,7 +78,7 @@ bool IsControl(char16_t unit) {
 }
 
 size_t ControlAt(std::string_view utf8, size_t at, char16_t& unit) {
-  if (!kSuspects[static_cast<uint8_t>(utf8[at])]) return 0;
+  if (!IsSuspect(utf8[at])) return 0;
   const size_t length = LengthOf(utf8[at]);
   if (length > utf8.size() - at) return 0;
   unit = UnitAt(utf8, at, length);
@@ -87,7 +88,10 @@ size_t ControlAt(std::string_view utf8, size_t at, char16_t& unit) {
 void AppendVisible(std::string_view utf8, std::string& out) {
   for (size_t from = 0; from < utf8.size();) {
     size_t at = from;
-    while (at < utf8.size() && !kSuspects[static_cast<uint8_t>(utf8[at])]) ++at;
+    do {
+      at = PlainEnd(utf8, at, '{', '{');
+      while (at < utf8.size() && (utf8[at] & 0x80) != 0 && !IsSuspect(utf8[at])) ++at;
+    } while (at < utf8.size() && !IsSuspect(utf8[at]));
     out.append(utf8, from, at - from);
     if (at == utf8.size()) return;
     char16_t unit = 0;

@@ -6,10 +6,35 @@
 // the backslash of a "\u{" that was there before is shown as "\u{5C}". Nothing else is changed.
 #pragma once
 
+#include <bit>
+#include <cstdint>
+#include <cstring>
 #include <string>
 #include <string_view>
 
 namespace hivequarry {
+
+// Where, from `at` on, the first byte is that is no printable ASCII character or one of the two
+// named. Most texts have none: eight bytes are looked at together.
+inline size_t PlainEnd(std::string_view text, size_t at, char one, char other) {
+  static_assert(std::endian::native == std::endian::little);  // the first byte is the lowest
+  constexpr uint64_t kOnes = 0x0101010101010101;
+  constexpr uint64_t kTops = kOnes << 7;
+  const auto below = [](uint64_t word, uint64_t limit) { return (word - kOnes * limit) & ~word; };
+  const auto all = [](char character) { return kOnes * static_cast<uint8_t>(character); };
+  for (; text.size() - at >= 8; at += 8) {
+    uint64_t word = 0;
+    std::memcpy(&word, text.data() + at, sizeof word);
+    // A carry or borrow leaves only bytes that are marked themselves.
+    const uint64_t marks = (word | (word + kOnes) | below(word, 0x20) | below(word ^ all(one), 1) |
+                            below(word ^ all(other), 1)) &
+                           kTops;
+    if (marks != 0) return at + static_cast<size_t>(std::countr_zero(marks)) / 8;
+  }
+  const auto is_plain = [&](char c) { return c >= 0x20 && c < 0x7F && c != one && c != other; };
+  while (at < text.size() && is_plain(text[at])) ++at;
+  return at;
+}
 
 // C0 and C1 controls, DEL, line and paragraph separators, and what turns the direction of writing.
 bool IsControl(char16_t unit);

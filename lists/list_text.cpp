@@ -17,7 +17,7 @@ bool IsResultList(const OutputList& list) { return ListKindOf(list) < kFirstOwnK
 
 // Code-page text as it stands, or visible UTF-8.
 void AppendText(std::string_view text, bool visible, std::string& out) {
-  if (!visible) {
+  if (!visible || PlainEnd(text, 0, '{', '{') == text.size()) {
     out += text;
     return;
   }

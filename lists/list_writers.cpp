@@ -14,33 +14,8 @@ namespace {
 
 // --- CSV -----------------------------------------------------------------------------------------
 
-// The top bit of a byte is set in the result when that byte of `eight`, or one below it, is a mark
-// of the format.
-uint64_t CsvMarks(uint64_t eight) {
-  constexpr uint64_t kOnes = 0x0101010101010101;
-  uint64_t found = 0;
-  for (const char mark : {',', '"', '\r', '\n'}) {
-    const uint64_t zero_where_marked = eight ^ (static_cast<uint8_t>(mark) * kOnes);
-    found |= (zero_where_marked - kOnes) & ~zero_where_marked;
-  }
-  return found & (kOnes << 7);
-}
-
-// True for what can stand without quotes. Nearly all can: eight characters are asked at a time.
-bool IsPlainCsv(std::string_view text) {
-  uint64_t marks = 0;
-  uint64_t eight = 0;
-  for (; text.size() >= sizeof eight; text.remove_prefix(sizeof eight)) {
-    std::memcpy(&eight, text.data(), sizeof eight);
-    marks |= CsvMarks(eight);
-  }
-  eight = 0;
-  for (const char character : text) eight = eight << 8 | static_cast<uint8_t>(character);
-  return (marks | CsvMarks(eight)) == 0;
-}
-
 void AppendCsvField(std::string_view text, std::string& out) {
-  if (IsPlainCsv(text)) {
+  if (text.find_first_of(",\"\r\n") == text.npos) {
     out += text;
     return;
   }
@@ -57,8 +32,17 @@ bool BeginsFormula(std::string_view text) {
   return !text.empty() && std::string_view("=+-@\t\r\n").find(text[0]) != std::string_view::npos;
 }
 
-void AppendCsvCell(std::string_view text, const CsvForm& form, std::string& out) {
-  const bool guarded = form.safe && BeginsFormula(text);
+void AppendCsvCell(std::string_view cell, bool is_utf8, const CsvForm& form, std::string& scratch,
+                   std::string& out) {
+  const bool guarded = form.safe && BeginsFormula(cell);
+  if (!guarded && PlainEnd(cell, 0, ',', '"') == cell.size()) {
+    // Nearly all are as they are in any form; but for what looks like an escape.
+    if (!form.visible || cell.find('{') == cell.npos) {
+      out += cell;
+      return;
+    }
+  }
+  const std::string_view text = CellUtf8(cell, is_utf8, scratch);
   if (!guarded && !form.visible) return AppendCsvField(text, out);
   std::string changed = guarded ? "'" : "";
   if (form.visible) {
@@ -76,7 +60,7 @@ void WriteCsvRow(const ListShape& shape, uint32_t row, const CsvForm& form, std:
   for (int column = 0; column < shape.columns; ++column) {
     if (column > 0) out += ',';
     const bool is_utf8 = InSet(shape.kind.utf8_columns, column);
-    AppendCsvCell(CellUtf8(cells[static_cast<size_t>(column)], is_utf8, scratch), form, out);
+    AppendCsvCell(cells[static_cast<size_t>(column)], is_utf8, form, scratch, out);
   }
   out += "\r\n";
 }
@@ -107,7 +91,7 @@ size_t TakeEscaped(std::string_view utf8, size_t at, char16_t& unit) {
 // `utf8` must be sound UTF-8.
 void AppendJsonText(std::string_view utf8, std::string& out) {
   for (size_t at = 0; at < utf8.size();) {
-    size_t end = at;
+    size_t end = PlainEnd(utf8, at, '"', '\\');
     size_t length = 0;
     char16_t unit = 0;
     while (end < utf8.size() && (length = TakeEscaped(utf8, end, unit)) == 0) ++end;
@@ -120,6 +104,14 @@ void AppendJsonText(std::string_view utf8, std::string& out) {
 void AppendJsonString(std::string_view utf8, std::string& out) {
   out += '"';
   AppendJsonText(utf8, out);
+  out += '"';
+}
+
+void AppendJsonCell(std::string_view cell, bool is_utf8, std::string& scratch, std::string& out) {
+  const bool plain = PlainEnd(cell, 0, '"', '\\') == cell.size();
+  if (!plain) return AppendJsonString(CellUtf8(cell, is_utf8, scratch), out);
+  out += '"';
+  out += cell;
   out += '"';
 }
 
@@ -163,7 +155,7 @@ void AppendJsonCell(const ListShape& shape, int column, std::string_view text, s
   } else if (InSet(shape.kind.flag_columns, column) && (text == "0" || text == "1")) {
     out += text == "1" ? "true" : "false";
   } else {
-    AppendJsonString(CellUtf8(text, InSet(shape.kind.utf8_columns, column), scratch), out);
+    AppendJsonCell(text, InSet(shape.kind.utf8_columns, column), scratch, out);
   }
 }
 
@@ -221,7 +213,7 @@ bool WriteListCsvAs(const OutputList& list, const CsvForm& form, const TextSink&
   std::string scratch;
   for (int column = 0; column < shape.columns; ++column) {
     if (column > 0) out.buffer += ',';
-    AppendCsvCell(Utf8FromNarrow(ColumnTitle(list, column)), form, out.buffer);
+    AppendCsvCell(Utf8FromNarrow(ColumnTitle(list, column)), true, form, scratch, out.buffer);
   }
   out.buffer += "\r\n";
   return WriteInPieces(out, shape.rows,

@@ -43,8 +43,13 @@ struct SharedText {
 };
 constexpr size_t kSharedSize = sizeof(const char*) + sizeof(uint32_t);
 constexpr size_t kLeastShared = 24;
-// The cells, then the facts.
+// Long texts that are stored, for rows to share: the latest of each cell, then of each fact.
 using TextSet = std::array<std::string_view, kMaxOwnColumns + kFactTexts>;
+// Without initial values: most rows have a few texts of the many that a row could have.
+struct StoredText {
+  const char* data;
+  size_t size;
+};
 
 constexpr size_t kFirstChunk = 4096;
 constexpr size_t kLargestChunk = size_t{1} << 20;
@@ -78,7 +83,8 @@ struct RowLayout {
   std::span<const std::string_view> cells;  // without the empty ones at the end
   std::array<std::string_view, kFactTexts> facts;
   uint64_t shared = 0;  // of the texts in the order in which they are stored
-  TextSet stored;       // likewise: the texts, or those of an earlier row that they share
+  // Likewise: the texts, or those of an earlier row that they share.
+  std::array<StoredText, kMaxOwnColumns + kFactTexts> stored;
   int texts = 0;
   size_t text_bytes = 0;
   size_t end_size = 2;
@@ -141,19 +147,25 @@ RowView ViewOfBlob(const char* blob) {
 
 size_t StoredSize(const RowLayout& layout, int text) {
   const bool shared = (layout.shared >> text & 1) != 0;
-  return shared ? kSharedSize : layout.stored[static_cast<size_t>(text)].size();
+  return shared ? kSharedSize : layout.stored[static_cast<size_t>(text)].size;
 }
 
-// Adds a text to those that are stored; `before` is that of the row before in its place.
-void Store(std::string_view text, std::string_view before, RowLayout& layout) {
-  const bool same = text.size() >= kLeastShared && text == before;
-  if (same) layout.shared |= uint64_t{1} << layout.texts;
-  layout.stored[static_cast<size_t>(layout.texts)] = same ? before : text;
-  layout.text_bytes += StoredSize(layout, layout.texts++);
+// Adds a text to those that are stored; `before` is that of an earlier row in its place.
+inline void Store(std::string_view text, std::string_view before, RowLayout& layout) {
+  StoredText& stored = layout.stored[static_cast<size_t>(layout.texts)];
+  stored = {text.data(), text.size()};
+  if (text.size() >= kLeastShared && text == before) {
+    layout.shared |= uint64_t{1} << layout.texts;
+    stored.data = before.data();
+    layout.text_bytes += kSharedSize;
+  } else {
+    layout.text_bytes += text.size();
+  }
+  ++layout.texts;
 }
 
-// The layout looks at the row's texts and at `before`, the texts of the row before, and lives no
-// longer than they.
+// The layout looks at the row's texts and at `before`, texts of earlier rows, and lives no longer
+// than they.
 RowLayout LayOut(const NewRow& row, size_t columns, const TextSet& before) {
   RowLayout layout;
   size_t cells = std::min(row.texts.size(), columns);
@@ -180,7 +192,14 @@ RowLayout LayOut(const NewRow& row, size_t columns, const TextSet& before) {
   return layout;
 }
 
-void WriteBlob(const RowLayout& layout, uint64_t last_write, char* out) {
+// Where a set of latest texts has the one that is stored as the number `text`.
+size_t PlaceOfText(const RowLayout& layout, int text) {
+  const int cells = layout.head.cells;
+  return static_cast<size_t>(text < cells ? text : kMaxOwnColumns + text - cells);
+}
+
+// Notes in `latest` where the row has its long texts.
+void WriteBlob(const RowLayout& layout, uint64_t last_write, char* out, TextSet& latest) {
   const auto put = [&out](const void* from, size_t size) {
     if (size != 0) std::memcpy(out, from, size);
     out += size;
@@ -199,14 +218,14 @@ void WriteBlob(const RowLayout& layout, uint64_t last_write, char* out) {
     }
   }
   for (int text = 0; text < layout.texts; ++text) {
-    const std::string_view stored = layout.stored[static_cast<size_t>(text)];
+    const StoredText& stored = layout.stored[static_cast<size_t>(text)];
     if ((layout.shared >> text & 1) == 0) {
-      put(stored.data(), stored.size());
+      if (stored.size >= kLeastShared) latest[PlaceOfText(layout, text)] = {out, stored.size};
+      put(stored.data, stored.size);
       continue;
     }
-    const char* at = stored.data();
-    const auto size = static_cast<uint32_t>(stored.size());
-    put(&at, sizeof at);
+    const auto size = static_cast<uint32_t>(stored.size);
+    put(&stored.data, sizeof stored.data);
     put(&size, sizeof size);
   }
 }
@@ -226,7 +245,7 @@ struct OutputList {
   char* free_space = nullptr;          // the rest of the chunk in use
   size_t free_size = 0;
   size_t next_chunk = kFirstChunk;
-  TextSet last;       // the texts of the row added last, where they are kept
+  TextSet latest;
   bool full = false;  // no memory for a row was left, which was said
 };
 
@@ -266,29 +285,18 @@ const char** TakeRowPointer(OutputList& list, uint32_t row) {
 const char* MakeBlob(OutputList& list, const RowLayout& layout, uint64_t last_write) {
   if (layout.text_bytes > UINT32_MAX) return nullptr;
   char* blob = TakeRoom(list, layout.size);
-  if (blob != nullptr) WriteBlob(layout, last_write, blob);
+  if (blob != nullptr) WriteBlob(layout, last_write, blob, list.latest);
   return blob;
 }
 
-void NoteLast(OutputList& list, const RowView& view) {
-  list.last.fill({});
-  for (int cell = 0; cell < view.head.cells; ++cell) {
-    list.last[static_cast<size_t>(cell)] = TextAt(view, cell);
-  }
-  for (int fact = 0; (view.head.flags & kHasFacts) != 0 && fact < kFactTexts; ++fact) {
-    list.last[static_cast<size_t>(kMaxOwnColumns + fact)] = TextAt(view, view.head.cells + fact);
-  }
-}
-
 bool TryAddRow(OutputList& list, const NewRow& row) {
-  const RowLayout layout = LayOut(row, list.columns.size(), list.last);
+  const RowLayout layout = LayOut(row, list.columns.size(), list.latest);
   const uint32_t number = list.row_count.load(std::memory_order_relaxed);
   const char** pointer = TakeRowPointer(list, number);
   if (pointer == nullptr) return false;
   const char* blob = MakeBlob(list, layout, row.facts.last_write);
   if (blob == nullptr) return false;
   *pointer = blob;
-  NoteLast(list, ViewOfBlob(blob));
   list.row_count.store(number + 1, std::memory_order_release);
   return true;
 }
@@ -435,7 +443,7 @@ bool TakeRows(OutputList& list, OutputList& from, std::span<const uint32_t> orde
   list.free_space = std::exchange(from.free_space, nullptr);
   list.free_size = std::exchange(from.free_size, 0);
   list.next_chunk = from.next_chunk;
-  list.last.fill({});
+  list.latest.fill({});
   from.row_count.store(0, std::memory_order_release);
   ClearRows(from);
   list.row_count.store(count, std::memory_order_release);
@@ -446,7 +454,7 @@ void ClearRows(OutputList& list) {
   list.row_count.store(0, std::memory_order_release);
   for (auto& block : list.rows) block.reset();
   list.chunks.clear();
-  list.last.fill({});
+  list.latest.fill({});
   list.free_space = nullptr;
   list.free_size = 0;
   list.next_chunk = kFirstChunk;

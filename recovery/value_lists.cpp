@@ -26,13 +26,18 @@ std::vector<Claim> ClaimsOf(const HiveImage& hive, const ScanTables& tables) {
   std::vector<Claim> claims;
   for (const KeyRow& key : tables.keys) {
     if ((key.marks & kVirtualMarks) != 0 || !HasValueList(hive, key.position)) continue;
-    const ValueListPlace place = PlaceValueList(hive, ReadU32(hive, key.position + kKeyValueCount),
-                                                ValueListOf(hive, key.position));
-    if (place.bound == ListBound::kNone) continue;
-    claims.push_back({place.position, key.position, place.most, place.bound == ListBound::kCell});
+    claims.push_back({ValueListOf(hive, key.position), key.position,
+                      ReadU32(hive, key.position + kKeyValueCount)});
   }
   std::ranges::sort(claims, [](const Claim& a, const Claim& b) {
     return a.list != b.list ? a.list < b.list : a.key < b.key;
+  });
+  // Not before they are in order: the lists are read from one end of the image to the other.
+  std::erase_if(claims, [&hive](Claim& claim) {
+    const ValueListPlace place = PlaceValueList(hive, claim.entries, claim.list);
+    claim.entries = place.most;
+    claim.proven = place.bound == ListBound::kCell;
+    return place.bound == ListBound::kNone;
   });
   return claims;
 }
