@@ -1,6 +1,7 @@
 #include "tests/support/hostile_hives.h"
 
 #include <algorithm>
+#include <cstring>
 #include <string>
 
 #include "tests/support/report_hives.h"
@@ -332,6 +333,64 @@ Bytes PlantedKeys(double megabytes) {
   return EndFlat(flat);
 }
 
+// --- bytes that seem to have moved
+
+// Values whose data are block headers, each at a distance of its own, in a hive with a torn cell.
+Bytes PlantedHeaders(double megabytes) {
+  Flat flat = BeginFlat();
+  constexpr uint32_t kHeaders = 30;
+  const uint32_t count = CountOf(megabytes, 32 * kHeaders + 200);
+  for (uint32_t i = 0; i < count; ++i) {
+    Bytes data(32 * kHeaders);
+    for (uint32_t header = 0; header < kHeaders; ++header) {
+      std::memcpy(&data[32 * header], "hbin", 4);
+      PutU32(data, 32 * header + 4, (i * kHeaders + header) % (count / 4 + 1) * 4096);
+      PutU32(data, 32 * header + 8, 4096U << header % 8);
+    }
+    const uint32_t value = AddValue(flat, "planted", data);
+    const uint32_t list = AddValueList(flat, std::span(&value, 1), 1);
+    GiveValues(flat, AddKey(flat, "k" + std::to_string(i)), list, 1);
+  }
+  const uint32_t torn = AddKey(flat, "torn");
+  Bytes bytes = EndFlat(flat);
+  PutU32(bytes, torn, 0U - 4);
+  return bytes;
+}
+
+// All pages after the first few changed places.
+Bytes ShuffledPages(double megabytes) {
+  Flat flat = BeginFlat();
+  AddBystander(flat);
+  const uint32_t first = static_cast<uint32_t>(flat.writer.bytes.size()) / 4096 + 2;
+  const uint32_t count = CountOf(megabytes, 200);
+  for (uint32_t i = 0; i < count; ++i) {
+    const std::string text = "data of " + std::to_string(i);
+    const uint32_t value = AddValue(flat, "v" + std::to_string(i), TextBytes(text));
+    const uint32_t list = AddValueList(flat, std::span(&value, 1), 1);
+    GiveValues(flat, AddKey(flat, "k" + std::to_string(i)), list, 1);
+  }
+  Bytes bytes = EndFlat(flat);
+  const auto pages = static_cast<uint32_t>(bytes.size() / 4096);
+  uint32_t random = 1;
+  for (uint32_t page = pages - 1; page > first; --page) {
+    random = random * 1664525 + 1013904223;
+    const uint32_t other = first + (random >> 8) % (page - first);
+    std::swap_ranges(&bytes[size_t{page} * 4096], &bytes[size_t{page} * 4096] + 4096,
+                     &bytes[size_t{other} * 4096]);
+  }
+  return bytes;
+}
+
+// A small hive, then one of its pages again and again.
+Bytes EqualPages(double megabytes) {
+  Bytes bytes = ShuffledPages(0.1);
+  const Bytes page(bytes.end() - 8192, bytes.end() - 4096);
+  for (uint32_t i = CountOf(megabytes, 4096); i > 0; --i) {
+    bytes.insert(bytes.end(), page.begin(), page.end());
+  }
+  return bytes;
+}
+
 constexpr HostileHive kHives[] = {
     {"shared-value-list", "keys that all name one long value list", SharedValueList},
     {"shared-data", "values that all name the same long data", SharedData},
@@ -352,7 +411,10 @@ constexpr HostileHive kHives[] = {
     {"nested-folders", "folders that the shell showed, each in the one before", NestedFolders},
     {"texts-of-blanks", "texts in which a path may end anywhere", TextsOfBlanks},
     {"texts-of-paths", "texts of nothing but short paths", TextsOfPaths},
-    {"planted-keys", "values whose data are key records, roots too", PlantedKeys}};
+    {"planted-keys", "values whose data are key records, roots too", PlantedKeys},
+    {"planted-headers", "values whose data are block headers, one cell torn", PlantedHeaders},
+    {"shuffled-pages", "a hive whose pages changed places", ShuffledPages},
+    {"equal-pages", "one page over and over", EqualPages}};
 
 }  // namespace
 
