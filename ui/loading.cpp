@@ -2,6 +2,7 @@
 #include <utility>
 
 #include "app/settings.h"
+#include "hive/file_place.h"
 #include "host/launch.h"
 #include "host/long_operation.h"
 #include "host/memory.h"
@@ -121,6 +122,8 @@ void TakeLoadResult(MainWindow& window) {
   SetFocus(ShownPane(window));
   CompareLoadedHive(window);
   ShowShortfalls();
+  const std::string moved = UndoneWords(ShownHive(window));
+  if (!moved.empty()) ShowMessage(moved.c_str(), kProgramName, Icon::kInformation);
 }
 
 void WaitWhile(const std::function<bool()>& busy) {
