@@ -744,6 +744,7 @@ std::vector<KeptStretch> FindShifts(Bytes bytes, uint32_t first, bool anchored) 
   if (!anchored && !pins.empty()) first = pins.front().distance;
   Region region{0, 0, first, first, false};
   for (const Pin& pin : pins) {
+    if (StopRequested()) return {};
     region.end = pin.position;
     region.distance_after = pin.distance;
     if (region.begin < region.end) KeepRegion(shifts, region, kept);

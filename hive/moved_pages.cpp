@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <numeric>
 #include <unordered_map>
 
 #include "hive/bin_headers.h"
@@ -16,13 +17,13 @@ using Bytes = std::span<const uint8_t>;
 
 constexpr uint32_t kHeaderScore = 3;  // what a header's own offset counts
 constexpr uint32_t kEnough = 3;       // a page is moved for as much as that
-constexpr size_t kPairsPerPage = 1024;
+constexpr size_t kPairsPerPage = 128;
 
 // References sorted by what they name, and what is known of each page.
 struct PageWork {
   Bytes bytes;
   const Pages& pages;
-  std::vector<Reference> references;  // offsets turned into positions, ascending
+  std::vector<Reference> references;  // offsets turned into positions, by page
   std::vector<uint32_t> begin;        // by own page: its first reference; one more at the end
   std::vector<bool> trusted;          // by page
   std::vector<bool> whole;            // by own page: its block is in place, and all of it is
@@ -47,14 +48,13 @@ PageWork PrepareWork(Bytes bytes, const Pages& pages) {
   for (Reference& reference : work.references) reference.offset += pages.distance;
   std::erase_if(work.references,
                 [&](const Reference& r) { return r.offset < pages.first || r.offset >= end; });
-  std::ranges::sort(work.references, {}, &Reference::offset);
-  work.begin.resize(pages.own + 1);
-  size_t at = 0;
-  for (uint32_t page = 0; page <= pages.own; ++page) {
-    const uint32_t from = pages.first + page * kPageSize;
-    while (at < work.references.size() && work.references[at].offset < from) ++at;
-    work.begin[page] = static_cast<uint32_t>(at);
-  }
+  // By page; the order of one page's is left as it is.
+  work.begin.resize(pages.own + 2);
+  for (const Reference& r : work.references) ++work.begin[work.PageOf(r.offset) + 2];
+  std::partial_sum(work.begin.begin(), work.begin.end(), work.begin.begin());
+  std::vector<Reference> by_page(work.references.size());
+  for (const Reference& r : work.references) by_page[work.begin[work.PageOf(r.offset) + 1]++] = r;
+  work.references = std::move(by_page);
   work.trusted.assign(pages.count + 1, true);
   return work;
 }
@@ -134,6 +134,7 @@ std::vector<Worth> WeighInPlace(PageWork& work) {
     work.trusted = trusted;
     bool any = false;
     for (uint32_t page = 0; page < work.pages.own; ++page) {
+      if (page % 64 == 0 && StopRequested()) return worths;
       worths[page] = WorthAt(work, page, page);
       const PageFit& fit = worths[page].fit;
       trusted[page] = FitsWell(fit) && (fit.held >= kEnough || covered[page]);
@@ -248,7 +249,7 @@ class Twins {
   // kNothing when there is none.
   uint32_t Of(uint32_t page, const std::vector<bool>& settled) {
     if (by_hash_.empty()) {
-      for (uint32_t other = 0; other < work_.pages.count; ++other) {
+      for (uint32_t other = 0; other < work_.pages.count && !StopRequested(); ++other) {
         by_hash_.emplace(HashOf(work_.BytesOf(other)), other);
       }
     }

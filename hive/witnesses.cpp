@@ -23,6 +23,7 @@ constexpr uint32_t kSecurityBytes = 24;
 constexpr uint32_t kMostSubkeys = 0x1000000;
 constexpr uint32_t kMostValues = 0x100000;
 constexpr uint32_t kInline = 0x80000000;  // in a value's data length
+constexpr size_t kPollEach = 4096;        // records after which a stop is asked for
 
 bool CouldBeOffset(uint32_t offset) { return offset % 8 == 0 || offset == kNoOffset; }
 
@@ -107,7 +108,9 @@ uint64_t EntryBudget(Bytes bytes) { return bytes.size() / 8; }
 template <typename Add>
 void ForEachValueEntry(Bytes bytes, std::span<const Witness> records, uint32_t distance,
                        uint64_t& budget, const Add& add) {
+  size_t number = 0;
   for (const Witness& record : records) {
+    if (++number % kPollEach == 0 && StopRequested()) return;
     if (record.kind != CellKind::kKey) continue;
     const uint8_t* key = &bytes[record.position];
     const uint32_t count = LoadU32(key + kKeyValueCount);
@@ -224,7 +227,7 @@ std::vector<Witness> FindRecords(Bytes bytes) {
   if (bytes.size() < 16) return records;
   const auto last = static_cast<uint32_t>(bytes.size() - 16);
   for (uint32_t p = 0; p <= last; ++p) {
-    if (p % 0x100000 == 0 && StopRequested()) break;
+    if (p % 0x10000 == 0 && StopRequested()) break;
     if (bytes[p + 3] != 0xFF) continue;  // of an allocated cell of less than 16 MB
     const CellKind kind = RecordAt(bytes, p);
     if (kind != CellKind::kNone) records.push_back({p, kind});
@@ -241,7 +244,9 @@ Witnesses FindWitnesses(Bytes bytes, std::span<const uint32_t> distances) {
   // A record takes 24 bytes at least and is named a few times: damaged lists may name the same
   // stretch again and again.
   uint64_t budget = bytes.size() / 4;
+  size_t number = 0;
   for (const Witness& record : found.records) {
+    if (++number % kPollEach == 0 && StopRequested()) return found;
     ForEachReference(bytes, record, [&](const Reference& reference) {
       if (budget == 0) return;
       --budget;
@@ -264,7 +269,11 @@ std::vector<Reference> FindReferences(Bytes bytes, std::span<const Witness> reco
   const auto add = [&](const Reference& reference) {
     if (references.size() < most) references.push_back(reference);
   };
-  for (const Witness& record : records) ForEachReference(bytes, record, add);
+  size_t number = 0;
+  for (const Witness& record : records) {
+    if (++number % kPollEach == 0 && StopRequested()) return references;
+    ForEachReference(bytes, record, add);
+  }
   uint64_t budget = EntryBudget(bytes);
   ForEachValueEntry(bytes, records, distance, budget, [&](uint32_t offset, uint32_t source) {
     add(Reference{offset, 0, source, CellKind::kValue, false});
