@@ -92,7 +92,7 @@ std::string LineOf(const Bookmark& bookmark) {
          bookmark.note;
 }
 
-// What stands behind the fields that are known.
+// What is after the fields that are known.
 std::string_view FurtherFields(std::string_view text) {
   for (int field = 0; field < 4; ++field) TakeField(text);
   return text;
@@ -140,7 +140,7 @@ void EraseLine(std::vector<BookmarkLine>& lines, size_t line) {
   lines.erase(lines.begin() + static_cast<ptrdiff_t>(line));
 }
 
-// In front of the first bookmark, and behind the remarks at the start of the file.
+// Before the first bookmark, and after the remarks at the start of the file.
 void InsertInFront(std::vector<BookmarkLine>& lines, BookmarkLine line) {
   if (lines.empty()) lines.push_back({std::string(kHeading), false, {}});
   const auto place =

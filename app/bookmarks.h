@@ -1,6 +1,6 @@
 // Bookmarks: keys that the user wants to come back to, in a text file beside the program.
 //
-// The file is UTF-8 text, a bookmark a line, the newest first. Its fields stand apart by tabs:
+// The file is UTF-8 text, a bookmark a line, the newest first. Its fields are apart by tabs:
 //
 //   key path   time (UTC, "2026-11-21T13:05:00Z")   hive file   note
 //
@@ -10,7 +10,7 @@
 // does the wording of each bookmark that is not changed.
 //
 // Every copy of the program has the file open for a moment only: load it anew before a change, save
-// it right behind.
+// it right after.
 #pragma once
 
 #include <cstddef>
@@ -33,13 +33,13 @@ struct Bookmark {
 };
 
 struct BookmarkLine {
-  std::string text;       // as it stands in the file, with its end
+  std::string text;       // as it is in the file, with its end
   bool readable = false;  // it is a bookmark
   Bookmark bookmark;
 };
 
 struct Bookmarks {
-  std::vector<BookmarkLine> lines;  // as they stand in the file
+  std::vector<BookmarkLine> lines;  // as they are in the file
   bool whole = false;               // the lines are all that the file holds; else it is not written
 };
 
@@ -53,11 +53,11 @@ bool ReadBookmarkLine(std::string_view text, Bookmark& bookmark);
 
 enum class BookmarkChange {
   kDone,
-  kMoved,    // it was there already, and stands in front now
+  kMoved,    // it was there already, and is first now
   kBadPath,  // the path names nothing, or is too long
   kFull,     // the file, or the line, would become too long
 };
-// Puts a bookmark in front of all others; one of the same key goes, but leaves its note to a new
+// Puts a bookmark before all others; one of the same key goes, but leaves its note to a new
 // one without, and its further fields. Notes and names of files become one line of at most
 // kMaxBookmarkText bytes. Without a time it gets that of now.
 BookmarkChange AddBookmark(Bookmarks& bookmarks, Bookmark bookmark);

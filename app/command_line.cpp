@@ -32,8 +32,8 @@ std::string CleanName(std::string_view text) {
   return name.substr(first, name.find_last_not_of(kBlanks) - first + 1);
 }
 
-// Takes the next word off `text`, with the blanks in front of it. What is left begins with the
-// blank behind the word.
+// Takes the next word off `text`, with the blanks before it. What is left begins with the
+// blank after the word.
 std::string_view TakeWord(std::string_view& text) {
   text.remove_prefix(std::min(text.find_first_not_of(kBlanks), text.size()));
   const std::string_view word = text.substr(0, text.find_first_of(kBlanks));
@@ -84,7 +84,7 @@ void ParseOptions(std::string_view line, CommandLine& result) {
   std::string_view rest = line;
   for (std::string_view next = TakeWord(line); !next.empty(); next = TakeWord(line)) {
     if (TakePrefix(word, "-eoff=")) {
-      // The file name may hold blanks: it is all of the line behind the number.
+      // The file name may hold blanks: it is all of the line after the number.
       result.has_range = true;
       result.end_offset = LeadingNumber(word);
       result.file = CleanName(rest);
@@ -101,7 +101,7 @@ void ParseOptions(std::string_view line, CommandLine& result) {
 }
 
 void ParseSwitch(std::string_view line, CommandLine& result) {
-  constexpr size_t kFileAt = 3;  // behind "/", the letter and a blank
+  constexpr size_t kFileAt = 3;  // after "/", the letter and a blank
   if (line.size() < 2) return;
   result.switch_letter = line[1];
   if (std::string_view("UuRBI").find(line[1]) != std::string_view::npos) result.open_mode = 2;

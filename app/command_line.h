@@ -17,7 +17,7 @@ struct CommandLine {
   uint32_t end_offset = 0;
   uint32_t key_position = kNoOffset;  // image position of a key to select, with a range only
   int open_mode = 0;                  // 2 or 3 by the switch letter
-  char switch_letter = 0;             // as given behind "/"
+  char switch_letter = 0;             // as given after "/"
   // An unattended backup: hive selectors in upper case, and the folder. Both set, or none.
   std::vector<std::string> backup_hives;
   std::string backup_folder;
@@ -25,7 +25,7 @@ struct CommandLine {
   bool backup_monthly = false;
 };
 
-// Parses the text behind the program's own name. A line of 520 characters or more is ignored.
+// Parses the text after the program's own name. A line of 520 characters or more is ignored.
 CommandLine ParseCommandLine(std::string_view line);
 
 }  // namespace hivequarry

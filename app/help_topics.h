@@ -49,7 +49,7 @@ inline constexpr const char* kHelpFileName = "hivequarry-help.html";
 std::string HelpFileOf(const std::string& program);
 
 // The whole path of a Windows file (UTF-8) as a browser's address, an anchor that is not empty
-// behind it.
+// after it.
 std::string FileAddress(std::string_view path, std::string_view anchor);
 // A page that leads on to an address. The system's way to open a file by its kind takes a path, and
 // some handlers lose the anchor of an address; every browser follows a page.

@@ -3,7 +3,7 @@
 //
 // A key path is UTF-8: the registry root in long form (for a hive without one, the text at the root
 // of its tree) and the names down to the key, joined by "\". Nothing of a name is lost: "%" and two
-// hexadecimal digits stand for a byte, and so are written control characters, a "%" in front of two
+// hexadecimal digits stand for a byte, and so are written control characters, a "%" before two
 // digits, a "\" in a name, and "#" and ";" at the path's start.
 #pragma once
 
@@ -20,7 +20,7 @@ inline constexpr size_t kMaxKeyPath = 3000;                  // bytes
 inline constexpr size_t kMaxAsciiKeyPath = 3 * kMaxKeyPath;  // as AsciiKeyPath writes it
 
 // The path of an item; empty when it would be too long. Below "Disconnected Keys" the folder's
-// title stands in it.
+// title is in it.
 std::string KeyPathOf(const HiveImage& hive, const KeyTree& tree, uint32_t item);
 // The path as it is written here, whatever a user wrote (root in short form, "\" at an end); empty
 // when it names nothing, is too long, or holds a byte sequence that is no UTF-8.

@@ -14,7 +14,7 @@ using RecentKeys = std::vector<std::string>;
 // Those of the running program.
 RecentKeys& TheRecentKeys();
 
-// Puts a key in front; one that is there already moves there. A path that is none is left out.
+// Puts a key first; one that is there already moves there. A path that is none is left out.
 // Whether a key was looked at long enough to count is the caller's to say.
 void AddRecentKey(RecentKeys& keys, const std::string& path);
 
@@ -22,7 +22,7 @@ void AddRecentKey(RecentKeys& keys, const std::string& path);
 // be read there is left out.
 void ReadRecentKeys(const std::string& file, RecentKeys& keys);
 // Writes them there, keeping what else the file holds. What other copies of the program wrote
-// meanwhile comes behind, as far as there is room. False on failure, which leaves the old file
+// meanwhile comes after, as far as there is room. False on failure, which leaves the old file
 // whole.
 bool WriteRecentKeys(const std::string& file, const RecentKeys& keys);
 

@@ -83,7 +83,7 @@ struct PlaceRow {
 constexpr PlaceRow kPlaces[] = {{"WPS02"}, {"WPS04"}, {"WPS06"}, {"WPS08"}, {"WPS10", 4},
                                 {"WPS12"}, {"WPS16"}, {"WPS18"}, {"WPS20"}, {"WPS22"}};
 static_assert(std::size(kPlaces) == kPlacedWindows);
-constexpr size_t kSides = 5;  // numbers in front of the columns: four sides, kind and maximised
+constexpr size_t kSides = 5;  // numbers before the columns: four sides, kind and maximised
 
 using Numbers = std::vector<int>;
 
@@ -95,7 +95,7 @@ int NumberWithin(std::string_view text, int low, int high) {
   return error == std::errc() && number >= low && number <= high ? number : 0;
 }
 
-// Takes what is in front of the next ";" off `text`.
+// Takes what is before the next ";" off `text`.
 std::string_view TakePart(std::string_view& text) {
   const std::string_view part = text.substr(0, text.find(';'));
   text.remove_prefix(std::min(part.size() + 1, text.size()));
@@ -269,7 +269,7 @@ void WriteDates(Writer& writer, const DateSettings& dates) {
   Put(writer, "KDATES", "Freed", dates.freed ? "1" : "");
 }
 
-// Numbers behind the given ones are set to 0 where the file has any.
+// Numbers after the given ones are set to 0 where the file has any.
 void WriteNumbers(Writer& writer, const NumberRow& row, const Numbers& numbers) {
   const auto count = std::min(numbers.size(), static_cast<size_t>(row.count));
   for (size_t i = 0; i < static_cast<size_t>(row.count); ++i) {

@@ -13,7 +13,7 @@ namespace hivequarry {
 inline constexpr size_t kHistoryLength = 7;
 // Newest first, at most kHistoryLength texts, none empty, none twice.
 using History = std::vector<std::string>;
-// Puts a text in front; one that is there already moves there.
+// Puts a text first; one that is there already moves there.
 void AddToHistory(History& history, const std::string& text);
 
 // Texts that the user typed or chose, by the dialog that owns them. Code-page text, but for paths
@@ -131,7 +131,7 @@ void ReadSettings(const ProfileLookup& lookup, Settings& settings);
 // failure.
 bool WriteSettings(const std::string& file, const Settings& settings);
 
-// The sixteen digits of "KGP1", and back: places behind the end of `digits` and anything that is no
+// The sixteen digits of "KGP1", and back: places after the end of `digits` and anything that is no
 // digit leave their options as they are.
 std::string OptionDigits(const Options& options);
 void SetOptionDigits(std::string_view digits, Options& options);

@@ -2,7 +2,7 @@
 //
 // usage: search_bench HIVE [RUNS]
 // One line a figure: what it is, and the median of RUNS (5) runs. The pattern of the searches named
-// "none" stands nowhere in the generated hives; that of the others in many of their values.
+// "none" is nowhere in the generated hives; that of the others in many of their values.
 
 #include <algorithm>
 #include <atomic>

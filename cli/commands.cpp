@@ -28,7 +28,7 @@ struct CommandRow {
 // Finding the values that no key names is a tenth of a load: only for commands that tell of them.
 bool NeedsDisconnectedValues(const ConsoleRequest& request, std::string_view command) {
   constexpr std::string_view kTelling[] = {"info", "search", "freed keys", "freed values"};
-  // What stands at a position may be a freed record, which a disconnected value is not.
+  // What is at a position may be a freed record, which a disconnected value is not.
   const bool position = command == "detail" && request.key.starts_with('@');
   const bool tells = request.disconnected_only || request.freed || position ||
                      std::ranges::count(kTelling, command) != 0;

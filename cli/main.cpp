@@ -265,7 +265,7 @@ void CompleteSearch(ConsoleRequest& request) {
   settings.value_data = has("data");
 }
 
-// "security records": its own name behind that of its group. A report's name is an argument.
+// "security records": its own name after that of its group. A report's name is an argument.
 std::string CommandName(const CLI::App& app) {
   const CLI::App* command = app.get_subcommands().front();
   const std::string name = command->get_name();

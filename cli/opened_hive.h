@@ -18,7 +18,7 @@ struct OpenedHive {
   ImageSummary summary;
 };
 
-// "4660" or "0x1234", behind an "@" or without one.
+// "4660" or "0x1234", after an "@" or without one.
 bool ParsePosition(std::string_view text, uint32_t& position);
 // Text of the command line as the code-page text in which names are held.
 std::string NarrowArgument(const std::string& utf8);

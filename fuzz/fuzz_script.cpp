@@ -1,5 +1,5 @@
 // Any bytes as a hive file, exported: whatever the hive holds, each line of the script has the form
-// of one, and each key stands under the root or, so that an import passes it over, under a folder
+// of one, and each key is under the root or, so that an import passes it over, under a folder
 // that is none of the registry.
 #include <cctype>
 #include <cstddef>
@@ -31,7 +31,7 @@ std::string_view TakeLine(std::string_view& text) {
   return line;
 }
 
-// A text in quotes; behind a backslash there is one of four characters.
+// A text in quotes; after a backslash there is one of four characters.
 void TakeQuoted(std::string_view& line) {
   Require(TakeStart(line, "\""));
   while (!TakeStart(line, "\"")) {

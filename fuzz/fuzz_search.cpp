@@ -1,4 +1,4 @@
-// Any bytes as a hive file, and a pattern behind them: the fast way through the hive finds what the
+// Any bytes as a hive file, and a pattern after them: the fast way through the hive finds what the
 // plain walk finds.
 #include <algorithm>
 #include <cstddef>

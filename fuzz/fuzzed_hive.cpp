@@ -9,7 +9,7 @@
 #include <iterator>
 #include <string>
 
-// libFuzzer's own mutation, also behind a custom one.
+// libFuzzer's own mutation, also after a custom one.
 extern "C" size_t LLVMFuzzerMutate(uint8_t* data, size_t size, size_t max_size);
 
 namespace hivequarry::fuzzing {

@@ -1,4 +1,4 @@
-// Block headers, found wherever they stand.
+// Block headers, found wherever they are.
 #pragma once
 
 #include <cstdint>

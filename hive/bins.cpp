@@ -9,7 +9,7 @@
 namespace hivequarry {
 namespace {
 
-// The second copy is only written by some systems; 0 stands where it was not.
+// The second copy is only written by some systems; 0 is where it was not.
 bool SizesDiffer(const BinRow& row) { return row.size_copy != 0 && row.size != row.size_copy; }
 
 // Blocks are shown counted from 0, but the row that reports a missing one counts from 1.

@@ -49,7 +49,7 @@ struct Shifts {
   std::vector<BinHeader> headers;
   std::vector<uint32_t> taken;  // bytes from each header on that are its block's beyond doubt
   Witnesses witnesses;
-  uint32_t own_end = UINT32_MAX;        // offset behind the hive, where a sound base block says it
+  uint32_t own_end = UINT32_MAX;        // offset after the hive, where a sound base block says it
   std::unordered_set<uint32_t> banned;  // distances of other hives
 
   std::span<const Witness> RecordsIn(uint32_t begin, uint32_t end) const {
@@ -109,7 +109,7 @@ bool MayFollow(const Shifts& shifts, const State& before, const BinHeader& bin) 
          !shifts.banned.contains(bin.Distance());
 }
 
-// The states behind a stretch: each distance goes on, and that of its header may begin.
+// The states after a stretch: each distance goes on, and that of its header may begin.
 StateRow NextStates(const Shifts& shifts, const StateRow& before, size_t header) {
   const BinHeader& bin = shifts.headers[header];
   StateRow after{};
@@ -269,7 +269,7 @@ bool BelongTogether(const Shifts& shifts, std::span<const Pin> pins, size_t chan
   return tally.held * 2 >= tally.asked;
 }
 
-// The pins; distances at which other hives' blocks are found out to stand are banned, and the
+// The pins; distances at which other hives' blocks are found out to be are banned, and the
 // search begun again.
 std::vector<Pin> FindOwnPins(Shifts& shifts) {
   constexpr int kMostRounds = 8;
@@ -305,10 +305,10 @@ struct Region {
   uint32_t end = 0;
   uint32_t distance_before = 0;
   uint32_t distance_after = 0;
-  bool open = false;  // nothing says how the end stands
+  bool open = false;  // nothing says how the end is
 };
 
-// A change of distance between the record at `low` and what stands at `high`.
+// A change of distance between the record at `low` and what is at `high`.
 struct Change {
   uint32_t low = 0;
   uint32_t high = 0;
@@ -391,7 +391,7 @@ bool IsNamed(const Shifts& shifts, uint32_t offset) {
 }
 
 // Just as many bytes are gone, or came, as cells had: the chain goes on as if nothing had happened.
-// Then the offsets that lead to the cells tell how far they stand.
+// Then the offsets that lead to the cells tell how far they are.
 uint32_t BreakByNames(const Shifts& shifts, const Change& change,
                       const std::vector<uint32_t>& cells) {
   int gain = 0;
@@ -407,10 +407,10 @@ uint32_t BreakByNames(const Shifts& shifts, const Change& change,
   return best;
 }
 
-// The place from which the cells stand at the distance after the change, and in `hit` the cell in
+// The place from which the cells are at the distance after the change, and in `hit` the cell in
 // which it happened, if that is known.
 //
-// The chain of cells breaks behind the cell in which the change happened: it is longer or shorter
+// The chain of cells breaks after the cell in which the change happened: it is longer or shorter
 // than its size says by just as much, and from there the chain reaches the end. Where the cell's
 // own size is lost it is the next place from which the chain reaches.
 uint32_t FindBreak(const Shifts& shifts, const Change& change, uint32_t& hit) {
@@ -454,7 +454,7 @@ Break LocateChange(const Shifts& shifts, const Change& change) {
   return found;
 }
 
-// True when an offset's own record stands where it should at the region's distance.
+// True when an offset's own record is where it should at the region's distance.
 bool IsThere(const Shifts& shifts, CellKind kind, uint32_t position) {
   return position < shifts.bytes.size() && RecordAt(shifts.bytes, position) == kind;
 }
@@ -503,7 +503,7 @@ struct Candidate {
   bool local = false;  // no header says so: what it explains must not be explained by another
 };
 
-// For each record of the region the candidate at whose distance it stands: the fewest changes that
+// For each record of the region the candidate at whose distance it is: the fewest changes that
 // explain most.
 std::vector<uint8_t> Assign(const Shifts& shifts, const Region& region,
                             std::span<const Witness> records,
@@ -613,7 +613,7 @@ void AddKept(std::vector<KeptStretch>& kept, uint32_t begin, uint32_t end, uint3
 }
 
 // A distance that only cells propose is believed for a stretch in which nearly all of them are at
-// it, and in front of which the chain of cells breaks: what was deleted often lies as if it had
+// it, and before which the chain of cells breaks: what was deleted often lies as if it had
 // been moved.
 void DropDoubtful(const Shifts& shifts, const Region& region, std::span<const Witness> records,
                   const std::vector<Candidate>& candidates, std::vector<uint8_t>& chosen) {
@@ -637,7 +637,7 @@ void DropDoubtful(const Shifts& shifts, const Region& region, std::span<const Wi
       const Change change{low, records[begin].position, candidates[before].distance,
                           candidate.distance};
       ChainFrom(shifts, change, broken);
-      // In front of a page's first cell it breaks where another page belongs there.
+      // Before a page's first cell it breaks where another page belongs there.
       const bool page = (broken - candidates[before].distance) / 4096 !=
                         (change.high - candidates[before].distance) / 4096;
       const bool odd = change.Moved() % 8 != 0;

@@ -1,4 +1,4 @@
-// Bytes put into a hive or lost from it: which stretches of its bytes stand at which distance from
+// Bytes put into a hive or lost from it: which stretches of its bytes are at which distance from
 // their offsets.
 #pragma once
 
@@ -28,7 +28,7 @@ uint32_t EndByBaseBlock(std::span<const uint8_t> bytes);
 //
 // Block headers propose the distances, and so do cells that others name elsewhere; how many records
 // are where others name them decides. A header alone, with nothing else that fits, moves nothing.
-// Blocks at a distance of another hive's own are left where they stand.
+// Blocks at a distance of another hive's own are left where they are.
 std::vector<KeptStretch> FindShifts(std::span<const uint8_t> bytes, uint32_t first, bool anchored);
 
 }  // namespace hivequarry

@@ -25,11 +25,11 @@ bool IsRecordSignature(uint16_t value);
 inline uint32_t CellLength(uint32_t size) { return size > 0x7FFFFFFF ? 0U - size : size; }
 inline bool IsAllocated(uint32_t size) { return size > 0x7FFFFFFF; }
 
-// The next place behind `position`, in steps of 8 and not far, where an allocated cell or a block
-// may begin; or one in front of it, from where to ask again.
+// The next place after `position`, in steps of 8 and not far, where an allocated cell or a block
+// may begin; or one before it, from where to ask again.
 uint32_t NextOccupied(const HiveImage& hive, uint32_t position);
 
-// The next plausible cell behind `position`, at 8-byte steps counted from it: a record signature
+// The next plausible cell after `position`, at 8-byte steps counted from it: a record signature
 // and a size that is a non-zero multiple of 8 of at most `max_size`. 0 when none starts within
 // 65,519 bytes or before `end`.
 uint32_t FindNextCell(const HiveImage& hive, uint32_t position, uint32_t end, uint32_t max_size);

@@ -1,4 +1,4 @@
-// Where in the file the bytes of an image stand.
+// Where in the file the bytes of an image are.
 //
 // Image and file agree but for a hive whose moved bytes were put back while opening
 // (moved_bytes.h), or that was copied as text (text_copy.h). There the image is what the hive was,
@@ -36,7 +36,7 @@ uint32_t PlaceOfImage(const HiveImage& hive, uint32_t position);
 inline uint32_t LengthInFile(const HiveImage& hive) {
   return hive.places.pieces.empty() && hive.places.returns.empty() ? hive.length : hive.file_bytes;
 }
-// The position in the file behind all that was opened.
+// The position in the file after all that was opened.
 inline uint32_t FileEndOf(const HiveImage& hive) { return hive.base_offset + hive.file_bytes; }
 
 // What was undone while opening, a sentence for each kind of it, none for a hive that is in order:

@@ -153,15 +153,15 @@ uint32_t StepOfFragment(const HiveImage& hive) {
   return *most == 0 ? 0 : static_cast<uint32_t>(most - records.begin());
 }
 
-// Cells stand on 8-byte steps counted from the start of a hive. A fragment may have been cut
-// anywhere: bytes in front of the first step are left out.
+// Cells are on 8-byte steps counted from the start of a hive. A fragment may have been cut
+// anywhere: bytes before the first step are left out.
 void AlignFragment(HiveImage& hive) {
   const uint32_t step = StepOfFragment(hive);
   if (step == 0 || step > hive.length) return;
   DropFront(hive, step);
 }
 
-// A copy as text becomes the hive that it was; what stood in the file in front of that is left out.
+// A copy as text becomes the hive that it was; what stood in the file before that is left out.
 void UndoTextCopy(HiveImage& hive) {
   std::span<uint8_t> bytes(hive.buffer.get(), hive.length);
   hive.places.returns = ReturnsOfTextCopy(bytes);
@@ -230,7 +230,7 @@ uint32_t ReadFileU32(std::FILE* stream, uint64_t file_offset) {
   return LoadU32(bytes);
 }
 
-// As many of `size` bytes as lie in front of `end`.
+// As many of `size` bytes as lie before `end`.
 uint32_t ReadBelow(const HiveImage& hive, uint32_t end, uint32_t position, uint8_t* out,
                    uint32_t size) {
   if (position >= end) return 0;

@@ -24,10 +24,10 @@ namespace hivequarry {
 
 struct HiveImage;
 
-// A stretch of the image whose cells stand at one distance from their offsets.
+// A stretch of the image whose cells are at one distance from their offsets.
 struct OffsetRun {
   uint32_t position = 0;  // of its first byte
-  uint32_t end = 0;       // position behind it
+  uint32_t end = 0;       // position after it
   uint32_t delta = 0;     // position less offset, modulo 2^32
   bool foreign = false;   // no part of the hive: its offsets lead among themselves only
 };
@@ -56,7 +56,7 @@ struct FilePlaces {
   std::vector<uint32_t> by_place;  // numbers of the pieces with bytes of the file, by place
   std::vector<uint32_t> returns;   // of a text copy: where, without them, each 0D was taken out
   std::vector<UndoneMove> undone;
-  uint32_t own_end = 0;  // position of what was put in, behind the hive's own bytes; 0: none
+  uint32_t own_end = 0;  // position of what was put in, after the hive's own bytes; 0: none
 };
 
 // The position of an offset stored at `field`, in an image with runs (offset_map.h).
@@ -71,13 +71,13 @@ struct ValueListNote {
   bool shared = false;              // another key has the better right to the list
 };
 
-inline constexpr uint32_t kNoOffset = 0xFFFFFFFF;       // "none" in every offset field
-inline constexpr uint32_t kBaseBlockSize = 4096;        // data area start behind a base block
-inline constexpr uint32_t kBinHeaderSize = 32;          // an "hbin" header, in front of its cells
-inline constexpr uint32_t kFirstCellPosition = 4128;    // first cell of the first bin
-inline constexpr uint32_t kImageSlack = 0x24000;        // owned, zeroed bytes behind the image
-inline constexpr uint32_t kBinSignature = 0x6E696268;   // "hbin"
-inline constexpr uint32_t kHiveSignature = 0x66676572;  // "regf"
+inline constexpr uint32_t kNoOffset = 0xFFFFFFFF;           // "none" in every offset field
+inline constexpr uint32_t kBaseBlockSize = 4096;            // data area start after a base block
+inline constexpr uint32_t kBinHeaderSize = 32;              // an "hbin" header, before its cells
+inline constexpr uint32_t kFirstCellPosition = 4128;        // first cell of the first bin
+inline constexpr uint32_t kImageSlack = 0x24000;            // owned, zeroed bytes after the image
+inline constexpr uint32_t kBinSignature = 0x6E696268;       // "hbin"
+inline constexpr uint32_t kHiveSignature = 0x66676572;      // "regf"
 inline constexpr uint32_t kSnapshotSignature = 0x70616E73;  // "snap", of a registry snapshot
 
 // What a base block begins with: at least three letters of "regf", or "snap" whole.
@@ -132,7 +132,7 @@ struct HiveImage {
   // Where not all of the image is the hive's own (offset_map.h); else empty. Ascending by position,
   // without gaps.
   std::vector<OffsetRun> offset_runs;
-  FilePlaces places;          // where moved bytes, now put back, stand in the file
+  FilePlaces places;          // where moved bytes, now put back, are in the file
   bool moves_sought = false;  // UndoMoves (moved_bytes.h) has looked at all of it
   int slot = 0;               // index in the table
   // A multiple of 8 opens the tolerant test of damaged key signatures (ClassifyKey).
@@ -241,7 +241,7 @@ inline uint16_t ReadU16(const HiveImage& hive, uint32_t position) {
 inline uint64_t ReadU64(const HiveImage& hive, uint32_t position) {
   return ReadU32(hive, position) | uint64_t{ReadU32(hive, position + 4)} << 32;
 }
-// Where the bytes stand in memory, for readers of this floor that want many at once; null while
+// Where the bytes are in memory, for readers of this floor that want many at once; null while
 // suspended, or when not all lie inside the hive.
 inline const uint8_t* BytesInMemory(const HiveImage& hive, uint32_t position, uint32_t size) {
   const bool there =
@@ -253,7 +253,7 @@ uint32_t ReadU32BigEndian(const HiveImage& hive, uint32_t position);
 uint8_t ReadU8(const HiveImage& hive, uint32_t position);
 // Copies as many of `size` bytes as lie inside the hive; returns how many.
 uint32_t ReadBytes(const HiveImage& hive, uint32_t position, uint8_t* out, uint32_t size);
-// Likewise of what is held, also behind the place where the image was cut.
+// Likewise of what is held, also after the place where the image was cut.
 uint32_t ReadHeldBytes(const HiveImage& hive, uint32_t position, uint8_t* out, uint32_t size);
 
 // The position that a cell offset stored at `field` leads to; kNoOffset stays kNoOffset. The result

@@ -14,7 +14,7 @@ namespace hivequarry {
 namespace {
 
 constexpr std::string_view kLeftOut = "...@";  // and the position of the key that follows
-constexpr size_t kTailLength = 100;            // characters of a shortened path behind that
+constexpr size_t kTailLength = 100;            // characters of a shortened path after that
 
 // All listed paths that are longer than kLeastPath may take this many times the file's length, and
 // what a small file may take besides.
@@ -163,7 +163,7 @@ void SpellName(const HiveImage& hive, const KeyTree& tree, uint32_t item, std::u
   name = WideFromUtf8(PathNameUtf8(hive, tree, item));
 }
 
-// The child of `parent` that the first component of `path` names; `path` moves behind it. A name
+// The child of `parent` that the first component of `path` names; `path` moves after it. A name
 // may itself hold backslashes, so the longest child name that fits is taken.
 template <typename Character>
 uint32_t TakeComponent(const HiveImage& hive, const KeyTree& tree, uint32_t parent,
@@ -187,7 +187,7 @@ uint32_t TakeComponent(const HiveImage& hive, const KeyTree& tree, uint32_t pare
   return best;
 }
 
-// True, with `path` moved behind it, when the path begins with this root text.
+// True, with `path` moved after it, when the path begins with this root text.
 template <typename Character>
 bool TakeRoot(std::basic_string_view<Character> root, std::basic_string_view<Character>& path) {
   while (!root.empty() && root.back() == '\\') root.remove_suffix(1);
@@ -296,7 +296,7 @@ void PathWalker::Push(uint32_t item) {
 }
 
 void PathWalker::Enter(uint32_t item) {
-  // Levels whose subtree lies behind the item are done with.
+  // Levels whose subtree lies after the item are done with.
   while (!levels_.empty() &&
          (item < levels_.back().item || item >= tree_.items[levels_.back().item].end)) {
     levels_.pop_back();

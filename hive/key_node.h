@@ -67,7 +67,7 @@ KeyNode ReadKeyNode(const HiveImage& hive, uint32_t position, KeyRead how);
 // test runs only while the image's key_gate is a multiple of 8.
 int ClassifyKey(const HiveImage& hive, uint16_t signature, uint16_t flags, uint32_t size,
                 uint32_t position);
-// True when at least two of the three bytes behind a key's 'n' are as they should be ('k', 0x20,
+// True when at least two of the three bytes after a key's 'n' are as they should be ('k', 0x20,
 // 0x00), examined in order; `one_bit_errors` grows by the bytes met that differ in a single bit.
 bool TolerantKeyTest(const HiveImage& hive, uint32_t position, uint32_t& one_bit_errors);
 

@@ -1,9 +1,9 @@
 // The key tree as displayed: the result of a load, and what every feature that walks keys walks.
 //
-// One item per key (each key once, whatever lists name it), in display order: a key stands before
+// One item per key (each key once, whatever lists name it), in display order: a key is before
 // its children, its subtree is one run of items. So a walk is a loop over indices, and there is no
-// recursion over file data anywhere. Item 0 is the hive's root item; the two virtual folders stand
-// behind the root's own subtree, as the root's last two children.
+// recursion over file data anywhere. Item 0 is the hive's root item; the two virtual folders are
+// after the root's own subtree, as the root's last two children.
 //
 // Items are positions and numbers; names are read from the image when asked for.
 #pragma once
@@ -29,7 +29,7 @@ enum KeyMark : uint16_t {
   kMarkChild = 0x0004,          // created as a missing child
   kMarkHashName = 0x0040,       // name taken from a list's four-character hint
   kMarkNoName = 0x0080,         // no name of its own: "virtname"
-  kMarkBadLength = 0x0100,      // slack behind the name: "bad_len"
+  kMarkBadLength = 0x0100,      // slack after the name: "bad_len"
   kMarkListParent = 0x0200,     // parent set from the list that holds it: "lf_repaired"
   kMarkSiblingParent = 0x0400,  // parent set from its siblings' list: "par_lh2_rep1"
   kMarkByParent = 0x0800,       // hangs where its parent field says; no list names it: "par_field"
@@ -37,7 +37,7 @@ enum KeyMark : uint16_t {
   kMarkShared = 0x2000,         // its bytes are another recovered record's too: "shared"
 };
 
-// Keys that were made: no key cell stands at their position.
+// Keys that were made: no key cell is at their position.
 inline constexpr uint16_t kVirtualMarks = kMarkSibling | kMarkParent | kMarkChild;
 
 // Repairs of a key that have no mark of their own.
@@ -57,7 +57,7 @@ enum class ItemKind : uint8_t { kKey, kRoot, kDisconnectedKeys, kDisconnectedVal
 struct KeyItem {
   uint32_t position = kNoOffset;  // of the key's cell; of a folder, its identifier
   uint32_t parent = kNoItem;      // the item it hangs under
-  uint32_t end = 0;               // the item behind its subtree
+  uint32_t end = 0;               // the item after its subtree
   // With kMarkHashName the four characters of a list's hint, the first one lowest; else the number
   // of the generated name "Unnamed(%02d)", 0 for a key that has its own.
   uint32_t made_name = 0;
@@ -98,13 +98,13 @@ struct KeyTree {
   std::vector<uint32_t> item_of_rank;                  // item by rank in key_positions
   std::vector<uint32_t> disconnected_value_positions;  // ascending
   std::unordered_map<uint32_t, SiblingNote> sibling_notes;  // by position of the made key
-  // Recovered records of which one stands in the data of the other, each with one of the others.
+  // Recovered records of which one is in the data of the other, each with one of the others.
   std::unordered_map<uint32_t, uint32_t> shared_bytes;
   bool any_hidden = false;
   mutable LateNumber path_limit;  // ListedPathLimit
 };
 
-// From a sibling on (its number, or that of the place behind the last one): the first that is not
+// From a sibling on (its number, or that of the place after the last one): the first that is not
 // hidden; kNoItem when there is none before `end`.
 inline uint32_t FirstShown(const KeyTree& tree, uint32_t item, uint32_t end) {
   while (item < end && tree.items[item].hidden) item = tree.items[item].end;
@@ -159,7 +159,7 @@ std::string PathNameUtf8(const HiveImage& hive, const KeyTree& tree, uint32_t it
 // Full path of an item: the root's text and every name down to it, joined by "\". Names may be
 // nested so that the paths of a small file fill any memory, so a path longer than `limit`
 // characters is shown shortened: "ROOT\...@0x00012340\name\name", from the ancestor whose key cell
-// is at that image position on. Under "Disconnected Keys" that folder stands behind the root. So
+// is at that image position on. Under "Disconnected Keys" that folder is after the root. So
 // keys that differ in place or name differ in their paths.
 inline constexpr size_t kLongestPath = 32767;  // characters; no registry has longer ones
 // The limit for paths of which lists hold one for each row: kLongestPath unless so many keys have
@@ -219,12 +219,12 @@ uint32_t FindItemByPath(const HiveImage& hive, const KeyTree& tree, std::string_
 // The same of a path in UTF-16, in which names that the code page lacks are told apart.
 uint32_t FindItemByPath(const HiveImage& hive, const KeyTree& tree, std::u16string_view path);
 
-// True for a key that stands in the tree without a list that leads to it from the root, or without
+// True for a key that is in the tree without a list that leads to it from the root, or without
 // a cell: it hangs by its parent field, or below such a key, or was made.
 bool IsRecovered(const KeyTree& tree, uint32_t item);
 
 // The status words of a key's marks: "missing name", "hash name", "recovered parent" and so on, and
-// behind them how it came to hang there.
+// after them how it came to hang there.
 std::string StatusText(uint16_t marks);
 // The words of the info column: "bad_nk bad_len virtname ...", blank-separated. `parent_offset` is
 // the stored form of the key's parent, for "par_rep 0x%X".

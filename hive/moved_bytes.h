@@ -1,20 +1,20 @@
 // Puts moved bytes of a loaded image back: bytes put in are taken out, for lost ones there are
 // zeros, pages go where they belong. The file is left as it is; hive.places says where each byte of
-// the image stands there (file_place.h), and what was undone.
+// the image is there (file_place.h), and what was undone.
 #pragma once
 
 #include "hive/image.h"
 
 namespace hivequarry {
 
-// True when the blocks stand one after another, each where its own offset says, and the cells of
+// True when the blocks are one after another, each where its own offset says, and the cells of
 // the larger ones and of the last one follow each other.
 bool IsInOrder(const HiveImage& hive);
 
 // Looks at all of a loaded image whose data_base is known, and puts back what is proven to have
 // moved. True when anything was; the image has other bytes and another length then.
 //
-// The hive's own bytes come first. Behind them stands what is no part of it: as far as `length`
+// The hive's own bytes come first. After them is what is no part of it: as far as `length`
 // what may hold another hive's records, and as far as `held` copies of pages that are in place.
 bool UndoMoves(HiveImage& hive);
 

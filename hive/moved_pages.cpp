@@ -27,7 +27,7 @@ struct PageWork {
   std::vector<uint32_t> begin;        // by own page: its first reference; one more at the end
   std::vector<bool> trusted;          // by page
   std::vector<bool> whole;            // by own page: its block is in place, and all of it is
-  uint32_t blocks_end = 0;            // page behind the last block whose header is in place
+  uint32_t blocks_end = 0;            // page after the last block whose header is in place
 
   uint32_t PositionOf(uint32_t page) const { return pages.first + page * kPageSize; }
   uint32_t PageOf(uint32_t position) const { return (position - pages.first) / kPageSize; }

@@ -1,4 +1,4 @@
-// Pages of a hive that stand where other pages belong: changed with each other, or written over
+// Pages of a hive that are where other pages belong: changed with each other, or written over
 // others. Told by what the rest of the hive names in them, and by their headers where they have
 // one.
 #pragma once

@@ -33,7 +33,7 @@ bool HasRootRemains(const HiveImage& hive, uint32_t position) {
 
 // --- the distance of the hive
 
-// The distance at which most headers stand, and how many do.
+// The distance at which most headers are, and how many do.
 uint32_t MostVoted(const std::vector<BinHeader>& headers, uint32_t& count) {
   std::map<uint32_t, uint32_t> votes;
   for (const BinHeader& bin : headers) ++votes[bin.Distance()];
@@ -73,7 +73,7 @@ uint32_t WeighDistances(const HiveImage& hive, const std::vector<BinHeader>& hea
   if (hive.header_valid && (stands || most == hive.data_start)) return hive.data_start;
   if (HasBaseBlock(hive) &&
       std::abs(int64_t{static_cast<int32_t>(most - hive.data_start)}) < int64_t{kLargestShift}) {
-    return hive.data_start;  // bytes were put in, or lost, in front of the first block
+    return hive.data_start;  // bytes were put in, or lost, before the first block
   }
   if (count > 1) return most;
   const uint32_t distances[] = {most, hive.data_start};
@@ -154,7 +154,7 @@ struct Verdict {
   const HiveImage& hive;
   const Pages pages;
   const std::vector<PageFit> fits;
-  uint32_t own_end = 0;  // behind the last block at the hive's distance
+  uint32_t own_end = 0;  // after the last block at the hive's distance
 
   PageFit FitOf(uint32_t begin, uint32_t end) const {
     PageFit sum;

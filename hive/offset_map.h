@@ -23,8 +23,8 @@ inline constexpr uint32_t kNowhere = 0xFFFFFFF0;
 
 // Sets data_base and data_base_proven of a loaded image from its bins; called while opening, when
 // header_valid, data_start and the length are known. False when there are bins and none of them
-// stands where the base block, that the image is taken to have, would put it; and when there are no
-// bins, and no root key where it would stand.
+// is where the base block, that the image is taken to have, would put it; and when there are no
+// bins, and no root key where it would be.
 bool FindDataBase(HiveImage& hive);
 // Sets the runs of an image whose data_base is known.
 void MapOffsets(HiveImage& hive);

@@ -13,7 +13,7 @@ inline constexpr uint32_t kNoRank = 0xFFFFFFFF;
 
 struct PositionIndex {
   std::vector<uint64_t> bits;    // bit n: position 8 * n
-  std::vector<uint32_t> counts;  // set bits in front of each word; made by SealIndex
+  std::vector<uint32_t> counts;  // set bits before each word; made by SealIndex
 };
 
 // Empties the index and makes room for positions below `length`.

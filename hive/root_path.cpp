@@ -129,7 +129,7 @@ bool IsSidText(std::string_view text) {
   return StartsWith(text, kStart) && HoldsOnly(text.substr(kStart.size()), "0123456789-");
 }
 
-// Behind "HKU\".
+// After "HKU\".
 bool IsUsersHive(std::string_view rest) {
   constexpr std::string_view kEnds[] = {"_Classes", "\\SOFTWARE\\Classes"};
   if (EqualIgnoringCase(rest, ".DEFAULT")) return true;
@@ -140,7 +140,7 @@ bool IsUsersHive(std::string_view rest) {
   return IsSidText(rest);
 }
 
-// Behind "HKLM\".
+// After "HKLM\".
 bool IsMachinesHive(std::string_view rest) {
   constexpr std::string_view kControlSet = "SYSTEM\\ControlSet";
   constexpr std::string_view kNames[] = {"SOFTWARE", "SYSTEM",     "SAM",        "SECURITY",

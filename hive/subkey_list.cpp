@@ -168,7 +168,7 @@ SubkeyListCheck CheckSubkeyList(const HiveImage& hive, const KeyNode& key, bool 
 }
 
 SubkeyListReads MakeSubkeyListReads(const HiveImage& hive) {
-  // A key takes 80 bytes and stands in one list: a sixteenth of the image is more list entries
+  // A key takes 80 bytes and is in one list: a sixteenth of the image is more list entries
   // than a sound hive can have.
   SubkeyListReads reads;
   reads.once.resize(hive.length / 512 + 1);

@@ -1,9 +1,9 @@
 // A hive that was copied as text: every 0A of it became 0D 0A.
 //
-// A hive has bytes of any value: in a copy as text each 0A follows a 0D, and blocks and cells stand
-// ever farther from their places. Taking out one 0D in front of each 0A gives back the hive, byte
+// A hive has bytes of any value: in a copy as text each 0A follows a 0D, and blocks and cells are
+// ever farther from their places. Taking out one 0D before each 0A gives back the hive, byte
 // for byte. The reverse, 0D 0A that became 0A, can't be undone so: where bytes are missing nothing
-// tells but what stands around them (byte_shifts.h).
+// tells but what is around them (byte_shifts.h).
 #pragma once
 
 #include <cstdint>

@@ -4,7 +4,7 @@
 // Threads: one thread at a time edits (the interface thread), any number may read meanwhile. An
 // edit is never changed once it is made, only replaced or taken back, and whoever was handed one
 // keeps it whole for as long as he holds it: type and data always belong together. A walk over many
-// values may meet some before an edit and others behind it. The table is under a mutex, held for a
+// values may meet some before an edit and others after it. The table is under a mutex, held for a
 // look-up at most; readers of a hive without edits never come so far, they test `any`. The table
 // goes and moves with its image, when nobody reads that.
 #pragma once

@@ -12,7 +12,7 @@
 
 namespace hivequarry {
 
-// Why a text is no data: where, and in a word or two what. The words stand in value_input.cpp.
+// Why a text is no data: where, and in a word or two what. The words are in value_input.cpp.
 struct InputError {
   size_t position = 0;  // of the unit at fault; the text's length where something is missing
   const char* word = "";
@@ -21,9 +21,9 @@ using InputData = std::optional<std::vector<uint8_t>>;
 
 // What a user types for data of a type.
 enum class InputForm {
-  kText,    // REG_SZ, REG_EXPAND_SZ: stored with a zero behind it
+  kText,    // REG_SZ, REG_EXPAND_SZ: stored with a zero after it
   kLines,   // REG_MULTI_SZ: a string a line, none of them empty; a last line end is not needed
-  kNumber,  // REG_DWORD, either byte order, and REG_QWORD: decimal, or hexadecimal behind "0x"
+  kNumber,  // REG_DWORD, either byte order, and REG_QWORD: decimal, or hexadecimal after "0x"
   kBytes,   // all others: hexadecimal
 };
 InputForm FormOfType(uint32_t type);
@@ -32,7 +32,7 @@ InputForm FormOfType(uint32_t type);
 // of kMaxValueData bytes or more are one.
 InputData DataOfInput(uint32_t type, std::u16string_view text, InputError& error);
 // Hexadecimal bytes of two digits, a lone digit too; blanks, tabs, commas, semicolons and line ends
-// may stand between them, and nothing need.
+// may be between them, and nothing need.
 InputData BytesOfInput(std::u16string_view text, InputError& error);
 
 struct InputText {

@@ -94,7 +94,7 @@ bool MayShowValue(const HiveImage& hive, uint32_t position, DataBudget& budget);
 // The same for a row about an entry that leads to no value.
 bool MayShowLoss(DataBudget& budget);
 // A value that was freed, as the file has it: data in cells that are free by now are read too, as
-// far as the cell has room for them. Whether somebody else's data stand there by now the bytes
+// far as the cell has room for them. Whether somebody else's data are there by now the bytes
 // don't tell. The value's offsets are more than they were in this image by `shift`. Without a
 // budget no more is read than ReadShownValue gives.
 ValueKey ReadFreedValue(const HiveImage& hive, uint32_t position, uint32_t shift,

@@ -151,7 +151,7 @@ std::string BinaryPreview(std::span<const uint8_t> data) {
 std::string PreviewSource(uint32_t type, std::span<const uint8_t> data, bool wide) {
   constexpr size_t kLimit = kPreviewLength + 1;
   if (!IsUtf16Type(type)) {
-    // Bytes as they stand; yet a wide length is counted in characters.
+    // Bytes as they are; yet a wide length is counted in characters.
     const size_t count = wide && data.size() > 1 ? UnitCount(data) : data.size();
     return RawText(data.first(count), kLimit);
   }
@@ -345,7 +345,7 @@ std::string ValueDetailName(const HiveImage& hive, uint32_t position) {
 }
 
 std::string HexDump(std::span<const uint8_t> data) {
-  // Room for an offset of 8 digits and a blank, 3 characters a byte, the blank in front of the
+  // Room for an offset of 8 digits and a blank, 3 characters a byte, the blank before the
   // character column, that column, and the line end.
   constexpr size_t kLineRoom = 9 + 3 * kDumpBytes + 1 + kDumpBytes + 2;
   const int digits = data.size() < 0x10000 ? 4 : 5;

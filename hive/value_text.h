@@ -31,7 +31,7 @@ std::string TypeName(uint32_t type);
 
 // The text of string data (types 1, 2 and 7): UTF-16 converted through the code page. Types 1 and 2
 // as a whole, an inner zero kept; type 7 with each terminator a single space, and with
-// `keep_zeros` (export, comparison) the zeros kept. Other types: the bytes as they stand.
+// `keep_zeros` (export, comparison) the zeros kept. Other types: the bytes as they are.
 std::string DataText(uint32_t type, std::span<const uint8_t> data, bool keep_zeros = false);
 // Appends the text of string data of types 1 and 2, zeros kept.
 void AppendStringText(std::span<const uint8_t> data, std::string& out);

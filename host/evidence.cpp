@@ -55,7 +55,7 @@ bool IsLogOf(const std::string& hive, const std::string& name) {
   return log && IsBeside(FilePath(hive), FilePath(name));
 }
 
-// A base block, a log behind one that is damaged, a block where one begins a hive's data, or all of
+// A base block, a log after one that is damaged, a block where one begins a hive's data, or all of
 // a hive that is left.
 bool BeginsAsHive(const std::string& name) {
   struct Mark {

@@ -1,5 +1,6 @@
-// Files that are looked at and must stay as they are. While a file is kept, OpenFile refuses to open
-// it for writing under any of its names (EPERM), and so does everything that writes through it.
+// Files that are looked at and must stay as they are. While a file is kept, OpenFile refuses to
+// open it for writing under any of its names (EPERM), and so does everything that writes through
+// it.
 #pragma once
 
 #include <cstdio>
@@ -13,7 +14,7 @@ void ReleaseEvidence(const std::string& name);
 bool IsEvidence(const std::string& name);
 
 // What no output takes the place of, whatever the user says: evidence; the names of its logs (with
-// ".LOG", ".LOG1", ".LOG2" behind its own, in any case), there or not; and a regular file that
+// ".LOG", ".LOG1", ".LOG2" after its own, in any case), there or not; and a regular file that
 // begins as a hive or a hive's log.
 bool IsProtected(const std::string& name);
 

@@ -29,7 +29,7 @@ struct UnreadBytes {
 
   std::vector<FileRange> ranges;  // ascending, apart from each other
   uint64_t count = 0;             // of all bytes
-  uint64_t end = 0;               // behind the last of them
+  uint64_t end = 0;               // after the last of them
   int error = 0;                  // errno value of the first failure
 };
 // Adds a range; what of it lies before the end of those added so far is in there already.

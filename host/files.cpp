@@ -29,7 +29,7 @@ std::string FolderOf(const std::string& name) {
 
 namespace {
 
-// Why what stands under the name is not opened at all; 0 where nothing speaks against it.
+// Why what is under the name is not opened at all; 0 where nothing speaks against it.
 int RefusalOf(const std::filesystem::path& path, bool reading) {
   std::error_code ignored;
   const std::filesystem::file_type type = std::filesystem::status(path, ignored).type();

@@ -12,7 +12,7 @@ namespace hivequarry {
 std::filesystem::path FilePath(const std::string& name);
 // The name with its whole path, as another process must be told; as given where that fails.
 std::string FullName(const std::string& name);
-// What stands in front of the last separator; empty where there is none.
+// What is before the last separator; empty where there is none.
 std::string FolderOf(const std::string& name);
 // Opens with the given fopen mode; on failure null with `error` set to an errno value. A folder is
 // refused on every platform (EISDIR, or what the platform reports for it), a named pipe for reading

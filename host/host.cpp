@@ -76,7 +76,7 @@ void AppendUtf8(std::string& out, uint32_t code) {
   out.push_back(static_cast<char>(0x80 | (code & 0x3F)));
 }
 
-// Decodes one character at `at`, which moves behind it; U+FFFD for bytes that are no UTF-8.
+// Decodes one character at `at`, which moves after it; U+FFFD for bytes that are no UTF-8.
 uint32_t TakeUtf8(std::string_view text, size_t& at) {
   const auto lead = static_cast<uint8_t>(text[at++]);
   if (lead < 0x80) return lead;

@@ -24,8 +24,8 @@ inline constexpr int kBackupStoppable = 200;
 inline constinit LongOperation long_operation_instance;
 inline LongOperation& TheLongOperation() { return long_operation_instance; }
 
-// Claims the one slot for a long operation, sets the running flag to `code` (not 0) and forgets what
-// the last one cut short. False when one is under way, or was stopped and has not ended yet.
+// Claims the one slot for a long operation, sets the running flag to `code` (not 0) and forgets
+// what the last one cut short. False when one is under way, or was stopped and has not ended yet.
 bool BeginOperation(int code);
 // The worker's last act; clears the running flag as well.
 void EndOperation();

@@ -50,7 +50,7 @@ std::string BehindLink(const std::string& name) {
 }
 
 bool OpenDirectly(const std::string& name, OutputFile& file, int& error) {
-  // Behind what is there: where the name leads to a file after all, its end is what was written to
+  // After what is there: where the name leads to a file after all, its end is what was written to
   // it so far.
   file.stream = OpenFile(name, "ab", error);
   file.name = file.written = name;

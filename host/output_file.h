@@ -13,7 +13,7 @@ namespace hivequarry {
 enum class OutputMode {
   kNew,      // refused (EEXIST) where there is a file of that name
   kReplace,  // a new file, in place of one of that name
-  kAppend,   // behind what the file holds already; a new file where there is none
+  kAppend,   // after what the file holds already; a new file where there is none
 };
 
 // A replacing file is written beside its place under a name of its own, and takes its place when it

@@ -43,7 +43,7 @@ bool IsSection(std::string_view line, std::string_view& name) {
   return true;
 }
 
-// Where a key stands in a profile's text, or where it would have to.
+// Where a key is in a profile's text, or where it would have to.
 struct Spot {
   bool has_section = false;
   bool has_key = false;

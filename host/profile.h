@@ -15,7 +15,7 @@ namespace hivequarry {
 std::string ProfileValue(std::string_view text, std::string_view section, std::string_view key,
                          std::string_view missing, size_t limit);
 // Sets a key in the text of a profile file, leaving everything else in it as it is. A new key goes
-// behind the last one of its section, a new section to the end.
+// after the last one of its section, a new section to the end.
 void SetProfileValue(std::string& text, std::string_view section, std::string_view key,
                      std::string_view value);
 // A value as it is written: in quotes when it would lose quotes or blanks else, line ends as

@@ -55,7 +55,7 @@ size_t SoundLength(std::string_view text) {
   return length;
 }
 
-// Code-page text in which UTF-8 names stand, as UTF-8.
+// Code-page text in which UTF-8 names are, as UTF-8.
 std::string MixedAsUtf8(std::string_view text) {
   std::string utf8;
   for (size_t at = 0; at < text.size();) {

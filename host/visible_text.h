@@ -1,5 +1,5 @@
 // Text for a terminal. Names and data come from files that somebody else wrote: a control character
-// among them could move the cursor, colour, hide or turn around what stands beside it, and a line
+// among them could move the cursor, colour, hide or turn around what is beside it, and a line
 // end could make a line that the program never wrote.
 //
 // Such a character is shown as "\u{1B}", its number in hexadecimal. So that each "\u{" begins one,

@@ -33,7 +33,7 @@ constexpr TitleWidth kTitles[] = {
     // Value types, and what is about as long.
     {"Type", Unit::kType, 0, 0},
     {"Type in file", Unit::kType, 0, 0},
-    // Positions: "0x00001020", some with the decimal number behind.
+    // Positions: "0x00001020", some with the decimal number after.
     {"Key Offset", Unit::kText, 5, 0},
     {"Value Offset", Unit::kText, 5, 0},
     {"File Offset", Unit::kText, 4, 0},
@@ -162,7 +162,7 @@ int FixedWidth(const TitleWidth& title, const WidthUnits& units) {
   return title.unit == Unit::kType ? units.type : title.thirds * units.text / 3;
 }
 
-// Further columns may stand behind those of the kind.
+// Further columns may be after those of the kind.
 bool HasOwnColumns(const OutputList& list) {
   const ListKindInfo& info = FindListKind(ListKindOf(list));
   if (info.columns.empty() || std::ssize(info.columns) > ColumnCount(list)) return false;

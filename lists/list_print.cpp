@@ -77,7 +77,7 @@ void DrawLine(Job& job, std::string_view text) {
   if (!job.refused) job.device.draw(job.device.context, job.left, line, text);
 }
 
-// Characters of a line that go on it; at least one behind the indent, so that the rest shrinks.
+// Characters of a line that go on it; at least one after the indent, so that the rest shrinks.
 size_t CharactersThatFit(const Job& job, std::string_view text, size_t indent) {
   const int room = job.right - job.left;
   if (WidthOf(job, text) <= room) return text.size();

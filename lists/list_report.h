@@ -30,7 +30,7 @@ std::string ReportTime(int64_t local_seconds);
 std::string ReportTimeNow();
 
 // Writes the file's text. A list without columns is refused (false, nothing written); one without
-// rows to write ends behind the row marker. Line ends and zero characters inside a text become
+// rows to write ends after the row marker. Line ends and zero characters inside a text become
 // blanks, as the file has nothing to keep them with. False also when the sink refused or the user
 // stopped.
 bool WriteReport(const OutputList& list, const WrittenRows& which, const ReportLook& look,

@@ -42,7 +42,7 @@ bool Stopped(StopPoll& poll) {
 
 bool IsDigit(char character) { return character >= '0' && character <= '9'; }
 
-// The decimal number at `at`, which moves behind its digits; no more than `most`.
+// The decimal number at `at`, which moves after its digits; no more than `most`.
 uint64_t TakeNumber(std::string_view text, size_t& at, uint64_t most) {
   uint64_t number = 0;
   for (; at < text.size() && IsDigit(text[at]); ++at) {
@@ -62,7 +62,7 @@ uint64_t NumberKey(std::string_view text) {
   return negative ? kZero - number : kZero + number;
 }
 
-// Two bytes for the year and one for each of the six numbers behind it.
+// Two bytes for the year and one for each of the six numbers after it.
 uint64_t DateKey(std::string_view text) {
   constexpr int kParts = 7;
   uint64_t key = 0;
@@ -129,7 +129,7 @@ size_t CommonPath(const TextSort& sort, const std::vector<SortRow>& rows) {
   return mark == std::string_view::npos ? 0 : mark + 1;
 }
 
-// Where stored keys stand. When memory gives out full keys are made for each comparison.
+// Where stored keys are. When memory gives out full keys are made for each comparison.
 struct KeyStore {
   std::vector<std::unique_ptr<char[]>> chunks;
   char* free_space = nullptr;
@@ -168,7 +168,7 @@ size_t CommonStart(const std::vector<SortRow>& rows) {
   return common;
 }
 
-// The eight bytes behind the common start, so that most comparisons look no further.
+// The eight bytes after the common start, so that most comparisons look no further.
 void SetHeads(std::vector<SortRow>& rows) {
   const size_t common = CommonStart(rows);
   for (SortRow& row : rows) {

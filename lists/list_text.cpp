@@ -15,7 +15,7 @@ constexpr size_t kMaxFirstColumn = 520;  // of a result's first column
 // The program's own lists have no limits.
 bool IsResultList(const OutputList& list) { return ListKindOf(list) < kFirstOwnKind; }
 
-// Code-page text as it stands, or visible UTF-8.
+// Code-page text as it is, or visible UTF-8.
 void AppendText(std::string_view text, bool visible, std::string& out) {
   if (!visible || PlainEnd(text, 0, '{', '{') == text.size()) {
     out += text;

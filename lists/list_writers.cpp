@@ -159,7 +159,7 @@ void AppendJsonCell(const ListShape& shape, int column, std::string_view text, s
   }
 }
 
-// A member behind others, unless there is nothing to say.
+// A member after others, unless there is nothing to say.
 void AppendJsonFact(const char* key, std::string_view utf8, std::string& scratch,
                     std::string& out) {
   if (utf8.empty()) return;
@@ -189,7 +189,7 @@ void WriteJsonRow(const ListShape& shape, const std::vector<std::string>& keys, 
   out += "}\n";
 }
 
-// What stands in front of each cell's text: brace or comma, key and colon.
+// What is before each cell's text: brace or comma, key and colon.
 std::vector<std::string> JsonKeys(const ListShape& shape) {
   std::vector<std::string> keys;
   for (int column = 0; column < shape.columns; ++column) {

@@ -17,9 +17,9 @@ namespace {
 
 // A row is one blob: this head, the last-write time (only of a row about a key), which texts are
 // shared (a bit each, only when any are), the end of each text counted from the first text's start,
-// and the texts. The texts are the cells, empty ones at the end left out, and behind them path,
+// and the texts. The texts are the cells, empty ones at the end left out, and after them path,
 // name and bytes when the row has any of these. Ends take two bytes each, four when the texts are
-// longer than that. In place of a shared text stands where an earlier row has it: the rows of a
+// longer than that. In place of a shared text is where an earlier row has it: the rows of a
 // key's values have its path once.
 struct RowHead {
   uint32_t datum;
@@ -54,7 +54,7 @@ struct StoredText {
 constexpr size_t kFirstChunk = 4096;
 constexpr size_t kLargestChunk = size_t{1} << 20;
 
-// Row pointers stand in blocks that double in size, so that none ever moves: block b holds
+// Row pointers are in blocks that double in size, so that none ever moves: block b holds
 // kFirstBlock << b of them.
 constexpr uint32_t kFirstBlock = 256;
 constexpr int kBlockCount = 24;
@@ -71,7 +71,7 @@ RowPlace PlaceOfRow(uint32_t row) {
   return {block, row - kFirstBlock * ((1U << block) - 1)};
 }
 
-constexpr size_t kMaxNumberedText = 511;  // of a first column behind its row's number
+constexpr size_t kMaxNumberedText = 511;  // of a first column after its row's number
 
 using Bytes = std::unique_ptr<char[]>;
 

@@ -1,4 +1,4 @@
-// Output List: the model behind every list of results. Its kind fixes title and columns; rows are
+// Output List: the model after every list of results. Its kind fixes title and columns; rows are
 // appended by a worker while a window may read those already there. Writers (list_writers.h) and
 // windows only ever read it.
 #pragma once
@@ -20,7 +20,7 @@ inline constexpr int kMaxOwnColumns = 32;   // of the console program's own list
 // Keys and values that an operation could not treat, with the error.
 inline constexpr int kListErrors = 80;
 // Kinds of the console program's own lists, from 100 on: the limits of result lists don't hold for
-// them. The kinds of results stand in the table alone.
+// them. The kinds of results are in the table alone.
 inline constexpr int kFirstOwnKind = 100;
 inline constexpr int kListBins = 104;
 inline constexpr int kListInfo = 100;
@@ -86,7 +86,7 @@ const std::string& ColumnTitle(const OutputList& list, int column);
 // program's own kinds); the list must be empty.
 void SetColumns(OutputList& list, std::vector<std::string> titles);
 
-// Numbers in front of the first column of the rows added from now on; the numbers count the rows of
+// Numbers before the first column of the rows added from now on; the numbers count the rows of
 // the list from 1. A first column longer than 511 characters is cut to that.
 enum class RowNumbers : uint8_t {
   kNone,

@@ -33,7 +33,7 @@ constexpr uint64_t kMarkerWithin = 20'000;  // bytes from the start of the file
 // program's own lists does not.
 struct KeptOfRow {
   size_t text;  // characters; a longer one ends in "..."
-  int columns;  // texts of the columns behind them are read over
+  int columns;  // texts of the columns after them are read over
 };
 constexpr KeptOfRow kKeptOfResults = {519, 12};
 constexpr KeptOfRow kKeptOfOwn = {0x10000, kMaxOwnColumns};
@@ -55,7 +55,7 @@ std::string HeadValue(std::string_view text, const char* key, const char* missin
   return ProfileValue(text, kReportSection, key, missing, limit);
 }
 
-// The widths stand from the last column to the first, a ';' before each.
+// The widths are from the last column to the first, a ';' before each.
 std::vector<int> WidthsOf(std::string_view text, size_t columns) {
   std::vector<int> widths(columns, kReportOtherWidth);
   for (size_t column = 0; column < columns && !text.empty(); ++column) {
@@ -97,7 +97,7 @@ void TakePiece(Lines& lines) {
   lines.taken += count;
 }
 
-// The next line without its end, valid until the next call; false behind the last one and when the
+// The next line without its end, valid until the next call; false after the last one and when the
 // user stops.
 bool TakeLine(Lines& lines, std::string_view& line) {
   size_t searched = 0;
@@ -197,7 +197,7 @@ void TakeRowLine(int number, std::string_view rest, PendingRow& pending, OutputL
 }
 
 // Notes the rows that are not read because of a damaged line, from that line on: the one that it is
-// in the middle of, and those that begin behind it.
+// in the middle of, and those that begin after it.
 void NoteRowsLeft(Lines& lines, const PendingRow& pending, int columns) {
   uint64_t rows = pending.begun && !pending.ended ? 1 : 0;
   bool ended = rows == 0;
@@ -208,7 +208,7 @@ void NoteRowsLeft(Lines& lines, const PendingRow& pending, int columns) {
     if (number == 1 || ended) ++rows;
     ended = number == kReportRowEnd;
   }
-  // Nothing but damage behind the last row is a row of which nothing is left.
+  // Nothing but damage after the last row is a row of which nothing is left.
   NoteShortfall(Shortfall::kRows, std::max<uint64_t>(rows, 1));
 }
 

@@ -74,7 +74,7 @@ struct Saving {
 
 // --- one key -------------------------------------------------------------------------------------
 
-// What stands in the way of the kernel's own call just as well: rights, and the place of the file.
+// What is in the way of the kernel's own call just as well: rights, and the place of the file.
 // Anything else may be the way that leads to it, through names and files of the Win32 layer.
 bool IsFinal(int32_t error) {
   constexpr int32_t kWriteProtected = 19, kDiskFull = 112, kFileExists = 80, kPathNotFound = 3;
@@ -126,7 +126,7 @@ bool SaveKey(Saving& saving, RegistryKey root, const char16_t* sub_key, const st
 
 // --- hives ---------------------------------------------------------------------------------------
 
-// True when nothing stands under the name any more.
+// True when nothing is under the name any more.
 bool MakeRoom(const Backup& backup, const std::string& file) {
   if (!IsNameTaken(file)) return true;
   if (!MayOverwrite(backup, file, "  Overwrite file ?")) return false;

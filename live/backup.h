@@ -12,7 +12,7 @@
 namespace hivequarry {
 
 // The folder for a backup of that day: named by the date, in `base` or in place of such a name at
-// the end of it; the next free letter stands behind the date. Empty when none is left.
+// the end of it; the next free letter is after the date. Empty when none is left.
 std::string BackupFolderName(const std::string& base, bool automatic, const CalendarTime& today);
 CalendarTime LocalNow();
 
@@ -27,7 +27,7 @@ bool HasBackupPrivilege(const Backup& backup);
 // Makes the folder, or the last two of its path; false, after a message, when there is none then.
 bool EnsureFolder(const Backup& backup);
 // The whole backup, with the two questions above. A hive that fails never stops the others, and
-// nothing half-written ever stands under a file's name. The files are for administrators and the
+// nothing half-written ever is under a file's name. The files are for administrators and the
 // system alone; where that can't be, it is said. The file of an earlier backup is deleted
 // (after a question) before its hive is saved.
 HiveRunResult RunBackup(const Backup& backup);

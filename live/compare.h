@@ -40,7 +40,7 @@ struct ComparedData {
   std::span<const uint8_t> data;  // as stored: texts are UTF-16
 };
 // True when the registry's value counts as the same as the hive's: a text counts up to its first
-// zero, a zero more or less behind data means nothing, nor does it whether four bytes are called a
+// zero, a zero more or less after data means nothing, nor does it whether four bytes are called a
 // number or binary.
 bool IsSameData(const ComparedData& file, const ComparedData& live);
 

@@ -14,7 +14,7 @@
 namespace hivequarry {
 
 struct LiveHive {
-  const char* selector;  // on the command line, behind "-"
+  const char* selector;  // on the command line, after "-"
   const char* path;      // as the user knows it
   RegistryKey root;
   const char16_t* sub_key;  // empty: the whole root
@@ -22,7 +22,7 @@ struct LiveHive {
 };
 // In the order in which they are saved and replaced.
 inline constexpr int kLiveHives = 9;
-inline constexpr int kBootHive = 7;  // as are all behind it, on systems from 2006 on
+inline constexpr int kBootHive = 7;  // as are all after it, on systems from 2006 on
 const std::array<LiveHive, kLiveHives>& LiveHiveTable();
 // Sets of hives are bits by place in the table.
 constexpr uint32_t HiveBit(int hive) { return 1U << hive; }

@@ -31,7 +31,7 @@ OpenedKey OpenForReading(RegistryKey parent, const char16_t* name, uint32_t acce
 // True for a symbolic link that was opened itself (kRegistryOpenLink) and leads somewhere.
 bool IsRegistryLink(RegistryKey key);
 
-// Keys or values behind these were not listed: reading them on failed.
+// Keys or values after these were not listed: reading them on failed.
 struct ListingCut {
   std::string path;
   int32_t error = kRegistryDone;

@@ -12,7 +12,7 @@
 namespace hivequarry {
 
 struct LivePlace {
-  std::string prefix;       // "HKLM\SYSTEM": the root path as lists show it, no number behind it
+  std::string prefix;       // "HKLM\SYSTEM": the root path as lists show it, no number after it
   RegistryKey root = 0;     // the predefined root
   std::u16string sub_path;  // of the hive's root key, below it; empty for the root itself
 };
@@ -20,7 +20,7 @@ struct LivePlace {
 // same.
 bool FindLivePlace(const HiveImage& hive, LivePlace& place);
 
-// True for a virtual folder and what stands below one: nobody knows where that belongs.
+// True for a virtual folder and what is below one: nobody knows where that belongs.
 bool HasNoLivePlace(const KeyTree& tree, uint32_t item);
 // The item's path below the hive's root key, empty for that itself; cut where ItemPath cuts it.
 std::string PathBelowRoot(const HiveImage& hive, const KeyTree& tree, uint32_t item);

@@ -5,7 +5,7 @@
 namespace hivequarry {
 namespace {
 
-// Where a report goes on behind its own root, on machines that have such a key: what 32-bit
+// Where a report goes on after its own root, on machines that have such a key: what 32-bit
 // programs and the user's own leave.
 struct FurtherRoot {
   Report report;

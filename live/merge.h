@@ -38,7 +38,7 @@ struct MergeCounts {
 };
 // On a worker. Writes the branch as displayed, keys before their children; existing values are
 // overwritten, others stay. What the registry refuses, or the hive no longer holds, becomes a row
-// of `errors` (kListErrors). Symbolic links are written behind the other keys of their parent, and
+// of `errors` (kListErrors). Symbolic links are written after the other keys of their parent, and
 // a key that is a link in one of hive and registry alone is refused. A refused key is left out with
 // all below it; the first refused value ends the merge after a message. Ends early when the user
 // stops.

@@ -1,5 +1,5 @@
 // The registry functions that this program calls, in one table with the platform's signatures:
-// ADVAPI32 behind it in the product, a registry kept in memory for tests on systems that have none.
+// ADVAPI32 after it in the product, a registry kept in memory for tests on systems that have none.
 #pragma once
 
 #include <cstdint>

@@ -46,8 +46,8 @@ std::string SnapshotMessage(const SnapshotResult& result);
 // values and security, links as links. What can't be read or copied becomes a row of `errors`
 // (kListErrors). Security that can't be set stays that of the key above; the first key has no class
 // name. Unless it is done, nothing has changed: no file, no mounted key, privileges as before. Only
-// an unloading that fails, in spite of some tries, leaves the key and its file. A snapshot takes the
-// place of an earlier one, but of no hive, log or evidence.
+// an unloading that fails, in spite of some tries, leaves the key and its file. A snapshot takes
+// the place of an earlier one, but of no hive, log or evidence.
 SnapshotResult MakeKeySnapshot(const std::string& path, const std::string& file,
                                OutputList& errors);
 // Likewise of a whole root, under its own name in the folder. Roots that are one hive are saved by

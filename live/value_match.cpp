@@ -19,7 +19,7 @@ bool IsSameType(const ComparedData& file, const ComparedData& live) {
          file.data.size() == live.data.size();
 }
 
-// Bytes in front of the first zero unit; all when there is none.
+// Bytes before the first zero unit; all when there is none.
 size_t LengthToZero(std::span<const uint8_t> data, size_t unit) {
   for (size_t at = 0; at + unit <= data.size(); at += unit) {
     if (std::all_of(&data[at], &data[at] + unit, [](uint8_t byte) { return byte == 0; })) return at;

@@ -1,7 +1,7 @@
 // Where a fragment without any block header stood in its hive.
 //
 // Its cells are found by the scan, but their offsets count from a data area that begins somewhere
-// in front of the fragment. Every offset that a record holds, and every record of the kind that it
+// before the fragment. Every offset that a record holds, and every record of the kind that it
 // must lead to, is a vote for one distance between offsets and positions: keys' parents lead to
 // keys, their subkey lists to lists, their security fields to security records, list entries to
 // keys, which must then also carry the entry's name hash or begin with its characters. An offset

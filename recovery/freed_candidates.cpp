@@ -17,9 +17,9 @@ namespace {
 constexpr uint32_t kMaxName = 510;  // bytes, of keys and values
 constexpr uint32_t kRecordStep = 8;
 constexpr uint32_t kPage = 4096;
-constexpr uint32_t kMostPadding = 8;         // behind the name of a value that the scan accepts
+constexpr uint32_t kMostPadding = 8;         // after the name of a value that the scan accepts
 constexpr uint32_t kLongestValueCell = 768;  // likewise
-// What was left behind the blocks need not stand where cells do.
+// What was left after the blocks need not be where cells do.
 constexpr uint32_t kLooseStep = 4;
 
 // A stretch of bytes to be looked through.
@@ -140,7 +140,7 @@ bool IsValueRecord(const HiveImage& hive, uint32_t p, FreedPlace place) {
 
 // --- the walk --------------------------------------------------------------------------------
 
-// A step of the walk in which a whole record may stand.
+// A step of the walk in which a whole record may be.
 void LookAt(Walk& walk, uint32_t p, const Stretch& stretch) {
   const HiveImage& hive = walk.hive;
   const auto signature = static_cast<uint16_t>(WordAt(walk, p + 4));
@@ -235,7 +235,7 @@ uint32_t TakeCell(Walk& walk, uint32_t p, uint32_t size) {
   return p + length;
 }
 
-// What stands at the steps of a page that begins like a key or a value.
+// What is at the steps of a page that begins like a key or a value.
 struct PageCount {
   uint32_t keys = 0;   // allocated, as far as their size says
   uint32_t other = 0;  // not allocated, or values that the scan does not accept
@@ -258,7 +258,7 @@ PageCount CountPage(const uint8_t* page) {
   return count;
 }
 
-// The keys of the tree whose cells stand in a page; not those that were made for a place.
+// The keys of the tree whose cells are in a page; not those that were made for a place.
 uint32_t CountKnownKeys(const Walk& walk, uint32_t page) {
   uint32_t known = 0;
   for (uint32_t word = page / 512; word < (page + kPage) / 512; ++word) {
@@ -317,7 +317,7 @@ void WalkImage(Walk& walk) {
   host.progress_range(host.context, 0);
 }
 
-// Leaves the record the part of its name in front of `next`, where another one begins, and of the
+// Leaves the record the part of its name before `next`, where another one begins, and of the
 // end of its stretch. False when that is too little.
 bool EndsBefore(const HiveImage& hive, uint64_t next, FreedCandidate& record) {
   const uint32_t name = record.position + FixedPart(record);

@@ -23,7 +23,7 @@ constexpr uint32_t kStopPollMask = 0xFF;
 constexpr uint32_t kInlineData = 4;       // bytes that a value holds itself
 constexpr uint32_t kEntriesOfEach = 256;  // of a key's list, read whatever other keys have read
 
-// Null when none of them stands there. Of keys or of values, const or not.
+// Null when none of them is there. Of keys or of values, const or not.
 template <typename Records>
 auto* FindRecord(Records& records, uint32_t position) {
   const auto at = std::ranges::lower_bound(records, position, {}, &Records::value_type::position);
@@ -173,7 +173,7 @@ FreedValue* ValueAt(Relating& relating, uint32_t position) {
   return rank == kNoRank ? nullptr : &values[relating.rows_of_rank[rank]];
 }
 
-// Values outside blocks may stand at other places than multiples of 8.
+// Values outside blocks may be at other places than multiples of 8.
 void IndexValues(Relating& relating) {
   const std::vector<FreedValue>& values = relating.records.values;
   ResetIndex(relating.values, relating.hive.length);
@@ -214,7 +214,7 @@ void ReadList(Relating& relating, FreedKey& key) {
   if (key.shift != 0) ReadShiftedList(relating, key);
 }
 
-// The list may stand in a free cell too; what it names must be values still.
+// The list may be in a free cell too; what it names must be values still.
 void TakeValues(Relating& relating, FreedKey& key) {
   ReadList(relating, key);
   for (const uint32_t position : relating.positions) {
@@ -240,7 +240,7 @@ void ForEachKey(FreedRecords& records, const Work& work) {
   }
 }
 
-// Which records stand in pages of an earlier state. With fewer than three keys that lead nowhere
+// Which records are in pages of an earlier state. With fewer than three keys that lead nowhere
 // there is nothing to tell it by.
 void FindShifts(Relating& relating) {
   FreedRecords& records = relating.records;

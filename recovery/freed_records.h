@@ -1,17 +1,17 @@
-// Keys and values that were deleted and that nothing names any more, but whose records still stand
-// in the free space of the image: in free cells, inside free cells that were merged, behind the end
+// Keys and values that were deleted and that nothing names any more, but whose records still are
+// in the free space of the image: in free cells, inside free cells that were merged, after the end
 // of records in use, and in bytes that belong to no cell.
 //
 // Rules:
 // 1. What the tree or its folders show is left out. A record must pass every check that its fields
 //    allow: a name that is printable and has room, a plausible time or type, offsets that could be
 //    offsets. Bytes that are the data of a value in use are no free space.
-// 2. A key hangs where its parent field leads, if a key of the tree or another freed key stands
+// 2. A key hangs where its parent field leads, if a key of the tree or another freed key is
 //    there and may have had it: a key keeps the lengths of the longest name among its subkeys, and
 //    of the longest name and data among its values, until the last one goes. Else its path begins
 //    with "?", since the place was used again.
 // 3. A value belongs to the freed key whose value list names it; else to the key in use whose list
-//    still names it behind its end. Either may have had it by the same lengths.
+//    still names it after its end. Either may have had it by the same lengths.
 // 4. Pages that were left from an earlier state of the hive have that state's offsets
 //    (freed_shifts.h). Those lead to freed records alone.
 #pragma once
@@ -29,7 +29,7 @@ namespace hivequarry {
 enum class FreedPlace : uint8_t {
   kFreeCell,      // it begins a free cell
   kInFreeCell,    // merged into one
-  kBehindRecord,  // in an allocated cell, behind what its record or data need
+  kBehindRecord,  // in an allocated cell, after what its record or data need
   kNoCell,        // in bytes in which no cell can be made out
 };
 
@@ -122,7 +122,7 @@ std::string FreedKeyName(const HiveImage& hive, const FreedKey& key);
 bool IsFreedBelow(const KeyTree& tree, const FreedRecords& records, uint32_t key_position,
                   uint32_t item);
 
-// Where the record stands and what its path is worth: "inside a free cell, not confirmed".
+// Where the record is and what its path is worth: "inside a free cell, not confirmed".
 std::string FreedPlaceWords(const FreedRecords& records, const FreedKey& key);
 std::string FreedPlaceWords(const HiveImage& hive, const FreedRecords& records,
                             const FreedValue& value);

@@ -80,7 +80,7 @@ void NoteValue(const HiveImage& hive, uint32_t position, FreedUses& uses) {
   if (!uses.odd_types.empty()) NoteType(hive, position, uses);
 }
 
-// What the list names, as all walks read it, and what stands after its end.
+// What the list names, as all walks read it, and what is after its end.
 void NoteList(Collecting& collecting, uint32_t key) {
   const HiveImage& hive = collecting.hive;
   if (!HasValueList(hive, key)) return;

@@ -274,10 +274,10 @@ class Emitter {
   struct Open {
     uint32_t row;
     uint32_t item;
-    uint32_t next;  // entry to look at; behind the last one, child by field
+    uint32_t next;  // entry to look at; after the last one, child by field
   };
 
-  // Moves on by one; `child` is the row to open, or kNoRow. False behind the last child.
+  // Moves on by one; `child` is the row to open, or kNoRow. False after the last child.
   bool NextChild(Open& top, uint32_t& child) const {
     const KeyRow& key = tables_.keys[top.row];
     const uint32_t at = top.next++;

@@ -8,12 +8,12 @@
 // agrees; their parent field names a key whose own list is lost or incomplete; a list names them;
 // their parent field names any other key. Of these,
 // - a key that names a connected key whose list is lost or incomplete hangs there, in its branch;
-// - a key that names a connected key whose list is whole was unlinked from it: it stands under
+// - a key that names a connected key whose list is whole was unlinked from it: it is under
 //   "Disconnected Keys", in a branch of path copies that leads to its place;
 // - keys that hang nowhere are the first level of "Disconnected Keys", in the order of their
 //   positions; a ring of keys is cut at its lowest position.
 //
-// Cycles, shared subtrees and double listings end here: nothing behind this room meets them.
+// Cycles, shared subtrees and double listings end here: nothing after this room meets them.
 #pragma once
 
 #include <vector>

@@ -15,7 +15,7 @@ enum class MarkVerdict : uint8_t {
   kRuledOut,  // the key has some, and none was ever as long
 };
 
-// Whether the key whose cell stands at `parent` may have had the key, or the value, at a position.
+// Whether the key whose cell is at `parent` may have had the key, or the value, at a position.
 MarkVerdict SubkeyVerdict(const HiveImage& hive, uint32_t parent, uint32_t subkey);
 MarkVerdict ValueVerdict(const HiveImage& hive, uint32_t key, uint32_t value);
 

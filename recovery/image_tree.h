@@ -13,7 +13,7 @@ struct BuildOptions {
   bool tolerant_keys = true;         // accept keys with damaged signatures ("bad_nk")
   uint32_t minimum_name_length = 0;  // taken for keys with a name length of 0, when not 0
   std::string root_path;             // root path given by the user; empty: the automatic choice
-  // Cut the image in front of another hive's root, and ask whether to open that in a new copy
+  // Cut the image before another hive's root, and ask whether to open that in a new copy
   // (root_search.h). False: further roots stay keys of this tree.
   bool ask_other_roots = true;
   // What was collected up to a stop is shown. False: a stopped build ends at once, without a tree.
@@ -45,7 +45,7 @@ inline bool FoundNothing(const ImageSummary& found) {
 }
 
 // Builds `tree` for a loaded image; runs on any one thread at a time, shows each phase through the
-// host. A stop ends the phase under way; the phases behind it still run on what was collected.
+// host. A stop ends the phase under way; the phases after it still run on what was collected.
 ImageSummary BuildImageTree(HiveImage& hive, const BuildOptions& options, KeyTree& tree);
 
 }  // namespace hivequarry

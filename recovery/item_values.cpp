@@ -83,7 +83,7 @@ void MakeTechnical(const HiveImage& hive, const ValueKey& value, ValueRow& row) 
   std::snprintf(text, sizeof(text), ordinary ? "%Xod, (%u)" : "%08Xo, %u %s ",
                 PlaceOf(hive, value.data_position), value.type, "= unknown dtype");
   row.data = text;
-  // The data's offset leads nowhere: what stands there is no position.
+  // The data's offset leads nowhere: what is there is no position.
   if (value.data_position >= kNowhere) row.data.replace(0, row.data.find(','), "nowhere");
   if (value.edited) row.type += "  Edited";
   if (value.status != ValueStatus::kRead) {
@@ -195,7 +195,7 @@ void AddEvidence(const HiveImage& hive, const KeyTree& tree, const KeyItem& it,
   }
 }
 
-// What stands beside the name of a made key: the child that names it, or the list entry.
+// What is beside the name of a made key: the child that names it, or the list entry.
 std::string MadeKeyText(const HiveImage& hive, const KeyTree& tree, const KeyItem& it) {
   const uint32_t item = ItemOfPosition(tree, it.position);
   const std::string name = ItemName(hive, tree, item);

@@ -21,10 +21,10 @@ const OwnedCells& LiveCells(const HiveImage& hive, const std::vector<bool>& reac
 // reached is the record. What was made from such bytes goes with them. Returns how many rows went;
 // the rows' numbers have changed then.
 uint32_t DropOwnedKeys(const HiveImage& hive, const std::vector<bool>& reached, ScanTables& tables);
-// The same of the subkey lists that no key names and that stand in data or class names.
+// The same of the subkey lists that no key names and that are in data or class names.
 void DropOwnedLists(const HiveImage& hive, const std::vector<bool>& reached, ScanTables& tables);
 
-// Of recovered keys and values, those that stand in the data of a recovered value, or the like, and
+// Of recovered keys and values, those that are in the data of a recovered value, or the like, and
 // the records that own these: neither is proven by anything else. Both are noted in the tree, keys
 // get kMarkShared.
 void MarkSharedBytes(const HiveImage& hive, KeyTree& tree);

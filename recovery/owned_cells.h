@@ -1,9 +1,9 @@
 // The cells that records own: a key its lists and class name, a value its data, however those
-// begin. Whoever may write a value chooses the bytes of its data, so what stands in there is no
+// begin. Whoever may write a value chooses the bytes of its data, so what is in there is no
 // record, though it looks like one.
 //
 // Collecting reads every value of the keys asked for. It is meant for images in which something
-// stands where no list leads, not for sound ones.
+// is where no list leads, not for sound ones.
 #pragma once
 
 #include <cstdint>
@@ -52,7 +52,7 @@ OwnedCells CollectOwnedCells(const HiveImage& hive, const KeyTree& tree);
 OwnedCells CollectValueCells(const HiveImage& hive, std::span<const uint32_t> values);
 
 // A cell that has bytes in [begin, end), null for none. Of a data cell every byte counts: what
-// stands after the bytes in use may be what was written there before they became fewer. Of any
+// is after the bytes in use may be what was written there before they became fewer. Of any
 // other cell the bytes in use count: after them older records may be left.
 const OwnedCell* OwnerOf(const OwnedCells& owned, uint32_t begin, uint64_t end);
 

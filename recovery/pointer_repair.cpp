@@ -180,7 +180,7 @@ bool CouldBeOwnList(ValueListRepair& repair, uint32_t key, uint32_t offset, uint
   return verdict->places && !anothers;
 }
 
-// A list that shrank keeps its cell: behind its count stand values that were deleted, or that moved
+// A list that shrank keeps its cell: after its count are values that were deleted, or that moved
 // up. True when there are others.
 bool GoesOn(const HiveImage& hive, uint32_t list, uint32_t count) {
   const uint32_t room = (CellLength(ReadU32(hive, list)) - 4) / 4;

@@ -20,7 +20,7 @@ namespace {
 
 constexpr uint32_t kCellHead = 4;          // the size field
 constexpr uint32_t kBigDataLength = 16;    // of a "db" cell
-constexpr uint32_t kLargestHidden = 4096;  // how far in front a hidden record is looked for
+constexpr uint32_t kLargestHidden = 4096;  // how far before one a hidden record is looked for
 constexpr size_t kMostNameShown = 128;     // of a record that is led to
 
 // As the file counts.
@@ -98,7 +98,7 @@ Span BlockAround(const HiveImage& hive, uint32_t position) {
   return block.Holds(position) ? block : Span{block.end, hive.length};
 }
 
-// What can be recognised next behind `at`: a block, or a record; `end` when there is nothing.
+// What can be recognised next after `at`: a block, or a record; `end` when there is nothing.
 uint32_t NextLandmark(const HiveImage& hive, uint32_t at, uint32_t end) {
   for (uint64_t p = uint64_t{at} + 8; p + 8 <= end; p += 8) {
     const auto place = static_cast<uint32_t>(p);
@@ -121,8 +121,8 @@ Span CellAround(const HiveImage& hive, const Span& cells, uint32_t position) {
   return {at, hive.length};
 }
 
-// The nearest record in front of `position` that reaches over it and lies inside `cell`: what was
-// deleted often still stands in a free cell.
+// The nearest record before `position` that reaches over it and lies inside `cell`: what was
+// deleted often still is in a free cell.
 Span HiddenRecord(const HiveImage& hive, const Span& cell, uint32_t position) {
   uint32_t at = cell.begin + (position - cell.begin) / 8 * 8;
   for (; at > cell.begin && position - at < kLargestHidden; at -= 8) {
@@ -190,7 +190,7 @@ std::string ListWords(const HiveImage& hive, uint32_t position) {
          " entries";
 }
 
-// What stands where an offset leads.
+// What is where an offset leads.
 std::string TargetWords(const HiveImage& hive, uint32_t position) {
   const RecordKind kind = KindAt(hive, position);
   std::string words = RecordKindWord(kind);

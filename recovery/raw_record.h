@@ -1,4 +1,4 @@
-// The raw view of a record: what stands in its bytes, field by field, as the file has it (edits in
+// The raw view of a record: what is in its bytes, field by field, as the file has it (edits in
 // memory don't show). Damaged records are shown as far as they reach.
 #pragma once
 
@@ -35,7 +35,7 @@ struct RecordPlace {
 
 // The record that holds `position`. A recognisable record that begins just there is taken, also one
 // hidden in another cell; else the cell of the chain through the block. Inside free cells and bytes
-// without a cell the nearest record in front that reaches so far is preferred.
+// without a cell the nearest record before it that reaches so far is preferred.
 RecordPlace RecordAt(const HiveImage& hive, uint32_t position);
 
 struct RawField {

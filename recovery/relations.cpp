@@ -19,7 +19,7 @@ namespace hivequarry {
 namespace {
 
 constexpr uint32_t kProgressRows = 128;
-constexpr uint32_t kKeyRoom = 80;  // a key needs this much in front of the image's end
+constexpr uint32_t kKeyRoom = 80;  // a key needs this much before the image's end
 
 // The repair under way.
 struct Repair {
@@ -29,7 +29,7 @@ struct Repair {
   ListRecords records;
   std::vector<uint32_t> owner_of_entry;  // key row by child entry
   std::vector<uint32_t> entry_of_row;    // a child entry that names the row's key, kNoRow for none
-  size_t scanned_keys = 0;  // key rows of the scan; those that were added stand behind them
+  size_t scanned_keys = 0;  // key rows of the scan; those that were added are after them
 };
 
 bool StopOrShow(uint32_t row, size_t total) {

@@ -41,7 +41,7 @@ bool WantsCopy(uint32_t file_position) {
 }
 
 // Where the hive begins of which the key at a position is the first cell: with its base block, or
-// with its first block. 0 when neither stands in front of it.
+// with its first block. 0 when neither is before it.
 uint32_t StartOfHive(const HiveImage& hive, uint32_t position) {
   if (!HasPlausibleName(hive, position)) return 0;
   if (position >= kFirstCellPosition &&
@@ -132,7 +132,7 @@ bool HasPlausibleName(const HiveImage& hive, uint32_t key_position) {
   // Cells are made as long as their names ask for: noise does not fit so well.
   const uint32_t needed = (kKeyName + length + 7) / 8 * 8;
   if (sized && cell - needed <= 8 && ReadU16(hive, key_position + 4) == kSignatureNk) return true;
-  // What goes on behind a zero is no part of the name that is shown.
+  // What goes on after a zero is no part of the name that is shown.
   const std::u16string whole = WideKeyName(hive, key_position, length);
   const std::u16string_view name = std::u16string_view(whole).substr(0, whole.find(u'\0'));
   return !name.empty() && std::ranges::all_of(name, [](char16_t unit) {

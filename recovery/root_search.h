@@ -7,12 +7,12 @@
 // The window's own root is
 // - with a base block, the first cell, or the key that the base block names; of the first cell
 //   enough must be left to tell a root (HasRootRemains);
-// - without one, the first root met, if no more stands in front of it than a base block and a bin
+// - without one, the first root met, if no more is before it than a base block and a bin
 //   header take: a fragment that was cut off somewhere at its front still shows its root, and a
 //   window that was opened for a root keeps it and does not ask for it again;
 // - where no root is left, but keys name its place as their parent, a root that is made there.
 //
-// Another hive begins where its base block or its first block stands, with the root as first cell,
+// Another hive begins where its base block or its first block is, with the root as first cell,
 // outside the blocks of this hive and outside every cell that a live record owns: whoever may write
 // a value can write a root key, and a whole hive too, into its data. Where that is so, nothing from
 // there on belongs to this window, whether or not the user wants to see the rest. In a run of cells
@@ -30,14 +30,14 @@
 namespace hivequarry {
 
 // Where in the file a range has to start so that the root cell at file offset `root` is found
-// first: with room for a base block and a bin header in front, or as much of that as there is.
+// first: with room for a base block and a bin header first, or as much of that as there is.
 uint32_t RangeStartForRoot(uint32_t root);
 
 // Opens the hive of the root cell at an image position in a new copy of the program: the range that
 // RangeStartForRoot gives, up to the end of the file.
 void OpenRootInCopy(const HiveImage& hive, uint32_t root_position);
 
-// True when what stands at a position has so much of a key that it can be taken for a root: of
+// True when what is at a position has so much of a key that it can be taken for a root: of
 // signature, flags, time, name, subkey list and security record at least a few that fit.
 bool HasRootRemains(const HiveImage& hive, uint32_t position);
 // A name for which its key's cell is made, or else one that fits and has no control characters.
@@ -47,7 +47,7 @@ enum class RootRole {
   kNone,       // a key like others
   kOwn,        // the window's root; it became the image's root position
   kOther,      // may be another hive's: FindOtherHive decides
-  kEndsImage,  // another hive's, beyond doubt: the image was cut in front of it
+  kEndsImage,  // another hive's, beyond doubt: the image was cut before it
 };
 // Decides about a key with a root's flags, or at the image's root position, that the scan met.
 RootRole JudgeRoot(HiveImage& hive, const ScannedKey& key, const ScanOptions& options,
@@ -57,7 +57,7 @@ RootRole JudgeRoot(HiveImage& hive, const ScannedKey& key, const ScanOptions& op
 // none. For finished tables.
 uint32_t FindOtherHive(const HiveImage& hive, ScanTables& tables);
 
-// Ends the image in front of another hive's root (length and last_valid; the bytes behind stay
+// Ends the image before another hive's root (length and last_valid; the bytes after stay
 // held), and asks the user whether to open it in a new copy.
 void CutAtRoot(HiveImage& hive, uint32_t position);
 

@@ -29,12 +29,12 @@ struct Walk {
   const ScanOptions& options;
   ScanPass pass;
   uint32_t bin_size = kDefaultBinSize;
-  uint32_t restart = 0;     // first position behind an unrecognised cell, 0 when none is pending
+  uint32_t restart = 0;     // first position after an unrecognised cell, 0 when none is pending
   uint32_t block = 0;       // the last block whose end is known: its header
   uint32_t block_end = 0;   // and the position after it
   uint32_t end_before = 0;  // likewise of the one before it
   uint32_t chained = 0;     // as far as cells were followed to know it
-  size_t run = 0;           // the first offset run that begins behind the current position
+  size_t run = 0;           // the first offset run that begins after the current position
   uint32_t shown_step = 0;  // of the progress bar
   size_t shown_rows = 0;    // in the status line
 };
@@ -73,7 +73,7 @@ uint32_t KnownEnd(Walk& walk, const BinTableRow& row) {
 
 uint32_t TakeBin(Walk& walk, uint32_t p) {
   const HiveImage& hive = walk.hive;
-  // Bytes of a cell: blocks do not stand in each other.
+  // Bytes of a cell: blocks do not be in each other.
   if (p < walk.block_end) return p + 8;
   walk.restart = 0;
   BinTableRow row;
@@ -90,7 +90,7 @@ uint32_t TakeBin(Walk& walk, uint32_t p) {
     walk.block = p;
     walk.block_end = end;
   }
-  // In front of the place where an image was cut there is a header without a cell.
+  // Before the place where an image was cut there is a header without a cell.
   const bool holds_cells = InsideHive(hive, p, kBinHeaderSize + 8);
   if (walk.pass == ScanPass::kCollect && holds_cells) walk.tables.bins.push_back(row);
   return p + kBinHeaderSize;
@@ -122,7 +122,7 @@ uint32_t TakeKey(Walk& walk, uint32_t p, uint16_t flags, uint32_t length, int ke
     const uint32_t name_length = ReadU16(walk.hive, p + kKeyNameLength);
     const uint32_t needed = (name_length + kKeyName + 7) / 8 * 8;
     key.has_slack = length > needed;
-    // Other cells may lie hidden behind the name, but none that goes on behind the key's own.
+    // Other cells may lie hidden after the name, but none that goes on after the key's own.
     const bool holds = key.has_slack && key_class == 0 && StepsByLength(walk, length);
     if (holds && walk.restart == 0) walk.restart = p + length;
     if (key.has_slack) next = p + needed;
@@ -208,7 +208,7 @@ uint32_t HoldAtRestart(Walk& walk, uint32_t p, uint32_t next) {
   return next;
 }
 
-// Where cells were moved, no step goes over the first one at its new place: the cell in front of it
+// Where cells were moved, no step goes over the first one at its new place: the cell before it
 // is longer by its size than it is.
 uint32_t HoldAtRun(Walk& walk, uint32_t p, uint32_t next) {
   const std::vector<OffsetRun>& runs = walk.hive.offset_runs;
@@ -218,7 +218,7 @@ uint32_t HoldAtRun(Walk& walk, uint32_t p, uint32_t next) {
   return runs[walk.run].position;
 }
 
-// No cell goes on behind its block.
+// No cell goes on after its block.
 uint32_t HoldAtBlock(const Walk& walk, uint32_t p, uint32_t next) {
   return p < walk.block_end && next > walk.block_end ? walk.block_end : next;
 }

@@ -49,13 +49,13 @@ bool HasKeyBody(const HiveImage& hive, uint32_t position, uint32_t size);
 struct ScannedKey {
   uint32_t position = 0;
   uint16_t flags = 0;
-  bool has_slack = false;  // bytes behind the name
+  bool has_slack = false;  // bytes after the name
   bool damaged = false;    // accepted by a tolerant rule
-  // Where the block ends, if that is known, that began last in front of it, but for a block of
+  // Where the block ends, if that is known, that began last before it, but for a block of
   // which it is the first cell. 0 for none.
   uint32_t block_end = 0;
 };
-// Adds the rows of one accepted key; none for a root in front of which the image was cut. Keys come
+// Adds the rows of one accepted key; none for a root before which the image was cut. Keys come
 // in the order of their positions.
 void AddScannedKey(HiveImage& hive, const ScannedKey& key, const ScanOptions& options,
                    ScanTables& tables);

@@ -22,11 +22,11 @@ enum KeyDamage : uint8_t {
   kDamageRootParent = 0x02,  // root key's parent outside the data area
   kDamageValueList = 0x10,   // value-list offset misaligned or beyond the data end
   kDamageBadNk = 0x20,       // accepted by the tolerant test
-  kDamageSlack = 0x40,       // slack behind the name
+  kDamageSlack = 0x40,       // slack after the name
   kDamageRootNoKeys = 0x80,  // root key without subkeys
 };
 
-// An accepted key cell, or a key that only relations still prove. Rows stand in the order of their
+// An accepted key cell, or a key that only relations still prove. Rows are in the order of their
 // positions, but for those that relation repair adds until it is done.
 struct KeyRow {
   uint32_t position = 0;
@@ -46,7 +46,7 @@ struct ChildEntry {
   uint32_t key = 0;       // position that the entry names
   uint32_t position = 0;  // of the entry itself
   uint32_t row = kNoRow;  // the key row at `key`, once the scan is done
-  bool hinted = false;    // an "lf" entry: four name characters stand behind the offset
+  bool hinted = false;    // an "lf" entry: four name characters are after the offset
 };
 
 struct DamageRow {

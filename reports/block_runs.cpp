@@ -39,7 +39,7 @@ class FileWindow {
     return true;
   }
 
-  // The first "hbin" with room for a header from `at` on. False behind the last one, or when the
+  // The first "hbin" with room for a header from `at` on. False after the last one, or when the
   // user stopped.
   bool FindSignature(uint64_t at, uint64_t& found) {
     while (!StopRequested() && (Holds(at, kBinHeaderSize) || Load(at))) {
@@ -67,7 +67,7 @@ class FileWindow {
     return position >= start_ && position + size <= start_ + got_;
   }
 
-  // With room for a base block in front, which is looked at next. False at the end of the file.
+  // With room for a base block first, which is looked at next. False at the end of the file.
   bool Load(uint64_t at) {
     start_ = at - std::min<uint64_t>(at, kBaseBlockSize);
     got_ = ReadFileBytes(stream_, start_, bytes_.data(), bytes_.size(), &unread_);
@@ -95,7 +95,7 @@ struct Block {
 
 struct Run {
   uint64_t start = 0;
-  uint64_t end = 0;  // behind its last byte
+  uint64_t end = 0;  // after its last byte
   Block last;
 };
 
@@ -123,7 +123,7 @@ bool FindBlock(FileWindow& window, uint64_t at, Block& block) {
   return false;
 }
 
-// True when the file goes on behind a block as it should: then what looks like a header inside of
+// True when the file goes on after a block as it should: then what looks like a header inside of
 // it is data of a cell.
 bool IsFollowed(FileWindow& window, const Block& block) {
   Block next;

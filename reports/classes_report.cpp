@@ -41,7 +41,7 @@ std::string* ServerCell(const SourceKey& key, OpenClass& it) {
   return EqualIgnoringCase(key.name, "InprocServer") ? &it.server : nullptr;
 }
 
-// The path of the key that holds file types and classes by name: "...\Classes", or what stands in
+// The path of the key that holds file types and classes by name: "...\Classes", or what is in
 // front of the first class or extension of a hive that holds nothing else.
 std::string_view ClassesPath(std::string_view path) {
   std::string_view root;

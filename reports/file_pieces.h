@@ -11,7 +11,7 @@
 
 namespace hivequarry {
 
-// Runs of consecutive blocks in a file (UTF-8 name), whole, wherever they stand: a row each with
+// Runs of consecutive blocks in a file (UTF-8 name), whole, wherever they are: a row each with
 // the positions in the file of its first and last byte, its size, and an empty file column. The
 // list's source is the file. Null after a message when the file can't be read. Ends early when the
 // user stops.
@@ -21,22 +21,23 @@ namespace hivequarry {
 //   nothing follows belongs to the run when both say the same of where they stood; else the block
 //   was cut off there and another run begins.
 // - A block that begins a data area (its own offset is 0) begins a run.
-// - A base block right in front of a run belongs to it.
+// - A base block right before a run belongs to it.
 OutputListPtr ListBlockRuns(const std::string& file);
 
 // Writes each row's range of the list's source into a file of its own, named after the source
 // ("NAME.sp_01", or the next series of names of which none is taken), and fills in the rows' file
-// column. What could not be read of it is zeros, and its piece not whole. What counts of a row are the decimal numbers in parentheses of its first two columns.
-// With a `folder` (UTF-8) the pieces go there under the source's base name. No existing file is
-// ever overwritten, and no piece is left that could not be written to its end. True when pieces were written whole and no message had to be shown; a row whose
-// range can not be ends the run, pieces written before stay.
+// column. What could not be read of it is zeros, and its piece not whole. What counts of a row are
+// the decimal numbers in parentheses of its first two columns. With a `folder` (UTF-8) the pieces
+// go there under the source's base name. No existing file is ever overwritten, and no piece is left
+// that could not be written to its end. True when pieces were written whole and no message had to
+// be shown; a row whose range can not be ends the run, pieces written before stay.
 bool SplitFile(OutputList& list, const std::string& folder = std::string());
 
 // The root key cells that the image's buffer holds, a row each by position: the root of this tree,
-// and every allocated cell with a root's flags and room for its name, also behind the place where
+// and every allocated cell with a root's flags and room for its name, also after the place where
 // the image was cut because another hive begins there. A root is valid when its cell is a key's and
-// the first of a block that begins a data area and, if it counts subkeys, a list stands where, from
-// that block on, its list should stand. A row's datum is the image position of the cell.
+// the first of a block that begins a data area and, if it counts subkeys, a list is where, from
+// that block on, its list should be. A row's datum is the image position of the cell.
 OutputListPtr ListRootKeys(const HiveImage& hive, const KeyTree& tree);
 
 // A position in a file, or a size, as the rows show it: "0x%08X (%lu)".

@@ -75,7 +75,7 @@ void AddKeyLines(const FreedSource& from, const FreedKey& key, OutputList& list)
     const std::string_view label = line.substr(0, colon);
     const bool led = std::ranges::find(kLed, label) != std::end(kLed);
     const bool own = !first && !(led && key.shift != 0);
-    first = false;  // the name, in whose place the path stands
+    first = false;  // the name, in whose place the path is
     if (own) {
       AddListRow(list, {label, line.substr(std::min(colon + 2, line.size()))}, key.position,
                  RowFacts(), 0);

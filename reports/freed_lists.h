@@ -16,7 +16,7 @@ OutputListPtr ListFreedValues(const HiveImage& hive, const KeyTree& tree,
                               const ValueListOptions& options);
 
 // The detail view of the freed record at a position, a row a line, with its path, its place and, of
-// a value, all of its data. Null when no freed record stands there.
+// a value, all of its data. Null when no freed record is there.
 OutputListPtr ListFreedDetail(const HiveImage& hive, const KeyTree& tree, uint32_t position);
 
 }  // namespace hivequarry

@@ -38,7 +38,7 @@ FreedPathTexts FreedPathTextsOf(FreedSource& from, uint32_t key_position);
 struct FreedContent {
   ValueKey value;
   uint32_t type = 0;    // as stored
-  bool in_use = false;  // its data stand where another record's may stand by now
+  bool in_use = false;  // its data are where another record's may be by now
   std::vector<uint8_t> data;
 };
 // Data that offsets of an earlier state lead to are read from free space alone. As much of them as
@@ -46,7 +46,7 @@ struct FreedContent {
 enum class FreedData : uint8_t { kShown, kAll };
 FreedContent ReadFreedContent(FreedSource& from, const FreedValue& freed, FreedData which);
 
-// "REG_DWORD", with a type that says more behind it: "REG_DWORD (0x20004)".
+// "REG_DWORD", with a type that says more after it: "REG_DWORD (0x20004)".
 std::string FreedTypeText(const FreedContent& content);
 ValueRow MakeFreedRow(const FreedSource& from, const FreedContent& content);
 // The words of its Place column.

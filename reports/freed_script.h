@@ -1,5 +1,5 @@
 // Freed keys and values as a registry script (registry_script.h). Comments say that they were
-// deleted, and where each of them stands. An import passes over what it would set wrongly: keys
+// deleted, and where each of them is. An import passes over what it would set wrongly: keys
 // whose path is not known have no root, and values whose data's cell is in use again, or whose
 // names a script cannot hold, are comments.
 #pragma once
@@ -23,7 +23,7 @@ enum class FreedScope : uint8_t {
   kRecords,   // the records at the positions, of keys with their values
   kBranches,  // and the freed keys below them
 };
-// What is chosen by positions; empty when no freed record stands there.
+// What is chosen by positions; empty when no freed record is there.
 FreedChoice ChooseFreed(const FreedRecords& records, std::span<const uint32_t> positions,
                         FreedScope scope);
 // The freed records below an item of the tree, of the item itself its values; all for the root.

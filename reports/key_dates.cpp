@@ -25,7 +25,7 @@ CalendarTime CalendarOf(const KeyDateTime& time) {
   return calendar;
 }
 
-// A number of at most `digits` digits at the front of `text`, which moves behind it.
+// A number of at most `digits` digits at the front of `text`, which moves after it.
 bool TakeNumber(std::string_view& text, size_t digits, int& number) {
   size_t used = 0;
   for (number = 0; used < digits && used < text.size(); ++used) {
@@ -47,7 +47,7 @@ bool TakeDate(std::string_view& text, KeyDateTime& time) {
          TakeNumber(text, 2, time.month) && TakeOneOf(text, "/-") && TakeNumber(text, 2, time.day);
 }
 
-// What stands behind the date: nothing, or a time of which the seconds may be left out.
+// What is after the date: nothing, or a time of which the seconds may be left out.
 bool TakeTime(std::string_view& text, KeyDateTime& time) {
   if (text.empty()) return true;
   const bool comma = TakeOneOf(text, ",");

@@ -30,7 +30,7 @@ struct KeyDateRange {
   KeyDateTime start;
   KeyDateTime end;
 };
-// Both bounds included; a range with its start behind its end holds nothing.
+// Both bounds included; a range with its start after its end holds nothing.
 bool KeyDateInRange(const KeyDateTime& time, const KeyDateRange& range);
 
 // Keys from `item` down, each before its children: kListKeyDates; datum: the key's position. Ends

@@ -45,7 +45,7 @@ class KeyFinder {
   }
 
  private:
-  // The child that the path begins with; the path moves behind it. A name may itself hold
+  // The child that the path begins with; the path moves after it. A name may itself hold
   // backslashes.
   uint32_t TakeChild(uint32_t parent, std::string_view& path) {
     constexpr int kMostBackslashes = 8;

@@ -66,7 +66,7 @@ class ViewedFolders {
   struct Level {
     uint32_t level = 0;
     bool in_tree = false;
-    std::string views;  // the key that the views' keys are in, with a backslash behind
+    std::string views;  // the key that the views' keys are in, with a backslash after
     std::string path;   // of the folder that the key stands for
     // What the values hold, below that: the folders that the subkeys stand for.
     std::unordered_map<std::string, std::string> folders;

@@ -11,7 +11,7 @@ constexpr size_t kMaxPaths = 64;
 constexpr size_t kMaxPath = 1039;
 constexpr size_t kMaxVariable = 64;  // characters of a variable's name
 
-// What files that can be started or loaded are called: behind such a name a blank or comma begins
+// What files that can be started or loaded are called: after such a name a blank or comma begins
 // an argument. Elsewhere blanks are part of names more often than not.
 constexpr std::string_view kProgramEndings[] = {
     ".exe", ".dll", ".sys", ".com", ".bat", ".cmd", ".cpl", ".ocx", ".msc", ".scr", ".drv", ".ax",
@@ -78,7 +78,7 @@ bool EndsLikeProgram(std::string_view path) {
   });
 }
 
-// True when the text behind blanks is an argument, or another path, rather than more of a name.
+// True when the text after blanks is an argument, or another path, rather than more of a name.
 bool BeginsArgument(std::string_view text) {
   if (text.empty()) return true;
   const bool option = text[0] == '/' || text[0] == '-';
@@ -112,7 +112,7 @@ size_t PathEnd(std::string_view text, bool quoted) {
   return limit;
 }
 
-// A path behind a blank may stand in prose: the last name goes up to its first blank.
+// A path after a blank may be in prose: the last name goes up to its first blank.
 size_t CutProse(std::string_view path) {
   const size_t slash = path.find_last_of("\\/");
   if (slash == std::string_view::npos || EndsLikeProgram(path)) return path.size();

@@ -95,7 +95,7 @@ class ScriptWriter {
   struct Level {
     uint32_t item;
     size_t length;     // of line_ up to its name
-    size_t path_from;  // where the key path begins in line_: behind the root's
+    size_t path_from;  // where the key path begins in line_: after the root's
   };
 
   void WriteItems(uint32_t first, uint32_t end) {
@@ -133,7 +133,7 @@ class ScriptWriter {
     return left_out;
   }
 
-  // In front of each branch of recovered keys in the tree.
+  // Before each branch of recovered keys in the tree.
   void WriteComment(uint32_t item) {
     const uint32_t parent = tree_.items[item].parent;
     const bool begins = item != 0 && StandsInTree(item) && IsRecovered(tree_, item) &&

@@ -61,7 +61,7 @@ enum class ScriptScope : uint8_t {
 // keys asked for one by one, they are written in any case.
 enum class RecoveredKeys : uint8_t {
   kLeftOut,  // with all below them
-  kWritten,  // with a comment line in front of each branch of them
+  kWritten,  // with a comment line before each branch of them
 };
 
 // Writes the header and then, for each item in turn, its key or branch, keys before their children,

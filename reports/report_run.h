@@ -67,7 +67,7 @@ std::string Rot13(std::string_view text);
 
 // --- names -----------------------------------------------------------------------------------
 
-// Where `part` (small letters) stands in a text, whatever the case; npos for nowhere.
+// Where `part` (small letters) is in a text, whatever the case; npos for nowhere.
 size_t FindIgnoringCase(std::string_view text, std::string_view part);
 bool ContainsIgnoringCase(std::string_view text, std::string_view part);
 // The path without its last name, and that name; a path of one name has no parent.
@@ -80,7 +80,7 @@ std::string_view LastName(std::string_view path);
 using MruOrder = std::unordered_map<std::string, size_t>;
 // True when the value is the list itself: "MRUList" (letters) or "MRUListEx" (numbers).
 bool TakeMruList(const SourceValue& value, MruOrder& order);
-// Behind all ranks for a name that the list lacks.
+// After all ranks for a name that the list lacks.
 size_t RankOf(const MruOrder& order, const std::string& name);
 
 // --- the reports, each from one starting key ---------------------------------------------------

@@ -53,7 +53,7 @@ void ForEachRootMark(const HiveImage& hive, const Found& found) {
     const auto from = static_cast<uint32_t>(start);
     const uint32_t got = ReadHeldBytes(hive, from, bytes.data(), kWindowSize);
     if (got < kMark) return;
-    const uint8_t* const stop = bytes.data() + got - 1;  // a byte of the flags stands behind
+    const uint8_t* const stop = bytes.data() + got - 1;  // a byte of the flags is after
     const uint8_t* at = bytes.data() + kKeyFlags;
     while (at < stop) {
       at = static_cast<const uint8_t*>(std::memchr(at, kFlags, static_cast<size_t>(stop - at)));

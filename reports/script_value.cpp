@@ -15,7 +15,7 @@ constexpr char kLineEnd[] = "\r\n";
 constexpr char kDigits[] = "0123456789abcdef";
 constexpr char kUnwritable = '?';  // in place of what a line cannot hold
 
-// What a character is written as between quotes: itself (0), a letter behind a backslash, or
+// What a character is written as between quotes: itself (0), a letter after a backslash, or
 // kUnwritable in its place.
 constexpr std::array<char, 256> kQuotedForms = [] {
   std::array<char, 256> forms{};
@@ -104,7 +104,7 @@ void AppendHexNumber(uint32_t number, int digits, std::string& out) {
   out.append(text.end() - digits, text.end());
 }
 
-// The mark in front of hexadecimal data.
+// The mark before hexadecimal data.
 void AppendHexMark(uint32_t type, std::string& out) {
   out += "hex";
   if (type != kRegBinary) {
@@ -133,8 +133,8 @@ char* WriteHexRun(std::span<const uint8_t> bytes, char* to) {
   return to;
 }
 
-// The data behind their mark, which ends at `column` of the line. Lines are continued where a byte
-// would begin behind column 76; there the counter goes on as if the line were one of 80 columns, so
+// The data after their mark, which ends at `column` of the line. Lines are continued where a byte
+// would begin after column 76; there the counter goes on as if the line were one of 80 columns, so
 // that every continuation holds 25 bytes.
 void AppendHexBytes(std::span<const uint8_t> data, size_t column, std::string& out) {
   constexpr std::string_view kContinuation = "\\\r\n  ";

@@ -40,7 +40,7 @@ struct SearchPattern {
   SearchSettings settings;
   CaseTable fold{};  // of each byte; the letters' capitals
 };
-// Pairs of hexadecimal digits, with blanks between them and "0x" in front of any of them or not.
+// Pairs of hexadecimal digits, with blanks between them and "0x" before any of them or not.
 enum class HexFault : uint8_t { kNone, kNoDigits, kOdd };
 struct HexPattern {
   std::string digits;  // without blanks and prefixes
@@ -60,7 +60,7 @@ std::string TextOfHex(std::string_view hex);
 
 // A name or text against a text-mode pattern.
 bool MatchText(const SearchPattern& pattern, std::string_view candidate);
-// Position behind the match, plus one; 0 for none. `wide` skips a zero byte behind a matched one.
+// Position after the match, plus one; 0 for none. `wide` skips a zero byte after a matched one.
 size_t FindBytes(const SearchPattern& pattern, std::span<const uint8_t> bytes, bool wide,
                  bool match_case);
 // The same in any place, case and all.

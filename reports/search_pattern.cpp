@@ -22,7 +22,7 @@ uint8_t DigitValue(char character) {
   return static_cast<uint8_t>(upper < 'A' ? upper - '0' : upper - 55);
 }
 
-// Where an attempt at `start` ends: behind its last matched byte, 0 when it fails.
+// Where an attempt at `start` ends: after its last matched byte, 0 when it fails.
 template <typename Same>
 size_t MatchFrom(std::string_view pattern, std::span<const uint8_t> bytes, size_t start, bool wide,
                  const Same& same) {
@@ -39,7 +39,7 @@ template <typename Same>
 size_t FindFirst(std::string_view pattern, std::span<const uint8_t> bytes, bool wide,
                  const Same& same) {
   const auto first = static_cast<uint8_t>(pattern.front());
-  // An attempt begins wherever the first byte stands, inside a failed one too. In data made of few
+  // An attempt begins wherever the first byte is, inside a failed one too. In data made of few
   // different bytes that takes its time.
   for (size_t start = 0; start + pattern.size() <= bytes.size(); ++start) {
     if (start % kStopInterval == kStopInterval - 1 && StopRequested()) return 0;

@@ -120,7 +120,7 @@ size_t RarestPair(const std::vector<SievedByte>& run, std::span<const uint8_t> i
   return best;
 }
 
-// True when the run stands around `at`, where its pair begins.
+// True when the run is around `at`, where its pair begins.
 bool StandsAt(const SievedRun& run, std::span<const uint8_t> bytes, size_t at) {
   size_t next = at;
   for (size_t i = run.pair; i < run.bytes.size(); ++i) {
@@ -137,7 +137,7 @@ bool StandsAt(const SievedRun& run, std::span<const uint8_t> bytes, size_t at) {
 }
 
 // Non-zero when one of kBlock places has the one byte and, one or two places on, the other; there
-// are two bytes behind the block. Plain enough for the compiler to take many places at a time.
+// are two bytes after the block. Plain enough for the compiler to take many places at a time.
 uint8_t BlockHasPair(const uint8_t* bytes, SievedByte one, SievedByte other) {
   uint8_t found = 0;
   for (uint32_t i = 0; i < kBlock; ++i) {
@@ -150,7 +150,7 @@ uint8_t BlockHasPair(const uint8_t* bytes, SievedByte one, SievedByte other) {
 }
 
 // Calls `found` with each place from `start` to `end` where the pair may begin. Reads up to kBlock
-// bytes behind, which are there behind an image.
+// bytes after, which are there after an image.
 template <typename Found>
 void ForEachPair(const uint8_t* bytes, size_t start, size_t end, SievedByte one, SievedByte other,
                  const Found& found) {

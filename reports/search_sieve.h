@@ -3,8 +3,8 @@
 // each hit.
 //
 // What it rests on: names and texts of a hive are made from its bytes one by one. A run of ASCII
-// characters in a name or text stands in the image as these bytes, in either case, each perhaps
-// with a zero behind it. Where that does not hold no sieve is made (Unusable), or the records are
+// characters in a name or text is in the image as these bytes, in either case, each perhaps
+// with a zero after it. Where that does not hold no sieve is made (Unusable), or the records are
 // let through whatever the image holds:
 // - Characters that other units may turn into ('?', the blank of a multi-string) or that a code
 //   page moves are left out of the run looked for; a pattern without two characters to look for

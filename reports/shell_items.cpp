@@ -26,9 +26,9 @@ constexpr uint8_t kControlPanelItem = 0x71;
 constexpr uint8_t kUserFile = 0x74;
 constexpr uint8_t kUnicodeName = 0x04;  // of a file item
 constexpr uint8_t kFile = 0x02;
-constexpr uint8_t kHasGuid = 0x80;  // in the byte behind the kind, of a name space item
+constexpr uint8_t kHasGuid = 0x80;  // in the byte after the kind, of a name space item
 
-// What stands at offset 4 or 6 of items whose kind alone does not say enough.
+// What is at offset 4 or 6 of items whose kind alone does not say enough.
 constexpr uint32_t kCategorySignature = 0x39DE2184;
 constexpr uint32_t kDriveSignature = 0xF5A6B710;
 constexpr uint32_t kSearchSignature = 0x23A3DFD5;
@@ -127,7 +127,7 @@ Span FileExtension(Span item, size_t from) {
   return {};
 }
 
-// Later versions have put a file reference, then other numbers, in front of the long name.
+// Later versions have put a file reference, then other numbers, before the long name.
 size_t LongNameOffset(uint16_t version) {
   if (version < 3) return SIZE_MAX;
   if (version < 7) return 20;
@@ -157,7 +157,7 @@ ShellItem ReadFile(Span item) {
   const bool wide = (kind & kUnicodeName) != 0;
   shown.name = wide ? WideAt(item, kName) : NarrowAt(item, kName);
   size_t behind = kName + (wide ? 2 * (shown.name.size() + 1) : shown.name.size() + 1);
-  // Items of the oldest systems have the short name behind the long one, and no extension.
+  // Items of the oldest systems have the short name after the long one, and no extension.
   const Span extension = FileExtension(item, (behind + 1) & ~size_t{1});
   if (extension.empty() && !wide) shown.dos_name = NarrowAt(item, behind);
   TakeExtension(extension, shown);
@@ -226,7 +226,7 @@ ShellItem ReadShellItem(Span item) {
   const uint8_t kind = U8At(item, 2);
   ShellItem shown;
   if (kind == kUserFile && U32At(item, 6) == kUserFileSignature) {
-    // A file item inside, its size field at 10; the extension follows behind it.
+    // A file item inside, its size field at 10; the extension follows after it.
     shown = ReadFile(From(item, 10));
   } else if ((kind & 0x70) == 0x30) {
     shown = ReadFile(item);
@@ -240,7 +240,7 @@ ShellItem ReadShellItem(Span item) {
 
 namespace {
 
-// The last folders of a path that has become too long, behind "...".
+// The last folders of a path that has become too long, after "...".
 std::string TailOf(std::string_view path) {
   constexpr size_t kTail = 100;
   if (path.size() <= kTail) return std::string(path);

@@ -36,7 +36,7 @@ struct ItemList {
 ItemList ReadItemList(std::span<const uint8_t> data, std::string_view parent = {});
 
 // The path of an item below another; a drive or a server begins anew. One that becomes longer than
-// the shell's own paths, 520 characters, keeps its last folders, behind "...".
+// the shell's own paths, 520 characters, keeps its last folders, after "...".
 std::string JoinItemPath(std::string_view parent, std::string_view name);
 
 // "{20D04FE0-3AEA-1069-A2D8-08002B30309D}" from the 16 bytes as they are stored.

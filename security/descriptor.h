@@ -75,7 +75,7 @@ std::string InvalidRecordText(const HiveImage& hive, uint32_t position);
 bool ReadAce(const HiveImage& hive, uint32_t position, AceInfo& ace,
              const SidReplacement* replace = nullptr);
 
-// Visits the entries of a list in order, at most as many as it counts, none of them behind the
+// Visits the entries of a list in order, at most as many as it counts, none of them after the
 // list's size or beyond the image. `visit(ace, index)` gets each; one that can't be
 // read or has no size is the last. Ends when visit returns false.
 template <typename Visit>

@@ -105,7 +105,7 @@ void AddAce(RecordText& report, const AceInfo& ace, const std::string& type) {
 
 enum class Section : uint8_t { kDacl, kSacl };
 
-// Numbers go on behind `number`. Returns how many entries were written whole.
+// Numbers go on after `number`. Returns how many entries were written whole.
 uint32_t AddAces(RecordText& report, Section section, const AclPlace& acl, uint32_t number) {
   uint32_t written = 0;
   ForEachAce(report.hive, acl, nullptr, [&](const AceInfo& ace, uint32_t index) {

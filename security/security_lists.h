@@ -55,7 +55,7 @@ struct SecurityQuery {
   std::string sid;              // for kOwner and kAce
   PermissionQuery permissions;
 };
-// Rights behind the dialog's preset buttons (bits of the access mask).
+// Rights after the dialog's preset buttons (bits of the access mask).
 inline constexpr uint32_t kFullControl = 0xF003F;
 inline constexpr uint32_t kReadRights = 0x20019;
 inline constexpr uint32_t kWriteRights = 0x20006;

@@ -28,7 +28,7 @@ ScanStep StepAt(const HiveImage& hive, uint32_t position) {
   const uint32_t length = CellLength(size);
   if (length > kLongestRecord) return other;
   if (!InsideHive(hive, position, length)) return {true, other.next};
-  // A damaged length must not put the scan beside all cells behind.
+  // A damaged length must not put the scan beside all cells after.
   return {true, position + (length + kScanStep - 1) / kScanStep * kScanStep};
 }
 
@@ -84,7 +84,7 @@ class AceRows {
   }
 
  private:
-  // Numbers go on behind `number`.
+  // Numbers go on after `number`.
   void AddAcl(const SecurityRecordInfo& info, const AclPlace& acl, uint32_t number) {
     const uint32_t most = AcesToRead(acl, reads_);
     ForEachAce(hive_, acl, &options_.replace, [&](const AceInfo& ace, uint32_t index) {

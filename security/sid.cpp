@@ -27,7 +27,7 @@ std::string AuthorityText(const uint8_t* bytes) {
   return text;
 }
 
-// The number at the start of `text`, which moves behind it; false where there is none.
+// The number at the start of `text`, which moves after it; false where there is none.
 bool TakeNumber(std::string_view& text, int base, uint64_t& number) {
   const size_t most = std::min<size_t>(text.size(), 12);  // digits of the longest number, and more
   size_t length = 0;

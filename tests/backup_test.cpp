@@ -237,7 +237,7 @@ TEST_F(BackupTest, OpenFilesAndWhatNobodyWasAskedAboutAreNotWrittenOver) {
     Write(In(name));
     KeepEvidence(In(name));
   }
-  on_state_ = [&](int hive, HiveState state) {  // behind the question
+  on_state_ = [&](int hive, HiveState state) {  // after the question
     if (hive == kSystem && state == HiveState::kRunning) Write(In("SYSTEM"));
   };
   Run();

@@ -241,7 +241,7 @@ TEST_F(Corpus, ScanMeetsEveryAllocatedRecord) {
     const std::vector<uint32_t> unnamed = UnnamedValues(bytes, cells);
     const std::vector<uint32_t>& shown = opened.tree.disconnected_value_positions;
     if (facts["file"] == "SYSTEM_holes") {
-      // One block holds a broken cell; the scan finds its way again behind it, a plain walk not.
+      // One block holds a broken cell; the scan finds its way again after it, a plain walk not.
       EXPECT_EQ(summary.values, cells.values.size() + 1);
       EXPECT_EQ(summary.security_records, cells.security_records.size() + 10);
     } else {
@@ -270,7 +270,7 @@ std::vector<uint32_t> DisconnectedKeys(const Opened& opened) {
 TEST_F(Corpus, DisconnectedKeyCounts) {
   const std::map<std::string, size_t> expected = {
       {"BadListHive", 1},           {"BadSubkeyHive", 1}, {"HealedHive", 1},
-      {"NTUSER.DAT", 103},  // of another hive, in blocks behind this one's
+      {"NTUSER.DAT", 103},  // of another hive, in blocks after this one's
       {"NTUSER_modified.DAT", 104}, {"NewDirtyHive", 4},  {"TruncatedHive", 83},
       {"SYSTEM_holes", 334}};
   for (Facts& facts : WholeHives()) {
@@ -391,7 +391,7 @@ TEST_F(Corpus, HivesInsideFilesAndFragments) {
     uint32_t connected;  // real keys
   } cases[] = {
       {"hive_at_512", 0, 0, 512, 262656, true, nullptr, 3},
-      // Up to the root of the fragment behind it, and from there to that of the last one.
+      // Up to the root of the fragment after it, and from there to that of the last one.
       {"hive_and_fragments", 0, 0, 512, 147488, true, "key_with_bigdata", 2},
       {"hive_and_fragments", 143872, 262656, 143872, 118304, true, "key_with_bigdata", 2},
       {"hive_and_fragments", 512, 147968, 512, 147456, true, "key_with_bigdata", 2},

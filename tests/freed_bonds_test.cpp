@@ -50,7 +50,7 @@ BuiltHive Roomy() {
 
 struct PlaceCase {
   const char* what;
-  std::function<uint32_t(BuiltHive&)> prepare;  // and where the record is to stand
+  std::function<uint32_t(BuiltHive&)> prepare;  // and where the record is to be
   const char* place;                            // null where it is no freed record
 };
 void PrintTo(const PlaceCase& c, std::ostream* out) { *out << c.what; }

@@ -387,7 +387,7 @@ TEST(Hostile, OtherFiles) {
     SCOPED_TRACE(what);
     const Deadline deadline(3 * kSeconds);
     WalkAll(bytes, 2000);
-    // The same behind a base block.
+    // The same after a base block.
     const Bytes hive = With([](BuiltHive&) {});
     WalkAll(Joined({std::span(hive).first(4128), bytes}), 2000);
   }

@@ -82,13 +82,12 @@ TEST(ItemPaths, UnderTheFolderDifferFromThoseOfTheRoot) {
   const uint32_t listed = cells.Key(key, "last");
   cells.List(key, std::span(&listed, 1));
   const OpenedHive opened{std::span<const uint8_t>(cells.Finish())};
-  ASSERT_TRUE(std::ranges::any_of(opened.tree.items, [](const KeyItem& item) {
-    return item.kind == ItemKind::kPathCopy;
-  }));
+  ASSERT_TRUE(std::ranges::any_of(
+      opened.tree.items, [](const KeyItem& item) { return item.kind == ItemKind::kPathCopy; }));
   CheckPaths(opened);
 }
 
-// In JSON the path that lost nothing stands beside the one that did.
+// In JSON the path that lost nothing is beside the one that did.
 TEST(ItemPaths, LosslessPathsAreShortenedAlike) {
   const OpenedHive opened{std::span<const uint8_t>(NestedHive(20000, kWideName))};
   const OutputListPtr list = ListKeyTree(opened.hive, opened.tree, 0);

@@ -62,7 +62,7 @@ TEST(PrintTest, LongLinesGoOnBehindAnIndent) {
 
 TEST(PrintTest, Pages) {
   // 36 lines a page, of which the first loses one and the list's head two; a row takes two. The
-  // empty line of the row before a page's end stands on the next page.
+  // empty line of the row before a page's end is on the next page.
   Paper paper;
   const OutputListPtr list = Keys(std::vector<std::string_view>(34, "k"));
   EXPECT_EQ(PrintList(*list, {}, DeviceFor(paper, 640, 800)), 2);

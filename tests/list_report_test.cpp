@@ -174,7 +174,7 @@ TEST(ReportRows, DamagedFiles) {
       {"[ROWS]\r\n01a\r\n13m\r\n18r\r\n12l\r\n9901\r\n", "a|||||||||||l:1\n"},
       {row + "01b\r\n01c\r\n99-70000\r\n", "a:1\nb:0\nc:-32768\n"},
       {"[ROWS]\r\n01" + x + "\r\n02b\r\n9902\r\n", x.substr(0, 516) + "...|b:2\n"},
-      // Where the marker may stand.
+      // Where the marker may be.
       {x.substr(0, 19992) + "\r\n" + row, "a:1\n"},
       {x.substr(0, 19999) + "\r\n" + row, ""},
       {x + "\r\n" + row, ""},

@@ -47,7 +47,7 @@ BuiltHive Groups(List list = List::kLh, uint32_t bin_size = 4096, bool bin_per_g
   return builder.Build();
 }
 
-// A change of a hive's bytes: what of the sound hive is gone, and where the rest stands now.
+// A change of a hive's bytes: what of the sound hive is gone, and where the rest is now.
 struct Change {
   std::function<bool(uint32_t begin, uint32_t end)> hits;  // a stretch of the sound hive
   std::function<uint32_t(uint32_t)> place;                 // image position of a sound position
@@ -187,7 +187,7 @@ TEST(OffsetMap, BytesPutInAndLost) {
       EXPECT_GE(rest.keys, 20u);
       // The size of a cell that lost its end may reach over the next cell.
       EXPECT_LE(rest.missing.size(), 1u) << ::testing::PrintToString(rest.missing);
-      // Cells behind a lost block header have nothing that says where they stood.
+      // Cells after a lost block header have nothing that says where they stood.
       if (HitsHeader(sound, change)) continue;
       EXPECT_EQ(rest.misplaced, Texts());
       EXPECT_EQ(rest.valueless, Texts());
@@ -481,7 +481,7 @@ TEST(OffsetMap, FragmentWhoseSecondBlockBeginsWithAKey) {
   const BuiltHive sound = Groups(List::kLh, 4096, true);
   for (uint32_t group = 1; group < kGroups; ++group) {
     SCOPED_TRACE(group);
-    // The block in front of the group's own one, and all that follows.
+    // The block before the group's own one, and all that follows.
     const uint32_t block = sound.PositionOf(GroupName(group)) - 32;
     ASSERT_EQ(block % 4096, 0u);
     const uint32_t first = block - 4096;

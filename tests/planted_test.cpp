@@ -69,7 +69,7 @@ Bytes Repeated(const Bytes& cell, size_t size) {
   return bytes;
 }
 
-// Before, around and behind the place where something is planted there are keys to lose. The value
+// Before, around and after the place where something is planted there are keys to lose. The value
 // "blob" of "Victim" has the data.
 BuiltHive Planted(const Bytes& data) {
   HiveBuilder builder;
@@ -119,7 +119,7 @@ std::vector<Plant> Plants() {
   const Bytes root = FakeKey({.name = "ROOT2", .flags = 0x2C});
   const Bytes key = FakeKey({});
   const Bytes hive = WholeHive();
-  // The data begin 4 bytes behind a multiple of 8: filled up to the next one.
+  // The data begin 4 bytes after a multiple of 8: filled up to the next one.
   const auto aligned = [](const Bytes& bytes, size_t before = 4) {
     return Joined({Bytes(before, 0x11), bytes});
   };
@@ -255,7 +255,7 @@ TEST(Planted, InClassNamesAndValueNames) {
   EXPECT_EQ(opened.Values("Later"), Texts{"v=text"});
 }
 
-// A real key that nothing lists stays, in front of, behind and between planted ones.
+// A real key that nothing lists stays, before, after and between planted ones.
 TEST(Planted, RealDisconnectedKeysStay) {
   HiveBuilder builder;
   builder.Key("Victim").Value("blob", kRegBinary, FakeKey({}));
@@ -267,7 +267,7 @@ TEST(Planted, RealDisconnectedKeysStay) {
   EXPECT_TRUE(opened.Has("Disconnected Keys\\Lost"));
   EXPECT_FALSE(opened.Has("Disconnected Keys\\FakeName"));
   EXPECT_EQ(opened.summary.disconnected_values, 0u);
-  // The data of a key that is only recovered prove no less than what stands in them.
+  // The data of a key that is only recovered prove no less than what is in them.
   ASSERT_TRUE(opened.Has("Disconnected Keys\\Other"));
   const KeyItem& other = opened.At("Disconnected Keys\\Other");
   EXPECT_NE(other.marks & kMarkShared, 0);

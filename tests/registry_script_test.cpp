@@ -48,7 +48,7 @@ TEST(ScriptValueTest, Lines) {
       {"n", kRegSz, {'a', 0, 0, 0, 0, 0, 'b', 0, 'c', 0}, "\"n\"=\"a  bc\""},
       {"n", kRegExpandSz, Utf16Z("\u20ACx"), "\"n\"=hex(2):80,78,00"},
       {"n", kRegMultiSz, {'a', 0, 0, 0, 'b', 0, 0, 0, 0, 0}, "\"n\"=hex(7):61,00,62,00,00"},
-      // Behind `"n"=hex:`, 8 characters, 23 bytes reach column 77.
+      // After `"n"=hex:`, 8 characters, 23 bytes reach column 77.
       {"n", kRegBinary, Bytes(23), "\"n\"=hex:" + Hex(22) + "00"},
       {"n", kRegBinary, Bytes(100),
        "\"n\"=hex:" + Hex(23) + "\\\r\n  " + line_of_25 + line_of_25 + line_of_25 + "00,00"},

@@ -665,7 +665,7 @@ TEST(Relations, DetailSaysWhatAKeyWasMadeFor) {
 }
 
 }  // namespace
-// What stands at the place of a made key is some other record, or nothing: none of its bytes are a
+// What is at the place of a made key is some other record, or nothing: none of its bytes are a
 // value count, a value list or a date.
 TEST(Relations, MadeKeysHaveNoValuesAndNoDate) {
   HiveBuilder builder;

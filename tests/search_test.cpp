@@ -41,7 +41,7 @@ SearchPattern Compiled(const std::string& pattern, std::string_view ticks) {
 TEST(Search, DigitsAndTextMirrorEachOther) {
   EXPECT_EQ(HexOfText("Az\xFF"), "417AFF");
   EXPECT_EQ(TextOfHex("417aff0"), "Az\xFF");
-  EXPECT_EQ(TextOfHex("G0"), std::string(1, '\0'));  // 16 for the letter behind F
+  EXPECT_EQ(TextOfHex("G0"), std::string(1, '\0'));  // 16 for the letter after F
   EXPECT_EQ(Compiled("00000401", "nd").bytes, std::string("\x01\x04\0\0", 4));
   EXPECT_EQ(Compiled("0401", "nd").bytes, "\x04\x01");  // no number: not 8 digits
   SearchPattern pattern;

@@ -180,7 +180,7 @@ TEST(Security, Report) {
 }
 
 TEST(Security, ReportOfDamagedLists) {
-  constexpr uint32_t kFirstDacl = kSecurityDescriptor + 20;  // without a SACL it stands first
+  constexpr uint32_t kFirstDacl = kSecurityDescriptor + 20;  // without a SACL it is first
   const auto two = [] { return Lone(SecurityDescriptor(kSystem, kAdmins, {{}, {}})); };
   const auto tail = [](Lone& lone) {
     const std::string report = lone.Report();
@@ -372,7 +372,7 @@ TEST(Security, KeysOfRecords) {
   EXPECT_EQ(find({SecurityMode::kOwner, 0, kAdmins, {}}), (Texts{root}));
 }
 
-// Keys that stand in bins of another hive, of which the one with the records is not there: what
+// Keys that are in bins of another hive, of which the one with the records is not there: what
 // their offsets lead to is nowhere, and no number stands for that.
 TEST(Security, RecordsThatAreNowhere) {
   HiveBuilder foreign("OTHER");
@@ -407,7 +407,7 @@ TEST(Security, SharedListsTakeLinearTime) {
   for (uint32_t at = 0; at + 80 < kSize / 2; at += 48) {
     PutU32(bytes, at, 0U - 28);
     PutU32(bytes, at + 4, 0x6B73);
-    PutU32(bytes, at + 24, 0x0100);  // the owner's SID stands in the descriptor's first bytes
+    PutU32(bytes, at + 24, 0x0100);  // the owner's SID is in the descriptor's first bytes
     PutU32(bytes, at + 28, 1);
     PutU32(bytes, at + 36, kList - (at + 24));
   }

@@ -105,7 +105,7 @@ std::string FirstFolder(const BackupDialog& state) {
   return documents.empty() ? state.places.drive + "\\" : documents;
 }
 
-// The folder that stands in the dialog when the user comes from `base`.
+// The folder that is in the dialog when the user comes from `base`.
 std::string FolderFor(const BackupDialog& state, const std::string& base) {
   if (state.purpose == Purpose::kBackup) return ProposedFolder(base, false);
   const bool elsewhere = state.purpose == Purpose::kReplace && !LiesOn(base, state.places.drive);

@@ -56,7 +56,7 @@ void OnDisplay(const BlockWindow& blocks, NMLVDISPINFOW& notice) {
   GiveText(notice.item, WindowText(CellText(blocks.rows[row], notice.item.iSubItem)).c_str());
 }
 
-// The row that ends the walk, and rows whose sizes differ, stand out.
+// The row that ends the walk, and rows whose sizes differ, are out.
 LRESULT OnCustomDraw(const BlockWindow& blocks, NMLVCUSTOMDRAW& notice) {
   if (notice.nmcd.dwDrawStage == CDDS_PREPAINT) return CDRF_NOTIFYITEMDRAW;
   const size_t row = notice.nmcd.dwItemSpec;

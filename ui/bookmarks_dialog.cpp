@@ -32,7 +32,7 @@ void Complain(const std::string& text) {
 
 const std::string& BookmarkFile() { return TheProgram().bookmark_file; }
 
-// What stands in the file now, after a message when that is not all of it.
+// What is in the file now, after a message when that is not all of it.
 Bookmarks ReadAll() {
   Bookmarks bookmarks;
   if (!LoadBookmarks(BookmarkFile(), bookmarks)) {
@@ -157,7 +157,7 @@ void SelectRow(const BookmarkDialog& state, int row) {
 }
 
 // The rows anew, with the bookmark of `path` selected; where it is not among them, the one that
-// stands at `row` now.
+// is at `row` now.
 void ShowRows(BookmarkDialog& state, const std::string& path, int row) {
   state.shown = ShownBookmarks(state.bookmarks, state.filter);
   const auto count = static_cast<int>(state.shown.size());

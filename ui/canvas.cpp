@@ -8,7 +8,7 @@
 namespace hivequarry {
 namespace {
 
-// A colour that no picture uses: where it still stands, nothing was drawn.
+// A colour that no picture uses: where it still is, nothing was drawn.
 constexpr uint32_t kUntouched = 0x00FE01FD;
 
 HBITMAP MakeBitmap(int width, int height, uint32_t** pixels) {

@@ -3,7 +3,7 @@
 namespace hivequarry {
 namespace {
 
-// The facts behind the needs from kHive on, in their order.
+// The facts after the needs from kHive on, in their order.
 constexpr bool CommandFacts::*kFacts[] = {
     &CommandFacts::hive,         &CommandFacts::item,        &CommandFacts::branch,
     &CommandFacts::key,          &CommandFacts::key_cell,    &CommandFacts::root_cell,

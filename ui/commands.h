@@ -82,7 +82,7 @@ inline constexpr uint16_t kCommandMergeFolder = 9304;
 inline constexpr uint16_t kCommandSecurityRecord = 9305;
 inline constexpr uint16_t kCommandAddToBookmarks = 9306;
 inline constexpr uint16_t kCommandEditValue = 9307;
-inline constexpr uint16_t kCommandRecentHive = 9101;  // and the six behind it
+inline constexpr uint16_t kCommandRecentHive = 9101;  // and the six after it
 inline constexpr uint16_t kRecentHives = 7;
 
 // When a command is refused, always without a word.
@@ -158,7 +158,7 @@ enum class CommandPlace : uint8_t {
   kPathMenu,
   kCount
 };
-inline constexpr uint16_t kGroupGap = 0;  // stands between two groups of command numbers
+inline constexpr uint16_t kGroupGap = 0;  // is between two groups of command numbers
 // The numbers offered there, in order.
 std::span<const uint16_t> CommandsIn(CommandPlace place);
 
@@ -198,14 +198,14 @@ struct Command {
   uint16_t number = 0;
   // Titles of the main menu and its sub menus, joined by '>'; null: in no menu.
   const char* menu = nullptr;
-  const char* text = "";               // item text with its mnemonic, the keys behind a tab
+  const char* text = "";               // item text with its mnemonic, the keys after a tab
   const char* context_text = nullptr;  // in context menus; null: `text`
   const char* tooltip = nullptr;       // null: not in the toolbar
   const char* list_tooltip = nullptr;  // while the Output List pane is shown; null: `tooltip`
   ToolIcon icon = ToolIcon::kNone;
   Accelerator accelerator = {};
   Accelerator second_accelerator = {};
-  bool group_start = false;  // a separator stands before it in its menu
+  bool group_start = false;  // a separator is before it in its menu
   Guard guard = Guard::kRunning;
   Needs needs = Needs::kNothing;
   // The fact that its check mark shows; null: no check mark.

@@ -8,7 +8,7 @@ namespace {
 constexpr size_t kFirstSlice = 1 << 16;  // characters
 constexpr size_t kSlice = 1 << 15;
 
-// The end of a slice of at most `length` characters from `start`: behind a line, as a line break
+// The end of a slice of at most `length` characters from `start`: after a line, as a line break
 // must not be cut in two, or anywhere in a line that is longer than a slice.
 size_t SliceEnd(const std::wstring& text, size_t start, size_t length) {
   if (length >= text.size() - start) return text.size();

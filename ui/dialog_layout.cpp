@@ -83,7 +83,7 @@ INT_PTR RouteLayout(HWND dialog, const DialogLayout& layout, UINT message, LPARA
       LayOutDialog(dialog, layout);
       return TRUE;
     case WM_DPICHANGED:
-      PostMessageW(dialog, kDialogFontChanged, 0, 0);  // the fonts come behind this
+      PostMessageW(dialog, kDialogFontChanged, 0, 0);  // the fonts come after this
       return FALSE;
     case WM_GETMINMAXINFO:
       BoundDialog(dialog, layout, *reinterpret_cast<MINMAXINFO*>(second));

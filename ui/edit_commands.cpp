@@ -29,8 +29,8 @@ uint32_t KeyOfRows(const MainWindow& window) {
   return key ? tree.items[window.shown_item].position : kKeyUnknown;
 }
 
-// Where the file has the bytes of a value whose data stand in one piece. What is edited already
-// stands nowhere.
+// Where the file has the bytes of a value whose data are in one piece. What is edited already
+// is nowhere.
 std::function<uint32_t(uint32_t)> PlacesOf(const HiveImage& hive, const ValueKey& value) {
   if (value.edited || value.big_data) return nullptr;
   const uint32_t start = value.data_position;

@@ -17,7 +17,7 @@ struct FindChoice {
 };
 
 // Asks with the dialog "SEARCHDLG"; its box offers TheSettings().histories.list_finds. True when
-// the user wants to find a text: `choice` is then what he chose, the text not empty and in front of
+// the user wants to find a text: `choice` is then what he chose, the text not empty and before
 // that history. Otherwise `choice` is unchanged.
 bool AskFind(HWND owner, FindChoice& choice);
 

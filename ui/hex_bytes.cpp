@@ -145,7 +145,7 @@ std::vector<uint32_t> BordersOf(std::span<const uint8_t> sequence) {
   return borders;
 }
 
-// Moves `at` behind the first place of the sequence; false when there is none.
+// Moves `at` after the first place of the sequence; false when there is none.
 template <typename Iterator>
 bool FindEnd(Iterator& at, Iterator last, std::span<const uint8_t> sequence) {
   const std::vector<uint32_t> borders = BordersOf(sequence);

@@ -12,15 +12,15 @@ namespace hivequarry {
 inline constexpr uint32_t kMaxHexBytes = 0x500000;
 
 struct HexCaret {
-  uint32_t position = 0;  // the byte in front of which it stands, or the length
-  bool low = false;       // within that byte, behind its first digit
+  uint32_t position = 0;  // the byte before which it is, or the length
+  bool low = false;       // within that byte, after its first digit
   uint32_t anchor = 0;    // the other end of the selection
   bool operator==(const HexCaret&) const = default;
 };
 
 struct HexRange {
   uint32_t start = 0;
-  uint32_t end = 0;  // the first byte behind it
+  uint32_t end = 0;  // the first byte after it
   bool operator==(const HexRange&) const = default;
 };
 inline uint32_t Length(HexRange range) { return range.end - range.start; }
@@ -73,15 +73,15 @@ bool TypeDigit(HexBytes& hex, uint8_t digit);
 bool TypeByte(HexBytes& hex, uint8_t byte);
 // Inserts bytes in place of the selection, or overwrites as many from the selection's beginning.
 bool PutBytes(HexBytes& hex, std::span<const uint8_t> bytes);
-// The selection, else the byte that the caret is in, else the one before or behind the caret.
+// The selection, else the byte that the caret is in, else the one before or after the caret.
 bool EraseBack(HexBytes& hex);
 bool EraseForward(HexBytes& hex);
 
 bool Undo(HexBytes& hex);
 bool Redo(HexBytes& hex);
 
-// Selects the next place of a byte sequence that begins behind the selection's beginning, or the
-// last one before it, and goes on at the other end. False when it stands nowhere. Takes time in
+// Selects the next place of a byte sequence that begins after the selection's beginning, or the
+// last one before it, and goes on at the other end. False when it is nowhere. Takes time in
 // proportion to the bytes, whatever the sequence.
 bool FindBytes(HexBytes& hex, std::span<const uint8_t> sequence, bool forward);
 

@@ -118,7 +118,7 @@ struct CommandRow {
   void (*run)(HexWindow& window);
   bool ends_group = false;
 };
-// Further keys of the same commands stand in rows without a text.
+// Further keys of the same commands are in rows without a text.
 constexpr CommandRow kCommands[] = {
     {HexCommand::kUndo, L"&Undo\tCtrl+Z", 'Z', true, false,
      [](const HexWindow& window) { return !window.model.history.done.empty(); },

@@ -23,7 +23,7 @@ inline constexpr WORD kHexModeChanged = 3;  // insert or overwrite
 inline constexpr WORD kHexRefused = 4;      // nothing was done; HexRefusal says why
 
 // The file position of the byte at an offset inside the value; kHexNoPosition for none, as for
-// offsets behind what the file holds.
+// offsets after what the file holds.
 using FilePosition = std::function<uint32_t(uint32_t)>;
 inline constexpr uint32_t kHexNoPosition = UINT32_MAX;
 
@@ -34,7 +34,7 @@ bool RegisterHexClass(HINSTANCE instance);
 void SetHexBytes(HWND hex, std::vector<uint8_t> bytes, FilePosition file_position);
 const HexBytes& HexBytesOf(HWND hex);
 HexSide ActiveHexSide(HWND hex);
-// Where the byte at an offset stands in the file.
+// Where the byte at an offset is in the file.
 std::optional<uint32_t> HexFilePosition(HWND hex, uint32_t position);
 // Words for the user.
 const wchar_t* HexRefusal(HWND hex);

@@ -63,7 +63,7 @@ void MoveHome(const Move& move) {
   MoveTo(move, move.whole ? 0 : position - position % move.window.layout.per_line);
 }
 
-// To the last byte of the line; selecting, behind it.
+// To the last byte of the line; selecting, after it.
 void MoveEnd(const Move& move) {
   const uint32_t count = ByteCount(move.window.model);
   const uint32_t per_line = move.window.layout.per_line;

@@ -78,7 +78,7 @@ HexPlace PlaceAt(const HexLayout& layout, int x, int y, uint32_t top_line, uint3
   const HalfColumn at = hex ? HexHalf(layout, x) : TextHalf(layout, x);
   const uint32_t start = LineAt(layout, y, top_line, count) * layout.per_line;
   place.position = std::min(start + at.index, count);
-  // The gap behind a byte's second digit still belongs to it.
+  // The gap after a byte's second digit still belongs to it.
   place.low = hex && at.halves >= 2;
   const bool behind = at.halves >= (hex ? 3 : 1);
   place.boundary = std::min(start + at.index + (behind ? 1U : 0U), count);

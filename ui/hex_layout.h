@@ -33,7 +33,7 @@ inline int LineTop(const HexLayout& layout, uint32_t line, uint32_t top_line) {
   return (static_cast<int>(line - top_line) + 1) * layout.line_height;
 }
 
-// Lines for `count` bytes and the place behind the last one.
+// Lines for `count` bytes and the place after the last one.
 inline uint32_t LineCount(const HexLayout& layout, uint32_t count) {
   return count / layout.per_line + 1;
 }

@@ -49,7 +49,7 @@ Host MakeWindowHost(HostWindow& host);
 void ShowBox(HostWindow& host, BoxRequest& request);
 
 // The system's code page. Where that is no single-byte one, bytes that stand for nothing alone
-// become '?'; where it is UTF-8, the Western code page stands in.
+// become '?'; where it is UTF-8, the Western code page is in.
 CodePage SystemCodePage();
 // The main window's title for a hive.
 std::wstring HiveTitle(HWND window, const std::string& file_name);

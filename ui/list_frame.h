@@ -1,4 +1,4 @@
-// What stands around the list of a list window: toolbar, the source's name, status bar.
+// What is around the list of a list window: toolbar, the source's name, status bar.
 #pragma once
 
 #include "ui/dpi.h"

@@ -53,7 +53,7 @@ bool IsAvailable(const ListCommand& command, const ListPlace& place) {
          IsListAbout(command.about, ListKindOf(*place.model)) && HasNeeds(command.needs, place);
 }
 
-// The menu that holds a command, with the separator that stands before its group.
+// The menu that holds a command, with the separator that is before its group.
 struct MenuBuilder {
   HMENU menu;
   std::vector<std::pair<std::string, HMENU>> submenus;

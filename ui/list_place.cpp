@@ -16,7 +16,7 @@ namespace {
 
 // At 96 dpi.
 constexpr int kGenericWidth = 160;
-constexpr int kIconRoom = 20;    // in front of the first column's text
+constexpr int kIconRoom = 20;    // before the first column's text
 constexpr int kCellMargin = 14;  // of both sides of a cell's text
 
 std::vector<std::string> GenericTitles() {
@@ -102,7 +102,7 @@ void ForgetOrder(ListPlace& place) {
   ShowSortArrow(place, -1, false);
 }
 
-// Rows added since the order was made stand at the end.
+// Rows added since the order was made are at the end.
 void ExtendOrder(ListPlace& place) {
   const uint32_t count = RowCount(*place.model);
   if (place.order.size() > count) place.ordered = false;  // emptied by somebody else

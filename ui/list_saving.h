@@ -13,7 +13,7 @@ namespace hivequarry {
 
 struct FileRequest;
 
-// Writes the rows to a file (UTF-8 name), behind an empty line when it is appended to, and says how
+// Writes the rows to a file (UTF-8 name), after an empty line when it is appended to, and says how
 // many, or what went wrong. False on failure.
 bool SaveListText(const OutputList& list, const WrittenRows& which, const std::string& file,
                   OutputMode mode);

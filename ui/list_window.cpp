@@ -33,7 +33,7 @@ ListWindows& TheListWindows() {
   return windows;
 }
 
-// --- where the window stands ---------------------------------------------------------------------
+// --- where the window is ---------------------------------------------------------------------
 
 WindowPlace& SavedPlace(const ListPlace& place) {
   return TheSettings().places[static_cast<size_t>(PlaceOfListKind(ListKindOf(*place.model)))];
@@ -75,7 +75,7 @@ RECT DefaultArea(const ListWindow& window) {
           top + Scale(kDefaultHeight, window.dpi)};
 }
 
-// Each further window stands a little apart from the one before.
+// Each further window is a little apart from the one before.
 void MoveToPlace(const ListWindow& window, const WindowPlace& saved) {
   RECT area = IsPlaced(saved) ? AreaOfPlace(saved, window.dpi) : DefaultArea(window);
   const auto others = static_cast<int>(TheListWindows().open.size()) - 1;

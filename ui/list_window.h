@@ -21,7 +21,7 @@ bool TranslateListKeys(MSG& message);
 // Closes all list windows of a main window, whose workers have ended.
 void CloseListWindows(MainWindow& window);
 
-// Brings what stands around the list of a list window up to date.
+// Brings what is around the list of a list window up to date.
 void RefreshListWindow(ListPlace& place);
 // The same for every list window, when something began or ended.
 void RefreshListWindows();

@@ -15,7 +15,6 @@ inline constexpr UINT_PTR kSelectTimer = 3;  // selects the next of very many ro
 // The place of a list control.
 ListPlace& PlaceOfControl(HWND list);
 
-
 // As StartWork, for work on the place's list: until `done` is called the model and the order of its
 // rows stay as they are, but for rows that are added. A list window that is closed meanwhile goes
 // when the worker has ended, without `done`.

@@ -98,7 +98,7 @@ struct MainWindow {
   HWND progress = nullptr;
   HWND tree_splitter = nullptr;
   HWND detail_splitter = nullptr;
-  HWND empty = nullptr;       // what stands in place of the panes while there is no hive
+  HWND empty = nullptr;       // what is in place of the panes while there is no hive
   HWND blocks = nullptr;      // the block list's window, null while it is closed
   HWND last_focus = nullptr;  // the pane to return to when the window is activated again
   TreePane tree;
@@ -127,7 +127,7 @@ struct MainWindow {
   std::unique_ptr<KeyTree> key_tree;
   ImageSummary summary;
   std::atomic<bool> comparing{false};  // the mode "Displayed Sub Keys"
-  SidReplacement sid_replacement;  // of the hive shown, in lists of its security records
+  SidReplacement sid_replacement;      // of the hive shown, in lists of its security records
 
   ValueThreads threads;
   Mailbox<ItemResult> item_box;

@@ -5,7 +5,7 @@ namespace hivequarry {
 
 struct MainWindow;
 
-// What could not be written stands in a list afterwards.
+// What could not be written is in a list afterwards.
 void OnMergeFolder(MainWindow& window);
 
 }  // namespace hivequarry

@@ -6,8 +6,8 @@ namespace hivequarry {
 struct MainWindow;
 
 // Ask with the dialogs "MAPREGDLG" and "UNLOADREGDLG", which stay when the registry refuses. A hive
-// that was loaded is shown as a list of its first keys. Of a hive that is open a copy is loaded, made
-// where the user wants it.
+// that was loaded is shown as a list of its first keys. Of a hive that is open a copy is loaded,
+// made where the user wants it.
 void OnLoadHive(MainWindow& window);
 void OnUnloadHive(MainWindow& window);
 

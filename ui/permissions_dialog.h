@@ -16,7 +16,7 @@ struct PermissionRequest {
 };
 
 // Asks with the dialog; it begins with the request. True when the user wants to search: `request`
-// is then what he chose, and its SID, if there is one, in front of its history. Otherwise `request`
+// is then what he chose, and its SID, if there is one, before its history. Otherwise `request`
 // is unchanged.
 bool AskPermissions(HWND owner, PermissionRequest& request);
 

@@ -23,7 +23,7 @@ std::string_view Trimmed(std::string_view text) {
   return text.substr(start, text.find_last_not_of(" \t") - start + 1);
 }
 
-// What stands in the parentheses of a position as lists show it; else the text itself.
+// What is in the parentheses of a position as lists show it; else the text itself.
 std::string_view Decisive(std::string_view text) {
   const size_t open = text.find('(');
   if (open == std::string_view::npos || !text.ends_with(')')) return text;

@@ -21,7 +21,7 @@ void CheckSurroundings(const SystemFacts& facts);
 void CheckBackupRequest(CommandLine& line);
 // Loads the common controls and the buffered painting.
 void StartControls();
-// What stands behind the program's own name, quoted or not, in a process's command line.
+// What is after the program's own name, quoted or not, in a process's command line.
 std::wstring ArgumentsOf(std::wstring_view command_line);
 // Opens the file that the command line names, with its partial range.
 void OpenFromCommandLine(MainWindow& window, const CommandLine& line);

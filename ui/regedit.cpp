@@ -45,7 +45,7 @@ struct Editor {
   HWND main = nullptr;
   HWND tree = nullptr;
   Process process;    // outlives the block
-  RemoteBlock block;  // a record, and the text behind it
+  RemoteBlock block;  // a record, and the text after it
   ItemRecordLayout layout = kItemRecord64;
 };
 constexpr size_t kTextInBlock = kItemRecord64.size;

@@ -50,7 +50,7 @@ inline constexpr ItemRecordLayout kItemRecord64 = {56, 8, 8, 24, 32};
 using ItemRecord = std::array<uint8_t, kItemRecord64.size>;
 // A record that asks for the text of an item, to be written to `text` in the other process.
 ItemRecord MakeItemRecord(const ItemRecordLayout& layout, uint64_t item, uint64_t text);
-// Where the control says that the text stands.
+// Where the control says that the text is.
 uint64_t TextOfRecord(const ItemRecordLayout& layout, const ItemRecord& record);
 
 // Milliseconds that the editor is given to settle, by a figure of this machine's speed.

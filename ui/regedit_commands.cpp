@@ -55,7 +55,7 @@ std::string TextNamed(const OutputList& list, uint32_t row, std::string_view tit
   return column < 0 ? std::string() : Utf8FromNarrow(CellText(list, row, column));
 }
 
-// The first column may have the row's number in front; no path begins like one.
+// The first column may have the row's number first; no path begins like one.
 std::string PathInRow(const OutputList& list, uint32_t row) {
   const std::string text = TextNamed(list, row, "Key");
   return text.substr(std::min(text.find_first_not_of("0123456789, "), text.size()));

@@ -19,7 +19,7 @@ LastSearch& TheLastSearch();
 enum class SearchPlace : uint8_t { kHive, kRegistry };
 
 // Asks with the dialog "SEARCHHIVEDLG", which offers roots for the registry alone. True when there
-// is something to search for: TheLastSearch() says what, and the pattern stands in front of its
+// is something to search for: TheLastSearch() says what, and the pattern is before its
 // history. Else nothing has changed.
 bool AskSearch(HWND owner, SearchPlace place);
 

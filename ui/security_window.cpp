@@ -114,7 +114,7 @@ void SetIcons(const SecurityWindow& window) {
   SendMessageW(window.dialog, WM_SETICON, ICON_SMALL, load(SM_CXSMICON));
 }
 
-// --- where the window stands ---------------------------------------------------------------------
+// --- where the window is ---------------------------------------------------------------------
 
 // What the main window covers, also while it is minimised.
 RECT MainArea(const MainWindow& window) {
@@ -181,7 +181,7 @@ void CopyReport(HWND dialog) {
 
 // --- messages ------------------------------------------------------------------------------------
 
-// The window in front of all others of the program, but for the one that goes.
+// The window before all others of the program, but for the one that goes.
 HWND TopmostBut(HWND closing) {
   constexpr int kMostWindows = 10000;  // others come and go meanwhile
   HWND at = GetTopWindow(nullptr);
@@ -243,7 +243,7 @@ INT_PTR Route(SecurityWindow& window, UINT message, WPARAM first, LPARAM second)
       ShowHelp(window.dialog, kHelpSecurity);
       return TRUE;
     case WM_DPICHANGED:
-      PostMessageW(window.dialog, kDialogFontChanged, 0, 0);  // the fonts come behind this
+      PostMessageW(window.dialog, kDialogFontChanged, 0, 0);  // the fonts come after this
       return FALSE;
     case kDialogFontChanged:
       SetTextFont(window);

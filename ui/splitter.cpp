@@ -9,7 +9,7 @@ namespace {
 constexpr wchar_t kClassName[] = L"HivequarrySplitter";
 constexpr int kKeyStep = 16;
 
-// The window's own long: bit 0 says vertical; the drag's start stands in the extra bytes behind.
+// The window's own long: bit 0 says vertical; the drag's start is in the extra bytes after.
 constexpr int kStartIndex = 0;
 
 bool IsVertical(HWND splitter) { return (GetWindowLongPtrW(splitter, GWLP_USERDATA) & 1) != 0; }

@@ -12,7 +12,7 @@ inline constexpr UINT kSplitterMoved = WM_APP + 20;
 inline constexpr int kSplitterWidth = 5;  // at 96 dpi
 
 bool RegisterSplitterClass(HINSTANCE instance);
-// `vertical`: the bar stands between a left and a right pane.
+// `vertical`: the bar is between a left and a right pane.
 HWND MakeSplitter(HWND parent, int identifier, bool vertical);
 
 }  // namespace hivequarry

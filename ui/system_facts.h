@@ -1,4 +1,4 @@
-// The system that the program runs on, and the files that stand beside the program.
+// The system that the program runs on, and the files that are beside the program.
 #pragma once
 
 #include <cstdint>
@@ -26,7 +26,7 @@ inline bool IsKnown(const SystemFlags& flags) {
 // How many live hives there are to be backed up.
 inline int LiveHives(const SystemFlags& flags) { return flags.vista ? 9 : 7; }
 
-// Texts are UTF-8; folders stand without a separator at the end and are empty where the system
+// Texts are UTF-8; folders are without a separator at the end and are empty where the system
 // names none.
 struct SystemFacts {
   SystemFlags flags;

@@ -40,7 +40,7 @@ enum TreeIcon : int {
   kTreeIconCount
 };
 
-// Whether anything about the key's place or its lists was set right. Slack behind a name is no
+// Whether anything about the key's place or its lists was set right. Slack after a name is no
 // repair.
 inline bool IsRepaired(const KeyItem& item) {
   constexpr uint16_t kRepairMarks =

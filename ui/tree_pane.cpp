@@ -17,7 +17,7 @@ constexpr uint32_t kItemsPerSlice = 4096;
 constexpr size_t kLongestText = 259;  // of an item, in characters
 constexpr uint32_t kWorkspaceItem = kNoItem - 1;
 
-// State of an item that stands open as soon as its parent does.
+// State of an item that is open as soon as its parent does.
 constexpr UINT kOpened = TVIS_EXPANDED | TVIS_EXPANDEDONCE;
 
 UINT StateOf(const KeyItem& item, bool children, UINT state) {
@@ -67,7 +67,7 @@ BranchFill* FillOf(TreePane& pane, uint32_t parent) {
   return at == pane.fills.end() ? nullptr : &*at;
 }
 
-// Each child goes behind the one before it: the control would look for the last child itself, from
+// Each child goes after the one before it: the control would look for the last child itself, from
 // the first one on. False when the slice is full and the branch not yet whole.
 bool Fill(TreePane& pane, BranchFill& fill, DWORD start) {
   for (uint32_t count = 1; fill.next != kNoItem; ++count) {
@@ -124,7 +124,7 @@ bool IsInSight(const TreePane& pane, HTREEITEM handle) {
   return area.top >= 0 && area.bottom <= client.bottom;
 }
 
-// Ends "Expand subfolders" where it stands. What was to be opened but is not filled yet is closed
+// Ends "Expand subfolders" where it is. What was to be opened but is not filled yet is closed
 // again: an open branch would never ask for its items.
 void EndExpand(TreePane& pane) {
   for (BranchFill& fill : pane.fills) fill.state = 0;
@@ -160,7 +160,7 @@ bool IsExpanded(const TreePane& pane, HTREEITEM handle) {
 
 bool IsBetween(uint32_t item, uint32_t first, uint32_t end) { return item >= first && item < end; }
 
-// A button stands before an item with children.
+// A button is before an item with children.
 void UpdateButton(const TreePane& pane, uint32_t item) {
   TVITEMW info{};
   info.mask = TVIF_CHILDREN;
@@ -347,7 +347,7 @@ bool FillSlice(TreePane& pane) {
   SetRedraw(pane, false);
   FillBranch(pane, pane.fills.back().parent, 0, start);
   SetRedraw(pane, true);
-  // Items may have come in front of a selected one.
+  // Items may have come before a selected one.
   if (in_sight && !IsInSight(pane, selected)) TreeView_EnsureVisible(pane.window, selected);
   return !pane.fills.empty();
 }

@@ -12,7 +12,7 @@
 
 namespace hivequarry {
 
-// A branch that is being filled, a slice at a time. Its items stand in the control in the order of
+// A branch that is being filled, a slice at a time. Its items are in the control in the order of
 // the tree also while some of them are missing.
 struct BranchFill {
   uint32_t parent = kNoItem;
@@ -22,7 +22,7 @@ struct BranchFill {
   UINT state = 0;               // of the items inserted
 };
 
-// Behind the hive's root stands the folder "Workspace", which is no item of the key tree.
+// After the hive's root is the folder "Workspace", which is no item of the key tree.
 inline constexpr const wchar_t* kWorkspaceTitle = L"Workspace";
 
 struct TreePane {

@@ -28,7 +28,7 @@ struct Editor {
   const EditedValue& edit;
   uint32_t type;
   InputForm form = InputForm::kBytes;  // of the controls that are shown
-  Bytes data;                          // what they say; that of kBytes stands in the hex control
+  Bytes data;                          // what they say; that of kBytes is in the hex control
   bool filling = false;                // their changes are the program's own
   DialogLayout layout;
 };

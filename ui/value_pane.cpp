@@ -15,7 +15,7 @@ constexpr ListColumn kColumns[kValueColumns] = {
     {L"Name", 220, false}, {L"Type", 130, false}, {L"Value", 360, false}, {L"Position", 96, false}};
 constexpr int kValueColumn = 2;
 constexpr int kLeastValueWidth = 160;
-constexpr int kTechnicalNameWidth = 320;  // the name stands behind three numbers there
+constexpr int kTechnicalNameWidth = 320;  // the name is after three numbers there
 
 ValueRow MakeRow(const ValuePane& pane, int row) {
   const auto index = static_cast<size_t>(row);

@@ -8,8 +8,8 @@ namespace hivequarry {
 struct WindowClass {
   const wchar_t* name;
   WNDPROC procedure;
-  int extra_bytes = 0;  // of each window, behind what the system keeps
-  bool framed = false;  // top-level windows: the program's icon, the colour of dialogs behind all
+  int extra_bytes = 0;  // of each window, after what the system keeps
+  bool framed = false;  // top-level windows: the program's icon, the colour of dialogs after all
 };
 
 // True when the class is there afterwards, also when it was before.

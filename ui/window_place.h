@@ -1,4 +1,4 @@
-// Where a window stands and how wide its columns are, as the settings keep it: corners are those of
+// Where a window is and how wide its columns are, as the settings keep it: corners are those of
 // the screen, sizes those at 96 dpi, so that they suit the screen where it appears next time.
 #pragma once
 

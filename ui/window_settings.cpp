@@ -14,7 +14,7 @@
 namespace hivequarry {
 namespace {
 
-// Hives that other copies of the program opened meanwhile, behind those of this one.
+// Hives that other copies of the program opened meanwhile, after those of this one.
 void AddOthersHives(const std::string& file, History& recent) {
   Settings stored;
   ReadSettings(file, stored);

@@ -103,7 +103,7 @@ void FreeAll(BuiltHive& hive, std::span<const uint32_t> cells) {
   }
 }
 
-// What a program leaves behind that is removed as the system does it: cells that are free, with
+// What a program leaves behind is removed as the system does it: cells that are free, with
 // what they held.
 void RemovePhotoDesk(BuiltHive& hive) {
   const std::string entry = kUninstall + "Alderwick Photo Desk";

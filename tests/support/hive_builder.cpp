@@ -38,7 +38,7 @@ std::u16string ChildName(uint32_t parent, std::u16string_view name) {
   return text + UpperText(std::u16string(name));
 }
 
-// A build under way: keys in tree order, each with its cells behind it; links are filled in once
+// A build under way: keys in tree order, each with its cells after it; links are filled in once
 // every key has its place.
 struct Layout {
   const HiveBuilder& builder;

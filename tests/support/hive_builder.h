@@ -34,7 +34,7 @@ struct ValueRecord {
 
 struct TaggedCell {
   std::string tag;
-  Bytes record;  // what stands behind the size field
+  Bytes record;  // what is after the size field
   bool allocated = true;
 };
 
@@ -90,9 +90,9 @@ class KeyRef {
   KeyRef KeepOrder() { return Put(&KeyRecord::keep_order, true); }
   KeyRef AlsoLists(KeyRef other);  // a further list entry for a key that has another parent
   KeyRef Security(uint32_t index) { return Put(&KeyRecord::security, index); }  // from AddSecurity
-  // Unused bytes behind the name.
+  // Unused bytes after the name.
   KeyRef Slack(uint32_t size) { return Put(&KeyRecord::slack, size); }
-  // Cells behind the key's own ones (key, class name, values, list).
+  // Cells after the key's own ones (key, class name, values, list).
   KeyRef FreeBehind(uint32_t cell_size);
   KeyRef CellBehind(std::string_view tag, Bytes record, bool allocated = true);
   KeyRef NewBin() { return Put(&KeyRecord::new_bin, true); }  // the key's cells start a bin
@@ -142,7 +142,7 @@ class HiveBuilder {
   Bytes before_root_;
 };
 
-// Where the cells of one key stand; 0 for what it has not.
+// Where the cells of one key are; 0 for what it has not.
 struct KeyPlaces {
   uint32_t key = 0;
   uint32_t list = 0;
@@ -222,7 +222,7 @@ struct BuiltHive {
   uint32_t Moved(uint32_t position) const;
 };
 
-// The hive with `before` bytes of filling in front of it and `after` behind.
+// The hive with `before` bytes of filling before it and `after` after.
 Bytes Embedded(const Bytes& hive, uint32_t before, uint32_t after, uint8_t fill = 0);
 Bytes Joined(std::initializer_list<std::span<const uint8_t>> parts);
 

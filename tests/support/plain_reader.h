@@ -12,7 +12,7 @@ namespace hivequarry::testing {
 
 struct PlainValue {
   uint32_t position = 0;  // of the cell, from the start of the hive
-  std::u16string name;    // single-byte names widened as they stand
+  std::u16string name;    // single-byte names widened as they are
   uint32_t type = 0;
   bool readable = false;
   Bytes data;
@@ -44,7 +44,7 @@ struct PlainWalk {
   uint32_t blocks = 0;
 };
 // The blocks from `start` on; what is no block is passed over in steps of 4096 bytes, and what
-// stands behind a broken cell of a block is not seen.
+// is after a broken cell of a block is not seen.
 PlainWalk WalkPlainCells(const Bytes& hive, uint32_t start);
 
 }  // namespace hivequarry::testing

@@ -23,7 +23,7 @@ void SetValue(PlainCells& cells, uint32_t key, std::string_view name, uint32_t t
   cells.SetValues(key, std::span(&value, 1));
 }
 
-// The root's list, with the bystander behind the other keys.
+// The root's list, with the bystander after the other keys.
 Bytes Ended(PlainCells& cells, std::vector<uint32_t> keys) {
   keys.push_back(cells.Key(cells.root, kBystanderKey));
   SetValue(cells, keys.back(), kBystanderValue, kBinary, Bytes{1, 2, 3, 4, 5});

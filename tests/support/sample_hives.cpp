@@ -7,7 +7,7 @@
 namespace hivequarry::testing {
 namespace {
 
-// The hive of N keys. Keys are made depth first, each with its cells behind it, from a list of keys
+// The hive of N keys. Keys are made depth first, each with its cells after it, from a list of keys
 // still to make; nothing is kept of a key that is done.
 
 // The same numbers on every platform.

@@ -30,7 +30,7 @@ Content ContentOf(const std::string& name) {
   return Content(std::istreambuf_iterator<char>(file), {});
 }
 
-// The first cells of a row, "|" behind each.
+// The first cells of a row, "|" after each.
 inline std::string RowText(const OutputList& list, uint32_t row, int columns = kMaxColumns) {
   std::string text;
   for (int column = 0; column < std::min(columns, ColumnCount(list)); ++column) {

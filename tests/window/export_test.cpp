@@ -57,7 +57,7 @@ TEST_F(ExportTest, HiveAndFolder) {
   EXPECT_EQ(Script(), "REGEDIT4\r\n\r\n" + root + "]\r\n\r\n" + a + root + "\\B]\r\n\r\n");
   EXPECT_EQ(TakeBoxes(),
             (Texts{"Hivequarry: 2 Items exported !", "Hivequarry: 4 Items exported !"}));
-  // What could not be written stands in a list.
+  // What could not be written is in a list.
   const ListPlace* gaps = FindListPlace(FindWindowW(L"HivequarryList", nullptr));
   ASSERT_NE(gaps, nullptr);
   EXPECT_EQ(Column(*gaps, 0), Texts{"HKLM\\SYSTEM\\B"});

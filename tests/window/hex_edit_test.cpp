@@ -174,7 +174,7 @@ class HexControl : public ::testing::Test {
     if (modifier != 0) Down(modifier, false);
   }
 
-  // Where the caret stands on a side for a position.
+  // Where the caret is on a side for a position.
   POINT PlaceOf(uint32_t position, HexSide side = HexSide::kHex) {
     SetHexSelection(hex_, {position, position});
     if (ActiveHexSide(hex_) != side) Press(L"<Tab>");

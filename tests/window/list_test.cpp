@@ -167,7 +167,7 @@ TEST_F(ListTest, FindDialog) {
   EXPECT_EQ(Selected(place), (Texts{"two", "three", "two again"}));
 }
 
-// Texts of a menu, sub menus in brackets behind theirs, grey items behind a '-'.
+// Texts of a menu, sub menus in brackets after theirs, grey items after a '-'.
 std::string MenuTexts(HMENU menu) {
   std::string texts;
   for (int i = 0; i < GetMenuItemCount(menu); ++i) {

@@ -126,7 +126,7 @@ TEST_F(RegeditTest, CommandsStartTheEditorAndLeadIt) {
   FinishWork();
   const HWND values = EditorPane(WC_LISTVIEWW);
   EXPECT_EQ(ListView_GetItemCount(values), 5);
-  EXPECT_EQ(ListView_GetNextItem(values, -1, LVNI_SELECTED), 3);  // behind the default value
+  EXPECT_EQ(ListView_GetNextItem(values, -1, LVNI_SELECTED), 3);  // after the default value
   GUITHREADINFO threads{};
   threads.cbSize = sizeof threads;
   GetGUIThreadInfo(GetWindowThreadProcessId(values, nullptr), &threads);

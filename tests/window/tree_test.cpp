@@ -198,7 +198,7 @@ TEST_F(TreeTest, WideBranchComesInSlices) {
   EXPECT_EQ(TextOf(window_->path), window_->key_tree->root_text + "\\Wide\\Key20500");
   ASSERT_TRUE(IsFilled());
   EXPECT_TRUE(ShownChildren(wide) == ChildrenOf(wide));
-  // What came in front of the selected key has not pushed it out of sight.
+  // What came before the selected key has not pushed it out of sight.
   RECT area{};
   RECT client{};
   EXPECT_TRUE(TreeView_GetItemRect(Tree(), TreeView_GetSelection(Tree()), &area, TRUE));
