@@ -182,6 +182,8 @@ constexpr ListKindInfo kUnknownKind = {0, kOther, {}};
 
 }  // namespace
 
+std::span<const ListKindInfo> AllListKinds() { return kKinds; }
+
 const ListKindInfo& FindListKind(int kind) {
   for (const ListKindInfo& info : kKinds) {
     if (info.kind == kind) return info;

@@ -44,6 +44,7 @@ struct ListKindInfo {
 };
 // Title and columns of a kind; an unknown kind has the title "Output List" and no columns.
 const ListKindInfo& FindListKind(int kind);
+std::span<const ListKindInfo> AllListKinds();
 
 // What a row says beyond its columns, for writers that keep it (JSON Lines). Empty or zero parts
 // are not written.
