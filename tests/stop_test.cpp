@@ -285,7 +285,11 @@ TEST_P(Stop, EndsItSoonAndLeavesNothingBehind) {
   const double length = std::chrono::duration<double>(Clock::now() - start).count();
   const char* asked = std::getenv("HIVEQUARRY_STOP_ROUNDS");
   const int rounds = asked == nullptr ? 3 : std::atoi(asked);
-  std::mt19937 random(std::random_device{}());
+  const char* named = std::getenv("HIVEQUARRY_SEED");
+  const uint32_t seed = named == nullptr ? std::random_device{}()
+                                         : static_cast<uint32_t>(std::strtoul(named, nullptr, 10));
+  SCOPED_TRACE("HIVEQUARRY_SEED=" + std::to_string(seed));
+  std::mt19937 random(seed);
   double longest = 0;
   for (int round = 0; round < rounds; ++round) {
     const Run run = RunFor(std::uniform_real_distribution<double>(0, length)(random));
