@@ -54,7 +54,9 @@ int WithHive(const ConsoleRequest& request, const CommandRow& command, int& fail
   opened.summary = BuildImageTree(*opened.hive, options, opened.tree);
   if (opened.summary.stopped) return kExitFailed;
   if (const std::string undone = UndoneWords(*opened.hive); !undone.empty()) Complain(undone);
-  const int status = command.with_hive(request, opened);
+  ConsoleRequest about_hive = request;
+  about_hive.printing.hive = opened.hive;
+  const int status = command.with_hive(about_hive, opened);
   const bool invalid =
       status == kExitDone && FoundNothing(opened.summary) && !ValidateHiveFile(*opened.hive);
   return invalid ? kExitFailed : status;

@@ -48,7 +48,8 @@ bool WriteList(const OutputList& list, const Printing& printing, const TextSink&
     case Format::kCsv:
       return WriteListCsvAs(list, {printing.csv_safe, GoesToTerminal(printing)}, sink);
     case Format::kJsonLines:
-      return WriteListJsonLines(list, sink);
+      return printing.hive == nullptr ? WriteListJsonLines(list, sink)
+                                      : WriteHiveJsonLines(list, *printing.hive, sink);
     default:
       return printing.raw_text ? WriteRawText(list, sink) : WriteListVisible(list, sink);
   }

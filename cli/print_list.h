@@ -19,10 +19,11 @@ void Complain(const std::string& text);
 // Where to, and how.
 struct Printing {
   Format format = Format::kText;
-  std::string file;       // UTF-8; empty: stdout
-  bool force = false;     // an existing file may be replaced
-  bool raw_text = false;  // without escapes of control characters
-  bool csv_safe = false;  // no cell of CSV is a formula
+  std::string file;                 // UTF-8; empty: stdout
+  bool force = false;               // an existing file may be replaced
+  bool raw_text = false;            // without escapes of control characters
+  bool csv_safe = false;            // no cell of CSV is a formula
+  const HiveImage* hive = nullptr;  // that the rows speak of, if any
 };
 
 // On failure false after a message, and the file holds what it held before.

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstdio>
 
+#include "hive/offset_map.h"
+
 namespace hivequarry {
 namespace {
 
@@ -89,6 +91,10 @@ uint32_t PositionOfPlace(const HiveImage& hive, uint32_t place) {
       number + 1 < pieces.size() ? pieces[number + 1].position : std::max(hive.held, hive.length);
   const uint32_t distance = place - pieces[number].place;
   return distance < end - pieces[number].position ? pieces[number].position + distance : kNoOffset;
+}
+
+std::string PlaceWords(const HiveImage& hive, uint32_t position) {
+  return position >= kNowhere ? "nowhere" : Hex(PlaceOf(hive, position));
 }
 
 std::string UndoneWords(const HiveImage& hive) {

@@ -36,6 +36,10 @@ uint32_t PlaceOfImage(const HiveImage& hive, uint32_t position);
 inline uint32_t LengthInFile(const HiveImage& hive) {
   return hive.places.pieces.empty() && hive.places.returns.empty() ? hive.length : hive.file_bytes;
 }
+// "0x00001020 (4128)": the place of a position as details show it; a word for an offset's target
+// that is nowhere.
+std::string PlaceWords(const HiveImage& hive, uint32_t position);
+
 // The position in the file after all that was opened.
 inline uint32_t FileEndOf(const HiveImage& hive) { return hive.base_offset + hive.file_bytes; }
 

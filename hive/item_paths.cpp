@@ -4,6 +4,7 @@
 #include <charconv>
 #include <cstring>
 
+#include "hive/file_place.h"
 #include "hive/key_node.h"
 #include "hive/key_tree.h"
 #include "hive/root_path.h"
@@ -98,8 +99,8 @@ std::string PathTop(const HiveImage& hive, const KeyTree& tree, uint32_t item, N
 }
 
 // "\...@0x00012340", as it follows that.
-std::string AnchorText(const KeyTree& tree, uint32_t anchor) {
-  return "\\" + std::string(kLeftOut) + HexNumber(tree.items[anchor].position);
+std::string AnchorText(const HiveImage& hive, const KeyTree& tree, uint32_t anchor) {
+  return "\\" + std::string(kLeftOut) + HexNumber(PlaceOf(hive, tree.items[anchor].position));
 }
 
 // What a path shows: the items from its own up to the root, or to the child of `anchor`.
@@ -140,7 +141,7 @@ std::string TextOf(const HiveImage& hive, const KeyTree& tree, const ShownPath& 
                    NameOf name) {
   std::string path;
   if (shown.anchor != kNoItem) {
-    path = PathTop(hive, tree, shown.upwards.front(), name) + AnchorText(tree, shown.anchor);
+    path = PathTop(hive, tree, shown.upwards.front(), name) + AnchorText(hive, tree, shown.anchor);
   }
   return Joined(hive, tree, std::move(path), shown.upwards, name);
 }
@@ -227,7 +228,7 @@ uint32_t FindShortened(const HiveImage& hive, const KeyTree& tree, std::string_v
   const char* digits = name.data() + kLeftOut.size() + 2;
   const auto read = std::from_chars(digits, name.data() + name.size(), position, 16);
   if (read.ec != std::errc() || read.ptr != name.data() + name.size()) return kNoItem;
-  const uint32_t anchor = ItemAt(tree, position, under_folder);
+  const uint32_t anchor = ItemAt(tree, PositionOfPlace(hive, position), under_folder);
   if (anchor == kNoItem) return kNoItem;
   return DescendPath(hive, tree, anchor, path.substr(std::min(path.size(), name.size() + 1)));
 }
@@ -329,7 +330,7 @@ const std::string& PathWalker::PathOf(uint32_t item) {
   const size_t anchor = IsLong() ? AnchorLevel() : 0;
   if (anchor == 0) return path_;
   const Level& level = levels_[anchor];
-  shortened_ = PathTop(hive_, tree_, item, ItemName) + AnchorText(tree_, level.item);
+  shortened_ = PathTop(hive_, tree_, item, ItemName) + AnchorText(hive_, tree_, level.item);
   return shortened_.append(path_, level.length);
 }
 
@@ -342,7 +343,7 @@ const std::string& PathWalker::LosslessOf(uint32_t item) {
   const std::string_view tail = std::string_view(path_).substr(level.length);
   const std::string_view whole = std::string_view(utf8_).substr(level.utf8_length);
   if (tail == whole || Utf8FromNarrow(tail) == whole) return lossless_;
-  lossless_ = PathTop(hive_, tree_, item, PathNameUtf8) + AnchorText(tree_, level.item);
+  lossless_ = PathTop(hive_, tree_, item, PathNameUtf8) + AnchorText(hive_, tree_, level.item);
   return lossless_.append(whole);
 }
 

@@ -39,7 +39,7 @@ std::string NarrowKeyName(const uint8_t* bytes, uint32_t size, bool& failed) {
     surrogates = surrogates || (unit & 0xF800) == 0xD800;
     if (unit != 0 && unit < 0x100) name[i] = static_cast<char>(unit);
   }
-  // From the last on, so that those first keep their places.
+  // From the last on, so that those before keep their places.
   for (uint32_t i = surrogates ? size / 2 : 0; i-- > 0;) {
     if (!IsLoneSurrogate(bytes, size, 2 * i)) continue;
     name.replace(i, 1, LoneSurrogateText(LoadU16(bytes + 2 * i)));

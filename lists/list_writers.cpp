@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "hive/file_place.h"
 #include "hive/timestamp.h"
 #include "host/host.h"
 #include "host/visible_text.h"
@@ -167,8 +168,8 @@ void AppendJsonFact(const char* key, std::string_view utf8, std::string& scratch
   AppendJsonName(utf8, scratch, out);
 }
 
-void WriteJsonRow(const ListShape& shape, const std::vector<std::string>& keys, uint32_t row,
-                  std::string& scratch, std::string& out) {
+void WriteJsonRow(const ListShape& shape, const std::vector<std::string>& keys,
+                  const HiveImage* hive, uint32_t row, std::string& scratch, std::string& out) {
   RowTexts cells;
   ReadRow(shape, row, cells);
   for (int column = 0; column < shape.columns; ++column) {
@@ -177,7 +178,8 @@ void WriteJsonRow(const ListShape& shape, const std::vector<std::string>& keys, 
   }
   if (RowHasDatum(shape.list, row)) {
     out += ",\"Offset\":";
-    out += std::to_string(RowDatum(shape.list, row));
+    const uint32_t datum = RowDatum(shape.list, row);
+    out += std::to_string(hive == nullptr ? datum : PlaceOf(*hive, datum));
   }
   const RowFacts facts = FactsOfRow(shape.list, row);
   if (facts.about_key) {
@@ -220,14 +222,27 @@ bool WriteListCsvAs(const OutputList& list, const CsvForm& form, const TextSink&
                        [&](uint32_t row) { WriteCsvRow(shape, row, form, scratch, out.buffer); });
 }
 
-bool WriteListJsonLines(const OutputList& list, const TextSink& sink) {
+namespace {
+
+bool WriteJsonLines(const OutputList& list, const HiveImage* hive, const TextSink& sink) {
   const ListShape shape = ShapeOf(list);
   if (shape.columns == 0 || shape.rows == 0) return true;
   ListOutput out{sink, {}};
   std::string scratch;
   const std::vector<std::string> keys = JsonKeys(shape);
-  return WriteInPieces(out, shape.rows,
-                       [&](uint32_t row) { WriteJsonRow(shape, keys, row, scratch, out.buffer); });
+  return WriteInPieces(out, shape.rows, [&](uint32_t row) {
+    WriteJsonRow(shape, keys, hive, row, scratch, out.buffer);
+  });
+}
+
+}  // namespace
+
+bool WriteListJsonLines(const OutputList& list, const TextSink& sink) {
+  return WriteJsonLines(list, nullptr, sink);
+}
+
+bool WriteHiveJsonLines(const OutputList& list, const HiveImage& hive, const TextSink& sink) {
+  return WriteJsonLines(list, &hive, sink);
 }
 
 std::string JsonString(std::string_view utf8) {

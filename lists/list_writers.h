@@ -8,6 +8,7 @@
 #include <string>
 #include <string_view>
 
+#include "hive/image.h"
 #include "lists/output_list.h"
 
 namespace hivequarry {
@@ -52,6 +53,8 @@ bool WriteListCsvAs(const OutputList& list, const CsvForm& form, const TextSink&
 // One object a row: the column titles as keys, then "Offset", "LastWrite", "Path", "Name" and
 // "Bytes" as far as the row has them.
 bool WriteListJsonLines(const OutputList& list, const TextSink& sink);
+// The same of a list whose rows speak of a hive's records: their positions are those in its file.
+bool WriteHiveJsonLines(const OutputList& list, const HiveImage& hive, const TextSink& sink);
 
 // A UTF-8 text as a JSON string, with its quotes. Bytes that are no UTF-8 become U+FFFD.
 std::string JsonString(std::string_view utf8);

@@ -1,18 +1,16 @@
 #include "live/compare.h"
 
 #include <array>
-#include <cinttypes>
-#include <cstdio>
 #include <string>
 #include <unordered_set>
 #include <utility>
 #include <vector>
 
-#include "hive/file_place.h"
 #include "hive/value_key.h"
 #include "hive/value_text.h"
 #include "host/host.h"
 #include "host/long_operation.h"
+#include "lists/list_rows.h"
 #include "live/live_data.h"
 #include "live/live_keys.h"
 #include "live/live_place.h"
@@ -333,9 +331,8 @@ class Comparison {
     const std::string path = PathOf(item);
     const bool in_hive = value.position != kNoOffset;
     const uint32_t key = tree_.items[item].position;
-    const std::string key_offset = OffsetText(PlaceOf(hive_, key));
-    const std::string value_offset =
-        in_hive ? OffsetText(PlaceOf(hive_, value.position)) : std::string();
+    const std::string key_offset = PlaceText(hive_, key);
+    const std::string value_offset = in_hive ? PlaceText(hive_, value.position) : std::string();
     const std::array<std::string_view, 6> texts = {path,       value.name, value.file,
                                                    value.live, key_offset, value_offset};
     bool lossy = false;
@@ -354,12 +351,6 @@ class Comparison {
     AddRow(list_, row);
     if (differing_.empty() || differing_.back() != item) differing_.push_back(item);
     ShowCounts();
-  }
-
-  static std::string OffsetText(uint32_t position) {
-    char text[16];
-    std::snprintf(text, sizeof text, "0x%08" PRIX32, position);
-    return text;
   }
 
   void ShowCounts() {

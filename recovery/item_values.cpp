@@ -105,10 +105,7 @@ struct DetailLines {
     Add(label, number);
   }
   void AddPosition(const char* label, uint32_t position) {
-    char number[32];
-    const uint32_t place = PlaceOf(hive, position);
-    std::snprintf(number, sizeof(number), "0x%08X (%u)", place, place);
-    Add(label, position == kNoOffset ? "none" : number);
+    Add(label, position == kNoOffset ? "none" : PlaceWords(hive, position));
   }
   void AddCount(const char* label, uint32_t value) { Add(label, std::to_string(value)); }
 };
@@ -151,13 +148,6 @@ void AddKeyFields(const HiveImage& hive, const KeyNode& key, DetailLines& lines)
   lines.AddCount("Name length", key.name_length);
 }
 
-std::string PositionText(const HiveImage& hive, uint32_t position) {
-  position = PlaceOf(hive, position);
-  char text[32];
-  std::snprintf(text, sizeof(text), "0x%08X (%u)", position, position);
-  return text;
-}
-
 std::string NameAt(const HiveImage& hive, const KeyTree& tree, uint32_t position) {
   const uint32_t item = ItemOfPosition(tree, position);
   return item == kNoItem ? "no key" : "\"" + ItemName(hive, tree, item) + "\"";
@@ -169,28 +159,28 @@ void AddEvidence(const HiveImage& hive, const KeyTree& tree, const KeyItem& it,
   constexpr const char* kLabel = "Evidence";
   const bool made = (it.marks & kVirtualMarks) != 0;
   if (it.entry != 0) {
-    lines.Add(kLabel, "list entry at " + PositionText(hive, it.entry) + " names this key");
+    lines.Add(kLabel, "list entry at " + PlaceWords(hive, it.entry) + " names this key");
   }
   if (!made && it.kind != ItemKind::kRoot) {
     const uint32_t parent = ReadOffset(hive, it.position + kKeyParent);
     const bool reused = (it.repairs & kRepairNotItsParent) != 0;
-    lines.Add(kLabel, "parent field at " + PositionText(hive, it.position + kKeyParent) +
-                          " leads to " + PositionText(hive, parent) + ", " +
+    lines.Add(kLabel, "parent field at " + PlaceWords(hive, it.position + kKeyParent) +
+                          " leads to " + PlaceWords(hive, parent) + ", " +
                           NameAt(hive, tree, parent) +
                           (reused ? ", which never had a subkey with so long a name" : ""));
   }
   if (it.evidence != 0 && it.evidence != it.entry) {
     const char* what = (it.marks & kMarkParent) != 0 ? "parent field at " : "list entry at ";
     const char* how = made ? " names this place" : " gives the parent";
-    lines.Add(kLabel, what + PositionText(hive, it.evidence) + how);
+    lines.Add(kLabel, what + PlaceWords(hive, it.evidence) + how);
   }
   if ((it.marks & kMarkHashName) != 0) {
     const uint32_t entry = it.evidence != 0 ? it.evidence : it.entry;
-    lines.Add(kLabel, "name hint at " + PositionText(hive, entry + 4));
+    lines.Add(kLabel, "name hint at " + PlaceWords(hive, entry + 4));
   }
   const auto values = hive.repaired_value_lists.find(it.position);
   if (values != hive.repaired_value_lists.end()) {
-    lines.Add(kLabel, "value list at " + PositionText(hive, values->second) +
+    lines.Add(kLabel, "value list at " + PlaceWords(hive, values->second) +
                           ", one bit away from the stored offset");
   }
 }
@@ -227,7 +217,7 @@ std::string SharedWords(const HiveImage& hive, const KeyTree& tree, uint32_t pos
   const auto shared = tree.shared_bytes.find(position);
   if (shared == tree.shared_bytes.end()) return {};
   return "its bytes or data are also those of the recovered record at " +
-         PositionText(hive, shared->second);
+         PlaceWords(hive, shared->second);
 }
 
 std::string InfoWords(const HiveImage& hive, const KeyTree& tree, const KeyItem& it) {

@@ -23,14 +23,6 @@ constexpr uint32_t kBigDataLength = 16;    // of a "db" cell
 constexpr uint32_t kLargestHidden = 4096;  // how far before one a hidden record is looked for
 constexpr size_t kMostNameShown = 128;     // of a record that is led to
 
-// As the file counts.
-std::string PositionWords(const HiveImage& hive, uint32_t position) {
-  position = PlaceOf(hive, position);
-  char text[32];
-  std::snprintf(text, sizeof(text), "0x%08" PRIX32 " (%" PRIu32 ")", position, position);
-  return text;
-}
-
 std::string HexWords(uint32_t value, int digits) {
   char text[16];
   std::snprintf(text, sizeof(text), "0x%0*" PRIX32, digits, value);
@@ -438,7 +430,7 @@ class RowWriter {
     const uint32_t target = ReadOffset(hive_, field.position);
     if (!InsideHive(hive_, target, 8)) return "leads outside the image";
     field.leads_to = target;
-    return PositionWords(hive_, target) + ", " + TargetWords(hive_, target);
+    return PlaceWords(hive_, target) + ", " + TargetWords(hive_, target);
   }
 
   const HiveImage& hive_;

@@ -28,7 +28,7 @@ ScanStep StepAt(const HiveImage& hive, uint32_t position) {
   const uint32_t length = CellLength(size);
   if (length > kLongestRecord) return other;
   if (!InsideHive(hive, position, length)) return {true, other.next};
-  // A damaged length must not put the scan beside all cells after.
+  // A damaged length must not put the scan beside all cells that follow.
   return {true, position + (length + kScanStep - 1) / kScanStep * kScanStep};
 }
 

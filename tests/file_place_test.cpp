@@ -8,6 +8,8 @@
 #include <span>
 #include <string>
 
+#include "lists/list_writers.h"
+#include "reports/hive_lists.h"
 #include "tests/support/opened_hive.h"
 #include "tests/support/texts.h"
 
@@ -86,6 +88,25 @@ const Moved kMoved[] = {
      "copied as text: every 0A became 0D 0A"},
 };
 
+// Of rows about keys, in JSON.
+void ExpectTheFilesOffsets(const OpenedHive& opened, const Bytes& bytes) {
+  std::string json;
+  WriteHiveJsonLines(*ListKeyTree(opened.hive, opened.tree, 0), opened.hive,
+                     [&json](std::string_view piece) {
+                       json += piece;
+                       return true;
+                     });
+  constexpr std::string_view kMember = "\"Offset\":";
+  uint32_t rows = 0;
+  for (size_t at = json.find(kMember); at != json.npos; at = json.find(kMember, at + 1)) {
+    const size_t place = std::stoul(json.substr(at + kMember.size()));
+    const uint32_t cell = opened.hive.base_offset + static_cast<uint32_t>(place);
+    EXPECT_EQ(bytes[cell + 4], 'n') << place;
+    ++rows;
+  }
+  EXPECT_EQ(rows, kKeys);
+}
+
 // Whatever was undone, what is shown of a key leads to its bytes in the file, and back.
 TEST(FilePlaces, LeadToTheBytes) {
   const BuiltHive sound = Sample();
@@ -108,6 +129,7 @@ TEST(FilePlaces, LeadToTheBytes) {
       right += at + 1 < bytes.size() && bytes[at] == 'n' && bytes[at + 1] == 'k';
     }
     EXPECT_EQ(right, kKeys);
+    ExpectTheFilesOffsets(opened, bytes);
   }
 }
 

@@ -62,6 +62,22 @@ TEST(ItemPaths, OfDeepTreesAreShortenedFromAKeyOn) {
   EXPECT_EQ(FindItemByPath(opened.hive, opened.tree, root + "\\...@0x\\name"), kNoItem);
 }
 
+// The key that a shortened path names is where the file has it, bytes put in before it and all.
+TEST(ItemPaths, ShortenedOfMovedBytes) {
+  Bytes bytes = NestedHive(20000, "name");
+  bytes.insert(bytes.begin() + 4100 + 4096, 3, 0x55);
+  const OpenedHive opened{std::span<const uint8_t>(bytes)};
+  ASSERT_FALSE(opened.hive.places.pieces.empty());
+  const std::string path = ItemPath(opened.hive, opened.tree, 20000);
+  const size_t mark = path.find("@0x");
+  ASSERT_NE(mark, std::string::npos) << path;
+  const auto place = static_cast<size_t>(std::stoul(path.substr(mark + 1), nullptr, 16));
+  EXPECT_EQ(std::string(bytes.begin() + static_cast<ptrdiff_t>(place) + 4,
+                        bytes.begin() + static_cast<ptrdiff_t>(place) + 6),
+            "nk");
+  EXPECT_EQ(FindItemByPath(opened.hive, opened.tree, path), 20000u);
+}
+
 TEST(ItemPaths, OfKeysBelowALongPath) {
   CheckPaths(OpenedHive{std::span<const uint8_t>(WideBelowNested(100, kWideName, 20000))});
   CheckPaths(

@@ -1,6 +1,5 @@
 #include "ui/item_words.h"
 
-#include <cstdio>
 #include <string_view>
 
 #include "hive/file_place.h"
@@ -31,13 +30,6 @@ std::string Words(const HiveImage& hive, const KeyTree& tree, const KeyItem& it,
   return text;
 }
 
-std::string PositionWords(const HiveImage& hive, const KeyItem& it) {
-  char text[32];
-  const uint32_t place = PlaceOf(hive, it.position);
-  std::snprintf(text, sizeof text, "0x%08X (%u)", place, place);
-  return text;
-}
-
 }  // namespace
 
 std::wstring ItemWords(const HiveImage& hive, const KeyTree& tree, uint32_t item) {
@@ -51,7 +43,7 @@ std::wstring ItemTip(const HiveImage& hive, const KeyTree& tree, uint32_t item) 
   std::string text = Words(hive, tree, it, "\r\n");
   const bool made = (it.marks & kVirtualMarks) != 0;
   if (it.position != kNoOffset) {
-    Append(text, "\r\n", made ? "No key cell at " : "Position: ", PositionWords(hive, it));
+    Append(text, "\r\n", made ? "No key cell at " : "Position: ", PlaceWords(hive, it.position));
   }
   return WindowText(text);
 }

@@ -43,7 +43,7 @@ void Judge(HWND dialog, PositionRequest& request) {
   const bool good = number && request.position < request.end;
   char message[80];
   std::snprintf(message, sizeof message,
-                "Decimal, or hexadecimal behind 0x; below 0x%08" PRIX32 " (%" PRIu32 ").",
+                "Decimal, or hexadecimal after 0x; below 0x%08" PRIX32 " (%" PRIu32 ").",
                 request.end, request.end);
   if (!text.empty() && !number) std::snprintf(message, sizeof message, "This is no position.");
   if (number && !good) {

@@ -1,10 +1,9 @@
 #include "ui/workspace.h"
 
-#include <cstdio>
-
 #include "hive/file_place.h"
 #include "hive/value_text.h"
 #include "host/host.h"
+#include "lists/list_rows.h"
 #include "recovery/root_search.h"
 #include "ui/text.h"
 
@@ -14,12 +13,6 @@ namespace {
 const char* KindOf(const HiveImage& hive) {
   if (!hive.header_valid) return "Fragment without a base block";
   return hive.root_valid || hive.root_position != 0 ? "Hive" : "Hive without a root cell";
-}
-
-std::string PositionText(uint32_t position) {
-  char text[32];
-  std::snprintf(text, sizeof text, "0x%08X", position);
-  return text;
 }
 
 void AddCount(std::string& text, const char* label, uint32_t count) {
