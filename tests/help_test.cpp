@@ -19,8 +19,8 @@ const std::string kSource = HIVEQUARRY_SOURCE_DIR;
 // The page made of a manual; empty when it is refused, with what was said in `said`.
 std::string MakeHelp(const std::string& manual, std::string* said = nullptr) {
   const TempFile out("");
-  const std::string line = "python3 " + kSource + "/ui/make_help.py " + manual + " " + out.name() +
-                           " 2>" + out.name() + ".said";
+  const std::string line = "python3 " + kSource + "/ui/resources/make_help.py " + manual + " " +
+                           out.name() + " 2>" + out.name() + ".said";
   const bool made = std::system(line.c_str()) == 0;
   std::ifstream page(out.name());
   std::ifstream words(out.name() + ".said");

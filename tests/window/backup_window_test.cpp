@@ -8,11 +8,11 @@
 #include "tests/support/memory_registry.h"
 #include "tests/window/dialog_fixture.h"
 #include "tests/window/window_fixture.h"
-#include "ui/backup_dialog.h"
-#include "ui/folder_choice.h"
-#include "ui/resource.h"
-#include "ui/system_facts.h"
-#include "ui/text.h"
+#include "ui/frame/folder_choice.h"
+#include "ui/frame/system_facts.h"
+#include "ui/frame/text.h"
+#include "ui/live/backup_dialog.h"
+#include "ui/resources/resource.h"
 
 namespace hivequarry::testing {
 namespace {

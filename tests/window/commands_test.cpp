@@ -10,11 +10,11 @@
 #include "app/settings.h"
 #include "reports/hive_lists.h"
 #include "tests/window/window_fixture.h"
-#include "ui/list_commands.h"
-#include "ui/list_dialogs.h"
-#include "ui/list_window.h"
-#include "ui/program.h"
-#include "ui/text.h"
+#include "ui/dialogs/list_dialogs.h"
+#include "ui/frame/text.h"
+#include "ui/lists/list_commands.h"
+#include "ui/lists/list_window.h"
+#include "ui/main/program.h"
 
 namespace hivequarry::testing {
 namespace {

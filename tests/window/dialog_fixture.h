@@ -4,7 +4,7 @@
 #include <functional>
 #include <vector>
 
-#include "ui/win.h"
+#include "ui/draw/win.h"
 
 namespace hivequarry::testing {
 

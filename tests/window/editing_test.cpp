@@ -4,9 +4,9 @@
 
 #include "hive/value_edits.h"
 #include "tests/window/window_fixture.h"
-#include "ui/address_bar.h"
-#include "ui/list_window.h"
-#include "ui/resource.h"
+#include "ui/lists/list_window.h"
+#include "ui/main/address_bar.h"
+#include "ui/resources/resource.h"
 
 namespace hivequarry::testing {
 namespace {

@@ -2,8 +2,8 @@
 #include "hive/root_path.h"
 #include "tests/window/dialog_fixture.h"
 #include "tests/window/list_fixture.h"
-#include "ui/list_dialogs.h"
-#include "ui/resource.h"
+#include "ui/dialogs/list_dialogs.h"
+#include "ui/resources/resource.h"
 
 namespace hivequarry::testing {
 namespace {

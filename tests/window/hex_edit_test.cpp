@@ -1,6 +1,6 @@
 // The hex edit control in a plain window, driven by what keyboard and mouse send; its model; and
 // the editor of values.
-#include "ui/hex_edit.h"
+#include "ui/hex/hex_edit.h"
 
 #include <gtest/gtest.h>
 
@@ -13,11 +13,11 @@
 #include "hive/value_text.h"
 #include "tests/window/dialog_fixture.h"
 #include "tests/window/window_fixture.h"
-#include "ui/dpi.h"
-#include "ui/resource.h"
-#include "ui/text.h"
-#include "ui/value_editor.h"
-#include "ui/window_class.h"
+#include "ui/dialogs/value_editor.h"
+#include "ui/draw/dpi.h"
+#include "ui/frame/text.h"
+#include "ui/frame/window_class.h"
+#include "ui/resources/resource.h"
 
 namespace hivequarry {
 

@@ -8,8 +8,8 @@
 #include "app/settings.h"
 #include "host/long_operation.h"
 #include "tests/window/window_fixture.h"
-#include "ui/list_commands.h"
-#include "ui/text.h"
+#include "ui/frame/text.h"
+#include "ui/lists/list_commands.h"
 
 namespace hivequarry::testing {
 namespace {

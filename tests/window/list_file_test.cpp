@@ -5,11 +5,11 @@
 
 #include "host/host.h"
 #include "tests/window/list_fixture.h"
-#include "ui/list_dialogs.h"
-#include "ui/list_frame.h"
-#include "ui/list_printing.h"
-#include "ui/list_saving.h"
-#include "ui/text.h"
+#include "ui/dialogs/list_dialogs.h"
+#include "ui/frame/text.h"
+#include "ui/lists/list_frame.h"
+#include "ui/lists/list_printing.h"
+#include "ui/lists/list_saving.h"
 
 namespace hivequarry::testing {
 namespace {

@@ -2,9 +2,9 @@
 
 #include <array>
 
-#include "ui/list_dialogs.h"
-#include "ui/list_sorting.h"
-#include "ui/text.h"
+#include "ui/dialogs/list_dialogs.h"
+#include "ui/frame/text.h"
+#include "ui/lists/list_sorting.h"
 
 namespace hivequarry::testing {
 

@@ -6,14 +6,14 @@
 #include "reports/freed_lists.h"
 #include "tests/window/dialog_fixture.h"
 #include "tests/window/list_fixture.h"
-#include "ui/find_dialog.h"
-#include "ui/list_dialogs.h"
-#include "ui/list_finding.h"
-#include "ui/list_frame.h"
-#include "ui/list_sorting.h"
-#include "ui/list_work.h"
-#include "ui/resource.h"
-#include "ui/text.h"
+#include "ui/dialogs/find_dialog.h"
+#include "ui/dialogs/list_dialogs.h"
+#include "ui/frame/text.h"
+#include "ui/lists/list_finding.h"
+#include "ui/lists/list_frame.h"
+#include "ui/lists/list_sorting.h"
+#include "ui/lists/list_work.h"
+#include "ui/resources/resource.h"
 
 namespace hivequarry::testing {
 namespace {

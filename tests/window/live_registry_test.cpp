@@ -14,7 +14,7 @@
 #include "live/mounted_hives.h"
 #include "tests/support/hive_builder.h"
 #include "tests/support/texts.h"
-#include "ui/win.h"
+#include "ui/draw/win.h"
 
 namespace hivequarry::testing {
 namespace {

@@ -8,8 +8,8 @@
 #include "host/long_operation.h"
 #include "tests/support/sample_hives.h"
 #include "tests/window/window_fixture.h"
-#include "ui/program.h"
-#include "ui/text.h"
+#include "ui/frame/text.h"
+#include "ui/main/program.h"
 
 namespace hivequarry::testing {
 namespace {

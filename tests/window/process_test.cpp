@@ -15,9 +15,9 @@
 #include "host/host.h"
 #include "tests/support/hive_builder.h"
 #include "tests/support/texts.h"
-#include "ui/main_window.h"
-#include "ui/text.h"
-#include "ui/win.h"
+#include "ui/draw/win.h"
+#include "ui/frame/text.h"
+#include "ui/main/main_window.h"
 
 namespace hivequarry::testing {
 namespace {

@@ -1,10 +1,10 @@
 // Keys shown in the system's registry editor: the real one, on keys made for it.
-#include "ui/regedit.h"
+#include "ui/live/regedit.h"
 
 #include "hive/root_path.h"
 #include "host/long_operation.h"
 #include "tests/window/list_fixture.h"
-#include "ui/text.h"
+#include "ui/frame/text.h"
 
 namespace hivequarry::testing {
 namespace {

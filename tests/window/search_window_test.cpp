@@ -5,12 +5,12 @@
 #include "tests/support/sample_hives.h"
 #include "tests/window/dialog_fixture.h"
 #include "tests/window/list_fixture.h"
-#include "ui/dates_dialog.h"
-#include "ui/report_commands.h"
-#include "ui/resource.h"
-#include "ui/search_commands.h"
-#include "ui/search_dialog.h"
-#include "ui/text.h"
+#include "ui/commands/report_commands.h"
+#include "ui/commands/search_commands.h"
+#include "ui/dialogs/dates_dialog.h"
+#include "ui/dialogs/search_dialog.h"
+#include "ui/frame/text.h"
+#include "ui/resources/resource.h"
 
 namespace hivequarry::testing {
 namespace {

@@ -1,5 +1,5 @@
 // Windows, dialogs and lists about security records.
-#include "ui/security_window.h"
+#include "ui/security/security_window.h"
 
 #include <algorithm>
 #include <atomic>
@@ -8,10 +8,10 @@
 #include "security/security_lists.h"
 #include "tests/window/dialog_fixture.h"
 #include "tests/window/list_fixture.h"
-#include "ui/permissions_dialog.h"
-#include "ui/replace_sid_dialog.h"
-#include "ui/resource.h"
-#include "ui/text.h"
+#include "ui/frame/text.h"
+#include "ui/resources/resource.h"
+#include "ui/security/permissions_dialog.h"
+#include "ui/security/replace_sid_dialog.h"
 
 namespace hivequarry::testing {
 namespace {

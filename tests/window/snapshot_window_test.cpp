@@ -6,9 +6,9 @@
 #include "tests/support/memory_registry.h"
 #include "tests/window/dialog_fixture.h"
 #include "tests/window/list_fixture.h"
-#include "ui/list_dialogs.h"
-#include "ui/resource.h"
-#include "ui/text.h"
+#include "ui/dialogs/list_dialogs.h"
+#include "ui/frame/text.h"
+#include "ui/resources/resource.h"
 
 namespace hivequarry::testing {
 namespace {

@@ -3,8 +3,8 @@
 #include <array>
 
 #include "app/settings.h"
-#include "ui/program.h"
-#include "ui/text.h"
+#include "ui/frame/text.h"
+#include "ui/main/program.h"
 
 namespace hivequarry::testing {
 namespace {

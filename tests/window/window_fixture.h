@@ -12,7 +12,7 @@
 #include "host/host.h"
 #include "tests/support/hive_builder.h"
 #include "tests/support/texts.h"
-#include "ui/main_window.h"
+#include "ui/main/main_window.h"
 
 namespace hivequarry::testing {
 

@@ -1,0 +1,414 @@
+#include "ui/commands/bookmarks_dialog.h"
+
+#include <algorithm>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "app/bookmarks.h"
+#include "app/key_paths.h"
+#include "hive/timestamp.h"
+#include "host/host.h"
+#include "ui/commands/key_going.h"
+#include "ui/draw/dpi.h"
+#include "ui/frame/dialog_layout.h"
+#include "ui/frame/help.h"
+#include "ui/frame/host_window.h"
+#include "ui/frame/list_view.h"
+#include "ui/frame/modal.h"
+#include "ui/frame/system_facts.h"
+#include "ui/frame/text.h"
+#include "ui/main/main_window.h"
+#include "ui/resources/resource.h"
+
+namespace hivequarry {
+namespace {
+
+// --- the file ------------------------------------------------------------------------------------
+
+void Complain(const std::string& text) {
+  ShowMessage(text.c_str(), kProgramName, Icon::kExclamation);
+}
+
+const std::string& BookmarkFile() { return TheProgram().bookmark_file; }
+
+// What is in the file now, after a message when that is not all of it.
+Bookmarks ReadAll() {
+  Bookmarks bookmarks;
+  if (!LoadBookmarks(BookmarkFile(), bookmarks)) {
+    Complain("Can not read bookmark file !\r\n(" + BookmarkFile() + ")");
+  }
+  return bookmarks;
+}
+
+// Changes the file as other copies of the program left it. False after a message.
+bool ChangeBookmarks(const std::function<BookmarkChange(Bookmarks&)>& change) {
+  Bookmarks bookmarks = ReadAll();
+  if (!bookmarks.whole) return false;
+  switch (change(bookmarks)) {
+    case BookmarkChange::kBadPath:
+      Complain("The path of the key is too long for a bookmark !");
+      return false;
+    case BookmarkChange::kFull:
+      Complain("There is no more room for this in the bookmark file !");
+      return false;
+    default:
+      break;
+  }
+  if (SaveBookmarks(BookmarkFile(), bookmarks)) return true;
+  Complain("Can not write bookmark file !\r\n(" + BookmarkFile() + ")");
+  return false;
+}
+
+BookmarkChange SetNote(Bookmarks& bookmarks, const std::string& path, const std::string& note) {
+  for (size_t line = 0; line < bookmarks.lines.size(); ++line) {
+    const BookmarkLine& at = bookmarks.lines[line];
+    if (at.readable && SameKeyPath(at.bookmark.path, path)) {
+      return SetBookmarkNote(bookmarks, line, note);
+    }
+  }
+  return BookmarkChange::kDone;  // gone meanwhile
+}
+
+// --- the list ------------------------------------------------------------------------------------
+
+// Lives as long as its dialog.
+struct BookmarkDialog {
+  HWND dialog = nullptr;
+  HWND list = nullptr;
+  bool may_go = false;  // a hive is shown
+  Bookmarks bookmarks;
+  std::vector<size_t> shown;  // numbers of its lines
+  BookmarkFilter filter = BookmarkFilter::kAll;
+  std::string chosen;  // path of the key to go to
+  DialogLayout layout;
+};
+
+enum Column : int { kPathColumn, kNoteColumn, kTimeColumn, kHiveColumn };
+constexpr ListColumn kColumns[] = {
+    {L"Key", 240, false}, {L"Note", 130, false}, {L"Set", 150, false}, {L"Hive file", 130, false}};
+
+constexpr DialogAnchor kAnchors[] = {
+    {.control = kBookmarkList, .grow_x = true, .grow_y = true},
+    {.control = kBookmarkNoteLabel, .move_y = true},
+    {.control = kBookmarkNote, .move_y = true, .grow_x = true},
+    {.control = kBookmarkDelete, .move_y = true},
+    {.control = kBookmarkHelp, .move_y = true},
+    {.control = IDOK, .move_x = true, .move_y = true},
+    {.control = IDCANCEL, .move_x = true, .move_y = true},
+};
+
+int SelectedRow(const BookmarkDialog& state) {
+  return ListView_GetNextItem(state.list, -1, LVNI_SELECTED);
+}
+
+const Bookmark& BookmarkOfRow(const BookmarkDialog& state, int row) {
+  return state.bookmarks.lines[state.shown[static_cast<size_t>(row)]].bookmark;
+}
+
+std::string SelectedPath(const BookmarkDialog& state) {
+  const int row = SelectedRow(state);
+  return row < 0 ? std::string() : BookmarkOfRow(state, row).path;
+}
+
+std::string TextOfColumn(const Bookmark& bookmark, int column) {
+  switch (column) {
+    case kPathColumn:
+      return ShownKeyPath(bookmark.path);
+    case kNoteColumn:
+      return bookmark.note;
+    case kTimeColumn:
+      return bookmark.time == 0 ? std::string() : FormatTimestamp(bookmark.time, true);
+    default:
+      return bookmark.hive;
+  }
+}
+
+void OnDisplay(const BookmarkDialog& state, LVITEMW& item) {
+  const bool there = item.iItem >= 0 && static_cast<size_t>(item.iItem) < state.shown.size();
+  if (!there || (item.mask & LVIF_TEXT) == 0) return;
+  GiveText(item, WideName(TextOfColumn(BookmarkOfRow(state, item.iItem), item.iSubItem)).c_str());
+}
+
+void EnableFor(const BookmarkDialog& state) {
+  const BOOL selected = SelectedRow(state) >= 0 ? TRUE : FALSE;
+  for (const int control : {kBookmarkNote, kBookmarkDelete}) {
+    EnableWindow(GetDlgItem(state.dialog, control), selected);
+  }
+  EnableWindow(GetDlgItem(state.dialog, IDOK), selected != FALSE && state.may_go);
+}
+
+void ShowSelected(const BookmarkDialog& state) {
+  const int row = SelectedRow(state);
+  const std::string note = row < 0 ? std::string() : BookmarkOfRow(state, row).note;
+  SetDlgItemTextW(state.dialog, kBookmarkNote, WideName(note).c_str());
+  SendDlgItemMessageW(state.dialog, kBookmarkNote, EM_SETMODIFY, FALSE, 0);
+  EnableFor(state);
+}
+
+void SelectRow(const BookmarkDialog& state, int row) {
+  ListView_SetItemState(state.list, -1, 0, LVIS_SELECTED | LVIS_FOCUSED);
+  if (row >= 0) {
+    ListView_SetItemState(state.list, row, LVIS_SELECTED | LVIS_FOCUSED,
+                          LVIS_SELECTED | LVIS_FOCUSED);
+    ListView_EnsureVisible(state.list, row, FALSE);
+  }
+  ShowSelected(state);
+}
+
+// The rows anew, with the bookmark of `path` selected; where it is not among them, the one that
+// is at `row` now.
+void ShowRows(BookmarkDialog& state, const std::string& path, int row) {
+  state.shown = ShownBookmarks(state.bookmarks, state.filter);
+  const auto count = static_cast<int>(state.shown.size());
+  ListView_SetItemCount(state.list, count);
+  InvalidateRect(state.list, nullptr, TRUE);
+  int wanted = std::min(row, count - 1);
+  for (int at = 0; at < count && !path.empty(); ++at) {
+    if (SameKeyPath(BookmarkOfRow(state, at).path, path)) wanted = at;
+  }
+  SelectRow(state, wanted);
+}
+
+// --- what the user does --------------------------------------------------------------------------
+
+// Puts a note that was edited into the file.
+void KeepNote(BookmarkDialog& state) {
+  const HWND edit = GetDlgItem(state.dialog, kBookmarkNote);
+  const std::string path = SelectedPath(state);
+  if (path.empty() || SendMessageW(edit, EM_GETMODIFY, 0, 0) == 0) return;
+  SendMessageW(edit, EM_SETMODIFY, FALSE, 0);
+  std::wstring text(static_cast<size_t>(GetWindowTextLengthW(edit)) + 1, L'\0');
+  text.resize(
+      static_cast<size_t>(GetWindowTextW(edit, text.data(), static_cast<int>(text.size()))));
+  const std::string note = Utf8Name(text);
+  ChangeBookmarks([&](Bookmarks& bookmarks) { return SetNote(bookmarks, path, note); });
+  const int row = SelectedRow(state);
+  state.bookmarks = ReadAll();
+  ShowRows(state, path, row);
+}
+
+void DeleteSelected(BookmarkDialog& state) {
+  const int row = SelectedRow(state);
+  if (row < 0) return;
+  const std::string path = SelectedPath(state);
+  ChangeBookmarks([&path](Bookmarks& bookmarks) {
+    DeleteBookmark(bookmarks, path);
+    return BookmarkChange::kDone;
+  });
+  state.bookmarks = ReadAll();
+  SetFocus(state.list);  // its button may become grey
+  ShowRows(state, std::string(), row);
+}
+
+void GoToSelected(BookmarkDialog& state) {
+  KeepNote(state);
+  state.chosen = SelectedPath(state);
+  if (state.may_go && !state.chosen.empty()) EndDialog(state.dialog, IDOK);
+}
+
+// Enter in the note ends its editing alone.
+void OnEnter(BookmarkDialog& state) {
+  if (GetFocus() == GetDlgItem(state.dialog, kBookmarkNote)) {
+    SetFocus(state.list);
+  } else {
+    GoToSelected(state);
+  }
+}
+
+void CopyPath(const BookmarkDialog& state) {
+  CopyText(state.dialog, WideName(ShownKeyPath(SelectedPath(state))));
+}
+
+POINT MenuPoint(const BookmarkDialog& state, LPARAM where) {
+  if (where != -1) return {GET_X_LPARAM(where), GET_Y_LPARAM(where)};
+  RECT area{};
+  ListView_GetItemRect(state.list, SelectedRow(state), &area, LVIR_LABEL);
+  POINT point{area.left, area.bottom};
+  ClientToScreen(state.list, &point);
+  return point;
+}
+
+void ShowMenu(BookmarkDialog& state, LPARAM where) {
+  if (SelectedRow(state) < 0) return;
+  const HMENU menu = CreatePopupMenu();
+  AppendMenuW(menu, state.may_go ? MF_ENABLED : MF_GRAYED, IDOK, L"&Go to");
+  AppendMenuW(menu, MF_STRING, kBookmarkCopy, L"&Copy Key Name");
+  AppendMenuW(menu, MF_SEPARATOR, 0, nullptr);
+  AppendMenuW(menu, MF_STRING, kBookmarkDelete, L"&Delete from Bookmarks\tDel");
+  const POINT point = MenuPoint(state, where);
+  const int chosen = TrackPopupMenu(menu, TPM_RIGHTBUTTON | TPM_RETURNCMD | TPM_NONOTIFY, point.x,
+                                    point.y, 0, state.dialog, nullptr);
+  DestroyMenu(menu);
+  if (chosen != 0) SendMessageW(state.dialog, WM_COMMAND, static_cast<WPARAM>(chosen), 0);
+}
+
+void ChooseFilter(BookmarkDialog& state, int control) {
+  KeepNote(state);
+  state.filter = static_cast<BookmarkFilter>(control - kBookmarkAll);
+  ShowRows(state, SelectedPath(state), 0);
+}
+
+void OnCommand(BookmarkDialog& state, int control, WORD notice) {
+  switch (control) {
+    case kBookmarkAll:
+    case kBookmarkMachine:
+    case kBookmarkUser:
+    case kBookmarkUsers:
+      if (notice == BN_CLICKED) ChooseFilter(state, control);
+      return;
+    case kBookmarkNote:
+      if (notice == EN_KILLFOCUS) KeepNote(state);
+      return;
+    case kBookmarkDelete:
+      return DeleteSelected(state);
+    case kBookmarkCopy:
+      return CopyPath(state);
+    case kBookmarkHelp:
+      return ShowHelp(state.dialog, kHelpBookmarks);
+    case IDOK:
+      return OnEnter(state);
+    case IDCANCEL:
+      // A note under way is dropped, also when the focus leaves it now.
+      SendDlgItemMessageW(state.dialog, kBookmarkNote, EM_SETMODIFY, FALSE, 0);
+      EndDialog(state.dialog, IDCANCEL);
+      return;
+    default:
+      return;
+  }
+}
+
+void OnListKey(BookmarkDialog& state, WORD key) {
+  if (key == VK_DELETE) DeleteSelected(state);
+  if (key == 'C' && GetKeyState(VK_CONTROL) < 0 && SelectedRow(state) >= 0) CopyPath(state);
+}
+
+void OnNotify(BookmarkDialog& state, NMHDR& notice) {
+  if (notice.hwndFrom != state.list) return;
+  switch (notice.code) {
+    case LVN_GETDISPINFOW:
+      return OnDisplay(state, reinterpret_cast<NMLVDISPINFOW&>(notice).item);
+    case LVN_ITEMCHANGED:
+      return ShowSelected(state);
+    case LVN_KEYDOWN:
+      return OnListKey(state, reinterpret_cast<NMLVKEYDOWN&>(notice).wVKey);
+    case NM_DBLCLK:
+      return GoToSelected(state);
+    default:
+      return;
+  }
+}
+
+// --- the dialog ----------------------------------------------------------------------------------
+
+void AddColumns(const BookmarkDialog& state) {
+  const uint32_t dpi = DpiOfWindow(state.dialog);
+  ListView_SetExtendedListViewStyle(state.list, LVS_EX_FULLROWSELECT | LVS_EX_LABELTIP);
+  for (const ListColumn& column : kColumns) {
+    LVCOLUMNW info{};
+    info.mask = LVCF_TEXT | LVCF_WIDTH;
+    info.pszText = const_cast<wchar_t*>(column.title);
+    info.cx = Scale(column.width, dpi);
+    ListView_InsertColumn(state.list, ColumnCount(state.list), &info);
+  }
+}
+
+// The key takes the room that the other columns leave.
+void FitKeyColumn(const BookmarkDialog& state) {
+  RECT area;
+  GetClientRect(state.list, &area);
+  LONG room = area.right;
+  if ((GetWindowLongW(state.list, GWL_STYLE) & WS_VSCROLL) == 0) {
+    room -= GetSystemMetrics(SM_CXVSCROLL);
+  }
+  for (int column = kNoteColumn; column <= kHiveColumn; ++column) {
+    room -= ListView_GetColumnWidth(state.list, column);
+  }
+  const int least = Scale(kColumns[kPathColumn].width, DpiOfWindow(state.dialog));
+  ListView_SetColumnWidth(state.list, kPathColumn, std::max<int>(room, least));
+}
+
+INT_PTR OnStart(BookmarkDialog& state) {
+  state.layout = ReadDialogLayout(state.dialog, kAnchors);
+  state.list = GetDlgItem(state.dialog, kBookmarkList);
+  AddColumns(state);
+  for (int filter = 0; filter <= kBookmarkUsers - kBookmarkAll; ++filter) {
+    SetDlgItemTextW(state.dialog, kBookmarkAll + filter,
+                    WideName(kBookmarkFilterNames[filter]).c_str());
+  }
+  CheckRadioButton(state.dialog, kBookmarkAll, kBookmarkUsers, kBookmarkAll);
+  SendDlgItemMessageW(state.dialog, kBookmarkNote, EM_SETLIMITTEXT, kMaxBookmarkText, 0);
+  state.bookmarks = ReadAll();
+  ShowRows(state, std::string(), 0);
+  FitKeyColumn(state);
+  SetFocus(state.list);
+  return FALSE;
+}
+
+// New fonts: the columns stay in proportion to the resolution.
+void OnFontChanged(const BookmarkDialog& state) {
+  const uint32_t dpi = DpiOfWindow(state.dialog);
+  for (int column = kNoteColumn; column <= kHiveColumn; ++column) {
+    ListView_SetColumnWidth(state.list, column, Scale(kColumns[column].width, dpi));
+  }
+  FitKeyColumn(state);
+}
+
+INT_PTR Route(BookmarkDialog& state, UINT message, WPARAM first, LPARAM second) {
+  const INT_PTR laid_out = RouteLayout(state.dialog, state.layout, message, second);
+  switch (message) {
+    case WM_COMMAND:
+      OnCommand(state, LOWORD(first), HIWORD(first));
+      return TRUE;
+    case WM_NOTIFY:
+      OnNotify(state, *reinterpret_cast<NMHDR*>(second));
+      return FALSE;
+    case WM_CONTEXTMENU:
+      if (reinterpret_cast<HWND>(first) != state.list) return FALSE;
+      ShowMenu(state, second);
+      return TRUE;
+    case WM_HELP:
+      ShowHelp(state.dialog, kHelpBookmarks);
+      return TRUE;
+    case WM_SIZE:
+      FitKeyColumn(state);
+      return TRUE;
+    case kDialogFontChanged:
+      OnFontChanged(state);
+      return TRUE;
+    default:
+      return laid_out;
+  }
+}
+
+constexpr DLGPROC kProcedure = RecordDialogProc<BookmarkDialog, OnStart, Route>;
+
+}  // namespace
+
+void OnBookmarks(MainWindow& window) {
+  BookmarkDialog state;
+  state.may_go = window.slot >= 0;
+  INT_PTR answer = IDCANCEL;
+  {
+    const ModalTurn turn(window.handle);
+    answer = DialogBoxParamW(window.instance, L"BMDLG", window.handle, kProcedure,
+                             reinterpret_cast<LPARAM>(&state));
+  }
+  if (answer == IDOK) GoToKeyPath(window, state.chosen);
+}
+
+void OnAddToBookmarks(MainWindow& window) {
+  Bookmark bookmark;
+  const HiveImage& hive = ShownHive(window);
+  bookmark.path = KeyPathOf(hive, *window.key_tree, SelectedItem(window.tree));
+  bookmark.hive = hive.file_name;
+  BookmarkChange change = BookmarkChange::kDone;
+  const bool kept = ChangeBookmarks(
+      [&](Bookmarks& bookmarks) { return change = AddBookmark(bookmarks, bookmark); });
+  if (!kept) return;
+  ShowPassingText(window, change == BookmarkChange::kMoved
+                              ? "The bookmark was there; it stands in front now."
+                              : "Bookmark added.");
+}
+
+}  // namespace hivequarry

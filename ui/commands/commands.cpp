@@ -1,0 +1,47 @@
+#include "ui/commands/commands.h"
+
+namespace hivequarry {
+namespace {
+
+// The facts after the needs from kHive on, in their order.
+constexpr bool CommandFacts::*kFacts[] = {
+    &CommandFacts::hive,         &CommandFacts::item,        &CommandFacts::branch,
+    &CommandFacts::key,          &CommandFacts::key_cell,    &CommandFacts::root_cell,
+    &CommandFacts::removable,    &CommandFacts::hidden_keys, &CommandFacts::value,
+    &CommandFacts::edited_value, &CommandFacts::edits,       &CommandFacts::value_rows,
+    &CommandFacts::row_selected, &CommandFacts::list_rows,   &CommandFacts::findable};
+constexpr auto kFirstFact = static_cast<size_t>(Needs::kHive);
+static_assert(std::size(kFacts) == static_cast<size_t>(Needs::kRecentHive) - kFirstFact);
+
+bool HasNeeds(const Command& command, const CommandFacts& facts) {
+  switch (command.needs) {
+    case Needs::kNothing:
+      return true;
+    case Needs::kRunning:
+      return facts.running || facts.backup;
+    case Needs::kRecentHive:
+      return command.number < kCommandRecentHive + facts.recent_hives;
+    default:
+      return facts.*kFacts[static_cast<size_t>(command.needs) - kFirstFact];
+  }
+}
+
+}  // namespace
+
+const Command* FindCommand(std::span<const Command> commands, uint32_t number) {
+  for (const Command& command : commands) {
+    if (command.number == number) return &command;
+  }
+  return nullptr;
+}
+
+bool PassesGuard(Guard guard, const CommandFacts& facts) {
+  if (guard == Guard::kNone) return true;
+  return !facts.running && !(guard == Guard::kRunningOrBackup && facts.backup);
+}
+
+bool IsAvailable(const Command& command, const CommandFacts& facts) {
+  return PassesGuard(command.guard, facts) && HasNeeds(command, facts);
+}
+
+}  // namespace hivequarry

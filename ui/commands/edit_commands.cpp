@@ -1,0 +1,88 @@
+#include "ui/commands/edit_commands.h"
+
+#include <cstdio>
+#include <utility>
+
+#include "hive/file_place.h"
+#include "hive/value_edits.h"
+#include "hive/value_key.h"
+#include "hive/value_text.h"
+#include "reports/edited_values.h"
+#include "ui/commands/recent_keys_dialog.h"
+#include "ui/dialogs/value_editor.h"
+#include "ui/lists/list_window.h"
+#include "ui/main/main_window.h"
+
+namespace hivequarry {
+namespace {
+
+constexpr uint32_t kNowhere = 0xFFFFFFFF;
+
+HiveImage& EditedHive(const MainWindow& window) {
+  return TheHiveTable().slots[static_cast<size_t>(window.slot)];
+}
+
+// The key whose values are shown; kKeyUnknown for a folder.
+uint32_t KeyOfRows(const MainWindow& window) {
+  const KeyTree& tree = *window.key_tree;
+  const bool key = window.shown_item < tree.items.size() && HasKeyCell(tree, window.shown_item);
+  return key ? tree.items[window.shown_item].position : kKeyUnknown;
+}
+
+// Where the file has the bytes of a value whose data are in one piece. What is edited already
+// is nowhere.
+std::function<uint32_t(uint32_t)> PlacesOf(const HiveImage& hive, const ValueKey& value) {
+  if (value.edited || value.big_data) return nullptr;
+  const uint32_t start = value.data_position;
+  const uint32_t length = value.data_length;
+  return [&hive, start, length](uint32_t at) {
+    return at < length ? FilePositionOf(hive, start + at) : kNowhere;
+  };
+}
+
+// Rows, details and the tree's mark are made from the values as they are now.
+void EditsChanged(MainWindow& window) {
+  RefreshItem(window);
+  InvalidateRect(window.tree.window, nullptr, FALSE);
+}
+
+}  // namespace
+
+void OnEditValue(MainWindow& window) {
+  HiveImage& hive = EditedHive(window);
+  const uint32_t position = window.shown_value;
+  EditedValue edit;
+  const ValueKey value = ReadValueKey(hive, position, ValueRead::kData, kMaxValueData, &edit.data);
+  if (value.status != ValueStatus::kRead) {
+    ShowMessage("Could not read the data of the value !", kProgramName, Icon::kExclamation);
+    return;
+  }
+  const uint32_t key = KeyOfRows(window);
+  edit.key = window.shown_item == kNoItem ? std::string()
+                                          : LongItemPath(hive, *window.key_tree, window.shown_item);
+  edit.name = ValueDisplayName(value);
+  edit.type = value.type;
+  edit.file_position = PlacesOf(hive, value);
+  NoteKeyUsed(window);
+  if (!EditValue(window.handle, edit)) return;
+  if (SetValueEdit(hive, position, edit.type, std::move(edit.data), key)) EditsChanged(window);
+}
+
+void OnTakeBackEdit(MainWindow& window) {
+  if (TakeBackEdit(EditedHive(window), window.shown_value)) EditsChanged(window);
+}
+
+void OnTakeBackAllEdits(MainWindow& window) {
+  char text[64];
+  const size_t count = ListEdits(EditedHive(window)).size();
+  std::snprintf(text, sizeof text, "Take back %zu edited value%s ?", count, count == 1 ? "" : "s");
+  if (ShowMessage(text, kProgramName, Icon::kQuestion, Buttons::kYesNo) != Answer::kYes) return;
+  TakeBackAllEdits(EditedHive(window));
+  EditsChanged(window);
+}
+
+void OnListEdits(MainWindow& window) {
+  OpenListWindow(window, ListEditedValues(ShownHive(window), *window.key_tree));
+}
+
+}  // namespace hivequarry

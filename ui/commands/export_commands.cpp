@@ -1,0 +1,142 @@
+#include "ui/commands/export_commands.h"
+
+#include <algorithm>
+#include <cinttypes>
+#include <cstdio>
+#include <memory>
+#include <utility>
+#include <vector>
+
+#include "app/settings.h"
+#include "host/host.h"
+#include "host/long_operation.h"
+#include "host/memory.h"
+#include "reports/freed_find.h"
+#include "reports/freed_script.h"
+#include "reports/registry_script.h"
+#include "ui/commands/root_dialog.h"
+#include "ui/dialogs/list_dialogs.h"
+#include "ui/lists/list_saving.h"
+#include "ui/lists/list_window.h"
+#include "ui/main/main_window.h"
+
+namespace hivequarry {
+namespace {
+
+constexpr const char* kNotWritten = "Could Not Open or Create File %s";
+
+struct ExportJob {
+  OutputFile file;
+  ScriptExport written;
+  OutputListPtr gaps;  // null for a whole script
+  bool stopped = false;
+  bool kept = false;  // the file holds the script
+};
+
+// Empty when there is no file to be written.
+std::string ChooseScript(const ListPlace& place) {
+  FileRequest request;
+  request.filter = L"Registry or Text Files (*.reg, *.txt)\0*.reg;*.txt\0All Files (*.*)\0*.*\0";
+  request.extension = L"txt";
+  const std::string file = ChooseListFile(place, true, kFolderScripts, request);
+  if (file.empty() || !FileExists(file)) return file;
+  return TheListDialogs().replace(place.window, file) ? file : std::string();
+}
+
+void ReportExported(const ScriptExport& written) {
+  const uint32_t keys = written.keys;
+  if (keys == 0) return;
+  char text[160];
+  std::snprintf(text, sizeof text, "%" PRIu32 " Item%s exported !", keys, keys > 1 ? "s" : "");
+  std::string said = text;
+  if (written.recovered_left_out != 0) {
+    std::snprintf(text, sizeof text,
+                  "\r\n%" PRIu32 " recovered left out (an option of the program writes them too)",
+                  written.recovered_left_out);
+    said += text;
+  }
+  ShowMessage(said.c_str(), kProgramName, Icon::kInformation);
+}
+
+void TakeExport(MainWindow& window, ExportJob& job) {
+  if (job.stopped) return;
+  if (!job.kept) return ReportFileFailure(kNotWritten, job.file.name);
+  ReportExported(job.written);
+  if (job.gaps != nullptr) OpenListWindow(window, std::move(job.gaps));
+}
+
+// `write` makes the script on a worker. A stopped one is not kept: it would look like a whole one.
+template <typename Write>
+void StartExport(const ListPlace& place, Write write) {
+  MainWindow& window = *place.owner;
+  const HiveImage& hive = ShownHive(window);
+  if (!HasScriptRoot(hive)) {
+    ShowMessage("No valid root key !", kProgramName, Icon::kInformation);
+    return;
+  }
+  if (!EnsureRoot(window)) return;
+  const std::string name = ChooseScript(place);
+  const auto job = std::make_shared<ExportJob>();
+  if (name.empty() || !OpenListFile(name, OutputMode::kReplace, kNotWritten, job->file)) return;
+  const bool started = StartWork(
+      window, kOperationExport,
+      [job, write, &hive, &tree = *window.key_tree] {
+        const bool made = WithMemory([&] {
+          job->written =
+              write([job](std::string_view piece) { return WriteOutput(job->file, piece); });
+          return true;
+        });
+        job->stopped = !made || StopRequested();
+        job->kept = CloseOutput(job->file, !job->stopped && !job->written.refused);
+        if (job->kept) job->gaps = ListScriptGaps(hive, tree, job->written);
+      },
+      [&window, job] { TakeExport(window, *job); });
+  if (!started) CloseOutput(job->file, false);
+}
+
+void StartBranch(MainWindow& window, uint32_t item) {
+  const RecoveredKeys recovered =
+      TheSettings().options.recovered_keys ? RecoveredKeys::kWritten : RecoveredKeys::kLeftOut;
+  StartExport(window.output, [&hive = ShownHive(window), &tree = *window.key_tree, item,
+                              recovered](const TextSink& sink) {
+    return ExportBranch(hive, tree, item, sink, recovered);
+  });
+}
+
+// What such a script lacks its comments say.
+void ExportFreedRows(const ListPlace& place, const std::vector<uint32_t>& positions) {
+  StartExport(place, [&hive = ShownHive(*place.owner), &tree = *place.owner->key_tree,
+                      positions](const TextSink& sink) {
+    FreedSource from(hive, tree);
+    const FreedChoice choice = ChooseFreed(from.records, positions, FreedScope::kRecords);
+    const FreedExport freed = ExportFreed(from, choice, sink);
+    ScriptExport written;
+    written.keys = freed.keys != 0 ? freed.keys : freed.values;  // what is told
+    written.values = freed.values;
+    written.refused = freed.refused;
+    return written;
+  });
+}
+
+}  // namespace
+
+void OnExportHive(MainWindow& window) { StartBranch(window, 0); }
+void OnExportFolder(MainWindow& window) { StartBranch(window, SelectedItem(window.tree)); }
+
+void OnListExport(ListPlace& place) {
+  std::vector<uint32_t> rows = SelectedRows(place);
+  if (rows.empty()) rows.push_back(ModelRow(place, static_cast<uint32_t>(FocusedRow(place))));
+  std::vector<uint32_t> positions;
+  for (const uint32_t row : rows) {
+    if (RowHasDatum(*place.model, row)) positions.push_back(RowDatum(*place.model, row));
+  }
+  const bool freed =
+      std::ranges::all_of(rows, [&place](uint32_t row) { return IsFreedRow(*place.model, row); });
+  if (freed) return ExportFreedRows(place, positions);
+  StartExport(place, [&hive = ShownHive(*place.owner), &tree = *place.owner->key_tree,
+                      positions](const TextSink& sink) {
+    return ExportKeys(hive, tree, KeysOfPositions(hive, tree, positions), ScriptScope::kKey, sink);
+  });
+}
+
+}  // namespace hivequarry

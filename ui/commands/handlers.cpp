@@ -1,0 +1,103 @@
+// Commands about files, views and the Output List pane.
+#include "ui/commands/handlers.h"
+
+#include "app/settings.h"
+#include "host/long_operation.h"
+#include "ui/dialogs/about_dialog.h"
+#include "ui/dialogs/list_dialogs.h"
+#include "ui/frame/list_view.h"
+#include "ui/lists/block_window.h"
+#include "ui/lists/list_commands.h"
+#include "ui/lists/list_saving.h"
+#include "ui/main/main_window.h"
+
+namespace hivequarry {
+namespace {
+
+void ViewChanged(MainWindow& window) {
+  RefreshItem(window);
+  UpdateToolbar(window);
+}
+
+void ShowDetailPane(MainWindow& window, bool on) {
+  if (!on && GetFocus() == window.detail.window) SetFocus(window.values.window);
+  window.detail_shown = on;
+  ShowPanes(window);
+  LayOut(window);
+  UpdateToolbar(window);
+}
+
+}  // namespace
+
+void OnNothing(MainWindow&) {}
+
+void OnOpenFile(MainWindow& window) {
+  FileRequest request;
+  request.title = L"Open Registry file ...";
+  request.filter = L"All files (*.*)\0*.*\0Report Lists (*.rpt)\0*.rpt\0";
+  OpenNamedFile(window, ChooseListFile(window.output, false, kFolderHives, request), 0, 0);
+}
+
+void OnStop(MainWindow& window) {
+  StopCommand();
+  UpdateToolbar(window);
+}
+
+void OnExit(MainWindow& window) { SendMessageW(window.handle, WM_CLOSE, 0, 0); }
+
+void OnAbout(MainWindow& window) { ShowAboutDialog(window.instance, window.handle); }
+
+void OpenRecentHive(MainWindow& window, size_t index) {
+  const std::string file = TheSettings().histories.recent_files[index];
+  OpenNamedFile(window, file, 0, 0);
+}
+
+void OnToggleView(MainWindow& window) {
+  ShowArrangement(window, NextArrangement(window.arrangement));
+}
+
+void OnOutputListButton(MainWindow& window) {
+  if (window.arrangement == kOutputArrangement) return OnToggleView(window);
+  ShowArrangement(window, kOutputArrangement);
+}
+
+void OnLastPane(MainWindow& window) {
+  const bool output = window.arrangement == kOutputArrangement;
+  ShowArrangement(window, output ? LastArrangement(window) : kOutputArrangement);
+}
+
+void OnResizeColumns(MainWindow& window) {
+  if (window.arrangement == kOutputArrangement) {
+    return RunOutputCommand(window, kCommandResizeColumns);
+  }
+  FitColumns(window.values.window, window.dpi);
+  window.values.columns_touched = true;
+}
+
+void OnTechnicalView(MainWindow& window) {
+  window.view.technical = !window.view.technical;
+  ViewChanged(window);
+}
+
+void OnCellDetails(MainWindow& window) {
+  window.view.cell_details = !window.view.cell_details;
+  ViewChanged(window);
+}
+
+void OnDetailPane(MainWindow& window) { ShowDetailPane(window, !window.detail_shown); }
+
+void OnValueDetails(MainWindow& window) {
+  if (!window.detail_shown) ShowDetailPane(window, true);
+  SetFocus(window.detail.window);
+}
+
+void OnNextPane(MainWindow& window) { FocusNextPane(window, false); }
+void OnPreviousPane(MainWindow& window) { FocusNextPane(window, true); }
+
+void OnBlockList(MainWindow& window) { ShowBlockList(window); }
+
+void RunOutputCommand(MainWindow& window, uint16_t number) {
+  RunListCommand(window.output, number);
+}
+
+}  // namespace hivequarry

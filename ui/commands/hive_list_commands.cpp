@@ -1,0 +1,71 @@
+// Commands that list what the hive holds: made by a worker, shown in windows of their own.
+#include <memory>
+#include <utility>
+
+#include "reports/file_pieces.h"
+#include "reports/freed_lists.h"
+#include "reports/hive_lists.h"
+#include "ui/commands/handlers.h"
+#include "ui/lists/list_window.h"
+#include "ui/main/main_window.h"
+
+namespace hivequarry {
+namespace {
+
+template <typename Make>
+void StartList(MainWindow& window, Make make) {
+  const auto list = std::make_shared<OutputListPtr>();
+  StartWork(
+      window, kOperationList, [list, make] { *list = make(); },
+      [&window, list] {
+        if (*list != nullptr) OpenListWindow(window, std::move(*list));
+      });
+}
+
+}  // namespace
+
+void OnListBlockRuns(MainWindow& window) {
+  StartList(window, [file = ShownHive(window).file_name] { return ListBlockRuns(file); });
+}
+
+void OnListRoots(MainWindow& window) {
+  StartList(window, [&hive = ShownHive(window), &tree = *window.key_tree] {
+    return ListRootKeys(hive, tree);
+  });
+}
+
+void OnListKeys(MainWindow& window) {
+  StartList(window, [&hive = ShownHive(window), &tree = *window.key_tree,
+                     item = SelectedItem(window.tree)] { return ListKeyTree(hive, tree, item); });
+}
+
+void OnListValues(MainWindow& window) {
+  if (SelectedItem(window.tree) == window.key_tree->disconnected_values) {
+    return OnListLostValues(window);
+  }
+  ValueListOptions options;
+  options.branch = true;
+  StartList(window,
+            [&hive = ShownHive(window), &tree = *window.key_tree, item = SelectedItem(window.tree),
+             options] { return ListKeyValues(hive, tree, item, options); });
+}
+
+void OnListLostValues(MainWindow& window) {
+  StartList(window, [&hive = ShownHive(window), &tree = *window.key_tree] {
+    return ListDisconnectedValues(hive, tree, ValueListOptions());
+  });
+}
+
+void OnListFreedKeys(MainWindow& window) {
+  StartList(window, [&hive = ShownHive(window), &tree = *window.key_tree] {
+    return ListFreedKeys(hive, tree);
+  });
+}
+
+void OnListFreedValues(MainWindow& window) {
+  StartList(window, [&hive = ShownHive(window), &tree = *window.key_tree] {
+    return ListFreedValues(hive, tree, ValueListOptions());
+  });
+}
+
+}  // namespace hivequarry

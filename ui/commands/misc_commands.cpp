@@ -1,0 +1,83 @@
+#include "ui/commands/misc_commands.h"
+
+#include <string>
+
+#include "app/settings.h"
+#include "host/host.h"
+#include "ui/commands/handlers.h"
+#include "ui/dialogs/options_dialog.h"
+#include "ui/frame/help.h"
+#include "ui/main/main_window.h"
+#include "ui/main/window_settings.h"
+
+namespace hivequarry {
+namespace {
+
+constexpr const char* kReloadQuestion =
+    "The options of recovery take effect when a hive is loaded.\r\n"
+    "Load this one again now ? What was edited in memory is lost.";
+
+// The switches of the window are the options of the same meaning while it is open.
+void TakeSwitches(const MainWindow& window, Options& options) {
+  options.technical_view = window.view.technical;
+  options.cell_details = window.view.cell_details;
+  options.detail_pane = window.detail_shown;
+}
+
+void SetSwitches(MainWindow& window, const Options& options) {
+  if (options.technical_view != window.view.technical) OnTechnicalView(window);
+  if (options.cell_details != window.view.cell_details) OnCellDetails(window);
+  if (options.detail_pane != window.detail_shown) OnDetailPane(window);
+}
+
+bool NeedLoad(const Options& a, const Options& b) {
+  return a.disconnected_values != b.disconnected_values || a.tolerant_keys != b.tolerant_keys ||
+         a.ask_other_roots != b.ask_other_roots;
+}
+
+// Nobody may look at the hive any more when it goes.
+void LetGoOfHive(MainWindow& window) {
+  ++window.item_box.newest;
+  ++window.detail_box.newest;
+  WaitWhile([&window] { return ValueThreadsRun(window.threads); });
+  if (window.blocks != nullptr) DestroyWindow(window.blocks);
+  window.slot = -1;  // before the panes, whose changes ask for other items
+  ClearTree(window.tree);
+  ClearValues(window.values);
+  SetDetail(window.detail, std::wstring());
+  window.shown_item = kNoItem;
+  window.shown_value = kNoOffset;
+  window.branch_return = kNoItem;
+  window.key_tree = nullptr;
+  window.sid_replacement = SidReplacement();
+  ResetHiveTable();
+}
+
+}  // namespace
+
+void OnHelp(MainWindow& window) { ShowHelp(window.handle, kHelpStart); }
+
+void OnOptions(MainWindow& window) {
+  Options options = TheSettings().options;
+  TakeSwitches(window, options);
+  if (!AskOptions(window.handle, options)) return;
+  const bool load = window.slot >= 0 && NeedLoad(options, TheSettings().options);
+  TheSettings().options = options;
+  SetSwitches(window, options);
+  WriteProgramSettings();  // for the copies of the program that are started from now on
+  if (!load) return;
+  const Answer answer =
+      ShowMessage(kReloadQuestion, kProgramName, Icon::kQuestion, Buttons::kYesNo);
+  if (answer == Answer::kYes) ReloadHive(window);
+}
+
+void ReloadHive(MainWindow& window) {
+  if (window.slot < 0 || window.load.thread.joinable() || window.work.thread.joinable()) return;
+  const uint32_t item = SelectedItem(window.tree);
+  const uint32_t key = item == kNoItem ? kNoOffset : window.key_tree->items[item].position;
+  const std::string file = window.load.file;
+  LetGoOfHive(window);
+  OpenNamedFile(window, file, window.load.start, window.load.end, key);
+}
+
+}  // namespace hivequarry

@@ -1,0 +1,129 @@
+#include "ui/commands/search_commands.h"
+
+#include <memory>
+#include <mutex>
+#include <utility>
+
+#include "app/settings.h"
+#include "host/host.h"
+#include "host/long_operation.h"
+#include "live/live_lists.h"
+#include "reports/freed_find.h"
+#include "reports/key_dates.h"
+#include "reports/search.h"
+#include "ui/dialogs/dates_dialog.h"
+#include "ui/dialogs/search_dialog.h"
+#include "ui/lists/list_window.h"
+#include "ui/lists/list_work.h"
+#include "ui/main/main_window.h"
+
+namespace hivequarry {
+namespace {
+
+constexpr const char* kTooDeep = " Keys nested too deep were not searched.";
+
+bool IsBusy(const MainWindow& window) {
+  const LongOperation& operation = TheLongOperation();
+  return window.work.thread.joinable() || operation.running != 0 || operation.worker_busy;
+}
+
+// What the worker said last; an empty list says why it is empty.
+void ShowLastStatus(const ListPlace& place) {
+  HostWindow& host = place.owner->host;
+  const std::lock_guard lock(host.mutex);
+  const bool nothing = host.status.empty() && RowCount(*place.model) == 0;
+  const std::wstring text = nothing ? L" Nothing found." : L" " + host.status;
+  SendMessageW(place.status, SB_SETTEXTW, 0, reinterpret_cast<LPARAM>(text.c_str()));
+}
+
+bool AskPattern(const MainWindow& window, SearchPlace place, SearchPattern& pattern) {
+  return AskSearch(window.handle, place) && CompilePattern(TheLastSearch().settings, pattern);
+}
+
+struct HiveSearch {
+  SearchPattern pattern;
+  ListPlace* place = nullptr;
+  bool whole = true;
+};
+
+void SearchFrom(MainWindow& window, uint32_t item) {
+  const auto search = std::make_shared<HiveSearch>();
+  if (!AskPattern(window, SearchPlace::kHive, search->pattern)) return;
+  OutputListPtr found = MakeSearchList(TheSettings().options.file_offsets);
+  if (search->pattern.settings.freed) AddPlaceColumn(*found);
+  search->place = FillListWindow(
+      window, std::move(found),
+      [&hive = ShownHive(window), &tree = *window.key_tree, item, search](OutputList& list) {
+        search->whole = SearchBranch(hive, tree, item, search->pattern, list);
+        if (!search->pattern.settings.freed || StopRequested()) return;
+        FreedSource from(hive, tree);
+        SearchFreed(from, item, search->pattern, list);
+      },
+      [search] {
+        if (!search->whole) ShowPlaceStatus(*search->place, kTooDeep);
+      });
+}
+
+bool Fill(ListPlace& place, std::function<void(OutputList& list)> fill,
+          std::function<void()> done) {
+  const auto work = [fill = std::move(fill)](OutputList& list) {
+    fill(list);
+    if (StopRequested()) ShowStatus("Stopped.");  // so that nobody takes the rows for all there are
+  };
+  return FillList(place, kOperationList, work, [&place, then = std::move(done)] {
+    ShowLastStatus(place);
+    if (then) then();
+  });
+}
+
+}  // namespace
+
+ListPlace* FillListWindow(MainWindow& window, OutputListPtr list,
+                          std::function<void(OutputList& list)> fill, std::function<void()> done) {
+  if (IsBusy(window)) return nullptr;
+  ListPlace* place = OpenListWindow(window, std::move(list));
+  if (place == nullptr) return nullptr;
+  if (Fill(*place, std::move(fill), std::move(done))) return place;
+  DestroyWindow(place->window);
+  return nullptr;
+}
+
+void RefillListWindow(ListPlace& place, std::function<void(OutputList& list)> fill,
+                      std::function<void()> done) {
+  if (IsBusy(*place.owner)) return;
+  EmptyList(place);
+  Fill(place, std::move(fill), std::move(done));
+}
+
+void OnSearchBranch(MainWindow& window) { SearchFrom(window, SelectedItem(window.tree)); }
+
+// The window shows one hive, whose root is the first item.
+void OnSearchWorkspace(MainWindow& window) { SearchFrom(window, 0); }
+
+void OnSearchRegistry(MainWindow& window) {
+  const auto pattern = std::make_shared<SearchPattern>();
+  if (!AskPattern(window, SearchPlace::kRegistry, *pattern)) return;
+  FillListWindow(window, MakeOutputList(kListLiveSearch),
+                 [roots = TheLastSearch().roots, pattern](OutputList& list) {
+                   SearchRegistry(roots, *pattern, list);
+                 });
+}
+
+void OnKeyDates(MainWindow& window) {
+  const uint32_t item = SelectedItem(window.tree);
+  KeyDateRange range;
+  if (!AskKeyDates(window.handle, range)) return;
+  const bool freed = TheSettings().dates.freed;
+  OutputListPtr dates = MakeOutputList(kListKeyDates);
+  if (freed) AddPlaceColumn(*dates);
+  FillListWindow(
+      window, std::move(dates),
+      [&hive = ShownHive(window), &tree = *window.key_tree, item, range, freed](OutputList& list) {
+        ListKeyDates(hive, tree, item, range, list);
+        if (!freed || StopRequested()) return;
+        FreedSource from(hive, tree);
+        ListFreedDates(from, item, range, list);
+      });
+}
+
+}  // namespace hivequarry

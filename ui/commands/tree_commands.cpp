@@ -1,0 +1,176 @@
+// Commands about the tree and the item selected in it.
+#include <memory>
+#include <string>
+
+#include "app/settings.h"
+#include "hive/file_place.h"
+#include "host/files.h"
+#include "host/launch.h"
+#include "lists/list_order.h"
+#include "recovery/root_search.h"
+#include "ui/commands/handlers.h"
+#include "ui/frame/text.h"
+#include "ui/lists/list_commands.h"
+#include "ui/main/main_window.h"
+#include "ui/panes/tree_find.h"
+
+namespace hivequarry {
+namespace {
+
+constexpr size_t kItemsFoundAtOnce = 20000;  // larger trees are searched by a worker
+
+struct TreeSearch {
+  TreeFindRequest request;
+  FoundItem found;
+  bool passed = false;
+};
+
+void ShowFound(MainWindow& window, const TreeSearch& search) {
+  if (search.passed) {
+    ShowPassingText(window, search.request.down ? kPassedEnd : kPassedBeginning);
+  }
+  if (search.found.item != kNoItem) return SelectItem(window.tree, search.found.item);
+  if (search.found.stopped) return;
+  ShowMessage("No items found !", kProgramName, Icon::kInformation);
+}
+
+void StartSearch(MainWindow& window, bool down) {
+  const auto search = std::make_shared<TreeSearch>();
+  search->request = {window.tree_find.text, SelectedItem(window.tree), down, window.tree_find.wrap};
+  const HiveImage& hive = ShownHive(window);
+  const KeyTree& tree = *window.key_tree;
+  const auto run = [search, &hive, &tree] {
+    search->found =
+        FindItemByName(hive, tree, search->request, [&search] { search->passed = true; });
+  };
+  if (tree.items.size() <= kItemsFoundAtOnce) {
+    run();
+    return ShowFound(window, *search);
+  }
+  StartWork(window, kOperationFind, run, [&window, search] { ShowFound(window, *search); });
+}
+
+void AskAndSearch(MainWindow& window) {
+  FindChoice choice = window.tree_find;
+  choice.title = L"Find in Tree";
+  choice.wrap = choice.text.empty() ? TheSettings().options.wrap_find : choice.wrap;
+  choice.can_add = false;
+  if (!AskFind(window.handle, choice)) return;
+  window.tree_find = choice;
+  StartSearch(window, choice.down);
+}
+
+void SearchAgain(MainWindow& window, bool down, uint16_t list_command) {
+  if (window.arrangement == kOutputArrangement) return RunOutputCommand(window, list_command);
+  window.tree_find.text.empty() ? AskAndSearch(window) : StartSearch(window, down);
+}
+
+bool IsFolder(const KeyTree& tree, uint32_t item) {
+  return item == tree.disconnected_keys || item == tree.disconnected_values;
+}
+
+// The item under the root, or under a folder, that holds an item; a folder or the root is its own.
+uint32_t BranchTop(const KeyTree& tree, uint32_t item) {
+  for (;;) {
+    const uint32_t parent = tree.items[item].parent;
+    if (parent == kNoItem || parent == 0 || IsFolder(tree, parent)) return item;
+    item = parent;
+  }
+}
+
+uint32_t CountKeys(const KeyTree& tree, uint32_t item) {
+  uint32_t count = 0;
+  for (uint32_t at = item; at < tree.items[item].end; ++at) count += IsKeyOrCopy(tree, at) ? 1 : 0;
+  return count;
+}
+
+bool MayDelete(uint32_t keys) {
+  if (keys <= 1) return true;
+  const std::string question = "Delete " + std::to_string(keys) + " keys from tree ?";
+  return ShowMessage(question.c_str(), kProgramName, Icon::kQuestion, Buttons::kYesNo) ==
+         Answer::kYes;
+}
+
+// The threads that read for the panes look at the items.
+void LetReadersEnd(MainWindow& window) {
+  ++window.item_box.newest;
+  WaitWhile([&window] { return ValueThreadsRun(window.threads); });
+}
+
+}  // namespace
+
+void OnFind(MainWindow& window) {
+  if (window.arrangement == kOutputArrangement) {
+    RunOutputCommand(window, kCommandFindInList);
+  } else {
+    AskAndSearch(window);
+  }
+}
+
+void OnFindNext(MainWindow& window) { SearchAgain(window, true, kCommandFindNext); }
+void OnFindPrevious(MainWindow& window) { SearchAgain(window, false, kCommandFindPrevious); }
+
+void OnCurrentBranch(MainWindow& window) {
+  const KeyTree& tree = *window.key_tree;
+  const uint32_t item = SelectedItem(window.tree);
+  const uint32_t top = BranchTop(tree, item);
+  if (item != top) {
+    SelectItem(window.tree, top);
+    TreeView_SelectSetFirstVisible(window.tree.window, window.tree.handles[top]);
+    window.branch_return = item;
+    return;
+  }
+  const uint32_t back = window.branch_return;
+  const bool inside = back > top && back < tree.items[top].end && !tree.items[back].hidden;
+  if (inside) SelectItem(window.tree, back);
+}
+
+void OnExpandSubfolders(MainWindow& window) {
+  StartExpand(window.tree, SelectedItem(window.tree));
+  if (ExpandSlice(window.tree)) SetTimer(window.handle, kExpandTimer, kTimerPause, nullptr);
+}
+
+void OnCollapseSubfolders(MainWindow& window) {
+  CollapseBranch(window.tree, SelectedItem(window.tree));
+  KeepFilling(window);  // a branch whose expanding this has ended
+}
+
+void OnCopyKeyName(MainWindow& window) {
+  const uint32_t item = SelectedItem(window.tree);
+  const std::string path = LongItemPathUtf8(ShownHive(window), *window.key_tree, item);
+  CopyText(window.handle, WideName(path));
+}
+
+void OnOpenValidRoot(MainWindow& window) {
+  const uint32_t item = SelectedItem(window.tree);
+  OpenRootInCopy(ShownHive(window), window.key_tree->items[item].position);
+}
+
+void OnOpenKey(MainWindow& window) {
+  const HiveImage& hive = ShownHive(window);
+  const uint32_t position = window.key_tree->items[SelectedItem(window.tree)].position;
+  LaunchSelf(KeyArguments(FullName(hive.file_name), hive.base_offset, FileEndOf(hive),
+                          PlaceOf(hive, position)),
+             kLaunchPlain);
+}
+
+void OnDeleteKeys(MainWindow& window) {
+  KeyTree& tree = *window.key_tree;
+  const uint32_t item = SelectedItem(window.tree);
+  if (!MayDelete(CountKeys(tree, item))) return;
+  LetReadersEnd(window);
+  HideBranch(tree, item);
+  RemoveItem(window.tree, item);
+  RefreshItem(window);
+}
+
+void OnShowAllKeys(MainWindow& window) {
+  LetReadersEnd(window);
+  UnhideAll(*window.key_tree);
+  const uint32_t item = SelectedItem(window.tree);
+  ShowTree(window.tree, ShownHive(window), *window.key_tree);
+  SelectItem(window.tree, item == kNoItem ? 0 : item);
+  RefreshItem(window);
+}
+
+}  // namespace hivequarry

@@ -1,0 +1,50 @@
+// Commands about the values of the selected item.
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "hive/value_key.h"
+#include "host/output_file.h"
+#include "ui/commands/handlers.h"
+#include "ui/dialogs/list_dialogs.h"
+#include "ui/lists/list_saving.h"
+#include "ui/main/main_window.h"
+
+namespace hivequarry {
+namespace {
+
+void SaveData(const std::string& file, const std::vector<uint8_t>& data) {
+  OutputFile output;
+  int error = 0;
+  const std::string_view bytes(reinterpret_cast<const char*>(data.data()), data.size());
+  const bool open = OpenOutput(file, OutputMode::kReplace, output, error);
+  if (open && WriteOutput(output, bytes) && CloseOutput(output, true)) return;
+  if (open) CloseOutput(output, false);
+  const std::string text = "Could Not Open or Create File " + file + " !";
+  ShowMessage(text.c_str(), kProgramName, Icon::kStop);
+}
+
+}  // namespace
+
+void OnSelectAllValues(MainWindow& window) { SelectAllRows(window.values); }
+
+void OnInvertValues(MainWindow& window) { InvertRows(window.values); }
+
+void OnCopyValues(MainWindow& window) { CopyText(window.handle, SelectedText(window.values)); }
+
+void OnSaveValue(MainWindow& window) {
+  std::vector<uint8_t> data;
+  const ValueKey value =
+      ReadValueKey(ShownHive(window), window.shown_value, ValueRead::kData, kMaxValueData, &data);
+  if (value.status != ValueStatus::kRead) {
+    ShowMessage("Could not read the data of the value !", kProgramName, Icon::kExclamation);
+    return;
+  }
+  FileRequest request;
+  request.filter = L"All files (*.*)\0*.*\0";
+  request.ask_to_replace = true;
+  const std::string file = ChooseListFile(window.output, true, kFolderTexts, request);
+  if (!file.empty()) SaveData(file, data);
+}
+
+}  // namespace hivequarry

@@ -1,0 +1,276 @@
+#include "ui/dialogs/search_dialog.h"
+
+#include <algorithm>
+#include <string>
+
+#include "app/settings.h"
+#include "host/host.h"
+#include "ui/dialogs/bit_boxes.h"
+#include "ui/dialogs/list_dialogs.h"
+#include "ui/frame/dialog_layout.h"
+#include "ui/frame/help.h"
+#include "ui/frame/modal.h"
+#include "ui/frame/text.h"
+#include "ui/resources/resource.h"
+
+namespace hivequarry {
+namespace {
+
+// Lives as long as its dialog.
+struct SearchDialog {
+  HWND dialog = nullptr;
+  SearchPlace place = SearchPlace::kHive;
+  // What the two fields hold. A field can't show every byte, so they aren't read from there.
+  std::string text;
+  std::string hex;
+  bool mirroring = false;  // a field is being written by the other one
+};
+
+constexpr size_t kDwordDigits = 8;
+// What a history keeps of an entry.
+constexpr size_t kTextEntry = 64;
+constexpr size_t kHexEntry = 130;
+
+struct SettingBox {
+  int control;
+  bool SearchSettings::*setting;
+};
+constexpr SettingBox kBoxes[] = {
+    {kSearchMatchCase, &SearchSettings::match_case},
+    {kSearchMatchLength, &SearchSettings::match_length},
+    {kSearchWide, &SearchSettings::wide},
+    {kSearchDword, &SearchSettings::dword},
+    {kSearchKeyName, &SearchSettings::key_names},
+    {kSearchValueName, &SearchSettings::value_names},
+    {kSearchValueData, &SearchSettings::value_data},
+    {kSearchFreed, &SearchSettings::freed},
+};
+
+constexpr auto kRoots = RootBoxes(kSearchMachine);
+
+void Tick(const SearchDialog& state, int control, bool on) {
+  CheckDlgButton(state.dialog, control, on ? BST_CHECKED : BST_UNCHECKED);
+}
+void Enable(const SearchDialog& state, int control, bool on) {
+  EnableWindow(GetDlgItem(state.dialog, control), on ? TRUE : FALSE);
+}
+
+bool IsHexMode(const SearchDialog& state) { return IsTicked(state.dialog, kSearchHexMode); }
+HexFault FaultOf(const SearchDialog& state) { return HexPatternOf(state.hex).fault; }
+bool IsNumber(const SearchDialog& state) {
+  return HexPatternOf(state.hex).digits.size() == kDwordDigits && FaultOf(state) == HexFault::kNone;
+}
+
+// --- the two fields ------------------------------------------------------------------------------
+
+// The code-page text of what a field shows; the symbol of a zero character is that character.
+std::string PatternOfField(std::wstring shown) {
+  std::ranges::replace(shown, L'\u2400', L'\0');
+  return NarrowText(std::u16string(shown.begin(), shown.end()));
+}
+
+std::wstring EditedText(HWND field) {
+  std::wstring text(static_cast<size_t>(GetWindowTextLengthW(field)) + 1, L'\0');
+  text.resize(
+      static_cast<size_t>(GetWindowTextW(field, text.data(), static_cast<int>(text.size()))));
+  return text;
+}
+
+// The entry just chosen from the list, which the field shows only afterwards.
+std::wstring ChosenText(HWND field) {
+  const int chosen = ComboBox_GetCurSel(field);
+  const int length = ComboBox_GetLBTextLen(field, chosen);
+  if (length < 0) return std::wstring();
+  std::wstring text(static_cast<size_t>(length) + 1, L'\0');
+  ComboBox_GetLBText(field, chosen, text.data());
+  text.resize(static_cast<size_t>(length));
+  return text;
+}
+
+void ShowField(SearchDialog& state, int field, const std::string& text) {
+  state.mirroring = true;
+  SetDlgItemTextW(state.dialog, field, WindowText(text).c_str());
+  state.mirroring = false;
+}
+
+const wchar_t* MessageFor(const SearchDialog& state) {
+  const HexFault fault = IsHexMode(state) ? FaultOf(state) : HexFault::kNone;
+  if (fault == HexFault::kNone) return L"";
+  return fault == HexFault::kOdd ? L"Each byte takes two digits."
+                                 : L"Digits are 0 to 9 and A to F.";
+}
+
+// What goes with the mode and the digits.
+void EnableFor(const SearchDialog& state) {
+  const bool hex = IsHexMode(state);
+  const bool number = IsNumber(state);
+  for (const int control : {kSearchText, kSearchMatchCase, kSearchWide}) {
+    Enable(state, control, !hex);
+  }
+  Enable(state, kSearchHex, hex);
+  Enable(state, kSearchDword, hex && number);
+  if (!number) Tick(state, kSearchDword, false);
+  Enable(state, IDOK, !hex || FaultOf(state) == HexFault::kNone);
+  SetDlgItemTextW(state.dialog, kSearchMessage, MessageFor(state));
+}
+
+void TakeText(SearchDialog& state, const std::wstring& shown) {
+  state.text = PatternOfField(shown);
+  state.hex = HexOfText(state.text).substr(0, kMaxPattern);
+  ShowField(state, kSearchHex, state.hex);
+  EnableFor(state);
+}
+
+void TakeHex(SearchDialog& state, const std::wstring& shown) {
+  state.hex = PatternOfField(shown);
+  const HexPattern hex = HexPatternOf(state.hex);
+  state.text = hex.fault == HexFault::kNoDigits ? std::string() : TextOfHex(hex.digits);
+  ShowField(state, kSearchText, state.text);
+  EnableFor(state);
+}
+
+void OnField(SearchDialog& state, int field, WORD notice) {
+  if (state.mirroring || (notice != CBN_EDITCHANGE && notice != CBN_SELCHANGE)) return;
+  const HWND box = GetDlgItem(state.dialog, field);
+  const std::wstring shown = notice == CBN_SELCHANGE ? ChosenText(box) : EditedText(box);
+  field == kSearchText ? TakeText(state, shown) : TakeHex(state, shown);
+}
+
+// --- histories -----------------------------------------------------------------------------------
+
+History& TextsOf(SearchPlace place) {
+  Histories& histories = TheSettings().histories;
+  return place == SearchPlace::kHive ? histories.search_texts : histories.registry_texts;
+}
+History& BytesOf(SearchPlace place) {
+  Histories& histories = TheSettings().histories;
+  return place == SearchPlace::kHive ? histories.search_bytes : histories.registry_bytes;
+}
+
+void FillField(const SearchDialog& state, int field, const History& history) {
+  const HWND box = GetDlgItem(state.dialog, field);
+  ComboBox_LimitText(box, static_cast<int>(kMaxPattern));
+  for (const std::string& used : history) ComboBox_AddString(box, WindowText(used).c_str());
+}
+
+void KeepPattern(SearchPlace place, const SearchSettings& settings) {
+  if (settings.hex_mode) return AddToHistory(BytesOf(place), settings.hex.substr(0, kHexEntry));
+  AddToHistory(TextsOf(place), settings.text.substr(0, kTextEntry));
+}
+
+// --- start and end -------------------------------------------------------------------------------
+
+bool SearchesFields(const SearchSettings& settings) {
+  return settings.key_names || settings.value_names || settings.value_data;
+}
+
+void ShowSettings(SearchDialog& state) {
+  SearchSettings settings = TheLastSearch().settings;
+  if (!SearchesFields(settings)) {
+    settings.key_names = settings.value_names = settings.value_data = true;
+  }
+  state.text = settings.text;
+  state.hex = settings.hex;
+  ShowField(state, kSearchText, state.text);
+  ShowField(state, kSearchHex, state.hex);
+  for (const SettingBox& box : kBoxes) Tick(state, box.control, settings.*box.setting);
+  CheckRadioButton(state.dialog, kSearchTextMode, kSearchHexMode,
+                   settings.hex_mode ? kSearchHexMode : kSearchTextMode);
+}
+
+void ShowRoots(const SearchDialog& state) {
+  const bool live = state.place == SearchPlace::kRegistry;
+  TickBits(state.dialog, kRoots, TheLastSearch().roots);
+  for (const BitBox& box : kRoots) {
+    ShowWindow(GetDlgItem(state.dialog, box.control), live ? SW_SHOW : SW_HIDE);
+  }
+  ShowWindow(GetDlgItem(state.dialog, kSearchRoots), live ? SW_SHOW : SW_HIDE);
+  ShowWindow(GetDlgItem(state.dialog, kSearchFreed), live ? SW_HIDE : SW_SHOW);
+}
+
+INT_PTR OnStart(SearchDialog& state) {
+  if (state.place == SearchPlace::kRegistry) SetWindowTextW(state.dialog, L"Search Registry");
+  FillField(state, kSearchText, TextsOf(state.place));
+  FillField(state, kSearchHex, BytesOf(state.place));
+  ShowSettings(state);
+  ShowRoots(state);
+  EnableFor(state);
+  SetFocus(GetDlgItem(state.dialog, IsHexMode(state) ? kSearchHex : kSearchText));
+  return FALSE;
+}
+
+SearchSettings SettingsOf(const SearchDialog& state) {
+  SearchSettings settings;
+  settings.text = state.text;
+  settings.hex = state.hex;
+  settings.hex_mode = IsHexMode(state);
+  for (const SettingBox& box : kBoxes) settings.*box.setting = IsTicked(state.dialog, box.control);
+  settings.dword &= settings.hex_mode && IsNumber(state);
+  return settings;
+}
+
+void OnOk(SearchDialog& state) {
+  const SearchSettings settings = SettingsOf(state);
+  const HexFault fault = settings.hex_mode ? FaultOf(state) : HexFault::kNone;
+  if (fault != HexFault::kNone) {
+    ShowMessage(HexFaultText(fault), kProgramName, Icon::kInformation);
+    return;
+  }
+  const uint32_t roots = TickedBits(state.dialog, kRoots);
+  const bool nowhere = state.place == SearchPlace::kRegistry && roots == 0;
+  const std::string& pattern = settings.hex_mode ? settings.hex : settings.text;
+  if (pattern.empty() || !SearchesFields(settings) || nowhere) {
+    EndDialog(state.dialog, IDCANCEL);
+    return;
+  }
+  KeepPattern(state.place, settings);
+  TheLastSearch() = {settings, roots};
+  EndDialog(state.dialog, IDOK);
+}
+
+void OnCommand(SearchDialog& state, int control, WORD notice) {
+  switch (control) {
+    case kSearchTextMode:
+    case kSearchHexMode:
+      return EnableFor(state);
+    case kSearchText:
+    case kSearchHex:
+      return OnField(state, control, notice);
+    case IDOK:
+      return OnOk(state);
+    case IDCANCEL:
+      EndDialog(state.dialog, IDCANCEL);
+      return;
+    default:
+      return;
+  }
+}
+
+INT_PTR Route(SearchDialog& state, UINT message, WPARAM first, LPARAM) {
+  if (message == WM_HELP) {
+    ShowHelp(state.dialog, kHelpSearch);
+    return TRUE;
+  }
+  if (message != WM_COMMAND) return FALSE;
+  OnCommand(state, LOWORD(first), HIWORD(first));
+  return TRUE;
+}
+
+constexpr DLGPROC kProcedure = RecordDialogProc<SearchDialog, OnStart, Route>;
+
+}  // namespace
+
+LastSearch& TheLastSearch() {
+  static LastSearch last;
+  return last;
+}
+
+bool AskSearch(HWND owner, SearchPlace place) {
+  SearchDialog state;
+  state.place = place;
+  const ModalTurn turn(owner);
+  return DialogBoxParamW(GetModuleHandleW(nullptr), L"SEARCHHIVEDLG", owner, kProcedure,
+                         reinterpret_cast<LPARAM>(&state)) == IDOK;
+}
+
+}  // namespace hivequarry

@@ -1,0 +1,34 @@
+// What the virtual lists of the program share.
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <string>
+
+#include "ui/draw/win.h"
+
+namespace hivequarry {
+
+struct ListColumn {
+  const wchar_t* title;
+  int width;  // at 96 dpi
+  bool right_aligned;
+};
+
+// A report list over a model, with its columns.
+HWND MakeVirtualList(HWND parent, int identifier, std::span<const ListColumn> columns,
+                     uint32_t dpi);
+// Copies a text into what LVN_GETDISPINFO offers for it.
+void GiveText(LVITEMW& item, const wchar_t* text);
+// Makes each column as wide as its title and the rows in view need, the widest at most
+// three quarters of the list.
+void FitColumns(HWND list, uint32_t dpi);
+// Keeps the columns' widths in proportion when the resolution changes.
+void ScaleColumns(HWND list, uint32_t old_dpi, uint32_t new_dpi);
+int ColumnCount(HWND list);
+// The answer to NM_CUSTOMDRAW: what is selected is dimmed while another pane has the focus.
+LRESULT DrawListRow(NMLVCUSTOMDRAW& notice);
+// Capital and small letters alike, as typing to find wants it.
+bool StartsWith(const std::wstring& text, const std::wstring& start);
+
+}  // namespace hivequarry

@@ -1,0 +1,23 @@
+// Dialogs and message boxes wait for their answer, and the windows of the program wait with them: a
+// dialog disables its owner alone, but the main window and each list window stand for themselves.
+#pragma once
+
+#include <vector>
+
+#include "ui/draw/win.h"
+
+namespace hivequarry {
+
+// Disables the windows of this thread, but for `owner`, as long as it lives.
+struct ModalTurn {
+  explicit ModalTurn(HWND owner);
+  ~ModalTurn();
+  ModalTurn(const ModalTurn&) = delete;
+  ModalTurn& operator=(const ModalTurn&) = delete;
+
+  HWND owner;
+  HWND focus;  // gets the focus back
+  std::vector<HWND> disabled;
+};
+
+}  // namespace hivequarry

@@ -1,0 +1,20 @@
+// What the toolbars of the main window and of list windows share.
+#pragma once
+
+#include <span>
+
+#include "ui/commands/commands.h"
+#include "ui/draw/win.h"
+
+namespace hivequarry {
+
+inline constexpr int kToolButtonSide = 30;  // at 96 dpi
+
+TBBUTTON ToolButton(ToolIcon icon, uint16_t number, BYTE style);
+TBBUTTON ToolGap();
+// A toolbar that its parent places; null when it can't be had.
+HWND MakeToolbarControl(HWND parent, int identifier, DWORD style,
+                        std::span<const TBBUTTON> buttons);
+void EnableToolButton(HWND toolbar, uint16_t number, bool on);
+
+}  // namespace hivequarry

@@ -1,0 +1,45 @@
+// The hex edit control: a child window of class "HivequarryHex". Bytes as digits and as characters,
+// with the offset of each line inside the value and its position in the file. Its window text is
+// its accessible name.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <vector>
+
+#include "ui/draw/win.h"
+#include "ui/hex/hex_bytes.h"
+#include "ui/hex/hex_layout.h"
+
+namespace hivequarry {
+
+inline constexpr wchar_t kHexClassName[] = L"HivequarryHex";
+
+// Sent to the parent as WM_COMMAND codes.
+inline constexpr WORD kHexChanged = 1;  // the bytes; the caret may have moved too
+inline constexpr WORD kHexCaretMoved = 2;
+inline constexpr WORD kHexModeChanged = 3;  // insert or overwrite
+inline constexpr WORD kHexRefused = 4;      // nothing was done; HexRefusal says why
+
+// The file position of the byte at an offset inside the value; kHexNoPosition for none, as for
+// offsets after what the file holds.
+using FilePosition = std::function<uint32_t(uint32_t)>;
+inline constexpr uint32_t kHexNoPosition = UINT32_MAX;
+
+bool RegisterHexClass(HINSTANCE instance);
+
+// Shows other bytes, with nothing to undo. Positions in the file have no column of their own when
+// the function is empty.
+void SetHexBytes(HWND hex, std::vector<uint8_t> bytes, FilePosition file_position);
+const HexBytes& HexBytesOf(HWND hex);
+HexSide ActiveHexSide(HWND hex);
+// Where the byte at an offset is in the file.
+std::optional<uint32_t> HexFilePosition(HWND hex, uint32_t position);
+// Words for the user.
+const wchar_t* HexRefusal(HWND hex);
+void SetHexSelection(HWND hex, HexRange range);
+// The control follows its window's resolution by itself; this sets another one.
+void SetHexDpi(HWND hex, uint32_t dpi);
+
+}  // namespace hivequarry

@@ -1,0 +1,201 @@
+#include <algorithm>
+#include <array>
+#include <cstdio>
+
+#include "ui/draw/dimmed_selection.h"
+#include "ui/hex/hex_text.h"
+#include "ui/hex/hex_window.h"
+
+namespace hivequarry {
+namespace {
+
+constexpr size_t kLongestRun = 256;  // characters drawn at once
+
+struct Colours {
+  COLORREF text;
+  COLORREF background;
+};
+
+struct Painter {
+  HDC dc = nullptr;
+  const HexWindow& window;
+  bool focused = false;
+  // Every character as wide as a cell, also those that another font has to lend.
+  std::array<INT, kLongestRun> advances{};
+};
+
+Colours SystemColours(int text, int background) {
+  return {GetSysColor(text), GetSysColor(background)};
+}
+
+void DrawRun(const Painter& painter, int column, int top, const std::wstring& text,
+             Colours colours) {
+  const HexLayout& layout = painter.window.layout;
+  const auto length = static_cast<int>(std::min(text.size(), kLongestRun));
+  const int left = ColumnLeft(layout, column);
+  const RECT area{left, top, left + length * layout.cell_width, top + layout.line_height};
+  SetTextColor(painter.dc, colours.text);
+  SetBkColor(painter.dc, colours.background);
+  ExtTextOutW(painter.dc, left, top + 1, ETO_OPAQUE | ETO_CLIPPED, &area, text.c_str(),
+              static_cast<UINT>(length), painter.advances.data());
+}
+
+// Letters that are joined, or run to the left, keep their cells only one by one.
+bool AreApart(const std::wstring& text) {
+  return std::none_of(text.begin(), text.end(),
+                      [](wchar_t unit) { return unit >= 0x0590 && unit < 0x2000; });
+}
+
+void DrawCharacters(const Painter& painter, uint32_t index, int top, const std::wstring& text,
+                    Colours colours) {
+  const int column = TextColumn(painter.window.layout, index);
+  if (AreApart(text)) return DrawRun(painter, column, top, text, colours);
+  for (size_t i = 0; i < text.size(); ++i) {
+    DrawRun(painter, column + static_cast<int>(i), top, text.substr(i, 1), colours);
+  }
+}
+
+std::wstring PositionText(uint32_t position) {
+  std::array<wchar_t, 16> text{};
+  std::swprintf(text.data(), text.size(), L"%08X", static_cast<unsigned>(position));
+  return text.data();
+}
+
+// --- one line ------------------------------------------------------------------------------------
+
+std::wstring DigitsOf(const HexLayout& layout, const uint8_t* bytes, uint32_t count) {
+  constexpr wchar_t kDigits[] = L"0123456789ABCDEF";
+  const int start = HexColumn(layout, 0);
+  std::wstring text(static_cast<size_t>(HexColumn(layout, layout.per_line) - start), L' ');
+  for (uint32_t i = 0; i < count; ++i) {
+    const auto at = static_cast<size_t>(HexColumn(layout, i) - start);
+    text[at] = kDigits[bytes[i] >> 4];
+    text[at + 1] = kDigits[bytes[i] & 0x0F];
+  }
+  return text;
+}
+
+std::wstring CharactersOf(const uint8_t* bytes, uint32_t count) {
+  std::wstring text;
+  for (uint32_t i = 0; i < count; ++i) text += static_cast<wchar_t>(ShownCharacter(bytes[i]));
+  return text;
+}
+
+Colours SelectionColours(const Painter& painter, HexSide side) {
+  if (painter.focused && side == painter.window.side) {
+    return SystemColours(COLOR_HIGHLIGHTTEXT, COLOR_HIGHLIGHT);
+  }
+  Colours colours{};
+  SetDimmedColours(colours.text, colours.background);
+  return colours;
+}
+
+// The part of the selection within a line, drawn again in its own colours.
+void DrawSelection(const Painter& painter, int top, HexRange part, const std::wstring& digits,
+                   const std::wstring& characters) {
+  const HexLayout& layout = painter.window.layout;
+  const int from = HexColumn(layout, part.start);
+  const int length = HexColumn(layout, part.end - 1) + 2 - from;
+  const auto skipped = static_cast<size_t>(from - HexColumn(layout, 0));
+  DrawRun(painter, from, top, digits.substr(skipped, static_cast<size_t>(length)),
+          SelectionColours(painter, HexSide::kHex));
+  DrawRun(painter, TextColumn(layout, part.start), top, characters.substr(part.start, Length(part)),
+          SelectionColours(painter, HexSide::kText));
+}
+
+// Frames the byte at the caret on the side where no caret blinks.
+void DrawMark(const Painter& painter, HexSide side, int top, uint32_t index) {
+  if (painter.focused && side == painter.window.side) return;
+  const HexLayout& layout = painter.window.layout;
+  const bool hex = side == HexSide::kHex;
+  const int left = ColumnLeft(layout, hex ? HexColumn(layout, index) : TextColumn(layout, index));
+  const int width = (hex ? 2 : 1) * layout.cell_width;
+  const RECT area{left - 1, top, left + width + 1, top + layout.line_height};
+  FrameRect(painter.dc, &area, GetSysColorBrush(COLOR_GRAYTEXT));
+}
+
+void DrawPositions(const Painter& painter, uint32_t offset, int top) {
+  const HexWindow& window = painter.window;
+  const Colours colours = SystemColours(COLOR_BTNTEXT, COLOR_BTNFACE);
+  DrawRun(painter, 0, top, PositionText(offset), colours);
+  const auto position = HexFilePosition(window.handle, offset);
+  if (position) DrawRun(painter, FileColumn(window.layout), top, PositionText(*position), colours);
+}
+
+void DrawHexLine(const Painter& painter, uint32_t line, int top) {
+  const HexWindow& window = painter.window;
+  const HexLayout& layout = window.layout;
+  const uint32_t offset = line * layout.per_line;
+  const uint32_t count = std::min(layout.per_line, ByteCount(window.model) - offset);
+  const uint8_t* bytes = window.model.bytes.data() + offset;
+  const std::wstring digits = DigitsOf(layout, bytes, count);
+  const std::wstring characters = CharactersOf(bytes, count);
+  const Colours colours = SystemColours(COLOR_WINDOWTEXT, COLOR_WINDOW);
+  DrawPositions(painter, offset, top);
+  DrawRun(painter, HexColumn(layout, 0), top, digits, colours);
+  DrawCharacters(painter, 0, top, characters, colours);
+  const HexRange selection = SelectionOf(window.model);
+  const HexRange part{std::max(selection.start, offset), std::min(selection.end, offset + count)};
+  if (part.start < part.end) {
+    DrawSelection(painter, top, {part.start - offset, part.end - offset}, digits, characters);
+  }
+  const uint32_t caret = window.model.caret.position;
+  if (Length(selection) != 0 || caret < offset || caret >= offset + layout.per_line) return;
+  DrawMark(painter, HexSide::kHex, top, caret - offset);
+  DrawMark(painter, HexSide::kText, top, caret - offset);
+}
+
+// --- all of it -----------------------------------------------------------------------------------
+
+std::wstring ByteNumbers(const HexLayout& layout) {
+  std::array<uint8_t, 64> numbers{};
+  for (size_t i = 0; i < numbers.size(); ++i) numbers[i] = static_cast<uint8_t>(i);
+  return DigitsOf(layout, numbers.data(), layout.per_line);
+}
+
+void DrawTitles(const Painter& painter) {
+  const HexLayout& layout = painter.window.layout;
+  const Colours colours = SystemColours(COLOR_BTNTEXT, COLOR_BTNFACE);
+  const RECT area{0, 0, layout.width, layout.line_height};
+  FillRect(painter.dc, &area, GetSysColorBrush(COLOR_BTNFACE));
+  DrawRun(painter, 0, 0, L"Offset", colours);
+  if (layout.file_positions) DrawRun(painter, FileColumn(layout), 0, L"In file", colours);
+  DrawRun(painter, HexColumn(layout, 0), 0, ByteNumbers(layout), colours);
+  DrawRun(painter, TextColumn(layout, 0), 0, L"Text", colours);
+}
+
+void DrawAll(Painter& painter) {
+  const HexWindow& window = painter.window;
+  const HexLayout& layout = window.layout;
+  painter.advances.fill(layout.cell_width);
+  const RECT area{0, 0, layout.width, layout.height};
+  FillRect(painter.dc, &area, GetSysColorBrush(COLOR_WINDOW));
+  const RECT positions{0, 0, ColumnLeft(layout, HexColumn(layout, 0) - 1), layout.height};
+  FillRect(painter.dc, &positions, GetSysColorBrush(COLOR_BTNFACE));
+  const HGDIOBJ old_font = SelectObject(painter.dc, window.font);
+  // The last line may be seen in part.
+  const uint32_t end = std::min(LineCount(layout, ByteCount(window.model)),
+                                window.top_line + LinesInView(layout) + 1);
+  for (uint32_t line = window.top_line; line < end; ++line) {
+    DrawHexLine(painter, line, LineTop(layout, line, window.top_line));
+  }
+  DrawTitles(painter);
+  SelectObject(painter.dc, old_font);
+}
+
+}  // namespace
+
+void PaintHex(const HexWindow& window) {
+  PAINTSTRUCT paint;
+  const HDC screen = BeginPaint(window.handle, &paint);
+  const RECT area{0, 0, window.layout.width, window.layout.height};
+  HDC dc = nullptr;
+  const HPAINTBUFFER buffer =
+      BeginBufferedPaint(screen, &area, BPBF_COMPATIBLEBITMAP, nullptr, &dc);
+  Painter painter{buffer != nullptr ? dc : screen, window, GetFocus() == window.handle};
+  DrawAll(painter);
+  if (buffer != nullptr) EndBufferedPaint(buffer, TRUE);
+  EndPaint(window.handle, &paint);
+}
+
+}  // namespace hivequarry

@@ -1,0 +1,116 @@
+// What the commands of a list do to its rows, its window and what its rows speak of.
+#include <array>
+#include <memory>
+
+#include "hive/file_place.h"
+#include "host/files.h"
+#include "host/host.h"
+#include "host/launch.h"
+#include "host/long_operation.h"
+#include "recovery/root_search.h"
+#include "reports/file_pieces.h"
+#include "reports/freed_find.h"
+#include "ui/lists/list_commands.h"
+#include "ui/lists/list_handlers.h"
+#include "ui/lists/list_work.h"
+#include "ui/lists/raw_view.h"
+#include "ui/main/main_window.h"
+
+namespace hivequarry {
+namespace {
+
+uint32_t FocusedPosition(const ListPlace& place) {
+  return RowDatum(*place.model, ModelRow(place, static_cast<uint32_t>(FocusedRow(place))));
+}
+
+// A list with the same rows, in the order shown, for a worker to fill in while the list itself is
+// drawn.
+OutputListPtr CopyAsShown(const ListPlace& place) {
+  const OutputList& list = *place.model;
+  OutputListPtr copy = MakeOutputList(ListKindOf(list));
+  SetListTitle(*copy, ListTitle(list));
+  SetListSource(*copy, ListSource(list));
+  std::array<std::string_view, kMaxColumns> texts;
+  const int columns = std::min(ColumnCount(list), kMaxColumns);
+  for (const uint32_t row : ShownRows(place)) {
+    for (int column = 0; column < columns; ++column) {
+      texts[static_cast<size_t>(column)] = CellText(list, row, column);
+    }
+    NewRow copied;
+    copied.texts = std::span(texts).first(static_cast<size_t>(columns));
+    copied.icon = RowIcon(list, row);
+    copied.datum = RowDatum(list, row);
+    copied.has_datum = RowHasDatum(list, row);
+    AddRow(*copy, copied);
+  }
+  return copy;
+}
+
+struct SplitJob {
+  OutputListPtr list;
+  bool done = false;
+};
+
+void TakePieces(ListPlace& place, SplitJob& job) {
+  place.model = std::move(job.list);
+  place.ordered = false;
+  InvalidateRect(place.list, nullptr, FALSE);
+  ShowPlaceStatus(place, job.done ? "Done." : "");
+}
+
+// The tree has no item for a freed record: its bytes are shown instead.
+bool GoToRow(const ListPlace& place, uint32_t row, uint32_t position) {
+  if (GoToPosition(*place.owner, position)) {
+    SetForegroundWindow(place.owner->handle);
+    return true;
+  }
+  return IsFreedRow(*place.model, row) && OpenRawView(*place.owner, position) != nullptr;
+}
+
+}  // namespace
+
+void OnClearList(ListPlace& place) { EmptyList(place); }
+void OnSelectAllRows(ListPlace& place) { SelectAllRows(place); }
+void OnInvertRows(ListPlace& place) { InvertSelection(place); }
+void OnResizeListColumns(ListPlace& place) { ResizeListColumns(place); }
+
+void OnStopListWork(ListPlace& place) {
+  EndSelecting(place);
+  StopCommand();
+  PlaceChanged(place);
+}
+
+// Posted, as the place goes with its window.
+void OnCloseList(ListPlace& place) {
+  if (!place.pane) PostMessageW(place.window, WM_CLOSE, 0, 0);
+}
+
+void OnGoToTree(ListPlace& place) {
+  const uint32_t row = ModelRow(place, static_cast<uint32_t>(FocusedRow(place)));
+  if (GoToRow(place, row, FocusedPosition(place))) return;
+  const Host& host = CurrentHost();
+  host.beep(host.context);
+}
+
+void OnSplitFile(ListPlace& place) {
+  const auto job = std::make_shared<SplitJob>();
+  job->list = CopyAsShown(place);
+  StartListWork(
+      place, kOperationSplit, [job] { job->done = SplitFile(*job->list); },
+      [&place, job] { TakePieces(place, *job); });
+}
+
+void OnOpenValidRoot(ListPlace& place) {
+  OpenRootInCopy(ShownHive(*place.owner), FocusedPosition(place));
+}
+
+// The copy counts positions from the start of its range.
+void OnOpenKey(ListPlace& place) {
+  const HiveImage& hive = ShownHive(*place.owner);
+  const uint32_t root = FilePositionOf(hive, FocusedPosition(place));
+  const uint32_t start = RangeStartForRoot(root);
+  LaunchSelf(KeyArguments(FullName(hive.file_name), start, FileEndOf(hive), root - start),
+             kLaunchPlain);
+}
+
+}  // namespace hivequarry

@@ -1,0 +1,15 @@
+// Finding in a list of the screen.
+#pragma once
+
+#include "ui/lists/list_place.h"
+
+namespace hivequarry {
+
+struct SelectChoice;
+
+// Looks on a worker for the place's last text, from the focused row on; what is found is selected.
+void FindInRows(ListPlace& place, bool down);
+// Selects all rows that hold a text, found by a worker.
+void SelectRowsWith(ListPlace& place, const SelectChoice& choice);
+
+}  // namespace hivequarry

@@ -1,0 +1,66 @@
+// The keys of a list window: those of its commands, and the way from child to child.
+#include "host/long_operation.h"
+#include "ui/lists/list_commands.h"
+#include "ui/lists/list_frame.h"
+#include "ui/lists/list_window.h"
+
+namespace hivequarry {
+namespace {
+
+uint8_t ModifiersNow() {
+  uint8_t modifiers = 0;
+  if (GetKeyState(VK_CONTROL) < 0) modifiers |= kWithControl;
+  if (GetKeyState(VK_SHIFT) < 0) modifiers |= kWithShift;
+  if (GetKeyState(VK_MENU) < 0) modifiers |= kWithAlt;
+  return modifiers;
+}
+
+// In the line of the source's name keys of the clipboard mean its text.
+bool IsTextKey(HWND focus, WPARAM key) {
+  return GetDlgCtrlID(focus) == kListSourceId && (key == 'A' || key == 'C');
+}
+
+bool RunKey(ListPlace& place, WPARAM key, uint8_t modifiers) {
+  for (const ListCommand& command : ListCommands()) {
+    if (command.accelerator.key != key || command.accelerator.modifiers != modifiers) continue;
+    RunListCommand(place, command.number);
+    return true;
+  }
+  return false;
+}
+
+void FocusNextChild(const ListPlace& place, bool backward) {
+  const HWND next = GetNextDlgTabItem(place.window, GetFocus(), backward ? TRUE : FALSE);
+  if (next != nullptr) SetFocus(next);
+}
+
+// Ends what is under way bit by bit; a worker polls the key itself.
+void OnEscape(ListPlace& place) {
+  if (IsSelecting(place)) return EndSelecting(place);
+  if (!place.working && TheLongOperation().running == 0) {
+    PostMessageW(place.window, WM_CLOSE, 0, 0);
+  }
+}
+
+bool RunWindowKey(ListPlace& place, WPARAM key, uint8_t modifiers) {
+  if (key == VK_TAB && (modifiers & ~kWithShift) == 0) {
+    FocusNextChild(place, modifiers == kWithShift);
+    return true;
+  }
+  if (key != VK_ESCAPE || modifiers != 0) return false;
+  OnEscape(place);
+  return true;
+}
+
+}  // namespace
+
+bool TranslateListKeys(MSG& message) {
+  if (message.message != WM_KEYDOWN && message.message != WM_SYSKEYDOWN) return false;
+  ListPlace* place = FindListPlace(message.hwnd);
+  if (place == nullptr || IsTextKey(message.hwnd, message.wParam)) return false;
+  const uint8_t modifiers = ModifiersNow();
+  if (RunKey(*place, message.wParam, modifiers)) return true;
+  return RunWindowKey(*place, message.wParam, modifiers);
+}
+
+}  // namespace hivequarry

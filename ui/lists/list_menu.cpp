@@ -1,0 +1,131 @@
+// The context menu of a list, and which of its commands may be carried out.
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "host/long_operation.h"
+#include "ui/frame/text.h"
+#include "ui/lists/list_commands.h"
+#include "ui/lists/list_place.h"
+#include "ui/main/main_window.h"
+
+namespace hivequarry {
+namespace {
+
+bool HasPosition(const ListPlace& place) {
+  const int focused = FocusedRow(place);
+  return focused >= 0 && place.owner->slot >= 0 &&
+         RowHasDatum(*place.model, ModelRow(place, static_cast<uint32_t>(focused)));
+}
+
+bool HasNeeds(ListNeeds needs, const ListPlace& place) {
+  const bool rows = ShownRowCount(place) != 0;
+  switch (needs) {
+    case ListNeeds::kNothing:
+      return true;
+    case ListNeeds::kRows:
+      return rows;
+    case ListNeeds::kSelection:
+      return rows && HasSelection(place);
+    case ListNeeds::kFocus:
+    case ListNeeds::kRoots:
+      return rows && HasPosition(place);
+    case ListNeeds::kPieces:
+      return rows && !ListSource(*place.model).empty();
+    case ListNeeds::kRunning:
+      return TheLongOperation().running != 0 || TheLongOperation().backup || IsSelecting(place);
+    case ListNeeds::kAgain:
+      return place.again != nullptr && place.owner->slot >= 0;
+  }
+  return false;
+}
+
+// A worker's result that was not taken yet counts as its work.
+CommandFacts FactsOfPlace(const ListPlace& place) {
+  CommandFacts facts;
+  facts.running = TheLongOperation().running != 0 || place.working || IsSelecting(place);
+  facts.backup = TheLongOperation().backup;
+  return facts;
+}
+
+bool IsAvailable(const ListCommand& command, const ListPlace& place) {
+  return PassesGuard(command.guard, FactsOfPlace(place)) &&
+         IsListAbout(command.about, ListKindOf(*place.model)) && HasNeeds(command.needs, place);
+}
+
+// The menu that holds a command, with the separator that is before its group.
+struct MenuBuilder {
+  HMENU menu;
+  std::vector<std::pair<std::string, HMENU>> submenus;
+};
+
+void StartGroup(HMENU menu) {
+  if (GetMenuItemCount(menu) > 0) AppendMenuW(menu, MF_SEPARATOR, 0, nullptr);
+}
+
+HMENU SubMenuOf(MenuBuilder& builder, const ListCommand& command) {
+  for (const auto& [title, menu] : builder.submenus) {
+    if (title == command.submenu) return menu;
+  }
+  if (command.group_start) StartGroup(builder.menu);
+  const HMENU menu = CreatePopupMenu();
+  AppendMenuW(builder.menu, MF_POPUP, reinterpret_cast<UINT_PTR>(menu),
+              WideName(command.submenu).c_str());
+  builder.submenus.emplace_back(command.submenu, menu);
+  return menu;
+}
+
+void AppendCommand(MenuBuilder& builder, const ListCommand& command, bool available) {
+  const HMENU menu = command.submenu == nullptr ? builder.menu : SubMenuOf(builder, command);
+  if (command.group_start) StartGroup(menu);
+  const bool checked = command.checked != nullptr && command.checked();
+  AppendMenuW(
+      menu,
+      MF_STRING | (available ? MF_ENABLED : MF_GRAYED) | (checked ? MF_CHECKED : MF_UNCHECKED),
+      command.number, WideName(command.text).c_str());
+}
+
+// Below the row in focus.
+POINT FocusPoint(const ListPlace& place) {
+  RECT area{};
+  const int row = FocusedRow(place);
+  if (row < 0 || ListView_GetItemRect(place.list, row, &area, LVIR_LABEL) == FALSE) {
+    GetClientRect(place.list, &area);
+    area.bottom /= 2;
+  }
+  POINT point{area.left, area.bottom};
+  ClientToScreen(place.list, &point);
+  return point;
+}
+
+}  // namespace
+
+bool IsListCommandAvailable(const ListPlace& place, uint32_t number) {
+  const ListCommand* command = FindListCommand(number);
+  return command != nullptr && IsAvailable(*command, place);
+}
+
+void RunListCommand(ListPlace& place, uint32_t number) {
+  const ListCommand* command = FindListCommand(number);
+  if (command != nullptr && IsAvailable(*command, place)) command->handler(place);
+}
+
+HMENU MakeListMenu(const ListPlace& place) {
+  MenuBuilder builder{CreatePopupMenu(), {}};
+  for (const ListCommand& command : ListCommands()) {
+    if (command.text == nullptr || !IsListAbout(command.about, ListKindOf(*place.model))) continue;
+    AppendCommand(builder, command, IsAvailable(command, place));
+  }
+  return builder.menu;
+}
+
+void TrackListMenu(ListPlace& place, POINT where) {
+  if (where.x == -1 && where.y == -1) where = FocusPoint(place);
+  const HMENU menu = MakeListMenu(place);
+  const int chosen = TrackPopupMenu(menu, TPM_RIGHTBUTTON | TPM_RETURNCMD | TPM_NONOTIFY, where.x,
+                                    where.y, 0, place.window, nullptr);
+  DestroyMenu(menu);
+  RunListCommand(place, static_cast<uint32_t>(chosen));
+}
+
+}  // namespace hivequarry

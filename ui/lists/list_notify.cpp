@@ -1,0 +1,78 @@
+// What the list control and its header report.
+#include <algorithm>
+
+#include "ui/frame/list_view.h"
+#include "ui/frame/text.h"
+#include "ui/lists/list_commands.h"
+#include "ui/lists/list_place.h"
+#include "ui/lists/list_sorting.h"
+
+namespace hivequarry {
+namespace {
+
+// The control offers `room` units, and no more are made of a long text.
+std::wstring CellStart(const ListPlace& place, uint32_t shown, int column, size_t room) {
+  return WindowText(CellText(*place.model, ModelRow(place, shown), column).substr(0, room));
+}
+
+void OnDisplay(const ListPlace& place, NMLVDISPINFOW& notice) {
+  LVITEMW& item = notice.item;
+  if (item.iItem < 0 || static_cast<uint32_t>(item.iItem) >= ShownRowCount(place)) return;
+  const auto shown = static_cast<uint32_t>(item.iItem);
+  if ((item.mask & LVIF_IMAGE) != 0) item.iImage = RowIcon(*place.model, ModelRow(place, shown));
+  if ((item.mask & LVIF_TEXT) != 0 && item.cchTextMax > 0) {
+    const auto room = static_cast<size_t>(item.cchTextMax);
+    GiveText(item, CellStart(place, shown, item.iSubItem, room).c_str());
+  }
+}
+
+// Typing to find: the next row whose first column begins with the text.
+int OnTypedText(const ListPlace& place, const NMLVFINDITEMW& notice) {
+  if ((notice.lvfi.flags & (LVFI_STRING | LVFI_PARTIAL)) == 0) return -1;
+  const std::wstring start = notice.lvfi.psz;
+  const uint32_t count = ShownRowCount(place);
+  for (uint32_t step = 0; step < count; ++step) {
+    const uint32_t shown = (static_cast<uint32_t>(std::max(notice.iStart, 0)) + step) % count;
+    if (StartsWith(CellStart(place, shown, 0, start.size()), start)) return static_cast<int>(shown);
+  }
+  return -1;
+}
+
+template <typename Notice>
+Notice& As(const NMHDR& notice) {
+  return const_cast<Notice&>(reinterpret_cast<const Notice&>(notice));
+}
+
+}  // namespace
+
+LRESULT OnListNotify(ListPlace& place, const NMHDR& notice) {
+  switch (notice.code) {
+    case LVN_GETDISPINFOW:
+      OnDisplay(place, As<NMLVDISPINFOW>(notice));
+      return 0;
+    case NM_CUSTOMDRAW:
+      // The header draws itself.
+      return notice.hwndFrom == place.list ? DrawListRow(As<NMLVCUSTOMDRAW>(notice)) : 0;
+    case LVN_ODFINDITEMW:
+      return OnTypedText(place, As<NMLVFINDITEMW>(notice));
+    case LVN_COLUMNCLICK:
+      OnHeaderClick(place, As<NMLISTVIEW>(notice).iSubItem, GetKeyState(VK_SHIFT) < 0);
+      return 0;
+    case NM_CLICK:
+      EndSelecting(place);  // the user selects
+      return 0;
+    case LVN_ITEMACTIVATE:
+      RunListCommand(place, IsListAbout(ListAbout::kRecord, ListKindOf(*place.model))
+                                ? kCommandFollowRecord
+                                : kCommandGoToTree);
+      return 0;
+    case HDN_ENDTRACKW:
+    case HDN_DIVIDERDBLCLICKW:
+      place.columns_touched = true;
+      return 0;
+    default:
+      return 0;
+  }
+}
+
+}  // namespace hivequarry

@@ -1,0 +1,237 @@
+#include "ui/lists/list_place.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <numeric>
+#include <utility>
+
+#include "lists/list_columns.h"
+#include "ui/frame/list_view.h"
+#include "ui/frame/text.h"
+#include "ui/lists/list_work.h"
+#include "ui/main/main_window.h"
+
+namespace hivequarry {
+namespace {
+
+// At 96 dpi.
+constexpr int kGenericWidth = 160;
+constexpr int kIconRoom = 20;    // before the first column's text
+constexpr int kCellMargin = 14;  // of both sides of a cell's text
+
+std::vector<std::string> GenericTitles() {
+  std::vector<std::string> titles;
+  for (int column = 0; column < kMaxColumns; ++column) {
+    char title[8];
+    std::snprintf(title, sizeof title, "Col%02d", column);
+    titles.emplace_back(title);
+  }
+  return titles;
+}
+
+// --- columns and their widths --------------------------------------------------------------------
+
+int TextWidth(HDC dc, const wchar_t* text) {
+  SIZE size{};
+  GetTextExtentPoint32W(dc, text, lstrlenW(text), &size);
+  return size.cx;
+}
+
+// The scroll bar's room is counted even while there is none, so that widths don't depend on rows.
+WidthUnits MeasureUnits(HWND list) {
+  const HDC dc = GetDC(list);
+  const auto font = reinterpret_cast<HFONT>(SendMessageW(list, WM_GETFONT, 0, 0));
+  const HGDIOBJ previous =
+      SelectObject(dc, font != nullptr ? font : GetStockObject(DEFAULT_GUI_FONT));
+  WidthUnits units;
+  units.text = TextWidth(dc, L"ABCDEFGHIJ");
+  const int margin = Scale(kCellMargin, DpiOfWindow(list));
+  units.date = TextWidth(dc, L"0000/00/00, 00:00:00") + margin;
+  units.type = TextWidth(dc, L"REG_EXPAND_SZ") + margin;
+  SelectObject(dc, previous);
+  ReleaseDC(list, dc);
+  RECT area;
+  GetWindowRect(list, &area);
+  units.client = area.right - area.left;
+  units.scroll_bar = GetSystemMetrics(SM_CXVSCROLL);
+  return units;
+}
+
+void SetWidths(HWND list, const std::vector<int>& widths) {
+  const auto count = std::min(std::ssize(widths), std::ptrdiff_t{ColumnCount(list)});
+  for (int column = 0; column < count; ++column) {
+    ListView_SetColumnWidth(list, column, widths[static_cast<size_t>(column)]);
+  }
+}
+
+void SetTitles(HWND list, const OutputList& model) {
+  const int wanted = ColumnCount(model);
+  while (ColumnCount(list) > wanted) ListView_DeleteColumn(list, ColumnCount(list) - 1);
+  for (int column = 0; column < wanted; ++column) {
+    std::wstring title = WindowText(ColumnTitle(model, column));
+    LVCOLUMNW info{};
+    info.mask = LVCF_TEXT;
+    info.pszText = title.data();
+    if (column < ColumnCount(list)) {
+      ListView_SetColumn(list, column, &info);
+    } else {
+      ListView_InsertColumn(list, column, &info);
+    }
+  }
+}
+
+// No row is left, and none is selected in what comes.
+void EmptyControl(ListPlace& place) {
+  EndSelecting(place);
+  ListView_DeleteAllItems(place.list);
+}
+
+// --- order ---------------------------------------------------------------------------------------
+
+std::vector<uint32_t> AsAdded(uint32_t count) {
+  std::vector<uint32_t> rows(count);
+  std::iota(rows.begin(), rows.end(), 0U);
+  return rows;
+}
+
+void ForgetOrder(ListPlace& place) {
+  place.order = std::vector<uint32_t>();
+  place.ordered = false;
+  place.sorted_column = -1;
+  place.descending.fill(false);
+  ShowSortArrow(place, -1, false);
+}
+
+// Rows added since the order was made are at the end.
+void ExtendOrder(ListPlace& place) {
+  const uint32_t count = RowCount(*place.model);
+  if (place.order.size() > count) place.ordered = false;  // emptied by somebody else
+  while (place.ordered && place.order.size() < count) {
+    place.order.push_back(static_cast<uint32_t>(place.order.size()));
+  }
+}
+
+// Where each row of the model is shown.
+std::vector<uint32_t> PlacesOfRows(const ListPlace& place) {
+  std::vector<uint32_t> places(ShownRowCount(place));
+  for (uint32_t shown = 0; shown < places.size(); ++shown) places[ModelRow(place, shown)] = shown;
+  return places;
+}
+
+}  // namespace
+
+uint32_t DpiOfPlace(const ListPlace& place) {
+  return place.pane ? place.owner->dpi : DpiOfWindow(place.window);
+}
+
+HWND MakeListControl(ListPlace& place, int identifier) {
+  place.list = MakeVirtualList(place.window, identifier, {}, DpiOfPlace(place));
+  if (place.list == nullptr) return nullptr;
+  SetWindowTextW(place.list, L"Output List");  // what a screen reader calls it
+  SetWindowLongPtrW(place.list, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(&place));
+  place.model = MakeOutputList(0);
+  return place.list;
+}
+
+HWND MakeListPane(MainWindow& window, int identifier) {
+  ListPlace& place = window.output;
+  place.owner = &window;
+  place.pane = true;
+  place.window = window.handle;
+  if (MakeListControl(place, identifier) == nullptr) return nullptr;
+  ShowList(place, MakeOutputList(0),
+           std::vector<int>(kMaxColumns, Scale(kGenericWidth, window.dpi)));
+  return place.list;
+}
+
+void ShowList(ListPlace& place, OutputListPtr list, const std::vector<int>& widths) {
+  if (ColumnCount(*list) == 0 && RowCount(*list) == 0) SetColumns(*list, GenericTitles());
+  EmptyControl(place);
+  place.model = std::move(list);
+  place.again = nullptr;
+  ForgetOrder(place);
+  SetTitles(place.list, *place.model);
+  place.columns_touched = !widths.empty();
+  if (widths.empty()) {
+    ResizeListColumns(place);
+  } else {
+    SetWidths(place.list, widths);
+  }
+  ListChanged(place);
+}
+
+void ListChanged(ListPlace& place) {
+  ExtendOrder(place);
+  const DWORD keep = place.filling ? LVSICF_NOINVALIDATEALL | LVSICF_NOSCROLL : 0;
+  ListView_SetItemCountEx(place.list, static_cast<int>(ShownRowCount(place)), keep);
+  PlaceChanged(place);
+}
+
+void EmptyList(ListPlace& place) {
+  ShowPlaceStatus(place, "Deleting current list ...");
+  EmptyControl(place);
+  ForgetOrder(place);
+  ClearRows(*place.model);
+  ShowPlaceStatus(place, "");
+  ListChanged(place);
+}
+
+void ResizeListColumns(ListPlace& place) {
+  const int icon = Scale(kIconRoom, DpiOfPlace(place));
+  WidthUnits units = MeasureUnits(place.list);
+  units.client -= icon;
+  std::vector<int> widths = ColumnWidths(*place.model, units);
+  if (!widths.empty()) widths.front() += icon;
+  SetWidths(place.list, widths);
+  place.columns_touched = false;
+}
+
+void FitListColumns(ListPlace& place) {
+  if (!place.columns_touched) ResizeListColumns(place);
+}
+
+uint32_t ShownRowCount(const ListPlace& place) {
+  return place.ordered ? static_cast<uint32_t>(place.order.size()) : RowCount(*place.model);
+}
+
+uint32_t ModelRow(const ListPlace& place, uint32_t shown) {
+  return place.ordered ? place.order[shown] : shown;
+}
+
+std::vector<uint32_t> ShownRows(const ListPlace& place) {
+  return place.ordered ? place.order : AsAdded(RowCount(*place.model));
+}
+
+void ShowInOrder(ListPlace& place, std::vector<uint32_t> order) {
+  if (order.size() != RowCount(*place.model)) return;
+  EndSelecting(place);
+  std::vector<uint32_t> selected = SelectedRows(place);
+  const int focused = FocusedRow(place);
+  const uint32_t focused_row = focused < 0 ? 0 : ModelRow(place, static_cast<uint32_t>(focused));
+  place.order = std::move(order);
+  place.ordered = true;
+  if (!selected.empty()) {
+    const std::vector<uint32_t> places = PlacesOfRows(place);
+    for (uint32_t& row : selected) row = places[row];
+    std::sort(selected.begin(), selected.end());
+    SelectShown(place, std::move(selected), false);
+    const auto focus = static_cast<int>(places[focused_row]);
+    ListView_SetItemState(place.list, focus, LVIS_FOCUSED, LVIS_FOCUSED);
+    ListView_EnsureVisible(place.list, focus, FALSE);
+  }
+  InvalidateRect(place.list, nullptr, FALSE);
+}
+
+void ShowSortArrow(const ListPlace& place, int column, bool descending) {
+  const HWND header = ListView_GetHeader(place.list);
+  for (int at = 0; at < ColumnCount(place.list); ++at) {
+    HDITEMW item{};
+    item.mask = HDI_FORMAT;
+    Header_GetItem(header, at, &item);
+    item.fmt &= ~(HDF_SORTUP | HDF_SORTDOWN);
+    if (at == column) item.fmt |= descending ? HDF_SORTDOWN : HDF_SORTUP;
+    Header_SetItem(header, at, &item);
+  }
+}
+
+}  // namespace hivequarry

@@ -1,0 +1,120 @@
+// An Output List on the screen: a virtual list control over the model, in the main window's pane or
+// in a window of its own. All functions are for the interface thread.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "lists/list_writers.h"
+#include "lists/output_list.h"
+#include "ui/draw/win.h"
+
+namespace hivequarry {
+
+struct MainWindow;
+
+// Rows whose selection is being changed. The control takes them one by one, and may take long for
+// very many, so that is done in parts.
+struct PendingSelection {
+  std::vector<uint32_t> shown;  // by their place in the order shown
+  size_t first_on = 0;          // from here on they become selected, before it the opposite
+  size_t done = 0;
+};
+
+struct ListPlace {
+  MainWindow* owner = nullptr;
+  bool pane = false;            // the main window's own list
+  HWND window = nullptr;        // takes the commands of the list: its window, or the main window
+  HWND list = nullptr;          // the control
+  HWND status = nullptr;        // status bar of a list window; null: the main window's is used
+  OutputListPtr model;          // never null once the control is made
+  std::vector<uint32_t> order;  // rows of the model in the order shown, once `ordered`
+  bool ordered = false;         // false: shown as they were added
+  int sorted_column = -1;       // by a click; -1: none
+  std::array<bool, kMaxColumns> descending{};
+  PendingSelection selecting;
+  bool columns_touched = false;  // the user's widths stay as they are
+  std::string last_find;         // code-page text
+  bool find_adds = false;        // what is found joins the selection
+  std::function<void()> again;   // makes the rows anew; null where that can't be
+  bool filling = false;          // a worker adds rows to the model
+  bool working = false;          // a worker reads or fills the model (list_work.h)
+  bool closing = false;          // the window goes when that worker has ended
+};
+
+// Makes the control of the main window's pane, with an empty list of 18 columns named "Col00" on.
+HWND MakeListPane(MainWindow& window, int identifier);
+// Makes the control of a place whose window and owner are set.
+HWND MakeListControl(ListPlace& place, int identifier);
+// The resolution of the place's window.
+uint32_t DpiOfPlace(const ListPlace& place);
+
+// Replaces what is shown by another list, with the columns and widths of its kind (or the given
+// widths, pixels). Sorting is forgotten. A list without columns gets those of an empty pane.
+void ShowList(ListPlace& place, OutputListPtr list, const std::vector<int>& widths = {});
+// The model has more rows, or others, than the control knows.
+void ListChanged(ListPlace& place);
+// Deletes all rows.
+void EmptyList(ListPlace& place);
+// Gives the columns the widths of the list's kind.
+void ResizeListColumns(ListPlace& place);
+// The same when the room changed, unless the user chose widths.
+void FitListColumns(ListPlace& place);
+
+uint32_t ShownRowCount(const ListPlace& place);
+// The model's row at a place in the order shown.
+uint32_t ModelRow(const ListPlace& place, uint32_t shown);
+// All of the model's rows in the order shown.
+std::vector<uint32_t> ShownRows(const ListPlace& place);
+// Shows the rows in another order, which holds each row once; what is selected and in focus stays
+// so.
+void ShowInOrder(ListPlace& place, std::vector<uint32_t> order);
+// The arrow in the header; -1 for none.
+void ShowSortArrow(const ListPlace& place, int column, bool descending);
+
+std::vector<uint32_t> SelectedRows(const ListPlace& place);  // model rows in the order shown
+bool HasSelection(const ListPlace& place);
+// Selects rows by their place in the order shown, ascending; with `add` beside what is selected.
+// Very many are selected bit by bit while the window goes on.
+void SelectShown(ListPlace& place, std::vector<uint32_t> shown, bool add);
+bool IsSelecting(const ListPlace& place);
+void EndSelecting(ListPlace& place);
+// Selects one row, gives it the focus and scrolls to it.
+void FocusRow(ListPlace& place, uint32_t shown, bool add);
+void SelectAllRows(ListPlace& place);
+void InvertSelection(ListPlace& place);
+// The row in focus, else the first selected one, as a place in the order shown; -1 for none.
+int FocusedRow(const ListPlace& place);
+
+// What a command writes of a list: its selected rows, or all in the order shown.
+struct RowChoice {
+  std::vector<uint32_t> rows;
+  bool listed = false;
+  bool selection = false;
+};
+RowChoice ChooseRows(const ListPlace& place, bool selection);
+// Valid as long as the choice.
+inline WrittenRows RowsOf(const RowChoice& choice) {
+  return {choice.rows, choice.listed, choice.selection};
+}
+
+// LVN_* and NM_CUSTOMDRAW of the list control and what its header sends.
+LRESULT OnListNotify(ListPlace& place, const NMHDR& notice);
+
+// The context menu of the list's commands, for the caller to destroy.
+HMENU MakeListMenu(const ListPlace& place);
+// The context menu at a screen point, or at the focused row for (-1, -1).
+void TrackListMenu(ListPlace& place, POINT where);
+
+// Carries out one of the list commands (list_commands.h) for this list, unless its guard refuses
+// it or it needs rows, a selection or the like that are not there.
+void RunListCommand(ListPlace& place, uint32_t number);
+bool IsListCommandAvailable(const ListPlace& place, uint32_t number);
+
+// Loads a Report List (UTF-8 name) into the place, on a worker. Ignored while one is at work.
+void LoadReport(ListPlace& place, const std::string& file);
+
+}  // namespace hivequarry

@@ -1,0 +1,114 @@
+// Report Lists: saving the list of a window, and loading one into it.
+#include <memory>
+
+#include "host/host.h"
+#include "host/memory.h"
+#include "lists/list_report.h"
+#include "ui/dialogs/list_dialogs.h"
+#include "ui/frame/list_view.h"
+#include "ui/lists/list_handlers.h"
+#include "ui/lists/list_saving.h"
+#include "ui/lists/list_work.h"
+#include "ui/main/main_window.h"
+
+namespace hivequarry {
+namespace {
+
+constexpr const char* kCannotOpen = "Could Not Open or Create File %s !";
+
+FileRequest ReportRequest() {
+  FileRequest request;
+  request.filter = L"Report Lists\0*.rpt\0All files\0*.*\0";
+  request.extension = L"rpt";
+  return request;
+}
+
+ReportLook LookOf(const ListPlace& place) {
+  ReportLook look;
+  if (!place.pane) look.title = ListTitle(*place.model);
+  for (int column = 0; column < ColumnCount(place.list); ++column) {
+    look.widths.push_back(ListView_GetColumnWidth(place.list, column));
+  }
+  look.written = ReportTimeNow();
+  return look;
+}
+
+void SaveReport(const ListPlace& place, bool selection) {
+  FileRequest request = ReportRequest();
+  request.ask_to_replace = true;
+  const std::string file = ChooseListFile(place, true, kFolderReports, request);
+  OutputFile out;
+  if (file.empty() || !OpenListFile(file, OutputMode::kReplace, kCannotOpen, out)) return;
+  const WaitTurn wait(ShownRowCount(place));
+  const RowChoice rows = ChooseRows(place, selection);
+  const bool whole = WithMemory([&] {
+    return WriteReport(*place.model, RowsOf(rows), LookOf(place),
+                       [&out](std::string_view piece) { return WriteOutput(out, piece); });
+  });
+  if (CloseOutput(out, whole) && whole) return;
+  ShowMessage("Could not save Output List to File !", kProgramName, Icon::kInformation);
+}
+
+// --- loading: the head first, as the columns are needed for the rows -----------------------------
+
+struct ReportJob {
+  std::string file;
+  ReportHead head;
+  ReportRead read = ReportRead::kDone;
+};
+
+void ReportFailure(const ReportJob& job) {
+  if (job.read != ReportRead::kCannotOpen) return;
+  const std::string text = "Could Not Open or Create File " + job.file + " !";
+  ShowMessage(text.c_str(), kProgramName, Icon::kStop);
+}
+
+void EndReport(ListPlace& place, const ReportJob& job) {
+  ReportFailure(job);
+  ListChanged(place);
+  if (ShownRowCount(place) > 0) FocusRow(place, 0, false);
+}
+
+void LoadRows(ListPlace& place, const std::shared_ptr<ReportJob>& job) {
+  OutputList& list = *place.model;
+  place.filling = StartListWork(
+      place, kOperationReport, [&list, job] { job->read = ReadReportRows(job->file, list); },
+      [&place, job] { EndReport(place, *job); });
+}
+
+void TakeHead(ListPlace& place, const std::shared_ptr<ReportJob>& job) {
+  ReportFailure(*job);
+  if (job->read != ReportRead::kDone || job->head.columns.empty()) return;
+  OutputListPtr list = MakeOutputList(job->head.kind);
+  SetColumns(*list, job->head.columns);
+  if (!job->head.title.empty()) SetListTitle(*list, job->head.title);
+  ShowList(place, std::move(list), job->head.widths);
+  LoadRows(place, job);
+}
+
+}  // namespace
+
+void LoadReport(ListPlace& place, const std::string& file) {
+  if (place.working) return;
+  const auto job = std::make_shared<ReportJob>();
+  job->file = file;
+  if (!StartListWork(
+          place, kOperationReport, [job] { job->read = ReadReportHead(job->file, job->head); },
+          [&place, job] { TakeHead(place, job); })) {
+    return;
+  }
+  EmptyList(place);
+  if (place.pane && place.owner->arrangement != kOutputArrangement) {
+    ShowArrangement(*place.owner, kOutputArrangement);
+  }
+}
+
+void OnSaveReport(ListPlace& place) { SaveReport(place, false); }
+void OnSaveSelectedReport(ListPlace& place) { SaveReport(place, true); }
+
+void OnLoadReport(ListPlace& place) {
+  const std::string file = ChooseListFile(place, false, kFolderReports, ReportRequest());
+  if (!file.empty()) LoadReport(place, file);
+}
+
+}  // namespace hivequarry

@@ -1,0 +1,205 @@
+#include "ui/lists/list_saving.h"
+
+#include <cderr.h>
+
+#include <algorithm>
+#include <cinttypes>
+#include <cstdio>
+#include <string_view>
+#include <vector>
+
+#include "host/files.h"
+#include "host/host.h"
+#include "host/memory.h"
+#include "ui/dialogs/list_dialogs.h"
+#include "ui/frame/text.h"
+#include "ui/lists/list_handlers.h"
+#include "ui/lists/list_work.h"
+
+namespace hivequarry {
+namespace {
+
+constexpr uint32_t kQuickRows = 400;
+
+void ReportDialogError(DWORD error) {
+  if (error == FNERR_INVALIDFILENAME) ShowMessage("Invalid Filename !", "Error", Icon::kStop);
+  if (error == FNERR_BUFFERTOOSMALL) ShowMessage("Too many files !", "Error", Icon::kStop);
+}
+
+void ReportSaved(uint32_t rows) {
+  if (rows == 0) return;
+  char text[48];
+  std::snprintf(text, sizeof text, "%" PRIu32 " Item%s saved !", rows, rows > 1 ? "s" : "");
+  ShowMessage(text, kProgramName, Icon::kInformation);
+}
+
+// Whether and how to write a file of that name; false when the user wants neither.
+bool ChooseMode(const ListPlace& place, const std::string& file, OutputMode& mode) {
+  if (!FileExists(file)) return true;
+  const SaveAs answer = TheListDialogs().save_as(place.window, file);
+  if (answer == SaveAs::kAppend) mode = OutputMode::kAppend;
+  return answer != SaveAs::kCancel;
+}
+
+void SaveText(const ListPlace& place, bool selection) {
+  FileRequest request;
+  request.filter = L"Text Files\0*.txt\0All files\0*.*\0";
+  request.extension = L"txt";
+  const std::string file = ChooseListFile(place, true, kFolderTexts, request);
+  OutputMode mode = OutputMode::kReplace;
+  if (file.empty() || !ChooseMode(place, file, mode)) return;
+  const RowChoice rows = ChooseRows(place, selection);
+  SaveListText(*place.model, RowsOf(rows), file, mode);
+}
+
+// --- clipboard -----------------------------------------------------------------------------------
+
+bool WriteRows(const OutputList& list, const WrittenRows& which, bool first_column,
+               const TextSink& sink) {
+  return first_column ? WriteFirstColumn(list, which, sink) : WriteListText(list, which, sink);
+}
+
+bool CopyText(const OutputList& list, const WrittenRows& which, bool first_column) {
+  std::string text;
+  if (!WriteRows(list, which, first_column, [&text](std::string_view piece) {
+        text += piece;
+        return true;
+      })) {
+    return false;
+  }
+  // A zero character would end what others paste.
+  std::replace(text.begin(), text.end(), '\0', ' ');
+  const Host& host = CurrentHost();
+  if (host.clipboard(host.context, text)) return true;
+  ShowMessage("Not enough memory available!", "Error", Icon::kStop);
+  return false;
+}
+
+bool CopyRows(const ListPlace& place, bool selection, bool first_column) {
+  const RowChoice rows = ChooseRows(place, selection);
+  const WaitTurn wait(selection ? static_cast<uint32_t>(rows.rows.size()) : ShownRowCount(place));
+  return WithMemory([&] { return CopyText(*place.model, RowsOf(rows), first_column); });
+}
+
+// --- the system's editor -------------------------------------------------------------------------
+
+// Texts handed to the editor, UTF-8 names; they go when the program ends.
+struct EditedTexts {
+  std::vector<std::string> files;
+};
+EditedTexts& TheEditedTexts() {
+  static EditedTexts texts;
+  return texts;
+}
+
+std::string NextTextName() {
+  std::wstring folder(MAX_PATH + 1, L'\0');
+  folder.resize(GetTempPathW(static_cast<DWORD>(folder.size()), folder.data()));
+  char name[64];
+  std::snprintf(name, sizeof name, "hivequarry-%lu-%zu.txt", GetCurrentProcessId(),
+                TheEditedTexts().files.size() + 1);
+  return Utf8Name(folder) + name;
+}
+
+bool WriteText(const OutputList& list, const WrittenRows& which, OutputFile& out,
+               uint32_t& written) {
+  const bool whole = WithMemory([&] {
+    return WriteListText(
+        list, which, [&out](std::string_view piece) { return WriteOutput(out, piece); }, &written);
+  });
+  return CloseOutput(out, whole) && whole;
+}
+
+void ReportNotSaved() {
+  ShowMessage("Could not save Output List to File !", kProgramName, Icon::kInformation);
+}
+
+}  // namespace
+
+WaitTurn::WaitTurn(uint32_t rows) {
+  if (rows > kQuickRows) previous = SetCursor(LoadCursorW(nullptr, IDC_WAIT));
+}
+
+WaitTurn::~WaitTurn() {
+  if (previous != nullptr) SetCursor(previous);
+}
+
+bool FileExists(const std::string& file) {
+  return GetFileAttributesW(WideName(file).c_str()) != INVALID_FILE_ATTRIBUTES;
+}
+
+void ReportFileFailure(const char* failure, const std::string& file) {
+  std::string text = failure;
+  text.replace(text.find("%s"), 2, file);
+  ShowMessage(text.c_str(), kProgramName, Icon::kStop);
+}
+
+bool OpenListFile(const std::string& file, OutputMode mode, const char* failure, OutputFile& out) {
+  int error = 0;
+  if (OpenOutput(file, mode, out, error)) return true;
+  ReportFileFailure(failure, file);
+  return false;
+}
+
+bool SaveListText(const OutputList& list, const WrittenRows& which, const std::string& file,
+                  OutputMode mode) {
+  OutputFile out;
+  if (!OpenListFile(file, mode, "Could Not Open or Create File %s", out)) return false;
+  const WaitTurn wait(RowCount(list));
+  if (mode == OutputMode::kAppend) WriteOutput(out, "\r\n");
+  uint32_t written = 0;
+  if (!WriteText(list, which, out, written)) {
+    ReportNotSaved();
+    return false;
+  }
+  ReportSaved(written);
+  return true;
+}
+
+std::string ChooseListFile(const ListPlace& place, bool save, LastFolder folder,
+                           FileRequest request) {
+  return ChooseFile(place.window, save, folder, request);
+}
+
+std::string ChooseFile(HWND owner, bool save, LastFolder folder, FileRequest request) {
+  std::string& last = TheSettings().folders[static_cast<size_t>(folder)];
+  request.owner = owner;
+  request.folder = last;
+  const ListDialogs& dialogs = TheListDialogs();
+  const FileChoice choice = save ? dialogs.save(request) : dialogs.open(request);
+  ReportDialogError(choice.error);
+  if (!choice.name.empty()) last = FolderOf(choice.name);
+  return choice.name;
+}
+
+void DeleteEditedTexts() {
+  for (const std::string& file : TheEditedTexts().files) DeleteFileW(WideName(file).c_str());
+  TheEditedTexts().files.clear();
+}
+
+void OnSaveListText(ListPlace& place) { SaveText(place, false); }
+void OnSaveSelected(ListPlace& place) { SaveText(place, true); }
+
+void OnCopyList(ListPlace& place) {
+  if (!CopyRows(place, false, false)) return;
+  char text[48];
+  std::snprintf(text, sizeof text, "%" PRIu32 " Item(s) copied !", ShownRowCount(place));
+  ShowMessage(text, kProgramName, Icon::kInformation);
+}
+
+void OnCopySelected(ListPlace& place) { CopyRows(place, true, false); }
+void OnCopyFirstColumn(ListPlace& place) { CopyRows(place, true, true); }
+
+void OnListNotepad(ListPlace& place) {
+  const std::string file = NextTextName();
+  OutputFile out;
+  if (!OpenListFile(file, OutputMode::kReplace, "Could Not Open or Create File %s", out)) return;
+  TheEditedTexts().files.push_back(file);
+  const RowChoice rows = ChooseRows(place, false);
+  const WaitTurn wait(ShownRowCount(place));
+  uint32_t written = 0;
+  if (!WriteText(*place.model, RowsOf(rows), out, written)) return ReportNotSaved();
+  TheListDialogs().notepad(place.window, file);
+}
+
+}  // namespace hivequarry

@@ -1,0 +1,47 @@
+// Lists as text files and on the clipboard.
+#pragma once
+
+#include <new>
+#include <string>
+
+#include "app/settings.h"
+#include "host/output_file.h"
+#include "lists/list_writers.h"
+#include "ui/lists/list_place.h"
+
+namespace hivequarry {
+
+struct FileRequest;
+
+// Writes the rows to a file (UTF-8 name), after an empty line when it is appended to, and says how
+// many, or what went wrong. False on failure.
+bool SaveListText(const OutputList& list, const WrittenRows& which, const std::string& file,
+                  OutputMode mode);
+// Opens a file to be written anew or appended to; false after `failure` was shown with its name.
+bool OpenListFile(const std::string& file, OutputMode mode, const char* failure, OutputFile& out);
+// Shows a failure's text with the file's name (UTF-8) in place of its "%s".
+void ReportFileFailure(const char* failure, const std::string& file);
+bool FileExists(const std::string& file);
+
+// Asks for a file and remembers its folder; empty when there is none, after a message when the
+// dialog failed. Completes the request.
+std::string ChooseListFile(const ListPlace& place, bool save, LastFolder folder,
+                           FileRequest request);
+// The same for a dialog.
+std::string ChooseFile(HWND owner, bool save, LastFolder folder, FileRequest request);
+
+// Deletes the texts that were written for the editor.
+void DeleteEditedTexts();
+
+// The wait cursor while the interface thread itself is at work on more rows than it takes a moment
+// for.
+struct WaitTurn {
+  explicit WaitTurn(uint32_t rows);
+  ~WaitTurn();
+  WaitTurn(const WaitTurn&) = delete;
+  WaitTurn& operator=(const WaitTurn&) = delete;
+
+  HCURSOR previous = nullptr;
+};
+
+}  // namespace hivequarry

@@ -1,0 +1,25 @@
+// Putting a list of the screen in order.
+#pragma once
+
+#include "lists/list_order.h"
+#include "ui/lists/list_place.h"
+
+namespace hivequarry {
+
+// The key that ends a sort, where the program has the user's attention; tests press it here.
+struct EscapeKey {
+  bool (*is_down)() = nullptr;
+};
+EscapeKey& TheEscapeKey();
+
+// A click on a column's header: sorts by it, the other way round when the list was sorted by it
+// last. With `by_length` the length of its texts counts.
+void OnHeaderClick(ListPlace& place, int column, bool by_length);
+// Sorts on a worker; false while one is at work.
+bool SortList(ListPlace& place, const SortRequest& request);
+// What a filled list is put in order by: its first column.
+SortRequest FirstColumnRequest(const OutputList& list);
+// Puts a list that was just filled in order, if the settings want that.
+void SortNewList(ListPlace& place);
+
+}  // namespace hivequarry

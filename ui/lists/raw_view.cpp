@@ -1,0 +1,131 @@
+#include "ui/lists/raw_view.h"
+
+#include <cinttypes>
+#include <cstdio>
+#include <map>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "hive/file_place.h"
+#include "host/host.h"
+#include "reports/hive_lists.h"
+#include "ui/dialogs/position_dialog.h"
+#include "ui/frame/list_view.h"
+#include "ui/lists/list_window.h"
+#include "ui/main/main_window.h"
+
+namespace hivequarry {
+namespace {
+
+constexpr int kLeadsTo = 5;  // the column
+constexpr size_t kLongestTrail = 100;
+
+// By list window: the fields that were followed to the record that is shown, each with the position
+// that showed its record. Windows that are gone leave theirs until the next one opens; a window
+// begins with none, whatever had its handle before.
+struct Step {
+  uint32_t position;
+  uint32_t row;
+};
+struct Trail {
+  uint32_t position = 0;  // that showed what is shown
+  std::vector<Step> steps;
+};
+std::map<HWND, Trail>& TheTrails() {
+  static std::map<HWND, Trail> trails;
+  return trails;
+}
+
+Trail& StartTrail(HWND window) {
+  std::erase_if(TheTrails(), [](const auto& entry) { return IsWindow(entry.first) == FALSE; });
+  return TheTrails()[window] = Trail();
+}
+
+OutputListPtr ReadRecord(const MainWindow& window, uint32_t position) {
+  if (window.slot < 0) return nullptr;
+  OutputListPtr list = ListRawRecord(ShownHive(window), *window.key_tree, position);
+  if (list != nullptr) SetListTitle(*list, ListTitle(*list) + ": " + ListSubtitle(*list));
+  return list;
+}
+
+void Beep() { CurrentHost().beep(CurrentHost().context); }
+
+// Widths that the user chose stay; else the columns suit each record.
+std::vector<int> WidthsNow(const ListPlace& place) {
+  std::vector<int> widths;
+  if (!place.columns_touched) return widths;
+  for (int column = 0; column < ColumnCount(place.list); ++column) {
+    widths.push_back(ListView_GetColumnWidth(place.list, column));
+  }
+  return widths;
+}
+
+void ShowRecord(ListPlace& place, OutputListPtr list, uint32_t row) {
+  ShowList(place, std::move(list), WidthsNow(place));
+  if (row < ShownRowCount(place)) FocusRow(place, row, false);
+}
+
+}  // namespace
+
+ListPlace* OpenRawView(MainWindow& window, uint32_t position) {
+  OutputListPtr list = ReadRecord(window, position);
+  if (list == nullptr) {
+    char text[64];
+    std::snprintf(text, sizeof text, "The hive has no bytes at 0x%08" PRIX32 " !",
+                  PlaceOf(ShownHive(window), position));
+    ShowMessage(text, kProgramName, Icon::kInformation);
+    return nullptr;
+  }
+  // Fields are neither numbered nor put in another order, so the window is opened without them.
+  ListPlace* place = OpenListWindow(window, MakeOutputList(kListRawRecord));
+  if (place == nullptr) return nullptr;
+  StartTrail(place->window).position = position;
+  ShowRecord(*place, std::move(list), 0);
+  return place;
+}
+
+void OnRawKey(MainWindow& window) {
+  OpenRawView(window, window.key_tree->items[SelectedItem(window.tree)].position);
+}
+
+void OnRawValue(MainWindow& window) { OpenRawView(window, window.shown_value); }
+
+void OnRawPosition(MainWindow& window) {
+  const HiveImage& hive = ShownHive(window);
+  const uint32_t item = SelectedItem(window.tree);
+  uint32_t position = window.shown_value;
+  if (position == kNoOffset && item != kNoItem) position = window.key_tree->items[item].position;
+  if (position >= hive.length) position = 0;  // a folder has none
+  uint32_t place = PlaceOf(hive, position);
+  if (!AskPosition(window.handle, LengthInFile(hive), place)) return;
+  OpenRawView(window, PositionOfPlace(hive, place));
+}
+
+void OnFollowRecord(ListPlace& place) {
+  const int focused = FocusedRow(place);
+  if (focused < 0) return Beep();
+  const uint32_t row = ModelRow(place, static_cast<uint32_t>(focused));
+  if (CellText(*place.model, row, kLeadsTo).empty()) return Beep();
+  const uint32_t target = RowDatum(*place.model, row);
+  OutputListPtr list = ReadRecord(*place.owner, target);
+  if (list == nullptr) return Beep();
+  Trail& trail = TheTrails()[place.window];
+  if (trail.steps.size() == kLongestTrail) trail.steps.erase(trail.steps.begin());
+  trail.steps.push_back({trail.position, row});
+  trail.position = target;
+  ShowRecord(place, std::move(list), 0);
+}
+
+void OnPreviousRecord(ListPlace& place) {
+  Trail& trail = TheTrails()[place.window];
+  if (trail.steps.empty()) return Beep();
+  const Step step = trail.steps.back();
+  OutputListPtr list = ReadRecord(*place.owner, step.position);
+  if (list == nullptr) return Beep();
+  trail.steps.pop_back();
+  trail.position = step.position;
+  ShowRecord(place, std::move(list), step.row);
+}
+
+}  // namespace hivequarry

@@ -1,0 +1,87 @@
+#include "ui/live/compare_commands.h"
+
+#include <memory>
+#include <utility>
+#include <vector>
+
+#include "app/settings.h"
+#include "host/long_operation.h"
+#include "live/compare.h"
+#include "ui/commands/search_commands.h"
+#include "ui/lists/list_window.h"
+#include "ui/main/main_window.h"
+
+namespace hivequarry {
+namespace {
+
+CompareRows& RowsWanted() {
+  static CompareRows rows = CompareRows::kAll;
+  return rows;
+}
+
+CompareOptions OptionsNow() {
+  const Options& options = TheSettings().options;
+  return {RowsWanted(), options.no_access_keys, options.recovered_keys};
+}
+
+struct CompareJob {
+  MainWindow* window = nullptr;
+  uint32_t item = kNoItem;
+  bool displayed = false;  // it is the mode's
+  std::vector<uint32_t> differing;
+};
+
+std::function<void(OutputList&)> WorkOf(const std::shared_ptr<CompareJob>& job) {
+  return [job, options = OptionsNow(), &hive = ShownHive(*job->window),
+          &tree = *job->window->key_tree](OutputList& list) {
+    job->differing = CompareBranch(hive, tree, job->item, options, list);
+    if (job->displayed && StopRequested()) job->window->comparing = false;
+  };
+}
+
+std::function<void()> EndOf(const std::shared_ptr<CompareJob>& job) {
+  return [job] {
+    if (job->displayed && job->window->comparing) {
+      MarkDifferences(job->window->tree, job->differing);
+    }
+  };
+}
+
+bool Compare(MainWindow& window, uint32_t item, bool displayed) {
+  if (!CheckComparison(ShownHive(window), *window.key_tree, item)) return false;
+  const auto job = std::make_shared<CompareJob>(CompareJob{&window, item, displayed, {}});
+  ListPlace* const place =
+      FillListWindow(window, MakeOutputList(kListCompare), WorkOf(job), EndOf(job));
+  if (place == nullptr) return false;
+  place->again = [place, job] { RefillListWindow(*place, WorkOf(job), EndOf(job)); };
+  return true;
+}
+
+void ListOnly(ListPlace& place, CompareRows rows) {
+  RowsWanted() = RowsWanted() == rows ? CompareRows::kAll : rows;
+  place.again();
+}
+
+}  // namespace
+
+void OnCompareFolder(MainWindow& window) { Compare(window, SelectedItem(window.tree), false); }
+void OnCompareWorkspace(MainWindow& window) { Compare(window, 0, false); }
+
+void OnCompareDisplayed(MainWindow& window) {
+  window.comparing = !window.comparing;
+  MarkDifferences(window.tree, {});
+  CompareLoadedHive(window);
+}
+
+void CompareLoadedHive(MainWindow& window) {
+  constexpr size_t kLeastItems = 2;
+  if (!window.comparing || window.slot < 0 || window.key_tree->items.size() < kLeastItems) return;
+  if (!Compare(window, 0, true)) window.comparing = false;
+}
+
+void OnOnlyMissing(ListPlace& place) { ListOnly(place, CompareRows::kMissing); }
+void OnOnlyDifferent(ListPlace& place) { ListOnly(place, CompareRows::kDifferent); }
+bool ListsOnlyMissing() { return RowsWanted() == CompareRows::kMissing; }
+bool ListsOnlyDifferent() { return RowsWanted() == CompareRows::kDifferent; }
+
+}  // namespace hivequarry

@@ -1,0 +1,86 @@
+#include "ui/live/regedit_commands.h"
+
+#include <algorithm>
+#include <string>
+#include <string_view>
+
+#include "app/key_paths.h"
+#include "hive/value_key.h"
+#include "host/host.h"
+#include "host/long_operation.h"
+#include "ui/commands/recent_keys_dialog.h"
+#include "ui/lists/list_place.h"
+#include "ui/live/regedit.h"
+#include "ui/main/main_window.h"
+#include "ui/panes/tree_find.h"
+
+namespace hivequarry {
+namespace {
+
+void StartGoing(MainWindow& window, const std::string& path, const std::string& value) {
+  if (path.empty()) return CurrentHost().beep(CurrentHost().context);
+  StartWork(
+      window, kOperationQuietA, [path, value] { GoToRegedit(path, value); },
+      [] {
+        const std::string& error = EditorErrorText();
+        if (!error.empty()) ShowStatus(error.c_str());
+      });
+}
+
+// The key's place in a registry. Of a path too long to be written its start, which is more than the
+// editor is led along.
+std::string RegistryPath(const MainWindow& window, uint32_t item) {
+  const KeyTree& tree = *window.key_tree;
+  std::string path;
+  for (; item != kNoItem && path.empty(); item = tree.items[item].parent) {
+    path = ShownKeyPath(KeyPathOf(ShownHive(window), tree, item));
+  }
+  return path;
+}
+
+std::string ValueNameAt(const HiveImage& hive, uint32_t position) {
+  const ValueKey value = ReadValueKey(hive, position, ValueRead::kName, 0, nullptr);
+  return value.name_length == 0 ? std::string(kDefaultValue) : ValueNameUtf8(hive, value);
+}
+
+int ColumnNamed(const OutputList& list, std::string_view title) {
+  for (int column = 0; column < ColumnCount(list); ++column) {
+    if (ColumnTitle(list, column) == title) return column;
+  }
+  return -1;
+}
+
+std::string TextNamed(const OutputList& list, uint32_t row, std::string_view title) {
+  const int column = ColumnNamed(list, title);
+  return column < 0 ? std::string() : Utf8FromNarrow(CellText(list, row, column));
+}
+
+// The first column may have the row's number first; no path begins like one.
+std::string PathInRow(const OutputList& list, uint32_t row) {
+  const std::string text = TextNamed(list, row, "Key");
+  return text.substr(std::min(text.find_first_not_of("0123456789, "), text.size()));
+}
+
+std::string PathOfRow(const ListPlace& place, uint32_t row) {
+  const MainWindow& window = *place.owner;
+  const OutputList& list = *place.model;
+  if (window.slot < 0 || !RowHasDatum(list, row)) return PathInRow(list, row);
+  const uint32_t item = ItemShowing(ShownHive(window), *window.key_tree, RowDatum(list, row));
+  return item == kNoItem ? PathInRow(list, row) : RegistryPath(window, item);
+}
+
+}  // namespace
+
+void OnGoToRegedit(MainWindow& window) {
+  const bool value = GetFocus() == window.values.window && window.shown_value != kNoOffset;
+  NoteKeyUsed(window);
+  StartGoing(window, RegistryPath(window, SelectedItem(window.tree)),
+             value ? ValueNameAt(ShownHive(window), window.shown_value) : std::string());
+}
+
+void OnListRegedit(ListPlace& place) {
+  const uint32_t row = ModelRow(place, static_cast<uint32_t>(FocusedRow(place)));
+  StartGoing(*place.owner, PathOfRow(place, row), TextNamed(*place.model, row, "Value"));
+}
+
+}  // namespace hivequarry

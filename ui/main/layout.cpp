@@ -1,0 +1,248 @@
+#include <algorithm>
+#include <array>
+
+#include "ui/frame/list_view.h"
+#include "ui/frame/splitter.h"
+#include "ui/main/main_window.h"
+
+namespace hivequarry {
+namespace {
+
+// At 96 dpi.
+constexpr int kMargin = 4;
+constexpr int kPathMargin = 4;     // above and below its text
+constexpr int kToolbarMargin = 2;  // above and below its rows
+constexpr int kLeastPane = 80;
+constexpr int kSmallIcon = 16;
+constexpr int kToolIcon = 20;
+constexpr int kShareWhole = 10000;
+
+void Place(HWND child, const RECT& area) {
+  SetWindowPos(child, nullptr, area.left, area.top, std::max<LONG>(area.right - area.left, 0),
+               std::max<LONG>(area.bottom - area.top, 0), SWP_NOZORDER | SWP_NOACTIVATE);
+}
+
+int HeightOf(HWND child) {
+  RECT area;
+  GetWindowRect(child, &area);
+  return area.bottom - area.top;
+}
+
+int TextHeight(const MainWindow& window) {
+  const HDC dc = GetDC(window.handle);
+  const HGDIOBJ previous = SelectObject(dc, window.fonts.text);
+  TEXTMETRICW metrics{};
+  GetTextMetricsW(dc, &metrics);
+  SelectObject(dc, previous);
+  ReleaseDC(window.handle, dc);
+  return metrics.tmHeight;
+}
+
+// A size that leaves both sides of a splitter something to show.
+int Clamp(const MainWindow& window, int size, int whole) {
+  const int least = Scale(kLeastPane, window.dpi);
+  return std::clamp(size, least, std::max(least, whole - least));
+}
+
+// What lies between the toolbar and the status bar.
+RECT PaneArea(MainWindow& window, const RECT& client) {
+  RECT area = client;
+  area.bottom -= HeightOf(window.status);
+  const int side = Scale(kMargin, window.dpi);
+  const int margin = Scale(kToolbarMargin, window.dpi);
+  const int height = WrapToolbar(window, area.right - 2 * side);
+  Place(window.toolbar, {side, margin, area.right - side, margin + height});
+  area.top += height + 2 * margin;
+  return area;
+}
+
+// Only an edit of several lines can have its text in the middle of its height.
+void CentrePathText(const MainWindow& window, int text_height) {
+  RECT area;
+  GetClientRect(window.path, &area);
+  InflateRect(&area, -Scale(kMargin, window.dpi), 0);
+  area.top = (area.bottom - text_height) / 2;
+  SendMessageW(window.path, EM_SETRECT, 0, reinterpret_cast<LPARAM>(&area));
+}
+
+RECT PlacePath(MainWindow& window, RECT area) {
+  const int margin = Scale(kMargin, window.dpi);
+  const int text = TextHeight(window);
+  const int height = text + 2 * Scale(kPathMargin, window.dpi);
+  Place(window.path, {area.left + margin, area.top, area.right - margin, area.top + height});
+  CentrePathText(window, text);
+  area.top += height + margin;
+  return area;
+}
+
+void PlaceRightSide(MainWindow& window, const RECT& area) {
+  const int bar = Scale(kSplitterWidth, window.dpi);
+  int detail = 0;
+  if (window.detail_shown) {
+    const int height = area.bottom - area.top;
+    detail = Clamp(window, MulDiv(height, window.detail_share, kShareWhole), height);
+    const int top = area.bottom - detail;
+    Place(window.detail_splitter, {area.left, top - bar, area.right, top});
+    Place(window.detail.window, {area.left, top, area.right, area.bottom});
+    detail += bar;
+  }
+  Place(window.values.window, {area.left, area.top, area.right, area.bottom - detail});
+  FitValueColumns(window.values, window.dpi);
+}
+
+void PlacePanes(MainWindow& window, const RECT& area) {
+  if (window.arrangement == kTreeArrangement) return Place(window.tree.window, area);
+  const int bar = Scale(kSplitterWidth, window.dpi);
+  const int width = Clamp(window, Scale(window.tree_width, window.dpi), area.right - area.left);
+  const int edge = area.left + width;
+  Place(window.tree.window, {area.left, area.top, edge, area.bottom});
+  Place(window.tree_splitter, {edge, area.top, edge + bar, area.bottom});
+  PlaceRightSide(window, {edge + bar, area.top, area.right, area.bottom});
+}
+
+void SetFont(HWND child, HFONT font) {
+  SendMessageW(child, WM_SETFONT, reinterpret_cast<WPARAM>(font), FALSE);
+}
+
+void SetFonts(const MainWindow& window) {
+  for (const HWND child : {window.toolbar, window.path, window.tree.window, window.values.window,
+                           window.output.list, window.status, window.empty}) {
+    SetFont(child, window.fonts.text);
+  }
+  SetFont(window.detail.window, window.fonts.fixed);
+}
+
+void Show(HWND child, bool on) { ShowWindow(child, on ? SW_SHOWNA : SW_HIDE); }
+
+std::array<HWND, 7> FocusOrder(const MainWindow& window) {
+  return {window.path,          window.tree.window,     window.tree_splitter,
+          window.values.window, window.detail_splitter, window.detail.window,
+          window.output.list};
+}
+
+// Where the focus belongs when the pane that had it is no longer shown.
+void FocusShownPane(const MainWindow& window) {
+  if (GetActiveWindow() != window.handle) return;
+  const HWND focus = GetFocus();
+  if (focus != window.handle && focus != nullptr && IsWindowVisible(focus) != FALSE) return;
+  SetFocus(ShownPane(window));
+}
+
+}  // namespace
+
+void LayOut(MainWindow& window) {
+  LayOutStatus(window);
+  RECT client;
+  GetClientRect(window.handle, &client);
+  const RECT area = PaneArea(window, client);
+  Place(window.empty, area);
+  Place(window.output.list, area);
+  FitListColumns(window.output);
+  PlacePanes(window, PlacePath(window, area));
+}
+
+void MoveSplitter(MainWindow& window, int splitter, int distance) {
+  RECT area;
+  if (splitter == kTreeSplitterId) {
+    GetClientRect(window.handle, &area);
+    const int wanted = Scale(window.tree_width, window.dpi) + distance;
+    window.tree_width = MulDiv(Clamp(window, wanted, area.right), USER_DEFAULT_SCREEN_DPI,
+                               static_cast<int>(window.dpi));
+  } else {
+    const int values = HeightOf(window.values.window);
+    const int detail = HeightOf(window.detail.window);
+    const int whole = values + detail + Scale(kSplitterWidth, window.dpi);
+    window.detail_share =
+        MulDiv(Clamp(window, detail - distance, whole), kShareWhole, std::max(whole, 1));
+  }
+  LayOut(window);
+  UpdateWindow(window.handle);
+}
+
+void RefreshLook(MainWindow& window) {
+  Fonts old_fonts = window.fonts;
+  IconLists old_icons = window.icons;
+  window.fonts = MakeFonts(window.dpi);
+  window.icons = MakeIconLists(Scale(kSmallIcon, window.dpi), Scale(kToolIcon, window.dpi));
+  SetFonts(window);
+  TreeView_SetImageList(window.tree.window, window.icons.tree, TVSIL_NORMAL);
+  TreeView_SetItemHeight(
+      window.tree.window,
+      std::max(TextHeight(window), Scale(kSmallIcon, window.dpi)) + Scale(kMargin, window.dpi));
+  TreeView_SetIndent(window.tree.window, Scale(19, window.dpi));
+  ListView_SetImageList(window.values.window, window.icons.values, LVSIL_SMALL);
+  ListView_SetImageList(window.output.list, window.icons.values, LVSIL_SMALL);
+  SetToolbarIcons(window);
+  SendMessageW(window.detail.window, EM_SETMARGINS, EC_LEFTMARGIN | EC_RIGHTMARGIN,
+               MAKELPARAM(Scale(2 * kMargin, window.dpi), Scale(2 * kMargin, window.dpi)));
+  FreeFonts(old_fonts);
+  FreeIconLists(old_icons);
+}
+
+void ApplyDpi(MainWindow& window, uint32_t dpi) {
+  const uint32_t old_dpi = window.dpi;
+  if (dpi == old_dpi || dpi == 0) return;
+  window.dpi = dpi;
+  RefreshLook(window);
+  ScaleColumns(window.values.window, old_dpi, dpi);
+  ScaleColumns(window.output.list, old_dpi, dpi);
+  LayOut(window);
+  RedrawWindow(window.handle, nullptr, nullptr, RDW_INVALIDATE | RDW_ERASE | RDW_ALLCHILDREN);
+}
+
+void ShowPanes(MainWindow& window) {
+  const bool output = window.arrangement == kOutputArrangement;
+  const bool keys = window.slot >= 0 && !output;
+  const bool values = keys && window.arrangement == kKeysArrangement;
+  for (const HWND pane : {window.path, window.tree.window}) Show(pane, keys);
+  for (const HWND pane : {window.tree_splitter, window.values.window}) Show(pane, values);
+  for (const HWND pane : {window.detail_splitter, window.detail.window}) {
+    Show(pane, values && window.detail_shown);
+  }
+  Show(window.output.list, output);
+  Show(window.empty, !keys && !output);
+  InvalidateRect(window.empty, nullptr, FALSE);
+}
+
+void ShowArrangement(MainWindow& window, int arrangement) {
+  if (arrangement == window.arrangement) return;
+  window.arrangement = arrangement;
+  std::array<int, 3>& recent = window.recent_arrangements;
+  std::rotate(recent.begin(), recent.end() - 1, recent.end());
+  recent[0] = arrangement;
+  LayOut(window);
+  ShowPanes(window);
+  FocusShownPane(window);
+  ShowCounts(window);
+  UpdateToolbar(window);
+}
+
+int NextArrangement(int arrangement) {
+  if (arrangement == kKeysArrangement) return kOutputArrangement;
+  return arrangement == kOutputArrangement ? kTreeArrangement : kKeysArrangement;
+}
+
+int LastArrangement(const MainWindow& window) {
+  for (const int arrangement : window.recent_arrangements) {
+    if (arrangement != 0 && arrangement != kOutputArrangement) return arrangement;
+  }
+  return kKeysArrangement;
+}
+
+void FocusNextPane(MainWindow& window, bool backward) {
+  const std::array<HWND, 7> order = FocusOrder(window);
+  const auto count = static_cast<int>(order.size());
+  const HWND focus = GetFocus();
+  const auto found = std::find(order.begin(), order.end(), focus);
+  int at = found == order.end() ? (backward ? 0 : -1) : static_cast<int>(found - order.begin());
+  for (int step = 0; step < count; ++step) {
+    at = (at + (backward ? count - 1 : 1)) % count;
+    const HWND pane = order[static_cast<size_t>(at)];
+    if (IsWindowVisible(pane) != FALSE) {
+      SetFocus(pane);
+      return;
+    }
+  }
+}
+
+}  // namespace hivequarry

@@ -1,0 +1,149 @@
+#include <system_error>
+#include <utility>
+
+#include "app/settings.h"
+#include "hive/file_place.h"
+#include "host/launch.h"
+#include "host/long_operation.h"
+#include "host/memory.h"
+#include "lists/list_report.h"
+#include "ui/lists/list_commands.h"
+#include "ui/live/compare_commands.h"
+#include "ui/main/main_window.h"
+#include "ui/main/window_settings.h"
+
+namespace hivequarry {
+namespace {
+
+BuildOptions OptionsOfBuild(const LoadJob& job) {
+  const Options& options = TheSettings().options;
+  BuildOptions build;
+  build.disconnected_values = options.disconnected_values;
+  build.tolerant_keys = options.tolerant_keys;
+  build.ask_other_roots = options.ask_other_roots;
+  build.root_path = job.root_path;
+  return build;
+}
+
+// False when there is no hive to show.
+bool OpenAndBuild(LoadJob& job, const BuildOptions& options) {
+  job.slot = OpenHive(job.file);
+  if (job.slot < 0) return false;
+  HiveImage& hive = TheHiveTable().slots[static_cast<size_t>(job.slot)];
+  job.summary = BuildImageTree(hive, options, *job.tree);
+  return !FoundNothing(job.summary) || ValidateHiveFile(hive);
+}
+
+// The worker of a load. The image it makes is nobody else's until the message at the end.
+void LoadHive(LoadJob& job, BuildOptions options, HWND window) {
+  if (!WithMemory([&] { return OpenAndBuild(job, options); }) && job.slot >= 0) {
+    FreeHiveSlot(job.slot);
+    job.slot = -1;
+  }
+  EndOperation();
+  PostMessageW(window, kLoadDone, 0, 0);
+}
+
+void StartLoad(MainWindow& window, const std::string& file, uint32_t start, uint32_t end,
+               uint32_t key_position) {
+  if (window.work.thread.joinable() || !BeginOperation(kOperationLoad)) return;
+  ShowArrangement(window, kKeysArrangement);
+  TheHiveTable().start_offset = start;
+  TheHiveTable().end_offset = end;
+  window.load.file = file;
+  window.load.start = start;
+  window.load.end = end;
+  window.load.key_position = key_position;
+  window.load.slot = -1;
+  window.load.tree = std::make_unique<KeyTree>();
+  ++window.host.wait_cursors;
+  try {
+    window.load.thread =
+        std::thread(LoadHive, std::ref(window.load), OptionsOfBuild(window.load), window.handle);
+  } catch (const std::system_error&) {
+    --window.host.wait_cursors;
+    EndOperation();
+    ShowMessage("Too many Threads or Thread not valid !", kProgramName, Icon::kExclamation);
+  }
+  UpdateToolbars(window);
+  ShowPanes(window);
+}
+
+void OpenInNewCopy(const std::string& file) {
+  if (!LaunchSelf('"' + file + '"', kLaunchCopy)) CurrentHost().beep(CurrentHost().context);
+}
+
+void ShowNoHive(MainWindow& window) {
+  window.load.root_path.clear();
+  SetWindowTextW(window.handle, L"Hivequarry");
+  ShowStatus("");
+  ShowPanes(window);
+}
+
+}  // namespace
+
+void OpenNamedFile(MainWindow& window, const std::string& file, uint32_t start, uint32_t end,
+                   uint32_t key_position) {
+  if (file.empty()) return;
+  if (IsReportName(file)) {
+    window.report_named = file;
+    PostMessageW(window.handle, WM_COMMAND, MAKEWPARAM(kCommandLoadReport, kReportNamed), 0);
+    return;
+  }
+  if (window.slot >= 0 || window.load.thread.joinable()) return OpenInNewCopy(file);
+  StartLoad(window, file, start, end, key_position);
+}
+
+void TakeNamedReport(MainWindow& window) {
+  const std::string file = std::exchange(window.report_named, std::string());
+  if (file.empty() || !IsListCommandAvailable(window.output, kCommandLoadReport)) return;
+  ShowArrangement(window, kOutputArrangement);
+  LoadReport(window.output, file);
+}
+
+void TakeLoadResult(MainWindow& window) {
+  LoadJob& job = window.load;
+  if (!job.thread.joinable()) return;
+  job.thread.join();  // its last act was to post this message
+  --window.host.wait_cursors;
+  TakeHostChanges(window);
+  UpdateToolbars(window);
+  if (job.slot < 0 || job.tree->items.empty()) return ShowNoHive(window);
+  window.slot = job.slot;
+  window.key_tree = std::move(job.tree);
+  window.summary = job.summary;
+  ShowPanes(window);
+  ShowTree(window.tree, ShownHive(window), *window.key_tree);
+  SelectItem(window.tree, 0);
+  if (job.key_position != kNoOffset) GoToPosition(window, job.key_position);
+  ShowCounts(window);
+  RememberHive(job.file, job.start, job.end);
+  UpdateToolbar(window);
+  SetFocus(ShownPane(window));
+  CompareLoadedHive(window);
+  ShowShortfalls();
+  const std::string moved = UndoneWords(ShownHive(window));
+  if (!moved.empty()) ShowMessage(moved.c_str(), kProgramName, Icon::kInformation);
+}
+
+void WaitWhile(const std::function<bool()>& busy) {
+  while (busy()) {
+    MSG message;
+    PeekMessageW(&message, nullptr, 0, 0, PM_NOREMOVE | PM_QS_SENDMESSAGE);
+    MsgWaitForMultipleObjects(0, nullptr, FALSE, 5, QS_SENDMESSAGE);
+  }
+}
+
+void EndWorkers(MainWindow& window) {
+  window.host.ending = true;
+  TheLongOperation().backup = false;
+  RequestStop();
+  WaitWhile(
+      [&window] { return TheLongOperation().worker_busy || ValueThreadsRun(window.threads); });
+  JoinValueThreads(window.threads);
+  if (window.load.thread.joinable()) window.load.thread.join();
+  if (window.work.thread.joinable()) window.work.thread.join();
+  window.work.done = nullptr;
+}
+
+}  // namespace hivequarry

@@ -1,0 +1,369 @@
+#include "ui/main/main_window.h"
+
+#include <algorithm>
+
+#include "app/settings.h"
+#include "hive/key_node.h"
+#include "host/long_operation.h"
+#include "ui/draw/win.h"
+#include "ui/frame/frame_window.h"
+#include "ui/frame/help.h"
+#include "ui/frame/splitter.h"
+#include "ui/frame/system_facts.h"
+#include "ui/frame/text.h"
+#include "ui/frame/window_class.h"
+#include "ui/frame/window_place.h"
+#include "ui/lists/list_window.h"
+#include "ui/main/address_bar.h"
+#include "ui/main/empty_view.h"
+#include "ui/main/window_settings.h"
+#include "ui/resources/resource.h"
+#include "ui/security/security_window.h"
+
+namespace hivequarry {
+namespace {
+
+constexpr wchar_t kClassName[] = L"Hivequarry";
+constexpr int kDefaultWidth = 1120;  // at 96 dpi
+constexpr int kDefaultHeight = 720;
+
+HWND MakeEdit(const MainWindow& window, ChildId identifier, DWORD style) {
+  return CreateWindowExW(0, WC_EDITW, L"", WS_CHILD | WS_TABSTOP | ES_READONLY | style, 0, 0, 0, 0,
+                         window.handle, reinterpret_cast<HMENU>(static_cast<INT_PTR>(identifier)),
+                         window.instance, nullptr);
+}
+
+// The path line has a menu of its own in place of an edit's.
+LRESULT CALLBACK PathProc(HWND path, UINT message, WPARAM first, LPARAM second, UINT_PTR,
+                          DWORD_PTR) {
+  if (message == WM_CONTEXTMENU) return SendMessageW(GetParent(path), message, first, second);
+  return DefSubclassProc(path, message, first, second);
+}
+
+bool MakeChildren(MainWindow& window) {
+  window.toolbar = MakeToolbar(window);
+  if (window.toolbar == nullptr) {
+    ShowMessage("Toolbar not created!", kProgramName, Icon::kExclamation);
+    return false;
+  }
+  window.path = MakeEdit(window, kPathId, ES_MULTILINE | ES_AUTOHSCROLL | WS_BORDER);
+  window.tree.window = MakeTreePane(window.handle, kTreeId);
+  window.tree_splitter = MakeSplitter(window.handle, kTreeSplitterId, true);
+  window.values.window = MakeValuePane(window.handle, kValuesId, window.dpi);
+  window.detail_splitter = MakeSplitter(window.handle, kDetailSplitterId, false);
+  window.detail.window = MakeEdit(window, kDetailId, ES_MULTILINE | ES_NOHIDESEL | WS_VSCROLL);
+  window.empty = MakeEmptyView(window.handle, kEmptyId);
+  MakeListPane(window, kOutputId);
+  window.status = MakeStatusBar(window);
+  for (const HWND child : {window.path, window.tree.window, window.tree_splitter,
+                           window.values.window, window.detail_splitter, window.detail.window,
+                           window.empty, window.output.list, window.status, window.progress}) {
+    if (child == nullptr) return false;
+  }
+  SetWindowSubclass(window.path, PathProc, 0, 0);
+  SendMessageW(window.detail.window, EM_SETLIMITTEXT, 0, 0);
+  SendMessageW(window.path, EM_SETREADONLY, FALSE, 0);
+  return true;
+}
+
+bool OnCreate(MainWindow& window) {
+  window.dpi = DpiOfWindow(window.handle);
+  StartHostWindow(window.host, window.handle);
+  SetHost(MakeWindowHost(window.host));
+  if (!MakeChildren(window)) return false;
+  window.accelerators = MakeAccelerators();
+  window.list_accelerators = MakeListAccelerators();
+  window.recent_menu = FindRecentMenu(GetMenu(window.handle));
+  RefreshLook(window);
+  ApplySettings(window);
+  ShowPanes(window);
+  UpdateToolbar(window);
+  DragAcceptFiles(window.handle, TRUE);
+  return true;
+}
+
+// Whatever way the window goes: first the workers, then what they work on.
+void OnDestroy(MainWindow& window) {
+  EndWorkers(window);
+  CloseListWindows(window);
+  CloseSecurityWindows();
+  GatherSettings(window);
+  ClearTree(window.tree);
+  ClearValues(window.values);
+  window.slot = -1;
+  window.key_tree = nullptr;
+  ResetHiveTable();
+  WriteProgramSettings();
+  PostQuitMessage(0);
+}
+
+// The children are gone by now, so nobody uses fonts and pictures any more.
+void FreeMainWindow(MainWindow* window) {
+  SetHost(NullHost());
+  FreeFonts(window->fonts);
+  FreeIconLists(window->icons);
+  DestroyAcceleratorTable(window->accelerators);
+  DestroyAcceleratorTable(window->list_accelerators);
+  delete window;
+}
+
+// Closing ends workers; a box that waits for an answer has to be answered first.
+void OnClose(MainWindow& window) {
+  if (IsWindowEnabled(window.handle) == FALSE) return;
+  TheLongOperation().backup = false;
+  RequestStop();
+  window.host.ending = true;
+  DestroyWindow(window.handle);
+}
+
+void OnDrop(MainWindow& window, HDROP drop) {
+  // The first file may start a load; the guard is that of the open command, asked once.
+  const bool open = PassesGuard(FindCommand(Commands(), kCommandOpen)->guard, FactsNow(window));
+  const UINT count = open ? DragQueryFileW(drop, UINT32_MAX, nullptr, 0) : 0;
+  for (UINT i = 0; i < count; ++i) {
+    std::wstring name(DragQueryFileW(drop, i, nullptr, 0) + 1, L'\0');
+    DragQueryFileW(drop, i, name.data(), static_cast<UINT>(name.size()));
+    OpenNamedFile(window, Utf8Name(name.c_str()), 0, 0);
+  }
+  DragFinish(drop);
+}
+
+void OnDpiChanged(MainWindow& window, uint32_t dpi, const RECT& area) {
+  ApplyDpi(window, dpi);
+  MoveToArea(window.handle, area);
+}
+
+// The colours of a read-only edit are those of a disabled one; texts to be read have their own.
+LRESULT OnEditColour(WPARAM dc) {
+  const HDC device = reinterpret_cast<HDC>(dc);
+  SetTextColor(device, GetSysColor(COLOR_WINDOWTEXT));
+  SetBkColor(device, GetSysColor(COLOR_WINDOW));
+  return reinterpret_cast<LRESULT>(GetSysColorBrush(COLOR_WINDOW));
+}
+
+void OnSystemChange(MainWindow& window, UINT message, WPARAM first, LPARAM second) {
+  for (const HWND child : {window.toolbar, window.tree.window, window.values.window,
+                           window.output.list, window.status, window.progress}) {
+    SendMessageW(child, message, first, second);
+  }
+  RefreshLook(window);
+  LayOut(window);
+  InvalidateRect(window.empty, nullptr, FALSE);
+}
+
+// Items of the menus, the toolbar and keys; what the Output List alone knows goes there.
+void OnCommand(MainWindow& window, WPARAM what) {
+  if (HIWORD(what) == kReportNamed) return TakeNamedReport(window);
+  const uint32_t number = LOWORD(what);
+  const bool of_list = FindCommand(Commands(), number) == nullptr;
+  if (!of_list) return RunCommand(window, number);
+  if (window.arrangement == kOutputArrangement) RunListCommand(window.output, number);
+}
+
+void OnMenuOpens(const MainWindow& window, HMENU menu) {
+  if (menu == window.recent_menu) FillRecentMenu(menu);
+  UpdateMenu(menu, FactsNow(window));
+}
+
+LRESULT Route(MainWindow& window, UINT message, WPARAM first, LPARAM second) {
+  switch (message) {
+    case WM_COMMAND:
+      OnCommand(window, first);
+      return 0;
+    case WM_NOTIFY:
+      return OnNotify(window, *reinterpret_cast<const NMHDR*>(second));
+    case WM_INITMENUPOPUP:
+      OnMenuOpens(window, reinterpret_cast<HMENU>(first));
+      return 0;
+    case WM_CONTEXTMENU:
+      OnContextMenu(window, reinterpret_cast<HWND>(first),
+                    {GET_X_LPARAM(second), GET_Y_LPARAM(second)});
+      return 0;
+    case WM_HELP:
+      ShowHelpFor(window.handle, second, kHelpMainWindow);
+      return TRUE;
+    case WM_DROPFILES:
+      OnDrop(window, reinterpret_cast<HDROP>(first));
+      return 0;
+    case WM_CTLCOLORSTATIC:
+      return OnEditColour(first);
+    case WM_TIMER:
+      OnTimer(window, first);
+      return 0;
+    case kSplitterMoved:
+      MoveSplitter(window, static_cast<int>(first), static_cast<int>(second));
+      return 0;
+    case kHostChanged:
+      TakeHostChanges(window);
+      return 0;
+    case kShowBox:
+      ShowBox(window.host, *reinterpret_cast<BoxRequest*>(second));
+      return 0;
+    case kLoadDone:
+      TakeLoadResult(window);
+      return 0;
+    case kItemReady:
+      TakeItemResult(window);
+      return 0;
+    case kDetailReady:
+      TakeDetailResult(window);
+      return 0;
+    case kWorkDone:
+      TakeWorkDone(window);
+      return 0;
+    case WM_DESTROY:
+      OnDestroy(window);
+      return 0;
+    default:
+      return DefWindowProcW(window.handle, message, first, second);
+  }
+}
+
+constexpr FrameRoutes<MainWindow> kRoutes = {
+    .least = {480, 320},
+    .take_handle = [](MainWindow& window, HWND handle) { window.handle = handle; },
+    .create = OnCreate,
+    .lay_out =
+        [](MainWindow& window) {
+          if (window.status != nullptr) LayOut(window);
+        },
+    .change_dpi = OnDpiChanged,
+    .change_look = OnSystemChange,
+    .pane = ShownPane,
+    .host = [](const MainWindow& window) -> const HostWindow& { return window.host; },
+    .close = OnClose,
+    .free = FreeMainWindow,
+    .others = Route};
+constexpr WNDPROC kProcedure = FrameProc<MainWindow, kRoutes>;
+
+// The default size at the window's own resolution, as far as the screen has room for it.
+void SetDefaultSize(MainWindow& window) {
+  MONITORINFO monitor{};
+  monitor.cbSize = sizeof monitor;
+  GetMonitorInfoW(MonitorFromWindow(window.handle, MONITOR_DEFAULTTONEAREST), &monitor);
+  const RECT& work = monitor.rcWork;
+  const int width = std::min<int>(Scale(kDefaultWidth, window.dpi), work.right - work.left);
+  const int height = std::min<int>(Scale(kDefaultHeight, window.dpi), work.bottom - work.top);
+  SetWindowPos(window.handle, nullptr, work.left + (work.right - work.left - width) / 2,
+               work.top + (work.bottom - work.top - height) / 2, width, height,
+               SWP_NOZORDER | SWP_NOACTIVATE);
+}
+
+HWND MakeHandle(MainWindow* window) {
+  return CreateWindowExW(WS_EX_ACCEPTFILES, kClassName, L"Hivequarry",
+                         WS_OVERLAPPEDWINDOW | WS_CLIPCHILDREN, CW_USEDEFAULT, 0, CW_USEDEFAULT, 0,
+                         nullptr, MakeMainMenu(), window->instance, window);
+}
+
+// What an item selected in the tree, kNoItem for none, lets commands do.
+void AddItemFacts(const MainWindow& window, uint32_t item, CommandFacts& facts) {
+  const KeyTree& tree = *window.key_tree;
+  facts.hidden_keys = tree.any_hidden;
+  facts.item = item != kNoItem;
+  if (!facts.item) return;
+  facts.branch = HasChildren(tree, item);
+  facts.key = item != tree.disconnected_keys && item != tree.disconnected_values;
+  facts.key_cell = HasKeyCell(tree, item);
+  facts.root_cell = facts.key_cell && ReadU16(ShownHive(window), tree.items[item].position +
+                                                                     kKeyFlags) == kRootKeyFlags;
+  facts.removable = facts.key && tree.items[item].parent != kNoItem;
+}
+
+// The Output List's own keys come first where it has the focus.
+bool TranslateKeys(const MainWindow& window, MSG& message) {
+  const HWND handle = window.handle;
+  if (message.hwnd == window.output.list &&
+      TranslateAcceleratorW(handle, window.list_accelerators, &message) != 0) {
+    return true;
+  }
+  return TranslateAcceleratorW(handle, window.accelerators, &message) != 0;
+}
+
+}  // namespace
+
+MainWindow* CreateMainWindow(HINSTANCE instance, int show) {
+  if (!RegisterWindowClass(instance,
+                           {.name = kClassName, .procedure = kProcedure, .framed = true}) ||
+      !RegisterSplitterClass(instance) || !RegisterEmptyViewClass(instance)) {
+    MessageBoxW(nullptr, L"Can not create window !", L"Hivequarry", MB_ICONEXCLAMATION);
+    return nullptr;
+  }
+  auto* window = new MainWindow;  // goes with its handle
+  window->instance = instance;
+  if (MakeHandle(window) == nullptr) {
+    MessageBoxW(nullptr, L"Could not create window !\n (Try delete .ini)", L"Hivequarry",
+                MB_ICONEXCLAMATION);
+    return nullptr;
+  }
+  if (!RestorePlace(*window)) SetDefaultSize(*window);
+  const bool ordinary = show == SW_SHOWNORMAL || show == SW_SHOWDEFAULT || show == SW_SHOW;
+  ShowWindow(window->handle, TheSettings().main.maximised && ordinary ? SW_SHOWMAXIMIZED : show);
+  UpdateWindow(window->handle);
+  return window;
+}
+
+MainWindow* FindMainWindow(HWND handle) {
+  if (GetClassLongPtrW(handle, GCLP_WNDPROC) != reinterpret_cast<ULONG_PTR>(kProcedure)) {
+    return nullptr;
+  }
+  return reinterpret_cast<MainWindow*>(GetWindowLongPtrW(handle, GWLP_USERDATA));
+}
+
+void HandleMessage(HWND handle, MSG& message) {
+  if (TranslateListKeys(message) || TranslateSecurityKeys(message)) return;
+  MainWindow* window = FindMainWindow(handle);
+  const bool ours =
+      window != nullptr && (message.hwnd == handle || IsChild(handle, message.hwnd) != FALSE);
+  if (ours && TranslateKeys(*window, message)) return;
+  if (ours && message.message == WM_KEYDOWN && message.hwnd == window->path) {
+    if (message.wParam == VK_RETURN) return GoToTypedPath(*window);
+    if (message.wParam == VK_ESCAPE) return LeaveAddressBar(*window);
+  }
+  if (ours && message.message == WM_KEYDOWN && message.wParam == VK_TAB &&
+      GetKeyState(VK_CONTROL) >= 0) {
+    FocusNextPane(*window, GetKeyState(VK_SHIFT) < 0);
+    return;
+  }
+  TranslateMessage(&message);
+  DispatchMessageW(&message);
+}
+
+HWND ShownPane(const MainWindow& window) {
+  if (window.arrangement == kOutputArrangement) return window.output.list;
+  return window.slot >= 0 ? window.tree.window : window.handle;
+}
+
+const HiveImage& ShownHive(const MainWindow& window) {
+  return TheHiveTable().slots[static_cast<size_t>(window.slot)];
+}
+
+CommandFacts FactsNow(const MainWindow& window) {
+  CommandFacts facts;
+  facts.running = TheLongOperation().running != 0;
+  facts.backup = TheLongOperation().backup;
+  facts.hive = window.slot >= 0;
+  if (facts.hive) AddItemFacts(window, SelectedItem(window.tree), facts);
+  facts.value = window.shown_value != kNoOffset;
+  facts.edits = facts.hive && ShownHive(window).edits.any;
+  facts.edited_value =
+      facts.edits && facts.value && EditOf(ShownHive(window), window.shown_value) != nullptr;
+  facts.value_rows = ValueRowCount(window.values) > 0;
+  facts.row_selected = ListView_GetSelectedCount(window.values.window) > 0;
+  facts.list_shown = window.arrangement == kOutputArrangement;
+  facts.list_rows = window.output.model != nullptr && ShownRowCount(window.output) > 0;
+  facts.findable = facts.list_shown ? facts.list_rows : facts.hive;
+  facts.recent_hives = static_cast<uint16_t>(TheSettings().histories.recent_files.size());
+  facts.technical_view = window.view.technical;
+  facts.cell_details = window.view.cell_details;
+  facts.detail_pane = window.detail_shown;
+  facts.comparing = window.comparing;
+  return facts;
+}
+
+void RunCommand(MainWindow& window, uint32_t number) {
+  const Command* command = FindCommand(Commands(), number);
+  if (command == nullptr || !IsAvailable(*command, FactsNow(window))) return;
+  window.on_command ? window.on_command(*command) : command->handler(window);
+}
+
+}  // namespace hivequarry

@@ -1,0 +1,165 @@
+#include "host/long_operation.h"
+#include "ui/frame/list_view.h"
+#include "ui/main/main_window.h"
+
+namespace hivequarry {
+namespace {
+
+bool IsControlKey(WORD pressed, WORD key) { return pressed == key && GetKeyState(VK_CONTROL) < 0; }
+
+LRESULT OnTreeNotify(MainWindow& window, const NMHDR& notice) {
+  switch (notice.code) {
+    case TVN_ITEMEXPANDINGW:
+      OnTreeExpanding(window.tree, reinterpret_cast<const NMTREEVIEWW&>(notice));
+      KeepFilling(window);
+      return FALSE;
+    case TVN_GETDISPINFOW:
+      OnTreeDisplay(window.tree,
+                    const_cast<NMTVDISPINFOW&>(reinterpret_cast<const NMTVDISPINFOW&>(notice)));
+      return 0;
+    case TVN_GETINFOTIPW:
+      OnTreeTip(window.tree, reinterpret_cast<const NMTVGETINFOTIPW&>(notice));
+      return 0;
+    case NM_CUSTOMDRAW:
+      return OnTreeDraw(window.tree, const_cast<NMTVCUSTOMDRAW&>(
+                                         reinterpret_cast<const NMTVCUSTOMDRAW&>(notice)));
+    case TVN_SELCHANGEDW:
+      OnItemSelected(window, SelectedItem(window.tree));
+      return 0;
+    case TVN_KEYDOWN:
+      if (IsControlKey(reinterpret_cast<const NMTVKEYDOWN&>(notice).wVKey, 'C')) {
+        RunCommand(window, kCommandCopyKeyName);
+      }
+      return 0;
+    default:
+      return 0;
+  }
+}
+
+// A row of the Workspace leads to its hive, one of a value to its details.
+void OnRowActivated(MainWindow& window) {
+  if (IsWorkspaceSelected(window.tree)) return SelectItem(window.tree, 0);
+  RunCommand(window, kCommandValueDetails);
+}
+
+void OnValuesKey(MainWindow& window, WORD key) {
+  if (IsControlKey(key, 'A')) RunCommand(window, kCommandSelectAllValues);
+  if (IsControlKey(key, 'C')) RunCommand(window, kCommandCopyValues);
+}
+
+LRESULT OnValuesNotify(MainWindow& window, const NMHDR& notice) {
+  switch (notice.code) {
+    case LVN_GETDISPINFOW:
+      OnValueDisplay(window.values,
+                     const_cast<NMLVDISPINFOW&>(reinterpret_cast<const NMLVDISPINFOW&>(notice)));
+      return 0;
+    case NM_CUSTOMDRAW:
+      return DrawListRow(
+          const_cast<NMLVCUSTOMDRAW&>(reinterpret_cast<const NMLVCUSTOMDRAW&>(notice)));
+    case LVN_ODFINDITEMW:
+      return OnValueFind(window.values, reinterpret_cast<const NMLVFINDITEMW&>(notice));
+    case LVN_ITEMCHANGED:
+    case LVN_ODSTATECHANGED:
+      OnRowSelected(window);
+      return 0;
+    case LVN_ITEMACTIVATE:
+      OnRowActivated(window);
+      return 0;
+    case LVN_KEYDOWN:
+      OnValuesKey(window, reinterpret_cast<const NMLVKEYDOWN&>(notice).wVKey);
+      return 0;
+    default:
+      return 0;
+  }
+}
+
+POINT CentreOf(HWND child) {
+  RECT area;
+  GetWindowRect(child, &area);
+  return {(area.left + area.right) / 2, (area.top + area.bottom) / 2};
+}
+
+// Where the context menu key puts the menu: below the selected item or row.
+POINT SelectedPoint(const MainWindow& window, HWND child) {
+  RECT area{};
+  bool known = false;
+  if (child == window.tree.window) {
+    const HTREEITEM item = TreeView_GetSelection(child);
+    known = item != nullptr && TreeView_GetItemRect(child, item, &area, TRUE) != FALSE;
+  } else if (child == window.values.window) {
+    const int row = SelectedRow(window.values);
+    known = row >= 0 && ListView_GetItemRect(child, row, &area, LVIR_LABEL) != FALSE;
+  }
+  if (!known) return CentreOf(child);
+  POINT point{area.left, area.bottom};
+  ClientToScreen(child, &point);
+  return point;
+}
+
+// A right click selects the item under it: the menu is about that one.
+void SelectUnder(HWND tree, POINT screen) {
+  TVHITTESTINFO hit{};
+  hit.pt = screen;
+  ScreenToClient(tree, &hit.pt);
+  const HTREEITEM item = TreeView_HitTest(tree, &hit);
+  if (item != nullptr) TreeView_SelectItem(tree, item);
+}
+
+}  // namespace
+
+LRESULT OnNotify(MainWindow& window, const NMHDR& notice) {
+  const HWND from = notice.hwndFrom;
+  if (from == window.tree.window) return OnTreeNotify(window, notice);
+  if (from == window.values.window) return OnValuesNotify(window, notice);
+  if (from == window.output.list || GetParent(from) == window.output.list) {
+    return OnListNotify(window.output, notice);
+  }
+  if (notice.code == TTN_GETDISPINFOW) {
+    OnToolTip(window, const_cast<NMTTDISPINFOW&>(reinterpret_cast<const NMTTDISPINFOW&>(notice)));
+  }
+  if (notice.code == HDN_ENDTRACKW || notice.code == HDN_DIVIDERDBLCLICKW) {
+    window.values.columns_touched = true;
+  }
+  return 0;
+}
+
+void OnContextMenu(MainWindow& window, HWND child, POINT where) {
+  if (child == window.output.list) return TrackListMenu(window.output, where);
+  const bool tree = child == window.tree.window;
+  if (!tree && child != window.values.window && child != window.path) return;
+  const bool by_key = where.x == -1 && where.y == -1;
+  if (by_key) {
+    where = SelectedPoint(window, child);
+  } else if (tree) {
+    SelectUnder(child, where);
+  }
+  if (tree) {
+    const bool workspace = IsWorkspaceSelected(window.tree);
+    return TrackContextMenu(
+        window, workspace ? CommandPlace::kWorkspaceMenu : CommandPlace::kTreeMenu, where);
+  }
+  TrackContextMenu(
+      window, child == window.path ? CommandPlace::kPathMenu : CommandPlace::kValueMenu, where);
+}
+
+void ShowPassingText(const MainWindow& window, const char* text) {
+  ShowStatus(text);
+  SetTimer(window.handle, kPassingTimer, kPassingTime, nullptr);
+}
+
+void OnTimer(MainWindow& window, UINT_PTR timer) {
+  bool more = false;
+  if (timer == kExpandTimer) more = ExpandSlice(window.tree);
+  if (timer == kDetailTimer) more = AddDetailSlice(window.detail);
+  if (timer == kFillTimer) more = FillSlice(window.tree);
+  if (timer == kPassingTimer && TheLongOperation().running == 0) ShowStatus("");
+  if (!more) KillTimer(window.handle, timer);
+  if (timer == kExpandTimer) KeepFilling(window);
+}
+
+void KeepFilling(const MainWindow& window) {
+  if (window.tree.fills.empty()) return;
+  SetTimer(window.handle, kFillTimer, kTimerPause, nullptr);
+}
+
+}  // namespace hivequarry

@@ -1,0 +1,159 @@
+#include <utility>
+
+#include "hive/value_text.h"
+#include "recovery/item_values.h"
+#include "ui/commands/recent_keys_dialog.h"
+#include "ui/frame/text.h"
+#include "ui/main/main_window.h"
+#include "ui/panes/item_words.h"
+#include "ui/panes/tree_find.h"
+#include "ui/panes/workspace.h"
+
+namespace hivequarry {
+namespace {
+
+template <typename Result>
+bool IsNewest(const Mailbox<Result>& box, uint32_t serial) {
+  return box.newest.load() == serial;
+}
+
+// On the worker: leaves a result and announces it, unless a newer one was asked for.
+template <typename Result>
+void Deliver(Mailbox<Result>& box, uint32_t serial, std::unique_ptr<Result> result, HWND window,
+             UINT message) {
+  const std::lock_guard lock(box.mutex);
+  if (!IsNewest(box, serial)) return;
+  box.serial = serial;
+  box.result = std::move(result);
+  PostMessageW(window, message, 0, 0);
+}
+
+template <typename Result>
+std::unique_ptr<Result> Take(Mailbox<Result>& box) {
+  const std::lock_guard lock(box.mutex);
+  std::unique_ptr<Result> result = std::move(box.result);
+  return IsNewest(box, box.serial) ? std::move(result) : nullptr;
+}
+
+void GatherItem(MainWindow& window, uint32_t serial, uint32_t item, ValueViewOptions options) {
+  if (!IsNewest(window.item_box, serial)) return;
+  const HiveImage& hive = ShownHive(window);
+  auto result = std::make_unique<ItemResult>();
+  result->item = item;
+  result->options = options;
+  result->values = ShowItemValues(hive, *window.key_tree, item, options);
+  result->detail = ItemDetail(hive, *window.key_tree, item);
+  Deliver(window.item_box, serial, std::move(result), window.handle, kItemReady);
+}
+
+void GatherDetail(MainWindow& window, uint32_t serial, uint32_t value) {
+  if (!IsNewest(window.detail_box, serial)) return;
+  const ValueDetailText detail = ShownValueDetail(ShownHive(window), value);
+  Deliver(window.detail_box, serial, std::make_unique<std::wstring>(WindowText(detail.text)),
+          window.handle, kDetailReady);
+}
+
+void ShowDetail(MainWindow& window, std::wstring text) {
+  if (SetDetail(window.detail, std::move(text))) {
+    SetTimer(window.handle, kDetailTimer, kTimerPause, nullptr);
+  }
+}
+
+void ShowPath(const MainWindow& window, uint32_t item) {
+  const std::string path =
+      item == kNoItem ? "" : LongItemPathUtf8(ShownHive(window), *window.key_tree, item);
+  SetWindowTextW(window.path, WideName(path).c_str());
+}
+
+// What is on its way for a key or a value belongs to what was selected before.
+void ForgetResults(MainWindow& window) {
+  ++window.item_box.newest;
+  ++window.detail_box.newest;
+}
+
+void ShowWorkspace(MainWindow& window) {
+  ForgetResults(window);
+  SetWindowTextW(window.path, kWorkspaceTitle);
+  ShowItemWords(window, std::wstring());
+  window.shown_item = kNoItem;
+  window.shown_value = kNoOffset;
+  window.key_detail = WorkspaceDetail(ShownHive(window), *window.key_tree, window.summary);
+  ShowValues(window.values, ShownHive(window), WorkspaceRows(ShownHive(window), *window.key_tree),
+             ValueViewOptions());
+  FitValueColumns(window.values, window.dpi);
+  ShowDetail(window, window.key_detail);
+  UpdateToolbar(window);
+}
+
+// The row of the value that was gone to, if it is among those shown.
+void SelectWantedRow(MainWindow& window) {
+  const uint32_t value = std::exchange(window.wanted_value, kNoOffset);
+  const int row = value == kNoOffset ? -1 : RowOfValue(window.values, value);
+  if (row < 0) return;
+  const HWND list = window.values.window;
+  ListView_SetItemState(list, row, LVIS_SELECTED | LVIS_FOCUSED, LVIS_SELECTED | LVIS_FOCUSED);
+  ListView_EnsureVisible(list, row, FALSE);
+}
+
+}  // namespace
+
+void OnItemSelected(MainWindow& window, uint32_t item) {
+  if (window.slot < 0 || window.host.ending) return;  // items that go select others
+  if (IsWorkspaceSelected(window.tree)) return ShowWorkspace(window);
+  if (item == kNoItem) return;
+  ShowPath(window, item);
+  NoteKeyShown(window);
+  ShowItemWords(window, ItemWords(ShownHive(window), *window.key_tree, item));
+  const uint32_t serial = ++window.item_box.newest;
+  const ValueViewOptions options = window.view;
+  StartValueThread(window.threads,
+                   [&window, serial, item, options] { GatherItem(window, serial, item, options); });
+  UpdateToolbar(window);
+}
+
+void TakeItemResult(MainWindow& window) {
+  const std::unique_ptr<ItemResult> result = Take(window.item_box);
+  if (result == nullptr || window.slot < 0) return;
+  ++window.detail_box.newest;  // details on their way belong to the rows that go
+  window.shown_item = result->item;
+  window.shown_value = kNoOffset;
+  window.key_detail = std::move(result->detail);
+  ShowValues(window.values, ShownHive(window), std::move(result->values), result->options);
+  FitValueColumns(window.values, window.dpi);
+  ShowDetail(window, window.key_detail);
+  SelectWantedRow(window);
+  UpdateToolbar(window);
+}
+
+void OnRowSelected(MainWindow& window) {
+  const uint32_t value = ValueOfRow(window.values, SelectedRow(window.values));
+  if (value == window.shown_value || window.slot < 0) return;
+  window.shown_value = value;
+  const uint32_t serial = ++window.detail_box.newest;
+  UpdateToolbar(window);
+  if (value == kNoOffset) return ShowDetail(window, window.key_detail);
+  StartValueThread(window.threads,
+                   [&window, serial, value] { GatherDetail(window, serial, value); });
+}
+
+void TakeDetailResult(MainWindow& window) {
+  const std::unique_ptr<std::wstring> text = Take(window.detail_box);
+  if (text != nullptr) ShowDetail(window, std::move(*text));
+}
+
+bool GoToPosition(MainWindow& window, uint32_t position) {
+  if (window.slot < 0) return false;
+  const uint32_t item = ItemShowing(ShownHive(window), *window.key_tree, position);
+  if (item == kNoItem) return false;
+  const bool value = window.key_tree->items[item].position != position;
+  if (value || window.arrangement == kOutputArrangement) ShowArrangement(window, kKeysArrangement);
+  window.wanted_value = value ? position : kNoOffset;
+  if (SelectedItem(window.tree) == item) RefreshItem(window);
+  SelectItem(window.tree, item);
+  SetFocus(window.tree.window);
+  return true;
+}
+
+void RefreshItem(MainWindow& window) { OnItemSelected(window, SelectedItem(window.tree)); }
+
+}  // namespace hivequarry

@@ -1,0 +1,98 @@
+#include <utility>
+
+#include "ui/frame/text.h"
+#include "ui/main/main_window.h"
+
+namespace hivequarry {
+namespace {
+
+constexpr int kProgressWidth = 180;
+constexpr int kCountsWidth = 300;
+constexpr int kProgressMargin = 3;
+
+void SetPartText(const MainWindow& window, StatusPart part, const std::wstring& text) {
+  SendMessageW(window.status, SB_SETTEXTW, part, reinterpret_cast<LPARAM>(text.c_str()));
+}
+
+void ShowProgress(MainWindow& window) {
+  const uint32_t steps = window.host.progress_steps;
+  if ((IsWindowVisible(window.progress) != FALSE) != (steps != 0)) {
+    ShowWindow(window.progress, steps != 0 ? SW_SHOWNA : SW_HIDE);
+  }
+  SendMessageW(window.progress, PBM_SETRANGE32, 0, steps == 0 ? 1 : steps);
+  SendMessageW(window.progress, PBM_SETPOS, window.host.progress_position, 0);
+}
+
+}  // namespace
+
+HWND MakeStatusBar(MainWindow& window) {
+  const HWND status = CreateWindowExW(
+      0, STATUSCLASSNAMEW, L"", WS_CHILD | WS_VISIBLE | SBARS_SIZEGRIP, 0, 0, 0, 0, window.handle,
+      reinterpret_cast<HMENU>(static_cast<INT_PTR>(kStatusId)), window.instance, nullptr);
+  if (status == nullptr) return nullptr;
+  window.progress = CreateWindowExW(0, PROGRESS_CLASSW, L"", WS_CHILD | PBS_SMOOTH, 0, 0, 0, 0,
+                                    status, nullptr, window.instance, nullptr);
+  return status;
+}
+
+void LayOutStatus(MainWindow& window) {
+  SendMessageW(window.status, WM_SIZE, 0, 0);
+  RECT area;
+  GetClientRect(window.status, &area);
+  const int width = area.right;
+  const int counts = width - Scale(kCountsWidth, window.dpi);
+  const int edges[kStatusPartCount] = {counts - Scale(kProgressWidth, window.dpi), counts, -1};
+  SendMessageW(window.status, SB_SETPARTS, kStatusPartCount, reinterpret_cast<LPARAM>(edges));
+  RECT part;
+  SendMessageW(window.status, SB_GETRECT, kStatusProgress, reinterpret_cast<LPARAM>(&part));
+  InflateRect(&part, -Scale(kProgressMargin, window.dpi), -Scale(kProgressMargin, window.dpi));
+  MoveWindow(window.progress, part.left, part.top, part.right - part.left, part.bottom - part.top,
+             TRUE);
+}
+
+void TakeHostChanges(MainWindow& window) {
+  HostWindow& host = window.host;
+  host.announced = false;
+  std::wstring status;
+  std::wstring title;
+  bool status_changed = false;
+  bool title_changed = false;
+  {
+    const std::lock_guard lock(host.mutex);
+    status_changed = std::exchange(host.status_changed, false);
+    title_changed = std::exchange(host.title_changed, false);
+    if (status_changed) status = host.status;
+    if (title_changed) title = host.title;
+  }
+  if (title_changed) SetWindowTextW(window.handle, title.c_str());
+  if (status_changed) {
+    SetPartText(window, kStatusText, L" " + (status.empty() ? window.item_words : status));
+    if (IsWindowVisible(window.empty) != FALSE) InvalidateRect(window.empty, nullptr, FALSE);
+  }
+  ShowProgress(window);
+}
+
+void ShowItemWords(MainWindow& window, std::wstring words) {
+  if (words.empty() && window.item_words.empty()) return;
+  window.item_words = std::move(words);
+  std::wstring text = window.item_words;
+  if (text.empty()) {
+    const std::lock_guard lock(window.host.mutex);
+    text = window.host.status;
+  }
+  SetPartText(window, kStatusText, L" " + text);
+}
+
+void ShowCounts(MainWindow& window) {
+  std::wstring text;
+  if (window.arrangement == kOutputArrangement) {
+    text = L" Number of Items : " + std::to_wstring(ShownRowCount(window.output));
+  } else if (window.slot >= 0) {
+    const ImageSummary& summary = window.summary;
+    text = L" " + std::to_wstring(summary.keys) + L" keys, " +
+           std::to_wstring(summary.disconnected_keys) + L" disconnected";
+  }
+  SetPartText(window, kStatusCounts, text);
+}
+
+}  // namespace hivequarry

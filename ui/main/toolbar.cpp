@@ -1,0 +1,75 @@
+#include <algorithm>
+#include <vector>
+
+#include "ui/frame/text.h"
+#include "ui/frame/tool_buttons.h"
+#include "ui/lists/list_window.h"
+#include "ui/main/main_window.h"
+
+namespace hivequarry {
+namespace {
+
+TBBUTTON ButtonOf(const Command* command) {
+  if (command == nullptr) return ToolGap();
+  const bool check = command->checked != nullptr;
+  return ToolButton(command->icon, command->number, check ? BTNS_CHECK : BTNS_BUTTON);
+}
+
+std::vector<TBBUTTON> ToolButtons() {
+  std::vector<TBBUTTON> buttons;
+  for (const uint16_t number : CommandsIn(CommandPlace::kToolbar)) {
+    buttons.push_back(ButtonOf(FindCommand(Commands(), number)));
+  }
+  return buttons;
+}
+
+}  // namespace
+
+HWND MakeToolbar(MainWindow& window) {
+  return MakeToolbarControl(window.handle, kToolbarId, TBSTYLE_WRAPABLE, ToolButtons());
+}
+
+void SetToolbarIcons(MainWindow& window) {
+  const HWND toolbar = window.toolbar;
+  SendMessageW(toolbar, TB_SETIMAGELIST, 0, reinterpret_cast<LPARAM>(window.icons.tools));
+  SendMessageW(toolbar, TB_SETDISABLEDIMAGELIST, 0,
+               reinterpret_cast<LPARAM>(window.icons.faded_tools));
+  const int side = Scale(kToolButtonSide, window.dpi);
+  SendMessageW(toolbar, TB_SETBUTTONSIZE, 0, MAKELPARAM(side, side));
+}
+
+int WrapToolbar(const MainWindow& window, int width) {
+  SetWindowPos(window.toolbar, nullptr, 0, 0, std::max(width, 1),
+               Scale(kToolButtonSide, window.dpi), SWP_NOMOVE | SWP_NOZORDER | SWP_NOACTIVATE);
+  SendMessageW(window.toolbar, TB_AUTOSIZE, 0, 0);
+  RECT last{};
+  const LRESULT count = SendMessageW(window.toolbar, TB_BUTTONCOUNT, 0, 0);
+  SendMessageW(window.toolbar, TB_GETITEMRECT, static_cast<WPARAM>(count - 1),
+               reinterpret_cast<LPARAM>(&last));
+  return last.bottom;
+}
+
+void UpdateToolbar(MainWindow& window) {
+  const CommandFacts facts = FactsNow(window);
+  for (const uint16_t number : CommandsIn(CommandPlace::kToolbar)) {
+    const Command* command = FindCommand(Commands(), number);
+    if (command == nullptr) continue;
+    EnableToolButton(window.toolbar, command->number, IsAvailable(*command, facts));
+    if (command->checked == nullptr) continue;
+    SendMessageW(window.toolbar, TB_CHECKBUTTON, command->number,
+                 MAKELPARAM(IsChecked(*command, facts) ? TRUE : FALSE, 0));
+  }
+}
+
+void UpdateToolbars(MainWindow& window) {
+  UpdateToolbar(window);
+  RefreshListWindows();
+}
+
+void OnToolTip(const MainWindow& window, NMTTDISPINFOW& notice) {
+  const Command* command = FindCommand(Commands(), static_cast<uint32_t>(notice.hdr.idFrom));
+  if (command == nullptr || command->tooltip == nullptr) return;
+  lstrcpynW(notice.szText, WideName(TooltipOf(*command, FactsNow(window))).c_str(), 80);
+}
+
+}  // namespace hivequarry

@@ -1,0 +1,87 @@
+#include "ui/main/window_settings.h"
+
+#include <algorithm>
+
+#include "app/recent_keys.h"
+#include "app/settings.h"
+#include "host/files.h"
+#include "ui/frame/list_view.h"
+#include "ui/frame/system_facts.h"
+#include "ui/frame/text.h"
+#include "ui/frame/window_place.h"
+#include "ui/main/main_window.h"
+
+namespace hivequarry {
+namespace {
+
+// Hives that other copies of the program opened meanwhile, after those of this one.
+void AddOthersHives(const std::string& file, History& recent) {
+  Settings stored;
+  ReadSettings(file, stored);
+  for (const std::string& name : stored.histories.recent_files) {
+    const bool known = std::ranges::find(recent, name) != recent.end();
+    if (!known && recent.size() < kHistoryLength) recent.push_back(name);
+  }
+}
+
+}  // namespace
+
+void ApplySettings(MainWindow& window) {
+  const Settings& settings = TheSettings();
+  if (settings.tree_width > 0) window.tree_width = settings.tree_width;
+  if (settings.detail_share > 0) window.detail_share = settings.detail_share;
+  window.detail_shown = settings.options.detail_pane;
+  window.view.technical = settings.options.technical_view;
+  window.view.cell_details = settings.options.cell_details;
+  SetColumnWidths(window.values.window, settings.main.columns, window.dpi);
+  window.values.columns_touched = !settings.main.columns.empty();
+  SetColumnWidths(window.output.list, settings.output_columns, window.dpi);
+}
+
+bool RestorePlace(MainWindow& window) {
+  const WindowPlace& kept = TheSettings().main;
+  if (!IsPlaced(kept)) return false;
+  // Going over to that screen may change the resolution, and with it the size.
+  const RECT corner = OnScreen({kept.left, kept.top, kept.left + 1, kept.top + 1});
+  SetWindowPos(window.handle, nullptr, corner.left, corner.top, 0, 0,
+               SWP_NOSIZE | SWP_NOZORDER | SWP_NOACTIVATE);
+  MoveToArea(window.handle, OnScreen(AreaOfPlace(kept, window.dpi)));
+  return true;
+}
+
+void GatherSettings(const MainWindow& window) {
+  Settings& settings = TheSettings();
+  settings.main = PlaceOfWindow(window.handle, window.dpi);
+  if (window.values.columns_touched) {
+    settings.main.columns = ColumnWidths(window.values.window, window.dpi);
+  }
+  // A list of results has columns of its own.
+  if (ColumnCount(window.output.list) == kMaxColumns) {
+    settings.output_columns = ColumnWidths(window.output.list, window.dpi);
+  }
+  settings.tree_width = window.tree_width;
+  settings.detail_share = window.detail_share;
+  settings.options.detail_pane = window.detail_shown;
+  settings.options.technical_view = window.view.technical;
+  settings.options.cell_details = window.view.cell_details;
+}
+
+void WriteProgramSettings() {
+  const std::string& file = TheProgram().settings_file;
+  if (file.empty()) return;
+  AddOthersHives(file, TheSettings().histories.recent_files);
+  WriteSettings(file, TheSettings());
+  WriteRecentKeys(file, TheRecentKeys());
+}
+
+void RememberHive(const std::string& file, uint32_t start, uint32_t end) {
+  Settings& settings = TheSettings();
+  const std::string name = FullName(file);
+  AddToHistory(settings.histories.recent_files, name);
+  settings.folders[kFolderHives] = FolderOf(name);
+  if (start == 0 && end == 0) return;
+  settings.range_start = start;
+  settings.range_end = end;
+}
+
+}  // namespace hivequarry

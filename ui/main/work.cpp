@@ -1,0 +1,61 @@
+#include "ui/main/work.h"
+
+#include <system_error>
+#include <utility>
+
+#include "app/shortfall_words.h"
+#include "host/long_operation.h"
+#include "host/memory.h"
+#include "ui/main/main_window.h"
+
+namespace hivequarry {
+
+bool StartWork(MainWindow& window, int code, std::function<void()> work,
+               std::function<void()> done) {
+  if (window.work.thread.joinable() || !BeginOperation(code)) return false;
+  window.work.done = std::move(done);
+  ++window.host.wait_cursors;
+  try {
+    window.work.thread = std::thread([run = std::move(work), handle = window.handle] {
+      WithMemory([&run] {
+        run();
+        return true;
+      });
+      EndOperation();
+      PostMessageW(handle, kWorkDone, 0, 0);
+    });
+  } catch (const std::system_error&) {
+    --window.host.wait_cursors;
+    EndOperation();
+    ShowMessage("Too many Threads or Thread not valid !", kProgramName, Icon::kExclamation);
+    return false;
+  }
+  UpdateToolbars(window);
+  return true;
+}
+
+namespace {
+
+void ShowCut(const std::string& cut) {
+  if (!cut.empty()) ShowMessage(cut.c_str(), kProgramName, Icon::kExclamation);
+}
+
+}  // namespace
+
+void ShowShortfalls() { ShowCut(ShortfallWords()); }
+
+void TakeWorkDone(MainWindow& window) {
+  if (!window.work.thread.joinable()) return;
+  window.work.thread.join();  // its last act was to post this message
+  --window.host.wait_cursors;
+  TakeHostChanges(window);
+  const std::function<void()> done = std::exchange(window.work.done, nullptr);
+  UpdateToolbars(window);  // `done` may show a box
+  const std::string cut = ShortfallWords();
+  if (done) done();
+  // What `done` began counts anew, and tells of that when it ends.
+  ShowCut(window.work.thread.joinable() ? cut : ShortfallWords());
+  UpdateToolbars(window);
+}
+
+}  // namespace hivequarry

@@ -1,0 +1,58 @@
+#include "ui/panes/item_words.h"
+
+#include <string_view>
+
+#include "hive/file_place.h"
+#include "recovery/item_values.h"
+#include "ui/frame/text.h"
+
+namespace hivequarry {
+namespace {
+
+constexpr const char* kCopyWords = "copy of a connected key";
+
+void Append(std::string& text, std::string_view separator, std::string_view label,
+            const std::string& words) {
+  if (words.empty()) return;
+  if (!text.empty()) text += separator;
+  text += label;
+  text += words;
+}
+
+std::string Words(const HiveImage& hive, const KeyTree& tree, const KeyItem& it,
+                  std::string_view separator) {
+  std::string text;
+  if (it.kind == ItemKind::kPathCopy) text = kCopyWords;
+  Append(text, separator, "Status: ", StatusText(it.marks));
+  Append(text, separator, "Info: ", InfoWords(hive, tree, it));
+  const uint32_t edits = it.position == kNoOffset ? 0 : EditsOfKey(hive, it.position);
+  if (edits != 0) Append(text, separator, "Edited in memory: ", std::to_string(edits));
+  return text;
+}
+
+}  // namespace
+
+std::wstring ItemWords(const HiveImage& hive, const KeyTree& tree, uint32_t item) {
+  return WindowText(Words(hive, tree, tree.items[item], "    "));
+}
+
+std::wstring ItemTip(const HiveImage& hive, const KeyTree& tree, uint32_t item) {
+  const KeyItem& it = tree.items[item];
+  if (it.kind == ItemKind::kDisconnectedKeys) return L"Keys not connected to the Root cell";
+  if (it.kind == ItemKind::kDisconnectedValues) return L"Values not connected to any key";
+  std::string text = Words(hive, tree, it, "\r\n");
+  const bool made = (it.marks & kVirtualMarks) != 0;
+  if (it.position != kNoOffset) {
+    Append(text, "\r\n", made ? "No key cell at " : "Position: ", PlaceWords(hive, it.position));
+  }
+  return WindowText(text);
+}
+
+std::wstring ItemDetail(const HiveImage& hive, const KeyTree& tree, uint32_t item) {
+  const KeyItem& it = tree.items[item];
+  if (it.kind != ItemKind::kPathCopy) return WindowText(KeyDetail(hive, tree, item));
+  return L"This is a copy of a connected key: the way to what was unlinked from it.\r\n\r\n" +
+         WindowText(KeyDetail(hive, tree, item));
+}
+
+}  // namespace hivequarry

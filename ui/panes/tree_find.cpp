@@ -1,0 +1,66 @@
+#include "ui/panes/tree_find.h"
+
+#include <algorithm>
+
+#include "hive/key_node.h"
+#include "hive/value_key.h"
+#include "host/case.h"
+#include "host/long_operation.h"
+
+namespace hivequarry {
+namespace {
+
+constexpr int64_t kStopPollMask = 0x3FF;
+
+// Whether one of the entries of a key's value list leads to the value at `position`.
+bool ListsValue(const HiveImage& hive, uint32_t key, uint32_t position) {
+  std::vector<uint32_t> positions;
+  ReadValuesOfKey(hive, key, kAllEntries, positions);
+  return std::ranges::find(positions, position) != positions.end();
+}
+
+uint32_t ItemListingValue(const HiveImage& hive, const KeyTree& tree, uint32_t position) {
+  for (uint32_t item = 0; item < tree.items.size(); ++item) {
+    if (!HasKeyCell(tree, item)) continue;
+    if (ListsValue(hive, tree.items[item].position, position)) return item;
+  }
+  return kNoItem;
+}
+
+}  // namespace
+
+FoundItem FindItemByName(const HiveImage& hive, const KeyTree& tree, const TreeFindRequest& request,
+                         const std::function<void()>& passed) {
+  const CaseTable capitals = CurrentCapitals();
+  std::string text = request.text;
+  text = Capitals(capitals, text);
+  const auto count = static_cast<int64_t>(tree.items.size());
+  const int64_t step = request.down ? 1 : -1;
+  int64_t at = request.from < count ? request.from : request.down ? -1 : count;
+  for (int64_t visited = 0; visited < count; ++visited) {
+    if ((visited & kStopPollMask) == 0 && StopRequested()) return {kNoItem, true};
+    at += step;
+    if (at < 0 || at == count) {
+      if (!request.wrap) return {};
+      passed();
+      at = request.down ? 0 : count - 1;
+    }
+    const auto item = static_cast<uint32_t>(at);
+    if (tree.items[item].hidden) continue;
+    std::string name = ItemName(hive, tree, item);
+    name = Capitals(capitals, name);
+    if (name.find(text) != std::string::npos) return {item, false};
+  }
+  return {};
+}
+
+uint32_t ItemShowing(const HiveImage& hive, const KeyTree& tree, uint32_t position) {
+  uint32_t item = ItemOfPosition(tree, position);
+  if (item == kNoItem && std::ranges::binary_search(tree.disconnected_value_positions, position)) {
+    item = tree.disconnected_values;
+  }
+  if (item == kNoItem) item = ItemListingValue(hive, tree, position);
+  return item != kNoItem && tree.items[item].hidden ? kNoItem : item;
+}
+
+}  // namespace hivequarry

@@ -1,0 +1,396 @@
+#include "ui/panes/tree_pane.h"
+
+#include <algorithm>
+
+#include "ui/draw/dimmed_selection.h"
+#include "ui/draw/tree_icons.h"
+#include "ui/draw/win.h"
+#include "ui/frame/text.h"
+#include "ui/panes/item_words.h"
+
+namespace hivequarry {
+namespace {
+
+constexpr DWORD kSliceMilliseconds = 30;
+constexpr uint32_t kItemsPerLook = 32;  // at the clock
+constexpr uint32_t kItemsPerSlice = 4096;
+constexpr size_t kLongestText = 259;  // of an item, in characters
+constexpr uint32_t kWorkspaceItem = kNoItem - 1;
+
+// State of an item that is open as soon as its parent does.
+constexpr UINT kOpened = TVIS_EXPANDED | TVIS_EXPANDEDONCE;
+
+UINT StateOf(const KeyItem& item, bool children, UINT state) {
+  const bool folder =
+      item.kind == ItemKind::kDisconnectedKeys || item.kind == ItemKind::kDisconnectedValues;
+  return (children ? state : 0) | (folder ? TVIS_BOLD : 0);
+}
+
+// Every layout of the control asks for the texts of all open items that it was not given, so it is
+// given them; pictures are asked for only when they are drawn.
+HTREEITEM InsertItem(TreePane& pane, uint32_t item, HTREEITEM parent, HTREEITEM after, UINT state) {
+  std::wstring text = WindowText(ItemName(*pane.hive, *pane.tree, item));
+  if (text.size() > kLongestText) text.resize(kLongestText);
+  const bool children = HasChildren(*pane.tree, item);
+  TVINSERTSTRUCTW insert{};
+  insert.hParent = parent;
+  insert.hInsertAfter = after;
+  insert.item.mask =
+      TVIF_TEXT | TVIF_PARAM | TVIF_CHILDREN | TVIF_IMAGE | TVIF_SELECTEDIMAGE | TVIF_STATE;
+  insert.item.pszText = text.data();
+  insert.item.lParam = static_cast<LPARAM>(item);
+  insert.item.cChildren = children ? 1 : 0;
+  insert.item.iImage = I_IMAGECALLBACK;
+  insert.item.iSelectedImage = I_IMAGECALLBACK;
+  insert.item.stateMask = kOpened | TVIS_BOLD;
+  insert.item.state = StateOf(pane.tree->items[item], children, state);
+  const HTREEITEM handle = TreeView_InsertItem(pane.window, &insert);
+  pane.handles[item] = handle;
+  return handle;
+}
+
+HTREEITEM InsertWorkspace(const TreePane& pane) {
+  std::wstring text = kWorkspaceTitle;
+  TVINSERTSTRUCTW insert{};
+  insert.hParent = TVI_ROOT;
+  insert.hInsertAfter = TVI_LAST;
+  insert.item.mask = TVIF_TEXT | TVIF_PARAM | TVIF_IMAGE | TVIF_SELECTEDIMAGE;
+  insert.item.pszText = text.data();
+  insert.item.lParam = static_cast<LPARAM>(kWorkspaceItem);
+  insert.item.iImage = insert.item.iSelectedImage = kIconWorkspace;
+  return TreeView_InsertItem(pane.window, &insert);
+}
+
+BranchFill* FillOf(TreePane& pane, uint32_t parent) {
+  const auto at = std::find_if(pane.fills.begin(), pane.fills.end(),
+                               [parent](const BranchFill& fill) { return fill.parent == parent; });
+  return at == pane.fills.end() ? nullptr : &*at;
+}
+
+// Each child goes after the one before it: the control would look for the last child itself, from
+// the first one on. False when the slice is full and the branch not yet whole.
+bool Fill(TreePane& pane, BranchFill& fill, DWORD start) {
+  for (uint32_t count = 1; fill.next != kNoItem; ++count) {
+    const uint32_t child = fill.next;
+    fill.next = NextSibling(*pane.tree, child);
+    HTREEITEM handle = pane.handles[child];
+    if (handle == nullptr) {
+      handle = InsertItem(pane, child, pane.handles[fill.parent], fill.last, fill.state);
+    }
+    if (handle == nullptr) return true;  // no memory: the branch stays as it is
+    fill.last = handle;
+    const bool late = count % kItemsPerLook == 0 && GetTickCount() - start >= kSliceMilliseconds;
+    if (late || count == kItemsPerSlice) return fill.next == kNoItem;
+  }
+  return true;
+}
+
+// Fills the branch of `item` or goes on with it, a slice that began at `start`. True when it is
+// whole.
+bool FillBranch(TreePane& pane, uint32_t item, UINT state, DWORD start) {
+  BranchFill* fill = FillOf(pane, item);
+  if (fill == nullptr) {
+    const uint32_t first = FirstChild(*pane.tree, item);
+    if (first == kNoItem || pane.handles[first] != nullptr) return true;
+    pane.fills.push_back({item, first, TVI_FIRST, {}, state});
+    fill = &pane.fills.back();
+  }
+  fill->state |= state;
+  if (!Fill(pane, *fill, start)) return false;
+  pane.fills.erase(pane.fills.begin() + (fill - pane.fills.data()));
+  return true;
+}
+
+// Inserts a child of a branch being filled before its turn.
+void InsertAhead(TreePane& pane, BranchFill& fill, uint32_t child) {
+  const auto place = std::lower_bound(fill.ahead.begin(), fill.ahead.end(), child);
+  const bool first = place == fill.ahead.begin() || *(place - 1) < fill.next;
+  const HTREEITEM after = first ? fill.last : pane.handles[*(place - 1)];
+  InsertItem(pane, child, pane.handles[fill.parent], after, fill.state);
+  fill.ahead.insert(place, child);
+}
+
+void SetRedraw(const TreePane& pane, bool on) {
+  SendMessageW(pane.window, WM_SETREDRAW, on ? TRUE : FALSE, 0);
+}
+
+bool IsInSight(const TreePane& pane, HTREEITEM handle) {
+  RECT area{};
+  RECT client{};
+  if (handle == nullptr || TreeView_GetItemRect(pane.window, handle, &area, FALSE) == FALSE) {
+    return false;
+  }
+  GetClientRect(pane.window, &client);
+  return area.top >= 0 && area.bottom <= client.bottom;
+}
+
+// Ends "Expand subfolders" where it is. What was to be opened but is not filled yet is closed
+// again: an open branch would never ask for its items.
+void EndExpand(TreePane& pane) {
+  for (BranchFill& fill : pane.fills) fill.state = 0;
+  for (uint32_t item = pane.expand_next; item < pane.expand_end; ++item) {
+    const uint32_t first = FirstChild(*pane.tree, item);
+    if (first == kNoItem || pane.handles[item] == nullptr || pane.handles[first] != nullptr) {
+      continue;
+    }
+    TreeView_SetItemState(pane.window, pane.handles[item], 0, kOpened);
+  }
+  pane.expand_next = pane.expand_end = 0;
+}
+
+bool HasEditedValues(const TreePane& pane, uint32_t item) {
+  if (pane.tree == nullptr || item >= pane.tree->items.size()) return false;
+  return pane.hive->edits.any && EditsOfKey(*pane.hive, pane.tree->items[item].position) != 0;
+}
+
+bool Differs(const TreePane& pane, uint32_t item) {
+  return item < pane.differing.size() && pane.differing[item];
+}
+
+// A red that can be read on the background in force.
+COLORREF DifferenceColour() {
+  const COLORREF back = GetSysColor(COLOR_WINDOW);
+  const bool dark = GetRValue(back) + GetGValue(back) + GetBValue(back) < 3 * 128;
+  return dark ? RGB(255, 140, 120) : RGB(176, 32, 16);
+}
+
+bool IsExpanded(const TreePane& pane, HTREEITEM handle) {
+  return (TreeView_GetItemState(pane.window, handle, TVIS_EXPANDED) & TVIS_EXPANDED) != 0;
+}
+
+bool IsBetween(uint32_t item, uint32_t first, uint32_t end) { return item >= first && item < end; }
+
+// A button is before an item with children.
+void UpdateButton(const TreePane& pane, uint32_t item) {
+  TVITEMW info{};
+  info.mask = TVIF_CHILDREN;
+  info.hItem = pane.handles[item];
+  info.cChildren = HasChildren(*pane.tree, item) ? 1 : 0;
+  TreeView_SetItem(pane.window, &info);
+}
+
+// What is filled goes on without the item and what is below it.
+void LeaveOut(TreePane& pane, uint32_t item) {
+  const uint32_t end = pane.tree->items[item].end;
+  std::erase_if(pane.fills,
+                [=](const BranchFill& fill) { return IsBetween(fill.parent, item, end); });
+  BranchFill* fill = FillOf(pane, pane.tree->items[item].parent);
+  if (fill == nullptr) return;
+  if (fill->next == item) fill->next = NextSibling(*pane.tree, item);
+  std::erase(fill->ahead, item);
+  if (pane.handles[item] == nullptr || fill->last != pane.handles[item]) return;
+  const HTREEITEM before = TreeView_GetPrevSibling(pane.window, fill->last);
+  fill->last = before == nullptr ? TVI_FIRST : before;
+}
+
+// The selection, where it goes with the item, moves to what stays.
+void SelectBeside(const TreePane& pane, uint32_t item) {
+  const uint32_t selected = SelectedItem(pane);
+  if (selected == kNoItem || !IsBetween(selected, item, pane.tree->items[item].end)) return;
+  HTREEITEM stays = TreeView_GetNextSibling(pane.window, pane.handles[item]);
+  if (stays == nullptr) stays = TreeView_GetPrevSibling(pane.window, pane.handles[item]);
+  if (stays == nullptr) stays = TreeView_GetParent(pane.window, pane.handles[item]);
+  TreeView_SelectItem(pane.window, stays);
+}
+
+}  // namespace
+
+HWND MakeTreePane(HWND parent, int identifier) {
+  const HWND tree =
+      CreateWindowExW(0, WC_TREEVIEWW, L"Keys",
+                      WS_CHILD | WS_TABSTOP | TVS_HASBUTTONS | TVS_HASLINES | TVS_LINESATROOT |
+                          TVS_SHOWSELALWAYS | TVS_DISABLEDRAGDROP | TVS_INFOTIP,
+                      0, 0, 0, 0, parent, reinterpret_cast<HMENU>(static_cast<INT_PTR>(identifier)),
+                      nullptr, nullptr);
+  if (tree == nullptr) return nullptr;
+  SendMessageW(tree, TVM_SETEXTENDEDSTYLE, TVS_EX_DOUBLEBUFFER, TVS_EX_DOUBLEBUFFER);
+  return tree;
+}
+
+void RenameRoot(TreePane& pane) {
+  std::wstring text = WindowText(ItemName(*pane.hive, *pane.tree, 0));
+  TVITEMW item{};
+  item.mask = TVIF_HANDLE | TVIF_TEXT;
+  item.hItem = pane.handles[0];
+  item.pszText = text.data();
+  TreeView_SetItem(pane.window, &item);
+}
+
+void ClearTree(TreePane& pane) {
+  SetRedraw(pane, false);
+  TreeView_DeleteAllItems(pane.window);
+  SetRedraw(pane, true);
+  pane.workspace = nullptr;
+  pane.hive = nullptr;
+  pane.tree = nullptr;
+  pane.handles.clear();
+  pane.fills.clear();
+  pane.differing.clear();
+  pane.expand_next = pane.expand_end = 0;
+}
+
+void ShowTree(TreePane& pane, const HiveImage& hive, const KeyTree& tree) {
+  ClearTree(pane);
+  pane.hive = &hive;
+  pane.tree = &tree;
+  pane.handles.assign(tree.items.size(), nullptr);
+  if (tree.items.empty()) return;
+  const HTREEITEM root = InsertItem(pane, 0, TVI_ROOT, TVI_FIRST, 0);
+  TreeView_Expand(pane.window, root, TVE_EXPAND);
+  pane.workspace = InsertWorkspace(pane);
+}
+
+uint32_t ItemOfHandle(const TreePane& pane, HTREEITEM handle) {
+  TVITEMW item{};
+  item.mask = TVIF_PARAM;
+  item.hItem = handle;
+  if (handle == nullptr || TreeView_GetItem(pane.window, &item) == FALSE) return kNoItem;
+  const auto index = static_cast<uint32_t>(item.lParam);
+  return index == kWorkspaceItem ? kNoItem : index;
+}
+
+uint32_t SelectedItem(const TreePane& pane) {
+  return pane.tree == nullptr ? kNoItem : ItemOfHandle(pane, TreeView_GetSelection(pane.window));
+}
+
+bool IsWorkspaceSelected(const TreePane& pane) {
+  return pane.workspace != nullptr && TreeView_GetSelection(pane.window) == pane.workspace;
+}
+
+void RemoveItem(TreePane& pane, uint32_t item) {
+  EndExpand(pane);
+  LeaveOut(pane, item);
+  const HTREEITEM handle = pane.handles[item];
+  if (handle == nullptr) return;
+  SelectBeside(pane, item);
+  SetRedraw(pane, false);
+  TreeView_DeleteItem(pane.window, handle);
+  UpdateButton(pane, pane.tree->items[item].parent);
+  SetRedraw(pane, true);
+  const uint32_t end = pane.tree->items[item].end;
+  std::fill(pane.handles.begin() + item, pane.handles.begin() + end, nullptr);
+}
+
+void SelectItem(TreePane& pane, uint32_t item) {
+  if (pane.tree == nullptr || item >= pane.tree->items.size()) return;
+  std::vector<uint32_t> way;
+  for (uint32_t up = pane.tree->items[item].parent; up != kNoItem;
+       up = pane.tree->items[up].parent) {
+    way.push_back(up);
+  }
+  std::reverse(way.begin(), way.end());
+  way.push_back(item);
+  for (size_t level = 0; level < way.size(); ++level) {
+    BranchFill* fill = level == 0 ? nullptr : FillOf(pane, way[level - 1]);
+    if (fill != nullptr && pane.handles[way[level]] == nullptr) {
+      InsertAhead(pane, *fill, way[level]);
+    }
+    if (way[level] != item) TreeView_Expand(pane.window, pane.handles[way[level]], TVE_EXPAND);
+  }
+  TreeView_SelectItem(pane.window, pane.handles[item]);
+}
+
+void OnTreeExpanding(TreePane& pane, const NMTREEVIEWW& notice) {
+  if (pane.tree == nullptr || (notice.action & TVE_EXPAND) == 0) return;
+  const auto item = static_cast<uint32_t>(notice.itemNew.lParam);
+  if (item >= pane.tree->items.size() || FillOf(pane, item) != nullptr) return;
+  FillBranch(pane, item, 0, GetTickCount());
+}
+
+void OnTreeDisplay(const TreePane& pane, NMTVDISPINFOW& notice) {
+  TVITEMW& item = notice.item;
+  const auto index = static_cast<uint32_t>(item.lParam);
+  if (pane.tree == nullptr || index >= pane.tree->items.size()) return;
+  if ((item.mask & (TVIF_IMAGE | TVIF_SELECTEDIMAGE)) != 0) {
+    const bool open = HasChildren(*pane.tree, index) && IsExpanded(pane, item.hItem);
+    item.iImage = item.iSelectedImage = ClosedIcon(pane.tree->items[index]) + (open ? 1 : 0);
+  }
+}
+
+void OnTreeTip(const TreePane& pane, const NMTVGETINFOTIPW& notice) {
+  const auto item = static_cast<uint32_t>(notice.lParam);
+  if (item == kWorkspaceItem) {
+    lstrcpynW(notice.pszText, L"The hives shown in this window", notice.cchTextMax);
+  }
+  if (pane.tree == nullptr || item >= pane.tree->items.size()) return;
+  lstrcpynW(notice.pszText, ItemTip(*pane.hive, *pane.tree, item).c_str(), notice.cchTextMax);
+}
+
+LRESULT OnTreeDraw(const TreePane& pane, NMTVCUSTOMDRAW& notice) {
+  if (notice.nmcd.dwDrawStage == CDDS_PREPAINT) return CDRF_NOTIFYITEMDRAW;
+  if (notice.nmcd.dwDrawStage != CDDS_ITEMPREPAINT) return CDRF_DODEFAULT;
+  const bool selected = (notice.nmcd.uItemState & CDIS_SELECTED) != 0;
+  const auto item = static_cast<uint32_t>(notice.nmcd.lItemlParam);
+  if (!selected && Differs(pane, item)) notice.clrText = DifferenceColour();
+  if (!selected && HasEditedValues(pane, item)) notice.clrText = GetSysColor(COLOR_HOTLIGHT);
+  if (IsDimmedSelection(notice.nmcd)) SetDimmedColours(notice.clrText, notice.clrTextBk);
+  return CDRF_DODEFAULT;
+}
+
+void MarkDifferences(TreePane& pane, const std::vector<uint32_t>& items) {
+  pane.differing.clear();
+  if (pane.tree != nullptr && !items.empty()) pane.differing.resize(pane.tree->items.size());
+  for (uint32_t item : items) {
+    for (; item != kNoItem && !pane.differing[item]; item = pane.tree->items[item].parent) {
+      pane.differing[item] = true;
+    }
+  }
+  InvalidateRect(pane.window, nullptr, FALSE);
+}
+
+// While redrawing is off, the control puts off its layout.
+bool FillSlice(TreePane& pane) {
+  if (pane.fills.empty()) return false;
+  const DWORD start = GetTickCount();
+  const HTREEITEM selected = TreeView_GetSelection(pane.window);
+  const bool in_sight = IsInSight(pane, selected);
+  SetRedraw(pane, false);
+  FillBranch(pane, pane.fills.back().parent, 0, start);
+  SetRedraw(pane, true);
+  // Items may have come before a selected one.
+  if (in_sight && !IsInSight(pane, selected)) TreeView_EnsureVisible(pane.window, selected);
+  return !pane.fills.empty();
+}
+
+// While the branch itself is closed, what happens inside costs no layout.
+void StartExpand(TreePane& pane, uint32_t item) {
+  EndExpand(pane);
+  TreeView_Expand(pane.window, pane.handles[item], TVE_COLLAPSE);
+  pane.expand_top = pane.expand_next = item;
+  pane.expand_end = pane.tree->items[item].end;
+}
+
+bool ExpandSlice(TreePane& pane) {
+  const DWORD start = GetTickCount();
+  // A branch is made whole before its turn ends, so what is in it has its handle.
+  while (pane.expand_next < pane.expand_end && GetTickCount() - start < kSliceMilliseconds) {
+    const uint32_t item = pane.expand_next;
+    if (HasChildren(*pane.tree, item) && pane.handles[item] != nullptr) {
+      if (!FillBranch(pane, item, kOpened, start)) break;
+      if (item != pane.expand_top && !IsExpanded(pane, pane.handles[item])) {
+        TreeView_Expand(pane.window, pane.handles[item], TVE_EXPAND);
+      }
+    }
+    ++pane.expand_next;
+  }
+  if (pane.expand_next < pane.expand_end) return true;
+  if (pane.expand_end != 0) TreeView_Expand(pane.window, pane.handles[pane.expand_top], TVE_EXPAND);
+  pane.expand_next = pane.expand_end = 0;
+  return false;
+}
+
+// The items below go: to close them one by one costs a layout for each.
+void CollapseBranch(TreePane& pane, uint32_t item) {
+  EndExpand(pane);
+  const uint32_t end = pane.tree->items[item].end;
+  std::erase_if(pane.fills, [item, end](const BranchFill& fill) {
+    return fill.parent >= item && fill.parent < end;
+  });
+  SetRedraw(pane, false);
+  TreeView_Expand(pane.window, pane.handles[item], TVE_COLLAPSE | TVE_COLLAPSERESET);
+  std::fill(pane.handles.begin() + item + 1, pane.handles.begin() + end, nullptr);
+  UpdateButton(pane, item);  // the control takes it away with the last child
+  SetRedraw(pane, true);
+}
+
+}  // namespace hivequarry

@@ -1,0 +1,79 @@
+// The tree pane: a tree control over a KeyTree. Branches are filled when they are first opened, in
+// slices, so that one with very many keys does not stop the window. An item's lParam is its index
+// in the tree, its icon is asked for when it is drawn.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "hive/key_tree.h"
+#include "ui/draw/win.h"
+
+namespace hivequarry {
+
+// A branch that is being filled, a slice at a time. Its items are in the control in the order of
+// the tree also while some of them are missing.
+struct BranchFill {
+  uint32_t parent = kNoItem;
+  uint32_t next = kNoItem;      // the next child to be inserted, kNoItem when all are there
+  HTREEITEM last = nullptr;     // the child before it
+  std::vector<uint32_t> ahead;  // children inserted before their turn, ascending
+  UINT state = 0;               // of the items inserted
+};
+
+// After the hive's root is the folder "Workspace", which is no item of the key tree.
+inline constexpr const wchar_t* kWorkspaceTitle = L"Workspace";
+
+struct TreePane {
+  HWND window = nullptr;
+  HTREEITEM workspace = nullptr;
+  const HiveImage* hive = nullptr;
+  const KeyTree* tree = nullptr;
+  std::vector<HTREEITEM> handles;  // by item; null while it is not in the control
+  std::vector<BranchFill> fills;   // under way
+  std::vector<bool> differing;     // items marked as different; empty for none
+  // "Expand subfolders" under way, a slice at a time: the branch, the next item in it and the one
+  // to end before.
+  uint32_t expand_top = 0;
+  uint32_t expand_next = 0;
+  uint32_t expand_end = 0;
+};
+
+HWND MakeTreePane(HWND parent, int identifier);
+// Empties the pane, then shows `tree` with its root expanded. The pane keeps both references.
+void ShowTree(TreePane& pane, const HiveImage& hive, const KeyTree& tree);
+void ClearTree(TreePane& pane);
+// Shows the root's text again, which has changed.
+void RenameRoot(TreePane& pane);
+
+// The selected item of the key tree, kNoItem for none and for the Workspace.
+uint32_t SelectedItem(const TreePane& pane);
+bool IsWorkspaceSelected(const TreePane& pane);
+// Opens the branches that lead to `item` and selects it, be they filled so far or not.
+void SelectItem(TreePane& pane, uint32_t item);
+uint32_t ItemOfHandle(const TreePane& pane, HTREEITEM handle);
+// Takes an item, which was hidden with all below it, out of the pane. Where it or an item below was
+// selected, its successor, predecessor or parent is.
+void RemoveItem(TreePane& pane, uint32_t item);
+
+// Marks these items, and those on the way to them, as different from what they are compared with;
+// none any more when there are none.
+void MarkDifferences(TreePane& pane, const std::vector<uint32_t>& items);
+
+// TVN_ITEMEXPANDING, TVN_GETDISPINFO, TVN_GETINFOTIP and NM_CUSTOMDRAW.
+void OnTreeExpanding(TreePane& pane, const NMTREEVIEWW& notice);
+void OnTreeDisplay(const TreePane& pane, NMTVDISPINFOW& notice);
+void OnTreeTip(const TreePane& pane, const NMTVGETINFOTIPW& notice);
+LRESULT OnTreeDraw(const TreePane& pane, NMTVCUSTOMDRAW& notice);
+
+// Inserts a slice of what is missing in the branches being filled; true while there is more.
+bool FillSlice(TreePane& pane);
+
+// Starts to open every branch from `item` down; ExpandSlice does the next part of it and returns
+// true while there is more. Collapsing ends it.
+void StartExpand(TreePane& pane, uint32_t item);
+bool ExpandSlice(TreePane& pane);
+void CollapseBranch(TreePane& pane, uint32_t item);
+
+}  // namespace hivequarry

@@ -1,0 +1,158 @@
+#include "ui/panes/value_pane.h"
+
+#include <algorithm>
+
+#include "hive/value_key.h"
+#include "hive/value_text.h"
+#include "ui/draw/dpi.h"
+#include "ui/frame/list_view.h"
+#include "ui/frame/text.h"
+
+namespace hivequarry {
+namespace {
+
+constexpr ListColumn kColumns[kValueColumns] = {
+    {L"Name", 220, false}, {L"Type", 130, false}, {L"Value", 360, false}, {L"Position", 96, false}};
+constexpr int kValueColumn = 2;
+constexpr int kLeastValueWidth = 160;
+constexpr int kTechnicalNameWidth = 320;  // the name is after three numbers there
+
+ValueRow MakeRow(const ValuePane& pane, int row) {
+  const auto index = static_cast<size_t>(row);
+  const size_t info_rows = pane.values.info_rows.size();
+  if (index < info_rows) return pane.values.info_rows[index];
+  return MakeValueRow(*pane.hive, pane.values.value_positions[index - info_rows], pane.options);
+}
+
+const CachedRow& RowTexts(ValuePane& pane, int row) {
+  CachedRow& cached = pane.cache[static_cast<size_t>(row) % kCachedRows];
+  if (cached.row == row) return cached;
+  const ValueRow made = MakeRow(pane, row);
+  cached.row = row;
+  cached.texts = {WindowText(made.name), WindowText(made.type), WindowText(made.data),
+                  WindowText(made.position)};
+  cached.icon = made.icon;
+  return cached;
+}
+
+void ForgetRows(ValuePane& pane) {
+  for (CachedRow& cached : pane.cache) cached.row = -1;
+}
+
+std::wstring NameOfRow(const ValuePane& pane, int row) {
+  const uint32_t position = ValueOfRow(pane, row);
+  if (position == kNoOffset) return WindowText(MakeRow(pane, row).name);
+  return WindowText(
+      ValueDisplayName(ReadValueKey(*pane.hive, position, ValueRead::kName, 0, nullptr)));
+}
+
+}  // namespace
+
+HWND MakeValuePane(HWND parent, int identifier, uint32_t dpi) {
+  const HWND list = MakeVirtualList(parent, identifier, kColumns, dpi);
+  SetWindowTextW(list, L"Values");  // what a screen reader calls it
+  return list;
+}
+
+void ClearValues(ValuePane& pane) {
+  ListView_SetItemCount(pane.window, 0);
+  pane.values = ItemValues();
+  pane.hive = nullptr;
+  ForgetRows(pane);
+}
+
+void ShowValues(ValuePane& pane, const HiveImage& hive, ItemValues values,
+                const ValueViewOptions& options) {
+  ClearValues(pane);
+  pane.hive = &hive;
+  pane.values = std::move(values);
+  pane.options = options;
+  ListView_SetItemState(pane.window, -1, 0, LVIS_SELECTED | LVIS_FOCUSED);
+  ListView_SetItemCountEx(pane.window, ValueRowCount(pane), 0);
+  if (ValueRowCount(pane) > 0) ListView_EnsureVisible(pane.window, 0, FALSE);
+}
+
+int ValueRowCount(const ValuePane& pane) {
+  return static_cast<int>(pane.values.info_rows.size() + pane.values.value_positions.size());
+}
+
+uint32_t ValueOfRow(const ValuePane& pane, int row) {
+  const auto info_rows = static_cast<int>(pane.values.info_rows.size());
+  if (row < info_rows || row >= ValueRowCount(pane)) return kNoOffset;
+  return pane.values.value_positions[static_cast<size_t>(row - info_rows)];
+}
+
+int RowOfValue(const ValuePane& pane, uint32_t position) {
+  const std::vector<uint32_t>& values = pane.values.value_positions;
+  const auto found = std::find(values.begin(), values.end(), position);
+  if (found == values.end()) return -1;
+  return static_cast<int>(pane.values.info_rows.size() +
+                          static_cast<size_t>(found - values.begin()));
+}
+
+int SelectedRow(const ValuePane& pane) {
+  const int focused = ListView_GetNextItem(pane.window, -1, LVNI_FOCUSED | LVNI_SELECTED);
+  return focused >= 0 ? focused : ListView_GetNextItem(pane.window, -1, LVNI_SELECTED);
+}
+
+void SelectAllRows(const ValuePane& pane) {
+  ListView_SetItemState(pane.window, -1, LVIS_SELECTED, LVIS_SELECTED);
+}
+
+void InvertRows(const ValuePane& pane) {
+  SendMessageW(pane.window, WM_SETREDRAW, FALSE, 0);
+  for (int row = 0; row < ValueRowCount(pane); ++row) {
+    const UINT state = ListView_GetItemState(pane.window, row, LVIS_SELECTED);
+    ListView_SetItemState(pane.window, row, state ^ LVIS_SELECTED, LVIS_SELECTED);
+  }
+  SendMessageW(pane.window, WM_SETREDRAW, TRUE, 0);
+}
+
+std::wstring SelectedText(ValuePane& pane) {
+  std::wstring text;
+  int row = -1;
+  while ((row = ListView_GetNextItem(pane.window, row, LVNI_SELECTED)) >= 0) {
+    const CachedRow& cached = RowTexts(pane, row);
+    for (size_t column = 0; column < cached.texts.size(); ++column) {
+      text += cached.texts[column];
+      text += column + 1 < cached.texts.size() ? L"\t" : L"\r\n";
+    }
+  }
+  return text;
+}
+
+void OnValueDisplay(ValuePane& pane, NMLVDISPINFOW& notice) {
+  LVITEMW& item = notice.item;
+  if (item.iItem < 0 || item.iItem >= ValueRowCount(pane)) return;
+  const CachedRow& row = RowTexts(pane, item.iItem);
+  if ((item.mask & LVIF_IMAGE) != 0) item.iImage = row.icon;
+  if ((item.mask & LVIF_TEXT) != 0 && item.iSubItem >= 0 && item.iSubItem < kValueColumns) {
+    GiveText(item, row.texts[static_cast<size_t>(item.iSubItem)].c_str());
+  }
+}
+
+int OnValueFind(const ValuePane& pane, const NMLVFINDITEMW& notice) {
+  if ((notice.lvfi.flags & (LVFI_STRING | LVFI_PARTIAL)) == 0) return -1;
+  const std::wstring start = notice.lvfi.psz;
+  const int count = ValueRowCount(pane);
+  for (int step = 0; step < count; ++step) {
+    const int row = (notice.iStart + step) % count;
+    if (StartsWith(NameOfRow(pane, row), start)) return row;
+  }
+  return -1;
+}
+
+void FitValueColumns(const ValuePane& pane, uint32_t dpi) {
+  if (pane.columns_touched) return;
+  const int name = pane.options.technical ? kTechnicalNameWidth : kColumns[0].width;
+  ListView_SetColumnWidth(pane.window, 0, Scale(name, dpi));
+  RECT area;
+  GetClientRect(pane.window, &area);
+  int room = area.right;
+  for (int column = 0; column < kValueColumns; ++column) {
+    if (column != kValueColumn) room -= ListView_GetColumnWidth(pane.window, column);
+  }
+  ListView_SetColumnWidth(pane.window, kValueColumn, std::max(room, Scale(kLeastValueWidth, dpi)));
+}
+
+}  // namespace hivequarry

@@ -1,0 +1,58 @@
+// The value pane: a virtual list over the rows of the selected tree item. Texts are made when they
+// are drawn.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <string>
+
+#include "recovery/item_values.h"
+#include "ui/draw/win.h"
+
+namespace hivequarry {
+
+inline constexpr int kValueColumns = 4;
+inline constexpr size_t kCachedRows = 128;
+
+struct CachedRow {
+  int row = -1;
+  std::array<std::wstring, kValueColumns> texts;
+  int icon = 0;
+};
+
+struct ValuePane {
+  HWND window = nullptr;
+  const HiveImage* hive = nullptr;
+  ItemValues values;
+  ValueViewOptions options;
+  std::array<CachedRow, kCachedRows> cache;  // a row has one place, by its number
+  bool columns_touched = false;              // the user's widths stay as they are
+};
+
+HWND MakeValuePane(HWND parent, int identifier, uint32_t dpi);
+// Replaces the rows; `options` are those the values were gathered with.
+void ShowValues(ValuePane& pane, const HiveImage& hive, ItemValues values,
+                const ValueViewOptions& options);
+void ClearValues(ValuePane& pane);
+int ValueRowCount(const ValuePane& pane);
+// The image position of a row's value; kNoOffset for an info row or no row.
+uint32_t ValueOfRow(const ValuePane& pane, int row);
+// The row of the value at an image position, -1 when there is none.
+int RowOfValue(const ValuePane& pane, uint32_t position);
+// The row selected and in focus, else the first selected one, -1 for none.
+int SelectedRow(const ValuePane& pane);
+
+void SelectAllRows(const ValuePane& pane);
+void InvertRows(const ValuePane& pane);
+// The texts of the selected rows, a line each, columns separated by tabs.
+std::wstring SelectedText(ValuePane& pane);
+
+// LVN_GETDISPINFO and LVN_ODFINDITEM (type to find).
+void OnValueDisplay(ValuePane& pane, NMLVDISPINFOW& notice);
+int OnValueFind(const ValuePane& pane, const NMLVFINDITEMW& notice);
+
+// Widths for the view shown: the value column takes the room that the others leave. Once the user
+// chose widths they stay.
+void FitValueColumns(const ValuePane& pane, uint32_t dpi);
+
+}  // namespace hivequarry

@@ -1,0 +1,71 @@
+#include "ui/panes/workspace.h"
+
+#include "hive/file_place.h"
+#include "hive/value_text.h"
+#include "host/host.h"
+#include "lists/list_rows.h"
+#include "recovery/root_search.h"
+#include "ui/frame/text.h"
+
+namespace hivequarry {
+namespace {
+
+const char* KindOf(const HiveImage& hive) {
+  if (!hive.header_valid) return "Fragment without a base block";
+  return hive.root_valid || hive.root_position != 0 ? "Hive" : "Hive without a root cell";
+}
+
+void AddCount(std::string& text, const char* label, uint32_t count) {
+  text += std::string(label) + ": " + std::to_string(count) + "\r\n";
+}
+
+struct Note {
+  const char* label;
+  std::string words;
+};
+
+// What of the file is not as it seems, or not there.
+std::vector<Note> NotesOn(const HiveImage& hive) {
+  std::vector<Note> notes;
+  if (std::string moved = UndoneWords(hive); !moved.empty()) notes.push_back({"Moved", moved});
+  if (const ImageCut cut = CutOf(hive); cut.at != 0) {
+    notes.push_back({"Ends early", "at " + PositionText(cut.at) + ": " + cut.reason});
+  }
+  if (hive.unread.count != 0) notes.push_back({"Not read", UnreadRangesText(hive.unread, 8)});
+  return notes;
+}
+
+}  // namespace
+
+ItemValues WorkspaceRows(const HiveImage& hive, const KeyTree& tree) {
+  ItemValues values;
+  values.info_rows.push_back(
+      {tree.root_text, KindOf(hive), NarrowText(WideFromUtf8(hive.file_name)),
+       PositionText(hive.base_offset), static_cast<int>(ValueIcon::kFolder)});
+  for (const Note& note : NotesOn(hive)) {
+    values.info_rows.push_back(
+        {note.label, "Info", note.words, "", static_cast<int>(ValueIcon::kBinary)});
+  }
+  return values;
+}
+
+std::wstring WorkspaceDetail(const HiveImage& hive, const KeyTree& tree,
+                             const ImageSummary& summary) {
+  std::string text = "Root: " + tree.root_text + "\r\n";
+  text += "Kind: " + std::string(KindOf(hive)) + "\r\n";
+  text += "Begins in the file at: " + PositionText(hive.base_offset) + "\r\n";
+  AddCount(text, "Length in bytes", LengthInFile(hive));
+  for (const Note& note : NotesOn(hive)) {
+    text += std::string(note.label) + ": " + note.words + "\r\n";
+  }
+  AddCount(text, "Blocks", summary.bins);
+  AddCount(text, "Keys", summary.keys);
+  AddCount(text, "  of them connected", summary.connected_keys);
+  AddCount(text, "  of them disconnected", summary.disconnected_keys);
+  AddCount(text, "Values", summary.values);
+  AddCount(text, "  of them disconnected", summary.disconnected_values);
+  AddCount(text, "Security records", summary.security_records);
+  return L"File: " + WideName(hive.file_name) + L"\r\n" + WindowText(text);
+}
+
+}  // namespace hivequarry

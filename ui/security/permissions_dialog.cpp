@@ -1,0 +1,136 @@
+#include "ui/security/permissions_dialog.h"
+
+#include <utility>
+
+#include "app/settings.h"
+#include "host/host.h"
+#include "live/live_lists.h"
+#include "security/sid.h"
+#include "ui/dialogs/bit_boxes.h"
+#include "ui/dialogs/list_dialogs.h"
+#include "ui/frame/modal.h"
+#include "ui/frame/text.h"
+#include "ui/resources/resource.h"
+
+namespace hivequarry {
+namespace {
+
+constexpr int kLongestSid = 519;  // as the settings keep them
+
+constexpr BitBox kRights[] = {{kRightQueryValue, 0x1},     {kRightSetValue, 0x2},
+                              {kRightCreateSubkey, 0x4},   {kRightEnumerate, 0x8},
+                              {kRightNotify, 0x10},        {kRightCreateLink, 0x20},
+                              {kRightDelete, 0x10000},     {kRightWriteDac, 0x40000},
+                              {kRightWriteOwner, 0x80000}, {kRightReadControl, 0x20000}};
+constexpr BitBox kPresets[] = {{kPermissionFull, kFullControl},
+                               {kPermissionRead, kReadRights},
+                               {kPermissionWrite, kWriteRights}};
+constexpr auto kRoots = RootBoxes(kPermissionMachine);
+
+PermissionRequest& RequestOf(HWND dialog) {
+  return *reinterpret_cast<PermissionRequest*>(GetWindowLongPtrW(dialog, DWLP_USER));
+}
+
+// The roots are those of the registry; without any there is nothing to search in.
+void ShowPlaces(HWND dialog) {
+  const bool live = IsTicked(dialog, kPermissionInRegistry);
+  for (const BitBox& box : kRoots) EnableWindow(GetDlgItem(dialog, box.control), live);
+  EnableWindow(GetDlgItem(dialog, IDOK), !live || TickedBits(dialog, kRoots) != 0);
+}
+
+void OnStart(HWND dialog, PermissionRequest& request) {
+  SetWindowLongPtrW(dialog, DWLP_USER, reinterpret_cast<LONG_PTR>(&request));
+  const PermissionQuery& query = request.query;
+  FillSidBox(dialog, kPermissionSid, query.sid);
+  CheckRadioButton(dialog, kPermissionAllow, kPermissionOther,
+                   kPermissionAllow + static_cast<int>(query.kind));
+  TickBits(dialog, kRights, query.rights);
+  CheckDlgButton(dialog, kPermissionNotInherited, query.not_inherited ? BST_CHECKED : 0);
+  const bool live = request.live || !request.hive_offered;
+  CheckRadioButton(dialog, kPermissionInHive, kPermissionInRegistry,
+                   live ? kPermissionInRegistry : kPermissionInHive);
+  EnableWindow(GetDlgItem(dialog, kPermissionInHive), request.hive_offered);
+  TickBits(dialog, kRoots, request.live_roots);
+  ShowPlaces(dialog);
+}
+
+AceKind KindChosen(HWND dialog) {
+  int kind = 0;
+  while (kind < static_cast<int>(AceKind::kOther) && !IsTicked(dialog, kPermissionAllow + kind)) {
+    ++kind;
+  }
+  return static_cast<AceKind>(kind);
+}
+
+void TakeRequest(HWND dialog) {
+  PermissionRequest& request = RequestOf(dialog);
+  if (!TakeSid(dialog, kPermissionSid, true, request.query.sid)) return;
+  request.query.kind = KindChosen(dialog);
+  request.query.rights = TickedBits(dialog, kRights);
+  request.query.not_inherited = IsTicked(dialog, kPermissionNotInherited);
+  request.live = IsTicked(dialog, kPermissionInRegistry);
+  request.live_roots = TickedBits(dialog, kRoots);
+  EndDialog(dialog, IDOK);
+}
+
+void OnCommand(HWND dialog, int control) {
+  for (const BitBox& preset : kPresets) {
+    if (control == preset.control) return TickBits(dialog, kRights, preset.bits);
+  }
+  if (control >= kPermissionInHive && control <= kPermissionConfig) return ShowPlaces(dialog);
+  if (control == IDOK) TakeRequest(dialog);
+  if (control == IDCANCEL) EndDialog(dialog, IDCANCEL);
+}
+
+INT_PTR CALLBACK PermissionsProc(HWND dialog, UINT message, WPARAM first, LPARAM second) {
+  if (message == WM_INITDIALOG) {
+    OnStart(dialog, *reinterpret_cast<PermissionRequest*>(second));
+    return TRUE;
+  }
+  if (message != WM_COMMAND) return FALSE;
+  OnCommand(dialog, LOWORD(first));
+  return TRUE;
+}
+
+std::string Trimmed(const std::string& text) {
+  const size_t start = text.find_first_not_of(" \t");
+  if (start == std::string::npos) return {};
+  return text.substr(start, text.find_last_not_of(" \t") - start + 1);
+}
+
+}  // namespace
+
+bool AskPermissions(HWND owner, PermissionRequest& request) {
+  PermissionRequest wanted = request;
+  const ModalTurn turn(owner);
+  if (DialogBoxParamW(GetModuleHandleW(nullptr), L"PERMISSIONSDLG", owner, PermissionsProc,
+                      reinterpret_cast<LPARAM>(&wanted)) != IDOK) {
+    return false;
+  }
+  request = std::move(wanted);
+  const std::string& sid = request.query.sid;
+  if (!sid.empty()) AddToHistory(TheSettings().histories.sids, sid);
+  return true;
+}
+
+void FillSidBox(HWND dialog, int control, const std::string& sid) {
+  const HWND box = GetDlgItem(dialog, control);
+  ComboBox_LimitText(box, kLongestSid);
+  for (const std::string& used : TheSettings().histories.sids) {
+    ComboBox_AddString(box, WindowText(used).c_str());
+  }
+  SetWindowTextW(box, WindowText(sid).c_str());
+}
+
+bool TakeSid(HWND dialog, int control, bool optional, std::string& sid) {
+  const std::string text = Trimmed(ControlText(dialog, control));
+  if (text.empty() ? optional : !SidOfText(text).empty()) {
+    sid = text;
+    return true;
+  }
+  ShowMessage("Please specify a valid SID !", kProgramName, Icon::kExclamation);
+  SetFocus(GetDlgItem(dialog, control));
+  return false;
+}
+
+}  // namespace hivequarry
