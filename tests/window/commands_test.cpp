@@ -12,9 +12,9 @@
 #include "tests/window/window_fixture.h"
 #include "ui/dialogs/list_dialogs.h"
 #include "ui/frame/text.h"
-#include "ui/lists/list_commands.h"
 #include "ui/lists/list_window.h"
 #include "ui/main/program.h"
+#include "view/list_commands.h"
 
 namespace hivequarry::testing {
 namespace {

@@ -8,8 +8,9 @@
 #include "app/settings.h"
 #include "host/long_operation.h"
 #include "tests/window/window_fixture.h"
+#include "ui/commands/command_handlers.h"
 #include "ui/frame/text.h"
-#include "ui/lists/list_commands.h"
+#include "view/list_commands.h"
 
 namespace hivequarry::testing {
 namespace {
@@ -99,7 +100,7 @@ TEST(Commands, RowsAreWhole) {
   for (const Command& command : Commands()) {
     SCOPED_TRACE(command.number);
     EXPECT_TRUE(numbers.insert(command.number).second);
-    EXPECT_NE(command.handler, nullptr);
+    EXPECT_NE(HandlerOf(command.number), nullptr);
     for (const Accelerator& key : {command.accelerator, command.second_accelerator}) {
       EXPECT_TRUE(key.key == 0 || keys.insert({key.key, key.modifiers}).second);
     }

@@ -8,9 +8,9 @@
 #include "app/settings.h"
 #include "lists/output_list.h"
 #include "tests/window/window_fixture.h"
-#include "ui/lists/list_commands.h"
 #include "ui/lists/list_place.h"
 #include "ui/lists/list_window.h"
+#include "view/list_commands.h"
 
 namespace hivequarry::testing {
 

@@ -7,9 +7,9 @@
 #include "ui/dialogs/list_dialogs.h"
 #include "ui/frame/list_view.h"
 #include "ui/lists/block_window.h"
-#include "ui/lists/list_commands.h"
 #include "ui/lists/list_saving.h"
 #include "ui/main/main_window.h"
+#include "view/list_commands.h"
 
 namespace hivequarry {
 namespace {
@@ -96,7 +96,7 @@ void OnPreviousPane(MainWindow& window) { FocusNextPane(window, true); }
 
 void OnBlockList(MainWindow& window) { ShowBlockList(window); }
 
-void RunOutputCommand(MainWindow& window, uint16_t number) {
+void RunOutputCommand(MainWindow& window, CommandNumber number) {
   RunListCommand(window.output, number);
 }
 

@@ -5,6 +5,8 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "view/command_numbers.h"
+
 namespace hivequarry {
 
 struct MainWindow;
@@ -43,8 +45,8 @@ void OnListFreedKeys(MainWindow& window);
 void OnListFreedValues(MainWindow& window);
 
 // The list command of that number, for the Output List pane.
-void RunOutputCommand(MainWindow& window, uint16_t number);
-template <uint16_t kNumber>
+void RunOutputCommand(MainWindow& window, CommandNumber number);
+template <CommandNumber kNumber>
 void OnListCommand(MainWindow& window) {
   RunOutputCommand(window, kNumber);
 }

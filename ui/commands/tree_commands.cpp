@@ -10,9 +10,9 @@
 #include "recovery/root_search.h"
 #include "ui/commands/handlers.h"
 #include "ui/frame/text.h"
-#include "ui/lists/list_commands.h"
 #include "ui/main/main_window.h"
 #include "ui/panes/tree_find.h"
+#include "view/list_commands.h"
 
 namespace hivequarry {
 namespace {
@@ -60,7 +60,7 @@ void AskAndSearch(MainWindow& window) {
   StartSearch(window, choice.down);
 }
 
-void SearchAgain(MainWindow& window, bool down, uint16_t list_command) {
+void SearchAgain(MainWindow& window, bool down, CommandNumber list_command) {
   if (window.arrangement == kOutputArrangement) return RunOutputCommand(window, list_command);
   window.tree_find.text.empty() ? AskAndSearch(window) : StartSearch(window, down);
 }

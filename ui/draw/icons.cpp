@@ -5,11 +5,11 @@
 
 #include "hive/value_text.h"
 #include "recovery/item_values.h"
-#include "ui/commands/commands.h"
 #include "ui/draw/canvas.h"
 #include "ui/draw/icon_shapes.h"
 #include "ui/draw/tool_icons.h"
 #include "ui/draw/tree_icons.h"
+#include "view/commands.h"
 
 namespace hivequarry {
 namespace {

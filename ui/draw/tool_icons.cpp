@@ -2,8 +2,8 @@
 
 #include <iterator>
 
-#include "ui/commands/commands.h"
 #include "ui/draw/icon_shapes.h"
+#include "view/commands.h"
 
 namespace hivequarry {
 namespace {

@@ -2,7 +2,7 @@
 
 namespace hivequarry {
 
-TBBUTTON ToolButton(ToolIcon icon, uint16_t number, BYTE style) {
+TBBUTTON ToolButton(ToolIcon icon, CommandNumber number, BYTE style) {
   TBBUTTON button{};
   button.iBitmap = static_cast<int>(icon);
   button.idCommand = number;
@@ -32,7 +32,7 @@ HWND MakeToolbarControl(HWND parent, int identifier, DWORD style,
   return toolbar;
 }
 
-void EnableToolButton(HWND toolbar, uint16_t number, bool on) {
+void EnableToolButton(HWND toolbar, CommandNumber number, bool on) {
   SendMessageW(toolbar, TB_ENABLEBUTTON, number, MAKELPARAM(on ? TRUE : FALSE, 0));
 }
 

@@ -3,18 +3,18 @@
 
 #include <span>
 
-#include "ui/commands/commands.h"
 #include "ui/draw/win.h"
+#include "view/commands.h"
 
 namespace hivequarry {
 
 inline constexpr int kToolButtonSide = 30;  // at 96 dpi
 
-TBBUTTON ToolButton(ToolIcon icon, uint16_t number, BYTE style);
+TBBUTTON ToolButton(ToolIcon icon, CommandNumber number, BYTE style);
 TBBUTTON ToolGap();
 // A toolbar that its parent places; null when it can't be had.
 HWND MakeToolbarControl(HWND parent, int identifier, DWORD style,
                         std::span<const TBBUTTON> buttons);
-void EnableToolButton(HWND toolbar, uint16_t number, bool on);
+void EnableToolButton(HWND toolbar, CommandNumber number, bool on);
 
 }  // namespace hivequarry

@@ -10,11 +10,11 @@
 #include "recovery/root_search.h"
 #include "reports/file_pieces.h"
 #include "reports/freed_find.h"
-#include "ui/lists/list_commands.h"
 #include "ui/lists/list_handlers.h"
 #include "ui/lists/list_work.h"
 #include "ui/lists/raw_view.h"
 #include "ui/main/main_window.h"
+#include "view/list_commands.h"
 
 namespace hivequarry {
 namespace {

@@ -9,8 +9,8 @@
 
 #include "ui/frame/text.h"
 #include "ui/frame/tool_buttons.h"
-#include "ui/lists/list_commands.h"
 #include "ui/main/main_window.h"
+#include "view/list_commands.h"
 
 namespace hivequarry {
 namespace {

@@ -1,8 +1,8 @@
 // The keys of a list window: those of its commands, and the way from child to child.
 #include "host/long_operation.h"
-#include "ui/lists/list_commands.h"
 #include "ui/lists/list_frame.h"
 #include "ui/lists/list_window.h"
+#include "view/list_commands.h"
 
 namespace hivequarry {
 namespace {
@@ -20,9 +20,16 @@ bool IsTextKey(HWND focus, WPARAM key) {
   return GetDlgCtrlID(focus) == kListSourceId && (key == 'A' || key == 'C');
 }
 
+bool IsKey(const Accelerator& accelerator, WPARAM key, uint8_t modifiers) {
+  return accelerator.key == key && accelerator.modifiers == modifiers;
+}
+
 bool RunKey(ListPlace& place, WPARAM key, uint8_t modifiers) {
   for (const ListCommand& command : ListCommands()) {
-    if (command.accelerator.key != key || command.accelerator.modifiers != modifiers) continue;
+    if (!IsKey(command.accelerator, key, modifiers) &&
+        !IsKey(command.second_accelerator, key, modifiers)) {
+      continue;
+    }
     RunListCommand(place, command.number);
     return true;
   }

@@ -5,9 +5,11 @@
 
 #include "host/long_operation.h"
 #include "ui/frame/text.h"
-#include "ui/lists/list_commands.h"
+#include "ui/lists/list_command_handlers.h"
 #include "ui/lists/list_place.h"
+#include "ui/live/compare_commands.h"
 #include "ui/main/main_window.h"
+#include "view/list_commands.h"
 
 namespace hivequarry {
 namespace {
@@ -18,39 +20,34 @@ bool HasPosition(const ListPlace& place) {
          RowHasDatum(*place.model, ModelRow(place, static_cast<uint32_t>(focused)));
 }
 
-bool HasNeeds(ListNeeds needs, const ListPlace& place) {
-  const bool rows = ShownRowCount(place) != 0;
-  switch (needs) {
-    case ListNeeds::kNothing:
-      return true;
-    case ListNeeds::kRows:
-      return rows;
-    case ListNeeds::kSelection:
-      return rows && HasSelection(place);
-    case ListNeeds::kFocus:
-    case ListNeeds::kRoots:
-      return rows && HasPosition(place);
-    case ListNeeds::kPieces:
-      return rows && !ListSource(*place.model).empty();
-    case ListNeeds::kRunning:
-      return TheLongOperation().running != 0 || TheLongOperation().backup || IsSelecting(place);
-    case ListNeeds::kAgain:
-      return place.again != nullptr && place.owner->slot >= 0;
-  }
-  return false;
-}
-
 // A worker's result that was not taken yet counts as its work.
-CommandFacts FactsOfPlace(const ListPlace& place) {
-  CommandFacts facts;
-  facts.running = TheLongOperation().running != 0 || place.working || IsSelecting(place);
-  facts.backup = TheLongOperation().backup;
+ListFacts FactsOfPlace(const ListPlace& place) {
+  const LongOperation& operation = TheLongOperation();
+  const bool selecting = IsSelecting(place);
+  ListFacts facts;
+  facts.busy = operation.running != 0 || place.working || selecting;
+  facts.backup = operation.backup;
+  facts.stoppable = operation.running != 0 || facts.backup || selecting;
+  facts.hive = place.owner->slot >= 0;
+  facts.rows = ShownRowCount(place) != 0;
+  facts.row_selected = facts.rows && HasSelection(place);
+  facts.position = facts.rows && HasPosition(place);
+  facts.source = !ListSource(*place.model).empty();
+  facts.again = place.again != nullptr;
+  facts.kind = ListKindOf(*place.model);
   return facts;
 }
 
-bool IsAvailable(const ListCommand& command, const ListPlace& place) {
-  return PassesGuard(command.guard, FactsOfPlace(place)) &&
-         IsListAbout(command.about, ListKindOf(*place.model)) && HasNeeds(command.needs, place);
+bool IsOn(ListSwitch what) {
+  switch (what) {
+    case ListSwitch::kNone:
+      return false;
+    case ListSwitch::kOnlyMissing:
+      return ListsOnlyMissing();
+    case ListSwitch::kOnlyDifferent:
+      return ListsOnlyDifferent();
+  }
+  return false;
 }
 
 // The menu that holds a command, with the separator that is before its group.
@@ -78,7 +75,7 @@ HMENU SubMenuOf(MenuBuilder& builder, const ListCommand& command) {
 void AppendCommand(MenuBuilder& builder, const ListCommand& command, bool available) {
   const HMENU menu = command.submenu == nullptr ? builder.menu : SubMenuOf(builder, command);
   if (command.group_start) StartGroup(menu);
-  const bool checked = command.checked != nullptr && command.checked();
+  const bool checked = IsOn(command.checked);
   AppendMenuW(
       menu,
       MF_STRING | (available ? MF_ENABLED : MF_GRAYED) | (checked ? MF_CHECKED : MF_UNCHECKED),
@@ -102,19 +99,21 @@ POINT FocusPoint(const ListPlace& place) {
 
 bool IsListCommandAvailable(const ListPlace& place, uint32_t number) {
   const ListCommand* command = FindListCommand(number);
-  return command != nullptr && IsAvailable(*command, place);
+  return command != nullptr && IsAvailable(*command, FactsOfPlace(place));
 }
 
 void RunListCommand(ListPlace& place, uint32_t number) {
   const ListCommand* command = FindListCommand(number);
-  if (command != nullptr && IsAvailable(*command, place)) command->handler(place);
+  if (command != nullptr && IsAvailable(*command, FactsOfPlace(place)))
+    ListHandlerOf(command->number)(place);
 }
 
 HMENU MakeListMenu(const ListPlace& place) {
+  const ListFacts facts = FactsOfPlace(place);
   MenuBuilder builder{CreatePopupMenu(), {}};
   for (const ListCommand& command : ListCommands()) {
-    if (command.text == nullptr || !IsListAbout(command.about, ListKindOf(*place.model))) continue;
-    AppendCommand(builder, command, IsAvailable(command, place));
+    if (command.text == nullptr || !IsListAbout(command.about, facts.kind)) continue;
+    AppendCommand(builder, command, IsAvailable(command, facts));
   }
   return builder.menu;
 }

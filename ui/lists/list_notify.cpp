@@ -3,9 +3,9 @@
 
 #include "ui/frame/list_view.h"
 #include "ui/frame/text.h"
-#include "ui/lists/list_commands.h"
 #include "ui/lists/list_place.h"
 #include "ui/lists/list_sorting.h"
+#include "view/list_commands.h"
 
 namespace hivequarry {
 namespace {

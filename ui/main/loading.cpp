@@ -7,10 +7,10 @@
 #include "host/long_operation.h"
 #include "host/memory.h"
 #include "lists/list_report.h"
-#include "ui/lists/list_commands.h"
 #include "ui/live/compare_commands.h"
 #include "ui/main/main_window.h"
 #include "ui/main/window_settings.h"
+#include "view/list_commands.h"
 
 namespace hivequarry {
 namespace {

@@ -5,6 +5,7 @@
 #include "app/settings.h"
 #include "hive/key_node.h"
 #include "host/long_operation.h"
+#include "ui/commands/command_handlers.h"
 #include "ui/draw/win.h"
 #include "ui/frame/frame_window.h"
 #include "ui/frame/help.h"
@@ -363,7 +364,7 @@ CommandFacts FactsNow(const MainWindow& window) {
 void RunCommand(MainWindow& window, uint32_t number) {
   const Command* command = FindCommand(Commands(), number);
   if (command == nullptr || !IsAvailable(*command, FactsNow(window))) return;
-  window.on_command ? window.on_command(*command) : command->handler(window);
+  window.on_command ? window.on_command(*command) : HandlerOf(command->number)(window);
 }
 
 }  // namespace hivequarry

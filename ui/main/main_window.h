@@ -14,7 +14,6 @@
 #include "hive/key_tree.h"
 #include "recovery/image_tree.h"
 #include "security/descriptor.h"
-#include "ui/commands/commands.h"
 #include "ui/dialogs/find_dialog.h"
 #include "ui/draw/dpi.h"
 #include "ui/draw/icons.h"
@@ -26,6 +25,7 @@
 #include "ui/panes/tree_pane.h"
 #include "ui/panes/value_pane.h"
 #include "ui/panes/value_threads.h"
+#include "view/commands.h"
 
 namespace hivequarry {
 

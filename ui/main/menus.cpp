@@ -5,8 +5,8 @@
 
 #include "app/settings.h"
 #include "ui/frame/text.h"
-#include "ui/lists/list_commands.h"
 #include "ui/main/main_window.h"
+#include "view/list_commands.h"
 
 namespace hivequarry {
 namespace {
@@ -82,7 +82,7 @@ BYTE AcceleratorFlags(uint8_t modifiers) {
   return flags;
 }
 
-void AddKey(const Accelerator& accelerator, uint16_t number, std::vector<ACCEL>& keys) {
+void AddKey(const Accelerator& accelerator, CommandNumber number, std::vector<ACCEL>& keys) {
   if (accelerator.key == 0) return;
   keys.push_back({AcceleratorFlags(accelerator.modifiers), accelerator.key, number});
 }
@@ -114,7 +114,9 @@ HACCEL MakeAccelerators() {
 HACCEL MakeListAccelerators() {
   std::vector<ACCEL> keys;
   for (const ListCommand& command : ListCommands()) {
-    if (command.number != kCommandExit) AddKey(command.accelerator, command.number, keys);
+    if (command.number == kCommandExit) continue;
+    AddKey(command.accelerator, command.number, keys);
+    AddKey(command.second_accelerator, command.number, keys);
   }
   return MakeTable(keys);
 }
@@ -147,7 +149,7 @@ void FillRecentMenu(HMENU menu) {
 
 HMENU MakeContextMenu(MainWindow& window, CommandPlace place) {
   const HMENU menu = CreatePopupMenu();
-  for (const uint16_t number : CommandsIn(place)) {
+  for (const CommandNumber number : CommandsIn(place)) {
     const Command* command = FindCommand(Commands(), number);
     if (command == nullptr) {
       StartGroup(menu);

@@ -17,7 +17,7 @@ TBBUTTON ButtonOf(const Command* command) {
 
 std::vector<TBBUTTON> ToolButtons() {
   std::vector<TBBUTTON> buttons;
-  for (const uint16_t number : CommandsIn(CommandPlace::kToolbar)) {
+  for (const CommandNumber number : CommandsIn(CommandPlace::kToolbar)) {
     buttons.push_back(ButtonOf(FindCommand(Commands(), number)));
   }
   return buttons;
@@ -51,7 +51,7 @@ int WrapToolbar(const MainWindow& window, int width) {
 
 void UpdateToolbar(MainWindow& window) {
   const CommandFacts facts = FactsNow(window);
-  for (const uint16_t number : CommandsIn(CommandPlace::kToolbar)) {
+  for (const CommandNumber number : CommandsIn(CommandPlace::kToolbar)) {
     const Command* command = FindCommand(Commands(), number);
     if (command == nullptr) continue;
     EnableToolButton(window.toolbar, command->number, IsAvailable(*command, facts));

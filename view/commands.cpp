@@ -1,4 +1,8 @@
-#include "ui/commands/commands.h"
+#include "view/commands.h"
+
+#include <iterator>
+
+#include "view/command_table.h"
 
 namespace hivequarry {
 namespace {
@@ -26,7 +30,31 @@ bool HasNeeds(const Command& command, const CommandFacts& facts) {
   }
 }
 
+// Each row has a number of its own, and what is offered anywhere has a row.
+consteval bool TableIsWhole() {
+  for (const Command& row : kCommandTable) {
+    for (const Command& other : kCommandTable) {
+      if (&row != &other && row.number == other.number) return false;
+    }
+  }
+  for (const auto& place : kCommandPlaces) {
+    for (const CommandNumber number : place) {
+      bool known = number == kGroupGap;
+      for (const Command& row : kCommandTable) known = known || row.number == number;
+      if (!known) return false;
+    }
+  }
+  return true;
+}
+static_assert(TableIsWhole());
+
 }  // namespace
+
+std::span<const Command> Commands() { return kCommandTable; }
+
+std::span<const CommandNumber> CommandsIn(CommandPlace place) {
+  return kCommandPlaces[static_cast<size_t>(place)];
+}
 
 const Command* FindCommand(std::span<const Command> commands, uint32_t number) {
   for (const Command& command : commands) {

@@ -1,89 +1,14 @@
-// The commands of the desktop program: one row each, from which the menus, the toolbar, the
-// accelerators and the guards are made. Knows nothing of windows.
+// The commands of the main window: what each is called, where it is offered, which keys it has and
+// when it may be carried out. Menus, toolbar, accelerators and guards are made from these rows;
+// what a command does is said in ui/commands/command_handlers.cpp.
 #pragma once
 
 #include <cstdint>
 #include <span>
 
+#include "view/command_numbers.h"
+
 namespace hivequarry {
-
-struct MainWindow;
-using CommandHandler = void (*)(MainWindow& window);
-
-// Command numbers that code outside the table names.
-inline constexpr uint16_t kCommandOpen = 1400;
-inline constexpr uint16_t kCommandResizeColumns = 1445;
-inline constexpr uint16_t kCommandStop = 1460;
-inline constexpr uint16_t kCommandExit = 1470;
-inline constexpr uint16_t kCommandOutputList = 1502;
-inline constexpr uint16_t kCommandLastPane = 1503;
-inline constexpr uint16_t kCommandTreeFindNext = 1507;
-inline constexpr uint16_t kCommandTreeFindPrevious = 1508;
-inline constexpr uint16_t kCommandAbout = 1542;
-inline constexpr uint16_t kCommandToggleView = 1544;
-inline constexpr uint16_t kCommandTechnicalView = 9001;
-inline constexpr uint16_t kCommandCellDetails = 9002;
-inline constexpr uint16_t kCommandDetailPane = 9003;
-inline constexpr uint16_t kCommandBlockList = 9004;
-inline constexpr uint16_t kCommandListBlockRuns = 9005;
-inline constexpr uint16_t kCommandListRoots = 9006;
-inline constexpr uint16_t kCommandListKeys = 9007;
-inline constexpr uint16_t kCommandListValues = 9008;
-inline constexpr uint16_t kCommandListLostValues = 9009;
-inline constexpr uint16_t kCommandCopyKeyName = 9010;
-inline constexpr uint16_t kCommandExpand = 9011;
-inline constexpr uint16_t kCommandCollapse = 9012;
-inline constexpr uint16_t kCommandValueDetails = 9013;
-inline constexpr uint16_t kCommandCurrentBranch = 9014;
-inline constexpr uint16_t kCommandDeleteKeys = 9015;
-inline constexpr uint16_t kCommandShowAllKeys = 9016;
-inline constexpr uint16_t kCommandSelectAllValues = 9017;
-inline constexpr uint16_t kCommandInvertValues = 9018;
-inline constexpr uint16_t kCommandCopyValues = 9019;
-inline constexpr uint16_t kCommandNextPane = 9020;
-inline constexpr uint16_t kCommandPreviousPane = 9021;
-inline constexpr uint16_t kCommandSaveValue = 9022;
-inline constexpr uint16_t kCommandListEdits = 9023;
-inline constexpr uint16_t kCommandTakeBackAll = 9024;
-inline constexpr uint16_t kCommandRawPosition = 9025;
-inline constexpr uint16_t kCommandRawKey = 9026;
-inline constexpr uint16_t kCommandRawValue = 9027;
-inline constexpr uint16_t kCommandTakeBackEdit = 9028;
-inline constexpr uint16_t kCommandAddressBar = 9029;
-inline constexpr uint16_t kCommandSearchBranch = 9030;
-inline constexpr uint16_t kCommandUsedRecords = 9031;
-inline constexpr uint16_t kCommandPermissions = 9032;
-inline constexpr uint16_t kCommandKeyOwners = 9033;
-inline constexpr uint16_t kCommandRecordsOfKeys = 9034;
-inline constexpr uint16_t kCommandLocalGroups = 9035;
-inline constexpr uint16_t kCommandReplaceSid = 9036;
-inline constexpr uint16_t kCommandListFreedKeys = 9037;
-inline constexpr uint16_t kCommandListFreedValues = 9038;
-inline constexpr uint16_t kCommandHiveRoot = 9039;
-inline constexpr uint16_t kCommandReport = 9040;      // and one for each further report
-inline constexpr uint16_t kCommandLiveReport = 9060;  // likewise, of the live registry
-inline constexpr uint16_t kCommandSearchWorkspace = 1415;
-inline constexpr uint16_t kCommandOpenSnapshot = 1405;
-inline constexpr uint16_t kCommandLoadHive = 1435;
-inline constexpr uint16_t kCommandUnloadHive = 1436;
-inline constexpr uint16_t kCommandRootSnapshots = 1498;
-inline constexpr uint16_t kCommandKeySnapshot = 1499;
-inline constexpr uint16_t kCommandExportHive = 1419;
-inline constexpr uint16_t kCommandKeyDates = 1421;
-inline constexpr uint16_t kCommandSearchRegistry = 1422;
-inline constexpr uint16_t kCommandListSecurity = 7043;
-inline constexpr uint16_t kCommandListAces = 7045;
-inline constexpr uint16_t kCommandCompareDisplayed = 4141;
-inline constexpr uint16_t kCommandCompareFolder = 4143;
-inline constexpr uint16_t kCommandCompareWorkspace = 9301;
-inline constexpr uint16_t kCommandGoToRegedit = 9302;
-inline constexpr uint16_t kCommandExportFolder = 9303;
-inline constexpr uint16_t kCommandMergeFolder = 9304;
-inline constexpr uint16_t kCommandSecurityRecord = 9305;
-inline constexpr uint16_t kCommandAddToBookmarks = 9306;
-inline constexpr uint16_t kCommandEditValue = 9307;
-inline constexpr uint16_t kCommandRecentHive = 9101;  // and the six after it
-inline constexpr uint16_t kRecentHives = 7;
 
 // When a command is refused, always without a word.
 enum class Guard : uint8_t {
@@ -158,9 +83,8 @@ enum class CommandPlace : uint8_t {
   kPathMenu,
   kCount
 };
-inline constexpr uint16_t kGroupGap = 0;  // is between two groups of command numbers
-// The numbers offered there, in order.
-std::span<const uint16_t> CommandsIn(CommandPlace place);
+// The commands offered there, in order, kGroupGap between their groups.
+std::span<const CommandNumber> CommandsIn(CommandPlace place);
 
 // Pictures of the toolbar, in the order of its image list.
 enum class ToolIcon : int8_t {
@@ -195,7 +119,7 @@ enum class ToolIcon : int8_t {
 };
 
 struct Command {
-  uint16_t number = 0;
+  CommandNumber number = kGroupGap;
   // Titles of the main menu and its sub menus, joined by '>'; null: in no menu.
   const char* menu = nullptr;
   const char* text = "";               // item text with its mnemonic, the keys after a tab
@@ -210,7 +134,6 @@ struct Command {
   Needs needs = Needs::kNothing;
   // The fact that its check mark shows; null: no check mark.
   bool CommandFacts::*checked = nullptr;
-  CommandHandler handler = nullptr;
 };
 
 // All commands, those of the main menu in its order.

@@ -1,0 +1,167 @@
+#include "ui/commands/command_handlers.h"
+
+#include <algorithm>
+#include <iterator>
+
+#include "ui/commands/bookmarks_dialog.h"
+#include "ui/commands/edit_commands.h"
+#include "ui/commands/export_commands.h"
+#include "ui/commands/handlers.h"
+#include "ui/commands/misc_commands.h"
+#include "ui/commands/recent_keys_dialog.h"
+#include "ui/commands/report_commands.h"
+#include "ui/commands/root_dialog.h"
+#include "ui/commands/search_commands.h"
+#include "ui/lists/raw_view.h"
+#include "ui/live/backup_dialog.h"
+#include "ui/live/compare_commands.h"
+#include "ui/live/merge_commands.h"
+#include "ui/live/mount_dialogs.h"
+#include "ui/live/regedit_commands.h"
+#include "ui/live/snapshot_commands.h"
+#include "ui/main/address_bar.h"
+#include "ui/security/security_commands.h"
+#include "view/command_table.h"
+#include "view/list_commands.h"
+
+namespace hivequarry {
+namespace {
+
+struct CommandRoute {
+  CommandNumber number;
+  CommandHandler handler;
+};
+constexpr CommandRoute kRoutes[] = {
+    {kCommandOpen, OnOpenFile},
+    {kCommandRecreateHive, OnNothing},
+    {kCommandExportHive, OnExportHive},
+    {kCommandHiveRoot, OnHiveRoot},
+    {kCommandListSecurity, OnListSecurityRecords},
+    {kCommandListAces, OnListAces},
+    {kCommandUsedRecords, OnListUsedRecords},
+    {kCommandKeyOwners, OnListKeyOwners},
+    {kCommandRecordsOfKeys, OnListRecordKeys},
+    {kCommandPermissions, OnFindKeysWithPermissions},
+    {kCommandReplaceSid, OnReplaceSid},
+    {kCommandLocalGroups, OnListLocalGroups},
+    {kCommandLoadHive, OnLoadHive},
+    {kCommandUnloadHive, OnUnloadHive},
+    {kCommandRecentHive, OnRecentHive<0>},
+    {NumberInRange(kCommandRecentHive, 1), OnRecentHive<1>},
+    {NumberInRange(kCommandRecentHive, 2), OnRecentHive<2>},
+    {NumberInRange(kCommandRecentHive, 3), OnRecentHive<3>},
+    {NumberInRange(kCommandRecentHive, 4), OnRecentHive<4>},
+    {NumberInRange(kCommandRecentHive, 5), OnRecentHive<5>},
+    {NumberInRange(kCommandRecentHive, 6), OnRecentHive<6>},
+    {kCommandExit, OnExit},
+    {kCommandCompareFolder, OnCompareFolder},
+    {kCommandCompareDisplayed, OnCompareDisplayed},
+    {kCommandSearchRegistry, OnSearchRegistry},
+    {kCommandBackupRegistry, OnBackupRegistry},
+    {kCommandReplaceHives, OnReplaceHives},
+    {LiveReportNumber(Report::kUninstall), OnLiveReport<Report::kUninstall>},
+    {LiveReportNumber(Report::kCountKeys), OnLiveReport<Report::kCountKeys>},
+    {LiveReportNumber(Report::kKeyFiles), OnLiveReport<Report::kKeyFiles>},
+    {LiveReportNumber(Report::kFiles), OnLiveReport<Report::kFiles>},
+    {kCommandSearchBranch, OnSearchBranch},
+    {kCommandSearchWorkspace, OnSearchWorkspace},
+    {kCommandKeyDates, OnKeyDates},
+    {ReportNumber(Report::kServices), OnReport<Report::kServices>},
+    {ReportNumber(Report::kUninstall), OnReport<Report::kUninstall>},
+    {ReportNumber(Report::kClasses), OnReport<Report::kClasses>},
+    {ReportNumber(Report::kProgIds), OnReport<Report::kProgIds>},
+    {ReportNumber(Report::kOpenWith), OnReport<Report::kOpenWith>},
+    {ReportNumber(Report::kKeyFiles), OnReport<Report::kKeyFiles>},
+    {ReportNumber(Report::kFiles), OnReport<Report::kFiles>},
+    {ReportNumber(Report::kCountKeys), OnReport<Report::kCountKeys>},
+    {ReportNumber(Report::kOpenSaveMru), OnReport<Report::kOpenSaveMru>},
+    {ReportNumber(Report::kStreamMru), OnReport<Report::kStreamMru>},
+    {kCommandToggleView, OnToggleView},
+    {kCommandResizeColumns, OnResizeColumns},
+    {kCommandTechnicalView, OnTechnicalView},
+    {kCommandCellDetails, OnCellDetails},
+    {kCommandDetailPane, OnDetailPane},
+    {kCommandBlockList, OnBlockList},
+    {kCommandListBlockRuns, OnListBlockRuns},
+    {kCommandListRoots, OnListRoots},
+    {kCommandListKeys, OnListKeys},
+    {kCommandListValues, OnListValues},
+    {kCommandListLostValues, OnListLostValues},
+    {kCommandListFreedKeys, OnListFreedKeys},
+    {kCommandListFreedValues, OnListFreedValues},
+    {kCommandListEdits, OnListEdits},
+    {kCommandTakeBackAll, OnTakeBackAllEdits},
+    {kCommandRawPosition, OnRawPosition},
+    {kCommandHelp, OnHelp},
+    {kCommandOptions, OnOptions},
+    {kCommandBookmarks, OnBookmarks},
+    {kCommandAbout, OnAbout},
+    {kCommandOpenSnapshot, OnOpenSnapshot},
+    {kCommandRecentKeys, OnRecentKeys},
+    {kCommandRootSnapshots, OnRootSnapshots},
+    {kCommandKeySnapshot, OnKeySnapshot},
+    {kCommandOutputList, OnOutputListButton},
+    {kCommandLastPane, OnLastPane},
+    {kCommandStop, OnStop},
+    {kCommandSaveListText, OnListCommand<kCommandSaveListText>},
+    {kCommandSaveReport, OnListCommand<kCommandSaveReport>},
+    {kCommandLoadReport, OnListCommand<kCommandLoadReport>},
+    {kCommandCopyList, OnListCommand<kCommandCopyList>},
+    {kCommandPrintList, OnListCommand<kCommandPrintList>},
+    {kCommandListNotepad, OnListCommand<kCommandListNotepad>},
+    {kCommandCopyFirstColumn, OnListCommand<kCommandCopyFirstColumn>},
+    {kCommandFindNext, OnListCommand<kCommandFindNext>},
+    {kCommandFindPrevious, OnListCommand<kCommandFindPrevious>},
+    {kCommandClearList, OnListCommand<kCommandClearList>},
+    {kCommandFindInList, OnFind},
+    {kCommandTreeFindNext, OnFindNext},
+    {kCommandTreeFindPrevious, OnFindPrevious},
+    {kCommandCurrentBranch, OnCurrentBranch},
+    {kCommandExpand, OnExpandSubfolders},
+    {kCommandCollapse, OnCollapseSubfolders},
+    {kCommandCopyKeyName, OnCopyKeyName},
+    {kCommandOpenValidRoot, OnOpenValidRoot},
+    {kCommandOpenKey, OnOpenKey},
+    {kCommandDeleteKeys, OnDeleteKeys},
+    {kCommandShowAllKeys, OnShowAllKeys},
+    {kCommandCompareWorkspace, OnCompareWorkspace},
+    {kCommandGoToRegedit, OnGoToRegedit},
+    {kCommandExportFolder, OnExportFolder},
+    {kCommandMergeFolder, OnMergeFolder},
+    {kCommandSecurityRecord, OnSecurityRecord},
+    {kCommandKeysOfRecord, OnKeysOfKeysRecord},
+    {kCommandKeysOfOwner, OnKeysOfKeysOwner},
+    {kCommandAddToBookmarks, OnAddToBookmarks},
+    {kCommandRawKey, OnRawKey},
+    {kCommandValueDetails, OnValueDetails},
+    {kCommandEditValue, OnEditValue},
+    {kCommandTakeBackEdit, OnTakeBackEdit},
+    {kCommandRawValue, OnRawValue},
+    {kCommandSelectAllValues, OnSelectAllValues},
+    {kCommandInvertValues, OnInvertValues},
+    {kCommandCopyValues, OnCopyValues},
+    {kCommandSaveValue, OnSaveValue},
+    {kCommandAddressBar, OnAddressBar},
+    {kCommandNextPane, OnNextPane},
+    {kCommandPreviousPane, OnPreviousPane},
+};
+
+constexpr CommandHandler Find(CommandNumber number) {
+  for (const CommandRoute& route : kRoutes) {
+    if (route.number == number) return route.handler;
+  }
+  return nullptr;
+}
+
+consteval bool EveryCommandHasAHandler() {
+  return std::ranges::all_of(
+      kCommandTable, [](const Command& command) { return Find(command.number) != nullptr; });
+}
+static_assert(EveryCommandHasAHandler());
+static_assert(std::size(kRoutes) == std::size(kCommandTable), "a handler without a command");
+
+}  // namespace
+
+CommandHandler HandlerOf(CommandNumber number) { return Find(number); }
+
+}  // namespace hivequarry

@@ -1,0 +1,79 @@
+// The commands of an Output List, one row each: from them its toolbar, context menu, keys and
+// guards are made. The main window carries them out for its own pane.
+#pragma once
+
+#include <cstdint>
+#include <span>
+
+#include "view/commands.h"
+
+namespace hivequarry {
+
+// What a list command works on.
+enum class ListNeeds : uint8_t {
+  kNothing,
+  kRows,       // at least one row
+  kSelection,  // at least one selected row
+  kFocus,      // a focused row that speaks of a position
+  kPieces,     // a list of block runs with its source file
+  kRoots,      // a focused row of a list of root cells
+  kRunning,
+  kAgain,  // a list whose rows can be made anew
+};
+
+// The lists for which a command means something; others don't have it in their menu.
+enum class ListAbout : uint8_t {
+  kAnything,
+  kPieces,    // runs of blocks
+  kRoots,     // root cells
+  kSecurity,  // security records and the keys that use them
+  kClasses,   // class registrations
+  kKeys,      // keys found in a hive
+  kRecord,    // the fields of a record
+  kCompared,  // differences from the registry
+};
+bool IsListAbout(ListAbout about, int kind);
+
+// What a check mark shows.
+enum class ListSwitch : uint8_t {
+  kNone,
+  kOnlyMissing,    // a comparison lists only what the registry lacks
+  kOnlyDifferent,  // or only what has other data there
+};
+
+// What guards of one list look at; filled anew each time they are asked.
+struct ListFacts {
+  bool busy = false;       // an operation is under way, or this list is being worked on
+  bool backup = false;     // a backup runs
+  bool stoppable = false;  // something is under way that "Stop" ends
+  bool hive = false;       // the main window shows a hive
+  bool rows = false;       // the list has rows
+  bool row_selected = false;
+  bool position = false;  // the row in focus speaks of a position in the hive shown
+  bool source = false;    // the list names the file that it was made of
+  bool again = false;     // its rows can be made anew
+  int kind = 0;           // of the list
+};
+
+struct ListCommand {
+  CommandNumber number = kGroupGap;
+  const char* text = nullptr;     // context menu; null: not there
+  const char* submenu = nullptr;  // title of the sub menu that holds it
+  const char* tooltip = nullptr;  // toolbar of a list window; null: not there
+  ToolIcon icon = ToolIcon::kNone;
+  Accelerator accelerator = {};
+  Accelerator second_accelerator = {};
+  bool group_start = false;
+  Guard guard = Guard::kRunning;
+  ListNeeds needs = ListNeeds::kNothing;
+  ListAbout about = ListAbout::kAnything;
+  ListSwitch checked = ListSwitch::kNone;
+};
+// In the order of toolbar and menu.
+std::span<const ListCommand> ListCommands();
+// The row of a number, null when there is none.
+const ListCommand* FindListCommand(uint32_t number);
+// True when the command means something for the list, its guard passes and what it needs is there.
+bool IsAvailable(const ListCommand& command, const ListFacts& facts);
+
+}  // namespace hivequarry
