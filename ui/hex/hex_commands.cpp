@@ -1,9 +1,9 @@
 #include <cstring>
-#include <iterator>
-#include <utility>
+#include <optional>
+#include <string>
+#include <string_view>
 
-#include "hive/value_input.h"
-#include "ui/hex/hex_text.h"
+#include "ui/frame/text.h"
 #include "ui/hex/hex_window.h"
 
 namespace hivequarry {
@@ -53,134 +53,112 @@ std::optional<std::u16string> ClipboardText(HWND owner) {
 }
 
 bool CopySelection(HexWindow& window) {
-  const std::vector<uint8_t> bytes = SelectedBytes(window.model);
-  if (bytes.empty()) return false;
-  const bool hex = window.side == HexSide::kHex;
-  const bool copied = CopyText(window.handle, hex ? InputOfBytes(bytes) : TextOfBytes(bytes));
+  const std::u16string text = CopiedText(window.view);
+  if (text.empty()) return false;
+  const bool copied = CopyText(window.handle, text);
   if (!copied) RefuseHex(window, kClipboardBusy);
   return copied;
 }
 
-void Copy(HexWindow& window) { CopySelection(window); }
-
 void Cut(HexWindow& window) {
-  if (CopySelection(window)) AfterHexChange(window, EraseForward(window.model));
+  if (CopySelection(window)) AfterHex(window, RunOnBytes(window.view, HexCommand::kDelete));
 }
 
 void Paste(HexWindow& window) {
   const auto text = ClipboardText(window.handle);
   if (!text) return RefuseHex(window, kClipboardBusy);
-  const bool hex = window.side == HexSide::kHex;
-  const auto bytes = hex ? BytesOfHexText(*text) : BytesOfText(*text);
-  if (!bytes) {
-    return RefuseHex(window, hex ? L"The clipboard's text is no sequence of bytes like 0A FF 10."
-                                 : L"The clipboard's text has characters outside the code page.");
-  }
-  if (!bytes->empty()) AfterHexInput(window, PutBytes(window.model, *bytes));
+  AfterHex(window, PutText(window.view, *text));
 }
 
-// --- other commands ------------------------------------------------------------------------------
+// --- commands ------------------------------------------------------------------------------------
 
-void SelectAll(HexWindow& window) {
-  SelectBytes(window.model, {0, ByteCount(window.model)});
-  AfterHexMove(window);
-}
-
-void FindAgain(HexWindow& window, bool forward) {
-  const auto sequence = SequenceOf(window.find);
-  if (!sequence) return RunHexCommand(window, HexCommand::kFind);
-  window.find.forward = forward;
-  if (!FindBytes(window.model, *sequence, forward)) return RefuseHex(window, L"Not found.");
-  AfterHexMove(window);
+// Asks first when nothing was looked for yet.
+void FindAgain(HexWindow& window, HexCommand command) {
+  const bool ask = !SequenceOf(window.view.find);
+  if (ask) return RunHexCommand(window, HexCommand::kFind);
+  AfterHex(window, RunOnBytes(window.view, command));
 }
 
 void Find(HexWindow& window) {
-  if (AskHexFind(window.handle, window.find)) FindAgain(window, window.find.forward);
+  if (!AskHexFind(window.handle, window.view.find)) return;
+  FindAgain(window, window.view.find.forward ? HexCommand::kFindNext : HexCommand::kFindPrevious);
 }
 
-void SwitchOverwrite(HexWindow& window) {
-  window.model.overwrite = !window.model.overwrite;
-  UpdateHexCaret(window);
-  NotifyHexParent(window, kHexModeChanged);
+void Run(HexWindow& window, HexCommand command) {
+  switch (command) {
+    case HexCommand::kCut:
+      return Cut(window);
+    case HexCommand::kCopy:
+      CopySelection(window);
+      return;
+    case HexCommand::kPaste:
+      return Paste(window);
+    case HexCommand::kFind:
+      return Find(window);
+    case HexCommand::kFindNext:
+    case HexCommand::kFindPrevious:
+      return FindAgain(window, command);
+    default:
+      return AfterHex(window, RunOnBytes(window.view, command));
+  }
 }
 
-bool HasSelection(const HexWindow& window) { return Length(SelectionOf(window.model)) != 0; }
-bool HasBytes(const HexWindow& window) { return ByteCount(window.model) != 0; }
-bool Always(const HexWindow&) { return true; }
+bool CanRun(const HexWindow& window, const HexCommandRow& row) {
+  return IsAvailable(row, window.view, IsClipboardFormatAvailable(CF_UNICODETEXT) != FALSE);
+}
 
-struct CommandRow {
-  HexCommand command;
-  const wchar_t* text;  // in the menu; null: not there
-  WPARAM key;
-  bool control;
-  bool shift;
-  bool (*can)(const HexWindow& window);
-  void (*run)(HexWindow& window);
-  bool ends_group = false;
-};
-// Further keys of the same commands are in rows without a text.
-constexpr CommandRow kCommands[] = {
-    {HexCommand::kUndo, L"&Undo\tCtrl+Z", 'Z', true, false,
-     [](const HexWindow& window) { return !window.model.history.done.empty(); },
-     [](HexWindow& window) { AfterHexChange(window, Undo(window.model)); }},
-    {HexCommand::kRedo, L"&Redo\tCtrl+Y", 'Y', true, false,
-     [](const HexWindow& window) { return !window.model.history.undone.empty(); },
-     [](HexWindow& window) { AfterHexChange(window, Redo(window.model)); }, true},
-    {HexCommand::kCut, L"Cu&t\tCtrl+X", 'X', true, false, HasSelection, Cut},
-    {HexCommand::kCopy, L"&Copy\tCtrl+C", 'C', true, false, HasSelection, Copy},
-    {HexCommand::kPaste, L"&Paste\tCtrl+V", 'V', true, false,
-     [](const HexWindow&) { return IsClipboardFormatAvailable(CF_UNICODETEXT) != FALSE; }, Paste},
-    {HexCommand::kDelete, L"&Delete\tDel", VK_DELETE, false, false, HasBytes,
-     [](HexWindow& window) { AfterHexChange(window, EraseForward(window.model)); }, true},
-    {HexCommand::kSelectAll, L"Select &all\tCtrl+A", 'A', true, false, HasBytes, SelectAll, true},
-    {HexCommand::kFind, L"&Find\tCtrl+F", 'F', true, false, HasBytes, Find},
-    {HexCommand::kFindNext, L"Find &next\tF3", VK_F3, false, false, HasBytes,
-     [](HexWindow& window) { FindAgain(window, true); }},
-    {HexCommand::kFindPrevious, L"Find pre&vious\tF4", VK_F4, false, false, HasBytes,
-     [](HexWindow& window) { FindAgain(window, false); }, true},
-    {HexCommand::kOverwrite, L"&Overwrite\tIns", VK_INSERT, false, false, Always, SwitchOverwrite},
-    {HexCommand::kFindPrevious, nullptr, VK_F3, false, true, HasBytes,
-     [](HexWindow& window) { FindAgain(window, false); }},
-    {HexCommand::kCopy, nullptr, VK_INSERT, true, false, HasSelection, Copy},
-    {HexCommand::kPaste, nullptr, VK_INSERT, false, true, Always, Paste},
-    {HexCommand::kCut, nullptr, VK_DELETE, false, true, HasSelection, Cut},
-};
+void RunRow(HexWindow& window, const HexCommandRow& row) {
+  if (CanRun(window, row)) Run(window, row.command);
+}
 
 // Identifiers of a menu's items; 0 says that nothing was chosen.
-UINT MenuIdOf(const CommandRow& row) { return static_cast<UINT>(row.command) + 1; }
+UINT MenuIdOf(const HexCommandRow& row) { return static_cast<UINT>(row.command) + 1; }
 
-void AddMenuItem(HMENU menu, const HexWindow& window, const CommandRow& row) {
-  const UINT state = row.can(window) ? MF_ENABLED : MF_GRAYED;
-  const bool ticked = row.command == HexCommand::kOverwrite && window.model.overwrite;
+void AddMenuItem(HMENU menu, const HexWindow& window, const HexCommandRow& row) {
+  const UINT state = CanRun(window, row) ? MF_ENABLED : MF_GRAYED;
+  const bool ticked = row.command == HexCommand::kOverwrite && window.view.model.overwrite;
   AppendMenuW(menu, MF_STRING | state | (ticked ? MF_CHECKED : MF_UNCHECKED), MenuIdOf(row),
-              row.text);
+              AsWide(row.text));
   if (row.ends_group) AppendMenuW(menu, MF_SEPARATOR, 0, nullptr);
 }
 
-void RunRow(HexWindow& window, const CommandRow& row) {
-  if (row.can(window)) row.run(window);
-}
+bool IsDown(int key) { return GetKeyState(key) < 0; }
 
 }  // namespace
 
 void RunHexCommand(HexWindow& window, HexCommand command) {
-  for (const CommandRow& row : kCommands) {
+  for (const HexCommandRow& row : HexCommands()) {
     if (row.command == command) return RunRow(window, row);
   }
 }
 
-bool RunHexKeyCommand(HexWindow& window, WPARAM key, bool control, bool shift) {
-  for (const CommandRow& row : kCommands) {
-    if (row.key != key || row.control != control || row.shift != shift) continue;
-    RunRow(window, row);
-    return true;
+bool OnHexKey(HexWindow& window, WPARAM key) {
+  const auto code = static_cast<uint32_t>(key);
+  const bool shift = IsDown(VK_SHIFT);
+  // With Alt it is the key for a third character.
+  const bool control = IsDown(VK_CONTROL) && !IsDown(VK_MENU);
+  if (key == VK_TAB) {
+    SwitchSide(window.view, window.view.side == HexSide::kHex ? HexSide::kText : HexSide::kHex);
+    AfterHexMove(window);
+  } else if (MoveByKey(window.view, code, shift, control)) {
+    AfterHexMove(window);
+  } else if (key == VK_BACK) {
+    AfterHex(window, EraseBefore(window.view));
+  } else if (const HexCommandRow* row = HexCommandOfKey(code, control, shift); row != nullptr) {
+    RunRow(window, *row);
+  } else {
+    return false;
   }
-  return false;
+  return true;
+}
+
+void OnHexCharacter(HexWindow& window, wchar_t character) {
+  AfterHex(window, TypeCharacter(window.view, static_cast<char16_t>(character)));
 }
 
 void ShowHexMenu(HexWindow& window, POINT at) {
   const HMENU menu = CreatePopupMenu();
-  for (const CommandRow& row : kCommands) {
+  for (const HexCommandRow& row : HexCommands()) {
     if (row.text != nullptr) AddMenuItem(menu, window, row);
   }
   const BOOL chosen =

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "ui/draw/dpi.h"
+#include "ui/frame/text.h"
 #include "ui/frame/window_class.h"
 #include "ui/hex/hex_window.h"
 
@@ -27,9 +28,9 @@ void MeasureFont(HexWindow& window) {
   GetTextMetricsW(dc, &metrics);
   SelectObject(dc, old_font);
   ReleaseDC(window.handle, dc);
-  window.layout.cell_width = std::max<int>(1, metrics.tmAveCharWidth);
-  window.layout.line_height = std::max<int>(1, metrics.tmHeight) + Scale(kLineGap, window.dpi);
-  window.layout.margin = Scale(kMargin, window.dpi);
+  window.view.layout.cell_width = std::max<int>(1, metrics.tmAveCharWidth);
+  window.view.layout.line_height = std::max<int>(1, metrics.tmHeight) + Scale(kLineGap, window.dpi);
+  window.view.layout.margin = Scale(kMargin, window.dpi);
 }
 
 void SetFont(HexWindow& window) {
@@ -39,9 +40,18 @@ void SetFont(HexWindow& window) {
   MeasureFont(window);
 }
 
-uint32_t LastTopLine(const HexWindow& window) {
-  const uint32_t lines = LineCount(window.layout, ByteCount(window.model));
-  return lines - std::min(lines, LinesInView(window.layout));
+POINT CaretPoint(const HexWindow& window) {
+  const HexLayout& layout = window.view.layout;
+  const HexCaret caret = window.view.model.caret;
+  const uint32_t line = caret.position / layout.per_line;
+  const uint32_t index = caret.position % layout.per_line;
+  const bool hex = window.view.side == HexSide::kHex;
+  const int column =
+      hex ? HexColumn(layout, index) + (caret.low ? 1 : 0) : TextColumn(layout, index);
+  // Out of sight above the lines there are the titles.
+  const bool above = line < window.view.top_line;
+  return {ColumnLeft(layout, column),
+          above ? -layout.line_height : LineTop(layout, line, window.view.top_line)};
 }
 
 void UpdateScrollBar(const HexWindow& window) {
@@ -49,16 +59,32 @@ void UpdateScrollBar(const HexWindow& window) {
   info.cbSize = sizeof info;
   // The bar stays when it is not needed: its coming and going would change the bytes a line.
   info.fMask = SIF_RANGE | SIF_PAGE | SIF_POS | SIF_DISABLENOSCROLL;
-  info.nMax = static_cast<int>(LineCount(window.layout, ByteCount(window.model)) - 1);
-  info.nPage = LinesInView(window.layout);
-  info.nPos = static_cast<int>(window.top_line);
+  info.nMax = static_cast<int>(LineCount(window.view.layout, ByteCount(window.view.model)) - 1);
+  info.nPage = LinesInView(window.view.layout);
+  info.nPos = static_cast<int>(window.view.top_line);
   SetScrollInfo(window.handle, SB_VERT, &info, TRUE);
 }
 
+void UpdateCaret(HexWindow& window) {
+  if (GetFocus() != window.handle) return;
+  const int width =
+      window.view.model.overwrite ? window.view.layout.cell_width : Scale(kInsertCaret, window.dpi);
+  CreateCaret(window.handle, nullptr, width, window.view.layout.line_height);
+  const POINT point = CaretPoint(window);
+  SetCaretPos(point.x, point.y);
+  ShowCaret(window.handle);
+}
+
+void NotifyParent(const HexWindow& window, WORD code) {
+  const auto identifier = static_cast<WORD>(GetDlgCtrlID(window.handle));
+  SendMessageW(GetParent(window.handle), WM_COMMAND, MAKEWPARAM(identifier, code),
+               reinterpret_cast<LPARAM>(window.handle));
+}
+
 void UpdateView(HexWindow& window) {
-  window.top_line = std::min(window.top_line, LastTopLine(window));
+  window.view.top_line = std::min(window.view.top_line, LastTopLine(window.view));
   UpdateScrollBar(window);
-  UpdateHexCaret(window);
+  UpdateCaret(window);
   InvalidateRect(window.handle, nullptr, FALSE);
 }
 
@@ -66,34 +92,13 @@ void UpdateView(HexWindow& window) {
 void UpdateLayout(HexWindow& window) {
   RECT area;
   GetClientRect(window.handle, &area);
-  const uint32_t first_byte = window.top_line * window.layout.per_line;
-  window.layout.width = area.right;
-  window.layout.height = area.bottom;
-  window.layout.file_positions = window.file_position != nullptr;
-  FitBytesPerLine(window.layout);
-  window.top_line = first_byte / window.layout.per_line;
+  const uint32_t first_byte = window.view.top_line * window.view.layout.per_line;
+  window.view.layout.width = area.right;
+  window.view.layout.height = area.bottom;
+  window.view.layout.file_positions = window.file_position != nullptr;
+  FitBytesPerLine(window.view.layout);
+  window.view.top_line = first_byte / window.view.layout.per_line;
   UpdateView(window);
-}
-
-void ShowCaretLine(HexWindow& window) {
-  const uint32_t line = window.model.caret.position / window.layout.per_line;
-  const uint32_t page = LinesInView(window.layout);
-  if (line < window.top_line) window.top_line = line;
-  if (line >= window.top_line + page) window.top_line = line - page + 1;
-}
-
-POINT CaretPoint(const HexWindow& window) {
-  const HexLayout& layout = window.layout;
-  const HexCaret caret = window.model.caret;
-  const uint32_t line = caret.position / layout.per_line;
-  const uint32_t index = caret.position % layout.per_line;
-  const bool hex = window.side == HexSide::kHex;
-  const int column =
-      hex ? HexColumn(layout, index) + (caret.low ? 1 : 0) : TextColumn(layout, index);
-  // Out of sight above the lines there are the titles.
-  const bool above = line < window.top_line;
-  return {ColumnLeft(layout, column),
-          above ? -layout.line_height : LineTop(layout, line, window.top_line)};
 }
 
 // --- messages ------------------------------------------------------------------------------------
@@ -117,7 +122,7 @@ LRESULT WantedKeys(const HexWindow& window, const MSG* message) {
     return kWanted;
   }
   const bool back = GetKeyState(VK_SHIFT) < 0;
-  const bool leaves = (window.side == HexSide::kHex) == back;
+  const bool leaves = (window.view.side == HexSide::kHex) == back;
   return leaves ? kWanted : kWanted | DLGC_WANTTAB;
 }
 
@@ -125,7 +130,8 @@ void OnContextMenu(HexWindow& window, LPARAM point) {
   POINT at{GET_X_LPARAM(point), GET_Y_LPARAM(point)};
   if (point == -1) {  // from the keyboard
     at = CaretPoint(window);
-    at.y = std::clamp(static_cast<int>(at.y), 0, window.layout.height) + window.layout.line_height;
+    at.y = std::clamp(static_cast<int>(at.y), 0, window.view.layout.height) +
+           window.view.layout.line_height;
     ClientToScreen(window.handle, &at);
   }
   ShowHexMenu(window, at);
@@ -252,20 +258,19 @@ bool RegisterHexClass(HINSTANCE instance) {
 
 void SetHexBytes(HWND hex, std::vector<uint8_t> bytes, FilePosition file_position) {
   HexWindow& window = *WindowOf(hex);
-  SetBytes(window.model, std::move(bytes));
+  ShowBytes(window.view, std::move(bytes));
   window.file_position = std::move(file_position);
-  window.top_line = 0;
   UpdateLayout(window);
 }
 
-const HexBytes& HexBytesOf(HWND hex) { return WindowOf(hex)->model; }
-HexSide ActiveHexSide(HWND hex) { return WindowOf(hex)->side; }
+const HexBytes& HexBytesOf(HWND hex) { return WindowOf(hex)->view.model; }
+HexSide ActiveHexSide(HWND hex) { return WindowOf(hex)->view.side; }
 const wchar_t* HexRefusal(HWND hex) { return WindowOf(hex)->refusal; }
 void SetHexDpi(HWND hex, uint32_t dpi) { ApplyDpi(*WindowOf(hex), dpi); }
 
 void SetHexSelection(HWND hex, HexRange range) {
   HexWindow& window = *WindowOf(hex);
-  SelectBytes(window.model, range);
+  SelectBytes(window.view.model, range);
   AfterHexMove(window);
 }
 
@@ -276,48 +281,38 @@ std::optional<uint32_t> HexFilePosition(HWND hex, uint32_t position) {
   return in_file != kHexNoPosition ? std::optional(in_file) : std::nullopt;
 }
 
-void UpdateHexCaret(HexWindow& window) {
-  if (GetFocus() != window.handle) return;
-  const int width =
-      window.model.overwrite ? window.layout.cell_width : Scale(kInsertCaret, window.dpi);
-  CreateCaret(window.handle, nullptr, width, window.layout.line_height);
-  const POINT point = CaretPoint(window);
-  SetCaretPos(point.x, point.y);
-  ShowCaret(window.handle);
-}
-
-void NotifyHexParent(const HexWindow& window, WORD code) {
-  const auto identifier = static_cast<WORD>(GetDlgCtrlID(window.handle));
-  SendMessageW(GetParent(window.handle), WM_COMMAND, MAKEWPARAM(identifier, code),
-               reinterpret_cast<LPARAM>(window.handle));
-}
-
 void AfterHexMove(HexWindow& window, bool show) {
-  if (show) ShowCaretLine(window);
+  if (show) ShowCaretLine(window.view);
   UpdateView(window);
-  NotifyHexParent(window, kHexCaretMoved);
+  NotifyParent(window, kHexCaretMoved);
 }
 
-void AfterHexChange(HexWindow& window, bool done) {
-  if (!done) return;
-  ShowCaretLine(window);
-  UpdateView(window);
-  NotifyHexParent(window, kHexChanged);
-}
-
-void AfterHexInput(HexWindow& window, bool done) {
-  AfterHexChange(window, done);
-  if (!done) RefuseHex(window, L"Not done: a value has at most 5,242,880 bytes.");
+void AfterHex(HexWindow& window, const HexOutcome& outcome) {
+  switch (outcome.effect) {
+    case HexEffect::kNone:
+      return;
+    case HexEffect::kMoved:
+      return AfterHexMove(window);
+    case HexEffect::kChanged:
+      ShowCaretLine(window.view);
+      UpdateView(window);
+      return NotifyParent(window, kHexChanged);
+    case HexEffect::kModeChanged:
+      UpdateCaret(window);
+      return NotifyParent(window, kHexModeChanged);
+    case HexEffect::kRefused:
+      return RefuseHex(window, AsWide(outcome.refusal));
+  }
 }
 
 void RefuseHex(HexWindow& window, const wchar_t* reason) {
   window.refusal = reason;
   MessageBeep(MB_OK);
-  NotifyHexParent(window, kHexRefused);
+  NotifyParent(window, kHexRefused);
 }
 
 void ScrollHexTo(HexWindow& window, int64_t line) {
-  window.top_line = static_cast<uint32_t>(std::clamp<int64_t>(line, 0, LastTopLine(window)));
+  ScrollTo(window.view, line);
   UpdateView(window);
 }
 

@@ -9,8 +9,7 @@
 #include <vector>
 
 #include "ui/draw/win.h"
-#include "ui/hex/hex_bytes.h"
-#include "ui/hex/hex_layout.h"
+#include "view/hex_view.h"
 
 namespace hivequarry {
 

@@ -1,22 +1,13 @@
 #include "ui/hex/hex_find.h"
 
 #include "ui/frame/modal.h"
-#include "ui/hex/hex_text.h"
+#include "ui/frame/text.h"
 #include "ui/resources/resource.h"
 
 namespace hivequarry {
 namespace {
 
 constexpr int kKinds[] = {kHexFindBytes, kHexFindText, kHexFindWide};
-
-std::vector<uint8_t> BytesOfWideText(const std::u16string& text) {
-  std::vector<uint8_t> bytes;
-  for (const char16_t unit : text) {
-    bytes.push_back(static_cast<uint8_t>(unit & 0xFF));
-    bytes.push_back(static_cast<uint8_t>(unit >> 8));
-  }
-  return bytes;
-}
 
 std::u16string TextOfControl(HWND control) {
   std::u16string text(static_cast<size_t>(GetWindowTextLengthW(control)) + 1, u'\0');
@@ -37,23 +28,17 @@ HexFind ChoiceIn(HWND dialog) {
   return find;
 }
 
-const wchar_t* ComplaintAbout(const HexFind& find) {
-  if (find.text.empty() || SequenceOf(find)) return L"";
-  return find.kind == HexFindKind::kBytes ? L"Bytes are pairs of digits, like 0A FF 10."
-                                          : L"The code page does not have all characters.";
-}
-
 void JudgeFind(HWND dialog) {
   const HexFind find = ChoiceIn(dialog);
   const BOOL can = SequenceOf(find).has_value() ? TRUE : FALSE;
-  SetDlgItemTextW(dialog, kHexFindMessage, ComplaintAbout(find));
+  SetDlgItemTextW(dialog, kHexFindMessage, AsWide(ComplaintAbout(find)));
   EnableWindow(GetDlgItem(dialog, kHexFindNext), can);
   EnableWindow(GetDlgItem(dialog, kHexFindPrevious), can);
 }
 
 void StartFind(HWND dialog, HexFind& find) {
   SetWindowLongPtrW(dialog, DWLP_USER, reinterpret_cast<LONG_PTR>(&find));
-  SetDlgItemTextW(dialog, kHexFindWhat, reinterpret_cast<const wchar_t*>(find.text.c_str()));
+  SetDlgItemTextW(dialog, kHexFindWhat, AsWide(find.text.c_str()));
   CheckRadioButton(dialog, kHexFindBytes, kHexFindWide, kKinds[static_cast<int>(find.kind)]);
   // Enter goes the way that was gone last.
   SendMessageW(dialog, DM_SETDEFID, find.forward ? kHexFindNext : kHexFindPrevious, 0);
@@ -93,14 +78,6 @@ INT_PTR CALLBACK FindProc(HWND dialog, UINT message, WPARAM first, LPARAM second
 }
 
 }  // namespace
-
-std::optional<std::vector<uint8_t>> SequenceOf(const HexFind& find) {
-  std::optional<std::vector<uint8_t>> bytes;
-  if (find.kind == HexFindKind::kBytes) bytes = BytesOfHexText(find.text);
-  if (find.kind == HexFindKind::kText) bytes = BytesOfText(find.text);
-  if (find.kind == HexFindKind::kWideText) bytes = BytesOfWideText(find.text);
-  return bytes && !bytes->empty() ? bytes : std::nullopt;
-}
 
 bool AskHexFind(HWND owner, HexFind& find) {
   const ModalTurn turn(GetAncestor(owner, GA_ROOT));

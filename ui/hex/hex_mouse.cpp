@@ -18,14 +18,14 @@ int LinesOutside(const HexLayout& layout, int y) {
 }
 
 void DragTo(HexWindow& window, POINT point) {
-  const HexPlace place = PlaceAt(window.layout, point.x, point.y, window.top_line,
-                                 ByteCount(window.model), &window.side);
+  const HexPlace place = PlaceAt(window.view.layout, point.x, point.y, window.view.top_line,
+                                 ByteCount(window.view.model), &window.view.side);
   // Until the nearest gap is another one, it is a click, and the caret stays on its digit.
-  if (!window.drag_selects && place.boundary == window.drag_start) return;
-  if (!window.drag_selects) MoveCaret(window.model, window.drag_start, false, false);
-  window.drag_selects = true;
-  if (place.boundary == window.model.caret.position) return;
-  MoveCaret(window.model, place.boundary, false, true);
+  if (!window.drag.selects && place.boundary == window.drag.start) return;
+  if (!window.drag.selects) MoveCaret(window.view.model, window.drag.start, false, false);
+  window.drag.selects = true;
+  if (place.boundary == window.view.model.caret.position) return;
+  MoveCaret(window.view.model, place.boundary, false, true);
   AfterHexMove(window);
 }
 
@@ -40,7 +40,7 @@ int LinesPerNotch(const HexWindow& window) {
   UINT lines = 3;
   SystemParametersInfoW(SPI_GETWHEELSCROLLLINES, 0, &lines, 0);
   // WHEEL_PAGESCROLL is more than any page.
-  return static_cast<int>(std::min<uint32_t>(lines, LinesInView(window.layout)));
+  return static_cast<int>(std::min<uint32_t>(lines, LinesInView(window.view.layout)));
 }
 
 int TrackPosition(HWND window) {
@@ -55,14 +55,14 @@ int TrackPosition(HWND window) {
 
 void OnHexButtonDown(HexWindow& window, POINT point, bool extend) {
   SetFocus(window.handle);
-  if (point.y < window.layout.line_height) return;  // the titles
-  const HexPlace place =
-      PlaceAt(window.layout, point.x, point.y, window.top_line, ByteCount(window.model), nullptr);
-  window.side = place.side;
-  MoveCaret(window.model, extend ? place.boundary : place.position, place.low, extend);
-  window.dragging = true;
-  window.drag_selects = extend;
-  window.drag_start = place.boundary;
+  if (point.y < window.view.layout.line_height) return;  // the titles
+  const HexPlace place = PlaceAt(window.view.layout, point.x, point.y, window.view.top_line,
+                                 ByteCount(window.view.model), nullptr);
+  window.view.side = place.side;
+  MoveCaret(window.view.model, extend ? place.boundary : place.position, place.low, extend);
+  window.drag.on = true;
+  window.drag.selects = extend;
+  window.drag.start = place.boundary;
   SetCapture(window.handle);
   SetTimer(window.handle, kDragTimer, kDragInterval, nullptr);
   // A line seen in part would move away from under the pointer.
@@ -70,23 +70,24 @@ void OnHexButtonDown(HexWindow& window, POINT point, bool extend) {
 }
 
 void OnHexPointerMove(HexWindow& window, POINT point) {
-  if (window.dragging && LinesOutside(window.layout, point.y) == 0) DragTo(window, point);
+  if (window.drag.on && LinesOutside(window.view.layout, point.y) == 0) DragTo(window, point);
 }
 
 void OnHexDragTimer(HexWindow& window) {
-  if (!window.dragging) return;
+  if (!window.drag.on) return;
   const POINT point = PointerIn(window.handle);
-  const int lines = LinesOutside(window.layout, point.y);
+  const int lines = LinesOutside(window.view.layout, point.y);
   if (lines == 0) return;
-  ScrollHexTo(window, static_cast<int64_t>(window.top_line) + lines);
-  const int last = static_cast<int>(LinesInView(window.layout)) * window.layout.line_height;
+  ScrollHexTo(window, static_cast<int64_t>(window.view.top_line) + lines);
+  const int last =
+      static_cast<int>(LinesInView(window.view.layout)) * window.view.layout.line_height;
   // The line at the edge, whole.
-  DragTo(window, {point.x, lines < 0 ? window.layout.line_height : last});
+  DragTo(window, {point.x, lines < 0 ? window.view.layout.line_height : last});
 }
 
 void EndHexDrag(HexWindow& window) {
-  if (!window.dragging) return;
-  window.dragging = false;
+  if (!window.drag.on) return;
+  window.drag.on = false;
   KillTimer(window.handle, kDragTimer);
   if (GetCapture() == window.handle) ReleaseCapture();
 }
@@ -97,12 +98,12 @@ void OnHexWheel(HexWindow& window, int turned) {
   window.wheel_rest += turned;
   const int lines = window.wheel_rest * per_notch / WHEEL_DELTA;
   window.wheel_rest -= lines * WHEEL_DELTA / per_notch;
-  if (lines != 0) ScrollHexTo(window, static_cast<int64_t>(window.top_line) - lines);
+  if (lines != 0) ScrollHexTo(window, static_cast<int64_t>(window.view.top_line) - lines);
 }
 
 void OnHexScroll(HexWindow& window, WORD request) {
-  const int64_t top = window.top_line;
-  const int64_t page = LinesInView(window.layout);
+  const int64_t top = window.view.top_line;
+  const int64_t page = LinesInView(window.view.layout);
   switch (request) {
     case SB_LINEUP:
       return ScrollHexTo(window, top - 1);

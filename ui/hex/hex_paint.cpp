@@ -3,8 +3,8 @@
 #include <cstdio>
 
 #include "ui/draw/dimmed_selection.h"
-#include "ui/hex/hex_text.h"
 #include "ui/hex/hex_window.h"
+#include "view/hex_text.h"
 
 namespace hivequarry {
 namespace {
@@ -30,7 +30,7 @@ Colours SystemColours(int text, int background) {
 
 void DrawRun(const Painter& painter, int column, int top, const std::wstring& text,
              Colours colours) {
-  const HexLayout& layout = painter.window.layout;
+  const HexLayout& layout = painter.window.view.layout;
   const auto length = static_cast<int>(std::min(text.size(), kLongestRun));
   const int left = ColumnLeft(layout, column);
   const RECT area{left, top, left + length * layout.cell_width, top + layout.line_height};
@@ -48,7 +48,7 @@ bool AreApart(const std::wstring& text) {
 
 void DrawCharacters(const Painter& painter, uint32_t index, int top, const std::wstring& text,
                     Colours colours) {
-  const int column = TextColumn(painter.window.layout, index);
+  const int column = TextColumn(painter.window.view.layout, index);
   if (AreApart(text)) return DrawRun(painter, column, top, text, colours);
   for (size_t i = 0; i < text.size(); ++i) {
     DrawRun(painter, column + static_cast<int>(i), top, text.substr(i, 1), colours);
@@ -82,7 +82,7 @@ std::wstring CharactersOf(const uint8_t* bytes, uint32_t count) {
 }
 
 Colours SelectionColours(const Painter& painter, HexSide side) {
-  if (painter.focused && side == painter.window.side) {
+  if (painter.focused && side == painter.window.view.side) {
     return SystemColours(COLOR_HIGHLIGHTTEXT, COLOR_HIGHLIGHT);
   }
   Colours colours{};
@@ -93,7 +93,7 @@ Colours SelectionColours(const Painter& painter, HexSide side) {
 // The part of the selection within a line, drawn again in its own colours.
 void DrawSelection(const Painter& painter, int top, HexRange part, const std::wstring& digits,
                    const std::wstring& characters) {
-  const HexLayout& layout = painter.window.layout;
+  const HexLayout& layout = painter.window.view.layout;
   const int from = HexColumn(layout, part.start);
   const int length = HexColumn(layout, part.end - 1) + 2 - from;
   const auto skipped = static_cast<size_t>(from - HexColumn(layout, 0));
@@ -105,8 +105,8 @@ void DrawSelection(const Painter& painter, int top, HexRange part, const std::ws
 
 // Frames the byte at the caret on the side where no caret blinks.
 void DrawMark(const Painter& painter, HexSide side, int top, uint32_t index) {
-  if (painter.focused && side == painter.window.side) return;
-  const HexLayout& layout = painter.window.layout;
+  if (painter.focused && side == painter.window.view.side) return;
+  const HexLayout& layout = painter.window.view.layout;
   const bool hex = side == HexSide::kHex;
   const int left = ColumnLeft(layout, hex ? HexColumn(layout, index) : TextColumn(layout, index));
   const int width = (hex ? 2 : 1) * layout.cell_width;
@@ -119,27 +119,28 @@ void DrawPositions(const Painter& painter, uint32_t offset, int top) {
   const Colours colours = SystemColours(COLOR_BTNTEXT, COLOR_BTNFACE);
   DrawRun(painter, 0, top, PositionText(offset), colours);
   const auto position = HexFilePosition(window.handle, offset);
-  if (position) DrawRun(painter, FileColumn(window.layout), top, PositionText(*position), colours);
+  if (position)
+    DrawRun(painter, FileColumn(window.view.layout), top, PositionText(*position), colours);
 }
 
 void DrawHexLine(const Painter& painter, uint32_t line, int top) {
   const HexWindow& window = painter.window;
-  const HexLayout& layout = window.layout;
+  const HexLayout& layout = window.view.layout;
   const uint32_t offset = line * layout.per_line;
-  const uint32_t count = std::min(layout.per_line, ByteCount(window.model) - offset);
-  const uint8_t* bytes = window.model.bytes.data() + offset;
+  const uint32_t count = std::min(layout.per_line, ByteCount(window.view.model) - offset);
+  const uint8_t* bytes = window.view.model.bytes.data() + offset;
   const std::wstring digits = DigitsOf(layout, bytes, count);
   const std::wstring characters = CharactersOf(bytes, count);
   const Colours colours = SystemColours(COLOR_WINDOWTEXT, COLOR_WINDOW);
   DrawPositions(painter, offset, top);
   DrawRun(painter, HexColumn(layout, 0), top, digits, colours);
   DrawCharacters(painter, 0, top, characters, colours);
-  const HexRange selection = SelectionOf(window.model);
+  const HexRange selection = SelectionOf(window.view.model);
   const HexRange part{std::max(selection.start, offset), std::min(selection.end, offset + count)};
   if (part.start < part.end) {
     DrawSelection(painter, top, {part.start - offset, part.end - offset}, digits, characters);
   }
-  const uint32_t caret = window.model.caret.position;
+  const uint32_t caret = window.view.model.caret.position;
   if (Length(selection) != 0 || caret < offset || caret >= offset + layout.per_line) return;
   DrawMark(painter, HexSide::kHex, top, caret - offset);
   DrawMark(painter, HexSide::kText, top, caret - offset);
@@ -154,7 +155,7 @@ std::wstring ByteNumbers(const HexLayout& layout) {
 }
 
 void DrawTitles(const Painter& painter) {
-  const HexLayout& layout = painter.window.layout;
+  const HexLayout& layout = painter.window.view.layout;
   const Colours colours = SystemColours(COLOR_BTNTEXT, COLOR_BTNFACE);
   const RECT area{0, 0, layout.width, layout.line_height};
   FillRect(painter.dc, &area, GetSysColorBrush(COLOR_BTNFACE));
@@ -166,7 +167,7 @@ void DrawTitles(const Painter& painter) {
 
 void DrawAll(Painter& painter) {
   const HexWindow& window = painter.window;
-  const HexLayout& layout = window.layout;
+  const HexLayout& layout = window.view.layout;
   painter.advances.fill(layout.cell_width);
   const RECT area{0, 0, layout.width, layout.height};
   FillRect(painter.dc, &area, GetSysColorBrush(COLOR_WINDOW));
@@ -174,10 +175,10 @@ void DrawAll(Painter& painter) {
   FillRect(painter.dc, &positions, GetSysColorBrush(COLOR_BTNFACE));
   const HGDIOBJ old_font = SelectObject(painter.dc, window.font);
   // The last line may be seen in part.
-  const uint32_t end = std::min(LineCount(layout, ByteCount(window.model)),
-                                window.top_line + LinesInView(layout) + 1);
-  for (uint32_t line = window.top_line; line < end; ++line) {
-    DrawHexLine(painter, line, LineTop(layout, line, window.top_line));
+  const uint32_t end = std::min(LineCount(layout, ByteCount(window.view.model)),
+                                window.view.top_line + LinesInView(layout) + 1);
+  for (uint32_t line = window.view.top_line; line < end; ++line) {
+    DrawHexLine(painter, line, LineTop(layout, line, window.view.top_line));
   }
   DrawTitles(painter);
   SelectObject(painter.dc, old_font);
@@ -188,7 +189,7 @@ void DrawAll(Painter& painter) {
 void PaintHex(const HexWindow& window) {
   PAINTSTRUCT paint;
   const HDC screen = BeginPaint(window.handle, &paint);
-  const RECT area{0, 0, window.layout.width, window.layout.height};
+  const RECT area{0, 0, window.view.layout.width, window.view.layout.height};
   HDC dc = nullptr;
   const HPAINTBUFFER buffer =
       BeginBufferedPaint(screen, &area, BPBF_COMPATIBLEBITMAP, nullptr, &dc);

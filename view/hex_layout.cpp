@@ -1,4 +1,4 @@
-#include "ui/hex/hex_layout.h"
+#include "view/hex_layout.h"
 
 #include <algorithm>
 

@@ -1,4 +1,4 @@
-#include "ui/hex/hex_text.h"
+#include "view/hex_text.h"
 
 #include <algorithm>
 

@@ -1,4 +1,4 @@
-#include "ui/hex/hex_bytes.h"
+#include "view/hex_bytes.h"
 
 #include <algorithm>
 #include <iterator>
