@@ -3,9 +3,9 @@
 
 #include "hive/value_text.h"
 #include "tests/window/window_fixture.h"
-#include "ui/draw/tree_icons.h"
 #include "ui/frame/splitter.h"
 #include "ui/frame/text.h"
+#include "view/tree_icons.h"
 
 namespace hivequarry::testing {
 namespace {

@@ -1,8 +1,8 @@
 // What the tree tells of each key, and how branches with very many keys come into it.
 #include "hive/value_text.h"
 #include "tests/window/window_fixture.h"
-#include "ui/draw/tree_icons.h"
 #include "ui/frame/text.h"
+#include "view/tree_icons.h"
 
 namespace hivequarry::testing {
 namespace {

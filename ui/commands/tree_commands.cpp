@@ -11,8 +11,8 @@
 #include "ui/commands/handlers.h"
 #include "ui/frame/text.h"
 #include "ui/main/main_window.h"
-#include "ui/panes/tree_find.h"
 #include "view/list_commands.h"
+#include "view/tree_find.h"
 
 namespace hivequarry {
 namespace {

@@ -8,8 +8,8 @@
 #include "ui/draw/canvas.h"
 #include "ui/draw/icon_shapes.h"
 #include "ui/draw/tool_icons.h"
-#include "ui/draw/tree_icons.h"
 #include "view/commands.h"
+#include "view/tree_icons.h"
 
 namespace hivequarry {
 namespace {

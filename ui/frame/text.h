@@ -6,8 +6,9 @@
 
 namespace hivequarry {
 
-// Code-page text (names, value texts) for a control. A zero character would end the text there, so
-// it becomes its visible symbol.
+// Text of the portable floors, which is UTF-16 as the platform's is.
+std::wstring WideText(const std::u16string& text);
+// Code-page text (names, value texts) for a control: ShownText.
 std::wstring WindowText(std::string_view narrow);
 // UTF-8 text: file names.
 std::wstring WideName(std::string_view utf8);

@@ -12,7 +12,7 @@
 #include "ui/lists/list_place.h"
 #include "ui/live/regedit.h"
 #include "ui/main/main_window.h"
-#include "ui/panes/tree_find.h"
+#include "view/tree_find.h"
 
 namespace hivequarry {
 namespace {

@@ -348,7 +348,7 @@ CommandFacts FactsNow(const MainWindow& window) {
   facts.edits = facts.hive && ShownHive(window).edits.any;
   facts.edited_value =
       facts.edits && facts.value && EditOf(ShownHive(window), window.shown_value) != nullptr;
-  facts.value_rows = ValueRowCount(window.values) > 0;
+  facts.value_rows = RowCount(window.values.rows) > 0;
   facts.row_selected = ListView_GetSelectedCount(window.values.window) > 0;
   facts.list_shown = window.arrangement == kOutputArrangement;
   facts.list_rows = window.output.model != nullptr && ShownRowCount(window.output) > 0;

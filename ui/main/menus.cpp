@@ -7,6 +7,7 @@
 #include "ui/frame/text.h"
 #include "ui/main/main_window.h"
 #include "view/list_commands.h"
+#include "view/recent_text.h"
 
 namespace hivequarry {
 namespace {
@@ -38,8 +39,6 @@ HMENU MenuOfPath(HMENU menu, std::string_view path) {
   return menu;
 }
 
-constexpr size_t kLongestPath = 60;  // of a menu item, in characters
-
 void StartGroup(HMENU menu) {
   if (GetMenuItemCount(menu) > 0) AppendMenuW(menu, MF_SEPARATOR, 0, nullptr);
 }
@@ -57,21 +56,6 @@ void AppendToMenu(HMENU main_menu, const Command& command) {
       top != path && FindSubMenu(parent, WideName(path.substr(top.size() + 1))) == nullptr;
   if (command.group_start) StartGroup(first ? parent : MenuOfPath(main_menu, path));
   AppendItem(MenuOfPath(main_menu, path), command.number, WideName(command.text));
-}
-
-// The middle of a long path is left out: its end says most.
-std::wstring ShortPath(std::wstring path) {
-  if (path.size() <= kLongestPath) return path;
-  const size_t start = std::min(path.find(L'\\', 3), kLongestPath / 3);
-  return path.substr(0, start + 1) + L"..." + path.substr(path.size() - (kLongestPath - start - 4));
-}
-
-std::wstring RecentText(size_t index, const std::string& file) {
-  std::wstring text = ShortPath(WideName(file));
-  for (size_t at = 0; (at = text.find(L'&', at)) != std::wstring::npos; at += 2) {
-    text.insert(at, 1, L'&');  // shown as it is, no mnemonic
-  }
-  return L"&" + std::to_wstring(index + 1) + L" " + text;
 }
 
 BYTE AcceleratorFlags(uint8_t modifiers) {
@@ -142,7 +126,7 @@ void FillRecentMenu(HMENU menu) {
   const History& recent = TheSettings().histories.recent_files;
   for (size_t index = 0; index < std::min<size_t>(recent.size(), kRecentHives); ++index) {
     const auto number = kCommandRecentHive + static_cast<uint32_t>(index);
-    AppendItem(menu, number, RecentText(index, recent[index]));
+    AppendItem(menu, number, WideText(RecentHiveText(index, recent[index])));
   }
   if (recent.empty()) AppendItem(menu, kCommandRecentHive, L"(none)");
 }

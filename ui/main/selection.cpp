@@ -5,9 +5,9 @@
 #include "ui/commands/recent_keys_dialog.h"
 #include "ui/frame/text.h"
 #include "ui/main/main_window.h"
-#include "ui/panes/item_words.h"
-#include "ui/panes/tree_find.h"
-#include "ui/panes/workspace.h"
+#include "view/item_words.h"
+#include "view/tree_find.h"
+#include "view/workspace.h"
 
 namespace hivequarry {
 namespace {
@@ -42,7 +42,7 @@ void GatherItem(MainWindow& window, uint32_t serial, uint32_t item, ValueViewOpt
   result->item = item;
   result->options = options;
   result->values = ShowItemValues(hive, *window.key_tree, item, options);
-  result->detail = ItemDetail(hive, *window.key_tree, item);
+  result->detail = WideText(ItemDetail(hive, *window.key_tree, item));
   Deliver(window.item_box, serial, std::move(result), window.handle, kItemReady);
 }
 
@@ -77,9 +77,10 @@ void ShowWorkspace(MainWindow& window) {
   ShowItemWords(window, std::wstring());
   window.shown_item = kNoItem;
   window.shown_value = kNoOffset;
-  window.key_detail = WorkspaceDetail(ShownHive(window), *window.key_tree, window.summary);
-  ShowValues(window.values, ShownHive(window), WorkspaceRows(ShownHive(window), *window.key_tree),
-             ValueViewOptions());
+  window.key_detail =
+      WideText(WorkspaceDetail(ShownHive(window), *window.key_tree, window.summary));
+  ShowValues(window.values,
+             {&ShownHive(window), WorkspaceRows(ShownHive(window), *window.key_tree), {}});
   FitValueColumns(window.values, window.dpi);
   ShowDetail(window, window.key_detail);
   UpdateToolbar(window);
@@ -88,7 +89,7 @@ void ShowWorkspace(MainWindow& window) {
 // The row of the value that was gone to, if it is among those shown.
 void SelectWantedRow(MainWindow& window) {
   const uint32_t value = std::exchange(window.wanted_value, kNoOffset);
-  const int row = value == kNoOffset ? -1 : RowOfValue(window.values, value);
+  const int row = value == kNoOffset ? -1 : RowOfValue(window.values.rows, value);
   if (row < 0) return;
   const HWND list = window.values.window;
   ListView_SetItemState(list, row, LVIS_SELECTED | LVIS_FOCUSED, LVIS_SELECTED | LVIS_FOCUSED);
@@ -103,7 +104,7 @@ void OnItemSelected(MainWindow& window, uint32_t item) {
   if (item == kNoItem) return;
   ShowPath(window, item);
   NoteKeyShown(window);
-  ShowItemWords(window, ItemWords(ShownHive(window), *window.key_tree, item));
+  ShowItemWords(window, WideText(ItemWords(ShownHive(window), *window.key_tree, item)));
   const uint32_t serial = ++window.item_box.newest;
   const ValueViewOptions options = window.view;
   StartValueThread(window.threads,
@@ -118,7 +119,7 @@ void TakeItemResult(MainWindow& window) {
   window.shown_item = result->item;
   window.shown_value = kNoOffset;
   window.key_detail = std::move(result->detail);
-  ShowValues(window.values, ShownHive(window), std::move(result->values), result->options);
+  ShowValues(window.values, {&ShownHive(window), std::move(result->values), result->options});
   FitValueColumns(window.values, window.dpi);
   ShowDetail(window, window.key_detail);
   SelectWantedRow(window);
@@ -126,7 +127,7 @@ void TakeItemResult(MainWindow& window) {
 }
 
 void OnRowSelected(MainWindow& window) {
-  const uint32_t value = ValueOfRow(window.values, SelectedRow(window.values));
+  const uint32_t value = ValueOfRow(window.values.rows, SelectedRow(window.values));
   if (value == window.shown_value || window.slot < 0) return;
   window.shown_value = value;
   const uint32_t serial = ++window.detail_box.newest;

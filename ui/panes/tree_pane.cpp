@@ -3,10 +3,10 @@
 #include <algorithm>
 
 #include "ui/draw/dimmed_selection.h"
-#include "ui/draw/tree_icons.h"
 #include "ui/draw/win.h"
 #include "ui/frame/text.h"
-#include "ui/panes/item_words.h"
+#include "view/item_words.h"
+#include "view/tree_icons.h"
 
 namespace hivequarry {
 namespace {
@@ -313,7 +313,8 @@ void OnTreeTip(const TreePane& pane, const NMTVGETINFOTIPW& notice) {
     lstrcpynW(notice.pszText, L"The hives shown in this window", notice.cchTextMax);
   }
   if (pane.tree == nullptr || item >= pane.tree->items.size()) return;
-  lstrcpynW(notice.pszText, ItemTip(*pane.hive, *pane.tree, item).c_str(), notice.cchTextMax);
+  lstrcpynW(notice.pszText, AsWide(ItemTip(*pane.hive, *pane.tree, item).c_str()),
+            notice.cchTextMax);
 }
 
 LRESULT OnTreeDraw(const TreePane& pane, NMTVCUSTOMDRAW& notice) {

@@ -1,9 +1,8 @@
 #include "ui/panes/value_pane.h"
 
 #include <algorithm>
+#include <utility>
 
-#include "hive/value_key.h"
-#include "hive/value_text.h"
 #include "ui/draw/dpi.h"
 #include "ui/frame/list_view.h"
 #include "ui/frame/text.h"
@@ -17,17 +16,10 @@ constexpr int kValueColumn = 2;
 constexpr int kLeastValueWidth = 160;
 constexpr int kTechnicalNameWidth = 320;  // the name is after three numbers there
 
-ValueRow MakeRow(const ValuePane& pane, int row) {
-  const auto index = static_cast<size_t>(row);
-  const size_t info_rows = pane.values.info_rows.size();
-  if (index < info_rows) return pane.values.info_rows[index];
-  return MakeValueRow(*pane.hive, pane.values.value_positions[index - info_rows], pane.options);
-}
-
 const CachedRow& RowTexts(ValuePane& pane, int row) {
   CachedRow& cached = pane.cache[static_cast<size_t>(row) % kCachedRows];
   if (cached.row == row) return cached;
-  const ValueRow made = MakeRow(pane, row);
+  const ValueRow made = RowAt(pane.rows, row);
   cached.row = row;
   cached.texts = {WindowText(made.name), WindowText(made.type), WindowText(made.data),
                   WindowText(made.position)};
@@ -37,13 +29,6 @@ const CachedRow& RowTexts(ValuePane& pane, int row) {
 
 void ForgetRows(ValuePane& pane) {
   for (CachedRow& cached : pane.cache) cached.row = -1;
-}
-
-std::wstring NameOfRow(const ValuePane& pane, int row) {
-  const uint32_t position = ValueOfRow(pane, row);
-  if (position == kNoOffset) return WindowText(MakeRow(pane, row).name);
-  return WindowText(
-      ValueDisplayName(ReadValueKey(*pane.hive, position, ValueRead::kName, 0, nullptr)));
 }
 
 }  // namespace
@@ -56,38 +41,16 @@ HWND MakeValuePane(HWND parent, int identifier, uint32_t dpi) {
 
 void ClearValues(ValuePane& pane) {
   ListView_SetItemCount(pane.window, 0);
-  pane.values = ItemValues();
-  pane.hive = nullptr;
+  pane.rows = ValueRows();
   ForgetRows(pane);
 }
 
-void ShowValues(ValuePane& pane, const HiveImage& hive, ItemValues values,
-                const ValueViewOptions& options) {
+void ShowValues(ValuePane& pane, ValueRows rows) {
   ClearValues(pane);
-  pane.hive = &hive;
-  pane.values = std::move(values);
-  pane.options = options;
+  pane.rows = std::move(rows);
   ListView_SetItemState(pane.window, -1, 0, LVIS_SELECTED | LVIS_FOCUSED);
-  ListView_SetItemCountEx(pane.window, ValueRowCount(pane), 0);
-  if (ValueRowCount(pane) > 0) ListView_EnsureVisible(pane.window, 0, FALSE);
-}
-
-int ValueRowCount(const ValuePane& pane) {
-  return static_cast<int>(pane.values.info_rows.size() + pane.values.value_positions.size());
-}
-
-uint32_t ValueOfRow(const ValuePane& pane, int row) {
-  const auto info_rows = static_cast<int>(pane.values.info_rows.size());
-  if (row < info_rows || row >= ValueRowCount(pane)) return kNoOffset;
-  return pane.values.value_positions[static_cast<size_t>(row - info_rows)];
-}
-
-int RowOfValue(const ValuePane& pane, uint32_t position) {
-  const std::vector<uint32_t>& values = pane.values.value_positions;
-  const auto found = std::find(values.begin(), values.end(), position);
-  if (found == values.end()) return -1;
-  return static_cast<int>(pane.values.info_rows.size() +
-                          static_cast<size_t>(found - values.begin()));
+  ListView_SetItemCountEx(pane.window, RowCount(pane.rows), 0);
+  if (RowCount(pane.rows) > 0) ListView_EnsureVisible(pane.window, 0, FALSE);
 }
 
 int SelectedRow(const ValuePane& pane) {
@@ -101,7 +64,7 @@ void SelectAllRows(const ValuePane& pane) {
 
 void InvertRows(const ValuePane& pane) {
   SendMessageW(pane.window, WM_SETREDRAW, FALSE, 0);
-  for (int row = 0; row < ValueRowCount(pane); ++row) {
+  for (int row = 0; row < RowCount(pane.rows); ++row) {
     const UINT state = ListView_GetItemState(pane.window, row, LVIS_SELECTED);
     ListView_SetItemState(pane.window, row, state ^ LVIS_SELECTED, LVIS_SELECTED);
   }
@@ -123,7 +86,7 @@ std::wstring SelectedText(ValuePane& pane) {
 
 void OnValueDisplay(ValuePane& pane, NMLVDISPINFOW& notice) {
   LVITEMW& item = notice.item;
-  if (item.iItem < 0 || item.iItem >= ValueRowCount(pane)) return;
+  if (item.iItem < 0 || item.iItem >= RowCount(pane.rows)) return;
   const CachedRow& row = RowTexts(pane, item.iItem);
   if ((item.mask & LVIF_IMAGE) != 0) item.iImage = row.icon;
   if ((item.mask & LVIF_TEXT) != 0 && item.iSubItem >= 0 && item.iSubItem < kValueColumns) {
@@ -134,17 +97,17 @@ void OnValueDisplay(ValuePane& pane, NMLVDISPINFOW& notice) {
 int OnValueFind(const ValuePane& pane, const NMLVFINDITEMW& notice) {
   if ((notice.lvfi.flags & (LVFI_STRING | LVFI_PARTIAL)) == 0) return -1;
   const std::wstring start = notice.lvfi.psz;
-  const int count = ValueRowCount(pane);
+  const int count = RowCount(pane.rows);
   for (int step = 0; step < count; ++step) {
     const int row = (notice.iStart + step) % count;
-    if (StartsWith(NameOfRow(pane, row), start)) return row;
+    if (StartsWith(WindowText(NameOfRow(pane.rows, row)), start)) return row;
   }
   return -1;
 }
 
 void FitValueColumns(const ValuePane& pane, uint32_t dpi) {
   if (pane.columns_touched) return;
-  const int name = pane.options.technical ? kTechnicalNameWidth : kColumns[0].width;
+  const int name = pane.rows.options.technical ? kTechnicalNameWidth : kColumns[0].width;
   ListView_SetColumnWidth(pane.window, 0, Scale(name, dpi));
   RECT area;
   GetClientRect(pane.window, &area);

@@ -6,8 +6,8 @@
 #include <cstdint>
 #include <string>
 
-#include "recovery/item_values.h"
 #include "ui/draw/win.h"
+#include "view/value_rows.h"
 
 namespace hivequarry {
 
@@ -22,23 +22,14 @@ struct CachedRow {
 
 struct ValuePane {
   HWND window = nullptr;
-  const HiveImage* hive = nullptr;
-  ItemValues values;
-  ValueViewOptions options;
+  ValueRows rows;
   std::array<CachedRow, kCachedRows> cache;  // a row has one place, by its number
   bool columns_touched = false;              // the user's widths stay as they are
 };
 
 HWND MakeValuePane(HWND parent, int identifier, uint32_t dpi);
-// Replaces the rows; `options` are those the values were gathered with.
-void ShowValues(ValuePane& pane, const HiveImage& hive, ItemValues values,
-                const ValueViewOptions& options);
+void ShowValues(ValuePane& pane, ValueRows rows);
 void ClearValues(ValuePane& pane);
-int ValueRowCount(const ValuePane& pane);
-// The image position of a row's value; kNoOffset for an info row or no row.
-uint32_t ValueOfRow(const ValuePane& pane, int row);
-// The row of the value at an image position, -1 when there is none.
-int RowOfValue(const ValuePane& pane, uint32_t position);
 // The row selected and in focus, else the first selected one, -1 for none.
 int SelectedRow(const ValuePane& pane);
 

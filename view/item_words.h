@@ -11,10 +11,10 @@
 namespace hivequarry {
 
 // The status words and the info words of an item on one line; empty when it has none.
-std::wstring ItemWords(const HiveImage& hive, const KeyTree& tree, uint32_t item);
+std::u16string ItemWords(const HiveImage& hive, const KeyTree& tree, uint32_t item);
 // The same and where its key is, a line each.
-std::wstring ItemTip(const HiveImage& hive, const KeyTree& tree, uint32_t item);
+std::u16string ItemTip(const HiveImage& hive, const KeyTree& tree, uint32_t item);
 // The text of the detail pane: that of the key; before it, what a path copy is.
-std::wstring ItemDetail(const HiveImage& hive, const KeyTree& tree, uint32_t item);
+std::u16string ItemDetail(const HiveImage& hive, const KeyTree& tree, uint32_t item);
 
 }  // namespace hivequarry

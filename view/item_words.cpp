@@ -1,10 +1,10 @@
-#include "ui/panes/item_words.h"
+#include "view/item_words.h"
 
 #include <string_view>
 
 #include "hive/file_place.h"
 #include "recovery/item_values.h"
-#include "ui/frame/text.h"
+#include "view/shown_text.h"
 
 namespace hivequarry {
 namespace {
@@ -32,27 +32,27 @@ std::string Words(const HiveImage& hive, const KeyTree& tree, const KeyItem& it,
 
 }  // namespace
 
-std::wstring ItemWords(const HiveImage& hive, const KeyTree& tree, uint32_t item) {
-  return WindowText(Words(hive, tree, tree.items[item], "    "));
+std::u16string ItemWords(const HiveImage& hive, const KeyTree& tree, uint32_t item) {
+  return ShownText(Words(hive, tree, tree.items[item], "    "));
 }
 
-std::wstring ItemTip(const HiveImage& hive, const KeyTree& tree, uint32_t item) {
+std::u16string ItemTip(const HiveImage& hive, const KeyTree& tree, uint32_t item) {
   const KeyItem& it = tree.items[item];
-  if (it.kind == ItemKind::kDisconnectedKeys) return L"Keys not connected to the Root cell";
-  if (it.kind == ItemKind::kDisconnectedValues) return L"Values not connected to any key";
+  if (it.kind == ItemKind::kDisconnectedKeys) return u"Keys not connected to the Root cell";
+  if (it.kind == ItemKind::kDisconnectedValues) return u"Values not connected to any key";
   std::string text = Words(hive, tree, it, "\r\n");
   const bool made = (it.marks & kVirtualMarks) != 0;
   if (it.position != kNoOffset) {
     Append(text, "\r\n", made ? "No key cell at " : "Position: ", PlaceWords(hive, it.position));
   }
-  return WindowText(text);
+  return ShownText(text);
 }
 
-std::wstring ItemDetail(const HiveImage& hive, const KeyTree& tree, uint32_t item) {
+std::u16string ItemDetail(const HiveImage& hive, const KeyTree& tree, uint32_t item) {
   const KeyItem& it = tree.items[item];
-  if (it.kind != ItemKind::kPathCopy) return WindowText(KeyDetail(hive, tree, item));
-  return L"This is a copy of a connected key: the way to what was unlinked from it.\r\n\r\n" +
-         WindowText(KeyDetail(hive, tree, item));
+  if (it.kind != ItemKind::kPathCopy) return ShownText(KeyDetail(hive, tree, item));
+  return u"This is a copy of a connected key: the way to what was unlinked from it.\r\n\r\n" +
+         ShownText(KeyDetail(hive, tree, item));
 }
 
 }  // namespace hivequarry

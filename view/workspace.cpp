@@ -1,11 +1,11 @@
-#include "ui/panes/workspace.h"
+#include "view/workspace.h"
 
 #include "hive/file_place.h"
 #include "hive/value_text.h"
 #include "host/host.h"
 #include "lists/list_rows.h"
 #include "recovery/root_search.h"
-#include "ui/frame/text.h"
+#include "view/shown_text.h"
 
 namespace hivequarry {
 namespace {
@@ -49,8 +49,8 @@ ItemValues WorkspaceRows(const HiveImage& hive, const KeyTree& tree) {
   return values;
 }
 
-std::wstring WorkspaceDetail(const HiveImage& hive, const KeyTree& tree,
-                             const ImageSummary& summary) {
+std::u16string WorkspaceDetail(const HiveImage& hive, const KeyTree& tree,
+                               const ImageSummary& summary) {
   std::string text = "Root: " + tree.root_text + "\r\n";
   text += "Kind: " + std::string(KindOf(hive)) + "\r\n";
   text += "Begins in the file at: " + PositionText(hive.base_offset) + "\r\n";
@@ -65,7 +65,7 @@ std::wstring WorkspaceDetail(const HiveImage& hive, const KeyTree& tree,
   AddCount(text, "Values", summary.values);
   AddCount(text, "  of them disconnected", summary.disconnected_values);
   AddCount(text, "Security records", summary.security_records);
-  return L"File: " + WideName(hive.file_name) + L"\r\n" + WindowText(text);
+  return u"File: " + WideFromUtf8(hive.file_name) + u"\r\n" + ShownText(text);
 }
 
 }  // namespace hivequarry

@@ -11,7 +11,7 @@ namespace hivequarry {
 // Rows of the value pane: root, kind, file name and place in the file.
 ItemValues WorkspaceRows(const HiveImage& hive, const KeyTree& tree);
 // Text of the detail pane.
-std::wstring WorkspaceDetail(const HiveImage& hive, const KeyTree& tree,
-                             const ImageSummary& summary);
+std::u16string WorkspaceDetail(const HiveImage& hive, const KeyTree& tree,
+                               const ImageSummary& summary);
 
 }  // namespace hivequarry

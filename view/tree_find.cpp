@@ -1,4 +1,4 @@
-#include "ui/panes/tree_find.h"
+#include "view/tree_find.h"
 
 #include <algorithm>
 

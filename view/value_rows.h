@@ -1,0 +1,28 @@
+// The rows of the value pane: those of one tree item, by their place in the pane. Texts are made
+// when they are asked for. Rows count from 0; -1 is no row.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "recovery/item_values.h"
+
+namespace hivequarry {
+
+struct ValueRows {
+  const HiveImage* hive = nullptr;  // of the values; outlives the rows
+  ItemValues values;
+  ValueViewOptions options;  // those that the values were gathered with
+};
+
+int RowCount(const ValueRows& rows);
+// The image position of a row's value; kNoOffset for an info row or no row.
+uint32_t ValueOfRow(const ValueRows& rows, int row);
+// The row of the value at an image position, -1 when there is none.
+int RowOfValue(const ValueRows& rows, uint32_t position);
+// A row's texts.
+ValueRow RowAt(const ValueRows& rows, int row);
+// The name alone, code-page text; no data is read.
+std::string NameOfRow(const ValueRows& rows, int row);
+
+}  // namespace hivequarry
