@@ -75,14 +75,14 @@ class CommandsTest : public WindowTest {
  protected:
   std::string Tooltip(uint16_t number) {
     NMTTDISPINFOW notice{};
-    notice.hdr = {window_->toolbar, number, static_cast<UINT>(TTN_GETDISPINFOW)};
+    notice.hdr = {window_->controls.toolbar, number, static_cast<UINT>(TTN_GETDISPINFOW)};
     SendMessageW(handle_, WM_NOTIFY, number, reinterpret_cast<LPARAM>(&notice));
     return Utf8Name(notice.szText);
   }
   std::string SelectedName() const { return ItemText(TreeView_GetSelection(window_->tree.window)); }
   void OpenTools() { OpenBytes(tools_.bytes); }
   uint32_t Item(const char* path) const {
-    return FindItemByPath(ShownHive(*window_), *window_->key_tree, path);
+    return FindItemByPath(ShownHive(*window_), *window_->hive.tree, path);
   }
   Texts ContextTexts(CommandPlace place, bool available) {
     const HMENU menu = MakeContextMenu(*window_, place);
@@ -161,7 +161,7 @@ TEST_F(CommandsTest, MainMenu) {
       {"&Misc", "&About", 1542},
   };
   TheSettings().histories.recent_files = {"C:\\a & b\\SYSTEM", "D:\\SAM"};
-  SendMessageW(handle_, WM_INITMENUPOPUP, reinterpret_cast<WPARAM>(window_->recent_menu), 0);
+  SendMessageW(handle_, WM_INITMENUPOPUP, reinterpret_cast<WPARAM>(window_->menus.recent), 0);
   EXPECT_EQ(ItemsOf(GetMenu(handle_)), expected);
   CheckMnemonics(GetMenu(handle_));
 }
@@ -195,12 +195,12 @@ TEST_F(CommandsTest, Toolbar) {
                                                     {9004, "Block list"}};
   std::map<uint32_t, std::string> shown;
   LONG right = 0;
-  const LRESULT count = SendMessageW(window_->toolbar, TB_BUTTONCOUNT, 0, 0);
+  const LRESULT count = SendMessageW(window_->controls.toolbar, TB_BUTTONCOUNT, 0, 0);
   for (LRESULT at = 0; at < count; ++at) {
     TBBUTTON button{};
     RECT area{};
-    SendMessageW(window_->toolbar, TB_GETBUTTON, at, reinterpret_cast<LPARAM>(&button));
-    SendMessageW(window_->toolbar, TB_GETITEMRECT, at, reinterpret_cast<LPARAM>(&area));
+    SendMessageW(window_->controls.toolbar, TB_GETBUTTON, at, reinterpret_cast<LPARAM>(&button));
+    SendMessageW(window_->controls.toolbar, TB_GETITEMRECT, at, reinterpret_cast<LPARAM>(&area));
     if ((button.fsStyle & BTNS_SEP) != 0) continue;
     shown[static_cast<uint32_t>(button.idCommand)] =
         Tooltip(static_cast<uint16_t>(button.idCommand));
@@ -212,7 +212,8 @@ TEST_F(CommandsTest, Toolbar) {
   const int row = WrapToolbar(*window_, 2000);
   EXPECT_GT(WrapToolbar(*window_, 400), row);
   RECT last{};
-  SendMessageW(window_->toolbar, TB_GETITEMRECT, count - 1, reinterpret_cast<LPARAM>(&last));
+  SendMessageW(window_->controls.toolbar, TB_GETITEMRECT, count - 1,
+               reinterpret_cast<LPARAM>(&last));
   EXPECT_LE(last.right, 400);
   ShowArrangement(*window_, kOutputArrangement);
   EXPECT_EQ(Tooltip(1502), "Toggle View");
@@ -232,7 +233,7 @@ TEST_F(CommandsTest, Keys) {
       {FSHIFT, VK_F6, 9021},   {FCONTROL, 'L', 9029},
       {FALT, 'S', 9305},       {FCONTROL | FSHIFT, 'F', 9030}};
   ACCEL keys[64];
-  const int count = CopyAcceleratorTableW(window_->accelerators, keys, 64);
+  const int count = CopyAcceleratorTableW(window_->menus.accelerators, keys, 64);
   std::set<std::tuple<int, int, int>> shown;
   for (int i = 0; i < count; ++i) {
     shown.insert({keys[i].fVirt & ~(FVIRTKEY | FNOINVERT), keys[i].key, keys[i].cmd});
@@ -290,18 +291,18 @@ TEST_F(CommandsTest, Arrangements) {
   for (const auto& step : kSteps) {
     SCOPED_TRACE(step.command);
     Run(step.command);
-    EXPECT_EQ(window_->arrangement, step.arrangement);
+    EXPECT_EQ(window_->layout.arrangement, step.arrangement);
     EXPECT_EQ(IsWindowVisible(window_->tree.window) != FALSE, step.arrangement != 3);
     EXPECT_EQ(IsWindowVisible(window_->values.window) != FALSE, step.arrangement == 2);
     EXPECT_EQ(IsWindowVisible(window_->detail.window) != FALSE, step.arrangement == 2);
     EXPECT_EQ(IsWindowVisible(window_->output.list) != FALSE, step.arrangement == 3);
   }
-  EXPECT_EQ(window_->recent_arrangements, (std::array<int, 3>{1, 3, 1}));
+  EXPECT_EQ(window_->layout.recent_arrangements, (std::array<int, 3>{1, 3, 1}));
   // The list of keys that one step asked for: a window of its own, a row for each key.
   ASSERT_TRUE(PumpUntil([&] { return FindWindowW(L"HivequarryList", nullptr) != nullptr; }));
   const ListPlace* place = FindListPlace(FindWindowW(L"HivequarryList", nullptr));
   ASSERT_NE(place, nullptr);
-  EXPECT_EQ(ShownRowCount(*place), window_->summary.keys);
+  EXPECT_EQ(ShownRowCount(*place), window_->hive.summary.keys);
 }
 
 TEST_F(CommandsTest, WorkspaceListsTheHive) {
@@ -310,7 +311,7 @@ TEST_F(CommandsTest, WorkspaceListsTheHive) {
   EXPECT_EQ(SelectedName(), "Workspace");
   ASSERT_EQ(ListView_GetItemCount(window_->values.window), 1);
   EXPECT_EQ(ValueRowTexts(0),
-            (Texts{window_->key_tree->root_text, "Hive", hive_file_->name(), "0x00000000"}));
+            (Texts{window_->hive.tree->root_text, "Hive", hive_file_->name(), "0x00000000"}));
   EXPECT_EQ(TextOf(window_->detail.window).find("File: " + hive_file_->name()), 0U);
   EXPECT_EQ(ContextTexts(CommandPlace::kWorkspaceMenu, false), Texts());
   for (const Command& command : Commands()) {  // none takes it for a key
@@ -367,7 +368,7 @@ TEST_F(CommandsTest, BranchAndBack) {
 TEST_F(CommandsTest, DeletedKeysAreLeftOutUntilShownAgain) {
   OpenTools();
   const uint32_t inner = Item("Gamma\\Betamax\\Inner");
-  const uint32_t position = window_->key_tree->items[inner].position;
+  const uint32_t position = window_->hive.tree->items[inner].position;
   SelectPath("Gamma\\Betamax");
   Run(kCommandDeleteKeys);
   ASSERT_EQ(surroundings_.boxes.size(), 1U);
@@ -379,7 +380,7 @@ TEST_F(CommandsTest, DeletedKeysAreLeftOutUntilShownAgain) {
   EXPECT_TRUE(ChildTexts(TreeView_GetSelection(window_->tree.window)).empty());
   EXPECT_EQ(Item("Gamma\\Betamax"), kNoItem);
   EXPECT_FALSE(GoToPosition(*window_, position));
-  EXPECT_EQ(RowCount(*ListKeyTree(ShownHive(*window_), *window_->key_tree, 0)), 5U);
+  EXPECT_EQ(RowCount(*ListKeyTree(ShownHive(*window_), *window_->hive.tree, 0)), 5U);
   SelectPath("Alpha\\Beta");
   Run(kCommandDeleteKeys);  // a single key: nothing is asked
   EXPECT_EQ(surroundings_.boxes.size(), 2U);
@@ -388,17 +389,17 @@ TEST_F(CommandsTest, DeletedKeysAreLeftOutUntilShownAgain) {
   EXPECT_EQ(SelectedName(), "Delta");
   EXPECT_TRUE(GoToPosition(*window_, position));
   EXPECT_EQ(SelectedName(), "Inner");
-  EXPECT_EQ(RowCount(*ListKeyTree(ShownHive(*window_), *window_->key_tree, 0)), 7U);
+  EXPECT_EQ(RowCount(*ListKeyTree(ShownHive(*window_), *window_->hive.tree, 0)), 7U);
 }
 
 TEST_F(CommandsTest, GoesToKeysAndValues) {
   OpenTools();
   ShowArrangement(*window_, kOutputArrangement);
   EXPECT_TRUE(GoToPosition(*window_, tools_.ValuePosition("Alpha\\Beta", "Blob")));
-  EXPECT_EQ(window_->arrangement, kKeysArrangement);
+  EXPECT_EQ(window_->layout.arrangement, kKeysArrangement);
   WaitForRows();
   EXPECT_EQ(SelectedName(), "Beta");
-  EXPECT_EQ(window_->shown_value, tools_.ValuePosition("Alpha\\Beta", "Blob"));
+  EXPECT_EQ(window_->selection.value, tools_.ValuePosition("Alpha\\Beta", "Blob"));
   EXPECT_FALSE(GoToPosition(*window_, 4));
 }
 
@@ -460,7 +461,7 @@ TEST_F(CommandsTest, PlaceAndSizesSurviveARestart) {
   SetWindowPos(handle_, nullptr, 60, 50, 800, 600, SWP_NOZORDER);
   ListView_SetColumnWidth(window_->values.window, 0, 111);
   window_->values.columns_touched = true;
-  window_->tree_width = 222;
+  window_->layout.tree_width = 222;
   Run(kCommandDetailPane);
   CloseWindow();
   TheSettings() = Settings();
@@ -476,8 +477,8 @@ TEST_F(CommandsTest, PlaceAndSizesSurviveARestart) {
   EXPECT_NEAR(place.right - place.left, 800, 1);
   EXPECT_NEAR(place.bottom - place.top, 600, 1);
   EXPECT_NEAR(ListView_GetColumnWidth(window_->values.window, 0), 111, 1);
-  EXPECT_EQ(window_->tree_width, 222);
-  EXPECT_FALSE(window_->detail_shown);
+  EXPECT_EQ(window_->layout.tree_width, 222);
+  EXPECT_FALSE(window_->layout.detail_shown);
   ShowWindow(handle_, SW_MAXIMIZE);
   CloseWindow();
   MakeWindow();

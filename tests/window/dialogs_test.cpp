@@ -27,11 +27,11 @@ class DialogsTest : public ListTest {
     TheRecentKeys().clear();
   }
   std::string SelectedPath() const {
-    return ItemPath(ShownHive(*window_), *window_->key_tree, SelectedItem(window_->tree));
+    return ItemPath(ShownHive(*window_), *window_->hive.tree, SelectedItem(window_->tree));
   }
   void OpenSample() {
     Open(file_.name());
-    ASSERT_GT(window_->summary.disconnected_values, 0U);
+    ASSERT_GT(window_->hive.summary.disconnected_values, 0U);
   }
   TempFile file_{DamagedSample(), "SOFTWARE"};
 };
@@ -58,28 +58,30 @@ TEST_F(DialogsTest, EachOptionHasItsBoxAndDefaultsBringBackTheBuiltInOnes) {
     OnOptions(*window_);
     EXPECT_NE(TheSettings().options.*box.option, before);
   }
-  EXPECT_TRUE(window_->view.technical && window_->view.cell_details && !window_->detail_shown);
+  EXPECT_TRUE(window_->view.technical && window_->view.cell_details &&
+              !window_->layout.detail_shown);
   InNextDialog(Clicks({kOptionsDefaults, IDOK}));
   OnOptions(*window_);
   EXPECT_EQ(OptionDigits(TheSettings().options), OptionDigits(Options()));
-  EXPECT_FALSE(window_->view.technical || window_->view.cell_details || !window_->detail_shown);
+  EXPECT_FALSE(window_->view.technical || window_->view.cell_details ||
+               !window_->layout.detail_shown);
   EXPECT_TRUE(surroundings_.boxes.empty());
 }
 
 TEST_F(DialogsTest, OptionsOfRecoveryWorkOnTheHiveThatIsLoadedAgain) {
   OpenSample();
-  SelectItemAndWait(FirstChild(*window_->key_tree, 0));
+  SelectItemAndWait(FirstChild(*window_->hive.tree, 0));
   const std::string selected = SelectedPath();
   InNextDialog(Clicks({kOptionLostValues, IDOK}));
   OnOptions(*window_);  // answered with No
   EXPECT_EQ(surroundings_.boxes.size(), 1U);
-  EXPECT_GT(window_->summary.disconnected_values, 0U);
+  EXPECT_GT(window_->hive.summary.disconnected_values, 0U);
   surroundings_.answer = Answer::kYes;
   ReloadHive(*window_);
-  EXPECT_LT(window_->slot, 0);
+  EXPECT_LT(window_->hive.slot, 0);
   ASSERT_TRUE(PumpUntil([&] { return IsLoaded(); }));
   WaitForRows();
-  EXPECT_EQ(window_->summary.disconnected_values, 0U);
+  EXPECT_EQ(window_->hive.summary.disconnected_values, 0U);
   EXPECT_EQ(SelectedPath(), selected);
 }
 
@@ -113,9 +115,9 @@ class BookmarksTest : public DialogsTest {
 };
 
 TEST_F(BookmarksTest, AddFilterNoteAndDelete) {
-  const uint32_t item = FirstChild(*window_->key_tree, 0);
+  const uint32_t item = FirstChild(*window_->hive.tree, 0);
   SelectItemAndWait(item);
-  const std::string key = KeyPathOf(ShownHive(*window_), *window_->key_tree, item);
+  const std::string key = KeyPathOf(ShownHive(*window_), *window_->hive.tree, item);
   OnAddToBookmarks(*window_);
   EXPECT_EQ(Paths().at(0), key);
   InNextDialog([&](HWND dialog) {
@@ -152,7 +154,7 @@ TEST_F(BookmarksTest, GoingToOneSaysWhenItIsNotThere) {
     bool moves;
   } cases[] = {{0, "Key not found !", true}, {1, "This hive does not hold", false}};
   for (const auto& c : cases) {
-    SelectItemAndWait(FirstChild(*window_->key_tree, 0));
+    SelectItemAndWait(FirstChild(*window_->hive.tree, 0));
     const std::string before = SelectedPath();
     TakeBoxes();
     InNextDialog([&](HWND dialog) {
@@ -168,8 +170,8 @@ TEST_F(BookmarksTest, GoingToOneSaysWhenItIsNotThere) {
 
 TEST_F(DialogsTest, RecentKeysAreThoseThatStayedAndOneIsGoneBackTo) {
   OpenSample();
-  const uint32_t first = FirstChild(*window_->key_tree, 0);
-  const uint32_t second = NextSibling(*window_->key_tree, first);
+  const uint32_t first = FirstChild(*window_->hive.tree, 0);
+  const uint32_t second = NextSibling(*window_->hive.tree, first);
   SelectItemAndWait(first);
   TheRecentKeys().clear();  // loading may have taken long enough for the root
   NoteKeyShown(*window_);
@@ -177,7 +179,7 @@ TEST_F(DialogsTest, RecentKeysAreThoseThatStayedAndOneIsGoneBackTo) {
   EXPECT_TRUE(PumpUntil([] { return TheRecentKeys().size() == 1; }));
   SelectItemAndWait(second);
   NoteKeyUsed(*window_);
-  SelectItemAndWait(window_->key_tree->disconnected_keys);
+  SelectItemAndWait(window_->hive.tree->disconnected_keys);
   NoteKeyUsed(*window_);  // a folder is no key
   EXPECT_EQ(TheRecentKeys().size(), 2U);
   InNextDialog([](HWND dialog) {
@@ -193,9 +195,9 @@ TEST_F(DialogsTest, RecentKeysAreThoseThatStayedAndOneIsGoneBackTo) {
 TEST_F(DialogsTest, RawViewFollowsOffsetsAndGoesBack) {
   OpenSample();
   TheSettings().options.number_rows = true;  // not for fields
-  SelectItemAndWait(FirstChild(*window_->key_tree, 0));
-  const uint32_t position = window_->key_tree->items[SelectedItem(window_->tree)].position;
-  const uint32_t parent = window_->key_tree->items[0].position;
+  SelectItemAndWait(FirstChild(*window_->hive.tree, 0));
+  const uint32_t position = window_->hive.tree->items[SelectedItem(window_->tree)].position;
+  const uint32_t parent = window_->hive.tree->items[0].position;
   ListPlace* place = OpenRawView(*window_, position);
   ASSERT_NE(place, nullptr);
   const Texts fields = Column(*place, 2);

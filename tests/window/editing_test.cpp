@@ -67,7 +67,7 @@ TEST_F(WindowTest, EditOfAValueIsShownListedAndTakenBack) {
 
 TEST_F(WindowTest, TypedPathLeadsToItsKey) {
   OpenBytes(ToolsHive().bytes);
-  const std::string root = window_->key_tree->root_text;
+  const std::string root = window_->hive.tree->root_text;
   struct Case {
     const wchar_t* typed;
     const char* shown;  // below the root
@@ -81,9 +81,9 @@ TEST_F(WindowTest, TypedPathLeadsToItsKey) {
                          {L" ", "\\Tools\\Inner", 0}};
   for (const Case& expected : kCases) {
     surroundings_.boxes.clear();
-    SetWindowTextW(window_->path, expected.typed);
+    SetWindowTextW(window_->controls.path, expected.typed);
     GoToTypedPath(*window_);
-    EXPECT_EQ(TextOf(window_->path), root + expected.shown);
+    EXPECT_EQ(TextOf(window_->controls.path), root + expected.shown);
     EXPECT_EQ(surroundings_.boxes.size(), expected.boxes);
   }
 }

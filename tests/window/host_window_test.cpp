@@ -45,11 +45,11 @@ TEST_F(WindowTest, ProgressAndStatusOfAWorkerAreShown) {
   });
   worker.join();
   EXPECT_TRUE(PumpUntil([&] { return StatusText(kStatusText) == " 12/34"; }));
-  EXPECT_TRUE(IsWindowVisible(window_->progress));
-  EXPECT_EQ(SendMessageW(window_->progress, PBM_GETPOS, 0, 0), 150);
-  EXPECT_EQ(SendMessageW(window_->progress, PBM_GETRANGE, FALSE, 0), 200);
+  EXPECT_TRUE(IsWindowVisible(window_->controls.progress));
+  EXPECT_EQ(SendMessageW(window_->controls.progress, PBM_GETPOS, 0, 0), 150);
+  EXPECT_EQ(SendMessageW(window_->controls.progress, PBM_GETRANGE, FALSE, 0), 200);
   host.progress_range(host.context, 0);
-  EXPECT_TRUE(PumpUntil([&] { return IsWindowVisible(window_->progress) == FALSE; }));
+  EXPECT_TRUE(PumpUntil([&] { return IsWindowVisible(window_->controls.progress) == FALSE; }));
 }
 
 TEST_F(WindowTest, LocalTimeFollowsTheRulesOfItsDate) {
@@ -73,20 +73,20 @@ TEST_F(WindowTest, CodePageIsTheSystems) {
 TEST_F(WindowTest, ThreadTableIsLimited) {
   std::atomic<bool> go{false};
   std::atomic<int> ran{0};
-  for (size_t i = 0; i < kValueThreads; ++i) window_->threads.taken[i] = i != 7;
+  for (size_t i = 0; i < kValueThreads; ++i) window_->selection.threads.taken[i] = i != 7;
   const auto work = [&] {
     while (!go) std::this_thread::yield();
     ++ran;
   };
-  EXPECT_TRUE(StartValueThread(window_->threads, work));
-  EXPECT_FALSE(StartValueThread(window_->threads, work));
+  EXPECT_TRUE(StartValueThread(window_->selection.threads, work));
+  EXPECT_FALSE(StartValueThread(window_->selection.threads, work));
   ASSERT_EQ(surroundings_.boxes.size(), 1U);
   EXPECT_EQ(surroundings_.boxes[0].text, "Too many threads !");
   EXPECT_EQ(surroundings_.boxes[0].title, "Error");
   go = true;
-  EXPECT_TRUE(PumpUntil([&] { return !window_->threads.taken[7]; }));
+  EXPECT_TRUE(PumpUntil([&] { return !window_->selection.threads.taken[7]; }));
   EXPECT_EQ(ran, 1);
-  for (auto& taken : window_->threads.taken) taken = false;
+  for (auto& taken : window_->selection.threads.taken) taken = false;
 }
 
 bool IsIn(CommandPlace place, uint16_t number) {
@@ -161,8 +161,8 @@ class CommandTest : public WindowTest {
     Run(kCommandDeleteKeys);
     SelectPath("Tools");
     SelectRow(0);
-    HiveImage& hive = TheHiveTable().slots[static_cast<size_t>(window_->slot)];
-    ASSERT_TRUE(SetValueEdit(hive, window_->shown_value, 1, {}));
+    HiveImage& hive = TheHiveTable().slots[static_cast<size_t>(window_->hive.slot)];
+    ASSERT_TRUE(SetValueEdit(hive, window_->selection.value, 1, {}));
     TheSettings().histories.recent_files.assign(kRecentHives, file.name());
     const std::string_view text = "a row";
     NewRow row;
@@ -182,7 +182,7 @@ class CommandTest : public WindowTest {
     return ran;
   }
   bool IsOfferedInToolbar(const Command& command) const {
-    return SendMessageW(window_->toolbar, TB_ISBUTTONENABLED, command.number, 0) != 0;
+    return SendMessageW(window_->controls.toolbar, TB_ISBUTTONENABLED, command.number, 0) != 0;
   }
   bool IsOfferedInMenu(const Command& command) const {
     return (GetMenuState(GetMenu(handle_), command.number, MF_BYCOMMAND) & MF_GRAYED) == 0;

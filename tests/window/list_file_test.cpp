@@ -161,7 +161,7 @@ TEST_F(ListFileTest, ReportIsSavedAndLoadedBack) {
   LoadReport(window_->output, choice_.name);
   Finish(window_->output);
   EXPECT_EQ(Column(window_->output, 0), Texts{"a"});
-  EXPECT_EQ(window_->arrangement, 3);
+  EXPECT_EQ(window_->layout.arrangement, 3);
   EXPECT_EQ(TextOf(handle_), "Hivequarry");
 }
 

@@ -317,7 +317,7 @@ TEST_F(ListTest, RowsLeadToTheTree) {
   EXPECT_FALSE(IsListCommandAvailable(place, kCommandGoToTree));
   FocusRow(place, 1, false);
   RunList(place, kCommandGoToTree);
-  EXPECT_EQ(window_->key_tree->items[SelectedItem(window_->tree)].position,
+  EXPECT_EQ(window_->hive.tree->items[SelectedItem(window_->tree)].position,
             hive.PositionOf("Tools\\Inner"));
 }
 
@@ -327,7 +327,7 @@ TEST_F(ListTest, AFreedRecordIsShownByItsBytes) {
   BuiltHive hive = builder.Build();
   const uint32_t gone = hive.PositionOf("Tools\\Gone");
   OpenBytes(hive.Unlink("Tools\\Gone").Free(gone).bytes);
-  ListPlace& place = OpenList(ListFreedKeys(ShownHive(*window_), *window_->key_tree));
+  ListPlace& place = OpenList(ListFreedKeys(ShownHive(*window_), *window_->hive.tree));
   ASSERT_EQ(RowCount(*place.model), 1U);
   FocusRow(place, 0, false);
   RunList(place, kCommandGoToTree);

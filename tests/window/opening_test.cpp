@@ -51,7 +51,7 @@ struct Gate {
 
 TEST_F(WindowTest, StartsEmptyAndSaysHowToOpen) {
   EXPECT_EQ(TextOf(handle_), "Hivequarry");
-  EXPECT_TRUE(IsWindowVisible(window_->empty));
+  EXPECT_TRUE(IsWindowVisible(window_->controls.empty));
   EXPECT_FALSE(IsWindowVisible(window_->tree.window));
   Run(kCommandBlockList);
   Run(kCommandCopyKeyName);
@@ -67,10 +67,10 @@ TEST_F(WindowTest, OpensIntoATreeThatIsFilledWhenOpened) {
   snprintf(start, sizeof start,
            "Hivequarry:F:%08X:", static_cast<unsigned>(reinterpret_cast<uintptr_t>(handle_)));
   EXPECT_EQ(TextOf(handle_), start + file.name());
-  EXPECT_FALSE(IsWindowVisible(window_->empty));
+  EXPECT_FALSE(IsWindowVisible(window_->controls.empty));
 
   const HTREEITEM root = RootHandle();
-  EXPECT_EQ(ItemText(root), window_->key_tree->root_text);
+  EXPECT_EQ(ItemText(root), window_->hive.tree->root_text);
   EXPECT_TRUE(IsItemExpanded(root));
   EXPECT_EQ(TreeView_GetSelection(window_->tree.window), root);
   EXPECT_EQ(ChildTexts(root), (std::vector<std::string>{"Alpha", "Gamma", "Disconnected Keys",
@@ -116,9 +116,9 @@ TEST_F(WindowTest, ReportListIsNeverAHive) {
     ASSERT_TRUE(PumpUntil([&] {
       return ListView_GetItemCount(window_->output.list) == 2 && !window_->work.thread.joinable();
     }));
-    EXPECT_EQ(window_->arrangement, kOutputArrangement);
+    EXPECT_EQ(window_->layout.arrangement, kOutputArrangement);
     EXPECT_EQ(StatusText(kStatusCounts), " Number of Items : 2");
-    if (window_->slot < 0) Open(hive.name());  // a hive is shown from then on
+    if (window_->hive.slot < 0) Open(hive.name());  // a hive is shown from then on
     Run(4148);
     ShowArrangement(*window_, kKeysArrangement);
   }
@@ -144,7 +144,7 @@ TEST_F(WindowTest, CommandLineOpensARange) {
   ASSERT_TRUE(PumpUntil([&] { return IsLoaded(); }));
   EXPECT_EQ(ShownHive(*window_).base_offset, 512U);
   EXPECT_EQ(ShownHive(*window_).length, hive.bytes.size());
-  EXPECT_EQ(window_->summary.keys, 4U);
+  EXPECT_EQ(window_->hive.summary.keys, 4U);
 }
 
 TEST_F(WindowTest, FileThatCannotBeOpenedLeavesTheWindowEmpty) {
@@ -155,15 +155,15 @@ TEST_F(WindowTest, FileThatCannotBeOpenedLeavesTheWindowEmpty) {
   EXPECT_EQ(surroundings_.boxes[0].text,
             "Can not open " + name + "\r\n(No such file or directory)");
   EXPECT_EQ(TextOf(handle_), "Hivequarry");
-  EXPECT_TRUE(IsWindowVisible(window_->empty));
+  EXPECT_TRUE(IsWindowVisible(window_->controls.empty));
   EXPECT_EQ(window_->host.wait_cursors, 0);
   const TempFile text(Bytes(5000, 'x'));
   OpenNamedFile(*window_, text.name(), 0, 0);
   ASSERT_TRUE(PumpUntil([&] { return !window_->load.thread.joinable(); }));
   EXPECT_EQ(surroundings_.boxes.back().text, "Invalid File format !");
-  EXPECT_TRUE(IsWindowVisible(window_->empty));
+  EXPECT_TRUE(IsWindowVisible(window_->controls.empty));
   OpenBytes(SmallHive().bytes);
-  EXPECT_EQ(window_->summary.keys, 4U);
+  EXPECT_EQ(window_->hive.summary.keys, 4U);
 }
 
 TEST_F(WindowTest, StopAsksAndKeepsWhatWasCollected) {
@@ -184,7 +184,7 @@ TEST_F(WindowTest, StopAsksAndKeepsWhatWasCollected) {
     Run(kCommandAbout);
     OnItemSelected(*window_, 0);
     EXPECT_FALSE(window_->view.technical);
-    EXPECT_EQ(window_->item_box.newest, 0U);
+    EXPECT_EQ(window_->selection.item_box.newest, 0U);
     EXPECT_TRUE(
         PumpUntil([&] { return StatusText(kStatusText) == " Collecting information ..."; }));
     Run(kCommandStop);
@@ -194,8 +194,8 @@ TEST_F(WindowTest, StopAsksAndKeepsWhatWasCollected) {
     EXPECT_EQ(surroundings_.boxes[0].text, "Stop current Process ?");
     EXPECT_EQ(surroundings_.boxes[0].buttons, Buttons::kYesNo);
     EXPECT_EQ(surroundings_.boxes[0].icon, Icon::kQuestion);
-    EXPECT_EQ(window_->summary.stopped, answer == Answer::kYes);
-    EXPECT_EQ(window_->summary.keys < 2000, answer == Answer::kYes);
+    EXPECT_EQ(window_->hive.summary.stopped, answer == Answer::kYes);
+    EXPECT_EQ(window_->hive.summary.keys < 2000, answer == Answer::kYes);
     Run(kCommandStop);  // idle again: nothing to ask
     EXPECT_EQ(surroundings_.boxes.size(), 1U);
   }

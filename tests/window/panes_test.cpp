@@ -29,7 +29,7 @@ TEST_F(WindowTest, ValuesOfTheSelectedKey) {
   const BuiltHive hive = ToolsHive();
   OpenBytes(hive.bytes);
   SelectPath("Tools");
-  EXPECT_EQ(TextOf(window_->path), window_->key_tree->root_text + "\\Tools");
+  EXPECT_EQ(TextOf(window_->controls.path), window_->hive.tree->root_text + "\\Tools");
   ASSERT_EQ(ListView_GetItemCount(window_->values.window), 4);
   EXPECT_EQ(ValueRowTexts(0),
             (Texts{"Path", "REG_SZ", "C:\\Tools", Hex(hive.ValuePosition("Tools", "Path"))}));
@@ -73,16 +73,16 @@ TEST_F(WindowTest, LongDetailComesWhole) {
 TEST_F(WindowTest, OnlyTheNewestSelectionIsShown) {
   OpenBytes(ToolsHive().bytes);
   const HiveImage& hive = ShownHive(*window_);
-  const uint32_t tools = FindItemByPath(hive, *window_->key_tree, "Tools");
-  const uint32_t empty = FindItemByPath(hive, *window_->key_tree, "Empty");
+  const uint32_t tools = FindItemByPath(hive, *window_->hive.tree, "Tools");
+  const uint32_t empty = FindItemByPath(hive, *window_->hive.tree, "Empty");
   for (int i = 0; i < 100; ++i) {
     OnItemSelected(*window_, tools);
     OnItemSelected(*window_, empty);
   }
   WaitForRows();
-  EXPECT_EQ(window_->shown_item, empty);
-  EXPECT_TRUE(PumpUntil([&] { return !ValueThreadsRun(window_->threads); }));
-  EXPECT_EQ(window_->shown_item, empty);
+  EXPECT_EQ(window_->selection.item, empty);
+  EXPECT_TRUE(PumpUntil([&] { return !ValueThreadsRun(window_->selection.threads); }));
+  EXPECT_EQ(window_->selection.item, empty);
   EXPECT_TRUE(surroundings_.boxes.empty());
 }
 
@@ -93,21 +93,21 @@ TEST_F(WindowTest, FoldersOfWhatIsDisconnected) {
   hive.SetU32(hive.PositionOf("Lost\\Child"), field::kKeyValues, 0)
       .SetU32(hive.PositionOf("Lost\\Child"), field::kKeyValueList, kNone);
   OpenBytes(hive.bytes);
-  SelectItemAndWait(window_->key_tree->disconnected_keys);
+  SelectItemAndWait(window_->hive.tree->disconnected_keys);
   ASSERT_EQ(ListView_GetItemCount(window_->values.window), 1);
   EXPECT_EQ(ValueRowTexts(0), (Texts{"Info", "", "Keys not connected to the Root cell", ""}));
 
-  SelectItemAndWait(window_->key_tree->disconnected_values);
+  SelectItemAndWait(window_->hive.tree->disconnected_values);
   ASSERT_EQ(ListView_GetItemCount(window_->values.window), 2);
   EXPECT_EQ(ValueRowTexts(0), (Texts{"Info", "", "Values not connected to any key", ""}));
   EXPECT_EQ(ValueRowTexts(1)[0], "Kept");
   EXPECT_EQ(ValueRowTexts(1)[2], "yes");
 
-  const uint32_t lost = ItemOfPosition(*window_->key_tree, hive.PositionOf("Lost"));
+  const uint32_t lost = ItemOfPosition(*window_->hive.tree, hive.PositionOf("Lost"));
   SelectItemAndWait(lost);
   EXPECT_EQ(ItemText(window_->tree.handles[lost]), "Lost");
-  EXPECT_EQ(window_->key_tree->items[lost].parent, window_->key_tree->disconnected_keys);
-  EXPECT_EQ(ClosedIcon(window_->key_tree->items[lost]), kIconIsolatedRepaired);
+  EXPECT_EQ(window_->hive.tree->items[lost].parent, window_->hive.tree->disconnected_keys);
+  EXPECT_EQ(ClosedIcon(window_->hive.tree->items[lost]), kIconIsolatedRepaired);
 }
 
 TEST_F(WindowTest, TechnicalViewAndCellDetails) {
@@ -157,11 +157,11 @@ TEST_F(WindowTest, ExpandsAndCollapsesSubfolders) {
   SelectPath("Top");
   Run(kCommandExpand);
   const uint32_t leaf =
-      FindItemByPath(ShownHive(*window_), *window_->key_tree, "Top\\Key299\\Sub\\Leaf");
+      FindItemByPath(ShownHive(*window_), *window_->hive.tree, "Top\\Key299\\Sub\\Leaf");
   EXPECT_TRUE(PumpUntil([&] { return window_->tree.expand_end == 0; }));
   ASSERT_NE(window_->tree.handles[leaf], nullptr);
   EXPECT_EQ(ItemText(window_->tree.handles[leaf]), "Leaf");
-  const uint32_t sub = window_->key_tree->items[leaf].parent;
+  const uint32_t sub = window_->hive.tree->items[leaf].parent;
   EXPECT_TRUE(IsItemExpanded(window_->tree.handles[sub]));
   Run(kCommandCollapse);
   EXPECT_FALSE(IsItemExpanded(window_->tree.handles[sub]));
@@ -187,10 +187,10 @@ TEST_F(WindowTest, UnusualNames) {
   EXPECT_NE(std::find(texts.begin(), texts.end(), length), texts.end());
   // The path line and the clipboard lose nothing.
   for (uint32_t item = 1; item < 4; ++item) {
-    if (ItemNameUtf8(ShownHive(*window_), *window_->key_tree, item) != greek) continue;
+    if (ItemNameUtf8(ShownHive(*window_), *window_->hive.tree, item) != greek) continue;
     SelectItemAndWait(item);
-    const std::string path = window_->key_tree->root_text + "\\" + greek;
-    EXPECT_EQ(TextOf(window_->path), path);
+    const std::string path = window_->hive.tree->root_text + "\\" + greek;
+    EXPECT_EQ(TextOf(window_->controls.path), path);
     Run(kCommandCopyKeyName);
     EXPECT_EQ(ClipboardText(), path);
   }
@@ -204,13 +204,13 @@ TEST_F(WindowTest, SplittersMoveByMouseAndKeys) {
     return static_cast<int>(area.right - area.left);
   };
   const int before = width();
-  SendMessageW(window_->tree_splitter, WM_KEYDOWN, VK_RIGHT, 0);
+  SendMessageW(window_->controls.tree_splitter, WM_KEYDOWN, VK_RIGHT, 0);
   EXPECT_GT(width(), before);
-  SendMessageW(window_->tree_splitter, WM_KEYDOWN, VK_LEFT, 0);
+  SendMessageW(window_->controls.tree_splitter, WM_KEYDOWN, VK_LEFT, 0);
   EXPECT_EQ(width(), before);
-  SendMessageW(window_->tree_splitter, WM_LBUTTONDOWN, MK_LBUTTON, MAKELPARAM(2, 50));
-  SendMessageW(window_->tree_splitter, WM_MOUSEMOVE, MK_LBUTTON, MAKELPARAM(42, 50));
-  SendMessageW(window_->tree_splitter, WM_LBUTTONUP, 0, MAKELPARAM(2, 50));
+  SendMessageW(window_->controls.tree_splitter, WM_LBUTTONDOWN, MK_LBUTTON, MAKELPARAM(2, 50));
+  SendMessageW(window_->controls.tree_splitter, WM_MOUSEMOVE, MK_LBUTTON, MAKELPARAM(42, 50));
+  SendMessageW(window_->controls.tree_splitter, WM_LBUTTONUP, 0, MAKELPARAM(2, 50));
   EXPECT_NEAR(width(), before + 40, 1);
   // Neither side can be moved out of the window.
   SendMessageW(handle_, kSplitterMoved, kTreeSplitterId, 100000);
@@ -244,7 +244,7 @@ TEST_F(WindowTest, GoesOverToAnotherResolution) {
   EXPECT_EQ(height, Scale(16, dpi));
   RECT tree;
   GetClientRect(window_->tree.window, &tree);
-  EXPECT_NEAR(tree.right, Scale(window_->tree_width, dpi), 24);
+  EXPECT_NEAR(tree.right, Scale(window_->layout.tree_width, dpi), 24);
 }
 
 }  // namespace

@@ -92,7 +92,8 @@ class RegeditTest : public ListTest {
     hive.Key("ALPHA\\beta").Sz("Apple", "x").Sz("blackberry", "x");
     hive.Key("ALPHA\\Lost\\Deeper");
     OpenBytes(hive.Build().bytes);
-    SetRootPath(TheHiveTable().slots[static_cast<size_t>(window_->slot)], "HKCU\\Software\\HQTest");
+    SetRootPath(TheHiveTable().slots[static_cast<size_t>(window_->hive.slot)],
+                "HKCU\\Software\\HQTest");
   }
 };
 

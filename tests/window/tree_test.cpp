@@ -21,7 +21,7 @@ class TreeTest : public WindowTest {
   HWND Tree() const { return window_->tree.window; }
   HTREEITEM HandleOf(uint32_t item) const { return window_->tree.handles[item]; }
 
-  uint32_t ItemAt(uint32_t position) const { return ItemOfPosition(*window_->key_tree, position); }
+  uint32_t ItemAt(uint32_t position) const { return ItemOfPosition(*window_->hive.tree, position); }
 
   // As the control has it: an open branch shows the open twin.
   int ShownIcon(uint32_t item) const {
@@ -55,8 +55,8 @@ class TreeTest : public WindowTest {
   }
   std::vector<uint32_t> ChildrenOf(uint32_t item) const {
     std::vector<uint32_t> items;
-    for (uint32_t child = FirstChild(*window_->key_tree, item); child != kNoItem;
-         child = NextSibling(*window_->key_tree, child)) {
+    for (uint32_t child = FirstChild(*window_->hive.tree, item); child != kNoItem;
+         child = NextSibling(*window_->hive.tree, child)) {
       items.push_back(child);
     }
     return items;
@@ -141,13 +141,13 @@ TEST_F(TreeTest, EveryRepairIsSeen) {
 TEST_F(TreeTest, CopyShowsItsKeyAndSaysThatItIsOne) {
   const RepairedHive made = MakeRepairedHive();
   OpenBytes(made.hive.bytes);
-  const KeyTree& tree = *window_->key_tree;
+  const KeyTree& tree = *window_->hive.tree;
   const uint32_t copy = tree.items[ItemAt(made.inner)].parent;
   ASSERT_EQ(tree.items[copy].kind, ItemKind::kPathCopy);
   SelectItemAndWait(copy);
   EXPECT_EQ(ShownIcon(copy), kIconCopy);
   EXPECT_EQ(StatusText(kStatusText), " copy of a connected key");
-  EXPECT_EQ(TextOf(window_->path), tree.root_text + "\\Disconnected Keys\\Tools");
+  EXPECT_EQ(TextOf(window_->controls.path), tree.root_text + "\\Disconnected Keys\\Tools");
   ASSERT_EQ(ListView_GetItemCount(window_->values.window), 1);
   EXPECT_EQ(ValueRowTexts(0)[2], "C:\\Tools");
   const std::string detail = TextOf(window_->detail.window);
@@ -188,14 +188,14 @@ TEST_F(TreeTest, WideBranchComesInSlices) {
   // Keys whose turn has not come, each of them before or between those already there.
   for (const char* path :
        {"Wide\\Key21990\\Sub", "Wide\\Key20000", "Wide\\Key21000", "Wide\\Key20500"}) {
-    const uint32_t item = FindItemByPath(ShownHive(*window_), *window_->key_tree, path);
+    const uint32_t item = FindItemByPath(ShownHive(*window_), *window_->hive.tree, path);
     ASSERT_NE(item, kNoItem);
     EXPECT_EQ(HandleOf(item), nullptr) << path;
     SelectItem(window_->tree, item);
     EXPECT_EQ(SelectedItem(window_->tree), item) << path;
   }
   WaitForRows();
-  EXPECT_EQ(TextOf(window_->path), window_->key_tree->root_text + "\\Wide\\Key20500");
+  EXPECT_EQ(TextOf(window_->controls.path), window_->hive.tree->root_text + "\\Wide\\Key20500");
   ASSERT_TRUE(IsFilled());
   EXPECT_TRUE(ShownChildren(wide) == ChildrenOf(wide));
   // What came before the selected key has not pushed it out of sight.
@@ -212,7 +212,7 @@ TEST_F(TreeTest, WideBranchIsCollapsedAndExpandedOnItsWay) {
   SelectPath("Wide");
   const uint32_t wide = SelectedItem(window_->tree);
   const uint32_t sub =
-      FindItemByPath(ShownHive(*window_), *window_->key_tree, "Wide\\Key21990\\Sub");
+      FindItemByPath(ShownHive(*window_), *window_->hive.tree, "Wide\\Key21990\\Sub");
   // Collapsed by the command while being filled: it starts anew.
   TreeView_Expand(Tree(), HandleOf(wide), TVE_EXPAND);
   EXPECT_FALSE(window_->tree.fills.empty());
@@ -229,7 +229,7 @@ TEST_F(TreeTest, WideBranchIsCollapsedAndExpandedOnItsWay) {
   ASSERT_TRUE(IsFilled());
   EXPECT_TRUE(IsItemExpanded(HandleOf(wide)));
   ASSERT_NE(HandleOf(sub), nullptr);
-  EXPECT_TRUE(IsItemExpanded(HandleOf(window_->key_tree->items[sub].parent)));
+  EXPECT_TRUE(IsItemExpanded(HandleOf(window_->hive.tree->items[sub].parent)));
   EXPECT_TRUE(ShownChildren(wide) == ChildrenOf(wide));
   // An expansion that another one displaced leaves no branch half filled.
   Run(kCommandCollapse);
@@ -248,13 +248,13 @@ TEST_F(TreeTest, EndedExpansionLeavesBranchesClosed) {
   Run(kCommandExpand);
   EXPECT_FALSE(window_->tree.fills.empty());
   // At once: a wait would let it come to its end.
-  SelectItem(window_->tree, FindItemByPath(ShownHive(*window_), *window_->key_tree, "Xenon"));
+  SelectItem(window_->tree, FindItemByPath(ShownHive(*window_), *window_->hive.tree, "Xenon"));
   Run(kCommandCollapse);
   ASSERT_TRUE(IsFilled());
   for (const char* path : {"Wide\\Key10001\\Sub", "Wide\\Key21990\\Sub", "Xenon\\Sub"}) {
     SCOPED_TRACE(path);
-    const uint32_t item = FindItemByPath(ShownHive(*window_), *window_->key_tree, path);
-    const uint32_t parent = window_->key_tree->items[item].parent;
+    const uint32_t item = FindItemByPath(ShownHive(*window_), *window_->hive.tree, path);
+    const uint32_t parent = window_->hive.tree->items[item].parent;
     EXPECT_FALSE(IsItemExpanded(HandleOf(parent)));
     SelectItemAndWait(item);
     EXPECT_TRUE(IsItemExpanded(HandleOf(parent)));

@@ -97,7 +97,7 @@ std::string ClipboardText() {
 }
 
 bool WindowTest::IsLoaded() const {
-  return window_->slot >= 0 && SelectedItem(window_->tree) != kNoItem;
+  return window_->hive.slot >= 0 && SelectedItem(window_->tree) != kNoItem;
 }
 
 void WindowTest::Open(const std::string& file) {
@@ -112,10 +112,11 @@ void WindowTest::OpenBytes(const Bytes& hive) {
 }
 
 void WindowTest::WaitForRows() {
-  const auto serial = window_->item_box.newest.load();
+  const auto serial = window_->selection.item_box.newest.load();
   EXPECT_TRUE(PumpUntil([&] {
-    const std::lock_guard lock(window_->item_box.mutex);
-    return window_->item_box.serial == serial && window_->item_box.result == nullptr;
+    const std::lock_guard lock(window_->selection.item_box.mutex);
+    return window_->selection.item_box.serial == serial &&
+           window_->selection.item_box.result == nullptr;
   }));
 }
 
@@ -123,21 +124,22 @@ void WindowTest::SelectItemAndWait(uint32_t item) {
   ASSERT_NE(item, kNoItem);
   SelectItem(window_->tree, item);
   WaitForRows();
-  ASSERT_EQ(window_->shown_item, item);
+  ASSERT_EQ(window_->selection.item, item);
 }
 
 void WindowTest::SelectPath(const std::string& path) {
-  SelectItemAndWait(FindItemByPath(ShownHive(*window_), *window_->key_tree, path));
+  SelectItemAndWait(FindItemByPath(ShownHive(*window_), *window_->hive.tree, path));
 }
 
 void WindowTest::SelectRow(int row) {
   const HWND list = window_->values.window;
   ListView_SetItemState(list, -1, 0, LVIS_SELECTED | LVIS_FOCUSED);
   ListView_SetItemState(list, row, LVIS_SELECTED | LVIS_FOCUSED, LVIS_SELECTED | LVIS_FOCUSED);
-  const auto serial = window_->detail_box.newest.load();
+  const auto serial = window_->selection.detail_box.newest.load();
   EXPECT_TRUE(PumpUntil([&] {
-    const std::lock_guard lock(window_->detail_box.mutex);
-    return window_->detail_box.serial == serial && window_->detail_box.result == nullptr;
+    const std::lock_guard lock(window_->selection.detail_box.mutex);
+    return window_->selection.detail_box.serial == serial &&
+           window_->selection.detail_box.result == nullptr;
   }));
 }
 
@@ -188,7 +190,7 @@ std::string WindowTest::TextOf(HWND control) {
 
 std::string WindowTest::StatusText(int part) const {
   std::array<wchar_t, 300> text{};
-  SendMessageW(window_->status, SB_GETTEXTW, static_cast<WPARAM>(part),
+  SendMessageW(window_->controls.status, SB_GETTEXTW, static_cast<WPARAM>(part),
                reinterpret_cast<LPARAM>(text.data()));
   return Utf8Name(text.data());
 }

@@ -387,7 +387,7 @@ constexpr DLGPROC kProcedure = RecordDialogProc<BookmarkDialog, OnStart, Route>;
 
 void OnBookmarks(MainWindow& window) {
   BookmarkDialog state;
-  state.may_go = window.slot >= 0;
+  state.may_go = window.hive.slot >= 0;
   INT_PTR answer = IDCANCEL;
   {
     const ModalTurn turn(window.handle);
@@ -400,7 +400,7 @@ void OnBookmarks(MainWindow& window) {
 void OnAddToBookmarks(MainWindow& window) {
   Bookmark bookmark;
   const HiveImage& hive = ShownHive(window);
-  bookmark.path = KeyPathOf(hive, *window.key_tree, SelectedItem(window.tree));
+  bookmark.path = KeyPathOf(hive, *window.hive.tree, SelectedItem(window.tree));
   bookmark.hive = hive.file_name;
   BookmarkChange change = BookmarkChange::kDone;
   const bool kept = ChangeBookmarks(

@@ -19,14 +19,15 @@ namespace {
 constexpr uint32_t kNowhere = 0xFFFFFFFF;
 
 HiveImage& EditedHive(const MainWindow& window) {
-  return TheHiveTable().slots[static_cast<size_t>(window.slot)];
+  return TheHiveTable().slots[static_cast<size_t>(window.hive.slot)];
 }
 
 // The key whose values are shown; kKeyUnknown for a folder.
 uint32_t KeyOfRows(const MainWindow& window) {
-  const KeyTree& tree = *window.key_tree;
-  const bool key = window.shown_item < tree.items.size() && HasKeyCell(tree, window.shown_item);
-  return key ? tree.items[window.shown_item].position : kKeyUnknown;
+  const KeyTree& tree = *window.hive.tree;
+  const bool key =
+      window.selection.item < tree.items.size() && HasKeyCell(tree, window.selection.item);
+  return key ? tree.items[window.selection.item].position : kKeyUnknown;
 }
 
 // Where the file has the bytes of a value whose data are in one piece. What is edited already
@@ -50,7 +51,7 @@ void EditsChanged(MainWindow& window) {
 
 void OnEditValue(MainWindow& window) {
   HiveImage& hive = EditedHive(window);
-  const uint32_t position = window.shown_value;
+  const uint32_t position = window.selection.value;
   EditedValue edit;
   const ValueKey value = ReadValueKey(hive, position, ValueRead::kData, kMaxValueData, &edit.data);
   if (value.status != ValueStatus::kRead) {
@@ -58,8 +59,9 @@ void OnEditValue(MainWindow& window) {
     return;
   }
   const uint32_t key = KeyOfRows(window);
-  edit.key = window.shown_item == kNoItem ? std::string()
-                                          : LongItemPath(hive, *window.key_tree, window.shown_item);
+  edit.key = window.selection.item == kNoItem
+                 ? std::string()
+                 : LongItemPath(hive, *window.hive.tree, window.selection.item);
   edit.name = ValueDisplayName(value);
   edit.type = value.type;
   edit.file_position = PlacesOf(hive, value);
@@ -69,7 +71,7 @@ void OnEditValue(MainWindow& window) {
 }
 
 void OnTakeBackEdit(MainWindow& window) {
-  if (TakeBackEdit(EditedHive(window), window.shown_value)) EditsChanged(window);
+  if (TakeBackEdit(EditedHive(window), window.selection.value)) EditsChanged(window);
 }
 
 void OnTakeBackAllEdits(MainWindow& window) {
@@ -82,7 +84,7 @@ void OnTakeBackAllEdits(MainWindow& window) {
 }
 
 void OnListEdits(MainWindow& window) {
-  OpenListWindow(window, ListEditedValues(ShownHive(window), *window.key_tree));
+  OpenListWindow(window, ListEditedValues(ShownHive(window), *window.hive.tree));
 }
 
 }  // namespace hivequarry

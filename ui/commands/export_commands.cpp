@@ -80,7 +80,7 @@ void StartExport(const ListPlace& place, Write write) {
   if (name.empty() || !OpenListFile(name, OutputMode::kReplace, kNotWritten, job->file)) return;
   const bool started = StartWork(
       window, kOperationExport,
-      [job, write, &hive, &tree = *window.key_tree] {
+      [job, write, &hive, &tree = *window.hive.tree] {
         const bool made = WithMemory([&] {
           job->written =
               write([job](std::string_view piece) { return WriteOutput(job->file, piece); });
@@ -97,7 +97,7 @@ void StartExport(const ListPlace& place, Write write) {
 void StartBranch(MainWindow& window, uint32_t item) {
   const RecoveredKeys recovered =
       TheSettings().options.recovered_keys ? RecoveredKeys::kWritten : RecoveredKeys::kLeftOut;
-  StartExport(window.output, [&hive = ShownHive(window), &tree = *window.key_tree, item,
+  StartExport(window.output, [&hive = ShownHive(window), &tree = *window.hive.tree, item,
                               recovered](const TextSink& sink) {
     return ExportBranch(hive, tree, item, sink, recovered);
   });
@@ -105,7 +105,7 @@ void StartBranch(MainWindow& window, uint32_t item) {
 
 // What such a script lacks its comments say.
 void ExportFreedRows(const ListPlace& place, const std::vector<uint32_t>& positions) {
-  StartExport(place, [&hive = ShownHive(*place.owner), &tree = *place.owner->key_tree,
+  StartExport(place, [&hive = ShownHive(*place.owner), &tree = *place.owner->hive.tree,
                       positions](const TextSink& sink) {
     FreedSource from(hive, tree);
     const FreedChoice choice = ChooseFreed(from.records, positions, FreedScope::kRecords);
@@ -133,7 +133,7 @@ void OnListExport(ListPlace& place) {
   const bool freed =
       std::ranges::all_of(rows, [&place](uint32_t row) { return IsFreedRow(*place.model, row); });
   if (freed) return ExportFreedRows(place, positions);
-  StartExport(place, [&hive = ShownHive(*place.owner), &tree = *place.owner->key_tree,
+  StartExport(place, [&hive = ShownHive(*place.owner), &tree = *place.owner->hive.tree,
                       positions](const TextSink& sink) {
     return ExportKeys(hive, tree, KeysOfPositions(hive, tree, positions), ScriptScope::kKey, sink);
   });

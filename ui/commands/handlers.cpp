@@ -21,7 +21,7 @@ void ViewChanged(MainWindow& window) {
 
 void ShowDetailPane(MainWindow& window, bool on) {
   if (!on && GetFocus() == window.detail.window) SetFocus(window.values.window);
-  window.detail_shown = on;
+  window.layout.detail_shown = on;
   ShowPanes(window);
   LayOut(window);
   UpdateToolbar(window);
@@ -53,21 +53,21 @@ void OpenRecentHive(MainWindow& window, size_t index) {
 }
 
 void OnToggleView(MainWindow& window) {
-  ShowArrangement(window, NextArrangement(window.arrangement));
+  ShowArrangement(window, NextArrangement(window.layout.arrangement));
 }
 
 void OnOutputListButton(MainWindow& window) {
-  if (window.arrangement == kOutputArrangement) return OnToggleView(window);
+  if (window.layout.arrangement == kOutputArrangement) return OnToggleView(window);
   ShowArrangement(window, kOutputArrangement);
 }
 
 void OnLastPane(MainWindow& window) {
-  const bool output = window.arrangement == kOutputArrangement;
+  const bool output = window.layout.arrangement == kOutputArrangement;
   ShowArrangement(window, output ? LastArrangement(window) : kOutputArrangement);
 }
 
 void OnResizeColumns(MainWindow& window) {
-  if (window.arrangement == kOutputArrangement) {
+  if (window.layout.arrangement == kOutputArrangement) {
     return RunOutputCommand(window, kCommandResizeColumns);
   }
   FitColumns(window.values.window, window.dpi);
@@ -84,10 +84,10 @@ void OnCellDetails(MainWindow& window) {
   ViewChanged(window);
 }
 
-void OnDetailPane(MainWindow& window) { ShowDetailPane(window, !window.detail_shown); }
+void OnDetailPane(MainWindow& window) { ShowDetailPane(window, !window.layout.detail_shown); }
 
 void OnValueDetails(MainWindow& window) {
-  if (!window.detail_shown) ShowDetailPane(window, true);
+  if (!window.layout.detail_shown) ShowDetailPane(window, true);
   SetFocus(window.detail.window);
 }
 

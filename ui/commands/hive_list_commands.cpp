@@ -29,41 +29,41 @@ void OnListBlockRuns(MainWindow& window) {
 }
 
 void OnListRoots(MainWindow& window) {
-  StartList(window, [&hive = ShownHive(window), &tree = *window.key_tree] {
+  StartList(window, [&hive = ShownHive(window), &tree = *window.hive.tree] {
     return ListRootKeys(hive, tree);
   });
 }
 
 void OnListKeys(MainWindow& window) {
-  StartList(window, [&hive = ShownHive(window), &tree = *window.key_tree,
+  StartList(window, [&hive = ShownHive(window), &tree = *window.hive.tree,
                      item = SelectedItem(window.tree)] { return ListKeyTree(hive, tree, item); });
 }
 
 void OnListValues(MainWindow& window) {
-  if (SelectedItem(window.tree) == window.key_tree->disconnected_values) {
+  if (SelectedItem(window.tree) == window.hive.tree->disconnected_values) {
     return OnListLostValues(window);
   }
   ValueListOptions options;
   options.branch = true;
   StartList(window,
-            [&hive = ShownHive(window), &tree = *window.key_tree, item = SelectedItem(window.tree),
+            [&hive = ShownHive(window), &tree = *window.hive.tree, item = SelectedItem(window.tree),
              options] { return ListKeyValues(hive, tree, item, options); });
 }
 
 void OnListLostValues(MainWindow& window) {
-  StartList(window, [&hive = ShownHive(window), &tree = *window.key_tree] {
+  StartList(window, [&hive = ShownHive(window), &tree = *window.hive.tree] {
     return ListDisconnectedValues(hive, tree, ValueListOptions());
   });
 }
 
 void OnListFreedKeys(MainWindow& window) {
-  StartList(window, [&hive = ShownHive(window), &tree = *window.key_tree] {
+  StartList(window, [&hive = ShownHive(window), &tree = *window.hive.tree] {
     return ListFreedKeys(hive, tree);
   });
 }
 
 void OnListFreedValues(MainWindow& window) {
-  StartList(window, [&hive = ShownHive(window), &tree = *window.key_tree] {
+  StartList(window, [&hive = ShownHive(window), &tree = *window.hive.tree] {
     return ListFreedValues(hive, tree, ValueListOptions());
   });
 }

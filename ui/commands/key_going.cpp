@@ -15,13 +15,13 @@ void Tell(const char* what, const std::string& path) {
 }  // namespace
 
 bool GoToKeyPath(MainWindow& window, const std::string& path) {
-  if (window.slot < 0) return false;
-  const FoundKey found = FindKeyPath(ShownHive(window), *window.key_tree, path);
+  if (window.hive.slot < 0) return false;
+  const FoundKey found = FindKeyPath(ShownHive(window), *window.hive.tree, path);
   if (found.item == kNoItem) {
     Tell("This hive does not hold the key !\r\n", path);
     return false;
   }
-  if (window.arrangement == kOutputArrangement) ShowArrangement(window, kKeysArrangement);
+  if (window.layout.arrangement == kOutputArrangement) ShowArrangement(window, kKeysArrangement);
   SelectItem(window.tree, found.item);
   SetFocus(window.tree.window);
   if (!found.whole) {

@@ -21,13 +21,13 @@ constexpr const char* kReloadQuestion =
 void TakeSwitches(const MainWindow& window, Options& options) {
   options.technical_view = window.view.technical;
   options.cell_details = window.view.cell_details;
-  options.detail_pane = window.detail_shown;
+  options.detail_pane = window.layout.detail_shown;
 }
 
 void SetSwitches(MainWindow& window, const Options& options) {
   if (options.technical_view != window.view.technical) OnTechnicalView(window);
   if (options.cell_details != window.view.cell_details) OnCellDetails(window);
-  if (options.detail_pane != window.detail_shown) OnDetailPane(window);
+  if (options.detail_pane != window.layout.detail_shown) OnDetailPane(window);
 }
 
 bool NeedLoad(const Options& a, const Options& b) {
@@ -37,19 +37,19 @@ bool NeedLoad(const Options& a, const Options& b) {
 
 // Nobody may look at the hive any more when it goes.
 void LetGoOfHive(MainWindow& window) {
-  ++window.item_box.newest;
-  ++window.detail_box.newest;
-  WaitWhile([&window] { return ValueThreadsRun(window.threads); });
+  ++window.selection.item_box.newest;
+  ++window.selection.detail_box.newest;
+  WaitWhile([&window] { return ValueThreadsRun(window.selection.threads); });
   if (window.blocks != nullptr) DestroyWindow(window.blocks);
-  window.slot = -1;  // before the panes, whose changes ask for other items
+  window.hive.slot = -1;  // before the panes, whose changes ask for other items
   ClearTree(window.tree);
   ClearValues(window.values);
   SetDetail(window.detail, std::wstring());
-  window.shown_item = kNoItem;
-  window.shown_value = kNoOffset;
-  window.branch_return = kNoItem;
-  window.key_tree = nullptr;
-  window.sid_replacement = SidReplacement();
+  window.selection.item = kNoItem;
+  window.selection.value = kNoOffset;
+  window.selection.branch_return = kNoItem;
+  window.hive.tree = nullptr;
+  window.hive.sid_replacement = SidReplacement();
   ResetHiveTable();
 }
 
@@ -61,7 +61,7 @@ void OnOptions(MainWindow& window) {
   Options options = TheSettings().options;
   TakeSwitches(window, options);
   if (!AskOptions(window.handle, options)) return;
-  const bool load = window.slot >= 0 && NeedLoad(options, TheSettings().options);
+  const bool load = window.hive.slot >= 0 && NeedLoad(options, TheSettings().options);
   TheSettings().options = options;
   SetSwitches(window, options);
   WriteProgramSettings();  // for the copies of the program that are started from now on
@@ -72,9 +72,10 @@ void OnOptions(MainWindow& window) {
 }
 
 void ReloadHive(MainWindow& window) {
-  if (window.slot < 0 || window.load.thread.joinable() || window.work.thread.joinable()) return;
+  if (window.hive.slot < 0 || window.load.thread.joinable() || window.work.thread.joinable())
+    return;
   const uint32_t item = SelectedItem(window.tree);
-  const uint32_t key = item == kNoItem ? kNoOffset : window.key_tree->items[item].position;
+  const uint32_t key = item == kNoItem ? kNoOffset : window.hive.tree->items[item].position;
   const std::string file = window.load.file;
   LetGoOfHive(window);
   OpenNamedFile(window, file, window.load.start, window.load.end, key);

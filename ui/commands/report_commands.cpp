@@ -48,7 +48,7 @@ std::string ClassIdOfRow(const OutputList& list, uint32_t row) {
 void StartReport(MainWindow& window, Report report) {
   FillListWindow(
       window, MakeOutputList(InfoOf(report).kind),
-      [&hive = ShownHive(window), &tree = *window.key_tree, item = SelectedItem(window.tree),
+      [&hive = ShownHive(window), &tree = *window.hive.tree, item = SelectedItem(window.tree),
        report](OutputList& list) { RunReportOnHive(report, hive, tree, item, item != 0, list); });
 }
 

@@ -61,7 +61,7 @@ bool AskRootPath(const MainWindow& window, RootDialog& state) {
 }
 
 bool ChangeRoot(MainWindow& window, const std::string& doubt) {
-  HiveImage& hive = TheHiveTable().slots[static_cast<size_t>(window.slot)];
+  HiveImage& hive = TheHiveTable().slots[static_cast<size_t>(window.hive.slot)];
   RootDialog state{nullptr, hive.root_label.substr(0, hive.root_label_length), doubt};
   // The profile of whoever sits here is never one key press away.
   RootSplit split;
@@ -70,7 +70,7 @@ bool ChangeRoot(MainWindow& window, const std::string& doubt) {
   if (!AskRootPath(window, state)) return false;
   window.load.root_path = state.path;
   SetRootPath(hive, state.path);
-  window.key_tree->root_text = DisplayedRoot(hive);
+  window.hive.tree->root_text = DisplayedRoot(hive);
   RenameRoot(window.tree);
   RefreshItem(window);
   return true;

@@ -53,7 +53,7 @@ void SearchFrom(MainWindow& window, uint32_t item) {
   if (search->pattern.settings.freed) AddPlaceColumn(*found);
   search->place = FillListWindow(
       window, std::move(found),
-      [&hive = ShownHive(window), &tree = *window.key_tree, item, search](OutputList& list) {
+      [&hive = ShownHive(window), &tree = *window.hive.tree, item, search](OutputList& list) {
         search->whole = SearchBranch(hive, tree, item, search->pattern, list);
         if (!search->pattern.settings.freed || StopRequested()) return;
         FreedSource from(hive, tree);
@@ -118,7 +118,7 @@ void OnKeyDates(MainWindow& window) {
   if (freed) AddPlaceColumn(*dates);
   FillListWindow(
       window, std::move(dates),
-      [&hive = ShownHive(window), &tree = *window.key_tree, item, range, freed](OutputList& list) {
+      [&hive = ShownHive(window), &tree = *window.hive.tree, item, range, freed](OutputList& list) {
         ListKeyDates(hive, tree, item, range, list);
         if (!freed || StopRequested()) return;
         FreedSource from(hive, tree);

@@ -38,7 +38,7 @@ void StartSearch(MainWindow& window, bool down) {
   const auto search = std::make_shared<TreeSearch>();
   search->request = {window.tree_find.text, SelectedItem(window.tree), down, window.tree_find.wrap};
   const HiveImage& hive = ShownHive(window);
-  const KeyTree& tree = *window.key_tree;
+  const KeyTree& tree = *window.hive.tree;
   const auto run = [search, &hive, &tree] {
     search->found =
         FindItemByName(hive, tree, search->request, [&search] { search->passed = true; });
@@ -61,7 +61,8 @@ void AskAndSearch(MainWindow& window) {
 }
 
 void SearchAgain(MainWindow& window, bool down, CommandNumber list_command) {
-  if (window.arrangement == kOutputArrangement) return RunOutputCommand(window, list_command);
+  if (window.layout.arrangement == kOutputArrangement)
+    return RunOutputCommand(window, list_command);
   window.tree_find.text.empty() ? AskAndSearch(window) : StartSearch(window, down);
 }
 
@@ -93,14 +94,14 @@ bool MayDelete(uint32_t keys) {
 
 // The threads that read for the panes look at the items.
 void LetReadersEnd(MainWindow& window) {
-  ++window.item_box.newest;
-  WaitWhile([&window] { return ValueThreadsRun(window.threads); });
+  ++window.selection.item_box.newest;
+  WaitWhile([&window] { return ValueThreadsRun(window.selection.threads); });
 }
 
 }  // namespace
 
 void OnFind(MainWindow& window) {
-  if (window.arrangement == kOutputArrangement) {
+  if (window.layout.arrangement == kOutputArrangement) {
     RunOutputCommand(window, kCommandFindInList);
   } else {
     AskAndSearch(window);
@@ -111,16 +112,16 @@ void OnFindNext(MainWindow& window) { SearchAgain(window, true, kCommandFindNext
 void OnFindPrevious(MainWindow& window) { SearchAgain(window, false, kCommandFindPrevious); }
 
 void OnCurrentBranch(MainWindow& window) {
-  const KeyTree& tree = *window.key_tree;
+  const KeyTree& tree = *window.hive.tree;
   const uint32_t item = SelectedItem(window.tree);
   const uint32_t top = BranchTop(tree, item);
   if (item != top) {
     SelectItem(window.tree, top);
     TreeView_SelectSetFirstVisible(window.tree.window, window.tree.handles[top]);
-    window.branch_return = item;
+    window.selection.branch_return = item;
     return;
   }
-  const uint32_t back = window.branch_return;
+  const uint32_t back = window.selection.branch_return;
   const bool inside = back > top && back < tree.items[top].end && !tree.items[back].hidden;
   if (inside) SelectItem(window.tree, back);
 }
@@ -137,25 +138,25 @@ void OnCollapseSubfolders(MainWindow& window) {
 
 void OnCopyKeyName(MainWindow& window) {
   const uint32_t item = SelectedItem(window.tree);
-  const std::string path = LongItemPathUtf8(ShownHive(window), *window.key_tree, item);
+  const std::string path = LongItemPathUtf8(ShownHive(window), *window.hive.tree, item);
   CopyText(window.handle, WideName(path));
 }
 
 void OnOpenValidRoot(MainWindow& window) {
   const uint32_t item = SelectedItem(window.tree);
-  OpenRootInCopy(ShownHive(window), window.key_tree->items[item].position);
+  OpenRootInCopy(ShownHive(window), window.hive.tree->items[item].position);
 }
 
 void OnOpenKey(MainWindow& window) {
   const HiveImage& hive = ShownHive(window);
-  const uint32_t position = window.key_tree->items[SelectedItem(window.tree)].position;
+  const uint32_t position = window.hive.tree->items[SelectedItem(window.tree)].position;
   LaunchSelf(KeyArguments(FullName(hive.file_name), hive.base_offset, FileEndOf(hive),
                           PlaceOf(hive, position)),
              kLaunchPlain);
 }
 
 void OnDeleteKeys(MainWindow& window) {
-  KeyTree& tree = *window.key_tree;
+  KeyTree& tree = *window.hive.tree;
   const uint32_t item = SelectedItem(window.tree);
   if (!MayDelete(CountKeys(tree, item))) return;
   LetReadersEnd(window);
@@ -166,9 +167,9 @@ void OnDeleteKeys(MainWindow& window) {
 
 void OnShowAllKeys(MainWindow& window) {
   LetReadersEnd(window);
-  UnhideAll(*window.key_tree);
+  UnhideAll(*window.hive.tree);
   const uint32_t item = SelectedItem(window.tree);
-  ShowTree(window.tree, ShownHive(window), *window.key_tree);
+  ShowTree(window.tree, ShownHive(window), *window.hive.tree);
   SelectItem(window.tree, item == kNoItem ? 0 : item);
   RefreshItem(window);
 }

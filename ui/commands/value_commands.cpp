@@ -34,8 +34,8 @@ void OnCopyValues(MainWindow& window) { CopyText(window.handle, SelectedText(win
 
 void OnSaveValue(MainWindow& window) {
   std::vector<uint8_t> data;
-  const ValueKey value =
-      ReadValueKey(ShownHive(window), window.shown_value, ValueRead::kData, kMaxValueData, &data);
+  const ValueKey value = ReadValueKey(ShownHive(window), window.selection.value, ValueRead::kData,
+                                      kMaxValueData, &data);
   if (value.status != ValueStatus::kRead) {
     ShowMessage("Could not read the data of the value !", kProgramName, Icon::kExclamation);
     return;

@@ -16,7 +16,7 @@ namespace {
 
 bool HasPosition(const ListPlace& place) {
   const int focused = FocusedRow(place);
-  return focused >= 0 && place.owner->slot >= 0 &&
+  return focused >= 0 && place.owner->hive.slot >= 0 &&
          RowHasDatum(*place.model, ModelRow(place, static_cast<uint32_t>(focused)));
 }
 
@@ -28,7 +28,7 @@ ListFacts FactsOfPlace(const ListPlace& place) {
   facts.busy = operation.running != 0 || place.working || selecting;
   facts.backup = operation.backup;
   facts.stoppable = operation.running != 0 || facts.backup || selecting;
-  facts.hive = place.owner->slot >= 0;
+  facts.hive = place.owner->hive.slot >= 0;
   facts.rows = ShownRowCount(place) != 0;
   facts.row_selected = facts.rows && HasSelection(place);
   facts.position = facts.rows && HasPosition(place);

@@ -98,7 +98,7 @@ void LoadReport(ListPlace& place, const std::string& file) {
     return;
   }
   EmptyList(place);
-  if (place.pane && place.owner->arrangement != kOutputArrangement) {
+  if (place.pane && place.owner->layout.arrangement != kOutputArrangement) {
     ShowArrangement(*place.owner, kOutputArrangement);
   }
 }

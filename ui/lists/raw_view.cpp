@@ -43,8 +43,8 @@ Trail& StartTrail(HWND window) {
 }
 
 OutputListPtr ReadRecord(const MainWindow& window, uint32_t position) {
-  if (window.slot < 0) return nullptr;
-  OutputListPtr list = ListRawRecord(ShownHive(window), *window.key_tree, position);
+  if (window.hive.slot < 0) return nullptr;
+  OutputListPtr list = ListRawRecord(ShownHive(window), *window.hive.tree, position);
   if (list != nullptr) SetListTitle(*list, ListTitle(*list) + ": " + ListSubtitle(*list));
   return list;
 }
@@ -86,16 +86,16 @@ ListPlace* OpenRawView(MainWindow& window, uint32_t position) {
 }
 
 void OnRawKey(MainWindow& window) {
-  OpenRawView(window, window.key_tree->items[SelectedItem(window.tree)].position);
+  OpenRawView(window, window.hive.tree->items[SelectedItem(window.tree)].position);
 }
 
-void OnRawValue(MainWindow& window) { OpenRawView(window, window.shown_value); }
+void OnRawValue(MainWindow& window) { OpenRawView(window, window.selection.value); }
 
 void OnRawPosition(MainWindow& window) {
   const HiveImage& hive = ShownHive(window);
   const uint32_t item = SelectedItem(window.tree);
-  uint32_t position = window.shown_value;
-  if (position == kNoOffset && item != kNoItem) position = window.key_tree->items[item].position;
+  uint32_t position = window.selection.value;
+  if (position == kNoOffset && item != kNoItem) position = window.hive.tree->items[item].position;
   if (position >= hive.length) position = 0;  // a folder has none
   uint32_t place = PlaceOf(hive, position);
   if (!AskPosition(window.handle, LengthInFile(hive), place)) return;

@@ -33,22 +33,22 @@ struct CompareJob {
 
 std::function<void(OutputList&)> WorkOf(const std::shared_ptr<CompareJob>& job) {
   return [job, options = OptionsNow(), &hive = ShownHive(*job->window),
-          &tree = *job->window->key_tree](OutputList& list) {
+          &tree = *job->window->hive.tree](OutputList& list) {
     job->differing = CompareBranch(hive, tree, job->item, options, list);
-    if (job->displayed && StopRequested()) job->window->comparing = false;
+    if (job->displayed && StopRequested()) job->window->hive.comparing = false;
   };
 }
 
 std::function<void()> EndOf(const std::shared_ptr<CompareJob>& job) {
   return [job] {
-    if (job->displayed && job->window->comparing) {
+    if (job->displayed && job->window->hive.comparing) {
       MarkDifferences(job->window->tree, job->differing);
     }
   };
 }
 
 bool Compare(MainWindow& window, uint32_t item, bool displayed) {
-  if (!CheckComparison(ShownHive(window), *window.key_tree, item)) return false;
+  if (!CheckComparison(ShownHive(window), *window.hive.tree, item)) return false;
   const auto job = std::make_shared<CompareJob>(CompareJob{&window, item, displayed, {}});
   ListPlace* const place =
       FillListWindow(window, MakeOutputList(kListCompare), WorkOf(job), EndOf(job));
@@ -68,15 +68,17 @@ void OnCompareFolder(MainWindow& window) { Compare(window, SelectedItem(window.t
 void OnCompareWorkspace(MainWindow& window) { Compare(window, 0, false); }
 
 void OnCompareDisplayed(MainWindow& window) {
-  window.comparing = !window.comparing;
+  window.hive.comparing = !window.hive.comparing;
   MarkDifferences(window.tree, {});
   CompareLoadedHive(window);
 }
 
 void CompareLoadedHive(MainWindow& window) {
   constexpr size_t kLeastItems = 2;
-  if (!window.comparing || window.slot < 0 || window.key_tree->items.size() < kLeastItems) return;
-  if (!Compare(window, 0, true)) window.comparing = false;
+  if (!window.hive.comparing || window.hive.slot < 0 ||
+      window.hive.tree->items.size() < kLeastItems)
+    return;
+  if (!Compare(window, 0, true)) window.hive.comparing = false;
 }
 
 void OnOnlyMissing(ListPlace& place) { ListOnly(place, CompareRows::kMissing); }

@@ -21,7 +21,7 @@ struct MergeJob {
 
 void OnMergeFolder(MainWindow& window) {
   const HiveImage& hive = ShownHive(window);
-  const KeyTree& tree = *window.key_tree;
+  const KeyTree& tree = *window.hive.tree;
   const auto job = std::make_shared<MergeJob>();
   const uint32_t item = SelectedItem(window.tree);
   if (!HasNoLivePlace(tree, item) && !EnsureRoot(window)) return;

@@ -12,8 +12,9 @@ namespace {
 
 // What was typed or pasted, on one line and without blanks around it.
 std::string TypedPath(const MainWindow& window) {
-  std::wstring text(static_cast<size_t>(GetWindowTextLengthW(window.path)) + 1, L'\0');
-  const int length = GetWindowTextW(window.path, text.data(), static_cast<int>(text.size()));
+  std::wstring text(static_cast<size_t>(GetWindowTextLengthW(window.controls.path)) + 1, L'\0');
+  const int length =
+      GetWindowTextW(window.controls.path, text.data(), static_cast<int>(text.size()));
   text.resize(static_cast<size_t>(length));
   std::erase_if(text, [](wchar_t c) { return c == L'\r' || c == L'\n'; });
   const size_t first = text.find_first_not_of(L" \t");
@@ -25,7 +26,7 @@ std::string TypedPath(const MainWindow& window) {
 // The item of the longest beginning of a path that leads anywhere.
 uint32_t NearestItem(const MainWindow& window, std::string path) {
   for (;;) {
-    const uint32_t item = FindItemByPath(ShownHive(window), *window.key_tree, path);
+    const uint32_t item = FindItemByPath(ShownHive(window), *window.hive.tree, path);
     const size_t slash = path.rfind('\\');
     if (item != kNoItem || slash == std::string::npos) return item == kNoItem ? 0 : item;
     path.resize(slash);
@@ -35,17 +36,17 @@ uint32_t NearestItem(const MainWindow& window, std::string path) {
 }  // namespace
 
 void OnAddressBar(MainWindow& window) {
-  if (window.arrangement == kOutputArrangement) ShowArrangement(window, kKeysArrangement);
-  SetFocus(window.path);
-  SendMessageW(window.path, EM_SETSEL, 0, -1);
+  if (window.layout.arrangement == kOutputArrangement) ShowArrangement(window, kKeysArrangement);
+  SetFocus(window.controls.path);
+  SendMessageW(window.controls.path, EM_SETSEL, 0, -1);
 }
 
 void GoToTypedPath(MainWindow& window) {
   const std::string path = TypedPath(window);
-  if (window.slot < 0 || path.empty()) return LeaveAddressBar(window);
-  const uint32_t found = FindItemByPath(ShownHive(window), *window.key_tree, path);
+  if (window.hive.slot < 0 || path.empty()) return LeaveAddressBar(window);
+  const uint32_t found = FindItemByPath(ShownHive(window), *window.hive.tree, path);
   const uint32_t item = found == kNoItem ? NearestItem(window, path) : found;
-  if (window.key_tree->items[item].hidden) return LeaveAddressBar(window);
+  if (window.hive.tree->items[item].hidden) return LeaveAddressBar(window);
   if (found == kNoItem) {
     const std::string text = "Could not find the key " + path + " !";
     ShowMessage(text.c_str(), kProgramName, Icon::kInformation);
@@ -56,7 +57,7 @@ void GoToTypedPath(MainWindow& window) {
 }
 
 void LeaveAddressBar(MainWindow& window) {
-  if (window.slot < 0) return;
+  if (window.hive.slot < 0) return;
   RefreshItem(window);
   SetFocus(window.tree.window);
 }

@@ -55,9 +55,10 @@ void Draw(MainWindow& window, HDC dc, const RECT& area) {
   DrawPicture(window, dc, (area.right - size) / 2, top, size);
   top += size + Scale(kGap, window.dpi);
   SetBkMode(dc, TRANSPARENT);
-  top = DrawLine(dc, area, top, texts.title, window.fonts.title, GetSysColor(COLOR_WINDOWTEXT));
+  top =
+      DrawLine(dc, area, top, texts.title, window.look.fonts.title, GetSysColor(COLOR_WINDOWTEXT));
   top += Scale(kGap / 2, window.dpi);
-  DrawLine(dc, area, top, texts.hint, window.fonts.text, GetSysColor(COLOR_GRAYTEXT));
+  DrawLine(dc, area, top, texts.hint, window.look.fonts.text, GetSysColor(COLOR_GRAYTEXT));
 }
 
 void OnPaint(HWND view) {

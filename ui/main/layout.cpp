@@ -30,7 +30,7 @@ int HeightOf(HWND child) {
 
 int TextHeight(const MainWindow& window) {
   const HDC dc = GetDC(window.handle);
-  const HGDIOBJ previous = SelectObject(dc, window.fonts.text);
+  const HGDIOBJ previous = SelectObject(dc, window.look.fonts.text);
   TEXTMETRICW metrics{};
   GetTextMetricsW(dc, &metrics);
   SelectObject(dc, previous);
@@ -47,11 +47,11 @@ int Clamp(const MainWindow& window, int size, int whole) {
 // What lies between the toolbar and the status bar.
 RECT PaneArea(MainWindow& window, const RECT& client) {
   RECT area = client;
-  area.bottom -= HeightOf(window.status);
+  area.bottom -= HeightOf(window.controls.status);
   const int side = Scale(kMargin, window.dpi);
   const int margin = Scale(kToolbarMargin, window.dpi);
   const int height = WrapToolbar(window, area.right - 2 * side);
-  Place(window.toolbar, {side, margin, area.right - side, margin + height});
+  Place(window.controls.toolbar, {side, margin, area.right - side, margin + height});
   area.top += height + 2 * margin;
   return area;
 }
@@ -59,17 +59,18 @@ RECT PaneArea(MainWindow& window, const RECT& client) {
 // Only an edit of several lines can have its text in the middle of its height.
 void CentrePathText(const MainWindow& window, int text_height) {
   RECT area;
-  GetClientRect(window.path, &area);
+  GetClientRect(window.controls.path, &area);
   InflateRect(&area, -Scale(kMargin, window.dpi), 0);
   area.top = (area.bottom - text_height) / 2;
-  SendMessageW(window.path, EM_SETRECT, 0, reinterpret_cast<LPARAM>(&area));
+  SendMessageW(window.controls.path, EM_SETRECT, 0, reinterpret_cast<LPARAM>(&area));
 }
 
 RECT PlacePath(MainWindow& window, RECT area) {
   const int margin = Scale(kMargin, window.dpi);
   const int text = TextHeight(window);
   const int height = text + 2 * Scale(kPathMargin, window.dpi);
-  Place(window.path, {area.left + margin, area.top, area.right - margin, area.top + height});
+  Place(window.controls.path,
+        {area.left + margin, area.top, area.right - margin, area.top + height});
   CentrePathText(window, text);
   area.top += height + margin;
   return area;
@@ -78,11 +79,11 @@ RECT PlacePath(MainWindow& window, RECT area) {
 void PlaceRightSide(MainWindow& window, const RECT& area) {
   const int bar = Scale(kSplitterWidth, window.dpi);
   int detail = 0;
-  if (window.detail_shown) {
+  if (window.layout.detail_shown) {
     const int height = area.bottom - area.top;
-    detail = Clamp(window, MulDiv(height, window.detail_share, kShareWhole), height);
+    detail = Clamp(window, MulDiv(height, window.layout.detail_share, kShareWhole), height);
     const int top = area.bottom - detail;
-    Place(window.detail_splitter, {area.left, top - bar, area.right, top});
+    Place(window.controls.detail_splitter, {area.left, top - bar, area.right, top});
     Place(window.detail.window, {area.left, top, area.right, area.bottom});
     detail += bar;
   }
@@ -91,12 +92,13 @@ void PlaceRightSide(MainWindow& window, const RECT& area) {
 }
 
 void PlacePanes(MainWindow& window, const RECT& area) {
-  if (window.arrangement == kTreeArrangement) return Place(window.tree.window, area);
+  if (window.layout.arrangement == kTreeArrangement) return Place(window.tree.window, area);
   const int bar = Scale(kSplitterWidth, window.dpi);
-  const int width = Clamp(window, Scale(window.tree_width, window.dpi), area.right - area.left);
+  const int width =
+      Clamp(window, Scale(window.layout.tree_width, window.dpi), area.right - area.left);
   const int edge = area.left + width;
   Place(window.tree.window, {area.left, area.top, edge, area.bottom});
-  Place(window.tree_splitter, {edge, area.top, edge + bar, area.bottom});
+  Place(window.controls.tree_splitter, {edge, area.top, edge + bar, area.bottom});
   PlaceRightSide(window, {edge + bar, area.top, area.right, area.bottom});
 }
 
@@ -105,18 +107,23 @@ void SetFont(HWND child, HFONT font) {
 }
 
 void SetFonts(const MainWindow& window) {
-  for (const HWND child : {window.toolbar, window.path, window.tree.window, window.values.window,
-                           window.output.list, window.status, window.empty}) {
-    SetFont(child, window.fonts.text);
+  for (const HWND child :
+       {window.controls.toolbar, window.controls.path, window.tree.window, window.values.window,
+        window.output.list, window.controls.status, window.controls.empty}) {
+    SetFont(child, window.look.fonts.text);
   }
-  SetFont(window.detail.window, window.fonts.fixed);
+  SetFont(window.detail.window, window.look.fonts.fixed);
 }
 
 void Show(HWND child, bool on) { ShowWindow(child, on ? SW_SHOWNA : SW_HIDE); }
 
 std::array<HWND, 7> FocusOrder(const MainWindow& window) {
-  return {window.path,          window.tree.window,     window.tree_splitter,
-          window.values.window, window.detail_splitter, window.detail.window,
+  return {window.controls.path,
+          window.tree.window,
+          window.controls.tree_splitter,
+          window.values.window,
+          window.controls.detail_splitter,
+          window.detail.window,
           window.output.list};
 }
 
@@ -135,7 +142,7 @@ void LayOut(MainWindow& window) {
   RECT client;
   GetClientRect(window.handle, &client);
   const RECT area = PaneArea(window, client);
-  Place(window.empty, area);
+  Place(window.controls.empty, area);
   Place(window.output.list, area);
   FitListColumns(window.output);
   PlacePanes(window, PlacePath(window, area));
@@ -145,14 +152,14 @@ void MoveSplitter(MainWindow& window, int splitter, int distance) {
   RECT area;
   if (splitter == kTreeSplitterId) {
     GetClientRect(window.handle, &area);
-    const int wanted = Scale(window.tree_width, window.dpi) + distance;
-    window.tree_width = MulDiv(Clamp(window, wanted, area.right), USER_DEFAULT_SCREEN_DPI,
-                               static_cast<int>(window.dpi));
+    const int wanted = Scale(window.layout.tree_width, window.dpi) + distance;
+    window.layout.tree_width = MulDiv(Clamp(window, wanted, area.right), USER_DEFAULT_SCREEN_DPI,
+                                      static_cast<int>(window.dpi));
   } else {
     const int values = HeightOf(window.values.window);
     const int detail = HeightOf(window.detail.window);
     const int whole = values + detail + Scale(kSplitterWidth, window.dpi);
-    window.detail_share =
+    window.layout.detail_share =
         MulDiv(Clamp(window, detail - distance, whole), kShareWhole, std::max(whole, 1));
   }
   LayOut(window);
@@ -160,18 +167,18 @@ void MoveSplitter(MainWindow& window, int splitter, int distance) {
 }
 
 void RefreshLook(MainWindow& window) {
-  Fonts old_fonts = window.fonts;
-  IconLists old_icons = window.icons;
-  window.fonts = MakeFonts(window.dpi);
-  window.icons = MakeIconLists(Scale(kSmallIcon, window.dpi), Scale(kToolIcon, window.dpi));
+  Fonts old_fonts = window.look.fonts;
+  IconLists old_icons = window.look.icons;
+  window.look.fonts = MakeFonts(window.dpi);
+  window.look.icons = MakeIconLists(Scale(kSmallIcon, window.dpi), Scale(kToolIcon, window.dpi));
   SetFonts(window);
-  TreeView_SetImageList(window.tree.window, window.icons.tree, TVSIL_NORMAL);
+  TreeView_SetImageList(window.tree.window, window.look.icons.tree, TVSIL_NORMAL);
   TreeView_SetItemHeight(
       window.tree.window,
       std::max(TextHeight(window), Scale(kSmallIcon, window.dpi)) + Scale(kMargin, window.dpi));
   TreeView_SetIndent(window.tree.window, Scale(19, window.dpi));
-  ListView_SetImageList(window.values.window, window.icons.values, LVSIL_SMALL);
-  ListView_SetImageList(window.output.list, window.icons.values, LVSIL_SMALL);
+  ListView_SetImageList(window.values.window, window.look.icons.values, LVSIL_SMALL);
+  ListView_SetImageList(window.output.list, window.look.icons.values, LVSIL_SMALL);
   SetToolbarIcons(window);
   SendMessageW(window.detail.window, EM_SETMARGINS, EC_LEFTMARGIN | EC_RIGHTMARGIN,
                MAKELPARAM(Scale(2 * kMargin, window.dpi), Scale(2 * kMargin, window.dpi)));
@@ -191,23 +198,23 @@ void ApplyDpi(MainWindow& window, uint32_t dpi) {
 }
 
 void ShowPanes(MainWindow& window) {
-  const bool output = window.arrangement == kOutputArrangement;
-  const bool keys = window.slot >= 0 && !output;
-  const bool values = keys && window.arrangement == kKeysArrangement;
-  for (const HWND pane : {window.path, window.tree.window}) Show(pane, keys);
-  for (const HWND pane : {window.tree_splitter, window.values.window}) Show(pane, values);
-  for (const HWND pane : {window.detail_splitter, window.detail.window}) {
-    Show(pane, values && window.detail_shown);
+  const bool output = window.layout.arrangement == kOutputArrangement;
+  const bool keys = window.hive.slot >= 0 && !output;
+  const bool values = keys && window.layout.arrangement == kKeysArrangement;
+  for (const HWND pane : {window.controls.path, window.tree.window}) Show(pane, keys);
+  for (const HWND pane : {window.controls.tree_splitter, window.values.window}) Show(pane, values);
+  for (const HWND pane : {window.controls.detail_splitter, window.detail.window}) {
+    Show(pane, values && window.layout.detail_shown);
   }
   Show(window.output.list, output);
-  Show(window.empty, !keys && !output);
-  InvalidateRect(window.empty, nullptr, FALSE);
+  Show(window.controls.empty, !keys && !output);
+  InvalidateRect(window.controls.empty, nullptr, FALSE);
 }
 
 void ShowArrangement(MainWindow& window, int arrangement) {
-  if (arrangement == window.arrangement) return;
-  window.arrangement = arrangement;
-  std::array<int, 3>& recent = window.recent_arrangements;
+  if (arrangement == window.layout.arrangement) return;
+  window.layout.arrangement = arrangement;
+  std::array<int, 3>& recent = window.layout.recent_arrangements;
   std::rotate(recent.begin(), recent.end() - 1, recent.end());
   recent[0] = arrangement;
   LayOut(window);
@@ -223,7 +230,7 @@ int NextArrangement(int arrangement) {
 }
 
 int LastArrangement(const MainWindow& window) {
-  for (const int arrangement : window.recent_arrangements) {
+  for (const int arrangement : window.layout.recent_arrangements) {
     if (arrangement != 0 && arrangement != kOutputArrangement) return arrangement;
   }
   return kKeysArrangement;

@@ -90,7 +90,7 @@ void OpenNamedFile(MainWindow& window, const std::string& file, uint32_t start, 
     PostMessageW(window.handle, WM_COMMAND, MAKEWPARAM(kCommandLoadReport, kReportNamed), 0);
     return;
   }
-  if (window.slot >= 0 || window.load.thread.joinable()) return OpenInNewCopy(file);
+  if (window.hive.slot >= 0 || window.load.thread.joinable()) return OpenInNewCopy(file);
   StartLoad(window, file, start, end, key_position);
 }
 
@@ -109,11 +109,11 @@ void TakeLoadResult(MainWindow& window) {
   TakeHostChanges(window);
   UpdateToolbars(window);
   if (job.slot < 0 || job.tree->items.empty()) return ShowNoHive(window);
-  window.slot = job.slot;
-  window.key_tree = std::move(job.tree);
-  window.summary = job.summary;
+  window.hive.slot = job.slot;
+  window.hive.tree = std::move(job.tree);
+  window.hive.summary = job.summary;
   ShowPanes(window);
-  ShowTree(window.tree, ShownHive(window), *window.key_tree);
+  ShowTree(window.tree, ShownHive(window), *window.hive.tree);
   SelectItem(window.tree, 0);
   if (job.key_position != kNoOffset) GoToPosition(window, job.key_position);
   ShowCounts(window);
@@ -138,9 +138,10 @@ void EndWorkers(MainWindow& window) {
   window.host.ending = true;
   TheLongOperation().backup = false;
   RequestStop();
-  WaitWhile(
-      [&window] { return TheLongOperation().worker_busy || ValueThreadsRun(window.threads); });
-  JoinValueThreads(window.threads);
+  WaitWhile([&window] {
+    return TheLongOperation().worker_busy || ValueThreadsRun(window.selection.threads);
+  });
+  JoinValueThreads(window.selection.threads);
   if (window.load.thread.joinable()) window.load.thread.join();
   if (window.work.thread.joinable()) window.work.thread.join();
   window.work.done = nullptr;

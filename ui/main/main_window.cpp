@@ -42,28 +42,29 @@ LRESULT CALLBACK PathProc(HWND path, UINT message, WPARAM first, LPARAM second, 
 }
 
 bool MakeChildren(MainWindow& window) {
-  window.toolbar = MakeToolbar(window);
-  if (window.toolbar == nullptr) {
+  window.controls.toolbar = MakeToolbar(window);
+  if (window.controls.toolbar == nullptr) {
     ShowMessage("Toolbar not created!", kProgramName, Icon::kExclamation);
     return false;
   }
-  window.path = MakeEdit(window, kPathId, ES_MULTILINE | ES_AUTOHSCROLL | WS_BORDER);
+  window.controls.path = MakeEdit(window, kPathId, ES_MULTILINE | ES_AUTOHSCROLL | WS_BORDER);
   window.tree.window = MakeTreePane(window.handle, kTreeId);
-  window.tree_splitter = MakeSplitter(window.handle, kTreeSplitterId, true);
+  window.controls.tree_splitter = MakeSplitter(window.handle, kTreeSplitterId, true);
   window.values.window = MakeValuePane(window.handle, kValuesId, window.dpi);
-  window.detail_splitter = MakeSplitter(window.handle, kDetailSplitterId, false);
+  window.controls.detail_splitter = MakeSplitter(window.handle, kDetailSplitterId, false);
   window.detail.window = MakeEdit(window, kDetailId, ES_MULTILINE | ES_NOHIDESEL | WS_VSCROLL);
-  window.empty = MakeEmptyView(window.handle, kEmptyId);
+  window.controls.empty = MakeEmptyView(window.handle, kEmptyId);
   MakeListPane(window, kOutputId);
-  window.status = MakeStatusBar(window);
-  for (const HWND child : {window.path, window.tree.window, window.tree_splitter,
-                           window.values.window, window.detail_splitter, window.detail.window,
-                           window.empty, window.output.list, window.status, window.progress}) {
+  window.controls.status = MakeStatusBar(window);
+  for (const HWND child : {window.controls.path, window.tree.window, window.controls.tree_splitter,
+                           window.values.window, window.controls.detail_splitter,
+                           window.detail.window, window.controls.empty, window.output.list,
+                           window.controls.status, window.controls.progress}) {
     if (child == nullptr) return false;
   }
-  SetWindowSubclass(window.path, PathProc, 0, 0);
+  SetWindowSubclass(window.controls.path, PathProc, 0, 0);
   SendMessageW(window.detail.window, EM_SETLIMITTEXT, 0, 0);
-  SendMessageW(window.path, EM_SETREADONLY, FALSE, 0);
+  SendMessageW(window.controls.path, EM_SETREADONLY, FALSE, 0);
   return true;
 }
 
@@ -72,9 +73,9 @@ bool OnCreate(MainWindow& window) {
   StartHostWindow(window.host, window.handle);
   SetHost(MakeWindowHost(window.host));
   if (!MakeChildren(window)) return false;
-  window.accelerators = MakeAccelerators();
-  window.list_accelerators = MakeListAccelerators();
-  window.recent_menu = FindRecentMenu(GetMenu(window.handle));
+  window.menus.accelerators = MakeAccelerators();
+  window.menus.list_accelerators = MakeListAccelerators();
+  window.menus.recent = FindRecentMenu(GetMenu(window.handle));
   RefreshLook(window);
   ApplySettings(window);
   ShowPanes(window);
@@ -91,8 +92,8 @@ void OnDestroy(MainWindow& window) {
   GatherSettings(window);
   ClearTree(window.tree);
   ClearValues(window.values);
-  window.slot = -1;
-  window.key_tree = nullptr;
+  window.hive.slot = -1;
+  window.hive.tree = nullptr;
   ResetHiveTable();
   WriteProgramSettings();
   PostQuitMessage(0);
@@ -101,10 +102,10 @@ void OnDestroy(MainWindow& window) {
 // The children are gone by now, so nobody uses fonts and pictures any more.
 void FreeMainWindow(MainWindow* window) {
   SetHost(NullHost());
-  FreeFonts(window->fonts);
-  FreeIconLists(window->icons);
-  DestroyAcceleratorTable(window->accelerators);
-  DestroyAcceleratorTable(window->list_accelerators);
+  FreeFonts(window->look.fonts);
+  FreeIconLists(window->look.icons);
+  DestroyAcceleratorTable(window->menus.accelerators);
+  DestroyAcceleratorTable(window->menus.list_accelerators);
   delete window;
 }
 
@@ -143,13 +144,13 @@ LRESULT OnEditColour(WPARAM dc) {
 }
 
 void OnSystemChange(MainWindow& window, UINT message, WPARAM first, LPARAM second) {
-  for (const HWND child : {window.toolbar, window.tree.window, window.values.window,
-                           window.output.list, window.status, window.progress}) {
+  for (const HWND child : {window.controls.toolbar, window.tree.window, window.values.window,
+                           window.output.list, window.controls.status, window.controls.progress}) {
     SendMessageW(child, message, first, second);
   }
   RefreshLook(window);
   LayOut(window);
-  InvalidateRect(window.empty, nullptr, FALSE);
+  InvalidateRect(window.controls.empty, nullptr, FALSE);
 }
 
 // Items of the menus, the toolbar and keys; what the Output List alone knows goes there.
@@ -158,11 +159,11 @@ void OnCommand(MainWindow& window, WPARAM what) {
   const uint32_t number = LOWORD(what);
   const bool of_list = FindCommand(Commands(), number) == nullptr;
   if (!of_list) return RunCommand(window, number);
-  if (window.arrangement == kOutputArrangement) RunListCommand(window.output, number);
+  if (window.layout.arrangement == kOutputArrangement) RunListCommand(window.output, number);
 }
 
 void OnMenuOpens(const MainWindow& window, HMENU menu) {
-  if (menu == window.recent_menu) FillRecentMenu(menu);
+  if (menu == window.menus.recent) FillRecentMenu(menu);
   UpdateMenu(menu, FactsNow(window));
 }
 
@@ -226,7 +227,7 @@ constexpr FrameRoutes<MainWindow> kRoutes = {
     .create = OnCreate,
     .lay_out =
         [](MainWindow& window) {
-          if (window.status != nullptr) LayOut(window);
+          if (window.controls.status != nullptr) LayOut(window);
         },
     .change_dpi = OnDpiChanged,
     .change_look = OnSystemChange,
@@ -258,7 +259,7 @@ HWND MakeHandle(MainWindow* window) {
 
 // What an item selected in the tree, kNoItem for none, lets commands do.
 void AddItemFacts(const MainWindow& window, uint32_t item, CommandFacts& facts) {
-  const KeyTree& tree = *window.key_tree;
+  const KeyTree& tree = *window.hive.tree;
   facts.hidden_keys = tree.any_hidden;
   facts.item = item != kNoItem;
   if (!facts.item) return;
@@ -274,10 +275,10 @@ void AddItemFacts(const MainWindow& window, uint32_t item, CommandFacts& facts) 
 bool TranslateKeys(const MainWindow& window, MSG& message) {
   const HWND handle = window.handle;
   if (message.hwnd == window.output.list &&
-      TranslateAcceleratorW(handle, window.list_accelerators, &message) != 0) {
+      TranslateAcceleratorW(handle, window.menus.list_accelerators, &message) != 0) {
     return true;
   }
-  return TranslateAcceleratorW(handle, window.accelerators, &message) != 0;
+  return TranslateAcceleratorW(handle, window.menus.accelerators, &message) != 0;
 }
 
 }  // namespace
@@ -316,7 +317,7 @@ void HandleMessage(HWND handle, MSG& message) {
   const bool ours =
       window != nullptr && (message.hwnd == handle || IsChild(handle, message.hwnd) != FALSE);
   if (ours && TranslateKeys(*window, message)) return;
-  if (ours && message.message == WM_KEYDOWN && message.hwnd == window->path) {
+  if (ours && message.message == WM_KEYDOWN && message.hwnd == window->controls.path) {
     if (message.wParam == VK_RETURN) return GoToTypedPath(*window);
     if (message.wParam == VK_ESCAPE) return LeaveAddressBar(*window);
   }
@@ -330,34 +331,34 @@ void HandleMessage(HWND handle, MSG& message) {
 }
 
 HWND ShownPane(const MainWindow& window) {
-  if (window.arrangement == kOutputArrangement) return window.output.list;
-  return window.slot >= 0 ? window.tree.window : window.handle;
+  if (window.layout.arrangement == kOutputArrangement) return window.output.list;
+  return window.hive.slot >= 0 ? window.tree.window : window.handle;
 }
 
 const HiveImage& ShownHive(const MainWindow& window) {
-  return TheHiveTable().slots[static_cast<size_t>(window.slot)];
+  return TheHiveTable().slots[static_cast<size_t>(window.hive.slot)];
 }
 
 CommandFacts FactsNow(const MainWindow& window) {
   CommandFacts facts;
   facts.running = TheLongOperation().running != 0;
   facts.backup = TheLongOperation().backup;
-  facts.hive = window.slot >= 0;
+  facts.hive = window.hive.slot >= 0;
   if (facts.hive) AddItemFacts(window, SelectedItem(window.tree), facts);
-  facts.value = window.shown_value != kNoOffset;
+  facts.value = window.selection.value != kNoOffset;
   facts.edits = facts.hive && ShownHive(window).edits.any;
   facts.edited_value =
-      facts.edits && facts.value && EditOf(ShownHive(window), window.shown_value) != nullptr;
+      facts.edits && facts.value && EditOf(ShownHive(window), window.selection.value) != nullptr;
   facts.value_rows = RowCount(window.values.rows) > 0;
   facts.row_selected = ListView_GetSelectedCount(window.values.window) > 0;
-  facts.list_shown = window.arrangement == kOutputArrangement;
+  facts.list_shown = window.layout.arrangement == kOutputArrangement;
   facts.list_rows = window.output.model != nullptr && ShownRowCount(window.output) > 0;
   facts.findable = facts.list_shown ? facts.list_rows : facts.hive;
   facts.recent_hives = static_cast<uint16_t>(TheSettings().histories.recent_files.size());
   facts.technical_view = window.view.technical;
   facts.cell_details = window.view.cell_details;
-  facts.detail_pane = window.detail_shown;
-  facts.comparing = window.comparing;
+  facts.detail_pane = window.layout.detail_shown;
+  facts.comparing = window.hive.comparing;
   return facts;
 }
 

@@ -87,59 +87,85 @@ struct ItemResult {
   std::wstring detail;
 };
 
+// The child windows that are no panes; they go with the window.
+struct MainControls {
+  HWND toolbar = nullptr;
+  HWND path = nullptr;
+  HWND status = nullptr;
+  HWND progress = nullptr;  // inside the status bar
+  HWND tree_splitter = nullptr;
+  HWND detail_splitter = nullptr;
+  HWND empty = nullptr;  // what is in place of the panes while there is no hive
+};
+
+struct MainMenus {
+  HMENU recent = nullptr;  // of the main menu, which goes with the window
+  HACCEL accelerators = nullptr;
+  HACCEL list_accelerators = nullptr;  // while the Output List has the focus
+};
+
+// Made for the resolution in force; freed after the children, which use them.
+struct MainLook {
+  Fonts fonts;
+  IconLists icons;
+};
+
+// Which panes are shown, and how large.
+struct PaneLayout {
+  int tree_width = 320;     // at 96 dpi
+  int detail_share = 3800;  // of the right side's height, in 1/10000
+  bool detail_shown = true;
+  int arrangement = kKeysArrangement;
+  std::array<int, 3> recent_arrangements = {kKeysArrangement, 0, 0};  // newest first, 0 for none
+};
+
+struct ShownHiveState {
+  int slot = -1;  // in the table of hives, -1 while none is shown
+  std::unique_ptr<KeyTree> tree;
+  ImageSummary summary;
+  std::atomic<bool> comparing{false};  // the mode "Displayed Sub Keys"
+  SidReplacement sid_replacement;      // in lists of its security records
+};
+
+// What the value and detail panes show of the tree's selected item, and what is on its way there.
+struct PaneSelection {
+  ValueThreads threads;
+  Mailbox<ItemResult> item_box;
+  Mailbox<std::wstring> detail_box;
+  uint32_t item = kNoItem;            // whose rows the value pane holds
+  uint32_t value = kNoOffset;         // whose detail is shown or on its way
+  std::wstring key_detail;            // of `item`
+  std::wstring item_words;            // status and info words of the selected item
+  uint32_t wanted_value = kNoOffset;  // to be selected when the rows on their way come
+  uint32_t branch_return = kNoItem;   // where "Current Branch" came from
+};
+
 struct MainWindow {
   // Called in place of the handler of an accepted command; tests listen here.
   std::function<void(const Command&)> on_command;
   HINSTANCE instance = nullptr;
   HWND handle = nullptr;
-  HWND toolbar = nullptr;
-  HWND path = nullptr;
-  HWND status = nullptr;
-  HWND progress = nullptr;
-  HWND tree_splitter = nullptr;
-  HWND detail_splitter = nullptr;
-  HWND empty = nullptr;       // what is in place of the panes while there is no hive
   HWND blocks = nullptr;      // the block list's window, null while it is closed
   HWND last_focus = nullptr;  // the pane to return to when the window is activated again
+  uint32_t dpi = USER_DEFAULT_SCREEN_DPI;
+  MainControls controls;
+  MainMenus menus;
+  MainLook look;
+  PaneLayout layout;
+
   TreePane tree;
   ValuePane values;
   DetailPane detail;
   ListPlace output;  // the Output List pane
-
-  HMENU recent_menu = nullptr;  // of the main menu, which goes with the window
-  HACCEL accelerators = nullptr;
-  HACCEL list_accelerators = nullptr;  // while the Output List has the focus
-  uint32_t dpi = USER_DEFAULT_SCREEN_DPI;
-  Fonts fonts;
-  IconLists icons;
-  int tree_width = 320;     // at 96 dpi
-  int detail_share = 3800;  // of the right side's height, in 1/10000
-  bool detail_shown = true;
   ValueViewOptions view;
-
-  int arrangement = kKeysArrangement;
-  std::array<int, 3> recent_arrangements = {kKeysArrangement, 0, 0};  // newest first, 0 for none
+  FindChoice tree_find;  // what was last searched for in the tree
 
   HostWindow host;
   LoadJob load;
   Work work;
-  int slot = -1;  // of the hive shown, -1 for none
-  std::unique_ptr<KeyTree> key_tree;
-  ImageSummary summary;
-  std::atomic<bool> comparing{false};  // the mode "Displayed Sub Keys"
-  SidReplacement sid_replacement;      // of the hive shown, in lists of its security records
-
-  ValueThreads threads;
-  Mailbox<ItemResult> item_box;
-  Mailbox<std::wstring> detail_box;
-  uint32_t shown_item = kNoItem;      // whose rows the value pane holds
-  uint32_t shown_value = kNoOffset;   // whose detail is shown or on its way
-  std::wstring key_detail;            // of shown_item
-  std::wstring item_words;            // status and info words of the selected item
-  uint32_t wanted_value = kNoOffset;  // to be selected when the rows on their way come
-  uint32_t branch_return = kNoItem;   // where "Current Branch" came from
-  FindChoice tree_find;               // what was last searched for in the tree
-  std::string report_named;           // Report List on its way to be loaded
+  ShownHiveState hive;
+  PaneSelection selection;
+  std::string report_named;  // Report List on its way to be loaded
 };
 
 // Creates the window with all it holds and sets the host table; null after a message when that

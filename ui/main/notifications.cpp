@@ -126,7 +126,7 @@ LRESULT OnNotify(MainWindow& window, const NMHDR& notice) {
 void OnContextMenu(MainWindow& window, HWND child, POINT where) {
   if (child == window.output.list) return TrackListMenu(window.output, where);
   const bool tree = child == window.tree.window;
-  if (!tree && child != window.values.window && child != window.path) return;
+  if (!tree && child != window.values.window && child != window.controls.path) return;
   const bool by_key = where.x == -1 && where.y == -1;
   if (by_key) {
     where = SelectedPoint(window, child);
@@ -139,7 +139,8 @@ void OnContextMenu(MainWindow& window, HWND child, POINT where) {
         window, workspace ? CommandPlace::kWorkspaceMenu : CommandPlace::kTreeMenu, where);
   }
   TrackContextMenu(
-      window, child == window.path ? CommandPlace::kPathMenu : CommandPlace::kValueMenu, where);
+      window, child == window.controls.path ? CommandPlace::kPathMenu : CommandPlace::kValueMenu,
+      where);
 }
 
 void ShowPassingText(const MainWindow& window, const char* text) {

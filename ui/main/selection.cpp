@@ -36,21 +36,21 @@ std::unique_ptr<Result> Take(Mailbox<Result>& box) {
 }
 
 void GatherItem(MainWindow& window, uint32_t serial, uint32_t item, ValueViewOptions options) {
-  if (!IsNewest(window.item_box, serial)) return;
+  if (!IsNewest(window.selection.item_box, serial)) return;
   const HiveImage& hive = ShownHive(window);
   auto result = std::make_unique<ItemResult>();
   result->item = item;
   result->options = options;
-  result->values = ShowItemValues(hive, *window.key_tree, item, options);
-  result->detail = WideText(ItemDetail(hive, *window.key_tree, item));
-  Deliver(window.item_box, serial, std::move(result), window.handle, kItemReady);
+  result->values = ShowItemValues(hive, *window.hive.tree, item, options);
+  result->detail = WideText(ItemDetail(hive, *window.hive.tree, item));
+  Deliver(window.selection.item_box, serial, std::move(result), window.handle, kItemReady);
 }
 
 void GatherDetail(MainWindow& window, uint32_t serial, uint32_t value) {
-  if (!IsNewest(window.detail_box, serial)) return;
+  if (!IsNewest(window.selection.detail_box, serial)) return;
   const ValueDetailText detail = ShownValueDetail(ShownHive(window), value);
-  Deliver(window.detail_box, serial, std::make_unique<std::wstring>(WindowText(detail.text)),
-          window.handle, kDetailReady);
+  Deliver(window.selection.detail_box, serial,
+          std::make_unique<std::wstring>(WindowText(detail.text)), window.handle, kDetailReady);
 }
 
 void ShowDetail(MainWindow& window, std::wstring text) {
@@ -61,34 +61,34 @@ void ShowDetail(MainWindow& window, std::wstring text) {
 
 void ShowPath(const MainWindow& window, uint32_t item) {
   const std::string path =
-      item == kNoItem ? "" : LongItemPathUtf8(ShownHive(window), *window.key_tree, item);
-  SetWindowTextW(window.path, WideName(path).c_str());
+      item == kNoItem ? "" : LongItemPathUtf8(ShownHive(window), *window.hive.tree, item);
+  SetWindowTextW(window.controls.path, WideName(path).c_str());
 }
 
 // What is on its way for a key or a value belongs to what was selected before.
 void ForgetResults(MainWindow& window) {
-  ++window.item_box.newest;
-  ++window.detail_box.newest;
+  ++window.selection.item_box.newest;
+  ++window.selection.detail_box.newest;
 }
 
 void ShowWorkspace(MainWindow& window) {
   ForgetResults(window);
-  SetWindowTextW(window.path, kWorkspaceTitle);
+  SetWindowTextW(window.controls.path, kWorkspaceTitle);
   ShowItemWords(window, std::wstring());
-  window.shown_item = kNoItem;
-  window.shown_value = kNoOffset;
-  window.key_detail =
-      WideText(WorkspaceDetail(ShownHive(window), *window.key_tree, window.summary));
+  window.selection.item = kNoItem;
+  window.selection.value = kNoOffset;
+  window.selection.key_detail =
+      WideText(WorkspaceDetail(ShownHive(window), *window.hive.tree, window.hive.summary));
   ShowValues(window.values,
-             {&ShownHive(window), WorkspaceRows(ShownHive(window), *window.key_tree), {}});
+             {&ShownHive(window), WorkspaceRows(ShownHive(window), *window.hive.tree), {}});
   FitValueColumns(window.values, window.dpi);
-  ShowDetail(window, window.key_detail);
+  ShowDetail(window, window.selection.key_detail);
   UpdateToolbar(window);
 }
 
 // The row of the value that was gone to, if it is among those shown.
 void SelectWantedRow(MainWindow& window) {
-  const uint32_t value = std::exchange(window.wanted_value, kNoOffset);
+  const uint32_t value = std::exchange(window.selection.wanted_value, kNoOffset);
   const int row = value == kNoOffset ? -1 : RowOfValue(window.values.rows, value);
   if (row < 0) return;
   const HWND list = window.values.window;
@@ -99,56 +99,57 @@ void SelectWantedRow(MainWindow& window) {
 }  // namespace
 
 void OnItemSelected(MainWindow& window, uint32_t item) {
-  if (window.slot < 0 || window.host.ending) return;  // items that go select others
+  if (window.hive.slot < 0 || window.host.ending) return;  // items that go select others
   if (IsWorkspaceSelected(window.tree)) return ShowWorkspace(window);
   if (item == kNoItem) return;
   ShowPath(window, item);
   NoteKeyShown(window);
-  ShowItemWords(window, WideText(ItemWords(ShownHive(window), *window.key_tree, item)));
-  const uint32_t serial = ++window.item_box.newest;
+  ShowItemWords(window, WideText(ItemWords(ShownHive(window), *window.hive.tree, item)));
+  const uint32_t serial = ++window.selection.item_box.newest;
   const ValueViewOptions options = window.view;
-  StartValueThread(window.threads,
+  StartValueThread(window.selection.threads,
                    [&window, serial, item, options] { GatherItem(window, serial, item, options); });
   UpdateToolbar(window);
 }
 
 void TakeItemResult(MainWindow& window) {
-  const std::unique_ptr<ItemResult> result = Take(window.item_box);
-  if (result == nullptr || window.slot < 0) return;
-  ++window.detail_box.newest;  // details on their way belong to the rows that go
-  window.shown_item = result->item;
-  window.shown_value = kNoOffset;
-  window.key_detail = std::move(result->detail);
+  const std::unique_ptr<ItemResult> result = Take(window.selection.item_box);
+  if (result == nullptr || window.hive.slot < 0) return;
+  ++window.selection.detail_box.newest;  // details on their way belong to the rows that go
+  window.selection.item = result->item;
+  window.selection.value = kNoOffset;
+  window.selection.key_detail = std::move(result->detail);
   ShowValues(window.values, {&ShownHive(window), std::move(result->values), result->options});
   FitValueColumns(window.values, window.dpi);
-  ShowDetail(window, window.key_detail);
+  ShowDetail(window, window.selection.key_detail);
   SelectWantedRow(window);
   UpdateToolbar(window);
 }
 
 void OnRowSelected(MainWindow& window) {
   const uint32_t value = ValueOfRow(window.values.rows, SelectedRow(window.values));
-  if (value == window.shown_value || window.slot < 0) return;
-  window.shown_value = value;
-  const uint32_t serial = ++window.detail_box.newest;
+  if (value == window.selection.value || window.hive.slot < 0) return;
+  window.selection.value = value;
+  const uint32_t serial = ++window.selection.detail_box.newest;
   UpdateToolbar(window);
-  if (value == kNoOffset) return ShowDetail(window, window.key_detail);
-  StartValueThread(window.threads,
+  if (value == kNoOffset) return ShowDetail(window, window.selection.key_detail);
+  StartValueThread(window.selection.threads,
                    [&window, serial, value] { GatherDetail(window, serial, value); });
 }
 
 void TakeDetailResult(MainWindow& window) {
-  const std::unique_ptr<std::wstring> text = Take(window.detail_box);
+  const std::unique_ptr<std::wstring> text = Take(window.selection.detail_box);
   if (text != nullptr) ShowDetail(window, std::move(*text));
 }
 
 bool GoToPosition(MainWindow& window, uint32_t position) {
-  if (window.slot < 0) return false;
-  const uint32_t item = ItemShowing(ShownHive(window), *window.key_tree, position);
+  if (window.hive.slot < 0) return false;
+  const uint32_t item = ItemShowing(ShownHive(window), *window.hive.tree, position);
   if (item == kNoItem) return false;
-  const bool value = window.key_tree->items[item].position != position;
-  if (value || window.arrangement == kOutputArrangement) ShowArrangement(window, kKeysArrangement);
-  window.wanted_value = value ? position : kNoOffset;
+  const bool value = window.hive.tree->items[item].position != position;
+  if (value || window.layout.arrangement == kOutputArrangement)
+    ShowArrangement(window, kKeysArrangement);
+  window.selection.wanted_value = value ? position : kNoOffset;
   if (SelectedItem(window.tree) == item) RefreshItem(window);
   SelectItem(window.tree, item);
   SetFocus(window.tree.window);

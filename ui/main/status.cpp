@@ -11,16 +11,16 @@ constexpr int kCountsWidth = 300;
 constexpr int kProgressMargin = 3;
 
 void SetPartText(const MainWindow& window, StatusPart part, const std::wstring& text) {
-  SendMessageW(window.status, SB_SETTEXTW, part, reinterpret_cast<LPARAM>(text.c_str()));
+  SendMessageW(window.controls.status, SB_SETTEXTW, part, reinterpret_cast<LPARAM>(text.c_str()));
 }
 
 void ShowProgress(MainWindow& window) {
   const uint32_t steps = window.host.progress_steps;
-  if ((IsWindowVisible(window.progress) != FALSE) != (steps != 0)) {
-    ShowWindow(window.progress, steps != 0 ? SW_SHOWNA : SW_HIDE);
+  if ((IsWindowVisible(window.controls.progress) != FALSE) != (steps != 0)) {
+    ShowWindow(window.controls.progress, steps != 0 ? SW_SHOWNA : SW_HIDE);
   }
-  SendMessageW(window.progress, PBM_SETRANGE32, 0, steps == 0 ? 1 : steps);
-  SendMessageW(window.progress, PBM_SETPOS, window.host.progress_position, 0);
+  SendMessageW(window.controls.progress, PBM_SETRANGE32, 0, steps == 0 ? 1 : steps);
+  SendMessageW(window.controls.progress, PBM_SETPOS, window.host.progress_position, 0);
 }
 
 }  // namespace
@@ -30,24 +30,26 @@ HWND MakeStatusBar(MainWindow& window) {
       0, STATUSCLASSNAMEW, L"", WS_CHILD | WS_VISIBLE | SBARS_SIZEGRIP, 0, 0, 0, 0, window.handle,
       reinterpret_cast<HMENU>(static_cast<INT_PTR>(kStatusId)), window.instance, nullptr);
   if (status == nullptr) return nullptr;
-  window.progress = CreateWindowExW(0, PROGRESS_CLASSW, L"", WS_CHILD | PBS_SMOOTH, 0, 0, 0, 0,
-                                    status, nullptr, window.instance, nullptr);
+  window.controls.progress = CreateWindowExW(0, PROGRESS_CLASSW, L"", WS_CHILD | PBS_SMOOTH, 0, 0,
+                                             0, 0, status, nullptr, window.instance, nullptr);
   return status;
 }
 
 void LayOutStatus(MainWindow& window) {
-  SendMessageW(window.status, WM_SIZE, 0, 0);
+  SendMessageW(window.controls.status, WM_SIZE, 0, 0);
   RECT area;
-  GetClientRect(window.status, &area);
+  GetClientRect(window.controls.status, &area);
   const int width = area.right;
   const int counts = width - Scale(kCountsWidth, window.dpi);
   const int edges[kStatusPartCount] = {counts - Scale(kProgressWidth, window.dpi), counts, -1};
-  SendMessageW(window.status, SB_SETPARTS, kStatusPartCount, reinterpret_cast<LPARAM>(edges));
+  SendMessageW(window.controls.status, SB_SETPARTS, kStatusPartCount,
+               reinterpret_cast<LPARAM>(edges));
   RECT part;
-  SendMessageW(window.status, SB_GETRECT, kStatusProgress, reinterpret_cast<LPARAM>(&part));
+  SendMessageW(window.controls.status, SB_GETRECT, kStatusProgress,
+               reinterpret_cast<LPARAM>(&part));
   InflateRect(&part, -Scale(kProgressMargin, window.dpi), -Scale(kProgressMargin, window.dpi));
-  MoveWindow(window.progress, part.left, part.top, part.right - part.left, part.bottom - part.top,
-             TRUE);
+  MoveWindow(window.controls.progress, part.left, part.top, part.right - part.left,
+             part.bottom - part.top, TRUE);
 }
 
 void TakeHostChanges(MainWindow& window) {
@@ -66,16 +68,18 @@ void TakeHostChanges(MainWindow& window) {
   }
   if (title_changed) SetWindowTextW(window.handle, title.c_str());
   if (status_changed) {
-    SetPartText(window, kStatusText, L" " + (status.empty() ? window.item_words : status));
-    if (IsWindowVisible(window.empty) != FALSE) InvalidateRect(window.empty, nullptr, FALSE);
+    SetPartText(window, kStatusText,
+                L" " + (status.empty() ? window.selection.item_words : status));
+    if (IsWindowVisible(window.controls.empty) != FALSE)
+      InvalidateRect(window.controls.empty, nullptr, FALSE);
   }
   ShowProgress(window);
 }
 
 void ShowItemWords(MainWindow& window, std::wstring words) {
-  if (words.empty() && window.item_words.empty()) return;
-  window.item_words = std::move(words);
-  std::wstring text = window.item_words;
+  if (words.empty() && window.selection.item_words.empty()) return;
+  window.selection.item_words = std::move(words);
+  std::wstring text = window.selection.item_words;
   if (text.empty()) {
     const std::lock_guard lock(window.host.mutex);
     text = window.host.status;
@@ -85,10 +89,10 @@ void ShowItemWords(MainWindow& window, std::wstring words) {
 
 void ShowCounts(MainWindow& window) {
   std::wstring text;
-  if (window.arrangement == kOutputArrangement) {
+  if (window.layout.arrangement == kOutputArrangement) {
     text = L" Number of Items : " + std::to_wstring(ShownRowCount(window.output));
-  } else if (window.slot >= 0) {
-    const ImageSummary& summary = window.summary;
+  } else if (window.hive.slot >= 0) {
+    const ImageSummary& summary = window.hive.summary;
     text = L" " + std::to_wstring(summary.keys) + L" keys, " +
            std::to_wstring(summary.disconnected_keys) + L" disconnected";
   }

@@ -30,21 +30,21 @@ HWND MakeToolbar(MainWindow& window) {
 }
 
 void SetToolbarIcons(MainWindow& window) {
-  const HWND toolbar = window.toolbar;
-  SendMessageW(toolbar, TB_SETIMAGELIST, 0, reinterpret_cast<LPARAM>(window.icons.tools));
+  const HWND toolbar = window.controls.toolbar;
+  SendMessageW(toolbar, TB_SETIMAGELIST, 0, reinterpret_cast<LPARAM>(window.look.icons.tools));
   SendMessageW(toolbar, TB_SETDISABLEDIMAGELIST, 0,
-               reinterpret_cast<LPARAM>(window.icons.faded_tools));
+               reinterpret_cast<LPARAM>(window.look.icons.faded_tools));
   const int side = Scale(kToolButtonSide, window.dpi);
   SendMessageW(toolbar, TB_SETBUTTONSIZE, 0, MAKELPARAM(side, side));
 }
 
 int WrapToolbar(const MainWindow& window, int width) {
-  SetWindowPos(window.toolbar, nullptr, 0, 0, std::max(width, 1),
+  SetWindowPos(window.controls.toolbar, nullptr, 0, 0, std::max(width, 1),
                Scale(kToolButtonSide, window.dpi), SWP_NOMOVE | SWP_NOZORDER | SWP_NOACTIVATE);
-  SendMessageW(window.toolbar, TB_AUTOSIZE, 0, 0);
+  SendMessageW(window.controls.toolbar, TB_AUTOSIZE, 0, 0);
   RECT last{};
-  const LRESULT count = SendMessageW(window.toolbar, TB_BUTTONCOUNT, 0, 0);
-  SendMessageW(window.toolbar, TB_GETITEMRECT, static_cast<WPARAM>(count - 1),
+  const LRESULT count = SendMessageW(window.controls.toolbar, TB_BUTTONCOUNT, 0, 0);
+  SendMessageW(window.controls.toolbar, TB_GETITEMRECT, static_cast<WPARAM>(count - 1),
                reinterpret_cast<LPARAM>(&last));
   return last.bottom;
 }
@@ -54,9 +54,9 @@ void UpdateToolbar(MainWindow& window) {
   for (const CommandNumber number : CommandsIn(CommandPlace::kToolbar)) {
     const Command* command = FindCommand(Commands(), number);
     if (command == nullptr) continue;
-    EnableToolButton(window.toolbar, command->number, IsAvailable(*command, facts));
+    EnableToolButton(window.controls.toolbar, command->number, IsAvailable(*command, facts));
     if (command->checked == nullptr) continue;
-    SendMessageW(window.toolbar, TB_CHECKBUTTON, command->number,
+    SendMessageW(window.controls.toolbar, TB_CHECKBUTTON, command->number,
                  MAKELPARAM(IsChecked(*command, facts) ? TRUE : FALSE, 0));
   }
 }

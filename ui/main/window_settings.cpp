@@ -28,9 +28,9 @@ void AddOthersHives(const std::string& file, History& recent) {
 
 void ApplySettings(MainWindow& window) {
   const Settings& settings = TheSettings();
-  if (settings.tree_width > 0) window.tree_width = settings.tree_width;
-  if (settings.detail_share > 0) window.detail_share = settings.detail_share;
-  window.detail_shown = settings.options.detail_pane;
+  if (settings.tree_width > 0) window.layout.tree_width = settings.tree_width;
+  if (settings.detail_share > 0) window.layout.detail_share = settings.detail_share;
+  window.layout.detail_shown = settings.options.detail_pane;
   window.view.technical = settings.options.technical_view;
   window.view.cell_details = settings.options.cell_details;
   SetColumnWidths(window.values.window, settings.main.columns, window.dpi);
@@ -59,9 +59,9 @@ void GatherSettings(const MainWindow& window) {
   if (ColumnCount(window.output.list) == kMaxColumns) {
     settings.output_columns = ColumnWidths(window.output.list, window.dpi);
   }
-  settings.tree_width = window.tree_width;
-  settings.detail_share = window.detail_share;
-  settings.options.detail_pane = window.detail_shown;
+  settings.tree_width = window.layout.tree_width;
+  settings.detail_share = window.layout.detail_share;
+  settings.options.detail_pane = window.layout.detail_shown;
   settings.options.technical_view = window.view.technical;
   settings.options.cell_details = window.view.cell_details;
 }

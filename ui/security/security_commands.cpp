@@ -21,7 +21,7 @@ namespace {
 void Beep() { CurrentHost().beep(CurrentHost().context); }
 
 SecurityListOptions OptionsNow(const MainWindow& window) {
-  return {TheSettings().options.resolve_sids, window.sid_replacement};
+  return {TheSettings().options.resolve_sids, window.hive.sid_replacement};
 }
 
 // What a worker goes through; all of it stays as it is while the worker runs.
@@ -42,7 +42,7 @@ void TellReplacement(const SidReplacement& replacement, OutputList& list) {
 }
 
 void StartWalk(MainWindow& window, OutputListPtr list, uint32_t item, FillFromHive fill) {
-  SecurityWalk walk{ShownHive(window), *window.key_tree, item, OptionsNow(window)};
+  SecurityWalk walk{ShownHive(window), *window.hive.tree, item, OptionsNow(window)};
   TellReplacement(walk.options.replace, *list);
   FillListWindow(
       window, std::move(list),
@@ -86,19 +86,19 @@ void FindKeysOfSid(MainWindow& window, SecurityMode mode, const std::string& sid
 
 std::string OwnerOfRecord(const MainWindow& window, uint32_t record) {
   SecurityRecordInfo info;
-  ReadSecurityRecord(ShownHive(window), record, info, &window.sid_replacement);
+  ReadSecurityRecord(ShownHive(window), record, info, &window.hive.sid_replacement);
   return info.owner_text;
 }
 
 uint32_t RecordOfSelection(const MainWindow& window) {
-  const uint32_t key = window.key_tree->items[SelectedItem(window.tree)].position;
+  const uint32_t key = window.hive.tree->items[SelectedItem(window.tree)].position;
   return SecurityOfKey(ShownHive(window), key);
 }
 
 // Rows of a list outlive the hive that they speak of.
 SecurityRow FocusedRecord(const ListPlace& place) {
   const int focused = FocusedRow(place);
-  if (focused < 0 || place.owner->slot < 0) return {};
+  if (focused < 0 || place.owner->hive.slot < 0) return {};
   return ReadSecurityRow(ShownHive(*place.owner), *place.model,
                          ModelRow(place, static_cast<uint32_t>(focused)));
 }
@@ -147,7 +147,7 @@ void OnListLocalGroups(MainWindow& window) {
 
 void OnFindKeysWithPermissions(MainWindow& window) {
   PermissionRequest& request = LastRequest();
-  request.hive_offered = window.slot >= 0;
+  request.hive_offered = window.hive.slot >= 0;
   if (!AskPermissions(window.handle, request)) return;
   if (request.live) return FindInRegistry(window, request);
   const uint32_t item = SelectedItem(window.tree);
@@ -157,7 +157,9 @@ void OnFindKeysWithPermissions(MainWindow& window) {
   StartQuery(window, item == kNoItem ? kWholeTree : item, query);
 }
 
-void OnReplaceSid(MainWindow& window) { AskReplacement(window.handle, window.sid_replacement); }
+void OnReplaceSid(MainWindow& window) {
+  AskReplacement(window.handle, window.hive.sid_replacement);
+}
 
 void OnSecurityRecord(MainWindow& window) { OpenSecurityWindow(window, RecordOfSelection(window)); }
 

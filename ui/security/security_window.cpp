@@ -164,7 +164,7 @@ bool ShowRecord(SecurityWindow& window) {
 
 // Names make no further lines, so the text stays where it was scrolled to.
 void TakeNames(SecurityWindow& window) {
-  if (window.lookup == nullptr || !window.lookup->done || window.owner->slot < 0) return;
+  if (window.lookup == nullptr || !window.lookup->done || window.owner->hive.slot < 0) return;
   const std::shared_ptr<AccountLookup> lookup = std::move(window.lookup);
   const HWND text = GetDlgItem(window.dialog, kSecurityText);
   const LRESULT line = SendMessageW(text, EM_GETFIRSTVISIBLELINE, 0, 0);
@@ -285,7 +285,7 @@ void Show(const SecurityWindow& window) {
 }  // namespace
 
 HWND OpenSecurityWindow(MainWindow& window, uint32_t record) {
-  if (window.slot < 0 || TheLongOperation().running != 0) return nullptr;
+  if (window.hive.slot < 0 || TheLongOperation().running != 0) return nullptr;
   auto& slots = TheSecurityWindows().slots;
   const auto slot = std::find(slots.begin(), slots.end(), nullptr);
   if (slot == slots.end()) {
