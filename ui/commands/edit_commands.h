@@ -10,6 +10,7 @@ void OnEditValue(MainWindow& window);
 // The selected value, or every value, is again what the file has.
 void OnTakeBackEdit(MainWindow& window);
 void OnTakeBackAllEdits(MainWindow& window);
+// A list window with the values edited so far.
 void OnListEdits(MainWindow& window);
 
 }  // namespace hivequarry

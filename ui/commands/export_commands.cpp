@@ -58,7 +58,7 @@ void ReportExported(const ScriptExport& written) {
   ShowMessage(said.c_str(), kProgramName, Icon::kInformation);
 }
 
-void TakeExport(MainWindow& window, ExportJob& job) {
+void FinishExport(MainWindow& window, ExportJob& job) {
   if (job.stopped) return;
   if (!job.kept) return ReportFileFailure(kNotWritten, job.file.name);
   ReportExported(job.written);
@@ -90,7 +90,7 @@ void StartExport(const ListPlace& place, Write write) {
         job->kept = CloseOutput(job->file, !job->stopped && !job->written.refused);
         if (job->kept) job->gaps = ListScriptGaps(hive, tree, job->written);
       },
-      [&window, job] { TakeExport(window, *job); });
+      [&window, job] { FinishExport(window, *job); });
   if (!started) CloseOutput(job->file, false);
 }
 

@@ -18,7 +18,7 @@ constexpr const char* kReloadQuestion =
     "Load this one again now ? What was edited in memory is lost.";
 
 // The switches of the window are the options of the same meaning while it is open.
-void TakeSwitches(const MainWindow& window, Options& options) {
+void ReadSwitches(const MainWindow& window, Options& options) {
   options.technical_view = window.view.technical;
   options.cell_details = window.view.cell_details;
   options.detail_pane = window.layout.detail_shown;
@@ -59,7 +59,7 @@ void OnHelp(MainWindow& window) { ShowHelp(window.handle, kHelpStart); }
 
 void OnOptions(MainWindow& window) {
   Options options = TheSettings().options;
-  TakeSwitches(window, options);
+  ReadSwitches(window, options);
   if (!AskOptions(window.handle, options)) return;
   const bool load = window.hive.slot >= 0 && NeedLoad(options, TheSettings().options);
   TheSettings().options = options;

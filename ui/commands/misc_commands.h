@@ -5,6 +5,7 @@ namespace hivequarry {
 
 struct MainWindow;
 
+// At the topic of the main window.
 void OnHelp(MainWindow& window);
 // Shows the options and puts what was changed into effect; where that needs a load, the user is
 // asked whether the hive is to be loaded again.

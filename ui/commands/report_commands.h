@@ -8,6 +8,8 @@ namespace hivequarry {
 struct MainWindow;
 struct ListPlace;
 
+// A list window that a worker fills: with the report of the selected branch, or of the live
+// registry from the report's own root on (ReportInfo::live_root).
 void StartReport(MainWindow& window, Report report);
 void StartLiveReport(MainWindow& window, Report report);
 template <Report kReport>
@@ -19,6 +21,7 @@ void OnLiveReport(MainWindow& window) {
   StartLiveReport(window, kReport);
 }
 
+// Those of the selected rows, a line each, to the clipboard.
 void OnCopyClassId(ListPlace& place);
 
 }  // namespace hivequarry

@@ -21,6 +21,8 @@ ListPlace* FillListWindow(MainWindow& window, OutputListPtr list,
 void RefillListWindow(ListPlace& place, std::function<void(OutputList& list)> fill,
                       std::function<void()> done);
 
+// They ask what to look for, below the selected item, in the hive or in the live registry, and fill
+// a list window. So does the search for dates.
 void OnSearchBranch(MainWindow& window);
 void OnSearchWorkspace(MainWindow& window);
 void OnSearchRegistry(MainWindow& window);

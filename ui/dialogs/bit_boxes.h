@@ -10,8 +10,9 @@
 
 namespace hivequarry {
 
+// A box is ticked when any of its bits is set.
 struct BitBox {
-  int control;
+  int control;  // identifier in the dialog
   uint32_t bits;
 };
 
@@ -25,6 +26,7 @@ constexpr std::array<BitBox, 4> RootBoxes(int first) {
 
 // Ticks those that have a bit in `bits`, and no others.
 void TickBits(HWND dialog, std::span<const BitBox> boxes, uint32_t bits);
+// All bits of the boxes that are ticked.
 uint32_t TickedBits(HWND dialog, std::span<const BitBox> boxes);
 
 }  // namespace hivequarry

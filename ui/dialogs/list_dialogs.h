@@ -39,10 +39,11 @@ struct ListDialogs {
 };
 ListDialogs& TheListDialogs();
 
+// Which rows to select: those where the text is in the column.
 struct SelectChoice {
   std::string text;  // code-page text
   int column = -1;   // -1: any
-  bool add = false;
+  bool add = false;  // to those selected already
 };
 // Asks with the dialog "SELECTDLG" which rows of the list to select; true when the user wants to.
 bool AskSelect(HWND owner, const OutputList& list, SelectChoice& choice);

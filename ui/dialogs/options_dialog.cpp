@@ -41,14 +41,14 @@ void ShowOptions(HWND dialog, const Options& options) {
   }
 }
 
-void TakeOptions(HWND dialog, Options& options) {
+void ReadOptions(HWND dialog, Options& options) {
   for (const OptionBox& box : kBoxes) options.*box.option = IsTicked(dialog, box.control);
 }
 
 void OnCommand(HWND dialog, int control) {
   switch (control) {
     case IDOK:
-      TakeOptions(dialog, *reinterpret_cast<Options*>(GetWindowLongPtrW(dialog, DWLP_USER)));
+      ReadOptions(dialog, *reinterpret_cast<Options*>(GetWindowLongPtrW(dialog, DWLP_USER)));
       EndDialog(dialog, IDOK);
       return;
     case IDCANCEL:

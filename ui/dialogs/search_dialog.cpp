@@ -114,14 +114,14 @@ void EnableFor(const SearchDialog& state) {
   SetDlgItemTextW(state.dialog, kSearchMessage, MessageFor(state));
 }
 
-void TakeText(SearchDialog& state, const std::wstring& shown) {
+void MirrorText(SearchDialog& state, const std::wstring& shown) {
   state.text = PatternOfField(shown);
   state.hex = HexOfText(state.text).substr(0, kMaxPattern);
   ShowField(state, kSearchHex, state.hex);
   EnableFor(state);
 }
 
-void TakeHex(SearchDialog& state, const std::wstring& shown) {
+void MirrorHex(SearchDialog& state, const std::wstring& shown) {
   state.hex = PatternOfField(shown);
   const HexPattern hex = HexPatternOf(state.hex);
   state.text = hex.fault == HexFault::kNoDigits ? std::string() : TextOfHex(hex.digits);
@@ -133,7 +133,7 @@ void OnField(SearchDialog& state, int field, WORD notice) {
   if (state.mirroring || (notice != CBN_EDITCHANGE && notice != CBN_SELCHANGE)) return;
   const HWND box = GetDlgItem(state.dialog, field);
   const std::wstring shown = notice == CBN_SELCHANGE ? ChosenText(box) : EditedText(box);
-  field == kSearchText ? TakeText(state, shown) : TakeHex(state, shown);
+  field == kSearchText ? MirrorText(state, shown) : MirrorHex(state, shown);
 }
 
 // --- histories -----------------------------------------------------------------------------------

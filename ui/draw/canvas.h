@@ -9,6 +9,7 @@
 
 namespace hivequarry {
 
+// In units of the grid: 0 to 16.
 struct GridPoint {
   double x;
   double y;
@@ -25,8 +26,11 @@ inline constexpr int kCanvasFactor = 4;
 
 // An empty (transparent) canvas for a picture of `size` by `size` pixels. dc is null on failure.
 Canvas MakeCanvas(int size);
+// Also of a canvas that failed.
 void FreeCanvas(Canvas& canvas);
 
+// Coordinates are units of the grid, from the upper left corner; what is drawn later covers what is
+// there. A shape is a polygon that closes by itself.
 void FillShape(const Canvas& canvas, std::initializer_list<GridPoint> points, COLORREF colour);
 void FillBox(const Canvas& canvas, double left, double top, double right, double bottom,
              COLORREF colour);

@@ -8,6 +8,7 @@ namespace hivequarry {
 
 // In CDDS_ITEMPREPAINT: whether the item takes these colours.
 bool IsDimmedSelection(const NMCUSTOMDRAW& notice);
+// The system has no such pair, so it is mixed from those that it has.
 void SetDimmedColours(COLORREF& text, COLORREF& background);
 
 }  // namespace hivequarry

@@ -7,7 +7,9 @@
 
 namespace hivequarry {
 
+// Of the screen that shows the window; that of the system where it can't be asked.
 uint32_t DpiOfWindow(HWND window);
+// A measure at 96 dpi in pixels at another resolution, rounded.
 inline int Scale(int measure, uint32_t dpi) {
   return MulDiv(measure, static_cast<int>(dpi), USER_DEFAULT_SCREEN_DPI);
 }
@@ -19,6 +21,7 @@ struct Fonts {
 };
 // The fonts at a resolution; the caller owns them.
 Fonts MakeFonts(uint32_t dpi);
+// Only when no control uses them any more.
 void FreeFonts(Fonts& fonts);
 
 }  // namespace hivequarry

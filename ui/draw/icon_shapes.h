@@ -10,6 +10,7 @@ struct FolderColours {
   COLORREF front;
 };
 
+// What each says is at TreeIcon (view/tree_icons.h).
 inline constexpr FolderColours kGold = {RGB(214, 158, 46), RGB(250, 204, 92)};
 inline constexpr FolderColours kSteel = {RGB(44, 92, 150), RGB(216, 230, 246)};
 inline constexpr FolderColours kGhost = {RGB(172, 178, 188), RGB(240, 242, 245)};
@@ -24,6 +25,7 @@ inline constexpr COLORREF kAmber = RGB(196, 110, 0);
 inline constexpr COLORREF kWhite = RGB(255, 255, 255);
 inline constexpr COLORREF kInk = RGB(84, 94, 108);
 
+// Whole pictures but for a badge. `open`: with its front leaning forward.
 void DrawFolder(const Canvas& canvas, FolderColours colours, bool open);
 void DrawSheet(const Canvas& canvas, COLORREF edge);
 // A disc in the lower right quarter; with a plus.

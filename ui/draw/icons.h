@@ -7,15 +7,16 @@ namespace hivequarry {
 
 struct IconLists {
   HIMAGELIST tree = nullptr;  // in the order of TreeIcon
-  HIMAGELIST values =
-      nullptr;  // ValueIcon, and its twins kErrorIconStep and kEditedIconStep further on
-  HIMAGELIST tools = nullptr;  // in the order of ToolIcon
-  HIMAGELIST faded_tools = nullptr;
+  // In the order of ValueIcon; twins are kErrorIconStep and kEditedIconStep further on.
+  HIMAGELIST values = nullptr;
+  HIMAGELIST tools = nullptr;        // in the order of ToolIcon
+  HIMAGELIST faded_tools = nullptr;  // the same, of buttons that can not be used
 };
 
 // Small pictures of `small_size` pixels, toolbar pictures of `tool_size`. The caller owns the
 // lists.
 IconLists MakeIconLists(int small_size, int tool_size);
+// Only when no control uses them any more; the record is empty afterwards.
 void FreeIconLists(IconLists& lists);
 
 }  // namespace hivequarry

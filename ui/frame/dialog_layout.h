@@ -18,6 +18,7 @@ struct DialogAnchor {
   bool grow_y = false;
 };
 
+// Measures are pixels.
 struct DialogLayout {
   struct Place {
     DialogAnchor anchor;
@@ -29,7 +30,7 @@ struct DialogLayout {
   SIZE units{};   // of the font, as dialogs measure it
 };
 
-// For WM_INITDIALOG.
+// For WM_INITDIALOG, before anything is moved. The dialog keeps the record for RouteLayout.
 DialogLayout ReadDialogLayout(HWND dialog, std::span<const DialogAnchor> anchors);
 
 // Posted to itself by a dialog that goes over to another resolution, when its controls have the

@@ -12,16 +12,18 @@ namespace hivequarry {
 // What differs. `Window` is the record: it has members `dpi` and `last_focus`.
 template <typename Window>
 struct FrameRoutes {
-  SIZE least;  // of the window, at 96 dpi
-  void (*take_handle)(Window&, HWND);
-  bool (*create)(Window&);
-  void (*lay_out)(Window&);
+  SIZE least;                         // of the window, at 96 dpi
+  void (*set_handle)(Window&, HWND);  // before any other message
+  bool (*create)(Window&);            // makes the children; false: no window
+  void (*lay_out)(Window&);           // may come before the children are there
+  // `area`: where the system suggests the window to be, in pixels of the new resolution.
   void (*change_dpi)(Window&, uint32_t dpi, const RECT& area);
+  // Colours, theme or other settings of the system, which the children are told too.
   void (*change_look)(Window&, UINT message, WPARAM first, LPARAM second);
   HWND (*pane)(const Window&);  // that has the focus when none had it before
   const HostWindow& (*host)(const Window&);
-  void (*close)(Window&);
-  void (*free)(Window*);
+  void (*close)(Window&);  // WM_CLOSE: the window goes only if this destroys it
+  void (*free)(Window*);   // the last call, when the children are gone
   LRESULT (*others)(Window&, UINT message, WPARAM first, LPARAM second);
 };
 
@@ -45,13 +47,14 @@ inline bool ShowsWaitCursor(const HostWindow& host, LPARAM where) {
   return true;
 }
 
+// The record is given to CreateWindowEx as its parameter and belongs to the window from then on.
 template <typename Window, const FrameRoutes<Window>& kRoutes>
 LRESULT CALLBACK FrameProc(HWND handle, UINT message, WPARAM first, LPARAM second) {
   auto* window = RecordOfWindow<Window>(handle, message, second);
   if (window == nullptr) return DefWindowProcW(handle, message, first, second);
   switch (message) {
     case WM_NCCREATE:
-      kRoutes.take_handle(*window, handle);
+      kRoutes.set_handle(*window, handle);
       break;
     case WM_CREATE:
       return kRoutes.create(*window) ? 0 : -1;

@@ -24,11 +24,11 @@ struct BoxRequest {
 };
 
 struct HostWindow {
-  HWND window = nullptr;
-  DWORD interface_thread = 0;
+  HWND window = nullptr;       // the main window, to which workers post and send
+  DWORD interface_thread = 0;  // the thread of `window`
   CodePage code_page;
-  std::atomic<bool> ending{false};  // the program ends: boxes answer themselves
-  std::atomic<bool> announced{false};
+  std::atomic<bool> ending{false};     // the program ends: boxes answer themselves
+  std::atomic<bool> announced{false};  // kHostChanged is posted and not yet answered
 
   std::mutex mutex;  // of what follows
   std::wstring status;
@@ -38,7 +38,7 @@ struct HostWindow {
 
   std::atomic<uint32_t> progress_steps{0};  // 0: no bar
   std::atomic<uint32_t> progress_position{0};
-  std::atomic<int> wait_cursors{0};
+  std::atomic<int> wait_cursors{0};  // asked for and not yet given back
 };
 
 // Fills `host` for a main window, on the interface thread.
@@ -57,6 +57,7 @@ std::wstring HiveTitle(HWND window, const std::string& file_name);
 std::wstring LaunchLine(const std::wstring& program, const std::string& arguments);
 // The running program's own path.
 std::wstring ProgramPath();
+// False when another program holds the clipboard.
 bool CopyText(HWND window, std::wstring text);
 
 }  // namespace hivequarry

@@ -9,16 +9,18 @@
 
 namespace hivequarry {
 
+// Titles are constants.
 struct ListColumn {
   const wchar_t* title;
   int width;  // at 96 dpi
   bool right_aligned;
 };
 
-// A report list over a model, with its columns.
+// A report list over a model, with its columns; null when it can't be had. Rows are shown once
+// their count is set, and asked for with LVN_GETDISPINFO.
 HWND MakeVirtualList(HWND parent, int identifier, std::span<const ListColumn> columns,
                      uint32_t dpi);
-// Copies a text into what LVN_GETDISPINFO offers for it.
+// Copies a text into what LVN_GETDISPINFO offers for it, as much as there is room for.
 void GiveText(LVITEMW& item, const wchar_t* text);
 // Makes each column as wide as its title and the rows in view need, the widest at most
 // three quarters of the list.

@@ -16,8 +16,8 @@ struct ModalTurn {
   ModalTurn& operator=(const ModalTurn&) = delete;
 
   HWND owner;
-  HWND focus;  // gets the focus back
-  std::vector<HWND> disabled;
+  HWND focus;                  // gets the focus back
+  std::vector<HWND> disabled;  // to be enabled again; others were disabled before
 };
 
 }  // namespace hivequarry

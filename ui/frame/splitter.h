@@ -11,6 +11,7 @@ inline constexpr UINT kSplitterMoved = WM_APP + 20;
 
 inline constexpr int kSplitterWidth = 5;  // at 96 dpi
 
+// Once for the process, before the first of them.
 bool RegisterSplitterClass(HINSTANCE instance);
 // `vertical`: the bar is between a left and a right pane.
 HWND MakeSplitter(HWND parent, int identifier, bool vertical);

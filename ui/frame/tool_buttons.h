@@ -10,11 +10,13 @@ namespace hivequarry {
 
 inline constexpr int kToolButtonSide = 30;  // at 96 dpi
 
+// For MakeToolbarControl. `style` is of BTNS_*.
 TBBUTTON ToolButton(ToolIcon icon, CommandNumber number, BYTE style);
 TBBUTTON ToolGap();
 // A toolbar that its parent places; null when it can't be had.
 HWND MakeToolbarControl(HWND parent, int identifier, DWORD style,
                         std::span<const TBBUTTON> buttons);
+// One that a press can reach, or a grey one.
 void EnableToolButton(HWND toolbar, CommandNumber number, bool on);
 
 }  // namespace hivequarry

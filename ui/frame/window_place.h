@@ -18,6 +18,7 @@ WindowPlace PlaceOfWindow(HWND window, uint32_t dpi);
 RECT AreaOfPlace(const WindowPlace& place, uint32_t dpi);
 // The same size moved onto the nearest screen, or cut to it.
 RECT OnScreen(RECT area);
+// `area` in pixels of the screen; order and focus of the windows stay.
 void MoveToArea(HWND window, const RECT& area);
 
 // Column widths of a list at 96 dpi. Columns beyond those given, and those of width 0, stay.

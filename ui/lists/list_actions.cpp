@@ -51,7 +51,7 @@ struct SplitJob {
   bool done = false;
 };
 
-void TakePieces(ListPlace& place, SplitJob& job) {
+void ShowPieces(ListPlace& place, SplitJob& job) {
   place.model = std::move(job.list);
   place.ordered = false;
   InvalidateRect(place.list, nullptr, FALSE);
@@ -97,7 +97,7 @@ void OnSplitFile(ListPlace& place) {
   job->list = CopyAsShown(place);
   StartListWork(
       place, kOperationSplit, [job] { job->done = SplitFile(*job->list); },
-      [&place, job] { TakePieces(place, *job); });
+      [&place, job] { ShowPieces(place, *job); });
 }
 
 void OnOpenValidRoot(ListPlace& place) {

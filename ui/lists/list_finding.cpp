@@ -39,7 +39,7 @@ void RunFind(const OutputList& list, FindJob& job) {
 
 void ReportNothing() { ShowMessage("No items found !", kProgramName, Icon::kInformation); }
 
-void TakeFound(ListPlace& place, const FindJob& job) {
+void ShowFound(ListPlace& place, const FindJob& job) {
   const FoundRow& found = job.found;
   if (found.wrapped) {
     ShowPassingStatus(place, job.request.down ? kPassedEnd : kPassedBeginning);
@@ -57,7 +57,7 @@ struct SelectJob {
   std::vector<uint32_t> found;
 };
 
-void TakeSelection(ListPlace& place, SelectJob& job) {
+void SelectFound(ListPlace& place, SelectJob& job) {
   if (job.found.empty()) return ReportNothing();
   const auto first = static_cast<int>(job.found.front());
   SelectShown(place, std::move(job.found), job.choice.add);
@@ -73,7 +73,7 @@ void FindInRows(ListPlace& place, bool down) {
   const OutputList& list = *place.model;
   StartListWork(
       place, kOperationFind, [&list, job] { RunFind(list, *job); },
-      [&place, job] { TakeFound(place, *job); });
+      [&place, job] { ShowFound(place, *job); });
 }
 
 void SelectRowsWith(ListPlace& place, const SelectChoice& choice) {
@@ -84,7 +84,7 @@ void SelectRowsWith(ListPlace& place, const SelectChoice& choice) {
       [&list, job] {
         job->found = FindAllRows(list, job->rows, job->choice.text, job->choice.column);
       },
-      [&place, job] { TakeSelection(place, *job); });
+      [&place, job] { SelectFound(place, *job); });
 }
 
 void OnFindInList(ListPlace& place) {

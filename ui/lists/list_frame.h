@@ -10,14 +10,14 @@ namespace hivequarry {
 enum ListChildId : int { kListToolbarId = 1, kListLabelId, kListSourceId, kListId, kListStatusId };
 enum ListStatusPart : int { kListText, kListProgress, kListCount, kListStatusParts };
 
-// Goes with its window.
+// Goes with its window, as do fonts and pictures.
 struct ListWindow {
   ListPlace place;
   HWND toolbar = nullptr;
   HWND label = nullptr;  // of the source, and its name: shown where the list has one
   HWND source = nullptr;
-  HWND progress = nullptr;
-  HWND last_focus = nullptr;
+  HWND progress = nullptr;    // inside the status bar
+  HWND last_focus = nullptr;  // gets the focus back when the window is activated
   uint32_t dpi = USER_DEFAULT_SCREEN_DPI;
   Fonts fonts;
   IconLists icons;
@@ -27,6 +27,7 @@ struct ListWindow {
 bool MakeListFrame(ListWindow& window);
 // Makes fonts and pictures anew, for the present resolution and system colours.
 void RefreshListLook(ListWindow& window);
+// Places every child for the size that the window has.
 void LayOutListWindow(ListWindow& window);
 // Title, source, counts, progress and buttons.
 void ShowListState(ListWindow& window);

@@ -76,7 +76,7 @@ void LoadRows(ListPlace& place, const std::shared_ptr<ReportJob>& job) {
       [&place, job] { EndReport(place, *job); });
 }
 
-void TakeHead(ListPlace& place, const std::shared_ptr<ReportJob>& job) {
+void ShowReportHead(ListPlace& place, const std::shared_ptr<ReportJob>& job) {
   ReportFailure(*job);
   if (job->read != ReportRead::kDone || job->head.columns.empty()) return;
   OutputListPtr list = MakeOutputList(job->head.kind);
@@ -94,7 +94,7 @@ void LoadReport(ListPlace& place, const std::string& file) {
   job->file = file;
   if (!StartListWork(
           place, kOperationReport, [job] { job->read = ReadReportHead(job->file, job->head); },
-          [&place, job] { TakeHead(place, job); })) {
+          [&place, job] { ShowReportHead(place, job); })) {
     return;
   }
   EmptyList(place);

@@ -53,7 +53,7 @@ void RunSort(const OutputList& list, SortJob& job) {
   job.rows = SortRows(list, job.rows, job.request, [&question] { return question(); });
 }
 
-void TakeSorted(ListPlace& place, SortJob& job) {
+void ShowSorted(ListPlace& place, SortJob& job) {
   ShowPlaceStatus(place, "");
   ShowInOrder(place, std::move(job.rows));
   const bool by_column = job.request.mode != SortMode::kIcon;
@@ -87,7 +87,7 @@ bool SortList(ListPlace& place, const SortRequest& request) {
   const OutputList& list = *place.model;
   if (!StartListWork(
           place, kOperationSort, [&list, job] { RunSort(list, *job); },
-          [&place, job] { TakeSorted(place, *job); })) {
+          [&place, job] { ShowSorted(place, *job); })) {
     return false;
   }
   if (ShownRowCount(place) > kQuickSort) {
@@ -115,7 +115,7 @@ void SortNewList(ListPlace& place) {
   }
   SortJob job{ShownRows(place), request};
   job.rows = SortRows(*place.model, job.rows, request, [] { return false; });
-  TakeSorted(place, job);
+  ShowSorted(place, job);
 }
 
 void OnSortByType(ListPlace& place) { SortList(place, {0, SortMode::kIcon, false}); }

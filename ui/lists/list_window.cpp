@@ -165,7 +165,7 @@ LRESULT Route(ListWindow& window, UINT message, WPARAM first, LPARAM second) {
 
 constexpr FrameRoutes<ListWindow> kRoutes = {
     .least = {420, 240},
-    .take_handle =
+    .set_handle =
         [](ListWindow& window, HWND handle) {
           window.place.window = handle;
           TheListWindows().open.push_back(&window);

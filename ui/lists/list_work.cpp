@@ -62,7 +62,7 @@ void SortFilled(const OutputList& list, FillResult& result) {
   result.order = SortRows(list, result.order, result.request, StopRequested);
 }
 
-void TakeFilled(ListPlace& place, FillResult& result) {
+void ShowFilled(ListPlace& place, FillResult& result) {
   if (result.order.empty()) return;
   ListChanged(place);
   ShowInOrder(place, std::move(result.order));
@@ -102,7 +102,7 @@ bool FillList(ListPlace& place, int code, std::function<void(OutputList& list)> 
             if (sorted && !StopRequested()) SortFilled(list, *result);
           },
           [&place, result, finish = std::move(done)] {
-            TakeFilled(place, *result);
+            ShowFilled(place, *result);
             if (finish) finish();
           })) {
     return false;

@@ -7,6 +7,8 @@ namespace hivequarry {
 
 struct MainWindow;
 
+// They show the dialog, which starts the work on a worker and stays until the user closes it; while
+// a backup runs the flag `backup` is set.
 void OnBackupRegistry(MainWindow& window);
 void OnReplaceHives(MainWindow& window);
 

@@ -6,6 +6,8 @@ namespace hivequarry {
 struct ListPlace;
 struct MainWindow;
 
+// The selected branch against the key of the same path in the live registry; what differs is a
+// list.
 void OnCompareFolder(MainWindow& window);
 // The window shows one hive.
 void OnCompareWorkspace(MainWindow& window);

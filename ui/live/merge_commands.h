@@ -5,7 +5,8 @@ namespace hivequarry {
 
 struct MainWindow;
 
-// What could not be written is in a list afterwards.
+// Writes the selected branch to the live registry, after asking; what could not be written is in a
+// list afterwards.
 void OnMergeFolder(MainWindow& window);
 
 }  // namespace hivequarry

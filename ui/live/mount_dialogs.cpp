@@ -78,7 +78,7 @@ void SetBusy(MountDialog& state, bool busy) {
 }
 
 // A copy that could not be loaded stays, and is what the user tries again with.
-void TakeAnswer(MountDialog& state, const std::string& file, int32_t error) {
+void FinishMount(MountDialog& state, const std::string& file, int32_t error) {
   SetBusy(state, false);
   if (!state.trouble.empty()) {
     ShowMessage(state.trouble.c_str(), kProgramName, Icon::kStop);
@@ -137,7 +137,7 @@ void StartMounting(MountDialog& state, const std::string& name, const std::strin
         if (!state.trouble.empty()) return;
         *error = file.empty() ? UnloadHiveFromRegistry(name) : LoadHiveIntoRegistry(name, file);
       },
-      [&state, error, file] { TakeAnswer(state, file, *error); });
+      [&state, error, file] { FinishMount(state, file, *error); });
   if (started) SetBusy(state, true);
 }
 

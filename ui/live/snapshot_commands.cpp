@@ -138,7 +138,7 @@ struct SnapshotJob {
   size_t made = 0;
 };
 
-void TakeResult(SnapshotJob& job, const SnapshotResult& result) {
+void AddResult(SnapshotJob& job, const SnapshotResult& result) {
   if (result.step == SnapshotStep::kDone) ++job.made;
   std::string message = SnapshotMessage(result);
   if (!message.empty()) job.messages.push_back(std::move(message));
@@ -174,7 +174,7 @@ void OnKeySnapshot(MainWindow& window) {
   if (!AskSnapshot(window, state)) return;
   StartSnapshots(
       window, [path = NarrowText(WideFromUtf8(state.key)), file = state.place](SnapshotJob& job) {
-        TakeResult(job, MakeKeySnapshot(path, file, *job.errors));
+        AddResult(job, MakeKeySnapshot(path, file, *job.errors));
       });
 }
 
@@ -187,7 +187,7 @@ void OnRootSnapshots(MainWindow& window) {
   StartSnapshots(window, [roots = state.roots, folder = state.place](SnapshotJob& job) {
     for (size_t i = 0; i < WholeRoots().size() && !StopRequested(); ++i) {
       if ((roots >> i & 1) == 0) continue;
-      TakeResult(job, MakeRootSnapshot(WholeRoots()[i], folder, *job.errors));
+      AddResult(job, MakeRootSnapshot(WholeRoots()[i], folder, *job.errors));
     }
   });
 }

@@ -94,19 +94,19 @@ void OpenNamedFile(MainWindow& window, const std::string& file, uint32_t start, 
   StartLoad(window, file, start, end, key_position);
 }
 
-void TakeNamedReport(MainWindow& window) {
+void LoadNamedReport(MainWindow& window) {
   const std::string file = std::exchange(window.report_named, std::string());
   if (file.empty() || !IsListCommandAvailable(window.output, kCommandLoadReport)) return;
   ShowArrangement(window, kOutputArrangement);
   LoadReport(window.output, file);
 }
 
-void TakeLoadResult(MainWindow& window) {
+void ShowLoadResult(MainWindow& window) {
   LoadJob& job = window.load;
   if (!job.thread.joinable()) return;
   job.thread.join();  // its last act was to post this message
   --window.host.wait_cursors;
-  TakeHostChanges(window);
+  ShowHostChanges(window);
   UpdateToolbars(window);
   if (job.slot < 0 || job.tree->items.empty()) return ShowNoHive(window);
   window.hive.slot = job.slot;

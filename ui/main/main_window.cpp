@@ -155,7 +155,7 @@ void OnSystemChange(MainWindow& window, UINT message, WPARAM first, LPARAM secon
 
 // Items of the menus, the toolbar and keys; what the Output List alone knows goes there.
 void OnCommand(MainWindow& window, WPARAM what) {
-  if (HIWORD(what) == kReportNamed) return TakeNamedReport(window);
+  if (HIWORD(what) == kReportNamed) return LoadNamedReport(window);
   const uint32_t number = LOWORD(what);
   const bool of_list = FindCommand(Commands(), number) == nullptr;
   if (!of_list) return RunCommand(window, number);
@@ -196,22 +196,22 @@ LRESULT Route(MainWindow& window, UINT message, WPARAM first, LPARAM second) {
       MoveSplitter(window, static_cast<int>(first), static_cast<int>(second));
       return 0;
     case kHostChanged:
-      TakeHostChanges(window);
+      ShowHostChanges(window);
       return 0;
     case kShowBox:
       ShowBox(window.host, *reinterpret_cast<BoxRequest*>(second));
       return 0;
     case kLoadDone:
-      TakeLoadResult(window);
+      ShowLoadResult(window);
       return 0;
     case kItemReady:
-      TakeItemResult(window);
+      ShowItemResult(window);
       return 0;
     case kDetailReady:
-      TakeDetailResult(window);
+      ShowDetailResult(window);
       return 0;
     case kWorkDone:
-      TakeWorkDone(window);
+      FinishWork(window);
       return 0;
     case WM_DESTROY:
       OnDestroy(window);
@@ -223,7 +223,7 @@ LRESULT Route(MainWindow& window, UINT message, WPARAM first, LPARAM second) {
 
 constexpr FrameRoutes<MainWindow> kRoutes = {
     .least = {480, 320},
-    .take_handle = [](MainWindow& window, HWND handle) { window.handle = handle; },
+    .set_handle = [](MainWindow& window, HWND handle) { window.handle = handle; },
     .create = OnCreate,
     .lay_out =
         [](MainWindow& window) {

@@ -59,6 +59,8 @@ enum ChildId : int {
 // Parts of the status bar.
 enum StatusPart : int { kStatusText, kStatusProgress, kStatusCounts, kStatusPartCount };
 
+// A load under way, or its result. The worker writes what is from `slot` on, the interface thread
+// the rest before it starts.
 struct LoadJob {
   std::thread thread;  // joinable from the start until its result was taken
   std::string file;
@@ -80,6 +82,7 @@ struct Mailbox {
   std::unique_ptr<Result> result;
 };
 
+// What a value thread gathered for an item of the tree.
 struct ItemResult {
   uint32_t item = kNoItem;
   ItemValues values;
@@ -140,6 +143,8 @@ struct PaneSelection {
   uint32_t branch_return = kNoItem;   // where "Current Branch" came from
 };
 
+// Made and used on the interface thread. Workers write to `host`, `load` and the mailboxes of
+// `selection` alone; they and what they read are there until EndWorkers has returned.
 struct MainWindow {
   // Called in place of the handler of an accepted command; tests listen here.
   std::function<void(const Command&)> on_command;
@@ -191,6 +196,7 @@ void MoveSplitter(MainWindow& window, int splitter, int distance);
 void ApplyDpi(MainWindow& window, uint32_t dpi);
 // Makes fonts and pictures anew, for the present resolution and system colours.
 void RefreshLook(MainWindow& window);
+// Shows the panes of the arrangement in force and hides the others.
 void ShowPanes(MainWindow& window);
 // Goes over to a pane arrangement and remembers it.
 void ShowArrangement(MainWindow& window, int arrangement);
@@ -198,9 +204,12 @@ void ShowArrangement(MainWindow& window, int arrangement);
 int NextArrangement(int arrangement);
 // The newest remembered one that is not the Output List.
 int LastArrangement(const MainWindow& window);
+// The next pane that is shown, from the one in focus on, and round.
 void FocusNextPane(MainWindow& window, bool backward);
 
 // menus.cpp
+// The menu goes with its window, the tables are for the caller to destroy. Those of the Output List
+// are the keys of a list window, but for the one that closes it.
 HMENU MakeMainMenu();
 HACCEL MakeAccelerators();
 HACCEL MakeListAccelerators();
@@ -208,14 +217,17 @@ HACCEL MakeListAccelerators();
 void UpdateMenu(HMENU menu, const CommandFacts& facts);
 // Fills the menu of the hives opened last, when it opens.
 void FillRecentMenu(HMENU menu);
+// The sub menu that FillRecentMenu is for.
 HMENU FindRecentMenu(HMENU main_menu);
 // A context menu of the commands offered in `place`, for the caller to destroy.
 HMENU MakeContextMenu(MainWindow& window, CommandPlace place);
 void TrackContextMenu(MainWindow& window, CommandPlace place, POINT where);
 
 // toolbar.cpp
+// The pictures are set when there are any (SetToolbarIcons).
 HWND MakeToolbar(MainWindow& window);
 void SetToolbarIcons(MainWindow& window);
+// Enables and checks the buttons as the facts are now.
 void UpdateToolbar(MainWindow& window);
 // The toolbar and those of the list windows, when an operation began or ended.
 void UpdateToolbars(MainWindow& window);
@@ -223,10 +235,12 @@ void OnToolTip(const MainWindow& window, NMTTDISPINFOW& notice);
 // Breaks the toolbar into as many rows as a width takes; their height together.
 int WrapToolbar(const MainWindow& window, int width);
 
-// status.cpp: takes what the host has to show.
+// status.cpp: shows what the host has got from workers.
+// Also makes the progress bar, a child of it.
 HWND MakeStatusBar(MainWindow& window);
+// Places the parts for the window's width.
 void LayOutStatus(MainWindow& window);
-void TakeHostChanges(MainWindow& window);
+void ShowHostChanges(MainWindow& window);
 // How many keys there are, or items in the Output List where that is shown.
 void ShowCounts(MainWindow& window);
 // The words of the selected item, in place of the host's status text until that changes.
@@ -239,18 +253,23 @@ void ShowItemWords(MainWindow& window, std::wstring words);
 void OpenNamedFile(MainWindow& window, const std::string& file, uint32_t start, uint32_t end,
                    uint32_t key_position = kNoOffset);
 // The answer to the posted "Load Report List": shows the list in the Output List pane.
-void TakeNamedReport(MainWindow& window);
-void TakeLoadResult(MainWindow& window);
+void LoadNamedReport(MainWindow& window);
+// The answer to kLoadDone: shows the hive, or tells why there is none.
+void ShowLoadResult(MainWindow& window);
 // Waits; answers meanwhile what workers send, who may wait for an answer of this thread.
 void WaitWhile(const std::function<bool()>& busy);
 // Ends every worker.
 void EndWorkers(MainWindow& window);
 
 // selection.cpp
+// Its rows and details are gathered by a value thread; path and words are shown at once.
 void OnItemSelected(MainWindow& window, uint32_t item);
-void TakeItemResult(MainWindow& window);
+// The answer to kItemReady. A result that is not the newest is dropped.
+void ShowItemResult(MainWindow& window);
+// The details of the selected value, or of the key where no value is selected.
 void OnRowSelected(MainWindow& window);
-void TakeDetailResult(MainWindow& window);
+// The answer to kDetailReady, likewise.
+void ShowDetailResult(MainWindow& window);
 // Selects the key at an image position, or the value there with its key, and shows the tree; false
 // when that has neither.
 bool GoToPosition(MainWindow& window, uint32_t position);

@@ -112,7 +112,7 @@ void OnItemSelected(MainWindow& window, uint32_t item) {
   UpdateToolbar(window);
 }
 
-void TakeItemResult(MainWindow& window) {
+void ShowItemResult(MainWindow& window) {
   const std::unique_ptr<ItemResult> result = Take(window.selection.item_box);
   if (result == nullptr || window.hive.slot < 0) return;
   ++window.selection.detail_box.newest;  // details on their way belong to the rows that go
@@ -137,7 +137,7 @@ void OnRowSelected(MainWindow& window) {
                    [&window, serial, value] { GatherDetail(window, serial, value); });
 }
 
-void TakeDetailResult(MainWindow& window) {
+void ShowDetailResult(MainWindow& window) {
   const std::unique_ptr<std::wstring> text = Take(window.selection.detail_box);
   if (text != nullptr) ShowDetail(window, std::move(*text));
 }

@@ -52,7 +52,7 @@ void LayOutStatus(MainWindow& window) {
              part.bottom - part.top, TRUE);
 }
 
-void TakeHostChanges(MainWindow& window) {
+void ShowHostChanges(MainWindow& window) {
   HostWindow& host = window.host;
   host.announced = false;
   std::wstring status;

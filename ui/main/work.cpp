@@ -44,11 +44,11 @@ void ShowCut(const std::string& cut) {
 
 void ShowShortfalls() { ShowCut(ShortfallWords()); }
 
-void TakeWorkDone(MainWindow& window) {
+void FinishWork(MainWindow& window) {
   if (!window.work.thread.joinable()) return;
   window.work.thread.join();  // its last act was to post this message
   --window.host.wait_cursors;
-  TakeHostChanges(window);
+  ShowHostChanges(window);
   const std::function<void()> done = std::exchange(window.work.done, nullptr);
   UpdateToolbars(window);  // `done` may show a box
   const std::string cut = ShortfallWords();

@@ -40,6 +40,6 @@ bool StartWork(MainWindow& window, int code, std::function<void()> work,
 // Tells the user what the operation that ended had to cut short, if anything.
 void ShowShortfalls();
 // The answer to kWorkDone.
-void TakeWorkDone(MainWindow& window);
+void FinishWork(MainWindow& window);
 
 }  // namespace hivequarry

@@ -40,6 +40,7 @@ struct TreePane {
   uint32_t expand_end = 0;
 };
 
+// The parent places it; null when it can't be had.
 HWND MakeTreePane(HWND parent, int identifier);
 // Empties the pane, then shows `tree` with its root expanded. The pane keeps both references.
 void ShowTree(TreePane& pane, const HiveImage& hive, const KeyTree& tree);

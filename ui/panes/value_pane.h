@@ -14,8 +14,9 @@ namespace hivequarry {
 inline constexpr int kValueColumns = 4;
 inline constexpr size_t kCachedRows = 128;
 
+// A row as it was drawn last.
 struct CachedRow {
-  int row = -1;
+  int row = -1;  // -1: none is kept here
   std::array<std::wstring, kValueColumns> texts;
   int icon = 0;
 };
@@ -27,6 +28,7 @@ struct ValuePane {
   bool columns_touched = false;              // the user's widths stay as they are
 };
 
+// The parent places it; null when it can't be had.
 HWND MakeValuePane(HWND parent, int identifier, uint32_t dpi);
 void ShowValues(ValuePane& pane, ValueRows rows);
 void ClearValues(ValuePane& pane);

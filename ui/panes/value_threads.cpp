@@ -10,7 +10,7 @@ namespace hivequarry {
 namespace {
 
 // kValueThreads when every slot is taken.
-size_t TakeSlot(ValueThreads& threads) {
+size_t AllocateSlot(ValueThreads& threads) {
   size_t slot = 0;
   while (slot < kValueThreads && threads.taken[slot].exchange(true)) ++slot;
   return slot;
@@ -24,7 +24,7 @@ bool Refuse() {
 }  // namespace
 
 bool StartValueThread(ValueThreads& threads, std::function<void()> work) {
-  const size_t slot = TakeSlot(threads);
+  const size_t slot = AllocateSlot(threads);
   if (slot == kValueThreads) return Refuse();
   std::atomic<bool>& taken = threads.taken[slot];
   std::thread& thread = threads.threads[slot];

@@ -62,9 +62,9 @@ AceKind KindChosen(HWND dialog) {
   return static_cast<AceKind>(kind);
 }
 
-void TakeRequest(HWND dialog) {
+void AcceptRequest(HWND dialog) {
   PermissionRequest& request = RequestOf(dialog);
-  if (!TakeSid(dialog, kPermissionSid, true, request.query.sid)) return;
+  if (!ReadSid(dialog, kPermissionSid, true, request.query.sid)) return;
   request.query.kind = KindChosen(dialog);
   request.query.rights = TickedBits(dialog, kRights);
   request.query.not_inherited = IsTicked(dialog, kPermissionNotInherited);
@@ -78,7 +78,7 @@ void OnCommand(HWND dialog, int control) {
     if (control == preset.control) return TickBits(dialog, kRights, preset.bits);
   }
   if (control >= kPermissionInHive && control <= kPermissionConfig) return ShowPlaces(dialog);
-  if (control == IDOK) TakeRequest(dialog);
+  if (control == IDOK) AcceptRequest(dialog);
   if (control == IDCANCEL) EndDialog(dialog, IDCANCEL);
 }
 
@@ -122,7 +122,7 @@ void FillSidBox(HWND dialog, int control, const std::string& sid) {
   SetWindowTextW(box, WindowText(sid).c_str());
 }
 
-bool TakeSid(HWND dialog, int control, bool optional, std::string& sid) {
+bool ReadSid(HWND dialog, int control, bool optional, std::string& sid) {
   const std::string text = Trimmed(ControlText(dialog, control));
   if (text.empty() ? optional : !SidOfText(text).empty()) {
     sid = text;

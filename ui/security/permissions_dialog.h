@@ -24,6 +24,6 @@ bool AskPermissions(HWND owner, PermissionRequest& request);
 // chosen there without blanks around it; false, after the message "Please specify a valid SID !",
 // when there is a text that is none, or none at all unless that is `optional`.
 void FillSidBox(HWND dialog, int control, const std::string& sid);
-bool TakeSid(HWND dialog, int control, bool optional, std::string& sid);
+bool ReadSid(HWND dialog, int control, bool optional, std::string& sid);
 
 }  // namespace hivequarry

@@ -43,9 +43,9 @@ void OnStart(HWND dialog, const SidReplacement& replacement) {
   EnableWindow(GetDlgItem(dialog, kReplaceTakeBack), in_force);
 }
 
-void TakeReplacement(HWND dialog, SidReplacement& replacement) {
-  if (!TakeSid(dialog, kReplaceFrom, false, replacement.from) ||
-      !TakeSid(dialog, kReplaceTo, false, replacement.to)) {
+void AcceptReplacement(HWND dialog, SidReplacement& replacement) {
+  if (!ReadSid(dialog, kReplaceFrom, false, replacement.from) ||
+      !ReadSid(dialog, kReplaceTo, false, replacement.to)) {
     return;
   }
   for (const PartBox& box : kParts) replacement.*box.part = IsTicked(dialog, box.control);
@@ -56,7 +56,7 @@ void OnCommand(HWND dialog, int control) {
   auto& replacement = *reinterpret_cast<SidReplacement*>(GetWindowLongPtrW(dialog, DWLP_USER));
   switch (control) {
     case IDOK:
-      return TakeReplacement(dialog, replacement);
+      return AcceptReplacement(dialog, replacement);
     case kReplaceTakeBack:
       replacement = SidReplacement();
       EndDialog(dialog, IDOK);

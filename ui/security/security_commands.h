@@ -6,6 +6,8 @@ namespace hivequarry {
 struct MainWindow;
 struct ListPlace;
 
+// Each fills a list window on a worker: of the whole hive; of the selected branch; of this machine;
+// of the keys with permissions that the user is asked for.
 void OnListSecurityRecords(MainWindow& window);
 void OnListAces(MainWindow& window);
 void OnListUsedRecords(MainWindow& window);
@@ -13,6 +15,7 @@ void OnListKeyOwners(MainWindow& window);
 void OnListRecordKeys(MainWindow& window);
 void OnListLocalGroups(MainWindow& window);
 void OnFindKeysWithPermissions(MainWindow& window);
+// Changes how lists show a SID, and nothing in the hive.
 void OnReplaceSid(MainWindow& window);
 
 // Of the selected key.

@@ -163,7 +163,7 @@ bool ShowRecord(SecurityWindow& window) {
 }
 
 // Names make no further lines, so the text stays where it was scrolled to.
-void TakeNames(SecurityWindow& window) {
+void ShowNames(SecurityWindow& window) {
   if (window.lookup == nullptr || !window.lookup->done || window.owner->hive.slot < 0) return;
   const std::shared_ptr<AccountLookup> lookup = std::move(window.lookup);
   const HWND text = GetDlgItem(window.dialog, kSecurityText);
@@ -250,7 +250,7 @@ INT_PTR Route(SecurityWindow& window, UINT message, WPARAM first, LPARAM second)
       LayOut(window.dialog);
       return TRUE;
     case kNamesReady:
-      TakeNames(window);
+      ShowNames(window);
       return TRUE;
     case WM_NCDESTROY:
       FreeWindow(&window);
