@@ -13,6 +13,7 @@
 #include "recovery/freed_records.h"
 #include "recovery/item_values.h"
 #include "reports/freed_lists.h"
+#include "tests/support/tree_shape.h"
 
 namespace {
 
@@ -23,15 +24,6 @@ using fuzzing::Require;
 constexpr uint32_t kMostItems = 1000;    // shown of one input
 constexpr uint32_t kMostValues = 16;     // shown of one item
 constexpr uint32_t kLongestDetail = 40;  // values shown in detail
-
-void CheckTree(const KeyTree& tree) {
-  const auto count = static_cast<uint32_t>(tree.items.size());
-  Require(count >= 3 && tree.items[0].end == count);
-  for (uint32_t item = 1; item < count; ++item) {
-    const KeyItem& it = tree.items[item];
-    Require(it.parent < item && it.end > item && it.end <= tree.items[it.parent].end);
-  }
-}
 
 void ShowItem(const HiveImage& hive, const KeyTree& tree, uint32_t item, uint32_t& details) {
   ItemNameUtf8(hive, tree, item);
@@ -90,7 +82,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const FuzzedHive opened(data, size, options);
   const ImageSummary& summary = opened.summary;
   Require(summary.connected_keys + summary.disconnected_keys == summary.keys);
-  CheckTree(opened.tree);
+  Require(testing::FirstMisplacedItem(opened.tree) == kNoItem);
   ShowTree(opened.hive, opened.tree);
   ShowFreed(opened.hive, opened.tree);
   ListHiveBins(opened.hive, opened.hive.data_start, 1000);

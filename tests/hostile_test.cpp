@@ -12,22 +12,10 @@
 #include "tests/support/hostile_hives.h"
 #include "tests/support/opened_hive.h"
 #include "tests/support/sample_hives.h"
+#include "tests/support/tree_shape.h"
 
 namespace hivequarry::testing {
 namespace {
-
-// What every tree must hold, however it came to be.
-void CheckTree(const KeyTree& tree) {
-  const auto count = static_cast<uint32_t>(tree.items.size());
-  ASSERT_GE(count, 3u);
-  EXPECT_EQ(tree.items[0].end, count);
-  for (uint32_t item = 1; item < count; ++item) {
-    const KeyItem& it = tree.items[item];
-    ASSERT_LT(it.parent, item);
-    ASSERT_GT(it.end, item);
-    ASSERT_LE(it.end, tree.items[it.parent].end);
-  }
-}
 
 // Opens, builds and looks at everything a user could look at, with a limit for what is walked.
 struct Walked {
@@ -40,7 +28,7 @@ Walked WalkAll(std::span<const uint8_t> bytes, uint32_t most_items = 100000) {
   OpenedHive opened(bytes);
   Walked walked;
   walked.summary = opened.summary;
-  CheckTree(opened.tree);
+  EXPECT_EQ(FirstMisplacedItem(opened.tree), kNoItem);
   PathWalker walker(opened.hive, opened.tree);
   const auto count = std::min(static_cast<uint32_t>(opened.tree.items.size()), most_items);
   uint64_t shown = 0;
@@ -272,7 +260,7 @@ TEST(Hostile, MillionKeysOnOneList) {
   const OpenedHive opened{std::span<const uint8_t>(bytes)};
   EXPECT_EQ(opened.summary.keys, kKeys + 1);
   EXPECT_EQ(opened.summary.connected_keys, 65536u);
-  CheckTree(opened.tree);
+  EXPECT_EQ(FirstMisplacedItem(opened.tree), kNoItem);
 }
 
 TEST(Hostile, ManySegmentsAreReadOrRefused) {
@@ -320,7 +308,7 @@ TEST(Hostile, FilesCutAnywhere) {
     SCOPED_TRACE(length);
     const Bytes bytes(sound.begin(), sound.begin() + length);
     const OpenedHive opened{std::span<const uint8_t>(bytes)};
-    CheckTree(opened.tree);
+    EXPECT_EQ(FirstMisplacedItem(opened.tree), kNoItem);
     EXPECT_LE(opened.summary.keys, 24u);
   }
 }

@@ -3,7 +3,10 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <ctime>
+#include <functional>
+#include <thread>
 
 namespace hivequarry::testing {
 
@@ -29,5 +32,17 @@ class Deadline {
   std::clock_t start_ = std::clock();
   double seconds_;
 };
+
+// Waits until `done`, which another thread or program brings about; whether it was in time. Time of
+// the clock on the wall: what is waited for may be asleep.
+inline bool PollUntil(const std::function<bool()>& done,
+                      std::chrono::milliseconds limit = std::chrono::seconds(30)) {
+  const auto end = std::chrono::steady_clock::now() + limit;
+  while (!done()) {
+    if (std::chrono::steady_clock::now() >= end) return false;
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  }
+  return true;
+}
 
 }  // namespace hivequarry::testing

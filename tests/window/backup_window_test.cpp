@@ -18,7 +18,6 @@ namespace hivequarry::testing {
 namespace {
 
 using Texts = std::vector<std::string>;
-constexpr uint32_t kBackupCommand = 1494, kReplaceCommand = 1496;
 
 class BackupWindowTest : public WindowTest {
  protected:
@@ -76,7 +75,7 @@ TEST_F(BackupWindowTest, SavesTheTickedHivesAndShowsHowEachEnded) {
     EXPECT_EQ(Icons(dialog), "Done,Failed,Done");
     Click(dialog, IDCANCEL);
   });
-  Run(kBackupCommand);
+  Run(kCommandBackupRegistry);
   EXPECT_EQ(TakeBoxes().back(), "Hivequarry: Backup done.");
   EXPECT_TRUE(IsNameTaken(dated + "\\new\\HKU_S-1.dat"));
   EXPECT_FALSE(IsNameTaken(dated + "\\new\\ntuser.dat"));
@@ -108,7 +107,7 @@ TEST_F(BackupWindowTest, AHangingRunCanBeStopped) {
     EXPECT_EQ(Icons(dialog), "Failed,,");
     Click(dialog, IDCANCEL);
   });
-  Run(kBackupCommand);
+  Run(kCommandBackupRegistry);
   EXPECT_EQ(TakeBoxes()[0], "Hivequarry: Stop current Process ?");
 }
 
@@ -132,7 +131,7 @@ TEST_F(BackupWindowTest, ReplacesOnlyFromTheSystemsDrive) {
     EXPECT_FALSE(IsOn(dialog, IDOK));
     Click(dialog, IDCANCEL);
   });
-  Run(kReplaceCommand);
+  Run(kCommandReplaceHives);
   EXPECT_EQ(registry_.replaced.size(), 1U);
 }
 
@@ -143,9 +142,9 @@ TEST_F(BackupWindowTest, OldSystemsHaveSevenHives) {
                 GetDlgItem(dialog, kBackupHive + 7) == nullptr);
     Click(dialog, IDCANCEL);
   });
-  Run(kBackupCommand);
+  Run(kCommandBackupRegistry);
   registry_.privileges.clear();
-  Run(kBackupCommand);  // no dialog
+  Run(kCommandBackupRegistry);  // no dialog
   EXPECT_EQ(TakeBoxes(), Texts{"Error: No Backup Privilege !"});
 }
 

@@ -15,6 +15,7 @@
 #include "ui/lists/list_window.h"
 #include "ui/main/program.h"
 #include "view/list_commands.h"
+#include "view/recent_text.h"
 
 namespace hivequarry::testing {
 namespace {
@@ -99,100 +100,31 @@ class CommandsTest : public WindowTest {
 };
 
 TEST_F(CommandsTest, MainMenu) {
-  const std::vector<MenuItem> expected = {
-      {"&File", "&Open File\tCtrl+O", 1400},
-      {"&File", "Re&create Hive", 5104},
-      {"&File", "Export Hive to &reg file", 1419},
-      {"&File", "Regis&try root of hive...", 9039},
-      {"&File>Security R&ecords", "List &Security Records", 7043},
-      {"&File>Security R&ecords", "List &ACEs", 7045},
-      {"&File>Security R&ecords", "&Records used by keys", 9031},
-      {"&File>Security R&ecords", "&Owners of keys", 9033},
-      {"&File>Security R&ecords", "Records of &keys", 9034},
-      {"&File>Security R&ecords", "&Find Keys with Permissions...", 9032},
-      {"&File>Security R&ecords", "Re&place SID...", 9036},
-      {"&File>Security R&ecords", "List local &groups", 9035},
-      {"&File", "&Load Hive into Registry", 1435},
-      {"&File", "&Unload Hive from Registry", 1436},
-      {"&File>Recent &hives", "&1 C:\\a && b\\SYSTEM", 9101},
-      {"&File>Recent &hives", "&2 D:\\SAM", 9102},
-      {"&File", "E&xit", 1470},
-      {"&Compare", "&Folder to Registry", 4143},
-      {"&Compare", "&Displayed Sub Keys", 4141},
-      {"&Registry", "&Search", 1422},
-      {"&Registry", "&Backup Registry", 1494},
-      {"&Registry", "Replace Registry &Hives", 1496},
-      {"&Registry", "&Uninstall entries", 9061},
-      {"&Registry", "&Count keys of current user", 9062},
-      {"&Registry", "&Keys that name files", 9066},
-      {"&Registry", "&Files named by keys", 9067},
-      {"Re&ports", "&Search...\tCtrl+Shift+F", 9030},
-      {"Re&ports", "Search in &Workspace...", 1415},
-      {"Re&ports", "Key &Dates...", 1421},
-      {"Re&ports", "Ser&vices", 9040},
-      {"Re&ports", "&Uninstall entries", 9041},
-      {"Re&ports", "&Class registrations", 9043},
-      {"Re&ports", "&ProgIDs", 9044},
-      {"Re&ports", "&Open-with associations", 9045},
-      {"Re&ports", "&Keys that name files", 9046},
-      {"Re&ports", "&Files named by keys", 9047},
-      {"Re&ports", "Cou&nt keys", 9042},
-      {"Re&ports", "OpenSave&MRU", 9048},
-      {"Re&ports", "S&treamMRU", 9049},
-      {"&View", "&Toggle View\tCtrl+Tab", 1544},
-      {"&View", "&Resize List columns\tCtrl+(Num+)", 1445},
-      {"&View", "Tec&hnical view\tCtrl+H", 9001},
-      {"&View", "&Cell details", 9002},
-      {"&View", "&Detail pane\tCtrl+D", 9003},
-      {"&View", "&Block list", 9004},
-      {"&View", "List block r&uns", 9005},
-      {"&View", "List r&oot cells", 9006},
-      {"&View", "List &keys of branch", 9007},
-      {"&View", "List &values of branch", 9008},
-      {"&View", "List disconnected valu&es", 9009},
-      {"&View", "List &freed keys", 9037},
-      {"&View", "List freed va&lues", 9038},
-      {"&View", "List ed&ited values", 9023},
-      {"&View", "Take back &all edits", 9024},
-      {"&View", "Raw record at &position...", 9025},
-      {"&Misc", "&Help\tF1", 1540},
-      {"&Misc", "&Options", 1455},
-      {"&Misc", "&Bookmarks", 6410},
-      {"&Misc", "&About", 1542},
-  };
   TheSettings().histories.recent_files = {"C:\\a & b\\SYSTEM", "D:\\SAM"};
+  std::vector<MenuItem> expected;
+  size_t recent = 0;
+  for (const Command& command : Commands()) {
+    if (command.menu == nullptr) continue;
+    std::string text = command.text;
+    if (command.needs == Needs::kRecentHive) {
+      const History& files = TheSettings().histories.recent_files;
+      if (recent == files.size()) continue;
+      text = Utf8FromWide(RecentHiveText(recent, files[recent]));
+      ++recent;
+    }
+    expected.push_back({command.menu, text, command.number});
+  }
   SendMessageW(handle_, WM_INITMENUPOPUP, reinterpret_cast<WPARAM>(window_->menus.recent), 0);
   EXPECT_EQ(ItemsOf(GetMenu(handle_)), expected);
   CheckMnemonics(GetMenu(handle_));
 }
 
 TEST_F(CommandsTest, Toolbar) {
-  const std::map<uint32_t, std::string> expected = {{1400, "Open File"},
-                                                    {1405, "Open Registry Snapshot"},
-                                                    {1415, "Search Workspace"},
-                                                    {1416, "Save Output list as text file"},
-                                                    {1417, "Save as Report List"},
-                                                    {1418, "Load Report List"},
-                                                    {1421, "Key Dates"},
-                                                    {1422, "Search Registry"},
-                                                    {1425, "Copy Output list to Clipboard"},
-                                                    {1430, "Print Output list"},
-                                                    {1440, "Find in Output list"},
-                                                    {1445, "Resize list columns"},
-                                                    {1450, "Recent keys"},
-                                                    {1455, "Options"},
-                                                    {1460, "Stop current Process (Ctrl+Q)"},
-                                                    {1470, "Exit"},
-                                                    {1494, "Backup Registry"},
-                                                    {1498, "Generate Registry Snapshot"},
-                                                    {1499, "Registry Key Snapshot"},
-                                                    {1502, "Output List"},
-                                                    {1503, "Toggle View"},
-                                                    {4148, "Clear Output list"},
-                                                    {6410, "Bookmarks"},
-                                                    {9001, "Technical view"},
-                                                    {9003, "Detail pane"},
-                                                    {9004, "Block list"}};
+  std::map<uint32_t, std::string> expected;
+  for (const CommandNumber number : CommandsIn(CommandPlace::kToolbar)) {
+    if (number == kGroupGap) continue;
+    expected[number] = TooltipOf(*FindCommand(Commands(), number), CommandFacts());
+  }
   std::map<uint32_t, std::string> shown;
   LONG right = 0;
   const LRESULT count = SendMessageW(window_->controls.toolbar, TB_BUTTONCOUNT, 0, 0);
@@ -216,22 +148,20 @@ TEST_F(CommandsTest, Toolbar) {
                reinterpret_cast<LPARAM>(&last));
   EXPECT_LE(last.right, 400);
   ShowArrangement(*window_, kOutputArrangement);
-  EXPECT_EQ(Tooltip(1502), "Toggle View");
-  EXPECT_EQ(Tooltip(1503), "Last pane");
+  EXPECT_EQ(Tooltip(kCommandOutputList), "Toggle View");
+  EXPECT_EQ(Tooltip(kCommandLastPane), "Last pane");
 }
 
 TEST_F(CommandsTest, Keys) {
-  const std::set<std::tuple<int, int, int>> expected = {
-      {FCONTROL, 'O', 1400},   {FCONTROL, 'F', 1440},
-      {FALT, VK_F3, 1440},     {FCONTROL, 'P', 1430},
-      {FCONTROL, 'Q', 1460},   {FCONTROL, 'S', 1416},
-      {0, VK_F1, 1540},        {FCONTROL, VK_TAB, 1544},
-      {FCONTROL, 'B', 9014},   {0, VK_F3, 1507},
-      {0, VK_F4, 1508},        {FCONTROL, VK_ADD, 1445},
-      {FCONTROL, 'H', 9001},   {FCONTROL, 'D', 9003},
-      {FALT, VK_RETURN, 9013}, {0, VK_F6, 9020},
-      {FSHIFT, VK_F6, 9021},   {FCONTROL, 'L', 9029},
-      {FALT, 'S', 9305},       {FCONTROL | FSHIFT, 'F', 9030}};
+  std::set<std::tuple<int, int, int>> expected;
+  for (const Command& command : Commands()) {
+    for (const Accelerator& key : {command.accelerator, command.second_accelerator}) {
+      const int flags = ((key.modifiers & kWithControl) != 0 ? FCONTROL : 0) |
+                        ((key.modifiers & kWithShift) != 0 ? FSHIFT : 0) |
+                        ((key.modifiers & kWithAlt) != 0 ? FALT : 0);
+      if (key.key != 0) expected.insert({flags, key.key, command.number});
+    }
+  }
   ACCEL keys[64];
   const int count = CopyAcceleratorTableW(window_->menus.accelerators, keys, 64);
   std::set<std::tuple<int, int, int>> shown;
@@ -286,8 +216,18 @@ TEST_F(CommandsTest, Arrangements) {
   const struct {
     uint16_t command;
     int arrangement;
-  } kSteps[] = {{0, 2},    {1544, 3}, {1544, 1}, {1544, 2}, {1502, 3}, {1503, 2},
-                {1544, 3}, {1502, 1}, {1503, 3}, {1503, 1}, {9007, 1}, {5104, 1}};
+  } kSteps[] = {{0, 2},
+                {kCommandToggleView, 3},
+                {kCommandToggleView, 1},
+                {kCommandToggleView, 2},
+                {kCommandOutputList, 3},
+                {kCommandLastPane, 2},
+                {kCommandToggleView, 3},
+                {kCommandOutputList, 1},
+                {kCommandLastPane, 3},
+                {kCommandLastPane, 1},
+                {kCommandListKeys, 1},
+                {kCommandRecreateHive, 1}};
   for (const auto& step : kSteps) {
     SCOPED_TRACE(step.command);
     Run(step.command);
@@ -315,7 +255,8 @@ TEST_F(CommandsTest, WorkspaceListsTheHive) {
   EXPECT_EQ(TextOf(window_->detail.window).find("File: " + hive_file_->name()), 0U);
   EXPECT_EQ(ContextTexts(CommandPlace::kWorkspaceMenu, false), Texts());
   for (const Command& command : Commands()) {  // none takes it for a key
-    if (command.number >= 9005 && command.number <= 9022) Run(command.number);
+    if (command.number >= kCommandListBlockRuns && command.number <= kCommandSaveValue)
+      Run(command.number);
   }
   EXPECT_TRUE(surroundings_.boxes.empty());
   TreeView_SelectItem(window_->tree.window, window_->tree.workspace);
@@ -331,11 +272,11 @@ TEST_F(CommandsTest, FindsInTheTree) {
     uint16_t command;
     const char* found;
     const char* status;
-  } kSteps[] = {{1507, "Beta", ""},
-                {1507, "Betamax", ""},
-                {1507, "Beta", "Search passed end of list."},
-                {1508, "Betamax", "Search passed beginning of list."},
-                {1508, "Beta", ""}};
+  } kSteps[] = {{kCommandTreeFindNext, "Beta", ""},
+                {kCommandTreeFindNext, "Betamax", ""},
+                {kCommandTreeFindNext, "Beta", "Search passed end of list."},
+                {kCommandTreeFindPrevious, "Betamax", "Search passed beginning of list."},
+                {kCommandTreeFindPrevious, "Beta", ""}};
   for (const auto& step : kSteps) {
     ShowStatus("");
     Run(step.command);
@@ -343,10 +284,10 @@ TEST_F(CommandsTest, FindsInTheTree) {
     EXPECT_EQ(SelectedName(), step.found);
     EXPECT_EQ(StatusText(kStatusText), std::string(" ") + step.status);
   }
-  Run(1508);  // passes the beginning once more; the text goes by itself
+  Run(kCommandTreeFindPrevious);  // passes the beginning once more; the text goes by itself
   EXPECT_TRUE(PumpUntil([&] { return StatusText(kStatusText) == " "; }));
   window_->tree_find.wrap = false;
-  Run(1507);
+  Run(kCommandTreeFindNext);
   ASSERT_EQ(surroundings_.boxes.size(), 1U);
   EXPECT_EQ(surroundings_.boxes[0].text, "No items found !");
   EXPECT_EQ(surroundings_.boxes[0].icon, Icon::kInformation);
@@ -406,9 +347,9 @@ TEST_F(CommandsTest, GoesToKeysAndValues) {
 TEST_F(CommandsTest, CopiesOfTheProgram) {
   OpenTools();
   SelectPath("Gamma");
-  Run(6602);
+  Run(kCommandOpenKey);
   SelectItemAndWait(0);
-  Run(6600);
+  Run(kCommandOpenValidRoot);
   const std::string end = std::to_string(tools_.bytes.size());
   const std::string tail = " -eoff=" + end + " \"" + hive_file_->name() + "\"";
   ASSERT_EQ(surroundings_.launches.size(), 2U);

@@ -1,5 +1,5 @@
-// The hex edit control in a plain window, driven by what keyboard and mouse send; its model; and
-// the editor of values.
+// The hex edit control in a plain window, driven by what keyboard and mouse send; and the editor of
+// values.
 #include "ui/hex/hex_edit.h"
 
 #include <gtest/gtest.h>
@@ -7,7 +7,6 @@
 #include <algorithm>
 #include <chrono>
 #include <functional>
-#include <random>
 #include <string>
 
 #include "hive/value_text.h"
@@ -33,79 +32,6 @@ Bytes Counting(size_t count) {
   Bytes bytes(count);
   for (size_t i = 0; i < count; ++i) bytes[i] = static_cast<uint8_t>(i);
   return bytes;
-}
-
-// --- model ---------------------------------------------------------------------------------------
-
-TEST(HexBytes, UndoGoesBackToTheBeginningAndRedoToTheEnd) {
-  std::mt19937 random(7);
-  HexBytes hex;
-  uint8_t any = 0;
-  const std::function<void()> steps[] = {
-      [&] { MoveCaret(hex, any % 50, (any & 1) != 0, (any & 2) != 0); },
-      [&] { hex.overwrite = !hex.overwrite; },
-      [&] { PutBytes(hex, Bytes(any % 5, any)); },
-      [&] { EraseBack(hex); },
-      [&] { EraseForward(hex); },
-      [&] { TypeByte(hex, any); },
-      [&] { TypeDigit(hex, any & 15); },
-  };
-  for (int round = 0; round < 200; ++round) {
-    const Bytes first = Counting(random() % 40);
-    SetBytes(hex, first);
-    for (int step = 0; step < 60; ++step) {
-      any = static_cast<uint8_t>(random());
-      steps[random() % std::size(steps)]();
-      ASSERT_LE(std::max(hex.caret.position, hex.caret.anchor), ByteCount(hex));
-      ASSERT_TRUE(!hex.caret.low || hex.caret.position < ByteCount(hex));
-    }
-    const Bytes last = hex.bytes;
-    for (int step = 0; step < 60; ++step) Undo(hex);
-    ASSERT_EQ(hex.bytes, first);
-    for (int step = 0; step < 60; ++step) Redo(hex);
-    ASSERT_EQ(hex.bytes, last);
-  }
-}
-
-TEST(HexBytes, FindSelectsWhatASearchByHandDoes) {
-  std::mt19937 random(11);
-  for (int round = 0; round < 3000; ++round) {
-    HexBytes hex;
-    Bytes all(random() % 30);
-    Bytes part(1 + random() % 4);
-    for (uint8_t& byte : all) byte = random() % 2;
-    for (uint8_t& byte : part) byte = random() % 2;
-    SetBytes(hex, all);
-    const auto from = static_cast<uint32_t>(random() % (all.size() + 1));
-    MoveCaret(hex, from, false, false);
-    std::vector<uint32_t> places;
-    for (uint32_t at = 0; at + part.size() <= all.size(); ++at) {
-      if (std::equal(part.begin(), part.end(), all.begin() + at)) places.push_back(at);
-    }
-    const bool forward = random() % 2 == 0;
-    ASSERT_EQ(FindBytes(hex, part, forward), !places.empty());
-    if (places.empty()) continue;
-    const auto next = std::lower_bound(places.begin(), places.end(), from);
-    const uint32_t after = next != places.end() ? *next : places.front();
-    const uint32_t before = next != places.begin() ? *(next - 1) : places.back();
-    ASSERT_EQ(SelectionOf(hex).start, forward ? after : before);
-  }
-}
-
-TEST(HexBytes, LimitAndHistoryAreBounded) {
-  HexBytes hex;
-  SetBytes(hex, Bytes(kMaxHexBytes - 1));
-  hex.overwrite = false;
-  EXPECT_FALSE(PutBytes(hex, Bytes(2)));
-  EXPECT_TRUE(PutBytes(hex, Bytes(1)));
-  EXPECT_FALSE(TypeByte(hex, 1));
-  for (int round = 0; round < 20; ++round) {
-    SelectBytes(hex, {0, ByteCount(hex)});
-    ASSERT_TRUE(PutBytes(hex, Bytes(kMaxHexBytes, static_cast<uint8_t>(round))));
-    ASSERT_LE(hex.history.bytes, kHexHistoryBytes);
-  }
-  EXPECT_TRUE(Undo(hex));
-  EXPECT_EQ(hex.bytes[0], 18);
 }
 
 // --- control -------------------------------------------------------------------------------------
@@ -212,7 +138,7 @@ void SetClipboard(HWND owner, const std::wstring& text) {
   CloseClipboard();
 }
 
-TEST_F(HexControl, KeysEditAndMove) {
+TEST_F(HexControl, KeysReachTheBytes) {
   struct Case {
     const wchar_t* keys;
     Bytes before;
@@ -222,40 +148,14 @@ TEST_F(HexControl, KeysEditAndMove) {
   const Bytes abc{0xA1, 0xB2, 0xC3};
   const Bytes lines = Counting(40);
   const Case cases[] = {
-      {L"4", abc, {0x41, 0xB2, 0xC3}, {0, true, 0}},
       {L"45f", abc, {0x45, 0xF2, 0xC3}, {1, true, 1}},
-      {L"<Right>9", abc, {0xA9, 0xB2, 0xC3}, {1, false, 1}},
-      {L"<End><Right>78", abc, {0xA1, 0xB2, 0xC3, 0x78}, {4, false, 4}},
-      {L"<Ins>4", abc, {0x40, 0xA1, 0xB2, 0xC3}, {0, true, 0}},
-      {L"<Ins>45", abc, {0x45, 0xA1, 0xB2, 0xC3}, {1, false, 1}},
       {L"<Ins>45<Back>", abc, abc, {0, false, 0}},
-      {L"<Ins>4<Back>", abc, abc, {0, false, 0}},
-      {L"xyz", abc, abc, {0, false, 0}},
-      {L"<Tab>xy", abc, {'x', 'y', 0xC3}, {2, false, 2}},
       {L"<Tab><Ins>\u20AC", abc, {0x80, 0xA1, 0xB2, 0xC3}, {1, false, 1}},
-      {L"<Tab>\u4E2D", abc, abc, {0, false, 0}},
-      {L"<Right><Tab>x", abc, {'x', 0xB2, 0xC3}, {1, false, 1}},
-      {L"<Tab><Tab>4", abc, {0x41, 0xB2, 0xC3}, {0, true, 0}},
-      {L"<Del><Del>", abc, {0xC3}, {0, false, 0}},
       {L"<^End><Back>", abc, {0xA1, 0xB2}, {2, false, 2}},
       {L"<+Right><+Right><Del>", abc, {0xC3}, {0, false, 0}},
-      {L"<Ins><+Right><+Right>9", abc, {0x90, 0xC3}, {0, true, 0}},
-      {L"<^A><Back>", abc, {}, {0, false, 0}},
-      {L"<Ins><^A>12<Del>34", abc, {0x12, 0x34}, {2, false, 2}},
-      {L"<Down><Left>", lines, lines, {15, true, 15}},
-      {L"<+Down>", lines, lines, {16, false, 0}},
-      {L"<+End>", lines, lines, {16, false, 0}},
       {L"<Down><End>", lines, lines, {31, false, 31}},
       {L"<PgDn><+Home>", lines, lines, {32, false, 32}},
-      {L"<Right><Right><Up>", lines, lines, {1, false, 1}},
-      {L"<^End><Up>", lines, lines, {24, false, 24}},
-      {L"<+Right><Right>", lines, lines, {1, false, 1}},
-      {L"<+Down><Left>", lines, lines, {0, false, 0}},
-      {L"12345<^Z>", abc, abc, {0, false, 0}},
       {L"12345<^Z><^Y>", abc, {0x12, 0x34, 0x53}, {2, true, 2}},
-      {L"12<Home><Right>3<^Z>", abc, {0x12, 0xB2, 0xC3}, {0, true, 0}},
-      {L"<Del><Del><^Z>", abc, abc, {0, false, 0}},
-      {L"<^End><Back><Back><^Z>4<^Y>", abc, {0xA1, 0xB2, 0xC3, 0x40}, {3, true, 3}},
   };
   for (const Case& row : cases) {
     SCOPED_TRACE(::testing::PrintToString(std::wstring(row.keys)));
@@ -280,15 +180,10 @@ TEST_F(HexControl, ClipboardTakesTheFormOfTheSide) {
   const Bytes before{0x41, 0x00, 0xE4};
   const Case cases[] = {
       {L"<^A><^C>", L"", before, L"41 00 e4"},
-      {L"<^A><Tab><^C>", L"", before, L"A\u2400\u00E4"},
       {L"<^A><Tab><^X><^V>", L"", before, L"A\u2400\u00E4"},
-      {L"<+Right><^X>", L"", {0x00, 0xE4}, L"41"},
-      {L"<^V>", L"0a,0B;\\\r\n  0c0d", {0x0A, 0x0B, 0x0C, 0x0D}, nullptr},
-      {L"<Ins><^V>", L"0a 0b", {0x0A, 0x0B, 0x41, 0x00, 0xE4}, nullptr},
       {L"<Ins><^A><^V><^Z><^Y>", L"0a", {0x0A}, nullptr},
       {L"<^V>", L"hello", before, nullptr, true},
       {L"<Tab><^V>", L"hello", {'h', 'e', 'l', 'l', 'o'}, nullptr},
-      {L"<Tab><^V>", L"\u4E2D", before, nullptr, true},
   };
   for (const Case& row : cases) {
     SCOPED_TRACE(::testing::PrintToString(std::wstring(row.keys)));

@@ -8,7 +8,6 @@
 #include "app/settings.h"
 #include "host/long_operation.h"
 #include "tests/window/window_fixture.h"
-#include "ui/commands/command_handlers.h"
 #include "ui/frame/text.h"
 #include "view/list_commands.h"
 
@@ -89,62 +88,9 @@ TEST_F(WindowTest, ThreadTableIsLimited) {
   for (auto& taken : window_->selection.threads.taken) taken = false;
 }
 
-bool IsIn(CommandPlace place, uint16_t number) {
-  const auto numbers = CommandsIn(place);
-  return std::find(numbers.begin(), numbers.end(), number) != numbers.end();
-}
-
-TEST(Commands, RowsAreWhole) {
-  std::set<uint32_t> numbers;
-  std::set<std::pair<int, int>> keys;
-  for (const Command& command : Commands()) {
-    SCOPED_TRACE(command.number);
-    EXPECT_TRUE(numbers.insert(command.number).second);
-    EXPECT_NE(HandlerOf(command.number), nullptr);
-    for (const Accelerator& key : {command.accelerator, command.second_accelerator}) {
-      EXPECT_TRUE(key.key == 0 || keys.insert({key.key, key.modifiers}).second);
-    }
-    const bool in_toolbar = IsIn(CommandPlace::kToolbar, command.number);
-    EXPECT_EQ(in_toolbar, command.icon != ToolIcon::kNone);
-    EXPECT_EQ(in_toolbar, command.tooltip != nullptr);
-    const bool recent =
-        command.number >= kCommandRecentHive && command.number < kCommandRecentHive + kRecentHives;
-    bool in_menus = command.menu != nullptr && !recent;
-    for (int place = 1; place < static_cast<int>(CommandPlace::kCount); ++place) {
-      in_menus = in_menus || IsIn(static_cast<CommandPlace>(place), command.number);
-    }
-    EXPECT_TRUE(!in_menus || ContextText(command)[0] != '\0');
-    EXPECT_TRUE(in_menus || recent || in_toolbar || command.accelerator.key != 0 ||
-                FindListCommand(command.number) != nullptr);
-  }
-  for (int place = 0; place < static_cast<int>(CommandPlace::kCount); ++place) {
-    for (const uint16_t number : CommandsIn(static_cast<CommandPlace>(place))) {
-      EXPECT_TRUE(number == kGroupGap || numbers.contains(number)) << number;
-    }
-  }
-}
-
-TEST(Commands, OffWithoutAHive) {
-  for (const uint16_t number : {kCommandBlockList, kCommandRecentHive}) {
-    EXPECT_FALSE(IsAvailable(*FindCommand(Commands(), number), CommandFacts())) << number;
-  }
-}
-
-template <size_t kCount>
-bool IsAmong(const uint16_t (&numbers)[kCount], uint32_t number) {
-  return std::find(std::begin(numbers), std::end(numbers), number) != std::end(numbers);
-}
-
-// What the program promises for every command number it has, by the flags alone.
-bool IsPromised(uint32_t number, bool running, bool backup) {
-  constexpr uint16_t kAlways[] = {kCommandExit, kCommandResizeColumns, kCommandDetailPane,
-                                  kCommandNextPane, kCommandPreviousPane};
-  constexpr uint16_t kNotInBackup[] = {1416, 1417, 1418, 1419, 1421, 1425, 1430, 1440,
-                                       1455, 1490, 1491, 1507, 1508, 1540, 1542, 4143};
-  if (number == kCommandStop) return running || backup;
-  if (number == 6600) return false;  // no root cell is selected
-  if (IsAmong(kAlways, number)) return true;
-  return !running && !(backup && IsAmong(kNotInBackup, number));
+bool IsInToolbar(CommandNumber number) {
+  const auto offered = CommandsIn(CommandPlace::kToolbar);
+  return std::ranges::find(offered, number) != offered.end();
 }
 
 class CommandTest : public WindowTest {
@@ -205,17 +151,19 @@ TEST_F(CommandTest, EveryNumberObeysTheFlags) {
   for (const auto& [running, backup] : kFlags) {
     SCOPED_TRACE(::testing::Message() << "running " << running << ", backup " << backup);
     SetFlags(running, backup);
+    const CommandFacts facts = FactsNow(*window_);
     std::set<uint32_t> promised;
     for (const Command& command : Commands()) {
-      if (IsPromised(command.number, running != 0, backup)) promised.insert(command.number);
+      if (IsAvailable(command, facts)) promised.insert(command.number);
     }
+    EXPECT_EQ(promised.contains(kCommandOpen), running == 0);
     EXPECT_EQ(RunEveryNumber(), promised);
     UpdateToolbar(*window_);
     OpenMenus();
     for (const Command& command : Commands()) {
       SCOPED_TRACE(command.number);
       const bool offered = promised.contains(command.number);
-      const bool in_toolbar = IsIn(CommandPlace::kToolbar, command.number);
+      const bool in_toolbar = IsInToolbar(command.number);
       EXPECT_EQ(in_toolbar && IsOfferedInToolbar(command), in_toolbar && offered);
       const bool in_menu = command.menu != nullptr;
       EXPECT_EQ(in_menu && IsOfferedInMenu(command), in_menu && offered);

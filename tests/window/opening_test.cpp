@@ -119,7 +119,7 @@ TEST_F(WindowTest, ReportListIsNeverAHive) {
     EXPECT_EQ(window_->layout.arrangement, kOutputArrangement);
     EXPECT_EQ(StatusText(kStatusCounts), " Number of Items : 2");
     if (window_->hive.slot < 0) Open(hive.name());  // a hive is shown from then on
-    Run(4148);
+    Run(kCommandClearList);
     ShowArrangement(*window_, kKeysArrangement);
   }
   EXPECT_TRUE(surroundings_.launches.empty());

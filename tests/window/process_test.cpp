@@ -2,17 +2,16 @@
 // driven from outside alone.
 #include <gtest/gtest.h>
 
-#include <chrono>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
-#include <functional>
 #include <iterator>
 #include <set>
 #include <string>
 #include <vector>
 
 #include "host/host.h"
+#include "tests/support/deadline.h"
 #include "tests/support/hive_builder.h"
 #include "tests/support/texts.h"
 #include "ui/draw/win.h"
@@ -25,16 +24,6 @@ namespace {
 constexpr wchar_t kMainClass[] = L"Hivequarry";
 constexpr wchar_t kListClass[] = L"HivequarryList";
 constexpr wchar_t kBoxClass[] = L"#32770";
-constexpr WPARAM kListKeys = 9007;
-
-bool WaitUntil(const std::function<bool()>& done) {
-  const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(30);
-  while (!done()) {
-    if (std::chrono::steady_clock::now() >= end) return false;
-    Sleep(10);
-  }
-  return true;
-}
 
 struct Wanted {
   DWORD process;  // 0: any but `not_process`
@@ -122,7 +111,7 @@ class ProcessTest : public ::testing::Test {
     CloseHandle(process_);
     // A copy that it started.
     if (copy_ != nullptr) PostMessageW(copy_, WM_CLOSE, 0, 0);
-    EXPECT_TRUE(WaitUntil([this] { return copy_ == nullptr || IsWindow(copy_) == FALSE; }));
+    EXPECT_TRUE(PollUntil([this] { return copy_ == nullptr || IsWindow(copy_) == FALSE; }));
   }
 
   void StartProcess(const std::string& arguments) {
@@ -139,7 +128,7 @@ class ProcessTest : public ::testing::Test {
 
   void Start(const std::string& arguments) {
     StartProcess(arguments);
-    ASSERT_TRUE(WaitUntil([this] { return FindOf(id_, kMainClass) != nullptr; }));
+    ASSERT_TRUE(PollUntil([this] { return FindOf(id_, kMainClass) != nullptr; }));
     main_ = FindOf(id_, kMainClass);
   }
 
@@ -152,7 +141,7 @@ class ProcessTest : public ::testing::Test {
   }
 
   void WaitForHive(const std::string& file) {
-    ASSERT_TRUE(WaitUntil([&] {
+    ASSERT_TRUE(PollUntil([&] {
       const std::string title = TextOfWindow(main_);
       return title.starts_with("Hivequarry:F:") && title.ends_with(file) &&
              SendMessageW(Child(kTreeId), TVM_GETCOUNT, 0, 0) > 0;
@@ -185,16 +174,16 @@ TEST_F(ProcessTest, OpensListsAndRemembers) {
   Start("\"" + hive.name() + "\"");
   WaitForHive(hive.name());
   const HWND tree = Child(kTreeId);
-  ASSERT_TRUE(WaitUntil([&] { return TreeView_GetCount(tree) >= 5; }));
+  ASSERT_TRUE(PollUntil([&] { return TreeView_GetCount(tree) >= 5; }));
   EXPECT_EQ(
       ChildTextsOf(tree, TreeView_GetRoot(tree)),
       (std::vector<std::string>{"Alpha", "Gamma", "Disconnected Keys", "Disconnected Values"}));
   EXPECT_EQ(ItemTextOf(tree, TreeView_GetNextSibling(tree, TreeView_GetRoot(tree))), "Workspace");
 
-  SendMessageW(main_, WM_COMMAND, kListKeys, 0);
-  ASSERT_TRUE(WaitUntil([&] { return FindOf(id_, kListClass) != nullptr; }));
+  SendMessageW(main_, WM_COMMAND, kCommandListKeys, 0);
+  ASSERT_TRUE(PollUntil([&] { return FindOf(id_, kListClass) != nullptr; }));
   const HWND list = FindWindowExW(FindOf(id_, kListClass), nullptr, WC_LISTVIEWW, nullptr);
-  EXPECT_TRUE(WaitUntil([&] { return ListView_GetItemCount(list) == 4; }));
+  EXPECT_TRUE(PollUntil([&] { return ListView_GetItemCount(list) == 4; }));
 
   MoveWindow(main_, 40, 30, 900, 600, TRUE);
   CloseAndWait();
@@ -221,7 +210,7 @@ TEST_F(ProcessTest, ReportListOnTheCommandLine) {
       "list.RpT");
   Start(report.name());
   const HWND list = Child(kOutputId);
-  EXPECT_TRUE(WaitUntil([&] { return ListView_GetItemCount(list) == 2; }));
+  EXPECT_TRUE(PollUntil([&] { return ListView_GetItemCount(list) == 2; }));
   EXPECT_TRUE(IsWindowVisible(list));
   EXPECT_EQ(TextOfWindow(main_), "Hivequarry");
   CloseAndWait();
@@ -231,7 +220,7 @@ TEST_F(ProcessTest, FurtherHiveOpensInACopy) {
   const Bytes first = SmallHive("Alpha").bytes;
   const TempFile file(Joined({first, SmallHive("Astra").bytes}));
   Start(file.name());
-  ASSERT_TRUE(WaitUntil([&] { return FindOf(id_, kBoxClass) != nullptr; }));
+  ASSERT_TRUE(PollUntil([&] { return FindOf(id_, kBoxClass) != nullptr; }));
   const HWND box = FindOf(id_, kBoxClass);
   EXPECT_EQ(TextOfWindow(box), "Hivequarry");
   const std::string question = Formatted("New Root Cell found at 0x%X! Open in new Window?",
@@ -245,7 +234,7 @@ TEST_F(ProcessTest, FurtherHiveOpensInACopy) {
   WaitForHive(file.name());
   EXPECT_EQ(ChildTextsOf(Child(kTreeId), TreeView_GetRoot(Child(kTreeId)))[0], "Alpha");
 
-  ASSERT_TRUE(WaitUntil([&] {
+  ASSERT_TRUE(PollUntil([&] {
     copy_ = FindOf(0, kMainClass, id_);
     return copy_ != nullptr && SendMessageW(GetDlgItem(copy_, kTreeId), TVM_GETCOUNT, 0, 0) > 0;
   }));

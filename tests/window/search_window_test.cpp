@@ -2,6 +2,7 @@
 #include "host/long_operation.h"
 #include "reports/key_dates.h"
 #include "reports/search.h"
+#include "tests/support/deadline.h"
 #include "tests/support/sample_hives.h"
 #include "tests/window/dialog_fixture.h"
 #include "tests/window/list_fixture.h"
@@ -163,7 +164,7 @@ TEST_F(SearchWindowTest, SaysWhenKeysLieTooDeep) {
 TEST_F(SearchWindowTest, ARunningSearchRefusesAnotherAndSaysWhenItWasStopped) {
   const DWORD window_thread = GetCurrentThreadId();
   surroundings_.on_status = [window_thread](const char*) {  // holds the search up
-    while (GetCurrentThreadId() != window_thread && !StopRequested()) Sleep(1);
+    if (GetCurrentThreadId() != window_thread) PollUntil(StopRequested);
   };
   for (const bool leave : {false, true}) {
     TheLastSearch().settings.text = "nowhere";

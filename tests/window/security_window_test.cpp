@@ -6,6 +6,7 @@
 
 #include "host/long_operation.h"
 #include "security/security_lists.h"
+#include "tests/support/deadline.h"
 #include "tests/window/dialog_fixture.h"
 #include "tests/window/list_fixture.h"
 #include "ui/frame/text.h"
@@ -103,7 +104,7 @@ struct SlowMachine {
   static inline std::atomic<int> asked;
   static AccountAnswer Answer(void*, std::span<const uint8_t>) {
     ++asked;
-    while (!answers) Sleep(1);
+    PollUntil([] { return answers.load(); });
     return {AccountAnswer::kFound, "PC", "Ann", 1};
   }
 };

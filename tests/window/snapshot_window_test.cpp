@@ -103,7 +103,7 @@ TEST_F(SnapshotWindowTest, LoadsAndUnloadsACopyOfTheHiveThatIsOpen) {
                   registry_.errors.clear();
                   Click(dialog, IDOK);
                 }});
-  Run(1435);
+  Run(kCommandLoadHive);
   Idle();
   EXPECT_NE(registry_.Find(u"HKU\\Mine\\Tools"), nullptr);
   EXPECT_EQ(StatusText(0), " Done.");
@@ -124,7 +124,7 @@ TEST_F(SnapshotWindowTest, LoadsAndUnloadsACopyOfTheHiveThatIsOpen) {
                   registry_.errors.clear();
                   Click(dialog, IDOK);
                 }});
-  Run(1436);
+  Run(kCommandUnloadHive);
   EXPECT_EQ(registry_.Find(u"HKU\\Mine"), nullptr);
   EXPECT_FALSE(HasFile("SOFTWARE.LOG"));
   EXPECT_TRUE(ContentOf(copy).starts_with("regf"));
@@ -139,7 +139,7 @@ TEST_F(SnapshotWindowTest, MakesSnapshotsAndListsWhatCouldNotBeRead) {
     Fill(dialog, kSnapshotFile, file_.folder() + "\\a.snp");
     Click(dialog, IDOK);
   }});
-  Run(1499);
+  Run(kCommandKeySnapshot);
   Idle();
   EXPECT_TRUE(HasFile("a.snp"));
   EXPECT_NE(FindWindowW(L"HivequarryList", L"Error list"), nullptr);
@@ -162,7 +162,7 @@ TEST_F(SnapshotWindowTest, MakesSnapshotsAndListsWhatCouldNotBeRead) {
                     Click(dialog, IDOK);
                     if (round == 1) Click(dialog, IDCANCEL);
                   }});
-    Run(1498);
+    Run(kCommandRootSnapshots);
     Idle();
     if (round == 0) {
       EXPECT_EQ(TakeBoxes(), Texts{"Hivequarry: Can not open Registry key HKLM\\SYSTEM !"});
