@@ -20,8 +20,13 @@ bool HasPosition(const ListPlace& place) {
          RowHasDatum(*place.model, ModelRow(place, static_cast<uint32_t>(focused)));
 }
 
-// A worker's result that was not taken yet counts as its work.
-ListFacts FactsOfPlace(const ListPlace& place) {
+bool NeedsPosition(ListNeeds needs) {
+  return needs == ListNeeds::kFocus || needs == ListNeeds::kRoots;
+}
+
+// A worker's result that was not taken yet counts as its work. Without `with_position` that fact is
+// left out: where no row is in focus, the control looks through all of very many for it.
+ListFacts FactsOfPlace(const ListPlace& place, bool with_position) {
   const LongOperation& operation = TheLongOperation();
   const bool selecting = IsSelecting(place);
   ListFacts facts;
@@ -31,7 +36,7 @@ ListFacts FactsOfPlace(const ListPlace& place) {
   facts.hive = place.owner->hive.slot >= 0;
   facts.rows = ShownRowCount(place) != 0;
   facts.row_selected = facts.rows && HasSelection(place);
-  facts.position = facts.rows && HasPosition(place);
+  facts.position = with_position && facts.rows && HasPosition(place);
   facts.source = !ListSource(*place.model).empty();
   facts.again = place.again != nullptr;
   facts.kind = ListKindOf(*place.model);
@@ -48,6 +53,10 @@ bool IsOn(ListSwitch what) {
       return ListsOnlyDifferent();
   }
   return false;
+}
+
+bool IsAvailable(const ListCommand& command, const ListPlace& place) {
+  return IsAvailable(command, FactsOfPlace(place, NeedsPosition(command.needs)));
 }
 
 // The menu that holds a command, with the separator that is before its group.
@@ -99,17 +108,16 @@ POINT FocusPoint(const ListPlace& place) {
 
 bool IsListCommandAvailable(const ListPlace& place, uint32_t number) {
   const ListCommand* command = FindListCommand(number);
-  return command != nullptr && IsAvailable(*command, FactsOfPlace(place));
+  return command != nullptr && IsAvailable(*command, place);
 }
 
 void RunListCommand(ListPlace& place, uint32_t number) {
   const ListCommand* command = FindListCommand(number);
-  if (command != nullptr && IsAvailable(*command, FactsOfPlace(place)))
-    ListHandlerOf(command->number)(place);
+  if (command != nullptr && IsAvailable(*command, place)) ListHandlerOf(command->number)(place);
 }
 
 HMENU MakeListMenu(const ListPlace& place) {
-  const ListFacts facts = FactsOfPlace(place);
+  const ListFacts facts = FactsOfPlace(place, true);
   MenuBuilder builder{CreatePopupMenu(), {}};
   for (const ListCommand& command : ListCommands()) {
     if (command.text == nullptr || !IsListAbout(command.about, facts.kind)) continue;
