@@ -25,7 +25,7 @@ need() {
   rm -f "$log"
 }
 
-need_native() { need g++ cmake ninja-build ccache libcli11-dev googletest libgtest-dev python3 cmark-gfm; }
+need_native() { need g++ cmake ninja-build libcli11-dev googletest libgtest-dev python3 cmark-gfm; }
 need_bench() { need libbenchmark-dev time; }
 need_windows() {
   need_native

@@ -258,7 +258,7 @@ TEST_F(ConsoleTest, AStoppedListLeavesNothing) {
   }
 }
 
-#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+#if !defined(HIVEQUARRY_ADDRESS_SANITIZER) && !defined(HIVEQUARRY_THREAD_SANITIZER)
 // Room for the program alone, for the file too, for the tree too, for all: whatever it is that
 // there is no room for, it is said, and no half of a list is left.
 TEST_F(ConsoleTest, ALackOfMemoryIsSaid) {

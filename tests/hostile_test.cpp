@@ -250,7 +250,7 @@ TEST(Hostile, TreeListsEachKeyOnce) {
 }
 
 TEST(Hostile, MillionKeysOnOneList) {
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#if defined(HIVEQUARRY_ADDRESS_SANITIZER) || defined(HIVEQUARRY_THREAD_SANITIZER)
   constexpr uint32_t kKeys = 200000;
 #else
   constexpr uint32_t kKeys = 1000000;

@@ -40,7 +40,7 @@ using testing::HostRecorder;
 using testing::TempFile;
 using Clock = std::chrono::steady_clock;
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#if defined(HIVEQUARRY_ADDRESS_SANITIZER) || defined(HIVEQUARRY_THREAD_SANITIZER)
 constexpr double kLimit = 2;
 #else
 constexpr double kLimit = 0.1;

@@ -166,7 +166,7 @@ TEST(ValueLists, ListsOfAHostileHiveAreReadInTime) {
   const OutputListPtr found = MakeSearchList(false);
   SearchBranch(opened.hive, opened.tree, 0, pattern, *found);
   EXPECT_GE(RowCount(*found), 111u);
-#if !defined(__SANITIZE_THREAD__) && !defined(__SANITIZE_ADDRESS__)
+#if !defined(HIVEQUARRY_THREAD_SANITIZER) && !defined(HIVEQUARRY_ADDRESS_SANITIZER)
   EXPECT_LT(static_cast<double>(std::clock() - start) / CLOCKS_PER_SEC, 1.5);
 #endif
 }

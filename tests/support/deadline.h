@@ -11,9 +11,9 @@
 namespace hivequarry::testing {
 
 // Sanitizers cost a factor that is no business of these tests.
-#if defined(__SANITIZE_THREAD__)
+#if defined(HIVEQUARRY_THREAD_SANITIZER)
 inline constexpr double kSeconds = 300;
-#elif defined(__SANITIZE_ADDRESS__)
+#elif defined(HIVEQUARRY_ADDRESS_SANITIZER)
 inline constexpr double kSeconds = 15;
 #else
 inline constexpr double kSeconds = 1;
