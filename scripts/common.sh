@@ -44,12 +44,32 @@ quietly() {
   rm -f "$log"
 }
 
-# build PRESET [TARGET...]: says what it builds; on a terminal also how far it is.
+# telling COMMAND...: as quietly, but its last line is shown every 15 seconds.
+telling() {
+  local log running seconds=0 status=0
+  log=$(mktemp)
+  "$@" >"$log" 2>&1 </dev/null &
+  running=$!
+  trap 'kill "$running"; exit 130' INT TERM
+  while kill -0 "$running" 2>/dev/null; do
+    sleep 1
+    seconds=$((seconds + 1))
+    [ $((seconds % 15)) -ne 0 ] || echo "  $(tail -n 1 "$log" | cut -c 1-96)"
+  done
+  wait "$running" || status=$?
+  trap - INT TERM
+  [ "$status" -eq 0 ] || cat "$log" >&2
+  rm -f "$log"
+  return "$status"
+}
+
+# build PRESET [TARGET...]: says what it builds, and how far it is.
 build() {
-  local preset=$1 targets=() how=quietly
+  local preset=$1 targets=() how=telling
   shift
   [ $# -eq 0 ] || targets=(--target "$@")
   echo "Building ${*:-all} ($preset)"
+  [ -d "build/$preset" ] || echo "  For the first time, which takes some minutes"
   quietly cmake --preset "$preset"
   [ ! -t 1 ] || how=
   $how cmake --build --preset "$preset" "${targets[@]}"
@@ -103,6 +123,7 @@ start_wine() {
   export WINEPREFIX=${1:-$PWD/build/wine} WINEDEBUG=${WINEDEBUG:--all} WINEDLLOVERRIDES='mscoree,mshtml='
   wine=$(command -v wine64 || echo /usr/lib/wine/wine64)
   if [ ! -f "$WINEPREFIX/.booted" ]; then
+    echo "Preparing Wine for the first time"
     mkdir -p "$WINEPREFIX"
     quietly "$wine" wineboot -i
     touch "$WINEPREFIX/.booted"
