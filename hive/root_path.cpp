@@ -68,21 +68,19 @@ constexpr size_t kMaxRootKeyName = 519;
 constexpr int kMaxLabelNumber = 999;
 constexpr std::string_view kWow64 = "Wow6432Node";
 
-bool StartsWith(std::string_view text, std::string_view start) {
-  return text.size() >= start.size() && EqualIgnoringCase(text.substr(0, start.size()), start);
-}
-
 // The root label for a root key's name; empty when the name says nothing.
 std::string LabelOfRootKey(std::string_view name) {
   constexpr std::string_view kClasses = "_classes";
-  if (name.empty() || StartsWith(name, "$$$P") || StartsWith(name, "CMI-CreateHive")) return {};
+  if (name.empty() || StartsIgnoringCase(name, "$$$P") ||
+      StartsIgnoringCase(name, "CMI-CreateHive"))
+    return {};
   for (const auto& known : kKnownRootKeys) {
     if (EqualIgnoringCase(name, known.name)) return known.label;
   }
-  if (StartsWith(name, "ControlSet")) return std::string("HKLM\\SYSTEM\\").append(name);
+  if (StartsIgnoringCase(name, "ControlSet")) return std::string("HKLM\\SYSTEM\\").append(name);
   if (name.size() > kClasses.size()) {
     const std::string_view user = name.substr(0, name.size() - kClasses.size());
-    if (EqualIgnoringCase(name.substr(user.size()), kClasses)) {
+    if (EndsIgnoringCase(name, kClasses)) {
       return std::string("HKU\\").append(user).append("\\SOFTWARE\\Classes");
     }
   }
@@ -126,7 +124,7 @@ bool HoldsOnly(std::string_view text, std::string_view characters) {
 // The text form of a SID: "S-1-" and numbers.
 bool IsSidText(std::string_view text) {
   constexpr std::string_view kStart = "S-1-";
-  return StartsWith(text, kStart) && HoldsOnly(text.substr(kStart.size()), "0123456789-");
+  return StartsIgnoringCase(text, kStart) && HoldsOnly(text.substr(kStart.size()), "0123456789-");
 }
 
 // After "HKU\".
@@ -145,7 +143,7 @@ bool IsMachinesHive(std::string_view rest) {
   constexpr std::string_view kControlSet = "SYSTEM\\ControlSet";
   constexpr std::string_view kNames[] = {"SOFTWARE", "SYSTEM",     "SAM",        "SECURITY",
                                          "HARDWARE", "COMPONENTS", "BCD00000000"};
-  if (StartsWith(rest, kControlSet)) {
+  if (StartsIgnoringCase(rest, kControlSet)) {
     return HoldsOnly(rest.substr(kControlSet.size()), "0123456789");
   }
   return std::ranges::any_of(kNames,
@@ -345,10 +343,10 @@ std::string LongRootPath(std::string_view path) {
 
 bool IsWow64Path(std::string_view path) {
   // At the start of a path the name's last letter is not compared.
-  if (StartsWith(path, kWow64.substr(0, kWow64.size() - 1))) return true;
+  if (StartsIgnoringCase(path, kWow64.substr(0, kWow64.size() - 1))) return true;
   for (size_t at = path.find('\\'); at != std::string_view::npos; at = path.find('\\', at + 1)) {
     const std::string_view rest = path.substr(at + 1);
-    if (!StartsWith(rest, kWow64)) continue;
+    if (!StartsIgnoringCase(rest, kWow64)) continue;
     if (rest.size() == kWow64.size() || rest[kWow64.size()] == '\\') return true;
   }
   return false;

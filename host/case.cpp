@@ -97,6 +97,26 @@ bool EqualIgnoringCase(std::u16string_view a, std::u16string_view b) {
                     [](char16_t x, char16_t y) { return CapitalOf(x) == CapitalOf(y); });
 }
 
+bool StartsIgnoringCase(std::string_view text, std::string_view start) {
+  return text.size() >= start.size() && EqualIgnoringCase(text.substr(0, start.size()), start);
+}
+
+bool EndsIgnoringCase(std::string_view text, std::string_view end) {
+  return text.size() >= end.size() && EqualIgnoringCase(text.substr(text.size() - end.size()), end);
+}
+
+bool EqualUtf8IgnoringCase(std::string_view a, std::string_view b) {
+  const auto plain = [](char c) { return (c & 0x80) == 0; };
+  if (std::ranges::all_of(a, plain) && std::ranges::all_of(b, plain)) {
+    return EqualPlainLetters(a, b);
+  }
+  return EqualIgnoringCase(WideFromUtf8(a), WideFromUtf8(b));
+}
+
+bool EqualPlainLetters(std::string_view a, std::string_view b) {
+  return std::ranges::equal(a, b, {}, SmallLetter, SmallLetter);
+}
+
 CaseTable CapitalsOf(const CodePage& page) {
   CaseTable table{};
   for (size_t byte = 0; byte < table.size(); ++byte) {

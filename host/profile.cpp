@@ -1,8 +1,8 @@
 #include "host/profile.h"
 
-#include <algorithm>
 #include <cerrno>
 
+#include "host/case.h"
 #include "host/files.h"
 #include "host/output_file.h"
 
@@ -10,12 +10,6 @@ namespace hivequarry {
 namespace {
 
 constexpr std::string_view kBlanks = " \t\r\n";
-
-char LowerLetter(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; }
-
-bool SameName(std::string_view a, std::string_view b) {
-  return std::ranges::equal(a, b, {}, LowerLetter, LowerLetter);
-}
 
 std::string_view WithoutBlanks(std::string_view text) {
   const size_t first = text.find_first_not_of(kBlanks);
@@ -57,7 +51,7 @@ void LookInLine(std::string_view line, size_t at, std::string_view key, Spot& sp
   const std::string_view said = WithoutBlanks(line);
   const size_t equals = said.find('=');
   if (said.starts_with(';') || equals == std::string_view::npos) return;
-  spot.has_key = SameName(WithoutBlanks(said.substr(0, equals)), key);
+  spot.has_key = EqualPlainLetters(WithoutBlanks(said.substr(0, equals)), key);
   spot.at = spot.has_key ? at : at + line.size();
   if (!spot.has_key) return;
   spot.length = line.size();
@@ -71,7 +65,7 @@ Spot FindSpot(std::string_view text, std::string_view section, std::string_view 
     std::string_view name;
     if (IsSection(WithoutBlanks(line), name)) {
       if (spot.has_section) return spot;
-      spot.has_section = SameName(name, section);
+      spot.has_section = EqualPlainLetters(name, section);
       spot.at = at + line.size();
     } else if (spot.has_section) {
       LookInLine(line, at, key, spot);

@@ -4,6 +4,7 @@
 #include <memory>
 #include <new>
 
+#include "host/case.h"
 #include "host/host.h"
 #include "lists/list_order.h"
 
@@ -206,9 +207,7 @@ void SortByTexts(TextSort sort, bool descending, std::vector<SortRow>& rows, Sto
 
 std::string LowerText(std::string_view text) {
   std::string lower(text);
-  for (char& character : lower) {
-    if (character >= 'A' && character <= 'Z') character = static_cast<char>(character + 32);
-  }
+  for (char& character : lower) character = SmallLetter(character);
   return lower;
 }
 

@@ -22,10 +22,6 @@ bool IsLetter(char c) { return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z');
 bool IsWordCharacter(char c) { return IsLetter(c) || (c >= '0' && c <= '9') || c == '_'; }
 bool IsSlash(char c) { return c == '\\' || c == '/'; }
 
-bool BeginsWith(std::string_view text, std::string_view start) {
-  return text.size() >= start.size() && EqualIgnoringCase(text.substr(0, start.size()), start);
-}
-
 bool IsDrive(std::string_view text) {
   if (text.size() < 3 || !IsLetter(text[0]) || text[1] != ':') return false;
   return text[2] == '\\' || (text[2] == '/' && !(text.size() > 3 && text[3] == '/'));
@@ -61,10 +57,12 @@ bool BeginsPath(std::string_view text, bool at_start) {
   if (IsDrive(text)) return true;
   if (text[0] == '%') return IsVariable(text);
   if (text[0] == '\\') {
-    return PrefixLength(text) != 0 || IsServer(text) || BeginsWith(text, "\\SystemRoot\\") ||
-           BeginsWith(text, "\\Device\\HarddiskVolume");
+    return PrefixLength(text) != 0 || IsServer(text) ||
+           StartsIgnoringCase(text, "\\SystemRoot\\") ||
+           StartsIgnoringCase(text, "\\Device\\HarddiskVolume");
   }
-  return at_start && (BeginsWith(text, "System32\\") || BeginsWith(text, "SysWOW64\\"));
+  return at_start &&
+         (StartsIgnoringCase(text, "System32\\") || StartsIgnoringCase(text, "SysWOW64\\"));
 }
 
 bool EndsAnyPath(char c) {
@@ -73,8 +71,7 @@ bool EndsAnyPath(char c) {
 
 bool EndsLikeProgram(std::string_view path) {
   return std::any_of(std::begin(kProgramEndings), std::end(kProgramEndings), [&](auto ending) {
-    return path.size() > ending.size() &&
-           EqualIgnoringCase(path.substr(path.size() - ending.size()), ending);
+    return path.size() > ending.size() && EndsIgnoringCase(path, ending);
   });
 }
 
