@@ -4,7 +4,6 @@
 #include <cstdint>
 #include <cstring>
 #include <mutex>
-#include <string_view>
 #include <system_error>
 #include <vector>
 
@@ -14,6 +13,7 @@
 
 #include "host/file_reading.h"
 #include "host/files.h"
+#include "host/log_files.h"
 
 namespace hivequarry {
 namespace {
@@ -28,9 +28,6 @@ EvidenceFiles& TheEvidence() {
   return files;
 }
 
-constexpr std::string_view kLogEndings[] = {".LOG",  ".LOG1", ".LOG2", ".log", ".log1",
-                                            ".log2", ".Log",  ".Log1", ".Log2"};
-
 // Names of one folder, which may be written in different ways.
 bool IsBeside(const std::filesystem::path& one, const std::filesystem::path& other) {
   std::error_code ignored;
@@ -39,20 +36,10 @@ bool IsBeside(const std::filesystem::path& one, const std::filesystem::path& oth
   return std::filesystem::equivalent(one_folder, folder, ignored);
 }
 
-std::string LowerLeaf(const std::string& name) {
-  const std::u8string leaf = FilePath(name).filename().u8string();
-  std::string lower(leaf.begin(), leaf.end());
-  for (char& c : lower) c = c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c;
-  return lower;
-}
-
 bool IsLogOf(const std::string& hive, const std::string& name) {
-  const std::string leaf = LowerLeaf(name);
-  const std::string hive_leaf = LowerLeaf(hive);
-  if (!leaf.starts_with(hive_leaf)) return false;
-  const std::string ending = leaf.substr(hive_leaf.size());
-  const bool log = ending == ".log" || ending == ".log1" || ending == ".log2";
-  return log && IsBeside(FilePath(hive), FilePath(name));
+  const std::filesystem::path hive_path = FilePath(hive);
+  const std::filesystem::path path = FilePath(name);
+  return !LogEnding(LeafOf(path), LeafOf(hive_path)).empty() && IsBeside(hive_path, path);
 }
 
 // A base block, a log after one that is damaged, a block where one begins a hive's data, or all of
@@ -110,9 +97,9 @@ bool IsProtected(const std::string& name) {
 }
 
 bool WritesInto(std::FILE* stream, const std::string& name) {
-  return IsSameFile(stream, name) || std::ranges::any_of(kLogEndings, [&](std::string_view ending) {
-           return IsSameFile(stream, name + std::string(ending));
-         });
+  if (IsSameFile(stream, name)) return true;
+  return std::ranges::any_of(LogsOf(name),
+                             [stream](const std::string& log) { return IsSameFile(stream, log); });
 }
 
 #ifndef _WIN32

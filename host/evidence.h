@@ -13,8 +13,8 @@ void KeepEvidence(const std::string& name);
 void ReleaseEvidence(const std::string& name);
 bool IsEvidence(const std::string& name);
 
-// What no output takes the place of, whatever the user says: evidence; the names of its logs (with
-// ".LOG", ".LOG1", ".LOG2" after its own, in any case), there or not; and a regular file that
+// What no output takes the place of, whatever the user says: evidence; the names of its logs
+// (log_files.h), there or not; and a regular file that
 // begins as a hive or a hive's log.
 bool IsProtected(const std::string& name);
 

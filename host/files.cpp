@@ -22,6 +22,11 @@ std::string FullName(const std::string& name) {
   return error ? name : std::string(full.begin(), full.end());
 }
 
+std::string LeafOf(const std::filesystem::path& path) {
+  const std::u8string leaf = path.filename().u8string();
+  return {leaf.begin(), leaf.end()};
+}
+
 std::string FolderOf(const std::string& name) {
   const size_t end = name.find_last_of("\\/");
   return end == std::string::npos ? std::string() : name.substr(0, end);

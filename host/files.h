@@ -12,6 +12,8 @@ namespace hivequarry {
 std::filesystem::path FilePath(const std::string& name);
 // The name with its whole path, as another process must be told; as given where that fails.
 std::string FullName(const std::string& name);
+// The path's last name, UTF-8.
+std::string LeafOf(const std::filesystem::path& path);
 // What is before the last separator; empty where there is none.
 std::string FolderOf(const std::string& name);
 // Opens with the given fopen mode; on failure null with `error` set to an errno value. A folder is

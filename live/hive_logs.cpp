@@ -1,6 +1,5 @@
 #include "live/hive_logs.h"
 
-#include <algorithm>
 #include <cstdio>
 #include <filesystem>
 #include <string_view>
@@ -8,6 +7,7 @@
 #include "hive/image.h"
 #include "hive/root_path.h"
 #include "host/files.h"
+#include "host/log_files.h"
 #include "host/output_file.h"
 #include "live/file_protection.h"
 #include "live/live_hives.h"
@@ -17,45 +17,12 @@ namespace {
 
 namespace fs = std::filesystem;
 
-bool EndsWith(std::string_view text, std::string_view end) {
-  return text.size() >= end.size() && EqualIgnoringCase(text.substr(text.size() - end.size()), end);
-}
-
-// Systems write the hive's name in other letters at times: "ntuser.dat.LOG1" of "NTUSER.DAT".
-bool IsLog(std::string_view name, std::string_view hive) {
-  if (!EqualIgnoringCase(name.substr(0, hive.size()), hive)) return false;
-  const std::string_view rest = name.substr(hive.size());
-  for (const std::string_view end : {".LOG", ".LOG1", ".LOG2"}) {
-    if (EqualIgnoringCase(rest, end)) return true;
-  }
-  return rest.starts_with('{') && (EndsWith(rest, ".blf") || EndsWith(rest, ".regtrans-ms"));
-}
-
-std::string LastName(const fs::path& path) {
-  const std::u8string name = path.filename().u8string();
-  return {name.begin(), name.end()};
-}
-
 void RemoveFiles(const std::vector<std::string>& files) {
   std::error_code error;
   for (const std::string& file : files) fs::remove(FilePath(file), error);
 }
 
 }  // namespace
-
-std::vector<std::string> LogsOf(const std::string& hive) {
-  const std::string name = LastName(FilePath(hive));
-  const std::string folder = hive.substr(0, hive.size() - name.size());
-  std::vector<std::string> found;
-  std::error_code error;
-  for (fs::directory_iterator at(folder.empty() ? "." : FilePath(folder), error);
-       !error && at != end(at); at.increment(error)) {
-    const std::string each = LastName(at->path());
-    if (IsLog(each, name)) found.push_back(folder + each);
-  }
-  std::ranges::sort(found);
-  return found;
-}
 
 bool IsSettled(const std::string& hive) {
   int error = 0;
@@ -82,7 +49,7 @@ std::string CopyHiveWithLogs(const std::string& hive, const std::string& place) 
   std::vector<std::string> logs;
   bool copied = CopyProtected(hive, made);
   for (const std::string& log : LogsOf(hive)) {
-    logs.push_back(place + log.substr(hive.size()));
+    logs.push_back(place + std::string(LogEnding(log, hive)));
     copied = copied && CopyProtected(log, logs.back());
   }
   if (TakePlace(made, place, copied)) return {};
@@ -92,7 +59,7 @@ std::string CopyHiveWithLogs(const std::string& hive, const std::string& place) 
 
 std::string NameForCopy(const std::string& hive, const std::string& folder) {
   constexpr int kMaxTries = 999;
-  const std::string base = NameInFolder(folder, LastName(FilePath(hive)));
+  const std::string base = NameInFolder(folder, LeafOf(FilePath(hive)));
   for (int number = 1; number <= kMaxTries && IsExistingFolder(folder); ++number) {
     std::string name = base + ".copy" + (number == 1 ? "" : std::to_string(number));
     if (!IsNameTaken(name) && LogsOf(name).empty()) return name;

@@ -1,15 +1,9 @@
-// The files that a system keeps beside a loaded hive: ".LOG", ".LOG1", ".LOG2", and those of
-// transactions. Names are UTF-8.
+// Hives with the logs that a system keeps beside them. Names are UTF-8.
 #pragma once
 
 #include <string>
-#include <vector>
 
 namespace hivequarry {
-
-// The log files that there are beside a hive, sorted. A system takes them for the hive's by their
-// names alone.
-std::vector<std::string> LogsOf(const std::string& hive);
 
 // All that the system wrote to the hive is in its file: the numbers of the last write's beginning
 // and of its end, at 4 and at 8 of the base block, are the same. Else a part may be in the logs

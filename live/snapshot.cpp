@@ -17,6 +17,7 @@
 #include "host/file_reading.h"
 #include "host/files.h"
 #include "host/host.h"
+#include "host/log_files.h"
 #include "host/long_operation.h"
 #include "host/output_file.h"
 #include "live/backup.h"

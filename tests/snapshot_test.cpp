@@ -11,6 +11,7 @@
 #include "hive/root_path.h"
 #include "host/evidence.h"
 #include "host/files.h"
+#include "host/log_files.h"
 #include "host/long_operation.h"
 #include "live/empty_hive.h"
 #include "live/hive_logs.h"
@@ -88,6 +89,25 @@ class SnapshotTest : public ::testing::Test {
   OutputListPtr errors_ = MakeOutputList(kListErrors);
   std::string message_;
 };
+
+TEST(HiveLogs, AreKnownByTheirNames) {
+  constexpr struct {
+    const char *hive, *name, *ending;
+  } kCases[] = {
+      {"SYSTEM", "SYSTEM.LOG", ".LOG"},
+      {"NTUSER.DAT", "ntuser.dat.log2", ".log2"},
+      {"NTUSER.DAT", "NTUSER.DAT{53b39e88}.TM.blf", "{53b39e88}.TM.blf"},
+      {"a{b", "A{B{1}.TMContainer01.regtrans-ms", "{1}.TMContainer01.regtrans-ms"},
+      {"\u00FCber", "\u00DCBER.LOG1", ".LOG1"},
+      {"\u2C65", "\u023A.LOG1", ".LOG1"},  // three bytes, and two
+      {"SYSTEM", "SYSTEM2.LOG", ""},
+      {"SYSTEM", "SYSTEM.LOG3", ""},
+      {"SYSTEM", "SYSTEM.blf", ""},
+      {"SYSTEM", "SYSTEM", ""},
+      {"", "SYSTEM.LOG", ""},
+  };
+  for (const auto& c : kCases) EXPECT_EQ(LogEnding(c.name, c.hive), c.ending) << c.name;
+}
 
 TEST_F(SnapshotTest, TemplateIsAHiveThatASystemLoads) {
   const Bytes hive(EmptyHive().begin(), EmptyHive().end());

@@ -1,0 +1,51 @@
+#include "host/log_files.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <system_error>
+
+#include "host/case.h"
+#include "host/files.h"
+
+namespace hivequarry {
+namespace {
+
+bool IsLogEnding(std::string_view ending) {
+  for (const std::string_view known : {".LOG", ".LOG1", ".LOG2"}) {
+    if (EqualPlainLetters(ending, known)) return true;
+  }
+  const auto ends = [ending](std::string_view end) {
+    return ending.size() >= end.size() &&
+           EqualPlainLetters(ending.substr(ending.size() - end.size()), end);
+  };
+  return ending.starts_with('{') && (ends(".blf") || ends(".regtrans-ms"));
+}
+
+}  // namespace
+
+std::string_view LogEnding(std::string_view name, std::string_view hive) {
+  // Where the ending begins is not known by the length: a capital may take more bytes than its
+  // small letter.
+  for (size_t at = name.find_first_of(".{"); at != std::string_view::npos;
+       at = name.find_first_of(".{", at + 1)) {
+    const std::string_view ending = name.substr(at);
+    if (IsLogEnding(ending) && EqualUtf8IgnoringCase(name.substr(0, at), hive)) return ending;
+  }
+  return {};
+}
+
+std::vector<std::string> LogsOf(const std::string& hive) {
+  const std::string name = LeafOf(FilePath(hive));
+  const std::string folder = hive.substr(0, hive.size() - name.size());
+  std::vector<std::string> found;
+  std::error_code error;
+  for (std::filesystem::directory_iterator at(folder.empty() ? "." : FilePath(folder), error);
+       !error && at != end(at); at.increment(error)) {
+    const std::string each = LeafOf(at->path());
+    if (!LogEnding(each, name).empty()) found.push_back(folder + each);
+  }
+  std::ranges::sort(found);
+  return found;
+}
+
+}  // namespace hivequarry
