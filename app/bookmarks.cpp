@@ -11,6 +11,7 @@
 #include "hive/timestamp.h"
 #include "host/files.h"
 #include "host/host.h"
+#include "host/number_text.h"
 #include "host/output_file.h"
 
 namespace hivequarry {
@@ -38,10 +39,8 @@ std::string CleanText(std::string_view text) {
 std::string TimeText(uint64_t time) {
   const CalendarTime at = CalendarOfFileTime(time);
   if (time == 0 || at.year > 9999) return {};
-  char text[80];
-  std::snprintf(text, sizeof text, "%04d-%02d-%02dT%02d:%02d:%02dZ", at.year, at.month, at.day,
-                at.hour, at.minute, at.second);
-  return text;
+  return Concat({Decimal(at.year, 4), "-", Decimal(at.month, 2), "-", Decimal(at.day, 2), "T",
+                 Decimal(at.hour, 2), ":", Decimal(at.minute, 2), ":", Decimal(at.second, 2), "Z"});
 }
 
 // The number that all of the text is; -1 when it is none.

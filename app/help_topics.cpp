@@ -4,6 +4,7 @@
 #include <iterator>
 
 #include "app/settings.h"
+#include "host/number_text.h"
 #include "lists/output_list.h"
 
 namespace hivequarry {
@@ -47,7 +48,6 @@ bool IsPlain(char c) {
 }
 
 void AppendAddressPart(std::string_view text, std::string& address) {
-  constexpr std::string_view kDigits = "0123456789ABCDEF";
   for (const char c : text) {
     if (IsPlain(c)) {
       address += c;
@@ -55,8 +55,8 @@ void AppendAddressPart(std::string_view text, std::string& address) {
     }
     const auto byte = static_cast<unsigned char>(c);
     address += '%';
-    address += kDigits[byte >> 4];
-    address += kDigits[byte & 15];
+    address += kUpperDigits[byte >> 4];
+    address += kUpperDigits[byte & 15];
   }
 }
 

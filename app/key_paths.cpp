@@ -11,6 +11,7 @@
 #include "hive/value_key.h"
 #include "host/case.h"
 #include "host/host.h"
+#include "host/number_text.h"
 
 namespace hivequarry {
 namespace {
@@ -41,25 +42,16 @@ constexpr std::string_view kMounts[] = {
 
 // Writing and reading
 
-bool IsHexDigit(char c) {
-  return (c >= '0' && c <= '9') || (c >= 'A' && c <= 'F') || (c >= 'a' && c <= 'f');
-}
-
-unsigned HexValue(char c) {
-  return static_cast<unsigned>(c <= '9' ? c - '0' : (c | 0x20) - 'a' + 10);
-}
-
 bool IsEscape(std::string_view text, size_t at) {
-  return text[at] == '%' && at + 2 < text.size() && IsHexDigit(text[at + 1]) &&
-         IsHexDigit(text[at + 2]);
+  return text[at] == '%' && at + 2 < text.size() && DigitOf(text[at + 1]) < 16 &&
+         DigitOf(text[at + 2]) < 16;
 }
 
 void AppendEscape(std::string& text, char c) {
-  constexpr std::string_view kDigits = "0123456789ABCDEF";
   const auto byte = static_cast<uint8_t>(c);
   text += '%';
-  text += kDigits[byte >> 4];
-  text += kDigits[byte & 15];
+  text += kUpperDigits[byte >> 4];
+  text += kUpperDigits[byte & 15];
 }
 
 std::string Encoded(std::string_view name) {
@@ -77,7 +69,7 @@ std::string Decoded(std::string_view text) {
   for (size_t at = 0; at < text.size(); ++at) {
     const bool escape = IsEscape(text, at);
     name +=
-        escape ? static_cast<char>(HexValue(text[at + 1]) << 4 | HexValue(text[at + 2])) : text[at];
+        escape ? static_cast<char>(DigitOf(text[at + 1]) << 4 | DigitOf(text[at + 2])) : text[at];
     at += escape ? 2 : 0;
   }
   return name;
@@ -126,34 +118,11 @@ Names RootNames(const HiveImage& hive) {
 
 // Comparing
 
-bool IsAscii(std::string_view text) {
-  return std::ranges::all_of(text, [](char c) { return (c & 0x80) == 0; });
-}
-
-std::u16string Capitals(std::string_view name) {
-  std::u16string wide = WideFromUtf8(name);
-  for (char16_t& unit : wide) unit = CapitalOf(unit);
-  return wide;
-}
-
-bool SameName(std::string_view a, std::string_view b) {
-  if (IsAscii(a) && IsAscii(b)) return EqualIgnoringCase(a, b);
-  return Capitals(a) == Capitals(b);
-}
-
-bool StartsWith(std::string_view text, std::string_view start) {
-  return text.size() >= start.size() && EqualIgnoringCase(text.substr(0, start.size()), start);
-}
-
-bool EndsWith(std::string_view text, std::string_view end) {
-  return text.size() >= end.size() && EqualIgnoringCase(text.substr(text.size() - end.size()), end);
-}
-
 // "ControlSet001" and the like, and the name under which the system shows one of them.
 bool IsControlSet(std::string_view name) {
   if (EqualIgnoringCase(name, "CurrentControlSet")) return true;
   constexpr std::string_view kName = "ControlSet";
-  return name.size() == kName.size() + 3 && StartsWith(name, kName) &&
+  return name.size() == kName.size() + 3 && StartsIgnoringCase(name, kName) &&
          name.find_first_not_of("0123456789", kName.size()) == std::string_view::npos;
 }
 
@@ -167,7 +136,7 @@ std::string_view WithoutNumber(std::string_view name) {
 }
 
 bool SamePart(std::string_view a, std::string_view b) {
-  return SameName(a, b) || (IsControlSet(a) && IsControlSet(b));
+  return EqualUtf8IgnoringCase(a, b) || (IsControlSet(a) && IsControlSet(b));
 }
 
 // True for a place at or below `top`. The last name of `top` is where a label has its number.
@@ -181,7 +150,7 @@ bool IsBelow(Place top, Place place) {
 // Places: paths with views replaced by what they show
 
 bool IsUserName(std::string_view name) {
-  return StartsWith(name, "S-1-") || EqualIgnoringCase(name, ".DEFAULT");
+  return StartsIgnoringCase(name, "S-1-") || EqualIgnoringCase(name, ".DEFAULT");
 }
 
 bool HasRoot(const Names& names) {
@@ -209,7 +178,7 @@ Names PlaceOf(Names names, bool user_classes) {
   } else if (names[0] == kUsers) {
     if (names.size() == 1 || !IsUserName(names[1])) {
       names[0] = kUser;
-    } else if (EndsWith(names[1], kClassesEnd)) {
+    } else if (EndsIgnoringCase(names[1], kClassesEnd)) {
       ReplaceFirst(names, 2, {kUser, "SOFTWARE", "Classes"});
     } else {
       ReplaceFirst(names, 2, {kUser});
@@ -266,7 +235,7 @@ Items ItemsNamed(const HiveImage& hive, const KeyTree& tree, const Items& parent
   for (const uint32_t parent : parents) {
     for (uint32_t at = FirstChild(tree, parent); at != kNoItem; at = NextSibling(tree, at)) {
       const std::string other = ItemNameUtf8(hive, tree, at);
-      if (SameName(other, name)) (other == name ? same : similar).push_back(at);
+      if (EqualUtf8IgnoringCase(other, name)) (other == name ? same : similar).push_back(at);
     }
   }
   same.insert(same.end(), similar.begin(), similar.end());
@@ -388,7 +357,7 @@ std::string ShownKeyPath(std::string_view path) {
 }
 
 bool SameKeyPath(std::string_view a, std::string_view b) {
-  return std::ranges::equal(NamesOf(a), NamesOf(b), SameName);
+  return std::ranges::equal(NamesOf(a), NamesOf(b), EqualUtf8IgnoringCase);
 }
 
 RootGroup RootGroupOf(std::string_view path) {

@@ -1,10 +1,9 @@
 #include "hive/bins.h"
 
-#include <cstdio>
-
 #include "hive/file_place.h"
 #include "host/host.h"
 #include "host/long_operation.h"
+#include "host/number_text.h"
 
 namespace hivequarry {
 namespace {
@@ -43,31 +42,23 @@ std::vector<BinRow> ListHiveBins(const HiveImage& hive, uint32_t first_position,
   return rows;
 }
 
-std::string BinNumberText(const BinRow& row) {
-  char text[16];
-  std::snprintf(text, sizeof(text), "%04u", ShownNumber(row));
-  return text;
-}
+std::string BinNumberText(const BinRow& row) { return Decimal(ShownNumber(row), 4); }
 
 std::string BinSizeText(const BinRow& row) {
   if (row.invalid) return "invalid";
-  char text[16];
-  std::snprintf(text, sizeof(text), "%08X", row.size);
-  return text;
+  return Hex(row.size, 8);
 }
 
 std::string BinCopyText(const BinRow& row) {
   if (row.invalid || !SizesDiffer(row)) return {};
-  char text[16];
-  std::snprintf(text, sizeof(text), "%08X", row.size_copy);
-  return text;
+  return Hex(row.size_copy, 8);
 }
 
 std::string BinPaneText(const BinRow& row) {
-  char text[48];
-  std::snprintf(text, sizeof(text), row.invalid ? "%4u,  %X    - Error" : "%04X,   %X",
-                ShownNumber(row), row.place);
-  return text;
+  if (row.invalid) {
+    return Concat({Decimal(ShownNumber(row), 4, ' '), ",  ", Hex(row.place), "    - Error"});
+  }
+  return Concat({Hex(ShownNumber(row), 4), ",   ", Hex(row.place)});
 }
 
 }  // namespace hivequarry

@@ -1,9 +1,9 @@
 #include "hive/file_place.h"
 
 #include <algorithm>
-#include <cstdio>
 
 #include "hive/offset_map.h"
+#include "host/number_text.h"
 
 namespace hivequarry {
 namespace {
@@ -38,15 +38,13 @@ uint32_t PlaceInPieces(const std::vector<ImagePiece>& pieces, uint32_t position)
                                            : piece.place + (position - piece.position);
 }
 
-std::string Hex(uint32_t position) {
-  char text[40];
-  std::snprintf(text, sizeof text, "0x%08X (%u)", position, position);
-  return text;
+std::string BothForms(uint32_t position) {
+  return Concat({"0x", Hex(position, 8), " (", Decimal(position), ")"});
 }
 
 std::string WordsOf(const HiveImage& hive, const UndoneMove& move) {
   const auto at = [&](uint32_t place) {
-    return Hex(hive.base_offset + PlaceInText(hive.places.returns, place));
+    return BothForms(hive.base_offset + PlaceInText(hive.places.returns, place));
   };
   const std::string bytes = std::to_string(move.count) + (move.count == 1 ? " byte" : " bytes");
   switch (move.kind) {
@@ -94,7 +92,7 @@ uint32_t PositionOfPlace(const HiveImage& hive, uint32_t place) {
 }
 
 std::string PlaceWords(const HiveImage& hive, uint32_t position) {
-  return position >= kNowhere ? "nowhere" : Hex(PlaceOf(hive, position));
+  return position >= kNowhere ? "nowhere" : BothForms(PlaceOf(hive, position));
 }
 
 std::string UndoneWords(const HiveImage& hive) {

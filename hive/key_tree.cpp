@@ -1,11 +1,11 @@
 #include "hive/key_tree.h"
 
 #include <algorithm>
-#include <cstdio>
 
 #include "hive/key_node.h"
 #include "hive/root_path.h"
 #include "host/host.h"
+#include "host/number_text.h"
 
 namespace hivequarry {
 namespace {
@@ -65,11 +65,7 @@ uint32_t ItemOfPosition(const KeyTree& tree, uint32_t position) {
   return rank == kNoRank ? kNoItem : tree.item_of_rank[rank];
 }
 
-std::string GeneratedName(uint32_t number) {
-  char text[32];
-  std::snprintf(text, sizeof(text), "%s%02u)", "Unnamed(", number);
-  return text;
-}
+std::string GeneratedName(uint32_t number) { return Concat({"Unnamed(", Decimal(number, 2), ")"}); }
 
 std::string HintName(uint32_t hint) {
   std::string name;
@@ -153,13 +149,12 @@ std::string MarkWords(uint16_t marks, uint8_t repairs, uint32_t parent_offset) {
     if (!text.empty()) text += ' ';
     text += word;
   }
-  char parent[32];
-  std::snprintf(parent, sizeof(parent), "par_rep 0x%X", parent_offset);
-  const std::pair<uint8_t, const char*> repaired[] = {{kRepairParent, parent},
-                                                      {kRepairValueList, "val_rep"},
-                                                      {kRepairSubkeyList, "list_rep"},
-                                                      {kRepairRoot, "root_rep"},
-                                                      {kRepairNotItsParent, "par_reused"}};
+  const std::string parent = Concat({"par_rep 0x", Hex(parent_offset)});
+  const std::pair<uint8_t, std::string_view> repaired[] = {{kRepairParent, parent},
+                                                           {kRepairValueList, "val_rep"},
+                                                           {kRepairSubkeyList, "list_rep"},
+                                                           {kRepairRoot, "root_rep"},
+                                                           {kRepairNotItsParent, "par_reused"}};
   for (const auto& [repair, word] : repaired) {
     if ((repairs & repair) == 0) continue;
     if (!text.empty()) text += ' ';

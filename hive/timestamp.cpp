@@ -1,9 +1,9 @@
 #include "hive/timestamp.h"
 
 #include <chrono>
-#include <cstdio>
 
 #include "host/host.h"
+#include "host/number_text.h"
 
 namespace hivequarry {
 namespace {
@@ -154,11 +154,10 @@ std::string FormatCalendar(const CalendarTime& calendar) {
 
 std::string FormatIso8601(uint64_t file_time) {
   const CalendarTime calendar = CalendarOfFileTime(file_time);
-  char text[80];
-  std::snprintf(text, sizeof text, "%04d-%02d-%02dT%02d:%02d:%02d.%07uZ", calendar.year,
-                calendar.month, calendar.day, calendar.hour, calendar.minute, calendar.second,
-                calendar.fraction);
-  return text;
+  return Concat({Decimal(calendar.year, 4), "-", Decimal(calendar.month, 2), "-",
+                 Decimal(calendar.day, 2), "T", Decimal(calendar.hour, 2), ":",
+                 Decimal(calendar.minute, 2), ":", Decimal(calendar.second, 2), ".",
+                 Decimal(calendar.fraction, 7), "Z"});
 }
 
 }  // namespace hivequarry

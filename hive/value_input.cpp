@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "hive/value_text.h"
+#include "host/number_text.h"
 
 namespace hivequarry {
 namespace {
@@ -15,7 +16,6 @@ constexpr const char* kNoDigit = "no digit";
 constexpr const char* kTooLarge = "too large";
 constexpr const char* kHalfByte = "half a byte";
 
-constexpr char16_t kDigits[] = u"0123456789abcdef";
 constexpr size_t kBytesOfLine = 16;
 
 std::nullopt_t Fail(InputError& error, size_t position, const char* word) {
@@ -62,13 +62,6 @@ bool IsBlank(char16_t unit) {
   return unit == u' ' || unit == u'\t' || unit == u'\r' || unit == u'\n';
 }
 
-// 16 and above for what is no digit.
-uint32_t DigitOf(char16_t unit) {
-  if (unit >= u'0' && unit <= u'9') return unit - u'0';
-  const auto lower = static_cast<char16_t>(unit | 0x20);
-  return lower >= u'a' && lower <= u'f' ? lower - u'a' + 10U : 16U;
-}
-
 std::optional<uint64_t> NumberOf(std::u16string_view text, uint64_t limit, InputError& error) {
   size_t end = text.size();
   while (end > 0 && IsBlank(text[end - 1])) --end;
@@ -110,7 +103,7 @@ std::u16string NumberText(uint32_t type, std::span<const uint8_t> data, bool dec
   std::u16string text = u"0x";
   for (const uint8_t byte : bytes) {
     number = number << 8 | byte;
-    text += {kDigits[byte >> 4], kDigits[byte & 15]};
+    text += {char16_t(kLowerDigits[byte >> 4]), char16_t(kLowerDigits[byte & 15])};
   }
   if (!decimal) return text;
   const std::string digits = std::to_string(number);
@@ -220,7 +213,7 @@ std::u16string InputOfBytes(std::span<const uint8_t> data) {
   text.reserve(3 * data.size() + data.size() / kBytesOfLine);
   for (size_t i = 0; i < data.size(); ++i) {
     if (i != 0) text += i % kBytesOfLine == 0 ? u"\r\n" : u" ";
-    text += {kDigits[data[i] >> 4], kDigits[data[i] & 15]};
+    text += {char16_t(kLowerDigits[data[i] >> 4]), char16_t(kLowerDigits[data[i] & 15])};
   }
   return text;
 }

@@ -2,11 +2,10 @@
 
 #include <algorithm>
 #include <bit>
-#include <cinttypes>
-#include <cstdio>
 #include <cstring>
 
 #include "host/host.h"
+#include "host/number_text.h"
 
 namespace hivequarry {
 namespace {
@@ -26,8 +25,6 @@ constexpr const char* kTypeNames[] = {"REG_NONE",
                                       "REG_FULL_RESOURCE_DESCRIPTOR",
                                       "REG_RESOURCE_REQUIREMENTS_LIST",
                                       "REG_QWORD"};
-constexpr char kUpperDigits[] = "0123456789ABCDEF";
-constexpr char kLowerDigits[] = "0123456789abcdef";
 constexpr size_t kNoLimit = SIZE_MAX;
 constexpr size_t kPreviewWidth = 48;  // of a binary preview: sixteen bytes
 constexpr size_t kDumpBytes = 8;      // per line of a hex dump
@@ -185,16 +182,12 @@ std::string TextPreview(uint32_t type, std::span<const uint8_t> data, bool wide)
 // is the cell's.
 std::string DetailHeader(const ValueKey& value, size_t length) {
   const uint32_t data = !value.inline_data ? value.data_position - 4 : value.data_position;
-  char text[96];
-  int used =
-      std::snprintf(text, sizeof text, "Type %" PRId32 ", Value 0x%" PRIX32 ", Data 0x%" PRIX32,
-                    static_cast<int32_t>(value.type), value.position, data);
-  std::string header(text, static_cast<size_t>(used));
+  const std::string header =
+      Concat({"Type ", Decimal(static_cast<int32_t>(value.type)), ", Value 0x", Hex(value.position),
+              ", Data 0x", Hex(data), ", Length "});
   const auto shown = static_cast<uint32_t>(length);
-  used = length <= 9 ? std::snprintf(text, sizeof text, ", Length %" PRIX32 "\r\n", shown)
-                     : std::snprintf(text, sizeof text, ", Length 0x%" PRIX32 " (%" PRIu32 ")\r\n",
-                                     shown, shown);
-  return header.append(text, static_cast<size_t>(used));
+  if (length <= 9) return Concat({header, Decimal(shown), "\r\n"});
+  return Concat({header, "0x", Hex(shown), " (", Decimal(shown), ")\r\n"});
 }
 
 std::string DetailText(const ValueKey& value, std::span<const uint8_t> data) {
@@ -238,9 +231,7 @@ std::string HexNumber(uint32_t number) {
 
 std::string TypeName(uint32_t type) {
   if (type < std::size(kTypeNames)) return kTypeNames[type];
-  char text[16];
-  std::snprintf(text, sizeof text, "0x%" PRIx32, type);
-  return text;
+  return Concat({"0x", SmallHex(type)});
 }
 
 std::string DataText(uint32_t type, std::span<const uint8_t> data, bool keep_zeros) {

@@ -2,12 +2,12 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cinttypes>
 #include <cstring>
 
 #include "host/files.h"
 #include "host/host.h"
 #include "host/long_operation.h"
+#include "host/number_text.h"
 #include "host/shortfalls.h"
 
 namespace hivequarry {
@@ -99,10 +99,8 @@ std::string UnreadRangesText(const UnreadBytes& unread, size_t most) {
   std::string text;
   for (size_t i = 0; i < unread.ranges.size() && i < most; ++i) {
     const FileRange& range = unread.ranges[i];
-    char words[64];
-    std::snprintf(words, sizeof words, "%s0x%08" PRIX64 "-0x%08" PRIX64, i == 0 ? "" : ", ",
-                  range.position, range.position + range.size - 1);
-    text += words;
+    text += Concat({i == 0 ? "" : ", ", "0x", Hex(range.position, 8), "-0x",
+                    Hex(range.position + range.size - 1, 8)});
   }
   return unread.ranges.size() > most ? text + ", ..." : text;
 }

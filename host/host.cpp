@@ -1,6 +1,7 @@
 #include "host/host.h"
 
 #include "host/letter_order.h"
+#include "host/number_text.h"
 
 namespace hivequarry {
 namespace {
@@ -164,12 +165,7 @@ std::u16string WidenText(std::string_view narrow) {
 std::string Utf8FromWide(std::u16string_view wide) { return EncodeUtf8(wide, false); }
 std::string GeneralUtf8FromWide(std::u16string_view wide) { return EncodeUtf8(wide, true); }
 
-std::string LoneSurrogateText(char16_t unit) {
-  constexpr char kDigits[] = "0123456789ABCDEF";
-  std::string text = "?{";
-  for (int shift = 12; shift >= 0; shift -= 4) text += kDigits[unit >> shift & 15];
-  return text + '}';
-}
+std::string LoneSurrogateText(char16_t unit) { return Concat({"?{", Hex(unit, 4), "}"}); }
 
 bool IsLoneSurrogate(const uint8_t* bytes, size_t size, size_t at) {
   const auto unit = [bytes](size_t i) {

@@ -1,7 +1,6 @@
 #include "host/launch.h"
 
-#include <cinttypes>
-#include <cstdio>
+#include "host/number_text.h"
 
 namespace hivequarry {
 namespace {
@@ -29,9 +28,7 @@ bool LaunchSelf(const std::string& arguments, int mode) {
 }
 
 std::string RangeArguments(const std::string& file, uint32_t start, uint32_t end) {
-  char range[48];
-  std::snprintf(range, sizeof range, "-soff=%" PRIu32 " -eoff=%" PRIu32 " \"", start, end);
-  return range + file + '"';
+  return Concat({"-soff=", Decimal(start), " -eoff=", Decimal(end), " \"", file, "\""});
 }
 
 std::string KeyArguments(const std::string& file, uint32_t start, uint32_t end, uint32_t key) {

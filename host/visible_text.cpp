@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
-#include <cstdio>
 
 #include "host/host.h"
+#include "host/number_text.h"
 
 namespace hivequarry {
 namespace {
@@ -38,11 +38,7 @@ char16_t UnitAt(std::string_view utf8, size_t at, size_t length) {
   return static_cast<char16_t>((byte(0) & 0x0F) << 12 | (byte(1) & 0x3F) << 6 | (byte(2) & 0x3F));
 }
 
-void AppendEscape(char16_t unit, std::string& out) {
-  char text[16];
-  std::snprintf(text, sizeof text, "\\u{%X}", static_cast<unsigned>(unit));
-  out += text;
-}
+void AppendEscape(char16_t unit, std::string& out) { out += Concat({"\\u{", Hex(unit), "}"}); }
 
 // The UTF-8 bytes of one character at the start of a text; 0 where they are none.
 size_t SoundLength(std::string_view text) {

@@ -5,6 +5,7 @@
 #include "hive/offset_map.h"
 #include "hive/value_text.h"
 #include "host/host.h"
+#include "host/number_text.h"
 
 namespace hivequarry {
 
@@ -19,11 +20,10 @@ std::string TargetText(const HiveImage& hive, uint32_t position) {
 }
 
 std::string BytesText(std::span<const uint8_t> bytes) {
-  constexpr char kDigits[] = "0123456789abcdef";
   std::string text(bytes.size() * 2, '0');
   for (size_t i = 0; i < bytes.size(); ++i) {
-    text[2 * i] = kDigits[bytes[i] >> 4];
-    text[2 * i + 1] = kDigits[bytes[i] & 15];
+    text[2 * i] = kLowerDigits[bytes[i] >> 4];
+    text[2 * i + 1] = kLowerDigits[bytes[i] & 15];
   }
   return text;
 }

@@ -1,12 +1,12 @@
 #include "lists/list_writers.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <cstring>
 
 #include "hive/file_place.h"
 #include "hive/timestamp.h"
 #include "host/host.h"
+#include "host/number_text.h"
 #include "host/visible_text.h"
 #include "lists/list_sink.h"
 
@@ -76,9 +76,7 @@ void AppendJsonEscape(char16_t unit, std::string& out) {
     out += {'\\', kLetters[named]};
     return;
   }
-  constexpr char kDigits[] = "0123456789abcdef";
-  out += "\\u";
-  for (int shift = 12; shift >= 0; shift -= 4) out += kDigits[unit >> shift & 15];
+  out += Concat({"\\u", SmallHex(unit, 4)});
 }
 
 // Bytes of a character that has to be escaped, with its unit; 0 for any other. The standard asks
@@ -134,9 +132,7 @@ void AppendJsonName(std::string_view utf8, std::string& scratch, std::string& ou
     const size_t size = TakeLoneSurrogate(utf8, at, unit);
     if (size == 0) continue;
     AppendJsonText(CellUtf8(utf8.substr(from, at - from), true, scratch), out);
-    char escape[8];
-    std::snprintf(escape, sizeof escape, "\\u%04x", unit & 0xFFFF);
-    out += escape;
+    out += Concat({"\\u", SmallHex(unit & 0xFFFF, 4)});
     from = at + size;
   }
   AppendJsonText(CellUtf8(utf8.substr(from), true, scratch), out);

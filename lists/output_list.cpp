@@ -3,14 +3,13 @@
 #include <algorithm>
 #include <array>
 #include <bit>
-#include <cinttypes>
-#include <cstdio>
 #include <cstring>
 #include <new>
 #include <utility>
 
 #include "host/host.h"
 #include "host/long_operation.h"
+#include "host/number_text.h"
 
 namespace hivequarry {
 namespace {
@@ -310,11 +309,10 @@ bool TryAddNumberedRow(OutputList& list, const NewRow& row) {
   std::array<std::string_view, kMaxOwnColumns> texts;
   const size_t count = std::min(row.texts.size(), texts.size());
   std::copy_n(row.texts.begin(), count, texts.begin());
-  const char* format = list.numbers == RowNumbers::kFive ? "%05" PRIu32 ", " : "%06" PRIu32 " ";
-  std::array<char, 16 + kMaxNumberedText> first;
-  const int digits = std::snprintf(first.data(), 16, format, RowCount(list) + 1);
-  const size_t length = texts[0].copy(first.data() + digits, kMaxNumberedText);
-  texts[0] = {first.data(), static_cast<size_t>(digits) + length};
+  const bool five = list.numbers == RowNumbers::kFive;
+  const std::string first = Concat({Decimal(RowCount(list) + 1, five ? 5 : 6), five ? ", " : " ",
+                                    texts[0].substr(0, kMaxNumberedText)});
+  texts[0] = first;
   NewRow numbered = row;
   numbered.texts = {texts.data(), std::max<size_t>(count, 1)};
   return TryAddRow(list, numbered);

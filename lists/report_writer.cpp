@@ -1,8 +1,8 @@
-#include <algorithm>
-#include <cstdio>
 
 #include "hive/timestamp.h"
+#include "host/case.h"
 #include "host/host.h"
+#include "host/number_text.h"
 #include "lists/list_report.h"
 #include "lists/list_sink.h"
 #include "lists/report_keys.h"
@@ -62,11 +62,7 @@ void WriteHead(const ListShape& shape, int columns, const ReportLook& look, std:
   out += "\r\n";
 }
 
-void AppendNumber(int number, std::string& out) {
-  char text[16];
-  std::snprintf(text, sizeof text, "%02d", number);
-  out += text;
-}
+void AppendNumber(int number, std::string& out) { out += Decimal(number, 2); }
 
 void WriteRow(const ListShape& shape, int columns, uint32_t row, std::string& out) {
   std::string scratch;
@@ -88,9 +84,7 @@ void WriteRow(const ListShape& shape, int columns, uint32_t row, std::string& ou
 bool IsReportName(std::string_view file) {
   constexpr std::string_view kEnding = ".rpt";
   if (file.size() <= kEnding.size()) return false;
-  const std::string_view ending = file.substr(file.size() - kEnding.size());
-  return std::equal(ending.begin(), ending.end(), kEnding.begin(),
-                    [](char a, char b) { return a == b || (a >= 'A' && a <= 'Z' && a + 32 == b); });
+  return EqualPlainLetters(file.substr(file.size() - kEnding.size()), kEnding);
 }
 
 std::string ReportTime(int64_t local_seconds) {
@@ -101,10 +95,9 @@ std::string ReportTime(int64_t local_seconds) {
   const CalendarTime at = CalendarOfFileTime(time);
   // Days are counted from 1601-01-01, a Monday.
   const uint64_t day = time / kUnitsPerSecond / kSecondsPerDay;
-  char text[64];
-  std::snprintf(text, sizeof text, "%s %s %2d %02d:%02d:%02d %04d", kDays[day % 7],
-                kMonths[at.month - 1], at.day, at.hour, at.minute, at.second, at.year);
-  return text;
+  return Concat({kDays[day % 7], " ", kMonths[at.month - 1], " ", Decimal(at.day, 2, ' '), " ",
+                 Decimal(at.hour, 2), ":", Decimal(at.minute, 2), ":", Decimal(at.second, 2), " ",
+                 Decimal(at.year, 4)});
 }
 
 std::string ReportTimeNow() {

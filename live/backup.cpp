@@ -1,12 +1,12 @@
 #include "live/backup.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <filesystem>
 #include <iterator>
 
 #include "host/files.h"
 #include "host/host.h"
+#include "host/number_text.h"
 #include "host/output_file.h"
 #include "host/profile.h"
 #include "lists/list_report.h"
@@ -25,10 +25,8 @@ constexpr const char* kRecordKey = "LastBackup";
 // --- names by date -------------------------------------------------------------------------------
 
 std::string DateName(bool automatic, const CalendarTime& day) {
-  char name[48];
-  std::snprintf(name, sizeof name, "%c%02d-%02d-%02d", automatic ? 'B' : 'S', day.year % 100,
-                day.month, day.day);
-  return name;
+  return Concat({automatic ? "B" : "S", Decimal(day.year % 100, 2), "-", Decimal(day.month, 2), "-",
+                 Decimal(day.day, 2)});
 }
 
 // The path without a last component that is named by a date, and its separators.
@@ -284,9 +282,9 @@ std::string ReadLastBackup(const std::string& settings_file) {
 
 void RecordBackup(const std::string& settings_file, const CalendarTime& now) {
   if (settings_file.empty()) return;
-  char text[64];
-  std::snprintf(text, sizeof text, "%04d-%02d-%02d, %02d:%02d", now.year, now.month, now.day,
-                now.hour, now.minute);
+  const std::string text =
+      Concat({Decimal(now.year, 4), "-", Decimal(now.month, 2), "-", Decimal(now.day, 2), ", ",
+              Decimal(now.hour, 2), ":", Decimal(now.minute, 2)});
   WriteProfile(settings_file, kRecordSection, kRecordKey, text);
   FlushProfile(settings_file);
 }

@@ -1,12 +1,12 @@
 #include "live/hive_mounts.h"
 
 #include <array>
-#include <cstdio>
 
 #include "hive/timestamp.h"
 #include "host/evidence.h"
 #include "host/files.h"
 #include "host/host.h"
+#include "host/number_text.h"
 #include "live/live_keys.h"
 
 namespace hivequarry {
@@ -41,9 +41,7 @@ void ListKeyAndSubkeys(const std::string& path, OutputList& list) {
 std::u16string FindFreeTempKey(RegistryKey root) {
   constexpr int kLast = 9999;
   for (int number = 1; number <= kLast; ++number) {
-    char name[16];
-    std::snprintf(name, sizeof(name), "Temp%02d", number);
-    std::u16string wide = WideFromUtf8(name);
+    std::u16string wide = WideFromUtf8(Concat({"Temp", Decimal(number, 2)}));
     if (OpenedKey(root, wide.c_str(), kRegistryRead).error() != kRegistryDone) return wide;
   }
   return {};

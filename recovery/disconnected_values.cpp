@@ -1,12 +1,11 @@
 #include "recovery/disconnected_values.h"
 
-#include <cstdio>
-
 #include "hive/key_node.h"
 #include "hive/key_tree.h"
 #include "hive/value_key.h"
 #include "host/host.h"
 #include "host/long_operation.h"
+#include "host/number_text.h"
 #include "recovery/hang_keys.h"
 #include "recovery/live_cells.h"
 
@@ -16,9 +15,7 @@ namespace {
 constexpr uint32_t kProgressKeys = 128;
 
 void ShowKeyProgress(uint32_t done, size_t total) {
-  char text[48];
-  std::snprintf(text, sizeof(text), "%u/%zu", done, total);
-  ShowStatus(text);
+  ShowStatus(Concat({Decimal(done), "/", Decimal(static_cast<int64_t>(total))}).c_str());
 }
 
 // Takes out of the tables, and out of the values that no key names, those that have bytes of a live

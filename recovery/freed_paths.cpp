@@ -1,6 +1,5 @@
 // Paths of freed keys, and what their places and paths are worth in words.
 #include <algorithm>
-#include <cstdio>
 #include <iterator>
 #include <utility>
 #include <vector>
@@ -9,6 +8,7 @@
 #include "hive/key_node.h"
 #include "hive/value_text.h"
 #include "host/host.h"
+#include "host/number_text.h"
 #include "recovery/freed_records.h"
 
 namespace hivequarry {
@@ -120,10 +120,8 @@ const char* WordsOf(FreedPlace place) {
 std::string ShiftWords(uint32_t shift) {
   if (shift == 0) return {};
   const bool less = shift > INT32_MAX;
-  char text[80];
-  std::snprintf(text, sizeof(text), "offsets are those of an earlier state of the hive: 0x%X %s",
-                less ? 0U - shift : shift, less ? "less" : "more");
-  return text;
+  return Concat({"offsets are those of an earlier state of the hive: 0x",
+                 Hex(less ? 0U - shift : shift), less ? " less" : " more"});
 }
 
 std::string FreedPlaceWords(const FreedRecords&, const FreedKey& key) {

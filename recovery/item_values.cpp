@@ -1,7 +1,6 @@
 #include "recovery/item_values.h"
 
 #include <algorithm>
-#include <cstdio>
 
 #include "hive/file_place.h"
 #include "hive/key_node.h"
@@ -9,6 +8,7 @@
 #include "hive/timestamp.h"
 #include "hive/value_key.h"
 #include "host/host.h"
+#include "host/number_text.h"
 #include "recovery/list_recorder.h"
 
 namespace hivequarry {
@@ -25,16 +25,12 @@ ValueRow InfoRow(const char* name, const char* text) {
 // A key's own numbers: value count, parent, class name and subkey count.
 ValueRow CellDetailsRow(const HiveImage& hive, uint32_t position) {
   const KeyNode key = ReadKeyNode(hive, position, KeyRead::kFields);
-  char text[96];
   ValueRow row;
-  std::snprintf(text, sizeof(text), "_%06Xi,  %Xp,   %Xc,  %Xn", key.value_count,
-                PlaceOf(hive, key.parent), PlaceOf(hive, key.class_name), key.subkey_count);
-  row.name = text;
-  std::snprintf(text, sizeof(text), "%08Xo", PlaceOf(hive, position));
-  row.type = text;
+  row.name = Concat({"_", Hex(key.value_count, 6), "i,  ", Hex(PlaceOf(hive, key.parent)), "p,   ",
+                     Hex(PlaceOf(hive, key.class_name)), "c,  ", Hex(key.subkey_count), "n"});
+  row.type = Concat({Hex(PlaceOf(hive, position), 8), "o"});
   if (key.value_list != kNoOffset) {
-    std::snprintf(text, sizeof(text), ", %08XNl", PlaceOf(hive, key.value_list));
-    row.type += text;
+    row.type += Concat({", ", Hex(PlaceOf(hive, key.value_list), 8), "Nl"});
   }
   row.icon = static_cast<int>(ValueIcon::kFolder);
   return row;
@@ -75,20 +71,17 @@ void TakeEntries(const HiveImage& hive, uint32_t key_position, const std::vector
 bool IsOrdinaryType(uint32_t type) { return (type >= 1 && type <= 4) || type == kRegMultiSz; }
 
 void MakeTechnical(const HiveImage& hive, const ValueKey& value, ValueRow& row) {
-  char text[96];
-  std::snprintf(text, sizeof(text), "%Xovk, %uln, %uld, ", PlaceOf(hive, value.position),
-                uint32_t{value.name_length}, value.data_length);
-  row.name = text + value.name;
-  const bool ordinary = IsOrdinaryType(value.type);
-  std::snprintf(text, sizeof(text), ordinary ? "%Xod, (%u)" : "%08Xo, %u %s ",
-                PlaceOf(hive, value.data_position), value.type, "= unknown dtype");
-  row.data = text;
+  row.name = Concat({Hex(PlaceOf(hive, value.position)), "ovk, ", Decimal(value.name_length),
+                     "ln, ", Decimal(value.data_length), "ld, ", value.name});
+  const uint32_t data = PlaceOf(hive, value.data_position);
+  row.data = IsOrdinaryType(value.type)
+                 ? Concat({Hex(data), "od, (", Decimal(value.type), ")"})
+                 : Concat({Hex(data, 8), "o, ", Decimal(value.type), " = unknown dtype "});
   // The data's offset leads nowhere: what is there is no position.
   if (value.data_position >= kNowhere) row.data.replace(0, row.data.find(','), "nowhere");
   if (value.edited) row.type += "  Edited";
   if (value.status != ValueStatus::kRead) {
-    std::snprintf(text, sizeof(text), "  Error %d", -static_cast<int>(value.status));
-    row.type += text;
+    row.type += Concat({"  Error ", Decimal(-static_cast<int>(value.status))});
   }
 }
 
@@ -99,11 +92,7 @@ struct DetailLines {
   void Add(const char* label, const std::string& value) {
     if (!value.empty()) fields.push_back({label, value});
   }
-  void AddHex(const char* label, uint32_t value) {
-    char number[16];
-    std::snprintf(number, sizeof(number), "0x%08X", value);
-    Add(label, number);
-  }
+  void AddHex(const char* label, uint32_t value) { Add(label, Concat({"0x", Hex(value, 8)})); }
   void AddPosition(const char* label, uint32_t position) {
     Add(label, position == kNoOffset ? "none" : PlaceWords(hive, position));
   }

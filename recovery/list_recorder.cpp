@@ -1,12 +1,12 @@
 #include "recovery/list_recorder.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <numeric>
 
 #include "hive/cells.h"
 #include "hive/key_node.h"
 #include "host/long_operation.h"
+#include "host/number_text.h"
 #include "host/shortfalls.h"
 
 namespace hivequarry {
@@ -111,9 +111,7 @@ const RecordedList& ListOfEntry(const ListRecords& records, uint32_t entry) {
 }
 
 std::string ListKindText(uint16_t signature, uint32_t count) {
-  char text[24];
-  std::snprintf(text, sizeof(text), "%X-%u", signature, count);
-  return text;
+  return Concat({Hex(signature), "-", Decimal(count)});
 }
 
 bool ReadHint(const HiveImage& hive, uint32_t position, uint32_t& hint) {

@@ -2,8 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cinttypes>
-#include <cstdio>
 #include <span>
 
 #include "hive/cells.h"
@@ -13,6 +11,7 @@
 #include "hive/timestamp.h"
 #include "hive/value_key.h"
 #include "hive/value_text.h"
+#include "host/number_text.h"
 #include "recovery/scan.h"
 
 namespace hivequarry {
@@ -23,11 +22,7 @@ constexpr uint32_t kBigDataLength = 16;    // of a "db" cell
 constexpr uint32_t kLargestHidden = 4096;  // how far before one a hidden record is looked for
 constexpr size_t kMostNameShown = 128;     // of a record that is led to
 
-std::string HexWords(uint32_t value, int digits) {
-  char text[16];
-  std::snprintf(text, sizeof(text), "0x%0*" PRIX32, digits, value);
-  return text;
-}
+std::string HexWords(uint32_t value, size_t digits) { return Concat({"0x", Hex(value, digits)}); }
 
 std::string ByteCount(uint32_t count) { return std::to_string(count) + " bytes"; }
 
@@ -412,13 +407,12 @@ class RowWriter {
 
  private:
   std::string BytesText(uint32_t position, uint32_t size) const {
-    constexpr char kDigits[] = "0123456789ABCDEF";
     std::array<uint8_t, kRawBytes> bytes;
     const uint32_t got = ReadBytes(hive_, position, bytes.data(), std::min(size, kRawBytes));
     std::string text;
     for (uint32_t i = 0; i < got; ++i) {
       if (i != 0) text += ' ';
-      text += {kDigits[bytes[i] >> 4], kDigits[bytes[i] & 15]};
+      text += {kUpperDigits[bytes[i] >> 4], kUpperDigits[bytes[i] & 15]};
     }
     return size > kRawBytes ? text + " ..." : text;
   }

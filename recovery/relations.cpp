@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <bit>
-#include <cstdio>
 #include <span>
 
 #include "hive/cells.h"
@@ -12,6 +11,7 @@
 #include "hive/value_key.h"
 #include "host/host.h"
 #include "host/long_operation.h"
+#include "host/number_text.h"
 #include "recovery/list_recorder.h"
 #include "recovery/pointer_repair.h"
 
@@ -35,9 +35,7 @@ struct Repair {
 bool StopOrShow(uint32_t row, size_t total) {
   if (row % kProgressRows != 0) return false;
   if (StopRequested()) return true;
-  char text[48];
-  std::snprintf(text, sizeof(text), "%u/%zu", row, total);
-  ShowStatus(text);
+  ShowStatus(Concat({Decimal(row), "/", Decimal(static_cast<int64_t>(total))}).c_str());
   return false;
 }
 

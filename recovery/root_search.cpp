@@ -1,7 +1,6 @@
 #include "recovery/root_search.h"
 
 #include <algorithm>
-#include <cinttypes>
 #include <cstdio>
 #include <string>
 #include <vector>
@@ -16,6 +15,7 @@
 #include "host/files.h"
 #include "host/host.h"
 #include "host/launch.h"
+#include "host/number_text.h"
 #include "recovery/hang_keys.h"
 #include "recovery/live_cells.h"
 
@@ -34,10 +34,9 @@ uint32_t SizeOfFile(const std::string& file) {
 
 // The scan stands still meanwhile: it is its thread that asks.
 bool WantsCopy(uint32_t file_position) {
-  char text[80];
-  std::snprintf(text, sizeof(text), "%s at 0x%" PRIX32 "! Open in new Window?",
-                "New Root Cell found", file_position);
-  return ShowMessage(text, kProgramName, Icon::kQuestion, Buttons::kYesNo) == Answer::kYes;
+  const std::string text =
+      Concat({"New Root Cell found at 0x", Hex(file_position), "! Open in new Window?"});
+  return ShowMessage(text.c_str(), kProgramName, Icon::kQuestion, Buttons::kYesNo) == Answer::kYes;
 }
 
 // Where the hive begins of which the key at a position is the first cell: with its base block, or

@@ -1,13 +1,13 @@
 #include "recovery/scan.h"
 
 #include <algorithm>
-#include <cstdio>
 
 #include "hive/cells.h"
 #include "hive/key_node.h"
 #include "hive/value_key.h"
 #include "host/host.h"
 #include "host/long_operation.h"
+#include "host/number_text.h"
 #include "recovery/root_search.h"
 
 namespace hivequarry {
@@ -232,9 +232,7 @@ void ShowProgress(Walk& walk, uint32_t step) {
                       tables.lists.size() + tables.bins.size();
   if (rows < walk.shown_rows + kProgressRows) return;
   walk.shown_rows = rows;
-  char text[48];
-  std::snprintf(text, sizeof(text), "%zu/%zu", tables.keys.size(), rows);
-  ShowStatus(text);
+  ShowStatus((std::to_string(tables.keys.size()) + "/" + std::to_string(rows)).c_str());
 }
 
 bool IsOffsetLike(const HiveImage& hive, uint32_t field) {

@@ -1,7 +1,6 @@
 #include "reports/edited_values.h"
 
 #include <array>
-#include <cstdio>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -9,6 +8,7 @@
 #include "hive/file_place.h"
 #include "hive/value_edits.h"
 #include "hive/value_key.h"
+#include "host/number_text.h"
 #include "recovery/item_values.h"
 
 namespace hivequarry {
@@ -30,8 +30,7 @@ void AddEdit(const HiveImage& hive, const KeyTree& tree, const ValueEdit& edit, 
   const std::string path = PathOfKey(hive, tree, edit.key);
   const ValueRow now = MakeValueRow(hive, edit.position, ValueViewOptions());
   const ValueRow stored = StoredRow(hive, edit.position);
-  char offset[16];
-  std::snprintf(offset, sizeof offset, "0x%08X", PlaceOf(hive, edit.position));
+  const std::string offset = Concat({"0x", Hex(PlaceOf(hive, edit.position), 8)});
   const std::array<std::string_view, 7> texts = {path,        now.name,    now.type, now.data,
                                                  stored.type, stored.data, offset};
   NewRow row;

@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <charconv>
-#include <cinttypes>
 #include <cstdio>
 #include <system_error>
 #include <vector>
@@ -13,6 +12,7 @@
 #include "host/files.h"
 #include "host/host.h"
 #include "host/long_operation.h"
+#include "host/number_text.h"
 #include "host/output_file.h"
 
 namespace hivequarry {
@@ -30,19 +30,13 @@ struct Range {
 // Where the pieces' names begin.
 std::string PieceStem(const std::string& source, const std::string& folder) {
   if (folder.empty()) return source;
-  const std::u8string leaf = FilePath(source).filename().u8string();
   const bool closed = folder.back() == '/' || folder.back() == '\\';
-  return folder + (closed ? "" : "/") + std::string(leaf.begin(), leaf.end());
+  return folder + (closed ? "" : "/") + LeafOf(FilePath(source));
 }
 
 std::string PieceName(const std::string& stem, int series, uint32_t number) {
-  char ending[32];
-  if (series == 0) {
-    std::snprintf(ending, sizeof(ending), ".sp_%02" PRIu32, number);
-  } else {
-    std::snprintf(ending, sizeof(ending), ".sp%d_%02" PRIu32, series, number);
-  }
-  return stem + ending;
+  const std::string series_text = series == 0 ? "" : std::to_string(series);
+  return Concat({stem, ".sp", series_text, "_", Decimal(number, 2)});
 }
 
 // A name that can't be looked at counts as taken.
@@ -152,9 +146,7 @@ bool WritePieces(Split& split) {
 }  // namespace
 
 std::string FilePositionText(uint64_t position) {
-  char text[48];
-  std::snprintf(text, sizeof(text), "0x%08" PRIX64 " (%" PRIu64 ")", position, position);
-  return text;
+  return Concat({"0x", Hex(position, 8), " (", std::to_string(position), ")"});
 }
 
 bool SplitFile(OutputList& list, const std::string& folder) {

@@ -1,7 +1,6 @@
 #include "reports/freed_find.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <string>
 #include <utility>
 #include <vector>
@@ -10,6 +9,7 @@
 #include "hive/key_node.h"
 #include "hive/value_text.h"
 #include "host/long_operation.h"
+#include "host/number_text.h"
 #include "lists/list_rows.h"
 
 namespace hivequarry {
@@ -47,10 +47,9 @@ class FreedSearch {
     const ValueRow row = MakeFreedRow(from_, content);
     const FreedPathTexts texts = FreedPathTextsOf(from_, freed.key);
     const std::string name = LosslessName(from_.hive, value);
-    char details[64];
-    std::snprintf(details, sizeof(details), "%Xrk, %dln, %dld",
-                  freed.key == kNoOffset ? 0 : PlaceOf(from_.hive, freed.key),
-                  int{value.name_length}, static_cast<int>(value.data_length));
+    const std::string details = Concat(
+        {Hex(freed.key == kNoOffset ? 0 : PlaceOf(from_.hive, freed.key)), "rk, ",
+         Decimal(value.name_length), "ln, ", Decimal(static_cast<int>(value.data_length)), "ld"});
     RowFacts facts;
     facts.path = texts.lossless;
     facts.name = name;
@@ -83,7 +82,7 @@ class FreedSearch {
   }
 
   void AddHit(std::vector<std::string> texts, uint32_t position, const RowFacts& facts, int icon,
-              const char* details, std::string place) {
+              std::string_view details, std::string place) {
     if (details_) {
       texts.push_back(PositionText(FilePositionOf(from_.hive, position)));
       texts.emplace_back(details);

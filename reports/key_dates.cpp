@@ -1,10 +1,10 @@
 #include "reports/key_dates.h"
 
-#include <cstdio>
 #include <tuple>
 
 #include "host/host.h"
 #include "host/long_operation.h"
+#include "host/number_text.h"
 #include "lists/list_rows.h"
 
 namespace hivequarry {
@@ -122,9 +122,7 @@ void ListKeyDates(const HiveImage& hive, const KeyTree& tree, uint32_t item,
     if (++keys % kKeysPerStatus == 0) ShowWalk(paths.PathOf(at), keys, RowCount(list));
     if (IsWanted(hive, tree, at, range)) AddDateRow(hive, tree, at, paths, list);
   }
-  char done[32];
-  std::snprintf(done, sizeof(done), "Done.  %u", RowCount(list));
-  ShowStatus(done);
+  ShowStatus(Concat({"Done.  ", Decimal(RowCount(list))}).c_str());
 }
 
 }  // namespace hivequarry

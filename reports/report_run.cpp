@@ -1,12 +1,13 @@
 #include "reports/report_run.h"
 
 #include <algorithm>
-#include <cstdio>
 
 #include "hive/root_path.h"
 #include "hive/timestamp.h"
 #include "hive/value_text.h"
+#include "host/case.h"
 #include "host/host.h"
+#include "host/number_text.h"
 #include "lists/list_rows.h"
 
 namespace hivequarry {
@@ -16,12 +17,8 @@ constexpr size_t kJoinLimit = 511;  // a joined cell stays shorter
 constexpr size_t kMaxMruEntries = 0x10000;
 
 void ShowProgress(const ReportRun& run) {
-  char text[32];
-  std::snprintf(text, sizeof(text), "%u/%u", run.visited, RowCount(run.list) + run.kept);
-  ShowStatus(text);
+  ShowStatus(Concat({Decimal(run.visited), "/", Decimal(RowCount(run.list) + run.kept)}).c_str());
 }
-
-char SmallLetter(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
 
 char Rot13(char c) {
   const bool capital = c >= 'A' && c <= 'Z';

@@ -6,13 +6,13 @@
 
 #include "hive/image.h"
 #include "hive/value_text.h"
+#include "host/number_text.h"
 #include "reports/registry_script.h"
 
 namespace hivequarry {
 namespace {
 
 constexpr char kLineEnd[] = "\r\n";
-constexpr char kDigits[] = "0123456789abcdef";
 constexpr char kUnwritable = '?';  // in place of what a line cannot hold
 
 // What a character is written as between quotes: itself (0), a letter after a backslash, or
@@ -93,23 +93,12 @@ void AppendQuotedString(std::span<const uint8_t> data, std::string& out) {
   out += '"';
 }
 
-// A number in lower-case hexadecimal, of at least that many digits.
-void AppendHexNumber(uint32_t number, int digits, std::string& out) {
-  while (digits < 8 && number >> 4 * digits != 0) ++digits;
-  std::array<char, 8> text;
-  for (char& digit : text) {
-    digit = kDigits[number >> 28];
-    number <<= 4;
-  }
-  out.append(text.end() - digits, text.end());
-}
-
 // The mark before hexadecimal data.
 void AppendHexMark(uint32_t type, std::string& out) {
   out += "hex";
   if (type != kRegBinary) {
     out += '(';
-    AppendHexNumber(type, 1, out);
+    out += SmallHex(type);
     out += ')';
   }
   out += ':';
@@ -119,7 +108,7 @@ void AppendHexMark(uint32_t type, std::string& out) {
 constexpr auto kHexBytes = [] {
   std::array<std::array<char, 4>, 256> texts{};
   for (size_t byte = 0; byte < texts.size(); ++byte) {
-    texts[byte] = {kDigits[byte >> 4], kDigits[byte & 15], ',', ','};
+    texts[byte] = {kLowerDigits[byte >> 4], kLowerDigits[byte & 15], ',', ','};
   }
   return texts;
 }();
@@ -170,7 +159,7 @@ void AppendData(uint32_t type, std::span<const uint8_t> data, size_t line_start,
     AppendQuotedString(data, out);
   } else if (type == kRegDword && data.size() == 4) {
     out += "dword:";
-    AppendHexNumber(LoadU32(data.data()), 8, out);
+    out += SmallHex(LoadU32(data.data()), 8);
   } else if (type == kRegExpandSz || type == kRegMultiSz) {
     AppendHexForm(type, BytesOf(DataText(type, data, true)), line_start, out);
   } else {

@@ -1,6 +1,5 @@
 #include "reports/search.h"
 
-#include <cstdio>
 #include <cstring>
 
 #include "hive/cells.h"
@@ -9,6 +8,7 @@
 #include "hive/value_text.h"
 #include "host/host.h"
 #include "host/long_operation.h"
+#include "host/number_text.h"
 #include "lists/list_rows.h"
 #include "recovery/item_values.h"
 #include "reports/search_sieve.h"
@@ -139,9 +139,9 @@ class BranchSearch {
     const bool of_key = IsKeyItem(tree_, item);
     const uint32_t key = tree_.items[item].position;
     const ValueRow row = MakeValueRow(hive_, value, data_, ValueViewOptions());
-    char details[64];
-    std::snprintf(details, sizeof(details), "%Xrk, %dln, %dld", of_key ? PlaceOf(hive_, key) : 0,
-                  int{value.name_length}, static_cast<int>(value.data_length));
+    const std::string details =
+        Concat({Hex(of_key ? PlaceOf(hive_, key) : 0), "rk, ", Decimal(value.name_length), "ln, ",
+                Decimal(static_cast<int>(value.data_length)), "ld"});
     RowFacts facts;
     const std::string lossless = LosslessName(hive_, value);
     facts.name = lossless;
@@ -151,7 +151,7 @@ class BranchSearch {
   }
 
   void AddHit(uint32_t item, uint32_t position, std::vector<std::string> texts, RowFacts facts,
-              int icon, const char* details = "") {
+              int icon, std::string_view details = {}) {
     if (details_) {
       texts.push_back(PositionText(FilePositionOf(hive_, position)));
       texts.emplace_back(details);

@@ -6,6 +6,7 @@
 #include "hive/image.h"
 #include "hive/value_text.h"
 #include "host/long_operation.h"
+#include "host/number_text.h"
 #include "reports/search.h"
 
 namespace hivequarry {
@@ -13,14 +14,7 @@ namespace {
 
 constexpr uint32_t kBinaryTwin = 0x201;  // a type of its own, yet searched as REG_BINARY
 constexpr size_t kDwordDigits = 8;
-constexpr std::string_view kHexDigits = "0123456789ABCDEFabcdef";
 constexpr size_t kStopInterval = 65536;  // bytes
-
-uint8_t DigitValue(char character) {
-  const auto code = static_cast<uint8_t>(character);
-  const int upper = code >= 'a' && code <= 'z' ? code - 32 : code;
-  return static_cast<uint8_t>(upper < 'A' ? upper - '0' : upper - 55);
-}
 
 // Where an attempt at `start` ends: after its last matched byte, 0 when it fails.
 template <typename Same>
@@ -97,7 +91,7 @@ HexPattern HexPatternOf(std::string_view text) {
     text.remove_prefix(group.size());
     if (group.starts_with("0x") || group.starts_with("0X")) group.remove_prefix(2);
     pattern.digits += group;
-    if (group.empty() || group.find_first_not_of(kHexDigits) != std::string_view::npos) {
+    if (group.empty() || !std::ranges::all_of(group, [](char c) { return DigitOf(c) < 16; })) {
       pattern.fault = HexFault::kNoDigits;
     } else if (group.size() % 2 != 0 && pattern.fault == HexFault::kNone) {
       pattern.fault = HexFault::kOdd;
@@ -127,16 +121,16 @@ bool CompilePattern(const SearchSettings& settings, SearchPattern& pattern) {
 }
 
 std::string HexOfText(std::string_view text) {
-  constexpr char kDigits[] = "0123456789ABCDEF";
   std::string hex;
-  for (const uint8_t byte : BytesOf(text)) hex += {kDigits[byte >> 4], kDigits[byte & 15]};
+  for (const uint8_t byte : BytesOf(text))
+    hex += {kUpperDigits[byte >> 4], kUpperDigits[byte & 15]};
   return hex;
 }
 
 std::string TextOfHex(std::string_view hex) {
   std::string text;
   for (size_t i = 0; i + 1 < hex.size(); i += 2) {
-    text.push_back(static_cast<char>((DigitValue(hex[i]) << 4) + DigitValue(hex[i + 1])));
+    text.push_back(static_cast<char>(DigitOf(hex[i]) << 4 | DigitOf(hex[i + 1])));
   }
   return text;
 }

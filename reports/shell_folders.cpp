@@ -1,4 +1,5 @@
 // Folders that have a GUID instead of a place.
+#include "host/number_text.h"
 #include "reports/shell_items.h"
 
 namespace hivequarry {
@@ -63,7 +64,6 @@ constexpr struct {
 std::string GuidText(std::span<const uint8_t, 16> guid) {
   // The first three groups are stored as little-endian numbers.
   constexpr int kOrder[] = {3, 2, 1, 0, -1, 5, 4, -1, 7, 6, -1, 8, 9, -1, 10, 11, 12, 13, 14, 15};
-  constexpr char kDigits[] = "0123456789ABCDEF";
   std::string text = "{";
   for (const int index : kOrder) {
     if (index < 0) {
@@ -71,7 +71,7 @@ std::string GuidText(std::span<const uint8_t, 16> guid) {
       continue;
     }
     const uint8_t byte = guid[static_cast<size_t>(index)];
-    text += {kDigits[byte >> 4], kDigits[byte & 15]};
+    text += {kUpperDigits[byte >> 4], kUpperDigits[byte & 15]};
   }
   return text + '}';
 }

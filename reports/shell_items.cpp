@@ -2,10 +2,10 @@
 
 #include <algorithm>
 #include <array>
-#include <cstdio>
 
 #include "hive/key_tree.h"
 #include "host/host.h"
+#include "host/number_text.h"
 #include "reports/report_run.h"
 
 namespace hivequarry {
@@ -214,11 +214,7 @@ std::string NameByKind(Span item) {
   return {};
 }
 
-std::string UnknownName(uint8_t kind) {
-  char text[16];
-  std::snprintf(text, sizeof(text), "{type 0x%02x}", kind);
-  return text;
-}
+std::string UnknownName(uint8_t kind) { return Concat({"{type 0x", SmallHex(kind, 2), "}"}); }
 
 }  // namespace
 

@@ -1,8 +1,8 @@
 // The accounts that SIDs name, by a table that the program carries and by this machine.
-#include <cstdio>
 
 #include "host/host.h"
 #include "host/long_operation.h"
+#include "host/number_text.h"
 #include "security/sid.h"
 
 namespace hivequarry {
@@ -114,8 +114,7 @@ void AddAlias(OutputList& list, uint32_t identifier) {
   const std::string text = "S-1-5-32-" + std::to_string(identifier);
   const AccountAnswer answer = AskHost(SidOfText(text));
   if (answer.outcome != AccountAnswer::kFound) return;
-  char number[16];
-  std::snprintf(number, sizeof number, "0x%08X", identifier);
+  const std::string number = Concat({"0x", Hex(identifier, 8)});
   const std::string kind = std::to_string(answer.kind);
   const std::string_view texts[] = {number, text, answer.name, answer.domain, kind};
   NewRow row;

@@ -1,12 +1,12 @@
 #include "security/descriptor.h"
 
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
 #include "hive/cells.h"
 #include "hive/offset_map.h"
 #include "host/long_operation.h"
+#include "host/number_text.h"
 #include "security/sid.h"
 
 namespace hivequarry {
@@ -97,9 +97,7 @@ bool ReadSecurityRecord(const HiveImage& hive, uint32_t position, SecurityRecord
 std::string InvalidRecordText(const HiveImage& hive, uint32_t position) {
   if (position == kNowhere) return "Invalid security key: its offset leads nowhere";
   const uint32_t offset = position == kNoOffset ? kNoOffset : OffsetOfPosition(hive, position);
-  char text[48];
-  std::snprintf(text, sizeof text, "Invalid security key at 0x%X", offset);
-  return text;
+  return Concat({"Invalid security key at 0x", Hex(offset)});
 }
 
 bool ReadAce(const HiveImage& hive, uint32_t position, AceInfo& ace,

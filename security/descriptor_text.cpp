@@ -1,7 +1,7 @@
-#include <cstdio>
 #include <span>
 
 #include "hive/file_place.h"
+#include "host/number_text.h"
 #include "security/descriptor.h"
 #include "security/sid.h"
 
@@ -43,11 +43,7 @@ constexpr BitWord kRightWords[] = {{0x00000001, "query value"},   {0x00000002, "
                                    {0x10000000, "generic all"},   {0x20000000, "generic execute"},
                                    {0x40000000, "generic write"}, {0x80000000, "generic read"}};
 
-std::string Hexadecimal(uint32_t value) {
-  char text[16];
-  std::snprintf(text, sizeof text, "0x%X", value);
-  return text;
-}
+std::string Hexadecimal(uint32_t value) { return Concat({"0x", Hex(value)}); }
 
 // Moves the words of whole rows from the bits to the text: of every row, or of the first alone.
 enum class Take : uint8_t { kFirst, kAll };
@@ -77,13 +73,6 @@ struct RecordText {
   std::string text;
 };
 
-template <typename... Values>
-void AddFormat(std::string& text, const char* format, Values... values) {
-  char part[64];
-  std::snprintf(part, sizeof part, format, values...);
-  text += part;
-}
-
 void AddSid(RecordText& report, const char* label, const std::string& sid_text) {
   if (sid_text.empty()) return;
   report.text += label + sid_text;
@@ -109,7 +98,7 @@ enum class Section : uint8_t { kDacl, kSacl };
 uint32_t AddAces(RecordText& report, Section section, const AclPlace& acl, uint32_t number) {
   uint32_t written = 0;
   ForEachAce(report.hive, acl, nullptr, [&](const AceInfo& ace, uint32_t index) {
-    AddFormat(report.text, "\r\nACE %02u: ", number + index + 1);
+    report.text += Concat({"\r\nACE ", Decimal(number + index + 1, 2), ": "});
     if (!ace.valid || ace.size == 0) {
       report.text += "Unclassified error.\r\n";
       return false;
@@ -163,12 +152,12 @@ std::string FormatSecurityRecord(const HiveImage& hive, const SecurityRecordInfo
 std::string FormatSecurityRecord(const HiveImage& hive, const SecurityRecordInfo& info,
                                  AccountNames& names) {
   RecordText report{hive, names, {}};
-  AddFormat(report.text, "Offset: 0x%08X\r\n", PlaceOf(hive, info.position));
+  report.text += Concat({"Offset: 0x", Hex(PlaceOf(hive, info.position), 8), "\r\n"});
   AddSid(report, "\r\nOwner : ", info.owner_text);
   AddSid(report, "\r\nGroup : ", info.group_text);
-  AddFormat(report.text, "\r\n\r\nDACL  : %u\r\n", info.dacl.count);
+  report.text += Concat({"\r\n\r\nDACL  : ", Decimal(info.dacl.count), "\r\n"});
   const uint32_t written = AddAces(report, Section::kDacl, info.dacl, 0);
-  AddFormat(report.text, "\r\n\r\nSACL  : %u\r\n", info.sacl.count);
+  report.text += Concat({"\r\n\r\nSACL  : ", Decimal(info.sacl.count), "\r\n"});
   AddAces(report, Section::kSacl, info.sacl, written);
   return std::move(report.text);
 }

@@ -3,6 +3,7 @@
 
 #include "hive/cells.h"
 #include "host/long_operation.h"
+#include "host/number_text.h"
 #include "security/security_lists.h"
 #include "security/security_rows.h"
 #include "security/sid.h"
@@ -61,12 +62,6 @@ void ForEachRecord(const HiveImage& hive, const SidReplacement& replace, const V
   }
 }
 
-std::string Counted(const char* format, uint32_t count) {
-  char text[16];
-  std::snprintf(text, sizeof text, format, count);
-  return text;
-}
-
 // Adds the rows of a walk over all entries.
 class AceRows {
  public:
@@ -95,11 +90,11 @@ class AceRows {
   }
 
   void AddAce(uint32_t record, const AceInfo& ace, uint32_t number) {
-    const std::string label = PlaceText(hive_, record) + Counted("  %02u", number);
+    const std::string label = Concat({PlaceText(hive_, record), "  ", Decimal(number, 2)});
     const std::string type = AceTypeText(ace.type);
     const std::string flags = FormatInheritFlags(ace.flags);
     const std::string rights = FormatAccessMask(ace.mask);
-    const std::string details = Counted("%05u", RowCount(list_) + 1);
+    const std::string details = Decimal(RowCount(list_) + 1, 5);
     const std::array<std::string_view, 7> texts = {
         label, type, flags, rights, ace.sid_text, names_.Of(ace.sid_text), details};
     AddListRow(list_, texts, record);  // without a column for them the details are dropped
@@ -119,7 +114,7 @@ void ScanSecurityCells(const HiveImage& hive, const SecurityListOptions& options
   AccountNames names(options.resolve);
   ForEachRecord(hive, options.replace, [&](const SecurityRecordInfo& info) {
     const std::string place = PlaceText(hive, info.position);
-    const std::string count = Counted("%02u", info.dacl.count + info.sacl.count);
+    const std::string count = Decimal(info.dacl.count + info.sacl.count, 2);
     const std::array<std::string_view, 6> texts = {place,           count,
                                                    info.owner_text, names.Of(info.owner_text),
                                                    info.group_text, names.Of(info.group_text)};

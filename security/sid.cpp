@@ -1,10 +1,9 @@
 #include "security/sid.h"
 
 #include <algorithm>
-#include <cctype>
-#include <cstdio>
 
 #include "hive/image.h"
+#include "host/number_text.h"
 
 namespace hivequarry {
 namespace {
@@ -21,22 +20,19 @@ uint32_t LoadU32BigEndian(const uint8_t* bytes) {
 // Nearly all authorities fit in 32 bits and are written as such.
 std::string AuthorityText(const uint8_t* bytes) {
   if (bytes[0] == 0 && bytes[1] == 0) return std::to_string(LoadU32BigEndian(bytes + 2));
-  char text[16];
-  std::snprintf(text, sizeof text, "0x%02x%02x%02x%02x%02x%02x", bytes[0], bytes[1], bytes[2],
-                bytes[3], bytes[4], bytes[5]);
-  return text;
+  const uint64_t high = uint64_t{bytes[0]} << 8 | bytes[1];
+  return Concat({"0x", SmallHex(high << 32 | LoadU32BigEndian(bytes + 2), 12)});
 }
 
 // The number at the start of `text`, which moves after it; false where there is none.
-bool TakeNumber(std::string_view& text, int base, uint64_t& number) {
+bool TakeNumber(std::string_view& text, uint32_t base, uint64_t& number) {
   const size_t most = std::min<size_t>(text.size(), 12);  // digits of the longest number, and more
   size_t length = 0;
   number = 0;
-  for (; length < most && std::isxdigit(static_cast<unsigned char>(text[length])) != 0; ++length) {
-    const char c = text[length];
-    const int digit = c <= '9' ? c - '0' : (c | 0x20) - 'a' + 10;
+  for (; length < most; ++length) {
+    const uint32_t digit = DigitOf(text[length]);
     if (digit >= base) break;
-    number = number * static_cast<uint64_t>(base) + static_cast<uint64_t>(digit);
+    number = number * base + digit;
   }
   text.remove_prefix(length);
   return length > 0;

@@ -4,6 +4,7 @@
 
 #include "hive/value_input.h"
 #include "host/host.h"
+#include "host/number_text.h"
 
 namespace hivequarry {
 namespace {
@@ -22,10 +23,9 @@ char16_t CopiedUnit(uint8_t byte) {
 }  // namespace
 
 std::optional<uint8_t> HexDigitOf(char16_t unit) {
-  if (unit >= u'0' && unit <= u'9') return static_cast<uint8_t>(unit - u'0');
-  if (unit >= u'a' && unit <= u'f') return static_cast<uint8_t>(unit - u'a' + 10);
-  if (unit >= u'A' && unit <= u'F') return static_cast<uint8_t>(unit - u'A' + 10);
-  return std::nullopt;
+  const uint32_t digit = DigitOf(unit);
+  if (digit > 15) return std::nullopt;
+  return static_cast<uint8_t>(digit);
 }
 
 std::optional<std::vector<uint8_t>> BytesOfHexText(std::u16string text) {

@@ -1,12 +1,12 @@
 #include "ui/commands/edit_commands.h"
 
-#include <cstdio>
 #include <utility>
 
 #include "hive/file_place.h"
 #include "hive/value_edits.h"
 #include "hive/value_key.h"
 #include "hive/value_text.h"
+#include "host/number_text.h"
 #include "reports/edited_values.h"
 #include "ui/commands/recent_keys_dialog.h"
 #include "ui/dialogs/value_editor.h"
@@ -75,10 +75,11 @@ void OnTakeBackEdit(MainWindow& window) {
 }
 
 void OnTakeBackAllEdits(MainWindow& window) {
-  char text[64];
   const size_t count = ListEdits(EditedHive(window)).size();
-  std::snprintf(text, sizeof text, "Take back %zu edited value%s ?", count, count == 1 ? "" : "s");
-  if (ShowMessage(text, kProgramName, Icon::kQuestion, Buttons::kYesNo) != Answer::kYes) return;
+  const std::string text =
+      Concat({"Take back ", std::to_string(count), " edited value", count == 1 ? "" : "s", " ?"});
+  if (ShowMessage(text.c_str(), kProgramName, Icon::kQuestion, Buttons::kYesNo) != Answer::kYes)
+    return;
   TakeBackAllEdits(EditedHive(window));
   EditsChanged(window);
 }

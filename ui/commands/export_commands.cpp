@@ -1,8 +1,6 @@
 #include "ui/commands/export_commands.h"
 
 #include <algorithm>
-#include <cinttypes>
-#include <cstdio>
 #include <memory>
 #include <utility>
 #include <vector>
@@ -11,6 +9,7 @@
 #include "host/host.h"
 #include "host/long_operation.h"
 #include "host/memory.h"
+#include "host/number_text.h"
 #include "reports/freed_find.h"
 #include "reports/freed_script.h"
 #include "reports/registry_script.h"
@@ -46,14 +45,10 @@ std::string ChooseScript(const ListPlace& place) {
 void ReportExported(const ScriptExport& written) {
   const uint32_t keys = written.keys;
   if (keys == 0) return;
-  char text[160];
-  std::snprintf(text, sizeof text, "%" PRIu32 " Item%s exported !", keys, keys > 1 ? "s" : "");
-  std::string said = text;
+  std::string said = Concat({Decimal(keys), keys > 1 ? " Items" : " Item", " exported !"});
   if (written.recovered_left_out != 0) {
-    std::snprintf(text, sizeof text,
-                  "\r\n%" PRIu32 " recovered left out (an option of the program writes them too)",
-                  written.recovered_left_out);
-    said += text;
+    said += Concat({"\r\n", Decimal(written.recovered_left_out),
+                    " recovered left out (an option of the program writes them too)"});
   }
   ShowMessage(said.c_str(), kProgramName, Icon::kInformation);
 }

@@ -1,10 +1,9 @@
 #include "ui/dialogs/position_dialog.h"
 
 #include <charconv>
-#include <cinttypes>
-#include <cstdio>
 #include <string>
 
+#include "host/number_text.h"
 #include "ui/frame/modal.h"
 #include "ui/frame/text.h"
 #include "ui/resources/resource.h"
@@ -41,22 +40,16 @@ void Judge(HWND dialog, PositionRequest& request) {
   const std::wstring text = TextOf(dialog);
   const bool number = ReadPosition(text, request.position);
   const bool good = number && request.position < request.end;
-  char message[80];
-  std::snprintf(message, sizeof message,
-                "Decimal, or hexadecimal after 0x; below 0x%08" PRIX32 " (%" PRIu32 ").",
-                request.end, request.end);
-  if (!text.empty() && !number) std::snprintf(message, sizeof message, "This is no position.");
-  if (number && !good) {
-    std::snprintf(message, sizeof message, "The hive ends at 0x%08" PRIX32 " (%" PRIu32 ").",
-                  request.end, request.end);
-  }
+  const std::string end = Concat({"0x", Hex(request.end, 8), " (", Decimal(request.end), ")."});
+  std::string message = "Decimal, or hexadecimal after 0x; below " + end;
+  if (!text.empty() && !number) message = "This is no position.";
+  if (number && !good) message = "The hive ends at " + end;
   SetDlgItemTextW(dialog, kPositionMessage, WideName(message).c_str());
   EnableWindow(GetDlgItem(dialog, IDOK), good);
 }
 
 void OnStart(HWND dialog, PositionRequest& request) {
-  char text[16];
-  std::snprintf(text, sizeof text, "0x%08" PRIX32, request.position);
+  const std::string text = Concat({"0x", Hex(request.position, 8)});
   SendDlgItemMessageW(dialog, kPositionText, EM_SETLIMITTEXT, 40, 0);
   SetWindowLongPtrW(dialog, DWLP_USER, reinterpret_cast<LONG_PTR>(&request));
   SetDlgItemTextW(dialog, kPositionText, WideName(text).c_str());

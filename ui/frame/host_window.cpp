@@ -1,9 +1,9 @@
 #include "ui/frame/host_window.h"
 
-#include <cstdio>
 #include <cstring>
 
 #include "host/accounts.h"
+#include "host/number_text.h"
 #include "ui/frame/modal.h"
 #include "ui/frame/text.h"
 
@@ -201,10 +201,8 @@ CodePage SystemCodePage() {
 }
 
 std::wstring HiveTitle(HWND window, const std::string& file_name) {
-  char start[64];
   const auto handle = static_cast<uint32_t>(reinterpret_cast<uintptr_t>(window));
-  std::snprintf(start, sizeof start, "%s:F:%08X:", kProgramName, handle);
-  return WideName(start + file_name);
+  return WideName(Concat({kProgramName, ":F:", Hex(handle, 8), ":", file_name}));
 }
 
 std::wstring LaunchLine(const std::wstring& program, const std::string& arguments) {

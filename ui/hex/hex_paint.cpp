@@ -1,7 +1,7 @@
 #include <algorithm>
 #include <array>
-#include <cstdio>
 
+#include "host/number_text.h"
 #include "ui/draw/dimmed_selection.h"
 #include "ui/hex/hex_window.h"
 #include "view/hex_text.h"
@@ -56,21 +56,20 @@ void DrawCharacters(const Painter& painter, uint32_t index, int top, const std::
 }
 
 std::wstring PositionText(uint32_t position) {
-  std::array<wchar_t, 16> text{};
-  std::swprintf(text.data(), text.size(), L"%08X", static_cast<unsigned>(position));
-  return text.data();
+  const Digits digits = Hex(position, 8);
+  const std::string_view text = digits;
+  return {text.begin(), text.end()};
 }
 
 // --- one line ------------------------------------------------------------------------------------
 
 std::wstring DigitsOf(const HexLayout& layout, const uint8_t* bytes, uint32_t count) {
-  constexpr wchar_t kDigits[] = L"0123456789ABCDEF";
   const int start = HexColumn(layout, 0);
   std::wstring text(static_cast<size_t>(HexColumn(layout, layout.per_line) - start), L' ');
   for (uint32_t i = 0; i < count; ++i) {
     const auto at = static_cast<size_t>(HexColumn(layout, i) - start);
-    text[at] = kDigits[bytes[i] >> 4];
-    text[at + 1] = kDigits[bytes[i] & 0x0F];
+    text[at] = static_cast<wchar_t>(kUpperDigits[bytes[i] >> 4]);
+    text[at + 1] = static_cast<wchar_t>(kUpperDigits[bytes[i] & 0x0F]);
   }
   return text;
 }

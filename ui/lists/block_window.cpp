@@ -1,10 +1,10 @@
 #include "ui/lists/block_window.h"
 
 #include <array>
-#include <cstdio>
 #include <vector>
 
 #include "hive/bins.h"
+#include "host/number_text.h"
 #include "ui/frame/list_view.h"
 #include "ui/frame/text.h"
 #include "ui/frame/window_class.h"
@@ -36,13 +36,11 @@ struct BlockWindow {
 WindowPlace& SavedPlace() { return TheSettings().places[kPlaceBlocks]; }
 
 std::string CellText(const BinRow& row, int column) {
-  char position[16];
   switch (column) {
     case 0:
       return BinNumberText(row);
     case 1:
-      std::snprintf(position, sizeof position, "%08X", row.place);
-      return position;
+      return Hex(row.place, 8);
     case 2:
       return BinSizeText(row);
     default:

@@ -1,12 +1,11 @@
 #include "ui/lists/list_frame.h"
 
 #include <algorithm>
-#include <cinttypes>
-#include <cstdio>
 #include <mutex>
 #include <string>
 #include <vector>
 
+#include "host/number_text.h"
 #include "ui/frame/text.h"
 #include "ui/frame/tool_buttons.h"
 #include "ui/main/main_window.h"
@@ -102,9 +101,8 @@ void ShowPart(const ListWindow& window, ListStatusPart part, const std::wstring&
 }
 
 void ShowCount(const ListWindow& window) {
-  char text[48];
-  std::snprintf(text, sizeof text, "Number of Items : %" PRIu32, ShownRowCount(window.place));
-  ShowPart(window, kListCount, WideName(text));
+  ShowPart(window, kListCount,
+           WideName(Concat({"Number of Items : ", Decimal(ShownRowCount(window.place))})));
 }
 
 // What the worker says of itself in the main window is shown here as well.

@@ -1,10 +1,10 @@
 #include "ui/lists/list_place.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <numeric>
 #include <utility>
 
+#include "host/number_text.h"
 #include "lists/list_columns.h"
 #include "ui/frame/list_view.h"
 #include "ui/frame/text.h"
@@ -22,9 +22,7 @@ constexpr int kCellMargin = 14;  // of both sides of a cell's text
 std::vector<std::string> GenericTitles() {
   std::vector<std::string> titles;
   for (int column = 0; column < kMaxColumns; ++column) {
-    char title[8];
-    std::snprintf(title, sizeof title, "Col%02d", column);
-    titles.emplace_back(title);
+    titles.push_back(Concat({"Col", Decimal(column, 2)}));
   }
   return titles;
 }

@@ -3,14 +3,13 @@
 #include <cderr.h>
 
 #include <algorithm>
-#include <cinttypes>
-#include <cstdio>
 #include <string_view>
 #include <vector>
 
 #include "host/files.h"
 #include "host/host.h"
 #include "host/memory.h"
+#include "host/number_text.h"
 #include "ui/dialogs/list_dialogs.h"
 #include "ui/frame/text.h"
 #include "ui/lists/list_handlers.h"
@@ -28,9 +27,8 @@ void ReportDialogError(DWORD error) {
 
 void ReportSaved(uint32_t rows) {
   if (rows == 0) return;
-  char text[48];
-  std::snprintf(text, sizeof text, "%" PRIu32 " Item%s saved !", rows, rows > 1 ? "s" : "");
-  ShowMessage(text, kProgramName, Icon::kInformation);
+  const std::string text = Concat({Decimal(rows), rows > 1 ? " Items" : " Item", " saved !"});
+  ShowMessage(text.c_str(), kProgramName, Icon::kInformation);
 }
 
 // Whether and how to write a file of that name; false when the user wants neither.
@@ -95,10 +93,8 @@ EditedTexts& TheEditedTexts() {
 std::string NextTextName() {
   std::wstring folder(MAX_PATH + 1, L'\0');
   folder.resize(GetTempPathW(static_cast<DWORD>(folder.size()), folder.data()));
-  char name[64];
-  std::snprintf(name, sizeof name, "hivequarry-%lu-%zu.txt", GetCurrentProcessId(),
-                TheEditedTexts().files.size() + 1);
-  return Utf8Name(folder) + name;
+  return Concat({Utf8Name(folder), "hivequarry-", Decimal(GetCurrentProcessId()), "-",
+                 std::to_string(TheEditedTexts().files.size() + 1), ".txt"});
 }
 
 bool WriteText(const OutputList& list, const WrittenRows& which, OutputFile& out,
@@ -182,9 +178,8 @@ void OnSaveSelected(ListPlace& place) { SaveText(place, true); }
 
 void OnCopyList(ListPlace& place) {
   if (!CopyRows(place, false, false)) return;
-  char text[48];
-  std::snprintf(text, sizeof text, "%" PRIu32 " Item(s) copied !", ShownRowCount(place));
-  ShowMessage(text, kProgramName, Icon::kInformation);
+  const std::string text = Concat({Decimal(ShownRowCount(place)), " Item(s) copied !"});
+  ShowMessage(text.c_str(), kProgramName, Icon::kInformation);
 }
 
 void OnCopySelected(ListPlace& place) { CopyRows(place, true, false); }

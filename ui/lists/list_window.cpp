@@ -8,6 +8,7 @@
 #include "app/settings.h"
 #include "host/host.h"
 #include "host/long_operation.h"
+#include "host/number_text.h"
 #include "ui/frame/frame_window.h"
 #include "ui/frame/help.h"
 #include "ui/frame/list_view.h"
@@ -204,12 +205,9 @@ ListWindow* MakeListWindow(MainWindow& owner) {
 
 // The rows of a list that came filled.
 void NumberRows(OutputList& list) {
-  char number[16];
   for (uint32_t row = 0; row < RowCount(list); ++row) {
-    std::snprintf(number, sizeof number, "%05u, ", row + 1);
-    std::string text(number);
-    text += CellText(list, row, 0).substr(0, 511);
-    ReplaceCell(list, row, 0, text);
+    ReplaceCell(list, row, 0,
+                Concat({Decimal(row + 1, 5), ", ", CellText(list, row, 0).substr(0, 511)}));
   }
 }
 

@@ -1,7 +1,5 @@
 #include "ui/lists/raw_view.h"
 
-#include <cinttypes>
-#include <cstdio>
 #include <map>
 #include <string>
 #include <utility>
@@ -9,6 +7,7 @@
 
 #include "hive/file_place.h"
 #include "host/host.h"
+#include "host/number_text.h"
 #include "reports/hive_lists.h"
 #include "ui/dialogs/position_dialog.h"
 #include "ui/frame/list_view.h"
@@ -71,10 +70,9 @@ void ShowRecord(ListPlace& place, OutputListPtr list, uint32_t row) {
 ListPlace* OpenRawView(MainWindow& window, uint32_t position) {
   OutputListPtr list = ReadRecord(window, position);
   if (list == nullptr) {
-    char text[64];
-    std::snprintf(text, sizeof text, "The hive has no bytes at 0x%08" PRIX32 " !",
-                  PlaceOf(ShownHive(window), position));
-    ShowMessage(text, kProgramName, Icon::kInformation);
+    const std::string text =
+        Concat({"The hive has no bytes at 0x", Hex(PlaceOf(ShownHive(window), position), 8), " !"});
+    ShowMessage(text.c_str(), kProgramName, Icon::kInformation);
     return nullptr;
   }
   // Fields are neither numbered nor put in another order, so the window is opened without them.

@@ -1,0 +1,78 @@
+// Numbers as texts, and digits as numbers. The same in every locale, and without a format string:
+// rows of lists and lines of scripts are made of these by the million.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <initializer_list>
+#include <string>
+#include <string_view>
+
+namespace hivequarry {
+
+inline constexpr char kUpperDigits[] = "0123456789ABCDEF";
+inline constexpr char kLowerDigits[] = "0123456789abcdef";
+
+// The digits of one number. Takes no memory; valid as text as long as itself.
+struct Digits {
+  std::array<char, 24> room;  // a sign and the 19 digits of the longest, or 16 of the widest
+  size_t start = sizeof room;
+
+  operator std::string_view() const { return {room.data() + start, room.size() - start}; }
+  operator std::string() const { return std::string(std::string_view(*this)); }
+};
+
+// `width` counts characters, the sign among them, and is at most 20; what is shorter is filled up
+// in front, after the sign where the fill is a zero.
+inline Digits Decimal(int64_t number, size_t width = 1, char fill = '0') {
+  Digits digits;
+  // Negated as unsigned, so that the lowest number has its digits too.
+  uint64_t rest = static_cast<uint64_t>(number);
+  if (number < 0) rest = 0 - rest;
+  const auto add = [&digits](char c) { digits.room[--digits.start] = c; };
+  const auto length = [&digits] { return digits.room.size() - digits.start; };
+  do {
+    add(static_cast<char>('0' + rest % 10));
+    rest /= 10;
+  } while (rest != 0);
+  const bool sign = number < 0;
+  while (fill == '0' && length() + (sign ? 1 : 0) < width) add(fill);
+  if (sign) add('-');
+  while (length() < width) add(fill);
+  return digits;
+}
+
+// In base 16, of at least `width` digits, at most 16.
+inline Digits HexWith(const char (&table)[17], uint64_t number, size_t width) {
+  Digits digits;
+  do {
+    digits.room[--digits.start] = table[number & 15];
+    number >>= 4;
+  } while (number != 0 || digits.room.size() - digits.start < width);
+  return digits;
+}
+inline Digits Hex(uint64_t number, size_t width = 1) {
+  return HexWith(kUpperDigits, number, width);
+}
+inline Digits SmallHex(uint64_t number, size_t width = 1) {
+  return HexWith(kLowerDigits, number, width);
+}
+
+// Texts and digits, one after the other.
+inline std::string Concat(std::initializer_list<std::string_view> parts) {
+  size_t length = 0;
+  for (const std::string_view part : parts) length += part.size();
+  std::string text;
+  text.reserve(length);
+  for (const std::string_view part : parts) text += part;
+  return text;
+}
+
+// What a character is worth as a digit in base 16, in capitals or small letters; 16 for no digit.
+constexpr uint32_t DigitOf(char32_t unit) {
+  if (unit >= U'0' && unit <= U'9') return unit - U'0';
+  if (unit >= U'a' && unit <= U'f') return unit - U'a' + 10;
+  return unit >= U'A' && unit <= U'F' ? unit - U'A' + 10 : 16;
+}
+
+}  // namespace hivequarry
