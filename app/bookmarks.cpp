@@ -74,7 +74,7 @@ bool ReadTime(std::string_view text, uint64_t& time) {
 
 // Lines
 
-std::string_view TakeField(std::string_view& text) {
+std::string_view CutField(std::string_view& text) {
   const std::string_view field = text.substr(0, text.find('\t'));
   text.remove_prefix(std::min(field.size() + 1, text.size()));
   return field;
@@ -93,7 +93,7 @@ std::string LineOf(const Bookmark& bookmark) {
 
 // What is after the fields that are known.
 std::string_view FurtherFields(std::string_view text) {
-  for (int field = 0; field < 4; ++field) TakeField(text);
+  for (int field = 0; field < 4; ++field) CutField(text);
   return text;
 }
 
@@ -182,11 +182,11 @@ bool ReadBookmarkLine(std::string_view text, Bookmark& bookmark) {
   if (!IsUtf8(text)) return false;
   Bookmark read;
   const bool alone = text.find('\t') == std::string_view::npos;
-  read.path = CleanKeyPath(TakeField(text));
-  if (read.path.empty() || !ReadTime(TakeField(text), read.time)) return false;
+  read.path = CleanKeyPath(CutField(text));
+  if (read.path.empty() || !ReadTime(CutField(text), read.time)) return false;
   if (alone && RootGroupOf(read.path) == RootGroup::kOther) return false;
-  read.hive = TakeField(text);
-  read.note = TakeField(text);
+  read.hive = CutField(text);
+  read.note = CutField(text);
   bookmark = std::move(read);
   return true;
 }

@@ -34,7 +34,7 @@ std::string CleanName(std::string_view text) {
 
 // Takes the next word off `text`, with the blanks before it. What is left begins with the
 // blank after the word.
-std::string_view TakeWord(std::string_view& text) {
+std::string_view CutWord(std::string_view& text) {
   text.remove_prefix(std::min(text.find_first_not_of(kBlanks), text.size()));
   const std::string_view word = text.substr(0, text.find_first_of(kBlanks));
   text.remove_prefix(word.size());
@@ -51,8 +51,8 @@ uint32_t LeadingNumber(std::string_view text) {
   return static_cast<uint32_t>(number);
 }
 
-bool TakePrefix(std::string_view& word, std::string_view prefix) {
-  if (!EqualIgnoringCase(word.substr(0, prefix.size()), prefix)) return false;
+bool CutPrefix(std::string_view& word, std::string_view prefix) {
+  if (!StartsIgnoringCase(word, prefix)) return false;
   word.remove_prefix(prefix.size());
   return true;
 }
@@ -66,24 +66,24 @@ void SelectBackupHive(std::string_view name, std::vector<std::string>& selected)
 
 // An option that another word follows; unknown ones are passed over.
 void ParseOption(std::string_view word, CommandLine& result) {
-  if (TakePrefix(word, "-soff=")) {
+  if (CutPrefix(word, "-soff=")) {
     result.start_offset = LeadingNumber(word);
-  } else if (TakePrefix(word, "-key=")) {
+  } else if (CutPrefix(word, "-key=")) {
     result.key_position = LeadingNumber(word);
   } else if (EqualIgnoringCase(word, "-bweek")) {
     result.backup_weekly = true;
   } else if (EqualIgnoringCase(word, "-bmonth")) {
     result.backup_monthly = true;
-  } else if (TakePrefix(word, "-")) {
+  } else if (CutPrefix(word, "-")) {
     SelectBackupHive(word, result.backup_hives);
   }
 }
 
 void ParseOptions(std::string_view line, CommandLine& result) {
-  std::string_view word = TakeWord(line);
+  std::string_view word = CutWord(line);
   std::string_view rest = line;
-  for (std::string_view next = TakeWord(line); !next.empty(); next = TakeWord(line)) {
-    if (TakePrefix(word, "-eoff=")) {
+  for (std::string_view next = CutWord(line); !next.empty(); next = CutWord(line)) {
+    if (CutPrefix(word, "-eoff=")) {
       // The file name may hold blanks: it is all of the line after the number.
       result.has_range = true;
       result.end_offset = LeadingNumber(word);

@@ -96,7 +96,7 @@ int NumberWithin(std::string_view text, int low, int high) {
 }
 
 // Takes what is before the next ";" off `text`.
-std::string_view TakePart(std::string_view& text) {
+std::string_view CutPart(std::string_view& text) {
   const std::string_view part = text.substr(0, text.find(';'));
   text.remove_prefix(std::min(part.size() + 1, text.size()));
   return part;
@@ -183,7 +183,7 @@ void ReadPlace(const ProfileLookup& lookup, const PlaceRow& row, WindowPlace& pl
   for (size_t i = 0; i < kSides + row.columns; ++i) {
     const bool side = i < kSides;
     numbers.push_back(
-        NumberWithin(TakePart(rest), side ? -kMaxPlace : 0, side ? kMaxPlace : kMaxWidth));
+        NumberWithin(CutPart(rest), side ? -kMaxPlace : 0, side ? kMaxPlace : kMaxWidth));
   }
   SetSides(numbers, place);
   place.columns = WidthsOf(std::span(numbers).subspan(kSides));

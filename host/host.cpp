@@ -78,7 +78,7 @@ void AppendUtf8(std::string& out, uint32_t code) {
 }
 
 // Decodes one character at `at`, which moves after it; U+FFFD for bytes that are no UTF-8.
-uint32_t TakeUtf8(std::string_view text, size_t& at) {
+uint32_t DecodeUtf8(std::string_view text, size_t& at) {
   const auto lead = static_cast<uint8_t>(text[at++]);
   if (lead < 0x80) return lead;
   const int more = lead >= 0xF0 && lead < 0xF8 ? 3 : lead >= 0xE0 ? 2 : lead >= 0xC0 ? 1 : 0;
@@ -179,7 +179,7 @@ std::u16string WideFromUtf8(std::string_view utf8) {
   std::u16string out;
   out.reserve(utf8.size());
   for (size_t at = 0; at < utf8.size();) {
-    const uint32_t code = TakeUtf8(utf8, at);
+    const uint32_t code = DecodeUtf8(utf8, at);
     if (code < 0x10000) {
       out.push_back(static_cast<char16_t>(code));
     } else {

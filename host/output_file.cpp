@@ -108,7 +108,7 @@ std::string NameBeside(const std::string& name, int& error) {
   return {};
 }
 
-bool TakePlace(const std::string& made, const std::string& name, bool keep) {
+bool PutInPlace(const std::string& made, const std::string& name, bool keep) {
   std::error_code error;
   if (keep) {
     fs::rename(FilePath(made), FilePath(name), error);
@@ -150,7 +150,7 @@ bool CloseOutput(OutputFile& file, bool keep) {
   if (file.written != file.name) {
     std::error_code ignored;
     const bool taken = file.mode == OutputMode::kNew && fs::exists(FilePath(file.name), ignored);
-    return TakePlace(file.written, file.name, good && !taken);
+    return PutInPlace(file.written, file.name, good && !taken);
   }
   if (!good && file.mode == OutputMode::kAppend) {
     std::error_code ignored;
@@ -164,7 +164,7 @@ bool ChangeFile(const std::string& name,
   int error = 0;
   const std::string copy = NameBeside(name, error);
   if (copy.empty()) return false;
-  return TakePlace(copy, name, CopyIfThere(name, copy) && change(copy));
+  return PutInPlace(copy, name, CopyIfThere(name, copy) && change(copy));
 }
 
 }  // namespace hivequarry

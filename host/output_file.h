@@ -56,7 +56,7 @@ struct OutputGuard {
 std::string NameBeside(const std::string& name, int& error);
 // Puts the finished file in the old one's place; without `keep`, or when that fails, it goes. True
 // when it took the place.
-bool TakePlace(const std::string& made, const std::string& name, bool keep);
+bool PutInPlace(const std::string& made, const std::string& name, bool keep);
 
 // Changes a file through a copy beside it, which takes its place when `change` succeeded: whatever
 // fails, the file is whole. `change` gets the copy's name, and no file where there was none.

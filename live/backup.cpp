@@ -105,7 +105,7 @@ std::string SaveAs(Saving& saving, RegistryKey key, const Place& place) {
   // Not every system heeds the descriptor in the call itself.
   if (trouble.empty() && !ProtectFile(beside)) saving.unprotected = true;
   const bool keep = trouble.empty() && (place.replaces || !IsNameTaken(file));
-  const bool in_place = TakePlace(beside, file, keep);
+  const bool in_place = PutInPlace(beside, file, keep);
   if (in_place || !trouble.empty()) return trouble;
   return SaveErrorText(keep ? kRegistryDenied : kRegistryFileExists);
 }

@@ -52,7 +52,7 @@ std::string CopyHiveWithLogs(const std::string& hive, const std::string& place) 
     logs.push_back(place + std::string(LogEnding(log, hive)));
     copied = copied && CopyProtected(log, logs.back());
   }
-  if (TakePlace(made, place, copied)) return {};
+  if (PutInPlace(made, place, copied)) return {};
   RemoveFiles(logs);
   return failure;
 }

@@ -131,7 +131,7 @@ bool ReplaceUsers(Replacing& state) {
 bool CopyInto(const std::string& from, const std::string& to) {
   int error = 0;
   const std::string copy = NameBeside(to, error);
-  return !copy.empty() && TakePlace(copy, to, CopyProtected(from, copy));
+  return !copy.empty() && PutInPlace(copy, to, CopyProtected(from, copy));
 }
 
 // The boot hive is on the boot drive, and its new file has to be there too. Empty when there is no

@@ -118,7 +118,7 @@ class HiveInTheMaking {
       : place_(FullName(place)), made_(NameForMaking(place_)) {}
   ~HiveInTheMaking() {
     if (made_.empty() || !mount_.empty()) return;
-    TakePlace(made_, place_, false);
+    PutInPlace(made_, place_, false);
     RemoveLogs();
   }
   HiveInTheMaking(const HiveInTheMaking&) = delete;
@@ -143,7 +143,7 @@ class HiveInTheMaking {
     if (IsSettled(made_)) RemoveLogs();
     const std::vector<std::string> needed = loaded_ ? LogsOf(made_) : std::vector<std::string>();
     const std::string made = std::exchange(made_, {});
-    if (!TakePlace(made, place_, true)) return false;
+    if (!PutInPlace(made, place_, true)) return false;
     for (const std::string& log : needed) {
       const std::string name = place_ + log.substr(made.size());
       std::error_code error;
