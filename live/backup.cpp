@@ -24,6 +24,7 @@ constexpr const char* kRecordKey = "LastBackup";
 
 // --- names by date -------------------------------------------------------------------------------
 
+// "B26-11-22" of an automatic backup, "S26-11-22" of any other.
 std::string DateName(bool automatic, const CalendarTime& day) {
   return Concat({automatic ? "B" : "S", Decimal(day.year % 100, 2), "-", Decimal(day.month, 2), "-",
                  Decimal(day.day, 2)});
@@ -110,6 +111,7 @@ std::string SaveAs(Saving& saving, RegistryKey key, const Place& place) {
   return SaveErrorText(keep ? kRegistryDenied : kRegistryFileExists);
 }
 
+// False after a message. `path` is for that alone.
 bool SaveKey(Saving& saving, RegistryKey root, const char16_t* sub_key, const std::string& path,
              const Place& place) {
   const OpenedKey key = OpenForReading(root, sub_key, kRegistryRead, kRegistryForBackup);

@@ -22,6 +22,7 @@ uint32_t WithSecurity(uint32_t access, bool privileged) {
   return access | kRegistry64Bit | (privileged ? kRegistrySystemSecurity : 0);
 }
 
+// Empty also when it is longer than 512 units or can't be read: the copy goes without it.
 std::u16string ClassNameOf(RegistryKey key) {
   std::u16string name(512, u'\0');
   auto size = static_cast<uint32_t>(name.size());
@@ -109,6 +110,8 @@ bool BranchCopy::Enter(const SourceKey& key) {
   return true;
 }
 
+// The first key is the mount itself, which is there. The others are made below the one being
+// filled; a link is made as a link, and its target comes as a value later.
 OpenedKey BranchCopy::Make(const SourceKey& key) {
   if (key.level == 1) return OpenedKey(kUsers, mount_.c_str(), access_);
   const uint32_t options = IsRegistryLink(walk_.key()) ? kRegistryCreateLink : 0;
@@ -147,6 +150,8 @@ void BranchCopy::CopyValues(const SourceKey& key) {
   }
 }
 
+// The registry's call takes a zero-ended name, and would write the value under the part before the
+// zero.
 int32_t BranchCopy::CopyValue(const SourceValue& value) {
   if (HoldsZero(walk_.value_name())) return kInvalidName;
   return CurrentRegistry().set_value(targets_.back().key.key(),

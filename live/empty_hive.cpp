@@ -10,6 +10,8 @@
 namespace hivequarry {
 namespace {
 
+// The layout is that of docs/format.md; everything here is worked out by the compiler, so that the
+// assertions at the end hold the very bytes that are written.
 using HiveBytes = std::array<uint8_t, kEmptyHiveSize>;
 
 constexpr uint32_t kChecksum = 508;
@@ -19,6 +21,7 @@ constexpr uint32_t kRootSize = kKeyName + kRootNameArea;
 constexpr uint32_t kSecurityCell = kRootCell + kRootSize;
 constexpr uint64_t kMade = 133'801'632'000'000'000;  // FILETIME of 2025/01/01
 
+// Little-endian, of `size` bytes.
 constexpr void Put(HiveBytes& hive, uint32_t at, uint64_t value, int size) {
   for (int i = 0; i < size; ++i) hive[at + i] = static_cast<uint8_t>(value >> 8 * i);
 }
@@ -33,6 +36,8 @@ constexpr uint64_t Get(const HiveBytes& hive, uint32_t at, int size = 4) {
   return value;
 }
 
+// The checksum is the exclusive or of the 127 numbers before it, so it comes last. It is neither 0
+// nor -1 here, for which a system has other numbers (asserted below).
 constexpr void PutBaseBlock(HiveBytes& hive) {
   Put(hive, 0, kHiveSignature, 4);
   Put(hive, 4, 1, 4);  // the sequence numbers agree: nothing is pending
@@ -55,6 +60,8 @@ constexpr void PutBinHeader(HiveBytes& hive) {
   Put(hive, kBaseBlockSize + 20, kMade, 8);
 }
 
+// The cell's length is negative: it is taken. The area of the name is longer than the name, and the
+// length field counts all of it, until a snapshot puts a path there.
 constexpr void PutRootKey(HiveBytes& hive) {
   Put(hive, kRootCell, 0U - kRootSize, 4);
   PutText(hive, kRootCell + 4, "nk");

@@ -26,6 +26,7 @@ inline constexpr int kBootHive = 7;  // as are all after it, on systems from 200
 const std::array<LiveHive, kLiveHives>& LiveHiveTable();
 // Sets of hives are bits by place in the table.
 constexpr uint32_t HiveBit(int hive) { return 1U << hive; }
+// Words that select no hive are passed over.
 uint32_t HivesOfSelectors(std::span<const std::string> selectors);
 
 enum class HiveState : uint8_t { kNeutral, kRunning, kDone, kFailed };
@@ -39,6 +40,7 @@ struct HiveRunResult {
   int failed = 0;
   bool stopped = false;  // by the user, before the last hive
 };
+// Nothing where nobody wants to know.
 void TellState(const HiveRun& run, int hive, HiveState state);
 // Does `work` for each chosen hive until it is stopped; true means success. The backup flag is set
 // meanwhile, its counter begins at 0.
@@ -49,8 +51,11 @@ struct UserHive {
   std::string path;
   std::string file;  // in the folder, whether it is there or not
 };
+// The users' keys that are loaded now, in the registry's order; ".DEFAULT" and the keys of classes
+// are among them.
 std::vector<UserHive> UserHivesIn(const std::string& folder);
 
+// With a separator between them unless the folder ends in one.
 std::string NameInFolder(const std::string& folder, const std::string& name);
 // Without separators at the end, but for those of a root: the platform finds no folder by a name
 // that has them.

@@ -47,6 +47,8 @@ int32_t QueryInfo(RegistryKey key, KeyCounts* counts) {
   return status;
 }
 
+// A FILETIME is two 32-bit halves, the platform's own sizes are DWORDs: each call goes through
+// variables of its types, and what they hold afterwards counts on failure too (kRegistryMoreData).
 int32_t EnumKey(RegistryKey key, uint32_t index, char16_t* name, uint32_t* size,
                 uint64_t* last_write) {
   DWORD length = *size;
@@ -78,6 +80,7 @@ int32_t QueryValue(RegistryKey key, const char16_t* name, uint32_t* type, uint8_
   return status;
 }
 
+// This call alone has an error of its own for too little room.
 int32_t GetSecurity(RegistryKey key, uint32_t parts, uint8_t* descriptor, uint32_t* size) {
   DWORD bytes = *size;
   const LSTATUS status = RegGetKeySecurity(HandleOf(key), parts, descriptor, &bytes);
@@ -113,6 +116,7 @@ int32_t SetSecurity(RegistryKey key, uint32_t parts, const uint8_t* descriptor) 
   return RegSetKeySecurity(HandleOf(key), parts, const_cast<uint8_t*>(descriptor));
 }
 
+// `descriptor` must outlive the result. The platform does not write to it.
 SECURITY_ATTRIBUTES AttributesOf(const uint8_t* descriptor) {
   return {sizeof(SECURITY_ATTRIBUTES), const_cast<uint8_t*>(descriptor), FALSE};
 }
@@ -132,6 +136,8 @@ Call KernelCall(const char* name) {
   return reinterpret_cast<Call>(reinterpret_cast<void*>(GetProcAddress(library, name)));
 }
 
+// A status of the kernel as an error code of the registry's functions; warnings, which are negative
+// too, are errors.
 int32_t ErrorOfStatus(LONG status) {
   static const auto error = KernelCall<ULONG(WINAPI*)(LONG)>("RtlNtStatusToDosError");
   if (status >= 0) return kRegistryDone;
@@ -154,6 +160,7 @@ struct KernelKey {
   bool own;     // opened here
 };
 
+// Into a file that is open for writing, from its start; it stays open.
 int32_t SaveInto(RegistryKey key, HANDLE file) {
   const auto save = KernelCall<LONG(WINAPI*)(HANDLE, HANDLE)>("ZwSaveKey");
   if (save == nullptr) return ERROR_PROC_NOT_FOUND;
@@ -177,6 +184,7 @@ int32_t KeyName(RegistryKey key, std::u16string* name) {
   return kRegistryDone;
 }
 
+// CREATE_NEW: what has come to the name meanwhile is never written over.
 int32_t SaveNatively(RegistryKey key, const char16_t* file, const uint8_t* descriptor) {
   SECURITY_ATTRIBUTES attributes = AttributesOf(descriptor);
   const HANDLE made = CreateFileW(Wide(file), GENERIC_READ | GENERIC_WRITE, 0, &attributes,
@@ -188,6 +196,7 @@ int32_t SaveNatively(RegistryKey key, const char16_t* file, const uint8_t* descr
   return error;
 }
 
+// Protected: what the folder would hand down later does not reach the file either.
 int32_t ProtectFileBy(const char16_t* file, const uint8_t* descriptor) {
   constexpr SECURITY_INFORMATION kParts =
       DACL_SECURITY_INFORMATION | PROTECTED_DACL_SECURITY_INFORMATION;
@@ -208,6 +217,7 @@ int32_t Replace(RegistryKey root, const char16_t* sub_key, const char16_t* new_f
   return RegReplaceKeyW(HandleOf(root), Wide(sub_key), Wide(new_file), Wide(old_file));
 }
 
+// With that mask the text is one line, but with a blank where its line end was.
 std::string ErrorText(int32_t error) {
   wchar_t text[512] = L"";
   const DWORD length = FormatMessageW(
