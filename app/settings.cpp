@@ -143,7 +143,7 @@ std::string CutUtf8(const std::string& text, size_t limit) {
 }
 
 std::string TextOfPath(const std::string& path, size_t limit) {
-  const std::string narrow = NarrowText(WideFromUtf8(path));
+  std::string narrow = NarrowText(WideFromUtf8(path));
   if (narrow.size() <= limit && PathOfText(narrow) == path) return narrow;
   return CutUtf8(path, limit);
 }
@@ -169,7 +169,8 @@ void ReadHistory(const ProfileLookup& lookup, const HistoryRow& row, Histories& 
 Numbers ReadNumbers(const ProfileLookup& lookup, const NumberRow& row) {
   Numbers numbers;
   for (int i = 0; i < row.count; ++i) {
-    const std::string key = NumberedKey("w", static_cast<size_t>(row.first + i));
+    const std::string key =
+        NumberedKey("w", static_cast<size_t>(row.first) + static_cast<size_t>(i));
     const std::string text = lookup(row.section, key.c_str(), "0=default", kMaxText);
     numbers.push_back(NumberWithin(text, row.low, row.high));
   }

@@ -15,7 +15,7 @@ namespace hivequarry {
 // A binary SID: revision (1), count of sub-authorities (at most 15), authority (6 bytes, most
 // significant first), sub-authorities (32 bits each).
 inline constexpr size_t kSidHeader = 8;
-inline constexpr size_t kMaxSidSize = kSidHeader + 15 * 4;
+inline constexpr size_t kMaxSidSize = kSidHeader + size_t{15} * 4;
 inline constexpr uint32_t kSidTextRoom = 520;   // characters that lists have for a SID's text
 inline constexpr size_t kLongestKnownSid = 12;  // characters of the longest text in the table
 
