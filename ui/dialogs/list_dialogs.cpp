@@ -20,7 +20,8 @@ FileChoice AskFile(const FileRequest& request, bool save) {
   std::wstring name = WideName(request.name);
   name.resize(kLongestName, L'\0');
   // A folder at the root of a drive has lost its separator.
-  const std::wstring folder = request.folder.empty() ? L"" : WideName(request.folder + "\\");
+  std::wstring folder;
+  if (!request.folder.empty()) folder = WideName(request.folder + "\\");
   OPENFILENAMEW dialog{};
   dialog.lStructSize = sizeof dialog;
   dialog.hwndOwner = request.owner;
