@@ -709,6 +709,7 @@ std::vector<uint32_t> LikelyDistances(std::span<const BinHeader> headers, uint32
   ++votes[first + length % 4096 - 4096];
   votes.erase(first);
   std::vector<std::pair<uint32_t, uint32_t>> ranked;
+  ranked.reserve(votes.size());
   for (const auto& [distance, count] : votes) ranked.emplace_back(count, distance);
   std::ranges::sort(ranked, std::greater());
   std::vector<uint32_t> distances = {first};

@@ -107,7 +107,7 @@ std::string UndoneWords(const HiveImage& hive) {
   return words.empty() ? words : words + ": read as if undone";
 }
 
-void SetPieces(HiveImage& hive, std::vector<ImagePiece> pieces) {
+void SetPieces(HiveImage& hive, const std::vector<ImagePiece>& pieces) {
   FilePlaces& places = hive.places;
   places.pieces.clear();
   places.by_place.clear();

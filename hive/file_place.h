@@ -48,6 +48,6 @@ inline uint32_t FileEndOf(const HiveImage& hive) { return hive.base_offset + hiv
 std::string UndoneWords(const HiveImage& hive);
 
 // Makes `pieces` ready for use: joins those that go on without a step, and fills by_place.
-void SetPieces(HiveImage& hive, std::vector<ImagePiece> pieces);
+void SetPieces(HiveImage& hive, const std::vector<ImagePiece>& pieces);
 
 }  // namespace hivequarry

@@ -87,8 +87,9 @@ uint64_t FileTimeOfCalendar(const CalendarTime& calendar) {
   const auto month = static_cast<uint32_t>(calendar.month + (before_march ? 9 : -3));
   const uint64_t days = year * 365 + year / 4 - year / 100 + year / 400 + MonthStart(month) +
                         static_cast<uint64_t>(calendar.day) - 1 - kDaysBeforeEpoch;
-  const auto of_day =
-      static_cast<uint64_t>(calendar.hour * 3600 + calendar.minute * 60 + calendar.second);
+  const auto of_day = static_cast<uint64_t>(calendar.hour) * 3600 +
+                      static_cast<uint64_t>(calendar.minute) * 60 +
+                      static_cast<uint64_t>(calendar.second);
   return (days * kSecondsPerDay + of_day) * kUnitsPerSecond + calendar.fraction;
 }
 
