@@ -14,6 +14,8 @@
 #include "ui/frame/text.h"
 #include "ui/lists/list_window.h"
 #include "ui/main/program.h"
+#include "ui/main/status.h"
+#include "ui/main/toolbar.h"
 #include "view/list_commands.h"
 #include "view/recent_text.h"
 

@@ -9,6 +9,8 @@
 #include "host/long_operation.h"
 #include "tests/window/window_fixture.h"
 #include "ui/frame/text.h"
+#include "ui/main/status.h"
+#include "ui/main/toolbar.h"
 #include "view/list_commands.h"
 
 namespace hivequarry::testing {

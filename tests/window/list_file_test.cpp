@@ -9,6 +9,7 @@
 #include "ui/frame/text.h"
 #include "ui/lists/list_frame.h"
 #include "ui/lists/list_printing.h"
+#include "ui/lists/list_reports.h"
 #include "ui/lists/list_saving.h"
 
 namespace hivequarry::testing {

@@ -11,6 +11,7 @@
 #include "ui/frame/text.h"
 #include "ui/lists/list_finding.h"
 #include "ui/lists/list_frame.h"
+#include "ui/lists/list_menu.h"
 #include "ui/lists/list_sorting.h"
 #include "ui/lists/list_work.h"
 #include "ui/resources/resource.h"

@@ -3,6 +3,7 @@
 #include "hive/root_path.h"
 #include "host/long_operation.h"
 #include "tests/window/list_fixture.h"
+#include "ui/lists/list_menu.h"
 
 namespace hivequarry::testing {
 namespace {

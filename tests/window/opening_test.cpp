@@ -10,6 +10,7 @@
 #include "tests/window/window_fixture.h"
 #include "ui/frame/text.h"
 #include "ui/main/program.h"
+#include "ui/main/status.h"
 
 namespace hivequarry::testing {
 namespace {

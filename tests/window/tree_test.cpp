@@ -2,6 +2,7 @@
 #include "hive/value_text.h"
 #include "tests/window/window_fixture.h"
 #include "ui/frame/text.h"
+#include "ui/main/status.h"
 #include "view/tree_icons.h"
 
 namespace hivequarry::testing {

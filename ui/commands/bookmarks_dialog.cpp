@@ -19,6 +19,7 @@
 #include "ui/frame/system_facts.h"
 #include "ui/frame/text.h"
 #include "ui/main/main_window.h"
+#include "ui/main/notifications.h"
 #include "ui/resources/resource.h"
 
 namespace hivequarry {

@@ -7,8 +7,10 @@
 #include "ui/dialogs/list_dialogs.h"
 #include "ui/frame/list_view.h"
 #include "ui/lists/block_window.h"
+#include "ui/lists/list_menu.h"
 #include "ui/lists/list_saving.h"
 #include "ui/main/main_window.h"
+#include "ui/main/toolbar.h"
 #include "view/list_commands.h"
 
 namespace hivequarry {

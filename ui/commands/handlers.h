@@ -1,5 +1,6 @@
-// What the commands do, one function a command. Called on the interface thread, with the guard
-// passed and what the command needs there.
+// Commands about files, views and the Output List pane. Handlers, here and in the other headers of
+// this folder, are called on the interface thread, with the guard passed and what the command needs
+// there.
 #pragma once
 
 #include <cstddef>
@@ -41,49 +42,14 @@ void OnDetailPane(MainWindow& window);
 void OnNextPane(MainWindow& window);
 void OnPreviousPane(MainWindow& window);
 
-// Lists of what the hive holds, made on a worker and shown in windows of their own.
+// The list of blocks, in a window of its own.
 void OnBlockList(MainWindow& window);
-void OnListBlockRuns(MainWindow& window);
-void OnListRoots(MainWindow& window);
-void OnListKeys(MainWindow& window);
-void OnListValues(MainWindow& window);
-void OnListLostValues(MainWindow& window);
-void OnListFreedKeys(MainWindow& window);
-void OnListFreedValues(MainWindow& window);
-
+// The focus goes to the detail pane, which is shown if it was not.
+void OnValueDetails(MainWindow& window);
 // The list command of that number, for the Output List pane.
 void RunOutputCommand(MainWindow& window, CommandNumber number);
 template <CommandNumber kNumber>
 void OnListCommand(MainWindow& window) {
   RunOutputCommand(window, kNumber);
 }
-// In the pane that is shown: the Output List, else the tree.
-void OnFind(MainWindow& window);
-void OnFindNext(MainWindow& window);
-void OnFindPrevious(MainWindow& window);
-
-// To the topmost key above the selected one, and from there back to it.
-void OnCurrentBranch(MainWindow& window);
-// Everything below the selected item: opened in parts, so that the window goes on; closed at once.
-void OnExpandSubfolders(MainWindow& window);
-void OnCollapseSubfolders(MainWindow& window);
-// The whole path, as the path line shows it.
-void OnCopyKeyName(MainWindow& window);
-// Another copy of the program opens the part of the file that begins at this root cell, or the same
-// range with this key selected.
-void OnOpenValidRoot(MainWindow& window);
-void OnOpenKey(MainWindow& window);
-// Takes the item out of the tree that is shown, with all below it; the file keeps it. Undone as a
-// whole.
-void OnDeleteKeys(MainWindow& window);
-void OnShowAllKeys(MainWindow& window);
-
-// The focus goes to the detail pane, which is shown if it was not.
-void OnValueDetails(MainWindow& window);
-// Of the value pane's rows: which are selected, and what is done with those that are.
-void OnSelectAllValues(MainWindow& window);
-void OnInvertValues(MainWindow& window);
-void OnCopyValues(MainWindow& window);
-void OnSaveValue(MainWindow& window);
-
 }  // namespace hivequarry

@@ -1,11 +1,11 @@
-// Commands that list what the hive holds: made by a worker, shown in windows of their own.
+#include "ui/commands/hive_list_commands.h"
+
 #include <memory>
 #include <utility>
 
 #include "reports/file_pieces.h"
 #include "reports/freed_lists.h"
 #include "reports/hive_lists.h"
-#include "ui/commands/handlers.h"
 #include "ui/lists/list_window.h"
 #include "ui/main/main_window.h"
 

@@ -1,4 +1,5 @@
-// Commands about the tree and the item selected in it.
+#include "ui/commands/tree_commands.h"
+
 #include <memory>
 #include <string>
 
@@ -11,6 +12,7 @@
 #include "ui/commands/handlers.h"
 #include "ui/frame/text.h"
 #include "ui/main/main_window.h"
+#include "ui/main/notifications.h"
 #include "view/list_commands.h"
 #include "view/tree_find.h"
 

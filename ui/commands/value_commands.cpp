@@ -1,11 +1,11 @@
-// Commands about the values of the selected item.
+#include "ui/commands/value_commands.h"
+
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "hive/value_key.h"
 #include "host/output_file.h"
-#include "ui/commands/handlers.h"
 #include "ui/dialogs/list_dialogs.h"
 #include "ui/lists/list_saving.h"
 #include "ui/main/main_window.h"

@@ -9,6 +9,7 @@
 #include "ui/frame/text.h"
 #include "ui/frame/window_class.h"
 #include "ui/frame/window_place.h"
+#include "ui/lists/list_notify.h"
 #include "ui/main/main_window.h"
 
 namespace hivequarry {

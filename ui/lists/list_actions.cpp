@@ -1,4 +1,5 @@
-// What the commands of a list do to its rows, its window and what its rows speak of.
+#include "ui/lists/list_actions.h"
+
 #include <array>
 #include <memory>
 
@@ -10,7 +11,6 @@
 #include "recovery/root_search.h"
 #include "reports/file_pieces.h"
 #include "reports/freed_find.h"
-#include "ui/lists/list_handlers.h"
 #include "ui/lists/list_work.h"
 #include "ui/lists/raw_view.h"
 #include "ui/main/main_window.h"

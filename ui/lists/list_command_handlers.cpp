@@ -5,7 +5,12 @@
 
 #include "ui/commands/export_commands.h"
 #include "ui/commands/report_commands.h"
-#include "ui/lists/list_handlers.h"
+#include "ui/lists/list_actions.h"
+#include "ui/lists/list_finding.h"
+#include "ui/lists/list_printing.h"
+#include "ui/lists/list_reports.h"
+#include "ui/lists/list_saving.h"
+#include "ui/lists/list_sorting.h"
 #include "ui/lists/raw_view.h"
 #include "ui/live/compare_commands.h"
 #include "ui/live/regedit_commands.h"

@@ -9,7 +9,6 @@
 #include "lists/list_order.h"
 #include "ui/dialogs/find_dialog.h"
 #include "ui/dialogs/list_dialogs.h"
-#include "ui/lists/list_handlers.h"
 #include "ui/lists/list_work.h"
 
 namespace hivequarry {

@@ -8,6 +8,7 @@
 #include "host/number_text.h"
 #include "ui/frame/text.h"
 #include "ui/frame/tool_buttons.h"
+#include "ui/lists/list_menu.h"
 #include "ui/main/main_window.h"
 #include "view/list_commands.h"
 

@@ -1,6 +1,7 @@
 // The keys of a list window: those of its commands, and the way from child to child.
 #include "host/long_operation.h"
 #include "ui/lists/list_frame.h"
+#include "ui/lists/list_menu.h"
 #include "ui/lists/list_window.h"
 #include "view/list_commands.h"
 

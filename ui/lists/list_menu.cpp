@@ -1,4 +1,5 @@
-// The context menu of a list, and which of its commands may be carried out.
+#include "ui/lists/list_menu.h"
+
 #include <string>
 #include <utility>
 #include <vector>

@@ -1,8 +1,10 @@
-// What the list control and its header report.
+#include "ui/lists/list_notify.h"
+
 #include <algorithm>
 
 #include "ui/frame/list_view.h"
 #include "ui/frame/text.h"
+#include "ui/lists/list_menu.h"
 #include "ui/lists/list_place.h"
 #include "ui/lists/list_sorting.h"
 #include "view/list_commands.h"

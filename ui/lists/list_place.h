@@ -11,18 +11,11 @@
 #include "lists/list_writers.h"
 #include "lists/output_list.h"
 #include "ui/draw/win.h"
+#include "ui/lists/list_selection.h"
 
 namespace hivequarry {
 
 struct MainWindow;
-
-// Rows whose selection is being changed. The control takes them one by one, and may take long for
-// very many, so that is done in parts.
-struct PendingSelection {
-  std::vector<uint32_t> shown;  // by their place in the order shown
-  size_t first_on = 0;          // from here on they become selected, before it the opposite
-  size_t done = 0;
-};
 
 struct ListPlace {
   MainWindow* owner = nullptr;
@@ -75,20 +68,6 @@ void ShowInOrder(ListPlace& place, std::vector<uint32_t> order);
 // The arrow in the header; -1 for none.
 void ShowSortArrow(const ListPlace& place, int column, bool descending);
 
-std::vector<uint32_t> SelectedRows(const ListPlace& place);  // model rows in the order shown
-bool HasSelection(const ListPlace& place);
-// Selects rows by their place in the order shown, ascending; with `add` beside what is selected.
-// Very many are selected bit by bit while the window goes on.
-void SelectShown(ListPlace& place, std::vector<uint32_t> shown, bool add);
-bool IsSelecting(const ListPlace& place);
-void EndSelecting(ListPlace& place);
-// Selects one row, gives it the focus and scrolls to it.
-void FocusRow(ListPlace& place, uint32_t shown, bool add);
-void SelectAllRows(ListPlace& place);
-void InvertSelection(ListPlace& place);
-// The row in focus, else the first selected one, as a place in the order shown; -1 for none.
-int FocusedRow(const ListPlace& place);
-
 // What a command writes of a list: its selected rows, or all in the order shown.
 struct RowChoice {
   std::vector<uint32_t> rows;
@@ -100,21 +79,5 @@ RowChoice ChooseRows(const ListPlace& place, bool selection);
 inline WrittenRows RowsOf(const RowChoice& choice) {
   return {choice.rows, choice.listed, choice.selection};
 }
-
-// LVN_* and NM_CUSTOMDRAW of the list control and what its header sends.
-LRESULT OnListNotify(ListPlace& place, const NMHDR& notice);
-
-// The context menu of the list's commands, for the caller to destroy.
-HMENU MakeListMenu(const ListPlace& place);
-// The context menu at a screen point, or at the focused row for (-1, -1).
-void TrackListMenu(ListPlace& place, POINT where);
-
-// Carries out one of the list commands (list_commands.h) for this list, unless its guard refuses
-// it or it needs rows, a selection or the like that are not there.
-void RunListCommand(ListPlace& place, uint32_t number);
-bool IsListCommandAvailable(const ListPlace& place, uint32_t number);
-
-// Loads a Report List (UTF-8 name) into the place, on a worker. Ignored while one is at work.
-void LoadReport(ListPlace& place, const std::string& file);
 
 }  // namespace hivequarry

@@ -8,7 +8,6 @@
 #include "lists/list_print.h"
 #include "ui/dialogs/list_dialogs.h"
 #include "ui/frame/text.h"
-#include "ui/lists/list_handlers.h"
 #include "ui/lists/list_work.h"
 
 namespace hivequarry {

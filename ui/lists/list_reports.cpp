@@ -1,4 +1,5 @@
-// Report Lists: saving the list of a window, and loading one into it.
+#include "ui/lists/list_reports.h"
+
 #include <memory>
 
 #include "host/host.h"
@@ -6,7 +7,6 @@
 #include "lists/list_report.h"
 #include "ui/dialogs/list_dialogs.h"
 #include "ui/frame/list_view.h"
-#include "ui/lists/list_handlers.h"
 #include "ui/lists/list_saving.h"
 #include "ui/lists/list_work.h"
 #include "ui/main/main_window.h"

@@ -12,7 +12,6 @@
 #include "host/number_text.h"
 #include "ui/dialogs/list_dialogs.h"
 #include "ui/frame/text.h"
-#include "ui/lists/list_handlers.h"
 #include "ui/lists/list_work.h"
 
 namespace hivequarry {

@@ -44,4 +44,18 @@ struct WaitTurn {
   HCURSOR previous = nullptr;
 };
 
+// Commands of a list; called when guard and needs allow it.
+//
+// They ask for a file and write the whole list, or the rows selected, on a worker.
+void OnSaveListText(ListPlace& place);
+void OnSaveSelected(ListPlace& place);
+
+// To the clipboard: rows, or their first cells, a line each.
+void OnCopyList(ListPlace& place);
+void OnCopySelected(ListPlace& place);
+void OnCopyFirstColumn(ListPlace& place);
+
+// A text file in the folder for temporary files, opened in the system's editor.
+void OnListNotepad(ListPlace& place);
+
 }  // namespace hivequarry

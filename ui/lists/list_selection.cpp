@@ -1,4 +1,5 @@
-// Which rows of a list are selected and in focus.
+#include "ui/lists/list_selection.h"
+
 #include <algorithm>
 #include <iterator>
 #include <numeric>

@@ -7,7 +7,6 @@
 #include "app/settings.h"
 #include "host/host.h"
 #include "host/long_operation.h"
-#include "ui/lists/list_handlers.h"
 #include "ui/lists/list_work.h"
 
 namespace hivequarry {

@@ -22,4 +22,12 @@ SortRequest FirstColumnRequest(const OutputList& list);
 // Puts a list that was just filled in order, if the settings want that.
 void SortNewList(ListPlace& place);
 
+// Commands of a list; called when guard and needs allow it.
+//
+// By the rows' icons, by the length of the texts in the column sorted last, by how deep the rows'
+// keys are.
+void OnSortByType(ListPlace& place);
+void OnSortByLength(ListPlace& place);
+void OnSortByLevel(ListPlace& place);
+
 }  // namespace hivequarry

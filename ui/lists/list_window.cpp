@@ -14,6 +14,8 @@
 #include "ui/frame/list_view.h"
 #include "ui/frame/window_place.h"
 #include "ui/lists/list_frame.h"
+#include "ui/lists/list_menu.h"
+#include "ui/lists/list_notify.h"
 #include "ui/lists/list_saving.h"
 #include "ui/lists/list_sorting.h"
 #include "ui/main/main_window.h"

@@ -12,6 +12,8 @@
 #include "ui/lists/list_sorting.h"
 #include "ui/lists/list_window.h"
 #include "ui/main/main_window.h"
+#include "ui/main/status.h"
+#include "ui/main/toolbar.h"
 
 namespace hivequarry {
 namespace {

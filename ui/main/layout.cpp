@@ -1,9 +1,13 @@
+#include "ui/main/layout.h"
+
 #include <algorithm>
 #include <array>
 
 #include "ui/frame/list_view.h"
 #include "ui/frame/splitter.h"
 #include "ui/main/main_window.h"
+#include "ui/main/status.h"
+#include "ui/main/toolbar.h"
 
 namespace hivequarry {
 namespace {

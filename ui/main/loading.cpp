@@ -1,3 +1,5 @@
+#include "ui/main/loading.h"
+
 #include <system_error>
 #include <utility>
 
@@ -7,8 +9,12 @@
 #include "host/long_operation.h"
 #include "host/memory.h"
 #include "lists/list_report.h"
+#include "ui/lists/list_menu.h"
+#include "ui/lists/list_reports.h"
 #include "ui/live/compare_commands.h"
 #include "ui/main/main_window.h"
+#include "ui/main/status.h"
+#include "ui/main/toolbar.h"
 #include "ui/main/window_settings.h"
 #include "view/list_commands.h"
 

@@ -1,3 +1,5 @@
+#include "ui/main/menus.h"
+
 #include <algorithm>
 #include <string>
 #include <string_view>

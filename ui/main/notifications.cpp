@@ -1,6 +1,11 @@
+#include "ui/main/notifications.h"
+
 #include "host/long_operation.h"
 #include "ui/frame/list_view.h"
+#include "ui/lists/list_menu.h"
+#include "ui/lists/list_notify.h"
 #include "ui/main/main_window.h"
+#include "ui/main/toolbar.h"
 
 namespace hivequarry {
 namespace {

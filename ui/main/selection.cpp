@@ -1,3 +1,5 @@
+#include "ui/main/selection.h"
+
 #include <utility>
 
 #include "hive/value_text.h"
@@ -5,6 +7,9 @@
 #include "ui/commands/recent_keys_dialog.h"
 #include "ui/frame/text.h"
 #include "ui/main/main_window.h"
+#include "ui/main/notifications.h"
+#include "ui/main/status.h"
+#include "ui/main/toolbar.h"
 #include "view/item_words.h"
 #include "view/tree_find.h"
 #include "view/workspace.h"

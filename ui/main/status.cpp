@@ -1,3 +1,5 @@
+#include "ui/main/status.h"
+
 #include <utility>
 
 #include "ui/frame/text.h"

@@ -1,3 +1,5 @@
+#include "ui/main/toolbar.h"
+
 #include <algorithm>
 #include <vector>
 

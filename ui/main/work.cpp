@@ -7,6 +7,8 @@
 #include "host/long_operation.h"
 #include "host/memory.h"
 #include "ui/main/main_window.h"
+#include "ui/main/status.h"
+#include "ui/main/toolbar.h"
 
 namespace hivequarry {
 

@@ -1,0 +1,17 @@
+// Commands that list what the hive holds.
+#pragma once
+
+namespace hivequarry {
+
+struct MainWindow;
+
+// Lists of what the hive holds, made on a worker and shown in windows of their own.
+void OnListBlockRuns(MainWindow& window);
+void OnListRoots(MainWindow& window);
+void OnListKeys(MainWindow& window);
+void OnListValues(MainWindow& window);
+void OnListLostValues(MainWindow& window);
+void OnListFreedKeys(MainWindow& window);
+void OnListFreedValues(MainWindow& window);
+
+}  // namespace hivequarry

@@ -1,0 +1,52 @@
+// Opening files in the main window.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+#include <thread>
+
+#include "hive/key_tree.h"
+#include "recovery/image_tree.h"
+#include "ui/draw/win.h"
+
+namespace hivequarry {
+
+struct MainWindow;
+
+// Posted by the worker of a load as its last act.
+inline constexpr UINT kLoadDone = WM_APP + 3;
+// In the high word of a posted WM_COMMAND for "Load Report List": MainWindow::report_named says
+// which.
+inline constexpr WORD kReportNamed = 2;
+
+// A load under way, or its result. The worker writes what is from `slot` on, the interface thread
+// the rest before it starts.
+struct LoadJob {
+  std::thread thread;  // joinable from the start until its result was taken
+  std::string file;
+  uint32_t start = 0;  // partial range, 0 and 0 for none
+  uint32_t end = 0;
+  uint32_t key_position = kNoOffset;  // of the key to select afterwards
+  std::string root_path;              // given by the user, code-page text; empty for none
+  int slot = -1;                      // -1: the file could not be opened
+  std::unique_ptr<KeyTree> tree;
+  ImageSummary summary;
+};
+
+// Opens a file as a command line, the open dialog or a drop names it: a Report List in the Output
+// List pane, a hive here when none is shown, else in a new copy of the program. `start` and `end`
+// are the partial range, 0 and 0 for none; a key position is gone to after the load.
+void OpenNamedFile(MainWindow& window, const std::string& file, uint32_t start, uint32_t end,
+                   uint32_t key_position = kNoOffset);
+// The answer to the posted "Load Report List": shows the list in the Output List pane.
+void LoadNamedReport(MainWindow& window);
+// The answer to kLoadDone: shows the hive, or tells why there is none.
+void ShowLoadResult(MainWindow& window);
+// Waits; answers meanwhile what workers send, who may wait for an answer of this thread.
+void WaitWhile(const std::function<bool()>& busy);
+// Ends every worker.
+void EndWorkers(MainWindow& window);
+
+}  // namespace hivequarry

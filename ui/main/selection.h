@@ -1,0 +1,67 @@
+// From the tree's selected item to the rows and the details beside it.
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <string>
+
+#include "hive/key_tree.h"
+#include "recovery/item_values.h"
+#include "ui/draw/win.h"
+#include "ui/panes/value_threads.h"
+
+namespace hivequarry {
+
+struct MainWindow;
+
+// Posted by value threads when a result is in its mailbox.
+inline constexpr UINT kItemReady = WM_APP + 4;
+inline constexpr UINT kDetailReady = WM_APP + 5;
+
+// A result on its way from a value thread: the newest one waits here to be taken.
+template <typename Result>
+struct Mailbox {
+  std::atomic<uint32_t> newest{0};  // serial of the last request
+  std::mutex mutex;                 // of what follows
+  uint32_t serial = 0;              // of `result`
+  std::unique_ptr<Result> result;
+};
+
+// What a value thread gathered for an item of the tree.
+struct ItemResult {
+  uint32_t item = kNoItem;
+  ItemValues values;
+  ValueViewOptions options;
+  std::wstring detail;
+};
+
+// What the value and detail panes show of the tree's selected item, and what is on its way there.
+struct PaneSelection {
+  ValueThreads threads;
+  Mailbox<ItemResult> item_box;
+  Mailbox<std::wstring> detail_box;
+  uint32_t item = kNoItem;            // whose rows the value pane holds
+  uint32_t value = kNoOffset;         // whose detail is shown or on its way
+  std::wstring key_detail;            // of `item`
+  std::wstring item_words;            // status and info words of the selected item
+  uint32_t wanted_value = kNoOffset;  // to be selected when the rows on their way come
+  uint32_t branch_return = kNoItem;   // where "Current Branch" came from
+};
+
+// Its rows and details are gathered by a value thread; path and words are shown at once.
+void OnItemSelected(MainWindow& window, uint32_t item);
+// The answer to kItemReady. A result that is not the newest is dropped.
+void ShowItemResult(MainWindow& window);
+// The details of the selected value, or of the key where no value is selected.
+void OnRowSelected(MainWindow& window);
+// The answer to kDetailReady, likewise.
+void ShowDetailResult(MainWindow& window);
+// Selects the key at an image position, or the value there with its key, and shows the tree; false
+// when that has neither.
+bool GoToPosition(MainWindow& window, uint32_t position);
+// Gathers the selected item's rows anew, after a change of the view.
+void RefreshItem(MainWindow& window);
+
+}  // namespace hivequarry
