@@ -6,9 +6,9 @@
 #include <span>
 #include <vector>
 
-#include "hive/key_node.h"
+#include "hive/keys.h"
 #include "hive/root_path.h"
-#include "hive/value_key.h"
+#include "hive/values.h"
 #include "host/case.h"
 #include "host/host.h"
 #include "host/number_text.h"

@@ -16,14 +16,14 @@
 #include <string>
 #include <vector>
 
-#include "hive/cells.h"
 #include "hive/file_place.h"
 #include "hive/image.h"
-#include "hive/key_node.h"
 #include "hive/key_tree.h"
-#include "hive/subkey_list.h"
-#include "hive/value_key.h"
+#include "hive/keys.h"
+#include "hive/subkeys.h"
+#include "hive/values.h"
 #include "host/files.h"
+#include "records/cell.h"
 #include "recovery/image_tree.h"
 #include "recovery/item_values.h"
 #include "tests/support/hive_builder.h"

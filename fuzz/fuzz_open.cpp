@@ -6,10 +6,10 @@
 
 #include "fuzz/fuzzed_hive.h"
 #include "hive/bins.h"
-#include "hive/key_node.h"
 #include "hive/key_tree.h"
-#include "hive/value_key.h"
+#include "hive/keys.h"
 #include "hive/value_text.h"
+#include "hive/values.h"
 #include "recovery/freed_records.h"
 #include "recovery/item_values.h"
 #include "reports/freed_lists.h"

@@ -6,12 +6,12 @@
 #include <span>
 #include <vector>
 
-#include "hive/cells.h"
 #include "hive/image.h"
-#include "hive/key_node.h"
-#include "hive/subkey_list.h"
-#include "hive/value_key.h"
+#include "hive/keys.h"
+#include "hive/subkeys.h"
 #include "hive/value_text.h"
+#include "hive/values.h"
+#include "records/cell.h"
 
 namespace {
 
@@ -75,7 +75,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   uint32_t position = 0;
   for (uint32_t cells = 0; cells < kMostCells; ++cells) {
     ReadCell(hive, position);
-    const uint32_t next = FindNextCell(hive, position, hive.length, 0x10000);
+    const uint32_t next = FindNextCell(ImageBytes(hive), position, hive.length, 0x10000);
     Require(next == 0 || next > position);
     if (next == 0) break;
     position = next;

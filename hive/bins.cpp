@@ -27,9 +27,9 @@ std::vector<BinRow> ListHiveBins(const HiveImage& hive, uint32_t first_position,
     row.place = PlaceOf(hive, row.position);
     row.invalid = ReadU32(hive, row.position) != kBinSignature;
     if (!row.invalid) {
-      row.own_offset = ReadU32(hive, row.position + 4);
-      row.size = ReadU32(hive, row.position + 8);
-      row.size_copy = ReadU32(hive, row.position + 28);
+      row.own_offset = ReadU32(hive, row.position + kBinOwnOffset);
+      row.size = ReadU32(hive, row.position + kBinSize);
+      row.size_copy = ReadU32(hive, row.position + kBinSizeCopy);
       if (SizesDiffer(row) && !told) {
         told = true;
         ShowMessage("Block size error !", "Error", Icon::kExclamation);

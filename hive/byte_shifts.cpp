@@ -7,11 +7,11 @@
 #include <unordered_map>
 #include <unordered_set>
 
-#include "hive/bin_headers.h"
-#include "hive/cells.h"
 #include "hive/image.h"
 #include "hive/witnesses.h"
 #include "host/long_operation.h"
+#include "records/bin_header.h"
+#include "records/cell.h"
 
 namespace hivequarry {
 namespace {
@@ -722,14 +722,11 @@ std::vector<uint32_t> LikelyDistances(std::span<const BinHeader> headers, uint32
 }  // namespace
 
 uint32_t EndByBaseBlock(Bytes bytes) {
-  constexpr uint32_t kLength = 40;
-  constexpr uint32_t kChecksum = 508;
-  if (bytes.size() < kChecksum + 4) return UINT32_MAX;
-  uint32_t sum = 0;
-  for (uint32_t at = 0; at < kChecksum; at += 4) sum ^= LoadU32(&bytes[at]);
-  const uint32_t length = LoadU32(&bytes[kLength]);
-  const bool sound = sum == LoadU32(&bytes[kChecksum]) && length != 0 && length % 4096 == 0;
-  return sound ? length : UINT32_MAX;
+  if (bytes.size() < kBaseChecksum + 4) return UINT32_MAX;
+  const BaseBlock block = ReadBaseBlock(bytes);
+  const bool sound =
+      BaseBlockSum(bytes) == block.checksum && block.length != 0 && block.length % 4096 == 0;
+  return sound ? block.length : UINT32_MAX;
 }
 
 std::vector<KeptStretch> FindShifts(Bytes bytes, uint32_t first, bool anchored) {

@@ -5,8 +5,6 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "hive/bin_headers.h"
-#include "hive/cells.h"
 #include "hive/moved_bytes.h"
 #include "hive/offset_map.h"
 #include "hive/root_path.h"
@@ -15,7 +13,8 @@
 #include "host/files.h"
 #include "host/host.h"
 #include "host/long_operation.h"
-#include "host/memory.h"
+#include "records/bin_header.h"
+#include "records/cell.h"
 
 namespace hivequarry {
 namespace {
@@ -88,8 +87,7 @@ bool ReadIntoBuffer(HiveImage& hive, std::FILE* stream) {
 }
 
 bool LoadImage(HiveImage& hive, std::FILE* stream) {
-  const size_t room = size_t{hive.length} + kImageSlack;
-  hive.buffer.reset(AllocateLarge(room));
+  hive.buffer = AllocateImage(hive.length);
   if (!hive.buffer) {
     ShowMessage("Could Not Allocate Memory", kProgramName, Icon::kStop);
     return false;
@@ -141,7 +139,7 @@ void DropFront(HiveImage& hive, uint32_t count) {
 
 // The step of a fragment's cells: that of its first block, else that at which most records start.
 uint32_t StepOfFragment(const HiveImage& hive) {
-  const std::vector<BinHeader> headers = FindBinHeaders({hive.buffer.get(), hive.length});
+  const std::vector<BinHeader> headers = FindBinHeaders(ImageBytes(hive));
   if (!headers.empty()) return headers.front().position % 8;
   std::array<uint32_t, 8> records{};
   for (uint32_t p = 0; InsideHive(hive, p, 8) && (p % 4096 != 0 || !StopRequested()); ++p) {
@@ -163,7 +161,7 @@ void AlignFragment(HiveImage& hive) {
 
 // A copy as text becomes the hive that it was; what stood in the file before that is left out.
 void UndoTextCopy(HiveImage& hive) {
-  std::span<uint8_t> bytes(hive.buffer.get(), hive.length);
+  const std::span<uint8_t> bytes(hive.buffer.get(), hive.length);
   hive.places.returns = ReturnsOfTextCopy(bytes);
   if (hive.places.returns.empty()) return;
   hive.length = TakeReturnsOut(bytes);
@@ -175,7 +173,7 @@ void UndoTextCopy(HiveImage& hive) {
 // Where the hive begins in an image that holds more, by its first block; 0 when it says nothing.
 uint32_t StartInImage(const HiveImage& hive) {
   if (HasSignature(hive)) return 0;
-  for (const BinHeader& bin : FindBinHeaders({hive.buffer.get(), hive.length})) {
+  for (const BinHeader& bin : FindBinHeaders(ImageBytes(hive))) {
     const uint64_t from_zero = uint64_t{bin.own_offset} + kBaseBlockSize;
     return bin.position >= from_zero ? static_cast<uint32_t>(bin.position - from_zero) : 0;
   }
@@ -228,17 +226,6 @@ uint32_t ReadFileU32(std::FILE* stream, uint64_t file_offset) {
   uint8_t bytes[4] = {};
   ReadFileBytes(stream, file_offset, bytes, sizeof(bytes));
   return LoadU32(bytes);
-}
-
-// As many of `size` bytes as lie before `end`.
-uint32_t ReadBelow(const HiveImage& hive, uint32_t end, uint32_t position, uint8_t* out,
-                   uint32_t size) {
-  if (position >= end) return 0;
-  if (TheHiveTable().suspended.load(std::memory_order_relaxed)) return 0;
-  const uint32_t count = std::min(size, end - position);
-  if (count == 0) return 0;  // `out` may be null then
-  std::memcpy(out, hive.buffer.get() + position, count);
-  return count;
 }
 
 // The part of the file to be opened.
@@ -318,7 +305,7 @@ bool OpenIntoSlot(HiveImage& hive, const std::string& file_name) {
   FilePart part;
   part.file_size = measured < 0 ? 0 : static_cast<uint64_t>(measured);
   if (!ChoosePart(hive, stream.get(), part)) return false;
-  if (!part.ranged && part.file_size > UINT32_MAX - kImageSlack) {
+  if (!part.ranged && part.file_size > kLongestImage) {
     ShowMessage("Could Not Allocate Memory", kProgramName, Icon::kStop);
     return false;
   }
@@ -342,16 +329,11 @@ bool OpenIntoSlot(HiveImage& hive, const std::string& file_name) {
 
 }  // namespace
 
-bool IsBaseBlockSignature(const uint8_t (&bytes)[4]) {
-  return CountMatches(bytes, "regf", 4) >= 3 || LoadU32(bytes) == kSnapshotSignature;
-}
-
 void ResetHiveTable() {
   HiveTable& table = TheHiveTable();
   for (int slot = 0; slot < kSlotCount; ++slot) FreeHiveSlot(slot);
   table.start_offset = table.end_offset = 0;
   table.current = 0;
-  table.suspended = false;
 }
 
 int AllocateHiveSlot(uint32_t kind) {
@@ -413,7 +395,6 @@ int OpenHive(const std::string& file_name) {
 }
 
 bool ValidateHiveFile(HiveImage& hive) {
-  constexpr uint32_t kRootOffsetField = 36;
   const Stream opened = OpenHiveFile(hive.file_name);
   std::FILE* const stream = opened.get();
   if (stream == nullptr) return false;
@@ -425,7 +406,7 @@ bool ValidateHiveFile(HiveImage& hive) {
   }
   const int64_t file_size = FileSize(stream);
   hive.last_valid = file_size < 8 ? 0 : static_cast<uint32_t>(file_size - 8);
-  const uint64_t root = uint64_t{ReadFileU32(stream, kRootOffsetField)} + hive.data_start;
+  const uint64_t root = uint64_t{ReadFileU32(stream, kBaseRootOffset)} + hive.data_start;
   const bool inside = root <= static_cast<uint64_t>(std::max<int64_t>(file_size, 0));
   hive.root_position = inside ? static_cast<uint32_t>(root) : hive.lower_bound;
   return true;
@@ -486,23 +467,8 @@ void ProbeHiveStart(std::FILE* stream, uint32_t candidate, HiveProbe& probe) {
   }
 }
 
-uint32_t ReadU32BigEndian(const HiveImage& hive, uint32_t position) {
-  const uint32_t value = ReadU32(hive, position);
-  return value >> 24 | (value >> 8 & 0xFF00) | (value << 8 & 0xFF0000) | value << 24;
-}
-
-uint8_t ReadU8(const HiveImage& hive, uint32_t position) {
-  uint8_t byte = 0;
-  ReadBytes(hive, position, &byte, 1);
-  return byte;
-}
-
-uint32_t ReadBytes(const HiveImage& hive, uint32_t position, uint8_t* out, uint32_t size) {
-  return ReadBelow(hive, hive.length, position, out, size);
-}
-
 uint32_t ReadHeldBytes(const HiveImage& hive, uint32_t position, uint8_t* out, uint32_t size) {
-  return ReadBelow(hive, hive.held, position, out, size);
+  return ReadBytes(ByteView(hive.buffer.get(), hive.held), position, out, size);
 }
 
 }  // namespace hivequarry

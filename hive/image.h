@@ -10,15 +10,17 @@
 #include <atomic>
 #include <cstdint>
 #include <cstdio>
-#include <cstdlib>
-#include <memory>
 #include <span>
 #include <string>
 #include <unordered_map>
 #include <vector>
 
+#include "bytes/byte_view.h"
+#include "bytes/image_memory.h"
 #include "hive/value_edits.h"
 #include "host/file_reading.h"
+#include "records/base_block.h"
+#include "records/bin_header.h"
 
 namespace hivequarry {
 
@@ -71,27 +73,13 @@ struct ValueListNote {
   bool shared = false;              // another key has the better right to the list
 };
 
-inline constexpr uint32_t kNoOffset = 0xFFFFFFFF;           // "none" in every offset field
-inline constexpr uint32_t kBaseBlockSize = 4096;            // data area start after a base block
-inline constexpr uint32_t kBinHeaderSize = 32;              // an "hbin" header, before its cells
-inline constexpr uint32_t kFirstCellPosition = 4128;        // first cell of the first bin
-inline constexpr uint32_t kImageSlack = 0x24000;            // owned, zeroed bytes after the image
-inline constexpr uint32_t kBinSignature = 0x6E696268;       // "hbin"
-inline constexpr uint32_t kHiveSignature = 0x66676572;      // "regf"
-inline constexpr uint32_t kSnapshotSignature = 0x70616E73;  // "snap", of a registry snapshot
-
-// What a base block begins with: at least three letters of "regf", or "snap" whole.
-bool IsBaseBlockSignature(const uint8_t (&bytes)[4]);
+inline constexpr uint32_t kNoOffset = 0xFFFFFFFF;  // "none" in every offset field
 
 inline constexpr uint32_t kClosedGate = 0x66676572;  // "regf", no multiple of 8
 inline constexpr uint32_t kOpenGate = 0;
 
 enum class SlotState : uint32_t { kTaken = 0, kFree = 1 };
 inline constexpr uint32_t kBrowseSlot = 3;  // slot kind of a hive opened for browsing
-
-struct FreeDeleter {
-  void operator()(uint8_t* memory) const { std::free(memory); }
-};
 
 // What a hive's root path was taken from.
 enum class RootSource : uint8_t {
@@ -110,8 +98,8 @@ struct HiveImage {
   uint32_t root_position = 0;  // of the root key node; 0 when unknown
   uint32_t length = 0;         // bytes of the hive, or of the chosen range
   uint32_t last_valid = 0;     // length - 8: no cell starts beyond it
-  std::unique_ptr<uint8_t, FreeDeleter> buffer;  // held + kImageSlack bytes
-  uint32_t base_offset = 0;                      // where in the file the hive begins
+  ImageMemory buffer;          // held + kImageSlack bytes
+  uint32_t base_offset = 0;    // where in the file the hive begins
   // Bytes in memory. More than `length` where the image was cut because another hive begins there,
   // and where copies of pages that are in place were put at its end; cell readers end at `length`.
   uint32_t held = 0;
@@ -164,8 +152,6 @@ struct HiveTable {
   int current = 0;  // the slot being worked on
   std::string current_folder;
   std::string current_file;
-  // While set, every cell reader returns 0 or an empty record.
-  std::atomic<bool> suspended{false};
   // Default root for paths of the current hive, before its own root path is known.
   std::string default_long_root = "HKEY_USERS";
   std::string default_short_root = "HKU";
@@ -216,43 +202,26 @@ inline bool InsideHive(const HiveImage& hive, uint32_t position, uint32_t size) 
   return size <= hive.length && position <= hive.length - size;
 }
 
-inline uint32_t LoadU32(const uint8_t* bytes) {
-  return static_cast<uint32_t>(bytes[0]) | static_cast<uint32_t>(bytes[1]) << 8 |
-         static_cast<uint32_t>(bytes[2]) << 16 | static_cast<uint32_t>(bytes[3]) << 24;
-}
-inline uint64_t LoadU64(const uint8_t* bytes) {
-  return LoadU32(bytes) | uint64_t{LoadU32(bytes + 4)} << 32;
-}
-inline uint16_t LoadU16(const uint8_t* bytes) {
-  return static_cast<uint16_t>(bytes[0] | bytes[1] << 8);
-}
+// The image's bytes, up to its length.
+inline ByteView ImageBytes(const HiveImage& hive) { return {hive.buffer.get(), hive.length}; }
 
-// Little-endian; 0 outside the hive or while readers are suspended.
-inline uint32_t ReadU32(const HiveImage& hive, uint32_t position) {
-  if (!InsideHive(hive, position, 4)) return 0;
-  if (TheHiveTable().suspended.load(std::memory_order_relaxed)) return 0;
-  return LoadU32(hive.buffer.get() + position);
+// Little-endian; 0 outside the hive.
+inline uint8_t ReadU8(const HiveImage& hive, uint32_t position) {
+  return ReadU8(ImageBytes(hive), position);
 }
 inline uint16_t ReadU16(const HiveImage& hive, uint32_t position) {
-  if (!InsideHive(hive, position, 2)) return 0;
-  if (TheHiveTable().suspended.load(std::memory_order_relaxed)) return 0;
-  return LoadU16(hive.buffer.get() + position);
+  return ReadU16(ImageBytes(hive), position);
+}
+inline uint32_t ReadU32(const HiveImage& hive, uint32_t position) {
+  return ReadU32(ImageBytes(hive), position);
 }
 inline uint64_t ReadU64(const HiveImage& hive, uint32_t position) {
-  return ReadU32(hive, position) | uint64_t{ReadU32(hive, position + 4)} << 32;
+  return ReadU64(ImageBytes(hive), position);
 }
-// Where the bytes are in memory, for readers of this floor that want many at once; null while
-// suspended, or when not all lie inside the hive.
-inline const uint8_t* BytesInMemory(const HiveImage& hive, uint32_t position, uint32_t size) {
-  const bool there =
-      InsideHive(hive, position, size) && !TheHiveTable().suspended.load(std::memory_order_relaxed);
-  return there ? hive.buffer.get() + position : nullptr;
-}
-// Big-endian variant of ReadU32.
-uint32_t ReadU32BigEndian(const HiveImage& hive, uint32_t position);
-uint8_t ReadU8(const HiveImage& hive, uint32_t position);
 // Copies as many of `size` bytes as lie inside the hive; returns how many.
-uint32_t ReadBytes(const HiveImage& hive, uint32_t position, uint8_t* out, uint32_t size);
+inline uint32_t ReadBytes(const HiveImage& hive, uint32_t position, uint8_t* out, uint32_t size) {
+  return ReadBytes(ImageBytes(hive), position, out, size);
+}
 // Likewise of what is held, also after the place where the image was cut.
 uint32_t ReadHeldBytes(const HiveImage& hive, uint32_t position, uint8_t* out, uint32_t size);
 

@@ -5,8 +5,8 @@
 #include <cstring>
 
 #include "hive/file_place.h"
-#include "hive/key_node.h"
 #include "hive/key_tree.h"
+#include "hive/keys.h"
 #include "hive/root_path.h"
 #include "hive/value_text.h"
 #include "host/host.h"
@@ -30,7 +30,7 @@ size_t NameLength(const HiveImage& hive, const KeyTree& tree, uint32_t item) {
   const bool stored = it.kind == ItemKind::kKey || it.kind == ItemKind::kPathCopy;
   if (!stored || it.made_name != 0) return ItemName(hive, tree, item).size();
   return std::min<size_t>(ReadU16(hive, it.position + kKeyNameLength),
-                          LongestKeyName(hive, it.position));
+                          LongestKeyName(ImageBytes(hive), it.position));
 }
 
 // Rows of a list that have the path of the key: its own and those of its values.

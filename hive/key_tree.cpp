@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "hive/key_node.h"
+#include "hive/keys.h"
 #include "hive/root_path.h"
 #include "host/host.h"
 #include "host/number_text.h"

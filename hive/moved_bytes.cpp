@@ -6,18 +6,15 @@
 #include <cstring>
 #include <vector>
 
-#include "hive/bin_headers.h"
 #include "hive/byte_shifts.h"
-#include "hive/cells.h"
 #include "hive/file_place.h"
 #include "hive/moved_pages.h"
 #include "host/long_operation.h"
-#include "host/memory.h"
+#include "records/bin_header.h"
+#include "records/cell.h"
 
 namespace hivequarry {
 namespace {
-
-std::span<const uint8_t> BytesOf(const HiveImage& hive) { return {hive.buffer.get(), hive.length}; }
 
 // --- putting an image together again
 
@@ -62,8 +59,7 @@ std::vector<ImagePiece> PiecesOf(const HiveImage& hive, const std::vector<Part>&
 bool Rebuild(HiveImage& hive, const std::vector<Part>& parts) {
   uint64_t length = 0;
   for (const Part& part : parts) length += part.length;
-  if (length > UINT32_MAX - kImageSlack) return false;
-  std::unique_ptr<uint8_t, FreeDeleter> buffer(AllocateLarge(size_t{length} + kImageSlack));
+  ImageMemory buffer = AllocateImage(length);
   if (!buffer) return false;
   uint8_t* to = buffer.get();
   for (const Part& part : parts) {
@@ -111,7 +107,7 @@ uint32_t LackingPages(const HiveImage& hive, const std::vector<Part>& parts,
   if (put_in == 0 || parts.empty()) return 0;
   uint64_t end = length;
   const auto look = [&](const Part& part) {
-    for (const BinHeader& bin : FindBinHeaders(BytesOf(hive).subspan(part.from, part.length))) {
+    for (const BinHeader& bin : FindBinHeaders(ImageBytes(hive).subspan(part.from, part.length))) {
       const uint64_t position = uint64_t{bin.own_offset} + target;
       if (position <= end && position + bin.size <= length + put_in) {
         end = std::max(end, position + bin.size);
@@ -188,7 +184,7 @@ std::vector<Part> PartsOfShifts(HiveImage& hive, const std::vector<KeptStretch>&
 bool UndoShifts(HiveImage& hive, uint32_t& own_length) {
   own_length = hive.length;
   const std::vector<KeptStretch> kept =
-      FindShifts(BytesOf(hive), hive.data_base, hive.header_valid);
+      FindShifts(ImageBytes(hive), hive.data_base, hive.header_valid);
   if (kept.empty() || StopRequested()) return false;
   const uint32_t target = hive.header_valid ? hive.data_base : (kept[0].distance + 7) / 8 * 8;
   const bool one = kept.size() == 1 && kept[0].begin == 0;
@@ -218,7 +214,7 @@ void NotePages(HiveImage& hive, const Pages& pages, const PageMoves& moves) {
 bool UndoPageMoves(HiveImage& hive, uint32_t own_length) {
   const Pages pages = PagesOf(hive.data_base, own_length, hive.length);
   if (pages.own == 0) return false;
-  const PageMoves moves = FindPageMoves(BytesOf(hive), pages);
+  const PageMoves moves = FindPageMoves(ImageBytes(hive), pages);
   if (!moves.any || StopRequested()) return false;
   std::vector<bool> used(pages.count, false);
   std::vector<bool> copied(pages.count, false);
@@ -268,7 +264,7 @@ bool UndoPageMoves(HiveImage& hive, uint32_t own_length) {
 }  // namespace
 
 bool IsInOrder(const HiveImage& hive) {
-  const std::span<const uint8_t> bytes = BytesOf(hive);
+  const std::span<const uint8_t> bytes = ImageBytes(hive);
   const uint32_t length = hive.length;
   const auto chained = [&](uint64_t at, uint64_t end) {
     while (at < end && at + 4 <= length) {
@@ -307,7 +303,7 @@ bool UndoMoves(HiveImage& hive) {
     }
   };
   // Where nothing is too much or missing pages are likelier to have moved than bytes.
-  const bool complete = uint64_t{EndByBaseBlock(BytesOf(hive))} + kBaseBlockSize == hive.length;
+  const bool complete = uint64_t{EndByBaseBlock(ImageBytes(hive))} + kBaseBlockSize == hive.length;
   if (complete && hive.header_valid) undo_page_moves();
   if (undone && IsInOrder(hive)) {
     hive.places.own_end = own_length;

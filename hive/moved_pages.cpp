@@ -5,10 +5,10 @@
 #include <numeric>
 #include <unordered_map>
 
-#include "hive/bin_headers.h"
 #include "hive/image.h"
 #include "hive/witnesses.h"
 #include "host/long_operation.h"
+#include "records/bin_header.h"
 
 namespace hivequarry {
 namespace {

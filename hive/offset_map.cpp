@@ -4,11 +4,11 @@
 #include <cstdlib>
 #include <map>
 
-#include "hive/bin_headers.h"
 #include "hive/byte_shifts.h"
 #include "hive/moved_bytes.h"
 #include "hive/moved_pages.h"
 #include "hive/witnesses.h"
+#include "records/bin_header.h"
 
 namespace hivequarry {
 namespace {
@@ -17,8 +17,6 @@ namespace {
 constexpr uint32_t kNoDelta = 0x80000004;
 // Shorter gaps lie inside one cell or two; what they held is missing there.
 constexpr uint32_t kShortestGap = 64;
-
-std::span<const uint8_t> BytesOf(const HiveImage& hive) { return {hive.buffer.get(), hive.length}; }
 
 // What is left of a root key: its flags and some of its signature, or the start of a name that the
 // system gives to roots. The size alone is that of many cells.
@@ -77,7 +75,7 @@ uint32_t WeighDistances(const HiveImage& hive, const std::vector<BinHeader>& hea
   }
   if (count > 1) return most;
   const uint32_t distances[] = {most, hive.data_start};
-  const Witnesses witnesses = FindWitnesses(BytesOf(hive), distances);
+  const Witnesses witnesses = FindWitnesses(ImageBytes(hive), distances);
   const uint32_t support = SupportOf(witnesses, headers, most);
   if (hive.header_valid && SupportOf(witnesses, headers, hive.data_start) >= support) {
     return hive.data_start;
@@ -100,7 +98,7 @@ struct Strangers {
 
 std::vector<Strangers> FindStrangers(const HiveImage& hive) {
   std::vector<Strangers> found;
-  const std::vector<BinHeader> headers = FindBinHeaders(BytesOf(hive));
+  const std::vector<BinHeader> headers = FindBinHeaders(ImageBytes(hive));
   const auto on_page = [&](const BinHeader& bin) {
     return (bin.position - hive.data_base) % kPageSize == 0;
   };
@@ -111,7 +109,7 @@ std::vector<Strangers> FindStrangers(const HiveImage& hive) {
       const auto next =
           std::find_if(headers.begin() + static_cast<ptrdiff_t>(i) + 1, headers.end(), on_page);
       const uint32_t end = next == headers.end() ? hive.length : next->position;
-      const bool whole = IsWholeBlock(BytesOf(hive), bin, end - bin.position);
+      const bool whole = IsWholeBlock(ImageBytes(hive), bin, end - bin.position);
       if (whole) own_end = uint64_t{bin.position} + bin.size;
       continue;
     }
@@ -134,7 +132,7 @@ std::vector<Strangers> FindStrangers(const HiveImage& hive) {
 // References of the stretch's records into itself that hold at its own distance.
 uint32_t HeldAmongThemselves(const HiveImage& hive, const Strangers& strangers) {
   constexpr size_t kMost = 4096;
-  const std::span<const uint8_t> bytes = BytesOf(hive);
+  const std::span<const uint8_t> bytes = ImageBytes(hive);
   const std::span<const uint8_t> stretch =
       bytes.subspan(strangers.begin, strangers.end - strangers.begin);
   uint32_t held = 0;
@@ -184,8 +182,8 @@ Verdict PrepareVerdict(const HiveImage& hive) {
   const uint32_t own =
       hive.places.own_end != 0 ? std::min(hive.places.own_end, hive.length) : hive.length;
   const Pages pages = PagesOf(hive.data_base, own, own);
-  Verdict verdict{hive, pages, FitPages(BytesOf(hive).first(own), pages), 0};
-  for (const BinHeader& bin : FindBinHeaders(BytesOf(hive))) {
+  Verdict verdict{hive, pages, FitPages(ImageBytes(hive).first(own), pages), 0};
+  for (const BinHeader& bin : FindBinHeaders(ImageBytes(hive))) {
     if (bin.Distance() == hive.data_base) verdict.own_end = bin.position + bin.size;
   }
   return verdict;
@@ -208,7 +206,7 @@ void AddForeign(const Verdict& verdict, const Strangers& strangers, std::vector<
   for (uint32_t p = strangers.begin; p < strangers.end; p += kPageSize) {
     BinHeader bin;
     const PageFit fit = verdict.FitOf(p, p + 1);
-    const bool header = ReadBinHeader(BytesOf(verdict.hive), p, bin);
+    const bool header = ReadBinHeader(ImageBytes(verdict.hive), p, bin);
     if (header || fit.asked == 0 || fit.held * 2 < fit.asked) continue;
     if (p > begin) runs.push_back({begin, p, strangers.distance, true});
     begin = p + kPageSize;
@@ -239,13 +237,13 @@ const OffsetRun& RunAt(const HiveImage& hive, uint32_t position) {
 
 bool FindDataBase(HiveImage& hive) {
   BinHeader bin;
-  if (hive.header_valid && ReadBinHeader(BytesOf(hive), hive.data_start, bin) &&
+  if (hive.header_valid && ReadBinHeader(ImageBytes(hive), hive.data_start, bin) &&
       bin.own_offset == 0) {
     hive.data_base = hive.data_start;
     hive.data_base_proven = true;
     return true;
   }
-  const std::vector<BinHeader> headers = FindBinHeaders(BytesOf(hive));
+  const std::vector<BinHeader> headers = FindBinHeaders(ImageBytes(hive));
   if (headers.empty()) return HasRootRemains(hive, kFirstCellPosition);
   hive.data_base = WeighDistances(hive, headers, hive.data_base_proven);
   return !hive.header_valid || hive.data_base == hive.data_start;

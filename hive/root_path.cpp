@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cstdio>
 
-#include "hive/key_node.h"
+#include "hive/keys.h"
 #include "host/host.h"
 
 namespace hivequarry {
@@ -89,15 +89,7 @@ std::string LabelOfRootKey(std::string_view name) {
 
 // The end of a path that the base block holds: 32 UTF-16 units at most, the start cut off.
 std::string StoredFileName(const HiveImage& hive) {
-  constexpr uint32_t kField = 48;
-  constexpr uint32_t kUnits = 32;
-  std::string name;
-  for (uint32_t i = 0; i < kUnits; ++i) {
-    const uint16_t unit = ReadU16(hive, kField + 2 * i);
-    if (unit == 0) break;
-    name.push_back(NarrowUnit(unit));
-  }
-  return name;
+  return NarrowText(ReadBaseBlock(ImageBytes(hive)).file_name);
 }
 
 std::string_view LastPart(std::string_view path) {

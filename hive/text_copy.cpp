@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <cstring>
 
-#include "hive/bin_headers.h"
 #include "hive/image.h"
 #include "host/long_operation.h"
+#include "records/bin_header.h"
 
 namespace hivequarry {
 namespace {

@@ -3,7 +3,7 @@
 #include <utility>
 
 #include "hive/image.h"
-#include "hive/value_key.h"
+#include "hive/values.h"
 
 namespace hivequarry {
 namespace {

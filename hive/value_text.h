@@ -7,7 +7,7 @@
 #include <string>
 #include <string_view>
 
-#include "hive/value_key.h"
+#include "hive/values.h"
 
 namespace hivequarry {
 

@@ -2,28 +2,23 @@
 
 #include <algorithm>
 
-#include "hive/cells.h"
-#include "hive/key_node.h"
-#include "hive/subkey_list.h"
-#include "hive/value_key.h"
+#include "hive/keys.h"
+#include "hive/subkeys.h"
+#include "hive/values.h"
 #include "host/case.h"
 #include "host/long_operation.h"
+#include "records/cell.h"
+#include "records/name_hash.h"
+#include "records/security_cell.h"
 
 namespace hivequarry {
 namespace {
 
-using Bytes = std::span<const uint8_t>;
+using Bytes = ByteView;
 
-constexpr uint32_t kListCountField = 6;
-constexpr uint32_t kListEntriesField = 8;
-constexpr uint32_t kSecurityNext = 8;
-constexpr uint32_t kSecurityPrevious = 12;
-constexpr uint32_t kSecurityLength = 20;
-constexpr uint32_t kSecurityBytes = 24;
 constexpr uint32_t kMostSubkeys = 0x1000000;
 constexpr uint32_t kMostValues = 0x100000;
-constexpr uint32_t kInline = 0x80000000;  // in a value's data length
-constexpr size_t kPollEach = 4096;        // records after which a stop is asked for
+constexpr size_t kPollEach = 4096;  // records after which a stop is asked for
 
 bool CouldBeOffset(uint32_t offset) { return offset % 8 == 0 || offset == kNoOffset; }
 
@@ -47,46 +42,30 @@ bool IsValueRecord(Bytes bytes, uint32_t p) {
   if (bytes.size() - p < kValueName) return false;
   const uint32_t needed = kValueName + LoadU16(&bytes[p + kValueNameLength]);
   if (!IsRecordCell(bytes, p, needed)) return false;
-  const bool is_inline = (LoadU32(&bytes[p + kValueDataLength]) & kInline) != 0;
+  const bool is_inline = (LoadU32(&bytes[p + kValueDataLength]) & kInlineData) != 0;
   return CellLength(LoadU32(&bytes[p])) < needed + 64 &&
          (is_inline || CouldBeOffset(LoadU32(&bytes[p + kValueDataOffset])));
 }
 
 bool IsListRecord(Bytes bytes, uint32_t p, ListKind kind) {
-  const uint32_t count = LoadU16(&bytes[p + kListCountField]);
-  return count != 0 && IsRecordCell(bytes, p, kListEntriesField + count * ListEntrySize(kind)) &&
-         LoadU32(&bytes[p + kListEntriesField]) % 8 == 0;
+  const uint32_t count = LoadU16(&bytes[p + kListCount]);
+  return count != 0 && IsRecordCell(bytes, p, kListEntries + count * ListEntrySize(kind)) &&
+         LoadU32(&bytes[p + kListEntries]) % 8 == 0;
 }
 
 bool IsSecurityRecord(Bytes bytes, uint32_t p) {
-  if (bytes.size() - p < kSecurityBytes) return false;
+  if (bytes.size() - p < kSecurityDescriptor) return false;
   const uint32_t length = LoadU32(&bytes[p + kSecurityLength]);
-  return length < 0x10000 && IsRecordCell(bytes, p, kSecurityBytes + length) &&
+  return length < 0x10000 && IsRecordCell(bytes, p, kSecurityDescriptor + length) &&
          LoadU32(&bytes[p + kSecurityNext]) % 8 == 0 &&
          LoadU32(&bytes[p + kSecurityPrevious]) % 8 == 0;
 }
 
-// The hash of the name of the key cell, 0 where it is none of single bytes or not all there.
-uint32_t HashOfKey(Bytes cell) {
-  if (cell.size() < kKeyName || (cell[kKeyFlags] & 0x20) == 0) return 0;
+// The name of a key cell whose name is of single bytes; empty where it is not or not all there.
+Bytes NameOfKey(Bytes cell) {
+  if (cell.size() < kKeyName || (cell[kKeyFlags] & kKeyNameIsBytes) == 0) return {};
   const uint32_t length = LoadU16(&cell[kKeyNameLength]);
-  if (length > cell.size() - kKeyName) return 0;
-  uint32_t hash = 0;
-  for (const uint8_t byte : cell.subspan(kKeyName, length)) {
-    if (byte == 0xFF) return 0;
-    hash = hash * 37 + CapitalOf(byte);
-  }
-  return hash;
-}
-
-// Its first four characters, likewise.
-uint32_t HintOfKey(Bytes cell) {
-  if (cell.size() < kKeyName || (cell[kKeyFlags] & 0x20) == 0) return 0;
-  const uint32_t length = std::min<uint32_t>(LoadU16(&cell[kKeyNameLength]), 4);
-  if (length > cell.size() - kKeyName) return 0;
-  uint32_t hint = 0;
-  for (uint32_t i = 0; i < length; ++i) hint |= uint32_t{cell[kKeyName + i]} << (8 * i);
-  return hint;
+  return length > cell.size() - kKeyName ? Bytes() : cell.subspan(kKeyName, length);
 }
 
 // The entries of a value list cell that is in place: its size has room for them, and each could be
@@ -143,7 +122,7 @@ void ForEachReference(Bytes bytes, const Witness& record, const Add& add) {
     name(CellKind::kSecurity, field(kKeySecurity), 0);
   } else if (record.kind == CellKind::kValue) {
     const uint32_t length = field(kValueDataLength);
-    if (length > 4 && (length & kInline) == 0) {
+    if (length > 4 && (length & kInlineData) == 0) {
       name(CellKind::kData, field(kValueDataOffset), length);
     }
   } else if (record.kind == CellKind::kSecurity) {
@@ -152,9 +131,9 @@ void ForEachReference(Bytes bytes, const Witness& record, const Add& add) {
   } else if (record.kind == CellKind::kList) {
     const ListKind kind = ListKindOfSignature(LoadU16(cell + 4));
     const uint32_t size = ListEntrySize(kind);
-    const uint32_t count = LoadU16(cell + kListCountField);
+    const uint32_t count = LoadU16(cell + kListCount);
     for (uint32_t i = 0; i < count; ++i) {
-      const uint32_t at = kListEntriesField + i * size;
+      const uint32_t at = kListEntries + i * size;
       const uint32_t offset = field(at);
       if (offset == 0 || offset % 8 != 0) continue;
       const CellKind named = kind == ListKind::kRi ? CellKind::kList : CellKind::kKey;
@@ -295,15 +274,14 @@ uint32_t Agreement(Bytes cell, const Reference& reference) {
   switch (reference.kind) {
     case CellKind::kKey: {
       if (signature != kSignatureNk) return 0;
-      const uint32_t name = need == 0 ? 0 : reference.hint ? HintOfKey(cell) : HashOfKey(cell);
+      const Bytes text = NameOfKey(cell);
+      const uint32_t name = need == 0 ? 0 : reference.hint ? NameHint(text) : NameHash(text);
       return name == 0 ? 1 : name == need ? 3 : 0;
     }
     case CellKind::kList: {
       const ListKind kind = ListKindOfSignature(signature);
       if (kind == ListKind::kNone) return 0;
-      return kind == ListKind::kRi || need == 0        ? 1
-             : LoadU16(&cell[kListCountField]) == need ? 3
-                                                       : 0;
+      return kind == ListKind::kRi || need == 0 ? 1 : LoadU16(&cell[kListCount]) == need ? 3 : 0;
     }
     case CellKind::kValue:
       return signature == kSignatureVk;

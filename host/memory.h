@@ -1,16 +1,9 @@
-// Memory for what is large.
+// Where a lack of memory ends.
 #pragma once
 
-#include <cstddef>
-#include <cstdint>
 #include <new>
 
 namespace hivequarry {
-
-// `size` bytes that std::free frees, their content undefined; null when there is no memory. Of the
-// system's largest pages where it has some: a hive is filled at once, and mapping it in small pages
-// takes longer than reading it.
-uint8_t* AllocateLarge(size_t size);
 
 // The message "Could Not Allocate Memory".
 void ReportNoMemory();

@@ -1,7 +1,7 @@
 #include "lists/list_rows.h"
 
 #include "hive/file_place.h"
-#include "hive/key_node.h"
+#include "hive/keys.h"
 #include "hive/offset_map.h"
 #include "hive/value_text.h"
 #include "host/host.h"

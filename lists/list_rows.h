@@ -8,7 +8,7 @@
 #include <string_view>
 
 #include "hive/key_tree.h"
-#include "hive/value_key.h"
+#include "hive/values.h"
 #include "lists/output_list.h"
 
 namespace hivequarry {

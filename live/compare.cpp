@@ -6,8 +6,8 @@
 #include <utility>
 #include <vector>
 
-#include "hive/value_key.h"
 #include "hive/value_text.h"
+#include "hive/values.h"
 #include "host/host.h"
 #include "host/long_operation.h"
 #include "lists/list_rows.h"

@@ -4,7 +4,7 @@
 #include <string_view>
 
 #include "hive/image.h"
-#include "hive/key_node.h"
+#include "hive/keys.h"
 #include "security/descriptor.h"
 
 namespace hivequarry {

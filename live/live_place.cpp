@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <vector>
 
-#include "hive/key_node.h"
+#include "hive/keys.h"
 #include "hive/root_path.h"
 #include "host/host.h"
 
@@ -48,7 +48,7 @@ std::u16string WideItemName(const HiveImage& hive, const KeyTree& tree, uint32_t
   // UTF-8 has no form for half a surrogate pair; only what was made up has to go that way.
   const bool stored = HasKeyCell(tree, item) && it.kind == ItemKind::kKey && it.made_name == 0;
   const uint32_t length = stored ? ReadU16(hive, it.position + kKeyNameLength) : 0;
-  if (length != 0) return WideKeyName(hive, it.position, length);
+  if (length != 0) return WideKeyName(ImageBytes(hive), it.position, length);
   return WideFromUtf8(ItemNameUtf8(hive, tree, item));
 }
 

@@ -5,10 +5,10 @@
 #include <utility>
 #include <vector>
 
-#include "hive/key_node.h"
+#include "hive/keys.h"
 #include "hive/root_path.h"
-#include "hive/value_key.h"
 #include "hive/value_text.h"
+#include "hive/values.h"
 #include "host/host.h"
 #include "host/long_operation.h"
 #include "live/live_keys.h"

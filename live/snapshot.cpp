@@ -10,8 +10,7 @@
 #include <utility>
 #include <vector>
 
-#include "hive/cells.h"
-#include "hive/key_node.h"
+#include "hive/keys.h"
 #include "hive/root_path.h"
 #include "host/evidence.h"
 #include "host/file_reading.h"
@@ -26,6 +25,7 @@
 #include "live/hive_logs.h"
 #include "live/hive_mounts.h"
 #include "live/live_keys.h"
+#include "records/cell.h"
 
 namespace hivequarry {
 namespace {

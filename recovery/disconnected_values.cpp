@@ -1,8 +1,8 @@
 #include "recovery/disconnected_values.h"
 
-#include "hive/key_node.h"
 #include "hive/key_tree.h"
-#include "hive/value_key.h"
+#include "hive/keys.h"
+#include "hive/values.h"
 #include "host/host.h"
 #include "host/long_operation.h"
 #include "host/number_text.h"

@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <vector>
 
-#include "hive/cells.h"
-#include "hive/key_node.h"
+#include "hive/keys.h"
+#include "records/cell.h"
 
 namespace hivequarry {
 namespace {

@@ -3,13 +3,13 @@
 #include <algorithm>
 #include <bit>
 
-#include "hive/cells.h"
-#include "hive/key_node.h"
+#include "hive/keys.h"
 #include "hive/timestamp.h"
-#include "hive/value_key.h"
 #include "hive/value_text.h"
+#include "hive/values.h"
 #include "host/host.h"
 #include "host/long_operation.h"
+#include "records/cell.h"
 
 namespace hivequarry {
 namespace {
@@ -34,15 +34,13 @@ struct Walk {
   const HiveImage& hive;
   const KeyTree& tree;
   std::vector<FreedCandidate>& found;
-  const uint8_t* bytes = nullptr;  // of an image in memory: the walk asks for few of very many
-  uint32_t bin_end = 0;            // of the block around the position; 0 when there is none
-  bool only_free = false;          // of that block the free cells alone can hold records
+  const ByteView image;    // of the hive
+  uint32_t bin_end = 0;    // of the block around the position; 0 when there is none
+  bool only_free = false;  // of that block the free cells alone can hold records
 };
 
 // At a position of which 8 bytes are inside the image.
-uint32_t WordAt(const Walk& walk, uint32_t p) {
-  return walk.bytes != nullptr ? LoadU32(walk.bytes + p) : ReadU32(walk.hive, p);
-}
+uint32_t WordAt(const Walk& walk, uint32_t p) { return ReadU32(walk.image, p); }
 
 // --- what a record must look like ----------------------------------------------------------------
 
@@ -243,11 +241,11 @@ struct PageCount {
 
 // Without a branch: nearly all pages of a sound hive hold nothing else than what the tree shows,
 // and this is all that is looked at of them.
-PageCount CountPage(const uint8_t* page) {
+PageCount CountPage(ByteView page) {
   PageCount count;
   for (uint32_t at = 0; at < kPage; at += kRecordStep) {
-    const uint32_t size = LoadU32(page + at);
-    const uint32_t second = LoadU32(page + at + 4);
+    const uint32_t size = LoadU32(&page[at]);
+    const uint32_t second = LoadU32(&page[at + 4]);
     const uint32_t key = (second & 0xFFFF) == kSignatureNk;
     const uint32_t value = (second & 0xFFFF) == kSignatureVk;
     const uint32_t allocated = size >> 31;
@@ -264,8 +262,8 @@ uint32_t CountKnownKeys(const Walk& walk, uint32_t page) {
   for (uint32_t word = page / 512; word < (page + kPage) / 512; ++word) {
     for (uint64_t bits = walk.tree.key_positions.bits[word]; bits != 0; bits &= bits - 1) {
       const uint32_t p = 512 * word + 8 * static_cast<uint32_t>(std::countr_zero(bits));
-      const bool key = LoadU16(walk.bytes + p + 4) == kSignatureNk;
-      known += key && IsAllocated(LoadU32(walk.bytes + p));
+      const bool key = ReadU16(walk.image, p + 4) == kSignatureNk;
+      known += key && IsAllocated(ReadU32(walk.image, p));
     }
   }
   return known;
@@ -276,9 +274,9 @@ uint32_t CountKnownKeys(const Walk& walk, uint32_t page) {
 bool MayHide(const Walk& walk, uint32_t begin, uint32_t end) {
   const bool paged =
       begin % kPage == 0 && end % kPage == 0 && end / 512 <= walk.tree.key_positions.bits.size();
-  if (walk.bytes == nullptr || !paged) return true;
+  if (!paged || !IsInside(walk.image, begin, end - begin)) return true;
   for (uint32_t page = begin; page < end; page += kPage) {
-    const PageCount count = CountPage(walk.bytes + page);
+    const PageCount count = CountPage(PartOf(walk.image, page, kPage));
     if (count.other != 0 || count.keys != CountKnownKeys(walk, page) || StopRequested()) {
       return true;
     }
@@ -299,7 +297,6 @@ void WalkImage(Walk& walk) {
   constexpr uint32_t kSteps = 100;
   const HiveImage& hive = walk.hive;
   const Host& host = CurrentHost();
-  walk.bytes = hive.buffer.get();
   host.progress_range(host.context, kSteps);
   uint32_t steps = 0;
   uint32_t shown = 0;
@@ -334,7 +331,7 @@ bool EndsBefore(const HiveImage& hive, uint64_t next, FreedCandidate& record) {
 
 std::vector<FreedCandidate> FindFreedCandidates(const HiveImage& hive, const KeyTree& tree) {
   std::vector<FreedCandidate> found;
-  Walk walk{hive, tree, found};
+  Walk walk{hive, tree, found, ImageBytes(hive)};
   WalkImage(walk);
   std::ranges::sort(found, {}, &FreedCandidate::position);
   return found;

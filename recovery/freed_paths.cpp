@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "hive/file_place.h"
-#include "hive/key_node.h"
+#include "hive/keys.h"
 #include "hive/value_text.h"
 #include "host/host.h"
 #include "host/number_text.h"
@@ -25,11 +25,8 @@ struct PathText {
 void AddNarrowName(const HiveImage& hive, const FreedKey& key, std::string& path) {
   constexpr uint32_t kLongestNarrow = 256;
   const bool wide = (ReadU16(hive, key.position + kKeyFlags) & 0xFF) == 0;
-  const bool plain = !wide && key.name_length <= kLongestNarrow;
-  const uint8_t* bytes =
-      plain ? BytesInMemory(hive, key.position + kKeyName, key.name_length) : nullptr;
-  if (bytes != nullptr) {
-    path.append(reinterpret_cast<const char*>(bytes), key.name_length);
+  if (!wide && key.name_length <= kLongestNarrow) {
+    AppendKeyNameText(ImageBytes(hive), key.position, key.name_length, wide, path);
     return;
   }
   const size_t start = path.size();
@@ -39,7 +36,7 @@ void AddNarrowName(const HiveImage& hive, const FreedKey& key, std::string& path
 }
 
 void AddUtf8Name(const HiveImage& hive, const FreedKey& key, std::string& path) {
-  path += Utf8FromWide(WideKeyName(hive, key.position, key.name_length));
+  path += Utf8FromWide(WideKeyName(ImageBytes(hive), key.position, key.name_length));
 }
 
 std::string Utf8PathOfItem(const HiveImage& hive, const KeyTree& tree, uint32_t item) {

@@ -5,12 +5,12 @@
 #include <utility>
 #include <vector>
 
-#include "hive/cells.h"
-#include "hive/key_node.h"
-#include "hive/value_key.h"
+#include "hive/keys.h"
+#include "hive/values.h"
 #include "host/host.h"
 #include "host/long_operation.h"
 #include "host/shortfalls.h"
+#include "records/cell.h"
 #include "recovery/freed_candidates.h"
 #include "recovery/freed_shifts.h"
 #include "recovery/freed_uses.h"

@@ -5,7 +5,7 @@
 #include <span>
 #include <utility>
 
-#include "hive/key_node.h"
+#include "hive/keys.h"
 #include "hive/position_index.h"
 #include "host/long_operation.h"
 #include "recovery/high_marks.h"

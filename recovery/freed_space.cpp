@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
-#include "hive/cells.h"
 #include "host/long_operation.h"
+#include "records/cell.h"
 
 namespace hivequarry {
 namespace {

@@ -2,10 +2,10 @@
 
 #include <algorithm>
 
-#include "hive/cells.h"
-#include "hive/key_node.h"
-#include "hive/value_key.h"
+#include "hive/keys.h"
+#include "hive/values.h"
 #include "host/long_operation.h"
+#include "records/cell.h"
 
 namespace hivequarry {
 namespace {

@@ -5,7 +5,7 @@
 #include <span>
 #include <utility>
 
-#include "hive/key_node.h"
+#include "hive/keys.h"
 #include "recovery/live_cells.h"
 
 namespace hivequarry {

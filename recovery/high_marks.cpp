@@ -1,7 +1,7 @@
 #include "recovery/high_marks.h"
 
-#include "hive/key_node.h"
-#include "hive/value_key.h"
+#include "hive/keys.h"
+#include "hive/values.h"
 #include "recovery/value_lists.h"
 
 namespace hivequarry {

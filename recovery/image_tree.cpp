@@ -2,14 +2,14 @@
 
 #include <utility>
 
-#include "hive/cells.h"
-#include "hive/key_node.h"
+#include "hive/keys.h"
 #include "hive/moved_bytes.h"
 #include "hive/offset_map.h"
 #include "hive/root_path.h"
 #include "host/host.h"
 #include "host/long_operation.h"
 #include "host/shortfalls.h"
+#include "records/cell.h"
 #include "recovery/disconnected_values.h"
 #include "recovery/fragment_base.h"
 #include "recovery/hang_keys.h"
@@ -29,9 +29,8 @@ bool IsKeyCell(const HiveImage& hive, uint32_t position) {
 // The root is the first cell, unless that holds no key flagged as a root and the base block names
 // another key.
 void PresetRoot(HiveImage& hive) {
-  constexpr uint32_t kRootOffsetField = 36;
   if (!hive.header_valid) return;
-  const uint32_t named = ReadOffset(hive, kRootOffsetField);
+  const uint32_t named = ReadOffset(hive, kBaseRootOffset);
   const bool first_cell_is_root = IsKeyCell(hive, kFirstCellPosition) &&
                                   ReadU16(hive, kFirstCellPosition + kKeyFlags) == kRootKeyFlags;
   const bool named_fits =

@@ -3,10 +3,10 @@
 #include <algorithm>
 
 #include "hive/file_place.h"
-#include "hive/key_node.h"
+#include "hive/keys.h"
 #include "hive/offset_map.h"
 #include "hive/timestamp.h"
-#include "hive/value_key.h"
+#include "hive/values.h"
 #include "host/host.h"
 #include "host/number_text.h"
 #include "recovery/list_recorder.h"
@@ -372,7 +372,7 @@ std::vector<DetailField> KeyFieldsAt(const HiveImage& hive, const KeyTree& tree,
   if (item == kNoItem && key.state == KeyState::kNotAKey) return lines.fields;
   lines.Add("Key", item == kNoItem ? key.name : LongItemPath(hive, tree, item));
   if (key.name_length > key.name.size() && key.name.ends_with("...")) {
-    lines.Add("Name", NarrowText(WideKeyName(hive, position, key.name_length)));
+    lines.Add("Name", NarrowText(WideKeyName(ImageBytes(hive), position, key.name_length)));
   }
   const uint16_t marks = item == kNoItem ? uint16_t{0} : tree.items[item].marks;
   if ((marks & kVirtualMarks) == 0) {

@@ -8,8 +8,8 @@
 
 #include "hive/image.h"
 #include "hive/key_tree.h"
-#include "hive/value_key.h"
 #include "hive/value_text.h"
+#include "hive/values.h"
 
 namespace hivequarry {
 
@@ -42,7 +42,7 @@ struct ItemValues {
 };
 
 // Positions of the values that a key lists, in list order, as far as there is a value to show; in a
-// walk over many keys (hive/value_key.h), or all of one key.
+// walk over many keys (hive/values.h), or all of one key.
 std::vector<uint32_t> ListedValues(const HiveImage& hive, uint32_t key_position);
 std::vector<uint32_t> ListedValuesInWalk(const HiveImage& hive, uint32_t key_position);
 

@@ -3,11 +3,11 @@
 #include <algorithm>
 #include <numeric>
 
-#include "hive/cells.h"
-#include "hive/key_node.h"
+#include "hive/keys.h"
 #include "host/long_operation.h"
 #include "host/number_text.h"
 #include "host/shortfalls.h"
+#include "records/cell.h"
 
 namespace hivequarry {
 namespace {

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "hive/image.h"
-#include "hive/subkey_list.h"
+#include "hive/subkeys.h"
 #include "recovery/scan_tables.h"
 
 namespace hivequarry {

@@ -2,11 +2,11 @@
 
 #include <algorithm>
 
-#include "hive/cells.h"
-#include "hive/key_node.h"
 #include "hive/key_tree.h"
-#include "hive/subkey_list.h"
-#include "hive/value_key.h"
+#include "hive/keys.h"
+#include "hive/subkeys.h"
+#include "hive/values.h"
+#include "records/cell.h"
 #include "recovery/scan.h"
 
 namespace hivequarry {

@@ -2,12 +2,12 @@
 
 #include <algorithm>
 
-#include "hive/cells.h"
-#include "hive/key_node.h"
+#include "hive/keys.h"
 #include "hive/position_index.h"
-#include "hive/subkey_list.h"
-#include "hive/value_key.h"
+#include "hive/subkeys.h"
+#include "hive/values.h"
 #include "host/long_operation.h"
+#include "records/cell.h"
 
 namespace hivequarry {
 namespace {

@@ -4,11 +4,11 @@
 #include <map>
 #include <utility>
 
-#include "hive/cells.h"
-#include "hive/key_node.h"
 #include "hive/key_tree.h"
-#include "hive/value_key.h"
+#include "hive/keys.h"
+#include "hive/values.h"
 #include "host/long_operation.h"
+#include "records/cell.h"
 #include "recovery/value_lists.h"
 
 namespace hivequarry {

@@ -4,14 +4,14 @@
 #include <array>
 #include <span>
 
-#include "hive/cells.h"
 #include "hive/file_place.h"
-#include "hive/key_node.h"
-#include "hive/subkey_list.h"
+#include "hive/keys.h"
+#include "hive/subkeys.h"
 #include "hive/timestamp.h"
-#include "hive/value_key.h"
 #include "hive/value_text.h"
+#include "hive/values.h"
 #include "host/number_text.h"
+#include "records/cell.h"
 #include "recovery/scan.h"
 
 namespace hivequarry {
@@ -265,35 +265,36 @@ struct FieldRow {
   Meaning meaning;
 };
 
-constexpr FieldRow kBaseBlockRows[] = {{0, 4, "Signature", Signature32},
-                                       {4, 4, "First sequence number", Number32},
-                                       {8, 4, "Second sequence number", Number32},
-                                       {12, 8, "Last write", TimeWords},
-                                       {20, 4, "Major version", Number32},
-                                       {24, 4, "Minor version", Number32},
-                                       {28, 4, "File type", Number32},
-                                       {32, 4, "File format", Number32},
-                                       {36, 4, "Root key", kOffset},
-                                       {40, 4, "Length of the blocks", Number32},
-                                       {44, 4, "Clustering factor", Number32},
-                                       {48, 64, "File name", WideText},
-                                       {112, 396, "Reserved", Nothing},
-                                       {508, 4, "Checksum", Hex32},
-                                       {512, 3584, "Rest", Nothing}};
+constexpr FieldRow kBaseBlockRows[] = {
+    {0, 4, "Signature", Signature32},
+    {kBaseSequence1, 4, "First sequence number", Number32},
+    {kBaseSequence2, 4, "Second sequence number", Number32},
+    {kBaseLastWrite, 8, "Last write", TimeWords},
+    {kBaseMajor, 4, "Major version", Number32},
+    {kBaseMinor, 4, "Minor version", Number32},
+    {kBaseFileType, 4, "File type", Number32},
+    {kBaseFileFormat, 4, "File format", Number32},
+    {kBaseRootOffset, 4, "Root key", kOffset},
+    {kBaseLength, 4, "Length of the blocks", Number32},
+    {kBaseClustering, 4, "Clustering factor", Number32},
+    {kBaseFileName, 2 * kBaseFileNameUnits, "File name", WideText},
+    {112, 396, "Reserved", Nothing},
+    {kBaseChecksum, 4, "Checksum", Hex32},
+    {512, 3584, "Rest", Nothing}};
 constexpr FieldRow kBlockRows[] = {
-    {0, 4, "Signature", Signature32}, {4, 4, "Own offset", Hex32},
-    {8, 4, "Block size", Number32},   {12, 8, "Reserved", Nothing},
-    {20, 8, "Time", TimeWords},       {28, 4, "Second block size", Number32}};
+    {0, 4, "Signature", Signature32},      {kBinOwnOffset, 4, "Own offset", Hex32},
+    {kBinSize, 4, "Block size", Number32}, {12, 8, "Reserved", Nothing},
+    {kBinTime, 8, "Time", TimeWords},      {kBinSizeCopy, 4, "Second block size", Number32}};
 constexpr FieldRow kKeyRows[] = {{0, 4, "Cell size", SizeWords},
                                  {4, 2, "Signature", Signature16},
                                  {kKeyFlags, 2, "Flags", KeyFlagText},
                                  {kKeyLastWrite, 8, "Last write", TimeWords},
-                                 {16, 4, "Access bits", Hex32},
+                                 {kKeyAccessBits, 4, "Access bits", Hex32},
                                  {kKeyParent, 4, "Parent", kOffset},
                                  {kKeySubkeyCount, 4, "Subkeys", Number32},
-                                 {28, 4, "Volatile subkeys", Number32},
+                                 {kKeyVolatileCount, 4, "Volatile subkeys", Number32},
                                  {kKeySubkeyList, 4, "Subkey list", kOffset},
-                                 {36, 4, "Volatile subkey list", Hex32},
+                                 {kKeyVolatileList, 4, "Volatile subkey list", Hex32},
                                  {kKeyValueCount, 4, "Values", Number32},
                                  {kKeyValueList, 4, "Value list", kOffset},
                                  {kKeySecurity, 4, "Security record", kOffset},

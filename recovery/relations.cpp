@@ -4,14 +4,14 @@
 #include <bit>
 #include <span>
 
-#include "hive/cells.h"
-#include "hive/key_node.h"
 #include "hive/key_tree.h"
+#include "hive/keys.h"
 #include "hive/offset_map.h"
-#include "hive/value_key.h"
+#include "hive/values.h"
 #include "host/host.h"
 #include "host/long_operation.h"
 #include "host/number_text.h"
+#include "records/cell.h"
 #include "recovery/list_recorder.h"
 #include "recovery/pointer_repair.h"
 

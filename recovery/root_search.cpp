@@ -5,17 +5,17 @@
 #include <string>
 #include <vector>
 
-#include "hive/cells.h"
 #include "hive/file_place.h"
-#include "hive/key_node.h"
 #include "hive/key_tree.h"
+#include "hive/keys.h"
 #include "hive/offset_map.h"
-#include "hive/subkey_list.h"
+#include "hive/subkeys.h"
 #include "hive/timestamp.h"
 #include "host/files.h"
 #include "host/host.h"
 #include "host/launch.h"
 #include "host/number_text.h"
+#include "records/cell.h"
 #include "recovery/hang_keys.h"
 #include "recovery/live_cells.h"
 
@@ -132,7 +132,7 @@ bool HasPlausibleName(const HiveImage& hive, uint32_t key_position) {
   const uint32_t needed = (kKeyName + length + 7) / 8 * 8;
   if (sized && cell - needed <= 8 && ReadU16(hive, key_position + 4) == kSignatureNk) return true;
   // What goes on after a zero is no part of the name that is shown.
-  const std::u16string whole = WideKeyName(hive, key_position, length);
+  const std::u16string whole = WideKeyName(ImageBytes(hive), key_position, length);
   const std::u16string_view name = std::u16string_view(whole).substr(0, whole.find(u'\0'));
   return !name.empty() && std::ranges::all_of(name, [](char16_t unit) {
     return unit >= 0x20 && (unit < 0x7F || unit > 0x9F) && (unit < 0xD800 || unit > 0xDFFF) &&

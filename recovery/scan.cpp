@@ -2,12 +2,12 @@
 
 #include <algorithm>
 
-#include "hive/cells.h"
-#include "hive/key_node.h"
-#include "hive/value_key.h"
+#include "hive/keys.h"
+#include "hive/values.h"
 #include "host/host.h"
 #include "host/long_operation.h"
 #include "host/number_text.h"
+#include "records/cell.h"
 #include "recovery/root_search.h"
 
 namespace hivequarry {
@@ -293,7 +293,7 @@ void ScanImage(HiveImage& hive, ScanPass pass, const ScanOptions& options, ScanT
     } else if (IsAllocated(size)) {
       next = TakeCell(walk, cell, size);
     } else if (cell > kFirstCellPosition && hive.offset_runs.empty()) {
-      next = NextOccupied(hive, cell);
+      next = NextOccupied(ImageBytes(hive), cell);
     }
     next = HoldAtBlock(walk, cell, HoldAtRestart(walk, cell, next));
     if (!hive.offset_runs.empty()) next = HoldAtRun(walk, cell, next);

@@ -9,7 +9,7 @@
 #include "hive/image.h"
 #include "hive/key_tree.h"
 #include "hive/position_index.h"
-#include "hive/subkey_list.h"
+#include "hive/subkeys.h"
 #include "recovery/owned_cells.h"
 
 namespace hivequarry {

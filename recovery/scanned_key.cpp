@@ -2,10 +2,10 @@
 
 #include <algorithm>
 
-#include "hive/cells.h"
-#include "hive/key_node.h"
 #include "hive/key_tree.h"
-#include "recovery/name_hash.h"
+#include "hive/keys.h"
+#include "records/cell.h"
+#include "records/name_hash.h"
 #include "recovery/root_search.h"
 #include "recovery/scan.h"
 
@@ -79,7 +79,7 @@ void AddChildEntries(const HiveImage& hive, KeyRow& row, ScanTables& tables) {
 void AddNameHashes(const HiveImage& hive, uint32_t position, uint32_t length, ScanTables& tables) {
   constexpr uint32_t kLongestName = 510;  // bytes; no list has the hash of a longer one
   if (length > kLongestName) return;
-  const std::u16string name = WideKeyName(hive, position, length);
+  const std::u16string name = WideKeyName(ImageBytes(hive), position, length);
   if (tables.list_style != ListStyle::kHinted) {
     tables.name_hashes.push_back({position, NameHash(name), ListStyle::kHashed});
   }

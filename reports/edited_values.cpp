@@ -7,7 +7,7 @@
 
 #include "hive/file_place.h"
 #include "hive/value_edits.h"
-#include "hive/value_key.h"
+#include "hive/values.h"
 #include "host/number_text.h"
 #include "recovery/item_values.h"
 

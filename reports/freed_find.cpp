@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "hive/file_place.h"
-#include "hive/key_node.h"
+#include "hive/keys.h"
 #include "hive/value_text.h"
 #include "host/long_operation.h"
 #include "host/number_text.h"

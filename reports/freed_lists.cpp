@@ -3,10 +3,10 @@
 #include <algorithm>
 #include <string>
 
-#include "hive/key_node.h"
+#include "hive/keys.h"
 #include "hive/timestamp.h"
-#include "hive/value_key.h"
 #include "hive/value_text.h"
+#include "hive/values.h"
 #include "host/long_operation.h"
 #include "lists/list_rows.h"
 #include "recovery/freed_records.h"

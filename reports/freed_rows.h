@@ -7,7 +7,7 @@
 
 #include "hive/image.h"
 #include "hive/key_tree.h"
-#include "hive/value_key.h"
+#include "hive/values.h"
 #include "recovery/freed_records.h"
 #include "recovery/item_values.h"
 

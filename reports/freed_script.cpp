@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <string>
 
-#include "hive/key_node.h"
+#include "hive/keys.h"
 #include "hive/timestamp.h"
 #include "hive/value_text.h"
 #include "host/host.h"

@@ -6,11 +6,11 @@
 
 #include "hive/bins.h"
 #include "hive/file_place.h"
-#include "hive/key_node.h"
+#include "hive/keys.h"
 #include "hive/root_path.h"
 #include "hive/timestamp.h"
-#include "hive/value_key.h"
 #include "hive/value_text.h"
+#include "hive/values.h"
 #include "host/host.h"
 #include "host/long_operation.h"
 #include "lists/list_rows.h"

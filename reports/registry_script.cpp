@@ -7,9 +7,9 @@
 #include <unordered_set>
 #include <utility>
 
-#include "hive/key_node.h"
-#include "hive/value_key.h"
+#include "hive/keys.h"
 #include "hive/value_text.h"
+#include "hive/values.h"
 #include "host/case.h"
 #include "host/host.h"
 #include "host/long_operation.h"
@@ -51,7 +51,7 @@ bool IsScriptKeyName(const HiveImage& hive, const KeyTree& tree, uint32_t item,
   const bool made = (it.marks & kVirtualMarks) != 0;
   if (plain || made || it.kind == ItemKind::kRoot || !IsKeyOrCopy(tree, item)) return true;
   const std::u16string name =
-      WideKeyName(hive, it.position, ReadU16(hive, it.position + kKeyNameLength));
+      WideKeyName(ImageBytes(hive), it.position, ReadU16(hive, it.position + kKeyNameLength));
   return name.size() <= kMaxScriptKeyName && name.find(u'\\') == std::u16string::npos;
 }
 

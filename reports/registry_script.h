@@ -68,7 +68,7 @@ enum class RecoveredKeys : uint8_t {
 // as displayed: hidden keys are left out, edited values written as they are now.
 // Keys under the virtual folders are written without the root's path, so that an import passes them
 // over. Ends early when the user stops. Lists and data that many keys share are written within the
-// bounds of a walk (hive/value_key.h); what is left out is noted as a shortfall.
+// bounds of a walk (hive/values.h); what is left out is noted as a shortfall.
 ScriptExport ExportKeys(const HiveImage& hive, const KeyTree& tree, std::span<const uint32_t> items,
                         ScriptScope scope, const TextSink& sink,
                         RecoveredKeys recovered = RecoveredKeys::kLeftOut);

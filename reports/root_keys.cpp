@@ -5,13 +5,13 @@
 #include <cstring>
 #include <vector>
 
-#include "hive/cells.h"
 #include "hive/file_place.h"
-#include "hive/key_node.h"
-#include "hive/subkey_list.h"
+#include "hive/keys.h"
+#include "hive/subkeys.h"
 #include "hive/timestamp.h"
 #include "host/host.h"
 #include "host/long_operation.h"
+#include "records/cell.h"
 #include "reports/file_pieces.h"
 
 namespace hivequarry {

@@ -2,14 +2,14 @@
 
 #include <cstring>
 
-#include "hive/cells.h"
 #include "hive/file_place.h"
-#include "hive/key_node.h"
+#include "hive/keys.h"
 #include "hive/value_text.h"
 #include "host/host.h"
 #include "host/long_operation.h"
 #include "host/number_text.h"
 #include "lists/list_rows.h"
+#include "records/cell.h"
 #include "recovery/item_values.h"
 #include "reports/search_sieve.h"
 

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "hive/key_tree.h"
-#include "hive/value_key.h"
+#include "hive/values.h"
 #include "host/case.h"
 #include "lists/output_list.h"
 

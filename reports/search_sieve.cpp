@@ -6,10 +6,10 @@
 #include <cstring>
 #include <span>
 
-#include "hive/cells.h"
-#include "hive/key_node.h"
+#include "hive/keys.h"
 #include "host/host.h"
 #include "host/long_operation.h"
+#include "records/cell.h"
 
 namespace hivequarry {
 namespace {
@@ -166,7 +166,7 @@ void ForEachPair(const uint8_t* bytes, size_t start, size_t end, SievedByte one,
 class Sieving {
  public:
   Sieving(const HiveImage& hive, const SearchPattern& pattern, SearchSieve& sieve)
-      : hive_(hive), pattern_(pattern), sieve_(sieve), image_(hive.buffer.get(), hive.length) {}
+      : hive_(hive), pattern_(pattern), sieve_(sieve), image_(ImageBytes(hive)) {}
 
   // False when no sieve can be made.
   bool Run() {

@@ -18,7 +18,7 @@
 #include <vector>
 
 #include "hive/key_tree.h"
-#include "hive/value_key.h"
+#include "hive/values.h"
 #include "reports/search.h"
 
 namespace hivequarry {

@@ -3,10 +3,10 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "hive/cells.h"
 #include "hive/offset_map.h"
 #include "host/long_operation.h"
 #include "host/number_text.h"
+#include "records/cell.h"
 #include "security/sid.h"
 
 namespace hivequarry {

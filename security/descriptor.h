@@ -6,16 +6,10 @@
 #include <string>
 
 #include "hive/image.h"
+#include "records/security_cell.h"
 #include "security/sid.h"
 
 namespace hivequarry {
-
-// Offsets of the fields from the start of the cell.
-inline constexpr uint32_t kSecurityNext = 8;
-inline constexpr uint32_t kSecurityPrevious = 12;
-inline constexpr uint32_t kSecurityReferences = 16;
-inline constexpr uint32_t kSecurityLength = 20;
-inline constexpr uint32_t kSecurityDescriptor = 24;
 
 // A list of access-control entries; all 0 when there is none.
 struct AclPlace {

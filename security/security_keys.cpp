@@ -3,7 +3,7 @@
 #include <unordered_map>
 #include <vector>
 
-#include "hive/key_node.h"
+#include "hive/keys.h"
 #include "hive/timestamp.h"
 #include "host/host.h"
 #include "host/long_operation.h"

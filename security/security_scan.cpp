@@ -1,9 +1,9 @@
 #include <algorithm>
 #include <array>
 
-#include "hive/cells.h"
 #include "host/long_operation.h"
 #include "host/number_text.h"
+#include "records/cell.h"
 #include "security/security_lists.h"
 #include "security/security_rows.h"
 #include "security/sid.h"
@@ -36,10 +36,10 @@ ScanStep StepAt(const HiveImage& hive, uint32_t position) {
 // The first position from this one on, at most kStretch further, where a step finds more than bytes
 // to pass over. Nearly all steps are over such bytes, so they are taken on the image's own memory.
 uint32_t PassPlainBytes(const HiveImage& hive, uint32_t position) {
-  const uint8_t* bytes = hive.buffer.get();
+  const ByteView bytes = ImageBytes(hive);
   const uint32_t last = std::min(hive.length - kLeastRest, position + kStretch);
-  while (position < last && LoadU32(bytes + position) != kBinSignature &&
-         LoadU16(bytes + position + 4) != kSignatureSk) {
+  while (position < last && ReadU32(bytes, position) != kBinSignature &&
+         ReadU16(bytes, position + 4) != kSignatureSk) {
     position += kScanStep;
   }
   return position;

@@ -11,14 +11,14 @@
 #include <sstream>
 #include <unordered_set>
 
-#include "hive/cells.h"
 #include "hive/image.h"
-#include "hive/key_node.h"
 #include "hive/key_tree.h"
+#include "hive/keys.h"
 #include "hive/timestamp.h"
-#include "hive/value_key.h"
 #include "hive/value_text.h"
+#include "hive/values.h"
 #include "host/host.h"
+#include "records/cell.h"
 #include "recovery/freed_records.h"
 #include "recovery/image_tree.h"
 #include "reports/file_pieces.h"

@@ -5,7 +5,7 @@
 #include <functional>
 
 #include "hive/bins.h"
-#include "hive/key_node.h"
+#include "hive/keys.h"
 #include "host/shortfalls.h"
 #include "reports/hive_lists.h"
 #include "tests/support/deadline.h"

@@ -5,7 +5,7 @@
 
 #include <functional>
 
-#include "recovery/name_hash.h"
+#include "records/name_hash.h"
 #include "recovery/root_search.h"
 #include "reports/hive_lists.h"
 #include "tests/support/opened_hive.h"

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "hive/key_node.h"
+#include "hive/keys.h"
 #include "hive/value_edits.h"
 #include "host/long_operation.h"
 #include "host/shortfalls.h"

@@ -6,7 +6,7 @@
 #include <bit>
 #include <functional>
 
-#include "hive/key_node.h"
+#include "hive/keys.h"
 #include "recovery/list_recorder.h"
 #include "recovery/scan.h"
 #include "reports/hive_lists.h"

@@ -7,7 +7,7 @@
 #include <filesystem>
 
 #include "app/command_line.h"
-#include "hive/key_node.h"
+#include "hive/keys.h"
 #include "tests/support/opened_hive.h"
 #include "tests/support/texts.h"
 

@@ -3,7 +3,7 @@
 
 #include <functional>
 
-#include "hive/key_node.h"
+#include "hive/keys.h"
 #include "host/long_operation.h"
 #include "tests/support/opened_hive.h"
 #include "tests/support/sample_hives.h"

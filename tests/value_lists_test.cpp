@@ -5,7 +5,7 @@
 #include <ctime>
 #include <functional>
 
-#include "hive/key_node.h"
+#include "hive/keys.h"
 #include "host/shortfalls.h"
 #include "lists/list_writers.h"
 #include "reports/hive_lists.h"

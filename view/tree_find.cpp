@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
-#include "hive/key_node.h"
-#include "hive/value_key.h"
+#include "hive/keys.h"
+#include "hive/values.h"
 #include "host/case.h"
 #include "host/long_operation.h"
 

@@ -10,8 +10,8 @@
 
 #include "hive/image.h"
 #include "hive/key_tree.h"
-#include "hive/value_key.h"
 #include "hive/value_text.h"
+#include "hive/values.h"
 #include "recovery/image_tree.h"
 #include "recovery/item_values.h"
 #include "tests/support/hive_builder.h"

@@ -4,8 +4,8 @@
 
 #include "hive/file_place.h"
 #include "hive/value_edits.h"
-#include "hive/value_key.h"
 #include "hive/value_text.h"
+#include "hive/values.h"
 #include "host/number_text.h"
 #include "reports/edited_values.h"
 #include "ui/commands/recent_keys_dialog.h"

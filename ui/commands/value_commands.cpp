@@ -4,7 +4,7 @@
 #include <string_view>
 #include <vector>
 
-#include "hive/value_key.h"
+#include "hive/values.h"
 #include "host/output_file.h"
 #include "ui/dialogs/list_dialogs.h"
 #include "ui/lists/list_saving.h"

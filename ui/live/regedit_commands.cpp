@@ -5,7 +5,7 @@
 #include <string_view>
 
 #include "app/key_paths.h"
-#include "hive/value_key.h"
+#include "hive/values.h"
 #include "host/host.h"
 #include "host/long_operation.h"
 #include "ui/commands/recent_keys_dialog.h"

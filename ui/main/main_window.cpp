@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "app/settings.h"
-#include "hive/key_node.h"
+#include "hive/keys.h"
 #include "host/long_operation.h"
 #include "ui/commands/command_handlers.h"
 #include "ui/draw/win.h"

@@ -1,10 +1,11 @@
-// Cells: a signed 32-bit size (negative when allocated), then the record. What makes a cell
-// plausible, and the forward scan for the next one.
+// Cells: a signed 32-bit size (negative when allocated, its four bytes included), then the record.
+// Cells fill a bin without gaps, on 8-byte steps. What makes one plausible, and the forward scan
+// for the next.
 #pragma once
 
 #include <cstdint>
 
-#include "hive/image.h"
+#include "bytes/byte_view.h"
 
 namespace hivequarry {
 
@@ -25,13 +26,22 @@ bool IsRecordSignature(uint16_t value);
 inline uint32_t CellLength(uint32_t size) { return size > 0x7FFFFFFF ? 0U - size : size; }
 inline bool IsAllocated(uint32_t size) { return size > 0x7FFFFFFF; }
 
-// The next place after `position`, in steps of 8 and not far, where an allocated cell or a block
-// may begin; or one before it, from where to ask again.
-uint32_t NextOccupied(const HiveImage& hive, uint32_t position);
+// The next place after `position`, in steps of 8 and not far, where an allocated cell or a bin may
+// begin; or one before it, from where to ask again.
+uint32_t NextOccupied(ByteView image, uint32_t position);
 
 // The next plausible cell after `position`, at 8-byte steps counted from it: a record signature
 // and a size that is a non-zero multiple of 8 of at most `max_size`. 0 when none starts within
 // 65,519 bytes or before `end`.
-uint32_t FindNextCell(const HiveImage& hive, uint32_t position, uint32_t end, uint32_t max_size);
+uint32_t FindNextCell(ByteView image, uint32_t position, uint32_t end, uint32_t max_size);
+
+// Where the cells that follow one another from `position` on come to an end: at the first that has
+// no size or one that is no multiple of 8 (`end` is its position then, and `broken` is set), or at
+// or after `limit`.
+struct CellChain {
+  uint64_t end = 0;
+  bool broken = false;
+};
+CellChain FollowCells(ByteView image, uint64_t position, uint64_t limit);
 
 }  // namespace hivequarry

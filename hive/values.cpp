@@ -1,64 +1,34 @@
-#include "hive/value_key.h"
+#include "hive/values.h"
 
 #include <algorithm>
-#include <array>
 
-#include "hive/cells.h"
-#include "hive/key_node.h"
+#include "hive/keys.h"
 #include "hive/position_index.h"
 #include "host/host.h"
 #include "host/shortfalls.h"
+#include "records/cell.h"
 
 namespace hivequarry {
 namespace {
 
 constexpr uint32_t kFixedNameRoom = 23;  // the name takes at most the cell's length less this
-constexpr uint32_t kBigDataCellLength = 16;
 
 // The registry takes names of up to 16,383 characters; here the cell alone bounds them. False when
 // the name runs past the hive.
 bool ReadName(const HiveImage& hive, uint32_t cell_room, ValueKey& value) {
-  const bool wide = value.flags == 0;
   const uint32_t stored = std::min<uint32_t>(value.name_length, cell_room);
   if (!InsideHive(hive, value.position, kValueName + stored)) return false;
-  if (!wide) {
-    value.name.resize(stored);
-    ReadBytes(hive, value.position + kValueName, reinterpret_cast<uint8_t*>(value.name.data()),
-              stored);
-    return true;
-  }
-  std::vector<uint8_t> bytes(stored);
-  ReadBytes(hive, value.position + kValueName, bytes.data(), stored);
-  for (size_t at = 0; at + 1 < bytes.size(); at += 2) {
-    const char16_t unit = LoadU16(bytes.data() + at);
-    if ((unit & 0xF800) == 0xD800 && IsLoneSurrogate(bytes.data(), bytes.size(), at)) {
-      value.name += LoneSurrogateText(unit);
-    } else {
-      value.name += NarrowUnit(unit);
-    }
-  }
+  value.name = ValueNameText(ImageBytes(hive), value.position, stored, value.flags == 0);
   return true;
 }
 
-// The fixed part of the cell, read at once.
-using FixedPart = std::array<uint8_t, kValueName>;
-FixedPart ReadFixedPart(const HiveImage& hive, uint32_t position) {
-  FixedPart cell{};
-  const uint32_t got = ReadBytes(hive, position, cell.data(), kValueName);
-  if (got < kValueFlags + 2) cell[kValueFlags] = 0;  // a field that was cut off is 0
-  return cell;
-}
-
-void TakeFields(const FixedPart& cell, ValueKey& value) {
-  const uint32_t size = LoadU32(cell.data());
-  value.cell_length = CellLength(size);
-  value.allocated = IsAllocated(size);
-  value.name_length = LoadU16(cell.data() + kValueNameLength);
-  const uint32_t low = LoadU16(cell.data() + kValueDataLength);
-  const uint32_t high = LoadU16(cell.data() + kValueDataLength + 2);
-  value.data_length = high != 0 && high != 0x8000 ? high << 16 | low : low;
-  value.type = LoadU32(cell.data() + kValueType);
-  value.flags = LoadU16(cell.data() + kValueFlags);
+void FillFields(const ValueFields& fields, ValueKey& value) {
+  value.cell_length = CellLength(fields.size);
+  value.allocated = IsAllocated(fields.size);
+  value.name_length = fields.name_length;
+  value.data_length = fields.data_length;
+  value.type = fields.type;
+  value.flags = fields.flags;
   value.inline_data = value.data_length <= 4;
   value.data_position = value.position + kValueDataOffset;
 }
@@ -80,7 +50,7 @@ uint32_t SegmentPosition(const HiveImage& hive, const Segments& segments, uint32
 }
 
 bool LocateSegments(const HiveImage& hive, const ValueKey& value, Segments& segments) {
-  segments.list = ReadOffset(hive, value.data_position + 4) + 4 - segments.shift;
+  segments.list = ReadOffset(hive, value.data_position - 4 + kBigDataList) + 4 - segments.shift;
   if (segments.list < 32 || segments.list > hive.last_valid) return false;
   return SegmentPosition(hive, segments, 0, std::min(value.data_length, kBigDataSegment)) != 0;
 }
@@ -134,19 +104,16 @@ bool CopySegments(const HiveImage& hive, const ValueKey& value, const Segments& 
 ValueStatus CopyData(const HiveImage& hive, const ValueKey& value, const Segments& segments,
                      uint32_t most, std::vector<uint8_t>& data) {
   const uint32_t length = std::min(value.data_length, most);
-  const uint8_t* whole =
-      value.big_data ? nullptr : BytesInMemory(hive, value.data_position, length);
-  if (whole != nullptr) {
-    data.assign(whole, whole + length);
-    return ValueStatus::kRead;
+  if (value.big_data) {
+    data.resize(length);
+    if (CopySegments(hive, value, segments, length, data)) return ValueStatus::kRead;
+    data.clear();
+    return ValueStatus::kDataOffset;
   }
-  data.resize(length);
-  const bool copied = value.big_data
-                          ? CopySegments(hive, value, segments, length, data)
-                          : ReadBytes(hive, value.data_position, data.data(), length) == length;
-  if (copied) return ValueStatus::kRead;
-  data.clear();
-  return ValueStatus::kDataOffset;
+  const ByteView whole = PartOf(ImageBytes(hive), value.data_position, length);
+  if (whole.size() < length) return ValueStatus::kDataOffset;
+  data.assign(whole.begin(), whole.end());
+  return ValueStatus::kRead;
 }
 
 // What is read of a value, and how much.
@@ -223,12 +190,12 @@ ValueKey ReadValue(const HiveImage& hive, uint32_t position, const ValueRequest&
   ValueKey value;
   if (position < hive.lower_bound || uint64_t{position} + 12 > hive.last_valid) return value;
   value.position = position;
-  const FixedPart cell = ReadFixedPart(hive, position);
-  if (LoadU16(cell.data() + 4) != kSignatureVk) {
+  const ValueFields fields = ReadValueFields(ImageBytes(hive), position);
+  if (fields.signature != kSignatureVk) {
     value.status = ValueStatus::kNotAValue;
     return value;
   }
-  TakeFields(cell, value);
+  FillFields(fields, value);
   const uint32_t room = value.cell_length < kFixedNameRoom ? 0 : value.cell_length - kFixedNameRoom;
   if (request.how != ValueRead::kFields && !ReadName(hive, room, value)) return ValueKey();
 
@@ -408,12 +375,10 @@ bool ReadValueList(const HiveImage& hive, uint32_t value_count, uint32_t value_l
     return positions.size() - start == value_count;
   }
   positions.reserve(start + count);
-  const uint8_t* entries = BytesInMemory(hive, value_list + 4, 4 * count);
+  const ByteView entries = PartOf(ImageBytes(hive), value_list + 4, 4 * count);
   for (uint32_t i = 0; i < count; ++i) {
     const uint32_t field = ValueEntryPosition(value_list, i);
-    const uint32_t value = entries != nullptr
-                               ? OffsetPosition(hive, LoadU32(entries + 4 * i), field)
-                               : ReadOffset(hive, field);
+    const uint32_t value = OffsetPosition(hive, ReadU32(entries, 4 * i), field);
     positions.push_back(value != kNoOffset && InCellBounds(hive, value) ? value : kNoOffset);
   }
   return count == value_count;

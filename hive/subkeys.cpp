@@ -1,16 +1,13 @@
-#include "hive/subkey_list.h"
+#include "hive/subkeys.h"
 
 #include <algorithm>
 
-#include "hive/cells.h"
-#include "hive/key_node.h"
+#include "hive/keys.h"
 #include "hive/position_index.h"
+#include "records/cell.h"
 
 namespace hivequarry {
 namespace {
-
-constexpr uint32_t kListCount = 6;  // u16, from the start of the cell
-constexpr uint32_t kListEntries = 8;
 
 void SetRepairCode(SubkeyListCheck& check, uint16_t code) {
   if (check.repair_code == 0) check.repair_code = code;
@@ -44,7 +41,7 @@ uint32_t CheckRiList(const HiveImage& hive, const KeyNode& key, bool diagnose,
     return 0;
   }
   check.ri_first_child = child;
-  const ListKind kind = ListKindOfSignature(ReadU16(hive, child + 4));
+  const ListKind kind = ReadListKind(ImageBytes(hive), child);
   if (kind != ListKind::kLi && kind != ListKind::kLh) {
     check.faults |= kListFaultRiChild;
     SetRepairCode(check, kRepairRiChildSignature);
@@ -77,27 +74,12 @@ void CheckFirstEntry(const HiveImage& hive, const KeyNode& key, uint32_t list, L
   }
 }
 
-// How many entries of `size` bytes a list cell can hold: by its own length where that is credible,
-// else by the end of the image.
-struct ListRoom {
-  uint32_t entries = 0;
-  bool credible = false;
-};
-ListRoom RoomOf(const HiveImage& hive, uint32_t list, uint32_t size) {
-  const uint32_t raw = ReadU32(hive, list);
-  const uint32_t length = CellLength(raw);
-  const bool credible =
-      IsAllocated(raw) && length % 8 == 0 && length >= 16 && InsideHive(hive, list, length);
-  const uint32_t bytes = credible ? length : hive.length - list;
-  return {bytes < kListEntries ? 0 : (bytes - kListEntries) / size, credible};
-}
-
 // The number of a list's entries that are read. Only a list with room for its count is free: what
 // else it took would be other lists'.
 uint32_t EntriesToRead(const HiveImage& hive, uint32_t list, uint32_t size,
                        SubkeyListReads& reads) {
   const uint32_t wanted = ReadU16(hive, list + kListCount);
-  const ListRoom room = RoomOf(hive, list, size);
+  const ListRoom room = RoomOfList(ImageBytes(hive), list, size);
   const uint32_t count = std::min(wanted, room.entries);
   const bool sound = room.credible && count == wanted && !reads.once.empty();
   if (sound && TakeRange(reads.once, list, kListEntries + uint64_t{count} * size)) return count;
@@ -126,30 +108,11 @@ bool ReadPlainList(const HiveImage& hive, uint32_t list, ListKind kind, SubkeyLi
 
 }  // namespace
 
-ListKind ListKindOfSignature(uint16_t signature) {
-  switch (signature) {
-    case kSignatureLf:
-      return ListKind::kLf;
-    case kSignatureLh:
-      return ListKind::kLh;
-    case kSignatureLi:
-      return ListKind::kLi;
-    case kSignatureRi:
-      return ListKind::kRi;
-    default:
-      return ListKind::kNone;
-  }
-}
-
-uint32_t ListEntrySize(ListKind kind) {
-  return kind == ListKind::kLf || kind == ListKind::kLh ? 8 : 4;
-}
-
 SubkeyListCheck CheckSubkeyList(const HiveImage& hive, const KeyNode& key, bool diagnose) {
   SubkeyListCheck check;
   uint32_t list = key.subkey_list;
   if (list == kNoOffset || !InCellBounds(hive, list + 4)) return check;
-  check.kind = ListKindOfSignature(ReadU16(hive, list + 4));
+  check.kind = ReadListKind(ImageBytes(hive), list);
   if (check.kind == ListKind::kNone) {
     check.faults |= kListFaultSignature;
     if (diagnose) SetRepairCode(check, kRepairNoListSignature);
@@ -159,7 +122,7 @@ SubkeyListCheck CheckSubkeyList(const HiveImage& hive, const KeyNode& key, bool 
   if (check.kind == ListKind::kRi) {
     list = CheckRiList(hive, key, diagnose, check);
     if (list == 0) return check;
-    entry_kind = ListKindOfSignature(ReadU16(hive, list + 4));
+    entry_kind = ReadListKind(ImageBytes(hive), list);
   } else {
     CheckCount(key, ReadU16(hive, list + kListCount), diagnose, check);
   }
@@ -179,7 +142,7 @@ SubkeyListReads MakeSubkeyListReads(const HiveImage& hive) {
 bool ReadSubkeyList(const HiveImage& hive, uint32_t list, SubkeyListReads& reads,
                     std::vector<SubkeyEntry>& entries) {
   if (!InsideHive(hive, list, kListEntries)) return false;
-  const ListKind kind = ListKindOfSignature(ReadU16(hive, list + 4));
+  const ListKind kind = ReadListKind(ImageBytes(hive), list);
   if (kind == ListKind::kNone) return false;
   if (kind != ListKind::kRi) return ReadPlainList(hive, list, kind, reads, entries);
   const uint32_t wanted = ReadU16(hive, list + kListCount);
@@ -188,8 +151,7 @@ bool ReadSubkeyList(const HiveImage& hive, uint32_t list, SubkeyListReads& reads
   for (uint32_t i = 0; i < count; ++i) {
     const uint32_t child = ReadOffset(hive, list + kListEntries + 4 * i);
     const bool readable = InsideHive(hive, child, kListEntries);
-    const ListKind child_kind =
-        readable ? ListKindOfSignature(ReadU16(hive, child + 4)) : ListKind::kNone;
+    const ListKind child_kind = readable ? ReadListKind(ImageBytes(hive), child) : ListKind::kNone;
     // An "lf" child is against the rules, yet its entries say what they say.
     sound = sound && (child_kind == ListKind::kLi || child_kind == ListKind::kLh);
     if (child_kind == ListKind::kNone || child_kind == ListKind::kRi) continue;

@@ -1,4 +1,6 @@
-#include "hive/cells.h"
+#include "records/cell.h"
+
+#include "records/bin_header.h"
 
 namespace hivequarry {
 
@@ -17,11 +19,11 @@ bool IsRecordSignature(uint16_t value) {
   }
 }
 
-uint32_t NextOccupied(const HiveImage& hive, uint32_t position) {
+uint32_t NextOccupied(ByteView image, uint32_t position) {
   constexpr uint32_t kStretch = 8192;
   // Close to the image's end place by place.
-  const uint8_t* bytes = BytesInMemory(hive, position, kStretch);
-  if (bytes == nullptr) return position + 8;
+  if (!IsInside(image, position, kStretch)) return position + 8;
+  const uint8_t* bytes = image.data() + position;
   uint32_t distance = 8;
   for (; distance + 8 < kStretch; distance += 8) {
     const uint32_t size = LoadU32(bytes + distance);
@@ -30,18 +32,27 @@ uint32_t NextOccupied(const HiveImage& hive, uint32_t position) {
   return position + distance;
 }
 
-uint32_t FindNextCell(const HiveImage& hive, uint32_t position, uint32_t end, uint32_t max_size) {
+uint32_t FindNextCell(ByteView image, uint32_t position, uint32_t end, uint32_t max_size) {
   constexpr uint64_t kFarthest = 65519;
   for (uint64_t distance = 8; distance <= kFarthest; distance += 8) {
     const uint64_t at = position + distance;
     if (at + 8 > end) return 0;
     const auto cell = static_cast<uint32_t>(at);
-    if (!IsRecordSignature(ReadU16(hive, cell + 4))) continue;
-    const uint32_t size = ReadU32(hive, cell);
+    if (!IsRecordSignature(ReadU16(image, cell + 4))) continue;
+    const uint32_t size = ReadU32(image, cell);
     if (size == 0 || size % 8 != 0) continue;
     if (CellLength(size) <= max_size) return cell;
   }
   return 0;
+}
+
+CellChain FollowCells(ByteView image, uint64_t position, uint64_t limit) {
+  while (position < limit) {
+    const uint32_t length = CellLength(ReadU32(image, static_cast<uint32_t>(position)));
+    if (length == 0 || length % 8 != 0) return {position, true};
+    position += length;
+  }
+  return {position, false};
 }
 
 }  // namespace hivequarry

@@ -1,20 +1,15 @@
-// The "lf", "lh", "li" and "ri" cells: a key's subkeys.
+// A key's subkeys: its list read and diagnosed, offsets led to positions.
 #pragma once
 
 #include <cstdint>
 #include <vector>
 
 #include "hive/image.h"
+#include "records/subkey_list.h"
 
 namespace hivequarry {
 
 struct KeyNode;
-
-enum class ListKind : uint8_t { kNone = 0, kLf = 1, kLh = 2, kLi = 3, kRi = 4 };
-
-ListKind ListKindOfSignature(uint16_t signature);
-// Bytes per entry: 8 for "lf" and "lh", 4 for "li" and "ri".
-uint32_t ListEntrySize(ListKind kind);
 
 inline constexpr uint8_t kListFaultSignature = 2;  // no list signature
 inline constexpr uint8_t kListFaultRiChild = 4;    // an "ri" child that is neither "li" nor "lh"

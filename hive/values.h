@@ -1,4 +1,5 @@
-// The "vk" cell: a value, with its data inline, in a data cell, or in the segments of a "db" cell.
+// Values of a hive: "vk" records with their data, which are inline, in a data cell, or in the
+// segments of a "db" cell; and the value lists of keys.
 #pragma once
 
 #include <cstdint>
@@ -6,21 +7,13 @@
 #include <vector>
 
 #include "hive/image.h"
+#include "records/value_key.h"
 
 namespace hivequarry {
 
 struct KeyNode;
 
-// Offsets of the fields from the start of the cell.
-inline constexpr uint32_t kValueNameLength = 6;
-inline constexpr uint32_t kValueDataLength = 8;
-inline constexpr uint32_t kValueDataOffset = 12;
-inline constexpr uint32_t kValueType = 16;
-inline constexpr uint32_t kValueFlags = 20;
-inline constexpr uint32_t kValueName = 24;
-
 inline constexpr uint32_t kMaxValueData = 0x500000;  // data of this length or more is not read
-inline constexpr uint32_t kBigDataSegment = 16344;   // bytes per segment of a "db" value
 
 // How reading a value ended.
 enum class ValueStatus : int {

@@ -1,4 +1,4 @@
-// The "nk" cell: a key.
+// Keys of a hive: "nk" records with their offsets led to positions.
 #pragma once
 
 #include <cstdint>
@@ -6,27 +6,10 @@
 #include <vector>
 
 #include "hive/image.h"
-#include "hive/subkey_list.h"
+#include "hive/subkeys.h"
+#include "records/key_node.h"
 
 namespace hivequarry {
-
-// Offsets of the fields from the start of the cell.
-inline constexpr uint32_t kKeyFlags = 6;
-inline constexpr uint32_t kKeyLastWrite = 8;
-inline constexpr uint32_t kKeyParent = 20;
-inline constexpr uint32_t kKeySubkeyCount = 24;
-inline constexpr uint32_t kKeySubkeyList = 32;
-inline constexpr uint32_t kKeyValueCount = 40;
-inline constexpr uint32_t kKeyValueList = 44;
-inline constexpr uint32_t kKeySecurity = 48;
-inline constexpr uint32_t kKeyClassName = 52;
-inline constexpr uint32_t kKeyLongestSubkeyName = 56;  // bytes as UTF-16; 16 bits
-inline constexpr uint32_t kKeyLongestValueName = 64;   // bytes as UTF-16
-inline constexpr uint32_t kKeyLongestValueData = 68;   // bytes
-inline constexpr uint32_t kKeyNameLength = 76;
-inline constexpr uint32_t kKeyClassNameLength = 78;
-inline constexpr uint32_t kKeyName = 80;  // the fixed part ends here
-inline constexpr uint16_t kRootKeyFlags = 0x2C;
 
 enum class KeyState : int8_t { kNotAKey = -1, kFree = 0, kAllocated = 1 };
 
@@ -85,11 +68,6 @@ uint32_t ValueListOf(const HiveImage& hive, uint32_t key_position);
 std::vector<uint8_t> ReadRawKeyName(const HiveImage& hive, uint32_t position);
 std::vector<uint8_t> ReadClassName(const HiveImage& hive, const KeyNode& key);
 
-// The bytes of a name that are read at most: as many as a registry's name takes, or as the cell
-// has.
-uint32_t LongestKeyName(const HiveImage& hive, uint32_t position);
-// The name, nothing lost, of `length` bytes as stored, at most LongestKeyName.
-std::u16string WideKeyName(const HiveImage& hive, uint32_t position, uint32_t length);
 // The name, nothing lost: UTF-8 of the stored UTF-16 or code-page text.
 std::string KeyNameUtf8(const HiveImage& hive, uint32_t position);
 

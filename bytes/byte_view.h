@@ -1,0 +1,69 @@
+// The bounded view that every read of evidence goes through. A view is a span: it owns nothing and
+// is valid as long as the bytes that it was made of. Reading outside it gives 0 or nothing, so a
+// record decodes from whatever is left of it. Numbers on disk are little-endian.
+#pragma once
+
+#include <cstdint>
+#include <cstring>
+#include <span>
+#include <string>
+#include <vector>
+
+namespace hivequarry {
+
+using ByteView = std::span<const uint8_t>;
+
+// --- numbers in memory, unchecked ----------------------------------------------------------------
+
+inline uint16_t LoadU16(const uint8_t* bytes) {
+  return static_cast<uint16_t>(bytes[0] | bytes[1] << 8);
+}
+inline uint32_t LoadU32(const uint8_t* bytes) {
+  return static_cast<uint32_t>(bytes[0]) | static_cast<uint32_t>(bytes[1]) << 8 |
+         static_cast<uint32_t>(bytes[2]) << 16 | static_cast<uint32_t>(bytes[3]) << 24;
+}
+inline uint64_t LoadU64(const uint8_t* bytes) {
+  return LoadU32(bytes) | uint64_t{LoadU32(bytes + 4)} << 32;
+}
+
+// --- bounded reads; `at` counts bytes from the start of the view ---------------------------------
+
+// True when all of [at, at + size) is in the view.
+inline bool IsInside(ByteView bytes, uint32_t at, uint32_t size) {
+  return size <= bytes.size() && at <= bytes.size() - size;
+}
+// 0 when not all bytes of the number are in the view.
+inline uint8_t ReadU8(ByteView bytes, uint32_t at) { return at < bytes.size() ? bytes[at] : 0; }
+inline uint16_t ReadU16(ByteView bytes, uint32_t at) {
+  return IsInside(bytes, at, 2) ? LoadU16(bytes.data() + at) : 0;
+}
+inline uint32_t ReadU32(ByteView bytes, uint32_t at) {
+  return IsInside(bytes, at, 4) ? LoadU32(bytes.data() + at) : 0;
+}
+// Each half by itself: a number that is cut in the middle keeps its low half.
+inline uint64_t ReadU64(ByteView bytes, uint32_t at) {
+  return ReadU32(bytes, at) | uint64_t{ReadU32(bytes, at + 4)} << 32;
+}
+inline uint32_t ReadU32BigEndian(ByteView bytes, uint32_t at) {
+  return __builtin_bswap32(ReadU32(bytes, at));
+}
+// The part [at, at + size) of the view, as far as there is one.
+inline ByteView PartOf(ByteView bytes, uint32_t at, uint32_t size) {
+  if (at >= bytes.size()) return {};
+  const size_t left = bytes.size() - at;
+  return bytes.subspan(at, size < left ? size : left);
+}
+// Copies as many of `size` bytes as are in the view; returns how many.
+inline uint32_t ReadBytes(ByteView bytes, uint32_t at, uint8_t* out, uint32_t size) {
+  const ByteView part = PartOf(bytes, at, size);
+  if (!part.empty()) std::memcpy(out, part.data(), part.size());
+  return static_cast<uint32_t>(part.size());
+}
+// The same as a copy of its own.
+inline std::vector<uint8_t> CopyOf(ByteView bytes) { return {bytes.begin(), bytes.end()}; }
+// Appends bytes as the single-byte text that they are.
+inline void AppendText(ByteView bytes, std::string& out) {
+  if (!bytes.empty()) out.append(reinterpret_cast<const char*>(bytes.data()), bytes.size());
+}
+
+}  // namespace hivequarry

@@ -1,0 +1,34 @@
+#include "bytes/image_memory.h"
+
+#include <cstddef>
+
+#ifdef __linux__
+#include <sys/mman.h>
+#endif
+
+namespace hivequarry {
+namespace {
+
+uint8_t* AllocateLarge(size_t size) {
+#ifdef __linux__
+  constexpr size_t kHugePage = size_t{2} << 20;
+  // A last page that would be no more than half full is left to small ones.
+  const size_t huge = size / kHugePage + (size % kHugePage > kHugePage / 2);
+  if (huge != 0) {
+    const size_t pages = (size + kHugePage - 1) / kHugePage;
+    void* memory = std::aligned_alloc(kHugePage, pages * kHugePage);
+    if (memory != nullptr) madvise(memory, huge * kHugePage, MADV_HUGEPAGE);
+    return static_cast<uint8_t*>(memory);
+  }
+#endif
+  return static_cast<uint8_t*>(std::malloc(size));
+}
+
+}  // namespace
+
+ImageMemory AllocateImage(uint64_t length) {
+  if (length > kLongestImage) return nullptr;
+  return ImageMemory(AllocateLarge(size_t{length} + kImageSlack));
+}
+
+}  // namespace hivequarry

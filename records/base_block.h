@@ -1,0 +1,49 @@
+// The base block: the first 4096 bytes of a hive file. Its first 512 are filled; the root key's
+// offset and the data area's length count from the end of the block. Where a system crashed it may
+// be out of date or wrong in any field, so nothing here is trusted by itself.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "bytes/byte_view.h"
+
+namespace hivequarry {
+
+inline constexpr uint32_t kBaseBlockSize = 4096;
+inline constexpr uint32_t kHiveSignature = 0x66676572;      // "regf"
+inline constexpr uint32_t kSnapshotSignature = 0x70616E73;  // "snap", of a registry snapshot
+
+// Offsets of the fields from the start of the block.
+inline constexpr uint32_t kBaseSequence1 = 4;  // raised before the hive is written
+inline constexpr uint32_t kBaseSequence2 = 8;  // set to the first one after that
+inline constexpr uint32_t kBaseLastWrite = 12;
+inline constexpr uint32_t kBaseMajor = 20;
+inline constexpr uint32_t kBaseMinor = 24;
+inline constexpr uint32_t kBaseFileType = 28;    // 0: a hive, others: logs
+inline constexpr uint32_t kBaseFileFormat = 32;  // 1: loaded directly
+inline constexpr uint32_t kBaseRootOffset = 36;
+inline constexpr uint32_t kBaseLength = 40;  // of all bins
+inline constexpr uint32_t kBaseClustering = 44;
+inline constexpr uint32_t kBaseFileName = 48;
+inline constexpr uint32_t kBaseFileNameUnits = 32;  // UTF-16; the start of a longer path is cut off
+inline constexpr uint32_t kBaseChecksum = 508;
+
+struct BaseBlock {
+  uint32_t signature = 0;
+  uint32_t root_offset = 0;
+  uint32_t length = 0;  // bytes of all bins
+  std::u16string file_name;
+  uint32_t checksum = 0;  // as stored
+};
+// The block at the start of the view; fields beyond its end are 0.
+BaseBlock ReadBaseBlock(ByteView image);
+
+// The XOR of the 127 32-bit words before the checksum: what systems store there, but that they
+// store 1 for 0 and 0xFFFFFFFE for 0xFFFFFFFF.
+uint32_t BaseBlockSum(ByteView image);
+
+// What a base block begins with: at least three letters of "regf", or "snap" whole.
+bool IsBaseBlockSignature(const uint8_t (&bytes)[4]);
+
+}  // namespace hivequarry

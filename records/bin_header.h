@@ -1,0 +1,45 @@
+// Bins: the stretches of 4096 bytes or multiples of that which cells are in, each after a header of
+// 32 bytes that says at which offset of the data area the bin is. Headers are read at any place, as
+// a damaged image may have them anywhere.
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include "bytes/byte_view.h"
+#include "records/base_block.h"
+
+namespace hivequarry {
+
+inline constexpr uint32_t kBinSignature = 0x6E696268;  // "hbin"
+inline constexpr uint32_t kBinHeaderSize = 32;
+// Of the first bin's first cell, in an image that begins with a base block.
+inline constexpr uint32_t kFirstCellPosition = kBaseBlockSize + kBinHeaderSize;
+
+// Offsets of the fields from the start of the header.
+inline constexpr uint32_t kBinOwnOffset = 4;
+inline constexpr uint32_t kBinSize = 8;
+inline constexpr uint32_t kBinTime = 20;      // FILETIME; of the first bin alone
+inline constexpr uint32_t kBinSizeCopy = 28;  // 0 where the system wrote none
+
+struct BinHeader {
+  uint32_t position = 0;
+  uint32_t own_offset = 0;
+  uint32_t size = 0;
+
+  uint32_t Distance() const { return position - own_offset; }
+};
+
+// True for a signature, an own offset and a size that a header could have.
+bool ReadBinHeader(ByteView image, uint32_t position, BinHeader& bin);
+
+// True when cells follow each other from the header to where the bin ends, and that lies at most
+// `room` bytes after the header: callers that ask of many bins end it where the next one begins,
+// so that all of them together cost one pass.
+bool IsWholeBlock(ByteView image, const BinHeader& bin, uint64_t room);
+
+// All headers, at every byte, ascending. An image in which they lie closer together than bins can
+// gives only so many as it could have twice over.
+std::vector<BinHeader> FindBinHeaders(ByteView image);
+
+}  // namespace hivequarry

@@ -1,0 +1,71 @@
+// The "nk" record: a key, as its bytes have it. Its offsets are as stored; where they lead is the
+// hive's business (hive/keys.h).
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "bytes/byte_view.h"
+
+namespace hivequarry {
+
+// Offsets of the fields from the start of the cell.
+inline constexpr uint32_t kKeyFlags = 6;
+inline constexpr uint32_t kKeyLastWrite = 8;
+inline constexpr uint32_t kKeyAccessBits = 16;
+inline constexpr uint32_t kKeyParent = 20;
+inline constexpr uint32_t kKeySubkeyCount = 24;
+inline constexpr uint32_t kKeyVolatileCount = 28;
+inline constexpr uint32_t kKeySubkeyList = 32;
+inline constexpr uint32_t kKeyVolatileList = 36;
+inline constexpr uint32_t kKeyValueCount = 40;
+inline constexpr uint32_t kKeyValueList = 44;
+inline constexpr uint32_t kKeySecurity = 48;
+inline constexpr uint32_t kKeyClassName = 52;
+inline constexpr uint32_t kKeyLongestSubkeyName = 56;  // bytes as UTF-16; 16 bits
+inline constexpr uint32_t kKeyLongestValueName = 64;   // bytes as UTF-16
+inline constexpr uint32_t kKeyLongestValueData = 68;   // bytes
+inline constexpr uint32_t kKeyNameLength = 76;         // bytes
+inline constexpr uint32_t kKeyClassNameLength = 78;    // bytes
+inline constexpr uint32_t kKeyName = 80;               // the fixed part ends here
+
+inline constexpr uint16_t kRootKeyFlags = 0x2C;
+inline constexpr uint8_t kKeyNameIsBytes = 0x20;  // of the flags: low bytes of UTF-16, not UTF-16
+
+struct KeyFields {
+  uint32_t size = 0;  // of the cell, as stored
+  uint16_t signature = 0;
+  uint16_t flags = 0;
+  uint64_t last_write = 0;  // FILETIME, UTC
+  uint32_t parent = 0;      // this and what follows: offsets, 0xFFFFFFFF for none
+  uint32_t subkey_list = 0;
+  uint32_t value_list = 0;
+  uint32_t security = 0;
+  uint32_t class_name = 0;
+  uint32_t subkey_count = 0;
+  uint32_t value_count = 0;
+  uint16_t name_length = 0;  // bytes
+  uint16_t class_name_length = 0;
+};
+// False, and all 0, when the fixed part is not all in the view.
+bool ReadKeyFields(ByteView image, uint32_t cell, KeyFields& fields);
+
+// True for the low byte of the flags that keys of the kinds known to be written have.
+bool IsKeyFlagsByte(uint8_t flags);
+
+// A name of `length` bytes at the end of the key's fixed part, as code-page text: a UTF-16 unit
+// with a high byte is '?', one without its other half is shown as what it is ("?{D83D}"); one of
+// more than 256 characters ends in "...". `has_zero` is set when a UTF-16 name has a zero
+// character.
+std::string KeyNameText(ByteView image, uint32_t cell, uint32_t length, bool wide, bool& has_zero);
+// As above, at the end of `out`; fast for a name of bytes.
+void AppendKeyNameText(ByteView image, uint32_t cell, uint32_t length, bool wide, std::string& out);
+
+// The bytes of a name that are read at most: as many as a registry's name takes (510), or as the
+// cell has.
+inline constexpr uint32_t kMaxRawName = 510;
+uint32_t LongestKeyName(ByteView image, uint32_t cell);
+// The name, nothing lost, of `length` bytes as stored, at most LongestKeyName.
+std::u16string WideKeyName(ByteView image, uint32_t cell, uint32_t length);
+
+}  // namespace hivequarry

@@ -1,0 +1,43 @@
+// The "vk" record: a value, and the "db" record that long data are in. Offsets are as stored;
+// where they lead is the hive's business (hive/values.h).
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "bytes/byte_view.h"
+
+namespace hivequarry {
+
+// Offsets of the fields from the start of the cell.
+inline constexpr uint32_t kValueNameLength = 6;  // bytes
+inline constexpr uint32_t kValueDataLength = 8;
+inline constexpr uint32_t kValueDataOffset = 12;  // or the data, where they are inline
+inline constexpr uint32_t kValueType = 16;
+inline constexpr uint32_t kValueFlags = 20;
+inline constexpr uint32_t kValueName = 24;
+
+inline constexpr uint32_t kInlineData = 0x80000000;  // of the data length: up to 4 bytes, inline
+
+// A "db" record: data longer than a segment, cut into cells of which the last may be shorter.
+inline constexpr uint32_t kBigDataSegment = 16344;  // bytes of data per segment
+inline constexpr uint32_t kBigDataCellLength = 16;  // of the "db" cell itself
+inline constexpr uint32_t kBigDataCount = 6;        // 16 bits: segments
+inline constexpr uint32_t kBigDataList = 8;         // offset of the cell with their offsets
+
+struct ValueFields {
+  uint32_t size = 0;  // of the cell, as stored
+  uint16_t signature = 0;
+  uint16_t name_length = 0;  // bytes, as stored
+  uint32_t data_length = 0;  // decoded: without the mark of inline data
+  uint32_t data_offset = 0;
+  uint32_t type = 0;
+  uint16_t flags = 0;  // 0: the name is UTF-16
+};
+// Fields that lie beyond the view's end are 0.
+ValueFields ReadValueFields(ByteView image, uint32_t cell);
+
+// A name of `length` bytes as code-page text. A surrogate without its half is "?{D83D}".
+std::string ValueNameText(ByteView image, uint32_t cell, uint32_t length, bool wide);
+
+}  // namespace hivequarry
