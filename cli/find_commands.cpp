@@ -213,11 +213,12 @@ int SecurityShowCommand(const ConsoleRequest& request, OpenedHive& opened) {
   const HiveImage& hive = *opened.hive;
   const uint32_t record = RecordOf(opened, item);
   SecurityRecordInfo info;
-  if (record == kNoOffset || !ReadSecurityRecord(hive, record, info)) {
+  if (record == kNoOffset || !ReadSecurityRecord(ImageBytes(hive), record, info)) {
     Complain(InvalidRecordText(hive, record));
     return kExitFailed;
   }
-  const std::string text = FormatSecurityRecord(hive, info, request.security.resolve);
+  const std::string text =
+      FormatSecurityRecord(ImageBytes(hive), info, PlaceOf(hive, record), request.security.resolve);
   return PrintText(Utf8FromNarrow(text), request.printing) ? kExitDone : kExitFailed;
 }
 

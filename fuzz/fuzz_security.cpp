@@ -2,7 +2,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
-#include <cstring>
 #include <span>
 #include <string>
 #include <vector>
@@ -33,25 +32,19 @@ void TryText(std::span<const uint8_t> bytes) {
   Require(sid.empty() || SidText(sid) == text);
 }
 
-void TryRecord(const HiveImage& hive, uint32_t position) {
+void TryRecord(ByteView image, uint32_t position) {
   SecurityRecordInfo info;
-  if (!ReadSecurityRecord(hive, position, info)) return;
+  if (!ReadSecurityRecord(image, position, info)) return;
   Require(info.owner_text.size() < kSidTextRoom);
-  FormatSecurityRecord(hive, info, false);
+  FormatSecurityRecord(image, info, position, false);
   SecurityQuery query;
   for (const AceKind kind : {AceKind::kAllow, AceKind::kDeny, AceKind::kAudit, AceKind::kOther}) {
     query.permissions.kind = kind;
-    Require(!MatchesPermissions(hive, info, query.permissions) || kind != AceKind::kAudit);
+    Require(!MatchesPermissions(image, info, query.permissions) || kind != AceKind::kAudit);
   }
   query.mode = SecurityMode::kAce;
   query.sid = info.owner_text;
-  MatchesQuery(hive, info, query);
-}
-
-void MakeArea(std::span<const uint8_t> data, HiveImage& hive) {
-  hive.length = static_cast<uint32_t>(data.size());
-  hive.buffer.reset(static_cast<uint8_t*>(std::calloc(1, data.size() + kImageSlack)));
-  std::memcpy(hive.buffer.get(), data.data(), data.size());
+  MatchesQuery(image, info, query);
 }
 
 void TryLists(const HiveImage& hive) {
@@ -59,7 +52,7 @@ void TryLists(const HiveImage& hive) {
   ScanSecurityCells(hive, {}, *records);
   Require(RowCount(*records) <= hive.length / 25);
   for (uint32_t row = 0; row < RowCount(*records) && row < 4; ++row) {
-    TryRecord(hive, ReadSecurityRow(hive, *records, row).record);
+    TryRecord(ImageBytes(hive), ReadSecurityRow(hive, *records, row).record);
   }
   const OutputListPtr aces = MakeAceList(true);
   ListAces(hive, {}, *aces);
@@ -72,10 +65,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const std::span<const uint8_t> bytes(data, size);
   TrySid(bytes);
   TryText(bytes);
-  HiveImage descriptor;
-  if (MakeDescriptorImage(bytes, descriptor)) TryRecord(descriptor, 0);
-  HiveImage area;
-  MakeArea(bytes, area);
-  TryLists(area);
+  const std::vector<uint8_t> cell = CellOfDescriptor(bytes);
+  if (!cell.empty()) TryRecord(cell, 0);
+  TryLists(ImageOfBytes(bytes));
   return 0;
 }

@@ -2,7 +2,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
-#include <cstring>
 #include <span>
 #include <vector>
 
@@ -34,16 +33,6 @@ void ShowData(uint32_t type, std::span<const uint8_t> data) {
   TypeName(type);
 }
 
-// The input as an image, of which the caller says what was recognised.
-void MakeImage(std::span<const uint8_t> data, bool header_valid, HiveImage& hive) {
-  hive.length = static_cast<uint32_t>(data.size());
-  hive.buffer.reset(static_cast<uint8_t*>(std::calloc(1, data.size() + kImageSlack)));
-  std::memcpy(hive.buffer.get(), data.data(), data.size());
-  hive.last_valid = hive.length < 8 ? 0 : hive.length - 8;
-  hive.header_valid = header_valid;
-  hive.data_base_proven = header_valid;
-}
-
 void ReadCell(const HiveImage& hive, uint32_t position) {
   std::vector<uint8_t> data;
   const ValueKey value = ReadValueKey(hive, position, ValueRead::kData, kMaxValueData, &data);
@@ -70,8 +59,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   if (size < 2) return 0;
   const std::span<const uint8_t> bytes(data, size);
   ShowData(data[0] & 0x0F, bytes.subspan(1));
-  HiveImage hive;
-  MakeImage(bytes, data[1] % 2 == 0, hive);
+  HiveImage hive = ImageOfBytes(bytes);
+  hive.header_valid = hive.data_base_proven = data[1] % 2 == 0;
   uint32_t position = 0;
   for (uint32_t cells = 0; cells < kMostCells; ++cells) {
     ReadCell(hive, position);

@@ -292,8 +292,10 @@ void SetPlaces(HiveImage& hive) {
     FindDataBase(hive);
   }
   hive.held = hive.length;
-  if (hive.data_base_proven && !IsInOrder(hive)) UndoMoves(hive);
-  hive.last_valid = hive.length < 8 ? 0 : hive.length - 8;
+  if (hive.data_base_proven) {
+    if (IsInOrder(hive)) return;  // as nearly all are: no more to be put back or mapped
+    UndoMoves(hive);
+  }
   MapOffsets(hive);
 }
 
@@ -465,6 +467,17 @@ void ProbeHiveStart(std::FILE* stream, uint32_t candidate, HiveProbe& probe) {
   if (LooksLikeRootCell(cell) || LooksLikeRootName(name)) {
     probe.header_valid = probe.root_valid = true;
   }
+}
+
+HiveImage ImageOfBytes(ByteView bytes) {
+  HiveImage hive;
+  hive.buffer = AllocateImage(bytes.size());
+  if (!hive.buffer) return hive;
+  std::copy(bytes.begin(), bytes.end(), hive.buffer.get());
+  std::memset(hive.buffer.get() + bytes.size(), 0, kImageSlack);
+  hive.length = hive.held = hive.file_bytes = static_cast<uint32_t>(bytes.size());
+  SetBounds(hive);
+  return hive;
 }
 
 uint32_t ReadHeldBytes(const HiveImage& hive, uint32_t position, uint8_t* out, uint32_t size) {

@@ -197,6 +197,11 @@ void ProbeHiveStart(std::FILE* stream, uint32_t candidate, HiveProbe& probe);
 
 // --- bounded reads ---------------------------------------------------------------------------
 
+// An image, not in the table, of bytes of which nothing else is known: all cell positions that they
+// have room for are in its bounds. For who looks at a part of a file. Empty when there is no
+// memory.
+HiveImage ImageOfBytes(ByteView bytes);
+
 // True when [position, position + size) lies inside the hive.
 inline bool InsideHive(const HiveImage& hive, uint32_t position, uint32_t size) {
   return size <= hive.length && position <= hive.length - size;

@@ -266,13 +266,9 @@ bool UndoPageMoves(HiveImage& hive, uint32_t own_length) {
 bool IsInOrder(const HiveImage& hive) {
   const std::span<const uint8_t> bytes = ImageBytes(hive);
   const uint32_t length = hive.length;
-  const auto chained = [&](uint64_t at, uint64_t end) {
-    while (at < end && at + 4 <= length) {
-      const uint32_t cell = CellLength(LoadU32(&bytes[at]));
-      if (cell == 0 || cell % 8 != 0) return false;
-      at += cell;
-    }
-    return at >= length || at == end;
+  const auto chained = [&](uint64_t first, uint64_t end) {
+    const CellChain chain = FollowCells(bytes, first, std::min<uint64_t>(end, length));
+    return !chain.broken && (chain.end >= length || chain.end == end);
   };
   uint64_t at = hive.data_start;
   BinHeader bin;
@@ -290,11 +286,10 @@ bool IsInOrder(const HiveImage& hive) {
   return at != hive.data_start && FindBinHeaders(bytes.subspan(at)).empty();
 }
 
-bool UndoMoves(HiveImage& hive) {
+namespace {
+
+bool UndoAll(HiveImage& hive) {
   constexpr int kMostRounds = 3;
-  if (hive.moves_sought) return false;
-  hive.moves_sought = true;
-  hive.held = hive.length;
   uint32_t own_length = hive.length;
   bool undone = false;
   const auto undo_page_moves = [&] {
@@ -312,6 +307,17 @@ bool UndoMoves(HiveImage& hive) {
   undone |= UndoShifts(hive, own_length);
   undo_page_moves();
   hive.places.own_end = undone ? own_length : 0;
+  return undone;
+}
+
+}  // namespace
+
+bool UndoMoves(HiveImage& hive) {
+  if (hive.moves_sought) return false;
+  hive.moves_sought = true;
+  hive.held = hive.length;
+  const bool undone = UndoAll(hive);
+  hive.last_valid = hive.length < 8 ? 0 : hive.length - 8;
   return undone;
 }
 

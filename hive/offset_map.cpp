@@ -96,9 +96,8 @@ struct Strangers {
   uint32_t headers = 0;
 };
 
-std::vector<Strangers> FindStrangers(const HiveImage& hive) {
+std::vector<Strangers> FindStrangers(const HiveImage& hive, const std::vector<BinHeader>& headers) {
   std::vector<Strangers> found;
-  const std::vector<BinHeader> headers = FindBinHeaders(ImageBytes(hive));
   const auto on_page = [&](const BinHeader& bin) {
     return (bin.position - hive.data_base) % kPageSize == 0;
   };
@@ -178,12 +177,12 @@ struct Verdict {
   }
 };
 
-Verdict PrepareVerdict(const HiveImage& hive) {
+Verdict PrepareVerdict(const HiveImage& hive, const std::vector<BinHeader>& headers) {
   const uint32_t own =
       hive.places.own_end != 0 ? std::min(hive.places.own_end, hive.length) : hive.length;
   const Pages pages = PagesOf(hive.data_base, own, own);
   Verdict verdict{hive, pages, FitPages(ImageBytes(hive).first(own), pages), 0};
-  for (const BinHeader& bin : FindBinHeaders(ImageBytes(hive))) {
+  for (const BinHeader& bin : headers) {
     if (bin.Distance() == hive.data_base) verdict.own_end = bin.position + bin.size;
   }
   return verdict;
@@ -214,23 +213,51 @@ void AddForeign(const Verdict& verdict, const Strangers& strangers, std::vector<
   if (begin < strangers.end) runs.push_back({begin, strangers.end, strangers.distance, true});
 }
 
-// Stretches without bytes of the file, and what was put in.
+// All stretches that are another hive's, ascending.
+std::vector<OffsetRun> ForeignStretches(const HiveImage& hive) {
+  std::vector<OffsetRun> runs;
+  const std::vector<BinHeader> headers = FindBinHeaders(ImageBytes(hive));
+  const std::vector<Strangers> strangers = FindStrangers(hive, headers);
+  if (strangers.empty()) return runs;
+  const Verdict verdict = PrepareVerdict(hive, headers);
+  for (const Strangers& group : strangers) {
+    if (verdict.AreForeign(group)) AddForeign(verdict, group, runs);
+  }
+  return runs;
+}
+
+// The parts of [begin, end) outside the foreign stretches: a block's header says more of its bytes
+// than that they were put in.
+void AddGap(uint32_t begin, uint32_t end, size_t strangers, std::vector<OffsetRun>& runs) {
+  const auto before = [&](const OffsetRun& run) { return run.end <= begin; };
+  const auto all = runs.begin() + static_cast<ptrdiff_t>(strangers);
+  auto first = static_cast<size_t>(std::partition_point(runs.begin(), all, before) - runs.begin());
+  for (; first < strangers && runs[first].position < end; ++first) {
+    const OffsetRun stranger = runs[first];
+    if (stranger.position > begin) runs.push_back({begin, stranger.position, kNoDelta, true});
+    begin = stranger.end;
+  }
+  if (begin < end) runs.push_back({begin, end, kNoDelta, true});
+}
+
+// Adds stretches without bytes of the file, and what was put in, to the foreign ones.
 void AddGaps(const HiveImage& hive, std::vector<OffsetRun>& runs) {
+  const size_t strangers = runs.size();
   const std::vector<ImagePiece>& pieces = hive.places.pieces;
   for (size_t i = 0; i < pieces.size(); ++i) {
     const uint32_t end = i + 1 < pieces.size() ? pieces[i + 1].position : hive.length;
     const uint32_t begin = (pieces[i].position + 7) / 8 * 8;
     const bool gap =
         pieces[i].kind == PieceKind::kMissing && end > begin && end - begin >= kShortestGap;
-    if (gap || pieces[i].kind == PieceKind::kSpare) runs.push_back({begin, end, kNoDelta, true});
+    if (gap || pieces[i].kind == PieceKind::kSpare) AddGap(begin, end, strangers, runs);
   }
 }
 
 const OffsetRun& RunAt(const HiveImage& hive, uint32_t position) {
-  const auto behind =
+  const auto after =
       std::upper_bound(hive.offset_runs.begin(), hive.offset_runs.end(), position,
                        [](uint32_t wanted, const OffsetRun& run) { return wanted < run.position; });
-  return behind == hive.offset_runs.begin() ? *behind : *std::prev(behind);
+  return after == hive.offset_runs.begin() ? *after : *std::prev(after);
 }
 
 }  // namespace
@@ -252,31 +279,10 @@ bool FindDataBase(HiveImage& hive) {
 void MapOffsets(HiveImage& hive) {
   hive.offset_runs.clear();
   if (hive.places.pieces.empty() && IsInOrder(hive)) return;
-  std::vector<OffsetRun> foreign;
+  std::vector<OffsetRun> foreign = ForeignStretches(hive);
   AddGaps(hive, foreign);
-  const std::vector<Strangers> strangers = FindStrangers(hive);
-  if (!strangers.empty()) {
-    const Verdict verdict = PrepareVerdict(hive);
-    for (const Strangers& group : strangers) {
-      if (verdict.AreForeign(group)) AddForeign(verdict, group, foreign);
-    }
-  }
-  // A block's header says more than that its bytes were put in.
-  std::ranges::sort(foreign,
-                    [](const OffsetRun& a, const OffsetRun& b) { return a.position < b.position; });
-  for (size_t i = 0; i < foreign.size(); ++i) {
-    const OffsetRun& run = foreign[i];
-    const uint32_t done = hive.offset_runs.empty() ? 0 : hive.offset_runs.back().end;
-    uint32_t begin = std::max(run.position, done);
-    if (run.delta == kNoDelta) {
-      for (size_t j = i + 1; j < foreign.size() && foreign[j].position < run.end; ++j) {
-        AddRun(hive, begin, foreign[j].position, kNoDelta);
-        AddRun(hive, foreign[j].position, foreign[j].end, foreign[j].delta);
-        begin = std::max(begin, foreign[j].end);
-      }
-    }
-    AddRun(hive, begin, run.end, run.delta);
-  }
+  std::ranges::sort(foreign, {}, &OffsetRun::position);
+  for (const OffsetRun& run : foreign) AddRun(hive, run.position, run.end, run.delta);
   if (!hive.offset_runs.empty() && hive.offset_runs.back().end < hive.length) {
     hive.offset_runs.push_back({hive.offset_runs.back().end, hive.length, hive.data_base, false});
   }

@@ -93,12 +93,6 @@ uint64_t FileTimeOfCalendar(const CalendarTime& calendar) {
   return (days * kSecondsPerDay + of_day) * kUnitsPerSecond + calendar.fraction;
 }
 
-std::string FormatTimestamp(const HiveImage& hive, uint32_t position) {
-  const uint64_t low = ReadU32(hive, position);
-  const uint64_t high = ReadU32(hive, position + 4);
-  return FormatTimestampChecked(high << 32 | low);
-}
-
 std::string FormatTimestampChecked(uint64_t file_time) {
   const CalendarTime calendar = CalendarOfFileTime(file_time);
   return IsPlausible(calendar) ? FormatCalendar(calendar) : std::string();

@@ -4,8 +4,6 @@
 #include <cstdint>
 #include <string>
 
-#include "hive/image.h"
-
 namespace hivequarry {
 
 struct CalendarTime {
@@ -19,9 +17,7 @@ uint64_t FileTimeNow();
 uint64_t LocalFileTimeNow();
 uint64_t FileTimeOfCalendar(const CalendarTime& calendar);
 
-// The FILETIME at a hive position, UTC; empty for a date that is not plausible (year 1988 to 2099).
-std::string FormatTimestamp(const HiveImage& hive, uint32_t position);
-// A FILETIME as checked above.
+// A FILETIME as it is; empty for a date that is not plausible (year 1988 to 2099).
 std::string FormatTimestampChecked(uint64_t file_time);
 // A FILETIME pair, unchecked, as local time when `local`.
 std::string FormatTimestamp(uint64_t file_time, bool local);

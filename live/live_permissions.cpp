@@ -1,9 +1,9 @@
 // Keys of the live registry by the permissions that their security descriptors grant.
 
 #include <array>
-#include <span>
 #include <string>
 #include <unordered_map>
+#include <vector>
 
 #include "hive/timestamp.h"
 #include "host/host.h"
@@ -37,11 +37,10 @@ class DescriptorAnswers {
  private:
   DescriptorAnswer Decode(const std::string& descriptor) const {
     const auto* bytes = reinterpret_cast<const uint8_t*>(descriptor.data());
-    HiveImage image;
+    const std::vector<uint8_t> cell = CellOfDescriptor({bytes, descriptor.size()});
     SecurityRecordInfo info;
-    if (!MakeDescriptorImage(std::span(bytes, descriptor.size()), image)) return {};
-    if (!ReadSecurityRecord(image, 0, info)) return {};
-    return {MatchesPermissions(image, info, query_), info.owner_text};
+    if (!ReadSecurityRecord(cell, 0, info)) return {};
+    return {MatchesPermissions(cell, info, query_), info.owner_text};
   }
 
   const PermissionQuery& query_;

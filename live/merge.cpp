@@ -89,7 +89,8 @@ struct Descriptor {
 
 bool ReadDescriptor(const HiveImage& hive, uint32_t key, Descriptor& descriptor) {
   SecurityRecordInfo info;
-  if (!ReadSecurityRecord(hive, ReadOffset(hive, key + kKeySecurity), info)) return false;
+  if (!ReadSecurityRecord(ImageBytes(hive), ReadOffset(hive, key + kKeySecurity), info))
+    return false;
   const uint32_t start = info.position + kSecurityDescriptor;
   const uint32_t size = ReadU32(hive, info.position + kSecurityLength);
   if (size > info.length || !InsideHive(hive, start, size)) return false;

@@ -100,7 +100,7 @@ bool IsKeyRecord(const HiveImage& hive, uint32_t p, FreedPlace place) {
   return sized && name != 0 && name <= kMaxName && ReadU16(hive, p + kKeyFlags) <= kAllFlags &&
          HasOffsets(hive, p) && ReadU32(hive, p + kKeySubkeyCount) < hive.length / kRecordStep &&
          ReadU32(hive, p + kKeyValueCount) < hive.length / kRecordStep &&
-         !FormatTimestamp(hive, p + kKeyLastWrite).empty();
+         !FormatTimestampChecked(ReadU64(hive, p + kKeyLastWrite)).empty();
 }
 
 // Types stand for themselves, for account numbers or the properties of devices, or have something

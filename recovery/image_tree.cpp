@@ -100,7 +100,6 @@ void CollectTables(HiveImage& hive, const BuildOptions& options, ScanTables& tab
   if (!NeedsRepair(hive, tables)) return;
   if (hive.length == whole && hive.data_base_proven && UndoMoves(hive)) {
     // Pages of the same cells look sound until their records are held against each other.
-    hive.last_valid = hive.length < 8 ? 0 : hive.length - 8;
     MapOffsets(hive);
     Collect(hive, scan, tables);
     if (IsGivenUp(options)) return;

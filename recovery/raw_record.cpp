@@ -191,7 +191,7 @@ std::string TargetWords(const HiveImage& hive, uint32_t position) {
 }
 
 std::string TimeWords(const HiveImage& hive, uint32_t field) {
-  const std::string text = FormatTimestamp(hive, field);
+  const std::string text = FormatTimestampChecked(ReadU64(hive, field));
   return text.empty() && ReadU64(hive, field) != 0 ? "no plausible date" : text;
 }
 

@@ -145,7 +145,7 @@ bool HasRootRemains(const HiveImage& hive, uint32_t position) {
   constexpr int kWellKnownFlags[] = {0x20, 0x2C, 0x60, 0xA0, 0xAC};
   int found = (ReadU8(hive, position + 4) == 'n') + (ReadU8(hive, position + 5) == 'k');
   found += std::ranges::count(kWellKnownFlags, ReadU16(hive, position + kKeyFlags)) != 0;
-  found += !FormatTimestamp(hive, position + kKeyLastWrite).empty();
+  found += !FormatTimestampChecked(ReadU64(hive, position + kKeyLastWrite)).empty();
   found += HasPlausibleName(hive, position);
   found += 2 * NamesSubkeyList(hive, position);
   found += 2 * (ReadU16(hive, ReadOffset(hive, position + kKeySecurity) + 4) == kSignatureSk);

@@ -2,10 +2,10 @@
 #pragma once
 
 #include <cstdint>
-#include <span>
 #include <string>
+#include <vector>
 
-#include "hive/image.h"
+#include "bytes/byte_view.h"
 #include "records/security_cell.h"
 #include "security/sid.h"
 
@@ -21,13 +21,11 @@ inline bool IsUsable(const AclPlace& acl) {
   return acl.position != 0 && acl.size != 0 && acl.count != 0;
 }
 
-// A decoded record; all positions are image positions.
+// A decoded record; all positions are those of the view that it was read from.
 struct SecurityRecordInfo {
   uint32_t position = 0;  // of the cell
   uint32_t length = 0;    // of the cell, absolute
   uint32_t references = 0;
-  uint32_t next = 0;
-  uint32_t previous = 0;
   uint32_t owner = 0;  // of the SID
   uint32_t group = 0;  // 0 when absent
   AclPlace dacl;
@@ -60,26 +58,23 @@ struct SidReplacement {
 
 // Decodes the cell at `position`. False, and an empty record, when the cell is not a valid one or
 // the user stops. `replace` may be null.
-bool ReadSecurityRecord(const HiveImage& hive, uint32_t position, SecurityRecordInfo& info,
+bool ReadSecurityRecord(ByteView image, uint32_t position, SecurityRecordInfo& info,
                         const SidReplacement* replace = nullptr);
-// What is said of a key whose record can't be decoded: "Invalid security key at 0x%X" with the
-// record's offset. `position` may be kNoOffset.
-std::string InvalidRecordText(const HiveImage& hive, uint32_t position);
 // Decodes the entry at `position`; false (and not valid) beyond the end of the image.
-bool ReadAce(const HiveImage& hive, uint32_t position, AceInfo& ace,
+bool ReadAce(ByteView image, uint32_t position, AceInfo& ace,
              const SidReplacement* replace = nullptr);
 
 // Visits the entries of a list in order, at most as many as it counts, none of them after the
 // list's size or beyond the image. `visit(ace, index)` gets each; one that can't be
 // read or has no size is the last. Ends when visit returns false.
 template <typename Visit>
-void ForEachAce(const HiveImage& hive, const AclPlace& acl, const SidReplacement* replace,
+void ForEachAce(ByteView image, const AclPlace& acl, const SidReplacement* replace,
                 const Visit& visit) {
   uint64_t position = uint64_t{acl.position} + 8;
   for (uint32_t index = 0; index < acl.count; ++index) {
-    if (position >= uint64_t{acl.position} + acl.size || position > hive.length) return;
+    if (position >= uint64_t{acl.position} + acl.size || position > image.size()) return;
     AceInfo ace;
-    const bool read = ReadAce(hive, static_cast<uint32_t>(position), ace, replace);
+    const bool read = ReadAce(image, static_cast<uint32_t>(position), ace, replace);
     if (!visit(ace, index) || !read || ace.size == 0) return;
     position += ace.size;
   }
@@ -90,16 +85,16 @@ std::string FormatInheritFlags(uint8_t flags);
 std::string FormatAccessMask(uint32_t mask);
 std::string AceTypeText(uint8_t type);
 
-// The report of the "Security Record" window: "\r\n" line ends. With `resolve` this machine's
-// accounts are asked for names. Texts are code-page text.
-std::string FormatSecurityRecord(const HiveImage& hive, const SecurityRecordInfo& info,
+// The report of the "Security Record" window: "\r\n" line ends. `place` is what it says of where
+// the record is. With `resolve` this machine's accounts are asked for names. Texts are code-page
+// text.
+std::string FormatSecurityRecord(ByteView image, const SecurityRecordInfo& info, uint32_t place,
                                  bool resolve);
-std::string FormatSecurityRecord(const HiveImage& hive, const SecurityRecordInfo& info,
+std::string FormatSecurityRecord(ByteView image, const SecurityRecordInfo& info, uint32_t place,
                                  AccountNames& names);
 
-// An image (not in the open-file table) that holds nothing but one record made of a self-relative
-// descriptor, its cell at position 0: for descriptors that come from elsewhere than a hive. False
-// when it is too long for a cell or there is no memory.
-bool MakeDescriptorImage(std::span<const uint8_t> descriptor, HiveImage& image);
+// The cell, to be read at position 0, of a self-relative descriptor that comes from elsewhere than
+// a hive. Empty when it is too long for one.
+std::vector<uint8_t> CellOfDescriptor(ByteView descriptor);
 
 }  // namespace hivequarry

@@ -68,7 +68,7 @@ constexpr const char* kIndent = "        ";
 
 // The report of one record under way.
 struct RecordText {
-  const HiveImage& hive;
+  const ByteView image;
   AccountNames& names;
   std::string text;
 };
@@ -97,7 +97,7 @@ enum class Section : uint8_t { kDacl, kSacl };
 // Numbers go on after `number`. Returns how many entries were written whole.
 uint32_t AddAces(RecordText& report, Section section, const AclPlace& acl, uint32_t number) {
   uint32_t written = 0;
-  ForEachAce(report.hive, acl, nullptr, [&](const AceInfo& ace, uint32_t index) {
+  ForEachAce(report.image, acl, nullptr, [&](const AceInfo& ace, uint32_t index) {
     report.text += Concat({"\r\nACE ", Decimal(number + index + 1, 2), ": "});
     if (!ace.valid || ace.size == 0) {
       report.text += "Unclassified error.\r\n";
@@ -143,16 +143,16 @@ std::string AceTypeText(uint8_t type) {
   return type < std::size(kWords) ? kWords[type] : Hexadecimal(type);
 }
 
-std::string FormatSecurityRecord(const HiveImage& hive, const SecurityRecordInfo& info,
+std::string FormatSecurityRecord(ByteView image, const SecurityRecordInfo& info, uint32_t place,
                                  bool resolve) {
   AccountNames names(resolve);
-  return FormatSecurityRecord(hive, info, names);
+  return FormatSecurityRecord(image, info, place, names);
 }
 
-std::string FormatSecurityRecord(const HiveImage& hive, const SecurityRecordInfo& info,
+std::string FormatSecurityRecord(ByteView image, const SecurityRecordInfo& info, uint32_t place,
                                  AccountNames& names) {
-  RecordText report{hive, names, {}};
-  report.text += Concat({"Offset: 0x", Hex(PlaceOf(hive, info.position), 8), "\r\n"});
+  RecordText report{image, names, {}};
+  report.text += Concat({"Offset: 0x", Hex(place, 8), "\r\n"});
   AddSid(report, "\r\nOwner : ", info.owner_text);
   AddSid(report, "\r\nGroup : ", info.group_text);
   report.text += Concat({"\r\n\r\nDACL  : ", Decimal(info.dacl.count), "\r\n"});

@@ -56,7 +56,7 @@ class KnownRecords {
     SecurityRecordInfo info;
     KnownRecord record;
     record.position = position;
-    record.decoded = ReadSecurityRecord(hive_, position, info, &options_.replace);
+    record.decoded = ReadSecurityRecord(ImageBytes(hive_), position, info, &options_.replace);
     record.matches = record.decoded && judge(info);
     record.aces = info.dacl.count + info.sacl.count;
     record.account = &names_.AccountOf(info.owner_text);
@@ -158,7 +158,7 @@ void FindKeysBySecurity(const HiveImage& hive, const KeyTree& tree, uint32_t ite
   walk.Run(item, [&](uint32_t key, uint32_t position) {
     if (by_record && position != query.record) return;
     const KnownRecord& record = records.At(position, [&](const SecurityRecordInfo& info) {
-      return MatchesQuery(hive, info, query, &options.replace, &reads);
+      return MatchesQuery(ImageBytes(hive), info, query, &options.replace, &reads);
     });
     // The keys of a record that can't be decoded are asked for by its place alone.
     if (!record.matches && !by_record) return;

@@ -62,15 +62,18 @@ inline constexpr uint32_t kWriteRights = 0x20006;
 
 // True when the record grants (denies, ...) what the query asks for. `reads`, unless null, bounds
 // the entries that a walk over many records reads.
-bool MatchesPermissions(const HiveImage& hive, const SecurityRecordInfo& info,
+bool MatchesPermissions(ByteView image, const SecurityRecordInfo& info,
                         const PermissionQuery& query, const SidReplacement* replace = nullptr,
                         AceReads* reads = nullptr);
-bool MatchesQuery(const HiveImage& hive, const SecurityRecordInfo& info, const SecurityQuery& query,
+bool MatchesQuery(ByteView image, const SecurityRecordInfo& info, const SecurityQuery& query,
                   const SidReplacement* replace = nullptr, AceReads* reads = nullptr);
 // "Keys with Owner Sid S-1-5-18": the title of the query's list. Needs the image for the record's
 // offset.
 std::string TitleOfQuery(const HiveImage& hive, const SecurityQuery& query);
 
+// What is said of a key whose record can't be decoded: "Invalid security key at 0x%X" with the
+// record's offset. `position` may be kNoOffset.
+std::string InvalidRecordText(const HiveImage& hive, uint32_t position);
 // The keys from `item` down whose record matches: kListSecurityKeys; datum: the key's position. In
 // the mode kRecord the record need not be decodable.
 void FindKeysBySecurity(const HiveImage& hive, const KeyTree& tree, uint32_t item,

@@ -1,4 +1,5 @@
 #include "hive/offset_map.h"
+#include "host/number_text.h"
 #include "security/security_lists.h"
 #include "security/security_rows.h"
 
@@ -25,11 +26,11 @@ uint32_t MapGenericRights(uint32_t mask) {
 
 // True when `is_match` is for one of the list's entries. Damaged ones match nothing.
 template <typename IsMatch>
-bool AnyAce(const HiveImage& hive, const AclPlace& acl, const SidReplacement* replace,
-            AceReads* reads, const IsMatch& is_match) {
+bool AnyAce(ByteView image, const AclPlace& acl, const SidReplacement* replace, AceReads* reads,
+            const IsMatch& is_match) {
   bool found = false;
   const uint32_t most = reads == nullptr ? acl.count : AcesToRead(acl, *reads);
-  ForEachAce(hive, acl, replace, [&](const AceInfo& ace, uint32_t index) {
+  ForEachAce(image, acl, replace, [&](const AceInfo& ace, uint32_t index) {
     if (index >= most) return false;
     found = ace.valid && is_match(ace);
     return !found;
@@ -60,18 +61,18 @@ class PermissionTest {
 
 }  // namespace
 
-bool MatchesPermissions(const HiveImage& hive, const SecurityRecordInfo& info,
+bool MatchesPermissions(ByteView image, const SecurityRecordInfo& info,
                         const PermissionQuery& query, const SidReplacement* replace,
                         AceReads* reads) {
   // No list is looked at for audits, so they match nothing.
   if (info.dacl.position == 0 || info.dacl.size == 0 || query.kind == AceKind::kAudit) return false;
   PermissionTest test(query);
   const auto is_match = [&test](const AceInfo& ace) { return test(ace); };
-  if (AnyAce(hive, info.dacl, replace, reads, is_match)) return true;
-  return query.kind == AceKind::kOther && AnyAce(hive, info.sacl, replace, reads, is_match);
+  if (AnyAce(image, info.dacl, replace, reads, is_match)) return true;
+  return query.kind == AceKind::kOther && AnyAce(image, info.sacl, replace, reads, is_match);
 }
 
-bool MatchesQuery(const HiveImage& hive, const SecurityRecordInfo& info, const SecurityQuery& query,
+bool MatchesQuery(ByteView image, const SecurityRecordInfo& info, const SecurityQuery& query,
                   const SidReplacement* replace, AceReads* reads) {
   const auto is_trustee = [&query](const AceInfo& ace) { return ace.sid_text == query.sid; };
   switch (query.mode) {
@@ -81,10 +82,10 @@ bool MatchesQuery(const HiveImage& hive, const SecurityRecordInfo& info, const S
       return info.owner_text == query.sid;
     case SecurityMode::kAce:
       return (IsUsable(info.dacl) || IsUsable(info.sacl)) &&
-             (AnyAce(hive, info.dacl, replace, reads, is_trustee) ||
-              AnyAce(hive, info.sacl, replace, reads, is_trustee));
+             (AnyAce(image, info.dacl, replace, reads, is_trustee) ||
+              AnyAce(image, info.sacl, replace, reads, is_trustee));
     case SecurityMode::kPermissions:
-      return MatchesPermissions(hive, info, query.permissions, replace, reads);
+      return MatchesPermissions(image, info, query.permissions, replace, reads);
   }
   return false;
 }
@@ -101,6 +102,12 @@ std::string TitleOfQuery(const HiveImage& hive, const SecurityQuery& query) {
       break;
   }
   return "Keys with Permissions";
+}
+
+std::string InvalidRecordText(const HiveImage& hive, uint32_t position) {
+  if (position == kNowhere) return "Invalid security key: its offset leads nowhere";
+  const uint32_t offset = position == kNoOffset ? kNoOffset : OffsetOfPosition(hive, position);
+  return Concat({"Invalid security key at 0x", Hex(offset)});
 }
 
 }  // namespace hivequarry

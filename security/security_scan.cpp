@@ -54,7 +54,7 @@ void ForEachRecord(const HiveImage& hive, const SidReplacement& replace, const V
     position = PassPlainBytes(hive, position);
     if (!InsideHive(hive, position, kLeastRest)) return;
     const ScanStep step = StepAt(hive, position);
-    if (step.is_record && ReadSecurityRecord(hive, position, info, &replace) &&
+    if (step.is_record && ReadSecurityRecord(ImageBytes(hive), position, info, &replace) &&
         !info.owner_text.empty()) {
       visit(info);
     }
@@ -82,7 +82,7 @@ class AceRows {
   // Numbers go on after `number`.
   void AddAcl(const SecurityRecordInfo& info, const AclPlace& acl, uint32_t number) {
     const uint32_t most = AcesToRead(acl, reads_);
-    ForEachAce(hive_, acl, &options_.replace, [&](const AceInfo& ace, uint32_t index) {
+    ForEachAce(ImageBytes(hive_), acl, &options_.replace, [&](const AceInfo& ace, uint32_t index) {
       if (index >= most) return false;
       AddAce(info.position, ace, number + index + 1);
       return true;

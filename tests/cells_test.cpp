@@ -33,7 +33,7 @@ TEST(BoundedReads, EndWithTheHive) {
   EXPECT_EQ(ReadU16(hive, length - 2), 0x5566u);
   EXPECT_EQ(ReadU16(hive, length - 1), 0u);
   EXPECT_EQ(ReadU16(hive, 0xFFFFFFFF), 0u);
-  EXPECT_EQ(ReadU32BigEndian(hive, length - 8), 0x44332211u);
+  EXPECT_EQ(ReadU32BigEndian(ImageBytes(hive), length - 8), 0x44332211u);
   EXPECT_EQ(ReadU8(hive, length), 0u);
   uint8_t bytes[8] = {};
   EXPECT_EQ(ReadBytes(hive, length - 3, bytes, 8), 3u);

@@ -39,24 +39,24 @@ Texts ListRows(int kind, int first, int last, const std::function<void(OutputLis
 
 // One descriptor as an image of its own.
 struct Lone {
-  explicit Lone(const Bytes& descriptor) { MakeDescriptorImage(descriptor, hive); }
-  bool Read() { return ReadSecurityRecord(hive, 0, info); }
+  explicit Lone(const Bytes& descriptor) : cell(CellOfDescriptor(descriptor)) {}
+  bool Read() { return ReadSecurityRecord(cell, 0, info); }
   Lone& Put(uint32_t at, uint32_t value) {
-    for (int i = 0; i < 4; ++i) hive.buffer.get()[at + i] = uint8_t(value >> (8 * i));
+    PutU32(cell, at, value);
     return *this;
   }
   std::string Report(bool resolve = false) {
-    return Read() ? FormatSecurityRecord(hive, info, resolve) : "invalid";
+    return Read() ? FormatSecurityRecord(cell, info, 0, resolve) : "invalid";
   }
   HostRecorder host;
-  HiveImage hive;
+  Bytes cell;
   SecurityRecordInfo info;
 };
 
 bool Permits(const std::vector<Ace>& dacl, const PermissionQuery& query,
              const std::vector<Ace>& sacl = {}) {
   Lone lone(SecurityDescriptor(kSystem, kAdmins, dacl, sacl));
-  return lone.Read() && MatchesPermissions(lone.hive, lone.info, query);
+  return lone.Read() && MatchesPermissions(lone.cell, lone.info, query);
 }
 
 TEST(Security, SidsAndTheirTexts) {
@@ -239,9 +239,9 @@ TEST(Security, BoundsOfARecord) {
   EXPECT_FALSE(stopped.Read());
   EndOperation();
   SidReplacement replace{kSystem, kUser, true, false, true};
-  ReadSecurityRecord(stopped.hive, 0, stopped.info, &replace);
+  ReadSecurityRecord(stopped.cell, 0, stopped.info, &replace);
   AceInfo ace;
-  ReadAce(stopped.hive, stopped.info.dacl.position + 8, ace, &replace);
+  ReadAce(stopped.cell, stopped.info.dacl.position + 8, ace, &replace);
   EXPECT_EQ(stopped.info.owner_text + ace.sid_text, std::string(kUser) + kUser);
   EXPECT_EQ(stopped.info.group_text, kAdmins);
 }
@@ -415,10 +415,7 @@ TEST(Security, SharedListsTakeLinearTime) {
   PutU32(bytes, kList + 4, 0xFFFF);
   for (uint32_t at = kList + 8; at < kSize; at += 4) PutU32(bytes, at, 0x00040000);
   HostRecorder host;
-  HiveImage hive;
-  hive.buffer.reset(static_cast<uint8_t*>(std::calloc(1, kSize + kImageSlack)));
-  std::copy(bytes.begin(), bytes.end(), hive.buffer.get());
-  hive.length = kSize;
+  const HiveImage hive = ImageOfBytes(bytes);
   const OutputListPtr list = MakeAceList(false);
   ListAces(hive, {}, *list);
   EXPECT_EQ(RowCount(*list), kSize / 8 + 0xFFFF / 8) << "less than the sum of the lists";

@@ -55,8 +55,9 @@ class SecurityWindowTest : public ListTest {
   static std::string ReportIn(HWND dialog) { return TextOf(GetDlgItem(dialog, kSecurityText)); }
   std::string Report(uint32_t position) const {
     SecurityRecordInfo info;
-    EXPECT_TRUE(ReadSecurityRecord(ShownHive(*window_), position, info));
-    return FormatSecurityRecord(ShownHive(*window_), info, false);
+    const HiveImage& hive = ShownHive(*window_);
+    EXPECT_TRUE(ReadSecurityRecord(ImageBytes(hive), position, info));
+    return FormatSecurityRecord(ImageBytes(hive), info, PlaceOf(hive, position), false);
   }
   // The list window that has come up last, when it is filled.
   ListPlace& NewList() {

@@ -86,7 +86,7 @@ void FindKeysOfSid(MainWindow& window, SecurityMode mode, const std::string& sid
 
 std::string OwnerOfRecord(const MainWindow& window, uint32_t record) {
   SecurityRecordInfo info;
-  ReadSecurityRecord(ShownHive(window), record, info, &window.hive.sid_replacement);
+  ReadSecurityRecord(ImageBytes(ShownHive(window)), record, info, &window.hive.sid_replacement);
   return info.owner_text;
 }
 

@@ -144,9 +144,9 @@ bool FillText(const SecurityWindow& window, AccountNames& names) {
   const HiveImage& hive = ShownHive(*window.owner);
   const ReportTurn turn;
   SecurityRecordInfo info;
-  if (!ReadSecurityRecord(hive, window.record, info)) return false;
+  if (!ReadSecurityRecord(ImageBytes(hive), window.record, info)) return false;
   std::string& report = TheSecurityWindows().report;
-  report = FormatSecurityRecord(hive, info, names);
+  report = FormatSecurityRecord(ImageBytes(hive), info, PlaceOf(hive, info.position), names);
   SetDlgItemTextW(window.dialog, kSecurityText, WindowText(report).c_str());
   return true;
 }
