@@ -8,6 +8,7 @@
 
 #include "hive/image.h"
 #include "hive/key_tree.h"
+#include "hive/opening.h"
 #include "recovery/image_tree.h"
 #include "reports/registry_script.h"
 
@@ -31,7 +32,7 @@ bool Measure(const char* file, int runs) {
     int slot = -1;
     const double opened = Seconds([&] { slot = OpenHive(file); });
     if (slot < 0) return false;
-    HiveImage& hive = TheHiveTable().slots[static_cast<size_t>(slot)];
+    HiveImage& hive = HiveOfSlot(slot);
     load = std::min(load, opened + Seconds([&] { BuildImageTree(hive, BuildOptions(), tree); }));
     bytes = 0;
     const TextSink sink = [&bytes](std::string_view text) {

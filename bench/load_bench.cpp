@@ -9,6 +9,7 @@
 
 #include "hive/image.h"
 #include "hive/key_tree.h"
+#include "hive/opening.h"
 #include "recovery/disconnected_values.h"
 #include "recovery/hang_keys.h"
 #include "recovery/image_tree.h"
@@ -34,7 +35,7 @@ HiveImage& Open(int64_t keys) {
   ResetHiveTable();
   const int slot = OpenHive(HiveFile(keys));
   if (slot < 0) std::abort();
-  return TheHiveTable().slots[static_cast<size_t>(slot)];
+  return HiveOfSlot(slot);
 }
 
 void CountKeys(benchmark::State& state) {

@@ -20,6 +20,7 @@
 #include "hive/image.h"
 #include "hive/key_tree.h"
 #include "hive/keys.h"
+#include "hive/opening.h"
 #include "hive/subkeys.h"
 #include "hive/values.h"
 #include "host/files.h"
@@ -89,7 +90,7 @@ Opened OpenBytes(const Bytes& bytes) {
   Opened opened;
   const int slot = OpenHive(file.name());
   if (slot < 0) return opened;
-  opened.hive = &TheHiveTable().slots[static_cast<size_t>(slot)];
+  opened.hive = &HiveOfSlot(slot);
   BuildImageTree(*opened.hive, BuildOptions(), opened.tree);
   return opened;
 }

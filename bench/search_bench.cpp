@@ -14,6 +14,7 @@
 
 #include "hive/image.h"
 #include "hive/key_tree.h"
+#include "hive/opening.h"
 #include "host/long_operation.h"
 #include "recovery/image_tree.h"
 #include "reports/key_dates.h"
@@ -39,7 +40,7 @@ Opened Load(const char* name) {
   Opened opened;
   const int slot = OpenHive(name);
   if (slot < 0) std::exit(1);
-  opened.hive = &TheHiveTable().slots[static_cast<size_t>(slot)];
+  opened.hive = &HiveOfSlot(slot);
   BuildImageTree(*opened.hive, BuildOptions(), opened.tree);
   return opened;
 }

@@ -2,6 +2,7 @@
 #include <charconv>
 #include <cstdio>
 
+#include "app/opening_words.h"
 #include "app/shortfall_words.h"
 #include "cli/opened_hive.h"
 #include "cli/print_list.h"
@@ -41,11 +42,11 @@ int WithHive(const ConsoleRequest& request, const CommandRow& command, int& fail
   HiveTable& table = TheHiveTable();
   table.start_offset = request.start_offset;
   table.end_offset = request.end_offset;
-  const int slot = OpenHive(request.hive);
+  const int slot = OpenHiveAndTell(request.hive);
   if (slot < 0) return StopRequested() ? kExitFailed : kExitUnreadable;
   failed = kExitFailed;
   OpenedHive opened;
-  opened.hive = &table.slots[static_cast<size_t>(slot)];
+  opened.hive = &HiveOfSlot(slot);
   BuildOptions options;
   options.disconnected_values = NeedsDisconnectedValues(request, command.name);
   options.root_path = request.root_path;
@@ -58,7 +59,7 @@ int WithHive(const ConsoleRequest& request, const CommandRow& command, int& fail
   about_hive.printing.hive = opened.hive;
   const int status = command.with_hive(about_hive, opened);
   const bool invalid =
-      status == kExitDone && FoundNothing(opened.summary) && !ValidateHiveFile(*opened.hive);
+      status == kExitDone && FoundNothing(opened.summary) && !ValidateAndTell(*opened.hive);
   return invalid ? kExitFailed : status;
 }
 
@@ -113,6 +114,7 @@ int Detail(const ConsoleRequest& request, OpenedHive& opened) {
 }
 
 int Bins(const ConsoleRequest& request, OpenedHive& opened) {
+  TellOfBlocks(ListHiveBins(*opened.hive, opened.hive->data_start, UINT32_MAX));
   return Print(request, *ListBlocks(*opened.hive));
 }
 

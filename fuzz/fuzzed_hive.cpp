@@ -1,5 +1,7 @@
 #include "fuzz/fuzzed_hive.h"
 
+#include "hive/opening.h"
+
 #include <sys/mman.h>
 #include <unistd.h>
 
@@ -78,7 +80,7 @@ void Require(bool holds) {
 }
 
 FuzzedHive::FuzzedHive(const uint8_t* data, size_t size, const BuildOptions& options)
-    : slot_(OpenInput(data, size)), hive(TheHiveTable().slots[static_cast<size_t>(slot_)]) {
+    : slot_(OpenInput(data, size)), hive(HiveOfSlot(slot_)) {
   summary = BuildImageTree(hive, options, tree);
 }
 

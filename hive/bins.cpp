@@ -1,7 +1,8 @@
 #include "hive/bins.h"
 
+#include <algorithm>
+
 #include "hive/file_place.h"
-#include "host/host.h"
 #include "host/long_operation.h"
 #include "host/number_text.h"
 
@@ -18,7 +19,6 @@ uint32_t ShownNumber(const BinRow& row) { return row.invalid ? row.index + 1 : r
 
 std::vector<BinRow> ListHiveBins(const HiveImage& hive, uint32_t first_position, uint32_t count) {
   std::vector<BinRow> rows;
-  bool told = false;
   uint64_t position = first_position;
   while (position + 4 < hive.length && rows.size() < count && !StopRequested()) {
     BinRow row;
@@ -30,10 +30,6 @@ std::vector<BinRow> ListHiveBins(const HiveImage& hive, uint32_t first_position,
       row.own_offset = ReadU32(hive, row.position + kBinOwnOffset);
       row.size = ReadU32(hive, row.position + kBinSize);
       row.size_copy = ReadU32(hive, row.position + kBinSizeCopy);
-      if (SizesDiffer(row) && !told) {
-        told = true;
-        ShowMessage("Block size error !", "Error", Icon::kExclamation);
-      }
     }
     rows.push_back(row);
     if (row.invalid || row.size == 0) break;
@@ -41,6 +37,8 @@ std::vector<BinRow> ListHiveBins(const HiveImage& hive, uint32_t first_position,
   }
   return rows;
 }
+
+bool AnySizesDiffer(std::span<const BinRow> rows) { return std::ranges::any_of(rows, SizesDiffer); }
 
 std::string BinNumberText(const BinRow& row) { return Decimal(ShownNumber(row), 4); }
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -21,10 +22,11 @@ struct BinRow {
 
 inline constexpr int kInvalidBinColour = -16;  // colour code of the invalid row
 
-// The block walk from `first_position`, at most `count` blocks. "Block size error !" is shown for
-// the first block whose sizes differ; the walk goes on with the size. It ends after an invalid row,
-// and at a size that leads nowhere (0).
+// The block walk from `first_position`, at most `count` blocks. Where a block's sizes differ the walk
+// goes on with the first. It ends after an invalid row, and at a size that leads nowhere (0).
 std::vector<BinRow> ListHiveBins(const HiveImage& hive, uint32_t first_position, uint32_t count);
+// True when a block gives itself two sizes.
+bool AnySizesDiffer(std::span<const BinRow> rows);
 
 // Texts of a row: "%04d", "%08X" (or "invalid"), and the differing copy as "%08X" or empty.
 std::string BinNumberText(const BinRow& row);

@@ -1,16 +1,11 @@
-// A hive file held in memory: the open-file table, opening, and the bounded reads that everything
-// else is made of. The file is never written. The base block is not trusted: opening records what
-// it could confirm and sets the bounds from that.
+// A hive file held in memory, and the bounded reads that everything else is made of. The file is
+// never written.
 //
 // Positions are image positions (bytes from the start of the hive) unless a name says otherwise. A
 // cell offset, as stored in a file, counts from the start of the data area.
 #pragma once
 
-#include <array>
-#include <atomic>
 #include <cstdint>
-#include <cstdio>
-#include <span>
 #include <string>
 #include <unordered_map>
 #include <vector>
@@ -79,7 +74,6 @@ inline constexpr uint32_t kClosedGate = 0x66676572;  // "regf", no multiple of 8
 inline constexpr uint32_t kOpenGate = 0;
 
 enum class SlotState : uint32_t { kTaken = 0, kFree = 1 };
-inline constexpr uint32_t kBrowseSlot = 3;  // slot kind of a hive opened for browsing
 
 // What a hive's root path was taken from.
 enum class RootSource : uint8_t {
@@ -90,10 +84,9 @@ enum class RootSource : uint8_t {
   kUser,
 };
 
-// One slot of the open-file table.
+// A hive in memory: a slot of the open-file table (hive_table.h).
 struct HiveImage {
   SlotState state = SlotState::kFree;
-  uint32_t kind = 0;
   bool root_valid = false;     // the root key node was recognised at position 4128
   uint32_t root_position = 0;  // of the root key node; 0 when unknown
   uint32_t length = 0;         // bytes of the hive, or of the chosen range
@@ -142,60 +135,10 @@ struct HiveImage {
   RootSource root_source = RootSource::kNone;
 };
 
-inline constexpr int kSlotCount = 48;  // slot 0 is never handed out
-
-struct HiveTable {
-  std::array<HiveImage, kSlotCount> slots;
-  // Partial range of the file for the next OpenHive; whole file when end <= start.
-  uint32_t start_offset = 0;
-  uint32_t end_offset = 0;
-  int current = 0;  // the slot being worked on
-  std::string current_folder;
-  std::string current_file;
-  // Default root for paths of the current hive, before its own root path is known.
-  std::string default_long_root = "HKEY_USERS";
-  std::string default_short_root = "HKU";
-  uint32_t default_root_handle = 0x80000003;
-};
-
-// Not a local of a function, so that the readers' test of it costs no more than a load. (Constant
-// initialisation is left to the compiler: older clang can't do it for strings.)
-inline HiveTable hive_table_instance;
-inline HiveTable& TheHiveTable() { return hive_table_instance; }
-// Frees every slot with its buffer, and forgets the partial range.
-void ResetHiveTable();
-
-// First free slot, cleared and taken, or -1 after the message "Too many files opened !".
-int AllocateHiveSlot(uint32_t kind);
-void FreeHiveSlot(int slot);
-
-// The whole opening: finds where the hive starts, reads it into memory, closes the file, sets flags
-// and bounds. Returns the slot, or -1 after a message or a stop. Runs on any one thread at a time.
-int OpenHive(const std::string& file_name);
-
-// The strict check, for an image in which nothing at all was found, so that its user learns why:
-// the first four bytes of its file, which is opened for that once more, must be "regf" or "snap",
-// else the message "Invalid File format !" and false with the running operation stopped. Sets
-// last_valid and root_position from the file's own size and header.
-bool ValidateHiveFile(HiveImage& hive);
-
-// Where a hive begins inside a larger file, by walking to its first sensible "hbin".
-struct HiveStart {
-  bool found = false;
-  bool stopped = false;
-  uint32_t start = 0;  // file offset
-};
-// Adds to `unread` what could not be read on the way.
-HiveStart FindHiveStart(std::FILE* stream, uint64_t file_size, UnreadBytes& unread);
-
-// What the bytes at a candidate file offset confirm; flags already set stay set.
-struct HiveProbe {
-  bool header_valid = false;
-  bool root_valid = false;
-};
-void ProbeHiveStart(std::FILE* stream, uint32_t candidate, HiveProbe& probe);
-
 // --- bounded reads ---------------------------------------------------------------------------
+
+// Bounds by what was recognised: header_valid, root_valid and the length.
+void SetBounds(HiveImage& hive);
 
 // An image, not in the table, of bytes of which nothing else is known: all cell positions that they
 // have room for are in its bounds. For who looks at a part of a file. Empty when there is no

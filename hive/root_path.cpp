@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdio>
 
+#include "hive/hive_table.h"
 #include "hive/keys.h"
 #include "host/host.h"
 

@@ -3,6 +3,7 @@
 
 #include <functional>
 
+#include "app/opening_words.h"
 #include "hive/bins.h"
 #include "hive/image.h"
 #include "hive/keys.h"
@@ -542,6 +543,7 @@ TEST(Bins, WalkOfSoundAndBrokenBlocks) {
     }
     EXPECT_EQ(ListHiveBins(image.hive(), 4096, 2).size(), 2u);
     EXPECT_EQ(BinPaneText(rows[1]), "0001,   2000");
+    TellOfBlocks(rows);
     EXPECT_TRUE(host.messages.empty());
   }
   BuiltHive broken = sound;
@@ -555,6 +557,7 @@ TEST(Bins, WalkOfSoundAndBrokenBlocks) {
   EXPECT_EQ(BinPaneText(rows[3]), "   4,  4000    - Error");
   EXPECT_EQ(BinCopyText(rows[1]), "00000123");
   EXPECT_EQ(BinCopyText(rows[0]), "");
+  TellOfBlocks(rows);
   ASSERT_EQ(host.messages.size(), 1u);
   EXPECT_EQ(host.messages[0],
             (ShownMessage{"Block size error !", "Error", Icon::kExclamation, Buttons::kOk}));

@@ -11,6 +11,7 @@
 #include <sstream>
 #include <unordered_set>
 
+#include "app/opening_words.h"
 #include "hive/image.h"
 #include "hive/key_tree.h"
 #include "hive/keys.h"
@@ -94,7 +95,7 @@ Opened Open(const std::string& name, uint32_t start = 0, uint32_t end = 0) {
   TheHiveTable().start_offset = start;
   TheHiveTable().end_offset = end;
   Opened opened;
-  const int slot = OpenHive((CorpusFolder() / name).string());
+  const int slot = OpenHiveAndTell((CorpusFolder() / name).string());
   opened.hive = &TheHiveTable().slots[static_cast<size_t>(std::max(slot, 0))];
   if (slot > 0) opened.summary = BuildImageTree(*opened.hive, BuildOptions(), opened.tree);
   return opened;

@@ -1,4 +1,5 @@
 // Files on media that do not give every byte.
+#include "app/opening_words.h"
 #include "host/file_reading.h"
 
 #include <gtest/gtest.h>
@@ -116,7 +117,7 @@ TEST(FileReading, NothingOfAHive) {
   const TempFile file(HiveBuilder().Build().bytes);
   const LossyMedium medium({{0, 1 << 20}});
   const HostRecorder host;
-  EXPECT_EQ(OpenHive(file.name()), -1);
+  EXPECT_EQ(OpenHiveAndTell(file.name()), -1);
   ASSERT_EQ(host.messages.size(), 1u);
   EXPECT_EQ(host.messages[0].text, "Can not open " + file.name() + "\r\n(Input/output error)");
 }

@@ -6,6 +6,8 @@
 #include <filesystem>
 #include <functional>
 
+#include "app/opening_words.h"
+#include "hive/hive_start.h"
 #include "host/evidence.h"
 #include "host/long_operation.h"
 #include "host/output_file.h"
@@ -159,9 +161,9 @@ TEST(OpenHive, RangeOfTheFile) {
     SCOPED_TRACE(c.what);
     TheHiveTable().start_offset = c.start;
     TheHiveTable().end_offset = c.end;
-    const int slot = OpenHive(file.name());
+    const int slot = OpenHiveAndTell(file.name());
     ASSERT_GT(slot, 0);
-    const HiveImage& opened = TheHiveTable().slots[static_cast<size_t>(slot)];
+    const HiveImage& opened = HiveOfSlot(slot);
     EXPECT_EQ(opened.base_offset, c.base_offset);
     EXPECT_EQ(opened.length, c.length);
     FreeHiveSlot(slot);
@@ -201,7 +203,7 @@ TEST(OpenHive, DefaultRootByFileName) {
 
 void ExpectRefused(const std::string& name, const std::string& reason) {
   HostRecorder host;
-  EXPECT_EQ(OpenHive(name), -1);
+  EXPECT_EQ(OpenHiveAndTell(name), -1);
   ASSERT_EQ(host.messages.size(), 1u);
   const std::string text = "Can not open " + name + "\r\n(" + reason + ")";
   EXPECT_EQ(host.messages[0], (ShownMessage{text, "Hivequarry", Icon::kInformation, Buttons::kOk}));
@@ -225,7 +227,7 @@ TEST(OpenHive, RefusedFiles) {
   }
   ASSERT_EQ(access("/", R_OK), 0);
   HostRecorder host;
-  EXPECT_EQ(OpenHive(file.name()), -1);
+  EXPECT_EQ(OpenHiveAndTell(file.name()), -1);
   if (user == 0) {
     ASSERT_EQ(seteuid(user), 0);
   }
@@ -238,13 +240,13 @@ TEST(OpenHive, FileBeyondFourGigabytes) {
   constexpr uint64_t kSize = 5ULL << 30;
   std::filesystem::resize_file(file.name(), kSize);  // sparse: takes no room
   HostRecorder host;
-  EXPECT_EQ(OpenHive(file.name()), -1);
+  EXPECT_EQ(OpenHiveAndTell(file.name()), -1);
   ASSERT_EQ(host.messages.size(), 1u);
   EXPECT_EQ(host.messages[0],
             (ShownMessage{"Could Not Allocate Memory", "Hivequarry", Icon::kStop, Buttons::kOk}));
   // A part of it can be had.
   TheHiveTable().end_offset = static_cast<uint32_t>(SmallHive().size());
-  const int slot = OpenHive(file.name());
+  const int slot = OpenHiveAndTell(file.name());
   ASSERT_EQ(slot, 1);
   EXPECT_TRUE(TheHiveTable().slots[1].root_valid);
   ResetHiveTable();
@@ -259,8 +261,8 @@ TEST(OpenHive, ItsFileIsNeverWritten) {
   std::filesystem::create_hard_link(file.name(), folder + "/hard");
   std::filesystem::create_symlink(file.name(), folder + "/soft");
   HostRecorder host;
-  ASSERT_EQ(OpenHive(file.name()), 1);
-  ASSERT_EQ(OpenHive(names[1]), 2);
+  ASSERT_EQ(OpenHiveAndTell(file.name()), 1);
+  ASSERT_EQ(OpenHiveAndTell(names[1]), 2);
   FreeHiveSlot(2);
   for (const std::string& name : names) {
     for (const OutputMode mode : {OutputMode::kReplace, OutputMode::kAppend}) {
@@ -285,16 +287,16 @@ TEST(OpenHive, FullTable) {
   const TempFile file(SmallHive());
   HostRecorder host;
   std::vector<int> slots;
-  for (int i = 1; i < kSlotCount; ++i) slots.push_back(OpenHive(file.name()));
+  for (int i = 1; i < kSlotCount; ++i) slots.push_back(OpenHiveAndTell(file.name()));
   EXPECT_EQ(slots.front(), 1);
   EXPECT_EQ(slots.back(), 47);
   EXPECT_TRUE(host.messages.empty());
-  EXPECT_EQ(OpenHive(file.name()), -1);
+  EXPECT_EQ(OpenHiveAndTell(file.name()), -1);
   ASSERT_EQ(host.messages.size(), 1u);
   EXPECT_EQ(host.messages[0], (ShownMessage{"Too many files opened !", "Hivequarry",
                                             Icon::kExclamation, Buttons::kOk}));
   FreeHiveSlot(5);
-  EXPECT_EQ(OpenHive(file.name()), 5);
+  EXPECT_EQ(OpenHiveAndTell(file.name()), 5);
   ResetHiveTable();
 }
 
@@ -305,7 +307,7 @@ TEST(OpenHive, StoppedWhileLoading) {
     if (std::string_view(text) == "Loading File ... ") RequestStop();
   };
   ASSERT_TRUE(BeginOperation(kOperationLoad));
-  EXPECT_EQ(OpenHive(file.name()), -1);
+  EXPECT_EQ(OpenHiveAndTell(file.name()), -1);
   EndOperation();
   EXPECT_TRUE(host.messages.empty()) << "a stopped operation ends quietly";
   EXPECT_EQ(host.waiting, 0);
@@ -323,7 +325,7 @@ TEST(OpenHive, FileThatShrinksWhileItIsRead) {
     host.on_status = [](const char* text) {
       if (std::string_view(text) == "Loading File ... ") std::filesystem::resize_file(name, rest);
     };
-    ASSERT_EQ(OpenHive(file.name()), 1);
+    ASSERT_EQ(OpenHiveAndTell(file.name()), 1);
     EXPECT_EQ(TheHiveTable().slots[1].length, left);
     KeyTree tree;
     EXPECT_LE(BuildImageTree(TheHiveTable().slots[1], {}, tree).keys, 1u);
@@ -350,7 +352,7 @@ TEST(ValidateHiveFile, TakesTheSignatureExactly) {
     OpenedImage image(built.bytes);
     HiveImage& hive = image.hive();
     ASSERT_TRUE(BeginOperation(kOperationLoad));
-    EXPECT_EQ(ValidateHiveFile(hive), c.valid);
+    EXPECT_EQ(ValidateAndTell(hive), c.valid);
     EXPECT_EQ(StopRequested(), !c.valid);
     EndOperation();
     EXPECT_EQ(hive.root_position, c.root_position);

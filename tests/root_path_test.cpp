@@ -1,3 +1,4 @@
+#include "hive/opening.h"
 #include "hive/root_path.h"
 
 #include <gtest/gtest.h>
@@ -13,14 +14,14 @@ class RootPath : public ::testing::Test {
   ~RootPath() override { ResetHiveTable(); }
 
   static HiveImage& TakeSlot(const char* label = "") {
-    HiveImage& hive = TheHiveTable().slots[static_cast<size_t>(AllocateHiveSlot(kBrowseSlot))];
+    HiveImage& hive = HiveOfSlot(AllocateHiveSlot());
     hive.root_label = label;
     return hive;
   }
   // A hive whose root key has this name.
   static HiveImage& OpenRoot(std::string_view root_name) {
     const testing::TempFile file(testing::HiveBuilder(root_name).Build().bytes);
-    return TheHiveTable().slots[static_cast<size_t>(OpenHive(file.name()))];
+    return HiveOfSlot(OpenHive(file.name()));
   }
 };
 
@@ -106,7 +107,7 @@ TEST_F(RootPath, FromTheFilesName) {
     testing::HiveBuilder builder("CMI-CreateHive{1}");
     builder.FileName(c.stored);
     const testing::TempFile file(builder.Build().bytes, c.file);
-    HiveImage& hive = TheHiveTable().slots[static_cast<size_t>(OpenHive(file.name()))];
+    HiveImage& hive = HiveOfSlot(OpenHive(file.name()));
     EXPECT_EQ(RootPathFromFileName(hive), c.label != nullptr) << c.stored << c.file;
     EXPECT_EQ(hive.root_label, c.label != nullptr ? c.label : "") << c.stored << c.file;
     ResetHiveTable();
@@ -153,7 +154,7 @@ TEST_F(RootPath, IsDoubtedUnlessTheHiveItselfOrTheUserNamesAPlaceOfHives) {
     testing::HiveBuilder builder(c.root_key);
     builder.FileName(c.stored);
     const testing::TempFile file(builder.Build().bytes, c.file);
-    HiveImage& hive = TheHiveTable().slots[static_cast<size_t>(OpenHive(file.name()))];
+    HiveImage& hive = HiveOfSlot(OpenHive(file.name()));
     KeyTree tree;
     BuildImageTree(hive, {}, tree);
     const std::string doubt = RootDoubt(hive);

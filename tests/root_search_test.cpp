@@ -1,5 +1,6 @@
 // Files with more than one root: where an image ends, what the user is asked, and what a copy that
 // is opened for the answer shows.
+#include "hive/opening.h"
 #include "recovery/root_search.h"
 
 #include <gtest/gtest.h>

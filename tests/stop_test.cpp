@@ -16,6 +16,7 @@
 #include <random>
 #include <thread>
 
+#include "hive/opening.h"
 #include "host/long_operation.h"
 #include "lists/list_order.h"
 #include "lists/list_report.h"
@@ -60,7 +61,7 @@ struct Place {
   TempFile made{LargeHive() != nullptr ? Bytes() : testing::HiveOfKeys(8000)};
   std::string file = LargeHive() != nullptr ? LargeHive() : made.name();
   int slot = OpenHive(file);
-  HiveImage& hive = TheHiveTable().slots[static_cast<size_t>(slot)];
+  HiveImage& hive = HiveOfSlot(slot);
   KeyTree tree;
   OutputListPtr rows = MakeOutputList(kListKeyDates);
   TempFile report{Bytes(), "rows.rpt"};
@@ -104,7 +105,7 @@ OutputListPtr Loaded(Place& at, OutputList&) {
   const int slot = OpenHive(at.file);
   if (slot < 0) return nullptr;
   KeyTree tree;
-  HiveImage& hive = TheHiveTable().slots[static_cast<size_t>(slot)];
+  HiveImage& hive = HiveOfSlot(slot);
   BuildImageTree(hive, {}, tree);
   EXPECT_GE(tree.items.size(), 3u);
   EXPECT_EQ(tree.items[0].end, tree.items.size());

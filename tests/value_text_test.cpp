@@ -1,3 +1,4 @@
+#include "hive/opening.h"
 #include "hive/value_text.h"
 
 #include <gtest/gtest.h>
@@ -159,7 +160,7 @@ class ValueDetailTest : public ::testing::Test {
     const testing::TempFile file(built.bytes);
     const int slot = OpenHive(file.name());
     EXPECT_GT(slot, 0);
-    return TheHiveTable().slots[static_cast<size_t>(slot)];
+    return HiveOfSlot(slot);
   }
 };
 

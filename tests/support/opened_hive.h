@@ -8,6 +8,7 @@
 #include <string_view>
 #include <vector>
 
+#include "app/opening_words.h"
 #include "hive/image.h"
 #include "hive/key_tree.h"
 #include "hive/value_text.h"
@@ -23,7 +24,7 @@ namespace hivequarry::testing {
 class OpenedImage {
  public:
   explicit OpenedImage(std::span<const uint8_t> bytes, std::string_view name = "TEST")
-      : file_(bytes, name), slot_(OpenHive(file_.name())) {}
+      : file_(bytes, name), slot_(OpenHiveAndTell(file_.name())) {}
   ~OpenedImage() {
     if (slot_ > 0) FreeHiveSlot(slot_);
   }
@@ -31,7 +32,7 @@ class OpenedImage {
   OpenedImage& operator=(const OpenedImage&) = delete;
 
   bool opened() const { return slot_ > 0; }
-  HiveImage& hive() { return TheHiveTable().slots[static_cast<size_t>(slot_)]; }
+  HiveImage& hive() { return HiveOfSlot(slot_); }
   const TempFile& file() const { return file_; }
 
  private:

@@ -1,4 +1,5 @@
 // Registry scripts written by the window's commands.
+#include "hive/hive_table.h"
 #include "hive/root_path.h"
 #include "tests/window/dialog_fixture.h"
 #include "tests/window/list_fixture.h"
@@ -61,14 +62,14 @@ TEST_F(ExportTest, HiveAndFolder) {
   const ListPlace* gaps = FindListPlace(FindWindowW(L"HivequarryList", nullptr));
   ASSERT_NE(gaps, nullptr);
   EXPECT_EQ(Column(*gaps, 0), Texts{"HKLM\\SYSTEM\\B"});
-  TheHiveTable().slots[static_cast<size_t>(window_->hive.slot)].long_prefix.clear();
+  HiveOfSlot(window_->hive.slot).long_prefix.clear();
   Run(kCommandExportHive);
   EXPECT_EQ(TakeBoxes(), Texts{"Hivequarry: No valid root key !"});
 }
 
 TEST_F(ExportTest, ARootThatIsAGuessIsAskedFor) {
   replace_ = true;
-  HiveImage& hive = TheHiveTable().slots[static_cast<size_t>(window_->hive.slot)];
+  HiveImage& hive = HiveOfSlot(window_->hive.slot);
   SetRootPath(hive, "HKCU");
   hive.root_source = RootSource::kFileName;
   InNextDialog([](HWND dialog) { Click(dialog, IDCANCEL); });

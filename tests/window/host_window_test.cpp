@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "app/settings.h"
+#include "hive/hive_table.h"
 #include "host/long_operation.h"
 #include "tests/window/window_fixture.h"
 #include "ui/frame/text.h"
@@ -109,7 +110,7 @@ class CommandTest : public WindowTest {
     Run(kCommandDeleteKeys);
     SelectPath("Tools");
     SelectRow(0);
-    HiveImage& hive = TheHiveTable().slots[static_cast<size_t>(window_->hive.slot)];
+    HiveImage& hive = HiveOfSlot(window_->hive.slot);
     ASSERT_TRUE(SetValueEdit(hive, window_->selection.value, 1, {}));
     TheSettings().histories.recent_files.assign(kRecentHives, file.name());
     const std::string_view text = "a row";

@@ -1,5 +1,6 @@
 // A branch merged into the registry of the system that the tests run on, and compared with it, by
 // the window's commands.
+#include "hive/hive_table.h"
 #include "hive/root_path.h"
 #include "host/long_operation.h"
 #include "tests/window/list_fixture.h"
@@ -22,7 +23,7 @@ class MergeWindowTest : public ListTest {
     builder.Key("Other").Dword("n", 1);
     const TempFile file(builder.Build().bytes);
     Open(file.name());
-    SetRootPath(TheHiveTable().slots[static_cast<size_t>(window_->hive.slot)],
+    SetRootPath(HiveOfSlot(window_->hive.slot),
                 "HKCU\\Software\\HQTest");
     SelectPath("Tools");
   }

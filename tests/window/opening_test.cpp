@@ -5,6 +5,7 @@
 #include <thread>
 
 #include "app/command_line.h"
+#include "hive/hive_table.h"
 #include "host/long_operation.h"
 #include "tests/support/sample_hives.h"
 #include "tests/window/window_fixture.h"

@@ -1,6 +1,7 @@
 // Keys shown in the system's registry editor: the real one, on keys made for it.
 #include "ui/live/regedit.h"
 
+#include "hive/hive_table.h"
 #include "hive/root_path.h"
 #include "host/long_operation.h"
 #include "tests/window/list_fixture.h"
@@ -92,7 +93,7 @@ class RegeditTest : public ListTest {
     hive.Key("ALPHA\\beta").Sz("Apple", "x").Sz("blackberry", "x");
     hive.Key("ALPHA\\Lost\\Deeper");
     OpenBytes(hive.Build().bytes);
-    SetRootPath(TheHiveTable().slots[static_cast<size_t>(window_->hive.slot)],
+    SetRootPath(HiveOfSlot(window_->hive.slot),
                 "HKCU\\Software\\HQTest");
   }
 };

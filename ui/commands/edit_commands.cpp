@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "hive/file_place.h"
+#include "hive/hive_table.h"
 #include "hive/value_edits.h"
 #include "hive/value_text.h"
 #include "hive/values.h"
@@ -19,7 +20,7 @@ namespace {
 constexpr uint32_t kNowhere = 0xFFFFFFFF;
 
 HiveImage& EditedHive(const MainWindow& window) {
-  return TheHiveTable().slots[static_cast<size_t>(window.hive.slot)];
+  return HiveOfSlot(window.hive.slot);
 }
 
 // The key whose values are shown; kKeyUnknown for a folder.

@@ -3,6 +3,7 @@
 #include <string>
 
 #include "app/settings.h"
+#include "hive/hive_table.h"
 #include "host/host.h"
 #include "ui/commands/handlers.h"
 #include "ui/dialogs/options_dialog.h"

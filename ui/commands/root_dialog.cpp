@@ -4,6 +4,7 @@
 
 #include <string>
 
+#include "hive/hive_table.h"
 #include "hive/root_path.h"
 #include "ui/dialogs/list_dialogs.h"
 #include "ui/frame/dialog_layout.h"
@@ -61,7 +62,7 @@ bool AskRootPath(const MainWindow& window, RootDialog& state) {
 }
 
 bool ChangeRoot(MainWindow& window, const std::string& doubt) {
-  HiveImage& hive = TheHiveTable().slots[static_cast<size_t>(window.hive.slot)];
+  HiveImage& hive = HiveOfSlot(window.hive.slot);
   RootDialog state{nullptr, hive.root_label.substr(0, hive.root_label_length), doubt};
   // The profile of whoever sits here is never one key press away.
   RootSplit split;

@@ -3,6 +3,7 @@
 #include <array>
 #include <vector>
 
+#include "app/opening_words.h"
 #include "hive/bins.h"
 #include "host/number_text.h"
 #include "ui/frame/list_view.h"
@@ -177,6 +178,7 @@ void ShowBlockList(MainWindow& window) {
   blocks->owner = &window;
   const HiveImage& hive = ShownHive(window);
   blocks->rows = ListHiveBins(hive, hive.data_start, UINT32_MAX);
+  TellOfBlocks(blocks->rows);
   // From here on the record goes with the window, also when its making fails half-way.
   const WindowPlace& saved = SavedPlace();
   const bool placed = IsPlaced(saved);

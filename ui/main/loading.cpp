@@ -3,6 +3,7 @@
 #include <system_error>
 #include <utility>
 
+#include "app/opening_words.h"
 #include "app/settings.h"
 #include "hive/file_place.h"
 #include "host/launch.h"
@@ -33,11 +34,11 @@ BuildOptions OptionsOfBuild(const LoadJob& job) {
 
 // False when there is no hive to show.
 bool OpenAndBuild(LoadJob& job, const BuildOptions& options) {
-  job.slot = OpenHive(job.file);
+  job.slot = OpenHiveAndTell(job.file);
   if (job.slot < 0) return false;
-  HiveImage& hive = TheHiveTable().slots[static_cast<size_t>(job.slot)];
+  HiveImage& hive = HiveOfSlot(job.slot);
   job.summary = BuildImageTree(hive, options, *job.tree);
-  return !FoundNothing(job.summary) || ValidateHiveFile(hive);
+  return !FoundNothing(job.summary) || ValidateAndTell(hive);
 }
 
 // The worker of a load. The image it makes is nobody else's until the message at the end.

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "app/settings.h"
+#include "hive/hive_table.h"
 #include "hive/keys.h"
 #include "host/long_operation.h"
 #include "ui/commands/command_handlers.h"
@@ -340,7 +341,7 @@ HWND ShownPane(const MainWindow& window) {
 }
 
 const HiveImage& ShownHive(const MainWindow& window) {
-  return TheHiveTable().slots[static_cast<size_t>(window.hive.slot)];
+  return HiveOfSlot(window.hive.slot);
 }
 
 CommandFacts FactsNow(const MainWindow& window) {

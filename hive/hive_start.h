@@ -1,0 +1,32 @@
+// Where a hive begins: in a larger file, by its bins, and what the bytes at a place confirm.
+#pragma once
+
+#include <cstdint>
+#include <cstdio>
+
+#include "hive/image.h"
+
+namespace hivequarry {
+
+// Where a hive begins inside a larger file, by walking to its first sensible "hbin".
+struct HiveStart {
+  bool found = false;
+  bool stopped = false;
+  uint32_t start = 0;  // file offset
+};
+// Adds to `unread` what could not be read on the way.
+HiveStart FindHiveStart(std::FILE* stream, uint64_t file_size, UnreadBytes& unread);
+
+// What the bytes at a candidate file offset confirm; flags already set stay set.
+struct HiveProbe {
+  bool header_valid = false;
+  bool root_valid = false;
+};
+void ProbeHiveStart(std::FILE* stream, uint32_t candidate, HiveProbe& probe);
+// What an image in memory confirms of its own start, where the file could not be asked.
+HiveProbe ProbeImage(const HiveImage& hive);
+
+// True for an image that begins as a base block does.
+bool BeginsAsBaseBlock(const HiveImage& hive);
+
+}  // namespace hivequarry

@@ -1,0 +1,37 @@
+// The table of open hives, and what the next opening is asked for.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <string>
+
+#include "hive/image.h"
+
+namespace hivequarry {
+
+inline constexpr int kSlotCount = 48;  // slot 0 is never handed out
+
+struct HiveTable {
+  std::array<HiveImage, kSlotCount> slots;
+  // Partial range of the file for the next OpenHive; whole file when end <= start.
+  uint32_t start_offset = 0;
+  uint32_t end_offset = 0;
+  int current = 0;  // the slot being worked on
+  std::string current_folder;
+  std::string current_file;
+  // Default root for paths of the current hive, before its own root path is known.
+  std::string default_long_root = "HKEY_USERS";
+  std::string default_short_root = "HKU";
+  uint32_t default_root_handle = 0x80000003;
+};
+HiveTable& TheHiveTable();
+// Frees every slot with its buffer, and forgets the partial range.
+void ResetHiveTable();
+
+// First free slot, cleared and taken; -1 when there is none.
+int AllocateHiveSlot();
+void FreeHiveSlot(int slot);
+// The hive of a slot that was handed out.
+inline HiveImage& HiveOfSlot(int slot) { return TheHiveTable().slots[static_cast<size_t>(slot)]; }
+
+}  // namespace hivequarry
