@@ -106,7 +106,7 @@ Names NamesOf(std::string_view path) {
 // Of the hive's root: its place in a registry, or what the tree shows there.
 Names RootNames(const HiveImage& hive) {
   Names names;
-  std::string_view rest = hive.long_prefix;
+  std::string_view rest = hive.root.long_prefix;
   while (!rest.empty()) {
     const std::string_view name = rest.substr(0, rest.find('\\'));
     rest.remove_prefix(std::min(name.size() + 1, rest.size()));

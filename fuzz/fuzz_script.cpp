@@ -115,7 +115,7 @@ void CheckScript(std::string_view script, std::string_view root, const ScriptExp
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const FuzzedHive opened(data, size);
   if (!HasScriptRoot(opened.hive)) return 0;
-  std::string root = opened.hive.long_prefix;
+  std::string root = opened.hive.root.long_prefix;
   if (root.ends_with('\\')) root.pop_back();
   for (char& c : root) c = c == '\r' || c == '\n' || c == '\0' ? '?' : c;
   std::string script;

@@ -1,7 +1,5 @@
 #include "fuzz/fuzzed_hive.h"
 
-#include "hive/opening.h"
-
 #include <sys/mman.h>
 #include <unistd.h>
 
@@ -10,6 +8,8 @@
 #include <cstring>
 #include <iterator>
 #include <string>
+
+#include "hive/opening.h"
 
 // libFuzzer's own mutation, also after a custom one.
 extern "C" size_t LLVMFuzzerMutate(uint8_t* data, size_t size, size_t max_size);

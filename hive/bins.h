@@ -22,8 +22,8 @@ struct BinRow {
 
 inline constexpr int kInvalidBinColour = -16;  // colour code of the invalid row
 
-// The block walk from `first_position`, at most `count` blocks. Where a block's sizes differ the walk
-// goes on with the first. It ends after an invalid row, and at a size that leads nowhere (0).
+// The block walk from `first_position`, at most `count` blocks. Where a block's sizes differ the
+// walk goes on with the first. It ends after an invalid row, and at a size that leads nowhere (0).
 std::vector<BinRow> ListHiveBins(const HiveImage& hive, uint32_t first_position, uint32_t count);
 // True when a block gives itself two sizes.
 bool AnySizesDiffer(std::span<const BinRow> rows);

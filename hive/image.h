@@ -70,9 +70,6 @@ struct ValueListNote {
 
 inline constexpr uint32_t kNoOffset = 0xFFFFFFFF;  // "none" in every offset field
 
-inline constexpr uint32_t kClosedGate = 0x66676572;  // "regf", no multiple of 8
-inline constexpr uint32_t kOpenGate = 0;
-
 enum class SlotState : uint32_t { kTaken = 0, kFree = 1 };
 
 // What a hive's root path was taken from.
@@ -82,6 +79,24 @@ enum class RootSource : uint8_t {
   kStoredName,  // the file name in the base block: what the system that wrote it called the hive
   kFileName,    // the name that the file has now
   kUser,
+};
+
+// What the hive is called in paths (root_path.h).
+struct RootName {
+  std::string label;          // short form, possibly with "(n)"; empty when none is known
+  std::string long_prefix;    // long form, ending in a backslash
+  uint32_t label_length = 0;  // of `label` without "(n)"
+  int kind = 0;               // 1 to 11, 0 when not chosen by kind
+  bool sam = false;
+  RootSource source = RootSource::kNone;
+};
+
+// What a load found out that readers of the image go by, by key position.
+struct LoadFindings {
+  // Value lists that relation repair found for keys whose own offset is wrong.
+  std::unordered_map<uint32_t, uint32_t> value_lists;
+  // About value lists that are not plainly one key's.
+  std::unordered_map<uint32_t, ValueListNote> list_notes;
 };
 
 // A hive in memory: a slot of the open-file table (hive_table.h).
@@ -113,26 +128,14 @@ struct HiveImage {
   // Where not all of the image is the hive's own (offset_map.h); else empty. Ascending by position,
   // without gaps.
   std::vector<OffsetRun> offset_runs;
-  FilePlaces places;          // where moved bytes, now put back, are in the file
-  bool moves_sought = false;  // UndoMoves (moved_bytes.h) has looked at all of it
-  int slot = 0;               // index in the table
-  // A multiple of 8 opens the tolerant test of damaged key signatures (ClassifyKey).
-  uint32_t key_gate = kClosedGate;
-
-  // Value lists that relation repair found for keys whose own offset is wrong, by key position.
-  std::unordered_map<uint32_t, uint32_t> repaired_value_lists;
-  // What a load found out about value lists that are not plainly one key's, by key position.
-  std::unordered_map<uint32_t, ValueListNote> value_list_notes;
-
+  FilePlaces places;           // where moved bytes, now put back, are in the file
+  bool moves_sought = false;   // UndoMoves (moved_bytes.h) has looked at all of it
+  int slot = 0;                // index in the table
+  bool tolerant_keys = false;  // damaged key signatures are let pass the tolerant test (keys.h)
+  LoadFindings found;
   ValueEdits edits;  // values edited in memory (value_edits.h)
 
-  // Root path (root_path.h).
-  std::string root_label;          // short form, possibly with "(n)"; empty when none is known
-  std::string long_prefix;         // long form, ending in a backslash
-  uint32_t root_label_length = 0;  // of root_label without "(n)"
-  int root_kind = 0;               // 1 to 11, 0 when not chosen by kind
-  bool sam_hive = false;
-  RootSource root_source = RootSource::kNone;
+  RootName root;
 };
 
 // --- bounded reads ---------------------------------------------------------------------------

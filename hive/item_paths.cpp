@@ -361,7 +361,7 @@ std::basic_string_view<Character> Trimmed(std::basic_string_view<Character> path
 uint32_t FindItemByPath(const HiveImage& hive, const KeyTree& tree, std::u16string_view path) {
   if (tree.items.empty()) return kNoItem;
   path = Trimmed(path);
-  for (const std::string& root : {tree.root_text, hive.long_prefix}) {
+  for (const std::string& root : {tree.root_text, hive.root.long_prefix}) {
     std::u16string_view rest = path;
     if (!TakeRoot(std::u16string_view(WideFromUtf8(Utf8FromNarrow(root))), rest)) continue;
     const uint32_t item = DescendPath(hive, tree, 0, rest);
@@ -375,7 +375,7 @@ uint32_t FindItemByPath(const HiveImage& hive, const KeyTree& tree, std::string_
   path = Trimmed(path);
   std::string_view rest = path;
   if (TakeRoot(std::string_view(tree.root_text), rest) ||
-      TakeRoot(std::string_view(hive.long_prefix), rest)) {
+      TakeRoot(std::string_view(hive.root.long_prefix), rest)) {
     const uint32_t item = DescendPath(hive, tree, 0, rest);
     if (item != kNoItem) return item;
     const uint32_t shortened = FindShortened(hive, tree, rest);

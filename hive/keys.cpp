@@ -63,7 +63,7 @@ int ClassifyKey(const HiveImage& hive, uint16_t signature, uint16_t flags, uint3
   // Without a base block to vouch for the file, only cells of a sensible allocated size count.
   const bool size_known = hive.header_valid || (size >> 16 == 0xFFFF && (size & 0xFFFF) != 0);
   if (signature == kSignatureNk && IsKeyFlagsByte(flags_low) && size_known) return 0;
-  if ((signature & 0xFF) == 'n' && hive.key_gate % 8 == 0) {
+  if ((signature & 0xFF) == 'n' && hive.tolerant_keys) {
     uint32_t one_bit_errors = 0;
     return TolerantKeyTest(hive, position, one_bit_errors) ? 1 : -1;
   }
@@ -107,9 +107,9 @@ void AppendKeyName(const HiveImage& hive, uint32_t position, std::string& out) {
 }
 
 uint32_t ValueListOf(const HiveImage& hive, uint32_t key_position) {
-  if (!hive.repaired_value_lists.empty()) {
-    const auto repaired = hive.repaired_value_lists.find(key_position);
-    if (repaired != hive.repaired_value_lists.end()) return repaired->second;
+  if (!hive.found.value_lists.empty()) {
+    const auto repaired = hive.found.value_lists.find(key_position);
+    if (repaired != hive.found.value_lists.end()) return repaired->second;
   }
   return ReadOffset(hive, key_position + kKeyValueList);
 }

@@ -47,7 +47,7 @@ enum class KeyRead {
 KeyNode ReadKeyNode(const HiveImage& hive, uint32_t position, KeyRead how);
 
 // 0 plausible key node, 2 link key, 1 accepted by the tolerant test, -1 not a key. The tolerant
-// test runs only while the image's key_gate is a multiple of 8.
+// test runs only for an image with tolerant_keys.
 int ClassifyKey(const HiveImage& hive, uint16_t signature, uint16_t flags, uint32_t size,
                 uint32_t position);
 // True when at least two of the three bytes after a key's 'n' are as they should be ('k', 0x20,

@@ -104,7 +104,7 @@ bool TakeKnownFileName(HiveImage& hive, std::string_view path, RootSource source
     if (!EqualIgnoringCase(name, known.name)) continue;
     known.kind != 0 ? static_cast<void>(SetRootKind(known.kind, hive))
                     : SetRootPath(hive, known.label);
-    hive.root_source = source;
+    hive.root.source = source;
     return true;
   }
   return false;
@@ -170,10 +170,10 @@ int RootKindOf(std::string_view label) {
 // that tells two open hives apart.
 void StoreRootPath(HiveImage& hive, std::string label) {
   const std::string long_form = LongRootPath(label);
-  hive.long_prefix = (long_form.empty() ? label : long_form) + '\\';
+  hive.root.long_prefix = (long_form.empty() ? label : long_form) + '\\';
   const uint32_t plain_length = MakeRootLabelUnique(label, hive.slot);
-  hive.root_label_length = plain_length != 0 ? plain_length : static_cast<uint32_t>(label.size());
-  hive.root_label = std::move(label);
+  hive.root.label_length = plain_length != 0 ? plain_length : static_cast<uint32_t>(label.size());
+  hive.root.label = std::move(label);
 }
 
 }  // namespace
@@ -195,9 +195,9 @@ const char* RootKindLabel(int kind) {
 bool SetRootKind(int kind, HiveImage& hive) {
   if (RootKindLabel(kind) == nullptr) return false;
   StoreRootPath(hive, kKindLabels[kind]);
-  hive.root_source = RootSource::kUser;
-  hive.root_kind = kind;
-  hive.sam_hive = kind == kSamKind;
+  hive.root.source = RootSource::kUser;
+  hive.root.kind = kind;
+  hive.root.sam = kind == kSamKind;
   return true;
 }
 
@@ -206,9 +206,9 @@ void SetRootPath(HiveImage& hive, std::string_view path) {
   const std::string short_form = ShortRootPath(path);
   const std::string label = short_form.empty() ? std::string(path) : short_form;
   StoreRootPath(hive, label);
-  hive.root_source = RootSource::kUser;
-  hive.root_kind = RootKindOf(label);
-  hive.sam_hive = hive.root_kind == kSamKind;
+  hive.root.source = RootSource::kUser;
+  hive.root.kind = RootKindOf(label);
+  hive.root.sam = hive.root.kind == kSamKind;
 }
 
 bool RootPathFromRootKey(HiveImage& hive, uint32_t root_position) {
@@ -218,7 +218,7 @@ bool RootPathFromRootKey(HiveImage& hive, uint32_t root_position) {
   const std::string label = LabelOfRootKey(name);
   if (label.empty()) return false;
   StoreRootPath(hive, label);
-  hive.root_source = RootSource::kRootKey;
+  hive.root.source = RootSource::kRootKey;
   return true;
 }
 
@@ -239,16 +239,16 @@ bool IsHivePlace(std::string_view path) {
 std::string RootDoubt(const HiveImage& hive) {
   const auto is_blank = [](char c) { return static_cast<unsigned char>(c) <= ' '; };
   // Whoever imports a script may pass over blanks at the path's start.
-  std::string path = hive.root_label.substr(0, hive.root_label_length);
+  std::string path = hive.root.label.substr(0, hive.root.label_length);
   path.erase(path.begin(), std::ranges::find_if_not(path, is_blank));
   RootSplit split;
-  if (hive.root_source == RootSource::kUser || !SplitRootPath(path, split)) return {};
+  if (hive.root.source == RootSource::kUser || !SplitRootPath(path, split)) return {};
   path = split.long_name + (split.rest.empty() ? "" : "\\" + split.rest);
   std::ranges::replace_if(path, is_blank, ' ');  // it goes to terminals as well
   if (split.short_name == "HKCU") {
     return "The hive is some user's, and " + path + " is the profile of whoever writes to it.";
   }
-  if (hive.root_source == RootSource::kFileName) {
+  if (hive.root.source == RootSource::kFileName) {
     return "The name of the file alone says that the hive belongs to " + path + '.';
   }
   if (IsHivePlace(path)) return {};
@@ -271,7 +271,7 @@ bool RootPathFromSnapshotName(HiveImage& hive) {
   for (const WholeRoot& root : kWholeRoots) {
     if (!EqualIgnoringCase(LastPart(hive.file_name), root.file_name)) continue;
     SetRootPath(hive, root.path);
-    hive.root_source = RootSource::kFileName;
+    hive.root.source = RootSource::kFileName;
     return true;
   }
   return false;
@@ -306,7 +306,7 @@ int FindHiveByRoot(std::string_view label, int except_slot) {
   for (int slot = 0; slot < kSlotCount; ++slot) {
     const HiveImage& hive = table.slots[static_cast<size_t>(slot)];
     if (slot == except_slot || hive.state != SlotState::kTaken) continue;
-    if (SameRoot(label, hive.root_label)) return slot;
+    if (SameRoot(label, hive.root.label)) return slot;
   }
   return -1;
 }
@@ -346,7 +346,7 @@ bool IsWow64Path(std::string_view path) {
 }
 
 std::string DisplayedRoot(const HiveImage& hive) {
-  return hive.root_label.empty() ? "ROOT" : hive.root_label;
+  return hive.root.label.empty() ? "ROOT" : hive.root.label;
 }
 
 }  // namespace hivequarry

@@ -390,9 +390,9 @@ bool HasValueList(const HiveImage& hive, uint32_t key_position) {
 }
 
 ValueListNote NoteOfValueList(const HiveImage& hive, uint32_t key_position) {
-  if (hive.value_list_notes.empty()) return {};
-  const auto note = hive.value_list_notes.find(key_position);
-  return note == hive.value_list_notes.end() ? ValueListNote() : note->second;
+  if (hive.found.list_notes.empty()) return {};
+  const auto note = hive.found.list_notes.find(key_position);
+  return note == hive.found.list_notes.end() ? ValueListNote() : note->second;
 }
 
 bool ReadValuesOfKey(const HiveImage& hive, uint32_t key_position, uint32_t limit,

@@ -18,7 +18,7 @@ bool IsFolder(const KeyItem& it) {
 
 bool FindLivePlace(const HiveImage& hive, LivePlace& place) {
   place = LivePlace();
-  place.prefix = hive.root_label.substr(0, hive.root_label_length);
+  place.prefix = hive.root.label.substr(0, hive.root.label_length);
   RootSplit split;
   if (!SplitRootPath(place.prefix, split)) return false;
   place.root = split.handle;

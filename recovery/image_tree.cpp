@@ -71,7 +71,7 @@ void ForgetOtherHive(HiveImage& hive) {
 bool IsGivenUp(const BuildOptions& options) { return !options.show_stopped && StopRequested(); }
 
 void CollectTables(HiveImage& hive, const BuildOptions& options, ScanTables& tables) {
-  hive.key_gate = options.tolerant_keys ? kOpenGate : kClosedGate;
+  hive.tolerant_keys = options.tolerant_keys;
   PresetRoot(hive);
   ScanOptions scan;
   scan.minimum_name_length = options.minimum_name_length;

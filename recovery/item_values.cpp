@@ -167,8 +167,8 @@ void AddEvidence(const HiveImage& hive, const KeyTree& tree, const KeyItem& it,
     const uint32_t entry = it.evidence != 0 ? it.evidence : it.entry;
     lines.Add(kLabel, "name hint at " + PlaceWords(hive, entry + 4));
   }
-  const auto values = hive.repaired_value_lists.find(it.position);
-  if (values != hive.repaired_value_lists.end()) {
+  const auto values = hive.found.value_lists.find(it.position);
+  if (values != hive.found.value_lists.end()) {
     lines.Add(kLabel, "value list at " + PlaceWords(hive, values->second) +
                           ", one bit away from the stored offset");
   }
@@ -252,7 +252,7 @@ bool IsValueAt(const HiveImage& hive, uint32_t position) {
 }
 
 std::string ValueListStatus(const HiveImage& hive, uint32_t key_position) {
-  if (hive.repaired_value_lists.contains(key_position)) return "repaired list";
+  if (hive.found.value_lists.contains(key_position)) return "repaired list";
   return NoteOfValueList(hive, key_position).shared ? "shared list" : "";
 }
 

@@ -257,7 +257,7 @@ uint32_t LostListOf(ValueListRepair& repair, const KeyRow& key) {
 }
 
 void RepairValueLists(HiveImage& hive, ScanTables& tables) {
-  hive.repaired_value_lists.clear();
+  hive.found.value_lists.clear();
   ValueListRepair repair{hive, {}, {}, {}, uint64_t{hive.length} / 2, {}};
   NoteNamed(tables, repair);
   std::map<uint32_t, uint32_t> taken;  // keys that a list fits, by list
@@ -272,7 +272,7 @@ void RepairValueLists(HiveImage& hive, ScanTables& tables) {
   }
   for (const auto& [row, list] : found) {
     if (taken[list] > 1) continue;  // which of the keys means it nothing tells
-    hive.repaired_value_lists[tables.keys[row].position] = list;
+    hive.found.value_lists[tables.keys[row].position] = list;
     tables.keys[row].repairs |= kRepairValueList;
   }
 }

@@ -89,7 +89,7 @@ void PutOwnerFirst(const HiveImage& hive, uint64_t most, Group group) {
 
 void LimitWalks(HiveImage& hive, const Claim& claim, uint64_t most) {
   if (most >= claim.entries) return;
-  hive.value_list_notes[claim.key].in_walks = static_cast<uint32_t>(most);
+  hive.found.list_notes[claim.key].in_walks = static_cast<uint32_t>(most);
 }
 
 // Keys beside the owner get the list whole, one after the other, as long as their share of what all
@@ -107,7 +107,7 @@ void LimitShares(HiveImage& hive, std::span<const Group> groups) {
   for (const Group& group : groups) {
     uint64_t left = level;
     for (const Claim& claim : group.subspan(1)) {
-      hive.value_list_notes[claim.key].shared = true;
+      hive.found.list_notes[claim.key].shared = true;
       if (claim.entries > left) {
         LimitWalks(hive, claim, 0);
         continue;
@@ -160,7 +160,7 @@ void SettleGuesses(HiveImage& hive, std::span<const Group> groups, uint64_t most
       if (!is_guess(claim) || StopRequested()) continue;
       if (NoteOfValueList(hive, claim.key).in_walks == 0) continue;
       if (proven.bits.empty()) proven = ProvenValues(hive, groups, most);
-      hive.value_list_notes[claim.key].entries = OwnEntries(hive, claim, proven, most);
+      hive.found.list_notes[claim.key].entries = OwnEntries(hive, claim, proven, most);
     }
   }
 }
@@ -181,7 +181,7 @@ ValueExtremes ExtremesOfKey(const HiveImage& hive, uint32_t key_position) {
 }
 
 void SettleValueLists(HiveImage& hive, const ScanTables& tables) {
-  hive.value_list_notes.clear();
+  hive.found.list_notes.clear();
   if (!hive.data_base_proven) return;
   // Keys that share lists count more values than there are.
   if (!tables.repaired && tables.counted_values <= tables.values.size()) return;

@@ -282,14 +282,14 @@ class ScriptWriter {
 }  // namespace
 
 bool HasScriptRoot(const HiveImage& hive) {
-  const size_t first = hive.long_prefix.find_first_not_of(" \t");
-  return hive.long_prefix.size() > 1 && first != std::string::npos &&
-         hive.long_prefix[first] != '-';
+  const size_t first = hive.root.long_prefix.find_first_not_of(" \t");
+  return hive.root.long_prefix.size() > 1 && first != std::string::npos &&
+         hive.root.long_prefix[first] != '-';
 }
 
 // It comes from the hive too, where its root key's name is all that is known of it.
 std::string ScriptRoot(const HiveImage& hive) {
-  std::string root = hive.long_prefix;
+  std::string root = hive.root.long_prefix;
   KeepOnOneLine(root, 0);
   if (root.ends_with('\\')) root.pop_back();
   return root;

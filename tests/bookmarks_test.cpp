@@ -122,7 +122,7 @@ TEST(KeyPathTest, NothingOfANameIsLost) {
   OpenedHive opened(builder.Build());
   for (const char* const root : {"HKLM\\#\\%41", "#", "\xE4", ""}) {
     SetRootPath(opened.hive, root);
-    if (*root == '\0') opened.hive.root_label = opened.hive.long_prefix = "";
+    if (*root == '\0') opened.hive.root.label = opened.hive.root.long_prefix = "";
     for (uint32_t item = 0; item < opened.tree.items.size(); ++item) {
       const std::string path = KeyPathOf(opened.hive, opened.tree, item);
       EXPECT_EQ(CleanKeyPath(path), path);
@@ -147,7 +147,7 @@ void Check(OpenedHive& opened, std::span<const Case> cases) {
   for (const Case& c : cases) {
     SCOPED_TRACE(std::string(c.label) + " " + c.wanted);
     SetRootPath(opened.hive, c.label);
-    if (*c.label == '\0') opened.hive.root_label = opened.hive.long_prefix = "";
+    if (*c.label == '\0') opened.hive.root.label = opened.hive.root.long_prefix = "";
     const FoundKey found = FindKeyPath(opened.hive, opened.tree, c.wanted);
     EXPECT_EQ(found.whole, c.found != nullptr && c.whole);
     EXPECT_EQ(found.item, c.found == nullptr ? kNoItem : opened.Item(c.found));

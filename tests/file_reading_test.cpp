@@ -1,11 +1,11 @@
 // Files on media that do not give every byte.
-#include "app/opening_words.h"
 #include "host/file_reading.h"
 
 #include <gtest/gtest.h>
 
 #include <cerrno>
 
+#include "app/opening_words.h"
 #include "host/files.h"
 #include "host/shortfalls.h"
 #include "lists/output_list.h"

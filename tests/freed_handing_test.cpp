@@ -121,7 +121,7 @@ TEST(FreedHanding, DetailsHaveAllOfTheData) {
 }
 
 std::string ScriptOf(OpenedHive& opened, const FreedChoice& choice) {
-  opened.hive.long_prefix = "HKEY_LOCAL_MACHINE\\TEST\\";
+  opened.hive.root.long_prefix = "HKEY_LOCAL_MACHINE\\TEST\\";
   FreedSource from(opened.hive, opened.tree);
   std::string script;
   ExportFreed(from, choice, [&](std::string_view piece) {

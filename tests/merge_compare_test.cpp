@@ -243,7 +243,7 @@ TEST_F(MergeTest, WhatCanNotBeginSaysWhy) {
   EXPECT_EQ(Messages(), (Texts{"Can not open Key !", "Access denied (HKLM\\SYSTEM\\A)!"}));
   registry_.At(u"HKLM\\SYSTEM").open_error = kRegistryDenied;
   EXPECT_FALSE(CheckComparison(opened_.hive, opened_.tree, 0));
-  opened_.hive.root_source = RootSource::kFileName;
+  opened_.hive.root.source = RootSource::kFileName;
   EXPECT_FALSE(Prepare("A", target));
   SetRootPath(opened_.hive, "NOROOT\\A");
   EXPECT_FALSE(Prepare("A", target));

@@ -88,7 +88,7 @@ TEST(RegistryScriptTest, BranchAsDisplayed) {
   OpenedHive opened(built);
   SetValueEdit(opened.hive, built.ValuePosition("A", "edited"), kRegBinary, {0xAB});
   HideBranch(opened.tree, opened.Item("Hidden"));
-  opened.hive.root_label += "(1)";  // tells it from another hive; no part of the registry path
+  opened.hive.root.label += "(1)";  // tells it from another hive; no part of the registry path
   std::string text;
   const ScriptExport whole = Export(opened, {0}, text);
   EXPECT_EQ(text,

@@ -1,8 +1,8 @@
-#include "hive/opening.h"
 #include "hive/root_path.h"
 
 #include <gtest/gtest.h>
 
+#include "hive/opening.h"
 #include "recovery/image_tree.h"
 #include "tests/support/hive_builder.h"
 
@@ -15,7 +15,7 @@ class RootPath : public ::testing::Test {
 
   static HiveImage& TakeSlot(const char* label = "") {
     HiveImage& hive = HiveOfSlot(AllocateHiveSlot());
-    hive.root_label = label;
+    hive.root.label = label;
     return hive;
   }
   // A hive whose root key has this name.
@@ -45,14 +45,14 @@ TEST_F(RootPath, ByKind) {
   HiveImage& hive = TakeSlot();
   for (const auto& c : cases) {
     EXPECT_TRUE(SetRootKind(c.kind, hive));
-    EXPECT_EQ(hive.long_prefix, c.prefix);
-    EXPECT_EQ(hive.root_label, c.label);
-    EXPECT_EQ(hive.root_label_length, hive.root_label.size());
-    EXPECT_EQ(hive.root_kind, c.kind);
-    EXPECT_EQ(hive.sam_hive, c.kind == 6);
+    EXPECT_EQ(hive.root.long_prefix, c.prefix);
+    EXPECT_EQ(hive.root.label, c.label);
+    EXPECT_EQ(hive.root.label_length, hive.root.label.size());
+    EXPECT_EQ(hive.root.kind, c.kind);
+    EXPECT_EQ(hive.root.sam, c.kind == 6);
   }
   for (const int kind : {-1, 0, 9, 12}) EXPECT_FALSE(SetRootKind(kind, hive)) << kind;
-  EXPECT_EQ(hive.root_label, "HKLM\\BCD00000000");
+  EXPECT_EQ(hive.root.label, "HKLM\\BCD00000000");
 }
 
 TEST_F(RootPath, FromTheRootKeysName) {
@@ -83,8 +83,8 @@ TEST_F(RootPath, FromTheRootKeysName) {
   for (const auto& c : cases) {
     HiveImage& hive = OpenRoot(c.name);
     EXPECT_EQ(RootPathFromRootKey(hive, kFirstCellPosition), c.label != nullptr) << c.name;
-    EXPECT_EQ(hive.root_label, c.label != nullptr ? c.label : "") << c.name;
-    EXPECT_EQ(hive.long_prefix, c.prefix) << c.name;
+    EXPECT_EQ(hive.root.label, c.label != nullptr ? c.label : "") << c.name;
+    EXPECT_EQ(hive.root.long_prefix, c.prefix) << c.name;
     EXPECT_EQ(DisplayedRoot(hive), c.label != nullptr ? c.label : "ROOT");
     ResetHiveTable();
   }
@@ -109,7 +109,7 @@ TEST_F(RootPath, FromTheFilesName) {
     const testing::TempFile file(builder.Build().bytes, c.file);
     HiveImage& hive = HiveOfSlot(OpenHive(file.name()));
     EXPECT_EQ(RootPathFromFileName(hive), c.label != nullptr) << c.stored << c.file;
-    EXPECT_EQ(hive.root_label, c.label != nullptr ? c.label : "") << c.stored << c.file;
+    EXPECT_EQ(hive.root.label, c.label != nullptr ? c.label : "") << c.stored << c.file;
     ResetHiveTable();
   }
 }
@@ -173,18 +173,18 @@ TEST_F(RootPath, LabelsAreUnique) {
   HiveImage& second = TakeSlot();
   SetRootKind(5, first);
   SetRootKind(5, first);  // its own label is no obstacle
-  EXPECT_EQ(first.root_label, "HKLM\\SOFTWARE");
+  EXPECT_EQ(first.root.label, "HKLM\\SOFTWARE");
   SetRootKind(5, second);
-  EXPECT_EQ(second.root_label, "HKLM\\SOFTWARE(1)");
-  EXPECT_EQ(second.root_label_length, 13u);
-  EXPECT_EQ(second.long_prefix, "HKEY_LOCAL_MACHINE\\SOFTWARE\\");
+  EXPECT_EQ(second.root.label, "HKLM\\SOFTWARE(1)");
+  EXPECT_EQ(second.root.label_length, 13u);
+  EXPECT_EQ(second.root.long_prefix, "HKEY_LOCAL_MACHINE\\SOFTWARE\\");
   HiveImage& third = TakeSlot();
   SetRootPath(third, "hkey_local_machine\\Software\\");
-  EXPECT_EQ(third.root_label, "HKLM\\Software(2)");
-  EXPECT_EQ(third.root_kind, 5);
+  EXPECT_EQ(third.root.label, "HKLM\\Software(2)");
+  EXPECT_EQ(third.root.kind, 5);
   SetRootPath(third, "X:\\odd");
-  EXPECT_EQ(third.root_label, "X:\\odd");
-  EXPECT_EQ(third.long_prefix, "X:\\odd\\");
+  EXPECT_EQ(third.root.label, "X:\\odd");
+  EXPECT_EQ(third.root.long_prefix, "X:\\odd\\");
 }
 
 TEST_F(RootPath, FindsHiveByEitherFormOfItsRoot) {

@@ -1,6 +1,5 @@
 // Files with more than one root: where an image ends, what the user is asked, and what a copy that
 // is opened for the answer shows.
-#include "hive/opening.h"
 #include "recovery/root_search.h"
 
 #include <gtest/gtest.h>
@@ -9,6 +8,7 @@
 
 #include "app/command_line.h"
 #include "hive/keys.h"
+#include "hive/opening.h"
 #include "tests/support/opened_hive.h"
 #include "tests/support/texts.h"
 

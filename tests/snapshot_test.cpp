@@ -201,7 +201,7 @@ TEST_F(SnapshotTest, HoldsTheBranchAsItWas) {
   const OpenedHive opened{std::span(bytes)};
   EXPECT_TRUE(opened.hive.header_valid && opened.hive.root_valid);
   EXPECT_EQ(opened.tree.root_text, "HKLM\\SOFTWARE\\Tools");
-  EXPECT_EQ(opened.hive.long_prefix, "HKEY_LOCAL_MACHINE\\SOFTWARE\\Tools\\");
+  EXPECT_EQ(opened.hive.root.long_prefix, "HKEY_LOCAL_MACHINE\\SOFTWARE\\Tools\\");
   EXPECT_TRUE(opened.Has("?\\Below"));
 }
 
@@ -351,7 +351,7 @@ TEST_F(SnapshotTest, WholeRootsAreKnownByTheirFiles) {
     EXPECT_EQ(std::string(bytes.begin(), bytes.begin() + 4), "snap");
     OpenedImage image(bytes, root.file_name);
     EXPECT_TRUE(RootPathFromSnapshotName(image.hive()));
-    EXPECT_EQ(image.hive().root_label, root.path);
+    EXPECT_EQ(image.hive().root.label, root.path);
   }
   EXPECT_TRUE(RowTexts(*errors_, 4).empty());
   EXPECT_TRUE(registry_.enabled.empty());

@@ -1,9 +1,9 @@
-#include "hive/opening.h"
 #include "hive/value_text.h"
 
 #include <gtest/gtest.h>
 
 #include "hive/image.h"
+#include "hive/opening.h"
 #include "tests/support/hive_builder.h"
 #include "tests/support/texts.h"
 

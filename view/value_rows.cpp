@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "hive/value_key.h"
+#include "hive/values.h"
 #include "hive/value_text.h"
 
 namespace hivequarry {

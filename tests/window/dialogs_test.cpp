@@ -260,7 +260,8 @@ TEST_F(DialogsTest, TheRootOfAHiveCanBeNamed) {
   EXPECT_EQ(SelectedPath(), "HKU\\Somebody");
   ReloadHive(*window_);
   ASSERT_TRUE(PumpUntil([&] { return !window_->load.thread.joinable(); }));
-  EXPECT_EQ(ShownHive(*window_).long_prefix, "HKEY_USERS\\Somebody\\") << "also when loaded again";
+  EXPECT_EQ(ShownHive(*window_).root.long_prefix, "HKEY_USERS\\Somebody\\")
+      << "also when loaded again";
 }
 
 }  // namespace

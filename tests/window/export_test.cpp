@@ -62,7 +62,7 @@ TEST_F(ExportTest, HiveAndFolder) {
   const ListPlace* gaps = FindListPlace(FindWindowW(L"HivequarryList", nullptr));
   ASSERT_NE(gaps, nullptr);
   EXPECT_EQ(Column(*gaps, 0), Texts{"HKLM\\SYSTEM\\B"});
-  HiveOfSlot(window_->hive.slot).long_prefix.clear();
+  HiveOfSlot(window_->hive.slot).root.long_prefix.clear();
   Run(kCommandExportHive);
   EXPECT_EQ(TakeBoxes(), Texts{"Hivequarry: No valid root key !"});
 }
@@ -71,7 +71,7 @@ TEST_F(ExportTest, ARootThatIsAGuessIsAskedFor) {
   replace_ = true;
   HiveImage& hive = HiveOfSlot(window_->hive.slot);
   SetRootPath(hive, "HKCU");
-  hive.root_source = RootSource::kFileName;
+  hive.root.source = RootSource::kFileName;
   InNextDialog([](HWND dialog) { Click(dialog, IDCANCEL); });
   Run(kCommandExportHive);
   EXPECT_EQ(Script(), "old");
@@ -90,7 +90,7 @@ TEST_F(ExportTest, ARootThatIsAGuessIsAskedFor) {
   EXPECT_EQ(Script().substr(0, 8), "REGEDIT4");
   // So is it before a merge.
   SetRootPath(hive, "HKLM\\SOFTWARE\\Run");
-  hive.root_source = RootSource::kRootKey;
+  hive.root.source = RootSource::kRootKey;
   TakeBoxes();
   InNextDialog([](HWND dialog) {
     EXPECT_TRUE(

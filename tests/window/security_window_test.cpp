@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <atomic>
 
+#include "hive/file_place.h"
 #include "host/long_operation.h"
 #include "security/security_lists.h"
 #include "tests/support/deadline.h"

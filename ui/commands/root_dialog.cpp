@@ -63,7 +63,7 @@ bool AskRootPath(const MainWindow& window, RootDialog& state) {
 
 bool ChangeRoot(MainWindow& window, const std::string& doubt) {
   HiveImage& hive = HiveOfSlot(window.hive.slot);
-  RootDialog state{nullptr, hive.root_label.substr(0, hive.root_label_length), doubt};
+  RootDialog state{nullptr, hive.root.label.substr(0, hive.root.label_length), doubt};
   // The profile of whoever sits here is never one key press away.
   RootSplit split;
   const bool own = SplitRootPath(state.path, split) && split.short_name == "HKCU";

@@ -9,9 +9,11 @@
 #include <utility>
 
 #include "app/settings.h"
+#include "hive/file_place.h"
 #include "host/host.h"
 #include "host/long_operation.h"
 #include "security/descriptor.h"
+#include "security/security_lists.h"
 #include "ui/dialogs/list_dialogs.h"
 #include "ui/frame/dialog_layout.h"
 #include "ui/frame/help.h"
