@@ -3,9 +3,8 @@
 #include <algorithm>
 #include <iterator>
 
-#include "app/settings.h"
 #include "host/number_text.h"
-#include "lists/output_list.h"
+#include "lists/list_kinds.h"
 
 namespace hivequarry {
 namespace {
@@ -35,11 +34,10 @@ constexpr HelpPlace kPlaces[] = {
 };
 static_assert(std::size(kPlaces) == kHelpTopicsEnd - kHelpStart);
 
-// Lists whose windows share a place are about one thing.
-constexpr HelpTopic kListTopics[] = {
-    kHelpSearch,   kHelpSearch,  kHelpCompare,     kHelpKeyDates,    kHelpMainWindow,
-    kHelpSecurity, kHelpReports, kHelpOutputLists, kHelpOutputLists, kHelpOutputLists};
-static_assert(std::size(kListTopics) == kPlacedWindows);
+// By ListHelp.
+constexpr HelpTopic kListTopics[] = {kHelpOutputLists, kHelpSearch,   kHelpCompare, kHelpKeyDates,
+                                     kHelpMainWindow,  kHelpSecurity, kHelpReports, kHelpFreed};
+static_assert(std::size(kListTopics) == static_cast<size_t>(ListHelp::kCount));
 
 bool IsPlain(char c) {
   constexpr std::string_view kMarks = "-._~/:";
@@ -80,8 +78,7 @@ std::string HelpAnchor(int topic) {
 }
 
 HelpTopic HelpTopicOfList(int kind) {
-  const bool freed = kind == kListFreedKeys || kind == kListFreedValues;
-  return freed ? kHelpFreed : kListTopics[PlaceOfListKind(kind)];
+  return kListTopics[static_cast<size_t>(FindListKind(kind).help)];
 }
 
 std::string HelpFileOf(const std::string& program) {

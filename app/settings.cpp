@@ -8,7 +8,7 @@
 #include "host/host.h"
 #include "host/output_file.h"
 #include "host/profile.h"
-#include "lists/output_list.h"
+#include "lists/list_kinds.h"
 
 namespace hivequarry {
 namespace {
@@ -83,6 +83,9 @@ struct PlaceRow {
 constexpr PlaceRow kPlaces[] = {{"WPS02"}, {"WPS04"}, {"WPS06"}, {"WPS08"}, {"WPS10", 4},
                                 {"WPS12"}, {"WPS16"}, {"WPS18"}, {"WPS20"}, {"WPS22"}};
 static_assert(std::size(kPlaces) == kPlacedWindows);
+// Families of list windows are placed windows, in the same order.
+static_assert(static_cast<int>(WindowFamily::kBlocks) == kPlaceBlocks &&
+              static_cast<int>(WindowFamily::kCount) == kPlacedWindows);
 constexpr size_t kSides = 5;  // numbers before the columns: four sides, kind and maximised
 
 using Numbers = std::vector<int>;
@@ -331,25 +334,7 @@ void AddToHistory(History& history, const std::string& text) {
 }
 
 PlacedWindow PlaceOfListKind(int kind) {
-  constexpr struct {
-    int kind;
-    PlacedWindow place;
-  } kRows[] = {
-      {5, kPlaceSearch},         {6, kPlaceRegistrySearch}, {7, kPlaceCompare},
-      {11, kPlaceKeyDates},      {kListBins, kPlaceBlocks}, {39, kPlaceSecurityLists},
-      {45, kPlaceSecurityLists}, {46, kPlaceSecurityLists}, {47, kPlaceSecurityLists},
-      {48, kPlaceSecurityLists}, {49, kPlaceSecurityLists}, {25, kPlaceReports},
-      {26, kPlaceReports},       {27, kPlaceReports},       {28, kPlaceReports},
-      {29, kPlaceReports},       {30, kPlaceReports},       {31, kPlaceReports},
-      {32, kPlaceReports},       {33, kPlaceReports},       {36, kPlaceReports},
-      {41, kPlaceReports},       {42, kPlaceReports},       {44, kPlaceReports},
-      {56, kPlaceReports},       {57, kPlaceReports},       {15, kPlaceErrors},
-      {80, kPlaceErrors},        {38, kPlacePieces},        {55, kPlacePieces},
-  };
-  for (const auto& row : kRows) {
-    if (row.kind == kind) return row.place;
-  }
-  return kPlaceOtherLists;
+  return static_cast<PlacedWindow>(FindListKind(kind).window);
 }
 
 void ReadSettings(const ProfileLookup& lookup, Settings& settings) {

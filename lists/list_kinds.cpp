@@ -1,183 +1,272 @@
-// The kinds of lists: titles and columns.
-#include "lists/output_list.h"
+// The table of kinds. A new kind is its columns and a row here; columns that several kinds have are
+// in kind_columns.h.
+#include "lists/list_kinds.h"
+
+#include <algorithm>
+
+#include "lists/kind_columns.h"
 
 namespace hivequarry {
 namespace {
 
-constexpr const char* kRoots[] = {"Root", "Root", "Root", "Root", "Root", "Root",
-                                  "Root", "Root", "Root", "Root", "Root", "Root",
-                                  "Root", "Root", "Root", "Root", "Root", "Root"};
-constexpr const char* kSearch[] = {"Key", "Value", "Data", "Type", "Key Offset"};
-constexpr const char* kLiveSearch[] = {"Key", "Value", "Data", "Type", "Key Date"};
-constexpr const char* kCompare[] = {"Key",      "Value",      "File",
-                                    "Registry", "Key Offset", "Value Offset"};
-constexpr const char* kKeyDates[] = {"Key Date", "Key", "Key Offset"};
-constexpr const char* kClassNames[] = {"Key", "Length", "Classname"};
-constexpr const char* kValueErrors[] = {"Key", "Value", "Error"};
-constexpr const char* kDatedValues[] = {"Key Date", "Key", "Value"};
-constexpr const char* kValueData[] = {"Key", "Value", "Type", "Data length", "Data"};
-constexpr const char* kOwners[] = {"Key", "Owner name", "Owner Domain"};
-constexpr const char* kProgIds[] = {"Key", "Value", "Data", "Type", "Key date ProgID"};
-constexpr const char* kKeyFiles[] = {"Key", "Value", "Data", "File/Folder", "Type", "Key Date"};
-constexpr const char* kClasses[] = {"Key", "CLSID Name", "InprocServer32", "InprocServer",
-                                    "Key Date"};
-constexpr const char* kUninstall[] = {"Key Date", "Key", "Display Name", "Uninstall String"};
-constexpr const char* kFiles[] = {"File/Folder", "Key", "Value", "Data", "Type", "Key Date"};
-constexpr const char* kOpenWith[] = {"Key", "Open with", "Key Date"};
-constexpr const char* kTypedValues[] = {"Key", "Value", "Data", "Type"};
-constexpr const char* kRootKeys[] = {"Root", "Valid Root", "Key", "KeyName", "Key Date"};
-constexpr const char* kSecurityScan[] = {
-    "Security Record", "ACE count",     "Owner Sid", "Owner Account",
-    "Group Sid",       "Group Account", "Next",      "Previous"};
-constexpr const char* kCountKeys[] = {"Key",  "Value",          "Rot13-Value",
-                                      "Data", "Date extracted", "Key Offset",
-                                      "Runs", "Focus Count",    "Focus Time (ms)"};
-constexpr const char* kLiveCountKeys[] = {"Key",  "Value",          "Rot13-Value",
-                                          "Data", "Date extracted", "Key Date",
-                                          "Runs", "Focus Count",    "Focus Time (ms)"};
-constexpr const char* kServices[] = {"Key",   "Start", "Display Name", "Imagepath",
-                                     "Group", "Type",  "Description",  "Key Date"};
-constexpr const char* kKeyOwners[] = {"Key", "Owner Sid", "Owner Account", "Owner Domain",
-                                      "Key Date"};
-constexpr const char* kSecurityKeys[] = {"Key",      "Owner Sid",  "Owner Account",
-                                         "Key Date", "Key Offset", "Security Record"};
-constexpr const char* kSecurityRecords[] = {"Security Record", "Keys", "ACEs", "Owner Sid",
-                                            "Owner Account"};
-constexpr const char* kRecordKeys[] = {"Key", "Key Date", "Key Offset", "Security Record"};
-constexpr const char* kAces[] = {"ACE", "Type", "Flags", "Permissions", "Sid", "Account"};
-constexpr const char* kFileStatus[] = {"Status", "File"};
-constexpr const char* kKeys[] = {"Key"};
-constexpr const char* kPieces[] = {"Start Offset", "End Offset", "Size", "File"};
-constexpr const char* kOpenSaveMru[] = {"File", "Type", "Key", "Value", "Key Date", "Key Offset"};
-constexpr const char* kStreamMru[] = {"Path stored in Data",
-                                      "Value",
-                                      "Modified",
-                                      "Created",
-                                      "Accessed",
-                                      "Date of associated Stream Key",
-                                      "Size",
-                                      "Dos Name",
-                                      "Key",
-                                      "Value Offset",
-                                      "Key Offset"};
-constexpr const char* kErrors[] = {"Root", "Key", "Value", "Error"};
+using namespace kind_columns;
 
-constexpr const char* kInfo[] = {"file",
-                                 "length",
-                                 "base_offset",
-                                 "header_valid",
-                                 "root_valid",
-                                 "data_area_base",
-                                 "root_position",
-                                 "root_path",
-                                 "list_style",
-                                 "keys",
-                                 "connected_keys",
-                                 "disconnected_keys",
-                                 "values",
-                                 "disconnected_values",
-                                 "security_records",
-                                 "bins",
-                                 "virtual_parents",
-                                 "virtual_children",
-                                 "virtual_siblings",
-                                 "freed_keys",
-                                 "freed_values",
-                                 "unread_bytes",
-                                 "unread_ranges",
-                                 "root_made",
-                                 "cut_at",
-                                 "cut_reason",
-                                 "cut_rest",
-                                 "moved"};
+// --- results in a hive and in the registry -------------------------------------------------------
 
-constexpr const char* kTree[] = {"Key",    "Key Offset", "Parent Offset", "Key Date",
-                                 "Status", "Marks",      "Connected"};
-constexpr const char* kValues[] = {"Key",          "Value",      "Type",  "Data",
-                                   "Value Offset", "Key Offset", "Status"};
-constexpr const char* kDetail[] = {"Field", "Text"};
-constexpr const char* kBins[] = {"Block", "Position", "Size", "Copy", "Own Offset"};
-constexpr const char* kRawRecord[] = {"Position", "Size", "Field", "Bytes", "Meaning", "Leads to"};
+constexpr KindColumn kRoots[] = {kRoot, kRoot, kRoot, kRoot, kRoot, kRoot, kRoot, kRoot, kRoot,
+                                 kRoot, kRoot, kRoot, kRoot, kRoot, kRoot, kRoot, kRoot, kRoot};
+// What was found is told by its path.
+constexpr KindColumn kFoundData = Wide(kData, 7, 3);
+constexpr KindColumn kSearch[] = {kKey, kValue, kFoundData, kType, kKeyOffset};
+constexpr KindColumn kLiveSearch[] = {kKey, kValue, kFoundData, kType, kKeyDate};
+constexpr KindColumn kCompare[] = {
+    kKey, kValue, Wide(kFile, 7, 3), Wide(kRegistry, 7, 3), kKeyOffset, kValueOffset};
+constexpr KindColumn kKeyDates[] = {kKeyDate, kKey, kKeyOffset};
+constexpr KindColumn kClassNames[] = {kKey, Count("Length", 2), Text("Classname", 7, 3)};
+constexpr KindColumn kValueErrors[] = {kKey, kValue, kError};
+constexpr KindColumn kDatedValues[] = {kKeyDate, kKey, kValue};
+constexpr KindColumn kValueData[] = {kKey, kValue, kType, Count("Data length", 3), kData};
+constexpr KindColumn kOwners[] = {kKey, Text("Owner name", 6), kOwnerDomain};
+constexpr KindColumn kTypedValues[] = {kKey, kValue, kData, kType};
+constexpr KindColumn kRootKeys[] = {kRoot, Text("Valid Root", 4), kKey, Text("KeyName", 5),
+                                    kKeyDate};
+constexpr KindColumn kFileStatus[] = {kStatus, kFile};
+constexpr KindColumn kKeys[] = {kKey};
+// Sizes are shown as positions are, and sort by the number that such a text begins with.
+constexpr KindColumn kPieceSize = Held(Text("Size", 6), CellHolds::kPosition, SortMode::kNumber);
+constexpr KindColumn kPieces[] = {Position("Start Offset", 6, 1), Position("End Offset", 6, 1),
+                                  kPieceSize, kFile};
+constexpr KindColumn kErrors[] = {kRoot, kKey, kValue, kError};
 
-constexpr const char* kEdits[] = {"Key",          "Value",        "Type",        "Data",
-                                  "Type in file", "Data in file", "Value Offset"};
+// --- special reports -----------------------------------------------------------------------------
 
-constexpr const char* kLocalGroups[] = {"Identifier", "Sid", "Name", "Domain", "Kind"};
+constexpr KindColumn kProgIds[] = {kKey, kValue, kData, kType, Date("Key date ProgID")};
+// Entries that only the end of their path tells apart.
+constexpr KindColumn kKeyFiles[] = {Wide(kKey, 11, 4),         kValue, kData,
+                                    Wide(kFileOrFolder, 9, 3), kType,  kKeyDate};
+constexpr KindColumn kFiles[] = {Wide(kFileOrFolder, 10, 3), kKey, kValue, kData, kType, kKeyDate};
+constexpr KindColumn kClasses[] = {Wide(kKey, 8, 6), Text("CLSID Name", 5, 1),
+                                   Text("InprocServer32", 6, 5), Text("InprocServer", 4, 1),
+                                   kKeyDate};
+constexpr KindColumn kUninstall[] = {kKeyDate, Wide(kKey, 16, 4), kDisplayName,
+                                     Text("Uninstall String", 8, 5)};
+constexpr KindColumn kOpenWith[] = {kKey, Text("Open with", 9, 5), kKeyDate};
+constexpr KindColumn kExtracted = Date("Date extracted");
+constexpr KindColumn kCountKeys[] = {kKey,       kValue, kRot13Value, kData,     kExtracted,
+                                     kKeyOffset, kRuns,  kFocusCount, kFocusTime};
+constexpr KindColumn kLiveCountKeys[] = {kKey,     kValue, kRot13Value, kData,     kExtracted,
+                                         kKeyDate, kRuns,  kFocusCount, kFocusTime};
+constexpr KindColumn kServices[] = {Wide(kKey, 8, 6),         Text("Start", 3),
+                                    Wide(kDisplayName, 5, 2), Text("Imagepath", 5, 5),
+                                    Wide(kGroup, 3, 0),       kType,
+                                    Wide(kDescription, 3, 1), kKeyDate};
+constexpr KindColumn kOpenSaveMru[] = {kFile, kType, kKey, kValue, kKeyDate, kKeyOffset};
+constexpr KindColumn kStreamMru[] = {Text("Path stored in Data", 8, 6),
+                                     kValue,
+                                     Date("Modified"),
+                                     Date("Created"),
+                                     Date("Accessed"),
+                                     Date("Date of associated Stream Key"),
+                                     Count("Size", 3),
+                                     Text("Dos Name", 3),
+                                     kKey,
+                                     kValueOffset,
+                                     kKeyOffset};
 
-constexpr const char* kFreedKeys[] = {"Key",    "Key Offset",   "Parent Offset", "Key Date",
-                                      "Values", "Values found", "Place"};
-constexpr const char* kFreedValues[] = {"Key",          "Value",      "Type", "Data",
-                                        "Value Offset", "Key Offset", "Place"};
+// --- security ------------------------------------------------------------------------------------
 
-constexpr uint32_t Column(int column) { return 1U << column; }
-constexpr uint32_t kAllInfo = (1U << std::size(kInfo)) - 1;
-constexpr uint32_t kCounts = Column(6) | Column(7) | Column(8);
-constexpr uint32_t kInfoFlags = Column(3) | Column(4) | Column(23);
-constexpr uint32_t kInfoTexts =
-    Column(0) | Column(7) | Column(22) | Column(25) | Column(26) | Column(27);
+constexpr KindColumn kSecurityScan[] = {kSecurityRecord,         Count("ACE count", 3),
+                                        Wide(kOwnerSid, 6, 1),   kOwnerAccount,
+                                        Text("Group Sid", 6, 1), Text("Group Account", 4, 1),
+                                        Position("Next", 3),     Position("Previous", 3)};
+constexpr KindColumn kKeyOwners[] = {kKey, Wide(kOwnerSid, 9, 1), Wide(kOwnerAccount, 7, 2),
+                                     kOwnerDomain, kKeyDate};
+constexpr KindColumn kSecurityKeys[] = {Wide(kKey, 8, 6), kOwnerSid,  kOwnerAccount,
+                                        kKeyDate,         kKeyOffset, kSecurityRecord};
+constexpr KindColumn kSecurityRecords[] = {kSecurityRecord, Count("Keys", 2), Count("ACEs", 2),
+                                           kOwnerSid, kOwnerAccount};
+constexpr KindColumn kRecordKeys[] = {kKey, kKeyDate, kKeyOffset, kSecurityRecord};
+constexpr KindColumn kAces[] = {Position("ACE", 5),
+                                Wide(kType, 2, 0),
+                                Wide(kFlags, 8, 0),
+                                Text("Permissions", 8, 5),
+                                Held(kSid, CellHolds::kTrustee),
+                                kAccount};
+constexpr KindColumn kLocalGroups[] = {Text("Identifier", 4), kSid, Text("Name", 9, 5),
+                                       Text("Domain", 6), Text("Kind", 2, 1)};
 
+// --- the console program's own -------------------------------------------------------------------
+
+constexpr KindColumn InfoText(const char* title) { return Text(title, 2, 1); }
+constexpr KindColumn InfoNumber(const char* title) { return Number(title, 2, 1); }
+constexpr KindColumn InfoFlag(const char* title) { return Held(InfoText(title), CellHolds::kFlag); }
+constexpr KindColumn kInfo[] = {Held(InfoText("file"), CellHolds::kUtf8),
+                                InfoNumber("length"),
+                                InfoNumber("base_offset"),
+                                InfoFlag("header_valid"),
+                                InfoFlag("root_valid"),
+                                InfoNumber("data_area_base"),
+                                InfoNumber("root_position"),
+                                InfoText("root_path"),
+                                InfoNumber("list_style"),
+                                InfoNumber("keys"),
+                                InfoNumber("connected_keys"),
+                                InfoNumber("disconnected_keys"),
+                                InfoNumber("values"),
+                                InfoNumber("disconnected_values"),
+                                InfoNumber("security_records"),
+                                InfoNumber("bins"),
+                                InfoNumber("virtual_parents"),
+                                InfoNumber("virtual_children"),
+                                InfoNumber("virtual_siblings"),
+                                InfoNumber("freed_keys"),
+                                InfoNumber("freed_values"),
+                                InfoNumber("unread_bytes"),
+                                InfoText("unread_ranges"),
+                                InfoFlag("root_made"),
+                                InfoNumber("cut_at"),
+                                InfoText("cut_reason"),
+                                InfoText("cut_rest"),
+                                InfoText("moved")};
+constexpr KindColumn kTree[] = {kKey,    kKeyOffset,         kParentOffset,         kKeyDate,
+                                kStatus, Number("Marks", 2), Number("Connected", 4)};
+constexpr KindColumn kWholePath = Wide(kKey, 12, 4);
+constexpr KindColumn kValues[] = {kWholePath,   kValue,     kType,  kData,
+                                  kValueOffset, kKeyOffset, kStatus};
+constexpr KindColumn kDetail[] = {kField, Text("Text", 8, 5)};
+constexpr KindColumn kBins[] = {Text("Block", 2, 1), Position("Position", 4), Count("Size", 3),
+                                Text("Copy", 2, 1), Position("Own Offset", 4)};
+constexpr KindColumn kRawRecord[] = {
+    Position("Position", 4), Number("Size", 3),     kField,
+    Text("Bytes", 7, 2),     Text("Meaning", 8, 5), Position("Leads to", 5)};
+constexpr KindColumn kEdits[] = {
+    kKey, kValue, kType, kData, Type("Type in file"), Text("Data in file", 7, 2), kValueOffset};
+constexpr KindColumn kFreedKeys[] = {kKey,     kKeyOffset,          kParentOffset,
+                                     kKeyDate, Number("Values", 3), Number("Values found", 4),
+                                     kPlace};
+constexpr KindColumn kFreedValues[] = {kWholePath,   kValue,     kType, kData,
+                                       kValueOffset, kKeyOffset, kPlace};
+
+// --- the table -----------------------------------------------------------------------------------
+
+using Columns = std::span<const KindColumn>;
 constexpr const char* kOther = "Output List";
 
+constexpr ListKindInfo OfReport(int kind, Columns columns, const char* title = kOther) {
+  return {kind, title, columns, WindowFamily::kReports, ListHelp::kReports};
+}
+constexpr ListKindInfo About(ListKindInfo info, ListAbout about) {
+  info.about = about;
+  return info;
+}
+constexpr ListKindInfo OfSecurity(int kind, Columns columns, RowLeads leads,
+                                  const char* title = kOther) {
+  return {kind,
+          title,
+          columns,
+          WindowFamily::kSecurity,
+          ListHelp::kSecurity,
+          leads,
+          ListAbout::kSecurity};
+}
+constexpr ListKindInfo OfFreed(int kind, Columns columns, const char* title) {
+  return {kind,
+          title,
+          columns,
+          WindowFamily::kOther,
+          ListHelp::kFreed,
+          RowLeads::kItem,
+          ListAbout::kKeys};
+}
+
+// Kinds that are numbers here are those of Report Lists alone: nothing fills them.
 constexpr ListKindInfo kKinds[] = {
     {4, kOther, kRoots},
-    {5, "Search results", kSearch},
-    {6, "Registry Search results", kLiveSearch},
-    {7, "Compare results", kCompare},
-    {11, "Key Dates", kKeyDates},
+    {kListSearch, "Search results", kSearch, WindowFamily::kSearch, ListHelp::kSearch,
+     RowLeads::kItem, ListAbout::kKeys},
+    {kListLiveSearch, "Registry Search results", kLiveSearch, WindowFamily::kLiveSearch,
+     ListHelp::kSearch},
+    {kListCompare, "Compare results", kCompare, WindowFamily::kCompare, ListHelp::kCompare,
+     RowLeads::kItem, ListAbout::kKeys | ListAbout::kCompared},
+    {kListKeyDates, "Key Dates", kKeyDates, WindowFamily::kKeyDates, ListHelp::kKeyDates,
+     RowLeads::kItem, ListAbout::kKeys},
     {14, kOther, kClassNames},
-    {15, kOther, kValueErrors},
+    {kListValueErrors, kOther, kValueErrors, WindowFamily::kErrors},
     {17, kOther, kDatedValues},
     {20, kOther, kValueData},
     {22, kOther, kOwners},
-    {25, kOther, kProgIds},
-    {26, kOther, kKeyFiles},
-    {27, kOther, kKeyFiles},
-    {28, kOther, kClasses},
-    {29, kOther, kUninstall},
-    {30, kOther, kUninstall},
-    {31, kOther, kFiles},
-    {32, kOther, kFiles},
-    {33, kOther, kOpenWith},
-    {36, kOther, kTypedValues},
-    {38, kOther, kRootKeys},
-    {39, kOther, kSecurityScan},
-    {41, "Count Keys", kCountKeys, 0, kCounts},
-    {42, "Registry Current User Count Keys", kLiveCountKeys, 0, kCounts},
-    {44, kOther, kServices},
-    {45, kOther, kKeyOwners},
+    About(OfReport(kListProgIds, kProgIds), ListAbout::kClasses),
+    OfReport(kListKeyFiles, kKeyFiles),
+    OfReport(kListLiveKeyFiles, kKeyFiles),
+    About(OfReport(kListClasses, kClasses), ListAbout::kClasses),
+    OfReport(kListUninstall, kUninstall),
+    OfReport(kListLiveUninstall, kUninstall),
+    OfReport(kListFiles, kFiles),
+    OfReport(kListLiveFiles, kFiles),
+    OfReport(kListOpenWith, kOpenWith),
+    OfReport(36, kTypedValues),
+    {kListRootKeys, kOther, kRootKeys, WindowFamily::kPieces, ListHelp::kOutputLists,
+     RowLeads::kItem, ListAbout::kRoots},
+    OfSecurity(kListSecurityScan, kSecurityScan, RowLeads::kSecurityRecord),
+    OfReport(kListCountKeys, kCountKeys, "Count Keys"),
+    OfReport(kListLiveCountKeys, kLiveCountKeys, "Registry Current User Count Keys"),
+    OfReport(kListServices, kServices),
+    OfSecurity(kListKeyOwners, kKeyOwners, RowLeads::kItem),
     // The command that fills it sets the title when it asked for something else.
-    {46, "Keys with Permissions", kSecurityKeys},
-    {47, "Security Records", kSecurityRecords},
-    {48, kOther, kRecordKeys},
-    {49, "ACE List", kAces},
+    OfSecurity(kListSecurityKeys, kSecurityKeys, RowLeads::kItem, "Keys with Permissions"),
+    OfSecurity(kListUsedRecords, kSecurityRecords, RowLeads::kSecurityRecord, "Security Records"),
+    OfSecurity(kListRecordKeys, kRecordKeys, RowLeads::kItem),
+    OfSecurity(kListAces, kAces, RowLeads::kSecurityRecord, "ACE List"),
     {50, kOther, kFileStatus},
     {51, kOther, kKeys},
-    {55, kOther, kPieces},
-    {56, "OpenSaveMRU", kOpenSaveMru},
-    {57, "StreamMRU", kStreamMru},
-    {kListErrors, "Error list", kErrors},
-    {kListInfo, "Hive information", kInfo, Column(0), kAllInfo & ~kInfoTexts & ~kInfoFlags,
-     kInfoFlags},
-    {kListTree, "Key tree", kTree, 0, Column(5) | Column(6), 0},
+    {kListPieces, kOther, kPieces, WindowFamily::kPieces, ListHelp::kOutputLists, RowLeads::kItem,
+     ListAbout::kPieces},
+    OfReport(kListOpenSaveMru, kOpenSaveMru, "OpenSaveMRU"),
+    OfReport(kListStreamMru, kStreamMru, "StreamMRU"),
+    {kListErrors, "Error list", kErrors, WindowFamily::kErrors},
+    {kListInfo, "Hive information", kInfo},
+    {kListTree, "Key tree", kTree},
     {kListValues, "Values", kValues},
     {kListDetail, "Detail", kDetail},
-    {kListBins, "Block list", kBins},
-    {kListRawRecord, "Raw record", kRawRecord, 0, Column(1), 0},
+    {kListBins, "Block list", kBins, WindowFamily::kBlocks, ListHelp::kMainWindow},
+    {kListRawRecord, "Raw record", kRawRecord, WindowFamily::kOther, ListHelp::kOutputLists,
+     RowLeads::kField, ListAbout::kRecord},
     {kListEdits, "Edited values", kEdits},
     {kListLocalGroups, "Local groups", kLocalGroups},
-    {kListFreedKeys, "Freed Keys", kFreedKeys, 0, Column(4) | Column(5), 0},
-    {kListFreedValues, "Freed Values", kFreedValues},
+    OfFreed(kListFreedKeys, kFreedKeys, "Freed Keys"),
+    OfFreed(kListFreedValues, kFreedValues, "Freed Values"),
 };
 
-constexpr bool KindsFit() {
+constexpr bool NumbersDiffer() {
   for (const ListKindInfo& info : kKinds) {
-    const int limit = info.kind < kFirstOwnKind ? kMaxColumns : kMaxOwnColumns;
-    if (info.columns.empty() || std::ssize(info.columns) > limit) return false;
+    if (std::ranges::count(kKinds, info.kind, &ListKindInfo::kind) != 1) return false;
   }
   return true;
 }
-static_assert(KindsFit());
+static_assert(NumbersDiffer(), "two kinds have one number");
 
+constexpr bool ColumnsFit() {
+  return std::ranges::all_of(kKinds, [](const ListKindInfo& info) {
+    const auto most = static_cast<size_t>(info.kind < kFirstOwnKind ? kMaxColumns : kMaxOwnColumns);
+    return !info.columns.empty() && info.columns.size() <= most;
+  });
+}
+static_assert(ColumnsFit(), "a kind has no columns, or more than a list of it may have");
+
+// Columns that sort by a value are those that hold one.
+constexpr bool SortsFit() {
+  return std::ranges::all_of(kKinds, [](const ListKindInfo& info) {
+    return std::ranges::all_of(info.columns, [](const KindColumn& column) {
+      const bool date = column.holds == CellHolds::kDate;
+      return date == (column.sort == SortMode::kDate);
+    });
+  });
+}
+static_assert(SortsFit(), "a column of dates sorts otherwise, or another column as dates");
+
+constexpr KindColumn kFurther[] = {Position(kFileOffsetTitle, 4), Text(kDetailsTitle, 5, 1),
+                                   kPlace};
+constexpr KindColumn kUnknownColumn = {""};
 constexpr ListKindInfo kUnknownKind = {0, kOther, {}};
 
 }  // namespace
@@ -185,10 +274,24 @@ constexpr ListKindInfo kUnknownKind = {0, kOther, {}};
 std::span<const ListKindInfo> AllListKinds() { return kKinds; }
 
 const ListKindInfo& FindListKind(int kind) {
-  for (const ListKindInfo& info : kKinds) {
-    if (info.kind == kind) return info;
-  }
-  return kUnknownKind;
+  const auto* found = std::ranges::find(kKinds, kind, &ListKindInfo::kind);
+  return found == std::end(kKinds) ? kUnknownKind : *found;
+}
+
+bool IsListAbout(ListAbout about, int kind) {
+  const auto set = static_cast<uint8_t>(FindListKind(kind).about);
+  return about == ListAbout::kAnything || (set & static_cast<uint8_t>(about)) != 0;
+}
+
+CellHolds HoldsOf(const ListKindInfo& info, int column) {
+  const auto place = static_cast<size_t>(column);
+  return place < info.columns.size() ? info.columns[place].holds : CellHolds::kText;
+}
+
+const KindColumn& FurtherColumn(std::string_view title) {
+  const auto* found = std::ranges::find_if(
+      kFurther, [title](const KindColumn& column) { return title == column.title; });
+  return found == std::end(kFurther) ? kUnknownColumn : *found;
 }
 
 }  // namespace hivequarry

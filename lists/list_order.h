@@ -13,15 +13,7 @@
 
 namespace hivequarry {
 
-enum class SortMode : uint8_t {
-  kText,    // by the rules of the user's language; width of characters ignored, case heeded
-  kLength,  // of the text
-  kNumber,  // the text's leading decimal number
-  kDate,    // its numbers one after another: year, month, day, hour ...
-  kLevel,   // nesting level of a key path
-  kIcon,    // the rows' icon index; the column does not matter
-};
-// What a click on a column's header sorts by: dates and counts are told by the column's title.
+// What a click on a column's header sorts by: the column's record says it, else its title.
 SortMode SortModeOfColumn(const OutputList& list, int column);
 
 struct SortRequest {

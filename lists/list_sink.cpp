@@ -43,7 +43,12 @@ bool WriteInPieces(ListOutput& out, uint32_t count,
 }
 
 ListShape ShapeOf(const OutputList& list) {
-  return {list, FindListKind(ListKindOf(list)), ColumnCount(list), RowCount(list)};
+  ListShape shape = {list, ColumnCount(list), RowCount(list), {}};
+  const ListKindInfo& kind = FindListKind(ListKindOf(list));
+  for (int column = 0; column < shape.columns; ++column) {
+    shape.holds[static_cast<size_t>(column)] = HoldsOf(kind, column);
+  }
+  return shape;
 }
 
 std::string_view Utf8OfListText(std::string_view text, std::string& scratch) {
@@ -59,7 +64,7 @@ std::string_view CellUtf8(std::string_view text, bool is_utf8, std::string& scra
 
 std::string_view CellNarrow(const ListShape& shape, int column, std::string_view text,
                             std::string& scratch) {
-  if (!InSet(shape.kind.utf8_columns, column) || IsAscii(text)) return text;
+  if (!IsUtf8(shape, column) || IsAscii(text)) return text;
   scratch = NarrowText(WideFromUtf8(text));
   return scratch;
 }

@@ -27,9 +27,9 @@ bool WriteInPieces(ListOutput& out, uint32_t count, const std::function<void(uin
 // What every writer asks of a list again and again.
 struct ListShape {
   const OutputList& list;
-  const ListKindInfo& kind;
   int columns;
   uint32_t rows;
+  std::array<CellHolds, kMaxOwnColumns> holds;
 };
 ListShape ShapeOf(const OutputList& list);
 
@@ -39,7 +39,12 @@ inline void ReadRow(const ListShape& shape, uint32_t row, RowTexts& texts) {
   CellTexts(shape.list, row, std::span(texts).first(static_cast<size_t>(shape.columns)));
 }
 
-inline bool InSet(uint32_t columns, int column) { return (columns >> column & 1) != 0; }
+inline CellHolds HoldsOf(const ListShape& shape, int column) {
+  return shape.holds[static_cast<size_t>(column)];
+}
+inline bool IsUtf8(const ListShape& shape, int column) {
+  return HoldsOf(shape, column) == CellHolds::kUtf8;
+}
 
 // A text as sound UTF-8, or a cell as code-page text; `scratch` holds what had to be converted.
 std::string_view CellUtf8(std::string_view text, bool is_utf8, std::string& scratch);

@@ -211,24 +211,30 @@ std::string LowerText(std::string_view text) {
   return lower;
 }
 
-constexpr std::string_view kNumberTitles[] = {"keys",   "aces",        "ace count",
-                                              "length", "data length", "size"};
-constexpr std::string_view kDateTitles[] = {"modified", "created", "accessed"};
-
 bool IsOneOf(std::string_view title, std::span<const std::string_view> titles) {
   return std::find(titles.begin(), titles.end(), title) != titles.end();
+}
+
+// Of a column that only a file knows.
+SortMode SortModeOfTitle(std::string_view title) {
+  constexpr std::string_view kNumbers[] = {"keys",   "aces",        "ace count",
+                                           "length", "data length", "size"};
+  constexpr std::string_view kDates[] = {"modified", "created", "accessed"};
+  const std::string lower = LowerText(title);
+  if (lower.find("date") != std::string::npos || IsOneOf(lower, kDates)) return SortMode::kDate;
+  return IsOneOf(lower, kNumbers) ? SortMode::kNumber : SortMode::kText;
 }
 
 }  // namespace
 
 SortMode SortModeOfColumn(const OutputList& list, int column) {
   if (column < 0 || column >= ColumnCount(list)) return SortMode::kText;
-  const std::string title = LowerText(ColumnTitle(list, column));
-  const bool date = title.find("date") != std::string::npos || IsOneOf(title, kDateTitles);
-  if (date) return SortMode::kDate;
-  const uint32_t numbers = FindListKind(ListKindOf(list)).number_columns;
-  const bool number = IsOneOf(title, kNumberTitles) || (numbers >> column & 1) != 0;
-  return number ? SortMode::kNumber : SortMode::kText;
+  const KindColumn* known = ColumnRecord(list, column);
+  if (known != nullptr) return known->sort;
+  const SortMode mode = SortModeOfTitle(ColumnTitle(list, column));
+  // Whatever its title says, a kind's column of numbers is one.
+  const bool number = HoldsOf(FindListKind(ListKindOf(list)), column) == CellHolds::kNumber;
+  return mode == SortMode::kText && number ? SortMode::kNumber : mode;
 }
 
 std::vector<uint32_t> SortRows(const OutputList& list, std::span<const uint32_t> rows,

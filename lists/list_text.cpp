@@ -13,7 +13,7 @@ constexpr size_t kMaxLabel = 62;         // characters of a header text that are
 constexpr size_t kMaxFirstColumn = 520;  // of a result's first column
 
 // The program's own lists have no limits.
-bool IsResultList(const OutputList& list) { return ListKindOf(list) < kFirstOwnKind; }
+bool IsResultList(const OutputList& list) { return !IsOwnKind(ListKindOf(list)); }
 
 // Code-page text as it is, or visible UTF-8.
 void AppendText(std::string_view text, bool visible, std::string& out) {

@@ -60,8 +60,7 @@ void WriteCsvRow(const ListShape& shape, uint32_t row, const CsvForm& form, std:
   ReadRow(shape, row, cells);
   for (int column = 0; column < shape.columns; ++column) {
     if (column > 0) out += ',';
-    const bool is_utf8 = InSet(shape.kind.utf8_columns, column);
-    AppendCsvCell(cells[static_cast<size_t>(column)], is_utf8, form, scratch, out);
+    AppendCsvCell(cells[static_cast<size_t>(column)], IsUtf8(shape, column), form, scratch, out);
   }
   out += "\r\n";
 }
@@ -147,12 +146,13 @@ bool IsJsonNumber(std::string_view text) {
 
 void AppendJsonCell(const ListShape& shape, int column, std::string_view text, std::string& scratch,
                     std::string& out) {
-  if (InSet(shape.kind.number_columns, column) && (text.empty() || IsJsonNumber(text))) {
+  const CellHolds holds = HoldsOf(shape, column);
+  if (holds == CellHolds::kNumber && (text.empty() || IsJsonNumber(text))) {
     out += text.empty() ? "null" : text;
-  } else if (InSet(shape.kind.flag_columns, column) && (text == "0" || text == "1")) {
+  } else if (holds == CellHolds::kFlag && (text == "0" || text == "1")) {
     out += text == "1" ? "true" : "false";
   } else {
-    AppendJsonCell(text, InSet(shape.kind.utf8_columns, column), scratch, out);
+    AppendJsonCell(text, holds == CellHolds::kUtf8, scratch, out);
   }
 }
 

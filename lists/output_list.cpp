@@ -327,7 +327,7 @@ OutputListPtr MakeOutputList(int kind) {
   const ListKindInfo& info = FindListKind(kind);
   list->kind = kind;
   list->title = info.title;
-  list->columns.assign(info.columns.begin(), info.columns.end());
+  for (const KindColumn& column : info.columns) list->columns.emplace_back(column.title);
   return list;
 }
 
@@ -346,9 +346,23 @@ const std::string& ColumnTitle(const OutputList& list, int column) {
 }
 
 void SetColumns(OutputList& list, std::vector<std::string> titles) {
-  const int limit = list.kind < kFirstOwnKind ? kMaxColumns : kMaxOwnColumns;
-  if (std::ssize(titles) > limit) titles.resize(static_cast<size_t>(limit));
+  const auto most = static_cast<size_t>(MostColumns(list.kind));
+  if (titles.size() > most) titles.resize(most);
   list.columns = std::move(titles);
+}
+
+void AddColumns(OutputList& list, std::initializer_list<const char*> titles) {
+  std::vector<std::string> all = list.columns;
+  all.insert(all.end(), titles.begin(), titles.end());
+  SetColumns(list, std::move(all));
+}
+
+const KindColumn* ColumnRecord(const OutputList& list, int column) {
+  const auto place = static_cast<size_t>(column);
+  const std::string& title = list.columns[place];
+  const std::span<const KindColumn> own = FindListKind(list.kind).columns;
+  const KindColumn& record = place < own.size() ? own[place] : FurtherColumn(title);
+  return title == record.title ? &record : nullptr;
 }
 
 void SetRowNumbers(OutputList& list, RowNumbers numbers) { list.numbers = numbers; }

@@ -5,46 +5,16 @@
 
 #include <atomic>
 #include <cstdint>
+#include <initializer_list>
 #include <memory>
 #include <span>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "lists/list_kinds.h"
+
 namespace hivequarry {
-
-inline constexpr int kMaxColumns = 18;      // of a list of results
-inline constexpr int kMaxTextColumns = 17;  // its text output leaves the 18th out
-inline constexpr int kMaxOwnColumns = 32;   // of the console program's own lists
-
-// Keys and values that an operation could not treat, with the error.
-inline constexpr int kListErrors = 80;
-// Kinds of the console program's own lists, from 100 on: the limits of result lists don't hold for
-// them. The kinds of results are in the table alone.
-inline constexpr int kFirstOwnKind = 100;
-inline constexpr int kListBins = 104;
-inline constexpr int kListInfo = 100;
-inline constexpr int kListTree = 101;
-inline constexpr int kListValues = 102;
-inline constexpr int kListDetail = 103;
-inline constexpr int kListRawRecord = 105;
-inline constexpr int kListEdits = 106;
-inline constexpr int kListLocalGroups = 107;
-inline constexpr int kListFreedKeys = 108;
-inline constexpr int kListFreedValues = 109;
-
-struct ListKindInfo {
-  int kind;
-  const char* title;
-  std::span<const char* const> columns;
-  // Sets of columns, a bit each.
-  uint32_t utf8_columns = 0;    // texts are UTF-8, not code-page text
-  uint32_t number_columns = 0;  // decimal numbers, which JSON Lines writes as such
-  uint32_t flag_columns = 0;    // 0 or 1: false or true in JSON Lines
-};
-// Title and columns of a kind; an unknown kind has the title "Output List" and no columns.
-const ListKindInfo& FindListKind(int kind);
-std::span<const ListKindInfo> AllListKinds();
 
 // What a row says beyond its columns, for writers that keep it (JSON Lines). Empty or zero parts
 // are not written.
@@ -86,6 +56,11 @@ const std::string& ColumnTitle(const OutputList& list, int column);
 // Gives the list other columns than its kind's, at most kMaxColumns (kMaxOwnColumns for the console
 // program's own kinds); the list must be empty.
 void SetColumns(OutputList& list, std::vector<std::string> titles);
+// Gives an empty list further columns after those that it has.
+void AddColumns(OutputList& list, std::initializer_list<const char*> titles);
+// The record of a column of the list's kind, or of one added to these; null where the list, read
+// from a file, has another title there.
+const KindColumn* ColumnRecord(const OutputList& list, int column);
 
 // Numbers before the first column of the rows added from now on; the numbers count the rows of
 // the list from 1. A first column longer than 511 characters is cut to that.

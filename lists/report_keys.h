@@ -17,8 +17,6 @@ inline std::string ReportHeaderKey(int column) {
   if (column == 16) return "CKMDOWN";
   return column == 17 ? "MASKDOWN" : "H" + std::to_string(column);
 }
-// The most columns that a file keeps of a kind of list.
-inline int ReportColumns(int kind) { return kind < kFirstOwnKind ? kMaxColumns : kMaxOwnColumns; }
 
 inline constexpr int kReportOtherWidth = 160;  // pixels of a column without a usable width
 

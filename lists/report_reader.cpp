@@ -40,7 +40,7 @@ constexpr KeptOfRow kKeptOfOwn = {0x10000, kMaxOwnColumns};
 constexpr std::string_view kCut = "...";
 
 KeptOfRow KeptOf(const OutputList& list) {
-  return ListKindOf(list) < kFirstOwnKind ? kKeptOfResults : kKeptOfOwn;
+  return IsOwnKind(ListKindOf(list)) ? kKeptOfOwn : kKeptOfResults;
 }
 
 // The leading decimal number, 0 where there is none.
@@ -150,10 +150,10 @@ struct PendingRow {
 
 // Texts are read as code-page text; some columns hold UTF-8.
 void ConvertTexts(PendingRow& pending, int kind) {
-  const uint32_t utf8 = FindListKind(kind).utf8_columns;
-  for (int column = 0; column < kMaxOwnColumns && utf8 >> column != 0; ++column) {
-    std::string& text = pending.texts[static_cast<size_t>(column)];
-    if (InSet(utf8, column)) text = Utf8FromNarrow(text);
+  const std::span<const KindColumn> columns = FindListKind(kind).columns;
+  for (size_t column = 0; column < columns.size(); ++column) {
+    std::string& text = pending.texts[column];
+    if (columns[column].holds == CellHolds::kUtf8) text = Utf8FromNarrow(text);
   }
 }
 
@@ -229,7 +229,7 @@ ReportRead ParseReportHead(std::string_view text, ReportHead& head) {
   const int count = NumberAt(HeadValue(text, "U2", "0", kMostWidths));
   if (count <= 0) return ReportRead::kNoReport;
   head.kind = NumberAt(HeadValue(text, "U4", "0", kMostWidths));
-  const int columns = std::min(count, ReportColumns(head.kind));
+  const int columns = std::min(count, MostColumns(head.kind));
   head.widths = WidthsOf(HeadValue(text, "U3", "", kMostWidths), static_cast<size_t>(columns));
   head.title = HeadValue(text, "U6", "", kMostTitle);
   for (int column = 0; column < columns; ++column) {
@@ -253,7 +253,7 @@ ReportRead ReadReportRows(const ByteSource& source, OutputList& list) {
   Lines lines{source, 2 + kept.text + 1};
   if (!FindMarker(lines)) return ReportRead::kNoReport;
   PendingRow pending{kept, {}};
-  const int columns = ReportColumns(ListKindOf(list));
+  const int columns = MostColumns(ListKindOf(list));
   std::string_view line;
   while (!pending.failed && TakeLine(lines, line)) {
     const int number = LineNumber(line, columns);

@@ -108,7 +108,7 @@ std::string ReportTimeNow() {
 bool WriteReport(const OutputList& list, const WrittenRows& which, const ReportLook& look,
                  const TextSink& sink) {
   const ListShape shape = ShapeOf(list);
-  const int columns = std::min(shape.columns, ReportColumns(ListKindOf(list)));
+  const int columns = std::min(shape.columns, MostColumns(ListKindOf(list)));
   if (columns == 0) return false;
   ListOutput out{sink, {}};
   WriteHead(shape, columns, look, out.buffer);

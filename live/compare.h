@@ -10,8 +10,6 @@
 
 namespace hivequarry {
 
-inline constexpr int kListCompare = 7;
-
 // Which differences are listed.
 enum class CompareRows : uint8_t {
   kAll,

@@ -13,7 +13,6 @@
 namespace hivequarry {
 namespace {
 
-constexpr int kPieces = 55;  // kind of list
 constexpr size_t kWindowSize = 1024 * 1024;
 constexpr uint64_t kProgressSize = 2201000;  // smaller files are read without a progress bar
 
@@ -187,7 +186,7 @@ OutputListPtr ListBlockRuns(const std::string& file) {
     if (stream != nullptr) std::fclose(stream);
     return nullptr;
   }
-  OutputListPtr list = MakeOutputList(kPieces);
+  OutputListPtr list = MakeOutputList(kListPieces);
   SetListSource(*list, file);
   ShowStatus("Reading File ...");
   FileWindow window(stream, static_cast<uint64_t>(size));

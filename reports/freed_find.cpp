@@ -15,14 +15,12 @@
 namespace hivequarry {
 namespace {
 
-constexpr const char* kPlaceColumn = "Place";
-
 class FreedSearch {
  public:
   FreedSearch(FreedSource& from, const SearchPattern& pattern, OutputList& list)
       : from_(from), pattern_(pattern), list_(list) {
     const int place = ColumnCount(list) - 1;
-    details_ = place > 0 && ColumnTitle(list, place - 1) == "Details";
+    details_ = place > 0 && ColumnTitle(list, place - 1) == kDetailsTitle;
     key_names_ = pattern.settings.key_names && !pattern.settings.dword;
     value_names_ = pattern.settings.value_names && !pattern.settings.dword;
   }
@@ -100,18 +98,11 @@ class FreedSearch {
 
 }  // namespace
 
-void AddPlaceColumn(OutputList& list) {
-  std::vector<std::string> titles;
-  for (int column = 0; column < ColumnCount(list); ++column) {
-    titles.push_back(ColumnTitle(list, column));
-  }
-  titles.emplace_back(kPlaceColumn);
-  SetColumns(list, std::move(titles));
-}
+void AddPlaceColumn(OutputList& list) { AddColumns(list, {kPlaceTitle}); }
 
 bool IsFreedRow(const OutputList& list, uint32_t row) {
   const int place = ColumnCount(list) - 1;
-  return place >= 0 && ColumnTitle(list, place) == kPlaceColumn &&
+  return place >= 0 && ColumnTitle(list, place) == kPlaceTitle &&
          !CellText(list, row, place).empty();
 }
 

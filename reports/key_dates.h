@@ -11,8 +11,6 @@
 
 namespace hivequarry {
 
-inline constexpr int kListKeyDates = 11;
-
 struct KeyDateTime {
   int year = 0, month = 0, day = 0, hour = 0, minute = 0, second = 0;
   bool operator==(const KeyDateTime&) const = default;

@@ -85,7 +85,6 @@ std::vector<uint32_t> KeysOfPositions(const HiveImage& hive, const KeyTree& tree
 
 // What a script lacks, a row each; null for one that lacks nothing. Datum: position of the value or
 // key.
-inline constexpr int kListValueErrors = 15;
 OutputListPtr ListScriptGaps(const HiveImage& hive, const KeyTree& tree,
                              const ScriptExport& written);
 

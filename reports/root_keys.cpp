@@ -17,7 +17,6 @@
 namespace hivequarry {
 namespace {
 
-constexpr int kRootKeys = 38;  // kind of list
 constexpr size_t kWindowSize = 1024 * 1024;
 constexpr uint32_t kLongestName = 256;  // of a single-byte name, as the tree shows it
 
@@ -134,7 +133,7 @@ void AddRootRow(const HiveImage& hive, const KeyTree& tree, uint32_t position, O
 }  // namespace
 
 OutputListPtr ListRootKeys(const HiveImage& hive, const KeyTree& tree) {
-  OutputListPtr list = MakeOutputList(kRootKeys);
+  OutputListPtr list = MakeOutputList(kListRootKeys);
   for (const uint32_t position : FindRootCells(hive, tree)) {
     if (StopRequested()) break;
     AddRootRow(hive, tree, position, *list);

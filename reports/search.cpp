@@ -179,13 +179,7 @@ class BranchSearch {
 
 OutputListPtr MakeSearchList(bool details) {
   OutputListPtr list = MakeOutputList(kListSearch);
-  if (!details) return list;
-  std::vector<std::string> titles;
-  for (int column = 0; column < ColumnCount(*list); ++column) {
-    titles.push_back(ColumnTitle(*list, column));
-  }
-  titles.insert(titles.end(), {"File Offset", "Details"});
-  SetColumns(*list, std::move(titles));
+  if (details) AddColumns(*list, {kFileOffsetTitle, kDetailsTitle});
   return list;
 }
 

@@ -14,8 +14,6 @@
 
 namespace hivequarry {
 
-inline constexpr int kListSearch = 5;
-inline constexpr int kListLiveSearch = 6;
 inline constexpr size_t kMaxPattern = 140;        // characters of either field
 inline constexpr uint32_t kMaxSearchDepth = 384;  // keys at this level or deeper aren't examined
 

@@ -127,20 +127,6 @@ class KeyWalk {
   PathWalker paths_;
 };
 
-// The columns of each kind that hold what a SecurityRow takes from texts.
-constexpr int kNoColumn = kMaxColumns;
-struct RowColumns {
-  int kind;
-  bool about_record;  // else about a key
-  int owner;
-  int ace;
-};
-constexpr RowColumns kRowColumns[] = {
-    {kListSecurityScan, true, 2, kNoColumn}, {kListAces, true, kNoColumn, 4},
-    {kListUsedRecords, true, 3, kNoColumn},  {kListSecurityKeys, false, 1, kNoColumn},
-    {kListKeyOwners, false, 1, kNoColumn},   {kListRecordKeys, false, kNoColumn, kNoColumn},
-};
-
 }  // namespace
 
 uint32_t SecurityOfKey(const HiveImage& hive, uint32_t key_position) {
@@ -216,14 +202,17 @@ void ListRecordKeys(const HiveImage& hive, const KeyTree& tree, uint32_t item,
 
 SecurityRow ReadSecurityRow(const HiveImage& hive, const OutputList& list, uint32_t row) {
   SecurityRow result;
-  for (const RowColumns& columns : kRowColumns) {
-    if (columns.kind != ListKindOf(list)) continue;
-    result.owner = CellText(list, row, columns.owner);
-    result.ace = CellText(list, row, columns.ace);
-    if (!RowHasDatum(list, row)) break;
-    const uint32_t datum = RowDatum(list, row);
-    result.record = columns.about_record ? datum : SecurityOfKey(hive, datum);
+  const ListKindInfo& kind = FindListKind(ListKindOf(list));
+  if (!IsListAbout(ListAbout::kSecurity, kind.kind)) return result;
+  for (int column = 0; column < std::ssize(kind.columns); ++column) {
+    const CellHolds holds = HoldsOf(kind, column);
+    if (holds == CellHolds::kOwner) result.owner = CellText(list, row, column);
+    if (holds == CellHolds::kTrustee) result.ace = CellText(list, row, column);
   }
+  if (!RowHasDatum(list, row)) return result;
+  const uint32_t datum = RowDatum(list, row);
+  const bool record = kind.leads == RowLeads::kSecurityRecord;
+  result.record = record ? datum : SecurityOfKey(hive, datum);
   return result;
 }
 

@@ -12,13 +12,6 @@
 
 namespace hivequarry {
 
-inline constexpr int kListSecurityScan = 39;
-inline constexpr int kListKeyOwners = 45;
-inline constexpr int kListSecurityKeys = 46;
-inline constexpr int kListUsedRecords = 47;
-inline constexpr int kListRecordKeys = 48;
-inline constexpr int kListAces = 49;
-
 struct SecurityListOptions {
   bool resolve = false;  // ask this machine for the names of accounts
   SidReplacement replace;

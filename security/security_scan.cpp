@@ -130,11 +130,7 @@ void ListAces(const HiveImage& hive, const SecurityListOptions& options, OutputL
 
 OutputListPtr MakeAceList(bool details) {
   OutputListPtr list = MakeOutputList(kListAces);
-  if (!details) return list;
-  const auto columns = FindListKind(kListAces).columns;
-  std::vector<std::string> titles(columns.begin(), columns.end());
-  titles.emplace_back("Details");
-  SetColumns(*list, std::move(titles));
+  if (details) AddColumns(*list, {kDetailsTitle});
   return list;
 }
 

@@ -1,13 +1,5 @@
 #include "view/list_commands.h"
 
-#include <algorithm>
-#include <initializer_list>
-
-#include "lists/output_list.h"
-#include "live/compare.h"
-#include "reports/key_dates.h"
-#include "reports/search.h"
-#include "security/security_lists.h"
 #include "view/list_command_table.h"
 
 namespace hivequarry {
@@ -22,10 +14,6 @@ consteval bool NumbersDiffer() {
   return true;
 }
 static_assert(NumbersDiffer());
-
-bool IsOneOf(int kind, std::initializer_list<int> kinds) {
-  return std::find(kinds.begin(), kinds.end(), kind) != kinds.end();
-}
 
 bool HasNeeds(ListNeeds needs, const ListFacts& facts) {
   switch (needs) {
@@ -65,30 +53,6 @@ bool IsAvailable(const ListCommand& command, const ListFacts& facts) {
   guarded.backup = facts.backup;
   return PassesGuard(command.guard, guarded) && IsListAbout(command.about, facts.kind) &&
          HasNeeds(command.needs, facts);
-}
-
-bool IsListAbout(ListAbout about, int kind) {
-  switch (about) {
-    case ListAbout::kAnything:
-      return true;
-    case ListAbout::kPieces:
-      return kind == 55;
-    case ListAbout::kRoots:
-      return kind == 38;
-    case ListAbout::kSecurity:
-      return IsOneOf(kind, {kListSecurityScan, kListKeyOwners, kListSecurityKeys, kListUsedRecords,
-                            kListRecordKeys, kListAces});
-    case ListAbout::kClasses:
-      return IsOneOf(kind, {25, 28});
-    case ListAbout::kKeys:
-      return IsOneOf(kind,
-                     {kListSearch, kListCompare, kListKeyDates, kListFreedKeys, kListFreedValues});
-    case ListAbout::kRecord:
-      return kind == kListRawRecord;
-    case ListAbout::kCompared:
-      return kind == kListCompare;
-  }
-  return false;
 }
 
 }  // namespace hivequarry

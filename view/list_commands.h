@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <span>
 
+#include "lists/list_kinds.h"
 #include "view/commands.h"
 
 namespace hivequarry {
@@ -20,19 +21,6 @@ enum class ListNeeds : uint8_t {
   kRunning,
   kAgain,  // a list whose rows can be made anew
 };
-
-// The lists for which a command means something; others don't have it in their menu.
-enum class ListAbout : uint8_t {
-  kAnything,
-  kPieces,    // runs of blocks
-  kRoots,     // root cells
-  kSecurity,  // security records and the keys that use them
-  kClasses,   // class registrations
-  kKeys,      // keys found in a hive
-  kRecord,    // the fields of a record
-  kCompared,  // differences from the registry
-};
-bool IsListAbout(ListAbout about, int kind);
 
 // What a check mark shows.
 enum class ListSwitch : uint8_t {

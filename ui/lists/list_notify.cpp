@@ -63,11 +63,11 @@ LRESULT OnListNotify(ListPlace& place, const NMHDR& notice) {
     case NM_CLICK:
       EndSelecting(place);  // the user selects
       return 0;
-    case LVN_ITEMACTIVATE:
-      RunListCommand(place, IsListAbout(ListAbout::kRecord, ListKindOf(*place.model))
-                                ? kCommandFollowRecord
-                                : kCommandGoToTree);
+    case LVN_ITEMACTIVATE: {
+      const bool field = FindListKind(ListKindOf(*place.model)).leads == RowLeads::kField;
+      RunListCommand(place, field ? kCommandFollowRecord : kCommandGoToTree);
       return 0;
+    }
     case HDN_ENDTRACKW:
     case HDN_DIVIDERDBLCLICKW:
       place.columns_touched = true;
