@@ -3,7 +3,6 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <csignal>
-#include <iterator>
 #include <map>
 #include <string>
 #include <vector>
@@ -221,30 +220,13 @@ void AddSecurity(CLI::App& app, ConsoleRequest& request, bool named) {
 #endif
 }
 
-struct ReportHelp {
-  Report report;
-  const char* text;
-};
-constexpr ReportHelp kReportHelp[] = {
-    {Report::kServices, "Services and drivers"},
-    {Report::kUninstall, "Installed programs, as their uninstall entries have them"},
-    {Report::kCountKeys, "What the shell counted of programs started"},
-    {Report::kClasses, "Class registrations and the files behind them"},
-    {Report::kProgIds, "Classes with the names of their types"},
-    {Report::kOpenWith, "Programs with which kinds of files are opened"},
-    {Report::kKeyFiles, "Keys whose values name files or folders"},
-    {Report::kFiles, "Files and folders that values name"},
-    {Report::kOpenSaveMru, "Files chosen in open and save dialogs"},
-    {Report::kStreamMru, "Folders shown by the shell, from its item lists"}};
-static_assert(std::size(kReportHelp) == static_cast<size_t>(Report::kCount));
-
 void AddReports(CLI::App& app, ConsoleRequest& request, bool named) {
   CLI::App* report = app.add_subcommand("report", "Reports on well-known structures");
   report->require_subcommand(1);
   if (!named) return;
-  for (const ReportHelp& help : kReportHelp) {
-    const ReportInfo& info = InfoOf(help.report);
-    CLI::App* command = report->add_subcommand(info.name, help.text);
+  for (int number = 0; number < static_cast<int>(Report::kCount); ++number) {
+    const ReportInfo& info = InfoOf(static_cast<Report>(number));
+    CLI::App* command = report->add_subcommand(info.name, info.help);
     command->fallthrough();
     AddHive(command, request);
     AddBranch(command, request);

@@ -10,34 +10,6 @@
 namespace hivequarry {
 namespace {
 
-constexpr const char* kInstalledRoot = "HKLM\\SOFTWARE\\Microsoft\\Windows\\CurrentVersion";
-constexpr ReportInfo kReports[] = {
-    {Report::kServices, "services", 44, 0, nullptr},
-    {Report::kUninstall, "uninstall", 29, 30,
-     "HKLM\\SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\Uninstall"},
-    {Report::kCountKeys, "count-keys", 41, 42,
-     "HKCU\\Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\UserAssist"},
-    {Report::kClasses, "classes", 28, 0, nullptr},
-    {Report::kProgIds, "prog-ids", 25, 0, nullptr},
-    {Report::kOpenWith, "open-with", 33, 0, nullptr},
-    {Report::kKeyFiles, "key-files", 26, 27, kInstalledRoot},
-    {Report::kFiles, "files", 31, 32, kInstalledRoot},
-    {Report::kOpenSaveMru, "open-save-mru", 56, 0, nullptr},
-    {Report::kStreamMru, "stream-mru", 57, 0, nullptr},
-};
-constexpr void (*kRuns[])(ReportRun&) = {
-    ReportServices, ReportUninstall, ReportCountKeys, ReportClasses,     ReportProgIds,
-    ReportOpenWith, ReportKeyFiles,  ReportFiles,     ReportOpenSaveMru, ReportStreamMru};
-
-constexpr bool TablesFit() {
-  for (size_t i = 0; i < std::size(kReports); ++i) {
-    if (kReports[i].report != static_cast<Report>(i)) return false;
-  }
-  return std::size(kReports) == static_cast<size_t>(Report::kCount) &&
-         std::size(kRuns) == std::size(kReports);
-}
-static_assert(TablesFit());
-
 // --- where reports begin -----------------------------------------------------------------------
 
 struct Place {
@@ -116,17 +88,101 @@ struct Beginning {
                           // know better
   bool entries = false;   // each subkey is an entry of its own; what lies in one is no entry
 };
-constexpr Beginning kBeginnings[] = {{IsServices, true, true},
-                                     {IsUninstall, true, true},
-                                     {IsUserAssist, true},
-                                     {IsClassIds},
-                                     {IsFileTypes},
-                                     {IsFileTypes},
-                                     {nullptr, true},
-                                     {nullptr, true},
-                                     {IsOpenSaveMru},
-                                     {IsViewMru}};
-static_assert(std::size(kBeginnings) == std::size(kReports));
+
+// --- the reports ---------------------------------------------------------------------------------
+
+struct ReportRow {
+  ReportInfo info;
+  void (*run)(ReportRun&);
+  Beginning beginning;
+};
+
+constexpr const char* kInstalledRoot = "HKLM\\SOFTWARE\\Microsoft\\Windows\\CurrentVersion";
+// In the order of their numbers.
+constexpr ReportRow kReports[] = {
+    {{.report = Report::kServices,
+      .name = "services",
+      .help = "Services and drivers",
+      .kind = kListServices},
+     ReportServices,
+     {IsServices, true, true}},
+    {{.report = Report::kUninstall,
+      .name = "uninstall",
+      .help = "Installed programs, as their uninstall entries have them",
+      .kind = kListUninstall,
+      .live_kind = kListLiveUninstall,
+      .live_root = "HKLM\\SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\Uninstall"},
+     ReportUninstall,
+     {IsUninstall, true, true}},
+    {{.report = Report::kCountKeys,
+      .name = "count-keys",
+      .help = "What the shell counted of programs started",
+      .kind = kListCountKeys,
+      .live_kind = kListLiveCountKeys,
+      .live_root = "HKCU\\Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\UserAssist"},
+     ReportCountKeys,
+     {IsUserAssist, true}},
+    {{.report = Report::kClasses,
+      .name = "classes",
+      .help = "Class registrations and the files behind them",
+      .kind = kListClasses},
+     ReportClasses,
+     {IsClassIds}},
+    {{.report = Report::kProgIds,
+      .name = "prog-ids",
+      .help = "Classes with the names of their types",
+      .kind = kListProgIds},
+     ReportProgIds,
+     {IsFileTypes}},
+    {{.report = Report::kOpenWith,
+      .name = "open-with",
+      .help = "Programs with which kinds of files are opened",
+      .kind = kListOpenWith},
+     ReportOpenWith,
+     {IsFileTypes}},
+    {{.report = Report::kKeyFiles,
+      .name = "key-files",
+      .help = "Keys whose values name files or folders",
+      .kind = kListKeyFiles,
+      .live_kind = kListLiveKeyFiles,
+      .live_root = kInstalledRoot},
+     ReportKeyFiles,
+     {nullptr, true}},
+    {{.report = Report::kFiles,
+      .name = "files",
+      .help = "Files and folders that values name",
+      .kind = kListFiles,
+      .live_kind = kListLiveFiles,
+      .live_root = kInstalledRoot},
+     ReportFiles,
+     {nullptr, true}},
+    {{.report = Report::kOpenSaveMru,
+      .name = "open-save-mru",
+      .help = "Files chosen in open and save dialogs",
+      .kind = kListOpenSaveMru},
+     ReportOpenSaveMru,
+     {IsOpenSaveMru}},
+    {{.report = Report::kStreamMru,
+      .name = "stream-mru",
+      .help = "Folders shown by the shell, from its item lists",
+      .kind = kListStreamMru},
+     ReportStreamMru,
+     {IsViewMru}},
+};
+
+constexpr bool RowsAreWhole() {
+  for (size_t i = 0; i < std::size(kReports); ++i) {
+    const ReportInfo& info = kReports[i].info;
+    const bool named = info.name != nullptr && info.help != nullptr && info.kind != 0;
+    if (info.report != static_cast<Report>(i) || !named || kReports[i].run == nullptr) return false;
+  }
+  return std::size(kReports) == static_cast<size_t>(Report::kCount);
+}
+static_assert(RowsAreWhole());
+
+const ReportRow& RowOf(Report report) {
+  return kReports[std::min(static_cast<size_t>(report), std::size(kReports) - 1)];
+}
 
 // The beginning that the item is or lies in, with the item itself or, of entries, the one that it
 // belongs to. No item when it lies in none.
@@ -157,13 +213,11 @@ std::vector<ReportStart> BeginningsBelow(const Place& at, const Beginning& begin
 
 }  // namespace
 
-const ReportInfo& InfoOf(Report report) {
-  return kReports[std::min(static_cast<size_t>(report), std::size(kReports) - 1)];
-}
+const ReportInfo& InfoOf(Report report) { return RowOf(report).info; }
 
 const ReportInfo* FindReport(std::string_view name) {
-  for (const ReportInfo& info : kReports) {
-    if (name == info.name) return &info;
+  for (const ReportRow& row : kReports) {
+    if (name == row.info.name) return &row.info;
   }
   return nullptr;
 }
@@ -171,7 +225,7 @@ const ReportInfo* FindReport(std::string_view name) {
 std::vector<ReportStart> FindReportKeys(const HiveImage& hive, const KeyTree& tree, Report report,
                                         uint32_t item, bool named) {
   if (item >= tree.items.size()) return {};
-  const Beginning& beginning = kBeginnings[static_cast<size_t>(InfoOf(report).report)];
+  const Beginning& beginning = RowOf(report).beginning;
   const Place at = {hive, tree, item};
   if (beginning.begins == nullptr) return {{item, 1}};
   const ReportStart around = StartAround(at, beginning);
@@ -183,7 +237,7 @@ std::vector<ReportStart> FindReportKeys(const HiveImage& hive, const KeyTree& tr
 
 void RunReport(Report report, KeySource& keys, bool live, OutputList& list) {
   ReportRun run = {keys, list, live};
-  kRuns[static_cast<size_t>(InfoOf(report).report)](run);
+  RowOf(report).run(run);
 }
 
 bool RunReportOnHive(Report report, const HiveImage& hive, const KeyTree& tree, uint32_t item,

@@ -13,24 +13,25 @@
 namespace hivequarry {
 
 enum class Report : uint8_t {
-  kServices,     // kind 44
-  kUninstall,    // 29, live 30
-  kCountKeys,    // 41, live 42: what the shell counts of programs started
-  kClasses,      // 28: class registrations
-  kProgIds,      // 25: names of classes and file types
-  kOpenWith,     // 33
-  kKeyFiles,     // 26, live 27: files and folders that values name, by key
-  kFiles,        // 31, live 32: the same by file
-  kOpenSaveMru,  // 56
-  kStreamMru,    // 57
+  kServices,
+  kUninstall,
+  kCountKeys,  // what the shell counts of programs started
+  kClasses,    // class registrations
+  kProgIds,    // names of classes and file types
+  kOpenWith,
+  kKeyFiles,  // files and folders that values name, by key
+  kFiles,     // the same by file
+  kOpenSaveMru,
+  kStreamMru,
   kCount
 };
 struct ReportInfo {
-  Report report;
-  const char* name;       // on the console: "count-keys"
-  int kind;               // of its list
-  int live_kind;          // on the live registry; 0: only on hives
-  const char* live_root;  // the key of the live registry that it begins at; null for none
+  Report report = Report::kCount;
+  const char* name = nullptr;       // on the console: "count-keys"
+  const char* help = nullptr;       // there, a line
+  int kind = 0;                     // of its list
+  int live_kind = 0;                // on the live registry; 0: only on hives
+  const char* live_root = nullptr;  // the key there that it begins at
 };
 const ReportInfo& InfoOf(Report report);
 // By console name; null for none.
