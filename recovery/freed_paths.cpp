@@ -92,11 +92,8 @@ std::string PathOfChain(const HiveImage& hive, const KeyTree& tree, const FreedR
 std::string PathOf(const HiveImage& hive, const KeyTree& tree, const FreedRecords& records,
                    uint32_t position, const PathText& text) {
   if (position == kNoOffset) return {};
-  const FreedKey* key = FreedKeyAt(records, position);
-  if (key != nullptr) {
-    const auto row = static_cast<uint32_t>(key - records.keys.data());
-    return PathOfChain(hive, tree, records, ChainOf(records, row), text);
-  }
+  const uint32_t row = FreedKeyRow(records, position);
+  if (row != kNoItem) return PathOfChain(hive, tree, records, ChainOf(records, row), text);
   const uint32_t item = ItemOfPosition(tree, position);
   return item == kNoItem ? "" : text.of_item(hive, tree, item);
 }
@@ -121,7 +118,7 @@ std::string ShiftWords(uint32_t shift) {
                  Hex(less ? 0U - shift : shift), less ? " less" : " more"});
 }
 
-std::string FreedPlaceWords(const FreedRecords&, const FreedKey& key) {
+std::string FreedPlaceWords(const FreedKey& key) {
   std::string words = WordsOf(key.place);
   if (key.bond == FreedBond::kUsedAgain) words += ", parent's place was used again";
   if (key.bond == FreedBond::kNotConfirmed) words += ", not confirmed";
@@ -162,21 +159,21 @@ bool IsFreedBelow(const KeyTree& tree, const FreedRecords& records, uint32_t key
 }
 
 const std::string& FreedPathWalker::PathOf(uint32_t key_position) {
-  const FreedKey* key = FreedKeyAt(records_, key_position);
-  if (key == nullptr) {
+  const uint32_t row = FreedKeyRow(records_, key_position);
+  if (row == kNoItem) {
     last_ = {kNoItem, 0, FreedPath(hive_, tree_, records_, key_position)};
     return last_.path;
   }
-  const auto row = static_cast<uint32_t>(key - records_.keys.data());
   if (row == last_.row) return last_.path;
-  const size_t room = RoomFor(*key);
-  const uint32_t above = key->parent_row;
+  const FreedKey& key = records_.keys[row];
+  const size_t room = RoomFor(key);
+  const uint32_t above = key.parent_row;
   if (above != kNoItem && above == last_.row) std::swap(last_, parent_);
   if (above != kNoItem && above == parent_.row && parent_.room + room <= records_.path_limit) {
     last_.row = row;
     last_.room = parent_.room + room;
     last_.path.assign(parent_.path).append("\\");
-    AddNarrowName(hive_, *key, last_.path);
+    AddNarrowName(hive_, key, last_.path);
     return last_.path;
   }
   const Chain chain = ChainOf(records_, row);
@@ -185,7 +182,7 @@ const std::string& FreedPathWalker::PathOf(uint32_t key_position) {
            PathOfChain(hive_, tree_, records_, chain, text)};
   parent_ = Known();
   if (chain.whole && above != kNoItem) {
-    const size_t name = FreedKeyName(hive_, *key).size() + 1;
+    const size_t name = FreedKeyName(hive_, key).size() + 1;
     parent_ = {above, chain.room - room, last_.path.substr(0, last_.path.size() - name)};
   }
   return last_.path;

@@ -30,7 +30,7 @@ auto* FindRecord(Records& records, uint32_t position) {
   return at != records.end() && at->position == position ? &*at : nullptr;
 }
 
-FreedRecords TakeRecords(const std::vector<FreedCandidate>& candidates) {
+FreedRecords RecordsOf(const std::vector<FreedCandidate>& candidates) {
   FreedRecords records;
   for (const FreedCandidate& from : candidates) {
     if (from.key) {
@@ -143,26 +143,16 @@ bool IsLeftValue(const Relating& relating, uint32_t position) {
          !ContainsPosition(relating.uses.named, position);
 }
 
-void ReadNominalList(Relating& relating, const FreedKey& key) {
-  const uint32_t allowed = std::max(kEntriesOfEach, relating.pool);
-  ReadValuesOfKey(relating.hive, key.position, allowed, relating.positions);
-  const auto read = static_cast<uint32_t>(relating.positions.size());
-  if (read > kEntriesOfEach) relating.pool -= std::min(relating.pool, read - kEntriesOfEach);
-  if (read == allowed && key.values > read) NoteShortfall(Shortfall::kFreedRecords);
-}
-
-void ReadShiftedList(Relating& relating, const FreedKey& key) {
-  const HiveImage& hive = relating.hive;
+// Positions that the key's list leads to with the offsets of an earlier state.
+void ReadShiftedList(const HiveImage& hive, const FreedKey& key, uint32_t most,
+                     std::vector<uint32_t>& positions) {
   if (!HasValueList(hive, key.position)) return;
   const uint32_t list = ReadU32(hive, key.position + kKeyValueList) + hive.data_base - key.shift;
   if (list % 4 != 0 || !InCellBounds(hive, list)) return;
   const uint32_t room = (hive.length - list - 4) / 4;
-  const uint32_t allowed = std::max(kEntriesOfEach, relating.pool);
-  const uint32_t count = std::min({key.values, room, allowed});
-  if (count > kEntriesOfEach) relating.pool -= std::min(relating.pool, count - kEntriesOfEach);
-  if (count == allowed && key.values > count) NoteShortfall(Shortfall::kFreedRecords);
+  const uint32_t count = std::min({key.values, room, most});
   for (uint32_t i = 0; i < count; ++i) {
-    relating.positions.push_back(ReadU32(hive, list + 4 + 4 * i) + hive.data_base - key.shift);
+    positions.push_back(ReadU32(hive, list + 4 + 4 * i) + hive.data_base - key.shift);
   }
 }
 
@@ -210,12 +200,16 @@ void ReadList(Relating& relating, FreedKey& key) {
   relating.positions.clear();
   key.values = ReadU32(relating.hive, key.position + kKeyValueCount);
   key.values_found = 0;
-  if (key.shift == 0) ReadNominalList(relating, key);
-  if (key.shift != 0) ReadShiftedList(relating, key);
+  const uint32_t most = std::max(kEntriesOfEach, relating.pool);
+  if (key.shift == 0) ReadValuesOfKey(relating.hive, key.position, most, relating.positions);
+  if (key.shift != 0) ReadShiftedList(relating.hive, key, most, relating.positions);
+  const auto read = static_cast<uint32_t>(relating.positions.size());
+  if (read > kEntriesOfEach) relating.pool -= std::min(relating.pool, read - kEntriesOfEach);
+  if (read == most && key.values > read) NoteShortfall(Shortfall::kFreedRecords);
 }
 
 // The list may be in a free cell too; what it names must be values still.
-void TakeValues(Relating& relating, FreedKey& key) {
+void BindValues(Relating& relating, FreedKey& key) {
   ReadList(relating, key);
   for (const uint32_t position : relating.positions) {
     key.values_found += IsValueOf(relating, key, position);
@@ -240,8 +234,9 @@ void ForEachKey(FreedRecords& records, const Work& work) {
   }
 }
 
-// Which records are in pages of an earlier state. With fewer than three keys that lead nowhere
-// there is nothing to tell it by.
+// Which records are in pages of an earlier state. It takes three witnesses, and a key is two at
+// most, by its list and by its parent: with fewer than two keys that lead nowhere there is nothing
+// to tell it by.
 void FindShifts(Relating& relating) {
   FreedRecords& records = relating.records;
   relating.pool = relating.hive.length / 4;
@@ -294,9 +289,11 @@ void Relate(Relating& relating) {
   IndexValues(relating);
   FindShifts(relating);
   relating.pool = relating.hive.length / 4;
+  // FindShifts has found the parents of offsets as they are.
+  const bool shifted = !relating.runs.empty();
   ForEachKey(records, [&](FreedKey& key) {
-    FindParent(relating, key);
-    TakeValues(relating, key);
+    if (shifted) FindParent(relating, key);
+    BindValues(relating, key);
   });
   for (const FormerValue& former : relating.uses.former) {
     FreedValue* value = ValueAt(relating, former.value);
@@ -328,13 +325,18 @@ const FreedValue* FreedValueAt(const FreedRecords& records, uint32_t position) {
   return FindRecord(records.values, position);
 }
 
+uint32_t FreedKeyRow(const FreedRecords& records, uint32_t position) {
+  const FreedKey* key = FreedKeyAt(records, position);
+  return key == nullptr ? kNoItem : static_cast<uint32_t>(key - records.keys.data());
+}
+
 FreedRecords FindFreedRecords(const HiveImage& hive, const KeyTree& tree) {
   ShowStatus("Looking for freed records ...");
   std::vector<FreedCandidate> candidates = FindFreedCandidates(hive, tree);
   const FreedUses uses = CollectFreedUses(hive, tree, candidates);
   std::erase_if(candidates, [&](const FreedCandidate& each) { return !IsFreed(hive, each, uses); });
   SettleOverlaps(hive, candidates);
-  FreedRecords records = TakeRecords(candidates);
+  FreedRecords records = RecordsOf(candidates);
   Relating relating{hive, tree, uses, records};
   if (hive.data_base_proven) Relate(relating);
   records.path_limit = PathLimitFor(hive, records);

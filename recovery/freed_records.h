@@ -78,6 +78,8 @@ FreedRecords FindFreedRecords(const HiveImage& hive, const KeyTree& tree);
 // The record at a position, null for none.
 const FreedKey* FreedKeyAt(const FreedRecords& records, uint32_t position);
 const FreedValue* FreedValueAt(const FreedRecords& records, uint32_t position);
+// The place of the key at a position among all of them; kNoItem for none.
+uint32_t FreedKeyRow(const FreedRecords& records, uint32_t position);
 
 // A type whose upper half is its owner's and whose lower half is that of plain data: the latter.
 // Any other type as it is.
@@ -123,7 +125,7 @@ bool IsFreedBelow(const KeyTree& tree, const FreedRecords& records, uint32_t key
                   uint32_t item);
 
 // Where the record is and what its path is worth: "inside a free cell, not confirmed".
-std::string FreedPlaceWords(const FreedRecords& records, const FreedKey& key);
+std::string FreedPlaceWords(const FreedKey& key);
 std::string FreedPlaceWords(const HiveImage& hive, const FreedRecords& records,
                             const FreedValue& value);
 // "offsets are those of an earlier state of the hive: 0x116000 more"; empty for none.

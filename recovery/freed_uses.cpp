@@ -124,6 +124,7 @@ void NoteKeys(Collecting& collecting, const KeyTree& tree) {
   uint32_t steps = 0;
   for (const KeyItem& item : tree.items) {
     if ((++steps & kStopPollMask) == 0 && StopRequested()) return;
+    // Keys that are hidden from the view are in use all the same, so this is not HasKeyCell.
     const bool is_key = item.kind == ItemKind::kKey || item.kind == ItemKind::kRoot;
     if (!is_key || (item.marks & kVirtualMarks) != 0 || item.position == kNoOffset) continue;
     NoteList(collecting, item.position);
@@ -153,7 +154,7 @@ void NoteValues(Collecting& collecting, const KeyTree& tree) {
 }
 
 // Candidates come ascending, so those of one host follow one another.
-void TakeCandidates(const HiveImage& hive, std::span<const FreedCandidate> candidates,
+void NoteCandidates(const HiveImage& hive, std::span<const FreedCandidate> candidates,
                     FreedUses& uses) {
   for (const FreedCandidate& candidate : candidates) {
     if (!candidate.key) InsertPosition(uses.candidates, candidate.position);
@@ -185,7 +186,7 @@ FreedUses CollectFreedUses(const HiveImage& hive, const KeyTree& tree,
   if (candidates.empty()) return {};
   ResetIndex(collecting.uses.candidates, hive.length);
   ResetIndex(collecting.uses.named, hive.length);
-  TakeCandidates(hive, candidates, collecting.uses);
+  NoteCandidates(hive, candidates, collecting.uses);
   NoteKeys(collecting, tree);
   NoteValues(collecting, tree);
   return std::move(collecting.uses);

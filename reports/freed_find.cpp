@@ -1,5 +1,3 @@
-#include "reports/freed_find.h"
-
 #include <algorithm>
 #include <string>
 #include <utility>
@@ -11,6 +9,7 @@
 #include "host/long_operation.h"
 #include "host/number_text.h"
 #include "lists/list_rows.h"
+#include "reports/freed_find.h"
 
 namespace hivequarry {
 namespace {
@@ -33,7 +32,7 @@ class FreedSearch {
     const FreedPathTexts texts = FreedPathTextsOf(from_, key.position);
     facts.path = texts.lossless;
     AddHit({texts.path, "", "", "", PlaceText(from_.hive, key.position)}, key.position, facts, 0,
-           "", FreedPlaceWords(from_.records, key));
+           "", FreedPlaceWords(key));
   }
 
   void VisitValue(const FreedValue& freed) {
@@ -130,10 +129,10 @@ void ListFreedDates(FreedSource& from, uint32_t item, const KeyDateRange& range,
     if (range.limited && !KeyDateInRange(time, range)) continue;
     const FreedPathTexts texts = FreedPathTextsOf(from, key.position);
     facts.path = texts.lossless;
-    AddListRow(list,
-               {KeyDateText(time), texts.path, PlaceText(from.hive, key.position),
-                FreedPlaceWords(from.records, key)},
-               key.position, facts);
+    AddListRow(
+        list,
+        {KeyDateText(time), texts.path, PlaceText(from.hive, key.position), FreedPlaceWords(key)},
+        key.position, facts);
   }
 }
 

@@ -1,5 +1,3 @@
-#include "reports/freed_lists.h"
-
 #include <algorithm>
 #include <string>
 
@@ -11,6 +9,7 @@
 #include "lists/list_rows.h"
 #include "recovery/freed_records.h"
 #include "recovery/item_values.h"
+#include "reports/freed_lists.h"
 #include "reports/freed_rows.h"
 
 namespace hivequarry {
@@ -29,7 +28,7 @@ void AddKey(FreedSource& from, const FreedKey& key, OutputList& list) {
   AddListRow(list,
              {texts.path, PlaceText(from.hive, key.position), PositionOrNone(from.hive, key.parent),
               FormatTimestampChecked(facts.last_write), std::to_string(key.values),
-              std::to_string(key.values_found), FreedPlaceWords(from.records, key)},
+              std::to_string(key.values_found), FreedPlaceWords(key)},
              key.position, facts);
 }
 
@@ -113,7 +112,7 @@ OutputListPtr ListFreedDetail(const HiveImage& hive, const KeyTree& tree, uint32
   };
   if (key != nullptr) {
     add("Key", FreedPath(hive, tree, from.records, position));
-    add("Place", FreedPlaceWords(from.records, *key));
+    add("Place", FreedPlaceWords(*key));
     AddKeyLines(from, *key, *list);
     return list;
   }

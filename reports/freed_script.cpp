@@ -28,11 +28,6 @@ void CommentOut(std::string& out, size_t start) {
   out.replace(start, std::string::npos, lines);
 }
 
-uint32_t RowOfKey(const FreedRecords& records, uint32_t position) {
-  const FreedKey* key = FreedKeyAt(records, position);
-  return key == nullptr ? kNoItem : static_cast<uint32_t>(key - records.keys.data());
-}
-
 // By key: whether it or a freed key above it has a backslash in its name, which would part it.
 std::vector<bool> FindParted(const HiveImage& hive, const FreedRecords& records) {
   std::vector<bool> parted(records.keys.size());
@@ -91,9 +86,8 @@ class FreedWriter {
 
   void WriteKey(const FreedKey& key) {
     const uint64_t time = ReadU64(from_.hive, key.position + kKeyLastWrite);
-    Comment("Deleted key at " + PlaceText(from_.hive, key.position) + ", " +
-            FreedPlaceWords(from_.records, key) + ", last written " + FormatTimestampChecked(time) +
-            " UTC");
+    Comment("Deleted key at " + PlaceText(from_.hive, key.position) + ", " + FreedPlaceWords(key) +
+            ", last written " + FormatTimestampChecked(time) + " UTC");
     if (WriteKeyLine(key.position)) ++result_.keys;
     WriteValuesOf(key.position, true);
     if (out_.size() >= kBufferSize) Flush();
@@ -122,7 +116,7 @@ class FreedWriter {
   // Names keep all their characters, and have no backslash that would part them.
   bool HoldsNames(uint32_t key) {
     if (!FreedPathTextsOf(from_, key).lossless.empty()) return false;
-    const uint32_t row = RowOfKey(from_.records, key);
+    const uint32_t row = FreedKeyRow(from_.records, key);
     return row == kNoItem || !parted_[row];
   }
 
@@ -217,7 +211,7 @@ FreedChoice ChooseFreed(const FreedRecords& records, std::span<const uint32_t> p
   std::vector<bool> keys(records.keys.size());
   std::vector<bool> values(records.values.size());
   for (const uint32_t position : positions) {
-    const uint32_t row = RowOfKey(records, position);
+    const uint32_t row = FreedKeyRow(records, position);
     const FreedValue* value = FreedValueAt(records, position);
     if (row != kNoItem) keys[row] = true;
     if (value != nullptr) values[static_cast<size_t>(value - records.values.data())] = true;
@@ -228,7 +222,7 @@ FreedChoice ChooseFreed(const FreedRecords& records, std::span<const uint32_t> p
     if (keys[row]) choice.keys.push_back(row);
   }
   for (uint32_t row = 0; row < values.size(); ++row) {
-    const uint32_t key = RowOfKey(records, records.values[row].key);
+    const uint32_t key = FreedKeyRow(records, records.values[row].key);
     if (values[row] || (key != kNoItem && keys[key])) choice.values.push_back(row);
   }
   return choice;

@@ -313,7 +313,7 @@ Found FindAged(const BuiltHive& built, uint32_t shift) {
   for (const FreedKey& key : records.keys) {
     found.with_parent += key.parent != kNoOffset;
     found.values_found += key.values_found;
-    found.noted += FreedPlaceWords(records, key).ends_with(ShiftWords(shift));
+    found.noted += FreedPlaceWords(key).ends_with(ShiftWords(shift));
   }
   for (const FreedValue& value : records.values) found.values_with_key += value.key != kNoOffset;
   return found;
