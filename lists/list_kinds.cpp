@@ -33,9 +33,11 @@ constexpr KindColumn kRootKeys[] = {kRoot, Text("Valid Root", 4), kKey, Text("Ke
 constexpr KindColumn kFileStatus[] = {kStatus, kFile};
 constexpr KindColumn kKeys[] = {kKey};
 // Sizes are shown as positions are, and sort by the number that such a text begins with.
-constexpr KindColumn kPieceSize = Held(Text("Size", 6), CellHolds::kPosition, SortMode::kNumber);
+constexpr KindColumn Size(int thirds) {
+  return Held(Text("Size", thirds), CellHolds::kPosition, SortMode::kNumber);
+}
 constexpr KindColumn kPieces[] = {Position("Start Offset", 6, 1), Position("End Offset", 6, 1),
-                                  kPieceSize, kFile};
+                                  Size(6), kFile};
 constexpr KindColumn kErrors[] = {kRoot, kKey, kValue, kError};
 
 // --- special reports -----------------------------------------------------------------------------
@@ -134,7 +136,7 @@ constexpr KindColumn kWholePath = Wide(kKey, 12, 4);
 constexpr KindColumn kValues[] = {kWholePath,   kValue,     kType,  kData,
                                   kValueOffset, kKeyOffset, kStatus};
 constexpr KindColumn kDetail[] = {kField, Text("Text", 8, 5)};
-constexpr KindColumn kBins[] = {Text("Block", 2, 1), Position("Position", 4), Count("Size", 3),
+constexpr KindColumn kBins[] = {Text("Block", 2, 1), Position("Position", 4), Size(3),
                                 Text("Copy", 2, 1), Position("Own Offset", 4)};
 constexpr KindColumn kRawRecord[] = {
     Position("Position", 4), Number("Size", 3),     kField,

@@ -1,5 +1,8 @@
 #include "lists/list_rows.h"
 
+#include <algorithm>
+#include <array>
+
 #include "hive/file_place.h"
 #include "hive/keys.h"
 #include "hive/offset_map.h"
@@ -32,20 +35,43 @@ void ShowWalk(const std::string& path, uint32_t keys, size_t rows) {
   ShowStatus((path + "  " + std::to_string(keys) + "/" + std::to_string(rows)).c_str());
 }
 
-void AddListRow(OutputList& list, std::initializer_list<std::string_view> texts, uint32_t datum,
+namespace {
+
+void AddRowAbout(OutputList& list, NewRow row, uint32_t datum, const RowFacts& facts, int icon) {
+  row.icon = icon;
+  row.has_datum = datum != kNoOffset;
+  row.datum = row.has_datum ? datum : 0;
+  row.facts = facts;
+  AddRow(list, row);
+}
+
+}  // namespace
+
+void AddListRow(OutputList& list, std::span<const Cell> cells, uint32_t datum,
                 const RowFacts& facts, int icon) {
-  AddListRow(list, std::span(texts.begin(), texts.size()), datum, facts, icon);
+  std::array<std::string_view, kMaxOwnColumns> texts;
+  std::array<uint64_t, kMaxOwnColumns> values;
+  const size_t count = std::min(cells.size(), texts.size());
+  for (size_t i = 0; i < count; ++i) {
+    texts[i] = cells[i].text;
+    values[i] = cells[i].value;
+  }
+  NewRow row;
+  row.texts = std::span(texts).first(count);
+  row.values = std::span(values).first(count);
+  AddRowAbout(list, row, datum, facts, icon);
+}
+
+void AddListRow(OutputList& list, std::initializer_list<Cell> cells, uint32_t datum,
+                const RowFacts& facts, int icon) {
+  AddListRow(list, std::span(cells.begin(), cells.size()), datum, facts, icon);
 }
 
 void AddListRow(OutputList& list, std::span<const std::string_view> texts, uint32_t datum,
                 const RowFacts& facts, int icon) {
   NewRow row;
   row.texts = texts;
-  row.icon = icon;
-  row.has_datum = datum != kNoOffset;
-  row.datum = row.has_datum ? datum : 0;
-  row.facts = facts;
-  AddRow(list, row);
+  AddRowAbout(list, row, datum, facts, icon);
 }
 
 std::string LosslessName(const HiveImage& hive, const ValueKey& value) {

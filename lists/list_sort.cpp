@@ -4,6 +4,7 @@
 #include <memory>
 #include <new>
 
+#include "hive/timestamp.h"
 #include "host/case.h"
 #include "host/host.h"
 #include "lists/list_order.h"
@@ -44,7 +45,7 @@ bool Stopped(StopPoll& poll) {
 bool IsDigit(char character) { return character >= '0' && character <= '9'; }
 
 // The decimal number at `at`, which moves after its digits; no more than `most`.
-uint64_t TakeNumber(std::string_view text, size_t& at, uint64_t most) {
+uint64_t ReadNumber(std::string_view text, size_t& at, uint64_t most) {
   uint64_t number = 0;
   for (; at < text.size() && IsDigit(text[at]); ++at) {
     const auto digit = static_cast<uint64_t>(text[at] - '0');
@@ -59,7 +60,7 @@ uint64_t NumberKey(std::string_view text) {
   size_t at = std::min(text.find_first_not_of(" \t"), text.size());
   const bool negative = at < text.size() && text[at] == '-';
   if (negative) ++at;
-  const uint64_t number = TakeNumber(text, at, kZero - 1);
+  const uint64_t number = ReadNumber(text, at, kZero - 1);
   return negative ? kZero - number : kZero + number;
 }
 
@@ -70,13 +71,38 @@ uint64_t DateKey(std::string_view text) {
   size_t at = 0;
   for (int part = 0; part < kParts; ++part) {
     while (at < text.size() && !IsDigit(text[at])) ++at;
-    key = key << 8 | TakeNumber(text, at, part == 0 ? 0xFFFF : 0xFF);
+    key = key << 8 | ReadNumber(text, at, part == 0 ? 0xFFFF : 0xFF);
   }
   return key;
 }
 
-uint64_t NumberOf(const OutputList& list, uint32_t row, const SortRequest& request) {
+// Such a key of a cell's own date, which its text shows to the second.
+uint64_t DateKeyOf(uint64_t seconds) {
+  constexpr uint64_t kUnitsPerSecond = 10'000'000;  // of a FILETIME
+  const CalendarTime at = CalendarOfFileTime(seconds * kUnitsPerSecond);
+  uint64_t key = static_cast<uint64_t>(at.year);
+  for (const int part : {at.month, at.day, at.hour, at.minute, at.second, 0}) {
+    key = key << 8 | static_cast<uint64_t>(part);
+  }
+  return key;
+}
+
+// True where what the cells of a column are is what they are sorted by.
+bool SortsByValues(const OutputList& list, const SortRequest& request) {
+  if (request.column < 0 || request.column >= ColumnCount(list)) return false;
+  const KindColumn* column = ColumnRecord(list, request.column);
+  if (column == nullptr) return false;
+  if (request.mode == SortMode::kDate) return column->holds == CellHolds::kDate;
+  const bool number = column->holds == CellHolds::kNumber || column->holds == CellHolds::kCount;
+  return request.mode == SortMode::kNumber && number;
+}
+
+uint64_t NumberOf(const OutputList& list, uint32_t row, const SortRequest& request, bool values) {
   if (request.mode == SortMode::kIcon) return kZero + static_cast<uint64_t>(RowIcon(list, row));
+  const uint64_t value = values ? CellValue(list, row, request.column) : kNoValue;
+  if (value != kNoValue) {
+    return request.mode == SortMode::kDate ? DateKeyOf(value) : kZero + value;
+  }
   const std::string_view text = CellText(list, row, request.column);
   switch (request.mode) {
     case SortMode::kLength:
@@ -245,7 +271,10 @@ std::vector<uint32_t> SortRows(const OutputList& list, std::span<const uint32_t>
   if (rows.size() > 1 && request.mode == SortMode::kText) {
     SortByTexts({list, request.column}, request.descending, sorted, poll);
   } else {
-    for (SortRow& row : sorted) row.head = Stopped(poll) ? 0 : NumberOf(list, row.row, request);
+    const bool values = SortsByValues(list, request);
+    for (SortRow& row : sorted) {
+      row.head = Stopped(poll) ? 0 : NumberOf(list, row.row, request, values);
+    }
     SortByNumbers(sorted, request.descending, poll);
   }
   std::vector<uint32_t> order;

@@ -3,52 +3,16 @@
 #include <algorithm>
 #include <array>
 #include <bit>
-#include <cstring>
 #include <new>
 #include <utility>
 
 #include "host/host.h"
 #include "host/long_operation.h"
 #include "host/number_text.h"
+#include "lists/row_blob.h"
 
 namespace hivequarry {
 namespace {
-
-// A row is one blob: this head, the last-write time (only of a row about a key), which texts are
-// shared (a bit each, only when any are), the end of each text counted from the first text's start,
-// and the texts. The texts are the cells, empty ones at the end left out, and after them path,
-// name and bytes when the row has any of these. Ends take two bytes each, four when the texts are
-// longer than that. In place of a shared text is where an earlier row has it: the rows of a
-// key's values have its path once.
-struct RowHead {
-  uint32_t datum;
-  int16_t icon;
-  uint8_t cells;
-  uint8_t flags;
-};
-static_assert(sizeof(RowHead) == 8);
-
-constexpr uint8_t kHasDatum = 1;
-constexpr uint8_t kAboutKey = 2;
-constexpr uint8_t kHasFacts = 4;
-constexpr uint8_t kWideEnds = 8;
-constexpr uint8_t kHasShared = 16;
-constexpr int kFactTexts = 3;
-
-// What stands for a shared text. Only texts that are longer than what it takes are worth it.
-struct SharedText {
-  const char* text;
-  uint32_t size;
-};
-constexpr size_t kSharedSize = sizeof(const char*) + sizeof(uint32_t);
-constexpr size_t kLeastShared = 24;
-// Long texts that are stored, for rows to share: the latest of each cell, then of each fact.
-using TextSet = std::array<std::string_view, kMaxOwnColumns + kFactTexts>;
-// Without initial values: most rows have a few texts of the many that a row could have.
-struct StoredText {
-  const char* data;
-  size_t size;
-};
 
 constexpr size_t kFirstChunk = 4096;
 constexpr size_t kLargestChunk = size_t{1} << 20;
@@ -76,159 +40,6 @@ using Bytes = std::unique_ptr<char[]>;
 
 Bytes TryAllocate(size_t size) { return Bytes(new (std::nothrow) char[size]); }
 
-// A row's texts, laid out for writing.
-struct RowLayout {
-  RowHead head{};
-  std::span<const std::string_view> cells;  // without the empty ones at the end
-  std::array<std::string_view, kFactTexts> facts;
-  uint64_t shared = 0;  // of the texts in the order in which they are stored
-  // Likewise: the texts, or those of an earlier row that they share.
-  std::array<StoredText, kMaxOwnColumns + kFactTexts> stored;
-  int texts = 0;
-  size_t text_bytes = 0;
-  size_t end_size = 2;
-  size_t size = 0;  // of the blob
-};
-
-// A blob's parts, found again for reading.
-struct RowView {
-  RowHead head;
-  uint64_t last_write = 0;
-  uint64_t shared = 0;
-  const char* ends;
-  const char* texts;
-  size_t end_size;
-};
-
-uint32_t EndAt(const RowView& view, int text) {
-  if (view.end_size == 2) {
-    uint16_t end = 0;
-    std::memcpy(&end, view.ends + 2 * text, 2);
-    return end;
-  }
-  uint32_t end = 0;
-  std::memcpy(&end, view.ends + 4 * text, 4);
-  return end;
-}
-
-// The text that is stored between two ends.
-std::string_view TextBetween(const RowView& view, int text, uint32_t start, uint32_t end) {
-  const char* stored = view.texts + start;
-  if ((view.shared >> text & 1) == 0) return {stored, end - start};
-  SharedText shared{};
-  std::memcpy(&shared.text, stored, sizeof shared.text);
-  std::memcpy(&shared.size, stored + sizeof shared.text, sizeof shared.size);
-  return {shared.text, shared.size};
-}
-
-std::string_view TextAt(const RowView& view, int text) {
-  return TextBetween(view, text, text == 0 ? 0 : EndAt(view, text - 1), EndAt(view, text));
-}
-
-RowView ViewOfBlob(const char* blob) {
-  RowView view{};
-  std::memcpy(&view.head, blob, sizeof view.head);
-  blob += sizeof view.head;
-  if ((view.head.flags & kAboutKey) != 0) {
-    std::memcpy(&view.last_write, blob, sizeof view.last_write);
-    blob += sizeof view.last_write;
-  }
-  if ((view.head.flags & kHasShared) != 0) {
-    std::memcpy(&view.shared, blob, sizeof view.shared);
-    blob += sizeof view.shared;
-  }
-  const int texts = view.head.cells + ((view.head.flags & kHasFacts) != 0 ? kFactTexts : 0);
-  view.end_size = (view.head.flags & kWideEnds) != 0 ? 4 : 2;
-  view.ends = blob;
-  view.texts = blob + static_cast<size_t>(texts) * view.end_size;
-  return view;
-}
-
-size_t StoredSize(const RowLayout& layout, int text) {
-  const bool shared = (layout.shared >> text & 1) != 0;
-  return shared ? kSharedSize : layout.stored[static_cast<size_t>(text)].size;
-}
-
-// Adds a text to those that are stored; `before` is that of an earlier row in its place.
-inline void Store(std::string_view text, std::string_view before, RowLayout& layout) {
-  StoredText& stored = layout.stored[static_cast<size_t>(layout.texts)];
-  stored = {text.data(), text.size()};
-  if (text.size() >= kLeastShared && text == before) {
-    layout.shared |= uint64_t{1} << layout.texts;
-    stored.data = before.data();
-    layout.text_bytes += kSharedSize;
-  } else {
-    layout.text_bytes += text.size();
-  }
-  ++layout.texts;
-}
-
-// The layout looks at the row's texts and at `before`, texts of earlier rows, and lives no longer
-// than they.
-RowLayout LayOut(const NewRow& row, size_t columns, const TextSet& before) {
-  RowLayout layout;
-  size_t cells = std::min(row.texts.size(), columns);
-  while (cells > 0 && row.texts[cells - 1].empty()) --cells;
-  layout.cells = row.texts.first(cells);
-  layout.head = {row.datum, static_cast<int16_t>(row.icon), static_cast<uint8_t>(cells), 0};
-  if (row.has_datum) layout.head.flags |= kHasDatum;
-  if (row.facts.about_key) layout.head.flags |= kAboutKey;
-  layout.facts = {row.facts.path, row.facts.name, row.facts.bytes};
-  const bool facts = !row.facts.path.empty() || !row.facts.name.empty() || !row.facts.bytes.empty();
-  if (facts) layout.head.flags |= kHasFacts;
-  for (size_t cell = 0; cell < cells; ++cell) Store(layout.cells[cell], before[cell], layout);
-  for (size_t fact = 0; facts && fact < kFactTexts; ++fact) {
-    Store(layout.facts[fact], before[kMaxOwnColumns + fact], layout);
-  }
-  if (layout.shared != 0) layout.head.flags |= kHasShared;
-  if (layout.text_bytes > UINT16_MAX) {
-    layout.end_size = 4;
-    layout.head.flags |= kWideEnds;
-  }
-  layout.size = sizeof(RowHead) + (row.facts.about_key ? sizeof(uint64_t) : 0) +
-                (layout.shared != 0 ? sizeof(uint64_t) : 0) +
-                static_cast<size_t>(layout.texts) * layout.end_size + layout.text_bytes;
-  return layout;
-}
-
-// Where a set of latest texts has the one that is stored as the number `text`.
-size_t PlaceOfText(const RowLayout& layout, int text) {
-  const int cells = layout.head.cells;
-  return static_cast<size_t>(text < cells ? text : kMaxOwnColumns + text - cells);
-}
-
-// Notes in `latest` where the row has its long texts.
-void WriteBlob(const RowLayout& layout, uint64_t last_write, char* out, TextSet& latest) {
-  const auto put = [&out](const void* from, size_t size) {
-    if (size != 0) std::memcpy(out, from, size);
-    out += size;
-  };
-  put(&layout.head, sizeof layout.head);
-  if ((layout.head.flags & kAboutKey) != 0) put(&last_write, sizeof last_write);
-  if (layout.shared != 0) put(&layout.shared, sizeof layout.shared);
-  uint32_t end = 0;
-  for (int text = 0; text < layout.texts; ++text) {
-    end += static_cast<uint32_t>(StoredSize(layout, text));
-    const auto narrow = static_cast<uint16_t>(end);
-    if (layout.end_size == 2) {
-      put(&narrow, sizeof narrow);
-    } else {
-      put(&end, sizeof end);
-    }
-  }
-  for (int text = 0; text < layout.texts; ++text) {
-    const StoredText& stored = layout.stored[static_cast<size_t>(text)];
-    if ((layout.shared >> text & 1) == 0) {
-      if (stored.size >= kLeastShared) latest[PlaceOfText(layout, text)] = {out, stored.size};
-      put(stored.data, stored.size);
-      continue;
-    }
-    const auto size = static_cast<uint32_t>(stored.size);
-    put(&stored.data, sizeof stored.data);
-    put(&size, sizeof size);
-  }
-}
-
 }  // namespace
 
 struct OutputList {
@@ -252,7 +63,7 @@ namespace {
 
 // Room for a blob; null when there is no memory. A blob that would waste most of a chunk gets one
 // of its own, and the chunk in use stays in use.
-char* TakeRoom(OutputList& list, size_t size) {
+char* AllocateRoom(OutputList& list, size_t size) {
   if (size > list.free_size) {
     const bool own = size > list.next_chunk / 4;
     const size_t chunk_size = own ? size : list.next_chunk;
@@ -272,7 +83,7 @@ char* TakeRoom(OutputList& list, size_t size) {
 }
 
 // Where the pointer of the next row goes; null when there is no memory.
-const char** TakeRowPointer(OutputList& list, uint32_t row) {
+const char** AllocateRowPointer(OutputList& list, uint32_t row) {
   if (row >= kMaxRows) return nullptr;
   const RowPlace place = PlaceOfRow(row);
   auto& block = list.rows[static_cast<size_t>(place.block)];
@@ -281,19 +92,19 @@ const char** TakeRowPointer(OutputList& list, uint32_t row) {
 }
 
 // The blob of a row; null when there is no memory.
-const char* MakeBlob(OutputList& list, const RowLayout& layout, uint64_t last_write) {
+const char* MakeBlob(OutputList& list, const RowLayout& layout) {
   if (layout.text_bytes > UINT32_MAX) return nullptr;
-  char* blob = TakeRoom(list, layout.size);
-  if (blob != nullptr) WriteBlob(layout, last_write, blob, list.latest);
+  char* blob = AllocateRoom(list, layout.size);
+  if (blob != nullptr) WriteBlob(layout, blob, list.latest);
   return blob;
 }
 
 bool TryAddRow(OutputList& list, const NewRow& row) {
   const RowLayout layout = LayOut(row, list.columns.size(), list.latest);
   const uint32_t number = list.row_count.load(std::memory_order_relaxed);
-  const char** pointer = TakeRowPointer(list, number);
+  const char** pointer = AllocateRowPointer(list, number);
   if (pointer == nullptr) return false;
-  const char* blob = MakeBlob(list, layout, row.facts.last_write);
+  const char* blob = MakeBlob(list, layout);
   if (blob == nullptr) return false;
   *pointer = blob;
   list.row_count.store(number + 1, std::memory_order_release);
@@ -313,8 +124,14 @@ bool TryAddNumberedRow(OutputList& list, const NewRow& row) {
   const std::string first = Concat({Decimal(RowCount(list) + 1, five ? 5 : 6), five ? ", " : " ",
                                     texts[0].substr(0, kMaxNumberedText)});
   texts[0] = first;
+  // A numbered text says something else than the cell's value.
+  std::array<uint64_t, kMaxOwnColumns> values;
+  const size_t known = std::min(row.values.size(), values.size());
+  std::copy_n(row.values.begin(), known, values.begin());
+  if (known != 0) values[0] = kNoValue;
   NewRow numbered = row;
   numbered.texts = {texts.data(), std::max<size_t>(count, 1)};
+  numbered.values = {values.data(), known};
   return TryAddRow(list, numbered);
 }
 
@@ -395,6 +212,10 @@ void CellTexts(const OutputList& list, uint32_t row, std::span<std::string_view>
   }
 }
 
+uint64_t CellValue(const OutputList& list, uint32_t row, int column) {
+  return ValueAt(ViewOfRow(list, row), column);
+}
+
 int RowIcon(const OutputList& list, uint32_t row) { return ViewOfRow(list, row).head.icon; }
 uint32_t RowDatum(const OutputList& list, uint32_t row) {
   const RowHead head = ViewOfRow(list, row).head;
@@ -417,28 +238,51 @@ RowFacts FactsOfRow(const OutputList& list, uint32_t row) {
   return facts;
 }
 
+namespace {
+
+// A row as it was added, but for what does not fit into its list.
+struct RowCopy {
+  std::array<std::string_view, kMaxOwnColumns> texts;
+  std::array<uint64_t, kMaxOwnColumns> values;
+  NewRow row;
+};
+
+void CopyRow(const OutputList& list, uint32_t row, RowCopy& copy) {
+  const size_t columns = list.columns.size();
+  CellTexts(list, row, std::span(copy.texts).first(columns));
+  for (size_t i = 0; i < columns; ++i) copy.values[i] = CellValue(list, row, static_cast<int>(i));
+  copy.row.texts = std::span(copy.texts).first(columns);
+  copy.row.values = std::span(copy.values).first(columns);
+  copy.row.icon = RowIcon(list, row);
+  copy.row.datum = RowDatum(list, row);
+  copy.row.has_datum = RowHasDatum(list, row);
+  copy.row.facts = FactsOfRow(list, row);
+}
+
+}  // namespace
+
+void AddRowOf(OutputList& list, const OutputList& from, uint32_t row) {
+  RowCopy copy;
+  CopyRow(from, row, copy);
+  AddRow(list, copy.row);
+}
+
 bool ReplaceCell(OutputList& list, uint32_t row, int column, std::string_view text) {
   if (row >= RowCount(list) || column < 0 || column >= ColumnCount(list)) return false;
-  std::array<std::string_view, kMaxOwnColumns> texts;
-  for (int i = 0; i < ColumnCount(list); ++i)
-    texts[static_cast<size_t>(i)] = CellText(list, row, i);
-  texts[static_cast<size_t>(column)] = text;
-  NewRow changed;
-  changed.texts = {texts.data(), list.columns.size()};
-  changed.icon = RowIcon(list, row);
-  changed.datum = RowDatum(list, row);
-  changed.has_datum = RowHasDatum(list, row);
-  changed.facts = FactsOfRow(list, row);
+  RowCopy changed;
+  CopyRow(list, row, changed);
+  changed.texts[static_cast<size_t>(column)] = text;
+  changed.values[static_cast<size_t>(column)] = kNoValue;
   // The old blob stays where it is until the list is cleared.
-  const RowLayout layout = LayOut(changed, list.columns.size(), TextSet());
-  const char* blob = MakeBlob(list, layout, changed.facts.last_write);
+  const RowLayout layout = LayOut(changed.row, list.columns.size(), TextSet());
+  const char* blob = MakeBlob(list, layout);
   if (blob == nullptr) return false;
   const RowPlace place = PlaceOfRow(row);
   list.rows[static_cast<size_t>(place.block)][place.index] = blob;
   return true;
 }
 
-bool TakeRows(OutputList& list, OutputList& from, std::span<const uint32_t> order) {
+bool MoveRows(OutputList& list, OutputList& from, std::span<const uint32_t> order) {
   const uint32_t count = RowCount(from);
   const bool whole = order.size() == count && list.columns.size() == from.columns.size();
   if (RowCount(list) != 0 || !whole || list.numbers != RowNumbers::kNone) return false;

@@ -26,6 +26,10 @@ struct RowFacts {
   std::string_view bytes;   // a value's data, hexadecimal
 };
 
+// What a cell is beside its text: a number or position, or a date in seconds since 1601-01-01 UTC.
+// Sorting goes by that; a cell of a Report List has a text alone.
+inline constexpr uint64_t kNoValue = UINT64_MAX;
+
 // A row to add. Texts are code-page text; missing columns at the end are empty.
 struct NewRow {
   std::span<const std::string_view> texts;
@@ -33,6 +37,7 @@ struct NewRow {
   uint32_t datum = 0;     // position of the key or value that the row speaks of
   bool has_datum = true;  // false: the row speaks of no position
   RowFacts facts;
+  std::span<const uint64_t> values;  // of the first cells; kNoValue where a cell has none
 };
 
 struct OutputList;
@@ -75,14 +80,18 @@ void SetRowNumbers(OutputList& list, RowNumbers numbers);
 // read the rows counted by RowCount meanwhile. When memory gives out the message "Error adding item
 // %s to list" is shown and the operation under way is stopped; the list stays as it was.
 void AddRow(OutputList& list, const NewRow& row);
+// Appends a copy of another list's row, in columns of the same order.
+void AddRowOf(OutputList& list, const OutputList& from, uint32_t row);
 // Gives the rows of a list that nobody else reads to one that is still empty, in this order: each
 // of them once. `from` is left empty. False, with nothing changed, when that can't be: the order
 // lacks rows, or the lists differ in their columns.
-bool TakeRows(OutputList& list, OutputList& from, std::span<const uint32_t> order);
+bool MoveRows(OutputList& list, OutputList& from, std::span<const uint32_t> order);
 // Rows that may be read.
 uint32_t RowCount(const OutputList& list);
 // Valid until the list is cleared or destroyed; empty for a column that the list does not have.
 std::string_view CellText(const OutputList& list, uint32_t row, int column);
+// What the cell is; kNoValue where its text is all that is known of it.
+uint64_t CellValue(const OutputList& list, uint32_t row, int column);
 // The texts of a row's first cells at once, for who wants them all.
 void CellTexts(const OutputList& list, uint32_t row, std::span<std::string_view> cells);
 int RowIcon(const OutputList& list, uint32_t row);

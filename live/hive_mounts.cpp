@@ -33,8 +33,7 @@ void ListKeyAndSubkeys(const std::string& path, OutputList& list) {
   for (SourceKey key; walk.NextKey(key);) {
     if (key.level > 1) walk.SkipChildren();
     const std::string date = FormatTimestamp(key.last_write, false);
-    const std::array<std::string_view, 5> texts = {key.path, {}, key.error, {}, date};
-    AddLiveRow(list, texts, key);
+    AddLiveRow(list, {key.path, "", key.error, "", {date, DateValue(key.last_write)}}, key);
   }
 }
 

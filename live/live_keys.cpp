@@ -237,17 +237,14 @@ void LiveProgress::Count(const std::string& path, const OutputList& list) {
   if (++keys_ % kKeysPerStatus == 0) ShowWalk(path, keys_, RowCount(list));
 }
 
-void AddLiveRow(OutputList& list, std::span<const std::string_view> texts, const SourceKey& key,
+void AddLiveRow(OutputList& list, std::initializer_list<Cell> cells, const SourceKey& key,
                 const SourceValue* value, int icon) {
-  NewRow row;
-  row.texts = texts;
-  row.icon = icon;
-  row.has_datum = false;
-  row.facts.about_key = value == nullptr;
-  row.facts.last_write = key.last_write;
-  row.facts.path = key.utf8_path;
-  if (value != nullptr) row.facts.name = value->utf8_name;
-  AddRow(list, row);
+  RowFacts facts;
+  facts.about_key = value == nullptr;
+  facts.last_write = key.last_write;
+  facts.path = key.utf8_path;
+  if (value != nullptr) facts.name = value->utf8_name;
+  AddListRow(list, cells, kNoOffset, facts, icon);
 }
 
 }  // namespace hivequarry

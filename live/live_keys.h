@@ -10,7 +10,7 @@
 #include <utility>
 #include <vector>
 
-#include "lists/output_list.h"
+#include "lists/list_rows.h"
 #include "live/live_lists.h"
 #include "live/registry.h"
 #include "reports/key_source.h"
@@ -105,7 +105,7 @@ class LiveProgress {
 };
 
 // A row about a key of the live registry or, with `value`, about that value of it.
-void AddLiveRow(OutputList& list, std::span<const std::string_view> texts, const SourceKey& key,
+void AddLiveRow(OutputList& list, std::initializer_list<Cell> cells, const SourceKey& key,
                 const SourceValue* value = nullptr, int icon = 0);
 
 }  // namespace hivequarry

@@ -52,8 +52,7 @@ void AddMatch(OutputList& list, const SourceKey& key, const std::string& owner,
   const int year = CalendarOfFileTime(key.last_write).year;
   std::string date;
   if (year >= 1901 && year <= 2099) date = FormatTimestamp(key.last_write, false);
-  const std::array<std::string_view, 4> texts = {key.path, owner, account, date};
-  AddLiveRow(list, texts, key);
+  AddLiveRow(list, {key.path, owner, account, {date, DateValue(key.last_write)}}, key);
 }
 
 // What a query needs to read.

@@ -29,7 +29,7 @@ bool MatchesValue(const SearchPattern& pattern, const SourceValue& value) {
 }
 
 void AddHit(OutputList& list, const SourceKey& key, const SourceValue* value) {
-  std::array<std::string, 5> texts = {key.path, "", "", "", FormatTimestamp(key.last_write, false)};
+  std::string name, data, type;
   int icon = 0;
   if (value != nullptr) {
     ValueKey shown;
@@ -38,13 +38,14 @@ void AddHit(OutputList& list, const SourceKey& key, const SourceValue* value) {
     shown.name = value->name;
     shown.name_length = value->name.empty() ? 0 : 1;
     shown.data_length = static_cast<uint32_t>(value->data.size());
-    texts[1] = ValueDisplayName(shown);
-    texts[2] = value->text;
-    texts[3] = TypeName(value->type);
+    name = ValueDisplayName(shown);
+    data = value->text;
+    type = TypeName(value->type);
     icon = IconOfValue(shown);
   }
-  const std::array<std::string_view, 5> views = {texts[0], texts[1], texts[2], texts[3], texts[4]};
-  AddLiveRow(list, views, key, value, icon);
+  const std::string date = FormatTimestamp(key.last_write, false);
+  AddLiveRow(list, {key.path, name, data, type, {date, DateValue(key.last_write)}}, key, value,
+             icon);
 }
 
 void SearchKey(LiveSearch& search, KeySource& keys, const SourceKey& key) {

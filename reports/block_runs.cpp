@@ -8,6 +8,7 @@
 #include "host/files.h"
 #include "host/host.h"
 #include "host/long_operation.h"
+#include "lists/list_rows.h"
 #include "reports/file_pieces.h"
 
 namespace hivequarry {
@@ -147,13 +148,13 @@ Run BeginRun(FileWindow& window, const Block& block, const Run* before) {
 }
 
 void AddRun(OutputList& list, const Run& run, uint64_t end) {
-  const std::string texts[] = {FilePositionText(run.start), FilePositionText(end - 1),
-                               FilePositionText(end - run.start)};
-  const std::string_view views[] = {texts[0], texts[1], texts[2]};
-  NewRow row;
-  row.texts = views;
-  row.has_datum = false;
-  AddRow(list, row);
+  const uint64_t last = end - 1;
+  const uint64_t size = end - run.start;
+  AddListRow(list,
+             {{FilePositionText(run.start), run.start},
+              {FilePositionText(last), last},
+              {FilePositionText(size), size}},
+             kNoOffset);
 }
 
 void AddRuns(FileWindow& window, OutputList& list) {

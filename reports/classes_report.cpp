@@ -20,7 +20,12 @@ struct OpenClass {
 
 void CloseClass(ReportRun& run, OpenClass& it) {
   if (it.open) {
-    AddReportRow(run.list, {it.key.path, it.name, it.server32, it.server, KeyDateText(it.key)},
+    AddReportRow(run.list,
+                 {it.key.path,
+                  it.name,
+                  it.server32,
+                  it.server,
+                  {KeyDateText(it.key), DateValue(it.key.last_write)}},
                  SubjectOf(it.key));
   }
   it = OpenClass();
@@ -77,10 +82,13 @@ void AddProgId(ReportRun& run, const SourceKey& key, const SourceValue& value) {
   if (value.read && !classes.empty()) {
     date = run.keys.LastWriteOf(std::string(classes) + '\\' + prog_id);
   }
-  AddReportRow(
-      run.list,
-      {key.path, NameText(value), prog_id, TypeName(value.type), FormatTimestampChecked(date)},
-      SubjectOf(key, value));
+  AddReportRow(run.list,
+               {key.path,
+                NameText(value),
+                prog_id,
+                TypeName(value.type),
+                {FormatTimestampChecked(date), DateValue(date)}},
+               SubjectOf(key, value));
 }
 
 }  // namespace

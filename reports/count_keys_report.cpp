@@ -20,21 +20,34 @@ constexpr CountLayout kLayouts[] = {
     {72, 4, 8, 12, 60},  // likewise, with the focus in between; floating-point numbers follow that
 };
 
+// A number or date with the text of its cell.
+struct Counted {
+  std::string text;
+  uint64_t value = kNoValue;
+};
 struct Count {
-  std::string runs, focus_count, focus_time, last_run;
+  Counted runs, focus_count, focus_time, last_run;
 };
 
-std::string NumberAt(std::span<const uint8_t> data, size_t offset) {
-  return offset == 0 ? std::string() : std::to_string(LoadU32(data.data() + offset));
+Counted NumberAt(std::span<const uint8_t> data, size_t offset) {
+  if (offset == 0) return {};
+  const uint32_t number = LoadU32(data.data() + offset);
+  return {std::to_string(number), number};
 }
+
+Counted DateAt(std::span<const uint8_t> data, size_t offset) {
+  const uint8_t* at = data.data() + offset;
+  const uint64_t time = uint64_t{LoadU32(at + 4)} << 32 | LoadU32(at);
+  return {FormatTimestampChecked(time), DateValue(time)};
+}
+
+Cell CellOf(const Counted& counted) { return {counted.text, counted.value}; }
 
 Count ReadCount(std::span<const uint8_t> data) {
   for (const CountLayout& layout : kLayouts) {
     if (data.size() != layout.length) continue;
-    const uint8_t* time = data.data() + layout.last_run;
     return {NumberAt(data, layout.runs), NumberAt(data, layout.focus_count),
-            NumberAt(data, layout.focus_time),
-            FormatTimestampChecked(uint64_t{LoadU32(time + 4)} << 32 | LoadU32(time))};
+            NumberAt(data, layout.focus_time), DateAt(data, layout.last_run)};
   }
   return {};
 }
@@ -53,14 +66,16 @@ void ReportCountKeys(ReportRun& run) {
   while (NextKey(run, key)) {
     const bool failed = !key.error.empty();
     if (!failed && !IsCountKey(key)) continue;
-    const std::string last = run.live ? KeyDateText(key) : OffsetText(run, key.position);
+    const std::string text = run.live ? KeyDateText(key) : OffsetText(run, key.position);
+    const Cell last = {text, run.live ? DateValue(key.last_write) : kNoValue};
     if (failed) AddReportRow(run.list, {key.path, "", "", key.error, "", last}, SubjectOf(key));
     while (run.keys.NextValue(value)) {
       const Count count = value.read ? ReadCount(value.data) : Count();
-      AddReportRow(run.list,
-                   {key.path, NameText(value), Rot13(value.name), value.text, count.last_run, last,
-                    count.runs, count.focus_count, count.focus_time},
-                   SubjectOf(key, value));
+      AddReportRow(
+          run.list,
+          {key.path, NameText(value), Rot13(value.name), value.text, CellOf(count.last_run), last,
+           CellOf(count.runs), CellOf(count.focus_count), CellOf(count.focus_time)},
+          SubjectOf(key, value));
     }
   }
 }

@@ -65,11 +65,16 @@ bool ParsePosition(std::string_view text, uint64_t& position) {
   return error == std::errc() && last != end && *last == ')';
 }
 
+// The rows of a Report List have texts alone.
+bool PositionOfCell(const OutputList& list, uint32_t row, int column, uint64_t& position) {
+  position = CellValue(list, row, column);
+  return position != kNoValue || ParsePosition(CellText(list, row, column), position);
+}
+
 // False for a row that does not say what to copy, or says what can't be.
 bool RangeOfRow(const OutputList& list, uint32_t row, uint64_t file_size, Range& range) {
-  return ParsePosition(CellText(list, row, 0), range.first) &&
-         ParsePosition(CellText(list, row, 1), range.last) && range.last >= range.first &&
-         range.last <= file_size;
+  return PositionOfCell(list, row, 0, range.first) && PositionOfCell(list, row, 1, range.last) &&
+         range.last >= range.first && range.last <= file_size;
 }
 
 // True when every byte of the range that the file has was written, those in `unread` as zeros.

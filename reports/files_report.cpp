@@ -86,14 +86,11 @@ void AddSorted(OutputList& waiting, OutputList& list) {
   const bool stopped = StopRequested();
   const uint32_t count = stopped ? std::min(RowCount(waiting), kRowsAfterStop) : RowCount(waiting);
   const std::vector<uint32_t> order = SortedRows(waiting, count, stopped);
-  if (TakeRows(list, waiting, order)) return;
-  std::vector<std::string_view> texts(static_cast<size_t>(ColumnCount(waiting)));
+  if (MoveRows(list, waiting, order)) return;
   uint32_t left = kRowsAfterStop;
   for (const uint32_t row : order) {
     if (StopRequested() && left-- == 0) break;
-    CellTexts(waiting, row, texts);
-    const uint32_t datum = RowHasDatum(waiting, row) ? RowDatum(waiting, row) : kNoOffset;
-    AddListRow(list, texts, datum, FactsOfRow(waiting, row));
+    AddRowOf(list, waiting, row);
   }
 }
 
@@ -110,8 +107,12 @@ std::string FileValueType(const SourceKey& key, const SourceValue& value) {
 void ReportKeyFiles(ReportRun& run) {
   ForEachFile(run, [&](const std::string& path, const SourceKey& key, const SourceValue& value) {
     AddReportRow(run.list,
-                 {key.path, FileValueName(key, value), value.text, path, FileValueType(key, value),
-                  KeyDateText(key)},
+                 {key.path,
+                  FileValueName(key, value),
+                  value.text,
+                  path,
+                  FileValueType(key, value),
+                  {KeyDateText(key), DateValue(key.last_write)}},
                  FileSubject(key, value));
   });
 }
@@ -120,8 +121,12 @@ void ReportFiles(ReportRun& run) {
   const OutputListPtr waiting = MakeWaitingList(run.list);
   ForEachFile(run, [&](const std::string& path, const SourceKey& key, const SourceValue& value) {
     AddReportRow(*waiting,
-                 {path, key.path, FileValueName(key, value), value.text, FileValueType(key, value),
-                  KeyDateText(key)},
+                 {path,
+                  key.path,
+                  FileValueName(key, value),
+                  value.text,
+                  FileValueType(key, value),
+                  {KeyDateText(key), DateValue(key.last_write)}},
                  FileSubject(key, value));
     ++run.kept;
   });

@@ -1,3 +1,5 @@
+#include "reports/freed_find.h"
+
 #include <algorithm>
 #include <string>
 #include <utility>
@@ -9,7 +11,6 @@
 #include "host/long_operation.h"
 #include "host/number_text.h"
 #include "lists/list_rows.h"
-#include "reports/freed_find.h"
 
 namespace hivequarry {
 namespace {
@@ -129,10 +130,12 @@ void ListFreedDates(FreedSource& from, uint32_t item, const KeyDateRange& range,
     if (range.limited && !KeyDateInRange(time, range)) continue;
     const FreedPathTexts texts = FreedPathTextsOf(from, key.position);
     facts.path = texts.lossless;
-    AddListRow(
-        list,
-        {KeyDateText(time), texts.path, PlaceText(from.hive, key.position), FreedPlaceWords(key)},
-        key.position, facts);
+    AddListRow(list,
+               {{KeyDateText(time), DateValue(facts.last_write)},
+                texts.path,
+                PlaceText(from.hive, key.position),
+                FreedPlaceWords(key)},
+               key.position, facts);
   }
 }
 

@@ -1,3 +1,5 @@
+#include "reports/freed_lists.h"
+
 #include <algorithm>
 #include <string>
 
@@ -9,7 +11,6 @@
 #include "lists/list_rows.h"
 #include "recovery/freed_records.h"
 #include "recovery/item_values.h"
-#include "reports/freed_lists.h"
 #include "reports/freed_rows.h"
 
 namespace hivequarry {
@@ -26,9 +27,13 @@ void AddKey(FreedSource& from, const FreedKey& key, OutputList& list) {
   facts.last_write = ReadU64(from.hive, key.position + kKeyLastWrite);
   facts.path = texts.lossless;
   AddListRow(list,
-             {texts.path, PlaceText(from.hive, key.position), PositionOrNone(from.hive, key.parent),
-              FormatTimestampChecked(facts.last_write), std::to_string(key.values),
-              std::to_string(key.values_found), FreedPlaceWords(key)},
+             {texts.path,
+              PlaceText(from.hive, key.position),
+              PositionOrNone(from.hive, key.parent),
+              {FormatTimestampChecked(facts.last_write), DateValue(facts.last_write)},
+              {std::to_string(key.values), key.values},
+              {std::to_string(key.values_found), key.values_found},
+              FreedPlaceWords(key)},
              key.position, facts);
 }
 

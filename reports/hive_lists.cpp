@@ -196,10 +196,13 @@ OutputListPtr ListKeyTree(const HiveImage& hive, const KeyTree& tree, uint32_t i
     facts.last_write = last_write;
     facts.path = paths.LosslessOf(at);
     AddListRow(*list,
-               {path, PlaceText(hive, it.position),
+               {path,
+                PlaceText(hive, it.position),
                 under_key ? PlaceText(hive, tree.items[it.parent].position) : std::string(),
-                FormatTimestampChecked(last_write), StatusText(it.marks), std::to_string(it.marks),
-                it.connected ? "1" : "0"},
+                {FormatTimestampChecked(last_write), DateValue(last_write)},
+                StatusText(it.marks),
+                {std::to_string(it.marks), it.marks},
+                {it.connected ? "1" : "0", it.connected}},
                it.position, facts, 0);
   }
   return list;
@@ -286,11 +289,14 @@ OutputListPtr ListRawRecord(const HiveImage& hive, const KeyTree& tree, uint32_t
   SetListSubtitle(*list, RecordWords(hive, tree, record.place));
   for (const RawField& field : record.fields) {
     const bool leads = field.leads_to != kNoOffset;
-    AddListRow(
-        *list,
-        {PlaceText(hive, field.position), std::to_string(field.size), field.name, field.bytes,
-         field.meaning, leads ? PlaceText(hive, field.leads_to) : std::string()},
-        leads ? field.leads_to : field.position, RowFacts(), 0);
+    AddListRow(*list,
+               {PlaceText(hive, field.position),
+                {std::to_string(field.size), field.size},
+                field.name,
+                field.bytes,
+                field.meaning,
+                leads ? PlaceText(hive, field.leads_to) : std::string()},
+               leads ? field.leads_to : field.position, RowFacts(), 0);
   }
   return list;
 }

@@ -76,8 +76,7 @@ void AddDateRow(const HiveImage& hive, const KeyTree& tree, uint32_t item, PathW
   const uint32_t position = tree.items[item].position;
   const std::string date = has_cell ? KeyDateText(KeyDateTimeOf(facts.last_write)) : "";
   const std::string offset = PlaceText(hive, position);
-  const std::string_view texts[] = {date, path, offset};
-  AddListRow(list, texts, position, facts);
+  AddListRow(list, {{date, DateValue(facts.last_write)}, path, offset}, position, facts);
 }
 
 bool IsWanted(const HiveImage& hive, const KeyTree& tree, uint32_t item,

@@ -109,10 +109,17 @@ class ViewedFolders {
     const uint64_t date = first ? ViewDate(level, name) : 0;
     const ShellItem& item = list.last;
     AddReportRow(run_.list,
-                 {path, name, FormatDosTimestamp(item.modified), FormatDosTimestamp(item.created),
-                  FormatDosTimestamp(item.accessed), FormatTimestampChecked(date),
-                  item.is_file ? std::to_string(item.size) : std::string(), item.dos_name, key.path,
-                  OffsetText(run_, subject.position), OffsetText(run_, key.position)},
+                 {path,
+                  name,
+                  {FormatDosTimestamp(item.modified), DateValue(FileTimeOfDos(item.modified))},
+                  {FormatDosTimestamp(item.created), DateValue(FileTimeOfDos(item.created))},
+                  {FormatDosTimestamp(item.accessed), DateValue(FileTimeOfDos(item.accessed))},
+                  {FormatTimestampChecked(date), DateValue(date)},
+                  {item.is_file ? std::to_string(item.size) : std::string(), item.size},
+                  item.dos_name,
+                  key.path,
+                  OffsetText(run_, subject.position),
+                  OffsetText(run_, key.position)},
                  subject);
   }
 
@@ -138,10 +145,14 @@ void ReportOpenSaveMru(ReportRun& run) {
     ForEachMru(run.keys, [&](const SourceValue& value) {
       const std::string file = value.name.empty() ? std::string() : FileOf(value);
       if (file.empty()) return;
-      AddReportRow(
-          run.list,
-          {file, type, key.path, value.name, KeyDateText(key), OffsetText(run, key.position)},
-          SubjectOf(key, value));
+      AddReportRow(run.list,
+                   {file,
+                    type,
+                    key.path,
+                    value.name,
+                    {KeyDateText(key), DateValue(key.last_write)},
+                    OffsetText(run, key.position)},
+                   SubjectOf(key, value));
     });
   }
 }

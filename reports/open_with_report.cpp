@@ -46,7 +46,10 @@ struct OpenRow {
 
 void CloseRow(ReportRun& run, OpenRow& row) {
   if (row.open && !row.programs.empty()) {
-    AddReportRow(run.list, {row.key.path, row.programs, KeyDateText(row.key)}, SubjectOf(row.key));
+    AddReportRow(
+        run.list,
+        {row.key.path, row.programs, {KeyDateText(row.key), DateValue(row.key.last_write)}},
+        SubjectOf(row.key));
   }
   row = OpenRow();
 }

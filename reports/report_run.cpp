@@ -55,15 +55,9 @@ RowSubject SubjectOf(const SourceKey& key, const SourceValue& value) {
   return {value.position, false, 0, key.utf8_path, value.utf8_name};
 }
 
-void AddReportRow(OutputList& list, std::span<const std::string_view> texts,
-                  const RowSubject& subject) {
-  AddListRow(list, texts, subject.position,
+void AddReportRow(OutputList& list, std::initializer_list<Cell> cells, const RowSubject& subject) {
+  AddListRow(list, cells, subject.position,
              {subject.about_key, subject.last_write, subject.path, subject.name, {}});
-}
-
-void AddReportRow(OutputList& list, std::initializer_list<std::string_view> texts,
-                  const RowSubject& subject) {
-  AddReportRow(list, std::span(texts.begin(), texts.size()), subject);
 }
 
 std::string KeyDateText(const SourceKey& key) {

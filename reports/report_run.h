@@ -9,7 +9,7 @@
 #include <string_view>
 #include <unordered_map>
 
-#include "lists/output_list.h"
+#include "lists/list_rows.h"
 #include "reports/key_source.h"
 
 namespace hivequarry {
@@ -38,10 +38,7 @@ struct RowSubject {
 };
 RowSubject SubjectOf(const SourceKey& key);
 RowSubject SubjectOf(const SourceKey& key, const SourceValue& value);
-void AddReportRow(OutputList& list, std::span<const std::string_view> texts,
-                  const RowSubject& subject);
-void AddReportRow(OutputList& list, std::initializer_list<std::string_view> texts,
-                  const RowSubject& subject);
+void AddReportRow(OutputList& list, std::initializer_list<Cell> cells, const RowSubject& subject);
 
 // --- cells -----------------------------------------------------------------------------------
 

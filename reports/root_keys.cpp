@@ -11,6 +11,7 @@
 #include "hive/timestamp.h"
 #include "host/host.h"
 #include "host/long_operation.h"
+#include "lists/list_rows.h"
 #include "records/cell.h"
 #include "reports/file_pieces.h"
 
@@ -116,18 +117,15 @@ void AddRootRow(const HiveImage& hive, const KeyTree& tree, uint32_t position, O
   const std::string path = item == kNoItem ? std::string() : ItemPath(hive, tree, item);
   const std::string name = HeldName(hive, position, key);
   const std::string date = FormatTimestampChecked(last_write);
-  const std::string_view texts[] = {root, IsValidRoot(hive, position, key) ? "yes" : "no", path,
-                                    name, date};
+  const char* valid = IsValidRoot(hive, position, key) ? "yes" : "no";
   bool lossy = false;
   std::string lossless;
   if (item != kNoItem) lossless = ItemPathUtf8(hive, tree, item, &lossy);
-  NewRow row;
-  row.texts = texts;
-  row.datum = position;
-  row.facts.about_key = true;
-  row.facts.last_write = last_write;
-  if (lossy) row.facts.path = lossless;
-  AddRow(list, row);
+  RowFacts facts;
+  facts.about_key = true;
+  facts.last_write = last_write;
+  if (lossy) facts.path = lossless;
+  AddListRow(list, {root, valid, path, name, {date, DateValue(last_write)}}, position, facts);
 }
 
 }  // namespace

@@ -98,8 +98,14 @@ void ReportServices(ReportRun& run) {
     service.display_name = key.error;
     while (run.keys.NextValue(value)) TakeValue(value, service);
     AddReportRow(run.list,
-                 {key.path, service.start, service.display_name, service.image_path, service.group,
-                  service.type, service.description, KeyDateText(key)},
+                 {key.path,
+                  service.start,
+                  service.display_name,
+                  service.image_path,
+                  service.group,
+                  service.type,
+                  service.description,
+                  {KeyDateText(key), DateValue(key.last_write)}},
                  SubjectOf(key));
   }
 }
@@ -113,7 +119,11 @@ void ReportUninstall(ReportRun& run) {
     entry.display_name = key.error;
     while (run.keys.NextValue(value)) TakeValue(value, entry);
     if (!entry.any_value && key.error.empty()) continue;
-    AddReportRow(run.list, {KeyDateText(key), key.path, entry.display_name, entry.uninstall_string},
+    AddReportRow(run.list,
+                 {{KeyDateText(key), DateValue(key.last_write)},
+                  key.path,
+                  entry.display_name,
+                  entry.uninstall_string},
                  SubjectOf(key));
   }
 }

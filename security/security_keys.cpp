@@ -78,10 +78,10 @@ std::string KeyDate(uint64_t last_write) {
 }
 
 // What rows about a key are made of.
-struct KeyTexts {
-  std::string_view path;
-  std::string date;
-  std::string offset;
+struct KeyCells {
+  Cell path;
+  Cell date;
+  Cell offset;
 };
 
 // A walk over keys that name a record, in display order.
@@ -107,17 +107,18 @@ class KeyWalk {
     Run(from, visit, [this] { return RowCount(list_); });
   }
 
-  // `order(texts)` puts the texts of the row's columns in order.
+  // `order(cells)` puts the cells of the row's columns in order.
   template <typename Order>
   void AddKey(uint32_t item, const Order& order) {
     const uint32_t position = tree_.items[item].position;
     RowFacts facts;
     facts.about_key = true;
     facts.last_write = ReadU64(hive_, position + kKeyLastWrite);
-    const KeyTexts texts = {paths_.PathOf(item), KeyDate(facts.last_write),
-                            PlaceText(hive_, position)};
+    const std::string date = KeyDate(facts.last_write);
+    const std::string offset = PlaceText(hive_, position);
+    const KeyCells cells = {paths_.PathOf(item), {date, DateValue(facts.last_write)}, offset};
     facts.path = paths_.LosslessOf(item);
-    AddListRow(list_, order(texts), position, facts);
+    AddListRow(list_, order(cells), position, facts);
   }
 
  private:
@@ -149,9 +150,9 @@ void FindKeysBySecurity(const HiveImage& hive, const KeyTree& tree, uint32_t ite
     // The keys of a record that can't be decoded are asked for by its place alone.
     if (!record.matches && !by_record) return;
     const std::string place = TargetText(hive, position);
-    walk.AddKey(key, [&](const KeyTexts& texts) {
-      return std::array<std::string_view, 6>{texts.path, record.owner, record.account->name,
-                                             texts.date, texts.offset, place};
+    walk.AddKey(key, [&](const KeyCells& cells) {
+      return std::array<Cell, 6>{cells.path, record.owner, record.account->name,
+                                 cells.date, cells.offset, place};
     });
   });
 }
@@ -167,11 +168,13 @@ void ListUsedRecords(const HiveImage& hive, const KeyTree& tree, uint32_t item,
   for (const KnownRecord& record : records.All()) {
     if (!record.decoded) continue;
     const std::string place = PlaceText(hive, record.position);
-    const std::string keys = std::to_string(record.keys);
-    const std::string aces = std::to_string(record.aces);
-    const std::array<std::string_view, 5> texts = {place, keys, aces, record.owner,
-                                                   record.account->name};
-    AddListRow(list, texts, record.position);
+    AddListRow(list,
+               {place,
+                {std::to_string(record.keys), record.keys},
+                {std::to_string(record.aces), record.aces},
+                record.owner,
+                record.account->name},
+               record.position);
   }
 }
 
@@ -182,9 +185,9 @@ void ListKeyOwners(const HiveImage& hive, const KeyTree& tree, uint32_t item,
   walk.Run(item, [&](uint32_t key, uint32_t position) {
     const KnownRecord& record = records.At(position);
     if (!record.decoded) return;
-    walk.AddKey(key, [&](const KeyTexts& texts) {
-      return std::array<std::string_view, 5>{texts.path, record.owner, record.account->name,
-                                             record.account->domain, texts.date};
+    walk.AddKey(key, [&](const KeyCells& cells) {
+      return std::array<Cell, 5>{cells.path, record.owner, record.account->name,
+                                 record.account->domain, cells.date};
     });
   });
 }
@@ -194,8 +197,8 @@ void ListRecordKeys(const HiveImage& hive, const KeyTree& tree, uint32_t item,
   KeyWalk walk(hive, tree, list);
   walk.Run(item, [&](uint32_t key, uint32_t position) {
     const std::string place = TargetText(hive, position);
-    walk.AddKey(key, [&](const KeyTexts& texts) {
-      return std::array<std::string_view, 4>{texts.path, texts.date, texts.offset, place};
+    walk.AddKey(key, [&](const KeyCells& cells) {
+      return std::array<Cell, 4>{cells.path, cells.date, cells.offset, place};
     });
   });
 }

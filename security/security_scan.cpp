@@ -114,11 +114,15 @@ void ScanSecurityCells(const HiveImage& hive, const SecurityListOptions& options
   AccountNames names(options.resolve);
   ForEachRecord(hive, options.replace, [&](const SecurityRecordInfo& info) {
     const std::string place = PlaceText(hive, info.position);
-    const std::string count = Decimal(info.dacl.count + info.sacl.count, 2);
-    const std::array<std::string_view, 6> texts = {place,           count,
-                                                   info.owner_text, names.Of(info.owner_text),
-                                                   info.group_text, names.Of(info.group_text)};
-    AddListRow(list, texts, info.position);
+    const uint32_t aces = info.dacl.count + info.sacl.count;
+    AddListRow(list,
+               {place,
+                {Decimal(aces, 2), aces},
+                info.owner_text,
+                names.Of(info.owner_text),
+                info.group_text,
+                names.Of(info.group_text)},
+               info.position);
   });
 }
 

@@ -179,6 +179,43 @@ TEST(OutputListTest, CellsCanBeReplaced) {
   EXPECT_FALSE(ReplaceCell(*list, 1, 0, "x"));
 }
 
+// Of a row about a key whose last write is `kSecond`; the list's second column has the values.
+TEST(OutputListTest, CellsKeepWhatTheyAre) {
+  constexpr uint64_t kSecond = 13'000'000'000;
+  constexpr uint64_t kDatesAtMost = (uint64_t{1} << 40) - 1;
+  const uint64_t values[] = {0,          1,       0xFFFF,       0x10000,  UINT32_MAX,
+                             4294967296, kSecond, kDatesAtMost, kNoValue, kDatesAtMost + 1};
+  const OutputListPtr list = MakeOutputList(kListTree);
+  const std::string large(70'000, 'f');
+  for (const std::string& text : {"t"s, std::string(300, 'x'), large}) {
+    for (const bool about_key : {false, true}) {
+      for (const uint64_t value : values) {
+        ClearRows(*list);
+        const std::string_view texts[] = {text, "is", "", text, "7"};
+        const uint64_t known[] = {kNoValue, value, 5, kNoValue, 7};
+        AddRow(*list,
+               {texts, 3, 4128, true, {about_key, kSecond * 10'000'000 + 9, "p", {}, {}}, known});
+        EXPECT_EQ(CellValue(*list, 0, 1), value > kDatesAtMost ? kNoValue : value);
+        EXPECT_EQ(CellValue(*list, 0, 2), kNoValue) << "a cell without a text";
+        EXPECT_EQ(CellValue(*list, 0, 4), 7u);
+        EXPECT_EQ(CellText(*list, 0, 3), text);
+        EXPECT_EQ(FactsOfRow(*list, 0).path, "p");
+        AddRowOf(*list, *list, 0);
+        ASSERT_TRUE(ReplaceCell(*list, 1, 4, "other"));
+        EXPECT_EQ(CellValue(*list, 1, 1), CellValue(*list, 0, 1));
+        EXPECT_EQ(CellValue(*list, 1, 4), kNoValue) << "the value of another text";
+        EXPECT_EQ(RowIcon(*list, 1), 3);
+        SetRowNumbers(*list, RowNumbers::kFive);
+        AddRow(*list,
+               {std::span(texts).subspan(1, 1), 0, 0, true, {}, std::span(known).subspan(4)});
+        SetRowNumbers(*list, RowNumbers::kNone);
+        EXPECT_EQ(CellText(*list, 2, 0), "00003, is");
+        EXPECT_EQ(CellValue(*list, 2, 0), kNoValue) << "the value of the text without its number";
+      }
+    }
+  }
+}
+
 TEST(OutputListTest, ColumnLimits) {
   const OutputListPtr list = MakeOutputList(4);
   SetColumns(*list, std::vector<std::string>(20, "c"));
@@ -375,16 +412,16 @@ TEST(OutputListTest, RowsThatAreTakenOver) {
   std::vector<uint32_t> order(1000);
   for (uint32_t i = 0; i < 1000; ++i) order[i] = 999 - i;
   const OutputListPtr list = MakeOutputList(51);
-  EXPECT_FALSE(TakeRows(*list, *from, std::span(order).first(10)));
-  EXPECT_FALSE(TakeRows(*MakeOutputList(5), *from, order));
-  ASSERT_TRUE(TakeRows(*list, *from, order));
+  EXPECT_FALSE(MoveRows(*list, *from, std::span(order).first(10)));
+  EXPECT_FALSE(MoveRows(*MakeOutputList(5), *from, order));
+  ASSERT_TRUE(MoveRows(*list, *from, order));
   EXPECT_EQ(RowCount(*from), 0u);
   ASSERT_EQ(RowCount(*list), 1000u);
   EXPECT_EQ(CellText(*list, 0, 0), "999");
   EXPECT_EQ(CellText(*list, 999, 0), long_text);
   Add(*list, {"more"});
   EXPECT_EQ(CellText(*list, 1000, 0), "more");
-  EXPECT_FALSE(TakeRows(*list, *from, {}));
+  EXPECT_FALSE(MoveRows(*list, *from, {}));
 }
 
 }  // namespace

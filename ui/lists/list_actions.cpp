@@ -1,6 +1,5 @@
 #include "ui/lists/list_actions.h"
 
-#include <array>
 #include <memory>
 
 #include "hive/file_place.h"
@@ -30,19 +29,7 @@ OutputListPtr CopyAsShown(const ListPlace& place) {
   OutputListPtr copy = MakeOutputList(ListKindOf(list));
   SetListTitle(*copy, ListTitle(list));
   SetListSource(*copy, ListSource(list));
-  std::array<std::string_view, kMaxColumns> texts;
-  const int columns = std::min(ColumnCount(list), kMaxColumns);
-  for (const uint32_t row : ShownRows(place)) {
-    for (int column = 0; column < columns; ++column) {
-      texts[static_cast<size_t>(column)] = CellText(list, row, column);
-    }
-    NewRow copied;
-    copied.texts = std::span(texts).first(static_cast<size_t>(columns));
-    copied.icon = RowIcon(list, row);
-    copied.datum = RowDatum(list, row);
-    copied.has_datum = RowHasDatum(list, row);
-    AddRow(*copy, copied);
-  }
+  for (const uint32_t row : ShownRows(place)) AddRowOf(*copy, list, row);
   return copy;
 }
 
