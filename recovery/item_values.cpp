@@ -352,16 +352,22 @@ std::string KeyDetailAt(const HiveImage& hive, const KeyTree& tree, uint32_t pos
   for (const DetailField& field : KeyFieldsAt(hive, tree, position)) {
     text += field.label;
     text += ": ";
-    for (const char character : field.text) {
-      if (character == '\r' || character == '\n') {
-        text += character == '\r' ? "\\u{D}" : "\\u{A}";
-      } else {
-        text += character;
-      }
-    }
+    text += DetailLine(field.text);
     text += "\r\n";
   }
   return text;
+}
+
+std::string DetailLine(std::string_view text) {
+  std::string line;
+  for (const char character : text) {
+    if (character == '\r' || character == '\n') {
+      line += character == '\r' ? "\\u{D}" : "\\u{A}";
+    } else {
+      line += character;
+    }
+  }
+  return line;
 }
 
 std::vector<DetailField> KeyFieldsAt(const HiveImage& hive, const KeyTree& tree,

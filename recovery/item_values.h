@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "hive/image.h"
@@ -88,13 +89,14 @@ std::string KeyDetail(const HiveImage& hive, const KeyTree& tree, uint32_t item)
 // The same for the key cell at a position, whether or not the tree shows it; empty when there is no
 // key cell.
 std::string KeyDetailAt(const HiveImage& hive, const KeyTree& tree, uint32_t position);
-// Its fields one by one, the texts as they are: in the detail view a line end in a name or a class
-// is
-// "\u{D}" or "\u{A}", for it would begin a line.
+// Its fields one by one, the texts as they are.
 struct DetailField {
   const char* label;
   std::string text;
 };
+// A field's text as a line of the detail view has it: a line end in a name or a class, which would
+// begin a line, is "\u{D}" or "\u{A}".
+std::string DetailLine(std::string_view text);
 std::vector<DetailField> KeyFieldsAt(const HiveImage& hive, const KeyTree& tree, uint32_t position);
 
 }  // namespace hivequarry

@@ -69,21 +69,12 @@ void AddLines(std::string_view text, const char* field, uint32_t position, Outpu
 // state: here they lead to somebody else's cells.
 void AddKeyLines(const FreedSource& from, const FreedKey& key, OutputList& list) {
   constexpr std::string_view kLed[] = {"Parent name", "List kind", "Class"};
-  const std::string fields = KeyDetailAt(from.hive, from.tree, key.position);
-  std::string_view text = fields;
-  bool first = true;
-  while (!text.empty()) {
-    const std::string_view line = text.substr(0, text.find("\r\n"));
-    text.remove_prefix(std::min(line.size() + 2, text.size()));
-    const size_t colon = std::min(line.find(": "), line.size());
-    const std::string_view label = line.substr(0, colon);
-    const bool led = std::ranges::find(kLed, label) != std::end(kLed);
-    const bool own = !first && !(led && key.shift != 0);
-    first = false;  // the name, in whose place the path is
-    if (own) {
-      AddListRow(list, {label, line.substr(std::min(colon + 2, line.size()))}, key.position,
-                 RowFacts(), 0);
-    }
+  const std::vector<DetailField> fields = KeyFieldsAt(from.hive, from.tree, key.position);
+  // The first is the name, in whose place the path is.
+  for (size_t i = 1; i < fields.size(); ++i) {
+    const bool led = std::ranges::find(kLed, fields[i].label) != std::end(kLed);
+    if (led && key.shift != 0) continue;
+    AddListRow(list, {fields[i].label, DetailLine(fields[i].text)}, key.position);
   }
 }
 
