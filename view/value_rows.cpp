@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
-#include "hive/values.h"
 #include "hive/value_text.h"
+#include "hive/values.h"
 
 namespace hivequarry {
 

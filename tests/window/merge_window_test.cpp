@@ -23,8 +23,7 @@ class MergeWindowTest : public ListTest {
     builder.Key("Other").Dword("n", 1);
     const TempFile file(builder.Build().bytes);
     Open(file.name());
-    SetRootPath(HiveOfSlot(window_->hive.slot),
-                "HKCU\\Software\\HQTest");
+    SetRootPath(HiveOfSlot(window_->hive.slot), "HKCU\\Software\\HQTest");
     SelectPath("Tools");
   }
   void TearDown() override {

@@ -19,9 +19,7 @@ namespace {
 
 constexpr uint32_t kNowhere = 0xFFFFFFFF;
 
-HiveImage& EditedHive(const MainWindow& window) {
-  return HiveOfSlot(window.hive.slot);
-}
+HiveImage& EditedHive(const MainWindow& window) { return HiveOfSlot(window.hive.slot); }
 
 // The key whose values are shown; kKeyUnknown for a folder.
 uint32_t KeyOfRows(const MainWindow& window) {

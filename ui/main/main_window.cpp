@@ -340,9 +340,7 @@ HWND ShownPane(const MainWindow& window) {
   return window.hive.slot >= 0 ? window.tree.window : window.handle;
 }
 
-const HiveImage& ShownHive(const MainWindow& window) {
-  return HiveOfSlot(window.hive.slot);
-}
+const HiveImage& ShownHive(const MainWindow& window) { return HiveOfSlot(window.hive.slot); }
 
 CommandFacts FactsNow(const MainWindow& window) {
   CommandFacts facts;
