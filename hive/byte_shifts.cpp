@@ -454,6 +454,12 @@ Break LocateChange(const Shifts& shifts, const Change& change) {
   return found;
 }
 
+// Asked of every record of a region: what was worked out so far is thrown away after a stop.
+bool IsStopped(size_t record) {
+  constexpr size_t kPollEach = 8192;
+  return record % kPollEach == 0 && StopRequested();
+}
+
 // True when an offset's own record is where it should at the region's distance.
 bool IsThere(const Shifts& shifts, CellKind kind, uint32_t position) {
   return position < shifts.bytes.size() && RecordAt(shifts.bytes, position) == kind;
@@ -465,6 +471,7 @@ std::vector<uint32_t> VoteDistances(const Shifts& shifts, const Region& region,
   constexpr size_t kMostDistances = 4;
   std::vector<Witness> misfits;
   for (const Witness& record : records) {
+    if (IsStopped(static_cast<size_t>(&record - records.data()))) return {};
     const bool fits = shifts.FitsAt(record, region.distance_before) ||
                       shifts.FitsAt(record, region.distance_after);
     if (!fits) misfits.push_back(record);
@@ -512,7 +519,7 @@ std::vector<uint8_t> Assign(const Shifts& shifts, const Region& region,
   std::vector<int> score(count, -1000000);
   std::vector<uint8_t> back(records.size() * count);
   score[0] = 0;
-  for (size_t i = 0; i < records.size(); ++i) {
+  for (size_t i = 0; i < records.size() && !IsStopped(i); ++i) {
     const auto best = static_cast<size_t>(std::ranges::max_element(score) - score.begin());
     const int before = score[best];
     for (size_t c = 0; c < count; ++c) {
@@ -557,11 +564,13 @@ bool BreakAtPage(const Shifts& shifts, const Region& region, std::span<const Wit
   std::vector<uint32_t> after(count + 1);   // from here on, at the one after
   std::vector<uint32_t> either(count + 1);  // up to here, at one of them
   for (size_t i = 0; i < count; ++i) {
+    if (IsStopped(i)) return false;
     const bool fits = shifts.FitsAt(records[i], region.distance_before);
     before[i + 1] = before[i] + fits;
     either[i + 1] = either[i] + (fits || shifts.FitsAt(records[i], region.distance_after));
   }
   for (size_t i = count; i-- > 0;) {
+    if (IsStopped(i)) return false;
     after[i] = after[i + 1] + shifts.FitsAt(records[i], region.distance_after);
   }
   const auto index = [&](uint32_t position) {
@@ -571,7 +580,7 @@ bool BreakAtPage(const Shifts& shifts, const Region& region, std::span<const Wit
   // Of records in what was put in, those that no other record stands for.
   const auto lost_between = [&](size_t low, size_t high) {
     int64_t lost = 0;
-    for (size_t i = low; i < high; ++i) {
+    for (size_t i = low; i < high && !IsStopped(i); ++i) {
       const Witness& record = records[i];
       if (shifts.FitsAt(record, region.distance_before)) {
         lost += !IsThere(shifts, record.kind, record.position + put_in);

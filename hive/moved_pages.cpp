@@ -44,6 +44,7 @@ PageWork PrepareWork(Bytes bytes, const Pages& pages) {
   PageWork work{bytes, pages, {}, {}, {}, {}, 0};
   const std::vector<Witness> records = FindRecords(bytes);
   work.references = FindReferences(bytes, records, pages.distance);
+  if (StopRequested()) work.references.clear();  // what follows takes a while for many
   const uint32_t end = pages.first + pages.own * kPageSize;
   for (Reference& reference : work.references) reference.offset += pages.distance;
   std::erase_if(work.references,
