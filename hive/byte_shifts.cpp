@@ -743,6 +743,7 @@ std::vector<KeptStretch> FindShifts(Bytes bytes, uint32_t first, bool anchored) 
   for (size_t header = 0; header < shifts.headers.size(); ++header) {
     shifts.taken.push_back(TakenBy(shifts, header));
   }
+  if (StopRequested()) return {};
   if (anchored) shifts.own_end = EndByBaseBlock(bytes);
   const auto length = static_cast<uint32_t>(bytes.size());
   shifts.witnesses = FindWitnesses(bytes, LikelyDistances(shifts.headers, first, length));

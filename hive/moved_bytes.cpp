@@ -55,21 +55,36 @@ std::vector<ImagePiece> PiecesOf(const HiveImage& hive, const std::vector<Part>&
   return pieces;
 }
 
-// Builds the image of `parts`; false when there is no memory for it.
+// Copies in strides between which a stop is heard; false then. First touches of large memory take
+// longer than the copy itself.
+bool FillPart(const HiveImage& hive, const Part& part, uint8_t* to) {
+  constexpr uint32_t kStride = 4 * 1024 * 1024;
+  const bool bytes = part.kind == PieceKind::kOwn || part.kind == PieceKind::kSpare;
+  for (uint32_t done = 0; done < part.length; done += kStride) {
+    const uint32_t size = std::min(kStride, part.length - done);
+    if (size == kStride && StopRequested()) return false;
+    if (bytes) {
+      std::memcpy(to + done, hive.buffer.get() + part.from + done, size);
+    } else {
+      std::memset(to + done, 0, size);
+    }
+  }
+  return true;
+}
+
+// Builds the image of `parts`; false, and the image is as it was, when there is no memory for it or
+// the user stopped.
 bool Rebuild(HiveImage& hive, const std::vector<Part>& parts) {
+  constexpr size_t kPollEach = 1024;  // parts; most are single pages
   uint64_t length = 0;
   for (const Part& part : parts) length += part.length;
   ImageMemory buffer = AllocateImage(length);
   if (!buffer) return false;
   uint8_t* to = buffer.get();
-  for (const Part& part : parts) {
-    const bool bytes = part.kind == PieceKind::kOwn || part.kind == PieceKind::kSpare;
-    if (bytes) {
-      std::memcpy(to, hive.buffer.get() + part.from, part.length);
-    } else {
-      std::memset(to, 0, part.length);
-    }
-    to += part.length;
+  for (size_t i = 0; i < parts.size(); ++i) {
+    const bool stopped = i % kPollEach == 0 && StopRequested();
+    if (stopped || !FillPart(hive, parts[i], to)) return false;
+    to += parts[i].length;
   }
   std::memset(to, 0, kImageSlack);
   SetPieces(hive, PiecesOf(hive, parts));
@@ -293,7 +308,8 @@ bool UndoAll(HiveImage& hive) {
   uint32_t own_length = hive.length;
   bool undone = false;
   const auto undo_page_moves = [&] {
-    for (int round = 0; round < kMostRounds && UndoPageMoves(hive, own_length); ++round) {
+    for (int round = 0; round < kMostRounds && !StopRequested(); ++round) {
+      if (!UndoPageMoves(hive, own_length)) return;
       undone = true;
     }
   };
@@ -304,6 +320,7 @@ bool UndoAll(HiveImage& hive) {
     hive.places.own_end = own_length;
     return true;
   }
+  if (StopRequested()) return undone;
   undone |= UndoShifts(hive, own_length);
   undo_page_moves();
   hive.places.own_end = undone ? own_length : 0;
