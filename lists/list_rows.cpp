@@ -1,8 +1,5 @@
 #include "lists/list_rows.h"
 
-#include <algorithm>
-#include <array>
-
 #include "hive/file_place.h"
 #include "hive/keys.h"
 #include "hive/offset_map.h"
@@ -35,43 +32,15 @@ void ShowWalk(const std::string& path, uint32_t keys, size_t rows) {
   ShowStatus((path + "  " + std::to_string(keys) + "/" + std::to_string(rows)).c_str());
 }
 
-namespace {
-
-void AddRowAbout(OutputList& list, NewRow row, uint32_t datum, const RowFacts& facts, int icon) {
-  row.icon = icon;
-  row.has_datum = datum != kNoOffset;
-  row.datum = row.has_datum ? datum : 0;
-  row.facts = facts;
-  AddRow(list, row);
-}
-
-}  // namespace
-
 void AddListRow(OutputList& list, std::span<const Cell> cells, uint32_t datum,
                 const RowFacts& facts, int icon) {
-  std::array<std::string_view, kMaxOwnColumns> texts;
-  std::array<uint64_t, kMaxOwnColumns> values;
-  const size_t count = std::min(cells.size(), texts.size());
-  for (size_t i = 0; i < count; ++i) {
-    texts[i] = cells[i].text;
-    values[i] = cells[i].value;
-  }
-  NewRow row;
-  row.texts = std::span(texts).first(count);
-  row.values = std::span(values).first(count);
-  AddRowAbout(list, row, datum, facts, icon);
+  const bool about_record = datum != kNoOffset;
+  AddRow(list, {cells, icon, about_record ? datum : 0, about_record, facts});
 }
 
 void AddListRow(OutputList& list, std::initializer_list<Cell> cells, uint32_t datum,
                 const RowFacts& facts, int icon) {
   AddListRow(list, std::span(cells.begin(), cells.size()), datum, facts, icon);
-}
-
-void AddListRow(OutputList& list, std::span<const std::string_view> texts, uint32_t datum,
-                const RowFacts& facts, int icon) {
-  NewRow row;
-  row.texts = texts;
-  AddRowAbout(list, row, datum, facts, icon);
 }
 
 std::string LosslessName(const HiveImage& hive, const ValueKey& value) {

@@ -1,7 +1,6 @@
 // What lists about a hive put into their rows.
 #pragma once
 
-#include <concepts>
 #include <cstdint>
 #include <initializer_list>
 #include <span>
@@ -21,25 +20,10 @@ std::string PlaceText(const HiveImage& hive, uint32_t position);
 // Of a position that an offset leads to, or one a few bytes after it: a word when that is nowhere.
 std::string TargetText(const HiveImage& hive, uint32_t position);
 
-// A cell to add: its text and, where something else tells what it is, its value (CellValue). The
-// text is only looked at, so a cell made from a temporary text ends with it.
-struct Cell {
-  template <std::convertible_to<std::string_view> Text>
-  Cell(const Text& shown) : text(shown) {}
-  Cell(std::string_view shown, uint64_t is) : text(shown), value(is) {}
-  std::string_view text;
-  uint64_t value = kNoValue;
-};
-// The value of a date, FILETIME.
-constexpr uint64_t DateValue(uint64_t file_time) { return file_time / 10'000'000; }
-
 // Adds a row about the record at `datum`; kNoOffset for a row about none.
 void AddListRow(OutputList& list, std::span<const Cell> cells, uint32_t datum,
                 const RowFacts& facts = {}, int icon = 0);
 void AddListRow(OutputList& list, std::initializer_list<Cell> cells, uint32_t datum,
-                const RowFacts& facts = {}, int icon = 0);
-// Of texts alone.
-void AddListRow(OutputList& list, std::span<const std::string_view> texts, uint32_t datum,
                 const RowFacts& facts = {}, int icon = 0);
 
 // Bytes as a row's facts hold them: hexadecimal, without anything between them.

@@ -117,21 +117,15 @@ RowView ViewOfRow(const OutputList& list, uint32_t row) {
 }
 
 bool TryAddNumberedRow(OutputList& list, const NewRow& row) {
-  std::array<std::string_view, kMaxOwnColumns> texts;
-  const size_t count = std::min(row.texts.size(), texts.size());
-  std::copy_n(row.texts.begin(), count, texts.begin());
+  std::array<Cell, kMaxOwnColumns> cells;
+  const size_t count = std::min(row.cells.size(), cells.size());
+  std::copy_n(row.cells.begin(), count, cells.begin());
   const bool five = list.numbers == RowNumbers::kFive;
   const std::string first = Concat({Decimal(RowCount(list) + 1, five ? 5 : 6), five ? ", " : " ",
-                                    texts[0].substr(0, kMaxNumberedText)});
-  texts[0] = first;
-  // A numbered text says something else than the cell's value.
-  std::array<uint64_t, kMaxOwnColumns> values;
-  const size_t known = std::min(row.values.size(), values.size());
-  std::copy_n(row.values.begin(), known, values.begin());
-  if (known != 0) values[0] = kNoValue;
+                                    cells[0].text.substr(0, kMaxNumberedText)});
+  cells[0] = first;  // without the value, which is not what the numbered text says
   NewRow numbered = row;
-  numbered.texts = {texts.data(), std::max<size_t>(count, 1)};
-  numbered.values = {values.data(), known};
+  numbered.cells = std::span(cells).first(std::max<size_t>(count, 1));
   return TryAddRow(list, numbered);
 }
 
@@ -188,7 +182,7 @@ void AddRow(OutputList& list, const NewRow& row) {
   const bool numbered = list.numbers != RowNumbers::kNone;
   if (list.full || (numbered ? TryAddNumberedRow(list, row) : TryAddRow(list, row))) return;
   list.full = true;
-  const std::string first(row.texts.empty() ? std::string_view() : row.texts.front());
+  const std::string first(row.cells.empty() ? std::string_view() : row.cells.front().text);
   ShowMessage(("Error adding item " + first + " to list").c_str(), "Error", Icon::kStop);
   RequestStop();
 }
@@ -240,41 +234,31 @@ RowFacts FactsOfRow(const OutputList& list, uint32_t row) {
 
 namespace {
 
-// A row as it was added, but for what does not fit into its list.
-struct RowCopy {
-  std::array<std::string_view, kMaxOwnColumns> texts;
-  std::array<uint64_t, kMaxOwnColumns> values;
-  NewRow row;
-};
-
-void CopyRow(const OutputList& list, uint32_t row, RowCopy& copy) {
-  const size_t columns = list.columns.size();
-  CellTexts(list, row, std::span(copy.texts).first(columns));
-  for (size_t i = 0; i < columns; ++i) copy.values[i] = CellValue(list, row, static_cast<int>(i));
-  copy.row.texts = std::span(copy.texts).first(columns);
-  copy.row.values = std::span(copy.values).first(columns);
-  copy.row.icon = RowIcon(list, row);
-  copy.row.datum = RowDatum(list, row);
-  copy.row.has_datum = RowHasDatum(list, row);
-  copy.row.facts = FactsOfRow(list, row);
+// A row as it was added, but for what does not fit into its list. Its cells are in `cells`.
+NewRow CopyRow(const OutputList& list, uint32_t row, std::span<Cell> cells) {
+  const RowView view = ViewOfRow(list, row);
+  for (size_t column = 0; column < cells.size(); ++column) {
+    const auto number = static_cast<int>(column);
+    if (number < view.head.cells) cells[column] = {TextAt(view, number), ValueAt(view, number)};
+  }
+  return {cells, RowIcon(list, row), RowDatum(list, row), RowHasDatum(list, row),
+          FactsOfRow(list, row)};
 }
 
 }  // namespace
 
 void AddRowOf(OutputList& list, const OutputList& from, uint32_t row) {
-  RowCopy copy;
-  CopyRow(from, row, copy);
-  AddRow(list, copy.row);
+  std::array<Cell, kMaxOwnColumns> cells;
+  AddRow(list, CopyRow(from, row, std::span(cells).first(from.columns.size())));
 }
 
 bool ReplaceCell(OutputList& list, uint32_t row, int column, std::string_view text) {
   if (row >= RowCount(list) || column < 0 || column >= ColumnCount(list)) return false;
-  RowCopy changed;
-  CopyRow(list, row, changed);
-  changed.texts[static_cast<size_t>(column)] = text;
-  changed.values[static_cast<size_t>(column)] = kNoValue;
+  std::array<Cell, kMaxOwnColumns> cells;
+  const NewRow changed = CopyRow(list, row, std::span(cells).first(list.columns.size()));
+  cells[static_cast<size_t>(column)] = text;
   // The old blob stays where it is until the list is cleared.
-  const RowLayout layout = LayOut(changed.row, list.columns.size(), TextSet());
+  const RowLayout layout = LayOut(changed, list.columns.size(), TextSet());
   const char* blob = MakeBlob(list, layout);
   if (blob == nullptr) return false;
   const RowPlace place = PlaceOfRow(row);

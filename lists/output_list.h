@@ -4,6 +4,7 @@
 #pragma once
 
 #include <atomic>
+#include <concepts>
 #include <cstdint>
 #include <initializer_list>
 #include <memory>
@@ -29,15 +30,27 @@ struct RowFacts {
 // What a cell is beside its text: a number or position, or a date in seconds since 1601-01-01 UTC.
 // Sorting goes by that; a cell of a Report List has a text alone.
 inline constexpr uint64_t kNoValue = UINT64_MAX;
+// The value of a date, FILETIME.
+constexpr uint64_t DateValue(uint64_t file_time) { return file_time / 10'000'000; }
 
-// A row to add. Texts are code-page text; missing columns at the end are empty.
+// A cell to add. The code-page text is only looked at, so a cell made from a temporary text ends
+// with it.
+struct Cell {
+  Cell() = default;
+  template <std::convertible_to<std::string_view> Text>
+  Cell(const Text& shown) : text(shown) {}
+  Cell(std::string_view shown, uint64_t is) : text(shown), value(is) {}
+  std::string_view text;
+  uint64_t value = kNoValue;
+};
+
+// A row to add; missing columns at the end are empty.
 struct NewRow {
-  std::span<const std::string_view> texts;
+  std::span<const Cell> cells;
   int icon = 0;
   uint32_t datum = 0;     // position of the key or value that the row speaks of
   bool has_datum = true;  // false: the row speaks of no position
   RowFacts facts;
-  std::span<const uint64_t> values;  // of the first cells; kNoValue where a cell has none
 };
 
 struct OutputList;

@@ -158,10 +158,10 @@ void ConvertTexts(PendingRow& pending, int kind) {
 }
 
 void AddTexts(const PendingRow& pending, OutputList& list) {
-  std::array<std::string_view, kMaxOwnColumns> texts;
-  std::copy(pending.texts.begin(), pending.texts.end(), texts.begin());
+  std::array<Cell, kMaxOwnColumns> cells;
+  std::copy(pending.texts.begin(), pending.texts.end(), cells.begin());
   NewRow row;
-  row.texts = std::span(texts).first(static_cast<size_t>(pending.kept.columns));
+  row.cells = std::span(cells).first(static_cast<size_t>(pending.kept.columns));
   row.icon = pending.icon;
   row.has_datum = false;
   AddRow(list, row);

@@ -37,22 +37,6 @@ void AddValue(uint64_t value, size_t column, RowLayout& layout) {
   layout.head.flags |= kHasValues;
 }
 
-// Cells without a text have no value either.
-void AddValues(const NewRow& row, size_t cells, RowLayout& layout) {
-  const size_t count = std::min(row.values.size(), cells);
-  for (size_t column = 0; column < count; ++column) {
-    const bool known = row.values[column] != kNoValue && !row.texts[column].empty();
-    if (known) AddValue(row.values[column], column, layout);
-  }
-}
-
-void AddText(std::string_view text, std::string_view before, RowLayout& layout) {
-  const bool shared = text.size() >= kLeastShared && text == before;
-  if (shared) layout.shared |= uint64_t{1} << layout.texts;
-  layout.text_bytes += shared ? kSharedSize : text.size();
-  layout.stored[static_cast<size_t>(layout.texts++)] = shared ? before : text;
-}
-
 bool IsShared(const RowLayout& layout, int text) { return (layout.shared >> text & 1) != 0; }
 
 // Where a set of latest texts has the one that is stored as the number `text`.
@@ -86,18 +70,29 @@ void PutValues(const RowLayout& layout, char*& out) {
   }
 }
 
-void PutTexts(const RowLayout& layout, char*& out, TextSet& latest) {
+void PutEnd(size_t end, size_t size, char*& out) {
+  if (size == 1) {
+    *out++ = static_cast<char>(end);
+  } else {
+    PutNumber(end, size, out);
+  }
+}
+
+// The ends of the texts, and after all of these the texts.
+void PutTexts(const RowLayout& layout, char* ends, TextSet& latest) {
+  char* const first = ends + static_cast<size_t>(layout.texts) * layout.end_size;
+  char* out = first;
   for (int text = 0; text < layout.texts; ++text) {
-    const std::string_view stored = layout.stored[static_cast<size_t>(text)];
+    const StoredText& stored = layout.stored[static_cast<size_t>(text)];
     if (IsShared(layout, text)) {
-      const char* const at = stored.data();
-      const auto size = static_cast<uint32_t>(stored.size());
-      Put(&at, sizeof at, out);
+      const auto size = static_cast<uint32_t>(stored.size);
+      Put(&stored.text, sizeof stored.text, out);
       Put(&size, sizeof size, out);
-      continue;
+    } else {
+      if (stored.size >= kLeastShared) latest[PlaceOfText(layout, text)] = {out, stored.size};
+      Put(stored.text, stored.size, out);
     }
-    if (stored.size() >= kLeastShared) latest[PlaceOfText(layout, text)] = {out, stored.size()};
-    Put(stored.data(), stored.size(), out);
+    PutEnd(static_cast<size_t>(out - first), layout.end_size, ends);
   }
 }
 
@@ -110,21 +105,30 @@ size_t SizeOfValue(uint8_t tag) { return 1 + kValueSizes[FormOf(tag)]; }
 
 RowLayout LayOut(const NewRow& row, size_t columns, const TextSet& before) {
   RowLayout layout;
-  size_t cells = std::min(row.texts.size(), columns);
-  while (cells > 0 && row.texts[cells - 1].empty()) --cells;
+  size_t cells = std::min(row.cells.size(), columns);
+  while (cells > 0 && row.cells[cells - 1].text.empty()) --cells;
   layout.head = {row.datum, static_cast<int16_t>(row.icon), static_cast<uint8_t>(cells), 0};
   layout.last_write = row.facts.last_write;
   if (row.has_datum) layout.head.flags |= kHasDatum;
   if (row.facts.about_key) layout.head.flags |= kAboutKey;
-  AddValues(row, cells, layout);
-  for (size_t cell = 0; cell < cells; ++cell) AddText(row.texts[cell], before[cell], layout);
   const std::string_view facts[kFactTexts] = {row.facts.path, row.facts.name, row.facts.bytes};
-  if (std::ranges::any_of(facts, [](std::string_view fact) { return !fact.empty(); })) {
-    layout.head.flags |= kHasFacts;
-    for (size_t fact = 0; fact < kFactTexts; ++fact) {
-      AddText(facts[fact], before[kMaxOwnColumns + fact], layout);
+  const bool told = !facts[0].empty() || !facts[1].empty() || !facts[2].empty();
+  if (told) layout.head.flags |= kHasFacts;
+  const size_t texts = cells + (told ? kFactTexts : 0);
+  for (size_t i = 0; i < texts; ++i) {
+    const bool cell = i < cells;
+    const std::string_view text = cell ? row.cells[i].text : facts[i - cells];
+    const std::string_view latest = before[cell ? i : kMaxOwnColumns + i - cells];
+    const bool shared = text.size() >= kLeastShared && text == latest;
+    if (shared) layout.shared |= uint64_t{1} << i;
+    layout.text_bytes += shared ? kSharedSize : text.size();
+    layout.stored[i] = {(shared ? latest : text).data(), text.size()};
+    // A cell without a text has no value either.
+    if (cell && row.cells[i].value != kNoValue && !text.empty()) {
+      AddValue(row.cells[i].value, i, layout);
     }
   }
+  layout.texts = static_cast<int>(texts);
   if (layout.shared != 0) layout.head.flags |= kHasShared;
   if (layout.text_bytes > UINT8_MAX) {
     const bool wide = layout.text_bytes > UINT16_MAX;
@@ -144,11 +148,6 @@ void WriteBlob(const RowLayout& layout, char* out, TextSet& latest) {
   }
   if (layout.shared != 0) Put(&layout.shared, sizeof layout.shared, out);
   PutValues(layout, out);
-  uint64_t end = 0;
-  for (int text = 0; text < layout.texts; ++text) {
-    end += IsShared(layout, text) ? kSharedSize : layout.stored[static_cast<size_t>(text)].size();
-    PutNumber(end, layout.end_size, out);
-  }
   PutTexts(layout, out, latest);
 }
 

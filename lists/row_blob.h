@@ -49,13 +49,19 @@ struct StoredValue {
   uint8_t form;
 };
 
-// A row's parts, laid out for writing. Without initial values where most rows have few of many.
+// A text to be stored, or that of an earlier row which it shares.
+struct StoredText {
+  const char* text;
+  size_t size;
+};
+
+// A row's parts, laid out for writing. The arrays have no initial values: most rows have few of
+// many.
 struct RowLayout {
   RowHead head{};
   uint64_t last_write = 0;
   uint64_t shared = 0;  // of the texts in the order in which they are stored
-  // The texts, or those of an earlier row that they share.
-  std::array<std::string_view, kMaxOwnColumns + kFactTexts> stored;
+  std::array<StoredText, kMaxOwnColumns + kFactTexts> stored;
   int texts = 0;
   size_t text_bytes = 0;
   size_t end_size = 1;

@@ -1,12 +1,12 @@
 #include "live/branch_copy.h"
 
-#include <array>
 #include <vector>
 
 #include "hive/root_path.h"
 #include "hive/value_text.h"
 #include "host/host.h"
 #include "host/long_operation.h"
+#include "lists/list_rows.h"
 #include "live/live_keys.h"
 
 namespace hivequarry {
@@ -163,11 +163,7 @@ void BranchCopy::AddError(const std::string& path, std::string_view value,
                           const std::string& text) {
   RootSplit split;
   SplitRootPath(path, split);
-  NewRow row;
-  const std::array<std::string_view, 4> texts = {split.long_name, split.rest, value, text};
-  row.texts = texts;
-  row.has_datum = false;
-  AddRow(errors_, row);
+  AddListRow(errors_, {split.long_name, split.rest, value, text}, kNoOffset);
 }
 
 void BranchCopy::AddCuts() {

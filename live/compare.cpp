@@ -305,9 +305,9 @@ class Comparison {
     const std::string utf8_parent = ItemPathUtf8(hive_, tree_, item, &lossy);
     const std::string utf8_path = utf8_parent + '\\' + Utf8FromWide(name);
     const std::string path = PathOf(item) + '\\' + narrow;
-    const std::array<std::string_view, 3> texts = {path, "", kNotFound};
+    const Cell cells[] = {path, "", kNotFound};
     NewRow row;
-    row.texts = texts;
+    row.cells = cells;
     row.has_datum = false;
     row.facts.about_key = true;
     row.facts.last_write = last_write;
@@ -333,12 +333,11 @@ class Comparison {
     const uint32_t key = tree_.items[item].position;
     const std::string key_offset = PlaceText(hive_, key);
     const std::string value_offset = in_hive ? PlaceText(hive_, value.position) : std::string();
-    const std::array<std::string_view, 6> texts = {path,       value.name, value.file,
-                                                   value.live, key_offset, value_offset};
+    const Cell cells[] = {path, value.name, value.file, value.live, key_offset, value_offset};
     bool lossy = false;
     const std::string utf8_path = ItemPathUtf8(hive_, tree_, item, &lossy);
     NewRow row;
-    row.texts = texts;
+    row.cells = cells;
     row.icon = value.icon;
     row.datum = in_hive ? value.position : key;
     row.facts.about_key = value.name.empty();

@@ -1,6 +1,5 @@
 #include "live/merge.h"
 
-#include <array>
 #include <optional>
 #include <utility>
 #include <vector>
@@ -11,6 +10,7 @@
 #include "hive/values.h"
 #include "host/host.h"
 #include "host/long_operation.h"
+#include "lists/list_rows.h"
 #include "live/live_keys.h"
 #include "recovery/item_values.h"
 #include "security/descriptor.h"
@@ -269,11 +269,7 @@ class Merger {
 
   void AddRow(uint32_t item, const std::string& value, const std::string& error) {
     const std::string path = PathBelowRoot(hive_, tree_, item);
-    const std::array<std::string_view, 4> texts = {target_.place.prefix, path, value, error};
-    NewRow row;
-    row.texts = texts;
-    row.datum = tree_.items[item].position;
-    hivequarry::AddRow(errors_, row);
+    AddListRow(errors_, {target_.place.prefix, path, value, error}, tree_.items[item].position);
   }
 
   void LeaveUpTo(uint32_t item) {

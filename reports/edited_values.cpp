@@ -1,14 +1,12 @@
 #include "reports/edited_values.h"
 
-#include <array>
 #include <string>
 #include <string_view>
 #include <vector>
 
-#include "hive/file_place.h"
 #include "hive/value_edits.h"
 #include "hive/values.h"
-#include "host/number_text.h"
+#include "lists/list_rows.h"
 #include "recovery/item_values.h"
 
 namespace hivequarry {
@@ -30,14 +28,10 @@ void AddEdit(const HiveImage& hive, const KeyTree& tree, const ValueEdit& edit, 
   const std::string path = PathOfKey(hive, tree, edit.key);
   const ValueRow now = MakeValueRow(hive, edit.position, ValueViewOptions());
   const ValueRow stored = StoredRow(hive, edit.position);
-  const std::string offset = Concat({"0x", Hex(PlaceOf(hive, edit.position), 8)});
-  const std::array<std::string_view, 7> texts = {path,        now.name,    now.type, now.data,
-                                                 stored.type, stored.data, offset};
-  NewRow row;
-  row.texts = texts;
-  row.icon = now.icon;
-  row.datum = edit.position;
-  AddRow(list, row);
+  AddListRow(list,
+             {path, now.name, now.type, now.data, stored.type, stored.data,
+              PlaceText(hive, edit.position)},
+             edit.position, {}, now.icon);
 }
 
 }  // namespace

@@ -86,8 +86,8 @@ class FreedSearch {
       texts.emplace_back(details);
     }
     texts.push_back(std::move(place));
-    const std::vector<std::string_view> views(texts.begin(), texts.end());
-    AddListRow(list_, views, position, facts, icon);
+    const std::vector<Cell> cells(texts.begin(), texts.end());
+    AddListRow(list_, cells, position, facts, icon);
   }
 
   FreedSource& from_;

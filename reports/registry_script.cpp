@@ -331,8 +331,7 @@ OutputListPtr ListScriptGaps(const HiveImage& hive, const KeyTree& tree,
   OutputListPtr list = MakeOutputList(kListValueErrors);
   const auto add = [&](uint32_t item, const std::string& name, const char* error, uint32_t datum) {
     const std::string path = ItemPath(hive, tree, item);
-    const std::array<std::string_view, 3> texts = {path, name, error};
-    AddListRow(*list, texts, datum, RowFacts());
+    AddListRow(*list, {path, name, error}, datum);
   };
   const auto name_at = [&hive](uint32_t position) {
     return ReadValueKey(hive, position, ValueRead::kName, kMaxValueData, nullptr);

@@ -156,9 +156,9 @@ class BranchSearch {
       texts.push_back(PositionText(FilePositionOf(hive_, position)));
       texts.emplace_back(details);
     }
-    const std::vector<std::string_view> views(texts.begin(), texts.end());
+    const std::vector<Cell> cells(texts.begin(), texts.end());
     facts.path = paths_.LosslessOf(item);
-    AddListRow(list_, views, position, facts, icon);
+    AddListRow(list_, cells, position, facts, icon);
   }
 
   const HiveImage& hive_;

@@ -3,6 +3,7 @@
 #include "host/host.h"
 #include "host/long_operation.h"
 #include "host/number_text.h"
+#include "lists/list_rows.h"
 #include "security/sid.h"
 
 namespace hivequarry {
@@ -114,13 +115,10 @@ void AddAlias(OutputList& list, uint32_t identifier) {
   const std::string text = "S-1-5-32-" + std::to_string(identifier);
   const AccountAnswer answer = AskHost(SidOfText(text));
   if (answer.outcome != AccountAnswer::kFound) return;
-  const std::string number = Concat({"0x", Hex(identifier, 8)});
-  const std::string kind = std::to_string(answer.kind);
-  const std::string_view texts[] = {number, text, answer.name, answer.domain, kind};
-  NewRow row;
-  row.texts = texts;
-  row.has_datum = false;
-  AddRow(list, row);
+  AddListRow(list,
+             {Concat({"0x", Hex(identifier, 8)}), text, answer.name, answer.domain,
+              std::to_string(answer.kind)},
+             kNoOffset);
 }
 
 }  // namespace

@@ -95,9 +95,9 @@ class AceRows {
     const std::string flags = FormatInheritFlags(ace.flags);
     const std::string rights = FormatAccessMask(ace.mask);
     const std::string details = Decimal(RowCount(list_) + 1, 5);
-    const std::array<std::string_view, 7> texts = {
-        label, type, flags, rights, ace.sid_text, names_.Of(ace.sid_text), details};
-    AddListRow(list_, texts, record);  // without a column for them the details are dropped
+    // Without a column for them the details are dropped.
+    AddListRow(list_, {label, type, flags, rights, ace.sid_text, names_.Of(ace.sid_text), details},
+               record);
   }
 
   const HiveImage& hive_;

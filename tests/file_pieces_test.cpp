@@ -106,9 +106,9 @@ Bytes Pattern() {
 struct SplitFileTest : ::testing::Test {
   SplitFileTest() { SetListSource(*list, source.name()); }
   void Add(std::string_view start, std::string_view end) {
-    const std::string_view texts[] = {start, end};
+    const Cell cells[] = {start, end};
     NewRow row;
-    row.texts = texts;
+    row.cells = cells;
     AddRow(*list, row);
   }
   HostRecorder host;

@@ -15,9 +15,9 @@ using Rows = std::vector<uint32_t>;
 OutputListPtr ListOf(const std::vector<std::string>& texts) {
   OutputListPtr list = MakeOutputList(36);
   for (const std::string& text : texts) {
-    const std::string_view cells[] = {"k", text};
+    const Cell cells[] = {"k", text};
     NewRow row;
-    row.texts = cells;
+    row.cells = cells;
     row.icon = static_cast<int>(text.size() % 3) - 1;
     AddRow(*list, row);
   }

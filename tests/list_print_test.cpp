@@ -35,7 +35,7 @@ PrintDevice DeviceFor(Paper& paper, int width, int height, int line_height = 20)
 
 OutputListPtr Keys(const std::vector<std::string_view>& keys) {
   OutputListPtr list = MakeOutputList(51);
-  for (const std::string_view key : keys) AddRow(*list, {{&key, 1}, 0, 0, false, {}, {}});
+  for (const Cell cell : keys) AddRow(*list, {{&cell, 1}, 0, 0, false, {}});
   return list;
 }
 

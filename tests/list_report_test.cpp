@@ -16,8 +16,9 @@ using namespace std::string_literals;
 using Texts = std::vector<std::string_view>;
 
 void Add(OutputList& list, const Texts& texts, int icon = 0) {
+  const std::vector<Cell> cells(texts.begin(), texts.end());
   NewRow row;
-  row.texts = texts;
+  row.cells = cells;
   row.icon = icon;
   row.datum = 4128;
   AddRow(list, row);

@@ -19,8 +19,9 @@ using Texts = std::vector<std::string_view>;
 
 void Add(OutputList& list, const Texts& texts, uint32_t datum = 0, bool has_datum = false,
          RowFacts facts = {}) {
+  const std::vector<Cell> cells(texts.begin(), texts.end());
   NewRow row;
-  row.texts = texts;
+  row.cells = cells;
   row.datum = datum;
   row.has_datum = has_datum;
   row.facts = facts;
@@ -85,8 +86,8 @@ TEST(OutputListTest, KeepsWhatWasAdded) {
   const OutputListPtr list = MakeOutputList(5);
   const std::string large(100'000, 'x');
   NewRow row;
-  const Texts texts = {"key", "", "data", "", "0x1000", "beyond the last column"};
-  row.texts = texts;
+  const Cell cells[] = {"key", "", "data", "", "0x1000", "beyond the last column"};
+  row.cells = cells;
   row.icon = -16;
   row.datum = 0xFFFFFFF0;
   row.facts = {true, 42, "p", "n", "b"};
@@ -191,10 +192,8 @@ TEST(OutputListTest, CellsKeepWhatTheyAre) {
     for (const bool about_key : {false, true}) {
       for (const uint64_t value : values) {
         ClearRows(*list);
-        const std::string_view texts[] = {text, "is", "", text, "7"};
-        const uint64_t known[] = {kNoValue, value, 5, kNoValue, 7};
-        AddRow(*list,
-               {texts, 3, 4128, true, {about_key, kSecond * 10'000'000 + 9, "p", {}, {}}, known});
+        const Cell cells[] = {text, {"is", value}, {"", 5}, text, {"7", 7}};
+        AddRow(*list, {cells, 3, 4128, true, {about_key, kSecond * 10'000'000 + 9, "p", {}, {}}});
         EXPECT_EQ(CellValue(*list, 0, 1), value > kDatesAtMost ? kNoValue : value);
         EXPECT_EQ(CellValue(*list, 0, 2), kNoValue) << "a cell without a text";
         EXPECT_EQ(CellValue(*list, 0, 4), 7u);
@@ -206,8 +205,8 @@ TEST(OutputListTest, CellsKeepWhatTheyAre) {
         EXPECT_EQ(CellValue(*list, 1, 4), kNoValue) << "the value of another text";
         EXPECT_EQ(RowIcon(*list, 1), 3);
         SetRowNumbers(*list, RowNumbers::kFive);
-        AddRow(*list,
-               {std::span(texts).subspan(1, 1), 0, 0, true, {}, std::span(known).subspan(4)});
+        const Cell numbered[] = {{"is", 7}};
+        AddRow(*list, {numbered, 0, 0, true, {}});
         SetRowNumbers(*list, RowNumbers::kNone);
         EXPECT_EQ(CellText(*list, 2, 0), "00003, is");
         EXPECT_EQ(CellValue(*list, 2, 0), kNoValue) << "the value of the text without its number";

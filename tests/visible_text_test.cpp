@@ -82,9 +82,9 @@ TEST(VisibleText, NoNameForgesALine) {
 TEST(VisibleText, JsonAndCsvForTerminals) {
   const OutputListPtr list = MakeOutputList(36);
   for (const std::string_view first : {"=1+1", "+1", "-1", "@a", "\tb", "\rc", "d=", "\x9D\x1B"}) {
-    const std::string_view texts[] = {first, "x"};
+    const Cell cells[] = {first, "x"};
     NewRow row;
-    row.texts = texts;
+    row.cells = cells;
     row.facts.path = first == "d=" ? "\u202Ed" : "";
     AddRow(*list, row);
   }

@@ -113,9 +113,9 @@ class CommandTest : public WindowTest {
     HiveImage& hive = HiveOfSlot(window_->hive.slot);
     ASSERT_TRUE(SetValueEdit(hive, window_->selection.value, 1, {}));
     TheSettings().histories.recent_files.assign(kRecentHives, file.name());
-    const std::string_view text = "a row";
+    const Cell cell = "a row";
     NewRow row;
-    row.texts = {&text, 1};
+    row.cells = {&cell, 1};
     AddRow(*window_->output.model, row);
     ListChanged(window_->output);
   }

@@ -47,10 +47,10 @@ constexpr const char* kKeyErrors =
 
 OutputListPtr KeyErrors() {
   OutputListPtr list = MakeOutputList(15);
-  for (const std::initializer_list<std::string_view> texts :
-       {std::initializer_list<std::string_view>{"b", "", "failed"}, {"a", "x"}}) {
+  for (const std::initializer_list<Cell> cells :
+       {std::initializer_list<Cell>{"b", "", "failed"}, {"a", "x"}}) {
     NewRow row;
-    row.texts = texts;
+    row.cells = std::span(cells.begin(), cells.size());
     row.icon = static_cast<int>(RowCount(*list)) + 1;
     AddRow(*list, row);
   }

@@ -23,9 +23,9 @@ void ListTest::TearDown() {
 OutputListPtr ListTest::MakeRows(int kind, std::initializer_list<Texts> rows) {
   OutputListPtr list = MakeOutputList(kind);
   for (const Texts& cells : rows) {
-    const std::vector<std::string_view> texts(cells.begin(), cells.end());
+    const std::vector<Cell> added(cells.begin(), cells.end());
     NewRow row;
-    row.texts = texts;
+    row.cells = added;
     row.icon = static_cast<int>(RowCount(*list) % 4);
     row.has_datum = false;
     AddRow(*list, row);
@@ -79,8 +79,9 @@ std::string ListTest::PartText(const ListPlace& place, int part) {
 }
 
 void AddText(OutputList& list, std::string_view text, uint32_t datum) {
+  const Cell cell = text;
   NewRow row;
-  row.texts = std::span(&text, 1);
+  row.cells = std::span(&cell, 1);
   row.datum = datum;
   row.has_datum = datum != 0;
   AddRow(list, row);
