@@ -26,8 +26,8 @@
 #include "host/files.h"
 #include "records/cell.h"
 #include "recovery/image_tree.h"
-#include "recovery/item_values.h"
 #include "tests/support/hive_builder.h"
+#include "words/item_values.h"
 
 namespace hivequarry {
 namespace {

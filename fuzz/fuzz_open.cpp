@@ -11,9 +11,9 @@
 #include "hive/value_text.h"
 #include "hive/values.h"
 #include "recovery/freed_records.h"
-#include "recovery/item_values.h"
 #include "reports/freed_lists.h"
 #include "tests/support/tree_shape.h"
+#include "words/item_values.h"
 
 namespace {
 

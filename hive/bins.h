@@ -3,7 +3,6 @@
 
 #include <cstdint>
 #include <span>
-#include <string>
 #include <vector>
 
 #include "hive/image.h"
@@ -20,19 +19,15 @@ struct BinRow {
   bool invalid = false;     // no "hbin" where a block should start: the row that ends the walk
 };
 
-inline constexpr int kInvalidBinColour = -16;  // colour code of the invalid row
+// The second copy is only written by some systems; 0 is where it was not.
+inline bool SizesDiffer(const BinRow& row) {
+  return row.size_copy != 0 && row.size != row.size_copy;
+}
 
 // The block walk from `first_position`, at most `count` blocks. Where a block's sizes differ the
 // walk goes on with the first. It ends after an invalid row, and at a size that leads nowhere (0).
 std::vector<BinRow> ListHiveBins(const HiveImage& hive, uint32_t first_position, uint32_t count);
 // True when a block gives itself two sizes.
 bool AnySizesDiffer(std::span<const BinRow> rows);
-
-// Texts of a row: "%04d", "%08X" (or "invalid"), and the differing copy as "%08X" or empty.
-std::string BinNumberText(const BinRow& row);
-std::string BinSizeText(const BinRow& row);
-std::string BinCopyText(const BinRow& row);
-// The row in the main window's block list: "%04X,   %X", or "%4d,  %X    - Error".
-std::string BinPaneText(const BinRow& row);
 
 }  // namespace hivequarry

@@ -15,7 +15,7 @@
 #include "live/live_keys.h"
 #include "live/live_place.h"
 #include "live/registry.h"
-#include "recovery/item_values.h"
+#include "words/item_values.h"
 
 namespace hivequarry {
 namespace {

@@ -12,8 +12,8 @@
 #include "host/long_operation.h"
 #include "lists/list_rows.h"
 #include "live/live_keys.h"
-#include "recovery/item_values.h"
 #include "security/descriptor.h"
+#include "words/item_values.h"
 
 namespace hivequarry {
 namespace {

@@ -7,7 +7,7 @@
 #include "hive/value_edits.h"
 #include "hive/values.h"
 #include "lists/list_rows.h"
-#include "recovery/item_values.h"
+#include "words/item_values.h"
 
 namespace hivequarry {
 namespace {

@@ -10,8 +10,8 @@
 #include "host/long_operation.h"
 #include "lists/list_rows.h"
 #include "recovery/freed_records.h"
-#include "recovery/item_values.h"
 #include "reports/freed_rows.h"
+#include "words/item_values.h"
 
 namespace hivequarry {
 namespace {

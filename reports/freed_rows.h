@@ -9,7 +9,7 @@
 #include "hive/key_tree.h"
 #include "hive/values.h"
 #include "recovery/freed_records.h"
-#include "recovery/item_values.h"
+#include "words/item_values.h"
 
 namespace hivequarry {
 

@@ -4,7 +4,6 @@
 #include <string_view>
 #include <vector>
 
-#include "hive/bins.h"
 #include "hive/file_place.h"
 #include "hive/keys.h"
 #include "hive/root_path.h"
@@ -14,10 +13,11 @@
 #include "host/host.h"
 #include "host/long_operation.h"
 #include "lists/list_rows.h"
-#include "recovery/item_values.h"
-#include "recovery/raw_record.h"
 #include "recovery/root_search.h"
 #include "reports/freed_lists.h"
+#include "words/bin_texts.h"
+#include "words/item_values.h"
+#include "words/raw_record.h"
 
 namespace hivequarry {
 namespace {

@@ -39,7 +39,7 @@ OutputListPtr ListBlocks(const HiveImage& hive);
 // and body lines of a value. Null when there is neither.
 OutputListPtr ListDetail(const HiveImage& hive, const KeyTree& tree, uint32_t position);
 
-// The bytes of the record that holds a position, a row a field (recovery/raw_record.h); the
+// The bytes of the record that holds a position, a row a field (words/raw_record.h); the
 // subtitle says which record it is. A row's datum is the position that its field leads to, else its
 // own. Null for a position outside the hive.
 OutputListPtr ListRawRecord(const HiveImage& hive, const KeyTree& tree, uint32_t position);

@@ -13,7 +13,7 @@
 #include "host/host.h"
 #include "host/long_operation.h"
 #include "lists/list_rows.h"
-#include "recovery/item_values.h"
+#include "words/item_values.h"
 
 namespace hivequarry {
 namespace {

@@ -15,7 +15,7 @@
 #include "host/long_operation.h"
 #include "host/shortfalls.h"
 #include "lists/list_rows.h"
-#include "recovery/item_values.h"
+#include "words/item_values.h"
 
 namespace hivequarry {
 namespace {

@@ -10,8 +10,8 @@
 #include "host/number_text.h"
 #include "lists/list_rows.h"
 #include "records/cell.h"
-#include "recovery/item_values.h"
 #include "reports/search_sieve.h"
+#include "words/item_values.h"
 
 namespace hivequarry {
 namespace {

@@ -12,6 +12,7 @@
 #include "host/long_operation.h"
 #include "records/cell.h"
 #include "tests/support/opened_hive.h"
+#include "words/bin_texts.h"
 
 namespace hivequarry::testing {
 namespace {

@@ -1,4 +1,4 @@
-#include "recovery/raw_record.h"
+#include "words/raw_record.h"
 
 #include <gtest/gtest.h>
 

@@ -3,8 +3,8 @@
 #include <string_view>
 
 #include "hive/file_place.h"
-#include "recovery/item_values.h"
 #include "view/shown_text.h"
+#include "words/item_values.h"
 
 namespace hivequarry {
 namespace {

@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <string>
 
-#include "recovery/item_values.h"
+#include "words/item_values.h"
 
 namespace hivequarry {
 

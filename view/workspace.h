@@ -4,7 +4,7 @@
 #include <string>
 
 #include "recovery/image_tree.h"
-#include "recovery/item_values.h"
+#include "words/item_values.h"
 
 namespace hivequarry {
 

@@ -14,9 +14,9 @@
 #include "hive/value_text.h"
 #include "hive/values.h"
 #include "recovery/image_tree.h"
-#include "recovery/item_values.h"
 #include "tests/support/hive_builder.h"
 #include "tests/support/host_recorder.h"
+#include "words/item_values.h"
 
 namespace hivequarry::testing {
 

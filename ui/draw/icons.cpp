@@ -4,12 +4,12 @@
 #include <initializer_list>
 
 #include "hive/value_text.h"
-#include "recovery/item_values.h"
 #include "ui/draw/canvas.h"
 #include "ui/draw/icon_shapes.h"
 #include "ui/draw/tool_icons.h"
 #include "view/commands.h"
 #include "view/tree_icons.h"
+#include "words/item_values.h"
 
 namespace hivequarry {
 namespace {

@@ -12,6 +12,7 @@
 #include "ui/frame/window_place.h"
 #include "ui/lists/list_notify.h"
 #include "ui/main/main_window.h"
+#include "words/bin_texts.h"
 
 namespace hivequarry {
 namespace {

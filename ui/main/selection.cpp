@@ -3,7 +3,6 @@
 #include <utility>
 
 #include "hive/value_text.h"
-#include "recovery/item_values.h"
 #include "ui/commands/recent_keys_dialog.h"
 #include "ui/frame/text.h"
 #include "ui/main/main_window.h"
@@ -13,6 +12,7 @@
 #include "view/item_words.h"
 #include "view/tree_find.h"
 #include "view/workspace.h"
+#include "words/item_values.h"
 
 namespace hivequarry {
 namespace {

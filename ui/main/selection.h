@@ -8,7 +8,7 @@
 #include <string>
 
 #include "hive/key_tree.h"
-#include "recovery/item_values.h"
+#include "words/item_values.h"
 #include "ui/draw/win.h"
 #include "ui/panes/value_threads.h"
 

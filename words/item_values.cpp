@@ -1,4 +1,4 @@
-#include "recovery/item_values.h"
+#include "words/item_values.h"
 
 #include <algorithm>
 
