@@ -8,12 +8,12 @@
 #include "hive/bins.h"
 #include "hive/key_tree.h"
 #include "hive/keys.h"
-#include "hive/value_text.h"
 #include "hive/values.h"
 #include "recovery/freed_records.h"
 #include "reports/freed_lists.h"
 #include "tests/support/tree_shape.h"
 #include "words/item_values.h"
+#include "words/value_text.h"
 
 namespace {
 

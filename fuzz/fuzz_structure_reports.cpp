@@ -12,11 +12,11 @@
 #include <vector>
 
 #include "fuzz/fuzzed_hive.h"
-#include "hive/value_text.h"
 #include "lists/list_writers.h"
 #include "reports/path_texts.h"
 #include "reports/shell_items.h"
 #include "reports/structure_reports.h"
+#include "words/value_text.h"
 
 namespace {
 

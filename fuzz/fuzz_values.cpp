@@ -8,9 +8,9 @@
 #include "hive/image.h"
 #include "hive/keys.h"
 #include "hive/subkeys.h"
-#include "hive/value_text.h"
 #include "hive/values.h"
 #include "records/cell.h"
+#include "words/value_text.h"
 
 namespace {
 

@@ -8,8 +8,8 @@
 #include "hive/key_tree.h"
 #include "hive/keys.h"
 #include "hive/root_path.h"
-#include "hive/value_text.h"
 #include "host/host.h"
+#include "host/number_text.h"
 
 namespace hivequarry {
 namespace {

@@ -2,8 +2,9 @@
 
 #include <algorithm>
 
-#include "hive/value_text.h"
+#include "hive/values.h"
 #include "host/number_text.h"
+#include "records/value_key.h"
 
 namespace hivequarry {
 namespace {

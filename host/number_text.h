@@ -57,6 +57,12 @@ inline Digits Hex(uint64_t number, size_t width = 1) {
 inline Digits SmallHex(uint64_t number, size_t width = 1) {
   return HexWith(kLowerDigits, number, width);
 }
+// "0x%08X": positions in lists.
+inline std::string HexNumber(uint32_t number) {
+  std::string text = "0x00000000";
+  for (size_t at = 9; at >= 2; --at, number >>= 4) text[at] = kUpperDigits[number & 15];
+  return text;
+}
 
 // Texts and digits, one after the other.
 inline std::string Concat(std::initializer_list<std::string_view> parts) {

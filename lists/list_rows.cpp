@@ -3,9 +3,9 @@
 #include "hive/file_place.h"
 #include "hive/keys.h"
 #include "hive/offset_map.h"
-#include "hive/value_text.h"
 #include "host/host.h"
 #include "host/number_text.h"
+#include "words/value_text.h"
 
 namespace hivequarry {
 

@@ -3,11 +3,11 @@
 #include <vector>
 
 #include "hive/root_path.h"
-#include "hive/value_text.h"
 #include "host/host.h"
 #include "host/long_operation.h"
 #include "lists/list_rows.h"
 #include "live/live_keys.h"
+#include "words/value_text.h"
 
 namespace hivequarry {
 namespace {

@@ -6,7 +6,6 @@
 #include <utility>
 #include <vector>
 
-#include "hive/value_text.h"
 #include "hive/values.h"
 #include "host/host.h"
 #include "host/long_operation.h"
@@ -16,6 +15,7 @@
 #include "live/live_place.h"
 #include "live/registry.h"
 #include "words/item_values.h"
+#include "words/value_text.h"
 
 namespace hivequarry {
 namespace {

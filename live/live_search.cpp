@@ -4,9 +4,9 @@
 #include <span>
 
 #include "hive/timestamp.h"
-#include "hive/value_text.h"
 #include "host/host.h"
 #include "live/live_keys.h"
+#include "words/value_text.h"
 
 namespace hivequarry {
 namespace {

@@ -6,7 +6,6 @@
 
 #include "hive/keys.h"
 #include "hive/root_path.h"
-#include "hive/value_text.h"
 #include "hive/values.h"
 #include "host/host.h"
 #include "host/long_operation.h"
@@ -14,6 +13,7 @@
 #include "live/live_keys.h"
 #include "security/descriptor.h"
 #include "words/item_values.h"
+#include "words/value_text.h"
 
 namespace hivequarry {
 namespace {

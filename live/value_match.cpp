@@ -1,8 +1,8 @@
 // Whether a value of a hive and one of the registry hold the same.
 #include <algorithm>
 
-#include "hive/value_text.h"
 #include "live/compare.h"
+#include "words/value_text.h"
 
 namespace hivequarry {
 namespace {

@@ -25,6 +25,17 @@ inline constexpr uint32_t kBigDataCellLength = 16;  // of the "db" cell itself
 inline constexpr uint32_t kBigDataCount = 6;        // 16 bits: segments
 inline constexpr uint32_t kBigDataList = 8;         // offset of the cell with their offsets
 
+// Types of values.
+inline constexpr uint32_t kRegNone = 0;
+inline constexpr uint32_t kRegSz = 1;
+inline constexpr uint32_t kRegExpandSz = 2;
+inline constexpr uint32_t kRegBinary = 3;
+inline constexpr uint32_t kRegDword = 4;
+inline constexpr uint32_t kRegDwordBigEndian = 5;
+inline constexpr uint32_t kRegLink = 6;
+inline constexpr uint32_t kRegMultiSz = 7;
+inline constexpr uint32_t kRegQword = 11;
+
 struct ValueFields {
   uint32_t size = 0;  // of the cell, as stored
   uint16_t signature = 0;

@@ -5,7 +5,6 @@
 
 #include "hive/keys.h"
 #include "hive/timestamp.h"
-#include "hive/value_text.h"
 #include "hive/values.h"
 #include "host/host.h"
 #include "host/long_operation.h"

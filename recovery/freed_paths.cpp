@@ -6,7 +6,6 @@
 
 #include "hive/file_place.h"
 #include "hive/keys.h"
-#include "hive/value_text.h"
 #include "host/host.h"
 #include "host/number_text.h"
 #include "recovery/freed_records.h"

@@ -1,8 +1,8 @@
 // Class registrations, and the names that classes and file types go by.
 #include "hive/root_path.h"
 #include "hive/timestamp.h"
-#include "hive/value_text.h"
 #include "reports/report_run.h"
+#include "words/value_text.h"
 
 namespace hivequarry {
 namespace {

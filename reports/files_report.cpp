@@ -3,13 +3,13 @@
 #include <numeric>
 #include <vector>
 
-#include "hive/value_text.h"
 #include "host/case.h"
 #include "host/long_operation.h"
 #include "host/shortfalls.h"
 #include "lists/list_rows.h"
 #include "reports/path_texts.h"
 #include "reports/report_run.h"
+#include "words/value_text.h"
 
 namespace hivequarry {
 namespace {

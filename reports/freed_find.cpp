@@ -7,10 +7,10 @@
 
 #include "hive/file_place.h"
 #include "hive/keys.h"
-#include "hive/value_text.h"
 #include "host/long_operation.h"
 #include "host/number_text.h"
 #include "lists/list_rows.h"
+#include "words/value_text.h"
 
 namespace hivequarry {
 namespace {

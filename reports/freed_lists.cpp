@@ -5,13 +5,13 @@
 
 #include "hive/keys.h"
 #include "hive/timestamp.h"
-#include "hive/value_text.h"
 #include "hive/values.h"
 #include "host/long_operation.h"
 #include "lists/list_rows.h"
 #include "recovery/freed_records.h"
 #include "reports/freed_rows.h"
 #include "words/item_values.h"
+#include "words/value_text.h"
 
 namespace hivequarry {
 namespace {

@@ -2,9 +2,9 @@
 
 #include <algorithm>
 
-#include "hive/value_text.h"
 #include "host/host.h"
 #include "lists/list_rows.h"
+#include "words/value_text.h"
 
 namespace hivequarry {
 namespace {

@@ -5,11 +5,11 @@
 
 #include "hive/keys.h"
 #include "hive/timestamp.h"
-#include "hive/value_text.h"
 #include "host/host.h"
 #include "host/long_operation.h"
 #include "lists/list_rows.h"
 #include "reports/registry_script.h"
+#include "words/value_text.h"
 
 namespace hivequarry {
 namespace {

@@ -8,7 +8,6 @@
 #include "hive/keys.h"
 #include "hive/root_path.h"
 #include "hive/timestamp.h"
-#include "hive/value_text.h"
 #include "hive/values.h"
 #include "host/host.h"
 #include "host/long_operation.h"
@@ -18,6 +17,7 @@
 #include "words/bin_texts.h"
 #include "words/item_values.h"
 #include "words/raw_record.h"
+#include "words/value_text.h"
 
 namespace hivequarry {
 namespace {

@@ -8,7 +8,6 @@
 #include <utility>
 
 #include "hive/keys.h"
-#include "hive/value_text.h"
 #include "hive/values.h"
 #include "host/case.h"
 #include "host/host.h"
@@ -16,6 +15,7 @@
 #include "host/shortfalls.h"
 #include "lists/list_rows.h"
 #include "words/item_values.h"
+#include "words/value_text.h"
 
 namespace hivequarry {
 namespace {

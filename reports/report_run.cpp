@@ -4,11 +4,11 @@
 
 #include "hive/root_path.h"
 #include "hive/timestamp.h"
-#include "hive/value_text.h"
 #include "host/case.h"
 #include "host/host.h"
 #include "host/number_text.h"
 #include "lists/list_rows.h"
+#include "words/value_text.h"
 
 namespace hivequarry {
 namespace {

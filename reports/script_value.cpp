@@ -5,9 +5,9 @@
 #include <cstring>
 
 #include "hive/image.h"
-#include "hive/value_text.h"
 #include "host/number_text.h"
 #include "reports/registry_script.h"
+#include "words/value_text.h"
 
 namespace hivequarry {
 namespace {

@@ -4,7 +4,6 @@
 
 #include "hive/file_place.h"
 #include "hive/keys.h"
-#include "hive/value_text.h"
 #include "host/host.h"
 #include "host/long_operation.h"
 #include "host/number_text.h"
@@ -12,6 +11,7 @@
 #include "records/cell.h"
 #include "reports/search_sieve.h"
 #include "words/item_values.h"
+#include "words/value_text.h"
 
 namespace hivequarry {
 namespace {

@@ -4,10 +4,10 @@
 #include <functional>
 
 #include "hive/image.h"
-#include "hive/value_text.h"
 #include "host/long_operation.h"
 #include "host/number_text.h"
 #include "reports/search.h"
+#include "words/value_text.h"
 
 namespace hivequarry {
 namespace {

@@ -2,8 +2,8 @@
 #include <iterator>
 
 #include "hive/root_path.h"
-#include "hive/value_text.h"
 #include "reports/report_run.h"
+#include "words/value_text.h"
 
 namespace hivequarry {
 namespace {

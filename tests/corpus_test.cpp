@@ -16,7 +16,6 @@
 #include "hive/key_tree.h"
 #include "hive/keys.h"
 #include "hive/timestamp.h"
-#include "hive/value_text.h"
 #include "hive/values.h"
 #include "host/host.h"
 #include "records/cell.h"
@@ -30,6 +29,7 @@
 #include "security/security_lists.h"
 #include "tests/support/plain_reader.h"
 #include "tests/support/texts.h"
+#include "words/value_text.h"
 
 namespace hivequarry {
 namespace {

@@ -4,6 +4,7 @@
 
 #include <functional>
 
+#include "host/number_text.h"
 #include "recovery/freed_records.h"
 #include "reports/freed_lists.h"
 #include "reports/hive_lists.h"

@@ -1,6 +1,7 @@
 // Freed records in searches, lists of dates, details and scripts, and what they may cost.
 #include <gtest/gtest.h>
 
+#include "host/number_text.h"
 #include "host/shortfalls.h"
 #include "reports/freed_find.h"
 #include "reports/freed_lists.h"

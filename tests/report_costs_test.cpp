@@ -1,7 +1,6 @@
 // Reports on hives that are made to cost time: each takes as long as the file is large, no longer.
 #include <gtest/gtest.h>
 
-#include "hive/value_text.h"
 #include "host/shortfalls.h"
 #include "reports/structure_reports.h"
 #include "tests/support/deadline.h"
@@ -9,6 +8,7 @@
 #include "tests/support/opened_hive.h"
 #include "tests/support/plain_cells.h"
 #include "tests/support/report_hives.h"
+#include "words/value_text.h"
 
 namespace hivequarry::testing {
 namespace {

@@ -3,11 +3,11 @@
 #include <gtest/gtest.h>
 
 #include "hive/value_edits.h"
-#include "hive/value_text.h"
 #include "host/long_operation.h"
 #include "reports/report_run.h"
 #include "tests/support/opened_hive.h"
 #include "tests/support/texts.h"
+#include "words/value_text.h"
 
 namespace hivequarry {
 namespace {

@@ -1,4 +1,4 @@
-#include "hive/value_text.h"
+#include "words/value_text.h"
 
 #include <gtest/gtest.h>
 

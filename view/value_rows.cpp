@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
-#include "hive/value_text.h"
 #include "hive/values.h"
+#include "words/value_text.h"
 
 namespace hivequarry {
 

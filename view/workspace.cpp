@@ -1,11 +1,11 @@
 #include "view/workspace.h"
 
 #include "hive/file_place.h"
-#include "hive/value_text.h"
 #include "host/host.h"
 #include "lists/list_rows.h"
 #include "recovery/root_search.h"
 #include "view/shown_text.h"
+#include "words/value_text.h"
 
 namespace hivequarry {
 namespace {

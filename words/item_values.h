@@ -9,8 +9,8 @@
 
 #include "hive/image.h"
 #include "hive/key_tree.h"
-#include "hive/value_text.h"
 #include "hive/values.h"
+#include "words/value_text.h"
 
 namespace hivequarry {
 

@@ -8,11 +8,11 @@
 #include "hive/keys.h"
 #include "hive/subkeys.h"
 #include "hive/timestamp.h"
-#include "hive/value_text.h"
 #include "hive/values.h"
 #include "host/number_text.h"
 #include "records/cell.h"
 #include "recovery/scan.h"
+#include "words/value_text.h"
 
 namespace hivequarry {
 namespace {

@@ -2,10 +2,10 @@
 
 #include <map>
 
-#include "hive/value_text.h"
 #include "host/host.h"
 #include "tests/support/hive_builder.h"
 #include "tests/support/plain_reader.h"
+#include "words/value_text.h"
 
 namespace hivequarry::testing {
 namespace {

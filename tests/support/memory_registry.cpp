@@ -5,11 +5,11 @@
 #include <filesystem>
 #include <fstream>
 
-#include "hive/value_text.h"
 #include "host/case.h"
 #include "host/files.h"
 #include "host/host.h"
 #include "tests/support/memory_hives.h"
+#include "words/value_text.h"
 
 namespace hivequarry::testing {
 namespace {

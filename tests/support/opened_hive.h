@@ -11,12 +11,12 @@
 #include "app/opening_words.h"
 #include "hive/image.h"
 #include "hive/key_tree.h"
-#include "hive/value_text.h"
 #include "hive/values.h"
 #include "recovery/image_tree.h"
 #include "tests/support/hive_builder.h"
 #include "tests/support/host_recorder.h"
 #include "words/item_values.h"
+#include "words/value_text.h"
 
 namespace hivequarry::testing {
 

@@ -9,7 +9,6 @@
 #include <functional>
 #include <string>
 
-#include "hive/value_text.h"
 #include "tests/window/dialog_fixture.h"
 #include "tests/window/window_fixture.h"
 #include "ui/dialogs/value_editor.h"
@@ -17,6 +16,7 @@
 #include "ui/frame/text.h"
 #include "ui/frame/window_class.h"
 #include "ui/resources/resource.h"
+#include "words/value_text.h"
 
 namespace hivequarry {
 

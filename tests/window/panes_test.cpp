@@ -1,11 +1,11 @@
 // What the panes show of a hive.
 #include <cstring>
 
-#include "hive/value_text.h"
 #include "tests/window/window_fixture.h"
 #include "ui/frame/splitter.h"
 #include "ui/frame/text.h"
 #include "view/tree_icons.h"
+#include "words/value_text.h"
 
 namespace hivequarry::testing {
 namespace {

@@ -1,9 +1,9 @@
 // What the tree tells of each key, and how branches with very many keys come into it.
-#include "hive/value_text.h"
 #include "tests/window/window_fixture.h"
 #include "ui/frame/text.h"
 #include "ui/main/status.h"
 #include "view/tree_icons.h"
+#include "words/value_text.h"
 
 namespace hivequarry::testing {
 namespace {

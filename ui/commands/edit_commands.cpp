@@ -5,7 +5,6 @@
 #include "hive/file_place.h"
 #include "hive/hive_table.h"
 #include "hive/value_edits.h"
-#include "hive/value_text.h"
 #include "hive/values.h"
 #include "host/number_text.h"
 #include "reports/edited_values.h"
@@ -13,6 +12,7 @@
 #include "ui/dialogs/value_editor.h"
 #include "ui/lists/list_window.h"
 #include "ui/main/main_window.h"
+#include "words/value_text.h"
 
 namespace hivequarry {
 namespace {

@@ -8,12 +8,12 @@
 #include <utility>
 
 #include "hive/value_input.h"
-#include "hive/value_text.h"
 #include "ui/frame/dialog_layout.h"
 #include "ui/frame/modal.h"
 #include "ui/frame/text.h"
 #include "ui/hex/hex_edit.h"
 #include "ui/resources/resource.h"
+#include "words/value_text.h"
 
 namespace hivequarry {
 namespace {

@@ -3,13 +3,13 @@
 #include <algorithm>
 #include <initializer_list>
 
-#include "hive/value_text.h"
 #include "ui/draw/canvas.h"
 #include "ui/draw/icon_shapes.h"
 #include "ui/draw/tool_icons.h"
 #include "view/commands.h"
 #include "view/tree_icons.h"
 #include "words/item_values.h"
+#include "words/value_text.h"
 
 namespace hivequarry {
 namespace {

@@ -2,7 +2,6 @@
 
 #include <utility>
 
-#include "hive/value_text.h"
 #include "ui/commands/recent_keys_dialog.h"
 #include "ui/frame/text.h"
 #include "ui/main/main_window.h"
@@ -13,6 +12,7 @@
 #include "view/tree_find.h"
 #include "view/workspace.h"
 #include "words/item_values.h"
+#include "words/value_text.h"
 
 namespace hivequarry {
 namespace {

@@ -8,9 +8,9 @@
 #include <string>
 
 #include "hive/key_tree.h"
-#include "words/item_values.h"
 #include "ui/draw/win.h"
 #include "ui/panes/value_threads.h"
+#include "words/item_values.h"
 
 namespace hivequarry {
 

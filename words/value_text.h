@@ -11,20 +11,7 @@
 
 namespace hivequarry {
 
-inline constexpr uint32_t kRegNone = 0;
-inline constexpr uint32_t kRegSz = 1;
-inline constexpr uint32_t kRegExpandSz = 2;
-inline constexpr uint32_t kRegBinary = 3;
-inline constexpr uint32_t kRegDword = 4;
-inline constexpr uint32_t kRegDwordBigEndian = 5;
-inline constexpr uint32_t kRegLink = 6;
-inline constexpr uint32_t kRegMultiSz = 7;
-inline constexpr uint32_t kRegQword = 11;
-
 inline constexpr size_t kPreviewLength = 250;
-
-// "0x%08X": positions and numbers in lists.
-std::string HexNumber(uint32_t number);
 
 // "REG_SZ" and so on; an unknown code as "0x%x".
 std::string TypeName(uint32_t type);

@@ -1,4 +1,4 @@
-#include "hive/value_text.h"
+#include "words/value_text.h"
 
 #include <algorithm>
 #include <bit>
@@ -221,13 +221,6 @@ char* DumpLine(std::span<const uint8_t> bytes, size_t offset, int digits, char* 
 }
 
 }  // namespace
-
-std::string HexNumber(uint32_t number) {
-  // One in nearly every row of a list: too many for a format string.
-  std::string text = "0x00000000";
-  for (size_t at = 9; at >= 2; --at, number >>= 4) text[at] = kUpperDigits[number & 15];
-  return text;
-}
 
 std::string TypeName(uint32_t type) {
   if (type < std::size(kTypeNames)) return kTypeNames[type];
