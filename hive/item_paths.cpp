@@ -167,8 +167,8 @@ void SpellName(const HiveImage& hive, const KeyTree& tree, uint32_t item, std::u
 // The child of `parent` that the first component of `path` names; `path` moves after it. A name
 // may itself hold backslashes, so the longest child name that fits is taken.
 template <typename Character>
-uint32_t TakeComponent(const HiveImage& hive, const KeyTree& tree, uint32_t parent,
-                       std::basic_string_view<Character>& path) {
+uint32_t DescendComponent(const HiveImage& hive, const KeyTree& tree, uint32_t parent,
+                          std::basic_string_view<Character>& path) {
   std::basic_string<Character> name;
   uint32_t best = kNoItem;
   size_t best_length = 0;
@@ -190,7 +190,7 @@ uint32_t TakeComponent(const HiveImage& hive, const KeyTree& tree, uint32_t pare
 
 // True, with `path` moved after it, when the path begins with this root text.
 template <typename Character>
-bool TakeRoot(std::basic_string_view<Character> root, std::basic_string_view<Character>& path) {
+bool SkipRoot(std::basic_string_view<Character> root, std::basic_string_view<Character>& path) {
   while (!root.empty() && root.back() == '\\') root.remove_suffix(1);
   if (root.empty() || path.size() < root.size()) return false;
   if (!EqualIgnoringCase(path.substr(0, root.size()), root)) return false;
@@ -202,7 +202,7 @@ bool TakeRoot(std::basic_string_view<Character> root, std::basic_string_view<Cha
 template <typename Character>
 uint32_t DescendPath(const HiveImage& hive, const KeyTree& tree, uint32_t item,
                      std::basic_string_view<Character> path) {
-  while (!path.empty() && item != kNoItem) item = TakeComponent(hive, tree, item, path);
+  while (!path.empty() && item != kNoItem) item = DescendComponent(hive, tree, item, path);
   return item;
 }
 
@@ -221,7 +221,7 @@ uint32_t ItemAt(const KeyTree& tree, uint32_t position, bool under_folder) {
 
 // The item that a shortened path, without its root, names; kNoItem for any other path.
 uint32_t FindShortened(const HiveImage& hive, const KeyTree& tree, std::string_view path) {
-  const bool under_folder = TakeRoot(std::string_view(kDisconnectedKeysTitle), path);
+  const bool under_folder = SkipRoot(std::string_view(kDisconnectedKeysTitle), path);
   const std::string_view name = path.substr(0, path.find('\\'));
   if (!name.starts_with(std::string(kLeftOut) + "0x")) return kNoItem;
   uint32_t position = 0;
@@ -363,7 +363,7 @@ uint32_t FindItemByPath(const HiveImage& hive, const KeyTree& tree, std::u16stri
   path = Trimmed(path);
   for (const std::string& root : {tree.root_text, hive.root.long_prefix}) {
     std::u16string_view rest = path;
-    if (!TakeRoot(std::u16string_view(WideFromUtf8(Utf8FromNarrow(root))), rest)) continue;
+    if (!SkipRoot(std::u16string_view(WideFromUtf8(Utf8FromNarrow(root))), rest)) continue;
     const uint32_t item = DescendPath(hive, tree, 0, rest);
     if (item != kNoItem) return item;
   }
@@ -374,8 +374,8 @@ uint32_t FindItemByPath(const HiveImage& hive, const KeyTree& tree, std::string_
   if (tree.items.empty()) return kNoItem;
   path = Trimmed(path);
   std::string_view rest = path;
-  if (TakeRoot(std::string_view(tree.root_text), rest) ||
-      TakeRoot(std::string_view(hive.root.long_prefix), rest)) {
+  if (SkipRoot(std::string_view(tree.root_text), rest) ||
+      SkipRoot(std::string_view(hive.root.long_prefix), rest)) {
     const uint32_t item = DescendPath(hive, tree, 0, rest);
     if (item != kNoItem) return item;
     const uint32_t shortened = FindShortened(hive, tree, rest);

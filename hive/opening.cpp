@@ -38,8 +38,8 @@ Stream OpenHiveFile(const std::string& file_name, OpenFailure& failure) {
   return stream;
 }
 
-// Takes the partial range asked for and cuts it to the file. False: the whole file.
-bool TakeRange(uint64_t file_size, uint32_t& start, uint32_t& length) {
+// The partial range that was asked for, cut to the file. False: the whole file.
+bool ChooseRange(uint64_t file_size, uint32_t& start, uint32_t& length) {
   const HiveTable& table = TheHiveTable();
   if (table.end_offset <= table.start_offset) return false;
   const uint32_t wanted = table.end_offset - table.start_offset;
@@ -115,7 +115,7 @@ bool BaseBlockAtZero(std::FILE* stream, uint32_t start) {
 bool ChoosePart(HiveImage& hive, std::FILE* stream, FilePart& part) {
   HiveTable& table = TheHiveTable();
   uint32_t length = 0;
-  part.ranged = TakeRange(part.file_size, hive.base_offset, length);
+  part.ranged = ChooseRange(part.file_size, hive.base_offset, length);
   const bool whole = !part.ranged && table.end_offset <= table.start_offset;
   const uint64_t looked_at = part.ranged ? length : part.file_size;
   part.text = MayBeTextCopy(stream, hive.base_offset, looked_at);
@@ -126,7 +126,7 @@ bool ChoosePart(HiveImage& hive, std::FILE* stream, FilePart& part) {
     if (found.start != 0 && !BaseBlockAtZero(stream, found.start)) {
       table.start_offset = found.start;
       table.end_offset = static_cast<uint32_t>(std::min<uint64_t>(part.file_size, UINT32_MAX));
-      part.ranged = TakeRange(part.file_size, hive.base_offset, length);
+      part.ranged = ChooseRange(part.file_size, hive.base_offset, length);
     }
   }
   hive.length = part.ranged ? length : static_cast<uint32_t>(part.file_size);

@@ -67,7 +67,7 @@ bool UndoTextCopy(HiveImage& hive, HiveProbe& probe) {
   const std::span<uint8_t> bytes(hive.buffer.get(), hive.length);
   hive.places.returns = ReturnsOfTextCopy(bytes);
   if (hive.places.returns.empty()) return false;
-  hive.length = TakeReturnsOut(bytes);
+  hive.length = RemoveReturns(bytes);
   const auto gone = static_cast<uint32_t>(hive.places.returns.size());
   std::memset(hive.buffer.get() + hive.length, 0, gone);
   hive.places.undone.push_back({MoveKind::kTextCopy, 0, gone, 0});

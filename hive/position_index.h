@@ -35,9 +35,9 @@ inline bool ContainsPosition(const PositionIndex& index, uint32_t position) {
          (index.bits[word] >> (position / 8 % 64) & 1) != 0;
 }
 
-// A set of bytes of an image, in steps of 8: a bit for each. Takes [position, position + size) in
+// A set of bytes of an image, in steps of 8: a bit for each. Adds [position, position + size) in
 // if none of it is there yet; else false, and the set is as before.
-inline bool TakeRange(std::vector<uint64_t>& bits, uint32_t position, uint64_t size) {
+inline bool ClaimRange(std::vector<uint64_t>& bits, uint32_t position, uint64_t size) {
   const uint64_t first = position / 8;
   const uint64_t end = std::min<uint64_t>((position + size + 7) / 8, bits.size() * 64);
   const auto taken = [&bits](uint64_t at) { return (bits[at / 64] >> at % 64 & 1) != 0; };

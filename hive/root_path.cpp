@@ -97,7 +97,7 @@ std::string_view LastPart(std::string_view path) {
   return path.substr(path.find_last_of("\\/") + 1);
 }
 
-bool TakeKnownFileName(HiveImage& hive, std::string_view path, RootSource source) {
+bool SetRootOfKnownFile(HiveImage& hive, std::string_view path, RootSource source) {
   std::string_view name = LastPart(path);
   name = name.substr(0, name.find('.'));
   for (const auto& known : kKnownFiles) {
@@ -223,10 +223,11 @@ bool RootPathFromRootKey(HiveImage& hive, uint32_t root_position) {
 }
 
 bool RootPathFromFileName(HiveImage& hive) {
-  if (hive.header_valid && TakeKnownFileName(hive, StoredFileName(hive), RootSource::kStoredName)) {
+  if (hive.header_valid &&
+      SetRootOfKnownFile(hive, StoredFileName(hive), RootSource::kStoredName)) {
     return true;
   }
-  return TakeKnownFileName(hive, hive.file_name, RootSource::kFileName);
+  return SetRootOfKnownFile(hive, hive.file_name, RootSource::kFileName);
 }
 
 bool IsHivePlace(std::string_view path) {

@@ -82,7 +82,7 @@ uint32_t EntriesToRead(const HiveImage& hive, uint32_t list, uint32_t size,
   const ListRoom room = RoomOfList(ImageBytes(hive), list, size);
   const uint32_t count = std::min(wanted, room.entries);
   const bool sound = room.credible && count == wanted && !reads.once.empty();
-  if (sound && TakeRange(reads.once, list, kListEntries + uint64_t{count} * size)) return count;
+  if (sound && ClaimRange(reads.once, list, kListEntries + uint64_t{count} * size)) return count;
   const uint32_t read = std::min(count, reads.left);
   reads.left -= read;
   reads.cut += read < count;

@@ -54,7 +54,7 @@ struct SubkeyEntry {
 // whose cell holds together is free the first time, and its entries cost of what all share from
 // then on.
 struct SubkeyListReads {
-  std::vector<uint64_t> once;  // bytes of the image (TakeRange); empty: nothing is free
+  std::vector<uint64_t> once;  // bytes of the image (ClaimRange); empty: nothing is free
   uint32_t left = 0;           // entries
   uint32_t cut = 0;            // lists that were not read to their ends for want of these
 };

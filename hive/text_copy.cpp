@@ -66,14 +66,14 @@ std::vector<uint32_t> ReturnsOfTextCopy(Bytes bytes) {
   const bool pages = left % kPage == 0 && bytes.size() % kPage != 0;
   if (pages && returns.size() >= kManyFeeds) return returns;
   std::vector<uint8_t> undone(bytes.begin(), bytes.end());
-  undone.resize(TakeReturnsOut(undone));
+  undone.resize(RemoveReturns(undone));
   const size_t before = BlocksInLine(bytes);
   const size_t after = BlocksInLine(undone);
   const bool better = after > before || (after == before && pages);
   return better ? returns : std::vector<uint32_t>();
 }
 
-uint32_t TakeReturnsOut(std::span<uint8_t> bytes) {
+uint32_t RemoveReturns(std::span<uint8_t> bytes) {
   size_t to = 0;
   for (size_t i = 0; i < bytes.size(); ++i) {
     if (bytes[i] == kFeed && i > 0 && bytes[i - 1] == kReturn) --to;

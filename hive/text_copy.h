@@ -21,7 +21,7 @@ bool MayBeTextCopy(std::FILE* stream, uint64_t start, uint64_t length);
 // preceded. Empty when the bytes are no copy as text: when too few 0As say so, or when they are in
 // order as they are.
 std::vector<uint32_t> ReturnsOfTextCopy(std::span<const uint8_t> bytes);
-// Takes them out; returns how many bytes are left.
-uint32_t TakeReturnsOut(std::span<uint8_t> bytes);
+// Removes these 0Ds in place; returns how many bytes are left.
+uint32_t RemoveReturns(std::span<uint8_t> bytes);
 
 }  // namespace hivequarry

@@ -129,7 +129,7 @@ struct ValueRequest {
 // --- what a walk has read ------------------------------------------------------------------------
 
 bool IsFree(DataBudget& budget, uint32_t position, uint32_t size) {
-  return TakeRange(budget.once, position, size) || TakeRange(budget.twice, position, size);
+  return ClaimRange(budget.once, position, size) || ClaimRange(budget.twice, position, size);
 }
 
 // Bytes of the value's data that cost of what the walk shares.
@@ -163,7 +163,7 @@ bool Affords(const HiveImage& hive, const ValueKey& value, const Segments& segme
 
 constexpr uint32_t kRowBytes = 192;  // of a row, path and all
 
-bool TakeRow(DataBudget& budget, uint64_t cost) {
+bool SpendOnRow(DataBudget& budget, uint64_t cost) {
   if (cost > budget.rows) {
     NoteShortfall(Shortfall::kRows);
     return false;
@@ -174,8 +174,9 @@ bool TakeRow(DataBudget& budget, uint64_t cost) {
 
 // --- the record ----------------------------------------------------------------------------------
 
-ValueStatus TakeData(const HiveImage& hive, const ValueKey& value, const ValueRequest& request,
-                     const Segments& segments, std::vector<uint8_t>& data) {
+ValueStatus CopyAffordableData(const HiveImage& hive, const ValueKey& value,
+                               const ValueRequest& request, const Segments& segments,
+                               std::vector<uint8_t>& data) {
   const bool whole = request.budget == nullptr || Affords(hive, value, segments, *request.budget);
   const uint32_t most = whole ? request.most : std::min(request.most, kShownData);
   const ValueStatus status = CopyData(hive, value, segments, most, data);
@@ -208,7 +209,7 @@ ValueKey ReadValue(const HiveImage& hive, uint32_t position, const ValueRequest&
   value.status =
       value.inline_data ? ValueStatus::kRead : LocateData(hive, request.cells, value, segments);
   if (request.how == ValueRead::kData && value.status == ValueStatus::kRead && data != nullptr) {
-    value.status = TakeData(hive, value, request, segments, *data);
+    value.status = CopyAffordableData(hive, value, request, segments, *data);
   }
   return value;
 }
@@ -309,14 +310,14 @@ ValueKey ReadFreedValue(const HiveImage& hive, uint32_t position, uint32_t shift
   return ReadValue(hive, position, request, &data);
 }
 
-bool MayShowLoss(DataBudget& budget) { return TakeRow(budget, kRowBytes); }
+bool MayShowLoss(DataBudget& budget) { return SpendOnRow(budget, kRowBytes); }
 
 bool MayShowValue(const HiveImage& hive, uint32_t position, DataBudget& budget) {
   constexpr uint32_t kShortName = 64;
   const uint32_t name = ReadU16(hive, position + kValueNameLength);
-  uint64_t cost = TakeRange(budget.shown, position, kValueName) ? 0 : kRowBytes;
+  uint64_t cost = ClaimRange(budget.shown, position, kValueName) ? 0 : kRowBytes;
   if (name > kShortName && !IsFree(budget, position, kValueName + name)) cost += name;
-  return TakeRow(budget, cost);
+  return SpendOnRow(budget, cost);
 }
 
 std::vector<uint8_t> ReadRawValueName(const HiveImage& hive, const ValueKey& value) {

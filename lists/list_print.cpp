@@ -60,7 +60,7 @@ void StartPage(Job& job) {
 }
 
 // Room for one line; its top is the answer.
-int TakeLine(Job& job) {
+int ReserveLine(Job& job) {
   if (job.next + job.line_height > job.bottom) {
     job.page_due = true;
     job.next = job.top;
@@ -71,7 +71,7 @@ int TakeLine(Job& job) {
 }
 
 void DrawLine(Job& job, std::string_view text) {
-  const int line = TakeLine(job);
+  const int line = ReserveLine(job);
   if (text.empty()) return;
   if (job.page_due) StartPage(job);
   if (!job.refused) job.device.draw(job.device.context, job.left, line, text);

@@ -80,7 +80,7 @@ void AppendJsonEscape(char16_t unit, std::string& out) {
 
 // Bytes of a character that has to be escaped, with its unit; 0 for any other. The standard asks
 // for it with quotes, backslashes and C0 alone; a terminal obeys more.
-size_t TakeEscaped(std::string_view utf8, size_t at, char16_t& unit) {
+size_t EscapedAt(std::string_view utf8, size_t at, char16_t& unit) {
   if (utf8[at] != '"' && utf8[at] != '\\') return ControlAt(utf8, at, unit);
   unit = static_cast<char16_t>(utf8[at]);
   return 1;
@@ -92,7 +92,7 @@ void AppendJsonText(std::string_view utf8, std::string& out) {
     size_t end = PlainEnd(utf8, at, '"', '\\');
     size_t length = 0;
     char16_t unit = 0;
-    while (end < utf8.size() && (length = TakeEscaped(utf8, end, unit)) == 0) ++end;
+    while (end < utf8.size() && (length = EscapedAt(utf8, end, unit)) == 0) ++end;
     out.append(utf8, at, end - at);
     if (length != 0) AppendJsonEscape(unit, out);
     at = end + length;
@@ -114,7 +114,7 @@ void AppendJsonCell(std::string_view cell, bool is_utf8, std::string& scratch, s
 }
 
 // The number of bytes of an encoded lone surrogate at `at`, and its unit; 0 for anything else.
-size_t TakeLoneSurrogate(std::string_view utf8, size_t at, uint32_t& unit) {
+size_t LoneSurrogateAt(std::string_view utf8, size_t at, uint32_t& unit) {
   const auto byte = [&](size_t i) { return static_cast<uint8_t>(utf8[at + i]); };
   if (at + 3 > utf8.size() || byte(0) != 0xED || byte(1) < 0xA0 || byte(1) > 0xBF) return 0;
   if ((byte(2) & 0xC0) != 0x80) return 0;
@@ -128,7 +128,7 @@ void AppendJsonName(std::string_view utf8, std::string& scratch, std::string& ou
   size_t from = 0;
   for (size_t at = utf8.find('\xED'); at != utf8.npos; at = utf8.find('\xED', at + 1)) {
     uint32_t unit = 0;
-    const size_t size = TakeLoneSurrogate(utf8, at, unit);
+    const size_t size = LoneSurrogateAt(utf8, at, unit);
     if (size == 0) continue;
     AppendJsonText(CellUtf8(utf8.substr(from, at - from), true, scratch), out);
     out += Concat({"\\u", SmallHex(unit & 0xFFFF, 4)});

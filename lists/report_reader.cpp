@@ -82,7 +82,7 @@ struct Lines {
   bool at_end = false;
 };
 
-void TakePiece(Lines& lines) {
+void ReadPiece(Lines& lines) {
   // A line that fills the window is longer than any text; the rest of it is of no use.
   if (lines.end - lines.start > lines.buffer.size() - kPiece) {
     lines.end = lines.start + lines.longest;
@@ -99,7 +99,7 @@ void TakePiece(Lines& lines) {
 
 // The next line without its end, valid until the next call; false after the last one and when the
 // user stops.
-bool TakeLine(Lines& lines, std::string_view& line) {
+bool NextLine(Lines& lines, std::string_view& line) {
   size_t searched = 0;
   while (!StopRequested()) {
     const std::string_view rest(lines.buffer.data() + lines.start, lines.end - lines.start);
@@ -111,7 +111,7 @@ bool TakeLine(Lines& lines, std::string_view& line) {
       return !rest.empty();
     }
     searched = std::min(rest.size(), lines.longest);
-    TakePiece(lines);
+    ReadPiece(lines);
   }
   return false;
 }
@@ -119,7 +119,7 @@ bool TakeLine(Lines& lines, std::string_view& line) {
 bool FindMarker(Lines& lines) {
   std::string_view line;
   lines.limit = kMarkerWithin + 2;  // with the line's end
-  while (TakeLine(lines, line)) {
+  while (NextLine(lines, line)) {
     if (line != kReportRows) continue;
     lines.limit = UINT64_MAX;
     lines.at_end = false;
@@ -183,7 +183,7 @@ void AddPending(PendingRow& pending, OutputList& list) {
   pending.begun = pending.ended = false;
 }
 
-void TakeRowLine(int number, std::string_view rest, PendingRow& pending, OutputList& list) {
+void ParseRowLine(int number, std::string_view rest, PendingRow& pending, OutputList& list) {
   if (number == 1 || pending.ended) AddPending(pending, list);
   pending.begun = true;
   if (number == kReportRowEnd) {
@@ -202,7 +202,7 @@ void NoteRowsLeft(Lines& lines, const PendingRow& pending, int columns) {
   uint64_t rows = pending.begun && !pending.ended ? 1 : 0;
   bool ended = rows == 0;
   std::string_view line;
-  while (TakeLine(lines, line)) {
+  while (NextLine(lines, line)) {
     const int number = LineNumber(line, columns);
     if (number == 0) continue;
     if (number == 1 || ended) ++rows;
@@ -255,13 +255,13 @@ ReportRead ReadReportRows(const ByteSource& source, OutputList& list) {
   PendingRow pending{kept, {}};
   const int columns = MostColumns(ListKindOf(list));
   std::string_view line;
-  while (!pending.failed && TakeLine(lines, line)) {
+  while (!pending.failed && NextLine(lines, line)) {
     const int number = LineNumber(line, columns);
     if (number == 0) {
       NoteRowsLeft(lines, pending, columns);
       break;
     }
-    TakeRowLine(number, line.substr(2), pending, list);
+    ParseRowLine(number, line.substr(2), pending, list);
   }
   // A stop may have come in the middle of a row.
   if (!pending.failed && !StopRequested()) AddPending(pending, list);

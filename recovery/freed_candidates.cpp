@@ -204,7 +204,7 @@ uint32_t KnownBytes(const Walk& walk, uint32_t p, uint32_t length, Stretch& rest
   return std::max(needed, kRecordStep);
 }
 
-void TakeAllocated(Walk& walk, uint32_t p, uint32_t length) {
+void LookAfterRecord(Walk& walk, uint32_t p, uint32_t length) {
   if (length < kRecordStep + kValueName) return;
   Stretch rest{p, p + length, FreedPlace::kBehindRecord};
   const uint32_t known = KnownBytes(walk, p, length, rest);
@@ -213,8 +213,8 @@ void TakeAllocated(Walk& walk, uint32_t p, uint32_t length) {
   LookInside(walk, rest);
 }
 
-// Takes the cell or the bytes at `p`; where the walk goes on.
-uint32_t TakeCell(Walk& walk, uint32_t p, uint32_t size) {
+// Looks at the cell or the bytes at `p`; returns where the walk goes on.
+uint32_t VisitCell(Walk& walk, uint32_t p, uint32_t size) {
   const uint32_t length = CellLength(size);
   const bool in_block = walk.bin_end > p;
   const bool whole = length != 0 && length % 8 == 0 && in_block && length <= walk.bin_end - p;
@@ -227,7 +227,7 @@ uint32_t TakeCell(Walk& walk, uint32_t p, uint32_t size) {
   if (!IsAllocated(size)) {
     LookInside(walk, {p, p + length, FreedPlace::kFreeCell});
   } else if (!walk.only_free) {
-    TakeAllocated(walk, p, length);
+    LookAfterRecord(walk, p, length);
   }
   return p + length;
 }
@@ -283,7 +283,7 @@ bool MayHide(const Walk& walk, uint32_t begin, uint32_t end) {
   return false;
 }
 
-uint32_t TakeBlock(Walk& walk, uint32_t p) {
+uint32_t EnterBlock(Walk& walk, uint32_t p) {
   const uint32_t size = ReadU32(walk.hive, p + 8);
   const uint32_t left = walk.hive.length - p;
   walk.bin_end = size >= kPage && size % kPage == 0 ? p + std::min(size, left) : 0;
@@ -308,7 +308,7 @@ void WalkImage(Walk& walk) {
     }
     const auto cell = static_cast<uint32_t>(p);
     const uint32_t size = WordAt(walk, cell);
-    p = size == kBinSignature ? TakeBlock(walk, cell) : TakeCell(walk, cell, size);
+    p = size == kBinSignature ? EnterBlock(walk, cell) : VisitCell(walk, cell, size);
   }
   host.progress_range(host.context, 0);
 }

@@ -154,7 +154,7 @@ class Spreader {
         ++belief;
         continue;
       }
-      const Claim claim = Take(static_cast<Belief>(belief));
+      const Claim claim = NextClaim(static_cast<Belief>(belief));
       if (hanging_.reached[claim.row]) continue;
       Reach(claim);
       belief = 0;  // what this key leads to may be believed more
@@ -168,7 +168,7 @@ class Spreader {
  private:
   // An agreed way is the only one of its kind, so the order of these does not matter: taken from
   // the back they need little room.
-  Claim Take(Belief belief) {
+  Claim NextClaim(Belief belief) {
     if (belief != kAgreed) return queues_[belief][heads_[belief]++];
     const Claim claim = queues_[belief].back();
     queues_[belief].pop_back();

@@ -19,7 +19,7 @@ constexpr uint32_t kLeastEntries = 64;
 struct Collection {
   const HiveImage& hive;
   OwnedCells owned;
-  PositionIndex seen;  // cells that were taken: each is looked at once
+  PositionIndex seen;  // cells that were claimed: each is looked at once
   // Entries of value lists, segment lists and "ri" lists. Sound ones do not overlap.
   uint32_t budget = 0;
   std::vector<uint32_t> values = {};
@@ -32,7 +32,7 @@ Collection Begin(const HiveImage& hive) {
 }
 
 // Entries that one list may have read: what is left of all, or a few.
-uint32_t TakeEntries(Collection& collection, uint32_t wanted) {
+uint32_t AllotEntries(Collection& collection, uint32_t wanted) {
   const uint32_t taken = std::min(wanted, std::max(collection.budget, kLeastEntries));
   collection.budget -= std::min(taken, collection.budget);
   return taken;
@@ -54,8 +54,8 @@ uint32_t CredibleLength(const HiveImage& hive, uint32_t cell, uint32_t used) {
   return next != 0 && next % 8 == 0 ? length : used;
 }
 
-// False for a place that is no allocated cell, or was taken before.
-bool Take(Collection& collection, uint32_t cell, uint64_t used, uint32_t owner, OwnedAs what) {
+// False for a place that is no allocated cell, or was claimed before.
+bool Claim(Collection& collection, uint32_t cell, uint64_t used, uint32_t owner, OwnedAs what) {
   const HiveImage& hive = collection.hive;
   if (cell % 8 != 0 || !InCellBounds(hive, cell) || !InsideHive(hive, cell, 8)) return false;
   const uint32_t size = ReadU32(hive, cell);
@@ -67,23 +67,23 @@ bool Take(Collection& collection, uint32_t cell, uint64_t used, uint32_t owner, 
   return true;
 }
 
-void TakeSegments(Collection& collection, uint32_t cell, uint32_t data_length, uint32_t owner) {
+void ClaimSegments(Collection& collection, uint32_t cell, uint32_t data_length, uint32_t owner) {
   const HiveImage& hive = collection.hive;
   const uint32_t list = ReadOffset(hive, cell + kListHead);
   const uint32_t wanted =
       std::min<uint32_t>(ReadU16(hive, cell + 6), data_length / kBigDataSegment + 1);
-  const uint32_t count = TakeEntries(collection, wanted);
-  if (!Take(collection, list, kSizeField + 4 * uint64_t{count}, owner, OwnedAs::kSegmentList)) {
+  const uint32_t count = AllotEntries(collection, wanted);
+  if (!Claim(collection, list, kSizeField + 4 * uint64_t{count}, owner, OwnedAs::kSegmentList)) {
     return;
   }
   for (uint32_t i = 0; i < count; ++i) {
     const uint32_t segment = ReadOffset(hive, list + kSizeField + 4 * i);
-    Take(collection, segment, kSizeField + kBigDataSegment, owner, OwnedAs::kSegment);
+    Claim(collection, segment, kSizeField + kBigDataSegment, owner, OwnedAs::kSegment);
   }
 }
 
 // Data of any length: those too long to be shown are in use as well.
-void TakeData(Collection& collection, uint32_t position) {
+void ClaimData(Collection& collection, uint32_t position) {
   const HiveImage& hive = collection.hive;
   const ValueKey value =
       ReadStoredValueKey(hive, position, ValueRead::kFields, kMaxValueData, nullptr);
@@ -94,65 +94,65 @@ void TakeData(Collection& collection, uint32_t position) {
   const bool fits = used <= CellLength(ReadU32(hive, cell));
   const bool big = !fits && ReadU16(hive, cell + kSizeField) == kSignatureDb;
   if (!big) {
-    Take(collection, cell, used, position, OwnedAs::kData);
-  } else if (Take(collection, cell, kListHead + 4, position, OwnedAs::kSegmentList)) {
-    TakeSegments(collection, cell, value.data_length, position);
+    Claim(collection, cell, used, position, OwnedAs::kData);
+  } else if (Claim(collection, cell, kListHead + 4, position, OwnedAs::kSegmentList)) {
+    ClaimSegments(collection, cell, value.data_length, position);
   }
 }
 
-void TakeValue(Collection& collection, uint32_t position) {
+void ClaimValue(Collection& collection, uint32_t position) {
   const HiveImage& hive = collection.hive;
   if (ReadU16(hive, position + 4) != kSignatureVk) return;
   const uint32_t used = kValueName + ReadU16(hive, position + kValueNameLength);
-  if (Take(collection, position, used, position, OwnedAs::kValue)) TakeData(collection, position);
+  if (Claim(collection, position, used, position, OwnedAs::kValue)) ClaimData(collection, position);
 }
 
-void TakeValues(Collection& collection, uint32_t key) {
+void ClaimValues(Collection& collection, uint32_t key) {
   const HiveImage& hive = collection.hive;
   if (!HasValueList(hive, key)) return;
   const uint32_t count = ReadU32(hive, key + kKeyValueCount);
-  uint32_t entries = TakeEntries(collection, count);
+  uint32_t entries = AllotEntries(collection, count);
   const uint32_t list = ValueListOf(hive, key);
   const uint64_t used = kSizeField + 4 * uint64_t{entries};
-  if (!Take(collection, list, used, key, OwnedAs::kValueList)) return;
+  if (!Claim(collection, list, used, key, OwnedAs::kValueList)) return;
   collection.values.clear();
   ReadValueList(hive, count, list, entries, collection.values);
   for (const uint32_t value : collection.values) {
-    if (value != kNoOffset) TakeValue(collection, value);
+    if (value != kNoOffset) ClaimValue(collection, value);
   }
 }
 
-void TakeSubkeyLists(Collection& collection, uint32_t key) {
+void ClaimSubkeyLists(Collection& collection, uint32_t key) {
   const HiveImage& hive = collection.hive;
   if (ReadU32(hive, key + kKeySubkeyCount) == 0) return;
   const uint32_t list = ReadOffset(hive, key + kKeySubkeyList);
-  const auto take = [&](uint32_t position) {
+  const auto claim = [&](uint32_t position) {
     const ListKind kind = ListKindOfSignature(ReadU16(hive, position + 4));
     if (kind == ListKind::kNone) return ListKind::kNone;
     const uint32_t used = kListHead + ReadU16(hive, position + 6) * ListEntrySize(kind);
-    return Take(collection, position, used, key, OwnedAs::kSubkeyList) ? kind : ListKind::kNone;
+    return Claim(collection, position, used, key, OwnedAs::kSubkeyList) ? kind : ListKind::kNone;
   };
-  if (take(list) != ListKind::kRi) return;
-  const uint32_t children = TakeEntries(collection, ReadU16(hive, list + 6));
-  for (uint32_t i = 0; i < children; ++i) take(ReadOffset(hive, list + kListHead + 4 * i));
+  if (claim(list) != ListKind::kRi) return;
+  const uint32_t children = AllotEntries(collection, ReadU16(hive, list + 6));
+  for (uint32_t i = 0; i < children; ++i) claim(ReadOffset(hive, list + kListHead + 4 * i));
 }
 
-void TakeKey(Collection& collection, uint32_t key) {
+void ClaimKey(Collection& collection, uint32_t key) {
   constexpr uint32_t kLongestName = 512;  // bytes; a damaged length claims more
   const HiveImage& hive = collection.hive;
   const uint32_t name = std::min<uint32_t>(ReadU16(hive, key + kKeyNameLength), kLongestName);
-  if (!Take(collection, key, kKeyName + name, key, OwnedAs::kKey)) return;
-  TakeSubkeyLists(collection, key);
-  TakeValues(collection, key);
+  if (!Claim(collection, key, kKeyName + name, key, OwnedAs::kKey)) return;
+  ClaimSubkeyLists(collection, key);
+  ClaimValues(collection, key);
   const uint32_t class_length = ReadU16(hive, key + kKeyClassNameLength);
   if (class_length != 0) {
     const uint32_t class_name = ReadOffset(hive, key + kKeyClassName);
-    Take(collection, class_name, kSizeField + class_length, key, OwnedAs::kClassName);
+    Claim(collection, class_name, kSizeField + class_length, key, OwnedAs::kClassName);
   }
   const uint32_t security = ReadOffset(hive, key + kKeySecurity);
   if (ReadU16(hive, security + 4) == kSignatureSk) {
     const uint64_t used = 24 + uint64_t{ReadU32(hive, security + 20)};
-    Take(collection, security, used, key, OwnedAs::kSecurity);
+    Claim(collection, security, used, key, OwnedAs::kSecurity);
   }
 }
 
@@ -185,7 +185,7 @@ bool Stopped(size_t steps) { return steps % 1024 == 0 && StopRequested(); }
 OwnedCells CollectOwnedCells(const HiveImage& hive, std::span<const uint32_t> keys) {
   if (!hive.data_base_proven) return {};
   Collection collection = Begin(hive);
-  for (size_t i = 0; i < keys.size() && !Stopped(i); ++i) TakeKey(collection, keys[i]);
+  for (size_t i = 0; i < keys.size() && !Stopped(i); ++i) ClaimKey(collection, keys[i]);
   return Finish(collection);
 }
 
@@ -201,7 +201,7 @@ OwnedCells CollectOwnedCells(const HiveImage& hive, const KeyTree& tree) {
 OwnedCells CollectValueCells(const HiveImage& hive, std::span<const uint32_t> values) {
   if (!hive.data_base_proven) return {};
   Collection collection = Begin(hive);
-  for (size_t i = 0; i < values.size() && !Stopped(i); ++i) TakeValue(collection, values[i]);
+  for (size_t i = 0; i < values.size() && !Stopped(i); ++i) ClaimValue(collection, values[i]);
   return Finish(collection);
 }
 

@@ -252,7 +252,7 @@ uint32_t BringBack(Repair& repair, uint32_t position) {
   return kNoRow;
 }
 
-void TakeChildEntry(Repair& repair, uint32_t owner, uint32_t index) {
+void FollowChildEntry(Repair& repair, uint32_t owner, uint32_t index) {
   ScanTables& tables = repair.tables;
   const ChildEntry entry = tables.child_entries[index];
   uint32_t row = RowAt(tables, entry.key);
@@ -281,7 +281,7 @@ void FindMissingChildren(Repair& repair) {
     const KeyRow owner = tables.keys[row];
     if (owner.entry_count == 0 || !IsListBelieved(repair, owner)) continue;
     for (uint32_t i = 0; i < owner.entry_count; ++i) {
-      TakeChildEntry(repair, row, owner.first_entry + i);
+      FollowChildEntry(repair, row, owner.first_entry + i);
     }
   }
 }
@@ -316,7 +316,7 @@ uint32_t ParentOfList(const Repair& repair, const RecordedList& list) {
   return kNoOffset;
 }
 
-void TakeSibling(Repair& repair, const RecordedList& list, uint32_t entry_row, uint32_t parent) {
+void FollowSibling(Repair& repair, const RecordedList& list, uint32_t entry_row, uint32_t parent) {
   ScanTables& tables = repair.tables;
   const SiblingEntry& entry = repair.records.entries[entry_row];
   uint32_t row = RowAt(tables, entry.target);
@@ -353,7 +353,7 @@ void FindMissingSiblings(Repair& repair) {
     if (!IsRecordBelieved(repair, list)) continue;
     const uint32_t parent = ParentOfList(repair, list);
     for (uint32_t j = 0; j < list.entries; ++j) {
-      TakeSibling(repair, list, list.first + j, parent);
+      FollowSibling(repair, list, list.first + j, parent);
     }
   }
 }

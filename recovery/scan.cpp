@@ -71,7 +71,7 @@ uint32_t KnownEnd(Walk& walk, const BinTableRow& row) {
   return last && CellsReach(walk, row.position + kBinHeaderSize, behind) ? behind : 0;
 }
 
-uint32_t TakeBin(Walk& walk, uint32_t p) {
+uint32_t VisitBin(Walk& walk, uint32_t p) {
   const HiveImage& hive = walk.hive;
   // Bytes of a cell: blocks do not be in each other.
   if (p < walk.block_end) return p + 8;
@@ -105,7 +105,7 @@ ScannedKey KeyAt(const Walk& walk, uint32_t p, uint16_t flags) {
 }
 
 // The first cell of a hive is its root key, be its size or its signature lost.
-uint32_t TakeFirstCell(Walk& walk, uint32_t p) {
+uint32_t VisitFirstCell(Walk& walk, uint32_t p) {
   const uint32_t length = 0U - ReadU32(walk.hive, p);
   const bool credible = length >= 1 && length <= kShortRootCell && length % 8 == 0;
   if (walk.pass == ScanPass::kCollect) {
@@ -114,7 +114,7 @@ uint32_t TakeFirstCell(Walk& walk, uint32_t p) {
   return p + (credible ? length : kShortRootCell);
 }
 
-uint32_t TakeKey(Walk& walk, uint32_t p, uint16_t flags, uint32_t length, int key_class) {
+uint32_t VisitKey(Walk& walk, uint32_t p, uint16_t flags, uint32_t length, int key_class) {
   ScannedKey key = KeyAt(walk, p, flags);
   key.damaged = key_class != 0;
   uint32_t next = StepsByLength(walk, length) ? p + length : p + 8;
@@ -132,7 +132,7 @@ uint32_t TakeKey(Walk& walk, uint32_t p, uint16_t flags, uint32_t length, int ke
   return key_class == 1 ? p + kKeyName : next;
 }
 
-uint32_t TakeValue(Walk& walk, uint32_t p, uint32_t length) {
+uint32_t VisitValue(Walk& walk, uint32_t p, uint32_t length) {
   const uint32_t name_length = ReadU16(walk.hive, p + kValueNameLength);
   const bool fits = name_length + kValueName <= length && length <= name_length + kValueName + 8;
   if (length > kLongestValueCell || !fits || !StepsByLength(walk, length)) return p + 8;
@@ -142,7 +142,7 @@ uint32_t TakeValue(Walk& walk, uint32_t p, uint32_t length) {
   return p + length;
 }
 
-uint32_t TakeSecurity(Walk& walk, uint32_t p, uint32_t length) {
+uint32_t VisitSecurity(Walk& walk, uint32_t p, uint32_t length) {
   if (walk.pass == ScanPass::kCollect) {
     walk.tables.securities.push_back(p);
   }
@@ -159,7 +159,7 @@ void DecideListStyle(ScanTables& tables) {
   if (prevails(tables.lf_lists, tables.lh_lists)) tables.list_style = ListStyle::kHinted;
 }
 
-uint32_t TakeList(Walk& walk, uint32_t p, ListKind kind, uint32_t length) {
+uint32_t VisitList(Walk& walk, uint32_t p, ListKind kind, uint32_t length) {
   const uint32_t next = StepsByLength(walk, length) ? p + length : p + 8;
   if (length >= walk.bin_size) {
     const uint32_t count = ReadU16(walk.hive, p + 6);
@@ -179,25 +179,25 @@ uint32_t TakeList(Walk& walk, uint32_t p, ListKind kind, uint32_t length) {
   return next;
 }
 
-uint32_t TakeUnknown(Walk& walk, uint32_t p, uint32_t length) {
+uint32_t VisitUnknown(Walk& walk, uint32_t p, uint32_t length) {
   if (walk.options.skip_small && length < kSmallCell) return p + length;
   if (walk.restart == 0 && length <= walk.hive.length - p) walk.restart = p + length;
   return p + 8;
 }
 
-uint32_t TakeCell(Walk& walk, uint32_t p, uint32_t size) {
+uint32_t VisitCell(Walk& walk, uint32_t p, uint32_t size) {
   const uint32_t length = 0U - size;
   if (length % 8 != 0) return p + 8;
   const uint32_t second = ReadU32(walk.hive, p + 4);
   const auto signature = static_cast<uint16_t>(second);
   const auto flags = static_cast<uint16_t>(second >> 16);
-  if (signature == kSignatureVk) return TakeValue(walk, p, length);
+  if (signature == kSignatureVk) return VisitValue(walk, p, length);
   const int key_class = ClassifyKeyCell(walk.hive, signature, flags, size, p);
-  if (key_class >= 0) return TakeKey(walk, p, flags, length, key_class);
-  if (signature == kSignatureSk) return TakeSecurity(walk, p, length);
+  if (key_class >= 0) return VisitKey(walk, p, flags, length, key_class);
+  if (signature == kSignatureSk) return VisitSecurity(walk, p, length);
   const ListKind kind = ListKindOfSignature(signature);
-  if (kind != ListKind::kNone) return TakeList(walk, p, kind, length);
-  return TakeUnknown(walk, p, length);
+  if (kind != ListKind::kNone) return VisitList(walk, p, kind, length);
+  return VisitUnknown(walk, p, length);
 }
 
 // While a restart position is pending no step goes beyond it.
@@ -286,12 +286,12 @@ void ScanImage(HiveImage& hive, ScanPass pass, const ScanOptions& options, ScanT
     const uint32_t size = ReadU32(hive, cell);
     uint32_t next = cell + 8;
     if (size == kBinSignature) {
-      next = TakeBin(walk, cell);
+      next = VisitBin(walk, cell);
     } else if (cell == kFirstCellPosition && cell == hive.root_position &&
                HasRootRemains(hive, cell)) {
-      next = TakeFirstCell(walk, cell);
+      next = VisitFirstCell(walk, cell);
     } else if (IsAllocated(size)) {
-      next = TakeCell(walk, cell, size);
+      next = VisitCell(walk, cell, size);
     } else if (cell > kFirstCellPosition && hive.offset_runs.empty()) {
       next = NextOccupied(ImageBytes(hive), cell);
     }

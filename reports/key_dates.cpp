@@ -26,7 +26,7 @@ CalendarTime CalendarOf(const KeyDateTime& time) {
 }
 
 // A number of at most `digits` digits at the front of `text`, which moves after it.
-bool TakeNumber(std::string_view& text, size_t digits, int& number) {
+bool ParseNumber(std::string_view& text, size_t digits, int& number) {
   size_t used = 0;
   for (number = 0; used < digits && used < text.size(); ++used) {
     if (text[used] < '0' || text[used] > '9') break;
@@ -36,26 +36,27 @@ bool TakeNumber(std::string_view& text, size_t digits, int& number) {
   return used != 0;
 }
 
-bool TakeOneOf(std::string_view& text, std::string_view characters) {
+bool SkipOneOf(std::string_view& text, std::string_view characters) {
   if (text.empty() || characters.find(text.front()) == std::string_view::npos) return false;
   text.remove_prefix(1);
   return true;
 }
 
-bool TakeDate(std::string_view& text, KeyDateTime& time) {
-  return TakeNumber(text, 5, time.year) && TakeOneOf(text, "/-") &&
-         TakeNumber(text, 2, time.month) && TakeOneOf(text, "/-") && TakeNumber(text, 2, time.day);
+bool ParseDate(std::string_view& text, KeyDateTime& time) {
+  return ParseNumber(text, 5, time.year) && SkipOneOf(text, "/-") &&
+         ParseNumber(text, 2, time.month) && SkipOneOf(text, "/-") &&
+         ParseNumber(text, 2, time.day);
 }
 
 // What is after the date: nothing, or a time of which the seconds may be left out.
-bool TakeTime(std::string_view& text, KeyDateTime& time) {
+bool ParseTime(std::string_view& text, KeyDateTime& time) {
   if (text.empty()) return true;
-  const bool comma = TakeOneOf(text, ",");
-  const bool apart = TakeOneOf(text, comma ? " " : " T");
-  const bool minutes = apart && TakeNumber(text, 2, time.hour) && TakeOneOf(text, ":") &&
-                       TakeNumber(text, 2, time.minute);
+  const bool comma = SkipOneOf(text, ",");
+  const bool apart = SkipOneOf(text, comma ? " " : " T");
+  const bool minutes = apart && ParseNumber(text, 2, time.hour) && SkipOneOf(text, ":") &&
+                       ParseNumber(text, 2, time.minute);
   if (!minutes || text.empty()) return minutes;
-  return TakeOneOf(text, ":") && TakeNumber(text, 2, time.second);
+  return SkipOneOf(text, ":") && ParseNumber(text, 2, time.second);
 }
 
 // A date of the calendar is the same after a conversion and back.
@@ -100,7 +101,7 @@ std::string KeyDateText(const KeyDateTime& time) { return FormatCalendar(Calenda
 
 bool ReadKeyDate(std::string_view text, KeyDateTime& time) {
   KeyDateTime read;
-  if (!TakeDate(text, read) || !TakeTime(text, read) || !text.empty() || !IsDate(read)) {
+  if (!ParseDate(text, read) || !ParseTime(text, read) || !text.empty() || !IsDate(read)) {
     return false;
   }
   time = read;

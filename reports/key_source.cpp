@@ -39,7 +39,7 @@ class KeyFinder {
     while (!path.empty() && item != kNoItem) {
       if (path.front() != '\\') return kNoItem;
       path.remove_prefix(1);
-      item = TakeChild(item, path);
+      item = DescendToChild(item, path);
     }
     return item;
   }
@@ -47,7 +47,7 @@ class KeyFinder {
  private:
   // The child that the path begins with; the path moves after it. A name may itself hold
   // backslashes.
-  uint32_t TakeChild(uint32_t parent, std::string_view& path) {
+  uint32_t DescendToChild(uint32_t parent, std::string_view& path) {
     constexpr int kMostBackslashes = 8;
     size_t end = 0;
     for (int tries = 0; tries <= kMostBackslashes && end < path.size(); ++tries) {

@@ -23,7 +23,7 @@ void ForEachMru(KeySource& keys, const Visit& visit) {
   MruOrder order;
   SourceValue value;
   for (const std::string_view list : kLists) {
-    if (keys.FindValue(list, value)) TakeMruList(value, order);
+    if (keys.FindValue(list, value)) ReadMruList(value, order);
   }
   keys.OrderValues([&](const std::string& name) { return RankOf(order, name); });
   while (keys.NextValue(value)) {
@@ -54,7 +54,7 @@ class ViewedFolders {
  public:
   explicit ViewedFolders(ReportRun& run) : run_(run) {}
 
-  void Take(const SourceKey& key) {
+  void VisitKey(const SourceKey& key) {
     EnterKey(key);
     ForEachMru(run_.keys, [&](const SourceValue& value) {
       const bool folder = IsNumber(value.name) && !(value.read && IsText(value));
@@ -160,7 +160,7 @@ void ReportOpenSaveMru(ReportRun& run) {
 void ReportStreamMru(ReportRun& run) {
   SourceKey key;
   ViewedFolders folders(run);
-  while (NextKey(run, key)) folders.Take(key);
+  while (NextKey(run, key)) folders.VisitKey(key);
 }
 
 }  // namespace hivequarry

@@ -63,7 +63,7 @@ std::string ReadPrograms(KeySource& keys, Source source) {
   MruOrder order;
   SourceValue value;
   while (keys.NextValue(value)) {
-    if (source == Source::kList && TakeMruList(value, order)) continue;
+    if (source == Source::kList && ReadMruList(value, order)) continue;
     std::string text = ProgramOf(value, source);
     if (!text.empty()) programs.push_back({value.name, std::move(text)});
   }

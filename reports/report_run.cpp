@@ -27,11 +27,11 @@ char Rot13(char c) {
   return static_cast<char>(first + (c - first + 13) % 26);
 }
 
-void TakeLetters(std::string_view letters, MruOrder& order) {
+void RankLetters(std::string_view letters, MruOrder& order) {
   for (const char letter : letters) order.emplace(std::string(1, letter), order.size());
 }
 
-void TakeNumbers(std::span<const uint8_t> data, MruOrder& order) {
+void RankNumbers(std::span<const uint8_t> data, MruOrder& order) {
   for (; data.size() >= 4 && order.size() < kMaxMruEntries; data = data.subspan(4)) {
     const uint32_t number = LoadU32(data.data());
     if (number == UINT32_MAX) break;
@@ -130,13 +130,13 @@ std::string_view LastName(std::string_view path) {
   return split == std::string_view::npos ? path : path.substr(split + 1);
 }
 
-bool TakeMruList(const SourceValue& value, MruOrder& order) {
+bool ReadMruList(const SourceValue& value, MruOrder& order) {
   if (EqualIgnoringCase(value.name, "MRUListEx")) {
-    TakeNumbers(value.data, order);
+    RankNumbers(value.data, order);
     return true;
   }
   if (!EqualIgnoringCase(value.name, "MRUList")) return false;
-  if (IsText(value)) TakeLetters(DataCell(value), order);
+  if (IsText(value)) RankLetters(DataCell(value), order);
   return true;
 }
 

@@ -76,7 +76,7 @@ std::string_view LastName(std::string_view path);
 // Which of a key's values was used when: rank by value name, the one used last first.
 using MruOrder = std::unordered_map<std::string, size_t>;
 // True when the value is the list itself: "MRUList" (letters) or "MRUListEx" (numbers).
-bool TakeMruList(const SourceValue& value, MruOrder& order);
+bool ReadMruList(const SourceValue& value, MruOrder& order);
 // After all ranks for a name that the list lacks.
 size_t RankOf(const MruOrder& order, const std::string& name);
 

@@ -47,7 +47,7 @@ struct Service {
   std::string start, display_name, image_path, group, type, description;
 };
 
-void TakeValue(const SourceValue& value, Service& service) {
+void FillService(const SourceValue& value, Service& service) {
   const auto named = [&](const char* name) { return EqualIgnoringCase(value.name, name); };
   if (named("start")) {
     service.start = NumberCell(value, ServiceStartName);
@@ -70,19 +70,19 @@ struct Installed {
 };
 
 // The plain form wins over the quiet one, whichever comes first.
-void TakeForm(std::string& cell, bool quiet, std::string text) {
+void KeepPlainForm(std::string& cell, bool quiet, std::string text) {
   if (!quiet || cell.empty()) SetUnlessEmpty(cell, std::move(text));
 }
 
-void TakeValue(const SourceValue& value, Installed& entry) {
+void FillInstalled(const SourceValue& value, Installed& entry) {
   const auto named = [&](const char* name) { return EqualIgnoringCase(value.name, name); };
   entry.any_value = true;
   const bool quiet_name = named("quietdisplayname");
   const bool quiet_string = named("quietuninstallstring");
   if (quiet_name || named("displayname")) {
-    TakeForm(entry.display_name, quiet_name, DataCell(value));
+    KeepPlainForm(entry.display_name, quiet_name, DataCell(value));
   } else if (quiet_string || named("uninstallstring")) {
-    TakeForm(entry.uninstall_string, quiet_string, DataCell(value));
+    KeepPlainForm(entry.uninstall_string, quiet_string, DataCell(value));
   }
 }
 
@@ -96,7 +96,7 @@ void ReportServices(ReportRun& run) {
     run.keys.SkipChildren();
     Service service;
     service.display_name = key.error;
-    while (run.keys.NextValue(value)) TakeValue(value, service);
+    while (run.keys.NextValue(value)) FillService(value, service);
     AddReportRow(run.list,
                  {key.path,
                   service.start,
@@ -117,7 +117,7 @@ void ReportUninstall(ReportRun& run) {
     if (key.level >= 2) run.keys.SkipChildren();
     Installed entry;
     entry.display_name = key.error;
-    while (run.keys.NextValue(value)) TakeValue(value, entry);
+    while (run.keys.NextValue(value)) FillInstalled(value, entry);
     if (!entry.any_value && key.error.empty()) continue;
     AddReportRow(run.list,
                  {{KeyDateText(key), DateValue(key.last_write)},

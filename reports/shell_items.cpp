@@ -135,7 +135,7 @@ size_t LongNameOffset(uint16_t version) {
   return version < 9 ? 42 : 46;
 }
 
-void TakeExtension(Span block, ShellItem& shown) {
+void ApplyExtension(Span block, ShellItem& shown) {
   if (block.empty()) return;
   shown.created = U32At(block, 8);
   shown.accessed = U32At(block, 12);
@@ -160,7 +160,7 @@ ShellItem ReadFile(Span item) {
   // Items of the oldest systems have the short name after the long one, and no extension.
   const Span extension = FileExtension(item, (behind + 1) & ~size_t{1});
   if (extension.empty() && !wide) shown.dos_name = NarrowAt(item, behind);
-  TakeExtension(extension, shown);
+  ApplyExtension(extension, shown);
   return shown;
 }
 

@@ -46,14 +46,14 @@ constexpr BitWord kRightWords[] = {{0x00000001, "query value"},   {0x00000002, "
 std::string Hexadecimal(uint32_t value) { return Concat({"0x", Hex(value)}); }
 
 // Moves the words of whole rows from the bits to the text: of every row, or of the first alone.
-enum class Take : uint8_t { kFirst, kAll };
-void TakeWords(std::span<const BitWord> rows, Take take, uint32_t& bits, std::string& text) {
+enum class RowsToMove : uint8_t { kFirst, kAll };
+void MoveWords(std::span<const BitWord> rows, RowsToMove which, uint32_t& bits, std::string& text) {
   for (const BitWord& row : rows) {
     if ((bits & row.bits) != row.bits) continue;
     if (!text.empty()) text += ", ";
     text += row.word;
     bits &= ~row.bits;
-    if (take == Take::kFirst) return;
+    if (which == RowsToMove::kFirst) return;
   }
 }
 
@@ -123,17 +123,17 @@ std::string FormatInheritFlags(uint8_t flags) {
     text = "subkeys only";
     bits &= ~kSubkeysOnly;
   }
-  TakeWords(kFlagWords, Take::kAll, bits, text);
+  MoveWords(kFlagWords, RowsToMove::kAll, bits, text);
   AddLeftOver(bits, text);
   return text;
 }
 
 std::string FormatAccessMask(uint32_t mask) {
   std::string text;
-  TakeWords(kFullWords, Take::kFirst, mask, text);
-  TakeWords(kSpecificWords, Take::kFirst, mask, text);
-  TakeWords(kStandardWords, Take::kFirst, mask, text);
-  TakeWords(kRightWords, Take::kAll, mask, text);
+  MoveWords(kFullWords, RowsToMove::kFirst, mask, text);
+  MoveWords(kSpecificWords, RowsToMove::kFirst, mask, text);
+  MoveWords(kStandardWords, RowsToMove::kFirst, mask, text);
+  MoveWords(kRightWords, RowsToMove::kAll, mask, text);
   AddLeftOver(mask, text);
   return text;
 }

@@ -18,7 +18,7 @@ namespace hivequarry {
 // over one another, or all name one list, would make a walk as long as the square of the image:
 // their entries cost of what all share.
 struct AceReads {
-  std::vector<uint64_t> once;  // bytes of the image (TakeRange)
+  std::vector<uint64_t> once;  // bytes of the image (ClaimRange)
   uint32_t left = 0;           // entries
 };
 inline AceReads MakeAceReads(const HiveImage& hive) {
@@ -28,7 +28,7 @@ inline AceReads MakeAceReads(const HiveImage& hive) {
 inline uint32_t AcesToRead(const AclPlace& acl, AceReads& reads) {
   constexpr uint32_t kLeastAce = 8;
   const uint32_t count = std::min(acl.count, acl.size / kLeastAce);
-  if (TakeRange(reads.once, acl.position, acl.size)) return count;
+  if (ClaimRange(reads.once, acl.position, acl.size)) return count;
   const uint32_t read = std::min(count, reads.left);
   reads.left -= read;
   if (read < count) NoteShortfall(Shortfall::kRows, count - read);

@@ -25,7 +25,7 @@ std::string AuthorityText(const uint8_t* bytes) {
 }
 
 // The number at the start of `text`, which moves after it; false where there is none.
-bool TakeNumber(std::string_view& text, uint32_t base, uint64_t& number) {
+bool ParseNumber(std::string_view& text, uint32_t base, uint64_t& number) {
   const size_t most = std::min<size_t>(text.size(), 12);  // digits of the longest number, and more
   size_t length = 0;
   number = 0;
@@ -38,22 +38,22 @@ bool TakeNumber(std::string_view& text, uint32_t base, uint64_t& number) {
   return length > 0;
 }
 
-bool TakeAuthority(std::string_view& text, std::vector<uint8_t>& sid) {
+bool ParseAuthority(std::string_view& text, std::vector<uint8_t>& sid) {
   const bool wide = text.starts_with("0x");
   if (wide) text.remove_prefix(2);
   uint64_t authority = 0;
-  if (!TakeNumber(text, wide ? 16 : 10, authority)) return false;
+  if (!ParseNumber(text, wide ? 16 : 10, authority)) return false;
   for (int shift = 40; shift >= 0; shift -= 8) {
     sid.push_back(static_cast<uint8_t>(authority >> shift & 0xFF));
   }
   return true;
 }
 
-bool TakeSubAuthority(std::string_view& text, std::vector<uint8_t>& sid) {
+bool ParseSubAuthority(std::string_view& text, std::vector<uint8_t>& sid) {
   uint64_t number = 0;
   if (!text.starts_with('-')) return false;
   text.remove_prefix(1);
-  if (!TakeNumber(text, 10, number)) return false;
+  if (!ParseNumber(text, 10, number)) return false;
   for (int shift = 0; shift < 32; shift += 8) {
     sid.push_back(static_cast<uint8_t>(number >> shift & 0xFF));
   }
@@ -98,9 +98,9 @@ std::vector<uint8_t> SidOfText(std::string_view text) {
   if (!text.starts_with(kStart)) return {};
   std::string_view rest = text.substr(kStart.size());
   std::vector<uint8_t> sid = {kSidRevision, 0};
-  bool whole = TakeAuthority(rest, sid);
+  bool whole = ParseAuthority(rest, sid);
   while (whole && !rest.empty() && sid[1] < kMostSubAuthorities) {
-    whole = TakeSubAuthority(rest, sid);
+    whole = ParseSubAuthority(rest, sid);
     ++sid[1];
   }
   // Leading zeros, numbers that are too large and the like are no text of a SID.
