@@ -98,6 +98,7 @@ void LimitShares(HiveImage& hive, std::span<const Group> groups) {
   constexpr uint64_t kLeast = 65536;
   constexpr uint32_t kBytesPerEntry = 128;  // of the image
   std::vector<uint64_t> demands;
+  demands.reserve(groups.size());
   for (const Group& group : groups) {
     uint64_t demand = 0;
     for (const Claim& claim : group.subspan(1)) demand += claim.entries;

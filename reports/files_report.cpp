@@ -55,6 +55,7 @@ RowSubject FileSubject(const SourceKey& key, const SourceValue& value) {
 OutputListPtr MakeWaitingList(const OutputList& list) {
   OutputListPtr waiting = MakeOutputList(ListKindOf(list));
   std::vector<std::string> titles;
+  titles.reserve(static_cast<size_t>(ColumnCount(list)));
   for (int column = 0; column < ColumnCount(list); ++column) {
     titles.push_back(ColumnTitle(list, column));
   }

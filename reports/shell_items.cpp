@@ -58,7 +58,9 @@ std::string NarrowAt(Span bytes, size_t at) {
 }
 std::string WideAt(Span bytes, size_t at) {
   std::u16string wide;
-  for (; U16At(bytes, at) != 0 && wide.size() < kMaxName; at += 2) wide += U16At(bytes, at);
+  for (; U16At(bytes, at) != 0 && wide.size() < kMaxName; at += 2) {
+    wide += static_cast<char16_t>(U16At(bytes, at));
+  }
   std::string text = NarrowText(wide);
   MakeOneLine(text);
   return text;
