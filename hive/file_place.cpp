@@ -38,13 +38,9 @@ uint32_t PlaceInPieces(const std::vector<ImagePiece>& pieces, uint32_t position)
                                            : piece.place + (position - piece.position);
 }
 
-std::string BothForms(uint32_t position) {
-  return Concat({"0x", Hex(position, 8), " (", Decimal(position), ")"});
-}
-
 std::string WordsOf(const HiveImage& hive, const UndoneMove& move) {
   const auto at = [&](uint32_t place) {
-    return BothForms(hive.base_offset + PlaceInText(hive.places.returns, place));
+    return HexAndDecimal(hive.base_offset + PlaceInText(hive.places.returns, place));
   };
   const std::string bytes = std::to_string(move.count) + (move.count == 1 ? " byte" : " bytes");
   switch (move.kind) {
@@ -92,7 +88,7 @@ uint32_t PositionOfPlace(const HiveImage& hive, uint32_t place) {
 }
 
 std::string PlaceWords(const HiveImage& hive, uint32_t position) {
-  return position >= kNowhere ? "nowhere" : BothForms(PlaceOf(hive, position));
+  return position >= kNowhere ? "nowhere" : HexAndDecimal(PlaceOf(hive, position));
 }
 
 std::string UndoneWords(const HiveImage& hive) {

@@ -74,6 +74,11 @@ inline std::string Concat(std::initializer_list<std::string_view> parts) {
   return text;
 }
 
+// A position or a size as it is shown: "0x%08X (%u)", wider where it needs to be.
+inline std::string HexAndDecimal(uint64_t number) {
+  return Concat({"0x", Hex(number, 8), " (", std::to_string(number), ")"});
+}
+
 // What a character is worth as a digit in base 16, in capitals or small letters; 16 for no digit.
 constexpr uint32_t DigitOf(char32_t unit) {
   if (unit >= U'0' && unit <= U'9') return unit - U'0';

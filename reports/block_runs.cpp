@@ -8,6 +8,7 @@
 #include "host/files.h"
 #include "host/host.h"
 #include "host/long_operation.h"
+#include "host/number_text.h"
 #include "lists/list_rows.h"
 #include "reports/file_pieces.h"
 
@@ -151,9 +152,9 @@ void AddRun(OutputList& list, const Run& run, uint64_t end) {
   const uint64_t last = end - 1;
   const uint64_t size = end - run.start;
   AddListRow(list,
-             {{FilePositionText(run.start), run.start},
-              {FilePositionText(last), last},
-              {FilePositionText(size), size}},
+             {{HexAndDecimal(run.start), run.start},
+              {HexAndDecimal(last), last},
+              {HexAndDecimal(size), size}},
              kNoOffset);
 }
 

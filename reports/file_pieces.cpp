@@ -150,10 +150,6 @@ bool WritePieces(Split& split) {
 
 }  // namespace
 
-std::string FilePositionText(uint64_t position) {
-  return Concat({"0x", Hex(position, 8), " (", std::to_string(position), ")"});
-}
-
 bool SplitFile(OutputList& list, const std::string& folder) {
   const std::string& source = ListSource(list);
   const uint32_t rows = RowCount(list);

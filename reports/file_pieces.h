@@ -40,7 +40,4 @@ bool SplitFile(OutputList& list, const std::string& folder = std::string());
 // that block on, its list should be. A row's datum is the image position of the cell.
 OutputListPtr ListRootKeys(const HiveImage& hive, const KeyTree& tree);
 
-// A position in a file, or a size, as the rows show it: "0x%08X (%lu)".
-std::string FilePositionText(uint64_t position);
-
 }  // namespace hivequarry

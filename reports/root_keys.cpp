@@ -11,6 +11,7 @@
 #include "hive/timestamp.h"
 #include "host/host.h"
 #include "host/long_operation.h"
+#include "host/number_text.h"
 #include "lists/list_rows.h"
 #include "records/cell.h"
 #include "reports/file_pieces.h"
@@ -113,7 +114,7 @@ void AddRootRow(const HiveImage& hive, const KeyTree& tree, uint32_t position, O
   const uint32_t item = ShownItem(hive, tree, position);
   const uint64_t last_write =
       LoadU32(&key[kKeyLastWrite]) | uint64_t{LoadU32(&key[kKeyLastWrite + 4])} << 32;
-  const std::string root = FilePositionText(FilePositionOf(hive, position));
+  const std::string root = HexAndDecimal(FilePositionOf(hive, position));
   const std::string path = item == kNoItem ? std::string() : ItemPath(hive, tree, item);
   const std::string name = HeldName(hive, position, key);
   const std::string date = FormatTimestampChecked(last_write);

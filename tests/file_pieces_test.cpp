@@ -8,6 +8,7 @@
 #include <fstream>
 #include <iterator>
 
+#include "host/number_text.h"
 #include "tests/support/opened_hive.h"
 #include "tests/support/texts.h"
 
@@ -52,7 +53,7 @@ std::string RunsOf(const Bytes& bytes) {
     for (int column = 0; column < 3; ++column) {
       const std::string text(CellText(*list, row, column));
       number[column] = static_cast<uint32_t>(std::stoul(text.substr(text.find('(') + 1)));
-      EXPECT_EQ(text, FilePositionText(number[column]));
+      EXPECT_EQ(text, HexAndDecimal(number[column]));
     }
     EXPECT_EQ(number[2], number[1] - number[0] + 1);
     runs += (row == 0 ? "" : " ") + std::to_string(number[0]) + "-" + std::to_string(number[1]);
@@ -93,8 +94,8 @@ TEST(BlockRuns, WhereRunsBeginAndEnd) {
       {Embedded(hive, 1044479, 3000000), "1044479-1064958"},
       {Embedded(hive, 1048572, 3000000), "1048572-1069051"}};
   for (const auto& [bytes, runs] : cases) EXPECT_EQ(RunsOf(bytes), runs) << bytes.size();
-  EXPECT_EQ(FilePositionText(4128), "0x00001020 (4128)");
-  EXPECT_EQ(FilePositionText(uint64_t{5} << 30), "0x140000000 (5368709120)");
+  EXPECT_EQ(HexAndDecimal(4128), "0x00001020 (4128)");
+  EXPECT_EQ(HexAndDecimal(uint64_t{5} << 30), "0x140000000 (5368709120)");
 }
 
 Bytes Pattern() {
@@ -119,7 +120,7 @@ struct SplitFileTest : ::testing::Test {
 
 TEST_F(SplitFileTest, PiecesAreTheBytesOfTheirRanges) {
   const Ranges ranges = {{0, 9999}, {4096, 8191}, {777, 777}, {19999, 20000}, {0, 20000}, {5, 6}};
-  for (const auto& [first, last] : ranges) Add(FilePositionText(first), FilePositionText(last));
+  for (const auto& [first, last] : ranges) Add(HexAndDecimal(first), HexAndDecimal(last));
   ASSERT_TRUE(ReplaceCell(*list, 5, 0, "00006, 0x0000000F (5) edited"));
   const std::pair<std::string, const char*> runs[] = {
       {"", ".sp_0"}, {"", ".sp1_0"}, {source.folder(), ".sp2_0"}};
@@ -186,7 +187,7 @@ TEST(RootKeys, OfTheTreeAndBehindTheCut) {
     const OutputListPtr list = ListRootKeys(image.hive(), tree);
     Texts roots;
     for (const uint32_t at : {kRoot, end + kRoot, end + kSize}) {
-      roots.push_back(FilePositionText(base + at));
+      roots.push_back(HexAndDecimal(base + at));
     }
     EXPECT_EQ(Column(*list, 0), roots);
     EXPECT_EQ(Column(*list, 1), (Texts{"yes", "yes", "no"}));

@@ -40,7 +40,7 @@ void Judge(HWND dialog, PositionRequest& request) {
   const std::wstring text = TextOf(dialog);
   const bool number = ReadPosition(text, request.position);
   const bool good = number && request.position < request.end;
-  const std::string end = Concat({"0x", Hex(request.end, 8), " (", Decimal(request.end), ")."});
+  const std::string end = HexAndDecimal(request.end) + ".";
   std::string message = "Decimal, or hexadecimal after 0x; below " + end;
   if (!text.empty() && !number) message = "This is no position.";
   if (number && !good) message = "The hive ends at " + end;
