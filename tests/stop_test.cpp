@@ -47,6 +47,9 @@ constexpr double kLimit = 2;
 constexpr double kLimit = 0.1;
 #endif
 
+// For an operation to end, or a thread to go on: far more than either takes.
+constexpr std::chrono::seconds kMostWait{600};
+
 const char* LargeHive() { return std::getenv("HIVEQUARRY_STOP_HIVE"); }
 
 double Seconds(clockid_t clock) {
@@ -241,7 +244,8 @@ class Stop : public ::testing::TestWithParam<Operation> {
       made_ = std::move(own);
       done_ = true;
       // Its clock must be there to be read.
-      while (!read_) std::this_thread::yield();
+      const Clock::time_point end = Clock::now() + kMostWait;
+      while (!read_ && Clock::now() < end) std::this_thread::yield();
     });
     clockid_t clock = 0;
     pthread_getcpuclockid(worker.native_handle(), &clock);
@@ -262,6 +266,10 @@ class Stop : public ::testing::TestWithParam<Operation> {
     while (!done_) {
       const std::chrono::duration<double> passed = Clock::now() - start;
       if (delay >= 0 && passed.count() >= delay) break;
+      if (passed >= kMostWait) {
+        ADD_FAILURE() << "it does not end";
+        break;
+      }
       const uint32_t rows = RowCount(list);
       if (rows != 0)
         read_characters_ +=
