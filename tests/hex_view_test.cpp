@@ -8,25 +8,13 @@
 #include <random>
 #include <string>
 
+#include "tests/support/hex_bytes.h"
 #include "tests/support/hive_builder.h"
 #include "tests/support/host_recorder.h"
 #include "view/key_codes.h"
 
-namespace hivequarry {
-
-void PrintTo(const HexCaret& caret, std::ostream* out) {
-  *out << caret.position << (caret.low ? " low, from " : ", from ") << caret.anchor;
-}
-void PrintTo(const HexRange& range, std::ostream* out) { *out << range.start << "-" << range.end; }
-
-namespace testing {
+namespace hivequarry::testing {
 namespace {
-
-Bytes Counting(size_t count) {
-  Bytes bytes(count);
-  for (size_t i = 0; i < count; ++i) bytes[i] = static_cast<uint8_t>(i);
-  return bytes;
-}
 
 TEST(HexBytes, UndoGoesBackToTheBeginningAndRedoToTheEnd) {
   std::mt19937 random(7);
@@ -231,5 +219,4 @@ TEST(HexView, ClipboardTakesTheFormOfTheSide) {
 }
 
 }  // namespace
-}  // namespace testing
-}  // namespace hivequarry
+}  // namespace hivequarry::testing

@@ -9,6 +9,7 @@
 #include <functional>
 #include <string>
 
+#include "tests/support/hex_bytes.h"
 #include "tests/window/dialog_fixture.h"
 #include "tests/window/window_fixture.h"
 #include "ui/dialogs/value_editor.h"
@@ -18,21 +19,8 @@
 #include "ui/resources/resource.h"
 #include "words/value_text.h"
 
-namespace hivequarry {
-
-void PrintTo(const HexCaret& caret, std::ostream* out) {
-  *out << caret.position << (caret.low ? " low, from " : ", from ") << caret.anchor;
-}
-void PrintTo(const HexRange& range, std::ostream* out) { *out << range.start << "-" << range.end; }
-
-namespace testing {
+namespace hivequarry::testing {
 namespace {
-
-Bytes Counting(size_t count) {
-  Bytes bytes(count);
-  for (size_t i = 0; i < count; ++i) bytes[i] = static_cast<uint8_t>(i);
-  return bytes;
-}
 
 // --- control -------------------------------------------------------------------------------------
 
@@ -466,5 +454,4 @@ TEST(ValueEditor, ControlsKeepApartAtEverySize) {
 }
 
 }  // namespace
-}  // namespace testing
-}  // namespace hivequarry
+}  // namespace hivequarry::testing
