@@ -8,7 +8,7 @@
 namespace hivequarry {
 namespace {
 
-// Of a text copy: the n-th 0D that was taken out stood in the file n places further on than the 0A
+// Of a text copy: the n-th 0D that was taken out was in the file n places further on than the 0A
 // that it preceded is now.
 uint32_t PlaceInText(const std::vector<uint32_t>& returns, uint32_t position) {
   const auto after = std::upper_bound(returns.begin(), returns.end(), position);

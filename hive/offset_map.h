@@ -1,6 +1,6 @@
 // Where cell offsets lead in an image.
 //
-// Every bin header says at which offset it stood. In a sound hive that is its position less 4096,
+// Every bin header says at which offset it was. In a sound hive that is its position less 4096,
 // and nothing here is needed. In a fragment the distance is another one, the same for all. Bytes
 // that were lost, put in or moved are put back first (moved_bytes.h); what remains are stretches
 // that are no part of the hive: bins of another one, and places whose bytes are lost.

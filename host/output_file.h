@@ -1,5 +1,5 @@
 // Files that the program writes. A failure of any kind (a full disk, a folder that may not be
-// written) leaves what stood under the name as it was.
+// written) leaves what was under the name as it was.
 #pragma once
 
 #include <cstdint>

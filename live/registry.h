@@ -1,5 +1,6 @@
 // The registry functions that this program calls, in one table with the platform's signatures:
-// ADVAPI32 after it in the product, a registry kept in memory for tests on systems that have none.
+// filled from ADVAPI32 in the product, and by a registry kept in memory in tests on systems that
+// have none.
 #pragma once
 
 #include <cstdint>

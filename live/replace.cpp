@@ -27,7 +27,7 @@ bool HasUserFile(const std::string& folder) {
   return false;
 }
 
-// What is said after the key that was not replaced.
+// The words of an error row, after those that name the key that was not replaced.
 std::string TroubleOf(int32_t error, const std::string& file) {
   switch (error) {
     case kRegistryNotFound:

@@ -1,4 +1,4 @@
-// Where a fragment without any block header stood in its hive.
+// Where a fragment without any block header was in its hive.
 //
 // Its cells are found by the scan, but their offsets count from a data area that begins somewhere
 // before the fragment. Every offset that a record holds, and every record of the kind that it

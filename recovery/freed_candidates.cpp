@@ -121,7 +121,7 @@ bool IsPlausibleData(const HiveImage& hive, uint32_t p) {
 bool IsUnnamedValue(const HiveImage& hive, uint32_t p, FreedPlace place) {
   if (ReadU32(hive, p + kValueDataLength) == 0) return false;
   if (HasSize(hive, p, kValueName, place)) return true;
-  // Where a block begins that is none any more, the size was lost with what stood before it.
+  // Where a block begins that is none any more, the size was lost with what was before it.
   const uint32_t type = ReadU32(hive, p + kValueType);
   return place == FreedPlace::kNoCell && ReadU32(hive, p) == 0 && p % 8 != 0 && type != 0 &&
          type <= kRegQword;

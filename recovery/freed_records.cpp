@@ -136,7 +136,7 @@ void FindParent(Relating& relating, FreedKey& key) {
 }
 
 // True for a value in use that no key of the tree has: of a key that was taken out of the tree as
-// it stood.
+// it was.
 bool IsLeftValue(const Relating& relating, uint32_t position) {
   return position != kNoOffset && IsAllocated(ReadU32(relating.hive, position)) &&
          ReadU16(relating.hive, position + 4) == kSignatureVk &&

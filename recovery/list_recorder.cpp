@@ -19,7 +19,7 @@ PositionIndex ListedTargets(const HiveImage& hive, const ScanTables& tables) {
   return listed;
 }
 
-// An "lf" entry whose hint is not how its target's name begins means another key, one that stood
+// An "lf" entry whose hint is not how its target's name begins means another key, one that was
 // there before.
 bool HintMeansTarget(const HiveImage& hive, const SubkeyEntry& entry) {
   if (entry.kind != ListKind::kLf || !InsideHive(hive, entry.key, kKeyName + 4)) return true;

@@ -32,7 +32,7 @@ uint32_t SizeOfFile(const std::string& file) {
   return static_cast<uint32_t>(std::clamp<int64_t>(size, 0, UINT32_MAX));
 }
 
-// The scan stands still meanwhile: it is its thread that asks.
+// The scan waits meanwhile: it is its thread that asks.
 bool WantsCopy(uint32_t file_position) {
   const std::string text =
       Concat({"New Root Cell found at 0x", Hex(file_position), "! Open in new Window?"});

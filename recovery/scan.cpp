@@ -73,7 +73,7 @@ uint32_t KnownEnd(Walk& walk, const BinTableRow& row) {
 
 uint32_t VisitBin(Walk& walk, uint32_t p) {
   const HiveImage& hive = walk.hive;
-  // Bytes of a cell: blocks do not be in each other.
+  // These are bytes of a cell: no block is inside another one.
   if (p < walk.block_end) return p + 8;
   walk.restart = 0;
   BinTableRow row;

@@ -18,7 +18,7 @@ namespace hivequarry {
 // - A block's header has a size and an offset of its own that are multiples of 4096, the size not
 // 0.
 // - A run goes on as long as each block ends where the next begins. A header inside a block that
-//   nothing follows belongs to the run when both say the same of where they stood; else the block
+//   nothing follows belongs to the run when both say the same of where they were; else the block
 //   was cut off there and another run begins.
 // - A block that begins a data area (its own offset is 0) begins a run.
 // - A base block right before a run belongs to it.

@@ -25,7 +25,7 @@ CalendarTime CalendarOf(const KeyDateTime& time) {
   return calendar;
 }
 
-// A number of at most `digits` digits at the front of `text`, which moves after it.
+// A number of at most `digits` digits that `text` begins with; `text` moves after it.
 bool ParseNumber(std::string_view& text, size_t digits, int& number) {
   size_t used = 0;
   for (number = 0; used < digits && used < text.size(); ++used) {

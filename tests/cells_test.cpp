@@ -489,7 +489,7 @@ TEST(ValueKey, FragmentWithoutAnyBase) {
   builder.Key("A").Binary("v", 100).Dword("inline", 7);
   BuiltHive built = builder.Build();
   built.DropBaseBlock();
-  built.Zero(0, 32);  // the bin header, too: nothing tells where the fragment stood
+  built.Zero(0, 32);  // the bin header, too: nothing tells where the fragment was
   built.SetU16(built.PositionOf(""), 4, 0);
   OpenedImage image(built.bytes);
   ASSERT_FALSE(image.hive().header_valid);

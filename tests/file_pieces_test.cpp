@@ -68,7 +68,7 @@ TEST(BlockRuns, WhereRunsBeginAndEnd) {
   const Bytes later = Part(hive, 8192, kSize);
   Bytes holding = hive;  // headers as data
   for (const uint32_t at : {9192u, 17384u}) PutBytes(holding, at, Part(hive, 4096, 4128));
-  // The last two blocks are one; the second one's header was left where it stood.
+  // The last two blocks are one; the second one's header was left where it was.
   const Bytes grown = Joined({Changed(12296, 8192), Bytes(9000, 'h')});
   const std::pair<Bytes, const char*> cases[] = {
       {Bytes(100000, 'h'), ""},

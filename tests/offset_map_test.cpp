@@ -187,7 +187,7 @@ TEST(OffsetMap, BytesPutInAndLost) {
       EXPECT_GE(rest.keys, 20u);
       // The size of a cell that lost its end may reach over the next cell.
       EXPECT_LE(rest.missing.size(), 1u) << ::testing::PrintToString(rest.missing);
-      // Cells after a lost block header have nothing that says where they stood.
+      // Cells after a lost block header have nothing that says where they were.
       if (HitsHeader(sound, change)) continue;
       EXPECT_EQ(rest.misplaced, Texts());
       EXPECT_EQ(rest.valueless, Texts());

@@ -80,7 +80,7 @@ TEST(OpenHive, FindsTheHiveInTheFile) {
 }
 
 TEST(OpenHive, StartOfALaterPieceOfAHive) {
-  // What is left begins inside a hive: the first block says how far from its start it stood.
+  // What is left begins inside a hive: the first block says how far from its start it was.
   HiveBuilder builder;
   for (int i = 0; i < 6; ++i) builder.Key("K" + std::to_string(i)).NewBin().Binary("v", 2000);
   const BuiltHive hive = builder.Build();

@@ -34,7 +34,7 @@ BuiltHive Family(List list_of_a, const Damage& damage = {}, List list_of_root = 
   return built;
 }
 
-// Frees the key's cell and clears what stood there.
+// Frees the key's cell and clears what was there.
 void Wipe(BuiltHive& hive, const char* path) {
   const uint32_t key = hive.PositionOf(path);
   const uint32_t length = hive.CellLength(key);

@@ -373,7 +373,7 @@ TEST(Security, KeysOfRecords) {
 }
 
 // Keys that are in bins of another hive, of which the one with the records is not there: what
-// their offsets lead to is nowhere, and no number stands for that.
+// their offsets lead to is nowhere, and no number says that.
 TEST(Security, RecordsThatAreNowhere) {
   HiveBuilder foreign("OTHER");
   for (int i = 0; i < 12; ++i) {

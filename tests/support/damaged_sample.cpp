@@ -121,7 +121,7 @@ void Damage(BuiltHive& hive) {
   // A removed branch, whole but reached by nothing.
   hive.Unlink("Alderwick\\Photo Desk");
   RemovePhotoDesk(hive);
-  // A page of the file lost, with what stood there.
+  // A page of the file lost, with what was there.
   const uint32_t page = key("Cobaltine\\Media Player\\Settings") / 4096 * 4096;
   hive.Zero(page, 4096);
   // Foreign bytes over a subkey list: its keys hang in the air.

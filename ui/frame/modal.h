@@ -1,5 +1,6 @@
 // Dialogs and message boxes wait for their answer, and the windows of the program wait with them: a
-// dialog disables its owner alone, but the main window and each list window stand for themselves.
+// dialog by itself disables its owner alone, and neither the main window nor a list window owns the
+// other.
 #pragma once
 
 #include <vector>

@@ -19,7 +19,7 @@ HWND OpenSecurityWindow(MainWindow& window, uint32_t record);
 void TellInvalidRecord(const MainWindow& window, uint32_t record);
 // Carries out the keys of the window that a message is for; true when that used it up.
 bool TranslateSecurityKeys(MSG& message);
-// Closes all of them and forgets where they stood.
+// Closes all of them and forgets where they were.
 void CloseSecurityWindows();
 
 }  // namespace hivequarry
