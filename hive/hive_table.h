@@ -11,6 +11,8 @@ namespace hivequarry {
 
 inline constexpr int kSlotCount = 48;  // slot 0 is never handed out
 
+// The process-wide state of this room. Slots are handed out and freed by one thread at a time; a
+// loaded hive may be read by any.
 struct HiveTable {
   std::array<HiveImage, kSlotCount> slots;
   // Partial range of the file for the next OpenHive; whole file when end <= start.
@@ -30,6 +32,7 @@ void ResetHiveTable();
 
 // First free slot, cleared and taken; -1 when there is none.
 int AllocateHiveSlot();
+// Releases the image's memory, and the file's name as a place that nothing may be written to.
 void FreeHiveSlot(int slot);
 // The hive of a slot that was handed out.
 inline HiveImage& HiveOfSlot(int slot) { return TheHiveTable().slots[static_cast<size_t>(slot)]; }

@@ -41,13 +41,20 @@ struct ImagePiece {
   PieceKind kind = PieceKind::kOwn;
 };
 // What was undone while opening.
-enum class MoveKind : uint8_t { kPutIn, kLost, kPageMoved, kPageCopy, kTextCopy };
+enum class MoveKind : uint8_t {
+  kPutIn,      // bytes that are not the hive's were between its own
+  kLost,       // bytes of the hive are not in the file
+  kPageMoved,  // a page was where another one belongs
+  kPageCopy,   // a page is in the file twice
+  kTextCopy,   // a 0D was before each 0A
+};
 struct UndoneMove {
   MoveKind kind = MoveKind::kPutIn;
   uint32_t place = 0;  // in the file, counted as that of a piece
   uint32_t count = 0;  // bytes
   uint32_t to = 0;     // of a moved page: the place where it belongs; of a copy: that of its twin
 };
+// Where the bytes of the image are in the file, when they are not all at one distance.
 struct FilePlaces {
   std::vector<ImagePiece> pieces;  // ascending by position, without gaps; empty: all in place
   std::vector<uint32_t> by_place;  // numbers of the pieces with bytes of the file, by place

@@ -38,6 +38,9 @@ struct PageMoves {
   std::vector<uint32_t> source;  // by own page: the page with its content; kNothing: lost
   std::vector<Copy> copies;      // pages that hold another one's content, which is in its place
 };
+// Nothing is moved here: the caller puts the image together anew. A page gets one place and a place
+// one page; the pairs with the most evidence are settled first, and a page with as much evidence
+// for two places stays where it is. Ends early when the user stops.
 PageMoves FindPageMoves(std::span<const uint8_t> bytes, const Pages& pages);
 
 // How each own page fits where it is.

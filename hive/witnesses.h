@@ -18,6 +18,7 @@ class OffsetSet {
  public:
   OffsetSet() = default;
   explicit OffsetSet(uint32_t near_end) : near_(near_end / 8) {}
+  // Not for kNone.
   void Add(CellKind kind, uint32_t offset);
   bool Has(CellKind kind, uint32_t offset) const;
 

@@ -146,10 +146,11 @@ constexpr ListAbout operator|(ListAbout a, ListAbout b) {
   return static_cast<ListAbout>(static_cast<uint8_t>(a) | static_cast<uint8_t>(b));
 }
 
+// Constant, and so are the texts.
 struct ListKindInfo {
-  int kind;
-  const char* title;
-  std::span<const KindColumn> columns;
+  int kind;                             // kList...
+  const char* title;                    // of a list, until SetListTitle gives it its own
+  std::span<const KindColumn> columns;  // in order, as shown
   WindowFamily window = WindowFamily::kOther;
   ListHelp help = ListHelp::kOutputLists;
   RowLeads leads = RowLeads::kItem;

@@ -15,16 +15,18 @@ namespace hivequarry {
 
 // Collects output and hands it on in large pieces.
 struct ListOutput {
-  const TextSink& sink;
-  std::string buffer;
-  bool open = true;  // false once the sink refused
+  const TextSink& sink;  // the caller's
+  std::string buffer;    // not yet handed on
+  bool open = true;      // false once the sink refused
 };
+// Hands on what is in the buffer and empties it. Nothing goes to a sink that has refused once.
 void FlushOutput(ListOutput& out);
 // Calls `write_row` with 0 to count - 1 and hands on the output in between and at the end. False
 // when the sink refused or the user stopped.
 bool WriteInPieces(ListOutput& out, uint32_t count, const std::function<void(uint32_t)>& write_row);
 
 // What every writer asks of a list again and again.
+// Taken once, so rows that are added meanwhile are not of it.
 struct ListShape {
   const OutputList& list;
   int columns;
@@ -33,7 +35,7 @@ struct ListShape {
 };
 ListShape ShapeOf(const OutputList& list);
 
-// The texts of one row.
+// The texts of one row; those after its columns are left as they were. The list owns them.
 using RowTexts = std::array<std::string_view, kMaxOwnColumns>;
 inline void ReadRow(const ListShape& shape, uint32_t row, RowTexts& texts) {
   CellTexts(shape.list, row, std::span(texts).first(static_cast<size_t>(shape.columns)));

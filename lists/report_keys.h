@@ -7,9 +7,9 @@
 
 namespace hivequarry {
 
-inline constexpr const char* kReportSection = "RPLfile";
-inline constexpr const char* kReportRows = "[ROWS]";
-inline constexpr int kReportRowEnd = 99;  // number of the line that ends a row
+inline constexpr const char* kReportSection = "RPLfile";  // of the entries before the rows
+inline constexpr const char* kReportRows = "[ROWS]";      // the line after which rows begin
+inline constexpr int kReportRowEnd = 99;                  // number of the line that ends a row
 
 // The key of a column's header text. The last two columns of a list of results have names of their
 // own; the console program's own lists may have more columns.

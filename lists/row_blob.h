@@ -23,13 +23,14 @@
 namespace hivequarry {
 
 struct RowHead {
-  uint32_t datum;
+  uint32_t datum;  // of a row with kHasDatum
   int16_t icon;
-  uint8_t cells;
-  uint8_t flags;
+  uint8_t cells;  // texts of cells that are stored
+  uint8_t flags;  // the bits below
 };
 static_assert(sizeof(RowHead) == 8);
 
+// Which of the parts above a row has, and how wide the ends of its texts are.
 inline constexpr uint8_t kHasDatum = 1;
 inline constexpr uint8_t kAboutKey = 2;
 inline constexpr uint8_t kHasFacts = 4;

@@ -14,27 +14,35 @@ inline constexpr uint32_t kBaseBlockSize = 4096;
 inline constexpr uint32_t kHiveSignature = 0x66676572;      // "regf"
 inline constexpr uint32_t kSnapshotSignature = 0x70616E73;  // "snap", of a registry snapshot
 
-// Offsets of the fields from the start of the block.
-inline constexpr uint32_t kBaseSequence1 = 4;  // raised before the hive is written
-inline constexpr uint32_t kBaseSequence2 = 8;  // set to the first one after that
-inline constexpr uint32_t kBaseLastWrite = 12;
+// Offsets of the fields from the start of the block. The signature is at 0; fields are 32 bits wide
+// where nothing else is said. Sequence numbers, times and versions are shown but decide nothing: a
+// hive is scanned as a whole, whatever its block claims.
+inline constexpr uint32_t kBaseSequence1 = 4;   // raised before the hive is written
+inline constexpr uint32_t kBaseSequence2 = 8;   // set to the first one after that
+inline constexpr uint32_t kBaseLastWrite = 12;  // FILETIME, 64 bits
 inline constexpr uint32_t kBaseMajor = 20;
 inline constexpr uint32_t kBaseMinor = 24;
 inline constexpr uint32_t kBaseFileType = 28;    // 0: a hive, others: logs
 inline constexpr uint32_t kBaseFileFormat = 32;  // 1: loaded directly
+// Of the root key's cell, an offset like any other. A hint alone: it is followed to a key or not at
+// all.
 inline constexpr uint32_t kBaseRootOffset = 36;
-inline constexpr uint32_t kBaseLength = 40;  // of all bins
+// Bytes of all bins, this block not among them. What is after them in the file is looked at too.
+inline constexpr uint32_t kBaseLength = 40;
 inline constexpr uint32_t kBaseClustering = 44;
+// What the system that wrote the hive called its file: the end of a path, zero-ended unless it
+// fills the field.
 inline constexpr uint32_t kBaseFileName = 48;
 inline constexpr uint32_t kBaseFileNameUnits = 32;  // UTF-16; the start of a longer path is cut off
-inline constexpr uint32_t kBaseChecksum = 508;
+inline constexpr uint32_t kBaseChecksum = 508;      // as BaseBlockSum has it
 
+// The fields as stored, none of them held against anything.
 struct BaseBlock {
   uint32_t signature = 0;
   uint32_t root_offset = 0;
-  uint32_t length = 0;  // bytes of all bins
-  std::u16string file_name;
-  uint32_t checksum = 0;  // as stored
+  uint32_t length = 0;       // bytes of all bins
+  std::u16string file_name;  // up to its first zero
+  uint32_t checksum = 0;     // as stored
 };
 // The block at the start of the view; fields beyond its end are 0.
 BaseBlock ReadBaseBlock(ByteView image);
@@ -43,7 +51,8 @@ BaseBlock ReadBaseBlock(ByteView image);
 // store 1 for 0 and 0xFFFFFFFE for 0xFFFFFFFF.
 uint32_t BaseBlockSum(ByteView image);
 
-// What a base block begins with: at least three letters of "regf", or "snap" whole.
+// What a base block begins with: at least three letters of "regf", each in its place, or "snap"
+// whole. So one letter that was overwritten does not cost the hive its data base.
 bool IsBaseBlockSignature(const uint8_t (&bytes)[4]);
 
 }  // namespace hivequarry

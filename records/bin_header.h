@@ -16,26 +16,30 @@ inline constexpr uint32_t kBinHeaderSize = 32;
 // Of the first bin's first cell, in an image that begins with a base block.
 inline constexpr uint32_t kFirstCellPosition = kBaseBlockSize + kBinHeaderSize;
 
-// Offsets of the fields from the start of the header.
-inline constexpr uint32_t kBinOwnOffset = 4;
-inline constexpr uint32_t kBinSize = 8;
+// Offsets of the fields from the start of the header. The signature is at 0.
+inline constexpr uint32_t kBinOwnOffset = 4;  // of this header, from the start of the data area
+inline constexpr uint32_t kBinSize = 8;       // bytes, the header among them
 inline constexpr uint32_t kBinTime = 20;      // FILETIME; of the first bin alone
 inline constexpr uint32_t kBinSizeCopy = 28;  // 0 where the system wrote none
 
 struct BinHeader {
-  uint32_t position = 0;
-  uint32_t own_offset = 0;
-  uint32_t size = 0;
+  uint32_t position = 0;    // of the header, from the start of the view
+  uint32_t own_offset = 0;  // as stored
+  uint32_t size = 0;        // as stored
 
+  // What is to be added to an offset into this bin to get its position, modulo 2^32. 4096 in a hive
+  // that is whole; bins of one hive differ in it where bytes were put in or lost between them.
   uint32_t Distance() const { return position - own_offset; }
 };
 
-// True for a signature, an own offset and a size that a header could have.
+// True for a signature, an own offset and a size that a header could have: both multiples of 4096,
+// the size not 0 and below 2^31. The bin may be longer than the view. `bin` is filled as soon as
+// the signature is there.
 bool ReadBinHeader(ByteView image, uint32_t position, BinHeader& bin);
 
 // True when cells follow each other from the header to where the bin ends, and that lies at most
-// `room` bytes after the header: callers that ask of many bins end it where the next one begins,
-// so that all of them together cost one pass.
+// `room` bytes after the header's start: callers that ask of many bins end it where the next one
+// begins, so that all of them together cost one pass.
 bool IsWholeBlock(ByteView image, const BinHeader& bin, uint64_t room);
 
 // All headers, at every byte, ascending. An image in which they lie closer together than bins can

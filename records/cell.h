@@ -9,10 +9,13 @@
 
 namespace hivequarry {
 
-inline constexpr uint16_t kSignatureVk = 0x6B76;
-inline constexpr uint16_t kSignatureNk = 0x6B6E;
-inline constexpr uint16_t kSignatureSk = 0x6B73;
-inline constexpr uint16_t kSignatureLf = 0x666C;
+// The 16 bits after the size, which say what a record is: two letters, the first one lowest. Value
+// lists, value data, class names and the lists of data segments have none: such a cell is known by
+// the record that names it alone.
+inline constexpr uint16_t kSignatureVk = 0x6B76;  // a value (value_key.h)
+inline constexpr uint16_t kSignatureNk = 0x6B6E;  // a key (key_node.h)
+inline constexpr uint16_t kSignatureSk = 0x6B73;  // a security descriptor (security_cell.h)
+inline constexpr uint16_t kSignatureLf = 0x666C;  // lists of subkeys (subkey_list.h)
 inline constexpr uint16_t kSignatureLi = 0x696C;
 inline constexpr uint16_t kSignatureRi = 0x6972;
 inline constexpr uint16_t kSignatureLh = 0x686C;
@@ -22,12 +25,15 @@ inline constexpr uint16_t kSignatureLk = 0x6B6C;  // only for the key classifier
 // True for the seven signatures that start a record wherever they are met.
 bool IsRecordSignature(uint16_t value);
 
-// Absolute length of a cell by its stored size field; 0x80000000 stays as it is.
+// Absolute length of a cell, its size field included, by that field; 0x80000000 stays as it is. It
+// is what the file says: callers hold it against the bytes that there are.
 inline uint32_t CellLength(uint32_t size) { return size > 0x7FFFFFFF ? 0U - size : size; }
+// By the size field: negative, as of a record in use. Records keep their bytes when they are freed,
+// but for the sign of the size, and what a neighbour or a later owner writes over them.
 inline bool IsAllocated(uint32_t size) { return size > 0x7FFFFFFF; }
 
 // The next place after `position`, in steps of 8 and not far, where an allocated cell or a bin may
-// begin; or one before it, from where to ask again.
+// begin; or one before it, from where to ask again. Always after `position`, so that a walk ends.
 uint32_t NextOccupied(ByteView image, uint32_t position);
 
 // The next plausible cell after `position`, at 8-byte steps counted from it: a record signature

@@ -9,26 +9,34 @@
 
 namespace hivequarry {
 
-// Offsets of the fields from the start of the cell.
-inline constexpr uint32_t kKeyFlags = 6;
-inline constexpr uint32_t kKeyLastWrite = 8;
+// Offsets of the fields from the start of the cell, after its size (0) and its signature (4). Where
+// nothing else is said a field is 32 bits wide. Fields that lead somewhere are offsets from the
+// start of the data area to the size field of a cell; 0xFFFFFFFF leads nowhere.
+inline constexpr uint32_t kKeyFlags = 6;      // 16 bits
+inline constexpr uint32_t kKeyLastWrite = 8;  // FILETIME, UTC, 64 bits
 inline constexpr uint32_t kKeyAccessBits = 16;
-inline constexpr uint32_t kKeyParent = 20;
-inline constexpr uint32_t kKeySubkeyCount = 24;
+inline constexpr uint32_t kKeyParent = 20;       // the key that it is in; a root's says nothing
+inline constexpr uint32_t kKeySubkeyCount = 24;  // of those that the hive keeps
+// Subkeys that live until the system stops. They are never in a file, so what a file says here is
+// shown and not followed.
 inline constexpr uint32_t kKeyVolatileCount = 28;
-inline constexpr uint32_t kKeySubkeyList = 32;
+inline constexpr uint32_t kKeySubkeyList = 32;  // an "lf", "lh", "li" or "ri" cell
 inline constexpr uint32_t kKeyVolatileList = 36;
 inline constexpr uint32_t kKeyValueCount = 40;
+// A cell without a signature: after its size the offsets of the values, as many as the count says.
+// A cell that once had more often has theirs still after these.
 inline constexpr uint32_t kKeyValueList = 44;
-inline constexpr uint32_t kKeySecurity = 48;
-inline constexpr uint32_t kKeyClassName = 52;
+inline constexpr uint32_t kKeySecurity = 48;   // an "sk" cell, which other keys name too
+inline constexpr uint32_t kKeyClassName = 52;  // a cell without a signature: UTF-16 text
+// High-water marks of what the key has had since it last had none (recovery/high_marks.h).
 inline constexpr uint32_t kKeyLongestSubkeyName = 56;  // bytes as UTF-16; 16 bits
 inline constexpr uint32_t kKeyLongestValueName = 64;   // bytes as UTF-16
 inline constexpr uint32_t kKeyLongestValueData = 68;   // bytes
-inline constexpr uint32_t kKeyNameLength = 76;         // bytes
-inline constexpr uint32_t kKeyClassNameLength = 78;    // bytes
+inline constexpr uint32_t kKeyNameLength = 76;         // bytes; 16 bits
+inline constexpr uint32_t kKeyClassNameLength = 78;    // bytes; 16 bits
 inline constexpr uint32_t kKeyName = 80;               // the fixed part ends here
 
+// Of the root key of a hive: a hive begins here, not to be deleted, a name of bytes.
 inline constexpr uint16_t kRootKeyFlags = 0x2C;
 inline constexpr uint8_t kKeyNameIsBytes = 0x20;  // of the flags: low bytes of UTF-16, not UTF-16
 
@@ -44,10 +52,11 @@ struct KeyFields {
   uint32_t class_name = 0;
   uint32_t subkey_count = 0;
   uint32_t value_count = 0;
-  uint16_t name_length = 0;  // bytes
-  uint16_t class_name_length = 0;
+  uint16_t name_length = 0;        // bytes
+  uint16_t class_name_length = 0;  // bytes
 };
-// False, and all 0, when the fixed part is not all in the view.
+// Of the cell at `cell`, whatever its signature is. False, and all 0, when the fixed part is not
+// all in the view.
 bool ReadKeyFields(ByteView image, uint32_t cell, KeyFields& fields);
 
 // True for the low byte of the flags that keys of the kinds known to be written have.
@@ -65,7 +74,8 @@ void AppendKeyNameText(ByteView image, uint32_t cell, uint32_t length, bool wide
 // cell has.
 inline constexpr uint32_t kMaxRawName = 510;
 uint32_t LongestKeyName(ByteView image, uint32_t cell);
-// The name, nothing lost, of `length` bytes as stored, at most LongestKeyName.
+// The name, nothing lost, of `length` bytes as stored, at most LongestKeyName. Whether the bytes
+// are UTF-16 is read from the cell's flags.
 std::u16string WideKeyName(ByteView image, uint32_t cell, uint32_t length);
 
 }  // namespace hivequarry

@@ -6,8 +6,9 @@
 
 namespace hivequarry {
 
-// Offsets of the fields from the start of the cell.
-inline constexpr uint32_t kSecurityNext = 8;
+// Offsets of the fields from the start of the cell, after its size (0), its signature (4) and two
+// bytes without a meaning. Each is 32 bits wide.
+inline constexpr uint32_t kSecurityNext = 8;  // offset of another "sk" cell; its own when alone
 inline constexpr uint32_t kSecurityPrevious = 12;
 inline constexpr uint32_t kSecurityReferences = 16;  // keys that name the record
 inline constexpr uint32_t kSecurityLength = 20;      // bytes of the descriptor

@@ -9,11 +9,15 @@
 
 namespace hivequarry {
 
-inline constexpr uint32_t kListCount = 6;  // 16 bits, from the start of the cell
+// Offsets from the start of the cell, after its size (0) and its signature (4). An entry begins
+// with the offset of a key's cell, in an "ri" of a list's. Entries are in the order of the keys'
+// names, for the system searches them by halves; here they are read one by one.
+inline constexpr uint32_t kListCount = 6;  // 16 bits
 inline constexpr uint32_t kListEntries = 8;
 
 enum class ListKind : uint8_t { kNone = 0, kLf = 1, kLh = 2, kLi = 3, kRi = 4 };
 
+// kNone for any other signature.
 ListKind ListKindOfSignature(uint16_t signature);
 // Of the list cell at `list`; kNone for no list.
 inline ListKind ReadListKind(ByteView image, uint32_t list) {
@@ -23,10 +27,10 @@ inline ListKind ReadListKind(ByteView image, uint32_t list) {
 uint32_t ListEntrySize(ListKind kind);
 
 // How many entries of `size` bytes a list cell can hold: by its own length where that is credible,
-// else by the end of the image.
+// else by the end of the image. The count that the list itself has is not looked at.
 struct ListRoom {
   uint32_t entries = 0;
-  bool credible = false;
+  bool credible = false;  // an allocated cell of at least 16 bytes, a multiple of 8, in the image
 };
 ListRoom RoomOfList(ByteView image, uint32_t list, uint32_t size);
 

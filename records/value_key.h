@@ -9,13 +9,15 @@
 
 namespace hivequarry {
 
-// Offsets of the fields from the start of the cell.
-inline constexpr uint32_t kValueNameLength = 6;  // bytes
-inline constexpr uint32_t kValueDataLength = 8;
-inline constexpr uint32_t kValueDataOffset = 12;  // or the data, where they are inline
+// Offsets of the fields from the start of the cell, after its size (0) and its signature (4). Where
+// nothing else is said a field is 32 bits wide.
+inline constexpr uint32_t kValueNameLength = 6;  // bytes; 16 bits. 0: the key's default value
+inline constexpr uint32_t kValueDataLength = 8;  // bytes, with the mark of inline data
+// Of a cell without a signature that has the data after its size; where they are inline, the data.
+inline constexpr uint32_t kValueDataOffset = 12;
 inline constexpr uint32_t kValueType = 16;
-inline constexpr uint32_t kValueFlags = 20;
-inline constexpr uint32_t kValueName = 24;
+inline constexpr uint32_t kValueFlags = 20;  // 16 bits; two more are spare
+inline constexpr uint32_t kValueName = 24;   // the fixed part ends here
 
 inline constexpr uint32_t kInlineData = 0x80000000;  // of the data length: up to 4 bytes, inline
 
@@ -40,12 +42,14 @@ struct ValueFields {
   uint32_t size = 0;  // of the cell, as stored
   uint16_t signature = 0;
   uint16_t name_length = 0;  // bytes, as stored
-  uint32_t data_length = 0;  // decoded: without the mark of inline data
-  uint32_t data_offset = 0;
+  // Without the mark of inline data. Where the upper half has more than the mark it is kept whole:
+  // there are no inline data of such a length, so the field is damaged and must look it.
+  uint32_t data_length = 0;
+  uint32_t data_offset = 0;  // as stored; inline data are these four bytes
   uint32_t type = 0;
   uint16_t flags = 0;  // 0: the name is UTF-16
 };
-// Fields that lie beyond the view's end are 0.
+// Of the cell at `cell`, whatever its signature is. Fields that lie beyond the view's end are 0.
 ValueFields ReadValueFields(ByteView image, uint32_t cell);
 
 // A name of `length` bytes as code-page text. A surrogate without its half is "?{D83D}".

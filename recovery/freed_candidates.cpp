@@ -204,6 +204,7 @@ uint32_t KnownBytes(const Walk& walk, uint32_t p, uint32_t length, Stretch& rest
   return std::max(needed, kRecordStep);
 }
 
+// What is left in an allocated cell after the record that it holds, or after what names it needs.
 void LookAfterRecord(Walk& walk, uint32_t p, uint32_t length) {
   if (length < kRecordStep + kValueName) return;
   Stretch rest{p, p + length, FreedPlace::kBehindRecord};
@@ -283,6 +284,8 @@ bool MayHide(const Walk& walk, uint32_t begin, uint32_t end) {
   return false;
 }
 
+// A block header: its block ends where it says, if that could be, and of one that hides nothing the
+// free cells alone are looked at. Returns the position of its first cell.
 uint32_t EnterBlock(Walk& walk, uint32_t p) {
   const uint32_t size = ReadU32(walk.hive, p + 8);
   const uint32_t left = walk.hive.length - p;

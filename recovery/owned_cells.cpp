@@ -67,6 +67,7 @@ bool Claim(Collection& collection, uint32_t cell, uint64_t used, uint32_t owner,
   return true;
 }
 
+// The list that the "db" cell at `cell` names, and its segments.
 void ClaimSegments(Collection& collection, uint32_t cell, uint32_t data_length, uint32_t owner) {
   const HiveImage& hive = collection.hive;
   const uint32_t list = ReadOffset(hive, cell + kListHead);
@@ -137,6 +138,8 @@ void ClaimSubkeyLists(Collection& collection, uint32_t key) {
   for (uint32_t i = 0; i < children; ++i) claim(ReadOffset(hive, list + kListHead + 4 * i));
 }
 
+// The key's cell, its lists, its values with their data, its class name and its security record.
+// The cells of a key that another one owns already are not looked at again.
 void ClaimKey(Collection& collection, uint32_t key) {
   constexpr uint32_t kLongestName = 512;  // bytes; a damaged length claims more
   const HiveImage& hive = collection.hive;

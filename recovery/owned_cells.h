@@ -56,7 +56,7 @@ OwnedCells CollectValueCells(const HiveImage& hive, std::span<const uint32_t> va
 // other cell the bytes in use count: after them older records may be left.
 const OwnedCell* OwnerOf(const OwnedCells& owned, uint32_t begin, uint64_t end);
 
-// "value data", "class name" and so on.
+// How texts name such a cell: "value data", "class name" and so on.
 const char* OwnedWord(OwnedAs what);
 
 }  // namespace hivequarry

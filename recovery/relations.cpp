@@ -252,6 +252,9 @@ uint32_t BringBack(Repair& repair, uint32_t position) {
   return kNoRow;
 }
 
+// The key that an entry of the owner's list names: brought back where its cell is one after all,
+// made where no cell is left of it, and given the owner as its parent where its own field leads to
+// no key.
 void FollowChildEntry(Repair& repair, uint32_t owner, uint32_t index) {
   ScanTables& tables = repair.tables;
   const ChildEntry entry = tables.child_entries[index];
@@ -316,6 +319,8 @@ uint32_t ParentOfList(const Repair& repair, const RecordedList& list) {
   return kNoOffset;
 }
 
+// The key that an entry of a list without a key names, brought back or made likewise. Its parent is
+// the one on which the list's other keys agree, where it has none of its own.
 void FollowSibling(Repair& repair, const RecordedList& list, uint32_t entry_row, uint32_t parent) {
   ScanTables& tables = repair.tables;
   const SiblingEntry& entry = repair.records.entries[entry_row];

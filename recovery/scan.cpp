@@ -71,6 +71,9 @@ uint32_t KnownEnd(Walk& walk, const BinTableRow& row) {
   return last && CellsReach(walk, row.position + kBinHeaderSize, behind) ? behind : 0;
 }
 
+// What is at `p`, by its kind: a block header, the first cell, and cells by their signatures. Each
+// returns where the walk goes on: after the cell where its length is believed, else 8 bytes on, so
+// that records inside damaged cells are met too.
 uint32_t VisitBin(Walk& walk, uint32_t p) {
   const HiveImage& hive = walk.hive;
   // These are bytes of a cell: no block is inside another one.

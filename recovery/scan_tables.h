@@ -49,6 +49,7 @@ struct ChildEntry {
   bool hinted = false;    // an "lf" entry: four name characters are after the offset
 };
 
+// A key in which the scan met something that does not agree. Few keys have a row.
 struct DamageRow {
   uint32_t position = 0;               // of the key
   uint8_t bits = 0;                    // KeyDamage
@@ -56,12 +57,15 @@ struct DamageRow {
   uint32_t failed_parent = kNoOffset;  // with kDamageParent, the position
 };
 
+// A block header as the scan met it, its fields as stored: believed or not.
 struct BinTableRow {
   uint32_t position = 0;
   uint32_t own_offset = 0;
   uint32_t size = 0;
 };
 
+// Which lists the system that wrote a hive makes: "lh" or "lf". Hives mostly have
+// one kind alone.
 enum class ListStyle : uint8_t { kUndecided = 0, kHashed = 1, kHinted = 2 };
 
 // The name hash of a fragment's key, in the form that its lists use.
@@ -85,9 +89,10 @@ struct ScanTables {
   std::vector<BinTableRow> bins;
   PositionIndex key_index;  // sealed by FinishScan
 
+  // False once a list could not be read whole, a root key is not as a root is, or one was made.
   bool tree_sound = true;
   bool repaired = false;  // relation repair has run: something did not agree
-  uint32_t lf_lists = 0;
+  uint32_t lf_lists = 0;  // list cells met, by which list_style is decided
   uint32_t lh_lists = 0;
   ListStyle list_style = ListStyle::kUndecided;
   uint32_t one_bit_errors = 0;   // met by the tolerant key test
@@ -101,6 +106,7 @@ struct ScanTables {
   // What live keys own, of so many of them, once somebody has asked (live_cells.h).
   OwnedCells live_cells;
   size_t live_keys = 0;
+  // Keys that relation repair made, by what they were missing as (KeyMark).
   uint32_t virtual_parents = 0;
   uint32_t virtual_children = 0;
   uint32_t virtual_siblings = 0;

@@ -21,7 +21,7 @@ struct FreedSource {
   const HiveImage& hive;
   const KeyTree& tree;
   FreedRecords records;
-  DataBudget budget;
+  DataBudget budget;  // of the data that all that is shown may read
   FreedPathWalker paths;
 };
 

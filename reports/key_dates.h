@@ -11,10 +11,12 @@
 
 namespace hivequarry {
 
+// A date and a time of day, UTC, in whole seconds.
 struct KeyDateTime {
   int year = 0, month = 0, day = 0, hour = 0, minute = 0, second = 0;
   bool operator==(const KeyDateTime&) const = default;
 };
+// FILETIME: 100 ns since 1601-01-01, UTC.
 KeyDateTime KeyDateTimeOf(uint64_t file_time);
 uint64_t FileTimeOf(const KeyDateTime& time);
 

@@ -13,6 +13,7 @@
 
 namespace hivequarry {
 
+// A key as reports see it. Texts are the caller's own.
 struct SourceKey {
   std::string path;  // root included; as lists show it (ItemPath)
   std::string name;
@@ -32,6 +33,8 @@ struct SourceValue {
   std::string utf8_name;  // lossless, given when `name` lost something
 };
 
+// A walk over keys that goes forwards alone. Used by one thread. A key that can't be read is given
+// with its error, and the walk goes on after it.
 class KeySource {
  public:
   virtual ~KeySource() = default;
@@ -39,7 +42,7 @@ class KeySource {
   virtual bool NextKey(SourceKey& key) = 0;
   // The key given last keeps its children to itself.
   virtual void SkipChildren() = 0;
-  // The next value of that key.
+  // The next value of the key given last; false after the last one.
   virtual bool NextValue(SourceValue& value) = 0;
   // Of a hive alone: the first value of that name, whatever the case; and the values that are still
   // to be given, by their names' ranks, those of one rank as they are listed.
@@ -54,6 +57,7 @@ class KeySource {
   virtual uint32_t ShownPosition(uint32_t position) const { return position; }
 };
 
+// Keys of a loaded hive, which has to live as long as this, its tree too.
 class HiveKeySource : public KeySource {
  public:
   // Another walk, from `item` down; what data may be read, and what is known of keys by path, go

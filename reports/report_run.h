@@ -18,22 +18,23 @@ namespace hivequarry {
 inline constexpr size_t kDataCellLimit = 519;
 
 struct ReportRun {
-  KeySource& keys;
-  OutputList& list;
-  bool live = false;
+  KeySource& keys;       // the caller's, at the starting key
+  OutputList& list;      // the caller's; rows are added to those it has
+  bool live = false;     // on the live registry: the list has that kind's columns
   uint32_t visited = 0;  // keys
   uint32_t kept = 0;     // rows not yet in the list
 };
 
-// The next key of the walk; shows how far it is.
+// The next key of the walk, parents first; shows how far it is. False at the end, or when the user
+// stops.
 bool NextKey(ReportRun& run, SourceKey& key);
 
 // What a row speaks of.
 struct RowSubject {
-  uint32_t position = kNoOffset;
-  bool about_key = false;
-  uint64_t last_write = 0;
-  std::string path;  // lossless, as RowFacts has it
+  uint32_t position = kNoOffset;  // image position; none in the live registry
+  bool about_key = false;         // else about a value
+  uint64_t last_write = 0;        // FILETIME, UTC; 0 when unknown
+  std::string path;               // lossless, as RowFacts has it
   std::string name;
 };
 RowSubject SubjectOf(const SourceKey& key);
@@ -75,12 +76,17 @@ std::string_view LastName(std::string_view path);
 
 // Which of a key's values was used when: rank by value name, the one used last first.
 using MruOrder = std::unordered_map<std::string, size_t>;
-// True when the value is the list itself: "MRUList" (letters) or "MRUListEx" (numbers).
+// True when the value is the list itself: "MRUList" (a letter for each name) or "MRUListEx" (32-bit
+// numbers, names being their decimal digits, 0xFFFFFFFF at the end). Its names are then added to
+// the order, at most kMaxMruEntries of numbers; a name that comes twice keeps its first rank.
 bool ReadMruList(const SourceValue& value, MruOrder& order);
 // After all ranks for a name that the list lacks.
 size_t RankOf(const MruOrder& order, const std::string& name);
 
 // --- the reports, each from one starting key ---------------------------------------------------
+//
+// Each walks its keys to the end, or until the user stops, and adds its rows. What they list is
+// said in the manual ("Special reports").
 
 void ReportServices(ReportRun& run);
 void ReportUninstall(ReportRun& run);

@@ -56,7 +56,8 @@ bool CompilePattern(const SearchSettings& settings, SearchPattern& pattern);
 std::string HexOfText(std::string_view text);
 std::string TextOfHex(std::string_view hex);
 
-// A name or text against a text-mode pattern.
+// A name or text, code-page text, against a text-mode pattern: held in it, or equal to it where the
+// pattern asks for the length.
 bool MatchText(const SearchPattern& pattern, std::string_view candidate);
 // Position after the match, plus one; 0 for none. `wide` skips a zero byte after a matched one.
 size_t FindBytes(const SearchPattern& pattern, std::span<const uint8_t> bytes, bool wide,

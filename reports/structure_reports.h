@@ -25,6 +25,7 @@ enum class Report : uint8_t {
   kStreamMru,
   kCount
 };
+// All that is known of a report but the function that runs it. Texts are constants.
 struct ReportInfo {
   Report report = Report::kCount;
   const char* name = nullptr;       // on the console: "count-keys"

@@ -1,4 +1,14 @@
 // The "sk" cell: a security record that keys share, and its text.
+//
+// The descriptor in it is self-relative: its offsets count from its own start, 0 is none. Bytes of
+// its parts, numbers little-endian:
+//   descriptor  0 revision, 1 spare, 2 control (16 bits), 4 owner, 8 group, 12 system list,
+//               16 discretionary list (32 bits each)
+//   list        0 revision, 1 spare, 2 size with this header (16 bits), 4 count (16 bits), 6 spare,
+//               8 entries
+//   entry       0 type, 1 flags, 2 size with this header (16 bits), 4 access mask (32 bits), 8 SID
+// Entries of the rarer types have other things at 8; they are decoded as if it were a SID,
+// which is mostly not valid then and has no text.
 #pragma once
 
 #include <cstdint>
@@ -38,13 +48,13 @@ enum AceType : uint8_t { kAceAllow = 0, kAceDeny = 1, kAceAudit = 2, kAceAlarm =
 inline constexpr uint8_t kAceInherited = 0x10;
 struct AceInfo {
   uint32_t position = 0;
-  uint8_t type = 0;
-  uint8_t flags = 0;
-  uint32_t size = 0;
-  uint32_t mask = 0;
-  uint32_t sid = 0;  // position
-  bool valid = false;
-  std::string sid_text;
+  uint8_t type = 0;      // AceType, or another number as stored
+  uint8_t flags = 0;     // how it is inherited
+  uint32_t size = 0;     // bytes, header included, as stored
+  uint32_t mask = 0;     // rights on the key
+  uint32_t sid = 0;      // position
+  bool valid = false;    // inside the image
+  std::string sid_text;  // empty for a SID that is not valid
 };
 
 // One SID shown in place of another; nothing in the image changes.

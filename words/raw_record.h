@@ -54,6 +54,8 @@ struct RawRecord {
   RecordPlace place;
   std::vector<RawField> fields;  // ascending by position, without gaps; empty for kNone
 };
+// Of the record that holds `position` (RecordAt). Bytes of the record that no field of its layout
+// takes are fields of their own, so that every byte is shown once.
 RawRecord ReadRawRecord(const HiveImage& hive, uint32_t position);
 
 }  // namespace hivequarry
