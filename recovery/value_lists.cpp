@@ -98,7 +98,6 @@ void LimitShares(HiveImage& hive, std::span<const Group> groups) {
   constexpr uint64_t kLeast = 65536;
   constexpr uint32_t kBytesPerEntry = 128;  // of the image
   std::vector<uint64_t> demands;
-  demands.reserve(groups.size());
   for (const Group& group : groups) {
     uint64_t demand = 0;
     for (const Claim& claim : group.subspan(1)) demand += claim.entries;
@@ -189,6 +188,7 @@ void SettleValueLists(HiveImage& hive, const ScanTables& tables) {
   std::vector<Claim> claims = ClaimsOf(hive, tables);
   const std::vector<Group> groups = GroupsOf(claims);
   std::vector<uint64_t> demands;
+  demands.reserve(groups.size());
   for (const Group& group : groups) {
     demands.push_back(std::ranges::max(group, {}, &Claim::entries).entries);
   }
