@@ -21,13 +21,11 @@ constexpr std::string_view kHeading =
     "# Bookmarks: key, time (UTC), hive file, note; tabs stand between them\r\n";
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 
-bool IsUtf8(std::string_view text) { return Utf8FromWide(WideFromUtf8(text)) == text; }
-
 bool IsControl(char c) { return static_cast<uint8_t>(c) < 0x20 || c == 0x7F; }
 
 // One line of UTF-8 that fits its field.
 std::string CleanText(std::string_view text) {
-  std::string clean = Utf8FromWide(WideFromUtf8(text.substr(0, 4 * kMaxBookmarkText)));
+  std::string clean = StrictUtf8(text.substr(0, 4 * kMaxBookmarkText));
   std::ranges::replace_if(clean, IsControl, ' ');
   size_t end = std::min(clean.size(), kMaxBookmarkText);
   while (end > 0 && end < clean.size() && (clean[end] & 0xC0) == 0x80) --end;
@@ -179,7 +177,7 @@ bool ReadBookmarkLine(std::string_view text, Bookmark& bookmark) {
     return false;
   }
   if (std::ranges::any_of(text, [](char c) { return IsControl(c) && c != '\t'; })) return false;
-  if (!IsUtf8(text)) return false;
+  if (!IsText(text)) return false;
   Bookmark read;
   const bool alone = text.find('\t') == std::string_view::npos;
   read.path = CleanKeyPath(CutField(text));

@@ -110,9 +110,9 @@ Names RootNames(const HiveImage& hive) {
   while (!rest.empty()) {
     const std::string_view name = rest.substr(0, rest.find('\\'));
     rest.remove_prefix(std::min(name.size() + 1, rest.size()));
-    if (!name.empty()) names.push_back(Utf8FromNarrow(name));
+    if (!name.empty()) names.emplace_back(name);
   }
-  if (names.empty()) names.push_back(Utf8FromNarrow(DisplayedRoot(hive)));
+  if (names.empty()) names.push_back(DisplayedRoot(hive));
   return names;
 }
 
@@ -136,7 +136,7 @@ std::string_view WithoutNumber(std::string_view name) {
 }
 
 bool SamePart(std::string_view a, std::string_view b) {
-  return EqualUtf8IgnoringCase(a, b) || (IsControlSet(a) && IsControlSet(b));
+  return EqualIgnoringCase(a, b) || (IsControlSet(a) && IsControlSet(b));
 }
 
 // True for a place at or below `top`. The last name of `top` is where a label has its number.
@@ -234,8 +234,8 @@ Items ItemsNamed(const HiveImage& hive, const KeyTree& tree, const Items& parent
   Items similar;
   for (const uint32_t parent : parents) {
     for (uint32_t at = FirstChild(tree, parent); at != kNoItem; at = NextSibling(tree, at)) {
-      const std::string other = ItemNameUtf8(hive, tree, at);
-      if (EqualUtf8IgnoringCase(other, name)) (other == name ? same : similar).push_back(at);
+      const std::string other = StoredItemName(hive, tree, at);
+      if (EqualIgnoringCase(other, name)) (other == name ? same : similar).push_back(at);
     }
   }
   same.insert(same.end(), similar.begin(), similar.end());
@@ -321,7 +321,7 @@ std::string KeyPathOf(const HiveImage& hive, const KeyTree& tree, uint32_t item)
   Names names;
   size_t length = 0;
   for (uint32_t at = item; at != 0 && at != kNoItem; at = tree.items[at].parent) {
-    names.push_back(ItemNameUtf8(hive, tree, at));
+    names.push_back(StoredItemName(hive, tree, at));
     length += names.back().size() + 1;
     if (length > kMaxKeyPath) return {};
   }
@@ -335,7 +335,7 @@ std::string KeyPathOf(const HiveImage& hive, const KeyTree& tree, uint32_t item)
 std::string CleanKeyPath(std::string_view path) {
   const Names names = NamesOf(path);
   for (const std::string& name : names) {
-    if (Utf8FromWide(WideFromUtf8(name)) != name) return {};
+    if (!IsText(name)) return {};
   }
   const std::string clean = Joined(names);
   return clean.size() <= kMaxKeyPath ? clean : std::string();
@@ -357,7 +357,9 @@ std::string ShownKeyPath(std::string_view path) {
 }
 
 bool SameKeyPath(std::string_view a, std::string_view b) {
-  return std::ranges::equal(NamesOf(a), NamesOf(b), EqualUtf8IgnoringCase);
+  return std::ranges::equal(NamesOf(a), NamesOf(b), [](std::string_view x, std::string_view y) {
+    return EqualIgnoringCase(x, y);
+  });
 }
 
 RootGroup RootGroupOf(std::string_view path) {

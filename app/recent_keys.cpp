@@ -35,7 +35,6 @@ bool PutAll(const std::string& file, const RecentKeys& keys) {
   for (size_t number = 0; written && number < kRecentKeys; ++number) {
     written = Put(file, number, number < keys.size() ? AsciiKeyPath(keys[number]) : std::string());
   }
-  FlushProfile(file);
   return written;
 }
 

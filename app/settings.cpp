@@ -20,9 +20,8 @@ constexpr size_t kMaxText = 519;
 struct HistoryRow {
   const char* section;
   const char* prefix;
-  size_t limit;  // characters of a text
+  size_t limit;  // bytes of a text
   History Histories::*history;
-  bool paths = false;
 };
 constexpr HistoryRow kSearchHistories[] = {
     {"FTSC", "FC", 64, &Histories::search_texts},  {"RTSC", "RC", 64, &Histories::registry_texts},
@@ -31,7 +30,7 @@ constexpr HistoryRow kSearchHistories[] = {
 };
 constexpr HistoryRow kOtherHistories[] = {
     {"FILS", "FI", 63, &Histories::list_finds},
-    {"LTFS", "LF", 519, &Histories::recent_files, true},
+    {"LTFS", "LF", 519, &Histories::recent_files},
 };
 
 // The places of "KGP1". An option that two places write is read from the second.
@@ -130,25 +129,11 @@ void SetSides(std::span<const int> sides, WindowPlace& place) {
   place = std::move(given);
 }
 
-// Paths in the file are code-page text where that says all, else UTF-8. Whoever reads takes for
-// UTF-8 what can be that, so a code-page text that looks like it is written as UTF-8 too.
-std::string PathOfText(const std::string& text) {
-  const bool plain = std::ranges::all_of(text, [](char c) { return (c & 0x80) == 0; });
-  if (plain || Utf8FromWide(WideFromUtf8(text)) == text) return text;
-  return Utf8FromNarrow(text);
-}
-
 // The first characters of a UTF-8 text that fit into so many bytes.
 std::string CutUtf8(const std::string& text, size_t limit) {
   if (text.size() <= limit) return text;
   while (limit > 0 && (text[limit] & 0xC0) == 0x80) --limit;
   return text.substr(0, limit);
-}
-
-std::string TextOfPath(const std::string& path, size_t limit) {
-  std::string narrow = NarrowText(WideFromUtf8(path));
-  if (narrow.size() <= limit && PathOfText(narrow) == path) return narrow;
-  return CutUtf8(path, limit);
 }
 
 std::string NumberedKey(const char* prefix, size_t number) {
@@ -162,7 +147,7 @@ void ReadHistory(const ProfileLookup& lookup, const HistoryRow& row, Histories& 
   for (size_t i = 0; i < kHistoryLength; ++i) {
     const std::string key = NumberedKey(row.prefix, i);
     std::string text = lookup(row.section, key.c_str(), "", row.limit);
-    if (row.paths) text = PathOfText(text);
+    text = TextOfEither(text);
     if (text.empty() || std::ranges::find(read, text) != read.end()) continue;
     read.push_back(std::move(text));
   }
@@ -214,6 +199,7 @@ void ReadDates(const ProfileLookup& lookup, DateSettings& dates) {
 
 void ReadOptions(const ProfileLookup& lookup, Options& options) {
   SetOptionDigits(lookup("KAS", "KGP1", "Z", kMaxText), options);
+  options.code_page_text = lookup("KAS", "CPT", "", kMaxText) == "1";
   const std::string sort = lookup("KAS", "DI", "", kMaxText);
   if (sort == "0" || sort == "1") options.sort_new_lists = sort == "1";
 }
@@ -248,20 +234,21 @@ void WriteHistory(Writer& writer, const HistoryRow& row, const Histories& histor
   const History& history = histories.*row.history;
   for (size_t i = 0; i < kHistoryLength; ++i) {
     std::string text = i < history.size() ? history[i] : std::string();
-    text = row.paths ? TextOfPath(text, row.limit) : text.substr(0, row.limit);
+    text = CutUtf8(text, row.limit);
     Put(writer, row.section, NumberedKey(row.prefix, i), text);
   }
 }
 
 void WriteFolders(Writer& writer, const Settings& settings) {
   for (size_t i = 0; i < kLastFolders; ++i) {
-    Put(writer, "LTDS", NumberedKey("LD", i), TextOfPath(settings.folders[i], kMaxText));
+    Put(writer, "LTDS", NumberedKey("LD", i), CutUtf8(settings.folders[i], kMaxText));
   }
 }
 
 void WriteOptions(Writer& writer, const Settings& settings) {
   Put(writer, "KAS", "KGP1", OptionDigits(settings.options));
   Put(writer, "KAS", "DI", settings.options.sort_new_lists ? "1" : "0");
+  Put(writer, "KAS", "CPT", settings.options.code_page_text ? "1" : "");
   Put(writer, "KAS", "FPART",
       std::to_string(settings.range_start) + ';' + std::to_string(settings.range_end));
 }
@@ -311,7 +298,6 @@ bool WriteAll(const std::string& file, const Settings& settings) {
   if (settings.options.save_window_position) WriteMainWindow(writer, settings);
   for (size_t i = 0; i < kPlacedWindows; ++i) WritePlace(writer, kPlaces[i], settings.places[i]);
   WriteDates(writer, settings.dates);
-  FlushProfile(file);
   return !writer.failed;
 }
 
@@ -345,7 +331,7 @@ void ReadSettings(const ProfileLookup& lookup, Settings& settings) {
   ReadRange(lookup, settings);
   ReadDates(lookup, settings.dates);
   for (size_t i = 0; i < kLastFolders; ++i) {
-    settings.folders[i] = PathOfText(lookup("LTDS", NumberedKey("LD", i).c_str(), "", kMaxText));
+    settings.folders[i] = TextOfEither(lookup("LTDS", NumberedKey("LD", i).c_str(), "", kMaxText));
   }
   ReadMainWindow(lookup, settings);
   for (size_t i = 0; i < kPlacedWindows; ++i) ReadPlace(lookup, kPlaces[i], settings.places[i]);

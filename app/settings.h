@@ -57,6 +57,7 @@ struct Options {
   bool disconnected_values = true;    // 14
   bool cell_details = false;          // 15, never read
   bool sort_new_lists = true;         // "DI": a filled list is put in order of its first column
+  bool code_page_text = false;        // "CPT": names and texts as the code page has them
 };
 
 // A window's place and its list's columns, in pixels at 96 dpi. All 0: the built-in layout. A place

@@ -183,8 +183,6 @@ bool ParsePosition(std::string_view text, uint32_t& position) {
   return error == std::errc() && last == end;
 }
 
-std::string NarrowArgument(const std::string& utf8) { return NarrowText(WideFromUtf8(utf8)); }
-
 int Print(const ConsoleRequest& request, const OutputList& list) {
   return PrintList(list, request.printing) ? kExitDone : kExitFailed;
 }
@@ -197,11 +195,7 @@ bool FindKey(const ConsoleRequest& request, const OpenedHive& opened, uint32_t& 
   if (by_position) {
     item = ItemOfPosition(opened.tree, PositionOfPlace(*opened.hive, position));
   } else {
-    item = FindItemByPath(*opened.hive, opened.tree, WideFromUtf8(request.key));
-  }
-  // As lists show it, with '?' for what the code page lacks.
-  if (item == kNoItem && !by_position) {
-    item = FindItemByPath(*opened.hive, opened.tree, NarrowArgument(request.key));
+    item = FindItemByPath(*opened.hive, opened.tree, request.key);
   }
   if (item == kNoItem) Complain("No key " + request.key);
   return item != kNoItem;

@@ -46,7 +46,9 @@ struct ConsoleRequest {
   bool disconnected_only = false;   // "values --disconnected"
   bool all_roots = false;           // further hives of the file stay part of this one
   bool raw = false;
+  bool code_page = false;           // names and texts as the code page has them
   bool recovered = false;           // "export --recovered"
+  int script_version = 4;           // of an export
   bool freed = false;               // freed records too; of an export, them alone
   std::string pattern;              // of a search, UTF-8
   std::vector<std::string> fields;  // that it goes through; empty: all

@@ -12,13 +12,17 @@
 namespace hivequarry {
 namespace {
 
+ScriptForm FormOf(const ConsoleRequest& request) {
+  return request.script_version == 5 ? ScriptForm::kFive : ScriptForm::kFour;
+}
+
 // What the script lacks, the first of each kind by name.
-void ReportGaps(const OpenedHive& opened, const ScriptExport& written) {
+void ReportGaps(const OpenedHive& opened, const ScriptExport& written, bool five) {
   const auto complain = [](const std::string& what, size_t count, const std::string& first) {
     Complain(what + ": " + std::to_string(count) + ", the first at " + first);
   };
   const auto path_of = [&opened](uint32_t item) {
-    return ItemPathUtf8(*opened.hive, opened.tree, item, nullptr);
+    return ItemPath(*opened.hive, opened.tree, item);
   };
   if (written.recovered_left_out != 0) {
     Complain("Recovered keys left out: " + std::to_string(written.recovered_left_out) +
@@ -32,6 +36,11 @@ void ReportGaps(const OpenedHive& opened, const ScriptExport& written) {
     complain("Keys and values whose names become another's in the script", written.merged.size(),
              path_of(written.merged.front().item));
   }
+  if (!written.lossy.empty()) {
+    complain("Names and texts with \"?\" for characters that the script cannot hold",
+             written.lossy.size(), path_of(written.lossy.front().item));
+    if (!five) Complain("--script 5 holds every text");
+  }
   if (!written.skipped.empty()) {
     complain("Values that could not be exported", written.skipped.size(),
              PlaceText(*opened.hive, written.skipped.front().position));
@@ -44,8 +53,7 @@ bool HasUndoubtedRoot(const HiveImage& hive) {
   const std::string doubt = has_root ? RootDoubt(hive) : "Where the hive belongs is not known.";
   if (doubt.empty()) return true;
   ShowMessage("No valid root key !", kProgramName, Icon::kInformation);
-  Complain(Utf8FromNarrow(doubt) +
-           " Name the place that the script is for: --root 'HKU\\S-1-5-21-...' or another");
+  Complain(doubt + " Name the place that the script is for: --root 'HKU\\S-1-5-21-...' or another");
   return false;
 }
 
@@ -72,7 +80,7 @@ int ExportFreedRecords(const ConsoleRequest& request, const OpenedHive& opened) 
   if (!HasUndoubtedRoot(*opened.hive)) return kExitFailed;
   FreedExport written;
   const auto write = [&](const TextSink& sink) {
-    written = ExportFreed(from, choice, sink);
+    written = ExportFreed(from, choice, sink, FormOf(request));
     return !written.refused && !StopRequested();
   };
   if (!PrintPieces(write, request.printing)) return kExitFailed;
@@ -95,11 +103,12 @@ int ExportCommand(const ConsoleRequest& request, OpenedHive& opened) {
   ScriptExport written;
   const auto write = [&](const TextSink& sink) {
     written = ExportBranch(*opened.hive, opened.tree, item, sink,
-                           request.recovered ? RecoveredKeys::kWritten : RecoveredKeys::kLeftOut);
+                           request.recovered ? RecoveredKeys::kWritten : RecoveredKeys::kLeftOut,
+                           FormOf(request));
     return !written.refused && !StopRequested();
   };
   if (!PrintPieces(write, request.printing)) return kExitFailed;
-  if (!request.console.quiet) ReportGaps(opened, written);
+  if (!request.console.quiet) ReportGaps(opened, written, request.script_version == 5);
   return kExitDone;
 }
 

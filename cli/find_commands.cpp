@@ -130,6 +130,8 @@ bool PatternOf(const SearchSettings& settings, SearchPattern& pattern) {
   const HexFault fault = settings.hex_mode ? HexPatternOf(settings.hex).fault : HexFault::kNone;
   if (fault != HexFault::kNone) {
     Complain(HexFaultText(fault));
+  } else if (!IsText(settings.text)) {
+    Complain("The pattern is no UTF-8 text");
   } else if (!CompilePattern(settings, pattern)) {
     Complain("Nothing to search for");
   } else if (settings.dword && !pattern.settings.dword) {
@@ -219,7 +221,7 @@ int SecurityShowCommand(const ConsoleRequest& request, OpenedHive& opened) {
   }
   const std::string text =
       FormatSecurityRecord(ImageBytes(hive), info, PlaceOf(hive, record), request.security.resolve);
-  return PrintText(Utf8FromNarrow(text), request.printing) ? kExitDone : kExitFailed;
+  return PrintText(text, request.printing) ? kExitDone : kExitFailed;
 }
 
 int ReportCommand(const ConsoleRequest& request, OpenedHive& opened) {

@@ -92,6 +92,8 @@ void AddOptions(CLI::App& app, ConsoleRequest& request) {
                "Control characters of names and data as they are, not as \\u{1B}");
   app.add_flag("--csv-safe", request.printing.csv_safe,
                "With csv: a quote before cells that a spreadsheet would take for formulas");
+  app.add_flag("--code-page", request.code_page,
+               "Names and texts as the code page has them, '?' for what it lacks");
   app.add_flag("--force", request.printing.force,
                "Replace an existing file of -o; a hive or its logs never");
   app.add_flag("!--no-disconnected-values", request.disconnected_values,
@@ -130,6 +132,10 @@ void AddCommands(CLI::App& app, ConsoleRequest& request) {
                    "Also the keys in their branches that no list names, and made ones");
   script->add_flag("--freed", request.freed,
                    "Freed keys and values instead: below the key, or the one at @OFFSET");
+  script
+      ->add_option("--script", request.script_version,
+                   "4: REGEDIT4, single-byte text; 5: Version 5.00, UTF-16, which loses nothing")
+      ->check(CLI::IsMember({4, 5}));
   CLI::App* split = app.add_subcommand("split", "Cuts a file into pieces, one per run of blocks");
   AddHive(split, request);
   CLI::App* convert = app.add_subcommand("convert", "A Report List in another format");
@@ -237,7 +243,7 @@ void AddReports(CLI::App& app, ConsoleRequest& request, bool named) {
 // The fields and the pattern in the form that the search takes them.
 void CompleteSearch(ConsoleRequest& request) {
   SearchSettings& settings = request.search;
-  (settings.hex_mode ? settings.hex : settings.text) = NarrowText(WideFromUtf8(request.pattern));
+  (settings.hex_mode ? settings.hex : settings.text) = request.pattern;
   const auto has = [&](const char* field) {
     return request.fields.empty() ||
            std::ranges::find(request.fields, field) != request.fields.end();
@@ -276,6 +282,7 @@ int Run(std::vector<std::string> arguments) {
     return app.exit(error) == 0 ? kExitDone : kExitUsage;
   }
   SetConsoleHost(request.console);
+  ReadInCodePage(request.code_page);
   HeedSignals();
   CompleteSearch(request);
   const std::string name = CommandName(app);
@@ -294,7 +301,7 @@ int wmain(int argc, wchar_t** argv) {
   std::vector<std::string> arguments;
   for (int i = 1; i < argc; ++i) {
     const std::wstring wide = argv[i];
-    arguments.push_back(hivequarry::Utf8FromWide(std::u16string(wide.begin(), wide.end())));
+    arguments.push_back(hivequarry::TextOfWide(std::u16string(wide.begin(), wide.end())));
   }
   return hivequarry::Run(std::move(arguments));
 }

@@ -20,8 +20,6 @@ struct OpenedHive {
 
 // "4660" or "0x1234", after an "@" or without one.
 bool ParsePosition(std::string_view text, uint32_t& position);
-// Text of the command line as the code-page text in which names are held.
-std::string NarrowArgument(const std::string& utf8);
 // The item that the request's key names; the root without one. False after a message.
 bool FindKey(const ConsoleRequest& request, const OpenedHive& opened, uint32_t& item);
 // Prints as the request wants it; an exit status.

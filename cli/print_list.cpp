@@ -27,12 +27,6 @@ bool WriteReportList(const OutputList& list, const TextSink& sink) {
   return WriteReport(list, WrittenRows(), look, sink);
 }
 
-bool WriteRawText(const OutputList& list, const TextSink& sink) {
-  std::string scratch;
-  return WriteListText(list,
-                       [&](std::string_view text) { return sink(Utf8OfListText(text, scratch)); });
-}
-
 // True where what is printed is obeyed rather than kept.
 bool GoesToTerminal(const Printing& printing) {
   if (printing.raw_text) return false;
@@ -51,7 +45,7 @@ bool WriteList(const OutputList& list, const Printing& printing, const TextSink&
       return printing.hive == nullptr ? WriteListJsonLines(list, sink)
                                       : WriteHiveJsonLines(list, *printing.hive, sink);
     default:
-      return printing.raw_text ? WriteRawText(list, sink) : WriteListVisible(list, sink);
+      return printing.raw_text ? WriteListText(list, sink) : WriteListVisible(list, sink);
   }
 }
 

@@ -26,7 +26,7 @@ constexpr uint32_t kMostValues = 16;     // shown of one item
 constexpr uint32_t kLongestDetail = 40;  // values shown in detail
 
 void ShowItem(const HiveImage& hive, const KeyTree& tree, uint32_t item, uint32_t& details) {
-  ItemNameUtf8(hive, tree, item);
+  StoredItemName(hive, tree, item);
   KeyDetail(hive, tree, item);
   ValueViewOptions options;
   options.technical = item % 2 == 1;
@@ -55,8 +55,7 @@ void ShowTree(const HiveImage& hive, const KeyTree& tree) {
     if (item % 16 == 0) {
       Require(path == ItemPath(hive, tree, item));
       FindItemByPath(hive, tree, path);
-      bool lossy = false;
-      ItemPathUtf8(hive, tree, item, &lossy);
+      StoredItemPath(hive, tree, item);
     }
     ShowItem(hive, tree, item, details);
   }

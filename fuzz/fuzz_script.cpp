@@ -8,6 +8,7 @@
 #include <string_view>
 
 #include "fuzz/fuzzed_hive.h"
+#include "host/text.h"
 #include "reports/registry_script.h"
 
 namespace {
@@ -126,7 +127,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
                                               script += piece;
                                               return true;
                                             });
-  CheckScript(script, root, written);
+  CheckScript(script, CodePageOfText(root), written);
   ListScriptGaps(opened.hive, opened.tree, written);
   return 0;
 }

@@ -7,6 +7,7 @@
 #include <string>
 
 #include "fuzz/fuzzed_hive.h"
+#include "host/text.h"
 #include "reports/search_sieve.h"
 
 namespace {
@@ -45,6 +46,7 @@ bool PatternAsked(Bytes question, Bytes hive, SearchPattern& pattern) {
   std::string text = PatternOf(question, hive, (ticks & 256) != 0);
   // Texts are stored with zeros between their characters as often as without.
   if ((ticks & 512) != 0) std::erase(text, '\0');
+  text = TextOfEither(text);
   (asked.hex_mode ? asked.hex : asked.text) = asked.hex_mode ? HexOfText(text) : text;
   return CompilePattern(asked, pattern);
 }

@@ -2,14 +2,15 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
-#include <cstring>
 
 #include "hive/file_place.h"
 #include "hive/key_tree.h"
 #include "hive/keys.h"
 #include "hive/root_path.h"
-#include "host/host.h"
+#include "host/case.h"
 #include "host/number_text.h"
+#include "host/text.h"
+#include "host/visible_text.h"
 
 namespace hivequarry {
 namespace {
@@ -146,40 +147,26 @@ std::string TextOf(const HiveImage& hive, const KeyTree& tree, const ShownPath& 
   return Joined(hive, tree, std::move(path), shown.upwards, name);
 }
 
-bool LosesAny(const HiveImage& hive, const KeyTree& tree, const ShownPath& shown) {
-  return std::ranges::any_of(shown.upwards, [&](uint32_t at) {
-    const std::string narrow = ItemName(hive, tree, at);
-    return !IsPlainText(narrow) && PathNameUtf8(hive, tree, at) != Utf8FromNarrow(narrow);
-  });
-}
-
 // --- from a path down --------------------------------------------------------------------------
 
-// As a path spells it: in the code page, or, nothing lost, in UTF-16.
-void SpellName(const HiveImage& hive, const KeyTree& tree, uint32_t item, std::string& name) {
-  name.clear();
-  AppendItemName(hive, tree, item, name);
-}
-void SpellName(const HiveImage& hive, const KeyTree& tree, uint32_t item, std::u16string& name) {
-  name = WideFromUtf8(PathNameUtf8(hive, tree, item));
-}
-
-// The child of `parent` that the first component of `path` names; `path` moves after it. A name
-// may itself hold backslashes, so the longest child name that fits is taken.
-template <typename Character>
+// The child of `parent` that the first component of `path` names; `path` moves after it. The root's
+// text may itself hold backslashes, so the longest child name that fits is taken. Names compare in
+// UTF-16: a letter and its capital may differ in their bytes' number.
 uint32_t DescendComponent(const HiveImage& hive, const KeyTree& tree, uint32_t parent,
-                          std::basic_string_view<Character>& path) {
-  std::basic_string<Character> name;
+                       std::u16string_view& path) {
+  std::string text;
   uint32_t best = kNoItem;
   size_t best_length = 0;
   for (uint32_t child = FirstChild(tree, parent); child != kNoItem;
        child = NextSibling(tree, child)) {
-    SpellName(hive, tree, child, name);
+    text.clear();
+    AppendItemName(hive, tree, child, text);
+    const std::u16string name = WideOfText(text);
     const bool longer = best == kNoItem || name.size() > best_length;
-    using View = std::basic_string_view<Character>;
     const bool ends =
         path.size() == name.size() || (path.size() > name.size() && path[name.size()] == '\\');
-    if (longer && ends && EqualIgnoringCase(path.substr(0, name.size()), View(name))) {
+    if (longer && ends &&
+        EqualIgnoringCase(path.substr(0, name.size()), std::u16string_view(name))) {
       best = child;
       best_length = name.size();
     }
@@ -189,8 +176,9 @@ uint32_t DescendComponent(const HiveImage& hive, const KeyTree& tree, uint32_t p
 }
 
 // True, with `path` moved after it, when the path begins with this root text.
-template <typename Character>
-bool SkipRoot(std::basic_string_view<Character> root, std::basic_string_view<Character>& path) {
+bool SkipRoot(std::string_view root_text, std::u16string_view& path) {
+  const std::u16string whole = WideOfText(root_text);
+  std::u16string_view root = whole;
   while (!root.empty() && root.back() == '\\') root.remove_suffix(1);
   if (root.empty() || path.size() < root.size()) return false;
   if (!EqualIgnoringCase(path.substr(0, root.size()), root)) return false;
@@ -199,9 +187,8 @@ bool SkipRoot(std::basic_string_view<Character> root, std::basic_string_view<Cha
   return true;
 }
 
-template <typename Character>
 uint32_t DescendPath(const HiveImage& hive, const KeyTree& tree, uint32_t item,
-                     std::basic_string_view<Character> path) {
+                     std::u16string_view path) {
   while (!path.empty() && item != kNoItem) item = DescendComponent(hive, tree, item, path);
   return item;
 }
@@ -220,9 +207,10 @@ uint32_t ItemAt(const KeyTree& tree, uint32_t position, bool under_folder) {
 }
 
 // The item that a shortened path, without its root, names; kNoItem for any other path.
-uint32_t FindShortened(const HiveImage& hive, const KeyTree& tree, std::string_view path) {
-  const bool under_folder = SkipRoot(std::string_view(kDisconnectedKeysTitle), path);
-  const std::string_view name = path.substr(0, path.find('\\'));
+uint32_t FindShortened(const HiveImage& hive, const KeyTree& tree, std::u16string_view path) {
+  const bool under_folder = SkipRoot(kDisconnectedKeysTitle, path);
+  const size_t end = std::min(path.find(u'\\'), path.size());
+  const std::string name = TextOfWide(path.substr(0, end));
   if (!name.starts_with(std::string(kLeftOut) + "0x")) return kNoItem;
   uint32_t position = 0;
   const char* digits = name.data() + kLeftOut.size() + 2;
@@ -230,7 +218,7 @@ uint32_t FindShortened(const HiveImage& hive, const KeyTree& tree, std::string_v
   if (read.ec != std::errc() || read.ptr != name.data() + name.size()) return kNoItem;
   const uint32_t anchor = ItemAt(tree, PositionOfPlace(hive, position), under_folder);
   if (anchor == kNoItem) return kNoItem;
-  return DescendPath(hive, tree, anchor, path.substr(std::min(path.size(), name.size() + 1)));
+  return DescendPath(hive, tree, anchor, path.substr(std::min(path.size(), end + 1)));
 }
 
 }  // namespace
@@ -247,53 +235,27 @@ std::string ItemPath(const HiveImage& hive, const KeyTree& tree, uint32_t item) 
   return TextOf(hive, tree, ShownPathOf(hive, tree, item, 0), ItemName);
 }
 
-std::string ItemPathUtf8(const HiveImage& hive, const KeyTree& tree, uint32_t item, bool* lossy) {
-  const ShownPath shown = ShownPathOf(hive, tree, item, 0);
-  if (lossy != nullptr) *lossy = LosesAny(hive, tree, shown);
-  return TextOf(hive, tree, shown, PathNameUtf8);
-}
-
 std::string LongItemPath(const HiveImage& hive, const KeyTree& tree, uint32_t item) {
   return TextOf(hive, tree, ShownPathOf(hive, tree, item, kLongestPath), ItemName);
 }
 
-std::string LongItemPathUtf8(const HiveImage& hive, const KeyTree& tree, uint32_t item) {
-  return TextOf(hive, tree, ShownPathOf(hive, tree, item, kLongestPath), PathNameUtf8);
-}
-
-bool IsPlainText(std::string_view text) {
-  // Eight characters at a time: this is asked of every name of a hive.
-  constexpr size_t kLeastCut = 256;  // characters that are left of a name that was cut
-  if (text.find('?') != std::string_view::npos) return false;
-  if (text.size() >= kLeastCut && text.find("...") != std::string_view::npos) return false;
-  uint64_t seen = 0;
-  for (; text.size() >= sizeof(seen); text.remove_prefix(sizeof(seen))) {
-    uint64_t word = 0;
-    std::memcpy(&word, text.data(), sizeof(word));
-    seen |= word;
-  }
-  for (const char c : text) seen |= static_cast<uint8_t>(c);
-  return (seen & 0x8080808080808080) == 0;
+std::string StoredItemPath(const HiveImage& hive, const KeyTree& tree, uint32_t item) {
+  const ShownPath shown = ShownPathOf(hive, tree, item, 0);
+  std::string stored = TextOf(hive, tree, shown, StoredItemName);
+  if (stored == TextOf(hive, tree, shown, ItemName)) stored.clear();
+  return stored;
 }
 
 // --- walks -------------------------------------------------------------------------------------
 
 void PathWalker::Push(uint32_t item) {
   const bool root = levels_.empty();
-  bool lossy = !root && levels_.back().lossy;
+  bool escaped = !root && levels_.back().escaped;
   if (!root) path_ += '\\';
-  if (!root) utf8_ += '\\';
   const size_t start = path_.size();
   AppendItemName(hive_, tree_, item, path_);
-  const std::string_view name = std::string_view(path_).substr(start);
-  if (IsPlainText(name)) {
-    utf8_ += name;
-  } else {
-    const std::string whole = PathNameUtf8(hive_, tree_, item);
-    lossy = lossy || whole != Utf8FromNarrow(name);
-    utf8_ += whole;
-  }
-  levels_.push_back({item, path_.size(), utf8_.size(), lossy});
+  escaped = escaped || path_.find(kEscapeStart, start) != std::string::npos;
+  levels_.push_back({item, path_.size(), escaped});
 }
 
 void PathWalker::Enter(uint32_t item) {
@@ -306,7 +268,6 @@ void PathWalker::Enter(uint32_t item) {
   const uint32_t known = levels_.empty() ? kNoItem : levels_.back().item;
   for (uint32_t at = item; at != known; at = tree_.items[at].parent) missing.push_back(at);
   path_.resize(levels_.empty() ? 0 : levels_.back().length);
-  utf8_.resize(levels_.empty() ? 0 : levels_.back().utf8_length);
   for (auto at = missing.rbegin(); at != missing.rend(); ++at) Push(*at);
 }
 
@@ -334,48 +295,21 @@ const std::string& PathWalker::PathOf(uint32_t item) {
   return shortened_.append(path_, level.length);
 }
 
-const std::string& PathWalker::LosslessOf(uint32_t item) {
+const std::string& PathWalker::StoredPathOf(uint32_t item) {
   Enter(item);
-  lossless_.clear();
-  const size_t anchor = IsLong() ? AnchorLevel() : 0;
-  if (anchor == 0) return levels_.back().lossy ? utf8_ : lossless_;
-  const Level& level = levels_[anchor];
-  const std::string_view tail = std::string_view(path_).substr(level.length);
-  const std::string_view whole = std::string_view(utf8_).substr(level.utf8_length);
-  if (tail == whole || Utf8FromNarrow(tail) == whole) return lossless_;
-  lossless_ = PathTop(hive_, tree_, item, PathNameUtf8) + AnchorText(hive_, tree_, level.item);
-  return lossless_.append(whole);
+  stored_.clear();
+  if (levels_.back().escaped) stored_ = StoredItemPath(hive_, tree_, item);
+  return stored_;
 }
 
-namespace {
-
-template <typename Character>
-std::basic_string_view<Character> Trimmed(std::basic_string_view<Character> path) {
-  if (path.starts_with('\\')) path.remove_prefix(1);
-  while (path.ends_with('\\')) path.remove_suffix(1);
-  return path;
-}
-
-}  // namespace
-
-uint32_t FindItemByPath(const HiveImage& hive, const KeyTree& tree, std::u16string_view path) {
+uint32_t FindItemByPath(const HiveImage& hive, const KeyTree& tree, std::string_view text) {
   if (tree.items.empty()) return kNoItem;
-  path = Trimmed(path);
-  for (const std::string& root : {tree.root_text, hive.root.long_prefix}) {
-    std::u16string_view rest = path;
-    if (!SkipRoot(std::u16string_view(WideFromUtf8(Utf8FromNarrow(root))), rest)) continue;
-    const uint32_t item = DescendPath(hive, tree, 0, rest);
-    if (item != kNoItem) return item;
-  }
-  return DescendPath(hive, tree, 0, path);
-}
-
-uint32_t FindItemByPath(const HiveImage& hive, const KeyTree& tree, std::string_view path) {
-  if (tree.items.empty()) return kNoItem;
-  path = Trimmed(path);
-  std::string_view rest = path;
-  if (SkipRoot(std::string_view(tree.root_text), rest) ||
-      SkipRoot(std::string_view(hive.root.long_prefix), rest)) {
+  const std::u16string whole = WideOfText(text);
+  std::u16string_view path = whole;
+  if (path.starts_with(u'\\')) path.remove_prefix(1);
+  while (path.ends_with(u'\\')) path.remove_suffix(1);
+  std::u16string_view rest = path;
+  if (SkipRoot(tree.root_text, rest) || SkipRoot(hive.root.long_prefix, rest)) {
     const uint32_t item = DescendPath(hive, tree, 0, rest);
     if (item != kNoItem) return item;
     const uint32_t shortened = FindShortened(hive, tree, rest);

@@ -4,18 +4,17 @@
 
 #include "hive/keys.h"
 #include "hive/root_path.h"
-#include "host/host.h"
 #include "host/number_text.h"
+#include "host/text.h"
+#include "host/visible_text.h"
 
 namespace hivequarry {
 namespace {
 
 // The name of a key without a name length, when the user has given a length to take.
 std::string NameByMinimumLength(const HiveImage& hive, const KeyTree& tree, uint32_t position) {
-  std::string name(std::min<uint32_t>(tree.minimum_name_length, 510), '\0');
-  name.resize(ReadBytes(hive, position + kKeyName, reinterpret_cast<uint8_t*>(name.data()),
-                        static_cast<uint32_t>(name.size())));
-  return name;
+  return KeyNameText(ImageBytes(hive), position, std::min(tree.minimum_name_length, kMaxRawName),
+                     false);
 }
 
 bool HasGivenName(const HiveImage& hive, const KeyTree& tree, const KeyItem& item) {
@@ -23,12 +22,12 @@ bool HasGivenName(const HiveImage& hive, const KeyTree& tree, const KeyItem& ite
          ReadU16(hive, item.position + kKeyNameLength) == 0;
 }
 
-// A backslash in a name parts no keys: from `start` on each is shown as a mark instead.
-void MarkBackslashes(std::string& out, size_t start) {
-  for (size_t at = start; (at = out.find('\\', at)) != std::string::npos;) {
-    out.replace(at, 1, kBackslashMark);
-    at += kBackslashMark.size();
-  }
+// Nearly every name is shown as it is stored.
+void ShowKeyName(std::string& out, size_t start) {
+  const std::string_view name = std::string_view(out).substr(start);
+  if (IsShownAsIs(name)) return;
+  const std::string shown = ShownKeyName(name);
+  out.replace(start, out.npos, shown);
 }
 
 std::string NameStatus(uint16_t marks) {
@@ -70,7 +69,7 @@ std::string GeneratedName(uint32_t number) { return Concat({"Unnamed(", Decimal(
 std::string HintName(uint32_t hint) {
   std::string name;
   for (; hint != 0 && name.size() < 4; hint >>= 8) name.push_back(static_cast<char>(hint & 0xFF));
-  return name;
+  return ShownKeyName(TextOfCodePage(name));
 }
 
 void AppendItemName(const HiveImage& hive, const KeyTree& tree, uint32_t item, std::string& out) {
@@ -92,7 +91,7 @@ void AppendItemName(const HiveImage& hive, const KeyTree& tree, uint32_t item, s
     } else {
       AppendKeyName(hive, it.position, out);
     }
-    MarkBackslashes(out, start);
+    ShowKeyName(out, start);
   }
 }
 
@@ -102,17 +101,22 @@ std::string ItemName(const HiveImage& hive, const KeyTree& tree, uint32_t item) 
   return name;
 }
 
-std::string ItemNameUtf8(const HiveImage& hive, const KeyTree& tree, uint32_t item) {
+void AppendStoredItemName(const HiveImage& hive, const KeyTree& tree, uint32_t item,
+                          std::string& out) {
   const KeyItem& it = tree.items[item];
   const bool key = it.kind == ItemKind::kKey || it.kind == ItemKind::kPathCopy;
-  const bool stored = key && it.made_name == 0 && !HasGivenName(hive, tree, it);
-  if (stored) return KeyNameUtf8(hive, it.position);
-  return Utf8FromNarrow(ItemName(hive, tree, item));
+  if (!key || it.made_name != 0) {
+    AppendItemName(hive, tree, item, out);
+  } else if (HasGivenName(hive, tree, it)) {
+    out += NameByMinimumLength(hive, tree, it.position);
+  } else {
+    AppendKeyName(hive, it.position, out);
+  }
 }
 
-std::string PathNameUtf8(const HiveImage& hive, const KeyTree& tree, uint32_t item) {
-  std::string name = ItemNameUtf8(hive, tree, item);
-  if (tree.items[item].kind != ItemKind::kRoot) MarkBackslashes(name, 0);
+std::string StoredItemName(const HiveImage& hive, const KeyTree& tree, uint32_t item) {
+  std::string name;
+  AppendStoredItemName(hive, tree, item, name);
   return name;
 }
 

@@ -145,16 +145,14 @@ void UnhideAll(KeyTree& tree);
 // The item of the key at `position`, hidden or not; kNoItem when the tree has none.
 uint32_t ItemOfPosition(const KeyTree& tree, uint32_t position);
 
-// Displayed name: the root's registry path, a folder's title, the key's code-page name, or its
-// generated name. A backslash in a key's name is shown as kBackslashMark, in paths too: there a
-// plain one parts two keys.
-inline constexpr std::string_view kBackslashMark = "?{5C}";
+// Displayed name: the root's registry path, a folder's title, the key's name as ShownKeyName has
+// it, or its generated name.
 std::string ItemName(const HiveImage& hive, const KeyTree& tree, uint32_t item);
 void AppendItemName(const HiveImage& hive, const KeyTree& tree, uint32_t item, std::string& out);
-// The name, nothing lost, UTF-8.
-std::string ItemNameUtf8(const HiveImage& hive, const KeyTree& tree, uint32_t item);
-// The same as part of a path, with marks for backslashes.
-std::string PathNameUtf8(const HiveImage& hive, const KeyTree& tree, uint32_t item);
+// A key's name as stored, with whatever characters are in it; any other item's displayed name.
+std::string StoredItemName(const HiveImage& hive, const KeyTree& tree, uint32_t item);
+void AppendStoredItemName(const HiveImage& hive, const KeyTree& tree, uint32_t item,
+                          std::string& out);
 
 // Full path of an item: the root's text and every name down to it, joined by "\". Names may be
 // nested so that the paths of a small file fill any memory, so a path longer than `limit`
@@ -169,17 +167,14 @@ inline constexpr size_t kLeastPath = 256;
 size_t ListedPathLimit(const HiveImage& hive, const KeyTree& tree);
 
 std::string ItemPath(const HiveImage& hive, const KeyTree& tree, uint32_t item);
-// As above, in UTF-8; `lossy` (may be null) tells whether the code-page path lost something.
-std::string ItemPathUtf8(const HiveImage& hive, const KeyTree& tree, uint32_t item, bool* lossy);
 // The same with kLongestPath as the limit, for the path of one item.
 std::string LongItemPath(const HiveImage& hive, const KeyTree& tree, uint32_t item);
-std::string LongItemPathUtf8(const HiveImage& hive, const KeyTree& tree, uint32_t item);
 // Where paths are put together from other things than a tree, a name is appended only while the
 // path stays below this.
 inline constexpr size_t kPathLimit = 1040;
 
-// True for a code-page text that has certainly lost nothing: most names and paths.
-bool IsPlainText(std::string_view text);
+// The path with the names as they are stored, where one of them is displayed otherwise; else empty.
+std::string StoredItemPath(const HiveImage& hive, const KeyTree& tree, uint32_t item);
 
 // Path texts of a walk in item order: each item's path is made from its parent's, once.
 class PathWalker {
@@ -188,15 +183,14 @@ class PathWalker {
   // Path of `item`, as ItemPath gives it; cheap when items are asked for in ascending order. Valid
   // until another item is asked for.
   const std::string& PathOf(uint32_t item);
-  // The path in UTF-8, empty when the code-page path has lost nothing.
-  const std::string& LosslessOf(uint32_t item);
+  // As StoredItemPath has it; valid as long.
+  const std::string& StoredPathOf(uint32_t item);
 
  private:
   struct Level {
     uint32_t item;
     size_t length;  // of the path text up to this item
-    size_t utf8_length;
-    bool lossy;
+    bool escaped;   // this or one above is not displayed as it is stored
   };
   void Enter(uint32_t item);
   void Push(uint32_t item);
@@ -207,17 +201,14 @@ class PathWalker {
   const KeyTree& tree_;
   std::vector<Level> levels_;
   std::string path_;  // of the last level, whole
-  std::string utf8_;
   std::string shortened_;
-  std::string lossless_;
+  std::string stored_;
 };
 
 // The item that a path names (as ItemPath spells it, shortened or not; also without the root's own
 // text, with a leading "\", and with the root in long form). Names compare without regard to case.
 // kNoItem when there is none.
 uint32_t FindItemByPath(const HiveImage& hive, const KeyTree& tree, std::string_view path);
-// The same of a path in UTF-16, in which names that the code page lacks are told apart.
-uint32_t FindItemByPath(const HiveImage& hive, const KeyTree& tree, std::u16string_view path);
 
 // True for a key that is in the tree without a list that leads to it from the root, or without
 // a cell: it hangs by its parent field, or below such a key, or was made.

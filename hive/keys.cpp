@@ -38,8 +38,9 @@ KeyNode ReadKeyNode(const HiveImage& hive, uint32_t position, KeyRead how) {
   if (!name_fits) key.signature_and_flags &= 0xFFFF0000;
   key.flags_low = static_cast<uint8_t>(key.signature_and_flags >> 16);
   if (name_fits) {
-    key.name = KeyNameText(ImageBytes(hive), position, key.name_length, key.flags_low == 0,
-                           key.name_failed);
+    const bool wide = key.flags_low == 0;
+    key.name = KeyNameText(ImageBytes(hive), position, key.name_length, wide);
+    key.name_failed = wide && key.name.find('\0') != std::string::npos;
   }
   const bool allocated = key.size >> 16 == 0xFFFF;
   key.state = allocated ? KeyState::kAllocated : KeyState::kFree;
@@ -87,9 +88,8 @@ bool TolerantKeyTest(const HiveImage& hive, uint32_t position, uint32_t& one_bit
 uint32_t ReadKeyParentAndName(const HiveImage& hive, uint32_t position, std::string& name) {
   name.clear();
   if (!InsideHive(hive, position, kKeyName)) return kNoOffset;
-  bool failed = false;
   name = KeyNameText(ImageBytes(hive), position, ReadU16(hive, position + kKeyNameLength),
-                     ReadU16(hive, position + kKeyFlags) == 0, failed);
+                     ReadU16(hive, position + kKeyFlags) == 0);
   if (position == hive.root_position) return kNoOffset;
   return ReadOffset(hive, position + kKeyParent);
 }
@@ -124,11 +124,6 @@ std::vector<uint8_t> ReadClassName(const HiveImage& hive, const KeyNode& key) {
   if (!InCellBounds(hive, key.class_name)) return {};
   const uint32_t length = key.class_name_length >= 1041 ? 520 : key.class_name_length;
   return CopyOf(PartOf(ImageBytes(hive), key.class_name + 4, std::min(length, kMaxRawName)));
-}
-
-std::string KeyNameUtf8(const HiveImage& hive, uint32_t position) {
-  return GeneralUtf8FromWide(
-      WideKeyName(ImageBytes(hive), position, ReadU16(hive, position + kKeyNameLength)));
 }
 
 }  // namespace hivequarry

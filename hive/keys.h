@@ -54,10 +54,10 @@ int ClassifyKey(const HiveImage& hive, uint16_t signature, uint16_t flags, uint3
 // 0x00), examined in order; `one_bit_errors` grows by the bytes met that differ in a single bit.
 bool TolerantKeyTest(const HiveImage& hive, uint32_t position, uint32_t& one_bit_errors);
 
-// Parent position (kNoOffset for the root) and code-page name of the key at `position`.
+// Parent position (kNoOffset for the root) and name of the key at `position`.
 uint32_t ReadKeyParentAndName(const HiveImage& hive, uint32_t position, std::string& name);
 
-// Code-page name of the key at `position` alone.
+// Name of the key at `position` alone.
 std::string ReadKeyName(const HiveImage& hive, uint32_t position);
 void AppendKeyName(const HiveImage& hive, uint32_t position, std::string& out);
 
@@ -67,8 +67,5 @@ uint32_t ValueListOf(const HiveImage& hive, uint32_t key_position);
 // Name bytes as stored, at most 510; class name likewise (a length of 1041 or more counts as 520).
 std::vector<uint8_t> ReadRawKeyName(const HiveImage& hive, uint32_t position);
 std::vector<uint8_t> ReadClassName(const HiveImage& hive, const KeyNode& key);
-
-// The name, nothing lost: UTF-8 of the stored UTF-16 or code-page text.
-std::string KeyNameUtf8(const HiveImage& hive, uint32_t position);
 
 }  // namespace hivequarry

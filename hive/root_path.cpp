@@ -6,6 +6,7 @@
 #include "hive/hive_table.h"
 #include "hive/keys.h"
 #include "host/host.h"
+#include "host/visible_text.h"
 
 namespace hivequarry {
 namespace {
@@ -90,7 +91,7 @@ std::string LabelOfRootKey(std::string_view name) {
 
 // The end of a path that the base block holds: 32 UTF-16 units at most, the start cut off.
 std::string StoredFileName(const HiveImage& hive) {
-  return NarrowText(ReadBaseBlock(ImageBytes(hive)).file_name);
+  return ShownValueName(TextOfWide(ReadBaseBlock(ImageBytes(hive)).file_name));
 }
 
 std::string_view LastPart(std::string_view path) {

@@ -341,10 +341,6 @@ std::u16string WideValueName(const HiveImage& hive, const ValueKey& value) {
   return text;
 }
 
-std::string ValueNameUtf8(const HiveImage& hive, const ValueKey& value) {
-  return GeneralUtf8FromWide(WideValueName(hive, value));
-}
-
 ValueListPlace PlaceValueList(const HiveImage& hive, uint32_t value_count, uint32_t value_list) {
   ValueListPlace place;
   if (value_count == 0 || value_list >= kNoList || !InCellBounds(hive, value_list)) return place;

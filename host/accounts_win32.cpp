@@ -8,7 +8,7 @@ namespace {
 constexpr DWORD kTextRoom = 520;
 
 std::string NarrowOf(const wchar_t* text, DWORD length) {
-  return NarrowText({reinterpret_cast<const char16_t*>(text), length});
+  return TextOfWide({reinterpret_cast<const char16_t*>(text), length});
 }
 
 }  // namespace

@@ -77,19 +77,58 @@ char16_t CapitalOf(char16_t unit) {
   return small ? static_cast<char16_t>(unit - range.distance) : unit;
 }
 
+namespace {
+
+char PlainCapital(char c) { return c >= 'a' && c <= 'z' ? static_cast<char>(c - 32) : c; }
+
+// A character with its capital. Beyond U+FFFF the system's table knows no letters: pairs of
+// surrogates are their own capitals.
+uint32_t CapitalCode(uint32_t code) {
+  return code < 0x10000 ? CapitalOf(static_cast<char16_t>(code)) : code;
+}
+
+// The order of UTF-16 units: characters beyond U+FFFF come before U+E000, as their surrogates do.
+uint32_t UnitOrder(uint32_t code) {
+  return code < 0xE000 ? code : code < 0x10000 ? code + 0x100000 : code - 0x2000;
+}
+
+// Where two texts differ: their capital characters, or ends, there.
+struct Difference {
+  size_t at = 0;  // in the first text, in the second
+  size_t other = 0;
+  uint32_t code = 0;
+  uint32_t other_code = 0;
+};
+
+Difference FirstDifference(std::string_view a, std::string_view b) {
+  Difference here;
+  while (here.at < a.size() && here.other < b.size()) {
+    const char x = a[here.at];
+    const char y = b[here.other];
+    if (((x | y) & 0x80) == 0) {
+      here.code = static_cast<uint8_t>(PlainCapital(x));
+      here.other_code = static_cast<uint8_t>(PlainCapital(y));
+      if (here.code != here.other_code) return here;
+      ++here.at;
+      ++here.other;
+      continue;
+    }
+    const Character one = CharacterAt(a, here.at);
+    const Character two = CharacterAt(b, here.other);
+    here.code = CapitalCode(one.code);
+    here.other_code = CapitalCode(two.code);
+    if (here.code != here.other_code) return here;
+    here.at += one.length;
+    here.other += two.length;
+  }
+  return here;
+}
+
+}  // namespace
+
 bool EqualIgnoringCase(std::string_view a, std::string_view b) {
-  const CodePage* page = nullptr;
-  const auto same = [&page](char x, char y) {
-    if (x == y) return true;
-    const auto capital = [&page](char c) {
-      const auto byte = static_cast<uint8_t>(c);
-      if (byte < 0x80) return CapitalOf(byte);
-      if (page == nullptr) page = CurrentHost().code_page;
-      return CapitalOf(page->wide_of_byte[byte]);
-    };
-    return capital(x) == capital(y);
-  };
-  return std::equal(a.begin(), a.end(), b.begin(), b.end(), same);
+  const Difference end = FirstDifference(a, b);
+  return end.at == a.size() && end.other == b.size();
 }
 
 bool EqualIgnoringCase(std::u16string_view a, std::u16string_view b) {
@@ -98,19 +137,42 @@ bool EqualIgnoringCase(std::u16string_view a, std::u16string_view b) {
 }
 
 bool StartsIgnoringCase(std::string_view text, std::string_view start) {
-  return text.size() >= start.size() && EqualIgnoringCase(text.substr(0, start.size()), start);
+  return FirstDifference(text, start).other == start.size();
 }
 
 bool EndsIgnoringCase(std::string_view text, std::string_view end) {
-  return text.size() >= end.size() && EqualIgnoringCase(text.substr(text.size() - end.size()), end);
+  // Letters may be longer or shorter than their capitals are.
+  const size_t characters = CountUnits(end);
+  size_t at = text.size();
+  for (size_t units = 0; at > 0 && units < characters;) {
+    --at;
+    const auto byte = static_cast<uint8_t>(text[at]);
+    if ((byte & 0xC0) != 0x80) units += byte >= 0xF0 ? 2 : 1;
+  }
+  return EqualIgnoringCase(text.substr(at), end);
 }
 
-bool EqualUtf8IgnoringCase(std::string_view a, std::string_view b) {
-  const auto plain = [](char c) { return (c & 0x80) == 0; };
-  if (std::ranges::all_of(a, plain) && std::ranges::all_of(b, plain)) {
-    return EqualPlainLetters(a, b);
+std::string CapitalsOfText(std::string_view text) {
+  std::string capitals;
+  capitals.reserve(text.size());
+  for (size_t at = 0; at < text.size();) {
+    if ((text[at] & 0x80) == 0) {
+      capitals.push_back(PlainCapital(text[at++]));
+      continue;
+    }
+    const Character character = CharacterAt(text, at);
+    AppendCharacter(CapitalCode(character.code), capitals);
+    at += character.length;
   }
-  return EqualIgnoringCase(WideFromUtf8(a), WideFromUtf8(b));
+  return capitals;
+}
+
+int CompareIgnoringCase(std::string_view a, std::string_view b) {
+  const Difference here = FirstDifference(a, b);
+  const bool a_ended = here.at == a.size();
+  const bool b_ended = here.other == b.size();
+  if (a_ended || b_ended) return static_cast<int>(b_ended) - static_cast<int>(a_ended);
+  return UnitOrder(here.code) < UnitOrder(here.other_code) ? -1 : 1;
 }
 
 bool EqualPlainLetters(std::string_view a, std::string_view b) {
@@ -126,14 +188,6 @@ CaseTable CapitalsOf(const CodePage& page) {
     table[byte] = found == 0 ? static_cast<uint8_t>(byte) : found;
   }
   return table;
-}
-
-CaseTable CurrentCapitals() { return CapitalsOf(*CurrentHost().code_page); }
-
-std::string Capitals(const CaseTable& capitals, std::string_view text) {
-  std::string result(text);
-  for (char& c : result) c = static_cast<char>(capitals[static_cast<uint8_t>(c)]);
-  return result;
 }
 
 }  // namespace hivequarry

@@ -11,7 +11,7 @@
 #include <string>
 #include <string_view>
 
-#include "host/host.h"
+#include "host/text.h"
 
 namespace hivequarry {
 
@@ -19,21 +19,20 @@ namespace hivequarry {
 // own.
 char16_t CapitalOf(char16_t unit);
 
-// Texts of the code page in force, and UTF-16, without regard to case.
+// Texts, and UTF-16, without regard to case.
 bool EqualIgnoringCase(std::string_view a, std::string_view b);
 bool EqualIgnoringCase(std::u16string_view a, std::u16string_view b);
 bool StartsIgnoringCase(std::string_view text, std::string_view start);
 bool EndsIgnoringCase(std::string_view text, std::string_view end);
-// UTF-8, as names of files are.
-bool EqualUtf8IgnoringCase(std::string_view a, std::string_view b);
+// The text with each unit in its capital form: texts are equal ignoring case when these are equal.
+std::string CapitalsOfText(std::string_view text);
+// Below, at or above 0: the order of the capital forms' units, which is the system's order of
+// names. Texts that differ in case alone are equal.
+int CompareIgnoringCase(std::string_view a, std::string_view b);
 
-// The capital form of each byte; a byte whose capital the code page lacks is its own.
+// The capital form of each byte of a code page; a byte whose capital it lacks is its own.
 using CaseTable = std::array<uint8_t, 256>;
 CaseTable CapitalsOf(const CodePage& page);
-// Those of the code page in force.
-CaseTable CurrentCapitals();
-// The text with each byte as the table has it.
-std::string Capitals(const CaseTable& capitals, std::string_view text);
 
 // A to Z as small letters; any other byte is its own.
 constexpr char SmallLetter(char c) {

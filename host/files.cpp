@@ -9,7 +9,7 @@
 namespace hivequarry {
 std::filesystem::path FilePath(const std::string& name) {
 #ifdef _WIN32
-  const std::u16string wide = WideFromUtf8(name);
+  const std::u16string wide = WideOfText(name);
   return std::filesystem::path(std::wstring(wide.begin(), wide.end()));
 #else
   return std::filesystem::path(name);

@@ -29,7 +29,7 @@ std::string_view LogEnding(std::string_view name, std::string_view hive) {
   for (size_t at = name.find_first_of(".{"); at != std::string_view::npos;
        at = name.find_first_of(".{", at + 1)) {
     const std::string_view ending = name.substr(at);
-    if (IsLogEnding(ending) && EqualUtf8IgnoringCase(name.substr(0, at), hive)) return ending;
+    if (IsLogEnding(ending) && EqualIgnoringCase(name.substr(0, at), hive)) return ending;
   }
   return {};
 }

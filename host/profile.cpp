@@ -104,7 +104,6 @@ std::string ProfileText(std::string_view value) {
   return loses ? '"' + text + '"' : text;
 }
 
-#ifndef _WIN32
 namespace {
 
 constexpr size_t kMaxProfile = size_t{1} << 20;
@@ -147,9 +146,5 @@ bool WriteProfile(const std::string& file, const char* section, const char* key,
   WriteOutput(output, text);
   return CloseOutput(output, true);
 }
-
-// Every key is on its way to the disk once it is written.
-void FlushProfile(const std::string&) {}
-#endif
 
 }  // namespace hivequarry

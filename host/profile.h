@@ -1,7 +1,7 @@
 // Profile files: sections of "key=value" lines, the form of the settings file and of the head of a
 // Report List. Section and key names compare without regard to case; the first section of a name
 // and the first key in it count; a value loses blanks around it and one pair of quotes. Lines that
-// begin with ";" are comments. Texts are code-page text.
+// begin with ";" are comments. Texts are taken as they are, whatever their encoding.
 #pragma once
 
 #include <cstddef>

@@ -22,6 +22,7 @@ enum class Shortfall : uint8_t {
   kRows,          // rows that were not read or not made
   kScriptKeys,    // keys, with all below them, that a script cannot hold
   kScriptNames,   // keys and values of a script that become one with another
+  kScriptTexts,   // names and texts of which a script could not hold all characters
   kCount
 };
 inline constexpr size_t kShortfallKinds = static_cast<size_t>(Shortfall::kCount);

@@ -1,6 +1,7 @@
-// Text for a terminal. Names and data come from files that somebody else wrote: a control character
-// among them could move the cursor, colour, hide or turn around what is beside it, and a line
-// end could make a line that the program never wrote.
+// Text that shows all that it holds. Names and data come from files that somebody else wrote: a
+// control character among them could move a terminal's cursor, colour, hide or turn around what is
+// beside it, a line end could make a line that the program never wrote, a zero would end a name
+// early, and surrogates without their other halves all look alike.
 //
 // Such a character is shown as "\u{1B}", its number in hexadecimal. So that each "\u{" begins one,
 // the backslash of a "\u{" that was there before is shown as "\u{5C}". Nothing else is changed.
@@ -39,15 +40,34 @@ inline size_t PlainEnd(std::string_view text, size_t at, char one, char other) {
 // C0 and C1 controls, DEL, line and paragraph separators, and what turns the direction of writing.
 bool IsControl(char16_t unit);
 
-// Bytes of the control character at a place of sound UTF-8, with its unit; 0 where there is none.
-size_t ControlAt(std::string_view utf8, size_t at, char16_t& unit);
-// Appends sound UTF-8, with escapes.
-void AppendVisible(std::string_view utf8, std::string& out);
+// Bytes of the control character or lone surrogate at a place of a text, with its unit; 0 where
+// there is none.
+size_t ControlAt(std::string_view text, size_t at, char16_t& unit);
+// Appends a text, with escapes.
+void AppendVisible(std::string_view text, std::string& out);
+// The same of a text that has its escapes already: what it says stays as it is.
+void AppendVisibleOnce(std::string_view shown, std::string& out);
+// A text whose zeros and lone surrogates alone are shown so, and the backslash of each "\u{": for
+// files of text that somebody else's program reads.
+void AppendSayable(std::string_view text, std::string& out);
 
-// A message as one line of UTF-8: its line ends are blanks, and its text, which may hold code-page
-// text and UTF-8 names beside each other, has escapes.
+// The name of a key as part of a path: a backslash, which there parts two keys, is shown as
+// "\u{5C}" too, and a "u" that would make an escape of the backslash before the name as "\u{75}".
+// So keys that differ in place or name differ in their paths.
+// With escapes it has kEscapeStart in it, else nowhere.
+inline constexpr std::string_view kEscapeStart = "\\u{";
+void AppendShownKeyName(std::string_view name, std::string& out);
+// True for the name of a key that is shown as it is.
+inline bool IsShownAsIs(std::string_view name) {
+  return PlainEnd(name, 0, '\\', '\\') == name.size() && !name.starts_with("u{");
+}
+std::string ShownKeyName(std::string_view name);
+// That of a value.
+std::string ShownValueName(std::string_view name);
+
+// A message as one line: its line ends are blanks, and its text has escapes.
 std::string VisibleLine(std::string_view text);
-// Lines of UTF-8 or code-page text, each with escapes; the line ends, LF or CR LF, and tabs stay.
+// Lines, each with escapes; the line ends, LF or CR LF, and tabs stay.
 std::string VisibleLines(std::string_view text);
 
 }  // namespace hivequarry

@@ -57,13 +57,13 @@ constexpr KindColumn kOwnerAccount = Text("Owner Account", 5, 2);
 constexpr KindColumn kOwnerDomain = Text("Owner Domain", 4);
 constexpr KindColumn kOwnerSid = Held(Text("Owner Sid", 7, 1), CellHolds::kOwner);
 constexpr KindColumn kSid = Text("Sid", 7, 1);
-constexpr KindColumn kValue = Text("Value", 5, 1);
+constexpr KindColumn kValue = Held(Text("Value", 5, 1), CellHolds::kName);
 constexpr KindColumn kRot13Value = Text("Rot13-Value", 6, 2);
 constexpr KindColumn kDisplayName = Text("Display Name", 6, 2);
 constexpr KindColumn kRoot = Text("Root", 6, 1);
 constexpr KindColumn kField = Text("Field", 6);
 
-constexpr KindColumn kKey = Text("Key", 8, 4);
+constexpr KindColumn kKey = Held(Text("Key", 8, 4), CellHolds::kName);
 constexpr KindColumn kFile = Text("File", 6, 5);
 constexpr KindColumn kFileOrFolder = Text("File/Folder", 6, 3);
 constexpr KindColumn kRegistry = Text("Registry", 9, 3);

@@ -13,37 +13,39 @@ constexpr uint32_t kProgressInterval = 128;
 // A text to look for, in capitals. Texts are compared from its end; by the byte under the end,
 // `skip` says how far the text may move on.
 struct Pattern {
-  CaseTable capitals;
   std::string text;
+  bool plain = false;  // ASCII: no letter beyond it has a capital in it
   std::array<size_t, 256> skip{};
 };
 
-uint8_t Capital(const Pattern& pattern, char character) {
-  return pattern.capitals[static_cast<uint8_t>(character)];
-}
+char PlainCapital(char c) { return c >= 'a' && c <= 'z' ? static_cast<char>(c - 32) : c; }
 
 Pattern MakePattern(std::string_view text) {
-  Pattern pattern{CurrentCapitals(), std::string(text), {}};
-  for (char& character : pattern.text) character = static_cast<char>(Capital(pattern, character));
-  std::array<size_t, 256> skip_of_capital;
-  skip_of_capital.fill(text.size());
-  for (size_t i = 0; i + 1 < text.size(); ++i) {
-    skip_of_capital[static_cast<uint8_t>(pattern.text[i])] = text.size() - 1 - i;
-  }
-  for (size_t byte = 0; byte < pattern.skip.size(); ++byte) {
-    pattern.skip[byte] = skip_of_capital[pattern.capitals[byte]];
+  Pattern pattern{CapitalsOfText(text), IsAscii(text), {}};
+  const size_t length = pattern.text.size();
+  pattern.skip.fill(length);
+  for (size_t i = 0; i + 1 < length; ++i) {
+    const char capital = pattern.text[i];
+    pattern.skip[static_cast<uint8_t>(capital)] = length - 1 - i;
+    pattern.skip[static_cast<uint8_t>(SmallLetter(capital))] = length - 1 - i;
   }
   return pattern;
 }
 
 bool Matches(const Pattern& pattern, const char* at) {
   for (size_t i = pattern.text.size(); i-- > 0;) {
-    if (Capital(pattern, at[i]) != static_cast<uint8_t>(pattern.text[i])) return false;
+    if (PlainCapital(at[i]) != pattern.text[i]) return false;
   }
   return true;
 }
 
 bool Holds(const Pattern& pattern, std::string_view text) {
+  std::string capitals;
+  if (!pattern.plain) {
+    if (IsAscii(text)) return false;
+    capitals = CapitalsOfText(text);
+    text = capitals;
+  }
   const size_t length = pattern.text.size();
   for (size_t at = 0; at + length <= text.size();) {
     if (Matches(pattern, text.data() + at)) return true;

@@ -102,7 +102,7 @@ constexpr KindColumn kLocalGroups[] = {Text("Identifier", 4), kSid, Text("Name",
 constexpr KindColumn InfoText(const char* title) { return Text(title, 2, 1); }
 constexpr KindColumn InfoNumber(const char* title) { return Number(title, 2, 1); }
 constexpr KindColumn InfoFlag(const char* title) { return Held(InfoText(title), CellHolds::kFlag); }
-constexpr KindColumn kInfo[] = {Held(InfoText("file"), CellHolds::kUtf8),
+constexpr KindColumn kInfo[] = {InfoText("file"),
                                 InfoNumber("length"),
                                 InfoNumber("base_offset"),
                                 InfoFlag("header_valid"),

@@ -70,8 +70,8 @@ enum class SortMode : uint8_t {
 
 // What the cells of a column are, whatever their texts look like.
 enum class CellHolds : uint8_t {
-  kText,      // code-page text
-  kUtf8,      // UTF-8 text
+  kText,
+  kName,      // of a key or value, or a path of such, as it is displayed: escapes are in it
   kPosition,  // in the hive or in the file
   kNumber,    // decimal, a number in JSON Lines too
   kCount,     // decimal, a text in JSON Lines

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "host/long_operation.h"
+#include "host/text.h"
 
 namespace hivequarry {
 namespace {
@@ -82,13 +83,14 @@ size_t CharactersThatFit(const Job& job, std::string_view text, size_t indent) {
   const int room = job.right - job.left;
   if (WidthOf(job, text) <= room) return text.size();
   const int fitting = std::max(job.device.fitting(job.device.context, text, room), 0);
-  return std::clamp(static_cast<size_t>(fitting), indent + 1, text.size());
+  const size_t most = indent + CharacterAt(text, indent).length;
+  return std::clamp(static_cast<size_t>(fitting), most, text.size());
 }
 
 void PrintLine(Job& job, std::string_view text) {
   size_t indent = 0;
   do {
-    const std::string line = job.indent.substr(0, indent).append(text.substr(0, kMostMeasured));
+    const std::string line = job.indent.substr(0, indent).append(FirstUnits(text, kMostMeasured));
     const size_t count = CharactersThatFit(job, line, indent);
     DrawLine(job, std::string_view(line).substr(0, count));
     text.remove_prefix(count - indent);

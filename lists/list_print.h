@@ -10,7 +10,7 @@
 
 namespace hivequarry {
 
-// One printing job, its font chosen. Texts are code-page text.
+// One printing job, its font chosen.
 struct PrintDevice {
   void* context = nullptr;
   int width = 0;  // of the page
@@ -18,7 +18,7 @@ struct PrintDevice {
   // Size of a text on one line.
   int (*text_width)(void* context, std::string_view text) = nullptr;
   int (*text_height)(void* context, std::string_view text) = nullptr;
-  // How many of the first characters fit into `width`.
+  // How many bytes of whole characters at the beginning fit into `width`.
   int (*fitting)(void* context, std::string_view text, int width) = nullptr;
   bool (*start_page)(void* context) = nullptr;
   bool (*end_page)(void* context) = nullptr;

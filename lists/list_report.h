@@ -1,6 +1,7 @@
 // Report List files (".rpt"): an Output List kept on disk with its kind, title, columns, widths,
 // texts and icons. A profile-style head (section "RPLfile") is followed by rows of numbered lines.
-// Texts are "\r\n"-ended code-page text. Not kept: what the rows speak of (their datum), and on
+// Lines end in "\r\n"; the file is in the code page where all of its text fits that, else in UTF-8
+// with a mark at the beginning. Not kept: what the rows speak of (their datum), and on
 // loading the texts of columns 13 to 18.
 #pragma once
 
@@ -47,10 +48,9 @@ struct ReportHead {
 enum class ReportRead { kDone, kNoReport, kCannotOpen };
 // Messages are the caller's business ("%s %s !" with "Could Not Open or Create File").
 ReportRead ReadReportHead(const std::string& file, ReportHead& head);
-// Adds the file's rows to `list`, which has the head's kind and columns, numbered rows off; columns
-// that hold UTF-8 in lists of that kind get it. A row that was saved with an empty first column
-// comes back as one. Ends at the first damaged line and when the user stops; what was read by then
-// stays.
+// Adds the file's rows to `list`, which has the head's kind and columns, numbered rows off. A row
+// that was saved with an empty first column comes back as one. Ends at the first damaged line and
+// when the user stops; what was read by then stays.
 ReportRead ReadReportRows(const std::string& file, OutputList& list);
 
 // The same from bytes. A source puts the next bytes, at most `size`, to `room` and returns their

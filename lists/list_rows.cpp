@@ -43,11 +43,8 @@ void AddListRow(OutputList& list, std::initializer_list<Cell> cells, uint32_t da
   AddListRow(list, std::span(cells.begin(), cells.size()), datum, facts, icon);
 }
 
-std::string LosslessName(const HiveImage& hive, const ValueKey& value) {
-  const bool whole = IsNameShownWhole(value);
-  if (whole && IsPlainText(value.name)) return {};
-  std::string name = ValueNameUtf8(hive, value);
-  return whole && name == Utf8FromNarrow(value.name) ? std::string() : name;
+std::string_view StoredNameFact(const ValueKey& value) {
+  return IsNameShownWhole(value) ? std::string_view() : std::string_view(value.name);
 }
 
 uint64_t LastWriteOf(const HiveImage& hive, const KeyTree& tree, uint32_t item) {

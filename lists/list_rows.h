@@ -33,9 +33,9 @@ std::string BytesText(std::span<const uint8_t> bytes);
 inline constexpr uint32_t kKeysPerStatus = 256;
 void ShowWalk(const std::string& path, uint32_t keys, size_t rows);
 
-// The lossless name of a value, which was read with it; empty when its code-page text has lost
-// nothing.
-std::string LosslessName(const HiveImage& hive, const ValueKey& value);
+// The name of a value as a row's facts have it: as stored, empty where it is displayed so. Valid as
+// long as the value.
+std::string_view StoredNameFact(const ValueKey& value);
 
 // Time of a key's last write, FILETIME; 0 for a key without a cell of its own.
 uint64_t LastWriteOf(const HiveImage& hive, const KeyTree& tree, uint32_t item);

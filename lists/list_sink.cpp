@@ -1,27 +1,14 @@
 #include "lists/list_sink.h"
 
-#include <cstring>
-
-#include "host/host.h"
 #include "host/long_operation.h"
+#include "host/text.h"
+#include "host/visible_text.h"
 
 namespace hivequarry {
 namespace {
 
 constexpr size_t kBufferSize = 64 * 1024;
 constexpr uint32_t kStopInterval = 1024;
-
-bool IsAscii(std::string_view text) {
-  uint64_t seen = 0;
-  size_t at = 0;
-  for (; at + 8 <= text.size(); at += 8) {
-    uint64_t eight = 0;
-    std::memcpy(&eight, text.data() + at, 8);
-    seen |= eight;
-  }
-  for (; at < text.size(); ++at) seen |= static_cast<uint8_t>(text[at]);
-  return (seen & 0x8080808080808080) == 0;
-}
 
 }  // namespace
 
@@ -51,22 +38,52 @@ ListShape ShapeOf(const OutputList& list) {
   return shape;
 }
 
-std::string_view Utf8OfListText(std::string_view text, std::string& scratch) {
-  return CellUtf8(text, false, scratch);
+void AppendVisibleCell(std::string_view text, CellHolds holds, std::string& out) {
+  if (PlainEnd(text, 0, '{', '{') == text.size()) {
+    out += text;
+  } else if (holds == CellHolds::kName) {
+    AppendVisibleOnce(text, out);
+  } else {
+    AppendVisible(text, out);
+  }
 }
 
-std::string_view CellUtf8(std::string_view text, bool is_utf8, std::string& scratch) {
-  if (IsAscii(text)) return text;
-  // The way through UTF-16 replaces what is no UTF-8.
-  scratch = is_utf8 ? Utf8FromWide(WideFromUtf8(text)) : Utf8FromNarrow(text);
-  return scratch;
+void AppendSayableCell(std::string_view text, CellHolds holds, std::string& out) {
+  if (holds == CellHolds::kName || PlainEnd(text, 0, '{', '{') == text.size()) {
+    out += text;
+  } else {
+    AppendSayable(text, out);
+  }
 }
 
-std::string_view CellNarrow(const ListShape& shape, int column, std::string_view text,
-                            std::string& scratch) {
-  if (!IsUtf8(shape, column) || IsAscii(text)) return text;
-  scratch = NarrowText(WideFromUtf8(text));
-  return scratch;
+FileEncoding EncodingOf(const OutputList& list, const WrittenRows& which) {
+  const ListShape shape = ShapeOf(list);
+  bool fits = FitsCodePage(ListSubtitle(list));
+  for (int column = 0; column < shape.columns; ++column) {
+    fits = fits && FitsCodePage(ColumnTitle(list, column));
+  }
+  RowTexts texts;
+  for (uint32_t place = 0; fits && place < WrittenCount(list, which); ++place) {
+    if (place % kStopInterval == 0 && StopRequested()) break;
+    ReadRow(shape, WrittenRow(which, place), texts);
+    for (int column = 0; column < shape.columns; ++column) {
+      fits = fits && FitsCodePage(texts[static_cast<size_t>(column)]);
+    }
+  }
+  return fits ? FileEncoding::kCodePage : FileEncoding::kUtf8;
+}
+
+TextSink EncodedSink(FileEncoding encoding, const TextSink& sink) {
+  if (encoding == FileEncoding::kCodePage) {
+    return [&sink](std::string_view text) {
+      return IsAscii(text) ? sink(text) : sink(CodePageOfText(text));
+    };
+  }
+  return [&sink, begun = encoding == FileEncoding::kMarkedUtf8](std::string_view text) mutable {
+    if (!begun && !sink(kUtf8Mark)) return false;
+    begun = true;
+    return sink(text);
+  };
 }
 
 }  // namespace hivequarry

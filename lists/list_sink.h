@@ -44,13 +44,10 @@ inline void ReadRow(const ListShape& shape, uint32_t row, RowTexts& texts) {
 inline CellHolds HoldsOf(const ListShape& shape, int column) {
   return shape.holds[static_cast<size_t>(column)];
 }
-inline bool IsUtf8(const ListShape& shape, int column) {
-  return HoldsOf(shape, column) == CellHolds::kUtf8;
-}
-
-// A text as sound UTF-8, or a cell as code-page text; `scratch` holds what had to be converted.
-std::string_view CellUtf8(std::string_view text, bool is_utf8, std::string& scratch);
-std::string_view CellNarrow(const ListShape& shape, int column, std::string_view text,
-                            std::string& scratch);
+// Appends the text of a cell with escapes for whatever it could do to a terminal or to lines; names
+// have theirs already.
+void AppendVisibleCell(std::string_view text, CellHolds holds, std::string& out);
+// The same for zeros and lone surrogates alone.
+void AppendSayableCell(std::string_view text, CellHolds holds, std::string& out);
 
 }  // namespace hivequarry

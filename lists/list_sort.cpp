@@ -137,8 +137,7 @@ std::string_view TextOf(const TextSort& sort, const SortRow& row) {
 }
 
 std::string FullKey(const TextSort& sort, const SortRow& row) {
-  const Host& host = CurrentHost();
-  return host.sort_key(host.context, TextOf(sort, row));
+  return CapitalsOfText(TextOf(sort, row));
 }
 
 // How much of `first`, at most `most`, `other` begins with.

@@ -1,8 +1,7 @@
 // The text form of a list, the same in files, on the clipboard and on paper.
 #include <algorithm>
 
-#include "host/host.h"
-#include "host/visible_text.h"
+#include "host/text.h"
 #include "lists/list_sink.h"
 #include "lists/list_writers.h"
 
@@ -15,14 +14,12 @@ constexpr size_t kMaxFirstColumn = 520;  // of a result's first column
 // The program's own lists have no limits.
 bool IsResultList(const OutputList& list) { return !IsOwnKind(ListKindOf(list)); }
 
-// Code-page text as it is, or visible UTF-8.
-void AppendText(std::string_view text, bool visible, std::string& out) {
-  if (!visible || PlainEnd(text, 0, '{', '{') == text.size()) {
+void AppendText(std::string_view text, CellHolds holds, bool visible, std::string& out) {
+  if (visible) {
+    AppendVisibleCell(text, holds, out);
+  } else {
     out += text;
-    return;
   }
-  std::string scratch;
-  AppendVisible(Utf8OfListText(text, scratch), out);
 }
 
 std::vector<std::string> TextLabels(const OutputList& list, bool visible) {
@@ -31,35 +28,32 @@ std::vector<std::string> TextLabels(const OutputList& list, bool visible) {
   std::vector<std::string> labels;
   size_t longest = 0;
   for (int column = 0; column < shown; ++column) {
-    labels.push_back(ColumnTitle(list, column).substr(0, kMaxLabel));
-    longest = std::max(longest, labels.back().size());
+    labels.push_back(std::string(FirstUnits(ColumnTitle(list, column), kMaxLabel)));
+    longest = std::max(longest, CountUnits(labels.back()));
   }
   for (std::string& label : labels) {
-    label.resize(longest, ' ');
+    label.append(longest - CountUnits(label), ' ');
     const std::string text = label + ": ";
     label.clear();
-    AppendText(text, visible, label);
+    AppendText(text, CellHolds::kText, visible, label);
   }
   return labels;
 }
 
-std::string_view ShownText(const ListShape& shape, int column, std::string_view cell,
-                           std::string& scratch) {
-  const std::string_view text = CellNarrow(shape, column, cell, scratch);
-  return column == 0 && IsResultList(shape.list) ? text.substr(0, kMaxFirstColumn) : text;
+std::string_view ShownText(const ListShape& shape, int column, std::string_view cell) {
+  return column == 0 && IsResultList(shape.list) ? FirstUnits(cell, kMaxFirstColumn) : cell;
 }
 
 void WriteTextRow(const ListShape& shape, const std::vector<std::string>& labels, uint32_t row,
                   bool visible, std::string& out) {
-  std::string scratch;
   RowTexts cells;
   ReadRow(shape, row, cells);
   for (size_t column = 0; column < labels.size(); ++column) {
-    const std::string_view text =
-        ShownText(shape, static_cast<int>(column), cells[column], scratch);
+    const int number = static_cast<int>(column);
+    const std::string_view text = ShownText(shape, number, cells[column]);
     if (text.empty()) continue;
     out += labels[column];
-    AppendText(text, visible, out);
+    AppendText(text, HoldsOf(shape, number), visible, out);
     out += "\r\n";
   }
   out += "\r\n";
@@ -67,7 +61,7 @@ void WriteTextRow(const ListShape& shape, const std::vector<std::string>& labels
 
 void WriteAboutList(const OutputList& list, uint32_t rows, bool visible, std::string& out) {
   if (!ListSubtitle(list).empty()) {
-    AppendText(ListSubtitle(list), visible, out);
+    AppendText(ListSubtitle(list), CellHolds::kText, visible, out);
     out += "\r\n";
   }
   out += "Number of Items : " + std::to_string(rows) + "\r\n\r\n";
@@ -110,10 +104,8 @@ bool WriteFirstColumn(const OutputList& list, const WrittenRows& which, const Te
   const ListShape shape = ShapeOf(list);
   if (shape.columns == 0) return true;
   ListOutput out{sink, {}};
-  std::string scratch;
   return WriteInPieces(out, WrittenCount(list, which), [&](uint32_t place) {
-    const std::string_view cell = CellText(list, WrittenRow(which, place), 0);
-    out.buffer += ShownText(shape, 0, cell, scratch);
+    out.buffer += ShownText(shape, 0, CellText(list, WrittenRow(which, place), 0));
   });
 }
 

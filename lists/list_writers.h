@@ -1,5 +1,5 @@
-// An Output List as text, CSV and JSON Lines. Text is "\r\n"-ended code-page text; CSV (RFC 4180
-// with a header line) and JSON Lines are UTF-8.
+// An Output List as text, CSV and JSON Lines. Text has "\r\n" line ends; CSV is that of RFC 4180,
+// with a header line. All are handed to a sink as UTF-8.
 #pragma once
 
 #include <cstdint>
@@ -36,13 +36,22 @@ bool WriteListText(const OutputList& list, const WrittenRows& which, const TextS
 inline bool WriteListText(const OutputList& list, const TextSink& sink) {
   return WriteListText(list, WrittenRows(), sink);
 }
+// Files of text and Report Lists are in the code page where all of their text fits it, as they ever
+// were, and else in UTF-8 with a mark at the beginning.
+enum class FileEncoding : uint8_t {
+  kCodePage,
+  kUtf8,        // with the mark
+  kMarkedUtf8,  // added to a file that begins with one
+};
+inline constexpr std::string_view kUtf8Mark = "\xEF\xBB\xBF";
+FileEncoding EncodingOf(const OutputList& list, const WrittenRows& which);
+// Hands on what is written to it in that encoding; `sink` must live as long.
+TextSink EncodedSink(FileEncoding encoding, const TextSink& sink);
 // The compact form: the texts of the first column alone, without labels and line ends.
 bool WriteFirstColumn(const OutputList& list, const WrittenRows& which, const TextSink& sink);
 // The whole list for people to read: UTF-8 in which whatever a name or data could do to a terminal,
 // and to lines, has escapes (host/visible_text.h).
 bool WriteListVisible(const OutputList& list, const TextSink& sink);
-// What the text form hands to its sink as UTF-8; `scratch` holds what had to be converted.
-std::string_view Utf8OfListText(std::string_view text, std::string& scratch);
 // The whole list; its titles also when it is empty.
 bool WriteListCsv(const OutputList& list, const TextSink& sink);
 struct CsvForm {
@@ -56,7 +65,7 @@ bool WriteListJsonLines(const OutputList& list, const TextSink& sink);
 // The same of a list whose rows speak of a hive's records: their positions are those in its file.
 bool WriteHiveJsonLines(const OutputList& list, const HiveImage& hive, const TextSink& sink);
 
-// A UTF-8 text as a JSON string, with its quotes. Bytes that are no UTF-8 become U+FFFD.
-std::string JsonString(std::string_view utf8);
+// A text as a JSON string, with its quotes. Bytes that are no text become U+FFFD.
+std::string JsonString(std::string_view text);
 
 }  // namespace hivequarry

@@ -9,6 +9,7 @@
 #include "host/host.h"
 #include "host/long_operation.h"
 #include "host/number_text.h"
+#include "host/text.h"
 #include "lists/row_blob.h"
 
 namespace hivequarry {
@@ -122,7 +123,7 @@ bool TryAddNumberedRow(OutputList& list, const NewRow& row) {
   std::copy_n(row.cells.begin(), count, cells.begin());
   const bool five = list.numbers == RowNumbers::kFive;
   const std::string first = Concat({Decimal(RowCount(list) + 1, five ? 5 : 6), five ? ", " : " ",
-                                    cells[0].text.substr(0, kMaxNumberedText)});
+                                    FirstUnits(cells[0].text, kMaxNumberedText)});
   cells[0] = first;  // without the value, which is not what the numbered text says
   NewRow numbered = row;
   numbered.cells = std::span(cells).first(std::max<size_t>(count, 1));

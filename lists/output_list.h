@@ -22,7 +22,7 @@ namespace hivequarry {
 struct RowFacts {
   bool about_key = false;   // the row speaks of a key (last_write is then written)
   uint64_t last_write = 0;  // FILETIME, UTC
-  std::string_view path;    // lossless UTF-8, given when the path column lost something
+  std::string_view path;    // as stored, given when the path column has it otherwise
   std::string_view name;    // likewise, of a value's name
   std::string_view bytes;   // a value's data, hexadecimal
 };

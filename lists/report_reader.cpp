@@ -8,10 +8,10 @@
 
 #include "host/file_reading.h"
 #include "host/files.h"
-#include "host/host.h"
 #include "host/long_operation.h"
 #include "host/profile.h"
 #include "host/shortfalls.h"
+#include "host/text.h"
 #include "lists/list_report.h"
 #include "lists/list_sink.h"
 #include "lists/report_keys.h"
@@ -38,6 +38,7 @@ struct KeptOfRow {
 constexpr KeptOfRow kKeptOfResults = {519, 12};
 constexpr KeptOfRow kKeptOfOwn = {0x10000, kMaxOwnColumns};
 constexpr std::string_view kCut = "...";
+constexpr size_t kMostBytes = 3;  // of UTF-8 for a character of UTF-16
 
 KeptOfRow KeptOf(const OutputList& list) {
   return IsOwnKind(ListKindOf(list)) ? kKeptOfOwn : kKeptOfResults;
@@ -80,6 +81,7 @@ struct Lines {
   uint64_t taken = 0;           // bytes taken from the source
   uint64_t limit = UINT64_MAX;  // no more are taken than that
   bool at_end = false;
+  bool utf8 = false;  // told by the mark at the beginning
 };
 
 void ReadPiece(Lines& lines) {
@@ -119,7 +121,8 @@ bool NextLine(Lines& lines, std::string_view& line) {
 bool FindMarker(Lines& lines) {
   std::string_view line;
   lines.limit = kMarkerWithin + 2;  // with the line's end
-  while (NextLine(lines, line)) {
+  for (bool first = true; NextLine(lines, line); first = false) {
+    if (first) lines.utf8 = line.starts_with(kUtf8Mark);
     if (line != kReportRows) continue;
     lines.limit = UINT64_MAX;
     lines.at_end = false;
@@ -146,15 +149,16 @@ struct PendingRow {
   bool begun = false;
   bool ended = false;   // its last line was read
   bool failed = false;  // there was no memory for a row
+  bool utf8 = false;    // the file's text
 };
 
-// Texts are read as code-page text; some columns hold UTF-8.
-void ConvertTexts(PendingRow& pending, int kind) {
-  const std::span<const KindColumn> columns = FindListKind(kind).columns;
-  for (size_t column = 0; column < columns.size(); ++column) {
-    std::string& text = pending.texts[column];
-    if (columns[column].holds == CellHolds::kUtf8) text = Utf8FromNarrow(text);
+// The longest beginning of a line that is text: a line that was cut may end within a character.
+std::string StrictText(std::string_view line) {
+  for (size_t cut = 0; cut < 4 && cut <= line.size(); ++cut) {
+    const std::string_view text = line.substr(0, line.size() - cut);
+    if (IsText(text)) return std::string(text);
   }
+  return StrictUtf8(line);
 }
 
 void AddTexts(const PendingRow& pending, OutputList& list) {
@@ -172,7 +176,6 @@ void AddTexts(const PendingRow& pending, OutputList& list) {
 void AddPending(PendingRow& pending, OutputList& list) {
   if (pending.begun && (pending.ended || !pending.texts[0].empty())) {
     const uint32_t before = RowCount(list);
-    ConvertTexts(pending, ListKindOf(list));
     AddTexts(pending, list);
     pending.failed = RowCount(list) == before;
   } else if (pending.begun) {
@@ -190,9 +193,14 @@ void ParseRowLine(int number, std::string_view rest, PendingRow& pending, Output
     pending.icon = std::clamp<int>(NumberAt(rest), INT16_MIN, INT16_MAX);
     pending.ended = true;
   } else if (number <= pending.kept.columns) {
+    const std::string whole = pending.utf8 ? StrictText(rest) : TextOfCodePage(rest);
+    const std::string_view kept = FirstUnits(whole, pending.kept.text);
     std::string& text = pending.texts[static_cast<size_t>(number - 1)];
-    text = rest.substr(0, pending.kept.text);
-    if (rest.size() > text.size()) text.replace(text.size() - kCut.size(), kCut.size(), kCut);
+    text = kept;
+    if (kept.size() < whole.size()) {
+      text = FirstUnits(kept, pending.kept.text - kCut.size());
+      text += kCut;
+    }
   }
 }
 
@@ -224,8 +232,11 @@ Stream OpenReport(const std::string& file) {
 
 }  // namespace
 
-ReportRead ParseReportHead(std::string_view text, ReportHead& head) {
+ReportRead ParseReportHead(std::string_view bytes, ReportHead& head) {
   head = {};
+  const bool utf8 = bytes.starts_with(kUtf8Mark);
+  const std::string text =
+      utf8 ? StrictUtf8(bytes.substr(kUtf8Mark.size())) : TextOfCodePage(bytes);
   const int count = NumberAt(HeadValue(text, "U2", "0", kMostWidths));
   if (count <= 0) return ReportRead::kNoReport;
   head.kind = NumberAt(HeadValue(text, "U4", "0", kMostWidths));
@@ -250,9 +261,10 @@ ReportRead ReadReportHead(const std::string& file, ReportHead& head) {
 ReportRead ReadReportRows(const ByteSource& source, OutputList& list) {
   const KeptOfRow kept = KeptOf(list);
   // The line's number, and a character more, to tell that the text goes on.
-  Lines lines{source, 2 + kept.text + 1};
+  Lines lines{source, 2 + kMostBytes * (kept.text + 1)};
   if (!FindMarker(lines)) return ReportRead::kNoReport;
   PendingRow pending{kept, {}};
+  pending.utf8 = lines.utf8;
   const int columns = MostColumns(ListKindOf(list));
   std::string_view line;
   while (!pending.failed && NextLine(lines, line)) {

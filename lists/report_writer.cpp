@@ -65,10 +65,8 @@ void WriteHead(const ListShape& shape, int columns, const ReportLook& look, std:
 void AppendNumber(int number, std::string& out) { out += Decimal(number, 2); }
 
 void WriteRow(const ListShape& shape, int columns, uint32_t row, std::string& out) {
-  std::string scratch;
   for (int column = 0; column < columns; ++column) {
-    const std::string_view text =
-        CellNarrow(shape, column, CellText(shape.list, row, column), scratch);
+    const std::string_view text = CellText(shape.list, row, column);
     if (text.empty()) continue;
     AppendNumber(column + 1, out);
     AppendLine(text, out);
@@ -110,7 +108,10 @@ bool WriteReport(const OutputList& list, const WrittenRows& which, const ReportL
   const ListShape shape = ShapeOf(list);
   const int columns = std::min(shape.columns, MostColumns(ListKindOf(list)));
   if (columns == 0) return false;
-  ListOutput out{sink, {}};
+  const bool plain_title = FitsCodePage(look.title);
+  const FileEncoding encoding = plain_title ? EncodingOf(list, which) : FileEncoding::kUtf8;
+  const TextSink encoded = EncodedSink(encoding, sink);
+  ListOutput out{encoded, {}};
   WriteHead(shape, columns, look, out.buffer);
   return WriteInPieces(out, WrittenCount(list, which), [&](uint32_t place) {
     WriteRow(shape, columns, WrittenRow(which, place), out.buffer);

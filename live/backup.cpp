@@ -85,7 +85,7 @@ bool IsFinal(int32_t error) {
 
 // Saves into a new file; empty when that is done, else what is said of it.
 std::string SaveInto(RegistryKey key, const std::string& file) {
-  const std::u16string name = WideFromUtf8(file);
+  const std::u16string name = WideOfText(file);
   const uint8_t* const descriptor = AdministratorsAlone().data();
   const int32_t error = CurrentRegistry().save(key, name.c_str(), descriptor);
   if (error == kRegistryDone) return {};
@@ -248,7 +248,7 @@ HiveRunResult RunBackup(const Backup& backup) {
 std::string SaveErrorText(int32_t error) {
   if (error == kRegistryDenied) return "(Access denied)";
   if (error == kPrivilegeNotHeld) return "(Privilege not held)";
-  const std::string text = Utf8FromNarrow(CurrentRegistry().error_text(error));
+  const std::string text = CurrentRegistry().error_text(error);
   return '(' + (text.empty() ? "Error " + std::to_string(error) : text) + ')';
 }
 
@@ -288,7 +288,6 @@ void RecordBackup(const std::string& settings_file, const CalendarTime& now) {
       Concat({Decimal(now.year, 4), "-", Decimal(now.month, 2), "-", Decimal(now.day, 2), ", ",
               Decimal(now.hour, 2), ":", Decimal(now.minute, 2)});
   WriteProfile(settings_file, kRecordSection, kRecordKey, text);
-  FlushProfile(settings_file);
 }
 
 }  // namespace hivequarry

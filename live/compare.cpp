@@ -9,6 +9,7 @@
 #include "hive/values.h"
 #include "host/host.h"
 #include "host/long_operation.h"
+#include "host/visible_text.h"
 #include "lists/list_rows.h"
 #include "live/live_data.h"
 #include "live/live_keys.h"
@@ -61,7 +62,7 @@ OpenedKey OpenLive(const HiveImage& hive, const KeyTree& tree, uint32_t item,
 // What a row says of a value.
 struct ValueTexts {
   std::string name;
-  std::string utf8_name;  // when `name` has lost something
+  std::string stored_name;  // when `name` has lost something
   std::string file;
   std::string live;
   uint32_t position = kNoOffset;  // in the hive
@@ -77,10 +78,6 @@ ValueKey ShownValue(uint32_t type, const std::string& name, size_t length) {
   value.name_length = name.empty() ? 0 : 1;
   value.data_length = static_cast<uint32_t>(length);
   return value;
-}
-
-std::string LosslessName(std::u16string_view wide, std::string_view narrow) {
-  return WidenText(narrow) == wide ? std::string() : Utf8FromWide(wide);
 }
 
 class Comparison {
@@ -196,7 +193,7 @@ class Comparison {
     if (!IsWanted(error)) return;
     ValueTexts texts;
     texts.name = ValueDisplayName(value);
-    texts.utf8_name = LosslessName(name, value.name);
+    texts.stored_name = StoredNameFact(value);
     texts.file = ValueDataText(value, data_);
     texts.live = error == kRegistryDone ? ValueDataText(ShownValue(type, value.name, size), live)
                  : error == kRegistryNotFound ? kNotFound
@@ -265,11 +262,10 @@ class Comparison {
       return CurrentRegistry().enum_value(LiveKey(), index, value_name_.data(), &length, &type,
                                           bytes, room);
     });
-    const std::string narrow = NarrowText(name);
-    const ValueKey value = ShownValue(type, narrow, size);
+    const ValueKey value = ShownValue(type, TextOfWide(name), size);
     ValueTexts texts;
     texts.name = ValueDisplayName(value);
-    texts.utf8_name = LosslessName(name, narrow);
+    texts.stored_name = StoredNameFact(value);
     texts.file = kNotFound;
     texts.live = error == kRegistryDone ? ValueDataText(value, std::span(live_data_.data(), size))
                                         : kUnknownError;
@@ -300,18 +296,19 @@ class Comparison {
   }
 
   void AddLiveKey(uint32_t item, std::u16string_view name, uint64_t last_write) {
-    const std::string narrow = NarrowText(name);
-    bool lossy = false;
-    const std::string utf8_parent = ItemPathUtf8(hive_, tree_, item, &lossy);
-    const std::string utf8_path = utf8_parent + '\\' + Utf8FromWide(name);
-    const std::string path = PathOf(item) + '\\' + narrow;
+    const std::string text = TextOfWide(name);
+    const std::string shown = ShownKeyName(text);
+    const std::string path = PathOf(item) + '\\' + shown;
+    std::string stored = StoredItemPath(hive_, tree_, item);
+    if (stored.empty() && shown != text) stored = ItemPath(hive_, tree_, item);
+    if (!stored.empty()) stored.append("\\").append(text);
     const Cell cells[] = {path, "", kNotFound};
     NewRow row;
     row.cells = cells;
     row.has_datum = false;
     row.facts.about_key = true;
     row.facts.last_write = last_write;
-    if (lossy || WidenText(narrow) != name) row.facts.path = utf8_path;
+    row.facts.path = stored;
     Add(item, row);
   }
 
@@ -334,15 +331,14 @@ class Comparison {
     const std::string key_offset = PlaceText(hive_, key);
     const std::string value_offset = in_hive ? PlaceText(hive_, value.position) : std::string();
     const Cell cells[] = {path, value.name, value.file, value.live, key_offset, value_offset};
-    bool lossy = false;
-    const std::string utf8_path = ItemPathUtf8(hive_, tree_, item, &lossy);
+    const std::string stored = StoredItemPath(hive_, tree_, item);
     NewRow row;
     row.cells = cells;
     row.icon = value.icon;
     row.datum = in_hive ? value.position : key;
     row.facts.about_key = value.name.empty();
-    if (lossy) row.facts.path = utf8_path;
-    row.facts.name = value.utf8_name;
+    row.facts.path = stored;
+    row.facts.name = value.stored_name;
     Add(item, row);
   }
 

@@ -26,7 +26,7 @@ static_assert(sizeof kDescriptor == 20 + 52);
 std::span<const uint8_t> AdministratorsAlone() { return kDescriptor; }
 
 bool ProtectFile(const std::string& file) {
-  const std::u16string name = WideFromUtf8(FullName(file));
+  const std::u16string name = WideOfText(FullName(file));
   return CurrentRegistry().protect_file(name.c_str(), kDescriptor) == kRegistryDone;
 }
 

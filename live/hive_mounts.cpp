@@ -17,7 +17,7 @@ int32_t LoadHiveIntoRegistry(const std::u16string& name, const std::string& file
   const EnabledPrivilege restore(Privilege::kRestore);
   // Some systems ask for this one as well; whether it is held shows in the answer.
   const EnabledPrivilege backup(Privilege::kBackup);
-  const std::u16string full = WideFromUtf8(FullName(file));
+  const std::u16string full = WideOfText(FullName(file));
   return CurrentRegistry().load(kUsers, name.c_str(), full.c_str());
 }
 
@@ -40,7 +40,7 @@ void ListKeyAndSubkeys(const std::string& path, OutputList& list) {
 std::u16string FindFreeTempKey(RegistryKey root) {
   constexpr int kLast = 9999;
   for (int number = 1; number <= kLast; ++number) {
-    std::u16string wide = WideFromUtf8(Concat({"Temp", Decimal(number, 2)}));
+    std::u16string wide = WideOfText(Concat({"Temp", Decimal(number, 2)}));
     if (OpenedKey(root, wide.c_str(), kRegistryRead).error() != kRegistryDone) return wide;
   }
   return {};

@@ -96,7 +96,7 @@ std::vector<UserHive> UserHivesIn(const std::string& folder) {
       break;
     }
     name.resize(size);
-    const std::string text = Utf8FromWide(name);
+    const std::string text = TextOfWide(name);
     hives.push_back({name, "HKEY_USERS\\" + text, NameInFolder(folder, FileNameOf(text))});
   }
   return hives;

@@ -7,6 +7,7 @@
 #include "hive/root_path.h"
 #include "host/host.h"
 #include "host/long_operation.h"
+#include "host/visible_text.h"
 #include "lists/list_rows.h"
 #include "live/live_data.h"
 #include "words/value_text.h"
@@ -17,11 +18,6 @@ namespace {
 constexpr uint32_t kLongestDescriptor = 0x10000;
 
 bool IsGone(int32_t error) { return error == kRegistryNotFound || error == kRegistryKeyDeleted; }
-
-// The text as UTF-8 when the code page lacks something of it; else empty.
-std::string LosslessText(std::u16string_view wide, std::string_view narrow) {
-  return WidenText(narrow) == wide ? std::string() : Utf8FromWide(wide);
-}
 
 std::string_view LastName(std::string_view path) { return path.substr(path.rfind('\\') + 1); }
 
@@ -87,11 +83,11 @@ bool RegistryWalk::Start(SourceKey& key) {
   RootSplit split;
   OpenedKey opened;
   if (SplitRootPath(start_, split)) {
-    opened = OpenForReading(split.handle, WidenText(split.rest).c_str(), access_, options_);
+    opened = OpenForReading(split.handle, WideOfText(split.rest).c_str(), access_, options_);
   }
   const int32_t error = opened.error();
   path_ = start_;
-  utf8_path_ = Utf8FromNarrow(start_);
+  stored_path_ = start_;
   Push(std::move(opened), error, Child(), key);
   key.name = LastName(start_);
   return true;
@@ -108,12 +104,13 @@ bool RegistryWalk::Enter(const Child& child, SourceKey& key) {
         OpenForReading(parent.key.key(), child.name.c_str(), access_, options_ | kRegistryOpenLink);
     if (IsGone(opened.error())) return false;
   }
-  key.name = NarrowText(child.name);
+  const std::string name = TextOfWide(child.name);
+  key.name = ShownKeyName(name);
   path_.resize(parent.path_length);
-  utf8_path_.resize(parent.utf8_length);
+  stored_path_.resize(parent.stored_length);
   if (path_.size() < kLongestPath) {
     path_ += '\\' + key.name;
-    utf8_path_ += '\\' + Utf8FromWide(child.name);
+    stored_path_ += '\\' + name;
   }
   const int32_t error = opened.error();
   Push(std::move(opened), error, child, key);
@@ -129,14 +126,13 @@ void RegistryWalk::Push(OpenedKey opened, int32_t error, const Child& child, Sou
   }
   const bool read = error == kRegistryDone;
   level.path_length = path_.size();
-  level.utf8_length = utf8_path_.size();
-  level.lossy = !levels_.empty() && (levels_.back().lossy || WidenText(key.name) != child.name);
+  level.stored_length = stored_path_.size();
   level.listed = !read || levels_.size() + 1 >= kMaxLiveDepth;
   levels_.push_back(std::move(level));
   next_value_ = 0;
   key_name_ = child.name;
   key.path = path_;
-  key.utf8_path = levels_.back().lossy ? utf8_path_ : std::string();
+  key.stored_path = stored_path_ == path_ ? std::string() : stored_path_;
   key.level = static_cast<uint32_t>(levels_.size());
   key.last_write = read ? levels_.back().counts.last_write : child.last_write;
   key.position = kNoOffset;
@@ -184,8 +180,9 @@ bool RegistryWalk::NextValue(SourceValue& value) {
   ++next_value_;
   value_name_size_ = name_size;
   const std::u16string_view name(name_.data(), name_size);
-  value.name = NarrowText(name);
-  value.utf8_name = LosslessText(name, value.name);
+  value.name = TextOfWide(name);
+  value.shown_name = ShownValueName(value.name);
+  value.stored_name = value.shown_name == value.name ? std::string() : value.name;
   value.position = kNoOffset;
   value.read = error == kRegistryDone;
   value.data = std::span(data_.data(), value.read ? data_size : 0);
@@ -242,8 +239,8 @@ void AddLiveRow(OutputList& list, std::initializer_list<Cell> cells, const Sourc
   RowFacts facts;
   facts.about_key = value == nullptr;
   facts.last_write = key.last_write;
-  facts.path = key.utf8_path;
-  if (value != nullptr) facts.name = value->utf8_name;
+  facts.path = key.stored_path;
+  if (value != nullptr) facts.name = value->stored_name;
   AddListRow(list, cells, kNoOffset, facts, icon);
 }
 

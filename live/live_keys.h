@@ -62,9 +62,8 @@ class RegistryWalk : public KeySource {
     OpenedKey key;
     KeyCounts counts;
     size_t path_length = 0;
-    size_t utf8_length = 0;  // of the lossless path
-    bool lossy = false;      // the code page lacks something of the path
-    bool listed = false;     // its children are known
+    size_t stored_length = 0;  // of the path with the names as they are stored
+    bool listed = false;       // its children are known
     std::vector<Child> children;
     size_t next_child = 0;
   };
@@ -82,7 +81,7 @@ class RegistryWalk : public KeySource {
   bool started_ = false;
   std::vector<Level> levels_;
   std::string path_;
-  std::string utf8_path_;
+  std::string stored_path_;
   uint32_t next_value_ = 0;
   std::u16string key_name_;
   std::u16string name_;

@@ -22,7 +22,7 @@ bool FindLivePlace(const HiveImage& hive, LivePlace& place) {
   RootSplit split;
   if (!SplitRootPath(place.prefix, split)) return false;
   place.root = split.handle;
-  place.sub_path = WidenText(split.rest);
+  place.sub_path = WideOfText(split.rest);
   return true;
 }
 
@@ -45,11 +45,11 @@ std::string PathInPlace(const LivePlace& place, std::string_view path) {
 
 std::u16string WideItemName(const HiveImage& hive, const KeyTree& tree, uint32_t item) {
   const KeyItem& it = tree.items[item];
-  // UTF-8 has no form for half a surrogate pair; only what was made up has to go that way.
+  // As the registry has it, whatever the reading that was chosen for what is shown.
   const bool stored = HasKeyCell(tree, item) && it.kind == ItemKind::kKey && it.made_name == 0;
   const uint32_t length = stored ? ReadU16(hive, it.position + kKeyNameLength) : 0;
   if (length != 0) return WideKeyName(ImageBytes(hive), it.position, length);
-  return WideFromUtf8(ItemNameUtf8(hive, tree, item));
+  return WideOfText(StoredItemName(hive, tree, item));
 }
 
 bool IsUsableKeyName(std::u16string_view name) {

@@ -71,7 +71,8 @@ bool IsLinkKey(const HiveImage& hive, std::span<const uint32_t> values) {
 std::string ErrorText(int32_t error) {
   if (error == kLinkThere) return "The registry has a symbolic link of this name";
   if (error == kNoLinkThere) return "The registry has a key of this name that is no symbolic link";
-  const std::string text = CurrentRegistry().error_text(error).substr(0, kMaxErrorText);
+  const std::string whole = CurrentRegistry().error_text(error);
+  const std::string text(FirstUnits(whole, kMaxErrorText));
   return text.empty() ? "Error " + std::to_string(error) : text;
 }
 

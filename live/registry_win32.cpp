@@ -225,7 +225,7 @@ std::string ErrorText(int32_t error) {
       nullptr, static_cast<DWORD>(error), 0, text, static_cast<DWORD>(std::size(text)), nullptr);
   std::u16string wide(text, text + length);
   while (!wide.empty() && wide.back() == u' ') wide.pop_back();
-  return NarrowText(wide);
+  return TextOfWide(wide);
 }
 
 // By the rules of file systems, which the registry shares; no language's own.

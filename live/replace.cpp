@@ -107,7 +107,7 @@ bool ReplaceKey(Replacing& state, const Place& place, const std::string& file) {
   const std::string old = file + ".bak";
   if (!MakeRoomForOld(old)) return false;
   const int32_t error = CurrentRegistry().replace(
-      place.root, place.sub_key, WideFromUtf8(file).c_str(), WideFromUtf8(old).c_str());
+      place.root, place.sub_key, WideOfText(file).c_str(), WideOfText(old).c_str());
   if (error != kRegistryDone) {
     Warn("Can not replace " + place.path + " !" + TroubleOf(error, file));
     return false;

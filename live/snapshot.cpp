@@ -170,8 +170,8 @@ class HiveInTheMaking {
 OpenedKey OpenPath(const std::string& path) {
   RootSplit split;
   if (!SplitRootPath(path, split)) return OpenedKey();
-  return OpenForReading(split.handle, WidenText(split.rest).c_str(), kRegistryRead | kRegistry64Bit,
-                        kRegistryForBackup);
+  return OpenForReading(split.handle, WideOfText(split.rest).c_str(),
+                        kRegistryRead | kRegistry64Bit, kRegistryForBackup);
 }
 
 // Sets the step that failed. The copy is unmounted also after a failure or a stop; one that stays
@@ -189,7 +189,7 @@ bool FillByCopying(HiveInTheMaking& hive, SnapshotResult& result, OutputList& er
   error = CopyBranch(result.path, hive.mount(), errors);
   const int32_t unloading = hive.Unmount();
   if (unloading != kRegistryDone) {
-    result.left_key = "HKEY_USERS\\" + Utf8FromWide(hive.mount());
+    result.left_key = "HKEY_USERS\\" + TextOfWide(hive.mount());
     result.left_file = hive.file();
     return fail(SnapshotStep::kUnload, unloading);
   }
@@ -199,7 +199,7 @@ bool FillByCopying(HiveInTheMaking& hive, SnapshotResult& result, OutputList& er
 bool FillBySaving(HiveInTheMaking& hive, SnapshotResult& result) {
   const EnabledPrivilege backup(Privilege::kBackup);
   const OpenedKey key = OpenPath(result.path);
-  const std::u16string file = WideFromUtf8(hive.file());
+  const std::u16string file = WideOfText(hive.file());
   result.error = CurrentRegistry().save(key.key(), file.c_str(), AdministratorsAlone().data());
   if (result.error != kRegistryDone) result.step = SnapshotStep::kSave;
   result.unprotected = !ProtectFile(hive.file());

@@ -1,47 +1,11 @@
 #include "records/key_node.h"
 
 #include <algorithm>
-#include <string_view>
 
-#include "host/host.h"
 #include "records/cell.h"
+#include "records/stored_text.h"
 
 namespace hivequarry {
-namespace {
-
-constexpr uint32_t kMaxNarrowName = 256;  // characters of a name kept
-constexpr std::string_view kCutMark = "...";
-
-// A key name keeps the low byte of each UTF-16 unit that has no high byte. A surrogate without its
-// other half is shown as what it is: names that differ in those alone must not look alike.
-std::string NarrowKeyName(ByteView bytes, bool& has_zero) {
-  const auto size = static_cast<uint32_t>(bytes.size());
-  std::string name(size / 2, '?');
-  bool surrogates = false;
-  for (uint32_t i = 0; i < name.size(); ++i) {
-    const uint32_t unit = LoadU16(bytes.data() + 2 * i);
-    has_zero = has_zero || unit == 0;
-    surrogates = surrogates || (unit & 0xF800) == 0xD800;
-    if (unit != 0 && unit < 0x100) name[i] = static_cast<char>(unit);
-  }
-  // From the last on, so that those before keep their places.
-  for (uint32_t i = surrogates ? size / 2 : 0; i-- > 0;) {
-    if (!IsLoneSurrogate(bytes.data(), size, 2 * i)) continue;
-    name.replace(i, 1, LoneSurrogateText(LoadU16(bytes.data() + 2 * i)));
-  }
-  return name;
-}
-
-// The registry takes names of up to 255 characters. Of longer ones the beginning is shown, and that
-// there is more.
-std::string CutName(std::string name) {
-  if (name.size() <= kMaxNarrowName) return name;
-  name.resize(kMaxNarrowName - kCutMark.size());
-  return name.append(kCutMark);
-}
-
-}  // namespace
-
 bool ReadKeyFields(ByteView image, uint32_t cell, KeyFields& fields) {
   fields = KeyFields();
   if (!IsInside(image, cell, kKeyName)) return false;
@@ -76,21 +40,19 @@ bool IsKeyFlagsByte(uint8_t flags) {
   }
 }
 
-std::string KeyNameText(ByteView image, uint32_t cell, uint32_t length, bool wide, bool& has_zero) {
-  const uint32_t most = wide ? 2 * (kMaxNarrowName + 1) : kMaxNarrowName + 1;
-  const ByteView bytes = PartOf(image, cell + kKeyName, std::min(length, most));
-  if (wide) return CutName(NarrowKeyName(bytes, has_zero));
-  std::string name;
-  AppendText(bytes, name);
-  return CutName(std::move(name));
-}
-
 void AppendKeyNameText(ByteView image, uint32_t cell, uint32_t length, bool wide,
                        std::string& out) {
+  // Longer ones have no room in most cells: only of these are the cell's bounds worth a look.
+  if (length > kMaxRawName) length = std::min(length, LongestKeyName(image, cell));
   const ByteView bytes = PartOf(image, cell + kKeyName, length);
-  if (!wide && length <= kMaxNarrowName) return AppendText(bytes, out);
-  bool has_zero = false;
-  out += KeyNameText(image, cell, length, wide, has_zero);
+  if (!wide) return AppendSingleByteName(bytes, out);
+  AppendUnits(bytes, StoredUnits::kOfKeyName, bytes.size(), out);
+}
+
+std::string KeyNameText(ByteView image, uint32_t cell, uint32_t length, bool wide) {
+  std::string name;
+  AppendKeyNameText(image, cell, length, wide, name);
+  return name;
 }
 
 uint32_t LongestKeyName(ByteView image, uint32_t cell) {

@@ -62,20 +62,16 @@ bool ReadKeyFields(ByteView image, uint32_t cell, KeyFields& fields);
 // True for the low byte of the flags that keys of the kinds known to be written have.
 bool IsKeyFlagsByte(uint8_t flags);
 
-// A name of `length` bytes at the end of the key's fixed part, as code-page text: a UTF-16 unit
-// with a high byte is '?', one without its other half is shown as what it is ("?{D83D}"); one of
-// more than 256 characters ends in "...". `has_zero` is set when a UTF-16 name has a zero
-// character.
-std::string KeyNameText(ByteView image, uint32_t cell, uint32_t length, bool wide, bool& has_zero);
-// As above, at the end of `out`; fast for a name of bytes.
-void AppendKeyNameText(ByteView image, uint32_t cell, uint32_t length, bool wide, std::string& out);
-
 // The bytes of a name that are read at most: as many as a registry's name takes (510), or as the
 // cell has.
 inline constexpr uint32_t kMaxRawName = 510;
 uint32_t LongestKeyName(ByteView image, uint32_t cell);
-// The name, nothing lost, of `length` bytes as stored, at most LongestKeyName. Whether the bytes
-// are UTF-16 is read from the cell's flags.
+// The name of `length` bytes as stored, at most LongestKeyName, as text, and at the end of `out`;
+// fast for a name of bytes.
+std::string KeyNameText(ByteView image, uint32_t cell, uint32_t length, bool wide);
+void AppendKeyNameText(ByteView image, uint32_t cell, uint32_t length, bool wide, std::string& out);
+// The same in UTF-16, whatever the user's choice of reading: what hashes are made of, and what the
+// registry is asked for.
 std::u16string WideKeyName(ByteView image, uint32_t cell, uint32_t length);
 
 }  // namespace hivequarry

@@ -2,7 +2,7 @@
 
 #include <array>
 
-#include "host/host.h"
+#include "records/stored_text.h"
 
 namespace hivequarry {
 
@@ -26,17 +26,10 @@ ValueFields ReadValueFields(ByteView image, uint32_t cell) {
 std::string ValueNameText(ByteView image, uint32_t cell, uint32_t length, bool wide) {
   const ByteView bytes = PartOf(image, cell + kValueName, length);
   std::string name;
-  if (!wide) {
-    AppendText(bytes, name);
-    return name;
-  }
-  for (size_t at = 0; at + 1 < bytes.size(); at += 2) {
-    const char16_t unit = LoadU16(bytes.data() + at);
-    if ((unit & 0xF800) == 0xD800 && IsLoneSurrogate(bytes.data(), bytes.size(), at)) {
-      name += LoneSurrogateText(unit);
-    } else {
-      name += NarrowUnit(unit);
-    }
+  if (wide) {
+    AppendUnits(bytes, StoredUnits::kOfValueName, bytes.size(), name);
+  } else {
+    AppendSingleByteName(bytes, name);
   }
   return name;
 }

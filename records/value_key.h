@@ -52,7 +52,7 @@ struct ValueFields {
 // Of the cell at `cell`, whatever its signature is. Fields that lie beyond the view's end are 0.
 ValueFields ReadValueFields(ByteView image, uint32_t cell);
 
-// A name of `length` bytes as code-page text. A surrogate without its half is "?{D83D}".
+// A name of `length` bytes as text.
 std::string ValueNameText(ByteView image, uint32_t cell, uint32_t length, bool wide);
 
 }  // namespace hivequarry

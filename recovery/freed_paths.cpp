@@ -6,8 +6,8 @@
 
 #include "hive/file_place.h"
 #include "hive/keys.h"
-#include "host/host.h"
 #include "host/number_text.h"
+#include "host/visible_text.h"
 #include "recovery/freed_records.h"
 
 namespace hivequarry {
@@ -21,25 +21,18 @@ struct PathText {
   void (*add_name)(const HiveImage& hive, const FreedKey& key, std::string& path);
 };
 
-void AddNarrowName(const HiveImage& hive, const FreedKey& key, std::string& path) {
-  constexpr uint32_t kLongestNarrow = 256;
-  const bool wide = (ReadU16(hive, key.position + kKeyFlags) & 0xFF) == 0;
-  if (!wide && key.name_length <= kLongestNarrow) {
-    AppendKeyNameText(ImageBytes(hive), key.position, key.name_length, wide, path);
-    return;
-  }
-  const size_t start = path.size();
-  AppendKeyName(hive, key.position, path);
-  const size_t kept = wide ? key.name_length / 2 : key.name_length;
-  path.resize(std::min(path.size(), start + kept));
+void AddShownName(const HiveImage& hive, const FreedKey& key, std::string& path) {
+  AppendShownKeyName(StoredFreedKeyName(hive, key), path);
 }
 
-void AddUtf8Name(const HiveImage& hive, const FreedKey& key, std::string& path) {
-  path += Utf8FromWide(WideKeyName(ImageBytes(hive), key.position, key.name_length));
+void AddStoredName(const HiveImage& hive, const FreedKey& key, std::string& path) {
+  path += StoredFreedKeyName(hive, key);
 }
 
-std::string Utf8PathOfItem(const HiveImage& hive, const KeyTree& tree, uint32_t item) {
-  return ItemPathUtf8(hive, tree, item, nullptr);
+// StoredItemPath is empty where the names are shown as they are.
+std::string StoredPathOfItem(const HiveImage& hive, const KeyTree& tree, uint32_t item) {
+  std::string stored = StoredItemPath(hive, tree, item);
+  return stored.empty() ? ItemPath(hive, tree, item) : stored;
 }
 
 // Bytes of a name and the backslash before it.
@@ -139,9 +132,14 @@ std::string FreedPlaceWords(const HiveImage& hive, const FreedRecords& records,
   return words;
 }
 
+std::string StoredFreedKeyName(const HiveImage& hive, const FreedKey& key) {
+  const bool wide = (ReadU16(hive, key.position + kKeyFlags) & 0xFF) == 0;
+  return KeyNameText(ImageBytes(hive), key.position, key.name_length, wide);
+}
+
 std::string FreedKeyName(const HiveImage& hive, const FreedKey& key) {
   std::string name;
-  AddNarrowName(hive, key, name);
+  AddShownName(hive, key, name);
   return name;
 }
 
@@ -172,11 +170,11 @@ const std::string& FreedPathWalker::PathOf(uint32_t key_position) {
     last_.row = row;
     last_.room = parent_.room + room;
     last_.path.assign(parent_.path).append("\\");
-    AddNarrowName(hive_, key, last_.path);
+    AddShownName(hive_, key, last_.path);
     return last_.path;
   }
   const Chain chain = ChainOf(records_, row);
-  const PathText text = {ItemPath, AddNarrowName};
+  const PathText text = {ItemPath, AddShownName};
   last_ = {chain.whole ? row : kNoItem, chain.room,
            PathOfChain(hive_, tree_, records_, chain, text)};
   parent_ = Known();
@@ -189,12 +187,12 @@ const std::string& FreedPathWalker::PathOf(uint32_t key_position) {
 
 std::string FreedPath(const HiveImage& hive, const KeyTree& tree, const FreedRecords& records,
                       uint32_t key_position) {
-  return PathOf(hive, tree, records, key_position, {ItemPath, AddNarrowName});
+  return PathOf(hive, tree, records, key_position, {ItemPath, AddShownName});
 }
 
-std::string FreedPathUtf8(const HiveImage& hive, const KeyTree& tree, const FreedRecords& records,
-                          uint32_t key_position) {
-  return PathOf(hive, tree, records, key_position, {Utf8PathOfItem, AddUtf8Name});
+std::string StoredFreedPath(const HiveImage& hive, const KeyTree& tree, const FreedRecords& records,
+                            uint32_t key_position) {
+  return PathOf(hive, tree, records, key_position, {StoredPathOfItem, AddStoredName});
 }
 
 }  // namespace hivequarry

@@ -89,12 +89,12 @@ inline uint32_t PlainType(uint32_t type) {
   return upper >= 1 && upper <= 0xFF && (type & 0xFFFF) <= kLastPlain ? type & 0xFFFF : type;
 }
 
-// The path of a freed key or a key of the tree, code-page text and in UTF-8. A path beyond the
-// limit is shown shortened, from the key at a position on: "...@0x00012340\name\name". Empty for
-// kNoOffset.
+// The path of a freed key or a key of the tree, with names as they are displayed and as they are
+// stored. A path beyond the limit is shown shortened, from the key at a position on:
+// "...@0x00012340\name\name". Empty for kNoOffset.
 std::string FreedPath(const HiveImage& hive, const KeyTree& tree, const FreedRecords& records,
                       uint32_t key_position);
-std::string FreedPathUtf8(const HiveImage& hive, const KeyTree& tree, const FreedRecords& records,
+std::string StoredFreedPath(const HiveImage& hive, const KeyTree& tree, const FreedRecords& records,
                           uint32_t key_position);
 // Path texts of a walk over records: those of one parent are made from its path.
 class FreedPathWalker {
@@ -119,6 +119,8 @@ class FreedPathWalker {
 
 // The characters of its name that are its own.
 std::string FreedKeyName(const HiveImage& hive, const FreedKey& key);
+// The same as it is stored.
+std::string StoredFreedKeyName(const HiveImage& hive, const FreedKey& key);
 // True for a freed key, or a key of the tree, that hangs below an item of the tree or is its key;
 // with the root for every record.
 bool IsFreedBelow(const KeyTree& tree, const FreedRecords& records, uint32_t key_position,

@@ -121,7 +121,7 @@ PieceResult WritePiece(Split& split, uint32_t row, const Range& range) {
   UnreadBytes unread;
   const bool copied = CopyRange(split.source, range, split.size, piece, unread);
   if (!CloseOutput(piece, copied)) return PieceResult::kNotKept;
-  ReplaceCell(split.list, row, kFileColumn, NarrowText(WideFromUtf8(name)));
+  ReplaceCell(split.list, row, kFileColumn, name);
   return unread.count == 0 ? PieceResult::kWhole : PieceResult::kHoles;
 }
 

@@ -65,19 +65,11 @@ OutputListPtr MakeWaitingList(const OutputList& list) {
 
 // The rows of a waiting list by their files, capital and small letters alike.
 std::vector<uint32_t> SortedRows(const OutputList& waiting, uint32_t count, bool stopped) {
-  const CaseTable capitals = CurrentCapitals();
-  const auto capital = [&](char c) {
-    return static_cast<uint8_t>(capitals[static_cast<uint8_t>(c)]);
-  };
-  const auto before = [&](std::string_view a, std::string_view b) {
-    return std::lexicographical_compare(a.begin(), a.end(), b.begin(), b.end(),
-                                        [&](char c, char d) { return capital(c) < capital(d); });
-  };
   std::vector<uint32_t> order(count);
   std::iota(order.begin(), order.end(), 0U);
   std::stable_sort(order.begin(), order.end(), [&](uint32_t a, uint32_t b) {
     return (stopped || !StopRequested()) &&
-           before(CellText(waiting, a, 0), CellText(waiting, b, 0));
+           CompareIgnoringCase(CellText(waiting, a, 0), CellText(waiting, b, 0)) < 0;
   });
   return order;
 }

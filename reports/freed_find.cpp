@@ -31,7 +31,7 @@ class FreedSearch {
     facts.about_key = true;
     facts.last_write = ReadU64(from_.hive, key.position + kKeyLastWrite);
     const FreedPathTexts texts = FreedPathTextsOf(from_, key.position);
-    facts.path = texts.lossless;
+    facts.path = texts.stored;
     AddHit({texts.path, "", "", "", PlaceText(from_.hive, key.position)}, key.position, facts, 0,
            "", FreedPlaceWords(key));
   }
@@ -44,12 +44,12 @@ class FreedSearch {
     if (!ValueMatches(content)) return;
     const ValueRow row = MakeFreedRow(from_, content);
     const FreedPathTexts texts = FreedPathTextsOf(from_, freed.key);
-    const std::string name = LosslessName(from_.hive, value);
+    const std::string_view name = StoredNameFact(value);
     const std::string details = Concat(
         {Hex(freed.key == kNoOffset ? 0 : PlaceOf(from_.hive, freed.key)), "rk, ",
          Decimal(value.name_length), "ln, ", Decimal(static_cast<int>(value.data_length)), "ld"});
     RowFacts facts;
-    facts.path = texts.lossless;
+    facts.path = texts.stored;
     facts.name = name;
     const std::string key =
         freed.key == kNoOffset ? std::string() : PlaceText(from_.hive, freed.key);
@@ -59,7 +59,7 @@ class FreedSearch {
 
  private:
   bool KeyMatches(const FreedKey& key) const {
-    if (MatchName(pattern_, FreedKeyName(from_.hive, key))) return true;
+    if (MatchName(pattern_, StoredFreedKeyName(from_.hive, key))) return true;
     return pattern_.settings.hex_mode &&
            FindExactly(pattern_, ReadRawKeyName(from_.hive, key.position));
   }
@@ -129,7 +129,7 @@ void ListFreedDates(FreedSource& from, uint32_t item, const KeyDateRange& range,
     const KeyDateTime time = KeyDateTimeOf(facts.last_write);
     if (range.limited && !KeyDateInRange(time, range)) continue;
     const FreedPathTexts texts = FreedPathTextsOf(from, key.position);
-    facts.path = texts.lossless;
+    facts.path = texts.stored;
     AddListRow(list,
                {{KeyDateText(time), DateValue(facts.last_write)},
                 texts.path,

@@ -25,7 +25,7 @@ void AddKey(FreedSource& from, const FreedKey& key, OutputList& list) {
   RowFacts facts;
   facts.about_key = true;
   facts.last_write = ReadU64(from.hive, key.position + kKeyLastWrite);
-  facts.path = texts.lossless;
+  facts.path = texts.stored;
   AddListRow(list,
              {texts.path,
               PlaceText(from.hive, key.position),
@@ -43,11 +43,11 @@ void AddValue(FreedSource& from, const FreedValue& freed, const ValueListOptions
   const FreedContent content = ReadFreedContent(from, freed, which);
   const ValueRow row = MakeFreedRow(from, content);
   const FreedPathTexts texts = FreedPathTextsOf(from, freed.key);
-  const std::string name = LosslessName(from.hive, content.value);
+  const std::string_view name = StoredNameFact(content.value);
   const bool bytes_known = options.raw && content.value.status != ValueStatus::kReadBefore;
   const std::string bytes = bytes_known ? BytesText(content.data) : std::string();
   RowFacts facts;
-  facts.path = texts.lossless;
+  facts.path = texts.stored;
   facts.name = name;
   facts.bytes = bytes;
   AddListRow(list,

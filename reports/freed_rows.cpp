@@ -2,7 +2,8 @@
 
 #include <algorithm>
 
-#include "host/host.h"
+#include "host/text.h"
+#include "host/visible_text.h"
 #include "lists/list_rows.h"
 #include "words/value_text.h"
 
@@ -46,14 +47,10 @@ FreedSource::FreedSource(const HiveImage& of, const KeyTree& with)
 FreedPathTexts FreedPathTextsOf(FreedSource& from, uint32_t key_position) {
   FreedPathTexts texts;
   texts.path = from.paths.PathOf(key_position);
-  // The mark of an unknown parent, or of a shortened path, is no character that was lost.
-  std::string_view names = texts.path;
-  if (names.starts_with('?') || names.starts_with("...")) {
-    names.remove_prefix(std::min(names.find('\\'), names.size()));
-  }
-  if (IsPlainText(names)) return texts;
-  texts.lossless = FreedPathUtf8(from.hive, from.tree, from.records, key_position);
-  if (texts.lossless == Utf8FromNarrow(texts.path)) texts.lossless.clear();
+  if (texts.path.find(kEscapeStart) == std::string::npos)
+    return texts;  // no name is displayed otherwise
+  texts.stored = StoredFreedPath(from.hive, from.tree, from.records, key_position);
+  if (texts.stored == texts.path) texts.stored.clear();
   return texts;
 }
 
@@ -65,7 +62,7 @@ FreedContent ReadFreedContent(FreedSource& from, const FreedValue& freed, FreedD
   content.type = value.type;
   value.type = PlainType(value.type);
   const size_t characters = value.flags == 0 ? freed.name_length / 2 : freed.name_length;
-  value.name.resize(std::min(value.name.size(), characters));
+  value.name.resize(FirstUnits(value.name, characters).size());
   const bool read = value.status == ValueStatus::kRead || value.status == ValueStatus::kReadBefore;
   if (!read || value.inline_data) return content;
   content.in_use = !IsDataFree(from, value, freed.shift);

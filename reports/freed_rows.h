@@ -25,10 +25,10 @@ struct FreedSource {
   FreedPathWalker paths;
 };
 
-// A path, and its lossless UTF-8 form where that says more.
+// A path as it is displayed, and with the names as they are stored where these differ.
 struct FreedPathTexts {
   std::string path;
-  std::string lossless;
+  std::string stored;
 };
 // Of a freed key or a key of the tree; empty for kNoOffset.
 FreedPathTexts FreedPathTextsOf(FreedSource& from, uint32_t key_position);

@@ -7,8 +7,9 @@
 #include "hive/timestamp.h"
 #include "host/host.h"
 #include "host/long_operation.h"
+#include "host/shortfalls.h"
+#include "host/text.h"
 #include "lists/list_rows.h"
-#include "reports/registry_script.h"
 #include "words/value_text.h"
 
 namespace hivequarry {
@@ -52,9 +53,10 @@ std::vector<bool> FindParted(const HiveImage& hive, const FreedRecords& records)
 
 class FreedWriter {
  public:
-  FreedWriter(FreedSource& from, const FreedChoice& choice, const TextSink& sink)
+  FreedWriter(FreedSource& from, const FreedChoice& choice, const TextSink& sink, ScriptForm form)
       : from_(from),
         sink_(sink),
+        form_(form),
         values_(choice.values),
         parted_(FindParted(from.hive, from.records)) {
     const std::vector<FreedValue>& all = from.records.values;
@@ -62,8 +64,9 @@ class FreedWriter {
   }
 
   FreedExport Write(const FreedChoice& choice) {
-    out_ +=
-        "REGEDIT4\r\n\r\n; Keys and values that were deleted, from the free space of a hive.\r\n";
+    bytes_ = ScriptMark(form_);
+    out_ += ScriptHead(form_);
+    out_ += "; Keys and values that were deleted, from the free space of a hive.\r\n";
     std::vector<uint32_t> written;  // positions of keys
     for (const uint32_t row : choice.keys) {
       if (Ended()) break;
@@ -103,9 +106,10 @@ class FreedWriter {
   // What a key line cannot hold is a comment, and so are its values.
   bool WriteKeyLine(uint32_t key) {
     const std::string line = "[" + ScriptPath(key) + "]";
-    fits_ = line.size() <= kMaxScriptPath && HoldsNames(key);
+    const std::string_view shown = FirstUnits(line, kMaxScriptPath);
+    fits_ = shown.size() == line.size() && HoldsNames(key, line);
     const size_t start = out_.size();
-    out_.append(line, 0, kMaxScriptPath).append(kLineEnd);
+    out_.append(shown).append(kLineEnd);
     if (fits_) return true;
     ++result_.skipped;
     CommentOut(out_, start);
@@ -114,8 +118,8 @@ class FreedWriter {
   }
 
   // Names keep all their characters, and have no backslash that would part them.
-  bool HoldsNames(uint32_t key) {
-    if (!FreedPathTextsOf(from_, key).lossless.empty()) return false;
+  bool HoldsNames(uint32_t key, std::string_view line) {
+    if (!FreedPathTextsOf(from_, key).stored.empty() || !HoldsScriptName(form_, line)) return false;
     const uint32_t row = FreedKeyRow(from_.records, key);
     return row == kNoItem || !parted_[row];
   }
@@ -158,11 +162,13 @@ class FreedWriter {
     if (value.status != ValueStatus::kRead) return Skip(where, "its data are not there");
     Comment(where + (content.in_use ? ": what follows may be another record's" : ""));
     const size_t start = out_.size();
-    if (!FormatScriptValue(value.name, content.type, content.data, out_)) {
+    bool lost = false;
+    if (!FormatScriptValue(value.name, content.type, content.data, form_, out_, lost)) {
       return Skip(where, "its name is too long");
     }
-    const bool lost = !LosslessName(from_.hive, value).empty();
-    if (content.in_use || lost || !fits_) CommentOut(out_, start);
+    const bool named = HoldsScriptName(form_, value.name);
+    if (lost || LosesValueName(form_, value.name)) NoteShortfall(Shortfall::kScriptTexts);
+    if (content.in_use || !named || !fits_) CommentOut(out_, start);
     ++result_.values;
     result_.doubted += content.in_use;
     if (out_.size() >= kBufferSize) Flush();
@@ -176,17 +182,21 @@ class FreedWriter {
   void Comment(const std::string& text) { out_.append("; ").append(text).append(kLineEnd); }
 
   void Flush() {
-    if (!result_.refused && !out_.empty()) result_.refused = !sink_(out_);
+    EncodeScript(form_, out_, bytes_);
+    if (!result_.refused && !bytes_.empty()) result_.refused = !sink_(bytes_);
     out_.clear();
+    bytes_.clear();
   }
 
   FreedSource& from_;
   const TextSink& sink_;
+  const ScriptForm form_;
   std::vector<uint32_t> values_;  // rows, by key
   std::vector<bool> parted_;      // by key
   FreedExport result_;
-  std::string out_;
-  bool fits_ = true;  // the key line could be written
+  std::string out_;    // text that is not yet written
+  std::string bytes_;  // of it
+  bool fits_ = true;   // the key line could be written
 };
 
 // A chosen freed key, or one below it.
@@ -239,9 +249,10 @@ FreedChoice ChooseFreedBelow(const KeyTree& tree, const FreedRecords& records, u
   return choice;
 }
 
-FreedExport ExportFreed(FreedSource& from, const FreedChoice& choice, const TextSink& sink) {
+FreedExport ExportFreed(FreedSource& from, const FreedChoice& choice, const TextSink& sink,
+                        ScriptForm form) {
   ShowStatus("Exporting ...");
-  FreedWriter writer(from, choice, sink);
+  FreedWriter writer(from, choice, sink, form);
   const FreedExport written = writer.Write(choice);
   ShowStatus("Done.");
   return written;

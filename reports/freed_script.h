@@ -10,6 +10,7 @@
 
 #include "lists/list_writers.h"
 #include "reports/freed_rows.h"
+#include "reports/registry_script.h"
 
 namespace hivequarry {
 
@@ -39,6 +40,7 @@ struct FreedExport {
 // The hive must have a root for key lines (HasScriptRoot). Ends early when the user stops. What
 // data that many values share may make it write is bounded by the hive's length; values beyond that
 // are noted as a shortfall.
-FreedExport ExportFreed(FreedSource& from, const FreedChoice& choice, const TextSink& sink);
+FreedExport ExportFreed(FreedSource& from, const FreedChoice& choice, const TextSink& sink,
+                        ScriptForm form = ScriptForm::kFour);
 
 }  // namespace hivequarry

@@ -31,9 +31,9 @@ bool IsValue(const ValueKey& value) {
 // What the rows of one key's values have in common; empty for values that no key names.
 struct RowOfKey {
   std::string_view path;
-  std::string_view place;     // of the key
-  std::string_view lossless;  // path
-  std::string_view status;    // of the value list
+  std::string_view place;   // of the key
+  std::string_view stored;  // path
+  std::string_view status;  // of the value list
 };
 
 // Adds value rows of one key after another.
@@ -50,10 +50,10 @@ class ValueRows {
     if (!IsValue(value)) return false;
     const ValueRow row = MakeValueRow(hive_, value, data_, ValueViewOptions());
     RowFacts facts;
-    const std::string name = LosslessName(hive_, value);
+    const std::string_view name = StoredNameFact(value);
     const bool bytes_known = options_.raw && value.status != ValueStatus::kReadBefore;
     const std::string bytes = bytes_known ? BytesText(data_) : std::string();
-    facts.path = key.lossless;
+    facts.path = key.stored;
     facts.name = name;
     facts.bytes = bytes;
     AddListRow(
@@ -83,7 +83,7 @@ class ValueRows {
                const RowOfKey& key) {
     if (!MayShowLoss(budget_)) return;
     RowFacts facts;
-    facts.path = key.lossless;
+    facts.path = key.stored;
     const int icon = static_cast<int>(ValueIcon::kBinary) + kErrorIconStep;
     AddListRow(list_, {key.path, "", "", data, PlaceText(hive_, place), key.place, status}, place,
                facts, icon);
@@ -194,7 +194,7 @@ OutputListPtr ListKeyTree(const HiveImage& hive, const KeyTree& tree, uint32_t i
     RowFacts facts;
     facts.about_key = has_cell;
     facts.last_write = last_write;
-    facts.path = paths.LosslessOf(at);
+    facts.path = paths.StoredPathOf(at);
     AddListRow(*list,
                {path,
                 PlaceText(hive, it.position),
@@ -231,10 +231,10 @@ OutputListPtr ListKeyValues(const HiveImage& hive, const KeyTree& tree, uint32_t
     } else {
       ReadWholeValueList(hive, key, values);
     }
-    const std::string& lossless = paths.LosslessOf(at);
+    const std::string& stored = paths.StoredPathOf(at);
     const std::string place = PlaceText(hive, key);
     const std::string status = ValueListStatus(hive, key);
-    rows.AddKey(key, values, {paths.PathOf(at), place, lossless, status});
+    rows.AddKey(key, values, {paths.PathOf(at), place, stored, status});
   }
   return list;
 }

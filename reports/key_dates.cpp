@@ -73,7 +73,7 @@ void AddDateRow(const HiveImage& hive, const KeyTree& tree, uint32_t item, PathW
   facts.about_key = has_cell;
   facts.last_write = LastWriteOf(hive, tree, item);
   const std::string& path = paths.PathOf(item);
-  facts.path = paths.LosslessOf(item);
+  facts.path = paths.StoredPathOf(item);
   const uint32_t position = tree.items[item].position;
   const std::string date = has_cell ? KeyDateText(KeyDateTimeOf(facts.last_write)) : "";
   const std::string offset = PlaceText(hive, position);

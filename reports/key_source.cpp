@@ -12,6 +12,7 @@
 #include "host/case.h"
 #include "host/host.h"
 #include "host/long_operation.h"
+#include "host/visible_text.h"
 #include "lists/list_rows.h"
 #include "words/item_values.h"
 
@@ -28,7 +29,7 @@ class KeyFinder {
   // The first child of that name, kNoItem for none.
   uint32_t Child(uint32_t parent, std::string_view name) {
     if (!known_.contains(parent)) LookThrough(parent);
-    return ChildAt(parent, Capitals(capitals_, name), kNoItem);
+    return ChildAt(parent, CapitalsOfText(name), kNoItem);
   }
 
   // The item of a whole path, kNoItem for none.
@@ -64,7 +65,7 @@ class KeyFinder {
     known_.insert(parent);
     for (uint32_t child = FirstChild(tree_, parent); child != kNoItem && !StopRequested();
          child = NextSibling(tree_, child)) {
-      ChildAt(parent, Capitals(capitals_, ItemName(hive_, tree_, child)), child);
+      ChildAt(parent, CapitalsOfText(ItemName(hive_, tree_, child)), child);
     }
   }
 
@@ -79,7 +80,7 @@ class KeyFinder {
       }
       const uint32_t there = found->second;
       const bool same = tree_.items[there].parent == parent &&
-                        Capitals(capitals_, ItemName(hive_, tree_, there)) == capitals;
+                        CapitalsOfText(ItemName(hive_, tree_, there)) == capitals;
       if (same) return there;
     }
   }
@@ -87,7 +88,6 @@ class KeyFinder {
   const HiveImage& hive_;
   const KeyTree& tree_;
   std::string root_;
-  CaseTable capitals_ = CurrentCapitals();
   std::unordered_set<uint32_t> known_;               // keys whose subkeys are in the table
   std::unordered_map<uint64_t, uint32_t> children_;  // by parent and name
 };
@@ -185,7 +185,8 @@ class HiveKeys : public HiveKeySource {
     value.read = read.status == ValueStatus::kRead;
     value.text = MakeValueRow(hive_, read, data_, ValueViewOptions()).data;
     value.position = position;
-    value.utf8_name = LosslessName(hive_, read);
+    value.shown_name = ShownValueName(read.name);
+    value.stored_name = StoredNameFact(read);
   }
 
   uint32_t ShownPosition(uint32_t position) const override { return PlaceOf(hive_, position); }
@@ -203,7 +204,7 @@ class HiveKeys : public HiveKeySource {
     key.position = tree_.items[at_].position;
     key.last_write = LastWriteOfItem(at_);
     key.error.clear();
-    key.utf8_path = paths_.LosslessOf(at_);
+    key.stored_path = paths_.StoredPathOf(at_);
   }
 
   uint64_t LastWriteOfItem(uint32_t item) const {

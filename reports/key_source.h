@@ -20,17 +20,18 @@ struct SourceKey {
   uint32_t level = 1;             // the starting key's is 1, for those that ask for no other
   uint64_t last_write = 0;        // FILETIME, UTC; 0 when unknown
   uint32_t position = kNoOffset;  // image position; none in the live registry
-  std::string error;      // why the key can't be read ("Access denied"); it has no values then
-  std::string utf8_path;  // lossless, given when `path` lost something
+  std::string error;        // why the key can't be read ("Access denied"); it has no values then
+  std::string stored_path;  // as stored, where `path` has a name otherwise
 };
 struct SourceValue {
-  std::string name;  // code-page text; empty for the default value
+  std::string name;  // as stored; empty for the default value
   uint32_t type = 0;
   std::span<const uint8_t> data;  // whole; valid until the next call
   bool read = false;              // false: the data could not be read
   std::string text;  // as lists show it: the data's display text, or why there are none
   uint32_t position = kNoOffset;
-  std::string utf8_name;  // lossless, given when `name` lost something
+  std::string shown_name;   // as lists show it
+  std::string stored_name;  // `name`, where it is shown otherwise
 };
 
 // A walk over keys that goes forwards alone. Used by one thread. A key that can't be read is given

@@ -91,7 +91,7 @@ bool HasExtension(std::string_view path) {
 
 // Where the path that a text begins with ends.
 size_t PathEnd(std::string_view text, bool quoted) {
-  const size_t limit = std::min(text.size(), kMaxPath);
+  const size_t limit = FirstUnits(text, kMaxPath).size();
   for (size_t at = IsDrive(text) ? 2 : 1; at < limit; ++at) {
     const char c = text[at];
     if (EndsAnyPath(c) || c == ':') return at;

@@ -13,6 +13,8 @@
 #include "host/host.h"
 #include "host/long_operation.h"
 #include "host/shortfalls.h"
+#include "host/text.h"
+#include "host/visible_text.h"
 #include "lists/list_rows.h"
 #include "words/item_values.h"
 #include "words/value_text.h"
@@ -35,24 +37,14 @@ void KeepOnOneLine(std::string& line, size_t start) {
   }
 }
 
-void AppendScriptName(const HiveImage& hive, const KeyTree& tree, uint32_t item,
-                      std::string& line) {
-  const size_t start = line.size();
-  AppendItemName(hive, tree, item, line);
-  KeepOnOneLine(line, start);
-}
-
 // False for a name that a key line would take for another: its backslashes part the keys of a path.
-// Such names and overlong ones are shown with a mark, so only those need a closer look.
-bool IsScriptKeyName(const HiveImage& hive, const KeyTree& tree, uint32_t item,
-                     std::string_view shown) {
+// Made names are the program's own.
+bool IsScriptKeyName(const KeyTree& tree, uint32_t item, std::string_view name) {
   const KeyItem& it = tree.items[item];
-  const bool plain = shown.size() <= kMaxScriptKeyName && shown.find('?') == shown.npos;
-  const bool made = (it.marks & kVirtualMarks) != 0;
-  if (plain || made || it.kind == ItemKind::kRoot || !IsKeyOrCopy(tree, item)) return true;
-  const std::u16string name =
-      WideKeyName(ImageBytes(hive), it.position, ReadU16(hive, it.position + kKeyNameLength));
-  return name.size() <= kMaxScriptKeyName && name.find(u'\\') == std::u16string::npos;
+  const bool stored = (it.marks & kVirtualMarks) == 0 && it.kind != ItemKind::kRoot;
+  if (!stored || !IsKeyOrCopy(tree, item)) return true;
+  const bool fits = name.size() <= kMaxScriptKeyName || CountUnits(name) <= kMaxScriptKeyName;
+  return fits && name.find('\\') == name.npos;
 }
 
 // FNV-1a.
@@ -64,9 +56,6 @@ uint64_t HashOf(std::string_view text) {
   return hash;
 }
 
-// Names of which something was lost have a '?' by now: those alone can have become another's.
-bool HasLost(std::string_view name) { return name.find(kUnwritable) != name.npos; }
-
 // Why a value was skipped, in the words of the value lists where they have some.
 std::string ValueError(const ValueKey& value) {
   const std::string marker =
@@ -77,11 +66,12 @@ std::string ValueError(const ValueKey& value) {
 class ScriptWriter {
  public:
   ScriptWriter(const HiveImage& hive, const KeyTree& tree, const TextSink& sink,
-               RecoveredKeys recovered)
-      : hive_(hive), tree_(tree), sink_(sink), recovered_(recovered) {}
+               RecoveredKeys recovered, ScriptForm form)
+      : hive_(hive), tree_(tree), sink_(sink), recovered_(recovered), form_(form) {}
 
   void Write(std::span<const uint32_t> items, ScriptScope scope) {
-    out_ += "REGEDIT4\r\n\r\n";
+    bytes_ = ScriptMark(form_);
+    out_ += ScriptHead(form_);
     for (const uint32_t item : items) {
       if (ended_) break;
       WriteItems(item, scope == ScriptScope::kBranch ? tree_.items[item].end : item + 1);
@@ -168,28 +158,48 @@ class ScriptWriter {
       line_ += '\\';
     }
     const size_t start = line_.size();
-    AppendScriptName(hive_, tree_, item, line_);
+    AppendStoredItemName(hive_, tree_, item, line_);
     levels_.push_back({item, line_.size(), level.path_from});
     const std::string_view name = std::string_view(line_).substr(start);
-    if (!IsScriptKeyName(hive_, tree_, item, name)) return false;
-    if (HasLost(name)) NoteKeyName(item);
-    return line_.size() - level.path_from <= kMaxScriptPath;
+    if (!IsScriptKeyName(tree_, item, name)) return false;
+    if (MayBeAnother(name)) {
+      const std::string stored(name);
+      KeepOnOneLine(line_, start);
+      NoteKeyName(item, stored);
+    }
+    const std::string_view path = std::string_view(line_).substr(level.path_from);
+    return path.size() <= kMaxScriptPath || CountUnits(path) <= kMaxScriptPath;
+  }
+
+  // A name of which something is lost has a "?" in the script: those alone can become another's.
+  bool MayBeAnother(std::string_view name) const {
+    if (PlainEnd(name, 0, kUnwritable, kUnwritable) == name.size()) return false;
+    return !HoldsScriptName(form_, name) || name.find(kUnwritable) != name.npos;
+  }
+  // In capitals, as the script has it.
+  std::string WrittenName(std::string_view name) const {
+    if (form_ == ScriptForm::kFive) return CapitalsOfText(name);
+    return CapitalsOfText(TextOfCodePage(CodePageOfText(name)));
+  }
+  void NoteLossy(uint32_t item, uint32_t position) {
+    result_.lossy.push_back({item, position});
+    NoteShortfall(Shortfall::kScriptTexts);
   }
 
   // A path is entered again for each key below it that is asked for by itself.
-  void NoteKeyName(uint32_t item) {
-    const auto [known, added] = lossy_keys_.emplace(HashOf(Capitals(capitals_, line_)), item);
+  void NoteKeyName(uint32_t item, std::string_view name) {
+    if (!noted_keys_.insert(item).second) return;
+    if (!HoldsScriptName(form_, name)) NoteLossy(item, kNoOffset);
+    const auto [known, added] = odd_keys_.emplace(HashOf(WrittenName(line_)), item);
     if (added || known->second == item) return;
     result_.merged.push_back({item, kNoOffset});
     NoteShortfall(Shortfall::kScriptNames);
   }
 
   void NoteValueName(const ValueKey& value) {
-    const bool odd = HasLost(value.name) || value.name.find('\0') != std::string::npos;
-    if (!odd || value.name_length == 0) return;
-    std::string name = Capitals(capitals_, value.name);
+    std::string name = WrittenName(value.name);
     std::ranges::replace(name, '\0', kUnwritable);
-    if (lossy_values_.insert(std::move(name)).second) return;
+    if (odd_values_.insert(std::move(name)).second) return;
     result_.merged.push_back({key_, value.position});
     NoteShortfall(Shortfall::kScriptNames);
   }
@@ -199,7 +209,7 @@ class ScriptWriter {
     out_.append(line_).append("]").append(kLineEnd);
     ++result_.keys;
     positions_.clear();
-    lossy_values_.clear();
+    odd_values_.clear();
     const KeyItem& it = tree_.items[item];
     if ((it.marks & kVirtualMarks) == 0) ReadValuesInWalk(hive_, it.position, positions_);
     if (!positions_.empty()) WriteListStatus(it.position);
@@ -227,12 +237,15 @@ class ScriptWriter {
     StopWhenAsked();
     if (!MayShowValue(hive_, position, budget_)) return;
     const ValueKey value = ReadValueWithin(hive_, position, budget_, data_);
+    bool lost = false;
     if (value.status != ValueStatus::kRead ||
-        !FormatScriptValue(value.name, value.type, data_, out_)) {
+        !FormatScriptValue(value.name, value.type, data_, form_, out_, lost)) {
       result_.skipped.push_back({key_, position});
       return;
     }
-    NoteValueName(value);
+    const bool odd = value.name_length != 0 && MayBeAnother(value.name);
+    if (lost || (odd && LosesValueName(form_, value.name))) NoteLossy(key_, position);
+    if (odd) NoteValueName(value);
     ++result_.values;
     if (result_.values % kValuesPerStatus == 0) ShowCount();
     if (out_.size() >= kBufferSize) Flush();
@@ -244,8 +257,12 @@ class ScriptWriter {
   }
 
   void Flush() {
-    if (!result_.refused && !out_.empty()) result_.refused = !sink_(out_);
+    const bool plain = form_ == ScriptForm::kFour && IsAscii(out_);
+    if (!plain) EncodeScript(form_, out_, bytes_);
+    const std::string& bytes = plain ? out_ : bytes_;
+    if (!result_.refused && !bytes.empty()) result_.refused = !sink_(bytes);
     out_.clear();
+    bytes_.clear();
     ended_ = ended_ || result_.refused;
   }
 
@@ -263,10 +280,12 @@ class ScriptWriter {
   const KeyTree& tree_;
   const TextSink& sink_;
   const RecoveredKeys recovered_;
+  const ScriptForm form_;
   ScriptExport result_;
   bool ended_ = false;
-  uint32_t key_ = kNoItem;  // being written
-  std::string out_;
+  uint32_t key_ = kNoItem;     // being written
+  std::string out_;            // text that is not yet written
+  std::string bytes_;          // of it
   std::vector<Level> levels_;  // down to the item being written
   std::string line_;           // its key line, without what closes it
   std::string status_;
@@ -274,9 +293,9 @@ class ScriptWriter {
   std::vector<uint32_t> positions_;  // of the key's values
   std::vector<uint8_t> data_;
   DataBudget budget_ = MakeDataBudget(hive_);
-  CaseTable capitals_ = CurrentCapitals();
-  std::unordered_map<uint64_t, uint32_t> lossy_keys_;  // items, by their lines
-  std::unordered_set<std::string> lossy_values_;       // names, of the key being written
+  std::unordered_set<uint32_t> noted_keys_;          // items whose names were looked at
+  std::unordered_map<uint64_t, uint32_t> odd_keys_;  // items, by their lines
+  std::unordered_set<std::string> odd_values_;       // names, of the key being written
 };
 
 }  // namespace
@@ -296,9 +315,10 @@ std::string ScriptRoot(const HiveImage& hive) {
 }
 
 ScriptExport ExportKeys(const HiveImage& hive, const KeyTree& tree, std::span<const uint32_t> items,
-                        ScriptScope scope, const TextSink& sink, RecoveredKeys recovered) {
+                        ScriptScope scope, const TextSink& sink, RecoveredKeys recovered,
+                        ScriptForm form) {
   ShowStatus("Exporting ...");
-  ScriptWriter writer(hive, tree, sink, recovered);
+  ScriptWriter writer(hive, tree, sink, recovered, form);
   writer.Write(items, scope);
   ShowStatus("Done.");
   return writer.TakeResult();
@@ -327,7 +347,8 @@ std::vector<uint32_t> KeysOfPositions(const HiveImage& hive, const KeyTree& tree
 
 OutputListPtr ListScriptGaps(const HiveImage& hive, const KeyTree& tree,
                              const ScriptExport& written) {
-  if (written.skipped.empty() && written.left_out.empty() && written.merged.empty()) return nullptr;
+  const bool whole = written.skipped.empty() && written.left_out.empty();
+  if (whole && written.merged.empty() && written.lossy.empty()) return nullptr;
   OutputListPtr list = MakeOutputList(kListValueErrors);
   const auto add = [&](uint32_t item, const std::string& name, const char* error, uint32_t datum) {
     const std::string path = ItemPath(hive, tree, item);
@@ -340,11 +361,13 @@ OutputListPtr ListScriptGaps(const HiveImage& hive, const KeyTree& tree,
     add(item, "", "A script cannot hold this key: left out, with all below it",
         tree.items[item].position);
   }
+  const auto add_named = [&](const SkippedValue& named, const char* error) {
+    const bool is_key = named.position == kNoOffset;
+    add(named.item, is_key ? std::string() : ValueDisplayName(name_at(named.position)), error,
+        is_key ? tree.items[named.item].position : named.position);
+  };
   for (const SkippedValue& merged : written.merged) {
-    const bool is_key = merged.position == kNoOffset;
-    add(merged.item, is_key ? std::string() : ValueDisplayName(name_at(merged.position)),
-        "In the script its name is another's too",
-        is_key ? tree.items[merged.item].position : merged.position);
+    add_named(merged, "In the script its name is another's too");
   }
   for (const SkippedValue& skipped : written.skipped) {
     const ValueKey value = name_at(skipped.position);
@@ -352,6 +375,11 @@ OutputListPtr ListScriptGaps(const HiveImage& hive, const KeyTree& tree,
         value.status == ValueStatus::kEmpty || value.status == ValueStatus::kNotAValue;
     const std::string error = lost ? kLeadsNowhere : ValueError(value);
     add(skipped.item, lost ? kLostValue : ValueDisplayName(value), error.c_str(), skipped.position);
+  }
+  for (const SkippedValue& lossy : written.lossy) {
+    add_named(lossy, lossy.position == kNoOffset
+                         ? "The script has \"?\" for characters of its name"
+                         : "The script has \"?\" for characters of its name or text");
   }
   return list;
 }

@@ -1,6 +1,8 @@
-// Keys and values of a hive as a registry script: the text file, beginning with "REGEDIT4", that
-// the registry editors of Windows import. Single-byte text in the code page in force, "\r\n" line
-// ends.
+// Keys and values of a hive as a registry script, the text file that the registry editors of
+// Windows import, with "\r\n" line ends. There are two forms of it. "REGEDIT4" is single-byte text
+// of the code page in force: what that lacks is "?" there, and is told. "Windows Registry Editor
+// Version 5.00" is UTF-16 with a mark at the beginning and holds every text; string data that its
+// quoted form could not give back byte for byte are hexadecimal.
 //
 // Importing a script must set in a registry what the hive's keys hold, and nothing else. The form
 // has no escapes for key names, so a line end or a zero byte in one is written as '?', and a key
@@ -18,15 +20,29 @@
 
 namespace hivequarry {
 
+enum class ScriptForm : uint8_t { kFour, kFive };
+// How a form's file begins, as text.
+std::string_view ScriptHead(ScriptForm form);
+// Appends a piece of a script's text as the form's bytes.
+void EncodeScript(ScriptForm form, std::string_view text, std::string& bytes);
+// The mark that comes before all others, empty for the single-byte form.
+std::string_view ScriptMark(ScriptForm form);
+
 inline constexpr size_t kMaxScriptName = 16383;  // characters of a value name
 inline constexpr size_t kMaxScriptKeyName = 255;
 inline constexpr size_t kMaxScriptPath = 1039;    // of a key's path, without the root's
 inline constexpr uint32_t kMaxScriptDepth = 383;  // levels below the branch's first key
 
-// Appends a value's line to `out`. Name and data as ReadValueKey gives them. False, and nothing
-// appended, for a name longer than kMaxScriptName.
+// Appends a value's line to `out`, as text. Name and data as ReadValueKey gives them. False, and
+// nothing appended, for a name longer than kMaxScriptName. `lost` is set when the form holds the
+// name or the data's text only with "?" in it.
 bool FormatScriptValue(std::string_view name, uint32_t type, std::span<const uint8_t> data,
-                       std::string& out);
+                       ScriptForm form, std::string& out, bool& lost);
+// True for a name of a value that the form holds only with "?" in it: a line end has a form of its
+// own there, a zero has none.
+bool LosesValueName(ScriptForm form, std::string_view name);
+// True for the name of a key that the form's lines hold as it is.
+bool HoldsScriptName(ScriptForm form, std::string_view name);
 
 // True when the hive has a root path for key lines to begin with. One that begins with '-' is none:
 // such a line would make the importing program delete keys.
@@ -47,6 +63,9 @@ struct ScriptExport {
   // Keys and values, the latter with their positions, whose names are another's in the script: what
   // an import makes of the two is one.
   std::vector<SkippedValue> merged;
+  // Keys and values, the latter with their positions, of whose names or texts the form has lost
+  // characters.
+  std::vector<SkippedValue> lossy;
   uint32_t recovered_left_out = 0;  // keys
   bool refused = false;             // by the sink
 };
@@ -71,11 +90,13 @@ enum class RecoveredKeys : uint8_t {
 // bounds of a walk (hive/values.h); what is left out is noted as a shortfall.
 ScriptExport ExportKeys(const HiveImage& hive, const KeyTree& tree, std::span<const uint32_t> items,
                         ScriptScope scope, const TextSink& sink,
-                        RecoveredKeys recovered = RecoveredKeys::kLeftOut);
+                        RecoveredKeys recovered = RecoveredKeys::kLeftOut,
+                        ScriptForm form = ScriptForm::kFour);
 inline ScriptExport ExportBranch(const HiveImage& hive, const KeyTree& tree, uint32_t item,
                                  const TextSink& sink,
-                                 RecoveredKeys recovered = RecoveredKeys::kLeftOut) {
-  return ExportKeys(hive, tree, std::span(&item, 1), ScriptScope::kBranch, sink, recovered);
+                                 RecoveredKeys recovered = RecoveredKeys::kLeftOut,
+                                 ScriptForm form = ScriptForm::kFour) {
+  return ExportKeys(hive, tree, std::span(&item, 1), ScriptScope::kBranch, sink, recovered, form);
 }
 
 // The keys at these positions, and those that list the values at them, each once and in display

@@ -48,11 +48,11 @@ bool NextKey(ReportRun& run, SourceKey& key) {
 }
 
 RowSubject SubjectOf(const SourceKey& key) {
-  return {key.position, true, key.last_write, key.utf8_path, {}};
+  return {key.position, true, key.last_write, key.stored_path, {}};
 }
 
 RowSubject SubjectOf(const SourceKey& key, const SourceValue& value) {
-  return {value.position, false, 0, key.utf8_path, value.utf8_name};
+  return {value.position, false, 0, key.stored_path, value.stored_name};
 }
 
 void AddReportRow(OutputList& list, std::initializer_list<Cell> cells, const RowSubject& subject) {
@@ -69,7 +69,7 @@ std::string OffsetText(const ReportRun& run, uint32_t position) {
 }
 
 std::string_view NameText(const SourceValue& value) {
-  return value.name.empty() ? std::string_view("(Default value)") : value.name;
+  return value.name.empty() ? std::string_view("(Default value)") : value.shown_name;
 }
 
 bool IsText(const SourceValue& value) {
@@ -86,7 +86,8 @@ std::string DataCell(const SourceValue& value, size_t limit) {
   if (!value.read || !IsText(value)) return value.text;
   const size_t room = 2 * (limit + 1);
   std::string text = DataText(value.type, value.data.first(std::min(value.data.size(), room)));
-  text.resize(std::min({text.size(), text.find('\0'), limit}));
+  text.resize(std::min(text.size(), text.find('\0')));
+  text.resize(FirstUnits(text, limit).size());
   MakeOneLine(text);
   // The terminators of a multi-string have become blanks.
   while (value.type == kRegMultiSz && text.ends_with(' ')) text.pop_back();
@@ -96,8 +97,8 @@ std::string DataCell(const SourceValue& value, size_t limit) {
 void JoinText(std::string& cell, std::string_view text) {
   if (text.empty()) return;
   if (cell.empty()) {
-    cell = text.substr(0, kJoinLimit - 1);
-  } else if (cell.size() + text.size() < kJoinLimit) {
+    cell = FirstUnits(text, kJoinLimit - 1);
+  } else if (CountUnits(cell) + CountUnits(text) < kJoinLimit) {
     cell.append(", ").append(text);
   } else if (!cell.ends_with('.')) {
     cell += ", ...";

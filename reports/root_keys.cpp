@@ -12,8 +12,10 @@
 #include "host/host.h"
 #include "host/long_operation.h"
 #include "host/number_text.h"
+#include "host/visible_text.h"
 #include "lists/list_rows.h"
 #include "records/cell.h"
+#include "records/stored_text.h"
 #include "reports/file_pieces.h"
 
 namespace hivequarry {
@@ -95,11 +97,13 @@ bool IsValidRoot(const HiveImage& hive, uint32_t position, const KeyBytes& key) 
 }
 
 std::string HeldName(const HiveImage& hive, uint32_t position, const KeyBytes& key) {
-  if (LoadU16(&key[kKeyFlags]) != kRootKeyFlags) return ReadKeyName(hive, position);
-  std::string name(std::min<uint32_t>(LoadU16(&key[kKeyNameLength]), kLongestName), '\0');
-  name.resize(ReadHeldBytes(hive, position + kKeyName, reinterpret_cast<uint8_t*>(name.data()),
-                            static_cast<uint32_t>(name.size())));
-  return name;
+  if (LoadU16(&key[kKeyFlags]) != kRootKeyFlags) return ShownKeyName(ReadKeyName(hive, position));
+  std::vector<uint8_t> bytes(std::min<uint32_t>(LoadU16(&key[kKeyNameLength]), kLongestName));
+  bytes.resize(
+      ReadHeldBytes(hive, position + kKeyName, bytes.data(), static_cast<uint32_t>(bytes.size())));
+  std::string name;
+  AppendSingleByteName(bytes, name);
+  return ShownKeyName(name);
 }
 
 // The item that shows the key, kNoItem for one that this window does not show.
@@ -119,13 +123,12 @@ void AddRootRow(const HiveImage& hive, const KeyTree& tree, uint32_t position, O
   const std::string name = HeldName(hive, position, key);
   const std::string date = FormatTimestampChecked(last_write);
   const char* valid = IsValidRoot(hive, position, key) ? "yes" : "no";
-  bool lossy = false;
-  std::string lossless;
-  if (item != kNoItem) lossless = ItemPathUtf8(hive, tree, item, &lossy);
+  std::string stored;
+  if (item != kNoItem) stored = StoredItemPath(hive, tree, item);
   RowFacts facts;
   facts.about_key = true;
   facts.last_write = last_write;
-  if (lossy) facts.path = lossless;
+  facts.path = stored;
   AddListRow(list, {root, valid, path, name, {date, DateValue(last_write)}}, position, facts);
 }
 

@@ -6,6 +6,8 @@
 
 #include "hive/image.h"
 #include "host/number_text.h"
+#include "host/text.h"
+#include "host/visible_text.h"
 #include "reports/registry_script.h"
 #include "words/value_text.h"
 
@@ -71,7 +73,8 @@ void AppendQuoted(std::string_view text, std::string& out) {
 // other ends the text.
 void ResolveZeros(std::string& text, size_t start) {
   for (size_t at = text.find('\0', start); at != text.npos; at = text.find('\0', at)) {
-    const bool goes_on = at + 2 < text.size() && text[at + 2] != '\0';
+    const size_t next = at + 1 < text.size() ? at + 1 + CharacterAt(text, at + 1).length : at + 2;
+    const bool goes_on = next < text.size() && text[next] != '\0';
     if (!goes_on) return text.resize(at);
     text[at] = ' ';
   }
@@ -79,11 +82,13 @@ void ResolveZeros(std::string& text, size_t start) {
 
 // Most texts need no other form, so each is made in its place, and made anew from the first
 // character on that does.
-void AppendQuotedString(std::span<const uint8_t> data, std::string& out) {
+void AppendQuotedString(std::span<const uint8_t> data, std::string& out, bool& lost) {
   out += '"';
   const size_t start = out.size();
   AppendStringText(data, out);
   ResolveZeros(out, start);
+  const std::string_view text = std::string_view(out).substr(start);
+  lost = lost || (!IsAscii(text) && !FitsCodePage(text));
   const size_t plain = start + PlainRun(std::string_view(out).substr(start));
   if (plain < out.size()) {
     const std::string rest = out.substr(plain);
@@ -147,21 +152,56 @@ void AppendHexBytes(std::span<const uint8_t> data, size_t column, std::string& o
 void AppendHexForm(uint32_t type, std::span<const uint8_t> data, size_t line_start,
                    std::string& out) {
   AppendHexMark(type, out);
-  if (!data.empty()) AppendHexBytes(data, out.size() - line_start, out);
+  if (data.empty()) return;
+  const std::string_view line = std::string_view(out).substr(line_start);
+  AppendHexBytes(data, IsAscii(line) ? line.size() : CountUnits(line), out);
 }
 
 std::span<const uint8_t> BytesOf(std::string_view text) {
   return {reinterpret_cast<const uint8_t*>(text.data()), text.size()};
 }
 
-void AppendData(uint32_t type, std::span<const uint8_t> data, size_t line_start, std::string& out) {
+void AppendDword(std::span<const uint8_t> data, std::string& out) {
+  out += "dword:";
+  out += SmallHex(LoadU32(data.data()), 8);
+}
+
+void AppendData4(uint32_t type, std::span<const uint8_t> data, size_t line_start, std::string& out,
+                 bool& lost) {
   if (type == kRegSz) {
-    AppendQuotedString(data, out);
+    AppendQuotedString(data, out, lost);
   } else if (type == kRegDword && data.size() == 4) {
-    out += "dword:";
-    out += SmallHex(LoadU32(data.data()), 8);
+    AppendDword(data, out);
   } else if (type == kRegExpandSz || type == kRegMultiSz) {
-    AppendHexForm(type, BytesOf(DataText(type, data, true)), line_start, out);
+    std::string text = DataText(type, data, true);
+    size_t missing = 0;
+    if (!IsAscii(text)) text = CodePageOfText(text, &missing);
+    lost = lost || missing != 0;
+    AppendHexForm(type, BytesOf(text), line_start, out);
+  } else {
+    AppendHexForm(type, data, line_start, out);
+  }
+}
+
+// Text that an import makes these very bytes of: UTF-16 with one zero, at its end, and nothing that
+// would end the line.
+bool IsQuotable(std::span<const uint8_t> data) {
+  if (data.size() % 2 != 0 || data.size() < 2) return false;
+  for (size_t at = 0; at < data.size(); at += 2) {
+    const uint16_t unit = LoadU16(data.data() + at);
+    if (unit == '\r' || unit == '\n' || (unit == 0) != (at + 2 == data.size())) return false;
+  }
+  return true;
+}
+
+void AppendData5(uint32_t type, std::span<const uint8_t> data, size_t line_start,
+                 std::string& out) {
+  if (type == kRegSz && IsQuotable(data)) {
+    std::string text;
+    AppendStringText(data.first(data.size() - 2), text);
+    AppendQuoted(text, out);
+  } else if (type == kRegDword && data.size() == 4) {
+    AppendDword(data, out);
   } else {
     AppendHexForm(type, data, line_start, out);
   }
@@ -169,9 +209,43 @@ void AppendData(uint32_t type, std::span<const uint8_t> data, size_t line_start,
 
 }  // namespace
 
+std::string_view ScriptHead(ScriptForm form) {
+  return form == ScriptForm::kFour ? "REGEDIT4\r\n\r\n"
+                                   : "Windows Registry Editor Version 5.00\r\n\r\n";
+}
+
+std::string_view ScriptMark(ScriptForm form) { return form == ScriptForm::kFour ? "" : "\xFF\xFE"; }
+
+void EncodeScript(ScriptForm form, std::string_view text, std::string& bytes) {
+  if (form == ScriptForm::kFour) {
+    if (IsAscii(text)) {
+      bytes += text;
+    } else {
+      bytes += CodePageOfText(text);
+    }
+    return;
+  }
+  const std::u16string wide = WideOfText(text);
+  static_assert(std::endian::native == std::endian::little);
+  bytes.append(reinterpret_cast<const char*>(wide.data()), 2 * wide.size());
+}
+
+bool HoldsScriptName(ScriptForm form, std::string_view name) {
+  if (PlainEnd(name, 0, '\r', '\n') == name.size()) return true;
+  constexpr std::string_view kEnds("\r\n\0", 3);
+  return name.find_first_of(kEnds) == name.npos &&
+         (form == ScriptForm::kFive || FitsCodePage(name));
+}
+
+bool LosesValueName(ScriptForm form, std::string_view name) {
+  if (PlainEnd(name, 0, '\r', '\n') == name.size()) return false;
+  return name.find('\0') != name.npos || (form == ScriptForm::kFour && !FitsCodePage(name));
+}
+
 bool FormatScriptValue(std::string_view name, uint32_t type, std::span<const uint8_t> data,
-                       std::string& out) {
-  if (name.size() > kMaxScriptName) return false;
+                       ScriptForm form, std::string& out, bool& lost) {
+  if (name.size() > kMaxScriptName && CountUnits(name) > kMaxScriptName) return false;
+  lost = false;
   const size_t line_start = out.size();
   if (name.empty()) {
     out += '@';
@@ -179,7 +253,11 @@ bool FormatScriptValue(std::string_view name, uint32_t type, std::span<const uin
     AppendQuoted(name, out);
   }
   out += '=';
-  AppendData(type, data, line_start, out);
+  if (form == ScriptForm::kFour) {
+    AppendData4(type, data, line_start, out, lost);
+  } else {
+    AppendData5(type, data, line_start, out);
+  }
   out += kLineEnd;
   return true;
 }

@@ -95,7 +95,7 @@ class BranchSearch {
   }
 
   bool KeyMatches(uint32_t item) {
-    const std::string name = ItemName(hive_, tree_, item);
+    const std::string name = StoredItemName(hive_, tree_, item);
     if (name.empty()) return false;
     if (MatchName(pattern_, name)) return true;
     const uint32_t position = tree_.items[item].position;
@@ -143,8 +143,8 @@ class BranchSearch {
         Concat({Hex(of_key ? PlaceOf(hive_, key) : 0), "rk, ", Decimal(value.name_length), "ln, ",
                 Decimal(static_cast<int>(value.data_length)), "ld"});
     RowFacts facts;
-    const std::string lossless = LosslessName(hive_, value);
-    facts.name = lossless;
+    const std::string_view stored = StoredNameFact(value);
+    facts.name = stored;
     AddHit(item, value.position,
            {paths_.PathOf(item), row.name, row.data, row.type, of_key ? PlaceText(hive_, key) : ""},
            facts, row.icon, details);
@@ -157,7 +157,7 @@ class BranchSearch {
       texts.emplace_back(details);
     }
     const std::vector<Cell> cells(texts.begin(), texts.end());
-    facts.path = paths_.LosslessOf(item);
+    facts.path = paths_.StoredPathOf(item);
     AddListRow(list_, cells, position, facts, icon);
   }
 

@@ -19,24 +19,28 @@ inline constexpr uint32_t kMaxSearchDepth = 384;  // keys at this level or deepe
 
 // What the user asks for; kept from one search to the next.
 struct SearchSettings {
-  std::string text;  // code-page text
-  std::string hex;   // the same pattern as hexadecimal digits, as HexPatternOf takes them
+  std::string text;
+  std::string hex;  // the same pattern as hexadecimal digits, as HexPatternOf takes them
   bool hex_mode = false;
   bool match_case = false;    // holds in hex mode too, for binary and other data
   bool match_length = false;  // the whole name or data must equal the pattern
   bool dword = false;         // hex mode with 8 digits: a number; REG_DWORD data alone is searched
-  bool wide = false;          // text mode: text is found in UTF-16 data too
+  bool wide = false;          // text mode: in binary data UTF-16 text is found too
   bool key_names = false;
   bool value_names = false;
   bool value_data = false;
   bool freed = false;  // of a hive: freed records too (freed_find.h)
 };
 
-// A pattern ready to be searched for.
+// A pattern ready to be searched for. Text is compared by its characters; bytes that are no text
+// are searched for the pattern's bytes in the code page, or as UTF-16.
 struct SearchPattern {
-  std::string bytes;  // folded unless the search heeds case
+  std::string text;    // in capitals unless the search heeds case; empty in hex mode
+  bool plain = false;  // the text is ASCII
+  std::string bytes;  // those of the digits, or of the text in the code page; empty if it lacks one
+  std::u16string units;  // of the text
   SearchSettings settings;
-  CaseTable fold{};  // of each byte; the letters' capitals
+  CaseTable fold{};  // of each byte of the code page: the letters' capitals
 };
 // Pairs of hexadecimal digits, with blanks between them and "0x" before any of them or not.
 enum class HexFault : uint8_t { kNone, kNoDigits, kOdd };
@@ -51,15 +55,17 @@ const char* HexFaultText(HexFault fault);
 // False for an empty pattern, one of digits that has a fault, or no field to search.
 bool CompilePattern(const SearchSettings& settings, SearchPattern& pattern);
 
-// Text and digits of the two fields from one another. Any character stands for a digit's value as
-// the fields' rules have it.
+// Text and digits of the two fields from one another: the text's bytes in the code page, or in
+// UTF-16 where that lacks a character. Any character stands for a digit's value as the fields'
+// rules have it.
 std::string HexOfText(std::string_view text);
+std::string BytesOfHex(std::string_view hex);
 std::string TextOfHex(std::string_view hex);
 
 // A name or text, code-page text, against a text-mode pattern: held in it, or equal to it where the
 // pattern asks for the length.
 bool MatchText(const SearchPattern& pattern, std::string_view candidate);
-// Position after the match, plus one; 0 for none. `wide` skips a zero byte after a matched one.
+// Position after the match, plus one; 0 for none. `wide`: also as UTF-16.
 size_t FindBytes(const SearchPattern& pattern, std::span<const uint8_t> bytes, bool wide,
                  bool match_case);
 // The same in any place, case and all.

@@ -4,48 +4,71 @@
 #include <functional>
 
 #include "hive/image.h"
+#include "host/case.h"
+#include "host/host.h"
 #include "host/long_operation.h"
 #include "host/number_text.h"
+#include "host/text.h"
 #include "reports/search.h"
 #include "words/value_text.h"
 
 namespace hivequarry {
 namespace {
 
+std::span<const uint8_t> BytesOf(std::string_view text) {
+  return {reinterpret_cast<const uint8_t*>(text.data()), text.size()};
+}
+
 constexpr uint32_t kBinaryTwin = 0x201;  // a type of its own, yet searched as REG_BINARY
 constexpr size_t kDwordDigits = 8;
 constexpr size_t kStopInterval = 65536;  // bytes
 
-// Where an attempt at `start` ends: after its last matched byte, 0 when it fails.
-template <typename Same>
-size_t MatchFrom(std::string_view pattern, std::span<const uint8_t> bytes, size_t start, bool wide,
-                 const Same& same) {
-  size_t at = start;
-  for (size_t i = 0; i < pattern.size(); ++i) {
-    if (wide && i != 0 && at < bytes.size() && bytes[at] == 0) ++at;
-    if (at >= bytes.size() || !same(bytes[at], static_cast<uint8_t>(pattern[i]))) return 0;
-    ++at;
-  }
-  return at;
-}
-
-template <typename Same>
-size_t FindFirst(std::string_view pattern, std::span<const uint8_t> bytes, bool wide,
-                 const Same& same) {
-  const auto first = static_cast<uint8_t>(pattern.front());
-  // An attempt begins wherever the first byte is, inside a failed one too. In data made of few
-  // different bytes that takes its time.
-  for (size_t start = 0; start + pattern.size() <= bytes.size(); ++start) {
+// Position after the first place where `size` things from it on are the pattern's, plus one. An
+// attempt begins wherever the first one is, inside a failed one too. In data made of few different
+// bytes that takes its time.
+template <typename BeginsAt, typename StandsAt>
+size_t FindPlace(size_t length, size_t size, const BeginsAt& begins, const StandsAt& stands) {
+  for (size_t start = 0; start + size <= length; ++start) {
     if (start % kStopInterval == kStopInterval - 1 && StopRequested()) return 0;
-    if (!same(bytes[start], first)) continue;
-    const size_t end = MatchFrom(pattern, bytes, start, wide, same);
-    if (end != 0) return end + 1;
+    if (begins(start) && stands(start)) return start + size + 1;
   }
   return 0;
 }
 
+template <typename Same>
+size_t FindRun(std::string_view pattern, std::span<const uint8_t> bytes, const Same& same) {
+  const auto equal = [&](size_t at, size_t i) {
+    return same(bytes[at], static_cast<uint8_t>(pattern[i]));
+  };
+  return FindPlace(
+      bytes.size(), pattern.size(), [&](size_t start) { return equal(start, 0); },
+      [&](size_t start) {
+        size_t i = 1;
+        while (i < pattern.size() && equal(start + i, i)) ++i;
+        return i == pattern.size();
+      });
+}
+
+// UTF-16 text may begin at any byte.
+size_t FindUnits(const SearchPattern& pattern, std::span<const uint8_t> bytes, bool match_case) {
+  const std::u16string& units = pattern.units;
+  if (units.empty()) return 0;
+  const auto equal = [&](size_t at, size_t i) {
+    const char16_t unit = LoadU16(bytes.data() + at);
+    return unit == units[i] || (!match_case && CapitalOf(unit) == units[i]);
+  };
+  return FindPlace(
+      bytes.size(), 2 * units.size(), [&](size_t start) { return equal(start, 0); },
+      [&](size_t start) {
+        size_t i = 1;
+        while (i < units.size() && equal(start + 2 * i, i)) ++i;
+        return i == units.size();
+      });
+}
+
 bool IsWhole(const SearchPattern& pattern, std::span<const uint8_t> bytes) {
-  return bytes.size() == pattern.bytes.size();
+  const bool wide = pattern.settings.wide && bytes.size() == 2 * pattern.units.size();
+  return wide || bytes.size() == pattern.bytes.size();
 }
 
 // Bytes that are no text: the whole length must be the pattern's when it is to match.
@@ -60,6 +83,22 @@ bool MatchStringData(const SearchPattern& pattern, uint32_t type, std::span<cons
   return FindExactly(pattern, data);
 }
 
+// Each string by itself. Bytes are looked for in the text as a script has it.
+bool MatchStrings(const SearchPattern& pattern, std::span<const uint8_t> data) {
+  if (pattern.settings.hex_mode) {
+    const std::string bytes = CodePageOfText(DataText(kRegMultiSz, data));
+    return MatchBytes(pattern, BytesOf(bytes));
+  }
+  const std::string strings = DataText(kRegMultiSz, data, true);
+  std::string_view rest = strings;
+  while (!rest.empty()) {
+    const size_t end = std::min(rest.find('\0'), rest.size());
+    if (MatchText(pattern, rest.substr(0, end))) return true;
+    rest.remove_prefix(std::min(end + 1, rest.size()));
+  }
+  return false;
+}
+
 bool MatchDword(const SearchPattern& pattern, std::span<const uint8_t> data) {
   const std::string& bytes = pattern.bytes;
   if (bytes.size() != 4 || data.size() < bytes.size()) return false;
@@ -67,16 +106,23 @@ bool MatchDword(const SearchPattern& pattern, std::span<const uint8_t> data) {
                             [](char c) { return static_cast<uint8_t>(c); });
 }
 
-std::span<const uint8_t> BytesOf(std::string_view text) {
-  return {reinterpret_cast<const uint8_t*>(text.data()), text.size()};
-}
-
-// Settings that mean nothing in the chosen mode, set right.
-// `digits`: those of the pattern.
+// Settings that mean nothing in the chosen mode, set right. `digits`: those of the pattern.
 SearchSettings Effective(SearchSettings settings, size_t digits) {
   settings.dword = settings.dword && settings.hex_mode && digits == kDwordDigits;
   settings.wide = settings.wide && !settings.hex_mode;
   return settings;
+}
+
+// What is looked for in texts, and in bytes that are none.
+void CompileText(const SearchSettings& settings, SearchPattern& pattern) {
+  pattern.text = settings.match_case ? settings.text : CapitalsOfText(settings.text);
+  pattern.plain = IsAscii(pattern.text);
+  pattern.units = WideOfText(pattern.text);
+  if (!FitsCodePage(settings.text)) return;
+  pattern.bytes = CodePageOfText(settings.text);
+  if (settings.match_case) return;
+  for (char& byte : pattern.bytes)
+    byte = static_cast<char>(pattern.fold[static_cast<uint8_t>(byte)]);
 }
 
 }  // namespace
@@ -111,36 +157,64 @@ bool CompilePattern(const SearchSettings& settings, SearchPattern& pattern) {
   if (settings.hex_mode) hex = HexPatternOf(settings.hex);
   if (hex.fault != HexFault::kNone) return false;
   pattern.settings = Effective(settings, hex.digits.size());
-  pattern.fold = CurrentCapitals();
-  pattern.bytes = settings.hex_mode ? TextOfHex(hex.digits) : settings.text;
-  if (!settings.hex_mode && !settings.match_case) {
-    pattern.bytes = Capitals(pattern.fold, pattern.bytes);
+  pattern.fold = CapitalsOf(*CurrentHost().code_page);
+  pattern.text.clear();
+  pattern.units.clear();
+  pattern.bytes.clear();
+  if (!settings.hex_mode) {
+    CompileText(settings, pattern);
+    return !pattern.text.empty();
   }
+  pattern.bytes = BytesOfHex(hex.digits);
   if (pattern.settings.dword) std::ranges::reverse(pattern.bytes);
   return !pattern.bytes.empty();
 }
 
 std::string HexOfText(std::string_view text) {
+  std::string bytes;
+  if (FitsCodePage(text)) {
+    bytes = CodePageOfText(text);
+  } else {
+    for (const char16_t unit : WideOfText(text)) {
+      bytes += {static_cast<char>(unit & 0xFF), static_cast<char>(unit >> 8)};
+    }
+  }
   std::string hex;
-  for (const uint8_t byte : BytesOf(text))
+  for (const uint8_t byte : BytesOf(bytes)) {
     hex += {kUpperDigits[byte >> 4], kUpperDigits[byte & 15]};
+  }
   return hex;
 }
 
-std::string TextOfHex(std::string_view hex) {
-  std::string text;
+std::string BytesOfHex(std::string_view hex) {
+  std::string bytes;
   for (size_t i = 0; i + 1 < hex.size(); i += 2) {
-    text.push_back(static_cast<char>(DigitOf(hex[i]) << 4 | DigitOf(hex[i + 1])));
+    bytes.push_back(static_cast<char>(DigitOf(hex[i]) << 4 | DigitOf(hex[i + 1])));
   }
-  return text;
+  return bytes;
 }
 
+std::string TextOfHex(std::string_view hex) { return TextOfCodePage(BytesOfHex(hex)); }
+
 bool MatchText(const SearchPattern& pattern, std::string_view candidate) {
+  const SearchSettings& asked = pattern.settings;
   // A second terminator is no part of a text.
-  if (pattern.settings.match_length && candidate.ends_with('\0')) candidate.remove_suffix(1);
-  const std::span<const uint8_t> bytes = BytesOf(candidate);
-  if (pattern.settings.match_length && !IsWhole(pattern, bytes)) return false;
-  return FindBytes(pattern, bytes, false, pattern.settings.match_case) != 0;
+  if (asked.match_length && candidate.ends_with('\0')) candidate.remove_suffix(1);
+  const bool plain = IsAscii(candidate);
+  if (!pattern.plain && plain) return false;
+  std::string capitals;
+  if (!pattern.plain && !asked.match_case) {
+    capitals = CapitalsOfText(candidate);
+    candidate = capitals;
+  }
+  if (asked.match_length && candidate.size() != pattern.text.size()) return false;
+  const bool folded = asked.match_case || !pattern.plain;
+  const auto text = BytesOf(candidate);
+  if (folded) return candidate.find(pattern.text) != candidate.npos;
+  // ASCII letters have no other small letters than their own.
+  return FindRun(pattern.text, text, [](uint8_t a, uint8_t b) {
+           return (a >= 'a' && a <= 'z' ? a - 32 : a) == b;
+         }) != 0;
 }
 
 bool FindExactly(const SearchPattern& pattern, std::span<const uint8_t> bytes) {
@@ -148,16 +222,21 @@ bool FindExactly(const SearchPattern& pattern, std::span<const uint8_t> bytes) {
 }
 
 bool MatchName(const SearchPattern& pattern, std::string_view name) {
-  return pattern.settings.hex_mode ? FindExactly(pattern, BytesOf(name)) : MatchText(pattern, name);
+  if (!pattern.settings.hex_mode) return MatchText(pattern, name);
+  return FindExactly(pattern, BytesOf(CodePageOfText(name)));
 }
 
 size_t FindBytes(const SearchPattern& pattern, std::span<const uint8_t> bytes, bool wide,
                  bool match_case) {
-  if (pattern.bytes.empty() || pattern.bytes.size() > bytes.size()) return 0;
-  if (match_case) return FindFirst(pattern.bytes, bytes, wide, std::equal_to<uint8_t>());
-  const CaseTable& fold = pattern.fold;
-  return FindFirst(pattern.bytes, bytes, wide,
-                   [&fold](uint8_t a, uint8_t b) { return fold[a] == fold[b]; });
+  size_t found = 0;
+  if (!pattern.bytes.empty() && match_case) {
+    found = FindRun(pattern.bytes, bytes, std::equal_to<uint8_t>());
+  } else if (!pattern.bytes.empty()) {
+    const CaseTable& fold = pattern.fold;
+    found =
+        FindRun(pattern.bytes, bytes, [&fold](uint8_t a, uint8_t b) { return fold[a] == fold[b]; });
+  }
+  return found == 0 && wide ? FindUnits(pattern, bytes, match_case) : found;
 }
 
 bool MatchData(const SearchPattern& pattern, uint32_t type, std::span<const uint8_t> data) {
@@ -170,7 +249,7 @@ bool MatchData(const SearchPattern& pattern, uint32_t type, std::span<const uint
     case kRegExpandSz:
       return MatchStringData(pattern, type, data);
     case kRegMultiSz:
-      return MatchBytes(pattern, BytesOf(DataText(type, data)));
+      return MatchStrings(pattern, data);
     default:
       return MatchBytes(pattern, data);
   }

@@ -2,11 +2,11 @@
 
 #include <algorithm>
 #include <array>
-#include <bit>
 #include <cstring>
 #include <span>
 
 #include "hive/keys.h"
+#include "host/case.h"
 #include "host/host.h"
 #include "host/long_operation.h"
 #include "records/cell.h"
@@ -35,60 +35,90 @@ struct SievedRun {
   size_t pair = 0;
 };
 
-// How many UTF-16 units stand for each byte of the code page.
-std::array<uint32_t, 256> CountUnits(const CodePage& page) {
-  std::array<uint32_t, 256> counts{};
-  for (const uint8_t byte : page.byte_of_wide) ++counts[byte];
-  return counts;
-}
-
-class ByteRules {
+// The bytes of one unit of a pattern's text as they are in names and data: one that a zero may
+// follow, or two. None for a unit that cannot be looked for.
+class UnitRules {
  public:
-  explicit ByteRules(const SearchPattern& pattern)
-      : pattern_(pattern), page_(*CurrentHost().code_page), units_(CountUnits(page_)) {}
-
-  SievedByte Of(uint8_t byte) const {
-    SievedByte sieved{0, byte, true};
-    for (unsigned other = 0; other < 256; ++other) {
-      const auto code = static_cast<uint8_t>(other);
-      if (!SameAs(code, byte)) continue;
-      if (!IsItself(code)) return {};
-      sieved.ignored |= code ^ byte;
+  explicit UnitRules(const SearchPattern& pattern)
+      : match_case_(pattern.settings.match_case), page_(*CurrentHost().code_page) {
+    if (pattern.plain || match_case_) return;
+    // The small letters of the capitals that are looked for.
+    for (uint32_t unit = 0x80; unit < 0x10000; ++unit) {
+      const char16_t capital = CapitalOf(static_cast<char16_t>(unit));
+      const bool wanted = capital != unit && pattern.units.find(capital) != std::u16string::npos;
+      if (wanted) letters_.push_back({capital, static_cast<char16_t>(unit)});
     }
-    sieved.value |= sieved.ignored;
-    sieved.usable = sieved.ignored == 0 || std::has_single_bit(sieved.ignored);
-    return sieved;
+  }
+
+  std::vector<SievedByte> Of(char16_t unit) const {
+    if (unit < 0x80) return OfAscii(unit);
+    SievedByte low{0, static_cast<uint8_t>(unit), true};
+    SievedByte high{0, static_cast<uint8_t>(unit >> 8), true};
+    if (!IsWide(unit)) return {};
+    for (const auto& [capital, letter] : letters_) {
+      if (capital != unit) continue;
+      if (!IsWide(letter)) return {};
+      low.ignored |= static_cast<uint8_t>(letter ^ unit);
+      high.ignored |= static_cast<uint8_t>((letter ^ unit) >> 8);
+    }
+    low.value |= low.ignored;
+    high.value |= high.ignored;
+    return {low, high};
   }
 
  private:
-  bool SameAs(uint8_t a, uint8_t b) const {
-    return a == b || (!pattern_.settings.match_case && pattern_.fold[a] == pattern_.fold[b]);
-  }
-  // True for a character that is the same number as byte and as unit, and comes from no other unit.
-  bool IsItself(uint8_t byte) const {
-    const bool plain = byte > ' ' && byte < 0x7F && byte != '?';
-    return plain && units_[byte] == 1 && page_.byte_of_wide[byte] == byte;
+  // A unit that is two bytes wherever it is, none of them zero: no single-byte name has it, nor has
+  // the code page.
+  bool IsWide(char16_t unit) const {
+    return unit > 0xFF && (unit & 0xFF) != 0 && page_.byte_of_wide[unit] == 0;
   }
 
-  const SearchPattern& pattern_;
+  std::vector<SievedByte> OfAscii(char16_t unit) const {
+    const bool plain = unit > u' ' && unit < 0x7F && unit != u'?';
+    const bool itself = page_.byte_of_wide[unit] == unit && page_.wide_of_byte[unit] == unit;
+    if (!plain || !itself) return {};
+    const bool letter = unit >= u'A' && unit <= u'Z' && !match_case_;
+    const uint8_t ignored = letter ? 0x20 : 0;
+    return {{ignored, static_cast<uint8_t>(unit | ignored), true}};
+  }
+
+  struct Letter {
+    char16_t capital;
+    char16_t letter;
+  };
+  bool match_case_;
   const CodePage& page_;
-  std::array<uint32_t, 256> units_;
+  std::vector<Letter> letters_;
 };
+
+// The bytes of a hex pattern are looked for as they are, or, where case is not heeded, as the code
+// page's letters.
+std::vector<SievedByte> BytesFor(const SearchPattern& pattern, uint8_t byte) {
+  SievedByte sieved{0, byte, byte > ' ' && byte < 0x7F && byte != '?'};
+  for (unsigned other = 0; other < 256 && !pattern.settings.match_case; ++other) {
+    if (pattern.fold[other] != pattern.fold[byte]) continue;
+    sieved.usable = sieved.usable && other < 0x7F;
+    sieved.ignored |= static_cast<uint8_t>(other ^ byte);
+  }
+  sieved.value |= sieved.ignored;
+  return sieved.usable ? std::vector<SievedByte>{sieved} : std::vector<SievedByte>();
+}
 
 // The longest run of usable characters.
 std::vector<SievedByte> LongestRun(const SearchPattern& pattern) {
-  const ByteRules rules(pattern);
   std::vector<SievedByte> best;
   std::vector<SievedByte> run;
-  for (const char c : pattern.bytes) {
-    const SievedByte byte = rules.Of(static_cast<uint8_t>(c));
-    if (!byte.usable) {
-      run.clear();
-      continue;
-    }
-    run.push_back(byte);
+  const auto add = [&](const std::vector<SievedByte>& bytes) {
+    if (bytes.empty()) run.clear();
+    run.insert(run.end(), bytes.begin(), bytes.end());
     if (run.size() > best.size()) best = run;
+  };
+  if (pattern.settings.hex_mode) {
+    for (const char byte : pattern.bytes) add(BytesFor(pattern, static_cast<uint8_t>(byte)));
+    return best;
   }
+  const UnitRules rules(pattern);
+  for (const char16_t unit : pattern.units) add(rules.Of(unit));
   return best;
 }
 
@@ -213,7 +243,8 @@ class Sieving {
 
   // The end of one segment and the start of the next, put together.
   void SieveSeam(uint32_t end, uint32_t next) {
-    const auto reach = static_cast<uint32_t>(2 * pattern_.bytes.size());
+    const auto reach =
+        static_cast<uint32_t>(2 * std::max(pattern_.bytes.size(), pattern_.units.size()));
     std::vector<uint8_t> seam(2 * size_t{reach});
     const uint32_t before = std::min(reach, kBigDataSegment);
     ReadBytes(hive_, end - before, seam.data() + reach - before, before);
@@ -250,7 +281,8 @@ class Sieving {
 SearchSieve SieveImage(const HiveImage& hive, const SearchPattern& pattern) {
   static_assert(kBlock + 2 <= kImageSlack);
   SearchSieve sieve;
-  if (hive.buffer != nullptr && pattern.bytes.size() <= kMaxPattern) {
+  if (hive.buffer != nullptr &&
+      std::max(pattern.bytes.size(), pattern.units.size()) <= kMaxPattern) {
     sieve.usable = Sieving(hive, pattern, sieve).Run();
   }
   return sieve;

@@ -4,8 +4,9 @@
 //
 // What it rests on: names and texts of a hive are made from its bytes one by one. A run of ASCII
 // characters in a name or text is in the image as these bytes, in either case, each perhaps
-// with a zero after it. Where that does not hold no sieve is made (Unusable), or the records are
-// let through whatever the image holds:
+// with a zero after it; a character that neither single-byte names nor the code page have is there
+// as the two bytes of its UTF-16 unit. Where that does not hold no sieve is made (Unusable), or the
+// records are let through whatever the image holds:
 // - Characters that other units may turn into ('?', the blank of a multi-string) or that a code
 //   page moves are left out of the run looked for; a pattern without two characters to look for
 //   has no sieve.

@@ -4,8 +4,9 @@
 #include <array>
 
 #include "hive/key_tree.h"
-#include "host/host.h"
 #include "host/number_text.h"
+#include "host/text.h"
+#include "records/stored_text.h"
 #include "reports/report_run.h"
 
 namespace hivequarry {
@@ -47,24 +48,34 @@ uint32_t U32At(Span bytes, size_t at) {
 uint8_t U8At(Span bytes, size_t at) { return at < bytes.size() ? bytes[at] : uint8_t{0}; }
 Span From(Span bytes, size_t at) { return bytes.subspan(std::min(at, bytes.size())); }
 
-// Zero-ended text, as far as there is any.
-std::string NarrowAt(Span bytes, size_t at) {
+// The bytes of a zero-ended text, without the zero, as far as there are any.
+Span NarrowBytesAt(Span bytes, size_t at) {
+  const Span text = From(bytes, at);
+  size_t length = 0;
+  while (length < std::min(text.size(), kMaxName) && text[length] != 0) ++length;
+  return text.first(length);
+}
+Span WideBytesAt(Span bytes, size_t at) {
+  const Span text = From(bytes, at);
+  size_t length = 0;
+  while (length < 2 * kMaxName && U16At(text, length) != 0) length += 2;
+  return text.first(length);
+}
+
+std::string NarrowText(Span bytes) {
   std::string text;
-  for (; U8At(bytes, at) != 0 && text.size() < kMaxName; ++at) {
-    text += static_cast<char>(bytes[at]);
-  }
+  AppendSingleByteData(bytes, text);
   MakeOneLine(text);
   return text;
 }
-std::string WideAt(Span bytes, size_t at) {
-  std::u16string wide;
-  for (; U16At(bytes, at) != 0 && wide.size() < kMaxName; at += 2) {
-    wide += static_cast<char16_t>(U16At(bytes, at));
-  }
-  std::string text = NarrowText(wide);
+std::string WideText(Span bytes) {
+  std::string text;
+  AppendUnits(bytes, StoredUnits::kOfString, kMaxName, text);
   MakeOneLine(text);
   return text;
 }
+std::string NarrowAt(Span bytes, size_t at) { return NarrowText(NarrowBytesAt(bytes, at)); }
+std::string WideAt(Span bytes, size_t at) { return WideText(WideBytesAt(bytes, at)); }
 
 std::string FolderAt(Span bytes, size_t at) {
   if (at > bytes.size() || bytes.size() - at < 16) return {};
@@ -157,8 +168,9 @@ ShellItem ReadFile(Span item) {
   shown.size = shown.is_file ? U32At(item, 4) : 0;
   shown.modified = U32At(item, 8);
   const bool wide = (kind & kUnicodeName) != 0;
-  shown.name = wide ? WideAt(item, kName) : NarrowAt(item, kName);
-  size_t behind = kName + (wide ? 2 * (shown.name.size() + 1) : shown.name.size() + 1);
+  const Span name = wide ? WideBytesAt(item, kName) : NarrowBytesAt(item, kName);
+  shown.name = wide ? WideText(name) : NarrowText(name);
+  const size_t behind = kName + name.size() + (wide ? 2 : 1);
   // Items of the oldest systems have the short name after the long one, and no extension.
   const Span extension = FileExtension(item, (behind + 1) & ~size_t{1});
   if (extension.empty() && !wide) shown.dos_name = NarrowAt(item, behind);
@@ -241,8 +253,9 @@ namespace {
 // The last folders of a path that has become too long, after "...".
 std::string TailOf(std::string_view path) {
   constexpr size_t kTail = 100;
-  if (path.size() <= kTail) return std::string(path);
-  const size_t split = path.find('\\', path.size() - kTail);
+  if (CountUnits(path) <= kTail) return std::string(path);
+  const size_t before = FirstUnits(path, CountUnits(path) - kTail).size();
+  const size_t split = path.find('\\', before);
   const std::string_view tail =
       split == std::string_view::npos ? std::string_view() : path.substr(split);
   return "..." + std::string(tail);
@@ -254,7 +267,7 @@ std::string JoinItemPath(std::string_view parent, std::string_view name) {
   const bool anew = name.starts_with("\\\\") || (name.size() >= 2 && name[1] == ':');
   if (anew || parent.empty()) return std::string(name);
   std::string path(parent);
-  if (path.size() + name.size() >= kMaxPath) path = TailOf(path);
+  if (CountUnits(path) + CountUnits(name) >= kMaxPath) path = TailOf(path);
   if (!path.ends_with('\\')) path += '\\';
   return path += name;
 }

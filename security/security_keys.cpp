@@ -117,7 +117,7 @@ class KeyWalk {
     const std::string date = KeyDate(facts.last_write);
     const std::string offset = PlaceText(hive_, position);
     const KeyCells cells = {paths_.PathOf(item), {date, DateValue(facts.last_write)}, offset};
-    facts.path = paths_.LosslessOf(item);
+    facts.path = paths_.StoredPathOf(item);
     AddListRow(list_, order(cells), position, facts);
   }
 

@@ -120,7 +120,7 @@ TEST(KeyPathTest, NothingOfANameIsLost) {
   for (const char* name : names) builder.Root().NewKey(name);
   builder.Key("a").NewKey("b");
   OpenedHive opened(builder.Build());
-  for (const char* const root : {"HKLM\\#\\%41", "#", "\xE4", ""}) {
+  for (const char* const root : {"HKLM\\#\\%41", "#", "\u00E4", ""}) {
     SetRootPath(opened.hive, root);
     if (*root == '\0') opened.hive.root.label = opened.hive.root.long_prefix = "";
     for (uint32_t item = 0; item < opened.tree.items.size(); ++item) {
@@ -169,7 +169,7 @@ TEST(KeyPathTest, SoftwareAndUsers) {
       {"HKLM\\SOFTWARE", "HKLM", nullptr},
       {"HKLM\\SOFTWARE", "HKLM\\SYSTEM\\Setup", nullptr},
       {"HKLM\\SOFTWARE", "HKCU\\A", nullptr},
-      {"HKLM\\SOFTWARE", "HKLM\\SOFTWARE\\\xC3\x89", "\xE9"},
+      {"HKLM\\SOFTWARE", "HKLM\\SOFTWARE\\\u00C9", "\u00E9"},
       {"HKLM\\SOFTWARE", "HKCR\\.txt", "Classes\\.txt"},
       {"HKLM\\SOFTWARE", "HKLM\\A\\B", "A\\B"},          // set in a hive labelled HKLM
       {"HKLM\\SOFTWARE", "HKLM\\SETUP\\gone", nullptr},  // likewise

@@ -117,7 +117,7 @@ void ExpectSameValue(const HiveImage& hive, const PlainValue& plain) {
   SCOPED_TRACE(::testing::Message() << "value at " << plain.position);
   EXPECT_EQ(value.status == ValueStatus::kRead, plain.readable);
   EXPECT_EQ(value.type, plain.type);
-  EXPECT_EQ(ValueNameUtf8(hive, value), Utf8FromWide(plain.name));
+  EXPECT_EQ(value.name, TextOfWide(plain.name));
   EXPECT_TRUE(data == plain.data);
 }
 
@@ -135,7 +135,7 @@ void ExpectSameKey(const Opened& opened, const std::vector<PlainKey>& keys, cons
   }
   const KeyNode node = ReadKeyNode(hive, plain.position, KeyRead::kFields);
   EXPECT_EQ(node.last_write, plain.time);
-  EXPECT_EQ(KeyNameUtf8(hive, plain.position), Utf8FromWide(plain.name));
+  EXPECT_EQ(ReadKeyName(hive, plain.position), TextOfWide(plain.name));
   std::vector<uint32_t> values = ValuesOf(hive, plain.position);
   std::erase_if(values, [&](uint32_t value) {
     return value == kNoOffset || ReadU16(hive, value + 4) != kSignatureVk;
@@ -312,10 +312,10 @@ TEST_F(Corpus, KnownDisconnectedKeys) {
     const uint32_t item = ItemOfPosition(opened.tree, position);
     ASSERT_NE(item, kNoItem);
     EXPECT_FALSE(opened.tree.items[item].connected);
-    EXPECT_EQ(KeyNameUtf8(hive, position), c.name);
+    EXPECT_EQ(ReadKeyName(hive, position), c.name);
     const KeyNode node = ReadKeyNode(hive, position, KeyRead::kFields);
     if (c.parent != nullptr) {
-      EXPECT_EQ(KeyNameUtf8(hive, node.parent), c.parent);
+      EXPECT_EQ(ReadKeyName(hive, node.parent), c.parent);
     }
     if (c.last_write != nullptr) {
       EXPECT_EQ(FormatIso8601(node.last_write), c.last_write);
@@ -328,7 +328,7 @@ TEST_F(Corpus, KeysOfATruncatedHiveKnowTheirParent) {
   for (const uint32_t item : DisconnectedKeys(opened)) {
     const uint32_t position = opened.tree.items[item].position;
     const KeyNode node = ReadKeyNode(*opened.hive, position, KeyRead::kFields);
-    EXPECT_EQ(KeyNameUtf8(*opened.hive, node.parent), "key_with_many_subkeys");
+    EXPECT_EQ(ReadKeyName(*opened.hive, node.parent), "key_with_many_subkeys");
     EXPECT_EQ(node.name.find_first_not_of("0123456789"), std::string::npos) << node.name;
   }
 }

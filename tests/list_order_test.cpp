@@ -47,9 +47,10 @@ TEST(SortTest, Modes) {
     const char* order;
     const char* descending;
   } cases[] = {
-      {SortMode::kText, {"b", "B", "a", "ab", "", "_"}, "452301", "103254"},
-      {SortMode::kText, {"K\\b", "k\\a", "K\\a"}, "120", "021"},
-      {SortMode::kText, {"o", "\xF6", "\xD6", "p", "\xF6z", "oa"}, "012543", "345210"},
+      {SortMode::kText, {"b", "B", "a", "ab", "", "_"}, "423015", "501324"},
+      {SortMode::kText, {"K\\b", "k\\a", "K\\a"}, "120", "012"},
+      {SortMode::kText, {"o", "\u00F6", "\u00D6", "p", "\u00F6z", "oa"}, "053124", "412350"},
+      {SortMode::kText, {"\u0431", "\u0410", "\u0430", "z", "\u65E5"}, "31204", "40123"},
       {SortMode::kText, {same + "c", same + "a", same, same + "b"}, "2130", "0312"},
       {SortMode::kText, {"same", "same"}, "01", "01"},
       {SortMode::kLength, {"ccc", "bb", "aaa", ""}, "3102", "0213"},
@@ -97,7 +98,7 @@ TEST(SortTest, StopEndsItWithAllRowsStillThere) {
 }
 
 TEST(FindTest, NextAndPrevious) {
-  const OutputListPtr list = ListOf({"Alpha", "beta", "ALPHABET", "gamma", "\xE4lpha"});
+  const OutputListPtr list = ListOf({"Alpha", "beta", "ALPHABET", "gamma", "\u00E4lpha"});
   const Rows rows = {4, 3, 2, 1, 0};  // shown the other way round
   const struct {
     FindRequest request;
@@ -112,7 +113,7 @@ TEST(FindTest, NextAndPrevious) {
                {{"alpha", 4, false, true}, 2, ""},
                {{"BET", 99, true, true}, 2, ""},
                {{"gamma", 1, true, true}, 1, kPassedEnd},  // the row in focus comes last
-               {{"\xC4L", -1, false, true}, 0, ""},
+               {{"\u00C4L", -1, false, true}, 0, ""},
                {{"K", -1, true, true}, 0, ""},  // the first column of any
                {{"nowhere", 3, true, true}, -1, kPassedEnd},
                {{"", 3, true, true}, -1, ""}};

@@ -52,10 +52,10 @@ TEST_F(LiveTest, WalksKeysBeforeTheirChildrenAndPassesOverWhatItCannotOpen) {
   registry_.At(u"HKLM\\A").keys.emplace_back(new MemoryKey)->name = u"B\0x"s;
   EXPECT_EQ(Walk("HKEY_LOCAL_MACHINE\\a\\"),
             (Texts{"HKEY_LOCAL_MACHINE\\a: ; =text of A", "HKEY_LOCAL_MACHINE\\a\\B: ;",
-                   "HKEY_LOCAL_MACHINE\\a\\B\\?: ; ?=0x00000201 (513)",
+                   "HKEY_LOCAL_MACHINE\\a\\B\\\u03A9: ; \u03A9=0x00000201 (513)",
                    "HKEY_LOCAL_MACHINE\\a\\Denied: Access denied;",
                    "HKEY_LOCAL_MACHINE\\a\\Odd: Error 1450;", "HKEY_LOCAL_MACHINE\\a\\Round: ;",
-                   "HKEY_LOCAL_MACHINE\\a\\B\0x: not found;"s}));
+                   "HKEY_LOCAL_MACHINE\\a\\B\\u{0}x: not found;"}));
   EXPECT_EQ(Walk("HKLM\\A\\Round\\Denied"), Texts{"HKLM\\A\\Round\\Denied: Access denied;"});
   EXPECT_EQ(Walk("HKLM\\Missing"), Texts{"HKLM\\Missing: not found;"});
   EXPECT_EQ(Walk("NOROOT\\A"), Texts{"NOROOT\\A: not found;"});

@@ -150,7 +150,8 @@ TEST_F(MergeTest, EveryChangeIsOneRow) {
          key.Set(u"Number", kRegBinary, {7, 0, 0, 0});
        },
        {}},
-      {[](MemoryKey& key) { key.SetText(u"\u03A9", u"\u03A9 \u4E2E"); }, {a + "?|? ?|? ?|"}},
+      {[](MemoryKey& key) { key.SetText(u"\u03A9", u"\u03A9 \u4E2E"); },
+       {a + "\u03A9|\u03A9 \u4E2D|\u03A9 \u4E2E|"}},
       {[](MemoryKey& key) { key.values.erase(key.values.begin()); },
        {a + "(Default value)|unnamed|(not found)|"}},
       {[](MemoryKey& key) { key.values[1].name = u"NUMBER"; }, {}},
@@ -158,10 +159,10 @@ TEST_F(MergeTest, EveryChangeIsOneRow) {
       {[](MemoryKey& key) { key.Add(u"More").Add(u"Below"); },
        {"HKLM\\SYSTEM\\A\\More||(not found)||"}},
       {[](MemoryKey& key) { key.keys.erase(key.keys.begin() + 1); },
-       {"HKLM\\SYSTEM\\A\\?mega|||(not found)|"}},
+       {"HKLM\\SYSTEM\\A\\\u03A9mega|||(not found)|"}},
       {[](MemoryKey& key) { key.Find(u"\u03A9mega")->name = u"\u03C9MEGA"; }, {}},
       {[](MemoryKey& key) { key.Find(u"\u03A9mega")->Find(u"deep")->values[0].data[29'999] ^= 1; },
-       {"HKLM\\SYSTEM\\A\\?mega\\Deep|Blob|"}},
+       {"HKLM\\SYSTEM\\A\\\u03A9mega\\Deep|Blob|"}},
       {[](MemoryKey& key) { key.Set(u"Raw", 0x77, Bytes(0x500001)); },
        {a + "Raw|01 02 |(unknown error)|"}},
   };
@@ -210,7 +211,7 @@ TEST_F(MergeTest, RowsLeadBackToTheHive) {
 
 TEST_F(MergeTest, Refusals) {
   registry_.At(u"HKLM\\SYSTEM\\A\\\u03A9mega").write_error = kRegistryDenied;
-  EXPECT_EQ(Merge("A"), Texts{"HKLM\\SYSTEM|A\\?mega\\Deep||error 5|"});
+  EXPECT_EQ(Merge("A"), Texts{"HKLM\\SYSTEM|A\\\u03A9mega\\Deep||error 5|"});
   EXPECT_EQ(Merge("A", {false}), Texts());
   EXPECT_EQ(counts_.keys, 3U);
   Messages();
@@ -273,13 +274,13 @@ class OddMergeTest : public MergeTest {
 };
 
 TEST_F(OddMergeTest, NamesThatStandForOthersAreNotWritten) {
-  EXPECT_EQ(Merge("Bad"), (Texts{"HKLM\\SYSTEM|Bad|zero\0x|Name can not be written|"s,
+  EXPECT_EQ(Merge("Bad"), (Texts{"HKLM\\SYSTEM|Bad|zero\\u{0}x|Name can not be written|",
                                  "HKLM\\SYSTEM|Bad|(Default value)|Can not be read|",
-                                 "HKLM\\SYSTEM|Bad\\back?{5C}slash||Name can not be written|"}));
+                                 "HKLM\\SYSTEM|Bad\\back\\u{5C}slash||Name can not be written|"}));
   EXPECT_EQ(registry_.At(u"HKLM\\SYSTEM\\Bad").values.size(), 1U);
   EXPECT_TRUE(registry_.At(u"HKLM\\SYSTEM\\Bad").keys.empty());
-  EXPECT_EQ(Compare("Bad"), (Texts{"HKLM\\SYSTEM\\Bad|zero\0x|01 |(unknown error)|"s,
-                                   "HKLM\\SYSTEM\\Bad\\back?{5C}slash|||(unknown error)|"}));
+  EXPECT_EQ(Compare("Bad"), (Texts{"HKLM\\SYSTEM\\Bad|zero\\u{0}x|01 |(unknown error)|",
+                                   "HKLM\\SYSTEM\\Bad\\back\\u{5C}slash|||(unknown error)|"}));
 }
 
 TEST_F(OddMergeTest, LinksAreMadeAndNotFollowed) {

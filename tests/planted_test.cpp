@@ -450,13 +450,13 @@ TEST(NameCase, CyrillicAndGreekNames) {
   builder.Key("Caf\xC3\xA9").Sz("v", "bar");                  // "Café"
   OpenedHive opened(builder.Build());
   const auto found = [&](std::u16string_view path) {
-    return FindItemByPath(opened.hive, opened.tree, path);
+    return FindItemByPath(opened.hive, opened.tree, TextOfWide(path));
   };
   EXPECT_NE(found(u"\u0436\u0423\u043A"), kNoItem);
   EXPECT_EQ(found(u"\u043A\u041E\u0422"), found(u"ROOT\\\u041A\u043E\u0442"));
   EXPECT_NE(found(u"\u0436\u0423\u043A"), found(u"\u043A\u041E\u0422"));
   EXPECT_EQ(found(u"\u0436"), kNoItem);
-  EXPECT_EQ(opened.Item("CAF\xC9"), found(u"caf\u00E9"));
+  EXPECT_EQ(opened.Item("CAF\xC3\x89"), found(u"caf\u00E9"));
 }
 
 }  // namespace

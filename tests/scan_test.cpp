@@ -21,8 +21,8 @@ TEST(Scan, SoundHive) {
   for (const List kind : {List::kLf, List::kLh, List::kLi, List::kRiOfLh, List::kRiOfLi}) {
     builder.Root().ListStyle(kind, 2);
     OpenedHive opened(builder.Build());
-    EXPECT_EQ(opened.Paths(), (Texts{"a", "b", "b\\One", "b\\two", "C", "C\\?", "Disconnected Keys",
-                                     "Disconnected Values"}));
+    EXPECT_EQ(opened.Paths(), (Texts{"a", "b", "b\\One", "b\\two", "C", "C\\\u0416",
+                                     "Disconnected Keys", "Disconnected Values"}));
     EXPECT_EQ(opened.summary.keys, 7u);
     EXPECT_EQ(opened.summary.connected_keys, 7u);
     EXPECT_EQ(opened.summary.disconnected_keys, 0u);

@@ -39,8 +39,9 @@ SearchPattern Compiled(const std::string& pattern, std::string_view ticks) {
 }
 
 TEST(Search, DigitsAndTextMirrorEachOther) {
-  EXPECT_EQ(HexOfText("Az\xFF"), "417AFF");
-  EXPECT_EQ(TextOfHex("417aff0"), "Az\xFF");
+  EXPECT_EQ(HexOfText("Az\u00FF"), "417AFF");
+  EXPECT_EQ(TextOfHex("417aff0"), "Az\u00FF");
+  EXPECT_EQ(HexOfText("A\u0416"), "41001604");       // what the code page lacks, as UTF-16
   EXPECT_EQ(TextOfHex("G0"), std::string(1, '\0'));  // 16 for the letter after F
   EXPECT_EQ(Compiled("00000401", "nd").bytes, std::string("\x01\x04\0\0", 4));
   EXPECT_EQ(Compiled("0401", "nd").bytes, "\x04\x01");  // no number: not 8 digits
@@ -78,7 +79,7 @@ TEST(Search, DigitsAsPeopleWriteThem) {
     const bool usable = c.fault == HexFault::kNone && *c.digits != 0;
     EXPECT_EQ(CompilePattern(Asked(c.text, "hd"), pattern), usable);
     if (usable) {
-      EXPECT_EQ(pattern.bytes, TextOfHex(c.digits));
+      EXPECT_EQ(pattern.bytes, BytesOfHex(c.digits));
     }
   }
   EXPECT_EQ(Compiled("0x00000401", "nd").bytes, std::string("\x01\x04\0\0", 4));
@@ -96,8 +97,11 @@ TEST(Search, FindsBytes) {
       {"aab", "d", "aaab", 5},
       {"aba", "d", "abcababa", 7},
       {"ab", "d", std::string("a\0b", 3), 0},
-      {"ab", "dw", std::string("a\0b\0", 4), 4},
-      {"aab", "dw", std::string("a\0a\0a\0b\0", 8), 8},
+      {"ab", "dw", std::string("a\0b\0", 4), 5},
+      {"aab", "dw", std::string("a\0a\0a\0b\0", 8), 9},
+      {"\u0436", "dw", "x\x16\x04", 4},
+      {"\u0436", "dwc", "x\x16\x04", 0},
+      {"\u0436", "d", "x\x16\x04", 0},
       {"6142", "hd", "xaB", 4},
       {"e4", "hd", "\xC4", 2},  // a letter's capital form, in the code page
   };
@@ -146,16 +150,18 @@ TEST(Search, WhatEachTickFinds) {
     Texts hits;
   } cases[] = {
       {"Ended", "dl", {"Other:Twice"}},
-      {"run", "kvd", {"Run", "Run:RunOnce", "Run:(Default value)", "?? run", "?? run:List"}},
+      {"run",
+       "kvd",
+       {"Run", "Run:RunOnce", "Run:(Default value)", "\u041D\u043E run", "\u041D\u043E run:List"}},
       {"run", "kvdl", {"Run"}},
-      {"run", "kvdc", {"Run:(Default value)", "?? run", "?? run:List"}},
-      {"one two run ", "dl", {"?? run:List"}},
+      {"run", "kvdc", {"Run:(Default value)", "\u041D\u043E run", "\u041D\u043E run:List"}},
+      {"two run", "dl", {"\u041D\u043E run:List"}},
       {"00000401", "nkvd", {"Run:Small"}},
       {"01040000", "hd", {"Run:Same"}},
       {"abc", "dw", {"Other:Narrow", "Other:abc", "Run:Odd"}},
       {"610062006300", "hd", {"Other:Narrow", "Other:abc", "Run:Odd"}},
       {"610062006300", "hdc", {"Other:Narrow", "Other:abc"}},
-      {"1D043E042000", "hk", {"?? run"}},
+      {"1D043E042000", "hk", {"\u041D\u043E run"}},
       {"4E00610072", "hv", {"Other:Narrow"}},
   };
   for (const auto& c : cases) {
@@ -249,10 +255,14 @@ std::string RandomPattern(const OpenedHive& opened, std::mt19937& random) {
                                         ValueRead::kData, kMaxValueData, &data);
     text = random() % 2 != 0 ? value.name : DataText(value.type, data);
   }
-  if (text.empty()) return "?";
-  text = text.substr(random() % text.size(), 1 + random() % 12);
-  if (random() % 4 == 0) text[random() % text.size()] = static_cast<char>(32 + random() % 224);
-  return text;
+  std::u16string units = WideOfText(text);
+  if (units.empty()) return "?";
+  units = units.substr(random() % units.size(), 1 + random() % 12);
+  if (random() % 4 == 0) {
+    units[random() % units.size()] = static_cast<char16_t>(32 + random() % 0x600);
+  }
+  for (char16_t& unit : units) unit = random() % 4 == 0 ? CapitalOf(unit) : unit;
+  return TextOfWide(units);
 }
 
 void ExpectSameWithAndWithoutSieve(const OpenedHive& opened, uint32_t seed, int patterns) {
@@ -288,7 +298,8 @@ TEST(Search, SieveChangesNothing) {
   const OpenedHive damaged(testing::DamagedSample());
   ExpectSameWithAndWithoutSieve(odd, 1, 400);
   ExpectSameWithAndWithoutSieve(damaged, 2, 400);
-  for (const char* text : {"seam", "seamed", "ne two", "\x80uro", "Unnamed(", "ROOT", "zzqq"}) {
+  for (const char* text : {"seam", "seamed", "ne two", "\u20ACuro", "\u00F6SS", "\u00F6\u00DFE",
+                           "\u0436", "Unnamed(", "ROOT", "zzqq"}) {
     const SearchPattern pattern = Compiled(text, "kvdw");
     EXPECT_EQ(Rows(odd, pattern, SearchWay::kSieved), Rows(odd, pattern, SearchWay::kPlain))
         << text;

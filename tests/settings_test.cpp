@@ -115,9 +115,8 @@ TEST(ProfileTest, WritingKeepsTheRest) {
 
 Settings SomeSettings() {
   Settings settings;
-  settings.histories.search_texts = {" a", "b\xE9\"", std::string(70, 'c')};
+  settings.histories.search_texts = {" a", "b\u00E9\"", std::string(70, 'c')};
   settings.histories.sids = {"S-1-5-32-544"};
-  // In the code page, not in it, and one whose code-page bytes look like UTF-8.
   settings.histories.recent_files = {"C:\\\u00E4", "C:\\\u0436", "C:\\\u00C3\u00B6"};
   settings.folders[kFolderBackups] = "D:\\B";
   settings.options.number_rows = true;
@@ -154,7 +153,7 @@ TEST(SettingsTest, RoundTrip) {
       "; mine\r\n[KDATES]\r\nLastBackup=x\r\n[FTSC]\r\nFC4=\r\nFC0=\" a\"\r\n",
       "ccc\r\n[CBSIDS]\r\nCBS0=S-1-5-32-544\r\n"
       "[KAS]\r\nKGP1=0111111000111010\r\nDI=0\r\nFPART=0;4294967295\r\n"
-      "[LTFS]\r\nLF0=C:\\\xE4\r\nLF1=C:\\\xD0\xB6\r\nLF2=C:\\\xC3\x83\xC2\xB6\r\n"
+      "[LTFS]\r\nLF0=C:\\\u00E4\r\nLF1=C:\\\xD0\xB6\r\nLF2=C:\\\xC3\x83\xC2\xB6\r\n"
       "[LTDS]\r\nLD4=D:\\B\r\n"
       "[WPS1]\r\nw10=-8\r\nw11=0\r\nw12=700\r\nw13=500\r\nw14=1\r\n"
       "[WPS2]\r\nw20=120\r\nw21=0\r\nw22=80\r\n[WPS3]\r\nw30=60\r\n",

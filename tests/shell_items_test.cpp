@@ -76,7 +76,7 @@ TEST(ShellItems, Files) {
   EXPECT_EQ(old.dos_name, "LONG~1.TXT");
   EXPECT_TRUE(old.is_file);
   EXPECT_EQ(old.size, 12345u);
-  EXPECT_EQ(ReadShellItem(Hex("1600 3600 00000000 00000000 2000 6100e900 0000")).name, "a\xE9");
+  EXPECT_EQ(ReadShellItem(Hex("1600 3600 00000000 00000000 2000 6100e900 0000")).name, "a\u00E9");
 }
 
 TEST(ShellItems, Lists) {

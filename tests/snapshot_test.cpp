@@ -30,13 +30,13 @@ using namespace std::string_literals;
 
 // Everything of a branch in lines, whatever its own name.
 void Describe(const MemoryKey& key, const std::string& path, Texts& lines) {
-  lines.push_back(path + " class " + Utf8FromWide(key.class_name) + (key.is_link ? " link" : "") +
+  lines.push_back(path + " class " + TextOfWide(key.class_name) + (key.is_link ? " link" : "") +
                   " " + std::string(key.security.begin(), key.security.end()));
   for (const MemoryValue& value : key.values) {
-    lines.push_back(path + ": " + Utf8FromWide(value.name) + " " + std::to_string(value.type) +
-                    " " + std::string(value.data.begin(), value.data.end()));
+    lines.push_back(path + ": " + TextOfWide(value.name) + " " + std::to_string(value.type) + " " +
+                    std::string(value.data.begin(), value.data.end()));
   }
-  for (const auto& each : key.keys) Describe(*each, path + "\\" + Utf8FromWide(each->name), lines);
+  for (const auto& each : key.keys) Describe(*each, path + "\\" + TextOfWide(each->name), lines);
 }
 
 Texts Described(const MemoryKey& key) {
@@ -202,7 +202,7 @@ TEST_F(SnapshotTest, HoldsTheBranchAsItWas) {
   EXPECT_TRUE(opened.hive.header_valid && opened.hive.root_valid);
   EXPECT_EQ(opened.tree.root_text, "HKLM\\SOFTWARE\\Tools");
   EXPECT_EQ(opened.hive.root.long_prefix, "HKEY_LOCAL_MACHINE\\SOFTWARE\\Tools\\");
-  EXPECT_TRUE(opened.Has("?\\Below"));
+  EXPECT_TRUE(opened.Has("\u4E2D\\Below"));
 }
 
 TEST_F(SnapshotTest, ListsWhatCannotBeReadOrCopied) {
@@ -344,7 +344,7 @@ TEST_F(SnapshotTest, WholeRootsAreKnownByTheirFiles) {
   for (const WholeRoot& root : WholeRoots()) {
     SCOPED_TRACE(root.file_name);
     const SnapshotResult result = MakeRootSnapshot(root, folder_.folder(), *errors_);
-    const bool there = registry_.Find(WidenText(root.path)) != nullptr;
+    const bool there = registry_.Find(WideOfText(root.path)) != nullptr;
     EXPECT_EQ(result.step, there ? SnapshotStep::kDone : SnapshotStep::kOpen);
     if (!there) continue;
     const Bytes bytes = ContentOf<Bytes>(result.file);

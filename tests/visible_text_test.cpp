@@ -43,7 +43,7 @@ TEST(VisibleText, Escapes) {
 }
 
 TEST(VisibleText, LinesOfMessages) {
-  EXPECT_EQ(VisibleLine("Can not open \u0416\x1B\r\n(n\x93\n\xFF)"),
+  EXPECT_EQ(VisibleLine("Can not open \u0416\x1B\r\n(n\u201C\n\u00FF)"),
             "Can not open \u0416\\u{1B} (n\u201C \u00FF)");
   EXPECT_EQ(VisibleLines("a\r\n\tb\rc\nd\x1B"), "a\r\n\tb\\u{D}c\nd\\u{1B}");
 }
@@ -81,7 +81,8 @@ TEST(VisibleText, NoNameForgesALine) {
 
 TEST(VisibleText, JsonAndCsvForTerminals) {
   const OutputListPtr list = MakeOutputList(36);
-  for (const std::string_view first : {"=1+1", "+1", "-1", "@a", "\tb", "\rc", "d=", "\x9D\x1B"}) {
+  for (const std::string_view first :
+       {"=1+1", "+1", "-1", "@a", "\tb", "\rc", "d=", "\u009D\x1B"}) {
     const Cell cells[] = {first, "x"};
     NewRow row;
     row.cells = cells;

@@ -19,11 +19,11 @@ std::u16string ShortPath(const std::u16string& path) {
 }  // namespace
 
 std::u16string RecentHiveText(size_t index, const std::string& file) {
-  std::u16string text = ShortPath(WideFromUtf8(file));
+  std::u16string text = ShortPath(WideOfText(file));
   for (size_t at = 0; (at = text.find(u'&', at)) != std::u16string::npos; at += 2) {
     text.insert(at, 1, u'&');  // shown as it is, no mnemonic
   }
-  return u"&" + WideFromUtf8(std::to_string(index + 1)) + u" " + text;
+  return u"&" + WideOfText(std::to_string(index + 1)) + u" " + text;
 }
 
 }  // namespace hivequarry

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "host/host.h"
+#include "host/text.h"
 
 namespace hivequarry {
 namespace {
@@ -11,8 +11,8 @@ constexpr char16_t kZeroSymbol = 0x2400;
 
 }  // namespace
 
-std::u16string ShownText(std::string_view narrow) {
-  std::u16string text = WidenText(narrow);
+std::u16string ShownText(std::string_view shown) {
+  std::u16string text = WideOfText(shown);
   std::replace(text.begin(), text.end(), u'\0', kZeroSymbol);
   return text;
 }

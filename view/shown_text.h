@@ -1,4 +1,4 @@
-// Code-page text on its way to the screen.
+// Text on its way to the screen.
 #pragma once
 
 #include <string>
@@ -8,6 +8,6 @@ namespace hivequarry {
 
 // Names and value texts as UTF-16. A zero character would end the text in a control, so it becomes
 // its visible symbol.
-std::u16string ShownText(std::string_view narrow);
+std::u16string ShownText(std::string_view shown);
 
 }  // namespace hivequarry

@@ -31,9 +31,7 @@ uint32_t ItemListingValue(const HiveImage& hive, const KeyTree& tree, uint32_t p
 
 FoundItem FindItemByName(const HiveImage& hive, const KeyTree& tree, const TreeFindRequest& request,
                          const std::function<void()>& passed) {
-  const CaseTable capitals = CurrentCapitals();
-  std::string text = request.text;
-  text = Capitals(capitals, text);
+  const std::string text = CapitalsOfText(request.text);
   const auto count = static_cast<int64_t>(tree.items.size());
   const int64_t step = request.down ? 1 : -1;
   int64_t at = request.from < count ? request.from : request.down ? -1 : count;
@@ -47,8 +45,7 @@ FoundItem FindItemByName(const HiveImage& hive, const KeyTree& tree, const TreeF
     }
     const auto item = static_cast<uint32_t>(at);
     if (tree.items[item].hidden) continue;
-    std::string name = ItemName(hive, tree, item);
-    name = Capitals(capitals, name);
+    const std::string name = CapitalsOfText(ItemName(hive, tree, item));
     if (name.find(text) != std::string::npos) return {item, false};
   }
   return {};

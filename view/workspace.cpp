@@ -39,9 +39,9 @@ std::vector<Note> NotesOn(const HiveImage& hive) {
 
 ItemValues WorkspaceRows(const HiveImage& hive, const KeyTree& tree) {
   ItemValues values;
-  values.info_rows.push_back(
-      {tree.root_text, KindOf(hive), NarrowText(WideFromUtf8(hive.file_name)),
-       PositionText(hive.base_offset), static_cast<int>(ValueIcon::kFolder)});
+  values.info_rows.push_back({tree.root_text, KindOf(hive), hive.file_name,
+                              PositionText(hive.base_offset),
+                              static_cast<int>(ValueIcon::kFolder)});
   for (const Note& note : NotesOn(hive)) {
     values.info_rows.push_back(
         {note.label, "Info", note.words, "", static_cast<int>(ValueIcon::kBinary)});
@@ -65,7 +65,7 @@ std::u16string WorkspaceDetail(const HiveImage& hive, const KeyTree& tree,
   AddCount(text, "Values", summary.values);
   AddCount(text, "  of them disconnected", summary.disconnected_values);
   AddCount(text, "Security records", summary.security_records);
-  return u"File: " + WideFromUtf8(hive.file_name) + u"\r\n" + ShownText(text);
+  return u"File: " + WideOfText(hive.file_name) + u"\r\n" + ShownText(text);
 }
 
 }  // namespace hivequarry

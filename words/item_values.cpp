@@ -9,6 +9,7 @@
 #include "hive/values.h"
 #include "host/host.h"
 #include "host/number_text.h"
+#include "host/visible_text.h"
 #include "recovery/list_recorder.h"
 
 namespace hivequarry {
@@ -72,7 +73,7 @@ bool IsOrdinaryType(uint32_t type) { return (type >= 1 && type <= 4) || type == 
 
 void MakeTechnical(const HiveImage& hive, const ValueKey& value, ValueRow& row) {
   row.name = Concat({Hex(PlaceOf(hive, value.position)), "ovk, ", Decimal(value.name_length),
-                     "ln, ", Decimal(value.data_length), "ld, ", value.name});
+                     "ln, ", Decimal(value.data_length), "ld, ", ShownValueName(value.name)});
   const uint32_t data = PlaceOf(hive, value.data_position);
   row.data = IsOrdinaryType(value.type)
                  ? Concat({Hex(data), "od, (", Decimal(value.type), ")"})
@@ -123,7 +124,7 @@ void AddKeyFields(const HiveImage& hive, const KeyNode& key, DetailLines& lines)
   lines.Add("Key date", FormatTimestampChecked(key.last_write));
   lines.AddPosition("Parent", key.parent);
   const KeyNode parent = ReadKeyNode(hive, key.parent, KeyRead::kFields);
-  if (parent.state != KeyState::kNotAKey) lines.Add("Parent name", parent.name);
+  if (parent.state != KeyState::kNotAKey) lines.Add("Parent name", ShownKeyName(parent.name));
   lines.AddCount("Subkeys", key.subkey_count);
   lines.AddPosition("Subkey list", key.subkey_list);
   lines.Add("List kind", ListText(key.list));
@@ -133,7 +134,7 @@ void AddKeyFields(const HiveImage& hive, const KeyNode& key, DetailLines& lines)
   lines.AddPosition("Value list", key.value_list);
   lines.AddPosition("Security record", key.security);
   lines.AddPosition("Class name", key.class_name);
-  lines.Add("Class", DataText(kRegSz, ReadClassName(hive, key)));
+  lines.Add("Class", ShownValueName(DataText(kRegSz, ReadClassName(hive, key))));
   lines.AddCount("Name length", key.name_length);
 }
 
@@ -376,10 +377,7 @@ std::vector<DetailField> KeyFieldsAt(const HiveImage& hive, const KeyTree& tree,
   const KeyNode key = ReadKeyNode(hive, position, KeyRead::kDiagnose);
   DetailLines lines{hive};
   if (item == kNoItem && key.state == KeyState::kNotAKey) return lines.fields;
-  lines.Add("Key", item == kNoItem ? key.name : LongItemPath(hive, tree, item));
-  if (key.name_length > key.name.size() && key.name.ends_with("...")) {
-    lines.Add("Name", NarrowText(WideKeyName(ImageBytes(hive), position, key.name_length)));
-  }
+  lines.Add("Key", item == kNoItem ? ShownKeyName(key.name) : LongItemPath(hive, tree, item));
   const uint16_t marks = item == kNoItem ? uint16_t{0} : tree.items[item].marks;
   if ((marks & kVirtualMarks) == 0) {
     AddKeyFields(hive, key, lines);

@@ -10,6 +10,8 @@
 #include "hive/timestamp.h"
 #include "hive/values.h"
 #include "host/number_text.h"
+#include "host/text.h"
+#include "host/visible_text.h"
 #include "records/cell.h"
 #include "recovery/scan.h"
 #include "words/value_text.h"
@@ -148,9 +150,9 @@ RecordPlace PlaceOf(const HiveImage& hive, const Span& span) {
 
 // --- what fields mean --------------------------------------------------------------------------
 
-std::string Quoted(std::string name) {
-  if (name.size() > kMostNameShown) name = name.substr(0, kMostNameShown) + "...";
-  return " \"" + name + "\"";
+std::string Quoted(std::string_view name) {
+  const std::string_view shown = FirstUnits(name, kMostNameShown);
+  return Concat({" \"", shown, shown.size() < name.size() ? "...\"" : "\""});
 }
 
 std::string ValueNameAt(const HiveImage& hive, uint32_t position) {
@@ -181,7 +183,7 @@ std::string ListWords(const HiveImage& hive, uint32_t position) {
 std::string TargetWords(const HiveImage& hive, uint32_t position) {
   const RecordKind kind = KindAt(hive, position);
   std::string words = RecordKindWord(kind);
-  if (kind == RecordKind::kKey) words += Quoted(ReadKeyName(hive, position));
+  if (kind == RecordKind::kKey) words += Quoted(ShownKeyName(ReadKeyName(hive, position)));
   if (kind == RecordKind::kValue) words += Quoted(ValueNameAt(hive, position));
   if (kind == RecordKind::kList) words += ListWords(hive, position);
   if (kind == RecordKind::kAllocated || kind == RecordKind::kFree) {

@@ -1,11 +1,12 @@
 #include "words/value_text.h"
 
 #include <algorithm>
-#include <bit>
 #include <cstring>
 
-#include "host/host.h"
 #include "host/number_text.h"
+#include "host/text.h"
+#include "host/visible_text.h"
+#include "records/stored_text.h"
 
 namespace hivequarry {
 namespace {
@@ -48,89 +49,43 @@ bool IsUtf16Type(uint32_t type) {
   return type == kRegSz || type == kRegExpandSz || type == kRegMultiSz;
 }
 
-// An odd last byte counts as a unit of its own.
+// Characters are those of UTF-16: an odd last byte counts as one.
 size_t UnitCount(std::span<const uint8_t> data) { return (data.size() + 1) / 2; }
 
-char16_t UnitAt(std::span<const uint8_t> data, size_t index) {
-  const uint32_t high = 2 * index + 1 < data.size() ? data[2 * index + 1] : 0U;
-  return static_cast<char16_t>(data[2 * index] | high << 8);
-}
-
-uint8_t NarrowOf(const CodePage& page, char16_t unit) {
-  const uint8_t byte = page.byte_of_wide[unit];
-  return byte == 0 && unit != 0 ? uint8_t{'?'} : byte;
-}
-
-// Four units below 0x80 as bytes, the first one lowest.
-uint32_t PackUnits(uint64_t units) {
-  units = (units | units >> 8) & 0x0000FFFF0000FFFF;
-  return static_cast<uint32_t>(units | units >> 16);
-}
-
-// Nearly all text is ASCII: narrows units from number `from` on, four at a time, up to the first
-// four with another among them. Returns the number of the first unit that is left.
-size_t NarrowAscii(std::span<const uint8_t> data, size_t from, size_t end, char* text) {
-  for (; from + 4 <= end && 2 * from + 8 <= data.size(); from += 4) {
-    const uint64_t units = LoadU64(data.data() + 2 * from);
-    if ((units & 0xFF80FF80FF80FF80) != 0) break;
-    const uint32_t packed = PackUnits(units);
-    static_assert(std::endian::native == std::endian::little);
-    std::memcpy(text + from, &packed, sizeof packed);
-  }
-  return from;
-}
-
 // At most `limit` characters of a string's text, zeros kept.
-void AppendString(std::span<const uint8_t> data, size_t limit, std::string& out) {
-  const CodePage& page = *CurrentHost().code_page;
-  const size_t count = std::min(UnitCount(data), limit);
-  const size_t start = out.size();
-  out.resize(start + count);
-  char* text = out.data() + start;
-  for (size_t i = 0; i < count;) {
-    if (page.ascii) i = NarrowAscii(data, i, count, text);
-    for (const size_t stop = std::min(i + 4, count); i < stop; ++i) {
-      text[i] = static_cast<char>(NarrowOf(page, UnitAt(data, i)));
-    }
-  }
-}
-
 std::string StringText(std::span<const uint8_t> data, size_t limit) {
   std::string text;
-  AppendString(data, limit, text);
+  AppendUnits(data, StoredUnits::kOfString, limit, text);
   return text;
 }
 
-// At most `limit` characters of a multi-string's text. Units below 0x100 are taken as bytes without
-// asking the code page. Without `keep_zeros` each terminator is a blank, and the zero that ends the
-// whole list is left out.
+// At most `limit` characters of a multi-string's text. Without `keep_zeros` each terminator is a
+// blank, and the zero that ends the whole list is left out.
 std::string MultiStringText(std::span<const uint8_t> data, size_t limit, bool keep_zeros) {
-  const CodePage& page = *CurrentHost().code_page;
-  const size_t units = UnitCount(data);
-  std::string text(std::min(units, limit), '\0');
-  bool after_zero = false;
-  size_t i = keep_zeros ? NarrowAscii(data, 0, text.size(), text.data()) : 0;
-  for (; i < text.size(); ++i) {
-    const char16_t unit = UnitAt(data, i);
-    if (unit == 0 && after_zero && i + 1 == units && !keep_zeros) {
-      text.pop_back();
-      break;
-    }
-    const uint8_t byte = unit < 0x100 ? static_cast<uint8_t>(unit) : NarrowOf(page, unit);
-    text[i] = unit == 0 && !keep_zeros ? ' ' : static_cast<char>(byte);
-    after_zero = unit == 0;
-  }
+  std::string text;
+  AppendUnits(data, StoredUnits::kOfMultiString, limit, text);
+  if (keep_zeros) return text;
+  const bool whole = UnitCount(data) <= limit;
+  if (whole && text.ends_with(std::string_view("\0\0", 2))) text.pop_back();
+  std::ranges::replace(text, '\0', ' ');
   return text;
 }
 
+// Bytes that are no UTF-16: characters of the code page.
 std::string RawText(std::span<const uint8_t> data, size_t limit) {
-  const size_t count = std::min(data.size(), limit);
-  return std::string(data.begin(), data.begin() + static_cast<ptrdiff_t>(count));
+  std::string text;
+  AppendSingleByteData(data.first(std::min(data.size(), limit)), text);
+  return text;
 }
 
 std::string DwordText(std::span<const uint8_t> data) {
   const uint32_t number = LoadU32(data.data());
   return HexNumber(number).append(" (").append(std::to_string(number)).append(")");
+}
+
+// True when a text has at most so many characters.
+bool CountsAtMost(std::string_view text, size_t characters) {
+  return text.size() <= characters || CountUnits(text) <= characters;
 }
 
 std::string BinaryPreview(std::span<const uint8_t> data) {
@@ -166,9 +121,9 @@ std::string PreviewSource(uint32_t type, std::span<const uint8_t> data, bool wid
 
 std::string TextPreview(uint32_t type, std::span<const uint8_t> data, bool wide) {
   std::string text = PreviewSource(type, data, wide);
-  if (text.size() > kPreviewLength) {
-    text.resize(kPreviewLength);
-    text.replace(kPreviewLength - 3, 3, "...");
+  const std::string_view shown = FirstUnits(text, kPreviewLength);
+  if (shown.size() < text.size()) {
+    text = std::string(FirstUnits(shown, kPreviewLength - 3)) + "...";
   } else if (!text.empty() && text.back() == '\0') {
     text.pop_back();
   }
@@ -195,7 +150,7 @@ std::string DetailText(const ValueKey& value, std::span<const uint8_t> data) {
   if (value.type == kRegSz || value.type == kRegExpandSz) {
     const std::string text = DataText(value.type, data);
     // A zero inside means that there is more than a text: the bytes are shown instead.
-    if (text.find('\0') == std::string::npos) return DetailHeader(value, text.size()) + text;
+    if (text.find('\0') == std::string::npos) return DetailHeader(value, CountUnits(text)) + text;
   }
   if (PresentationOf(value.type, data.size()) == Presentation::kDword) {
     return DetailHeader(value, data.size()) + DwordText(data);
@@ -214,7 +169,14 @@ char* DumpLine(std::span<const uint8_t> bytes, size_t offset, int digits, char* 
     *out++ = ' ';
   }
   out = std::fill_n(out, 3 * (kDumpBytes - bytes.size()) + 1, ' ');
-  for (const uint8_t byte : bytes) *out++ = byte < 32 ? '.' : static_cast<char>(byte);
+  for (const uint8_t byte : bytes) {
+    if (byte < 0x80) {
+      *out++ = byte < 32 ? '.' : static_cast<char>(byte);
+    } else {
+      const char character = static_cast<char>(byte);
+      out = std::ranges::copy(TextOfCodePage({&character, 1}), out).out;
+    }
+  }
   *out++ = '\r';
   *out++ = '\n';
   return out;
@@ -236,7 +198,7 @@ std::string DataText(uint32_t type, std::span<const uint8_t> data, bool keep_zer
 }
 
 void AppendStringText(std::span<const uint8_t> data, std::string& out) {
-  AppendString(data, kNoLimit, out);
+  AppendUnits(data, StoredUnits::kOfString, kNoLimit, out);
 }
 
 std::string DataPreview(uint32_t type, std::span<const uint8_t> data, bool wide) {
@@ -280,15 +242,16 @@ std::string ValueDisplayName(const ValueKey& value) {
     bare = bare.substr(1, bare.size() - 2);
   }
   if (bare == kDefaultValueName) return '"' + value.name + '"';
-  if (value.name.size() <= kShownValueName) return value.name;
-  return value.name.substr(0, kShownValueName - 3) + "...";
+  if (CountsAtMost(value.name, kShownValueName)) return ShownValueName(value.name);
+  return ShownValueName(FirstUnits(value.name, kShownValueName - 3)) + "...";
 }
 
 bool IsNameShownWhole(const ValueKey& value) {
-  if (value.name_length == 0 || value.name.empty()) return true;
-  const bool odd = value.name[0] == '(' || value.name[0] == '"';
-  return value.name.size() <= kShownValueName &&
-         (!odd || value.name.find(kDefaultValueName) == std::string::npos);
+  const std::string& name = value.name;
+  if (value.name_length == 0 || name.empty()) return true;
+  const bool plain = PlainEnd(name, 0, '{', '{') == name.size() && name[0] != '(' && name[0] != '"';
+  if (plain) return name.size() <= kShownValueName;
+  return CountsAtMost(value.name, kShownValueName) && ValueDisplayName(value) == value.name;
 }
 
 int IconOfValue(const ValueKey& value) {
@@ -330,8 +293,9 @@ std::string ValueDetailName(const HiveImage& hive, uint32_t position) {
 
 std::string HexDump(std::span<const uint8_t> data) {
   // Room for an offset of 8 digits and a blank, 3 characters a byte, the blank before the
-  // character column, that column, and the line end.
-  constexpr size_t kLineRoom = 9 + 3 * kDumpBytes + 1 + kDumpBytes + 2;
+  // character column, that column (a character of a code page has three bytes at most), and the
+  // line end.
+  constexpr size_t kLineRoom = 9 + 3 * kDumpBytes + 1 + 3 * kDumpBytes + 2;
   const int digits = data.size() < 0x10000 ? 4 : 5;
   std::string text((data.size() + kDumpBytes - 1) / kDumpBytes * kLineRoom, '\0');
   char* out = text.data();

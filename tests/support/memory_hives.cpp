@@ -19,7 +19,7 @@ using Securities = std::map<Bytes, uint32_t>;
 
 void AddBranch(HiveBuilder& hive, KeyRef to, const MemoryKey& from, Securities& known) {
   if (from.last_write != 0) to.Time(from.last_write);
-  to.Class(Utf8FromWide(from.class_name));
+  to.Class(TextOfWide(from.class_name));
   if (from.is_link) to.Flags(kSingleByteLink);
   if (!from.security.empty()) {
     const auto [found, is_new] = known.try_emplace(from.security, 0);
@@ -27,10 +27,10 @@ void AddBranch(HiveBuilder& hive, KeyRef to, const MemoryKey& from, Securities& 
     to.Security(found->second);
   }
   for (const MemoryValue& value : from.values) {
-    to.Value(Utf8FromWide(value.name), value.type, value.data);
+    to.Value(TextOfWide(value.name), value.type, value.data);
   }
   for (const std::unique_ptr<MemoryKey>& key : from.keys) {
-    AddBranch(hive, to.NewKey(Utf8FromWide(key->name)), *key, known);
+    AddBranch(hive, to.NewKey(TextOfWide(key->name)), *key, known);
   }
 }
 
@@ -71,7 +71,7 @@ void TakeKey(const Bytes& hive, const PlainKey& from, MemoryKey& to) {
 }  // namespace
 
 Bytes HiveOfBranch(const MemoryKey& branch, std::u16string_view root_name) {
-  HiveBuilder hive(Utf8FromWide(root_name));
+  HiveBuilder hive(TextOfWide(root_name));
   Securities known;
   AddBranch(hive, hive.Root(), branch, known);
   return hive.Build().bytes;

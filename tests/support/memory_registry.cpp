@@ -249,7 +249,7 @@ Bytes ReadBytesOf(const std::string& file) {
 }
 
 int32_t ProtectFileBy(const char16_t* file, const uint8_t* descriptor) {
-  const std::string name = Utf8FromWide(file);
+  const std::string name = TextOfWide(file);
   if (!IsThere(name)) return kRegistryNotFound;
   const int32_t forced = in_force->errors["protect"];
   if (forced == kRegistryDone) in_force->protected_files[name] = DescriptorBytes(descriptor);
@@ -260,7 +260,7 @@ int32_t SaveBy(const char* function, RegistryKey key, const char16_t* file,
                const uint8_t* descriptor) {
   const int32_t refused = Refusal(function, u"SeBackupPrivilege");
   if (refused != kRegistryDone) return refused;
-  const std::string name = Utf8FromWide(file);
+  const std::string name = TextOfWide(file);
   if (IsThere(name)) return kRegistryFileExists;
   const MemoryKey& branch = *KeyOf(key);
   if (branch.save_error != kRegistryDone) return branch.save_error;
@@ -281,7 +281,7 @@ int32_t SaveNatively(RegistryKey key, const char16_t* file, const uint8_t* descr
 int32_t Load(RegistryKey root, const char16_t* sub_key, const char16_t* file) {
   const int32_t refused = Refusal("load", u"SeRestorePrivilege");
   if (refused != kRegistryDone) return refused;
-  const std::string name = Utf8FromWide(file);
+  const std::string name = TextOfWide(file);
   MemoryKey& parent = *KeyOf(root);
   if (!IsThere(name)) return kRegistryNotFound;
   if (parent.Find(sub_key) != nullptr) return kRegistryFileExists;
@@ -320,7 +320,7 @@ int32_t Replace(RegistryKey root, const char16_t* sub_key, const char16_t* new_f
   const int32_t refused = Refusal("replace", u"SeRestorePrivilege");
   if (refused != kRegistryDone) return refused;
   const ReplacedHive noted = {KeyOf(root)->name + (*sub_key == 0 ? u"" : u"\\") + sub_key,
-                              Utf8FromWide(new_file), Utf8FromWide(old_file)};
+                              TextOfWide(new_file), TextOfWide(old_file)};
   if (!IsThere(noted.new_file)) return kRegistryNotFound;
   in_force->replaced.push_back(noted);
   return kRegistryDone;

@@ -111,7 +111,7 @@ TEST_F(CommandsTest, MainMenu) {
     if (command.needs == Needs::kRecentHive) {
       const History& files = TheSettings().histories.recent_files;
       if (recent == files.size()) continue;
-      text = Utf8FromWide(RecentHiveText(recent, files[recent]));
+      text = TextOfWide(RecentHiveText(recent, files[recent]));
       ++recent;
     }
     expected.push_back({command.menu, text, command.number});

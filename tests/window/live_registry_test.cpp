@@ -111,7 +111,7 @@ TEST_F(LiveRegistryTest, TheKernelHasOneNameForEachKey) {
 TEST_F(LiveRegistryTest, SavedHivesAreForAdministratorsAndTheSystem) {
   SetText(kTestKey, L"", L"x");
   const TempFile place("old", "SAVED");
-  const std::u16string file = WideFromUtf8(place.name());
+  const std::u16string file = WideOfText(place.name());
   const EnabledPrivilege backup(Privilege::kBackup);
   const OpenedKey key(kCurrentUser, u"Software\\HivequarryTest", kRegistryRead);
   const auto* const descriptor = AdministratorsAlone().data();

@@ -32,14 +32,22 @@ struct ExportJob {
   bool kept = false;  // the file holds the script
 };
 
-// Empty when there is no file to be written.
-std::string ChooseScript(const ListPlace& place) {
+// No name when there is no file to be written.
+FileChoice ChooseScript(const ListPlace& place) {
   FileRequest request;
-  request.filter = L"Registry or Text Files (*.reg, *.txt)\0*.reg;*.txt\0All Files (*.*)\0*.*\0";
+  request.filter =
+      L"Registry or Text Files (*.reg, *.txt)\0*.reg;*.txt\0All Files (*.*)\0*.*\0"
+      L"Registry Files Version 5.00, Unicode (*.reg)\0*.reg\0";
   request.extension = L"txt";
-  const std::string file = ChooseListFile(place, true, kFolderScripts, request);
-  if (file.empty() || !FileExists(file)) return file;
-  return TheListDialogs().replace(place.window, file) ? file : std::string();
+  FileChoice choice = ChooseFileAndType(place.window, true, kFolderScripts, request);
+  if (choice.name.empty() || !FileExists(choice.name)) return choice;
+  if (!TheListDialogs().replace(place.window, choice.name)) choice.name.clear();
+  return choice;
+}
+
+ScriptForm FormOf(const FileChoice& choice) {
+  constexpr DWORD kUnicodeType = 3;
+  return choice.type == kUnicodeType ? ScriptForm::kFive : ScriptForm::kFour;
 }
 
 void ReportExported(const ScriptExport& written) {
@@ -49,6 +57,12 @@ void ReportExported(const ScriptExport& written) {
   if (written.recovered_left_out != 0) {
     said += Concat({"\r\n", Decimal(written.recovered_left_out),
                     " recovered left out (an option of the program writes them too)"});
+  }
+  if (!written.lossy.empty()) {
+    said +=
+        Concat({"\r\n", std::to_string(written.lossy.size()),
+                " names and texts have \"?\" for characters that the file cannot hold (files of "
+                "version 5.00 hold them)"});
   }
   ShowMessage(said.c_str(), kProgramName, Icon::kInformation);
 }
@@ -70,15 +84,18 @@ void StartExport(const ListPlace& place, Write write) {
     return;
   }
   if (!EnsureRoot(window)) return;
-  const std::string name = ChooseScript(place);
+  const FileChoice choice = ChooseScript(place);
   const auto job = std::make_shared<ExportJob>();
-  if (name.empty() || !OpenListFile(name, OutputMode::kReplace, kNotWritten, job->file)) return;
+  if (choice.name.empty() ||
+      !OpenListFile(choice.name, OutputMode::kReplace, kNotWritten, job->file)) {
+    return;
+  }
   const bool started = StartWork(
       window, kOperationExport,
-      [job, write, &hive, &tree = *window.hive.tree] {
+      [job, write, form = FormOf(choice), &hive, &tree = *window.hive.tree] {
         const bool made = WithMemory([&] {
           job->written =
-              write([job](std::string_view piece) { return WriteOutput(job->file, piece); });
+              write([job](std::string_view piece) { return WriteOutput(job->file, piece); }, form);
           return true;
         });
         job->stopped = !made || StopRequested();
@@ -93,18 +110,18 @@ void StartBranch(MainWindow& window, uint32_t item) {
   const RecoveredKeys recovered =
       TheSettings().options.recovered_keys ? RecoveredKeys::kWritten : RecoveredKeys::kLeftOut;
   StartExport(window.output, [&hive = ShownHive(window), &tree = *window.hive.tree, item,
-                              recovered](const TextSink& sink) {
-    return ExportBranch(hive, tree, item, sink, recovered);
+                              recovered](const TextSink& sink, ScriptForm form) {
+    return ExportBranch(hive, tree, item, sink, recovered, form);
   });
 }
 
 // What such a script lacks its comments say.
 void ExportFreedRows(const ListPlace& place, const std::vector<uint32_t>& positions) {
-  StartExport(place, [&hive = ShownHive(*place.owner), &tree = *place.owner->hive.tree,
-                      positions](const TextSink& sink) {
+  StartExport(place, [&hive = ShownHive(*place.owner), &tree = *place.owner->hive.tree, positions](
+                         const TextSink& sink, ScriptForm form) {
     FreedSource from(hive, tree);
     const FreedChoice choice = ChooseFreed(from.records, positions, FreedScope::kRecords);
-    const FreedExport freed = ExportFreed(from, choice, sink);
+    const FreedExport freed = ExportFreed(from, choice, sink, form);
     ScriptExport written;
     written.keys = freed.keys != 0 ? freed.keys : freed.values;  // what is told
     written.values = freed.values;
@@ -128,9 +145,10 @@ void OnListExport(ListPlace& place) {
   const bool freed =
       std::ranges::all_of(rows, [&place](uint32_t row) { return IsFreedRow(*place.model, row); });
   if (freed) return ExportFreedRows(place, positions);
-  StartExport(place, [&hive = ShownHive(*place.owner), &tree = *place.owner->hive.tree,
-                      positions](const TextSink& sink) {
-    return ExportKeys(hive, tree, KeysOfPositions(hive, tree, positions), ScriptScope::kKey, sink);
+  StartExport(place, [&hive = ShownHive(*place.owner), &tree = *place.owner->hive.tree, positions](
+                         const TextSink& sink, ScriptForm form) {
+    return ExportKeys(hive, tree, KeysOfPositions(hive, tree, positions), ScriptScope::kKey, sink,
+                      RecoveredKeys::kLeftOut, form);
   });
 }
 

@@ -33,7 +33,7 @@ void SetSwitches(MainWindow& window, const Options& options) {
 
 bool NeedLoad(const Options& a, const Options& b) {
   return a.disconnected_values != b.disconnected_values || a.tolerant_keys != b.tolerant_keys ||
-         a.ask_other_roots != b.ask_other_roots;
+         a.ask_other_roots != b.ask_other_roots || a.code_page_text != b.code_page_text;
 }
 
 // Nobody may look at the hive any more when it goes.

@@ -140,7 +140,7 @@ void OnCollapseSubfolders(MainWindow& window) {
 
 void OnCopyKeyName(MainWindow& window) {
   const uint32_t item = SelectedItem(window.tree);
-  const std::string path = LongItemPathUtf8(ShownHive(window), *window.hive.tree, item);
+  const std::string path = LongItemPath(ShownHive(window), *window.hive.tree, item);
   CopyText(window.handle, WideName(path));
 }
 

@@ -36,7 +36,7 @@ FileChoice AskFile(const FileRequest& request, bool save) {
   if (!save) dialog.Flags |= OFN_FILEMUSTEXIST;
   const BOOL chosen = save ? GetSaveFileNameW(&dialog) : GetOpenFileNameW(&dialog);
   if (chosen == FALSE) return {std::string(), CommDlgExtendedError()};
-  return {Utf8Name(name.c_str()), 0};
+  return {Utf8Name(name.c_str()), 0, dialog.nFilterIndex};
 }
 
 HDC AskPrinter(HWND owner) {
@@ -165,16 +165,12 @@ bool AskSelect(HWND owner, const OutputList& list, SelectChoice& choice) {
 }
 
 std::string ControlText(HWND dialog, int control) {
-  return NarrowText(WideControlText(dialog, control));
-}
-
-std::string ControlUtf8(HWND dialog, int control) {
-  return Utf8FromWide(WideControlText(dialog, control));
+  return TextOfWide(WideControlText(dialog, control));
 }
 
 std::string ControlFileName(HWND dialog, int control) {
   constexpr const char* kAround = " \t\"";
-  const std::string name = ControlUtf8(dialog, control);
+  const std::string name = ControlText(dialog, control);
   const size_t start = name.find_first_not_of(kAround);
   if (start == std::string::npos) return {};
   return name.substr(start, name.find_last_not_of(kAround) + 1 - start);

@@ -21,6 +21,7 @@ struct FileRequest {
 struct FileChoice {
   std::string name;  // UTF-8; empty: cancelled, or the dialog failed
   DWORD error = 0;   // of the dialog (CommDlgExtendedError)
+  DWORD type = 1;    // of the filter's types the one chosen, counted from 1
 };
 enum class SaveAs { kReplace, kAppend, kCancel };
 
@@ -51,7 +52,6 @@ bool AskSelect(HWND owner, const OutputList& list, SelectChoice& choice);
 // The text of a dialog's control as code-page text; as UTF-8; as the name of a file, UTF-8 without
 // the blanks and quotes that come along when it is pasted; a box of texts used before; a tick.
 std::string ControlText(HWND dialog, int control);
-std::string ControlUtf8(HWND dialog, int control);
 std::string ControlFileName(HWND dialog, int control);
 void FillTextBox(HWND dialog, int control, const std::string& text);
 bool IsTicked(HWND dialog, int control);

@@ -18,6 +18,7 @@ constexpr OptionBox kBoxes[] = {
     {kOptionLostValues, &Options::disconnected_values},
     {kOptionTolerant, &Options::tolerant_keys},
     {kOptionOtherRoots, &Options::ask_other_roots},
+    {kOptionCodePage, &Options::code_page_text},
     {kOptionNumberRows, &Options::number_rows},
     {kOptionSortNew, &Options::sort_new_lists},
     {kOptionWrapFind, &Options::wrap_find},

@@ -66,7 +66,7 @@ bool IsNumber(const SearchDialog& state) {
 // The code-page text of what a field shows; the symbol of a zero character is that character.
 std::string PatternOfField(std::wstring shown) {
   std::ranges::replace(shown, L'\u2400', L'\0');
-  return NarrowText(std::u16string(shown.begin(), shown.end()));
+  return TextOfWide(std::u16string(shown.begin(), shown.end()));
 }
 
 std::wstring EditedText(HWND field) {

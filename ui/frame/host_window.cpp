@@ -39,7 +39,7 @@ Answer AnswerOf(int button) {
 
 Answer Message(void* context, const char* text, const char* title, Icon icon, Buttons buttons) {
   HostWindow& host = Window(context);
-  BoxRequest request{MixedText(text), MixedText(title), BoxFlags(icon, buttons), 0};
+  BoxRequest request{WindowText(text), WindowText(title), BoxFlags(icon, buttons), 0};
   if (GetCurrentThreadId() == host.interface_thread) {
     ShowBox(host, request);
   } else {
@@ -54,7 +54,7 @@ void Status(void* context, const char* text) {
   HostWindow& host = Window(context);
   {
     const std::lock_guard lock(host.mutex);
-    host.status = MixedText(text);
+    host.status = WindowText(text);
     host.status_changed = true;
   }
   Announce(host);
@@ -92,7 +92,7 @@ void Title(void* context, const std::string& file_name) {
 }
 
 bool Clipboard(void* context, std::string_view text) {
-  const std::u16string wide = WidenText(text);
+  const std::u16string wide = WideOfText(text);
   return CopyText(Window(context).window, std::wstring(wide.begin(), wide.end()));
 }
 
@@ -129,28 +129,6 @@ uint64_t LocalTime(void*, uint64_t utc) {
   return whole + utc % 10000;
 }
 
-std::string SortKey(void*, std::string_view text) {
-  const std::u16string wide = WidenText(text);
-  const auto make = [&wide](std::string& key) {
-    // A sort key is bytes, whatever the parameter's type says.
-    return static_cast<size_t>(
-        LCMapStringW(LOCALE_USER_DEFAULT, LCMAP_SORTKEY | NORM_IGNOREWIDTH,
-                     reinterpret_cast<const wchar_t*>(wide.data()), static_cast<int>(wide.size()),
-                     key.empty() ? nullptr : reinterpret_cast<wchar_t*>(key.data()),
-                     static_cast<int>(key.size())));
-  };
-  // Most keys find room here; for others the room they need is asked for.
-  std::string key(wide.size() * 5 + 32, '\0');
-  size_t size = make(key);
-  if (size == 0) {
-    key.clear();
-    key.resize(make(key));
-    size = make(key);
-  }
-  key.resize(size);
-  return key;
-}
-
 }  // namespace
 
 void StartHostWindow(HostWindow& host, HWND window) {
@@ -172,7 +150,6 @@ Host MakeWindowHost(HostWindow& host) {
   table.clipboard = Clipboard;
   table.launch = Launch;
   table.local_time = LocalTime;
-  table.sort_key = SortKey;
   table.account = LookUpAccount;
   table.code_page = &host.code_page;
   return table;

@@ -5,6 +5,7 @@
 #include <memory>
 #include <string>
 
+#include "host/text.h"
 #include "lists/list_print.h"
 #include "ui/dialogs/list_dialogs.h"
 #include "ui/frame/text.h"
@@ -45,7 +46,7 @@ int Fitting(void* context, std::string_view text, int width) {
   SIZE size{};
   GetTextExtentExPointW(Target(context).dc, printed.c_str(), static_cast<int>(printed.size()),
                         width, &count, nullptr, &size);
-  return count;
+  return static_cast<int>(FirstUnits(text, static_cast<size_t>(count)).size());
 }
 
 void Draw(void* context, int left, int top, std::string_view text) {

@@ -96,13 +96,39 @@ std::string NextTextName() {
                  std::to_string(TheEditedTexts().files.size() + 1), ".txt"});
 }
 
-bool WriteText(const OutputList& list, const WrittenRows& which, OutputFile& out,
-               uint32_t& written) {
+bool WriteText(const OutputList& list, const WrittenRows& which, FileEncoding encoding,
+               OutputFile& out, uint32_t& written) {
   const bool whole = WithMemory([&] {
-    return WriteListText(
-        list, which, [&out](std::string_view piece) { return WriteOutput(out, piece); }, &written);
+    const TextSink sink = [&out](std::string_view piece) { return WriteOutput(out, piece); };
+    return WriteListText(list, which, EncodedSink(encoding, sink), &written);
   });
   return CloseOutput(out, whole) && whole;
+}
+
+bool BeginsWithMark(const std::string& file) {
+  int error = 0;
+  std::FILE* stream = OpenFile(file, "rb", error);
+  if (stream == nullptr) return false;
+  char bytes[kUtf8Mark.size()];
+  const size_t count = std::fread(bytes, 1, sizeof bytes, stream);
+  std::fclose(stream);
+  return std::string_view(bytes, count) == kUtf8Mark;
+}
+
+// How the list is written to the file; what is added to one goes by its encoding. False after a
+// message for a file that cannot hold the list.
+bool ChooseEncoding(const OutputList& list, const WrittenRows& which, const std::string& file,
+                    OutputMode mode, FileEncoding& encoding) {
+  encoding = EncodingOf(list, which);
+  if (mode != OutputMode::kAppend) return true;
+  if (BeginsWithMark(file)) {
+    encoding = FileEncoding::kMarkedUtf8;
+    return true;
+  }
+  if (encoding == FileEncoding::kCodePage) return true;
+  ShowMessage("The list has characters that the file's code page lacks: save it to another file !",
+              kProgramName, Icon::kExclamation);
+  return false;
 }
 
 void ReportNotSaved() {
@@ -139,11 +165,13 @@ bool OpenListFile(const std::string& file, OutputMode mode, const char* failure,
 bool SaveListText(const OutputList& list, const WrittenRows& which, const std::string& file,
                   OutputMode mode) {
   OutputFile out;
+  FileEncoding encoding = FileEncoding::kCodePage;
+  if (!ChooseEncoding(list, which, file, mode, encoding)) return false;
   if (!OpenListFile(file, mode, "Could Not Open or Create File %s", out)) return false;
   const WaitTurn wait(RowCount(list));
   if (mode == OutputMode::kAppend) WriteOutput(out, "\r\n");
   uint32_t written = 0;
-  if (!WriteText(list, which, out, written)) {
+  if (!WriteText(list, which, encoding, out, written)) {
     ReportNotSaved();
     return false;
   }
@@ -157,6 +185,10 @@ std::string ChooseListFile(const ListPlace& place, bool save, LastFolder folder,
 }
 
 std::string ChooseFile(HWND owner, bool save, LastFolder folder, FileRequest request) {
+  return ChooseFileAndType(owner, save, folder, std::move(request)).name;
+}
+
+FileChoice ChooseFileAndType(HWND owner, bool save, LastFolder folder, FileRequest request) {
   std::string& last = TheSettings().folders[static_cast<size_t>(folder)];
   request.owner = owner;
   request.folder = last;
@@ -164,7 +196,7 @@ std::string ChooseFile(HWND owner, bool save, LastFolder folder, FileRequest req
   const FileChoice choice = save ? dialogs.save(request) : dialogs.open(request);
   ReportDialogError(choice.error);
   if (!choice.name.empty()) last = FolderOf(choice.name);
-  return choice.name;
+  return choice;
 }
 
 void DeleteEditedTexts() {
@@ -192,7 +224,8 @@ void OnListNotepad(ListPlace& place) {
   const RowChoice rows = ChooseRows(place, false);
   const WaitTurn wait(ShownRowCount(place));
   uint32_t written = 0;
-  if (!WriteText(*place.model, RowsOf(rows), out, written)) return ReportNotSaved();
+  const FileEncoding encoding = EncodingOf(*place.model, RowsOf(rows));
+  if (!WriteText(*place.model, RowsOf(rows), encoding, out, written)) return ReportNotSaved();
   TheListDialogs().notepad(place.window, file);
 }
 

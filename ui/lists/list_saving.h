@@ -11,6 +11,7 @@
 
 namespace hivequarry {
 
+struct FileChoice;
 struct FileRequest;
 
 // Writes the rows to a file (UTF-8 name), after an empty line when it is appended to, and says how
@@ -29,6 +30,8 @@ std::string ChooseListFile(const ListPlace& place, bool save, LastFolder folder,
                            FileRequest request);
 // The same for a dialog.
 std::string ChooseFile(HWND owner, bool save, LastFolder folder, FileRequest request);
+// With the type of file that was chosen in the dialog.
+FileChoice ChooseFileAndType(HWND owner, bool save, LastFolder folder, FileRequest request);
 
 // Deletes the texts that were written for the editor.
 void DeleteEditedTexts();

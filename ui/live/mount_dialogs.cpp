@@ -132,7 +132,7 @@ void StartMounting(MountDialog& state, const std::string& name, const std::strin
   const auto error = std::make_shared<int32_t>(kRegistryDone);
   const bool started = StartWork(
       state.window, kOperationMount,
-      [&state, error, name = WideFromUtf8(name), file, original] {
+      [&state, error, name = WideOfText(name), file, original] {
         state.trouble = original.empty() ? std::string() : CopyHiveWithLogs(original, file);
         if (!state.trouble.empty()) return;
         *error = file.empty() ? UnloadHiveFromRegistry(name) : LoadHiveIntoRegistry(name, file);
@@ -142,7 +142,7 @@ void StartMounting(MountDialog& state, const std::string& name, const std::strin
 }
 
 void OnOk(MountDialog& state) {
-  const std::string name = ControlUtf8(state.dialog, kMountKey);
+  const std::string name = ControlText(state.dialog, kMountKey);
   std::string file = state.load ? ControlFileName(state.dialog, kMountFile) : std::string();
   if (name.empty() || (state.load && file.empty())) return;
   std::string original;
@@ -182,7 +182,7 @@ bool AskMount(MainWindow& window, bool load) {
 
 void OnLoadHive(MainWindow& window) {
   if (!AskMount(window, true)) return;
-  const std::string path = "HKEY_USERS\\" + NarrowText(WideFromUtf8(LastMount()));
+  const std::string path = "HKEY_USERS\\" + LastMount();
   FillListWindow(window, MakeOutputList(kListLiveSearch),
                  [path](OutputList& list) { ListKeyAndSubkeys(path, list); });
   ShowStatus("Done.");

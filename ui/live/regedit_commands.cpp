@@ -40,7 +40,7 @@ std::string RegistryPath(const MainWindow& window, uint32_t item) {
 
 std::string ValueNameAt(const HiveImage& hive, uint32_t position) {
   const ValueKey value = ReadValueKey(hive, position, ValueRead::kName, 0, nullptr);
-  return value.name_length == 0 ? std::string(kDefaultValue) : ValueNameUtf8(hive, value);
+  return value.name_length == 0 ? std::string(kDefaultValue) : value.name;
 }
 
 int ColumnNamed(const OutputList& list, std::string_view title) {
@@ -52,7 +52,7 @@ int ColumnNamed(const OutputList& list, std::string_view title) {
 
 std::string TextNamed(const OutputList& list, uint32_t row, std::string_view title) {
   const int column = ColumnNamed(list, title);
-  return column < 0 ? std::string() : Utf8FromNarrow(CellText(list, row, column));
+  return column < 0 ? std::string() : std::string(CellText(list, row, column));
 }
 
 // The first column may have the row's number first; no path begins like one.

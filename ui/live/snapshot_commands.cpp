@@ -93,7 +93,7 @@ uint32_t RootsToWrite(const SnapshotDialog& state) {
 
 void OnOk(SnapshotDialog& state) {
   state.place = ControlFileName(state.dialog, kSnapshotFile);
-  state.key = state.whole_roots ? std::string() : ControlUtf8(state.dialog, kSnapshotKey);
+  state.key = state.whole_roots ? std::string() : ControlText(state.dialog, kSnapshotKey);
   if (state.place.empty()) return;
   if (state.whole_roots) {
     if (!IsExistingFolder(state.place)) {
@@ -173,7 +173,7 @@ void OnKeySnapshot(MainWindow& window) {
   state.key = SelectedRegistryPath(window);
   if (!AskSnapshot(window, state)) return;
   StartSnapshots(
-      window, [path = NarrowText(WideFromUtf8(state.key)), file = state.place](SnapshotJob& job) {
+      window, [path = state.key, file = state.place](SnapshotJob& job) {
         AddResult(job, MakeKeySnapshot(path, file, *job.errors));
       });
 }

@@ -20,7 +20,7 @@ std::string TypedPath(const MainWindow& window) {
   const size_t first = text.find_first_not_of(L" \t");
   if (first == std::wstring::npos) return std::string();
   text = text.substr(first, text.find_last_not_of(L" \t\\") - first + 1);
-  return NarrowText(std::u16string(text.begin(), text.end()));
+  return TextOfWide(std::u16string(text.begin(), text.end()));
 }
 
 // The item of the longest beginning of a path that leads anywhere.

@@ -27,6 +27,7 @@ BuildOptions OptionsOfBuild(const LoadJob& job) {
   BuildOptions build;
   build.disconnected_values = options.disconnected_values;
   build.tolerant_keys = options.tolerant_keys;
+  ReadInCodePage(options.code_page_text);
   build.ask_other_roots = options.ask_other_roots;
   build.root_path = job.root_path;
   return build;

@@ -66,7 +66,7 @@ void ShowDetail(MainWindow& window, std::wstring text) {
 
 void ShowPath(const MainWindow& window, uint32_t item) {
   const std::string path =
-      item == kNoItem ? "" : LongItemPathUtf8(ShownHive(window), *window.hive.tree, item);
+      item == kNoItem ? "" : LongItemPath(ShownHive(window), *window.hive.tree, item);
   SetWindowTextW(window.controls.path, WideName(path).c_str());
 }
 

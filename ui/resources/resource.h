@@ -64,6 +64,7 @@
 #define kOptionCellDetails 616
 #define kOptionsDefaults 617
 #define kOptionsHelp 618
+#define kOptionCodePage 619
 #define kBookmarkAll 631
 #define kBookmarkMachine 632
 #define kBookmarkUser 633
