@@ -34,15 +34,27 @@ inline constexpr uint32_t kBaseClustering = 44;
 // fills the field.
 inline constexpr uint32_t kBaseFileName = 48;
 inline constexpr uint32_t kBaseFileNameUnits = 32;  // UTF-16; the start of a longer path is cut off
-inline constexpr uint32_t kBaseChecksum = 508;      // as BaseBlockSum has it
+inline constexpr uint32_t kBaseFlags = 144;         // bit 0: transactions were not all done
+// FILETIME; its two lowest bits say what was done.
+inline constexpr uint32_t kBaseReorganised = 168;
+inline constexpr uint32_t kBaseChecksum = 508;  // as BaseBlockChecksum has it
+inline constexpr uint32_t kBaseUsed = 512;      // bytes; the rest of the block is empty
 
 // The fields as stored, none of them held against anything.
 struct BaseBlock {
   uint32_t signature = 0;
+  uint32_t sequence1 = 0;
+  uint32_t sequence2 = 0;
+  uint64_t last_write = 0;  // FILETIME, of the hive
+  uint32_t major = 0;
+  uint32_t minor = 0;
+  uint32_t type = 0;
   uint32_t root_offset = 0;
   uint32_t length = 0;       // bytes of all bins
   std::u16string file_name;  // up to its first zero
-  uint32_t checksum = 0;     // as stored
+  uint32_t flags = 0;
+  uint64_t reorganised = 0;
+  uint32_t checksum = 0;  // as stored
 };
 // The block at the start of the view; fields beyond its end are 0.
 BaseBlock ReadBaseBlock(ByteView image);
@@ -50,6 +62,8 @@ BaseBlock ReadBaseBlock(ByteView image);
 // The XOR of the 127 32-bit words before the checksum: what systems store there, but that they
 // store 1 for 0 and 0xFFFFFFFE for 0xFFFFFFFF.
 uint32_t BaseBlockSum(ByteView image);
+// What systems store for that sum.
+uint32_t BaseBlockChecksum(ByteView image);
 
 // What a base block begins with: at least three letters of "regf", each in its place, or "snap"
 // whole. So one letter that was overwritten does not cost the hive its data base.

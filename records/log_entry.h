@@ -1,0 +1,59 @@
+// What a log of a hive is made of, after its first 512 bytes, which are a copy of a base block
+// (base_block.h).
+//
+// New form: entries from position 512 on, each at a multiple of 512, without gaps: a header, the
+// places of the pages, the pages. Two hashes make an entry sure. Old form: "DIRT", a bitmap of the
+// 512-byte units of the bins that the log holds, and these, one after the other.
+#pragma once
+
+#include <cstdint>
+
+#include "bytes/byte_view.h"
+
+namespace hivequarry {
+
+inline constexpr uint32_t kLogUnit = 512;  // base block copy, steps of entries, units of the bitmap
+inline constexpr uint32_t kLogEntrySignature = 0x454C7648;   // "HvLE"
+inline constexpr uint32_t kLogBitmapSignature = 0x54524944;  // "DIRT"
+inline constexpr uint32_t kLogEntryHeader = 40;
+inline constexpr uint32_t kLogPlaceSize = 8;  // of a page: offset in the bins, size in bytes
+// No offset leads further: its highest bit is taken.
+inline constexpr uint32_t kMostBins = 0x7FFFF000;
+
+// The header of an entry, whatever is in it.
+struct LogEntryHeader {
+  uint32_t signature = 0;
+  uint32_t size = 0;  // of the entry, a multiple of 512
+  uint32_t flags = 0;
+  uint32_t sequence = 0;
+  uint32_t bins_size = 0;  // after the entry, a multiple of 4096
+  uint32_t pages = 0;
+  uint64_t hash1 = 0;  // of all after the header
+  uint64_t hash2 = 0;  // of the header before it
+};
+// The header at `at`; fields after the end of the view are 0.
+LogEntryHeader ReadLogEntryHeader(ByteView log, uint32_t at);
+
+// Why an entry does not hold.
+enum class LogEntryFault : uint8_t {
+  kNone,
+  kEndOfFile,  // no room for a header
+  kSignature,
+  kHeaderHash,
+  kSize,     // no multiple of 512, or less than that
+  kPastEnd,  // longer than the file
+  kDataHash,
+  kBinsSize,    // no multiple of 4096, or more than offsets lead to
+  kPages,       // none, or more than the entry has room for
+  kPagePlace,   // a page outside the bins
+  kFirstBlock,  // the page of the first block is no block
+  kSequence,    // not the number after that of the entry before it: for who reads a run of them
+};
+// Whether the entry at `at` holds. The hash of its header comes first, so that nothing else is
+// driven by a number that is not sure; all of it costs no more than the entry's own bytes.
+LogEntryFault CheckLogEntry(ByteView log, uint32_t at, LogEntryHeader& header);
+
+// The hash of log entries: Marvin32 with their seed. Bytes after the last whole word count too.
+uint64_t LogHash(ByteView bytes);
+
+}  // namespace hivequarry
