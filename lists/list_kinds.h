@@ -10,7 +10,7 @@ namespace hivequarry {
 
 inline constexpr int kMaxColumns = 18;      // of a list of results
 inline constexpr int kMaxTextColumns = 17;  // its text output leaves the 18th out
-inline constexpr int kMaxOwnColumns = 32;   // of the console program's own lists
+inline constexpr int kMaxOwnColumns = 56;   // of the console program's own lists
 
 // Numbers of kinds. Report Lists and saved window places keep them, so that none ever changes. From
 // kFirstOwnKind on they are the console program's own lists, for which the limits of results don't
@@ -54,6 +54,8 @@ inline constexpr int kListEdits = 106;
 inline constexpr int kListLocalGroups = 107;
 inline constexpr int kListFreedKeys = 108;
 inline constexpr int kListFreedValues = 109;
+inline constexpr int kListLogs = 110;
+inline constexpr int kListLogChanges = 111;
 
 inline bool IsOwnKind(int kind) { return kind >= kFirstOwnKind; }
 // The most columns that a list of a kind has, and that a file keeps of it.

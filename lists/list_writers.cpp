@@ -142,6 +142,7 @@ void WriteJsonRow(const ListShape& shape, const std::vector<std::string>& keys,
   AppendJsonFact(",\"Path\":", facts.path, out);
   AppendJsonFact(",\"Name\":", facts.name, out);
   AppendJsonFact(",\"Bytes\":", facts.bytes, out);
+  AppendJsonFact(",\"FromLog\":", facts.from_log, out);
   out += "}\n";
 }
 

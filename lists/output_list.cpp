@@ -229,6 +229,7 @@ RowFacts FactsOfRow(const OutputList& list, uint32_t row) {
     facts.path = TextAt(view, view.head.cells);
     facts.name = TextAt(view, view.head.cells + 1);
     facts.bytes = TextAt(view, view.head.cells + 2);
+    facts.from_log = TextAt(view, view.head.cells + 3);
   }
   return facts;
 }

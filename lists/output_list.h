@@ -20,11 +20,12 @@ namespace hivequarry {
 // What a row says beyond its columns, for writers that keep it (JSON Lines). Empty or zero parts
 // are not written.
 struct RowFacts {
-  bool about_key = false;   // the row speaks of a key (last_write is then written)
-  uint64_t last_write = 0;  // FILETIME, UTC
-  std::string_view path;    // as stored, given when the path column has it otherwise
-  std::string_view name;    // likewise, of a value's name
-  std::string_view bytes;   // a value's data, hexadecimal
+  bool about_key = false;          // the row speaks of a key (last_write is then written)
+  uint64_t last_write = 0;         // FILETIME, UTC
+  std::string_view path;           // as stored, given when the path column has it otherwise
+  std::string_view name;           // likewise, of a value's name
+  std::string_view bytes;          // a value's data, hexadecimal
+  std::string_view from_log = {};  // the entry of a log that brought or changed the record
 };
 
 // What a cell is beside its text: a number or position, or a date in seconds since 1601-01-01 UTC.

@@ -21,8 +21,10 @@ constexpr uint64_t kUnitsPerSecond = 10'000'000;  // of a FILETIME
 constexpr std::array<size_t, 4> kValueSizes = {0, 2, 4, 5};
 constexpr uint8_t kLastWriteForm = 0;
 constexpr uint8_t kMoreValues = 0x80;
+constexpr uint8_t kLastValueColumn = 31;
 
 void AddValue(uint64_t value, size_t column, RowLayout& layout) {
+  if (column > kLastValueColumn) return;
   uint8_t form = kLastWriteForm;
   const bool last_write = value == layout.last_write / kUnitsPerSecond;
   if ((layout.head.flags & kAboutKey) == 0 || !last_write) {
@@ -98,7 +100,7 @@ void PutTexts(const RowLayout& layout, char* ends, TextSet& latest) {
 
 // The byte that a value begins with, as its parts.
 uint8_t FormOf(uint8_t tag) { return tag >> 5 & 3; }
-int ColumnOf(uint8_t tag) { return tag & 31; }
+int ColumnOf(uint8_t tag) { return tag & kLastValueColumn; }
 size_t SizeOfValue(uint8_t tag) { return 1 + kValueSizes[FormOf(tag)]; }
 
 }  // namespace
@@ -111,8 +113,9 @@ RowLayout LayOut(const NewRow& row, size_t columns, const TextSet& before) {
   layout.last_write = row.facts.last_write;
   if (row.has_datum) layout.head.flags |= kHasDatum;
   if (row.facts.about_key) layout.head.flags |= kAboutKey;
-  const std::string_view facts[kFactTexts] = {row.facts.path, row.facts.name, row.facts.bytes};
-  const bool told = !facts[0].empty() || !facts[1].empty() || !facts[2].empty();
+  const std::string_view facts[kFactTexts] = {row.facts.path, row.facts.name, row.facts.bytes,
+                                              row.facts.from_log};
+  const bool told = std::ranges::any_of(facts, [](std::string_view text) { return !text.empty(); });
   if (told) layout.head.flags |= kHasFacts;
   const size_t texts = cells + (told ? kFactTexts : 0);
   for (size_t i = 0; i < texts; ++i) {

@@ -4,7 +4,8 @@
 // - its head;
 // - the time of the last write, FILETIME (8 bytes), of a row about a key;
 // - which texts are shared (8 bytes, a bit each);
-// - the values of cells: a byte with the column (bits 0 to 4), the value's form (5 and 6) and
+// - the values of cells, but of columns after the 32nd: a byte with the column (bits 0 to 4), the
+// value's form (5 and 6) and
 //   whether another follows (7), then the value;
 // - the end of each text, counted from the first text's start: a byte each, or two or four where
 //   the texts are longer than that;
@@ -38,7 +39,7 @@ inline constexpr uint8_t kHasShared = 8;
 inline constexpr uint8_t kHasValues = 16;
 inline constexpr uint8_t kTwoByteEnds = 32;
 inline constexpr uint8_t kFourByteEnds = 64;
-inline constexpr int kFactTexts = 3;
+inline constexpr int kFactTexts = 4;
 
 // Long texts that are stored, for rows to share: the latest of each cell, then of each fact.
 using TextSet = std::array<std::string_view, kMaxOwnColumns + kFactTexts>;
