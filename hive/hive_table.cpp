@@ -1,5 +1,6 @@
 #include "hive/hive_table.h"
 
+#include "hive/replaying.h"
 #include "host/evidence.h"
 
 namespace hivequarry {
@@ -31,6 +32,7 @@ int AllocateHiveSlot() {
 void FreeHiveSlot(int slot) {
   HiveImage& hive = HiveOfSlot(slot);
   ReleaseEvidence(hive.file_name);
+  ReleaseLogs(hive);
   hive = HiveImage();
 }
 

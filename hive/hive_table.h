@@ -6,6 +6,7 @@
 #include <string>
 
 #include "hive/image.h"
+#include "replay/replay_plan.h"
 
 namespace hivequarry {
 
@@ -18,6 +19,7 @@ struct HiveTable {
   // Partial range of the file for the next OpenHive; whole file when end <= start.
   uint32_t start_offset = 0;
   uint32_t end_offset = 0;
+  LogChoice logs;   // of the next OpenHive: what is done about the logs of the hive
   int current = 0;  // the slot being worked on
   std::string current_folder;
   std::string current_file;

@@ -6,6 +6,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <unordered_map>
 #include <vector>
@@ -20,6 +21,7 @@
 namespace hivequarry {
 
 struct HiveImage;
+struct HiveLogs;
 
 // A stretch of the image whose cells are at one distance from their offsets.
 struct OffsetRun {
@@ -141,6 +143,9 @@ struct HiveImage {
   bool tolerant_keys = false;  // damaged key signatures are let pass the tolerant test (keys.h)
   LoadFindings found;
   ValueEdits edits;  // values edited in memory (value_edits.h)
+  // The logs of a hive that begins with a base block, and what came from them (replaying.h); null
+  // for any other image.
+  std::shared_ptr<const HiveLogs> logs;
 
   RootName root;
 };

@@ -5,6 +5,7 @@
 #include <memory>
 
 #include "hive/placing.h"
+#include "hive/replaying.h"
 #include "hive/root_path.h"
 #include "hive/text_copy.h"
 #include "host/evidence.h"
@@ -153,7 +154,8 @@ OpenFailure OpenIntoSlot(HiveImage& hive, const std::string& file_name) {
     ProbeHiveStart(stream.get(), hive.base_offset, part.probe);
   }
   stream.reset();
-  SetPlaces(hive, part.probe);
+  const bool whole = !part.ranged && !undone && hive.base_offset == 0;
+  ReplayAndPlace(hive, TheHiveTable().logs, whole, part.probe);
   return {};
 }
 
@@ -164,6 +166,7 @@ struct Opening {
   }
   ~Opening() {
     TheHiveTable().start_offset = TheHiveTable().end_offset = 0;  // a range serves one opening
+    TheHiveTable().logs = LogChoice();                            // and so does a choice of logs
     CurrentHost().wait_cursor(CurrentHost().context, false);
     if (!kept) FreeHiveSlot(slot);
   }

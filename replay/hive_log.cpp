@@ -1,0 +1,163 @@
+#include "replay/hive_log.h"
+
+#include <algorithm>
+#include <bit>
+#include <cstring>
+#include <memory>
+
+#include "host/files.h"
+
+namespace hivequarry {
+namespace {
+
+constexpr uint32_t kOldBitmap = kLogUnit + 4;
+constexpr uint32_t kTypeNew = 6;
+
+struct StreamCloser {
+  void operator()(std::FILE* stream) const { std::fclose(stream); }
+};
+
+LogFault ReadBytesOf(HiveLog& log) {
+  const std::unique_ptr<std::FILE, StreamCloser> stream(OpenFile(log.name, "rb", log.error));
+  if (stream == nullptr) return LogFault::kUnreadable;
+  const int64_t size = std::clamp<int64_t>(FileSize(stream.get()), 0, kLongestImage);
+  if (size == 0) return LogFault::kEmpty;
+  log.buffer = AllocateImage(static_cast<uint64_t>(size));
+  if (!log.buffer) return LogFault::kNoMemory;
+  log.length = static_cast<uint32_t>(
+      ReadFileBytes(stream.get(), 0, log.buffer.get(), static_cast<size_t>(size), &log.unread));
+  log.error = log.unread.error;
+  return log.length == 0 ? LogFault::kUnreadable : LogFault::kNone;
+}
+
+LogFault CheckCopy(HiveLog& log) {
+  if (log.base.signature != kHiveSignature) return LogFault::kSignature;
+  if (log.base.checksum != BaseBlockChecksum(log.bytes())) return LogFault::kChecksum;
+  if (log.form == LogForm::kUnknown) return LogFault::kForm;
+  return log.base.sequence1 == log.base.sequence2 ? LogFault::kNone : LogFault::kNumbers;
+}
+
+LogEntry EntryOf(const LogEntryHeader& header, uint32_t position) {
+  return {position, header.size, header.sequence, header.flags, header.bins_size, header.pages};
+}
+
+// --- new form ------------------------------------------------------------------------------------
+
+void ReadRun(HiveLog& log) {
+  uint32_t number = log.base.sequence1;
+  for (;;) {
+    LogEntryHeader header;
+    log.stop = CheckLogEntry(log.bytes(), log.stop_at, header);
+    if (log.stop == LogEntryFault::kNone && header.sequence != number) {
+      log.stop = LogEntryFault::kSequence;
+    }
+    if (log.stop != LogEntryFault::kNone) return;
+    log.entries.push_back(EntryOf(header, log.stop_at));
+    log.stop_at += header.size;
+    ++number;
+  }
+}
+
+// What an earlier run left, at every step. An entry whose header holds and whose data were written
+// over is passed by; a file made of such headers can make no more work than a few passes over it.
+void FindLeftovers(HiveLog& log) {
+  uint64_t budget = uint64_t{8} * log.length;
+  uint32_t at = log.stop_at;
+  while (IsInside(log.bytes(), at, kLogEntryHeader)) {
+    LogEntryHeader header;
+    const bool entry = LoadU32(log.buffer.get() + at) == kLogEntrySignature && budget != 0;
+    const bool holds = entry && CheckLogEntry(log.bytes(), at, header) == LogEntryFault::kNone;
+    if (entry) budget -= std::min<uint64_t>(budget, std::max(header.size, kLogUnit));
+    if (holds) log.leftovers.push_back(EntryOf(header, at));
+    const uint32_t step = holds ? header.size : kLogUnit;
+    if (step > log.length - at) return;
+    at += step;
+  }
+}
+
+// --- old form ------------------------------------------------------------------------------------
+
+uint32_t FirstPageOf(const HiveLog& log) {
+  const uint32_t end = kOldBitmap + log.base.length / kBaseBlockSize;
+  return (end + kLogUnit - 1) / kLogUnit * kLogUnit;
+}
+
+void ReadBitmap(HiveLog& log) {
+  const uint32_t bins = log.base.length;
+  if (bins % kBaseBlockSize != 0 || bins > kMostBins) {
+    log.fault = LogFault::kBins;
+    return;
+  }
+  if (ReadU32(log.bytes(), kLogUnit) != kLogBitmapSignature) {
+    log.fault = LogFault::kBitmap;
+    return;
+  }
+  const uint32_t bytes = bins / kBaseBlockSize;
+  const ByteView bitmap = PartOf(log.bytes(), kOldBitmap, bytes);
+  uint64_t bits = 0;
+  for (const uint8_t byte : bitmap) bits += static_cast<uint64_t>(std::popcount(byte));
+  const uint64_t end = FirstPageOf(log) + bits * kLogUnit;
+  if (bitmap.size() < bytes || end > log.length) {
+    log.fault = LogFault::kCutShort;
+    return;
+  }
+  log.stop_at = static_cast<uint32_t>(end);
+  if (bits == 0) return;
+  log.entries.push_back({kLogUnit, log.stop_at - kLogUnit, log.base.sequence1, log.base.flags, bins,
+                         static_cast<uint32_t>(bits)});
+}
+
+std::vector<LogPage> OldPagesOf(const HiveLog& log) {
+  std::vector<LogPage> pages;
+  uint32_t at = FirstPageOf(log);
+  for (uint32_t unit = 0; unit < log.base.length / kLogUnit; ++unit) {
+    const uint8_t byte = ReadU8(log.bytes(), kOldBitmap + unit / 8);
+    if ((byte >> unit % 8 & 1) == 0) continue;
+    const uint32_t offset = unit * kLogUnit;
+    const bool goes_on = !pages.empty() && pages.back().offset + pages.back().size == offset;
+    if (!goes_on) pages.push_back({offset, 0, at});
+    pages.back().size += kLogUnit;
+    at += kLogUnit;
+  }
+  return pages;
+}
+
+}  // namespace
+
+HiveLog ReadHiveLog(const std::string& name) {
+  HiveLog log;
+  log.name = name;
+  log.fault = ReadBytesOf(log);
+  if (log.fault == LogFault::kNone) ExamineLog(log);
+  return log;
+}
+
+void ExamineLog(HiveLog& log) {
+  log.base = ReadBaseBlock(log.bytes());
+  const uint32_t type = log.base.type;
+  log.form = type == kTypeNew ? LogForm::kNew : LogForm::kUnknown;
+  if (type == 1 || type == 2) log.form = LogForm::kOld;
+  log.stop_at = kLogUnit;
+  log.fault = CheckCopy(log);
+  if (log.form == LogForm::kOld) {
+    if (log.fault == LogFault::kNone) ReadBitmap(log);
+    return;
+  }
+  if (log.fault == LogFault::kNone) ReadRun(log);
+  FindLeftovers(log);
+}
+
+std::vector<LogPage> PagesOf(const HiveLog& log, const LogEntry& entry) {
+  if (log.form == LogForm::kOld) return OldPagesOf(log);
+  std::vector<LogPage> pages;
+  pages.reserve(entry.pages);
+  uint32_t data = entry.position + kLogEntryHeader + entry.pages * kLogPlaceSize;
+  for (uint32_t page = 0; page < entry.pages; ++page) {
+    const uint32_t place = entry.position + kLogEntryHeader + page * kLogPlaceSize;
+    pages.push_back({ReadU32(log.bytes(), place), ReadU32(log.bytes(), place + 4), data});
+    data += pages.back().size;
+  }
+  return pages;
+}
+
+}  // namespace hivequarry
