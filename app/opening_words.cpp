@@ -3,8 +3,10 @@
 #include <cstring>
 
 #include "host/file_reading.h"
+#include "host/files.h"
 #include "host/host.h"
 #include "host/long_operation.h"
+#include "replay/log_words.h"
 
 namespace hivequarry {
 namespace {
@@ -34,11 +36,38 @@ void Tell(const std::string& file_name, const OpenFailure& failure) {
 }  // namespace
 
 int OpenHiveAndTell(const std::string& file_name) {
+  const bool whole = TheHiveTable().end_offset <= TheHiveTable().start_offset;
+  HiveLog log;
+  if (whole && IsLogFile(file_name, log)) {
+    ShowMessage(LogFileWords(log).c_str(), kProgramName, Icon::kInformation);
+    return -1;
+  }
   OpenFailure failure;
   const int slot = OpenHive(file_name, failure);
   Tell(file_name, failure);
   if (slot >= 0) ReportUnread(file_name, HiveOfSlot(slot).unread);
   return slot;
+}
+
+bool IsLogFile(const std::string& file_name, HiveLog& log) {
+  uint8_t start[kLogUnit + 4] = {};
+  int error = 0;
+  std::FILE* stream = OpenFile(file_name, "rb", error);
+  if (stream == nullptr) return false;
+  const size_t got = ReadFileBytes(stream, 0, start, sizeof start);
+  std::fclose(stream);
+  const uint32_t mark = LoadU32(start + kLogUnit);
+  const bool is_log = got == sizeof start && LoadU32(start) == kHiveSignature &&
+                      (mark == kLogEntrySignature || mark == kLogBitmapSignature);
+  if (is_log) log = ReadHiveLog(file_name);
+  return is_log;
+}
+
+std::string LogFileWords(const HiveLog& log) {
+  std::string words = log.name + " is a transaction log of " + Utf8FromWide(log.base.file_name);
+  if (!log.entries.empty()) words += ", " + EntriesWords(log.entries);
+  if (log.fault != LogFault::kNone) words += ": " + FaultWords(log);
+  return words;
 }
 
 bool ValidateAndTell(HiveImage& hive) {
@@ -48,6 +77,12 @@ bool ValidateAndTell(HiveImage& hive) {
   if (failure.fault == OpenFault::kNoHive) RequestStop();
   return false;
 }
+
+std::string LogsWords(const HiveImage& hive) {
+  return hive.logs == nullptr ? std::string() : ReplayWords(*hive.logs);
+}
+
+bool LacksLogs(const HiveImage& hive) { return hive.logs != nullptr && IsLeftDirty(*hive.logs); }
 
 void TellOfBlocks(std::span<const BinRow> rows) {
   if (AnySizesDiffer(rows)) ShowMessage("Block size error !", "Error", Icon::kExclamation);

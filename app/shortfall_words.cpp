@@ -16,6 +16,7 @@ constexpr std::array<const char*, kShortfallKinds> kWords = {
     "byte(s) of the file could not be read",
     "row(s) left out",
     "key(s) left out of the script, with all below",
+    "entries of logs whose changes are shown together",
     "key(s) or value(s) whose names become one with another's in the script",
     "name(s) and text(s) with \"?\" for characters that the script cannot hold"};
 

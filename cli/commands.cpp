@@ -16,6 +16,7 @@
 #include "reports/file_pieces.h"
 #include "reports/freed_lists.h"
 #include "reports/hive_lists.h"
+#include "reports/log_lists.h"
 
 namespace hivequarry {
 namespace {
@@ -36,12 +37,24 @@ bool NeedsDisconnectedValues(const ConsoleRequest& request, std::string_view com
   return tells && request.disconnected_values;
 }
 
+// A log that was named instead of its hive: its entries, where a list of what the file is was asked
+// for. kExitUsage for any other file.
+int TellOfLog(const ConsoleRequest& request, std::string_view command) {
+  HiveLog log;
+  if (request.end_offset > request.start_offset || !IsLogFile(request.hive, log)) return kExitUsage;
+  Complain(LogFileWords(log));
+  const bool about = command == "logs" || command == "info";
+  return about ? Print(request, *ListLogEntries(log)) : kExitFailed;
+}
+
 // Opens the request's hive, lets the command print from it, and says so when it is no hive at all.
 // `failed` is the status of a lack of memory, before the hive is open and afterwards.
 int WithHive(const ConsoleRequest& request, const CommandRow& command, int& failed) {
+  if (const int status = TellOfLog(request, command.name); status != kExitUsage) return status;
   HiveTable& table = TheHiveTable();
   table.start_offset = request.start_offset;
   table.end_offset = request.end_offset;
+  table.logs = request.logs;
   const int slot = OpenHiveAndTell(request.hive);
   if (slot < 0) return StopRequested() ? kExitFailed : kExitUnreadable;
   failed = kExitFailed;
@@ -55,20 +68,27 @@ int WithHive(const ConsoleRequest& request, const CommandRow& command, int& fail
   opened.summary = BuildImageTree(*opened.hive, options, opened.tree);
   if (opened.summary.stopped) return kExitFailed;
   if (const std::string undone = UndoneWords(*opened.hive); !undone.empty()) Complain(undone);
+  if (const std::string logs = LogsWords(*opened.hive); !logs.empty()) Complain(logs);
   ConsoleRequest about_hive = request;
   about_hive.printing.hive = opened.hive;
-  const int status = command.with_hive(about_hive, opened);
+  int status = command.with_hive(about_hive, opened);
+  if (status == kExitDone && request.strict && LacksLogs(*opened.hive)) status = kExitDirty;
   const bool invalid =
       status == kExitDone && FoundNothing(opened.summary) && !ValidateAndTell(*opened.hive);
   return invalid ? kExitFailed : status;
 }
 
+int Logs(const ConsoleRequest& request, OpenedHive& opened) {
+  return Print(request, request.changes ? *ListLogChanges(*opened.hive) : *ListLogs(*opened.hive));
+}
+
 int Info(const ConsoleRequest& request, OpenedHive& opened) {
   const FreedRecords freed = FindFreedRecords(*opened.hive, opened.tree);
-  return Print(request, *ListImageInfo(*opened.hive, opened.summary, freed));
+  return Print(request, *ListImageInfo(*opened.hive, opened.summary, freed, request.hash));
 }
 
 int Tree(const ConsoleRequest& request, OpenedHive& opened) {
+  if (request.removed) return Print(request, *ListRemovedKeys(*opened.hive, opened.tree));
   uint32_t item = 0;
   if (!FindKey(request, opened, item)) return kExitFailed;
   return Print(request, *ListKeyTree(*opened.hive, opened.tree, item));
@@ -77,6 +97,9 @@ int Tree(const ConsoleRequest& request, OpenedHive& opened) {
 int Values(const ConsoleRequest& request, OpenedHive& opened) {
   ValueListOptions options;
   options.raw = request.raw;
+  if (request.removed) {
+    return Print(request, *ListRemovedValues(*opened.hive, opened.tree, options));
+  }
   if (request.disconnected_only) {
     return Print(request, *ListDisconnectedValues(*opened.hive, opened.tree, options));
   }
@@ -152,6 +175,7 @@ int Convert(const ConsoleRequest& request) {
 }
 
 constexpr CommandRow kCommands[] = {{"info", Info},
+                                    {"logs", Logs},
                                     {"tree", Tree},
                                     {"values", Values},
                                     {"freed keys", FreedKeys},
@@ -206,8 +230,14 @@ namespace {
 // A shell that redirects output knows nothing of evidence. False after a message, on the stream
 // that does not lead there.
 bool LeadsElsewhere(const ConsoleRequest& request) {
-  const bool errors = WritesInto(stderr, request.hive);
-  if (!errors && !WritesInto(stdout, request.hive)) return true;
+  const auto writes = [&request](std::FILE* stream) {
+    return WritesInto(stream, request.hive) ||
+           std::ranges::any_of(request.logs.files, [stream](const std::string& log) {
+             return IsSameFile(stream, log);
+           });
+  };
+  const bool errors = writes(stderr);
+  if (!errors && !writes(stdout)) return true;
   if (!errors) Complain("The output would be written into " + request.hive + " itself");
   return false;
 }

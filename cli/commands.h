@@ -8,6 +8,7 @@
 
 #include "cli/console_host.h"
 #include "cli/print_list.h"
+#include "replay/replay_plan.h"
 #include "reports/search.h"
 #include "security/security_lists.h"
 
@@ -18,6 +19,7 @@ inline constexpr int kExitDone = 0;
 inline constexpr int kExitFailed = 1;  // the operation failed or was stopped
 inline constexpr int kExitUsage = 2;
 inline constexpr int kExitUnreadable = 3;  // the file can't be read
+inline constexpr int kExitDirty = 4;       // with "--strict": done, but a dirty hive lacks its logs
 
 // Arguments of the commands about dates and security records.
 struct DatesRequest {
@@ -41,6 +43,11 @@ struct ConsoleRequest {
   uint32_t start_offset = 0;
   uint32_t end_offset = 0;  // 0: no range
   std::string root_path;
+  LogChoice logs;
+  bool strict = false;
+  bool hash = false;                // "info --hash"
+  bool changes = false;             // "logs --changes"
+  bool removed = false;             // "tree --removed", "values --removed"
   Printing printing;                // for "split" its file is a folder
   bool disconnected_values = true;  // look for them
   bool disconnected_only = false;   // "values --disconnected"

@@ -3,6 +3,7 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <csignal>
+#include <filesystem>
 #include <map>
 #include <string>
 #include <vector>
@@ -15,6 +16,7 @@
 #endif
 
 #include "cli/commands.h"
+#include "host/files.h"
 #include "host/host.h"
 #include "host/long_operation.h"
 #include "reports/structure_reports.h"
@@ -68,6 +70,23 @@ Format FormatOf(const std::string& name) {
   return name == "jsonl" ? Format::kJsonLines : Format::kText;
 }
 
+// "none", "auto", or file names with commas between them; a file may have commas in its name.
+LogChoice LogChoiceOf(const std::string& text, LogChoice choice) {
+  choice.files.clear();
+  choice.mode = text == "none" ? LogMode::kNone : LogMode::kAuto;
+  if (text == "none" || text == "auto") return choice;
+  choice.mode = LogMode::kChosen;
+  std::error_code ignored;
+  std::string_view rest = text;
+  while (!rest.empty()) {
+    const bool whole = std::filesystem::exists(FilePath(std::string(rest)), ignored);
+    const std::string_view name = whole ? rest : rest.substr(0, rest.find(','));
+    if (!name.empty()) choice.files.emplace_back(name);
+    rest.remove_prefix(std::min(rest.size(), name.size() + 1));
+  }
+  return choice;
+}
+
 void AddHive(CLI::App* command, ConsoleRequest& request) {
   command->add_option("HIVE", request.hive, "Hive file, or a file that holds a hive")->required();
 }
@@ -98,6 +117,18 @@ void AddOptions(CLI::App& app, ConsoleRequest& request) {
                "Replace an existing file of -o; a hive or its logs never");
   app.add_flag("!--no-disconnected-values", request.disconnected_values,
                "Do not look for values that no key names");
+  app.add_option_function<std::string>(
+      "--logs",
+      [&request](const std::string& text) { request.logs = LogChoiceOf(text, request.logs); },
+      "Logs of a dirty hive: auto (default: those beside it), none, or FILE[,FILE]");
+  app.add_option_function<uint32_t>(
+      "--until",
+      [&request](uint32_t entry) {
+        request.logs.bounded = true;
+        request.logs.until = entry;
+      },
+      "No entry of the logs after this number");
+  app.add_flag("--strict", request.strict, "Exit status 4 for a dirty hive without usable logs");
   app.add_flag("--all-roots", request.all_roots,
                "Show further hives in the file too, instead of the first alone");
   app.add_flag("--quiet", request.console.quiet, "No messages");
@@ -109,20 +140,28 @@ void AddOptions(CLI::App& app, ConsoleRequest& request) {
 void AddCommands(CLI::App& app, ConsoleRequest& request) {
   app.require_subcommand(1);
   app.fallthrough();
-  AddHive(app.add_subcommand("info", "What the file is, and what was found in it"), request);
+  CLI::App* info = app.add_subcommand("info", "What the file is, and what was found in it");
+  AddHive(info, request);
+  info->add_flag("--hash", request.hash, "SHA-256 of the file and of its logs too");
   CLI::App* tree = app.add_subcommand("tree", "The keys as displayed, recovered ones included");
   AddHive(tree, request);
   AddBranch(tree, request);
+  tree->add_flag("--removed", request.removed, "The keys that the hive's logs removed instead");
   CLI::App* values = app.add_subcommand("values", "The values of one key, or of every key");
   AddHive(values, request);
   values->add_option("KEY", request.key, "Only the values of this key (path or @OFFSET)");
   values->add_flag("--disconnected", request.disconnected_only, "The values that no key owns");
+  values->add_flag("--removed", request.removed, "The values that the hive's logs removed");
   values->add_flag("--raw", request.raw, "With jsonl: each value's data in hexadecimal");
   CLI::App* detail = app.add_subcommand("detail", "The record of one value or key, decoded");
   AddHive(detail, request);
   detail->add_option("OFFSET", request.key, "@OFFSET of the value or key (decimal or 0x...)")
       ->required();
   detail->add_flag("--raw", request.raw, "The bytes of the record there, field by field");
+  CLI::App* logs = app.add_subcommand("logs", "The entries of the hive's logs");
+  AddHive(logs, request);
+  logs->add_flag("--changes", request.changes,
+                 "What each applied entry added, removed and changed instead");
   AddHive(app.add_subcommand("bins", "The blocks of the hive"), request);
   CLI::App* script =
       app.add_subcommand("export", "The keys and values as a registry script (.reg)");

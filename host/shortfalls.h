@@ -21,6 +21,7 @@ enum class Shortfall : uint8_t {
   kUnreadBytes,   // bytes of the file that could not be read
   kRows,          // rows that were not read or not made
   kScriptKeys,    // keys, with all below them, that a script cannot hold
+  kLogEntries,    // entries of logs whose changes were taken together
   kScriptNames,   // keys and values of a script that become one with another
   kScriptTexts,   // names and texts of which a script could not hold all characters
   kCount

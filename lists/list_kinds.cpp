@@ -129,7 +129,20 @@ constexpr KindColumn kInfo[] = {InfoText("file"),
                                 InfoNumber("cut_at"),
                                 InfoText("cut_reason"),
                                 InfoText("cut_rest"),
-                                InfoText("moved")};
+                                InfoText("moved"),
+                                InfoFlag("dirty"),
+                                InfoText("dirty_why"),
+                                InfoFlag("checksum_valid"),
+                                InfoText("sequence"),
+                                InfoText("last_written"),
+                                InfoText("version"),
+                                InfoText("flags"),
+                                Held(InfoText("stored_name"), CellHolds::kUtf8),
+                                InfoText("reorganised"),
+                                Held(InfoText("replay"), CellHolds::kUtf8),
+                                Held(InfoText("logs"), CellHolds::kUtf8),
+                                InfoText("sha256"),
+                                Held(InfoText("logs_sha256"), CellHolds::kUtf8)};
 constexpr KindColumn kTree[] = {kKey,    kKeyOffset,         kParentOffset,         kKeyDate,
                                 kStatus, Number("Marks", 2), Number("Connected", 4)};
 constexpr KindColumn kWholePath = Wide(kKey, 12, 4);
@@ -148,6 +161,14 @@ constexpr KindColumn kFreedKeys[] = {kKey,     kKeyOffset,          kParentOffse
                                      kPlace};
 constexpr KindColumn kFreedValues[] = {kWholePath,   kValue,     kType, kData,
                                        kValueOffset, kKeyOffset, kPlace};
+constexpr KindColumn kLogColumn = Held(Text("Log", 5, 1), CellHolds::kUtf8);
+constexpr KindColumn kLogPosition = Position("Log Position", 5);
+constexpr KindColumn kLogs[] = {kLogColumn,         Number("Entry", 3), Number("Pages", 2),
+                                Number("Bytes", 3), kLogPosition,       Number("Bins", 3),
+                                Wide(kStatus, 8, 4)};
+constexpr KindColumn kLogChanges[] = {kLogColumn, Text("Entry", 3), Text("Change", 4), kKey,
+                                      kValue,     kKeyDate,         Position("Position", 5),
+                                      kLogPosition};
 
 // --- the table -----------------------------------------------------------------------------------
 
@@ -237,6 +258,8 @@ constexpr ListKindInfo kKinds[] = {
     {kListLocalGroups, "Local groups", kLocalGroups},
     OfFreed(kListFreedKeys, kFreedKeys, "Freed Keys"),
     OfFreed(kListFreedValues, kFreedValues, "Freed Values"),
+    {kListLogs, "Log entries", kLogs},
+    {kListLogChanges, "Changes by log entries", kLogChanges},
 };
 
 constexpr bool NumbersDiffer() {

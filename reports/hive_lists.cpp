@@ -14,6 +14,8 @@
 #include "lists/list_rows.h"
 #include "recovery/root_search.h"
 #include "reports/freed_lists.h"
+#include "reports/hive_state.h"
+#include "reports/log_origin.h"
 #include "words/bin_texts.h"
 #include "words/item_values.h"
 #include "words/raw_record.h"
@@ -56,6 +58,8 @@ class ValueRows {
     facts.path = key.stored;
     facts.name = name;
     facts.bytes = bytes;
+    const std::string from_log = ValueOriginText(hive_, value);
+    facts.from_log = from_log;
     AddListRow(
         list_,
         {key.path, row.name, row.type, row.data, PlaceText(hive_, position), key.place, key.status},
@@ -142,11 +146,12 @@ std::string RecordWords(const HiveImage& hive, const KeyTree& tree, const Record
 }  // namespace
 
 OutputListPtr ListImageInfo(const HiveImage& hive, const ImageSummary& summary,
-                            const FreedRecords& freed) {
+                            const FreedRecords& freed, bool hashes) {
   OutputListPtr list = MakeOutputList(kListInfo);
   const auto number = [](uint32_t value) { return std::to_string(value); };
   const ImageCut cut = CutOf(hive);
   const std::string rest = cut.at == 0 ? "" : "--soff=" + number(cut.rest) + ", or --all-roots";
+  const HiveStateTexts state = StateTextsOf(hive, hashes);
   AddListRow(*list,
              {hive.file_name,
               number(LengthInFile(hive)),
@@ -175,7 +180,20 @@ OutputListPtr ListImageInfo(const HiveImage& hive, const ImageSummary& summary,
               cut.at == 0 ? std::string() : number(cut.at),
               cut.reason,
               rest,
-              UndoneWords(hive)},
+              UndoneWords(hive),
+              state.dirty,
+              state.dirty_why,
+              state.checksum_valid,
+              state.sequence,
+              state.last_written,
+              state.version,
+              state.flags,
+              state.stored_name,
+              state.reorganised,
+              state.replay,
+              state.logs,
+              state.sha256,
+              state.logs_sha256},
              kNoOffset, RowFacts(), 0);
   return list;
 }
@@ -195,6 +213,8 @@ OutputListPtr ListKeyTree(const HiveImage& hive, const KeyTree& tree, uint32_t i
     facts.about_key = has_cell;
     facts.last_write = last_write;
     facts.path = paths.StoredPathOf(at);
+    const std::string from_log = has_cell ? KeyOriginText(hive, it.position) : std::string();
+    facts.from_log = from_log;
     AddListRow(*list,
                {path,
                 PlaceText(hive, it.position),
@@ -276,9 +296,13 @@ OutputListPtr ListDetail(const HiveImage& hive, const KeyTree& tree, uint32_t po
   if (!is_value && fields.empty()) return nullptr;
   OutputListPtr list = MakeOutputList(kListDetail);
   if (is_value) AddValueDetail(hive, tree, value, *list);
+  const std::string from_log =
+      is_value ? ValueOriginText(hive, value) : KeyOriginText(hive, position);
   for (const DetailField& field : fields) {
     AddListRow(*list, {field.label, field.text}, position, RowFacts(), 0);
   }
+  if (from_log.empty()) return list;
+  AddListRow(*list, {"From log", NarrowText(WideFromUtf8(from_log))}, position, RowFacts(), 0);
   return list;
 }
 

@@ -14,8 +14,9 @@
 namespace hivequarry {
 
 // One row: what could be confirmed of the file, the counts of the build and of the freed records.
+// With `hashes` also the SHA-256 of the file and of its logs.
 OutputListPtr ListImageInfo(const HiveImage& hive, const ImageSummary& summary,
-                            const FreedRecords& freed);
+                            const FreedRecords& freed, bool hashes = false);
 
 // The keys from `item` down as displayed, parents first. The virtual folders give no rows of their
 // own. Ends early when the user stops.

@@ -226,8 +226,8 @@ TEST(OutputListTest, ColumnLimits) {
   SetColumns(*list, std::vector<std::string>(20, "c"));
   EXPECT_EQ(ColumnCount(*list), 18);
   const OutputListPtr own = MakeOutputList(kListInfo);
-  SetColumns(*own, std::vector<std::string>(40, "c"));
-  EXPECT_EQ(ColumnCount(*own), 32);
+  SetColumns(*own, std::vector<std::string>(60, "c"));
+  EXPECT_EQ(ColumnCount(*own), 56);
 }
 
 TEST(ListText, Format) {

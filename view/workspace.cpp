@@ -1,5 +1,6 @@
 #include "view/workspace.h"
 
+#include "app/opening_words.h"
 #include "hive/file_place.h"
 #include "host/host.h"
 #include "lists/list_rows.h"
@@ -28,6 +29,9 @@ struct Note {
 std::vector<Note> NotesOn(const HiveImage& hive) {
   std::vector<Note> notes;
   if (std::string moved = UndoneWords(hive); !moved.empty()) notes.push_back({"Moved", moved});
+  if (const std::string logs = LogsWords(hive); !logs.empty()) {
+    notes.push_back({"Logs", NarrowText(WideFromUtf8(logs))});
+  }
   if (const ImageCut cut = CutOf(hive); cut.at != 0) {
     notes.push_back({"Ends early", "at " + PositionText(cut.at) + ": " + cut.reason});
   }

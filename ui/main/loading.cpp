@@ -6,6 +6,7 @@
 #include "app/opening_words.h"
 #include "app/settings.h"
 #include "hive/file_place.h"
+#include "hive/replaying.h"
 #include "host/launch.h"
 #include "host/long_operation.h"
 #include "host/memory.h"
@@ -132,6 +133,9 @@ void ShowLoadResult(MainWindow& window) {
   ShowShortfalls();
   const std::string moved = UndoneWords(ShownHive(window));
   if (!moved.empty()) ShowMessage(moved.c_str(), kProgramName, Icon::kInformation);
+  const std::string logs = LogsWords(ShownHive(window));
+  const bool dirty = !logs.empty() && ShownHive(window).logs->hive.dirty();
+  if (dirty) ShowMessage(logs.c_str(), kProgramName, Icon::kInformation);
 }
 
 void WaitWhile(const std::function<bool()>& busy) {

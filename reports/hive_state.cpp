@@ -1,0 +1,91 @@
+#include "reports/hive_state.h"
+
+#include <cstdio>
+#include <memory>
+#include <vector>
+
+#include "bytes/sha256.h"
+#include "hive/hive_start.h"
+#include "hive/replaying.h"
+#include "hive/timestamp.h"
+#include "host/file_reading.h"
+#include "host/files.h"
+#include "host/host.h"
+#include "host/long_operation.h"
+#include "host/number_text.h"
+#include "replay/log_words.h"
+
+namespace hivequarry {
+namespace {
+
+struct StreamCloser {
+  void operator()(std::FILE* stream) const { std::fclose(stream); }
+};
+
+// Years that the time of a registry can have; anything else is no time.
+std::string TimeText(uint64_t time) {
+  return FormatTimestampChecked(time).empty() ? std::string() : FormatIso8601(time);
+}
+
+// The two lowest bits say what was done, the rest is the time of it.
+std::string ReorganisedText(uint64_t stored) {
+  if (stored == 0) return {};
+  const std::string time = TimeText(stored & ~uint64_t{3});
+  if (time.empty()) return Concat({"0x", Hex(stored, 16)});
+  if ((stored & 3) == 1) return time + ", defragmented";
+  return (stored & 3) == 2 ? time + ", access bits cleared" : time;
+}
+
+void AddHashes(const HiveImage& hive, HiveStateTexts& texts) {
+  texts.sha256 = HashOfFile(hive.file_name);
+  if (hive.logs == nullptr) return;
+  for (const HiveLog& log : hive.logs->logs) {
+    if (!texts.logs_sha256.empty()) texts.logs_sha256 += "; ";
+    texts.logs_sha256 += LeafOf(FilePath(log.name)) + " " + HashOfFile(log.name);
+  }
+}
+
+}  // namespace
+
+HiveStateTexts StateTextsOf(const HiveImage& hive, bool hashes) {
+  HiveStateTexts texts;
+  if (hashes) AddHashes(hive, texts);
+  if (hive.logs == nullptr && !BeginsAsBaseBlock(hive)) return texts;
+  const PlanInput state = hive.logs == nullptr ? PlanInputOf(ImageBytes(hive)) : hive.logs->hive;
+  const BaseBlock& base = state.base;
+  texts.dirty = state.dirty() ? "1" : "0";
+  texts.dirty_why = DirtyWords(state);
+  texts.checksum_valid = state.checksum_right ? "1" : "0";
+  texts.sequence = std::to_string(base.sequence1) + "/" + std::to_string(base.sequence2);
+  texts.last_written = TimeText(base.last_write);
+  texts.version = std::to_string(base.major) + "." + std::to_string(base.minor);
+  texts.flags = Concat({"0x", Hex(base.flags, 8)});
+  texts.stored_name = Utf8FromWide(base.file_name);
+  texts.reorganised = ReorganisedText(base.reorganised);
+  if (hive.logs == nullptr) return texts;
+  texts.replay = ReplayWords(*hive.logs);
+  for (const HiveLog& log : hive.logs->logs) {
+    if (!texts.logs.empty()) texts.logs += "; ";
+    texts.logs += LogLine(*hive.logs, log);
+  }
+  return texts;
+}
+
+std::string HashOfFile(const std::string& name) {
+  constexpr size_t kChunk = 1 << 20;
+  int error = 0;
+  const std::unique_ptr<std::FILE, StreamCloser> stream(OpenFile(name, "rb", error));
+  if (stream == nullptr) return {};
+  std::vector<uint8_t> chunk(kChunk);
+  Sha256 hash;
+  UnreadBytes unread;
+  for (;;) {
+    const size_t got = ReadFileBytes(stream.get(), hash.length, chunk.data(), kChunk, &unread);
+    AddToSha256(hash, ByteView(chunk).first(got));
+    if (StopRequested()) return {};
+    if (got < kChunk) break;
+  }
+  return unread.count == 0 ? EndSha256(hash) : std::string();
+}
+
+}  // namespace hivequarry

@@ -1,0 +1,32 @@
+// What the base block of a hive and its logs say of its state, as texts of one row.
+#pragma once
+
+#include <string>
+
+#include "hive/image.h"
+
+namespace hivequarry {
+
+// Empty where there is no base block. Of a replayed hive the base block is that of its file.
+struct HiveStateTexts {
+  std::string dirty;  // "1" or "0"
+  std::string dirty_why;
+  std::string checksum_valid;
+  std::string sequence;      // "256/255"
+  std::string last_written;  // ISO 8601
+  std::string version;
+  std::string flags;
+  std::string stored_name;  // UTF-8
+  std::string reorganised;  // ISO 8601, and what was done
+  std::string replay;       // UTF-8, as the opening says it
+  std::string logs;         // UTF-8, one after the other
+  std::string sha256;
+  std::string logs_sha256;  // UTF-8
+};
+// With `hashes` the last two too, of the files as they are on disk now.
+HiveStateTexts StateTextsOf(const HiveImage& hive, bool hashes);
+
+// SHA-256 of a file in hexadecimal; empty when it can't be read whole, or the user stopped.
+std::string HashOfFile(const std::string& name);
+
+}  // namespace hivequarry

@@ -1,0 +1,472 @@
+// Logs of hives: which entries are applied, what comes out, and what is said of it.
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <functional>
+
+#include "app/opening_words.h"
+#include "bytes/sha256.h"
+#include "hive/key_tree.h"
+#include "host/evidence.h"
+#include "tests/support/logged_hive.h"
+#include "tests/support/opened_hive.h"
+#include "tests/support/texts.h"
+
+namespace hivequarry {
+namespace {
+
+using testing::Bytes;
+using testing::EntryBetween;
+using testing::LoggedFiles;
+using testing::LoggedHive;
+using testing::LogStory;
+using testing::MakeLogStory;
+using testing::NewLog;
+
+// --- real hives ----------------------------------------------------------------------------------
+
+std::filesystem::path CorpusFolder() {
+  const char* named = std::getenv("HIVEQUARRY_CORPUS");
+  if (named != nullptr && *named != '\0') return named;
+  return std::filesystem::path(HIVEQUARRY_SOURCE_DIR) / ".." / "shared" / "hives";
+}
+
+class RealLogs : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    if (!std::filesystem::exists(CorpusFolder() / "NewDirtyHive.LOG1")) {
+      GTEST_SKIP() << "real logs are not tested: none in " << CorpusFolder()
+                   << " (HIVEQUARRY_CORPUS names another folder)";
+    }
+  }
+  void TearDown() override { ResetHiveTable(); }
+
+  static Bytes ReadFile(const std::string& name) {
+    return testing::ContentOf<Bytes>((CorpusFolder() / name).string());
+  }
+  static LoggedFiles Files(const std::string& name) {
+    LoggedFiles files;
+    files.hive = ReadFile(name);
+    for (const char* ending : {".LOG1", ".LOG2"}) {
+      if (std::filesystem::exists(CorpusFolder() / (name + ending))) {
+        files[ending] = ReadFile(name + ending);
+      }
+    }
+    return files;
+  }
+};
+
+struct Outcome {
+  const char* applied;
+  uint32_t keys;  // connected ones
+  uint32_t values;
+  const char* bins;  // start of their hash
+};
+
+void ExpectOutcome(LoggedHive& hive, const Outcome& wanted) {
+  ASSERT_TRUE(hive.opened());
+  EXPECT_EQ(hive.Applied(), wanted.applied);
+  EXPECT_EQ(hive.summary().connected_keys, wanted.keys);
+  EXPECT_EQ(hive.summary().values, wanted.values);
+  EXPECT_TRUE(Sha256Text(hive.Bins()).starts_with(wanted.bins)) << Sha256Text(hive.Bins());
+  const PlanInput after = PlanInputOf(ImageBytes(hive.hive()));
+  EXPECT_EQ(after.dirty(), hive.logs().steps.empty() && hive.logs().hive.dirty());
+}
+
+TEST_F(RealLogs, WholeRuns) {
+  struct Case {
+    const char* name;
+    Outcome before;
+    Outcome after;
+  };
+  const Case cases[] = {
+      {"NewDirtyHive",
+       {"", 5, 2, "76f0aa2acd899851"},
+       {"LOG1 2; LOG2 3..5", 5, 1,
+        "d762fa532cd95f274afb9277ca269d9a4f711b34a3734898b060382d5bea9237"}},
+      {"UsrClass.dat",
+       {"", 6205, 12369, ""},
+       {"LOG1 287..290; LOG2 291..300", 6238, 12531,
+        "ecc04a58aa3d2467871e80e393eb8469a5fdd425f37fc88f55308efc2f384930"}},
+      {"OldDirtyHive",
+       {"", 5003, 0, ""},
+       {"LOG1 5", 5003, 1, "23c97d7cc7947d32b5b7dc7a3761bc1191e6d5b84797a53dea08084d4cb2b56f"}}};
+  for (const Case& each : cases) {
+    SCOPED_TRACE(each.name);
+    LoggedHive hive(Files(each.name));
+    ExpectOutcome(hive, each.after);
+    hive.Reopen({LogMode::kNone, {}});
+    ExpectOutcome(hive, each.before);
+    EXPECT_EQ(hive.logs().state, ReplayState::kNotAsked);
+  }
+}
+
+TEST_F(RealLogs, StatesInBetween) {
+  LoggedHive hive(Files("NewDirtyHive"));
+  const Outcome wanted[] = {{"LOG1 2", 5, 2, "76f0aa2acd899851"},
+                            {"LOG1 2; LOG2 3", 8, 2, "c43b8943cbfcbaeb"},
+                            {"LOG1 2; LOG2 3..4", 4, 1, "1be9f46c42c70544"},
+                            {"LOG1 2; LOG2 3..5", 5, 1, "d762fa532cd95f27"}};
+  for (uint32_t entry = 2; entry <= 5; ++entry) {
+    SCOPED_TRACE(entry);
+    hive.Reopen(testing::Until(entry));
+    ExpectOutcome(hive, wanted[entry - 2]);
+  }
+  hive.Reopen(testing::Until(1));
+  ExpectOutcome(hive, {"", 5, 2, "76f0aa2acd899851"});
+  EXPECT_EQ(hive.logs().state, ReplayState::kUntil);
+}
+
+TEST_F(RealLogs, KeysOfTheNewestState) {
+  LoggedHive user(Files("UsrClass.dat"));
+  const std::string path = "Local Settings\\Software\\Microsoft\\Windows\\Shell\\BagMRU\\10\\0\\0";
+  const uint32_t item = FindItemByPath(user.hive(), user.tree(), path);
+  ASSERT_NE(item, kNoItem);
+  EXPECT_EQ(user.tree().items[item].position, 0x1B6200U);
+  LoggedHive old(Files("OldDirtyHive"));
+  const auto has = [&](const char* key) {
+    return FindItemByPath(old.hive(), old.tree(), std::string("key_with_many_subkeys\\") + key) !=
+           kNoItem;
+  };
+  EXPECT_TRUE(has("5000\\find_me_in_log"));
+  EXPECT_FALSE(has("1"));
+}
+
+void Renumber(Bytes& file, uint32_t less) {
+  for (const uint32_t at : {4U, 8U}) testing::PutU32(file, at, testing::GetU32(file, at) - less);
+  testing::FixBaseChecksum(file);
+}
+
+// The hashes of the entry's header and pages made right.
+void FixEntry(Bytes& log, uint32_t at) {
+  const uint32_t size = testing::GetU32(log, at + 4);
+  testing::PutU64(log, at + 24, LogHash(PartOf(log, at + kLogEntryHeader, size - kLogEntryHeader)));
+  testing::PutU64(log, at + 32, LogHash(PartOf(log, at, 32)));
+}
+
+uint32_t EntryAt(const Bytes& log, int number) {
+  uint32_t at = kLogUnit;
+  for (; number > 0; --number) at += testing::GetU32(log, at + 4);
+  return at;
+}
+
+TEST_F(RealLogs, Variants) {
+  constexpr Outcome kAll = {"LOG1 2; LOG2 3..5", 5, 1, "d762fa532cd95f27"};
+  constexpr Outcome kToThree = {"LOG1 2; LOG2 3", 8, 2, "c43b8943cbfcbaeb"};
+  constexpr Outcome kFirstLog = {"LOG1 2", 5, 2, "76f0aa2acd899851"};
+  constexpr Outcome kSecondLog = {"LOG2 3..5", 5, 1, "d762fa532cd95f27"};
+  constexpr Outcome kNothing = {"", 5, 2, "76f0aa2acd899851"};
+  struct Case {
+    const char* name;
+    void (*change)(LoggedFiles& files);
+    Outcome wanted;
+  };
+  const Case cases[] = {
+      {"names swapped",
+       [](LoggedFiles& f) { std::swap(f[".LOG1"], f[".LOG2"]); },
+       {"LOG2 2; LOG1 3..5", 5, 1, "d762fa532cd95f27"}},
+      {"other case",
+       [](LoggedFiles& f) { f.beside[0].first = ".log1"; },
+       {"log1 2; LOG2 3..5", 5, 1, "d762fa532cd95f27"}},
+      {"cut in entry 5",
+       [](LoggedFiles& f) { f[".LOG2"].resize(40448); },
+       {"LOG1 2; LOG2 3..4", 4, 1, "1be9f46c42c70544"}},
+      {"cut in entry 4", [](LoggedFiles& f) { f[".LOG2"].resize(20000); }, kToThree},
+      {"bit in entry 4's pages", [](LoggedFiles& f) { f[".LOG2"][20000] ^= 1; }, kToThree},
+      {"bit in entry 4's header", [](LoggedFiles& f) { f[".LOG2"][8204] ^= 1; }, kToThree},
+      {"entry 4 has number 6",
+       [](LoggedFiles& f) {
+         const uint32_t at = EntryAt(f[".LOG2"], 1);
+         testing::PutU32(f[".LOG2"], at + 12, 6);
+         FixEntry(f[".LOG2"], at);
+       },
+       kToThree},
+      {"entry 4 has another bins size",
+       [](LoggedFiles& f) {
+         const uint32_t at = EntryAt(f[".LOG2"], 1);
+         testing::PutU32(f[".LOG2"], at + 16, 20481);
+         FixEntry(f[".LOG2"], at);
+       },
+       kToThree},
+      {"bit in entry 3", [](LoggedFiles& f) { f[".LOG2"][600] ^= 1; }, kFirstLog},
+      {"LOG2 empty", [](LoggedFiles& f) { f[".LOG2"].clear(); }, kFirstLog},
+      {"LOG2 missing", [](LoggedFiles& f) { f.Remove(".LOG2"); }, kFirstLog},
+      {"LOG2 checksum", [](LoggedFiles& f) { f[".LOG2"][12] ^= 1; }, kFirstLog},
+      {"LOG1 empty", [](LoggedFiles& f) { f[".LOG1"].clear(); }, kSecondLog},
+      {"LOG1 missing", [](LoggedFiles& f) { f.Remove(".LOG1"); }, kSecondLog},
+      {"LOG1 numbers differ", [](LoggedFiles& f) { testing::SetNumbers(f[".LOG1"], 2, 1); },
+       kSecondLog},
+      {"hive's checksum", [](LoggedFiles& f) { f.hive[12] ^= 1; }, kSecondLog},
+      {"clean", [](LoggedFiles& f) { testing::SetNumbers(f.hive, 3, 3); }, kNothing},
+      {"logs too old", [](LoggedFiles& f) { testing::SetNumbers(f.hive, 9, 8); }, kNothing},
+      {"numbers go round",
+       [](LoggedFiles& f) {
+         for (Bytes* file : {&f.hive, &f[".LOG1"], &f[".LOG2"]}) Renumber(*file, 4);
+         for (auto& [name, log] : f.beside) {
+           const int entries = name == ".LOG1" ? 1 : 3;
+           for (int i = 0; i < entries; ++i) {
+             const uint32_t at = EntryAt(log, i);
+             testing::PutU32(log, at + 12, testing::GetU32(log, at + 12) - 4);
+             FixEntry(log, at);
+           }
+         }
+       },
+       {"LOG1 4294967294; LOG2 4294967295..1", 5, 1, "d762fa532cd95f27"}},
+      {"hive cut to its bins", [](LoggedFiles& f) { f.hive.resize(24576); }, kAll},
+      {"hive cut to one block", [](LoggedFiles& f) { f.hive.resize(8192); }, kAll},
+      {"a dummy log beside the pair",
+       [](LoggedFiles& f) {
+         f.beside.push_back({".LOG", f.beside[0].second});
+       },
+       kAll},
+  };
+  const LoggedFiles sound = Files("NewDirtyHive");
+  for (const Case& each : cases) {
+    SCOPED_TRACE(each.name);
+    LoggedFiles files = sound;
+    each.change(files);
+    LoggedHive hive(files);
+    ExpectOutcome(hive, each.wanted);
+  }
+}
+
+// --- hives made here -----------------------------------------------------------------------------
+
+bool HasKey(LoggedHive& hive, const char* path) {
+  return FindItemByPath(hive.hive(), hive.tree(), std::string(path)) != kNoItem;
+}
+
+TEST(Replay, BringsWhatTheLogsHold) {
+  const LogStory story = MakeLogStory();
+  LoggedHive hive(story.files);
+  EXPECT_EQ(hive.Applied(), "LOG1 10; LOG2 11");
+  EXPECT_TRUE(HasKey(hive, "Comes\\Later"));
+  EXPECT_FALSE(HasKey(hive, "Goes"));
+  const ByteView bins = hive.Bins();
+  EXPECT_TRUE(std::equal(bins.begin(), bins.end(), story.states[2].begin() + 4096));
+  EXPECT_EQ(LogsWords(hive.hive()),
+            "Dirty hive (sequence numbers 10 and 9 differ): shown as its logs make it, in memory "
+            "alone. Applied: HIVE.LOG1, entry 10; HIVE.LOG2, entry 11");
+  EXPECT_FALSE(LacksLogs(hive.hive()));
+  const PlanInput after = PlanInputOf(ImageBytes(hive.hive()));
+  EXPECT_EQ(after.base.sequence1, 11U);
+  EXPECT_EQ(testing::ContentOf<Bytes>(hive.name()), story.files.hive) << "the file was changed";
+  hive.Reopen(testing::Until(10));
+  EXPECT_TRUE(HasKey(hive, "Comes"));
+  EXPECT_TRUE(HasKey(hive, "Goes"));
+}
+
+// Every byte that differs from the file came from a log, from where the table says.
+TEST(Replay, OriginsOfBytes) {
+  const LogStory story = MakeLogStory();
+  LoggedHive hive(story.files);
+  const ByteView image = ImageBytes(hive.hive());
+  const HiveLogs& logs = hive.logs();
+  for (uint32_t at = 4096; at < image.size(); ++at) {
+    const LogOrigin origin = OriginOf(hive.hive(), at, 1);
+    const bool same = at < story.files.hive.size() && story.files.hive[at] == image[at];
+    ASSERT_TRUE(same || origin.found) << at;
+    if (!origin.found) continue;
+    const HiveLog& log = LogOf(logs, logs.steps[origin.step]);
+    ASSERT_EQ(log.bytes()[origin.log_position], image[at]) << at;
+  }
+  ASSERT_FALSE(logs.changed.empty());
+  const std::string words = OriginWords(logs, 1, 0x1234);
+  EXPECT_EQ(words, "HIVE.LOG2 at 0x00001234 (4660), entry 11");
+}
+
+TEST(Replay, StatesOfOneHive) {
+  const LogStory story = MakeLogStory();
+  LoggedHive hive(story.files);
+  for (size_t steps = 0; steps <= 2; ++steps) {
+    const HiveImage image = ImageAfter(hive.hive(), steps);
+    ASSERT_EQ(image.length, story.states[steps].size()) << steps;
+    EXPECT_TRUE(std::equal(story.states[steps].begin() + 4096, story.states[steps].end(),
+                           image.buffer.get() + 4096))
+        << steps;
+  }
+}
+
+TEST(Replay, OldForm) {
+  LogStory story = MakeLogStory();
+  struct Case {
+    const char* name;
+    void (*change)(Bytes& hive, Bytes& log);
+    ReplayState state;
+    const char* use;
+  };
+  const Case cases[] = {
+      {"same time", [](Bytes&, Bytes&) {}, ReplayState::kReplayed, "applied: "},
+      {"log later",
+       [](Bytes&, Bytes& log) {
+         testing::PutU64(log, 12, testing::kDefaultTime + 1);
+         testing::FixBaseChecksum(log);
+       },
+       ReplayState::kReplayed, "applied: "},
+      {"log earlier",
+       [](Bytes&, Bytes& log) {
+         testing::PutU64(log, 12, testing::kDefaultTime - 1);
+         testing::FixBaseChecksum(log);
+       },
+       ReplayState::kUnusable, "of a time before the hive's"},
+      {"hive's checksum wrong",
+       [](Bytes& hive, Bytes& log) {
+         hive[16] ^= 1;
+         testing::PutU64(hive, 4096 + 20, testing::GetU32(log, 12));
+       },
+       ReplayState::kReplayed, "applied: "},
+      {"cut short", [](Bytes&, Bytes& log) { log.resize(log.size() - 512); },
+       ReplayState::kUnusable, "unusable: log cut short"},
+      {"no bitmap", [](Bytes&, Bytes& log) { log[512] = 'd'; }, ReplayState::kUnusable,
+       "unusable: no bitmap"},
+      {"bins beyond offsets",
+       [](Bytes&, Bytes& log) {
+         testing::PutU32(log, 40, 0xFFFFF000);
+         testing::FixBaseChecksum(log);
+       },
+       ReplayState::kUnusable, "unusable: no size of a hive"},
+  };
+  for (const Case& each : cases) {
+    SCOPED_TRACE(each.name);
+    LoggedFiles files;
+    files.hive = story.states[0];
+    Bytes log = testing::OldLog(story.states[0], story.states[2]);
+    each.change(files.hive, log);
+    files[".LOG"] = log;
+    LoggedHive hive(files);
+    EXPECT_EQ(hive.logs().state, each.state);
+    EXPECT_TRUE(UseWords(hive.logs(), hive.logs().logs[0]).starts_with(each.use))
+        << UseWords(hive.logs(), hive.logs().logs[0]);
+    EXPECT_EQ(HasKey(hive, "Comes\\Later"), each.state == ReplayState::kReplayed);
+  }
+}
+
+TEST(Replay, WhatIsSaidOfOtherOpenings) {
+  LogStory story = MakeLogStory();
+  LoggedFiles bare;
+  bare.hive = story.files.hive;
+  LoggedHive alone(bare);
+  EXPECT_EQ(LogsWords(alone.hive()),
+            "Dirty hive (sequence numbers 10 and 9 differ), shown as its file has it: there is no "
+            "log beside it: its last changes may be missing");
+  EXPECT_TRUE(LacksLogs(alone.hive()));
+  LoggedFiles clean = story.files;
+  testing::SetNumbers(clean.hive, 10, 10);
+  LoggedHive later(clean);
+  EXPECT_EQ(LogsWords(later.hive()),
+            "Clean hive: HIVE.LOG2 holds entry 11 that the system would ignore");
+  EXPECT_FALSE(HasKey(later, "Comes"));
+  EXPECT_FALSE(LacksLogs(later.hive()));
+  LoggedHive part(story.files, {}, 0, static_cast<uint32_t>(story.files.hive.size()) - 1);
+  EXPECT_EQ(part.logs().state, ReplayState::kPart);
+  EXPECT_FALSE(HasKey(part, "Comes"));
+  LoggedFiles fragment = story.files;
+  fragment.hive.erase(fragment.hive.begin(), fragment.hive.begin() + 4096);
+  LoggedHive piece(fragment);
+  EXPECT_EQ(piece.hive().logs, nullptr);
+}
+
+TEST(Replay, LogsChosenByHand) {
+  LogStory story = MakeLogStory();
+  LoggedFiles files = story.files;
+  const Bytes second = files[".LOG2"];
+  files["x"] = second;
+  LoggedHive hive(files);
+  const std::string chosen = hive.name() + "x";
+  hive.Reopen({LogMode::kChosen, {chosen}});
+  EXPECT_EQ(hive.logs().steps.size(), 1U);
+  EXPECT_TRUE(IsProtected(chosen));
+  EXPECT_TRUE(IsEvidence(chosen));
+  hive.Reopen({LogMode::kNone, {}});
+  EXPECT_FALSE(IsEvidence(chosen));
+}
+
+// What an earlier run left is found, and nothing of it is applied.
+TEST(Replay, EntriesOfEarlierRuns) {
+  LogStory story = MakeLogStory();
+  const testing::LogEntrySpec first = EntryBetween(story.states[0], story.states[1], 10);
+  testing::LogEntrySpec old = EntryBetween(story.states[1], story.states[2], 4);
+  LoggedFiles files;
+  files.hive = story.files.hive;
+  files[".LOG1"] = NewLog(story.states[1], {first, old});
+  LoggedHive hive(files);
+  EXPECT_EQ(hive.Applied(), "LOG1 10");
+  const HiveLog& log = hive.logs().logs[0];
+  ASSERT_EQ(log.leftovers.size(), 1U);
+  EXPECT_EQ(log.leftovers[0].sequence, 4U);
+  EXPECT_EQ(log.stop, LogEntryFault::kSequence);
+}
+
+// Bins that get smaller, and grow again: what was there is gone.
+TEST(Replay, BinsThatShrinkAndGrow) {
+  LogStory story = MakeLogStory();
+  testing::LogEntrySpec shrink = EntryBetween(story.states[0], story.states[1], 10);
+  shrink.bins_size = 4096;
+  std::erase_if(shrink.pages, [](const testing::LogPageSpec& page) { return page.offset != 0; });
+  testing::LogEntrySpec grow = shrink;
+  grow.sequence = 11;
+  grow.bins_size = 3 * 4096;
+  LoggedFiles files;
+  files.hive = story.states[2];
+  testing::SetNumbers(files.hive, 10, 9);
+  files[".LOG1"] = NewLog(files.hive, {shrink, grow});
+  LoggedHive hive(files, testing::Until(10));
+  EXPECT_EQ(hive.hive().length, 8192U);
+  EXPECT_EQ(hive.logs().cut, files.hive.size() - 8192);
+  hive.Reopen({});
+  ASSERT_EQ(hive.hive().length, 4U * 4096);
+  const ByteView rest = PartOf(ImageBytes(hive.hive()), 8192, 8192);
+  EXPECT_TRUE(std::ranges::all_of(rest, [](uint8_t byte) { return byte == 0; }));
+}
+
+// A log in which every step begins an entry whose header holds and whose pages don't, and one whose
+// entry is nothing but places of pages.
+TEST(Replay, HostileLogsCostLittle) {
+  LogStory story = MakeLogStory();
+  constexpr uint32_t kSize = 8 * 1024 * 1024;
+  testing::LogEntrySpec whole;
+  whole.sequence = 99;
+  whole.size = kSize;
+  whole.pages.push_back({4096, Bytes(400, 1), {}});
+  Bytes entry = testing::LogEntryBytes(whole);
+  Bytes log = testing::LogBase(story.files.hive, 6, 10);
+  while (log.size() < kSize) log.insert(log.end(), entry.begin(), entry.end());
+  for (uint32_t at = kLogUnit; at + kLogUnit < log.size(); at += kLogUnit) {
+    testing::PutU32(log, at + 4, static_cast<uint32_t>(log.size()) - at);
+    testing::PutU64(log, at + 32, LogHash(PartOf(log, at, 32)));
+  }
+  testing::LogEntrySpec places;
+  places.sequence = 10;
+  places.pages.resize(100000);
+  LoggedFiles files;
+  files.hive = story.files.hive;
+  files[".LOG1"] = log;
+  files[".LOG2"] = NewLog(story.files.hive, {places});
+  LoggedHive hive(files);
+  EXPECT_EQ(hive.Applied(), "LOG2 10");
+  EXPECT_TRUE(hive.logs().logs[0].leftovers.empty());
+}
+
+// A dirty hive whose bytes were moved in its file: pages would go to the wrong places.
+TEST(Replay, MovedBytesStayAsTheyAre) {
+  testing::HiveBuilder builder;
+  for (int i = 0; i < 300; ++i) builder.Key("Key" + std::to_string(i)).Dword("Number", 1);
+  Bytes before = builder.Build().bytes;
+  testing::SetNumbers(before, 10, 9);
+  builder.Key("Comes");
+  const Bytes after = builder.Build().bytes;
+  testing::LogEntrySpec entry = EntryBetween(before, after, 10);
+  entry.pages.resize(1);
+  LoggedFiles files;
+  files[".LOG1"] = NewLog(before, {entry});
+  before.insert(before.begin() + 5 * 4096 + 100, 24, 0xEE);
+  files.hive = before;
+  LoggedHive hive(files);
+  EXPECT_EQ(hive.logs().state, ReplayState::kMoved);
+  EXPECT_EQ(hive.logs().logs[0].use, LogUse::kMoved);
+  EXPECT_FALSE(hive.hive().places.undone.empty());
+}
+
+}  // namespace
+}  // namespace hivequarry
