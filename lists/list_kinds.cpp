@@ -166,9 +166,9 @@ constexpr KindColumn kLogPosition = Position("Log Position", 5);
 constexpr KindColumn kLogs[] = {kLogColumn,         Number("Entry", 3), Number("Pages", 2),
                                 Number("Bytes", 3), kLogPosition,       Number("Bins", 3),
                                 Wide(kStatus, 8, 4)};
-constexpr KindColumn kLogChanges[] = {kLogColumn, Text("Entry", 3), Text("Change", 4), kKey,
-                                      kValue,     kKeyDate,         Position("Position", 5),
-                                      kLogPosition};
+constexpr KindColumn kLogChanges[] = {
+    kLogColumn, Text("Entry", 3), Text("Change", 4),       kKey,
+    kValue,     kKeyDate,         Position("Position", 5), kLogPosition};
 
 // --- the table -----------------------------------------------------------------------------------
 
@@ -289,8 +289,8 @@ constexpr bool SortsFit() {
 }
 static_assert(SortsFit(), "a column of dates sorts otherwise, or another column as dates");
 
-constexpr KindColumn kFurther[] = {Position(kFileOffsetTitle, 4), Text(kDetailsTitle, 5, 1),
-                                   kPlace};
+constexpr KindColumn kFurther[] = {Position(kFileOffsetTitle, 4), Text(kDetailsTitle, 5, 1), kPlace,
+                                   Text(kStateTitle, 4), Number(kAccessTitle, 2)};
 constexpr KindColumn kUnknownColumn = {""};
 constexpr ListKindInfo kUnknownKind = {0, kOther, {}};
 

@@ -171,6 +171,8 @@ CellHolds HoldsOf(const ListKindInfo& info, int column);
 inline constexpr const char* kFileOffsetTitle = "File Offset";
 inline constexpr const char* kDetailsTitle = "Details";
 inline constexpr const char* kPlaceTitle = "Place";
+inline constexpr const char* kStateTitle = "State";
+inline constexpr const char* kAccessTitle = "Access";
 // The record of such a column; for any other title that of a column of which nothing is known.
 const KindColumn& FurtherColumn(std::string_view title);
 

@@ -33,7 +33,9 @@ ListShape ShapeOf(const OutputList& list) {
   ListShape shape = {list, ColumnCount(list), RowCount(list), {}};
   const ListKindInfo& kind = FindListKind(ListKindOf(list));
   for (int column = 0; column < shape.columns; ++column) {
-    shape.holds[static_cast<size_t>(column)] = HoldsOf(kind, column);
+    const bool further = static_cast<size_t>(column) >= kind.columns.size();
+    shape.holds[static_cast<size_t>(column)] =
+        further ? FurtherColumn(ColumnTitle(list, column)).holds : HoldsOf(kind, column);
   }
   return shape;
 }

@@ -1,14 +1,20 @@
 #include "reports/freed_lists.h"
 
 #include <algorithm>
+#include <memory>
 #include <string>
+#include <unordered_map>
+#include <vector>
 
 #include "hive/keys.h"
 #include "hive/timestamp.h"
 #include "hive/values.h"
 #include "host/long_operation.h"
 #include "lists/list_rows.h"
+#include "records/key_node.h"
+#include "records/value_key.h"
 #include "recovery/freed_records.h"
+#include "reports/before_state.h"
 #include "reports/freed_rows.h"
 #include "words/item_values.h"
 #include "words/value_text.h"
@@ -20,7 +26,37 @@ std::string PositionOrNone(const HiveImage& hive, uint32_t position) {
   return position == kNoOffset ? std::string() : PlaceText(hive, position);
 }
 
-void AddKey(FreedSource& from, const FreedKey& key, OutputList& list) {
+// Of a replayed hive each row says which state has the record so: what the logs make of the hive,
+// or what its file has. One that is the same in both is told once.
+constexpr const char* kAfter = "after the logs";
+constexpr const char* kBefore = "before the logs";
+constexpr const char* kBoth = "both";
+
+// What rows tell of a record, by its position, to know it again in the other state.
+using ToldRecords = std::unordered_map<uint32_t, std::vector<uint8_t>>;
+
+std::vector<uint8_t> KeyBytes(const HiveImage& hive, const FreedKey& key) {
+  return CopyOf(PartOf(ImageBytes(hive), key.position + 4, kKeyName - 4 + key.name_length));
+}
+
+std::vector<uint8_t> ValueBytes(FreedSource& from, const FreedValue& value) {
+  const uint32_t length = kValueName - 4 + value.name_length;
+  std::vector<uint8_t> bytes = CopyOf(PartOf(ImageBytes(from.hive), value.position + 4, length));
+  const FreedContent content = ReadFreedContent(from, value, FreedData::kShown);
+  bytes.push_back(static_cast<uint8_t>(content.value.status));
+  bytes.insert(bytes.end(), content.data.begin(), content.data.end());
+  return bytes;
+}
+
+// Takes the record out of those of the other state. True when it was among them.
+bool IsTold(ToldRecords& others, uint32_t position, const std::vector<uint8_t>& bytes) {
+  const auto found = others.find(position);
+  if (found == others.end() || found->second != bytes) return false;
+  others.erase(found);
+  return true;
+}
+
+void AddKey(FreedSource& from, const FreedKey& key, const char* state, OutputList& list) {
   const FreedPathTexts texts = FreedPathTextsOf(from, key.position);
   RowFacts facts;
   facts.about_key = true;
@@ -33,12 +69,13 @@ void AddKey(FreedSource& from, const FreedKey& key, OutputList& list) {
               {FormatTimestampChecked(facts.last_write), DateValue(facts.last_write)},
               {std::to_string(key.values), key.values},
               {std::to_string(key.values_found), key.values_found},
-              FreedPlaceWords(key)},
+              FreedPlaceWords(key),
+              state},
              key.position, facts);
 }
 
 void AddValue(FreedSource& from, const FreedValue& freed, const ValueListOptions& options,
-              OutputList& list) {
+              const char* state, OutputList& list) {
   const FreedData which = options.raw ? FreedData::kAll : FreedData::kShown;
   const FreedContent content = ReadFreedContent(from, freed, which);
   const ValueRow row = MakeFreedRow(from, content);
@@ -52,7 +89,7 @@ void AddValue(FreedSource& from, const FreedValue& freed, const ValueListOptions
   facts.bytes = bytes;
   AddListRow(list,
              {texts.path, row.name, row.type, row.data, PlaceText(from.hive, freed.position),
-              PositionOrNone(from.hive, freed.key), FreedPlaceText(from, freed, content)},
+              PositionOrNone(from.hive, freed.key), FreedPlaceText(from, freed, content), state},
              freed.position, facts, row.icon);
 }
 
@@ -121,23 +158,72 @@ OutputListPtr ListFreedDetail(const HiveImage& hive, const KeyTree& tree, uint32
   return list;
 }
 
+namespace {
+
+// Those of the file's own state that no row has told of; a key in use again as it was is none.
+void AddKeysBefore(const HiveImage& hive, const KeyTree& tree, StateBefore& before,
+                   const ToldRecords& rest, OutputList& list) {
+  FreedSource from(before.image, before.tree);
+  for (const FreedKey& key : from.records.keys) {
+    if (StopRequested()) break;
+    const auto found = rest.find(key.position);
+    if (found == rest.end()) continue;
+    const ByteView now = ImageBytes(hive);
+    const ByteView there =
+        PartOf(now, key.position + 4, static_cast<uint32_t>(found->second.size()));
+    const bool again =
+        ItemOfPosition(tree, key.position) != kNoItem && std::ranges::equal(there, found->second);
+    if (!again) AddKey(from, key, kBefore, list);
+  }
+}
+
+}  // namespace
+
 OutputListPtr ListFreedKeys(const HiveImage& hive, const KeyTree& tree) {
   OutputListPtr list = MakeOutputList(kListFreedKeys);
+  StateBefore before;
+  ToldRecords others;
+  const bool two = LoadBefore(hive, before);
+  if (two) {
+    AddColumns(*list, {kStateTitle});
+    for (const FreedKey& key : FindFreedRecords(before.image, before.tree).keys) {
+      others[key.position] = KeyBytes(before.image, key);
+    }
+  }
   FreedSource from(hive, tree);
   for (const FreedKey& key : from.records.keys) {
     if (StopRequested()) break;
-    AddKey(from, key, *list);
+    const bool both = two && IsTold(others, key.position, KeyBytes(hive, key));
+    AddKey(from, key, both ? kBoth : kAfter, *list);
   }
+  if (!others.empty()) AddKeysBefore(hive, tree, before, others, *list);
   return list;
 }
 
 OutputListPtr ListFreedValues(const HiveImage& hive, const KeyTree& tree,
                               const ValueListOptions& options) {
   OutputListPtr list = MakeOutputList(kListFreedValues);
+  StateBefore before;
+  ToldRecords others;
+  const bool two = LoadBefore(hive, before);
+  std::unique_ptr<FreedSource> earlier;
+  if (two) {
+    AddColumns(*list, {kStateTitle});
+    earlier = std::make_unique<FreedSource>(before.image, before.tree);
+    for (const FreedValue& value : earlier->records.values) {
+      others[value.position] = ValueBytes(*earlier, value);
+    }
+  }
   FreedSource from(hive, tree);
   for (const FreedValue& value : from.records.values) {
     if (StopRequested()) break;
-    AddValue(from, value, options, *list);
+    const bool both = two && IsTold(others, value.position, ValueBytes(from, value));
+    AddValue(from, value, options, both ? kBoth : kAfter, *list);
+  }
+  if (!two) return list;
+  for (const FreedValue& value : earlier->records.values) {
+    if (StopRequested()) break;
+    if (others.contains(value.position)) AddValue(*earlier, value, options, kBefore, *list);
   }
   return list;
 }

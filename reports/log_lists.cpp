@@ -13,6 +13,7 @@
 #include "lists/list_rows.h"
 #include "recovery/image_tree.h"
 #include "replay/log_words.h"
+#include "reports/before_state.h"
 #include "reports/state_changes.h"
 #include "words/item_values.h"
 #include "words/value_text.h"
@@ -86,27 +87,11 @@ void AddChanges(OutputList& list, const HiveImage& hive, size_t from, size_t to,
                 });
 }
 
-// The tree that the file alone gives, with its image.
-struct StateBefore {
-  HiveImage image;
-  KeyTree tree;
-};
-
-bool LoadBefore(const HiveImage& hive, StateBefore& before) {
-  before.image = ImageAfter(hive, 0);
-  if (before.image.length == 0) return false;
-  BuildOptions options;
-  options.disconnected_values = false;
-  options.ask_other_roots = false;
-  options.show_stopped = false;
-  return !BuildImageTree(before.image, options, before.tree).stopped;
-}
-
 // Calls `add` for each key, or value, that is not there any more.
 void ForEachRemoved(
     const HiveImage& hive, const KeyTree& tree, StateBefore& before,
     const std::function<void(const std::string& path, const StateKey&, const StateValue*)>& add) {
-  if (!IsReplayed(hive) || !LoadBefore(hive, before)) return;
+  if (!LoadBefore(hive, before)) return;
   const HiveState old = StateOf(before.image, before.tree);
   const HiveState now = StateOf(hive, tree);
   CompareStates(old, now, [&](StateChange change, const StateKey& key, const StateValue* value) {
