@@ -91,7 +91,7 @@ int Tree(const ConsoleRequest& request, OpenedHive& opened) {
   if (request.removed) return Print(request, *ListRemovedKeys(*opened.hive, opened.tree));
   uint32_t item = 0;
   if (!FindKey(request, opened, item)) return kExitFailed;
-  return Print(request, *ListKeyTree(*opened.hive, opened.tree, item));
+  return Print(request, *ListKeyTree(*opened.hive, opened.tree, item, request.keys));
 }
 
 int Values(const ConsoleRequest& request, OpenedHive& opened) {

@@ -9,6 +9,7 @@
 #include "cli/console_host.h"
 #include "cli/print_list.h"
 #include "replay/replay_plan.h"
+#include "reports/hive_lists.h"
 #include "reports/search.h"
 #include "security/security_lists.h"
 
@@ -47,6 +48,7 @@ struct ConsoleRequest {
   bool strict = false;
   bool hash = false;                // "info --hash"
   bool changes = false;             // "logs --changes"
+  KeyListOptions keys;              // "tree --details", "tree --access"
   bool removed = false;             // "tree --removed", "values --removed"
   Printing printing;                // for "split" its file is a folder
   bool disconnected_values = true;  // look for them

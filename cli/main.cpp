@@ -146,6 +146,16 @@ void AddCommands(CLI::App& app, ConsoleRequest& request) {
   CLI::App* tree = app.add_subcommand("tree", "The keys as displayed, recovered ones included");
   AddHive(tree, request);
   AddBranch(tree, request);
+  tree->add_flag("--details", request.keys.details, "A column more: access bits");
+  tree->add_option_function<int>(
+          "--access",
+          [&request](int bits) {
+            request.keys.by_access = true;
+            request.keys.access = static_cast<uint8_t>(bits);
+          },
+          "Only keys with these access bits: 0 none, 1 opened before boot initialisation, 2 after, "
+          "3 both")
+      ->check(CLI::Range(0, 3));
   tree->add_flag("--removed", request.removed, "The keys that the hive's logs removed instead");
   CLI::App* values = app.add_subcommand("values", "The values of one key, or of every key");
   AddHive(values, request);

@@ -14,7 +14,11 @@ namespace hivequarry {
 // start of the data area to the size field of a cell; 0xFFFFFFFF leads nowhere.
 inline constexpr uint32_t kKeyFlags = 6;      // 16 bits
 inline constexpr uint32_t kKeyLastWrite = 8;  // FILETIME, UTC, 64 bits
+// Who opened the key since the hive was cleaned last (base_block.h): 1 before the registry was
+// initialised at boot, 2 after. From Windows 8 on; one byte since version 1607 of Windows 10, four
+// before that.
 inline constexpr uint32_t kKeyAccessBits = 16;
+inline constexpr uint32_t kKeyLayerBits = 17;
 inline constexpr uint32_t kKeyParent = 20;       // the key that it is in; a root's says nothing
 inline constexpr uint32_t kKeySubkeyCount = 24;  // of those that the hive keeps
 // Subkeys that live until the system stops. They are never in a file, so what a file says here is
@@ -30,11 +34,13 @@ inline constexpr uint32_t kKeySecurity = 48;   // an "sk" cell, which other keys
 inline constexpr uint32_t kKeyClassName = 52;  // a cell without a signature: UTF-16 text
 // High-water marks of what the key has had since it last had none (recovery/high_marks.h).
 inline constexpr uint32_t kKeyLongestSubkeyName = 56;  // bytes as UTF-16; 16 bits
-inline constexpr uint32_t kKeyLongestValueName = 64;   // bytes as UTF-16
-inline constexpr uint32_t kKeyLongestValueData = 68;   // bytes
-inline constexpr uint32_t kKeyNameLength = 76;         // bytes; 16 bits
-inline constexpr uint32_t kKeyClassNameLength = 78;    // bytes; 16 bits
-inline constexpr uint32_t kKeyName = 80;               // the fixed part ends here
+inline constexpr uint32_t kKeyUserFlags = 58;          // low nibble; high: virtualisation
+inline constexpr uint32_t kKeyDebugBits = 59;
+inline constexpr uint32_t kKeyLongestValueName = 64;  // bytes as UTF-16
+inline constexpr uint32_t kKeyLongestValueData = 68;  // bytes
+inline constexpr uint32_t kKeyNameLength = 76;        // bytes; 16 bits
+inline constexpr uint32_t kKeyClassNameLength = 78;   // bytes; 16 bits
+inline constexpr uint32_t kKeyName = 80;              // the fixed part ends here
 
 // Of the root key of a hive: a hive begins here, not to be deleted, a name of bytes.
 inline constexpr uint16_t kRootKeyFlags = 0x2C;

@@ -198,8 +198,10 @@ OutputListPtr ListImageInfo(const HiveImage& hive, const ImageSummary& summary,
   return list;
 }
 
-OutputListPtr ListKeyTree(const HiveImage& hive, const KeyTree& tree, uint32_t item) {
+OutputListPtr ListKeyTree(const HiveImage& hive, const KeyTree& tree, uint32_t item,
+                          const KeyListOptions& options) {
   OutputListPtr list = MakeOutputList(kListTree);
+  if (options.details) AddColumns(*list, {kAccessTitle});
   PathWalker paths(hive, tree);
   for (uint32_t at = item; at < tree.items[item].end; ++at) {
     if ((at & kStopPollMask) == 0 && StopRequested()) break;
@@ -207,6 +209,8 @@ OutputListPtr ListKeyTree(const HiveImage& hive, const KeyTree& tree, uint32_t i
     const std::string& path = paths.PathOf(at);
     if (!IsKeyItem(tree, at)) continue;
     const bool has_cell = HasKeyCell(tree, at);
+    const int access = has_cell ? ReadU8(hive, it.position + kKeyAccessBits) : -1;
+    if (options.by_access && (access < 0 || (access & 3) != options.access)) continue;
     const uint64_t last_write = has_cell ? ReadU64(hive, it.position + kKeyLastWrite) : 0;
     const bool under_key = it.parent != kNoItem && IsKeyOrCopy(tree, it.parent);
     RowFacts facts;
@@ -222,7 +226,8 @@ OutputListPtr ListKeyTree(const HiveImage& hive, const KeyTree& tree, uint32_t i
                 {FormatTimestampChecked(last_write), DateValue(last_write)},
                 StatusText(it.marks),
                 {std::to_string(it.marks), it.marks},
-                {it.connected ? "1" : "0", it.connected}},
+                {it.connected ? "1" : "0", it.connected},
+                options.details && access >= 0 ? std::to_string(access) : std::string()},
                it.position, facts, 0);
   }
   return list;

@@ -20,7 +20,13 @@ OutputListPtr ListImageInfo(const HiveImage& hive, const ImageSummary& summary,
 
 // The keys from `item` down as displayed, parents first. The virtual folders give no rows of their
 // own. Ends early when the user stops.
-OutputListPtr ListKeyTree(const HiveImage& hive, const KeyTree& tree, uint32_t item);
+struct KeyListOptions {
+  bool details = false;    // a further column: access bits
+  bool by_access = false;  // only keys with exactly these bits
+  uint8_t access = 0;
+};
+OutputListPtr ListKeyTree(const HiveImage& hive, const KeyTree& tree, uint32_t item,
+                          const KeyListOptions& options = {});
 
 struct ValueListOptions {
   bool raw = false;     // each row carries its data, hexadecimal

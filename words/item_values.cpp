@@ -11,6 +11,7 @@
 #include "host/number_text.h"
 #include "host/visible_text.h"
 #include "recovery/list_recorder.h"
+#include "words/key_words.h"
 
 namespace hivequarry {
 namespace {
@@ -115,6 +116,16 @@ std::string ListText(const SubkeyListCheck& list) {
   return text;
 }
 
+// Each only where something is set: fields that older systems left 0.
+void AddKeyUses(const HiveImage& hive, const KeyNode& key, DetailLines& lines) {
+  const uint8_t access = ReadU8(hive, key.position + kKeyAccessBits);
+  const uint8_t user = ReadU8(hive, key.position + kKeyUserFlags);
+  const uint8_t debug = ReadU8(hive, key.position + kKeyDebugBits);
+  if (access != 0) lines.Add("Access bits", AccessWords(access));
+  if (user != 0) lines.Add("User flags", UserFlagWords(user));
+  if (debug != 0) lines.AddHex("Debug bits", debug);
+}
+
 void AddKeyFields(const HiveImage& hive, const KeyNode& key, DetailLines& lines) {
   lines.AddPosition("Position", key.position);
   lines.AddHex("File position", FilePositionOf(hive, key.position));
@@ -122,6 +133,7 @@ void AddKeyFields(const HiveImage& hive, const KeyNode& key, DetailLines& lines)
   lines.Add("State", StateText(key));
   lines.AddHex("Flags", key.signature_and_flags >> 16);
   lines.Add("Key date", FormatTimestampChecked(key.last_write));
+  AddKeyUses(hive, key, lines);
   lines.AddPosition("Parent", key.parent);
   const KeyNode parent = ReadKeyNode(hive, key.parent, KeyRead::kFields);
   if (parent.state != KeyState::kNotAKey) lines.Add("Parent name", ShownKeyName(parent.name));

@@ -14,6 +14,7 @@
 #include "host/visible_text.h"
 #include "records/cell.h"
 #include "recovery/scan.h"
+#include "words/key_words.h"
 #include "words/value_text.h"
 
 namespace hivequarry {
@@ -238,6 +239,14 @@ std::string ValueFlagText(const HiveImage& hive, uint32_t field) {
   return FlagWords(ReadU16(hive, field), kValueFlagWords);
 }
 
+std::string AccessText(const HiveImage& hive, uint32_t field) {
+  return AccessWords(ReadU8(hive, field));
+}
+std::string UserFlagText(const HiveImage& hive, uint32_t field) {
+  return UserFlagWords(ReadU8(hive, field));
+}
+std::string Hex8(const HiveImage& hive, uint32_t field) { return HexWords(ReadU8(hive, field), 2); }
+
 std::string DataLengthText(const HiveImage& hive, uint32_t field) {
   const ValueKey value =
       ReadStoredValueKey(hive, field - kValueDataLength, ValueRead::kFields, 0, nullptr);
@@ -291,7 +300,9 @@ constexpr FieldRow kKeyRows[] = {{0, 4, "Cell size", SizeWords},
                                  {4, 2, "Signature", Signature16},
                                  {kKeyFlags, 2, "Flags", KeyFlagText},
                                  {kKeyLastWrite, 8, "Last write", TimeWords},
-                                 {kKeyAccessBits, 4, "Access bits", Hex32},
+                                 {kKeyAccessBits, 1, "Access bits", AccessText},
+                                 {kKeyLayerBits, 1, "Layer bits", Hex8},
+                                 {18, 2, "Unused", Number16},
                                  {kKeyParent, 4, "Parent", kOffset},
                                  {kKeySubkeyCount, 4, "Subkeys", Number32},
                                  {kKeyVolatileCount, 4, "Volatile subkeys", Number32},
@@ -301,7 +312,9 @@ constexpr FieldRow kKeyRows[] = {{0, 4, "Cell size", SizeWords},
                                  {kKeyValueList, 4, "Value list", kOffset},
                                  {kKeySecurity, 4, "Security record", kOffset},
                                  {kKeyClassName, 4, "Class name", kOffset},
-                                 {56, 4, "Longest subkey name", Hex32},
+                                 {56, 2, "Longest subkey name", Number16},
+                                 {kKeyUserFlags, 1, "User flags", UserFlagText},
+                                 {kKeyDebugBits, 1, "Debug bits", Hex8},
                                  {60, 4, "Longest class name", Number32},
                                  {64, 4, "Longest value name", Number32},
                                  {68, 4, "Longest data", Number32},
