@@ -11,6 +11,7 @@
 
 #include "tests/support/hive_builder.h"
 #include "tests/support/hostile_hives.h"
+#include "tests/support/log_writer.h"
 
 namespace {
 
@@ -230,6 +231,38 @@ void WriteStructureReports(Seeds& seeds) {
   }
 }
 
+// A hive and a log of it, as one input: how long the hive is, the hive, the log.
+Bytes HiveAndLog(const Bytes& hive, const Bytes& log) {
+  Bytes bytes(4);
+  PutU32(bytes, 0, static_cast<uint32_t>(hive.size()));
+  bytes.insert(bytes.end(), hive.begin(), hive.end());
+  bytes.insert(bytes.end(), log.begin(), log.end());
+  return bytes;
+}
+
+void WriteReplays(Seeds& seeds) {
+  Bytes states[3];
+  for (size_t i = 0; i < 3; ++i) {
+    HiveBuilder hive;
+    hive.Key("Stays").Sz("Text", "the same").Dword("Count", static_cast<uint32_t>(i));
+    if (i != 1) hive.Key("Goes and comes").Sz("Old", "text");
+    if (i == 2) hive.Key("Stays\\Comes").Binary("Bytes", 5000);
+    states[i] = hive.Build().bytes;
+    SetNumbers(states[i], 10, 9);
+  }
+  const LogEntrySpec first = EntryBetween(states[0], states[1], 10);
+  const LogEntrySpec second = EntryBetween(states[1], states[2], 11);
+  LogEntrySpec old = second;
+  old.sequence = 3;
+  seeds.Add("new", HiveAndLog(states[0], NewLog(states[0], {first, second})));
+  seeds.Add("leftover", HiveAndLog(states[0], NewLog(states[0], {first, old})));
+  seeds.Add("old", HiveAndLog(states[0], OldLog(states[0], states[2])));
+  Bytes cut = states[0];
+  cut.resize(4096);
+  seeds.Add("cut", HiveAndLog(cut, NewLog(states[0], {first, second})));
+  seeds.Add("none", HiveAndLog(states[2], {}));
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -243,7 +276,8 @@ int main(int argc, char** argv) {
       {"fuzz_security", WriteSecurity},
       {"fuzz_script", WriteHives},
       {"fuzz_search", WriteSearches},
-      {"fuzz_structure_reports", WriteStructureReports}};
+      {"fuzz_structure_reports", WriteStructureReports},
+      {"fuzz_replay", WriteReplays}};
   for (const auto& [target, write] : kWriters) {
     if (argc != 3 || argv[1] != target) continue;
     Seeds seeds{argv[2]};
