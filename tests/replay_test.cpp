@@ -9,9 +9,14 @@
 #include "bytes/sha256.h"
 #include "hive/key_tree.h"
 #include "host/evidence.h"
+#include "lists/list_writers.h"
+#include "reports/freed_lists.h"
+#include "reports/hive_lists.h"
+#include "reports/log_lists.h"
 #include "tests/support/logged_hive.h"
 #include "tests/support/opened_hive.h"
 #include "tests/support/texts.h"
+#include "words/item_values.h"
 
 namespace hivequarry {
 namespace {
@@ -380,6 +385,101 @@ TEST(Replay, LogsChosenByHand) {
   EXPECT_TRUE(IsEvidence(chosen));
   hive.Reopen({LogMode::kNone, {}});
   EXPECT_FALSE(IsEvidence(chosen));
+}
+
+Bytes LoggedKeyHive(bool freed) {
+  testing::HiveBuilder builder;
+  builder.Key("Stays").Dword("Count", freed ? 2 : 1);
+  builder.Key("Goes").Sz("Old", "to be removed");
+  testing::BuiltHive built = builder.Build();
+  if (freed) {
+    const uint32_t key = built.PositionOf("Goes");
+    built.Unlink("Goes").Free(key);
+  }
+  testing::SetNumbers(built.bytes, 10, 9);
+  return built.bytes;
+}
+
+// Lists of what the logs did.
+TEST(Replay, ListsOfChanges) {
+  const Bytes before = LoggedKeyHive(false);
+  const Bytes after = LoggedKeyHive(true);
+  LoggedFiles files;
+  files.hive = before;
+  files[".LOG1"] = NewLog(before, {EntryBetween(before, after, 10)});
+  LoggedHive hive(files);
+  const auto cells = [](const OutputList& list, std::initializer_list<int> columns) {
+    std::string text;
+    for (uint32_t row = 0; row < RowCount(list); ++row) {
+      for (const int column : columns) text += std::string(CellText(list, row, column)) + "|";
+      text += "\n";
+    }
+    return text;
+  };
+  EXPECT_EQ(cells(*ListLogs(hive.hive()), {0, 1, 2, 6}), "HIVE.LOG1|10|1|applied|\n");
+  const std::string root = hive.tree().root_text;
+  EXPECT_EQ(cells(*ListLogChanges(hive.hive()), {1, 2, 3, 4}),
+            "10|key removed|" + root + "\\Goes||\n10|value removed|" + root + "\\Goes|Old|\n" +
+                "10|value changed|" + root + "\\Stays|Count|\n");
+  EXPECT_EQ(cells(*ListRemovedKeys(hive.hive(), hive.tree()), {0, 4}),
+            root + "\\Goes|removed by the logs|\n");
+  EXPECT_EQ(cells(*ListRemovedValues(hive.hive(), hive.tree(), {}), {1, 3}),
+            "Old|to be removed|\n");
+  EXPECT_EQ(cells(*ListFreedKeys(hive.hive(), hive.tree()), {0, 7}),
+            root + "\\Goes|after the logs|\n");
+  const OutputListPtr values = ListKeyValues(hive.hive(), hive.tree(), kNoItem, {});
+  ASSERT_EQ(RowCount(*values), 1U);
+  const std::string origin(FactsOfRow(*values, 0).from_log);
+  EXPECT_TRUE(origin.starts_with("changed: HIVE.LOG1 at 0x")) << origin;
+  EXPECT_TRUE(origin.ends_with(", entry 10")) << origin;
+}
+
+// Freed records of both states: what both have is told once.
+TEST(Replay, FreedRecordsOfBothStates) {
+  Bytes before = LoggedKeyHive(true);
+  Bytes after = before;
+  LoggedFiles files;
+  files.hive = before;
+  after[after.size() - 1] ^= 1;  // somewhere in free space
+  files[".LOG1"] = NewLog(before, {EntryBetween(before, after, 10)});
+  LoggedHive same(files);
+  const auto states = [](LoggedHive& hive) {
+    const OutputListPtr list = ListFreedKeys(hive.hive(), hive.tree());
+    std::string text;
+    for (uint32_t row = 0; row < RowCount(*list); ++row) {
+      text += std::string(CellText(*list, row, 7)) + "|";
+    }
+    return text;
+  };
+  EXPECT_EQ(states(same), "both|");
+  for (size_t at = 4096; at + 80 < after.size(); at += 8) {
+    if (after[at + 4] != 'n' || (after[at + 3] & 0x80) != 0) continue;
+    std::fill_n(after.begin() + static_cast<ptrdiff_t>(at) + 4, 76, uint8_t{0});
+  }
+  files[".LOG1"] = NewLog(before, {EntryBetween(before, after, 10)});
+  LoggedHive wiped(files);
+  EXPECT_EQ(states(wiped), "before the logs|");
+}
+
+TEST(Replay, AccessBitsOfKeys) {
+  testing::HiveBuilder builder;
+  builder.Key("Opened");
+  testing::BuiltHive built = builder.Build();
+  built.SetU8(built.PositionOf("Opened"), 16, 3);
+  testing::OpenedHive opened(built);
+  KeyListOptions options;
+  options.details = options.by_access = true;
+  options.access = 3;
+  const OutputListPtr list = ListKeyTree(opened.hive, opened.tree, 0, options);
+  ASSERT_EQ(RowCount(*list), 1U);
+  EXPECT_EQ(CellText(*list, 0, 7), "3");
+  std::string json;
+  WriteListJsonLines(*list, [&json](std::string_view text) { return json += text, true; });
+  EXPECT_NE(json.find(",\"Access\":3,"), std::string::npos) << json;
+  const std::string detail = KeyDetailAt(opened.hive, opened.tree, built.PositionOf("Opened"));
+  EXPECT_NE(detail.find("Access bits: 0x03: opened before boot initialisation, opened after\r\n"),
+            std::string::npos)
+      << detail;
 }
 
 // What an earlier run left is found, and nothing of it is applied.
