@@ -13,10 +13,13 @@
 #include "host/memory.h"
 #include "lists/list_report.h"
 #include "recovery/freed_records.h"
+#include "replay/hive_logs.h"
+#include "replay/log_words.h"
 #include "reports/file_pieces.h"
 #include "reports/freed_lists.h"
 #include "reports/hive_lists.h"
 #include "reports/log_lists.h"
+#include "reports/log_records.h"
 
 namespace hivequarry {
 namespace {
@@ -47,6 +50,21 @@ int TellOfLog(const ConsoleRequest& request, std::string_view command) {
   return about ? Print(request, *ListLogEntries(log)) : kExitFailed;
 }
 
+// What became of logs that the user named. False when one of them can't be read.
+bool TellOfChosenLogs(const ConsoleRequest& request, const HiveImage& hive) {
+  if (request.logs.mode != LogMode::kChosen) return true;
+  if (hive.logs == nullptr || hive.logs->logs.empty()) {
+    Complain("The logs are left out: what is shown is no whole hive");
+    return true;
+  }
+  bool readable = true;
+  for (const HiveLog& log : hive.logs->logs) {
+    readable &= log.fault != LogFault::kUnreadable;
+    if (log.use != LogUse::kApplied) Complain(LogLine(*hive.logs, log));
+  }
+  return readable;
+}
+
 // Opens the request's hive, lets the command print from it, and says so when it is no hive at all.
 // `failed` is the status of a lack of memory, before the hive is open and afterwards.
 int WithHive(const ConsoleRequest& request, const CommandRow& command, int& failed) {
@@ -57,6 +75,7 @@ int WithHive(const ConsoleRequest& request, const CommandRow& command, int& fail
   table.logs = request.logs;
   const int slot = OpenHiveAndTell(request.hive);
   if (slot < 0) return StopRequested() ? kExitFailed : kExitUnreadable;
+  if (!TellOfChosenLogs(request, HiveOfSlot(slot))) return kExitUnreadable;
   failed = kExitFailed;
   OpenedHive opened;
   opened.hive = &HiveOfSlot(slot);
@@ -110,6 +129,10 @@ int Values(const ConsoleRequest& request, OpenedHive& opened) {
 
 int FreedKeys(const ConsoleRequest& request, OpenedHive& opened) {
   return Print(request, *ListFreedKeys(*opened.hive, opened.tree));
+}
+
+int FreedLogs(const ConsoleRequest& request, OpenedHive& opened) {
+  return Print(request, *ListLogRecords(*opened.hive, opened.tree));
 }
 
 int FreedValues(const ConsoleRequest& request, OpenedHive& opened) {
@@ -180,6 +203,7 @@ constexpr CommandRow kCommands[] = {{"info", Info},
                                     {"values", Values},
                                     {"freed keys", FreedKeys},
                                     {"freed values", FreedValues},
+                                    {"freed logs", FreedLogs},
                                     {"detail", Detail},
                                     {"bins", Bins},
                                     {"split", nullptr, Split},

@@ -201,6 +201,7 @@ void AddFreed(CLI::App& app, ConsoleRequest& request) {
     return command;
   };
   add("keys", "Freed keys, with the paths that their parents give");
+  add("logs", "Keys and values in pages of the hive's logs that are no longer valid");
   add("values", "Freed values, with the keys whose lists name them")
       ->add_flag("--raw", request.raw, "With jsonl: each value's data in hexadecimal");
 }

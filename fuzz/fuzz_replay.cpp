@@ -19,6 +19,7 @@
 #include "reports/freed_lists.h"
 #include "reports/hive_state.h"
 #include "reports/log_lists.h"
+#include "reports/log_records.h"
 
 namespace {
 
@@ -115,6 +116,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   ListKeyTree(hive, tree, 0);
   ListKeyValues(hive, tree, kNoItem, ValueListOptions());
   if (hive.logs != nullptr && hive.logs->steps.size() <= kMostSteps) ListLogChanges(hive);
+  ListLogRecords(hive, tree);
   ListRemovedKeys(hive, tree);
   ListRemovedValues(hive, tree, ValueListOptions());
   ListFreedKeys(hive, tree);

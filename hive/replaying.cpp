@@ -112,7 +112,8 @@ HiveImage ImageAfter(const HiveImage& hive, size_t steps) {
 
 LogOrigin OriginOf(const HiveImage& hive, uint32_t position, uint32_t size) {
   LogOrigin origin;
-  if (!IsReplayed(hive)) return origin;
+  // Where moved bytes were put back afterwards, positions are no longer those of the pages.
+  if (!IsReplayed(hive) || !hive.places.pieces.empty()) return origin;
   const HiveLogs& logs = *hive.logs;
   const LoggedRange* range = RangeFrom(logs, position);
   const LoggedRange* const end = logs.changed.data() + logs.changed.size();

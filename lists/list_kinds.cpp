@@ -169,6 +169,9 @@ constexpr KindColumn kLogs[] = {kLogColumn,         Number("Entry", 3), Number("
 constexpr KindColumn kLogChanges[] = {
     kLogColumn, Text("Entry", 3), Text("Change", 4),       kKey,
     kValue,     kKeyDate,         Position("Position", 5), kLogPosition};
+constexpr KindColumn kLogRecords[] = {
+    Text("Record", 2),       kKey,       kValue,           kType,        kData,  kKeyDate,
+    Position("Position", 5), kLogColumn, Text("Entry", 3), kLogPosition, kStatus};
 
 // --- the table -----------------------------------------------------------------------------------
 
@@ -260,6 +263,7 @@ constexpr ListKindInfo kKinds[] = {
     OfFreed(kListFreedValues, kFreedValues, "Freed Values"),
     {kListLogs, "Log entries", kLogs},
     {kListLogChanges, "Changes by log entries", kLogChanges},
+    {kListLogRecords, "Records in pages of logs", kLogRecords},
 };
 
 constexpr bool NumbersDiffer() {

@@ -56,6 +56,7 @@ inline constexpr int kListFreedKeys = 108;
 inline constexpr int kListFreedValues = 109;
 inline constexpr int kListLogs = 110;
 inline constexpr int kListLogChanges = 111;
+inline constexpr int kListLogRecords = 112;
 
 inline bool IsOwnKind(int kind) { return kind >= kFirstOwnKind; }
 // The most columns that a list of a kind has, and that a file keeps of it.

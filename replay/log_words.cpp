@@ -248,8 +248,11 @@ std::string LogLine(const HiveLogs& logs, const HiveLog& log) {
 
 std::string ReplayWords(const HiveLogs& logs) {
   switch (logs.state) {
-    case ReplayState::kClean:
-      return CleanWords(logs);
+    case ReplayState::kClean: {
+      std::string words = CleanWords(logs) + NotesOn(logs);
+      if (words.starts_with(". ")) words.erase(0, 2);
+      return words;
+    }
     case ReplayState::kReplayed:
       return ReplayedWords(logs) + NotesOn(logs);
     default:

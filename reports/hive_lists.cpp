@@ -15,9 +15,9 @@
 #include "recovery/root_search.h"
 #include "reports/freed_lists.h"
 #include "reports/hive_state.h"
-#include "reports/log_origin.h"
 #include "words/bin_texts.h"
 #include "words/item_values.h"
+#include "words/log_origin.h"
 #include "words/raw_record.h"
 #include "words/value_text.h"
 
@@ -301,8 +301,7 @@ OutputListPtr ListDetail(const HiveImage& hive, const KeyTree& tree, uint32_t po
   if (!is_value && fields.empty()) return nullptr;
   OutputListPtr list = MakeOutputList(kListDetail);
   if (is_value) AddValueDetail(hive, tree, value, *list);
-  const std::string from_log =
-      is_value ? ValueOriginText(hive, value) : KeyOriginText(hive, position);
+  const std::string from_log = is_value ? ValueOriginText(hive, value) : std::string();
   for (const DetailField& field : fields) {
     AddListRow(*list, {field.label, field.text}, position, RowFacts(), 0);
   }

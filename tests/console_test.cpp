@@ -9,6 +9,7 @@
 #include <iterator>
 
 #include "tests/support/hive_builder.h"
+#include "tests/support/log_writer.h"
 #include "tests/support/sample_hives.h"
 #include "tests/support/texts.h"
 
@@ -70,6 +71,41 @@ TEST_F(ConsoleTest, ReportListsConvertToTheSameList) {
   EXPECT_EQ(Run("-o h\u00E9 info h\u00E9"), 1);
   EXPECT_TRUE(ContentOf(Sibling("h\u00E9")).starts_with(AsText(hive_))) << "written over";
   EXPECT_EQ(Run("info r.rpt"), 1) << "nothing in it says that it is a hive";
+}
+
+// The options about logs, exit statuses, and that no log is written over.
+TEST_F(ConsoleTest, LogsOfADirtyHive) {
+  const auto write = [&](const char* name, const Bytes& bytes) {
+    std::ofstream(Sibling(name), std::ios::binary) << AsText(bytes);
+  };
+  Bytes before = hive_;
+  SetNumbers(before, 10, 9);
+  HiveBuilder builder;
+  builder.Key("A\u00E4").Sz("\u00E9", "text");
+  builder.Key("Comes");
+  Bytes after = builder.Build().bytes;
+  SetNumbers(after, 10, 9);
+  const Bytes log = NewLog(before, {EntryBetween(before, after, 10)});
+  write("dirty", before);
+  write("log", log);
+  EXPECT_EQ(Run("info dirty"), 0);
+  EXPECT_NE(printed.find("dirty              : 1"), std::string::npos);
+  EXPECT_EQ(Run("--strict info dirty"), 4);
+  EXPECT_EQ(Run("--strict --logs none info dirty"), 0);
+  EXPECT_EQ(Run("--strict --logs log --format csv tree dirty Comes"), 0);
+  EXPECT_NE(printed.find("Comes"), std::string::npos);
+  EXPECT_EQ(Run("--logs nosuch info dirty"), 3);
+  EXPECT_EQ(Run("--logs log --force -o log info dirty"), 1);
+  EXPECT_EQ(Shell("$CLI --logs log info dirty >>log 2>errors"), 1);
+  write("dirty.log1", log);
+  EXPECT_EQ(Run("--strict --format csv tree dirty Comes"), 0);
+  EXPECT_NE(ContentOf(Sibling("errors")).find("shown as its logs make it"), std::string::npos);
+  EXPECT_EQ(Run("--until 9 tree dirty Comes"), 1);
+  EXPECT_EQ(Run("tree log"), 1);
+  EXPECT_NE(ContentOf(Sibling("errors")).find("log is a transaction log of"), std::string::npos);
+  EXPECT_EQ(Run("--format csv logs log"), 0);
+  EXPECT_NE(printed.find("log,10,"), std::string::npos) << printed;
+  EXPECT_EQ(ContentOf(Sibling("log")), AsText(log));
 }
 
 TEST_F(ConsoleTest, SplitWritesAPiecePerHive) {

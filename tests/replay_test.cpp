@@ -13,6 +13,7 @@
 #include "reports/freed_lists.h"
 #include "reports/hive_lists.h"
 #include "reports/log_lists.h"
+#include "reports/log_records.h"
 #include "tests/support/logged_hive.h"
 #include "tests/support/opened_hive.h"
 #include "tests/support/texts.h"
@@ -385,6 +386,14 @@ TEST(Replay, LogsChosenByHand) {
   EXPECT_TRUE(IsEvidence(chosen));
   hive.Reopen({LogMode::kNone, {}});
   EXPECT_FALSE(IsEvidence(chosen));
+  // A clean hive shows them too, when they are named.
+  testing::SetNumbers(files.hive, 10, 10);
+  LoggedHive clean(files);
+  EXPECT_EQ(clean.logs().state, ReplayState::kClean);
+  clean.Reopen({LogMode::kChosen, {clean.name() + "x"}});
+  EXPECT_EQ(LogsWords(clean.hive()),
+            "Clean hive, logs as chosen: shown as its logs make it, in memory alone. Applied: "
+            "HIVEx, entry 11");
 }
 
 Bytes LoggedKeyHive(bool freed) {
@@ -492,6 +501,17 @@ TEST(Replay, EntriesOfEarlierRuns) {
   files[".LOG1"] = NewLog(story.states[1], {first, old});
   LoggedHive hive(files);
   EXPECT_EQ(hive.Applied(), "LOG1 10");
+  const OutputListPtr records = ListLogRecords(hive.hive(), hive.tree());
+  std::string names;
+  for (uint32_t row = 0; row < RowCount(*records); ++row) {
+    names += std::string(CellText(*records, row, 1)) + std::string(CellText(*records, row, 2)) +
+             "=" + std::string(CellText(*records, row, 4)) + "|";
+    EXPECT_EQ(CellText(*records, row, 8), "4");
+    EXPECT_EQ(CellText(*records, row, 10), "left over from an earlier run");
+  }
+  EXPECT_NE(names.find("\\Later=|"), std::string::npos) << names;
+  EXPECT_NE(names.find("Added=by the second log|"), std::string::npos) << names;
+  EXPECT_NE(names.find("Count=0x00000007 (7)|"), std::string::npos) << names;
   const HiveLog& log = hive.logs().logs[0];
   ASSERT_EQ(log.leftovers.size(), 1U);
   EXPECT_EQ(log.leftovers[0].sequence, 4U);

@@ -5,6 +5,7 @@
 #include "hive/file_place.h"
 #include "hive/keys.h"
 #include "hive/offset_map.h"
+#include "hive/replaying.h"
 #include "hive/timestamp.h"
 #include "hive/values.h"
 #include "host/host.h"
@@ -12,6 +13,7 @@
 #include "host/visible_text.h"
 #include "recovery/list_recorder.h"
 #include "words/key_words.h"
+#include "words/log_origin.h"
 
 namespace hivequarry {
 namespace {
@@ -346,11 +348,27 @@ std::string EditWords(const HiveImage& hive, uint32_t value_position) {
   return row.data.empty() ? words : words + ": " + row.data;
 }
 
+namespace {
+
+// Of a value, as texts of the other lines are.
+std::string FromLogText(const HiveImage& hive, uint32_t value_position) {
+  if (!IsReplayed(hive)) return {};
+  const ValueKey value =
+      ReadStoredValueKey(hive, value_position, ValueRead::kFields, kMaxValueData, nullptr);
+  return NarrowText(WideFromUtf8(ValueOriginText(hive, value)));
+}
+
+}  // namespace
+
 ValueDetailText ShownValueDetail(const HiveImage& hive, uint32_t value_position) {
   ValueDetailText detail = ValueDetail(hive, value_position);
   const std::string words = EditWords(hive, value_position);
   if (!words.empty() && detail.status == ValueStatus::kRead) {
     detail.text.insert(0, words + "\r\n");
+  }
+  const std::string from_log = FromLogText(hive, value_position);
+  if (!from_log.empty() && detail.status == ValueStatus::kRead) {
+    detail.text.insert(0, "From log: " + from_log + "\r\n");
   }
   return detail;
 }
@@ -393,6 +411,7 @@ std::vector<DetailField> KeyFieldsAt(const HiveImage& hive, const KeyTree& tree,
   const uint16_t marks = item == kNoItem ? uint16_t{0} : tree.items[item].marks;
   if ((marks & kVirtualMarks) == 0) {
     AddKeyFields(hive, key, lines);
+    lines.Add("From log", NarrowText(WideFromUtf8(KeyOriginText(hive, position))));
   } else {
     lines.AddPosition("Position", position);
     lines.Add("State", "no key cell here; only relations prove the key");

@@ -1,4 +1,4 @@
-#include "reports/log_origin.h"
+#include "words/log_origin.h"
 
 #include <algorithm>
 
