@@ -31,6 +31,22 @@ void ReadChosen(HiveLogs& found) {
   }
 }
 
+// What a hive grows by is in its logs; of one that was cut short the rest is zeros. So sizes far
+// beyond what file and logs hold are no growth: they would cost more than they could show.
+void CutSenselessGrowth(HiveLogs& found, size_t image_size) {
+  uint64_t bytes = image_size;
+  for (const HiveLog& log : found.logs) bytes += log.length;
+  const uint64_t most = (uint64_t{256} << 20) + 16 * bytes;
+  for (HiveLog& log : found.logs) {
+    const auto too_large = [most](const LogEntry& entry) { return entry.bins_size > most; };
+    const auto first = std::ranges::find_if(log.entries, too_large);
+    if (first == log.entries.end()) continue;
+    log.stop = LogEntryFault::kBinsSize;
+    log.stop_at = first->position;
+    log.entries.erase(first, log.entries.end());
+  }
+}
+
 ReplayState StateOf(const HiveLogs& found) {
   if (!found.steps.empty()) return ReplayState::kReplayed;
   if (!found.hive.dirty()) return ReplayState::kClean;
@@ -62,6 +78,7 @@ std::shared_ptr<HiveLogs> FindHiveLogs(const std::string& hive_file, ByteView im
   found->choice = choice;
   if (choice.mode == LogMode::kChosen) ReadChosen(*found);
   if (choice.mode != LogMode::kChosen && may_replay) ReadBeside(hive_file, *found);
+  CutSenselessGrowth(*found, image.size());
   found->steps = PlanReplay(found->hive, choice, found->logs);
   found->state = StateOf(*found);
   return found;

@@ -37,7 +37,7 @@ const char* StopWord(LogEntryFault stop) {
     case LogEntryFault::kDataHash:
       return "pages do not match their hash";
     case LogEntryFault::kBinsSize:
-      return "no size of a hive";
+      return "no size that the hive could have";
     case LogEntryFault::kPages:
       return "pages without room in the entry";
     case LogEntryFault::kPagePlace:

@@ -43,7 +43,9 @@ void AddLog(OutputList& list, const HiveLog& log, const std::string& use) {
     AddEntry(list, log, entry, "left over from an earlier run");
   }
   if (!log.entries.empty() || !log.leftovers.empty()) return;
-  AddListRow(list, {LeafName(log), "", "", "", "", "", use}, kNoOffset);
+  const std::string stop = StopWords(log);
+  const std::string why = stop.empty() ? use : use + ", " + stop;
+  AddListRow(list, {LeafName(log), "", "", "", "", "", why}, kNoOffset);
 }
 
 // What comparing all states may cost: bytes of images that are loaded and of pages put into them.

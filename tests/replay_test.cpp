@@ -540,6 +540,20 @@ TEST(Replay, BinsThatShrinkAndGrow) {
   EXPECT_TRUE(std::ranges::all_of(rest, [](uint8_t byte) { return byte == 0; }));
 }
 
+// An entry of a few bytes that makes the hive one of 2 GiB.
+TEST(Replay, SenselessGrowthIsRefused) {
+  const LogStory story = MakeLogStory();
+  testing::LogEntrySpec entry = EntryBetween(story.states[0], story.states[1], 10);
+  entry.bins_size = kMostBins;
+  LoggedFiles files;
+  files.hive = story.files.hive;
+  files[".LOG1"] = NewLog(story.files.hive, {entry});
+  LoggedHive hive(files);
+  EXPECT_EQ(hive.logs().state, ReplayState::kUnusable);
+  EXPECT_EQ(hive.logs().logs[0].stop, LogEntryFault::kBinsSize);
+  EXPECT_EQ(hive.hive().length, files.hive.size());
+}
+
 // A log in which every step begins an entry whose header holds and whose pages don't, and one whose
 // entry is nothing but places of pages.
 TEST(Replay, HostileLogsCostLittle) {
