@@ -64,7 +64,7 @@ bool IsLogFile(const std::string& file_name, HiveLog& log) {
 }
 
 std::string LogFileWords(const HiveLog& log) {
-  std::string words = log.name + " is a transaction log of " + Utf8FromWide(log.base.file_name);
+  std::string words = log.name + " is a transaction log of " + TextOfWide(log.base.file_name);
   if (!log.entries.empty()) words += ", " + EntriesWords(log.entries);
   if (log.fault != LogFault::kNone) words += ": " + FaultWords(log);
   return words;

@@ -97,7 +97,6 @@ ValueKey ReadFreedValue(const HiveImage& hive, uint32_t position, uint32_t shift
 std::vector<uint8_t> ReadRawValueName(const HiveImage& hive, const ValueKey& value);
 // The name, nothing lost; of a value that was read with its name.
 std::u16string WideValueName(const HiveImage& hive, const ValueKey& value);
-std::string ValueNameUtf8(const HiveImage& hive, const ValueKey& value);
 
 // Where a value list is, and how far it goes.
 enum class ListBound : uint8_t {

@@ -137,12 +137,12 @@ constexpr KindColumn kInfo[] = {InfoText("file"),
                                 InfoText("last_written"),
                                 InfoText("version"),
                                 InfoText("flags"),
-                                Held(InfoText("stored_name"), CellHolds::kUtf8),
+                                InfoText("stored_name"),
                                 InfoText("reorganised"),
-                                Held(InfoText("replay"), CellHolds::kUtf8),
-                                Held(InfoText("logs"), CellHolds::kUtf8),
+                                InfoText("replay"),
+                                InfoText("logs"),
                                 InfoText("sha256"),
-                                Held(InfoText("logs_sha256"), CellHolds::kUtf8)};
+                                InfoText("logs_sha256")};
 constexpr KindColumn kTree[] = {kKey,    kKeyOffset,         kParentOffset,         kKeyDate,
                                 kStatus, Number("Marks", 2), Number("Connected", 4)};
 constexpr KindColumn kWholePath = Wide(kKey, 12, 4);
@@ -161,7 +161,7 @@ constexpr KindColumn kFreedKeys[] = {kKey,     kKeyOffset,          kParentOffse
                                      kPlace};
 constexpr KindColumn kFreedValues[] = {kWholePath,   kValue,     kType, kData,
                                        kValueOffset, kKeyOffset, kPlace};
-constexpr KindColumn kLogColumn = Held(Text("Log", 5, 1), CellHolds::kUtf8);
+constexpr KindColumn kLogColumn = Text("Log", 5, 1);
 constexpr KindColumn kLogPosition = Position("Log Position", 5);
 constexpr KindColumn kLogs[] = {kLogColumn,         Number("Entry", 3), Number("Pages", 2),
                                 Number("Bytes", 3), kLogPosition,       Number("Bins", 3),

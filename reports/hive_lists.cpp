@@ -306,7 +306,7 @@ OutputListPtr ListDetail(const HiveImage& hive, const KeyTree& tree, uint32_t po
     AddListRow(*list, {field.label, field.text}, position, RowFacts(), 0);
   }
   if (from_log.empty()) return list;
-  AddListRow(*list, {"From log", NarrowText(WideFromUtf8(from_log))}, position, RowFacts(), 0);
+  AddListRow(*list, {"From log", from_log}, position, RowFacts(), 0);
   return list;
 }
 

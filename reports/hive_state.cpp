@@ -60,7 +60,7 @@ HiveStateTexts StateTextsOf(const HiveImage& hive, bool hashes) {
   texts.last_written = TimeText(base.last_write);
   texts.version = std::to_string(base.major) + "." + std::to_string(base.minor);
   texts.flags = Concat({"0x", Hex(base.flags, 8)});
-  texts.stored_name = Utf8FromWide(base.file_name);
+  texts.stored_name = TextOfWide(base.file_name);
   texts.reorganised = ReorganisedText(base.reorganised);
   if (hive.logs == nullptr) return texts;
   texts.replay = ReplayWords(*hive.logs);

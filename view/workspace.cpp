@@ -30,7 +30,7 @@ std::vector<Note> NotesOn(const HiveImage& hive) {
   std::vector<Note> notes;
   if (std::string moved = UndoneWords(hive); !moved.empty()) notes.push_back({"Moved", moved});
   if (const std::string logs = LogsWords(hive); !logs.empty()) {
-    notes.push_back({"Logs", NarrowText(WideFromUtf8(logs))});
+    notes.push_back({"Logs", logs});
   }
   if (const ImageCut cut = CutOf(hive); cut.at != 0) {
     notes.push_back({"Ends early", "at " + PositionText(cut.at) + ": " + cut.reason});

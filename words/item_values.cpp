@@ -355,7 +355,7 @@ std::string FromLogText(const HiveImage& hive, uint32_t value_position) {
   if (!IsReplayed(hive)) return {};
   const ValueKey value =
       ReadStoredValueKey(hive, value_position, ValueRead::kFields, kMaxValueData, nullptr);
-  return NarrowText(WideFromUtf8(ValueOriginText(hive, value)));
+  return ValueOriginText(hive, value);
 }
 
 }  // namespace
@@ -411,7 +411,7 @@ std::vector<DetailField> KeyFieldsAt(const HiveImage& hive, const KeyTree& tree,
   const uint16_t marks = item == kNoItem ? uint16_t{0} : tree.items[item].marks;
   if ((marks & kVirtualMarks) == 0) {
     AddKeyFields(hive, key, lines);
-    lines.Add("From log", NarrowText(WideFromUtf8(KeyOriginText(hive, position))));
+    lines.Add("From log", KeyOriginText(hive, position));
   } else {
     lines.AddPosition("Position", position);
     lines.Add("State", "no key cell here; only relations prove the key");
