@@ -41,7 +41,11 @@ TEST_F(ListTest, HeaderClicksSortByWhatTheColumnHolds) {
     std::initializer_list<Texts> rows;
     Texts up;  // of that column
   } cases[] = {
-      {5, 0, false, {{"b"}, {"A"}, {"a"}, {"B"}}, {"a", "A", "b", "B"}},
+      {5,
+       0,
+       false,
+       {{"b"}, {"A"}, {"\u0436"}, {"C"}, {"\u0414"}},
+       {"A", "b", "C", "\u0414", "\u0436"}},
       {5, 1, true, {{"", "ccc"}, {"", "a"}, {"", "bb"}}, {"a", "bb", "ccc"}},
       {47, 1, false, {{"r", "10"}, {"r", "9"}, {"r", "100"}}, {"9", "10", "100"}},
       {11,

@@ -65,7 +65,7 @@ TEST_F(LiveRegistryTest, WalksRealKeys) {
   ASSERT_TRUE(keys->NextKey(key));
   EXPECT_EQ(key.error, "");
   ASSERT_TRUE(keys->NextValue(value));
-  EXPECT_EQ(value.name + "=" + value.text, "n\xE4me=inside");
+  EXPECT_EQ(value.name + "=" + value.text, "n\u00E4me=inside");
   EXPECT_FALSE(keys->NextKey(key));
 }
 

@@ -74,7 +74,7 @@ TEST_F(MergeWindowTest, MergedBranchDiffersOnlyWhereItIsChanged) {
   EXPECT_EQ(RowCount(*place->model), 1U);
   RunList(*place, kCommandOnlyMissing);
   ASSERT_EQ(RowCount(*place->model), 1U);
-  EXPECT_EQ(Row(*place, 0), tools + "\\?mega|N\xE4me|text|(not found)|");
+  EXPECT_EQ(Row(*place, 0), tools + "\\\u03A9mega|N\u00E4me|text|(not found)|");
   const HMENU menu = MakeListMenu(*place);
   EXPECT_NE(GetMenuState(menu, kCommandOnlyMissing, MF_BYCOMMAND) & MF_CHECKED, 0U);
   EXPECT_EQ(GetMenuState(menu, kCommandOnlyDifferent, MF_BYCOMMAND) & MF_CHECKED, 0U);

@@ -180,10 +180,7 @@ TEST_F(WindowTest, UnusualNames) {
   OpenBytes(builder.Build().bytes);
   const Texts texts = ChildTexts(RootHandle());
   ASSERT_EQ(texts.size(), 5U);
-  EXPECT_NE(std::find(texts.begin(), texts.end(),
-                      "a\xE2\x90\x80"
-                      "b"),
-            texts.end());
+  EXPECT_NE(std::find(texts.begin(), texts.end(), "a\\u{0}b"), texts.end());
   EXPECT_NE(std::find(texts.begin(), texts.end(), length), texts.end());
   // The path line and the clipboard lose nothing.
   for (uint32_t item = 1; item < 4; ++item) {
