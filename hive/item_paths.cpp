@@ -153,7 +153,7 @@ std::string TextOf(const HiveImage& hive, const KeyTree& tree, const ShownPath& 
 // text may itself hold backslashes, so the longest child name that fits is taken. Names compare in
 // UTF-16: a letter and its capital may differ in their bytes' number.
 uint32_t DescendComponent(const HiveImage& hive, const KeyTree& tree, uint32_t parent,
-                       std::u16string_view& path) {
+                          std::u16string_view& path) {
   std::string text;
   uint32_t best = kNoItem;
   size_t best_length = 0;

@@ -95,7 +95,7 @@ inline uint32_t PlainType(uint32_t type) {
 std::string FreedPath(const HiveImage& hive, const KeyTree& tree, const FreedRecords& records,
                       uint32_t key_position);
 std::string StoredFreedPath(const HiveImage& hive, const KeyTree& tree, const FreedRecords& records,
-                          uint32_t key_position);
+                            uint32_t key_position);
 // Path texts of a walk over records: those of one parent are made from its path.
 class FreedPathWalker {
  public:

@@ -172,10 +172,9 @@ void OnKeySnapshot(MainWindow& window) {
   SnapshotDialog state;
   state.key = SelectedRegistryPath(window);
   if (!AskSnapshot(window, state)) return;
-  StartSnapshots(
-      window, [path = state.key, file = state.place](SnapshotJob& job) {
-        AddResult(job, MakeKeySnapshot(path, file, *job.errors));
-      });
+  StartSnapshots(window, [path = state.key, file = state.place](SnapshotJob& job) {
+    AddResult(job, MakeKeySnapshot(path, file, *job.errors));
+  });
 }
 
 void OnRootSnapshots(MainWindow& window) {
