@@ -1,4 +1,5 @@
 // Value data of any type as text, and records read straight from the input.
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
@@ -9,6 +10,7 @@
 #include "hive/keys.h"
 #include "hive/subkeys.h"
 #include "hive/values.h"
+#include "host/text.h"
 #include "records/cell.h"
 #include "words/value_text.h"
 
@@ -24,12 +26,12 @@ void Require(bool holds) {
 
 void ShowData(uint32_t type, std::span<const uint8_t> data) {
   for (const bool wide : {false, true}) {
-    Require(DataPreview(type, data, wide).size() <= kPreviewLength);
+    Require(CountUnits(DataPreview(type, data, wide)) <= kPreviewLength);
   }
-  Require(DataText(type, data, false).size() <= data.size() + 1);
-  Require(DataText(type, data, true).size() <= data.size() + 1);
+  Require(CountUnits(DataText(type, data, false)) <= data.size() + 1);
+  Require(CountUnits(DataText(type, data, true)) <= data.size() + 1);
   // Eight bytes make a line of an offset, three characters and one more each, and a line end.
-  Require(HexDump(data).size() <= (data.size() / 8 + 1) * 48);
+  Require(CountUnits(HexDump(data)) <= (data.size() / 8 + 1) * 48);
   TypeName(type);
 }
 
@@ -41,7 +43,7 @@ void ReadCell(const HiveImage& hive, uint32_t position) {
   ValueDetail(hive, position);
   ReadRawValueName(hive, value);
   const KeyNode key = ReadKeyNode(hive, position, KeyRead::kDiagnose);
-  Require(key.name.size() <= 510);
+  Require(CountUnits(key.name) <= std::max<size_t>(kMaxRawName, key.length));
   ReadClassName(hive, key);
   uint32_t budget = 4096;
   std::vector<SubkeyEntry> entries;
