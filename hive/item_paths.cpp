@@ -254,7 +254,9 @@ void PathWalker::Push(uint32_t item) {
   if (!root) path_ += '\\';
   const size_t start = path_.size();
   AppendItemName(hive_, tree_, item, path_);
-  escaped = escaped || path_.find(kEscapeStart, start) != std::string::npos;
+  const std::string_view name = std::string_view(path_).substr(start);
+  const bool cut = name.size() >= kLongestShownName && name.ends_with(kNameCut);
+  escaped = escaped || cut || name.find(kEscapeStart) != name.npos;
   levels_.push_back({item, path_.size(), escaped});
 }
 

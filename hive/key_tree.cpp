@@ -22,11 +22,15 @@ bool HasGivenName(const HiveImage& hive, const KeyTree& tree, const KeyItem& ite
          ReadU16(hive, item.position + kKeyNameLength) == 0;
 }
 
-// Nearly every name is shown as it is stored.
+// Nearly every name is shown as it is stored. Of one that no registry takes the beginning is shown,
+// and that there is more: only damage has such names, and rows would repeat them.
 void ShowKeyName(std::string& out, size_t start) {
   const std::string_view name = std::string_view(out).substr(start);
-  if (IsShownAsIs(name)) return;
-  const std::string shown = ShownKeyName(name);
+  const bool whole = name.size() <= kLongestShownName || CountUnits(name) <= kLongestShownName;
+  if (whole && IsShownAsIs(name)) return;
+  std::string shown =
+      ShownKeyName(whole ? name : FirstUnits(name, kLongestShownName - kNameCut.size()));
+  if (!whole) shown += kNameCut;
   out.replace(start, out.npos, shown);
 }
 

@@ -147,6 +147,9 @@ uint32_t ItemOfPosition(const KeyTree& tree, uint32_t position);
 
 // Displayed name: the root's registry path, a folder's title, the key's name as ShownKeyName has
 // it, or its generated name.
+// One of more than kLongestShownName characters ends in kNameCut.
+inline constexpr size_t kLongestShownName = 256;
+inline constexpr std::string_view kNameCut = "...";
 std::string ItemName(const HiveImage& hive, const KeyTree& tree, uint32_t item);
 void AppendItemName(const HiveImage& hive, const KeyTree& tree, uint32_t item, std::string& out);
 // A key's name as stored, with whatever characters are in it; any other item's displayed name.

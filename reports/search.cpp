@@ -78,7 +78,7 @@ class BranchSearch {
 
   void VisitKey(uint32_t item) {
     if (++keys_ % kKeysPerStatus == 0) ShowWalk(paths_.PathOf(item), keys_, RowCount(list_));
-    if (key_names_ && MayMatchName(sieve_, tree_, item) && KeyMatches(item)) AddKeyRow(item);
+    if (key_names_ && MayMatchName(sieve_, hive_, tree_, item) && KeyMatches(item)) AddKeyRow(item);
     if (!values_ || !HasKeyCell(tree_, item)) return;
     const uint32_t key = tree_.items[item].position;
     positions_.clear();

@@ -299,11 +299,14 @@ bool MayHold(const SearchSieve& sieve, uint32_t position, uint32_t length) {
   return false;
 }
 
-bool MayMatchName(const SearchSieve& sieve, const KeyTree& tree, uint32_t item) {
+bool MayMatchName(const SearchSieve& sieve, const HiveImage& hive, const KeyTree& tree,
+                  uint32_t item) {
   const KeyItem& it = tree.items[item];
   const bool made =
       it.kind == ItemKind::kRoot || it.made_name != 0 || (it.marks & kMarkHashName) != 0;
-  return made || MayHold(sieve, it.position + kKeyName, kMaxKeyName);
+  // A name of a damaged key may be as long as its cell.
+  const uint32_t length = made ? 0U : ReadU16(hive, it.position + kKeyNameLength);
+  return made || MayHold(sieve, it.position + kKeyName, std::max(length, kMaxKeyName));
 }
 
 bool MayMatchValue(const SearchSieve& sieve, const ValueKey& value) {

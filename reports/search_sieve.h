@@ -35,7 +35,8 @@ SearchSieve SieveImage(const HiveImage& hive, const SearchPattern& pattern);
 
 // True when a match may lie in [position, position + length).
 bool MayHold(const SearchSieve& sieve, uint32_t position, uint32_t length);
-bool MayMatchName(const SearchSieve& sieve, const KeyTree& tree, uint32_t item);
+bool MayMatchName(const SearchSieve& sieve, const HiveImage& hive, const KeyTree& tree,
+                  uint32_t item);
 // For a value of which the fields were read (ValueRead::kFields).
 bool MayMatchValue(const SearchSieve& sieve, const ValueKey& value);
 

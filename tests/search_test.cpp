@@ -288,6 +288,7 @@ Bytes OddHive() {
   builder.Key("Gr\u00F6\u00DFe \u0416")
       .Wide()
       .WideValue("\u20ACuro \u0152uvre", 1, Utf16("\u20AC 5"));
+  builder.Root().NewKey(std::string(700, 'n') + "seamed");
   builder.Key("List").MultiSz("Many", {"one", "two", "", "three"}).Value("Link", 6, Utf16("C:\\x"));
   testing::BuiltHive built = builder.Build();
   return std::move(built.bytes);

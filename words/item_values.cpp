@@ -408,6 +408,7 @@ std::vector<DetailField> KeyFieldsAt(const HiveImage& hive, const KeyTree& tree,
   DetailLines lines{hive};
   if (item == kNoItem && key.state == KeyState::kNotAKey) return lines.fields;
   lines.Add("Key", item == kNoItem ? ShownKeyName(key.name) : LongItemPath(hive, tree, item));
+  if (CountUnits(key.name) > kLongestShownName) lines.Add("Name", ShownKeyName(key.name));
   const uint16_t marks = item == kNoItem ? uint16_t{0} : tree.items[item].marks;
   if ((marks & kVirtualMarks) == 0) {
     AddKeyFields(hive, key, lines);
