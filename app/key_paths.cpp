@@ -318,6 +318,7 @@ std::vector<Way> WaysTo(const Names& wanted, const Names& root) {
 }  // namespace
 
 std::string KeyPathOf(const HiveImage& hive, const KeyTree& tree, uint32_t item) {
+  const WholeReading whole;
   Names names;
   size_t length = 0;
   for (uint32_t at = item; at != 0 && at != kNoItem; at = tree.items[at].parent) {
@@ -372,6 +373,7 @@ RootGroup RootGroupOf(std::string_view path) {
 }
 
 FoundKey FindKeyPath(const HiveImage& hive, const KeyTree& tree, std::string_view path) {
+  const WholeReading whole;
   FoundKey nearest;
   const Names wanted = NamesOf(path);
   if (tree.items.empty() || wanted.empty()) return nearest;

@@ -13,7 +13,9 @@ constexpr uint32_t kReplacement = 0xFFFD;
 
 struct TextState {
   std::atomic<bool> code_page_only{false};
+  static thread_local int whole_readings;
 };
+thread_local int TextState::whole_readings = 0;
 
 TextState& State() {
   static TextState state;
@@ -86,8 +88,14 @@ const CodePage& WesternCodePage() {
   return page;
 }
 
-bool ReadsInCodePage() { return State().code_page_only.load(std::memory_order_relaxed); }
+bool ReadsInCodePage() {
+  const bool only = State().code_page_only.load(std::memory_order_relaxed);
+  return only && TextState::whole_readings == 0;
+}
 void ReadInCodePage(bool only) { State().code_page_only = only; }
+
+WholeReading::WholeReading() { ++TextState::whole_readings; }
+WholeReading::~WholeReading() { --TextState::whole_readings; }
 
 Character CharacterAt(std::string_view text, size_t at) {
   const Character character = Decode(text, at);

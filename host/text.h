@@ -31,6 +31,14 @@ void CompleteCodePage(CodePage& page);
 // Of the whole process; holds for what is decoded from then on.
 bool ReadsInCodePage();
 void ReadInCodePage(bool only);
+// While one lives its thread reads whole, whatever the choice: for what goes on to others (scripts,
+// bookmarks, the registry) rather than to the eye.
+struct WholeReading {
+  WholeReading();
+  ~WholeReading();
+  WholeReading(const WholeReading&) = delete;
+  WholeReading& operator=(const WholeReading&) = delete;
+};
 
 // --- text and UTF-16 -----------------------------------------------------------------------------
 

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <vector>
 
-#include "hive/keys.h"
 #include "hive/root_path.h"
 #include "host/host.h"
 
@@ -44,11 +43,7 @@ std::string PathInPlace(const LivePlace& place, std::string_view path) {
 }
 
 std::u16string WideItemName(const HiveImage& hive, const KeyTree& tree, uint32_t item) {
-  const KeyItem& it = tree.items[item];
-  // As the registry has it, whatever the reading that was chosen for what is shown.
-  const bool stored = HasKeyCell(tree, item) && it.kind == ItemKind::kKey && it.made_name == 0;
-  const uint32_t length = stored ? ReadU16(hive, it.position + kKeyNameLength) : 0;
-  if (length != 0) return WideKeyName(ImageBytes(hive), it.position, length);
+  const WholeReading whole;
   return WideOfText(StoredItemName(hive, tree, item));
 }
 

@@ -251,6 +251,7 @@ FreedChoice ChooseFreedBelow(const KeyTree& tree, const FreedRecords& records, u
 
 FreedExport ExportFreed(FreedSource& from, const FreedChoice& choice, const TextSink& sink,
                         ScriptForm form) {
+  const WholeReading whole;
   ShowStatus("Exporting ...");
   FreedWriter writer(from, choice, sink, form);
   const FreedExport written = writer.Write(choice);

@@ -317,6 +317,7 @@ std::string ScriptRoot(const HiveImage& hive) {
 ScriptExport ExportKeys(const HiveImage& hive, const KeyTree& tree, std::span<const uint32_t> items,
                         ScriptScope scope, const TextSink& sink, RecoveredKeys recovered,
                         ScriptForm form) {
+  const WholeReading whole;
   ShowStatus("Exporting ...");
   ScriptWriter writer(hive, tree, sink, recovered, form);
   writer.Write(items, scope);

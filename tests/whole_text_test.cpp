@@ -2,6 +2,7 @@
 // user: lists, files, paths, search, order, scripts.
 #include <gtest/gtest.h>
 
+#include "app/key_paths.h"
 #include "host/shortfalls.h"
 #include "host/visible_text.h"
 #include "lists/list_order.h"
@@ -227,6 +228,32 @@ TEST(WholeText, InTheCodePage) {
   EXPECT_EQ(CellText(*list, 0, 1), "??????");
   EXPECT_EQ(CellText(*list, 1, 3), "first ?????? ");
   EXPECT_EQ(CellText(*list, 27, 1), "?? café");
+}
+
+// What goes on to others is whole while the old reading is chosen for the eye.
+TEST(WholeText, HandedOnWholeInTheCodePage) {
+  const OpenedHive opened(HiveOfScripts());
+  const auto script = [&opened] {
+    std::string bytes;
+    ExportBranch(
+        opened.hive, opened.tree, 0,
+        [&bytes](std::string_view piece) {
+          bytes += piece;
+          return true;
+        },
+        RecoveredKeys::kLeftOut, ScriptForm::kFive);
+    return bytes;
+  };
+  const uint32_t item = FindItemByPath(opened.hive, opened.tree, "ROOT\\Ключ");
+  ASSERT_NE(item, kNoItem);
+  const std::string path = KeyPathOf(opened.hive, opened.tree, item);
+  const std::string whole = script();
+  ReadInCodePage(true);
+  EXPECT_EQ(ItemName(opened.hive, opened.tree, item).find_first_not_of('?'), std::string::npos);
+  EXPECT_EQ(KeyPathOf(opened.hive, opened.tree, item), path);
+  EXPECT_EQ(FindKeyPath(opened.hive, opened.tree, path).item, item);
+  EXPECT_EQ(script(), whole);
+  ReadInCodePage(false);
 }
 
 TEST(Text, CharactersAndUnits) {

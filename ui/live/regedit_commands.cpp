@@ -39,6 +39,7 @@ std::string RegistryPath(const MainWindow& window, uint32_t item) {
 }
 
 std::string ValueNameAt(const HiveImage& hive, uint32_t position) {
+  const WholeReading whole;
   const ValueKey value = ReadValueKey(hive, position, ValueRead::kName, 0, nullptr);
   return value.name_length == 0 ? std::string(kDefaultValue) : value.name;
 }
