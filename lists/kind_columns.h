@@ -48,6 +48,7 @@ constexpr KindColumn kFocusCount = Number("Focus Count", 3);
 constexpr KindColumn kFocusTime = Number("Focus Time (ms)", 4);
 constexpr KindColumn kRuns = Number("Runs", 2);
 constexpr KindColumn kGroup = Text("Group", 4);
+constexpr KindColumn kControlSet = Text("Control Set", 4);
 constexpr KindColumn kFlags = Text("Flags", 5);
 constexpr KindColumn kStatus = Text("Status", 4);
 constexpr KindColumn kPlace = Text(kPlaceTitle, 5);

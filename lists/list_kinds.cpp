@@ -58,10 +58,10 @@ constexpr KindColumn kCountKeys[] = {kKey,       kValue, kRot13Value, kData,    
                                      kKeyOffset, kRuns,  kFocusCount, kFocusTime};
 constexpr KindColumn kLiveCountKeys[] = {kKey,     kValue, kRot13Value, kData,     kExtracted,
                                          kKeyDate, kRuns,  kFocusCount, kFocusTime};
-constexpr KindColumn kServices[] = {Wide(kKey, 8, 6),         Text("Start", 3),
-                                    Wide(kDisplayName, 5, 2), Text("Imagepath", 5, 5),
-                                    Wide(kGroup, 3, 0),       kType,
-                                    Wide(kDescription, 3, 1), kKeyDate};
+constexpr KindColumn kServices[] = {
+    Wide(kKey, 8, 6),         Text("Start", 3),   Wide(kDisplayName, 5, 2),
+    Text("Imagepath", 5, 5),  Wide(kGroup, 3, 0), kType,
+    Wide(kDescription, 3, 1), kKeyDate,           kControlSet};
 constexpr KindColumn kOpenSaveMru[] = {kFile, kType, kKey, kValue, kKeyDate, kKeyOffset};
 constexpr KindColumn kStreamMru[] = {Text("Path stored in Data", 8, 6),
                                      kValue,

@@ -105,7 +105,8 @@ void ReportServices(ReportRun& run) {
                   service.group,
                   service.type,
                   service.description,
-                  {KeyDateText(key), DateValue(key.last_write)}},
+                  {KeyDateText(key), DateValue(key.last_write)},
+                  run.control_set},
                  SubjectOf(key));
   }
 }

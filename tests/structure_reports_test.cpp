@@ -70,11 +70,43 @@ TEST(StructureReports, Services) {
   OpenedHive opened(builder.Build());
   const std::string path = "ControlSet001\\Services\\";
   const Rows expected = {
-      {path + "A", "5", std::string(519, 'n'), "b.sys", "G", "272", "one  two", kDate},
-      {path + "B", "Auto Start", "", "c.exe", "", "shared process", "", kDate},
-      {path + "C", "", "", "", "", "", "", "1980/01/02, 03:04:05"}};
+      {path + "A", "5", std::string(519, 'n'), "b.sys", "G", "272", "one  two", kDate, "unknown"},
+      {path + "B", "Auto Start", "", "c.exe", "", "shared process", "", kDate, "unknown"},
+      {path + "C", "", "", "", "", "", "", "1980/01/02, 03:04:05", "unknown"}};
   EXPECT_EQ(Reported(opened, Report::kServices), expected);
   EXPECT_EQ(Reported(opened, Report::kServices, "ControlSet001\\Services"), expected);
+}
+
+// All sets are read, and each row says what its set is. What hangs nowhere near "Select" is of no
+// set, and a recovered "Select" says nothing.
+TEST(StructureReports, ControlSets) {
+  HiveBuilder builder;
+  for (const char* set : {"ControlSet001", "ControlSet002", "ControlSet003", "ControlSet004"}) {
+    builder.Key(std::string(set) + "\\Services\\S").Sz("Group", set);
+  }
+  builder.Key("ControlSet01A\\Services\\S").Sz("Group", "no number");
+  builder.Key("Other\\Services\\S").Sz("Group", "no set");
+  builder.Key("Select").Dword("Current", 2).Dword("Default", 2).Dword("Failed", 4);
+  builder.Key("Select").Dword("LASTKNOWNGOOD", 1);
+  BuiltHive built = builder.Build();
+  const auto words = [&built] {
+    OpenedHive opened(built);
+    Rows rows = Columns(Reported(opened, Report::kServices), {4, 8});
+    const Rows named = Columns(Reported(opened, Report::kServices, "Other\\Services"), {4, 8});
+    rows.insert(rows.end(), named.begin(), named.end());
+    return rows;
+  };
+  EXPECT_EQ(words(), (Rows{{"ControlSet001", "last known good"},
+                           {"ControlSet002", "current"},
+                           {"ControlSet003", ""},
+                           {"ControlSet004", "failed"},
+                           {"no number", ""},
+                           {"no set", ""}}));
+  built.Unlink("Select");
+  const Rows unknown = words();
+  EXPECT_EQ(unknown[0][1], "unknown");
+  EXPECT_EQ(unknown[1][1], "unknown");
+  EXPECT_EQ(unknown.back()[1], "");
 }
 
 TEST(StructureReports, ServiceNumbers) {
