@@ -41,8 +41,14 @@ inline bool ClaimRange(std::vector<uint64_t>& bits, uint32_t position, uint64_t 
   const uint64_t first = position / 8;
   const uint64_t end = std::min<uint64_t>((position + size + 7) / 8, bits.size() * 64);
   const auto taken = [&bits](uint64_t at) { return (bits[at / 64] >> at % 64 & 1) != 0; };
-  // What overlaps mostly does so at an end, which spares looking at all of it.
   if (first >= end) return true;
+  if (const uint64_t last = end - 1; first / 64 == last / 64) {  // most ranges are short
+    const uint64_t mask = (~uint64_t{0} << first % 64) & (~uint64_t{0} >> (63 - last % 64));
+    const bool free = (bits[first / 64] & mask) == 0;
+    if (free) bits[first / 64] |= mask;
+    return free;
+  }
+  // What overlaps mostly does so at an end, which spares looking at all of it.
   if (taken(first) || taken(end - 1)) return false;
   const auto mask_at = [&](uint64_t at) {
     const uint64_t in_word = std::min<uint64_t>(end - at / 64 * 64, 64);

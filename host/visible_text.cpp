@@ -34,7 +34,7 @@ bool IsEscaped(char16_t unit, Escaped escaped) {
 // Where, from `at` on, the first byte is that may have to be escaped.
 size_t SuspectAt(std::string_view text, size_t at) {
   do {
-    at = PlainEnd(text, at, '{', '{');
+    at = PlainEnd(text, at, '{');
     while (at < text.size() && (text[at] & 0x80) != 0 && !IsSuspect(text[at])) ++at;
   } while (at < text.size() && !IsSuspect(text[at]));
   return at;
@@ -110,7 +110,7 @@ std::string ShownKeyName(std::string_view name) {
 }
 
 std::string ShownValueName(std::string_view name) {
-  if (PlainEnd(name, 0, '{', '{') == name.size()) return std::string(name);
+  if (PlainEnd(name, 0, '{') == name.size()) return std::string(name);
   std::string shown;
   AppendVisible(name, shown);
   return shown;

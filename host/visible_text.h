@@ -15,25 +15,41 @@
 
 namespace hivequarry {
 
-// Where, from `at` on, the first byte is that is no printable ASCII character or one of the two
-// named. Most texts have none: eight bytes are looked at together.
-inline size_t PlainEnd(std::string_view text, size_t at, char one, char other) {
-  static_assert(std::endian::native == std::endian::little);  // the first byte is the lowest
+// The places, as top bits, where bytes of the word are that are no printable ASCII characters or
+// are one of the others named. The lowest is right; a borrow may set more after it.
+template <typename... Others>
+uint64_t OddBytes(uint64_t word, Others... others) {
   constexpr uint64_t kOnes = 0x0101010101010101;
-  constexpr uint64_t kTops = kOnes << 7;
-  const auto below = [](uint64_t word, uint64_t limit) { return (word - kOnes * limit) & ~word; };
-  const auto all = [](char character) { return kOnes * static_cast<uint8_t>(character); };
+  const auto below = [](uint64_t in, uint64_t limit) { return (in - kOnes * limit) & ~in; };
+  [[maybe_unused]] const auto all = [](char character) {
+    return kOnes * static_cast<uint8_t>(character);
+  };
+  const uint64_t found = (uint64_t{0} | ... | below(word ^ all(others), 1));
+  return (found | word | (word + kOnes) | below(word, 0x20)) & (kOnes << 7);
+}
+
+// Where, from `at` on, the first byte is that is no printable ASCII character or one of the others
+// named. Most texts have none: eight bytes are looked at together.
+template <typename... Others>
+size_t PlainEnd(std::string_view text, size_t at, Others... others) {
+  static_assert(std::endian::native == std::endian::little);  // the first byte is the lowest
+  const auto load = [&text]<typename Word>(size_t from, Word word) {
+    std::memcpy(&word, text.data() + from, sizeof word);
+    return word;
+  };
   for (; text.size() - at >= 8; at += 8) {
-    uint64_t word = 0;
-    std::memcpy(&word, text.data() + at, sizeof word);
-    // A carry or borrow leaves only bytes that are marked themselves.
-    const uint64_t marks = (word | (word + kOnes) | below(word, 0x20) | below(word ^ all(one), 1) |
-                            below(word ^ all(other), 1)) &
-                           kTops;
+    const uint64_t marks = OddBytes(load(at, uint64_t{}), others...);
     if (marks != 0) return at + static_cast<size_t>(std::countr_zero(marks)) / 8;
   }
-  const auto is_plain = [&](char c) { return c >= 0x20 && c < 0x7F && c != one && c != other; };
-  while (at < text.size() && is_plain(text[at])) ++at;
+  // What is left is looked at together too, with some of what was looked at before.
+  const size_t size = text.size();
+  if (size >= 8 && OddBytes(load(size - 8, uint64_t{}), others...) == 0) return size;
+  if (size >= 4 && size < 8) {
+    const uint64_t ends = uint64_t{load(size - 4, uint32_t{})} << 32 | load(0, uint32_t{});
+    if (OddBytes(ends, others...) == 0) return size;
+  }
+  const auto is_plain = [&](char c) { return c >= 0x20 && c < 0x7F && ((c != others) && ...); };
+  while (at < size && is_plain(text[at])) ++at;
   return at;
 }
 
@@ -59,7 +75,7 @@ inline constexpr std::string_view kEscapeStart = "\\u{";
 void AppendShownKeyName(std::string_view name, std::string& out);
 // True for the name of a key that is shown as it is.
 inline bool IsShownAsIs(std::string_view name) {
-  return PlainEnd(name, 0, '\\', '\\') == name.size() && !name.starts_with("u{");
+  return PlainEnd(name, 0, '\\') == name.size() && !name.starts_with("u{");
 }
 std::string ShownKeyName(std::string_view name);
 // That of a value.

@@ -41,7 +41,7 @@ ListShape ShapeOf(const OutputList& list) {
 }
 
 void AppendVisibleCell(std::string_view text, CellHolds holds, std::string& out) {
-  if (PlainEnd(text, 0, '{', '{') == text.size()) {
+  if (PlainEnd(text, 0, '{') == text.size()) {
     out += text;
   } else if (holds == CellHolds::kName) {
     AppendVisibleOnce(text, out);
@@ -51,7 +51,7 @@ void AppendVisibleCell(std::string_view text, CellHolds holds, std::string& out)
 }
 
 void AppendSayableCell(std::string_view text, CellHolds holds, std::string& out) {
-  if (holds == CellHolds::kName || PlainEnd(text, 0, '{', '{') == text.size()) {
+  if (holds == CellHolds::kName || PlainEnd(text, 0, '{') == text.size()) {
     out += text;
   } else {
     AppendSayable(text, out);

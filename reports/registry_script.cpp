@@ -161,11 +161,13 @@ class ScriptWriter {
     AppendStoredItemName(hive_, tree_, item, line_);
     levels_.push_back({item, line_.size(), level.path_from});
     const std::string_view name = std::string_view(line_).substr(start);
-    if (!IsScriptKeyName(tree_, item, name)) return false;
-    if (MayBeAnother(name)) {
-      const std::string stored(name);
-      KeepOnOneLine(line_, start);
-      NoteKeyName(item, stored);
+    if (name.size() > kMaxScriptKeyName || PlainEnd(name, 0, '\\', kUnwritable) != name.size()) {
+      if (!IsScriptKeyName(tree_, item, name)) return false;
+      if (MayBeAnother(name)) {
+        const std::string stored(name);
+        KeepOnOneLine(line_, start);
+        NoteKeyName(item, stored);
+      }
     }
     const std::string_view path = std::string_view(line_).substr(level.path_from);
     return path.size() <= kMaxScriptPath || CountUnits(path) <= kMaxScriptPath;
@@ -173,7 +175,7 @@ class ScriptWriter {
 
   // A name of which something is lost has a "?" in the script: those alone can become another's.
   bool MayBeAnother(std::string_view name) const {
-    if (PlainEnd(name, 0, kUnwritable, kUnwritable) == name.size()) return false;
+    if (PlainEnd(name, 0, kUnwritable) == name.size()) return false;
     return !HoldsScriptName(form_, name) || name.find(kUnwritable) != name.npos;
   }
   // In capitals, as the script has it.

@@ -29,24 +29,9 @@ constexpr std::array<char, 256> kQuotedForms = [] {
   return forms;
 }();
 
-// The top bit of each byte of `eight` that may have another form is set: control characters,
-// quotes and backslashes. No byte below the lowest one so marked has.
-uint64_t FormMarks(uint64_t eight) {
-  constexpr uint64_t kOnes = 0x0101010101010101;
-  const uint64_t no_quote = eight ^ '"' * kOnes;
-  const uint64_t no_backslash = eight ^ '\\' * kOnes;
-  const uint64_t found = ((eight - ' ' * kOnes) & ~eight) | ((no_quote - kOnes) & ~no_quote) |
-                         ((no_backslash - kOnes) & ~no_backslash);
-  return found & (kOnes << 7);
-}
-
 // How many characters of the text's start are sure to be written as they are.
 size_t PlainRun(std::string_view text) {
-  size_t at = 0;
-  for (; at + 8 <= text.size(); at += 8) {
-    const uint64_t marks = FormMarks(LoadU64(reinterpret_cast<const uint8_t*>(text.data() + at)));
-    if (marks != 0) return at + static_cast<size_t>(std::countr_zero(marks)) / 8;
-  }
+  size_t at = PlainEnd(text, 0, '"', '\\');
   while (at < text.size() && kQuotedForms[static_cast<uint8_t>(text[at])] == 0) ++at;
   return at;
 }
@@ -80,12 +65,18 @@ void ResolveZeros(std::string& text, size_t start) {
   }
 }
 
-// Most texts need no other form, so each is made in its place, and made anew from the first
-// character on that does.
+// Most texts are plain and have one zero, at their end; they are made in their place. Others are
+// made anew from the first character on that has another form.
 void AppendQuotedString(std::span<const uint8_t> data, std::string& out, bool& lost) {
   out += '"';
   const size_t start = out.size();
   AppendStringText(data, out);
+  const size_t end = PlainEnd(out, start, '"', '\\');
+  if (end + 1 >= out.size() && (end == out.size() || out[end] == '\0')) {
+    out.resize(end);
+    out += '"';
+    return;
+  }
   ResolveZeros(out, start);
   const std::string_view text = std::string_view(out).substr(start);
   lost = lost || (!IsAscii(text) && !FitsCodePage(text));
@@ -231,14 +222,14 @@ void EncodeScript(ScriptForm form, std::string_view text, std::string& bytes) {
 }
 
 bool HoldsScriptName(ScriptForm form, std::string_view name) {
-  if (PlainEnd(name, 0, '\r', '\n') == name.size()) return true;
+  if (PlainEnd(name, 0) == name.size()) return true;
   constexpr std::string_view kEnds("\r\n\0", 3);
   return name.find_first_of(kEnds) == name.npos &&
          (form == ScriptForm::kFive || FitsCodePage(name));
 }
 
 bool LosesValueName(ScriptForm form, std::string_view name) {
-  if (PlainEnd(name, 0, '\r', '\n') == name.size()) return false;
+  if (PlainEnd(name, 0) == name.size()) return false;
   return name.find('\0') != name.npos || (form == ScriptForm::kFour && !FitsCodePage(name));
 }
 

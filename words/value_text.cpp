@@ -249,7 +249,7 @@ std::string ValueDisplayName(const ValueKey& value) {
 bool IsNameShownWhole(const ValueKey& value) {
   const std::string& name = value.name;
   if (value.name_length == 0 || name.empty()) return true;
-  const bool plain = PlainEnd(name, 0, '{', '{') == name.size() && name[0] != '(' && name[0] != '"';
+  const bool plain = PlainEnd(name, 0, '{') == name.size() && name[0] != '(' && name[0] != '"';
   if (plain) return name.size() <= kShownValueName;
   return CountsAtMost(value.name, kShownValueName) && ValueDisplayName(value) == value.name;
 }
