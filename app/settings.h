@@ -16,8 +16,8 @@ using History = std::vector<std::string>;
 // Puts a text first; one that is there already moves there.
 void AddToHistory(History& history, const std::string& text);
 
-// Texts that the user typed or chose, by the dialog that owns them. Code-page text, but for paths
-// (UTF-8 here; in the file, code-page text where that loses nothing, else UTF-8).
+// Texts that the user typed or chose, by the dialog that owns them. UTF-8,
+// here and in the file; a file of earlier versions may have them in the code page.
 struct Histories {
   History search_texts;         // search in a hive: text           ("FTSC", 64 characters)
   History registry_texts;       // search of the live registry: text    ("RTSC", 64)

@@ -9,8 +9,8 @@
 
 namespace hivequarry {
 
-// Text, CSV and JSON Lines are UTF-8. A Report List is code-page text, as the desktop program reads
-// it.
+// Text, CSV and JSON Lines are UTF-8. A Report List is in the code page where all of it fits, else
+// UTF-8 with a mark.
 enum class Format { kText, kCsv, kJsonLines, kReport };
 
 // One line on stderr, under the program's name.

@@ -32,7 +32,7 @@ struct KeyNode {
   uint32_t length = 0;  // of the cell, absolute
   KeyState state = KeyState::kNotAKey;
   bool name_failed = false;  // a UTF-16 name with a zero character
-  std::string name;          // code-page text; one of more than 256 characters ends in "..."
+  std::string name;          // one of more than 256 characters ends in "..."
   SubkeyListCheck list;      // filled when asked for
 };
 

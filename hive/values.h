@@ -41,7 +41,7 @@ struct ValueKey {
   uint32_t type = 0;
   uint16_t flags = 0;   // 0: the name is UTF-16
   bool edited = false;  // type, data_length and data are those of an edit (value_edits.h)
-  std::string name;     // code-page text; empty for the default value
+  std::string name;     // empty for the default value
 };
 
 enum class ValueRead {

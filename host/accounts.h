@@ -8,7 +8,7 @@
 namespace hivequarry {
 
 // What `Host::account` asks, for the front ends' tables: the machine's own look-up, which may ask
-// the network and so take seconds. Windows alone has one. Texts go through the code page in force.
+// the network and so take seconds. Windows alone has one.
 AccountAnswer LookUpAccount(void* context, std::span<const uint8_t> sid);
 
 }  // namespace hivequarry

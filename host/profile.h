@@ -22,15 +22,12 @@ void SetProfileValue(std::string& text, std::string_view section, std::string_vi
 // blanks.
 std::string ProfileText(std::string_view value);
 
-// As ProfileValue, from a file (UTF-8 name), by the platform's profile functions where it has them;
-// elsewhere the first MiB of the file counts.
+// As ProfileValue, from a file (UTF-8 name); the first MiB of the file counts.
 std::string ReadProfile(const std::string& file, const char* section, const char* key,
                         const char* missing, size_t limit);
 // As SetProfileValue; makes the file where there is none. False on failure, and for a file of more
 // than a MiB.
 bool WriteProfile(const std::string& file, const char* section, const char* key,
                   const std::string& value);
-// Brings written keys to the disk, before the file is read or moved by other means.
-void FlushProfile(const std::string& file);
 
 }  // namespace hivequarry

@@ -63,7 +63,7 @@ inline bool IsOwnKind(int kind) { return kind >= kFirstOwnKind; }
 inline int MostColumns(int kind) { return IsOwnKind(kind) ? kMaxOwnColumns : kMaxColumns; }
 
 enum class SortMode : uint8_t {
-  kText,    // by the rules of the user's language; width of characters ignored, case heeded
+  kText,    // by the system's capitals; texts that differ in case alone keep their order
   kLength,  // of the text
   kNumber,  // the text's leading decimal number
   kDate,    // its numbers one after another: year, month, day, hour ...

@@ -29,7 +29,7 @@ std::vector<uint32_t> SortRows(const OutputList& list, std::span<const uint32_t>
 
 // Finding: a row is found when any of its columns holds the text, capital and small letters alike.
 struct FindRequest {
-  std::string text;      // code-page text
+  std::string text;
   int64_t focused = -1;  // the place in `rows` to search from; -1, or beyond the end: none
   bool down = true;
   bool wrap = true;  // go on at the other end

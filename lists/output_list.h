@@ -34,7 +34,7 @@ inline constexpr uint64_t kNoValue = UINT64_MAX;
 // The value of a date, FILETIME.
 constexpr uint64_t DateValue(uint64_t file_time) { return file_time / 10'000'000; }
 
-// A cell to add. The code-page text is only looked at, so a cell made from a temporary text ends
+// A cell to add. The text is only looked at, so a cell made from a temporary text ends
 // with it.
 struct Cell {
   Cell() = default;

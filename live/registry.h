@@ -103,7 +103,7 @@ struct Registry {
   int32_t (*replace)(RegistryKey root, const char16_t* sub_key, const char16_t* new_file,
                      const char16_t* old_file) = nullptr;
 
-  // The system's words for an error, code-page text without a line end; empty when it has none.
+  // The system's words for an error, without a line end; empty when it has none.
   std::string (*error_text)(int32_t error) = nullptr;
   // A name in capitals, of the same length: names that the registry takes for the same have the
   // same.

@@ -15,8 +15,8 @@ inline constexpr uint32_t kHiveSignature = 0x66676572;      // "regf"
 inline constexpr uint32_t kSnapshotSignature = 0x70616E73;  // "snap", of a registry snapshot
 
 // Offsets of the fields from the start of the block. The signature is at 0; fields are 32 bits wide
-// where nothing else is said. Sequence numbers, times and versions are shown but decide nothing: a
-// hive is scanned as a whole, whatever its block claims.
+// where nothing else is said. Times are shown but decide nothing, and a hive is scanned as a
+// whole, whatever its block claims. The sequence numbers say whether its logs belong to it.
 inline constexpr uint32_t kBaseSequence1 = 4;   // raised before the hive is written
 inline constexpr uint32_t kBaseSequence2 = 8;   // set to the first one after that
 inline constexpr uint32_t kBaseLastWrite = 12;  // FILETIME, 64 bits

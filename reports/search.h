@@ -62,7 +62,7 @@ std::string HexOfText(std::string_view text);
 std::string BytesOfHex(std::string_view hex);
 std::string TextOfHex(std::string_view hex);
 
-// A name or text, code-page text, against a text-mode pattern: held in it, or equal to it where the
+// A name or text against a text-mode pattern: held in it, or equal to it where the
 // pattern asks for the length.
 bool MatchText(const SearchPattern& pattern, std::string_view candidate);
 // Position after the match, plus one; 0 for none. `wide`: also as UTF-16.

@@ -15,7 +15,7 @@ namespace hivequarry {
 
 // Times are packed DOS dates and times, UTC, as FormatDosTimestamp takes them; 0 for none.
 struct ShellItem {
-  std::string name;  // code-page text; "{type 0x..}" for an item of no known kind
+  std::string name;  // "{type 0x..}" for an item of no known kind
   std::string dos_name;
   uint32_t modified = 0;
   uint32_t created = 0;

@@ -96,8 +96,7 @@ std::string FormatAccessMask(uint32_t mask);
 std::string AceTypeText(uint8_t type);
 
 // The report of the "Security Record" window: "\r\n" line ends. `place` is what it says of where
-// the record is. With `resolve` this machine's accounts are asked for names. Texts are code-page
-// text.
+// the record is. With `resolve` this machine's accounts are asked for names.
 std::string FormatSecurityRecord(ByteView image, const SecurityRecordInfo& info, uint32_t place,
                                  bool resolve);
 std::string FormatSecurityRecord(ByteView image, const SecurityRecordInfo& info, uint32_t place,

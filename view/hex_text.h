@@ -19,7 +19,8 @@ std::optional<std::vector<uint8_t>> BytesOfHexText(std::u16string text);
 
 // The character that stands for a byte on the text side: a dot for what is no character.
 char16_t ShownCharacter(uint8_t byte);
-// Code-page text for the clipboard, where a zero would end it: it becomes its visible symbol.
+// Bytes as characters of the code page for the clipboard, where a zero would end it: it becomes its
+// visible symbol.
 std::u16string TextOfBytes(std::span<const uint8_t> bytes);
 // The reverse. Nothing when a character has no byte in the code page.
 std::optional<std::vector<uint8_t>> BytesOfText(std::u16string_view text);

@@ -10,7 +10,7 @@
 namespace hivequarry {
 
 struct TreeFindRequest {
-  std::string text;         // code-page text, not empty
+  std::string text;         // not empty
   uint32_t from = kNoItem;  // the item to search from; kNoItem: none
   bool down = true;
   bool wrap = true;  // go on at the other end

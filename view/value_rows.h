@@ -22,7 +22,7 @@ uint32_t ValueOfRow(const ValueRows& rows, int row);
 int RowOfValue(const ValueRows& rows, uint32_t position);
 // A row's texts.
 ValueRow RowAt(const ValueRows& rows, int row);
-// The name alone, code-page text; no data is read.
+// The name alone; no data is read.
 std::string NameOfRow(const ValueRows& rows, int row);
 
 }  // namespace hivequarry

@@ -42,8 +42,8 @@ struct RawField {
   uint32_t position = 0;
   uint32_t size = 0;  // bytes that the image has of it
   std::string name;
-  std::string bytes;              // "0A FF ...", at most kRawBytes of them
-  std::string meaning;            // code-page text
+  std::string bytes;  // "0A FF ...", at most kRawBytes of them
+  std::string meaning;
   uint32_t leads_to = kNoOffset;  // where an offset leads inside the image
 };
 

@@ -1,5 +1,5 @@
 // Values as text: type names, the one-line preview, the detail view, error markers.
-// Texts are single-byte code-page text.
+// Texts are UTF-8 (host/text.h).
 #pragma once
 
 #include <cstdint>
@@ -16,8 +16,8 @@ inline constexpr size_t kPreviewLength = 250;
 // "REG_SZ" and so on; an unknown code as "0x%x".
 std::string TypeName(uint32_t type);
 
-// The text of string data (types 1, 2 and 7): UTF-16 converted through the code page. Types 1 and 2
-// as a whole, an inner zero kept; type 7 with each terminator a single space, and with
+// The text of string data (types 1, 2 and 7): UTF-16, or as the reading in force has it. Types 1
+// and 2 as a whole, an inner zero kept; type 7 with each terminator a single space, and with
 // `keep_zeros` (export, comparison) the zeros kept. Other types: the bytes as they are.
 std::string DataText(uint32_t type, std::span<const uint8_t> data, bool keep_zeros = false);
 // Appends the text of string data of types 1 and 2, zeros kept.

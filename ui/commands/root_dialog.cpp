@@ -18,7 +18,7 @@ namespace {
 
 struct RootDialog {
   HWND dialog = nullptr;
-  std::string path;        // code-page text
+  std::string path;
   std::string doubt = {};  // why the path is asked for; empty when the user came by himself
 };
 

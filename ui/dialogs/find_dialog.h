@@ -9,7 +9,7 @@ namespace hivequarry {
 
 struct FindChoice {
   const wchar_t* title = L"Find in List";
-  std::string text;  // code-page text; what the box begins with, then what the user gave
+  std::string text;  // what the box begins with, then what the user gave
   bool down = true;
   bool wrap = true;
   bool add_to_selection = false;

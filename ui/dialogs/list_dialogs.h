@@ -42,15 +42,15 @@ ListDialogs& TheListDialogs();
 
 // Which rows to select: those where the text is in the column.
 struct SelectChoice {
-  std::string text;  // code-page text
+  std::string text;
   int column = -1;   // -1: any
   bool add = false;  // to those selected already
 };
 // Asks with the dialog "SELECTDLG" which rows of the list to select; true when the user wants to.
 bool AskSelect(HWND owner, const OutputList& list, SelectChoice& choice);
 
-// The text of a dialog's control as code-page text; as UTF-8; as the name of a file, UTF-8 without
-// the blanks and quotes that come along when it is pasted; a box of texts used before; a tick.
+// The text of a dialog's control; the name of a file without the blanks and quotes that come along
+// when it is pasted; a box of texts used before; a tick.
 std::string ControlText(HWND dialog, int control);
 std::string ControlFileName(HWND dialog, int control);
 void FillTextBox(HWND dialog, int control, const std::string& text);

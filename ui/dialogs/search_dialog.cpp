@@ -63,7 +63,7 @@ bool IsNumber(const SearchDialog& state) {
 
 // --- the two fields ------------------------------------------------------------------------------
 
-// The code-page text of what a field shows; the symbol of a zero character is that character.
+// The text that a field shows; the symbol of a zero character is that character.
 std::string PatternOfField(std::wstring shown) {
   std::ranges::replace(shown, L'\u2400', L'\0');
   return TextOfWide(std::u16string(shown.begin(), shown.end()));

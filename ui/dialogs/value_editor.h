@@ -11,8 +11,8 @@
 namespace hivequarry {
 
 struct EditedValue {
-  std::string key;   // shown: code-page text
-  std::string name;  // shown: code-page text
+  std::string key;   // as shown
+  std::string name;  // as shown
   uint32_t type = 0;
   std::vector<uint8_t> data;
   // Where the byte at an offset inside the data is in the file, UINT32_MAX for nowhere; asked

@@ -30,12 +30,12 @@ struct ListPlace {
   std::array<bool, kMaxColumns> descending{};
   PendingSelection selecting;
   bool columns_touched = false;  // the user's widths stay as they are
-  std::string last_find;         // code-page text
-  bool find_adds = false;        // what is found joins the selection
-  std::function<void()> again;   // makes the rows anew; null where that can't be
-  bool filling = false;          // a worker adds rows to the model
-  bool working = false;          // a worker reads or fills the model (list_work.h)
-  bool closing = false;          // the window goes when that worker has ended
+  std::string last_find;
+  bool find_adds = false;       // what is found joins the selection
+  std::function<void()> again;  // makes the rows anew; null where that can't be
+  bool filling = false;         // a worker adds rows to the model
+  bool working = false;         // a worker reads or fills the model (list_work.h)
+  bool closing = false;         // the window goes when that worker has ended
 };
 
 // Makes the control of the main window's pane, with an empty list of 18 columns named "Col00" on.

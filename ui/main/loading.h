@@ -29,7 +29,7 @@ struct LoadJob {
   uint32_t start = 0;  // partial range, 0 and 0 for none
   uint32_t end = 0;
   uint32_t key_position = kNoOffset;  // of the key to select afterwards
-  std::string root_path;              // given by the user, code-page text; empty for none
+  std::string root_path;              // given by the user; empty for none
   int slot = -1;                      // -1: the file could not be opened
   std::unique_ptr<KeyTree> tree;
   ImageSummary summary;
