@@ -88,6 +88,8 @@ int WithHive(const ConsoleRequest& request, const CommandRow& command, int& fail
   if (opened.summary.stopped) return kExitFailed;
   if (const std::string undone = UndoneWords(*opened.hive); !undone.empty()) Complain(undone);
   if (const std::string logs = LogsWords(*opened.hive); !logs.empty()) Complain(logs);
+  const std::string layers = LayersNotice(*opened.hive, opened.tree);
+  if (!layers.empty()) Complain(layers);
   ConsoleRequest about_hive = request;
   about_hive.printing.hive = opened.hive;
   int status = command.with_hive(about_hive, opened);
@@ -103,7 +105,8 @@ int Logs(const ConsoleRequest& request, OpenedHive& opened) {
 
 int Info(const ConsoleRequest& request, OpenedHive& opened) {
   const FreedRecords freed = FindFreedRecords(*opened.hive, opened.tree);
-  return Print(request, *ListImageInfo(*opened.hive, opened.summary, freed, request.hash));
+  const LayerCounts layers = CountLayers(*opened.hive, opened.tree);
+  return Print(request, *ListImageInfo(*opened.hive, opened.summary, freed, layers, request.hash));
 }
 
 int Tree(const ConsoleRequest& request, OpenedHive& opened) {

@@ -10,6 +10,7 @@
 #include "cli/print_list.h"
 #include "replay/replay_plan.h"
 #include "reports/hive_lists.h"
+#include "reports/registry_script.h"
 #include "reports/search.h"
 #include "security/security_lists.h"
 
@@ -55,9 +56,10 @@ struct ConsoleRequest {
   bool disconnected_only = false;   // "values --disconnected"
   bool all_roots = false;           // further hives of the file stay part of this one
   bool raw = false;
-  bool code_page = false;           // names and texts as the code page has them
-  bool recovered = false;           // "export --recovered"
-  int script_version = 4;           // of an export
+  bool code_page = false;  // names and texts as the code page has them
+  bool recovered = false;  // "export --recovered"
+  int script_version = 4;  // of an export
+  Tombstones tombstones = Tombstones::kComments;
   bool freed = false;               // freed records too; of an export, them alone
   std::string pattern;              // of a search, UTF-8
   std::vector<std::string> fields;  // that it goes through; empty: all

@@ -17,7 +17,9 @@ ScriptForm FormOf(const ConsoleRequest& request) {
 }
 
 // What the script lacks, the first of each kind by name.
-void ReportGaps(const OpenedHive& opened, const ScriptExport& written, bool five) {
+void ReportGaps(const ConsoleRequest& request, const OpenedHive& opened,
+                const ScriptExport& written) {
+  const bool five = request.script_version == 5;
   const auto complain = [](const std::string& what, size_t count, const std::string& first) {
     Complain(what + ": " + std::to_string(count) + ", the first at " + first);
   };
@@ -27,6 +29,17 @@ void ReportGaps(const OpenedHive& opened, const ScriptExport& written, bool five
   if (written.recovered_left_out != 0) {
     Complain("Recovered keys left out: " + std::to_string(written.recovered_left_out) +
              " (--recovered writes them too)");
+  }
+  if (written.tombstone_keys + written.tombstone_values != 0) {
+    const bool comments = request.tombstones == Tombstones::kComments;
+    Complain("Tombstones written as " + std::string(comments ? "comments" : "deletions") + ": " +
+             std::to_string(written.tombstone_keys) + " keys, " +
+             std::to_string(written.tombstone_values) + " values" +
+             (comments ? " (--tombstones delete writes lines that delete)" : ""));
+  }
+  if (written.superseding_keys != 0) {
+    Complain("Keys that supersede those of the hive below, which an import does not: " +
+             std::to_string(written.superseding_keys));
   }
   if (!written.left_out.empty()) {
     complain("Keys that the script cannot hold, left out with all below", written.left_out.size(),
@@ -104,11 +117,11 @@ int ExportCommand(const ConsoleRequest& request, OpenedHive& opened) {
   const auto write = [&](const TextSink& sink) {
     written = ExportBranch(*opened.hive, opened.tree, item, sink,
                            request.recovered ? RecoveredKeys::kWritten : RecoveredKeys::kLeftOut,
-                           FormOf(request));
+                           FormOf(request), request.tombstones);
     return !written.refused && !StopRequested();
   };
   if (!PrintPieces(write, request.printing)) return kExitFailed;
-  if (!request.console.quiet) ReportGaps(opened, written, request.script_version == 5);
+  if (!request.console.quiet) ReportGaps(request, opened, written);
   return kExitDone;
 }
 

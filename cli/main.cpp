@@ -182,6 +182,12 @@ void AddCommands(CLI::App& app, ConsoleRequest& request) {
   script->add_flag("--freed", request.freed,
                    "Freed keys and values instead: below the key, or the one at @OFFSET");
   script
+      ->add_option("--tombstones", request.tombstones,
+                   "Of a differencing hive: comments (default), or delete: lines that make an "
+                   "import delete the key or value")
+      ->transform(CLI::CheckedTransformer(std::map<std::string, Tombstones>{
+          {"comments", Tombstones::kComments}, {"delete", Tombstones::kDeletions}}));
+  script
       ->add_option("--script", request.script_version,
                    "4: REGEDIT4, single-byte text; 5: Version 5.00, UTF-16, which loses nothing")
       ->check(CLI::IsMember({4, 5}));

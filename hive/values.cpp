@@ -18,7 +18,8 @@ constexpr uint32_t kFixedNameRoom = 23;  // the name takes at most the cell's le
 bool ReadName(const HiveImage& hive, uint32_t cell_room, ValueKey& value) {
   const uint32_t stored = std::min<uint32_t>(value.name_length, cell_room);
   if (!InsideHive(hive, value.position, kValueName + stored)) return false;
-  value.name = ValueNameText(ImageBytes(hive), value.position, stored, value.flags == 0);
+  value.name =
+      ValueNameText(ImageBytes(hive), value.position, stored, IsWideValueName(value.flags));
   return true;
 }
 
@@ -329,7 +330,7 @@ std::vector<uint8_t> ReadRawValueName(const HiveImage& hive, const ValueKey& val
 
 // A single-byte name is the low bytes of UTF-16, not text of a code page.
 std::u16string WideValueName(const HiveImage& hive, const ValueKey& value) {
-  const uint32_t step = value.flags == 0 ? 2 : 1;
+  const uint32_t step = IsWideValueName(value.flags) ? 2 : 1;
   const uint32_t room = value.cell_length < kFixedNameRoom ? 0 : value.cell_length - kFixedNameRoom;
   std::vector<uint8_t> raw(std::min<uint32_t>(value.name_length, room));
   raw.resize(

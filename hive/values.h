@@ -39,7 +39,7 @@ struct ValueKey {
   bool inline_data = false;    // length of 4 or less
   bool big_data = false;       // held in "db" segments
   uint32_t type = 0;
-  uint16_t flags = 0;   // 0: the name is UTF-16
+  uint16_t flags = 0;
   bool edited = false;  // type, data_length and data are those of an edit (value_edits.h)
   std::string name;     // empty for the default value
 };

@@ -142,7 +142,11 @@ constexpr KindColumn kInfo[] = {InfoText("file"),
                                 InfoText("replay"),
                                 InfoText("logs"),
                                 InfoText("sha256"),
-                                InfoText("logs_sha256")};
+                                InfoText("logs_sha256"),
+                                InfoText("layered"),
+                                InfoNumber("tombstone_keys"),
+                                InfoNumber("tombstone_values"),
+                                InfoNumber("superseding_keys")};
 constexpr KindColumn kTree[] = {kKey,    kKeyOffset,         kParentOffset,         kKeyDate,
                                 kStatus, Number("Marks", 2), Number("Connected", 4)};
 constexpr KindColumn kWholePath = Wide(kKey, 12, 4);

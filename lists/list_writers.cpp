@@ -9,6 +9,7 @@
 #include "host/number_text.h"
 #include "host/visible_text.h"
 #include "lists/list_sink.h"
+#include "lists/record_members.h"
 
 namespace hivequarry {
 namespace {
@@ -143,6 +144,9 @@ void WriteJsonRow(const ListShape& shape, const std::vector<std::string>& keys,
   AppendJsonFact(",\"Name\":", facts.name, out);
   AppendJsonFact(",\"Bytes\":", facts.bytes, out);
   AppendJsonFact(",\"FromLog\":", facts.from_log, out);
+  if (hive != nullptr && facts.of_record) {
+    AppendRecordMembers(*hive, RowDatum(shape.list, row), facts.about_key, out);
+  }
   out += "}\n";
 }
 

@@ -224,6 +224,7 @@ RowFacts FactsOfRow(const OutputList& list, uint32_t row) {
   const RowView view = ViewOfRow(list, row);
   RowFacts facts;
   facts.about_key = (view.head.flags & kAboutKey) != 0;
+  facts.of_record = (view.head.flags & kOfRecord) != 0;
   facts.last_write = view.last_write;
   if ((view.head.flags & kHasFacts) != 0) {
     facts.path = TextAt(view, view.head.cells);

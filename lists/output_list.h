@@ -26,6 +26,9 @@ struct RowFacts {
   std::string_view name;           // likewise, of a value's name
   std::string_view bytes;          // a value's data, hexadecimal
   std::string_view from_log = {};  // the entry of a log that brought or changed the record
+  // The datum is where the image has the key or value that the row speaks of: writers that have the
+  // image say what its record says.
+  bool of_record = false;
 };
 
 // What a cell is beside its text: a number or position, or a date in seconds since 1601-01-01 UTC.

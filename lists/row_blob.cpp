@@ -113,6 +113,7 @@ RowLayout LayOut(const NewRow& row, size_t columns, const TextSet& before) {
   layout.last_write = row.facts.last_write;
   if (row.has_datum) layout.head.flags |= kHasDatum;
   if (row.facts.about_key) layout.head.flags |= kAboutKey;
+  if (row.facts.of_record) layout.head.flags |= kOfRecord;
   const std::string_view facts[kFactTexts] = {row.facts.path, row.facts.name, row.facts.bytes,
                                               row.facts.from_log};
   const bool told = std::ranges::any_of(facts, [](std::string_view text) { return !text.empty(); });

@@ -39,6 +39,7 @@ inline constexpr uint8_t kHasShared = 8;
 inline constexpr uint8_t kHasValues = 16;
 inline constexpr uint8_t kTwoByteEnds = 32;
 inline constexpr uint8_t kFourByteEnds = 64;
+inline constexpr uint8_t kOfRecord = 128;
 inline constexpr int kFactTexts = 4;
 
 // Long texts that are stored, for rows to share: the latest of each cell, then of each fact.

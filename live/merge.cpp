@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "hive/keys.h"
+#include "hive/layers.h"
 #include "hive/root_path.h"
 #include "hive/values.h"
 #include "host/host.h"
@@ -24,6 +25,7 @@ constexpr size_t kMaxErrorText = 256;
 constexpr uint64_t kMostWritten = 3;
 // In the registry's functions' eyes the name is another one, so they are not asked.
 constexpr const char* kBadName = "Name can not be written";
+constexpr const char* kTombstoneLeftOut = "Tombstone: hides what is in another hive";
 // No codes of the platform's: what is there already is of the other kind.
 constexpr int32_t kLinkThere = -1, kNoLinkThere = -2;
 
@@ -171,6 +173,8 @@ class Merger {
     if (levels_.size() > kMaxMergeDepth) return Leave(item, "Nested too deep");
     const std::u16string name = WideItemName(hive_, tree_, item);
     if (!IsUsableKeyName(name)) return Leave(item, kBadName);
+    const bool hides = !IsMade(item) && LayerOfKey(hive_, PositionOf(item)) == KeyLayer::kTombstone;
+    if (hides) return Leave(item, kTombstoneLeftOut);
     const std::vector<uint32_t> values = ValuesOf(item);
     if (IsLinkKey(hive_, values)) {
       levels_.back().links.push_back(item);
@@ -236,6 +240,9 @@ class Merger {
     const ValueKey value = ReadValueKey(hive_, position, ValueRead::kData, kMaxValueData, &data_);
     if (value.status != ValueStatus::kRead) {
       return AddRow(item, ValueDisplayName(value), UnreadableText(value));
+    }
+    if (IsTombstone(hive_, value)) {
+      return AddRow(item, ValueDisplayName(value), kTombstoneLeftOut);
     }
     const std::u16string name = WideValueName(hive_, value);
     if (name.find(u'\0') != std::u16string::npos) {

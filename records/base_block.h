@@ -35,6 +35,12 @@ inline constexpr uint32_t kBaseClustering = 44;
 inline constexpr uint32_t kBaseFileName = 48;
 inline constexpr uint32_t kBaseFileNameUnits = 32;  // UTF-16; the start of a longer path is cut off
 inline constexpr uint32_t kBaseFlags = 144;         // bit 0: transactions were not all done
+// Of the flags, from version 1607 of Windows 10 on: keys and values may be layered
+// (hive/layers.h). Windows 8 says with it that the hive was defragmented.
+inline constexpr uint32_t kBaseLayered = 2;
+// "rmtm" where the hive takes part in transactions.
+inline constexpr uint32_t kBaseTransactionMark = 164;
+inline constexpr uint32_t kTransactionMark = 0x6D746D72;
 // FILETIME; its two lowest bits say what was done.
 inline constexpr uint32_t kBaseReorganised = 168;
 inline constexpr uint32_t kBaseChecksum = 508;  // as BaseBlockChecksum has it

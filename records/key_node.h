@@ -18,7 +18,12 @@ inline constexpr uint32_t kKeyLastWrite = 8;  // FILETIME, UTC, 64 bits
 // initialised at boot, 2 after. From Windows 8 on; one byte since version 1607 of Windows 10, four
 // before that.
 inline constexpr uint32_t kKeyAccessBits = 16;
+// How the key goes with that of the same path in the hive below (hive/layers.h): what it does to
+// it, and whether the class name is that one's. Older systems wrote other things here.
 inline constexpr uint32_t kKeyLayerBits = 17;
+enum class KeyLayer : uint8_t { kMerge, kTombstone, kSupersedeLocal, kSupersedeTree };
+inline constexpr uint8_t kLayerMask = 3;
+inline constexpr uint8_t kInheritClass = 0x80;
 inline constexpr uint32_t kKeyParent = 20;       // the key that it is in; a root's says nothing
 inline constexpr uint32_t kKeySubkeyCount = 24;  // of those that the hive keeps
 // Subkeys that live until the system stops. They are never in a file, so what a file says here is

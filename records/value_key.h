@@ -16,8 +16,13 @@ inline constexpr uint32_t kValueDataLength = 8;  // bytes, with the mark of inli
 // Of a cell without a signature that has the data after its size; where they are inline, the data.
 inline constexpr uint32_t kValueDataOffset = 12;
 inline constexpr uint32_t kValueType = 16;
-inline constexpr uint32_t kValueFlags = 20;  // 16 bits; two more are spare
+inline constexpr uint32_t kValueFlags = 20;  // 16 bits, the two below; two bytes more are spare
 inline constexpr uint32_t kValueName = 24;   // the fixed part ends here
+
+inline constexpr uint16_t kValueNameIsBytes = 1;  // low bytes of UTF-16, not UTF-16
+// Hides the value of that name in the hive below (hive/layers.h). It has no type and no data.
+inline constexpr uint16_t kValueTombstone = 2;
+constexpr bool IsWideValueName(uint16_t flags) { return (flags & ~kValueTombstone) == 0; }
 
 inline constexpr uint32_t kInlineData = 0x80000000;  // of the data length: up to 4 bytes, inline
 
@@ -47,7 +52,7 @@ struct ValueFields {
   uint32_t data_length = 0;
   uint32_t data_offset = 0;  // as stored; inline data are these four bytes
   uint32_t type = 0;
-  uint16_t flags = 0;  // 0: the name is UTF-16
+  uint16_t flags = 0;
 };
 // Of the cell at `cell`, whatever its signature is. Fields that lie beyond the view's end are 0.
 ValueFields ReadValueFields(ByteView image, uint32_t cell);

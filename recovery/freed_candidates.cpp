@@ -61,7 +61,7 @@ bool IsNamePrintable(const HiveImage& hive, uint32_t name, uint32_t length, bool
 
 bool IsWideName(const HiveImage& hive, const FreedCandidate& record) {
   return record.key ? ReadU8(hive, record.position + kKeyFlags) == 0
-                    : ReadU16(hive, record.position + kValueFlags) == 0;
+                    : IsWideValueName(ReadU16(hive, record.position + kValueFlags));
 }
 
 uint32_t FixedPart(const FreedCandidate& record) { return record.key ? kKeyName : kValueName; }

@@ -170,7 +170,7 @@ void SettleGuesses(HiveImage& hive, std::span<const Group> groups, uint64_t most
 void Widen(const HiveImage& hive, uint32_t value_position, ValueExtremes& extremes) {
   const ValueKey value = ReadStoredValueKey(hive, value_position, ValueRead::kFields, 0, nullptr);
   if (value.status == ValueStatus::kEmpty || value.status == ValueStatus::kNotAValue) return;
-  const uint32_t bytes = value.flags == 0 ? value.name_length : 2U * value.name_length;
+  const uint32_t bytes = IsWideValueName(value.flags) ? value.name_length : 2U * value.name_length;
   extremes.name = std::max(extremes.name, bytes);
   extremes.data = std::max(extremes.data, value.data_length);
 }

@@ -151,7 +151,7 @@ OutputListPtr ListFreedDetail(const HiveImage& hive, const KeyTree& tree, uint32
   }
   const FreedContent content = ReadFreedContent(from, *freed, FreedData::kAll);
   add("Value", ValueDisplayName(content.value));
-  add("Type", FreedTypeText(content));
+  add("Type", FreedTypeText(from.hive, content));
   add("Key", FreedPath(hive, tree, from.records, freed->key));
   add("Place", FreedPlaceText(from, *freed, content));
   AddValueLines(hive, content, *list);

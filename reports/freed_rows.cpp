@@ -2,9 +2,11 @@
 
 #include <algorithm>
 
+#include "hive/layers.h"
 #include "host/text.h"
 #include "host/visible_text.h"
 #include "lists/list_rows.h"
+#include "words/layer_words.h"
 #include "words/value_text.h"
 
 namespace hivequarry {
@@ -61,7 +63,8 @@ FreedContent ReadFreedContent(FreedSource& from, const FreedValue& freed, FreedD
   value = ReadFreedValue(from.hive, freed.position, freed.shift, budget, content.data);
   content.type = value.type;
   value.type = PlainType(value.type);
-  const size_t characters = value.flags == 0 ? freed.name_length / 2 : freed.name_length;
+  const size_t characters =
+      IsWideValueName(value.flags) ? freed.name_length / 2 : freed.name_length;
   value.name.resize(FirstUnits(value.name, characters).size());
   const bool read = value.status == ValueStatus::kRead || value.status == ValueStatus::kReadBefore;
   if (!read || value.inline_data) return content;
@@ -74,7 +77,8 @@ FreedContent ReadFreedContent(FreedSource& from, const FreedValue& freed, FreedD
   return content;
 }
 
-std::string FreedTypeText(const FreedContent& content) {
+std::string FreedTypeText(const HiveImage& hive, const FreedContent& content) {
+  if (IsTombstone(hive, content.value)) return kTombstoneType;
   std::string text = TypeName(content.value.type);
   if (content.type != content.value.type) text += " (" + TypeName(content.type) + ")";
   return text;
@@ -82,7 +86,7 @@ std::string FreedTypeText(const FreedContent& content) {
 
 ValueRow MakeFreedRow(const FreedSource& from, const FreedContent& content) {
   ValueRow row = MakeValueRow(from.hive, content.value, content.data, ValueViewOptions());
-  row.type = FreedTypeText(content);
+  row.type = FreedTypeText(from.hive, content);
   return row;
 }
 

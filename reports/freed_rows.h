@@ -47,7 +47,7 @@ enum class FreedData : uint8_t { kShown, kAll };
 FreedContent ReadFreedContent(FreedSource& from, const FreedValue& freed, FreedData which);
 
 // "REG_DWORD", with a type that says more after it: "REG_DWORD (0x20004)".
-std::string FreedTypeText(const FreedContent& content);
+std::string FreedTypeText(const HiveImage& hive, const FreedContent& content);
 ValueRow MakeFreedRow(const FreedSource& from, const FreedContent& content);
 // The words of its Place column.
 std::string FreedPlaceText(const FreedSource& from, const FreedValue& freed,

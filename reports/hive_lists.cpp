@@ -58,6 +58,7 @@ class ValueRows {
     facts.path = key.stored;
     facts.name = name;
     facts.bytes = bytes;
+    facts.of_record = true;
     const std::string from_log = ValueOriginText(hive_, value);
     facts.from_log = from_log;
     AddListRow(
@@ -115,7 +116,7 @@ void AddValueDetail(const HiveImage& hive, const KeyTree& tree, const ValueKey& 
   };
   add("Value", ValueDisplayName(value));
   if (!IsNameShownWhole(value)) add("Name", value.name);
-  add("Type", TypeName(value.type));
+  add("Type", ValueTypeText(hive, value));
   if (value.edited) add("Edited", EditWords(hive, value.position));
   const std::string shared = SharedWords(hive, tree, value.position);
   if (!shared.empty()) add("Shared", shared);
@@ -146,7 +147,7 @@ std::string RecordWords(const HiveImage& hive, const KeyTree& tree, const Record
 }  // namespace
 
 OutputListPtr ListImageInfo(const HiveImage& hive, const ImageSummary& summary,
-                            const FreedRecords& freed, bool hashes) {
+                            const FreedRecords& freed, const LayerCounts& layers, bool hashes) {
   OutputListPtr list = MakeOutputList(kListInfo);
   const auto number = [](uint32_t value) { return std::to_string(value); };
   const ImageCut cut = CutOf(hive);
@@ -193,7 +194,11 @@ OutputListPtr ListImageInfo(const HiveImage& hive, const ImageSummary& summary,
               state.replay,
               state.logs,
               state.sha256,
-              state.logs_sha256},
+              state.logs_sha256,
+              LayersText(hive, layers),
+              number(layers.tombstone_keys),
+              number(layers.tombstone_values),
+              number(layers.superseding_keys)},
              kNoOffset, RowFacts(), 0);
   return list;
 }
@@ -214,7 +219,7 @@ OutputListPtr ListKeyTree(const HiveImage& hive, const KeyTree& tree, uint32_t i
     const uint64_t last_write = has_cell ? ReadU64(hive, it.position + kKeyLastWrite) : 0;
     const bool under_key = it.parent != kNoItem && IsKeyOrCopy(tree, it.parent);
     RowFacts facts;
-    facts.about_key = has_cell;
+    facts.about_key = facts.of_record = has_cell;
     facts.last_write = last_write;
     facts.path = paths.StoredPathOf(at);
     const std::string from_log = has_cell ? KeyOriginText(hive, it.position) : std::string();
@@ -224,7 +229,7 @@ OutputListPtr ListKeyTree(const HiveImage& hive, const KeyTree& tree, uint32_t i
                 PlaceText(hive, it.position),
                 under_key ? PlaceText(hive, tree.items[it.parent].position) : std::string(),
                 {FormatTimestampChecked(last_write), DateValue(last_write)},
-                StatusText(it.marks),
+                KeyStatusText(hive, it),
                 {std::to_string(it.marks), it.marks},
                 {it.connected ? "1" : "0", it.connected},
                 options.details && access >= 0 ? std::to_string(access) : std::string()},

@@ -10,13 +10,16 @@
 #include "lists/output_list.h"
 #include "recovery/freed_records.h"
 #include "recovery/image_tree.h"
+#include "words/layer_words.h"
 
 namespace hivequarry {
 
-// One row: what could be confirmed of the file, the counts of the build and of the freed records.
+// One row: what could be confirmed of the file, the counts of the build, of the freed records and
+// of what the hive does to one below it.
 // With `hashes` also the SHA-256 of the file and of its logs.
 OutputListPtr ListImageInfo(const HiveImage& hive, const ImageSummary& summary,
-                            const FreedRecords& freed, bool hashes = false);
+                            const FreedRecords& freed, const LayerCounts& layers,
+                            bool hashes = false);
 
 // The keys from `item` down as displayed, parents first. The virtual folders give no rows of their
 // own. Ends early when the user stops.

@@ -70,7 +70,7 @@ void AddDateRow(const HiveImage& hive, const KeyTree& tree, uint32_t item, PathW
                 OutputList& list) {
   const bool has_cell = HasKeyCell(tree, item);
   RowFacts facts;
-  facts.about_key = has_cell;
+  facts.about_key = facts.of_record = has_cell;
   facts.last_write = LastWriteOf(hive, tree, item);
   const std::string& path = paths.PathOf(item);
   facts.path = paths.StoredPathOf(item);

@@ -124,8 +124,9 @@ void AddValue(Search& search, const PageOfLog& page, uint32_t cell) {
   const ValueFields value = ReadValueFields(page.bytes, cell);
   if (!IsNew(search, page, cell, kValueName + value.name_length)) return;
   const std::string name =
-      value.name_length == 0 ? std::string("(Default value)")
-                             : ValueNameText(page.bytes, cell, value.name_length, value.flags == 0);
+      value.name_length == 0
+          ? std::string("(Default value)")
+          : ValueNameText(page.bytes, cell, value.name_length, IsWideValueName(value.flags));
   ByteView data;
   const bool known = DataInPage(page, cell, value, data);
   const ByteView shown = data.first(std::min<size_t>(data.size(), kShownData));

@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "hive/keys.h"
+#include "hive/layers.h"
 #include "hive/values.h"
 #include "host/case.h"
 #include "host/host.h"
@@ -17,6 +18,7 @@
 #include "host/visible_text.h"
 #include "lists/list_rows.h"
 #include "words/item_values.h"
+#include "words/layer_words.h"
 #include "words/value_text.h"
 
 namespace hivequarry {
@@ -66,8 +68,13 @@ std::string ValueError(const ValueKey& value) {
 class ScriptWriter {
  public:
   ScriptWriter(const HiveImage& hive, const KeyTree& tree, const TextSink& sink,
-               RecoveredKeys recovered, ScriptForm form)
-      : hive_(hive), tree_(tree), sink_(sink), recovered_(recovered), form_(form) {}
+               RecoveredKeys recovered, ScriptForm form, Tombstones tombstones)
+      : hive_(hive),
+        tree_(tree),
+        sink_(sink),
+        recovered_(recovered),
+        form_(form),
+        tombstones_(tombstones) {}
 
   void Write(std::span<const uint32_t> items, ScriptScope scope) {
     bytes_ = ScriptMark(form_);
@@ -104,6 +111,11 @@ class ScriptWriter {
         continue;
       }
       const bool is_key = at == first ? IsKeyOrCopy(tree_, at) : IsKeyItem(tree_, at);
+      if (is_key && LayerOf(at) == KeyLayer::kTombstone) {
+        WriteTombstone(at);
+        at = tree_.items[at].end;
+        continue;
+      }
       if (is_key) WriteComment(at);
       if (is_key) WriteKey(at);
       ++at;
@@ -129,6 +141,33 @@ class ScriptWriter {
     const bool begins = item != 0 && StandsInTree(item) && IsRecovered(tree_, item) &&
                         (parent == 0 || !IsRecovered(tree_, parent));
     if (begins) out_.append("; recovered: ").append(line_, 1).append(kLineEnd);
+  }
+
+  KeyLayer LayerOf(uint32_t item) const {
+    const KeyItem& it = tree_.items[item];
+    const bool has_cell = layered_ && (it.marks & kVirtualMarks) == 0;
+    return has_cell ? LayerOfKey(hive_, it.position) : KeyLayer::kMerge;
+  }
+
+  // A deletion is only for what an import may write to: not for what hangs under a folder.
+  void WriteTombstone(uint32_t item) {
+    const uint32_t end = tree_.items[item].end;
+    for (uint32_t at = item + 1; at < end; at = tree_.items[at].end) LeaveOut(at);
+    ++result_.tombstone_keys;
+    const bool deletes = tombstones_ == Tombstones::kDeletions && item != 0 && StandsInTree(item);
+    out_.append(deletes ? "[-" : "; tombstone: ").append(line_, 1).append(deletes ? "]" : "");
+    out_.append(kLineEnd).append(kLineEnd);
+  }
+
+  void WriteTombstone(const ValueKey& value) {
+    const size_t start = out_.size();
+    if (tombstones_ == Tombstones::kComments) out_ += "; tombstone: ";
+    if (FormatScriptDeletion(value.name, out_)) {
+      ++result_.tombstone_values;
+    } else {
+      out_.resize(start);
+      result_.skipped.push_back({key_, value.position});
+    }
   }
 
   // Makes line_ that of the item. False when the path of the item, or of one above it, is too long;
@@ -208,6 +247,11 @@ class ScriptWriter {
 
   void WriteKey(uint32_t item) {
     key_ = item;
+    if (LayerOf(item) != KeyLayer::kMerge) {
+      ++result_.superseding_keys;
+      out_.append("; ").append(KeyStatusText(hive_, tree_.items[item]));
+      out_.append(" in the hive below: ").append(line_, 1).append(kLineEnd);
+    }
     out_.append(line_).append("]").append(kLineEnd);
     ++result_.keys;
     positions_.clear();
@@ -239,6 +283,7 @@ class ScriptWriter {
     StopWhenAsked();
     if (!MayShowValue(hive_, position, budget_)) return;
     const ValueKey value = ReadValueWithin(hive_, position, budget_, data_);
+    if (layered_ && IsTombstone(hive_, value)) return WriteTombstone(value);
     bool lost = false;
     if (value.status != ValueStatus::kRead ||
         !FormatScriptValue(value.name, value.type, data_, form_, out_, lost)) {
@@ -283,6 +328,8 @@ class ScriptWriter {
   const TextSink& sink_;
   const RecoveredKeys recovered_;
   const ScriptForm form_;
+  const Tombstones tombstones_;
+  const bool layered_ = HasLayers(hive_);
   ScriptExport result_;
   bool ended_ = false;
   uint32_t key_ = kNoItem;     // being written
@@ -318,10 +365,10 @@ std::string ScriptRoot(const HiveImage& hive) {
 
 ScriptExport ExportKeys(const HiveImage& hive, const KeyTree& tree, std::span<const uint32_t> items,
                         ScriptScope scope, const TextSink& sink, RecoveredKeys recovered,
-                        ScriptForm form) {
+                        ScriptForm form, Tombstones tombstones) {
   const WholeReading whole;
   ShowStatus("Exporting ...");
-  ScriptWriter writer(hive, tree, sink, recovered, form);
+  ScriptWriter writer(hive, tree, sink, recovered, form, tombstones);
   writer.Write(items, scope);
   ShowStatus("Done.");
   return writer.TakeResult();

@@ -38,6 +38,8 @@ inline constexpr uint32_t kMaxScriptDepth = 383;  // levels below the branch's f
 // name or the data's text only with "?" in it.
 bool FormatScriptValue(std::string_view name, uint32_t type, std::span<const uint8_t> data,
                        ScriptForm form, std::string& out, bool& lost);
+// Appends the line that makes an import delete the value of that name. False as above.
+bool FormatScriptDeletion(std::string_view name, std::string& out);
 // True for a name of a value that the form holds only with "?" in it: a line end has a form of its
 // own there, a zero has none.
 bool LosesValueName(ScriptForm form, std::string_view name);
@@ -67,7 +69,10 @@ struct ScriptExport {
   // characters.
   std::vector<SkippedValue> lossy;
   uint32_t recovered_left_out = 0;  // keys
-  bool refused = false;             // by the sink
+  uint32_t tombstone_keys = 0;      // written as the export was asked to
+  uint32_t tombstone_values = 0;
+  uint32_t superseding_keys = 0;  // written, with a comment line that says so
+  bool refused = false;           // by the sink
 };
 
 enum class ScriptScope : uint8_t {
@@ -83,6 +88,13 @@ enum class RecoveredKeys : uint8_t {
   kWritten,  // with a comment line before each branch of them
 };
 
+// Keys and values that only hide others (hive/layers.h), in a hive that is shown without the one
+// below it. They are never written as empty keys and values. Below a tombstone there are no keys.
+enum class Tombstones : uint8_t {
+  kComments,
+  kDeletions,  // lines that make an import delete the key, or the value
+};
+
 // Writes the header and then, for each item in turn, its key or branch, keys before their children,
 // as displayed: hidden keys are left out, edited values written as they are now.
 // Keys under the virtual folders are written without the root's path, so that an import passes them
@@ -91,12 +103,15 @@ enum class RecoveredKeys : uint8_t {
 ScriptExport ExportKeys(const HiveImage& hive, const KeyTree& tree, std::span<const uint32_t> items,
                         ScriptScope scope, const TextSink& sink,
                         RecoveredKeys recovered = RecoveredKeys::kLeftOut,
-                        ScriptForm form = ScriptForm::kFour);
+                        ScriptForm form = ScriptForm::kFour,
+                        Tombstones tombstones = Tombstones::kComments);
 inline ScriptExport ExportBranch(const HiveImage& hive, const KeyTree& tree, uint32_t item,
                                  const TextSink& sink,
                                  RecoveredKeys recovered = RecoveredKeys::kLeftOut,
-                                 ScriptForm form = ScriptForm::kFour) {
-  return ExportKeys(hive, tree, std::span(&item, 1), ScriptScope::kBranch, sink, recovered, form);
+                                 ScriptForm form = ScriptForm::kFour,
+                                 Tombstones tombstones = Tombstones::kComments) {
+  return ExportKeys(hive, tree, std::span(&item, 1), ScriptScope::kBranch, sink, recovered, form,
+                    tombstones);
 }
 
 // The keys at these positions, and those that list the values at them, each once and in display

@@ -233,17 +233,33 @@ bool LosesValueName(ScriptForm form, std::string_view name) {
   return name.find('\0') != name.npos || (form == ScriptForm::kFour && !FitsCodePage(name));
 }
 
-bool FormatScriptValue(std::string_view name, uint32_t type, std::span<const uint8_t> data,
-                       ScriptForm form, std::string& out, bool& lost) {
+namespace {
+
+// "\"name\"=", or "@=". False as FormatScriptValue has it.
+bool BeginValueLine(std::string_view name, std::string& out) {
   if (name.size() > kMaxScriptName && CountUnits(name) > kMaxScriptName) return false;
-  lost = false;
-  const size_t line_start = out.size();
   if (name.empty()) {
     out += '@';
   } else {
     AppendQuoted(name, out);
   }
   out += '=';
+  return true;
+}
+
+}  // namespace
+
+bool FormatScriptDeletion(std::string_view name, std::string& out) {
+  if (!BeginValueLine(name, out)) return false;
+  out.append("-").append(kLineEnd);
+  return true;
+}
+
+bool FormatScriptValue(std::string_view name, uint32_t type, std::span<const uint8_t> data,
+                       ScriptForm form, std::string& out, bool& lost) {
+  lost = false;
+  const size_t line_start = out.size();
+  if (!BeginValueLine(name, out)) return false;
   if (form == ScriptForm::kFour) {
     AppendData4(type, data, line_start, out, lost);
   } else {

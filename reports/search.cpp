@@ -130,7 +130,7 @@ class BranchSearch {
   void AddKeyRow(uint32_t item) {
     const uint32_t position = tree_.items[item].position;
     RowFacts facts;
-    facts.about_key = HasKeyCell(tree_, item);
+    facts.about_key = facts.of_record = HasKeyCell(tree_, item);
     facts.last_write = LastWriteOf(hive_, tree_, item);
     AddHit(item, position, {paths_.PathOf(item), "", "", "", PlaceText(hive_, position)}, facts, 0);
   }
@@ -145,6 +145,7 @@ class BranchSearch {
     RowFacts facts;
     const std::string_view stored = StoredNameFact(value);
     facts.name = stored;
+    facts.of_record = true;
     AddHit(item, value.position,
            {paths_.PathOf(item), row.name, row.data, row.type, of_key ? PlaceText(hive_, key) : ""},
            facts, row.icon, details);

@@ -112,7 +112,7 @@ class KeyWalk {
   void AddKey(uint32_t item, const Order& order) {
     const uint32_t position = tree_.items[item].position;
     RowFacts facts;
-    facts.about_key = true;
+    facts.about_key = facts.of_record = true;
     facts.last_write = ReadU64(hive_, position + kKeyLastWrite);
     const std::string date = KeyDate(facts.last_write);
     const std::string offset = PlaceText(hive_, position);

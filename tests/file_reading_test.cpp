@@ -108,7 +108,8 @@ TEST(FileReading, AHiveWithLostSectors) {
   const std::string& told = opened.host.messages[0].text;
   EXPECT_NE(told.find(" byte(s) of "), told.npos) << told;
   EXPECT_NE(told.find("(Input/output error)"), told.npos) << told;
-  const OutputListPtr info = ListImageInfo(opened.hive, opened.summary, FreedRecords());
+  const OutputListPtr info =
+      ListImageInfo(opened.hive, opened.summary, FreedRecords(), LayerCounts());
   EXPECT_EQ(CellText(*info, 0, 21), std::to_string(opened.hive.unread.count));
   EXPECT_TRUE(ranges.ends_with(std::string(CellText(*info, 0, 22)))) << CellText(*info, 0, 22);
 }

@@ -5,6 +5,7 @@
 #include "hive/file_place.h"
 #include "view/shown_text.h"
 #include "words/item_values.h"
+#include "words/layer_words.h"
 
 namespace hivequarry {
 namespace {
@@ -23,7 +24,7 @@ std::string Words(const HiveImage& hive, const KeyTree& tree, const KeyItem& it,
                   std::string_view separator) {
   std::string text;
   if (it.kind == ItemKind::kPathCopy) text = kCopyWords;
-  Append(text, separator, "Status: ", StatusText(it.marks));
+  Append(text, separator, "Status: ", KeyStatusText(hive, it));
   Append(text, separator, "Info: ", InfoWords(hive, tree, it));
   const uint32_t edits = it.position == kNoOffset ? 0 : EditsOfKey(hive, it.position);
   if (edits != 0) Append(text, separator, "Edited in memory: ", std::to_string(edits));

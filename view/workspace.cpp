@@ -6,6 +6,7 @@
 #include "lists/list_rows.h"
 #include "recovery/root_search.h"
 #include "view/shown_text.h"
+#include "words/layer_words.h"
 #include "words/value_text.h"
 
 namespace hivequarry {
@@ -26,11 +27,14 @@ struct Note {
 };
 
 // What of the file is not as it seems, or not there.
-std::vector<Note> NotesOn(const HiveImage& hive) {
+std::vector<Note> NotesOn(const HiveImage& hive, const KeyTree& tree) {
   std::vector<Note> notes;
   if (std::string moved = UndoneWords(hive); !moved.empty()) notes.push_back({"Moved", moved});
   if (const std::string logs = LogsWords(hive); !logs.empty()) {
     notes.push_back({"Logs", logs});
+  }
+  if (std::string layers = LayersNotice(hive, tree); !layers.empty()) {
+    notes.push_back({"Layers", std::move(layers)});
   }
   if (const ImageCut cut = CutOf(hive); cut.at != 0) {
     notes.push_back({"Ends early", "at " + PositionText(cut.at) + ": " + cut.reason});
@@ -46,7 +50,7 @@ ItemValues WorkspaceRows(const HiveImage& hive, const KeyTree& tree) {
   values.info_rows.push_back({tree.root_text, KindOf(hive), hive.file_name,
                               PositionText(hive.base_offset),
                               static_cast<int>(ValueIcon::kFolder)});
-  for (const Note& note : NotesOn(hive)) {
+  for (const Note& note : NotesOn(hive, tree)) {
     values.info_rows.push_back(
         {note.label, "Info", note.words, "", static_cast<int>(ValueIcon::kBinary)});
   }
@@ -59,7 +63,7 @@ std::u16string WorkspaceDetail(const HiveImage& hive, const KeyTree& tree,
   text += "Kind: " + std::string(KindOf(hive)) + "\r\n";
   text += "Begins in the file at: " + PositionText(hive.base_offset) + "\r\n";
   AddCount(text, "Length in bytes", LengthInFile(hive));
-  for (const Note& note : NotesOn(hive)) {
+  for (const Note& note : NotesOn(hive, tree)) {
     text += std::string(note.label) + ": " + note.words + "\r\n";
   }
   AddCount(text, "Blocks", summary.bins);

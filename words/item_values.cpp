@@ -4,6 +4,7 @@
 
 #include "hive/file_place.h"
 #include "hive/keys.h"
+#include "hive/layers.h"
 #include "hive/offset_map.h"
 #include "hive/replaying.h"
 #include "hive/timestamp.h"
@@ -13,6 +14,7 @@
 #include "host/visible_text.h"
 #include "recovery/list_recorder.h"
 #include "words/key_words.h"
+#include "words/layer_words.h"
 #include "words/log_origin.h"
 
 namespace hivequarry {
@@ -123,7 +125,9 @@ void AddKeyUses(const HiveImage& hive, const KeyNode& key, DetailLines& lines) {
   const uint8_t access = ReadU8(hive, key.position + kKeyAccessBits);
   const uint8_t user = ReadU8(hive, key.position + kKeyUserFlags);
   const uint8_t debug = ReadU8(hive, key.position + kKeyDebugBits);
+  const uint8_t layer = HasLayers(hive) ? ReadU8(hive, key.position + kKeyLayerBits) : uint8_t{0};
   if (access != 0) lines.Add("Access bits", AccessWords(access));
+  if (layer != 0) lines.Add("Layer", LayerBitWords(layer));
   if (user != 0) lines.Add("User flags", UserFlagWords(user));
   if (debug != 0) lines.AddHex("Debug bits", debug);
 }
@@ -208,7 +212,7 @@ void AddTreeFields(const HiveImage& hive, const KeyTree& tree, const KeyItem& it
                    DetailLines& lines) {
   if ((it.marks & kVirtualMarks) != 0) lines.Add("Made for", MadeKeyText(hive, tree, it));
   lines.Add("Connected", it.connected ? "yes" : "no");
-  lines.Add("Status", StatusText(it.marks));
+  lines.Add("Status", KeyStatusText(hive, it));
   lines.Add("Info", InfoWords(hive, tree, it));
   lines.AddCount("Marks", it.marks);
   lines.Add("Shared", SharedWords(hive, tree, it.position));
@@ -328,8 +332,9 @@ ValueRow MakeValueRow(const HiveImage& hive, const ValueKey& value, std::span<co
   ValueRow row;
   row.value = value.position;
   row.name = ValueDisplayName(value);
-  row.type = TypeName(value.type);
+  row.type = ValueTypeText(hive, value);
   row.data = value.status == ValueStatus::kTooLong ? "ERR_DATALEN" : ValueDataText(value, data);
+  if (value.data_length == 0 && IsTombstone(hive, value)) row.data.clear();
   row.edited = value.edited;
   row.icon = IconOfValue(value) + (value.edited ? kEditedIconStep : 0);
   row.position = HexNumber(FilePositionOf(hive, value.position));
@@ -365,6 +370,10 @@ ValueDetailText ShownValueDetail(const HiveImage& hive, uint32_t value_position)
   const std::string words = EditWords(hive, value_position);
   if (!words.empty() && detail.status == ValueStatus::kRead) {
     detail.text.insert(0, words + "\r\n");
+  }
+  const ValueKey value = ReadValueKey(hive, value_position, ValueRead::kFields, 0, nullptr);
+  if (IsTombstone(hive, value)) {
+    detail.text.insert(0, "Tombstone: hides the value of this name in the hive below\r\n");
   }
   const std::string from_log = FromLogText(hive, value_position);
   if (!from_log.empty() && detail.status == ValueStatus::kRead) {

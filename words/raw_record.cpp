@@ -6,6 +6,7 @@
 
 #include "hive/file_place.h"
 #include "hive/keys.h"
+#include "hive/layers.h"
 #include "hive/subkeys.h"
 #include "hive/timestamp.h"
 #include "hive/values.h"
@@ -15,6 +16,7 @@
 #include "records/cell.h"
 #include "recovery/scan.h"
 #include "words/key_words.h"
+#include "words/layer_words.h"
 #include "words/value_text.h"
 
 namespace hivequarry {
@@ -223,7 +225,8 @@ constexpr FlagWord kKeyFlagWords[] = {{0x0001, "volatile"},         {0x0002, "mo
                                       {0x0004, "root of a hive"},   {0x0008, "not to be deleted"},
                                       {0x0010, "symbolic link"},    {0x0020, "single-byte name"},
                                       {0x0040, "predefined handle"}};
-constexpr FlagWord kValueFlagWords[] = {{0x0001, "single-byte name"}};
+constexpr FlagWord kValueFlagWords[] = {{kValueNameIsBytes, "single-byte name"},
+                                        {kValueTombstone, "tombstone"}};
 
 std::string FlagWords(uint16_t flags, std::span<const FlagWord> words) {
   std::string text = HexWords(flags, 4);
@@ -244,6 +247,11 @@ std::string AccessText(const HiveImage& hive, uint32_t field) {
 }
 std::string UserFlagText(const HiveImage& hive, uint32_t field) {
   return UserFlagWords(ReadU8(hive, field));
+}
+std::string LayerText(const HiveImage& hive, uint32_t field) {
+  const uint8_t bits = ReadU8(hive, field);
+  if (HasLayers(hive)) return LayerBitWords(bits);
+  return HexWords(bits, 2) + (bits == 0 ? "" : ", no layers: the base block does not say so");
 }
 std::string Hex8(const HiveImage& hive, uint32_t field) { return HexWords(ReadU8(hive, field), 2); }
 
@@ -301,7 +309,7 @@ constexpr FieldRow kKeyRows[] = {{0, 4, "Cell size", SizeWords},
                                  {kKeyFlags, 2, "Flags", KeyFlagText},
                                  {kKeyLastWrite, 8, "Last write", TimeWords},
                                  {kKeyAccessBits, 1, "Access bits", AccessText},
-                                 {kKeyLayerBits, 1, "Layer bits", Hex8},
+                                 {kKeyLayerBits, 1, "Layer bits", LayerText},
                                  {18, 2, "Unused", Number16},
                                  {kKeyParent, 4, "Parent", kOffset},
                                  {kKeySubkeyCount, 4, "Subkeys", Number32},

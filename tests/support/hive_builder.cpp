@@ -9,6 +9,9 @@ constexpr uint32_t kDefaultPerList = 512;
 constexpr uint16_t kRootFlags = 0x2C;  // no delete, root of a hive, single-byte name
 constexpr uint16_t kSingleByteKey = 0x20;
 constexpr uint16_t kSingleByteValue = 1;
+constexpr uint16_t kTombstoneValue = 2;
+constexpr uint32_t kBaseFlags = 144;
+constexpr uint32_t kLayeredHive = 2;
 
 Bytes UnitBytes(std::u16string_view units, bool wide) {
   Bytes bytes;
@@ -80,10 +83,15 @@ std::vector<uint32_t> TreeOrder(const std::vector<KeyRecord>& keys) {
 void PlaceValues(Layout& layout, const KeyRecord& key, KeyPlaces& places) {
   for (const ValueRecord& value : key.values) {
     const bool wide = value.wide || value.name.empty() || NeedsWide(value.name);
-    places.values.push_back(AddValueCell(layout.writer, UnitBytes(value.name, wide),
-                                         wide ? 0 : kSingleByteValue, value.type,
-                                         static_cast<uint32_t>(value.data.size())));
-    places.data.push_back(AddValueData(layout.writer, places.values.back(), value.data));
+    const int flags = (wide ? 0 : kSingleByteValue) | (value.tombstone ? kTombstoneValue : 0);
+    const uint32_t cell =
+        AddValueCell(layout.writer, UnitBytes(value.name, wide), static_cast<uint16_t>(flags),
+                     value.type, static_cast<uint32_t>(value.data.size()));
+    places.values.push_back(cell);
+    places.data.push_back(AddValueData(layout.writer, cell, value.data));
+    if (!value.tombstone) continue;
+    PutU32(layout.writer.bytes, cell + field::kValueLength, 0);
+    PutU32(layout.writer.bytes, cell + field::kValueData, kNone);
   }
   if (places.values.empty()) return;
   places.value_list = AddCell(layout.writer, static_cast<uint32_t>(4 * places.values.size()));
@@ -156,6 +164,8 @@ void PlaceKey(Layout& layout, uint32_t index) {
   places.key = AddKeyCell(layout.writer, UnitBytes(key.name, (flags & 0xFF) == 0), flags, key.time,
                           key.slack);
   PutMaxima(layout, key, places.key);
+  layout.writer.bytes[places.key + field::kKeyAccess] = key.access;
+  layout.writer.bytes[places.key + field::kKeyLayer] = key.layer;
   if (index == 0) layout.hive.securities = AddSecurityRing(layout.writer, layout.hive.descriptors);
   PlaceClassName(layout, key, places);
   PlaceValues(layout, key, places);
@@ -242,6 +252,10 @@ BuiltHive HiveBuilder::Build() const {
   BaseBlock base;
   base.root = layout.hive.places[0].key;
   base.file_name = file_name_;
+  if (layered_) {
+    base.minor = 6;
+    PutU32(layout.writer.bytes, kBaseFlags, kLayeredHive);
+  }
   FinishHive(layout.writer, base);
   layout.hive.bytes = std::move(layout.writer.bytes);
   layout.hive.bins = std::move(layout.writer.bins);
@@ -276,13 +290,19 @@ KeyRef KeyRef::Key(std::string_view path) {
 }
 
 KeyRef KeyRef::Value(std::string_view name, uint32_t type, Bytes data) {
-  record().values.push_back({hivequarry::testing::Wide(name), type, std::move(data), false});
+  record().values.push_back({hivequarry::testing::Wide(name), type, std::move(data)});
   return *this;
 }
 
 KeyRef KeyRef::WideValue(std::string_view name, uint32_t type, Bytes data) {
   Value(name, type, std::move(data));
   record().values.back().wide = true;
+  return *this;
+}
+
+KeyRef KeyRef::Tombstone(std::string_view name) {
+  Value(name, 0, {});
+  record().values.back().tombstone = true;
   return *this;
 }
 

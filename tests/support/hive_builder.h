@@ -30,6 +30,7 @@ struct ValueRecord {
   uint32_t type = 0;
   Bytes data;
   bool wide = false;  // stored as UTF-16 though single bytes would do
+  bool tombstone = false;
 };
 
 struct TaggedCell {
@@ -49,6 +50,8 @@ struct KeyRecord {
   uint32_t security = 0;
   uint32_t parent = kNone;
   uint32_t slack = 0;
+  uint8_t access = 0;
+  uint8_t layer = 0;
   bool keep_order = false;
   bool new_bin = false;
   std::vector<uint32_t> children;
@@ -80,10 +83,14 @@ class KeyRef {
   KeyRef Qword(std::string_view name, uint64_t value);
   KeyRef Binary(std::string_view name, size_t size, uint8_t seed = 1);  // a pattern of its own
 
+  KeyRef Tombstone(std::string_view name);  // a value that hides one of its name
+
   KeyRef Time(uint64_t time) { return Put(&KeyRecord::time, time); }
   // A low byte of 0 stores the name as UTF-16.
   KeyRef Flags(uint16_t flags) { return Put(&KeyRecord::flags, flags); }
   KeyRef Wide() { return Put(&KeyRecord::wide, true); }  // UTF-16 though single bytes would do
+  KeyRef Access(uint8_t bits) { return Put(&KeyRecord::access, bits); }
+  KeyRef Layer(uint8_t bits) { return Put(&KeyRecord::layer, bits); }  // for HiveBuilder::Layered
   KeyRef Class(std::string_view text) { return Put(&KeyRecord::class_name, Utf16(text)); }
   KeyRef ListStyle(List kind, uint32_t per_list = 0);
   // Subkeys listed as they were added, not by name.
@@ -121,6 +128,7 @@ class HiveBuilder {
   HiveBuilder& BinSize(uint32_t size) { return Put(bin_size_, size); }
   // Stored in the base block.
   HiveBuilder& FileName(std::string_view name) { return Put(file_name_, name); }
+  HiveBuilder& Layered() { return Put(layered_, true); }  // the base block says so
   // So the root is not the first cell.
   HiveBuilder& CellBeforeRoot(Bytes record) { return Put(before_root_, std::move(record)); }
   BuiltHive Build() const;
@@ -139,6 +147,7 @@ class HiveBuilder {
   List default_list_ = List::kLh;
   uint32_t bin_size_ = 4096;
   std::string file_name_;
+  bool layered_ = false;
   Bytes before_root_;
 };
 

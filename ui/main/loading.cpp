@@ -19,6 +19,7 @@
 #include "ui/main/toolbar.h"
 #include "ui/main/window_settings.h"
 #include "view/list_commands.h"
+#include "words/layer_words.h"
 
 namespace hivequarry {
 namespace {
@@ -133,6 +134,8 @@ void ShowLoadResult(MainWindow& window) {
   ShowShortfalls();
   const std::string moved = UndoneWords(ShownHive(window));
   if (!moved.empty()) ShowMessage(moved.c_str(), kProgramName, Icon::kInformation);
+  const std::string layers = LayersNotice(ShownHive(window), *window.hive.tree);
+  if (!layers.empty()) ShowMessage(layers.c_str(), kProgramName, Icon::kInformation);
   const std::string logs = LogsWords(ShownHive(window));
   const bool dirty = !logs.empty() && ShownHive(window).logs->hive.dirty();
   if (dirty) ShowMessage(logs.c_str(), kProgramName, Icon::kInformation);

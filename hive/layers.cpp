@@ -1,0 +1,35 @@
+#include "hive/layers.h"
+
+#include "hive/values.h"
+
+namespace hivequarry {
+namespace {
+
+constexpr uint32_t kKnownFlags = 3;
+
+uint8_t LayerBits(const HiveImage& hive, uint32_t key_position) {
+  return HasLayers(hive) ? ReadU8(hive, key_position + kKeyLayerBits) : uint8_t{0};
+}
+
+}  // namespace
+
+bool HasLayers(const HiveImage& hive) {
+  if (!hive.header_valid) return false;
+  const uint32_t flags = ReadU32(hive, kBaseFlags);
+  return (flags & kBaseLayered) != 0 && (flags & ~kKnownFlags) == 0 &&
+         ReadU32(hive, kBaseTransactionMark) != kTransactionMark;
+}
+
+KeyLayer LayerOfKey(const HiveImage& hive, uint32_t key_position) {
+  return static_cast<KeyLayer>(LayerBits(hive, key_position) & kLayerMask);
+}
+
+bool InheritsClass(const HiveImage& hive, uint32_t key_position) {
+  return (LayerBits(hive, key_position) & kInheritClass) != 0;
+}
+
+bool IsTombstone(const HiveImage& hive, const ValueKey& value) {
+  return (value.flags & kValueTombstone) != 0 && HasLayers(hive);
+}
+
+}  // namespace hivequarry

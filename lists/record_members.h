@@ -1,0 +1,16 @@
+// What the record of a row's key or value says beyond the row's columns, as members of its JSON
+// object. Not for use outside this folder.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "hive/image.h"
+
+namespace hivequarry {
+
+// Appends ",name:value" for each. Of a key of a hive with layers "Layer" (KeyLayer), "InheritClass"
+// and "Tombstone", of its values "Tombstone".
+void AppendRecordMembers(const HiveImage& hive, uint32_t position, bool key, std::string& out);
+
+}  // namespace hivequarry

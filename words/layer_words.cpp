@@ -1,0 +1,94 @@
+#include "words/layer_words.h"
+
+#include <array>
+
+#include "hive/layers.h"
+#include "host/number_text.h"
+#include "words/value_text.h"
+
+namespace hivequarry {
+namespace {
+
+std::string Counted(uint32_t count, const char* what) {
+  return std::to_string(count) + ' ' + what + (count == 1 ? "" : "s");
+}
+
+bool IsUsed(const LayerCounts& counts) {
+  return (counts.tombstone_keys | counts.tombstone_values | counts.superseding_keys |
+          counts.other_keys) != 0;
+}
+
+void CountKey(const HiveImage& hive, uint32_t position, LayerCounts& counts) {
+  switch (LayerOfKey(hive, position)) {
+    case KeyLayer::kMerge:
+      counts.other_keys += InheritsClass(hive, position);
+      return;
+    case KeyLayer::kTombstone:
+      ++counts.tombstone_keys;
+      return;
+    default:
+      ++counts.superseding_keys;
+  }
+}
+
+}  // namespace
+
+std::string LayerBitWords(uint8_t bits) {
+  constexpr std::array<const char*, 4> kWords = {"merge", "tombstone", "supersede local",
+                                                 "supersede tree"};
+  std::string words = Concat({"0x", Hex(bits, 2), ": ", kWords[bits & kLayerMask]});
+  if ((bits & kInheritClass) != 0) words += ", inherit class";
+  return words;
+}
+
+std::string KeyStatusText(const HiveImage& hive, const KeyItem& it) {
+  constexpr std::array<const char*, 4> kWords = {"", "tombstone", "supersedes", "supersedes tree"};
+  std::string text = StatusText(it.marks);
+  const bool has_cell = it.position != kNoOffset && (it.marks & kVirtualMarks) == 0;
+  const auto layer = has_cell ? LayerOfKey(hive, it.position) : KeyLayer::kMerge;
+  if (layer == KeyLayer::kMerge) return text;
+  if (!text.empty()) text += ", ";
+  return text + kWords[static_cast<size_t>(layer)];
+}
+
+std::string ValueTypeText(const HiveImage& hive, const ValueKey& value) {
+  return IsTombstone(hive, value) ? kTombstoneType : TypeName(value.type);
+}
+
+LayerCounts CountLayers(const HiveImage& hive, const KeyTree& tree) {
+  LayerCounts counts;
+  if (!HasLayers(hive)) return counts;
+  std::vector<uint32_t> values;
+  for (uint32_t item = 0; item < tree.items.size(); ++item) {
+    if (!HasKeyCell(tree, item)) continue;
+    const uint32_t key = tree.items[item].position;
+    CountKey(hive, key, counts);
+    values.clear();
+    ReadValuesOfKey(hive, key, kAllEntries, values);
+    for (const uint32_t position : values) {
+      if (position == kNoOffset) continue;
+      const ValueKey value = ReadValueKey(hive, position, ValueRead::kFields, 0, nullptr);
+      counts.tombstone_values += IsTombstone(hive, value);
+    }
+  }
+  return counts;
+}
+
+std::string LayersText(const HiveImage& hive, const LayerCounts& counts) {
+  if (!HasLayers(hive)) return "no";
+  if (!IsUsed(counts)) return "supported, none used";
+  return "yes (differencing hive), " + Counted(counts.tombstone_keys, "tombstone key") + ", " +
+         Counted(counts.tombstone_values, "tombstone value") + ", " +
+         std::to_string(counts.superseding_keys) + " supersede";
+}
+
+std::string LayersNotice(const HiveImage& hive, const KeyTree& tree) {
+  const LayerCounts counts = CountLayers(hive, tree);
+  if (!IsUsed(counts)) return {};
+  return "Differencing hive: it holds only what differs from the hive below it (" +
+         Counted(counts.tombstone_keys, "tombstone key") + ", " +
+         Counted(counts.tombstone_values, "tombstone value") + ", " +
+         std::to_string(counts.superseding_keys) + " supersede)";
+}
+
+}  // namespace hivequarry

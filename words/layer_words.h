@@ -1,0 +1,40 @@
+// Layered hives in words (hive/layers.h).
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "hive/image.h"
+#include "hive/key_tree.h"
+#include "hive/values.h"
+
+namespace hivequarry {
+
+// "0x83: supersede tree, inherit class"; "0x00: merge".
+std::string LayerBitWords(uint8_t bits);
+
+// The status words of a key: those of its marks (StatusText), and "tombstone", "supersedes" or
+// "supersedes tree".
+std::string KeyStatusText(const HiveImage& hive, const KeyItem& it);
+
+// The type of a value as lists show it: that of its code, or kTombstoneType.
+inline constexpr const char* kTombstoneType = "(tombstone)";
+std::string ValueTypeText(const HiveImage& hive, const ValueKey& value);
+
+// The keys and values of a tree that do something to the hive below.
+struct LayerCounts {
+  uint32_t tombstone_keys = 0;
+  uint32_t tombstone_values = 0;
+  uint32_t superseding_keys = 0;
+  uint32_t other_keys = 0;  // with layer bits
+};
+// Reads the fields of all listed values of a hive with layers; nothing of any other.
+LayerCounts CountLayers(const HiveImage& hive, const KeyTree& tree);
+// "yes (differencing hive), 2 tombstone keys, 1 tombstone value, 3 supersede"; "no" for a hive
+// without layers.
+std::string LayersText(const HiveImage& hive, const LayerCounts& counts);
+// What the user must be told of a hive that is shown without the one below it; empty for a hive
+// that is none of these.
+std::string LayersNotice(const HiveImage& hive, const KeyTree& tree);
+
+}  // namespace hivequarry
