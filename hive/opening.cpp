@@ -19,11 +19,6 @@ namespace {
 constexpr uint32_t kReadChunk = 256 * 1024;
 constexpr uint32_t kProgressLength = 28000900;  // smaller hives load without a progress bar
 
-struct StreamCloser {
-  void operator()(std::FILE* stream) const { std::fclose(stream); }
-};
-using Stream = std::unique_ptr<std::FILE, StreamCloser>;
-
 void NoteCurrentFile(const std::string& file_name) {
   HiveTable& table = TheHiveTable();
   const size_t slash = file_name.find_last_of("/\\");
@@ -32,9 +27,9 @@ void NoteCurrentFile(const std::string& file_name) {
 }
 
 // Null when it can't be opened.
-Stream OpenHiveFile(const std::string& file_name, OpenFailure& failure) {
+FileStream OpenHiveFile(const std::string& file_name, OpenFailure& failure) {
   NoteCurrentFile(file_name);
-  Stream stream(OpenFile(file_name, "rb", failure.error));
+  FileStream stream(OpenFile(file_name, "rb", failure.error));
   if (stream == nullptr) failure.fault = OpenFault::kCannotOpen;
   return stream;
 }
@@ -137,7 +132,7 @@ bool ChoosePart(HiveImage& hive, std::FILE* stream, FilePart& part) {
 // The part of opening that can fail; the caller frees the slot then.
 OpenFailure OpenIntoSlot(HiveImage& hive, const std::string& file_name) {
   OpenFailure failure;
-  Stream stream = OpenHiveFile(file_name, failure);
+  FileStream stream = OpenHiveFile(file_name, failure);
   if (stream == nullptr) return failure;
   const int64_t measured = FileSize(stream.get());
   FilePart part;
@@ -206,7 +201,7 @@ int OpenHive(const std::string& file_name) {
 
 bool ValidateHiveFile(HiveImage& hive, OpenFailure& failure) {
   failure = OpenFailure();
-  const Stream opened = OpenHiveFile(hive.file_name, failure);
+  const FileStream opened = OpenHiveFile(hive.file_name, failure);
   std::FILE* const stream = opened.get();
   if (stream == nullptr) return false;
   const uint32_t signature = ReadFileU32(stream, 0);

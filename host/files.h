@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <filesystem>
+#include <memory>
 #include <string>
 
 namespace hivequarry {
@@ -20,6 +21,11 @@ std::string FolderOf(const std::string& name);
 // refused on every platform (EISDIR, or what the platform reports for it), a named pipe for reading
 // (ESPIPE).
 std::FILE* OpenFile(const std::string& name, const char* mode, int& error);
+// Closes the file at its end. For reading: what closing a written file says is lost.
+struct FileCloser {
+  void operator()(std::FILE* stream) const { std::fclose(stream); }
+};
+using FileStream = std::unique_ptr<std::FILE, FileCloser>;
 // 64-bit seek from the start and length of an open file; false (or -1) on failure.
 bool SeekFile(std::FILE* stream, uint64_t position);
 int64_t FileSize(std::FILE* stream);

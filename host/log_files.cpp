@@ -10,18 +10,21 @@
 namespace hivequarry {
 namespace {
 
+bool EndsAs(std::string_view name, std::string_view ending) {
+  return name.size() >= ending.size() &&
+         EqualPlainLetters(name.substr(name.size() - ending.size()), ending);
+}
+
 bool IsLogEnding(std::string_view ending) {
-  for (const std::string_view known : {".LOG", ".LOG1", ".LOG2"}) {
-    if (EqualPlainLetters(ending, known)) return true;
-  }
-  const auto ends = [ending](std::string_view end) {
-    return ending.size() >= end.size() &&
-           EqualPlainLetters(ending.substr(ending.size() - end.size()), end);
-  };
-  return ending.starts_with('{') && (ends(".blf") || ends(".regtrans-ms"));
+  if (ending.starts_with('{')) return EndsAs(ending, ".blf") || EndsAs(ending, ".regtrans-ms");
+  return ending.rfind('.') == 0 && IsPageLog(ending);
 }
 
 }  // namespace
+
+bool IsPageLog(std::string_view name) {
+  return EndsAs(name, ".LOG") || EndsAs(name, ".LOG1") || EndsAs(name, ".LOG2");
+}
 
 std::string_view LogEnding(std::string_view name, std::string_view hive) {
   // Where the ending begins is not known by the length: a capital may take more bytes than its

@@ -14,6 +14,9 @@ namespace hivequarry {
 // beside "NTUSER.DAT". Empty for what is no log of this hive.
 std::string_view LogEnding(std::string_view name, std::string_view hive);
 
+// True for one of the three that hold pages: ".LOG", ".LOG1", ".LOG2".
+bool IsPageLog(std::string_view name);
+
 // The log files that there are beside a hive, sorted; each begins with the folder as `hive` has it.
 // None where the folder cannot be read.
 std::vector<std::string> LogsOf(const std::string& hive);

@@ -19,6 +19,14 @@ std::string TargetText(const HiveImage& hive, uint32_t position) {
   return position >= kNowhere ? "nowhere" : PlaceText(hive, position);
 }
 
+void AddDataLines(OutputList& list, std::string_view text, uint32_t datum) {
+  for (const char* field = "Header"; !text.empty(); field = "Data") {
+    const size_t end = std::min(text.find("\r\n"), text.size());
+    AddListRow(list, {field, text.substr(0, end)}, datum);
+    text.remove_prefix(std::min(end + 2, text.size()));
+  }
+}
+
 std::string BytesText(std::span<const uint8_t> bytes) {
   std::string text(bytes.size() * 2, '0');
   for (size_t i = 0; i < bytes.size(); ++i) {

@@ -26,6 +26,10 @@ void AddListRow(OutputList& list, std::span<const Cell> cells, uint32_t datum,
 void AddListRow(OutputList& list, std::initializer_list<Cell> cells, uint32_t datum,
                 const RowFacts& facts = {}, int icon = 0);
 
+// A data view as rows: "Header" for the first line of a text with "\r\n" line ends, "Data" for each
+// one after it.
+void AddDataLines(OutputList& list, std::string_view text, uint32_t datum);
+
 // Bytes as a row's facts hold them: hexadecimal, without anything between them.
 std::string BytesText(std::span<const uint8_t> bytes);
 

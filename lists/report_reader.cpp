@@ -220,14 +220,9 @@ void NoteRowsLeft(Lines& lines, const PendingRow& pending, int columns) {
   NoteShortfall(Shortfall::kRows, std::max<uint64_t>(rows, 1));
 }
 
-struct CloseStream {
-  void operator()(std::FILE* stream) const { std::fclose(stream); }
-};
-using Stream = std::unique_ptr<std::FILE, CloseStream>;
-
-Stream OpenReport(const std::string& file) {
+FileStream OpenReport(const std::string& file) {
   int error = 0;
-  return Stream(OpenFile(file, "rb", error));
+  return FileStream(OpenFile(file, "rb", error));
 }
 
 }  // namespace
@@ -251,7 +246,7 @@ ReportRead ParseReportHead(std::string_view bytes, ReportHead& head) {
 
 ReportRead ReadReportHead(const std::string& file, ReportHead& head) {
   head = {};
-  const Stream stream = OpenReport(file);
+  const FileStream stream = OpenReport(file);
   if (stream == nullptr) return ReportRead::kCannotOpen;
   std::string text(kMostHead, '\0');
   text.resize(std::fread(text.data(), 1, text.size(), stream.get()));
@@ -281,7 +276,7 @@ ReportRead ReadReportRows(const ByteSource& source, OutputList& list) {
 }
 
 ReportRead ReadReportRows(const std::string& file, OutputList& list) {
-  const Stream stream = OpenReport(file);
+  const FileStream stream = OpenReport(file);
   if (stream == nullptr) return ReportRead::kCannotOpen;
   UnreadBytes unread;
   uint64_t position = 0;

@@ -13,12 +13,8 @@ namespace {
 constexpr uint32_t kOldBitmap = kLogUnit + 4;
 constexpr uint32_t kTypeNew = 6;
 
-struct StreamCloser {
-  void operator()(std::FILE* stream) const { std::fclose(stream); }
-};
-
 LogFault ReadBytesOf(HiveLog& log) {
-  const std::unique_ptr<std::FILE, StreamCloser> stream(OpenFile(log.name, "rb", log.error));
+  const FileStream stream(OpenFile(log.name, "rb", log.error));
   if (stream == nullptr) return LogFault::kUnreadable;
   const int64_t size = std::clamp<int64_t>(FileSize(stream.get()), 0, kLongestImage);
   if (size == 0) return LogFault::kEmpty;

@@ -53,7 +53,6 @@ enum class LogUse : uint8_t {
   kHiveClean,
   kUntil,       // all of it is after the entry at which the user stops
   kTimeBefore,  // old form: of a time before the hive's
-  kPart,        // the image is a part of a file, a fragment or a copy as text
   kMoved,       // bytes of the hive have moved: pages can't be put in their places
 };
 

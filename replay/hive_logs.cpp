@@ -9,14 +9,9 @@
 namespace hivequarry {
 namespace {
 
-bool EndsAs(const std::string& name, std::string_view ending) {
-  return name.size() >= ending.size() &&
-         EqualPlainLetters(name.substr(name.size() - ending.size()), ending);
-}
-
 void ReadBeside(const std::string& hive_file, HiveLogs& found) {
   for (const std::string& name : LogsOf(hive_file)) {
-    if (EndsAs(name, ".LOG") || EndsAs(name, ".LOG1") || EndsAs(name, ".LOG2")) {
+    if (IsPageLog(name)) {
       found.logs.push_back(ReadHiveLog(name));
     } else {
       found.transactions.push_back(name);

@@ -216,8 +216,6 @@ std::string UseWords(const HiveLogs& logs, const HiveLog& log) {
       return "later than asked";
     case LogUse::kTimeBefore:
       return "of a time before the hive's";
-    case LogUse::kPart:
-      return "a part of a file is shown";
     case LogUse::kMoved:
       return "bytes of the hive have moved";
     case LogUse::kNone:

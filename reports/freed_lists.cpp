@@ -93,15 +93,6 @@ void AddValue(FreedSource& from, const FreedValue& freed, const ValueListOptions
              freed.position, facts, row.icon);
 }
 
-// A row a line.
-void AddLines(std::string_view text, const char* field, uint32_t position, OutputList& list) {
-  while (!text.empty()) {
-    const size_t end = std::min(text.find("\r\n"), text.size());
-    AddListRow(list, {field, text.substr(0, end)}, position, RowFacts(), 0);
-    text.remove_prefix(std::min(end + 2, text.size()));
-  }
-}
-
 // The key's own fields. What its offsets lead to is left out where they are those of an earlier
 // state: here they lead to somebody else's cells.
 void AddKeyLines(const FreedSource& from, const FreedKey& key, OutputList& list) {
@@ -126,10 +117,7 @@ void AddValueLines(const HiveImage& hive, const FreedContent& content, OutputLis
     add("Data position", TargetText(hive, value.data_position));
     return add("Data", ValueDataText(value, {}));
   }
-  const size_t header = std::min(detail.text.find("\r\n"), detail.text.size());
-  add("Header", detail.text.substr(0, header));
-  AddLines(std::string_view(detail.text).substr(std::min(header + 2, detail.text.size())), "Data",
-           value.position, list);
+  AddDataLines(list, detail.text, value.position);
 }
 
 }  // namespace

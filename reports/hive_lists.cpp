@@ -11,6 +11,7 @@
 #include "hive/values.h"
 #include "host/host.h"
 #include "host/long_operation.h"
+#include "host/visible_text.h"
 #include "lists/list_rows.h"
 #include "recovery/root_search.h"
 #include "reports/freed_lists.h"
@@ -98,16 +99,6 @@ class ValueRows {
   std::vector<uint8_t> data_;
 };
 
-// Calls `add` with each "\r\n"-ended line of a text.
-template <typename Add>
-void ForEachLine(std::string_view text, const Add& add) {
-  while (!text.empty()) {
-    const size_t end = text.find("\r\n");
-    add(text.substr(0, end));
-    text.remove_prefix(end == std::string_view::npos ? text.size() : end + 2);
-  }
-}
-
 // The value's name and type, then its detail view; for data that cannot be read, why.
 void AddValueDetail(const HiveImage& hive, const KeyTree& tree, const ValueKey& value,
                     OutputList& list) {
@@ -115,7 +106,7 @@ void AddValueDetail(const HiveImage& hive, const KeyTree& tree, const ValueKey& 
     AddListRow(list, {field, text}, value.position, RowFacts(), 0);
   };
   add("Value", ValueDisplayName(value));
-  if (!IsNameShownWhole(value)) add("Name", value.name);
+  if (!IsNameShownWhole(value)) add("Name", ShownValueName(value.name));
   add("Type", ValueTypeText(hive, value));
   if (value.edited) add("Edited", EditWords(hive, value.position));
   const std::string shared = SharedWords(hive, tree, value.position);
@@ -127,11 +118,7 @@ void AddValueDetail(const HiveImage& hive, const KeyTree& tree, const ValueKey& 
     add("Data", MakeValueRow(hive, value.position, ValueViewOptions()).data);
     return;
   }
-  bool header = true;
-  ForEachLine(detail.text, [&](std::string_view line) {
-    add(header ? "Header" : "Data", std::string(line));
-    header = false;
-  });
+  AddDataLines(list, detail.text, value.position);
 }
 
 // "key at 0x00001020, 88 bytes: HKLM\SOFTWARE", with the path of a key that the tree has.

@@ -18,10 +18,6 @@
 namespace hivequarry {
 namespace {
 
-struct StreamCloser {
-  void operator()(std::FILE* stream) const { std::fclose(stream); }
-};
-
 // Years that the time of a registry can have; anything else is no time.
 std::string TimeText(uint64_t time) {
   return FormatTimestampChecked(time).empty() ? std::string() : FormatIso8601(time);
@@ -74,7 +70,7 @@ HiveStateTexts StateTextsOf(const HiveImage& hive, bool hashes) {
 std::string HashOfFile(const std::string& name) {
   constexpr size_t kChunk = 1 << 20;
   int error = 0;
-  const std::unique_ptr<std::FILE, StreamCloser> stream(OpenFile(name, "rb", error));
+  const FileStream stream(OpenFile(name, "rb", error));
   if (stream == nullptr) return {};
   std::vector<uint8_t> chunk(kChunk);
   Sha256 hash;
