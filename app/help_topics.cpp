@@ -31,12 +31,14 @@ constexpr HelpPlace kPlaces[] = {
     {kHelpMerge, "merging-into-the-registry"},
     {kHelpFreed, "freed-keys-and-values"},
     {kHelpRoot, "the-registry-root"},
+    {kHelpCheck, "checking-the-structure"},
 };
 static_assert(std::size(kPlaces) == kHelpTopicsEnd - kHelpStart);
 
 // By ListHelp.
-constexpr HelpTopic kListTopics[] = {kHelpOutputLists, kHelpSearch,   kHelpCompare, kHelpKeyDates,
-                                     kHelpMainWindow,  kHelpSecurity, kHelpReports, kHelpFreed};
+constexpr HelpTopic kListTopics[] = {kHelpOutputLists, kHelpSearch,     kHelpCompare,
+                                     kHelpKeyDates,    kHelpMainWindow, kHelpSecurity,
+                                     kHelpReports,     kHelpFreed,      kHelpCheck};
 static_assert(std::size(kListTopics) == static_cast<size_t>(ListHelp::kCount));
 
 bool IsPlain(char c) {

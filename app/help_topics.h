@@ -30,6 +30,7 @@ enum HelpTopic : int {
   kHelpMerge,
   kHelpFreed,
   kHelpRoot,
+  kHelpCheck,
   kHelpTopicsEnd
 };
 

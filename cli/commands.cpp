@@ -106,7 +106,8 @@ int Logs(const ConsoleRequest& request, OpenedHive& opened) {
 int Info(const ConsoleRequest& request, OpenedHive& opened) {
   const FreedRecords freed = FindFreedRecords(*opened.hive, opened.tree);
   const LayerCounts layers = CountLayers(*opened.hive, opened.tree);
-  return Print(request, *ListImageInfo(*opened.hive, opened.summary, freed, layers, request.hash));
+  return Print(request, *ListImageInfo(*opened.hive, opened.summary, freed, layers,
+                                       {request.hash, request.structure}));
 }
 
 int Tree(const ConsoleRequest& request, OpenedHive& opened) {
@@ -211,6 +212,7 @@ constexpr CommandRow kCommands[] = {{"info", Info},
                                     {"bins", Bins},
                                     {"split", nullptr, Split},
                                     {"convert", nullptr, Convert},
+                                    {"check", nullptr, CheckCommand},
                                     {"search", SearchCommand},
                                     {"dates", DatesCommand},
                                     {"security records", SecurityRecordsCommand},

@@ -9,6 +9,7 @@
 #include "cli/console_host.h"
 #include "cli/print_list.h"
 #include "replay/replay_plan.h"
+#include "reports/check_list.h"
 #include "reports/hive_lists.h"
 #include "reports/registry_script.h"
 #include "reports/search.h"
@@ -46,8 +47,11 @@ struct ConsoleRequest {
   uint32_t end_offset = 0;  // 0: no range
   std::string root_path;
   LogChoice logs;
+  bool logs_given = false;  // the user chose them
   bool strict = false;
   bool hash = false;                // "info --hash"
+  bool structure = false;           // "info --check"
+  CheckListOptions check;           // which rows of "check"
   bool changes = false;             // "logs --changes"
   KeyListOptions keys;              // "tree --details", "tree --access"
   bool removed = false;             // "tree --removed", "values --removed"

@@ -119,13 +119,17 @@ void AddOptions(CLI::App& app, ConsoleRequest& request) {
                "Do not look for values that no key names");
   app.add_option_function<std::string>(
       "--logs",
-      [&request](const std::string& text) { request.logs = LogChoiceOf(text, request.logs); },
+      [&request](const std::string& text) {
+        request.logs = LogChoiceOf(text, request.logs);
+        request.logs_given = true;
+      },
       "Logs of a dirty hive: auto (default: those beside it), none, or FILE[,FILE]");
   app.add_option_function<uint32_t>(
       "--until",
       [&request](uint32_t entry) {
         request.logs.bounded = true;
         request.logs.until = entry;
+        request.logs_given = true;
       },
       "No entry of the logs after this number");
   app.add_flag("--strict", request.strict, "Exit status 4 for a dirty hive without usable logs");
@@ -137,12 +141,30 @@ void AddOptions(CLI::App& app, ConsoleRequest& request) {
   app.set_version_flag("--version", std::string(kProgramName) + " " + HIVEQUARRY_VERSION);
 }
 
+void AddCheck(CLI::App& app, ConsoleRequest& request) {
+  CLI::App* check = app.add_subcommand("check", "What is wrong in the structure of the file");
+  AddHive(check, request);
+  check
+      ->add_option_function<std::string>(
+          "--level",
+          [&request](const std::string& level) {
+            request.check.least = level == "note"    ? CheckLevel::kNote
+                                  : level == "fault" ? CheckLevel::kFault
+                                                     : CheckLevel::kOdd;
+          },
+          "fault: faults alone; odd (default): oddities too; note: what is normal too")
+      ->check(CLI::IsMember({"fault", "odd", "note"}));
+  check->add_option("--max", request.check.most, "No more rows than this");
+}
+
 void AddCommands(CLI::App& app, ConsoleRequest& request) {
   app.require_subcommand(1);
   app.fallthrough();
   CLI::App* info = app.add_subcommand("info", "What the file is, and what was found in it");
   AddHive(info, request);
   info->add_flag("--hash", request.hash, "SHA-256 of the file and of its logs too");
+  info->add_flag("--check", request.structure, "The verdict of check too");
+  AddCheck(app, request);
   CLI::App* tree = app.add_subcommand("tree", "The keys as displayed, recovered ones included");
   AddHive(tree, request);
   AddBranch(tree, request);

@@ -37,6 +37,9 @@ int SecurityKeysCommand(const ConsoleRequest& request, OpenedHive& opened);
 int SecurityShowCommand(const ConsoleRequest& request, OpenedHive& opened);
 int ReportCommand(const ConsoleRequest& request, OpenedHive& opened);
 
+// The faults of a file's structure (check_command.cpp); an exit status of its own.
+int CheckCommand(const ConsoleRequest& request);
+
 // The registry script of a branch (export_command.cpp); an exit status.
 int ExportCommand(const ConsoleRequest& request, OpenedHive& opened);
 

@@ -141,6 +141,7 @@ constexpr KindColumn kInfo[] = {InfoText("file"),
                                 InfoText("reorganised"),
                                 InfoText("replay"),
                                 InfoText("logs"),
+                                InfoText("structure"),
                                 InfoText("sha256"),
                                 InfoText("logs_sha256"),
                                 InfoText("layered"),
@@ -176,6 +177,10 @@ constexpr KindColumn kLogChanges[] = {
 constexpr KindColumn kLogRecords[] = {
     Text("Record", 2),       kKey,       kValue,           kType,        kData,  kKeyDate,
     Position("Position", 5), kLogColumn, Text("Entry", 3), kLogPosition, kStatus};
+
+constexpr KindColumn kCheck[] = {
+    Text("Code", 2, 0), Text("Level", 2, 0), Position("Position", 4), kKey,
+    Text("Text", 8, 3), Text("Found", 5, 2), Text("Expected", 5, 1)};
 
 // --- the table -----------------------------------------------------------------------------------
 
@@ -268,6 +273,8 @@ constexpr ListKindInfo kKinds[] = {
     {kListLogs, "Log entries", kLogs},
     {kListLogChanges, "Changes by log entries", kLogChanges},
     {kListLogRecords, "Records in pages of logs", kLogRecords},
+    {kListCheck, "Structure", kCheck, WindowFamily::kOther, ListHelp::kCheck, RowLeads::kField,
+     ListAbout::kRecord},
 };
 
 constexpr bool NumbersDiffer() {

@@ -57,6 +57,7 @@ inline constexpr int kListFreedValues = 109;
 inline constexpr int kListLogs = 110;
 inline constexpr int kListLogChanges = 111;
 inline constexpr int kListLogRecords = 112;
+inline constexpr int kListCheck = 113;
 
 inline bool IsOwnKind(int kind) { return kind >= kFirstOwnKind; }
 // The most columns that a list of a kind has, and that a file keeps of it.
@@ -124,6 +125,7 @@ enum class ListHelp : uint8_t {
   kSecurity,
   kReports,
   kFreed,
+  kCheck,
   kCount
 };
 

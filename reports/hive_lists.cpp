@@ -14,6 +14,7 @@
 #include "host/visible_text.h"
 #include "lists/list_rows.h"
 #include "recovery/root_search.h"
+#include "reports/check_list.h"
 #include "reports/freed_lists.h"
 #include "reports/hive_state.h"
 #include "words/bin_texts.h"
@@ -134,12 +135,13 @@ std::string RecordWords(const HiveImage& hive, const KeyTree& tree, const Record
 }  // namespace
 
 OutputListPtr ListImageInfo(const HiveImage& hive, const ImageSummary& summary,
-                            const FreedRecords& freed, const LayerCounts& layers, bool hashes) {
+                            const FreedRecords& freed, const LayerCounts& layers,
+                            InfoOptions options) {
   OutputListPtr list = MakeOutputList(kListInfo);
   const auto number = [](uint32_t value) { return std::to_string(value); };
   const ImageCut cut = CutOf(hive);
   const std::string rest = cut.at == 0 ? "" : "--soff=" + number(cut.rest) + ", or --all-roots";
-  const HiveStateTexts state = StateTextsOf(hive, hashes);
+  const HiveStateTexts state = StateTextsOf(hive, options.hashes);
   AddListRow(*list,
              {hive.file_name,
               number(LengthInFile(hive)),
@@ -180,6 +182,7 @@ OutputListPtr ListImageInfo(const HiveImage& hive, const ImageSummary& summary,
               state.reorganised,
               state.replay,
               state.logs,
+              options.structure ? StructureVerdict(hive) : std::string(),
               state.sha256,
               state.logs_sha256,
               LayersText(hive, layers),

@@ -14,12 +14,16 @@
 
 namespace hivequarry {
 
+// What takes longer, only when it is asked for.
+struct InfoOptions {
+  bool hashes = false;     // SHA-256 of the file and of its logs
+  bool structure = false;  // the verdict of a check (check_list.h)
+};
 // One row: what could be confirmed of the file, the counts of the build, of the freed records and
 // of what the hive does to one below it.
-// With `hashes` also the SHA-256 of the file and of its logs.
 OutputListPtr ListImageInfo(const HiveImage& hive, const ImageSummary& summary,
                             const FreedRecords& freed, const LayerCounts& layers,
-                            bool hashes = false);
+                            InfoOptions options = {});
 
 // The keys from `item` down as displayed, parents first. The virtual folders give no rows of their
 // own. Ends early when the user stops.

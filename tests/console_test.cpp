@@ -73,6 +73,31 @@ TEST_F(ConsoleTest, ReportListsConvertToTheSameList) {
   EXPECT_EQ(Run("info r.rpt"), 1) << "nothing in it says that it is a hive";
 }
 
+// A status of its own: 0 sound, 1 faults, 4 dirty but sound, 3 unreadable.
+TEST_F(ConsoleTest, CheckTellsOfTheStructure) {
+  const auto write = [&](const Bytes& bytes) {
+    std::ofstream(Sibling("c"), std::ios::binary) << AsText(bytes);
+  };
+  BuiltHive built = HiveBuilder().Build();
+  write(built.bytes);
+  EXPECT_EQ(Run("check c"), 0);
+  EXPECT_EQ(printed, "");
+  EXPECT_NE(ContentOf(Sibling("errors")).find("Structure, the file as it is: sound; 1 keys"),
+            std::string::npos);
+  SetNumbers(built.bytes, 3, 2);
+  write(built.bytes);
+  EXPECT_EQ(Run("check c --level note --format csv"), 4);
+  EXPECT_NE(printed.find("\r\nH3,N,0x00000000,,"), std::string::npos) << printed;
+  built.bytes[12] ^= 1;
+  write(built.bytes);
+  EXPECT_EQ(Run("check c --format jsonl"), 1);
+  EXPECT_TRUE(printed.starts_with("{\"Code\":\"H2\",\"Level\":\"F\",")) << printed;
+  EXPECT_EQ(Run("check none"), 3);
+  EXPECT_EQ(Run("check c --level high"), 2);
+  EXPECT_EQ(Run("info --check --format jsonl c"), 0);
+  EXPECT_NE(printed.find("\"structure\":\"1 fault\""), std::string::npos) << printed;
+}
+
 // The options about logs, exit statuses, and that no log is written over.
 TEST_F(ConsoleTest, LogsOfADirtyHive) {
   const auto write = [&](const char* name, const Bytes& bytes) {

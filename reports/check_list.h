@@ -1,0 +1,37 @@
+// The check of a hive's structure (check/check.h) as a list.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "check/check.h"
+#include "hive/image.h"
+#include "lists/output_list.h"
+
+namespace hivequarry {
+
+// Which state of an opened hive is judged.
+enum class CheckedState : uint8_t {
+  kFile,      // as its file is, before any log
+  kReplayed,  // as its logs leave it; the same for a hive to which none were applied
+};
+
+struct CheckListOptions {
+  CheckLevel least = CheckLevel::kOdd;  // rows of no lower level
+  uint32_t most = UINT32_MAX;           // rows
+};
+
+// A kListCheck. `hive` needs no tree; paths begin with its root label, or "ROOT". With the least
+// level a cell that nothing names has a row of its own, else one row counts all of them.
+struct CheckedHive {
+  OutputListPtr list;
+  CheckResult result;
+  std::string summary;    // a line: what was judged, and the counts
+  uint64_t left_out = 0;  // rows after the most
+};
+CheckedHive CheckOpenedHive(const HiveImage& hive, CheckedState state,
+                            const CheckListOptions& options);
+// The verdict alone, for a hive as its file is.
+std::string StructureVerdict(const HiveImage& hive);
+
+}  // namespace hivequarry
