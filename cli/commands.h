@@ -40,6 +40,18 @@ struct SecurityRequest {
   bool resolve = false;
 };
 
+// Of "timeline".
+struct TimelineRequest {
+  std::vector<std::string> files;  // "-": names of files, from the standard input
+  std::vector<std::string> folders;
+  std::string form;  // empty: by the format
+  std::string zone;
+  std::string host;
+  std::string user;
+  bool values = false;
+  bool base_block = false;
+};
+
 struct ConsoleRequest {
   std::string hive;  // file name, UTF-8; for "convert" of a Report List
   std::string key;   // key path, or "@OFFSET"; empty for none
@@ -70,6 +82,7 @@ struct ConsoleRequest {
   SearchSettings search;            // with both of them
   bool search_details = false;
   DatesRequest dates;
+  TimelineRequest timeline;
   SecurityRequest security;
   std::string report;  // which special report
   ConsoleOptions console;

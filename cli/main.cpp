@@ -157,6 +157,25 @@ void AddCheck(CLI::App& app, ConsoleRequest& request) {
   check->add_option("--max", request.check.most, "No more rows than this");
 }
 
+void AddTimeline(CLI::App& app, ConsoleRequest& request) {
+  TimelineRequest& timeline = request.timeline;
+  CLI::App* command = app.add_subcommand("timeline", "What happened when, by one or several hives");
+  command->add_option("FILE", timeline.files,
+                      "Hives, or one hive and a key of it; -: names from the standard input");
+  command->add_option("-r", timeline.folders, "All hives in this folder and those below it");
+  command->add_option("--as", timeline.form, "bodyfile, tln, csv (default), jsonl or plaso")
+      ->check(CLI::IsMember({"bodyfile", "tln", "csv", "jsonl", "plaso"}));
+  command->add_option("--key", request.key, "Only this key (path or @OFFSET) and those below it");
+  command->add_flag("--freed", request.freed, "Freed keys too");
+  command->add_flag("--values", timeline.values, "Times that values hold too");
+  command->add_flag("--hive-times", timeline.base_block, "Times of the base block too");
+  command->add_option("--from", request.dates.from, "Not before this time, 2010-11-28T13:05:00");
+  command->add_option("--to", request.dates.to, "Not after this time (UTC)");
+  command->add_option("--tz", timeline.zone, "Times in this zone, +02:00 (default: UTC)");
+  command->add_option("--host", timeline.host, "Name of the machine");
+  command->add_option("--user", timeline.user, "Name of the user");
+}
+
 void AddCommands(CLI::App& app, ConsoleRequest& request) {
   app.require_subcommand(1);
   app.fallthrough();
@@ -165,6 +184,7 @@ void AddCommands(CLI::App& app, ConsoleRequest& request) {
   info->add_flag("--hash", request.hash, "SHA-256 of the file and of its logs too");
   info->add_flag("--check", request.structure, "The verdict of check too");
   AddCheck(app, request);
+  AddTimeline(app, request);
   CLI::App* tree = app.add_subcommand("tree", "The keys as displayed, recovered ones included");
   AddHive(tree, request);
   AddBranch(tree, request);

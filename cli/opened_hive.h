@@ -40,6 +40,9 @@ int ReportCommand(const ConsoleRequest& request, OpenedHive& opened);
 // The faults of a file's structure (check_command.cpp); an exit status of its own.
 int CheckCommand(const ConsoleRequest& request);
 
+// The events of one or several hives (timeline_command.cpp); an exit status.
+int TimelineCommand(const ConsoleRequest& request);
+
 // The registry script of a branch (export_command.cpp); an exit status.
 int ExportCommand(const ConsoleRequest& request, OpenedHive& opened);
 

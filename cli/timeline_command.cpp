@@ -1,0 +1,213 @@
+// "timeline": the events of one or several hives in one order.
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+#include <iostream>
+
+#include "app/opening_words.h"
+#include "cli/opened_hive.h"
+#include "hive/file_place.h"
+#include "hive/hive_table.h"
+#include "host/evidence.h"
+#include "host/files.h"
+#include "host/long_operation.h"
+#include "reports/key_dates.h"
+#include "reports/timeline.h"
+
+namespace hivequarry {
+namespace {
+
+namespace fs = std::filesystem;
+
+bool BeginsAsHive(const std::string& file) {
+  uint8_t start[4] = {};
+  int error = 0;
+  std::FILE* stream = OpenFile(file, "rb", error);
+  if (stream == nullptr) return false;
+  const size_t got = std::fread(start, 1, sizeof start, stream);
+  std::fclose(stream);
+  HiveLog log;
+  return got == sizeof start && LoadU32(start) == kHiveSignature && !IsLogFile(file, log);
+}
+
+std::string TextOfPath(const fs::path& path) {
+  const std::u8string text = path.u8string();
+  return {text.begin(), text.end()};
+}
+
+// The hives in a folder and those below it, in the order of their names; links are not followed.
+void AddFolder(const std::string& folder, std::vector<std::string>& files) {
+  std::vector<std::string> found;
+  std::error_code error;
+  fs::recursive_directory_iterator at(FilePath(folder),
+                                      fs::directory_options::skip_permission_denied, error);
+  if (error) Complain("Can not read the folder " + folder);
+  for (; !error && at != fs::recursive_directory_iterator(); at.increment(error)) {
+    std::error_code ignored;
+    if (StopRequested()) return;
+    if (!at->is_regular_file(ignored) || at->is_symlink(ignored)) continue;
+    std::string name = TextOfPath(at->path());
+    if (BeginsAsHive(name)) found.push_back(std::move(name));
+  }
+  if (error && !found.empty()) Complain("Can not read all of the folder " + folder);
+  std::ranges::sort(found);
+  files.insert(files.end(), found.begin(), found.end());
+}
+
+std::vector<std::string> FilesOf(const ConsoleRequest& request, std::string& key) {
+  std::vector<std::string> files;
+  std::vector<std::string> named = request.timeline.files;
+  std::error_code ignored;
+  const bool second = named.size() == 2 && !fs::exists(FilePath(named[1]), ignored) &&
+                      fs::exists(FilePath(named[0]), ignored);
+  if (second) {  // a hive and a key of it
+    key = named[1];
+    named.pop_back();
+  }
+  for (const std::string& name : named) {
+    if (name != "-") {
+      files.push_back(name);
+      continue;
+    }
+    for (std::string line; std::getline(std::cin, line);) {
+      if (!line.empty()) files.push_back(line);
+    }
+  }
+  for (const std::string& folder : request.timeline.folders) AddFolder(folder, files);
+  return files;
+}
+
+// Adds the events of one file. False after a message; the others go on.
+bool AddFile(const ConsoleRequest& request, const std::string& file, bool several,
+             const TimelineOptions& options, Timeline& timeline) {
+  ResetHiveTable();
+  HiveTable& table = TheHiveTable();
+  table.start_offset = request.start_offset;
+  table.end_offset = request.end_offset;
+  table.logs = request.logs;
+  const int slot = OpenHiveAndTell(file);
+  if (slot < 0) return false;
+  HiveImage& hive = HiveOfSlot(slot);
+  KeyTree tree;
+  BuildOptions build;
+  build.disconnected_values = false;
+  build.root_path = request.root_path;
+  build.ask_other_roots = !request.all_roots;
+  build.show_stopped = false;
+  const ImageSummary summary = BuildImageTree(hive, build, tree);
+  if (summary.stopped) return false;
+  if (summary.keys == 0) {
+    Complain(file + " holds no keys");
+    return false;
+  }
+  if (const std::string logs = LogsWords(hive); !logs.empty()) Complain(logs);
+  if (const std::string undone = UndoneWords(hive); !undone.empty()) Complain(undone);
+  TimelineHive about;
+  about.path = file;
+  about.label = several ? file : LeafOf(FilePath(file));
+  NameMachine(hive, tree, about);
+  if (!request.timeline.host.empty()) about.host = request.timeline.host;
+  if (!request.timeline.user.empty()) about.user = request.timeline.user;
+  const bool added = AddToTimeline(timeline, hive, tree, options, std::move(about));
+  if (!added) Complain("No key " + options.key + " in " + file);
+  return added;
+}
+
+void TellCounts(const Timeline& timeline, const TimelineCounts& counts) {
+  uint64_t keys = 0;
+  uint64_t without = counts.without_time;
+  uint64_t freed = 0;
+  for (const TimelineHive& hive : timeline.hives) {
+    keys += hive.keys;
+    freed += hive.freed_keys;
+    without += hive.keys_without;
+  }
+  std::string words = std::to_string(keys) + " keys";
+  if (freed != 0) words += " and " + std::to_string(freed) + " freed keys";
+  const uint64_t others = counts.lines + without - keys - freed;
+  if (others != 0) words += " and " + std::to_string(others) + " other times";
+  words += ": " + std::to_string(counts.lines) + " lines, " + std::to_string(without) +
+           " without a time that has a line";
+  Complain(words);
+}
+
+// "+02:00", "-0330", "UTC".
+bool ReadZone(const std::string& text, int& minutes) {
+  minutes = 0;
+  if (text.empty() || text == "UTC" || text == "Z") return true;
+  const std::string digits = text.size() == 6 ? text.substr(1, 2) + text.substr(4) : text.substr(1);
+  const bool sign = text[0] == '+' || text[0] == '-';
+  const bool colon = text.size() != 6 || text[3] == ':';
+  const bool number = digits.size() == 4 && digits.find_first_not_of("0123456789") == digits.npos;
+  if (!sign || !colon || !number) return false;
+  const int value = std::atoi(digits.c_str());
+  minutes = (value / 100 * 60 + value % 100) * (text[0] == '-' ? -1 : 1);
+  return value / 100 <= 14 && value % 100 < 60;
+}
+
+bool ReadBounds(const ConsoleRequest& request, TimelineOptions& options) {
+  KeyDateTime time;
+  options.bounded = !request.dates.from.empty() || !request.dates.to.empty();
+  if (!request.dates.from.empty()) {
+    if (!ReadKeyDate(request.dates.from, time)) return false;
+    options.from = FileTimeOf(time);
+  }
+  if (request.dates.to.empty()) return true;
+  if (!ReadKeyDate(request.dates.to, time)) return false;
+  options.to = FileTimeOf(time) + 9'999'999;  // all of that second
+  return true;
+}
+
+TimelineForm FormOf(const ConsoleRequest& request) {
+  if (request.timeline.form == "bodyfile") return TimelineForm::kBodyfile;
+  if (request.timeline.form == "tln") return TimelineForm::kTln;
+  if (request.timeline.form == "plaso") return TimelineForm::kPlaso;
+  const bool json =
+      request.timeline.form == "jsonl" ||
+      (request.timeline.form.empty() && request.printing.format == Format::kJsonLines);
+  return json ? TimelineForm::kJsonLines : TimelineForm::kCsv;
+}
+
+}  // namespace
+
+int TimelineCommand(const ConsoleRequest& request) {
+  TimelineOptions options;
+  TimelineLook look;
+  options.freed = request.freed;
+  options.values = request.timeline.values;
+  options.base_block = request.timeline.base_block;
+  options.key = request.key;
+  look.form = FormOf(request);
+  look.safe = request.printing.csv_safe;
+  if (!ReadBounds(request, options) || !ReadZone(request.timeline.zone, look.minutes_east)) {
+    Complain("Times are given as 2012-04-04T01:58:40 or 2012-04-04, zones as +02:00");
+    return kExitUsage;
+  }
+  const std::vector<std::string> files = FilesOf(request, options.key);
+  if (files.empty()) {
+    Complain("No hives");
+    return kExitUnreadable;
+  }
+  for (const std::string& file : files) KeepEvidence(file);
+  if (!MayPrint(request.printing)) return kExitFailed;
+  Timeline timeline;
+  size_t failed = 0;
+  for (const std::string& file : files) {
+    failed += !AddFile(request, file, files.size() > 1, options, timeline);
+    if (StopRequested()) return kExitFailed;
+  }
+  if (failed == files.size()) return kExitUnreadable;
+  ResetHiveTable();
+  SortTimeline(timeline);
+  TimelineCounts counts;
+  const bool written =
+      PrintPieces([&](const TextSink& sink) { return WriteTimeline(timeline, look, sink, counts); },
+                  request.printing);
+  TellCounts(timeline, counts);
+  if (failed != 0)
+    Complain(std::to_string(failed) + " of " + std::to_string(files.size()) +
+             " files could not be read");
+  return written && failed == 0 ? kExitDone : kExitFailed;
+}
+
+}  // namespace hivequarry

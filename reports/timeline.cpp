@@ -1,0 +1,239 @@
+#include "reports/timeline.h"
+
+#include <algorithm>
+#include <tuple>
+
+#include "hive/file_place.h"
+#include "hive/keys.h"
+#include "hive/replaying.h"
+#include "hive/values.h"
+#include "host/case.h"
+#include "host/host.h"
+#include "host/long_operation.h"
+#include "host/number_text.h"
+#include "host/visible_text.h"
+#include "lists/list_rows.h"
+#include "reports/freed_rows.h"
+
+namespace hivequarry {
+namespace {
+
+constexpr const char* kKeyWritten = "key written";
+constexpr size_t kBlock = 1 << 20;  // of texts
+
+// The last component of a path.
+std::string_view LeafOfPath(std::string_view path) {
+  const size_t slash = path.rfind('\\');
+  return slash == path.npos ? path : path.substr(slash + 1);
+}
+
+// Keys whose values a system starts: the time belongs to one of these values, nobody knows which.
+bool IsRunKey(std::string_view path) {
+  const std::string_view leaf = LeafOfPath(path);
+  return EqualIgnoringCase(leaf, "Run") || EqualIgnoringCase(leaf, "RunOnce");
+}
+
+// `"OneDrive", "Ditto"`.
+std::string ValueNames(const HiveImage& hive, uint32_t key) {
+  constexpr size_t kMost = 64;
+  std::vector<uint32_t> values;
+  ReadValuesOfKey(hive, key, hive.length / 4, values);
+  std::string names;
+  for (size_t i = 0; i < std::min(values.size(), kMost); ++i) {
+    const ValueKey value = ReadValueKey(hive, values[i], ValueRead::kName, 0, nullptr);
+    if (value.position == 0) continue;
+    names += (names.empty() ? "\"" : ", \"") + ShownValueName(value.name) + "\"";
+  }
+  if (values.size() > kMost) names += ", and " + std::to_string(values.size() - kMost) + " more";
+  return names;
+}
+
+// The number of the log entry that set a key's time; empty where the file has it so.
+std::string EntryWords(const HiveImage& hive, uint32_t key) {
+  if (!IsReplayed(hive)) return {};
+  const LogOrigin origin = OriginOf(hive, key + kKeyLastWrite, 8);
+  if (!origin.found) return {};
+  return "log entry " + std::to_string(EntryOf(*hive.logs, hive.logs->steps[origin.step]).sequence);
+}
+
+std::string DetailOfKey(const HiveImage& hive, uint32_t key, std::string_view path) {
+  std::string detail = EntryWords(hive, key);
+  if (!IsRunKey(path)) return detail;
+  const std::string names = ValueNames(hive, key);
+  if (names.empty()) return detail;
+  return std::string(LeafOfPath(path)) + ": " + names + (detail.empty() ? "" : "; " + detail);
+}
+
+void AddEvent(Timeline& timeline, const TimelineOptions& options, TimelineEvent event,
+              uint64_t& without) {
+  if (IsInTimes(options, event.time)) {
+    timeline.events.push_back(event);
+  } else {
+    ++without;
+  }
+}
+
+void AddKeys(Timeline& timeline, const HiveImage& hive, const KeyTree& tree, uint32_t item,
+             const TimelineOptions& options) {
+  PathWalker paths(hive, tree);
+  const auto number = static_cast<uint32_t>(timeline.hives.size() - 1);
+  TimelineHive& about = timeline.hives.back();
+  for (uint32_t at = item; at < tree.items[item].end && !StopRequested(); ++at) {
+    if (!IsKeyItem(tree, at)) continue;
+    ++about.keys;
+    if (!HasKeyCell(tree, at)) {
+      ++about.keys_without;
+      continue;
+    }
+    const uint32_t position = tree.items[at].position;
+    TimelineEvent event;
+    event.time = ReadU64(hive, position + kKeyLastWrite);
+    const bool wanted = IsInTimes(options, event.time);
+    if (!wanted && !options.values) {
+      ++about.keys_without;
+      continue;
+    }
+    event.offset = PlaceOf(hive, position);
+    event.hive = number;
+    event.values = ReadU32(hive, position + kKeyValueCount);
+    event.state = tree.items[at].connected ? TimelineState::kLive : TimelineState::kRecovered;
+    event.event = kKeyWritten;
+    event.key = KeepText(timeline, paths.PathOf(at));
+    event.detail = KeepText(timeline, DetailOfKey(hive, position, event.key));
+    AddEvent(timeline, options, event, about.keys_without);
+    if (options.values) AddValueTimes(timeline, hive, tree, at, options, event);
+  }
+}
+
+void AddFreedKeys(Timeline& timeline, const HiveImage& hive, const KeyTree& tree, uint32_t item,
+                  const TimelineOptions& options) {
+  FreedSource from(hive, tree);
+  TimelineHive& about = timeline.hives.back();
+  for (const FreedKey& key : from.records.keys) {
+    if (StopRequested()) return;
+    if (!IsFreedBelow(tree, from.records, key.position, item)) continue;
+    TimelineEvent event;
+    event.time = ReadU64(hive, key.position + kKeyLastWrite);
+    if (!IsInTimes(options, event.time)) continue;
+    event.offset = PlaceOf(hive, key.position);
+    event.hive = static_cast<uint32_t>(timeline.hives.size() - 1);
+    event.values = key.values;
+    event.state = TimelineState::kFreed;
+    event.event = kKeyWritten;
+    event.key = KeepText(timeline, from.paths.PathOf(key.position));
+    event.detail = KeepText(timeline, FreedPlaceWords(key));
+    timeline.events.push_back(event);
+    ++about.freed_keys;
+  }
+}
+
+// Of the file, before its logs.
+ByteView BaseBlockBytes(const HiveImage& hive) {
+  return IsReplayed(hive) ? hive.logs->before_bytes() : ImageBytes(hive);
+}
+
+void AddBaseTimes(Timeline& timeline, const HiveImage& hive, const TimelineOptions& options) {
+  constexpr uint32_t kOfflineMark = 0x6752664F;  // "OfRg"
+  constexpr uint32_t kOfflineMarks[] = {168, 176};
+  constexpr uint32_t kOfflineTime = 512;
+  const ByteView bytes = BaseBlockBytes(hive);
+  if (ReadU32(bytes, 0) != kHiveSignature) return;
+  const auto add = [&](const char* what, uint64_t time, uint32_t offset, std::string_view detail) {
+    if (time == 0 || !IsInTimes(options, time)) return;
+    TimelineEvent event;
+    event.time = time;
+    event.offset = offset;
+    event.hive = static_cast<uint32_t>(timeline.hives.size() - 1);
+    event.event = what;
+    event.detail = detail;
+    timeline.events.push_back(event);
+  };
+  add("hive written", ReadU64(bytes, kBaseLastWrite), kBaseLastWrite, "");
+  const uint64_t reorganised = ReadU64(bytes, kBaseReorganised);
+  bool offline = false;
+  for (const uint32_t at : kOfflineMarks) offline |= ReadU32(bytes, at) == kOfflineMark;
+  if (!offline) {
+    // An order to do so at the next start has no time beside it.
+    constexpr const char* kDone[] = {"", "defragmented", "access bits cleared", ""};
+    add("hive reorganised", reorganised & ~uint64_t{3}, kBaseReorganised, kDone[reorganised & 3]);
+  } else {
+    add("hive made offline", ReadU64(bytes, kOfflineTime), kOfflineTime, "");
+  }
+  if (ReadU32(bytes, kBaseBlockSize) == kBinSignature) {
+    add("first block written", ReadU64(bytes, kBaseBlockSize + kBinTime), kBaseBlockSize + kBinTime,
+        "");
+  }
+}
+
+// "NAME" of "...\Users\NAME\NTUSER.DAT", as the base block stores the end of the path.
+std::string UserOfStoredName(const HiveImage& hive) {
+  const std::string name = TextOfWide(ReadBaseBlock(BaseBlockBytes(hive)).file_name);
+  constexpr std::string_view kFile = "\\ntuser.dat";
+  if (!EndsIgnoringCase(name, kFile)) return {};
+  const std::string_view folder = std::string_view(name).substr(0, name.size() - kFile.size());
+  const size_t slash = folder.rfind('\\');
+  if (slash == folder.npos) return {};
+  const std::string_view above = folder.substr(0, slash);
+  const bool profile =
+      EndsIgnoringCase(above, "\\users") || EndsIgnoringCase(above, "\\documents and settings");
+  return profile ? std::string(folder.substr(slash + 1)) : std::string();
+}
+
+}  // namespace
+
+std::string_view KeepText(Timeline& timeline, std::string_view text) {
+  if (text.empty()) return {};
+  std::deque<std::string>& texts = timeline.texts;
+  if (texts.empty() || texts.back().capacity() - texts.back().size() < text.size()) {
+    texts.emplace_back().reserve(std::max(kBlock, text.size()));
+  }
+  std::string& block = texts.back();
+  const size_t at = block.size();
+  block += text;
+  return std::string_view(block).substr(at);
+}
+
+bool AddToTimeline(Timeline& timeline, const HiveImage& hive, const KeyTree& tree,
+                   const TimelineOptions& options, TimelineHive about) {
+  const uint32_t item = options.key.empty() ? 0 : FindItemByPath(hive, tree, options.key);
+  if (item == kNoItem || tree.items.empty()) return false;
+  timeline.hives.push_back(std::move(about));
+  AddKeys(timeline, hive, tree, item, options);
+  if (options.freed) AddFreedKeys(timeline, hive, tree, item, options);
+  if (options.base_block && options.key.empty()) AddBaseTimes(timeline, hive, options);
+  return true;
+}
+
+void SortTimeline(Timeline& timeline) {
+  std::ranges::stable_sort(timeline.events, [](const TimelineEvent& a, const TimelineEvent& b) {
+    return std::tie(a.time, a.hive, a.offset) < std::tie(b.time, b.hive, b.offset);
+  });
+}
+
+void NameMachine(const HiveImage& hive, const KeyTree& tree, TimelineHive& about) {
+  constexpr const char* kNameKeys[] = {"\\ControlSet001\\Control\\ComputerName\\ComputerName",
+                                       "\\ControlSet002\\Control\\ComputerName\\ComputerName",
+                                       "\\ControlSet003\\Control\\ComputerName\\ComputerName"};
+  for (const char* path : kNameKeys) {
+    const uint32_t item = FindItemByPath(hive, tree, path);
+    if (item == kNoItem || !HasKeyCell(tree, item)) continue;
+    std::vector<uint32_t> values;
+    ReadValuesOfKey(hive, tree.items[item].position, 64, values);
+    for (const uint32_t position : values) {
+      std::vector<uint8_t> data;
+      const ValueKey value = ReadShownValue(hive, position, data);
+      if (value.status != ValueStatus::kRead || !EqualIgnoringCase(value.name, "ComputerName")) {
+        continue;
+      }
+      std::u16string name;
+      for (size_t i = 0; i + 1 < data.size() && LoadU16(data.data() + i) != 0; i += 2) {
+        name.push_back(LoadU16(data.data() + i));
+      }
+      if (about.host.empty()) about.host = TextOfWide(name);
+    }
+    if (!about.host.empty()) break;
+  }
+  about.user = UserOfStoredName(hive);
+}
+
+}  // namespace hivequarry

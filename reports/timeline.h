@@ -1,0 +1,94 @@
+// What happened when, by the hives of a machine: the last writes of keys, and on request freed
+// keys, the times that base blocks hold and those in values. Events of several hives are put
+// together and sorted by time, then by hive and offset. Nothing is dropped in silence: each hive
+// counts its keys, and those that have no time.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <deque>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "hive/key_tree.h"
+#include "lists/list_writers.h"
+
+namespace hivequarry {
+
+enum class TimelineState : uint8_t { kLive, kRecovered, kFreed };
+
+struct TimelineEvent {
+  uint64_t time = 0;  // FILETIME, whatever it is
+  uint32_t offset =
+      0;              // of the key's or value's cell, as the file counts from where the hive begins
+  uint32_t hive = 0;  // number in Timeline::hives
+  uint32_t values = 0;  // of the key
+  TimelineState state = TimelineState::kLive;
+  const char* event = "";   // "key written": constant
+  std::string_view key;     // displayed path
+  std::string_view value;   // name of the value that holds the time
+  std::string_view detail;  // further words, UTF-8
+};
+
+struct TimelineHive {
+  std::string path;   // as given, UTF-8
+  std::string label;  // in brackets before names
+  std::string host;
+  std::string user;
+  uint64_t keys = 0;          // live and recovered
+  uint64_t keys_without = 0;  // without a time: made, or outside the times asked for
+  uint64_t freed_keys = 0;    // with a time, if they were asked for
+};
+
+struct Timeline {
+  std::vector<TimelineHive> hives;
+  std::vector<TimelineEvent> events;
+  std::deque<std::string> texts;  // what the events' views lead to
+};
+
+struct TimelineOptions {
+  bool freed = false;
+  bool values = false;      // times in values
+  bool base_block = false;  // times of the base block
+  std::string key;          // only this branch: a path, empty for all
+  bool bounded = false;     // by these, FILETIME, both included
+  uint64_t from = 0;
+  uint64_t to = UINT64_MAX;
+};
+
+// Adds the events of a loaded hive; the hive may be closed afterwards. False where there is no key
+// of that path.
+bool AddToTimeline(Timeline& timeline, const HiveImage& hive, const KeyTree& tree,
+                   const TimelineOptions& options, TimelineHive about);
+void SortTimeline(Timeline& timeline);
+// Host and user that the hive itself names; empty where it does not.
+void NameMachine(const HiveImage& hive, const KeyTree& tree, TimelineHive& about);
+
+enum class TimelineForm : uint8_t { kBodyfile, kTln, kCsv, kJsonLines, kPlaso };
+struct TimelineLook {
+  TimelineForm form = TimelineForm::kCsv;
+  int minutes_east = 0;  // of UTC; times as seconds are always UTC
+  bool safe = false;     // no cell of CSV begins a formula
+};
+// What became of the events.
+struct TimelineCounts {
+  uint64_t lines = 0;
+  uint64_t without_time = 0;  // no line: before 1970 or after 2100, in the forms that count seconds
+};
+// False when the sink refused or the user stopped.
+bool WriteTimeline(const Timeline& timeline, const TimelineLook& look, const TextSink& sink,
+                   TimelineCounts& counts);
+
+// --- for the parts -------------------------------------------------------------------------------
+
+// A copy of the text that lives as long as the timeline.
+std::string_view KeepText(Timeline& timeline, std::string_view text);
+// Adds the times that the values of a key hold (timeline_values.cpp).
+void AddValueTimes(Timeline& timeline, const HiveImage& hive, const KeyTree& tree, uint32_t item,
+                   const TimelineOptions& options, const TimelineEvent& key);
+inline bool IsInTimes(const TimelineOptions& options, uint64_t time) {
+  return !options.bounded || (time >= options.from && time <= options.to);
+}
+
+}  // namespace hivequarry

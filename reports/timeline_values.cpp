@@ -1,0 +1,95 @@
+// Times that values hold, by the names of their keys and their own.
+#include <algorithm>
+
+#include "hive/file_place.h"
+#include "hive/values.h"
+#include "host/case.h"
+#include "host/visible_text.h"
+#include "reports/timeline.h"
+
+namespace hivequarry {
+namespace {
+
+enum class TimeForm : uint8_t {
+  kFileTime,  // 64 bits
+  kSeconds,   // 32 bits, since 1970
+  kRunCount,  // of a program's counts: a FILETIME at a place that the length tells
+};
+
+struct ValueTime {
+  const char* key;    // the end of the key's path; nullptr for any
+  const char* value;  // name; nullptr for any
+  TimeForm form;
+  const char* event;
+};
+
+constexpr ValueTime kTimes[] = {
+    {"\\Control\\Windows", "ShutdownTime", TimeForm::kFileTime, "shut down"},
+    {"\\Windows NT\\CurrentVersion", "InstallDate", TimeForm::kSeconds, "installed"},
+    {"\\Windows NT\\CurrentVersion", "InstallTime", TimeForm::kFileTime, "installed"},
+    {"\\Count", nullptr, TimeForm::kRunCount, "run"},
+    {"\\{83da6326-97a6-4088-9453-a1923f573b29}\\0064", "", TimeForm::kFileTime, "device installed"},
+    {"\\{83da6326-97a6-4088-9453-a1923f573b29}\\0065", "", TimeForm::kFileTime,
+     "device first installed"},
+    {"\\{83da6326-97a6-4088-9453-a1923f573b29}\\0066", "", TimeForm::kFileTime, "connected"},
+    {"\\{83da6326-97a6-4088-9453-a1923f573b29}\\0067", "", TimeForm::kFileTime, "removed"},
+};
+
+constexpr uint64_t kUnixEpoch = 116444736000000000;  // FILETIME
+
+bool IsCountKey(std::string_view path) {
+  return EndsIgnoringCase(path, "\\Count") &&
+         CapitalsOfText(path).find("\\USERASSIST\\") != std::string::npos;
+}
+
+// 0 for no time.
+uint64_t TimeIn(TimeForm form, const std::vector<uint8_t>& data) {
+  if (form == TimeForm::kSeconds) {
+    return data.size() == 4 ? kUnixEpoch + uint64_t{LoadU32(data.data())} * 10'000'000 : 0;
+  }
+  if (form == TimeForm::kFileTime) return data.size() == 8 ? LoadU64(data.data()) : 0;
+  if (data.size() == 72) return LoadU64(data.data() + 60);
+  return data.size() == 16 ? LoadU64(data.data() + 8) : 0;
+}
+
+// The names of counts are ciphered letter by letter.
+std::string Deciphered(std::string_view name) {
+  std::string text(name);
+  for (char& c : text) {
+    if (c >= 'a' && c <= 'z') c = static_cast<char>('a' + (c - 'a' + 13) % 26);
+    if (c >= 'A' && c <= 'Z') c = static_cast<char>('A' + (c - 'A' + 13) % 26);
+  }
+  return text;
+}
+
+}  // namespace
+
+void AddValueTimes(Timeline& timeline, const HiveImage& hive, const KeyTree& tree, uint32_t item,
+                   const TimelineOptions& options, const TimelineEvent& key) {
+  const bool any = std::ranges::any_of(
+      kTimes, [&key](const ValueTime& time) { return EndsIgnoringCase(key.key, time.key); });
+  if (!any || (EndsIgnoringCase(key.key, "\\Count") && !IsCountKey(key.key))) return;
+  std::vector<uint32_t> values;
+  ReadValuesOfKey(hive, tree.items[item].position, hive.length / 4, values);
+  for (const uint32_t position : values) {
+    std::vector<uint8_t> data;
+    const ValueKey value = ReadShownValue(hive, position, data);
+    if (value.status != ValueStatus::kRead) continue;
+    for (const ValueTime& time : kTimes) {
+      const bool named = time.value == nullptr || EqualIgnoringCase(value.name, time.value);
+      if (!named || !EndsIgnoringCase(key.key, time.key)) continue;
+      const uint64_t at = TimeIn(time.form, data);
+      if (at == 0 || !IsInTimes(options, at)) continue;
+      TimelineEvent event = key;
+      event.time = at;
+      event.offset = PlaceOf(hive, position);
+      event.event = time.event;
+      const std::string name = ShownValueName(value.name);
+      event.value = KeepText(timeline, name);
+      event.detail = time.form == TimeForm::kRunCount ? KeepText(timeline, Deciphered(name)) : "";
+      timeline.events.push_back(event);
+    }
+  }
+}
+
+}  // namespace hivequarry

@@ -1,0 +1,181 @@
+// Timelines: forms, order, states and counts; and what is known of real hives.
+#include "reports/timeline.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <set>
+
+#include "hive/timestamp.h"
+#include "tests/support/corpus.h"
+#include "tests/support/logged_hive.h"
+#include "tests/support/opened_hive.h"
+#include "tests/support/texts.h"
+
+namespace hivequarry::testing {
+namespace {
+
+constexpr uint64_t kTime = 129779783208392499;  // 2012-04-04T01:58:40.8392499Z
+
+std::string Written(const Timeline& timeline, TimelineForm form, TimelineCounts& counts,
+                    int minutes_east = 0) {
+  std::string text;
+  const auto sink = [&text](std::string_view piece) { return text += piece, true; };
+  EXPECT_TRUE(WriteTimeline(timeline, {form, minutes_east}, sink, counts));
+  return text;
+}
+std::string Written(const Timeline& timeline, TimelineForm form) {
+  TimelineCounts counts;
+  return Written(timeline, form, counts);
+}
+
+Timeline TimelineOf(OpenedHive& opened, const TimelineOptions& options = {}) {
+  Timeline timeline;
+  EXPECT_TRUE(AddToTimeline(timeline, opened.hive, opened.tree, options,
+                            {"cases/H", "H", "PC", "", 0, 0, 0}));
+  SortTimeline(timeline);
+  return timeline;
+}
+
+TEST(TimelineTest, Forms) {
+  HiveBuilder builder;
+  builder.Root().Time(kTime + 10'000'000);
+  builder.Key("A|b\n").Time(kTime).Dword("x", 1).Dword("y", 2);
+  builder.Key("Run").Time(kTime + 5).Sz("OneDrive", "o").Sz("Di,tto", "d");
+  builder.Key("Zero").Time(0);
+  BuiltHive built = builder.Build();
+  OpenedHive opened(built);
+  const Timeline timeline = TimelineOf(opened);
+  TimelineCounts counts;
+  const auto position = [&](const char* path) { return std::to_string(built.PositionOf(path)); };
+  EXPECT_EQ(Written(timeline, TimelineForm::kBodyfile, counts),
+            "0|[H] ROOT\\A%7Cb\\x0A|" + position("A|b\n") +
+                "|r/rrw-rw-rw-|0|0|2|0|1333504720|0|0\n"
+                "0|[H] ROOT\\Run: \"OneDrive\", \"Di,tto\"|" +
+                position("Run") +
+                "|r/rrw-rw-rw-|0|0|2|0|1333504720|0|0\n"
+                "0|[H] ROOT|4128|r/rrw-rw-rw-|0|0|0|0|1333504721|0|0\n");
+  EXPECT_EQ(counts.lines, 3u);
+  EXPECT_EQ(counts.without_time, 1u);
+  EXPECT_EQ(timeline.hives[0].keys, 4u);
+  const std::string tln = Written(timeline, TimelineForm::kTln);
+  EXPECT_TRUE(tln.starts_with("1333504720|REG|PC||[H] ROOT\\A%7Cb\\x0A\n")) << tln;
+  const std::string csv = Written(timeline, TimelineForm::kCsv, counts, 120);
+  EXPECT_EQ(counts.lines, 4u);
+  EXPECT_TRUE(
+      csv.starts_with("time,event,hive,key,value,detail,state,offset,filetime\r\n"
+                      ",key written,cases/H,ROOT\\Zero,,,live,"))
+      << csv;
+  EXPECT_NE(csv.find("2012-04-04T03:58:40.8392504+02:00,key written,cases/H,ROOT\\Run,,\"Run: "
+                     "\"\"OneDrive\"\", \"\"Di,tto\"\"\",live,"),
+            std::string::npos)
+      << csv;
+  const std::string json = Written(timeline, TimelineForm::kJsonLines);
+  EXPECT_NE(json.find("{\"datetime\":\"2012-04-04T01:58:40.8392499Z\",\"timestamp_desc\":\"key "
+                      "written\",\"message\":\"key written: ROOT\\\\A|b\\\\u{A}\","),
+            std::string::npos)
+      << json;
+  const std::string plaso = Written(timeline, TimelineForm::kPlaso);
+  EXPECT_NE(plaso.find("\r\n04/04/2012,01:58:40,UTC,M...,REG,Registry key,key written,,PC,"),
+            std::string::npos)
+      << plaso;
+}
+
+TEST(TimelineTest, ValuesBoundsAndBaseBlock) {
+  HiveBuilder builder;
+  Bytes time(8);
+  PutU64(time, 0, kTime);
+  builder.Key("Control\\Windows").Time(kTime - 1).Value("ShutdownTime", 3, time);
+  builder.Key("Control\\Other").Time(kTime + 99'000'000).Value("ShutdownTime", 3, time);
+  OpenedHive opened(builder.Build());
+  TimelineOptions options;
+  options.values = true;
+  options.base_block = true;
+  options.bounded = true;
+  options.from = kTime;
+  options.to = kTime + 100'000'000;
+  const Timeline timeline = TimelineOf(opened, options);
+  ASSERT_EQ(timeline.events.size(), 2u);
+  EXPECT_STREQ(timeline.events[0].event, "shut down");
+  EXPECT_EQ(timeline.events[0].value, "ShutdownTime");
+  EXPECT_EQ(timeline.events[1].key, "ROOT\\Control\\Other");
+  EXPECT_EQ(timeline.hives[0].keys, timeline.hives[0].keys_without + 1);
+  options.bounded = false;
+  options.key = "\\Control\\Other";
+  EXPECT_EQ(TimelineOf(opened, options).events.size(), 1u);
+  options.key.clear();
+  const Timeline all = TimelineOf(opened, options);
+  EXPECT_TRUE(std::ranges::any_of(all.events, [](const TimelineEvent& event) {
+    return std::string_view(event.event) == "hive written";
+  }));
+}
+
+TEST(TimelineTest, EntriesOfLogsAreNamed) {
+  LoggedHive hive(MakeLogStory().files);
+  Timeline timeline;
+  ASSERT_TRUE(AddToTimeline(timeline, hive.hive(), hive.tree(), {}, {}));
+  EXPECT_TRUE(std::ranges::any_of(timeline.events, [](const TimelineEvent& event) {
+    return event.detail == "log entry 10" || event.detail == "log entry 11";
+  }));
+}
+
+struct KnownHive {
+  const char* name;
+  size_t live;
+  size_t recovered;
+  size_t freed;
+  const char* first;  // of the live ones
+  const char* last;
+  size_t times;  // distinct ones of these
+};
+
+TEST(TimelineCorpus, KnownHives) {
+  if (!HasCorpus()) GTEST_SKIP() << "real hives are not tested: none in " << CorpusFolder();
+  constexpr KnownHive kKnown[] = {
+      {"SYSTEM", 30756, 0, 0, "2001-11-21T17:39:40.7896288Z", "2012-04-07T13:05:11.1834001Z", 2110},
+      {"NTUSER.DAT", 1812, 103, 0, "2012-04-03T21:19:54.7332155Z", "2021-11-18T14:00:44.1804672Z",
+       477},
+      {"win7_ntuser.dat", 4841, 0, 0, "2013-09-17T20:05:49.6957966Z",
+       "2015-02-26T20:13:19.2838379Z", 1259},
+      {"UsrClass.dat", 6205, 0, 0, "2018-03-27T09:18:58.9266495Z", "2018-04-06T07:24:28.7256923Z",
+       1113},
+      {"BCD", 66, 0, 25, "2005-10-06T15:35:07.2139651Z", "2011-11-10T01:02:10.0371085Z", 4},
+      {"DeletedTreeHive", 3, 0, 4, "2017-03-20T21:21:22.7581997Z", "2017-03-20T21:21:35.3072285Z",
+       3},
+      {"ManySubkeysHive", 5003, 0, 1, "2017-03-04T14:50:13.0833872Z",
+       "2017-03-04T14:51:06.2399456Z", 44}};
+  for (const KnownHive& known : kKnown) {
+    SCOPED_TRACE(known.name);
+    HostRecorder host;
+    ResetHiveTable();
+    TheHiveTable().logs.mode = LogMode::kNone;
+    const int slot = OpenHive(CorpusFile(known.name));
+    ASSERT_GT(slot, 0);
+    KeyTree tree;
+    BuildImageTree(HiveOfSlot(slot), BuildOptions(), tree);
+    Timeline timeline;
+    TimelineOptions options;
+    options.freed = known.freed != 0;
+    ASSERT_TRUE(AddToTimeline(timeline, HiveOfSlot(slot), tree, options, {}));
+    SortTimeline(timeline);
+    std::set<uint64_t> times;
+    size_t states[3] = {};
+    std::vector<uint64_t> live;
+    for (const TimelineEvent& event : timeline.events) {
+      ++states[static_cast<size_t>(event.state)];
+      if (event.state != TimelineState::kLive) continue;
+      live.push_back(event.time);
+      times.insert(event.time);
+    }
+    EXPECT_EQ(states[0], known.live);
+    EXPECT_EQ(states[1], known.recovered);
+    EXPECT_EQ(states[2], known.freed);
+    EXPECT_EQ(FormatIso8601(live.front()), known.first);
+    EXPECT_EQ(FormatIso8601(live.back()), known.last);
+    EXPECT_EQ(times.size(), known.times);
+    ResetHiveTable();
+  }
+}
+
+}  // namespace
+}  // namespace hivequarry::testing
