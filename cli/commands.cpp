@@ -18,6 +18,7 @@
 #include "reports/file_pieces.h"
 #include "reports/freed_lists.h"
 #include "reports/hive_lists.h"
+#include "reports/hive_state.h"
 #include "reports/log_lists.h"
 #include "reports/log_records.h"
 
@@ -65,6 +66,12 @@ bool TellOfChosenLogs(const ConsoleRequest& request, const HiveImage& hive) {
   return readable;
 }
 
+std::shared_ptr<const ListHead> HeadOf(const HiveImage& hive) {
+  auto head = std::make_shared<ListHead>();
+  SetLines(*head, HiveHeadLines(hive, HiveHashes()));
+  return head;
+}
+
 // Opens the request's hive, lets the command print from it, and says so when it is no hive at all.
 // `failed` is the status of a lack of memory, before the hive is open and afterwards.
 int WithHive(const ConsoleRequest& request, const CommandRow& command, int& failed) {
@@ -92,6 +99,9 @@ int WithHive(const ConsoleRequest& request, const CommandRow& command, int& fail
   if (!layers.empty()) Complain(layers);
   ConsoleRequest about_hive = request;
   about_hive.printing.hive = opened.hive;
+  // A list that is kept says what it was made of; one that goes on to another program need not.
+  const bool head = !request.printing.file.empty() || !request.console.quiet;
+  if (head) about_hive.head = HeadOf(*opened.hive);
   int status = command.with_hive(about_hive, opened);
   if (status == kExitDone && request.strict && LacksLogs(*opened.hive)) status = kExitDirty;
   const bool invalid =
@@ -191,9 +201,7 @@ int Convert(const ConsoleRequest& request) {
     Complain(request.hive + " is no Report List");
     return kExitFailed;
   }
-  const OutputListPtr list = MakeOutputList(head.kind);
-  SetColumns(*list, head.columns);
-  if (!head.title.empty()) SetListTitle(*list, head.title);
+  const OutputListPtr list = MakeListOfHead(head);
   if (ReadReportRows(request.hive, *list) != ReportRead::kDone) {
     Complain(request.hive + " has no rows that can be read");
     return kExitFailed;
@@ -237,7 +245,8 @@ bool ParsePosition(std::string_view text, uint32_t& position) {
   return error == std::errc() && last == end;
 }
 
-int Print(const ConsoleRequest& request, const OutputList& list) {
+int Print(const ConsoleRequest& request, OutputList& list) {
+  if (ListHeadOf(list) == nullptr) SetListHead(list, request.head);
   return PrintList(list, request.printing) ? kExitDone : kExitFailed;
 }
 

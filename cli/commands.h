@@ -3,11 +3,13 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <vector>
 
 #include "cli/console_host.h"
 #include "cli/print_list.h"
+#include "lists/list_head.h"
 #include "replay/replay_plan.h"
 #include "reports/check_list.h"
 #include "reports/hive_lists.h"
@@ -86,6 +88,7 @@ struct ConsoleRequest {
   SecurityRequest security;
   std::string report;  // which special report
   ConsoleOptions console;
+  std::shared_ptr<const ListHead> head = nullptr;  // of lists made of the hive
 };
 
 // Runs the command of that name; returns an exit status, kExitUsage for an unknown name.

@@ -23,7 +23,7 @@ bool ParsePosition(std::string_view text, uint32_t& position);
 // The item that the request's key names; the root without one. False after a message.
 bool FindKey(const ConsoleRequest& request, const OpenedHive& opened, uint32_t& item);
 // Prints as the request wants it; an exit status.
-int Print(const ConsoleRequest& request, const OutputList& list);
+int Print(const ConsoleRequest& request, OutputList& list);
 
 // Commands that find something (find_commands.cpp); each returns an exit status.
 int SearchCommand(const ConsoleRequest& request, OpenedHive& opened);

@@ -270,8 +270,10 @@ constexpr ListKindInfo kKinds[] = {
     {kListLocalGroups, "Local groups", kLocalGroups},
     OfFreed(kListFreedKeys, kFreedKeys, "Freed Keys"),
     OfFreed(kListFreedValues, kFreedValues, "Freed Values"),
-    {kListLogs, "Log entries", kLogs},
-    {kListLogChanges, "Changes by log entries", kLogChanges},
+    {kListLogs, "Log entries", kLogs, WindowFamily::kOther, ListHelp::kOutputLists, RowLeads::kItem,
+     ListAbout::kLogs},
+    {kListLogChanges, "Changes by log entries", kLogChanges, WindowFamily::kOther,
+     ListHelp::kOutputLists, RowLeads::kItem, ListAbout::kLogs},
     {kListLogRecords, "Records in pages of logs", kLogRecords},
     {kListCheck, "Structure", kCheck, WindowFamily::kOther, ListHelp::kCheck, RowLeads::kField,
      ListAbout::kRecord},
@@ -304,8 +306,9 @@ constexpr bool SortsFit() {
 }
 static_assert(SortsFit(), "a column of dates sorts otherwise, or another column as dates");
 
-constexpr KindColumn kFurther[] = {Position(kFileOffsetTitle, 4), Text(kDetailsTitle, 5, 1), kPlace,
-                                   Text(kStateTitle, 4), Number(kAccessTitle, 2)};
+constexpr KindColumn kFurther[] = {
+    Position(kFileOffsetTitle, 4), Text(kDetailsTitle, 5, 1), kPlace,
+    Text(kStateTitle, 4),          Number(kAccessTitle, 2),   Text(kRemovedByTitle, 5, 1)};
 constexpr KindColumn kUnknownColumn = {""};
 constexpr ListKindInfo kUnknownKind = {0, kOther, {}};
 
@@ -321,6 +324,13 @@ const ListKindInfo& FindListKind(int kind) {
 bool IsListAbout(ListAbout about, int kind) {
   const auto set = static_cast<uint8_t>(FindListKind(kind).about);
   return about == ListAbout::kAnything || (set & static_cast<uint8_t>(about)) != 0;
+}
+
+bool IsOfHive(int kind) {
+  constexpr int kOthers[] = {kListLiveSearch, kListLiveKeyFiles,  kListLiveUninstall,
+                             kListLiveFiles,  kListLiveCountKeys, kListErrors,
+                             kListLocalGroups};
+  return std::ranges::count(kOthers, kind) == 0;
 }
 
 CellHolds HoldsOf(const ListKindInfo& info, int column) {

@@ -146,6 +146,7 @@ enum class ListAbout : uint8_t {
   kKeys = 16,      // keys found in a hive
   kRecord = 32,    // the fields of a record
   kCompared = 64,  // differences from the registry
+  kLogs = 128,     // entries of logs, or what these did
 };
 constexpr ListAbout operator|(ListAbout a, ListAbout b) {
   return static_cast<ListAbout>(static_cast<uint8_t>(a) | static_cast<uint8_t>(b));
@@ -167,6 +168,8 @@ std::span<const ListKindInfo> AllListKinds();
 
 // True when a kind is about one of these things; every kind is about anything.
 bool IsListAbout(ListAbout about, int kind);
+// False for lists of the live registry, and of what went wrong with it.
+bool IsOfHive(int kind);
 // What the cells of a column hold in lists of a kind; text after the kind's own columns.
 CellHolds HoldsOf(const ListKindInfo& info, int column);
 
@@ -175,6 +178,7 @@ inline constexpr const char* kFileOffsetTitle = "File Offset";
 inline constexpr const char* kDetailsTitle = "Details";
 inline constexpr const char* kPlaceTitle = "Place";
 inline constexpr const char* kStateTitle = "State";
+inline constexpr const char* kRemovedByTitle = "Removed By";
 inline constexpr const char* kAccessTitle = "Access";
 // The record of such a column; for any other title that of a column of which nothing is known.
 const KindColumn& FurtherColumn(std::string_view title);

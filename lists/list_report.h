@@ -43,9 +43,12 @@ struct ReportHead {
   std::string title;                 // as stored, may be empty
   std::vector<std::string> columns;  // header texts; empty: the file is no Report List
   std::vector<int> widths;           // of each column; below 60 or not stored: 160
+  std::vector<std::string> lines;    // of the list's head; none in files of before it was kept
 };
 // kNoReport: the file's head names no columns; its rows can't be found.
 enum class ReportRead { kDone, kNoReport, kCannotOpen };
+// A list without rows that the head describes.
+OutputListPtr MakeListOfHead(const ReportHead& head);
 // Messages are the caller's business ("%s %s !" with "Could Not Open or Create File").
 ReportRead ReadReportHead(const std::string& file, ReportHead& head);
 // Adds the file's rows to `list`, which has the head's kind and columns, numbered rows off. A row

@@ -59,6 +59,15 @@ void WriteTextRow(const ListShape& shape, const std::vector<std::string>& labels
   out += "\r\n";
 }
 
+void WriteHead(const OutputList& list, bool visible, std::string& out) {
+  const std::vector<std::string> lines = HeadLinesOf(list);
+  for (const std::string& line : lines) {
+    AppendText(line, CellHolds::kText, visible, out);
+    out += "\r\n";
+  }
+  if (!lines.empty()) out += "\r\n";
+}
+
 void WriteAboutList(const OutputList& list, uint32_t rows, bool visible, std::string& out) {
   if (!ListSubtitle(list).empty()) {
     AppendText(ListSubtitle(list), CellHolds::kText, visible, out);
@@ -68,6 +77,10 @@ void WriteAboutList(const OutputList& list, uint32_t rows, bool visible, std::st
 }
 
 }  // namespace
+
+std::vector<std::string> HeadLinesOf(const OutputList& list) {
+  return ListHeadOf(list) == nullptr ? std::vector<std::string>() : LinesOf(*ListHeadOf(list));
+}
 
 uint32_t WrittenCount(const OutputList& list, const WrittenRows& which) {
   return which.listed ? static_cast<uint32_t>(which.rows.size()) : RowCount(list);
@@ -83,6 +96,7 @@ bool WriteListText(const OutputList& list, const WrittenRows& which, const TextS
   if (shape.columns == 0 || count == 0) return true;
   const std::vector<std::string> labels = TextLabels(list, false);
   ListOutput out{sink, {}};
+  if (!which.selection || which.head) WriteHead(list, false, out.buffer);
   if (!which.selection) WriteAboutList(list, count, false, out.buffer);
   return WriteInPieces(out, count, [&](uint32_t place) {
     WriteTextRow(shape, labels, WrittenRow(which, place), false, out.buffer);
@@ -95,6 +109,7 @@ bool WriteListVisible(const OutputList& list, const TextSink& sink) {
   if (shape.columns == 0 || shape.rows == 0) return true;
   const std::vector<std::string> labels = TextLabels(list, true);
   ListOutput out{sink, {}};
+  WriteHead(list, true, out.buffer);
   WriteAboutList(list, shape.rows, true, out.buffer);
   return WriteInPieces(out, shape.rows,
                        [&](uint32_t row) { WriteTextRow(shape, labels, row, true, out.buffer); });

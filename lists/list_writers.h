@@ -7,11 +7,15 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "hive/image.h"
 #include "lists/output_list.h"
 
 namespace hivequarry {
+
+// The lines of a list's head; none for one without.
+std::vector<std::string> HeadLinesOf(const OutputList& list);
 
 // Takes the next piece of output; false ends the writing.
 using TextSink = std::function<bool(std::string_view)>;
@@ -21,6 +25,7 @@ struct WrittenRows {
   std::span<const uint32_t> rows = {};  // numbers of rows; looked at only when `listed`
   bool listed = false;                  // false: every row, as they were added
   bool selection = false;               // a part of the list: no lines about the whole of it
+  bool head = false;                    // its head all the same, where it is kept
 };
 // How many rows that are, and the row at a place among them (below the count).
 uint32_t WrittenCount(const OutputList& list, const WrittenRows& which);

@@ -48,6 +48,7 @@ struct OutputList {
   std::string title;
   std::string subtitle;
   std::string source;
+  std::shared_ptr<const ListHead> head;
   RowNumbers numbers = RowNumbers::kNone;
   std::vector<std::string> columns;
   std::array<std::unique_ptr<const char*[]>, kBlockCount> rows;
@@ -152,6 +153,10 @@ void SetListSubtitle(OutputList& list, std::string subtitle) {
 }
 const std::string& ListSource(const OutputList& list) { return list.source; }
 void SetListSource(OutputList& list, std::string file) { list.source = std::move(file); }
+const std::shared_ptr<const ListHead>& ListHeadOf(const OutputList& list) { return list.head; }
+void SetListHead(OutputList& list, std::shared_ptr<const ListHead> head) {
+  list.head = std::move(head);
+}
 int ColumnCount(const OutputList& list) { return static_cast<int>(list.columns.size()); }
 const std::string& ColumnTitle(const OutputList& list, int column) {
   return list.columns[static_cast<size_t>(column)];

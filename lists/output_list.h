@@ -13,6 +13,7 @@
 #include <string_view>
 #include <vector>
 
+#include "lists/list_head.h"
 #include "lists/list_kinds.h"
 
 namespace hivequarry {
@@ -73,6 +74,9 @@ void SetListSubtitle(OutputList& list, std::string subtitle);
 // The file that the list was made from, UTF-8; empty where that means nothing. No writer keeps it.
 const std::string& ListSource(const OutputList& list);
 void SetListSource(OutputList& list, std::string file);
+// What its text, its print-out and its Report List begin with; null: nothing.
+const std::shared_ptr<const ListHead>& ListHeadOf(const OutputList& list);
+void SetListHead(OutputList& list, std::shared_ptr<const ListHead> head);
 int ColumnCount(const OutputList& list);
 const std::string& ColumnTitle(const OutputList& list, int column);
 // Gives the list other columns than its kind's, at most kMaxColumns (kMaxOwnColumns for the console

@@ -238,10 +238,26 @@ ReportRead ParseReportHead(std::string_view bytes, ReportHead& head) {
   const int columns = std::min(count, MostColumns(head.kind));
   head.widths = WidthsOf(HeadValue(text, "U3", "", kMostWidths), static_cast<size_t>(columns));
   head.title = HeadValue(text, "U6", "", kMostTitle);
+  for (size_t line = 0; line < kMostHeadLines; ++line) {
+    std::string words = HeadValue(text, ReportLineKey(line).c_str(), "", kLongestListHead);
+    if (words.empty()) break;
+    head.lines.push_back(std::move(words));
+  }
   for (int column = 0; column < columns; ++column) {
     head.columns.push_back(HeadValue(text, ReportHeaderKey(column).c_str(), "", kMostHeaderText));
   }
   return ReportRead::kDone;
+}
+
+OutputListPtr MakeListOfHead(const ReportHead& head) {
+  OutputListPtr list = MakeOutputList(head.kind);
+  SetColumns(*list, head.columns);
+  if (!head.title.empty()) SetListTitle(*list, head.title);
+  if (head.lines.empty()) return list;
+  const auto lines = std::make_shared<ListHead>();
+  SetLines(*lines, head.lines);
+  SetListHead(*list, lines);
+  return list;
 }
 
 ReportRead ReadReportHead(const std::string& file, ReportHead& head) {

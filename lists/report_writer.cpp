@@ -3,6 +3,7 @@
 #include "host/case.h"
 #include "host/host.h"
 #include "host/number_text.h"
+#include "host/profile.h"
 #include "lists/list_report.h"
 #include "lists/list_sink.h"
 #include "lists/report_keys.h"
@@ -40,6 +41,15 @@ std::string WidthsText(const std::vector<int>& widths, int columns) {
   return text;
 }
 
+// Readers that do not know these keys pass them over.
+void WriteListHead(const OutputList& list, std::string& out) {
+  const std::vector<std::string> lines = HeadLinesOf(list);
+  for (size_t i = 0; i < std::min(lines.size(), kMostHeadLines); ++i) {
+    const std::string_view kept = FirstUnits(lines[i], kLongestListHead);
+    AppendKey(ReportLineKey(i), ProfileText(kept), out);
+  }
+}
+
 void WriteHead(const ListShape& shape, int columns, const ReportLook& look, std::string& out) {
   const OutputList& list = shape.list;
   out += '[';
@@ -54,6 +64,7 @@ void WriteHead(const ListShape& shape, int columns, const ReportLook& look, std:
   AppendKey("U4", std::to_string(ListKindOf(list)), out);
   AppendKey("U5", std::to_string(shape.rows), out);
   AppendKey("U6", look.title, out);
+  WriteListHead(list, out);
   for (int column = 0; column < columns; ++column) {
     AppendKey(ReportHeaderKey(column), ColumnTitle(list, column), out);
   }

@@ -1,7 +1,9 @@
 #include "reports/hive_state.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <memory>
+#include <utility>
 #include <vector>
 
 #include "bytes/sha256.h"
@@ -33,15 +35,94 @@ std::string ReorganisedText(uint64_t stored) {
 }
 
 void AddHashes(const HiveImage& hive, HiveStateTexts& texts) {
-  texts.sha256 = HashOfFile(hive.file_name);
+  texts.sha256 = HashOfFile(hive.file_name, StopRequested);
   if (hive.logs == nullptr) return;
   for (const HiveLog& log : hive.logs->logs) {
     if (!texts.logs_sha256.empty()) texts.logs_sha256 += "; ";
-    texts.logs_sha256 += LeafOf(FilePath(log.name)) + " " + HashOfFile(log.name);
+    texts.logs_sha256 += LeafOf(FilePath(log.name)) + " " + HashOfFile(log.name, StopRequested);
   }
 }
 
+// Why a dirty hive is shown as its file has it, after "Dirty, ".
+const char* LeftWords(ReplayState state) {
+  switch (state) {
+    case ReplayState::kNotAsked:
+      return "logs left out";
+    case ReplayState::kNoLogs:
+      return "no log beside it";
+    case ReplayState::kUntil:
+      return "no entry so early";
+    case ReplayState::kPart:
+      return "part of a file";
+    case ReplayState::kMoved:
+      return "bytes moved, logs not applied";
+    case ReplayState::kNoMemory:
+      return "no memory for its logs";
+    default:
+      return "no usable log";
+  }
+}
+
+// True where entries that would have been applied are after the one that the user stops at.
+bool IsStoppedEarly(const HiveLogs& logs) {
+  for (const HiveLog& log : logs.logs) {
+    const bool rest = log.use == LogUse::kApplied && log.applied < log.entries.size();
+    if (rest || log.use == LogUse::kUntil) return true;
+  }
+  return false;
+}
+
+std::string AppliedWords(const HiveLogs& logs) {
+  if (logs.choice.bounded && IsStoppedEarly(logs)) {
+    return "logs applied until entry " + std::to_string(logs.choice.until);
+  }
+  return logs.choice.mode == LogMode::kChosen ? "chosen logs applied" : "logs applied";
+}
+
+void AddHeadLine(std::vector<std::string>& lines, const char* label, const std::string& words) {
+  if (words.empty()) return;
+  std::string line = label;
+  line += words;
+  if (CountUnits(line) > kLongestHeadLine) {
+    line = std::string(FirstUnits(line, kLongestHeadLine - 3)) + "...";
+  }
+  lines.push_back(std::move(line));
+}
+
 }  // namespace
+
+std::string StateWords(const HiveImage& hive) {
+  if (hive.logs == nullptr && !BeginsAsBaseBlock(hive)) return "No base block";
+  const PlanInput state = hive.logs == nullptr ? PlanInputOf(ImageBytes(hive)) : hive.logs->hive;
+  std::string words = state.dirty() ? "Dirty" : "Clean";
+  if (hive.logs != nullptr && hive.logs->state == ReplayState::kReplayed) {
+    words += ", " + AppliedWords(*hive.logs);
+  } else if (hive.logs != nullptr && state.dirty()) {
+    words += ", ";
+    words += LeftWords(hive.logs->state);
+  }
+  if (!state.checksum_right) words += ", checksum wrong";
+  return words;
+}
+
+std::vector<std::string> HiveHeadLines(const HiveImage& hive, const HiveHashes& hashes) {
+  const HiveStateTexts texts = StateTextsOf(hive, false);
+  std::vector<std::string> lines;
+  AddHeadLine(lines, "File: ", hive.file_name);
+  AddHeadLine(lines, "State: ", StateWords(hive));
+  AddHeadLine(lines, "Logs: ", texts.replay);
+  if (!texts.checksum_valid.empty()) {
+    AddHeadLine(lines, "Checksum: ", texts.checksum_valid == "1" ? "right" : "wrong");
+  }
+  AddHeadLine(lines, "SHA-256: ", hashes.hive);
+  if (hive.logs == nullptr) return lines;
+  for (size_t i = 0; i < std::min(hashes.logs.size(), hive.logs->logs.size()); ++i) {
+    if (hashes.logs[i].empty()) continue;
+    const std::string name = LeafOf(FilePath(hive.logs->logs[i].name));
+    AddHeadLine(lines, "SHA-256: ", hashes.logs[i] + " " + name);
+  }
+  return lines;
+}
 
 HiveStateTexts StateTextsOf(const HiveImage& hive, bool hashes) {
   HiveStateTexts texts;
@@ -67,7 +148,7 @@ HiveStateTexts StateTextsOf(const HiveImage& hive, bool hashes) {
   return texts;
 }
 
-std::string HashOfFile(const std::string& name) {
+std::string HashOfFile(const std::string& name, const std::function<bool()>& stopped) {
   constexpr size_t kChunk = 1 << 20;
   int error = 0;
   const FileStream stream(OpenFile(name, "rb", error));
@@ -78,7 +159,7 @@ std::string HashOfFile(const std::string& name) {
   for (;;) {
     const size_t got = ReadFileBytes(stream.get(), hash.length, chunk.data(), kChunk, &unread);
     AddToSha256(hash, ByteView(chunk).first(got));
-    if (StopRequested()) return {};
+    if (stopped()) return {};
     if (got < kChunk) break;
   }
   return unread.count == 0 ? EndSha256(hash) : std::string();

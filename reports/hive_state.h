@@ -1,7 +1,9 @@
 // What the base block of a hive and its logs say of its state, as texts of one row.
 #pragma once
 
+#include <functional>
 #include <string>
+#include <vector>
 
 #include "hive/image.h"
 
@@ -26,7 +28,20 @@ struct HiveStateTexts {
 // With `hashes` the last two too, of the files as they are on disk now.
 HiveStateTexts StateTextsOf(const HiveImage& hive, bool hashes);
 
-// SHA-256 of a file in hexadecimal; empty when it can't be read whole, or the user stopped.
-std::string HashOfFile(const std::string& name);
+// The state in a few words, for where room is short: "Dirty, logs applied". Never empty.
+std::string StateWords(const HiveImage& hive);
+
+// SHA-256 of the files in hexadecimal; empty for what is not known.
+struct HiveHashes {
+  std::string hive;
+  std::vector<std::string> logs;  // in the order of HiveLogs::logs; may be shorter
+};
+// The lines that begin a report made of the hive: file, state, checksum, and the hashes that are
+// known. UTF-8, without line ends; none is longer than kLongestHeadLine characters.
+inline constexpr size_t kLongestHeadLine = 500;
+std::vector<std::string> HiveHeadLines(const HiveImage& hive, const HiveHashes& hashes);
+
+// SHA-256 of a file in hexadecimal; empty when it can't be read whole, or `stopped` says so.
+std::string HashOfFile(const std::string& name, const std::function<bool()>& stopped);
 
 }  // namespace hivequarry

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <map>
 
+#include "hive/keys.h"
 #include "hive/replaying.h"
 #include "hive/timestamp.h"
 #include "hive/values.h"
@@ -13,7 +14,7 @@
 #include "lists/list_rows.h"
 #include "recovery/image_tree.h"
 #include "replay/log_words.h"
-#include "reports/before_state.h"
+#include "reports/removed_state.h"
 #include "reports/state_changes.h"
 #include "words/item_values.h"
 #include "words/value_text.h"
@@ -89,19 +90,6 @@ void AddChanges(OutputList& list, const HiveImage& hive, size_t from, size_t to,
                 });
 }
 
-// Calls `add` for each key, or value, that is not there any more.
-void ForEachRemoved(
-    const HiveImage& hive, const KeyTree& tree, StateBefore& before,
-    const std::function<void(const std::string& path, const StateKey&, const StateValue*)>& add) {
-  if (!LoadBefore(hive, before)) return;
-  const HiveState old = StateOf(before.image, before.tree);
-  const HiveState now = StateOf(hive, tree);
-  CompareStates(old, now, [&](StateChange change, const StateKey& key, const StateValue* value) {
-    const bool removed = change == StateChange::kKeyRemoved || change == StateChange::kValueRemoved;
-    if (removed) add(PathOf(now, key), key, value);
-  });
-}
-
 constexpr const char* kRemoved = "removed by the logs";
 
 }  // namespace
@@ -146,51 +134,54 @@ OutputListPtr ListLogChanges(const HiveImage& hive) {
 
 OutputListPtr ListRemovedKeys(const HiveImage& hive, const KeyTree& tree) {
   OutputListPtr list = MakeOutputList(kListTree);
-  StateBefore before;
-  ForEachRemoved(
-      hive, tree, before,
-      [&](const std::string& path, const StateKey& key, const StateValue* value) {
-        if (value != nullptr) return;
-        const uint32_t item = ItemOfPosition(before.tree, key.position);
-        const uint32_t parent = before.tree.items[item].parent;
-        const bool under_key = parent != kNoItem && IsKeyOrCopy(before.tree, parent);
-        RowFacts facts;
-        facts.about_key = true;
-        facts.last_write = key.last_write;
-        AddListRow(*list,
-                   {path,
-                    PositionText(key.position),
-                    under_key ? PositionText(before.tree.items[parent].position) : std::string(),
-                    {FormatTimestampChecked(key.last_write), DateValue(key.last_write)},
-                    kRemoved,
-                    {"0", 0},
-                    {"0", 0}},
-                   key.position, facts);
-      });
+  AddColumns(*list, {kRemovedByTitle});
+  RemovedState removed;
+  if (!FindRemoved(hive, tree, removed)) return list;
+  const HiveImage& image = removed.before.image;
+  const KeyTree& before = removed.before.tree;
+  for (const RemovedKey& key : removed.keys) {
+    const uint32_t position = before.items[key.item].position;
+    const uint32_t parent = before.items[key.item].parent;
+    const bool under_key = parent != kNoItem && IsKeyOrCopy(before, parent);
+    RowFacts facts;
+    facts.about_key = true;
+    facts.last_write = ReadU64(image, position + kKeyLastWrite);
+    AddListRow(*list,
+               {key.path,
+                PositionText(position),
+                under_key ? PositionText(before.items[parent].position) : std::string(),
+                {FormatTimestampChecked(facts.last_write), DateValue(facts.last_write)},
+                kRemoved,
+                {"0", 0},
+                {"0", 0},
+                RemovedByText(*hive.logs, key.by)},
+               position, facts);
+  }
   return list;
 }
 
 OutputListPtr ListRemovedValues(const HiveImage& hive, const KeyTree& tree,
                                 const ValueListOptions& options) {
   OutputListPtr list = MakeOutputList(kListValues);
-  StateBefore before;
+  AddColumns(*list, {kRemovedByTitle});
+  RemovedState removed;
+  if (!FindRemoved(hive, tree, removed)) return list;
+  const HiveImage& image = removed.before.image;
   std::vector<uint8_t> data;
-  ForEachRemoved(hive, tree, before,
-                 [&](const std::string& path, const StateKey& key, const StateValue* value) {
-                   if (value == nullptr) return;
-                   const ValueKey read = options.raw
-                                             ? ReadValueKey(before.image, value->position,
-                                                            ValueRead::kData, kMaxValueData, &data)
-                                             : ReadShownValue(before.image, value->position, data);
-                   const ValueRow row = MakeValueRow(before.image, read, data, {});
-                   const std::string bytes = options.raw ? BytesText(data) : std::string();
-                   RowFacts facts;
-                   facts.bytes = bytes;
-                   AddListRow(*list,
-                              {path, row.name, row.type, row.data, PositionText(value->position),
-                               PositionText(key.position), kRemoved},
-                              value->position, facts, row.icon);
-                 });
+  for (const RemovedValue& value : removed.values) {
+    const ValueKey read =
+        options.raw ? ReadValueKey(image, value.position, ValueRead::kData, kMaxValueData, &data)
+                    : ReadShownValue(image, value.position, data);
+    const ValueRow row = MakeValueRow(image, read, data, {});
+    const std::string bytes = options.raw ? BytesText(data) : std::string();
+    RowFacts facts;
+    facts.bytes = bytes;
+    AddListRow(*list,
+               {value.path, row.name, row.type, row.data, PositionText(value.position),
+                PositionText(removed.before.tree.items[value.item].position), kRemoved,
+                RemovedByText(*hive.logs, value.by)},
+               value.position, facts, row.icon);
+  }
   return list;
 }
 

@@ -22,8 +22,8 @@ OutputListPtr ListLogEntries(const HiveLog& log);
 // that is more than a bound, the last entries are taken together, and a shortfall is noted.
 OutputListPtr ListLogChanges(const HiveImage& hive);
 
-// The keys, or values, that the file's own tree connects and that the logs removed. Positions are
-// those in the file.
+// The keys, or values, that the file's own tree connects and that the logs removed, each with the
+// entry that did (removed_state.h). Positions are those in the file.
 OutputListPtr ListRemovedKeys(const HiveImage& hive, const KeyTree& tree);
 OutputListPtr ListRemovedValues(const HiveImage& hive, const KeyTree& tree,
                                 const ValueListOptions& options);

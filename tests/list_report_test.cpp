@@ -53,6 +53,29 @@ std::string Shown(const OutputList& list) {
   return out;
 }
 
+TEST(ReportFile, HeadComesBackAndOldFilesHaveNone) {
+  const OutputListPtr list = MakeOutputList(11);
+  Add(*list, {"2008/05/17, 13:02:09", "HKLM\\A", "0x00001020"}, 3);
+  const std::string without = Report(*list, {"Key Dates", {120, 300, 90}, "then"});
+  const auto head = std::make_shared<ListHead>();
+  // More lines than are kept, one of them longer than any: the rows are found all the same.
+  std::vector<std::string> lines = {"File: C:\\a b", " \"State\" ", std::string(30000, 'x')};
+  while (lines.size() < 40) lines.push_back("line");
+  SetLines(*head, lines);
+  SetListHead(*list, head);
+  const std::string with = Report(*list, {"Key Dates", {120, 300, 90}, "then"});
+  lines[2].resize(500);
+  lines.resize(12);
+  for (const std::string& text : {without, with}) {
+    ReportHead read;
+    ASSERT_EQ(ParseReportHead(text, read), ReportRead::kDone);
+    EXPECT_EQ(read.lines, text == with ? lines : std::vector<std::string>());
+    EXPECT_EQ(read.columns.size(), 3U);
+    EXPECT_EQ(Shown(*ReadRows(text)), "2008/05/17, 13:02:09|HKLM\\A|0x00001020:3\n");
+    EXPECT_EQ(HeadLinesOf(*MakeListOfHead(read)), read.lines);
+  }
+}
+
 TEST(ReportFile, ByteForByte) {
   const OutputListPtr list = MakeOutputList(11);
   Add(*list, {"2008/05/17, 13:02:09", "HKLM\\A", "0x00001020"}, 3);

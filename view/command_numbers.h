@@ -94,6 +94,13 @@ namespace hivequarry {
   One(kCommandHiveRoot, 9039)           \
   Range(kCommandReport, 9040, 20)       \
   Range(kCommandLiveReport, 9060, 20)   \
+  One(kCommandHiveState, 9080)          \
+  One(kCommandLogsNone, 9081)           \
+  One(kCommandLogsAuto, 9082)           \
+  One(kCommandLogsChosen, 9083)         \
+  One(kCommandLogsUntil, 9084)          \
+  One(kCommandListLogs, 9085)           \
+  One(kCommandListLogChanges, 9086)     \
   Range(kCommandRecentHive, 9101, 7)    \
   One(kCommandListSelectAll, 9201)      \
   One(kCommandListInvert, 9202)         \
@@ -118,6 +125,7 @@ namespace hivequarry {
   One(kCommandPreviousRecord, 9221)     \
   One(kCommandOnlyMissing, 9222)        \
   One(kCommandOnlyDifferent, 9223)      \
+  One(kCommandShowAsOf, 9240)           \
   One(kCommandCompareWorkspace, 9301)   \
   One(kCommandGoToRegedit, 9302)        \
   One(kCommandExportFolder, 9303)       \

@@ -17,6 +17,7 @@ constexpr CommandNumber LiveReportNumber(Report report) {
   return NumberInRange(kCommandLiveReport, static_cast<int>(report));
 }
 inline constexpr const char* kSecurityMenu = "&File>Security R&ecords";
+inline constexpr const char* kLogsMenu = "&File>Transaction lo&gs";
 inline constexpr const char* kReportsMenu = "Re&ports";
 inline constexpr const char* kRecentMenu = "&File>Recent &hives";
 
@@ -29,6 +30,20 @@ inline constexpr Command kCommandTable[] = {
      .group_start = true, .guard = Guard::kRunningOrBackup, .needs = Needs::kHive},
     {.number = kCommandHiveRoot, .menu = "&File", .text = "Regis&try root of hive...",
      .needs = Needs::kHive},
+    {.number = kCommandHiveState, .menu = "&File", .text = "&State of the hive...",
+     .guard = Guard::kNone, .needs = Needs::kHive},
+    {.number = kCommandLogsNone, .menu = kLogsMenu, .text = "&None",
+     .needs = Needs::kLogs, .checked = &CommandFacts::logs_none},
+    {.number = kCommandLogsAuto, .menu = kLogsMenu, .text = "&Automatic",
+     .needs = Needs::kLogs, .checked = &CommandFacts::logs_auto},
+    {.number = kCommandLogsChosen, .menu = kLogsMenu, .text = "&Choose files...",
+     .needs = Needs::kLogs, .checked = &CommandFacts::logs_chosen},
+    {.number = kCommandLogsUntil, .menu = kLogsMenu, .text = "&Until entry...",
+     .needs = Needs::kLogs, .checked = &CommandFacts::logs_until},
+    {.number = kCommandListLogs, .menu = kLogsMenu, .text = "List log &entries",
+     .group_start = true, .needs = Needs::kLogs},
+    {.number = kCommandListLogChanges, .menu = kLogsMenu, .text = "List c&hanges by log entries",
+     .needs = Needs::kReplayed},
     {.number = kCommandListSecurity, .menu = kSecurityMenu, .text = "List &Security Records",
      .needs = Needs::kHive},
     {.number = kCommandListAces, .menu = kSecurityMenu, .text = "List &ACEs",

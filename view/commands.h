@@ -22,6 +22,8 @@ enum class Needs : uint8_t {
   kNothing,
   kRunning,  // an operation under way
   kHive,     // the facts of the same names
+  kLogs,
+  kReplayed,
   kItem,
   kBranch,
   kKey,
@@ -44,6 +46,8 @@ struct CommandFacts {
   bool running = false;
   bool backup = false;
   bool hive = false;          // a hive is shown
+  bool logs = false;          // and logs can be applied to it
+  bool replayed = false;      // and some were
   bool item = false;          // an item of its tree is selected
   bool branch = false;        // and it has children
   bool key = false;           // and it has a path: it is no folder of the program's own
@@ -64,6 +68,11 @@ struct CommandFacts {
   bool cell_details = false;
   bool detail_pane = false;
   bool comparing = false;  // "Displayed Sub Keys" is on
+  // What is done about the hive's logs.
+  bool logs_none = false;
+  bool logs_auto = false;
+  bool logs_chosen = false;
+  bool logs_until = false;
 };
 
 inline constexpr uint8_t kWithControl = 1;

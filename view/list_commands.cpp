@@ -1,5 +1,7 @@
 #include "view/list_commands.h"
 
+#include <charconv>
+
 #include "view/list_command_table.h"
 
 namespace hivequarry {
@@ -28,6 +30,8 @@ bool HasNeeds(ListNeeds needs, const ListFacts& facts) {
       return facts.rows && facts.position;
     case ListNeeds::kPieces:
       return facts.rows && facts.source;
+    case ListNeeds::kEntry:
+      return facts.rows && facts.entry;
     case ListNeeds::kRunning:
       return facts.stoppable;
     case ListNeeds::kAgain:
@@ -45,6 +49,23 @@ const ListCommand* FindListCommand(uint32_t number) {
     if (command.number == number) return &command;
   }
   return nullptr;
+}
+
+bool EntryOfRow(const OutputList& list, uint32_t row, uint32_t& entry) {
+  constexpr int kEntryColumn = 1;  // in both kinds
+  constexpr int kStateColumn = 6;
+  const int kind = ListKindOf(list);
+  if (kind != kListLogs && kind != kListLogChanges) return false;
+  const bool left = CellText(list, row, kStateColumn).starts_with("left over");
+  if (kind == kListLogs && left) return false;
+  std::string_view number = CellText(list, row, kEntryColumn);
+  if (const size_t range = number.find(".."); range != number.npos) number.remove_prefix(range + 2);
+  uint32_t read = 0;
+  const char* const end = number.data() + number.size();
+  const auto [last, error] = std::from_chars(number.data(), end, read);
+  if (number.empty() || error != std::errc() || last != end) return false;
+  entry = read;
+  return true;
 }
 
 bool IsAvailable(const ListCommand& command, const ListFacts& facts) {

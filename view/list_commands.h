@@ -6,6 +6,7 @@
 #include <span>
 
 #include "lists/list_kinds.h"
+#include "lists/output_list.h"
 #include "view/commands.h"
 
 namespace hivequarry {
@@ -18,6 +19,7 @@ enum class ListNeeds : uint8_t {
   kFocus,      // a focused row that speaks of a position
   kPieces,     // a list of block runs with its source file
   kRoots,      // a focused row of a list of root cells
+  kEntry,      // a focused row of an entry that the hive shown can be taken to
   kRunning,
   kAgain,  // a list whose rows can be made anew
 };
@@ -39,6 +41,7 @@ struct ListFacts {
   bool row_selected = false;
   bool position = false;  // the row in focus speaks of a position in the hive shown
   bool source = false;    // the list names the file that it was made of
+  bool entry = false;     // the row in focus is of such an entry
   bool again = false;     // its rows can be made anew
   int kind = 0;           // of the list
 };
@@ -57,6 +60,9 @@ struct ListCommand {
   ListAbout about = ListAbout::kAnything;
   ListSwitch checked = ListSwitch::kNone;
 };
+// The log entry that a row of a list about logs is of; false for one that no state of the hive has:
+// left over, or none at all.
+bool EntryOfRow(const OutputList& list, uint32_t row, uint32_t& entry);
 // In the order of toolbar and menu.
 std::span<const ListCommand> ListCommands();
 // The row of a number, null when there is none.

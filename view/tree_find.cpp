@@ -51,6 +51,20 @@ FoundItem FindItemByName(const HiveImage& hive, const KeyTree& tree, const TreeF
   return {};
 }
 
+uint32_t ItemAgain(const HiveImage& hive, const KeyTree& tree, std::string_view path,
+                   uint32_t position) {
+  const uint32_t there = position == kNoOffset ? kNoItem : ItemOfPosition(tree, position);
+  const bool same = there != kNoItem && LongItemPath(hive, tree, there) == path;
+  if (same && !tree.items[there].hidden) return there;
+  while (!path.empty()) {
+    const uint32_t item = FindItemByPath(hive, tree, path);
+    if (item != kNoItem && !tree.items[item].hidden) return item;
+    path = path.substr(0, std::min(path.rfind('\\'), path.size()));
+    if (path.find('\\') == std::string_view::npos) break;
+  }
+  return 0;
+}
+
 uint32_t ItemShowing(const HiveImage& hive, const KeyTree& tree, uint32_t position) {
   uint32_t item = ItemOfPosition(tree, position);
   if (item == kNoItem && std::ranges::binary_search(tree.disconnected_value_positions, position)) {

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <functional>
 #include <string>
+#include <string_view>
 
 #include "hive/key_tree.h"
 
@@ -28,5 +29,10 @@ FoundItem FindItemByName(const HiveImage& hive, const KeyTree& tree, const TreeF
 // The item that shows the key or value at a position: the key, the key that lists the value, or the
 // folder of the values that no key names. kNoItem when there is none, or it is hidden.
 uint32_t ItemShowing(const HiveImage& hive, const KeyTree& tree, uint32_t position);
+
+// The item in a tree built anew that stands for the one selected before: with the same path at the
+// same position, else with the same path, else with as much of it as there is; the root at worst.
+uint32_t ItemAgain(const HiveImage& hive, const KeyTree& tree, std::string_view path,
+                   uint32_t position);
 
 }  // namespace hivequarry

@@ -1,6 +1,7 @@
 // Image list positions of the tree pane's icons, and which one an item gets. The folder's colour
 // says where a key hangs (gold: connected, violet: not, outlined: no key cell of its own here), the
-// badge what was done to show it (plus: its place was repaired, "?": its name is not its own).
+// badge what was done to show it (plus: its place was repaired, "?": its name is not its own). Red:
+// the logs removed it.
 #pragma once
 
 #include "hive/key_tree.h"
@@ -37,6 +38,10 @@ enum TreeIcon : int {
   kIconLostKeysOpen,
   kIconLostValues,
   kIconLostValuesOpen,
+  kIconRemoved,  // the logs removed the key
+  kIconRemovedOpen,
+  kIconRemovedFolder,
+  kIconRemovedFolderOpen,
   kTreeIconCount
 };
 

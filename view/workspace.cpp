@@ -1,12 +1,11 @@
 #include "view/workspace.h"
 
-#include "app/opening_words.h"
 #include "hive/file_place.h"
 #include "host/host.h"
 #include "lists/list_rows.h"
 #include "recovery/root_search.h"
+#include "view/hive_status.h"
 #include "view/shown_text.h"
-#include "words/layer_words.h"
 #include "words/value_text.h"
 
 namespace hivequarry {
@@ -21,28 +20,6 @@ void AddCount(std::string& text, const char* label, uint32_t count) {
   text += std::string(label) + ": " + std::to_string(count) + "\r\n";
 }
 
-struct Note {
-  const char* label;
-  std::string words;
-};
-
-// What of the file is not as it seems, or not there.
-std::vector<Note> NotesOn(const HiveImage& hive, const KeyTree& tree) {
-  std::vector<Note> notes;
-  if (std::string moved = UndoneWords(hive); !moved.empty()) notes.push_back({"Moved", moved});
-  if (const std::string logs = LogsWords(hive); !logs.empty()) {
-    notes.push_back({"Logs", logs});
-  }
-  if (std::string layers = LayersNotice(hive, tree); !layers.empty()) {
-    notes.push_back({"Layers", std::move(layers)});
-  }
-  if (const ImageCut cut = CutOf(hive); cut.at != 0) {
-    notes.push_back({"Ends early", "at " + PositionText(cut.at) + ": " + cut.reason});
-  }
-  if (hive.unread.count != 0) notes.push_back({"Not read", UnreadRangesText(hive.unread, 8)});
-  return notes;
-}
-
 }  // namespace
 
 ItemValues WorkspaceRows(const HiveImage& hive, const KeyTree& tree) {
@@ -50,7 +27,9 @@ ItemValues WorkspaceRows(const HiveImage& hive, const KeyTree& tree) {
   values.info_rows.push_back({tree.root_text, KindOf(hive), hive.file_name,
                               PositionText(hive.base_offset),
                               static_cast<int>(ValueIcon::kFolder)});
-  for (const Note& note : NotesOn(hive, tree)) {
+  values.info_rows.push_back(
+      {"State", "Info", StatusWords(hive), "", static_cast<int>(ValueIcon::kBinary)});
+  for (const HiveNote& note : NotesOn(hive, tree)) {
     values.info_rows.push_back(
         {note.label, "Info", note.words, "", static_cast<int>(ValueIcon::kBinary)});
   }
@@ -61,9 +40,10 @@ std::u16string WorkspaceDetail(const HiveImage& hive, const KeyTree& tree,
                                const ImageSummary& summary) {
   std::string text = "Root: " + tree.root_text + "\r\n";
   text += "Kind: " + std::string(KindOf(hive)) + "\r\n";
+  text += "State: " + StatusWords(hive) + "\r\n";
   text += "Begins in the file at: " + PositionText(hive.base_offset) + "\r\n";
   AddCount(text, "Length in bytes", LengthInFile(hive));
-  for (const Note& note : NotesOn(hive, tree)) {
+  for (const HiveNote& note : NotesOn(hive, tree)) {
     text += std::string(note.label) + ": " + note.words + "\r\n";
   }
   AddCount(text, "Blocks", summary.bins);

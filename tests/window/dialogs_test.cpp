@@ -77,7 +77,7 @@ TEST_F(DialogsTest, OptionsOfRecoveryWorkOnTheHiveThatIsLoadedAgain) {
   EXPECT_EQ(surroundings_.boxes.size(), 1U);
   EXPECT_GT(window_->hive.summary.disconnected_values, 0U);
   surroundings_.answer = Answer::kYes;
-  ReloadHive(*window_);
+  ReloadHive(*window_, LogChoice());
   EXPECT_LT(window_->hive.slot, 0);
   ASSERT_TRUE(PumpUntil([&] { return IsLoaded(); }));
   WaitForRows();
@@ -258,7 +258,7 @@ TEST_F(DialogsTest, TheRootOfAHiveCanBeNamed) {
   OnHiveRoot(*window_);
   EXPECT_EQ(ItemText(RootHandle()), "HKU\\Somebody");
   EXPECT_EQ(SelectedPath(), "HKU\\Somebody");
-  ReloadHive(*window_);
+  ReloadHive(*window_, LogChoice());
   ASSERT_TRUE(PumpUntil([&] { return !window_->load.thread.joinable(); }));
   EXPECT_EQ(ShownHive(*window_).root.long_prefix, "HKEY_USERS\\Somebody\\")
       << "also when loaded again";

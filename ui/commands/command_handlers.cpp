@@ -8,6 +8,7 @@
 #include "ui/commands/export_commands.h"
 #include "ui/commands/handlers.h"
 #include "ui/commands/hive_list_commands.h"
+#include "ui/commands/log_commands.h"
 #include "ui/commands/misc_commands.h"
 #include "ui/commands/recent_keys_dialog.h"
 #include "ui/commands/report_commands.h"
@@ -39,6 +40,13 @@ constexpr CommandRoute kRoutes[] = {
     {kCommandRecreateHive, OnNothing},
     {kCommandExportHive, OnExportHive},
     {kCommandHiveRoot, OnHiveRoot},
+    {kCommandHiveState, OnHiveState},
+    {kCommandLogsNone, OnLogsNone},
+    {kCommandLogsAuto, OnLogsAuto},
+    {kCommandLogsChosen, OnLogsChosen},
+    {kCommandLogsUntil, OnLogsUntil},
+    {kCommandListLogs, OnListLogs},
+    {kCommandListLogChanges, OnListLogChanges},
     {kCommandListSecurity, OnListSecurityRecords},
     {kCommandListAces, OnListAces},
     {kCommandUsedRecords, OnListUsedRecords},

@@ -6,6 +6,7 @@
 #include "reports/file_pieces.h"
 #include "reports/freed_lists.h"
 #include "reports/hive_lists.h"
+#include "reports/log_lists.h"
 #include "ui/lists/list_window.h"
 #include "ui/main/main_window.h"
 
@@ -53,6 +54,23 @@ void OnListValues(MainWindow& window) {
 void OnListLostValues(MainWindow& window) {
   StartList(window, [&hive = ShownHive(window), &tree = *window.hive.tree] {
     return ListDisconnectedValues(hive, tree, ValueListOptions());
+  });
+}
+
+// The file is named in the window: rows lead to a state of that hive alone.
+void OnListLogs(MainWindow& window) {
+  StartList(window, [&hive = ShownHive(window)] {
+    OutputListPtr list = ListLogs(hive);
+    SetListSource(*list, hive.file_name);
+    return list;
+  });
+}
+
+void OnListLogChanges(MainWindow& window) {
+  StartList(window, [&hive = ShownHive(window)] {
+    OutputListPtr list = ListLogChanges(hive);
+    SetListSource(*list, hive.file_name);
+    return list;
   });
 }
 

@@ -14,4 +14,8 @@ void OnListLostValues(MainWindow& window);
 void OnListFreedKeys(MainWindow& window);
 void OnListFreedValues(MainWindow& window);
 
+// The entries of the hive's logs, and what each of them that was applied did.
+void OnListLogs(MainWindow& window);
+void OnListLogChanges(MainWindow& window);
+
 }  // namespace hivequarry

@@ -9,6 +9,8 @@
 #include "ui/dialogs/options_dialog.h"
 #include "ui/frame/help.h"
 #include "ui/main/main_window.h"
+#include "ui/main/removed.h"
+#include "ui/main/status.h"
 #include "ui/main/window_settings.h"
 
 namespace hivequarry {
@@ -41,16 +43,21 @@ void LetGoOfHive(MainWindow& window) {
   ++window.selection.item_box.newest;
   ++window.selection.detail_box.newest;
   WaitWhile([&window] { return ValueThreadsRun(window.selection.threads); });
+  StopHashing(window);
   if (window.blocks != nullptr) DestroyWindow(window.blocks);
   window.hive.slot = -1;  // before the panes, whose changes ask for other items
   ClearTree(window.tree);
+  ForgetRemoved(window);
   ClearValues(window.values);
+  window.selection.removed = nullptr;
+  window.hive.removed = nullptr;
   SetDetail(window.detail, std::wstring());
   window.selection.item = kNoItem;
   window.selection.value = kNoOffset;
   window.selection.branch_return = kNoItem;
   window.hive.tree = nullptr;
   window.hive.sid_replacement = SidReplacement();
+  ShowHiveState(window);
   ResetHiveTable();
 }
 
@@ -69,17 +76,20 @@ void OnOptions(MainWindow& window) {
   if (!load) return;
   const Answer answer =
       ShowMessage(kReloadQuestion, kProgramName, Icon::kQuestion, Buttons::kYesNo);
-  if (answer == Answer::kYes) ReloadHive(window);
+  if (answer == Answer::kYes) ReloadHive(window, window.load.logs);
 }
 
-void ReloadHive(MainWindow& window) {
+void ReloadHive(MainWindow& window, const LogChoice& logs) {
   if (window.hive.slot < 0 || window.load.thread.joinable() || window.work.thread.joinable())
     return;
+  ReloadRequest request{logs, {}, kNoOffset};
   const uint32_t item = SelectedItem(window.tree);
-  const uint32_t key = item == kNoItem ? kNoOffset : window.hive.tree->items[item].position;
-  const std::string file = window.load.file;
+  if (item != kNoItem) {
+    request.key_path = LongItemPath(ShownHive(window), *window.hive.tree, item);
+    request.key_position = window.hive.tree->items[item].position;
+  }
   LetGoOfHive(window);
-  OpenNamedFile(window, file, window.load.start, window.load.end, key);
+  LoadAgain(window, request);
 }
 
 }  // namespace hivequarry

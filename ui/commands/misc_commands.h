@@ -1,6 +1,8 @@
 // Commands about the program itself.
 #pragma once
 
+#include "replay/replay_plan.h"
+
 namespace hivequarry {
 
 struct MainWindow;
@@ -11,8 +13,9 @@ void OnHelp(MainWindow& window);
 // asked whether the hive is to be loaded again.
 void OnOptions(MainWindow& window);
 
-// Loads the hive that is shown again, with the options of now, and selects the same key. What was
-// edited or taken out of its tree is back as the file has it. Only while no operation runs.
-void ReloadHive(MainWindow& window);
+// Loads the hive that is shown again, with the options of now and the logs chosen, and selects the
+// same key. What was edited or taken out of its tree is back as the file has it. Only while no
+// operation runs.
+void ReloadHive(MainWindow& window, const LogChoice& logs);
 
 }  // namespace hivequarry

@@ -92,6 +92,7 @@ void RefillListWindow(ListPlace& place, std::function<void(OutputList& list)> fi
                       std::function<void()> done) {
   if (IsBusy(*place.owner)) return;
   EmptyList(place);
+  GiveHead(*place.owner, *place.model);
   Fill(place, std::move(fill), std::move(done));
 }
 

@@ -13,6 +13,7 @@
 #include "ui/frame/text.h"
 #include "ui/main/main_window.h"
 #include "ui/main/notifications.h"
+#include "ui/main/removed.h"
 #include "view/list_commands.h"
 #include "view/tree_find.h"
 
@@ -172,6 +173,7 @@ void OnShowAllKeys(MainWindow& window) {
   UnhideAll(*window.hive.tree);
   const uint32_t item = SelectedItem(window.tree);
   ShowTree(window.tree, ShownHive(window), *window.hive.tree);
+  ShowRemovedFolder(window);
   SelectItem(window.tree, item == kNoItem ? 0 : item);
   RefreshItem(window);
 }

@@ -2,6 +2,8 @@
 
 #include <shellapi.h>
 
+#include <algorithm>
+
 #include "app/settings.h"
 #include "host/host.h"
 #include "ui/frame/modal.h"
@@ -14,6 +16,19 @@ namespace {
 // --- dialogs of the system -----------------------------------------------------------------------
 
 constexpr size_t kLongestName = 32768;
+
+// After the folder's name, which a zero ends, follow those of the files when there are several.
+std::vector<std::string> NamesIn(const std::wstring& names, size_t folder_end) {
+  std::vector<std::string> files;
+  const std::wstring folder = names.substr(0, folder_end);
+  for (size_t start = folder_end + 1; start < names.size() && names[start] != L'\0';) {
+    const size_t end = std::min(names.find(L'\0', start), names.size());
+    files.push_back(Utf8Name(folder + (folder.ends_with(L'\\') ? L"" : L"\\") +
+                             names.substr(start, end - start)));
+    start = end + 1;
+  }
+  return files;
+}
 
 FileChoice AskFile(const FileRequest& request, bool save) {
   const ModalTurn turn(request.owner);
@@ -34,9 +49,12 @@ FileChoice AskFile(const FileRequest& request, bool save) {
   dialog.Flags = OFN_EXPLORER | OFN_HIDEREADONLY | OFN_NOCHANGEDIR | OFN_PATHMUSTEXIST;
   if (request.ask_to_replace) dialog.Flags |= OFN_OVERWRITEPROMPT;
   if (!save) dialog.Flags |= OFN_FILEMUSTEXIST;
+  if (request.many) dialog.Flags |= OFN_ALLOWMULTISELECT;
   const BOOL chosen = save ? GetSaveFileNameW(&dialog) : GetOpenFileNameW(&dialog);
   if (chosen == FALSE) return {std::string(), CommDlgExtendedError()};
-  return {Utf8Name(name.c_str()), 0, dialog.nFilterIndex};
+  FileChoice choice{Utf8Name(name.c_str()), 0, dialog.nFilterIndex};
+  if (request.many) choice.names = NamesIn(name, std::wstring_view(name.c_str()).size());
+  return choice;
 }
 
 HDC AskPrinter(HWND owner) {

@@ -3,6 +3,7 @@
 
 #include <functional>
 #include <string>
+#include <vector>
 
 #include "lists/output_list.h"
 #include "ui/draw/win.h"
@@ -15,13 +16,15 @@ struct FileRequest {
   const wchar_t* filter = L"";     // in the form of the file dialogs
   const wchar_t* extension = L"";
   bool ask_to_replace = false;
+  bool many = false;   // several files may be chosen
   std::string folder;  // UTF-8, to begin with; empty: the system's choice
   std::string name;    // UTF-8, proposed; empty: none
 };
 struct FileChoice {
-  std::string name;  // UTF-8; empty: cancelled, or the dialog failed
-  DWORD error = 0;   // of the dialog (CommDlgExtendedError)
-  DWORD type = 1;    // of the filter's types the one chosen, counted from 1
+  std::string name;                     // UTF-8; empty: cancelled, or the dialog failed
+  DWORD error = 0;                      // of the dialog (CommDlgExtendedError)
+  DWORD type = 1;                       // of the filter's types the one chosen, counted from 1
+  std::vector<std::string> names = {};  // of several files, with `many`; else empty
 };
 enum class SaveAs { kReplace, kAppend, kCancel };
 

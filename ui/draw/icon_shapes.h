@@ -17,6 +17,7 @@ inline constexpr FolderColours kGhost = {RGB(172, 178, 188), RGB(240, 242, 245)}
 inline constexpr FolderColours kSlate = {RGB(52, 64, 84), RGB(88, 106, 132)};
 inline constexpr FolderColours kViolet = {RGB(124, 98, 168), RGB(188, 166, 222)};
 inline constexpr FolderColours kRust = {RGB(176, 88, 40), RGB(232, 148, 96)};
+inline constexpr FolderColours kFaded = {RGB(168, 64, 64), RGB(236, 190, 190)};
 inline constexpr FolderColours kPale = {RGB(150, 150, 150), RGB(206, 206, 206)};
 inline constexpr COLORREF kGreen = RGB(36, 140, 70);
 inline constexpr COLORREF kRed = RGB(200, 46, 46);

@@ -7,6 +7,7 @@
 #include "ui/draw/icon_shapes.h"
 #include "ui/draw/tool_icons.h"
 #include "view/commands.h"
+#include "view/hive_status.h"
 #include "view/tree_icons.h"
 #include "words/item_values.h"
 #include "words/value_text.h"
@@ -59,6 +60,11 @@ void DrawEditedBadge(const Canvas& canvas) {
   DrawStroke(canvas, {10, 13.4}, {13.6, 9.8}, 1.6, kWhite);
 }
 
+void DrawMinusBadge(const Canvas& canvas) {
+  DrawBadge(canvas, kRed);
+  FillBox(canvas, 9.6, 11, 14, 12.2, kWhite);
+}
+
 void DrawLock(const Canvas& canvas) {
   FillDisc(canvas, 11.5, 9.2, 2.6, kRed);
   FillDisc(canvas, 11.5, 9.2, 1.3, kWhite);
@@ -74,6 +80,8 @@ FolderColours ColoursOf(int closed) {
   if (IsOneOf(closed, {kIconIsolated, kIconIsolatedRepaired, kIconIsolatedUnnamed})) return kViolet;
   if (IsOneOf(closed, {kIconLostKeys, kIconLostValues})) return kSlate;
   if (closed == kIconCopy) return kGhost;
+  if (closed == kIconRemoved) return kFaded;
+  if (closed == kIconRemovedFolder) return kSlate;
   return closed == kIconRootLimit ? kRust : kGold;
 }
 
@@ -82,6 +90,7 @@ void DrawFolderIcon(const Canvas& canvas, int closed, bool open) {
   (outlined ? DrawOutlinedFolder : DrawFolder)(canvas, ColoursOf(closed), open);
   if (closed == kIconLostKeys) DrawKeySign(canvas);
   if (closed == kIconLostValues) DrawSheetSign(canvas);
+  if (IsOneOf(closed, {kIconRemoved, kIconRemovedFolder})) DrawMinusBadge(canvas);
   if (IsOneOf(closed, {kIconRepaired, kIconIsolatedRepaired})) DrawPlusBadge(canvas);
   if (IsOneOf(closed, {kIconUnnamed, kIconIsolatedUnnamed, kIconMadeHint})) DrawHintBadge(canvas);
 }
@@ -147,6 +156,33 @@ void DrawValueIcon(const Canvas& canvas, int icon) {
   if (icon >= kErrorIconStep) DrawErrorBadge(canvas);
 }
 
+void DrawExclamation(const Canvas& canvas) {
+  FillBox(canvas, 7.1, 3.6, 8.9, 9.2, kWhite);
+  FillDisc(canvas, 8, 11.6, 1.2, kWhite);
+}
+
+void DrawStateIcon(const Canvas& canvas, int icon) {
+  switch (static_cast<HiveMark>(icon)) {
+    case HiveMark::kClean:
+      FillDisc(canvas, 8, 8, 7, kGreen);
+      DrawStroke(canvas, {4.6, 8.2}, {7.2, 10.8}, 1.8, kWhite);
+      return DrawStroke(canvas, {7.2, 10.8}, {11.6, 5.6}, 1.8, kWhite);
+    case HiveMark::kReplayed:  // something is added
+      FillDisc(canvas, 8, 8, 7, kBlue);
+      FillBox(canvas, 7.1, 4, 8.9, 12, kWhite);
+      return FillBox(canvas, 4, 7.1, 12, 8.9, kWhite);
+    case HiveMark::kByUser:
+      FillDisc(canvas, 8, 8, 7, kAmber);
+      return FillBox(canvas, 4, 7.1, 12, 8.9, kWhite);
+    case HiveMark::kLacking:
+      FillDisc(canvas, 8, 8, 7, kRed);
+      return DrawExclamation(canvas);
+    default:
+      FillDisc(canvas, 8, 8, 7, kInk);
+      return DrawLetters(canvas, L"?", {8, 8}, 10, kWhite);
+  }
+}
+
 using DrawFunction = void (*)(const Canvas& canvas, int icon);
 
 HIMAGELIST MakeList(int size, int gap, int count, DrawFunction draw, bool faded) {
@@ -174,11 +210,13 @@ IconLists MakeIconLists(int small_size, int tool_size) {
   lists.values = MakeList(small_size, gap, kValueIcons, DrawValueIcon, false);
   lists.tools = MakeList(tool_size, 0, kToolIcons, DrawToolIcon, false);
   lists.faded_tools = MakeList(tool_size, 0, kToolIcons, DrawToolIcon, true);
+  lists.states = MakeList(small_size, 0, static_cast<int>(HiveMark::kCount), DrawStateIcon, false);
   return lists;
 }
 
 void FreeIconLists(IconLists& lists) {
-  for (const HIMAGELIST list : {lists.tree, lists.values, lists.tools, lists.faded_tools}) {
+  for (const HIMAGELIST list :
+       {lists.tree, lists.values, lists.tools, lists.faded_tools, lists.states}) {
     if (list != nullptr) ImageList_Destroy(list);
   }
   lists = IconLists();

@@ -11,6 +11,7 @@ struct IconLists {
   HIMAGELIST values = nullptr;
   HIMAGELIST tools = nullptr;        // in the order of ToolIcon
   HIMAGELIST faded_tools = nullptr;  // the same, of buttons that can not be used
+  HIMAGELIST states = nullptr;       // in the order of HiveMark
 };
 
 // Small pictures of `small_size` pixels, toolbar pictures of `tool_size`. The caller owns the

@@ -14,6 +14,7 @@
 #include "ui/lists/raw_view.h"
 #include "ui/main/main_window.h"
 #include "view/list_commands.h"
+#include "view/tree_find.h"
 
 namespace hivequarry {
 namespace {
@@ -45,8 +46,21 @@ void ShowPieces(ListPlace& place, SplitJob& job) {
   ShowPlaceStatus(place, job.done ? "Done." : "");
 }
 
+// A row of what an entry did speaks of a state that may be past: another key may have its position
+// now.
+bool IsStillThere(const ListPlace& place, uint32_t row, uint32_t position) {
+  constexpr int kKeyColumn = 3;
+  const MainWindow& window = *place.owner;
+  const uint32_t item = ItemShowing(ShownHive(window), *window.hive.tree, position);
+  return item != kNoItem && ItemPath(ShownHive(window), *window.hive.tree, item) ==
+                                CellText(*place.model, row, kKeyColumn);
+}
+
 // The tree has no item for a freed record: its bytes are shown instead.
 bool GoToRow(const ListPlace& place, uint32_t row, uint32_t position) {
+  if (ListKindOf(*place.model) == kListLogChanges && !IsStillThere(place, row, position)) {
+    return false;
+  }
   if (GoToPosition(*place.owner, position)) {
     SetForegroundWindow(place.owner->handle);
     return true;

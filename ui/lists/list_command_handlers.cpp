@@ -4,6 +4,7 @@
 #include <iterator>
 
 #include "ui/commands/export_commands.h"
+#include "ui/commands/log_commands.h"
 #include "ui/commands/report_commands.h"
 #include "ui/lists/list_actions.h"
 #include "ui/lists/list_finding.h"
@@ -28,6 +29,7 @@ constexpr ListRoute kRoutes[] = {
     {kCommandFollowRecord, OnFollowRecord},
     {kCommandPreviousRecord, OnPreviousRecord},
     {kCommandGoToTree, OnGoToTree},
+    {kCommandShowAsOf, OnShowAsOf},
     {kCommandListRegedit, OnListRegedit},
     {kCommandOpenValidRoot, OnOpenValidRoot},
     {kCommandOpenKey, OnOpenKey},

@@ -21,8 +21,18 @@ bool HasPosition(const ListPlace& place) {
          RowHasDatum(*place.model, ModelRow(place, static_cast<uint32_t>(focused)));
 }
 
+// Of the file shown, and with logs that can be applied to it.
+bool HasEntry(const ListPlace& place) {
+  const int focused = FocusedRow(place);
+  const MainWindow& owner = *place.owner;
+  uint32_t entry = 0;
+  return focused >= 0 && owner.hive.slot >= 0 && FactsNow(owner).logs &&
+         ListSource(*place.model) == ShownHive(owner).file_name &&
+         EntryOfRow(*place.model, ModelRow(place, static_cast<uint32_t>(focused)), entry);
+}
+
 bool NeedsPosition(ListNeeds needs) {
-  return needs == ListNeeds::kFocus || needs == ListNeeds::kRoots;
+  return needs == ListNeeds::kFocus || needs == ListNeeds::kRoots || needs == ListNeeds::kEntry;
 }
 
 // A worker's result that was not taken yet counts as its work. Without `with_position` that fact is
@@ -38,6 +48,7 @@ ListFacts FactsOfPlace(const ListPlace& place, bool with_position) {
   facts.rows = ShownRowCount(place) != 0;
   facts.row_selected = facts.rows && HasSelection(place);
   facts.position = with_position && facts.rows && HasPosition(place);
+  facts.entry = with_position && facts.rows && HasEntry(place);
   facts.source = !ListSource(*place.model).empty();
   facts.again = place.again != nullptr;
   facts.kind = ListKindOf(*place.model);

@@ -64,8 +64,11 @@ LRESULT OnListNotify(ListPlace& place, const NMHDR& notice) {
       EndSelecting(place);  // the user selects
       return 0;
     case LVN_ITEMACTIVATE: {
-      const bool field = FindListKind(ListKindOf(*place.model)).leads == RowLeads::kField;
-      RunListCommand(place, field ? kCommandFollowRecord : kCommandGoToTree);
+      const int kind = ListKindOf(*place.model);
+      const bool field = FindListKind(kind).leads == RowLeads::kField;
+      RunListCommand(place, kind == kListLogs ? kCommandShowAsOf
+                            : field           ? kCommandFollowRecord
+                                              : kCommandGoToTree);
       return 0;
     }
     case HDN_ENDTRACKW:

@@ -82,7 +82,9 @@ void RunPrintJob(const OutputList& list, const PrintJob& job) {
   target.height = GetDeviceCaps(job.dc, VERTRES);
   target.start_page = [&job] { return StartPage(job.dc) > 0; };
   target.end_page = [&job] { return EndPage(job.dc) > 0; };
-  PrintListOn(target, list, RowsOf(job.rows));
+  WrittenRows which = RowsOf(job.rows);
+  which.head = true;
+  PrintListOn(target, list, which);
   EndDoc(job.dc);
 }
 

@@ -79,10 +79,7 @@ void LoadRows(ListPlace& place, const std::shared_ptr<ReportJob>& job) {
 void ShowReportHead(ListPlace& place, const std::shared_ptr<ReportJob>& job) {
   ReportFailure(*job);
   if (job->read != ReportRead::kDone || job->head.columns.empty()) return;
-  OutputListPtr list = MakeOutputList(job->head.kind);
-  SetColumns(*list, job->head.columns);
-  if (!job->head.title.empty()) SetListTitle(*list, job->head.title);
-  ShowList(place, std::move(list), job->head.widths);
+  ShowList(place, MakeListOfHead(job->head), job->head.widths);
   LoadRows(place, job);
 }
 

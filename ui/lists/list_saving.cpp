@@ -46,7 +46,9 @@ void SaveText(const ListPlace& place, bool selection) {
   OutputMode mode = OutputMode::kReplace;
   if (file.empty() || !ChooseMode(place, file, mode)) return;
   const RowChoice rows = ChooseRows(place, selection);
-  SaveListText(*place.model, RowsOf(rows), file, mode);
+  WrittenRows which = RowsOf(rows);
+  which.head = true;
+  SaveListText(*place.model, which, file, mode);
 }
 
 // --- clipboard -----------------------------------------------------------------------------------

@@ -215,6 +215,11 @@ void NumberRows(OutputList& list) {
 
 }  // namespace
 
+void GiveHead(const MainWindow& window, OutputList& list) {
+  if (window.hive.slot < 0 || !IsOfHive(ListKindOf(list))) return;
+  SetListHead(list, window.hive.hashing.head);
+}
+
 ListPlace* OpenListWindow(MainWindow& window, OutputListPtr list) {
   ListWindow* made = MakeListWindow(window);
   if (made == nullptr) {
@@ -222,6 +227,7 @@ ListPlace* OpenListWindow(MainWindow& window, OutputListPtr list) {
     return nullptr;
   }
   ListPlace& place = made->place;
+  GiveHead(window, *list);
   if (TheSettings().options.number_rows) NumberRows(*list);
   const WindowPlace& saved =
       TheSettings().places[static_cast<size_t>(PlaceOfListKind(ListKindOf(*list)))];

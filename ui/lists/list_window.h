@@ -14,6 +14,9 @@ struct MainWindow;
 // "Can not create window !".
 ListPlace* OpenListWindow(MainWindow& window, OutputListPtr list);
 
+// The list's head is that of the hive shown, where the list is made of it.
+void GiveHead(const MainWindow& window, OutputList& list);
+
 // The list window that is or holds `child`; null when it is none.
 ListPlace* FindListPlace(HWND child);
 // Carries out the keys of the list window that a message is for; true when that used it up.

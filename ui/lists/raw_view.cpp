@@ -44,7 +44,9 @@ Trail& StartTrail(HWND window) {
 OutputListPtr ReadRecord(const MainWindow& window, uint32_t position) {
   if (window.hive.slot < 0) return nullptr;
   OutputListPtr list = ListRawRecord(ShownHive(window), *window.hive.tree, position);
-  if (list != nullptr) SetListTitle(*list, ListTitle(*list) + ": " + ListSubtitle(*list));
+  if (list == nullptr) return list;
+  GiveHead(window, *list);
+  SetListTitle(*list, ListTitle(*list) + ": " + ListSubtitle(*list));
   return list;
 }
 

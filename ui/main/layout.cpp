@@ -184,6 +184,7 @@ void RefreshLook(MainWindow& window) {
   ListView_SetImageList(window.values.window, window.look.icons.values, LVSIL_SMALL);
   ListView_SetImageList(window.output.list, window.look.icons.values, LVSIL_SMALL);
   SetToolbarIcons(window);
+  ShowHiveState(window);
   SendMessageW(window.detail.window, EM_SETMARGINS, EC_LEFTMARGIN | EC_RIGHTMARGIN,
                MAKELPARAM(Scale(2 * kMargin, window.dpi), Scale(2 * kMargin, window.dpi)));
   FreeFonts(old_fonts);

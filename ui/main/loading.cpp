@@ -15,10 +15,12 @@
 #include "ui/lists/list_reports.h"
 #include "ui/live/compare_commands.h"
 #include "ui/main/main_window.h"
+#include "ui/main/removed.h"
 #include "ui/main/status.h"
 #include "ui/main/toolbar.h"
 #include "ui/main/window_settings.h"
 #include "view/list_commands.h"
+#include "view/tree_find.h"
 #include "words/layer_words.h"
 
 namespace hivequarry {
@@ -55,15 +57,18 @@ void LoadHive(LoadJob& job, BuildOptions options, HWND window) {
 }
 
 void StartLoad(MainWindow& window, const std::string& file, uint32_t start, uint32_t end,
-               uint32_t key_position) {
+               const ReloadRequest& request) {
   if (window.work.thread.joinable() || !BeginOperation(kOperationLoad)) return;
   ShowArrangement(window, kKeysArrangement);
   TheHiveTable().start_offset = start;
   TheHiveTable().end_offset = end;
+  TheHiveTable().logs = request.logs;
   window.load.file = file;
   window.load.start = start;
   window.load.end = end;
-  window.load.key_position = key_position;
+  window.load.key_position = request.key_position;
+  window.load.key_path = request.key_path;
+  window.load.logs = request.logs;
   window.load.slot = -1;
   window.load.tree = std::make_unique<KeyTree>();
   ++window.host.wait_cursors;
@@ -83,8 +88,20 @@ void OpenInNewCopy(const std::string& file) {
   if (!LaunchSelf('"' + file + '"', kLaunchCopy)) CurrentHost().beep(CurrentHost().context);
 }
 
+// A position alone says which key is meant only where the image is the same; a path, in any.
+void GoToLoadedKey(MainWindow& window) {
+  const LoadJob& job = window.load;
+  if (!job.key_path.empty()) {
+    const uint32_t item =
+        ItemAgain(ShownHive(window), *window.hive.tree, job.key_path, job.key_position);
+    return SelectItem(window.tree, item);
+  }
+  if (job.key_position != kNoOffset) GoToPosition(window, job.key_position);
+}
+
 void ShowNoHive(MainWindow& window) {
   window.load.root_path.clear();
+  ShowHiveState(window);
   SetWindowTextW(window.handle, L"Hivequarry");
   ShowStatus("");
   ShowPanes(window);
@@ -101,7 +118,12 @@ void OpenNamedFile(MainWindow& window, const std::string& file, uint32_t start, 
     return;
   }
   if (window.hive.slot >= 0 || window.load.thread.joinable()) return OpenInNewCopy(file);
-  StartLoad(window, file, start, end, key_position);
+  StartLoad(window, file, start, end, {LogChoice(), {}, key_position});
+}
+
+void LoadAgain(MainWindow& window, const ReloadRequest& request) {
+  const std::string file = window.load.file;
+  StartLoad(window, file, window.load.start, window.load.end, request);
 }
 
 void LoadNamedReport(MainWindow& window) {
@@ -124,8 +146,11 @@ void ShowLoadResult(MainWindow& window) {
   window.hive.summary = job.summary;
   ShowPanes(window);
   ShowTree(window.tree, ShownHive(window), *window.hive.tree);
+  ShowRemovedFolder(window);
   SelectItem(window.tree, 0);
-  if (job.key_position != kNoOffset) GoToPosition(window, job.key_position);
+  GoToLoadedKey(window);
+  ShowHiveState(window);
+  StartHashing(window);
   ShowCounts(window);
   RememberHive(job.file, job.start, job.end);
   UpdateToolbar(window);
@@ -136,9 +161,9 @@ void ShowLoadResult(MainWindow& window) {
   if (!moved.empty()) ShowMessage(moved.c_str(), kProgramName, Icon::kInformation);
   const std::string layers = LayersNotice(ShownHive(window), *window.hive.tree);
   if (!layers.empty()) ShowMessage(layers.c_str(), kProgramName, Icon::kInformation);
-  const std::string logs = LogsWords(ShownHive(window));
-  const bool dirty = !logs.empty() && ShownHive(window).logs->hive.dirty();
-  if (dirty) ShowMessage(logs.c_str(), kProgramName, Icon::kInformation);
+  // What became of logs that were applied is in the status bar; what is missing is told at once.
+  if (!LacksLogs(ShownHive(window))) return;
+  ShowMessage(LogsWords(ShownHive(window)).c_str(), kProgramName, Icon::kInformation);
 }
 
 void WaitWhile(const std::function<bool()>& busy) {
@@ -159,6 +184,7 @@ void EndWorkers(MainWindow& window) {
   JoinValueThreads(window.selection.threads);
   if (window.load.thread.joinable()) window.load.thread.join();
   if (window.work.thread.joinable()) window.work.thread.join();
+  StopHashing(window);
   window.work.done = nullptr;
 }
 

@@ -9,6 +9,7 @@
 
 #include "hive/key_tree.h"
 #include "recovery/image_tree.h"
+#include "replay/replay_plan.h"
 #include "ui/draw/win.h"
 
 namespace hivequarry {
@@ -29,8 +30,10 @@ struct LoadJob {
   uint32_t start = 0;  // partial range, 0 and 0 for none
   uint32_t end = 0;
   uint32_t key_position = kNoOffset;  // of the key to select afterwards
-  std::string root_path;              // given by the user; empty for none
-  int slot = -1;                      // -1: the file could not be opened
+  std::string key_path;               // of that key, which is told by its path first
+  LogChoice logs;
+  std::string root_path;  // given by the user; empty for none
+  int slot = -1;          // -1: the file could not be opened
   std::unique_ptr<KeyTree> tree;
   ImageSummary summary;
 };
@@ -40,6 +43,14 @@ struct LoadJob {
 // are the partial range, 0 and 0 for none; a key position is gone to after the load.
 void OpenNamedFile(MainWindow& window, const std::string& file, uint32_t start, uint32_t end,
                    uint32_t key_position = kNoOffset);
+// Loads the file of the hive shown once more, with these logs. The selected key stays selected, or
+// what is left of its path. For the interface thread, with the hive let go of.
+struct ReloadRequest {
+  LogChoice logs;
+  std::string key_path;
+  uint32_t key_position = kNoOffset;
+};
+void LoadAgain(MainWindow& window, const ReloadRequest& request);
 // The answer to the posted "Load Report List": shows the list in the Output List pane.
 void LoadNamedReport(MainWindow& window);
 // The answer to kLoadDone: shows the hive, or tells why there is none.

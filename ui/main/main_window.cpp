@@ -5,6 +5,7 @@
 #include "app/settings.h"
 #include "hive/hive_table.h"
 #include "hive/keys.h"
+#include "hive/replaying.h"
 #include "host/long_operation.h"
 #include "ui/commands/command_handlers.h"
 #include "ui/draw/win.h"
@@ -20,6 +21,7 @@
 #include "ui/main/address_bar.h"
 #include "ui/main/empty_view.h"
 #include "ui/main/notifications.h"
+#include "ui/main/removed.h"
 #include "ui/main/status.h"
 #include "ui/main/toolbar.h"
 #include "ui/main/window_settings.h"
@@ -96,6 +98,7 @@ void OnDestroy(MainWindow& window) {
   CloseSecurityWindows();
   GatherSettings(window);
   ClearTree(window.tree);
+  ForgetRemoved(window);
   ClearValues(window.values);
   window.hive.slot = -1;
   window.hive.tree = nullptr;
@@ -109,6 +112,7 @@ void FreeMainWindow(MainWindow* window) {
   SetHost(NullHost());
   FreeFonts(window->look.fonts);
   FreeIconLists(window->look.icons);
+  if (window->look.state != nullptr) DestroyIcon(window->look.state);
   DestroyAcceleratorTable(window->menus.accelerators);
   DestroyAcceleratorTable(window->menus.list_accelerators);
   delete window;
@@ -218,6 +222,9 @@ LRESULT Route(MainWindow& window, UINT message, WPARAM first, LPARAM second) {
     case kWorkDone:
       FinishWork(window);
       return 0;
+    case kHashesReady:
+      ShowHashes(window, static_cast<uint32_t>(first));
+      return 0;
     case WM_DESTROY:
       OnDestroy(window);
       return 0;
@@ -274,6 +281,19 @@ void AddItemFacts(const MainWindow& window, uint32_t item, CommandFacts& facts) 
   facts.root_cell = facts.key_cell && ReadU16(ShownHive(window), tree.items[item].position +
                                                                      kKeyFlags) == kRootKeyFlags;
   facts.removable = facts.key && tree.items[item].parent != kNoItem;
+}
+
+// Logs are for the whole of a file that begins with a base block.
+void AddLogFacts(const MainWindow& window, CommandFacts& facts) {
+  const HiveImage& hive = ShownHive(window);
+  facts.logs = hive.logs != nullptr && hive.base_offset == 0 && window.load.end == 0 &&
+               hive.logs->state != ReplayState::kPart;
+  const LogChoice& choice = window.load.logs;
+  facts.logs_none = facts.logs && choice.mode == LogMode::kNone;
+  facts.logs_auto = facts.logs && choice.mode == LogMode::kAuto && !choice.bounded;
+  facts.logs_chosen = facts.logs && choice.mode == LogMode::kChosen;
+  facts.logs_until = facts.logs && choice.mode != LogMode::kNone && choice.bounded;
+  facts.replayed = IsReplayed(hive);
 }
 
 // The Output List's own keys come first where it has the focus.
@@ -348,7 +368,8 @@ CommandFacts FactsNow(const MainWindow& window) {
   facts.backup = TheLongOperation().backup;
   facts.hive = window.hive.slot >= 0;
   if (facts.hive) AddItemFacts(window, SelectedItem(window.tree), facts);
-  facts.value = window.selection.value != kNoOffset;
+  // What can be done with a value is for those of the hive as it is shown.
+  facts.value = window.selection.value != kNoOffset && window.selection.removed == nullptr;
   facts.edits = facts.hive && ShownHive(window).edits.any;
   facts.edited_value =
       facts.edits && facts.value && EditOf(ShownHive(window), window.selection.value) != nullptr;
@@ -362,6 +383,7 @@ CommandFacts FactsNow(const MainWindow& window) {
   facts.cell_details = window.view.cell_details;
   facts.detail_pane = window.layout.detail_shown;
   facts.comparing = window.hive.comparing;
+  if (facts.hive) AddLogFacts(window, facts);
   return facts;
 }
 

@@ -17,6 +17,7 @@
 #include "ui/draw/win.h"
 #include "ui/frame/host_window.h"
 #include "ui/lists/list_place.h"
+#include "ui/main/hashing.h"
 #include "ui/main/layout.h"
 #include "ui/main/loading.h"
 #include "ui/main/menus.h"
@@ -58,18 +59,23 @@ struct MainControls {
 struct MainLook {
   Fonts fonts;
   IconLists icons;
+  HICON state = nullptr;  // in the status bar
 };
 
 struct ShownHiveState {
   int slot = -1;  // in the table of hives, -1 while none is shown
   std::unique_ptr<KeyTree> tree;
   ImageSummary summary;
+  std::shared_ptr<const RemovedState> removed;  // null until it was worked out
+  std::wstring state_words;                     // in the status bar
+  Hashing hashing;
   std::atomic<bool> comparing{false};  // the mode "Displayed Sub Keys"
   SidReplacement sid_replacement;      // in lists of its security records
 };
 
-// Made and used on the interface thread. Workers write to `host`, `load` and the mailboxes of
-// `selection` alone; they and what they read are there until EndWorkers has returned.
+// Made and used on the interface thread. Workers write to `host`, `load`, the hashing's
+// result and the mailboxes of `selection` alone; they and what they read are there until EndWorkers
+// has returned.
 struct MainWindow {
   // Called in place of the handler of an accepted command; tests listen here.
   std::function<void(const Command&)> on_command;
@@ -84,6 +90,7 @@ struct MainWindow {
   PaneLayout layout;
 
   TreePane tree;
+  TreePane removed;  // below its folder in the same control; no side while it is not there
   ValuePane values;
   DetailPane detail;
   ListPlace output;  // the Output List pane

@@ -5,6 +5,8 @@
 #include "ui/lists/list_menu.h"
 #include "ui/lists/list_notify.h"
 #include "ui/main/main_window.h"
+#include "ui/main/removed.h"
+#include "ui/main/status.h"
 #include "ui/main/toolbar.h"
 
 namespace hivequarry {
@@ -12,22 +14,31 @@ namespace {
 
 bool IsControlKey(WORD pressed, WORD key) { return pressed == key && GetKeyState(VK_CONTROL) < 0; }
 
+LRESULT OnExpanding(MainWindow& window, const NMTREEVIEWW& notice) {
+  if (OnRemovedExpanding(window, notice)) return TRUE;
+  OnTreeExpanding(PaneOfItem(window, notice.itemNew.lParam), notice);
+  KeepFilling(window);
+  return FALSE;
+}
+
 LRESULT OnTreeNotify(MainWindow& window, const NMHDR& notice) {
   switch (notice.code) {
     case TVN_ITEMEXPANDINGW:
-      OnTreeExpanding(window.tree, reinterpret_cast<const NMTREEVIEWW&>(notice));
-      KeepFilling(window);
-      return FALSE;
-    case TVN_GETDISPINFOW:
-      OnTreeDisplay(window.tree,
-                    const_cast<NMTVDISPINFOW&>(reinterpret_cast<const NMTVDISPINFOW&>(notice)));
+      return OnExpanding(window, reinterpret_cast<const NMTREEVIEWW&>(notice));
+    case TVN_GETDISPINFOW: {
+      auto& item = const_cast<NMTVDISPINFOW&>(reinterpret_cast<const NMTVDISPINFOW&>(notice));
+      OnTreeDisplay(PaneOfItem(window, item.item.lParam), item);
       return 0;
-    case TVN_GETINFOTIPW:
-      OnTreeTip(window.tree, reinterpret_cast<const NMTVGETINFOTIPW&>(notice));
+    }
+    case TVN_GETINFOTIPW: {
+      const auto& item = reinterpret_cast<const NMTVGETINFOTIPW&>(notice);
+      OnTreeTip(PaneOfItem(window, item.lParam), item);
       return 0;
-    case NM_CUSTOMDRAW:
-      return OnTreeDraw(window.tree, const_cast<NMTVCUSTOMDRAW&>(
-                                         reinterpret_cast<const NMTVCUSTOMDRAW&>(notice)));
+    }
+    case NM_CUSTOMDRAW: {
+      auto& item = const_cast<NMTVCUSTOMDRAW&>(reinterpret_cast<const NMTVCUSTOMDRAW&>(notice));
+      return OnTreeDraw(PaneOfItem(window, item.nmcd.lItemlParam), item);
+    }
     case TVN_SELCHANGEDW:
       OnItemSelected(window, SelectedItem(window.tree));
       return 0;
@@ -119,6 +130,11 @@ LRESULT OnNotify(MainWindow& window, const NMHDR& notice) {
   if (from == window.output.list || GetParent(from) == window.output.list) {
     return OnListNotify(window.output, notice);
   }
+  if (from == window.controls.status && notice.code == NM_CLICK) {
+    const auto part = reinterpret_cast<const NMMOUSE&>(notice).dwItemSpec;
+    if (part == kStatusState) RunCommand(window, kCommandHiveState);
+    return TRUE;
+  }
   if (notice.code == TTN_GETDISPINFOW) {
     OnToolTip(window, const_cast<NMTTDISPINFOW&>(reinterpret_cast<const NMTTDISPINFOW&>(notice)));
   }
@@ -157,14 +173,14 @@ void OnTimer(MainWindow& window, UINT_PTR timer) {
   bool more = false;
   if (timer == kExpandTimer) more = ExpandSlice(window.tree);
   if (timer == kDetailTimer) more = AddDetailSlice(window.detail);
-  if (timer == kFillTimer) more = FillSlice(window.tree);
+  if (timer == kFillTimer) more = FillSlice(window.tree) || FillSlice(window.removed);
   if (timer == kPassingTimer && TheLongOperation().running == 0) ShowStatus("");
   if (!more) KillTimer(window.handle, timer);
   if (timer == kExpandTimer) KeepFilling(window);
 }
 
 void KeepFilling(const MainWindow& window) {
-  if (window.tree.fills.empty()) return;
+  if (window.tree.fills.empty() && window.removed.fills.empty()) return;
   SetTimer(window.handle, kFillTimer, kTimerPause, nullptr);
 }
 

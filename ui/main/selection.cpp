@@ -6,9 +6,11 @@
 #include "ui/frame/text.h"
 #include "ui/main/main_window.h"
 #include "ui/main/notifications.h"
+#include "ui/main/removed.h"
 #include "ui/main/status.h"
 #include "ui/main/toolbar.h"
 #include "view/item_words.h"
+#include "view/removed_words.h"
 #include "view/tree_find.h"
 #include "view/workspace.h"
 #include "words/item_values.h"
@@ -51,11 +53,30 @@ void GatherItem(MainWindow& window, uint32_t serial, uint32_t item, ValueViewOpt
   Deliver(window.selection.item_box, serial, std::move(result), window.handle, kItemReady);
 }
 
-void GatherDetail(MainWindow& window, uint32_t serial, uint32_t value) {
+using Removed = std::shared_ptr<const RemovedState>;
+
+void GatherRemoved(MainWindow& window, uint32_t serial, uint32_t item, ValueViewOptions options,
+                   const Removed& removed) {
+  if (!IsNewest(window.selection.item_box, serial)) return;
+  auto result = std::make_unique<ItemResult>();
+  result->item = item;
+  result->removed = removed;
+  result->options = options;
+  result->values = RemovedRows(*removed, item, options);
+  result->detail = WideText(RemovedItemDetail(*ShownHive(window).logs, *removed, item));
+  Deliver(window.selection.item_box, serial, std::move(result), window.handle, kItemReady);
+}
+
+std::wstring DetailOfValue(const HiveImage& hive, uint32_t value, const Removed& removed) {
+  if (removed == nullptr) return WindowText(ShownValueDetail(hive, value).text);
+  return WideText(RemovedValueDetail(*hive.logs, *removed, value));
+}
+
+void GatherDetail(MainWindow& window, uint32_t serial, uint32_t value, const Removed& removed) {
   if (!IsNewest(window.selection.detail_box, serial)) return;
-  const ValueDetailText detail = ShownValueDetail(ShownHive(window), value);
   Deliver(window.selection.detail_box, serial,
-          std::make_unique<std::wstring>(WindowText(detail.text)), window.handle, kDetailReady);
+          std::make_unique<std::wstring>(DetailOfValue(ShownHive(window), value, removed)),
+          window.handle, kDetailReady);
 }
 
 void ShowDetail(MainWindow& window, std::wstring text) {
@@ -82,6 +103,7 @@ void ShowWorkspace(MainWindow& window) {
   ShowItemWords(window, std::wstring());
   window.selection.item = kNoItem;
   window.selection.value = kNoOffset;
+  window.selection.removed = nullptr;
   window.selection.key_detail =
       WideText(WorkspaceDetail(ShownHive(window), *window.hive.tree, window.hive.summary));
   ShowValues(window.values,
@@ -106,6 +128,7 @@ void SelectWantedRow(MainWindow& window) {
 void OnItemSelected(MainWindow& window, uint32_t item) {
   if (window.hive.slot < 0 || window.host.ending) return;  // items that go select others
   if (IsWorkspaceSelected(window.tree)) return ShowWorkspace(window);
+  if (IsRemovedSelected(window)) return OnRemovedSelected(window);
   if (item == kNoItem) return;
   ShowPath(window, item);
   NoteKeyShown(window);
@@ -117,14 +140,49 @@ void OnItemSelected(MainWindow& window, uint32_t item) {
   UpdateToolbar(window);
 }
 
+void ShowRemovedItem(MainWindow& window, uint32_t item) {
+  const Removed removed = window.hive.removed;
+  const StateBefore& before = removed->before;
+  SetWindowTextW(window.controls.path,
+                 WideName(LongItemPath(before.image, before.tree, item)).c_str());
+  const uint32_t serial = ++window.selection.item_box.newest;
+  const ValueViewOptions options = window.view;
+  StartValueThread(window.selection.threads, [&window, serial, item, options, removed] {
+    GatherRemoved(window, serial, item, options, removed);
+  });
+  UpdateToolbar(window);
+}
+
+void ShowRemovedRoot(MainWindow& window, const std::u16string& detail) {
+  ForgetResults(window);
+  SetWindowTextW(window.controls.path, WideName(kRemovedTitle).c_str());
+  ShowItemWords(window, std::wstring());
+  window.selection.item = kNoItem;
+  window.selection.value = kNoOffset;
+  window.selection.removed = window.hive.removed;
+  window.selection.key_detail = WideText(detail);
+  ValueRows rows{&ShownHive(window), {}, window.view};
+  if (window.hive.removed != nullptr) {
+    rows.hive = &window.hive.removed->before.image;
+    rows.values = RemovedRows(*window.hive.removed, 0, window.view);
+  }
+  ShowValues(window.values, std::move(rows));
+  FitValueColumns(window.values, window.dpi);
+  ShowDetail(window, window.selection.key_detail);
+  UpdateToolbar(window);
+}
+
 void ShowItemResult(MainWindow& window) {
   const std::unique_ptr<ItemResult> result = Take(window.selection.item_box);
   if (result == nullptr || window.hive.slot < 0) return;
   ++window.selection.detail_box.newest;  // details on their way belong to the rows that go
-  window.selection.item = result->item;
+  const bool removed = result->removed != nullptr;
+  window.selection.item = removed ? kNoItem : result->item;
   window.selection.value = kNoOffset;
   window.selection.key_detail = std::move(result->detail);
-  ShowValues(window.values, {&ShownHive(window), std::move(result->values), result->options});
+  const HiveImage& hive = removed ? result->removed->before.image : ShownHive(window);
+  ShowValues(window.values, {&hive, std::move(result->values), result->options});
+  window.selection.removed = std::move(result->removed);  // after the rows that looked at it
   FitValueColumns(window.values, window.dpi);
   ShowDetail(window, window.selection.key_detail);
   SelectWantedRow(window);
@@ -139,7 +197,9 @@ void OnRowSelected(MainWindow& window) {
   UpdateToolbar(window);
   if (value == kNoOffset) return ShowDetail(window, window.selection.key_detail);
   StartValueThread(window.selection.threads,
-                   [&window, serial, value] { GatherDetail(window, serial, value); });
+                   [&window, serial, value, removed = window.selection.removed] {
+                     GatherDetail(window, serial, value, removed);
+                   });
 }
 
 void ShowDetailResult(MainWindow& window) {

@@ -8,6 +8,7 @@
 #include <string>
 
 #include "hive/key_tree.h"
+#include "reports/removed_state.h"
 #include "ui/draw/win.h"
 #include "ui/panes/value_threads.h"
 #include "words/item_values.h"
@@ -32,6 +33,7 @@ struct Mailbox {
 // What a value thread gathered for an item of the tree.
 struct ItemResult {
   uint32_t item = kNoItem;
+  std::shared_ptr<const RemovedState> removed;  // whose tree it is of; null: the hive's own
   ItemValues values;
   ValueViewOptions options;
   std::wstring detail;
@@ -42,16 +44,20 @@ struct PaneSelection {
   ValueThreads threads;
   Mailbox<ItemResult> item_box;
   Mailbox<std::wstring> detail_box;
-  uint32_t item = kNoItem;            // whose rows the value pane holds
-  uint32_t value = kNoOffset;         // whose detail is shown or on its way
-  std::wstring key_detail;            // of `item`
-  std::wstring item_words;            // status and info words of the selected item
-  uint32_t wanted_value = kNoOffset;  // to be selected when the rows on their way come
-  uint32_t branch_return = kNoItem;   // where "Current Branch" came from
+  uint32_t item = kNoItem;                      // whose rows the value pane holds
+  std::shared_ptr<const RemovedState> removed;  // where these are of a key that logs removed
+  uint32_t value = kNoOffset;                   // whose detail is shown or on its way
+  std::wstring key_detail;                      // of `item`
+  std::wstring item_words;                      // status and info words of the selected item
+  uint32_t wanted_value = kNoOffset;            // to be selected when the rows on their way come
+  uint32_t branch_return = kNoItem;             // where "Current Branch" came from
 };
 
 // Its rows and details are gathered by a value thread; path and words are shown at once.
 void OnItemSelected(MainWindow& window, uint32_t item);
+// The same of an item below "Removed by the logs", and of that folder.
+void ShowRemovedItem(MainWindow& window, uint32_t item);
+void ShowRemovedRoot(MainWindow& window, const std::u16string& detail);
 // The answer to kItemReady. A result that is not the newest is dropped.
 void ShowItemResult(MainWindow& window);
 // The details of the selected value, or of the key where no value is selected.

@@ -1,15 +1,19 @@
 #include "ui/main/status.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "ui/frame/text.h"
 #include "ui/main/main_window.h"
+#include "view/hive_status.h"
 
 namespace hivequarry {
 namespace {
 
 constexpr int kProgressWidth = 180;
-constexpr int kCountsWidth = 300;
+constexpr int kCountsWidth = 260;
+constexpr int kStateMargin = 34;  // of the state's part: what is not its words
+constexpr int kLeastState = 60;
 constexpr int kProgressMargin = 3;
 
 void SetPartText(const MainWindow& window, StatusPart part, const std::wstring& text) {
@@ -23,6 +27,19 @@ void ShowProgress(MainWindow& window) {
   }
   SendMessageW(window.controls.progress, PBM_SETRANGE32, 0, steps == 0 ? 1 : steps);
   SendMessageW(window.controls.progress, PBM_SETPOS, window.host.progress_position, 0);
+}
+
+// What the state's words and picture need; 0 without words.
+int StateWidth(const MainWindow& window) {
+  const std::wstring& words = window.hive.state_words;
+  if (words.empty()) return 0;
+  const HDC dc = GetDC(window.controls.status);
+  const HGDIOBJ previous = SelectObject(dc, window.look.fonts.text);
+  SIZE size{};
+  GetTextExtentPoint32W(dc, words.c_str(), static_cast<int>(words.size()), &size);
+  SelectObject(dc, previous);
+  ReleaseDC(window.controls.status, dc);
+  return size.cx + Scale(kStateMargin, window.dpi);
 }
 
 }  // namespace
@@ -42,8 +59,13 @@ void LayOutStatus(MainWindow& window) {
   RECT area;
   GetClientRect(window.controls.status, &area);
   const int width = area.right;
-  const int counts = width - Scale(kCountsWidth, window.dpi);
-  const int edges[kStatusPartCount] = {counts - Scale(kProgressWidth, window.dpi), counts, -1};
+  // The state is seen whatever the width: in a narrow window the counts give way.
+  const int state = std::min(StateWidth(window), width - Scale(kLeastState, window.dpi));
+  const int counts = std::clamp(Scale(kCountsWidth, window.dpi), 0, std::max(width - state, 0));
+  const int before_counts = width - counts;
+  const int before_state = std::max(before_counts - state, 0);
+  const int text = std::max(before_state - Scale(kProgressWidth, window.dpi), 0);
+  const int edges[kStatusPartCount] = {text, before_state, before_counts, -1};
   SendMessageW(window.controls.status, SB_SETPARTS, kStatusPartCount,
                reinterpret_cast<LPARAM>(edges));
   RECT part;
@@ -87,6 +109,22 @@ void ShowItemWords(MainWindow& window, std::wstring words) {
     text = window.host.status;
   }
   SetPartText(window, kStatusText, L" " + text);
+}
+
+void ShowHiveState(MainWindow& window) {
+  const bool shown = window.hive.slot >= 0;
+  window.hive.state_words = shown ? WideName(StatusWords(ShownHive(window))) : std::wstring();
+  const HICON old = window.look.state;
+  window.look.state = nullptr;
+  if (shown) {
+    window.look.state = ImageList_GetIcon(
+        window.look.icons.states, static_cast<int>(MarkOf(ShownHive(window))), ILD_TRANSPARENT);
+  }
+  SetPartText(window, kStatusState, window.hive.state_words);
+  SendMessageW(window.controls.status, SB_SETICON, kStatusState,
+               reinterpret_cast<LPARAM>(window.look.state));
+  if (old != nullptr) DestroyIcon(old);
+  LayOutStatus(window);
 }
 
 void ShowCounts(MainWindow& window) {

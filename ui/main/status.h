@@ -10,7 +10,13 @@ namespace hivequarry {
 struct MainWindow;
 
 // Parts of the status bar.
-enum StatusPart : int { kStatusText, kStatusProgress, kStatusCounts, kStatusPartCount };
+enum StatusPart : int {
+  kStatusText,
+  kStatusProgress,
+  kStatusState,
+  kStatusCounts,
+  kStatusPartCount
+};
 
 // Also makes the progress bar, a child of it.
 HWND MakeStatusBar(MainWindow& window);
@@ -18,6 +24,8 @@ HWND MakeStatusBar(MainWindow& window);
 void LayOutStatus(MainWindow& window);
 // The answer to kHostChanged: what workers said since the last one.
 void ShowHostChanges(MainWindow& window);
+// Word and picture of the state of the hive shown; nothing where none is.
+void ShowHiveState(MainWindow& window);
 // How many keys there are, or items in the Output List where that is shown.
 void ShowCounts(MainWindow& window);
 // The words of the selected item, in place of the host's status text until that changes.

@@ -6,6 +6,7 @@
 #include "ui/draw/win.h"
 #include "ui/frame/text.h"
 #include "view/item_words.h"
+#include "view/removed_words.h"
 #include "view/tree_icons.h"
 
 namespace hivequarry {
@@ -38,7 +39,7 @@ HTREEITEM InsertItem(TreePane& pane, uint32_t item, HTREEITEM parent, HTREEITEM 
   insert.item.mask =
       TVIF_TEXT | TVIF_PARAM | TVIF_CHILDREN | TVIF_IMAGE | TVIF_SELECTEDIMAGE | TVIF_STATE;
   insert.item.pszText = text.data();
-  insert.item.lParam = static_cast<LPARAM>(item);
+  insert.item.lParam = static_cast<LPARAM>(item) | pane.side;
   insert.item.cChildren = children ? 1 : 0;
   insert.item.iImage = I_IMAGECALLBACK;
   insert.item.iSelectedImage = I_IMAGECALLBACK;
@@ -158,6 +159,18 @@ bool IsExpanded(const TreePane& pane, HTREEITEM handle) {
   return (TreeView_GetItemState(pane.window, handle, TVIS_EXPANDED) & TVIS_EXPANDED) != 0;
 }
 
+// The item that an lParam is of; kNoItem for one of another tree.
+uint32_t ItemOfParam(const TreePane& pane, LPARAM param) {
+  static_assert(sizeof(LPARAM) == 8);
+  constexpr LPARAM kItem = 0xFFFFFFFF;
+  return (param & ~kItem) == pane.side ? static_cast<uint32_t>(param & kItem) : kNoItem;
+}
+
+int IconOf(const TreePane& pane, uint32_t item) {
+  return pane.removed != nullptr ? RemovedIcon(*pane.removed, item)
+                                 : ClosedIcon(pane.tree->items[item]);
+}
+
 bool IsBetween(uint32_t item, uint32_t first, uint32_t end) { return item >= first && item < end; }
 
 // A button is before an item with children.
@@ -240,12 +253,45 @@ void ShowTree(TreePane& pane, const HiveImage& hive, const KeyTree& tree) {
   pane.workspace = InsertWorkspace(pane);
 }
 
+void InsertFolder(TreePane& pane, HTREEITEM after, std::wstring text) {
+  TVINSERTSTRUCTW insert{};
+  insert.hParent = TVI_ROOT;
+  insert.hInsertAfter = after;
+  insert.item.mask = TVIF_TEXT | TVIF_PARAM | TVIF_CHILDREN | TVIF_IMAGE | TVIF_SELECTEDIMAGE;
+  insert.item.pszText = text.data();
+  insert.item.lParam = pane.side;
+  insert.item.cChildren = 1;
+  insert.item.iImage = insert.item.iSelectedImage = kIconRemovedFolder;
+  pane.handles.assign(1, TreeView_InsertItem(pane.window, &insert));
+}
+
+void BindFolder(TreePane& pane, const RemovedState& removed, std::wstring text) {
+  pane.removed = &removed;
+  pane.hive = &removed.before.image;
+  pane.tree = &removed.before.tree;
+  pane.handles.resize(std::max<size_t>(pane.tree->items.size(), 1), nullptr);
+  TVITEMW item{};
+  item.mask = TVIF_HANDLE | TVIF_TEXT | TVIF_CHILDREN;
+  item.hItem = pane.handles[0];
+  item.pszText = text.data();
+  item.cChildren = HasChildren(*pane.tree, 0) ? 1 : 0;
+  TreeView_SetItem(pane.window, &item);
+}
+
+bool IsSideSelected(const TreePane& pane) {
+  TVITEMW item{};
+  item.mask = TVIF_PARAM;
+  item.hItem = TreeView_GetSelection(pane.window);
+  return item.hItem != nullptr && TreeView_GetItem(pane.window, &item) != FALSE &&
+         ItemOfParam(pane, item.lParam) != kNoItem;
+}
+
 uint32_t ItemOfHandle(const TreePane& pane, HTREEITEM handle) {
   TVITEMW item{};
   item.mask = TVIF_PARAM;
   item.hItem = handle;
   if (handle == nullptr || TreeView_GetItem(pane.window, &item) == FALSE) return kNoItem;
-  const auto index = static_cast<uint32_t>(item.lParam);
+  const uint32_t index = ItemOfParam(pane, item.lParam);
   return index == kWorkspaceItem ? kNoItem : index;
 }
 
@@ -292,23 +338,23 @@ void SelectItem(TreePane& pane, uint32_t item) {
 
 void OnTreeExpanding(TreePane& pane, const NMTREEVIEWW& notice) {
   if (pane.tree == nullptr || (notice.action & TVE_EXPAND) == 0) return;
-  const auto item = static_cast<uint32_t>(notice.itemNew.lParam);
+  const uint32_t item = ItemOfParam(pane, notice.itemNew.lParam);
   if (item >= pane.tree->items.size() || FillOf(pane, item) != nullptr) return;
   FillBranch(pane, item, 0, GetTickCount());
 }
 
 void OnTreeDisplay(const TreePane& pane, NMTVDISPINFOW& notice) {
   TVITEMW& item = notice.item;
-  const auto index = static_cast<uint32_t>(item.lParam);
+  const uint32_t index = ItemOfParam(pane, item.lParam);
   if (pane.tree == nullptr || index >= pane.tree->items.size()) return;
   if ((item.mask & (TVIF_IMAGE | TVIF_SELECTEDIMAGE)) != 0) {
     const bool open = HasChildren(*pane.tree, index) && IsExpanded(pane, item.hItem);
-    item.iImage = item.iSelectedImage = ClosedIcon(pane.tree->items[index]) + (open ? 1 : 0);
+    item.iImage = item.iSelectedImage = IconOf(pane, index) + (open ? 1 : 0);
   }
 }
 
 void OnTreeTip(const TreePane& pane, const NMTVGETINFOTIPW& notice) {
-  const auto item = static_cast<uint32_t>(notice.lParam);
+  const uint32_t item = ItemOfParam(pane, notice.lParam);
   if (item == kWorkspaceItem) {
     lstrcpynW(notice.pszText, L"The hives shown in this window", notice.cchTextMax);
   }
@@ -321,7 +367,7 @@ LRESULT OnTreeDraw(const TreePane& pane, NMTVCUSTOMDRAW& notice) {
   if (notice.nmcd.dwDrawStage == CDDS_PREPAINT) return CDRF_NOTIFYITEMDRAW;
   if (notice.nmcd.dwDrawStage != CDDS_ITEMPREPAINT) return CDRF_DODEFAULT;
   const bool selected = (notice.nmcd.uItemState & CDIS_SELECTED) != 0;
-  const auto item = static_cast<uint32_t>(notice.nmcd.lItemlParam);
+  const uint32_t item = ItemOfParam(pane, notice.nmcd.lItemlParam);
   if (!selected && Differs(pane, item)) notice.clrText = DifferenceColour();
   if (!selected && HasEditedValues(pane, item)) notice.clrText = GetSysColor(COLOR_HOTLIGHT);
   if (IsDimmedSelection(notice.nmcd)) SetDimmedColours(notice.clrText, notice.clrTextBk);

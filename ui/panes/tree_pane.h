@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "hive/key_tree.h"
+#include "reports/removed_state.h"
 #include "ui/draw/win.h"
 
 namespace hivequarry {
@@ -25,8 +26,13 @@ struct BranchFill {
 // After the hive's root is the folder "Workspace", which is no item of the key tree.
 inline constexpr const wchar_t* kWorkspaceTitle = L"Workspace";
 
+// In the lParam of items below the folder "Removed by the logs", which are those of another tree.
+inline constexpr LPARAM kRemovedSide = LPARAM{1} << 32;
+
 struct TreePane {
   HWND window = nullptr;
+  LPARAM side = 0;  // in the lParam of its items: several trees may be in one control
+  const RemovedState* removed = nullptr;  // of the tree of what logs removed
   HTREEITEM workspace = nullptr;
   const HiveImage* hive = nullptr;
   const KeyTree* tree = nullptr;
@@ -45,6 +51,12 @@ HWND MakeTreePane(HWND parent, int identifier);
 // Empties the pane, then shows `tree` with its root expanded. The pane keeps both references.
 void ShowTree(TreePane& pane, const HiveImage& hive, const KeyTree& tree);
 void ClearTree(TreePane& pane);
+// A tree of its own in a control that another one fills: its folder, after an item, stands for the
+// root; what is in it is known later. The pane keeps the reference.
+void InsertFolder(TreePane& pane, HTREEITEM after, std::wstring text);
+void BindFolder(TreePane& pane, const RemovedState& removed, std::wstring text);
+// True when the folder, or an item of the tree, is selected.
+bool IsSideSelected(const TreePane& pane);
 // Shows the root's text again, which has changed.
 void RenameRoot(TreePane& pane);
 

@@ -154,6 +154,12 @@
 #define kReplaceTakeBack 736
 #define kReplaceState 737
 
+/* log_dialogs.rc */
+#define kHiveStateText 750
+#define kHiveStateCopy 751
+#define kUntilText 755
+#define kUntilEntries 756
+
 /* backup_dialogs.rc; numbers of boxes and icons go on by the hive */
 #define kBackupHive 7100
 #define kBackupIcon 7110

@@ -1,0 +1,27 @@
+// The folder "Removed by the logs" of the tree pane: a tree of its own in the same control.
+#pragma once
+
+#include <cstdint>
+
+#include "ui/draw/win.h"
+
+namespace hivequarry {
+
+struct MainWindow;
+struct TreePane;
+
+// Puts the folder after the hive's root where logs were applied; what is in it is worked out when
+// the user opens it. After ShowTree, which empties the control.
+void ShowRemovedFolder(MainWindow& window);
+// What the control no longer has is forgotten.
+void ForgetRemoved(MainWindow& window);
+
+// The tree that an item of the control belongs to, by its lParam.
+TreePane& PaneOfItem(MainWindow& window, LPARAM item);
+bool IsRemovedSelected(const MainWindow& window);
+// True when the folder's content is to be worked out before it opens.
+bool OnRemovedExpanding(MainWindow& window, const NMTREEVIEWW& notice);
+// The folder or something in it was selected.
+void OnRemovedSelected(MainWindow& window);
+
+}  // namespace hivequarry

@@ -1,0 +1,136 @@
+#include "view/hive_status.h"
+
+#include "app/opening_words.h"
+#include "hive/file_place.h"
+#include "hive/hive_start.h"
+#include "hive/replaying.h"
+#include "host/files.h"
+#include "lists/list_rows.h"
+#include "recovery/root_search.h"
+#include "replay/log_words.h"
+#include "view/shown_text.h"
+#include "words/layer_words.h"
+
+namespace hivequarry {
+namespace {
+
+constexpr const char* kUnknownHash = "can't be had: the file can't be read whole";
+
+bool IsByUser(const HiveLogs& logs) {
+  return logs.state == ReplayState::kNotAsked || logs.state == ReplayState::kUntil ||
+         (logs.state == ReplayState::kReplayed &&
+          (logs.choice.bounded || logs.choice.mode == LogMode::kChosen));
+}
+
+void AddLine(std::string& text, const std::string& label, const std::string& words) {
+  if (words.empty()) return;
+  text += label;
+  text += ": ";
+  text += words;
+  text += "\r\n";
+}
+
+void EndGroup(std::string& text) {
+  if (!text.empty() && !text.ends_with("\r\n\r\n")) text += "\r\n";
+}
+
+void AddBaseBlock(std::string& text, const HiveStateTexts& texts) {
+  AddLine(text, "Checksum of the base block",
+          texts.checksum_valid.empty()  ? ""
+          : texts.checksum_valid == "1" ? "right"
+                                        : "wrong");
+  AddLine(text, "Sequence numbers", texts.sequence);
+  AddLine(text, "Last written", texts.last_written);
+  AddLine(text, "Reorganised", texts.reorganised);
+  AddLine(text, "Version", texts.version);
+  AddLine(text, "Flags", texts.flags);
+  AddLine(text, "File name in it", texts.stored_name);
+  EndGroup(text);
+}
+
+void AddLogs(std::string& text, const HiveImage& hive) {
+  if (hive.logs == nullptr) return;
+  const HiveLogs& logs = *hive.logs;
+  if (logs.logs.empty() && logs.state != ReplayState::kPart) text += "Log files: none found\r\n";
+  for (const HiveLog& log : logs.logs) AddLine(text, "Log", LogLine(logs, log));
+  for (const std::string& name : logs.transactions) {
+    AddLine(text, "Log of transactions, not read", LeafOf(FilePath(name)));
+  }
+  EndGroup(text);
+}
+
+void AddHash(std::string& text, const std::string& file, const std::string& hash,
+             HashProgress progress) {
+  const char* missing = kUnknownHash;
+  if (progress == HashProgress::kUnderWay) missing = "is being computed";
+  if (progress == HashProgress::kStopped) missing = "was not computed";
+  AddLine(text, "SHA-256 of " + file, hash.empty() ? missing : hash);
+}
+
+void AddHashes(std::string& text, const HiveImage& hive, const HiveHashes& hashes,
+               HashProgress progress) {
+  AddHash(text, LeafOf(FilePath(hive.file_name)), hashes.hive, progress);
+  const size_t logs = hive.logs == nullptr ? 0 : hive.logs->logs.size();
+  for (size_t i = 0; i < logs; ++i) {
+    const std::string hash = i < hashes.logs.size() ? hashes.logs[i] : std::string();
+    AddHash(text, LeafOf(FilePath(hive.logs->logs[i].name)), hash, progress);
+  }
+}
+
+}  // namespace
+
+HiveMark MarkOf(const HiveImage& hive) {
+  if (hive.logs == nullptr && !BeginsAsBaseBlock(hive)) return HiveMark::kUnknown;
+  const PlanInput state = hive.logs == nullptr ? PlanInputOf(ImageBytes(hive)) : hive.logs->hive;
+  if (hive.logs != nullptr && IsByUser(*hive.logs)) return HiveMark::kByUser;
+  if (hive.logs != nullptr && IsReplayed(hive)) return HiveMark::kReplayed;
+  return state.dirty() ? HiveMark::kLacking : HiveMark::kClean;
+}
+
+std::string StatusWords(const HiveImage& hive) {
+  std::string words = StateWords(hive);
+  if (!hive.places.undone.empty()) words += ", bytes moved";
+  if (CutOf(hive).at != 0) words += ", ends early";
+  if (hive.unread.count != 0) words += ", not read whole";
+  return words;
+}
+
+std::vector<HiveNote> NotesOn(const HiveImage& hive, const KeyTree& tree) {
+  std::vector<HiveNote> notes;
+  if (std::string moved = UndoneWords(hive); !moved.empty()) notes.push_back({"Moved", moved});
+  if (std::string logs = LogsWords(hive); !logs.empty()) notes.push_back({"Logs", logs});
+  if (std::string layers = LayersNotice(hive, tree); !layers.empty()) {
+    notes.push_back({"Layers", std::move(layers)});
+  }
+  if (const ImageCut cut = CutOf(hive); cut.at != 0) {
+    notes.push_back({"Ends early", "at " + PositionText(cut.at) + ": " + cut.reason});
+  }
+  if (hive.unread.count != 0) notes.push_back({"Not read", UnreadRangesText(hive.unread, 8)});
+  return notes;
+}
+
+std::u16string EntriesOfLogs(const HiveLogs& logs) {
+  std::string text;
+  for (const HiveLog& log : logs.logs) {
+    const std::string name = LeafOf(FilePath(log.name));
+    AddLine(text, name, log.entries.empty() ? UseWords(logs, log) : EntriesWords(log.entries));
+  }
+  return text.empty() ? u"There is no log beside the hive." : ShownText(text);
+}
+
+std::u16string HiveStateText(const HiveImage& hive, const KeyTree& tree, const HiveHashes& hashes,
+                             HashProgress progress) {
+  const HiveStateTexts texts = StateTextsOf(hive, false);
+  std::string text;
+  AddLine(text, "File", hive.file_name);
+  AddLine(text, "State", StatusWords(hive));
+  AddLine(text, "Dirty because", texts.dirty_why);
+  for (const HiveNote& note : NotesOn(hive, tree)) AddLine(text, note.label, note.words);
+  EndGroup(text);
+  AddBaseBlock(text, texts);
+  AddLogs(text, hive);
+  AddHashes(text, hive, hashes, progress);
+  return ShownText(text);
+}
+
+}  // namespace hivequarry

@@ -1,0 +1,46 @@
+// The state of the hive shown, in a word and a picture for the status bar, and as all that is known
+// of it.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "hive/image.h"
+#include "hive/key_tree.h"
+#include "replay/hive_logs.h"
+#include "reports/hive_state.h"
+
+namespace hivequarry {
+
+// In the order of the image list of states.
+enum class HiveMark : uint8_t {
+  kClean,     // needs no logs
+  kReplayed,  // dirty, shown as its logs make it
+  kByUser,    // dirty or not, shown otherwise than by itself because the user wants it so
+  kLacking,   // dirty, and its last changes may be missing
+  kUnknown,   // there is no base block that says
+  kCount
+};
+HiveMark MarkOf(const HiveImage& hive);
+// The words for the status bar: StateWords, and what else is not as it seems.
+std::string StatusWords(const HiveImage& hive);
+
+// What of the file is not as it seems, or not there. Texts are UTF-8.
+struct HiveNote {
+  const char* label;
+  std::string words;
+};
+std::vector<HiveNote> NotesOn(const HiveImage& hive, const KeyTree& tree);
+
+// Which entries the logs have, a line each log: "NAME: entries 10..12", or why it has none.
+std::u16string EntriesOfLogs(const HiveLogs& logs);
+
+// How far the hashes of the files are.
+enum class HashProgress : uint8_t { kUnderWay, kDone, kStopped };
+// All that is known of the hive's state: lines, each a label and what is said, in groups apart from
+// each other by empty lines.
+std::u16string HiveStateText(const HiveImage& hive, const KeyTree& tree, const HiveHashes& hashes,
+                             HashProgress progress);
+
+}  // namespace hivequarry
