@@ -63,17 +63,16 @@ const char* LeftWords(ReplayState state) {
   }
 }
 
-// True where entries that would have been applied are after the one that the user stops at.
-bool IsStoppedEarly(const HiveLogs& logs) {
-  for (const HiveLog& log : logs.logs) {
-    const bool rest = log.use == LogUse::kApplied && log.applied < log.entries.size();
-    if (rest || log.use == LogUse::kUntil) return true;
-  }
-  return false;
+// True for a clean hive beside which there are entries that the system would ignore.
+bool HasLaterEntries(const HiveLogs& logs) {
+  return std::ranges::any_of(logs.logs, [&logs](const HiveLog& log) {
+    return log.use == LogUse::kHiveClean && log.form == LogForm::kNew && !log.entries.empty() &&
+           IsNumberBefore(logs.hive.base.sequence1, log.entries.back().sequence);
+  });
 }
 
 std::string AppliedWords(const HiveLogs& logs) {
-  if (logs.choice.bounded && IsStoppedEarly(logs)) {
+  if (logs.choice.bounded) {
     return "logs applied until entry " + std::to_string(logs.choice.until);
   }
   return logs.choice.mode == LogMode::kChosen ? "chosen logs applied" : "logs applied";
@@ -101,6 +100,7 @@ std::string StateWords(const HiveImage& hive) {
     words += ", ";
     words += LeftWords(hive.logs->state);
   }
+  if (hive.logs != nullptr && HasLaterEntries(*hive.logs)) words += ", a log has later entries";
   if (!state.checksum_right) words += ", checksum wrong";
   return words;
 }

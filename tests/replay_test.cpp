@@ -1,6 +1,7 @@
 // Logs of hives: which entries are applied, what comes out, and what is said of it.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <functional>
@@ -12,8 +13,10 @@
 #include "lists/list_writers.h"
 #include "reports/freed_lists.h"
 #include "reports/hive_lists.h"
+#include "reports/hive_state.h"
 #include "reports/log_lists.h"
 #include "reports/log_records.h"
+#include "reports/removed_state.h"
 #include "tests/support/logged_hive.h"
 #include "tests/support/opened_hive.h"
 #include "tests/support/texts.h"
@@ -441,6 +444,93 @@ TEST(Replay, ListsOfChanges) {
   const std::string origin(FactsOfRow(*values, 0).from_log);
   EXPECT_TRUE(origin.starts_with("changed: HIVE.LOG1 at 0x")) << origin;
   EXPECT_TRUE(origin.ends_with(", entry 10")) << origin;
+}
+
+// Each removed row names the entry that did it, found without looking at every state.
+TEST(Replay, RemovedNamesItsEntry) {
+  // Entry 10 + i takes the key "Gone i" out of its parent's list; a value goes with the fourth.
+  std::vector<Bytes> states;
+  for (int state = 0; state <= 5; ++state) {
+    testing::HiveBuilder builder;
+    builder.Key("Stays").Sz("Text", "the same");
+    if (state < 4) builder.Key("Stays").Dword("Lost", 4);
+    for (int key = 0; key < 5; ++key) {
+      builder.Key("Gone " + std::to_string(key)).Sz("Old", "v").Binary("Fill", 3000);
+    }
+    testing::BuiltHive built = builder.Build();
+    for (int key = 0; key < state; ++key) built.Unlink("Gone " + std::to_string(key));
+    testing::SetNumbers(built.bytes, 10, 9);
+    states.push_back(built.bytes);
+  }
+  LoggedFiles files;
+  files.hive = states[0];
+  std::vector<testing::LogEntrySpec> entries;
+  for (uint32_t entry = 0; entry < 5; ++entry) {
+    entries.push_back(EntryBetween(states[entry], states[entry + 1], 10 + entry));
+  }
+  files[".LOG1"] = NewLog(states[0], entries);
+  LoggedHive hive(files);
+  RemovedState removed;
+  ASSERT_TRUE(FindRemoved(hive.hive(), hive.tree(), removed));
+  ASSERT_EQ(removed.keys.size(), 5U);
+  for (uint32_t key = 0; key < 5; ++key) {
+    EXPECT_TRUE(removed.keys[key].path.ends_with("Gone " + std::to_string(key)));
+    EXPECT_EQ(removed.keys[key].by.first, key);
+    EXPECT_EQ(removed.keys[key].by.last, key);
+  }
+  const auto lost = std::ranges::find_if(
+      removed.values, [](const RemovedValue& value) { return value.path.ends_with("Stays"); });
+  ASSERT_NE(lost, removed.values.end());
+  EXPECT_EQ(lost->by.first, 3U);
+  EXPECT_EQ(removed.marks[lost->item], RemovedMark::kWay);
+  const OutputListPtr rows = ListRemovedKeys(hive.hive(), hive.tree());
+  ASSERT_EQ(RowCount(*rows), 5U);
+  EXPECT_EQ(ColumnTitle(*rows, 7), "Removed By");
+  EXPECT_TRUE(CellText(*rows, 2, 7).starts_with("HIVE.LOG1 at 0x"));
+  EXPECT_TRUE(CellText(*rows, 2, 7).ends_with(", entry 12")) << CellText(*rows, 2, 7);
+  // Taken out of view: what stays, but for the way to what does not.
+  HideWhatStays(removed);
+  const KeyTree& before = removed.before.tree;
+  size_t shown = 0;
+  for (uint32_t item = 0; item < before.items.size(); ++item) {
+    shown += before.items[item].hidden ? 0 : 1;
+  }
+  EXPECT_EQ(shown, 7U);  // root, "Stays" and the five
+}
+
+// The words of a state: dirty or not, and what became of the logs.
+TEST(Replay, StateInAFewWords) {
+  const LogStory story = MakeLogStory();
+  LogChoice none;
+  none.mode = LogMode::kNone;
+  LoggedHive hive(story.files);
+  EXPECT_EQ(StateWords(hive.hive()), "Dirty, logs applied");
+  const std::vector<std::string> lines = HiveHeadLines(hive.hive(), {"ab", {"", "cd"}});
+  ASSERT_EQ(lines.size(), 6U);
+  EXPECT_EQ(lines[0], "File: " + hive.name());
+  EXPECT_TRUE(lines[2].starts_with("Logs: Dirty hive (sequence numbers 10 and 9 differ)"));
+  EXPECT_EQ(lines[3], "Checksum: right");
+  EXPECT_EQ(lines[4], "SHA-256: ab");
+  EXPECT_EQ(lines[5], "SHA-256: cd HIVE.LOG2");
+  const struct {
+    LogChoice choice;
+    const char* words;
+  } choices[] = {{none, "Dirty, logs left out"},
+                 {testing::Until(10), "Dirty, logs applied until entry 10"},
+                 {testing::Until(11), "Dirty, logs applied until entry 11"},
+                 {testing::Until(9), "Dirty, no entry so early"}};
+  for (const auto& each : choices) {
+    hive.Reopen(each.choice);
+    EXPECT_EQ(StateWords(hive.hive()), each.words);
+  }
+  LoggedFiles files = story.files;
+  testing::SetNumbers(files.hive, 10, 10);
+  EXPECT_EQ(StateWords(LoggedHive(files).hive()), "Clean, a log has later entries");
+  files = story.files;
+  files.hive[12] ^= 1;
+  EXPECT_EQ(StateWords(LoggedHive(files).hive()), "Dirty, logs applied, checksum wrong");
+  files.beside.clear();
+  EXPECT_EQ(StateWords(LoggedHive(files).hive()), "Dirty, no log beside it, checksum wrong");
 }
 
 // Freed records of both states: what both have is told once.

@@ -1,7 +1,9 @@
 #include <algorithm>
 #include <array>
 
+#include "tests/support/log_writer.h"
 #include "tests/support/sample_hives.h"
+#include "tests/support/sample_log.h"
 
 namespace hivequarry::testing {
 namespace {
@@ -167,6 +169,17 @@ BuiltHive SoundSample() {
   hive.Key("Policies\\Explorer").Security(1);
   hive.Key("Brightmoor\\Ledger").FreeBehind(96).Slack(64);
   return hive.Build();
+}
+
+// The files that another program of the maker opened are forgotten.
+Bytes SampleLog() {
+  BuiltHive hive = SoundSample();
+  Damage(hive);
+  const Bytes before = hive.bytes;
+  const std::string recent = "Alderwick\\Frame Maker\\Recent Files";
+  const uint32_t key = hive.PositionOf(recent);
+  hive.Unlink(recent).Free(key);
+  return NewLog(hive.bytes, {EntryBetween(before, hive.bytes, 2)});
 }
 
 Bytes DamagedSample() {

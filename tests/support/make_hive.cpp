@@ -8,6 +8,7 @@
 #include "tests/support/hostile_hives.h"
 #include "tests/support/plain_cells.h"
 #include "tests/support/sample_hives.h"
+#include "tests/support/sample_log.h"
 
 namespace {
 
@@ -25,6 +26,8 @@ struct Shape {
 constexpr Shape kShapes[] = {
     {"sample", [](uint32_t) { return hivequarry::testing::DamagedSample(); }, false,
      "the damaged sample"},
+    {"samplelog", [](uint32_t) { return hivequarry::testing::SampleLog(); }, false,
+     "the log of the damaged sample"},
     {"sound", [](uint32_t) { return hivequarry::testing::SoundSample().bytes; }, false,
      "the sample before the damage"},
     {"keys", hivequarry::testing::HiveOfKeys, true, "COUNT keys as in a hive of software"},

@@ -1,4 +1,5 @@
 // A dirty hive and its logs in the real window: the state that is always seen, and other logs.
+#include <algorithm>
 #include <fstream>
 
 #include "app/settings.h"
@@ -10,8 +11,12 @@
 #include "ui/commands/log_commands.h"
 #include "ui/dialogs/list_dialogs.h"
 #include "ui/frame/text.h"
+#include "ui/lists/list_menu.h"
+#include "ui/lists/list_selection.h"
 #include "ui/main/status.h"
 #include "ui/resources/resource.h"
+#include "view/removed_words.h"
+#include "view/tree_icons.h"
 
 namespace hivequarry::testing {
 namespace {
@@ -47,6 +52,15 @@ class LogsTest : public ListTest {
     Texts keys = ChildTexts(RootHandle());
     std::erase_if(keys, [](const std::string& key) { return key.starts_with("Disconnected"); });
     return keys;
+  }
+  // The newest list window with that title, filled.
+  HWND WaitForList(const wchar_t* title) {
+    HWND list = nullptr;
+    PumpUntil([&] {
+      list = FindWindowW(L"HivequarryList", title);
+      return list != nullptr && !window_->work.thread.joinable();
+    });
+    return list;
   }
   std::string SelectedKey() const { return ItemText(TreeView_GetSelection(window_->tree.window)); }
   void WaitForHashes() {
@@ -163,6 +177,81 @@ TEST_F(LogsTest, ClickOnTheStateShowsAllAndHashesWhenTheyAreThere) {
   EXPECT_TRUE(lines[6].ends_with(" HIVE.LOG2"));
   // A list of the live registry says nothing of the hive.
   EXPECT_TRUE(HeadLinesOf(*OpenList(MakeRows(kListLiveSearch, {{"a key"}})).model).empty());
+}
+
+TEST_F(LogsTest, ARowOfTheLogEntriesShowsTheHiveAsOfThatEntry) {
+  OpenStory();
+  Run(kCommandListLogs);
+  const HWND list = WaitForList(L"Log entries");
+  ASSERT_NE(list, nullptr);
+  ListPlace& place = *FindListPlace(list);
+  EXPECT_EQ(Column(place, 1), (Texts{"10", "11"}));
+  EXPECT_EQ(Column(place, 6), (Texts{"applied", "applied"}));
+  FocusRow(place, 0, false);
+  NMITEMACTIVATE notice{};
+  notice.hdr = {place.list, 0, LVN_ITEMACTIVATE};
+  SendMessageW(list, WM_NOTIFY, 0, reinterpret_cast<LPARAM>(&notice));  // a double click
+  WaitForLoad();
+  EXPECT_EQ(State(), "Dirty, logs applied until entry 10");
+  EXPECT_EQ(Keys(), (Texts{"Comes", "Goes", "Stays"}));
+  FocusRow(place, 1, false);
+  RunList(place, kCommandShowAsOf);
+  WaitForLoad();
+  EXPECT_EQ(State(), "Dirty, logs applied until entry 11");
+  EXPECT_EQ(Keys(), (Texts{"Comes", "Stays"}));
+
+  Run(kCommandListLogChanges);
+  const HWND changes = WaitForList(L"Changes by log entries");
+  ASSERT_NE(changes, nullptr);
+  ListPlace& changed = *FindListPlace(changes);
+  const Texts what = Column(changed, 2);
+  const auto removed = std::ranges::find(what, "key removed");
+  ASSERT_NE(removed, what.end());
+  FocusRow(changed, static_cast<uint32_t>(removed - what.begin()), false);
+  // Whatever is at its position now is another key.
+  SelectPath("Stays");
+  RunList(changed, kCommandGoToTree);
+  EXPECT_EQ(SelectedKey(), "Stays");
+  EXPECT_TRUE(IsListCommandAvailable(changed, kCommandShowAsOf));
+  // A list of another hive's logs does not lead here.
+  SetListSource(*changed.model, "another hive");
+  EXPECT_FALSE(IsListCommandAvailable(changed, kCommandShowAsOf));
+}
+
+TEST_F(LogsTest, WhatTheLogsRemovedIsInTheTreeWithTheEntryThatDid) {
+  OpenStory();
+  const HWND tree = window_->tree.window;
+  const HTREEITEM folder = TreeView_GetNextSibling(tree, RootHandle());
+  ASSERT_EQ(ItemText(folder), "Removed by the logs");
+  TreeView_Expand(tree, folder, TVE_EXPAND);
+  ASSERT_TRUE(PumpUntil(
+      [&] { return window_->hive.removed != nullptr && !window_->work.thread.joinable(); }));
+  EXPECT_EQ(ItemText(folder), "Removed by the logs (1 key, 1 value)");
+  EXPECT_TRUE(IsItemExpanded(folder));
+  EXPECT_EQ(ChildTexts(folder), Texts{"Goes"});
+
+  const HTREEITEM key = TreeView_GetChild(tree, folder);
+  TreeView_SelectItem(tree, key);
+  WaitForRows();
+  EXPECT_EQ(RemovedIcon(*window_->hive.removed, SelectedItem(window_->removed)), kIconRemoved);
+  EXPECT_TRUE(TextOf(window_->detail.window).starts_with("Removed by HIVE.LOG2 at 0x"))
+      << TextOf(window_->detail.window);
+  EXPECT_NE(StatusText(kStatusText).find("entry 11"), std::string::npos);
+  const Texts row = ValueRowTexts(0);
+  EXPECT_EQ(row[0], "Old");
+  EXPECT_EQ(row[2], "to be removed");
+  SelectRow(0);
+  EXPECT_TRUE(TextOf(window_->detail.window).starts_with("Removed by HIVE.LOG2 at 0x"));
+  // What works on the hive as it is shown has nothing to work on.
+  EXPECT_FALSE(FactsNow(*window_).value || FactsNow(*window_).item);
+  Run(kCommandEditValue);
+  SelectItemAndWait(0);
+  EXPECT_EQ(window_->selection.removed, nullptr);
+
+  TreeView_SelectItem(tree, key);
+  RunAndLoad(kCommandLogsNone);
+  EXPECT_EQ(ItemText(TreeView_GetNextSibling(tree, RootHandle())), "Workspace");
+  EXPECT_EQ(window_->hive.removed, nullptr);
 }
 
 TEST_F(LogsTest, HivesWithoutStateSayThatToo) {
