@@ -30,6 +30,13 @@ const MenuItem kMainMenu[] = {
     {"&File", "Re&create Hive", 5104},
     {"&File", "Export Hive to &reg file", 1419},
     {"&File", "Regis&try root of hive...", 9039},
+    {"&File", "&State of the hive...", 9080},
+    {"&File>Transaction lo&gs", "&None", 9081},
+    {"&File>Transaction lo&gs", "&Automatic", 9082},
+    {"&File>Transaction lo&gs", "&Choose files...", 9083},
+    {"&File>Transaction lo&gs", "&Until entry...", 9084},
+    {"&File>Transaction lo&gs", "List log &entries", 9085},
+    {"&File>Transaction lo&gs", "List c&hanges by log entries", 9086},
     {"&File>Security R&ecords", "List &Security Records", 7043},
     {"&File>Security R&ecords", "List &ACEs", 7045},
     {"&File>Security R&ecords", "&Records used by keys", 9031},
@@ -203,8 +210,8 @@ bool IsAmong(const uint16_t (&numbers)[kCount], uint32_t number) {
 
 // What the program promises for every command number it has, by the flags alone.
 bool IsPromised(CommandNumber number, bool running, bool backup) {
-  constexpr uint16_t kAlways[] = {kCommandExit, kCommandResizeColumns, kCommandDetailPane,
-                                  kCommandNextPane, kCommandPreviousPane};
+  constexpr uint16_t kAlways[] = {kCommandExit,     kCommandResizeColumns, kCommandDetailPane,
+                                  kCommandNextPane, kCommandPreviousPane,  kCommandHiveState};
   constexpr uint16_t kNotInBackup[] = {kCommandSaveListText,
                                        kCommandSaveReport,
                                        kCommandLoadReport,
@@ -235,7 +242,7 @@ TEST(CommandTable, EveryCommandObeysTheFlags) {
         &CommandFacts::key_cell, &CommandFacts::removable, &CommandFacts::hidden_keys,
         &CommandFacts::value, &CommandFacts::edited_value, &CommandFacts::edits,
         &CommandFacts::value_rows, &CommandFacts::row_selected, &CommandFacts::list_rows,
-        &CommandFacts::findable}) {
+        &CommandFacts::findable, &CommandFacts::logs, &CommandFacts::replayed}) {
     facts.*there = true;
   }
   facts.recent_hives = kRecentHives;
