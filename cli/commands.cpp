@@ -232,7 +232,8 @@ constexpr CommandRow kCommands[] = {{"info", Info},
                                     {"security keys", SecurityKeysCommand},
                                     {"security show", SecurityShowCommand},
                                     {"report", ReportCommand},
-                                    {"export", ExportCommand}};
+                                    {"export", ExportCommand},
+                                    {"repair", RepairCommand}};
 
 }  // namespace
 

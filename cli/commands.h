@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "cases/repair.h"
 #include "cli/console_host.h"
 #include "cli/print_list.h"
 #include "lists/list_head.h"
@@ -75,7 +76,8 @@ struct ConsoleRequest {
   bool all_roots = false;           // further hives of the file stay part of this one
   bool raw = false;
   bool code_page = false;  // names and texts as the code page has them
-  bool recovered = false;  // "export --recovered"
+  bool recovered = false;  // "export --recovered", "repair --recovered"
+  RepairKind repair = RepairKind::kRebuilt;
   int script_version = 4;  // of an export
   Tombstones tombstones = Tombstones::kComments;
   bool freed = false;               // freed records too; of an export, them alone

@@ -233,6 +233,17 @@ void AddCommands(CLI::App& app, ConsoleRequest& request) {
       ->add_option("--script", request.script_version,
                    "4: REGEDIT4, single-byte text; 5: Version 5.00, UTF-16, which loses nothing")
       ->check(CLI::IsMember({4, 5}));
+  CLI::App* repair = app.add_subcommand(
+      "repair", "Writes what the hive holds as a new hive (-o) that mounts again");
+  AddHive(repair, request);
+  repair
+      ->add_option("--kind", request.repair,
+                   "rebuilt (default): a new, compact hive of the keys and values; replayed: the "
+                   "file as its logs make it, byte for byte")
+      ->transform(CLI::CheckedTransformer(std::map<std::string, RepairKind>{
+          {"rebuilt", RepairKind::kRebuilt}, {"replayed", RepairKind::kReplayed}}));
+  repair->add_flag("--recovered", request.recovered,
+                   "Also the keys that no list names, in their branches or below \"Recovered\"");
   CLI::App* split = app.add_subcommand("split", "Cuts a file into pieces, one per run of blocks");
   AddHive(split, request);
   CLI::App* convert = app.add_subcommand("convert", "A Report List in another format");

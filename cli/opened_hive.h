@@ -42,6 +42,8 @@ int CheckCommand(const ConsoleRequest& request);
 
 // The events of one or several hives (timeline_command.cpp); an exit status.
 int TimelineCommand(const ConsoleRequest& request);
+// A hive that mounts again (repair_command.cpp); an exit status.
+int RepairCommand(const ConsoleRequest& request, OpenedHive& opened);
 
 // The registry script of a branch (export_command.cpp); an exit status.
 int ExportCommand(const ConsoleRequest& request, OpenedHive& opened);

@@ -38,6 +38,7 @@ constexpr KindColumn Size(int thirds) {
 }
 constexpr KindColumn kPieces[] = {Position("Start Offset", 6, 1), Position("End Offset", 6, 1),
                                   Size(6), kFile};
+constexpr KindColumn kRepair[] = {kKey, kValue, Text("What", 6, 1), Position("Offset", 5)};
 constexpr KindColumn kErrors[] = {kRoot, kKey, kValue, kError};
 
 // --- special reports -----------------------------------------------------------------------------
@@ -277,6 +278,7 @@ constexpr ListKindInfo kKinds[] = {
     {kListLogRecords, "Records in pages of logs", kLogRecords},
     {kListCheck, "Structure", kCheck, WindowFamily::kOther, ListHelp::kCheck, RowLeads::kField,
      ListAbout::kRecord},
+    {kListRepair, "Left out or changed by a repair", kRepair},
 };
 
 constexpr bool NumbersDiffer() {

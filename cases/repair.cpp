@@ -1,0 +1,191 @@
+#include "cases/repair.h"
+
+#include <cerrno>
+#include <cstring>
+#include <utility>
+
+#include "cases/new_hive.h"
+#include "cases/tree_content.h"
+#include "check/check.h"
+#include "hive/hive_table.h"
+#include "hive/opening.h"
+#include "host/evidence.h"
+#include "host/files.h"
+#include "host/host.h"
+#include "host/long_operation.h"
+#include "host/output_file.h"
+#include "lists/list_rows.h"
+#include "recovery/image_tree.h"
+
+namespace hivequarry {
+namespace {
+
+// Opens the new file beside the hive that is shown, and forgets it again. What the next opening by
+// the user is asked for stays as it is.
+class Reopened {
+ public:
+  explicit Reopened(const std::string& name) {
+    HiveTable& table = TheHiveTable();
+    const uint32_t start = std::exchange(table.start_offset, 0);
+    const uint32_t end = std::exchange(table.end_offset, 0);
+    const LogChoice logs = std::exchange(table.logs, LogChoice{LogMode::kNone, {}, false, 0});
+    const std::string folder = table.current_folder;
+    const std::string file = table.current_file;
+    const int current = table.current;
+    slot_ = OpenHive(name);
+    table.start_offset = start;
+    table.end_offset = end;
+    table.logs = logs;
+    table.current_folder = folder;
+    table.current_file = file;
+    table.current = current;
+    if (slot_ < 0) return;
+    BuildOptions options;
+    options.disconnected_values = false;
+    options.ask_other_roots = false;
+    options.show_stopped = false;
+    read_ = !BuildImageTree(HiveOfSlot(slot_), options, tree_).stopped;
+  }
+  ~Reopened() {
+    if (slot_ >= 0) FreeHiveSlot(slot_);
+  }
+  Reopened(const Reopened&) = delete;
+  Reopened& operator=(const Reopened&) = delete;
+
+  bool read() const { return read_; }
+  const HiveImage& hive() const { return HiveOfSlot(slot_); }
+  const KeyTree& tree() const { return tree_; }
+
+ private:
+  int slot_ = -1;
+  bool read_ = false;
+  KeyTree tree_;
+};
+
+std::string_view TextOf(const std::vector<uint8_t>& bytes) {
+  return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
+}
+
+// The image as it is in memory, logs applied.
+std::vector<uint8_t> BytesOfImage(const HiveImage& hive) {
+  std::vector<uint8_t> bytes(hive.held);
+  bytes.resize(ReadHeldBytes(hive, 0, bytes.data(), hive.held));
+  return bytes;
+}
+
+// Holds all that was to be written, and nothing else.
+bool HoldsContent(const Reopened& opened, const NewHive& content,
+                  const std::vector<uint8_t>& bytes) {
+  const OutputListPtr rows = MakeOutputList(kListRepair);
+  uint32_t left_out = 0;
+  const NewHive read = ContentOfTree(opened.hive(), opened.tree(), false, *rows, left_out);
+  if (left_out != 0 || RowCount(*rows) != 0 || !(read == content)) return false;
+  return BytesOfNewHive(read) == bytes && IsSound(CheckHive(bytes));
+}
+
+RepairFault RefusalOf(const std::string& name) {
+  if (IsProtected(name)) return RepairFault::kProtected;
+  return RefusalOfOutput(name, OutputMode::kNew) == EEXIST ? RepairFault::kExists
+                                                           : RepairFault::kNone;
+}
+
+bool WriteBytes(const std::string& name, const std::vector<uint8_t>& bytes, int& error) {
+  OutputFile file;
+  if (!OpenOutput(name, OutputMode::kNew, file, error)) return false;
+  const OutputGuard guard(file);
+  const bool written = WriteOutput(file, TextOf(bytes));
+  if (!written) error = errno;
+  return CloseOutput(file, written);
+}
+
+template <typename Verify>
+void WriteVerified(const std::string& name, const std::vector<uint8_t>& bytes, Repaired& repaired,
+                   const Verify& verify) {
+  const std::string made = NameBeside(name, repaired.error);
+  repaired.fault = RepairFault::kWrite;
+  if (made.empty()) return;
+  if (!WriteBytes(made, bytes, repaired.error)) return;
+  ShowStatus("Verifying ...");
+  bool same = false;
+  {
+    const Reopened opened(made);
+    same = opened.read() && verify(opened);
+  }
+  const bool kept = PutInPlace(made, name, same && RefusalOf(name) == RepairFault::kNone);
+  repaired.bytes = bytes.size();
+  repaired.fault = kept ? RepairFault::kNone : RepairFault::kVerify;
+  if (StopRequested()) repaired.fault = RepairFault::kStopped;
+}
+
+void WriteReplayed(const HiveImage& hive, const std::string& name, Repaired& repaired) {
+  if (!hive.header_valid) repaired.fault = RepairFault::kNoHive;
+  if (hive.unread.count != 0) repaired.fault = RepairFault::kUnread;
+  if (repaired.fault != RepairFault::kNone) return;
+  const std::vector<uint8_t> bytes = BytesOfImage(hive);
+  WriteVerified(name, bytes, repaired,
+                [&](const Reopened& opened) { return BytesOfImage(opened.hive()) == bytes; });
+}
+
+void WriteRebuilt(const HiveImage& hive, const KeyTree& tree, bool recovered,
+                  const std::string& name, Repaired& repaired) {
+  ShowStatus("Rebuilding ...");
+  const NewHive content =
+      ContentOfTree(hive, tree, recovered, *repaired.rows, repaired.recovered_left_out);
+  if (content.keys.empty()) {
+    repaired.fault = RepairFault::kStopped;
+    return;
+  }
+  repaired.keys = static_cast<uint32_t>(content.keys.size());
+  for (const NewKey& key : content.keys) {
+    repaired.values += static_cast<uint32_t>(key.values.size());
+  }
+  const std::vector<uint8_t> bytes = BytesOfNewHive(content);
+  if (bytes.empty()) {
+    repaired.fault = RepairFault::kTooLarge;
+    return;
+  }
+  WriteVerified(name, bytes, repaired,
+                [&](const Reopened& opened) { return HoldsContent(opened, content, bytes); });
+}
+
+}  // namespace
+
+Repaired RepairHive(const HiveImage& hive, const KeyTree& tree, const RepairOptions& options,
+                    const std::string& name) {
+  Repaired repaired;
+  repaired.rows = MakeOutputList(kListRepair);
+  repaired.fault = RefusalOf(name);
+  if (repaired.fault != RepairFault::kNone) return repaired;
+  if (options.kind == RepairKind::kReplayed) {
+    WriteReplayed(hive, name, repaired);
+  } else {
+    WriteRebuilt(hive, tree, options.recovered, name, repaired);
+  }
+  ShowStatus("Done.");
+  return repaired;
+}
+
+std::string RepairFaultWords(const Repaired& repaired, const std::string& name) {
+  switch (repaired.fault) {
+    case RepairFault::kExists:
+      return "There is a file " + name + " already: a repaired hive replaces none";
+    case RepairFault::kProtected:
+      return name + " is a hive or a log of one: nothing is written there";
+    case RepairFault::kUnread:
+      return "Parts of the file could not be read, so it can't be written as it is; rebuild it";
+    case RepairFault::kNoHive:
+      return "The file does not begin as a hive, so it can't be written as it is; rebuild it";
+    case RepairFault::kTooLarge:
+      return "The hive would be longer than 2 GiB";
+    case RepairFault::kWrite:
+      return "Can not create file " + name + ": " + std::strerror(repaired.error);
+    case RepairFault::kVerify:
+      return name + " was not what had been written when it was read back; it is removed";
+    case RepairFault::kStopped:
+      return "Stopped; " + name + " is not written";
+    default:
+      return {};
+  }
+}
+
+}  // namespace hivequarry

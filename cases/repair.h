@@ -1,0 +1,57 @@
+// A hive that mounts again: what a damaged or dirty hive holds, as a new file that systems load.
+//
+// Replayed: the file as its logs make it, byte for byte. Rebuilt: a new, compact hive of the keys
+// and values of a tree. Values whose data can't be read are left out, never written empty. The
+// source is not touched; what was left out, renamed or replaced is a row of a list.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "hive/image.h"
+#include "hive/key_tree.h"
+#include "lists/output_list.h"
+
+namespace hivequarry {
+
+enum class RepairKind : uint8_t { kRebuilt, kReplayed };
+
+struct RepairOptions {
+  RepairKind kind = RepairKind::kRebuilt;
+  // Rebuilt: keys that no list names in their branches too, and those without a place below the key
+  // kRecoveredBranch of the root.
+  bool recovered = false;
+};
+inline constexpr const char16_t* kRecoveredBranch = u"Recovered";
+
+enum class RepairFault : uint8_t {
+  kNone,
+  kExists,     // there is a file of that name
+  kProtected,  // it is evidence, a log of a hive
+  kUnread,     // replayed: parts of the source could not be read
+  kNoHive,     // replayed: the image is no whole hive
+  kTooLarge,   // no system's offsets reach so far
+  kWrite,      // `error` says why
+  kVerify,     // the file, read back, is not what was written: it is gone again
+  kStopped,
+};
+struct Repaired {
+  RepairFault fault = RepairFault::kNone;
+  int error = 0;  // errno value
+  uint64_t bytes = 0;
+  uint32_t keys = 0;
+  uint32_t values = 0;
+  uint32_t recovered_left_out = 0;  // keys
+  OutputListPtr rows;               // of kind kListRepair
+};
+
+// Writes the file `name` (UTF-8), which must not exist. It is read back by the reader that every
+// hive is read by before it gets its name: the same keys, values, data, classes, times and
+// descriptors, and, rebuilt once more, the same bytes, of a sound structure. No other hive may be
+// opened meanwhile.
+Repaired RepairHive(const HiveImage& hive, const KeyTree& tree, const RepairOptions& options,
+                    const std::string& name);
+// Why not, for the user.
+std::string RepairFaultWords(const Repaired& repaired, const std::string& name);
+
+}  // namespace hivequarry

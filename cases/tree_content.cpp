@@ -1,0 +1,331 @@
+#include "cases/tree_content.h"
+
+#include <algorithm>
+#include <map>
+#include <unordered_map>
+#include <unordered_set>
+
+#include "hive/keys.h"
+#include "hive/layers.h"
+#include "hive/values.h"
+#include "host/case.h"
+#include "host/host.h"
+#include "host/long_operation.h"
+#include "host/text.h"
+#include "host/visible_text.h"
+#include "lists/list_rows.h"
+#include "records/base_block.h"
+#include "records/cell.h"
+#include "records/security_cell.h"
+#include "security/descriptor.h"
+#include "words/item_values.h"
+#include "words/value_text.h"
+
+namespace hivequarry {
+namespace {
+
+constexpr uint16_t kHandleFlag = 0x40;  // the key stands for a handle of the system
+// Volatile, an exit of a hive, a hive's root: what a file's keys never are below the root.
+constexpr uint16_t kFlagsOfPlace = 0x01 | 0x02 | 0x04 | kKeyNameIsBytes;
+
+// Administrators own it, they and the system have every right, users may read; inherited by keys.
+constexpr uint8_t kDefaultDescriptor[] = {
+    1, 0, 0x04, 0x80, 0x60, 0, 0, 0, 0x70, 0, 0, 0, 0, 0, 0, 0, 0x14, 0, 0, 0,
+    // the list: three entries
+    2, 0, 0x4C, 0, 3, 0, 0, 0, 0, 2, 0x18, 0, 0x3F, 0, 0x0F, 0, 1, 2, 0, 0, 0, 0, 0, 5, 0x20, 0, 0,
+    0, 0x20, 2, 0, 0, 0, 2, 0x14, 0, 0x3F, 0, 0x0F, 0, 1, 1, 0, 0, 0, 0, 0, 5, 0x12, 0, 0, 0, 0, 2,
+    0x18, 0, 0x19, 0, 0x02, 0, 1, 2, 0, 0, 0, 0, 0, 5, 0x20, 0, 0, 0, 0x21, 2, 0, 0,
+    // owner and group
+    1, 2, 0, 0, 0, 0, 0, 5, 0x20, 0, 0, 0, 0x20, 2, 0, 0, 1, 1, 0, 0, 0, 0, 0, 5, 0x12, 0, 0, 0};
+
+std::u16string CapitalsOf(std::u16string name) {
+  for (char16_t& unit : name) unit = CapitalOf(unit);
+  return name;
+}
+
+// Names that are taken among siblings; a taken one gets a number, as "name (2)".
+struct NameSet {
+  std::unordered_set<std::u16string> capitals;
+  // True when the name had to be changed.
+  bool Settle(std::u16string& name, size_t longest) {
+    if (capitals.insert(CapitalsOf(name)).second) return false;
+    const std::u16string stem = name;
+    for (uint32_t number = 2;; ++number) {
+      const std::u16string ending = WideOfText(" (" + std::to_string(number) + ")");
+      name = stem.substr(0, longest - ending.size()) + ending;
+      if (capitals.insert(CapitalsOf(name)).second) return true;
+    }
+  }
+};
+
+class ContentReader {
+ public:
+  ContentReader(const HiveImage& hive, const KeyTree& tree, bool recovered, OutputList& rows)
+      : hive_(hive), tree_(tree), recovered_(recovered), rows_(rows), paths_(hive, tree) {}
+
+  NewHive Read(uint32_t& left_out) {
+    content_.minor = 5;
+    const BaseBlock base = hive_.header_valid ? ReadBaseBlock(ImageBytes(hive_)) : BaseBlock();
+    if (base.major == 1 && base.minor >= 3 && base.minor <= 6) content_.minor = base.minor;
+    if (hive_.header_valid) {
+      ReadBytes(hive_, kBaseFileName, content_.file_name.data(),
+                static_cast<uint32_t>(content_.file_name.size()));
+    }
+    content_.layered = HasLayers(hive_);
+    numbers_.assign(tree_.items.size(), kNoNewKey);
+    const auto count = static_cast<uint32_t>(tree_.items.size());
+    for (uint32_t item = 0; item < count;) {
+      if (StopRequested()) return {};
+      item = ReadItem(item) ? item + 1 : tree_.items[item].end;
+    }
+    left_out = left_out_;
+    SettleKeyNames();
+    SortNewHive(content_);
+    return std::move(content_);
+  }
+
+ private:
+  void Row(uint32_t item, const std::string& value, const std::string& what, uint32_t position) {
+    AddListRow(rows_, {paths_.PathOf(item), value, what, PlaceText(hive_, position)}, position);
+  }
+
+  // False when what is below the item is not to be written either.
+  bool ReadItem(uint32_t item) {
+    const KeyItem& it = tree_.items[item];
+    if (it.hidden || it.kind == ItemKind::kDisconnectedValues) return false;
+    if (it.kind == ItemKind::kDisconnectedKeys) {
+      if (recovered_ && it.end > item + 1) numbers_[item] = AddRecoveredBranch();
+      if (!recovered_) LeaveOut(item + 1, it.end);
+      return recovered_;
+    }
+    const bool in_tree = item < tree_.disconnected_keys;
+    if (!recovered_ && in_tree && item != 0 && IsRecovered(tree_, item)) {
+      LeaveOut(item, it.end);
+      return false;
+    }
+    const uint32_t parent = item == 0 ? kNoNewKey : numbers_[it.parent];
+    if (item != 0 && parent == kNoNewKey) return false;
+    if (item != 0 && depths_[parent] >= kDeepestNewKey) {
+      Row(item, "", "left out with all below: too deep for a system", it.position);
+      return false;
+    }
+    numbers_[item] = AddKey(item, parent);
+    return true;
+  }
+
+  void LeaveOut(uint32_t first, uint32_t end) {
+    for (uint32_t at = first; at < end; ++at) left_out_ += IsKeyItem(tree_, at);
+  }
+
+  uint32_t Push(NewKey key, uint32_t item) {
+    depths_.push_back(key.parent == kNoNewKey ? 0 : depths_[key.parent] + 1);
+    items_.push_back(item);
+    content_.keys.push_back(std::move(key));
+    return static_cast<uint32_t>(content_.keys.size() - 1);
+  }
+
+  uint32_t AddRecoveredBranch() {
+    NewKey key;
+    key.name = kRecoveredBranch;
+    key.parent = 0;
+    key.descriptor = content_.keys.front().descriptor;
+    return Push(std::move(key), tree_.disconnected_keys);
+  }
+
+  uint32_t AddKey(uint32_t item, uint32_t parent) {
+    const KeyItem& it = tree_.items[item];
+    NewKey key;
+    key.parent = parent;
+    key.name = NameOf(item);
+    const bool has_cell = it.position != kNoOffset && (it.marks & kVirtualMarks) == 0 &&
+                          (item != 0 || IsKeyItem(tree_, item));
+    if (has_cell) {
+      const KeyNode node = ReadKeyNode(hive_, it.position, KeyRead::kFields);
+      ReadFields(node, key);
+      key.descriptor = DescriptorOf(item, node.security, parent);
+      ReadClass(item, node, key);
+      // Of a key that is only shown as the way to another one the values are where it really is.
+      if (it.kind != ItemKind::kPathCopy) ReadValues(item, key);
+    } else {
+      key.descriptor = DescriptorOf(item, kNoOffset, parent);
+      Row(item, "", "no record is left of this key: name from what names it, no time, no values",
+          it.position);
+    }
+    if (item == 0) key.flags = kRootKeyFlags & ~kFlagsOfPlace;
+    return Push(std::move(key), item);
+  }
+
+  std::u16string NameOf(uint32_t item) {
+    const KeyItem& it = tree_.items[item];
+    const bool stored = HasKeyCell(tree_, item) && it.made_name == 0;
+    const uint32_t length = stored ? ReadU16(hive_, it.position + kKeyNameLength) : 0;
+    std::u16string name = length == 0 ? WideOfText(StoredItemName(hive_, tree_, item))
+                                      : WideKeyName(ImageBytes(hive_), it.position, length);
+    const std::u16string before = name;
+    if (item == 0) name.erase(0, name.rfind(u'\\') + 1);  // it may be shown as a path
+    std::ranges::replace(name, u'\\', u'_');
+    if (name.empty()) name = u"Unnamed";
+    if (name.size() > kLongestNewKeyName) name.resize(kLongestNewKeyName);
+    if (name != before && item != 0) Renamed(item, name);
+    return name;
+  }
+
+  void Renamed(uint32_t item, const std::u16string& name) {
+    Row(item, "", "renamed: " + ShownKeyName(TextOfWide(name)), tree_.items[item].position);
+  }
+
+  void ReadFields(const KeyNode& node, NewKey& key) const {
+    const uint32_t cell = node.position;
+    key.flags = static_cast<uint16_t>(ReadU16(hive_, cell + kKeyFlags) & ~kFlagsOfPlace);
+    key.last_write = node.last_write;
+    key.access_bits = ReadU8(hive_, cell + kKeyAccessBits);
+    if (content_.layered) key.layer_bits = ReadU8(hive_, cell + kKeyLayerBits);
+    key.user_flags = ReadU8(hive_, cell + kKeyUserFlags);
+    if ((key.flags & kHandleFlag) != 0) key.handle = ReadU32(hive_, cell + kKeyValueCount);
+  }
+
+  void ReadClass(uint32_t item, const KeyNode& node, NewKey& key) {
+    if (node.class_name == kNoOffset || node.class_name_length == 0) return;
+    std::vector<uint8_t> bytes(node.class_name_length);
+    bytes.resize(ReadBytes(hive_, node.class_name + 4, bytes.data(), node.class_name_length));
+    const uint32_t room = CellLength(ReadU32(hive_, node.class_name));
+    if (!InCellBounds(hive_, node.class_name) || bytes.size() != node.class_name_length ||
+        room < bytes.size() + 4) {
+      return Row(item, "", "class name left out: it can't be read", node.position);
+    }
+    key.class_name = std::move(bytes);
+  }
+
+  // --- security ----------------------------------------------------------------------------------
+
+  uint32_t NumberOf(std::vector<uint8_t> descriptor) {
+    const auto [found, added] = by_bytes_.emplace(
+        std::move(descriptor), static_cast<uint32_t>(content_.descriptors.size()));
+    if (added) content_.descriptors.push_back(found->first);
+    return found->second;
+  }
+
+  // That of the record at `position`, or in its place the parent's.
+  uint32_t DescriptorOf(uint32_t item, uint32_t position, uint32_t parent) {
+    const auto known = by_position_.find(position);
+    if (known != by_position_.end()) return known->second;
+    SecurityRecordInfo info;
+    if (position != kNoOffset && ReadSecurityRecord(ImageBytes(hive_), position, info)) {
+      std::vector<uint8_t> bytes(ReadU32(hive_, position + kSecurityLength));
+      ReadBytes(hive_, position + kSecurityDescriptor, bytes.data(),
+                static_cast<uint32_t>(bytes.size()));
+      return by_position_[position] = NumberOf(std::move(bytes));
+    }
+    if (item != 0) {
+      Row(item, "", "security record replaced by the parent's: its own is lost",
+          tree_.items[item].position);
+      return content_.keys[parent].descriptor;
+    }
+    Row(item, "",
+        "security record replaced: administrators and the system have every right, users may read",
+        tree_.items[item].position);
+    return NumberOf({std::begin(kDefaultDescriptor), std::end(kDefaultDescriptor)});
+  }
+
+  // --- values ------------------------------------------------------------------------------------
+
+  void ReadValues(uint32_t item, NewKey& key) {
+    if ((key.flags & kHandleFlag) != 0) return;
+    const uint32_t cell = tree_.items[item].position;
+    positions_.clear();
+    ReadValuesInWalk(hive_, cell, positions_);
+    if (!positions_.empty()) {
+      const std::string status = ValueListStatus(hive_, cell);
+      if (!status.empty()) Row(item, "", "the values are not sure: " + status, cell);
+    }
+    NameSet names;
+    for (size_t i = 0; i < positions_.size(); ++i) {
+      if (positions_[i] != kNoOffset) {
+        ReadValue(item, positions_[i], names, key);
+      } else {
+        const uint32_t entry = ValueEntryPosition(ValueListOf(hive_, cell), i);
+        Row(item, "", "a value left out: the list's entry leads to none",
+            PlaceOfLostValue(hive_, entry));
+      }
+    }
+  }
+
+  void ReadValue(uint32_t item, uint32_t position, NameSet& names, NewKey& key) {
+    if (!MayShowValue(hive_, position, budget_)) return;
+    const ValueKey value = ReadValueWithin(hive_, position, budget_, data_);
+    const bool tombstone = IsTombstone(hive_, value);
+    if (value.status != ValueStatus::kRead && !tombstone) {
+      const std::string why = ValueDataText(value, {});
+      return Row(item, ValueDisplayName(value),
+                 "value left out: " + (why.empty() ? "it can't be read" : why), position);
+    }
+    NewValue made;
+    made.name = WideValueName(hive_, value);
+    if (made.name.size() > kLongestNewValueName) made.name.resize(kLongestNewValueName);
+    made.type = value.type;
+    made.tombstone = tombstone;
+    if (!tombstone) made.data = data_;
+    if (names.Settle(made.name, kLongestNewValueName)) {
+      Row(item, ValueDisplayName(value), "value renamed: " + ShownValueName(TextOfWide(made.name)),
+          position);
+    }
+    if (value.edited) Row(item, ValueDisplayName(value), "value written as edited", position);
+    key.values.push_back(std::move(made));
+  }
+
+  // Siblings of one name, in capitals, are one key to a system.
+  void SettleKeyNames() {
+    std::vector<uint32_t> order(content_.keys.size());
+    for (uint32_t i = 0; i < order.size(); ++i) order[i] = i;
+    const auto less = [this](uint32_t a, uint32_t b) {
+      const NewKey& left = content_.keys[a];
+      const NewKey& right = content_.keys[b];
+      if (left.parent != right.parent) return left.parent < right.parent;
+      const int names = CompareKeyNames(left.name, right.name);
+      return names != 0 ? names < 0 : a < b;
+    };
+    std::ranges::sort(order, less);
+    std::map<uint32_t, NameSet> taken;  // of parents that have such
+    for (size_t i = 1; i < order.size(); ++i) {
+      const NewKey& key = content_.keys[order[i]];
+      const NewKey& before = content_.keys[order[i - 1]];
+      if (key.parent == before.parent && CompareKeyNames(key.name, before.name) == 0)
+        taken[key.parent];
+    }
+    if (taken.empty()) return;
+    for (uint32_t i = 0; i < content_.keys.size(); ++i) {
+      NewKey& key = content_.keys[i];
+      const auto found = taken.find(key.parent);
+      if (found != taken.end() && found->second.Settle(key.name, kLongestNewKeyName))
+        Renamed(items_[i], key.name);
+    }
+  }
+
+  const HiveImage& hive_;
+  const KeyTree& tree_;
+  const bool recovered_;
+  OutputList& rows_;
+  PathWalker paths_;
+  NewHive content_;
+  uint32_t left_out_ = 0;
+  std::vector<uint32_t> numbers_;  // of the keys made, by item
+  std::vector<uint32_t> items_;    // by number of the key
+  std::vector<size_t> depths_;     // by number
+  std::vector<uint32_t> positions_;
+  std::vector<uint8_t> data_;
+  DataBudget budget_ = MakeDataBudget(hive_);
+  std::map<std::vector<uint8_t>, uint32_t> by_bytes_;
+  std::unordered_map<uint32_t, uint32_t> by_position_;
+};
+
+}  // namespace
+
+NewHive ContentOfTree(const HiveImage& hive, const KeyTree& tree, bool recovered, OutputList& rows,
+                      uint32_t& left_out) {
+  const WholeReading whole;
+  left_out = 0;
+  if (tree.items.empty()) return {};
+  return ContentReader(hive, tree, recovered, rows).Read(left_out);
+}
+
+}  // namespace hivequarry

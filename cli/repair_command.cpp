@@ -1,0 +1,47 @@
+// Repaired hives on the console.
+#include "cases/repair.h"
+#include "cli/opened_hive.h"
+#include "cli/print_list.h"
+
+namespace hivequarry {
+namespace {
+
+void Tell(const ConsoleRequest& request, const Repaired& repaired) {
+  if (request.console.quiet) return;
+  const bool rebuilt = request.repair == RepairKind::kRebuilt;
+  const std::string counts = rebuilt ? std::to_string(repaired.keys) + " keys, " +
+                                           std::to_string(repaired.values) + " values, "
+                                     : std::string();
+  Complain(request.printing.file + ": " + counts + std::to_string(repaired.bytes) +
+           " bytes, read back and verified");
+  if (repaired.recovered_left_out != 0) {
+    Complain("Recovered keys left out: " + std::to_string(repaired.recovered_left_out) +
+             " (--recovered writes them too)");
+  }
+  if (const uint32_t rows = RowCount(*repaired.rows); rows != 0) {
+    Complain("Left out or changed: " + std::to_string(rows) + ", listed on the standard output");
+  }
+}
+
+}  // namespace
+
+int RepairCommand(const ConsoleRequest& request, OpenedHive& opened) {
+  const std::string& name = request.printing.file;
+  if (name.empty()) {
+    Complain("Name the new hive: -o FILE");
+    return kExitUsage;
+  }
+  const RepairOptions options = {request.repair, request.recovered};
+  const Repaired repaired = RepairHive(*opened.hive, opened.tree, options, name);
+  if (repaired.fault != RepairFault::kNone) {
+    Complain(RepairFaultWords(repaired, name));
+    return kExitFailed;
+  }
+  Tell(request, repaired);
+  if (RowCount(*repaired.rows) == 0) return kExitDone;
+  Printing printing = request.printing;
+  printing.file.clear();  // that of the hive
+  return PrintList(*repaired.rows, printing) ? kExitDone : kExitFailed;
+}
+
+}  // namespace hivequarry
