@@ -7,6 +7,7 @@
 #include "cli/opened_hive.h"
 #include "cli/print_list.h"
 #include "hive/file_place.h"
+#include "hive/layer_stack.h"
 #include "host/evidence.h"
 #include "host/host.h"
 #include "host/long_operation.h"
@@ -95,15 +96,20 @@ int WithHive(const ConsoleRequest& request, const CommandRow& command, int& fail
   if (opened.summary.stopped) return kExitFailed;
   if (const std::string undone = UndoneWords(*opened.hive); !undone.empty()) Complain(undone);
   if (const std::string logs = LogsWords(*opened.hive); !logs.empty()) Complain(logs);
-  const std::string layers = LayersNotice(*opened.hive, opened.tree);
-  if (!layers.empty()) Complain(layers);
+  opened.lacks_logs = LacksLogs(*opened.hive);
+  if (request.bases.empty()) {
+    const std::string layers = LayersNotice(*opened.hive, opened.tree);
+    if (!layers.empty()) Complain(layers + "; --base HIVE shows both as one");
+  } else if (const int stacked = StackBases(request, options, opened); stacked != kExitDone) {
+    return stacked;
+  }
   ConsoleRequest about_hive = request;
   about_hive.printing.hive = opened.hive;
   // A list that is kept says what it was made of; one that goes on to another program need not.
   const bool head = !request.printing.file.empty() || !request.console.quiet;
   if (head) about_hive.head = HeadOf(*opened.hive);
   int status = command.with_hive(about_hive, opened);
-  if (status == kExitDone && request.strict && LacksLogs(*opened.hive)) status = kExitDirty;
+  if (status == kExitDone && request.strict && opened.lacks_logs) status = kExitDirty;
   const bool invalid =
       status == kExitDone && FoundNothing(opened.summary) && !ValidateAndTell(*opened.hive);
   return invalid ? kExitFailed : status;
@@ -157,12 +163,10 @@ int FreedValues(const ConsoleRequest& request, OpenedHive& opened) {
 
 int Detail(const ConsoleRequest& request, OpenedHive& opened) {
   uint32_t position = 0;
-  if (!request.key.starts_with('@') || !ParsePosition(request.key, position)) {
+  if (!FindPosition(*opened.hive, request.key, position)) {
     uint32_t item = 0;
     if (!FindKey(request, opened, item)) return kExitFailed;
     position = opened.tree.items[item].position;
-  } else {
-    position = PositionOfPlace(*opened.hive, position);
   }
   const OutputListPtr list = request.raw ? ListRawRecord(*opened.hive, opened.tree, position)
                                          : ListDetail(*opened.hive, opened.tree, position);
@@ -251,13 +255,30 @@ int Print(const ConsoleRequest& request, OutputList& list) {
   return PrintList(list, request.printing) ? kExitDone : kExitFailed;
 }
 
+bool FindPosition(const HiveImage& hive, std::string_view text, uint32_t& position) {
+  if (!text.starts_with('@')) return false;
+  const size_t colon = hive.stack == nullptr ? text.npos : text.find(':');
+  if (colon == text.npos) {
+    if (!ParsePosition(text, position)) return false;
+    position = PositionOfPlace(hive, position);
+    return true;
+  }
+  uint32_t layer = 0;
+  const bool parsed = ParsePosition(text.substr(0, colon), layer) &&
+                      ParsePosition(text.substr(colon + 1), position);
+  if (!parsed || layer >= hive.stack->layers.size()) return false;
+  const StackLayer& at = hive.stack->layers[layer];
+  const uint32_t own = PositionOfPlace(at.hive, position);
+  position = own < at.hive.length ? own + at.start : kNoOffset;
+  return true;
+}
+
 bool FindKey(const ConsoleRequest& request, const OpenedHive& opened, uint32_t& item) {
   item = 0;
   if (request.key.empty()) return true;
   uint32_t position = 0;
-  const bool by_position = request.key.starts_with('@') && ParsePosition(request.key, position);
-  if (by_position) {
-    item = ItemOfPosition(opened.tree, PositionOfPlace(*opened.hive, position));
+  if (FindPosition(*opened.hive, request.key, position)) {
+    item = ItemOfPosition(opened.tree, position);
   } else {
     item = FindItemByPath(*opened.hive, opened.tree, request.key);
   }
@@ -272,6 +293,9 @@ namespace {
 bool LeadsElsewhere(const ConsoleRequest& request) {
   const auto writes = [&request](std::FILE* stream) {
     return WritesInto(stream, request.hive) ||
+           std::ranges::any_of(
+               request.bases,
+               [stream](const std::string& base) { return WritesInto(stream, base); }) ||
            std::ranges::any_of(request.logs.files, [stream](const std::string& log) {
              return IsSameFile(stream, log);
            });
@@ -298,6 +322,7 @@ int RunConsoleCommand(const std::string& name, const ConsoleRequest& request) {
   for (const CommandRow& row : kCommands) {
     if (name != row.name) continue;
     const bool split = name == "split";
+    if (!MayStack(request, name)) return kExitUsage;
     if (!LeadsElsewhere(request) || (!split && !MayPrint(request.printing))) return kExitFailed;
     const int status = RunRow(row, request);
     const std::string cut = ShortfallWords();

@@ -73,6 +73,8 @@ struct ConsoleRequest {
   Printing printing;                // for "split" its file is a folder
   bool disconnected_values = true;  // look for them
   bool disconnected_only = false;   // "values --disconnected"
+  std::vector<std::string> bases;   // hives below it, the nearest first
+  bool hidden = false;              // with them: keys and values too that they hide
   bool all_roots = false;           // further hives of the file stay part of this one
   bool raw = false;
   bool code_page = false;  // names and texts as the code page has them

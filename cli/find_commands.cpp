@@ -151,6 +151,7 @@ int SearchCommand(const ConsoleRequest& request, OpenedHive& opened) {
   if (!FindKey(request, opened, item)) return kExitFailed;
   const OutputListPtr list = MakeSearchList(request.search_details);
   if (request.freed) AddPlaceColumn(*list);
+  if (opened.hive->stack != nullptr) AddColumns(*list, {kLayerTitle});
   if (!SearchBranch(*opened.hive, opened.tree, item, pattern, *list)) {
     Complain("Keys nested too deep were not examined");
   }
@@ -166,6 +167,7 @@ int DatesCommand(const ConsoleRequest& request, OpenedHive& opened) {
   if (!ParseRange(request.dates, range)) return kExitUsage;
   return PrintBranch(request, opened, kListKeyDates, [&](uint32_t item, OutputList& list) {
     if (request.freed) AddPlaceColumn(list);
+    if (opened.hive->stack != nullptr) AddColumns(list, {kLayerTitle});
     ListKeyDates(*opened.hive, opened.tree, item, range, list);
     if (!request.freed) return;
     FreedSource from(*opened.hive, opened.tree);

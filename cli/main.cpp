@@ -132,6 +132,14 @@ void AddOptions(CLI::App& app, ConsoleRequest& request) {
         request.logs_given = true;
       },
       "No entry of the logs after this number");
+  app.add_option("--base", request.bases,
+                 "The hive below a differencing hive: both are shown as one. Several times for a "
+                 "stack, the nearest first")
+      ->expected(1)
+      ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
+      ->allow_extra_args(false);
+  app.add_flag("--hidden", request.hidden,
+               "With --base: also what is hidden or superseded, with the reason");
   app.add_flag("--strict", request.strict, "Exit status 4 for a dirty hive without usable logs");
   app.add_flag("--all-roots", request.all_roots,
                "Show further hives in the file too, instead of the first alone");

@@ -16,10 +16,20 @@ struct OpenedHive {
   HiveImage* hive = nullptr;
   KeyTree tree;
   ImageSummary summary;
+  bool lacks_logs = false;  // it, or one below it (LacksLogs)
 };
+
+// False after a message: the request asks for hives below it, and for what no stack of them has.
+bool MayStack(const ConsoleRequest& request, std::string_view command);
+// Puts the request's further hives below an opened one (hive/layer_stack.h), which is the stack
+// then. kExitDone, or the status of a failure, after a message.
+int StackBases(const ConsoleRequest& request, const BuildOptions& options, OpenedHive& opened);
 
 // "4660" or "0x1234", after an "@" or without one.
 bool ParsePosition(std::string_view text, uint32_t& position);
+// The image position that "@OFFSET" names, in a stack also "@LAYER:OFFSET": as the file of the
+// layer counts, the topmost's without a number. False for any other text.
+bool FindPosition(const HiveImage& hive, std::string_view text, uint32_t& position);
 // The item that the request's key names; the root without one. False after a message.
 bool FindKey(const ConsoleRequest& request, const OpenedHive& opened, uint32_t& item);
 // Prints as the request wants it; an exit status.

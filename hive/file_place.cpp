@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "hive/layer_stack.h"
 #include "hive/offset_map.h"
 #include "host/number_text.h"
 
@@ -69,6 +70,10 @@ uint32_t FindPlace(const HiveImage& hive, uint32_t position) {
   if (position >= std::max(hive.held, hive.length)) return position;
   if (!places.pieces.empty()) position = PlaceInPieces(places.pieces, position);
   return PlaceInText(places.returns, position);
+}
+
+uint32_t LayerBase(const HiveImage& hive, uint32_t position) {
+  return LayerHive(hive, position).base_offset;
 }
 
 uint32_t PositionOfPlace(const HiveImage& hive, uint32_t place) {

@@ -24,9 +24,12 @@ inline uint32_t PlaceOf(const HiveImage& hive, uint32_t position) {
 }
 // The image position of a place: the other way round.
 uint32_t PositionOfPlace(const HiveImage& hive, uint32_t place);
+// Where in its file the layer that a position is in begins.
+uint32_t LayerBase(const HiveImage& hive, uint32_t position);
 // Its position in the file.
 inline uint32_t FilePositionOf(const HiveImage& hive, uint32_t position) {
-  return hive.base_offset + PlaceOf(hive, position);
+  const uint32_t place = PlaceOf(hive, position);
+  return (hive.stack == nullptr ? hive.base_offset : LayerBase(hive, position)) + place;
 }
 
 // The place in a text copy's bytes once its 0Ds are taken out: what pieces and notes count in.

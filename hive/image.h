@@ -22,6 +22,7 @@ namespace hivequarry {
 
 struct HiveImage;
 struct HiveLogs;
+struct LayerStack;
 
 // A stretch of the image whose cells are at one distance from their offsets.
 struct OffsetRun {
@@ -146,6 +147,8 @@ struct HiveImage {
   // The logs of a hive that begins with a base block, and what came from them (replaying.h); null
   // for any other image.
   std::shared_ptr<const HiveLogs> logs;
+  // Of an image that is several hives one over the other (layer_stack.h); null for any other.
+  std::shared_ptr<const LayerStack> stack;
 
   RootName root;
 };

@@ -4,6 +4,7 @@
 #include <bit>
 #include <string_view>
 
+#include "hive/layer_stack.h"
 #include "host/host.h"
 #include "records/cell.h"
 
@@ -120,6 +121,10 @@ std::vector<uint8_t> ReadRawKeyName(const HiveImage& hive, uint32_t position) {
 }
 
 std::vector<uint8_t> ReadClassName(const HiveImage& hive, const KeyNode& key) {
+  const StackKey* joined = StackKeyAt(hive, key.position);
+  if (joined != nullptr && joined->class_of != key.position) {
+    return ReadClassName(hive, ReadKeyNode(hive, joined->class_of, KeyRead::kFields));
+  }
   if (key.class_name == kNoOffset || key.class_name_length == 0) return {};
   if (!InCellBounds(hive, key.class_name)) return {};
   const uint32_t length = key.class_name_length >= 1041 ? 520 : key.class_name_length;

@@ -1,5 +1,6 @@
 #include "hive/layers.h"
 
+#include "hive/layer_stack.h"
 #include "hive/values.h"
 
 namespace hivequarry {
@@ -8,12 +9,13 @@ namespace {
 constexpr uint32_t kKnownFlags = 3;
 
 uint8_t LayerBits(const HiveImage& hive, uint32_t key_position) {
-  return HasLayers(hive) ? ReadU8(hive, key_position + kKeyLayerBits) : uint8_t{0};
+  return HasLayers(hive, key_position) ? ReadU8(hive, key_position + kKeyLayerBits) : uint8_t{0};
 }
 
 }  // namespace
 
-bool HasLayers(const HiveImage& hive) {
+bool HasLayers(const HiveImage& hive, uint32_t position) {
+  if (hive.stack != nullptr) return HasLayers(LayerHive(hive, position));
   if (!hive.header_valid) return false;
   const uint32_t flags = ReadU32(hive, kBaseFlags);
   return (flags & kBaseLayered) != 0 && (flags & ~kKnownFlags) == 0 &&
@@ -29,7 +31,7 @@ bool InheritsClass(const HiveImage& hive, uint32_t key_position) {
 }
 
 bool IsTombstone(const HiveImage& hive, const ValueKey& value) {
-  return (value.flags & kValueTombstone) != 0 && HasLayers(hive);
+  return (value.flags & kValueTombstone) != 0 && HasLayers(hive, value.position);
 }
 
 }  // namespace hivequarry

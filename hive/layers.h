@@ -18,7 +18,8 @@ struct ValueKey;
 
 // True when the base block says so, in a way that only systems with layers write: no flags that
 // none of them has, and no part in transactions.
-bool HasLayers(const HiveImage& hive);
+// In a stack (layer_stack.h) the layer that the position is in decides.
+bool HasLayers(const HiveImage& hive, uint32_t position = 0);
 
 // How the key at a position goes with that below; kMerge in a hive without layers.
 KeyLayer LayerOfKey(const HiveImage& hive, uint32_t key_position);

@@ -288,6 +288,22 @@ void MapOffsets(HiveImage& hive) {
   }
 }
 
+void AddLayerRuns(const HiveImage& layer, uint32_t start, uint32_t end, bool top,
+                  std::vector<OffsetRun>& runs) {
+  if (layer.offset_runs.empty()) {
+    runs.push_back({start, end, layer.data_base + start, !top});
+    return;
+  }
+  for (OffsetRun run : layer.offset_runs) {
+    run.position += start;
+    run.end += start;
+    if (run.delta != kNoDelta) run.delta += start;
+    run.foreign = run.foreign || !top;
+    runs.push_back(run);
+  }
+  runs.back().end = end;
+}
+
 uint32_t ResolveOffset(const HiveImage& hive, uint32_t offset, uint32_t field) {
   const OffsetRun& from = RunAt(hive, field);
   if (!from.foreign) {

@@ -33,6 +33,10 @@ void MapOffsets(HiveImage& hive);
 inline uint32_t OffsetOfPosition(const HiveImage& hive, uint32_t position) {
   return position - hive.data_base;
 }
+// Adds the runs of a layer whose bytes are from `start` to `end` in an image of several: cells of
+// one that is not the `top` lead among themselves.
+void AddLayerRuns(const HiveImage& layer, uint32_t start, uint32_t end, bool top,
+                  std::vector<OffsetRun>& runs);
 // True for a position that is no part of the hive.
 bool IsForeign(const HiveImage& hive, uint32_t position);
 

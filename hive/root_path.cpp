@@ -58,6 +58,13 @@ constexpr struct {
                    {"DEFAULT", "HKU\\.DEFAULT", 0},
                    {"USRCLASS", "HKCU\\SOFTWARE\\Classes", 0}};
 
+// Of the hives of an app package, whole: the names are anybody's without what follows the dot.
+constexpr struct {
+  const char* name;
+  const char* label;
+} kPackageFiles[] = {
+    {"User.dat", "HKCU"}, {"UserClasses.dat", "HKCU\\SOFTWARE\\Classes"}, {"Registry.dat", "HKLM"}};
+
 constexpr WholeRoot kWholeRoots[] = {{"_HKLM.SNP", "HKLM"},
                                      {"_HKCU.SNP", "HKCU"},
                                      {"_HKU.SNP", "HKU"},
@@ -100,6 +107,12 @@ std::string_view LastPart(std::string_view path) {
 
 bool SetRootOfKnownFile(HiveImage& hive, std::string_view path, RootSource source) {
   std::string_view name = LastPart(path);
+  for (const auto& known : kPackageFiles) {
+    if (!EqualIgnoringCase(name, known.name)) continue;
+    SetRootPath(hive, known.label);
+    hive.root.source = source;
+    return true;
+  }
   name = name.substr(0, name.find('.'));
   for (const auto& known : kKnownFiles) {
     if (!EqualIgnoringCase(name, known.name)) continue;

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "hive/keys.h"
+#include "hive/layer_stack.h"
 #include "hive/position_index.h"
 #include "host/host.h"
 #include "host/shortfalls.h"
@@ -13,11 +14,15 @@ namespace {
 
 constexpr uint32_t kFixedNameRoom = 23;  // the name takes at most the cell's length less this
 
+bool InsideLayer(const HiveImage& hive, uint32_t position, uint32_t size) {
+  return InsideHive(hive, position, size) && InOneLayer(hive, position, size);
+}
+
 // The registry takes names of up to 16,383 characters; here the cell alone bounds them. False when
 // the name runs past the hive.
 bool ReadName(const HiveImage& hive, uint32_t cell_room, ValueKey& value) {
   const uint32_t stored = std::min<uint32_t>(value.name_length, cell_room);
-  if (!InsideHive(hive, value.position, kValueName + stored)) return false;
+  if (!InsideLayer(hive, value.position, kValueName + stored)) return false;
   value.name =
       ValueNameText(ImageBytes(hive), value.position, stored, IsWideValueName(value.flags));
   return true;
@@ -47,7 +52,7 @@ uint32_t SegmentPosition(const HiveImage& hive, const Segments& segments, uint32
   if (!InsideHive(hive, entry, 4)) return 0;
   const uint32_t position = ReadOffset(hive, entry) + 4 - segments.shift;
   const bool inside = position >= 32 && position <= hive.last_valid;
-  return inside && InsideHive(hive, position, need) ? position : 0;
+  return inside && InsideLayer(hive, position, need) ? position : 0;
 }
 
 bool LocateSegments(const HiveImage& hive, const ValueKey& value, Segments& segments) {
@@ -76,12 +81,12 @@ ValueStatus LocateData(const HiveImage& hive, DataCell which, ValueKey& value, S
   if (!IsDataCell(size, which)) return ValueStatus::kDataOffset;
   const uint32_t length = CellLength(size);
   if (value.data_length + 4 <= length) {
-    const bool inside = InsideHive(hive, value.data_position, value.data_length);
+    const bool inside = InsideLayer(hive, value.data_position, value.data_length);
     return inside ? ValueStatus::kRead : ValueStatus::kDataOffset;
   }
   const bool big = length == kBigDataCellLength && ReadU16(hive, cell + 4) == kSignatureDb;
   if (!big) {
-    const bool inside = InsideHive(hive, value.data_position, value.data_length);
+    const bool inside = InsideLayer(hive, value.data_position, value.data_length);
     return inside ? ValueStatus::kDataLength : ValueStatus::kDataOffset;
   }
   value.big_data = true;
@@ -382,7 +387,31 @@ bool ReadValueList(const HiveImage& hive, uint32_t value_count, uint32_t value_l
   return count == value_count;
 }
 
+namespace {
+
+// False for a key that is not joined to others.
+bool TakeJoinedValues(const HiveImage& hive, uint32_t key_position, uint32_t limit,
+                      std::vector<uint32_t>& positions) {
+  const StackKey* joined = StackKeyAt(hive, key_position);
+  if (joined == nullptr) return false;
+  const size_t count = std::min<size_t>(joined->values.size(), limit);
+  for (size_t i = 0; i < count; ++i) positions.push_back(joined->values[i].position);
+  return true;
+}
+
+}  // namespace
+
+uint32_t ListEntryOf(const HiveImage& hive, uint32_t key_position, size_t index) {
+  const StackKey* joined = StackKeyAt(hive, key_position);
+  if (joined == nullptr) return ValueEntryPosition(ValueListOf(hive, key_position), index);
+  return index < joined->values.size() ? joined->values[index].entry : key_position;
+}
+
 bool HasValueList(const HiveImage& hive, uint32_t key_position) {
+  if (hive.stack != nullptr) {
+    const StackKey* joined = StackKeyAt(hive, key_position);
+    if (joined != nullptr) return !joined->values.empty();
+  }
   return ReadU32(hive, key_position + kKeyValueCount) != 0 &&
          ReadU32(hive, key_position + kKeyValueList) < kNoList;
 }
@@ -395,6 +424,7 @@ ValueListNote NoteOfValueList(const HiveImage& hive, uint32_t key_position) {
 
 bool ReadValuesOfKey(const HiveImage& hive, uint32_t key_position, uint32_t limit,
                      std::vector<uint32_t>& positions) {
+  if (hive.stack != nullptr && TakeJoinedValues(hive, key_position, limit, positions)) return true;
   if (!HasValueList(hive, key_position)) return true;
   const uint32_t count = ReadU32(hive, key_position + kKeyValueCount);
   const ValueListNote note = NoteOfValueList(hive, key_position);
@@ -411,6 +441,7 @@ void ReadValuesInWalk(const HiveImage& hive, uint32_t key_position,
 
 void ReadWholeValueList(const HiveImage& hive, uint32_t key_position,
                         std::vector<uint32_t>& positions) {
+  if (hive.stack != nullptr && TakeJoinedValues(hive, key_position, kAllEntries, positions)) return;
   if (!HasValueList(hive, key_position)) return;
   ReadValueList(hive, ReadU32(hive, key_position + kKeyValueCount), ValueListOf(hive, key_position),
                 NoteOfValueList(hive, key_position).entries, positions);

@@ -116,6 +116,8 @@ inline uint32_t ValueEntryPosition(uint32_t value_list, size_t index) {
   return value_list + 4 + 4 * static_cast<uint32_t>(index);
 }
 uint32_t EntryTarget(const HiveImage& hive, uint32_t entry);
+// The place of the entry by which a key lists its value of that number.
+uint32_t ListEntryOf(const HiveImage& hive, uint32_t key_position, size_t index);
 
 // Appends the positions named by a key's value list, in list order; kNoOffset for an entry that
 // leads outside the cell bounds. Reads at most `limit` entries. False when there are fewer than

@@ -2,6 +2,7 @@
 
 #include "hive/file_place.h"
 #include "hive/keys.h"
+#include "hive/layer_stack.h"
 #include "hive/offset_map.h"
 #include "host/host.h"
 #include "host/number_text.h"
@@ -57,7 +58,7 @@ std::string_view StoredNameFact(const ValueKey& value) {
 
 uint64_t LastWriteOf(const HiveImage& hive, const KeyTree& tree, uint32_t item) {
   if (!HasKeyCell(tree, item)) return 0;
-  return ReadU64(hive, tree.items[item].position + kKeyLastWrite);
+  return LastWriteOfKey(hive, tree.items[item].position);
 }
 
 }  // namespace hivequarry

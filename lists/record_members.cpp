@@ -1,8 +1,11 @@
 #include "lists/record_members.h"
 
+#include "hive/layer_stack.h"
 #include "hive/layers.h"
 #include "hive/values.h"
 #include "host/number_text.h"
+#include "lists/list_writers.h"
+#include "words/layer_words.h"
 
 namespace hivequarry {
 namespace {
@@ -11,8 +14,19 @@ void AppendFlag(const char* name, bool flag, std::string& out) {
   out += Concat({",\"", name, flag ? "\":true" : "\":false"});
 }
 
+void AppendText(const char* name, const std::string& text, std::string& out) {
+  if (!text.empty()) out += Concat({",\"", name, "\":", JsonString(text)});
+}
+
+void AppendStackMembers(const HiveImage& hive, uint32_t position, std::string& out) {
+  out += Concat({",\"FromLayer\":", Decimal(LayerAt(hive, position))});
+  AppendText("FromFile", LayerHive(hive, position).file_name, out);
+  AppendText("Layers", JoinedLayersText(hive, position), out);
+  AppendText("Hidden", HiddenText(hive, position), out);
+}
+
 void AppendKeyMembers(const HiveImage& hive, uint32_t position, std::string& out) {
-  if (!HasLayers(hive)) return;
+  if (!HasLayers(hive, position)) return;
   const KeyLayer layer = LayerOfKey(hive, position);
   out += Concat({",\"Layer\":", Decimal(static_cast<uint32_t>(layer))});
   AppendFlag("InheritClass", InheritsClass(hive, position), out);
@@ -20,7 +34,7 @@ void AppendKeyMembers(const HiveImage& hive, uint32_t position, std::string& out
 }
 
 void AppendValueMembers(const HiveImage& hive, uint32_t position, std::string& out) {
-  if (!HasLayers(hive)) return;
+  if (!HasLayers(hive, position)) return;
   const ValueKey value = ReadValueKey(hive, position, ValueRead::kFields, 0, nullptr);
   AppendFlag("Tombstone", IsTombstone(hive, value), out);
 }
@@ -28,6 +42,7 @@ void AppendValueMembers(const HiveImage& hive, uint32_t position, std::string& o
 }  // namespace
 
 void AppendRecordMembers(const HiveImage& hive, uint32_t position, bool key, std::string& out) {
+  if (hive.stack != nullptr) AppendStackMembers(hive, position, out);
   key ? AppendKeyMembers(hive, position, out) : AppendValueMembers(hive, position, out);
 }
 

@@ -10,7 +10,8 @@
 namespace hivequarry {
 
 // Appends ",name:value" for each. Of a key of a hive with layers "Layer" (KeyLayer), "InheritClass"
-// and "Tombstone", of its values "Tombstone".
+// and "Tombstone", of its values "Tombstone". In a stack of hives "FromLayer", "FromFile", "Layers"
+// (of a key all that it is one with) and "Hidden" (why it is not there for the whole).
 void AppendRecordMembers(const HiveImage& hive, uint32_t position, bool key, std::string& out);
 
 }  // namespace hivequarry

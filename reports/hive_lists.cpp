@@ -6,6 +6,7 @@
 
 #include "hive/file_place.h"
 #include "hive/keys.h"
+#include "hive/layer_stack.h"
 #include "hive/root_path.h"
 #include "hive/timestamp.h"
 #include "hive/values.h"
@@ -63,10 +64,10 @@ class ValueRows {
     facts.of_record = true;
     const std::string from_log = ValueOriginText(hive_, value);
     facts.from_log = from_log;
-    AddListRow(
-        list_,
-        {key.path, row.name, row.type, row.data, PlaceText(hive_, position), key.place, key.status},
-        position, facts, row.icon);
+    AddListRow(list_,
+               {key.path, row.name, row.type, row.data, PlaceText(hive_, position), key.place,
+                key.status, LayerCell(hive_, position)},
+               position, facts, row.icon);
     return true;
   }
 
@@ -74,7 +75,7 @@ class ValueRows {
   void AddKey(uint32_t position, const std::vector<uint32_t>& values, const RowOfKey& key) {
     for (size_t i = 0; i < values.size(); ++i) {
       if (values[i] != kNoOffset && Add(values[i], key)) continue;
-      const uint32_t entry = ValueEntryPosition(ValueListOf(hive_, position), i);
+      const uint32_t entry = ListEntryOf(hive_, position, i);
       AddLoss(PlaceOfLostValue(hive_, entry), kLostValue, kLeadsNowhere, key);
     }
     const std::string missing = MissingListText(hive_, position, values.size());
@@ -197,6 +198,7 @@ OutputListPtr ListKeyTree(const HiveImage& hive, const KeyTree& tree, uint32_t i
                           const KeyListOptions& options) {
   OutputListPtr list = MakeOutputList(kListTree);
   if (options.details) AddColumns(*list, {kAccessTitle});
+  if (hive.stack != nullptr) AddColumns(*list, {kLayerTitle});
   PathWalker paths(hive, tree);
   for (uint32_t at = item; at < tree.items[item].end; ++at) {
     if ((at & kStopPollMask) == 0 && StopRequested()) break;
@@ -206,7 +208,7 @@ OutputListPtr ListKeyTree(const HiveImage& hive, const KeyTree& tree, uint32_t i
     const bool has_cell = HasKeyCell(tree, at);
     const int access = has_cell ? ReadU8(hive, it.position + kKeyAccessBits) : -1;
     if (options.by_access && (access < 0 || (access & 3) != options.access)) continue;
-    const uint64_t last_write = has_cell ? ReadU64(hive, it.position + kKeyLastWrite) : 0;
+    const uint64_t last_write = has_cell ? LastWriteOfKey(hive, it.position) : 0;
     const bool under_key = it.parent != kNoItem && IsKeyOrCopy(tree, it.parent);
     RowFacts facts;
     facts.about_key = facts.of_record = has_cell;
@@ -214,6 +216,8 @@ OutputListPtr ListKeyTree(const HiveImage& hive, const KeyTree& tree, uint32_t i
     facts.path = paths.StoredPathOf(at);
     const std::string from_log = has_cell ? KeyOriginText(hive, it.position) : std::string();
     facts.from_log = from_log;
+    const std::string bits = access >= 0 ? std::to_string(access) : std::string();
+    const std::string layer = LayerCell(hive, it.position);
     AddListRow(*list,
                {path,
                 PlaceText(hive, it.position),
@@ -222,7 +226,8 @@ OutputListPtr ListKeyTree(const HiveImage& hive, const KeyTree& tree, uint32_t i
                 KeyStatusText(hive, it),
                 {std::to_string(it.marks), it.marks},
                 {it.connected ? "1" : "0", it.connected},
-                options.details && access >= 0 ? std::to_string(access) : std::string()},
+                options.details ? bits : layer,
+                layer},
                it.position, facts, 0);
   }
   return list;
@@ -231,6 +236,7 @@ OutputListPtr ListKeyTree(const HiveImage& hive, const KeyTree& tree, uint32_t i
 OutputListPtr ListKeyValues(const HiveImage& hive, const KeyTree& tree, uint32_t item,
                             const ValueListOptions& options) {
   OutputListPtr list = MakeOutputList(kListValues);
+  if (hive.stack != nullptr) AddColumns(*list, {kLayerTitle});
   ValueRows rows(hive, *list, options);
   PathWalker paths(hive, tree);
   const bool whole = item == kNoItem;
@@ -306,6 +312,10 @@ OutputListPtr ListDetail(const HiveImage& hive, const KeyTree& tree, uint32_t po
 }
 
 OutputListPtr ListRawRecord(const HiveImage& hive, const KeyTree& tree, uint32_t position) {
+  if (hive.stack != nullptr) {
+    return ListRawRecord(LayerHive(hive, position), KeyTree(),
+                         position - LayerStart(hive, position));
+  }
   const RawRecord record = ReadRawRecord(hive, position);
   if (record.fields.empty()) return nullptr;
   OutputListPtr list = MakeOutputList(kListRawRecord);

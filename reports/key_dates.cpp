@@ -6,6 +6,7 @@
 #include "host/long_operation.h"
 #include "host/number_text.h"
 #include "lists/list_rows.h"
+#include "words/layer_words.h"
 
 namespace hivequarry {
 namespace {
@@ -77,7 +78,8 @@ void AddDateRow(const HiveImage& hive, const KeyTree& tree, uint32_t item, PathW
   const uint32_t position = tree.items[item].position;
   const std::string date = has_cell ? KeyDateText(KeyDateTimeOf(facts.last_write)) : "";
   const std::string offset = PlaceText(hive, position);
-  AddListRow(list, {{date, DateValue(facts.last_write)}, path, offset}, position, facts);
+  const std::string layer = LayerCell(hive, position);
+  AddListRow(list, {{date, DateValue(facts.last_write)}, path, offset, layer}, position, facts);
 }
 
 bool IsWanted(const HiveImage& hive, const KeyTree& tree, uint32_t item,

@@ -7,6 +7,7 @@
 
 #include "hive/file_place.h"
 #include "hive/keys.h"
+#include "hive/layer_stack.h"
 #include "hive/root_path.h"
 #include "hive/values.h"
 #include "host/case.h"
@@ -210,7 +211,7 @@ class HiveKeys : public HiveKeySource {
   uint64_t LastWriteOfItem(uint32_t item) const {
     const KeyItem& it = tree_.items[item];
     const bool has_cell = (it.marks & kVirtualMarks) == 0 && IsKeyOrCopy(tree_, item);
-    return has_cell ? ReadU64(hive_, it.position + kKeyLastWrite) : 0;
+    return has_cell ? LastWriteOfKey(hive_, it.position) : 0;
   }
 
   void ListValues() {

@@ -264,7 +264,7 @@ class ScriptWriter {
       if (positions_[i] != kNoOffset) {
         WriteValue(positions_[i]);
       } else {
-        const uint32_t entry = ValueEntryPosition(ValueListOf(hive_, it.position), i);
+        const uint32_t entry = ListEntryOf(hive_, it.position, i);
         result_.skipped.push_back({key_, PlaceOfLostValue(hive_, entry)});
       }
     }
@@ -329,7 +329,8 @@ class ScriptWriter {
   const RecoveredKeys recovered_;
   const ScriptForm form_;
   const Tombstones tombstones_;
-  const bool layered_ = HasLayers(hive_);
+  // Joined to those below a tombstone is gone, and a key is what it is.
+  const bool layered_ = hive_.stack == nullptr && HasLayers(hive_);
   ScriptExport result_;
   bool ended_ = false;
   uint32_t key_ = kNoItem;     // being written

@@ -56,8 +56,13 @@ RowSubject SubjectOf(const SourceKey& key, const SourceValue& value) {
 }
 
 void AddReportRow(OutputList& list, std::initializer_list<Cell> cells, const RowSubject& subject) {
-  AddListRow(list, cells, subject.position,
-             {subject.about_key, subject.last_write, subject.path, subject.name, {}});
+  RowFacts facts;
+  facts.about_key = subject.about_key;
+  facts.last_write = subject.last_write;
+  facts.path = subject.path;
+  facts.name = subject.name;
+  facts.of_record = subject.position != kNoOffset;
+  AddListRow(list, cells, subject.position, facts);
 }
 
 std::string KeyDateText(const SourceKey& key) {

@@ -11,6 +11,7 @@
 #include "records/cell.h"
 #include "reports/search_sieve.h"
 #include "words/item_values.h"
+#include "words/layer_words.h"
 #include "words/value_text.h"
 
 namespace hivequarry {
@@ -157,6 +158,7 @@ class BranchSearch {
       texts.push_back(PositionText(FilePositionOf(hive_, position)));
       texts.emplace_back(details);
     }
+    if (hive_.stack != nullptr) texts.push_back(LayerCell(hive_, position));
     const std::vector<Cell> cells(texts.begin(), texts.end());
     facts.path = paths_.StoredPathOf(item);
     AddListRow(list_, cells, position, facts, icon);

@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "hive/keys.h"
+#include "hive/layer_stack.h"
 #include "hive/timestamp.h"
 #include "host/host.h"
 #include "host/long_operation.h"
@@ -113,7 +114,7 @@ class KeyWalk {
     const uint32_t position = tree_.items[item].position;
     RowFacts facts;
     facts.about_key = facts.of_record = true;
-    facts.last_write = ReadU64(hive_, position + kKeyLastWrite);
+    facts.last_write = LastWriteOfKey(hive_, position);
     const std::string date = KeyDate(facts.last_write);
     const std::string offset = PlaceText(hive_, position);
     const KeyCells cells = {paths_.PathOf(item), {date, DateValue(facts.last_write)}, offset};

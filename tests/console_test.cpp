@@ -133,6 +133,59 @@ TEST_F(ConsoleTest, LogsOfADirtyHive) {
   EXPECT_EQ(ContentOf(Sibling("log")), AsText(log));
 }
 
+TEST_F(ConsoleTest, HivesOneOverTheOther) {
+  HiveBuilder delta("SOFTWARE");
+  delta.Layered().Key("Gone").Layer(1);
+  delta.Key("Both").Sz("v", "delta").Tombstone("old");
+  HiveBuilder middle("SOFTWARE");
+  middle.Layered().Key("Both").Sz("mid", "middle");
+  HiveBuilder base("SOFTWARE");
+  base.Key("Gone").Sz("v", "base");
+  base.Key("Both").Sz("old", "base").Key("Below").Sz("text", "needle");
+  const BuiltHive built = base.Build();
+  const auto put = [this](const char* name, const Bytes& bytes) {
+    std::ofstream(Sibling(name), std::ios::binary) << AsText(bytes);
+  };
+  put("delta", delta.Build().bytes);
+  put("middle", middle.Build().bytes);
+  put("base", built.bytes);
+  const std::string stack = " --base middle --base base";
+  ASSERT_EQ(Run("--format csv tree delta", "", ""), 0);
+  EXPECT_NE(ContentOf(Sibling("errors")).find("Differencing hive: it holds only"),
+            std::string::npos);
+  ASSERT_EQ(Run("--format csv tree delta" + stack), 0);
+  EXPECT_EQ(printed.find("Gone"), std::string::npos);
+  EXPECT_NE(printed.find("SOFTWARE\\Both\\Below"), std::string::npos) << printed;
+  EXPECT_NE(printed.find(",2 (base)\r\n"), std::string::npos) << printed;
+  EXPECT_NE(printed.find(",\"0 (delta), one with 1, 2\"\r\n"), std::string::npos) << printed;
+  ASSERT_EQ(Run("--format jsonl values delta Both" + stack), 0);
+  EXPECT_EQ(std::ranges::count(printed, '\n'), 2) << printed;
+  EXPECT_NE(printed.find("\"FromLayer\":1,\"FromFile\":\"middle\""), std::string::npos) << printed;
+  ASSERT_EQ(Run("--format jsonl --hidden values delta Both" + stack), 0);
+  EXPECT_NE(printed.find("\"Hidden\":\"hidden by the tombstone of layer 0\""), std::string::npos);
+  ASSERT_EQ(Run("--format csv search delta needle" + stack), 0);
+  EXPECT_NE(printed.find(",2 (base)"), std::string::npos) << printed;
+  ASSERT_EQ(Run("--format jsonl dates delta" + stack), 0);
+  EXPECT_NE(printed.find("\"From Layer\":\"2 (base)\""), std::string::npos) << printed;
+  const std::string below = std::to_string(built.PositionOf("Both\\Below"));
+  for (const char* raw : {"", " --raw"}) {
+    ASSERT_EQ(Run("detail delta @2:" + below + stack + raw), 0);
+    EXPECT_NE(printed.find("Below"), std::string::npos) << printed;
+  }
+  ASSERT_EQ(Run("export delta" + stack), 0);
+  EXPECT_NE(printed.find("\\Both]\r\n\"v\"=\"delta\"\r\n\"mid\"=\"middle\"\r\n"),
+            std::string::npos);
+  EXPECT_EQ(printed.find("tombstone"), std::string::npos);
+  EXPECT_EQ(Run("export --tombstones delete delta"), 0);
+  EXPECT_NE(printed.find("\\Gone]\r\n"), std::string::npos);
+  EXPECT_EQ(Run("tree delta --base none"), 3);
+  for (const char* wrong : {"freed keys delta --base base", "tree --removed delta --base base",
+                            "tree --hidden delta", "info delta --base base"}) {
+    EXPECT_EQ(Run(wrong), 2) << wrong;
+  }
+  EXPECT_EQ(Run("tree delta --force -o base --base base"), 1);
+}
+
 TEST_F(ConsoleTest, SplitWritesAPiecePerHive) {
   std::filesystem::create_directory(Sibling("pieces"));
   ASSERT_EQ(Run("split -o pieces --format jsonl h\u00E9"), 0);

@@ -185,5 +185,25 @@ TEST(LayersTest, ATombstonesSubkeysAreLeftOut) {
   EXPECT_NE(text.find("; tombstone: Disconnected Keys\\Lost\r\n"), std::string::npos) << text;
 }
 
+// Hives of app packages have a root key without the flags of a root.
+TEST(LayersTest, ARootWithoutFlagsIsWhereTheBaseBlockSays) {
+  for (const bool first : {true, false}) {
+    for (const uint16_t flags : {uint16_t{0x20}, uint16_t{0x28}, uint16_t{0x24}}) {
+      HiveBuilder builder("{0B5B4F7E}");
+      builder.Layered().Root().Flags(flags).Layer(0x80).Sz("v", "root");
+      if (!first) builder.CellBeforeRoot(Bytes(76, 0x41));
+      builder.Key("A\\B").Layer(0x80).Dword("n", 1);
+      const BuiltHive built = builder.Build();
+      OpenedHive opened(built);
+      SCOPED_TRACE(flags + (first ? 0 : 0x1000));
+      EXPECT_EQ(opened.tree.items[0].position, built.PositionOf(""));
+      EXPECT_EQ(opened.summary.disconnected_keys, 0U);
+      ASSERT_TRUE(opened.Has("A\\B"));
+      EXPECT_TRUE(opened.At("A\\B").connected);
+      EXPECT_EQ(opened.Values(""), std::vector<std::string>{"v=root"});
+    }
+  }
+}
+
 }  // namespace
 }  // namespace hivequarry

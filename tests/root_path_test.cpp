@@ -100,6 +100,9 @@ TEST_F(RootPath, FromTheFilesName) {
       {"\\??\\C:\\Users\\a\\ntuser.dat", "SYSTEM", "HKCU"},
       {"\\??\\C:\\x\\SAMPLE", "system.bak", "HKLM\\SYSTEM"},
       {"", "UsrClass.dat", "HKCU\\SOFTWARE\\Classes"},
+      {"", "User.dat", "HKCU"},
+      {"", "UserClasses.dat", "HKCU\\SOFTWARE\\Classes"},
+      {"", "Registry.dat", "HKLM"},
       {"", "default", "HKU\\.DEFAULT"},
       {"", "COPY", nullptr},
   };

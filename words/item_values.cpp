@@ -4,6 +4,7 @@
 
 #include "hive/file_place.h"
 #include "hive/keys.h"
+#include "hive/layer_stack.h"
 #include "hive/layers.h"
 #include "hive/offset_map.h"
 #include "hive/replaying.h"
@@ -62,7 +63,7 @@ void TakeEntries(const HiveImage& hive, uint32_t key_position, const std::vector
       continue;
     }
     if (++lost > kMostRows) continue;
-    const uint32_t entry = ValueEntryPosition(ValueListOf(hive, key_position), i);
+    const uint32_t entry = ListEntryOf(hive, key_position, i);
     ValueRow row = InfoRow("", kLostValue);
     row.type = kLeadsNowhere;
     row.icon = static_cast<int>(ValueIcon::kBinary) + kErrorIconStep;
@@ -125,11 +126,27 @@ void AddKeyUses(const HiveImage& hive, const KeyNode& key, DetailLines& lines) {
   const uint8_t access = ReadU8(hive, key.position + kKeyAccessBits);
   const uint8_t user = ReadU8(hive, key.position + kKeyUserFlags);
   const uint8_t debug = ReadU8(hive, key.position + kKeyDebugBits);
-  const uint8_t layer = HasLayers(hive) ? ReadU8(hive, key.position + kKeyLayerBits) : uint8_t{0};
+  const uint8_t layer =
+      HasLayers(hive, key.position) ? ReadU8(hive, key.position + kKeyLayerBits) : uint8_t{0};
   if (access != 0) lines.Add("Access bits", AccessWords(access));
   if (layer != 0) lines.Add("Layer", LayerBitWords(layer));
   if (user != 0) lines.Add("User flags", UserFlagWords(user));
   if (debug != 0) lines.AddHex("Debug bits", debug);
+}
+
+// What a key of several layers is made of.
+void AddStackFields(const HiveImage& hive, const KeyNode& key, DetailLines& lines) {
+  if (hive.stack == nullptr) return;
+  lines.Add("From layer", LayerOfText(hive, key.position));
+  const StackKey* joined = StackKeyAt(hive, key.position);
+  if (joined == nullptr) return;
+  if (joined->last_write != key.last_write) {
+    lines.Add("Key date in the stack", FormatTimestampChecked(joined->last_write));
+  }
+  for (const uint32_t other : joined->keys) {
+    if (other == key.position) continue;
+    lines.Add("One with", PlaceWords(hive, other) + " in layer " + LayerOfText(hive, other));
+  }
 }
 
 void AddKeyFields(const HiveImage& hive, const KeyNode& key, DetailLines& lines) {
@@ -139,6 +156,7 @@ void AddKeyFields(const HiveImage& hive, const KeyNode& key, DetailLines& lines)
   lines.Add("State", StateText(key));
   lines.AddHex("Flags", key.signature_and_flags >> 16);
   lines.Add("Key date", FormatTimestampChecked(key.last_write));
+  AddStackFields(hive, key, lines);
   AddKeyUses(hive, key, lines);
   lines.AddPosition("Parent", key.parent);
   const KeyNode parent = ReadKeyNode(hive, key.parent, KeyRead::kFields);
@@ -228,10 +246,17 @@ std::string SharedWords(const HiveImage& hive, const KeyTree& tree, uint32_t pos
          PlaceWords(hive, shared->second);
 }
 
+namespace {
+
+uint32_t OwnOffsetOf(const HiveImage& hive, uint32_t position) {
+  return OffsetOfPosition(LayerHive(hive, position), position - LayerStart(hive, position));
+}
+
+}  // namespace
+
 std::string InfoWords(const HiveImage& hive, const KeyTree& tree, const KeyItem& it) {
   const bool under_key = it.parent != kNoItem && IsKeyOrCopy(tree, it.parent);
-  const uint32_t parent =
-      under_key ? OffsetOfPosition(hive, tree.items[it.parent].position) : kNoOffset;
+  const uint32_t parent = under_key ? OwnOffsetOf(hive, tree.items[it.parent].position) : kNoOffset;
   return MarkWords(it.marks, it.repairs, parent);
 }
 

@@ -2,6 +2,7 @@
 
 #include <array>
 
+#include "hive/layer_stack.h"
 #include "hive/layers.h"
 #include "host/number_text.h"
 #include "words/value_text.h"
@@ -53,6 +54,48 @@ std::string KeyStatusText(const HiveImage& hive, const KeyItem& it) {
 
 std::string ValueTypeText(const HiveImage& hive, const ValueKey& value) {
   return IsTombstone(hive, value) ? kTombstoneType : TypeName(value.type);
+}
+
+std::string LayerOfText(const HiveImage& hive, uint32_t position) {
+  if (hive.stack == nullptr) return {};
+  const std::string& file = LayerHive(hive, position).file_name;
+  return std::to_string(LayerAt(hive, position)) + " (" +
+         file.substr(file.find_last_of("/\\") + 1) + ')';
+}
+
+std::string JoinedLayersText(const HiveImage& hive, uint32_t position) {
+  const StackKey* joined = StackKeyAt(hive, position);
+  if (joined == nullptr) return std::to_string(LayerAt(hive, position));
+  std::string text;
+  for (const uint32_t key : joined->keys) {
+    if (!text.empty()) text += ", ";
+    text += std::to_string(LayerAt(hive, key));
+  }
+  return text;
+}
+
+std::string HiddenText(const HiveImage& hive, uint32_t position) {
+  const HiddenNote note = HiddenNoteAt(hive, position);
+  const std::string layer = std::to_string(note.layer);
+  switch (note.by) {
+    case HiddenBy::kTombstone:
+      return "hidden by the tombstone of layer " + layer;
+    case HiddenBy::kSuperseded:
+      return "superseded by the key of layer " + layer;
+    case HiddenBy::kOwnValue:
+      return "replaced by the value of layer " + layer;
+    default:
+      return {};
+  }
+}
+
+std::string LayerCell(const HiveImage& hive, uint32_t position) {
+  if (hive.stack == nullptr) return {};
+  std::string text = LayerOfText(hive, position);
+  const std::string all = JoinedLayersText(hive, position);
+  if (all.find(',') != all.npos) text += ", one with " + all.substr(all.find(',') + 2);
+  const std::string hidden = HiddenText(hive, position);
+  return hidden.empty() ? text : text + ", " + hidden;
 }
 
 LayerCounts CountLayers(const HiveImage& hive, const KeyTree& tree) {

@@ -21,6 +21,18 @@ std::string KeyStatusText(const HiveImage& hive, const KeyItem& it);
 inline constexpr const char* kTombstoneType = "(tombstone)";
 std::string ValueTypeText(const HiveImage& hive, const ValueKey& value);
 
+// Of a record in a stack of hives (hive/layer_stack.h): "1 (SOFTWARE)", the layer's number, 0 the
+// topmost, and its file's name; empty for an image that is no stack.
+std::string LayerOfText(const HiveImage& hive, uint32_t position);
+// The layers of all keys that the one at a position is one with: "0, 2"; of any other record its
+// own.
+std::string JoinedLayersText(const HiveImage& hive, uint32_t position);
+// Why a record of a stack is not there for who looks at the whole: "hidden by the tombstone of
+// layer 0". Empty for one that is there.
+std::string HiddenText(const HiveImage& hive, uint32_t position);
+// The cell of the column kLayerTitle (lists/list_kinds.h).
+std::string LayerCell(const HiveImage& hive, uint32_t position);
+
 // The keys and values of a tree that do something to the hive below.
 struct LayerCounts {
   uint32_t tombstone_keys = 0;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "hive/layer_stack.h"
 #include "hive/replaying.h"
 #include "records/cell.h"
 #include "records/key_node.h"
@@ -31,6 +32,9 @@ std::string TextOf(const HiveImage& hive, const LogOrigin& origin, bool was_ther
 }  // namespace
 
 std::string KeyOriginText(const HiveImage& hive, uint32_t position) {
+  if (hive.stack != nullptr) {
+    return KeyOriginText(LayerHive(hive, position), position - LayerStart(hive, position));
+  }
   if (!IsReplayed(hive)) return {};
   const uint32_t length = ReadU16(hive, position + kKeyNameLength);
   const LogOrigin origin = OriginOf(hive, position, kKeyName + length);
@@ -38,6 +42,12 @@ std::string KeyOriginText(const HiveImage& hive, uint32_t position) {
 }
 
 std::string ValueOriginText(const HiveImage& hive, const ValueKey& value) {
+  if (hive.stack != nullptr) {
+    ValueKey own = value;
+    own.position -= LayerStart(hive, value.position);
+    own.data_position -= LayerStart(hive, value.position);
+    return ValueOriginText(LayerHive(hive, value.position), own);
+  }
   if (!IsReplayed(hive)) return {};
   const uint32_t length = value.name_length;
   LogOrigin origin = OriginOf(hive, value.position, kValueName + length);

@@ -1,0 +1,101 @@
+// Hives below the opened one, shown with it as one.
+#include <algorithm>
+#include <array>
+
+#include "app/opening_words.h"
+#include "cli/opened_hive.h"
+#include "hive/file_place.h"
+#include "hive/layer_stack.h"
+#include "hive/layers.h"
+#include "hive/root_path.h"
+#include "host/host.h"
+#include "host/long_operation.h"
+
+namespace hivequarry {
+namespace {
+
+// Those that go through the keys and values of the tree.
+bool IsOfTree(std::string_view command) {
+  constexpr std::array<std::string_view, 10> kCommands = {
+      "tree",   "values",        "detail",          "search",        "dates",
+      "export", "security used", "security owners", "security keys", "security links"};
+  return command == "report" || command == "security show" ||
+         std::ranges::find(kCommands, command) != kCommands.end();
+}
+
+// Opens one, with its tree. An exit status.
+int OpenBase(const std::string& name, const ConsoleRequest& request, const BuildOptions& options,
+             OpenedHive& opened, TreeOfLayer& layer) {
+  HiveTable& table = TheHiveTable();
+  table.start_offset = table.end_offset = 0;
+  table.logs = LogChoice();
+  if (request.logs.mode == LogMode::kNone) table.logs.mode = LogMode::kNone;
+  const int slot = OpenHiveAndTell(name);
+  if (slot < 0) return StopRequested() ? kExitFailed : kExitUnreadable;
+  HiveImage& hive = HiveOfSlot(slot);
+  BuildOptions plain = options;
+  plain.root_path.clear();
+  const ImageSummary summary = BuildImageTree(hive, plain, layer.tree);
+  if (summary.stopped) return kExitFailed;
+  const auto tell = [&name](const std::string& words) {
+    if (!words.empty()) Complain(name + ": " + words);
+  };
+  tell(UndoneWords(hive));
+  tell(LogsWords(hive));
+  opened.lacks_logs = opened.lacks_logs || LacksLogs(hive);
+  if (FoundNothing(summary) && !ValidateAndTell(hive)) return kExitFailed;
+  // The file stays evidence, though its slot is free for the next one.
+  layer.hive = std::move(hive);
+  hive = HiveImage();
+  return kExitDone;
+}
+
+void TellOfFault(const StackResult& result, const std::vector<std::string>& names) {
+  if (result.fault == StackFault::kNoMemory) {
+    Complain("The hives are too large to be shown as one");
+  } else if (result.fault == StackFault::kNoPlaces) {
+    Complain(names[result.layer] +
+             " is a part of a hive, or a copy as text: it can't be shown with others as one");
+  }
+}
+
+}  // namespace
+
+bool MayStack(const ConsoleRequest& request, std::string_view command) {
+  if (request.bases.empty()) {
+    if (!request.hidden) return true;
+    Complain("--hidden needs --base");
+    return false;
+  }
+  const bool alone = request.removed || request.freed || request.disconnected_only;
+  const bool script = request.hidden && command == "export";
+  if (IsOfTree(command) && !alone && !script) return true;
+  Complain("--base is for commands that show the keys and values of a tree, not for deleted ones" +
+           std::string(script ? "; a script has no hidden keys" : ""));
+  return false;
+}
+
+int StackBases(const ConsoleRequest& request, const BuildOptions& options, OpenedHive& opened) {
+  std::vector<std::string> names = {request.hive};
+  names.insert(names.end(), request.bases.begin(), request.bases.end());
+  if (!HasLayers(*opened.hive)) {
+    Complain(request.hive + " is no differencing hive: its keys are joined with those below");
+  }
+  const int slot = opened.hive->slot;
+  std::vector<TreeOfLayer> layers;
+  layers.push_back({std::move(*opened.hive), std::move(opened.tree)});
+  for (const std::string& base : request.bases) {
+    TreeOfLayer layer;
+    const int status = OpenBase(base, request, options, opened, layer);
+    if (status != kExitDone) return status;
+    layers.push_back(std::move(layer));
+  }
+  TheHiveTable().current = slot;
+  SetDefaultRoot(request.hive);
+  const StackResult stacked =
+      StackHives(std::move(layers), request.hidden, *opened.hive, opened.tree);
+  TellOfFault(stacked, names);
+  return stacked.fault == StackFault::kNone ? kExitDone : kExitFailed;
+}
+
+}  // namespace hivequarry
