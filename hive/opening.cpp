@@ -151,6 +151,7 @@ OpenFailure OpenIntoSlot(HiveImage& hive, const std::string& file_name) {
   stream.reset();
   const bool whole = !part.ranged && !undone && hive.base_offset == 0;
   ReplayAndPlace(hive, TheHiveTable().logs, whole, part.probe);
+  if (StopRequested()) return {OpenFault::kStopped};  // of logs a part was read
   return {};
 }
 

@@ -1,7 +1,10 @@
 #include "records/log_entry.h"
 
+#include <algorithm>
 #include <bit>
+#include <cstring>
 
+#include "host/long_operation.h"
 #include "records/bin_header.h"
 
 namespace hivequarry {
@@ -21,27 +24,72 @@ void Mix(HashState& state, uint32_t word) {
   state = {low, std::rotl(high, 19)};
 }
 
+constexpr uint32_t kPiece = 256 * 1024;  // bytes that are hashed at a time; whole words
+
+void MixWords(HashState& state, ByteView bytes) {
+  for (size_t at = 0; at + 4 <= bytes.size(); at += 4) Mix(state, LoadU32(bytes.data() + at));
+}
+
+// With the bytes after the last whole word.
+uint64_t EndHash(HashState state, ByteView rest) {
+  uint32_t last = 0x80;
+  for (size_t i = rest.size(); i > 0; --i) last = last << 8 | rest[i - 1];
+  Mix(state, last);
+  Mix(state, 0);
+  return uint64_t{state.high} << 32 | state.low;
+}
+
+// Of an entry's data, whole words.
+bool HasHash(LogSource& log, uint32_t at, uint32_t size, uint64_t hash) {
+  HashState state;
+  for (uint32_t done = 0; done < size;) {
+    const uint32_t wanted = std::min(kPiece, size - done);
+    const ByteView piece = log.At(at + done, wanted);
+    if (piece.size() < wanted || StopRequested()) return false;
+    MixWords(state, piece);
+    done += wanted;
+  }
+  return EndHash(state, {}) == hash;
+}
+
+bool IsFirstBlock(LogSource& log, uint32_t at) {
+  return ReadU32(log.At(at, 4), 0) == kBinSignature;
+}
+
 // The places of the pages, and that the pages end in the entry. The header and the size are sure.
-LogEntryFault CheckPages(ByteView entry, const LogEntryHeader& header) {
+LogEntryFault CheckPages(LogSource& log, uint32_t at, const LogEntryHeader& header) {
   const uint32_t room = (header.size - kLogEntryHeader) / kLogPlaceSize;
   if (header.pages == 0 || header.pages > room) return LogEntryFault::kPages;
   uint64_t data = kLogEntryHeader + uint64_t{header.pages} * kLogPlaceSize;
-  for (uint32_t page = 0; page < header.pages; ++page) {
-    const uint32_t place = kLogEntryHeader + page * kLogPlaceSize;
-    const uint32_t offset = ReadU32(entry, place);
-    const uint32_t size = ReadU32(entry, place + 4);
-    if (size > header.bins_size || offset > header.bins_size - size) {
-      return LogEntryFault::kPagePlace;
+  LogPlaces places;
+  for (uint32_t first = 0; first < header.pages; first += places.count) {
+    if (!ReadLogPlaces(log, at, first, header.pages, places)) return LogEntryFault::kPages;
+    for (uint32_t i = 0; i < places.count; ++i) {
+      const uint32_t offset = places.offset(i);
+      const uint32_t size = places.size(i);
+      if (size > header.bins_size || offset > header.bins_size - size) {
+        return LogEntryFault::kPagePlace;
+      }
+      if (data + size > header.size) return LogEntryFault::kPages;
+      const bool first_block = offset == 0 && size >= 4;
+      if (first_block && !IsFirstBlock(log, at + static_cast<uint32_t>(data))) {
+        return LogEntryFault::kFirstBlock;
+      }
+      data += size;
     }
-    if (data + size > header.size) return LogEntryFault::kPages;
-    const bool first = offset == 0 && size >= 4;
-    if (first && ReadU32(entry, static_cast<uint32_t>(data)) != kBinSignature) {
-      return LogEntryFault::kFirstBlock;
-    }
-    data += size;
   }
   return LogEntryFault::kNone;
 }
+
+class ViewSource : public LogSource {
+ public:
+  explicit ViewSource(ByteView bytes) : bytes_(bytes) {}
+  ByteView At(uint32_t at, uint32_t size) override { return PartOf(bytes_, at, size); }
+  uint32_t length() const override { return static_cast<uint32_t>(bytes_.size()); }
+
+ private:
+  ByteView bytes_;
+};
 
 }  // namespace
 
@@ -59,29 +107,40 @@ LogEntryHeader ReadLogEntryHeader(ByteView log, uint32_t at) {
   return header;
 }
 
-LogEntryFault CheckLogEntry(ByteView log, uint32_t at, LogEntryHeader& header) {
-  header = ReadLogEntryHeader(log, at);
-  if (!IsInside(log, at, kLogEntryHeader)) return LogEntryFault::kEndOfFile;
+bool ReadLogPlaces(LogSource& log, uint32_t at, uint32_t first, uint32_t pages, LogPlaces& places) {
+  places.count = std::min(LogPlaces::kMost, pages - first);
+  const uint32_t size = places.count * kLogPlaceSize;
+  const ByteView stored = log.At(at + kLogEntryHeader + first * kLogPlaceSize, size);
+  if (stored.size() < size) return false;
+  std::memcpy(places.bytes, stored.data(), size);
+  return true;
+}
+
+LogEntryFault CheckLogEntry(LogSource& log, uint32_t at, LogEntryHeader& header) {
+  const ByteView start = log.At(at, kLogEntryHeader);
+  header = ReadLogEntryHeader(start, 0);
+  if (start.size() < kLogEntryHeader) return LogEntryFault::kEndOfFile;
   if (header.signature != kLogEntrySignature) return LogEntryFault::kSignature;
-  if (LogHash(PartOf(log, at, 32)) != header.hash2) return LogEntryFault::kHeaderHash;
+  if (LogHash(start.first(32)) != header.hash2) return LogEntryFault::kHeaderHash;
   if (header.size < kLogUnit || header.size % kLogUnit != 0) return LogEntryFault::kSize;
-  if (!IsInside(log, at, header.size)) return LogEntryFault::kPastEnd;
-  const ByteView entry = PartOf(log, at, header.size);
-  if (LogHash(entry.subspan(kLogEntryHeader)) != header.hash1) return LogEntryFault::kDataHash;
+  if (header.size > log.length() - at) return LogEntryFault::kPastEnd;
+  if (!HasHash(log, at + kLogEntryHeader, header.size - kLogEntryHeader, header.hash1)) {
+    return LogEntryFault::kDataHash;
+  }
   const bool bins = header.bins_size % 4096 == 0 && header.bins_size <= kMostBins;
   if (!bins) return LogEntryFault::kBinsSize;
-  return CheckPages(entry, header);
+  return CheckPages(log, at, header);
+}
+
+LogEntryFault CheckLogEntry(ByteView log, uint32_t at, LogEntryHeader& header) {
+  ViewSource source(log);
+  return CheckLogEntry(source, at, header);
 }
 
 uint64_t LogHash(ByteView bytes) {
   HashState state;
-  size_t at = 0;
-  for (; at + 4 <= bytes.size(); at += 4) Mix(state, LoadU32(bytes.data() + at));
-  uint32_t last = 0x80;
-  for (size_t i = bytes.size(); i > at; --i) last = last << 8 | bytes[i - 1];
-  Mix(state, last);
-  Mix(state, 0);
-  return uint64_t{state.high} << 32 | state.low;
+  MixWords(state, bytes);
+  return EndHash(state, bytes.subspan(bytes.size() / 4 * 4));
 }
 
 }  // namespace hivequarry

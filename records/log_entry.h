@@ -49,8 +49,34 @@ enum class LogEntryFault : uint8_t {
   kFirstBlock,  // the page of the first block is no block
   kSequence,    // not the number after that of the entry before it: for who reads a run of them
 };
+// The bytes of a log, wherever they are kept.
+class LogSource {
+ public:
+  // At most `size` bytes from `at` on, valid until the next call: fewer at the end of the log,
+  // where they can't be read, and when the user stops.
+  virtual ByteView At(uint32_t at, uint32_t size) = 0;
+  virtual uint32_t length() const = 0;
+
+ protected:
+  ~LogSource() = default;
+};
+
+// Places of pages, read some at a time, as an entry may have as many as it has room for.
+struct LogPlaces {
+  static constexpr uint32_t kMost = 1024;
+  uint8_t bytes[kMost * kLogPlaceSize];
+  uint32_t count = 0;
+  uint32_t offset(uint32_t i) const { return LoadU32(bytes + i * kLogPlaceSize); }
+  uint32_t size(uint32_t i) const { return LoadU32(bytes + i * kLogPlaceSize + 4); }
+};
+// Those of the entry at `at` from page `first` on, of `pages` in all. False when they can't be
+// read.
+bool ReadLogPlaces(LogSource& log, uint32_t at, uint32_t first, uint32_t pages, LogPlaces& places);
+
 // Whether the entry at `at` holds. The hash of its header comes first, so that nothing else is
 // driven by a number that is not sure; all of it costs no more than the entry's own bytes.
+// A stop makes it one that does not hold.
+LogEntryFault CheckLogEntry(LogSource& log, uint32_t at, LogEntryHeader& header);
 LogEntryFault CheckLogEntry(ByteView log, uint32_t at, LogEntryHeader& header);
 
 // The hash of log entries: Marvin32 with their seed. Bytes after the last whole word count too.

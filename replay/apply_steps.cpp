@@ -4,8 +4,12 @@
 // units of 8, the step of cells. Where several entries change the same bytes the last one counts.
 #include <algorithm>
 #include <cstring>
+#include <optional>
 #include <queue>
+#include <set>
 
+#include "host/long_operation.h"
+#include "host/shortfalls.h"
 #include "replay/hive_logs.h"
 
 namespace hivequarry {
@@ -13,42 +17,35 @@ namespace {
 
 constexpr uint32_t kUnit = 8;
 
-// Bytes that one page changed. Of two runs the later one counts that has the higher order.
-struct ChangedRun {
-  uint32_t position = 0;
-  uint32_t end = 0;
-  uint32_t log_position = 0;
-  uint32_t step = 0;
-};
-
+// The image being made. What is noted of changes is made short whenever it has become long, so that
+// it is bounded by the image, not by the logs.
 struct Target {
   uint8_t* bytes = nullptr;
-  uint32_t bins_end = 0;  // position
-  size_t file_end = 0;    // zeros that no file has are from here on
-  std::vector<ChangedRun> runs;
+  uint32_t bins_end = 0;          // position
+  size_t file_end = 0;            // zeros that no file has are from here on
+  size_t own_end = 0;             // up to here there are bytes of the file, where no page was put
+  std::set<uint32_t> written;     // blocks of kBlock bytes in which pages were put
+  std::vector<LoggedRange> runs;  // of overlapping ones the later counts that has the higher order
+  size_t most_runs = TheLogBounds().runs;
+
+  static constexpr uint32_t kBlock = 65536;
 };
 
-void PutPage(Target& target, const HiveLog& log, const LogPage& page, uint32_t step) {
-  uint8_t* const to = target.bytes + kBaseBlockSize + page.offset;
-  const uint8_t* const from = log.buffer.get() + page.log_position;
-  bool open = false;
-  for (uint32_t at = 0; at < page.size; at += kUnit) {
-    const uint32_t size = std::min(kUnit, page.size - at);
-    const uint32_t position = kBaseBlockSize + page.offset + at;
-    const bool differs = position >= target.file_end || std::memcmp(to + at, from + at, size) != 0;
-    if (differs && !open) {
-      target.runs.push_back({position, position, page.log_position + at, step});
-    }
-    if (differs) target.runs.back().end = position + size;
-    open = differs;
+void AddRange(const LoggedRange& range, std::vector<LoggedRange>& ranges) {
+  const bool goes_on =
+      !ranges.empty() && ranges.back().end == range.position && ranges.back().step == range.step &&
+      range.log_position - ranges.back().log_position == range.position - ranges.back().position;
+  if (goes_on) {
+    ranges.back().end = range.end;
+  } else {
+    ranges.push_back(range);
   }
-  std::memcpy(to, from, page.size);
 }
 
 // Of overlapping runs the parts that the last writer has. Each turn of the loop takes a run in or
 // lets one go.
-std::vector<LoggedRange> LastWriters(std::vector<ChangedRun>& runs) {
-  std::ranges::stable_sort(runs, {}, &ChangedRun::position);
+std::vector<LoggedRange> LastWriters(std::vector<LoggedRange>& runs) {
+  std::ranges::stable_sort(runs, {}, &LoggedRange::position);
   const auto earlier = [&](uint32_t a, uint32_t b) {
     const bool same = runs[a].step == runs[b].step;
     return same ? runs[a].log_position < runs[b].log_position : runs[a].step < runs[b].step;
@@ -59,17 +56,73 @@ std::vector<LoggedRange> LastWriters(std::vector<ChangedRun>& runs) {
   for (uint32_t at = 0; next < runs.size() || !open.empty();) {
     if (open.empty()) at = std::max(at, runs[next].position);
     while (next < runs.size() && runs[next].position <= at) open.push(next++);
-    const ChangedRun& run = runs[open.top()];
+    const LoggedRange& run = runs[open.top()];
     uint32_t end = run.end;
     if (end <= at) {
       open.pop();
       continue;
     }
     if (next < runs.size()) end = std::min(end, runs[next].position);
-    ranges.push_back({at, end, run.log_position + (at - run.position), run.step});
+    AddRange({at, end, run.log_position + (at - run.position), run.step}, ranges);
     at = end;
   }
   return ranges;
+}
+
+// Puts a piece of a page at a position, and notes where it differs.
+void PutPiece(Target& target, uint32_t position, ByteView piece, uint32_t log_position,
+              uint32_t step) {
+  uint8_t* const to = target.bytes + position;
+  const auto size = static_cast<uint32_t>(piece.size());
+  bool open = false;
+  for (uint32_t at = 0; at < size; at += kUnit) {
+    const uint32_t unit = std::min(kUnit, size - at);
+    const bool differs =
+        position + at >= target.file_end || std::memcmp(to + at, piece.data() + at, unit) != 0;
+    if (differs && !open) {
+      target.runs.push_back({position + at, position + at, log_position + at, step});
+    }
+    if (differs) target.runs.back().end = position + at + unit;
+    open = differs;
+  }
+  std::memcpy(to, piece.data(), size);
+  for (uint32_t block = position / Target::kBlock; block <= (position + size - 1) / Target::kBlock;
+       ++block) {
+    target.written.insert(block);
+  }
+  if (target.runs.size() < target.most_runs) return;
+  target.runs = LastWriters(target.runs);
+  target.most_runs = std::max(TheLogBounds().runs, 2 * target.runs.size());
+}
+
+// False when its bytes can't be read again, or the user stops.
+bool PutPage(Target& target, LogReader& reader, const LogPage& page, uint32_t step) {
+  constexpr uint32_t kPiece = 256 * 1024;
+  for (uint32_t done = 0; done < page.size;) {
+    const uint32_t size = std::min(kPiece, page.size - done);
+    const ByteView piece = reader.At(page.log_position + done, size);
+    if (piece.size() < size || StopRequested()) return false;
+    PutPiece(target, kBaseBlockSize + page.offset + done, piece, page.log_position + done, step);
+    done += size;
+  }
+  return true;
+}
+
+// The bins end earlier: what was after that is gone, also should they grow again. Only what is not
+// zeros yet is made so, as logs can have as many sizes as entries.
+void ClearFrom(Target& target, uint32_t end) {
+  if (end < target.own_end) {
+    std::memset(target.bytes + end, 0, target.own_end - end);
+    target.own_end = end;
+  }
+  const uint32_t first = end / Target::kBlock;
+  for (auto block = target.written.lower_bound(first); block != target.written.end();) {
+    const uint64_t begin = std::max<uint64_t>(uint64_t{*block} * Target::kBlock, end);
+    const uint64_t stop = (uint64_t{*block} + 1) * Target::kBlock;
+    const uint64_t most = std::max<uint64_t>(target.bins_end, end);
+    if (begin < most) std::memset(target.bytes + begin, 0, std::min(stop, most) - begin);
+    block = *block == first ? std::next(block) : target.written.erase(block);
+  }
 }
 
 // Without what the file has there all the same, as it was changed back.
@@ -147,18 +200,30 @@ ReplayedImage ApplySteps(const HiveLogs& logs, ByteView before, size_t steps) {
   std::memset(image.buffer.get() + before.size(), 0, most - before.size() + kImageSlack);
   image.length = static_cast<uint32_t>(before.size());
   if (steps == 0) return image;
-  Target target{image.buffer.get(), FirstBinsEnd(logs), before.size(), {}};
+  Target target;
+  target.bytes = image.buffer.get();
+  target.bins_end = FirstBinsEnd(logs);
+  target.file_end = target.own_end = before.size();
   bool shrunk = false;
-  for (uint32_t i = 0; i < steps; ++i) {
+  bool read = true;
+  UnreadBytes unread;
+  std::optional<LogReader> reader;
+  for (uint32_t i = 0; i < steps && !StopRequested(); ++i) {
     const LogEntry& entry = EntryOf(logs, logs.steps[i]);
     const HiveLog& log = LogOf(logs, logs.steps[i]);
     const uint32_t end = BinsEnd(entry.bins_size);
-    if (end < target.bins_end) {  // what was there is gone, also should they grow again
+    if (end < target.bins_end) {
       shrunk = true;
-      std::memset(image.buffer.get() + end, 0, std::max<uint64_t>(most, end) - end);
+      ClearFrom(target, end);
     }
     target.bins_end = end;
-    for (const LogPage& page : PagesOf(log, entry)) PutPage(target, log, page, i);
+    if (!reader || &reader->log() != &log) reader.emplace(log, &unread);
+    read &= ForEachPage(*reader, entry,
+                        [&](const LogPage& page) { read &= PutPage(target, *reader, page, i); });
+  }
+  // Of a log that is read again here, and was whole when it was examined.
+  if (!read || unread.count != 0) {
+    NoteShortfall(Shortfall::kUnreadBytes, std::max<uint64_t>(unread.count, 1));
   }
   SetBaseBlock(logs, steps, image.buffer.get());
   image.length = shrunk ? target.bins_end : std::max(target.bins_end, image.length);

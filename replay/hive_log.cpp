@@ -6,24 +6,30 @@
 #include <memory>
 
 #include "host/files.h"
+#include "host/long_operation.h"
 
 namespace hivequarry {
 namespace {
 
 constexpr uint32_t kOldBitmap = kLogUnit + 4;
 constexpr uint32_t kTypeNew = 6;
+static_assert(LogBounds().start > kOldBitmap + kMostBins / kBaseBlockSize);
 
 LogFault ReadBytesOf(HiveLog& log) {
   const FileStream stream(OpenFile(log.name, "rb", log.error));
   if (stream == nullptr) return LogFault::kUnreadable;
   const int64_t size = std::clamp<int64_t>(FileSize(stream.get()), 0, kLongestImage);
   if (size == 0) return LogFault::kEmpty;
-  log.buffer = AllocateImage(static_cast<uint64_t>(size));
+  const bool whole = size <= TheLogBounds().held;
+  const auto wanted = whole ? static_cast<uint32_t>(size) : TheLogBounds().start;
+  log.buffer = AllocateImage(wanted);
   if (!log.buffer) return LogFault::kNoMemory;
-  log.length = static_cast<uint32_t>(
-      ReadFileBytes(stream.get(), 0, log.buffer.get(), static_cast<size_t>(size), &log.unread));
+  const auto got =
+      static_cast<uint32_t>(ReadFileBytes(stream.get(), 0, log.buffer.get(), wanted, &log.unread));
+  log.length = whole ? got : static_cast<uint32_t>(size);
+  log.held = whole ? 0 : got;
   log.error = log.unread.error;
-  return log.length == 0 ? LogFault::kUnreadable : LogFault::kNone;
+  return got == 0 ? LogFault::kUnreadable : LogFault::kNone;
 }
 
 LogFault CheckCopy(HiveLog& log) {
@@ -41,9 +47,10 @@ LogEntry EntryOf(const LogEntryHeader& header, uint32_t position) {
 
 void ReadRun(HiveLog& log) {
   uint32_t number = log.base.sequence1;
+  LogReader reader(log, &log.unread);
   for (;;) {
     LogEntryHeader header;
-    log.stop = CheckLogEntry(log.bytes(), log.stop_at, header);
+    log.stop = CheckLogEntry(reader, log.stop_at, header);
     if (log.stop == LogEntryFault::kNone && header.sequence != number) {
       log.stop = LogEntryFault::kSequence;
     }
@@ -59,10 +66,11 @@ void ReadRun(HiveLog& log) {
 void FindLeftovers(HiveLog& log) {
   uint64_t budget = uint64_t{8} * log.length;
   uint32_t at = log.stop_at;
-  while (IsInside(log.bytes(), at, kLogEntryHeader)) {
+  LogReader reader(log, &log.unread);
+  while (at <= log.length && log.length - at >= kLogEntryHeader && !StopRequested()) {
     LogEntryHeader header;
-    const bool entry = LoadU32(log.buffer.get() + at) == kLogEntrySignature && budget != 0;
-    const bool holds = entry && CheckLogEntry(log.bytes(), at, header) == LogEntryFault::kNone;
+    const bool entry = ReadU32(reader.At(at, 4), 0) == kLogEntrySignature && budget != 0;
+    const bool holds = entry && CheckLogEntry(reader, at, header) == LogEntryFault::kNone;
     if (entry) budget -= std::min<uint64_t>(budget, std::max(header.size, kLogUnit));
     if (holds) log.leftovers.push_back(EntryOf(header, at));
     const uint32_t step = holds ? header.size : kLogUnit;
@@ -120,6 +128,11 @@ std::vector<LogPage> OldPagesOf(const HiveLog& log) {
 
 }  // namespace
 
+LogBounds& TheLogBounds() {
+  static LogBounds bounds;
+  return bounds;
+}
+
 HiveLog ReadHiveLog(const std::string& name) {
   HiveLog log;
   log.name = name;
@@ -143,17 +156,62 @@ void ExamineLog(HiveLog& log) {
   FindLeftovers(log);
 }
 
-std::vector<LogPage> PagesOf(const HiveLog& log, const LogEntry& entry) {
-  if (log.form == LogForm::kOld) return OldPagesOf(log);
-  std::vector<LogPage> pages;
-  pages.reserve(entry.pages);
-  uint32_t data = entry.position + kLogEntryHeader + entry.pages * kLogPlaceSize;
-  for (uint32_t page = 0; page < entry.pages; ++page) {
-    const uint32_t place = entry.position + kLogEntryHeader + page * kLogPlaceSize;
-    pages.push_back({ReadU32(log.bytes(), place), ReadU32(log.bytes(), place + 4), data});
-    data += pages.back().size;
+LogReader::LogReader(const HiveLog& log, UnreadBytes* unread) : log_(log), unread_(unread) {}
+
+LogReader::~LogReader() {
+  if (stream_ != nullptr) std::fclose(stream_);
+}
+
+ByteView LogReader::At(uint32_t at, uint32_t size) {
+  const ByteView held = log_.bytes();
+  if (log_.held == 0 || IsInside(held, at, size)) return PartOf(held, at, size);
+  if (at >= log_.length || StopRequested()) return {};
+  size = std::min(size, log_.length - at);
+  const uint64_t end = uint64_t{start_} + window_.size();
+  if (at < start_ || at > end || end - at < size) {
+    int error = 0;
+    if (stream_ == nullptr) stream_ = OpenFile(log_.name, "rb", error);
+    window_.resize(std::min(std::max(size, TheLogBounds().window), log_.length - at));
+    start_ = at;
+    const bool open = stream_ != nullptr;
+    window_.resize(open ? ReadFileBytes(stream_, at, window_.data(), window_.size(), unread_) : 0);
   }
-  return pages;
+  const ByteView window(window_);
+  return window.subspan(at - start_, std::min<size_t>(size, window_.size() - (at - start_)));
+}
+
+namespace {
+
+// The places are read once more, so they are held against the entry once more.
+bool ForEachNewPage(LogReader& reader, const LogEntry& entry,
+                    const std::function<void(const LogPage&)>& use) {
+  LogPlaces places;
+  uint64_t data = kLogEntryHeader + uint64_t{entry.pages} * kLogPlaceSize;
+  for (uint32_t first = 0; first < entry.pages; first += places.count) {
+    if (!ReadLogPlaces(reader, entry.position, first, entry.pages, places)) return false;
+    for (uint32_t i = 0; i < places.count; ++i) {
+      const uint32_t offset = places.offset(i);
+      const uint32_t size = places.size(i);
+      const bool inside =
+          size <= entry.bins_size && offset <= entry.bins_size - size && data + size <= entry.size;
+      if (!inside || StopRequested()) return false;
+      if (size != 0) use({offset, size, entry.position + static_cast<uint32_t>(data)});
+      data += size;
+    }
+  }
+  return true;
+}
+
+}  // namespace
+
+bool ForEachPage(LogReader& reader, const LogEntry& entry,
+                 const std::function<void(const LogPage&)>& use) {
+  if (reader.log().form != LogForm::kOld) return ForEachNewPage(reader, entry, use);
+  for (const LogPage& page : OldPagesOf(reader.log())) {
+    if (StopRequested()) return false;
+    use(page);
+  }
+  return true;
 }
 
 }  // namespace hivequarry

@@ -1,7 +1,10 @@
-// A log file of a hive, read into memory and examined. What it is its content says, not its name.
+// A log file of a hive, examined. What it is its content says, not its name. One that is longer
+// than any system makes them is never in memory as a whole: its bytes are read as they are needed.
 #pragma once
 
 #include <cstdint>
+#include <cstdio>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -56,12 +59,23 @@ enum class LogUse : uint8_t {
   kMoved,       // bytes of the hive have moved: pages can't be put in their places
 };
 
+// How much of logs is in memory, bytes. The tests have less of everything.
+struct LogBounds {
+  uint32_t held = 64U << 20;   // a log up to this length is held whole; no system makes longer ones
+  uint32_t start = 1U << 20;   // of a longer one: the base block's copy and the largest bitmap
+  uint32_t window = 1U << 20;  // that is read of it at a time
+  size_t runs =
+      size_t{1} << 18;  // notes of changes, until those that were written over are dropped
+};
+LogBounds& TheLogBounds();
+
 struct HiveLog {
   std::string name;      // as given, UTF-8
   bool by_hand = false;  // the user named it
   int error = 0;         // errno value
   ImageMemory buffer;
-  uint32_t length = 0;
+  uint32_t length = 0;  // of the file
+  uint32_t held = 0;    // bytes of it in memory, from its start on; 0: all
   UnreadBytes unread;
   LogFault fault = LogFault::kNone;
   LogForm form = LogForm::kUnknown;
@@ -75,7 +89,29 @@ struct HiveLog {
   uint32_t applied = 0;
   bool other_file = false;  // its base block names another file than the hive's
 
-  ByteView bytes() const { return {buffer.get(), length}; }
+  // Those in memory: the base block's copy and the old form's bitmap are among them.
+  ByteView bytes() const { return {buffer.get(), held != 0 ? held : length}; }
+};
+
+// Reads a log that was examined, or is being examined. Used by one thread.
+class LogReader final : public LogSource {
+ public:
+  // `unread`: what the medium did not give; null: nobody asks.
+  explicit LogReader(const HiveLog& log, UnreadBytes* unread = nullptr);
+  ~LogReader();
+  LogReader(const LogReader&) = delete;
+  LogReader& operator=(const LogReader&) = delete;
+
+  ByteView At(uint32_t at, uint32_t size) override;
+  uint32_t length() const override { return log_.length; }
+  const HiveLog& log() const { return log_; }
+
+ private:
+  const HiveLog& log_;
+  UnreadBytes* unread_;
+  std::FILE* stream_ = nullptr;
+  std::vector<uint8_t> window_;
+  uint32_t start_ = 0;  // of the window in the log
 };
 
 // Reads and examines the file. Never fails loudly: `fault` says what is wrong.
@@ -93,7 +129,11 @@ struct LogPage {
   uint32_t size = 0;
   uint32_t log_position = 0;
 };
-// In the order in which they are put in their places.
-std::vector<LogPage> PagesOf(const HiveLog& log, const LogEntry& entry);
+// Calls `use` with each page of an entry that holds, in the order in which they are put in their
+// places; none is outside the bins or the entry, nor without bytes. False when the user stops, and
+// when the places can't be read again.
+// `use` may read on with the same reader.
+bool ForEachPage(LogReader& reader, const LogEntry& entry,
+                 const std::function<void(const LogPage&)>& use);
 
 }  // namespace hivequarry

@@ -150,11 +150,17 @@ void SearchPage(Search& search, const PageOfLog& page) {
 }
 
 void SearchEntry(Search& search, const HiveLog& log, const LogEntry& entry, const char* status) {
-  for (const LogPage& at : PagesOf(log, entry)) {
-    if (StopRequested()) return;
-    SearchPage(search, {PartOf(log.bytes(), at.log_position, at.size), kBaseBlockSize + at.offset,
-                        log, entry, at.log_position, status});
-  }
+  constexpr uint32_t kMostBytes = 16U << 20;  // of a page that are looked at together
+  LogReader reader(log);
+  ForEachPage(reader, entry, [&](const LogPage& at) {
+    for (uint32_t done = 0; done < at.size && !StopRequested();) {
+      const uint32_t size = std::min(kMostBytes, at.size - done);
+      SearchPage(search,
+                 {reader.At(at.log_position + done, size), kBaseBlockSize + at.offset + done, log,
+                  entry, at.log_position + done, status});
+      done += size;
+    }
+  });
 }
 
 }  // namespace

@@ -285,6 +285,81 @@ TEST(Replay, OriginsOfBytes) {
   EXPECT_EQ(words, "HIVE.LOG2 at 0x00001234 (4660), entry 11");
 }
 
+// Bounds under which no log is held and notes of changes are made short all the time.
+struct SmallBounds {
+  SmallBounds() { TheLogBounds() = {600, 600, 1000, 2}; }
+  ~SmallBounds() { TheLogBounds() = LogBounds(); }
+};
+
+// All that came of a hive's logs.
+std::string ResultOf(const LoggedFiles& files) {
+  LoggedHive hive(files);
+  std::string text = hive.Applied() + " " + Sha256Text(ImageBytes(hive.hive()));
+  const auto add = [&text](uint32_t number) { text += " " + std::to_string(number); };
+  for (const HiveLog& log : hive.logs().logs) {
+    for (const auto& entries : {log.entries, log.leftovers}) {
+      for (const LogEntry& entry : entries) add(entry.position), add(entry.size), add(entry.pages);
+    }
+    add(log.stop_at), add(static_cast<uint32_t>(log.stop)), add(static_cast<uint32_t>(log.fault));
+  }
+  for (const LoggedRange& range : hive.logs().changed) {
+    add(range.position), add(range.end), add(range.log_position), add(range.step);
+  }
+  WriteListCsv(*ListLogRecords(hive.hive(), hive.tree()), [&text](std::string_view piece) {
+    text += piece;
+    return true;
+  });
+  return text;
+}
+
+void ExpectSameWithoutHolding(const LoggedFiles& files) {
+  const std::string held = ResultOf(files);
+  const SmallBounds small;
+  EXPECT_EQ(ResultOf(files), held);
+}
+
+TEST(Replay, ALogThatIsNotHeldGivesTheSame) {
+  LogStory story = MakeLogStory();
+  ExpectSameWithoutHolding(story.files);
+  story.files[".LOG1"].back() ^= 1;
+  ExpectSameWithoutHolding(story.files);
+  story.files.Remove(".LOG2");
+  story.files[".LOG1"] = testing::OldLog(story.states[0], story.states[2]);
+  ExpectSameWithoutHolding(story.files);
+}
+
+TEST_F(RealLogs, ALogThatIsNotHeldGivesTheSame) {
+  for (const char* name : {"NewDirtyHive", "UsrClass.dat", "OldDirtyHive"}) {
+    SCOPED_TRACE(name);
+    ExpectSameWithoutHolding(Files(name));
+  }
+}
+
+// Bins that grow and shrink with every entry cost what is put into them.
+TEST(Replay, WhatShrankIsZeroWhenItGrowsAgain) {
+  const LogStory story = MakeLogStory();
+  const Bytes& hive = story.files.hive;
+  const auto bins = static_cast<uint32_t>(hive.size() - 4096);
+  std::vector<testing::LogEntrySpec> entries;
+  for (uint32_t i = 0; i < 4; ++i) {
+    testing::LogEntrySpec& entry = entries.emplace_back();
+    entry.sequence = 10 + i;
+    entry.bins_size = i % 2 == 0 ? bins + 0x20000 : bins;
+    const uint32_t offset = i % 2 == 0 ? bins + 0x10000 + i * 512 : bins - 512;
+    entry.pages.push_back({offset, Bytes(512, static_cast<uint8_t>(0x40 + i))});
+  }
+  entries.push_back({14, bins + 0x20000, 0, {{bins - 512, Bytes(512, 0x50)}}, {}, {}});
+  LoggedFiles files;
+  files.hive = hive;
+  files[".LOG1"] = NewLog(hive, entries);
+  LoggedHive opened(files);
+  ASSERT_EQ(opened.Applied(), "LOG1 10..14");
+  const ByteView image = ImageBytes(opened.hive());
+  ASSERT_EQ(image.size(), hive.size() + 0x20000);
+  for (size_t at = hive.size(); at < image.size(); ++at) ASSERT_EQ(image[at], 0) << at;
+  EXPECT_EQ(image[hive.size() - 1], 0x50);
+}
+
 TEST(Replay, StatesOfOneHive) {
   const LogStory story = MakeLogStory();
   LoggedHive hive(story.files);
