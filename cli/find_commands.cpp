@@ -165,6 +165,7 @@ int SearchCommand(const ConsoleRequest& request, OpenedHive& opened) {
 int DatesCommand(const ConsoleRequest& request, OpenedHive& opened) {
   KeyDateRange range;
   if (!ParseRange(request.dates, range)) return kExitUsage;
+  if (request.keys.by_access) range.access = request.keys.access;
   return PrintBranch(request, opened, kListKeyDates, [&](uint32_t item, OutputList& list) {
     if (request.freed) AddPlaceColumn(list);
     if (opened.hive->stack != nullptr) AddColumns(list, {kLayerTitle});

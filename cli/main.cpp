@@ -95,6 +95,19 @@ void AddBranch(CLI::App* command, ConsoleRequest& request) {
   command->add_option("KEY", request.key, "Only this key (path or @OFFSET) and those below it");
 }
 
+void AddAccess(CLI::App* command, ConsoleRequest& request) {
+  command
+      ->add_option_function<int>(
+          "--access",
+          [&request](int bits) {
+            request.keys.by_access = true;
+            request.keys.access = static_cast<uint8_t>(bits);
+          },
+          "Only keys with these access bits: 0 none, 1 opened before boot initialisation, 2 after, "
+          "3 both")
+      ->check(CLI::Range(0, 3));
+}
+
 void AddOptions(CLI::App& app, ConsoleRequest& request) {
   app.add_option("--soff", request.start_offset, "First byte of a partial range of the file");
   app.add_option("--eoff", request.end_offset, "End of the range (first byte behind it)");
@@ -196,16 +209,8 @@ void AddCommands(CLI::App& app, ConsoleRequest& request) {
   CLI::App* tree = app.add_subcommand("tree", "The keys as displayed, recovered ones included");
   AddHive(tree, request);
   AddBranch(tree, request);
-  tree->add_flag("--details", request.keys.details, "A column more: access bits");
-  tree->add_option_function<int>(
-          "--access",
-          [&request](int bits) {
-            request.keys.by_access = true;
-            request.keys.access = static_cast<uint8_t>(bits);
-          },
-          "Only keys with these access bits: 0 none, 1 opened before boot initialisation, 2 after, "
-          "3 both")
-      ->check(CLI::Range(0, 3));
+  tree->add_flag("--details", request.keys.details, "Columns more: access bits, where links lead");
+  AddAccess(tree, request);
   tree->add_flag("--removed", request.removed, "The keys that the hive's logs removed instead");
   CLI::App* values = app.add_subcommand("values", "The values of one key, or of every key");
   AddHive(values, request);
@@ -295,6 +300,7 @@ void AddDates(CLI::App& app, ConsoleRequest& request) {
   CLI::App* dates = app.add_subcommand("dates", "The keys by the time of their last write");
   AddHive(dates, request);
   AddBranch(dates, request);
+  AddAccess(dates, request);
   dates->add_option("--from", request.dates.from, "Not before this time, 2010-11-28T13:05:00");
   dates->add_flag("--freed", request.freed, "Freed keys too, with their places");
   dates->add_option("--to", request.dates.to, "Not after this time (UTC, like the keys')");

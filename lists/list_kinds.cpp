@@ -311,7 +311,7 @@ static_assert(SortsFit(), "a column of dates sorts otherwise, or another column 
 constexpr KindColumn kFurther[] = {
     Position(kFileOffsetTitle, 4), Text(kDetailsTitle, 5, 1), kPlace,
     Text(kStateTitle, 4),          Number(kAccessTitle, 2),   Text(kRemovedByTitle, 5, 1),
-    Text(kLayerTitle, 5, 1)};
+    Text(kLinkTitle, 6, 1),        Text(kLayerTitle, 5, 1)};
 constexpr KindColumn kUnknownColumn = {""};
 constexpr ListKindInfo kUnknownKind = {0, kOther, {}};
 

@@ -181,6 +181,7 @@ inline constexpr const char* kPlaceTitle = "Place";
 inline constexpr const char* kStateTitle = "State";
 inline constexpr const char* kRemovedByTitle = "Removed By";
 inline constexpr const char* kAccessTitle = "Access";
+inline constexpr const char* kLinkTitle = "Link Target";
 inline constexpr const char* kLayerTitle = "From Layer";
 // The record of such a column; for any other title that of a column of which nothing is known.
 const KindColumn& FurtherColumn(std::string_view title);

@@ -123,6 +123,9 @@ void AppendJsonFact(const char* key, std::string_view text, std::string& out) {
   AppendJsonString(text, out);
 }
 
+// Of lists that have such a column.
+constexpr std::string_view kAccessMember = ",\"Access\":";
+
 void WriteJsonRow(const ListShape& shape, const std::vector<std::string>& keys,
                   const HiveImage* hive, uint32_t row, std::string& out) {
   RowTexts cells;
@@ -145,6 +148,8 @@ void WriteJsonRow(const ListShape& shape, const std::vector<std::string>& keys,
   AppendJsonFact(",\"Bytes\":", facts.bytes, out);
   AppendJsonFact(",\"FromLog\":", facts.from_log, out);
   if (hive != nullptr && facts.of_record) {
+    const bool shown = std::ranges::find(keys, kAccessMember) != keys.end();
+    if (facts.about_key && !shown) AppendAccess(*hive, RowDatum(shape.list, row), out);
     AppendRecordMembers(*hive, RowDatum(shape.list, row), facts.about_key, out);
   }
   out += "}\n";

@@ -5,6 +5,7 @@
 #include "hive/values.h"
 #include "host/number_text.h"
 #include "lists/list_writers.h"
+#include "words/item_values.h"
 #include "words/layer_words.h"
 
 namespace hivequarry {
@@ -26,6 +27,7 @@ void AppendStackMembers(const HiveImage& hive, uint32_t position, std::string& o
 }
 
 void AppendKeyMembers(const HiveImage& hive, uint32_t position, std::string& out) {
+  AppendText("LinkTarget", LinkTarget(hive, position), out);
   if (!HasLayers(hive, position)) return;
   const KeyLayer layer = LayerOfKey(hive, position);
   out += Concat({",\"Layer\":", Decimal(static_cast<uint32_t>(layer))});
@@ -40,6 +42,10 @@ void AppendValueMembers(const HiveImage& hive, uint32_t position, std::string& o
 }
 
 }  // namespace
+
+void AppendAccess(const HiveImage& hive, uint32_t position, std::string& out) {
+  out += Concat({",\"Access\":", Decimal(uint32_t{ReadU8(hive, position + kKeyAccessBits)})});
+}
 
 void AppendRecordMembers(const HiveImage& hive, uint32_t position, bool key, std::string& out) {
   if (hive.stack != nullptr) AppendStackMembers(hive, position, out);

@@ -197,7 +197,7 @@ OutputListPtr ListImageInfo(const HiveImage& hive, const ImageSummary& summary,
 OutputListPtr ListKeyTree(const HiveImage& hive, const KeyTree& tree, uint32_t item,
                           const KeyListOptions& options) {
   OutputListPtr list = MakeOutputList(kListTree);
-  if (options.details) AddColumns(*list, {kAccessTitle});
+  if (options.details) AddColumns(*list, {kAccessTitle, kLinkTitle});
   if (hive.stack != nullptr) AddColumns(*list, {kLayerTitle});
   PathWalker paths(hive, tree);
   for (uint32_t at = item; at < tree.items[item].end; ++at) {
@@ -217,6 +217,8 @@ OutputListPtr ListKeyTree(const HiveImage& hive, const KeyTree& tree, uint32_t i
     const std::string from_log = has_cell ? KeyOriginText(hive, it.position) : std::string();
     facts.from_log = from_log;
     const std::string bits = access >= 0 ? std::to_string(access) : std::string();
+    const bool link_shown = options.details && has_cell;
+    const std::string link = link_shown ? LinkTarget(hive, it.position) : std::string();
     const std::string layer = LayerCell(hive, it.position);
     AddListRow(*list,
                {path,
@@ -227,6 +229,7 @@ OutputListPtr ListKeyTree(const HiveImage& hive, const KeyTree& tree, uint32_t i
                 {std::to_string(it.marks), it.marks},
                 {it.connected ? "1" : "0", it.connected},
                 options.details ? bits : layer,
+                link,
                 layer},
                it.position, facts, 0);
   }

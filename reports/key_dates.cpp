@@ -2,6 +2,7 @@
 
 #include <tuple>
 
+#include "hive/keys.h"
 #include "host/host.h"
 #include "host/long_operation.h"
 #include "host/number_text.h"
@@ -84,6 +85,11 @@ void AddDateRow(const HiveImage& hive, const KeyTree& tree, uint32_t item, PathW
 
 bool IsWanted(const HiveImage& hive, const KeyTree& tree, uint32_t item,
               const KeyDateRange& range) {
+  if (range.access >= 0) {
+    const bool has_cell = HasKeyCell(tree, item);
+    const int bits = has_cell ? ReadU8(hive, tree.items[item].position + kKeyAccessBits) & 3 : -1;
+    if (bits != range.access) return false;
+  }
   if (!range.limited) return true;
   return HasKeyCell(tree, item) &&
          KeyDateInRange(KeyDateTimeOf(LastWriteOf(hive, tree, item)), range);

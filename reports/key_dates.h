@@ -29,6 +29,7 @@ struct KeyDateRange {
   bool limited = false;  // else every key is listed
   KeyDateTime start;
   KeyDateTime end;
+  int access = -1;  // only keys with exactly these access bits (0 to 3); -1: with any
 };
 // Both bounds included; a range with its start after its end holds nothing.
 bool KeyDateInRange(const KeyDateTime& time, const KeyDateRange& range);

@@ -133,6 +133,30 @@ TEST_F(ConsoleTest, LogsOfADirtyHive) {
   EXPECT_EQ(ContentOf(Sibling("log")), AsText(log));
 }
 
+TEST_F(ConsoleTest, WordsOfKeys) {
+  HiveBuilder builder("SYSTEM");
+  builder.Key("Both").Access(3).Key("After").Access(2);
+  builder.Key("Link").Flags(0x30).Value("SymbolicLinkValue", 6, Utf16("\\Registry\\There"));
+  builder.Key("NoLink").Flags(0x1020).Value("SymbolicLinkValue", 6, Utf16("no"));
+  std::ofstream(Sibling("words"), std::ios::binary) << AsText(builder.Build().bytes);
+  ASSERT_EQ(Run("--format jsonl tree words"), 0);
+  EXPECT_NE(printed.find("\"LinkTarget\":\"\\\\Registry\\\\There\""), std::string::npos) << printed;
+  EXPECT_EQ(printed.find("\"LinkTarget\":\"no\""), std::string::npos);
+  EXPECT_NE(printed.find("\"Access\":3"), std::string::npos);
+  ASSERT_EQ(Run("--format jsonl tree --details words Both"), 0);
+  EXPECT_EQ(printed.find("\"Access\":3"), printed.rfind("\"Access\":3")) << printed;
+  ASSERT_EQ(Run("--format csv tree --details words Link"), 0);
+  EXPECT_NE(printed.find(",0,\\Registry\\There\r\n"), std::string::npos) << printed;
+  for (const char* command : {"tree --access 2 words", "dates --access 2 words"}) {
+    ASSERT_EQ(Run("--format jsonl " + std::string(command)), 0);
+    EXPECT_EQ(std::ranges::count(printed, '\n'), 1) << printed;
+    EXPECT_NE(printed.find("\\\\After"), std::string::npos) << printed;
+    EXPECT_NE(printed.find("\"Access\":2"), std::string::npos) << printed;
+  }
+  ASSERT_EQ(Run("detail words Link"), 0);
+  EXPECT_NE(printed.find("\\Registry\\There"), std::string::npos);
+}
+
 TEST_F(ConsoleTest, HivesOneOverTheOther) {
   HiveBuilder delta("SOFTWARE");
   delta.Layered().Key("Gone").Layer(1);

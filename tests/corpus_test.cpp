@@ -324,6 +324,20 @@ TEST_F(Corpus, KnownDisconnectedKeys) {
   }
 }
 
+// Systems before Vista wrote user flags to bits that others leave 0.
+TEST_F(Corpus, KeysWithUserFlagsInTheirFlagsAreWhole) {
+  const Opened opened = Open("SYSTEM");
+  uint32_t flagged = 0;
+  for (uint32_t item = 0; item < opened.tree.items.size(); ++item) {
+    const KeyItem& it = opened.tree.items[item];
+    if (!HasKeyCell(opened.tree, item)) continue;
+    if (ReadU16(*opened.hive, it.position + kKeyFlags) != 0x1020) continue;
+    ++flagged;
+    EXPECT_TRUE(it.connected && it.marks == 0 && it.repairs == 0) << it.position;
+  }
+  EXPECT_EQ(flagged, 122U);
+}
+
 TEST_F(Corpus, KeysOfATruncatedHiveKnowTheirParent) {
   const Opened opened = Open("TruncatedHive");
   for (const uint32_t item : DisconnectedKeys(opened)) {

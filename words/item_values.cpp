@@ -10,6 +10,7 @@
 #include "hive/replaying.h"
 #include "hive/timestamp.h"
 #include "hive/values.h"
+#include "host/case.h"
 #include "host/host.h"
 #include "host/number_text.h"
 #include "host/visible_text.h"
@@ -155,6 +156,7 @@ void AddKeyFields(const HiveImage& hive, const KeyNode& key, DetailLines& lines)
   lines.AddHex("Cell size", key.size);
   lines.Add("State", StateText(key));
   lines.AddHex("Flags", key.signature_and_flags >> 16);
+  lines.Add("Link to", LinkTarget(hive, key.position));
   lines.Add("Key date", FormatTimestampChecked(key.last_write));
   AddStackFields(hive, key, lines);
   AddKeyUses(hive, key, lines);
@@ -405,6 +407,23 @@ ValueDetailText ShownValueDetail(const HiveImage& hive, uint32_t value_position)
     detail.text.insert(0, "From log: " + from_log + "\r\n");
   }
   return detail;
+}
+
+std::string LinkTarget(const HiveImage& hive, uint32_t key_position) {
+  constexpr uint16_t kSymbolicLink = 0x10;
+  constexpr uint32_t kMostLooked = 64;  // a link has this value alone
+  if ((ReadU16(hive, key_position + kKeyFlags) & kSymbolicLink) == 0) return {};
+  std::vector<uint32_t> values;
+  ReadValuesOfKey(hive, key_position, kMostLooked, values);
+  std::vector<uint8_t> data;
+  for (const uint32_t position : values) {
+    if (position == kNoOffset) continue;
+    const ValueKey value = ReadShownValue(hive, position, data);
+    const bool target = value.type == kRegLink && value.status == ValueStatus::kRead &&
+                        EqualIgnoringCase(value.name, "SymbolicLinkValue");
+    if (target) return ShownValueName(DataText(kRegSz, data));
+  }
+  return {};
 }
 
 std::string KeyDetail(const HiveImage& hive, const KeyTree& tree, uint32_t item) {

@@ -84,6 +84,10 @@ ValueDetailText ShownValueDetail(const HiveImage& hive, uint32_t value_position)
 // The words of an item's info column, with the offset of the key that it hangs under.
 std::string InfoWords(const HiveImage& hive, const KeyTree& tree, const KeyItem& it);
 
+// Where a key leads that is a symbolic link: what its value "SymbolicLinkValue" says, without an
+// end. Empty for any other key, and for a link without such a value.
+std::string LinkTarget(const HiveImage& hive, uint32_t key_position);
+
 // The detail view of a key: one "label: text" line a field ("\r\n" line ends).
 std::string KeyDetail(const HiveImage& hive, const KeyTree& tree, uint32_t item);
 // The same for the key cell at a position, whether or not the tree shows it; empty when there is no
