@@ -187,6 +187,16 @@ bool SkipRoot(std::string_view root_text, std::u16string_view& path) {
   return true;
 }
 
+// The same of a user's hive as its own user sees it: "HKCU\\Software" for "HKU\\S-1-5-21-...".
+bool SkipOwnRoot(const HiveImage& hive, std::u16string_view& path) {
+  constexpr std::string_view kUser = "HKU\\S-1-";
+  const std::string_view label =
+      std::string_view(hive.root.label).substr(0, hive.root.label_length);
+  if (!StartsIgnoringCase(label, kUser)) return false;
+  const std::string rest(label.substr(std::min(label.find('\\', kUser.size()), label.size())));
+  return SkipRoot("HKCU" + rest, path) || SkipRoot("HKEY_CURRENT_USER" + rest, path);
+}
+
 uint32_t DescendPath(const HiveImage& hive, const KeyTree& tree, uint32_t item,
                      std::u16string_view path) {
   while (!path.empty() && item != kNoItem) item = DescendComponent(hive, tree, item, path);
@@ -311,7 +321,8 @@ uint32_t FindItemByPath(const HiveImage& hive, const KeyTree& tree, std::string_
   if (path.starts_with(u'\\')) path.remove_prefix(1);
   while (path.ends_with(u'\\')) path.remove_suffix(1);
   std::u16string_view rest = path;
-  if (SkipRoot(tree.root_text, rest) || SkipRoot(hive.root.long_prefix, rest)) {
+  if (SkipRoot(tree.root_text, rest) || SkipRoot(hive.root.long_prefix, rest) ||
+      SkipOwnRoot(hive, rest)) {
     const uint32_t item = DescendPath(hive, tree, 0, rest);
     if (item != kNoItem) return item;
     const uint32_t shortened = FindShortened(hive, tree, rest);

@@ -5,6 +5,7 @@
 
 #include "hive/hive_table.h"
 #include "hive/keys.h"
+#include "hive/root_evidence.h"
 #include "host/host.h"
 #include "host/visible_text.h"
 
@@ -37,33 +38,11 @@ constexpr int kSamKind = 6;
 constexpr struct {
   const char* name;
   const char* label;
-} kKnownRootKeys[] = {{"SOFTWARE", "HKLM\\SOFTWARE"},
-                      {"SYSTEM", "HKLM\\SYSTEM"},
-                      {"SECURITY", "HKLM\\SECURITY"},
-                      {"SAM", "HKLM\\SAM"},
-                      {"NewStoreRoot", "HKLM\\BCD00000000"}};
-
-// Names that the system gives to hive files, without what follows a dot.
-constexpr struct {
-  const char* name;
-  const char* label;
-  int kind;  // 0: by label alone
-} kKnownFiles[] = {{"SYSTEM", nullptr, 3},
-                   {"SOFTWARE", nullptr, 5},
-                   {"SAM", nullptr, kSamKind},
-                   {"SECURITY", nullptr, 7},
-                   {"COMPONENTS", nullptr, 10},
-                   {"BCD", nullptr, 11},
-                   {"NTUSER", nullptr, 2},
-                   {"DEFAULT", "HKU\\.DEFAULT", 0},
-                   {"USRCLASS", "HKCU\\SOFTWARE\\Classes", 0}};
-
-// Of the hives of an app package, whole: the names are anybody's without what follows the dot.
-constexpr struct {
-  const char* name;
-  const char* label;
-} kPackageFiles[] = {
-    {"User.dat", "HKCU"}, {"UserClasses.dat", "HKCU\\SOFTWARE\\Classes"}, {"Registry.dat", "HKLM"}};
+} kKnownRootKeys[] = {{"SOFTWARE", "HKLM\\SOFTWARE"},        {"SYSTEM", "HKLM\\SYSTEM"},
+                      {"SECURITY", "HKLM\\SECURITY"},        {"SAM", "HKLM\\SAM"},
+                      {"NewStoreRoot", "HKLM\\BCD00000000"}, {"BCD00000000", "HKLM\\BCD00000000"},
+                      {"COMPONENTS", "HKLM\\Components"},    {"DRIVERS", "HKLM\\DRIVERS"},
+                      {".DEFAULT", "HKU\\.DEFAULT"}};
 
 constexpr WholeRoot kWholeRoots[] = {{"_HKLM.SNP", "HKLM"},
                                      {"_HKCU.SNP", "HKCU"},
@@ -77,51 +56,8 @@ constexpr size_t kMaxRootKeyName = 519;
 constexpr int kMaxLabelNumber = 999;
 constexpr std::string_view kWow64 = "Wow6432Node";
 
-// The root label for a root key's name; empty when the name says nothing.
-std::string LabelOfRootKey(std::string_view name) {
-  constexpr std::string_view kClasses = "_classes";
-  if (name.empty() || StartsIgnoringCase(name, "$$$P") ||
-      StartsIgnoringCase(name, "CMI-CreateHive"))
-    return {};
-  for (const auto& known : kKnownRootKeys) {
-    if (EqualIgnoringCase(name, known.name)) return known.label;
-  }
-  if (StartsIgnoringCase(name, "ControlSet")) return std::string("HKLM\\SYSTEM\\").append(name);
-  if (name.size() > kClasses.size()) {
-    const std::string_view user = name.substr(0, name.size() - kClasses.size());
-    if (EndsIgnoringCase(name, kClasses)) {
-      return std::string("HKU\\").append(user).append("\\SOFTWARE\\Classes");
-    }
-  }
-  return std::string(name);
-}
-
-// The end of a path that the base block holds: 32 UTF-16 units at most, the start cut off.
-std::string StoredFileName(const HiveImage& hive) {
-  return ShownValueName(TextOfWide(ReadBaseBlock(ImageBytes(hive)).file_name));
-}
-
 std::string_view LastPart(std::string_view path) {
   return path.substr(path.find_last_of("\\/") + 1);
-}
-
-bool SetRootOfKnownFile(HiveImage& hive, std::string_view path, RootSource source) {
-  std::string_view name = LastPart(path);
-  for (const auto& known : kPackageFiles) {
-    if (!EqualIgnoringCase(name, known.name)) continue;
-    SetRootPath(hive, known.label);
-    hive.root.source = source;
-    return true;
-  }
-  name = name.substr(0, name.find('.'));
-  for (const auto& known : kKnownFiles) {
-    if (!EqualIgnoringCase(name, known.name)) continue;
-    known.kind != 0 ? static_cast<void>(SetRootKind(known.kind, hive))
-                    : SetRootPath(hive, known.label);
-    hive.root.source = source;
-    return true;
-  }
-  return false;
 }
 
 bool HoldsOnly(std::string_view text, std::string_view characters) {
@@ -148,8 +84,9 @@ bool IsUsersHive(std::string_view rest) {
 // After "HKLM\".
 bool IsMachinesHive(std::string_view rest) {
   constexpr std::string_view kControlSet = "SYSTEM\\ControlSet";
-  constexpr std::string_view kNames[] = {"SOFTWARE", "SYSTEM",     "SAM",        "SECURITY",
-                                         "HARDWARE", "COMPONENTS", "BCD00000000"};
+  constexpr std::string_view kNames[] = {"SOFTWARE", "SYSTEM",     "SAM",         "SECURITY",
+                                         "HARDWARE", "COMPONENTS", "BCD00000000", "DRIVERS",
+                                         "ELAM",     "Schema"};
   if (StartsIgnoringCase(rest, kControlSet)) {
     return HoldsOnly(rest.substr(kControlSet.size()), "0123456789");
   }
@@ -192,6 +129,27 @@ void StoreRootPath(HiveImage& hive, std::string label) {
 
 }  // namespace
 
+std::string RootPathOfKeyName(std::string_view name) {
+  constexpr std::string_view kClasses = "_classes";
+  for (const auto& known : kKnownRootKeys) {
+    if (EqualIgnoringCase(name, known.name)) return known.label;
+  }
+  if (StartsIgnoringCase(name, "ControlSet")) return std::string("HKLM\\SYSTEM\\").append(name);
+  if (name.size() > kClasses.size()) {
+    const std::string_view user = name.substr(0, name.size() - kClasses.size());
+    if (EndsIgnoringCase(name, kClasses)) {
+      return std::string("HKU\\").append(user).append("\\SOFTWARE\\Classes");
+    }
+  }
+  if (IsSidText(name)) return std::string("HKU\\").append(name);
+  return std::string(name);
+}
+
+std::string StoredFileName(const HiveImage& hive) {
+  if (!hive.header_valid) return {};
+  return ShownValueName(TextOfWide(ReadBaseBlock(ImageBytes(hive)).file_name));
+}
+
 const PredefinedRoot* FindPredefinedRoot(std::string_view name) {
   for (const PredefinedRoot& root : kRoots) {
     if (EqualIgnoringCase(name, root.long_name) || EqualIgnoringCase(name, root.short_name)) {
@@ -229,19 +187,13 @@ bool RootPathFromRootKey(HiveImage& hive, uint32_t root_position) {
   std::string name;
   ReadKeyParentAndName(hive, root_position, name);
   name.resize(std::min({name.size(), kMaxRootKeyName, name.find('\0')}));
-  const std::string label = LabelOfRootKey(name);
-  if (label.empty()) return false;
+  const bool empty = name.empty() || StartsIgnoringCase(name, "$$$P") ||
+                     StartsIgnoringCase(name, "CMI-CreateHive");
+  if (empty) return false;
+  const std::string label = RootPathOfKeyName(name);
   StoreRootPath(hive, label);
   hive.root.source = RootSource::kRootKey;
   return true;
-}
-
-bool RootPathFromFileName(HiveImage& hive) {
-  if (hive.header_valid &&
-      SetRootOfKnownFile(hive, StoredFileName(hive), RootSource::kStoredName)) {
-    return true;
-  }
-  return SetRootOfKnownFile(hive, hive.file_name, RootSource::kFileName);
 }
 
 bool IsHivePlace(std::string_view path) {
@@ -266,6 +218,9 @@ std::string RootDoubt(const HiveImage& hive) {
   if (hive.root.source == RootSource::kFileName) {
     return "The name of the file alone says that the hive belongs to " + path + '.';
   }
+  if (const std::string both = RootContradiction(FindRootEvidence(hive), false); !both.empty()) {
+    return both;
+  }
   if (IsHivePlace(path)) return {};
   return "The root key's name leads to " + path + ", where no hive belongs.";
 }
@@ -277,6 +232,7 @@ bool RootPathFromStoredName(HiveImage& hive) {
   const auto is_control = [](char c) { return static_cast<uint8_t>(c) < 0x20; };
   if (name.empty() || std::ranges::any_of(name, is_control)) return false;
   StoreRootPath(hive, std::string(name));
+  hive.root.source = RootSource::kStoredName;
   return true;
 }
 

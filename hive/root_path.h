@@ -30,17 +30,19 @@ void SetRootPath(HiveImage& hive, std::string_view path);
 // The automatic choice from the root key's name; false (and nothing changed) when the name says
 // nothing.
 bool RootPathFromRootKey(HiveImage& hive, uint32_t root_position);
-// For a root key whose name says nothing: the choice from the file name that the base block stores
-// (what the system called the hive when it last wrote it), or else from the name of the file
-// itself. False (and nothing changed) when neither is a name that the system gives to a hive.
-bool RootPathFromFileName(HiveImage& hive);
+// The path that a root key's name stands for; the name itself where it is none of those.
+std::string RootPathOfKeyName(std::string_view name);
+// The end of the path that the base block holds, as it is shown: what the system that last wrote
+// the hive called its file. Empty without a base block.
+std::string StoredFileName(const HiveImage& hive);
 // For a hive that has no root key left: the last part of the file name that the base block stores,
 // whatever it is. False (and nothing changed) where there is none.
 bool RootPathFromStoredName(HiveImage& hive);
 
 // Why nothing is to be written to the root path in a registry before the user has named it: the
-// file's name alone tells it, it is the profile of whoever writes, or the root key's name leads to
-// a place where no hive is loaded. A sentence; empty for a path that may be written to, and for one
+// file's name alone tells it, it is the profile of whoever writes, what the hive says of itself
+// contradicts itself (root_evidence.h), or the root key's name leads to a place where no hive is
+// loaded. A sentence; empty for a path that may be written to, and for one
 // that leads to no predefined root.
 std::string RootDoubt(const HiveImage& hive);
 // True for the paths, in either form, at which a system loads a hive whose files say so themselves:

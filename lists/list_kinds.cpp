@@ -148,7 +148,11 @@ constexpr KindColumn kInfo[] = {InfoText("file"),
                                 InfoText("layered"),
                                 InfoNumber("tombstone_keys"),
                                 InfoNumber("tombstone_values"),
-                                InfoNumber("superseding_keys")};
+                                InfoNumber("superseding_keys"),
+                                InfoText("hive_kind"),
+                                InfoText("root_from"),
+                                InfoText("root_evidence"),
+                                InfoText("root_contradiction")};
 constexpr KindColumn kTree[] = {kKey,    kKeyOffset,         kParentOffset,         kKeyDate,
                                 kStatus, Number("Marks", 2), Number("Connected", 4)};
 constexpr KindColumn kWholePath = Wide(kKey, 12, 4);
@@ -182,6 +186,14 @@ constexpr KindColumn kLogRecords[] = {
 constexpr KindColumn kCheck[] = {
     Text("Code", 2, 0), Text("Level", 2, 0), Position("Position", 4), kKey,
     Text("Text", 8, 3), Text("Found", 5, 2), Text("Expected", 5, 1)};
+constexpr KindColumn kMachine[] = {Text("Fact", 5),
+                                   Text("Text", 8, 5),
+                                   Text("Note", 5, 2),
+                                   kFile,
+                                   kKey,
+                                   kValue,
+                                   Position("Offset", 5),
+                                   kKeyDate};
 
 // --- the table -----------------------------------------------------------------------------------
 
@@ -279,6 +291,7 @@ constexpr ListKindInfo kKinds[] = {
     {kListCheck, "Structure", kCheck, WindowFamily::kOther, ListHelp::kCheck, RowLeads::kField,
      ListAbout::kRecord},
     {kListRepair, "Left out or changed by a repair", kRepair},
+    OfReport(kListMachine, kMachine, "Machine"),
 };
 
 constexpr bool NumbersDiffer() {

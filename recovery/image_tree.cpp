@@ -5,6 +5,7 @@
 #include "hive/keys.h"
 #include "hive/moved_bytes.h"
 #include "hive/offset_map.h"
+#include "hive/root_evidence.h"
 #include "hive/root_path.h"
 #include "host/host.h"
 #include "host/long_operation.h"
@@ -129,9 +130,7 @@ void ChooseRootText(HiveImage& hive, const BuildOptions& options, const ScanTabl
                      HasPlausibleName(hive, hive.root_position);
   if (!options.root_path.empty()) {
     SetRootPath(hive, options.root_path);
-  } else if (!RootPathFromSnapshotName(hive) &&
-             !(named && RootPathFromRootKey(hive, hive.root_position)) &&
-             !RootPathFromFileName(hive) && IsRootMade(hive, tables)) {
+  } else if (!ChooseRootPath(hive, named) && IsRootMade(hive, tables)) {
     RootPathFromStoredName(hive);
   }
   tree.root_text = DisplayedRoot(hive);

@@ -7,6 +7,7 @@
 #include "hive/file_place.h"
 #include "hive/keys.h"
 #include "hive/layer_stack.h"
+#include "hive/root_evidence.h"
 #include "hive/root_path.h"
 #include "hive/timestamp.h"
 #include "hive/values.h"
@@ -143,6 +144,7 @@ OutputListPtr ListImageInfo(const HiveImage& hive, const ImageSummary& summary,
   const ImageCut cut = CutOf(hive);
   const std::string rest = cut.at == 0 ? "" : "--soff=" + number(cut.rest) + ", or --all-roots";
   const HiveStateTexts state = StateTextsOf(hive, options.hashes);
+  const RootEvidence root = FindRootEvidence(hive);
   AddListRow(*list,
              {hive.file_name,
               number(LengthInFile(hive)),
@@ -189,7 +191,11 @@ OutputListPtr ListImageInfo(const HiveImage& hive, const ImageSummary& summary,
               LayersText(hive, layers),
               number(layers.tombstone_keys),
               number(layers.tombstone_values),
-              number(layers.superseding_keys)},
+              number(layers.superseding_keys),
+              std::string(HiveKindName(KindOfHive(root))),
+              RootSourceWords(hive, root),
+              RootEvidenceWords(root),
+              RootContradiction(root, true)},
              kNoOffset, RowFacts(), 0);
   return list;
 }

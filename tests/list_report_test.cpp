@@ -225,7 +225,7 @@ TEST(ReportFile, OwnListsComeBackWhole) {
   ReportHead head;
   ASSERT_EQ(ParseReportHead(text, head), ReportRead::kDone);
   ASSERT_EQ(head.columns.size(), texts.size());
-  EXPECT_EQ(head.columns.back(), "superseding_keys");
+  EXPECT_EQ(head.columns.back(), "root_contradiction");
   EXPECT_EQ(Shown(*ReadRows(text, ReportRead::kDone, kListInfo)), Shown(*list));
 }
 

@@ -59,7 +59,7 @@ TEST(ListKinds, TitlesAndColumns) {
                {56, "OpenSaveMRU", 6, "Key Offset"},
                {57, "StreamMRU", 11, "Key Offset"},
                {80, "Error list", 4, "Error"},
-               {kListInfo, "Hive information", 46, "superseding_keys"},
+               {kListInfo, "Hive information", 50, "root_contradiction"},
                {kListTree, "Key tree", 7, "Connected"},
                {kListBins, "Block list", 5, "Own Offset"}};
   for (const auto& c : cases) {

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "hive/opening.h"
+#include "hive/root_evidence.h"
 #include "recovery/image_tree.h"
 #include "tests/support/hive_builder.h"
 
@@ -71,6 +72,9 @@ TEST_F(RootPath, FromTheRootKeysName) {
        "HKEY_USERS\\S-1-5-21-1-2-3-1001\\SOFTWARE\\Classes\\"},
       {"_Classes", "_Classes", "_Classes\\"},
       {"NewStoreRoot", "HKLM\\BCD00000000", "HKEY_LOCAL_MACHINE\\BCD00000000\\"},
+      {"s-1-5-18", "HKU\\s-1-5-18", "HKEY_USERS\\s-1-5-18\\"},
+      {"S-1-x", "S-1-x", "S-1-x\\"},
+      {".Default", "HKU\\.DEFAULT", "HKEY_USERS\\.DEFAULT\\"},
       {"{1f2e}", "{1f2e}", "{1f2e}\\"},
       {"$$$P", nullptr, ""},
       {"$$$PROTO.HIV", nullptr, ""},
@@ -111,7 +115,7 @@ TEST_F(RootPath, FromTheFilesName) {
     builder.FileName(c.stored);
     const testing::TempFile file(builder.Build().bytes, c.file);
     HiveImage& hive = HiveOfSlot(OpenHive(file.name()));
-    EXPECT_EQ(RootPathFromFileName(hive), c.label != nullptr) << c.stored << c.file;
+    EXPECT_EQ(ChooseRootPath(hive, false), c.label != nullptr) << c.stored << c.file;
     EXPECT_EQ(hive.root.label, c.label != nullptr ? c.label : "") << c.stored << c.file;
     ResetHiveTable();
   }

@@ -1,6 +1,7 @@
 #include "view/workspace.h"
 
 #include "hive/file_place.h"
+#include "hive/root_evidence.h"
 #include "host/host.h"
 #include "lists/list_rows.h"
 #include "recovery/root_search.h"
@@ -20,7 +21,40 @@ void AddCount(std::string& text, const char* label, uint32_t count) {
   text += std::string(label) + ": " + std::to_string(count) + "\r\n";
 }
 
+struct Note {
+  const char* label;
+  std::string words;
+};
+
+// What of the file is not as it seems, or not there.
+std::vector<Note> NotesOn(const HiveImage& hive, const KeyTree& tree) {
+  std::vector<Note> notes;
+  if (std::string both = RootContradiction(FindRootEvidence(hive), true); !both.empty()) {
+    notes.push_back({"Which hive", std::move(both)});
+  }
+  if (std::string moved = UndoneWords(hive); !moved.empty()) notes.push_back({"Moved", moved});
+  if (const std::string logs = LogsWords(hive); !logs.empty()) {
+    notes.push_back({"Logs", logs});
+  }
+  if (std::string layers = LayersNotice(hive, tree); !layers.empty()) {
+    notes.push_back({"Layers", std::move(layers)});
+  }
+  if (const ImageCut cut = CutOf(hive); cut.at != 0) {
+    notes.push_back({"Ends early", "at " + PositionText(cut.at) + ": " + cut.reason});
+  }
+  if (hive.unread.count != 0) notes.push_back({"Not read", UnreadRangesText(hive.unread, 8)});
+  return notes;
+}
+
 }  // namespace
+
+std::string RootWords(const HiveImage& hive) {
+  const RootEvidence evidence = FindRootEvidence(hive);
+  std::string words = RootSourceWords(hive, evidence);
+  const std::string all = RootEvidenceWords(evidence);
+  if (!words.empty() && !all.empty()) words += " (" + all + ")";
+  return words;
+}
 
 ItemValues WorkspaceRows(const HiveImage& hive, const KeyTree& tree) {
   ItemValues values;
@@ -39,6 +73,9 @@ ItemValues WorkspaceRows(const HiveImage& hive, const KeyTree& tree) {
 std::u16string WorkspaceDetail(const HiveImage& hive, const KeyTree& tree,
                                const ImageSummary& summary) {
   std::string text = "Root: " + tree.root_text + "\r\n";
+  if (const std::string words = RootWords(hive); !words.empty()) {
+    text += "Root from: " + words + "\r\n";
+  }
   text += "Kind: " + std::string(KindOf(hive)) + "\r\n";
   text += "State: " + StatusWords(hive) + "\r\n";
   text += "Begins in the file at: " + PositionText(hive.base_offset) + "\r\n";

@@ -8,6 +8,9 @@
 
 namespace hivequarry {
 
+// What the root path was taken from, and all that says which hive this is; empty where nothing
+// does.
+std::string RootWords(const HiveImage& hive);
 // Rows of the value pane: root, kind, file name and place in the file.
 ItemValues WorkspaceRows(const HiveImage& hive, const KeyTree& tree);
 // Text of the detail pane.

@@ -12,6 +12,7 @@
 #include "ui/frame/text.h"
 #include "ui/main/main_window.h"
 #include "ui/resources/resource.h"
+#include "view/workspace.h"
 
 namespace hivequarry {
 namespace {
@@ -20,6 +21,7 @@ struct RootDialog {
   HWND dialog = nullptr;
   std::string path;
   std::string doubt = {};  // why the path is asked for; empty when the user came by himself
+  std::string from = {};   // what the path was taken from
 };
 
 INT_PTR OnStart(RootDialog& state) {
@@ -33,6 +35,10 @@ INT_PTR OnStart(RootDialog& state) {
   SetWindowTextW(box, WindowText(state.path).c_str());
   if (!state.doubt.empty()) {
     const std::string note = state.doubt + " Whose keys are to be written ?";
+    SetDlgItemTextW(state.dialog, kRootPathNote, WindowText(note).c_str());
+  } else if (!state.from.empty()) {
+    const std::string note =
+        "From " + state.from + ". Shown, exported, compared and merged under it.";
     SetDlgItemTextW(state.dialog, kRootPathNote, WindowText(note).c_str());
   }
   EnableWindow(GetDlgItem(state.dialog, IDOK), !state.path.empty());
@@ -63,7 +69,8 @@ bool AskRootPath(const MainWindow& window, RootDialog& state) {
 
 bool ChangeRoot(MainWindow& window, const std::string& doubt) {
   HiveImage& hive = HiveOfSlot(window.hive.slot);
-  RootDialog state{nullptr, hive.root.label.substr(0, hive.root.label_length), doubt};
+  RootDialog state{nullptr, hive.root.label.substr(0, hive.root.label_length), doubt,
+                   RootWords(hive)};
   // The profile of whoever sits here is never one key press away.
   RootSplit split;
   const bool own = SplitRootPath(state.path, split) && split.short_name == "HKCU";
