@@ -236,6 +236,7 @@ constexpr CommandRow kCommands[] = {{"info", Info},
                                     {"security keys", SecurityKeysCommand},
                                     {"security show", SecurityShowCommand},
                                     {"report", ReportCommand},
+                                    {"report machine", nullptr, MachineCommand},
                                     {"export", ExportCommand},
                                     {"repair", RepairCommand}};
 
@@ -292,10 +293,9 @@ namespace {
 // that does not lead there.
 bool LeadsElsewhere(const ConsoleRequest& request) {
   const auto writes = [&request](std::FILE* stream) {
-    return WritesInto(stream, request.hive) ||
-           std::ranges::any_of(
-               request.bases,
-               [stream](const std::string& base) { return WritesInto(stream, base); }) ||
+    const auto into = [stream](const std::string& hive) { return WritesInto(stream, hive); };
+    return into(request.hive) || std::ranges::any_of(request.hives, into) ||
+           std::ranges::any_of(request.bases, into) ||
            std::ranges::any_of(request.logs.files, [stream](const std::string& log) {
              return IsSameFile(stream, log);
            });

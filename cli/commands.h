@@ -56,8 +56,9 @@ struct TimelineRequest {
 };
 
 struct ConsoleRequest {
-  std::string hive;  // file name, UTF-8; for "convert" of a Report List
-  std::string key;   // key path, or "@OFFSET"; empty for none
+  std::string hive;                // file name, UTF-8; for "convert" of a Report List
+  std::vector<std::string> hives;  // of "report machine": all of them, the first in `hive` too
+  std::string key;                 // key path, or "@OFFSET"; empty for none
   uint32_t start_offset = 0;
   uint32_t end_offset = 0;  // 0: no range
   std::string root_path;

@@ -349,6 +349,8 @@ void AddSecurity(CLI::App& app, ConsoleRequest& request, bool named) {
 #endif
 }
 
+constexpr const char* kMachine = "machine";
+
 void AddReports(CLI::App& app, ConsoleRequest& request, bool named) {
   CLI::App* report = app.add_subcommand("report", "Reports on well-known structures");
   report->require_subcommand(1);
@@ -361,6 +363,10 @@ void AddReports(CLI::App& app, ConsoleRequest& request, bool named) {
     AddBranch(command, request);
     command->callback([&request, &info] { request.report = info.name; });
   }
+  CLI::App* machine = report->add_subcommand(kMachine, "What the machine is that the hives are of");
+  machine->fallthrough();
+  machine->add_option("HIVE", request.hives, "Hive files, of one machine")->required();
+  machine->callback([&request] { request.hive = request.hives.front(); });
 }
 
 // The fields and the pattern in the form that the search takes them.
@@ -380,7 +386,9 @@ void CompleteSearch(ConsoleRequest& request) {
 std::string CommandName(const CLI::App& app) {
   const CLI::App* command = app.get_subcommands().front();
   const std::string name = command->get_name();
-  const bool group = name == "security" || name == "freed";
+  const auto below = command->get_subcommands();
+  const bool machine = name == "report" && below.front()->get_name() == kMachine;
+  const bool group = name == "security" || name == "freed" || machine;
   return group ? name + " " + command->get_subcommands().front()->get_name() : name;
 }
 

@@ -60,6 +60,7 @@ const MenuItem kMainMenu[] = {
     {"Re&ports", "&Search...\tCtrl+Shift+F", 9030},
     {"Re&ports", "Search in &Workspace...", 1415},
     {"Re&ports", "Key &Dates...", 1421},
+    {"Re&ports", "M&achine overview", 9090},
     {"Re&ports", "Ser&vices", 9040},
     {"Re&ports", "&Uninstall entries", 9041},
     {"Re&ports", "&Class registrations", 9043},

@@ -101,6 +101,7 @@ namespace hivequarry {
   One(kCommandLogsUntil, 9084)          \
   One(kCommandListLogs, 9085)           \
   One(kCommandListLogChanges, 9086)     \
+  One(kCommandMachine, 9090)            \
   Range(kCommandRecentHive, 9101, 7)    \
   One(kCommandListSelectAll, 9201)      \
   One(kCommandListInvert, 9202)         \

@@ -4,6 +4,7 @@
 #include "hive/file_place.h"
 #include "hive/hive_start.h"
 #include "hive/replaying.h"
+#include "hive/root_evidence.h"
 #include "host/files.h"
 #include "lists/list_rows.h"
 #include "recovery/root_search.h"
@@ -97,6 +98,9 @@ std::string StatusWords(const HiveImage& hive) {
 
 std::vector<HiveNote> NotesOn(const HiveImage& hive, const KeyTree& tree) {
   std::vector<HiveNote> notes;
+  if (std::string both = RootContradiction(FindRootEvidence(hive), true); !both.empty()) {
+    notes.push_back({"Which hive", std::move(both)});
+  }
   if (std::string moved = UndoneWords(hive); !moved.empty()) notes.push_back({"Moved", moved});
   if (std::string logs = LogsWords(hive); !logs.empty()) notes.push_back({"Logs", logs});
   if (std::string layers = LayersNotice(hive, tree); !layers.empty()) {

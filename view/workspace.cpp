@@ -21,31 +21,6 @@ void AddCount(std::string& text, const char* label, uint32_t count) {
   text += std::string(label) + ": " + std::to_string(count) + "\r\n";
 }
 
-struct Note {
-  const char* label;
-  std::string words;
-};
-
-// What of the file is not as it seems, or not there.
-std::vector<Note> NotesOn(const HiveImage& hive, const KeyTree& tree) {
-  std::vector<Note> notes;
-  if (std::string both = RootContradiction(FindRootEvidence(hive), true); !both.empty()) {
-    notes.push_back({"Which hive", std::move(both)});
-  }
-  if (std::string moved = UndoneWords(hive); !moved.empty()) notes.push_back({"Moved", moved});
-  if (const std::string logs = LogsWords(hive); !logs.empty()) {
-    notes.push_back({"Logs", logs});
-  }
-  if (std::string layers = LayersNotice(hive, tree); !layers.empty()) {
-    notes.push_back({"Layers", std::move(layers)});
-  }
-  if (const ImageCut cut = CutOf(hive); cut.at != 0) {
-    notes.push_back({"Ends early", "at " + PositionText(cut.at) + ": " + cut.reason});
-  }
-  if (hive.unread.count != 0) notes.push_back({"Not read", UnreadRangesText(hive.unread, 8)});
-  return notes;
-}
-
 }  // namespace
 
 std::string RootWords(const HiveImage& hive) {

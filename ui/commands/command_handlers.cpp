@@ -95,6 +95,7 @@ constexpr CommandRoute kRoutes[] = {
     {kCommandBlockList, OnBlockList},
     {kCommandListBlockRuns, OnListBlockRuns},
     {kCommandListRoots, OnListRoots},
+    {kCommandMachine, OnMachine},
     {kCommandListKeys, OnListKeys},
     {kCommandListValues, OnListValues},
     {kCommandListLostValues, OnListLostValues},

@@ -7,6 +7,7 @@
 #include "reports/freed_lists.h"
 #include "reports/hive_lists.h"
 #include "reports/log_lists.h"
+#include "reports/machine_report.h"
 #include "ui/lists/list_window.h"
 #include "ui/main/main_window.h"
 
@@ -83,6 +84,13 @@ void OnListFreedKeys(MainWindow& window) {
 void OnListFreedValues(MainWindow& window) {
   StartList(window, [&hive = ShownHive(window), &tree = *window.hive.tree] {
     return ListFreedValues(hive, tree, ValueListOptions());
+  });
+}
+
+void OnMachine(MainWindow& window) {
+  StartList(window, [&hive = ShownHive(window), &tree = *window.hive.tree] {
+    const MachineHive shown = {&hive, &tree};
+    return ListMachine(std::span(&shown, 1));
   });
 }
 

@@ -13,6 +13,7 @@ void OnListValues(MainWindow& window);
 void OnListLostValues(MainWindow& window);
 void OnListFreedKeys(MainWindow& window);
 void OnListFreedValues(MainWindow& window);
+void OnMachine(MainWindow& window);
 
 // The entries of the hive's logs, and what each of them that was applied did.
 void OnListLogs(MainWindow& window);
