@@ -8,6 +8,7 @@
 #include "host/text.h"
 #include "records/stored_text.h"
 #include "reports/report_run.h"
+#include "words/known_guids.h"
 
 namespace hivequarry {
 namespace {
@@ -152,6 +153,11 @@ void ApplyExtension(Span block, ShellItem& shown) {
   if (block.empty()) return;
   shown.created = U32At(block, 8);
   shown.accessed = U32At(block, 12);
+  shown.extension_version = U16At(block, 2);
+  constexpr uint16_t kWithReference = 7;
+  if (shown.extension_version >= kWithReference) {
+    shown.file_reference = U32At(block, 20) | uint64_t{U32At(block, 24)} << 32;
+  }
   const size_t at = LongNameOffset(U16At(block, 2));
   std::string long_name = at < block.size() ? WideAt(block, at) : std::string();
   if (long_name.empty()) return;
@@ -228,6 +234,36 @@ std::string NameByKind(Span item) {
   return {};
 }
 
+// The GUID by which the item tells its folder; empty for none.
+std::string FolderGuid(Span item) {
+  const uint8_t kind = U8At(item, 2);
+  size_t at = 0;
+  if (kind == kRoot && U32At(item, 6) != kDriveSignature && U32At(item, 6) != kSearchSignature) {
+    at = 4;
+  }
+  if (kind == kNameSpace && (U8At(item, 3) & kHasGuid) != 0) at = 4;
+  if (kind == kControlPanelItem || U32At(item, 6) == kKnownFolderSignature) at = 14;
+  if (at == 0 || at > item.size() || item.size() - at < 16) return {};
+  return GuidText(GuidOfBytes(item.subspan(at).first<16>()));
+}
+
+const char* KindWord(Span item, const ShellItem& shown) {
+  const uint8_t kind = U8At(item, 2);
+  if (kind == kUserFile) return "delegate";
+  if ((kind & 0x70) == 0x30) return shown.is_file ? "file" : "folder";
+  if (kind == kControlPanelCategory || kind == kControlPanelItem) return "control panel";
+  if (kind == kRoot) {
+    if (U32At(item, 6) == kDriveSignature) return "volume";
+    return U32At(item, 6) == kSearchSignature ? "search" : "root folder";
+  }
+  if (kind == kNameSpace && (U8At(item, 3) & kHasGuid) != 0) return "system folder";
+  if ((kind & 0x70) == 0x20) return "volume";
+  if ((kind & 0x70) == 0x40) return "network";
+  if (kind == kAddress) return "address";
+  if (U32At(item, 6) == kKnownFolderSignature) return "known folder";
+  return "unknown";
+}
+
 std::string UnknownName(uint8_t kind) { return Concat({"{type 0x", SmallHex(kind, 2), "}"}); }
 
 }  // namespace
@@ -243,7 +279,14 @@ ShellItem ReadShellItem(Span item) {
   } else {
     shown.name = NameByKind(item);
   }
-  if (shown.name.empty()) shown.name = PropertyName(item);
+  shown.guid = FolderGuid(item);
+  shown.kind = KindWord(item, shown);
+  if (shown.name.empty()) {
+    shown.name = PropertyName(item);
+    if (!shown.name.empty() && shown.kind == std::string_view("unknown")) {
+      shown.kind = "property store";
+    }
+  }
   if (shown.name.empty()) shown.name = UnknownName(kind);
   return shown;
 }

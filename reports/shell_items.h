@@ -22,6 +22,12 @@ struct ShellItem {
   uint32_t accessed = 0;
   uint32_t size = 0;     // of a file
   bool is_file = false;  // not a folder; `size` holds then
+  // Of the file or folder in its volume's table of files, as the extension keeps it: the number of
+  // its entry in the low 48 bits, of that entry's use in the high ones; 0 for none.
+  uint64_t file_reference = 0;
+  uint16_t extension_version = 0;  // 0: no extension
+  std::string guid;                // of a folder that has one, in braces
+  const char* kind = "unknown";    // a word
 };
 // `item` is the whole item with its size field.
 ShellItem ReadShellItem(std::span<const uint8_t> item);
