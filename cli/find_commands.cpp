@@ -3,6 +3,7 @@
 
 #include "cli/opened_hive.h"
 #include "cli/print_list.h"
+#include "evidence/decoders.h"
 #include "hive/file_place.h"
 #include "hive/root_path.h"
 #include "host/host.h"
@@ -228,6 +229,12 @@ int SecurityShowCommand(const ConsoleRequest& request, OpenedHive& opened) {
 }
 
 int ReportCommand(const ConsoleRequest& request, OpenedHive& opened) {
+  const DecoderInfo* decoder = FindDecoder(request.report);
+  if (decoder != nullptr) {
+    return PrintBranch(request, opened, decoder->kind, [&](uint32_t item, OutputList& list) {
+      if (!RunDecoder(*decoder, *opened.hive, opened.tree, item, list)) Complain(kNoEvidence);
+    });
+  }
   const ReportInfo* report = FindReport(request.report);
   if (report == nullptr) return kExitUsage;
   return PrintBranch(request, opened, report->kind, [&](uint32_t item, OutputList& list) {

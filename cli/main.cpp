@@ -16,6 +16,7 @@
 #endif
 
 #include "cli/commands.h"
+#include "evidence/decoders.h"
 #include "host/files.h"
 #include "host/host.h"
 #include "host/long_operation.h"
@@ -355,18 +356,22 @@ void AddReports(CLI::App& app, ConsoleRequest& request, bool named) {
   CLI::App* report = app.add_subcommand("report", "Reports on well-known structures");
   report->require_subcommand(1);
   if (!named) return;
-  for (int number = 0; number < static_cast<int>(Report::kCount); ++number) {
-    const ReportInfo& info = InfoOf(static_cast<Report>(number));
-    CLI::App* command = report->add_subcommand(info.name, info.help);
+  const auto add = [&](const char* name, const char* help) {
+    CLI::App* command = report->add_subcommand(name, help);
     command->fallthrough();
     AddHive(command, request);
     AddBranch(command, request);
-    command->callback([&request, &info] { request.report = info.name; });
+    command->callback([&request, name] { request.report = name; });
+  };
+  for (int number = 0; number < static_cast<int>(Report::kCount); ++number) {
+    const ReportInfo& info = InfoOf(static_cast<Report>(number));
+    add(info.name, info.help);
   }
   CLI::App* machine = report->add_subcommand(kMachine, "What the machine is that the hives are of");
   machine->fallthrough();
   machine->add_option("HIVE", request.hives, "Hive files, of one machine")->required();
   machine->callback([&request] { request.hive = request.hives.front(); });
+  for (const DecoderInfo& decoder : Decoders()) add(decoder.name, decoder.help);
 }
 
 // The fields and the pattern in the form that the search takes them.

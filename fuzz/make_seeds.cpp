@@ -231,6 +231,30 @@ void WriteStructureReports(Seeds& seeds) {
   }
 }
 
+// A value at each of the places that the target knows, with the beginnings of what is stored there.
+void WriteEvidence(Seeds& seeds) {
+  constexpr uint8_t kPlaces = 23;
+  constexpr uint32_t kMagics[] = {0xDEADBEEF, 0xBADC0FFE, 0xBADC0FEE, 0x80, 0x34, 0x001F0014};
+  for (uint8_t place = 0; place < kPlaces; ++place) {
+    Bytes input;
+    for (const uint32_t magic : kMagics) {
+      const size_t start = input.size();
+      input.resize(start + 4 + 80);
+      input[start] = place;
+      input[start + 1] = 3;
+      input[start + 2] = 80;
+      PutU32(input, static_cast<uint32_t>(start + 4), magic);
+      PutU32(input, static_cast<uint32_t>(start + 8), 1);
+    }
+    seeds.Add("place" + std::to_string(place), input);
+  }
+  Bytes items = ItemListBytes();
+  items.insert(items.begin(),
+               {5, 3, static_cast<uint8_t>(items.size()), static_cast<uint8_t>(items.size() >> 8)});
+  seeds.Add("items", items);
+  AddHostile(seeds);
+}
+
 // A hive and a log of it, as one input: how long the hive is, the hive, the log.
 Bytes HiveAndLog(const Bytes& hive, const Bytes& log) {
   Bytes bytes(4);
@@ -277,7 +301,8 @@ int main(int argc, char** argv) {
       {"fuzz_script", WriteHives},
       {"fuzz_search", WriteSearches},
       {"fuzz_structure_reports", WriteStructureReports},
-      {"fuzz_replay", WriteReplays}};
+      {"fuzz_replay", WriteReplays},
+      {"fuzz_evidence", WriteEvidence}};
   for (const auto& [target, write] : kWriters) {
     if (argc != 3 || argv[1] != target) continue;
     Seeds seeds{argv[2]};

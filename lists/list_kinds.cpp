@@ -4,6 +4,7 @@
 
 #include <algorithm>
 
+#include "lists/decoder_kinds.h"
 #include "lists/kind_columns.h"
 
 namespace hivequarry {
@@ -227,6 +228,16 @@ constexpr ListKindInfo OfFreed(int kind, Columns columns, const char* title) {
           ListAbout::kKeys};
 }
 
+constexpr ListKindInfo OfEvidence(int kind, Columns columns, const char* title) {
+  return {kind,
+          title,
+          columns,
+          WindowFamily::kReports,
+          ListHelp::kReports,
+          RowLeads::kItem,
+          ListAbout::kKeys};
+}
+
 // Kinds that are numbers here are those of Report Lists alone: nothing fills them.
 constexpr ListKindInfo kKinds[] = {
     {4, kOther, kRoots},
@@ -292,6 +303,22 @@ constexpr ListKindInfo kKinds[] = {
      ListAbout::kRecord},
     {kListRepair, "Left out or changed by a repair", kRepair},
     OfReport(kListMachine, kMachine, "Machine"),
+    OfEvidence(kListUserAssist, decoder_kinds::kUserAssist, "UserAssist"),
+    OfEvidence(kListShimCache, decoder_kinds::kShimCache, "ShimCache"),
+    OfEvidence(kListActivity, decoder_kinds::kActivity, "Activity moderators"),
+    OfEvidence(kListAmCache, decoder_kinds::kAmCache, "AmCache"),
+    OfEvidence(kListMuiCache, decoder_kinds::kMuiCache, "MUICache"),
+    OfEvidence(kListShellBags, decoder_kinds::kShellBags, "Shell bags"),
+    OfEvidence(kListDialogFiles, decoder_kinds::kDialogFiles, "Files of dialogs"),
+    OfEvidence(kListRecentDocs, decoder_kinds::kRecentDocs, "Recent documents"),
+    OfEvidence(kListTypedTexts, decoder_kinds::kTypedTexts, "Typed texts"),
+    OfEvidence(kListUsbDevices, decoder_kinds::kUsbDevices, "USB devices"),
+    OfEvidence(kListVolumes, decoder_kinds::kVolumes, "Volumes"),
+    OfEvidence(kListAutostart, decoder_kinds::kAutostart, "Autostart"),
+    OfEvidence(kListNetworks, decoder_kinds::kNetworks, "Networks"),
+    OfEvidence(kListInterfaces, decoder_kinds::kInterfaces, "Network interfaces"),
+    OfEvidence(kListAccounts, decoder_kinds::kAccounts, "Accounts"),
+    OfEvidence(kListGroups, decoder_kinds::kGroups, "Groups"),
 };
 
 constexpr bool NumbersDiffer() {

@@ -9,6 +9,7 @@
 #include <set>
 #include <tuple>
 
+#include "evidence/decoders.h"
 #include "view/key_codes.h"
 #include "view/list_commands.h"
 #include "view/recent_text.h"
@@ -100,6 +101,16 @@ TEST(CommandTable, MainMenu) {
     if (command.menu == nullptr || made_when_opened) continue;
     offered.push_back({command.menu, command.text, command.number});
   }
+  // Decoders of evidence come last, in sub menus of the reports.
+  const size_t decoders = Decoders().size();
+  ASSERT_GT(offered.size(), decoders);
+  for (size_t i = 0; i < decoders; ++i) {
+    const MenuItem& item = offered[offered.size() - decoders + i];
+    EXPECT_TRUE(item.menu.starts_with("Re&ports>")) << item.menu;
+    EXPECT_EQ(item.text, Decoders()[i].menu);
+    EXPECT_EQ(item.number, kCommandDecoder + i);
+  }
+  offered.resize(offered.size() - decoders);
   EXPECT_EQ(offered, std::vector(std::begin(kMainMenu), std::end(kMainMenu)));
 }
 

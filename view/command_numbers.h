@@ -103,6 +103,7 @@ namespace hivequarry {
   One(kCommandListLogChanges, 9086)     \
   One(kCommandMachine, 9090)            \
   Range(kCommandRecentHive, 9101, 7)    \
+  Range(kCommandDecoder, 9130, 60)      \
   One(kCommandListSelectAll, 9201)      \
   One(kCommandListInvert, 9202)         \
   One(kCommandListSelectWith, 9203)     \

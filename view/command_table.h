@@ -2,8 +2,10 @@
 // everybody else asks Commands(), FindCommand() and CommandsIn().
 #pragma once
 
+#include <algorithm>
 #include <array>
 
+#include "evidence/decoder_table.h"
 #include "reports/structure_reports.h"
 #include "view/commands.h"
 #include "view/key_codes.h"
@@ -21,8 +23,16 @@ inline constexpr const char* kLogsMenu = "&File>Transaction lo&gs";
 inline constexpr const char* kReportsMenu = "Re&ports";
 inline constexpr const char* kRecentMenu = "&File>Recent &hives";
 
+// The sub menus of decoders, by their groups.
+inline constexpr const char* kDecoderMenus[] = {
+    "Re&ports>Programs &run", "Re&ports>Folders an&d files", "Re&ports>Dev&ices",
+    "Re&ports>&Autostart",    "Re&ports>Net&works",          "Re&ports>Accoun&ts",
+    "Re&ports>&Machine"};
+static_assert(std::size(kDecoderMenus) == static_cast<size_t>(DecoderGroup::kCount));
+static_assert(std::size(kDecoders) <= 60, "more decoders than commands for them");
+
 // clang-format off
-inline constexpr Command kCommandTable[] = {
+inline constexpr Command kFixedCommands[] = {
     {.number = kCommandOpen, .menu = "&File", .text = "&Open File\tCtrl+O",
      .tooltip = "Open File", .icon = ToolIcon::kOpen, .accelerator = {'O', kWithControl}},
     {.number = kCommandRecreateHive, .menu = "&File", .text = "Re&create Hive"},
@@ -261,6 +271,21 @@ inline constexpr Command kCommandTable[] = {
     {.number = kCommandNextPane, .accelerator = {kKeyF6, 0}, .guard = Guard::kNone},
     {.number = kCommandPreviousPane, .accelerator = {kKeyF6, kWithShift}, .guard = Guard::kNone},
 };
+
+// Those above, and one for each decoder of evidence: in sub menus after the reports.
+constexpr auto AllCommands() {
+  std::array<Command, std::size(kFixedCommands) + std::size(kDecoders)> all{};
+  auto row = std::ranges::copy(kFixedCommands, all.begin()).out;
+  for (size_t i = 0; i < std::size(kDecoders); ++i, ++row) {
+    row->number = NumberInRange(kCommandDecoder, static_cast<int>(i));
+    row->menu = kDecoderMenus[static_cast<size_t>(kDecoders[i].group)];
+    row->text = kDecoders[i].menu;
+    row->group_start = i == 0;
+    row->needs = Needs::kItem;
+  }
+  return all;
+}
+inline constexpr auto kCommandTable = AllCommands();
 
 inline constexpr CommandNumber kToolbar[] = {
     kCommandOpen, kCommandOpenSnapshot, kGroupGap,

@@ -1,7 +1,9 @@
 #include "ui/commands/command_handlers.h"
 
 #include <algorithm>
+#include <array>
 #include <iterator>
+#include <utility>
 
 #include "ui/commands/bookmarks_dialog.h"
 #include "ui/commands/edit_commands.h"
@@ -158,7 +160,17 @@ constexpr CommandRoute kRoutes[] = {
     {kCommandPreviousPane, OnPreviousPane},
 };
 
+template <size_t... kDecoder>
+constexpr auto DecoderHandlers(std::index_sequence<kDecoder...>) {
+  return std::array<CommandHandler, sizeof...(kDecoder)>{OnDecoder<kDecoder>...};
+}
+constexpr auto kDecoderHandlers = DecoderHandlers(std::make_index_sequence<std::size(kDecoders)>());
+
 constexpr CommandHandler Find(CommandNumber number) {
+  const auto decoder = static_cast<size_t>(number - kCommandDecoder);
+  if (number >= kCommandDecoder && decoder < kDecoderHandlers.size()) {
+    return kDecoderHandlers[decoder];
+  }
   for (const CommandRoute& route : kRoutes) {
     if (route.number == number) return route.handler;
   }
@@ -170,7 +182,7 @@ consteval bool EveryCommandHasAHandler() {
       kCommandTable, [](const Command& command) { return Find(command.number) != nullptr; });
 }
 static_assert(EveryCommandHasAHandler());
-static_assert(std::size(kRoutes) == std::size(kCommandTable), "a handler without a command");
+static_assert(std::size(kRoutes) == std::size(kFixedCommands), "a handler without a command");
 
 }  // namespace
 

@@ -52,6 +52,13 @@ void StartReport(MainWindow& window, Report report) {
        report](OutputList& list) { RunReportOnHive(report, hive, tree, item, item != 0, list); });
 }
 
+void StartDecoder(MainWindow& window, const DecoderInfo& decoder) {
+  FillListWindow(
+      window, MakeOutputList(decoder.kind),
+      [&hive = ShownHive(window), &tree = *window.hive.tree, item = SelectedItem(window.tree),
+       &decoder](OutputList& list) { RunDecoder(decoder, hive, tree, item, list); });
+}
+
 void StartLiveReport(MainWindow& window, Report report) {
   FillListWindow(window, MakeOutputList(InfoOf(report).live_kind), [report](OutputList& list) {
     RunReportOnRegistry(report, list);

@@ -1,6 +1,7 @@
 // Commands for the special reports, and what a row of class registrations offers.
 #pragma once
 
+#include "evidence/decoders.h"
 #include "reports/structure_reports.h"
 
 namespace hivequarry {
@@ -15,6 +16,12 @@ void StartLiveReport(MainWindow& window, Report report);
 template <Report kReport>
 void OnReport(MainWindow& window) {
   StartReport(window, kReport);
+}
+// Likewise with what a decoder finds at or below the selected key.
+void StartDecoder(MainWindow& window, const DecoderInfo& decoder);
+template <size_t kDecoder>
+void OnDecoder(MainWindow& window) {
+  StartDecoder(window, kDecoders[kDecoder]);
 }
 template <Report kReport>
 void OnLiveReport(MainWindow& window) {

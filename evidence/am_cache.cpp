@@ -1,0 +1,196 @@
+// What the system's inventory of programs ("Amcache.hve") has: files, programs, drivers, devices,
+// shortcuts. Windows 8 and the first 10 name values by numbers, later ones by words; an upgraded
+// system has both.
+#include <algorithm>
+#include <optional>
+
+#include "evidence/decode.h"
+#include "evidence/mru.h"
+#include "hive/timestamp.h"
+#include "host/case.h"
+
+namespace hivequarry {
+namespace {
+
+// Which value each cell is from; null for none.
+struct InventoryForm {
+  const char* word;
+  const char* name;
+  const char* path;
+  const char* hash;
+  const char* size;
+  const char* product;
+  const char* publisher;
+  const char* version;
+  const char* linked;
+  const char* modified;
+  const char* created;
+  const char* installed;
+  const char* program;
+};
+// In the order of the decoder's patterns.
+constexpr InventoryForm kForms[] = {
+    {"file", nullptr, "15", "101", "6", "0", "1", "5", "f", "11", "12", nullptr, "100"},
+    {"program", "0", "d", nullptr, nullptr, nullptr, "2", "1", nullptr, nullptr, nullptr, "a",
+     nullptr},
+    {"file", "Name", "LowerCaseLongPath", "FileId", "Size", "ProductName", "Publisher", "Version",
+     "LinkDate", nullptr, nullptr, nullptr, "ProgramId"},
+    {"program", "Name", "RootDirPath", nullptr, nullptr, nullptr, "Publisher", "Version", nullptr,
+     nullptr, nullptr, "InstallDate", "ProgramId"},
+    {"driver", "DriverName", nullptr, "DriverId", "ImageSize", "Product", "DriverCompany",
+     "DriverVersion", "DriverTimeStamp", "DriverLastWriteTime", nullptr, nullptr, nullptr},
+    {"driver package", "Inf", "Directory", nullptr, nullptr, nullptr, "Provider", "Version",
+     nullptr, nullptr, nullptr, "Date", nullptr},
+    {"device", "Description", "ParentId", nullptr, nullptr, "Model", "Manufacturer",
+     "DriverVerVersion", nullptr, nullptr, nullptr, "InstallDate", nullptr},
+    {"device container", "FriendlyName", nullptr, nullptr, nullptr, "ModelName", "Manufacturer",
+     nullptr, nullptr, nullptr, nullptr, nullptr, nullptr},
+    {"shortcut", nullptr, "ShortcutPath", nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
+     nullptr, nullptr, nullptr, "ShortcutProgramId"},
+};
+
+std::string CellText(const std::vector<EvidenceValue>& values, const char* name) {
+  return name == nullptr ? std::string() : TextNamed(values, name);
+}
+
+// "0000" and the 40 digits of a SHA-1.
+std::string HashText(std::string text, EvidenceRow& row) {
+  constexpr size_t kDigits = 40;
+  if (text.empty()) return text;
+  if (text.size() == kDigits + 4 && text.starts_with("0000")) return text.substr(4);
+  row.Note("no SHA-1 of the usual form");
+  return text;
+}
+
+// "12/16/2019 20:45:45", or the day alone.
+std::optional<uint64_t> TimeOfText(std::string_view text) {
+  CalendarTime time;
+  int* const fields[] = {&time.month, &time.day,    &time.year,
+                         &time.hour,  &time.minute, &time.second};
+  size_t field = 0;
+  bool digits = false;
+  for (const char c : text) {
+    if (c >= '0' && c <= '9') {
+      if (field >= std::size(fields) || *fields[field] > 9999) return std::nullopt;
+      *fields[field] = 10 * *fields[field] + (c - '0');
+      digits = true;
+    } else if (digits && (c == '/' || c == ' ' || c == ':')) {
+      ++field;
+      digits = false;
+    } else {
+      return std::nullopt;
+    }
+  }
+  const bool valid = field >= 2 && time.month >= 1 && time.month <= 12 && time.day >= 1 &&
+                     time.day <= 31 && time.year >= 1601 && time.hour < 24 && time.minute < 60 &&
+                     time.second < 60;
+  if (!valid) return std::nullopt;
+  return FileTimeOfCalendar(time);
+}
+
+// Times come as FILETIME, seconds since 1970, or text in the month's order.
+void AddTime(const std::vector<EvidenceValue>& values, const char* name, EvidenceRow& row) {
+  const EvidenceValue* value = name == nullptr ? nullptr : FindValue(values, name);
+  if (value == nullptr) {
+    row.Empty();
+    return;
+  }
+  const std::optional<uint64_t> number = NumberOf(*value);
+  if (number && value->data.size() == 8) {
+    row.Time(*number);
+  } else if (number) {
+    row.Time(*number == 0 ? 0 : FileTimeOfSeconds(*number));
+  } else {
+    const std::string text = ValueText(*value);
+    const std::optional<uint64_t> time = TimeOfText(text);
+    if (time) {
+      row.Time(*time);
+    } else {
+      row.Text(text);
+    }
+  }
+}
+
+void AddEntry(EvidenceRun& run, EvidenceKey key, const InventoryForm& form) {
+  const std::vector<EvidenceValue> values = run.keys.ValuesOf(key);
+  EvidenceRow row;
+  const std::string key_name = run.keys.NameOf(key);
+  const std::string path = CellText(values, form.path);
+  std::string name = CellText(values, form.name);
+  if (form.name == nullptr) name = LastName(path);
+  row.Text(form.word).Text(name.empty() ? key_name : name).Text(path);
+  row.Text(HashText(CellText(values, form.hash), row));
+  const std::optional<uint64_t> size =
+      form.size == nullptr ? std::nullopt : NumberNamed(values, form.size);
+  if (size) {
+    row.Number(*size);
+  } else {
+    row.Text(CellText(values, form.size));
+  }
+  row.Text(CellText(values, form.product)).Text(CellText(values, form.publisher));
+  row.Text(CellText(values, form.version));
+  for (const char* time : {form.linked, form.modified, form.created, form.installed}) {
+    AddTime(values, time, row);
+  }
+  row.Text(CellText(values, form.program)).Text(key_name);
+  if (values.empty()) row.Note("no values");
+  for (const EvidenceValue& value : values) {
+    if (!value.read) row.Note("not all values can be read");
+  }
+  AddEvidence(run, std::move(row), key);
+}
+
+}  // namespace
+
+void DecodeAmCache(EvidenceRun& run, Places places) {
+  for (const EvidencePlace& place : places) AddEntry(run, place.key, kForms[place.pattern]);
+}
+
+// --- names of programs as the shell shows them
+// ------------------------------------------------------
+
+namespace {
+
+constexpr std::string_view kFriendly = ".FriendlyAppName";
+constexpr std::string_view kCompany = ".ApplicationCompany";
+
+void AddShownName(EvidenceRun& run, EvidenceKey key, const EvidenceValue& value) {
+  std::string name = value.name;
+  const char* kind = "name";
+  if (EndsIgnoringCase(name, kFriendly)) {
+    name.resize(name.size() - kFriendly.size());
+  } else if (EndsIgnoringCase(name, kCompany)) {
+    name.resize(name.size() - kCompany.size());
+    kind = "company";
+  } else if (name.starts_with('@')) {
+    kind = "resource";
+  }
+  EvidenceRow row;
+  row.Text(name).Text(kind).Text(HasData(value, 0, row) ? ValueText(value) : std::string());
+  NoteTail(value, row);
+  AddEvidence(run, std::move(row), key, &value);
+}
+
+}  // namespace
+
+void DecodeMuiCache(EvidenceRun& run, Places places) {
+  for (const EvidencePlace& place : places) {
+    for (const EvidenceValue& value : run.keys.ValuesOf(place.key)) {
+      const bool own = value.name.empty() || EqualIgnoringCase(value.name, "LangID") ||
+                       EqualIgnoringCase(value.name, "LanguageList");
+      if (!own) AddShownName(run, place.key, value);
+    }
+  }
+}
+
+void DecodeLooseMuiCache(EvidenceRun& run, std::span<const EvidenceValue> values) {
+  for (const EvidenceValue& value : values) {
+    const bool text = value.type == kRegSz;
+    const bool resource = value.name.starts_with('@') && value.name.find(",-") != std::string::npos;
+    const bool program =
+        EndsIgnoringCase(value.name, kFriendly) || EndsIgnoringCase(value.name, kCompany);
+    if (text && (resource || program)) AddShownName(run, kNoEvidenceKey, value);
+  }
+}
+
+}  // namespace hivequarry

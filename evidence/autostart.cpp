@@ -1,0 +1,188 @@
+// What a system starts by itself: a table of the places where programs are named for that, below
+// the roots of hives of the machine and of users, and what users have switched off.
+#include <algorithm>
+#include <deque>
+#include <map>
+
+#include "evidence/decode.h"
+#include "host/case.h"
+#include "host/number_text.h"
+
+namespace hivequarry {
+namespace {
+
+enum class PlaceOf : uint8_t {
+  kSoftware,  // below "Microsoft" of SOFTWARE and of a user's "Software", 32-bit branches too
+  kUser,      // a user's hive from its root
+  kSystem,    // below a control set
+};
+// Which values of a key name programs.
+struct StartPlace {
+  PlaceOf of;
+  const char* path;  // the place pattern below that
+  const char* word;
+  const char* values;  // names, "|" between them; null: all
+};
+constexpr StartPlace kPlaces[] = {
+    {PlaceOf::kSoftware, "Windows\\CurrentVersion\\!Run", "Run", nullptr},
+    {PlaceOf::kSoftware, "Windows\\CurrentVersion\\!RunOnce", "RunOnce", nullptr},
+    {PlaceOf::kSoftware, "Windows\\CurrentVersion\\!RunOnceEx", "RunOnceEx", nullptr},
+    {PlaceOf::kSoftware, "Windows\\CurrentVersion\\!RunOnceEx\\*", "RunOnceEx", nullptr},
+    {PlaceOf::kSoftware, "Windows\\CurrentVersion\\!RunServices", "RunServices", nullptr},
+    {PlaceOf::kSoftware, "Windows\\CurrentVersion\\!RunServicesOnce", "RunServicesOnce", nullptr},
+    {PlaceOf::kSoftware, "Windows\\CurrentVersion\\Policies\\Explorer\\Run", "Policies Run",
+     nullptr},
+    {PlaceOf::kSoftware, "Windows\\CurrentVersion\\Policies\\System", "Policies Shell", "Shell"},
+    {PlaceOf::kSoftware, "Windows NT\\CurrentVersion\\!Winlogon", "Winlogon",
+     "Shell|Userinit|System|Taskman|VmApplet|GinaDLL|UIHost|AppSetup"},
+    {PlaceOf::kSoftware, "Windows NT\\CurrentVersion\\Winlogon\\Notify\\*", "Winlogon Notify",
+     "DllName"},
+    {PlaceOf::kSoftware, "Windows NT\\CurrentVersion\\Windows", "Windows",
+     "AppInit_DLLs|Load|Run|IconServiceLib"},
+    {PlaceOf::kSoftware, "Windows NT\\CurrentVersion\\!Image File Execution Options\\*",
+     "Image File Execution Options", "Debugger|VerifierDlls"},
+    {PlaceOf::kSoftware, "Windows NT\\CurrentVersion\\!SilentProcessExit\\*", "SilentProcessExit",
+     "MonitorProcess"},
+    {PlaceOf::kSoftware, "Active Setup\\Installed Components\\*", "Active Setup", "StubPath"},
+    {PlaceOf::kSoftware, "Command Processor", "Command Processor", "AutoRun"},
+    {PlaceOf::kSoftware, "Windows\\CurrentVersion\\!ShellServiceObjectDelayLoad",
+     "ShellServiceObjectDelayLoad", nullptr},
+    {PlaceOf::kUser, "Environment", "Logon script", "UserInitMprLogonScript"},
+    {PlaceOf::kUser, "Control Panel\\Desktop", "Screen saver", "SCRNSAVE.EXE"},
+    {PlaceOf::kSystem, "Control\\Session Manager", "Session Manager",
+     "BootExecute|SetupExecute|Execute|S0InitialCommand"},
+    {PlaceOf::kSystem, "Control\\SafeBoot", "SafeBoot", "AlternateShell"},
+    {PlaceOf::kSystem, "Control\\Print\\Monitors\\*", "Print monitor", "Driver"},
+    {PlaceOf::kSystem, "Control\\NetworkProvider\\Order", "Network providers", "ProviderOrder"},
+    {PlaceOf::kSystem, "Control\\Terminal Server\\Wds\\rdpwd", "Terminal Server",
+     "StartupPrograms"},
+};
+
+// Values that tell whether the user lets what another place names start.
+constexpr PlacePattern kApproved[] = {
+    "Microsoft\\Windows\\CurrentVersion\\Explorer\\!StartupApproved\\*",
+    "Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\!StartupApproved\\*"};
+
+bool IsAmong(const char* names, std::string_view name) {
+  if (names == nullptr) return true;
+  std::string_view left = names;
+  while (!left.empty()) {
+    const size_t end = std::min(left.find('|'), left.size());
+    if (EqualIgnoringCase(left.substr(0, end), name)) return true;
+    left.remove_prefix(std::min(end + 1, left.size()));
+  }
+  return false;
+}
+
+struct Approval {
+  bool approved = true;
+  uint64_t since = 0;
+};
+// An even first byte lets it start; a time is there since which it does not.
+Approval ReadApproval(ByteView data) {
+  return {(ReadU8(data, 0) & 1) == 0, data.size() >= 12 ? ReadU64(data, 4) : 0};
+}
+
+// By "Run" or "Run32" and the value's name, in capitals.
+using Approvals = std::map<std::pair<std::string, std::string>, Approval>;
+
+class StartList {
+ public:
+  explicit StartList(EvidenceRun& run) : run_(run) {}
+
+  void AddApprovals() {
+    for (const EvidencePlace& place : FindPlaces(run_.keys, kApproved)) {
+      const std::string list = run_.keys.NameOf(place.key);
+      for (const EvidenceValue& value : run_.keys.ValuesOf(place.key)) {
+        if (value.name.empty()) continue;
+        EvidenceRow row;
+        const bool read = HasData(value, 4, row);
+        const Approval approval = ReadApproval(value.data);
+        row.Text("StartupApproved " + list).Text(value.name).Empty();
+        AddApproval(read ? &approval : nullptr, row);
+        AddEvidence(run_, std::move(row), place.key, &value);
+        if (!read || value.freed) continue;
+        approvals_.emplace(std::pair(CapitalsOfText(list), CapitalsOfText(value.name)), approval);
+      }
+    }
+  }
+
+  void AddPlaces() {
+    MakePatterns();
+    for (const EvidencePlace& place : FindPlaces(run_.keys, patterns_)) {
+      AddPlace(place, kPlaces[place_of_[place.pattern]], wow_[place.pattern]);
+    }
+  }
+
+ private:
+  void AddPattern(std::string path, size_t place, bool wow) {
+    texts_.push_back(std::move(path));
+    patterns_.push_back(texts_.back().c_str());
+    place_of_.push_back(place);
+    wow_.push_back(wow);
+  }
+
+  void MakePatterns() {
+    for (size_t i = 0; i < std::size(kPlaces); ++i) {
+      const std::string path = kPlaces[i].path;
+      switch (kPlaces[i].of) {
+        case PlaceOf::kSoftware:
+          AddPattern("Microsoft\\" + path, i, false);
+          AddPattern("Wow6432Node\\Microsoft\\" + path, i, true);
+          AddPattern("Software\\Microsoft\\" + path, i, false);
+          AddPattern("Software\\Wow6432Node\\Microsoft\\" + path, i, true);
+          break;
+        case PlaceOf::kUser:
+          AddPattern(path, i, false);
+          break;
+        case PlaceOf::kSystem:
+          AddPattern("<set>\\" + path, i, false);
+          break;
+      }
+    }
+  }
+
+  static void AddApproval(const Approval* approval, EvidenceRow& row) {
+    if (approval == nullptr) {
+      row.Empty().Empty();
+      return;
+    }
+    row.Text(approval->approved ? "yes" : "no").Time(approval->since);
+  }
+
+  void AddPlace(const EvidencePlace& at, const StartPlace& place, bool wow) {
+    const std::string set = ControlSetText(run_.keys, at.control_set);
+    const bool by_key = std::string_view(place.path).ends_with('*');
+    for (const EvidenceValue& value : run_.keys.ValuesOf(at.key)) {
+      if (!IsAmong(place.values, value.name)) continue;
+      EvidenceRow row;
+      const std::string command = HasData(value, 0, row) ? ValueText(value) : std::string();
+      if (value.name.empty() && command.empty()) continue;
+      row.Text(wow ? std::string(place.word) + " (32-bit)" : place.word);
+      row.Text(by_key ? run_.keys.NameOf(at.key) : value.name).Text(command);
+      const auto found = approvals_.find(
+          std::pair(CapitalsOfText(wow ? "Run32" : place.word), CapitalsOfText(value.name)));
+      AddApproval(found == approvals_.end() ? nullptr : &found->second, row);
+      row.Text(set);
+      NoteTail(value, row);
+      AddEvidence(run_, std::move(row), at.key, &value);
+    }
+  }
+
+  EvidenceRun& run_;
+  Approvals approvals_;
+  std::deque<std::string> texts_;  // of the patterns
+  std::vector<PlacePattern> patterns_;
+  std::vector<size_t> place_of_;  // by pattern: which of kPlaces
+  std::vector<bool> wow_;
+};
+
+}  // namespace
+
+void DecodeAutostart(EvidenceRun& run, Places) {
+  StartList list(run);
+  list.AddApprovals();
+  list.AddPlaces();
+}
+
+}  // namespace hivequarry

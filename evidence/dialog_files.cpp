@@ -1,0 +1,120 @@
+// What the dialogs that open and save files remember: the files, the programs that asked for them,
+// and the folders where each of these was.
+#include "evidence/decode.h"
+#include "evidence/mru.h"
+#include "host/case.h"
+#include "reports/shell_items.h"
+
+namespace hivequarry {
+namespace {
+
+enum class DialogForm : uint8_t {
+  kFile,           // an item list or a path
+  kProgramFolder,  // the program's name, then its folder as an item list or a path
+  kProgram,        // the program's name, then numbers
+};
+
+struct DialogList {
+  const char* key;
+  const char* word;
+  DialogForm form;
+};
+constexpr DialogList kLists[] = {
+    {"OpenSavePidlMRU", "file", DialogForm::kFile},
+    {"OpenSaveMRU", "file", DialogForm::kFile},
+    {"LastVisitedPidlMRU", "last folder", DialogForm::kProgramFolder},
+    {"LastVisitedPidlMRULegacy", "last folder", DialogForm::kProgramFolder},
+    {"LastVisitedMRU", "last folder", DialogForm::kProgramFolder},
+    {"FirstFolder", "first folder", DialogForm::kProgramFolder},
+    {"CIDSizeMRU", "program", DialogForm::kProgram},
+};
+
+struct DialogEntry {
+  std::string program;
+  std::string path;
+  ShellItem item;
+};
+
+// An item list that is whole up to its end.
+bool IsItemList(ByteView data) {
+  size_t at = 0;
+  while (at + 2 <= data.size()) {
+    const size_t size = LoadU16(data.data() + at);
+    if (size == 0) return at != 0;
+    if (size < 3 || size > data.size() - at) return false;
+    at += size;
+  }
+  return false;
+}
+
+void ReadPlace(ByteView data, DialogEntry& entry, EvidenceRow& row) {
+  if (data.empty()) return;
+  const uint16_t first = ReadU16(data, 0);
+  if (first == 0 && data.size() <= 2) return row.Note("empty list: the desktop"), void();
+  // What is no item list is text, unless it begins as no text does.
+  if (IsItemList(data) || first < 0x20) {
+    const ItemList list = ReadItemList(data);
+    if (list.cut) row.Note("an item leads beyond the data");
+    entry.path = list.path;
+    entry.item = list.last;
+    return;
+  }
+  entry.path = WideText(data);
+}
+
+DialogEntry ReadEntry(const DialogList& list, const EvidenceValue& value, EvidenceRow& row) {
+  DialogEntry entry;
+  if (!HasData(value, 1, row)) return entry;
+  ByteView data = value.data;
+  const bool text = value.type == kRegSz || value.type == kRegExpandSz;
+  if (list.form == DialogForm::kFile) {
+    if (text) {
+      entry.path = WideText(data);
+      NoteTail(value, row);
+    } else {
+      ReadPlace(data, entry, row);
+    }
+    return entry;
+  }
+  size_t end = 0;
+  while (end + 1 < data.size() && LoadU16(data.data() + end) != 0) end += 2;
+  entry.program = WideText(data.first(end));
+  if (end + 1 >= data.size()) row.Note("the program's name has no end");
+  if (list.form == DialogForm::kProgram || end + 2 >= data.size()) return entry;
+  ReadPlace(data.subspan(end + 2), entry, row);
+  return entry;
+}
+
+void AddList(EvidenceRun& run, EvidenceKey key, const DialogList& list, const std::string& type) {
+  std::vector<EvidenceValue> values = run.keys.ValuesOf(key);
+  const MruOrder order = OrderOf(values);
+  SortByOrder(order, values);
+  for (const EvidenceValue& value : values) {
+    if (IsOrderList(value) || value.name.empty()) continue;
+    EvidenceRow row;
+    const DialogEntry entry = ReadEntry(list, value, row);
+    row.Text(list.word).Text(entry.program).Text(entry.path).Text(type);
+    AddOrder(run, key, order, value, row);
+    row.DosTime(entry.item.modified).DosTime(entry.item.created).DosTime(entry.item.accessed);
+    row.Text(FileReferenceText(entry.item.file_reference));
+    AddEvidence(run, std::move(row), key, &value);
+  }
+}
+
+}  // namespace
+
+void DecodeDialogFiles(EvidenceRun& run, Places places) {
+  for (const EvidencePlace& place : places) {
+    const std::string name = run.keys.NameOf(place.key);
+    for (const DialogList& list : kLists) {
+      if (!EqualIgnoringCase(name, list.key)) continue;
+      AddList(run, place.key, list, {});
+      if (list.form != DialogForm::kFile) continue;
+      for (const EvidenceKey type : run.keys.ChildrenOf(place.key)) {
+        AddList(run, type, list, run.keys.NameOf(type));
+      }
+    }
+  }
+}
+
+}  // namespace hivequarry

@@ -1,0 +1,103 @@
+// What decoders of evidence are made with: the keys where their structure begins, the fields of
+// their data, and their rows. RunDecoder (decoders.h) is what callers use.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <unordered_set>
+#include <vector>
+
+#include "bytes/byte_view.h"
+#include "evidence/evidence_keys.h"
+#include "evidence/places.h"
+#include "lists/output_list.h"
+
+namespace hivequarry {
+
+// Of a row of evidence, the cells of its kind's own columns in their order. What can't be read has
+// an empty cell and a word in the notes.
+class EvidenceRow {
+ public:
+  EvidenceRow& Text(std::string text);
+  EvidenceRow& Number(uint64_t number);
+  EvidenceRow& Empty() { return Text({}); }
+  // FILETIME, UTC; 0 is no time. One that no clock shows is given as its number, with a note.
+  EvidenceRow& Time(uint64_t file_time);
+  // A packed DOS date and time, UTC; 0 is none.
+  EvidenceRow& DosTime(uint32_t dos_date_time);
+  EvidenceRow& Note(std::string_view words);
+
+  struct Part {
+    std::string text;
+    uint64_t value = kNoValue;
+  };
+  std::vector<Part> cells;
+  std::string notes;  // joined with "; "
+};
+
+// Which keys and values of the state before the logs differ from that after them.
+struct LostRecords {
+  std::unordered_set<uint32_t> removed;  // positions of keys and values in the file
+  std::unordered_set<uint32_t> changed;
+};
+
+struct EvidenceRun {
+  EvidenceKeys& keys;
+  OutputList& list;
+  int own_columns = 0;                // of the list's kind, before those that all have
+  uint32_t branch = 0;                // item: rows about keys elsewhere are left out
+  const LostRecords* lost = nullptr;  // set: the state before the logs, of which these alone count
+};
+
+// A row about a value, or about a key where `value` is null; `bytes` are what was decoded, the
+// value's data unless they are given. A row of no key tells of a value that no key names.
+void AddEvidence(EvidenceRun& run, EvidenceRow row, EvidenceKey key,
+                 const EvidenceValue* value = nullptr);
+void AddEvidence(EvidenceRun& run, EvidenceRow row, EvidenceKey key, const EvidenceValue* value,
+                 ByteView bytes);
+
+// Why a value's data can't be decoded: that they could not be read, or their length. Adds to the
+// notes; true when they have at least `length` bytes.
+bool HasData(const EvidenceValue& value, size_t length, EvidenceRow& row);
+
+// --- fields of data ------------------------------------------------------------------------------
+
+// Seconds since 1970-01-01, UTC.
+constexpr uint64_t FileTimeOfSeconds(uint64_t seconds) {
+  constexpr uint64_t kEpoch = 11'644'473'600;  // in seconds since 1601-01-01
+  return (seconds + kEpoch) * 10'000'000;
+}
+// FILETIME as lists show dates, with its fraction of a second as seven digits where it has one.
+std::string FileTimeText(uint64_t file_time);
+
+// UTF-16 up to the first zero, in one line; at most `limit` characters.
+inline constexpr size_t kEvidenceText = 32767;
+std::string WideText(ByteView bytes, size_t limit = kEvidenceText);
+// Single bytes up to the first zero.
+std::string NarrowText(ByteView bytes, size_t limit = kEvidenceText);
+// String data as WideText; a list of strings joined with ", "; numbers decimal; else empty.
+std::string ValueText(const EvidenceValue& value);
+// The same of a key's value by name; empty for none.
+std::string TextNamed(const std::vector<EvidenceValue>& values, std::string_view name);
+// A number of four or eight bytes.
+std::optional<uint64_t> NumberOf(const EvidenceValue& value);
+std::optional<uint64_t> NumberNamed(const std::vector<EvidenceValue>& values,
+                                    std::string_view name);
+// A FILETIME of eight bytes; 0 for none.
+uint64_t TimeNamed(const std::vector<EvidenceValue>& values, std::string_view name);
+// Says where text data go on after their first zero with anything but zeros.
+void NoteTail(const EvidenceValue& value, EvidenceRow& row);
+
+// "{20D04FE0-3AEA-1069-A2D8-08002B30309D}" at `at`; empty when the bytes end before.
+std::string GuidAt(ByteView bytes, size_t at);
+// "{8-4-4-4-12}", hexadecimal.
+bool IsGuid(std::string_view text);
+// A path that begins with a known folder's GUID, with the folder's name in its place.
+std::string WithFolderWord(std::string_view path);
+// "0x" and digits.
+std::string HexText(uint64_t number, size_t width = 8);
+
+}  // namespace hivequarry

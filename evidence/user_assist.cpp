@@ -1,0 +1,103 @@
+// What the shell counts of programs started: "UserAssist\{GUID}\Count". A value is an entry; its
+// name is ciphered, its data are told apart by their length.
+#include <algorithm>
+
+#include "evidence/decode.h"
+#include "host/case.h"
+#include "reports/report_run.h"
+
+namespace hivequarry {
+namespace {
+
+constexpr size_t kOldEntry = 16;     // XP and Vista: session, runs, last run
+constexpr size_t kEntry = 72;        // 7 and later
+constexpr size_t kOldSession = 8;    // "UEME_CTLSESSION" of XP
+constexpr size_t kSession = 1612;    // the same of 7 and later: statistics
+constexpr uint32_t kFirstCount = 5;  // systems that write the old form begin to count here
+
+// True for a name that says by itself that it is not ciphered. A ciphered path begins with a letter
+// and a colon too, so that it is the ending that tells of paths.
+bool IsPlainName(std::string_view name) {
+  constexpr std::string_view kEndings[] = {".exe", ".lnk", ".msi", ".bat", ".cmd",
+                                           ".com", ".scr", ".msc", ".cpl", ".url"};
+  if (name.starts_with("UEME_") || name.starts_with("Microsoft.")) return true;
+  const std::string_view guid = name.substr(0, std::min<size_t>(name.size(), 38));
+  const bool letters = guid.find_first_of("ABCDEFabcdef") != std::string_view::npos;
+  if (IsGuid(guid) && letters) return true;
+  return std::ranges::any_of(
+      kEndings, [&](std::string_view ending) { return EndsIgnoringCase(name, ending); });
+}
+
+void AddCounts(const EvidenceValue& value, EvidenceRow& row) {
+  const ByteView data = value.data;
+  const bool old = data.size() == kOldEntry;
+  if (old || data.size() == kEntry) {
+    const uint32_t count = ReadU32(data, 4);
+    const uint32_t offset = old && count >= kFirstCount ? kFirstCount : 0;
+    if (old && count > 0 && count < kFirstCount) row.Note("count below where counting begins");
+    row.Number(count - offset);
+    if (old) {
+      row.Empty().Empty().Time(ReadU64(data, 8));
+    } else {
+      row.Number(ReadU32(data, 8)).Number(ReadU32(data, 12)).Time(ReadU64(data, 60));
+    }
+    row.Number(count).Number(ReadU32(data, 0));
+    return;
+  }
+  row.Empty().Empty().Empty().Empty().Empty();
+  if (data.size() == kOldSession) {
+    row.Number(ReadU32(data, 0)).Note("session, no program");
+  } else if (data.size() == kSession) {
+    row.Empty().Note("statistics of the session, no program");
+  } else {
+    row.Empty();
+    if (HasData(value, 0, row)) {
+      row.Note("unknown form of " + std::to_string(data.size()) + " bytes");
+    }
+  }
+}
+
+void AddEntry(EvidenceRun& run, EvidenceKey key, const EvidenceValue& value, bool plain,
+              const std::string& counter) {
+  const std::string name = plain ? value.name : Rot13(value.name);
+  EvidenceRow row;
+  row.Text(WithFolderWord(name));
+  AddCounts(value, row);
+  row.Text(name).Text(counter);
+  AddEvidence(run, std::move(row), key, &value);
+}
+
+bool IsStoredPlain(EvidenceRun& run, EvidenceKey counter) {
+  const EvidenceKey all = counter == kNoEvidenceKey ? counter : run.keys.ParentOf(counter);
+  if (all == kNoEvidenceKey) return false;
+  const EvidenceKey settings = run.keys.ChildNamed(all, "Settings");
+  if (settings == kNoEvidenceKey) return false;
+  return NumberOf(run.keys.ValueNamed(settings, "NoEncrypt")).value_or(0) == 1;
+}
+
+}  // namespace
+
+void DecodeUserAssist(EvidenceRun& run, Places places) {
+  for (const EvidencePlace& place : places) {
+    // The key above has a GUID as its name, which says what is counted.
+    const EvidenceKey above = run.keys.ParentOf(place.key);
+    const bool plain = IsStoredPlain(run, above);
+    const std::string counter = above == kNoEvidenceKey ? std::string() : run.keys.NameOf(above);
+    for (const EvidenceValue& value : run.keys.ValuesOf(place.key)) {
+      AddEntry(run, place.key, value, plain || IsPlainName(value.name), counter);
+    }
+  }
+}
+
+void DecodeLooseUserAssist(EvidenceRun& run, std::span<const EvidenceValue> values) {
+  for (const EvidenceValue& value : values) {
+    const size_t size = value.data.size();
+    if (size != kEntry && size != kOldEntry && size != kSession) continue;
+    const std::string name = Rot13(value.name);
+    const bool known = name.starts_with("UEME_") || (name.size() > 38 && name[38] == '\\' &&
+                                                     IsGuid(std::string_view(name).substr(0, 38)));
+    if (known) AddEntry(run, kNoEvidenceKey, value, false, {});
+  }
+}
+
+}  // namespace hivequarry
