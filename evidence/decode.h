@@ -26,6 +26,11 @@ void DecodeNetworks(EvidenceRun& run, Places places);
 void DecodeInterfaces(EvidenceRun& run, Places places);
 void DecodeAccounts(EvidenceRun& run, Places places);
 void DecodeGroups(EvidenceRun& run, Places places);
+void DecodeServiceFiles(EvidenceRun& run, Places places);
+void DecodeSystemFacts(EvidenceRun& run, Places places);
+void DecodeProfiles(EvidenceRun& run, Places places);
+void DecodeTasks(EvidenceRun& run, Places places);
+void DecodePolicies(EvidenceRun& run, Places places);
 
 // Values that no key names, recovered or freed, which are told by what they hold.
 void DecodeLooseUserAssist(EvidenceRun& run, std::span<const EvidenceValue> values);

@@ -53,6 +53,9 @@ inline constexpr DecoderInfo kDecoders[] = {
      DecoderGroup::kDevices, kListVolumes},
     {"autostart", "What the system starts by itself, approved or not", "&Places",
      DecoderGroup::kAutostart, kListAutostart},
+    {"service-files", "Services and drivers with the files that they really run", "&Services",
+     DecoderGroup::kAutostart, kListServiceFiles},
+    {"tasks", "Scheduled tasks with their runs", "&Tasks", DecoderGroup::kAutostart, kListTasks},
     {"networks", "Networks that the system was in", "&Networks", DecoderGroup::kNetworks,
      kListNetworks},
     {"interfaces", "Network interfaces with their addresses and leases", "&Interfaces",
@@ -61,6 +64,12 @@ inline constexpr DecoderInfo kDecoders[] = {
      kListAccounts},
     {"groups", "Groups of accounts with their members", "&Groups", DecoderGroup::kAccounts,
      kListGroups},
+    {"profiles", "Profiles of users with the times they were loaded", "&Profiles",
+     DecoderGroup::kAccounts, kListProfiles},
+    {"system-facts", "Names, version, zone, installation and last shutdown of the system",
+     "&System", DecoderGroup::kMachine, kListMachine},
+    {"policies", "Settings of the local security authority, and what is audited", "&Policies",
+     DecoderGroup::kMachine, kListPolicies},
 };
 
 }  // namespace hivequarry

@@ -83,6 +83,22 @@ constexpr PlacePattern kAccounts[] = {"SAM\\Domains\\!Account\\Users"};
 constexpr PlacePattern kGroups[] = {"SAM\\Domains\\!Builtin\\Aliases",
                                     "SAM\\Domains\\!Account\\Aliases"};
 
+constexpr PlacePattern kServiceFiles[] = {"<set>\\!Services\\*"};
+constexpr PlacePattern kTasks[] = {
+    "Microsoft\\Windows NT\\CurrentVersion\\Schedule\\!TaskCache\\Tasks\\*"};
+constexpr PlacePattern kProfiles[] = {"Microsoft\\Windows NT\\CurrentVersion\\!ProfileList\\*"};
+// In the order of the places that the decoder numbers.
+constexpr PlacePattern kSystemFacts[] = {"<set>\\Control\\Windows",
+                                         "<set>\\Control\\!TimeZoneInformation",
+                                         "<set>\\Control\\ComputerName\\ComputerName",
+                                         "<set>\\Control\\ComputerName\\ActiveComputerName",
+                                         "<set>\\Services\\Tcpip\\Parameters",
+                                         "Select",
+                                         "Microsoft\\Windows NT\\CurrentVersion",
+                                         "Setup\\*"};
+constexpr PlacePattern kPolicies[] = {
+    "<set>\\Control\\!Lsa", "<set>\\Control\\SecurityProviders\\!WDigest", "Policy\\!PolAdtEv"};
+
 // In the order of kDecoders.
 constexpr DecoderWork kWork[] = {
     {kUserAssist, DecodeUserAssist, DecodeLooseUserAssist},
@@ -97,10 +113,15 @@ constexpr DecoderWork kWork[] = {
     {kUsbDevices, DecodeUsbDevices},
     {kVolumes, DecodeVolumes},
     {{}, DecodeAutostart},
+    {kServiceFiles, DecodeServiceFiles},
+    {kTasks, DecodeTasks},
     {kNetworks, DecodeNetworks},
     {kInterfaces, DecodeInterfaces},
     {kAccounts, DecodeAccounts},
     {kGroups, DecodeGroups},
+    {kProfiles, DecodeProfiles},
+    {kSystemFacts, DecodeSystemFacts},
+    {kPolicies, DecodePolicies},
 };
 static_assert(std::size(kWork) == std::size(kDecoders), "a decoder without its work");
 

@@ -88,5 +88,18 @@ constexpr auto kAccounts = Evidence(
 constexpr auto kGroups =
     Evidence({Text("Group", 6, 3), Number("Number", 2), Text("Domain", 3), Text("Comment", 8, 1),
               Number("Count", 2), Text("Members", 10, 5), Date("Created")});
+constexpr auto kServiceFiles =
+    Evidence({Text("Service", 5, 2), Text("Display Name", 6, 2), Text("File", 10, 6),
+              Text("Start", 3), Text("Type", 2), Text("Image Path", 8, 1), Text("Library", 6, 1),
+              Text("Account", 4), Text("Failure Command", 5), kControlSet});
+constexpr auto kSystemFacts =
+    Evidence({Text("Fact", 6, 1), Text("Is", 10, 5), Date("Time"), kControlSet});
+constexpr auto kProfiles =
+    Evidence({Text("User", 8, 2), Text("Folder", 8, 4), Date("Loaded"), Date("Unloaded"),
+              Text("Profile State", 3), Text("Guid", 6, 1)});
+constexpr auto kTasks = Evidence({Text("Task", 10, 5), Text("Author", 5, 1), Date("Created"),
+                                  Date("Last Run"), Date("Completed"), Text("Registered", 5),
+                                  Text("Description", 6, 1), Text("Guid", 6, 1)});
+constexpr auto kPolicies = Evidence({Text("Setting", 7, 2), Text("Is", 10, 5), kControlSet});
 
 }  // namespace hivequarry::decoder_kinds

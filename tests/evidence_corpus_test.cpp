@@ -165,5 +165,19 @@ TEST_F(EvidenceCorpus, Accounts) {
   EXPECT_EQ(harry["Wrong Passwords"], "6");
 }
 
+TEST_F(EvidenceCorpus, System) {
+  const auto rows = Decoded("SYSTEM", "system-facts");
+  const auto shutdowns = Where(rows, "Fact", "Last shutdown");
+  EXPECT_EQ(JoinedOf(shutdowns, "Time"),
+            "2012/04/04, 01:58:40.8392499 2012/04/04, 01:58:40.8392499");
+  EXPECT_EQ(Where(rows, "Fact", "Computer name").at(0).at("Is"), "WKS-WIN732BITA");
+  EXPECT_EQ(Where(rows, "Fact", "Time zone").at(0).at("Is"), "Eastern Standard Time");
+  EXPECT_EQ(Where(rows, "Fact", "Bias").at(0).at("Is"), "300 minutes");
+  EXPECT_EQ(Where(rows, "Fact", "Standard time begins").at(0).at("Is"),
+            "first Sunday of November, 02:00");
+  EXPECT_EQ(Where(rows, "Fact", "Current control set").at(0).at("Is"), "1");
+  EXPECT_EQ(Where(rows, "Fact", "Last known good control set").at(0).at("Is"), "2");
+}
+
 }  // namespace
 }  // namespace hivequarry

@@ -519,5 +519,88 @@ TEST(Evidence, AccountsThatContradictThemselvesSaySo) {
              "gone|1005||no user has this number"}));
 }
 
+// --- services, tasks, the system
+// ---------------------------------------------------------------------
+
+TEST(Evidence, ServicesHaveTheirRealFiles) {
+  HiveBuilder builder;
+  KeyRef services = builder.Key("ControlSet001\\Services");
+  services.Key("a")
+      .Dword("Type", 0x20)
+      .Dword("Start", 2)
+      .ExpandSz("ImagePath", "%SystemRoot%\\system32\\svchost.exe -k netsvcs");
+  services.Key("a\\Parameters").ExpandSz("ServiceDll", "C:\\real.dll");
+  services.Key("b").Dword("Type", 1).Sz("ImagePath", "\\SystemRoot\\x.sys");
+  services.Key("c").Dword("Type", 1).Dword("Start", 9);
+  services.Key("d").Dword("Type", 0x10).Sz("ImagePath", "\"C:\\A b\\c.exe\" -x");
+  services.Key("e").Dword("Type", 0x10).Sz("ImagePath", "C:\\A b\\c.exe -x.dll");
+  services.Key("f").Sz("Other", "no service");
+  const std::string none = "no path: the place where the system looks then";
+  EXPECT_EQ(Cells(Decoded(builder, "service-files"), {"Service", "File", "Start", "Note"}),
+            (Texts{"a|C:\\real.dll|automatic|", "b|%SystemRoot%\\x.sys||",
+                   "c|%SystemRoot%\\System32\\drivers\\c.sys|9|" + none, "d|C:\\A b\\c.exe||",
+                   "e|C:\\A b\\c.exe||"}));
+}
+
+TEST(Evidence, TasksThatNoTreeNamesSaySo) {
+  const std::string cache = "Microsoft\\Windows NT\\CurrentVersion\\Schedule\\TaskCache\\";
+  const Bytes info = Joined({Numbers({3}), Times(kTime), Times(0), Numbers({0, 0}), Times(kTime)});
+  HiveBuilder builder;
+  builder.Key(cache + "Tasks\\{A}").Sz("Path", "\\a").Value("DynamicInfo", 3, info);
+  builder.Key(cache + "Tasks\\{B}").Value("DynamicInfo", 3, Bytes(info.begin(), info.begin() + 28));
+  builder.Key(cache + "Tasks\\{C}").Value("DynamicInfo", 3, {1});
+  builder.Key(cache + "Tree\\folder\\a").Sz("Id", "{a}");
+  const std::string time = kTimeText;
+  const std::string hidden = "no key of the tree of tasks names it";
+  EXPECT_EQ(Cells(Decoded(builder, "tasks"),
+                  {"Task", "Created", "Last Run", "Completed", "Guid", "Note"}),
+            (Texts{"\\a|" + time + "||" + time + "|{A}|", "|" + time + "|||{B}|" + hidden,
+                   "||||{C}|data too short: 1 bytes; " + hidden}));
+}
+
+TEST(Evidence, TheSystemSaysWhatItIs) {
+  HiveBuilder builder;
+  KeyRef zone = builder.Key("ControlSet001\\Control\\TimeZoneInformation");
+  zone.Dword("Bias", 0xFFFFFFC4);
+  zone.Value("StandardStart", 3, Numbers({0x000B0000, 0x00020001, 0, 0}));
+  zone.Value("DaylightStart", 3, Numbers({0x000307E4, 0x00020008, 0, 0}));
+  zone.Value("TimeZoneKeyName", 1, Joined({Wide("Zone"), Wide("rest", false)}));
+  builder.Key("ControlSet001\\Control\\Windows").Value("ShutdownTime", 3, Times(kTime));
+  builder.Key("Setup\\Source OS (Updated on 1)").Dword("InstallDate", 1000000000);
+  builder.Key("Setup\\Other").Dword("InstallDate", 1000000000);
+  auto cells = Cells(Decoded(builder, "system-facts"), {"Fact", "Is", "Time", "Note"});
+  std::ranges::sort(cells);
+  Texts expected = {"Last shutdown||" + std::string(kTimeText) + "|",
+                    "Time zone|Zone||8 bytes after the text's end",
+                    "Bias|-60 minutes||",
+                    "Standard time begins|first Sunday of November, 02:00||",
+                    "Daylight time begins|2020/03/08, 02:00||",
+                    "Earlier installation: Source OS (Updated on 1)||2001/09/09, 01:46:40|"};
+  std::ranges::sort(expected);
+  EXPECT_EQ(cells, expected);
+}
+
+TEST(Evidence, ProfilesAndPolicies) {
+  HiveBuilder builder;
+  builder.Key("Microsoft\\Windows NT\\CurrentVersion\\ProfileList\\S-1-5-21-1.bak")
+      .ExpandSz("ProfileImagePath", "C:\\Users\\a")
+      .Dword("LocalProfileLoadTimeLow", static_cast<uint32_t>(kTime))
+      .Dword("LocalProfileLoadTimeHigh", static_cast<uint32_t>(kTime >> 32));
+  EXPECT_EQ(
+      Cells(Decoded(builder, "profiles"), {"User", "Folder", "Loaded", "Note"}),
+      Texts{"S-1-5-21-1.bak|C:\\Users\\a|" + std::string(kTimeText) + "|put aside by the system"});
+  HiveBuilder policy;
+  Bytes audit = Numbers({0x100, 9, 12 + 2 * 9});
+  for (uint32_t i = 0; i < 9; ++i) Append(audit, Short(i % 4));
+  for (int i = 0; i < 9; ++i) Append(audit, Short(1));
+  policy.Key("Policy\\PolAdtEv").Value("", 0, audit);
+  policy.Key("ControlSet001\\Control\\Lsa").MultiSz("Security Packages", {"a", "b"});
+  const auto cells = Cells(Decoded(policy, "policies"), {"Setting", "Is"});
+  ASSERT_EQ(cells.size(), 10U);
+  EXPECT_EQ(cells[0], "Security Packages|a, b");
+  EXPECT_EQ(cells[1], "Audit: System|1: none");
+  EXPECT_EQ(cells[4], "Audit: Privilege use|1: success and failure");
+}
+
 }  // namespace
 }  // namespace hivequarry

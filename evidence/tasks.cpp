@@ -1,0 +1,138 @@
+// Scheduled tasks, and services with the files that they really run.
+#include <algorithm>
+#include <unordered_set>
+
+#include "evidence/decode.h"
+#include "host/case.h"
+#include "host/number_text.h"
+
+namespace hivequarry {
+namespace {
+
+// --- tasks
+// ----------------------------------------------------------------------------------------
+
+constexpr uint32_t kCreated = 4;
+constexpr uint32_t kLastRun = 12;
+constexpr uint32_t kCompleted = 28;  // of the longer form
+
+// The GUIDs, in capitals, that keys below "TaskCache\Tree" name: what tools that list tasks know.
+void CollectTree(EvidenceRun& run, EvidenceKey tree, std::unordered_set<std::string>& known) {
+  std::vector<EvidenceKey> open = {tree};
+  while (!open.empty()) {
+    const EvidenceKey key = open.back();
+    open.pop_back();
+    const EvidenceValue id = run.keys.ValueNamed(key, "Id");
+    if (id.read && !id.freed && !run.keys.IsFreed(key)) {
+      known.insert(CapitalsOfText(ValueText(id)));
+    }
+    for (const EvidenceKey child : run.keys.ChildrenOf(key)) open.push_back(child);
+  }
+}
+
+void AddTask(EvidenceRun& run, EvidenceKey key, const std::unordered_set<std::string>* known) {
+  const std::vector<EvidenceValue> values = run.keys.ValuesOf(key);
+  const std::string guid = run.keys.NameOf(key);
+  EvidenceRow row;
+  row.Text(TextNamed(values, "Path")).Text(TextNamed(values, "Author"));
+  const EvidenceValue* info = FindValue(values, "DynamicInfo");
+  if (info != nullptr && HasData(*info, kLastRun + 8, row)) {
+    row.Time(ReadU64(info->data, kCreated)).Time(ReadU64(info->data, kLastRun));
+    row.Time(info->data.size() >= kCompleted + 8 ? ReadU64(info->data, kCompleted) : 0);
+  } else {
+    row.Empty().Empty().Empty();
+  }
+  row.Text(TextNamed(values, "Date")).Text(TextNamed(values, "Description")).Text(guid);
+  if (known != nullptr && !known->contains(CapitalsOfText(guid))) {
+    row.Note("no key of the tree of tasks names it");
+  }
+  AddEvidence(run, std::move(row), key, nullptr,
+              info == nullptr ? ByteView() : ByteView(info->data));
+}
+
+// --- services
+// -------------------------------------------------------------------------------------
+
+std::string StartText(std::optional<uint64_t> start) {
+  constexpr const char* kWords[] = {"boot", "system", "automatic", "by demand", "disabled"};
+  if (!start) return {};
+  return *start < std::size(kWords) ? kWords[*start] : std::to_string(*start);
+}
+
+bool IsDriver(std::optional<uint64_t> type) { return type && (*type & 0x0B) != 0; }
+
+// The program of a command line: what is in quotes, else up to the first ending of a program that a
+// blank or the end follows.
+std::string ProgramOf(std::string_view command) {
+  if (command.starts_with('"')) {
+    return std::string(command.substr(1, command.find('"', 1) - 1));
+  }
+  const std::string capitals = CapitalsOfText(command);
+  size_t end = command.size();
+  for (const std::string_view ending : {".EXE", ".SYS", ".DLL", ".COM", ".BAT", ".CMD"}) {
+    const size_t at = capitals.find(ending);
+    if (at == std::string::npos || capitals.size() != command.size()) continue;
+    const size_t after = at + ending.size();
+    if (after == command.size() || command[after] == ' ') end = std::min(end, after);
+  }
+  return std::string(command.substr(0, end));
+}
+
+// Paths of drivers begin at the system's folder, or with one of its names.
+std::string WholePath(std::string path) {
+  constexpr std::string_view kRoot = "%SystemRoot%\\";
+  constexpr std::string_view kNamed = "\\SystemRoot\\";
+  constexpr std::string_view kPlain = "\\??\\";
+  if (StartsIgnoringCase(path, kNamed)) return Concat({kRoot, path.substr(kNamed.size())});
+  if (path.starts_with(kPlain)) return path.substr(kPlain.size());
+  if (StartsIgnoringCase(path, "system32\\") || StartsIgnoringCase(path, "syswow64\\")) {
+    return Concat({kRoot, path});
+  }
+  return path;
+}
+
+void AddService(EvidenceRun& run, const EvidencePlace& place) {
+  const std::vector<EvidenceValue> values = run.keys.ValuesOf(place.key);
+  const std::string name = run.keys.NameOf(place.key);
+  const std::optional<uint64_t> type = NumberNamed(values, "Type");
+  const std::string image = TextNamed(values, "ImagePath");
+  std::string library = TextNamed(values, "ServiceDll");
+  const EvidenceKey parameters = run.keys.ChildNamed(place.key, "Parameters");
+  if (library.empty() && parameters != kNoEvidenceKey) {
+    const EvidenceValue value = run.keys.ValueNamed(parameters, "ServiceDll");
+    if (value.read) library = ValueText(value);
+  }
+  EvidenceRow row;
+  std::string file = WholePath(library.empty() ? ProgramOf(image) : library);
+  if (file.empty() && IsDriver(type)) {
+    file = Concat({"%SystemRoot%\\System32\\drivers\\", name, ".sys"});
+    row.Note("no path: the place where the system looks then");
+  }
+  row.Text(name).Text(TextNamed(values, "DisplayName")).Text(file);
+  row.Text(StartText(NumberNamed(values, "Start")));
+  row.Text(type ? HexText(*type, 4) : std::string());
+  row.Text(image).Text(library).Text(TextNamed(values, "ObjectName"));
+  row.Text(TextNamed(values, "FailureCommand"));
+  row.Text(ControlSetText(run.keys, place.control_set));
+  const bool service = type || !image.empty() || !library.empty();
+  if (service) AddEvidence(run, std::move(row), place.key);
+}
+
+}  // namespace
+
+void DecodeTasks(EvidenceRun& run, Places places) {
+  constexpr PlacePattern kTree[] = {
+      "Microsoft\\Windows NT\\CurrentVersion\\Schedule\\!TaskCache\\Tree"};
+  std::unordered_set<std::string> known;
+  const std::vector<EvidencePlace> trees = FindPlaces(run.keys, kTree);
+  for (const EvidencePlace& tree : trees) CollectTree(run, tree.key, known);
+  for (const EvidencePlace& place : places) {
+    AddTask(run, place.key, trees.empty() ? nullptr : &known);
+  }
+}
+
+void DecodeServiceFiles(EvidenceRun& run, Places places) {
+  for (const EvidencePlace& place : places) AddService(run, place);
+}
+
+}  // namespace hivequarry
