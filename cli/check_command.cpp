@@ -2,6 +2,7 @@
 #include "app/opening_words.h"
 #include "cli/opened_hive.h"
 #include "hive/hive_table.h"
+#include "hive/root_evidence.h"
 #include "hive/root_path.h"
 #include "host/long_operation.h"
 #include "records/cell.h"
@@ -15,10 +16,10 @@ namespace {
 // What paths begin with: as a load would have it.
 void NameRoot(HiveImage& hive, const std::string& chosen) {
   if (!chosen.empty()) return SetRootPath(hive, chosen);
-  if (RootPathFromSnapshotName(hive)) return;
   const uint32_t root = ReadOffset(hive, kBaseRootOffset);
   const bool key = InsideHive(hive, root, kKeyName) && ReadU16(hive, root + 4) == kSignatureNk;
-  if (!key || !RootPathFromRootKey(hive, root)) RootPathFromFileName(hive);
+  if (key) hive.root_position = root;
+  ChooseRootPath(hive, key);
 }
 
 int StatusOf(const CheckResult& result) {

@@ -67,7 +67,7 @@ inline constexpr DecoderInfo kDecoders[] = {
     {"profiles", "Profiles of users with the times they were loaded", "&Profiles",
      DecoderGroup::kAccounts, kListProfiles},
     {"system-facts", "Names, version, zone, installation and last shutdown of the system",
-     "&System", DecoderGroup::kMachine, kListMachine},
+     "&System", DecoderGroup::kMachine, kListSystemFacts},
     {"policies", "Settings of the local security authority, and what is audited", "&Policies",
      DecoderGroup::kMachine, kListPolicies},
 };

@@ -320,7 +320,7 @@ constexpr ListKindInfo kKinds[] = {
     OfEvidence(kListAccounts, decoder_kinds::kAccounts, "Accounts"),
     OfEvidence(kListGroups, decoder_kinds::kGroups, "Groups"),
     OfEvidence(kListServiceFiles, decoder_kinds::kServiceFiles, "Files of services"),
-    OfEvidence(kListMachine, decoder_kinds::kSystemFacts, "System"),
+    OfEvidence(kListSystemFacts, decoder_kinds::kSystemFacts, "System"),
     OfEvidence(kListProfiles, decoder_kinds::kProfiles, "Profiles"),
     OfEvidence(kListTasks, decoder_kinds::kTasks, "Tasks"),
     OfEvidence(kListPolicies, decoder_kinds::kPolicies, "Policies"),

@@ -58,8 +58,8 @@ inline constexpr int kListLogs = 110;
 inline constexpr int kListLogChanges = 111;
 inline constexpr int kListLogRecords = 112;
 inline constexpr int kListCheck = 113;
-inline constexpr int kListRepair = 140;
-inline constexpr int kListMachine = 130;
+inline constexpr int kListRepair = 141;
+inline constexpr int kListMachine = 142;
 
 inline bool IsOwnKind(int kind) { return kind >= kFirstOwnKind; }
 // The most columns that a list of a kind has, and that a file keeps of it.

@@ -157,7 +157,9 @@ TEST(Repair, SaysWhatIsNotAsItWas) {
     EXPECT_EQ(made.repaired.values, c.values);
     const Texts rows = RowTexts(*made.repaired.rows);
     ASSERT_EQ(rows.empty(), *c.row == '\0');
-    if (!rows.empty()) EXPECT_NE(rows[0].find(c.row), std::string::npos) << rows[0];
+    if (!rows.empty()) {
+      EXPECT_NE(rows[0].find(c.row), std::string::npos) << rows[0];
+    }
   }
 }
 

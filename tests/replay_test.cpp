@@ -346,9 +346,9 @@ TEST(Replay, WhatShrankIsZeroWhenItGrowsAgain) {
     entry.sequence = 10 + i;
     entry.bins_size = i % 2 == 0 ? bins + 0x20000 : bins;
     const uint32_t offset = i % 2 == 0 ? bins + 0x10000 + i * 512 : bins - 512;
-    entry.pages.push_back({offset, Bytes(512, static_cast<uint8_t>(0x40 + i))});
+    entry.pages.push_back({offset, Bytes(512, static_cast<uint8_t>(0x40 + i)), {}});
   }
-  entries.push_back({14, bins + 0x20000, 0, {{bins - 512, Bytes(512, 0x50)}}, {}, {}});
+  entries.push_back({14, bins + 0x20000, 0, {{bins - 512, Bytes(512, 0x50), {}}}, {}, {}});
   LoggedFiles files;
   files.hive = hive;
   files[".LOG1"] = NewLog(hive, entries);
