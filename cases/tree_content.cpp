@@ -24,7 +24,8 @@
 namespace hivequarry {
 namespace {
 
-constexpr uint16_t kHandleFlag = 0x40;  // the key stands for a handle of the system
+constexpr uint64_t kFirstTime = 119600064000000000;  // FILETIME of 1980-01-01
+constexpr uint16_t kHandleFlag = 0x40;               // the key stands for a handle of the system
 // Volatile, an exit of a hive, a hive's root: what a file's keys never are below the root.
 constexpr uint16_t kFlagsOfPlace = 0x01 | 0x02 | 0x04 | kKeyNameIsBytes;
 
@@ -129,6 +130,7 @@ class ContentReader {
     key.name = kRecoveredBranch;
     key.parent = 0;
     key.descriptor = content_.keys.front().descriptor;
+    key.last_write = content_.keys.front().last_write;
     return Push(std::move(key), tree_.disconnected_keys);
   }
 
@@ -148,7 +150,9 @@ class ContentReader {
       if (it.kind != ItemKind::kPathCopy) ReadValues(item, key);
     } else {
       key.descriptor = DescriptorOf(item, kNoOffset, parent);
-      Row(item, "", "no record is left of this key: name from what names it, no time, no values",
+      // A system takes no key without a time for sound.
+      key.last_write = item == 0 ? kFirstTime : content_.keys[parent].last_write;
+      Row(item, "", "no record is left of this key: name from what names it, time of the key above",
           it.position);
     }
     if (item == 0) key.flags = kRootKeyFlags & ~kFlagsOfPlace;

@@ -9,6 +9,7 @@
 #include "host/long_operation.h"
 #include "replay/log_words.h"
 #include "reports/machine_report.h"
+#include "words/layer_words.h"
 
 namespace hivequarry {
 namespace {
@@ -35,6 +36,8 @@ int OpenOne(const ConsoleRequest& request, const std::string& name, OpenedHive& 
   if (opened.summary.stopped) return kExitFailed;
   if (const std::string undone = UndoneWords(*opened.hive); !undone.empty()) Complain(undone);
   if (const std::string logs = LogsWords(*opened.hive); !logs.empty()) Complain(logs);
+  const std::string layers = LayersNotice(*opened.hive, opened.tree);
+  if (!layers.empty()) Complain(layers);
   if (!FoundNothing(opened.summary)) return kExitDone;
   return ValidateAndTell(*opened.hive) ? kExitDone : kExitFailed;
 }
@@ -66,7 +69,9 @@ int MachineCommand(const ConsoleRequest& request) {
     if (dirty && status == kExitDone) status = kExitDirty;
   }
   if (hives.empty()) return status;
-  const int printed = Print(request, *ListMachine(hives));
+  ConsoleRequest printing = request;
+  if (hives.size() == 1) printing.printing.hive = hives.front().hive;
+  const int printed = Print(printing, *ListMachine(hives));
   return printed == kExitDone ? status : printed;
 }
 

@@ -117,7 +117,7 @@ void AddFact(Overview& over, Teller& teller, const char* field, const SourceKey&
               value != nullptr ? NameText(*value) : std::string_view(),
               shown(offset),
               {KeyDateText(key), DateValue(key.last_write)}},
-             offset, facts);
+             over.tellers.size() == 1 ? offset : kNoOffset, facts);
   if (std::ranges::find(over.told, field) == over.told.end()) over.told.emplace_back(field);
 }
 

@@ -287,7 +287,7 @@ TEST(Replay, OriginsOfBytes) {
 
 // Bounds under which no log is held and notes of changes are made short all the time.
 struct SmallBounds {
-  SmallBounds() { TheLogBounds() = {600, 600, 1000, 2}; }
+  SmallBounds() { TheLogBounds() = {600, 1000, 1000, 2}; }
   ~SmallBounds() { TheLogBounds() = LogBounds(); }
 };
 
