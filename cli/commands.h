@@ -13,6 +13,7 @@
 #include "lists/list_head.h"
 #include "replay/replay_plan.h"
 #include "reports/check_list.h"
+#include "reports/hive_compare.h"
 #include "reports/hive_lists.h"
 #include "reports/registry_script.h"
 #include "reports/search.h"
@@ -55,6 +56,17 @@ struct TimelineRequest {
   bool base_block = false;
 };
 
+// Of "compare": its second side.
+struct CompareRequest {
+  std::string other;
+  std::string key;  // empty: that of the first
+  LogChoice logs;
+  bool logs_given = false;  // else those of the first
+  HiveCompareOptions options;
+  std::string patch_to_b;  // files of scripts; empty: none
+  std::string patch_to_a;
+};
+
 struct ConsoleRequest {
   std::string hive;                // file name, UTF-8; for "convert" of a Report List
   std::vector<std::string> hives;  // of "report machine": all of them, the first in `hive` too
@@ -90,6 +102,7 @@ struct ConsoleRequest {
   bool search_details = false;
   DatesRequest dates;
   TimelineRequest timeline;
+  CompareRequest compare;
   SecurityRequest security;
   std::string report;  // which special report
   ConsoleOptions console;

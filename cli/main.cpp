@@ -198,6 +198,36 @@ void AddTimeline(CLI::App& app, ConsoleRequest& request) {
   command->add_option("--user", timeline.user, "Name of the user");
 }
 
+void AddCompare(CLI::App& app, ConsoleRequest& request) {
+  CompareRequest& compare = request.compare;
+  CLI::App* command = app.add_subcommand("compare", "What differs between two hives");
+  command->add_option("A", request.hive, "Hive file")->required();
+  command->add_option("B", compare.other, "Another one, or the same in another state")->required();
+  command->add_option("--key", request.key, "Only this key (path or @OFFSET) and those below it");
+  command->add_option("--key-b", compare.key, "Of B this key instead");
+  command->add_option_function<std::string>(
+      "--logs-b",
+      [&compare](const std::string& text) {
+        compare.logs = LogChoiceOf(text, compare.logs);
+        compare.logs_given = true;
+      },
+      "Logs of B, where they are not as those of A");
+  command->add_option_function<uint32_t>(
+      "--until-b",
+      [&compare](uint32_t entry) {
+        compare.logs.bounded = true;
+        compare.logs.until = entry;
+        compare.logs_given = true;
+      },
+      "No entry of B's logs after this number");
+  command->add_option("--patch-to-b", compare.patch_to_b, "Writes a script that makes B of A");
+  command->add_option("--patch-to-a", compare.patch_to_a, "Writes a script that makes A of B");
+  command->add_flag("--times", compare.options.times, "A row for each time that differs");
+  command->add_flag("--deep", compare.options.deep, "A row for each key below one of A or B alone");
+  command->add_flag("--recovered", compare.options.recovered, "Keys that no list leads to too");
+  command->add_flag("--text", compare.options.text, "Text up to its first zero");
+}
+
 void AddCommands(CLI::App& app, ConsoleRequest& request) {
   app.require_subcommand(1);
   app.fallthrough();
@@ -207,6 +237,7 @@ void AddCommands(CLI::App& app, ConsoleRequest& request) {
   info->add_flag("--check", request.structure, "The verdict of check too");
   AddCheck(app, request);
   AddTimeline(app, request);
+  AddCompare(app, request);
   CLI::App* tree = app.add_subcommand("tree", "The keys as displayed, recovered ones included");
   AddHive(tree, request);
   AddBranch(tree, request);

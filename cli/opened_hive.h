@@ -57,6 +57,9 @@ int TimelineCommand(const ConsoleRequest& request);
 // A hive that mounts again (repair_command.cpp); an exit status.
 int RepairCommand(const ConsoleRequest& request, OpenedHive& opened);
 
+// Two hives, or one in two states (compare_command.cpp); an exit status of its own.
+int CompareCommand(const ConsoleRequest& request);
+
 // The registry script of a branch (export_command.cpp); an exit status.
 int ExportCommand(const ConsoleRequest& request, OpenedHive& opened);
 

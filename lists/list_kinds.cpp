@@ -184,6 +184,17 @@ constexpr KindColumn kLogRecords[] = {
     Text("Record", 2),       kKey,       kValue,           kType,        kData,  kKeyDate,
     Position("Position", 5), kLogColumn, Text("Entry", 3), kLogPosition, kStatus};
 
+constexpr KindColumn kHiveCompare[] = {Text("What", 4, 0),
+                                       kKey,
+                                       kValue,
+                                       Type("Type A"),
+                                       Text("Data A", 6, 3),
+                                       Type("Type B"),
+                                       Text("Data B", 6, 3),
+                                       Text("Time A", 6, 0),
+                                       Text("Time B", 6, 0),
+                                       Position("Offset A", 4),
+                                       Position("Offset B", 4)};
 constexpr KindColumn kCheck[] = {
     Text("Code", 2, 0), Text("Level", 2, 0), Position("Position", 4), kKey,
     Text("Text", 8, 3), Text("Found", 5, 2), Text("Expected", 5, 1)};
@@ -299,6 +310,7 @@ constexpr ListKindInfo kKinds[] = {
     {kListLogChanges, "Changes by log entries", kLogChanges, WindowFamily::kOther,
      ListHelp::kOutputLists, RowLeads::kItem, ListAbout::kLogs},
     {kListLogRecords, "Records in pages of logs", kLogRecords},
+    {kListHiveCompare, "Compared hives", kHiveCompare, WindowFamily::kCompare},
     {kListCheck, "Structure", kCheck, WindowFamily::kOther, ListHelp::kCheck, RowLeads::kField,
      ListAbout::kRecord},
     {kListRepair, "Left out or changed by a repair", kRepair},

@@ -1,0 +1,216 @@
+// Two hives compared: each kind of difference, real hives held against a plain reader, and scripts
+// that make one of the other, applied by another program.
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <fstream>
+#include <map>
+
+#include "host/case.h"
+#include "reports/hive_compare.h"
+#include "tests/support/corpus.h"
+#include "tests/support/opened_hive.h"
+#include "tests/support/plain_reader.h"
+#include "tests/support/texts.h"
+
+namespace hivequarry::testing {
+namespace {
+
+std::string Compared(const Bytes& a, const Bytes& b, Texts* rows = nullptr,
+                     HiveCompareOptions options = {}) {
+  OpenedHive one(a);
+  OpenedHive two(b);
+  HiveDifferences differences;
+  const OutputListPtr list =
+      CompareHives({one.hive, one.tree}, {two.hive, two.tree}, options, differences);
+  if (rows != nullptr) *rows = RowTexts(*list, 3);
+  EXPECT_EQ(RowCount(*list) != 0, AnyDifference(differences) || options.times);
+  return DifferenceWords(differences);
+}
+
+HiveBuilder BaseHive() {
+  HiveBuilder builder;
+  builder.Key("Same\\Deep").Sz("v", "text").Dword("n", 1);
+  builder.Key("Gone\\Below").Sz("x", "1");
+  builder.Key("Values").Sz("kept", "a").Sz("removed", "b").Sz("data", "c").Sz("type", "d");
+  builder.Key("Values").Sz("", "default").Binary("long", 40000);
+  return builder;
+}
+
+HiveBuilder ChangedHive() {
+  HiveBuilder builder("ANOTHER");
+  builder.Key("SAME\\deep").Dword("N", 1).Sz("V", "text");  // another order, other letters
+  builder.Key("New\\Below\\Deeper").Sz("y", "\"2\\");
+  builder.Key("Values").Sz("kept", "a").Sz("added", "b").Sz("data", "C").ExpandSz("type", "d");
+  builder.Key("Values").Sz("", "default").Binary("long", 40000, 9);
+  return builder;
+}
+
+TEST(CompareHivesTest, EveryKindOfDifference) {
+  EXPECT_EQ(Compared(BaseHive().Build().bytes, BaseHive().Build().bytes),
+            "keys +0 -0, times 0, values +0 -0, changed 0");
+  HiveBuilder changed = ChangedHive();
+  changed.Key("Values").Time(kDefaultTime + 1).Class("class");
+  changed.Key("Same").Security(changed.AddSecurity(
+      SecurityDescriptor("S-1-5-18", "S-1-5-18", {{.type = 1, .sid = "S-1-5-18"}}, {})));
+  BuiltHive built = changed.Build();
+  Texts rows;
+  HiveCompareOptions options;
+  options.times = true;
+  EXPECT_EQ(Compared(BaseHive().Build().bytes, built.bytes, &rows, options),
+            "keys +3 -2, times 1, values +1 -1, changed 3, classes 1, security 1");
+  const Texts expected = {"key removed|ROOT\\Gone||",
+                          "key added|ROOT\\New||",
+                          "key security|ROOT\\SAME||",
+                          "key time|ROOT\\Values||",
+                          "key class|ROOT\\Values||",
+                          "value added|ROOT\\Values|added|",
+                          "value data|ROOT\\Values|data|",
+                          "value data|ROOT\\Values|long|",
+                          "value removed|ROOT\\Values|removed|",
+                          "value type|ROOT\\Values|type|"};
+  ASSERT_EQ(rows.size(), expected.size());
+  for (size_t i = 0; i < rows.size(); ++i) {
+    const std::string row = rows[i].substr(0, rows[i].find('|') + 1);
+    EXPECT_EQ(row, expected[i].substr(0, expected[i].find('|') + 1)) << rows[i];
+  }
+}
+
+// What can't be read is neither equal nor removed.
+TEST(CompareHivesTest, UnreadableDataAreNotEqual) {
+  BuiltHive damaged = BaseHive().Build();
+  damaged.SetU32(damaged.ValuePosition("Values", "long"), field::kValueData, 0x00F00000);
+  damaged.SetU32(damaged.ValuePosition("Same\\Deep", "v"), field::kValueData, 0x00F00000);
+  EXPECT_EQ(Compared(BaseHive().Build().bytes, damaged.bytes),
+            "keys +0 -0, times 0, values +0 -0, changed 0, unreadable 2");
+  EXPECT_EQ(Compared(damaged.bytes, damaged.bytes),
+            "keys +0 -0, times 0, values +0 -0, changed 0, unreadable 2");
+}
+
+// Names that a joined path could not tell apart.
+TEST(CompareHivesTest, KeysPairByComponents) {
+  HiveBuilder one;
+  one.Root().NewKey("A\\B");
+  HiveBuilder two;
+  two.Key("A\\B");
+  EXPECT_EQ(Compared(one.Build().bytes, two.Build().bytes),
+            "keys +2 -1, times 0, values +0 -0, changed 0");
+}
+
+// --- a plain reader ------------------------------------------------------------------------------
+
+std::u16string Capitals(std::u16string name) {
+  for (char16_t& unit : name) unit = CapitalOf(unit);
+  return name;
+}
+
+using PlainPaths = std::map<std::vector<std::u16string>, PlainKey>;
+PlainPaths PathsOf(const Bytes& hive) {
+  const std::vector<PlainKey> keys = ReadPlainTree(hive);
+  std::vector<std::vector<std::u16string>> paths(keys.size());
+  PlainPaths by_path;
+  for (size_t i = 0; i < keys.size(); ++i) {
+    if (keys[i].parent != kNone) {
+      paths[i] = paths[keys[i].parent];
+      paths[i].push_back(Capitals(keys[i].name));
+    }
+    by_path.emplace(paths[i], keys[i]);
+  }
+  EXPECT_EQ(by_path.size(), keys.size()) << "this reader knows no twins";
+  return by_path;
+}
+
+std::string PlainDifferences(const Bytes& a, const Bytes& b) {
+  const PlainPaths one = PathsOf(a);
+  const PlainPaths two = PathsOf(b);
+  HiveDifferences found;
+  for (const auto& [path, key] : one) found.keys_removed += two.count(path) == 0;
+  for (const auto& [path, key] : two) {
+    const auto other = one.find(path);
+    if (other == one.end()) {
+      ++found.keys_added;
+      continue;
+    }
+    found.times += key.time != other->second.time;
+    std::map<std::u16string, const PlainValue*> before;
+    for (const PlainValue& value : other->second.values) before[Capitals(value.name)] = &value;
+    for (const PlainValue& value : key.values) {
+      const auto was = before.find(Capitals(value.name));
+      if (was == before.end()) {
+        ++found.values_added;
+        continue;
+      }
+      found.values_changed += was->second->type != value.type || was->second->data != value.data;
+      before.erase(was);
+    }
+    found.values_removed += before.size();
+  }
+  return DifferenceWords(found);
+}
+
+TEST(CompareHivesCorpus, HeldAgainstAPlainReader) {
+  if (!HasCorpus()) GTEST_SKIP() << "real hives are not tested: none in " << CorpusFolder();
+  constexpr const char* kPairs[][2] = {{"NTUSER.DAT", "NTUSER_modified.DAT"},
+                                       {"NTUSER.DAT", "win7_ntuser.dat"},
+                                       {"NTUSER_win10.DAT", "NTUSER.DAT"},
+                                       {"SAM", "SAM_duplicate_name"},
+                                       {"BCD", "BCD_2"},
+                                       {"ManySubkeysHive", "InvalidParentHive"},
+                                       {"ManySubkeysHive", "SlackHive"},
+                                       {"UnicodeHive", "special"},
+                                       {"StringValuesHive", "MultiSzHive"}};
+  for (const auto& pair : kPairs) {
+    SCOPED_TRACE(std::string(pair[0]) + " " + pair[1]);
+    const Bytes a = ContentOf<Bytes>(CorpusFile(pair[0]));
+    const Bytes b = ContentOf<Bytes>(CorpusFile(pair[1]));
+    const std::string words = Compared(a, b);
+    const std::string plain = PlainDifferences(a, b);
+    EXPECT_EQ(words.substr(0, plain.size()), plain) << words;
+  }
+  EXPECT_EQ(Compared(ContentOf<Bytes>(CorpusFile("NTUSER.DAT")),
+                     ContentOf<Bytes>(CorpusFile("NTUSER_modified.DAT"))),
+            "keys +1 -5, times 3, values +1 -0, changed 0");
+  EXPECT_EQ(Compared(ContentOf<Bytes>(CorpusFile("ManySubkeysHive")),
+                     ContentOf<Bytes>(CorpusFile("DuplicateSubkeysHive"))),
+            "keys +1 -1, times 0, values +0 -0, changed 0");
+}
+
+// --- scripts -------------------------------------------------------------------------------------
+
+// Applies the script that makes `b` of `a` to a copy of `a`, and compares that with `b`.
+void ExpectPatchMakes(const Bytes& a, const Bytes& b) {
+  const TempFile copy(a);
+  const std::string script = copy.name() + ".reg";
+  {
+    OpenedHive one(a);
+    OpenedHive two(b);
+    std::ofstream out(script, std::ios::binary);
+    const auto sink = [&out](std::string_view text) { return bool(out << text); };
+    ASSERT_TRUE(WritePatch({one.hive, one.tree}, {two.hive, two.tree}, {}, "HKEY_X", sink));
+  }
+  const std::string line = "iconv -f UTF-16 -t UTF-8 '" + script + "' | tr -d '\\r' > '" + script +
+                           ".txt' && hivexregedit --merge --prefix HKEY_X '" + copy.name() + "' '" +
+                           script + ".txt'";
+  ASSERT_EQ(std::system(line.c_str()), 0) << ContentOf(script + ".txt");
+  const std::string words = Compared(ContentOf<Bytes>(copy.name()), b);
+  EXPECT_TRUE(words.starts_with("keys +0 -0, times ")) << words;
+  EXPECT_NE(words.find("values +0 -0, changed 0"), std::string::npos) << words;
+}
+
+TEST(ComparePatches, MakeOneOfTheOther) {
+  if (std::system("command -v hivexregedit >/dev/null 2>&1") != 0) {
+    GTEST_SKIP() << "scripts are not applied: no hivexregedit (package libwin-hivex-perl)";
+  }
+  const Bytes a = BaseHive().Build().bytes;
+  const Bytes b = ChangedHive().Build().bytes;
+  ExpectPatchMakes(a, b);
+  ExpectPatchMakes(b, a);
+  if (!HasCorpus()) return;
+  const Bytes before = ContentOf<Bytes>(CorpusFile("NTUSER.DAT"));
+  const Bytes after = ContentOf<Bytes>(CorpusFile("NTUSER_modified.DAT"));
+  ExpectPatchMakes(before, after);
+  ExpectPatchMakes(after, before);
+}
+
+}  // namespace
+}  // namespace hivequarry::testing
