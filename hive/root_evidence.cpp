@@ -31,7 +31,7 @@ constexpr struct {
               {HiveKind::kSettings, "settings", "settings"},
               {HiveKind::kPackageUser, "User.dat", "HKCU"},
               {HiveKind::kPackageClasses, "UserClasses.dat", "HKCU\\SOFTWARE\\Classes"},
-              {HiveKind::kPackageRegistry, "Registry.dat", "HKLM"},
+              {HiveKind::kPackageRegistry, "Registry.dat", "Registry.dat"},
               {HiveKind::kSystem, "SYSTEM", "HKLM\\SYSTEM"},
               {HiveKind::kSoftware, "SOFTWARE", "HKLM\\SOFTWARE"},
               {HiveKind::kSam, "SAM", "HKLM\\SAM"},

@@ -106,7 +106,7 @@ TEST_F(RootPath, FromTheFilesName) {
       {"", "UsrClass.dat", "HKCU\\SOFTWARE\\Classes"},
       {"", "User.dat", "HKCU"},
       {"", "UserClasses.dat", "HKCU\\SOFTWARE\\Classes"},
-      {"", "Registry.dat", "HKLM"},
+      {"", "Registry.dat", "Registry.dat"},
       {"", "default", "HKU\\.DEFAULT"},
       {"", "COPY", nullptr},
   };

@@ -97,7 +97,7 @@ bool WriteLongLog(const Bytes& hive, uint64_t length, std::FILE* file) {
     for (uint32_t unit = 32; changed && unit < kPage; unit += 16) {
       for (uint32_t i = 0; i < 8; ++i) page[unit + i] ^= 0xFF;
     }
-    entry.pages.push_back({offset, std::move(page)});
+    entry.pages.push_back({offset, std::move(page), {}});
     const bool last = at + 1 == rounds * pages;
     if (entry.pages.size() < 256 && !last) continue;
     if (!put(hivequarry::testing::LogEntryBytes(entry))) return false;
