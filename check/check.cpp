@@ -14,8 +14,10 @@ namespace {
 // Their numbers are looked up when all keys have one.
 void AddListedAgain(Checking& check) {
   std::vector<ListedAgain>& again = check.listed_again;
-  const auto twins = std::ranges::unique(again, {}, &ListedAgain::position);
-  again.erase(twins.begin(), twins.end());
+  const auto same = [](const ListedAgain& a, const ListedAgain& b) {
+    return a.position == b.position;
+  };
+  again.erase(std::unique(again.begin(), again.end(), same), again.end());
   std::vector<uint32_t> numbers(again.size(), kNoCheckedKey);
   const std::vector<CheckedKey>& keys = check.result.keys;
   for (uint32_t key = 0; key < keys.size() && !again.empty(); ++key) {
