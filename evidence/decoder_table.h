@@ -37,7 +37,7 @@ inline constexpr DecoderInfo kDecoders[] = {
      "&Activity moderators", DecoderGroup::kPrograms, kListActivity},
     {"am-cache", "The inventory of programs, files and drivers with their hashes", "A&mCache",
      DecoderGroup::kPrograms, kListAmCache},
-    {"mui-cache", "Names that programs were shown by", "M&UICache", DecoderGroup::kPrograms,
+    {"mui-cache", "Names that programs were shown by", "MUICac&he", DecoderGroup::kPrograms,
      kListMuiCache},
     {"shell-bags", "Folders that the shell has shown, with whole paths", "&Shell bags",
      DecoderGroup::kFolders, kListShellBags},

@@ -63,13 +63,13 @@ const MenuItem kMainMenu[] = {
     {"Re&ports", "Key &Dates...", 1421},
     {"Re&ports", "M&achine overview", 9090},
     {"Re&ports", "Ser&vices", 9040},
-    {"Re&ports", "&Uninstall entries", 9041},
+    {"Re&ports", "Uninstall entr&ies", 9041},
     {"Re&ports", "&Class registrations", 9043},
     {"Re&ports", "&ProgIDs", 9044},
     {"Re&ports", "&Open-with associations", 9045},
     {"Re&ports", "&Keys that name files", 9046},
     {"Re&ports", "&Files named by keys", 9047},
-    {"Re&ports", "Cou&nt keys", 9042},
+    {"Re&ports", "Count ke&ys", 9042},
     {"Re&ports", "OpenSave&MRU", 9048},
     {"Re&ports", "S&treamMRU", 9049},
     {"&View", "&Toggle View\tCtrl+Tab", 1544},
@@ -101,16 +101,16 @@ TEST(CommandTable, MainMenu) {
     if (command.menu == nullptr || made_when_opened) continue;
     offered.push_back({command.menu, command.text, command.number});
   }
-  // Decoders of evidence come last, in sub menus of the reports.
-  const size_t decoders = Decoders().size();
-  ASSERT_GT(offered.size(), decoders);
-  for (size_t i = 0; i < decoders; ++i) {
-    const MenuItem& item = offered[offered.size() - decoders + i];
-    EXPECT_TRUE(item.menu.starts_with("Re&ports>")) << item.menu;
-    EXPECT_EQ(item.text, Decoders()[i].menu);
-    EXPECT_EQ(item.number, kCommandDecoder + i);
+  // Decoders of evidence are after the reports, in sub menus.
+  const auto first = std::ranges::find(offered, uint32_t{kCommandDecoder}, &MenuItem::number);
+  const auto decoders = static_cast<std::ptrdiff_t>(Decoders().size());
+  ASSERT_GE(offered.end() - first, decoders);
+  for (std::ptrdiff_t i = 0; i < decoders; ++i) {
+    EXPECT_TRUE(first[i].menu.starts_with("Re&ports>")) << first[i].menu;
+    EXPECT_EQ(first[i].text, Decoders()[static_cast<size_t>(i)].menu);
+    EXPECT_EQ(first[i].number, kCommandDecoder + i);
   }
-  offered.resize(offered.size() - decoders);
+  offered.erase(first, first + decoders);
   EXPECT_EQ(offered, std::vector(std::begin(kMainMenu), std::end(kMainMenu)));
 }
 

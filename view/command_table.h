@@ -25,9 +25,9 @@ inline constexpr const char* kRecentMenu = "&File>Recent &hives";
 
 // The sub menus of decoders, by their groups.
 inline constexpr const char* kDecoderMenus[] = {
-    "Re&ports>Programs &run", "Re&ports>Folders an&d files", "Re&ports>Dev&ices",
-    "Re&ports>&Autostart",    "Re&ports>Net&works",          "Re&ports>Accoun&ts",
-    "Re&ports>&Machine"};
+    "Re&ports>Programs &run", "Re&ports>Fo&lders and files", "Re&ports>D&evices",
+    "Re&ports>A&utostart",    "Re&ports>&Networks",          "Re&ports>Accounts and &groups",
+    "Re&ports>Mac&hine"};
 static_assert(std::size(kDecoderMenus) == static_cast<size_t>(DecoderGroup::kCount));
 static_assert(std::size(kDecoders) <= 60, "more decoders than commands for them");
 
@@ -122,7 +122,7 @@ inline constexpr Command kFixedCommands[] = {
     {.number = ReportNumber(Report::kServices), .menu = kReportsMenu, .text = "Ser&vices",
      .needs = Needs::kItem},
     {.number = ReportNumber(Report::kUninstall), .menu = kReportsMenu,
-     .text = "&Uninstall entries", .needs = Needs::kItem},
+     .text = "Uninstall entr&ies", .needs = Needs::kItem},
     {.number = ReportNumber(Report::kClasses), .menu = kReportsMenu,
      .text = "&Class registrations", .needs = Needs::kItem},
     {.number = ReportNumber(Report::kProgIds), .menu = kReportsMenu, .text = "&ProgIDs",
@@ -133,7 +133,7 @@ inline constexpr Command kFixedCommands[] = {
      .text = "&Keys that name files", .group_start = true, .needs = Needs::kItem},
     {.number = ReportNumber(Report::kFiles), .menu = kReportsMenu,
      .text = "&Files named by keys", .needs = Needs::kItem},
-    {.number = ReportNumber(Report::kCountKeys), .menu = kReportsMenu, .text = "Cou&nt keys",
+    {.number = ReportNumber(Report::kCountKeys), .menu = kReportsMenu, .text = "Count ke&ys",
      .group_start = true, .needs = Needs::kItem},
     {.number = ReportNumber(Report::kOpenSaveMru), .menu = kReportsMenu, .text = "OpenSave&MRU",
      .needs = Needs::kItem},
@@ -272,10 +272,12 @@ inline constexpr Command kFixedCommands[] = {
     {.number = kCommandPreviousPane, .accelerator = {kKeyF6, kWithShift}, .guard = Guard::kNone},
 };
 
-// Those above, and one for each decoder of evidence: in sub menus after the reports.
+// Those above, and after those of the reports one for each decoder of evidence, in sub menus.
 constexpr auto AllCommands() {
   std::array<Command, std::size(kFixedCommands) + std::size(kDecoders)> all{};
-  auto row = std::ranges::copy(kFixedCommands, all.begin()).out;
+  const auto of_reports = [](const Command& command) { return command.menu == kReportsMenu; };
+  const auto last = std::find_if(std::rbegin(kFixedCommands), std::rend(kFixedCommands), of_reports);
+  auto row = std::copy(std::begin(kFixedCommands), last.base(), all.begin());
   for (size_t i = 0; i < std::size(kDecoders); ++i, ++row) {
     row->number = NumberInRange(kCommandDecoder, static_cast<int>(i));
     row->menu = kDecoderMenus[static_cast<size_t>(kDecoders[i].group)];
@@ -283,6 +285,7 @@ constexpr auto AllCommands() {
     row->group_start = i == 0;
     row->needs = Needs::kItem;
   }
+  std::copy(last.base(), std::end(kFixedCommands), row);
   return all;
 }
 inline constexpr auto kCommandTable = AllCommands();

@@ -251,7 +251,8 @@ TEST_F(CommandsTest, WorkspaceListsTheHive) {
   OpenTools();
   TreeView_SelectItem(window_->tree.window, window_->tree.workspace);
   EXPECT_EQ(SelectedName(), "Workspace");
-  ASSERT_EQ(ListView_GetItemCount(window_->values.window), 1);
+  ASSERT_EQ(ListView_GetItemCount(window_->values.window), 2);
+  EXPECT_EQ(ValueRowTexts(1)[0], "State");
   EXPECT_EQ(ValueRowTexts(0),
             (Texts{window_->hive.tree->root_text, "Hive", hive_file_->name(), "0x00000000"}));
   EXPECT_EQ(TextOf(window_->detail.window).find("File: " + hive_file_->name()), 0U);
