@@ -5,6 +5,7 @@
 #include <unordered_map>
 #include <unordered_set>
 
+#include "check/check.h"
 #include "hive/keys.h"
 #include "hive/layers.h"
 #include "hive/values.h"
@@ -134,6 +135,10 @@ class ContentReader {
     return Push(std::move(key), tree_.disconnected_keys);
   }
 
+  uint64_t TimeAbove(const NewKey& key) const {
+    return key.parent == kNoNewKey ? kFirstTime : content_.keys[key.parent].last_write;
+  }
+
   uint32_t AddKey(uint32_t item, uint32_t parent) {
     const KeyItem& it = tree_.items[item];
     NewKey key;
@@ -143,15 +148,14 @@ class ContentReader {
                           (item != 0 || IsKeyItem(tree_, item));
     if (has_cell) {
       const KeyNode node = ReadKeyNode(hive_, it.position, KeyRead::kFields);
-      ReadFields(node, key);
+      ReadFields(item, node, key);
       key.descriptor = DescriptorOf(item, node.security, parent);
       ReadClass(item, node, key);
       // Of a key that is only shown as the way to another one the values are where it really is.
       if (it.kind != ItemKind::kPathCopy) ReadValues(item, key);
     } else {
       key.descriptor = DescriptorOf(item, kNoOffset, parent);
-      // A system takes no key without a time for sound.
-      key.last_write = item == 0 ? kFirstTime : content_.keys[parent].last_write;
+      key.last_write = TimeAbove(key);
       Row(item, "", "no record is left of this key: name from what names it, time of the key above",
           it.position);
     }
@@ -178,12 +182,17 @@ class ContentReader {
     Row(item, "", "renamed: " + ShownKeyName(TextOfWide(name)), tree_.items[item].position);
   }
 
-  void ReadFields(const KeyNode& node, NewKey& key) const {
+  void ReadFields(uint32_t item, const KeyNode& node, NewKey& key) {
     const uint32_t cell = node.position;
     key.flags = static_cast<uint16_t>(ReadU16(hive_, cell + kKeyFlags) & ~kFlagsOfPlace);
     key.last_write = node.last_write;
     key.access_bits = ReadU8(hive_, cell + kKeyAccessBits);
     if (content_.layered) key.layer_bits = ReadU8(hive_, cell + kKeyLayerBits);
+    const bool tombstone = LayerOfKey(hive_, cell) == KeyLayer::kTombstone;
+    if (!IsTimeOfKey(key.last_write) && !(key.last_write == 0 && tombstone)) {
+      key.last_write = TimeAbove(key);
+      Row(item, "", "time set to that of the key above: its own is none", cell);
+    }
     key.user_flags = ReadU8(hive_, cell + kKeyUserFlags);
     if ((key.flags & kHandleFlag) != 0) key.handle = ReadU32(hive_, cell + kKeyValueCount);
   }
@@ -216,12 +225,14 @@ class ContentReader {
     SecurityRecordInfo info;
     if (position != kNoOffset && ReadSecurityRecord(ImageBytes(hive_), position, info)) {
       std::vector<uint8_t> bytes(ReadU32(hive_, position + kSecurityLength));
-      ReadBytes(hive_, position + kSecurityDescriptor, bytes.data(),
-                static_cast<uint32_t>(bytes.size()));
-      return by_position_[position] = NumberOf(std::move(bytes));
+      bytes.resize(ReadBytes(hive_, position + kSecurityDescriptor, bytes.data(),
+                             static_cast<uint32_t>(bytes.size())));
+      if (DescriptorFault(bytes).empty()) {
+        return by_position_[position] = NumberOf(std::move(bytes));
+      }
     }
     if (item != 0) {
-      Row(item, "", "security record replaced by the parent's: its own is lost",
+      Row(item, "", "security record replaced by the parent's: its own is lost or damaged",
           tree_.items[item].position);
       return content_.keys[parent].descriptor;
     }

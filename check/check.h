@@ -63,6 +63,11 @@ inline bool IsSound(const CheckResult& result) {
 // "sound", "sound, dirty", "3 faults", "2 oddities".
 std::string VerdictWords(const CheckResult& result);
 
+// What is wrong in a self-relative security descriptor; empty for a well-formed one.
+std::string DescriptorFault(ByteView descriptor);
+// Of a key's last write: a FILETIME that a clock can have shown.
+bool IsTimeOfKey(uint64_t time);
+
 // The path of a key from the root on, "\" before each name as the tree shows names; empty for the
 // root. One of more than `limit` characters begins with the key from which on it fits:
 // "...@0x00012340\name".

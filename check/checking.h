@@ -128,9 +128,6 @@ void CheckSecurity(Checking& check);
 // Allocated cells that nothing names.
 void CheckUnnamed(Checking& check);
 
-// What is wrong in a self-relative security descriptor; empty for a well-formed one.
-std::string DescriptorFault(ByteView descriptor);
-
 // --- layers --------------------------------------------------------------------------------------
 
 inline KeyLayer LayerOf(uint8_t layer_byte) {

@@ -67,7 +67,7 @@ void CheckFields(Checking& check, uint32_t key) {
   }
   const uint64_t time = LoadU64(record + kKeyLastWrite);
   const bool tombstone = check.layered && LayerOf(record[kKeyLayerBits]) == KeyLayer::kTombstone;
-  if ((time == 0 && !tombstone) || time >= kYear10000) {
+  if (!IsTimeOfKey(time) && !(time == 0 && tombstone)) {
     AddFinding(check, kK13, position, key, {Concat({"0x", Hex(time, 16)}), "a time"});
   }
   if (const uint32_t count = LoadU32(record + kKeyVolatileCount); count != 0) {
@@ -423,6 +423,8 @@ void AddMisplaced(Checking& check) {
 }
 
 }  // namespace
+
+bool IsTimeOfKey(uint64_t time) { return time != 0 && time < kYear10000; }
 
 void CheckKeys(Checking& check) {
   if (!FindRoot(check)) return;

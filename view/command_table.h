@@ -275,8 +275,11 @@ inline constexpr Command kFixedCommands[] = {
 // Those above, and after those of the reports one for each decoder of evidence, in sub menus.
 constexpr auto AllCommands() {
   std::array<Command, std::size(kFixedCommands) + std::size(kDecoders)> all{};
-  const auto of_reports = [](const Command& command) { return command.menu == kReportsMenu; };
-  const auto last = std::find_if(std::rbegin(kFixedCommands), std::rend(kFixedCommands), of_reports);
+  const auto of_reports = [](const Command& command) {
+    return command.menu != nullptr && std::string_view(command.menu) == kReportsMenu;
+  };
+  const auto last =
+      std::find_if(std::rbegin(kFixedCommands), std::rend(kFixedCommands), of_reports);
   auto row = std::copy(std::begin(kFixedCommands), last.base(), all.begin());
   for (size_t i = 0; i < std::size(kDecoders); ++i, ++row) {
     row->number = NumberInRange(kCommandDecoder, static_cast<int>(i));
