@@ -29,7 +29,8 @@ uint64_t RoundUp(uint64_t size, uint64_t step) { return (size + step - 1) / step
 // --- bins and cells ------------------------------------------------------------------------------
 
 struct Bins {
-  std::vector<uint8_t> bytes;
+  // Of the file, the base block too, which is filled in last. Offsets count from the first bin.
+  std::vector<uint8_t> bytes = std::vector<uint8_t>(kBaseBlockSize);
   // What is free: by size, those of one size in the order in which they came to be.
   std::multimap<uint32_t, uint32_t> gaps;
   uint64_t time = 0;  // of the first bin
@@ -38,13 +39,14 @@ struct Bins {
 
 void Put(Bins& bins, uint32_t at, uint64_t value, int size) {
   for (int i = 0; i < size; ++i)
-    bins.bytes[at + static_cast<uint32_t>(i)] = static_cast<uint8_t>(value >> 8 * i);
+    bins.bytes[size_t{kBaseBlockSize} + at + static_cast<uint32_t>(i)] =
+        static_cast<uint8_t>(value >> 8 * i);
 }
 void Put16(Bins& bins, uint32_t at, size_t value) { Put(bins, at, value, 2); }
 void Put32(Bins& bins, uint32_t at, size_t value) { Put(bins, at, value, 4); }
 
 void PutBytes(Bins& bins, uint32_t at, std::span<const uint8_t> bytes) {
-  std::ranges::copy(bytes, bins.bytes.begin() + at);
+  std::ranges::copy(bytes, bins.bytes.begin() + kBaseBlockSize + at);
 }
 
 // A stretch of a bin that no cell is in yet is one free cell.
@@ -56,13 +58,13 @@ void AddGap(Bins& bins, uint32_t at, uint32_t size) {
 
 // A new bin with room for a cell of that size.
 void AddBin(Bins& bins, uint64_t cell) {
-  const auto start = static_cast<uint32_t>(bins.bytes.size());
+  const auto start = static_cast<uint32_t>(bins.bytes.size() - kBaseBlockSize);
   const uint64_t size = RoundUp(cell + kBinHeaderSize, kBinStep);
   if (start + size > kMostBytes) {
     bins.full = true;
     return;
   }
-  bins.bytes.resize(start + size);
+  bins.bytes.resize(kBaseBlockSize + start + size);
   Put32(bins, start, kBinSignature);
   Put32(bins, start + kBinOwnOffset, start);
   Put32(bins, start + kBinSize, size);
@@ -203,7 +205,6 @@ uint16_t StoredFlags(const NewKey& key) {
 
 // All but what its subkeys say.
 void AddKey(Bins& bins, const NewHive& hive, uint32_t number, KeyPlaces& places) {
-  constexpr uint16_t kHandleFlag = 0x40;
   const NewKey& key = hive.keys[number];
   const uint32_t cell = AddCell(bins, kKeyName - 4 + StoredLength(key.name));
   const uint32_t values = AddValueList(bins, key.values, hive.minor);
@@ -219,7 +220,7 @@ void AddKey(Bins& bins, const NewHive& hive, uint32_t number, KeyPlaces& places)
   Put32(bins, cell + kKeySubkeyList, kNone);
   Put32(bins, cell + kKeyVolatileList, kNone);
   Put32(bins, cell + kKeyValueCount,
-        (key.flags & kHandleFlag) != 0 ? key.handle : key.values.size());
+        (key.flags & kNewKeyHandle) != 0 ? key.handle : key.values.size());
   Put32(bins, cell + kKeyValueList, values);
   Put32(bins, cell + kKeyClassName, class_name);
   Put(bins, cell + kKeyUserFlags, key.user_flags, 1);
@@ -311,26 +312,24 @@ void AddSecurity(Bins& bins, const NewHive& hive, KeyPlaces& places) {
 
 // --- the file ------------------------------------------------------------------------------------
 
-std::vector<uint8_t> WithBaseBlock(Bins bins, const NewHive& hive, uint32_t root) {
-  std::vector<uint8_t> file = std::move(bins.bytes);
-  const auto length = static_cast<uint32_t>(file.size());
-  file.insert(file.begin(), kBaseBlockSize, 0);
-  Bins whole;
-  whole.bytes = std::move(file);
-  Put32(whole, 0, kHiveSignature);
-  Put32(whole, kBaseSequence1, 1);  // both are the same: nothing is pending
-  Put32(whole, kBaseSequence2, 1);
-  Put(whole, kBaseLastWrite, bins.time, 8);
-  Put32(whole, kBaseMajor, 1);
-  Put32(whole, kBaseMinor, hive.minor);
-  Put32(whole, kBaseFileFormat, 1);
-  Put32(whole, kBaseRootOffset, root);
-  Put32(whole, kBaseLength, length);
-  Put32(whole, kBaseClustering, 1);
-  PutBytes(whole, kBaseFileName, hive.file_name);
-  if (hive.layered) Put32(whole, kBaseFlags, kBaseLayered);
-  Put32(whole, kBaseChecksum, BaseBlockChecksum({whole.bytes.data(), kBaseBlockSize}));
-  return std::move(whole.bytes);
+void PutBaseBlock(Bins& bins, const NewHive& hive, uint32_t root) {
+  const auto put = [&bins](uint32_t field, uint64_t value, uint32_t size = 4) {
+    for (uint32_t i = 0; i < size; ++i)
+      bins.bytes[field + i] = static_cast<uint8_t>(value >> 8 * i);
+  };
+  put(0, kHiveSignature);
+  put(kBaseSequence1, 1);  // both are the same: nothing is pending
+  put(kBaseSequence2, 1);
+  put(kBaseLastWrite, bins.time, 8);
+  put(kBaseMajor, 1);
+  put(kBaseMinor, hive.minor);
+  put(kBaseFileFormat, 1);
+  put(kBaseRootOffset, root);
+  put(kBaseLength, bins.bytes.size() - kBaseBlockSize);
+  put(kBaseClustering, 1);
+  std::ranges::copy(hive.file_name, bins.bytes.begin() + kBaseFileName);
+  if (hive.layered) put(kBaseFlags, kBaseLayered);
+  put(kBaseChecksum, BaseBlockChecksum(ByteView(bins.bytes).first(kBaseBlockSize)));
 }
 
 std::vector<std::vector<uint32_t>> ChildrenOf(const NewHive& hive) {
@@ -402,7 +401,8 @@ std::vector<uint8_t> BytesOfNewHive(const NewHive& hive) {
   for (uint32_t key = 0; key < count && !bins.full; ++key) AddSubkeys(bins, hive, key, places);
   if (!bins.full) AddSecurity(bins, hive, places);
   if (bins.full) return {};
-  return WithBaseBlock(std::move(bins), hive, places.cells.front());
+  PutBaseBlock(bins, hive, places.cells.front());
+  return std::move(bins.bytes);
 }
 
 }  // namespace hivequarry

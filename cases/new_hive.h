@@ -21,6 +21,7 @@ struct NewValue {
 };
 
 inline constexpr uint32_t kNoNewKey = 0xFFFFFFFF;
+inline constexpr uint16_t kNewKeyHandle = 0x40;    // flag: it stands for a handle of the system
 inline constexpr size_t kLongestNewKeyName = 255;  // UTF-16 units, as for values
 inline constexpr size_t kLongestNewValueName = 16383;
 inline constexpr size_t kDeepestNewKey = 512;  // levels below the root; systems go no deeper
@@ -33,7 +34,7 @@ struct NewKey {
   uint8_t access_bits = 0;
   uint8_t layer_bits = 0;
   uint8_t user_flags = 0;
-  // Instead of a number of values, of a key that stands for a handle of the system (flag 0x40).
+  // Instead of a number of values, with the flag kNewKeyHandle.
   uint32_t handle = 0;
   uint32_t descriptor = 0;          // number of its security descriptor
   std::vector<uint8_t> class_name;  // at most 65,535 bytes

@@ -1,5 +1,6 @@
 #include "cases/repair.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <utility>
@@ -62,25 +63,20 @@ class Reopened {
   KeyTree tree_;
 };
 
-std::string_view TextOf(const std::vector<uint8_t>& bytes) {
+std::string_view TextOf(ByteView bytes) {
   return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
 }
 
 // The image as it is in memory, logs applied.
-std::vector<uint8_t> BytesOfImage(const HiveImage& hive) {
-  std::vector<uint8_t> bytes(hive.held);
-  bytes.resize(ReadHeldBytes(hive, 0, bytes.data(), hive.held));
-  return bytes;
-}
+ByteView BytesOfImage(const HiveImage& hive) { return {hive.buffer.get(), hive.held}; }
 
 // Holds all that was to be written, and nothing else.
-bool HoldsContent(const Reopened& opened, const NewHive& content,
-                  const std::vector<uint8_t>& bytes) {
+bool HoldsContent(const Reopened& opened, const NewHive& content) {
   const OutputListPtr rows = MakeOutputList(kListRepair);
   uint32_t left_out = 0;
   const NewHive read = ContentOfTree(opened.hive(), opened.tree(), false, *rows, left_out);
   if (left_out != 0 || RowCount(*rows) != 0 || !(read == content)) return false;
-  return BytesOfNewHive(read) == bytes && IsSound(CheckHive(bytes));
+  return IsSound(CheckHive(BytesOfImage(opened.hive())));
 }
 
 RepairFault RefusalOf(const std::string& name) {
@@ -89,7 +85,7 @@ RepairFault RefusalOf(const std::string& name) {
                                                            : RepairFault::kNone;
 }
 
-bool WriteBytes(const std::string& name, const std::vector<uint8_t>& bytes, int& error) {
+bool WriteBytes(const std::string& name, ByteView bytes, int& error) {
   OutputFile file;
   if (!OpenOutput(name, OutputMode::kNew, file, error)) return false;
   const OutputGuard guard(file);
@@ -98,9 +94,10 @@ bool WriteBytes(const std::string& name, const std::vector<uint8_t>& bytes, int&
   return CloseOutput(file, written);
 }
 
-template <typename Verify>
-void WriteVerified(const std::string& name, const std::vector<uint8_t>& bytes, Repaired& repaired,
-                   const Verify& verify) {
+// What is read back must be these bytes, and what `holds` wants of it.
+template <typename Holds>
+void WriteVerified(const std::string& name, ByteView bytes, Repaired& repaired,
+                   const Holds& holds) {
   const std::string made = NameBeside(name, repaired.error);
   repaired.fault = RepairFault::kWrite;
   if (made.empty()) return;
@@ -109,7 +106,7 @@ void WriteVerified(const std::string& name, const std::vector<uint8_t>& bytes, R
   bool same = false;
   {
     const Reopened opened(made);
-    same = opened.read() && verify(opened);
+    same = opened.read() && std::ranges::equal(BytesOfImage(opened.hive()), bytes) && holds(opened);
   }
   const bool kept = PutInPlace(made, name, same && RefusalOf(name) == RepairFault::kNone);
   repaired.bytes = bytes.size();
@@ -121,9 +118,7 @@ void WriteReplayed(const HiveImage& hive, const std::string& name, Repaired& rep
   if (!hive.header_valid) repaired.fault = RepairFault::kNoHive;
   if (hive.unread.count != 0) repaired.fault = RepairFault::kUnread;
   if (repaired.fault != RepairFault::kNone) return;
-  const std::vector<uint8_t> bytes = BytesOfImage(hive);
-  WriteVerified(name, bytes, repaired,
-                [&](const Reopened& opened) { return BytesOfImage(opened.hive()) == bytes; });
+  WriteVerified(name, BytesOfImage(hive), repaired, [](const Reopened&) { return true; });
 }
 
 void WriteRebuilt(const HiveImage& hive, const KeyTree& tree, bool recovered,
@@ -145,7 +140,7 @@ void WriteRebuilt(const HiveImage& hive, const KeyTree& tree, bool recovered,
     return;
   }
   WriteVerified(name, bytes, repaired,
-                [&](const Reopened& opened) { return HoldsContent(opened, content, bytes); });
+                [&](const Reopened& opened) { return HoldsContent(opened, content); });
 }
 
 }  // namespace

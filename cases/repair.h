@@ -46,9 +46,9 @@ struct Repaired {
 };
 
 // Writes the file `name` (UTF-8), which must not exist. It is read back by the reader that every
-// hive is read by before it gets its name: the same keys, values, data, classes, times and
-// descriptors, and, rebuilt once more, the same bytes, of a sound structure. No other hive may be
-// opened meanwhile.
+// hive is read by before it gets its name: the same bytes, and of a rebuilt one the same keys,
+// values, data, classes, times and descriptors, of a sound structure. No other hive may be opened
+// meanwhile.
 Repaired RepairHive(const HiveImage& hive, const KeyTree& tree, const RepairOptions& options,
                     const std::string& name);
 // Why not, for the user.

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <map>
 #include <unordered_map>
-#include <unordered_set>
 
 #include "check/check.h"
 #include "hive/keys.h"
@@ -26,7 +25,6 @@ namespace hivequarry {
 namespace {
 
 constexpr uint64_t kFirstTime = 119600064000000000;  // FILETIME of 1980-01-01
-constexpr uint16_t kHandleFlag = 0x40;               // the key stands for a handle of the system
 // Volatile, an exit of a hive, a hive's root: what a file's keys never are below the root.
 constexpr uint16_t kFlagsOfPlace = 0x01 | 0x02 | 0x04 | kKeyNameIsBytes;
 
@@ -47,15 +45,16 @@ std::u16string CapitalsOf(std::u16string name) {
 
 // Names that are taken among siblings; a taken one gets a number, as "name (2)".
 struct NameSet {
-  std::unordered_set<std::u16string> capitals;
+  std::unordered_map<std::u16string, uint32_t> next;  // number to be tried, by the name's capitals
   // True when the name had to be changed.
   bool Settle(std::u16string& name, size_t longest) {
-    if (capitals.insert(CapitalsOf(name)).second) return false;
+    const auto [taken, is_new] = next.try_emplace(CapitalsOf(name), 2);
+    if (is_new) return false;
     const std::u16string stem = name;
-    for (uint32_t number = 2;; ++number) {
-      const std::u16string ending = WideOfText(" (" + std::to_string(number) + ")");
+    for (uint32_t& number = taken->second;;) {
+      const std::u16string ending = WideOfText(" (" + std::to_string(number++) + ")");
       name = stem.substr(0, longest - ending.size()) + ending;
-      if (capitals.insert(CapitalsOf(name)).second) return true;
+      if (next.try_emplace(CapitalsOf(name), 2).second) return true;
     }
   }
 };
@@ -194,7 +193,7 @@ class ContentReader {
       Row(item, "", "time set to that of the key above: its own is none", cell);
     }
     key.user_flags = ReadU8(hive_, cell + kKeyUserFlags);
-    if ((key.flags & kHandleFlag) != 0) key.handle = ReadU32(hive_, cell + kKeyValueCount);
+    if ((key.flags & kNewKeyHandle) != 0) key.handle = ReadU32(hive_, cell + kKeyValueCount);
   }
 
   void ReadClass(uint32_t item, const KeyNode& node, NewKey& key) {
@@ -245,7 +244,7 @@ class ContentReader {
   // --- values ------------------------------------------------------------------------------------
 
   void ReadValues(uint32_t item, NewKey& key) {
-    if ((key.flags & kHandleFlag) != 0) return;
+    if ((key.flags & kNewKeyHandle) != 0) return;
     const uint32_t cell = tree_.items[item].position;
     positions_.clear();
     ReadValuesInWalk(hive_, cell, positions_);
