@@ -79,8 +79,6 @@ char16_t CapitalOf(char16_t unit) {
 
 namespace {
 
-char PlainCapital(char c) { return c >= 'a' && c <= 'z' ? static_cast<char>(c - 32) : c; }
-
 // A character with its capital. Beyond U+FFFF the system's table knows no letters: pairs of
 // surrogates are their own capitals.
 uint32_t CapitalCode(uint32_t code) {

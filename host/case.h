@@ -34,6 +34,10 @@ int CompareIgnoringCase(std::string_view a, std::string_view b);
 using CaseTable = std::array<uint8_t, 256>;
 CaseTable CapitalsOf(const CodePage& page);
 
+// a to z as capitals; any other byte is its own.
+constexpr char PlainCapital(char c) {
+  return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c;
+}
 // A to Z as small letters; any other byte is its own.
 constexpr char SmallLetter(char c) {
   return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;

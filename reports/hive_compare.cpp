@@ -1,7 +1,6 @@
 #include "reports/hive_compare.h"
 
 #include <algorithm>
-#include <tuple>
 #include <vector>
 
 #include "hive/file_place.h"
@@ -13,9 +12,12 @@
 #include "host/long_operation.h"
 #include "host/number_text.h"
 #include "host/shortfalls.h"
+#include "host/text.h"
 #include "lists/list_rows.h"
 #include "records/cell.h"
 #include "records/security_cell.h"
+#include "reports/registry_script.h"
+#include "reports/sorted_pairs.h"
 #include "words/item_values.h"
 #include "words/value_text.h"
 
@@ -28,28 +30,7 @@ constexpr uint16_t kComparedFlags = 0x0010;  // of a key: it is a symbolic link
 struct Named {
   std::string capitals;
   uint32_t at = 0;  // number of an item, or position of a value; kNoOffset for one that is lost
-  bool operator<(const Named& other) const {
-    return std::tie(capitals, at) < std::tie(other.capitals, other.at);
-  }
 };
-
-enum class Pairing : uint8_t { kBoth, kOnlyA, kOnlyB };
-
-// Hands pairs to `visit(pairing, a, b)`. Both are sorted; those of one name pair in their order.
-template <typename Visit>
-void Pair(const std::vector<Named>& a, const std::vector<Named>& b, const Visit& visit) {
-  size_t i = 0;
-  size_t j = 0;
-  while (i < a.size() || j < b.size()) {
-    const int order = i == a.size() ? 1 : j == b.size() ? -1 : a[i].capitals.compare(b[j].capitals);
-    if (order == 0)
-      visit(Pairing::kBoth, a[i++], b[j++]);
-    else if (order < 0)
-      visit(Pairing::kOnlyA, a[i], a[i]), ++i;
-    else
-      visit(Pairing::kOnlyB, b[j], b[j]), ++j;
-  }
-}
 
 bool TakesPart(const ComparedSide& side, uint32_t item, const HiveCompareOptions& options) {
   return HasKeyCell(side.tree, item) && (side.tree.items[item].connected || options.recovered);
@@ -57,6 +38,7 @@ bool TakesPart(const ComparedSide& side, uint32_t item, const HiveCompareOptions
 
 std::vector<Named> ChildrenOf(const ComparedSide& side, uint32_t item,
                               const HiveCompareOptions& options) {
+  const WholeReading whole;  // names pair as they are stored, however they are shown
   std::vector<Named> children;
   for (uint32_t at = FirstChild(side.tree, item); at != kNoItem; at = NextSibling(side.tree, at)) {
     if (!TakesPart(side, at, options)) continue;
@@ -86,16 +68,17 @@ struct Comparing {
   ComparedSide b;
   const HiveCompareOptions& options;
   HiveDifferences& differences;
-  OutputList* list = nullptr;
-  DataBudget budget_a;
-  DataBudget budget_b;
-  PathWalker paths_a;
-  PathWalker paths_b;
-  SideValue value_a;
-  SideValue value_b;
+  OutputList* list = nullptr;  // of rows; null where none are wanted
+  DataBudget budget_a = MakeDataBudget(a.hive);
+  DataBudget budget_b = MakeDataBudget(b.hive);
+  PathWalker paths_a = PathWalker(a.hive, a.tree);
+  PathWalker paths_b = PathWalker(b.hive, b.tree);
+  SideValue value_a = {};  // read last
+  SideValue value_b = {};
 };
 
 std::vector<Named> ValuesOf(const ComparedSide& side, uint32_t item) {
+  const WholeReading whole;
   std::vector<uint32_t> positions;
   ReadValuesInWalk(side.hive, PositionOf(side, item), positions);
   std::vector<Named> values;
@@ -124,13 +107,13 @@ std::string TimeText(const ComparedSide& side, uint32_t item) {
   return item == kNoItem ? std::string() : FormatIso8601(LastWriteOf(side.hive, side.tree, item));
 }
 
-struct RowTextsOf {
+struct SideTexts {
   std::string type;
   std::string data;
   std::string offset;
 };
 
-RowTextsOf TextsOfValue(const ComparedSide& side, uint32_t position) {
+SideTexts TextsOfValue(const ComparedSide& side, uint32_t position) {
   if (position == kNoOffset) return {"", "lost", ""};
   const ValueRow row = MakeValueRow(side.hive, position, {});
   return {row.type, row.data, PlaceText(side.hive, position)};
@@ -153,8 +136,8 @@ void AddDifference(Comparing& compare, const Difference& row) {
   const bool in_b = row.item_b != kNoItem;
   const std::string& path =
       in_b ? compare.paths_b.PathOf(row.item_b) : compare.paths_a.PathOf(row.item_a);
-  RowTextsOf a{"", row.data_a, ""};
-  RowTextsOf b{"", row.data_b, ""};
+  SideTexts a{"", row.data_a, ""};
+  SideTexts b{"", row.data_b, ""};
   std::string name;
   if (row.about_value) {
     if (row.value_a != kNoOffset) a = TextsOfValue(compare.a, row.value_a);
@@ -264,29 +247,30 @@ const char* ValueDifference(Comparing& compare, uint32_t a, uint32_t b) {
 void CompareValues(Comparing& compare, uint32_t item_a, uint32_t item_b) {
   const std::vector<Named> values_a = ValuesOf(compare.a, item_a);
   const std::vector<Named> values_b = ValuesOf(compare.b, item_b);
-  Pair(values_a, values_b, [&](Pairing pairing, const Named& a, const Named& b) {
-    Difference row{"", item_a, item_b, true, kNoOffset, kNoOffset, {}, {}};
-    HiveDifferences& differences = compare.differences;
-    if (pairing != Pairing::kOnlyB) row.value_a = a.at;
-    if (pairing != Pairing::kOnlyA) row.value_b = b.at;
-    if (pairing == Pairing::kBoth) {
-      const char* what = ValueDifference(compare, a.at, b.at);
-      if (what == nullptr) return;
-      row.what = what;
-      const bool readable = compare.value_a.read() && compare.value_b.read();
-      ++(readable ? differences.values_changed : differences.unreadable);
-    } else if ((pairing == Pairing::kOnlyA ? a.at : b.at) == kNoOffset) {
-      row.what = "unreadable";
-      ++differences.unreadable;
-    } else if (pairing == Pairing::kOnlyA) {
-      row.what = "value removed";
-      ++differences.values_removed;
-    } else {
-      row.what = "value added";
-      ++differences.values_added;
-    }
-    AddDifference(compare, row);
-  });
+  VisitPairs(values_a, values_b, &Named::capitals,
+             [&](Pairing pairing, const Named& a, const Named& b) {
+               Difference row{"", item_a, item_b, true, kNoOffset, kNoOffset, {}, {}};
+               HiveDifferences& differences = compare.differences;
+               if (pairing != Pairing::kOnlyB) row.value_a = a.at;
+               if (pairing != Pairing::kOnlyA) row.value_b = b.at;
+               if (pairing == Pairing::kBoth) {
+                 const char* what = ValueDifference(compare, a.at, b.at);
+                 if (what == nullptr) return;
+                 row.what = what;
+                 const bool readable = compare.value_a.read() && compare.value_b.read();
+                 ++(readable ? differences.values_changed : differences.unreadable);
+               } else if ((pairing == Pairing::kOnlyA ? a.at : b.at) == kNoOffset) {
+                 row.what = "unreadable";
+                 ++differences.unreadable;
+               } else if (pairing == Pairing::kOnlyA) {
+                 row.what = "value removed";
+                 ++differences.values_removed;
+               } else {
+                 row.what = "value added";
+                 ++differences.values_added;
+               }
+               AddDifference(compare, row);
+             });
 }
 
 // --- the walk ------------------------------------------------------------------------------------
@@ -307,7 +291,7 @@ void AddBranch(Comparing& compare, const ComparedSide& side, uint32_t item, bool
     if (!TakesPart(side, at, compare.options)) continue;
     ++keys;
     positions.clear();
-    ReadValuesOfKey(side.hive, PositionOf(side, at), side.hive.length / 4, positions);
+    ReadValuesInWalk(side.hive, PositionOf(side, at), positions);
     values += positions.size();
     if (compare.options.deep) row(at, std::to_string(positions.size()) + " values");
   }
@@ -324,12 +308,12 @@ struct KeyPair {
 
 std::vector<KeyPair> PairsBelow(const Comparing& compare, uint32_t item_a, uint32_t item_b) {
   std::vector<KeyPair> pairs;
-  Pair(ChildrenOf(compare.a, item_a, compare.options),
-       ChildrenOf(compare.b, item_b, compare.options),
-       [&pairs](Pairing pairing, const Named& a, const Named& b) {
-         pairs.push_back({pairing, pairing == Pairing::kOnlyB ? kNoItem : a.at,
-                          pairing == Pairing::kOnlyA ? kNoItem : b.at});
-       });
+  VisitPairs(ChildrenOf(compare.a, item_a, compare.options),
+             ChildrenOf(compare.b, item_b, compare.options), &Named::capitals,
+             [&pairs](Pairing pairing, const Named& a, const Named& b) {
+               pairs.push_back({pairing, pairing == Pairing::kOnlyB ? kNoItem : a.at,
+                                pairing == Pairing::kOnlyA ? kNoItem : b.at});
+             });
   return pairs;
 }
 
@@ -370,20 +354,13 @@ struct Patch {
   bool open = true;  // until the sink refuses
 };
 
-void AddWide(Patch& patch, std::u16string_view text) {
+// With its line ends.
+void AddText(Patch& patch, std::string_view text) {
   std::string bytes;
-  for (const char16_t unit : text) {
-    bytes += static_cast<char>(unit & 0xFF);
-    bytes += static_cast<char>(unit >> 8);
-  }
+  EncodeScript(ScriptForm::kFive, text, bytes);
   patch.open = patch.open && patch.sink(bytes);
 }
-void AddLine(Patch& patch, const std::string& line) { AddWide(patch, WideOfText(line) + u"\r\n"); }
-
-// Names that no line can hold.
-bool FitsLine(std::string_view name) {
-  return name.find_first_of(std::string_view("\r\n\0", 3)) == name.npos;
-}
+void AddLine(Patch& patch, const std::string& line) { AddText(patch, line + "\r\n"); }
 
 // "[ROOT\\A\\B" without its end; empty for a path that a script cannot hold.
 std::string ScriptPath(const Patch& patch, const ComparedSide& side, uint32_t item) {
@@ -392,8 +369,9 @@ std::string ScriptPath(const Patch& patch, const ComparedSide& side, uint32_t it
   for (uint32_t at = item; at != side.item; at = side.tree.items[at].parent) {
     names.push_back(StoredItemName(side.hive, side.tree, at));
     length += names.back().size() + 1;
-    const bool fits = !names.back().empty() && names.back().find('\\') == std::string::npos;
-    if (!fits || !FitsLine(names.back()) || length > kLongestPath) {
+    const bool fits = !names.back().empty() && names.back().find('\\') == std::string::npos &&
+                      HoldsScriptName(ScriptForm::kFive, names.back());
+    if (!fits || length > kLongestPath) {
       NoteShortfall(Shortfall::kScriptKeys);
       return {};
     }
@@ -403,41 +381,31 @@ std::string ScriptPath(const Patch& patch, const ComparedSide& side, uint32_t it
   return path;
 }
 
-// `"name"=`; empty for a name that a line cannot hold.
-std::string ScriptName(const std::string& name) {
-  if (name.empty()) return "@=";
-  if (!FitsLine(name)) {
-    NoteShortfall(Shortfall::kScriptNames);
-    return {};
-  }
-  std::string text = "\"";
-  for (const char c : name) {
-    if (c == '"' || c == '\\') text += '\\';
-    text += c;
-  }
-  return text + "\"=";
-}
-
-// Of any type as bytes, which loses nothing.
-std::string ScriptData(const SideValue& value) {
-  std::string text =
-      value.value.type == kRegBinary ? "hex:" : Concat({"hex(", SmallHex(value.value.type), "):"});
-  for (size_t i = 0; i < value.data.size(); ++i) {
-    if (i != 0) text += ',';
-    text += SmallHex(value.data[i], 2);
-  }
-  return text;
-}
-
 void AddPatchValue(Patch& patch, const SideValue& value) {
   if (!value.read()) return NoteShortfall(Shortfall::kValueData);
-  const std::string name = ScriptName(value.value.name);
-  if (!name.empty()) AddLine(patch, name + ScriptData(value));
+  const std::string& name = value.value.name;
+  std::string line;
+  const bool fits = HoldsScriptName(ScriptForm::kFive, name) &&
+                    FormatScriptBytes(name, value.value.type, value.data, line);
+  if (!fits) return NoteShortfall(Shortfall::kScriptNames);
+  AddText(patch, line);
+}
+
+// The line that deletes a value; empty for a lost one, and for a name that no line can hold.
+std::string DeletionOf(const ComparedSide& side, uint32_t position) {
+  if (position == kNoOffset) return {};
+  const ValueKey value = ReadValueKey(side.hive, position, ValueRead::kName, 0, nullptr);
+  std::string line;
+  const bool fits =
+      HoldsScriptName(ScriptForm::kFive, value.name) && FormatScriptDeletion(value.name, line);
+  if (!fits) NoteShortfall(Shortfall::kScriptNames);
+  return line;
 }
 
 // The key, which A lacks, and those below it.
 void PatchNew(Comparing& compare, Patch& patch, uint32_t item) {
-  for (uint32_t at = item; at < compare.b.tree.items[item].end && patch.open; ++at) {
+  for (uint32_t at = item; at < compare.b.tree.items[item].end && patch.open && !StopRequested();
+       ++at) {
     if (!TakesPart(compare.b, at, compare.options)) continue;
     const std::string path = ScriptPath(patch, compare.b, at);
     if (path.empty()) continue;
@@ -459,18 +427,18 @@ void PatchValues(Comparing& compare, Patch& patch, const KeyPair& pair) {
     AddLine(patch, "[" + path + "]");
     return begun = true;
   };
-  Pair(ValuesOf(compare.a, pair.a), ValuesOf(compare.b, pair.b),
-       [&](Pairing pairing, const Named& a, const Named& b) {
-         if (pairing == Pairing::kOnlyA) {
-           ReadSide(compare.a, a.at, compare.budget_a, compare.value_a);
-           const std::string name = ScriptName(compare.value_a.value.name);
-           if (a.at != kNoOffset && !name.empty() && begin()) AddLine(patch, name + "-");
-           return;
-         }
-         if (pairing == Pairing::kBoth && ValueDifference(compare, a.at, b.at) == nullptr) return;
-         ReadSide(compare.b, b.at, compare.budget_b, compare.value_b);
-         if (begin()) AddPatchValue(patch, compare.value_b);
-       });
+  VisitPairs(ValuesOf(compare.a, pair.a), ValuesOf(compare.b, pair.b), &Named::capitals,
+             [&](Pairing pairing, const Named& a, const Named& b) {
+               if (pairing == Pairing::kOnlyA) {
+                 const std::string line = DeletionOf(compare.a, a.at);
+                 if (!line.empty() && begin()) AddText(patch, line);
+                 return;
+               }
+               if (pairing == Pairing::kBoth && ValueDifference(compare, a.at, b.at) == nullptr)
+                 return;
+               ReadSide(compare.b, b.at, compare.budget_b, compare.value_b);
+               if (begin()) AddPatchValue(patch, compare.value_b);
+             });
   if (begun) AddLine(patch, "");
 }
 
@@ -510,37 +478,19 @@ std::string DifferenceWords(const HiveDifferences& differences) {
 OutputListPtr CompareHives(const ComparedSide& a, const ComparedSide& b,
                            const HiveCompareOptions& options, HiveDifferences& differences) {
   OutputListPtr list = MakeOutputList(kListHiveCompare);
-  Comparing compare{a,
-                    b,
-                    options,
-                    differences,
-                    list.get(),
-                    MakeDataBudget(a.hive),
-                    MakeDataBudget(b.hive),
-                    PathWalker(a.hive, a.tree),
-                    PathWalker(b.hive, b.tree),
-                    {},
-                    {}};
+  Comparing compare{a, b, options, differences, list.get()};
   WalkPairs(compare, CompareOne);
   return list;
 }
 
 bool WritePatch(const ComparedSide& a, const ComparedSide& b, const HiveCompareOptions& options,
                 const std::string& root, const TextSink& sink) {
+  const WholeReading whole;
   HiveDifferences ignored;
-  Comparing compare{a,
-                    b,
-                    options,
-                    ignored,
-                    nullptr,
-                    MakeDataBudget(a.hive),
-                    MakeDataBudget(b.hive),
-                    PathWalker(a.hive, a.tree),
-                    PathWalker(b.hive, b.tree),
-                    {},
-                    {}};
+  Comparing compare{a, b, options, ignored};
   Patch patch{root, sink};
-  AddWide(patch, u"\uFEFFWindows Registry Editor Version 5.00\r\n\r\n");
+  patch.open = sink(ScriptMark(ScriptForm::kFive));
+  AddText(patch, ScriptHead(ScriptForm::kFive));
   WalkPairs(compare,
             [&patch](Comparing& with, const KeyPair& pair) { PatchOne(with, patch, pair); });
   return patch.open && !StopRequested();

@@ -7,13 +7,14 @@
 #include "hive/replaying.h"
 #include "hive/timestamp.h"
 #include "hive/values.h"
-#include "host/files.h"
 #include "host/long_operation.h"
+#include "host/shortfalls.h"
 #include "lists/list_rows.h"
 #include "records/cell.h"
 #include "records/key_node.h"
 #include "records/value_key.h"
 #include "recovery/freed_records.h"
+#include "replay/log_words.h"
 #include "words/value_text.h"
 
 namespace hivequarry {
@@ -34,7 +35,16 @@ struct Search {
   const KeyTree& tree;
   OutputList& list;
   std::unordered_set<std::string> told;  // a record's position and bytes
+  uint64_t room = 0;                     // bytes of records that may be looked up there
 };
+
+// Records lie side by side in a page. Only forged ones lie over each other, so that together they
+// are many times as long as the log.
+uint64_t RoomFor(const HiveLogs& logs) {
+  uint64_t bytes = 1 << 20;
+  for (const HiveLog& log : logs.logs) bytes += log.length;
+  return 4 * bytes;
+}
 
 bool HasRoom(ByteView page, uint32_t cell, uint32_t length) {
   const uint32_t size = CellLength(ReadU32(page, cell));
@@ -66,6 +76,11 @@ bool IsNew(Search& search, const PageOfLog& page, uint32_t cell, uint32_t length
     return std::ranges::equal(PartOf(image, at, static_cast<uint32_t>(record.size())), record);
   };
   if (has(ImageBytes(search.hive)) || has(search.hive.logs->before_bytes())) return false;
+  if (record.size() > search.room) {
+    NoteShortfall(Shortfall::kRows);
+    return false;
+  }
+  search.room -= record.size();
   std::string mark = std::to_string(at) + ":";
   AppendText(record, mark);
   return search.told.insert(std::move(mark)).second;
@@ -98,7 +113,7 @@ bool DataInPage(const PageOfLog& page, uint32_t cell, const ValueFields& value, 
 void AddRecord(Search& search, const PageOfLog& page, uint32_t cell,
                std::initializer_list<std::string_view> own, const RowFacts& facts) {
   std::vector<Cell> cells(own.begin(), own.end());
-  const std::string texts[] = {PositionText(page.position + cell), LeafOf(FilePath(page.log.name)),
+  const std::string texts[] = {PositionText(page.position + cell), NameOfLog(page.log),
                                std::to_string(page.entry.sequence),
                                PositionText(page.log_position + cell), page.status};
   cells.insert(cells.end(), std::begin(texts), std::end(texts));
@@ -168,7 +183,7 @@ void SearchEntry(Search& search, const HiveLog& log, const LogEntry& entry, cons
 OutputListPtr ListLogRecords(const HiveImage& hive, const KeyTree& tree) {
   OutputListPtr list = MakeOutputList(kListLogRecords);
   if (hive.logs == nullptr) return list;
-  Search search{hive, tree, *list, {}};
+  Search search{hive, tree, *list, {}, RoomFor(*hive.logs)};
   for (const HiveLog& log : hive.logs->logs) {
     for (size_t i = 0; i < log.entries.size(); ++i) {
       const bool applied = i < log.applied;

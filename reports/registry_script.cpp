@@ -7,6 +7,7 @@
 #include <unordered_set>
 #include <utility>
 
+#include "bytes/byte_hash.h"
 #include "hive/keys.h"
 #include "hive/layers.h"
 #include "hive/values.h"
@@ -47,15 +48,6 @@ bool IsScriptKeyName(const KeyTree& tree, uint32_t item, std::string_view name) 
   if (!stored || !IsKeyOrCopy(tree, item)) return true;
   const bool fits = name.size() <= kMaxScriptKeyName || CountUnits(name) <= kMaxScriptKeyName;
   return fits && name.find('\\') == name.npos;
-}
-
-// FNV-1a.
-uint64_t HashOf(std::string_view text) {
-  uint64_t hash = 0xCBF29CE484222325;
-  for (const char character : text) {
-    hash = (hash ^ static_cast<uint8_t>(character)) * 0x100000001B3;
-  }
-  return hash;
 }
 
 // Why a value was skipped, in the words of the value lists where they have some.
@@ -231,7 +223,7 @@ class ScriptWriter {
   void NoteKeyName(uint32_t item, std::string_view name) {
     if (!noted_keys_.insert(item).second) return;
     if (!HoldsScriptName(form_, name)) NoteLossy(item, kNoOffset);
-    const auto [known, added] = odd_keys_.emplace(HashOf(WrittenName(line_)), item);
+    const auto [known, added] = odd_keys_.emplace(MixedHash(kHashStart, WrittenName(line_)), item);
     if (added || known->second == item) return;
     result_.merged.push_back({item, kNoOffset});
     NoteShortfall(Shortfall::kScriptNames);

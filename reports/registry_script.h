@@ -38,6 +38,9 @@ inline constexpr uint32_t kMaxScriptDepth = 383;  // levels below the branch's f
 // name or the data's text only with "?" in it.
 bool FormatScriptValue(std::string_view name, uint32_t type, std::span<const uint8_t> data,
                        ScriptForm form, std::string& out, bool& lost);
+// Appends a value's line with its data as bytes, whatever its type, in one piece. False as above.
+bool FormatScriptBytes(std::string_view name, uint32_t type, std::span<const uint8_t> data,
+                       std::string& out);
 // Appends the line that makes an import delete the value of that name. False as above.
 bool FormatScriptDeletion(std::string_view name, std::string& out);
 // True for a name of a value that the form holds only with "?" in it: a line end has a form of its

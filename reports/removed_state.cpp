@@ -142,10 +142,6 @@ std::string RemovedByText(const HiveLogs& logs, const RemovedBy& by) {
          std::to_string(last.sequence);
 }
 
-std::string RemovedWords(const HiveLogs& logs, const RemovedBy& by) {
-  return "removed by " + RemovedByText(logs, by);
-}
-
 void HideWhatStays(RemovedState& removed) {
   std::vector<KeyItem>& items = removed.before.tree.items;
   for (size_t item = 1; item < items.size(); ++item) {

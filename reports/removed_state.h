@@ -48,10 +48,8 @@ struct RemovedState {
 // removed something, up to a bound.
 bool FindRemoved(const HiveImage& hive, const KeyTree& tree, RemovedState& removed);
 
-// "removed by HIVE.LOG1 at 0x00000200 (512), entry 10"; with several entries "... by one of the
-// entries 10..12".
-std::string RemovedWords(const HiveLogs& logs, const RemovedBy& by);
-// The same without "removed by", for a column; the position is that of the entry in its log.
+// What removed it: "HIVE.LOG1 at 0x00000200 (512), entry 10", the entry's position in its log; with
+// several entries "one of the entries 10..12".
 std::string RemovedByText(const HiveLogs& logs, const RemovedBy& by);
 
 // Takes out of the view of the tree before what is neither removed nor on the way to it.

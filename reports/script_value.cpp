@@ -255,6 +255,18 @@ bool FormatScriptDeletion(std::string_view name, std::string& out) {
   return true;
 }
 
+bool FormatScriptBytes(std::string_view name, uint32_t type, std::span<const uint8_t> data,
+                       std::string& out) {
+  if (!BeginValueLine(name, out)) return false;
+  AppendHexMark(type, out);
+  const size_t start = out.size();
+  out.resize(start + 3 * data.size() + 1);
+  const char* const end = WriteHexRun(data, out.data() + start);
+  out.resize(static_cast<size_t>(end - out.data()) - (data.empty() ? 0 : 1));  // the last comma
+  out += kLineEnd;
+  return true;
+}
+
 bool FormatScriptValue(std::string_view name, uint32_t type, std::span<const uint8_t> data,
                        ScriptForm form, std::string& out, bool& lost) {
   lost = false;

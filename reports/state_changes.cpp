@@ -2,11 +2,13 @@
 
 #include <algorithm>
 
+#include "bytes/byte_hash.h"
 #include "hive/keys.h"
 #include "hive/values.h"
 #include "host/long_operation.h"
 #include "host/shortfalls.h"
 #include "recovery/image_tree.h"
+#include "reports/sorted_pairs.h"
 #include "words/item_values.h"
 
 namespace hivequarry {
@@ -27,18 +29,13 @@ struct KeptShortfalls {
   std::array<uint64_t, kShortfallKinds> counts{};
 };
 
-uint64_t Mixed(uint64_t hash, ByteView bytes) {
-  for (const uint8_t byte : bytes) hash = (hash ^ byte) * 0x100000001B3;
-  return hash;
-}
-
 uint64_t ContentOf(const ValueKey& value, ByteView data) {
   uint8_t head[9] = {static_cast<uint8_t>(value.status)};
   for (size_t i = 0; i < 4; ++i) {
     head[1 + i] = static_cast<uint8_t>(value.type >> 8 * i);
     head[5 + i] = static_cast<uint8_t>(value.data_length >> 8 * i);
   }
-  return Mixed(Mixed(0xCBF29CE484222325, head), data);
+  return MixedHash(MixedHash(kHashStart, head), data);
 }
 
 std::vector<StateValue> ValuesOf(const HiveImage& image, uint32_t key, DataBudget& budget,
@@ -53,33 +50,17 @@ std::vector<StateValue> ValuesOf(const HiveImage& image, uint32_t key, DataBudge
   return values;
 }
 
-// Calls one of three functions for what only one of two sorted runs has, or both have.
-template <typename Item, typename Name, typename Before, typename After, typename Both>
-void Merge(const std::vector<Item>& before, const std::vector<Item>& after, Name name,
-           const Before& only_before, const After& only_after, const Both& both) {
-  size_t i = 0;
-  size_t j = 0;
-  while (i < before.size() || j < after.size()) {
-    const bool left = j == after.size() || (i < before.size() && before[i].*name < after[j].*name);
-    const bool right = i == before.size() || (j < after.size() && after[j].*name < before[i].*name);
-    if (left) {
-      only_before(before[i++]);
-    } else if (right) {
-      only_after(after[j++]);
-    } else {
-      both(before[i++], after[j++]);
-    }
-  }
-}
-
 void CompareValues(const StateKey& before, const StateKey& after, const ChangeSink& sink) {
-  Merge(
-      before.values, after.values, &StateValue::name,
-      [&](const StateValue& value) { sink(StateChange::kValueRemoved, before, &value); },
-      [&](const StateValue& value) { sink(StateChange::kValueAdded, after, &value); },
-      [&](const StateValue& old, const StateValue& value) {
-        if (old.content != value.content) sink(StateChange::kValueChanged, after, &value);
-      });
+  VisitPairs(before.values, after.values, &StateValue::name,
+             [&](Pairing pairing, const StateValue& old, const StateValue& value) {
+               if (pairing == Pairing::kOnlyA) {
+                 sink(StateChange::kValueRemoved, before, &old);
+               } else if (pairing == Pairing::kOnlyB) {
+                 sink(StateChange::kValueAdded, after, &value);
+               } else if (old.content != value.content) {
+                 sink(StateChange::kValueChanged, after, &value);
+               }
+             });
 }
 
 void TellAll(StateChange key_change, StateChange value_change, const StateKey& key,
@@ -127,18 +108,17 @@ const char* ChangeWord(StateChange change) {
 }
 
 void CompareStates(const HiveState& before, const HiveState& after, const ChangeSink& sink) {
-  Merge(
-      before.keys, after.keys, &StateKey::path,
-      [&](const StateKey& key) {
-        TellAll(StateChange::kKeyRemoved, StateChange::kValueRemoved, key, sink);
-      },
-      [&](const StateKey& key) {
-        TellAll(StateChange::kKeyAdded, StateChange::kValueAdded, key, sink);
-      },
-      [&](const StateKey& old, const StateKey& key) {
-        if (old.last_write != key.last_write) sink(StateChange::kKeyChanged, key, nullptr);
-        CompareValues(old, key, sink);
-      });
+  VisitPairs(before.keys, after.keys, &StateKey::path,
+             [&](Pairing pairing, const StateKey& old, const StateKey& key) {
+               if (pairing == Pairing::kOnlyA) {
+                 return TellAll(StateChange::kKeyRemoved, StateChange::kValueRemoved, old, sink);
+               }
+               if (pairing == Pairing::kOnlyB) {
+                 return TellAll(StateChange::kKeyAdded, StateChange::kValueAdded, key, sink);
+               }
+               if (old.last_write != key.last_write) sink(StateChange::kKeyChanged, key, nullptr);
+               CompareValues(old, key, sink);
+             });
 }
 
 }  // namespace hivequarry

@@ -13,6 +13,7 @@
 #include "host/number_text.h"
 #include "host/visible_text.h"
 #include "lists/list_rows.h"
+#include "reports/control_sets.h"
 #include "reports/freed_rows.h"
 
 namespace hivequarry {
@@ -37,7 +38,7 @@ bool IsRunKey(std::string_view path) {
 std::string ValueNames(const HiveImage& hive, uint32_t key) {
   constexpr size_t kMost = 64;
   std::vector<uint32_t> values;
-  ReadValuesOfKey(hive, key, hive.length / 4, values);
+  ReadValuesInWalk(hive, key, values);
   std::string names;
   for (size_t i = 0; i < std::min(values.size(), kMost); ++i) {
     const ValueKey value = ReadValueKey(hive, values[i], ValueRead::kName, 0, nullptr);
@@ -73,12 +74,13 @@ void AddEvent(Timeline& timeline, const TimelineOptions& options, TimelineEvent 
   }
 }
 
-void AddKeys(Timeline& timeline, const HiveImage& hive, const KeyTree& tree, uint32_t item,
+void AddKeys(Timeline& timeline, const HiveImage& hive, const KeyTree& tree,
              const TimelineOptions& options) {
   PathWalker paths(hive, tree);
   const auto number = static_cast<uint32_t>(timeline.hives.size() - 1);
   TimelineHive& about = timeline.hives.back();
-  for (uint32_t at = item; at < tree.items[item].end && !StopRequested(); ++at) {
+  const uint32_t end = tree.items[options.item].end;
+  for (uint32_t at = options.item; at < end && !StopRequested(); ++at) {
     if (!IsKeyItem(tree, at)) continue;
     ++about.keys;
     if (!HasKeyCell(tree, at)) {
@@ -105,13 +107,13 @@ void AddKeys(Timeline& timeline, const HiveImage& hive, const KeyTree& tree, uin
   }
 }
 
-void AddFreedKeys(Timeline& timeline, const HiveImage& hive, const KeyTree& tree, uint32_t item,
+void AddFreedKeys(Timeline& timeline, const HiveImage& hive, const KeyTree& tree,
                   const TimelineOptions& options) {
   FreedSource from(hive, tree);
   TimelineHive& about = timeline.hives.back();
   for (const FreedKey& key : from.records.keys) {
     if (StopRequested()) return;
-    if (!IsFreedBelow(tree, from.records, key.position, item)) continue;
+    if (!IsFreedBelow(tree, from.records, key.position, options.item)) continue;
     TimelineEvent event;
     event.time = ReadU64(hive, key.position + kKeyLastWrite);
     if (!IsInTimes(options, event.time)) continue;
@@ -195,12 +197,11 @@ std::string_view KeepText(Timeline& timeline, std::string_view text) {
 
 bool AddToTimeline(Timeline& timeline, const HiveImage& hive, const KeyTree& tree,
                    const TimelineOptions& options, TimelineHive about) {
-  const uint32_t item = options.key.empty() ? 0 : FindItemByPath(hive, tree, options.key);
-  if (item == kNoItem || tree.items.empty()) return false;
+  if (options.item >= tree.items.size()) return false;
   timeline.hives.push_back(std::move(about));
-  AddKeys(timeline, hive, tree, item, options);
-  if (options.freed) AddFreedKeys(timeline, hive, tree, item, options);
-  if (options.base_block && options.key.empty()) AddBaseTimes(timeline, hive, options);
+  AddKeys(timeline, hive, tree, options);
+  if (options.freed) AddFreedKeys(timeline, hive, tree, options);
+  if (options.base_block && options.item == 0) AddBaseTimes(timeline, hive, options);
   return true;
 }
 
@@ -211,10 +212,9 @@ void SortTimeline(Timeline& timeline) {
 }
 
 void NameMachine(const HiveImage& hive, const KeyTree& tree, TimelineHive& about) {
-  constexpr const char* kNameKeys[] = {"\\ControlSet001\\Control\\ComputerName\\ComputerName",
-                                       "\\ControlSet002\\Control\\ComputerName\\ComputerName",
-                                       "\\ControlSet003\\Control\\ComputerName\\ComputerName"};
-  for (const char* path : kNameKeys) {
+  for (const uint32_t set : {ReadControlSets(hive, tree).current, 1U, 2U, 3U}) {
+    const std::string path =
+        Concat({"\\ControlSet", Decimal(set, 3), "\\Control\\ComputerName\\ComputerName"});
     const uint32_t item = FindItemByPath(hive, tree, path);
     if (item == kNoItem || !HasKeyCell(tree, item)) continue;
     std::vector<uint32_t> values;

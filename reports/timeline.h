@@ -51,14 +51,14 @@ struct TimelineOptions {
   bool freed = false;
   bool values = false;      // times in values
   bool base_block = false;  // times of the base block
-  std::string key;          // only this branch: a path, empty for all
+  uint32_t item = 0;        // only this item of the tree, with all below it
   bool bounded = false;     // by these, FILETIME, both included
   uint64_t from = 0;
   uint64_t to = UINT64_MAX;
 };
 
-// Adds the events of a loaded hive; the hive may be closed afterwards. False where there is no key
-// of that path.
+// Adds the events of a loaded hive; the hive may be closed afterwards. False where the tree has no
+// such item.
 bool AddToTimeline(Timeline& timeline, const HiveImage& hive, const KeyTree& tree,
                    const TimelineOptions& options, TimelineHive about);
 void SortTimeline(Timeline& timeline);

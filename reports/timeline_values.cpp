@@ -5,6 +5,7 @@
 #include "hive/values.h"
 #include "host/case.h"
 #include "host/visible_text.h"
+#include "reports/report_run.h"
 #include "reports/timeline.h"
 
 namespace hivequarry {
@@ -52,16 +53,6 @@ uint64_t TimeIn(TimeForm form, const std::vector<uint8_t>& data) {
   return data.size() == 16 ? LoadU64(data.data() + 8) : 0;
 }
 
-// The names of counts are ciphered letter by letter.
-std::string Deciphered(std::string_view name) {
-  std::string text(name);
-  for (char& c : text) {
-    if (c >= 'a' && c <= 'z') c = static_cast<char>('a' + (c - 'a' + 13) % 26);
-    if (c >= 'A' && c <= 'Z') c = static_cast<char>('A' + (c - 'A' + 13) % 26);
-  }
-  return text;
-}
-
 }  // namespace
 
 void AddValueTimes(Timeline& timeline, const HiveImage& hive, const KeyTree& tree, uint32_t item,
@@ -86,7 +77,8 @@ void AddValueTimes(Timeline& timeline, const HiveImage& hive, const KeyTree& tre
       event.event = time.event;
       const std::string name = ShownValueName(value.name);
       event.value = KeepText(timeline, name);
-      event.detail = time.form == TimeForm::kRunCount ? KeepText(timeline, Deciphered(name)) : "";
+      // The names of counts are ciphered.
+      event.detail = time.form == TimeForm::kRunCount ? KeepText(timeline, Rot13(name)) : "";
       timeline.events.push_back(event);
     }
   }

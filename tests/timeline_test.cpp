@@ -101,9 +101,9 @@ TEST(TimelineTest, ValuesBoundsAndBaseBlock) {
   EXPECT_EQ(timeline.events[1].key, "ROOT\\Control\\Other");
   EXPECT_EQ(timeline.hives[0].keys, timeline.hives[0].keys_without + 1);
   options.bounded = false;
-  options.key = "\\Control\\Other";
+  options.item = FindItemByPath(opened.hive, opened.tree, "\\Control\\Other");
   EXPECT_EQ(TimelineOf(opened, options).events.size(), 1u);
-  options.key.clear();
+  options.item = 0;
   const Timeline all = TimelineOf(opened, options);
   EXPECT_TRUE(std::ranges::any_of(all.events, [](const TimelineEvent& event) {
     return std::string_view(event.event) == "hive written";

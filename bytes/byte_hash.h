@@ -1,0 +1,21 @@
+// A hash of bytes, to tell apart what is too long to be kept.
+#pragma once
+
+#include <string_view>
+
+#include "bytes/byte_view.h"
+
+namespace hivequarry {
+
+inline constexpr uint64_t kHashStart = 0xCBF29CE484222325;
+
+// FNV-1a: the hash of what went before and of these bytes after it.
+inline uint64_t MixedHash(uint64_t hash, ByteView bytes) {
+  for (const uint8_t byte : bytes) hash = (hash ^ byte) * 0x100000001B3;
+  return hash;
+}
+inline uint64_t MixedHash(uint64_t hash, std::string_view text) {
+  return MixedHash(hash, ByteView(reinterpret_cast<const uint8_t*>(text.data()), text.size()));
+}
+
+}  // namespace hivequarry
