@@ -52,10 +52,9 @@ int OpenHiveAndTell(const std::string& file_name) {
 bool IsLogFile(const std::string& file_name, HiveLog& log) {
   uint8_t start[kLogUnit + 4] = {};
   int error = 0;
-  std::FILE* stream = OpenFile(file_name, "rb", error);
+  const FileStream stream(OpenFile(file_name, "rb", error));
   if (stream == nullptr) return false;
-  const size_t got = ReadFileBytes(stream, 0, start, sizeof start);
-  std::fclose(stream);
+  const size_t got = ReadFileBytes(stream.get(), 0, start, sizeof start);
   const uint32_t mark = LoadU32(start + kLogUnit);
   const bool is_log = got == sizeof start && LoadU32(start) == kHiveSignature &&
                       (mark == kLogEntrySignature || mark == kLogBitmapSignature);

@@ -4,12 +4,10 @@
 
 #include "app/opening_words.h"
 #include "cli/opened_hive.h"
-#include "hive/file_place.h"
 #include "hive/layer_stack.h"
 #include "hive/layers.h"
 #include "hive/root_path.h"
 #include "host/host.h"
-#include "host/long_operation.h"
 
 namespace hivequarry {
 namespace {
@@ -26,27 +24,21 @@ bool IsOfTree(std::string_view command) {
 // Opens one, with its tree. An exit status.
 int OpenBase(const std::string& name, const ConsoleRequest& request, const BuildOptions& options,
              OpenedHive& opened, TreeOfLayer& layer) {
-  HiveTable& table = TheHiveTable();
-  table.start_offset = table.end_offset = 0;
-  table.logs = LogChoice();
-  if (request.logs.mode == LogMode::kNone) table.logs.mode = LogMode::kNone;
-  const int slot = OpenHiveAndTell(name);
-  if (slot < 0) return StopRequested() ? kExitFailed : kExitUnreadable;
-  HiveImage& hive = HiveOfSlot(slot);
-  BuildOptions plain = options;
-  plain.root_path.clear();
-  const ImageSummary summary = BuildImageTree(hive, plain, layer.tree);
-  if (summary.stopped) return kExitFailed;
-  const auto tell = [&name](const std::string& words) {
-    if (!words.empty()) Complain(name + ": " + words);
-  };
-  tell(UndoneWords(hive));
-  tell(LogsWords(hive));
-  opened.lacks_logs = opened.lacks_logs || LacksLogs(hive);
-  if (FoundNothing(summary) && !ValidateAndTell(hive)) return kExitFailed;
+  FileToOpen file = FileOf(request, name);
+  file.start_offset = file.end_offset = 0;
+  file.logs = LogChoice();
+  if (request.logs.mode == LogMode::kNone) file.logs.mode = LogMode::kNone;
+  file.build = options;
+  file.build.root_path.clear();
+  file.named = true;
+  OpenedHive base;
+  if (const int status = OpenWithTree(file, base); status != kExitDone) return status;
+  opened.lacks_logs = opened.lacks_logs || base.lacks_logs;
+  if (FoundNothing(base.summary) && !ValidateAndTell(*base.hive)) return kExitFailed;
   // The file stays evidence, though its slot is free for the next one.
-  layer.hive = std::move(hive);
-  hive = HiveImage();
+  layer.hive = std::move(*base.hive);
+  layer.tree = std::move(base.tree);
+  *base.hive = HiveImage();
   return kExitDone;
 }
 

@@ -1,7 +1,5 @@
 // "check": the file is opened and judged, and no tree is built of it.
-#include "app/opening_words.h"
 #include "cli/opened_hive.h"
-#include "hive/hive_table.h"
 #include "hive/root_evidence.h"
 #include "hive/root_path.h"
 #include "host/long_operation.h"
@@ -31,15 +29,12 @@ int StatusOf(const CheckResult& result) {
 }  // namespace
 
 int CheckCommand(const ConsoleRequest& request) {
-  HiveTable& table = TheHiveTable();
-  table.start_offset = request.start_offset;
-  table.end_offset = request.end_offset;
-  table.logs = request.logs;
+  FileToOpen file = FileOf(request, request.hive);
   // A system that looks at the file alone sees it without its logs.
-  if (!request.logs_given) table.logs.mode = LogMode::kNone;
-  const int slot = OpenHiveAndTell(request.hive);
-  if (slot < 0) return StopRequested() ? kExitFailed : kExitUnreadable;
-  HiveImage& hive = HiveOfSlot(slot);
+  if (!request.logs_given) file.logs.mode = LogMode::kNone;
+  OpenedHive opened;
+  if (const int status = OpenImageOf(file, opened); status != kExitDone) return status;
+  HiveImage& hive = *opened.hive;
   NameRoot(hive, request.root_path);
   const CheckedState state = request.logs_given ? CheckedState::kReplayed : CheckedState::kFile;
   const CheckedHive checked = CheckOpenedHive(hive, state, request.check);

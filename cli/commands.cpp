@@ -1,21 +1,15 @@
 #include <algorithm>
-#include <charconv>
 #include <cstdio>
 
 #include "app/opening_words.h"
 #include "app/shortfall_words.h"
 #include "cli/opened_hive.h"
 #include "cli/print_list.h"
-#include "hive/file_place.h"
-#include "hive/layer_stack.h"
-#include "host/evidence.h"
 #include "host/host.h"
 #include "host/long_operation.h"
 #include "host/memory.h"
 #include "lists/list_report.h"
 #include "recovery/freed_records.h"
-#include "replay/hive_logs.h"
-#include "replay/log_words.h"
 #include "reports/file_pieces.h"
 #include "reports/freed_lists.h"
 #include "reports/hive_lists.h"
@@ -52,21 +46,6 @@ int TellOfLog(const ConsoleRequest& request, std::string_view command) {
   return about ? Print(request, *ListLogEntries(log)) : kExitFailed;
 }
 
-// What became of logs that the user named. False when one of them can't be read.
-bool TellOfChosenLogs(const ConsoleRequest& request, const HiveImage& hive) {
-  if (request.logs.mode != LogMode::kChosen) return true;
-  if (hive.logs == nullptr || hive.logs->logs.empty()) {
-    Complain("The logs are left out: what is shown is no whole hive");
-    return true;
-  }
-  bool readable = true;
-  for (const HiveLog& log : hive.logs->logs) {
-    readable &= log.fault != LogFault::kUnreadable;
-    if (log.use != LogUse::kApplied) Complain(LogLine(*hive.logs, log));
-  }
-  return readable;
-}
-
 std::shared_ptr<const ListHead> HeadOf(const HiveImage& hive) {
   auto head = std::make_shared<ListHead>();
   SetLines(*head, HiveHeadLines(hive, HiveHashes()));
@@ -77,30 +56,16 @@ std::shared_ptr<const ListHead> HeadOf(const HiveImage& hive) {
 // `failed` is the status of a lack of memory, before the hive is open and afterwards.
 int WithHive(const ConsoleRequest& request, const CommandRow& command, int& failed) {
   if (const int status = TellOfLog(request, command.name); status != kExitUsage) return status;
-  HiveTable& table = TheHiveTable();
-  table.start_offset = request.start_offset;
-  table.end_offset = request.end_offset;
-  table.logs = request.logs;
-  const int slot = OpenHiveAndTell(request.hive);
-  if (slot < 0) return StopRequested() ? kExitFailed : kExitUnreadable;
-  if (!TellOfChosenLogs(request, HiveOfSlot(slot))) return kExitUnreadable;
-  failed = kExitFailed;
+  FileToOpen file = FileOf(request, request.hive);
+  file.build.disconnected_values = NeedsDisconnectedValues(request, command.name);
   OpenedHive opened;
-  opened.hive = &HiveOfSlot(slot);
-  BuildOptions options;
-  options.disconnected_values = NeedsDisconnectedValues(request, command.name);
-  options.root_path = request.root_path;
-  options.ask_other_roots = !request.all_roots;
-  options.show_stopped = false;
-  opened.summary = BuildImageTree(*opened.hive, options, opened.tree);
-  if (opened.summary.stopped) return kExitFailed;
-  if (const std::string undone = UndoneWords(*opened.hive); !undone.empty()) Complain(undone);
-  if (const std::string logs = LogsWords(*opened.hive); !logs.empty()) Complain(logs);
-  opened.lacks_logs = LacksLogs(*opened.hive);
+  if (const int status = OpenImageOf(file, opened); status != kExitDone) return status;
+  failed = kExitFailed;
+  if (const int status = BuildTreeOf(file, opened); status != kExitDone) return status;
   if (request.bases.empty()) {
     const std::string layers = LayersNotice(*opened.hive, opened.tree);
     if (!layers.empty()) Complain(layers + "; --base HIVE shows both as one");
-  } else if (const int stacked = StackBases(request, options, opened); stacked != kExitDone) {
+  } else if (const int stacked = StackBases(request, file.build, opened); stacked != kExitDone) {
     return stacked;
   }
   ConsoleRequest about_hive = request;
@@ -243,68 +208,22 @@ constexpr CommandRow kCommands[] = {{"info", Info},
 
 }  // namespace
 
-bool ParsePosition(std::string_view text, uint32_t& position) {
-  if (text.starts_with('@')) text.remove_prefix(1);
-  const bool hex = text.starts_with("0x") || text.starts_with("0X");
-  if (hex) text.remove_prefix(2);
-  const char* end = text.data() + text.size();
-  const auto [last, error] = std::from_chars(text.data(), end, position, hex ? 16 : 10);
-  return error == std::errc() && last == end;
-}
-
 int Print(const ConsoleRequest& request, OutputList& list) {
   if (ListHeadOf(list) == nullptr) SetListHead(list, request.head);
   return PrintList(list, request.printing) ? kExitDone : kExitFailed;
 }
 
-bool FindPosition(const HiveImage& hive, std::string_view text, uint32_t& position) {
-  if (!text.starts_with('@')) return false;
-  const size_t colon = hive.stack == nullptr ? text.npos : text.find(':');
-  if (colon == text.npos) {
-    if (!ParsePosition(text, position)) return false;
-    position = PositionOfPlace(hive, position);
-    return true;
-  }
-  uint32_t layer = 0;
-  const bool parsed = ParsePosition(text.substr(0, colon), layer) &&
-                      ParsePosition(text.substr(colon + 1), position);
-  if (!parsed || layer >= hive.stack->layers.size()) return false;
-  const StackLayer& at = hive.stack->layers[layer];
-  const uint32_t own = PositionOfPlace(at.hive, position);
-  position = own < at.hive.length ? own + at.start : kNoOffset;
-  return true;
-}
-
-bool FindKey(const ConsoleRequest& request, const OpenedHive& opened, uint32_t& item) {
-  item = 0;
-  if (request.key.empty()) return true;
-  uint32_t position = 0;
-  if (FindPosition(*opened.hive, request.key, position)) {
-    item = ItemOfPosition(opened.tree, position);
-  } else {
-    item = FindItemByPath(*opened.hive, opened.tree, request.key);
-  }
-  if (item == kNoItem) Complain("No key " + request.key);
-  return item != kNoItem;
-}
-
 namespace {
 
-// A shell that redirects output knows nothing of evidence. False after a message, on the stream
-// that does not lead there.
-bool LeadsElsewhere(const ConsoleRequest& request) {
-  const auto writes = [&request](std::FILE* stream) {
-    const auto into = [stream](const std::string& hive) { return WritesInto(stream, hive); };
-    return into(request.hive) || std::ranges::any_of(request.hives, into) ||
-           std::ranges::any_of(request.bases, into) ||
-           std::ranges::any_of(request.logs.files, [stream](const std::string& log) {
-             return IsSameFile(stream, log);
-           });
-  };
-  const bool errors = writes(stderr);
-  if (!errors && !writes(stdout)) return true;
-  if (!errors) Complain("The output would be written into " + request.hive + " itself");
-  return false;
+// The files that the request names to be read.
+std::vector<std::string> InputsOf(const ConsoleRequest& request) {
+  std::vector<std::string> inputs = {request.hive, request.compare.other};
+  for (const auto* const more : {&request.hives, &request.bases, &request.timeline.files,
+                                 &request.logs.files, &request.compare.logs.files}) {
+    inputs.insert(inputs.end(), more->begin(), more->end());
+  }
+  std::erase(inputs, std::string());
+  return inputs;
 }
 
 // Without memory for the file itself it is one that can't be read.
@@ -324,7 +243,8 @@ int RunConsoleCommand(const std::string& name, const ConsoleRequest& request) {
     if (name != row.name) continue;
     const bool split = name == "split";
     if (!MayStack(request, name)) return kExitUsage;
-    if (!LeadsElsewhere(request) || (!split && !MayPrint(request.printing))) return kExitFailed;
+    if (!LeadsElsewhere(InputsOf(request)) || (!split && !MayPrint(request.printing)))
+      return kExitFailed;
     const int status = RunRow(row, request);
     const std::string cut = ShortfallWords();
     if (cut.empty()) return status;

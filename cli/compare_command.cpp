@@ -1,46 +1,32 @@
 // "compare": two hives, or one in two states, key by key.
-#include "app/opening_words.h"
 #include "cli/opened_hive.h"
-#include "hive/file_place.h"
-#include "hive/hive_table.h"
 #include "hive/root_path.h"
 #include "host/evidence.h"
 #include "host/long_operation.h"
+#include "host/number_text.h"
+#include "host/text.h"
 #include "replay/hive_logs.h"
 #include "reports/control_sets.h"
 #include "reports/hive_compare.h"
+#include "reports/registry_script.h"
 
 namespace hivequarry {
 namespace {
 
-struct OpenedSide {
-  HiveImage* hive = nullptr;
-  KeyTree tree;
-  ImageSummary summary;
+struct OpenedSide : OpenedHive {
   uint32_t item = 0;
 };
 
-// False after a message.
-bool OpenSide(const ConsoleRequest& request, const std::string& file, const LogChoice& logs,
-              OpenedSide& side) {
-  TheHiveTable().logs = logs;
-  const int slot = OpenHiveAndTell(file);
-  if (slot < 0) return false;
-  side.hive = &HiveOfSlot(slot);
-  BuildOptions options;
-  options.disconnected_values = false;
-  options.ask_other_roots = !request.all_roots;
-  options.show_stopped = false;
-  side.summary = BuildImageTree(*side.hive, options, side.tree);
-  if (side.summary.stopped) return false;
-  if (FoundNothing(side.summary)) {
-    Complain(file + " holds no keys");
-    return false;
-  }
-  for (const std::string& words : {UndoneWords(*side.hive), LogsWords(*side.hive)}) {
-    if (!words.empty()) Complain(file + ": " + words);
-  }
-  return true;
+// An exit status.
+int OpenSide(const ConsoleRequest& request, const std::string& name, const LogChoice& logs,
+             OpenedSide& side) {
+  FileToOpen file = FileOf(request, name);
+  file.logs = logs;
+  file.named = true;
+  const int status = OpenWithTree(file, side);
+  if (status != kExitDone || !FoundNothing(side.summary)) return status;
+  Complain(name + " holds no keys");
+  return kExitUnreadable;
 }
 
 // The path with the current control set's own name, where it begins with what stands for it.
@@ -51,18 +37,12 @@ std::string WithControlSet(const OpenedSide& side, const std::string& path) {
                        (rest.size() == kCurrent.size() || rest[kCurrent.size()] == '\\');
   const ControlSets sets = current ? ReadControlSets(*side.hive, side.tree) : ControlSets();
   if (sets.current == 0) return path;
-  const std::string number = std::to_string(sets.current);
-  return "\\ControlSet" + std::string(number.size() < 3 ? 3 - number.size() : 0, '0') + number +
-         std::string(rest.substr(kCurrent.size()));
+  return Concat({"\\ControlSet", Decimal(sets.current, 3), rest.substr(kCurrent.size())});
 }
 
 bool FindSide(const std::string& path, OpenedSide& side) {
   if (path.empty()) return true;
-  const std::string named = WithControlSet(side, path);
-  uint32_t position = 0;
-  const bool by_position = named.starts_with('@') && ParsePosition(named, position);
-  side.item = by_position ? ItemOfPosition(side.tree, PositionOfPlace(*side.hive, position))
-                          : FindItemByPath(*side.hive, side.tree, named);
+  side.item = ItemNamed(side, WithControlSet(side, path));
   const bool found = side.item != kNoItem && HasKeyCell(side.tree, side.item);
   if (!found) Complain("No key " + path + " in " + side.hive->file_name);
   return found;
@@ -76,12 +56,26 @@ bool IsDoubtful(const OpenedSide& side) {
   return dirty || !side.summary.tree_sound || hive.unread.count != 0;
 }
 
-// The place of the keys compared in a registry, in long form; whatever the root is called where it
-// has none.
-std::string ScriptRoot(const OpenedSide& side) {
-  const std::string path = LongItemPath(*side.hive, side.tree, side.item);
-  const std::string whole = LongRootPath(path);
-  return whole.empty() ? path : whole;
+// The place of the keys compared in a registry, in long form, as stored; whatever the root is
+// called where it has none. False after a message for one that a script would take for another.
+bool FindScriptRoot(const OpenedSide& side, std::string& root) {
+  const WholeReading whole;
+  std::vector<std::string> names;
+  for (uint32_t at = side.item; at != 0; at = side.tree.items[at].parent) {
+    names.push_back(StoredItemName(*side.hive, side.tree, at));
+  }
+  bool fits = true;
+  std::string path = ItemName(*side.hive, side.tree, 0);
+  for (auto name = names.rbegin(); name != names.rend(); ++name) {
+    fits = fits && name->find('\\') == name->npos;
+    path += "\\" + *name;
+  }
+  root = LongRootPath(path);
+  if (root.empty()) root = std::move(path);
+  const bool deletes = root.substr(0, root.find_first_not_of(" \t") + 1).ends_with('-');
+  if (fits && !deletes && HoldsScriptName(ScriptForm::kFive, root)) return true;
+  Complain("A script cannot hold the key " + LongItemPath(*side.hive, side.tree, side.item));
+  return false;
 }
 
 bool PrintPatch(const ConsoleRequest& request, const OpenedSide& from, const OpenedSide& to,
@@ -91,8 +85,8 @@ bool PrintPatch(const ConsoleRequest& request, const OpenedSide& from, const Ope
   printing.file = file;
   printing.force = request.printing.force;
   printing.raw_text = true;
-  const std::string root = ScriptRoot(from);
-  return MayPrint(printing) &&
+  std::string root;
+  return FindScriptRoot(from, root) && MayPrint(printing) &&
          PrintPieces(
              [&](const TextSink& sink) {
                return WritePatch({*from.hive, from.tree, from.item}, {*to.hive, to.tree, to.item},
@@ -125,9 +119,9 @@ int CompareCommand(const ConsoleRequest& request) {
   OpenedSide a;
   OpenedSide b;
   const LogChoice& logs_b = compare.logs_given ? compare.logs : request.logs;
-  const bool opened = OpenSide(request, request.hive, request.logs, a) &&
-                      OpenSide(request, compare.other, logs_b, b);
-  if (!opened) return StopRequested() ? kExitFailed : kExitUnreadable;
+  int status = OpenSide(request, request.hive, request.logs, a);
+  if (status == kExitDone) status = OpenSide(request, compare.other, logs_b, b);
+  if (status != kExitDone) return status;
   const std::string& key_b = compare.key.empty() ? request.key : compare.key;
   if (!FindSide(request.key, a) || !FindSide(key_b, b)) return kExitUnreadable;
   return CompareSides(request, a, b);

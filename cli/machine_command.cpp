@@ -4,10 +4,7 @@
 
 #include "app/opening_words.h"
 #include "cli/opened_hive.h"
-#include "hive/file_place.h"
-#include "hive/hive_table.h"
 #include "host/long_operation.h"
-#include "replay/log_words.h"
 #include "reports/machine_report.h"
 #include "words/layer_words.h"
 
@@ -21,21 +18,9 @@ int OpenOne(const ConsoleRequest& request, const std::string& name, OpenedHive& 
     Complain(LogFileWords(log));
     return kExitFailed;
   }
-  HiveTable& table = TheHiveTable();
-  table.start_offset = table.end_offset = 0;
-  table.logs = request.logs;
-  const int slot = OpenHiveAndTell(name);
-  if (slot < 0) return StopRequested() ? kExitFailed : kExitUnreadable;
-  opened.hive = &HiveOfSlot(slot);
-  BuildOptions options;
-  options.disconnected_values = false;
-  options.root_path = request.root_path;
-  options.ask_other_roots = !request.all_roots;
-  options.show_stopped = false;
-  opened.summary = BuildImageTree(*opened.hive, options, opened.tree);
-  if (opened.summary.stopped) return kExitFailed;
-  if (const std::string undone = UndoneWords(*opened.hive); !undone.empty()) Complain(undone);
-  if (const std::string logs = LogsWords(*opened.hive); !logs.empty()) Complain(logs);
+  FileToOpen file = FileOf(request, name);
+  file.named = request.hives.size() > 1;
+  if (const int status = OpenWithTree(file, opened); status != kExitDone) return status;
   const std::string layers = LayersNotice(*opened.hive, opened.tree);
   if (!layers.empty()) Complain(layers);
   if (!FoundNothing(opened.summary)) return kExitDone;
@@ -65,7 +50,7 @@ int MachineCommand(const ConsoleRequest& request) {
     if (one != kExitDone) status = one;  // the others tell what they know
     if (opened.back()->hive == nullptr) continue;
     hives.push_back({opened.back()->hive, &opened.back()->tree});
-    const bool dirty = request.strict && LacksLogs(*opened.back()->hive);
+    const bool dirty = request.strict && opened.back()->lacks_logs;
     if (dirty && status == kExitDone) status = kExitDirty;
   }
   if (hives.empty()) return status;

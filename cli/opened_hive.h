@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "cli/commands.h"
 #include "hive/image.h"
@@ -19,6 +20,27 @@ struct OpenedHive {
   bool lacks_logs = false;  // it, or one below it (LacksLogs)
 };
 
+// A file to be opened, and how.
+struct FileToOpen {
+  std::string name;
+  LogChoice logs;
+  uint32_t start_offset = 0;
+  uint32_t end_offset = 0;  // 0: no range
+  BuildOptions build;
+  bool named = false;  // what is said of the hive begins with its name
+};
+// As the request has it for its hive, without the values that no key names.
+FileToOpen FileOf(const ConsoleRequest& request, const std::string& name);
+// Opens it, and builds its tree; together, and one after the other. kExitDone, or the status of a
+// failure; what the user must know of file, logs and moved bytes is said.
+int OpenWithTree(const FileToOpen& file, OpenedHive& opened);
+int OpenImageOf(const FileToOpen& file, OpenedHive& opened);
+int BuildTreeOf(const FileToOpen& file, OpenedHive& opened);
+
+// A shell that redirects output knows nothing of evidence. False where one of the program's streams
+// leads into one of these files or its logs, after a message on the stream that does not.
+bool LeadsElsewhere(const std::vector<std::string>& inputs);
+
 // False after a message: the request asks for hives below it, and for what no stack of them has.
 bool MayStack(const ConsoleRequest& request, std::string_view command);
 // Puts the request's further hives below an opened one (hive/layer_stack.h), which is the stack
@@ -30,6 +52,8 @@ bool ParsePosition(std::string_view text, uint32_t& position);
 // The image position that "@OFFSET" names, in a stack also "@LAYER:OFFSET": as the file of the
 // layer counts, the topmost's without a number. False for any other text.
 bool FindPosition(const HiveImage& hive, std::string_view text, uint32_t& position);
+// The item of a key named by its path or position: the root for an empty name, kNoItem for none.
+uint32_t ItemNamed(const OpenedHive& opened, const std::string& key);
 // The item that the request's key names; the root without one. False after a message.
 bool FindKey(const ConsoleRequest& request, const OpenedHive& opened, uint32_t& item);
 // Prints as the request wants it; an exit status.

@@ -6,7 +6,6 @@
 
 #include "app/opening_words.h"
 #include "cli/opened_hive.h"
-#include "hive/file_place.h"
 #include "hive/hive_table.h"
 #include "host/evidence.h"
 #include "host/files.h"
@@ -77,39 +76,28 @@ std::vector<std::string> FilesOf(const ConsoleRequest& request, std::string& key
   return files;
 }
 
-// Adds the events of one file. False after a message; the others go on.
-bool AddFile(const ConsoleRequest& request, const std::string& file, bool several,
-             const TimelineOptions& options, Timeline& timeline) {
+// Adds the events of one file, of its key alone if one is named. False after a message; the others
+// go on.
+bool AddFile(const ConsoleRequest& request, const std::string& name, bool several,
+             const std::string& key, TimelineOptions options, Timeline& timeline) {
   ResetHiveTable();
-  HiveTable& table = TheHiveTable();
-  table.start_offset = request.start_offset;
-  table.end_offset = request.end_offset;
-  table.logs = request.logs;
-  const int slot = OpenHiveAndTell(file);
-  if (slot < 0) return false;
-  HiveImage& hive = HiveOfSlot(slot);
-  KeyTree tree;
-  BuildOptions build;
-  build.disconnected_values = false;
-  build.root_path = request.root_path;
-  build.ask_other_roots = !request.all_roots;
-  build.show_stopped = false;
-  const ImageSummary summary = BuildImageTree(hive, build, tree);
-  if (summary.stopped) return false;
-  if (summary.keys == 0) {
-    Complain(file + " holds no keys");
+  FileToOpen file = FileOf(request, name);
+  file.named = several;
+  OpenedHive opened;
+  if (OpenWithTree(file, opened) != kExitDone) return false;
+  if (opened.summary.keys == 0) {
+    Complain(name + " holds no keys");
     return false;
   }
-  if (const std::string logs = LogsWords(hive); !logs.empty()) Complain(logs);
-  if (const std::string undone = UndoneWords(hive); !undone.empty()) Complain(undone);
   TimelineHive about;
-  about.path = file;
-  about.label = several ? file : LeafOf(FilePath(file));
-  NameMachine(hive, tree, about);
+  about.path = name;
+  about.label = several ? name : LeafOf(FilePath(name));
+  NameMachine(*opened.hive, opened.tree, about);
   if (!request.timeline.host.empty()) about.host = request.timeline.host;
   if (!request.timeline.user.empty()) about.user = request.timeline.user;
-  const bool added = AddToTimeline(timeline, hive, tree, options, std::move(about));
-  if (!added) Complain("No key " + options.key + " in " + file);
+  options.item = ItemNamed(opened, key);
+  const bool added = AddToTimeline(timeline, *opened.hive, opened.tree, options, std::move(about));
+  if (!added) Complain("No key " + key + " in " + name);
   return added;
 }
 
@@ -176,24 +164,24 @@ int TimelineCommand(const ConsoleRequest& request) {
   options.freed = request.freed;
   options.values = request.timeline.values;
   options.base_block = request.timeline.base_block;
-  options.key = request.key;
   look.form = FormOf(request);
   look.safe = request.printing.csv_safe;
   if (!ReadBounds(request, options) || !ReadZone(request.timeline.zone, look.minutes_east)) {
     Complain("Times are given as 2012-04-04T01:58:40 or 2012-04-04, zones as +02:00");
     return kExitUsage;
   }
-  const std::vector<std::string> files = FilesOf(request, options.key);
+  std::string key = request.key;
+  const std::vector<std::string> files = FilesOf(request, key);
   if (files.empty()) {
     Complain("No hives");
     return kExitUnreadable;
   }
   for (const std::string& file : files) KeepEvidence(file);
-  if (!MayPrint(request.printing)) return kExitFailed;
+  if (!LeadsElsewhere(files) || !MayPrint(request.printing)) return kExitFailed;
   Timeline timeline;
   size_t failed = 0;
   for (const std::string& file : files) {
-    failed += !AddFile(request, file, files.size() > 1, options, timeline);
+    failed += !AddFile(request, file, files.size() > 1, key, options, timeline);
     if (StopRequested()) return kExitFailed;
   }
   if (failed == files.size()) return kExitUnreadable;
