@@ -2,8 +2,10 @@
 // key, in its record, and by the type of the value of a key with its name; where these differ
 // somebody has hidden an account, or given it another one's number. Nothing that keeps a password
 // is shown.
+#include <algorithm>
 #include <optional>
 #include <unordered_map>
+#include <unordered_set>
 
 #include "evidence/decode.h"
 #include "host/case.h"
@@ -34,6 +36,8 @@ constexpr uint32_t kHome = 0x48;
 constexpr uint32_t kScript = 0x60;
 constexpr uint32_t kProfile = 0x6C;
 constexpr uint32_t kTexts = 0xCC;
+// Likewise, of what passwords are told by.
+constexpr uint32_t kSecrets[] = {0x9C, 0xA8, 0xB4, 0xC0};
 
 // Of "C" of a group, likewise.
 constexpr uint32_t kGroupName = 0x10;
@@ -66,6 +70,17 @@ ByteView FieldAt(ByteView data, uint32_t at, uint32_t base, EvidenceRow& row) {
   return data.subspan(static_cast<size_t>(start), static_cast<size_t>(length));
 }
 
+// True for a text of "V" that a damaged or made-up record places over what is not to be shown.
+bool IsSecret(ByteView v, uint32_t text) {
+  const uint64_t start = ReadU32(v, text);
+  const uint64_t end = start + ReadU32(v, text + 4);
+  return std::ranges::any_of(kSecrets, [&](uint32_t secret) {
+    const uint64_t secret_start = ReadU32(v, secret);
+    const uint32_t length = ReadU32(v, secret + 4);
+    return length != 0 && start < secret_start + length && secret_start < end;
+  });
+}
+
 std::string ControlText(uint32_t control) {
   constexpr struct {
     uint32_t bit;
@@ -92,14 +107,34 @@ struct NamedKey {
   EvidenceKey key;
 };
 // The keys below "Names", by the number that the type of their value is.
-std::unordered_multimap<uint32_t, NamedKey> FindNames(EvidenceKeys& keys, EvidenceKey names) {
-  std::unordered_multimap<uint32_t, NamedKey> found;
-  if (names == kNoEvidenceKey) return found;
+using NamedKeys = std::unordered_multimap<uint32_t, NamedKey>;
+NamedKeys FindNames(EvidenceKeys& keys, EvidenceKey names) {
+  NamedKeys found;
   for (const EvidenceKey key : keys.ChildrenOf(names)) {
     const EvidenceValue value = keys.ValueNamed(key, "");
     if (value.position != kNoOffset) found.emplace(value.type, NamedKey{keys.NameOf(key), key});
   }
   return found;
+}
+
+// When the key below "Names" was written that has the number; and what of it contradicts the name
+// in the record.
+void AddNameKey(EvidenceRun& run, const NamedKeys& names, const std::string& name, uint32_t number,
+                EvidenceRow& row) {
+  const auto [first, last] = names.equal_range(number);
+  if (first == last) {
+    row.Empty().Note("no key below Names has this number");
+    return;
+  }
+  const NamedKey* own = &first->second;
+  for (auto at = first; at != last; ++at) {
+    if (EqualIgnoringCase(at->second.name, name)) own = &at->second;
+  }
+  row.Time(run.keys.LastWriteOf(own->key));
+  if (!EqualIgnoringCase(own->name, name)) {
+    row.Note(Concat({"the key below Names is called \"", own->name, "\""}));
+  }
+  if (std::next(first) != last) row.Note("several keys below Names have this number");
 }
 
 class UserList {
@@ -115,7 +150,6 @@ class UserList {
       const std::optional<uint32_t> number = NumberOfKeyName(run_.keys.NameOf(key));
       if (number) AddUser(key, *number);
     }
-    if (names_key_ == kNoEvidenceKey) return;
     for (const EvidenceKey key : run_.keys.ChildrenOf(names_key_)) AddUnknownName(key);
   }
 
@@ -130,23 +164,28 @@ class UserList {
     const std::string name = TextAt(v, kName, row);
     row.Text(name).Number(number).Text(TextAt(v, kFullName, row)).Text(TextAt(v, kComment, row));
     AddFixed(fixed, number, row);
-    AddNameKey(name, number, row);
+    AddNameKey(run_, names_, name, number, row);
     row.Text(TextAt(v, kHome, row)).Text(TextAt(v, kScript, row)).Text(TextAt(v, kProfile, row));
     const EvidenceValue* hint = FindValue(values, "UserPasswordHint");
     row.Text(hint == nullptr ? std::string() : WideText(hint->data));
-    numbers_.emplace(number, true);
+    numbers_.insert(number);
     // The record of names keeps what passwords are told by too, and is no part of the bytes.
     AddEvidence(run_, std::move(row), key, nullptr,
                 fixed == nullptr ? ByteView() : ByteView(fixed->data));
   }
 
   static std::string TextAt(ByteView data, uint32_t at, EvidenceRow& row) {
-    return data.size() < kTexts ? std::string() : WideText(FieldAt(data, at, kTexts, row));
+    if (data.size() < kTexts) return {};
+    if (IsSecret(data, at)) {
+      row.Note("a text lies over a password's hash");
+      return {};
+    }
+    return WideText(FieldAt(data, at, kTexts, row));
   }
 
   static void AddFixed(const EvidenceValue* fixed, uint32_t number, EvidenceRow& row) {
     if (fixed == nullptr || !HasData(*fixed, kFixed, row)) {
-      row.Empty().Empty().Empty().Empty().Empty().Empty().Empty().Note("no record of logons");
+      row.Empty(7).Note("no record of logons");
       return;
     }
     const ByteView data = fixed->data;
@@ -167,23 +206,6 @@ class UserList {
     }
   }
 
-  void AddNameKey(const std::string& name, uint32_t number, EvidenceRow& row) {
-    const auto [first, last] = names_.equal_range(number);
-    if (first == last) {
-      row.Empty().Note("no key below Names has this number");
-      return;
-    }
-    const NamedKey* own = &first->second;
-    for (auto at = first; at != last; ++at) {
-      if (EqualIgnoringCase(at->second.name, name)) own = &at->second;
-    }
-    row.Time(run_.keys.LastWriteOf(own->key));
-    if (!EqualIgnoringCase(own->name, name)) {
-      row.Note(Concat({"the key below Names is called \"", own->name, "\""}));
-    }
-    if (std::next(first) != last) row.Note("several keys below Names have this number");
-  }
-
   // A name whose number no user has.
   void AddUnknownName(EvidenceKey key) {
     const EvidenceValue value = run_.keys.ValueNamed(key, "");
@@ -195,16 +217,15 @@ class UserList {
     } else {
       row.Empty().Note("the name has no number");
     }
-    for (int i = 0; i < 9; ++i) row.Empty();
-    row.Time(run_.keys.LastWriteOf(key));
+    row.Empty(9).Time(run_.keys.LastWriteOf(key));
     AddEvidence(run_, std::move(row), key);
   }
 
   EvidenceRun& run_;
   EvidenceKey users_;
   EvidenceKey names_key_;
-  std::unordered_multimap<uint32_t, NamedKey> names_;
-  std::unordered_map<uint32_t, bool> numbers_;  // of the users
+  NamedKeys names_;
+  std::unordered_set<uint32_t> numbers_;  // of the users
 };
 
 std::string MembersText(ByteView members, uint32_t count, EvidenceRow& row) {
@@ -227,7 +248,7 @@ std::string MembersText(ByteView members, uint32_t count, EvidenceRow& row) {
 }
 
 void AddGroup(EvidenceRun& run, EvidenceKey key, uint32_t number, const std::string& domain,
-              const std::unordered_multimap<uint32_t, NamedKey>& names) {
+              const NamedKeys& names) {
   const EvidenceValue record = run.keys.ValueNamed(key, "C");
   EvidenceRow row;
   if (record.position == kNoOffset || !HasData(record, kGroupTexts, row)) {
@@ -241,15 +262,7 @@ void AddGroup(EvidenceRun& run, EvidenceKey key, uint32_t number, const std::str
   row.Text(WideText(FieldAt(data, kGroupComment, kGroupTexts, row)));
   const uint32_t count = ReadU32(data, kMemberCount);
   row.Number(count).Text(MembersText(FieldAt(data, kMembers, kGroupTexts, row), count, row));
-  const auto own = names.find(number);
-  if (own == names.end()) {
-    row.Empty().Note("no key below Names has this number");
-  } else {
-    row.Time(run.keys.LastWriteOf(own->second.key));
-    if (!EqualIgnoringCase(own->second.name, name)) {
-      row.Note(Concat({"the key below Names is called \"", own->second.name, "\""}));
-    }
-  }
+  AddNameKey(run, names, name, number, row);
   AddEvidence(run, std::move(row), key, nullptr, data);
 }
 
@@ -261,9 +274,8 @@ void DecodeAccounts(EvidenceRun& run, Places places) {
 
 void DecodeGroups(EvidenceRun& run, Places places) {
   for (const EvidencePlace& place : places) {
-    const auto names = FindNames(run.keys, run.keys.ChildNamed(place.key, "Names"));
-    const EvidenceKey above = run.keys.ParentOf(place.key);
-    const std::string domain = above == kNoEvidenceKey ? std::string() : run.keys.NameOf(above);
+    const NamedKeys names = FindNames(run.keys, run.keys.ChildNamed(place.key, "Names"));
+    const std::string domain = run.keys.NameOf(run.keys.ParentOf(place.key));
     for (const EvidenceKey key : run.keys.ChildrenOf(place.key)) {
       const std::optional<uint32_t> number = NumberOfKeyName(run.keys.NameOf(key));
       if (number) AddGroup(run, key, *number, domain, names);

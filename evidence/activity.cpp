@@ -39,10 +39,10 @@ void DecodeActivity(EvidenceRun& run, Places places) {
   constexpr size_t kFirstDam = 2;  // of the patterns
   for (const EvidencePlace& place : places) {
     const std::string user = run.keys.NameOf(place.key);
-    const std::string set = ControlSetText(run.keys, place.control_set);
     for (const EvidenceValue& value : run.keys.ValuesOf(place.key)) {
       if (IsOwn(value)) continue;
-      AddProgram(run, place.key, value, user, place.pattern < kFirstDam ? "bam" : "dam", set);
+      AddProgram(run, place.key, value, user, place.pattern < kFirstDam ? "bam" : "dam",
+                 place.control_set);
     }
   }
 }

@@ -6,7 +6,6 @@
 
 #include "evidence/decode.h"
 #include "evidence/mru.h"
-#include "hive/timestamp.h"
 #include "host/case.h"
 
 namespace hivequarry {
@@ -81,11 +80,7 @@ std::optional<uint64_t> TimeOfText(std::string_view text) {
       return std::nullopt;
     }
   }
-  const bool valid = field >= 2 && time.month >= 1 && time.month <= 12 && time.day >= 1 &&
-                     time.day <= 31 && time.year >= 1601 && time.hour < 24 && time.minute < 60 &&
-                     time.second < 60;
-  if (!valid) return std::nullopt;
-  return FileTimeOfCalendar(time);
+  return FileTimeOfFields(time);
 }
 
 // Times come as FILETIME, seconds since 1970, or text in the month's order.
@@ -146,8 +141,7 @@ void DecodeAmCache(EvidenceRun& run, Places places) {
   for (const EvidencePlace& place : places) AddEntry(run, place.key, kForms[place.pattern]);
 }
 
-// --- names of programs as the shell shows them
-// ------------------------------------------------------
+// --- names of programs as the shell shows them --------------------------------------------------
 
 namespace {
 

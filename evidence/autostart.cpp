@@ -1,7 +1,6 @@
 // What a system starts by itself: a table of the places where programs are named for that, below
 // the roots of hives of the machine and of users, and what users have switched off.
 #include <algorithm>
-#include <deque>
 #include <map>
 
 #include "evidence/decode.h"
@@ -83,6 +82,34 @@ Approval ReadApproval(ByteView data) {
   return {(ReadU8(data, 0) & 1) == 0, data.size() >= 12 ? ReadU64(data, 4) : 0};
 }
 
+// A place below one of the roots.
+struct StartPattern {
+  std::string path;
+  const StartPlace* place;
+  bool wow;  // in the 32-bit branch
+};
+std::vector<StartPattern> MakePatterns() {
+  std::vector<StartPattern> patterns;
+  for (const StartPlace& place : kPlaces) {
+    const std::string path = place.path;
+    switch (place.of) {
+      case PlaceOf::kSoftware:
+        patterns.push_back({"Microsoft\\" + path, &place, false});
+        patterns.push_back({"Wow6432Node\\Microsoft\\" + path, &place, true});
+        patterns.push_back({"Software\\Microsoft\\" + path, &place, false});
+        patterns.push_back({"Software\\Wow6432Node\\Microsoft\\" + path, &place, true});
+        break;
+      case PlaceOf::kUser:
+        patterns.push_back({path, &place, false});
+        break;
+      case PlaceOf::kSystem:
+        patterns.push_back({"<set>\\" + path, &place, false});
+        break;
+    }
+  }
+  return patterns;
+}
+
 // By "Run" or "Run32" and the value's name, in capitals.
 using Approvals = std::map<std::pair<std::string, std::string>, Approval>;
 
@@ -108,50 +135,24 @@ class StartList {
   }
 
   void AddPlaces() {
-    MakePatterns();
-    for (const EvidencePlace& place : FindPlaces(run_.keys, patterns_)) {
-      AddPlace(place, kPlaces[place_of_[place.pattern]], wow_[place.pattern]);
+    const std::vector<StartPattern> starts = MakePatterns();
+    std::vector<PlacePattern> patterns;
+    for (const StartPattern& start : starts) patterns.push_back(start.path.c_str());
+    for (const EvidencePlace& place : FindPlaces(run_.keys, patterns)) {
+      AddPlace(place, *starts[place.pattern].place, starts[place.pattern].wow);
     }
   }
 
  private:
-  void AddPattern(std::string path, size_t place, bool wow) {
-    texts_.push_back(std::move(path));
-    patterns_.push_back(texts_.back().c_str());
-    place_of_.push_back(place);
-    wow_.push_back(wow);
-  }
-
-  void MakePatterns() {
-    for (size_t i = 0; i < std::size(kPlaces); ++i) {
-      const std::string path = kPlaces[i].path;
-      switch (kPlaces[i].of) {
-        case PlaceOf::kSoftware:
-          AddPattern("Microsoft\\" + path, i, false);
-          AddPattern("Wow6432Node\\Microsoft\\" + path, i, true);
-          AddPattern("Software\\Microsoft\\" + path, i, false);
-          AddPattern("Software\\Wow6432Node\\Microsoft\\" + path, i, true);
-          break;
-        case PlaceOf::kUser:
-          AddPattern(path, i, false);
-          break;
-        case PlaceOf::kSystem:
-          AddPattern("<set>\\" + path, i, false);
-          break;
-      }
-    }
-  }
-
   static void AddApproval(const Approval* approval, EvidenceRow& row) {
     if (approval == nullptr) {
-      row.Empty().Empty();
+      row.Empty(2);
       return;
     }
     row.Text(approval->approved ? "yes" : "no").Time(approval->since);
   }
 
   void AddPlace(const EvidencePlace& at, const StartPlace& place, bool wow) {
-    const std::string set = ControlSetText(run_.keys, at.control_set);
     const bool by_key = std::string_view(place.path).ends_with('*');
     for (const EvidenceValue& value : run_.keys.ValuesOf(at.key)) {
       if (!IsAmong(place.values, value.name)) continue;
@@ -160,10 +161,11 @@ class StartList {
       if (value.name.empty() && command.empty()) continue;
       row.Text(wow ? std::string(place.word) + " (32-bit)" : place.word);
       row.Text(by_key ? run_.keys.NameOf(at.key) : value.name).Text(command);
-      const auto found = approvals_.find(
-          std::pair(CapitalsOfText(wow ? "Run32" : place.word), CapitalsOfText(value.name)));
+      const std::string list = Concat({place.word, wow ? "32" : ""});
+      const auto found =
+          approvals_.find(std::pair(CapitalsOfText(list), CapitalsOfText(value.name)));
       AddApproval(found == approvals_.end() ? nullptr : &found->second, row);
-      row.Text(set);
+      row.Text(at.control_set);
       NoteTail(value, row);
       AddEvidence(run_, std::move(row), at.key, &value);
     }
@@ -171,10 +173,6 @@ class StartList {
 
   EvidenceRun& run_;
   Approvals approvals_;
-  std::deque<std::string> texts_;  // of the patterns
-  std::vector<PlacePattern> patterns_;
-  std::vector<size_t> place_of_;  // by pattern: which of kPlaces
-  std::vector<bool> wow_;
 };
 
 }  // namespace

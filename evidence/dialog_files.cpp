@@ -2,7 +2,6 @@
 // and the folders where each of these was.
 #include "evidence/decode.h"
 #include "evidence/mru.h"
-#include "host/case.h"
 #include "reports/shell_items.h"
 
 namespace hivequarry {
@@ -15,18 +14,18 @@ enum class DialogForm : uint8_t {
 };
 
 struct DialogList {
-  const char* key;
   const char* word;
   DialogForm form;
 };
+// In the order of the decoder's patterns.
 constexpr DialogList kLists[] = {
-    {"OpenSavePidlMRU", "file", DialogForm::kFile},
-    {"OpenSaveMRU", "file", DialogForm::kFile},
-    {"LastVisitedPidlMRU", "last folder", DialogForm::kProgramFolder},
-    {"LastVisitedPidlMRULegacy", "last folder", DialogForm::kProgramFolder},
-    {"LastVisitedMRU", "last folder", DialogForm::kProgramFolder},
-    {"FirstFolder", "first folder", DialogForm::kProgramFolder},
-    {"CIDSizeMRU", "program", DialogForm::kProgram},
+    {"file", DialogForm::kFile},
+    {"file", DialogForm::kFile},
+    {"last folder", DialogForm::kProgramFolder},
+    {"last folder", DialogForm::kProgramFolder},
+    {"last folder", DialogForm::kProgramFolder},
+    {"first folder", DialogForm::kProgramFolder},
+    {"program", DialogForm::kProgram},
 };
 
 struct DialogEntry {
@@ -76,10 +75,9 @@ DialogEntry ReadEntry(const DialogList& list, const EvidenceValue& value, Eviden
     }
     return entry;
   }
-  size_t end = 0;
-  while (end + 1 < data.size() && LoadU16(data.data() + end) != 0) end += 2;
+  const size_t end = WideEnd(data);
   entry.program = WideText(data.first(end));
-  if (end + 1 >= data.size()) row.Note("the program's name has no end");
+  if (end == data.size()) row.Note("the program's name has no end");
   if (list.form == DialogForm::kProgram || end + 2 >= data.size()) return entry;
   ReadPlace(data.subspan(end + 2), entry, row);
   return entry;
@@ -105,14 +103,11 @@ void AddList(EvidenceRun& run, EvidenceKey key, const DialogList& list, const st
 
 void DecodeDialogFiles(EvidenceRun& run, Places places) {
   for (const EvidencePlace& place : places) {
-    const std::string name = run.keys.NameOf(place.key);
-    for (const DialogList& list : kLists) {
-      if (!EqualIgnoringCase(name, list.key)) continue;
-      AddList(run, place.key, list, {});
-      if (list.form != DialogForm::kFile) continue;
-      for (const EvidenceKey type : run.keys.ChildrenOf(place.key)) {
-        AddList(run, type, list, run.keys.NameOf(type));
-      }
+    const DialogList& list = kLists[place.pattern];
+    AddList(run, place.key, list, {});
+    if (list.form != DialogForm::kFile) continue;
+    for (const EvidenceKey type : run.keys.ChildrenOf(place.key)) {
+      AddList(run, type, list, run.keys.NameOf(type));
     }
   }
 }

@@ -62,23 +62,28 @@ void EvidenceKeys::NoteFreed() {
 }
 
 std::string EvidenceKeys::NameOf(EvidenceKey key) const {
+  if (key == kNoEvidenceKey) return {};
   return IsFreed(key) ? StoredFreedKeyName(hive_, FreedOf(key)) : StoredItemName(hive_, tree_, key);
 }
 
 std::string EvidenceKeys::PathOf(EvidenceKey key) {
+  if (key == kNoEvidenceKey) return {};
   return IsFreed(key) ? FreedPathTextsOf(*freed_, FreedOf(key).position).path : paths_.PathOf(key);
 }
 
 std::string EvidenceKeys::StoredPathOf(EvidenceKey key) {
+  if (key == kNoEvidenceKey) return {};
   return IsFreed(key) ? FreedPathTextsOf(*freed_, FreedOf(key).position).stored
                       : paths_.StoredPathOf(key);
 }
 
 uint32_t EvidenceKeys::PositionOf(EvidenceKey key) const {
+  if (key == kNoEvidenceKey) return kNoOffset;
   return IsFreed(key) ? FreedOf(key).position : tree_.items[key].position;
 }
 
 uint64_t EvidenceKeys::LastWriteOf(EvidenceKey key) const {
+  if (key == kNoEvidenceKey) return 0;
   if (!IsFreed(key)) return hivequarry::LastWriteOf(hive_, tree_, key);
   return ReadU64(hive_, FreedOf(key).position + kKeyLastWrite);
 }
@@ -89,6 +94,7 @@ EvidenceState EvidenceKeys::StateOf(EvidenceKey key) const {
 }
 
 EvidenceKey EvidenceKeys::ParentOf(EvidenceKey key) const {
+  if (key == kNoEvidenceKey) return key;
   if (!IsFreed(key)) {
     const uint32_t parent = tree_.items[key].parent;
     if (parent == kNoItem || parent == tree_.disconnected_keys) return kNoEvidenceKey;
@@ -109,6 +115,7 @@ bool EvidenceKeys::IsFreedBelow(EvidenceKey key, uint32_t item) const {
 
 std::vector<EvidenceKey> EvidenceKeys::ChildrenOf(EvidenceKey key) const {
   std::vector<EvidenceKey> children;
+  if (key == kNoEvidenceKey) return children;
   const auto add_items = [&](uint32_t parent) {
     for (uint32_t child = FirstChild(tree_, parent); child != kNoItem && !StopRequested();
          child = NextSibling(tree_, child)) {
@@ -128,6 +135,7 @@ std::vector<EvidenceKey> EvidenceKeys::ChildrenOf(EvidenceKey key) const {
 }
 
 EvidenceKey EvidenceKeys::ChildNamed(EvidenceKey key, std::string_view name) {
+  if (key == kNoEvidenceKey) return key;
   const auto [known, is_new] = named_.try_emplace(key);
   if (is_new) {
     for (const EvidenceKey child : ChildrenOf(key)) {
@@ -205,6 +213,7 @@ EvidenceValue EvidenceKeys::ReadFreed(uint32_t row) {
 
 std::vector<EvidenceValue> EvidenceKeys::ValuesOf(EvidenceKey key) {
   std::vector<EvidenceValue> values;
+  if (key == kNoEvidenceKey) return values;
   const uint32_t position = PositionOf(key);
   if (!IsFreed(key) && HasKeyCell(tree_, key)) {
     for (const uint32_t at : ListedValuesInWalk(hive_, position)) {
@@ -220,6 +229,7 @@ std::vector<EvidenceValue> EvidenceKeys::ValuesOf(EvidenceKey key) {
 }
 
 EvidenceValue EvidenceKeys::ValueNamed(EvidenceKey key, std::string_view name) {
+  if (key == kNoEvidenceKey) return {};
   const uint32_t position = PositionOf(key);
   if (!IsFreed(key) && HasKeyCell(tree_, key)) {
     for (const uint32_t at : ListedValuesInWalk(hive_, position)) {

@@ -2,7 +2,8 @@
 // or deleted and still in free space. What decoders of evidence walk.
 //
 // A key is a number. Numbers below the tree's count of items are items, those from there on rows
-// of the freed keys. A freed key is a child of whatever key its parent field leads to.
+// of the freed keys. A freed key is a child of whatever key its parent field leads to. No key
+// (kNoEvidenceKey) has no name, no time, nothing above it and nothing in it.
 #pragma once
 
 #include <cstdint>

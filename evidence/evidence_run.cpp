@@ -2,7 +2,6 @@
 
 #include <algorithm>
 
-#include "hive/timestamp.h"
 #include "host/number_text.h"
 #include "lists/list_rows.h"
 #include "records/stored_text.h"
@@ -19,12 +18,6 @@ constexpr uint64_t kUnitsPerSecond = 10'000'000;
 std::string OneLine(std::string text) {
   MakeOneLine(text);
   return text;
-}
-
-size_t WideEnd(ByteView bytes) {
-  size_t end = 0;
-  while (end + 1 < bytes.size() && (bytes[end] != 0 || bytes[end + 1] != 0)) end += 2;
-  return end + 1 < bytes.size() ? end : bytes.size();
 }
 
 bool IsOfBranch(const EvidenceRun& run, EvidenceKey key) {
@@ -57,6 +50,11 @@ EvidenceRow& EvidenceRow::Text(std::string text) {
 
 EvidenceRow& EvidenceRow::Number(uint64_t number) {
   cells.push_back({std::to_string(number), number});
+  return *this;
+}
+
+EvidenceRow& EvidenceRow::Empty(size_t count) {
+  cells.resize(cells.size() + count);
   return *this;
 }
 
@@ -97,9 +95,9 @@ void AddEvidence(EvidenceRun& run, EvidenceRow row, EvidenceKey key, const Evide
   if (!known) row.Note("no key known");
   row.cells.resize(static_cast<size_t>(run.own_columns));
   const HiveImage& hive = run.keys.hive();
-  const uint64_t write = known ? run.keys.LastWriteOf(key) : 0;
+  const uint64_t write = run.keys.LastWriteOf(key);
   const std::string hex = BytesText(bytes);
-  const std::string stored = known ? run.keys.StoredPathOf(key) : std::string();
+  const std::string stored = run.keys.StoredPathOf(key);
   RowFacts facts;
   facts.about_key = value == nullptr;
   facts.last_write = facts.about_key ? write : 0;
@@ -108,7 +106,7 @@ void AddEvidence(EvidenceRun& run, EvidenceRow row, EvidenceKey key, const Evide
   facts.bytes = hex;
 
   row.Text(row.notes).Text(StateWord(*state));
-  row.Text(known ? run.keys.PathOf(key) : std::string());
+  row.Text(run.keys.PathOf(key));
   row.Text(value == nullptr      ? std::string()
            : value->name.empty() ? std::string(kDefaultValueName)
                                  : value->shown_name);
@@ -131,11 +129,30 @@ bool HasData(const EvidenceValue& value, size_t length, EvidenceRow& row) {
   return false;
 }
 
+std::optional<uint64_t> FileTimeOfFields(const CalendarTime& fields) {
+  const bool possible = fields.year >= 1601 && fields.month >= 1 && fields.month <= 12 &&
+                        fields.day >= 1 && fields.day <= 31 && fields.hour < 24 &&
+                        fields.minute < 60 && fields.second < 60 &&
+                        fields.fraction < kUnitsPerSecond;
+  if (!possible) return std::nullopt;
+  // A day that its month lacks comes back as one of the next month.
+  const uint64_t time = FileTimeOfCalendar(fields);
+  const CalendarTime back = CalendarOfFileTime(time);
+  if (back.year != fields.year || back.day != fields.day) return std::nullopt;
+  return time;
+}
+
 std::string FileTimeText(uint64_t file_time) {
   std::string text = FormatTimestampChecked(file_time);
   const uint64_t fraction = file_time % kUnitsPerSecond;
   if (text.empty() || fraction == 0) return text;
   return Concat({text, ".", Decimal(static_cast<int64_t>(fraction), 7, '0')});
+}
+
+size_t WideEnd(ByteView bytes) {
+  size_t end = 0;
+  while (end + 1 < bytes.size() && LoadU16(bytes.data() + end) != 0) end += 2;
+  return end + 1 < bytes.size() ? end : bytes.size();
 }
 
 std::string WideText(ByteView bytes, size_t limit) {

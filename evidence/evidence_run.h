@@ -13,6 +13,7 @@
 #include "bytes/byte_view.h"
 #include "evidence/evidence_keys.h"
 #include "evidence/places.h"
+#include "hive/timestamp.h"
 #include "lists/output_list.h"
 
 namespace hivequarry {
@@ -23,7 +24,8 @@ class EvidenceRow {
  public:
   EvidenceRow& Text(std::string text);
   EvidenceRow& Number(uint64_t number);
-  EvidenceRow& Empty() { return Text({}); }
+  EvidenceRow& Number(std::optional<uint64_t> number) { return number ? Number(*number) : Empty(); }
+  EvidenceRow& Empty(size_t count = 1);
   // FILETIME, UTC; 0 is no time. One that no clock shows is given as its number, with a note.
   EvidenceRow& Time(uint64_t file_time);
   // A packed DOS date and time, UTC; 0 is none.
@@ -70,9 +72,13 @@ constexpr uint64_t FileTimeOfSeconds(uint64_t seconds) {
   constexpr uint64_t kEpoch = 11'644'473'600;  // in seconds since 1601-01-01
   return (seconds + kEpoch) * 10'000'000;
 }
+// Of calendar fields; nothing where they are no day and time that a calendar has.
+std::optional<uint64_t> FileTimeOfFields(const CalendarTime& fields);
 // FILETIME as lists show dates, with its fraction of a second as seven digits where it has one.
 std::string FileTimeText(uint64_t file_time);
 
+// Where the first zero of a UTF-16 text is; where the bytes end, when it has none.
+size_t WideEnd(ByteView bytes);
 // UTF-16 up to the first zero, in one line; at most `limit` characters.
 inline constexpr size_t kEvidenceText = 32767;
 std::string WideText(ByteView bytes, size_t limit = kEvidenceText);

@@ -29,11 +29,11 @@ void AddRank(EvidenceRun& run, EvidenceKey key, size_t rank, const EvidenceValue
              EvidenceRow& row) {
   // A freed value is no entry of the order any more.
   if (rank == SIZE_MAX || value.freed) {
-    row.Empty().Empty();
+    row.Empty(2);
     return;
   }
   row.Number(rank + 1);
-  row.Time(rank == 0 && key != kNoEvidenceKey ? run.keys.LastWriteOf(key) : 0);
+  row.Time(rank == 0 ? run.keys.LastWriteOf(key) : 0);
 }
 
 void AddOrder(EvidenceRun& run, EvidenceKey key, const MruOrder& order, const EvidenceValue& value,

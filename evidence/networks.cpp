@@ -2,7 +2,6 @@
 #include <unordered_map>
 
 #include "evidence/decode.h"
-#include "hive/timestamp.h"
 #include "host/case.h"
 #include "host/number_text.h"
 #include "reports/report_run.h"
@@ -10,8 +9,7 @@
 namespace hivequarry {
 namespace {
 
-// --- profiles
-// -------------------------------------------------------------------------------------
+// --- profiles -----------------------------------------------------------------------------------
 
 // SYSTEMTIME: year, month, day of the week, day, hour, minute, second, millisecond.
 constexpr size_t kSystemTime = 16;
@@ -33,11 +31,8 @@ void AddLocalTime(const std::vector<EvidenceValue>& values, const char* name, Ev
     time.second = ReadU16(data, 12);
     time.fraction = uint32_t{ReadU16(data, 14)} * 10'000;
   }
-  const bool valid = time.month >= 1 && time.month <= 12 && time.day >= 1 && time.day <= 31 &&
-                     time.hour < 24 && time.minute < 60 && time.second < 60 && time.year >= 1601 &&
-                     time.fraction < 10'000'000;
-  if (valid) {
-    row.Time(FileTimeOfCalendar(time));
+  if (const std::optional<uint64_t> file_time = FileTimeOfFields(time)) {
+    row.Time(*file_time);
   } else {
     row.Empty().Note(Concat({name, " is no time"}));
   }
@@ -102,14 +97,13 @@ void AddSignature(EvidenceRun& run, EvidenceKey key, bool managed) {
   const std::vector<EvidenceValue> values = run.keys.ValuesOf(key);
   EvidenceRow row;
   row.Text(managed ? "managed" : "unmanaged").Empty().Text(TextNamed(values, "Description"));
-  row.Empty().Empty().Empty().Empty();
+  row.Empty(4);
   row.Text(AddressText(values, "DefaultGatewayMac")).Text(TextNamed(values, "DnsSuffix"));
   row.Text(TextNamed(values, "FirstNetwork")).Text(TextNamed(values, "ProfileGuid"));
   AddEvidence(run, std::move(row), key);
 }
 
-// --- interfaces
-// -----------------------------------------------------------------------------------
+// --- interfaces ---------------------------------------------------------------------------------
 
 // The first text of the values that is not empty.
 std::string FirstOf(const std::vector<EvidenceValue>& values,
@@ -153,8 +147,7 @@ void AddInterface(EvidenceRun& run, const EvidencePlace& place,
   const std::vector<EvidenceValue> values = run.keys.ValuesOf(place.key);
   // What is below an interface is about one of its wireless networks.
   const bool below = place.pattern != 0;
-  const EvidenceKey own = below ? run.keys.ParentOf(place.key) : place.key;
-  const std::string guid = own == kNoEvidenceKey ? std::string() : run.keys.NameOf(own);
+  const std::string guid = run.keys.NameOf(below ? run.keys.ParentOf(place.key) : place.key);
   EvidenceRow row;
   const auto connection = connections.find(CapitalsOfText(guid));
   row.Text(connection == connections.end() ? std::string() : connection->second);
@@ -169,7 +162,7 @@ void AddInterface(EvidenceRun& run, const EvidencePlace& place,
     const uint64_t seconds = NumberNamed(values, time).value_or(0);
     row.Time(seconds == 0 || seconds > UINT32_MAX ? 0 : FileTimeOfSeconds(seconds));
   }
-  row.Text(HintText(values)).Text(guid).Text(ControlSetText(run.keys, place.control_set));
+  row.Text(HintText(values)).Text(guid).Text(place.control_set);
   AddEvidence(run, std::move(row), place.key);
 }
 

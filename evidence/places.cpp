@@ -6,7 +6,7 @@
 
 #include "hive/keys.h"
 #include "host/case.h"
-#include "host/number_text.h"
+#include "reports/control_sets.h"
 
 namespace hivequarry {
 namespace {
@@ -35,11 +35,7 @@ Path ParsePattern(std::string_view pattern) {
 }
 
 bool IsControlSet(std::string_view capitals) {
-  constexpr std::string_view kStart = "CONTROLSET";
-  if (capitals == "CURRENTCONTROLSET") return true;
-  return capitals.size() == kStart.size() + 3 && capitals.starts_with(kStart) &&
-         std::ranges::all_of(capitals.substr(kStart.size()),
-                             [](char c) { return c >= '0' && c <= '9'; });
+  return capitals == "CURRENTCONTROLSET" || ControlSetNumber(capitals).has_value();
 }
 
 bool Fits(const std::string& wanted, const std::string& capitals) {
@@ -64,7 +60,8 @@ class PlaceFinder {
   PlaceFinder(EvidenceKeys& keys, std::vector<EvidencePlace>& places)
       : keys_(keys), places_(places) {
     for (const EvidenceKey key : keys.LooseKeys()) {
-      loose_.emplace(CapitalsOfText(keys.NameOf(key)), key);
+      const std::string name = CapitalsOfText(keys.NameOf(key));
+      loose_.emplace(IsControlSet(name) ? std::string(kSet) : name, key);
     }
     NoteRoots();
   }
@@ -77,7 +74,9 @@ class PlaceFinder {
       const Reached at = open.back();
       open.pop_back();
       if (at.names == path.names.size()) {
-        if (found_.insert(at.key).second) places_.push_back({at.key, at.control_set, pattern});
+        if (found_.insert(at.key).second) {
+          places_.push_back({at.key, SetText(at.control_set), pattern});
+        }
         continue;
       }
       Descend(path, at, open);
@@ -104,7 +103,6 @@ class PlaceFinder {
     if (name == kAny) return;
     const Reached none = {kNoEvidenceKey, index, kNoEvidenceKey};
     if (!root_name_.empty() && Fits(name, root_name_)) open.push_back(Step(path, none, 0));
-    if (name == kSet) return;
     const auto [first, last] = loose_.equal_range(name);
     for (auto at = first; at != last; ++at) open.push_back(Step(path, none, at->second));
   }
@@ -119,11 +117,24 @@ class PlaceFinder {
     }
   }
 
+  // By the "Select" beside the control set.
+  const std::string& SetText(EvidenceKey set) {
+    const auto [known, is_new] = set_texts_.try_emplace(set);
+    std::string& text = known->second;
+    if (!is_new) return text;
+    text = keys_.NameOf(set);
+    const EvidenceKey above = keys_.IsFreed(set) ? kNoEvidenceKey : keys_.ParentOf(set);
+    const uint32_t current = ReadControlSets(keys_.hive(), keys_.tree(), above).current;
+    if (current != 0 && ControlSetNumber(text) == current) text += " (current)";
+    return text;
+  }
+
   EvidenceKeys& keys_;
   std::vector<EvidencePlace>& places_;
   std::vector<EvidenceKey> roots_;
   std::string root_name_;
-  std::unordered_multimap<std::string, EvidenceKey> loose_;
+  std::unordered_multimap<std::string, EvidenceKey> loose_;  // by name, control sets by kSet
+  std::unordered_map<EvidenceKey, std::string> set_texts_;
   std::unordered_set<EvidenceKey> found_;
 };
 
@@ -135,21 +146,6 @@ std::vector<EvidencePlace> FindPlaces(EvidenceKeys& keys, std::span<const PlaceP
   PlaceFinder finder(keys, places);
   for (size_t i = 0; i < patterns.size(); ++i) finder.Find(ParsePattern(patterns[i]), i);
   return places;
-}
-
-std::string ControlSetText(EvidenceKeys& keys, EvidenceKey control_set) {
-  if (control_set == kNoEvidenceKey) return {};
-  std::string text = keys.NameOf(control_set);
-  const EvidenceKey parent =
-      keys.IsFreed(control_set) ? kNoEvidenceKey : keys.tree().items[control_set].parent;
-  if (parent == kNoItem || parent == kNoEvidenceKey) return text;
-  const EvidenceKey select = keys.ChildNamed(parent, "Select");
-  if (select == kNoEvidenceKey) return text;
-  const EvidenceValue current = keys.ValueNamed(select, "Current");
-  if (current.data.size() != 4) return text;
-  const std::string named =
-      "ControlSet" + std::string(Decimal(LoadU32(current.data.data()), 3, '0'));
-  return EqualIgnoringCase(text, named) ? text + " (current)" : text;
 }
 
 }  // namespace hivequarry

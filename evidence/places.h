@@ -19,14 +19,11 @@ using PlacePattern = const char*;
 
 struct EvidencePlace {
   EvidenceKey key = kNoEvidenceKey;
-  EvidenceKey control_set = kNoEvidenceKey;  // the one that the path leads through
-  size_t pattern = 0;                        // which of the patterns leads there
+  std::string control_set;  // that the path leads through: "ControlSet001 (current)"; "" for none
+  size_t pattern = 0;       // which of the patterns leads there
 };
 // The keys at the patterns' paths, each once, in the order of the patterns. A hive that was made of
 // a whole root of the registry has its paths below the names of hives or users.
 std::vector<EvidencePlace> FindPlaces(EvidenceKeys& keys, std::span<const PlacePattern> patterns);
-
-// "ControlSet001 (current)" for a control set by the hive's "Select"; "" for none.
-std::string ControlSetText(EvidenceKeys& keys, EvidenceKey control_set);
 
 }  // namespace hivequarry

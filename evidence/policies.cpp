@@ -37,7 +37,7 @@ void AddSetting(EvidenceRun& run, const EvidencePlace& place, const EvidenceValu
                 std::string_view name, std::string text) {
   EvidenceRow row;
   row.Text(std::string(name)).Text(std::move(text));
-  row.Text(ControlSetText(run.keys, place.control_set));
+  row.Text(place.control_set);
   HasData(value, 0, row);
   AddEvidence(run, std::move(row), place.key, &value);
 }
@@ -77,25 +77,27 @@ bool AddOldAudit(EvidenceRun& run, const EvidencePlace& place, const EvidenceVal
   return true;
 }
 
+void AddAudit(EvidenceRun& run, const EvidencePlace& place, const EvidenceValue& value) {
+  if (!value.name.empty()) return;
+  const bool known = AddNewAudit(run, place, value) || AddOldAudit(run, place, value);
+  if (!known) AddSetting(run, place, value, "Audit", "unknown form");
+}
+
+void AddKnownSetting(EvidenceRun& run, const EvidencePlace& place, const EvidenceValue& value) {
+  for (const char* name : kSettings) {
+    if (!EqualIgnoringCase(name, value.name)) continue;
+    std::string text = ValueText(value);
+    if (text.empty() && value.data.size() <= 4) text = BytesText(value.data);
+    AddSetting(run, place, value, name, std::move(text));
+  }
+}
+
 }  // namespace
 
 void DecodePolicies(EvidenceRun& run, Places places) {
   for (const EvidencePlace& place : places) {
-    for (const EvidenceValue& value : run.keys.ValuesOf(place.key)) {
-      if (place.pattern == kAudit) {
-        if (!value.name.empty()) continue;
-        const bool known = AddNewAudit(run, place, value) || AddOldAudit(run, place, value);
-        if (!known) AddSetting(run, place, value, "Audit", "unknown form");
-        continue;
-      }
-      for (const char* name : kSettings) {
-        if (EqualIgnoringCase(name, value.name)) {
-          std::string text = ValueText(value);
-          if (text.empty() && value.data.size() <= 4) text = BytesText(value.data);
-          AddSetting(run, place, value, name, std::move(text));
-        }
-      }
-    }
+    const auto add = place.pattern == kAudit ? AddAudit : AddKnownSetting;
+    for (const EvidenceValue& value : run.keys.ValuesOf(place.key)) add(run, place, value);
   }
 }
 

@@ -84,8 +84,7 @@ class BagTree {
     AddItemCells(items.last, row);
     AddOrder(run_, folder.key, order, value, row);
     const EvidenceKey child = run_.keys.ChildNamed(folder.key, value.name);
-    const EvidenceValue slot =
-        child == kNoEvidenceKey ? EvidenceValue() : run_.keys.ValueNamed(child, "NodeSlot");
+    const EvidenceValue slot = run_.keys.ValueNamed(child, "NodeSlot");
     if (slot.data.size() == 4) {
       row.Number(LoadU32(slot.data.data()));
     } else {
@@ -143,7 +142,7 @@ void DecodeLooseShellBags(EvidenceRun& run, std::span<const EvidenceValue> value
     const ItemList items = ReadItems(value, row);
     row.Text(JoinItemPath(kUnknownFolder, items.path));
     AddItemCells(items.last, row);
-    row.Empty().Empty().Empty();
+    row.Empty(3);
     AddEvidence(run, std::move(row), kNoEvidenceKey, &value);
   }
 }

@@ -248,7 +248,7 @@ void AddCache(EvidenceRun& run, EvidenceKey key, const EvidenceValue& value,
               const std::string& control_set) {
   Cache cache;
   EvidenceRow why;
-  why.Empty().Empty().Empty().Empty().Empty().Empty().Empty();
+  why.Empty(7);
   if (!HasData(value, 8, why) || !ReadCache(value.data, cache)) {
     why.Empty().Text(control_set).Note("no known form of this cache");
     AddEvidence(run, std::move(why), key, &value);
@@ -259,12 +259,11 @@ void AddCache(EvidenceRun& run, EvidenceKey key, const EvidenceValue& value,
     EvidenceRow row;
     row.Number(++number).Text(entry.path).Time(entry.modified);
     row.Text(!entry.run ? "" : *entry.run ? "yes" : "no");
-    if (entry.size) {
-      row.Number(*entry.size);
-    } else {
-      row.Empty();
-    }
-    row.Time(entry.updated).Text(entry.package).Text(cache.form).Text(control_set);
+    row.Number(entry.size)
+        .Time(entry.updated)
+        .Text(entry.package)
+        .Text(cache.form)
+        .Text(control_set);
     row.Note(entry.note);
     AddEvidence(run, std::move(row), key, &value, entry.bytes);
   }
@@ -279,7 +278,7 @@ void DecodeShimCache(EvidenceRun& run, Places places) {
   for (const EvidencePlace& place : places) {
     for (const EvidenceValue& value : run.keys.ValuesOf(place.key)) {
       if (!EqualIgnoringCase(value.name, "AppCompatCache")) continue;
-      AddCache(run, place.key, value, ControlSetText(run.keys, place.control_set));
+      AddCache(run, place.key, value, place.control_set);
     }
   }
 }

@@ -122,7 +122,6 @@ void DecodeSystemFacts(EvidenceRun& run, Places places) {
     const std::string name = source ? run.keys.NameOf(place.key) : std::string();
     if (source && !StartsIgnoringCase(name, "Source OS")) continue;
     const std::vector<EvidenceValue> values = run.keys.ValuesOf(place.key);
-    const std::string set = ControlSetText(run.keys, place.control_set);
     for (const Fact& fact : kFacts) {
       if (fact.pattern != place.pattern) continue;
       for (const EvidenceValue& value : values) {
@@ -131,7 +130,7 @@ void DecodeSystemFacts(EvidenceRun& run, Places places) {
         row.Text(source ? Concat({fact.word, ": ", name}) : std::string(fact.word));
         AddFactCells(fact, value, row);
         row.cells.resize(3);
-        row.Text(set);
+        row.Text(place.control_set);
         AddEvidence(run, std::move(row), place.key, &value);
       }
     }

@@ -9,8 +9,7 @@
 namespace hivequarry {
 namespace {
 
-// --- tasks
-// ----------------------------------------------------------------------------------------
+// --- tasks --------------------------------------------------------------------------------------
 
 constexpr uint32_t kCreated = 4;
 constexpr uint32_t kLastRun = 12;
@@ -40,7 +39,7 @@ void AddTask(EvidenceRun& run, EvidenceKey key, const std::unordered_set<std::st
     row.Time(ReadU64(info->data, kCreated)).Time(ReadU64(info->data, kLastRun));
     row.Time(info->data.size() >= kCompleted + 8 ? ReadU64(info->data, kCompleted) : 0);
   } else {
-    row.Empty().Empty().Empty();
+    row.Empty(3);
   }
   row.Text(TextNamed(values, "Date")).Text(TextNamed(values, "Description")).Text(guid);
   if (known != nullptr && !known->contains(CapitalsOfText(guid))) {
@@ -50,8 +49,7 @@ void AddTask(EvidenceRun& run, EvidenceKey key, const std::unordered_set<std::st
               info == nullptr ? ByteView() : ByteView(info->data));
 }
 
-// --- services
-// -------------------------------------------------------------------------------------
+// --- services -----------------------------------------------------------------------------------
 
 std::string StartText(std::optional<uint64_t> start) {
   constexpr const char* kWords[] = {"boot", "system", "automatic", "by demand", "disabled"};
@@ -98,10 +96,7 @@ void AddService(EvidenceRun& run, const EvidencePlace& place) {
   const std::string image = TextNamed(values, "ImagePath");
   std::string library = TextNamed(values, "ServiceDll");
   const EvidenceKey parameters = run.keys.ChildNamed(place.key, "Parameters");
-  if (library.empty() && parameters != kNoEvidenceKey) {
-    const EvidenceValue value = run.keys.ValueNamed(parameters, "ServiceDll");
-    if (value.read) library = ValueText(value);
-  }
+  if (library.empty()) library = ValueText(run.keys.ValueNamed(parameters, "ServiceDll"));
   EvidenceRow row;
   std::string file = WholePath(library.empty() ? ProgramOf(image) : library);
   if (file.empty() && IsDriver(type)) {
@@ -113,7 +108,7 @@ void AddService(EvidenceRun& run, const EvidencePlace& place) {
   row.Text(type ? HexText(*type, 4) : std::string());
   row.Text(image).Text(library).Text(TextNamed(values, "ObjectName"));
   row.Text(TextNamed(values, "FailureCommand"));
-  row.Text(ControlSetText(run.keys, place.control_set));
+  row.Text(place.control_set);
   const bool service = type || !image.empty() || !library.empty();
   if (service) AddEvidence(run, std::move(row), place.key);
 }

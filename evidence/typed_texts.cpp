@@ -1,5 +1,6 @@
 // Documents opened last, and texts that were typed: commands, paths, words looked for, addresses.
 #include <algorithm>
+#include <unordered_map>
 
 #include "evidence/decode.h"
 #include "evidence/mru.h"
@@ -9,8 +10,7 @@
 namespace hivequarry {
 namespace {
 
-// --- documents
-// ------------------------------------------------------------------------------------
+// --- documents ----------------------------------------------------------------------------------
 
 // Its name in UTF-16, a zero, then the item of the link to it.
 void AddDocuments(EvidenceRun& run, EvidenceKey key, const std::string& ending) {
@@ -22,9 +22,8 @@ void AddDocuments(EvidenceRun& run, EvidenceKey key, const std::string& ending) 
     EvidenceRow row;
     std::string link;
     if (HasData(value, 2, row)) {
-      size_t end = 0;
       const ByteView data = value.data;
-      while (end + 1 < data.size() && LoadU16(data.data() + end) != 0) end += 2;
+      const size_t end = WideEnd(data);
       if (end + 2 < data.size()) {
         const ItemList list = ReadItemList(data.subspan(end + 2));
         link = list.path;
@@ -40,29 +39,22 @@ void AddDocuments(EvidenceRun& run, EvidenceKey key, const std::string& ending) 
   }
 }
 
-// --- typed texts
-// ----------------------------------------------------------------------------------
+// --- typed texts --------------------------------------------------------------------------------
 
 struct TypedList {
-  const char* key;
   const char* word;
-  const char* numbered;  // what names begin with that have their order in a number; null: none
+  const char* numbered;         // what names begin with that have their order in a number; or null
+  const char* times = nullptr;  // the key beside it that has the time of each
 };
+// In the order of the decoder's patterns.
 constexpr TypedList kTyped[] = {
-    {"RunMRU", "command", nullptr},
-    {"TypedPaths", "path", "url"},
-    {"WordWheelQuery", "word", nullptr},
-    {"TypedURLs", "address", "url"},
-    {"Map Network Drive MRU", "network drive", nullptr},
+    {"command", nullptr},
+    {"path", "url"},
+    {"word", nullptr},
+    {"word", ""},  // of XP: three digits
+    {"address", "url", "TypedURLsTime"},
+    {"network drive", nullptr},
 };
-// Words looked for in XP: "ACMru\NUMBER", names being three digits.
-constexpr TypedList kOldWords = {"", "word", ""};
-
-const TypedList& ListOf(std::string_view name) {
-  const auto* found = std::ranges::find_if(
-      kTyped, [name](const TypedList& list) { return EqualIgnoringCase(list.key, name); });
-  return found == std::end(kTyped) ? kOldWords : *found;
-}
 
 // The place in the order that the name tells, 0 the first. Addresses count from 1, words of the
 // oldest form from 0.
@@ -84,8 +76,19 @@ std::string TypedText(const EvidenceValue& value) {
   return text;
 }
 
-void AddTyped(EvidenceRun& run, EvidenceKey key) {
-  const TypedList& list = ListOf(run.keys.NameOf(key));
+// By the names of the list's values, in capitals.
+std::unordered_map<std::string, uint64_t> TimesOf(EvidenceRun& run, EvidenceKey key,
+                                                  const TypedList& list) {
+  std::unordered_map<std::string, uint64_t> times;
+  if (list.times == nullptr) return times;
+  const EvidenceKey beside = run.keys.ChildNamed(run.keys.ParentOf(key), list.times);
+  for (const EvidenceValue& time : run.keys.ValuesOf(beside)) {
+    if (time.data.size() == 8) times.emplace(CapitalsOfText(time.name), LoadU64(time.data.data()));
+  }
+  return times;
+}
+
+void AddTyped(EvidenceRun& run, EvidenceKey key, const TypedList& list) {
   std::vector<EvidenceValue> values = run.keys.ValuesOf(key);
   const MruOrder order = OrderOf(values);
   const auto rank = [&](const EvidenceValue& value) {
@@ -93,26 +96,15 @@ void AddTyped(EvidenceRun& run, EvidenceKey key) {
     return list.numbered != nullptr ? RankOfName(list, value.name) : RankOf(order, value.name);
   };
   std::ranges::stable_sort(values, {}, rank);
-  const EvidenceKey parent = run.keys.ParentOf(key);
-  const EvidenceKey time_key = parent == kNoEvidenceKey || !EqualIgnoringCase(list.key, "TypedURLs")
-                                   ? kNoEvidenceKey
-                                   : run.keys.ChildNamed(parent, "TypedURLsTime");
-  std::vector<EvidenceValue> times;
-  if (time_key != kNoEvidenceKey) times = run.keys.ValuesOf(time_key);
-  std::unordered_map<std::string, uint64_t> time_of;
-  for (const EvidenceValue& time : times) {
-    if (time.data.size() == 8) {
-      time_of.emplace(CapitalsOfText(time.name), LoadU64(time.data.data()));
-    }
-  }
+  const auto times = TimesOf(run, key, list);
   for (const EvidenceValue& value : values) {
     if (IsOrderList(value) || value.name.empty()) continue;
     EvidenceRow row;
     row.Text(list.word);
     row.Text(HasData(value, 1, row) ? TypedText(value) : std::string());
     AddRank(run, key, rank(value), value, row);
-    const auto time = time_of.find(CapitalsOfText(value.name));
-    row.Time(time == time_of.end() || value.freed ? 0 : time->second);
+    const auto time = times.find(CapitalsOfText(value.name));
+    row.Time(time == times.end() || value.freed ? 0 : time->second);
     NoteTail(value, row);
     AddEvidence(run, std::move(row), key, &value);
   }
@@ -130,7 +122,7 @@ void DecodeRecentDocs(EvidenceRun& run, Places places) {
 }
 
 void DecodeTypedTexts(EvidenceRun& run, Places places) {
-  for (const EvidencePlace& place : places) AddTyped(run, place.key);
+  for (const EvidencePlace& place : places) AddTyped(run, place.key, kTyped[place.pattern]);
 }
 
 }  // namespace hivequarry

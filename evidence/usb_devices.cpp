@@ -28,14 +28,12 @@ std::string PartAfter(std::string_view text, std::string_view word) {
 // Windows 7 has "00000064\00000000" with a value "Data", later systems "0064" with a value without
 // name.
 uint64_t PropertyTime(EvidenceKeys& keys, EvidenceKey properties, uint32_t number) {
-  if (properties == kNoEvidenceKey) return 0;
   EvidenceKey key = keys.ChildNamed(properties, std::string(Hex(number, 4)));
   const char* value = "";
   if (key == kNoEvidenceKey) {
     key = keys.Below(properties, std::string(Hex(number, 8)) + "\\00000000");
     value = "Data";
   }
-  if (key == kNoEvidenceKey) return 0;
   const EvidenceValue time = keys.ValueNamed(key, value);
   return time.data.size() == 8 ? LoadU64(time.data.data()) : 0;
 }
@@ -45,8 +43,7 @@ void AddInstance(EvidenceRun& run, const EvidencePlace& place, const char* bus,
   EvidenceKeys& keys = run.keys;
   const std::vector<EvidenceValue> values = keys.ValuesOf(place.key);
   const std::string instance = keys.NameOf(place.key);
-  const EvidenceKey above = keys.ParentOf(place.key);
-  const std::string device = above == kNoEvidenceKey ? std::string() : keys.NameOf(above);
+  const std::string device = keys.NameOf(keys.ParentOf(place.key));
   EvidenceRow row;
   std::string name = TextNamed(values, "FriendlyName");
   if (name.empty()) name = TextNamed(values, "DeviceDesc");
@@ -69,7 +66,7 @@ void AddInstance(EvidenceRun& run, const EvidencePlace& place, const char* bus,
   if (volume == volumes.end() && !prefix.empty()) volume = volumes.find(CapitalsOfText(prefix));
   row.Text(volume == volumes.end() ? std::string() : volume->second);
   row.Text(TextNamed(values, "ContainerID")).Text(prefix).Text(TextNamed(values, "Service"));
-  row.Text(ControlSetText(keys, place.control_set));
+  row.Text(place.control_set);
   AddEvidence(run, std::move(row), place.key);
 }
 

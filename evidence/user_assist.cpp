@@ -37,14 +37,14 @@ void AddCounts(const EvidenceValue& value, EvidenceRow& row) {
     if (old && count > 0 && count < kFirstCount) row.Note("count below where counting begins");
     row.Number(count - offset);
     if (old) {
-      row.Empty().Empty().Time(ReadU64(data, 8));
+      row.Empty(2).Time(ReadU64(data, 8));
     } else {
       row.Number(ReadU32(data, 8)).Number(ReadU32(data, 12)).Time(ReadU64(data, 60));
     }
     row.Number(count).Number(ReadU32(data, 0));
     return;
   }
-  row.Empty().Empty().Empty().Empty().Empty();
+  row.Empty(5);
   if (data.size() == kOldSession) {
     row.Number(ReadU32(data, 0)).Note("session, no program");
   } else if (data.size() == kSession) {
@@ -68,10 +68,7 @@ void AddEntry(EvidenceRun& run, EvidenceKey key, const EvidenceValue& value, boo
 }
 
 bool IsStoredPlain(EvidenceRun& run, EvidenceKey counter) {
-  const EvidenceKey all = counter == kNoEvidenceKey ? counter : run.keys.ParentOf(counter);
-  if (all == kNoEvidenceKey) return false;
-  const EvidenceKey settings = run.keys.ChildNamed(all, "Settings");
-  if (settings == kNoEvidenceKey) return false;
+  const EvidenceKey settings = run.keys.ChildNamed(run.keys.ParentOf(counter), "Settings");
   return NumberOf(run.keys.ValueNamed(settings, "NoEncrypt")).value_or(0) == 1;
 }
 
@@ -82,7 +79,7 @@ void DecodeUserAssist(EvidenceRun& run, Places places) {
     // The key above has a GUID as its name, which says what is counted.
     const EvidenceKey above = run.keys.ParentOf(place.key);
     const bool plain = IsStoredPlain(run, above);
-    const std::string counter = above == kNoEvidenceKey ? std::string() : run.keys.NameOf(above);
+    const std::string counter = run.keys.NameOf(above);
     for (const EvidenceValue& value : run.keys.ValuesOf(place.key)) {
       AddEntry(run, place.key, value, plain || IsPlainName(value.name), counter);
     }

@@ -104,7 +104,7 @@ void AddMounted(EvidenceRun& run, EvidenceKey key, const NamesOfDevices& devices
     if (device.signature != 0 || device.start != 0) {
       row.Text(HexText(device.signature)).Number(device.start);
     } else {
-      row.Empty().Empty();
+      row.Empty(2);
     }
     row.Text(device.partition).Text(device.device).Text(device.serial);
     const auto known = devices.find(CapitalsOfText(device.serial));
@@ -126,7 +126,7 @@ void AddMountPoint(EvidenceRun& run, EvidenceKey key) {
   }
   row.Text("mount point").Text(shown);
   row.Text(share ? "network share" : IsGuid(name) ? "volume" : name.size() == 1 ? "letter" : "");
-  row.Empty().Empty().Empty().Empty().Empty();
+  row.Empty(5);
   row.Text(TextNamed(run.keys.ValuesOf(key), "_LabelFromReg"));
   AddEvidence(run, std::move(row), key);
 }
@@ -134,15 +134,12 @@ void AddMountPoint(EvidenceRun& run, EvidenceKey key) {
 }  // namespace
 
 void DecodeVolumes(EvidenceRun& run, Places places) {
-  NamesOfDevices devices;
-  bool known = false;
+  const NamesOfDevices devices = FindNamesOfDevices(run.keys);
   for (const EvidencePlace& place : places) {
     if (place.pattern != 0) {
       if (!EqualIgnoringCase(run.keys.NameOf(place.key), "CPC")) AddMountPoint(run, place.key);
       continue;
     }
-    if (!known) devices = FindNamesOfDevices(run.keys);
-    known = true;
     AddMounted(run, place.key, devices);
   }
 }

@@ -46,6 +46,10 @@ constexpr struct {
     {"SAM\\Domains\\Account\\Users\\000001F4", "F"},
     {"SAM\\Domains\\Account\\Users\\000001F4", "V"},
     {"SAM\\Domains\\Builtin\\Aliases\\00000220", "C"},
+    {"Microsoft\\Windows NT\\CurrentVersion\\Schedule\\TaskCache\\Tasks\\{A}", "DynamicInfo"},
+    {"ControlSet001\\Services\\s", "ImagePath"},
+    {"ControlSet001\\Control\\TimeZoneInformation", "StandardStart"},
+    {"Policy\\PolAdtEv", ""},
 };
 
 void DecodeAll(std::span<const uint8_t> bytes) {

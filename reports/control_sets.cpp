@@ -15,17 +15,6 @@ constexpr std::string_view kCurrentSet = "CurrentControlSet";
 constexpr size_t kDigits = 3;
 constexpr int kMostLevels = 512;  // that a registry's keys are nested
 
-// "ControlSet001" alone.
-uint32_t NumberOfName(std::string_view name) {
-  if (name.size() != kSet.size() + kDigits || !StartsIgnoringCase(name, kSet)) return 0;
-  uint32_t number = 0;
-  for (const char digit : name.substr(kSet.size())) {
-    if (digit < '0' || digit > '9') return 0;
-    number = number * 10 + static_cast<uint32_t>(digit - '0');
-  }
-  return number;
-}
-
 // True when nothing tells what lies above the item, or that is the top of the hive.
 bool IsTop(const KeyTree& tree, uint32_t item) {
   const uint32_t parent = tree.items[item].parent;
@@ -42,14 +31,16 @@ uint32_t SetAround(const HiveImage& hive, const KeyTree& tree, uint32_t item) {
     if (!IsKeyOrCopy(tree, at) || !IsTop(tree, at)) continue;
     const std::string path = ItemName(hive, tree, at);
     const std::string_view name = LastName(path);  // the root's text is a path
-    if (NumberOfName(name) != 0 || EqualIgnoringCase(name, kCurrentSet)) return at;
+    const bool numbered = ControlSetNumber(name).value_or(0) != 0;
+    if (numbered || EqualIgnoringCase(name, kCurrentSet)) return at;
   }
   return kNoItem;
 }
 
-uint32_t SelectKey(const HiveImage& hive, const KeyTree& tree) {
-  if (tree.items.empty()) return kNoItem;
-  for (uint32_t child = FirstChild(tree, 0); child != kNoItem; child = NextSibling(tree, child)) {
+uint32_t SelectKey(const HiveImage& hive, const KeyTree& tree, uint32_t above) {
+  if (above >= tree.items.size()) return kNoItem;
+  for (uint32_t child = FirstChild(tree, above); child != kNoItem;
+       child = NextSibling(tree, child)) {
     const bool live = HasKeyCell(tree, child) && tree.items[child].connected;
     if (live && EqualIgnoringCase(ItemName(hive, tree, child), "Select")) return child;
   }
@@ -64,9 +55,19 @@ void AddWord(std::string& words, bool fits, std::string_view word) {
 
 }  // namespace
 
-ControlSets ReadControlSets(const HiveImage& hive, const KeyTree& tree) {
+std::optional<uint32_t> ControlSetNumber(std::string_view name) {
+  if (name.size() != kSet.size() + kDigits || !StartsIgnoringCase(name, kSet)) return std::nullopt;
+  uint32_t number = 0;
+  for (const char digit : name.substr(kSet.size())) {
+    if (digit < '0' || digit > '9') return std::nullopt;
+    number = number * 10 + static_cast<uint32_t>(digit - '0');
+  }
+  return number;
+}
+
+ControlSets ReadControlSets(const HiveImage& hive, const KeyTree& tree, uint32_t above) {
   ControlSets sets;
-  const uint32_t select = SelectKey(hive, tree);
+  const uint32_t select = SelectKey(hive, tree, above);
   if (select == kNoItem) return sets;
   std::vector<uint8_t> data;
   for (const uint32_t position : ListedValues(hive, tree.items[select].position)) {
@@ -84,7 +85,7 @@ uint32_t ControlSetOf(const HiveImage& hive, const KeyTree& tree, uint32_t item)
   const uint32_t set = SetAround(hive, tree, item);
   if (set == kNoItem) return 0;
   const std::string path = ItemName(hive, tree, set);
-  return NumberOfName(LastName(path));
+  return ControlSetNumber(LastName(path)).value_or(0);
 }
 
 std::string ControlSetWords(const ControlSets& sets, uint32_t number) {

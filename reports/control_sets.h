@@ -5,11 +5,16 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
+#include <string_view>
 
 #include "hive/key_tree.h"
 
 namespace hivequarry {
+
+// 1 of a key's name "ControlSet001"; nothing of any other name.
+std::optional<uint32_t> ControlSetNumber(std::string_view name);
 
 // The numbers in "Select"; 0 where there is none. What recovered keys say does not count.
 struct ControlSets {
@@ -17,8 +22,8 @@ struct ControlSets {
   uint32_t last_known_good = 0;
   uint32_t failed = 0;
 };
-// Looks through the subkeys of the root: once for a report.
-ControlSets ReadControlSets(const HiveImage& hive, const KeyTree& tree);
+// Looks through the subkeys of `above`, where the sets are: once for a report.
+ControlSets ReadControlSets(const HiveImage& hive, const KeyTree& tree, uint32_t above = 0);
 
 // The number of the set that the item is or lies in: of "ControlSet001" at the top of the hive or
 // as its root, or where nothing tells what lies above. 0 for any other item.

@@ -13,8 +13,8 @@
 #include "host/case.h"
 #include "host/long_operation.h"
 #include "host/number_text.h"
-#include "host/text.h"
 #include "host/visible_text.h"
+#include "records/stored_text.h"
 #include "reports/control_sets.h"
 #include "reports/report_run.h"
 #include "words/known_guids.h"
@@ -228,8 +228,7 @@ void AddValueFact(Overview& over, Teller& teller, const ValueFact& fact) {
   }
 }
 
-// --- lists of subkeys
-// ------------------------------------------------------------------------------
+// --- lists of subkeys ---------------------------------------------------------------------------
 
 // Calls `tell` with each subkey of the keys at the path.
 using TellOfKey = std::function<void(const SourceKey& key, const Place& place)>;
@@ -332,11 +331,9 @@ std::string DeviceWords(const SourceValue& value) {
   if (data.size() == 24 && start == kPartition) {
     return "partition " + GuidText(GuidOfBytes(data.subspan<8, 16>()));
   }
-  std::u16string text;
-  for (size_t at = 0; at + 1 < data.size() && text.size() < kDataCellLimit; at += 2) {
-    text += static_cast<char16_t>(LoadU16(data.data() + at));
-  }
-  return ShownValueName(TextOfWide(text));
+  std::string text;
+  AppendUnits(data, StoredUnits::kOfString, kDataCellLimit, text);
+  return ShownValueName(text);
 }
 
 void AddDrives(Overview& over, Teller& teller) {
@@ -360,8 +357,7 @@ void AddAccountOfProfile(Overview& over, Teller& teller) {
           "alone has all access to " + teller.evidence.sid_keys);
 }
 
-// --- the whole
-// -------------------------------------------------------------------------------------
+// --- the whole ----------------------------------------------------------------------------------
 
 // What an examiner asks for, and where it would be.
 constexpr struct {
@@ -378,7 +374,9 @@ void AddMissing(Overview& over) {
   for (const auto& asked : kAsked) {
     if (std::ranges::find(over.told, asked.field) != over.told.end()) continue;
     const bool there = std::ranges::any_of(over.tellers, [&](const Teller& teller) {
-      return std::string_view(asked.hives).find(HiveKindName(teller.kind)) != std::string::npos;
+      const bool known = teller.kind != HiveKind::kUnknown;
+      return known &&
+             std::string_view(asked.hives).find(HiveKindName(teller.kind)) != std::string::npos;
     });
     const std::string note = there ? std::string("not in the hive ") + asked.hives
                                    : std::string("the hive ") + asked.hives + " would tell";

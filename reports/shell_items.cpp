@@ -8,7 +8,6 @@
 #include "host/text.h"
 #include "records/stored_text.h"
 #include "reports/report_run.h"
-#include "words/known_guids.h"
 
 namespace hivequarry {
 namespace {
@@ -208,15 +207,13 @@ std::string AddressName(Span item) {
   return wide ? WideAt(item, at) : NarrowAt(item, at);
 }
 
-std::string RootName(Span item) {
-  switch (U32At(item, 6)) {
-    case kDriveSignature:
-      return DriveAt(item, 13);
-    case kSearchSignature:
-      return "Search Results";
-    default:
-      return FolderAt(item, 4);
-  }
+// Where the item has the GUID that tells its folder; 0 for nowhere.
+size_t FolderPlace(Span item) {
+  const uint8_t kind = U8At(item, 2);
+  const uint32_t signature = U32At(item, 6);
+  if (kind == kRoot) return signature == kDriveSignature || signature == kSearchSignature ? 0 : 4;
+  if (kind == kNameSpace && (U8At(item, 3) & kHasGuid) != 0) return 4;
+  return kind == kControlPanelItem || signature == kKnownFolderSignature ? 14 : 0;
 }
 
 std::string NameByKind(Span item) {
@@ -224,27 +221,21 @@ std::string NameByKind(Span item) {
   if (kind == kControlPanelCategory && U32At(item, 4) == kCategorySignature) {
     return CategoryName(U32At(item, 8));
   }
-  if (kind == kRoot) return RootName(item);
-  if (kind == kNameSpace && (U8At(item, 3) & kHasGuid) != 0) return FolderAt(item, 4);
+  if (const size_t at = FolderPlace(item); at != 0) return FolderAt(item, at);
+  if (kind == kRoot) {
+    return U32At(item, 6) == kDriveSignature ? DriveAt(item, 13) : "Search Results";
+  }
   if ((kind & 0x70) == 0x20) return DriveAt(item, 3);
   if ((kind & 0x70) == 0x40) return NarrowAt(item, 5);
   if (kind == kAddress) return AddressName(item);
-  if (kind == kControlPanelItem) return FolderAt(item, 14);
-  if (U32At(item, 6) == kKnownFolderSignature) return FolderAt(item, 14);
   return {};
 }
 
 // The GUID by which the item tells its folder; empty for none.
 std::string FolderGuid(Span item) {
-  const uint8_t kind = U8At(item, 2);
-  size_t at = 0;
-  if (kind == kRoot && U32At(item, 6) != kDriveSignature && U32At(item, 6) != kSearchSignature) {
-    at = 4;
-  }
-  if (kind == kNameSpace && (U8At(item, 3) & kHasGuid) != 0) at = 4;
-  if (kind == kControlPanelItem || U32At(item, 6) == kKnownFolderSignature) at = 14;
+  const size_t at = FolderPlace(item);
   if (at == 0 || at > item.size() || item.size() - at < 16) return {};
-  return GuidText(GuidOfBytes(item.subspan(at).first<16>()));
+  return GuidText(item.subspan(at).first<16>());
 }
 
 const char* KindWord(Span item, const ShellItem& shown) {
@@ -278,8 +269,8 @@ ShellItem ReadShellItem(Span item) {
     shown = ReadFile(item);
   } else {
     shown.name = NameByKind(item);
+    shown.guid = FolderGuid(item);
   }
-  shown.guid = FolderGuid(item);
   shown.kind = KindWord(item, shown);
   if (shown.name.empty()) {
     shown.name = PropertyName(item);

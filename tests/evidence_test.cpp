@@ -68,8 +68,7 @@ Bytes Numbers(std::initializer_list<uint32_t> numbers) {
 const uint64_t kTime = FileTime(2020, 2, 3, 4, 5, 6);
 constexpr const char* kTimeText = "2020/02/03, 04:05:06";
 
-// --- programs run
-// ---------------------------------------------------------------------------------
+// --- programs run -------------------------------------------------------------------------------
 
 constexpr const char* kUserAssist =
     "Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\UserAssist\\";
@@ -125,8 +124,7 @@ TEST(Evidence, UserAssistNamesMayBeStoredPlain) {
   EXPECT_EQ(Cells(Decoded(builder, "user-assist"), {"Program"}), Texts{"Tool"});
 }
 
-// --- the cache of compatibility
-// -------------------------------------------------------------------
+// --- the cache of compatibility -----------------------------------------------------------------
 
 void Append(Bytes& to, const Bytes& from) { to.insert(to.end(), from.begin(), from.end()); }
 Bytes Short(uint32_t number) {
@@ -256,15 +254,18 @@ TEST(Evidence, AmCacheReadsBothForms) {
       .Sz("FileId", "12")
       .Qword("Size", 6)
       .Sz("LinkDate", "12/16/2019 20:45:45");
+  builder.Key("Root\\InventoryApplicationFile\\c|1")
+      .Sz("Name", "c.exe")
+      .Sz("LinkDate", "02/30/2019 00:00:00");
   EXPECT_EQ(
       Cells(Decoded(builder, "am-cache"),
             {"Kind", "Item", "SHA-1", "Size", "Linked", "Modified", "Note"}),
       (Texts{"file|a.exe|" + std::string(40, 'a') + "|5|2001/09/09, 01:46:40|" + kTimeText + "|",
-             "file|b.exe|12|6|2019/12/16, 20:45:45||no SHA-1 of the usual form"}));
+             "file|b.exe|12|6|2019/12/16, 20:45:45||no SHA-1 of the usual form",
+             "file|c.exe|||02/30/2019 00:00:00||"}));
 }
 
-// --- where decoders begin
-// -------------------------------------------------------------------------
+// --- where decoders begin -----------------------------------------------------------------------
 
 TEST(Evidence, PlacesAreFoundWhateverTheHiveIsCalled) {
   const std::string below = std::string(kUserAssist) + kCounter + "\\Count";
@@ -297,6 +298,20 @@ TEST(Evidence, TornOffKeysAreRecoveredEvidence) {
   EXPECT_EQ(Cells(Decoded(opened, "user-assist"), {"Program", "State"}), Texts{"a|recovered"});
 }
 
+TEST(Evidence, ControlSetsOfWhichNothingTellsWhatIsAboveAreSearched) {
+  HiveBuilder builder;
+  builder.Key("ControlSet001\\Services\\bam\\UserSettings\\S-1-5-18")
+      .Value("p.exe", 3, Numbers({0, 0, 0, 0, 0, 0}));
+  builder.Key("Select").Dword("Current", 1);
+  BuiltHive built = builder.Build();
+  // The set is torn off, and the offset of its parent leads nowhere.
+  const uint32_t set = built.PositionOf("ControlSet001");
+  built.Unlink("ControlSet001").SetU32(set, 4 + 16, 0x00FFFFF0);
+  OpenedHive opened(built);
+  EXPECT_EQ(Cells(Decoded(opened, "activity"), {"Program", "User", "Control Set", "State"}),
+            Texts{"p.exe|S-1-5-18|ControlSet001|recovered"});
+}
+
 TEST(Evidence, FreedValuesAreDecodedAndABranchLimitsTheRows) {
   const std::string path = std::string(kUserAssist) + kCounter + "\\Count";
   HiveBuilder builder;
@@ -314,8 +329,7 @@ TEST(Evidence, FreedValuesAreDecodedAndABranchLimitsTheRows) {
   EXPECT_EQ(Decoded(opened, "user-assist").size(), 3U);
 }
 
-// --- folders and files
-// ----------------------------------------------------------------------------
+// --- folders and files --------------------------------------------------------------------------
 
 // A folder's item with an extension of version 9: times, file reference, long name.
 Bytes FolderItem(std::string_view short_name, std::string_view long_name) {
@@ -408,8 +422,7 @@ TEST(Evidence, DocumentsAndTypedTextsInTheirOrder) {
                    "address|http://one|1|", "address|http://two|2|" + time}));
 }
 
-// --- devices, networks, accounts
-// ------------------------------------------------------------------
+// --- devices, networks, accounts ----------------------------------------------------------------
 
 TEST(Evidence, UsbDevicesHaveTimesOfBothFormsAndTheirVolumes) {
   const std::string times = "\\Properties\\{83da6326-97a6-4088-9453-a1923f573b29}\\";
@@ -441,9 +454,12 @@ TEST(Evidence, AutostartSaysWhatIsApproved) {
   HiveBuilder builder;
   const std::string version = "Microsoft\\Windows\\CurrentVersion\\";
   builder.Key(version + "Run").Sz("On", "on.exe").Sz("Off", "off.exe");
-  builder.Key("Wow6432Node\\" + version + "Run").Sz("Off", "32.exe");
+  builder.Key("Wow6432Node\\" + version + "Run").Sz("Off", "32.exe").Sz("Off32", "33.exe");
+  builder.Key("Wow6432Node\\" + version + "RunOnce").Sz("Off32", "once.exe");
   builder.Key(version + "Explorer\\StartupApproved\\Run")
       .Value("Off", 3, Joined({Numbers({3}), Times(kTime)}));
+  builder.Key(version + "Explorer\\StartupApproved\\Run32")
+      .Value("Off32", 3, Joined({Numbers({3}), Times(kTime)}));
   builder.Key("Microsoft\\Windows NT\\CurrentVersion\\Winlogon")
       .Sz("Shell", "explorer.exe")
       .Sz("Other", "x");
@@ -453,9 +469,10 @@ TEST(Evidence, AutostartSaysWhatIsApproved) {
   EXPECT_EQ(
       Cells(Decoded(builder, "autostart"),
             {"Place", "Entry", "Command", "Approved", "Switched Off"}),
-      (Texts{"StartupApproved Run|Off||no|" + time, "Run|On|on.exe||", "Run|Off|off.exe|no|" + time,
-             "Run (32-bit)|Off|32.exe||", "Winlogon|Shell|explorer.exe||",
-             "Image File Execution Options|sethc.exe|cmd.exe||"}));
+      (Texts{"StartupApproved Run|Off||no|" + time, "StartupApproved Run32|Off32||no|" + time,
+             "Run|On|on.exe||", "Run|Off|off.exe|no|" + time, "Run (32-bit)|Off|32.exe||",
+             "Run (32-bit)|Off32|33.exe|no|" + time, "RunOnce (32-bit)|Off32|once.exe||",
+             "Winlogon|Shell|explorer.exe||", "Image File Execution Options|sethc.exe|cmd.exe||"}));
 }
 
 TEST(Evidence, NetworksAreJoinedWithTheirSignatures) {
@@ -503,6 +520,9 @@ TEST(Evidence, AccountsThatContradictThemselvesSaySo) {
   users.Key("000001F4").Value("F", 3, UserNumbers(500)).Value("V", 3, UserTexts("admin"));
   users.Key("000003E9").Value("F", 3, UserNumbers(500)).Value("V", 3, UserTexts("guest"));
   users.Key("000003EA").Value("V", 3, UserTexts("hidden"));
+  Bytes over = UserTexts("over");
+  PutU32(over, 0xA8, 4), PutU32(over, 0xAC, 4);  // the name's last two letters
+  users.Key("000003EB").Value("V", 3, over);
   users.Key("Names\\admin").Value("", 500, {});
   users.Key("Names\\other").Value("", 1001, {});
   users.Key("Names\\gone").Value("", 1005, {});
@@ -516,11 +536,12 @@ TEST(Evidence, AccountsThatContradictThemselvesSaySo) {
                  "; the record has the number 500, the key 1001; the key below Names is called "
                  "\"other\"",
              "hidden|1002||" + beyond + "; no record of logons; no key below Names has this number",
+             "|1003||a text lies over a password's hash; " + beyond +
+                 "; no record of logons; no key below Names has this number",
              "gone|1005||no user has this number"}));
 }
 
-// --- services, tasks, the system
-// ---------------------------------------------------------------------
+// --- services, tasks, the system ----------------------------------------------------------------
 
 TEST(Evidence, ServicesHaveTheirRealFiles) {
   HiveBuilder builder;

@@ -125,6 +125,10 @@ TEST(Machine, WhatIsMissingNamesTheHive) {
             Texts{"Computer name|FAKE|control set 1: current"})
       << "the user knows better";
   EXPECT_EQ(Facts(*ListMachine({})).size(), 11u);
+  OpenedHive other(HiveBuilder(kNothing).Build());
+  const MachineHive unknown = {&other.hive, &other.tree};
+  EXPECT_EQ(Facts(*ListMachine(std::span(&unknown, 1)), "Computer name"),
+            Texts{"Computer name||the hive SYSTEM would tell"});
 }
 
 TEST(Machine, AccountsAndRecoveredKeys) {

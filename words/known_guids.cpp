@@ -548,7 +548,7 @@ constexpr PropertyRow kProperties[] = {
     {"B725F130-47EF-101A-A5F1-02608C9EEBAC", 10, "Name"},
 };
 
-constexpr Guid GuidOfRow(const auto& row) { return row.guid; }
+constexpr auto kByGuid = [](const auto& row) -> Guid { return row.guid; };
 constexpr auto PropertyKey(const PropertyRow& row) {
   return std::pair<Guid, uint32_t>(row.guid, row.number);
 }
@@ -557,7 +557,6 @@ template <typename Rows, typename Key>
 constexpr bool IsAscending(const Rows& rows, Key key) {
   return std::ranges::adjacent_find(rows, std::ranges::greater_equal(), key) == std::end(rows);
 }
-constexpr auto kByGuid = [](const auto& row) { return GuidOfRow(row); };
 static_assert(IsAscending(kFolders, kByGuid));
 static_assert(IsAscending(kClasses, kByGuid));
 static_assert(IsAscending(kProperties, PropertyKey));
