@@ -52,6 +52,15 @@ bool IsKeyItem(const KeyTree& tree, uint32_t item) {
          !it.hidden;
 }
 
+uint32_t AddFolder(KeyTree& tree, ItemKind kind, uint32_t identifier) {
+  const auto item = static_cast<uint32_t>(tree.items.size());
+  KeyItem& folder = tree.items.emplace_back();
+  folder.kind = kind;
+  folder.position = identifier;
+  folder.parent = 0;
+  return item;
+}
+
 void HideBranch(KeyTree& tree, uint32_t item) {
   const uint32_t end = tree.items[item].end;
   for (uint32_t at = item; at < end; ++at) tree.items[at].hidden = true;

@@ -137,6 +137,14 @@ inline bool HasKeyCell(const KeyTree& tree, uint32_t item) {
   return IsKeyItem(tree, item) && (tree.items[item].marks & kVirtualMarks) == 0;
 }
 
+// For who builds a tree, whose items are added each before its children. A folder below the root,
+// by its identifier:
+uint32_t AddFolder(KeyTree& tree, ItemKind kind, uint32_t identifier);
+// All that is below the item has been added.
+inline void CloseItem(KeyTree& tree, uint32_t item) {
+  tree.items[item].end = static_cast<uint32_t>(tree.items.size());
+}
+
 // Takes an item out of the view with its subtree, or brings all back that was taken out. Numbers of
 // items stay what they are. No walk may be under way.
 void HideBranch(KeyTree& tree, uint32_t item);

@@ -130,7 +130,7 @@ class StackTree {
       Frame& frame = frames_.back();
       if (frame.next == frame.children.size()) {
         if (frames_.size() == 1) AddFolders();
-        Close(frame.item);
+        CloseItem(tree_, frame.item);
         frames_.pop_back();
       } else {
         const Child child = std::move(frame.children[frame.next++]);
@@ -209,7 +209,6 @@ class StackTree {
     tree_.items.push_back(copy);
     return item;
   }
-  void Close(uint32_t item) { tree_.items[item].end = static_cast<uint32_t>(tree_.items.size()); }
 
   // All of a branch that nothing is joined to, in a layer whose keys do nothing to others.
   void CopyBranch(const Part& top, HiddenNote hidden, uint32_t parent) {
@@ -367,7 +366,8 @@ class StackTree {
 
   // What no list leads to, layer after layer.
   void AddFolders() {
-    tree_.disconnected_keys = AddFolder(ItemKind::kDisconnectedKeys, DisconnectedKeysId(stack_));
+    tree_.disconnected_keys =
+        AddFolder(tree_, ItemKind::kDisconnectedKeys, DisconnectedKeysId(stack_));
     for (uint32_t layer = 0; layer < from_.size(); ++layer) {
       const KeyTree& tree = from_[layer].tree;
       const uint32_t folder = tree.disconnected_keys;
@@ -385,19 +385,10 @@ class StackTree {
         tree_.shared_bytes.emplace(record + start, other + start);
       }
     }
-    Close(tree_.disconnected_keys);
+    CloseItem(tree_, tree_.disconnected_keys);
     tree_.disconnected_values =
-        AddFolder(ItemKind::kDisconnectedValues, DisconnectedValuesId(stack_));
-    Close(tree_.disconnected_values);
-  }
-
-  uint32_t AddFolder(ItemKind kind, uint32_t identifier) {
-    const auto item = static_cast<uint32_t>(tree_.items.size());
-    KeyItem& folder = tree_.items.emplace_back();
-    folder.kind = kind;
-    folder.position = identifier;
-    folder.parent = 0;
-    return item;
+        AddFolder(tree_, ItemKind::kDisconnectedValues, DisconnectedValuesId(stack_));
+    CloseItem(tree_, tree_.disconnected_values);
   }
 
   void FillIndex() {
@@ -440,16 +431,14 @@ const HiveImage& LayerHive(const HiveImage& hive, uint32_t position) {
   return hive.stack == nullptr ? hive : LayerOfPosition(*hive.stack, position).hive;
 }
 
-bool InOneLayer(const HiveImage& hive, uint32_t position, uint32_t size) {
-  if (hive.stack == nullptr) return true;
-  const StackLayer& layer = LayerOfPosition(*hive.stack, position);
+bool InOneLayer(const LayerStack& stack, uint32_t position, uint32_t size) {
+  const StackLayer& layer = LayerOfPosition(stack, position);
   return InsideHive(layer.hive, position - layer.start, size);
 }
 
-const StackKey* StackKeyAt(const HiveImage& hive, uint32_t position) {
-  if (hive.stack == nullptr) return nullptr;
-  const auto key = hive.stack->keys.find(position);
-  return key == hive.stack->keys.end() ? nullptr : &key->second;
+const StackKey* StackKeyAt(const LayerStack& stack, uint32_t position) {
+  const auto key = stack.keys.find(position);
+  return key == stack.keys.end() ? nullptr : &key->second;
 }
 
 HiddenNote HiddenNoteAt(const HiveImage& hive, uint32_t position) {

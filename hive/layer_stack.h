@@ -58,10 +58,16 @@ uint32_t LayerAt(const HiveImage& hive, uint32_t position);
 uint32_t LayerStart(const HiveImage& hive, uint32_t position);
 // The hive that the position is of: its layer, or the hive itself.
 const HiveImage& LayerHive(const HiveImage& hive, uint32_t position);
+bool InOneLayer(const LayerStack& stack, uint32_t position, uint32_t size);
 // True when the bytes are all of one layer; of an image that is no stack, always.
-bool InOneLayer(const HiveImage& hive, uint32_t position, uint32_t size);
+inline bool InOneLayer(const HiveImage& hive, uint32_t position, uint32_t size) {
+  return hive.stack == nullptr || InOneLayer(*hive.stack, position, size);
+}
+const StackKey* StackKeyAt(const LayerStack& stack, uint32_t position);
 // Null for a key of which its cell tells all, and in an image that is no stack.
-const StackKey* StackKeyAt(const HiveImage& hive, uint32_t position);
+inline const StackKey* StackKeyAt(const HiveImage& hive, uint32_t position) {
+  return hive.stack == nullptr ? nullptr : StackKeyAt(*hive.stack, position);
+}
 HiddenNote HiddenNoteAt(const HiveImage& hive, uint32_t position);
 
 // Time of a key's last write: FILETIME; of keys that are one the newest.

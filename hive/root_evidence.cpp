@@ -321,11 +321,11 @@ HiveKind KindOfRootPath(std::string_view path) {
     const bool classes = EndsIgnoringCase("\\" + split.rest, kClassesEnd);
     return classes ? HiveKind::kClasses : HiveKind::kUser;
   }
+  if (split.short_name != "HKLM") return HiveKind::kUnknown;
+  const std::string short_path = "HKLM\\" + split.rest;
   for (const auto& kind : kKinds) {
     const std::string_view root = kind.root;
-    if (!root.starts_with("HKLM\\") || split.short_name != "HKLM") continue;
-    const std::string short_path = "HKLM\\" + split.rest;
-    if (!StartsIgnoringCase(short_path, root)) continue;
+    if (!root.starts_with("HKLM\\") || !StartsIgnoringCase(short_path, root)) continue;
     if (short_path.size() == root.size() || short_path[root.size()] == '\\') return kind.kind;
   }
   return HiveKind::kUnknown;

@@ -408,10 +408,8 @@ uint32_t ListEntryOf(const HiveImage& hive, uint32_t key_position, size_t index)
 }
 
 bool HasValueList(const HiveImage& hive, uint32_t key_position) {
-  if (hive.stack != nullptr) {
-    const StackKey* joined = StackKeyAt(hive, key_position);
-    if (joined != nullptr) return !joined->values.empty();
-  }
+  const StackKey* joined = StackKeyAt(hive, key_position);
+  if (joined != nullptr) return !joined->values.empty();
   return ReadU32(hive, key_position + kKeyValueCount) != 0 &&
          ReadU32(hive, key_position + kKeyValueList) < kNoList;
 }
@@ -424,7 +422,7 @@ ValueListNote NoteOfValueList(const HiveImage& hive, uint32_t key_position) {
 
 bool ReadValuesOfKey(const HiveImage& hive, uint32_t key_position, uint32_t limit,
                      std::vector<uint32_t>& positions) {
-  if (hive.stack != nullptr && TakeJoinedValues(hive, key_position, limit, positions)) return true;
+  if (TakeJoinedValues(hive, key_position, limit, positions)) return true;
   if (!HasValueList(hive, key_position)) return true;
   const uint32_t count = ReadU32(hive, key_position + kKeyValueCount);
   const ValueListNote note = NoteOfValueList(hive, key_position);
@@ -441,7 +439,7 @@ void ReadValuesInWalk(const HiveImage& hive, uint32_t key_position,
 
 void ReadWholeValueList(const HiveImage& hive, uint32_t key_position,
                         std::vector<uint32_t>& positions) {
-  if (hive.stack != nullptr && TakeJoinedValues(hive, key_position, kAllEntries, positions)) return;
+  if (TakeJoinedValues(hive, key_position, kAllEntries, positions)) return;
   if (!HasValueList(hive, key_position)) return;
   ReadValueList(hive, ReadU32(hive, key_position + kKeyValueCount), ValueListOf(hive, key_position),
                 NoteOfValueList(hive, key_position).entries, positions);

@@ -59,19 +59,20 @@ Character Decode(std::string_view text, size_t at) {
   return {code, more + 1};
 }
 
-// Calls `take` with each UTF-16 unit of a text; U+FFFD for bytes that are no text.
-template <typename Take>
-void ForEachUnit(std::string_view text, const Take& take) {
+// ASCII as it is, and what `append` makes of the code of each other character.
+template <typename Append>
+std::string WithOthers(std::string_view text, const Append& append) {
+  std::string out;
+  out.reserve(text.size());
   for (size_t at = 0; at < text.size();) {
-    const Character character = CharacterAt(text, at);
-    at += character.length;
-    if (character.code < 0x10000) {
-      take(static_cast<char16_t>(character.code));
-    } else {
-      take(static_cast<char16_t>(0xD800 + ((character.code - 0x10000) >> 10)));
-      take(static_cast<char16_t>(0xDC00 + ((character.code - 0x10000) & 0x3FF)));
-    }
+    const size_t end = AsciiEnd(text, at);
+    out.append(text, at, end - at);
+    if (end == text.size()) break;
+    const Character character = CharacterAt(text, end);
+    append(character.code, out);
+    at = end + character.length;
   }
+  return out;
 }
 
 }  // namespace
@@ -137,7 +138,16 @@ std::string TextOfWide(std::u16string_view wide) {
 std::u16string WideOfText(std::string_view text) {
   std::u16string wide;
   wide.reserve(text.size());
-  ForEachUnit(text, [&wide](char16_t unit) { wide.push_back(unit); });
+  for (size_t at = 0; at < text.size();) {
+    const Character character = CharacterAt(text, at);
+    at += character.length;
+    if (character.code < 0x10000) {
+      wide.push_back(static_cast<char16_t>(character.code));
+    } else {
+      wide.push_back(static_cast<char16_t>(0xD800 + ((character.code - 0x10000) >> 10)));
+      wide.push_back(static_cast<char16_t>(0xDC00 + ((character.code - 0x10000) & 0x3FF)));
+    }
+  }
   return wide;
 }
 
@@ -159,17 +169,9 @@ bool IsUnsayable(std::string_view text) {
 }
 
 std::string StrictUtf8(std::string_view text) {
-  std::string utf8;
-  utf8.reserve(text.size());
-  for (size_t at = 0; at < text.size();) {
-    const size_t end = AsciiEnd(text, at);
-    utf8.append(text, at, end - at);
-    if (end == text.size()) break;
-    const Character character = CharacterAt(text, end);
-    AppendCharacter(IsSurrogate(character.code) ? kReplacement : character.code, utf8);
-    at = end + character.length;
-  }
-  return utf8;
+  return WithOthers(text, [](uint32_t code, std::string& out) {
+    AppendCharacter(IsSurrogate(code) ? kReplacement : code, out);
+  });
 }
 
 size_t CountUnits(std::string_view text) {
@@ -197,20 +199,12 @@ std::string_view FirstUnits(std::string_view text, size_t units) {
 
 std::string CodePageOfText(std::string_view text, size_t* lost) {
   const CodePage& page = *CurrentHost().code_page;
-  std::string bytes;
-  bytes.reserve(text.size());
-  for (size_t at = 0; at < text.size();) {
-    const size_t end = AsciiEnd(text, at);
-    bytes.append(text, at, end - at);
-    if (end == text.size()) break;
-    const Character character = CharacterAt(text, end);
-    const bool known = character.code < 0x10000 && page.byte_of_wide[character.code] != 0;
-    const size_t units = character.code < 0x10000 ? 1 : 2;
-    bytes.append(units, known ? static_cast<char>(page.byte_of_wide[character.code]) : '?');
+  return WithOthers(text, [&page, lost](uint32_t code, std::string& out) {
+    const bool known = code < 0x10000 && page.byte_of_wide[code] != 0;
+    const size_t units = code < 0x10000 ? 1 : 2;
+    out.append(units, known ? static_cast<char>(page.byte_of_wide[code]) : '?');
     if (!known && lost != nullptr) *lost += units;
-    at = end + character.length;
-  }
-  return bytes;
+  });
 }
 
 bool FitsCodePage(std::string_view text) {

@@ -18,7 +18,7 @@ namespace hivequarry {
 // The places, as top bits, where bytes of the word are that are no printable ASCII characters or
 // are one of the others named. The lowest is right; a borrow may set more after it.
 template <typename... Others>
-uint64_t OddBytes(uint64_t word, Others... others) {
+inline uint64_t OddBytes(uint64_t word, Others... others) {
   constexpr uint64_t kOnes = 0x0101010101010101;
   const auto below = [](uint64_t in, uint64_t limit) { return (in - kOnes * limit) & ~in; };
   [[maybe_unused]] const auto all = [](char character) {
@@ -31,7 +31,7 @@ uint64_t OddBytes(uint64_t word, Others... others) {
 // Where, from `at` on, the first byte is that is no printable ASCII character or one of the others
 // named. Most texts have none: eight bytes are looked at together.
 template <typename... Others>
-size_t PlainEnd(std::string_view text, size_t at, Others... others) {
+inline size_t PlainEnd(std::string_view text, size_t at, Others... others) {
   static_assert(std::endian::native == std::endian::little);  // the first byte is the lowest
   const auto load = [&text]<typename Word>(size_t from, Word word) {
     std::memcpy(&word, text.data() + from, sizeof word);

@@ -18,8 +18,6 @@ struct Pattern {
   std::array<size_t, 256> skip{};
 };
 
-char PlainCapital(char c) { return c >= 'a' && c <= 'z' ? static_cast<char>(c - 32) : c; }
-
 Pattern MakePattern(std::string_view text) {
   Pattern pattern{CapitalsOfText(text), IsAscii(text), {}};
   const size_t length = pattern.text.size();

@@ -40,9 +40,12 @@ ListShape ShapeOf(const OutputList& list) {
   return shape;
 }
 
+// Of what is no text, as the name of a file may be, U+FFFD is written for each byte.
 void AppendVisibleCell(std::string_view text, CellHolds holds, std::string& out) {
   if (PlainEnd(text, 0, '{') == text.size()) {
     out += text;
+  } else if (!IsText(text)) {
+    AppendVisibleCell(StrictUtf8(text), holds, out);
   } else if (holds == CellHolds::kName) {
     AppendVisibleOnce(text, out);
   } else {
@@ -51,7 +54,9 @@ void AppendVisibleCell(std::string_view text, CellHolds holds, std::string& out)
 }
 
 void AppendSayableCell(std::string_view text, CellHolds holds, std::string& out) {
-  if (holds == CellHolds::kName || PlainEnd(text, 0, '{') == text.size()) {
+  if (!IsText(text)) {
+    AppendSayableCell(StrictUtf8(text), holds, out);
+  } else if (holds == CellHolds::kName || PlainEnd(text, 0, '{') == text.size()) {
     out += text;
   } else {
     AppendSayable(text, out);

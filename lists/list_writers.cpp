@@ -84,6 +84,8 @@ size_t EscapedAt(std::string_view text, size_t at, char16_t& unit) {
 }
 
 void AppendJsonString(std::string_view text, std::string& out) {
+  // The name of a file may be any bytes.
+  if (!IsText(text)) return AppendJsonString(StrictUtf8(text), out);
   out += '"';
   for (size_t at = 0; at < text.size();) {
     size_t end = PlainEnd(text, at, '"', '\\');
@@ -208,7 +210,7 @@ bool WriteHiveJsonLines(const OutputList& list, const HiveImage& hive, const Tex
 
 std::string JsonString(std::string_view text) {
   std::string out;
-  AppendJsonString(IsText(text) ? std::string(text) : StrictUtf8(text), out);
+  AppendJsonString(text, out);
   return out;
 }
 

@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "host/long_operation.h"
+#include "records/base_block.h"
 #include "records/bin_header.h"
 
 namespace hivequarry {
@@ -24,6 +25,7 @@ void Mix(HashState& state, uint32_t word) {
   state = {low, std::rotl(high, 19)};
 }
 
+constexpr uint32_t kHeaderHash = 32;     // of an entry's header: the hash of what is before it
 constexpr uint32_t kPiece = 256 * 1024;  // bytes that are hashed at a time; whole words
 
 void MixWords(HashState& state, ByteView bytes) {
@@ -103,7 +105,7 @@ LogEntryHeader ReadLogEntryHeader(ByteView log, uint32_t at) {
   header.bins_size = ReadU32(bytes, 16);
   header.pages = ReadU32(bytes, 20);
   header.hash1 = ReadU64(bytes, 24);
-  header.hash2 = ReadU64(bytes, 32);
+  header.hash2 = ReadU64(bytes, kHeaderHash);
   return header;
 }
 
@@ -121,13 +123,13 @@ LogEntryFault CheckLogEntry(LogSource& log, uint32_t at, LogEntryHeader& header)
   header = ReadLogEntryHeader(start, 0);
   if (start.size() < kLogEntryHeader) return LogEntryFault::kEndOfFile;
   if (header.signature != kLogEntrySignature) return LogEntryFault::kSignature;
-  if (LogHash(start.first(32)) != header.hash2) return LogEntryFault::kHeaderHash;
+  if (LogHash(start.first(kHeaderHash)) != header.hash2) return LogEntryFault::kHeaderHash;
   if (header.size < kLogUnit || header.size % kLogUnit != 0) return LogEntryFault::kSize;
   if (header.size > log.length() - at) return LogEntryFault::kPastEnd;
   if (!HasHash(log, at + kLogEntryHeader, header.size - kLogEntryHeader, header.hash1)) {
     return LogEntryFault::kDataHash;
   }
-  const bool bins = header.bins_size % 4096 == 0 && header.bins_size <= kMostBins;
+  const bool bins = header.bins_size % kBaseBlockSize == 0 && header.bins_size <= kMostBins;
   if (!bins) return LogEntryFault::kBinsSize;
   return CheckPages(log, at, header);
 }

@@ -329,19 +329,6 @@ class Emitter {
   std::vector<Open> open_;
 };
 
-uint32_t AddFolder(KeyTree& tree, ItemKind kind, uint32_t identifier) {
-  const auto item = static_cast<uint32_t>(tree.items.size());
-  KeyItem& folder = tree.items.emplace_back();
-  folder.kind = kind;
-  folder.position = identifier;
-  folder.parent = 0;
-  return item;
-}
-
-void CloseItem(KeyTree& tree, uint32_t item) {
-  tree.items[item].end = static_cast<uint32_t>(tree.items.size());
-}
-
 // The branches of path copies under "Disconnected Keys": opened and closed as the places to show
 // come in display order, so each connected key is copied once at most.
 class CopyBranches {

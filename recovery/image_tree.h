@@ -20,6 +20,16 @@ struct BuildOptions {
   bool show_stopped = true;
 };
 
+// For the tree alone of an image that nobody looks at: nothing is asked, values without a key are
+// not looked for, and a stop leaves no tree.
+inline BuildOptions TreeAlone() {
+  BuildOptions options;
+  options.disconnected_values = false;
+  options.ask_other_roots = false;
+  options.show_stopped = false;
+  return options;
+}
+
 // What a build counted. Keys are accepted key cells and keys created by repair.
 struct ImageSummary {
   uint32_t keys = 0;

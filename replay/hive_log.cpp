@@ -5,7 +5,6 @@
 #include <cstring>
 #include <memory>
 
-#include "host/files.h"
 #include "host/long_operation.h"
 
 namespace hivequarry {
@@ -158,10 +157,6 @@ void ExamineLog(HiveLog& log) {
 
 LogReader::LogReader(const HiveLog& log, UnreadBytes* unread) : log_(log), unread_(unread) {}
 
-LogReader::~LogReader() {
-  if (stream_ != nullptr) std::fclose(stream_);
-}
-
 ByteView LogReader::At(uint32_t at, uint32_t size) {
   const ByteView held = log_.bytes();
   if (log_.held == 0 || IsInside(held, at, size)) return PartOf(held, at, size);
@@ -170,11 +165,12 @@ ByteView LogReader::At(uint32_t at, uint32_t size) {
   const uint64_t end = uint64_t{start_} + window_.size();
   if (at < start_ || at > end || end - at < size) {
     int error = 0;
-    if (stream_ == nullptr) stream_ = OpenFile(log_.name, "rb", error);
+    if (stream_ == nullptr) stream_.reset(OpenFile(log_.name, "rb", error));
     window_.resize(std::min(std::max(size, TheLogBounds().window), log_.length - at));
     start_ = at;
     const bool open = stream_ != nullptr;
-    window_.resize(open ? ReadFileBytes(stream_, at, window_.data(), window_.size(), unread_) : 0);
+    window_.resize(open ? ReadFileBytes(stream_.get(), at, window_.data(), window_.size(), unread_)
+                        : 0);
   }
   const ByteView window(window_);
   return window.subspan(at - start_, std::min<size_t>(size, window_.size() - (at - start_)));

@@ -3,7 +3,6 @@
 #pragma once
 
 #include <cstdint>
-#include <cstdio>
 #include <functional>
 #include <string>
 #include <vector>
@@ -11,6 +10,7 @@
 #include "bytes/byte_view.h"
 #include "bytes/image_memory.h"
 #include "host/file_reading.h"
+#include "host/files.h"
 #include "records/base_block.h"
 #include "records/log_entry.h"
 
@@ -98,9 +98,6 @@ class LogReader final : public LogSource {
  public:
   // `unread`: what the medium did not give; null: nobody asks.
   explicit LogReader(const HiveLog& log, UnreadBytes* unread = nullptr);
-  ~LogReader();
-  LogReader(const LogReader&) = delete;
-  LogReader& operator=(const LogReader&) = delete;
 
   ByteView At(uint32_t at, uint32_t size) override;
   uint32_t length() const override { return log_.length; }
@@ -109,7 +106,7 @@ class LogReader final : public LogSource {
  private:
   const HiveLog& log_;
   UnreadBytes* unread_;
-  std::FILE* stream_ = nullptr;
+  FileStream stream_;
   std::vector<uint8_t> window_;
   uint32_t start_ = 0;  // of the window in the log
 };

@@ -1,5 +1,6 @@
 #include "replay/log_words.h"
 
+#include <algorithm>
 #include <cstring>
 
 #include "host/files.h"
@@ -11,12 +12,6 @@ namespace {
 std::string Number(uint64_t number) { return std::to_string(number); }
 
 std::string Pages(uint64_t count) { return Number(count) + (count == 1 ? " page" : " pages"); }
-
-std::string PlaceWords(uint32_t position) {
-  return Concat({"0x", Hex(position, 8), " (", Decimal(position), ")"});
-}
-
-std::string LeafName(const HiveLog& log) { return LeafOf(FilePath(log.name)); }
 
 std::string Range(uint32_t first, uint32_t last) {
   return first == last ? Number(first) : Number(first) + ".." + Number(last);
@@ -60,15 +55,18 @@ uint32_t PagesIn(const HiveLog& log) {
 // The entries that are later than a clean hive, in words; empty for none.
 std::string LaterEntries(const HiveLogs& logs, const HiveLog& log) {
   if (log.form == LogForm::kOld) return {};
-  std::vector<LogEntry> later;
-  for (const LogEntry& entry : log.entries) {
-    if (IsNumberBefore(logs.hive.base.sequence1, entry.sequence)) later.push_back(entry);
-  }
+  const auto is_later = [&logs](const LogEntry& entry) {
+    return IsNumberBefore(logs.hive.base.sequence1, entry.sequence);
+  };
+  // Their numbers follow each other.
+  const auto first = std::ranges::find_if(log.entries, is_later);
+  const auto end = std::find_if_not(first, log.entries.end(), is_later);
+  const std::span<const LogEntry> later(first, end);
   return later.empty() ? std::string() : EntriesWords(later);
 }
 
 std::string AppliedWords(const HiveLog& log) {
-  std::vector<LogEntry> applied(log.entries.begin(), log.entries.begin() + log.applied);
+  const auto applied = std::span(log.entries).first(log.applied);
   if (log.form == LogForm::kOld) return Pages(applied[0].pages);
   return EntriesWords(applied);
 }
@@ -81,7 +79,7 @@ std::string ReplayedWords(const HiveLogs& logs) {
   for (const ReplayStep& step : logs.steps) {
     const HiveLog& log = LogOf(logs, step);
     if (&log == last) continue;
-    words += std::string(last == nullptr ? " " : "; ") + LeafName(log) + ", " + AppliedWords(log);
+    words += std::string(last == nullptr ? " " : "; ") + NameOfLog(log) + ", " + AppliedWords(log);
     last = &log;
   }
   if (logs.cut != 0) words += "; " + Number(logs.cut) + " bytes of the file are after its end now";
@@ -93,14 +91,14 @@ std::string NotesOn(const HiveLogs& logs) {
   for (const HiveLog& log : logs.logs) {
     const bool used = log.use == LogUse::kApplied;
     if (used && log.other_file) {
-      words += ". " + LeafName(log) + " names another file in its base block than the hive does";
+      words += ". " + NameOfLog(log) + " names another file in its base block than the hive does";
     }
     const bool later = used && log.form == LogForm::kOld && logs.hive.checksum_right &&
                        log.base.last_write > logs.hive.base.last_write;
-    if (later) words += ". " + LeafName(log) + " is of a later time than the hive";
+    if (later) words += ". " + NameOfLog(log) + " is of a later time than the hive";
     if (log.unread.count != 0) {
       words +=
-          ". " + Number(log.unread.count) + " bytes of " + LeafName(log) + " could not be read";
+          ". " + Number(log.unread.count) + " bytes of " + NameOfLog(log) + " could not be read";
     }
   }
   if (!logs.transactions.empty() && (logs.hive.base.flags & 1) != 0) {
@@ -115,7 +113,7 @@ std::string CleanWords(const HiveLogs& logs) {
     const std::string later = LaterEntries(logs, log);
     if (later.empty()) continue;
     if (!words.empty()) words += ". ";
-    words += "Clean hive: " + LeafName(log) + " holds " + later + " that the system would ignore";
+    words += "Clean hive: " + NameOfLog(log) + " holds " + later + " that the system would ignore";
   }
   return words;
 }
@@ -141,11 +139,13 @@ const char* LeftWords(const HiveLogs& logs) {
 
 }  // namespace
 
-std::string EntriesWords(const std::vector<LogEntry>& entries) {
+std::string NameOfLog(const HiveLog& log) { return LeafOf(FilePath(log.name)); }
+
+std::string EntriesWords(std::span<const LogEntry> entries) {
   return (entries.size() == 1 ? "entry " : "entries ") + EntriesText(entries);
 }
 
-std::string EntriesText(const std::vector<LogEntry>& entries) {
+std::string EntriesText(std::span<const LogEntry> entries) {
   return entries.empty() ? std::string() : Range(entries.front().sequence, entries.back().sequence);
 }
 
@@ -189,7 +189,7 @@ std::string FaultWords(const HiveLog& log) {
 
 std::string StopWords(const HiveLog& log) {
   if (log.fault != LogFault::kNone || log.stop == LogEntryFault::kNone) return {};
-  return "at " + PlaceWords(log.stop_at) + ": " + StopWord(log.stop);
+  return "at " + HexAndDecimal(log.stop_at) + ": " + StopWord(log.stop);
 }
 
 std::string UseWords(const HiveLogs& logs, const HiveLog& log) {
@@ -225,7 +225,7 @@ std::string UseWords(const HiveLogs& logs, const HiveLog& log) {
 }
 
 std::string LogLine(const HiveLogs& logs, const HiveLog& log) {
-  std::string line = LeafName(log);
+  std::string line = NameOfLog(log);
   const auto add = [&line](const std::string& words) {
     if (!words.empty()) line += ", " + words;
   };
@@ -266,7 +266,7 @@ bool IsLeftDirty(const HiveLogs& logs) {
 
 std::string OriginWords(const HiveLogs& logs, uint32_t step, uint32_t log_position) {
   const ReplayStep& by = logs.steps[step];
-  return LeafName(LogOf(logs, by)) + " at " + PlaceWords(log_position) + ", entry " +
+  return NameOfLog(LogOf(logs, by)) + " at " + HexAndDecimal(log_position) + ", entry " +
          Number(EntryOf(logs, by).sequence);
 }
 

@@ -1,16 +1,19 @@
 // What was found out about a hive's logs, in words. UTF-8: file names are in them.
 #pragma once
 
+#include <span>
 #include <string>
 
 #include "replay/hive_logs.h"
 
 namespace hivequarry {
 
+// "HIVE.LOG1": the log's own name, without its folder.
+std::string NameOfLog(const HiveLog& log);
 // "3..5", "5", empty for no entries.
-std::string EntriesText(const std::vector<LogEntry>& entries);
+std::string EntriesText(std::span<const LogEntry> entries);
 // "entries 3..5", "entry 5".
-std::string EntriesWords(const std::vector<LogEntry>& entries);
+std::string EntriesWords(std::span<const LogEntry> entries);
 // Why a hive is dirty: "sequence numbers 3 and 2 differ"; empty for a clean one.
 std::string DirtyWords(const PlanInput& hive);
 // Why a log can't be used; empty where it can.

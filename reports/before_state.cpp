@@ -8,11 +8,7 @@ namespace hivequarry {
 bool LoadBefore(const HiveImage& hive, StateBefore& before) {
   before.image = ImageAfter(hive, 0);
   if (before.image.length == 0) return false;
-  BuildOptions options;
-  options.disconnected_values = false;
-  options.ask_other_roots = false;
-  options.show_stopped = false;
-  return !BuildImageTree(before.image, options, before.tree).stopped;
+  return !BuildImageTree(before.image, TreeAlone(), before.tree).stopped;
 }
 
 }  // namespace hivequarry

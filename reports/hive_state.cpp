@@ -39,7 +39,7 @@ void AddHashes(const HiveImage& hive, HiveStateTexts& texts) {
   if (hive.logs == nullptr) return;
   for (const HiveLog& log : hive.logs->logs) {
     if (!texts.logs_sha256.empty()) texts.logs_sha256 += "; ";
-    texts.logs_sha256 += LeafOf(FilePath(log.name)) + " " + HashOfFile(log.name, StopRequested);
+    texts.logs_sha256 += NameOfLog(log) + " " + HashOfFile(log.name, StopRequested);
   }
 }
 
@@ -90,35 +90,40 @@ void AddHeadLine(std::vector<std::string>& lines, const char* label, const std::
 
 }  // namespace
 
+std::optional<PlanInput> BaseBlockState(const HiveImage& hive) {
+  if (hive.logs != nullptr) return hive.logs->hive;
+  if (BeginsAsBaseBlock(hive)) return PlanInputOf(ImageBytes(hive));
+  return std::nullopt;
+}
+
 std::string StateWords(const HiveImage& hive) {
-  if (hive.logs == nullptr && !BeginsAsBaseBlock(hive)) return "No base block";
-  const PlanInput state = hive.logs == nullptr ? PlanInputOf(ImageBytes(hive)) : hive.logs->hive;
-  std::string words = state.dirty() ? "Dirty" : "Clean";
+  const std::optional<PlanInput> state = BaseBlockState(hive);
+  if (!state) return "No base block";
+  std::string words = state->dirty() ? "Dirty" : "Clean";
   if (hive.logs != nullptr && hive.logs->state == ReplayState::kReplayed) {
     words += ", " + AppliedWords(*hive.logs);
-  } else if (hive.logs != nullptr && state.dirty()) {
+  } else if (hive.logs != nullptr && state->dirty()) {
     words += ", ";
     words += LeftWords(hive.logs->state);
   }
   if (hive.logs != nullptr && HasLaterEntries(*hive.logs)) words += ", a log has later entries";
-  if (!state.checksum_right) words += ", checksum wrong";
+  if (!state->checksum_right) words += ", checksum wrong";
   return words;
 }
 
 std::vector<std::string> HiveHeadLines(const HiveImage& hive, const HiveHashes& hashes) {
-  const HiveStateTexts texts = StateTextsOf(hive, false);
   std::vector<std::string> lines;
   AddHeadLine(lines, "File: ", hive.file_name);
   AddHeadLine(lines, "State: ", StateWords(hive));
-  AddHeadLine(lines, "Logs: ", texts.replay);
-  if (!texts.checksum_valid.empty()) {
-    AddHeadLine(lines, "Checksum: ", texts.checksum_valid == "1" ? "right" : "wrong");
+  if (hive.logs != nullptr) AddHeadLine(lines, "Logs: ", ReplayWords(*hive.logs));
+  if (const std::optional<PlanInput> state = BaseBlockState(hive); state) {
+    AddHeadLine(lines, "Checksum: ", state->checksum_right ? "right" : "wrong");
   }
   AddHeadLine(lines, "SHA-256: ", hashes.hive);
   if (hive.logs == nullptr) return lines;
   for (size_t i = 0; i < std::min(hashes.logs.size(), hive.logs->logs.size()); ++i) {
     if (hashes.logs[i].empty()) continue;
-    const std::string name = LeafOf(FilePath(hive.logs->logs[i].name));
+    const std::string name = NameOfLog(hive.logs->logs[i]);
     AddHeadLine(lines, "SHA-256: ", hashes.logs[i] + " " + name);
   }
   return lines;
@@ -127,12 +132,12 @@ std::vector<std::string> HiveHeadLines(const HiveImage& hive, const HiveHashes& 
 HiveStateTexts StateTextsOf(const HiveImage& hive, bool hashes) {
   HiveStateTexts texts;
   if (hashes) AddHashes(hive, texts);
-  if (hive.logs == nullptr && !BeginsAsBaseBlock(hive)) return texts;
-  const PlanInput state = hive.logs == nullptr ? PlanInputOf(ImageBytes(hive)) : hive.logs->hive;
-  const BaseBlock& base = state.base;
-  texts.dirty = state.dirty() ? "1" : "0";
-  texts.dirty_why = DirtyWords(state);
-  texts.checksum_valid = state.checksum_right ? "1" : "0";
+  const std::optional<PlanInput> state = BaseBlockState(hive);
+  if (!state) return texts;
+  const BaseBlock& base = state->base;
+  texts.dirty = state->dirty() ? "1" : "0";
+  texts.dirty_why = DirtyWords(*state);
+  texts.checksum_valid = state->checksum_right ? "1" : "0";
   texts.sequence = std::to_string(base.sequence1) + "/" + std::to_string(base.sequence2);
   texts.last_written = TimeText(base.last_write);
   texts.version = std::to_string(base.major) + "." + std::to_string(base.minor);

@@ -2,12 +2,17 @@
 #pragma once
 
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "hive/image.h"
+#include "replay/replay_plan.h"
 
 namespace hivequarry {
+
+// What the base block says, of a replayed hive that of its file; none where there is no base block.
+std::optional<PlanInput> BaseBlockState(const HiveImage& hive);
 
 // Empty where there is no base block. Of a replayed hive the base block is that of its file.
 struct HiveStateTexts {

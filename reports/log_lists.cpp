@@ -7,7 +7,6 @@
 #include "hive/replaying.h"
 #include "hive/timestamp.h"
 #include "hive/values.h"
-#include "host/files.h"
 #include "host/host.h"
 #include "host/long_operation.h"
 #include "host/shortfalls.h"
@@ -22,12 +21,10 @@
 namespace hivequarry {
 namespace {
 
-std::string LeafName(const HiveLog& log) { return LeafOf(FilePath(log.name)); }
-
 void AddEntry(OutputList& list, const HiveLog& log, const LogEntry& entry,
               const std::string& state) {
   AddListRow(list,
-             {LeafName(log), std::to_string(entry.sequence), std::to_string(entry.pages),
+             {NameOfLog(log), std::to_string(entry.sequence), std::to_string(entry.pages),
               std::to_string(entry.size), PositionText(entry.position),
               std::to_string(entry.bins_size), state},
              kNoOffset);
@@ -46,7 +43,7 @@ void AddLog(OutputList& list, const HiveLog& log, const std::string& use) {
   if (!log.entries.empty() || !log.leftovers.empty()) return;
   const std::string stop = StopWords(log);
   const std::string why = stop.empty() ? use : use + ", " + stop;
-  AddListRow(list, {LeafName(log), "", "", "", "", "", why}, kNoOffset);
+  AddListRow(list, {NameOfLog(log), "", "", "", "", "", why}, kNoOffset);
 }
 
 // What comparing all states may cost: bytes of images that are loaded and of pages put into them.
@@ -78,7 +75,7 @@ void AddChanges(OutputList& list, const HiveImage& hive, size_t from, size_t to,
                   facts.about_key = value == nullptr;
                   facts.last_write = key.last_write;
                   AddListRow(list,
-                             {LeafName(log),
+                             {NameOfLog(log),
                               number,
                               ChangeWord(change),
                               PathOf(after, key),

@@ -651,7 +651,8 @@ TEST(Replay, AccessBitsOfKeys) {
   WriteListJsonLines(*list, [&json](std::string_view text) { return json += text, true; });
   EXPECT_NE(json.find(",\"Access\":3,"), std::string::npos) << json;
   const std::string detail = KeyDetailAt(opened.hive, opened.tree, built.PositionOf("Opened"));
-  EXPECT_NE(detail.find("Access bits: 0x03: opened before boot initialisation, opened after\r\n"),
+  EXPECT_NE(detail.find("Access bits: 0x03: opened before boot initialisation, "
+                        "opened after boot initialisation\r\n"),
             std::string::npos)
       << detail;
 }

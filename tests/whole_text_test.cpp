@@ -7,6 +7,7 @@
 #include "host/visible_text.h"
 #include "lists/list_order.h"
 #include "lists/list_report.h"
+#include "lists/list_rows.h"
 #include "lists/list_writers.h"
 #include "records/stored_text.h"
 #include "reports/hive_lists.h"
@@ -64,6 +65,20 @@ TEST(WholeText, ListsAndTheirFiles) {
   for (const std::string& written : {csv, text, json}) EXPECT_EQ(written.find('?'), written.npos);
   EXPECT_EQ(json.find("\"Name\""), json.npos) << "the text says all";
   EXPECT_EQ(json.find("\"Path\""), json.npos);
+}
+
+// The name of a file may be any bytes; what is written of it is sound all the same.
+TEST(WholeText, FileNamesThatAreNoText) {
+  const OutputListPtr list = MakeOutputList(kListInfo);
+  AddListRow(*list, {"a\xFF b\x9B.dat"}, kNoOffset);
+  const std::string written[] = {
+      Written([&](const auto& sink) { return WriteListCsv(*list, sink); }),
+      Written([&](const auto& sink) { return WriteListVisible(*list, sink); }),
+      Written([&](const auto& sink) { return WriteListJsonLines(*list, sink); })};
+  for (const std::string& each : written) {
+    EXPECT_NE(each.find("a\uFFFD b\uFFFD.dat"), each.npos) << each;
+    EXPECT_TRUE(IsText(each));
+  }
 }
 
 // What fits the code page is written in it, as ever; anything else has a mark and comes back whole.

@@ -2,9 +2,7 @@
 
 #include "app/opening_words.h"
 #include "hive/file_place.h"
-#include "hive/hive_start.h"
 #include "hive/replaying.h"
-#include "hive/root_evidence.h"
 #include "host/files.h"
 #include "lists/list_rows.h"
 #include "recovery/root_search.h"
@@ -74,18 +72,18 @@ void AddHashes(std::string& text, const HiveImage& hive, const HiveHashes& hashe
   const size_t logs = hive.logs == nullptr ? 0 : hive.logs->logs.size();
   for (size_t i = 0; i < logs; ++i) {
     const std::string hash = i < hashes.logs.size() ? hashes.logs[i] : std::string();
-    AddHash(text, LeafOf(FilePath(hive.logs->logs[i].name)), hash, progress);
+    AddHash(text, NameOfLog(hive.logs->logs[i]), hash, progress);
   }
 }
 
 }  // namespace
 
 HiveMark MarkOf(const HiveImage& hive) {
-  if (hive.logs == nullptr && !BeginsAsBaseBlock(hive)) return HiveMark::kUnknown;
-  const PlanInput state = hive.logs == nullptr ? PlanInputOf(ImageBytes(hive)) : hive.logs->hive;
+  const std::optional<PlanInput> state = BaseBlockState(hive);
+  if (!state) return HiveMark::kUnknown;
   if (hive.logs != nullptr && IsByUser(*hive.logs)) return HiveMark::kByUser;
-  if (hive.logs != nullptr && IsReplayed(hive)) return HiveMark::kReplayed;
-  return state.dirty() ? HiveMark::kLacking : HiveMark::kClean;
+  if (IsReplayed(hive)) return HiveMark::kReplayed;
+  return state->dirty() ? HiveMark::kLacking : HiveMark::kClean;
 }
 
 std::string StatusWords(const HiveImage& hive) {
@@ -96,16 +94,18 @@ std::string StatusWords(const HiveImage& hive) {
   return words;
 }
 
-std::vector<HiveNote> NotesOn(const HiveImage& hive, const KeyTree& tree) {
+HiveSurvey SurveyHive(const HiveImage& hive, const KeyTree& tree) {
+  return {FindRootEvidence(hive), LayersNotice(hive, tree)};
+}
+
+std::vector<HiveNote> NotesOn(const HiveImage& hive, const HiveSurvey& survey) {
   std::vector<HiveNote> notes;
-  if (std::string both = RootContradiction(FindRootEvidence(hive), true); !both.empty()) {
+  if (std::string both = RootContradiction(survey.root, true); !both.empty()) {
     notes.push_back({"Which hive", std::move(both)});
   }
   if (std::string moved = UndoneWords(hive); !moved.empty()) notes.push_back({"Moved", moved});
   if (std::string logs = LogsWords(hive); !logs.empty()) notes.push_back({"Logs", logs});
-  if (std::string layers = LayersNotice(hive, tree); !layers.empty()) {
-    notes.push_back({"Layers", std::move(layers)});
-  }
+  if (!survey.layers.empty()) notes.push_back({"Layers", survey.layers});
   if (const ImageCut cut = CutOf(hive); cut.at != 0) {
     notes.push_back({"Ends early", "at " + PositionText(cut.at) + ": " + cut.reason});
   }
@@ -116,20 +116,20 @@ std::vector<HiveNote> NotesOn(const HiveImage& hive, const KeyTree& tree) {
 std::u16string EntriesOfLogs(const HiveLogs& logs) {
   std::string text;
   for (const HiveLog& log : logs.logs) {
-    const std::string name = LeafOf(FilePath(log.name));
-    AddLine(text, name, log.entries.empty() ? UseWords(logs, log) : EntriesWords(log.entries));
+    AddLine(text, NameOfLog(log),
+            log.entries.empty() ? UseWords(logs, log) : EntriesWords(log.entries));
   }
   return text.empty() ? u"There is no log beside the hive." : ShownText(text);
 }
 
-std::u16string HiveStateText(const HiveImage& hive, const KeyTree& tree, const HiveHashes& hashes,
-                             HashProgress progress) {
+std::u16string HiveStateText(const HiveImage& hive, const HiveSurvey& survey,
+                             const HiveHashes& hashes, HashProgress progress) {
   const HiveStateTexts texts = StateTextsOf(hive, false);
   std::string text;
   AddLine(text, "File", hive.file_name);
   AddLine(text, "State", StatusWords(hive));
   AddLine(text, "Dirty because", texts.dirty_why);
-  for (const HiveNote& note : NotesOn(hive, tree)) AddLine(text, note.label, note.words);
+  for (const HiveNote& note : NotesOn(hive, survey)) AddLine(text, note.label, note.words);
   EndGroup(text);
   AddBaseBlock(text, texts);
   AddLogs(text, hive);

@@ -8,6 +8,7 @@
 
 #include "hive/image.h"
 #include "hive/key_tree.h"
+#include "hive/root_evidence.h"
 #include "replay/hive_logs.h"
 #include "reports/hive_state.h"
 
@@ -31,7 +32,13 @@ struct HiveNote {
   const char* label;
   std::string words;
 };
-std::vector<HiveNote> NotesOn(const HiveImage& hive, const KeyTree& tree);
+// What takes a look at many keys: for the worker of a load, once.
+struct HiveSurvey {
+  RootEvidence root;
+  std::string layers;  // LayersNotice (words/layer_words.h)
+};
+HiveSurvey SurveyHive(const HiveImage& hive, const KeyTree& tree);
+std::vector<HiveNote> NotesOn(const HiveImage& hive, const HiveSurvey& survey);
 
 // Which entries the logs have, a line each log: "NAME: entries 10..12", or why it has none.
 std::u16string EntriesOfLogs(const HiveLogs& logs);
@@ -40,7 +47,7 @@ std::u16string EntriesOfLogs(const HiveLogs& logs);
 enum class HashProgress : uint8_t { kUnderWay, kDone, kStopped };
 // All that is known of the hive's state: lines, each a label and what is said, in groups apart from
 // each other by empty lines.
-std::u16string HiveStateText(const HiveImage& hive, const KeyTree& tree, const HiveHashes& hashes,
-                             HashProgress progress);
+std::u16string HiveStateText(const HiveImage& hive, const HiveSurvey& survey,
+                             const HiveHashes& hashes, HashProgress progress);
 
 }  // namespace hivequarry

@@ -20,7 +20,7 @@ const RemovedKey* KeyOf(const RemovedState& removed, uint32_t item) {
 std::string WordsOf(const HiveLogs& logs, const RemovedState& removed, uint32_t item) {
   if (removed.marks[item] != RemovedMark::kRemoved) return "Still there; what is below it is not";
   const RemovedKey* key = KeyOf(removed, item);
-  return key == nullptr ? std::string("Removed") : "R" + RemovedWords(logs, key->by).substr(1);
+  return key == nullptr ? std::string("Removed") : "Removed by " + RemovedByText(logs, key->by);
 }
 
 }  // namespace
@@ -73,7 +73,7 @@ std::u16string RemovedValueDetail(const HiveLogs& logs, const RemovedState& remo
   std::string text;
   const auto found = std::ranges::find(removed.values, position, &RemovedValue::position);
   if (found != removed.values.end()) {
-    text = "R" + RemovedWords(logs, found->by).substr(1) + "\r\n\r\n";
+    text = "Removed by " + RemovedByText(logs, found->by) + "\r\n\r\n";
   }
   return ShownText(text + ShownValueDetail(removed.before.image, position).text);
 }

@@ -1,11 +1,9 @@
 #include "view/workspace.h"
 
 #include "hive/file_place.h"
-#include "hive/root_evidence.h"
 #include "host/host.h"
 #include "lists/list_rows.h"
 #include "recovery/root_search.h"
-#include "view/hive_status.h"
 #include "view/shown_text.h"
 #include "words/value_text.h"
 
@@ -23,22 +21,21 @@ void AddCount(std::string& text, const char* label, uint32_t count) {
 
 }  // namespace
 
-std::string RootWords(const HiveImage& hive) {
-  const RootEvidence evidence = FindRootEvidence(hive);
+std::string RootWords(const HiveImage& hive, const RootEvidence& evidence) {
   std::string words = RootSourceWords(hive, evidence);
   const std::string all = RootEvidenceWords(evidence);
   if (!words.empty() && !all.empty()) words += " (" + all + ")";
   return words;
 }
 
-ItemValues WorkspaceRows(const HiveImage& hive, const KeyTree& tree) {
+ItemValues WorkspaceRows(const HiveImage& hive, const KeyTree& tree, const HiveSurvey& survey) {
   ItemValues values;
   values.info_rows.push_back({tree.root_text, KindOf(hive), hive.file_name,
                               PositionText(hive.base_offset),
                               static_cast<int>(ValueIcon::kFolder)});
   values.info_rows.push_back(
       {"State", "Info", StatusWords(hive), "", static_cast<int>(ValueIcon::kBinary)});
-  for (const HiveNote& note : NotesOn(hive, tree)) {
+  for (const HiveNote& note : NotesOn(hive, survey)) {
     values.info_rows.push_back(
         {note.label, "Info", note.words, "", static_cast<int>(ValueIcon::kBinary)});
   }
@@ -46,16 +43,16 @@ ItemValues WorkspaceRows(const HiveImage& hive, const KeyTree& tree) {
 }
 
 std::u16string WorkspaceDetail(const HiveImage& hive, const KeyTree& tree,
-                               const ImageSummary& summary) {
+                               const ImageSummary& summary, const HiveSurvey& survey) {
   std::string text = "Root: " + tree.root_text + "\r\n";
-  if (const std::string words = RootWords(hive); !words.empty()) {
+  if (const std::string words = RootWords(hive, survey.root); !words.empty()) {
     text += "Root from: " + words + "\r\n";
   }
   text += "Kind: " + std::string(KindOf(hive)) + "\r\n";
   text += "State: " + StatusWords(hive) + "\r\n";
   text += "Begins in the file at: " + PositionText(hive.base_offset) + "\r\n";
   AddCount(text, "Length in bytes", LengthInFile(hive));
-  for (const HiveNote& note : NotesOn(hive, tree)) {
+  for (const HiveNote& note : NotesOn(hive, survey)) {
     text += std::string(note.label) + ": " + note.words + "\r\n";
   }
   AddCount(text, "Blocks", summary.bins);

@@ -4,17 +4,18 @@
 #include <string>
 
 #include "recovery/image_tree.h"
+#include "view/hive_status.h"
 #include "words/item_values.h"
 
 namespace hivequarry {
 
 // What the root path was taken from, and all that says which hive this is; empty where nothing
 // does.
-std::string RootWords(const HiveImage& hive);
+std::string RootWords(const HiveImage& hive, const RootEvidence& evidence);
 // Rows of the value pane: root, kind, file name and place in the file.
-ItemValues WorkspaceRows(const HiveImage& hive, const KeyTree& tree);
+ItemValues WorkspaceRows(const HiveImage& hive, const KeyTree& tree, const HiveSurvey& survey);
 // Text of the detail pane.
 std::u16string WorkspaceDetail(const HiveImage& hive, const KeyTree& tree,
-                               const ImageSummary& summary);
+                               const ImageSummary& summary, const HiveSurvey& survey);
 
 }  // namespace hivequarry

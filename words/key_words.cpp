@@ -23,7 +23,8 @@ std::string BitWords(uint8_t bits, std::span<const BitWord> words) {
   return any ? text : text + " none";
 }
 
-constexpr BitWord kAccess[] = {{1, "opened before boot initialisation"}, {2, "opened after"}};
+constexpr BitWord kAccess[] = {{1, "opened before boot initialisation"},
+                               {2, "opened after boot initialisation"}};
 constexpr BitWord kUserFlags[] = {{1, "32-bit key"},           {2, "reflected"},
                                   {4, "not reflected"},        {0x20, "not virtualised"},
                                   {0x40, "no silent failure"}, {0x80, "also for subkeys"}};

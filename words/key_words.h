@@ -6,8 +6,8 @@
 
 namespace hivequarry {
 
-// "0x03: opened before boot initialisation, opened after"; of a byte without these bits, which
-// systems before Windows 8 left 0, "0x00: none".
+// "0x02: opened after boot initialisation"; of a byte without these bits, which systems before
+// Windows 8 left 0, "0x00: none".
 std::string AccessWords(uint8_t bits);
 // The low nibble: user flags, the high one: control of virtualisation.
 std::string UserFlagWords(uint8_t flags);

@@ -250,7 +250,7 @@ std::string UserFlagText(const HiveImage& hive, uint32_t field) {
 }
 std::string LayerText(const HiveImage& hive, uint32_t field) {
   const uint8_t bits = ReadU8(hive, field);
-  if (HasLayers(hive)) return LayerBitWords(bits);
+  if (HasLayers(hive, field)) return LayerBitWords(bits);
   return HexWords(bits, 2) + (bits == 0 ? "" : ", no layers: the base block does not say so");
 }
 std::string Hex8(const HiveImage& hive, uint32_t field) { return HexWords(ReadU8(hive, field), 2); }

@@ -78,10 +78,7 @@ std::string RawText(std::span<const uint8_t> data, size_t limit) {
   return text;
 }
 
-std::string DwordText(std::span<const uint8_t> data) {
-  const uint32_t number = LoadU32(data.data());
-  return HexNumber(number).append(" (").append(std::to_string(number)).append(")");
-}
+std::string DwordText(std::span<const uint8_t> data) { return HexAndDecimal(LoadU32(data.data())); }
 
 // True when a text has at most so many characters.
 bool CountsAtMost(std::string_view text, size_t characters) {

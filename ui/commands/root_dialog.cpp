@@ -70,7 +70,7 @@ bool AskRootPath(const MainWindow& window, RootDialog& state) {
 bool ChangeRoot(MainWindow& window, const std::string& doubt) {
   HiveImage& hive = HiveOfSlot(window.hive.slot);
   RootDialog state{nullptr, hive.root.label.substr(0, hive.root.label_length), doubt,
-                   RootWords(hive)};
+                   RootWords(hive, window.hive.survey.root)};
   // The profile of whoever sits here is never one key press away.
   RootSplit split;
   const bool own = SplitRootPath(state.path, split) && split.short_name == "HKCU";

@@ -109,11 +109,10 @@ bool WriteText(const OutputList& list, const WrittenRows& which, FileEncoding en
 
 bool BeginsWithMark(const std::string& file) {
   int error = 0;
-  std::FILE* stream = OpenFile(file, "rb", error);
+  const FileStream stream(OpenFile(file, "rb", error));
   if (stream == nullptr) return false;
   char bytes[kUtf8Mark.size()];
-  const size_t count = std::fread(bytes, 1, sizeof bytes, stream);
-  std::fclose(stream);
+  const size_t count = std::fread(bytes, 1, sizeof bytes, stream.get());
   return std::string_view(bytes, count) == kUtf8Mark;
 }
 

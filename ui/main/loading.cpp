@@ -21,7 +21,6 @@
 #include "ui/main/window_settings.h"
 #include "view/list_commands.h"
 #include "view/tree_find.h"
-#include "words/layer_words.h"
 
 namespace hivequarry {
 namespace {
@@ -43,7 +42,9 @@ bool OpenAndBuild(LoadJob& job, const BuildOptions& options) {
   if (job.slot < 0) return false;
   HiveImage& hive = HiveOfSlot(job.slot);
   job.summary = BuildImageTree(hive, options, *job.tree);
-  return !FoundNothing(job.summary) || ValidateAndTell(hive);
+  if (FoundNothing(job.summary) && !ValidateAndTell(hive)) return false;
+  job.survey = SurveyHive(hive, *job.tree);
+  return true;
 }
 
 // The worker of a load. The image it makes is nobody else's until the message at the end.
@@ -144,6 +145,7 @@ void ShowLoadResult(MainWindow& window) {
   window.hive.slot = job.slot;
   window.hive.tree = std::move(job.tree);
   window.hive.summary = job.summary;
+  window.hive.survey = std::move(job.survey);
   ShowPanes(window);
   ShowTree(window.tree, ShownHive(window), *window.hive.tree);
   ShowRemovedFolder(window);
@@ -159,7 +161,7 @@ void ShowLoadResult(MainWindow& window) {
   ShowShortfalls();
   const std::string moved = UndoneWords(ShownHive(window));
   if (!moved.empty()) ShowMessage(moved.c_str(), kProgramName, Icon::kInformation);
-  const std::string layers = LayersNotice(ShownHive(window), *window.hive.tree);
+  const std::string& layers = window.hive.survey.layers;
   if (!layers.empty()) ShowMessage(layers.c_str(), kProgramName, Icon::kInformation);
   // What became of logs that were applied is in the status bar; what is missing is told at once.
   if (!LacksLogs(ShownHive(window))) return;

@@ -11,6 +11,7 @@
 #include "recovery/image_tree.h"
 #include "replay/replay_plan.h"
 #include "ui/draw/win.h"
+#include "view/hive_status.h"
 
 namespace hivequarry {
 
@@ -36,6 +37,7 @@ struct LoadJob {
   int slot = -1;          // -1: the file could not be opened
   std::unique_ptr<KeyTree> tree;
   ImageSummary summary;
+  HiveSurvey survey;
 };
 
 // Opens a file as a command line, the open dialog or a drop names it: a Report List in the Output

@@ -66,6 +66,7 @@ struct ShownHiveState {
   int slot = -1;  // in the table of hives, -1 while none is shown
   std::unique_ptr<KeyTree> tree;
   ImageSummary summary;
+  HiveSurvey survey;
   std::shared_ptr<const RemovedState> removed;  // null until it was worked out
   std::wstring state_words;                     // in the status bar
   Hashing hashing;

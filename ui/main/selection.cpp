@@ -104,10 +104,11 @@ void ShowWorkspace(MainWindow& window) {
   window.selection.item = kNoItem;
   window.selection.value = kNoOffset;
   window.selection.removed = nullptr;
+  const HiveImage& hive = ShownHive(window);
+  const ShownHiveState& shown = window.hive;
   window.selection.key_detail =
-      WideText(WorkspaceDetail(ShownHive(window), *window.hive.tree, window.hive.summary));
-  ShowValues(window.values,
-             {&ShownHive(window), WorkspaceRows(ShownHive(window), *window.hive.tree), {}});
+      WideText(WorkspaceDetail(hive, *shown.tree, shown.summary, shown.survey));
+  ShowValues(window.values, {&hive, WorkspaceRows(hive, *shown.tree, shown.survey), {}});
   FitValueColumns(window.values, window.dpi);
   ShowDetail(window, window.selection.key_detail);
   UpdateToolbar(window);
