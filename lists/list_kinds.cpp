@@ -46,9 +46,13 @@ constexpr KindColumn kErrors[] = {kRoot, kKey, kValue, kError};
 
 constexpr KindColumn kProgIds[] = {kKey, kValue, kData, kType, Date("Key date ProgID")};
 // Entries that only the end of their path tells apart.
-constexpr KindColumn kKeyFiles[] = {Wide(kKey, 11, 4),         kValue, kData,
-                                    Wide(kFileOrFolder, 9, 3), kType,  kKeyDate};
-constexpr KindColumn kFiles[] = {Wide(kFileOrFolder, 10, 3), kKey, kValue, kData, kType, kKeyDate};
+constexpr KindColumn kKeyFiles[] = {
+    Wide(kKey, 11, 4), kValue, kData, Wide(kFileOrFolder, 9, 3), kType, kKeyDate, kControlSet};
+constexpr KindColumn kFiles[] = {
+    Wide(kFileOrFolder, 10, 3), kKey, kValue, kData, kType, kKeyDate, kControlSet};
+// The live registry shows one control set.
+constexpr std::span kLiveKeyFiles = std::span(kKeyFiles).first<6>();
+constexpr std::span kLiveFiles = std::span(kFiles).first<6>();
 constexpr KindColumn kClasses[] = {Wide(kKey, 8, 6), Text("CLSID Name", 5, 1),
                                    Text("InprocServer32", 6, 5), Text("InprocServer", 4, 1),
                                    kKeyDate};
@@ -267,12 +271,12 @@ constexpr ListKindInfo kKinds[] = {
     {22, kOther, kOwners},
     About(OfReport(kListProgIds, kProgIds), ListAbout::kClasses),
     OfReport(kListKeyFiles, kKeyFiles),
-    OfReport(kListLiveKeyFiles, kKeyFiles),
+    OfReport(kListLiveKeyFiles, kLiveKeyFiles),
     About(OfReport(kListClasses, kClasses), ListAbout::kClasses),
     OfReport(kListUninstall, kUninstall),
     OfReport(kListLiveUninstall, kUninstall),
     OfReport(kListFiles, kFiles),
-    OfReport(kListLiveFiles, kFiles),
+    OfReport(kListLiveFiles, kLiveFiles),
     OfReport(kListOpenWith, kOpenWith),
     OfReport(36, kTypedValues),
     {kListRootKeys, kOther, kRootKeys, WindowFamily::kPieces, ListHelp::kOutputLists,

@@ -95,32 +95,33 @@ std::string FileValueType(const SourceKey& key, const SourceValue& value) {
   return key.error.empty() ? TypeName(value.type) : std::string();
 }
 
+// Cells of its own, then those that both lists have; the live registry has but one control set.
+void AddFileRow(ReportRun& run, OutputList& list, std::initializer_list<Cell> own,
+                const SourceKey& key, const SourceValue& value) {
+  std::vector<Cell> cells(own);
+  const std::string date = KeyDateText(key);
+  const std::string control_set = run.keys.ControlSet();
+  cells.emplace_back(date, DateValue(key.last_write));
+  if (!run.live) cells.emplace_back(control_set);
+  AddReportRow(list, cells, FileSubject(key, value));
+}
+
 }  // namespace
 
 void ReportKeyFiles(ReportRun& run) {
   ForEachFile(run, [&](const std::string& path, const SourceKey& key, const SourceValue& value) {
-    AddReportRow(run.list,
-                 {key.path,
-                  FileValueName(key, value),
-                  value.text,
-                  path,
-                  FileValueType(key, value),
-                  {KeyDateText(key), DateValue(key.last_write)}},
-                 FileSubject(key, value));
+    AddFileRow(run, run.list,
+               {key.path, FileValueName(key, value), value.text, path, FileValueType(key, value)},
+               key, value);
   });
 }
 
 void ReportFiles(ReportRun& run) {
   const OutputListPtr waiting = MakeWaitingList(run.list);
   ForEachFile(run, [&](const std::string& path, const SourceKey& key, const SourceValue& value) {
-    AddReportRow(*waiting,
-                 {path,
-                  key.path,
-                  FileValueName(key, value),
-                  value.text,
-                  FileValueType(key, value),
-                  {KeyDateText(key), DateValue(key.last_write)}},
-                 FileSubject(key, value));
+    AddFileRow(run, *waiting,
+               {path, key.path, FileValueName(key, value), value.text, FileValueType(key, value)},
+               key, value);
     ++run.kept;
   });
   AddSorted(*waiting, run.list);

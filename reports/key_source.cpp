@@ -15,6 +15,7 @@
 #include "host/long_operation.h"
 #include "host/visible_text.h"
 #include "lists/list_rows.h"
+#include "reports/control_sets.h"
 #include "words/item_values.h"
 
 namespace hivequarry {
@@ -96,7 +97,11 @@ class KeyFinder {
 class HiveKeys : public HiveKeySource {
  public:
   HiveKeys(const HiveImage& hive, const KeyTree& tree)
-      : hive_(hive), tree_(tree), paths_(hive, tree), finder_(hive, tree) {}
+      : hive_(hive),
+        tree_(tree),
+        paths_(hive, tree),
+        finder_(hive, tree),
+        sets_(ReadControlSets(hive, tree)) {}
 
   void BeginAt(uint32_t item, uint32_t level) override {
     start_ = next_ = item;
@@ -164,6 +169,8 @@ class HiveKeys : public HiveKeySource {
     return item == kNoItem ? 0 : LastWriteOfItem(item);
   }
 
+  std::string ControlSet() override { return ControlSetWordsOf(hive_, tree_, sets_, at_); }
+
  private:
   std::string NameAt(uint32_t position) const {
     return ReadValueKey(hive_, position, ValueRead::kName, kMaxValueData, nullptr).name;
@@ -226,6 +233,7 @@ class HiveKeys : public HiveKeySource {
   const KeyTree& tree_;
   PathWalker paths_;
   KeyFinder finder_;
+  ControlSets sets_;
   uint32_t start_ = 0;
   uint32_t first_level_ = 1;
   uint32_t at_ = 0;

@@ -54,6 +54,8 @@ class KeySource {
   // The last write of any key of the same hive, by whole path; 0 where that isn't known. The
   // subkeys of a key are looked through once.
   virtual uint64_t LastWriteOf(std::string_view) { return 0; }
+  // Likewise: what the control set is that the key given last is or lies in (control_sets.h).
+  virtual std::string ControlSet() { return {}; }
   // Of a position: as the file counts.
   virtual uint32_t ShownPosition(uint32_t position) const { return position; }
 };

@@ -55,7 +55,7 @@ RowSubject SubjectOf(const SourceKey& key, const SourceValue& value) {
   return {value.position, false, 0, key.stored_path, value.stored_name};
 }
 
-void AddReportRow(OutputList& list, std::initializer_list<Cell> cells, const RowSubject& subject) {
+void AddReportRow(OutputList& list, std::span<const Cell> cells, const RowSubject& subject) {
   RowFacts facts;
   facts.about_key = subject.about_key;
   facts.last_write = subject.last_write;

@@ -18,12 +18,11 @@ namespace hivequarry {
 inline constexpr size_t kDataCellLimit = 519;
 
 struct ReportRun {
-  KeySource& keys;               // the caller's, at the starting key
-  OutputList& list;              // the caller's; rows are added to those it has
-  bool live = false;             // on the live registry: the list has that kind's columns
-  std::string control_set = {};  // what the set is that the start lies in (control_sets.h)
-  uint32_t visited = 0;          // keys
-  uint32_t kept = 0;             // rows not yet in the list
+  KeySource& keys;       // the caller's, at the starting key
+  OutputList& list;      // the caller's; rows are added to those it has
+  bool live = false;     // on the live registry: the list has that kind's columns
+  uint32_t visited = 0;  // keys
+  uint32_t kept = 0;     // rows not yet in the list
 };
 
 // The next key of the walk, parents first; shows how far it is. False at the end, or when the user
@@ -40,7 +39,11 @@ struct RowSubject {
 };
 RowSubject SubjectOf(const SourceKey& key);
 RowSubject SubjectOf(const SourceKey& key, const SourceValue& value);
-void AddReportRow(OutputList& list, std::initializer_list<Cell> cells, const RowSubject& subject);
+void AddReportRow(OutputList& list, std::span<const Cell> cells, const RowSubject& subject);
+inline void AddReportRow(OutputList& list, std::initializer_list<Cell> cells,
+                         const RowSubject& subject) {
+  AddReportRow(list, std::span(cells.begin(), cells.size()), subject);
+}
 
 // --- cells -----------------------------------------------------------------------------------
 

@@ -106,7 +106,7 @@ void ReportServices(ReportRun& run) {
                   service.type,
                   service.description,
                   {KeyDateText(key), DateValue(key.last_write)},
-                  run.control_set},
+                  run.keys.ControlSet()},
                  SubjectOf(key));
   }
 }

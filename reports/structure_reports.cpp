@@ -5,7 +5,6 @@
 #include "hive/root_path.h"
 #include "host/host.h"
 #include "host/long_operation.h"
-#include "reports/control_sets.h"
 #include "reports/report_run.h"
 
 namespace hivequarry {
@@ -245,11 +244,10 @@ bool RunReportOnHive(Report report, const HiveImage& hive, const KeyTree& tree, 
                      bool named, OutputList& list) {
   const std::vector<ReportStart> starts = FindReportKeys(hive, tree, report, item, named);
   const std::unique_ptr<HiveKeySource> keys = KeysOfHive(hive, tree, item);
-  const ControlSets sets = ReadControlSets(hive, tree);
   for (const ReportStart& start : starts) {
     if (StopRequested()) break;
     keys->BeginAt(start.item, start.level);
-    ReportRun run = {*keys, list, false, ControlSetWordsOf(hive, tree, sets, start.item)};
+    ReportRun run = {*keys, list};
     RowOf(report).run(run);
   }
   const bool found = !starts.empty() || StopRequested();

@@ -249,12 +249,25 @@ TEST(StructureReports, Files) {
   builder.Key("K").Sz("v", "D:\\b.exe /x").MultiSz("m", {"c:\\A", "none"}).Dword("C:\\name", 1);
   builder.Key("K").Sz("none", "text");
   OpenedHive opened(builder.Build());
-  const Rows by_key = {{"K", "v", "D:\\b.exe /x", "D:\\b.exe", "REG_SZ", kDate},
-                       {"K", "m", "c:\\A none ", "c:\\A", "REG_MULTI_SZ", kDate},
-                       {"K", "C:\\name", "0x00000001 (1)", "C:\\name", "REG_DWORD", kDate}};
+  const Rows by_key = {{"K", "v", "D:\\b.exe /x", "D:\\b.exe", "REG_SZ", kDate, ""},
+                       {"K", "m", "c:\\A none ", "c:\\A", "REG_MULTI_SZ", kDate, ""},
+                       {"K", "C:\\name", "0x00000001 (1)", "C:\\name", "REG_DWORD", kDate, ""}};
   EXPECT_EQ(Reported(opened, Report::kKeyFiles, "K"), by_key);
   const Rows by_file = {{"c:\\A"}, {"C:\\name"}, {"D:\\b.exe"}};
   EXPECT_EQ(Columns(Reported(opened, Report::kFiles), {0}), by_file);
+}
+
+TEST(StructureReports, FilesSayTheirControlSet) {
+  HiveBuilder builder;
+  builder.Key("ControlSet001\\A\\B").Sz("v", "C:\\1.exe");
+  builder.Key("ControlSet002").Sz("v", "C:\\2.exe");
+  builder.Key("Other").Sz("v", "C:\\3.exe");
+  builder.Key("Select").Dword("Current", 2).Dword("LastKnownGood", 1);
+  OpenedHive opened(builder.Build());
+  const Rows expected = {
+      {"C:\\1.exe", "last known good"}, {"C:\\2.exe", "current"}, {"C:\\3.exe", ""}};
+  EXPECT_EQ(Columns(Reported(opened, Report::kFiles), {0, 6}), expected);
+  EXPECT_EQ(Columns(Reported(opened, Report::kKeyFiles), {3, 6}), expected);
 }
 
 Bytes Folder(std::string_view name) {
