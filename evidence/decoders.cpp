@@ -138,10 +138,11 @@ void DecodeBefore(const DecoderWork& work, const HiveImage& hive, const KeyTree&
   StateBefore before;
   if (!LoadBefore(hive, before)) return;
   LostRecords lost;
-  CompareStates(StateOf(before.image, before.tree), StateOf(hive, tree),
+  // Backwards, so that the records told of are those of the state before.
+  CompareStates(StateOf(hive, tree), StateOf(before.image, before.tree),
                 [&](StateChange change, const StateKey& key, const StateValue* value) {
-                  if (change == StateChange::kKeyRemoved) lost.removed.insert(key.position);
-                  if (change == StateChange::kValueRemoved) lost.removed.insert(value->position);
+                  if (change == StateChange::kKeyAdded) lost.removed.insert(key.position);
+                  if (change == StateChange::kValueAdded) lost.removed.insert(value->position);
                   if (change != StateChange::kValueChanged) return;
                   lost.changed.insert(value->position);
                   lost.changed.insert(key.position);

@@ -29,6 +29,86 @@ void CollectTree(EvidenceRun& run, EvidenceKey tree, std::unordered_set<std::str
   }
 }
 
+// What a task does: "Actions" holds a version, the name of whose rights it has, and each action as
+// its kind with fields that the kind fixes.
+class ActionReader {
+ public:
+  explicit ActionReader(ByteView data) : left_(data) { version_ = Take16(); }
+
+  // "PROGRAM ARGUMENTS; {class id}"
+  std::string Read(EvidenceRow& row) {
+    if (!IsKind(ReadU16(left_, 0))) Field();  // the first version has no name
+    while (!left_.empty() && !cut_) {
+      const uint16_t kind = Take16();
+      if (!IsKind(kind)) {
+        row.Note("an action of unknown form");
+        break;
+      }
+      Add(Action(kind));
+    }
+    if (cut_) row.Note("an action leads beyond the data");
+    return std::move(words_);
+  }
+
+ private:
+  static constexpr uint16_t kProgram = 0x6666;
+  static constexpr uint16_t kClass = 0x7777;
+  static constexpr uint16_t kMail = 0x8888;
+  static constexpr uint16_t kMessage = 0x9999;
+  static constexpr uint16_t kFlagsSince = 3;  // version
+
+  static bool IsKind(uint16_t kind) {
+    return kind == kProgram || kind == kClass || kind == kMail || kind == kMessage;
+  }
+
+  ByteView Take(size_t size) {
+    cut_ |= size > left_.size();
+    const ByteView part = left_.first(std::min(size, left_.size()));
+    left_ = left_.subspan(part.size());
+    return part;
+  }
+  uint16_t Take16() { return ReadU16(Take(2), 0); }
+  // UTF-16, its length in bytes before it.
+  std::string Field() {
+    const uint32_t size = ReadU32(Take(4), 0);
+    return cut_ ? std::string() : WideText(Take(size));
+  }
+
+  std::string Action(uint16_t kind) {
+    Field();  // the action's own name
+    if (kind == kProgram) {
+      const std::string program = Field();
+      const std::string arguments = Field();
+      const std::string folder = Field();
+      if (version_ >= kFlagsSince) Take16();
+      return Concat({program, arguments.empty() ? "" : " ", arguments,
+                     folder.empty() ? "" : Concat({" (in ", folder, ")"})});
+    }
+    if (kind == kClass) {
+      const std::string id = GuidAt(Take(16), 0);
+      const std::string data = Field();
+      return Concat({id, data.empty() ? "" : " ", data});
+    }
+    if (kind == kMessage) {
+      const std::string title = Field();
+      return Concat({"message: ", title, ": ", Field()});
+    }
+    left_ = {};  // fields of a mail are not read
+    return "a mail";
+  }
+
+  void Add(const std::string& action) {
+    if (action.empty()) return;
+    if (!words_.empty()) words_ += "; ";
+    words_ += action;
+  }
+
+  ByteView left_;
+  uint16_t version_ = 0;
+  bool cut_ = false;
+  std::string words_;
+};
+
 void AddTask(EvidenceRun& run, EvidenceKey key, const std::unordered_set<std::string>* known) {
   const std::vector<EvidenceValue> values = run.keys.ValuesOf(key);
   const std::string guid = run.keys.NameOf(key);
@@ -42,6 +122,12 @@ void AddTask(EvidenceRun& run, EvidenceKey key, const std::unordered_set<std::st
     row.Empty(3);
   }
   row.Text(TextNamed(values, "Date")).Text(TextNamed(values, "Description")).Text(guid);
+  const EvidenceValue* actions = FindValue(values, "Actions");
+  if (actions != nullptr && HasData(*actions, 2, row)) {
+    row.Text(ActionReader(actions->data).Read(row));
+  } else {
+    row.Empty();
+  }
   if (known != nullptr && !known->contains(CapitalsOfText(guid))) {
     row.Note("no key of the tree of tasks names it");
   }

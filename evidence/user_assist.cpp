@@ -28,6 +28,48 @@ bool IsPlainName(std::string_view name) {
       kEndings, [&](std::string_view ending) { return EndsIgnoringCase(name, ending); });
 }
 
+// A deciphered name that shows by itself that it is one.
+bool IsKnownName(std::string_view name) {
+  return name.starts_with("UEME_") ||
+         (name.size() > 38 && name[38] == '\\' && IsGuid(name.substr(0, 38)));
+}
+
+// Likewise, by more letters than an unlucky cipher gets right.
+bool IsSurelyKnown(std::string_view name) {
+  return IsKnownName(name) && (name.starts_with('{') || name.starts_with("UEME_CTL") ||
+                               name.starts_with("UEME_RUN") || name.starts_with("UEME_UI"));
+}
+
+// Test versions of 7 moved each letter by the next letter of a key. Whether other characters used
+// up a letter of the key is not documented: both are tried.
+std::string WithoutTestCipher(std::string name, bool each_character) {
+  constexpr std::string_view kKey = "BWHQNKTEZYFSLMRGXADUJOPIVC";
+  size_t used = 0;
+  for (char& c : name) {
+    const bool small = c >= 'a' && c <= 'z';
+    const bool letter = small || (c >= 'A' && c <= 'Z');
+    const char first = small ? 'a' : 'A';
+    const int shift = kKey[used % kKey.size()] - 'A';
+    if (letter) c = static_cast<char>(first + (c - first + 26 - shift) % 26);
+    used += letter || each_character;
+  }
+  return name;
+}
+
+struct ProgramName {
+  std::string text;
+  bool test_cipher = false;
+};
+ProgramName DecipheredName(const std::string& name) {
+  const std::string turned = Rot13(name);
+  if (IsKnownName(turned)) return {turned};
+  for (const bool each_character : {false, true}) {
+    const std::string other = WithoutTestCipher(name, each_character);
+    if (IsSurelyKnown(other)) return {other, true};
+  }
+  return {turned};
+}
+
 void AddCounts(const EvidenceValue& value, EvidenceRow& row) {
   const ByteView data = value.data;
   const bool old = data.size() == kOldEntry;
@@ -59,11 +101,12 @@ void AddCounts(const EvidenceValue& value, EvidenceRow& row) {
 
 void AddEntry(EvidenceRun& run, EvidenceKey key, const EvidenceValue& value, bool plain,
               const std::string& counter) {
-  const std::string name = plain ? value.name : Rot13(value.name);
+  const ProgramName name = plain ? ProgramName{value.name} : DecipheredName(value.name);
   EvidenceRow row;
-  row.Text(WithFolderWord(name));
+  row.Text(WithFolderWord(name.text));
   AddCounts(value, row);
-  row.Text(name).Text(counter);
+  row.Text(name.text).Text(counter);
+  if (name.test_cipher) row.Note("name ciphered as test versions of 7 did");
   AddEvidence(run, std::move(row), key, &value);
 }
 
@@ -90,10 +133,9 @@ void DecodeLooseUserAssist(EvidenceRun& run, std::span<const EvidenceValue> valu
   for (const EvidenceValue& value : values) {
     const size_t size = value.data.size();
     if (size != kEntry && size != kOldEntry && size != kSession) continue;
-    const std::string name = Rot13(value.name);
-    const bool known = name.starts_with("UEME_") || (name.size() > 38 && name[38] == '\\' &&
-                                                     IsGuid(std::string_view(name).substr(0, 38)));
-    if (known) AddEntry(run, kNoEvidenceKey, value, false, {});
+    if (IsKnownName(DecipheredName(value.name).text)) {
+      AddEntry(run, kNoEvidenceKey, value, false, {});
+    }
   }
 }
 

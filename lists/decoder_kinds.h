@@ -97,9 +97,10 @@ constexpr auto kSystemFacts =
 constexpr auto kProfiles =
     Evidence({Text("User", 8, 2), Text("Folder", 8, 4), Date("Loaded"), Date("Unloaded"),
               Text("Profile State", 3), Text("Guid", 6, 1)});
-constexpr auto kTasks = Evidence({Text("Task", 10, 5), Text("Author", 5, 1), Date("Created"),
-                                  Date("Last Run"), Date("Completed"), Text("Registered", 5),
-                                  Text("Description", 6, 1), Text("Guid", 6, 1)});
+constexpr auto kTasks =
+    Evidence({Text("Task", 10, 5), Text("Author", 5, 1), Date("Created"), Date("Last Run"),
+              Date("Completed"), Text("Registered", 5), Text("Description", 6, 1),
+              Text("Guid", 6, 1), Text("Actions", 10, 5)});
 constexpr auto kPolicies = Evidence({Text("Setting", 7, 2), Text("Is", 10, 5), kControlSet});
 
 }  // namespace hivequarry::decoder_kinds

@@ -5,6 +5,8 @@
 
 #include "evidence/decoders.h"
 #include "hive/timestamp.h"
+#include "tests/support/log_writer.h"
+#include "tests/support/logged_hive.h"
 #include "tests/support/opened_hive.h"
 #include "tests/support/texts.h"
 
@@ -15,12 +17,12 @@ using namespace testing;
 
 using Row = std::map<std::string, std::string>;
 
-std::vector<Row> Decoded(OpenedHive& opened, std::string_view name, std::string_view branch = "") {
+std::vector<Row> Decoded(const HiveImage& hive, const KeyTree& tree, std::string_view name,
+                         uint32_t item) {
   const DecoderInfo* decoder = FindDecoder(name);
   if (decoder == nullptr) return {};
   const OutputListPtr list = MakeOutputList(decoder->kind);
-  const uint32_t item = branch.empty() ? 0 : opened.Item(branch);
-  RunDecoder(*decoder, opened.hive, opened.tree, item, *list);
+  RunDecoder(*decoder, hive, tree, item, *list);
   std::vector<Row> rows;
   for (uint32_t row = 0; row < RowCount(*list); ++row) {
     Row& cells = rows.emplace_back();
@@ -29,6 +31,9 @@ std::vector<Row> Decoded(OpenedHive& opened, std::string_view name, std::string_
     }
   }
   return rows;
+}
+std::vector<Row> Decoded(OpenedHive& opened, std::string_view name, std::string_view branch = "") {
+  return Decoded(opened.hive, opened.tree, name, branch.empty() ? 0 : opened.Item(branch));
 }
 std::vector<Row> Decoded(const HiveBuilder& builder, std::string_view name) {
   OpenedHive opened(builder.Build());
@@ -115,6 +120,50 @@ TEST(Evidence, UserAssistReadsEveryForm) {
   ASSERT_FALSE(rows.empty());
   EXPECT_EQ(rows[0].at("Counter"), kCounter);
   EXPECT_EQ(rows[0].at("State"), "live");
+}
+
+// The hive as it was before its logs, or after them: they remove one counter, and give two values
+// of the other new records, one of them with the same data.
+Bytes CountsOfState(bool after) {
+  HiveBuilder builder;
+  const std::string path = std::string(kUserAssist) + kCounter + "\\Count";
+  builder.Key(std::string(kUserAssist) + "{0}\\Count").Value("q", 3, NewCounts(1));
+  KeyRef counts = builder.Key(path);
+  if (after) counts.Value("k", 3, NewCounts(9));
+  counts.Value("n", 3, NewCounts(after ? 3 : 2)).Value("o", 3, NewCounts(4));
+  if (!after) counts.Value("k", 3, NewCounts(9));
+  BuiltHive built = builder.Build();
+  if (after) built.Unlink(std::string(kUserAssist) + "{0}");
+  SetNumbers(built.bytes, 10, after ? 10 : 9);
+  return built.bytes;
+}
+
+TEST(Evidence, WhatLogsRemovedOrChangedIsDecodedToo) {
+  const Bytes before = CountsOfState(false);
+  const Bytes after = CountsOfState(true);
+  ASSERT_EQ(before.size(), after.size());
+  LoggedFiles files;
+  files.hive = before;
+  files[".LOG1"] = NewLog(before, {EntryBetween(before, after, 10)});
+  LoggedHive logged(files);
+  Texts cells =
+      Cells(Decoded(logged.hive(), logged.tree(), "user-assist", 0), {"Program", "Runs", "State"});
+  std::erase_if(cells, [](const std::string& row) { return row.ends_with("|recovered"); });
+  EXPECT_EQ(cells, (Texts{"x|9|live", "a|3|live", "b|4|live", "d|1|removed by the logs",
+                          "a|2|changed by the logs"}));
+}
+
+TEST(Evidence, UserAssistNamesOfTestVersionsAreReadWhenTheyProveIt) {
+  // "UEME_CTLSESSION" moved by the key's letters, "_" using up one of them or not; and a name that
+  // no cipher makes sense of.
+  HiveBuilder builder;
+  KeyRef count = builder.Key(std::string(kUserAssist) + kCounter + "\\Count");
+  count.Value("VATU_PDEWDQXAZZ", 3, NewCounts(1));
+  count.Value("VATU_MMPRCXKTAE", 3, NewCounts(2));
+  count.Value("VATU_XYZ", 3, NewCounts(3));
+  const std::string note = "name ciphered as test versions of 7 did";
+  EXPECT_EQ(Cells(Decoded(builder, "user-assist"), {"Program", "Runs", "Note"}),
+            (Texts{"UEME_CTLSESSION|1|" + note, "UEME_CTLSESSION|2|" + note, "INGH_KLM|3|"}));
 }
 
 TEST(Evidence, UserAssistNamesMayBeStoredPlain) {
@@ -577,6 +626,44 @@ TEST(Evidence, TasksThatNoTreeNamesSaySo) {
                   {"Task", "Created", "Last Run", "Completed", "Guid", "Note"}),
             (Texts{"\\a|" + time + "||" + time + "|{A}|", "|" + time + "|||{B}|" + hidden,
                    "||||{C}|data too short: 1 bytes; " + hidden}));
+}
+
+Bytes LongWide(std::string_view text) {
+  return Joined({Numbers({static_cast<uint32_t>(2 * text.size())}), Wide(text, false)});
+}
+
+TEST(Evidence, TasksSayWhatTheyDo) {
+  const Bytes id = {1, 0, 0, 0, 2, 0, 3, 0, 4, 4, 5, 5, 5, 5, 5, 5};
+  const Bytes program = Joined(
+      {Bytes{0x66, 0x66}, LongWide(""), LongWide("a.exe"), LongWide("-x"), LongWide("C:\\in")});
+  const Bytes plain =
+      Joined({Bytes{0x66, 0x66}, LongWide("n"), LongWide("b.exe"), LongWide(""), LongWide("")});
+  const Bytes handler = Joined({Bytes{0x77, 0x77}, LongWide(""), id, LongWide("data")});
+  const Bytes author = LongWide("Author");
+  const struct {
+    Bytes data;
+    const char* actions;
+    const char* note;
+  } cases[] = {
+      {Joined({Bytes{3, 0}, author, program, Bytes{0, 0}, handler}),
+       "a.exe -x (in C:\\in); {00000001-0002-0003-0404-050505050505} data", ""},
+      {Joined({Bytes{1, 0}, plain, program}), "b.exe; a.exe -x (in C:\\in)", ""},
+      {Joined({Bytes{3, 0}, author, Bytes{0x88, 0x88}, LongWide("")}), "a mail", ""},
+      {Joined({Bytes{3, 0}, author, Bytes{0x99, 0x99}, LongWide(""), LongWide("t"), LongWide("w")}),
+       "message: t: w", ""},
+      {Joined({Bytes{3, 0}, author, Bytes{0x11, 0x11}}), "", "an action of unknown form"},
+      {Joined({Bytes{3, 0}, author, Bytes{0x66, 0x66}, LongWide(""), Numbers({0xFFFFFFFF})}), "",
+       "an action leads beyond the data"},
+      {Joined({Bytes{3, 0}, author}), "", ""},
+      {{3}, "", "data too short: 1 bytes"},
+  };
+  for (const auto& c : cases) {
+    HiveBuilder builder;
+    builder.Key("Microsoft\\Windows NT\\CurrentVersion\\Schedule\\TaskCache\\Tasks\\{A}")
+        .Value("Actions", 3, c.data);
+    EXPECT_EQ(Cells(Decoded(builder, "tasks"), {"Actions", "Note"}),
+              Texts{std::string(c.actions) + "|" + c.note});
+  }
 }
 
 TEST(Evidence, TheSystemSaysWhatItIs) {
