@@ -24,6 +24,7 @@
 #include "words/log_origin.h"
 #include "words/raw_record.h"
 #include "words/value_text.h"
+#include "words/why_here.h"
 
 namespace hivequarry {
 namespace {
@@ -111,6 +112,8 @@ void AddValueDetail(const HiveImage& hive, const KeyTree& tree, const ValueKey& 
   add("Value", ValueDisplayName(value));
   if (!IsNameShownWhole(value)) add("Name", ShownValueName(value.name));
   add("Type", ValueTypeText(hive, value));
+  const std::string why = WhyValueIsHere(tree, value.position);
+  if (!why.empty()) add("Why here", why);
   if (value.edited) add("Edited", EditWords(hive, value.position));
   const std::string shared = SharedWords(hive, tree, value.position);
   if (!shared.empty()) add("Shared", shared);

@@ -12,6 +12,7 @@
 #include "reports/hive_lists.h"
 #include "tests/support/opened_hive.h"
 #include "tests/support/texts.h"
+#include "words/why_here.h"
 
 namespace hivequarry::testing {
 namespace {
@@ -647,6 +648,52 @@ TEST(Relations, DetailNamesTheEvidence) {
     OpenedHive opened(Family(List::kLf, c.damage));
     ASSERT_TRUE(opened.Has(c.path)) << ::testing::PrintToString(opened.Paths());
     EXPECT_EQ(EvidenceOf(opened, c.path), c.evidence);
+  }
+}
+
+// The first line of the details of what is not simply there.
+TEST(Relations, DetailSaysWhyAKeyIsHere) {
+  const BuiltHive sound = Family(List::kLf);
+  const uint32_t alpha = sound.PositionOf("A\\Alpha");
+  const uint32_t entry = sound.OwnEntryPosition("A\\Alpha");
+  const std::string field =
+      At("No list names this key. Its parent field", alpha + field::kKeyParent);
+  const struct {
+    const char* what;
+    Damage damage;
+    const char* path;
+    std::string why;
+  } cases[] = {
+      {"sound", {}, "A\\Alpha", ""},
+      {"lost list", [](BuiltHive& h) { h.Zero(h.ListPosition("A") + 4, 24); }, "A\\Alpha",
+       field + " names ...\\A, whose list of subkeys is lost or incomplete."},
+      {"unlinked", [](BuiltHive& h) { h.Unlink("A\\Alpha"); }, "Disconnected Keys\\A\\Alpha",
+       field +
+           " names ...\\A, whose list of subkeys is whole and does not name it: it was unlinked "
+           "there."},
+      {"unlinked from the root", [](BuiltHive& h) { h.Unlink("Other"); },
+       "Disconnected Keys\\Other",
+       At("No list names this key. Its parent field", sound.PositionOf("Other") + field::kKeyParent,
+          " names the root, whose list of subkeys is whole and does not name it: it was unlinked "
+          "there.")},
+      {"no parent left",
+       [&](BuiltHive& h) { h.Unlink("A\\Alpha").SetU32(alpha, field::kKeyParent, 0xFFFFFFFF); },
+       "Disconnected Keys\\Alpha", field + " leads to no key that is left."},
+      {"made", [](BuiltHive& h) { Wipe(h, "A\\Alpha"); }, "A\\Alph",
+       At("The list of the key above names this place (", entry,
+          "); no key is there any more. Of its name only the four "
+          "characters are left that its list entry has.")
+           .erase(44, 1)},
+      {"found list", [&](BuiltHive& h) { h.FlipBit(alpha + field::kKeyValueList, 12); }, "A\\Alpha",
+       "Its value list was found again: the stored offset leads to none."},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.what);
+    OpenedHive opened(Family(List::kLf, c.damage));
+    ASSERT_TRUE(opened.Has(c.path)) << ::testing::PrintToString(opened.Paths());
+    EXPECT_EQ(WhyKeyIsHere(opened.hive, opened.tree, opened.Item(c.path)), c.why);
+    const std::string detail = KeyDetail(opened.hive, opened.tree, opened.Item(c.path));
+    EXPECT_EQ(detail.starts_with("Why here: "), !c.why.empty());
   }
 }
 

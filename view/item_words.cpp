@@ -6,6 +6,7 @@
 #include "view/shown_text.h"
 #include "words/item_values.h"
 #include "words/layer_words.h"
+#include "words/why_here.h"
 
 namespace hivequarry {
 namespace {
@@ -54,6 +55,12 @@ std::u16string ItemDetail(const HiveImage& hive, const KeyTree& tree, uint32_t i
   if (it.kind != ItemKind::kPathCopy) return ShownText(KeyDetail(hive, tree, item));
   return u"This is a copy of a connected key: the way to what was unlinked from it.\r\n\r\n" +
          ShownText(KeyDetail(hive, tree, item));
+}
+
+std::u16string ValueDetailOf(const HiveImage& hive, const KeyTree& tree, uint32_t position) {
+  const std::string detail = ShownValueDetail(hive, position).text;
+  const std::string why = WhyValueIsHere(tree, position);
+  return ShownText(why.empty() || detail.empty() ? detail : "Why here: " + why + "\r\n" + detail);
 }
 
 }  // namespace hivequarry

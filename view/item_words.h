@@ -16,5 +16,7 @@ std::u16string ItemWords(const HiveImage& hive, const KeyTree& tree, uint32_t it
 std::u16string ItemTip(const HiveImage& hive, const KeyTree& tree, uint32_t item);
 // The text of the detail pane: that of the key; before it, what a path copy is.
 std::u16string ItemDetail(const HiveImage& hive, const KeyTree& tree, uint32_t item);
+// The same of a value, by its position; before it, why it is shown, unless its key simply has it.
+std::u16string ValueDetailOf(const HiveImage& hive, const KeyTree& tree, uint32_t position);
 
 }  // namespace hivequarry

@@ -18,6 +18,7 @@
 #include "words/key_words.h"
 #include "words/layer_words.h"
 #include "words/log_origin.h"
+#include "words/why_here.h"
 
 namespace hivequarry {
 namespace {
@@ -460,6 +461,7 @@ std::vector<DetailField> KeyFieldsAt(const HiveImage& hive, const KeyTree& tree,
   const KeyNode key = ReadKeyNode(hive, position, KeyRead::kDiagnose);
   DetailLines lines{hive};
   if (item == kNoItem && key.state == KeyState::kNotAKey) return lines.fields;
+  if (item != kNoItem) lines.Add("Why here", WhyKeyIsHere(hive, tree, item));
   lines.Add("Key", item == kNoItem ? ShownKeyName(key.name) : LongItemPath(hive, tree, item));
   if (CountUnits(key.name) > kLongestShownName) lines.Add("Name", ShownKeyName(key.name));
   const uint16_t marks = item == kNoItem ? uint16_t{0} : tree.items[item].marks;

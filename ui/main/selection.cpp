@@ -67,15 +67,17 @@ void GatherRemoved(MainWindow& window, uint32_t serial, uint32_t item, ValueView
   Deliver(window.selection.item_box, serial, std::move(result), window.handle, kItemReady);
 }
 
-std::wstring DetailOfValue(const HiveImage& hive, uint32_t value, const Removed& removed) {
-  if (removed == nullptr) return WindowText(ShownValueDetail(hive, value).text);
+std::wstring DetailOfValue(const HiveImage& hive, const KeyTree& tree, uint32_t value,
+                           const Removed& removed) {
+  if (removed == nullptr) return WideText(ValueDetailOf(hive, tree, value));
   return WideText(RemovedValueDetail(*hive.logs, *removed, value));
 }
 
 void GatherDetail(MainWindow& window, uint32_t serial, uint32_t value, const Removed& removed) {
   if (!IsNewest(window.selection.detail_box, serial)) return;
   Deliver(window.selection.detail_box, serial,
-          std::make_unique<std::wstring>(DetailOfValue(ShownHive(window), value, removed)),
+          std::make_unique<std::wstring>(
+              DetailOfValue(ShownHive(window), *window.hive.tree, value, removed)),
           window.handle, kDetailReady);
 }
 
