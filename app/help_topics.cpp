@@ -32,6 +32,7 @@ constexpr HelpPlace kPlaces[] = {
     {kHelpFreed, "freed-keys-and-values"},
     {kHelpRoot, "the-registry-root"},
     {kHelpCheck, "checking-the-structure"},
+    {kHelpLegend, "colours-and-marks-of-the-tree"},
 };
 static_assert(std::size(kPlaces) == kHelpTopicsEnd - kHelpStart);
 

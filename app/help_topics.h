@@ -31,6 +31,7 @@ enum HelpTopic : int {
   kHelpFreed,
   kHelpRoot,
   kHelpCheck,
+  kHelpLegend,
   kHelpTopicsEnd
 };
 

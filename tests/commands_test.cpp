@@ -87,6 +87,9 @@ const MenuItem kMainMenu[] = {
     {"&View", "List freed va&lues", 9038},
     {"&View", "List ed&ited values", 9023},
     {"&View", "Take back &all edits", 9024},
+    {"&View", "&Next recovered\tF7", 1509},
+    {"&View", "Previous &recovered\tShift+F7", 1510},
+    {"&View", "Le&gend", 1511},
     {"&View", "Raw record at &position...", 9025},
     {"&Misc", "&Help\tF1", 1540},
     {"&Misc", "&Options", 1455},
@@ -168,6 +171,8 @@ TEST(CommandTable, Keys) {
                                                         {kWithControl, 'H', 9001},
                                                         {kWithControl, 'D', 9003},
                                                         {kWithAlt, kKeyReturn, 9013},
+                                                        {0, kKeyF7, 1509},
+                                                        {kWithShift, kKeyF7, 1510},
                                                         {0, kKeyF6, 9020},
                                                         {kWithShift, kKeyF6, 9021},
                                                         {kWithControl, 'L', 9029},
@@ -223,7 +228,8 @@ bool IsAmong(const uint16_t (&numbers)[kCount], uint32_t number) {
 // What the program promises for every command number it has, by the flags alone.
 bool IsPromised(CommandNumber number, bool running, bool backup) {
   constexpr uint16_t kAlways[] = {kCommandExit,     kCommandResizeColumns, kCommandDetailPane,
-                                  kCommandNextPane, kCommandPreviousPane,  kCommandHiveState};
+                                  kCommandNextPane, kCommandPreviousPane,  kCommandHiveState,
+                                  kCommandLegend};
   constexpr uint16_t kNotInBackup[] = {kCommandSaveListText,
                                        kCommandSaveReport,
                                        kCommandLoadReport,

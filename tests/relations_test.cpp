@@ -12,6 +12,7 @@
 #include "reports/hive_lists.h"
 #include "tests/support/opened_hive.h"
 #include "tests/support/texts.h"
+#include "view/tree_find.h"
 #include "words/why_here.h"
 
 namespace hivequarry::testing {
@@ -695,6 +696,28 @@ TEST(Relations, DetailSaysWhyAKeyIsHere) {
     const std::string detail = KeyDetail(opened.hive, opened.tree, opened.Item(c.path));
     EXPECT_EQ(detail.starts_with("Why here: "), !c.why.empty());
   }
+}
+
+TEST(Relations, RecoveredKeysAreFoundOneAfterAnother) {
+  OpenedHive opened(Family(List::kLf, [](BuiltHive& h) {
+    h.Unlink("Other");
+    Wipe(h, "A\\Alpha");
+  }));
+  const uint32_t made = opened.Item("A\\Alph");
+  const uint32_t unlinked = opened.Item("Disconnected Keys\\Other");
+  const KeyTree& tree = opened.tree;
+  EXPECT_EQ(FindRecovered(tree, 0, true).item, made);
+  EXPECT_EQ(FindRecovered(tree, kNoItem, true).item, made);
+  EXPECT_FALSE(FindRecovered(tree, kNoItem, true).passed);
+  EXPECT_EQ(FindRecovered(tree, made, true).item, unlinked);
+  const FoundRecovered values = FindRecovered(tree, unlinked, true);
+  EXPECT_EQ(values.item == made, tree.disconnected_value_positions.empty());
+  EXPECT_EQ(FindRecovered(tree, unlinked, false).item, made);
+  EXPECT_TRUE(FindRecovered(tree, made, false).passed);
+  HideBranch(opened.tree, unlinked);
+  HideBranch(opened.tree, made);
+  opened.tree.disconnected_value_positions.clear();
+  EXPECT_EQ(FindRecovered(tree, 0, true).item, kNoItem);
 }
 
 TEST(Relations, DetailSaysWhatAKeyWasMadeFor) {

@@ -41,6 +41,9 @@ namespace hivequarry {
   One(kCommandFindPrevious, 1506)       \
   One(kCommandTreeFindNext, 1507)       \
   One(kCommandTreeFindPrevious, 1508)   \
+  One(kCommandNextRecovered, 1509)      \
+  One(kCommandPreviousRecovered, 1510)  \
+  One(kCommandLegend, 1511)             \
   One(kCommandHelp, 1540)               \
   One(kCommandAbout, 1542)              \
   One(kCommandToggleView, 1544)         \

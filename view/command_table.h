@@ -175,6 +175,11 @@ inline constexpr Command kFixedCommands[] = {
      .group_start = true, .needs = Needs::kEdits},
     {.number = kCommandTakeBackAll, .menu = "&View", .text = "Take back &all edits",
      .needs = Needs::kEdits},
+    {.number = kCommandNextRecovered, .menu = "&View", .text = "&Next recovered\tF7",
+     .accelerator = {kKeyF7, 0}, .group_start = true, .needs = Needs::kHive},
+    {.number = kCommandPreviousRecovered, .menu = "&View", .text = "Previous &recovered\tShift+F7",
+     .accelerator = {kKeyF7, kWithShift}, .needs = Needs::kHive},
+    {.number = kCommandLegend, .menu = "&View", .text = "Le&gend", .guard = Guard::kNone},
     {.number = kCommandRawPosition, .menu = "&View", .text = "Raw record at &position...",
      .group_start = true, .needs = Needs::kHive},
 

@@ -24,5 +24,6 @@ inline constexpr uint16_t kKeyF1 = 0x70;
 inline constexpr uint16_t kKeyF3 = 0x72;
 inline constexpr uint16_t kKeyF4 = 0x73;
 inline constexpr uint16_t kKeyF6 = 0x75;
+inline constexpr uint16_t kKeyF7 = 0x76;
 
 }  // namespace hivequarry

@@ -6,6 +6,7 @@
 #include "hive/values.h"
 #include "host/case.h"
 #include "host/long_operation.h"
+#include "view/tree_icons.h"
 
 namespace hivequarry {
 namespace {
@@ -63,6 +64,35 @@ uint32_t ItemAgain(const HiveImage& hive, const KeyTree& tree, std::string_view 
     if (path.find('\\') == std::string_view::npos) break;
   }
   return 0;
+}
+
+namespace {
+
+bool ShowsRecovered(const KeyTree& tree, uint32_t item) {
+  if (item == tree.disconnected_values) return !tree.disconnected_value_positions.empty();
+  return IsKeyItem(tree, item) && ClosedIcon(tree.items[item]) != kIconFolder;
+}
+
+}  // namespace
+
+FoundRecovered FindRecovered(const KeyTree& tree, uint32_t from, bool down) {
+  const auto count = static_cast<uint32_t>(tree.items.size());
+  const bool begins = from < count;
+  FoundRecovered found;
+  uint32_t at = begins ? from : count;
+  for (uint32_t steps = 0; steps < count; ++steps) {
+    const bool at_end = down ? at + 1 >= count : at == 0;
+    found.passed |= at_end && begins;
+    if (down) {
+      at = at_end ? 0 : at + 1;
+    } else {
+      at = at_end ? count - 1 : at - 1;
+    }
+    if (!ShowsRecovered(tree, at)) continue;
+    found.item = at;
+    return found;
+  }
+  return {};
 }
 
 uint32_t ItemShowing(const HiveImage& hive, const KeyTree& tree, uint32_t position) {

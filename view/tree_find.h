@@ -26,6 +26,15 @@ struct FoundItem {
 FoundItem FindItemByName(const HiveImage& hive, const KeyTree& tree, const TreeFindRequest& request,
                          const std::function<void()>& passed);
 
+// The next item, filled in the pane or not, that shows what is not simply there: a key that no list
+// leads to or that was made, one of which something was repaired, or the folder of values that no
+// key names, when it has any. It goes on at the other end; the item to search from comes last.
+struct FoundRecovered {
+  uint32_t item = kNoItem;  // kNoItem: there is none
+  bool passed = false;      // an end of the tree
+};
+FoundRecovered FindRecovered(const KeyTree& tree, uint32_t from, bool down);
+
 // The item that shows the key or value at a position: the key, the key that lists the value, or the
 // folder of the values that no key names. kNoItem when there is none, or it is hidden.
 uint32_t ItemShowing(const HiveImage& hive, const KeyTree& tree, uint32_t position);

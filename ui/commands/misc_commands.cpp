@@ -64,6 +64,7 @@ void LetGoOfHive(MainWindow& window) {
 }  // namespace
 
 void OnHelp(MainWindow& window) { ShowHelp(window.handle, kHelpStart); }
+void OnLegend(MainWindow& window) { ShowHelp(window.handle, kHelpLegend); }
 
 void OnOptions(MainWindow& window) {
   Options options = TheSettings().options;

@@ -114,6 +114,16 @@ void OnFind(MainWindow& window) {
 void OnFindNext(MainWindow& window) { SearchAgain(window, true, kCommandFindNext); }
 void OnFindPrevious(MainWindow& window) { SearchAgain(window, false, kCommandFindPrevious); }
 
+void OnRecovered(MainWindow& window, bool down) {
+  const FoundRecovered found = FindRecovered(*window.hive.tree, SelectedItem(window.tree), down);
+  if (found.item == kNoItem) {
+    ShowMessage("Nothing was recovered in this hive.", kProgramName, Icon::kInformation);
+    return;
+  }
+  if (found.passed) ShowPassingText(window, down ? kPassedEnd : kPassedBeginning);
+  SelectItem(window.tree, found.item);
+}
+
 void OnCurrentBranch(MainWindow& window) {
   const KeyTree& tree = *window.hive.tree;
   const uint32_t item = SelectedItem(window.tree);

@@ -8,6 +8,7 @@ struct MainWindow;
 // In the pane that is shown: the Output List, else the tree.
 void OnFind(MainWindow& window);
 void OnFindNext(MainWindow& window);
+void OnRecovered(MainWindow& window, bool down);
 void OnFindPrevious(MainWindow& window);
 
 // To the topmost key above the selected one, and from there back to it.
