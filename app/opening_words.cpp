@@ -7,9 +7,12 @@
 #include "host/host.h"
 #include "host/long_operation.h"
 #include "replay/log_words.h"
+#include "words/other_file.h"
 
 namespace hivequarry {
 namespace {
+
+constexpr const char* kNoHiveText = "Invalid File format !";
 
 void Tell(const std::string& file_name, const OpenFailure& failure) {
   switch (failure.fault) {
@@ -23,7 +26,7 @@ void Tell(const std::string& file_name, const OpenFailure& failure) {
       ShowMessage("Could Not Allocate Memory", kProgramName, Icon::kStop);
       return;
     case OpenFault::kNoHive:
-      ShowMessage("Invalid File format !", "Error", Icon::kExclamation);
+      ShowMessage(kNoHiveText, "Error", Icon::kExclamation);
       return;
     case OpenFault::kCannotOpen:
       break;
@@ -72,8 +75,15 @@ std::string LogFileWords(const HiveLog& log) {
 bool ValidateAndTell(HiveImage& hive) {
   OpenFailure failure;
   if (ValidateHiveFile(hive, failure)) return true;
-  Tell(hive.file_name, failure);
-  if (failure.fault == OpenFault::kNoHive) RequestStop();
+  if (failure.fault != OpenFault::kNoHive) {
+    Tell(hive.file_name, failure);
+    return false;
+  }
+  const std::string words =
+      OtherFileWords(PartOf(ImageBytes(hive), 0, kOtherFileStart), hive.length);
+  const std::string text = kNoHiveText + (words.empty() ? words : "\r\n" + words);
+  ShowMessage(text.c_str(), "Error", Icon::kExclamation);
+  RequestStop();
   return false;
 }
 

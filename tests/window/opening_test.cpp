@@ -162,7 +162,8 @@ TEST_F(WindowTest, FileThatCannotBeOpenedLeavesTheWindowEmpty) {
   const TempFile text(Bytes(5000, 'x'));
   OpenNamedFile(*window_, text.name(), 0, 0);
   ASSERT_TRUE(PumpUntil([&] { return !window_->load.thread.joinable(); }));
-  EXPECT_EQ(surroundings_.boxes.back().text, "Invalid File format !");
+  EXPECT_EQ(surroundings_.boxes.back().text,
+            "Invalid File format !\r\nThe file is 5000 bytes 0x78 and nothing else.");
   EXPECT_TRUE(IsWindowVisible(window_->controls.empty));
   OpenBytes(SmallHive().bytes);
   EXPECT_EQ(window_->hive.summary.keys, 4U);
