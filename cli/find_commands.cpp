@@ -79,15 +79,32 @@ bool IsSid(const std::string& text) {
   return false;
 }
 
+// Nothing that is asked may go unheard. --ace beside --permissions is whose rights are meant.
+bool IsOneQuestion(const SecurityRequest& request) {
+  const bool rights = !request.permissions.empty();
+  const int asked =
+      !request.record.empty() + !request.owner.empty() + (rights || !request.ace.empty());
+  if (asked > 1) {
+    Complain("--record, --owner and --ace or --permissions can't be asked together");
+    return false;
+  }
+  const bool two = !request.ace.empty() && !request.sid.empty() && request.ace != request.sid;
+  if (two) Complain("--ace and --sid name two accounts");
+  const bool loose = !rights && !request.sid.empty();
+  if (loose) Complain("--sid needs --permissions");
+  return !two && !loose;
+}
+
 // The question that the request's options ask; a record's when there are none. False after a
 // message.
 bool QueryOf(const SecurityRequest& request, SecurityQuery& query) {
+  if (!IsOneQuestion(request)) return false;
   if (!request.permissions.empty()) {
     query.mode = SecurityMode::kPermissions;
-    query.permissions.sid = request.sid;
+    query.permissions.sid = request.sid.empty() ? request.ace : request.sid;
     query.permissions.kind = request.kind;
     query.permissions.not_inherited = request.not_inherited;
-    return (request.sid.empty() || IsSid(request.sid)) &&
+    return (query.permissions.sid.empty() || IsSid(query.permissions.sid)) &&
            ParseRights(request.permissions, query.permissions.rights);
   }
   if (!request.owner.empty() || !request.ace.empty()) {

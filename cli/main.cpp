@@ -341,7 +341,8 @@ void AddDates(CLI::App& app, ConsoleRequest& request) {
 void AddQuery(CLI::App* keys, SecurityRequest& security) {
   keys->add_option("--record", security.record, "Keys with the record at this position");
   keys->add_option("--owner", security.owner, "Keys owned by this SID");
-  keys->add_option("--ace", security.ace, "Keys with an entry for this SID");
+  keys->add_option("--ace", security.ace,
+                   "Keys with an entry for this SID; with --permissions: with these rights");
   keys->add_option("--permissions", security.permissions,
                    "Keys whose entries have these rights: full, read, write, query-value, "
                    "set-value, create-subkey, enumerate, notify, create-link, delete, "

@@ -276,10 +276,17 @@ TEST_F(ConsoleTest, FindsKeysValuesAndRecords) {
     EXPECT_EQ(Run("--format csv " + std::string(command)), 0) << command;
     EXPECT_NE(printed.find(found), printed.npos) << command << "\n" << printed;
   }
+  // An account that no entry names has no rights.
+  ASSERT_EQ(Run("--format csv security keys hé --permissions read --ace S-1-5-21-1"), 0);
+  EXPECT_EQ(printed.find("ROOT"), printed.npos) << printed;
   for (const char* wrong :
        {"search hé 123 --hex", "search hé zz --hex", "search hé '41 E' --hex",
         "search hé 41E400 --hex --dword", "search hé 00000401 --dword", "dates hé --from soon",
-        "report hé", "security keys hé", "security keys hé --owner me"}) {
+        "report hé", "security keys hé", "security keys hé --owner me",
+        "security keys hé --owner S-1-5-18 --ace S-1-5-18",
+        "security keys hé --record 1 --permissions read",
+        "security keys hé --permissions read --ace S-1-5-18 --sid S-1-5-19",
+        "security keys hé --ace S-1-5-18 --sid S-1-5-18"}) {
     EXPECT_EQ(Run(wrong), 2) << wrong;
   }
 }
