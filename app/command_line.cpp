@@ -113,6 +113,11 @@ void ParseSwitch(std::string_view line, CommandLine& result) {
 
 CommandLine ParseCommandLine(std::string_view line) {
   CommandLine result;
+  std::string_view rest = line;
+  if (EqualIgnoringCase(CutWord(rest), "--evidence")) {
+    result.evidence = true;
+    line = rest.substr(std::min(rest.find_first_not_of(kBlanks), rest.size()));
+  }
   if (line.empty() || BytesOfCharacters(line, kMaxLine) < line.size()) return result;
   if (line.front() == '/') {
     ParseSwitch(line, result);

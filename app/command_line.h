@@ -11,7 +11,8 @@
 namespace hivequarry {
 
 struct CommandLine {
-  std::string file;  // hive (or Report List) to open, without quotes; empty for none
+  std::string file;       // hive (or Report List) to open, without quotes; empty for none
+  bool evidence = false;  // evidence mode: nothing that writes is offered
   bool has_range = false;
   uint32_t start_offset = 0;  // partial range
   uint32_t end_offset = 0;
@@ -25,7 +26,8 @@ struct CommandLine {
   bool backup_monthly = false;
 };
 
-// Parses the text after the program's own name. A line of 520 characters or more is ignored.
+// Parses the text after the program's own name: "--evidence" first, if it is there. A line of 520
+// characters or more is ignored.
 CommandLine ParseCommandLine(std::string_view line);
 
 }  // namespace hivequarry

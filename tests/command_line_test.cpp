@@ -8,6 +8,7 @@ namespace {
 // Everything that a line says, in words.
 std::string Told(const CommandLine& line) {
   std::string told = "[" + line.file + "]";
+  if (line.evidence) told += " evidence";
   if (line.open_mode != 0) told += " mode " + std::to_string(line.open_mode);
   if (line.switch_letter != 0) told += std::string(" /") + line.switch_letter;
   if (line.has_range) {
@@ -27,6 +28,11 @@ TEST(CommandLineTest, Lines) {
       {"", "[]"},
       {"  \"C:\\my hives\\SYSTEM\" ", "[C:\\my hives\\SYSTEM]"},
       {"\"\"", "[]"},
+      {"--evidence", "[] evidence"},
+      {" --Evidence  \"C:\\a b\"", "[C:\\a b] evidence"},
+      {"--evidence -soff=8 -eoff=16 x", "[x] evidence 8-16"},
+      {"--evidences x", "[]"},
+      {"x --evidence", "[x --evidence]"},
       {"/U C:\\a b", "[C:\\a b] mode 2 /U"},
       {"/u \"x\"", "[x] mode 2 /u"},
       {"/R x", "[x] mode 2 /R"},

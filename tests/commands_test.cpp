@@ -88,12 +88,13 @@ const MenuItem kMainMenu[] = {
     {"&View", "List ed&ited values", 9023},
     {"&View", "Take back &all edits", 9024},
     {"&View", "&Next recovered\tF7", 1509},
-    {"&View", "Previous &recovered\tShift+F7", 1510},
+    {"&View", "Previou&s recovered\tShift+F7", 1510},
     {"&View", "Le&gend", 1511},
     {"&View", "Raw record at &position...", 9025},
     {"&Misc", "&Help\tF1", 1540},
     {"&Misc", "&Options", 1455},
     {"&Misc", "&Bookmarks", 6410},
+    {"&Misc", "&Evidence mode", 1512},
     {"&Misc", "&About", 1542},
 };
 
@@ -230,26 +231,38 @@ bool IsPromised(CommandNumber number, bool running, bool backup) {
   constexpr uint16_t kAlways[] = {kCommandExit,     kCommandResizeColumns, kCommandDetailPane,
                                   kCommandNextPane, kCommandPreviousPane,  kCommandHiveState,
                                   kCommandLegend};
-  constexpr uint16_t kNotInBackup[] = {kCommandSaveListText,
-                                       kCommandSaveReport,
-                                       kCommandLoadReport,
-                                       kCommandExportHive,
-                                       kCommandKeyDates,
-                                       kCommandCopyList,
-                                       kCommandPrintList,
-                                       kCommandFindInList,
-                                       kCommandOptions,
-                                       kCommandListNotepad,
-                                       kCommandCopyFirstColumn,
-                                       kCommandTreeFindNext,
-                                       kCommandTreeFindPrevious,
-                                       kCommandHelp,
-                                       kCommandAbout,
-                                       kCommandCompareFolder};
+  constexpr uint16_t kNotInBackup[] = {
+      kCommandSaveListText,     kCommandSaveReport,  kCommandLoadReport,      kCommandExportHive,
+      kCommandKeyDates,         kCommandCopyList,    kCommandPrintList,       kCommandFindInList,
+      kCommandOptions,          kCommandListNotepad, kCommandCopyFirstColumn, kCommandTreeFindNext,
+      kCommandTreeFindPrevious, kCommandHelp,        kCommandAbout,           kCommandEvidenceMode,
+      kCommandCompareFolder};
   if (number == kCommandStop) return running || backup;
   if (number == kCommandOpenValidRoot) return false;  // no root cell is selected
   if (IsAmong(kAlways, number)) return true;
   return !running && !(backup && IsAmong(kNotInBackup, number));
+}
+
+// What writes into the live registry or the hive in memory is nowhere: not in menus, not by keys.
+TEST(CommandTable, EvidenceModeOffersNothingThatWrites) {
+  CommandFacts facts;
+  facts.hive = facts.item = facts.key = facts.key_cell = facts.value = true;
+  for (const uint16_t number :
+       {kCommandMergeFolder, kCommandLoadHive, kCommandUnloadHive, kCommandReplaceHives,
+        kCommandReplaceSid, kCommandEditValue, kCommandGoToRegedit}) {
+    const Command& command = *FindCommand(Commands(), number);
+    facts.evidence = false;
+    EXPECT_TRUE(IsOffered(command, false) && IsAvailable(command, facts)) << number;
+    facts.evidence = true;
+    EXPECT_FALSE(IsOffered(command, true) || IsAvailable(command, facts)) << number;
+  }
+  EXPECT_TRUE(IsAvailable(*FindCommand(Commands(), kCommandExportFolder), facts));
+  ListFacts list;
+  list.rows = list.row_selected = true;
+  const ListCommand& regedit = *FindListCommand(kCommandListRegedit);
+  EXPECT_TRUE(IsAvailable(regedit, list));
+  list.evidence = true;
+  EXPECT_FALSE(IsOffered(regedit, list) || IsAvailable(regedit, list));
 }
 
 TEST(CommandTable, EveryCommandObeysTheFlags) {

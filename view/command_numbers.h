@@ -44,6 +44,7 @@ namespace hivequarry {
   One(kCommandNextRecovered, 1509)      \
   One(kCommandPreviousRecovered, 1510)  \
   One(kCommandLegend, 1511)             \
+  One(kCommandEvidenceMode, 1512)       \
   One(kCommandHelp, 1540)               \
   One(kCommandAbout, 1542)              \
   One(kCommandToggleView, 1544)         \

@@ -70,7 +70,8 @@ bool PassesGuard(Guard guard, const CommandFacts& facts) {
 }
 
 bool IsAvailable(const Command& command, const CommandFacts& facts) {
-  return PassesGuard(command.guard, facts) && HasNeeds(command, facts);
+  return IsOffered(command, facts.evidence) && PassesGuard(command.guard, facts) &&
+         HasNeeds(command, facts);
 }
 
 }  // namespace hivequarry

@@ -67,6 +67,7 @@ struct CommandFacts {
   bool technical_view = false;
   bool cell_details = false;
   bool detail_pane = false;
+  bool evidence = false;   // evidence mode: what writes anywhere but into new files is not offered
   bool comparing = false;  // "Displayed Sub Keys" is on
   // What is done about the hive's logs.
   bool logs_none = false;
@@ -141,6 +142,8 @@ struct Command {
   bool group_start = false;  // a separator is before it in its menu
   Guard guard = Guard::kRunning;
   Needs needs = Needs::kNothing;
+  // Into the live registry, or into the hive in memory: not in evidence mode.
+  bool writes = false;
   // The fact that its check mark shows; null: no check mark.
   bool CommandFacts::*checked = nullptr;
 };
@@ -150,9 +153,14 @@ std::span<const Command> Commands();
 
 // The row of a number, null when there is none.
 const Command* FindCommand(std::span<const Command> commands, uint32_t number);
+// True when the command is in menus and has its keys.
+inline bool IsOffered(const Command& command, bool evidence) {
+  return !(evidence && command.writes);
+}
 // The guard alone.
 bool PassesGuard(Guard guard, const CommandFacts& facts);
-// True when the command may be carried out: its guard passes and what it needs is there.
+// True when the command may be carried out: it is offered, its guard passes and what it needs is
+// there.
 bool IsAvailable(const Command& command, const CommandFacts& facts);
 inline bool IsChecked(const Command& command, const CommandFacts& facts) {
   return command.checked != nullptr && facts.*command.checked;

@@ -20,7 +20,7 @@ inline constexpr ListCommand kListCommandTable[] = {
     {.number = kCommandShowAsOf, .text = "&Show the hive as of this entry",
      .needs = ListNeeds::kEntry, .about = ListAbout::kLogs},
     {.number = kCommandListRegedit, .text = "Go to &Regedit\tCtrl-R",
-     .accelerator = {'R', kWithControl}, .needs = ListNeeds::kSelection},
+     .accelerator = {'R', kWithControl}, .needs = ListNeeds::kSelection, .writes = true},
     {.number = kCommandOpenValidRoot, .text = "Open valid &Root",
      .needs = ListNeeds::kRoots, .about = ListAbout::kRoots},
     {.number = kCommandOpenKey, .text = "Open &Key",

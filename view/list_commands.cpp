@@ -68,11 +68,15 @@ bool EntryOfRow(const OutputList& list, uint32_t row, uint32_t& entry) {
   return true;
 }
 
+bool IsOffered(const ListCommand& command, const ListFacts& facts) {
+  return IsListAbout(command.about, facts.kind) && !(facts.evidence && command.writes);
+}
+
 bool IsAvailable(const ListCommand& command, const ListFacts& facts) {
   CommandFacts guarded;
   guarded.running = facts.busy;
   guarded.backup = facts.backup;
-  return PassesGuard(command.guard, guarded) && IsListAbout(command.about, facts.kind) &&
+  return IsOffered(command, facts) && PassesGuard(command.guard, guarded) &&
          HasNeeds(command.needs, facts);
 }
 

@@ -42,6 +42,7 @@ struct ListFacts {
   bool position = false;  // the row in focus speaks of a position in the hive shown
   bool source = false;    // the list names the file that it was made of
   bool entry = false;     // the row in focus is of such an entry
+  bool evidence = false;  // evidence mode
   bool again = false;     // its rows can be made anew
   int kind = 0;           // of the list
 };
@@ -57,6 +58,7 @@ struct ListCommand {
   bool group_start = false;
   Guard guard = Guard::kRunning;
   ListNeeds needs = ListNeeds::kNothing;
+  bool writes = false;  // as of Command
   ListAbout about = ListAbout::kAnything;
   ListSwitch checked = ListSwitch::kNone;
 };
@@ -67,7 +69,10 @@ bool EntryOfRow(const OutputList& list, uint32_t row, uint32_t& entry);
 std::span<const ListCommand> ListCommands();
 // The row of a number, null when there is none.
 const ListCommand* FindListCommand(uint32_t number);
-// True when the command means something for the list, its guard passes and what it needs is there.
+// True when the command is in the menu of such a list.
+bool IsOffered(const ListCommand& command, const ListFacts& facts);
+// True when the command means something for the list and is offered, its guard passes and what it
+// needs is there.
 bool IsAvailable(const ListCommand& command, const ListFacts& facts);
 
 }  // namespace hivequarry

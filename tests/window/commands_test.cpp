@@ -173,6 +173,23 @@ TEST_F(CommandsTest, Keys) {
   EXPECT_EQ(shown, expected);
 }
 
+TEST_F(CommandsTest, EvidenceModeTakesWhatWritesOutOfTheMenus) {
+  OpenTools();
+  SelectPath("Alpha");
+  const auto has = [this](CommandNumber number) {
+    return GetMenuState(GetMenu(handle_), number, MF_BYCOMMAND) != UINT(-1);
+  };
+  ASSERT_TRUE(has(kCommandLoadHive) && has(kCommandReplaceHives));
+  SetEvidenceMode(*window_, true);
+  EXPECT_FALSE(has(kCommandLoadHive) || has(kCommandUnloadHive) || has(kCommandReplaceHives));
+  EXPECT_TRUE(has(kCommandOpen));
+  const Texts offered = ContextTexts(CommandPlace::kTreeMenu, true);
+  EXPECT_EQ(std::ranges::count(offered, "&Merge Folder into Registry"), 0);
+  EXPECT_EQ(std::ranges::count(offered, "&Export Folder"), 1);
+  SetEvidenceMode(*window_, false);
+  EXPECT_TRUE(has(kCommandLoadHive));
+}
+
 TEST_F(CommandsTest, ContextMenus) {
   OpenTools();
   SelectPath("Alpha");
@@ -185,8 +202,8 @@ TEST_F(CommandsTest, ContextMenus) {
                             "&Current Branch\tCtrl+b",
                             "&Go to Regedit",
                             "Compare &Folder to Registry",
-                            "&Export Folder",
                             "&Merge Folder into Registry",
+                            "&Export Folder",
                             "&Search...\tCtrl+Shift+F",
                             "Key &Dates...",
                             "&Security Record\tAlt+s",

@@ -130,6 +130,7 @@ constexpr CommandRoute kRoutes[] = {
     {kCommandFindInList, OnFind},
     {kCommandTreeFindNext, OnFindNext},
     {kCommandTreeFindPrevious, OnFindPrevious},
+    {kCommandEvidenceMode, OnEvidenceMode},
     {kCommandLegend, OnLegend},
     {kCommandNextRecovered, [](MainWindow& window) { OnRecovered(window, true); }},
     {kCommandPreviousRecovered, [](MainWindow& window) { OnRecovered(window, false); }},

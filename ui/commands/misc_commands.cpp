@@ -64,6 +64,7 @@ void LetGoOfHive(MainWindow& window) {
 }  // namespace
 
 void OnHelp(MainWindow& window) { ShowHelp(window.handle, kHelpStart); }
+void OnEvidenceMode(MainWindow& window) { SetEvidenceMode(window, !window.host.evidence); }
 void OnLegend(MainWindow& window) { ShowHelp(window.handle, kHelpLegend); }
 
 void OnOptions(MainWindow& window) {

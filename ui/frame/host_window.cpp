@@ -96,9 +96,10 @@ bool Clipboard(void* context, std::string_view text) {
   return CopyText(Window(context).window, std::wstring(wide.begin(), wide.end()));
 }
 
-bool Launch(void*, const std::string& arguments) {
+bool Launch(void* context, const std::string& arguments) {
   const std::wstring program = ProgramPath();
-  std::wstring line = LaunchLine(program, arguments);
+  const bool evidence = Window(context).evidence;
+  std::wstring line = LaunchLine(program, (evidence ? "--evidence " : "") + arguments);
   STARTUPINFOW startup{};
   startup.cb = sizeof startup;
   startup.dwFlags = STARTF_USESHOWWINDOW;

@@ -27,6 +27,7 @@ struct HostWindow {
   HWND window = nullptr;       // the main window, to which workers post and send
   DWORD interface_thread = 0;  // the thread of `window`
   CodePage code_page;
+  std::atomic<bool> evidence{false};   // evidence mode, in which new copies of the program begin
   std::atomic<bool> ending{false};     // the program ends: boxes answer themselves
   std::atomic<bool> announced{false};  // kHostChanged is posted and not yet answered
 

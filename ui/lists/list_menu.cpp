@@ -50,6 +50,7 @@ ListFacts FactsOfPlace(const ListPlace& place, bool with_position) {
   facts.position = with_position && facts.rows && HasPosition(place);
   facts.entry = with_position && facts.rows && HasEntry(place);
   facts.source = !ListSource(*place.model).empty();
+  facts.evidence = place.owner->host.evidence;
   facts.again = place.again != nullptr;
   facts.kind = ListKindOf(*place.model);
   return facts;
@@ -132,7 +133,7 @@ HMENU MakeListMenu(const ListPlace& place) {
   const ListFacts facts = FactsOfPlace(place, true);
   MenuBuilder builder{CreatePopupMenu(), {}};
   for (const ListCommand& command : ListCommands()) {
-    if (command.text == nullptr || !IsListAbout(command.about, facts.kind)) continue;
+    if (command.text == nullptr || !IsOffered(command, facts)) continue;
     AppendCommand(builder, command, IsAvailable(command, facts));
   }
   return builder.menu;

@@ -266,7 +266,7 @@ void SetDefaultSize(MainWindow& window) {
 HWND MakeHandle(MainWindow* window) {
   return CreateWindowExW(WS_EX_ACCEPTFILES, kClassName, L"Hivequarry",
                          WS_OVERLAPPEDWINDOW | WS_CLIPCHILDREN, CW_USEDEFAULT, 0, CW_USEDEFAULT, 0,
-                         nullptr, MakeMainMenu(), window->instance, window);
+                         nullptr, MakeMainMenu(false), window->instance, window);
 }
 
 // What an item selected in the tree, kNoItem for none, lets commands do.
@@ -382,9 +382,21 @@ CommandFacts FactsNow(const MainWindow& window) {
   facts.technical_view = window.view.technical;
   facts.cell_details = window.view.cell_details;
   facts.detail_pane = window.layout.detail_shown;
+  facts.evidence = window.host.evidence;
   facts.comparing = window.hive.comparing;
   if (facts.hive) AddLogFacts(window, facts);
   return facts;
+}
+
+void SetEvidenceMode(MainWindow& window, bool evidence) {
+  if (window.host.evidence == evidence) return;
+  window.host.evidence = evidence;
+  const HMENU before = GetMenu(window.handle);
+  const HMENU menu = MakeMainMenu(evidence);
+  SetMenu(window.handle, menu);
+  window.menus.recent = FindRecentMenu(menu);
+  DestroyMenu(before);
+  UpdateToolbar(window);
 }
 
 void RunCommand(MainWindow& window, uint32_t number) {

@@ -120,6 +120,9 @@ HWND ShownPane(const MainWindow& window);
 // The hive shown; only while slot >= 0.
 const HiveImage& ShownHive(const MainWindow& window);
 CommandFacts FactsNow(const MainWindow& window);
+// Evidence mode: what writes into the live registry or into the hive in memory is not offered, here
+// and in new copies of the program that this window starts.
+void SetEvidenceMode(MainWindow& window, bool evidence);
 // Carries the command out unless it is not available.
 void RunCommand(MainWindow& window, uint32_t number);
 

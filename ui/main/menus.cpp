@@ -79,10 +79,10 @@ HACCEL MakeTable(std::vector<ACCEL>& keys) {
 
 }  // namespace
 
-HMENU MakeMainMenu() {
+HMENU MakeMainMenu(bool evidence) {
   const HMENU menu = CreateMenu();
   for (const Command& command : Commands()) {
-    if (command.menu != nullptr) AppendToMenu(menu, command);
+    if (command.menu != nullptr && IsOffered(command, evidence)) AppendToMenu(menu, command);
   }
   return menu;
 }
@@ -139,7 +139,7 @@ HMENU MakeContextMenu(MainWindow& window, CommandPlace place) {
     const Command* command = FindCommand(Commands(), number);
     if (command == nullptr) {
       StartGroup(menu);
-    } else {
+    } else if (IsOffered(*command, window.host.evidence)) {
       AppendItem(menu, number, WideName(ContextText(*command)));
     }
   }

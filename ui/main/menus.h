@@ -16,7 +16,7 @@ struct MainMenus {
 
 // The menu goes with its window, the tables are for the caller to destroy. Those of the Output List
 // are the keys of a list window, but for the one that closes it.
-HMENU MakeMainMenu();
+HMENU MakeMainMenu(bool evidence);
 HACCEL MakeAccelerators();
 HACCEL MakeListAccelerators();
 // Enables and checks the items of an opening menu.

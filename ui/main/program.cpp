@@ -60,6 +60,7 @@ std::wstring ArgumentsOf(std::wstring_view command_line) {
 }
 
 void OpenFromCommandLine(MainWindow& window, const CommandLine& line) {
+  if (line.evidence) SetEvidenceMode(window, true);
   if (line.file.empty()) return;
   const bool ranged = line.has_range;
   OpenNamedFile(window, line.file, ranged ? line.start_offset : 0, ranged ? line.end_offset : 0,
