@@ -137,6 +137,7 @@ class StartList {
   void AddPlaces() {
     const std::vector<StartPattern> starts = MakePatterns();
     std::vector<PlacePattern> patterns;
+    patterns.reserve(starts.size());
     for (const StartPattern& start : starts) patterns.push_back(start.path.c_str());
     for (const EvidencePlace& place : FindPlaces(run_.keys, patterns)) {
       AddPlace(place, *starts[place.pattern].place, starts[place.pattern].wow);

@@ -19,6 +19,7 @@ constexpr uint64_t kUnitsPerSecond = 10'000'000;  // of a FILETIME
 // Bytes of a value by its form. The first is the time of the last write, which the row has anyway;
 // the last holds the seconds of any date that has a text.
 constexpr std::array<size_t, 4> kValueSizes = {0, 2, 4, 5};
+constexpr uint8_t kValueForms = kValueSizes.size();
 constexpr uint8_t kLastWriteForm = 0;
 constexpr uint8_t kMoreValues = 0x80;
 constexpr uint8_t kLastValueColumn = 31;
@@ -28,10 +29,10 @@ void AddValue(uint64_t value, size_t column, RowLayout& layout) {
   uint8_t form = kLastWriteForm;
   const bool last_write = value == layout.last_write / kUnitsPerSecond;
   if ((layout.head.flags & kAboutKey) == 0 || !last_write) {
-    for (form = 1; form < kValueSizes.size(); ++form) {
+    for (form = 1; form < kValueForms; ++form) {
       if (value >> (8 * kValueSizes[form]) == 0) break;
     }
-    if (form == kValueSizes.size()) return;
+    if (form == kValueForms) return;
   }
   layout.values[static_cast<size_t>(layout.value_count++)] = {value, static_cast<uint8_t>(column),
                                                               form};

@@ -90,7 +90,7 @@ std::vector<Place> PlacesOf(const Teller& teller, std::string_view path) {
     const uint32_t item = number != 0 ? KeyBelow(teller, set, path) : kNoItem;
     if (item == kNoItem) continue;
     std::string words = ControlSetWords(teller.sets, number);
-    words = "control set " + std::to_string(number) + (words.empty() ? "" : ": " + words);
+    words = Concat({"control set ", std::to_string(number), words.empty() ? "" : ": ", words});
     places.push_back({item, NoteOn(teller, item, std::move(words))});
   }
   return places;
@@ -277,7 +277,7 @@ void AddSubkeyFact(Overview& over, Teller& teller, const SubkeyFact& fact) {
       if (name == nullptr || !teller.keys->FindValue(name, value)) continue;
       std::string text = DataCell(value);
       if (text.empty()) continue;
-      if (fact.name_first) text = key.name + ", " + text;
+      if (fact.name_first) text = Concat({key.name, ", ", text});
       AddFact(over, teller, fact.field, key, &value, text, place.note);
       return;
     }
