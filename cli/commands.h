@@ -80,6 +80,7 @@ struct ConsoleRequest {
   bool hash = false;                // "info --hash"
   bool structure = false;           // "info --check"
   CheckListOptions check;           // which rows of "check"
+  bool holes = false;               // "carve --holes"
   bool changes = false;             // "logs --changes"
   KeyListOptions keys;              // "tree --details", "tree --access"
   bool removed = false;             // "tree --removed", "values --removed"

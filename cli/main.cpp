@@ -118,9 +118,10 @@ void AddOptions(CLI::App& app, ConsoleRequest& request) {
          [&request](const std::string& name) { request.printing.format = FormatOf(name); },
          "text (default), csv, jsonl, or rpt: a Report List of the desktop program")
       ->check(CLI::IsMember({"text", "csv", "jsonl", "rpt"}));
-  app.add_option("-o", request.printing.file,
-                 "Write to this file instead of the standard output; for split: the folder of the "
-                 "pieces");
+  app.add_option(
+      "-o", request.printing.file,
+      "Write to this file instead of the standard output; for split and carve: the folder "
+      "of the pieces");
   app.add_flag("--raw-text", request.printing.raw_text,
                "Control characters of names and data as they are, not as \\u{1B}");
   app.add_flag("--csv-safe", request.printing.csv_safe,
@@ -291,6 +292,11 @@ void AddCommands(CLI::App& app, ConsoleRequest& request) {
                    "Also the keys that no list names, in their branches or below \"Recovered\"");
   CLI::App* split = app.add_subcommand("split", "Cuts a file into pieces, one per run of blocks");
   AddHive(split, request);
+  CLI::App* carve = app.add_subcommand(
+      "carve",
+      "Hives, logs and pieces of them anywhere in an image; -o FOLDER writes them as files");
+  carve->add_option("FILE", request.hive, "Image of a disk or of memory, or any file")->required();
+  carve->add_flag("--holes", request.holes, "Every stretch of zeros too");
   CLI::App* convert = app.add_subcommand("convert", "A Report List in another format");
   convert->add_option("FILE", request.hive, "Report List (.rpt)")->required();
 }

@@ -81,6 +81,9 @@ int TimelineCommand(const ConsoleRequest& request);
 // A hive that mounts again (repair_command.cpp); an exit status.
 int RepairCommand(const ConsoleRequest& request, OpenedHive& opened);
 
+// Hives anywhere in a large file (carve_command.cpp); an exit status.
+int CarveCommand(const ConsoleRequest& request);
+
 // Two hives, or one in two states (compare_command.cpp); an exit status of its own.
 int CompareCommand(const ConsoleRequest& request);
 

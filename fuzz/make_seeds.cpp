@@ -302,7 +302,8 @@ int main(int argc, char** argv) {
       {"fuzz_search", WriteSearches},
       {"fuzz_structure_reports", WriteStructureReports},
       {"fuzz_replay", WriteReplays},
-      {"fuzz_evidence", WriteEvidence}};
+      {"fuzz_evidence", WriteEvidence},
+      {"fuzz_carve", WriteHives}};
   for (const auto& [target, write] : kWriters) {
     if (argc != 3 || argv[1] != target) continue;
     Seeds seeds{argv[2]};

@@ -1,7 +1,12 @@
 #include "host/files.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <system_error>
+
+#ifndef _WIN32
+#include <unistd.h>
+#endif
 
 #include "host/evidence.h"
 #include "host/host.h"
@@ -87,6 +92,21 @@ int64_t FileSize(std::FILE* stream) {
   const int64_t size = ftello(stream);
 #endif
   return SeekFile(stream, 0) ? size : -1;
+}
+
+uint64_t NextFileData(std::FILE* stream, uint64_t position, uint64_t end) {
+#ifdef SEEK_DATA
+  const int file = fileno(stream);
+  // The stream knows where it is, and must find the file there again.
+  const off_t before = lseek(file, 0, SEEK_CUR);
+  const off_t data = lseek(file, static_cast<off_t>(position), SEEK_DATA);
+  const bool none = data < 0 && errno == ENXIO;
+  lseek(file, before, SEEK_SET);
+  if (none) return end;
+  return data < 0 ? position : std::min(static_cast<uint64_t>(data), end);
+#else
+  return stream == nullptr ? end : position;
+#endif
 }
 
 }  // namespace hivequarry

@@ -40,6 +40,11 @@ constexpr KindColumn Size(int thirds) {
 constexpr KindColumn kPieces[] = {Position("Start Offset", 6, 1), Position("End Offset", 6, 1),
                                   Size(6), kFile};
 constexpr KindColumn kRepair[] = {kKey, kValue, Text("What", 6, 1), Position("Offset", 5)};
+constexpr KindColumn kCarved[] = {Text("What", 4),      Position("Offset", 6),
+                                  Number("Length", 4),  Held(kRoot, CellHolds::kName),
+                                  Number("Keys", 3),    Text("How sure", 3),
+                                  Text("Why", 9, 3),    Text("Stored Name", 6, 1),
+                                  Date("Last Written"), kFile};
 constexpr KindColumn kErrors[] = {kRoot, kKey, kValue, kError};
 
 // --- special reports -----------------------------------------------------------------------------
@@ -319,6 +324,7 @@ constexpr ListKindInfo kKinds[] = {
      ListAbout::kRecord},
     {kListRepair, "Left out or changed by a repair", kRepair},
     OfReport(kListMachine, kMachine, "Machine"),
+    {kListCarved, "Carved", kCarved, WindowFamily::kPieces},
     OfEvidence(kListUserAssist, decoder_kinds::kUserAssist, "UserAssist"),
     OfEvidence(kListShimCache, decoder_kinds::kShimCache, "ShimCache"),
     OfEvidence(kListActivity, decoder_kinds::kActivity, "Activity moderators"),

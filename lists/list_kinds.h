@@ -60,6 +60,7 @@ inline constexpr int kListLogRecords = 112;
 inline constexpr int kListCheck = 113;
 inline constexpr int kListRepair = 141;
 inline constexpr int kListMachine = 142;
+inline constexpr int kListCarved = 147;
 inline constexpr int kListHiveCompare = 114;
 
 inline bool IsOwnKind(int kind) { return kind >= kFirstOwnKind; }

@@ -1,0 +1,249 @@
+// The first pass of carving: the whole file once, from its start to its end.
+
+#include <algorithm>
+#include <cstring>
+#include <unordered_map>
+
+#include "cases/carving.h"
+#include "cases/lznt1.h"
+#include "host/host.h"
+#include "host/long_operation.h"
+#include "host/shortfalls.h"
+#include "records/base_block.h"
+#include "records/bin_header.h"
+
+namespace hivequarry {
+namespace {
+
+constexpr size_t kRead = 512 * 1024;  // at a time
+constexpr size_t kHeader = 64;        // that is looked at from a signature on
+constexpr size_t kPage = 4096;
+constexpr size_t kMostSleeps = 16;
+
+// A letter that few bytes are, and where it is in its signature.
+struct Anchor {
+  uint32_t signature;
+  char letter;
+  uint32_t at;
+};
+constexpr Anchor kAnchors[] = {{kHiveSignature, 'g', 2},
+                               {kBinSignature, 'b', 1},
+                               {kLogEntrySignature, 'v', 1},
+                               {0x65727078, 'x', 0}};  // "xpre", of "xpress"
+
+struct Scan {
+  CarveSource& source;
+  bool keep_holes;
+  SourceMarks& marks;
+  std::unordered_map<uint64_t, size_t> runs = {};  // the last one at each distance
+  uint64_t hole = 0;                               // where the zeros under way began
+  bool in_hole = false;
+};
+
+template <typename Item>
+void Keep(std::vector<Item>& items, const Item& item) {
+  if (items.size() < kMostCarved) {
+    items.push_back(item);
+  } else {
+    NoteShortfall(Shortfall::kRows);
+  }
+}
+
+bool IsPlausibleBase(ByteView header) {
+  const uint32_t type = ReadU32(header, kBaseFileType);
+  return ReadU32(header, kBaseMajor) == 1 && ReadU32(header, kBaseMinor) <= 6 &&
+         (type <= 2 || type == 6) && ReadU32(header, kBaseFileFormat) == 1;
+}
+
+// True when the block goes on a run: it is where its own offset puts it.
+bool GoesOn(BinRun& run, const BinHeader& bin, uint64_t position) {
+  const bool same = position > run.start && bin.own_offset > run.own;
+  // Between blocks of one distance a page or some may have been lost.
+  constexpr uint64_t kMostLost = 256 * 1024;
+  if (!same || position > std::max(run.end + kMostLost, run.vouched)) return false;
+  run.last = position;
+  run.end = std::max(run.end, position + bin.size);
+  return true;
+}
+
+void AddBin(Scan& scan, ByteView header, uint64_t position) {
+  BinHeader bin;
+  if (!ReadBinHeader(header, 0, bin) || bin.own_offset > kMostBins) return;
+  const uint64_t distance = position - bin.own_offset;  // modulo 2^64
+  const auto known = scan.runs.find(distance);
+  SourceMarks& marks = scan.marks;
+  if (known != scan.runs.end() && GoesOn(marks.runs[known->second], bin, position)) return;
+  BinRun run = {position, position, position + bin.size, 0, bin.own_offset};
+  const bool based = bin.own_offset == 0 && !marks.bases.empty() &&
+                     marks.bases.back().position + kBaseBlockSize == position;
+  if (based) run.vouched = position + marks.bases.back().length;
+  if (marks.runs.size() < kMostCarved) scan.runs[distance] = marks.runs.size();
+  Keep(marks.runs, run);
+}
+
+void AddEntry(SourceMarks& marks, ByteView header, uint64_t position) {
+  if (header.size() < kLogEntryHeader) return;
+  const LogEntryHeader entry = ReadLogEntryHeader(header, 0);
+  const bool sound = entry.size >= kLogUnit && entry.size % kLogUnit == 0 &&
+                     LogHash(header.first(32)) == entry.hash2;
+  if (!sound) return;
+  constexpr size_t kMost = 4;  // entries that one may be inside of
+  const size_t open = std::min(kMost, marks.entries.size());
+  size_t inside = 0;
+  for (size_t i = 1; i <= open; ++i) {
+    FileRange& run = marks.entries[marks.entries.size() - i];
+    const uint64_t end = run.position + run.size;
+    if (position == end) {
+      run.size += entry.size;
+      return;
+    }
+    inside += position < end ? 1 : 0;
+  }
+  if (inside < kMost) Keep(marks.entries, FileRange{position, entry.size});
+}
+
+void AddPacked(Scan& scan, uint32_t signature, uint64_t position) {
+  constexpr uint64_t kSector = 512;
+  constexpr uint64_t kStoreStep = 16;  // of compressed memory
+  // After the header of a chunk that compressing did not make smaller, or of one and its flags.
+  const uint64_t before = position % kSector;
+  const bool chunk = before == 2
+                         ? ReadU16(scan.source.At(position - 2, 2), 0) == kPlainLznt1Chunk
+                         : before == 3 && BeginsAsLznt1(scan.source.At(position - 3, 8), signature);
+  if (chunk) Keep(scan.marks.packed, PackedAt{position - before, false});
+  if (position % kStoreStep != 4 || signature != kBinSignature) return;
+  // The first four are literals, and a page as a whole is less than one.
+  const uint32_t flags = ReadU32(scan.source.At(position - 4, 4), 0);
+  if (flags != 0 && flags >> 28 == 0) Keep(scan.marks.packed, PackedAt{position - 4, true});
+}
+
+// 0x81 0x81 "xpress" begins each block of such a file.
+void AddSleep(Scan& scan, uint64_t position) {
+  constexpr uint8_t kStart[] = {0x81, 0x81, 'x', 'p', 'r', 'e', 's', 's'};
+  constexpr uint64_t kBefore = 2;
+  if (position < kBefore) return;
+  const ByteView bytes = scan.source.At(position - kBefore, sizeof kStart);
+  if (bytes.size() < sizeof kStart || std::memcmp(bytes.data(), kStart, sizeof kStart) != 0) return;
+  ++scan.marks.sleep_count;
+  if (scan.marks.sleeps.size() < kMostSleeps) scan.marks.sleeps.push_back(position - kBefore);
+}
+
+void UseHit(Scan& scan, uint32_t signature, ByteView header, uint64_t position) {
+  if (signature == kHiveSignature) {
+    if (IsPlausibleBase(header)) {
+      Keep(scan.marks.bases,
+           BaseBlockAt{position, ReadU32(header, kBaseFileType), ReadU32(header, kBaseLength)});
+    }
+    AddPacked(scan, signature, position);
+  } else if (signature == kBinSignature) {
+    AddBin(scan, header, position);
+    AddPacked(scan, signature, position);
+  } else if (signature == kLogEntrySignature) {
+    AddEntry(scan.marks, header, position);
+  } else {
+    AddSleep(scan, position);
+  }
+}
+
+struct Hit {
+  size_t at;
+  uint32_t signature;
+};
+
+// Those that begin in [from, to) of the view; there may be less than a header after them.
+void FindHits(ByteView bytes, size_t from, size_t to, std::vector<Hit>& hits) {
+  for (const Anchor& anchor : kAnchors) {
+    const uint8_t* at = bytes.data() + std::min(from + anchor.at, bytes.size());
+    const uint8_t* const end = bytes.data() + std::min(to + anchor.at, bytes.size());
+    while (at < end) {
+      at = static_cast<const uint8_t*>(
+          std::memchr(at, anchor.letter, static_cast<size_t>(end - at)));
+      if (at == nullptr) break;
+      const size_t start = static_cast<size_t>(at - bytes.data()) - anchor.at;
+      if (bytes.size() - start >= 4 && LoadU32(bytes.data() + start) == anchor.signature) {
+        hits.push_back({start, anchor.signature});
+      }
+      ++at;
+    }
+  }
+}
+
+void EndHole(Scan& scan, uint64_t end) {
+  if (!scan.in_hole) return;
+  scan.in_hole = false;
+  if (end - scan.hole < kPage) return;  // the end of the file
+  ++scan.marks.hole_count;
+  scan.marks.zeros += end - scan.hole;
+  if (scan.keep_holes) Keep(scan.marks.holes, FileRange{scan.hole, end - scan.hole});
+}
+
+bool IsZero(const uint8_t* bytes, size_t size) {
+  return bytes[0] == 0 && std::memcmp(bytes, bytes + 1, size - 1) == 0;
+}
+
+// The view begins at `position`; signatures that begin in its first `usable` bytes are looked at.
+// All but its `old` first bytes were read now: whole pages, but for the end of the file.
+void LookThrough(Scan& scan, ByteView bytes, size_t usable, size_t old, uint64_t position) {
+  std::vector<Hit> hits;
+  size_t from = 0;  // of the stretch that is not zeros
+  for (size_t page = old; page < bytes.size(); page += kPage) {
+    const size_t size = std::min(kPage, bytes.size() - page);
+    const bool zero = IsZero(bytes.data() + page, size);
+    if (!zero) {
+      EndHole(scan, position + page);
+      continue;
+    }
+    if (from < page) FindHits(bytes, from, std::min(page, usable), hits);
+    from = page + size;
+    if (!scan.in_hole) scan.hole = position + page;
+    scan.in_hole = true;
+  }
+  if (from < usable) FindHits(bytes, from, usable, hits);
+  std::ranges::sort(hits, {}, &Hit::at);
+  for (const Hit& hit : hits) {
+    UseHit(scan, hit.signature, bytes.subspan(hit.at), position + hit.at);
+  }
+}
+
+// Passes over pages that the file system keeps no bytes of.
+bool SkipHole(Scan& scan, uint64_t& at) {
+  const uint64_t data = NextFileData(scan.source.stream(), at, scan.source.size());
+  const uint64_t end = data == scan.source.size() ? data : data / kPage * kPage;
+  if (end <= at || at % kPage != 0) return false;
+  if (!scan.in_hole) scan.hole = at;
+  scan.in_hole = true;
+  at = end;
+  return true;
+}
+
+}  // namespace
+
+void ScanSource(CarveSource& source, bool keep_holes, SourceMarks& marks) {
+  const Host& host = CurrentHost();
+  ShowStatus("Reading File ...");
+  host.progress_range(host.context, 100);
+  Scan scan{source, keep_holes, marks};
+  std::vector<uint8_t> buffer(kHeader + kRead);
+  size_t old = 0;  // bytes at the buffer's start that wait for those after them
+  for (uint64_t at = 0; at < source.size() && !StopRequested();) {
+    if (old == 0 && SkipHole(scan, at)) continue;
+    const auto wanted = static_cast<size_t>(std::min<uint64_t>(kRead, source.size() - at));
+    const size_t got =
+        ReadFileBytes(source.stream(), at, buffer.data() + old, wanted, &marks.unread);
+    const bool last = got < kRead || at + got == source.size();
+    const size_t filled = old + got;
+    // Zeros at the end are waited for by nobody.
+    const bool ended = last || IsZero(buffer.data() + filled - kHeader, kHeader);
+    const size_t usable = ended ? filled : filled - kHeader;
+    if (got != 0) LookThrough(scan, ByteView(buffer).first(filled), usable, old, at - old);
+    if (got < wanted) break;
+    std::memmove(buffer.data(), buffer.data() + usable, filled - usable);
+    old = filled - usable;
+    at += got;
+    host.progress_position(host.context, static_cast<uint32_t>(at * 100 / source.size()));
+  }
+  EndHole(scan, source.size());
+  host.progress_range(host.context, 0);
+}
+
+}  // namespace hivequarry
