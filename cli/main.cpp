@@ -16,6 +16,8 @@
 #endif
 
 #include "cli/commands.h"
+#include "cli/many_files.h"
+#include "cli/opened_hive.h"
 #include "evidence/decoders.h"
 #include "host/files.h"
 #include "host/host.h"
@@ -435,9 +437,70 @@ std::string CommandName(const CLI::App& app) {
   return group ? name + " " + command->get_subcommands().front()->get_name() : name;
 }
 
+// Where the words of the command end; 0 where there is none.
+size_t EndOfCommand(const CLI::App& app, const std::vector<std::string>& arguments,
+                    std::string& name) {
+  const auto is_group = [](const std::string& word) {
+    return word == "report" || word == "security" || word == "freed";
+  };
+  for (size_t i = 0; i < arguments.size(); ++i) {
+    const std::string& word = arguments[i];
+    const CLI::Option* option = app.get_option_no_throw(word);
+    if (word.starts_with('-')) {
+      i += option != nullptr && option->get_items_expected_max() != 0 ? 1 : 0;
+      continue;
+    }
+    name += (name.empty() ? "" : " ") + word;
+    if (name != word || !is_group(word)) return i + 1;
+  }
+  return 0;
+}
+
+// Without "-o" and its file.
+std::vector<std::string> WithoutOutput(const std::vector<std::string>& arguments, size_t& place) {
+  std::vector<std::string> rest;
+  for (size_t i = 0; i < arguments.size(); ++i) {
+    if (i == place) place = rest.size();
+    const bool whole = arguments[i] == "-o";
+    const bool joined = arguments[i].starts_with("-o");
+    if (!joined) rest.push_back(arguments[i]);
+    if (whole && ++i == place) place = rest.size();
+  }
+  return rest;
+}
+
+// What one command does for several files; kExitUsage after a message for one that can't.
+int RunForMany(const ManyFiles& many, ManyRuns runs, const std::string& name,
+               const ConsoleRequest& request) {
+  constexpr std::string_view kOfOne[] = {"compare", "convert", "split", "export", "repair"};
+  const bool one = std::ranges::count(kOfOne, name) != 0;
+  if (one || many.wrong || request.printing.format == Format::kReport) {
+    Complain(many.wrong ? "-r FOLDER, --files FILE..., -j 1 to 64"
+             : one      ? name + " works on one file"
+                        : "A Report List is of one file");
+    return kExitUsage;
+  }
+  if (runs.files.empty()) {
+    Complain("No hive among the files");
+    return kExitFailed;
+  }
+  Printing printing = request.printing;
+  if (name == "carve") printing.file.clear();  // a folder, of each of them
+  if (name != "carve") runs.arguments = WithoutOutput(runs.arguments, runs.place);
+  if (!LeadsElsewhere(runs.files) || !MayPrint(printing)) return kExitFailed;
+  runs.jobs = many.jobs;
+  runs.quiet = request.console.quiet;
+  runs.progress = request.console.progress;
+  return RunForFiles(runs, printing);
+}
+
 int Run(std::vector<std::string> arguments) {
   ConsoleRequest request;
   CLI::App app("Opens registry hive files offline, whatever their state.", "hivequarry-cli");
+  app.footer(
+      "Several files: -r FOLDER takes all hives in it and below, --files FILE... these, instead of "
+      "HIVE;\n"
+      "-j N at a time (2). Rows begin with the file then; a KEY or PATTERN comes before --files.");
   AddOptions(app, request);
   AddCommands(app, request);
   AddFreed(app, request);
@@ -449,6 +512,23 @@ int Run(std::vector<std::string> arguments) {
   };
   AddSecurity(app, request, named("security"));
   AddReports(app, request, named("report"));
+  std::vector<std::string> without = arguments;
+  std::string command;
+  ManyFiles many = TakeManyFiles(without);
+  ManyRuns runs;
+  runs.place = many.asked ? EndOfCommand(app, without, command) : 0;
+  many.asked = runs.place != 0 && command != "timeline";  // which takes them itself
+  const bool together = many.asked && command == "report machine";
+  if (many.asked) {
+    runs.files = FilesOf(many);
+    runs.arguments = arguments = without;
+    const auto place = arguments.begin() + static_cast<std::ptrdiff_t>(runs.place);
+    if (together) {
+      arguments.insert(place, runs.files.begin(), runs.files.end());
+    } else {
+      arguments.insert(place, runs.files.empty() ? "none" : runs.files.front());
+    }
+  }
   try {
     std::reverse(arguments.begin(), arguments.end());  // as the parser takes them
     app.parse(arguments);
@@ -461,7 +541,9 @@ int Run(std::vector<std::string> arguments) {
   CompleteSearch(request);
   const std::string name = CommandName(app);
   BeginOperation(kOperationLoad);
-  const int status = RunConsoleCommand(name, request);
+  const bool each = many.asked && !together;
+  const int status =
+      each ? RunForMany(many, std::move(runs), name, request) : RunConsoleCommand(name, request);
   EndOperation();
   return status;
 }

@@ -2,9 +2,9 @@
 #include <algorithm>
 #include <cstdlib>
 #include <filesystem>
-#include <iostream>
 
 #include "app/opening_words.h"
+#include "cli/hive_files.h"
 #include "cli/opened_hive.h"
 #include "hive/hive_table.h"
 #include "host/evidence.h"
@@ -17,41 +17,6 @@ namespace hivequarry {
 namespace {
 
 namespace fs = std::filesystem;
-
-bool BeginsAsHive(const std::string& file) {
-  uint8_t start[4] = {};
-  int error = 0;
-  std::FILE* stream = OpenFile(file, "rb", error);
-  if (stream == nullptr) return false;
-  const size_t got = std::fread(start, 1, sizeof start, stream);
-  std::fclose(stream);
-  HiveLog log;
-  return got == sizeof start && LoadU32(start) == kHiveSignature && !IsLogFile(file, log);
-}
-
-std::string TextOfPath(const fs::path& path) {
-  const std::u8string text = path.u8string();
-  return {text.begin(), text.end()};
-}
-
-// The hives in a folder and those below it, in the order of their names; links are not followed.
-void AddFolder(const std::string& folder, std::vector<std::string>& files) {
-  std::vector<std::string> found;
-  std::error_code error;
-  fs::recursive_directory_iterator at(FilePath(folder),
-                                      fs::directory_options::skip_permission_denied, error);
-  if (error) Complain("Can not read the folder " + folder);
-  for (; !error && at != fs::recursive_directory_iterator(); at.increment(error)) {
-    std::error_code ignored;
-    if (StopRequested()) return;
-    if (!at->is_regular_file(ignored) || at->is_symlink(ignored)) continue;
-    std::string name = TextOfPath(at->path());
-    if (BeginsAsHive(name)) found.push_back(std::move(name));
-  }
-  if (error && !found.empty()) Complain("Can not read all of the folder " + folder);
-  std::ranges::sort(found);
-  files.insert(files.end(), found.begin(), found.end());
-}
 
 std::vector<std::string> FilesOf(const ConsoleRequest& request, std::string& key) {
   std::vector<std::string> files;
@@ -66,13 +31,11 @@ std::vector<std::string> FilesOf(const ConsoleRequest& request, std::string& key
   for (const std::string& name : named) {
     if (name != "-") {
       files.push_back(name);
-      continue;
-    }
-    for (std::string line; std::getline(std::cin, line);) {
-      if (!line.empty()) files.push_back(line);
+    } else {
+      AddNamesOfInput(files);
     }
   }
-  for (const std::string& folder : request.timeline.folders) AddFolder(folder, files);
+  for (const std::string& folder : request.timeline.folders) AddHivesOfFolder(folder, files);
   return files;
 }
 

@@ -133,6 +133,40 @@ TEST_F(ConsoleTest, LogsOfADirtyHive) {
   EXPECT_EQ(ContentOf(Sibling("log")), AsText(log));
 }
 
+// Each row has its file, one bad file does not stop the rest, and the order is that of the files.
+TEST_F(ConsoleTest, SeveralFilesAtOnce) {
+  ASSERT_EQ(Shell("mkdir -p d/e && head -c 8192 h* > d/b,1 && cp d/b,1 d/e/a && head -c 9000 h* | "
+                  "tail -c 807 > d/none"),
+            0);
+  EXPECT_EQ(Run("--format csv tree A\u00E4 -r d"), 0);
+  const std::string titles =
+      "File,Key,Key Offset,Parent Offset,Key Date,Status,Marks,Connected\r\n";
+  EXPECT_TRUE(printed.starts_with(titles + "\"d/b,1\",")) << printed;
+  EXPECT_NE(printed.find("\r\nd/e/a,"), std::string::npos) << printed;
+  EXPECT_EQ(std::ranges::count(printed, '\n'), 3) << printed;
+  for (const char* jobs : {"1", "2", "9"}) {
+    const std::string command = "--format csv tree A\u00E4 -r d -j ";
+    const std::string before = printed;
+    EXPECT_EQ(Run(command + jobs), 0);
+    EXPECT_EQ(printed, before);
+  }
+  EXPECT_EQ(Run("--format jsonl values --files d/e/a nosuch d/b,1 d/e/a", "", ""), 3);
+  EXPECT_TRUE(printed.starts_with("{\"File\":\"d/e/a\",\"Key\":")) << printed;
+  EXPECT_EQ(std::ranges::count(printed, '\n'), 2) << printed;
+  const std::string errors = ContentOf(Sibling("errors"));
+  EXPECT_NE(errors.find("Can not open nosuch"), std::string::npos) << errors;
+  EXPECT_NE(errors.find("3 files: 2 done, 1 failed"), std::string::npos) << errors;
+  EXPECT_EQ(Run("tree -r d -o list"), 0);
+  const std::string list = ContentOf(Sibling("list"));
+  EXPECT_NE(list.find("\r\nFile         : d/e/a\r\nKey          : "), std::string::npos) << list;
+  EXPECT_EQ(Run("tree -r d -o d/b,1 --force"), 1);
+  EXPECT_EQ(Run("--format csv report machine -r d"), 0);
+  EXPECT_TRUE(printed.starts_with("Fact,Text,Note,File,"));
+  for (const char* wrong : {"export -r d", "tree -r", "tree -r d -j 0", "--format rpt tree -r d"}) {
+    EXPECT_EQ(Run(wrong), 2) << wrong;
+  }
+}
+
 TEST_F(ConsoleTest, WordsOfKeys) {
   HiveBuilder builder("SYSTEM");
   builder.Key("Both").Access(3).Key("After").Access(2);

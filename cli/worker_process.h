@@ -1,0 +1,29 @@
+// This program once more, as a process of its own for one file.
+#pragma once
+
+#include <cstdint>
+#include <cstdio>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace hivequarry {
+
+// What it prints goes to files that nobody else sees, so that neither waits for the other.
+struct WorkerProcess {
+  int64_t id = -1;
+  std::FILE* output = nullptr;
+  std::FILE* messages = nullptr;
+
+  WorkerProcess() = default;
+  ~WorkerProcess();
+  WorkerProcess(const WorkerProcess&) = delete;
+  WorkerProcess& operator=(const WorkerProcess&) = delete;
+};
+// Null where there is no process or no file to be had.
+std::unique_ptr<WorkerProcess> StartWorker(const std::vector<std::string>& arguments);
+// Waits for its end, and puts both files to their starts. Its exit status; below 0 when it ended
+// without one. A second call gives the same.
+int EndWorker(WorkerProcess& worker);
+
+}  // namespace hivequarry
