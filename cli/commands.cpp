@@ -190,6 +190,7 @@ constexpr CommandRow kCommands[] = {{"info", Info},
                                     {"split", nullptr, Split},
                                     {"convert", nullptr, Convert},
                                     {"carve", nullptr, CarveCommand},
+                                    {"machine", nullptr, MachineFolderCommand},
                                     {"check", nullptr, CheckCommand},
                                     {"timeline", nullptr, TimelineCommand},
                                     {"compare", nullptr, CompareCommand},
@@ -242,7 +243,7 @@ int RunRow(const CommandRow& row, const ConsoleRequest& request) {
 int RunConsoleCommand(const std::string& name, const ConsoleRequest& request) {
   for (const CommandRow& row : kCommands) {
     if (name != row.name) continue;
-    const bool split = name == "split" || name == "carve";  // a folder
+    const bool split = name == "split" || name == "carve" || name == "machine";  // a folder
     if (!MayStack(request, name)) return kExitUsage;
     if (!LeadsElsewhere(InputsOf(request)) || (!split && !MayPrint(request.printing)))
       return kExitFailed;

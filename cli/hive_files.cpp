@@ -37,7 +37,8 @@ bool BeginsAsHiveFile(const std::string& file) {
   return ReadBinHeader(start, 0, bin) || ReadBinHeader(start, kBaseBlockSize, bin);
 }
 
-void AddHivesOfFolder(const std::string& folder, std::vector<std::string>& files) {
+void AddHivesOfFolder(const std::string& folder, std::vector<std::string>& files,
+                      std::vector<std::string>* logs) {
   std::vector<std::string> found;
   std::error_code error;
   fs::recursive_directory_iterator at(FilePath(folder),
@@ -48,7 +49,12 @@ void AddHivesOfFolder(const std::string& folder, std::vector<std::string>& files
     if (StopRequested()) return;
     if (!at->is_regular_file(ignored) || at->is_symlink(ignored)) continue;
     std::string name = TextOfPath(at->path());
-    if (BeginsAsHiveFile(name)) found.push_back(std::move(name));
+    HiveLog log;
+    if (BeginsAsHiveFile(name)) {
+      found.push_back(std::move(name));
+    } else if (logs != nullptr && IsLogFile(name, log)) {
+      logs->push_back(std::move(name));
+    }
   }
   if (error && !found.empty()) Complain("Can not read all of the folder " + folder);
   std::ranges::sort(found);

@@ -231,6 +231,8 @@ void AddCompare(CLI::App& app, ConsoleRequest& request) {
   command->add_flag("--text", compare.options.text, "Text up to its first zero");
 }
 
+constexpr const char* kMachine = "machine";
+
 void AddCommands(CLI::App& app, ConsoleRequest& request) {
   app.require_subcommand(1);
   app.fallthrough();
@@ -299,6 +301,10 @@ void AddCommands(CLI::App& app, ConsoleRequest& request) {
       "Hives, logs and pieces of them anywhere in an image; -o FOLDER writes them as files");
   carve->add_option("FILE", request.hive, "Image of a disk or of memory, or any file")->required();
   carve->add_flag("--holes", request.holes, "Every stretch of zeros too");
+  CLI::App* machine = app.add_subcommand(
+      kMachine, "All that the hives in a folder say, as a folder (-o) of lists and a report");
+  machine->add_option("FOLDER", request.hive, "Files of a machine, or its mounted image")
+      ->required();
   CLI::App* convert = app.add_subcommand("convert", "A Report List in another format");
   convert->add_option("FILE", request.hive, "Report List (.rpt)")->required();
 }
@@ -390,8 +396,6 @@ void AddSecurity(CLI::App& app, ConsoleRequest& request, bool named) {
 #endif
 }
 
-constexpr const char* kMachine = "machine";
-
 void AddReports(CLI::App& app, ConsoleRequest& request, bool named) {
   CLI::App* report = app.add_subcommand("report", "Reports on well-known structures");
   report->require_subcommand(1);
@@ -472,7 +476,8 @@ std::vector<std::string> WithoutOutput(const std::vector<std::string>& arguments
 // What one command does for several files; kExitUsage after a message for one that can't.
 int RunForMany(const ManyFiles& many, ManyRuns runs, const std::string& name,
                const ConsoleRequest& request) {
-  constexpr std::string_view kOfOne[] = {"compare", "convert", "split", "export", "repair"};
+  constexpr std::string_view kOfOne[] = {"compare", "convert", "split",
+                                         "export",  "repair",  "machine"};
   const bool one = std::ranges::count(kOfOne, name) != 0;
   if (one || many.wrong || request.printing.format == Format::kReport) {
     Complain(many.wrong ? "-r FOLDER, --files FILE..., -j 1 to 64"

@@ -7,11 +7,11 @@
 #include <memory>
 
 #include "cli/commands.h"
+#include "cli/file_labels.h"
 #include "cli/hive_files.h"
 #include "cli/worker_process.h"
 #include "host/host.h"
 #include "host/long_operation.h"
-#include "host/visible_text.h"
 
 namespace hivequarry {
 
@@ -74,119 +74,6 @@ std::vector<std::string> FilesOf(const ManyFiles& many) {
 
 namespace {
 
-// Adds the file's name to each row of what a run printed, as its first cell: "File", or "Hive File"
-// where the list has files in its rows.
-class Labels {
- public:
-  Labels(const Printing& printing, const TextSink& sink) : printing_(printing), sink_(sink) {}
-
-  void Begin(const std::string& file) {
-    file_ = file;
-    line_.clear();
-    in_row_ = in_quotes_ = rows_ = titled_ = false;
-    apart_ = said_ && printing_.format == Format::kText;
-  }
-  // The next piece of the run's output.
-  bool Add(std::string_view text) {
-    if (apart_ && !text.empty()) out_ += "\r\n";
-    said_ = true;
-    apart_ = false;
-    for (const char c : text) AddCharacter(c);
-    return Flush();
-  }
-  bool End() {
-    if (!line_.empty()) EndLine();
-    return Flush();
-  }
-
- private:
-  bool Flush() {
-    const bool taken = out_.empty() || sink_(out_);
-    out_.clear();
-    return taken;
-  }
-
-  // A line of CSV ends outside quotes alone.
-  void AddCharacter(char c) {
-    line_ += c;
-    if (c == '"') in_quotes_ = !in_quotes_;
-    if (c == '\n' && (!in_quotes_ || printing_.format != Format::kCsv)) EndLine();
-  }
-
-  void EndLine() {
-    switch (printing_.format) {
-      case Format::kCsv:
-        EndRecord();
-        break;
-      case Format::kJsonLines:
-        EndObject();
-        break;
-      default:
-        EndText();
-    }
-    line_.clear();
-    in_quotes_ = false;
-  }
-
-  // Lists of one command may have a column more or less by what the hive is: then titles come
-  // again.
-  void EndRecord() {
-    if (titled_) {
-      out_ += FileCell() + "," + line_;
-      return;
-    }
-    titled_ = true;
-    if (line_ == titles_) return;
-    titles_ = line_;
-    const std::string commas = "," + line_.substr(0, line_.find_last_not_of("\r\n") + 1) + ",";
-    out_ += commas.find(",File,") == commas.npos ? "File," : "Hive File,";
-    out_ += line_;
-  }
-
-  void EndObject() {
-    const bool object = line_.starts_with('{');
-    const bool taken = line_.find("\"File\":") != line_.npos;  // quotes in texts have escapes
-    if (object) out_ += (taken ? "{\"Hive File\":" : "{\"File\":") + JsonString(file_);
-    if (object) line_[0] = ',';
-    out_ += line_;
-  }
-
-  void EndText() {
-    const bool empty = line_ == "\r\n" || line_ == "\n";
-    if (rows_ && !in_row_ && !empty) {
-      std::string label = "File";
-      label.resize(std::max(label.size(), std::min(line_.find(": "), line_.size())), ' ');
-      out_ += label + ": " + VisibleLine(file_) + "\r\n";
-    }
-    in_row_ = rows_ && !empty;
-    rows_ |= line_.starts_with("Number of Items");
-    out_ += line_;
-  }
-
-  std::string FileCell() const {
-    const bool formula = printing_.csv_safe &&
-                         std::string_view("=+-@").find(file_.front()) != std::string_view::npos;
-    const std::string text = (formula ? "'" : "") + file_;
-    if (text.find_first_of(",\"\r\n") == text.npos) return text;
-    std::string cell = "\"";
-    for (const char c : text) cell.append(c == '"' ? 2 : 1, c);
-    return cell + "\"";
-  }
-
-  const Printing& printing_;
-  const TextSink& sink_;
-  std::string file_;
-  std::string line_;    // not yet complete
-  std::string out_;     // not yet handed on
-  std::string titles_;  // of CSV, those that were written last
-  bool in_quotes_ = false;
-  bool in_row_ = false;  // of text
-  bool rows_ = false;    // of text: the lines before them are over
-  bool titled_ = false;  // of CSV: the line of titles is over
-  bool said_ = false;    // any run did say something
-  bool apart_ = false;   // an empty line comes before what is next
-};
-
 // The worse the status, the higher.
 int Rank(int status) {
   constexpr int kOrder[] = {kExitDone, kExitDirty, kExitFailed, kExitUnreadable, kExitUsage};
@@ -223,7 +110,7 @@ void TellMessages(const std::string& file, std::string_view text) {
   }
 }
 
-bool PrintRun(Running& run, Labels& labels, Summary& summary) {
+bool PrintRun(Running& run, FileLabels& labels, Summary& summary) {
   constexpr size_t kPiece = 64 * 1024;
   const int status = run.process == nullptr ? kExitFailed : EndWorker(*run.process);
   bool printed = true;
@@ -251,7 +138,7 @@ bool PrintRun(Running& run, Labels& labels, Summary& summary) {
   return printed && !StopRequested();
 }
 
-bool RunAll(const ManyRuns& runs, Labels& labels, Summary& summary) {
+bool RunAll(const ManyRuns& runs, FileLabels& labels, Summary& summary) {
   std::deque<Running> running;
   size_t next = 0;
   while (next < runs.files.size() || !running.empty()) {
@@ -280,7 +167,7 @@ int RunForFiles(const ManyRuns& runs, const Printing& printing) {
   bool whole = false;
   const bool printed = PrintPieces(
       [&](const TextSink& sink) {
-        Labels labels(printing, sink);
+        FileLabels labels(printing, sink);
         whole = RunAll(runs, labels, summary);
         return whole;
       },

@@ -70,8 +70,9 @@ int SecurityLinksCommand(const ConsoleRequest& request, OpenedHive& opened);
 int SecurityKeysCommand(const ConsoleRequest& request, OpenedHive& opened);
 int SecurityShowCommand(const ConsoleRequest& request, OpenedHive& opened);
 int ReportCommand(const ConsoleRequest& request, OpenedHive& opened);
-// Of several files (machine_command.cpp); an exit status.
+// Of several files (machine_command.cpp), and of a folder (machine_folder.cpp); an exit status.
 int MachineCommand(const ConsoleRequest& request);
+int MachineFolderCommand(const ConsoleRequest& request);
 
 // The faults of a file's structure (check_command.cpp); an exit status of its own.
 int CheckCommand(const ConsoleRequest& request);

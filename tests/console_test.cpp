@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <vector>
 
 #include "tests/support/hive_builder.h"
 #include "tests/support/log_writer.h"
@@ -165,6 +166,103 @@ TEST_F(ConsoleTest, SeveralFilesAtOnce) {
   for (const char* wrong : {"export -r d", "tree -r", "tree -r d -j 0", "--format rpt tree -r d"}) {
     EXPECT_EQ(Run(wrong), 2) << wrong;
   }
+}
+
+// True when each element that begins in the text ends in it, in order.
+bool IsWellFormed(const std::string& html) {
+  std::vector<std::string> open;
+  for (size_t at = 0; (at = html.find('<', at)) != std::string::npos;) {
+    const size_t end = html.find_first_of(" >\n", at);
+    const std::string name = html.substr(at + 1, end - at - 1);
+    at = html.find('>', at) + 1;
+    if (name == "!DOCTYPE" || name == "meta" || name == "input") continue;
+    if (name == "style" || name == "script") {
+      at = html.find("</" + name, at) + name.size() + 3;  // their text is no markup
+    } else if (!name.starts_with('/')) {
+      open.push_back(name);
+    } else {
+      if (open.empty() || name != "/" + open.back()) return false;
+      open.pop_back();
+    }
+  }
+  return open.empty();
+}
+
+class MachineFolderTest : public ConsoleTest {
+ protected:
+  MachineFolderTest() {
+    HiveBuilder user;
+    user.FileName("\\??\\C:\\Users\\anna\\ntuser.dat");
+    user.Key("Software\\Microsoft\\Windows\\CurrentVersion\\Run")
+        .Sz("One", "C:\\one.exe")
+        .Sz("<script>alert(1)</script>", "C:\\\"two\".exe & more");
+    user.Key("Control Panel\\Desktop");
+    user.Key("Environment");
+    std::filesystem::create_directories(Sibling("m/sub"));
+    Write("m/sub/profile", user.Build().bytes);
+    Bytes before = hive_;
+    SetNumbers(before, 10, 9);
+    Write("m/dirty", before);
+    Write("m/dirty.LOG1", NewLog(before, {EntryBetween(before, before, 10)}));
+    Bytes cut = hive_;
+    cut.resize(4200);
+    Write("m/cut", cut);
+    Write("m/none", Bytes(5000, 7));
+  }
+  void Write(const char* name, const Bytes& bytes) const {
+    std::ofstream(Sibling(name), std::ios::binary) << AsText(bytes);
+  }
+};
+
+TEST_F(MachineFolderTest, WritesListsAndAReport) {
+  EXPECT_EQ(Run("machine m"), 2);
+  EXPECT_EQ(Run("machine m -o m/out"), 1);
+  EXPECT_FALSE(std::filesystem::exists(Sibling("m/out"))) << "written into the evidence";
+  ASSERT_EQ(Run("machine m -o out"), 0) << ContentOf(Sibling("errors"));
+  EXPECT_EQ(Run("machine m -o out"), 1) << "written over";
+  ASSERT_EQ(Run("machine m -o out2"), 0);
+  EXPECT_EQ(Shell("diff -r out out2 && cp -r m copy && $CLI --quiet machine copy -o out3 && "
+                  "diff -r out out3"),
+            0)
+      << "not the same bytes for the same files";
+  const std::string files = ContentOf(Sibling("out/files.jsonl"));
+  EXPECT_EQ(std::ranges::count(files, '\n'), 4) << files;
+  EXPECT_NE(files.find("{\"File\":\"dirty.LOG1\",\"Kind\":\"log\""), std::string::npos) << files;
+  EXPECT_NE(files.find("{\"File\":\"sub/profile\",\"Kind\":\"NTUSER\""), std::string::npos);
+  const std::string autostart = ContentOf(Sibling("out/autostart.jsonl"));
+  EXPECT_TRUE(autostart.starts_with("{\"File\":\"sub/profile\",")) << autostart;
+  EXPECT_EQ(std::ranges::count(autostart, '\n'), 2);
+  const std::string manifest = ContentOf(Sibling("out/manifest.json"));
+  for (const char* each : {"\"file\": \"sub/profile\", \"size\": ", "\"file\": \"report.html\""}) {
+    EXPECT_NE(manifest.find(each), std::string::npos) << manifest;
+  }
+  EXPECT_EQ(Shell("cd out && sed -n 's/.*\"file\": \"\\(.*\\)\", \"size\".*\"sha256\": "
+                  "\"\\(.*\\)\".*/\\2  \\1/p' manifest.json | grep -F . | grep -E 'json|html' | "
+                  "sha256sum -c --quiet"),
+            0);
+  const std::string html = ContentOf(Sibling("out/report.html"));
+  EXPECT_TRUE(IsWellFormed(html));
+  EXPECT_EQ(html.find("<script>alert"), std::string::npos);
+  EXPECT_NE(html.find("<td>&lt;script&gt;alert(1)&lt;/script&gt;</td>"), std::string::npos);
+  EXPECT_NE(html.find("content=\"default-src 'none';"), std::string::npos);
+  for (const char* loading : {" src=", "@import", "url(", "<link"}) {
+    EXPECT_EQ(html.find(loading), std::string::npos) << loading;
+  }
+  EXPECT_EQ(Run("--format csv machine m -o csv"), 0);
+  EXPECT_TRUE(ContentOf(Sibling("csv/autostart.csv")).starts_with("File,Place,Entry,Command"));
+}
+
+TEST_F(MachineFolderTest, ABrowserFiltersTheReport) {
+  if (Shell("command -v chromium >/dev/null") != 0) GTEST_SKIP() << "there is no browser";
+  ASSERT_EQ(Run("machine m -o out"), 0);
+  ASSERT_EQ(Shell("timeout 60 chromium --headless --no-sandbox --disable-gpu "
+                  "--user-data-dir=profile --dump-dom \"file://$PWD/out/report.html#q=two\" "
+                  ">dom 2>/dev/null"),
+            0);
+  const std::string dom = ContentOf(Sibling("dom"));
+  EXPECT_NE(dom.find("1 of 2 rows"), std::string::npos);
+  EXPECT_NE(dom.find("<tr hidden=\"\"><td>sub/profile</td><td>Run</td><td>One</td>"),
+            std::string::npos);
 }
 
 TEST_F(ConsoleTest, WordsOfKeys) {

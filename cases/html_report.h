@@ -1,0 +1,43 @@
+// One HTML file of lists: whole in itself, light or dark as the reader's system is, to be read, filtered
+// and printed anywhere. It loads nothing, and says so to the browser.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "lists/list_writers.h"
+#include "lists/output_list.h"
+
+namespace hivequarry {
+
+// The lists of one kind, each of a file.
+struct HtmlSection {
+  std::string id;     // letters, digits and "-": of its place in the file
+  std::string title;  // UTF-8, as all texts here
+  std::string note;   // under the title
+  // The file's name, which each row begins with (empty: rows have none), and its list.
+  std::vector<std::pair<std::string, OutputListPtr>> lists;
+  std::string whole;  // name of the file that has all rows
+};
+
+// Columns of a picture, by height.
+struct HtmlBars {
+  std::string title;
+  std::vector<std::pair<std::string, uint64_t>> bars;
+};
+
+struct HtmlReport {
+  std::string title;
+  std::vector<std::string> lines;  // under it
+  HtmlBars picture;
+  std::vector<HtmlSection> sections;
+};
+
+// At most so many rows of a section; how many more there are is said.
+inline constexpr uint32_t kMostHtmlRows = 3000;
+// False when the sink refused or the user stopped. Columns without a text in any row are left out.
+bool WriteHtmlReport(const HtmlReport& report, const TextSink& sink);
+
+}  // namespace hivequarry

@@ -1,0 +1,466 @@
+// "machine": all that the hives of a machine say, as a folder of lists and one report.
+//
+// Nothing of this run is in the output: no time, no place, no name of who ran it. So a second run
+// over the same files gives the same bytes.
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+#include <functional>
+#include <map>
+
+#include "app/opening_words.h"
+#include "app/shortfall_words.h"
+#include "bytes/sha256.h"
+#include "cases/html_report.h"
+#include "cli/file_labels.h"
+#include "cli/hive_files.h"
+#include "cli/opened_hive.h"
+#include "evidence/decoders.h"
+#include "hive/hive_table.h"
+#include "hive/root_evidence.h"
+#include "hive/timestamp.h"
+#include "host/files.h"
+#include "host/host.h"
+#include "host/long_operation.h"
+#include "host/number_text.h"
+#include "host/output_file.h"
+#include "host/shortfalls.h"
+#include "lists/list_rows.h"
+#include "reports/check_list.h"
+#include "reports/hive_state.h"
+#include "reports/machine_report.h"
+#include "reports/timeline.h"
+
+namespace hivequarry {
+namespace {
+
+namespace fs = std::filesystem;
+
+// A list of all hives: in a file of its own, and a section of the report.
+struct Part {
+  HtmlSection section;
+  std::string text;  // of its file
+};
+
+struct SourceFile {
+  std::string name;   // as opened
+  std::string label;  // below the folder
+  uint64_t size = 0;
+  std::string sha256;
+  bool log = false;
+};
+
+struct WrittenFile {
+  std::string name;
+  uint64_t size = 0;
+  std::string sha256;
+};
+
+struct Machine {
+  const ConsoleRequest& request;
+  Printing printing;  // format of the lists
+  std::vector<SourceFile> sources;
+  OutputListPtr files;     // a row each hive and log
+  OutputListPtr problems;  // a row each thing that could not be read
+  OutputListPtr overview;
+  std::vector<Part> parts;  // check, then the decoders
+  Timeline timeline;
+  std::vector<WrittenFile> written;
+  int status = kExitDone;
+};
+
+std::string EndingOf(const Machine& machine) {
+  return machine.printing.format == Format::kCsv ? ".csv" : ".jsonl";
+}
+
+bool WriteRows(const OutputList& list, const HiveImage* hive, const Printing& printing,
+               const TextSink& sink) {
+  if (printing.format == Format::kCsv)
+    return WriteListCsvAs(list, {printing.csv_safe, false}, sink);
+  return hive == nullptr ? WriteListJsonLines(list, sink) : WriteHiveJsonLines(list, *hive, sink);
+}
+
+std::string TextOfList(const OutputList& list, const Printing& printing) {
+  std::string text;
+  WriteRows(list, nullptr, printing, [&text](std::string_view piece) {
+    text += piece;
+    return true;
+  });
+  return text;
+}
+
+void AddProblem(Machine& machine, const std::string& file, const std::string& what) {
+  AddListRow(*machine.problems, {file, what}, kNoOffset);
+}
+
+// --- one hive ------------------------------------------------------------------------------------
+
+// Titles of CSV come once, before the first hive's rows, as FileLabels has it for all of them.
+struct PartWriter {
+  Part& part;
+  TextSink sink;
+  FileLabels labels;
+  PartWriter(Part& of, const Printing& printing)
+      : part(of),
+        sink([this](std::string_view piece) {
+          part.text += piece;
+          return true;
+        }),
+        labels(printing, sink) {}
+  PartWriter(const PartWriter&) = delete;
+  PartWriter& operator=(const PartWriter&) = delete;
+};
+
+void AddToPart(Machine& machine, PartWriter& writer, const SourceFile& source,
+               const HiveImage& hive, OutputListPtr list) {
+  if (RowCount(*list) == 0) return;
+  writer.labels.Begin(source.label);
+  WriteRows(*list, &hive, machine.printing,
+            [&](std::string_view piece) { return writer.labels.Add(piece); });
+  writer.labels.End();
+  writer.part.section.lists.emplace_back(source.label, std::move(list));
+}
+
+void AddFileRow(Machine& machine, const SourceFile& source, const OpenedHive& opened,
+                const TimelineHive& about, const std::string& verdict) {
+  const HiveImage& hive = *opened.hive;
+  const RootEvidence evidence = FindRootEvidence(hive);
+  const std::string user = !evidence.sid.empty() && !about.user.empty()
+                               ? about.user + ", " + evidence.sid
+                               : about.user + evidence.sid;
+  const ImageSummary& counts = opened.summary;
+  AddListRow(*machine.files,
+             {source.label, HiveKindName(KindOfHive(evidence)), ItemPath(hive, opened.tree, 0),
+              user, StateWords(hive), verdict, std::to_string(counts.keys),
+              std::to_string(source.size), source.sha256},
+             kNoOffset);
+}
+
+// Facts that no hive has told yet are told by later ones; what none tells is said at the end.
+void AddOverview(Machine& machine, const OpenedHive& opened, const SourceFile& source,
+                 std::map<std::string, std::string>& missing) {
+  constexpr int kFile = 3;
+  const MachineHive given = {opened.hive, &opened.tree};
+  const OutputListPtr list = ListMachine(std::span(&given, 1));
+  for (uint32_t row = 0; row < RowCount(*list); ++row) {
+    const std::string fact(CellText(*list, row, 0));
+    if (CellText(*list, row, kFile).empty()) {
+      std::string& note = missing[fact];
+      const std::string said(CellText(*list, row, 2));
+      if (note.empty() || said.starts_with("not in")) note = said;
+      continue;
+    }
+    ReplaceCell(*list, row, kFile, source.label);
+    AddRowOf(*machine.overview, *list, row);
+  }
+}
+
+bool OpenOne(Machine& machine, const SourceFile& source, OpenedHive& opened) {
+  FileToOpen file = FileOf(machine.request, source.name);
+  file.named = true;
+  ResetHiveTable();
+  if (OpenWithTree(file, opened) != kExitDone) {
+    AddProblem(machine, source.label, "can't be opened");
+    return false;
+  }
+  if (opened.hive->unread.count != 0) {
+    AddProblem(machine, source.label,
+               "not read: " + UnreadRangesText(opened.hive->unread, 16) + ", zeros stand for it");
+  }
+  if (opened.summary.keys == 0) AddProblem(machine, source.label, "no keys found");
+  if (opened.lacks_logs) AddProblem(machine, source.label, "dirty, without its logs");
+  return true;
+}
+
+using Writers = std::vector<std::unique_ptr<PartWriter>>;
+
+void AddHive(Machine& machine, const SourceFile& source, Writers& writers,
+             std::map<std::string, std::string>& missing) {
+  OpenedHive opened;
+  if (!OpenOne(machine, source, opened)) {
+    machine.status = kExitUnreadable;
+    return;
+  }
+  const HiveImage& hive = *opened.hive;
+  CheckListOptions options;
+  options.most = 100000;
+  CheckedHive checked = CheckOpenedHive(hive, CheckedState::kFile, options);
+  if (checked.left_out != 0) {
+    AddProblem(machine, source.label, std::to_string(checked.left_out) + " rows of check left out");
+  }
+  AddToPart(machine, *writers[0], source, hive, std::move(checked.list));
+  for (size_t i = 0; i < Decoders().size() && !StopRequested(); ++i) {
+    const DecoderInfo& decoder = Decoders()[i];
+    OutputListPtr list = MakeOutputList(decoder.kind);
+    RunDecoder(decoder, hive, opened.tree, 0, *list);
+    AddToPart(machine, *writers[i + 1], source, hive, std::move(list));
+  }
+  AddOverview(machine, opened, source, missing);
+  TimelineHive about;
+  about.path = about.label = source.label;
+  NameMachine(hive, opened.tree, about);
+  AddFileRow(machine, source, opened, about, StructureVerdict(hive));
+  TimelineOptions all;
+  all.freed = all.values = all.base_block = true;
+  AddToTimeline(machine.timeline, hive, opened.tree, all, std::move(about));
+  const std::string cut = ShortfallWords();
+  if (!cut.empty()) AddProblem(machine, source.label, cut);
+  if (!cut.empty() && machine.status == kExitDone) machine.status = kExitFailed;
+  ForgetShortfalls();
+}
+
+// --- all of them ---------------------------------------------------------------------------------
+
+void MakeParts(Machine& machine) {
+  const auto add = [&machine](const char* id, const std::string& title) {
+    Part& part = machine.parts.emplace_back();
+    part.section.id = id;
+    part.section.title = title;
+    part.section.whole = id + EndingOf(machine);
+  };
+  add("check", "What is wrong in the structure of the files");
+  for (const DecoderInfo& decoder : Decoders()) add(decoder.name, decoder.help);
+  const auto with_columns = [](std::vector<std::string> titles) {
+    OutputListPtr list = MakeOutputList(kListDetail);
+    SetColumns(*list, std::move(titles));
+    return list;
+  };
+  machine.files = with_columns(
+      {"File", "Kind", "Root", "User", "State", "Structure", "Keys", "Length", "SHA-256"});
+  machine.problems = with_columns({"File", "What"});
+  machine.overview = MakeOutputList(kListMachine);
+}
+
+void ReadSources(Machine& machine) {
+  const std::string& folder = machine.request.hive;
+  std::vector<std::string> hives;
+  std::vector<std::string> logs;
+  AddHivesOfFolder(folder, hives, &logs);
+  const auto add = [&](const std::string& name, bool log) {
+    SourceFile source;
+    source.name = name;
+    std::error_code error;
+    const std::u8string label =
+        fs::relative(FilePath(name), FilePath(folder), error).generic_u8string();
+    source.label.assign(label.begin(), label.end());
+    source.size = fs::file_size(FilePath(name), error);
+    source.sha256 = HashOfFile(name, [] { return StopRequested(); });
+    source.log = log;
+    if (source.sha256.empty()) AddProblem(machine, source.label, "can't be read whole");
+    machine.sources.push_back(std::move(source));
+  };
+  for (const std::string& name : hives) add(name, false);
+  for (const std::string& name : logs) add(name, true);
+  std::ranges::sort(machine.sources, {}, &SourceFile::label);
+}
+
+void ReadAll(Machine& machine) {
+  Writers writers;
+  for (Part& part : machine.parts) {
+    writers.push_back(std::make_unique<PartWriter>(part, machine.printing));
+  }
+  std::map<std::string, std::string> missing;
+  size_t done = 0;
+  for (const SourceFile& source : machine.sources) {
+    if (StopRequested()) return;
+    if (machine.request.console.progress) {
+      Complain(std::to_string(machine.sources.size() - done) + " files left: " + source.label);
+    }
+    ++done;
+    if (!source.log) {
+      AddHive(machine, source, writers, missing);
+      continue;
+    }
+    HiveLog log;
+    IsLogFile(source.name, log);
+    AddListRow(
+        *machine.files,
+        {source.label, "log", "", "", "", "", "", std::to_string(source.size), source.sha256},
+        kNoOffset);
+  }
+  ResetHiveTable();
+  for (uint32_t row = 0; row < RowCount(*machine.overview); ++row) {
+    missing.erase(std::string(CellText(*machine.overview, row, 0)));
+  }
+  for (const auto& [fact, note] : missing) {
+    AddListRow(*machine.overview, {fact, "", note, "", "", "", "", ""}, kNoOffset);
+  }
+  SortTimeline(machine.timeline);
+}
+
+// --- the output ----------------------------------------------------------------------------------
+
+using Writing = std::function<bool(const TextSink& sink)>;
+
+bool WriteFile(Machine& machine, const std::string& name, const Writing& write) {
+  const std::string path = machine.request.printing.file + "/" + name;
+  OutputFile file;
+  int error = 0;
+  const bool force = machine.request.printing.force;
+  if (!OpenOutput(path, force ? OutputMode::kReplace : OutputMode::kNew, file, error)) {
+    Complain("Could Not Open or Create File " + path + " (" + std::strerror(error) + ")");
+    return false;
+  }
+  const OutputGuard guard(file);
+  Sha256 hash;
+  uint64_t size = 0;
+  const bool kept = write([&](std::string_view text) {
+    AddToSha256(hash, {reinterpret_cast<const uint8_t*>(text.data()), text.size()});
+    size += text.size();
+    return WriteOutput(file, text);
+  });
+  if (!CloseOutput(file, kept)) {
+    if (!StopRequested()) Complain("Could not write " + path);
+    return false;
+  }
+  machine.written.push_back({name, size, EndSha256(hash)});
+  return true;
+}
+
+bool WriteText(Machine& machine, const std::string& name, const std::string& text) {
+  return WriteFile(machine, name, [&text](const TextSink& sink) { return sink(text); });
+}
+
+// Events a year, from the first year with a hundredth of the fullest one's on.
+HtmlBars BarsOf(const Timeline& timeline) {
+  HtmlBars picture;
+  picture.title = "Events by year, as their times have it";
+  std::map<int, uint64_t> years;
+  for (const TimelineEvent& event : timeline.events) {
+    const int year = CalendarOfFileTime(event.time).year;
+    if (year >= 1988 && year <= 2099) ++years[year];
+  }
+  if (years.empty()) return picture;
+  for (int year = years.begin()->first; year <= years.rbegin()->first; ++year) {
+    picture.bars.emplace_back(std::to_string(year), years[year]);
+  }
+  return picture;
+}
+
+HtmlSection SectionOf(const char* id, const char* title, OutputListPtr list,
+                      const std::string& whole) {
+  HtmlSection section;
+  section.id = id;
+  section.title = title;
+  section.whole = whole;
+  section.lists.emplace_back(std::string(), std::move(list));
+  return section;
+}
+
+bool WriteReport(Machine& machine, const std::string& ending) {
+  HtmlReport report;
+  report.title = "Machine";
+  report.lines = {std::to_string(machine.sources.size()) +
+                  " hives and logs, known by their content. Times are UTC unless a column says "
+                  "otherwise. The files were read and not written; logs were applied in memory."};
+  report.picture = BarsOf(machine.timeline);
+  report.sections.push_back(
+      SectionOf("files", "Files and their hashes", std::move(machine.files), "files" + ending));
+  report.sections.push_back(
+      SectionOf("overview", "The machine", std::move(machine.overview), "overview" + ending));
+  for (size_t i = 1; i < machine.parts.size(); ++i) {
+    report.sections.push_back(std::move(machine.parts[i].section));
+  }
+  report.sections.push_back(std::move(machine.parts[0].section));
+  report.sections.push_back(SectionOf("problems", "What could not be read",
+                                      std::move(machine.problems), "problems" + ending));
+  return WriteFile(machine, "report.html",
+                   [&](const TextSink& sink) { return WriteHtmlReport(report, sink); });
+}
+
+std::string ManifestOf(const Machine& machine) {
+  const auto entry = [](const std::string& name, uint64_t size, const std::string& hash) {
+    return Concat({"    {\"file\": ", JsonString(name), ", \"size\": ", std::to_string(size),
+                   ", \"sha256\": \"", hash, "\"}"});
+  };
+  std::string text = Concat(
+      {"{\n  \"program\": \"", kProgramName, "\",\n  \"version\": \"", HIVEQUARRY_VERSION,
+       "\",\n  \"format\": \"", EndingOf(machine).substr(1), "\",\n  \"logs\": \"",
+       machine.request.logs.mode == LogMode::kNone ? "none" : "auto", "\",\n  \"sources\": [\n"});
+  for (const SourceFile& source : machine.sources) {
+    text += entry(source.label, source.size, source.sha256);
+    text += &source == &machine.sources.back() ? "\n" : ",\n";
+  }
+  text += "  ],\n  \"outputs\": [\n";
+  for (const WrittenFile& file : machine.written) {
+    text += entry(file.name, file.size, file.sha256);
+    text += &file == &machine.written.back() ? "\n" : ",\n";
+  }
+  return text + "  ]\n}\n";
+}
+
+bool WriteTimelineFile(Machine& machine, const std::string& ending) {
+  TimelineLook look;
+  look.form = ending == ".csv" ? TimelineForm::kCsv : TimelineForm::kJsonLines;
+  look.safe = machine.printing.csv_safe;
+  return WriteFile(machine, "timeline" + ending, [&](const TextSink& sink) {
+    TimelineCounts counts;
+    return WriteTimeline(machine.timeline, look, sink, counts);
+  });
+}
+
+bool WriteAll(Machine& machine) {
+  const std::string ending = EndingOf(machine);
+  const Printing& printing = machine.printing;
+  bool good = WriteText(machine, "files" + ending, TextOfList(*machine.files, printing)) &&
+              WriteText(machine, "overview" + ending, TextOfList(*machine.overview, printing));
+  for (size_t i = 0; good && i < machine.parts.size(); ++i) {
+    good = WriteText(machine, machine.parts[i].section.whole, machine.parts[i].text);
+  }
+  good = good && WriteTimelineFile(machine, ending) &&
+         WriteText(machine, "problems" + ending, TextOfList(*machine.problems, printing)) &&
+         WriteReport(machine, ending);
+  return good && WriteText(machine, "manifest.json", ManifestOf(machine));
+}
+
+// The evidence's folder is left as it is, and no output takes the place of another.
+bool MayWriteTo(const std::string& out, const std::string& folder, bool force) {
+  std::error_code error;
+  const fs::path from = fs::weakly_canonical(FilePath(folder), error);
+  const fs::path to = fs::weakly_canonical(FilePath(out), error);
+  const auto [last, unused] = std::mismatch(from.begin(), from.end(), to.begin(), to.end());
+  if (error || last == from.end()) {
+    Complain("The output would be written into " + folder + " itself");
+    return false;
+  }
+  if (!force && fs::exists(to, error) && !fs::is_empty(to, error)) {
+    Complain(out + " is not empty; --force replaces what is written");
+    return false;
+  }
+  fs::create_directories(to, error);
+  if (error) Complain("Can not make the folder " + out);
+  return !error;
+}
+
+}  // namespace
+
+int MachineFolderCommand(const ConsoleRequest& request) {
+  const std::string& out = request.printing.file;
+  const Format format = request.printing.format;
+  if (out.empty() || format == Format::kReport) {
+    Complain("Name the folder of the output: -o FOLDER; its lists are jsonl (built in) or csv");
+    return kExitUsage;
+  }
+  if (!MayWriteTo(out, request.hive, request.printing.force)) return kExitFailed;
+  Machine machine{request, request.printing, {}, {}, {}, {}, {}, {}, {}};
+  machine.printing.format = format == Format::kCsv ? Format::kCsv : Format::kJsonLines;
+  MakeParts(machine);
+  ReadSources(machine);
+  if (machine.sources.empty()) {
+    Complain("No hive in " + request.hive);
+    return kExitFailed;
+  }
+  ReadAll(machine);
+  if (StopRequested()) return kExitFailed;
+  const size_t problems = RowCount(*machine.problems);
+  if (!WriteAll(machine)) return kExitFailed;
+  if (!request.console.quiet) {
+    Complain(out + "/report.html: " + std::to_string(machine.sources.size()) + " files, " +
+             std::to_string(machine.timeline.events.size()) + " events, " +
+             std::to_string(problems) + " things that could not be read");
+  }
+  return machine.status;
+}
+
+}  // namespace hivequarry
