@@ -1,11 +1,12 @@
 // "compare": two hives, or one in two states, key by key.
+#include "cases/script_hive.h"
 #include "cli/opened_hive.h"
+#include "hive/hive_table.h"
 #include "hive/root_path.h"
 #include "host/evidence.h"
 #include "host/long_operation.h"
 #include "host/number_text.h"
 #include "host/text.h"
-#include "replay/hive_logs.h"
 #include "reports/control_sets.h"
 #include "reports/hive_compare.h"
 #include "reports/registry_script.h"
@@ -15,11 +16,41 @@ namespace {
 
 struct OpenedSide : OpenedHive {
   uint32_t item = 0;
+  bool script = false;
+  std::string first_key = {};  // of a script
+  ComparedSide compared() const { return {*hive, tree, item, script}; }
+  DescribedSide described() const {
+    return {*hive, LongItemPath(*hive, tree, item),
+            script ? std::string() : DoubtOfSide(*hive, summary)};
+  }
 };
+
+// An exit status.
+int OpenScriptSide(const std::string& name, OpenedSide& side) {
+  ScriptHive script = OpenScript(name);
+  if (script.slot < 0) {
+    if (!StopRequested()) Complain("Can not open " + name);
+    return StopRequested() ? kExitFailed : kExitUnreadable;
+  }
+  const auto tell = [&name](uint64_t count, const char* words) {
+    if (count != 0) Complain(Concat({name, ": ", std::to_string(count), words}));
+  };
+  tell(script.deletions, " lines that delete: what they name is not there");
+  const std::string where = " lines that are none of a script, the first of them line " +
+                            std::to_string(script.read.first_bad);
+  tell(script.read.bad_lines, where.c_str());
+  tell(script.left_out, " keys or values that no hive can hold");
+  side.hive = &HiveOfSlot(script.slot);
+  side.tree = std::move(script.tree);
+  side.first_key = std::move(script.first_key);
+  side.script = true;
+  return kExitDone;
+}
 
 // An exit status.
 int OpenSide(const ConsoleRequest& request, const std::string& name, const LogChoice& logs,
              OpenedSide& side) {
+  if (IsScriptFile(name)) return OpenScriptSide(name, side);
   FileToOpen file = FileOf(request, name);
   file.logs = logs;
   file.named = true;
@@ -41,19 +72,11 @@ std::string WithControlSet(const OpenedSide& side, const std::string& path) {
 }
 
 bool FindSide(const std::string& path, OpenedSide& side) {
-  if (path.empty()) return true;
+  if (path.empty() || side.script) return true;
   side.item = ItemNamed(side, WithControlSet(side, path));
   const bool found = side.item != kNoItem && HasKeyCell(side.tree, side.item);
   if (!found) Complain("No key " + path + " in " + side.hive->file_name);
   return found;
-}
-
-// Equal, and yet a system would not take it as it is.
-bool IsDoubtful(const OpenedSide& side) {
-  const HiveImage& hive = *side.hive;
-  const bool dirty =
-      hive.logs != nullptr && hive.logs->hive.dirty() && hive.logs->state != ReplayState::kReplayed;
-  return dirty || !side.summary.tree_sound || hive.unread.count != 0;
 }
 
 // The place of the keys compared in a registry, in long form, as stored; whatever the root is
@@ -65,17 +88,34 @@ bool FindScriptRoot(const OpenedSide& side, std::string& root) {
     names.push_back(StoredItemName(*side.hive, side.tree, at));
   }
   bool fits = true;
-  std::string path = ItemName(*side.hive, side.tree, 0);
+  std::string path = side.script ? std::string() : ItemName(*side.hive, side.tree, 0);
   for (auto name = names.rbegin(); name != names.rend(); ++name) {
     fits = fits && name->find('\\') == name->npos;
     path += "\\" + *name;
   }
+  if (path.starts_with('\\')) path.erase(0, 1);
   root = LongRootPath(path);
   if (root.empty()) root = std::move(path);
   const bool deletes = root.substr(0, root.find_first_not_of(" \t") + 1).ends_with('-');
   if (fits && !deletes && HoldsScriptName(ScriptForm::kFive, root)) return true;
   Complain("A script cannot hold the key " + LongItemPath(*side.hive, side.tree, side.item));
   return false;
+}
+
+// A script has keys of whole registries: the key in it that the other side's is, where it has that,
+// or else its first. The path of one that is a script itself begins with its file's name.
+bool FindScriptSide(const std::string& path, const OpenedSide& other, OpenedSide& side) {
+  if (!side.script) return true;
+  std::string wanted = path;
+  if (wanted.empty() && !other.script) {
+    const std::string place = LongItemPath(*other.hive, other.tree, other.item);
+    const std::string root = LongRootPath(place);
+    if (ItemNamed(side, "\\" + root) != kNoItem) wanted = root;
+  }
+  if (wanted.empty() && !other.script) wanted = side.first_key;
+  side.item = wanted.empty() ? 0 : ItemNamed(side, "\\" + wanted);
+  if (side.item == kNoItem) Complain("No key " + wanted + " in " + side.hive->file_name);
+  return side.item != kNoItem;
 }
 
 bool PrintPatch(const ConsoleRequest& request, const OpenedSide& from, const OpenedSide& to,
@@ -89,25 +129,38 @@ bool PrintPatch(const ConsoleRequest& request, const OpenedSide& from, const Ope
   return FindScriptRoot(from, root) && MayPrint(printing) &&
          PrintPieces(
              [&](const TextSink& sink) {
-               return WritePatch({*from.hive, from.tree, from.item}, {*to.hive, to.tree, to.item},
-                                 request.compare.options, root, sink);
+               return WritePatch(from.compared(), to.compared(), request.compare.options, root,
+                                 sink);
              },
              printing);
 }
 
+void GiveHead(const ConsoleRequest& request, const OpenedSide& a, const OpenedSide& b,
+              OutputList& list) {
+  if (request.printing.file.empty() && request.console.quiet) return;
+  auto head = std::make_shared<ListHead>();
+  SetLines(*head, ComparisonHead(a.described(), b.described()));
+  SetListHead(list, std::move(head));
+}
+
 int CompareSides(const ConsoleRequest& request, const OpenedSide& a, const OpenedSide& b) {
   HiveDifferences differences;
-  const OutputListPtr list = CompareHives({*a.hive, a.tree, a.item}, {*b.hive, b.tree, b.item},
-                                          request.compare.options, differences);
+  const OutputListPtr list =
+      CompareHives(a.compared(), b.compared(), request.compare.options, differences);
+  GiveHead(request, a, b, *list);
   Printing printing = request.printing;
   printing.hive = b.hive;
   const bool printed = PrintList(*list, printing) &&
                        PrintPatch(request, a, b, request.compare.patch_to_b) &&
                        PrintPatch(request, b, a, request.compare.patch_to_a);
   Complain(DifferenceWords(differences));
+  if (differences.ignored != 0) {
+    Complain(std::to_string(differences.ignored) + " rows left out by --ignore");
+  }
   if (!printed || StopRequested()) return kExitFailed;
   if (AnyDifference(differences)) return kExitFailed;
-  return IsDoubtful(a) || IsDoubtful(b) ? kExitDirty : kExitDone;
+  const bool doubtful = !a.described().doubt.empty() || !b.described().doubt.empty();
+  return doubtful ? kExitDirty : kExitDone;
 }
 
 }  // namespace
@@ -124,6 +177,8 @@ int CompareCommand(const ConsoleRequest& request) {
   if (status != kExitDone) return status;
   const std::string& key_b = compare.key.empty() ? request.key : compare.key;
   if (!FindSide(request.key, a) || !FindSide(key_b, b)) return kExitUnreadable;
+  if (!FindScriptSide(request.key, b, a)) return kExitUnreadable;
+  if (!FindScriptSide(compare.key, a, b)) return kExitUnreadable;
   return CompareSides(request, a, b);
 }
 

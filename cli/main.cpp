@@ -226,6 +226,28 @@ void AddCompare(CLI::App& app, ConsoleRequest& request) {
   command->add_option("--patch-to-b", compare.patch_to_b, "Writes a script that makes B of A");
   command->add_option("--patch-to-a", compare.patch_to_a, "Writes a script that makes A of B");
   command->add_flag("--times", compare.options.times, "A row for each time that differs");
+  command->add_flag_function(
+      "--ignore-time,!--no-ignore-time",
+      [&compare](int64_t count) {
+        compare.options.heed_times = count < 0;
+        compare.options.times |= count < 0;
+      },
+      "Times are no differences (built in); --no-ignore-time: they are");
+  command
+      ->add_option_function<std::vector<std::string>>(
+          "--ignore",
+          [&compare](const std::vector<std::string>& patterns) {
+            for (const std::string& text : patterns) {
+              IgnorePattern& pattern = compare.options.ignored.emplace_back();
+              if (!ParseIgnorePattern(text, pattern)) throw CLI::ValidationError("--ignore", text);
+            }
+          },
+          "Branches that are left out, as Software\\*\\Cache, ** for any number of keys; several "
+          "times for more")
+      ->expected(1)
+      ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
+      ->allow_extra_args(false);
+  command->add_flag("--order", compare.options.order, "The order of values is a difference");
   command->add_flag("--deep", compare.options.deep, "A row for each key below one of A or B alone");
   command->add_flag("--recovered", compare.options.recovered, "Keys that no list leads to too");
   command->add_flag("--text", compare.options.text, "Text up to its first zero");

@@ -1,34 +1,21 @@
 // Two hives compared: keys by their paths, values by their names.
 //
-// Both are walked together from one key each, whatever the two are named. Keys pair by name,
-// component by component, names by the system's capitals; several of one name pair in the order of
-// their positions. What is below a key that the other side lacks is one row, with the number of
-// keys and values. The order of keys and values is no difference.
+// Both are walked together from one key each, whatever the two are named (reports/key_pairs.h).
+// What is below a key that the other side lacks is one row, with the number of keys and values. The
+// order of keys is no difference, that of values only where it is asked for.
 #pragma once
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
-#include "hive/image.h"
-#include "hive/key_tree.h"
 #include "lists/list_writers.h"
 #include "lists/output_list.h"
+#include "recovery/image_tree.h"
+#include "reports/compared_keys.h"
+#include "reports/key_pairs.h"
 
 namespace hivequarry {
-
-// One side. Lives as long as the comparison.
-struct ComparedSide {
-  const HiveImage& hive;
-  const KeyTree& tree;
-  uint32_t item = 0;  // the key from which on it is compared
-};
-
-struct HiveCompareOptions {
-  bool recovered = false;  // keys that no list leads to take part
-  bool times = false;      // a row for each time that differs
-  bool deep = false;       // a row for each key below one that is added or removed
-  bool text = false;       // text up to its first zero
-};
 
 // How much differs. Keys and values below those that are added or removed count too.
 struct HiveDifferences {
@@ -42,16 +29,32 @@ struct HiveDifferences {
   uint64_t values_removed = 0;  // likewise
   uint64_t values_changed = 0;  // in type or data
   uint64_t unreadable = 0;
+  uint64_t orders = 0;        // of values, where that is asked for
+  uint64_t heeded_times = 0;  // those of `times` that are differences
+  uint64_t ignored = 0;       // rows left out, of branches that patterns name
 };
-// True for any difference but those of times.
+// True for any difference but those that are not heeded.
 bool AnyDifference(const HiveDifferences& differences);
 // "keys +1 -5, times 3, values +1 -0, changed 0".
 std::string DifferenceWords(const HiveDifferences& differences);
 
 // A kListHiveCompare, by path, keys before values; the datum of a row is a position in B, or in A
-// for what B lacks. Ends early when the user stops.
+// for what B lacks; with `lead_to_a` always one in A, or none. `keys`, empty, takes all keys as one
+// tree; null where nobody wants them. Ends early when the user stops.
 OutputListPtr CompareHives(const ComparedSide& a, const ComparedSide& b,
-                           const HiveCompareOptions& options, HiveDifferences& differences);
+                           const HiveCompareOptions& options, HiveDifferences& differences,
+                           ComparedKeys* keys = nullptr);
+
+// Why a system would not take a side as it is, or what of it could not be read; empty for a sound
+// one.
+std::string DoubtOfSide(const HiveImage& hive, const ImageSummary& summary);
+// Begins what is written of a comparison: each side's file and state.
+struct DescribedSide {
+  const HiveImage& hive;
+  std::string key;    // path of the key that is compared
+  std::string doubt;  // DoubtOfSide
+};
+std::vector<std::string> ComparisonHead(const DescribedSide& a, const DescribedSide& b);
 
 // The registry script ("Windows Registry Editor Version 5.00", UTF-16) that makes B of A, its keys
 // below `root`. It says nothing of times, classes, security and flags; keys and values with names

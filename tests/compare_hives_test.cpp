@@ -6,8 +6,14 @@
 #include <fstream>
 #include <map>
 
+#include "cases/script_hive.h"
+#include "hive/hive_table.h"
+#include "hive/root_path.h"
 #include "host/case.h"
+#include "host/shortfalls.h"
+#include "lists/list_rows.h"
 #include "reports/hive_compare.h"
+#include "reports/registry_script.h"
 #include "tests/support/corpus.h"
 #include "tests/support/opened_hive.h"
 #include "tests/support/plain_reader.h"
@@ -95,6 +101,176 @@ TEST(CompareHivesTest, KeysPairByComponents) {
   two.Key("A\\B");
   EXPECT_EQ(Compared(one.Build().bytes, two.Build().bytes),
             "keys +2 -1, times 0, values +0 -0, changed 0");
+}
+
+// What a pattern names is left out with all below it, and its rows are counted.
+TEST(CompareHivesTest, PatternsLeaveBranchesOut) {
+  constexpr struct {
+    const char* pattern;
+    const char* words;
+    uint64_t ignored;
+  } kCases[] = {{"GONE", "keys +3 -0, times 0, values +1 -1, changed 3", 1},
+                {"\\new\\*", "keys +1 -2, times 0, values +1 -1, changed 3", 0},
+                {"**\\Deep*", "keys +2 -2, times 0, values +1 -1, changed 3", 0},
+                {"**", "keys +0 -0, times 0, values +0 -0, changed 0", 7},
+                {"V?lu*s", "keys +3 -2, times 0, values +0 -0, changed 0", 5},
+                {"Values\\*", "keys +3 -2, times 0, values +1 -1, changed 3", 0},
+                {"*\\Below", "keys +1 -1, times 0, values +1 -1, changed 3", 0}};
+  for (const auto& row : kCases) {
+    OpenedHive a(BaseHive().Build());
+    OpenedHive b(ChangedHive().Build());
+    HiveCompareOptions options;
+    ASSERT_TRUE(ParseIgnorePattern(row.pattern, options.ignored.emplace_back()));
+    HiveDifferences differences;
+    CompareHives({a.hive, a.tree}, {b.hive, b.tree}, options, differences);
+    EXPECT_EQ(DifferenceWords(differences), row.words) << row.pattern;
+    EXPECT_EQ(differences.ignored, row.ignored) << row.pattern;
+  }
+  IgnorePattern pattern;
+  for (const char* bad : {"", "\\", "a\\\\b", "a\\"})
+    EXPECT_FALSE(ParseIgnorePattern(bad, pattern));
+}
+
+TEST(CompareHivesTest, OrderAndTimesCountWhereTheyAreAskedFor) {
+  HiveBuilder one;
+  one.Key("K").Sz("a", "1").Sz("b", "2").Sz("c", "3");
+  HiveBuilder two;
+  two.Key("K").Sz("c", "3").Sz("new", "").Sz("A", "1").Sz("b", "2").Time(kDefaultTime + 1);
+  const Bytes a = one.Build().bytes;
+  const Bytes b = two.Build().bytes;
+  EXPECT_EQ(Compared(a, b), "keys +0 -0, times 1, values +1 -0, changed 0");
+  HiveCompareOptions options;
+  options.order = true;
+  Texts rows;
+  EXPECT_EQ(Compared(a, b, &rows, options),
+            "keys +0 -0, times 1, values +1 -0, changed 0, orders 1");
+  EXPECT_TRUE(rows.at(0).starts_with("value order|")) << rows.at(0);
+  OpenedHive opened_a(a);
+  OpenedHive opened_b(a);
+  HiveDifferences differences;
+  options.heed_times = true;
+  CompareHives({opened_a.hive, opened_a.tree}, {opened_b.hive, opened_b.tree}, options,
+               differences);
+  EXPECT_FALSE(AnyDifference(differences));
+  differences.heeded_times = 1;
+  EXPECT_TRUE(AnyDifference(differences));
+}
+
+// A line of a script speaks of the first key of a name: one that deletes the second would delete
+// what the other side has.
+TEST(CompareHivesTest, DuplicateNamesAreSaidAndNotPatched) {
+  HiveBuilder one;
+  one.Key("Twin").Sz("v", "1");
+  HiveBuilder two;
+  two.Key("Twin").Sz("v", "1");
+  two.Root().NewKey("TWIN");
+  two.Key("Twin").Sz("V", "again");
+  Texts rows;
+  const Bytes a = two.Build().bytes;
+  EXPECT_EQ(Compared(a, one.Build().bytes, &rows), "keys +0 -1, times 0, values +0 -1, changed 0");
+  ASSERT_EQ(rows.size(), 2U);
+  EXPECT_TRUE(rows[0].starts_with("value removed, duplicate name|")) << rows[0];
+  EXPECT_TRUE(rows[1].starts_with("key removed, duplicate name|")) << rows[1];
+  OpenedHive opened_a(a);
+  OpenedHive opened_b(one.Build());
+  std::string script;
+  const auto sink = [&script](std::string_view text) { return !script.append(text).empty(); };
+  ForgetShortfalls();
+  WritePatch({opened_a.hive, opened_a.tree}, {opened_b.hive, opened_b.tree}, {}, "HKEY_X", sink);
+  EXPECT_EQ(script.find('-'), std::string::npos);
+  EXPECT_EQ(ShortfallCount(Shortfall::kScriptNames), 2U);
+}
+
+// --- registry scripts ----------------------------------------------------------------------------
+
+std::string ReadLines(const std::string& text, ScriptRead* read = nullptr) {
+  std::string lines;
+  const ScriptRead done = ReadScript(text, [&lines](ScriptLine& line) {
+    constexpr const char* kActs[] = {"key", "-key", "value", "-value"};
+    lines += std::string(kActs[static_cast<size_t>(line.act)]) + " " + line.name + " " +
+             std::to_string(line.type) + " " + BytesText(line.data) + "\n";
+  });
+  if (read != nullptr) *read = done;
+  return lines;
+}
+
+TEST(ScriptReaderTest, EveryFormOfALine) {
+  const std::string head = "Windows Registry Editor Version 5.00\r\n\r\n";
+  constexpr const char* kCases[][2] = {
+      {"@=\"x\"", "value  1 78000000\n"},
+      {"\"a\\\\b\\\"c\"=dword:0000000A ; why", "value a\\b\"c 4 0a000000\n"},
+      {"\"m\"=hex(7):61,00,\\\r\n  00,00", "value m 7 61000000\n"},
+      {"\"e\"=hex:", "value e 3 \n"},
+      {"\"b\" = hex(1fffe):1,ff", "value b 131070 01ff\n"},
+      {"\"two\nlines\"=\"1\n2\"", "value two\nlines 1 31000a0032000000\n"},
+      {"\"gone\"=-", "-value gone 0 \n"},
+      {"[-HKEY_X\\K]", "-key HKEY_X\\K 0 \n"},
+      {"[HKEY_X\\K[1]\\]", "key HKEY_X\\K[1] 0 \n"},
+      {"; \"x\"=\"y\"", ""}};
+  for (const auto& row : kCases) {
+    EXPECT_EQ(ReadLines(head + "[HKEY_X]\r\n" + row[0] + "\r\n"),
+              std::string("key HKEY_X 0 \n") + row[1]);
+  }
+  for (const char* bad : {"x", "\"a\"=", "\"a\"=\"b", "\"a\"=hex:zz", "\"a\"=hex:1 2",
+                          "\"a\"=dword:", "\"a\"=\"b\" c", "[HKEY_X", "[]"}) {
+    ScriptRead read;
+    EXPECT_EQ(ReadLines(head + "[HKEY_X]\r\n" + bad, &read), "key HKEY_X 0 \n") << bad;
+    EXPECT_EQ(read.bad_lines, 1U) << bad;
+    EXPECT_EQ(read.first_bad, 4U) << bad;
+  }
+  EXPECT_EQ(ReadLines(head + "[bad\r\n\"a\"=\"b\"\r\n"), "") << "a value without its key";
+  EXPECT_EQ(ReadLines("REGEDIT4\n[K]\n\"a\"=hex(2):41,e9,00"),
+            "key K 0 \nvalue a 2 4100e9000000\n");
+  EXPECT_FALSE(IsScriptStart("regf"));
+}
+
+// What a hive's own script says is that hive again.
+TEST(ScriptReaderTest, AHiveAndItsScriptAreTheSame) {
+  HiveBuilder builder = BaseHive();
+  builder.Key("Umlaut \u00C4").Sz("\u00E9", "\u0416").ExpandSz("e", "%x%").MultiSz("m", {"a", "b"});
+  OpenedHive one(builder.Build());
+  for (const ScriptForm form : {ScriptForm::kFive, ScriptForm::kFour}) {
+    const TempFile file{Bytes()};
+    {
+      std::ofstream out(file.name(), std::ios::binary);
+      const auto sink = [&out](std::string_view text) { return bool(out << text); };
+      SetRootPath(one.hive, "HKLM\\SOFTWARE");
+      ExportBranch(one.hive, one.tree, 0, sink, RecoveredKeys::kLeftOut, form);
+    }
+    ScriptHive script = OpenScript(file.name());
+    ASSERT_GT(script.slot, 0);
+    EXPECT_EQ(script.read.bad_lines, 0U);
+    const HiveImage& hive = HiveOfSlot(script.slot);
+    const uint32_t item = FindItemByPath(hive, script.tree, "\\HKEY_LOCAL_MACHINE\\SOFTWARE");
+    ASSERT_NE(item, kNoItem);
+    HiveDifferences differences;
+    CompareHives({one.hive, one.tree}, {hive, script.tree, item, true}, {}, differences);
+    // The older form has no letter for U+0416.
+    EXPECT_EQ(DifferenceWords(differences), form == ScriptForm::kFive
+                                                ? "keys +0 -0, times 0, values +0 -0, changed 0"
+                                                : "keys +0 -0, times 0, values +0 -0, changed 1");
+    FreeHiveSlot(script.slot);
+  }
+}
+
+TEST(ScriptReaderTest, LaterLinesDelete) {
+  const std::string text =
+      "REGEDIT4\r\n[X\\A\\B]\r\n\"v\"=\"1\"\r\n\"w\"=\"2\"\r\n\"V\"=-\r\n[-x\\a\\B\\C]\r\n["
+      "X\\Gone\\Sub]\r\n"
+      "[-X\\gone]\r\n[X\\Gone]\r\n";
+  const TempFile file(Bytes(text.begin(), text.end()));
+  ScriptHive script = OpenScript(file.name());
+  ASSERT_GT(script.slot, 0);
+  HiveBuilder wanted;
+  wanted.Key("X\\A\\B").Sz("w", "2");
+  wanted.Key("X\\Gone");
+  OpenedHive hive(wanted.Build());
+  HiveDifferences differences;
+  CompareHives({hive.hive, hive.tree}, {HiveOfSlot(script.slot), script.tree, 0, true}, {},
+               differences);
+  EXPECT_EQ(DifferenceWords(differences), "keys +0 -0, times 0, values +0 -0, changed 0");
+  EXPECT_EQ(script.deletions, 3U);
+  FreeHiveSlot(script.slot);
 }
 
 // --- a plain reader ------------------------------------------------------------------------------

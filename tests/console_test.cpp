@@ -74,6 +74,45 @@ TEST_F(ConsoleTest, ReportListsConvertToTheSameList) {
   EXPECT_EQ(Run("info r.rpt"), 1) << "nothing in it says that it is a hive";
 }
 
+// A status of its own: 0 equal, 1 differences, 2 wrong usage, 3 unreadable, 4 equal but doubtful.
+TEST_F(ConsoleTest, CompareTellsOfDifferences) {
+  const auto write = [&](const char* name, const std::string& bytes) {
+    std::ofstream(Sibling(name), std::ios::binary) << bytes;
+  };
+  write("a", AsText(hive_));
+  HiveBuilder changed;
+  changed.Key("A\u00E4").Sz("\u00E9", "text").Time(kDefaultTime + 1);
+  write("later", AsText(changed.Build().bytes));
+  changed.Key("New").Sz("x", "1");
+  write("b", AsText(changed.Build().bytes));
+  std::string dirty = AsText(hive_);
+  dirty[4] = static_cast<char>(dirty[4] + 1);
+  write("dirty", dirty);
+  write("s.reg", "REGEDIT4\n[HKEY_CURRENT_USER\\X\\A\xE4]\n\"\xE9\"=\"text\"\n");
+  const std::pair<const char*, int> cases[] = {
+      {"a a", 0},
+      {"a later", 0},
+      {"a later --no-ignore-time", 1},
+      {"a b", 1},
+      {"a b --ignore n*", 0},
+      {"a b --ignore a\\\\", 2},
+      {"a", 2},
+      {"a none", 3},
+      {"a later --key A\u00E4 --key-b New", 3},
+      {"a dirty --logs none", 4},
+      {"a s.reg --key-b HKEY_CURRENT_USER\\\\X", 0},
+      {"s.reg b --key HKEY_CURRENT_USER\\\\x --key-b \\\\", 1}};
+  for (const auto& [arguments, status] : cases) {
+    EXPECT_EQ(Run(std::string("compare ") + arguments), status)
+        << arguments << ContentOf(Sibling("errors"));
+  }
+  EXPECT_EQ(Run("compare a b --ignore new", "", ""), 0);
+  EXPECT_NE(ContentOf(Sibling("errors")).find("1 rows left out by --ignore"), std::string::npos);
+  EXPECT_EQ(Run("compare b dirty -o list.txt --logs none"), 1);
+  EXPECT_NE(ContentOf(Sibling("list.txt")).find("B: dirty, and no logs were applied"),
+            std::string::npos);
+}
+
 // A status of its own: 0 sound, 1 faults, 4 dirty but sound, 3 unreadable.
 TEST_F(ConsoleTest, CheckTellsOfTheStructure) {
   const auto write = [&](const Bytes& bytes) {
