@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "cases/new_hive.h"
+#include "hive/root_path.h"
 #include "host/case.h"
 #include "host/evidence.h"
 #include "host/file_reading.h"
@@ -217,6 +218,18 @@ ScriptHive OpenScript(const std::string& name) {
   BuildImageTree(HiveOfSlot(script.slot), TreeAlone(), script.tree);
   script.tree.root_text = name.substr(name.find_last_of("/\\") + 1);
   return script;
+}
+
+uint32_t FindInScript(const HiveImage& hive, const KeyTree& tree, const std::string& path,
+                      const std::string& place, const std::string& first) {
+  const auto find = [&](const std::string& name) {
+    return FindItemByPath(hive, tree, name.starts_with('\\') ? name : "\\" + name);
+  };
+  if (!path.empty()) return find(path);
+  const std::string root = LongRootPath(place);
+  const uint32_t same = root.empty() ? kNoItem : find(root);
+  if (same != kNoItem) return same;
+  return first.empty() ? 0 : find(first);
 }
 
 }  // namespace hivequarry

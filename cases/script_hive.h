@@ -27,4 +27,10 @@ bool IsScriptFile(const std::string& name);
 // Opens it. The slot is the caller's to free.
 ScriptHive OpenScript(const std::string& name);
 
+// The item of a key of an opened script: the one at `path` where that is given; else at the same
+// `place` in a registry, and where the script has no such key, at `first`. The root where nothing
+// is given; kNoItem for no such key.
+uint32_t FindInScript(const HiveImage& hive, const KeyTree& tree, const std::string& path,
+                      const std::string& place, const std::string& first);
+
 }  // namespace hivequarry

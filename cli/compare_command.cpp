@@ -2,14 +2,11 @@
 #include "cases/script_hive.h"
 #include "cli/opened_hive.h"
 #include "hive/hive_table.h"
-#include "hive/root_path.h"
 #include "host/evidence.h"
 #include "host/long_operation.h"
 #include "host/number_text.h"
-#include "host/text.h"
 #include "reports/control_sets.h"
 #include "reports/hive_compare.h"
-#include "reports/registry_script.h"
 
 namespace hivequarry {
 namespace {
@@ -60,61 +57,20 @@ int OpenSide(const ConsoleRequest& request, const std::string& name, const LogCh
   return kExitUnreadable;
 }
 
-// The path with the current control set's own name, where it begins with what stands for it.
-std::string WithControlSet(const OpenedSide& side, const std::string& path) {
-  constexpr std::string_view kCurrent = "CurrentControlSet";
-  const std::string_view rest = std::string_view(path).substr(path.starts_with('\\') ? 1 : 0);
-  const bool current = StartsIgnoringCase(rest, kCurrent) &&
-                       (rest.size() == kCurrent.size() || rest[kCurrent.size()] == '\\');
-  const ControlSets sets = current ? ReadControlSets(*side.hive, side.tree) : ControlSets();
-  if (sets.current == 0) return path;
-  return Concat({"\\ControlSet", Decimal(sets.current, 3), rest.substr(kCurrent.size())});
-}
-
 bool FindSide(const std::string& path, OpenedSide& side) {
   if (path.empty() || side.script) return true;
-  side.item = ItemNamed(side, WithControlSet(side, path));
+  side.item = ItemNamed(side, WithControlSet(*side.hive, side.tree, path));
   const bool found = side.item != kNoItem && HasKeyCell(side.tree, side.item);
   if (!found) Complain("No key " + path + " in " + side.hive->file_name);
   return found;
 }
 
-// The place of the keys compared in a registry, in long form, as stored; whatever the root is
-// called where it has none. False after a message for one that a script would take for another.
-bool FindScriptRoot(const OpenedSide& side, std::string& root) {
-  const WholeReading whole;
-  std::vector<std::string> names;
-  for (uint32_t at = side.item; at != 0; at = side.tree.items[at].parent) {
-    names.push_back(StoredItemName(*side.hive, side.tree, at));
-  }
-  bool fits = true;
-  std::string path = side.script ? std::string() : ItemName(*side.hive, side.tree, 0);
-  for (auto name = names.rbegin(); name != names.rend(); ++name) {
-    fits = fits && name->find('\\') == name->npos;
-    path += "\\" + *name;
-  }
-  if (path.starts_with('\\')) path.erase(0, 1);
-  root = LongRootPath(path);
-  if (root.empty()) root = std::move(path);
-  const bool deletes = root.substr(0, root.find_first_not_of(" \t") + 1).ends_with('-');
-  if (fits && !deletes && HoldsScriptName(ScriptForm::kFive, root)) return true;
-  Complain("A script cannot hold the key " + LongItemPath(*side.hive, side.tree, side.item));
-  return false;
-}
-
-// A script has keys of whole registries: the key in it that the other side's is, where it has that,
-// or else its first. The path of one that is a script itself begins with its file's name.
 bool FindScriptSide(const std::string& path, const OpenedSide& other, OpenedSide& side) {
   if (!side.script) return true;
-  std::string wanted = path;
-  if (wanted.empty() && !other.script) {
-    const std::string place = LongItemPath(*other.hive, other.tree, other.item);
-    const std::string root = LongRootPath(place);
-    if (ItemNamed(side, "\\" + root) != kNoItem) wanted = root;
-  }
-  if (wanted.empty() && !other.script) wanted = side.first_key;
-  side.item = wanted.empty() ? 0 : ItemNamed(side, "\\" + wanted);
-  if (side.item == kNoItem) Complain("No key " + wanted + " in " + side.hive->file_name);
+  const std::string place = other.script ? "" : LongItemPath(*other.hive, other.tree, other.item);
+  const std::string first = other.script ? "" : side.first_key;
+  side.item = FindInScript(*side.hive, side.tree, path, place, first);
+  if (side.item == kNoItem) Complain("No key " + path + " in " + side.hive->file_name);
   return side.item != kNoItem;
 }
 
@@ -125,14 +81,17 @@ bool PrintPatch(const ConsoleRequest& request, const OpenedSide& from, const Ope
   printing.file = file;
   printing.force = request.printing.force;
   printing.raw_text = true;
-  std::string root;
-  return FindScriptRoot(from, root) && MayPrint(printing) &&
-         PrintPieces(
-             [&](const TextSink& sink) {
-               return WritePatch(from.compared(), to.compared(), request.compare.options, root,
-                                 sink);
-             },
-             printing);
+  const std::string root = PatchRoot(from.compared());
+  if (root.empty()) {
+    Complain("A script cannot hold the key " + from.described().key);
+    return false;
+  }
+  return MayPrint(printing) && PrintPieces(
+                                   [&](const TextSink& sink) {
+                                     return WritePatch(from.compared(), to.compared(),
+                                                       request.compare.options, root, sink);
+                                   },
+                                   printing);
 }
 
 void GiveHead(const ConsoleRequest& request, const OpenedSide& a, const OpenedSide& b,

@@ -4,6 +4,7 @@
 
 #include "hive/values.h"
 #include "host/case.h"
+#include "host/number_text.h"
 #include "reports/report_run.h"
 #include "words/item_values.h"
 
@@ -79,6 +80,16 @@ ControlSets ReadControlSets(const HiveImage& hive, const KeyTree& tree, uint32_t
     if (EqualIgnoringCase(value.name, "Failed")) sets.failed = number;
   }
   return sets;
+}
+
+std::string WithControlSet(const HiveImage& hive, const KeyTree& tree, const std::string& path) {
+  constexpr std::string_view kCurrent = "CurrentControlSet";
+  const std::string_view rest = std::string_view(path).substr(path.starts_with('\\') ? 1 : 0);
+  const bool current = StartsIgnoringCase(rest, kCurrent) &&
+                       (rest.size() == kCurrent.size() || rest[kCurrent.size()] == '\\');
+  const ControlSets sets = current ? ReadControlSets(hive, tree) : ControlSets();
+  if (sets.current == 0) return path;
+  return Concat({"\\ControlSet", Decimal(sets.current, 3), rest.substr(kCurrent.size())});
 }
 
 uint32_t ControlSetOf(const HiveImage& hive, const KeyTree& tree, uint32_t item) {

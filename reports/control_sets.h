@@ -25,6 +25,10 @@ struct ControlSets {
 // Looks through the subkeys of `above`, where the sets are: once for a report.
 ControlSets ReadControlSets(const HiveImage& hive, const KeyTree& tree, uint32_t above = 0);
 
+// The path with the current set's own name, where it begins with "CurrentControlSet" and "Select"
+// says which that is.
+std::string WithControlSet(const HiveImage& hive, const KeyTree& tree, const std::string& path);
+
 // The number of the set that the item is or lies in: of "ControlSet001" at the top of the hive or
 // as its root, or where nothing tells what lies above. 0 for any other item.
 uint32_t ControlSetOf(const HiveImage& hive, const KeyTree& tree, uint32_t item);

@@ -56,6 +56,9 @@ struct DescribedSide {
 };
 std::vector<std::string> ComparisonHead(const DescribedSide& a, const DescribedSide& b);
 
+// The place of a side's first key in a registry, in long form, as stored; below whatever the root
+// is called where it has none. Empty for one that a script would take for another.
+std::string PatchRoot(const ComparedSide& side);
 // The registry script ("Windows Registry Editor Version 5.00", UTF-16) that makes B of A, its keys
 // below `root`. It says nothing of times, classes, security and flags; keys and values with names
 // that no line can hold, and data that cannot be read, are left out and noted as shortfalls.

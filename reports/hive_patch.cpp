@@ -3,6 +3,7 @@
 #include <string_view>
 #include <vector>
 
+#include "hive/root_path.h"
 #include "host/shortfalls.h"
 #include "host/text.h"
 #include "lists/list_writers.h"
@@ -42,7 +43,6 @@ std::string ScriptPath(const Patch& patch, const ComparedSide& side, uint32_t it
   }
   std::string path = patch.root;
   for (auto name = names.rbegin(); name != names.rend(); ++name) path += "\\" + *name;
-  if (path.starts_with('\\')) path.erase(0, 1);  // of a registry's roots themselves
   return path;
 }
 
@@ -125,6 +125,24 @@ void PatchOne(PairWalk& walk, Patch& patch, const KeyPair& pair) {
 }
 
 }  // namespace
+
+std::string PatchRoot(const ComparedSide& side) {
+  const WholeReading whole;
+  std::vector<std::string> names;
+  for (uint32_t at = side.item; at != 0; at = side.tree.items[at].parent) {
+    names.push_back(StoredItemName(side.hive, side.tree, at));
+  }
+  bool fits = true;
+  std::string path = side.script ? std::string() : ItemName(side.hive, side.tree, 0);
+  for (auto name = names.rbegin(); name != names.rend(); ++name) {
+    fits = fits && name->find('\\') == name->npos;
+    path += path.empty() ? *name : "\\" + *name;
+  }
+  std::string root = LongRootPath(path);
+  if (root.empty()) root = std::move(path);
+  const bool deletes = root.substr(0, root.find_first_not_of(" \t") + 1).ends_with('-');
+  return fits && !deletes && HoldsScriptName(ScriptForm::kFive, root) ? root : std::string();
+}
 
 bool WritePatch(const ComparedSide& a, const ComparedSide& b, const HiveCompareOptions& options,
                 const std::string& root, const TextSink& sink) {

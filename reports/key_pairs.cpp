@@ -156,6 +156,7 @@ std::vector<ValuePair> ValuePairs(const PairWalk& walk, uint32_t item_a, uint32_
 }
 
 std::vector<PairedName> PairedValues(const ComparedSide& side, uint32_t item) {
+  if (item == kNoItem) return {};
   const WholeReading whole;
   std::vector<uint32_t> positions;
   ReadValuesInWalk(side.hive, PositionOf(side, item), positions);
@@ -198,6 +199,30 @@ const char* ValueDifference(PairWalk& walk, uint32_t position_a, uint32_t positi
   if (!walk.value_a.read() || !walk.value_b.read()) return "unreadable";
   if (walk.value_a.value.type != walk.value_b.value.type) return "value type";
   return SameData(walk) ? nullptr : "value data";
+}
+
+std::vector<ComparedValue> ValuesSideBySide(PairWalk& walk, uint32_t item_a, uint32_t item_b,
+                                            bool& too_many, size_t most) {
+  const auto count = [](const ComparedSide& side, uint32_t item, std::vector<uint32_t>& positions) {
+    positions.clear();
+    if (item != kNoItem) ReadValuesInWalk(side.hive, PositionOf(side, item), positions);
+    return positions.size();
+  };
+  const size_t longest =
+      std::max(count(walk.a, item_a, walk.positions_a), count(walk.b, item_b, walk.positions_b));
+  too_many = longest > most;
+  if (too_many) return {};
+  std::vector<ComparedValue> values;
+  for (const ValuePair& pair : ValuePairs(walk, item_a, item_b)) {
+    const char* what = nullptr;
+    if (pair.pairing == Pairing::kBoth) {
+      what = ValueDifference(walk, pair.a, pair.b);
+    } else {
+      what = pair.pairing == Pairing::kOnlyA ? "only in A" : "only in B";
+    }
+    values.push_back({what, pair});
+  }
+  return values;
 }
 
 void EnterPair(PairWalk& walk, const IgnoreState& above, KeyPair& pair) {

@@ -91,7 +91,7 @@ inline uint32_t PositionOf(const ComparedSide& side, uint32_t item) {
 std::string CapitalsOfItem(const ComparedSide& side, uint32_t item);
 // The pairs below two keys, by their names.
 std::vector<KeyPair> PairsBelow(const PairWalk& walk, uint32_t item_a, uint32_t item_b);
-// By their names, those of one name in the order of the list.
+// By their names, those of one name in the order of the list; none for kNoItem.
 std::vector<PairedName> PairedValues(const ComparedSide& side, uint32_t item);
 std::vector<ValuePair> ValuePairs(const PairWalk& walk, uint32_t item_a, uint32_t item_b);
 // True when the two keys list the same values, byte for byte and in one order; false says nothing.
@@ -99,6 +99,16 @@ bool ListTheSameValues(PairWalk& walk, uint32_t item_a, uint32_t item_b);
 // Reads both into the walk. Null for values that are the same, else what differs, in words.
 const char* ValueDifference(PairWalk& walk, uint32_t position_a, uint32_t position_b);
 void ReadSide(const ComparedSide& side, uint32_t position, DataBudget& budget, SideValue& out);
+
+// The values of two keys side by side, by their names; an item may be kNoItem. `what` is null for
+// those that are the same. Empty, and `too_many` set, where one of them lists more than `most`.
+struct ComparedValue {
+  const char* what = nullptr;
+  ValuePair pair;
+};
+inline constexpr size_t kMostComparedValues = 10'000;
+std::vector<ComparedValue> ValuesSideBySide(PairWalk& walk, uint32_t item_a, uint32_t item_b,
+                                            bool& too_many, size_t most = kMostComparedValues);
 
 // For WalkPairs: the patterns' state of a pair below one with `above`, into the walk.
 void EnterPair(PairWalk& walk, const IgnoreState& above, KeyPair& pair);

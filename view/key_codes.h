@@ -9,6 +9,7 @@ namespace hivequarry {
 inline constexpr uint16_t kKeyBack = 0x08;
 inline constexpr uint16_t kKeyTab = 0x09;
 inline constexpr uint16_t kKeyReturn = 0x0D;
+inline constexpr uint16_t kKeyEscape = 0x1B;
 inline constexpr uint16_t kKeyPageUp = 0x21;
 inline constexpr uint16_t kKeyPageDown = 0x22;
 inline constexpr uint16_t kKeyEnd = 0x23;
@@ -25,5 +26,6 @@ inline constexpr uint16_t kKeyF3 = 0x72;
 inline constexpr uint16_t kKeyF4 = 0x73;
 inline constexpr uint16_t kKeyF6 = 0x75;
 inline constexpr uint16_t kKeyF7 = 0x76;
+inline constexpr uint16_t kKeyF8 = 0x77;
 
 }  // namespace hivequarry
