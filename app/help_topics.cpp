@@ -33,6 +33,7 @@ constexpr HelpPlace kPlaces[] = {
     {kHelpRoot, "the-registry-root"},
     {kHelpCheck, "checking-the-structure"},
     {kHelpLegend, "colours-and-marks-of-the-tree"},
+    {kHelpCompareHives, "comparing-two-hives"},
 };
 static_assert(std::size(kPlaces) == kHelpTopicsEnd - kHelpStart);
 

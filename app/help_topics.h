@@ -32,6 +32,7 @@ enum HelpTopic : int {
   kHelpRoot,
   kHelpCheck,
   kHelpLegend,
+  kHelpCompareHives,
   kHelpTopicsEnd
 };
 

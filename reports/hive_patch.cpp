@@ -134,6 +134,9 @@ std::string PatchRoot(const ComparedSide& side) {
   }
   bool fits = true;
   std::string path = side.script ? std::string() : ItemName(side.hive, side.tree, 0);
+  const RootName& known = side.hive.root;
+  // The number that tells two open hives of one place apart is none of the place.
+  if (!side.script && path == known.label) path.resize(known.label_length);
   for (auto name = names.rbegin(); name != names.rend(); ++name) {
     fits = fits && name->find('\\') == name->npos;
     path += path.empty() ? *name : "\\" + *name;

@@ -51,6 +51,7 @@ const MenuItem kMainMenu[] = {
     {"&File", "E&xit", 1470},
     {"&Compare", "&Folder to Registry", 4143},
     {"&Compare", "&Displayed Sub Keys", 4141},
+    {"&Compare", "&Hive to hive...", 9091},
     {"&Registry", "&Search", 1422},
     {"&Registry", "&Backup Registry", 1494},
     {"&Registry", "Replace Registry &Hives", 1496},

@@ -362,6 +362,8 @@ void ExpectPatchMakes(const Bytes& a, const Bytes& b) {
     OpenedHive two(b);
     std::ofstream out(script, std::ios::binary);
     const auto sink = [&out](std::string_view text) { return bool(out << text); };
+    // As it is called without the number that tells it from the first one open.
+    EXPECT_EQ(PatchRoot({two.hive, two.tree}).find('('), std::string::npos);
     ASSERT_TRUE(WritePatch({one.hive, one.tree}, {two.hive, two.tree}, {}, "HKEY_X", sink));
   }
   const std::string line = "iconv -f UTF-16 -t UTF-8 '" + script + "' | tr -d '\\r' > '" + script +

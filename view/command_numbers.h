@@ -106,6 +106,7 @@ namespace hivequarry {
   One(kCommandListLogs, 9085)           \
   One(kCommandListLogChanges, 9086)     \
   One(kCommandMachine, 9090)            \
+  One(kCommandCompareHive, 9091)        \
   Range(kCommandRecentHive, 9101, 7)    \
   Range(kCommandDecoder, 9130, 60)      \
   One(kCommandListSelectAll, 9201)      \

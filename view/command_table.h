@@ -94,6 +94,8 @@ inline constexpr Command kFixedCommands[] = {
      .needs = Needs::kKey},
     {.number = kCommandCompareDisplayed, .menu = "&Compare", .text = "&Displayed Sub Keys",
      .checked = &CommandFacts::comparing},
+    {.number = kCommandCompareHive, .menu = "&Compare", .text = "&Hive to hive...",
+     .group_start = true, .needs = Needs::kHive},
 
     {.number = kCommandSearchRegistry, .menu = "&Registry", .text = "&Search",
      .tooltip = "Search Registry", .icon = ToolIcon::kSearchRegistry},

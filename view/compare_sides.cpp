@@ -11,6 +11,7 @@
 #include "lists/list_head.h"
 #include "lists/list_rows.h"
 #include "reports/control_sets.h"
+#include "reports/hive_state.h"
 #include "words/item_values.h"
 #include "words/value_text.h"
 
@@ -87,6 +88,19 @@ bool HasKey(ComparedHives& hives, const HiveImage& hive, const KeyTree& tree, ui
   return false;
 }
 
+std::string AboutSide(const char* letter, const ComparedSide& side, const std::string& doubt) {
+  const std::string state = side.script ? "registry script" : StateWords(side.hive);
+  return Concat({letter, ": ", side.hive.file_name, ", from ",
+                 LongItemPath(side.hive, side.tree, side.item), ". ", state,
+                 doubt.empty() ? "" : ". Attention: ", doubt});
+}
+
+void GiveHead(const ComparedHives& hives, OutputList& list) {
+  auto lines = std::make_shared<ListHead>();
+  SetLines(*lines, hives.head);
+  SetListHead(list, std::move(lines));
+}
+
 void Compare(ComparedHives& hives, const CompareWish& wish, const std::string& doubt_a,
              const std::string& doubt_b) {
   hives.options = wish.options;
@@ -101,9 +115,9 @@ void Compare(ComparedHives& hives, const CompareWish& wish, const std::string& d
   OutputListPtr list =
       CompareHives(hives.side_a(), hives.side_b(), hives.options, hives.differences, &keys);
   if (StopRequested()) return;
-  auto lines = std::make_shared<ListHead>();
-  SetLines(*lines, hives.head);
-  SetListHead(*list, std::move(lines));
+  GiveHead(hives, *list);
+  hives.about_a = AboutSide("A", hives.side_a(), doubt_a);
+  hives.about_b = AboutSide("B", hives.side_b(), doubt_b);
   hives.tree = MakeCompareTree(std::move(keys), hives.options.heed_times);
   hives.list = std::move(list);
 }
@@ -133,6 +147,13 @@ std::shared_ptr<ComparedHives> CompareWithFile(const HiveImage& a, const KeyTree
   Compare(*hives, wish, DoubtOfSide(a, summary_a),
           script ? std::string() : DoubtOfSide(hives->b(), summary_b));
   return hives;
+}
+
+OutputListPtr ListDifferences(const ComparedHives& hives) {
+  HiveDifferences differences;
+  OutputListPtr list = CompareHives(hives.side_a(), hives.side_b(), hives.options, differences);
+  GiveHead(hives, *list);
+  return list;
 }
 
 std::string ComparedKeyName(const ComparedHives& hives, uint32_t key) {

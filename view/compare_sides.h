@@ -41,7 +41,9 @@ struct ComparedHives {
   bool script_b = false;
   HiveCompareOptions options;
 
-  std::string fault;              // why there is nothing to show; UTF-8. Empty after a stop too
+  std::string fault;    // why there is nothing to show; UTF-8. Empty after a stop too
+  std::string about_a;  // file, key and state in a line
+  std::string about_b;
   std::vector<std::string> head;  // files and states of both
   HiveDifferences differences;
   OutputListPtr list;  // kListHiveCompare, its rows about A; null when nothing was compared
@@ -56,6 +58,9 @@ struct ComparedHives {
 std::shared_ptr<ComparedHives> CompareWithFile(const HiveImage& a, const KeyTree& tree_a,
                                                const ImageSummary& summary_a,
                                                const CompareWish& wish);
+
+// The list of differences once more.
+OutputListPtr ListDifferences(const ComparedHives& hives);
 
 // The name of a compared key, as displayed: that of A where A has it.
 std::string ComparedKeyName(const ComparedHives& hives, uint32_t key);

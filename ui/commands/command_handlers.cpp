@@ -18,6 +18,7 @@
 #include "ui/commands/search_commands.h"
 #include "ui/commands/tree_commands.h"
 #include "ui/commands/value_commands.h"
+#include "ui/compare/compare_window.h"
 #include "ui/lists/raw_view.h"
 #include "ui/live/backup_dialog.h"
 #include "ui/live/compare_commands.h"
@@ -69,6 +70,7 @@ constexpr CommandRoute kRoutes[] = {
     {kCommandExit, OnExit},
     {kCommandCompareFolder, OnCompareFolder},
     {kCommandCompareDisplayed, OnCompareDisplayed},
+    {kCommandCompareHive, OnCompareHive},
     {kCommandSearchRegistry, OnSearchRegistry},
     {kCommandBackupRegistry, OnBackupRegistry},
     {kCommandReplaceHives, OnReplaceHives},

@@ -6,6 +6,7 @@
 #include "hive/hive_table.h"
 #include "host/host.h"
 #include "ui/commands/handlers.h"
+#include "ui/compare/compare_window.h"
 #include "ui/dialogs/options_dialog.h"
 #include "ui/frame/help.h"
 #include "ui/main/main_window.h"
@@ -40,6 +41,7 @@ bool NeedLoad(const Options& a, const Options& b) {
 
 // Nobody may look at the hive any more when it goes.
 void LetGoOfHive(MainWindow& window) {
+  CloseCompareWindows();
   ++window.selection.item_box.newest;
   ++window.selection.detail_box.newest;
   WaitWhile([&window] { return ValueThreadsRun(window.selection.threads); });

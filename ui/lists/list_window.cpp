@@ -216,7 +216,8 @@ void NumberRows(OutputList& list) {
 }  // namespace
 
 void GiveHead(const MainWindow& window, OutputList& list) {
-  if (window.hive.slot < 0 || !IsOfHive(ListKindOf(list))) return;
+  const bool has_one = ListHeadOf(list) != nullptr;  // of a comparison: both sides
+  if (has_one || window.hive.slot < 0 || !IsOfHive(ListKindOf(list))) return;
   SetListHead(list, window.hive.hashing.head);
 }
 

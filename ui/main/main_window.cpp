@@ -8,6 +8,7 @@
 #include "hive/replaying.h"
 #include "host/long_operation.h"
 #include "ui/commands/command_handlers.h"
+#include "ui/compare/compare_window.h"
 #include "ui/draw/win.h"
 #include "ui/frame/frame_window.h"
 #include "ui/frame/help.h"
@@ -95,6 +96,7 @@ bool OnCreate(MainWindow& window) {
 void OnDestroy(MainWindow& window) {
   EndWorkers(window);
   CloseListWindows(window);
+  CloseCompareWindows();
   CloseSecurityWindows();
   GatherSettings(window);
   ClearTree(window.tree);
@@ -337,7 +339,10 @@ MainWindow* FindMainWindow(HWND handle) {
 }
 
 void HandleMessage(HWND handle, MSG& message) {
-  if (TranslateListKeys(message) || TranslateSecurityKeys(message)) return;
+  if (TranslateListKeys(message) || TranslateSecurityKeys(message) ||
+      TranslateCompareKeys(message)) {
+    return;
+  }
   MainWindow* window = FindMainWindow(handle);
   const bool ours =
       window != nullptr && (message.hwnd == handle || IsChild(handle, message.hwnd) != FALSE);

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <vector>
 
+#include "ui/compare/compare_window.h"
 #include "ui/frame/text.h"
 #include "ui/frame/tool_buttons.h"
 #include "ui/lists/list_window.h"
@@ -66,6 +67,7 @@ void UpdateToolbar(MainWindow& window) {
 void UpdateToolbars(MainWindow& window) {
   UpdateToolbar(window);
   RefreshListWindows();
+  ReleaseComparedHives();
 }
 
 void OnToolTip(const MainWindow& window, NMTTDISPINFOW& notice) {

@@ -30,6 +30,7 @@ inline constexpr int kOperationMerge = 1108;
 inline constexpr int kOperationSnapshot = 1109;
 inline constexpr int kOperationBackup = 1110;
 inline constexpr int kOperationMount = 1111;
+inline constexpr int kOperationCompare = 1112;
 
 // Runs `work` on a worker thread with the running flag set to `code` and the wait cursor shown;
 // afterwards, the flag clear again, `done` on the interface thread. False when an operation is

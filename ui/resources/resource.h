@@ -160,6 +160,17 @@
 #define kUntilText 755
 #define kUntilEntries 756
 
+/* compare_dialogs.rc */
+#define kCompareFile 760
+#define kCompareBrowse 761
+#define kCompareNoLogs 762
+#define kCompareKeyA 763
+#define kCompareKeyB 764
+#define kCompareTimes 765
+#define kCompareOrder 766
+#define kCompareRecovered 767
+#define kCompareText 768
+
 /* backup_dialogs.rc; numbers of boxes and icons go on by the hive */
 #define kBackupHive 7100
 #define kBackupIcon 7110
