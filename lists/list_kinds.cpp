@@ -320,8 +320,8 @@ constexpr ListKindInfo kKinds[] = {
      ListHelp::kOutputLists, RowLeads::kItem, ListAbout::kLogs},
     {kListLogRecords, "Records in pages of logs", kLogRecords},
     {kListHiveCompare, "Compared hives", kHiveCompare, WindowFamily::kCompare},
-    {kListCheck, "Structure", kCheck, WindowFamily::kOther, ListHelp::kCheck, RowLeads::kField,
-     ListAbout::kRecord},
+    {kListCheck, "Structure", kCheck, WindowFamily::kOther, ListHelp::kCheck, RowLeads::kItem,
+     ListAbout::kFaults},
     {kListRepair, "Left out or changed by a repair", kRepair},
     OfReport(kListMachine, kMachine, "Machine"),
     {kListCarved, "Carved", kCarved, WindowFamily::kPieces},
@@ -392,8 +392,8 @@ const ListKindInfo& FindListKind(int kind) {
 }
 
 bool IsListAbout(ListAbout about, int kind) {
-  const auto set = static_cast<uint8_t>(FindListKind(kind).about);
-  return about == ListAbout::kAnything || (set & static_cast<uint8_t>(about)) != 0;
+  const auto set = static_cast<uint16_t>(FindListKind(kind).about);
+  return about == ListAbout::kAnything || (set & static_cast<uint16_t>(about)) != 0;
 }
 
 bool IsOfHive(int kind) {

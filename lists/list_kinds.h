@@ -141,7 +141,7 @@ enum class RowLeads : uint8_t {
 };
 
 // What the rows are about: the further commands that mean something for them. A set, a bit each.
-enum class ListAbout : uint8_t {
+enum class ListAbout : uint16_t {
   kAnything = 0,
   kPieces = 1,     // runs of blocks
   kRoots = 2,      // root cells
@@ -151,9 +151,10 @@ enum class ListAbout : uint8_t {
   kRecord = 32,    // the fields of a record
   kCompared = 64,  // differences from the registry
   kLogs = 128,     // entries of logs, or what these did
+  kFaults = 256,   // what is wrong with a record
 };
 constexpr ListAbout operator|(ListAbout a, ListAbout b) {
-  return static_cast<ListAbout>(static_cast<uint8_t>(a) | static_cast<uint8_t>(b));
+  return static_cast<ListAbout>(static_cast<uint16_t>(a) | static_cast<uint16_t>(b));
 }
 
 // Constant, and so are the texts.

@@ -1,6 +1,8 @@
 #include "reports/check_list.h"
 
+#include <algorithm>
 #include <cstdio>
+#include <functional>
 #include <memory>
 #include <vector>
 
@@ -111,16 +113,23 @@ const std::string& PathOf(RowMaker& maker, uint32_t key) {
   return maker.path;
 }
 
-void AddFindingRow(RowMaker& maker, OutputList& list, const CheckFinding& finding) {
+// Where the image has a position of what was judged.
+uint32_t ImagePosition(const RowMaker& maker, uint32_t place) {
+  return maker.in_file ? PositionOfPlace(maker.hive, place) : place;
+}
+
+void AddFindingRow(RowMaker& maker, CheckedHive& checked, const CheckFinding& finding) {
   const uint32_t place = finding.position;
-  const uint32_t datum = maker.in_file ? PositionOfPlace(maker.hive, place) : place;
+  const uint32_t datum = ImagePosition(maker, place);
   const std::string position = PositionText(place);
   const bool has_key = finding.key != kNoCheckedKey;
-  AddListRow(list,
+  AddListRow(*checked.list,
              {InfoOf(finding.code).name, LevelLetter(finding.level), Cell(position, place),
               has_key ? std::string_view(PathOf(maker, finding.key)) : std::string_view(),
               InfoOf(finding.code).text, finding.found, finding.expected},
              datum);
+  checked.row_keys.push_back(
+      has_key ? ImagePosition(maker, checked.result.keys[finding.key].position) : kNoOffset);
 }
 
 // All cells that nothing names in one row.
@@ -137,12 +146,24 @@ bool IsOneOfAll(const CheckFinding& finding, const CheckListOptions& options) {
   return finding.code == CheckCode::kX1 && options.least != CheckLevel::kNote;
 }
 
+// In the order of their rows.
+std::vector<const CheckFinding*> WantedFindings(const CheckResult& result,
+                                                const CheckListOptions& options) {
+  std::vector<const CheckFinding*> wanted;
+  for (const CheckFinding& finding : result.findings) {
+    if (finding.level >= options.least && !IsOneOfAll(finding, options)) wanted.push_back(&finding);
+  }
+  if (options.worst_first) {
+    std::ranges::stable_sort(wanted, std::ranges::greater(), &CheckFinding::level);
+  }
+  return wanted;
+}
+
 void AddRows(RowMaker& maker, const CheckListOptions& options, CheckedHive& checked) {
   const CheckResult& result = checked.result;
   uint64_t wanted = 0;
-  for (const CheckFinding& finding : result.findings) {
-    if (finding.level < options.least || IsOneOfAll(finding, options)) continue;
-    if (wanted++ < options.most) AddFindingRow(maker, *checked.list, finding);
+  for (const CheckFinding* finding : WantedFindings(result, options)) {
+    if (wanted++ < options.most) AddFindingRow(maker, checked, *finding);
     if (StopRequested()) return;
   }
   const bool counted =

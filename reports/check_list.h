@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
 #include "check/check.h"
 #include "hive/image.h"
@@ -19,6 +20,7 @@ enum class CheckedState : uint8_t {
 struct CheckListOptions {
   CheckLevel least = CheckLevel::kOdd;  // rows of no lower level
   uint32_t most = UINT32_MAX;           // rows
+  bool worst_first = false;             // by level before position
 };
 
 // A kListCheck. `hive` needs no tree; paths begin with its root label, or "ROOT". With the least
@@ -26,8 +28,9 @@ struct CheckListOptions {
 struct CheckedHive {
   OutputListPtr list;
   CheckResult result;
-  std::string summary;    // a line: what was judged, and the counts
-  uint64_t left_out = 0;  // rows after the most
+  std::vector<uint32_t> row_keys;  // by row: image position of the key it belongs to, or kNoOffset
+  std::string summary;             // a line: what was judged, and the counts
+  uint64_t left_out = 0;           // rows after the most
 };
 CheckedHive CheckOpenedHive(const HiveImage& hive, CheckedState state,
                             const CheckListOptions& options);

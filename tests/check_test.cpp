@@ -381,10 +381,15 @@ TEST(CheckListTest, RowsAndSummary) {
       RowText(*checked.list, 0, 5),
       Formatted("K9|F|0x%08X|ROOT\\A\\C|parent field is not the key that lists it|", position));
   EXPECT_EQ(RowDatum(*checked.list, 0), position);
+  EXPECT_EQ(checked.row_keys, std::vector<uint32_t>{position});
   options.least = CheckLevel::kNote;
   options.most = 1;
   checked = CheckOpenedHive(image.hive(), CheckedState::kFile, options);
   EXPECT_EQ(RowText(*checked.list, 0, 2), "H3|N|");
+  EXPECT_EQ(checked.row_keys, std::vector<uint32_t>{kNoOffset});
+  options.worst_first = true;
+  checked = CheckOpenedHive(image.hive(), CheckedState::kFile, options);
+  EXPECT_EQ(RowText(*checked.list, 0, 2), "K9|F|");
   EXPECT_EQ(RowCount(*checked.list), 1u);
   EXPECT_EQ(checked.left_out, 1u);
   EXPECT_NE(checked.summary.find("before its logs: 1 fault; 12 keys, 4 values"), std::string::npos)

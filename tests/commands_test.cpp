@@ -32,6 +32,7 @@ const MenuItem kMainMenu[] = {
     {"&File", "Export Hive to &reg file", 1419},
     {"&File", "Regis&try root of hive...", 9039},
     {"&File", "&State of the hive...", 9080},
+    {"&File", "Chec&k structure", 9087},
     {"&File>Transaction lo&gs", "&None", 9081},
     {"&File>Transaction lo&gs", "&Automatic", 9082},
     {"&File>Transaction lo&gs", "&Choose files...", 9083},

@@ -105,6 +105,7 @@ namespace hivequarry {
   One(kCommandLogsUntil, 9084)          \
   One(kCommandListLogs, 9085)           \
   One(kCommandListLogChanges, 9086)     \
+  One(kCommandCheckStructure, 9087)     \
   One(kCommandMachine, 9090)            \
   One(kCommandCompareHive, 9091)        \
   Range(kCommandRecentHive, 9101, 7)    \
@@ -132,6 +133,7 @@ namespace hivequarry {
   One(kCommandPreviousRecord, 9221)     \
   One(kCommandOnlyMissing, 9222)        \
   One(kCommandOnlyDifferent, 9223)      \
+  One(kCommandListRawRecord, 9224)      \
   One(kCommandShowAsOf, 9240)           \
   One(kCommandCompareWorkspace, 9301)   \
   One(kCommandGoToRegedit, 9302)        \

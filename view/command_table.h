@@ -42,6 +42,8 @@ inline constexpr Command kFixedCommands[] = {
      .needs = Needs::kHive},
     {.number = kCommandHiveState, .menu = "&File", .text = "&State of the hive...",
      .guard = Guard::kNone, .needs = Needs::kHive},
+    {.number = kCommandCheckStructure, .menu = "&File", .text = "Chec&k structure",
+     .needs = Needs::kHive},
     {.number = kCommandLogsNone, .menu = kLogsMenu, .text = "&None",
      .needs = Needs::kLogs, .checked = &CommandFacts::logs_none},
     {.number = kCommandLogsAuto, .menu = kLogsMenu, .text = "&Automatic",

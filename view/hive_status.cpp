@@ -86,11 +86,12 @@ HiveMark MarkOf(const HiveImage& hive) {
   return state->dirty() ? HiveMark::kLacking : HiveMark::kClean;
 }
 
-std::string StatusWords(const HiveImage& hive) {
+std::string StatusWords(const HiveImage& hive, const HiveStructure& structure) {
   std::string words = StateWords(hive);
   if (!hive.places.undone.empty()) words += ", bytes moved";
   if (CutOf(hive).at != 0) words += ", ends early";
   if (hive.unread.count != 0) words += ", not read whole";
+  if (!structure.verdict.empty()) words += ", structure: " + structure.verdict;
   return words;
 }
 
@@ -123,13 +124,16 @@ std::u16string EntriesOfLogs(const HiveLogs& logs) {
 }
 
 std::u16string HiveStateText(const HiveImage& hive, const HiveSurvey& survey,
-                             const HiveHashes& hashes, HashProgress progress) {
+                             const HiveStructure& structure, const HiveHashes& hashes,
+                             HashProgress progress) {
   const HiveStateTexts texts = StateTextsOf(hive, false);
   std::string text;
   AddLine(text, "File", hive.file_name);
   AddLine(text, "State", StatusWords(hive));
   AddLine(text, "Dirty because", texts.dirty_why);
   for (const HiveNote& note : NotesOn(hive, survey)) AddLine(text, note.label, note.words);
+  AddLine(text, "Structure",
+          structure.verdict.empty() ? "not checked (File > Check structure)" : structure.summary);
   EndGroup(text);
   AddBaseBlock(text, texts);
   AddLogs(text, hive);

@@ -24,8 +24,13 @@ enum class HiveMark : uint8_t {
   kCount
 };
 HiveMark MarkOf(const HiveImage& hive);
-// The words for the status bar: StateWords, and what else is not as it seems.
-std::string StatusWords(const HiveImage& hive);
+// What a check of the structure found; empty while there was none.
+struct HiveStructure {
+  std::string verdict;  // "sound", "3 faults"
+  std::string summary;  // what was judged, and the counts
+};
+// The words for the status bar: StateWords, what else is not as it seems, and the verdict.
+std::string StatusWords(const HiveImage& hive, const HiveStructure& structure = {});
 
 // What of the file is not as it seems, or not there. Texts are UTF-8.
 struct HiveNote {
@@ -48,6 +53,7 @@ enum class HashProgress : uint8_t { kUnderWay, kDone, kStopped };
 // All that is known of the hive's state: lines, each a label and what is said, in groups apart from
 // each other by empty lines.
 std::u16string HiveStateText(const HiveImage& hive, const HiveSurvey& survey,
-                             const HiveHashes& hashes, HashProgress progress);
+                             const HiveStructure& structure, const HiveHashes& hashes,
+                             HashProgress progress);
 
 }  // namespace hivequarry

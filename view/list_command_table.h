@@ -17,6 +17,8 @@ inline constexpr ListCommand kListCommandTable[] = {
      .accelerator = {kKeyBack, 0}, .about = ListAbout::kRecord},
     {.number = kCommandGoToTree, .text = "Go to &Tree\tCtrl-T",
      .accelerator = {'T', kWithControl}, .needs = ListNeeds::kFocus},
+    {.number = kCommandListRawRecord, .text = "Ra&w record\tEnter",
+     .needs = ListNeeds::kFocus, .about = ListAbout::kFaults},
     {.number = kCommandShowAsOf, .text = "&Show the hive as of this entry",
      .needs = ListNeeds::kEntry, .about = ListAbout::kLogs},
     {.number = kCommandListRegedit, .text = "Go to &Regedit\tCtrl-R",

@@ -44,6 +44,7 @@ constexpr CommandRoute kRoutes[] = {
     {kCommandExportHive, OnExportHive},
     {kCommandHiveRoot, OnHiveRoot},
     {kCommandHiveState, OnHiveState},
+    {kCommandCheckStructure, OnCheckStructure},
     {kCommandLogsNone, OnLogsNone},
     {kCommandLogsAuto, OnLogsAuto},
     {kCommandLogsChosen, OnLogsChosen},

@@ -3,13 +3,17 @@
 #include <memory>
 #include <utility>
 
+#include "host/long_operation.h"
+#include "reports/check_list.h"
 #include "reports/file_pieces.h"
 #include "reports/freed_lists.h"
 #include "reports/hive_lists.h"
 #include "reports/log_lists.h"
 #include "reports/machine_report.h"
 #include "ui/lists/list_window.h"
+#include "ui/lists/list_work.h"
 #include "ui/main/main_window.h"
+#include "ui/main/status.h"
 
 namespace hivequarry {
 namespace {
@@ -22,6 +26,20 @@ void StartList(MainWindow& window, Make make) {
       [&window, list] {
         if (*list != nullptr) OpenListWindow(window, std::move(*list));
       });
+}
+
+// A check that was stopped is no verdict.
+void ShowChecked(MainWindow& window, CheckedHive& checked) {
+  const CheckResult& result = checked.result;
+  if (!result.stopped) {
+    window.hive.structure = {IsSound(result) ? "sound" : VerdictWords(result), checked.summary};
+    ShowHiveState(window);
+    SetListTitle(*checked.list, "Structure: " + window.hive.structure.verdict);
+  }
+  ListPlace* place = OpenListWindow(window, std::move(checked.list));
+  if (place == nullptr) return;
+  place->keys = std::move(checked.row_keys);
+  ShowPlaceStatus(*place, result.stopped ? " Stopped." : (" " + checked.summary).c_str());
 }
 
 }  // namespace
@@ -92,6 +110,22 @@ void OnMachine(MainWindow& window) {
     const MachineHive shown = {&hive, &tree};
     return ListMachine(std::span(&shown, 1));
   });
+}
+
+void OnCheckStructure(MainWindow& window) {
+  const auto checked = std::make_shared<CheckedHive>();
+  StartWork(
+      window, kOperationList,
+      [&hive = ShownHive(window), checked] {
+        CheckListOptions options;
+        options.least = CheckLevel::kNote;
+        options.worst_first = true;
+        *checked = CheckOpenedHive(hive, CheckedState::kReplayed, options);
+        checked->result.stopped |= StopRequested();  // while rows were made
+      },
+      [&window, checked] {
+        if (checked->list != nullptr) ShowChecked(window, *checked);
+      });
 }
 
 }  // namespace hivequarry

@@ -15,6 +15,9 @@ void OnListFreedKeys(MainWindow& window);
 void OnListFreedValues(MainWindow& window);
 void OnMachine(MainWindow& window);
 
+// What is wrong in the structure of the hive as it is shown; the state says the verdict afterwards.
+void OnCheckStructure(MainWindow& window);
+
 // The entries of the hive's logs, and what each of them that was applied did.
 void OnListLogs(MainWindow& window);
 void OnListLogChanges(MainWindow& window);

@@ -59,6 +59,7 @@ void LetGoOfHive(MainWindow& window) {
   window.selection.branch_return = kNoItem;
   window.hive.tree = nullptr;
   window.hive.sid_replacement = SidReplacement();
+  window.hive.structure = HiveStructure();
   ShowHiveState(window);
   ResetHiveTable();
 }

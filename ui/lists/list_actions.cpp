@@ -65,6 +65,11 @@ bool GoToRow(const ListPlace& place, uint32_t row, uint32_t position) {
     SetForegroundWindow(place.owner->handle);
     return true;
   }
+  if (row < place.keys.size() && place.keys[row] != kNoOffset &&
+      GoToPosition(*place.owner, place.keys[row])) {
+    SetForegroundWindow(place.owner->handle);
+    return true;
+  }
   return IsFreedRow(*place.model, row) && OpenRawView(*place.owner, position) != nullptr;
 }
 

@@ -29,6 +29,7 @@ constexpr ListRoute kRoutes[] = {
     {kCommandFollowRecord, OnFollowRecord},
     {kCommandPreviousRecord, OnPreviousRecord},
     {kCommandGoToTree, OnGoToTree},
+    {kCommandListRawRecord, OnListRawRecord},
     {kCommandShowAsOf, OnShowAsOf},
     {kCommandListRegedit, OnListRegedit},
     {kCommandOpenValidRoot, OnOpenValidRoot},

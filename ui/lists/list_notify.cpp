@@ -40,6 +40,13 @@ int OnTypedText(const ListPlace& place, const NMLVFINDITEMW& notice) {
   return -1;
 }
 
+// What a double click or Enter does.
+CommandNumber CommandOfRow(int kind) {
+  if (kind == kListLogs) return kCommandShowAsOf;
+  if (kind == kListCheck) return kCommandListRawRecord;
+  return FindListKind(kind).leads == RowLeads::kField ? kCommandFollowRecord : kCommandGoToTree;
+}
+
 template <typename Notice>
 Notice& As(const NMHDR& notice) {
   return const_cast<Notice&>(reinterpret_cast<const Notice&>(notice));
@@ -64,11 +71,7 @@ LRESULT OnListNotify(ListPlace& place, const NMHDR& notice) {
       EndSelecting(place);  // the user selects
       return 0;
     case LVN_ITEMACTIVATE: {
-      const int kind = ListKindOf(*place.model);
-      const bool field = FindListKind(kind).leads == RowLeads::kField;
-      RunListCommand(place, kind == kListLogs ? kCommandShowAsOf
-                            : field           ? kCommandFollowRecord
-                                              : kCommandGoToTree);
+      RunListCommand(place, CommandOfRow(ListKindOf(*place.model)));
       return 0;
     }
     case HDN_ENDTRACKW:

@@ -147,6 +147,7 @@ void ShowList(ListPlace& place, OutputListPtr list, const std::vector<int>& widt
   EmptyControl(place);
   place.model = std::move(list);
   place.again = nullptr;
+  place.keys.clear();
   ForgetOrder(place);
   SetTitles(place.list, *place.model);
   place.columns_touched = !widths.empty();

@@ -32,6 +32,8 @@ struct ListPlace {
   bool columns_touched = false;  // the user's widths stay as they are
   std::string last_find;
   bool find_adds = false;       // what is found joins the selection
+  std::vector<uint32_t> keys;   // by the model's row: position of the key that it belongs to, where
+                                // its own is no key's; may be empty
   std::function<void()> again;  // makes the rows anew; null where that can't be
   bool filling = false;         // a worker adds rows to the model
   bool working = false;         // a worker reads or fills the model (list_work.h)

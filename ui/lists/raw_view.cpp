@@ -128,4 +128,9 @@ void OnPreviousRecord(ListPlace& place) {
   ShowRecord(place, std::move(list), step.row);
 }
 
+void OnListRawRecord(ListPlace& place) {
+  const uint32_t row = ModelRow(place, static_cast<uint32_t>(FocusedRow(place)));
+  OpenRawView(*place.owner, RowDatum(*place.model, row));
+}
+
 }  // namespace hivequarry

@@ -22,4 +22,7 @@ void OnRawPosition(MainWindow& window);
 void OnFollowRecord(ListPlace& place);
 void OnPreviousRecord(ListPlace& place);
 
+// In a list of faults: opens the record of the focused row.
+void OnListRawRecord(ListPlace& place);
+
 }  // namespace hivequarry

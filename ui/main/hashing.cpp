@@ -82,7 +82,8 @@ void ShowHashes(MainWindow& window, uint32_t serial) {
 
 std::u16string HiveStateNow(const MainWindow& window) {
   const Hashing& hashing = window.hive.hashing;
-  return HiveStateText(ShownHive(window), window.hive.survey, hashing.hashes, hashing.progress);
+  return HiveStateText(ShownHive(window), window.hive.survey, window.hive.structure, hashing.hashes,
+                       hashing.progress);
 }
 
 }  // namespace hivequarry

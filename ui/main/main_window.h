@@ -67,6 +67,7 @@ struct ShownHiveState {
   std::unique_ptr<KeyTree> tree;
   ImageSummary summary;
   HiveSurvey survey;
+  HiveStructure structure;
   std::shared_ptr<const RemovedState> removed;  // null until it was worked out
   std::wstring state_words;                     // in the status bar
   Hashing hashing;

@@ -113,7 +113,8 @@ void ShowItemWords(MainWindow& window, std::wstring words) {
 
 void ShowHiveState(MainWindow& window) {
   const bool shown = window.hive.slot >= 0;
-  window.hive.state_words = shown ? WideName(StatusWords(ShownHive(window))) : std::wstring();
+  window.hive.state_words =
+      shown ? WideName(StatusWords(ShownHive(window), window.hive.structure)) : std::wstring();
   const HICON old = window.look.state;
   window.look.state = nullptr;
   if (shown) {
