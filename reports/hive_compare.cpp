@@ -257,6 +257,8 @@ bool CompareOrder(Comparing& compare, const KeyPair& pair, std::vector<ValuePair
   if (std::ranges::is_sorted(values, {}, &ValuePair::place_b)) return false;
   std::vector<uint32_t> in_a;
   std::vector<uint32_t> in_b;
+  in_a.reserve(values.size());
+  in_b.reserve(values.size());
   for (const ValuePair& value : values) in_a.push_back(value.a);
   std::ranges::sort(values, {}, &ValuePair::place_b);
   for (const ValuePair& value : values) in_b.push_back(value.b);

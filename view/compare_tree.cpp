@@ -151,17 +151,17 @@ std::string DifferenceText(const CompareTree& tree, uint32_t key) {
 
 const std::vector<CompareCommand>& CompareCommands() {
   static const std::vector<CompareCommand> commands = {
+      {CompareAct::kList, "&File", "&List of differences"},
+      {CompareAct::kScriptToB, "&File", "Save script that makes &B of A..."},
+      {CompareAct::kScriptToA, "&File", "Save script that makes &A of B..."},
+      {CompareAct::kClose, "&File", "&Close\tEsc", kKeyEscape, 0},
       {CompareAct::kShowAll, "&Show", "&All keys"},
       {CompareAct::kShowOnlyA, "&Show", "Only in &A"},
       {CompareAct::kShowOnlyB, "&Show", "Only in &B"},
       {CompareAct::kShowDifferent, "&Show", "&Different"},
       {CompareAct::kNext, "&Go", "&Next difference\tF8", kKeyF8, 0},
       {CompareAct::kPrevious, "&Go", "&Previous difference\tShift+F8", kKeyF8, kWithShift},
-      {CompareAct::kGoToTree, "&Go", "Go to &Tree\tCtrl+T", 'T', kWithControl},
-      {CompareAct::kList, "&File", "&List of differences"},
-      {CompareAct::kScriptToB, "&File", "Save script that makes &B of A..."},
-      {CompareAct::kScriptToA, "&File", "Save script that makes &A of B..."},
-      {CompareAct::kClose, "&File", "&Close\tEsc", kKeyEscape, 0}};
+      {CompareAct::kGoToTree, "&Go", "Go to &Tree\tCtrl+T", 'T', kWithControl}};
   return commands;
 }
 
