@@ -34,13 +34,14 @@ constexpr HelpPlace kPlaces[] = {
     {kHelpCheck, "checking-the-structure"},
     {kHelpLegend, "colours-and-marks-of-the-tree"},
     {kHelpCompareHives, "comparing-two-hives"},
+    {kHelpTimeline, "timelines"},
 };
 static_assert(std::size(kPlaces) == kHelpTopicsEnd - kHelpStart);
 
 // By ListHelp.
-constexpr HelpTopic kListTopics[] = {kHelpOutputLists, kHelpSearch,     kHelpCompare,
-                                     kHelpKeyDates,    kHelpMainWindow, kHelpSecurity,
-                                     kHelpReports,     kHelpFreed,      kHelpCheck};
+constexpr HelpTopic kListTopics[] = {kHelpOutputLists, kHelpSearch,   kHelpCompare, kHelpKeyDates,
+                                     kHelpMainWindow,  kHelpSecurity, kHelpReports, kHelpFreed,
+                                     kHelpCheck,       kHelpTimeline};
 static_assert(std::size(kListTopics) == static_cast<size_t>(ListHelp::kCount));
 
 bool IsPlain(char c) {

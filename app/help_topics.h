@@ -33,6 +33,7 @@ enum HelpTopic : int {
   kHelpCheck,
   kHelpLegend,
   kHelpCompareHives,
+  kHelpTimeline,
   kHelpTopicsEnd
 };
 

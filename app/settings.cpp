@@ -197,6 +197,12 @@ void ReadDates(const ProfileLookup& lookup, DateSettings& dates) {
   dates.freed = lookup("KDATES", "Freed", "", kMaxText) == "1";
 }
 
+void ReadTimeline(const ProfileLookup& lookup, TimelineSettings& timeline) {
+  timeline.freed = lookup("KTIME", "Freed", "", kMaxText) == "1";
+  timeline.values = lookup("KTIME", "Values", "", kMaxText) == "1";
+  timeline.base_block = lookup("KTIME", "Hive", "", kMaxText) == "1";
+}
+
 void ReadOptions(const ProfileLookup& lookup, Options& options) {
   SetOptionDigits(lookup("KAS", "KGP1", "Z", kMaxText), options);
   options.code_page_text = lookup("KAS", "CPT", "", kMaxText) == "1";
@@ -260,6 +266,12 @@ void WriteDates(Writer& writer, const DateSettings& dates) {
   Put(writer, "KDATES", "Freed", dates.freed ? "1" : "");
 }
 
+void WriteTimeline(Writer& writer, const TimelineSettings& timeline) {
+  Put(writer, "KTIME", "Freed", timeline.freed ? "1" : "");
+  Put(writer, "KTIME", "Values", timeline.values ? "1" : "");
+  Put(writer, "KTIME", "Hive", timeline.base_block ? "1" : "");
+}
+
 // Numbers after the given ones are set to 0 where the file has any.
 void WriteNumbers(Writer& writer, const NumberRow& row, const Numbers& numbers) {
   const auto count = std::min(numbers.size(), static_cast<size_t>(row.count));
@@ -298,6 +310,7 @@ bool WriteAll(const std::string& file, const Settings& settings) {
   if (settings.options.save_window_position) WriteMainWindow(writer, settings);
   for (size_t i = 0; i < kPlacedWindows; ++i) WritePlace(writer, kPlaces[i], settings.places[i]);
   WriteDates(writer, settings.dates);
+  WriteTimeline(writer, settings.timeline);
   return !writer.failed;
 }
 
@@ -330,6 +343,7 @@ void ReadSettings(const ProfileLookup& lookup, Settings& settings) {
   ReadOptions(lookup, settings.options);
   ReadRange(lookup, settings);
   ReadDates(lookup, settings.dates);
+  ReadTimeline(lookup, settings.timeline);
   for (size_t i = 0; i < kLastFolders; ++i) {
     settings.folders[i] = TextOfEither(lookup("LTDS", NumberedKey("LD", i).c_str(), "", kMaxText));
   }

@@ -103,6 +103,13 @@ struct DateSettings {
   bool freed = false;    // freed keys too
 };
 
+// What the dialog of timelines begins with ("KTIME"): what is added to the last writes of keys.
+struct TimelineSettings {
+  bool freed = false;       // freed keys
+  bool values = false;      // times in values
+  bool base_block = false;  // times of the base block
+};
+
 struct Settings {
   Histories histories;
   std::array<std::string, kLastFolders> folders;
@@ -110,6 +117,7 @@ struct Settings {
   uint32_t range_start = 0;  // the last partial load ("FPART")
   uint32_t range_end = 0;
   DateSettings dates;
+  TimelineSettings timeline;
   WindowPlace main;                 // "WPS1"; its columns are those of the value pane ("WPS2")
   std::vector<int> output_columns;  // of the Output List pane ("WPS3")
   int tree_width = 0;               // "w40", at 96 dpi; 0: built-in

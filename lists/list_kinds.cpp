@@ -207,6 +207,9 @@ constexpr KindColumn kHiveCompare[] = {Text("What", 4, 0),
 constexpr KindColumn kCheck[] = {
     Text("Code", 2, 0), Text("Level", 2, 0), Position("Position", 4), kKey,
     Text("Text", 8, 3), Text("Found", 5, 2), Text("Expected", 5, 1)};
+constexpr KindColumn kTimeline[] = {
+    Date("Time"),         Text("Event", 4),     Wide(kKey, 10, 4),    kValue,
+    Text("Detail", 6, 1), Text(kStateTitle, 3), Position("Offset", 5)};
 constexpr KindColumn kMachine[] = {Text("Fact", 5),
                                    Text("Text", 8, 5),
                                    Text("Note", 5, 2),
@@ -322,6 +325,8 @@ constexpr ListKindInfo kKinds[] = {
     {kListHiveCompare, "Compared hives", kHiveCompare, WindowFamily::kCompare},
     {kListCheck, "Structure", kCheck, WindowFamily::kOther, ListHelp::kCheck, RowLeads::kItem,
      ListAbout::kFaults},
+    {kListTimeline, "Timeline", kTimeline, WindowFamily::kKeyDates, ListHelp::kTimeline,
+     RowLeads::kItem, ListAbout::kKeys},
     {kListRepair, "Left out or changed by a repair", kRepair},
     OfReport(kListMachine, kMachine, "Machine"),
     {kListCarved, "Carved", kCarved, WindowFamily::kPieces},

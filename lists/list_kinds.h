@@ -62,6 +62,7 @@ inline constexpr int kListRepair = 141;
 inline constexpr int kListMachine = 142;
 inline constexpr int kListCarved = 147;
 inline constexpr int kListHiveCompare = 114;
+inline constexpr int kListTimeline = 115;
 
 inline bool IsOwnKind(int kind) { return kind >= kFirstOwnKind; }
 // The most columns that a list of a kind has, and that a file keeps of it.
@@ -130,6 +131,7 @@ enum class ListHelp : uint8_t {
   kReports,
   kFreed,
   kCheck,
+  kTimeline,
   kCount
 };
 

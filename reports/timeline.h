@@ -80,6 +80,9 @@ struct TimelineCounts {
 bool WriteTimeline(const Timeline& timeline, const TimelineLook& look, const TextSink& sink,
                    TimelineCounts& counts);
 
+// "live", "recovered", "freed".
+std::string_view StateWord(TimelineState state);
+
 // --- for the parts -------------------------------------------------------------------------------
 
 // A copy of the text that lives as long as the timeline.

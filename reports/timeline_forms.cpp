@@ -22,11 +22,6 @@ bool IsUsable(uint64_t time) { return time >= kUnixEpoch && time < kLatest; }
 // Cut, never rounded.
 std::string UnixSeconds(uint64_t time) { return std::to_string((time - kUnixEpoch) / kPerSecond); }
 
-std::string_view StateWord(TimelineState state) {
-  if (state == TimelineState::kFreed) return "freed";
-  return state == TimelineState::kRecovered ? "recovered" : "live";
-}
-
 // After a name, in the forms that have no column for it.
 std::string_view StateMark(TimelineState state) {
   if (state == TimelineState::kFreed) return " (deleted)";
@@ -232,6 +227,11 @@ void AppendEvent(const Timeline& timeline, const TimelineEvent& event, const Tim
 }
 
 }  // namespace
+
+std::string_view StateWord(TimelineState state) {
+  if (state == TimelineState::kFreed) return "freed";
+  return state == TimelineState::kRecovered ? "recovered" : "live";
+}
 
 bool WriteTimeline(const Timeline& timeline, const TimelineLook& look, const TextSink& sink,
                    TimelineCounts& counts) {

@@ -63,6 +63,7 @@ const MenuItem kMainMenu[] = {
     {"Re&ports", "&Search...\tCtrl+Shift+F", 9030},
     {"Re&ports", "Search in &Workspace...", 1415},
     {"Re&ports", "Key &Dates...", 1421},
+    {"Re&ports", "Timeline...\tCtrl+Shift+T", 9088},
     {"Re&ports", "M&achine overview", 9090},
     {"Re&ports", "Ser&vices", 9040},
     {"Re&ports", "Uninstall entr&ies", 9041},
@@ -180,7 +181,8 @@ TEST(CommandTable, Keys) {
                                                         {kWithShift, kKeyF6, 9021},
                                                         {kWithControl, 'L', 9029},
                                                         {kWithAlt, 'S', 9305},
-                                                        {kWithControl | kWithShift, 'F', 9030}};
+                                                        {kWithControl | kWithShift, 'F', 9030},
+                                                        {kWithControl | kWithShift, 'T', 9088}};
   std::set<std::tuple<int, int, int>> shown;
   for (const Command& command : Commands()) {
     for (const Accelerator& key : {command.accelerator, command.second_accelerator}) {

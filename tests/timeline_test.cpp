@@ -7,6 +7,7 @@
 #include <set>
 
 #include "hive/timestamp.h"
+#include "reports/timeline_list.h"
 #include "tests/support/corpus.h"
 #include "tests/support/logged_hive.h"
 #include "tests/support/opened_hive.h"
@@ -35,6 +36,33 @@ Timeline TimelineOf(OpenedHive& opened, const TimelineOptions& options = {}) {
                             {"cases/H", "H", "PC", "", 0, 0, 0}));
   SortTimeline(timeline);
   return timeline;
+}
+
+TEST(TimelineTest, RowsOfTheListLeadToWhatHasTheTime) {
+  HiveBuilder builder;
+  builder.Root().Time(kTime + 20'000'000);
+  Bytes time;
+  for (int i = 0; i < 8; ++i) time.push_back(static_cast<uint8_t>(kTime >> 8 * i));
+  builder.Key("Control\\Windows").Time(kTime + 10'000'000).Value("ShutdownTime", 3, time);
+  BuiltHive built = builder.Build();
+  OpenedHive opened(built);
+  TimelineOptions options;
+  options.values = options.base_block = true;
+  const OutputListPtr list = MakeOutputList(kListTimeline);
+  ListTimeline(opened.hive, opened.tree, options, *list);
+  ASSERT_GE(RowCount(*list), 3u);
+  const uint32_t value = built.ValuePosition("Control\\Windows", "ShutdownTime");
+  uint32_t row = 0;
+  while (row + 1 < RowCount(*list) && CellText(*list, row, 1) != "shut down") ++row;
+  EXPECT_EQ(RowText(*list, row, 7),
+            Formatted("2012/04/04, 01:58:40|shut down|ROOT\\Control\\Windows|ShutdownTime||live|"
+                      "0x%08X|",
+                      value));
+  EXPECT_EQ(CellValue(*list, row, 0), kTime / 10'000'000);
+  EXPECT_EQ(RowDatum(*list, row), value);
+  EXPECT_EQ(FactsOfRow(*list, row).last_write, 0u) << "of no key";
+  EXPECT_EQ(CellText(*list, row + 1, 1), "key written") << "by time";
+  EXPECT_EQ(RowDatum(*list, row + 1), built.PositionOf("Control\\Windows"));
 }
 
 TEST(TimelineTest, Forms) {

@@ -106,6 +106,7 @@ namespace hivequarry {
   One(kCommandListLogs, 9085)           \
   One(kCommandListLogChanges, 9086)     \
   One(kCommandCheckStructure, 9087)     \
+  One(kCommandTimeline, 9088)           \
   One(kCommandMachine, 9090)            \
   One(kCommandCompareHive, 9091)        \
   Range(kCommandRecentHive, 9101, 7)    \
@@ -134,6 +135,9 @@ namespace hivequarry {
   One(kCommandOnlyMissing, 9222)        \
   One(kCommandOnlyDifferent, 9223)      \
   One(kCommandListRawRecord, 9224)      \
+  One(kCommandShowAllRows, 9225)        \
+  One(kCommandActivity, 9226)           \
+  One(kCommandSavePicture, 9227)        \
   One(kCommandShowAsOf, 9240)           \
   One(kCommandCompareWorkspace, 9301)   \
   One(kCommandGoToRegedit, 9302)        \

@@ -121,6 +121,8 @@ inline constexpr Command kFixedCommands[] = {
     {.number = kCommandKeyDates, .menu = kReportsMenu, .text = "Key &Dates...",
      .tooltip = "Key Dates", .icon = ToolIcon::kKeyDates, .guard = Guard::kRunningOrBackup,
      .needs = Needs::kItem},
+    {.number = kCommandTimeline, .menu = kReportsMenu, .text = "Timeline...\tCtrl+Shift+T",
+     .accelerator = {'T', kWithControl | kWithShift}, .needs = Needs::kItem},
     {.number = kCommandMachine, .menu = kReportsMenu, .text = "M&achine overview",
      .group_start = true, .needs = Needs::kHive},
     {.number = ReportNumber(Report::kServices), .menu = kReportsMenu, .text = "Ser&vices",

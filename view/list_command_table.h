@@ -102,6 +102,8 @@ inline constexpr ListCommand kListCommandTable[] = {
      .needs = ListNeeds::kRows},
     {.number = kCommandSortByLevel, .text = "Sort by nesting &level",
      .needs = ListNeeds::kRows},
+    {.number = kCommandShowAllRows, .text = "S&how all rows\tEsc", .group_start = true,
+     .needs = ListNeeds::kFiltered},
     {.number = kCommandResizeColumns, .text = "&Resize columns",
      .tooltip = "Resize list columns", .icon = ToolIcon::kColumns,
      .accelerator = {kKeyNumericPlus, kWithControl}, .group_start = true,

@@ -36,6 +36,8 @@ bool HasNeeds(ListNeeds needs, const ListFacts& facts) {
       return facts.stoppable;
     case ListNeeds::kAgain:
       return facts.again && facts.hive;
+    case ListNeeds::kFiltered:
+      return facts.filtered;
   }
   return false;
 }

@@ -21,7 +21,8 @@ enum class ListNeeds : uint8_t {
   kRoots,      // a focused row of a list of root cells
   kEntry,      // a focused row of an entry that the hive shown can be taken to
   kRunning,
-  kAgain,  // a list whose rows can be made anew
+  kAgain,     // a list whose rows can be made anew
+  kFiltered,  // a list that shows some of its rows
 };
 
 // What a check mark shows.
@@ -44,6 +45,7 @@ struct ListFacts {
   bool entry = false;     // the row in focus is of such an entry
   bool evidence = false;  // evidence mode
   bool again = false;     // its rows can be made anew
+  bool filtered = false;  // it shows some of its rows
   int kind = 0;           // of the list
 };
 

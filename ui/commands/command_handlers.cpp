@@ -82,6 +82,7 @@ constexpr CommandRoute kRoutes[] = {
     {kCommandSearchBranch, OnSearchBranch},
     {kCommandSearchWorkspace, OnSearchWorkspace},
     {kCommandKeyDates, OnKeyDates},
+    {kCommandTimeline, OnTimeline},
     {ReportNumber(Report::kServices), OnReport<Report::kServices>},
     {ReportNumber(Report::kUninstall), OnReport<Report::kUninstall>},
     {ReportNumber(Report::kClasses), OnReport<Report::kClasses>},

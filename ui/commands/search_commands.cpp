@@ -11,8 +11,10 @@
 #include "reports/freed_find.h"
 #include "reports/key_dates.h"
 #include "reports/search.h"
+#include "reports/timeline_list.h"
 #include "ui/dialogs/dates_dialog.h"
 #include "ui/dialogs/search_dialog.h"
+#include "ui/dialogs/timeline_dialog.h"
 #include "ui/lists/list_window.h"
 #include "ui/lists/list_work.h"
 #include "ui/main/main_window.h"
@@ -125,6 +127,20 @@ void OnKeyDates(MainWindow& window) {
         FreedSource from(hive, tree);
         ListFreedDates(from, item, range, list);
       });
+}
+
+void OnTimeline(MainWindow& window) {
+  if (!AskTimeline(window.handle)) return;
+  const TimelineSettings& chosen = TheSettings().timeline;
+  TimelineOptions options;
+  options.freed = chosen.freed;
+  options.values = chosen.values;
+  options.base_block = chosen.base_block;
+  options.item = SelectedItem(window.tree);
+  FillListWindow(window, MakeOutputList(kListTimeline),
+                 [&hive = ShownHive(window), &tree = *window.hive.tree, options](OutputList& list) {
+                   ListTimeline(hive, tree, options, list);
+                 });
 }
 
 }  // namespace hivequarry

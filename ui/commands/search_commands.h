@@ -27,5 +27,7 @@ void OnSearchBranch(MainWindow& window);
 void OnSearchWorkspace(MainWindow& window);
 void OnSearchRegistry(MainWindow& window);
 void OnKeyDates(MainWindow& window);
+// Asks what to add, then lists what happened when in the selected branch.
+void OnTimeline(MainWindow& window);
 
 }  // namespace hivequarry

@@ -30,7 +30,7 @@ OutputListPtr CopyAsShown(const ListPlace& place) {
   OutputListPtr copy = MakeOutputList(ListKindOf(list));
   SetListTitle(*copy, ListTitle(list));
   SetListSource(*copy, ListSource(list));
-  for (const uint32_t row : ShownRows(place)) AddRowOf(*copy, list, row);
+  for (const uint32_t row : AllRows(place)) AddRowOf(*copy, list, row);
   return copy;
 }
 
@@ -41,7 +41,7 @@ struct SplitJob {
 
 void ShowPieces(ListPlace& place, SplitJob& job) {
   place.model = std::move(job.list);
-  place.ordered = false;
+  place.rows = RowsShown();
   InvalidateRect(place.list, nullptr, FALSE);
   ShowPlaceStatus(place, job.done ? "Done." : "");
 }
@@ -70,7 +70,8 @@ bool GoToRow(const ListPlace& place, uint32_t row, uint32_t position) {
     SetForegroundWindow(place.owner->handle);
     return true;
   }
-  return IsFreedRow(*place.model, row) && OpenRawView(*place.owner, position) != nullptr;
+  const bool bytes = IsFreedRow(*place.model, row) || ListKindOf(*place.model) == kListTimeline;
+  return bytes && OpenRawView(*place.owner, position) != nullptr;
 }
 
 }  // namespace

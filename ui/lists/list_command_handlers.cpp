@@ -7,6 +7,7 @@
 #include "ui/commands/log_commands.h"
 #include "ui/commands/report_commands.h"
 #include "ui/lists/list_actions.h"
+#include "ui/lists/list_filtering.h"
 #include "ui/lists/list_finding.h"
 #include "ui/lists/list_printing.h"
 #include "ui/lists/list_reports.h"
@@ -64,6 +65,7 @@ constexpr ListRoute kRoutes[] = {
     {kCommandSortByType, OnSortByType},
     {kCommandSortByLength, OnSortByLength},
     {kCommandSortByLevel, OnSortByLevel},
+    {kCommandShowAllRows, OnShowAllRows},
     {kCommandResizeColumns, OnResizeListColumns},
     {kCommandStop, OnStopListWork},
     {kCommandExit, OnCloseList},

@@ -102,8 +102,10 @@ void ShowPart(const ListWindow& window, ListStatusPart part, const std::wstring&
 }
 
 void ShowCount(const ListWindow& window) {
-  ShowPart(window, kListCount,
-           WideName(Concat({"Number of Items : ", Decimal(ShownRowCount(window.place))})));
+  const ListPlace& place = window.place;
+  std::string text = Concat({"Number of Items : ", Decimal(ShownRowCount(place))});
+  if (place.rows.filtered) text += Concat({" of ", Decimal(RowCount(*place.model))});
+  ShowPart(window, kListCount, WideName(text));
 }
 
 // What the worker says of itself in the main window is shown here as well.

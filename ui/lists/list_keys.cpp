@@ -45,6 +45,7 @@ void FocusNextChild(const ListPlace& place, bool backward) {
 // Ends what is under way bit by bit; a worker polls the key itself.
 void OnEscape(ListPlace& place) {
   if (IsSelecting(place)) return EndSelecting(place);
+  if (place.rows.filtered && !place.working) return RunListCommand(place, kCommandShowAllRows);
   if (!place.working && TheLongOperation().running == 0) {
     PostMessageW(place.window, WM_CLOSE, 0, 0);
   }

@@ -52,6 +52,7 @@ ListFacts FactsOfPlace(const ListPlace& place, bool with_position) {
   facts.source = !ListSource(*place.model).empty();
   facts.evidence = place.owner->host.evidence;
   facts.again = place.again != nullptr;
+  facts.filtered = place.rows.filtered;
   facts.kind = ListKindOf(*place.model);
   return facts;
 }

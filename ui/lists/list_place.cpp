@@ -1,7 +1,7 @@
 #include "ui/lists/list_place.h"
 
 #include <algorithm>
-#include <numeric>
+#include <functional>
 #include <utility>
 
 #include "host/number_text.h"
@@ -86,34 +86,38 @@ void EmptyControl(ListPlace& place) {
 
 // --- order ---------------------------------------------------------------------------------------
 
-std::vector<uint32_t> AsAdded(uint32_t count) {
-  std::vector<uint32_t> rows(count);
-  std::iota(rows.begin(), rows.end(), 0U);
-  return rows;
-}
-
 void ForgetOrder(ListPlace& place) {
-  place.order = std::vector<uint32_t>();
-  place.ordered = false;
+  place.rows = RowsShown();
   place.sorted_column = -1;
   place.descending.fill(false);
   ShowSortArrow(place, -1, false);
 }
 
-// Rows added since the order was made are at the end.
-void ExtendOrder(ListPlace& place) {
-  const uint32_t count = RowCount(*place.model);
-  if (place.order.size() > count) place.ordered = false;  // emptied by somebody else
-  while (place.ordered && place.order.size() < count) {
-    place.order.push_back(static_cast<uint32_t>(place.order.size()));
+// Changes which rows are shown, or their order. The control knows rows by their places.
+void ChangeRows(ListPlace& place, const std::function<void(RowsShown& rows)>& change) {
+  EndSelecting(place);
+  std::vector<uint32_t> selected = SelectedRows(place);
+  const int focused = FocusedRow(place);
+  const uint32_t focused_row = focused < 0 ? 0 : ModelRow(place, static_cast<uint32_t>(focused));
+  const uint32_t before = ShownRowCount(place);
+  change(place.rows);
+  if (ShownRowCount(place) != before) {
+    ListView_DeleteAllItems(place.list);
+    ListView_SetItemCountEx(place.list, static_cast<int>(ShownRowCount(place)), 0);
   }
-}
-
-// Where each row of the model is shown.
-std::vector<uint32_t> PlacesOfRows(const ListPlace& place) {
-  std::vector<uint32_t> places(ShownRowCount(place));
-  for (uint32_t shown = 0; shown < places.size(); ++shown) places[ModelRow(place, shown)] = shown;
-  return places;
+  if (!selected.empty()) {
+    const std::vector<uint32_t> places = PlacesOfRows(place.rows, RowCount(*place.model));
+    for (uint32_t& row : selected) row = places[row];
+    std::erase(selected, kNoPlace);
+    std::sort(selected.begin(), selected.end());
+    SelectShown(place, std::move(selected), false);
+    if (places[focused_row] != kNoPlace) {
+      const auto focus = static_cast<int>(places[focused_row]);
+      ListView_SetItemState(place.list, focus, LVIS_FOCUSED, LVIS_FOCUSED);
+      ListView_EnsureVisible(place.list, focus, FALSE);
+    }
+  }
+  InvalidateRect(place.list, nullptr, FALSE);
 }
 
 }  // namespace
@@ -160,7 +164,7 @@ void ShowList(ListPlace& place, OutputListPtr list, const std::vector<int>& widt
 }
 
 void ListChanged(ListPlace& place) {
-  ExtendOrder(place);
+  FollowRows(place.rows, RowCount(*place.model));
   const DWORD keep = place.filling ? LVSICF_NOINVALIDATEALL | LVSICF_NOSCROLL : 0;
   ListView_SetItemCountEx(place.list, static_cast<int>(ShownRowCount(place)), keep);
   PlaceChanged(place);
@@ -190,35 +194,33 @@ void FitListColumns(ListPlace& place) {
 }
 
 uint32_t ShownRowCount(const ListPlace& place) {
-  return place.ordered ? static_cast<uint32_t>(place.order.size()) : RowCount(*place.model);
+  return ShownCount(place.rows, RowCount(*place.model));
 }
 
-uint32_t ModelRow(const ListPlace& place, uint32_t shown) {
-  return place.ordered ? place.order[shown] : shown;
-}
+uint32_t ModelRow(const ListPlace& place, uint32_t shown) { return RowAt(place.rows, shown); }
 
 std::vector<uint32_t> ShownRows(const ListPlace& place) {
-  return place.ordered ? place.order : AsAdded(RowCount(*place.model));
+  return ShownRows(place.rows, RowCount(*place.model));
+}
+
+std::vector<uint32_t> AllRows(const ListPlace& place) {
+  return AllRows(place.rows, RowCount(*place.model));
 }
 
 void ShowInOrder(ListPlace& place, std::vector<uint32_t> order) {
   if (order.size() != RowCount(*place.model)) return;
-  EndSelecting(place);
-  std::vector<uint32_t> selected = SelectedRows(place);
-  const int focused = FocusedRow(place);
-  const uint32_t focused_row = focused < 0 ? 0 : ModelRow(place, static_cast<uint32_t>(focused));
-  place.order = std::move(order);
-  place.ordered = true;
-  if (!selected.empty()) {
-    const std::vector<uint32_t> places = PlacesOfRows(place);
-    for (uint32_t& row : selected) row = places[row];
-    std::sort(selected.begin(), selected.end());
-    SelectShown(place, std::move(selected), false);
-    const auto focus = static_cast<int>(places[focused_row]);
-    ListView_SetItemState(place.list, focus, LVIS_FOCUSED, LVIS_FOCUSED);
-    ListView_EnsureVisible(place.list, focus, FALSE);
-  }
-  InvalidateRect(place.list, nullptr, FALSE);
+  ChangeRows(place, [&order](RowsShown& rows) { PutInOrder(rows, std::move(order)); });
+}
+
+void ShowChosenRows(ListPlace& place, std::vector<bool> chosen) {
+  if (chosen.size() != RowCount(*place.model)) return;
+  ChangeRows(place, [&chosen](RowsShown& rows) { FilterRows(rows, std::move(chosen)); });
+  PlaceChanged(place);
+}
+
+void ShowAllRows(ListPlace& place) {
+  ChangeRows(place, UnfilterRows);
+  PlaceChanged(place);
 }
 
 void ShowSortArrow(const ListPlace& place, int column, bool descending) {

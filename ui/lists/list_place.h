@@ -10,6 +10,7 @@
 
 #include "lists/list_writers.h"
 #include "lists/output_list.h"
+#include "lists/rows_shown.h"
 #include "ui/draw/win.h"
 #include "ui/lists/list_selection.h"
 
@@ -19,14 +20,13 @@ struct MainWindow;
 
 struct ListPlace {
   MainWindow* owner = nullptr;
-  bool pane = false;            // the main window's own list
-  HWND window = nullptr;        // takes the commands of the list: its window, or the main window
-  HWND list = nullptr;          // the control
-  HWND status = nullptr;        // status bar of a list window; null: the main window's is used
-  OutputListPtr model;          // never null once the control is made
-  std::vector<uint32_t> order;  // rows of the model in the order shown, once `ordered`
-  bool ordered = false;         // false: shown as they were added
-  int sorted_column = -1;       // by a click; -1: none
+  bool pane = false;       // the main window's own list
+  HWND window = nullptr;   // takes the commands of the list: its window, or the main window
+  HWND list = nullptr;     // the control
+  HWND status = nullptr;   // status bar of a list window; null: the main window's is used
+  OutputListPtr model;     // never null once the control is made
+  RowsShown rows;          // which of the model's, and in which order
+  int sorted_column = -1;  // by a click; -1: none
   std::array<bool, kMaxColumns> descending{};
   PendingSelection selecting;
   bool columns_touched = false;  // the user's widths stay as they are
@@ -62,11 +62,16 @@ void FitListColumns(ListPlace& place);
 uint32_t ShownRowCount(const ListPlace& place);
 // The model's row at a place in the order shown.
 uint32_t ModelRow(const ListPlace& place, uint32_t shown);
-// All of the model's rows in the order shown.
+// The rows that are shown, and all that the model has, in the order shown.
 std::vector<uint32_t> ShownRows(const ListPlace& place);
-// Shows the rows in another order, which holds each row once; what is selected and in focus stays
+std::vector<uint32_t> AllRows(const ListPlace& place);
+// Puts all rows in another order, which holds each row once; what is selected and in focus stays
 // so.
 void ShowInOrder(ListPlace& place, std::vector<uint32_t> order);
+// Shows the rows chosen, by their numbers in the model; of what is selected those stay so that are
+// still shown.
+void ShowChosenRows(ListPlace& place, std::vector<bool> chosen);
+void ShowAllRows(ListPlace& place);
 // The arrow in the header; -1 for none.
 void ShowSortArrow(const ListPlace& place, int column, bool descending);
 

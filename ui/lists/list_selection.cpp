@@ -147,7 +147,8 @@ void InvertSelection(ListPlace& place) {
 
 RowChoice ChooseRows(const ListPlace& place, bool selection) {
   if (selection) return {SelectedRows(place), true, true};
-  return {place.order, place.ordered, false};
+  if (!IsChoice(place.rows)) return {{}, false, false};
+  return {ShownRows(place), true, false};
 }
 
 void FocusRow(ListPlace& place, uint32_t shown, bool add) {

@@ -82,7 +82,7 @@ EscapeKey& TheEscapeKey() {
 }
 
 bool SortList(ListPlace& place, const SortRequest& request) {
-  const auto job = std::make_shared<SortJob>(SortJob{ShownRows(place), request});
+  const auto job = std::make_shared<SortJob>(SortJob{AllRows(place), request});
   const OutputList& list = *place.model;
   if (!StartListWork(
           place, kOperationSort, [&list, job] { RunSort(list, *job); },
@@ -112,7 +112,7 @@ void SortNewList(ListPlace& place) {
     SortList(place, request);
     return;
   }
-  SortJob job{ShownRows(place), request};
+  SortJob job{AllRows(place), request};
   job.rows = SortRows(*place.model, job.rows, request, [] { return false; });
   ShowSorted(place, job);
 }

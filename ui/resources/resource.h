@@ -105,6 +105,9 @@
 #define kDatesLimited 4522
 #define kDatesPresets 4523
 #define kDatesFreed 4524
+#define kTimelineFreed 4540
+#define kTimelineValues 4541
+#define kTimelineHive 4542
 
 /* live_dialogs.rc */
 #define kMountFile 4440

@@ -1,0 +1,85 @@
+#include "lists/rows_shown.h"
+
+#include <algorithm>
+#include <numeric>
+#include <utility>
+
+namespace hivequarry {
+namespace {
+
+bool IsChosen(const RowsShown& view, uint32_t row) {
+  return row >= view.chosen.size() || view.chosen[row];
+}
+
+void ShowChosen(RowsShown& view) {
+  view.shown.clear();
+  const auto rows = static_cast<uint32_t>(view.ordered ? view.order.size() : view.chosen.size());
+  for (uint32_t at = 0; at < rows; ++at) {
+    const uint32_t row = view.ordered ? view.order[at] : at;
+    if (IsChosen(view, row)) view.shown.push_back(row);
+  }
+}
+
+}  // namespace
+
+std::vector<uint32_t> AllRows(const RowsShown& view, uint32_t rows) {
+  if (view.ordered) return view.order;
+  std::vector<uint32_t> all(rows);
+  std::iota(all.begin(), all.end(), 0U);
+  return all;
+}
+
+std::vector<uint32_t> ShownRows(const RowsShown& view, uint32_t rows) {
+  return view.filtered ? view.shown : AllRows(view, rows);
+}
+
+void PutInOrder(RowsShown& view, std::vector<uint32_t> order) {
+  view.order = std::move(order);
+  view.ordered = true;
+  if (view.filtered) ShowChosen(view);
+}
+
+void FilterRows(RowsShown& view, std::vector<bool> chosen) {
+  view.chosen = std::move(chosen);
+  view.filtered = true;
+  ShowChosen(view);
+}
+
+void UnfilterRows(RowsShown& view) {
+  view.chosen = std::vector<bool>();
+  view.shown = std::vector<uint32_t>();
+  view.filtered = false;
+}
+
+void FollowRows(RowsShown& view, uint32_t rows) {
+  if (view.ordered && view.order.size() > rows) view = RowsShown();
+  if (view.filtered && view.chosen.size() > rows) UnfilterRows(view);
+  while (view.ordered && view.order.size() < rows) {
+    view.order.push_back(static_cast<uint32_t>(view.order.size()));
+  }
+  while (view.filtered && view.chosen.size() < rows) {
+    view.shown.push_back(static_cast<uint32_t>(view.chosen.size()));
+    view.chosen.push_back(true);
+  }
+}
+
+std::vector<bool> TestRows(uint32_t rows, const std::function<bool(uint32_t row)>& passes,
+                           const std::function<bool()>& stop) {
+  constexpr uint32_t kStopInterval = 4096;
+  std::vector<bool> chosen(rows);
+  for (uint32_t row = 0; row < rows; ++row) {
+    if (row % kStopInterval == 0 && stop()) return {};
+    chosen[row] = passes(row);
+  }
+  return chosen;
+}
+
+std::vector<uint32_t> PlacesOfRows(const RowsShown& view, uint32_t rows) {
+  std::vector<uint32_t> places(rows, kNoPlace);
+  for (uint32_t place = 0; place < ShownCount(view, rows); ++place) {
+    places[RowAt(view, place)] = place;
+  }
+  return places;
+}
+
+}  // namespace hivequarry

@@ -1,0 +1,14 @@
+// The timeline of one hive as a list.
+#pragma once
+
+#include "lists/output_list.h"
+#include "reports/timeline.h"
+
+namespace hivequarry {
+
+// Adds a row an event to a kListTimeline, by time. A row's datum is where the image has the key or
+// value; times of the base block lead nowhere.
+void ListTimeline(const HiveImage& hive, const KeyTree& tree, const TimelineOptions& options,
+                  OutputList& list);
+
+}  // namespace hivequarry
