@@ -125,7 +125,10 @@ bool TryAddNumberedRow(OutputList& list, const NewRow& row) {
   const bool five = list.numbers == RowNumbers::kFive;
   const std::string first = Concat({Decimal(RowCount(list) + 1, five ? 5 : 6), five ? ", " : " ",
                                     FirstUnits(cells[0].text, kMaxNumberedText)});
-  cells[0] = first;  // without the value, which is not what the numbered text says
+  // A date stays one; any other value is not what the numbered text says.
+  const KindColumn* column = list.columns.empty() ? nullptr : ColumnRecord(list, 0);
+  const bool date = column != nullptr && column->holds == CellHolds::kDate;
+  cells[0] = Cell(first, date ? cells[0].value : kNoValue);
   NewRow numbered = row;
   numbered.cells = std::span(cells).first(std::max<size_t>(count, 1));
   return TryAddRow(list, numbered);
@@ -264,7 +267,10 @@ bool ReplaceCell(OutputList& list, uint32_t row, int column, std::string_view te
   if (row >= RowCount(list) || column < 0 || column >= ColumnCount(list)) return false;
   std::array<Cell, kMaxOwnColumns> cells;
   const NewRow changed = CopyRow(list, row, std::span(cells).first(list.columns.size()));
-  cells[static_cast<size_t>(column)] = text;
+  const KindColumn* record = ColumnRecord(list, column);
+  Cell& cell = cells[static_cast<size_t>(column)];
+  const bool date = record != nullptr && record->holds == CellHolds::kDate;
+  cell = Cell(text, date ? cell.value : kNoValue);
   // The old blob stays where it is until the list is cleared.
   const RowLayout layout = LayOut(changed, list.columns.size(), TextSet());
   const char* blob = MakeBlob(list, layout);

@@ -122,6 +122,7 @@ bool RowHasDatum(const OutputList& list, uint32_t row);
 RowFacts FactsOfRow(const OutputList& list, uint32_t row);
 // Gives one cell of a row another text, for a list that is filled in afterwards (the name of a file
 // made for the row). No reader may be at work. False when there is no memory or no such cell.
+// A date stays that date.
 bool ReplaceCell(OutputList& list, uint32_t row, int column, std::string_view text);
 // No reader may be at work.
 void ClearRows(OutputList& list);

@@ -38,6 +38,10 @@ bool HasNeeds(ListNeeds needs, const ListFacts& facts) {
       return facts.again && facts.hive;
     case ListNeeds::kFiltered:
       return facts.filtered;
+    case ListNeeds::kTimes:
+      return facts.times;
+    case ListNeeds::kPicture:
+      return facts.picture;
   }
   return false;
 }

@@ -23,6 +23,8 @@ enum class ListNeeds : uint8_t {
   kRunning,
   kAgain,     // a list whose rows can be made anew
   kFiltered,  // a list that shows some of its rows
+  kTimes,     // a list in a window of its own whose rows have times
+  kPicture,   // one that shows the picture of them
 };
 
 // What a check mark shows.
@@ -30,6 +32,7 @@ enum class ListSwitch : uint8_t {
   kNone,
   kOnlyMissing,    // a comparison lists only what the registry lacks
   kOnlyDifferent,  // or only what has other data there
+  kActivity,       // the picture of activity is shown
 };
 
 // What guards of one list look at; filled anew each time they are asked.
@@ -46,6 +49,8 @@ struct ListFacts {
   bool evidence = false;  // evidence mode
   bool again = false;     // its rows can be made anew
   bool filtered = false;  // it shows some of its rows
+  bool times = false;     // its window can show when they were
+  bool picture = false;   // and does
   int kind = 0;           // of the list
 };
 

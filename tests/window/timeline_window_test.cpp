@@ -2,6 +2,7 @@
 #include "reports/key_dates.h"
 #include "tests/window/dialog_fixture.h"
 #include "tests/window/list_fixture.h"
+#include "ui/dialogs/list_dialogs.h"
 #include "ui/lists/list_filtering.h"
 #include "ui/lists/list_menu.h"
 #include "ui/lists/list_sorting.h"
@@ -76,6 +77,75 @@ TEST_F(TimelineWindowTest, FilteredRowsAreSortedSelectedAndSavedAlone) {
   Finish(place);
   EXPECT_EQ(Column(place, 0), (Texts{"d 1", "c 1", "b 1", "a 2"}));
   EXPECT_FALSE(IsListCommandAvailable(place, kCommandShowAllRows));
+}
+
+// The pane of a list window, once its picture was read.
+HWND PaneOf(const ListPlace& place) {
+  return FindWindowExW(place.window, nullptr, L"HivequarryActivity", nullptr);
+}
+
+// Moves the mouse over a pane with the button down, in hundredths of the width.
+void Drag(HWND pane, int from, int to) {
+  RECT area;
+  GetClientRect(pane, &area);
+  const LPARAM start = MAKELPARAM(area.right * from / 100, area.bottom / 2);
+  const LPARAM end = MAKELPARAM(area.right * to / 100, area.bottom / 2);
+  SendMessageW(pane, WM_LBUTTONDOWN, MK_LBUTTON, start);
+  SendMessageW(pane, WM_MOUSEMOVE, MK_LBUTTON, end);
+  SendMessageW(pane, WM_LBUTTONUP, 0, end);
+}
+
+TEST_F(TimelineWindowTest, DraggingOverThePicturePicksRowsAndEscShowsAll) {
+  ListPlace* place = Timeline();
+  ASSERT_NE(place, nullptr);
+  const HWND pane = PaneOf(*place);
+  ASSERT_TRUE(IsWindowVisible(pane));
+  const int all = ListView_GetItemCount(place->list);
+  SendMessageW(pane, WM_KEYDOWN, 'Y', 0);
+  Drag(pane, 0, 40);  // 2001 to some year before 2010
+  Finish(*place);
+  const Texts dates = Column(*place, 0);
+  ASSERT_GE(dates.size(), 3U);
+  EXPECT_LT(std::ssize(dates), all);
+  for (const std::string& date : dates) EXPECT_TRUE(date.starts_with("200")) << date;
+  EXPECT_TRUE(PartText(*place, 0).starts_with(" 2001-01-01 00:00 to 20")) << PartText(*place, 0);
+  Drag(pane, 30, 30);  // a bar without rows
+  Finish(*place);
+  MSG escape{pane, WM_KEYDOWN, VK_ESCAPE, 0, 0, {}};
+  EXPECT_TRUE(TranslateListKeys(escape));
+  Finish(*place);
+  EXPECT_EQ(ListView_GetItemCount(place->list), all);
+  SendMessageW(pane, WM_LBUTTONDOWN, MK_LBUTTON, MAKELPARAM(100, 60));
+  EXPECT_TRUE(TranslateListKeys(escape)) << "ends the drag alone";
+  EXPECT_TRUE(IsWindow(place->window));
+  SendMessageW(pane, WM_LBUTTONUP, 0, MAKELPARAM(200, 60));
+  EXPECT_EQ(ListView_GetItemCount(place->list), all);
+  RunList(*place, kCommandActivity);
+  EXPECT_FALSE(IsWindowVisible(pane));
+  EXPECT_FALSE(IsListCommandAvailable(*place, kCommandSavePicture));
+}
+
+TEST_F(TimelineWindowTest, PicturesAreSavedByTheNameOfTheirFile) {
+  ListPlace* place = Timeline();
+  ASSERT_NE(place, nullptr);
+  const ListDialogs real = TheListDialogs();
+  const TempFile here(std::string_view("old"), "old.txt");
+  const struct {
+    const char* name;
+    std::string start;
+  } cases[] = {{"a.png", "\x89PNG\r\n"}, {"a.svg", "<?xml version=\"1.0\""}};
+  for (const auto& c : cases) {
+    const std::string file = here.folder() + "\\" + c.name;
+    TheListDialogs().save = [&file](const FileRequest&) { return FileChoice{file, 0}; };
+    RunList(*place, kCommandSavePicture);
+    const std::string bytes = ContentOf(file);
+    EXPECT_TRUE(bytes.starts_with(c.start)) << c.name;
+    EXPECT_GT(bytes.size(), 500U);
+  }
+  TheListDialogs() = real;
+  ListPlace& other = OpenList(MakeRows(kListUninstall, {{"2008/05/17, 13:02:09", "a"}}));
+  EXPECT_FALSE(IsWindowVisible(PaneOf(other)));
+  EXPECT_TRUE(IsListCommandAvailable(other, kCommandActivity));
 }
 
 }  // namespace

@@ -6,6 +6,7 @@
 #include "ui/commands/export_commands.h"
 #include "ui/commands/log_commands.h"
 #include "ui/commands/report_commands.h"
+#include "ui/lists/activity_pane.h"
 #include "ui/lists/list_actions.h"
 #include "ui/lists/list_filtering.h"
 #include "ui/lists/list_finding.h"
@@ -65,6 +66,8 @@ constexpr ListRoute kRoutes[] = {
     {kCommandSortByType, OnSortByType},
     {kCommandSortByLength, OnSortByLength},
     {kCommandSortByLevel, OnSortByLevel},
+    {kCommandActivity, OnActivity},
+    {kCommandSavePicture, OnSavePicture},
     {kCommandShowAllRows, OnShowAllRows},
     {kCommandResizeColumns, OnResizeListColumns},
     {kCommandStop, OnStopListWork},

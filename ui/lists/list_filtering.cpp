@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "host/long_operation.h"
+#include "ui/lists/activity_pane.h"
 #include "ui/lists/list_work.h"
 
 namespace hivequarry {
@@ -21,6 +22,9 @@ bool FilterList(ListPlace& place, RowTest passes) {
       [&place, chosen] { ShowChosenRows(place, std::move(*chosen)); });
 }
 
-void OnShowAllRows(ListPlace& place) { ShowAllRows(place); }
+void OnShowAllRows(ListPlace& place) {
+  ShowAllRows(place);
+  ForgetPickedRange(place);
+}
 
 }  // namespace hivequarry

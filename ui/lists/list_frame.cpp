@@ -8,6 +8,7 @@
 #include "host/number_text.h"
 #include "ui/frame/text.h"
 #include "ui/frame/tool_buttons.h"
+#include "ui/lists/activity_pane.h"
 #include "ui/lists/list_menu.h"
 #include "ui/main/main_window.h"
 #include "view/list_commands.h"
@@ -24,6 +25,8 @@ constexpr int kToolIcon = 20;
 constexpr int kProgressWidth = 160;
 constexpr int kCountWidth = 190;
 constexpr int kProgressMargin = 3;
+constexpr int kLeastActivity = 110;
+constexpr int kMostActivity = 240;
 
 HWND MakeChild(const ListWindow& window, const wchar_t* type, const wchar_t* text, DWORD style,
                ListChildId identifier) {
@@ -77,6 +80,28 @@ int PlaceSource(const ListWindow& window, int width, int top) {
   MoveWindow(window.label, 2 * margin, top + inside, label.cx, label.cy, TRUE);
   MoveWindow(window.source, left, top, std::max(width - left - margin, 0), height, TRUE);
   return height + margin;
+}
+
+// --- the picture of activity ---------------------------------------------------------------------
+
+bool IsShown(HWND child) { return (GetWindowLongW(child, GWL_STYLE) & WS_VISIBLE) != 0; }
+
+// Its height, a part of the room; 0 where there is none.
+int PlaceActivity(const ListWindow& window, int width, int top, int room) {
+  if (!IsShown(window.activity)) return 0;
+  const int height =
+      std::clamp(room / 3, Scale(kLeastActivity, window.dpi), Scale(kMostActivity, window.dpi));
+  MoveWindow(window.activity, 0, top, width, height, TRUE);
+  return height;
+}
+
+void ShowActivityPane(ListWindow& window) {
+  const bool shown = ShowsActivity(window.place);
+  if (shown != IsShown(window.activity)) {
+    ShowWindow(window.activity, shown ? SW_SHOWNA : SW_HIDE);
+    LayOutListWindow(window);
+  }
+  FollowActivity(window.place);
 }
 
 // --- status bar ----------------------------------------------------------------------------------
@@ -133,7 +158,7 @@ void ShowText(HWND window, const std::wstring& text) {
 void ShowSource(ListWindow& window) {
   const bool shown = HasSource(window);
   ShowText(window.source, WideName(ListSource(*window.place.model)));
-  if (shown == ((GetWindowLongW(window.source, GWL_STYLE) & WS_VISIBLE) != 0)) return;
+  if (shown == IsShown(window.source)) return;
   ShowWindow(window.label, shown ? SW_SHOWNA : SW_HIDE);
   ShowWindow(window.source, shown ? SW_SHOWNA : SW_HIDE);
   LayOutListWindow(window);
@@ -147,12 +172,13 @@ bool MakeListFrame(ListWindow& window) {
   window.label = MakeChild(window, WC_STATICW, L"File:", SS_NOPREFIX, kListLabelId);
   window.source = MakeChild(window, WC_EDITW, L"",
                             WS_TABSTOP | WS_BORDER | ES_READONLY | ES_AUTOHSCROLL, kListSourceId);
+  window.activity = MakeActivityPane(place, kListActivityId);
   place.status =
       MakeChild(window, STATUSCLASSNAMEW, L"", WS_VISIBLE | SBARS_SIZEGRIP, kListStatusId);
   window.progress = CreateWindowExW(0, PROGRESS_CLASSW, L"", WS_CHILD | PBS_SMOOTH, 0, 0, 0, 0,
                                     place.status, nullptr, place.owner->instance, nullptr);
-  for (const HWND child :
-       {window.toolbar, window.label, window.source, place.status, window.progress}) {
+  for (const HWND child : {window.toolbar, window.label, window.source, window.activity,
+                           place.status, window.progress}) {
     if (child == nullptr) return false;
   }
   if (MakeListControl(place, kListId) == nullptr) return false;
@@ -169,6 +195,7 @@ void RefreshListLook(ListWindow& window) {
        {window.toolbar, window.label, window.source, window.place.list, window.place.status}) {
     SendMessageW(child, WM_SETFONT, reinterpret_cast<WPARAM>(window.fonts.text), FALSE);
   }
+  SetActivityFont(window.activity, window.fonts.text);
   ListView_SetImageList(window.place.list, window.icons.values, LVSIL_SMALL);
   SendMessageW(window.toolbar, TB_SETIMAGELIST, 0, reinterpret_cast<LPARAM>(window.icons.tools));
   SendMessageW(window.toolbar, TB_SETDISABLEDIMAGELIST, 0,
@@ -190,6 +217,7 @@ void LayOutListWindow(ListWindow& window) {
   MoveWindow(window.toolbar, side, side / 2, client.right - 2 * side, top - side / 2, TRUE);
   top += PlaceSource(window, client.right, top);
   const int bottom = client.bottom - (status.bottom - status.top);
+  top += PlaceActivity(window, client.right, top, bottom - top);
   MoveWindow(window.place.list, 0, top, client.right, std::max(bottom - top, 0), TRUE);
   FitListColumns(window.place);
 }
@@ -197,6 +225,7 @@ void LayOutListWindow(ListWindow& window) {
 void ShowListState(ListWindow& window) {
   ShowText(window.place.window, WindowText(ListTitle(*window.place.model)));
   ShowSource(window);
+  ShowActivityPane(window);
   ShowCount(window);
   ShowWork(window);
   ShowButtons(window);

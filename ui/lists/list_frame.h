@@ -7,7 +7,14 @@
 
 namespace hivequarry {
 
-enum ListChildId : int { kListToolbarId = 1, kListLabelId, kListSourceId, kListId, kListStatusId };
+enum ListChildId : int {
+  kListToolbarId = 1,
+  kListLabelId,
+  kListSourceId,
+  kListActivityId,
+  kListId,
+  kListStatusId
+};
 enum ListStatusPart : int { kListText, kListProgress, kListCount, kListStatusParts };
 
 // Goes with its window, as do fonts and pictures.
@@ -16,6 +23,7 @@ struct ListWindow {
   HWND toolbar = nullptr;
   HWND label = nullptr;  // of the source, and its name: shown where the list has one
   HWND source = nullptr;
+  HWND activity = nullptr;    // the picture, hidden where there is none
   HWND progress = nullptr;    // inside the status bar
   HWND last_focus = nullptr;  // gets the focus back when the window is activated
   uint32_t dpi = USER_DEFAULT_SCREEN_DPI;

@@ -1,5 +1,6 @@
 // The keys of a list window: those of its commands, and the way from child to child.
 #include "host/long_operation.h"
+#include "ui/lists/activity_pane.h"
 #include "ui/lists/list_frame.h"
 #include "ui/lists/list_menu.h"
 #include "ui/lists/list_window.h"
@@ -44,6 +45,7 @@ void FocusNextChild(const ListPlace& place, bool backward) {
 
 // Ends what is under way bit by bit; a worker polls the key itself.
 void OnEscape(ListPlace& place) {
+  if (CancelDrag(place)) return;
   if (IsSelecting(place)) return EndSelecting(place);
   if (place.rows.filtered && !place.working) return RunListCommand(place, kCommandShowAllRows);
   if (!place.working && TheLongOperation().running == 0) {

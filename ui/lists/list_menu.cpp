@@ -6,6 +6,7 @@
 
 #include "host/long_operation.h"
 #include "ui/frame/text.h"
+#include "ui/lists/activity_pane.h"
 #include "ui/lists/list_command_handlers.h"
 #include "ui/lists/list_place.h"
 #include "ui/live/compare_commands.h"
@@ -53,11 +54,13 @@ ListFacts FactsOfPlace(const ListPlace& place, bool with_position) {
   facts.evidence = place.owner->host.evidence;
   facts.again = place.again != nullptr;
   facts.filtered = place.rows.filtered;
+  facts.times = HasActivity(place);
+  facts.picture = ShowsActivity(place);
   facts.kind = ListKindOf(*place.model);
   return facts;
 }
 
-bool IsOn(ListSwitch what) {
+bool IsOn(const ListPlace& place, ListSwitch what) {
   switch (what) {
     case ListSwitch::kNone:
       return false;
@@ -65,6 +68,8 @@ bool IsOn(ListSwitch what) {
       return ListsOnlyMissing();
     case ListSwitch::kOnlyDifferent:
       return ListsOnlyDifferent();
+    case ListSwitch::kActivity:
+      return ShowsActivity(place);
   }
   return false;
 }
@@ -95,10 +100,11 @@ HMENU SubMenuOf(MenuBuilder& builder, const ListCommand& command) {
   return menu;
 }
 
-void AppendCommand(MenuBuilder& builder, const ListCommand& command, bool available) {
+void AppendCommand(MenuBuilder& builder, const ListPlace& place, const ListCommand& command,
+                   bool available) {
   const HMENU menu = command.submenu == nullptr ? builder.menu : SubMenuOf(builder, command);
   if (command.group_start) StartGroup(menu);
-  const bool checked = IsOn(command.checked);
+  const bool checked = IsOn(place, command.checked);
   AppendMenuW(
       menu,
       MF_STRING | (available ? MF_ENABLED : MF_GRAYED) | (checked ? MF_CHECKED : MF_UNCHECKED),
@@ -135,7 +141,7 @@ HMENU MakeListMenu(const ListPlace& place) {
   MenuBuilder builder{CreatePopupMenu(), {}};
   for (const ListCommand& command : ListCommands()) {
     if (command.text == nullptr || !IsOffered(command, facts)) continue;
-    AppendCommand(builder, command, IsAvailable(command, facts));
+    AppendCommand(builder, place, command, IsAvailable(command, facts));
   }
   return builder.menu;
 }

@@ -17,6 +17,7 @@
 namespace hivequarry {
 
 struct MainWindow;
+struct ActivityPane;
 
 struct ListPlace {
   MainWindow* owner = nullptr;
@@ -35,9 +36,11 @@ struct ListPlace {
   std::vector<uint32_t> keys;   // by the model's row: position of the key that it belongs to, where
                                 // its own is no key's; may be empty
   std::function<void()> again;  // makes the rows anew; null where that can't be
-  bool filling = false;         // a worker adds rows to the model
-  bool working = false;         // a worker reads or fills the model (list_work.h)
-  bool closing = false;         // the window goes when that worker has ended
+  ActivityPane* activity = nullptr;  // the picture over the rows; none in the pane
+  bool activity_turned = false;      // it was shown or hidden by the user
+  bool filling = false;              // a worker adds rows to the model
+  bool working = false;              // a worker reads or fills the model (list_work.h)
+  bool closing = false;              // the window goes when that worker has ended
 };
 
 // Makes the control of the main window's pane, with an empty list of 18 columns named "Col00" on.
