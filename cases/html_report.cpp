@@ -177,13 +177,16 @@ void WriteSection(const HtmlSection& section, Page& page) {
   }
   const std::vector<std::string> titles = TitlesOf(section);
   const bool named = !section.lists.front().first.empty();
+  const bool own = std::ranges::find(titles, "File") != titles.end();
   page << "<p class=\"note\">" << std::to_string(rows) << (rows == 1 ? " row" : " rows");
   if (rows > kMostHtmlRows) page << ", the first " << std::to_string(kMostHtmlRows) << " here";
   if (!section.whole.empty()) page << "; all in " << Escaped(section.whole);
   page << "</p>\n<input type=\"search\" placeholder=\"Filter\" aria-label=\"Filter\" "
           "data-rows=\"rows-"
        << section.id << "\"> <span class=\"note\"></span>\n<div class=\"wide\"><table>\n<thead><tr>"
-       << (named ? "<th>File</th>" : "");
+       << (!named ? ""
+           : own  ? "<th>Hive File</th>"
+                  : "<th>File</th>");
   for (const std::string& title : titles) page << "<th>" << Escaped(title) << "</th>";
   page << "</tr></thead>\n<tbody id=\"rows-" << section.id << "\">\n";
   WriteRows(section, titles, page);

@@ -13,6 +13,7 @@
 #include "app/shortfall_words.h"
 #include "bytes/sha256.h"
 #include "cases/html_report.h"
+#include "cases/joined.h"
 #include "cli/file_labels.h"
 #include "cli/hive_files.h"
 #include "cli/opened_hive.h"
@@ -348,6 +349,25 @@ HtmlSection SectionOf(const char* id, const char* title, OutputListPtr list,
   return section;
 }
 
+// In the order of the report; the lists go with them.
+std::vector<HtmlSection> SectionsOf(Machine& machine, const std::string& ending) {
+  std::vector<HtmlSection> sections;
+  sections.push_back(
+      SectionOf("files", "Files and their hashes", std::move(machine.files), "files" + ending));
+  sections.push_back(
+      SectionOf("overview", "The machine", std::move(machine.overview), "overview" + ending));
+  for (size_t i = 1; i < machine.parts.size(); ++i) {
+    sections.push_back(std::move(machine.parts[i].section));
+  }
+  OutputListPtr joined = JoinLists(sections);
+  sections.insert(sections.begin() + 2, SectionOf("joined", "What several lists or files tell of",
+                                                  std::move(joined), "joined" + ending));
+  sections.push_back(std::move(machine.parts[0].section));
+  sections.push_back(SectionOf("problems", "What could not be read", std::move(machine.problems),
+                               "problems" + ending));
+  return sections;
+}
+
 bool WriteReport(Machine& machine, const std::string& ending) {
   HtmlReport report;
   report.title = "Machine";
@@ -355,17 +375,10 @@ bool WriteReport(Machine& machine, const std::string& ending) {
                   " hives and logs, known by their content. Times are UTC unless a column says "
                   "otherwise. The files were read and not written; logs were applied in memory."};
   report.picture = BarsOf(machine.timeline);
-  report.sections.push_back(
-      SectionOf("files", "Files and their hashes", std::move(machine.files), "files" + ending));
-  report.sections.push_back(
-      SectionOf("overview", "The machine", std::move(machine.overview), "overview" + ending));
-  for (size_t i = 1; i < machine.parts.size(); ++i) {
-    report.sections.push_back(std::move(machine.parts[i].section));
-  }
-  report.sections.push_back(std::move(machine.parts[0].section));
-  report.sections.push_back(SectionOf("problems", "What could not be read",
-                                      std::move(machine.problems), "problems" + ending));
-  return WriteFile(machine, "report.html",
+  report.sections = SectionsOf(machine, ending);
+  const OutputList& joined = *report.sections[2].lists.front().second;
+  return WriteText(machine, "joined" + ending, TextOfList(joined, machine.printing)) &&
+         WriteFile(machine, "report.html",
                    [&](const TextSink& sink) { return WriteHtmlReport(report, sink); });
 }
 

@@ -234,6 +234,10 @@ class MachineFolderTest : public ConsoleTest {
     user.FileName("\\??\\C:\\Users\\anna\\ntuser.dat");
     user.Key("Software\\Microsoft\\Windows\\CurrentVersion\\Run")
         .Sz("One", "C:\\one.exe")
+        .Sz("Three", "\"c:\\Tools\\three.exe\" -x");
+    user.Key("Software\\Classes\\Local Settings\\Software\\Microsoft\\Windows\\Shell\\MuiCache")
+        .Sz("C:\\Tools\\Three.EXE.FriendlyAppName", "Three");
+    user.Key("Software\\Microsoft\\Windows\\CurrentVersion\\Run")
         .Sz("<script>alert(1)</script>", "C:\\\"two\".exe & more");
     user.Key("Control Panel\\Desktop");
     user.Key("Environment");
@@ -270,7 +274,16 @@ TEST_F(MachineFolderTest, WritesListsAndAReport) {
   EXPECT_NE(files.find("{\"File\":\"sub/profile\",\"Kind\":\"NTUSER\""), std::string::npos);
   const std::string autostart = ContentOf(Sibling("out/autostart.jsonl"));
   EXPECT_TRUE(autostart.starts_with("{\"File\":\"sub/profile\",")) << autostart;
-  EXPECT_EQ(std::ranges::count(autostart, '\n'), 2);
+  EXPECT_EQ(std::ranges::count(autostart, '\n'), 3);
+  const std::string joined = ContentOf(Sibling("out/joined.jsonl"));
+  EXPECT_EQ(std::ranges::count(joined, '\n'), 2) << joined;
+  for (const char* evidence : {"mui-cache", "autostart"}) {
+    const std::string start =
+        "{\"What\":\"program\",\"Name\":\"C:\\\\TOOLS\\\\THREE.EXE\",\"Evidence\":\"";
+    EXPECT_NE(joined.find(start + evidence + "\",\"File\":\"sub/profile\",\"Offset\":\"0x"),
+              std::string::npos)
+        << joined;
+  }
   const std::string manifest = ContentOf(Sibling("out/manifest.json"));
   for (const char* each : {"\"file\": \"sub/profile\", \"size\": ", "\"file\": \"report.html\""}) {
     EXPECT_NE(manifest.find(each), std::string::npos) << manifest;
@@ -299,7 +312,7 @@ TEST_F(MachineFolderTest, ABrowserFiltersTheReport) {
                   ">dom 2>/dev/null"),
             0);
   const std::string dom = ContentOf(Sibling("dom"));
-  EXPECT_NE(dom.find("1 of 2 rows"), std::string::npos);
+  EXPECT_NE(dom.find("1 of 3 rows"), std::string::npos);
   EXPECT_NE(dom.find("<tr hidden=\"\"><td>sub/profile</td><td>Run</td><td>One</td>"),
             std::string::npos);
 }

@@ -1,0 +1,155 @@
+#include "cases/joined.h"
+
+#include <algorithm>
+#include <map>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "host/case.h"
+#include "host/long_operation.h"
+#include "host/number_text.h"
+#include "lists/list_rows.h"
+
+namespace hivequarry {
+namespace {
+
+using Names = std::vector<std::string>;
+
+// "a, b": each by itself.
+Names PartsOf(std::string_view text) {
+  Names parts;
+  while (!text.empty()) {
+    const size_t end = std::min(text.find(", "), text.size());
+    if (end != 0) parts.emplace_back(text.substr(0, end));
+    text.remove_prefix(std::min(end + 2, text.size()));
+  }
+  return parts;
+}
+
+// A serial that the device has: those that the system made up have an "&" as their second
+// character, and say nothing of the device.
+Names SerialsOf(std::string_view text) {
+  if (text.size() < 2 || text[1] == '&') return {};
+  return {std::string(text.substr(0, text.rfind('&')))};
+}
+
+Names PathsOf(std::string_view text) {
+  if (text.starts_with("\\??\\")) text.remove_prefix(4);
+  if (text.starts_with('"')) {
+    text.remove_prefix(1);
+    text = text.substr(0, text.find('"'));
+  }
+  const std::string capitals = CapitalsOfText(text);
+  size_t end = capitals.size();
+  for (const char* ending : {".EXE", ".DLL", ".SYS"}) {
+    const size_t at = capitals.find(ending);
+    if (at != std::string::npos) end = std::min(end, at + 4);
+  }
+  const std::string path = capitals.substr(0, end);
+  return path.find('\\') == std::string::npos ? Names() : Names{path};
+}
+
+struct Rule {
+  const char* what;
+  const char* section;
+  const char* column;
+  Names (*names)(std::string_view);
+};
+constexpr Rule kRules[] = {{"device", "usb-devices", "Serial", SerialsOf},
+                           {"device", "volumes", "Serial", SerialsOf},
+                           {"volume", "usb-devices", "Volumes", PartsOf},
+                           {"volume", "volumes", "Volume", PartsOf},
+                           {"volume", "volumes", "Names Together", PartsOf},
+                           {"user", "files", "User", PartsOf},
+                           {"user", "profiles", "User", PartsOf},
+                           {"user", "accounts", "User", PartsOf},
+                           {"user", "activity", "User", PartsOf},
+                           {"program", "user-assist", "Program", PathsOf},
+                           {"program", "shim-cache", "Program", PathsOf},
+                           {"program", "activity", "Program", PathsOf},
+                           {"program", "am-cache", "File", PathsOf},
+                           {"program", "mui-cache", "Program", PathsOf},
+                           {"program", "autostart", "Command", PathsOf},
+                           {"program", "service-files", "File", PathsOf}};
+
+// A row of evidence.
+struct Place {
+  const HtmlSection* section = nullptr;
+  const std::string* file = nullptr;
+  const OutputList* list = nullptr;
+  uint32_t row = 0;
+  auto operator<=>(const Place&) const = default;
+};
+
+std::string_view CellOf(const Place& place, std::string_view title) {
+  for (int column = 0; column < ColumnCount(*place.list); ++column) {
+    if (ColumnTitle(*place.list, column) == title) {
+      return CellText(*place.list, place.row, column);
+    }
+  }
+  return {};
+}
+
+// The first filled cells of the evidence's own, "Title: text; ...".
+std::string WordsOf(const Place& place) {
+  constexpr int kMost = 5;
+  std::string words;
+  int told = 0;
+  for (int column = 0; column < ColumnCount(*place.list) && told < kMost; ++column) {
+    const std::string& title = ColumnTitle(*place.list, column);
+    if (title == "Note" || title == "State") break;
+    const std::string_view text = CellText(*place.list, place.row, column);
+    if (text.empty()) continue;
+    words += Concat({told++ == 0 ? "" : "; ", title, ": ", text});
+  }
+  return words;
+}
+
+// By what it is and its name in capitals.
+using Joined = std::map<std::pair<std::string_view, std::string>, std::vector<Place>>;
+
+void AddRows(const Rule& rule, const HtmlSection& section, Joined& joined) {
+  for (const auto& [file, list] : section.lists) {
+    for (uint32_t row = 0; row < RowCount(*list) && !StopRequested(); ++row) {
+      const Place place = {&section, &file, list.get(), row};
+      for (const std::string& name : rule.names(CellOf(place, rule.column))) {
+        std::vector<Place>& places = joined[{rule.what, CapitalsOfText(name)}];
+        if (places.empty() || places.back() != place) places.push_back(place);
+      }
+    }
+  }
+}
+
+bool IsToldTwice(const std::vector<Place>& places) {
+  return std::ranges::any_of(places,
+                             [&](const Place& place) { return place.list != places.front().list; });
+}
+
+}  // namespace
+
+OutputListPtr JoinLists(std::span<const HtmlSection> sections) {
+  Joined joined;
+  for (const Rule& rule : kRules) {
+    for (const HtmlSection& section : sections) {
+      if (section.id == rule.section) AddRows(rule, section, joined);
+    }
+  }
+  OutputListPtr list = MakeOutputList(kListDetail);
+  SetColumns(*list, {"What", "Name", "Evidence", "File", "Offset", "State", "Says"});
+  for (const auto& [what_and_name, places] : joined) {
+    if (!IsToldTwice(places)) continue;
+    for (const Place& place : places) {
+      const std::string_view value = CellOf(place, "Value Offset");
+      const std::string_view offset = value.empty() ? CellOf(place, "Key Offset") : value;
+      const std::string_view file = place.file->empty() ? CellOf(place, "File") : *place.file;
+      AddListRow(*list,
+                 {what_and_name.first, what_and_name.second, place.section->id, file, offset,
+                  CellOf(place, "State"), WordsOf(place)},
+                 kNoOffset);
+    }
+  }
+  return list;
+}
+
+}  // namespace hivequarry
