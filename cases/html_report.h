@@ -1,5 +1,5 @@
-// One HTML file of lists: whole in itself, light or dark as the reader's system is, to be read, filtered
-// and printed anywhere. It loads nothing, and says so to the browser.
+// One HTML file of lists: whole in itself, light or dark as the reader's system is, to be read,
+// filtered and printed anywhere. It loads nothing, and says so to the browser.
 #pragma once
 
 #include <cstdint>

@@ -29,8 +29,8 @@ using FileStream = std::unique_ptr<std::FILE, FileCloser>;
 // 64-bit seek from the start and length of an open file; false (or -1) on failure.
 bool SeekFile(std::FILE* stream, uint64_t position);
 int64_t FileSize(std::FILE* stream);
-// Where the next bytes are that a sparse file keeps, from `position` on; `end` where there are none,
-// and `position` where the platform does not say.
+// Where the next bytes are that a sparse file keeps, from `position` on; `end` where there are
+// none, and `position` where the platform does not say.
 uint64_t NextFileData(std::FILE* stream, uint64_t position, uint64_t end);
 
 }  // namespace hivequarry
