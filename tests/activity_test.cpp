@@ -121,7 +121,8 @@ TEST(ActivityTest, BarsFollowTheCalendar) {
 TEST(ActivityTest, EveryEventIsInOneBarOfEveryZoom) {
   const OutputListPtr list = MakeOutputList(kListTimeline);
   for (uint64_t i = 0; i < 5000; ++i) {
-    const Cell cells[] = {{"date", At(2001, 1, 1) + i * i * 14}, i % 3 == 0 ? "run" : "key written"};
+    const Cell cells[] = {{"date", At(2001, 1, 1) + i * i * 14},
+                          i % 3 == 0 ? "run" : "key written"};
     NewRow row;
     row.cells = cells;
     AddRow(*list, row);

@@ -128,7 +128,7 @@ void SettleSeries(std::vector<ActivitySeries> kinds, Activity& activity) {
 // 1, 2 or 5 and zeros, not below the number.
 uint64_t RoundAbove(uint64_t number) {
   for (uint64_t step = 1;; step *= 10) {
-    for (const uint64_t factor : {1, 2, 5}) {
+    for (const uint64_t factor : {uint64_t{1}, uint64_t{2}, uint64_t{5}}) {
       if (step * factor >= number) return step * factor;
     }
   }
