@@ -42,8 +42,8 @@ std::wstring Quoted(const std::string& argument) {
 }
 
 int64_t Spawn(const std::vector<std::string>& arguments, int output, int messages) {
-  wchar_t* program = nullptr;
-  if (_get_wpgmptr(&program) != 0) return -1;
+  const wchar_t* program = _wpgmptr;  // the program's whole path
+  if (program == nullptr) return -1;
   std::vector<std::wstring> texts = {L"hivequarry-cli"};
   for (const std::string& argument : arguments) texts.push_back(Quoted(argument));
   std::vector<const wchar_t*> list;
