@@ -1,11 +1,16 @@
 #include "app/opening_words.h"
 
+#include <algorithm>
 #include <cstring>
 
-#include "host/file_reading.h"
+#include "hive/file_place.h"
 #include "host/files.h"
 #include "host/host.h"
+#include "host/launch.h"
 #include "host/long_operation.h"
+#include "host/number_text.h"
+#include "host/shortfalls.h"
+#include "recovery/root_search.h"
 #include "replay/log_words.h"
 #include "words/other_file.h"
 
@@ -36,6 +41,14 @@ void Tell(const std::string& file_name, const OpenFailure& failure) {
   ShowMessage(text.c_str(), kProgramName, Icon::kInformation);
 }
 
+// 0 when the file can't be read any more.
+uint32_t SizeOfFile(const std::string& file) {
+  int error = 0;
+  const FileStream stream(OpenFile(file, "rb", error));
+  if (stream == nullptr) return 0;
+  return static_cast<uint32_t>(std::clamp<int64_t>(FileSize(stream.get()), 0, UINT32_MAX));
+}
+
 }  // namespace
 
 int OpenHiveAndTell(const std::string& file_name) {
@@ -48,8 +61,34 @@ int OpenHiveAndTell(const std::string& file_name) {
   OpenFailure failure;
   const int slot = OpenHive(file_name, failure);
   Tell(file_name, failure);
-  if (slot >= 0) ReportUnread(file_name, HiveOfSlot(slot).unread);
+  if (slot >= 0) TellOfUnread(file_name, HiveOfSlot(slot).unread);
   return slot;
+}
+
+void TellOfUnread(const std::string& file, const UnreadBytes& unread) {
+  constexpr size_t kMostNamed = 8;
+  if (unread.count == 0) return;
+  NoteShortfall(Shortfall::kUnreadBytes, unread.count);
+  const std::string text =
+      Concat({"Could not read ", std::to_string(unread.count), " byte(s) of ", file, " (",
+              std::strerror(unread.error),
+              "), zeros stand for them: ", UnreadRangesText(unread, kMostNamed)});
+  ShowMessage(text.c_str(), kProgramName, Icon::kExclamation);
+}
+
+void OfferOtherHive(const HiveImage& hive, uint32_t root_position) {
+  const std::string text =
+      Concat({"New Root Cell found at 0x", Hex(FilePositionOf(hive, root_position)),
+              "! Open in new Window?"});
+  if (ShowMessage(text.c_str(), kProgramName, Icon::kQuestion, Buttons::kYesNo) == Answer::kYes) {
+    OpenRootInCopy(hive, root_position);
+  }
+}
+
+void OpenRootInCopy(const HiveImage& hive, uint32_t root_position) {
+  const uint32_t start = RangeStartForRoot(FilePositionOf(hive, root_position));
+  const uint32_t end = SizeOfFile(hive.file_name);
+  LaunchSelf(RangeArguments(FullName(hive.file_name), start, end), kLaunchPlain);
 }
 
 bool IsLogFile(const std::string& file_name, HiveLog& log) {

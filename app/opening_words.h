@@ -1,11 +1,13 @@
 // Opening a hive for a front end: the same words in the window and on the console.
 #pragma once
 
+#include <cstdint>
 #include <span>
 #include <string>
 
 #include "hive/bins.h"
 #include "hive/opening.h"
+#include "host/file_reading.h"
 #include "replay/hive_log.h"
 
 namespace hivequarry {
@@ -13,6 +15,16 @@ namespace hivequarry {
 // OpenHive, and a message of why it failed or of what could not be read; nothing is said of a stop.
 // The slot, -1 when the hive could not be opened, as a log can't.
 int OpenHiveAndTell(const std::string& file_name);
+
+// Notes the shortfall and shows a message with the file's name (UTF-8) and the ranges that could
+// not be read. Nothing when all could.
+void TellOfUnread(const std::string& file, const UnreadBytes& unread);
+
+// For BuildOptions::on_cut: asks whether to open the other hive in a new copy of the program.
+void OfferOtherHive(const HiveImage& hive, uint32_t root_position);
+// Opens the hive of the root cell at an image position in a new copy of the program: the range that
+// RangeStartForRoot gives, up to the end of the file.
+void OpenRootInCopy(const HiveImage& hive, uint32_t root_position);
 
 // True for a file that is no hive but a log of one, by its content; `log` has it then.
 bool IsLogFile(const std::string& file_name, HiveLog& log);

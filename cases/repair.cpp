@@ -43,7 +43,7 @@ class Reopened {
     if (slot_ < 0) return;
     BuildOptions options;
     options.disconnected_values = false;
-    options.ask_other_roots = false;
+    options.cut_at_other_root = false;
     options.show_stopped = false;
     read_ = !BuildImageTree(HiveOfSlot(slot_), options, tree_).stopped;
   }

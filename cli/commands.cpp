@@ -1,16 +1,16 @@
 #include <algorithm>
 #include <cstdio>
 
+#include "app/list_words.h"
+#include "app/memory.h"
 #include "app/opening_words.h"
 #include "app/shortfall_words.h"
 #include "cli/opened_hive.h"
 #include "cli/print_list.h"
 #include "host/host.h"
 #include "host/long_operation.h"
-#include "host/memory.h"
 #include "lists/list_report.h"
 #include "recovery/freed_records.h"
-#include "reports/file_pieces.h"
 #include "reports/freed_lists.h"
 #include "reports/hive_lists.h"
 #include "reports/hive_state.h"
@@ -149,9 +149,9 @@ int Bins(const ConsoleRequest& request, OpenedHive& opened) {
 
 // The pieces' list is for the standard output: the request's output names their folder.
 int Split(const ConsoleRequest& request) {
-  const OutputListPtr list = ListBlockRuns(request.hive);
+  const OutputListPtr list = ListBlockRunsAndTell(request.hive);
   if (list == nullptr) return StopRequested() ? kExitFailed : kExitUnreadable;
-  const bool split = RowCount(*list) == 0 || SplitFile(*list, request.printing.file);
+  const bool split = RowCount(*list) == 0 || SplitFileAndTell(*list, request.printing.file);
   if (!split && !StopRequested()) Complain("Not every piece could be written whole");
   Printing printing = request.printing;
   printing.file.clear();
@@ -171,7 +171,7 @@ int Convert(const ConsoleRequest& request) {
     return kExitFailed;
   }
   const OutputListPtr list = MakeListOfHead(head);
-  if (ReadReportRows(request.hive, *list) != ReportRead::kDone) {
+  if (ReadReportRowsAndTell(request.hive, *list) != ReportRead::kDone) {
     Complain(request.hive + " has no rows that can be read");
     return kExitFailed;
   }
@@ -248,6 +248,7 @@ int RunConsoleCommand(const std::string& name, const ConsoleRequest& request) {
     if (!LeadsElsewhere(InputsOf(request)) || (!split && !MayPrint(request.printing)))
       return kExitFailed;
     const int status = RunRow(row, request);
+    TellOfRefusedRow();
     const std::string cut = ShortfallWords();
     if (cut.empty()) return status;
     Complain(cut);

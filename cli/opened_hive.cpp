@@ -40,7 +40,8 @@ FileToOpen FileOf(const ConsoleRequest& request, const std::string& name) {
   file.end_offset = request.end_offset;
   file.build.disconnected_values = false;
   file.build.root_path = request.root_path;
-  file.build.ask_other_roots = !request.all_roots;
+  file.build.cut_at_other_root = !request.all_roots;
+  file.build.on_cut = OfferOtherHive;
   file.build.show_stopped = false;
   return file;
 }

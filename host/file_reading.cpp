@@ -5,10 +5,8 @@
 #include <cstring>
 
 #include "host/files.h"
-#include "host/host.h"
 #include "host/long_operation.h"
 #include "host/number_text.h"
-#include "host/shortfalls.h"
 
 namespace hivequarry {
 namespace {
@@ -103,16 +101,6 @@ std::string UnreadRangesText(const UnreadBytes& unread, size_t most) {
                     Hex(range.position + range.size - 1, 8)});
   }
   return unread.ranges.size() > most ? text + ", ..." : text;
-}
-
-void ReportUnread(const std::string& file, const UnreadBytes& unread) {
-  constexpr size_t kMostNamed = 8;
-  if (unread.count == 0) return;
-  NoteShortfall(Shortfall::kUnreadBytes, unread.count);
-  const std::string text = "Could not read " + std::to_string(unread.count) + " byte(s) of " +
-                           file + " (" + std::strerror(unread.error) +
-                           "), zeros stand for them: " + UnreadRangesText(unread, kMostNamed);
-  ShowMessage(text.c_str(), kProgramName, Icon::kExclamation);
 }
 
 }  // namespace hivequarry

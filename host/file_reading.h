@@ -46,8 +46,5 @@ size_t ReadFileBytes(std::FILE* stream, uint64_t position, uint8_t* out, size_t 
 
 // "0x00001000-0x000011FF, 0x00003000-0x000031FF": first and last byte of each, at most `most`.
 std::string UnreadRangesText(const UnreadBytes& unread, size_t most = UnreadBytes::kMostRanges);
-// Notes the shortfall and shows a message with the file's name (UTF-8) and the ranges. Nothing when
-// all could be read.
-void ReportUnread(const std::string& file, const UnreadBytes& unread);
 
 }  // namespace hivequarry

@@ -1,6 +1,5 @@
 #include "host/long_operation.h"
 
-#include "host/host.h"
 #include "host/shortfalls.h"
 
 namespace hivequarry {
@@ -21,20 +20,5 @@ void EndOperation() {
 }
 
 void RequestStop() { TheLongOperation().running = 0; }
-
-bool StopCommand() {
-  LongOperation& operation = TheLongOperation();
-  if (operation.backup && operation.backup_progress < kBackupStoppable) return false;
-  const int running = operation.running;
-  if (running == 0 && !operation.backup) return false;
-  const bool quiet = running == kOperationQuietA || running == kOperationQuietB;
-  if (!quiet && ShowMessage("Stop current Process ?", kProgramName, Icon::kQuestion,
-                            Buttons::kYesNo) != Answer::kYes) {
-    return false;
-  }
-  operation.running = 0;
-  operation.backup = false;
-  return true;
-}
 
 }  // namespace hivequarry

@@ -39,9 +39,4 @@ inline bool StopRequested() {
          operation.worker_busy.load(std::memory_order_relaxed);
 }
 
-// The stop command (Ctrl+Q): ignored while a backup is under 200 steps, silent when idle, asks
-// "Stop current Process ?" unless the operation may be stopped without asking. True when the flags
-// were cleared.
-bool StopCommand();
-
 }  // namespace hivequarry

@@ -10,6 +10,9 @@
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
 
 namespace hivequarry {
 
@@ -41,9 +44,10 @@ inline void NoteShortfall(Shortfall kind, uint64_t count = 1) {
 inline uint64_t ShortfallCount(Shortfall kind) {
   return TheShortfalls().counts[static_cast<size_t>(kind)].load(std::memory_order_relaxed);
 }
-// BeginOperation does so.
-inline void ForgetShortfalls() {
-  for (std::atomic<uint64_t>& count : TheShortfalls().counts) count = 0;
-}
+// A list got no memory for a row; kept is the first cell of the first one.
+void NoteRefusedRow(std::string_view first_cell);
+std::optional<std::string> RefusedRow();
+// All of it. BeginOperation does so.
+void ForgetShortfalls();
 
 }  // namespace hivequarry

@@ -54,7 +54,8 @@ ReportRead ReadReportHead(const std::string& file, ReportHead& head);
 // Adds the file's rows to `list`, which has the head's kind and columns, numbered rows off. A row
 // that was saved with an empty first column comes back as one. Ends at the first damaged line and
 // when the user stops; what was read by then stays.
-ReportRead ReadReportRows(const std::string& file, OutputList& list);
+// What the medium did not give was zeros, and is added to `unread`.
+ReportRead ReadReportRows(const std::string& file, OutputList& list, UnreadBytes& unread);
 
 // The same from bytes. A source puts the next bytes, at most `size`, to `room` and returns their
 // number, 0 at the end.

@@ -6,9 +6,9 @@
 #include <new>
 #include <utility>
 
-#include "host/host.h"
 #include "host/long_operation.h"
 #include "host/number_text.h"
+#include "host/shortfalls.h"
 #include "host/text.h"
 #include "lists/row_blob.h"
 
@@ -58,7 +58,7 @@ struct OutputList {
   size_t free_size = 0;
   size_t next_chunk = kFirstChunk;
   TextSet latest;
-  bool full = false;  // no memory for a row was left, which was said
+  bool full = false;  // no memory for a row was left, which was noted
 };
 
 namespace {
@@ -192,7 +192,7 @@ void AddRow(OutputList& list, const NewRow& row) {
   if (list.full || (numbered ? TryAddNumberedRow(list, row) : TryAddRow(list, row))) return;
   list.full = true;
   const std::string first(row.cells.empty() ? std::string_view() : row.cells.front().text);
-  ShowMessage(("Error adding item " + first + " to list").c_str(), "Error", Icon::kStop);
+  NoteRefusedRow(first);
   RequestStop();
 }
 

@@ -98,8 +98,8 @@ enum class RowNumbers : uint8_t {
 void SetRowNumbers(OutputList& list, RowNumbers numbers);
 
 // Appends a row; texts beyond the last column are dropped. One thread at a time adds; others may
-// read the rows counted by RowCount meanwhile. When memory gives out the message "Error adding item
-// %s to list" is shown and the operation under way is stopped; the list stays as it was.
+// read the rows counted by RowCount meanwhile. When memory gives out that is noted
+// (NoteRefusedRow) and the operation under way is stopped; the list stays as it was.
 void AddRow(OutputList& list, const NewRow& row);
 // Appends a copy of another list's row, in columns of the same order.
 void AddRowOf(OutputList& list, const OutputList& from, uint32_t row);

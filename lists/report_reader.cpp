@@ -291,10 +291,9 @@ ReportRead ReadReportRows(const ByteSource& source, OutputList& list) {
   return ReportRead::kDone;
 }
 
-ReportRead ReadReportRows(const std::string& file, OutputList& list) {
+ReportRead ReadReportRows(const std::string& file, OutputList& list, UnreadBytes& unread) {
   const FileStream stream = OpenReport(file);
   if (stream == nullptr) return ReportRead::kCannotOpen;
-  UnreadBytes unread;
   uint64_t position = 0;
   const auto source = [&](char* room, size_t size) {
     const size_t got =
@@ -302,9 +301,7 @@ ReportRead ReadReportRows(const std::string& file, OutputList& list) {
     position += got;
     return got;
   };
-  const ReportRead read = ReadReportRows(source, list);
-  ReportUnread(file, unread);
-  return read;
+  return ReadReportRows(source, list);
 }
 
 }  // namespace hivequarry

@@ -5,11 +5,10 @@
 #include <iterator>
 
 #include "host/files.h"
-#include "host/host.h"
 #include "host/number_text.h"
 #include "host/output_file.h"
 #include "host/profile.h"
-#include "lists/list_report.h"
+#include "host/text.h"
 #include "live/file_protection.h"
 #include "live/live_keys.h"
 
@@ -17,8 +16,6 @@ namespace hivequarry {
 namespace {
 
 constexpr uint64_t kUnitsPerSecond = 10'000'000;
-constexpr const char* kErrorLog = "err";
-constexpr const char* kSuccessLog = "ok";
 constexpr const char* kRecordSection = "KDATES";
 constexpr const char* kRecordKey = "LastBackup";
 
@@ -41,24 +38,7 @@ std::string WithoutDate(std::string base, char letter) {
   return base;
 }
 
-// --- messages ------------------------------------------------------------------------------------
-
-void Tell(const Backup& backup, const std::string& text, Icon icon = Icon::kExclamation,
-          const char* title = kProgramName) {
-  if (backup.automatic) return AppendLog(backup.log_folder, kErrorLog, text);
-  ShowMessage(text.c_str(), title, icon);
-}
-
-// Nobody is asked about a file in an automatic backup: that it is there is an error.
-bool MayOverwrite(const Backup& backup, const std::string& file, const char* question) {
-  const std::string found = "File " + file + " already exists !";
-  if (backup.automatic) {
-    AppendLog(backup.log_folder, kErrorLog, found);
-    return false;
-  }
-  return ShowMessage((found + question).c_str(), kProgramName, Icon::kQuestion, Buttons::kYesNo) ==
-         Answer::kYes;
-}
+// --- one key -------------------------------------------------------------------------------------
 
 struct Place {
   std::string file;
@@ -67,11 +47,15 @@ struct Place {
 
 // A backup and what it has met so far.
 struct Saving {
-  const Backup& backup;
+  const HiveRun& run;
   bool unprotected = false;  // a file may be read by whoever may read the folder
 };
 
-// --- one key -------------------------------------------------------------------------------------
+// Why a hive was not saved.
+struct SaveTrouble {
+  int32_t error = kRegistryDone;
+  bool native = false;  // the error is a status of the kernel's
+};
 
 // What is in the way of the kernel's own call just as well: rights, and the place of the file.
 // Anything else may be the way that leads to it, through names and files of the Win32 layer.
@@ -83,89 +67,82 @@ bool IsFinal(int32_t error) {
   return std::ranges::find(kErrors, error) != std::end(kErrors);
 }
 
-// Saves into a new file; empty when that is done, else what is said of it.
-std::string SaveInto(RegistryKey key, const std::string& file) {
+// Saves into a new file.
+SaveTrouble SaveInto(RegistryKey key, const std::string& file) {
   const std::u16string name = WideOfText(file);
   const uint8_t* const descriptor = AdministratorsAlone().data();
   const int32_t error = CurrentRegistry().save(key, name.c_str(), descriptor);
-  if (error == kRegistryDone) return {};
-  if (IsFinal(error)) return SaveErrorText(error);
+  if (IsFinal(error)) return {error};
   DeleteNamedFile(file);
-  const int32_t native = CurrentRegistry().save_natively(key, name.c_str(), descriptor);
-  return native == kRegistryDone ? std::string() : "(Error " + std::to_string(native) + ")";
+  return {CurrentRegistry().save_natively(key, name.c_str(), descriptor), true};
 }
 
 // Saves beside the file, which is replaced by a whole hive or not at all. What has come to the
 // place since the user was asked about it stays.
-std::string SaveAs(Saving& saving, RegistryKey key, const Place& place) {
+SaveTrouble SaveAs(Saving& saving, RegistryKey key, const Place& place) {
   const std::string& file = place.file;
   int ignored = 0;
   const std::string beside = NameBeside(file, ignored);
-  if (beside.empty()) return SaveErrorText(kRegistryDenied);
-  const std::string trouble = SaveInto(key, beside);
+  if (beside.empty()) return {kRegistryDenied};
+  const SaveTrouble trouble = SaveInto(key, beside);
   // Not every system heeds the descriptor in the call itself.
-  if (trouble.empty() && !ProtectFile(beside)) saving.unprotected = true;
-  const bool keep = trouble.empty() && (place.replaces || !IsNameTaken(file));
+  const bool saved = trouble.error == kRegistryDone;
+  if (saved && !ProtectFile(beside)) saving.unprotected = true;
+  const bool keep = saved && (place.replaces || !IsNameTaken(file));
   const bool in_place = PutInPlace(beside, file, keep);
-  if (in_place || !trouble.empty()) return trouble;
-  return SaveErrorText(keep ? kRegistryDenied : kRegistryFileExists);
+  if (in_place || !saved) return trouble;
+  return {keep ? kRegistryDenied : kRegistryFileExists};
 }
 
-// False after a message. `path` is for that alone.
+// False after a notice. `path` is for that alone.
 bool SaveKey(Saving& saving, RegistryKey root, const char16_t* sub_key, const std::string& path,
              const Place& place) {
   const OpenedKey key = OpenForReading(root, sub_key, kRegistryRead, kRegistryForBackup);
   if (key.error() != kRegistryDone) {
-    Tell(saving.backup, "Can not open Registry key " + path + " !");
+    TellOf(saving.run, {HiveEvent::kKeyNotOpened, path});
     return false;
   }
-  const std::string trouble = SaveAs(saving, key.key(), place);
-  if (!trouble.empty()) Tell(saving.backup, "Can not backup Registry key " + path + " !" + trouble);
-  return trouble.empty();
+  const SaveTrouble trouble = SaveAs(saving, key.key(), place);
+  if (trouble.error == kRegistryDone) return true;
+  TellOf(saving.run, {.event = HiveEvent::kKeyNotSaved,
+                      .name = path,
+                      .error = trouble.error,
+                      .native_error = trouble.native});
+  return false;
 }
 
 // --- hives ---------------------------------------------------------------------------------------
 
 // True when nothing is under the name any more.
-bool MakeRoom(const Backup& backup, const std::string& file) {
+bool MakeRoom(const HiveRun& run, const std::string& file) {
   if (!IsNameTaken(file)) return true;
-  if (!MayOverwrite(backup, file, "  Overwrite file ?")) return false;
+  if (!Ask(run, HiveQuestion::kOverwrite, file)) return false;
   if (DeleteNamedFile(file)) return true;
-  Tell(backup, "Cannot delete file !");
+  TellOf(run, {HiveEvent::kNotDeleted});
   return false;
 }
 
 bool SaveUsers(Saving& saving) {
-  const Backup& backup = saving.backup;
-  const std::vector<UserHive> hives = UserHivesIn(backup.run.folder);
-  if (hives.empty()) Tell(backup, "Can not open Registry key HKEY_USERS !");
+  const std::vector<UserHive> hives = UserHivesIn(saving.run.folder);
+  if (hives.empty()) TellOf(saving.run, {HiveEvent::kKeyNotOpened, "HKEY_USERS"});
   bool whole = !hives.empty();
   for (const UserHive& hive : hives) {
     const Place place = {hive.file, IsNameTaken(hive.file)};
-    const bool allowed = !place.replaces || MayOverwrite(backup, hive.file, " Overwrite file ?");
+    const bool allowed =
+        !place.replaces || Ask(saving.run, HiveQuestion::kOverwriteUsers, hive.file);
     whole &= allowed && SaveKey(saving, kUsers, hive.name.c_str(), hive.path, place);
   }
   return whole;
 }
 
 bool SaveHive(Saving& saving, int number) {
-  const Backup& backup = saving.backup;
+  const HiveRun& run = saving.run;
   const LiveHive& hive = LiveHiveTable()[static_cast<size_t>(number)];
   const bool users = hive.file == nullptr;
-  const std::string file = users ? std::string() : NameInFolder(backup.run.folder, hive.file);
-  if (!users && !MakeRoom(backup, file)) return false;
-  TellState(backup.run, number, HiveState::kRunning);
+  const std::string file = users ? std::string() : NameInFolder(run.folder, hive.file);
+  if (!users && !MakeRoom(run, file)) return false;
+  TellState(run, number, HiveState::kRunning);
   return users ? SaveUsers(saving) : SaveKey(saving, hive.root, hive.sub_key, hive.path, {file});
-}
-
-void TellDone(const Backup& backup) {
-  constexpr const char* kDone = "Backup done.";
-  if (!backup.automatic) {
-    ShowMessage(kDone, kProgramName, Icon::kInformation);
-    return;
-  }
-  AppendLog(backup.log_folder, kSuccessLog, kDone);
-  RecordBackup(backup.settings_file, LocalNow());
 }
 
 // --- dates ---------------------------------------------------------------------------------------
@@ -207,15 +184,15 @@ std::string BackupFolderName(const std::string& base, bool automatic, const Cale
 
 CalendarTime LocalNow() { return CalendarOfFileTime(LocalFileTimeNow()); }
 
-bool HasBackupPrivilege(const Backup& backup) {
+bool HasBackupPrivilege(const HiveRun& run) {
   const EnabledPrivilege privilege(Privilege::kBackup);
-  if (!privilege.held()) Tell(backup, "No Backup Privilege !", Icon::kExclamation, "Error");
+  if (!privilege.held()) TellOf(run, {HiveEvent::kNoBackupPrivilege});
   return privilege.held();
 }
 
-bool EnsureFolder(const Backup& backup) {
+bool EnsureFolder(const HiveRun& run) {
   constexpr size_t kShortest = 4;
-  const std::string folder = WithoutEndSeparators(backup.run.folder);
+  const std::string folder = WithoutEndSeparators(run.folder);
   if (IsExistingFolder(folder)) return true;
   const auto make = [](const std::string& name) {
     std::error_code error;
@@ -223,25 +200,23 @@ bool EnsureFolder(const Backup& backup) {
   };
   if (folder.size() >= kShortest && !make(folder)) {
     make(FolderOf(folder));
-    if (!make(folder)) {
-      Tell(backup, "Can not create/open directory\r\n" + folder + " !", Icon::kExclamation,
-           "Error");
-    }
+    if (!make(folder)) TellOf(run, {HiveEvent::kFolderNotMade, folder});
   }
   if (IsExistingFolder(folder)) return true;
-  Tell(backup, "Invalid directory !");
+  TellOf(run, {HiveEvent::kNoFolder});
   return false;
 }
 
-HiveRunResult RunBackup(const Backup& backup) {
-  for (int hive = 0; hive < kLiveHives; ++hive) TellState(backup.run, hive, HiveState::kNeutral);
-  if (!HasBackupPrivilege(backup) || !EnsureFolder(backup)) return {};
+HiveRunResult RunBackup(const HiveRun& run, const std::string& settings_file) {
+  for (int hive = 0; hive < kLiveHives; ++hive) TellState(run, hive, HiveState::kNeutral);
+  if (!HasBackupPrivilege(run) || !EnsureFolder(run)) return {};
   const EnabledPrivilege privilege(Privilege::kBackup);
-  Saving saving{backup};
-  const HiveRunResult result =
-      ForEachHive(backup.run, [&](int hive) { return SaveHive(saving, hive); });
-  if (saving.unprotected) Tell(backup, UnprotectedText(backup.run.folder));
-  if (result.done > 0 && !result.stopped) TellDone(backup);
+  Saving saving{run};
+  const HiveRunResult result = ForEachHive(run, [&](int hive) { return SaveHive(saving, hive); });
+  if (saving.unprotected) TellOf(run, {HiveEvent::kUnprotected, run.folder});
+  if (result.done == 0 || result.stopped) return result;
+  TellOf(run, {HiveEvent::kSaved});
+  RecordBackup(settings_file, LocalNow());
   return result;
 }
 
@@ -250,15 +225,6 @@ std::string SaveErrorText(int32_t error) {
   if (error == kPrivilegeNotHeld) return "(Privilege not held)";
   const std::string text = CurrentRegistry().error_text(error);
   return '(' + (text.empty() ? "Error " + std::to_string(error) : text) + ')';
-}
-
-void AppendLog(const std::string& folder, const char* extension, const std::string& text) {
-  int error = 0;
-  const std::string file = NameInFolder(folder, std::string("hivequarry.") + extension);
-  OutputFile log;
-  if (!OpenOutput(file, OutputMode::kAppend, log, error)) return;
-  WriteOutput(log, "\r\n" + ReportTimeNow() + "\r\n" + text + "\r\n---------");
-  CloseOutput(log, true);
 }
 
 bool IsBackupDue(std::string_view last, BackupPeriod period, const CalendarTime& now) {

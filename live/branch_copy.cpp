@@ -3,7 +3,6 @@
 #include <vector>
 
 #include "hive/root_path.h"
-#include "host/host.h"
 #include "host/long_operation.h"
 #include "lists/list_rows.h"
 #include "live/live_keys.h"

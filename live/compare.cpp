@@ -377,35 +377,24 @@ class Comparison {
   std::u16string value_name_;
 };
 
-bool Refuse(const std::string& text, Icon icon) {
-  ShowMessage(text.c_str(), kProgramName, icon);
-  return false;
-}
-
-bool RefuseOpening(int32_t error, bool root, const std::string& path) {
-  const bool denied = error == kRegistryDenied;
-  if (root) {
-    return Refuse(denied ? "Access denied !" : "Invalid Registry Key !", Icon::kExclamation);
-  }
-  return Refuse(denied ? "Access denied (" + path + ")!" : path + " does not belong to Registry !",
-                Icon::kInformation);
-}
-
 }  // namespace
 
-bool CheckComparison(const HiveImage& hive, const KeyTree& tree, uint32_t item) {
+ComparisonCheck CheckComparison(const HiveImage& hive, const KeyTree& tree, uint32_t item) {
   const KeyItem& it = tree.items[item];
   if (it.kind == ItemKind::kDisconnectedKeys || it.kind == ItemKind::kDisconnectedValues) {
-    return false;
+    return {ComparisonFault::kVirtualFolder};
   }
   LivePlace place;
-  if (!FindLivePlace(hive, place)) return RefuseOpening(kRegistryNotFound, true, "");
+  if (!FindLivePlace(hive, place)) return {ComparisonFault::kNoRoot};
   OpenedKey key = OpenLive(hive, tree, 0, place);
-  if (key.error() != kRegistryDone) return RefuseOpening(key.error(), true, "");
-  const std::string path = PathInPlace(place, PathBelowRoot(hive, tree, item));
-  if (HasNoLivePlace(tree, item)) return RefuseOpening(kRegistryNotFound, false, path);
+  if (key.error() == kRegistryDenied) return {ComparisonFault::kRootDenied};
+  if (key.error() != kRegistryDone) return {ComparisonFault::kNoRoot};
+  std::string path = PathInPlace(place, PathBelowRoot(hive, tree, item));
+  if (HasNoLivePlace(tree, item)) return {ComparisonFault::kNoKey, std::move(path)};
   key = OpenLive(hive, tree, item, place);
-  return key.error() == kRegistryDone || RefuseOpening(key.error(), false, path);
+  if (key.error() == kRegistryDone) return {};
+  const bool denied = key.error() == kRegistryDenied;
+  return {denied ? ComparisonFault::kKeyDenied : ComparisonFault::kNoKey, std::move(path)};
 }
 
 std::vector<uint32_t> CompareBranch(const HiveImage& hive, const KeyTree& tree, uint32_t item,

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <span>
+#include <string>
 #include <vector>
 
 #include "hive/key_tree.h"
@@ -23,8 +24,20 @@ struct CompareOptions {
       true;  // compare also keys that the hive's root does not reach, and made ones
 };
 
-// True when the item's branch can be compared; else after a message, but for the virtual folders.
-bool CheckComparison(const HiveImage& hive, const KeyTree& tree, uint32_t item);
+enum class ComparisonFault : uint8_t {
+  kNone,
+  kVirtualFolder,  // has no branch in any registry
+  kNoRoot,         // the registry has no key for the hive's root
+  kRootDenied,
+  kNoKey,      // the registry has the root, but not the item's key
+  kKeyDenied,  // it may not be opened
+};
+struct ComparisonCheck {
+  ComparisonFault fault = ComparisonFault::kNone;
+  std::string path = {};  // of the item's key in the registry, for the last two
+};
+// Whether the item's branch can be compared. Changes nothing.
+ComparisonCheck CheckComparison(const HiveImage& hive, const KeyTree& tree, uint32_t item);
 // kListCompare, on a worker: the item's key and all below it as displayed, a key before its
 // children, in each key the values of the hive, then values and then keys that are in the registry
 // alone. A key that the registry lacks is listed once. Datum: position of the hive's value, or of

@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "host/files.h"
-#include "host/host.h"
+#include "host/text.h"
 #include "live/registry.h"
 
 namespace hivequarry {

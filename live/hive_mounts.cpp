@@ -5,8 +5,8 @@
 #include "hive/timestamp.h"
 #include "host/evidence.h"
 #include "host/files.h"
-#include "host/host.h"
 #include "host/number_text.h"
+#include "host/text.h"
 #include "live/live_keys.h"
 
 namespace hivequarry {

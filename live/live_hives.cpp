@@ -6,8 +6,8 @@
 
 #include "host/evidence.h"
 #include "host/files.h"
-#include "host/host.h"
 #include "host/long_operation.h"
+#include "host/text.h"
 
 namespace hivequarry {
 namespace {
@@ -67,6 +67,14 @@ uint32_t HivesOfSelectors(std::span<const std::string> selectors) {
 
 void TellState(const HiveRun& run, int hive, HiveState state) {
   if (run.on_state) run.on_state(hive, state);
+}
+
+void TellOf(const HiveRun& run, const HiveNotice& notice) {
+  if (run.tell) run.tell(notice);
+}
+
+bool Ask(const HiveRun& run, HiveQuestion question, const std::string& file) {
+  return run.ask && run.ask(question, file);
 }
 
 HiveRunResult ForEachHive(const HiveRun& run, const std::function<bool(int hive)>& work) {

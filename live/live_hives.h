@@ -30,10 +30,47 @@ constexpr uint32_t HiveBit(int hive) { return 1U << hive; }
 uint32_t HivesOfSelectors(std::span<const std::string> selectors);
 
 enum class HiveState : uint8_t { kNeutral, kRunning, kDone, kFailed };
+// What a run meets and its user has to know; the words are the front end's.
+enum class HiveEvent : uint8_t {
+  kNoBackupPrivilege,
+  kNoRestorePrivilege,
+  kFolderNotMade,  // name: the folder
+  kNoFolder,
+  kNotDeleted,          // a file of an earlier run
+  kKeyNotOpened,        // name: the key
+  kKeyNotSaved,         // name: the key; error
+  kUnprotected,         // name: a folder with files that others than administrators may read
+  kSaved,               // the run is over, and hives were saved
+  kBadOldName,          // name: what the hive in use would be called, which is a folder
+  kHiveListUnreadable,  // name: the key, as for those that follow
+  kNoHiveRoot,          // the key is a part of a hive
+  kIsEvidence,          // `file` is open in this program
+  kNotReplaced,         // `file`, error
+  kOtherNames,          // `names`: left out, as the same hive was replaced under another name
+  kReplaced,            // the run is over, and hives were replaced
+};
+struct HiveNotice {
+  HiveEvent event;
+  std::string name = {};
+  std::string file = {};
+  std::vector<std::string> names = {};
+  int32_t error = 0;          // the registry's,
+  bool native_error = false;  // or a status of the kernel's
+};
+// Questions about a file that is there already.
+enum class HiveQuestion : uint8_t {
+  kOverwrite,
+  kOverwriteUsers,  // a user's hive of an earlier backup
+  kOverwriteOld,    // a hive that was in use before an earlier replacement
+};
+
+// The functions are called on the run's thread; any may be empty.
 struct HiveRun {
   std::string folder;
   uint32_t hives = 0;
-  std::function<void(int hive, HiveState state)> on_state;  // on the run's thread; may be empty
+  std::function<void(int hive, HiveState state)> on_state;
+  std::function<void(const HiveNotice& notice)> tell;
+  std::function<bool(HiveQuestion question, const std::string& file)> ask;  // empty: "No"
 };
 struct HiveRunResult {
   int done = 0;
@@ -42,6 +79,8 @@ struct HiveRunResult {
 };
 // Nothing where nobody wants to know.
 void TellState(const HiveRun& run, int hive, HiveState state);
+void TellOf(const HiveRun& run, const HiveNotice& notice);
+bool Ask(const HiveRun& run, HiveQuestion question, const std::string& file);
 // Does `work` for each chosen hive until it is stopped; true means success. The backup flag is set
 // meanwhile, its counter begins at 0.
 HiveRunResult ForEachHive(const HiveRun& run, const std::function<bool(int hive)>& work);

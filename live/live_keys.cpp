@@ -5,8 +5,8 @@
 #include <utility>
 
 #include "hive/root_path.h"
-#include "host/host.h"
 #include "host/long_operation.h"
+#include "host/text.h"
 #include "host/visible_text.h"
 #include "lists/list_rows.h"
 #include "live/live_data.h"

@@ -35,8 +35,7 @@ void SearchRegistry(uint32_t roots, const SearchPattern& pattern, OutputList& li
 // The report's live kind, from its live root; several roots for reports that have them.
 void RunReportOnRegistry(Report report, OutputList& list);
 // kListSecurityKeys, offsets empty: keys of the roots whose record matches. The SACL is read too
-// when the query needs it, after asking for the privilege: false after the message "Privilege not
-// held !".
+// when the query needs it: false, with nothing listed, where the privilege for that is not held.
 bool FindLiveKeysByPermissions(uint32_t roots, const PermissionQuery& query, bool resolve,
                                OutputList& list);
 

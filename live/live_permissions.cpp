@@ -88,10 +88,7 @@ bool FindLiveKeysByPermissions(uint32_t roots, const PermissionQuery& query, boo
     return true;
   }
   const EnabledPrivilege privilege(u"SeSecurityPrivilege");
-  if (!privilege.held()) {
-    ShowMessage("Privilege not held !", kProgramName, Icon::kExclamation);
-    return false;
-  }
+  if (!privilege.held()) return false;
   reading.access |= kRegistrySystemSecurity;
   reading.parts |= kSaclInformation;
   FindKeys(roots, reading, query, resolve, list);

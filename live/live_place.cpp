@@ -4,7 +4,6 @@
 #include <vector>
 
 #include "hive/root_path.h"
-#include "host/host.h"
 
 namespace hivequarry {
 namespace {

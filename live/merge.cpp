@@ -29,8 +29,6 @@ constexpr const char* kTombstoneLeftOut = "Tombstone: hides what is in another h
 // No codes of the platform's: what is there already is of the other kind.
 constexpr int32_t kLinkThere = -1, kNoLinkThere = -2;
 
-void Warn(const std::string& text) { ShowMessage(text.c_str(), kProgramName, Icon::kExclamation); }
-
 std::u16string ClassNameOf(const HiveImage& hive, uint32_t position) {
   const KeyNode key = ReadKeyNode(hive, position, KeyRead::kFields);
   const std::vector<uint8_t> bytes = ReadClassName(hive, key);
@@ -68,14 +66,6 @@ bool IsLinkKey(const HiveImage& hive, std::span<const uint32_t> values) {
   if (values.size() != 1) return false;
   const ValueKey value = ReadValueKey(hive, values[0], ValueRead::kName, kMaxValueData, nullptr);
   return value.type == kRegLink && EqualIgnoringCase(value.name, "SymbolicLinkValue");
-}
-
-std::string ErrorText(int32_t error) {
-  if (error == kLinkThere) return "The registry has a symbolic link of this name";
-  if (error == kNoLinkThere) return "The registry has a key of this name that is no symbolic link";
-  const std::string whole = CurrentRegistry().error_text(error);
-  const std::string text(FirstUnits(whole, kMaxErrorText));
-  return text.empty() ? "Error " + std::to_string(error) : text;
 }
 
 // Why a value of the hive was left out, in the words of the value lists where they have some.
@@ -262,12 +252,12 @@ class Merger {
   void RefuseValue(uint32_t item, const ValueKey& value, int32_t error) {
     Refuse(item, ValueDisplayName(value), error);
     counts_.refused = true;
-    ShowMessage(ErrorText(error).c_str(), kProgramName, Icon::kStop);
+    counts_.error = error;
   }
 
   void Refuse(uint32_t item, const std::string& value, int32_t error) {
     const bool no_access = error == kRegistryNotFound || error == kRegistryDenied;
-    if (!no_access || options_.list_no_access) AddRow(item, value, ErrorText(error));
+    if (!no_access || options_.list_no_access) AddRow(item, value, MergeErrorText(error));
   }
 
   bool Leave(uint32_t item, const char* why) {
@@ -300,7 +290,7 @@ class Merger {
     if (!privileges_->restore.held()) descriptor.parts &= ~(kOwnerInformation | kGroupInformation);
     const int32_t error =
         CurrentRegistry().set_security(level.key.key(), descriptor.parts, descriptor.bytes.data());
-    if (error != kRegistryDone) AddRow(level.item, "", "Security: " + ErrorText(error));
+    if (error != kRegistryDone) AddRow(level.item, "", "Security: " + MergeErrorText(error));
   }
 
   uint32_t PositionOf(uint32_t item) const { return tree_.items[item].position; }
@@ -321,27 +311,30 @@ class Merger {
   bool cut_short_ = false;
 };
 
-bool AskMerge(const std::string& path) {
-  const std::string question =
-      "Merge Folder into Registry key\r\n" + path + " ?\r\nExisting Values will be overwritten !";
-  return ShowMessage(question.c_str(), kProgramName, Icon::kQuestion, Buttons::kYesNoDefaultNo) ==
-         Answer::kYes;
-}
-
 }  // namespace
 
-bool PrepareMerge(const HiveImage& hive, const KeyTree& tree, uint32_t item, MergeTarget& target) {
+std::string MergeErrorText(int32_t error) {
+  if (error == kLinkThere) return "The registry has a symbolic link of this name";
+  if (error == kNoLinkThere) return "The registry has a key of this name that is no symbolic link";
+  const std::string whole = CurrentRegistry().error_text(error);
+  const std::string text(FirstUnits(whole, kMaxErrorText));
+  return text.empty() ? "Error " + std::to_string(error) : text;
+}
+
+MergeFault CheckMerge(const HiveImage& hive, const KeyTree& tree, uint32_t item,
+                      MergeTarget& target) {
   target.item = item;
-  if (HasNoLivePlace(tree, item)) return Warn("Invalid Root key !"), false;
-  if (!FindLivePlace(hive, target.place)) {
-    return Warn("Invalid Root : " + target.place.prefix + " !"), false;
-  }
-  const std::string doubt = RootDoubt(hive);
-  if (!doubt.empty()) return Warn(doubt), false;
-  if (!AskMerge(PathInPlace(target.place, PathBelowRoot(hive, tree, item)))) return false;
+  if (HasNoLivePlace(tree, item)) return MergeFault::kNoPlace;
+  if (!FindLivePlace(hive, target.place)) return MergeFault::kUnknownRoot;
+  if (!RootDoubt(hive).empty()) return MergeFault::kDoubtfulRoot;
+  return MergeFault::kNone;
+}
+
+MergeFault OpenMergeTarget(const HiveImage& hive, const KeyTree& tree, MergeTarget& target) {
+  const uint32_t item = target.item;
   std::u16string path;
   if (!HasKeyCell(tree, item) || !LiveSubPath(hive, tree, item, target.place, path)) {
-    return Warn("Can not read Key !"), false;
+    return MergeFault::kUnreadable;
   }
   target.wow64 = IsWow64SubPath(path);
   const uint32_t access = kRegistryAll | RegistryViewOf(target.wow64);
@@ -349,17 +342,12 @@ bool PrepareMerge(const HiveImage& hive, const KeyTree& tree, uint32_t item, Mer
   const bool link = IsLinkKey(hive, ListedUpToGap(hive, position));
   target.key = link ? MakeLink(target.place.root, path, access)
                     : MakeKey(target.place.root, path, ClassNameOf(hive, position), access);
-  if (target.key.error() != kRegistryDone) return Warn("Can not open Key !"), false;
-  return true;
+  return target.key.error() == kRegistryDone ? MergeFault::kNone : MergeFault::kNotOpened;
 }
 
 MergeCounts MergeBranch(const HiveImage& hive, const KeyTree& tree, MergeTarget& target,
                         const MergeOptions& options, OutputList& errors) {
-  const MergeCounts counts = Merger(hive, tree, target, options, errors).Run();
-  const std::string said =
-      std::to_string(counts.keys) + " keys, " + std::to_string(counts.values) + " values merged.";
-  ShowStatus(said.c_str());
-  return counts;
+  return Merger(hive, tree, target, options, errors).Run();
 }
 
 }  // namespace hivequarry

@@ -6,7 +6,7 @@
 #include <iterator>
 #include <vector>
 
-#include "host/host.h"
+#include "host/text.h"
 #include "live/registry.h"
 
 namespace hivequarry {

@@ -8,17 +8,13 @@
 #include "hive/root_path.h"
 #include "host/evidence.h"
 #include "host/files.h"
-#include "host/host.h"
 #include "host/output_file.h"
+#include "host/text.h"
 #include "live/file_protection.h"
 #include "live/mounted_hives.h"
 
 namespace hivequarry {
 namespace {
-
-void Warn(const std::string& text, const char* title = kProgramName) {
-  ShowMessage(text.c_str(), title, Icon::kExclamation);
-}
 
 bool HasUserFile(const std::string& folder) {
   for (const UserHive& hive : UserHivesIn(folder)) {
@@ -27,35 +23,17 @@ bool HasUserFile(const std::string& folder) {
   return false;
 }
 
-// The words of an error row, after those that name the key that was not replaced.
-std::string TroubleOf(int32_t error, const std::string& file) {
-  switch (error) {
-    case kRegistryNotFound:
-      return "\rFile " + file + " not found !";
-    case kRegistryDenied:
-      return " (Access denied)!";
-    case kRegistryOtherDrive:
-      return "\r" + file + " can not be moved to a different disk drive !";
-    case kPrivilegeNotHeld:
-      return " (Privilege not held)";
-    default:
-      return {};
-  }
-}
-
 // True when the hive that is in use now can be kept under that name.
-bool MakeRoomForOld(const std::string& old) {
+bool MakeRoomForOld(const HiveRun& run, const std::string& old) {
   if (IsExistingFolder(old)) {
-    Warn("Invalid file name " + old + " for backup !");
+    TellOf(run, {HiveEvent::kBadOldName, old});
     return false;
   }
   if (!IsNameTaken(old)) return true;
-  const std::string question = "Backup file " + old + " already exists ! Overwrite file ?";
-  if (ShowMessage(question.c_str(), kProgramName, Icon::kQuestion, Buttons::kYesNo) !=
-      Answer::kYes) {
-    return false;
-  }
-  return DeleteNamedFile(old) || (Warn("Cannot delete file !"), false);
+  if (!Ask(run, HiveQuestion::kOverwriteOld, old)) return false;
+  if (DeleteNamedFile(old)) return true;
+  TellOf(run, {HiveEvent::kNotDeleted});
+  return false;
 }
 
 // A run and what it has done so far.
@@ -76,17 +54,16 @@ struct Place {
   std::u16string kernel_name = KernelNameOf(root, sub_key);
 };
 
-bool Refuse(const Place& place, const std::string& why) {
-  Warn("Can not replace " + place.path + " !\r" + why);
+bool Refuse(const Replacing& state, HiveNotice why) {
+  TellOf(state.run, why);
   return false;
 }
 
 // The system's call would take any key, and replace the hive that holds it.
 bool IsWholeHive(const Replacing& state, const Place& place) {
-  if (!state.mounted.listed)
-    return Refuse(place, "The system's list of its hives can not be read.");
+  if (!state.mounted.listed) return Refuse(state, {HiveEvent::kHiveListUnreadable, place.path});
   if (IsHiveRoot(state.mounted, place.kernel_name)) return true;
-  return Refuse(place, "It is no hive of its own: the one that holds it would be replaced.");
+  return Refuse(state, {HiveEvent::kNoHiveRoot, place.path});
 }
 
 // One hive has several names: the current user's is one of HKEY_USERS as well.
@@ -101,16 +78,15 @@ bool IsReplaced(Replacing& state, const Place& place) {
 bool ReplaceKey(Replacing& state, const Place& place, const std::string& file) {
   if (!IsWholeHive(state, place)) return false;
   if (IsReplaced(state, place)) return true;
-  if (IsEvidence(file)) {
-    return Refuse(place, file + " is open in this program and stays as it is.");
-  }
+  if (IsEvidence(file)) return Refuse(state, {HiveEvent::kIsEvidence, place.path, file});
   const std::string old = file + ".bak";
-  if (!MakeRoomForOld(old)) return false;
+  if (!MakeRoomForOld(state.run, old)) return false;
   const int32_t error = CurrentRegistry().replace(
       place.root, place.sub_key, WideOfText(file).c_str(), WideOfText(old).c_str());
   if (error != kRegistryDone) {
-    Warn("Can not replace " + place.path + " !" + TroubleOf(error, file));
-    return false;
+    return Refuse(
+        state,
+        {.event = HiveEvent::kNotReplaced, .name = place.path, .file = file, .error = error});
   }
   state.replaced[place.kernel_name] = place.path;
   return true;
@@ -136,17 +112,14 @@ bool CopyInto(const std::string& from, const std::string& to) {
 
 // The boot hive is on the boot drive, and its new file has to be there too. Empty when there is no
 // copy: one of before is only replaced after a question.
-std::string OnBootDrive(const std::string& file, const SystemPlaces& places) {
+std::string OnBootDrive(const Replacing& state, const std::string& file) {
+  const SystemPlaces& places = state.places;
   if (LiesOn(file, places.boot_drive) || !IsExistingFolder(places.boot_folder)) return file;
   const std::string folder = NameInFolder(places.boot_folder, "hivequarry");
   std::error_code error;
   std::filesystem::create_directory(FilePath(folder), error);
   const std::string copy = NameInFolder(folder, "bcd");
-  const std::string question = "File " + copy + " already exists !  Overwrite file ?";
-  if (IsNameTaken(copy) && ShowMessage(question.c_str(), kProgramName, Icon::kQuestion,
-                                       Buttons::kYesNo) != Answer::kYes) {
-    return {};
-  }
+  if (IsNameTaken(copy) && !Ask(state.run, HiveQuestion::kOverwrite, copy)) return {};
   return CopyInto(file, copy) ? copy : std::string();
 }
 
@@ -159,16 +132,9 @@ bool ReplaceHive(Replacing& state, int number) {
   const Place place = {hive.root, hive.sub_key, hive.path};
   if (number == kBootHive) {
     if (!IsWholeHive(state, place)) return false;
-    file = OnBootDrive(file, state.places);
+    file = OnBootDrive(state, file);
   }
   return !file.empty() && ReplaceKey(state, place, file);
-}
-
-void TellOtherNames(const Replacing& state) {
-  if (state.other_names.empty()) return;
-  std::string text = "Left out, as the same hive was replaced under another name :";
-  for (const std::string& name : state.other_names) text += '\r' + name;
-  ShowMessage(text.c_str(), kProgramName, Icon::kInformation);
 }
 
 }  // namespace
@@ -190,37 +156,25 @@ uint32_t MatchingHives(const std::string& folder) {
   return hives;
 }
 
-bool MayReplace(const std::string& folder, const SystemPlaces& places) {
-  if (!LiesOn(folder, places.drive)) {
-    Warn("Directory must be located on " + places.drive + " !");
-    return false;
-  }
-  const std::string question =
-      "Replace Registry Hive(s) with files from\r" + folder + " ?\r(Needs system restart !)";
-  return ShowMessage(question.c_str(), kProgramName, Icon::kExclamation,
-                     Buttons::kYesNoDefaultNo) == Answer::kYes;
-}
-
 HiveRunResult ReplaceHives(const HiveRun& run, const SystemPlaces& places) {
   for (int hive = 0; hive < kLiveHives; ++hive) TellState(run, hive, HiveState::kNeutral);
   if (!IsExistingFolder(run.folder)) {
-    Warn("Invalid directory !");
+    TellOf(run, {HiveEvent::kNoFolder});
     return {};
   }
   const EnabledPrivilege privilege(Privilege::kRestore);
   if (!privilege.held()) {
-    Warn("No Restore Privilege !", "Error");
+    TellOf(run, {HiveEvent::kNoRestorePrivilege});
     return {};
   }
   // Some hives let nobody open their keys but a backup.
   const EnabledPrivilege backup(Privilege::kBackup);
   Replacing state{run, places};
   const HiveRunResult result = ForEachHive(run, [&](int hive) { return ReplaceHive(state, hive); });
-  TellOtherNames(state);
-  if (result.done > 0) {
-    ShowMessage("Replacing Hive(s) done. Changes will take effect after system restart !",
-                kProgramName, Icon::kInformation);
+  if (!state.other_names.empty()) {
+    TellOf(run, {.event = HiveEvent::kOtherNames, .names = state.other_names});
   }
+  if (result.done > 0) TellOf(run, {HiveEvent::kReplaced});
   return result;
 }
 

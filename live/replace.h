@@ -18,12 +18,11 @@ bool LiesOn(std::string_view path, std::string_view drive);
 
 // The hives that the folder has files for, as bits.
 uint32_t MatchingHives(const std::string& folder);
-// Whether the folder is on the system's drive, and the user wants it; says why not.
-bool MayReplace(const std::string& folder, const SystemPlaces& places);
-// All of it but the questions above. What the system used until now becomes "FILE.bak" beside the
-// new file; one of that name that is there is deleted, after a question. A key that the system does
-// not list as a hive's root is refused, as is a file that is kept as evidence; a hive that has two
-// names is replaced once, by the file that comes first. A hive that fails never stops the others.
+// Puts the folder's files in the hives' places. The folder is on the system's drive. What the
+// system used until now becomes "FILE.bak" beside the new file; one of that name that is there is
+// deleted, after a question. A key that the system does not list as a hive's root is refused, as is
+// a file that is kept as evidence; a hive that has two names is replaced once, by the file that
+// comes first. A hive that fails never stops the others.
 HiveRunResult ReplaceHives(const HiveRun& run, const SystemPlaces& places);
 
 }  // namespace hivequarry

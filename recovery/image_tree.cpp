@@ -76,15 +76,16 @@ void CollectTables(HiveImage& hive, const BuildOptions& options, ScanTables& tab
   PresetRoot(hive);
   ScanOptions scan;
   scan.minimum_name_length = options.minimum_name_length;
-  scan.ask_other_roots = options.ask_other_roots;
+  scan.cut_at_other_root = options.cut_at_other_root;
+  scan.on_cut = options.on_cut;
   scan.bare_cells = !hive.header_valid && !hive.data_base_proven;
   ShowStatus("Collecting information ...");
   const uint32_t whole = hive.length;
   Collect(hive, scan, tables);
-  if (scan.ask_other_roots && !tables.other_roots.empty() && !StopRequested()) {
+  if (scan.cut_at_other_root && !tables.other_roots.empty() && !StopRequested()) {
     FinishScan(tables);
     const uint32_t other = FindOtherHive(hive, tables);
-    if (other != 0) CutAtRoot(hive, other);
+    if (other != 0) CutAtRoot(hive, other, options.on_cut);
   }
   if (hive.length != whole && !StopRequested()) {
     ForgetOtherHive(hive);

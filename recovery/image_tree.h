@@ -5,6 +5,7 @@
 
 #include "hive/image.h"
 #include "hive/key_tree.h"
+#include "recovery/scan_options.h"
 
 namespace hivequarry {
 
@@ -13,9 +14,10 @@ struct BuildOptions {
   bool tolerant_keys = true;         // accept keys with damaged signatures ("bad_nk")
   uint32_t minimum_name_length = 0;  // taken for keys with a name length of 0, when not 0
   std::string root_path;             // root path given by the user; empty: the automatic choice
-  // Cut the image before another hive's root, and ask whether to open that in a new copy
-  // (root_search.h). False: further roots stay keys of this tree.
-  bool ask_other_roots = true;
+  // Cut the image before another hive's root (root_search.h). False: further roots stay keys of
+  // this tree.
+  bool cut_at_other_root = true;
+  OnCut on_cut = nullptr;  // may be null: nobody wants to know of a cut
   // What was collected up to a stop is shown. False: a stopped build ends at once, without a tree.
   bool show_stopped = true;
 };
@@ -25,7 +27,7 @@ struct BuildOptions {
 inline BuildOptions TreeAlone() {
   BuildOptions options;
   options.disconnected_values = false;
-  options.ask_other_roots = false;
+  options.cut_at_other_root = false;
   options.show_stopped = false;
   return options;
 }

@@ -1,7 +1,6 @@
 #include "recovery/root_search.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <string>
 #include <vector>
 
@@ -11,33 +10,12 @@
 #include "hive/offset_map.h"
 #include "hive/subkeys.h"
 #include "hive/timestamp.h"
-#include "host/files.h"
-#include "host/host.h"
-#include "host/launch.h"
-#include "host/number_text.h"
 #include "records/cell.h"
 #include "recovery/hang_keys.h"
 #include "recovery/live_cells.h"
 
 namespace hivequarry {
 namespace {
-
-// 0 when the file can't be read any more.
-uint32_t SizeOfFile(const std::string& file) {
-  int error = 0;
-  std::FILE* stream = OpenFile(file, "rb", error);
-  if (stream == nullptr) return 0;
-  const int64_t size = FileSize(stream);
-  std::fclose(stream);
-  return static_cast<uint32_t>(std::clamp<int64_t>(size, 0, UINT32_MAX));
-}
-
-// The scan waits meanwhile: it is its thread that asks.
-bool WantsCopy(uint32_t file_position) {
-  const std::string text =
-      Concat({"New Root Cell found at 0x", Hex(file_position), "! Open in new Window?"});
-  return ShowMessage(text.c_str(), kProgramName, Icon::kQuestion, Buttons::kYesNo) == Answer::kYes;
-}
 
 // Where the hive begins of which the key at a position is the first cell: with its base block, or
 // with its first block. 0 when neither is before it.
@@ -116,12 +94,6 @@ uint32_t RangeStartForRoot(uint32_t root) {
   return root > 7 ? root - 8 : root;
 }
 
-void OpenRootInCopy(const HiveImage& hive, uint32_t root_position) {
-  const uint32_t start = RangeStartForRoot(FilePositionOf(hive, root_position));
-  const uint32_t end = SizeOfFile(hive.file_name);
-  LaunchSelf(RangeArguments(FullName(hive.file_name), start, end), kLaunchPlain);
-}
-
 bool HasPlausibleName(const HiveImage& hive, uint32_t key_position) {
   constexpr uint32_t kLongestName = 510;  // bytes
   const uint32_t length = ReadU16(hive, key_position + kKeyNameLength);
@@ -169,8 +141,8 @@ RootRole JudgeRoot(HiveImage& hive, const ScannedKey& key, const ScanOptions& op
     return RootRole::kNone;
   }
   const bool follows = start == key.block_end && tables.other_roots.empty();
-  if (options.ask_other_roots && (options.bare_cells || follows)) {
-    CutAtRoot(hive, position);
+  if (options.cut_at_other_root && (options.bare_cells || follows)) {
+    CutAtRoot(hive, position, options.on_cut);
     return RootRole::kEndsImage;
   }
   tables.other_roots.push_back(position);
@@ -186,11 +158,11 @@ uint32_t FindOtherHive(const HiveImage& hive, ScanTables& tables) {
   return free == tables.other_roots.end() ? 0 : *free;
 }
 
-void CutAtRoot(HiveImage& hive, uint32_t position) {
+void CutAtRoot(HiveImage& hive, uint32_t position, OnCut on_cut) {
   hive.cut = true;
   hive.length = position;
   hive.last_valid = position < 8 ? 0 : position - 8;
-  if (WantsCopy(FilePositionOf(hive, position))) OpenRootInCopy(hive, position);
+  if (on_cut != nullptr) on_cut(hive, position);
 }
 
 bool FindLostRoot(HiveImage& hive, ScanTables& tables) {

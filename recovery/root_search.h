@@ -1,8 +1,8 @@
 // Which key is the root of the window's hive, and where that hive ends.
 //
 // A file may hold several hives one after another, or a piece of one. An image shows the hive that
-// hangs from one root; where another hive begins the image ends, and the rest is offered in a new
-// window.
+// hangs from one root; where another hive begins the image ends, and the front end is told, so that
+// it can offer the rest.
 //
 // The window's own root is
 // - with a base block, the first cell, or the key that the base block names; of the first cell
@@ -33,10 +33,6 @@ namespace hivequarry {
 // first: with room for a base block and a bin header first, or as much of that as there is.
 uint32_t RangeStartForRoot(uint32_t root);
 
-// Opens the hive of the root cell at an image position in a new copy of the program: the range that
-// RangeStartForRoot gives, up to the end of the file.
-void OpenRootInCopy(const HiveImage& hive, uint32_t root_position);
-
 // True when what is at a position has so much of a key that it can be taken for a root: of
 // signature, flags, time, name, subkey list and security record at least a few that fit.
 bool HasRootRemains(const HiveImage& hive, uint32_t position);
@@ -58,8 +54,8 @@ RootRole JudgeRoot(HiveImage& hive, const ScannedKey& key, const ScanOptions& op
 uint32_t FindOtherHive(const HiveImage& hive, ScanTables& tables);
 
 // Ends the image before another hive's root (length and last_valid; the bytes after stay
-// held), and asks the user whether to open it in a new copy.
-void CutAtRoot(HiveImage& hive, uint32_t position);
+// held), and calls `on_cut` unless it is null.
+void CutAtRoot(HiveImage& hive, uint32_t position, OnCut on_cut);
 
 // For finished tables without a root: makes one at the place that is a root's and that keys name as
 // their parent, or takes a key that has a root's flags. False when there is neither.

@@ -5,22 +5,12 @@
 #include <cstdint>
 
 #include "hive/image.h"
+#include "recovery/scan_options.h"
 #include "recovery/scan_tables.h"
 
 namespace hivequarry {
 
 enum class ScanPass { kCollect = 0, kEvaluate = 1 };
-
-struct ScanOptions {
-  // Jump over an unrecognised allocated cell below 4096 bytes in one step, not in steps of 8.
-  bool skip_small = true;
-  // A name length of 0 is replaced by this when it is not 0.
-  uint32_t minimum_name_length = 0;
-  // The root of another hive ends the image (root_search.h). False: it is a key as any other.
-  bool ask_other_roots = true;
-  // The image has neither a base block nor a single block header: a run of cells.
-  bool bare_cells = false;
-};
 
 // Empties the tables and makes them ready for the collecting pass.
 void ResetTables(const HiveImage& hive, ScanTables& tables);

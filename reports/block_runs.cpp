@@ -179,12 +179,11 @@ void AddRuns(FileWindow& window, OutputList& list) {
 
 }  // namespace
 
-OutputListPtr ListBlockRuns(const std::string& file) {
+OutputListPtr ListBlockRuns(const std::string& file, UnreadBytes& unread) {
   int error = 0;
   std::FILE* stream = OpenFile(file, "rb", error);
   const int64_t size = stream == nullptr ? -1 : FileSize(stream);
   if (size < 0) {
-    ShowMessage("Can not open File !", kProgramName, Icon::kExclamation);
     if (stream != nullptr) std::fclose(stream);
     return nullptr;
   }
@@ -194,7 +193,7 @@ OutputListPtr ListBlockRuns(const std::string& file) {
   FileWindow window(stream, static_cast<uint64_t>(size));
   AddRuns(window, *list);
   std::fclose(stream);
-  ReportUnread(file, window.unread());
+  unread = window.unread();
   ShowStatus("");
   return list;
 }

@@ -100,13 +100,14 @@ struct Split {
   uint64_t size;  // of the source
   std::string stem;
   int series;
+  SplitResult result = {};
 };
 
 enum class PieceResult {
   kWhole,
   kHoles,    // what could not be read is zeros
   kNotKept,  // not all of it could be written
-  kNoFile,   // told already
+  kNoFile,
 };
 
 PieceResult WritePiece(Split& split, uint32_t row, const Range& range) {
@@ -114,7 +115,8 @@ PieceResult WritePiece(Split& split, uint32_t row, const Range& range) {
   int error = 0;
   OutputFile piece;
   if (!OpenOutput(name, OutputMode::kNew, piece, error)) {
-    ShowMessage(("Can not create file " + name).c_str(), "Error", Icon::kStop);
+    split.result.fault = SplitFault::kCannotCreate;
+    split.result.file = name;
     return PieceResult::kNoFile;
   }
   const OutputGuard guard(piece);
@@ -125,54 +127,42 @@ PieceResult WritePiece(Split& split, uint32_t row, const Range& range) {
   return unread.count == 0 ? PieceResult::kWhole : PieceResult::kHoles;
 }
 
-// True when pieces were written, all of them whole.
-bool WritePieces(Split& split) {
+void WritePieces(Split& split) {
   const Host& host = CurrentHost();
   const uint32_t rows = RowCount(split.list);
   bool written = false;
   bool sound = true;
-  bool told = false;
   host.progress_range(host.context, rows);
   for (uint32_t row = 0; row < rows && !StopRequested(); ++row) {
     Range range;
     if (!RangeOfRow(split.list, row, split.size, range)) break;
     const PieceResult result = WritePiece(split, row, range);
     sound = sound && result == PieceResult::kWhole;
-    told = result == PieceResult::kNoFile;
-    if (told) break;
+    if (result == PieceResult::kNoFile) break;
     written = written || result != PieceResult::kNotKept;
     host.progress_position(host.context, row + 1);
   }
   host.progress_range(host.context, 0);
-  if (!told && !StopRequested()) ShowStatus("Done.");
-  return written && sound;
+  if (split.result.fault == SplitFault::kNone && !StopRequested()) ShowStatus("Done.");
+  split.result.whole = written && sound;
 }
 
 }  // namespace
 
-bool SplitFile(OutputList& list, const std::string& folder) {
+SplitResult SplitFile(OutputList& list, const std::string& folder) {
   const std::string& source = ListSource(list);
   const uint32_t rows = RowCount(list);
-  if (source.empty() || rows == 0) return false;
+  if (source.empty() || rows == 0) return {};
   int error = 0;
-  std::FILE* stream = OpenFile(source, "rb", error);
-  const int64_t size = stream == nullptr ? -1 : FileSize(stream);
-  if (size < 0) {
-    ShowMessage("Can not open File !", kProgramName, Icon::kExclamation);
-    if (stream != nullptr) std::fclose(stream);
-    return false;
-  }
+  const FileStream stream(OpenFile(source, "rb", error));
+  const int64_t size = stream == nullptr ? -1 : FileSize(stream.get());
+  if (size < 0) return {.fault = SplitFault::kCannotOpen};
   const std::string stem = PieceStem(source, folder);
   const int series = FreeSeries(stem, rows);
-  bool written = false;
-  if (series == kSeries) {
-    ShowMessage("Unclassified error.", kProgramName, Icon::kInformation);
-  } else {
-    Split split{list, stream, static_cast<uint64_t>(size), stem, series};
-    written = WritePieces(split);
-  }
-  std::fclose(stream);
-  return written;
+  if (series == kSeries) return {.fault = SplitFault::kNoName};
+  Split split{list, stream.get(), static_cast<uint64_t>(size), stem, series};
+  WritePieces(split);
+  return split.result;
 }
 
 }  // namespace hivequarry

@@ -95,7 +95,7 @@ HiveState StateOf(HiveImage& image) {
   const KeptShortfalls kept;
   BuildOptions options;
   options.disconnected_values = false;
-  options.ask_other_roots = false;
+  options.cut_at_other_root = false;
   options.show_stopped = false;
   KeyTree tree;
   return BuildImageTree(image, options, tree).stopped ? HiveState() : StateOf(image, tree);

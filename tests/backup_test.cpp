@@ -8,13 +8,14 @@
 #include <fstream>
 #include <iterator>
 
+#include "app/stop_command.h"
 #include "host/evidence.h"
 #include "host/long_operation.h"
-#include "live/replace.h"
 #include "tests/support/hive_builder.h"
 #include "tests/support/host_recorder.h"
 #include "tests/support/memory_registry.h"
 #include "tests/support/texts.h"
+#include "view/hive_run_words.h"
 
 namespace hivequarry::testing {
 namespace {
@@ -26,9 +27,10 @@ constexpr int kSoftware = 0, kClasses = 2, kSystem = 3, kSam = 4, kUserKeys = 6;
 class BackupTest : public ::testing::Test {
  protected:
   BackupTest() {
-    backup_.run.folder = folder_;
-    backup_.run.hives = HiveBit(kSoftware) | HiveBit(kSystem);
-    backup_.run.on_state = [this](int hive, HiveState state) {
+    SpeakInMessages(run_);
+    run_.folder = folder_;
+    run_.hives = HiveBit(kSoftware) | HiveBit(kSystem);
+    run_.on_state = [this](int hive, HiveState state) {
       if (state != HiveState::kNeutral) states_ += "?.+-"[static_cast<int>(state)];
       if (on_state_) on_state_(hive, state);
     };
@@ -72,12 +74,12 @@ class BackupTest : public ::testing::Test {
   }
   Texts Run() {
     states_.clear();
-    RunBackup(backup_);
+    RunBackup(run_, settings_file_);
     return Shown();
   }
   Texts RunReplace() {
     states_.clear();
-    ReplaceHives(backup_.run, places_);
+    ReplaceHives(run_, places_);
     return Shown();
   }
 
@@ -86,7 +88,8 @@ class BackupTest : public ::testing::Test {
   const TempFile temp_{""};
   const std::string folder_ = temp_.folder() + "/backup";
   SystemPlaces places_{temp_.folder(), temp_.folder() + "/c", temp_.folder() + "/c/Boot"};
-  Backup backup_;
+  HiveRun run_;
+  std::string settings_file_;
   std::string states_;  // '.' running, '+' done, '-' failed
   std::function<void(int, HiveState)> on_state_;
 };
@@ -133,7 +136,7 @@ TEST(BackupDueTest, WeekAndMonth) {
 }
 
 TEST_F(BackupTest, SavesEachHiveAndEachUsersKey) {
-  backup_.run.hives |= HiveBit(kUserKeys);
+  run_.hives |= HiveBit(kUserKeys);
   EXPECT_EQ(Run(), Texts{"i: Backup done."});
   EXPECT_EQ(states_, ".+.+.+");
   EXPECT_EQ(Files(), (Texts{"HKU_S-1.dat", "HKU_a_b.dat", "SOFTWARE", "SYSTEM"}));
@@ -142,7 +145,7 @@ TEST_F(BackupTest, SavesEachHiveAndEachUsersKey) {
 
 TEST_F(BackupTest, SavedHivesAreForAdministratorsAndTheSystemAlone) {
   constexpr uint16_t kProtected = 0x1000, kDaclPresent = 4;
-  backup_.run.hives |= HiveBit(kSam);
+  run_.hives |= HiveBit(kSam);
   registry_.At(u"HKLM\\SAM").save_error = kRegistryDone;
   EXPECT_EQ(Run(), Texts{"i: Backup done."});
   EXPECT_EQ(registry_.protected_files.size(), 3U);
@@ -194,7 +197,7 @@ TEST_F(BackupTest, TheKernelsCallIsTheSecondWay) {
   EXPECT_TRUE(IsHive("SOFTWARE"));
   fs::remove(In("SOFTWARE"));
   registry_.errors["save_natively"] = 1016;
-  backup_.run.hives = HiveBit(kSoftware);
+  run_.hives = HiveBit(kSoftware);
   EXPECT_EQ(Run(), Texts{"x: Can not backup Registry key HKEY_LOCAL_MACHINE\\Software !"
                          "(Error 1016)"});
   EXPECT_EQ(Files(), Texts{"SYSTEM"});
@@ -215,7 +218,7 @@ TEST_F(BackupTest, ExistingFiles) {
   EXPECT_EQ(states_, ".+-");
   EXPECT_TRUE(IsHive("SOFTWARE"));
   // A user's file is only replaced by a whole one.
-  backup_.run.hives = HiveBit(kUserKeys);
+  run_.hives = HiveBit(kUserKeys);
   Write(In("HKU_S-1.dat"));
   registry_.At(u"HKU\\S-1").save_error = kRegistryDenied;
   EXPECT_EQ(Run(), (Texts{"q: File " + In("HKU_S-1.dat") + " already exists ! Overwrite file ?",
@@ -231,7 +234,7 @@ TEST_F(BackupTest, ExistingFiles) {
 // Whatever the user answers.
 TEST_F(BackupTest, OpenFilesAndWhatNobodyWasAskedAboutAreNotWrittenOver) {
   host_.answer = Answer::kYes;
-  backup_.run.hives |= HiveBit(kUserKeys);
+  run_.hives |= HiveBit(kUserKeys);
   const Texts kept = {"HKU_S-1.dat", "SOFTWARE", "SYSTEM"};
   for (const std::string& name : {kept[0], kept[1]}) {
     Write(In(name));
@@ -249,32 +252,31 @@ TEST_F(BackupTest, OpenFilesAndWhatNobodyWasAskedAboutAreNotWrittenOver) {
 
 TEST_F(BackupTest, WithoutThePrivilegeNothingIsMade) {
   registry_.privileges.clear();
-  backup_.run.folder = In("new");
-  RunBackup(backup_);
+  run_.folder = In("new");
+  RunBackup(run_, settings_file_);
   EXPECT_EQ(host_.messages,
             (std::vector<ShownMessage>{{"No Backup Privilege !", "Error", Icon::kExclamation}}));
   EXPECT_TRUE(Files().empty());
 }
 
 TEST_F(BackupTest, MakesTheLastTwoFolders) {
-  backup_.run.folder = In("a/b");
-  EXPECT_TRUE(EnsureFolder(backup_));
+  run_.folder = In("a/b");
+  EXPECT_TRUE(EnsureFolder(run_));
   EXPECT_TRUE(IsExistingFolder(In("a/b")));
-  backup_.run.folder = In("c/d/e");
+  run_.folder = In("c/d/e");
   EXPECT_EQ(Run(), (Texts{"x: Can not create/open directory\r\n" + In("c/d/e") + " !",
                           "x: Invalid directory !"}));
-  backup_.run.folder = "/?/";
+  run_.folder = "/?/";
   EXPECT_EQ(Run(), Texts{"x: Invalid directory !"});
 }
 
 TEST_F(BackupTest, AnAutomaticOneAsksNothingAndWritesLogs) {
-  backup_.automatic = true;
-  backup_.log_folder = folder_;
-  backup_.settings_file = In("s.ini");
+  SpeakInLogs(run_, folder_);
+  settings_file_ = In("s.ini");
   Write(In("SOFTWARE"));
   host_.answer = Answer::kYes;
   registry_.At(u"HKLM\\SAM").save_error = kRegistryDenied;
-  backup_.run.hives |= HiveBit(kSam);
+  run_.hives |= HiveBit(kSam);
   EXPECT_EQ(Run(), Texts{});
   EXPECT_EQ(states_, "-.+.-");
   EXPECT_EQ(ContentOf(In("SOFTWARE")), "old");
@@ -288,8 +290,8 @@ TEST_F(BackupTest, AnAutomaticOneAsksNothingAndWritesLogs) {
   EXPECT_FALSE(IsBackupDue(ReadLastBackup(In("s.ini")), BackupPeriod::kWeek, LocalNow()));
   EXPECT_EQ(ReadLastBackup(In("s.ini")).size(), 17U);
   // With nothing saved nothing is recorded.
-  backup_.run.hives = HiveBit(kSoftware) | HiveBit(kClasses);
-  backup_.settings_file = In("other.ini");
+  run_.hives = HiveBit(kSoftware) | HiveBit(kClasses);
+  settings_file_ = In("other.ini");
   Run();
   EXPECT_EQ(ReadLastBackup(In("other.ini")), "");
   EXPECT_EQ(ContentOf(In("hivequarry.ok")).size(), 26U + 25);
@@ -332,7 +334,7 @@ constexpr const char* kReplaced =
     "i: Replacing Hive(s) done. Changes will take effect after system restart !";
 
 TEST_F(BackupTest, Replaces) {
-  backup_.run.hives = ~0U;
+  run_.hives = ~0U;
   for (const char* name : {"SAM", "BCD", "HKU_S-1.dat", "SYSTEM", "SYSTEM.bak"}) Write(In(name));
   const std::string question =
       "q: Backup file " + In("SYSTEM") + ".bak already exists ! Overwrite file ?";
@@ -344,13 +346,13 @@ TEST_F(BackupTest, Replaces) {
                                        {u"HKLM\\BCD00000000", In("BCD"), In("BCD.bak")}}));
   EXPECT_EQ(ContentOf(In("SYSTEM.bak")), "old");
   host_.answer = Answer::kYes;
-  backup_.run.hives = HiveBit(kSystem);
+  run_.hives = HiveBit(kSystem);
   EXPECT_EQ(RunReplace(), (Texts{question, kReplaced}));
   EXPECT_FALSE(IsNameTaken(In("SYSTEM.bak")));
 }
 
 TEST_F(BackupTest, TheBootHivesFileComesToTheBootDrive) {
-  backup_.run.hives = HiveBit(kBootHive);
+  run_.hives = HiveBit(kBootHive);
   Write(In("BCD"));
   const std::string copy = places_.boot_folder + "/hivequarry/bcd";
   fs::create_directories(places_.boot_folder);
@@ -375,7 +377,7 @@ TEST_F(BackupTest, TheBootHivesFileComesToTheBootDrive) {
 }
 
 TEST_F(BackupTest, AKeyThatIsNoHivesRootIsNotReplacedForTheHiveThatHoldsIt) {
-  backup_.run.hives = HiveBit(kBootHive) | HiveBit(kUserKeys);
+  run_.hives = HiveBit(kBootHive) | HiveBit(kUserKeys);
   for (const char* name : {"BCD", "HKU_a_b.dat"}) Write(In(name));
   fs::create_directories(places_.boot_folder);
   MemoryKey& list = registry_.At(u"HKLM\\SYSTEM\\CurrentControlSet\\Control\\hivelist");
@@ -402,7 +404,7 @@ TEST_F(BackupTest, AHiveOfTwoNamesIsReplacedOnce) {
                            "HKU_S-1-5-21-7_Classes.dat", "HKU_.DEFAULT.dat", "HKU_S-1-5-18.dat"}) {
     Write(In(name));
   }
-  backup_.run.hives = HiveBit(1) | HiveBit(kClasses) | HiveBit(kUserKeys);
+  run_.hives = HiveBit(1) | HiveBit(kClasses) | HiveBit(kUserKeys);
   EXPECT_EQ(RunReplace(),
             (Texts{"i: Left out, as the same hive was replaced under another name :"
                    "\rHKEY_USERS\\S-1-5-21-7 (HKEY_CURRENT_USER)"
@@ -417,7 +419,7 @@ TEST_F(BackupTest, AHiveOfTwoNamesIsReplacedOnce) {
 }
 
 TEST_F(BackupTest, AnOpenFileNeverBecomesTheSystems) {
-  backup_.run.hives = HiveBit(kSystem);
+  run_.hives = HiveBit(kSystem);
   Write(In("SYSTEM"));
   KeepEvidence(In("SYSTEM"));
   EXPECT_EQ(RunReplace(), Texts{"x: Can not replace HKEY_LOCAL_MACHINE\\System !\r" + In("SYSTEM") +
@@ -427,7 +429,7 @@ TEST_F(BackupTest, AnOpenFileNeverBecomesTheSystems) {
 }
 
 TEST_F(BackupTest, WhyAHiveWasNotReplaced) {
-  backup_.run.hives = HiveBit(kSystem);
+  run_.hives = HiveBit(kSystem);
   Write(In("SYSTEM"));
   const struct {
     int32_t error;
@@ -445,7 +447,7 @@ TEST_F(BackupTest, WhyAHiveWasNotReplaced) {
   EXPECT_EQ(RunReplace(), Texts{"x: Invalid file name " + In("SYSTEM.bak") + " for backup !"});
   registry_.privileges.clear();
   EXPECT_EQ(RunReplace(), Texts{"x: No Restore Privilege !"});
-  backup_.run.folder = In("none");
+  run_.folder = In("none");
   EXPECT_EQ(RunReplace(), Texts{"x: Invalid directory !"});
 }
 

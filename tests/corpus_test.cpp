@@ -11,6 +11,7 @@
 #include <sstream>
 #include <unordered_set>
 
+#include "app/list_words.h"
 #include "app/opening_words.h"
 #include "hive/image.h"
 #include "hive/key_tree.h"
@@ -546,7 +547,7 @@ TEST_F(Corpus, EveryListOfEveryFile) {
               opened.summary.disconnected_values);
     ExpectWritten(*ListBlocks(*opened.hive));
     ExpectWritten(*ListRootKeys(*opened.hive, opened.tree));
-    ExpectWritten(*ListBlockRuns(entry.path().string()));
+    ExpectWritten(*ListBlockRunsAndTell(entry.path().string()));
     ListWhatIsFound(opened);
     ListSecurity(opened);
     const ScriptExport written =

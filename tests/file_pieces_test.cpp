@@ -8,6 +8,7 @@
 #include <fstream>
 #include <iterator>
 
+#include "app/list_words.h"
 #include "host/number_text.h"
 #include "tests/support/opened_hive.h"
 #include "tests/support/texts.h"
@@ -45,7 +46,7 @@ Texts Column(const OutputList& list, int column) {
 // The decimal numbers of the rows: "first-last" and so on.
 std::string RunsOf(const Bytes& bytes) {
   const TempFile file(bytes);
-  const OutputListPtr list = ListBlockRuns(file.name());
+  const OutputListPtr list = ListBlockRunsAndTell(file.name());
   EXPECT_EQ(ListSource(*list), file.name());
   std::string runs;
   for (uint32_t row = 0; row < RowCount(*list); ++row) {
@@ -125,7 +126,7 @@ TEST_F(SplitFileTest, PiecesAreTheBytesOfTheirRanges) {
   const std::pair<std::string, const char*> runs[] = {
       {"", ".sp_0"}, {"", ".sp1_0"}, {source.folder(), ".sp2_0"}};
   for (const auto& [folder, ending] : runs) {
-    EXPECT_TRUE(SplitFile(*list, folder));
+    EXPECT_TRUE(SplitFileAndTell(*list, folder));
     EXPECT_EQ(host.statuses.back(), "Done.");
     for (uint32_t row = 0; row < ranges.size(); ++row) {
       const std::string name = source.name() + ending + std::to_string(row + 1);
@@ -144,7 +145,7 @@ TEST_F(SplitFileTest, AnImpossibleRowEndsTheRun) {
     Add("(10)", "(19)");
     Add("(5)", end);
     Add("(30)", "(39)");
-    EXPECT_TRUE(SplitFile(*list));
+    EXPECT_TRUE(SplitFileAndTell(*list));
     EXPECT_TRUE(ContentOf<Bytes>(std::string(CellText(*list, 0, 3))) == Part(bytes, 10, 20)) << end;
     EXPECT_EQ(CellText(*list, 2, 3), "") << end;
   }
@@ -152,18 +153,18 @@ TEST_F(SplitFileTest, AnImpossibleRowEndsTheRun) {
 }
 
 TEST_F(SplitFileTest, WhatTheUserIsTold) {
-  EXPECT_FALSE(SplitFile(*list)) << "no rows, nothing to tell";
+  EXPECT_FALSE(SplitFileAndTell(*list)) << "no rows, nothing to tell";
   for (int row = 0; row < 2; ++row) Add("(0)", "(9)");
   const std::string missing = source.folder() + "/none";
-  EXPECT_FALSE(SplitFile(*list, missing));
+  EXPECT_FALSE(SplitFileAndTell(*list, missing));
   for (int series = 0; series < 100; ++series) {
     const std::string number = series == 0 ? "" : std::to_string(series);
     std::filesystem::create_directory(source.name() + ".sp" + number + "_01");
   }
-  EXPECT_FALSE(SplitFile(*list));
+  EXPECT_FALSE(SplitFileAndTell(*list));
   SetListSource(*list, missing);
-  EXPECT_FALSE(SplitFile(*list));
-  EXPECT_EQ(ListBlockRuns(missing), nullptr);
+  EXPECT_FALSE(SplitFileAndTell(*list));
+  EXPECT_EQ(ListBlockRunsAndTell(missing), nullptr);
   const ShownMessage unreadable{"Can not open File !", "Hivequarry", Icon::kExclamation};
   const std::vector<ShownMessage> told = {
       {"Can not create file " + missing + "/TEST.sp_01", "Error", Icon::kStop},

@@ -5,11 +5,11 @@
 
 #include <cerrno>
 
+#include "app/list_words.h"
 #include "app/opening_words.h"
 #include "host/files.h"
 #include "host/shortfalls.h"
 #include "lists/output_list.h"
-#include "reports/file_pieces.h"
 #include "reports/hive_lists.h"
 #include "tests/support/opened_hive.h"
 #include "tests/support/texts.h"
@@ -128,12 +128,12 @@ TEST(FileReading, PiecesWithLostSectors) {
   const TempFile file(Joined({hive, hive}));
   const LossyMedium medium({{0x1600, 1}});
   const HostRecorder host;
-  const OutputListPtr list = ListBlockRuns(file.name());
+  const OutputListPtr list = ListBlockRunsAndTell(file.name());
   EXPECT_EQ(ShortfallCount(Shortfall::kUnreadBytes), 512u);
   ASSERT_EQ(host.messages.size(), 1u);
   EXPECT_TRUE(host.messages[0].text.ends_with(": 0x00001600-0x000017FF"));
   ASSERT_EQ(RowCount(*list), 2u);
-  EXPECT_FALSE(SplitFile(*list)) << "one is not whole";
+  EXPECT_FALSE(SplitFileAndTell(*list)) << "one is not whole";
   Bytes holed = hive;
   std::fill_n(holed.begin() + 0x1600, 512, uint8_t{0});
   EXPECT_EQ(ContentOf<Bytes>(file.name() + ".sp_01"), holed);

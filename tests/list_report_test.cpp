@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <fstream>
 
+#include "app/list_words.h"
 #include "host/long_operation.h"
 #include "host/shortfalls.h"
 #include "tests/support/texts.h"
@@ -264,11 +265,11 @@ TEST(ReportFile, OnDisk) {
   ReportHead head;
   EXPECT_EQ(ReadReportHead(file, head), ReportRead::kDone);
   EXPECT_EQ(head.columns, std::vector<std::string>{"Key"});
-  EXPECT_EQ(ReadReportRows(file, *list), ReportRead::kDone);
+  EXPECT_EQ(ReadReportRowsAndTell(file, *list), ReportRead::kDone);
   EXPECT_EQ(Shown(*list), "a:5\na:5\n");
   std::filesystem::remove(file);
   EXPECT_EQ(ReadReportHead(file, head), ReportRead::kCannotOpen);
-  EXPECT_EQ(ReadReportRows(file, *list), ReportRead::kCannotOpen);
+  EXPECT_EQ(ReadReportRowsAndTell(file, *list), ReportRead::kCannotOpen);
 }
 
 TEST(ReportFile, NamesAndTimes) {

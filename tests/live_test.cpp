@@ -9,6 +9,7 @@
 #include "tests/support/host_recorder.h"
 #include "tests/support/memory_registry.h"
 #include "tests/support/texts.h"
+#include "view/live_words.h"
 
 namespace hivequarry::testing {
 namespace {
@@ -151,7 +152,7 @@ TEST_F(LiveTest, FindsKeysByPermissionsAndGivesThePrivilegeBack) {
   const auto find = [&](AceKind kind, Texts& rows) {
     const OutputListPtr list = MakeOutputList(kListSecurityKeys);
     const PermissionQuery query{"S-1-1-0", kind, kReadRights, false};
-    const bool done = FindLiveKeysByPermissions(kLiveMachine, query, false, *list);
+    const bool done = FindLiveKeysAndTell(kLiveMachine, query, false, *list);
     rows = Rows(*list);
     return done;
   };

@@ -10,6 +10,7 @@
 #include "tests/support/memory_registry.h"
 #include "tests/support/opened_hive.h"
 #include "tests/support/texts.h"
+#include "view/live_words.h"
 
 namespace hivequarry::testing {
 namespace {
@@ -86,7 +87,7 @@ class MergeTest : public ::testing::Test {
     MergeTarget target;
     if (!Prepare(path, target)) return {"not merged"};
     const OutputListPtr errors = MakeOutputList(kListErrors);
-    counts_ = MergeBranch(opened_.hive, opened_.tree, target, options, *errors);
+    counts_ = MergeAndTell(opened_.hive, opened_.tree, target, options, *errors);
     return RowTexts(*errors, 4);
   }
   Texts Compare(const char* path, const CompareOptions& options = {}) {
@@ -228,27 +229,27 @@ TEST_F(MergeTest, WhatCanNotBeginSaysWhy) {
   MergeTarget target;
   const uint32_t folder = opened_.tree.disconnected_keys;
   EXPECT_FALSE(PrepareMerge(opened_.hive, opened_.tree, folder, target));
-  EXPECT_FALSE(CheckComparison(opened_.hive, opened_.tree, folder));
+  EXPECT_FALSE(MayCompare(opened_.hive, opened_.tree, folder));
   EXPECT_EQ(Messages(), Texts{"Invalid Root key !"});
   opened_.host.answer = Answer::kNo;
   EXPECT_FALSE(Prepare("A", target));
-  EXPECT_FALSE(CheckComparison(opened_.hive, opened_.tree, opened_.Item("A")));
+  EXPECT_FALSE(MayCompare(opened_.hive, opened_.tree, opened_.Item("A")));
   opened_.host.messages.erase(opened_.host.messages.begin());
   EXPECT_EQ(Messages(), Texts{"HKLM\\SYSTEM\\A does not belong to Registry !"});
   EXPECT_EQ(registry_.Find(u"HKLM\\SYSTEM\\A"), nullptr);
   opened_.host.answer = Answer::kYes;
   registry_.At(u"HKLM\\SYSTEM\\A").open_error = kRegistryDenied;
   EXPECT_FALSE(Prepare("A", target));
-  EXPECT_FALSE(CheckComparison(opened_.hive, opened_.tree, opened_.Item("A")));
+  EXPECT_FALSE(MayCompare(opened_.hive, opened_.tree, opened_.Item("A")));
   opened_.host.messages.erase(opened_.host.messages.begin());
   EXPECT_EQ(Messages(), (Texts{"Can not open Key !", "Access denied (HKLM\\SYSTEM\\A)!"}));
   registry_.At(u"HKLM\\SYSTEM").open_error = kRegistryDenied;
-  EXPECT_FALSE(CheckComparison(opened_.hive, opened_.tree, 0));
+  EXPECT_FALSE(MayCompare(opened_.hive, opened_.tree, 0));
   opened_.hive.root.source = RootSource::kFileName;
   EXPECT_FALSE(Prepare("A", target));
   SetRootPath(opened_.hive, "NOROOT\\A");
   EXPECT_FALSE(Prepare("A", target));
-  EXPECT_FALSE(CheckComparison(opened_.hive, opened_.tree, 0));
+  EXPECT_FALSE(MayCompare(opened_.hive, opened_.tree, 0));
   EXPECT_EQ(
       Messages(),
       (Texts{"Access denied !",

@@ -340,7 +340,7 @@ BuiltHive OtherHive(List list) {
 // The other one's root does not end the image.
 BuildOptions BothHives() {
   BuildOptions options;
-  options.ask_other_roots = false;
+  options.cut_at_other_root = false;
   return options;
 }
 

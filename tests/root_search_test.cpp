@@ -30,6 +30,7 @@ struct Window {
     TheHiveTable().start_offset = line.start_offset;
     TheHiveTable().end_offset = line.end_offset;
     hive = &TheHiveTable().slots.at(static_cast<size_t>(OpenHive(line.file)));
+    options.on_cut = OfferOtherHive;
     summary = BuildImageTree(*hive, options, tree);
     for (uint32_t item = 0; item < tree.items.size(); ++item) {
       if (IsKeyItem(tree, item)) names.push_back(ReadKeyName(*hive, tree.items[item].position));
@@ -140,7 +141,7 @@ TEST(RootSearch, WhatCountsAsARoot) {
     const TempFile file(Joined({HiveNamed("One").bytes, second}));
     for (const bool ask : {true, false}) {
       BuildOptions options;
-      options.ask_other_roots = ask;
+      options.cut_at_other_root = ask;
       const Window window(Whole(file.name()), Answer::kNo, options);
       EXPECT_EQ(window.host.messages.size(), ask && counts ? 1u : 0u);
       EXPECT_EQ(window.hive->length < window.hive->held, ask && counts);

@@ -16,6 +16,7 @@
 #include <random>
 #include <thread>
 
+#include "app/list_words.h"
 #include "hive/opening.h"
 #include "host/long_operation.h"
 #include "lists/list_order.h"
@@ -144,9 +145,9 @@ auto Writes(const Write& write) {
 
 void Split(Place& at) {
   const std::string folder = at.report.name() + ".pieces";
-  const OutputListPtr list = ListBlockRuns(at.file);
+  const OutputListPtr list = ListBlockRunsAndTell(at.file);
   std::filesystem::create_directory(folder);
-  SplitFile(*list, folder);
+  SplitFileAndTell(*list, folder);
   std::filesystem::remove_all(folder);
 }
 
@@ -182,7 +183,8 @@ std::vector<Operation> Operations() {
        [](Place& at, OutputList&) { return ListFreedValues(at.hive, at.tree, {}); }},
       {"blocks", 1, [](Place& at, OutputList&) { return ListBlocks(at.hive); }},
       {"root keys", 1, [](Place& at, OutputList&) { return ListRootKeys(at.hive, at.tree); }},
-      {"block runs", 1, [](Place& at, OutputList&) { return ListBlockRuns(at.file); }, false},
+      {"block runs", 1, [](Place& at, OutputList&) { return ListBlockRunsAndTell(at.file); },
+       false},
       {"split", 1, Fills([](Place& at, OutputList&) { Split(at); })},
       {"security cells", kListSecurityScan,
        Fills([](Place& at, OutputList& list) { ScanSecurityCells(at.hive, {}, list); })},
@@ -208,7 +210,7 @@ std::vector<Operation> Operations() {
       {"write report", 1,
        Writes([](Place& at, const TextSink& sink) { WriteReport(*at.rows, {}, {}, sink); })},
       {"read report", kListKeyDates,
-       Fills([](Place& at, OutputList& list) { ReadReportRows(at.report.name(), list); })}};
+       Fills([](Place& at, OutputList& list) { ReadReportRowsAndTell(at.report.name(), list); })}};
   for (size_t i = 0; i < static_cast<size_t>(Report::kCount); ++i) {
     const ReportInfo& info = InfoOf(static_cast<Report>(i));
     all.push_back({info.name, info.kind, Fills([&info](Place& at, OutputList& list) {

@@ -5,10 +5,10 @@
 #include <utility>
 #include <vector>
 
+#include "app/memory.h"
 #include "app/settings.h"
 #include "host/host.h"
 #include "host/long_operation.h"
-#include "host/memory.h"
 #include "host/number_text.h"
 #include "reports/freed_find.h"
 #include "reports/freed_script.h"

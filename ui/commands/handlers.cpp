@@ -2,7 +2,7 @@
 #include "ui/commands/handlers.h"
 
 #include "app/settings.h"
-#include "host/long_operation.h"
+#include "app/stop_command.h"
 #include "ui/dialogs/about_dialog.h"
 #include "ui/dialogs/list_dialogs.h"
 #include "ui/frame/list_view.h"

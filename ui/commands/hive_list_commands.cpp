@@ -3,6 +3,7 @@
 #include <memory>
 #include <utility>
 
+#include "app/list_words.h"
 #include "host/long_operation.h"
 #include "reports/check_list.h"
 #include "reports/file_pieces.h"
@@ -45,7 +46,7 @@ void ShowChecked(MainWindow& window, CheckedHive& checked) {
 }  // namespace
 
 void OnListBlockRuns(MainWindow& window) {
-  StartList(window, [file = ShownHive(window).file_name] { return ListBlockRuns(file); });
+  StartList(window, [file = ShownHive(window).file_name] { return ListBlockRunsAndTell(file); });
 }
 
 void OnListRoots(MainWindow& window) {

@@ -3,6 +3,7 @@
 #include <memory>
 #include <string>
 
+#include "app/opening_words.h"
 #include "app/settings.h"
 #include "hive/file_place.h"
 #include "host/files.h"

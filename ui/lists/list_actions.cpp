@@ -2,13 +2,15 @@
 
 #include <memory>
 
+#include "app/list_words.h"
+#include "app/opening_words.h"
+#include "app/stop_command.h"
 #include "hive/file_place.h"
 #include "host/files.h"
 #include "host/host.h"
 #include "host/launch.h"
 #include "host/long_operation.h"
 #include "recovery/root_search.h"
-#include "reports/file_pieces.h"
 #include "reports/freed_find.h"
 #include "ui/lists/list_work.h"
 #include "ui/lists/raw_view.h"
@@ -103,7 +105,7 @@ void OnSplitFile(ListPlace& place) {
   const auto job = std::make_shared<SplitJob>();
   job->list = CopyAsShown(place);
   StartListWork(
-      place, kOperationSplit, [job] { job->done = SplitFile(*job->list); },
+      place, kOperationSplit, [job] { job->done = SplitFileAndTell(*job->list); },
       [&place, job] { ShowPieces(place, *job); });
 }
 

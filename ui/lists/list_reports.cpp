@@ -2,9 +2,9 @@
 
 #include <memory>
 
+#include "app/list_words.h"
+#include "app/memory.h"
 #include "host/host.h"
-#include "host/memory.h"
-#include "lists/list_report.h"
 #include "ui/dialogs/list_dialogs.h"
 #include "ui/frame/list_view.h"
 #include "ui/lists/list_saving.h"
@@ -72,7 +72,7 @@ void EndReport(ListPlace& place, const ReportJob& job) {
 void LoadRows(ListPlace& place, const std::shared_ptr<ReportJob>& job) {
   OutputList& list = *place.model;
   place.filling = StartListWork(
-      place, kOperationReport, [&list, job] { job->read = ReadReportRows(job->file, list); },
+      place, kOperationReport, [&list, job] { job->read = ReadReportRowsAndTell(job->file, list); },
       [&place, job] { EndReport(place, *job); });
 }
 

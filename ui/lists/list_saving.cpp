@@ -6,9 +6,9 @@
 #include <string_view>
 #include <vector>
 
+#include "app/memory.h"
 #include "host/files.h"
 #include "host/host.h"
-#include "host/memory.h"
 #include "host/number_text.h"
 #include "ui/dialogs/list_dialogs.h"
 #include "ui/frame/text.h"

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "app/settings.h"
+#include "app/stop_command.h"
 #include "host/long_operation.h"
 #include "live/backup.h"
 #include "live/replace.h"
@@ -19,6 +20,7 @@
 #include "ui/frame/text.h"
 #include "ui/main/main_window.h"
 #include "ui/resources/resource.h"
+#include "view/hive_run_words.h"
 
 namespace hivequarry {
 namespace {
@@ -42,7 +44,8 @@ struct BackupDialog {
   HWND dialog = nullptr;
   MainWindow* window = nullptr;
   Purpose purpose = Purpose::kBackup;
-  Backup backup;  // what an unattended run does; else what the dialog asked for last
+  HiveRun run;                // what an unattended one does; else what the dialog asked for last
+  std::string settings_file;  // where an unattended backup is recorded
   SystemPlaces places;
   int hives = kLiveHives;  // that this system has
   std::array<HiveState, kLiveHives> states{};
@@ -99,7 +102,7 @@ std::string ProposedFolder(const std::string& base, bool automatic) {
 }
 
 std::string FirstFolder(const BackupDialog& state) {
-  if (state.purpose == Purpose::kUnattended) return state.backup.run.folder;
+  if (state.purpose == Purpose::kUnattended) return state.run.folder;
   if (!LastBackupFolder().empty()) return LastBackupFolder();
   const std::string& documents = TheProgram().facts.documents;
   return documents.empty() ? state.places.drive + "\\" : documents;
@@ -174,7 +177,7 @@ void OnRunDone(BackupDialog& state) {
   EnableControls(state, true);
   const bool replaced = state.purpose == Purpose::kReplace && state.result.done > 0;
   if (replaced) EnableWindow(GetDlgItem(state.dialog, IDOK), FALSE);
-  if (state.result.done > 0) LastBackupFolder() = state.backup.run.folder;
+  if (state.result.done > 0) LastBackupFolder() = state.run.folder;
   SendMessageW(state.dialog, WM_NEXTDLGCTL,
                reinterpret_cast<WPARAM>(GetDlgItem(state.dialog, IDCANCEL)), TRUE);
 }
@@ -183,12 +186,12 @@ void StartRun(BackupDialog& state) {
   EnableControls(state, false);
   state.running = true;
   state.result = HiveRunResult();
-  state.backup.run.on_state = [dialog = state.dialog](int hive, HiveState now) {
+  state.run.on_state = [dialog = state.dialog](int hive, HiveState now) {
     PostMessageW(dialog, kHiveChanged, static_cast<WPARAM>(hive), static_cast<LPARAM>(now));
   };
   const auto work = [&state] {
-    state.result = state.purpose == Purpose::kReplace ? ReplaceHives(state.backup.run, state.places)
-                                                      : RunBackup(state.backup);
+    state.result = state.purpose == Purpose::kReplace ? ReplaceHives(state.run, state.places)
+                                                      : RunBackup(state.run, state.settings_file);
   };
   if (!StartWork(*state.window, kOperationBackup, work, [&state] { OnRunDone(state); })) {
     OnRunDone(state);
@@ -196,7 +199,7 @@ void StartRun(BackupDialog& state) {
 }
 
 void OnOk(BackupDialog& state) {
-  HiveRun& run = state.backup.run;
+  HiveRun& run = state.run;
   run.folder = FolderIn(state);
   run.hives = TickedHives(state);
   if (run.hives == 0) return;
@@ -237,7 +240,7 @@ void ShowForBackup(const BackupDialog& state) {
 // A hive that the system does not hold just now can't be saved; to replace one is dangerous enough
 // for the user to choose it.
 uint32_t FirstTicks(const BackupDialog& state) {
-  if (state.purpose == Purpose::kUnattended) return state.backup.run.hives;
+  if (state.purpose == Purpose::kUnattended) return state.run.hives;
   if (state.purpose == Purpose::kReplace) return 0;
   uint32_t hives = 0;
   for (int hive = 0; hive < state.hives; ++hive) {
@@ -321,6 +324,7 @@ BackupDialog MakeState(MainWindow& window, Purpose purpose) {
     state.places.drive = facts.windows.substr(0, 2);
   }
   state.hives = LiveHives(facts.flags);
+  SpeakInMessages(state.run);
   return state;
 }
 
@@ -343,7 +347,7 @@ void CALLBACK EndProgram(HWND window, UINT, UINT_PTR timer, DWORD) {
 
 void OnBackupRegistry(MainWindow& window) {
   BackupDialog state = MakeState(window, Purpose::kBackup);
-  if (HasBackupPrivilege(state.backup)) ShowDialog(state);
+  if (HasBackupPrivilege(state.run)) ShowDialog(state);
 }
 
 void OnReplaceHives(MainWindow& window) {
@@ -361,13 +365,12 @@ bool IsBackupNotDue(const CommandLine& line) {
 bool RunUnattendedBackup(MainWindow& window, const CommandLine& line) {
   if (line.backup_hives.empty()) return true;
   BackupDialog state = MakeState(window, Purpose::kUnattended);
-  Backup& backup = state.backup;
-  backup.automatic = true;
-  backup.log_folder = line.backup_folder;
-  backup.settings_file = TheProgram().settings_file;
-  backup.run.folder = ProposedFolder(line.backup_folder, true);
-  backup.run.hives = HivesOfSelectors(line.backup_hives) & (HiveBit(state.hives) - 1);
-  if (HasBackupPrivilege(backup)) ShowDialog(state);
+  HiveRun& run = state.run;
+  SpeakInLogs(run, line.backup_folder);
+  state.settings_file = TheProgram().settings_file;
+  run.folder = ProposedFolder(line.backup_folder, true);
+  run.hives = HivesOfSelectors(line.backup_hives) & (HiveBit(state.hives) - 1);
+  if (HasBackupPrivilege(run)) ShowDialog(state);
   SetTimer(window.handle, kProgramEndTimer, kProgramEnd, EndProgram);
   return state.result.done > 0 && state.result.failed == 0;
 }

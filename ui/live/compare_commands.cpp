@@ -10,6 +10,7 @@
 #include "ui/commands/search_commands.h"
 #include "ui/lists/list_window.h"
 #include "ui/main/main_window.h"
+#include "view/live_words.h"
 
 namespace hivequarry {
 namespace {
@@ -48,7 +49,7 @@ std::function<void()> EndOf(const std::shared_ptr<CompareJob>& job) {
 }
 
 bool Compare(MainWindow& window, uint32_t item, bool displayed) {
-  if (!CheckComparison(ShownHive(window), *window.hive.tree, item)) return false;
+  if (!MayCompare(ShownHive(window), *window.hive.tree, item)) return false;
   const auto job = std::make_shared<CompareJob>(CompareJob{&window, item, displayed, {}});
   ListPlace* const place =
       FillListWindow(window, MakeOutputList(kListCompare), WorkOf(job), EndOf(job));

@@ -4,10 +4,10 @@
 #include <utility>
 
 #include "app/settings.h"
-#include "live/merge.h"
 #include "ui/commands/root_dialog.h"
 #include "ui/lists/list_window.h"
 #include "ui/main/main_window.h"
+#include "view/live_words.h"
 
 namespace hivequarry {
 namespace {
@@ -31,7 +31,7 @@ void OnMergeFolder(MainWindow& window) {
                                options.recovered_keys};
   StartWork(
       window, kOperationMerge,
-      [job, wanted, &hive, &tree] { MergeBranch(hive, tree, job->target, wanted, *job->errors); },
+      [job, wanted, &hive, &tree] { MergeAndTell(hive, tree, job->target, wanted, *job->errors); },
       [&window, job] {
         if (RowCount(*job->errors) != 0) OpenListWindow(window, std::move(job->errors));
       });

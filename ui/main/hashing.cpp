@@ -5,8 +5,8 @@
 #include <utility>
 #include <vector>
 
+#include "app/memory.h"
 #include "hive/replaying.h"
-#include "host/memory.h"
 #include "ui/dialogs/hive_state_dialog.h"
 #include "ui/frame/text.h"
 #include "ui/main/main_window.h"

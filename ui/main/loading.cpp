@@ -3,13 +3,13 @@
 #include <system_error>
 #include <utility>
 
+#include "app/memory.h"
 #include "app/opening_words.h"
 #include "app/settings.h"
 #include "hive/file_place.h"
 #include "hive/replaying.h"
 #include "host/launch.h"
 #include "host/long_operation.h"
-#include "host/memory.h"
 #include "lists/list_report.h"
 #include "ui/lists/list_menu.h"
 #include "ui/lists/list_reports.h"
@@ -31,7 +31,8 @@ BuildOptions OptionsOfBuild(const LoadJob& job) {
   build.disconnected_values = options.disconnected_values;
   build.tolerant_keys = options.tolerant_keys;
   ReadInCodePage(options.code_page_text);
-  build.ask_other_roots = options.ask_other_roots;
+  build.cut_at_other_root = options.ask_other_roots;
+  build.on_cut = OfferOtherHive;
   build.root_path = job.root_path;
   return build;
 }

@@ -3,9 +3,11 @@
 #include <system_error>
 #include <utility>
 
+#include "app/list_words.h"
+#include "app/memory.h"
 #include "app/shortfall_words.h"
+#include "host/host.h"
 #include "host/long_operation.h"
-#include "host/memory.h"
 #include "ui/main/main_window.h"
 #include "ui/main/status.h"
 #include "ui/main/toolbar.h"
@@ -53,6 +55,7 @@ void FinishWork(MainWindow& window) {
   ShowHostChanges(window);
   const std::function<void()> done = std::exchange(window.work.done, nullptr);
   UpdateToolbars(window);  // `done` may show a box
+  TellOfRefusedRow();
   const std::string cut = ShortfallWords();
   if (done) done();
   // What `done` began counts anew, and tells of that when it ends.

@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <system_error>
 
+#include "app/memory.h"
 #include "host/host.h"
-#include "host/memory.h"
 
 namespace hivequarry {
 namespace {

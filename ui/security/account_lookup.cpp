@@ -1,6 +1,6 @@
 #include "ui/security/account_lookup.h"
 
-#include "host/memory.h"
+#include "app/memory.h"
 
 namespace hivequarry {
 namespace {

@@ -6,7 +6,6 @@
 
 #include "app/settings.h"
 #include "host/host.h"
-#include "live/live_lists.h"
 #include "security/security_lists.h"
 #include "security/sid.h"
 #include "ui/commands/search_commands.h"
@@ -14,6 +13,7 @@
 #include "ui/security/permissions_dialog.h"
 #include "ui/security/replace_sid_dialog.h"
 #include "ui/security/security_window.h"
+#include "view/live_words.h"
 
 namespace hivequarry {
 namespace {
@@ -114,7 +114,7 @@ PermissionRequest& LastRequest() {
 void FindInRegistry(MainWindow& window, const PermissionRequest& request) {
   FillListWindow(window, MakeOutputList(kListSecurityKeys),
                  [request, resolve = TheSettings().options.resolve_sids](OutputList& list) {
-                   FindLiveKeysByPermissions(request.live_roots, request.query, resolve, list);
+                   FindLiveKeysAndTell(request.live_roots, request.query, resolve, list);
                  });
 }
 

@@ -1,4 +1,4 @@
-#include "host/memory.h"
+#include "app/memory.h"
 
 #include "host/host.h"
 

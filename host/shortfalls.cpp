@@ -1,0 +1,39 @@
+#include "host/shortfalls.h"
+
+#include <mutex>
+
+namespace hivequarry {
+namespace {
+
+struct Refusal {
+  std::mutex mutex;
+  std::optional<std::string> row;
+};
+
+Refusal& TheRefusal() {
+  static Refusal refusal;
+  return refusal;
+}
+
+}  // namespace
+
+void NoteRefusedRow(std::string_view first_cell) {
+  Refusal& refusal = TheRefusal();
+  const std::lock_guard lock(refusal.mutex);
+  if (!refusal.row) refusal.row = first_cell;
+}
+
+std::optional<std::string> RefusedRow() {
+  Refusal& refusal = TheRefusal();
+  const std::lock_guard lock(refusal.mutex);
+  return refusal.row;
+}
+
+void ForgetShortfalls() {
+  for (std::atomic<uint64_t>& count : TheShortfalls().counts) count = 0;
+  Refusal& refusal = TheRefusal();
+  const std::lock_guard lock(refusal.mutex);
+  refusal.row.reset();
+}
+
+}  // namespace hivequarry
