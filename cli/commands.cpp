@@ -143,8 +143,9 @@ int Detail(const ConsoleRequest& request, OpenedHive& opened) {
 }
 
 int Bins(const ConsoleRequest& request, OpenedHive& opened) {
-  TellOfBlocks(ListHiveBins(*opened.hive, opened.hive->data_start, UINT32_MAX));
-  return Print(request, *ListBlocks(*opened.hive));
+  const std::vector<BinRow> bins = ListHiveBins(*opened.hive);
+  TellOfBlocks(bins);
+  return Print(request, *ListBlocks(bins));
 }
 
 // The pieces' list is for the standard output: the request's output names their folder.

@@ -27,5 +27,9 @@ std::vector<BinRow> ListHiveBins(const HiveImage& hive, uint32_t first_position,
   return rows;
 }
 
+std::vector<BinRow> ListHiveBins(const HiveImage& hive) {
+  return ListHiveBins(hive, hive.data_start, UINT32_MAX);
+}
+
 bool AnySizesDiffer(std::span<const BinRow> rows) { return std::ranges::any_of(rows, SizesDiffer); }
 }  // namespace hivequarry

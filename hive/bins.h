@@ -27,6 +27,8 @@ inline bool SizesDiffer(const BinRow& row) {
 // The block walk from `first_position`, at most `count` blocks. Where a block's sizes differ the
 // walk goes on with the first. It ends after an invalid row, and at a size that leads nowhere (0).
 std::vector<BinRow> ListHiveBins(const HiveImage& hive, uint32_t first_position, uint32_t count);
+// All of them, from the start of the data area.
+std::vector<BinRow> ListHiveBins(const HiveImage& hive);
 // True when a block gives itself two sizes.
 bool AnySizesDiffer(std::span<const BinRow> rows);
 

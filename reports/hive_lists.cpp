@@ -290,9 +290,9 @@ OutputListPtr ListDisconnectedValues(const HiveImage& hive, const KeyTree& tree,
   return list;
 }
 
-OutputListPtr ListBlocks(const HiveImage& hive) {
+OutputListPtr ListBlocks(std::span<const BinRow> bins) {
   OutputListPtr list = MakeOutputList(kListBins);
-  for (const BinRow& bin : ListHiveBins(hive, hive.data_start, UINT32_MAX)) {
+  for (const BinRow& bin : bins) {
     AddListRow(
         *list,
         {BinNumberText(bin), PositionText(bin.place).substr(2), BinSizeText(bin), BinCopyText(bin),

@@ -3,8 +3,10 @@
 #pragma once
 
 #include <cstdint>
+#include <span>
 #include <string>
 
+#include "hive/bins.h"
 #include "hive/image.h"
 #include "hive/key_tree.h"
 #include "lists/output_list.h"
@@ -46,8 +48,9 @@ OutputListPtr ListKeyValues(const HiveImage& hive, const KeyTree& tree, uint32_t
 OutputListPtr ListDisconnectedValues(const HiveImage& hive, const KeyTree& tree,
                                      const ValueListOptions& options);
 
-// The block list. An invalid block's row carries the icon kInvalidBinColour.
-OutputListPtr ListBlocks(const HiveImage& hive);
+// The block list of a walk (ListHiveBins). An invalid block's row carries the icon
+// kInvalidBinColour.
+OutputListPtr ListBlocks(std::span<const BinRow> bins);
 
 // The detail view of the value or key at a position, a row a line: fields of a key, or the header
 // and body lines of a value. Null when there is neither.

@@ -545,7 +545,7 @@ TEST_F(Corpus, EveryListOfEveryFile) {
     ExpectWritten(*ListKeyValues(*opened.hive, opened.tree, kNoItem, options));
     EXPECT_EQ(RowCount(*ListDisconnectedValues(*opened.hive, opened.tree, options)),
               opened.summary.disconnected_values);
-    ExpectWritten(*ListBlocks(*opened.hive));
+    ExpectWritten(*ListBlocks(ListHiveBins(*opened.hive)));
     ExpectWritten(*ListRootKeys(*opened.hive, opened.tree));
     ExpectWritten(*ListBlockRunsAndTell(entry.path().string()));
     ListWhatIsFound(opened);

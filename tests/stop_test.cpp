@@ -181,7 +181,7 @@ std::vector<Operation> Operations() {
        [](Place& at, OutputList&) { return ListDisconnectedValues(at.hive, at.tree, {}); }},
       {"freed values", 1,
        [](Place& at, OutputList&) { return ListFreedValues(at.hive, at.tree, {}); }},
-      {"blocks", 1, [](Place& at, OutputList&) { return ListBlocks(at.hive); }},
+      {"blocks", 1, [](Place& at, OutputList&) { return ListBlocks(ListHiveBins(at.hive)); }},
       {"root keys", 1, [](Place& at, OutputList&) { return ListRootKeys(at.hive, at.tree); }},
       {"block runs", 1, [](Place& at, OutputList&) { return ListBlockRunsAndTell(at.file); },
        false},

@@ -178,7 +178,7 @@ void ShowBlockList(MainWindow& window) {
   auto* blocks = new BlockWindow;
   blocks->owner = &window;
   const HiveImage& hive = ShownHive(window);
-  blocks->rows = ListHiveBins(hive, hive.data_start, UINT32_MAX);
+  blocks->rows = ListHiveBins(hive);
   TellOfBlocks(blocks->rows);
   // From here on the record goes with the window, also when its making fails half-way.
   const WindowPlace& saved = SavedPlace();
