@@ -1,10 +1,10 @@
 // Hives and pieces of them in images, on the console.
 #include <cstring>
 
+#include "app/opening_words.h"
 #include "cases/carve.h"
 #include "cli/opened_hive.h"
 #include "cli/print_list.h"
-#include "host/file_reading.h"
 #include "host/long_operation.h"
 
 namespace hivequarry {
@@ -37,7 +37,7 @@ int CarveCommand(const ConsoleRequest& request) {
     return kExitUnreadable;
   }
   if (StopRequested()) return kExitFailed;
-  ReportUnread(request.hive, carved.unread);
+  TellOfUnread(request.hive, carved.unread);
   std::string fault;
   if (!request.printing.file.empty()) {
     WriteCarved(carved, {request.printing.file, request.printing.force}, fault);
