@@ -111,10 +111,9 @@ std::string StoredStream(std::string_view bytes) {
 std::string SvgOf(const Picture& picture) {
   const std::string width = std::to_string(picture.width);
   const std::string height = std::to_string(picture.height);
-  std::string out =
-      Concat({"<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
-              "<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"",
-              width, "\" height=\"", height, "\" viewBox=\"0 0 ", width, " ", height, "\">\n"});
+  std::string out = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n";
+  out += Concat({"<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"", width, "\" height=\"",
+                 height, "\" viewBox=\"0 0 ", width, " ", height, "\">\n"});
   out += BoxText({0, 0, picture.width, picture.height, picture.paper});
   for (const PictureBox& box : picture.boxes) out += BoxText(box);
   const std::string size = std::to_string(picture.line_height * 3 / 4);
