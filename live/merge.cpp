@@ -324,7 +324,7 @@ std::string MergeErrorText(int32_t error) {
 MergeFault CheckMerge(const HiveImage& hive, const KeyTree& tree, uint32_t item,
                       MergeTarget& target) {
   target.item = item;
-  if (HasNoLivePlace(tree, item)) return MergeFault::kNoPlace;
+  if (HasNoLivePlace(tree, item)) return MergeFault::kNoLivePlace;
   if (!FindLivePlace(hive, target.place)) return MergeFault::kUnknownRoot;
   if (!RootDoubt(hive).empty()) return MergeFault::kDoubtfulRoot;
   return MergeFault::kNone;

@@ -29,7 +29,7 @@ struct MergeTarget {
 };
 enum class MergeFault : uint8_t {
   kNone,
-  kNoPlace,       // a virtual folder, or what is below one
+  kNoLivePlace,   // a virtual folder, or what is below one
   kUnknownRoot,   // the hive's root has no place in a registry
   kDoubtfulRoot,  // it is not beyond doubt (RootDoubt)
   kUnreadable,    // the item has no key cell, or a name on its path can't be a registry's

@@ -15,7 +15,7 @@ bool WarnOf(MergeFault fault, const HiveImage& hive, const MergeTarget& target) 
   switch (fault) {
     case MergeFault::kNone:
       return false;
-    case MergeFault::kNoPlace:
+    case MergeFault::kNoLivePlace:
       Warn("Invalid Root key !");
       return true;
     case MergeFault::kUnknownRoot:

@@ -6,9 +6,9 @@
 #include <utility>
 #include <vector>
 
+#include "app/memory.h"
 #include "app/settings.h"
 #include "host/long_operation.h"
-#include "host/memory.h"
 #include "host/number_text.h"
 #include "host/output_file.h"
 #include "ui/compare/compare_dialog.h"
