@@ -65,7 +65,7 @@ Judged BytesToJudge(const HiveImage& hive, CheckedState state) {
 
 std::string Thousands(uint64_t number) {
   std::string text = std::to_string(number);
-  for (size_t at = text.size(); at > 3;) text.insert(at -= 3, ",");
+  for (size_t at = text.size(); at > 3;) text.insert(at -= 3, 1, ',');
   return text;
 }
 

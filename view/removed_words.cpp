@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "host/number_text.h"
 #include "view/shown_text.h"
 #include "view/tree_icons.h"
 
@@ -26,8 +27,8 @@ std::string WordsOf(const HiveLogs& logs, const RemovedState& removed, uint32_t 
 }  // namespace
 
 std::string RemovedFolderText(const RemovedState& removed) {
-  return std::string(kRemovedTitle) + " (" + Counted(removed.keys.size(), "key") + ", " +
-         Counted(removed.values.size(), "value") + ")";
+  return Concat({kRemovedTitle, " (", Counted(removed.keys.size(), "key"), ", ",
+                 Counted(removed.values.size(), "value"), ")"});
 }
 
 std::u16string RemovedFolderDetail(const RemovedState* removed) {
