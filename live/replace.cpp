@@ -54,7 +54,7 @@ struct Place {
   std::u16string kernel_name = KernelNameOf(root, sub_key);
 };
 
-bool Refuse(const Replacing& state, HiveNotice why) {
+bool Refuse(const Replacing& state, const HiveNotice& why) {
   TellOf(state.run, why);
   return false;
 }
