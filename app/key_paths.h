@@ -45,7 +45,7 @@ struct FoundKey {
 // - at the place that the hive's own root path gives it. Views are what they show (a user's branch
 //   is the same under HKEY_CURRENT_USER and under its SID; HKEY_CLASSES_ROOT is the machine's or
 //   the user's Software\Classes), the number of a second hive's label does not count, and any
-//   control set stands in for one that the hive does not have, the current one first;
+//   control set is taken for one that the hive does not have, the current one first;
 // - under "Disconnected Keys" too, when it is not among the connected keys, and the reverse;
 // - as if the hive were mounted higher or deeper than its root path says, at one of the places
 //   where the system mounts hives;

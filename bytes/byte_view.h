@@ -15,6 +15,7 @@ using ByteView = std::span<const uint8_t>;
 
 // --- numbers in memory, unchecked ----------------------------------------------------------------
 
+// Whoever calls has checked that all bytes of the number are there. No alignment is needed.
 inline uint16_t LoadU16(const uint8_t* bytes) {
   return static_cast<uint16_t>(bytes[0] | bytes[1] << 8);
 }

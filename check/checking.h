@@ -130,9 +130,12 @@ void CheckUnnamed(Checking& check);
 
 // --- layers --------------------------------------------------------------------------------------
 
+// What a key's byte at kKeyLayerBits says; of a hive that is no layer it may be anything.
 inline KeyLayer LayerOf(uint8_t layer_byte) {
   return static_cast<KeyLayer>(layer_byte & kLayerMask);
 }
+// Of a key, by its number among the result's keys: what its layer bits forbid it to have, and bits
+// that no layer has.
 void CheckLayer(Checking& check, uint32_t key);
 // Of a value, by the flags and fields of its record.
 void CheckTombstoneValue(Checking& check, uint32_t position, uint32_t key);

@@ -115,6 +115,7 @@ struct CheckCodeInfo {
   CheckLevel level;  // as a rule; a finding has its own
   const char* text;
 };
+// For every code there is a record; it lives as long as the program.
 const CheckCodeInfo& InfoOf(CheckCode code);
 
 // "F", "W", "N".

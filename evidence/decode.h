@@ -10,6 +10,9 @@ namespace hivequarry {
 
 using Places = std::span<const EvidencePlace>;
 
+// Each adds the rows of one decoder (decoder_table.h), of the keys in `places`, which its patterns
+// (decoders.cpp) have found. Which values of these keys have which form on which system is said at
+// the head of its file, and in the manual ("Evidence in lists").
 void DecodeUserAssist(EvidenceRun& run, Places places);
 void DecodeShimCache(EvidenceRun& run, Places places);
 void DecodeActivity(EvidenceRun& run, Places places);

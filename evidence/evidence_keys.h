@@ -28,6 +28,7 @@ enum class EvidenceState : uint8_t {
   kRemoved,    // in the file, and removed by its logs
   kChanged,    // in the file, and written over by its logs
 };
+// The word in the lists' state column, "live" for a record that is there as usual.
 const char* StateWord(EvidenceState state);
 
 struct EvidenceValue {

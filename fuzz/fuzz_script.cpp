@@ -17,13 +17,13 @@ using namespace hivequarry;
 using fuzzing::FuzzedHive;
 using fuzzing::Require;
 
-bool TakeStart(std::string_view& text, std::string_view start) {
+bool SkipText(std::string_view& text, std::string_view start) {
   if (!text.starts_with(start)) return false;
   text.remove_prefix(start.size());
   return true;
 }
 
-std::string_view TakeLine(std::string_view& text) {
+std::string_view CutLine(std::string_view& text) {
   const size_t end = text.find("\r\n");
   Require(end != text.npos);
   const std::string_view line = text.substr(0, end);
@@ -33,16 +33,16 @@ std::string_view TakeLine(std::string_view& text) {
 }
 
 // A text in quotes; after a backslash there is one of four characters.
-void TakeQuoted(std::string_view& line) {
-  Require(TakeStart(line, "\""));
-  while (!TakeStart(line, "\"")) {
+void SkipQuoted(std::string_view& line) {
+  Require(SkipText(line, "\""));
+  while (!SkipText(line, "\"")) {
     Require(!line.empty());
-    if (TakeStart(line, "\\")) Require(line.find_first_of("\\\"rn") == 0);
+    if (SkipText(line, "\\")) Require(line.find_first_of("\\\"rn") == 0);
     line.remove_prefix(1);
   }
 }
 
-void TakeDigits(std::string_view& line, size_t least, size_t most) {
+void SkipDigits(std::string_view& line, size_t least, size_t most) {
   size_t count = 0;
   while (count < line.size() && std::isxdigit(static_cast<unsigned char>(line[count]))) ++count;
   Require(count >= least && count <= most);
@@ -50,54 +50,54 @@ void TakeDigits(std::string_view& line, size_t least, size_t most) {
 }
 
 // Bytes and commas, over as many lines as it takes.
-void TakeBytes(std::string_view line, std::string_view& rest) {
+void SkipBytes(std::string_view line, std::string_view& rest) {
   while (!line.empty()) {
-    TakeDigits(line, 2, 2);
+    SkipDigits(line, 2, 2);
     if (line.empty()) return;
-    Require(TakeStart(line, ","));
-    if (!TakeStart(line, "\\")) continue;
+    Require(SkipText(line, ","));
+    if (!SkipText(line, "\\")) continue;
     Require(line.empty());
-    line = TakeLine(rest);
-    Require(TakeStart(line, "  ") && !line.empty());
+    line = CutLine(rest);
+    Require(SkipText(line, "  ") && !line.empty());
   }
 }
 
 void CheckValue(std::string_view line, std::string_view& rest) {
-  if (!TakeStart(line, "@")) TakeQuoted(line);
-  Require(TakeStart(line, "="));
+  if (!SkipText(line, "@")) SkipQuoted(line);
+  Require(SkipText(line, "="));
   if (line.starts_with('"')) {
-    TakeQuoted(line);
-  } else if (TakeStart(line, "dword:")) {
-    TakeDigits(line, 8, 8);
+    SkipQuoted(line);
+  } else if (SkipText(line, "dword:")) {
+    SkipDigits(line, 8, 8);
   } else {
-    Require(TakeStart(line, "hex"));
-    if (TakeStart(line, "(")) {
-      TakeDigits(line, 1, 8);
-      Require(TakeStart(line, ")"));
+    Require(SkipText(line, "hex"));
+    if (SkipText(line, "(")) {
+      SkipDigits(line, 1, 8);
+      Require(SkipText(line, ")"));
     }
-    Require(TakeStart(line, ":"));
-    return TakeBytes(line, rest);
+    Require(SkipText(line, ":"));
+    return SkipBytes(line, rest);
   }
   Require(line.empty());
 }
 
 bool LiesUnder(std::string_view path, std::string_view top) {
-  return TakeStart(path, top) && (path.empty() || path.starts_with('\\'));
+  return SkipText(path, top) && (path.empty() || path.starts_with('\\'));
 }
 
 void CheckKey(std::string_view line, std::string_view root) {
-  Require(TakeStart(line, "[") && line.ends_with(']'));
+  Require(SkipText(line, "[") && line.ends_with(']'));
   line.remove_suffix(1);
   Require(LiesUnder(line, root) || LiesUnder(line, "Disconnected Keys") ||
           LiesUnder(line, "Disconnected Values"));
 }
 
 void CheckScript(std::string_view script, std::string_view root, const ScriptExport& written) {
-  Require(TakeLine(script) == "REGEDIT4" && TakeLine(script).empty());
+  Require(CutLine(script) == "REGEDIT4" && CutLine(script).empty());
   uint32_t keys = 0;
   uint32_t values = 0;
   while (!script.empty()) {
-    const std::string_view line = TakeLine(script);
+    const std::string_view line = CutLine(script);
     if (line.empty() || line.starts_with(';')) continue;  // a comment
     if (line.starts_with('[')) {
       CheckKey(line, root);

@@ -234,6 +234,9 @@ std::string MarkWords(uint16_t marks, uint8_t repairs = 0, uint32_t parent_offse
 
 inline constexpr const char* kDisconnectedKeysTitle = "Disconnected Keys";
 inline constexpr const char* kDisconnectedValuesTitle = "Disconnected Values";
+// How a key is named of which no name is left: "Unnamed(01)" by a number, or by the name hint of
+// the list entry that leads to it, the name's first four characters in the code page, low byte
+// first.
 std::string GeneratedName(uint32_t number);
 std::string HintName(uint32_t hint);
 

@@ -49,7 +49,7 @@ StackResult CopyLayers(std::vector<TreeOfLayer>& from, LayerStack& layers, HiveI
 }
 
 // What is known of the topmost layer, which the stack stands for.
-void TakeNames(const HiveImage& top, HiveImage& stack) {
+void CopyTopFacts(const HiveImage& top, HiveImage& stack) {
   stack.state = top.state;
   stack.slot = top.slot;
   stack.root_valid = top.root_valid;
@@ -268,11 +268,11 @@ class StackTree {
         found.push_back({{{part.layer, at}}, hidden, std::move(name)});
       }
     }
-    for (Child& child : found) TakeChild(std::move(child), children);
+    for (Child& child : found) AddChild(std::move(child), children);
   }
 
   // A tombstone and what it hides are two items, where they are shown at all.
-  void TakeChild(Child child, std::vector<Child>& children) {
+  void AddChild(Child child, std::vector<Child>& children) {
     if (!IsTombstoneKey(child.parts.front())) {
       children.push_back(std::move(child));
       return;
@@ -458,7 +458,7 @@ StackResult StackHives(std::vector<TreeOfLayer> layers, bool show_hidden, HiveIm
   HiveImage image;
   const StackResult copied = CopyLayers(layers, *joined, image);
   if (copied.fault != StackFault::kNone) return copied;
-  TakeNames(joined->layers[0].hive, image);
+  CopyTopFacts(joined->layers[0].hive, image);
   MapLayers(*joined, image);
   if (!StackTree(layers, show_hidden, *joined, image, tree).Build()) {
     return {StackFault::kStopped};

@@ -29,6 +29,7 @@ inline void InsertPosition(PositionIndex& index, uint32_t position) {
   index.bits[word] |= uint64_t{1} << (position / 8 % 64);
 }
 
+// False also for positions that are no multiple of 8 or lie beyond the length.
 inline bool ContainsPosition(const PositionIndex& index, uint32_t position) {
   const uint32_t word = position / 512;
   return position % 8 == 0 && word < index.bits.size() &&

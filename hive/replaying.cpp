@@ -18,7 +18,7 @@ bool MayReplay(const HiveImage& hive) {
   return block || BeginsAsBaseBlock(hive);
 }
 
-void TakeImage(HiveImage& hive, ImageMemory buffer, uint32_t length) {
+void SetImageBytes(HiveImage& hive, ImageMemory buffer, uint32_t length) {
   hive.buffer = std::move(buffer);
   hive.length = hive.held = length;
 }
@@ -39,12 +39,12 @@ bool Replay(HiveImage& hive, HiveLogs& logs) {
   logs.before_length = hive.length;
   logs.changed = std::move(replayed.changed);
   logs.cut = replayed.cut;
-  TakeImage(hive, std::move(replayed.buffer), replayed.length);
+  SetImageBytes(hive, std::move(replayed.buffer), replayed.length);
   return true;
 }
 
 // The image is that of the file again.
-void TakeBack(HiveImage& hive, HiveLogs& logs, ReplayState state) {
+void UndoReplay(HiveImage& hive, HiveLogs& logs, ReplayState state) {
   logs.state = state;
   logs.steps.clear();
   logs.changed.clear();
@@ -56,7 +56,7 @@ void TakeBack(HiveImage& hive, HiveLogs& logs, ReplayState state) {
     }
   }
   if (!logs.before) return;
-  TakeImage(hive, std::move(logs.before), logs.before_length);
+  SetImageBytes(hive, std::move(logs.before), logs.before_length);
   logs.before_length = 0;
   hive.places = FilePlaces();
   hive.offset_runs.clear();
@@ -76,14 +76,14 @@ void ReplayAndPlace(HiveImage& hive, const LogChoice& choice, bool whole, HivePr
   if (!whole && logs->hive.dirty()) logs->state = ReplayState::kPart;
   hive.logs = logs;
   if (logs->state == ReplayState::kReplayed && !Replay(hive, *logs)) {
-    TakeBack(hive, *logs, ReplayState::kNoMemory);
+    UndoReplay(hive, *logs, ReplayState::kNoMemory);
   }
   const bool replayed = logs->state == ReplayState::kReplayed;
   SetPlaces(hive, replayed ? ProbeReplayed(hive, probe) : probe);
   if (!replayed || !HasMoves(hive)) return;
   HiveImage as_it_is = ImageAfter(hive, 0);
   if (!HasMoves(as_it_is)) return;
-  TakeBack(hive, *logs, ReplayState::kMoved);
+  UndoReplay(hive, *logs, ReplayState::kMoved);
   SetPlaces(hive, probe);
 }
 
@@ -98,7 +98,7 @@ HiveImage ImageAfter(const HiveImage& hive, size_t steps) {
   const HiveLogs& logs = *hive.logs;
   ReplayedImage state = ApplySteps(logs, logs.before_bytes(), std::min(steps, logs.steps.size()));
   if (!state.buffer) return image;
-  TakeImage(image, std::move(state.buffer), state.length);
+  SetImageBytes(image, std::move(state.buffer), state.length);
   image.file_bytes = hive.file_bytes;
   image.file_name = hive.file_name;
   image.slot = hive.slot;

@@ -19,6 +19,7 @@ void ReplayAndPlace(HiveImage& hive, const LogChoice& choice, bool whole, HivePr
 // Gives free what was kept of the logs.
 void ReleaseLogs(const HiveImage& hive);
 
+// True when the image is not as its file has it: entries of logs were applied to it.
 inline bool IsReplayed(const HiveImage& hive) {
   return hive.logs != nullptr && hive.logs->state == ReplayState::kReplayed;
 }

@@ -390,7 +390,7 @@ bool ReadValueList(const HiveImage& hive, uint32_t value_count, uint32_t value_l
 namespace {
 
 // False for a key that is not joined to others.
-bool TakeJoinedValues(const HiveImage& hive, uint32_t key_position, uint32_t limit,
+bool ReadJoinedValues(const HiveImage& hive, uint32_t key_position, uint32_t limit,
                       std::vector<uint32_t>& positions) {
   const StackKey* joined = StackKeyAt(hive, key_position);
   if (joined == nullptr) return false;
@@ -422,7 +422,7 @@ ValueListNote NoteOfValueList(const HiveImage& hive, uint32_t key_position) {
 
 bool ReadValuesOfKey(const HiveImage& hive, uint32_t key_position, uint32_t limit,
                      std::vector<uint32_t>& positions) {
-  if (TakeJoinedValues(hive, key_position, limit, positions)) return true;
+  if (ReadJoinedValues(hive, key_position, limit, positions)) return true;
   if (!HasValueList(hive, key_position)) return true;
   const uint32_t count = ReadU32(hive, key_position + kKeyValueCount);
   const ValueListNote note = NoteOfValueList(hive, key_position);
@@ -439,7 +439,7 @@ void ReadValuesInWalk(const HiveImage& hive, uint32_t key_position,
 
 void ReadWholeValueList(const HiveImage& hive, uint32_t key_position,
                         std::vector<uint32_t>& positions) {
-  if (TakeJoinedValues(hive, key_position, kAllEntries, positions)) return;
+  if (ReadJoinedValues(hive, key_position, kAllEntries, positions)) return;
   if (!HasValueList(hive, key_position)) return;
   ReadValueList(hive, ReadU32(hive, key_position + kKeyValueCount), ValueListOf(hive, key_position),
                 NoteOfValueList(hive, key_position).entries, positions);

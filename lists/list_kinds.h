@@ -64,6 +64,7 @@ inline constexpr int kListCarved = 147;
 inline constexpr int kListHiveCompare = 114;
 inline constexpr int kListTimeline = 115;
 
+// True for the console program's own lists.
 inline bool IsOwnKind(int kind) { return kind >= kFirstOwnKind; }
 // The most columns that a list of a kind has, and that a file keeps of it.
 inline int MostColumns(int kind) { return IsOwnKind(kind) ? kMaxOwnColumns : kMaxColumns; }

@@ -64,6 +64,7 @@ struct OutputListDeleter {
 };
 using OutputListPtr = std::unique_ptr<OutputList, OutputListDeleter>;
 
+// An empty list with the title and the columns of its kind (list_kinds.h).
 OutputListPtr MakeOutputList(int kind);
 
 int ListKindOf(const OutputList& list);

@@ -9,11 +9,14 @@
 
 namespace hivequarry {
 
+// The hives that the system has mounted, as the key "hivelist" of its own configuration names them:
+// a value for each, named by the path of the hive's root in the kernel.
 struct MountedHives {
-  bool listed = false;  // the list could be read
-  std::vector<std::u16string> names;
+  bool listed = false;                // the list could be read
+  std::vector<std::u16string> names;  // in capitals
 };
 MountedHives ReadMountedHives();
+// True when a hive is mounted there. The name is as KernelNameOf gives it; an empty one is none's.
 bool IsHiveRoot(const MountedHives& hives, const std::u16string& kernel_name);
 
 // "\REGISTRY\MACHINE\SOFTWARE", in capitals, links followed; empty when it can't be told.

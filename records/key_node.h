@@ -11,7 +11,7 @@ namespace hivequarry {
 
 // Offsets of the fields from the start of the cell, after its size (0) and its signature (4). Where
 // nothing else is said a field is 32 bits wide. Fields that lead somewhere are offsets from the
-// start of the data area to the size field of a cell; 0xFFFFFFFF leads nowhere.
+// start of the data area to the size field of a cell; 0xFFFFFFFF is "none".
 inline constexpr uint32_t kKeyFlags = 6;      // 16 bits
 inline constexpr uint32_t kKeyLastWrite = 8;  // FILETIME, UTC, 64 bits
 // Who opened the key since the hive was cleaned last (base_block.h): 1 before the registry was

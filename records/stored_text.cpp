@@ -25,9 +25,9 @@ uint32_t PackUnits(uint64_t units) {
   return static_cast<uint32_t>(units | units >> 16);
 }
 
-// Nearly all text is ASCII: takes units from number `from` on, four at a time, up to the first four
-// with another among them. Returns the number of the first unit that is left.
-size_t TakeAscii(ByteView bytes, size_t from, size_t end, char*& out) {
+// Nearly all text is ASCII: copies units from number `from` on, four at a time, up to the first
+// four with another among them. Returns the number of the first unit that is left.
+size_t CopyAscii(ByteView bytes, size_t from, size_t end, char*& out) {
   for (; from + 4 <= end && 2 * from + 8 <= bytes.size(); from += 4) {
     const uint64_t units = LoadU64(bytes.data() + 2 * from);
     if ((units & 0xFF80FF80FF80FF80) != 0) break;
@@ -56,7 +56,7 @@ void AppendWhole(ByteView bytes, size_t units, size_t limit, std::string& text) 
   // Room for the plain case; other characters make more where they come.
   text.resize(start + count);
   char* out = text.data() + start;
-  size_t at = TakeAscii(bytes, 0, count, out);
+  size_t at = CopyAscii(bytes, 0, count, out);
   while (at < count && UnitAt(bytes, at) < 0x80) *out++ = static_cast<char>(UnitAt(bytes, at++));
   text.resize(static_cast<size_t>(out - text.data()));
   while (at < count) {

@@ -52,6 +52,8 @@ struct HiveLogs {
   ByteView before_bytes() const { return {before.get(), before_length}; }
 };
 
+// The log and the entry that a step of the replay comes from; valid as long as `logs`. Steps are
+// only made of entries that are there.
 inline const HiveLog& LogOf(const HiveLogs& logs, const ReplayStep& step) {
   return logs.logs[step.log];
 }

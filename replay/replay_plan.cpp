@@ -54,7 +54,7 @@ struct Plan {
   }
 };
 
-void TakeEntries(Plan& plan, uint32_t number) {
+void AddEntriesOf(Plan& plan, uint32_t number) {
   HiveLog& log = plan.logs[number];
   for (uint32_t i = 0; i < log.entries.size() && !plan.stopped; ++i) {
     plan.stopped = plan.IsAfterEnd(log.entries[i].sequence);
@@ -86,7 +86,7 @@ void PlanNew(const PlanInput& hive, Plan& plan) {
     } else if (!plan.steps.empty() && number_of(i) != plan.last + 1) {
       log.use = LogUse::kNotNext;
     } else {
-      TakeEntries(plan, i);
+      AddEntriesOf(plan, i);
     }
   }
 }
@@ -102,7 +102,7 @@ void PlanOld(const PlanInput& hive, Plan& plan) {
     } else if (i != order.front()) {
       plan.logs[i].use = LogUse::kNotLatest;
     } else {
-      TakeEntries(plan, i);
+      AddEntriesOf(plan, i);
     }
   }
 }

@@ -41,6 +41,7 @@ enum class StateChange : uint8_t {
   kValueRemoved,
   kValueChanged,
 };
+// The word in the list's column, never null.
 const char* ChangeWord(StateChange change);
 
 // A key or value that differs; `value` is null for a key. Of removed ones the records are those of

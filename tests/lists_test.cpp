@@ -5,7 +5,9 @@
 #include <set>
 #include <thread>
 
+#include "app/list_words.h"
 #include "host/long_operation.h"
+#include "host/shortfalls.h"
 #include "lists/list_writers.h"
 #include "lists/output_list.h"
 #include "tests/support/host_recorder.h"
@@ -427,6 +429,21 @@ TEST(OutputListTest, RowsThatAreTakenOver) {
   Add(*list, {"more"});
   EXPECT_EQ(CellText(*list, 1000, 0), "more");
   EXPECT_FALSE(MoveRows(*list, *from, {}));
+}
+
+// Only the first: after it the list takes none, and the operation ends.
+TEST(RefusedRow, IsToldOnce) {
+  const testing::HostRecorder host;
+  ForgetShortfalls();
+  TellOfRefusedRow();
+  EXPECT_TRUE(host.messages.empty());
+  for (const char* first : {"0001, a", "0002, b"}) NoteRefusedRow(first);
+  TellOfRefusedRow();
+  const std::vector<testing::ShownMessage> told = {
+      {"Error adding item 0001, a to list", "Error", Icon::kStop}};
+  EXPECT_EQ(host.messages, told);
+  ForgetShortfalls();
+  EXPECT_FALSE(RefusedRow().has_value());
 }
 
 }  // namespace

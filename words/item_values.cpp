@@ -55,8 +55,8 @@ std::vector<uint32_t> OnlyShown(const HiveImage& hive, std::vector<uint32_t> lis
 
 // The values of a key's entries, and rows for entries that lead to none; only so many, and one for
 // the rest.
-void TakeEntries(const HiveImage& hive, uint32_t key_position, const std::vector<uint32_t>& entries,
-                 ItemValues& values) {
+void AddEntries(const HiveImage& hive, uint32_t key_position, const std::vector<uint32_t>& entries,
+                ItemValues& values) {
   constexpr size_t kMostRows = 1000;
   size_t lost = 0;
   for (size_t i = 0; i < entries.size(); ++i) {
@@ -343,7 +343,7 @@ ItemValues ShowItemValues(const HiveImage& hive, const KeyTree& tree, uint32_t i
   ReadWholeValueList(hive, it.position, entries);
   const std::string missing = MissingListText(hive, it.position, entries.size());
   if (!missing.empty()) values.info_rows.push_back(InfoRow("Info", missing.c_str()));
-  TakeEntries(hive, it.position, entries, values);
+  AddEntries(hive, it.position, entries, values);
   if (!HasValueList(hive, it.position)) values.info_rows.push_back(InfoRow("(No values set)", ""));
   return values;
 }

@@ -15,8 +15,8 @@ struct EditedValue {
   std::string name;  // as shown
   uint32_t type = 0;
   std::vector<uint8_t> data;
-  // Where the byte at an offset inside the data is in the file, UINT32_MAX for nowhere; asked
-  // for the bytes of `data` as given. Empty when there is nothing to show.
+  // Where the byte at an offset inside the data is in the file, UINT32_MAX where the file has no
+  // such byte; asked for the bytes of `data` as given. Empty when there is nothing to show.
   std::function<uint32_t(uint32_t)> file_position;
 };
 

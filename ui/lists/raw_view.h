@@ -18,7 +18,7 @@ void OnRawValue(MainWindow& window);
 void OnRawPosition(MainWindow& window);
 
 // In a raw view: shows the record that the focused field leads to, in the same window; a beep where
-// it leads nowhere. And back to the record from which that one was come to.
+// it leads to no record. And back to the record from which that one was come to.
 void OnFollowRecord(ListPlace& place);
 void OnPreviousRecord(ListPlace& place);
 

@@ -24,7 +24,7 @@ void ShowContent(MainWindow& window) {
   BindFolder(window.removed, state, WindowText(RemovedFolderText(state)));
 }
 
-void TakeRemoved(MainWindow& window, const RemovedJob& job) {
+void ShowRemoved(MainWindow& window, const RemovedJob& job) {
   if (!job.found || window.hive.slot < 0) return;
   window.hive.removed = job.state;
   ShowContent(window);
@@ -40,7 +40,7 @@ void WorkOut(MainWindow& window) {
         job->found = FindRemoved(hive, tree, *job->state);
         if (job->found) HideWhatStays(*job->state);
       },
-      [&window, job] { TakeRemoved(window, *job); });
+      [&window, job] { ShowRemoved(window, *job); });
 }
 
 }  // namespace
