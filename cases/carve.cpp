@@ -96,6 +96,7 @@ Carved CarvedOf(const HivePiece& piece) {
                 : piece.base || piece.own == 0 ? CarvedKind::kCutHive
                                                : CarvedKind::kFragment;
   carved.sure = SurenessOf(piece);
+  carved.base = piece.base;
   carved.parts = {{piece.start, piece.end - piece.start}};
   carved.length = piece.end - piece.start;
   carved.keys = piece.keys;

@@ -43,6 +43,7 @@ struct Carved {
   std::string root;              // name of the root key; of a fragment "...\" and its first key's
   std::string stored_name;       // of the file, by the base block
   uint64_t last_write = 0;       // FILETIME, of the base block
+  bool base = false;             // begins with a base block
   std::string why;               // what proves it, and what is wrong with it
   std::string file;              // that was written of it; empty: none
 

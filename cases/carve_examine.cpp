@@ -24,7 +24,8 @@ struct Walk {
   CarveSource& source;
   const BinRun& run;
   HivePiece& piece;
-  uint64_t end;  // of the file
+  uint64_t end;          // of the file
+  NestGuard guard = {};  // blocks whose cells go on past the next block
 };
 
 bool IsZeroed(ByteView bytes) {
@@ -143,7 +144,11 @@ uint64_t EndOfBroken(const Walk& walk, uint64_t bin, uint64_t bin_end, uint64_t 
 
 uint64_t UseBin(Walk& walk, const BinHeader& bin, uint64_t position) {
   const uint64_t bin_end = position + bin.size;
-  const uint64_t cells = FollowBin(walk, position, std::min(bin_end, walk.end));
+  uint64_t cells = position + kBinHeaderSize;
+  if (walk.guard.MayEnter(position)) {
+    cells = FollowBin(walk, position, std::min(bin_end, walk.end));
+    walk.guard.Add(cells);
+  }
   const bool whole = cells == bin_end;
   ++(whole ? walk.piece.whole : walk.piece.broken);
   return whole ? bin_end : EndOfBroken(walk, position, bin_end, cells);

@@ -36,7 +36,7 @@ const char* EndingOf(const Carved& carved) {
     case CarvedKind::kJoined:
     case CarvedKind::kPacked:
     case CarvedKind::kPackedPage:
-      return carved.why.find("base block") == std::string::npos ? ".blocks" : ".hive";
+      return carved.base ? ".hive" : ".blocks";
     case CarvedKind::kLog:
     case CarvedKind::kLogEntries:
       return ".log";

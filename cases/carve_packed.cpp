@@ -69,16 +69,28 @@ std::vector<FileRange> TakeUnits(CarveSource& source, uint64_t position,
   return parts;
 }
 
+// The first block of the bytes: after a base block, or at their start.
+uint32_t FirstBin(ByteView bytes) {
+  return ReadU32(bytes, 0) == kBinSignature ? 0 : kBaseBlockSize;
+}
+
 // What the bytes in memory are, by the blocks in them.
 HivePiece PieceOf(ByteView bytes) {
-  uint8_t letters[4] = {};
-  ReadBytes(bytes, 0, letters, sizeof letters);
-  const uint64_t start = ReadU32(bytes, 0) == kBinSignature ? 0 : kBaseBlockSize;
+  const uint32_t start = FirstBin(bytes);
   BinHeader bin;
-  if (!ReadBinHeader(bytes, static_cast<uint32_t>(start), bin)) return {};
+  if (!ReadBinHeader(bytes, start, bin)) return {};
   CarveSource memory(bytes);
   const BinRun run = {start, bytes.size(), bytes.size(), 0, bin.own_offset};
   return ExamineRun(memory, run, 0);
+}
+
+// The first chunks tell; a file of many such starts would else be unpacked from each of them to its
+// end.
+bool HoldsBlock(CarveSource& source, uint64_t position) {
+  std::vector<uint8_t> start;
+  DecodeLznt1(source.At(position, kUnit), 2 * kLznt1Chunk, start);
+  BinHeader bin;
+  return ReadBinHeader(start, FirstBin(start), bin);
 }
 
 }  // namespace
@@ -93,6 +105,7 @@ bool ExaminePacked(CarveSource& source, const PackedAt& at, Carved& carved,
     if (used == 0) return false;
     parts = {{at.position, used}};
   } else {
+    if (!HoldsBlock(source, at.position)) return false;
     parts = TakeUnits(source, at.position, out);
   }
   const HivePiece piece = PieceOf(out);

@@ -1,15 +1,19 @@
 #include "cli/hive_files.h"
 
 #include <algorithm>
+#include <cstring>
 #include <filesystem>
 #include <iostream>
+#include <system_error>
 
 #include "app/opening_words.h"
 #include "bytes/byte_view.h"
+#include "cli/commands.h"
 #include "cli/print_list.h"
 #include "host/file_reading.h"
 #include "host/files.h"
 #include "host/long_operation.h"
+#include "host/number_text.h"
 #include "records/base_block.h"
 #include "records/bin_header.h"
 
@@ -23,42 +27,66 @@ std::string TextOfPath(const fs::path& path) {
   return {text.begin(), text.end()};
 }
 
-}  // namespace
-
-bool BeginsAsHiveFile(const std::string& file) {
+// Puts the file where its content says that it belongs.
+void AddFile(const fs::path& path, FolderFiles& found) {
+  std::string name = TextOfPath(path);
   int error = 0;
-  const FileStream stream(OpenFile(file, "rb", error));
-  if (stream == nullptr) return false;
+  const FileStream stream(OpenFile(name, "rb", error));
   std::vector<uint8_t> start(kBaseBlockSize + kBinHeaderSize);
-  start.resize(ReadFileBytes(stream.get(), 0, start.data(), start.size()));
+  UnreadBytes unread;
+  if (stream != nullptr) {
+    start.resize(ReadFileBytes(stream.get(), 0, start.data(), start.size(), &unread));
+  }
+  if (stream == nullptr || unread.count == start.size()) {
+    found.unread.push_back({std::move(name), stream == nullptr ? error : unread.error});
+    return;
+  }
   HiveLog log;
-  if (ReadU32(start, 0) == kHiveSignature) return !IsLogFile(file, log);
   BinHeader bin;
-  return ReadBinHeader(start, 0, bin) || ReadBinHeader(start, kBaseBlockSize, bin);
+  if (ReadU32(start, 0) == kHiveSignature) {
+    (IsLogFile(name, log) ? found.logs : found.hives).push_back(std::move(name));
+  } else if (ReadBinHeader(start, 0, bin) || ReadBinHeader(start, kBaseBlockSize, bin)) {
+    found.hives.push_back(std::move(name));
+  }
 }
 
-void AddHivesOfFolder(const std::string& folder, std::vector<std::string>& files,
-                      std::vector<std::string>* logs) {
-  std::vector<std::string> found;
+// Looks at the files of one folder; the folders in it are added to those that wait.
+void LookIn(const fs::path& folder, std::vector<fs::path>& waiting, FolderFiles& found) {
   std::error_code error;
-  fs::recursive_directory_iterator at(FilePath(folder),
-                                      fs::directory_options::skip_permission_denied, error);
-  if (error) Complain("Can not read the folder " + folder);
-  for (; !error && at != fs::recursive_directory_iterator(); at.increment(error)) {
+  for (fs::directory_iterator at(folder, error);
+       !error && at != fs::directory_iterator() && !StopRequested(); at.increment(error)) {
     std::error_code ignored;
-    if (StopRequested()) return;
-    if (!at->is_regular_file(ignored) || at->is_symlink(ignored)) continue;
-    std::string name = TextOfPath(at->path());
-    HiveLog log;
-    if (BeginsAsHiveFile(name)) {
-      found.push_back(std::move(name));
-    } else if (logs != nullptr && IsLogFile(name, log)) {
-      logs->push_back(std::move(name));
-    }
+    const fs::file_type type = at->symlink_status(ignored).type();
+    if (type == fs::file_type::directory) waiting.push_back(at->path());
+    if (type == fs::file_type::regular) AddFile(at->path(), found);
   }
-  if (error && !found.empty()) Complain("Can not read all of the folder " + folder);
-  std::ranges::sort(found);
-  files.insert(files.end(), found.begin(), found.end());
+  if (error) found.unread.push_back({TextOfPath(folder), error.value()});
+}
+
+}  // namespace
+
+std::string UnreadPlaceText(const UnreadPlace& unread) {
+  return Concat({unread.name, " (", std::strerror(unread.error), ")"});
+}
+
+int TellUnread(const std::vector<UnreadPlace>& unread, int status) {
+  for (const UnreadPlace& each : unread) Complain("Can not read " + UnreadPlaceText(each));
+  const bool well = status == kExitDone || status == kExitDirty;
+  return well && !unread.empty() ? kExitFailed : status;
+}
+
+FolderFiles FindInFolder(const std::string& folder) {
+  FolderFiles found;
+  std::vector<fs::path> waiting = {FilePath(folder)};
+  while (!waiting.empty() && !StopRequested()) {
+    const fs::path next = std::move(waiting.back());
+    waiting.pop_back();
+    LookIn(next, waiting, found);
+  }
+  std::ranges::sort(found.hives);
+  std::ranges::sort(found.logs);
+  std::ranges::sort(found.unread, {}, &UnreadPlace::name);
+  return found;
 }
 
 void AddNamesOfInput(std::vector<std::string>& files) {

@@ -235,24 +235,31 @@ void MakeParts(Machine& machine) {
 
 void ReadSources(Machine& machine) {
   const std::string& folder = machine.request.hive;
-  std::vector<std::string> hives;
-  std::vector<std::string> logs;
-  AddHivesOfFolder(folder, hives, &logs);
-  const auto add = [&](const std::string& name, bool log) {
-    SourceFile source;
-    source.name = name;
+  const FolderFiles found = FindInFolder(folder);
+  const auto label_of = [&folder](const std::string& name) {
     std::error_code error;
     const std::u8string label =
         fs::relative(FilePath(name), FilePath(folder), error).generic_u8string();
-    source.label.assign(label.begin(), label.end());
+    return std::string(label.begin(), label.end());
+  };
+  for (const UnreadPlace& each : found.unread) {
+    AddProblem(machine, label_of(each.name),
+               Concat({"not read: ", std::strerror(each.error), "; hives in it are not in here"}));
+  }
+  machine.status = TellUnread(found.unread, machine.status);
+  const auto add = [&](const std::string& name, bool log) {
+    SourceFile source;
+    source.name = name;
+    source.label = label_of(name);
+    std::error_code error;
     source.size = fs::file_size(FilePath(name), error);
     source.sha256 = HashOfFile(name, [] { return StopRequested(); });
     source.log = log;
     if (source.sha256.empty()) AddProblem(machine, source.label, "can't be read whole");
     machine.sources.push_back(std::move(source));
   };
-  for (const std::string& name : hives) add(name, false);
-  for (const std::string& name : logs) add(name, true);
+  for (const std::string& name : found.hives) add(name, false);
+  for (const std::string& name : found.logs) add(name, true);
   std::ranges::sort(machine.sources, {}, &SourceFile::label);
 }
 
@@ -323,14 +330,21 @@ bool WriteText(Machine& machine, const std::string& name, const std::string& tex
   return WriteFile(machine, name, [&text](const TextSink& sink) { return sink(text); });
 }
 
-// Events a year, from the first year with a hundredth of the fullest one's on.
+// Events a year.
 HtmlBars BarsOf(const Timeline& timeline) {
   HtmlBars picture;
   picture.title = "Events by year, as their times have it";
+  constexpr int kFirst = 1988;
+  constexpr int kLast = 2099;
+  uint64_t others = 0;
   std::map<int, uint64_t> years;
   for (const TimelineEvent& event : timeline.events) {
     const int year = CalendarOfFileTime(event.time).year;
-    if (year >= 1988 && year <= 2099) ++years[year];
+    ++(year >= kFirst && year <= kLast ? years[year] : others);
+  }
+  if (others != 0) {
+    picture.title += Concat(
+        {"; ", std::to_string(others), others == 1 ? " is" : " are", " not between 1988 and 2099"});
   }
   if (years.empty()) return picture;
   for (int year = years.begin()->first; year <= years.rbegin()->first; ++year) {

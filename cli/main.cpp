@@ -543,11 +543,12 @@ int Run(std::vector<std::string> arguments) {
   std::string command;
   ManyFiles many = TakeManyFiles(without);
   ManyRuns runs;
+  std::vector<UnreadPlace> unread;
   runs.place = many.asked ? EndOfCommand(app, without, command) : 0;
   many.asked = runs.place != 0 && command != "timeline";  // which takes them itself
   const bool together = many.asked && command == "report machine";
   if (many.asked) {
-    runs.files = FilesOf(many);
+    runs.files = FilesOf(many, unread);
     runs.arguments = arguments = without;
     const auto place = arguments.begin() + static_cast<std::ptrdiff_t>(runs.place);
     if (together) {
@@ -569,10 +570,10 @@ int Run(std::vector<std::string> arguments) {
   const std::string name = CommandName(app);
   BeginOperation(kOperationLoad);
   const bool each = many.asked && !together;
-  const int status =
+  const int run =
       each ? RunForMany(many, std::move(runs), name, request) : RunConsoleCommand(name, request);
   EndOperation();
-  return status;
+  return TellUnread(unread, run);
 }
 
 }  // namespace

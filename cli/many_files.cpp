@@ -5,10 +5,10 @@
 #include <cstdio>
 #include <deque>
 #include <memory>
+#include <unordered_set>
 
 #include "cli/commands.h"
 #include "cli/file_labels.h"
-#include "cli/hive_files.h"
 #include "cli/worker_process.h"
 #include "host/host.h"
 #include "host/long_operation.h"
@@ -49,7 +49,7 @@ ManyFiles TakeManyFiles(std::vector<std::string>& arguments) {
   return many;
 }
 
-std::vector<std::string> FilesOf(const ManyFiles& many) {
+std::vector<std::string> FilesOf(const ManyFiles& many, std::vector<UnreadPlace>& unread) {
   std::vector<std::string> files;
   for (const std::string& name : many.names) {
     if (name == "-") {
@@ -58,16 +58,14 @@ std::vector<std::string> FilesOf(const ManyFiles& many) {
       files.push_back(name);
     }
   }
-  for (const std::string& folder : many.folders) AddHivesOfFolder(folder, files);
-  std::vector<std::string> once;
-  std::vector<std::string> known;
-  for (std::string& file : files) {
-    const auto at = std::ranges::lower_bound(known, file);
-    if (at != known.end() && *at == file) continue;
-    known.insert(at, file);
-    once.push_back(std::move(file));
+  for (const std::string& folder : many.folders) {
+    FolderFiles found = FindInFolder(folder);
+    files.insert(files.end(), found.hives.begin(), found.hives.end());
+    unread.insert(unread.end(), found.unread.begin(), found.unread.end());
   }
-  return once;
+  std::unordered_set<std::string> known;
+  std::erase_if(files, [&known](const std::string& file) { return !known.insert(file).second; });
+  return files;
 }
 
 // --- one output of many --------------------------------------------------------------------------

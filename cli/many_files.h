@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "cli/hive_files.h"
 #include "cli/print_list.h"
 
 namespace hivequarry {
@@ -20,8 +21,8 @@ struct ManyFiles {
 // Takes these options out of a command line. "-r" is followed by a folder, "--files" by names up to
 // the next option or the end.
 ManyFiles TakeManyFiles(std::vector<std::string>& arguments);
-// All files that are asked for, each once.
-std::vector<std::string> FilesOf(const ManyFiles& many);
+// All files that are asked for, each once; those that can't be read are added to `unread`.
+std::vector<std::string> FilesOf(const ManyFiles& many, std::vector<UnreadPlace>& unread);
 
 struct ManyRuns {
   std::vector<std::string> files;

@@ -18,7 +18,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
-std::vector<std::string> FilesOf(const ConsoleRequest& request, std::string& key) {
+std::vector<std::string> FilesOf(const ConsoleRequest& request, std::string& key,
+                                 std::vector<UnreadPlace>& unread) {
   std::vector<std::string> files;
   std::vector<std::string> named = request.timeline.files;
   std::error_code ignored;
@@ -35,7 +36,11 @@ std::vector<std::string> FilesOf(const ConsoleRequest& request, std::string& key
       AddNamesOfInput(files);
     }
   }
-  for (const std::string& folder : request.timeline.folders) AddHivesOfFolder(folder, files);
+  for (const std::string& folder : request.timeline.folders) {
+    FolderFiles found = FindInFolder(folder);
+    files.insert(files.end(), found.hives.begin(), found.hives.end());
+    unread.insert(unread.end(), found.unread.begin(), found.unread.end());
+  }
   return files;
 }
 
@@ -134,7 +139,9 @@ int TimelineCommand(const ConsoleRequest& request) {
     return kExitUsage;
   }
   std::string key = request.key;
-  const std::vector<std::string> files = FilesOf(request, key);
+  std::vector<UnreadPlace> unread;
+  const std::vector<std::string> files = FilesOf(request, key, unread);
+  const int found = TellUnread(unread, kExitDone);
   if (files.empty()) {
     Complain("No hives");
     return kExitUnreadable;
@@ -158,7 +165,7 @@ int TimelineCommand(const ConsoleRequest& request) {
   if (failed != 0)
     Complain(std::to_string(failed) + " of " + std::to_string(files.size()) +
              " files could not be read");
-  return written && failed == 0 ? kExitDone : kExitFailed;
+  return written && failed == 0 ? found : kExitFailed;
 }
 
 }  // namespace hivequarry

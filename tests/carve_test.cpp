@@ -10,6 +10,7 @@
 #include "cases/lznt1.h"
 #include "hive/hive_table.h"
 #include "host/number_text.h"
+#include "tests/support/deadline.h"
 #include "tests/support/hive_builder.h"
 #include "tests/support/host_recorder.h"
 #include "tests/support/log_writer.h"
@@ -329,6 +330,44 @@ TEST(Carve, CompressedClustersAndPages) {
   unpacked.resize(length);
   hive.resize(length);
   EXPECT_EQ(unpacked, hive);
+}
+
+// --- made to hurt --------------------------------------------------------------------------------
+
+// Each block claims all to the file's end, and its cells jump over the headers of the next ones.
+Bytes BlocksThatClaimTheRest(uint32_t pages) {
+  Bytes file(size_t{pages} * kPage);
+  for (uint32_t page = 0; page < pages; ++page) {
+    const uint32_t at = page * kPage;
+    PutU32(file, at, 0x6E696268);  // "hbin"
+    PutU32(file, at + 4, page * kPage);
+    PutU32(file, at + 8, (pages - page) * kPage);
+    PutU32(file, at + 32, 0U - kPage);
+  }
+  return file;
+}
+
+// Each sector is a chunk that becomes a page and begins a base block, and no block is after it.
+Bytes StartsOfPackedFiles(uint32_t sectors) {
+  Bytes chunk;
+  for (uint32_t literals = 0; chunk.size() < 512; ++literals) {
+    Bytes page(kPage, 'z');
+    std::ranges::copy(std::string_view("regf"), page.begin());
+    for (uint32_t i = 0; i < literals; ++i) page[4 + i] = static_cast<uint8_t>(i);
+    chunk = PackedChunk(page);
+  }
+  EXPECT_EQ(chunk.size(), 512U);
+  Bytes file;
+  for (uint32_t i = 0; i < sectors; ++i) file.insert(file.end(), chunk.begin(), chunk.end());
+  return file;
+}
+
+TEST(Carve, TimeGrowsWithTheFile) {
+  const Deadline limit;
+  const CarvedFile blocks = CarvedOfBytes(BlocksThatClaimTheRest(5000));
+  ASSERT_EQ(blocks.found.size(), 1U);
+  EXPECT_EQ(blocks.found[0].length, 5000U * kPage);
+  EXPECT_EQ(RowsOf(CarvedOfBytes(StartsOfPackedFiles(4000))), "");
 }
 
 }  // namespace

@@ -196,6 +196,13 @@ TEST_F(ConsoleTest, SeveralFilesAtOnce) {
   const std::string errors = ContentOf(Sibling("errors"));
   EXPECT_NE(errors.find("Can not open nosuch"), std::string::npos) << errors;
   EXPECT_NE(errors.find("3 files: 2 done, 1 failed"), std::string::npos) << errors;
+  // What could not be looked through is told, whatever the others give.
+  EXPECT_EQ(Run("--format csv tree A\u00E4 -r d -r nosuch", "", ""), 1);
+  EXPECT_NE(ContentOf(Sibling("errors")).find("Can not read nosuch (No such file"),
+            std::string::npos);
+  EXPECT_EQ(Run("timeline -r d -r nosuch", "", ""), 1);
+  EXPECT_NE(ContentOf(Sibling("errors")).find("Can not read nosuch (No such file"),
+            std::string::npos);
   EXPECT_EQ(Run("tree -r d -o list"), 0);
   const std::string list = ContentOf(Sibling("list"));
   EXPECT_NE(list.find("\r\nFile         : d/e/a\r\nKey          : "), std::string::npos) << list;
