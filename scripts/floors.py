@@ -10,7 +10,8 @@ def built():
     with open("CMakeLists.txt") as file:
         for name, uses in re.findall(r"^add_floor\((\w+)(?: USES ([\w ]+))?\)", file.read(), re.M):
             floors[name] = uses
-    for name, target in (("ui", "hq_ui"), ("cli", "hivequarry-cli")):
+    for name, target in (("ui", "hq_ui"), ("cli", "hivequarry-cli"),
+                         ("library", r"\${target}")):
         with open(f"{name}/CMakeLists.txt") as file:
             links = re.search(rf"target_link_libraries\({target} ([^)]*)\)", file.read())[1]
         floors[name] = " ".join(w[3:] for w in links.split()
