@@ -5,6 +5,7 @@
 #include "check/checking.h"
 #include "host/long_operation.h"
 #include "host/number_text.h"
+#include "host/sort_by_keys.h"
 #include "host/visible_text.h"
 #include "records/key_node.h"
 
@@ -56,8 +57,8 @@ CheckResult CheckHive(ByteView hive) {
   }
   CheckEnd(check);
   check.result.stopped = StopRequested();
-  std::ranges::stable_sort(check.result.findings, [](const auto& a, const auto& b) {
-    return a.position != b.position ? a.position < b.position : a.code < b.code;
+  SortByKeys(check.result.findings, [](const CheckFinding& finding) {
+    return SortKey{finding.position, static_cast<uint64_t>(finding.code)};
   });
   return std::move(check.result);
 }

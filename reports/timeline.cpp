@@ -1,7 +1,6 @@
 #include "reports/timeline.h"
 
 #include <algorithm>
-#include <tuple>
 
 #include "hive/file_place.h"
 #include "hive/keys.h"
@@ -11,6 +10,7 @@
 #include "host/host.h"
 #include "host/long_operation.h"
 #include "host/number_text.h"
+#include "host/sort_by_keys.h"
 #include "host/visible_text.h"
 #include "lists/list_rows.h"
 #include "reports/control_sets.h"
@@ -80,6 +80,7 @@ void AddKeys(Timeline& timeline, const HiveImage& hive, const KeyTree& tree,
   const auto number = static_cast<uint32_t>(timeline.hives.size() - 1);
   TimelineHive& about = timeline.hives.back();
   const uint32_t end = tree.items[options.item].end;
+  if (!options.bounded) timeline.events.reserve(timeline.events.size() + (end - options.item));
   for (uint32_t at = options.item; at < end && !StopRequested(); ++at) {
     if (!IsKeyItem(tree, at)) continue;
     ++about.keys;
@@ -206,8 +207,8 @@ bool AddToTimeline(Timeline& timeline, const HiveImage& hive, const KeyTree& tre
 }
 
 void SortTimeline(Timeline& timeline) {
-  std::ranges::stable_sort(timeline.events, [](const TimelineEvent& a, const TimelineEvent& b) {
-    return std::tie(a.time, a.hive, a.offset) < std::tie(b.time, b.hive, b.offset);
+  SortByKeys(timeline.events, [](const TimelineEvent& event) {
+    return SortKey{event.time, uint64_t{event.hive} << 32 | event.offset};
   });
 }
 

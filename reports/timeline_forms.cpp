@@ -1,6 +1,8 @@
 // The forms in which other programs read timelines.
 #include <algorithm>
 #include <array>
+#include <charconv>
+#include <initializer_list>
 
 #include "hive/timestamp.h"
 #include "host/long_operation.h"
@@ -14,13 +16,21 @@ namespace {
 constexpr uint64_t kUnixEpoch = 116444736000000000;  // FILETIME of 1970-01-01
 constexpr uint64_t kLatest = 157469184000000000;     // of 2100-01-01
 constexpr uint64_t kPerSecond = 10'000'000;
+constexpr size_t kIsoSeconds = 20;  // characters of "2012-04-04T01:58:40."
 constexpr size_t kPiece = 1 << 18;  // bytes handed on at once
 constexpr size_t kAhead = 16;       // events whose texts are on their way while one is written
 
 bool IsUsable(uint64_t time) { return time >= kUnixEpoch && time < kLatest; }
 
+void AppendNumber(uint64_t number, std::string& out) {
+  std::array<char, 20> digits;
+  out.append(digits.data(), std::to_chars(digits.begin(), digits.end(), number).ptr);
+}
+
 // Cut, never rounded.
-std::string UnixSeconds(uint64_t time) { return std::to_string((time - kUnixEpoch) / kPerSecond); }
+void AppendUnixSeconds(uint64_t time, std::string& out) {
+  AppendNumber((time - kUnixEpoch) / kPerSecond, out);
+}
 
 // After a name, in the forms that have no column for it.
 std::string_view StateMark(TimelineState state) {
@@ -39,12 +49,40 @@ std::string ZoneText(int minutes_east) {
       {minutes_east < 0 ? "-" : "+", Decimal(minutes / 60, 2), ":", Decimal(minutes % 60, 2)});
 }
 
-// Empty for what is no time.
-std::string IsoTime(uint64_t time, int minutes_east) {
-  if (!IsUsable(time)) return {};
-  std::string text = FormatIso8601(LocalTime(time, minutes_east));
-  text.pop_back();
-  return text + ZoneText(minutes_east);
+// Times as texts. In their order many are of one day, whose text is kept.
+struct TimeWriter {
+  explicit TimeWriter(int minutes) : minutes_east(minutes), zone(ZoneText(minutes)) {}
+  int minutes_east;
+  std::string zone;
+  uint64_t day = UINT64_MAX;  // of `text`
+  std::string text;           // ISO 8601; empty for what is no time
+};
+
+// Decimals that end before `end`, with zeros in front.
+void PutDecimals(char* end, size_t count, uint64_t number) {
+  for (; count != 0; --count, number /= 10) *--end = static_cast<char>('0' + number % 10);
+}
+
+const std::string& IsoTime(TimeWriter& writer, uint64_t time) {
+  constexpr uint64_t kPerDay = 86400 * kPerSecond;
+  std::string& text = writer.text;
+  if (!IsUsable(time)) {
+    writer.day = UINT64_MAX;
+    return text.clear(), text;
+  }
+  const uint64_t local = LocalTime(time, writer.minutes_east);
+  if (local / kPerDay != writer.day) {
+    writer.day = local / kPerDay;
+    text = FormatIso8601(local);
+    text.pop_back();
+    text += writer.zone;
+  }
+  const uint64_t seconds = local / kPerSecond % 86400;
+  PutDecimals(text.data() + 13, 2, seconds / 3600);
+  PutDecimals(text.data() + 16, 2, seconds / 60 % 60);
+  PutDecimals(text.data() + 19, 2, seconds % 60);
+  PutDecimals(text.data() + 27, 7, local % kPerSecond);
+  return text;
 }
 
 // A displayed text for a field that ends at "|": control characters as "\x0A".
@@ -96,13 +134,19 @@ void AppendName(const Timeline& timeline, const TimelineEvent& event, std::strin
 void AppendBodyfile(const Timeline& timeline, const TimelineEvent& event, std::string& out) {
   out += "0|";
   AppendName(timeline, event, out);
-  out += Concat({"|", std::to_string(event.offset), "|r/rrw-rw-rw-|0|0|",
-                 std::to_string(event.values), "|0|", UnixSeconds(event.time), "|0|0\n"});
+  out += '|';
+  AppendNumber(event.offset, out);
+  out += "|r/rrw-rw-rw-|0|0|";
+  AppendNumber(event.values, out);
+  out += "|0|";
+  AppendUnixSeconds(event.time, out);
+  out += "|0|0\n";
 }
 
 void AppendTln(const Timeline& timeline, const TimelineEvent& event, std::string& out) {
   const TimelineHive& hive = timeline.hives[event.hive];
-  out += UnixSeconds(event.time) + "|REG|";
+  AppendUnixSeconds(event.time, out);
+  out += "|REG|";
   AppendBarField(hive.host, out);
   out += '|';
   AppendBarField(hive.user, out);
@@ -125,61 +169,81 @@ void AppendCsvField(std::string_view text, bool safe, std::string& out) {
   out += '"';
 }
 
-// Texts that have their escapes already.
-void AppendCells(std::span<const std::string_view> cells, bool safe, std::string& out) {
-  for (size_t i = 0; i < cells.size(); ++i) {
-    if (i != 0) out += ',';
-    if (PlainEnd(cells[i], 0, ',', '"') == cells[i].size() && !safe) {
-      out += cells[i];
-    } else {
-      AppendCsvField(cells[i], safe, out);
-    }
+// A cell that may begin a formula, or hold what CSV has quotes for; most do not. Its escapes it has
+// already.
+void AppendTextCell(std::string_view text, bool safe, std::string& out) {
+  if (!safe && PlainEnd(text, 0, ',', '"') == text.size()) {
+    out += text;
+  } else {
+    AppendCsvField(text, safe, out);
   }
-  out += "\r\n";
+  out += ',';
 }
 
 void AppendCsv(const Timeline& timeline, const TimelineEvent& event, const TimelineLook& look,
-               std::string& out) {
-  const std::string time = IsoTime(event.time, look.minutes_east);
-  const std::string offset = std::to_string(event.offset);
-  const std::string number = std::to_string(event.time);
-  const std::array<std::string_view, 9> cells = {
-      time,        event.event,  timeline.hives[event.hive].path, event.key,
-      event.value, event.detail, StateWord(event.state),          offset,
-      number};
-  AppendCells(cells, look.safe, out);
+               TimeWriter& times, std::string& out) {
+  out += IsoTime(times, event.time);
+  out += ',';
+  for (const std::string_view cell :
+       {std::string_view(event.event), std::string_view(timeline.hives[event.hive].path), event.key,
+        event.value, event.detail, StateWord(event.state)}) {
+    AppendTextCell(cell, look.safe, out);
+  }
+  AppendNumber(event.offset, out);
+  out += ',';
+  AppendNumber(event.time, out);
+  out += "\r\n";
 }
 
-std::string MessageOf(const TimelineEvent& event) {
-  std::string text = Concat({event.event, ": ", event.key});
-  if (!event.value.empty()) text += Concat({" ", event.value});
-  if (!event.detail.empty()) text += Concat({" (", event.detail, ")"});
-  return text + std::string(StateMark(event.state));
+void AppendMessage(const TimelineEvent& event, std::string& out) {
+  out += event.event;
+  out += ": ";
+  out += event.key;
+  out += event.value.empty() ? "" : " ";
+  out += event.value;
+  if (!event.detail.empty()) out += Concat({" (", event.detail, ")"});
+  out += StateMark(event.state);
 }
 
-void AppendJson(const Timeline& timeline, const TimelineEvent& event, const TimelineLook& look,
-                std::string& out) {
-  const std::string time = IsoTime(event.time, look.minutes_east);
-  const auto text = [&out](const char* name, std::string_view value) {
-    out += Concat({"\"", name, "\":", JsonString(value), ","});
-  };
-  out += '{';
-  text("datetime", time);
-  text("timestamp_desc", event.event);
-  text("message", MessageOf(event));
-  text("time", time);
-  text("event", event.event);
-  text("hive", timeline.hives[event.hive].path);
-  text("key", event.key);
-  text("value", event.value);
-  text("detail", event.detail);
-  text("state", StateWord(event.state));
-  out += Concat({"\"offset\":", std::to_string(event.offset),
-                 ",\"filetime\":", std::to_string(event.time), "}\n"});
+// A text of a JSON object after what is before it, its quotes among that.
+void AppendJsonText(std::string_view before, std::string_view text, std::string& out) {
+  out += before;
+  if (PlainEnd(text, 0, '"') != text.size()) {
+    const std::string quoted = JsonString(text);
+    out.append(quoted, 1, quoted.size() - 2);
+    return;
+  }
+  size_t at = 0;
+  for (size_t slash; (slash = text.find('\\', at)) != text.npos; at = slash + 1) {
+    out.append(text, at, slash + 1 - at) += '\\';
+  }
+  out.append(text, at);
+}
+
+void AppendJson(const Timeline& timeline, const TimelineEvent& event, TimeWriter& times,
+                std::string& message, std::string& out) {
+  const std::string& time = IsoTime(times, event.time);
+  message.clear();
+  AppendMessage(event, message);
+  AppendJsonText("{\"datetime\":\"", time, out);
+  AppendJsonText("\",\"timestamp_desc\":\"", event.event, out);
+  AppendJsonText("\",\"message\":\"", message, out);
+  AppendJsonText("\",\"time\":\"", time, out);
+  AppendJsonText("\",\"event\":\"", event.event, out);
+  AppendJsonText("\",\"hive\":\"", timeline.hives[event.hive].path, out);
+  AppendJsonText("\",\"key\":\"", event.key, out);
+  AppendJsonText("\",\"value\":\"", event.value, out);
+  AppendJsonText("\",\"detail\":\"", event.detail, out);
+  AppendJsonText("\",\"state\":\"", StateWord(event.state), out);
+  out += "\",\"offset\":";
+  AppendNumber(event.offset, out);
+  out += ",\"filetime\":";
+  AppendNumber(event.time, out);
+  out += "}\n";
 }
 
 void AppendPlaso(const Timeline& timeline, const TimelineEvent& event, const TimelineLook& look,
-                 std::string& out) {
+                 std::string& message, std::string& out) {
   std::string date = "00/00/0000";
   std::string clock = "--:--:--";
   if (IsUsable(event.time)) {
@@ -189,15 +253,19 @@ void AppendPlaso(const Timeline& timeline, const TimelineEvent& event, const Tim
   }
   const TimelineHive& hive = timeline.hives[event.hive];
   const std::string zone = look.minutes_east == 0 ? "UTC" : "UTC" + ZoneText(look.minutes_east);
-  const std::string offset = std::to_string(event.offset);
-  const std::string message = MessageOf(event);
-  const std::string number = "filetime: " + std::to_string(event.time);
-  const std::array<std::string_view, 17> cells = {
-      date,           clock,       zone,      "M...",    "REG",
-      "Registry key", event.event, hive.user, hive.host, event.key,
-      message,        "2",         hive.path, offset,    StateWord(event.state),
-      "hivequarry",   number};
-  AppendCells(cells, look.safe, out);
+  message.clear();
+  AppendMessage(event, message);
+  for (const std::string_view cell : std::initializer_list<std::string_view>{
+           date, clock, zone, "M...", "REG", "Registry key", event.event, hive.user, hive.host,
+           event.key, message, "2", hive.path}) {
+    AppendTextCell(cell, look.safe, out);
+  }
+  AppendNumber(event.offset, out);
+  out += ',';
+  AppendTextCell(StateWord(event.state), look.safe, out);
+  out += "hivequarry,filetime: ";
+  AppendNumber(event.time, out);
+  out += "\r\n";
 }
 
 const char* HeaderOf(TimelineForm form) {
@@ -210,19 +278,29 @@ const char* HeaderOf(TimelineForm form) {
          "notes,format,extra\r\n";
 }
 
-void AppendEvent(const Timeline& timeline, const TimelineEvent& event, const TimelineLook& look,
-                 std::string& out) {
+// What is kept from one event to the next.
+struct EventWriter {
+  const Timeline& timeline;
+  const TimelineLook& look;
+  TimeWriter times;
+  std::string message;
+  std::string out;
+};
+
+void AppendEvent(EventWriter& writer, const TimelineEvent& event) {
+  const Timeline& timeline = writer.timeline;
+  const TimelineLook& look = writer.look;
   switch (look.form) {
     case TimelineForm::kBodyfile:
-      return AppendBodyfile(timeline, event, out);
+      return AppendBodyfile(timeline, event, writer.out);
     case TimelineForm::kTln:
-      return AppendTln(timeline, event, out);
+      return AppendTln(timeline, event, writer.out);
     case TimelineForm::kCsv:
-      return AppendCsv(timeline, event, look, out);
+      return AppendCsv(timeline, event, look, writer.times, writer.out);
     case TimelineForm::kJsonLines:
-      return AppendJson(timeline, event, look, out);
+      return AppendJson(timeline, event, writer.times, writer.message, writer.out);
     case TimelineForm::kPlaso:
-      return AppendPlaso(timeline, event, look, out);
+      return AppendPlaso(timeline, event, look, writer.message, writer.out);
   }
 }
 
@@ -237,7 +315,8 @@ bool WriteTimeline(const Timeline& timeline, const TimelineLook& look, const Tex
                    TimelineCounts& counts) {
   counts = TimelineCounts();
   const bool seconds = look.form == TimelineForm::kBodyfile || look.form == TimelineForm::kTln;
-  std::string out = HeaderOf(look.form);
+  EventWriter writer{timeline, look, TimeWriter(look.minutes_east), {}, HeaderOf(look.form)};
+  std::string& out = writer.out;
   for (size_t i = 0; i < timeline.events.size(); ++i) {
     const TimelineEvent& event = timeline.events[i];
     // Texts are in the order of the keys, not of the times.
@@ -248,7 +327,7 @@ bool WriteTimeline(const Timeline& timeline, const TimelineLook& look, const Tex
       ++counts.without_time;
       continue;
     }
-    AppendEvent(timeline, event, look, out);
+    AppendEvent(writer, event);
     ++counts.lines;
     if (out.size() < kPiece) continue;
     if (!sink(out) || StopRequested()) return false;
