@@ -73,9 +73,9 @@ ByteView BytesOfImage(const HiveImage& hive) { return {hive.buffer.get(), hive.h
 // Holds all that was to be written, and nothing else.
 bool HoldsContent(const Reopened& opened, const NewHive& content) {
   const OutputListPtr rows = MakeOutputList(kListRepair);
-  uint32_t left_out = 0;
-  const NewHive read = ContentOfTree(opened.hive(), opened.tree(), false, *rows, left_out);
-  if (left_out != 0 || RowCount(*rows) != 0 || !(read == content)) return false;
+  ContentCounts counts;
+  const NewHive read = ContentOfTree(opened.hive(), opened.tree(), {}, *rows, counts);
+  if (counts.recovered_left_out != 0 || RowCount(*rows) != 0 || !(read == content)) return false;
   return IsSound(CheckHive(BytesOfImage(opened.hive())));
 }
 
@@ -121,11 +121,16 @@ void WriteReplayed(const HiveImage& hive, const std::string& name, Repaired& rep
   WriteVerified(name, BytesOfImage(hive), repaired, [](const Reopened&) { return true; });
 }
 
-void WriteRebuilt(const HiveImage& hive, const KeyTree& tree, bool recovered,
+void WriteRebuilt(const HiveImage& hive, const KeyTree& tree, const RepairOptions& options,
                   const std::string& name, Repaired& repaired) {
   ShowStatus("Rebuilding ...");
+  ContentCounts counts;
   const NewHive content =
-      ContentOfTree(hive, tree, recovered, *repaired.rows, repaired.recovered_left_out);
+      ContentOfTree(hive, tree, {options.recovered, options.freed}, *repaired.rows, counts);
+  repaired.recovered_left_out = counts.recovered_left_out;
+  repaired.made = counts.made;
+  repaired.freed_keys = counts.freed_keys;
+  repaired.freed_values = counts.freed_values;
   if (content.keys.empty()) {
     repaired.fault = RepairFault::kStopped;
     return;
@@ -154,10 +159,23 @@ Repaired RepairHive(const HiveImage& hive, const KeyTree& tree, const RepairOpti
   if (options.kind == RepairKind::kReplayed) {
     WriteReplayed(hive, name, repaired);
   } else {
-    WriteRebuilt(hive, tree, options.recovered, name, repaired);
+    WriteRebuilt(hive, tree, options, name, repaired);
   }
   ShowStatus("Done.");
   return repaired;
+}
+
+std::string RepairCountsWords(const Repaired& repaired) {
+  const auto deleted = [](uint32_t count) {
+    return count == 0 ? std::string() : " (" + std::to_string(count) + " deleted)";
+  };
+  std::string words =
+      std::to_string(repaired.keys - repaired.made) + " keys" + deleted(repaired.freed_keys);
+  if (repaired.made != 0) {
+    words += ", " + std::to_string(repaired.made) + " keys made to lead to them";
+  }
+  return words + ", " + std::to_string(repaired.values) + " values" +
+         deleted(repaired.freed_values);
 }
 
 std::string RepairFaultWords(const Repaired& repaired, const std::string& name) {

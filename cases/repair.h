@@ -21,6 +21,9 @@ struct RepairOptions {
   // Rebuilt: keys that no list names in their branches too, and those without a place below the key
   // kRecoveredBranch of the root.
   bool recovered = false;
+  // Rebuilt: deleted keys and values from free space too, below kRecoveredBranch and the names of
+  // the keys they belonged to, never among what is there.
+  bool freed = false;
 };
 inline constexpr const char16_t* kRecoveredBranch = u"Recovered";
 
@@ -41,6 +44,9 @@ struct Repaired {
   uint64_t bytes = 0;
   uint32_t keys = 0;
   uint32_t values = 0;
+  uint32_t made = 0;                // of the keys: that only lead to recovered and freed ones
+  uint32_t freed_keys = 0;          // of the keys
+  uint32_t freed_values = 0;        // of the values
   uint32_t recovered_left_out = 0;  // keys
   OutputListPtr rows;               // of kind kListRepair
 };
@@ -51,6 +57,8 @@ struct Repaired {
 // meanwhile.
 Repaired RepairHive(const HiveImage& hive, const KeyTree& tree, const RepairOptions& options,
                     const std::string& name);
+// "7 keys (4 deleted), 3 keys made to lead to them, 12 values" of a rebuilt one, for the user.
+std::string RepairCountsWords(const Repaired& repaired);
 // Why not, for the user.
 std::string RepairFaultWords(const Repaired& repaired, const std::string& name);
 

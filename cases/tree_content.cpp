@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <map>
+#include <optional>
 #include <unordered_map>
 
 #include "check/check.h"
@@ -17,6 +18,8 @@
 #include "records/base_block.h"
 #include "records/cell.h"
 #include "records/security_cell.h"
+#include "records/value_key.h"
+#include "reports/freed_rows.h"
 #include "security/descriptor.h"
 #include "words/item_values.h"
 #include "words/value_text.h"
@@ -59,12 +62,37 @@ struct NameSet {
   }
 };
 
+constexpr uint32_t kLeftOut = kNoNewKey - 1;  // the number of a key that is not written
+
+// Where a key comes from: an item of the tree, a freed key, or neither.
+struct KeySourcePlace {
+  uint32_t item = kNoItem;
+  uint32_t freed = kNoItem;  // its place among the freed keys
+};
+
+// Makes a key's name one that systems take; true when it had to be changed.
+bool MakeNameOfKey(std::u16string& name) {
+  const std::u16string before = name;
+  std::ranges::replace(name, u'\\', u'_');
+  if (name.empty()) name = u"Unnamed";
+  if (name.size() > kLongestNewKeyName) name.resize(kLongestNewKeyName);
+  return name != before;
+}
+
 class ContentReader {
  public:
-  ContentReader(const HiveImage& hive, const KeyTree& tree, bool recovered, OutputList& rows)
-      : hive_(hive), tree_(tree), recovered_(recovered), rows_(rows), paths_(hive, tree) {}
+  ContentReader(const HiveImage& hive, const KeyTree& tree, const ContentOptions& options,
+                OutputList& rows, ContentCounts& counts)
+      : hive_(hive),
+        tree_(tree),
+        recovered_(options.recovered),
+        rows_(rows),
+        counts_(counts),
+        paths_(hive, tree) {
+    if (options.freed) freed_.emplace(hive, tree);
+  }
 
-  NewHive Read(uint32_t& left_out) {
+  NewHive Read() {
     content_.minor = 5;
     const BaseBlock base = hive_.header_valid ? ReadBaseBlock(ImageBytes(hive_)) : BaseBlock();
     if (base.major == 1 && base.minor >= 3 && base.minor <= 6) content_.minor = base.minor;
@@ -79,15 +107,19 @@ class ContentReader {
       if (StopRequested()) return {};
       item = ReadItem(item) ? item + 1 : tree_.items[item].end;
     }
-    left_out = left_out_;
+    if (freed_ && !ReadFreed()) return {};
     SettleKeyNames();
     SortNewHive(content_);
     return std::move(content_);
   }
 
  private:
+  void Row(const std::string& path, const std::string& value, const std::string& what,
+           uint32_t position) {
+    AddListRow(rows_, {path, value, what, PlaceText(hive_, position)}, position);
+  }
   void Row(uint32_t item, const std::string& value, const std::string& what, uint32_t position) {
-    AddListRow(rows_, {paths_.PathOf(item), value, what, PlaceText(hive_, position)}, position);
+    Row(paths_.PathOf(item), value, what, position);
   }
 
   // False when what is below the item is not to be written either.
@@ -95,7 +127,7 @@ class ContentReader {
     const KeyItem& it = tree_.items[item];
     if (it.hidden || it.kind == ItemKind::kDisconnectedValues) return false;
     if (it.kind == ItemKind::kDisconnectedKeys) {
-      if (recovered_ && it.end > item + 1) numbers_[item] = AddRecoveredBranch();
+      if (recovered_ && it.end > item + 1) numbers_[item] = RecoveredBranch();
       if (!recovered_) LeaveOut(item + 1, it.end);
       return recovered_;
     }
@@ -111,27 +143,31 @@ class ContentReader {
       return false;
     }
     numbers_[item] = AddKey(item, parent);
+    if (it.kind == ItemKind::kPathCopy) copies_.emplace(it.position, numbers_[item]);
     return true;
   }
 
   void LeaveOut(uint32_t first, uint32_t end) {
-    for (uint32_t at = first; at < end; ++at) left_out_ += IsKeyItem(tree_, at);
+    for (uint32_t at = first; at < end; ++at) counts_.recovered_left_out += IsKeyItem(tree_, at);
   }
 
-  uint32_t Push(NewKey key, uint32_t item) {
+  uint32_t Push(NewKey key, KeySourcePlace source) {
     depths_.push_back(key.parent == kNoNewKey ? 0 : depths_[key.parent] + 1);
-    items_.push_back(item);
+    sources_.push_back(source);
     content_.keys.push_back(std::move(key));
     return static_cast<uint32_t>(content_.keys.size() - 1);
   }
 
-  uint32_t AddRecoveredBranch() {
+  // Below the root, made when it is first needed.
+  uint32_t RecoveredBranch() {
+    if (branch_ != kNoNewKey) return branch_;
     NewKey key;
     key.name = kRecoveredBranch;
     key.parent = 0;
     key.descriptor = content_.keys.front().descriptor;
     key.last_write = content_.keys.front().last_write;
-    return Push(std::move(key), tree_.disconnected_keys);
+    ++counts_.made;
+    return branch_ = Push(std::move(key), {tree_.disconnected_keys});
   }
 
   uint64_t TimeAbove(const NewKey& key) const {
@@ -152,6 +188,7 @@ class ContentReader {
       ReadClass(item, node, key);
       // Of a key that is only shown as the way to another one the values are where it really is.
       if (it.kind != ItemKind::kPathCopy) ReadValues(item, key);
+      if (it.kind == ItemKind::kPathCopy) ++counts_.made;
     } else {
       key.descriptor = DescriptorOf(item, kNoOffset, parent);
       key.last_write = TimeAbove(key);
@@ -159,7 +196,7 @@ class ContentReader {
           it.position);
     }
     if (item == 0) key.flags = kRootKeyFlags & ~kFlagsOfPlace;
-    return Push(std::move(key), item);
+    return Push(std::move(key), {item});
   }
 
   std::u16string NameOf(uint32_t item) {
@@ -168,17 +205,19 @@ class ContentReader {
     const uint32_t length = stored ? ReadU16(hive_, it.position + kKeyNameLength) : 0;
     std::u16string name = length == 0 ? WideOfText(StoredItemName(hive_, tree_, item))
                                       : WideKeyName(ImageBytes(hive_), it.position, length);
-    const std::u16string before = name;
     if (item == 0) name.erase(0, name.rfind(u'\\') + 1);  // it may be shown as a path
-    std::ranges::replace(name, u'\\', u'_');
-    if (name.empty()) name = u"Unnamed";
-    if (name.size() > kLongestNewKeyName) name.resize(kLongestNewKeyName);
-    if (name != before && item != 0) Renamed(item, name);
+    if (MakeNameOfKey(name) && item != 0) Renamed({item}, name);
     return name;
   }
 
-  void Renamed(uint32_t item, const std::u16string& name) {
-    Row(item, "", "renamed: " + ShownKeyName(TextOfWide(name)), tree_.items[item].position);
+  void Renamed(KeySourcePlace source, const std::u16string& name) {
+    const std::string what = "renamed: " + ShownKeyName(TextOfWide(name));
+    if (source.freed != kNoItem) {
+      const uint32_t position = freed_->records.keys[source.freed].position;
+      Row(freed_->paths.PathOf(position), "", what, position);
+    } else {
+      Row(source.item, "", what, tree_.items[source.item].position);
+    }
   }
 
   void ReadFields(uint32_t item, const KeyNode& node, NewKey& key) {
@@ -287,6 +326,163 @@ class ContentReader {
     key.values.push_back(std::move(made));
   }
 
+  // --- freed records -----------------------------------------------------------------------------
+
+  // Below kRecoveredBranch, each below the names that lead to its place: a system, and who reads
+  // the new hive, must not take what was deleted for what was there. False when the user stopped.
+  bool ReadFreed() {
+    freed_numbers_.assign(freed_->records.keys.size(), kNoNewKey);
+    for (uint32_t row = 0; row < freed_numbers_.size(); ++row) {
+      if (StopRequested()) return false;
+      MakeFreedKey(row);
+    }
+    for (const FreedValue& value : freed_->records.values) {
+      if (StopRequested()) return false;
+      ReadFreedValueOf(value);
+    }
+    return true;
+  }
+
+  // Makes a freed key, with all freed keys above it that are not made yet.
+  void MakeFreedKey(uint32_t row) {
+    const std::vector<FreedKey>& keys = freed_->records.keys;
+    std::vector<uint32_t> way;
+    for (uint32_t at = row; at != kNoItem && freed_numbers_[at] == kNoNewKey;) {
+      way.push_back(at);
+      at = keys[at].in_circle ? kNoItem : keys[at].parent_row;
+    }
+    for (; !way.empty(); way.pop_back()) freed_numbers_[way.back()] = AddFreedKey(way.back());
+  }
+
+  // The key below kRecoveredBranch that leads to what a key of the tree had; kLeftOut for one too
+  // deep.
+  uint32_t CopyOf(uint32_t item) {
+    const uint32_t folder = tree_.disconnected_keys;
+    std::vector<uint32_t> way;
+    uint32_t number = kNoNewKey;
+    for (uint32_t at = item; number == kNoNewKey; at = tree_.items[at].parent) {
+      const bool apart = folder != kNoItem && at > folder && at < tree_.items[folder].end;
+      const auto copy = copies_.find(tree_.items[at].position);
+      if (apart && numbers_[at] != kNoNewKey) {
+        number = numbers_[at];
+      } else if (copy != copies_.end()) {
+        number = copy->second;
+      } else if (at == 0 || at == folder) {
+        number = RecoveredBranch();
+      } else {
+        way.push_back(at);
+        if (way.size() > kDeepestNewKey) return kLeftOut;
+      }
+    }
+    for (; !way.empty() && depths_[number] < kDeepestNewKey; way.pop_back()) {
+      number = AddCopy(way.back(), number);
+    }
+    return way.empty() ? number : kLeftOut;
+  }
+
+  uint32_t AddCopy(uint32_t item, uint32_t parent) {
+    NewKey key;
+    key.parent = parent;
+    const uint32_t number = numbers_[item];
+    const NewKey& like = content_.keys[number == kNoNewKey ? parent : number];
+    key.name = number == kNoNewKey ? NameOf(item) : like.name;
+    key.last_write = like.last_write;
+    key.descriptor = like.descriptor;
+    ++counts_.made;
+    return copies_[tree_.items[item].position] = Push(std::move(key), {item});
+  }
+
+  // The number of the key below which a record of this key belongs.
+  uint32_t PlaceBelow(uint32_t key) {
+    const uint32_t row = FreedKeyRow(freed_->records, key);
+    if (row != kNoItem) return freed_numbers_[row];
+    const uint32_t item = key == kNoOffset ? kNoItem : ItemOfPosition(tree_, key);
+    return item == kNoItem ? RecoveredBranch() : CopyOf(item);
+  }
+
+  uint32_t AddFreedKey(uint32_t row) {
+    const FreedKey& freed = freed_->records.keys[row];
+    const uint32_t cell = freed.position;
+    const std::string path = freed_->paths.PathOf(cell);
+    const uint32_t above = freed.in_circle ? kNoOffset : freed.parent;
+    NewKey key;
+    key.parent = PlaceBelow(above);
+    if (key.parent == kLeftOut || depths_[key.parent] >= kDeepestNewKey) {
+      Row(path, "", "deleted key left out: too deep for a system", cell);
+      return kLeftOut;
+    }
+    key.name = WideKeyName(ImageBytes(hive_), cell, freed.name_length);
+    const bool renamed = MakeNameOfKey(key.name);
+    key.flags =
+        static_cast<uint16_t>(ReadU16(hive_, cell + kKeyFlags) & ~(kFlagsOfPlace | kNewKeyHandle));
+    key.last_write = ReadU64(hive_, cell + kKeyLastWrite);
+    if (!IsTimeOfKey(key.last_write)) key.last_write = TimeAbove(key);
+    key.access_bits = ReadU8(hive_, cell + kKeyAccessBits);
+    key.user_flags = ReadU8(hive_, cell + kKeyUserFlags);
+    key.descriptor = content_.keys[key.parent].descriptor;
+    const bool had_class = ReadU16(hive_, cell + kKeyClassNameLength) != 0;
+    Row(path, "",
+        "deleted key written below \"Recovered\", with the security record of the key above" +
+            std::string(had_class ? " and without its class name: " : ": ") +
+            FreedPlaceWords(freed),
+        cell);
+    ++counts_.freed_keys;
+    const uint32_t number = Push(std::move(key), {kNoItem, row});
+    if (renamed) Renamed(sources_.back(), content_.keys.back().name);
+    return number;
+  }
+
+  std::u16string FreedValueName(const FreedValue& freed, bool wide) const {
+    std::vector<uint8_t> raw(freed.name_length);
+    raw.resize(ReadBytes(hive_, freed.position + kValueName, raw.data(), freed.name_length));
+    std::u16string name;
+    for (size_t i = 0; i + wide < raw.size(); i += wide ? 2 : 1) {
+      name.push_back(wide ? LoadU16(raw.data() + i) : raw[i]);
+    }
+    if (name.size() > kLongestNewValueName) name.resize(kLongestNewValueName);
+    return name;
+  }
+
+  NameSet& NamesOf(uint32_t number) {
+    const auto [names, is_new] = freed_names_.try_emplace(number);
+    for (const NewValue& value : content_.keys[number].values) {
+      if (!is_new) break;
+      std::u16string name = value.name;
+      names->second.Settle(name, kLongestNewValueName);
+    }
+    return names->second;
+  }
+
+  void ReadFreedValueOf(const FreedValue& freed) {
+    FreedContent content = ReadFreedContent(*freed_, freed, FreedData::kAll);
+    const std::string path = freed_->paths.PathOf(freed.key);
+    const std::string shown = ValueDisplayName(content.value);
+    const auto leave_out = [&](const std::string& why) {
+      ++counts_.freed_left_out;
+      Row(path, shown, "deleted value left out: " + why, freed.position);
+    };
+    if (freed.key == kNoOffset) return leave_out("its key is not known");
+    if (content.in_use) return leave_out("its data's place is in use again");
+    if (content.value.status == ValueStatus::kReadBefore)
+      return leave_out("its data were read too often");
+    if (content.value.status != ValueStatus::kRead) return leave_out("its data are not there");
+    const uint32_t number = PlaceBelow(freed.key);
+    if (number == kLeftOut) return leave_out("its key is");
+    NewValue value;
+    value.name = FreedValueName(freed, IsWideValueName(content.value.flags));
+    value.type = content.type;
+    value.data = std::move(content.data);
+    const bool renamed = NamesOf(number).Settle(value.name, kLongestNewValueName);
+    const std::string name =
+        renamed ? ", renamed: " + ShownValueName(TextOfWide(value.name)) : std::string();
+    Row(path, shown,
+        "deleted value written below \"Recovered\": " +
+            FreedPlaceWords(hive_, freed_->records, freed) + name,
+        freed.position);
+    content_.keys[number].values.push_back(std::move(value));
+    ++counts_.freed_values;
+  }
+
   // Siblings of one name, in capitals, are one key to a system.
   void SettleKeyNames() {
     std::vector<uint32_t> order(content_.keys.size());
@@ -311,7 +507,7 @@ class ContentReader {
       NewKey& key = content_.keys[i];
       const auto found = taken.find(key.parent);
       if (found != taken.end() && found->second.Settle(key.name, kLongestNewKeyName))
-        Renamed(items_[i], key.name);
+        Renamed(sources_[i], key.name);
     }
   }
 
@@ -319,12 +515,17 @@ class ContentReader {
   const KeyTree& tree_;
   const bool recovered_;
   OutputList& rows_;
+  ContentCounts& counts_;
+  std::optional<FreedSource> freed_;  // where freed records are asked for
   PathWalker paths_;
   NewHive content_;
-  uint32_t left_out_ = 0;
-  std::vector<uint32_t> numbers_;  // of the keys made, by item
-  std::vector<uint32_t> items_;    // by number of the key
-  std::vector<size_t> depths_;     // by number
+  std::vector<uint32_t> numbers_;                      // of the keys made, by item
+  std::vector<KeySourcePlace> sources_;                // by number of the key
+  std::vector<size_t> depths_;                         // by number
+  uint32_t branch_ = kNoNewKey;                        // number of kRecoveredBranch
+  std::unordered_map<uint32_t, uint32_t> copies_;      // below it, by positions of keys of the tree
+  std::vector<uint32_t> freed_numbers_;                // by place among the freed keys
+  std::unordered_map<uint32_t, NameSet> freed_names_;  // of values, by number of the key
   std::vector<uint32_t> positions_;
   std::vector<uint8_t> data_;
   DataBudget budget_ = MakeDataBudget(hive_);
@@ -334,12 +535,12 @@ class ContentReader {
 
 }  // namespace
 
-NewHive ContentOfTree(const HiveImage& hive, const KeyTree& tree, bool recovered, OutputList& rows,
-                      uint32_t& left_out) {
+NewHive ContentOfTree(const HiveImage& hive, const KeyTree& tree, const ContentOptions& options,
+                      OutputList& rows, ContentCounts& counts) {
   const WholeReading whole;
-  left_out = 0;
+  counts = ContentCounts();
   if (tree.items.empty()) return {};
-  return ContentReader(hive, tree, recovered, rows).Read(left_out);
+  return ContentReader(hive, tree, options, rows, counts).Read();
 }
 
 }  // namespace hivequarry

@@ -11,9 +11,21 @@
 
 namespace hivequarry {
 
-// Sorted. What is left out, renamed or replaced becomes rows of `rows` (kListRepair), the number of
-// recovered keys that were not asked for goes to `left_out`. Empty when the user stopped.
-NewHive ContentOfTree(const HiveImage& hive, const KeyTree& tree, bool recovered, OutputList& rows,
-                      uint32_t& left_out);
+struct ContentOptions {
+  bool recovered = false;  // as RepairOptions has them
+  bool freed = false;
+};
+struct ContentCounts {
+  uint32_t recovered_left_out = 0;  // recovered keys that were not asked for
+  uint32_t made = 0;                // keys that only lead to recovered and freed ones
+  uint32_t freed_keys = 0;          // written
+  uint32_t freed_values = 0;
+  uint32_t freed_left_out = 0;  // values
+};
+
+// Sorted. What is left out, renamed or replaced, and what was deleted and is written, becomes rows
+// of `rows` (kListRepair). Empty when the user stopped.
+NewHive ContentOfTree(const HiveImage& hive, const KeyTree& tree, const ContentOptions& options,
+                      OutputList& rows, ContentCounts& counts);
 
 }  // namespace hivequarry

@@ -316,6 +316,7 @@ void AddCommands(CLI::App& app, ConsoleRequest& request) {
           {"rebuilt", RepairKind::kRebuilt}, {"replayed", RepairKind::kReplayed}}));
   repair->add_flag("--recovered", request.recovered,
                    "Also the keys that no list names, in their branches or below \"Recovered\"");
+  repair->add_flag("--freed", request.freed, "Also deleted keys and values, below \"Recovered\"");
   CLI::App* split = app.add_subcommand("split", "Cuts a file into pieces, one per run of blocks");
   AddHive(split, request);
   CLI::App* carve = app.add_subcommand(

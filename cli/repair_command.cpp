@@ -9,9 +9,7 @@ namespace {
 void Tell(const ConsoleRequest& request, const Repaired& repaired) {
   if (request.console.quiet) return;
   const bool rebuilt = request.repair == RepairKind::kRebuilt;
-  const std::string counts = rebuilt ? std::to_string(repaired.keys) + " keys, " +
-                                           std::to_string(repaired.values) + " values, "
-                                     : std::string();
+  const std::string counts = rebuilt ? RepairCountsWords(repaired) + ", " : std::string();
   Complain(request.printing.file + ": " + counts + std::to_string(repaired.bytes) +
            " bytes, read back and verified");
   if (repaired.recovered_left_out != 0) {
@@ -31,7 +29,7 @@ int RepairCommand(const ConsoleRequest& request, OpenedHive& opened) {
     Complain("Name the new hive: -o FILE");
     return kExitUsage;
   }
-  const RepairOptions options = {request.repair, request.recovered};
+  const RepairOptions options = {request.repair, request.recovered, request.freed};
   const Repaired repaired = RepairHive(*opened.hive, opened.tree, options, name);
   if (repaired.fault != RepairFault::kNone) {
     Complain(RepairFaultWords(repaired, name));

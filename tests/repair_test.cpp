@@ -10,6 +10,8 @@
 #include "cases/new_hive.h"
 #include "check/check.h"
 #include "records/base_block.h"
+#include "tests/support/corpus.h"
+#include "tests/support/host_recorder.h"
 #include "tests/support/hostile_hives.h"
 #include "tests/support/opened_hive.h"
 #include "tests/support/plain_reader.h"
@@ -186,6 +188,65 @@ TEST(Repair, RecoveredKeysHaveTheirPlace) {
   EXPECT_TRUE(keys.contains({u"ROOT", u"Recovered", u"A", u"Lost", u"Below"}));
   EXPECT_EQ(with.repaired.keys, 7u);
   EXPECT_EQ(with.repaired.values, 2u);
+}
+
+// What was deleted is written apart from what is there, below the names that lead to its place.
+TEST(Repair, DeletedRecordsAreWrittenApart) {
+  HiveBuilder builder;
+  builder.Key("A\\B").Sz("v", "live");
+  builder.Key("A\\Gone").Sz("w", "deleted").Dword("d", 7);
+  builder.Key("A\\Gone\\Below");
+  BuiltHive built = builder.Build();
+  const uint32_t freed[] = {
+      built.PositionOf("A\\Gone"),         built.ListPosition("A\\Gone"),
+      built.PositionOf("A\\Gone\\Below"),  built.ValueListPosition("A\\Gone"),
+      built.ValuePosition("A\\Gone", "w"), built.ValuePosition("A\\Gone", "d"),
+      built.DataPosition("A\\Gone", "w")};
+  built.Unlink("A\\Gone");
+  for (const uint32_t cell : freed) built.Free(cell);
+  OpenedHive opened(built);
+  EXPECT_EQ(RepairOf(opened).repaired.keys, 3u);
+  const Made with = RepairOf(opened, {RepairKind::kRebuilt, false, true});
+  ASSERT_EQ(with.repaired.fault, RepairFault::kNone);
+  const PlainKeys keys = KeysOf(with.bytes);
+  EXPECT_TRUE(keys.contains({u"ROOT", u"A", u"B"}));
+  EXPECT_FALSE(keys.contains({u"ROOT", u"A", u"Gone"}));
+  EXPECT_TRUE(keys.contains({u"ROOT", u"Recovered", u"A", u"Gone", u"Below"}));
+  EXPECT_EQ(RepairCountsWords(with.repaired),
+            "5 keys (2 deleted), 2 keys made to lead to them, 3 values (2 deleted)");
+  const Texts rows = RowTexts(*with.repaired.rows);
+  EXPECT_TRUE(std::ranges::any_of(rows, [](const std::string& row) {
+    return row.starts_with("ROOT\\A\\Gone|d|deleted value written below");
+  })) << rows[0];
+  OpenedHive again(std::span<const uint8_t>(with.bytes));
+  EXPECT_EQ(RepairOf(again).bytes, with.bytes);
+}
+
+TEST(RepairCorpus, DeletedRecordsOfRealHives) {
+  if (!HasCorpus()) GTEST_SKIP() << "real hives are not tested: none in " << CorpusFolder();
+  constexpr struct {
+    const char* name;
+    uint32_t keys;
+    uint32_t freed;
+  } kKnown[] = {{"DeletedTreeHive", 7, 4}, {"UsrClass_deleted_bags.dat", 0, 4}, {"BCD", 91, 25}};
+  for (const auto& known : kKnown) {
+    SCOPED_TRACE(known.name);
+    HostRecorder host;
+    ResetHiveTable();
+    const int slot = OpenHive(CorpusFile(known.name));
+    ASSERT_GT(slot, 0);
+    KeyTree tree;
+    BuildImageTree(HiveOfSlot(slot), BuildOptions(), tree);
+    const TempFile beside(std::string_view("nothing"));
+    const Repaired repaired = RepairHive(
+        HiveOfSlot(slot), tree, {RepairKind::kRebuilt, false, true}, beside.folder() + "/NEW");
+    EXPECT_EQ(repaired.fault, RepairFault::kNone);
+    EXPECT_EQ(repaired.freed_keys, known.freed);
+    if (known.keys != 0) {
+      EXPECT_EQ(repaired.keys - repaired.made, known.keys);
+    }
+    ResetHiveTable();
+  }
 }
 
 TEST(Repair, ReplayedIsTheImageByteForByte) {
