@@ -66,7 +66,7 @@ void AppendSayableCell(std::string_view text, CellHolds holds, std::string& out)
 FileEncoding EncodingOf(const OutputList& list, const WrittenRows& which) {
   const ListShape shape = ShapeOf(list);
   bool fits = FitsCodePage(ListSubtitle(list));
-  for (const std::string& line : HeadLinesOf(list)) fits = fits && FitsCodePage(line);
+  for (const std::string& line : HeadLinesOf(list, which)) fits = fits && FitsCodePage(line);
   for (int column = 0; column < shape.columns; ++column) {
     fits = fits && FitsCodePage(ColumnTitle(list, column));
   }

@@ -59,8 +59,7 @@ void WriteTextRow(const ListShape& shape, const std::vector<std::string>& labels
   out += "\r\n";
 }
 
-void WriteHead(const OutputList& list, bool visible, std::string& out) {
-  const std::vector<std::string> lines = HeadLinesOf(list);
+void WriteHead(const std::vector<std::string>& lines, bool visible, std::string& out) {
   for (const std::string& line : lines) {
     AppendText(line, CellHolds::kText, visible, out);
     out += "\r\n";
@@ -82,6 +81,12 @@ std::vector<std::string> HeadLinesOf(const OutputList& list) {
   return ListHeadOf(list) == nullptr ? std::vector<std::string>() : LinesOf(*ListHeadOf(list));
 }
 
+std::vector<std::string> HeadLinesOf(const OutputList& list, const WrittenRows& which) {
+  std::vector<std::string> lines = HeadLinesOf(list);
+  lines.insert(lines.end(), which.lines.begin(), which.lines.end());
+  return lines;
+}
+
 uint32_t WrittenCount(const OutputList& list, const WrittenRows& which) {
   return which.listed ? static_cast<uint32_t>(which.rows.size()) : RowCount(list);
 }
@@ -96,7 +101,7 @@ bool WriteListText(const OutputList& list, const WrittenRows& which, const TextS
   if (shape.columns == 0 || count == 0) return true;
   const std::vector<std::string> labels = TextLabels(list, false);
   ListOutput out{sink, {}};
-  if (!which.selection || which.head) WriteHead(list, false, out.buffer);
+  if (!which.selection || which.head) WriteHead(HeadLinesOf(list, which), false, out.buffer);
   if (!which.selection) WriteAboutList(list, count, false, out.buffer);
   return WriteInPieces(out, count, [&](uint32_t place) {
     WriteTextRow(shape, labels, WrittenRow(which, place), false, out.buffer);
@@ -109,7 +114,7 @@ bool WriteListVisible(const OutputList& list, const TextSink& sink) {
   if (shape.columns == 0 || shape.rows == 0) return true;
   const std::vector<std::string> labels = TextLabels(list, true);
   ListOutput out{sink, {}};
-  WriteHead(list, true, out.buffer);
+  WriteHead(HeadLinesOf(list), true, out.buffer);
   WriteAboutList(list, shape.rows, true, out.buffer);
   return WriteInPieces(out, shape.rows,
                        [&](uint32_t row) { WriteTextRow(shape, labels, row, true, out.buffer); });

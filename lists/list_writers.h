@@ -22,11 +22,14 @@ using TextSink = std::function<bool(std::string_view)>;
 
 // Which rows are written, and in which order.
 struct WrittenRows {
-  std::span<const uint32_t> rows = {};  // numbers of rows; looked at only when `listed`
-  bool listed = false;                  // false: every row, as they were added
-  bool selection = false;               // a part of the list: no lines about the whole of it
-  bool head = false;                    // its head all the same, where it is kept
+  std::span<const uint32_t> rows = {};      // numbers of rows; looked at only when `listed`
+  bool listed = false;                      // false: every row, as they were added
+  bool selection = false;                   // a part of the list: no lines about the whole of it
+  bool head = false;                        // its head all the same, where it is kept
+  std::span<const std::string> lines = {};  // of the head, after the list's own
 };
+// All lines of the head of what is written.
+std::vector<std::string> HeadLinesOf(const OutputList& list, const WrittenRows& which);
 // How many rows that are, and the row at a place among them (below the count).
 uint32_t WrittenCount(const OutputList& list, const WrittenRows& which);
 inline uint32_t WrittenRow(const WrittenRows& which, uint32_t place) {

@@ -42,15 +42,15 @@ std::string WidthsText(const std::vector<int>& widths, int columns) {
 }
 
 // Readers that do not know these keys pass them over.
-void WriteListHead(const OutputList& list, std::string& out) {
-  const std::vector<std::string> lines = HeadLinesOf(list);
+void WriteListHead(const std::vector<std::string>& lines, std::string& out) {
   for (size_t i = 0; i < std::min(lines.size(), kMostHeadLines); ++i) {
     const std::string_view kept = FirstUnits(lines[i], kLongestListHead);
     AppendKey(ReportLineKey(i), ProfileText(kept), out);
   }
 }
 
-void WriteHead(const ListShape& shape, int columns, const ReportLook& look, std::string& out) {
+void WriteHead(const ListShape& shape, int columns, const WrittenRows& which,
+               const ReportLook& look, std::string& out) {
   const OutputList& list = shape.list;
   out += '[';
   out += kProgramName;
@@ -64,7 +64,7 @@ void WriteHead(const ListShape& shape, int columns, const ReportLook& look, std:
   AppendKey("U4", std::to_string(ListKindOf(list)), out);
   AppendKey("U5", std::to_string(shape.rows), out);
   AppendKey("U6", look.title, out);
-  WriteListHead(list, out);
+  WriteListHead(HeadLinesOf(list, which), out);
   for (int column = 0; column < columns; ++column) {
     AppendKey(ReportHeaderKey(column), ColumnTitle(list, column), out);
   }
@@ -123,7 +123,7 @@ bool WriteReport(const OutputList& list, const WrittenRows& which, const ReportL
   const FileEncoding encoding = plain_title ? EncodingOf(list, which) : FileEncoding::kUtf8;
   const TextSink encoded = EncodedSink(encoding, sink);
   ListOutput out{encoded, {}};
-  WriteHead(shape, columns, look, out.buffer);
+  WriteHead(shape, columns, which, look, out.buffer);
   return WriteInPieces(out, WrittenCount(list, which), [&](uint32_t place) {
     WriteRow(shape, columns, WrittenRow(which, place), out.buffer);
   });

@@ -51,15 +51,22 @@ void UnfilterRows(RowsShown& view) {
   view.filtered = false;
 }
 
-void FollowRows(RowsShown& view, uint32_t rows) {
+void ChooseAddedRows(RowsShown& view, uint32_t from, const std::vector<bool>& chosen) {
+  for (size_t i = 0; i < chosen.size() && from + i < view.chosen.size(); ++i) {
+    view.chosen[from + i] = chosen[i];
+  }
+  ShowChosen(view);
+}
+
+void FollowRows(RowsShown& view, uint32_t rows, bool chosen) {
   if (view.ordered && view.order.size() > rows) view = RowsShown();
   if (view.filtered && view.chosen.size() > rows) UnfilterRows(view);
   while (view.ordered && view.order.size() < rows) {
     view.order.push_back(static_cast<uint32_t>(view.order.size()));
   }
   while (view.filtered && view.chosen.size() < rows) {
-    view.shown.push_back(static_cast<uint32_t>(view.chosen.size()));
-    view.chosen.push_back(true);
+    if (chosen) view.shown.push_back(static_cast<uint32_t>(view.chosen.size()));
+    view.chosen.push_back(chosen);
   }
 }
 

@@ -12,7 +12,7 @@ namespace hivequarry {
 struct RowsShown {
   std::vector<uint32_t> order;  // all rows, once `ordered`
   bool ordered = false;         // false: all rows as they were added
-  std::vector<bool> chosen;     // by row, once `filtered`; rows added later are shown
+  std::vector<bool> chosen;     // by row, once `filtered`
   std::vector<uint32_t> shown;  // the chosen ones in their order, once `filtered`
   bool filtered = false;
 };
@@ -39,9 +39,11 @@ void PutInOrder(RowsShown& view, std::vector<uint32_t> order);
 void FilterRows(RowsShown& view, std::vector<bool> chosen);
 // Shows all rows again, in their order.
 void UnfilterRows(RowsShown& view);
+// Chooses rows that were added last, from `from` on, by the same test as those before them.
+void ChooseAddedRows(RowsShown& view, uint32_t from, const std::vector<bool>& chosen);
 // The list has rows it had not, which come last, or fewer than the view knows: then all that is
-// known of them is forgotten.
-void FollowRows(RowsShown& view, uint32_t rows);
+// known of them is forgotten. Where some rows are shown, `chosen` says whether new ones are.
+void FollowRows(RowsShown& view, uint32_t rows, bool chosen = true);
 // Which of so many rows pass a test; `stop` is asked again and again, and ends it: no rows then.
 std::vector<bool> TestRows(uint32_t rows, const std::function<bool(uint32_t row)>& passes,
                            const std::function<bool()>& stop);

@@ -138,6 +138,7 @@ namespace hivequarry {
   One(kCommandShowAllRows, 9225)        \
   One(kCommandActivity, 9226)           \
   One(kCommandSavePicture, 9227)        \
+  One(kCommandFilterRows, 9228)         \
   One(kCommandShowAsOf, 9240)           \
   One(kCommandCompareWorkspace, 9301)   \
   One(kCommandGoToRegedit, 9302)        \

@@ -106,6 +106,8 @@ inline constexpr ListCommand kListCommandTable[] = {
      .accelerator = {'G', kWithControl}, .group_start = true, .needs = ListNeeds::kTimes,
      .checked = ListSwitch::kActivity},
     {.number = kCommandSavePicture, .text = "Save pict&ure...", .needs = ListNeeds::kPicture},
+    {.number = kCommandFilterRows, .text = "Fi&lter rows\tCtrl+E", .accelerator = {'E', kWithControl},
+     .guard = Guard::kNone, .needs = ListNeeds::kWindow},
     {.number = kCommandShowAllRows, .text = "S&how all rows\tEsc", .needs = ListNeeds::kFiltered},
     {.number = kCommandResizeColumns, .text = "&Resize columns",
      .tooltip = "Resize list columns", .icon = ToolIcon::kColumns,

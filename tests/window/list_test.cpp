@@ -198,7 +198,8 @@ TEST_F(ListTest, ContextMenu) {
       "Selected &Items[-&Copy to ClipBoard|-Copy &first column|-&Save to File|"
       "-&Save as Report List|-&Print|]|Sort by &type|Sort by l&ength|Sort by nesting &level|";
   const std::string end =
-      "Picture of acti&vity\tCtrl+G|-Save pict&ure...|-S&how all rows\tEsc|&Resize columns|";
+      "Picture of acti&vity\tCtrl+G|-Save pict&ure...|Fi&lter rows\tCtrl+E|-S&how all rows\tEsc|"
+      "&Resize columns|";
   const struct {
     int kind;
     const char* middle;
@@ -289,6 +290,8 @@ TEST_F(ListTest, Keys) {
   EXPECT_TRUE(Press(list, VK_TAB));
   EXPECT_EQ(GetFocus(), GetDlgItem(window, kListToolbarId));
   EXPECT_TRUE(Press(GetFocus(), VK_TAB));
+  EXPECT_EQ(GetFocus(), GetDlgItem(window, kListFilterId));
+  for (int tick = 0; tick < 4; ++tick) EXPECT_TRUE(Press(GetFocus(), VK_TAB));
   EXPECT_EQ(GetFocus(), list);
   TheLongOperation().running = 7;
   Press(list, VK_ESCAPE);

@@ -189,10 +189,11 @@ void Beep() { CurrentHost().beep(CurrentHost().context); }
 void ShowRange(ActivityPane& pane, const TimeRange& range) {
   ListPlace& place = *pane.place;
   const int column = TimeColumnOf(*place.model);
-  const bool started = FilterList(place, [range, column](const OutputList& list, uint32_t row) {
+  const RowTest test = [range, column](const OutputList& list, uint32_t row) {
     const uint64_t time = TimeOfRow(list, row, column);
     return time != kNoValue && IsIn(range, time);
-  });
+  };
+  const bool started = FilterList(place, test, RangeWords(range));
   pane.view.picked = started ? range : pane.kept;
   if (!started) Beep();
   if (started) ShowPlaceStatus(place, (" " + RangeWords(range)).c_str());

@@ -42,6 +42,7 @@ struct SplitJob {
 };
 
 void ShowPieces(ListPlace& place, SplitJob& job) {
+  StopFilter(place);
   place.model = std::move(job.list);
   place.rows = RowsShown();
   InvalidateRect(place.list, nullptr, FALSE);

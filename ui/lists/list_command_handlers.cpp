@@ -68,6 +68,7 @@ constexpr ListRoute kRoutes[] = {
     {kCommandSortByLevel, OnSortByLevel},
     {kCommandActivity, OnActivity},
     {kCommandSavePicture, OnSavePicture},
+    {kCommandFilterRows, OnFilterRows},
     {kCommandShowAllRows, OnShowAllRows},
     {kCommandResizeColumns, OnResizeListColumns},
     {kCommandStop, OnStopListWork},

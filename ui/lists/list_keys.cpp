@@ -1,4 +1,7 @@
 // The keys of a list window: those of its commands, and the way from child to child.
+#include <algorithm>
+#include <iterator>
+
 #include "host/long_operation.h"
 #include "ui/lists/activity_pane.h"
 #include "ui/lists/list_frame.h"
@@ -17,9 +20,22 @@ uint8_t ModifiersNow() {
   return modifiers;
 }
 
-// In the line of the source's name keys of the clipboard mean its text.
-bool IsTextKey(HWND focus, WPARAM key) {
-  return GetDlgCtrlID(focus) == kListSourceId && (key == 'A' || key == 'C');
+// Keys that mean the text of a box, with Ctrl.
+bool IsEditingKey(WPARAM key) {
+  constexpr WPARAM kKeys[] = {'A',      'C',     'V',    'X',     'Z',       VK_LEFT,
+                              VK_RIGHT, VK_HOME, VK_END, VK_BACK, VK_DELETE, VK_INSERT};
+  return std::ranges::find(kKeys, key) != std::end(kKeys);
+}
+
+// In the line of the source's name keys of the clipboard mean its text; in the filter box nearly
+// all that have no other modifier than Shift.
+bool IsTextKey(HWND focus, WPARAM key, uint8_t modifiers) {
+  const int child = GetDlgCtrlID(focus);
+  if (child == kListSourceId) return key == 'A' || key == 'C';
+  if (child != kListFilterId || (modifiers & kWithAlt) != 0) return false;
+  if ((modifiers & kWithControl) != 0) return IsEditingKey(key);
+  const bool function = key >= VK_F1 && key <= VK_F24;
+  return !function && key != VK_TAB && key != VK_ESCAPE && key != VK_RETURN && key != VK_DOWN;
 }
 
 bool IsKey(const Accelerator& accelerator, WPARAM key, uint8_t modifiers) {
@@ -38,6 +54,11 @@ bool RunKey(ListPlace& place, WPARAM key, uint8_t modifiers) {
   return false;
 }
 
+// From the filter box to the rows that it left.
+bool IsListKeyOfBox(HWND focus, WPARAM key) {
+  return GetDlgCtrlID(focus) == kListFilterId && (key == VK_RETURN || key == VK_DOWN);
+}
+
 void FocusNextChild(const ListPlace& place, bool backward) {
   const HWND next = GetNextDlgTabItem(place.window, GetFocus(), backward ? TRUE : FALSE);
   if (next != nullptr) SetFocus(next);
@@ -47,7 +68,8 @@ void FocusNextChild(const ListPlace& place, bool backward) {
 void OnEscape(ListPlace& place) {
   if (CancelDrag(place)) return;
   if (IsSelecting(place)) return EndSelecting(place);
-  if (place.rows.filtered && !place.working) return RunListCommand(place, kCommandShowAllRows);
+  if ((place.rows.filtered || HasFilterWords(place)) && !place.working)
+    return RunListCommand(place, kCommandShowAllRows);
   if (!place.working && TheLongOperation().running == 0) {
     PostMessageW(place.window, WM_CLOSE, 0, 0);
   }
@@ -68,8 +90,12 @@ bool RunWindowKey(ListPlace& place, WPARAM key, uint8_t modifiers) {
 bool TranslateListKeys(MSG& message) {
   if (message.message != WM_KEYDOWN && message.message != WM_SYSKEYDOWN) return false;
   ListPlace* place = FindListPlace(message.hwnd);
-  if (place == nullptr || IsTextKey(message.hwnd, message.wParam)) return false;
   const uint8_t modifiers = ModifiersNow();
+  if (place == nullptr || IsTextKey(message.hwnd, message.wParam, modifiers)) return false;
+  if (IsListKeyOfBox(message.hwnd, message.wParam)) {
+    SetFocus(place->list);
+    return true;
+  }
   if (RunKey(*place, message.wParam, modifiers)) return true;
   return RunWindowKey(*place, message.wParam, modifiers);
 }

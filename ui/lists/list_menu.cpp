@@ -53,9 +53,10 @@ ListFacts FactsOfPlace(const ListPlace& place, bool with_position) {
   facts.source = !ListSource(*place.model).empty();
   facts.evidence = place.owner->host.evidence;
   facts.again = place.again != nullptr;
-  facts.filtered = place.rows.filtered;
+  facts.filtered = place.rows.filtered || HasFilterWords(place);
   facts.times = HasActivity(place);
   facts.picture = ShowsActivity(place);
+  facts.window = !place.pane;
   facts.kind = ListKindOf(*place.model);
   return facts;
 }

@@ -149,6 +149,7 @@ HWND MakeListPane(MainWindow& window, int identifier) {
 void ShowList(ListPlace& place, OutputListPtr list, const std::vector<int>& widths) {
   if (ColumnCount(*list) == 0 && RowCount(*list) == 0) SetColumns(*list, GenericTitles());
   EmptyControl(place);
+  ForgetFilter(place);
   place.model = std::move(list);
   place.again = nullptr;
   place.keys.clear();
@@ -164,14 +165,16 @@ void ShowList(ListPlace& place, OutputListPtr list, const std::vector<int>& widt
 }
 
 void ListChanged(ListPlace& place) {
-  FollowRows(place.rows, RowCount(*place.model));
+  FollowRows(place.rows, RowCount(*place.model), !HasFilterWords(place));
   const DWORD keep = place.filling ? LVSICF_NOINVALIDATEALL | LVSICF_NOSCROLL : 0;
   ListView_SetItemCountEx(place.list, static_cast<int>(ShownRowCount(place)), keep);
   PlaceChanged(place);
+  FollowFilter(place);
 }
 
 void EmptyList(ListPlace& place) {
   ShowPlaceStatus(place, "Deleting current list ...");
+  StopFilter(place);
   EmptyControl(place);
   ForgetOrder(place);
   ClearRows(*place.model);
@@ -215,6 +218,18 @@ void ShowInOrder(ListPlace& place, std::vector<uint32_t> order) {
 void ShowChosenRows(ListPlace& place, std::vector<bool> chosen) {
   if (chosen.size() != RowCount(*place.model)) return;
   ChangeRows(place, [&chosen](RowsShown& rows) { FilterRows(rows, std::move(chosen)); });
+  PlaceChanged(place);
+}
+
+void ShowAddedRows(ListPlace& place, uint32_t from, const std::vector<bool>& chosen) {
+  const auto choose = [&](RowsShown& rows) { ChooseAddedRows(rows, from, chosen); };
+  if (place.rows.ordered) {
+    ChangeRows(place, choose);
+  } else {
+    choose(place.rows);
+    ListView_SetItemCountEx(place.list, static_cast<int>(ShownRowCount(place)),
+                            LVSICF_NOINVALIDATEALL | LVSICF_NOSCROLL);
+  }
   PlaceChanged(place);
 }
 

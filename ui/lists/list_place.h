@@ -12,6 +12,7 @@
 #include "lists/output_list.h"
 #include "lists/rows_shown.h"
 #include "ui/draw/win.h"
+#include "ui/lists/list_filtering.h"
 #include "ui/lists/list_selection.h"
 
 namespace hivequarry {
@@ -29,6 +30,7 @@ struct ListPlace {
   RowsShown rows;          // which of the model's, and in which order
   int sorted_column = -1;  // by a click; -1: none
   std::array<bool, kMaxColumns> descending{};
+  ListFilter filter;
   PendingSelection selecting;
   bool columns_touched = false;  // the user's widths stay as they are
   std::string last_find;
@@ -74,6 +76,8 @@ void ShowInOrder(ListPlace& place, std::vector<uint32_t> order);
 // Shows the rows chosen, by their numbers in the model; of what is selected those stay so that are
 // still shown.
 void ShowChosenRows(ListPlace& place, std::vector<bool> chosen);
+// The same for rows that were added last, which were not shown as yet.
+void ShowAddedRows(ListPlace& place, uint32_t from, const std::vector<bool>& chosen);
 void ShowAllRows(ListPlace& place);
 // The arrow in the header; -1 for none.
 void ShowSortArrow(const ListPlace& place, int column, bool descending);
@@ -83,11 +87,12 @@ struct RowChoice {
   std::vector<uint32_t> rows;
   bool listed = false;
   bool selection = false;
+  std::vector<std::string> lines;  // of the head: which rows are shown
 };
 RowChoice ChooseRows(const ListPlace& place, bool selection);
 // Valid as long as the choice.
 inline WrittenRows RowsOf(const RowChoice& choice) {
-  return {choice.rows, choice.listed, choice.selection};
+  return {choice.rows, choice.listed, choice.selection, false, choice.lines};
 }
 
 }  // namespace hivequarry

@@ -146,9 +146,10 @@ void InvertSelection(ListPlace& place) {
 }
 
 RowChoice ChooseRows(const ListPlace& place, bool selection) {
-  if (selection) return {SelectedRows(place), true, true};
-  if (!IsChoice(place.rows)) return {{}, false, false};
-  return {ShownRows(place), true, false};
+  const std::vector<std::string> lines = FilterLines(place);
+  if (selection) return {SelectedRows(place), true, true, lines};
+  if (!IsChoice(place.rows)) return {{}, false, false, lines};
+  return {ShownRows(place), true, false, lines};
 }
 
 void FocusRow(ListPlace& place, uint32_t shown, bool add) {

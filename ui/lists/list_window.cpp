@@ -105,8 +105,10 @@ void OnDpiChanged(ListWindow& window, uint32_t dpi, const RECT& area) {
 }
 
 void OnSystemChange(ListWindow& window, UINT message, WPARAM first, LPARAM second) {
+  const FilterControls& filter = window.filter;
   for (const HWND child :
-       {window.toolbar, window.place.list, window.place.status, window.progress}) {
+       {window.toolbar, filter.words, filter.match_case, filter.whole_words, filter.regular,
+        window.place.list, window.place.status, window.progress}) {
     SendMessageW(child, message, first, second);
   }
   RefreshListLook(window);
@@ -146,6 +148,7 @@ LRESULT OnNotify(ListWindow& window, const NMHDR& notice) {
 LRESULT Route(ListWindow& window, UINT message, WPARAM first, LPARAM second) {
   switch (message) {
     case WM_COMMAND:
+      if (second != 0 && OnFilterControl(window.place, LOWORD(first), HIWORD(first))) return 0;
       RunListCommand(window.place, LOWORD(first));
       return 0;
     case WM_NOTIFY:
@@ -158,7 +161,11 @@ LRESULT Route(ListWindow& window, UINT message, WPARAM first, LPARAM second) {
     case WM_HELP:
       ShowHelpFor(window.place.window, second, HelpTopicOfList(ListKindOf(*window.place.model)));
       return TRUE;
+    case kRowsChosen:
+      TakeChosenRows(window.place, static_cast<uint32_t>(first));
+      return 0;
     case WM_DESTROY:
+      StopFilter(window.place);
       SavePlace(window);
       return 0;
     default:
