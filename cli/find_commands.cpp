@@ -67,6 +67,16 @@ bool ParseRange(const DatesRequest& dates, KeyDateRange& range) {
          ParseKeyDate(dates.to, {0xFFFF, 12, 31, 23, 59, 59}, range.end);
 }
 
+// The last second whole.
+bool ReadTimes(const DatesRequest& dates, SearchLimits& limits) {
+  constexpr uint64_t kSecond = 10'000'000;
+  KeyDateRange range;
+  if (!ParseRange(dates, range)) return false;
+  if (!dates.from.empty()) limits.from = FileTimeOf(range.start);
+  if (!dates.to.empty()) limits.to = FileTimeOf(range.end) + kSecond - 1;
+  return true;
+}
+
 SecurityListOptions OptionsOf(const ConsoleRequest& request) {
   SecurityListOptions options;
   options.resolve = request.security.resolve;
@@ -151,7 +161,7 @@ bool PatternOf(const SearchSettings& settings, SearchPattern& pattern) {
   } else if (!IsText(settings.text)) {
     Complain("The pattern is no UTF-8 text");
   } else if (!CompilePattern(settings, pattern)) {
-    Complain("Nothing to search for");
+    Complain(pattern.fault.empty() ? "Nothing to search for" : pattern.fault);
   } else if (settings.dword && !pattern.settings.dword) {
     Complain("--dword needs --hex and 8 digits");
   } else {
@@ -165,7 +175,10 @@ bool PatternOf(const SearchSettings& settings, SearchPattern& pattern) {
 int SearchCommand(const ConsoleRequest& request, OpenedHive& opened) {
   uint32_t item = 0;
   SearchPattern pattern;
-  if (!PatternOf(request.search, pattern)) return kExitUsage;
+  SearchSettings settings = request.search;
+  if (!ReadTimes(request.dates, settings.limits) || !PatternOf(settings, pattern)) {
+    return kExitUsage;
+  }
   if (!FindKey(request, opened, item)) return kExitFailed;
   const OutputListPtr list = MakeSearchList(request.search_details);
   if (request.freed) AddPlaceColumn(*list);

@@ -355,6 +355,13 @@ void AddSearch(CLI::App& app, ConsoleRequest& request) {
   search->add_flag("--hex", settings.hex_mode, "The pattern is bytes");
   search->add_flag("--match-case", settings.match_case, "Heed case");
   search->add_flag("--match-length", settings.match_length, "The whole name or data");
+  search->add_flag("--regex", settings.regular, "The pattern is a regular expression");
+  search->add_flag("--words", settings.whole_words, "Whole words only");
+  search->add_option("--least", settings.limits.least, "Values with as many bytes of data or more");
+  search->add_option("--most", settings.limits.most, "Values with as many bytes of data or fewer");
+  search->add_option("--written-from", request.dates.from,
+                     "Keys written at this time or later, 2010-11-28T13:05:00, and their values");
+  search->add_option("--written-to", request.dates.to, "Keys written at this time or earlier (UTC)");
   search->add_flag("--dword", settings.dword, "With --hex and 8 digits: a number; REG_DWORD data");
   search->add_flag("--wide", settings.wide, "Find text in UTF-16 data of other types too");
   search->add_flag("--details", request.search_details, "Two columns more: file offset, lengths");

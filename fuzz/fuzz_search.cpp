@@ -43,6 +43,8 @@ bool PatternAsked(Bytes question, Bytes hive, SearchPattern& pattern) {
   asked.key_names = (ticks & 32) != 0;
   asked.value_names = (ticks & 64) != 0;
   asked.value_data = (ticks & 128) != 0;
+  asked.regular = (ticks & 1024) != 0;
+  asked.whole_words = (ticks & 2048) != 0;
   std::string text = PatternOf(question, hive, (ticks & 256) != 0);
   // Texts are stored with zeros between their characters as often as without.
   if ((ticks & 512) != 0) std::erase(text, '\0');

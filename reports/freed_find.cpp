@@ -26,10 +26,11 @@ class FreedSearch {
   }
 
   void VisitKey(const FreedKey& key) {
-    if (!key_names_ || !KeyMatches(key)) return;
+    const uint64_t last_write = LastWriteOfFreed(key.position);
+    if (!key_names_ || !MayBeHit(limits_, last_write) || !KeyMatches(key)) return;
     RowFacts facts;
     facts.about_key = true;
-    facts.last_write = ReadU64(from_.hive, key.position + kKeyLastWrite);
+    facts.last_write = last_write;
     const FreedPathTexts texts = FreedPathTextsOf(from_, key.position);
     facts.path = texts.stored;
     AddHit({texts.path, "", "", "", PlaceText(from_.hive, key.position)}, key.position, facts, 0,
@@ -41,6 +42,7 @@ class FreedSearch {
     const FreedContent content =
         ReadFreedContent(from_, freed, data ? FreedData::kAll : FreedData::kShown);
     const ValueKey& value = content.value;
+    if (!MayBeHit(limits_, LastWriteOfFreed(freed.key), value.data_length)) return;
     if (!ValueMatches(content)) return;
     const ValueRow row = MakeFreedRow(from_, content);
     const FreedPathTexts texts = FreedPathTextsOf(from_, freed.key);
@@ -58,6 +60,10 @@ class FreedSearch {
   }
 
  private:
+  uint64_t LastWriteOfFreed(uint32_t key) const {
+    return key == kNoOffset ? 0 : ReadU64(from_.hive, key + kKeyLastWrite);
+  }
+
   bool KeyMatches(const FreedKey& key) const {
     if (MatchName(pattern_, StoredFreedKeyName(from_.hive, key))) return true;
     return pattern_.settings.hex_mode &&
@@ -69,6 +75,7 @@ class FreedSearch {
     if (value.status == ValueStatus::kEmpty || value.status == ValueStatus::kNotAValue) {
       return false;
     }
+    if (pattern_.everything) return true;
     if (value_names_ && !value.name.empty()) {
       if (MatchName(pattern_, value.name)) return true;
       const bool raw = pattern_.settings.hex_mode;
@@ -92,6 +99,7 @@ class FreedSearch {
 
   FreedSource& from_;
   const SearchPattern& pattern_;
+  const SearchLimits& limits_ = pattern_.settings.limits;
   OutputList& list_;
   bool details_ = false, key_names_ = false, value_names_ = false;
 };

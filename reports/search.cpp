@@ -61,6 +61,7 @@ class BranchSearch {
       }
       if (IsKeyItem(tree_, at)) VisitKey(at);
       if (at == tree_.disconnected_values && values_) {
+        last_write_ = 0;
         VisitValues(at, tree_.disconnected_value_positions);
       }
       ++at;
@@ -79,7 +80,10 @@ class BranchSearch {
 
   void VisitKey(uint32_t item) {
     if (++keys_ % kKeysPerStatus == 0) ShowWalk(paths_.PathOf(item), keys_, RowCount(list_));
-    if (key_names_ && MayMatchName(sieve_, hive_, tree_, item) && KeyMatches(item)) AddKeyRow(item);
+    last_write_ = limits_.timed() ? LastWriteOf(hive_, tree_, item) : 0;
+    if (key_names_ && MayBeHit(limits_, last_write_) && MayMatchName(sieve_, hive_, tree_, item) &&
+        KeyMatches(item))
+      AddKeyRow(item);
     if (!values_ || !HasKeyCell(tree_, item)) return;
     const uint32_t key = tree_.items[item].position;
     positions_.clear();
@@ -112,12 +116,20 @@ class BranchSearch {
           ReadValueKey(hive_, position, ValueRead::kFields, kMaxValueData, nullptr);
       if (!MayMatchValue(sieve_, fields)) return;
     }
+    if (limited_ && !IsWithin(position)) return;
     const ValueKey value = ReadValueWithin(hive_, position, data_budget_, data_);
     if (value.status == ValueStatus::kEmpty || value.status == ValueStatus::kNotAValue) return;
     if (ValueMatches(value)) AddValueRow(item, value);
   }
 
+  bool IsWithin(uint32_t position) const {
+    const ValueKey fields =
+        ReadValueKey(hive_, position, ValueRead::kFields, kMaxValueData, nullptr);
+    return MayBeHit(limits_, last_write_, fields.data_length);
+  }
+
   bool ValueMatches(const ValueKey& value) const {
+    if (pattern_.everything) return true;
     if (value_names_ && !value.name.empty() && ValueNameMatches(value)) return true;
     return pattern_.settings.value_data && value.status == ValueStatus::kRead &&
            MatchData(pattern_, value.type, data_);
@@ -168,6 +180,9 @@ class BranchSearch {
   const KeyTree& tree_;
   const SearchPattern& pattern_;
   const SearchSieve& sieve_;
+  const SearchLimits& limits_ = pattern_.settings.limits;
+  const bool limited_ = limits_.sized() || limits_.timed();
+  uint64_t last_write_ = 0;  // of the key whose values are visited; 0: nobody asks, or none
   OutputList& list_;
   PathWalker paths_;
   DataBudget data_budget_ = MakeDataBudget(hive_);

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <span>
 #include <string>
 #include <string_view>
@@ -11,11 +12,23 @@
 #include "hive/values.h"
 #include "host/case.h"
 #include "lists/output_list.h"
+#include "lists/text_pattern.h"
 
 namespace hivequarry {
 
 inline constexpr size_t kMaxPattern = 140;        // characters of either field
 inline constexpr uint32_t kMaxSearchDepth = 384;  // keys at this level or deeper aren't examined
+
+// What a hit must be besides holding the pattern. Values have the time of their key; those of which
+// no key is known have none, and are hits where no time is asked for.
+struct SearchLimits {
+  uint32_t least = 0;  // bytes of a value's data; of these limits keys are no hits
+  uint32_t most = UINT32_MAX;
+  uint64_t from = 0;  // last write of a key, FILETIME, both included
+  uint64_t to = UINT64_MAX;
+  bool sized() const { return least != 0 || most != UINT32_MAX; }
+  bool timed() const { return from != 0 || to != UINT64_MAX; }
+};
 
 // What the user asks for; kept from one search to the next.
 struct SearchSettings {
@@ -29,18 +42,24 @@ struct SearchSettings {
   bool key_names = false;
   bool value_names = false;
   bool value_data = false;
-  bool freed = false;  // of a hive: freed records too (freed_find.h)
+  bool freed = false;        // of a hive: freed records too (freed_find.h)
+  bool regular = false;      // text mode: a regular expression (lists/text_pattern.h)
+  bool whole_words = false;  // text mode: nothing of a word is right beside it
+  SearchLimits limits;
 };
 
-// A pattern ready to be searched for. Text is compared by its characters; bytes that are no text
-// are searched for the pattern's bytes in the code page, or as UTF-16.
+// A pattern ready to be searched for, by one thread. Text is compared by its characters; bytes that
+// are no text are searched for the pattern's bytes in the code page, or as UTF-16.
 struct SearchPattern {
   std::string text;    // in capitals unless the search heeds case; empty in hex mode
   bool plain = false;  // the text is ASCII
   std::string bytes;  // those of the digits, or of the text in the code page; empty if it lacks one
   std::u16string units;  // of the text
   SearchSettings settings;
-  CaseTable fold{};  // of each byte of the code page: the letters' capitals
+  std::shared_ptr<TextPattern> form;  // of words and expressions; null for a text as it is
+  bool everything = false;            // no pattern: whatever is within the limits
+  std::string fault;                  // what is wrong with an expression, a sentence
+  CaseTable fold{};                   // of each byte of the code page: the letters' capitals
 };
 // Pairs of hexadecimal digits, with blanks between them and "0x" before any of them or not.
 enum class HexFault : uint8_t { kNone, kNoDigits, kOdd };
@@ -52,7 +71,7 @@ HexPattern HexPatternOf(std::string_view text);
 // What to tell the user of it, empty for no fault.
 const char* HexFaultText(HexFault fault);
 
-// False for an empty pattern, one of digits that has a fault, or no field to search.
+// False for an empty pattern without limits, one that has a fault, or no field to search.
 bool CompilePattern(const SearchSettings& settings, SearchPattern& pattern);
 
 // Text and digits of the two fields from one another: the text's bytes in the code page, or in
@@ -78,6 +97,11 @@ bool MatchData(const SearchPattern& pattern, uint32_t type, std::span<const uint
 // An empty list of results; with `details` it has two columns more, "File Offset" and "Details".
 // Freed records add a last one (freed_find.h).
 OutputListPtr MakeSearchList(bool details);
+
+// Whether the limits allow a hit: a key, or a value with so many bytes of data. `last_write`: of
+// the key, 0 where none is known.
+bool MayBeHit(const SearchLimits& limits, uint64_t last_write);
+bool MayBeHit(const SearchLimits& limits, uint64_t last_write, uint32_t data_length);
 
 // The keys from `item` down, each before its children; a row for each key whose name matches and
 // for each value whose name or data do. Below the root, or from their folder itself, the values

@@ -71,8 +71,21 @@ bool IsWhole(const SearchPattern& pattern, std::span<const uint8_t> bytes) {
   return wide || bytes.size() == pattern.bytes.size();
 }
 
+// The bytes as characters of the code page, or as UTF-16 that may begin at any byte.
+bool HoldsForm(const SearchPattern& pattern, std::span<const uint8_t> bytes) {
+  const std::string_view chars(reinterpret_cast<const char*>(bytes.data()), bytes.size());
+  if (HoldsPattern(*pattern.form, TextOfCodePage(chars))) return true;
+  for (size_t from = 0; pattern.settings.wide && from < std::min<size_t>(bytes.size(), 2); ++from) {
+    std::u16string units((bytes.size() - from) / 2, u'\0');
+    for (size_t i = 0; i < units.size(); ++i) units[i] = LoadU16(bytes.data() + from + 2 * i);
+    if (HoldsPattern(*pattern.form, TextOfWide(units))) return true;
+  }
+  return false;
+}
+
 // Bytes that are no text: the whole length must be the pattern's when it is to match.
 bool MatchBytes(const SearchPattern& pattern, std::span<const uint8_t> bytes) {
+  if (pattern.form != nullptr) return HoldsForm(pattern, bytes);
   if (pattern.settings.match_length && !IsWhole(pattern, bytes)) return false;
   return FindBytes(pattern, bytes, pattern.settings.wide, pattern.settings.match_case) != 0;
 }
@@ -110,7 +123,26 @@ bool MatchDword(const SearchPattern& pattern, std::span<const uint8_t> data) {
 SearchSettings Effective(SearchSettings settings, size_t digits) {
   settings.dword = settings.dword && settings.hex_mode && digits == kDwordDigits;
   settings.wide = settings.wide && !settings.hex_mode;
+  settings.regular = settings.regular && !settings.hex_mode;
+  // A whole name has nothing beside it.
+  settings.whole_words = settings.whole_words && !settings.hex_mode && !settings.match_length;
   return settings;
+}
+
+// False for an expression with a fault.
+bool CompileForm(const SearchSettings& settings, SearchPattern& pattern) {
+  const PatternForm form = {settings.match_case, settings.whole_words, settings.regular};
+  pattern.form = MakeTextPattern(settings.text, form, pattern.fault);
+  if (pattern.form == nullptr) return false;
+  if (!settings.regular) return true;
+  if (settings.match_length) {
+    pattern.form = MakeTextPattern("^(?:" + settings.text + ")$", form, pattern.fault);
+  }
+  // There is no text that every hit holds.
+  pattern.text.clear();
+  pattern.units.clear();
+  pattern.bytes.clear();
+  return pattern.form != nullptr;
 }
 
 // What is looked for in texts, and in bytes that are none.
@@ -161,9 +193,14 @@ bool CompilePattern(const SearchSettings& settings, SearchPattern& pattern) {
   pattern.text.clear();
   pattern.units.clear();
   pattern.bytes.clear();
+  pattern.form = nullptr;
+  pattern.fault.clear();
+  pattern.everything = (settings.hex_mode ? hex.digits : settings.text).empty();
+  if (pattern.everything) return settings.limits.sized() || settings.limits.timed();
   if (!settings.hex_mode) {
     CompileText(settings, pattern);
-    return !pattern.text.empty();
+    const bool formed = pattern.settings.regular || pattern.settings.whole_words;
+    return formed ? CompileForm(pattern.settings, pattern) : !pattern.text.empty();
   }
   pattern.bytes = BytesOfHex(hex.digits);
   if (pattern.settings.dword) std::ranges::reverse(pattern.bytes);
@@ -200,6 +237,7 @@ bool MatchText(const SearchPattern& pattern, std::string_view candidate) {
   const SearchSettings& asked = pattern.settings;
   // A second terminator is no part of a text.
   if (asked.match_length && candidate.ends_with('\0')) candidate.remove_suffix(1);
+  if (pattern.form != nullptr) return HoldsPattern(*pattern.form, candidate);
   const bool plain = IsAscii(candidate);
   if (!pattern.plain && plain) return false;
   std::string capitals;
@@ -222,6 +260,7 @@ bool FindExactly(const SearchPattern& pattern, std::span<const uint8_t> bytes) {
 }
 
 bool MatchName(const SearchPattern& pattern, std::string_view name) {
+  if (pattern.everything) return true;
   if (!pattern.settings.hex_mode) return MatchText(pattern, name);
   return FindExactly(pattern, BytesOf(CodePageOfText(name)));
 }
@@ -240,6 +279,7 @@ size_t FindBytes(const SearchPattern& pattern, std::span<const uint8_t> bytes, b
 }
 
 bool MatchData(const SearchPattern& pattern, uint32_t type, std::span<const uint8_t> data) {
+  if (pattern.everything) return true;
   if (type == kBinaryTwin) type = kRegBinary;
   if (pattern.settings.dword) return type == kRegDword && MatchDword(pattern, data);
   switch (type) {
@@ -253,6 +293,19 @@ bool MatchData(const SearchPattern& pattern, uint32_t type, std::span<const uint
     default:
       return MatchBytes(pattern, data);
   }
+}
+
+bool MayBeHit(const SearchLimits& limits, uint64_t last_write) {
+  const bool in_time =
+      !limits.timed() || (last_write != 0 && last_write >= limits.from && last_write <= limits.to);
+  return in_time && !limits.sized();
+}
+
+bool MayBeHit(const SearchLimits& limits, uint64_t last_write, uint32_t data_length) {
+  SearchLimits time = limits;
+  time.least = 0;
+  time.most = UINT32_MAX;
+  return MayBeHit(time, last_write) && data_length >= limits.least && data_length <= limits.most;
 }
 
 }  // namespace hivequarry

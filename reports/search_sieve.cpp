@@ -281,7 +281,8 @@ class Sieving {
 SearchSieve SieveImage(const HiveImage& hive, const SearchPattern& pattern) {
   static_assert(kBlock + 2 <= kImageSlack);
   SearchSieve sieve;
-  if (hive.buffer != nullptr &&
+  const bool text = !pattern.settings.regular && !pattern.everything;
+  if (hive.buffer != nullptr && text &&
       std::max(pattern.bytes.size(), pattern.units.size()) <= kMaxPattern) {
     sieve.usable = Sieving(hive, pattern, sieve).Run();
   }

@@ -74,6 +74,19 @@ TEST_F(ConsoleTest, ReportListsConvertToTheSameList) {
   EXPECT_EQ(Run("info r.rpt"), 1) << "nothing in it says that it is a hive";
 }
 
+TEST_F(ConsoleTest, SearchesForExpressionsAndSizes) {
+  EXPECT_EQ(Run("--format csv search --regex h\u00E9 'T.XT$'"), 0);
+  EXPECT_EQ(std::ranges::count(printed, '\n'), 2) << printed;
+  EXPECT_EQ(Run("--format csv search --least 1 h\u00E9 ''"), 0);
+  EXPECT_EQ(std::ranges::count(printed, '\n'), 2) << printed;
+  EXPECT_EQ(Run("--format csv search --written-to 1999-01-01 h\u00E9 ''"), 0);
+  EXPECT_EQ(std::ranges::count(printed, '\n'), 1) << printed;
+  EXPECT_EQ(Run("search --regex h\u00E9 'a(b'", "", ""), 2);
+  EXPECT_NE(ContentOf(Sibling("errors")).find("A ( has no )"), std::string::npos);
+  EXPECT_EQ(Run("search h\u00E9 ''"), 2);
+  EXPECT_EQ(Run("search --written-from never h\u00E9 x"), 2);
+}
+
 // A status of its own: 0 equal, 1 differences, 2 wrong usage, 3 unreadable, 4 equal but doubtful.
 TEST_F(ConsoleTest, CompareTellsOfDifferences) {
   const auto write = [&](const char* name, const std::string& bytes) {

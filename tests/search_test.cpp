@@ -28,14 +28,93 @@ using testing::Utf16;
 SearchSettings Asked(const std::string& pattern, std::string_view ticks) {
   const auto has = [&](char tick) { return ticks.find(tick) != std::string_view::npos; };
   const bool hex = has('h') || has('n');
-  return {hex ? "" : pattern, hex ? pattern : "", hex,      has('c'), has('l'),
-          has('n'),           has('w'),           has('k'), has('v'), has('d')};
+  return {hex ? "" : pattern, hex ? pattern : "", hex,      has('c'), has('l'), has('n'), has('w'),
+          has('k'),           has('v'),           has('d'), false,    false,    false,    {}};
 }
 
 SearchPattern Compiled(const std::string& pattern, std::string_view ticks) {
   SearchPattern compiled;
   EXPECT_TRUE(CompilePattern(Asked(pattern, ticks), compiled));
   return compiled;
+}
+
+// Words and expressions in names and in data of every kind, with the text's own case rules.
+TEST(Search, WordsAndExpressions) {
+  HiveBuilder builder;
+  builder.Key("Run").Sz("RunOnce", "start run.exe").Sz("Path", "C:\\Temp\\run42.exe");
+  builder.Key("Other").Value("Bytes", 3, Bytes{0xFF, 'r', 'u', 'n', 0xFF, '7'});
+  builder.Key("Other").Value("Wide", 3, Utf16("xrun9")).MultiSz("Many", {"one", "run 8"});
+  builder.Key("Ж").Sz("ж", "слово run");
+  const OpenedHive opened(builder.Build());
+  const struct {
+    const char* pattern;
+    bool regular, words;
+    const char* ticks;
+    Texts found;
+  } cases[] = {
+      {"run", false, true, "kvd", {"Many", "Run", "RunOnce", "\u0436"}},
+      {"run", false, true, "vdl", {}},
+      {"run", false, true, "kl", {"Run"}},
+      {"run\\d+", true, false, "d", {"Path"}},
+      {"run.?\\d", true, false, "d", {"Bytes", "Many", "Path"}},
+      {"run\\d", true, false, "dw", {"Wide", "Path"}},
+      {"RUN|^One$", true, false, "dc", {}},
+      {"RUN$|^One$", true, false, "d", {"Many", "\u0436"}},
+      {"r.n|once", true, false, "kl", {"Run"}},
+      {"^\u0436$", true, false, "kv", {"\u0416", "\u0436"}},
+      {"slov|\u0421\u041B\u041E\u0412\u041E", true, true, "d", {"\u0436"}},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(std::string(c.pattern) + " " + c.ticks);
+    SearchSettings asked = Asked(c.pattern, c.ticks);
+    asked.regular = c.regular;
+    asked.whole_words = c.words;
+    SearchPattern pattern;
+    ASSERT_TRUE(CompilePattern(asked, pattern)) << pattern.fault;
+    for (const SearchWay way : {SearchWay::kPlain, SearchWay::kSieved}) {
+      const OutputListPtr list = MakeSearchList(false);
+      SearchBranchBy(way, opened.hive, opened.tree, 0, pattern, *list);
+      Texts found;
+      for (uint32_t row = 0; row < RowCount(*list); ++row) {
+        const std::string key(CellText(*list, row, 0));
+        const std::string value(CellText(*list, row, 1));
+        found.push_back(value.empty() ? key.substr(key.rfind('\\') + 1) : value);
+      }
+      EXPECT_EQ(found, c.found);
+    }
+  }
+  SearchSettings wrong = Asked("a)(b", "kl");
+  wrong.regular = true;
+  SearchPattern pattern;
+  EXPECT_FALSE(CompilePattern(wrong, pattern));
+  EXPECT_NE(pattern.fault, "");
+}
+
+// A hit is within the limits, whatever it holds; without a pattern everything within them is one.
+TEST(Search, SizesAndTimes) {
+  HiveBuilder builder;
+  builder.Key("Old").Time(100).Binary("small", 10).Binary("large", 5000);
+  builder.Key("New").Time(200).Binary("small", 10).Dword("number", 1);
+  const OpenedHive opened(builder.Build());
+  const struct {
+    const char* pattern;
+    SearchLimits limits;
+    uint32_t rows;
+  } cases[] = {
+      {"", {5000, UINT32_MAX, 0, UINT64_MAX}, 1}, {"", {0, 10, 0, UINT64_MAX}, 3},
+      {"", {0, UINT32_MAX, 150, 250}, 3},         {"", {0, 4, 150, 250}, 1},
+      {"small", {0, UINT32_MAX, 0, 100}, 1},      {"old", {0, UINT32_MAX, 0, 100}, 1},
+      {"old", {1, UINT32_MAX, 0, UINT64_MAX}, 0}, {"", {5001, UINT32_MAX, 0, UINT64_MAX}, 0},
+  };
+  for (const auto& c : cases) {
+    SearchSettings asked = Asked(c.pattern, "kvd");
+    asked.limits = c.limits;
+    SearchPattern pattern;
+    ASSERT_TRUE(CompilePattern(asked, pattern));
+    const OutputListPtr list = MakeSearchList(false);
+    SearchBranch(opened.hive, opened.tree, 0, pattern, *list);
+    EXPECT_EQ(RowCount(*list), c.rows) << c.pattern << c.limits.least << " " << c.limits.from;
+  }
 }
 
 TEST(Search, DigitsAndTextMirrorEachOther) {

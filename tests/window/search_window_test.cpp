@@ -147,6 +147,42 @@ TEST_F(SearchWindowTest, RowsOfSearches) {
   }
 }
 
+TEST_F(SearchWindowTest, ExpressionsAndLimits) {
+  InNextDialog([](HWND dialog) {
+    Type(dialog, kSearchText, L"run(");
+    EXPECT_TRUE(IsOn(dialog, IDOK));
+    Click(dialog, kSearchRegular);
+    EXPECT_FALSE(IsOn(dialog, IDOK));
+    EXPECT_EQ(FieldText(dialog, kSearchMessage), "A ( has no ).");
+    Type(dialog, kSearchText, L"^r.n$");
+    EXPECT_TRUE(IsOn(dialog, IDOK));
+    SetDlgItemTextW(dialog, kSearchWrittenTo, L"never");
+    SendMessageW(dialog, WM_COMMAND, IDOK, 0);
+    EXPECT_TRUE(IsWindow(dialog));
+    SetDlgItemTextW(dialog, kSearchWrittenTo, L"2008/05/17, 13:02:09");
+    Click(dialog, IDOK);
+  });
+  Run(kCommandSearchBranch);
+  EXPECT_EQ(TakeBoxes(), Texts{"Hivequarry: No number of bytes and no time: never"});
+  ListPlace* place = Filled(L"Search results");
+  ASSERT_NE(place, nullptr);
+  EXPECT_EQ(Column(*place, 1), Texts{""});
+  DestroyWindow(place->window);
+  // Without a pattern all values of that size; what was asked for last is there again.
+  InNextDialog([](HWND dialog) {
+    EXPECT_EQ(FieldText(dialog, kSearchWrittenTo), "2008/05/17, 13:02:09");
+    SetDlgItemTextW(dialog, kSearchWrittenTo, L"");
+    Type(dialog, kSearchText, L"");
+    SetDlgItemTextW(dialog, kSearchMost, L"4");
+    Click(dialog, IDOK);
+  });
+  Run(kCommandSearchBranch);
+  place = Filled(L"Search results");
+  ASSERT_NE(place, nullptr);
+  EXPECT_EQ(Column(*place, 1), (Texts{"Start", "Type", "Number", "Bytes"}));
+  DestroyWindow(place->window);
+}
+
 TEST_F(SearchWindowTest, SaysWhenKeysLieTooDeep) {
   const TempFile deep(DeepHive(400), "DEEP");
   CloseWindow();

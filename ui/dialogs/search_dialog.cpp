@@ -1,10 +1,12 @@
 #include "ui/dialogs/search_dialog.h"
 
 #include <algorithm>
+#include <charconv>
 #include <string>
 
 #include "app/settings.h"
 #include "host/host.h"
+#include "reports/key_dates.h"
 #include "ui/dialogs/bit_boxes.h"
 #include "ui/dialogs/list_dialogs.h"
 #include "ui/frame/dialog_layout.h"
@@ -44,6 +46,8 @@ constexpr SettingBox kBoxes[] = {
     {kSearchValueName, &SearchSettings::value_names},
     {kSearchValueData, &SearchSettings::value_data},
     {kSearchFreed, &SearchSettings::freed},
+    {kSearchWords, &SearchSettings::whole_words},
+    {kSearchRegular, &SearchSettings::regular},
 };
 
 constexpr auto kRoots = RootBoxes(kSearchMachine);
@@ -93,9 +97,18 @@ void ShowField(SearchDialog& state, int field, const std::string& text) {
   state.mirroring = false;
 }
 
-const wchar_t* MessageFor(const SearchDialog& state) {
+// What is wrong with a regular expression; empty for none, and for any other pattern.
+std::string ExpressionFault(const SearchDialog& state) {
+  std::string fault;
+  if (!IsHexMode(state) && IsTicked(state.dialog, kSearchRegular)) {
+    MakeTextPattern(state.text, {false, false, true}, fault);
+  }
+  return fault;
+}
+
+std::wstring MessageFor(const SearchDialog& state) {
   const HexFault fault = IsHexMode(state) ? FaultOf(state) : HexFault::kNone;
-  if (fault == HexFault::kNone) return L"";
+  if (fault == HexFault::kNone) return WindowText(ExpressionFault(state));
   return fault == HexFault::kOdd ? L"Each byte takes two digits."
                                  : L"Digits are 0 to 9 and A to F.";
 }
@@ -104,14 +117,16 @@ const wchar_t* MessageFor(const SearchDialog& state) {
 void EnableFor(const SearchDialog& state) {
   const bool hex = IsHexMode(state);
   const bool number = IsNumber(state);
-  for (const int control : {kSearchText, kSearchMatchCase, kSearchWide}) {
+  for (const int control :
+       {kSearchText, kSearchMatchCase, kSearchWide, kSearchWords, kSearchRegular}) {
     Enable(state, control, !hex);
   }
   Enable(state, kSearchHex, hex);
   Enable(state, kSearchDword, hex && number);
   if (!number) Tick(state, kSearchDword, false);
-  Enable(state, IDOK, !hex || FaultOf(state) == HexFault::kNone);
-  SetDlgItemTextW(state.dialog, kSearchMessage, MessageFor(state));
+  const std::wstring message = MessageFor(state);
+  Enable(state, IDOK, message.empty());
+  SetDlgItemTextW(state.dialog, kSearchMessage, message.c_str());
 }
 
 void MirrorText(SearchDialog& state, const std::wstring& shown) {
@@ -158,6 +173,70 @@ void KeepPattern(SearchPlace place, const SearchSettings& settings) {
   AddToHistory(TextsOf(place), settings.text.substr(0, kTextEntry));
 }
 
+// --- limits --------------------------------------------------------------------------------------
+
+struct NumberField {
+  int control;
+  uint32_t SearchLimits::*bytes;
+  uint32_t none;
+};
+constexpr NumberField kSizes[] = {{kSearchLeast, &SearchLimits::least, 0},
+                                  {kSearchMost, &SearchLimits::most, UINT32_MAX}};
+struct TimeField {
+  int control;
+  uint64_t SearchLimits::*time;
+  uint64_t none;
+  uint64_t after;  // of a second that is meant whole
+};
+constexpr TimeField kTimes[] = {{kSearchWrittenFrom, &SearchLimits::from, 0, 0},
+                                {kSearchWrittenTo, &SearchLimits::to, UINT64_MAX, 9'999'999}};
+
+std::string FieldText(const SearchDialog& state, int control) {
+  const std::wstring text = EditedText(GetDlgItem(state.dialog, control));
+  return TextOfWide(std::u16string(text.begin(), text.end()));
+}
+
+void ShowLimits(const SearchDialog& state, const SearchLimits& limits) {
+  for (const NumberField& field : kSizes) {
+    const uint32_t bytes = limits.*field.bytes;
+    const std::string text = bytes == field.none ? std::string() : std::to_string(bytes);
+    SetDlgItemTextW(state.dialog, field.control, WindowText(text).c_str());
+  }
+  for (const TimeField& field : kTimes) {
+    const uint64_t time = limits.*field.time;
+    const std::string text = time == field.none ? std::string() : KeyDateText(KeyDateTimeOf(time));
+    SetDlgItemTextW(state.dialog, field.control, WindowText(text).c_str());
+  }
+}
+
+// False after a message, with the field at fault in focus.
+bool ReadLimits(const SearchDialog& state, SearchLimits& limits) {
+  const auto refuse = [&state](int control, const std::string& text) {
+    ShowMessage(("No number of bytes and no time: " + text).c_str(), kProgramName,
+                Icon::kInformation);
+    SetFocus(GetDlgItem(state.dialog, control));
+    return false;
+  };
+  for (const NumberField& field : kSizes) {
+    const std::string text = FieldText(state, field.control);
+    const char* const end = text.data() + text.size();
+    uint32_t& bytes = limits.*field.bytes;
+    bytes = field.none;
+    if (text.empty()) continue;
+    const auto [last, error] = std::from_chars(text.data(), end, bytes);
+    if (error != std::errc() || last != end) return refuse(field.control, text);
+  }
+  for (const TimeField& field : kTimes) {
+    const std::string text = FieldText(state, field.control);
+    KeyDateTime time;
+    limits.*field.time = field.none;
+    if (text.empty()) continue;
+    if (!ReadKeyDate(text, time)) return refuse(field.control, text);
+    limits.*field.time = FileTimeOf(time) + field.after;
+  }
+  return true;
+}
+
 // --- start and end -------------------------------------------------------------------------------
 
 bool SearchesFields(const SearchSettings& settings) {
@@ -174,6 +253,7 @@ void ShowSettings(SearchDialog& state) {
   ShowField(state, kSearchText, state.text);
   ShowField(state, kSearchHex, state.hex);
   for (const SettingBox& box : kBoxes) Tick(state, box.control, settings.*box.setting);
+  ShowLimits(state, settings.limits);
   CheckRadioButton(state.dialog, kSearchTextMode, kSearchHexMode,
                    settings.hex_mode ? kSearchHexMode : kSearchTextMode);
 }
@@ -185,7 +265,12 @@ void ShowRoots(const SearchDialog& state) {
     ShowWindow(GetDlgItem(state.dialog, box.control), live ? SW_SHOW : SW_HIDE);
   }
   ShowWindow(GetDlgItem(state.dialog, kSearchRoots), live ? SW_SHOW : SW_HIDE);
-  ShowWindow(GetDlgItem(state.dialog, kSearchFreed), live ? SW_HIDE : SW_SHOW);
+  constexpr int kOfHives[] = {kSearchFreed,  kSearchLimits,      kSearchLeast,
+                              kSearchSizeTo, kSearchMost,        kSearchTimes,
+                              kSearchTimeTo, kSearchWrittenFrom, kSearchWrittenTo};
+  for (const int control : kOfHives) {
+    ShowWindow(GetDlgItem(state.dialog, control), live ? SW_HIDE : SW_SHOW);
+  }
 }
 
 INT_PTR OnStart(SearchDialog& state) {
@@ -210,20 +295,22 @@ SearchSettings SettingsOf(const SearchDialog& state) {
 }
 
 void OnOk(SearchDialog& state) {
-  const SearchSettings settings = SettingsOf(state);
+  SearchSettings settings = SettingsOf(state);
   const HexFault fault = settings.hex_mode ? FaultOf(state) : HexFault::kNone;
   if (fault != HexFault::kNone) {
     ShowMessage(HexFaultText(fault), kProgramName, Icon::kInformation);
     return;
   }
+  if (state.place == SearchPlace::kHive && !ReadLimits(state, settings.limits)) return;
+  const bool limited = settings.limits.sized() || settings.limits.timed();
   const uint32_t roots = TickedBits(state.dialog, kRoots);
   const bool nowhere = state.place == SearchPlace::kRegistry && roots == 0;
   const std::string& pattern = settings.hex_mode ? settings.hex : settings.text;
-  if (pattern.empty() || !SearchesFields(settings) || nowhere) {
+  if ((pattern.empty() && !limited) || !SearchesFields(settings) || nowhere) {
     EndDialog(state.dialog, IDCANCEL);
     return;
   }
-  KeepPattern(state.place, settings);
+  if (!pattern.empty()) KeepPattern(state.place, settings);
   TheLastSearch() = {settings, roots};
   EndDialog(state.dialog, IDOK);
 }
@@ -232,6 +319,7 @@ void OnCommand(SearchDialog& state, int control, WORD notice) {
   switch (control) {
     case kSearchTextMode:
     case kSearchHexMode:
+    case kSearchRegular:
       return EnableFor(state);
     case kSearchText:
     case kSearchHex:

@@ -100,6 +100,16 @@
 #define kSearchRoots 4115
 #define kSearchMessage 4116
 #define kSearchFreed 4117
+#define kSearchWords 4118
+#define kSearchRegular 4119
+#define kSearchLimits 4120
+#define kSearchLeast 4121
+#define kSearchMost 4122
+#define kSearchWrittenFrom 4123
+#define kSearchWrittenTo 4124
+#define kSearchSizeTo 4125
+#define kSearchTimes 4126
+#define kSearchTimeTo 4127
 #define kDatesStart 4520
 #define kDatesEnd 4521
 #define kDatesLimited 4522
