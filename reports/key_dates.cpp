@@ -7,6 +7,7 @@
 #include "host/long_operation.h"
 #include "host/number_text.h"
 #include "lists/list_rows.h"
+#include "records/base_block.h"
 #include "words/layer_words.h"
 
 namespace hivequarry {
@@ -131,6 +132,18 @@ void ListKeyDates(const HiveImage& hive, const KeyTree& tree, uint32_t item,
     if (IsWanted(hive, tree, at, range)) AddDateRow(hive, tree, at, paths, list);
   }
   ShowStatus(Concat({"Done.  ", Decimal(RowCount(list))}).c_str());
+}
+
+uint64_t LastActivity(const HiveImage& hive, const KeyTree& tree) {
+  const auto is_date = [](uint64_t time) { return !FormatTimestampChecked(time).empty(); };
+  const uint64_t stored = hive.header_valid ? ReadBaseBlock(ImageBytes(hive)).last_write : 0;
+  if (is_date(stored)) return stored;
+  uint64_t newest = 0;
+  for (uint32_t item = 0; item < tree.items.size(); ++item) {
+    const uint64_t time = LastWriteOf(hive, tree, item);
+    if (time > newest && is_date(time)) newest = time;
+  }
+  return newest;
 }
 
 }  // namespace hivequarry

@@ -39,4 +39,8 @@ bool KeyDateInRange(const KeyDateTime& time, const KeyDateRange& range);
 void ListKeyDates(const HiveImage& hive, const KeyTree& tree, uint32_t item,
                   const KeyDateRange& range, OutputList& list);
 
+// When the hive was last written, FILETIME: as its base block says, or else its newest key that a
+// clock can have dated so. 0 for a hive without either.
+uint64_t LastActivity(const HiveImage& hive, const KeyTree& tree);
+
 }  // namespace hivequarry

@@ -63,5 +63,24 @@ TEST(KeyDates, BothEndsOfTheRangeAreListed) {
   EXPECT_EQ(Listed(opened, range).size(), 5U);
 }
 
+// The base block's word, and without one the newest time that a clock can have shown.
+TEST(KeyDates, LastActivityOfAHive) {
+  constexpr uint64_t kDay = uint64_t{86400} * 10'000'000;
+  testing::HiveBuilder builder;
+  builder.Key("Old").Time(testing::kDefaultTime);
+  builder.Key("New").Time(testing::kDefaultTime + kDay);
+  builder.Key("Never").Time(UINT64_MAX - 5);
+  testing::Bytes bytes = builder.Build().bytes;
+  testing::PutU32(bytes, 12, 0);
+  testing::PutU32(bytes, 16, 0);
+  const testing::OpenedHive unsaid(bytes);
+  EXPECT_EQ(LastActivity(unsaid.hive, unsaid.tree), testing::kDefaultTime + kDay);
+  const uint64_t stored = testing::kDefaultTime + 3 * kDay;
+  testing::PutU32(bytes, 12, static_cast<uint32_t>(stored));
+  testing::PutU32(bytes, 16, static_cast<uint32_t>(stored >> 32));
+  const testing::OpenedHive said(bytes);
+  EXPECT_EQ(LastActivity(said.hive, said.tree), stored);
+}
+
 }  // namespace
 }  // namespace hivequarry

@@ -7,6 +7,7 @@
 #include "lists/list_rows.h"
 #include "recovery/root_search.h"
 #include "replay/log_words.h"
+#include "reports/key_dates.h"
 #include "view/shown_text.h"
 #include "words/layer_words.h"
 
@@ -96,7 +97,7 @@ std::string StatusWords(const HiveImage& hive, const HiveStructure& structure) {
 }
 
 HiveSurvey SurveyHive(const HiveImage& hive, const KeyTree& tree) {
-  return {FindRootEvidence(hive), LayersNotice(hive, tree)};
+  return {FindRootEvidence(hive), LayersNotice(hive, tree), LastActivity(hive, tree)};
 }
 
 std::vector<HiveNote> NotesOn(const HiveImage& hive, const HiveSurvey& survey) {

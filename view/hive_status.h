@@ -40,7 +40,8 @@ struct HiveNote {
 // What takes a look at many keys: for the worker of a load, once.
 struct HiveSurvey {
   RootEvidence root;
-  std::string layers;  // LayersNotice (words/layer_words.h)
+  std::string layers;          // LayersNotice (words/layer_words.h)
+  uint64_t last_activity = 0;  // LastActivity (reports/key_dates.h)
 };
 HiveSurvey SurveyHive(const HiveImage& hive, const KeyTree& tree);
 std::vector<HiveNote> NotesOn(const HiveImage& hive, const HiveSurvey& survey);

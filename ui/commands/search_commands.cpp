@@ -115,7 +115,7 @@ void OnSearchRegistry(MainWindow& window) {
 void OnKeyDates(MainWindow& window) {
   const uint32_t item = SelectedItem(window.tree);
   KeyDateRange range;
-  if (!AskKeyDates(window.handle, range)) return;
+  if (!AskKeyDates(window.handle, window.hive.survey.last_activity, range)) return;
   const bool freed = TheSettings().dates.freed;
   OutputListPtr dates = MakeOutputList(kListKeyDates);
   if (freed) AddPlaceColumn(*dates);

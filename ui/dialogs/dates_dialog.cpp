@@ -19,18 +19,27 @@ constexpr uint64_t kSecond = 10'000'000;  // of a FILETIME
 // Lives as long as its dialog.
 struct DatesDialog {
   HWND dialog = nullptr;
+  uint64_t last_activity = 0;
   KeyDateRange range;
 };
 
 struct Preset {
   DatePreset command;
   uint32_t seconds;
-  const wchar_t* text;  // null: no menu offers it
+  const wchar_t* text;   // null: no menu offers it
+  bool of_hive = false;  // counted from its last activity, which the range ends with
 };
 constexpr Preset kPresets[] = {
-    {kPresetHour, 3600, L"Previous &hour"},   {kPresetDay, 86400, L"Previous &day"},
-    {kPresetWeek, 604800, L"Previous &week"}, {kPreset4Minutes, 240, nullptr},
-    {kPreset10Minutes, 600, nullptr},         {kPreset30Minutes, 1800, nullptr},
+    {kPresetHour, 3600, L"Previous &hour"},
+    {kPresetDay, 86400, L"Previous &day"},
+    {kPresetWeek, 604800, L"Previous &week"},
+    {kPreset4Minutes, 240, nullptr},
+    {kPreset10Minutes, 600, nullptr},
+    {kPreset30Minutes, 1800, nullptr},
+    {kPresetLastHour, 3600, L"Last hour of the hive", true},
+    {kPresetLastDay, 86400, L"Last day of the hive", true},
+    {kPresetLastWeek, 604800, L"Last week of the hive", true},
+    {kPresetLastMonth, 2592000, L"Last 30 days of the hive", true},
 };
 
 void ShowDate(const DatesDialog& state, int field, const KeyDateTime& time) {
@@ -72,7 +81,12 @@ INT_PTR OnStart(DatesDialog& state) {
 void ShowPresets(const DatesDialog& state) {
   const HMENU menu = CreatePopupMenu();
   for (const Preset& preset : kPresets) {
-    if (preset.text != nullptr) AppendMenuW(menu, MF_STRING, preset.command, preset.text);
+    if (preset.command == kPresetLastHour) AppendMenuW(menu, MF_SEPARATOR, 0, nullptr);
+    const UINT flags =
+        preset.of_hive && state.last_activity == 0 ? MF_STRING | MF_GRAYED : MF_STRING;
+    if (preset.text != nullptr) {
+      AppendMenuW(menu, flags, static_cast<UINT_PTR>(preset.command), preset.text);
+    }
   }
   RECT button;
   GetWindowRect(GetDlgItem(state.dialog, kDatesPresets), &button);
@@ -85,7 +99,10 @@ void ShowPresets(const DatesDialog& state) {
 void UsePreset(const DatesDialog& state, int command) {
   for (const Preset& preset : kPresets) {
     if (preset.command != command) continue;
-    ShowDate(state, kDatesStart, SecondsBefore(LocalTimeNow(), preset.seconds));
+    if (preset.of_hive && state.last_activity == 0) return;
+    const KeyDateTime end = preset.of_hive ? KeyDateTimeOf(state.last_activity) : LocalTimeNow();
+    ShowDate(state, kDatesStart, SecondsBefore(end, preset.seconds));
+    if (preset.of_hive) ShowDate(state, kDatesEnd, end);
   }
 }
 
@@ -150,8 +167,9 @@ KeyDateTime SecondsBefore(const KeyDateTime& time, uint32_t seconds) {
   return KeyDateTimeOf(FileTimeOf(time) - seconds * kSecond);
 }
 
-bool AskKeyDates(HWND owner, KeyDateRange& range) {
+bool AskKeyDates(HWND owner, uint64_t last_activity, KeyDateRange& range) {
   DatesDialog state;
+  state.last_activity = last_activity;
   const ModalTurn turn(owner);
   if (DialogBoxParamW(GetModuleHandleW(nullptr), L"KEYDATESDLG", owner, kProcedure,
                       reinterpret_cast<LPARAM>(&state)) != IDOK) {
