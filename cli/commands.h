@@ -54,6 +54,8 @@ struct TimelineRequest {
   std::string user;
   bool values = false;
   bool base_block = false;
+  bool decoders = false;
+  bool logged = false;
 };
 
 // Of "compare": its second side.

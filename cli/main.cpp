@@ -194,6 +194,9 @@ void AddTimeline(CLI::App& app, ConsoleRequest& request) {
   command->add_flag("--freed", request.freed, "Freed keys too");
   command->add_flag("--values", timeline.values, "Times that values hold too");
   command->add_flag("--hive-times", timeline.base_block, "Times of the base block too");
+  command->add_flag("--decoders", timeline.decoders, "Times that decoded evidence tells too");
+  command->add_flag("--log-records", timeline.logged,
+                    "Keys too that only pages of the hive's logs have");
   command->add_option("--from", request.dates.from, "Not before this time, 2010-11-28T13:05:00");
   command->add_option("--to", request.dates.to, "Not after this time (UTC)");
   command->add_option("--tz", timeline.zone, "Times in this zone, +02:00 (default: UTC)");

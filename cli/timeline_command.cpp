@@ -6,6 +6,7 @@
 #include "app/opening_words.h"
 #include "cli/hive_files.h"
 #include "cli/opened_hive.h"
+#include "evidence/decoder_times.h"
 #include "hive/hive_table.h"
 #include "host/evidence.h"
 #include "host/files.h"
@@ -65,6 +66,9 @@ bool AddFile(const ConsoleRequest& request, const std::string& name, bool severa
   if (!request.timeline.user.empty()) about.user = request.timeline.user;
   options.item = ItemNamed(opened, key);
   const bool added = AddToTimeline(timeline, *opened.hive, opened.tree, options, std::move(about));
+  if (added && request.timeline.decoders) {
+    AddDecoderTimes(timeline, *opened.hive, opened.tree, options);
+  }
   if (!added) Complain("No key " + key + " in " + name);
   return added;
 }
@@ -73,14 +77,17 @@ void TellCounts(const Timeline& timeline, const TimelineCounts& counts) {
   uint64_t keys = 0;
   uint64_t without = counts.without_time;
   uint64_t freed = 0;
+  uint64_t logged = 0;
   for (const TimelineHive& hive : timeline.hives) {
     keys += hive.keys;
     freed += hive.freed_keys;
+    logged += hive.logged_keys;
     without += hive.keys_without;
   }
   std::string words = std::to_string(keys) + " keys";
   if (freed != 0) words += " and " + std::to_string(freed) + " freed keys";
-  const uint64_t others = counts.lines + without - keys - freed;
+  if (logged != 0) words += " and " + std::to_string(logged) + " keys in logs";
+  const uint64_t others = counts.lines + without - keys - freed - logged;
   if (others != 0) words += " and " + std::to_string(others) + " other times";
   words += ": " + std::to_string(counts.lines) + " lines, " + std::to_string(without) +
            " without a time that has a line";
@@ -132,6 +139,7 @@ int TimelineCommand(const ConsoleRequest& request) {
   options.freed = request.freed;
   options.values = request.timeline.values;
   options.base_block = request.timeline.base_block;
+  options.logged = request.timeline.logged;
   look.form = FormOf(request);
   look.safe = request.printing.csv_safe;
   if (!ReadBounds(request, options) || !ReadZone(request.timeline.zone, look.minutes_east)) {

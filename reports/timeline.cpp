@@ -15,6 +15,7 @@
 #include "lists/list_rows.h"
 #include "reports/control_sets.h"
 #include "reports/freed_rows.h"
+#include "reports/log_records.h"
 
 namespace hivequarry {
 namespace {
@@ -130,6 +131,34 @@ void AddFreedKeys(Timeline& timeline, const HiveImage& hive, const KeyTree& tree
   }
 }
 
+// Where the pages of the hive's logs have keys that no state of the hive has any more.
+void AddLoggedKeys(Timeline& timeline, const HiveImage& hive, const KeyTree& tree,
+                   const TimelineOptions& options) {
+  constexpr int kKeyColumn = 1;
+  constexpr int kPositionColumn = 6;
+  constexpr int kLogColumn = 7;
+  constexpr int kEntryColumn = 8;
+  const OutputListPtr list = ListLogRecords(hive, tree);
+  TimelineHive& about = timeline.hives.back();
+  for (uint32_t row = 0; row < RowCount(*list) && !StopRequested(); ++row) {
+    const uint64_t time = FactsOfRow(*list, row).last_write;
+    if (time == 0 || !IsInTimes(options, time)) continue;
+    TimelineEvent event;
+    event.time = time;
+    for (const char c : CellText(*list, row, kPositionColumn).substr(2)) {
+      event.offset = event.offset * 16 + DigitOf(static_cast<unsigned char>(c));
+    }
+    event.hive = static_cast<uint32_t>(timeline.hives.size() - 1);
+    event.state = TimelineState::kLogged;
+    event.event = kKeyWritten;
+    event.key = KeepText(timeline, CellText(*list, row, kKeyColumn));
+    event.detail = KeepText(timeline, Concat({CellText(*list, row, kLogColumn), ", entry ",
+                                              CellText(*list, row, kEntryColumn)}));
+    timeline.events.push_back(event);
+    ++about.logged_keys;
+  }
+}
+
 // Of the file, before its logs.
 ByteView BaseBlockBytes(const HiveImage& hive) {
   return IsReplayed(hive) ? hive.logs->before_bytes() : ImageBytes(hive);
@@ -202,6 +231,7 @@ bool AddToTimeline(Timeline& timeline, const HiveImage& hive, const KeyTree& tre
   timeline.hives.push_back(std::move(about));
   AddKeys(timeline, hive, tree, options);
   if (options.freed) AddFreedKeys(timeline, hive, tree, options);
+  if (options.logged && options.item == 0) AddLoggedKeys(timeline, hive, tree, options);
   if (options.base_block && options.item == 0) AddBaseTimes(timeline, hive, options);
   return true;
 }

@@ -16,7 +16,8 @@
 
 namespace hivequarry {
 
-enum class TimelineState : uint8_t { kLive, kRecovered, kFreed };
+// kLogged: in a page of a log, in no state of the hive any more.
+enum class TimelineState : uint8_t { kLive, kRecovered, kFreed, kLogged };
 
 struct TimelineEvent {
   uint64_t time = 0;  // FILETIME, whatever it is
@@ -39,6 +40,7 @@ struct TimelineHive {
   uint64_t keys = 0;          // live and recovered
   uint64_t keys_without = 0;  // without a time: made, or outside the times asked for
   uint64_t freed_keys = 0;    // with a time, if they were asked for
+  uint64_t logged_keys = 0;   // likewise
 };
 
 struct Timeline {
@@ -51,6 +53,7 @@ struct TimelineOptions {
   bool freed = false;
   bool values = false;      // times in values
   bool base_block = false;  // times of the base block
+  bool logged = false;      // keys in pages of the hive's logs alone
   uint32_t item = 0;        // only this item of the tree, with all below it
   bool bounded = false;     // by these, FILETIME, both included
   uint64_t from = 0;
@@ -80,7 +83,7 @@ struct TimelineCounts {
 bool WriteTimeline(const Timeline& timeline, const TimelineLook& look, const TextSink& sink,
                    TimelineCounts& counts);
 
-// "live", "recovered", "freed".
+// "live", "recovered", "freed", "in a log".
 std::string_view StateWord(TimelineState state);
 
 // --- for the parts -------------------------------------------------------------------------------

@@ -35,6 +35,7 @@ void AppendUnixSeconds(uint64_t time, std::string& out) {
 // After a name, in the forms that have no column for it.
 std::string_view StateMark(TimelineState state) {
   if (state == TimelineState::kFreed) return " (deleted)";
+  if (state == TimelineState::kLogged) return " (in a log)";
   return state == TimelineState::kRecovered ? " (recovered)" : "";
 }
 
@@ -308,6 +309,7 @@ void AppendEvent(EventWriter& writer, const TimelineEvent& event) {
 
 std::string_view StateWord(TimelineState state) {
   if (state == TimelineState::kFreed) return "freed";
+  if (state == TimelineState::kLogged) return "in a log";
   return state == TimelineState::kRecovered ? "recovered" : "live";
 }
 

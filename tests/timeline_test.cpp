@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <set>
 
+#include "evidence/decoder_times.h"
 #include "hive/timestamp.h"
 #include "reports/timeline_list.h"
 #include "tests/support/corpus.h"
@@ -145,6 +146,56 @@ TEST(TimelineTest, EntriesOfLogsAreNamed) {
   EXPECT_TRUE(std::ranges::any_of(timeline.events, [](const TimelineEvent& event) {
     return event.detail == "log entry 10" || event.detail == "log entry 11";
   }));
+}
+
+// Each time of a row is an event of its own, called as the list and its column are.
+TEST(TimelineTest, TimesOfDecodedEvidence) {
+  HiveBuilder builder;
+  Bytes run(72);
+  PutU64(run, 60, kTime);
+  run[4] = 3;
+  builder
+      .Key(
+          "Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\UserAssist\\"
+          "{CEBFF5CD-ACE2-4F4F-9178-9926F41749EA}\\Count")
+      .Value("P:\\n.rkr", 3, run);
+  BuiltHive built = builder.Build();
+  OpenedHive opened(built);
+  Timeline timeline;
+  ASSERT_TRUE(AddToTimeline(timeline, opened.hive, opened.tree, {}, {}));
+  const size_t keys = timeline.events.size();
+  TimelineOptions options;
+  options.bounded = true;
+  options.from = kTime + 1;
+  AddDecoderTimes(timeline, opened.hive, opened.tree, options);
+  EXPECT_EQ(timeline.events.size(), keys) << "outside the times asked for";
+  AddDecoderTimes(timeline, opened.hive, opened.tree, {});
+  ASSERT_EQ(timeline.events.size(), keys + 1);
+  const TimelineEvent& event = timeline.events.back();
+  EXPECT_STREQ(event.event, "UserAssist: Last Run");
+  EXPECT_EQ(event.time, kTime) << "with its fraction";
+  EXPECT_TRUE(event.detail.starts_with("C:\\a.exe")) << event.detail;
+  EXPECT_EQ(event.state, TimelineState::kLive);
+  EXPECT_TRUE(event.key.ends_with("\\Count"));
+}
+
+TEST(TimelineTest, KeysOfLogsAlone) {
+  LogStory story = MakeLogStory();
+  LoggedFiles files;
+  files.hive = story.files.hive;
+  files[".LOG1"] = NewLog(story.states[1], {EntryBetween(story.states[0], story.states[1], 10),
+                                            EntryBetween(story.states[1], story.states[2], 4)});
+  LoggedHive hive(files);
+  Timeline timeline;
+  TimelineOptions options;
+  options.logged = true;
+  ASSERT_TRUE(AddToTimeline(timeline, hive.hive(), hive.tree(), options, {}));
+  EXPECT_GT(timeline.hives[0].logged_keys, 0U);
+  const auto logged =
+      std::ranges::find(timeline.events, TimelineState::kLogged, &TimelineEvent::state);
+  ASSERT_NE(logged, timeline.events.end());
+  EXPECT_TRUE(logged->detail.ends_with("entry 4")) << logged->detail;
+  EXPECT_GT(logged->offset, 0x1000U);
 }
 
 struct KnownHive {
