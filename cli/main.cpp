@@ -364,7 +364,8 @@ void AddSearch(CLI::App& app, ConsoleRequest& request) {
   search->add_option("--most", settings.limits.most, "Values with as many bytes of data or fewer");
   search->add_option("--written-from", request.dates.from,
                      "Keys written at this time or later, 2010-11-28T13:05:00, and their values");
-  search->add_option("--written-to", request.dates.to, "Keys written at this time or earlier (UTC)");
+  search->add_option("--written-to", request.dates.to,
+                     "Keys written at this time or earlier (UTC)");
   search->add_flag("--dword", settings.dword, "With --hex and 8 digits: a number; REG_DWORD data");
   search->add_flag("--wide", settings.wide, "Find text in UTF-16 data of other types too");
   search->add_flag("--details", request.search_details, "Two columns more: file offset, lengths");

@@ -11,9 +11,11 @@
 #include "ui/commands/misc_commands.h"
 #include "ui/commands/recent_keys_dialog.h"
 #include "ui/commands/root_dialog.h"
+#include "ui/dialogs/list_dialogs.h"
 #include "ui/dialogs/position_dialog.h"
 #include "ui/frame/system_facts.h"
 #include "ui/frame/text.h"
+#include "ui/lists/list_saving.h"
 #include "ui/lists/raw_view.h"
 #include "ui/resources/resource.h"
 
@@ -145,6 +147,24 @@ TEST_F(BookmarksTest, AddFilterNoteAndDelete) {
   OnBookmarks(*window_);
   EXPECT_EQ(Paths().size(), 4U);
   EXPECT_NE(ContentOf(bookmark_file_.name()).find("# a remark"), std::string::npos);
+}
+
+TEST_F(BookmarksTest, ReportIsSaved) {
+  SelectItemAndWait(FirstChild(*window_->hive.tree, 0));
+  OnAddToBookmarks(*window_);
+  const std::string file = bookmark_file_.folder() + "\\report.html";
+  TheListDialogs().save = [&file](const FileRequest& request) {
+    EXPECT_EQ(request.name, "bookmarks.html");
+    return FileChoice{file};
+  };
+  InNextDialog(Clicks({kBookmarkReport}));
+  OnBookmarks(*window_);
+  ASSERT_TRUE(PumpUntil([&] { return FileExists(file); }));
+  ASSERT_TRUE(PumpUntil([&] { return !window_->work.thread.joinable(); }));
+  const std::string html = ContentOf(file);
+  EXPECT_NE(html.find("<h2>Bookmarked keys</h2>"), std::string::npos);
+  EXPECT_NE(html.find("HKEY_CURRENT_USER\\Console"), std::string::npos);
+  EXPECT_TRUE(surroundings_.boxes.empty());
 }
 
 TEST_F(BookmarksTest, GoingToOneSaysWhenItIsNotThere) {

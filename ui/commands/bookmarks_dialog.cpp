@@ -9,6 +9,7 @@
 #include "app/key_paths.h"
 #include "hive/timestamp.h"
 #include "host/host.h"
+#include "ui/commands/bookmark_report.h"
 #include "ui/commands/key_going.h"
 #include "ui/draw/dpi.h"
 #include "ui/frame/dialog_layout.h"
@@ -95,6 +96,7 @@ constexpr DialogAnchor kAnchors[] = {
     {.control = kBookmarkNote, .move_y = true, .grow_x = true},
     {.control = kBookmarkDelete, .move_y = true},
     {.control = kBookmarkHelp, .move_y = true},
+    {.control = kBookmarkReport, .move_y = true},
     {.control = IDOK, .move_x = true, .move_y = true},
     {.control = IDCANCEL, .move_x = true, .move_y = true},
 };
@@ -168,7 +170,15 @@ void ShowRows(BookmarkDialog& state, const std::string& path, int row) {
   for (int at = 0; at < count && !path.empty(); ++at) {
     if (SameKeyPath(BookmarkOfRow(state, at).path, path)) wanted = at;
   }
+  EnableWindow(GetDlgItem(state.dialog, kBookmarkReport), state.may_go && count != 0);
   SelectRow(state, wanted);
+}
+
+// Those that the list shows.
+std::vector<Bookmark> ListedBookmarks(const BookmarkDialog& state) {
+  std::vector<Bookmark> bookmarks;
+  for (const size_t line : state.shown) bookmarks.push_back(state.bookmarks.lines[line].bookmark);
+  return bookmarks;
 }
 
 // --- what the user does --------------------------------------------------------------------------
@@ -265,6 +275,10 @@ void OnCommand(BookmarkDialog& state, int control, WORD notice) {
       return DeleteSelected(state);
     case kBookmarkCopy:
       return CopyPath(state);
+    case kBookmarkReport:
+      KeepNote(state);
+      EndDialog(state.dialog, kBookmarkReport);
+      return;
     case kBookmarkHelp:
       return ShowHelp(state.dialog, kHelpBookmarks);
     case IDOK:
@@ -396,6 +410,7 @@ void OnBookmarks(MainWindow& window) {
                              reinterpret_cast<LPARAM>(&state));
   }
   if (answer == IDOK) GoToKeyPath(window, state.chosen);
+  if (answer == kBookmarkReport) SaveBookmarkReport(window, ListedBookmarks(state));
 }
 
 void OnAddToBookmarks(MainWindow& window) {

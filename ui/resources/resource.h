@@ -75,6 +75,7 @@
 #define kBookmarkDelete 638
 #define kBookmarkHelp 639
 #define kBookmarkCopy 640
+#define kBookmarkReport 641
 #define kRecentList 651
 #define kPositionText 661
 #define kPositionMessage 662
