@@ -325,6 +325,73 @@ Settings& TheSettings() {
   return settings;
 }
 
+Settings& SettingsAsRead() {
+  static Settings settings;
+  return settings;
+}
+
+namespace {
+
+// The entries at the beginning that came, or moved there, since the history was read.
+size_t NewEntries(const History& read, const History& ours) {
+  const auto is_rest = [&](size_t from) {
+    auto at = read.begin();
+    for (size_t i = from; i < ours.size(); ++i) {
+      at = std::find(at, read.end(), ours[i]);
+      if (at == read.end()) return false;
+      ++at;
+    }
+    return true;
+  };
+  size_t count = 0;
+  while (!is_rest(count)) ++count;
+  return count;
+}
+
+void TakeOthersHistory(const History& read, const History& file, History& ours) {
+  const History added(ours.begin(),
+                      ours.begin() + static_cast<std::ptrdiff_t>(NewEntries(read, ours)));
+  if (file != read) ours = file;
+  for (auto at = added.rbegin(); at != added.rend(); ++at) AddToHistory(ours, *at);
+}
+
+// What nobody changed here is as others have it.
+template <typename Setting>
+void TakeOthers(const Setting& read, const Setting& file, Setting& ours) {
+  if (ours == read) ours = file;
+}
+
+}  // namespace
+
+void TakeOthersSettings(const Settings& read, const Settings& file, Settings& ours) {
+  const auto join = [&](const HistoryRow& row) {
+    TakeOthersHistory(read.histories.*row.history, file.histories.*row.history,
+                      ours.histories.*row.history);
+  };
+  std::ranges::for_each(kSearchHistories, join);
+  std::ranges::for_each(kOtherHistories, join);
+  for (const OptionRow& row : kOptions) {
+    TakeOthers(read.options.*row.option, file.options.*row.option, ours.options.*row.option);
+  }
+  const auto take = [&](auto member) { TakeOthers(read.*member, file.*member, ours.*member); };
+  TakeOthers(read.options.sort_new_lists, file.options.sort_new_lists, ours.options.sort_new_lists);
+  TakeOthers(read.options.code_page_text, file.options.code_page_text, ours.options.code_page_text);
+  for (size_t i = 0; i < kLastFolders; ++i) {
+    TakeOthers(read.folders[i], file.folders[i], ours.folders[i]);
+  }
+  for (size_t i = 0; i < kPlacedWindows; ++i) {
+    TakeOthers(read.places[i], file.places[i], ours.places[i]);
+  }
+  take(&Settings::range_start);
+  take(&Settings::range_end);
+  take(&Settings::dates);
+  take(&Settings::timeline);
+  take(&Settings::main);
+  take(&Settings::output_columns);
+  take(&Settings::tree_width);
+  take(&Settings::detail_share);
+}
+
 void AddToHistory(History& history, const std::string& text) {
   if (text.empty()) return;
   std::erase(history, text);

@@ -26,6 +26,7 @@ struct Histories {
   History sids = {"S-1-5-18"};  // SIDs asked for in security lists ("CBSIDS", 519)
   History list_finds;           // "Find in List", and find in the tree ("FILS", 63)
   History recent_files;         // hives opened last: paths         ("LTFS", 519)
+  bool operator==(const Histories&) const = default;
 };
 
 // Folders of the file dialogs ("LTDS"), UTF-8, without a separator at the end; empty for none.
@@ -58,6 +59,7 @@ struct Options {
   bool cell_details = false;          // 15, never read
   bool sort_new_lists = true;         // "DI": a filled list is put in order of its first column
   bool code_page_text = false;        // "CPT": names and texts as the code page has them
+  bool operator==(const Options&) const = default;
 };
 
 // A window's place and its list's columns, in pixels at 96 dpi. All 0: the built-in layout. A place
@@ -72,6 +74,7 @@ struct WindowPlace {
   bool maximised = false;
   std::vector<int> columns;  // widths; fewer than the list has, or 0: built-in
   int list_kind = 0;  // of the list with these columns, as lists of several kinds share a place
+  bool operator==(const WindowPlace&) const = default;
 };
 inline bool IsPlaced(const WindowPlace& place) {
   return place.right > place.left && place.bottom > place.top;
@@ -101,6 +104,7 @@ struct DateSettings {
   std::string end;
   bool limited = false;  // only keys of that range are listed
   bool freed = false;    // freed keys too
+  bool operator==(const DateSettings&) const = default;
 };
 
 // What the dialog of timelines begins with ("KTIME"): what is added to the last writes of keys.
@@ -108,6 +112,7 @@ struct TimelineSettings {
   bool freed = false;       // freed keys
   bool values = false;      // times in values
   bool base_block = false;  // times of the base block
+  bool operator==(const TimelineSettings&) const = default;
 };
 
 struct Settings {
@@ -123,9 +128,12 @@ struct Settings {
   int tree_width = 0;               // "w40", at 96 dpi; 0: built-in
   int detail_share = 0;             // "w41": of the right side's height, in 1/10000; 0: built-in
   std::array<WindowPlace, kPlacedWindows> places;
+  bool operator==(const Settings&) const = default;
 };
 
 Settings& TheSettings();
+// As the file had them when they were last read or written.
+Settings& SettingsAsRead();
 
 // Reads the profile file at `file` (UTF-8 name) over the built-in values. Nothing in the file can
 // make it fail: what can't be read stays as it is built in.
@@ -134,6 +142,10 @@ void ReadSettings(const std::string& file, Settings& settings);
 using ProfileLookup = std::function<std::string(const char* section, const char* key,
                                                 const char* missing, size_t limit)>;
 void ReadSettings(const ProfileLookup& lookup, Settings& settings);
+// Several windows and copies of the program share the file, and each writes it at its end. `ours`
+// gets what others have put into the file since it was read, but for what changed here too: of
+// histories the new entries of both, ours first.
+void TakeOthersSettings(const Settings& read, const Settings& file, Settings& ours);
 // Writes all of it, keeping what else the file holds. The main window's place and its panes' sizes
 // ("WPS1" to "WPS4") are left as the file has them when save_window_position is off. A failure
 // leaves the old file whole: the new one is made beside it and takes its place at the end. False on

@@ -190,6 +190,43 @@ TEST(SettingsTest, DamagedFilesReadAsBuiltIn) {
   EXPECT_TRUE(Read("[KAS]\nKGP1=1111\n").options.number_rows);  // a short one says what it says
 }
 
+// What others wrote meanwhile is not lost, nor what changed here.
+TEST(SettingsTest, SettingsOfSeveralCopiesAreJoined) {
+  Settings theirs = SomeSettings();
+  theirs.dates.end = "2020";
+  theirs.timeline.values = true;
+  theirs.options.code_page_text = true;
+  Settings ours;
+  TakeOthersSettings(Settings(), theirs, ours);
+  EXPECT_EQ(ours, theirs);
+  TakeOthersSettings(Settings(), Settings(), ours);  // all of it changed here
+  EXPECT_EQ(ours, theirs);
+  const struct {
+    History read, file, ours, joined;
+  } cases[] = {
+      {{"a", "b"}, {"a", "b"}, {"c", "a", "b"}, {"c", "a", "b"}},
+      {{"a", "b"}, {"d", "a", "b"}, {"a", "b"}, {"d", "a", "b"}},
+      {{"a", "b"}, {"d", "a", "b"}, {"c", "a", "b"}, {"c", "d", "a", "b"}},
+      {{"a", "b"}, {"d", "a", "b"}, {"b", "a"}, {"b", "d", "a"}},
+      {{}, {"x"}, {"x", "y"}, {"x", "y"}},
+      {{"1", "2", "3", "4", "5", "6", "7"},
+       {"8", "1", "2", "3", "4", "5", "6"},
+       {"9", "1", "2", "3", "4", "5", "6"},
+       {"9", "8", "1", "2", "3", "4", "5"}},
+      {{"a"}, {}, {"a"}, {}},
+  };
+  for (const auto& c : cases) {
+    Settings read;
+    Settings file;
+    Settings own;
+    read.histories.search_texts = c.read;
+    file.histories.search_texts = c.file;
+    own.histories.search_texts = c.ours;
+    TakeOthersSettings(read, file, own);
+    EXPECT_EQ(own.histories.search_texts, c.joined);
+  }
+}
+
 TEST(SettingsTest, FailureLeavesTheOldFile) {
   const TempFile file("[FTSC]\r\nFC0=old\r\n");
   {

@@ -21,6 +21,7 @@ void StartProgram(Program& program) {
   program.facts = ReadSystemFacts();
   NameProgramFiles(Utf8Name(ProgramPath()), program);
   ReadSettings(program.settings_file, TheSettings());
+  SettingsAsRead() = TheSettings();
   ReadRecentKeys(program.settings_file, TheRecentKeys());
 }
 

@@ -1,7 +1,5 @@
 #include "ui/main/window_settings.h"
 
-#include <algorithm>
-
 #include "app/recent_keys.h"
 #include "app/settings.h"
 #include "host/files.h"
@@ -12,19 +10,6 @@
 #include "ui/main/main_window.h"
 
 namespace hivequarry {
-namespace {
-
-// Hives that other copies of the program opened meanwhile, after those of this one.
-void AddOthersHives(const std::string& file, History& recent) {
-  Settings stored;
-  ReadSettings(file, stored);
-  for (const std::string& name : stored.histories.recent_files) {
-    const bool known = std::ranges::find(recent, name) != recent.end();
-    if (!known && recent.size() < kHistoryLength) recent.push_back(name);
-  }
-}
-
-}  // namespace
 
 void ApplySettings(MainWindow& window) {
   const Settings& settings = TheSettings();
@@ -69,8 +54,11 @@ void GatherSettings(const MainWindow& window) {
 void WriteProgramSettings() {
   const std::string& file = TheProgram().settings_file;
   if (file.empty()) return;
-  AddOthersHives(file, TheSettings().histories.recent_files);
+  Settings stored;
+  ReadSettings(file, stored);
+  TakeOthersSettings(SettingsAsRead(), stored, TheSettings());
   WriteSettings(file, TheSettings());
+  SettingsAsRead() = TheSettings();
   WriteRecentKeys(file, TheRecentKeys());
 }
 
