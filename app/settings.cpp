@@ -253,6 +253,7 @@ void WriteFolders(Writer& writer, const Settings& settings) {
 
 void WriteOptions(Writer& writer, const Settings& settings) {
   Put(writer, "KAS", "KGP1", OptionDigits(settings.options));
+  Put(writer, "KAS", "FIT", settings.freed_in_tree ? "" : "0");
   Put(writer, "KAS", "DI", settings.options.sort_new_lists ? "1" : "0");
   Put(writer, "KAS", "CPT", settings.options.code_page_text ? "1" : "");
   Put(writer, "KAS", "FPART",
@@ -411,6 +412,7 @@ void ReadSettings(const ProfileLookup& lookup, Settings& settings) {
   ReadRange(lookup, settings);
   ReadDates(lookup, settings.dates);
   ReadTimeline(lookup, settings.timeline);
+  settings.freed_in_tree = lookup("KAS", "FIT", "", kMaxText) != "0";
   for (size_t i = 0; i < kLastFolders; ++i) {
     settings.folders[i] = TextOfEither(lookup("LTDS", NumberedKey("LD", i).c_str(), "", kMaxText));
   }

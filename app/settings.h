@@ -119,7 +119,8 @@ struct Settings {
   Histories histories;
   std::array<std::string, kLastFolders> folders;
   Options options;
-  uint32_t range_start = 0;  // the last partial load ("FPART")
+  bool freed_in_tree = true;  // deleted keys are in the tree ("KAS", "FIT")
+  uint32_t range_start = 0;   // the last partial load ("FPART")
   uint32_t range_end = 0;
   DateSettings dates;
   TimelineSettings timeline;

@@ -11,10 +11,12 @@ bool StopCommand() {
   const int running = operation.running;
   if (running == 0 && !operation.backup) return false;
   const bool quiet = running == kOperationQuietA || running == kOperationQuietB;
-  if (!quiet && ShowMessage("Stop current Process ?", kProgramName, Icon::kQuestion,
-                            Buttons::kYesNo) != Answer::kYes) {
+  if (!quiet &&
+      ShowMessage(kStopQuestion, kProgramName, Icon::kQuestion, Buttons::kYesNo) != Answer::kYes) {
     return false;
   }
+  // What was asked about may have ended meanwhile.
+  if (operation.running == 0 && !operation.backup) return false;
   operation.running = 0;
   operation.backup = false;
   return true;

@@ -3,6 +3,21 @@
 #include "host/shortfalls.h"
 
 namespace hivequarry {
+namespace {
+
+thread_local BackgroundWork* background_work = nullptr;
+
+}  // namespace
+
+BackgroundWork::BackgroundWork() { background_work = this; }
+BackgroundWork::~BackgroundWork() { background_work = nullptr; }
+BackgroundWork* WorkInBackground() { return background_work; }
+
+bool StopsThisThread() {
+  const LongOperation& operation = TheLongOperation();
+  if (background_work != nullptr) return operation.background_ends;
+  return operation.running == 0 && operation.worker_busy;
+}
 
 bool BeginOperation(int code) {
   LongOperation& operation = TheLongOperation();

@@ -4,14 +4,16 @@
 #pragma once
 
 #include <atomic>
+#include <cstdint>
 
 namespace hivequarry {
 
 struct LongOperation {
-  std::atomic<int> running{0};           // 0 idle; 3 and 4 may be stopped without asking
-  std::atomic<bool> backup{false};       // a backup or replace run
-  std::atomic<int> backup_progress{0};   // counter of the backup run
-  std::atomic<bool> worker_busy{false};  // from BeginOperation until EndOperation
+  std::atomic<int> running{0};               // 0 idle; 3 and 4 may be stopped without asking
+  std::atomic<bool> backup{false};           // a backup or replace run
+  std::atomic<int> backup_progress{0};       // counter of the backup run
+  std::atomic<bool> worker_busy{false};      // from BeginOperation until EndOperation
+  std::atomic<bool> background_ends{false};  // what is done in the background ends early
 };
 
 // The running codes that mean something to the stop rule; any other non-zero code asks first.
@@ -31,12 +33,29 @@ bool BeginOperation(int code);
 void EndOperation();
 // Clears the running flag: the operation under way ends early. Harmless when idle.
 void RequestStop();
-// True while an operation is under way whose running flag was cleared. Cheap enough for every step
-// of a loop.
+// Work of the calling thread that is no operation of the user's: it goes on beside operations, no
+// stop of theirs ends it, it says nothing to the user, and what it cuts short is counted apart.
+class BackgroundWork {
+ public:
+  BackgroundWork();
+  ~BackgroundWork();
+  BackgroundWork(const BackgroundWork&) = delete;
+  BackgroundWork& operator=(const BackgroundWork&) = delete;
+  uint64_t shortfalls = 0;
+};
+// What the calling thread does in the background; null where it does an operation's work.
+BackgroundWork* WorkInBackground();
+// StopRequested where some thread is to stop.
+bool StopsThisThread();
+
+// True while an operation is under way whose running flag was cleared; on a thread in the
+// background, while that is to end. Cheap enough for every step of a loop.
 inline bool StopRequested() {
   const LongOperation& operation = TheLongOperation();
-  return operation.running.load(std::memory_order_relaxed) == 0 &&
-         operation.worker_busy.load(std::memory_order_relaxed);
+  const bool stopped = operation.running.load(std::memory_order_relaxed) == 0 &&
+                       operation.worker_busy.load(std::memory_order_relaxed);
+  if (!stopped && !operation.background_ends.load(std::memory_order_relaxed)) return false;
+  return StopsThisThread();
 }
 
 }  // namespace hivequarry

@@ -74,6 +74,13 @@ inline std::string Concat(std::initializer_list<std::string_view> parts) {
   return text;
 }
 
+// "1,234,567".
+inline std::string Thousands(uint64_t number) {
+  std::string text = std::to_string(number);
+  for (size_t at = text.size(); at > 3;) text.insert(at -= 3, 1, ',');
+  return text;
+}
+
 // A position or a size as it is shown: "0x%08X (%u)", wider where it needs to be.
 inline std::string HexAndDecimal(uint64_t number) {
   return Concat({"0x", Hex(number, 8), " (", std::to_string(number), ")"});

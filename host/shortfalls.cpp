@@ -2,6 +2,8 @@
 
 #include <mutex>
 
+#include "host/long_operation.h"
+
 namespace hivequarry {
 namespace {
 
@@ -16,6 +18,14 @@ Refusal& TheRefusal() {
 }
 
 }  // namespace
+
+void NoteShortfall(Shortfall kind, uint64_t count) {
+  if (BackgroundWork* work = WorkInBackground(); work != nullptr) {
+    work->shortfalls += count;
+    return;
+  }
+  TheShortfalls().counts[static_cast<size_t>(kind)].fetch_add(count, std::memory_order_relaxed);
+}
 
 void NoteRefusedRow(std::string_view first_cell) {
   Refusal& refusal = TheRefusal();

@@ -38,10 +38,9 @@ struct Shortfalls {
 inline constinit Shortfalls shortfalls_instance;
 inline Shortfalls& TheShortfalls() { return shortfalls_instance; }
 
-// From any thread; a count of 0 is no shortfall.
-inline void NoteShortfall(Shortfall kind, uint64_t count = 1) {
-  TheShortfalls().counts[static_cast<size_t>(kind)].fetch_add(count, std::memory_order_relaxed);
-}
+// From any thread; a count of 0 is no shortfall. In the background it is counted there
+// (host/long_operation.h).
+void NoteShortfall(Shortfall kind, uint64_t count = 1);
 // Of the operation that began last, whether or not it has ended.
 inline uint64_t ShortfallCount(Shortfall kind) {
   return TheShortfalls().counts[static_cast<size_t>(kind)].load(std::memory_order_relaxed);

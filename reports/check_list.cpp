@@ -63,12 +63,6 @@ Judged BytesToJudge(const HiveImage& hive, CheckedState state) {
   return judged;
 }
 
-std::string Thousands(uint64_t number) {
-  std::string text = std::to_string(number);
-  for (size_t at = text.size(); at > 3;) text.insert(at -= 3, 1, ',');
-  return text;
-}
-
 std::string StateWords(const HiveImage& hive, CheckedState state) {
   if (state == CheckedState::kReplayed && IsReplayed(hive)) return "with its logs applied";
   return hive.logs != nullptr && hive.logs->hive.dirty() ? "the file as it is, before its logs"

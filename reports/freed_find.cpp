@@ -44,7 +44,7 @@ class FreedSearch {
     const ValueKey& value = content.value;
     if (!MayBeHit(limits_, LastWriteOfFreed(freed.key), value.data_length)) return;
     if (!ValueMatches(content)) return;
-    const ValueRow row = MakeFreedRow(from_, content);
+    const ValueRow row = MakeFreedRow(from_.hive, content);
     const FreedPathTexts texts = FreedPathTextsOf(from_, freed.key);
     const std::string_view name = StoredNameFact(value);
     const std::string details = Concat(
@@ -56,7 +56,7 @@ class FreedSearch {
     const std::string key =
         freed.key == kNoOffset ? std::string() : PlaceText(from_.hive, freed.key);
     AddHit({texts.path, row.name, row.data, row.type, key}, freed.position, facts, row.icon,
-           details, FreedPlaceText(from_, freed, content));
+           details, FreedPlaceText(from_.hive, from_.records, freed, content));
   }
 
  private:

@@ -78,7 +78,7 @@ void AddValue(FreedSource& from, const FreedValue& freed, const ValueListOptions
               const char* state, OutputList& list) {
   const FreedData which = options.raw ? FreedData::kAll : FreedData::kShown;
   const FreedContent content = ReadFreedContent(from, freed, which);
-  const ValueRow row = MakeFreedRow(from, content);
+  const ValueRow row = MakeFreedRow(from.hive, content);
   const FreedPathTexts texts = FreedPathTextsOf(from, freed.key);
   const std::string_view name = StoredNameFact(content.value);
   const bool bytes_known = options.raw && content.value.status != ValueStatus::kReadBefore;
@@ -89,7 +89,8 @@ void AddValue(FreedSource& from, const FreedValue& freed, const ValueListOptions
   facts.bytes = bytes;
   AddListRow(list,
              {texts.path, row.name, row.type, row.data, PlaceText(from.hive, freed.position),
-              PositionOrNone(from.hive, freed.key), FreedPlaceText(from, freed, content), state},
+              PositionOrNone(from.hive, freed.key),
+              FreedPlaceText(from.hive, from.records, freed, content), state},
              freed.position, facts, row.icon);
 }
 
@@ -141,7 +142,7 @@ OutputListPtr ListFreedDetail(const HiveImage& hive, const KeyTree& tree, uint32
   add("Value", ValueDisplayName(content.value));
   add("Type", FreedTypeText(from.hive, content));
   add("Key", FreedPath(hive, tree, from.records, freed->key));
-  add("Place", FreedPlaceText(from, *freed, content));
+  add("Place", FreedPlaceText(hive, from.records, *freed, content));
   AddValueLines(hive, content, *list);
   return list;
 }

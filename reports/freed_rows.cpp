@@ -18,23 +18,46 @@ bool IsFreeAt(const FreedRecords& records, uint32_t data, uint32_t length) {
 }
 
 // The "db" cell, its list, and every segment.
-bool AreSegmentsFree(const FreedSource& from, const ValueKey& value, uint32_t shift) {
+bool AreSegmentsFree(const HiveImage& hive, const FreedRecords& records, const ValueKey& value,
+                     uint32_t shift) {
   constexpr uint32_t kBigDataRecord = 12;
-  if (!IsFreeAt(from.records, value.data_position, kBigDataRecord)) return false;
-  const uint32_t list = ReadOffset(from.hive, value.data_position + 4) + 4 - shift;
+  if (!IsFreeAt(records, value.data_position, kBigDataRecord)) return false;
+  const uint32_t list = ReadOffset(hive, value.data_position + 4) + 4 - shift;
   const uint32_t count = (value.data_length + kBigDataSegment - 1) / kBigDataSegment;
-  bool free = IsFreeAt(from.records, list, 4 * count);
+  bool free = IsFreeAt(records, list, 4 * count);
   for (uint32_t i = 0; i < count && free; ++i) {
     const uint32_t left = value.data_length - i * kBigDataSegment;
-    const uint32_t segment = ReadOffset(from.hive, list + 4 * i) + 4 - shift;
-    free = IsFreeAt(from.records, segment, std::min(left, kBigDataSegment));
+    const uint32_t segment = ReadOffset(hive, list + 4 * i) + 4 - shift;
+    free = IsFreeAt(records, segment, std::min(left, kBigDataSegment));
   }
   return free;
 }
 
-bool IsDataFree(const FreedSource& from, const ValueKey& value, uint32_t shift) {
-  return value.big_data ? AreSegmentsFree(from, value, shift)
-                        : IsFreeAt(from.records, value.data_position, value.data_length);
+bool IsDataFree(const HiveImage& hive, const FreedRecords& records, const ValueKey& value,
+                uint32_t shift) {
+  return value.big_data ? AreSegmentsFree(hive, records, value, shift)
+                        : IsFreeAt(records, value.data_position, value.data_length);
+}
+
+FreedContent ReadContent(const HiveImage& hive, const FreedRecords& records,
+                         const FreedValue& freed, DataBudget* budget) {
+  FreedContent content;
+  ValueKey& value = content.value;
+  value = ReadFreedValue(hive, freed.position, freed.shift, budget, content.data);
+  content.type = value.type;
+  value.type = PlainType(value.type);
+  const size_t characters =
+      IsWideValueName(value.flags) ? freed.name_length / 2 : freed.name_length;
+  value.name.resize(FirstUnits(value.name, characters).size());
+  const bool read = value.status == ValueStatus::kRead || value.status == ValueStatus::kReadBefore;
+  if (!read || value.inline_data) return content;
+  content.in_use = !IsDataFree(hive, records, value, freed.shift);
+  if (content.in_use && freed.shift != 0) {
+    content.in_use = false;
+    content.data.clear();
+    value.status = ValueStatus::kDataOffset;
+  }
+  return content;
 }
 
 }  // namespace
@@ -57,24 +80,15 @@ FreedPathTexts FreedPathTextsOf(FreedSource& from, uint32_t key_position) {
 }
 
 FreedContent ReadFreedContent(FreedSource& from, const FreedValue& freed, FreedData which) {
-  FreedContent content;
-  ValueKey& value = content.value;
-  DataBudget* budget = which == FreedData::kAll ? &from.budget : nullptr;
-  value = ReadFreedValue(from.hive, freed.position, freed.shift, budget, content.data);
-  content.type = value.type;
-  value.type = PlainType(value.type);
-  const size_t characters =
-      IsWideValueName(value.flags) ? freed.name_length / 2 : freed.name_length;
-  value.name.resize(FirstUnits(value.name, characters).size());
-  const bool read = value.status == ValueStatus::kRead || value.status == ValueStatus::kReadBefore;
-  if (!read || value.inline_data) return content;
-  content.in_use = !IsDataFree(from, value, freed.shift);
-  if (content.in_use && freed.shift != 0) {
-    content.in_use = false;
-    content.data.clear();
-    value.status = ValueStatus::kDataOffset;
-  }
-  return content;
+  return ReadContent(from.hive, from.records, freed,
+                     which == FreedData::kAll ? &from.budget : nullptr);
+}
+
+FreedContent ReadFreedContent(const HiveImage& hive, const FreedRecords& records,
+                              const FreedValue& freed, FreedData which) {
+  if (which == FreedData::kShown) return ReadContent(hive, records, freed, nullptr);
+  DataBudget budget = MakeDataBudget(hive);
+  return ReadContent(hive, records, freed, &budget);
 }
 
 std::string FreedTypeText(const HiveImage& hive, const FreedContent& content) {
@@ -84,15 +98,15 @@ std::string FreedTypeText(const HiveImage& hive, const FreedContent& content) {
   return text;
 }
 
-ValueRow MakeFreedRow(const FreedSource& from, const FreedContent& content) {
-  ValueRow row = MakeValueRow(from.hive, content.value, content.data, ValueViewOptions());
-  row.type = FreedTypeText(from.hive, content);
+ValueRow MakeFreedRow(const HiveImage& hive, const FreedContent& content) {
+  ValueRow row = MakeValueRow(hive, content.value, content.data, ValueViewOptions());
+  row.type = FreedTypeText(hive, content);
   return row;
 }
 
-std::string FreedPlaceText(const FreedSource& from, const FreedValue& freed,
-                           const FreedContent& content) {
-  const std::string words = FreedPlaceWords(from.hive, from.records, freed);
+std::string FreedPlaceText(const HiveImage& hive, const FreedRecords& records,
+                           const FreedValue& freed, const FreedContent& content) {
+  const std::string words = FreedPlaceWords(hive, records, freed);
   return content.in_use ? words + ", data in use" : words;
 }
 

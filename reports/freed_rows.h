@@ -45,12 +45,15 @@ struct FreedContent {
 // a list shows, or all.
 enum class FreedData : uint8_t { kShown, kAll };
 FreedContent ReadFreedContent(FreedSource& from, const FreedValue& freed, FreedData which);
+// Of one value, whatever others have had read: all of its data, or as much as a list shows.
+FreedContent ReadFreedContent(const HiveImage& hive, const FreedRecords& records,
+                              const FreedValue& freed, FreedData which);
 
 // "REG_DWORD", with a type that says more after it: "REG_DWORD (0x20004)".
 std::string FreedTypeText(const HiveImage& hive, const FreedContent& content);
-ValueRow MakeFreedRow(const FreedSource& from, const FreedContent& content);
+ValueRow MakeFreedRow(const HiveImage& hive, const FreedContent& content);
 // The words of its Place column.
-std::string FreedPlaceText(const FreedSource& from, const FreedValue& freed,
-                           const FreedContent& content);
+std::string FreedPlaceText(const HiveImage& hive, const FreedRecords& records,
+                           const FreedValue& freed, const FreedContent& content);
 
 }  // namespace hivequarry

@@ -155,7 +155,7 @@ class FreedWriter {
     const FreedContent content = ReadFreedContent(from_, freed, FreedData::kAll);
     const ValueKey& value = content.value;
     const std::string where = "Deleted value at " + PlaceText(from_.hive, freed.position) + ", " +
-                              FreedPlaceText(from_, freed, content);
+                              FreedPlaceText(from_.hive, from_.records, freed, content);
     if (value.status == ValueStatus::kReadBefore) {
       return Skip(where, "its data were written too often");
     }

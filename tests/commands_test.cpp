@@ -80,6 +80,7 @@ const MenuItem kMainMenu[] = {
     {"&View", "Tec&hnical view\tCtrl+H", 9001},
     {"&View", "&Cell details", 9002},
     {"&View", "&Detail pane\tCtrl+D", 9003},
+    {"&View", "Deleted keys in t&ree", 9089},
     {"&View", "&Block list", 9004},
     {"&View", "List block r&uns", 9005},
     {"&View", "List r&oot cells", 9006},
@@ -251,6 +252,7 @@ bool IsPromised(CommandNumber number, bool running, bool backup) {
 TEST(CommandTable, EvidenceModeOffersNothingThatWrites) {
   CommandFacts facts;
   facts.hive = facts.item = facts.key = facts.key_cell = facts.value = true;
+  facts.key_path = facts.key_record = facts.value_record = true;
   for (const uint16_t number :
        {kCommandMergeFolder, kCommandLoadHive, kCommandUnloadHive, kCommandReplaceHives,
         kCommandReplaceSid, kCommandEditValue, kCommandGoToRegedit}) {
@@ -274,7 +276,8 @@ TEST(CommandTable, EveryCommandObeysTheFlags) {
   CommandFacts facts;
   for (bool CommandFacts::*const there :
        {&CommandFacts::hive, &CommandFacts::item, &CommandFacts::branch, &CommandFacts::key,
-        &CommandFacts::key_cell, &CommandFacts::removable, &CommandFacts::hidden_keys,
+        &CommandFacts::key_cell, &CommandFacts::key_path, &CommandFacts::key_record,
+        &CommandFacts::value_record, &CommandFacts::removable, &CommandFacts::hidden_keys,
         &CommandFacts::value, &CommandFacts::edited_value, &CommandFacts::edits,
         &CommandFacts::value_rows, &CommandFacts::row_selected, &CommandFacts::list_rows,
         &CommandFacts::findable, &CommandFacts::logs, &CommandFacts::replayed}) {

@@ -103,6 +103,26 @@ TEST(RawRecord, PositionsInsideFindTheRecord) {
   }
 }
 
+// A free cell that begins with a deleted value and took in the cell of its data: the data are
+// found, not the value again.
+TEST(RawRecord, DataInTheSameFreeCellAreAPlaceOfTheirOwn) {
+  BuiltHive built = SampleHive();
+  const uint32_t value = built.PositionOf("A\\One") + built.CellLength(built.PositionOf("A\\One"));
+  const uint32_t data = value + 40;
+  built.SetU32(value, 0, 72).SetU16(value, 4, 0x6B76).SetU16(value, 6, 4);
+  built.SetU32(value, 8, 20).SetU32(value, 12, data - 4096).SetU32(value, 16, 3);
+  built.SetU32(data, 0, static_cast<uint32_t>(-32));
+  built.SetU32(value + 72, 0, 256 - 72);
+  OpenedImage opened(built.bytes);
+  const HiveImage& hive = opened.hive();
+  EXPECT_EQ(RecordAt(hive, value).kind, RecordKind::kValue);
+  EXPECT_EQ(RecordAt(hive, value + 8).position, value);
+  const RecordPlace place = RecordAt(hive, data);
+  EXPECT_EQ(place.kind, RecordKind::kFree);
+  EXPECT_EQ(place.position, data);
+  EXPECT_EQ(place.length, 32U);
+}
+
 // Every position has a record, and the record's rows follow each other inside the image.
 void ExpectWhole(const HiveImage& hive, const RecordPlace& place, uint32_t position) {
   EXPECT_LE(place.position, position);

@@ -107,6 +107,7 @@ namespace hivequarry {
   One(kCommandListLogChanges, 9086)     \
   One(kCommandCheckStructure, 9087)     \
   One(kCommandTimeline, 9088)           \
+  One(kCommandFreedInTree, 9089)        \
   One(kCommandMachine, 9090)            \
   One(kCommandCompareHive, 9091)        \
   Range(kCommandRecentHive, 9101, 7)    \

@@ -9,12 +9,13 @@ namespace {
 
 // The facts after the needs from kHive on, in their order.
 constexpr bool CommandFacts::*kFacts[] = {
-    &CommandFacts::hive,        &CommandFacts::logs,       &CommandFacts::replayed,
-    &CommandFacts::item,        &CommandFacts::branch,     &CommandFacts::key,
-    &CommandFacts::key_cell,    &CommandFacts::root_cell,  &CommandFacts::removable,
-    &CommandFacts::hidden_keys, &CommandFacts::value,      &CommandFacts::edited_value,
-    &CommandFacts::edits,       &CommandFacts::value_rows, &CommandFacts::row_selected,
-    &CommandFacts::list_rows,   &CommandFacts::findable};
+    &CommandFacts::hive,         &CommandFacts::logs,       &CommandFacts::replayed,
+    &CommandFacts::item,         &CommandFacts::branch,     &CommandFacts::key,
+    &CommandFacts::key_cell,     &CommandFacts::root_cell,  &CommandFacts::removable,
+    &CommandFacts::hidden_keys,  &CommandFacts::key_path,   &CommandFacts::key_record,
+    &CommandFacts::value_record, &CommandFacts::value,      &CommandFacts::edited_value,
+    &CommandFacts::edits,        &CommandFacts::value_rows, &CommandFacts::row_selected,
+    &CommandFacts::list_rows,    &CommandFacts::findable};
 constexpr auto kFirstFact = static_cast<size_t>(Needs::kHive);
 static_assert(std::size(kFacts) == static_cast<size_t>(Needs::kRecentHive) - kFirstFact);
 

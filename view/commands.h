@@ -31,6 +31,9 @@ enum class Needs : uint8_t {
   kRootCell,
   kRemovable,
   kHiddenKeys,
+  kKeyPath,
+  kKeyRecord,
+  kValueRecord,
   kValue,
   kEditedValue,
   kEdits,
@@ -55,7 +58,10 @@ struct CommandFacts {
   bool root_cell = false;     // and that is the root of a hive
   bool removable = false;     // it may be taken out of the tree
   bool hidden_keys = false;   // something was taken out
-  bool value = false;         // a value row is selected
+  bool key_path = false;      // as `key`, or a deleted key is selected
+  bool key_record = false;    // as `key_cell`, or that
+  bool value_record = false;  // the row of a value is selected, deleted or not
+  bool value = false;         // and the value is not
   bool edited_value = false;  // and its value was edited in memory
   bool edits = false;         // some value was
   bool value_rows = false;    // the value pane has rows
@@ -67,6 +73,7 @@ struct CommandFacts {
   bool technical_view = false;
   bool cell_details = false;
   bool detail_pane = false;
+  bool freed_in_tree = false;  // deleted keys are in the tree
   bool evidence = false;   // evidence mode: what writes anywhere but into new files is not offered
   bool comparing = false;  // "Displayed Sub Keys" is on
   // What is done about the hive's logs.

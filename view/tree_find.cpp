@@ -30,24 +30,32 @@ uint32_t ItemListingValue(const HiveImage& hive, const KeyTree& tree, uint32_t p
 
 }  // namespace
 
-FoundItem FindItemByName(const HiveImage& hive, const KeyTree& tree, const TreeFindRequest& request,
-                         const std::function<void()>& passed) {
+FoundItem FindItemByName(std::span<const SearchedTree> trees, size_t from_tree,
+                         const TreeFindRequest& request, const std::function<void()>& passed) {
   const std::string text = CapitalsOfText(request.text);
-  const auto count = static_cast<int64_t>(tree.items.size());
-  const int64_t step = request.down ? 1 : -1;
-  int64_t at = request.from < count ? request.from : request.down ? -1 : count;
-  for (int64_t visited = 0; visited < count; ++visited) {
+  const auto size = [&trees](size_t tree) {
+    return static_cast<int64_t>(trees[tree].tree->items.size());
+  };
+  int64_t all = 0;
+  for (size_t tree = 0; tree < trees.size(); ++tree) all += size(tree);
+  const bool begins = from_tree < trees.size() && request.from < size(from_tree);
+  size_t tree = begins ? from_tree : request.down ? 0 : trees.size() - 1;
+  int64_t at = begins ? request.from : request.down ? -1 : size(tree);
+  for (int64_t visited = 0; visited < all; ++visited) {
     if ((visited & kStopPollMask) == 0 && StopRequested()) return {kNoItem, true};
-    at += step;
-    if (at < 0 || at == count) {
-      if (!request.wrap) return {};
-      passed();
-      at = request.down ? 0 : count - 1;
+    at += request.down ? 1 : -1;
+    while (at < 0 || at == size(tree)) {
+      const size_t last = request.down ? trees.size() - 1 : 0;
+      if (tree == last && !request.wrap) return {};
+      if (tree == last) passed();
+      tree = request.down ? (tree + 1) % trees.size() : (tree + trees.size() - 1) % trees.size();
+      at = request.down ? 0 : size(tree) - 1;
     }
     const auto item = static_cast<uint32_t>(at);
-    if (tree.items[item].hidden) continue;
-    const std::string name = CapitalsOfText(ItemName(hive, tree, item));
-    if (name.find(text) != std::string::npos) return {item, false};
+    if (trees[tree].tree->items[item].hidden) continue;
+    if (CapitalsOfText(trees[tree].name(item)).find(text) != std::string::npos) {
+      return {item, false, tree};
+    }
   }
   return {};
 }

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -19,12 +20,18 @@ struct TreeFindRequest {
 struct FoundItem {
   uint32_t item = kNoItem;  // kNoItem: nothing found
   bool stopped = false;
+  size_t tree = 0;  // of those searched
+};
+// A tree that is searched, and how its items are displayed.
+struct SearchedTree {
+  const KeyTree* tree = nullptr;
+  std::function<std::string(uint32_t item)> name;  // empty: not shown
 };
 // The next item, filled in the pane or not, whose displayed name holds the text, capital and small
-// letters alike; the item to search from comes last. Hidden ones are passed over. `passed` is
-// called when the search passes an end of the tree.
-FoundItem FindItemByName(const HiveImage& hive, const KeyTree& tree, const TreeFindRequest& request,
-                         const std::function<void()>& passed);
+// letters alike, in one tree after the other; the item to search from, of the tree of that number,
+// comes last. Hidden ones are passed over. `passed` is called when the search passes an end of all.
+FoundItem FindItemByName(std::span<const SearchedTree> trees, size_t from_tree,
+                         const TreeFindRequest& request, const std::function<void()>& passed);
 
 // The next item, filled in the pane or not, that shows what is not simply there: a key that no list
 // leads to or that was made, one of which something was repaired, or the folder of values that no

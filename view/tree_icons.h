@@ -1,7 +1,7 @@
 // Image list positions of the tree pane's icons, and which one an item gets. The folder's colour
 // says where a key hangs (gold: connected, violet: not, outlined: no key cell of its own here), the
 // badge what was done to show it (plus: its place was repaired, "?": its name is not its own). Red:
-// the logs removed it.
+// the logs removed it. Pale with a cross: it was deleted.
 #pragma once
 
 #include "hive/key_tree.h"
@@ -42,6 +42,10 @@ enum TreeIcon : int {
   kIconRemovedOpen,
   kIconRemovedFolder,
   kIconRemovedFolderOpen,
+  kIconFreed,  // deleted, its record is in free space
+  kIconFreedOpen,
+  kIconFreedFolder,
+  kIconFreedFolderOpen,
   kTreeIconCount
 };
 

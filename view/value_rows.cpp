@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "hive/values.h"
+#include "view/freed_words.h"
 #include "words/value_text.h"
 
 namespace hivequarry {
@@ -25,16 +26,25 @@ int RowOfValue(const ValueRows& rows, uint32_t position) {
                           static_cast<size_t>(found - values.begin()));
 }
 
+bool IsDeletedRow(const ValueRows& rows, int row) {
+  const uint32_t position = ValueOfRow(rows, row);
+  return rows.freed != nullptr && position != kNoOffset &&
+         FreedValueAt(rows.freed->records, position) != nullptr;
+}
+
 ValueRow RowAt(const ValueRows& rows, int row) {
   const auto index = static_cast<size_t>(row);
   const size_t info_rows = rows.values.info_rows.size();
   if (index < info_rows) return rows.values.info_rows[index];
+  if (IsDeletedRow(rows, row)) {
+    return FreedRowAt(*rows.hive, *rows.freed, ValueOfRow(rows, row));
+  }
   return MakeValueRow(*rows.hive, rows.values.value_positions[index - info_rows], rows.options);
 }
 
 std::string NameOfRow(const ValueRows& rows, int row) {
   const uint32_t position = ValueOfRow(rows, row);
-  if (position == kNoOffset) return RowAt(rows, row).name;
+  if (position == kNoOffset || IsDeletedRow(rows, row)) return RowAt(rows, row).name;
   return ValueDisplayName(ReadValueKey(*rows.hive, position, ValueRead::kName, 0, nullptr));
 }
 

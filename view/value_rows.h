@@ -3,8 +3,10 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <string>
 
+#include "view/freed_tree.h"
 #include "words/item_values.h"
 
 namespace hivequarry {
@@ -13,6 +15,8 @@ struct ValueRows {
   const HiveImage* hive = nullptr;  // of the values; outlives the rows
   ItemValues values;
   ValueViewOptions options;  // those that the values were gathered with
+  // Some of the values may be deleted ones; null: none is.
+  std::shared_ptr<const FreedTree> freed = nullptr;
 };
 
 int RowCount(const ValueRows& rows);
@@ -20,6 +24,8 @@ int RowCount(const ValueRows& rows);
 uint32_t ValueOfRow(const ValueRows& rows, int row);
 // The row of the value at an image position, -1 when there is none.
 int RowOfValue(const ValueRows& rows, uint32_t position);
+// True for the row of a deleted value.
+bool IsDeletedRow(const ValueRows& rows, int row);
 // A row's texts.
 ValueRow RowAt(const ValueRows& rows, int row);
 // The name alone; no data is read.

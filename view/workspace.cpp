@@ -42,8 +42,8 @@ ItemValues WorkspaceRows(const HiveImage& hive, const KeyTree& tree, const HiveS
   return values;
 }
 
-std::u16string WorkspaceDetail(const HiveImage& hive, const KeyTree& tree,
-                               const ImageSummary& summary, const HiveSurvey& survey) {
+std::u16string WorkspaceDetail(const GlanceFacts& facts) {
+  const auto& [hive, tree, summary, survey, hashes, hashing, findings] = facts;
   std::string text = "Root: " + tree.root_text + "\r\n";
   if (const std::string words = RootWords(hive, survey.root); !words.empty()) {
     text += "Root from: " + words + "\r\n";
@@ -55,6 +55,7 @@ std::u16string WorkspaceDetail(const HiveImage& hive, const KeyTree& tree,
   for (const HiveNote& note : NotesOn(hive, survey)) {
     text += std::string(note.label) + ": " + note.words + "\r\n";
   }
+  text += GlanceLines(facts);
   AddCount(text, "Blocks", summary.bins);
   AddCount(text, "Keys", summary.keys);
   AddCount(text, "  of them connected", summary.connected_keys);

@@ -3,8 +3,7 @@
 
 #include <string>
 
-#include "recovery/image_tree.h"
-#include "view/hive_status.h"
+#include "view/hive_glance.h"
 #include "words/item_values.h"
 
 namespace hivequarry {
@@ -15,7 +14,6 @@ std::string RootWords(const HiveImage& hive, const RootEvidence& evidence);
 // Rows of the value pane: root, kind, file name and place in the file.
 ItemValues WorkspaceRows(const HiveImage& hive, const KeyTree& tree, const HiveSurvey& survey);
 // Text of the detail pane.
-std::u16string WorkspaceDetail(const HiveImage& hive, const KeyTree& tree,
-                               const ImageSummary& summary, const HiveSurvey& survey);
+std::u16string WorkspaceDetail(const GlanceFacts& facts);
 
 }  // namespace hivequarry

@@ -132,6 +132,12 @@ bool BeginsWithValue(const HiveImage& hive, uint32_t position) {
          ReadU16(hive, value + 4) == kSignatureVk;
 }
 
+// Bytes that a key or value needs, its cell's size field included.
+uint32_t NeededBytes(const HiveImage& hive, uint32_t position, RecordKind kind) {
+  return kind == RecordKind::kKey ? kKeyName + ReadU16(hive, position + kKeyNameLength)
+                                  : kValueName + ReadU16(hive, position + kValueNameLength);
+}
+
 RecordKind KindAt(const HiveImage& hive, uint32_t position) {
   if (!InsideHive(hive, position, 8)) return RecordKind::kNoCell;
   const uint32_t size = ReadU32(hive, position);
@@ -560,6 +566,18 @@ void AddFields(const HiveImage& hive, RawRecord& record) {
   }
 }
 
+// A deleted record in a free cell that took in its neighbours is followed by these, with what they
+// were: its own data among them. So where one that could be a cell begins after what a record
+// needs, that is the place.
+RecordPlace FormerCell(const HiveImage& hive, const RecordPlace& record, uint32_t position) {
+  if (record.kind != RecordKind::kKey && record.kind != RecordKind::kValue) return record;
+  const uint32_t into = position - record.position;
+  if (into % 8 != 0 || into < NeededBytes(hive, record.position, record.kind)) return record;
+  const uint32_t size = ReadU32(hive, position);
+  if (!IsPlausibleSize(size) || CellLength(size) > record.length - into) return record;
+  return {RecordKind::kFree, position, CellLength(size)};
+}
+
 }  // namespace
 
 const char* RecordKindWord(RecordKind kind) {
@@ -589,7 +607,8 @@ RecordPlace RecordAt(const HiveImage& hive, uint32_t position) {
   const Span cell = CellAround(hive, cells, position);
   const RecordPlace place = PlaceOf(hive, cell);
   const bool may_hide = place.kind == RecordKind::kFree || place.kind == RecordKind::kNoCell;
-  return may_hide ? PlaceOf(hive, HiddenRecord(hive, cell, position)) : place;
+  const RecordPlace found = may_hide ? PlaceOf(hive, HiddenRecord(hive, cell, position)) : place;
+  return IsAllocated(ReadU32(hive, cell.begin)) ? found : FormerCell(hive, found, position);
 }
 
 RawRecord ReadRawRecord(const HiveImage& hive, uint32_t position) {

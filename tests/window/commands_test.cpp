@@ -299,10 +299,11 @@ TEST_F(CommandsTest, FindsInTheTree) {
                 {kCommandTreeFindPrevious, "Beta", ""}};
   for (const auto& step : kSteps) {
     ShowStatus("");
+    PumpUntil([&] { return StatusText(kStatusText) == " "; });
     Run(step.command);
-    Pump();
     EXPECT_EQ(SelectedName(), step.found);
-    EXPECT_EQ(StatusText(kStatusText), std::string(" ") + step.status);
+    const std::string status = std::string(" ") + step.status;
+    EXPECT_TRUE(PumpUntil([&] { return StatusText(kStatusText) == status; })) << step.status;
   }
   Run(kCommandTreeFindPrevious);  // passes the beginning once more; the text goes by itself
   EXPECT_TRUE(PumpUntil([&] { return StatusText(kStatusText) == " "; }));

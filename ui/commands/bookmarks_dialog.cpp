@@ -90,6 +90,8 @@ enum Column : int { kPathColumn, kNoteColumn, kTimeColumn, kHiveColumn };
 constexpr ListColumn kColumns[] = {
     {L"Key", 240, false}, {L"Note", 130, false}, {L"Set", 150, false}, {L"Hive file", 130, false}};
 
+constexpr int kTextMargin = 6;  // of a list's cell, at 96 dpi
+
 constexpr DialogAnchor kAnchors[] = {
     {.control = kBookmarkList, .grow_x = true, .grow_y = true},
     {.control = kBookmarkNoteLabel, .move_y = true},
@@ -127,10 +129,26 @@ std::string TextOfColumn(const Bookmark& bookmark, int column) {
   }
 }
 
+// What fits a column of a path, whose end tells more than its beginning.
+std::wstring EndOfPath(const BookmarkDialog& state, std::wstring path) {
+  const int room = ListView_GetColumnWidth(state.list, kPathColumn) -
+                   Scale(2 * kTextMargin, DpiOfWindow(state.dialog));
+  std::wstring shown = path;
+  while (ListView_GetStringWidth(state.list, shown.c_str()) > room) {
+    const size_t name = path.find(L'\\', 1);
+    if (name == std::wstring::npos) break;
+    path.erase(0, name);
+    shown = L"..." + path;
+  }
+  return shown;
+}
+
 void OnDisplay(const BookmarkDialog& state, LVITEMW& item) {
   const bool there = item.iItem >= 0 && static_cast<size_t>(item.iItem) < state.shown.size();
   if (!there || (item.mask & LVIF_TEXT) == 0) return;
-  GiveText(item, WideName(TextOfColumn(BookmarkOfRow(state, item.iItem), item.iSubItem)).c_str());
+  std::wstring text = WideName(TextOfColumn(BookmarkOfRow(state, item.iItem), item.iSubItem));
+  if (item.iSubItem == kPathColumn) text = EndOfPath(state, std::move(text));
+  GiveText(item, text.c_str());
 }
 
 void EnableFor(const BookmarkDialog& state) {

@@ -98,6 +98,7 @@ constexpr CommandRoute kRoutes[] = {
     {kCommandTechnicalView, OnTechnicalView},
     {kCommandCellDetails, OnCellDetails},
     {kCommandDetailPane, OnDetailPane},
+    {kCommandFreedInTree, OnFreedInTree},
     {kCommandBlockList, OnBlockList},
     {kCommandListBlockRuns, OnListBlockRuns},
     {kCommandListRoots, OnListRoots},

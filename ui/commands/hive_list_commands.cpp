@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "app/list_words.h"
+#include "host/host.h"
 #include "host/long_operation.h"
 #include "reports/check_list.h"
 #include "reports/file_pieces.h"
@@ -34,7 +35,11 @@ void ShowChecked(MainWindow& window, CheckedHive& checked) {
   const CheckResult& result = checked.result;
   if (!result.stopped) {
     window.hive.structure = {IsSound(result) ? "sound" : VerdictWords(result), checked.summary};
+    window.hive.findings.known.structure = window.hive.structure;
+    window.hive.findings.known.sound = IsSound(result);
+    window.hive.findings.known.checked = true;
     ShowHiveState(window);
+    RenewBand(window);
     SetListTitle(*checked.list, "Structure: " + window.hive.structure.verdict);
   }
   ListPlace* place = OpenListWindow(window, std::move(checked.list));
@@ -55,10 +60,14 @@ void OnListRoots(MainWindow& window) {
   });
 }
 
-void OnListKeys(MainWindow& window) {
-  StartList(window, [&hive = ShownHive(window), &tree = *window.hive.tree,
-                     item = SelectedItem(window.tree)] { return ListKeyTree(hive, tree, item); });
+void ListKeysBelow(MainWindow& window, uint32_t item) {
+  if (item == kNoItem) return CurrentHost().beep(CurrentHost().context);
+  StartList(window, [&hive = ShownHive(window), &tree = *window.hive.tree, item] {
+    return ListKeyTree(hive, tree, item);
+  });
 }
+
+void OnListKeys(MainWindow& window) { ListKeysBelow(window, SelectedItem(window.tree)); }
 
 void OnListValues(MainWindow& window) {
   if (SelectedItem(window.tree) == window.hive.tree->disconnected_values) {

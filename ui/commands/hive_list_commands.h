@@ -1,6 +1,8 @@
 // Commands that list what the hive holds.
 #pragma once
 
+#include <cstdint>
+
 namespace hivequarry {
 
 struct MainWindow;
@@ -9,6 +11,8 @@ struct MainWindow;
 void OnListBlockRuns(MainWindow& window);
 void OnListRoots(MainWindow& window);
 void OnListKeys(MainWindow& window);
+// The keys of an item's subtree; kNoItem: there are none, and the program beeps.
+void ListKeysBelow(MainWindow& window, uint32_t item);
 void OnListValues(MainWindow& window);
 void OnListLostValues(MainWindow& window);
 void OnListFreedKeys(MainWindow& window);

@@ -9,6 +9,7 @@
 #include "ui/compare/compare_window.h"
 #include "ui/dialogs/options_dialog.h"
 #include "ui/frame/help.h"
+#include "ui/main/freed.h"
 #include "ui/main/main_window.h"
 #include "ui/main/removed.h"
 #include "ui/main/status.h"
@@ -46,12 +47,17 @@ void LetGoOfHive(MainWindow& window) {
   ++window.selection.detail_box.newest;
   WaitWhile([&window] { return ValueThreadsRun(window.selection.threads); });
   StopHashing(window);
+  StopFindings(window);
   if (window.blocks != nullptr) DestroyWindow(window.blocks);
   window.hive.slot = -1;  // before the panes, whose changes ask for other items
   ClearTree(window.tree);
   ForgetRemoved(window);
+  ForgetFreed(window);
   ClearValues(window.values);
+  ForgetFindings(window);
   window.selection.removed = nullptr;
+  window.selection.freed = nullptr;
+  window.selection.deleted = kNoItem;
   window.hive.removed = nullptr;
   SetDetail(window.detail, std::wstring());
   window.selection.item = kNoItem;
@@ -61,6 +67,7 @@ void LetGoOfHive(MainWindow& window) {
   window.hive.sid_replacement = SidReplacement();
   window.hive.structure = HiveStructure();
   ShowHiveState(window);
+  RenewBand(window);
   ResetHiveTable();
 }
 

@@ -80,6 +80,7 @@ bool ChangeRoot(MainWindow& window, const std::string& doubt) {
   SetRootPath(hive, state.path);
   window.hive.tree->root_text = DisplayedRoot(hive);
   RenameRoot(window.tree);
+  RenewBand(window);
   RefreshItem(window);
   return true;
 }

@@ -2,6 +2,8 @@
 
 #include <memory>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "app/opening_words.h"
 #include "app/settings.h"
@@ -12,10 +14,14 @@
 #include "recovery/root_search.h"
 #include "ui/commands/handlers.h"
 #include "ui/frame/text.h"
+#include "ui/main/freed.h"
 #include "ui/main/main_window.h"
 #include "ui/main/notifications.h"
 #include "ui/main/removed.h"
+#include "ui/main/toolbar.h"
+#include "view/freed_words.h"
 #include "view/list_commands.h"
+#include "view/removed_words.h"
 #include "view/tree_find.h"
 
 namespace hivequarry {
@@ -25,6 +31,12 @@ constexpr size_t kItemsFoundAtOnce = 20000;  // larger trees are searched by a w
 
 struct TreeSearch {
   TreeFindRequest request;
+  // The hive's tree, what was deleted, what logs removed; the two latter as far as they are shown.
+  std::vector<SearchedTree> trees;
+  std::vector<TreePane*> panes;
+  size_t from = 0;  // which of them
+  std::shared_ptr<const FreedTree> freed;
+  std::shared_ptr<const RemovedState> removed;
   FoundItem found;
   bool passed = false;
 };
@@ -33,21 +45,57 @@ void ShowFound(MainWindow& window, const TreeSearch& search) {
   if (search.passed) {
     ShowPassingText(window, search.request.down ? kPassedEnd : kPassedBeginning);
   }
-  if (search.found.item != kNoItem) return SelectItem(window.tree, search.found.item);
+  if (search.found.item != kNoItem) {
+    TreePane& pane = *search.panes[search.found.tree];
+    if (&pane == &window.freed) return SelectGuest(window.tree, pane, search.found.item);
+    return SelectItem(pane, search.found.item);
+  }
   if (search.found.stopped) return;
   ShowMessage("No items found !", kProgramName, Icon::kInformation);
 }
 
-void StartSearch(MainWindow& window, bool down) {
-  const auto search = std::make_shared<TreeSearch>();
-  search->request = {window.tree_find.text, SelectedItem(window.tree), down, window.tree_find.wrap};
+void AddTree(TreeSearch& search, TreePane& pane, std::function<std::string(uint32_t)> name) {
+  const uint32_t selected = SelectedItem(pane);
+  if (selected != kNoItem) {
+    search.from = search.trees.size();
+    search.request.from = selected;
+  }
+  search.trees.push_back({pane.tree, std::move(name)});
+  search.panes.push_back(&pane);
+}
+
+void GatherTrees(MainWindow& window, TreeSearch& search) {
   const HiveImage& hive = ShownHive(window);
   const KeyTree& tree = *window.hive.tree;
-  const auto run = [search, &hive, &tree] {
-    search->found =
-        FindItemByName(hive, tree, search->request, [&search] { search->passed = true; });
+  AddTree(search, window.tree, [&](uint32_t item) { return ItemName(hive, tree, item); });
+  search.freed = ShownFreed(window);
+  if (const FreedTree* freed = search.freed.get(); freed != nullptr) {
+    AddTree(search, window.freed, [freed, &hive, &tree](uint32_t item) {
+      const uint32_t under = HostOfFreed(*freed, item);
+      const bool gone = under != kNoItem ? tree.items[under].hidden : !HasFreedFolder(*freed);
+      return gone ? std::string() : FreedItemText(hive, *freed, item);
+    });
+  }
+  search.removed = window.hive.removed;
+  if (const RemovedState* removed = search.removed.get(); removed != nullptr) {
+    AddTree(search, window.removed, [removed](uint32_t item) {
+      return item == 0 ? RemovedFolderText(*removed)
+                       : ItemName(removed->before.image, removed->before.tree, item);
+    });
+  }
+}
+
+void StartSearch(MainWindow& window, bool down) {
+  const auto search = std::make_shared<TreeSearch>();
+  search->request = {window.tree_find.text, kNoItem, down, window.tree_find.wrap};
+  GatherTrees(window, *search);
+  const auto run = [search] {
+    search->found = FindItemByName(search->trees, search->from, search->request,
+                                   [&search] { search->passed = true; });
   };
-  if (tree.items.size() <= kItemsFoundAtOnce) {
+  size_t items = 0;
+  for (const SearchedTree& searched : search->trees) items += searched.tree->items.size();
+  if (items <= kItemsFoundAtOnce) {
     run();
     return ShowFound(window, *search);
   }
@@ -96,8 +144,10 @@ bool MayDelete(uint32_t keys) {
          Answer::kYes;
 }
 
-// The threads that read for the panes look at the items.
+// The threads that read for the panes, and the one that looks for what was deleted, look at the
+// items.
 void LetReadersEnd(MainWindow& window) {
+  StopFindings(window);
   ++window.selection.item_box.newest;
   WaitWhile([&window] { return ValueThreadsRun(window.selection.threads); });
 }
@@ -152,8 +202,20 @@ void OnCollapseSubfolders(MainWindow& window) {
 
 void OnCopyKeyName(MainWindow& window) {
   const uint32_t item = SelectedItem(window.tree);
-  const std::string path = LongItemPath(ShownHive(window), *window.hive.tree, item);
+  const HiveImage& hive = ShownHive(window);
+  const KeyTree& tree = *window.hive.tree;
+  const std::string path = IsFreedSelected(window) ? FreedItemPath(hive, tree, *window.freed.freed,
+                                                                   SelectedItem(window.freed))
+                                                   : LongItemPath(hive, tree, item);
   CopyText(window.handle, WideName(path));
+}
+
+void OnFreedInTree(MainWindow& window) {
+  bool& shown = TheSettings().freed_in_tree;
+  shown = !shown;
+  if (window.hive.slot < 0) return;
+  shown ? ShowFreedKeys(window) : HideFreedKeys(window);
+  UpdateToolbar(window);
 }
 
 void OnOpenValidRoot(MainWindow& window) {
@@ -177,6 +239,7 @@ void OnDeleteKeys(MainWindow& window) {
   HideBranch(tree, item);
   RemoveItem(window.tree, item);
   RefreshItem(window);
+  StartFindings(window);
 }
 
 void OnShowAllKeys(MainWindow& window) {
@@ -185,8 +248,10 @@ void OnShowAllKeys(MainWindow& window) {
   const uint32_t item = SelectedItem(window.tree);
   ShowTree(window.tree, ShownHive(window), *window.hive.tree);
   ShowRemovedFolder(window);
+  ShowFreedKeys(window);
   SelectItem(window.tree, item == kNoItem ? 0 : item);
   RefreshItem(window);
+  StartFindings(window);
 }
 
 }  // namespace hivequarry

@@ -15,6 +15,8 @@ void OnFindPrevious(MainWindow& window);
 void OnCurrentBranch(MainWindow& window);
 // Everything below the selected item: opened in parts, so that the window goes on; closed at once.
 void OnExpandSubfolders(MainWindow& window);
+// Deleted keys come into the tree, or go.
+void OnFreedInTree(MainWindow& window);
 void OnCollapseSubfolders(MainWindow& window);
 // The whole path, as the path line shows it.
 void OnCopyKeyName(MainWindow& window);

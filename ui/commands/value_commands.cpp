@@ -2,10 +2,12 @@
 
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "hive/values.h"
 #include "host/output_file.h"
+#include "reports/freed_rows.h"
 #include "ui/dialogs/list_dialogs.h"
 #include "ui/lists/list_saving.h"
 #include "ui/main/main_window.h"
@@ -24,6 +26,21 @@ void SaveData(const std::string& file, const std::vector<uint8_t>& data) {
   ShowMessage(text.c_str(), kProgramName, Icon::kStop);
 }
 
+// Of the value selected, deleted or not.
+bool ReadDataOf(const MainWindow& window, std::vector<uint8_t>& data) {
+  const HiveImage& hive = ShownHive(window);
+  const uint32_t position = window.selection.value;
+  const FreedTree* freed = window.selection.freed.get();
+  const FreedValue* gone = freed == nullptr ? nullptr : FreedValueAt(freed->records, position);
+  if (gone == nullptr) {
+    return ReadValueKey(hive, position, ValueRead::kData, kMaxValueData, &data).status ==
+           ValueStatus::kRead;
+  }
+  FreedContent content = ReadFreedContent(hive, freed->records, *gone, FreedData::kAll);
+  data = std::move(content.data);
+  return content.value.status == ValueStatus::kRead;
+}
+
 }  // namespace
 
 void OnSelectAllValues(MainWindow& window) { SelectAllRows(window.values); }
@@ -34,9 +51,7 @@ void OnCopyValues(MainWindow& window) { CopyText(window.handle, SelectedText(win
 
 void OnSaveValue(MainWindow& window) {
   std::vector<uint8_t> data;
-  const ValueKey value = ReadValueKey(ShownHive(window), window.selection.value, ValueRead::kData,
-                                      kMaxValueData, &data);
-  if (value.status != ValueStatus::kRead) {
+  if (!ReadDataOf(window, data)) {
     ShowMessage("Could not read the data of the value !", kProgramName, Icon::kExclamation);
     return;
   }

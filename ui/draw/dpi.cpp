@@ -60,6 +60,9 @@ Fonts MakeFonts(uint32_t dpi) {
   Fonts fonts;
   LOGFONTW font = MessageFont(dpi);
   fonts.text = CreateFontIndirectW(&font);
+  LOGFONTW struck = font;
+  struck.lfStrikeOut = TRUE;
+  fonts.struck = CreateFontIndirectW(&struck);
   LOGFONTW title = font;
   title.lfHeight = MulDiv(font.lfHeight, 8, 5);
   fonts.title = CreateFontIndirectW(&title);
@@ -75,6 +78,7 @@ Fonts MakeFonts(uint32_t dpi) {
 
 void FreeFonts(Fonts& fonts) {
   DeleteObject(fonts.text);
+  DeleteObject(fonts.struck);
   DeleteObject(fonts.title);
   DeleteObject(fonts.fixed);
   fonts = Fonts();

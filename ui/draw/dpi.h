@@ -15,9 +15,10 @@ inline int Scale(int measure, uint32_t dpi) {
 }
 
 struct Fonts {
-  HFONT text = nullptr;   // the system's message font
-  HFONT title = nullptr;  // larger, for the empty window
-  HFONT fixed = nullptr;  // monospaced, for details
+  HFONT text = nullptr;    // the system's message font
+  HFONT struck = nullptr;  // the same with a line through it, for what was deleted
+  HFONT title = nullptr;   // larger, for the empty window
+  HFONT fixed = nullptr;   // monospaced, for details
 };
 // The fonts at a resolution; the caller owns them.
 Fonts MakeFonts(uint32_t dpi);

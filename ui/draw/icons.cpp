@@ -81,7 +81,8 @@ FolderColours ColoursOf(int closed) {
   if (IsOneOf(closed, {kIconLostKeys, kIconLostValues})) return kSlate;
   if (closed == kIconCopy) return kGhost;
   if (closed == kIconRemoved) return kFaded;
-  if (closed == kIconRemovedFolder) return kSlate;
+  if (IsOneOf(closed, {kIconRemovedFolder, kIconFreedFolder})) return kSlate;
+  if (closed == kIconFreed) return kPale;
   return closed == kIconRootLimit ? kRust : kGold;
 }
 
@@ -91,6 +92,7 @@ void DrawFolderIcon(const Canvas& canvas, int closed, bool open) {
   if (closed == kIconLostKeys) DrawKeySign(canvas);
   if (closed == kIconLostValues) DrawSheetSign(canvas);
   if (IsOneOf(closed, {kIconRemoved, kIconRemovedFolder})) DrawMinusBadge(canvas);
+  if (IsOneOf(closed, {kIconFreed, kIconFreedFolder})) DrawErrorBadge(canvas);
   if (IsOneOf(closed, {kIconRepaired, kIconIsolatedRepaired})) DrawPlusBadge(canvas);
   if (IsOneOf(closed, {kIconUnnamed, kIconIsolatedUnnamed, kIconMadeHint})) DrawHintBadge(canvas);
 }

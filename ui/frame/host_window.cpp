@@ -1,8 +1,10 @@
 #include "ui/frame/host_window.h"
 
 #include <cstring>
+#include <iterator>
 
 #include "host/accounts.h"
+#include "host/long_operation.h"
 #include "host/number_text.h"
 #include "ui/frame/modal.h"
 #include "ui/frame/text.h"
@@ -51,6 +53,7 @@ Answer Message(void* context, const char* text, const char* title, Icon icon, Bu
 }
 
 void Status(void* context, const char* text) {
+  if (WorkInBackground() != nullptr) return;
   HostWindow& host = Window(context);
   {
     const std::lock_guard lock(host.mutex);
@@ -61,6 +64,7 @@ void Status(void* context, const char* text) {
 }
 
 void ProgressRange(void* context, uint32_t steps) {
+  if (WorkInBackground() != nullptr) return;
   HostWindow& host = Window(context);
   host.progress_position = 0;
   host.progress_steps = steps;
@@ -68,12 +72,14 @@ void ProgressRange(void* context, uint32_t steps) {
 }
 
 void ProgressPosition(void* context, uint32_t position) {
+  if (WorkInBackground() != nullptr) return;
   HostWindow& host = Window(context);
   host.progress_position = position;
   Announce(host);
 }
 
 void WaitCursor(void* context, bool on) {
+  if (WorkInBackground() != nullptr) return;
   HostWindow& host = Window(context);
   host.wait_cursors += on ? 1 : -1;
   Announce(host);
@@ -162,6 +168,26 @@ void ShowBox(HostWindow& host, BoxRequest& request) {
   const HWND owner = active != nullptr ? active : GetLastActivePopup(host.window);
   const ModalTurn turn(owner);
   request.answer = MessageBoxW(owner, request.text.c_str(), request.title.c_str(), request.flags);
+}
+
+void EndQuestion(const char* text) {
+  std::wstring wanted = WindowText(text);
+  EnumThreadWindows(
+      GetCurrentThreadId(),
+      [](HWND box, LPARAM asked) -> BOOL {
+        const auto* words = reinterpret_cast<const wchar_t*>(asked);
+        wchar_t name[16] = L"";
+        GetClassNameW(box, name, static_cast<int>(std::size(name)));
+        if (lstrcmpW(name, L"#32770") != 0) return TRUE;
+        for (HWND part = GetWindow(box, GW_CHILD); part != nullptr;
+             part = GetWindow(part, GW_HWNDNEXT)) {
+          wchar_t shown[64] = L"";
+          GetWindowTextW(part, shown, static_cast<int>(std::size(shown)));
+          if (lstrcmpW(shown, words) == 0) PostMessageW(box, WM_COMMAND, IDNO, 0);
+        }
+        return TRUE;
+      },
+      reinterpret_cast<LPARAM>(wanted.c_str()));
 }
 
 CodePage SystemCodePage() {

@@ -48,6 +48,9 @@ void StartHostWindow(HostWindow& host, HWND window);
 Host MakeWindowHost(HostWindow& host);
 // The answer to kShowBox; also what message boxes of the interface thread are made of.
 void ShowBox(HostWindow& host, BoxRequest& request);
+// Answers a box of this thread with that text with "No", if one is shown: what it asks about is
+// past.
+void EndQuestion(const char* text);
 
 // The system's code page. Where that is no single-byte one, bytes that stand for nothing alone
 // become '?'; where it is UTF-8, the Western code page is in.

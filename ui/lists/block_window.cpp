@@ -22,8 +22,9 @@ constexpr int kListId = 1;
 constexpr ListColumn kColumns[] = {{L"Number", 80, false},
                                    {L"Position", 110, false},
                                    {L"Size", 110, false},
-                                   {L"Copy", 110, false}};
-constexpr int kWidth = 460;
+                                   {L"Copy", 110, false},
+                                   {L"Own Offset", 110, false}};
+constexpr int kWidth = 570;
 constexpr int kHeight = 480;
 
 // Goes with its window.
@@ -46,8 +47,10 @@ std::string CellText(const BinRow& row, int column) {
       return Hex(row.place, 8);
     case 2:
       return BinSizeText(row);
-    default:
+    case 3:
       return BinCopyText(row);
+    default:
+      return row.invalid ? std::string() : Hex(row.own_offset, 8);
   }
 }
 

@@ -12,6 +12,7 @@
 #include "ui/dialogs/position_dialog.h"
 #include "ui/frame/list_view.h"
 #include "ui/lists/list_window.h"
+#include "ui/main/freed.h"
 #include "ui/main/main_window.h"
 
 namespace hivequarry {
@@ -85,9 +86,7 @@ ListPlace* OpenRawView(MainWindow& window, uint32_t position) {
   return place;
 }
 
-void OnRawKey(MainWindow& window) {
-  OpenRawView(window, window.hive.tree->items[SelectedItem(window.tree)].position);
-}
+void OnRawKey(MainWindow& window) { OpenRawView(window, SelectedKeyPosition(window)); }
 
 void OnRawValue(MainWindow& window) { OpenRawView(window, window.selection.value); }
 

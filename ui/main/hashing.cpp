@@ -77,6 +77,8 @@ void ShowHashes(MainWindow& window, uint32_t serial) {
   hashing.progress = HashProgress::kDone;
   if (window.hive.slot < 0) return;
   RenewHead(window);
+  RenewBand(window);
+  RenewStateDetail(window);
   RenewHiveStateDialog(WideText(HiveStateNow(window)));
 }
 

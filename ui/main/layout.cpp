@@ -80,6 +80,15 @@ RECT PlacePath(MainWindow& window, RECT area) {
   return area;
 }
 
+// Without a hive it takes no room.
+RECT PlaceBand(MainWindow& window, RECT area) {
+  const int margin = Scale(kMargin, window.dpi);
+  const int height = FillBand(window, std::max<int>(area.right - area.left - 2 * margin, 1));
+  Place(window.band.window, {area.left + margin, area.top, area.right - margin, area.top + height});
+  if (height != 0) area.top += height + margin;
+  return area;
+}
+
 void PlaceRightSide(MainWindow& window, const RECT& area) {
   const int bar = Scale(kSplitterWidth, window.dpi);
   int detail = 0;
@@ -112,8 +121,8 @@ void SetFont(HWND child, HFONT font) {
 
 void SetFonts(const MainWindow& window) {
   for (const HWND child :
-       {window.controls.toolbar, window.controls.path, window.tree.window, window.values.window,
-        window.output.list, window.controls.status, window.controls.empty}) {
+       {window.controls.toolbar, window.controls.path, window.band.window, window.tree.window,
+        window.values.window, window.output.list, window.controls.status, window.controls.empty}) {
     SetFont(child, window.look.fonts.text);
   }
   SetFont(window.detail.window, window.look.fonts.fixed);
@@ -121,14 +130,10 @@ void SetFonts(const MainWindow& window) {
 
 void Show(HWND child, bool on) { ShowWindow(child, on ? SW_SHOWNA : SW_HIDE); }
 
-std::array<HWND, 7> FocusOrder(const MainWindow& window) {
-  return {window.controls.path,
-          window.tree.window,
-          window.controls.tree_splitter,
-          window.values.window,
-          window.controls.detail_splitter,
-          window.detail.window,
-          window.output.list};
+std::array<HWND, 8> FocusOrder(const MainWindow& window) {
+  return {window.controls.path,          window.band.window,   window.tree.window,
+          window.controls.tree_splitter, window.values.window, window.controls.detail_splitter,
+          window.detail.window,          window.output.list};
 }
 
 // Where the focus belongs when the pane that had it is no longer shown.
@@ -149,7 +154,7 @@ void LayOut(MainWindow& window) {
   Place(window.controls.empty, area);
   Place(window.output.list, area);
   FitListColumns(window.output);
-  PlacePanes(window, PlacePath(window, area));
+  PlacePanes(window, PlaceBand(window, PlacePath(window, area)));
 }
 
 void MoveSplitter(MainWindow& window, int splitter, int distance) {
@@ -176,6 +181,7 @@ void RefreshLook(MainWindow& window) {
   window.look.fonts = MakeFonts(window.dpi);
   window.look.icons = MakeIconLists(Scale(kSmallIcon, window.dpi), Scale(kToolIcon, window.dpi));
   SetFonts(window);
+  window.freed.struck = window.look.fonts.struck;
   TreeView_SetImageList(window.tree.window, window.look.icons.tree, TVSIL_NORMAL);
   TreeView_SetItemHeight(
       window.tree.window,
@@ -206,7 +212,8 @@ void ShowPanes(MainWindow& window) {
   const bool output = window.layout.arrangement == kOutputArrangement;
   const bool keys = window.hive.slot >= 0 && !output;
   const bool values = keys && window.layout.arrangement == kKeysArrangement;
-  for (const HWND pane : {window.controls.path, window.tree.window}) Show(pane, keys);
+  for (const HWND pane : {window.controls.path, window.band.window, window.tree.window})
+    Show(pane, keys);
   for (const HWND pane : {window.controls.tree_splitter, window.values.window}) Show(pane, values);
   for (const HWND pane : {window.controls.detail_splitter, window.detail.window}) {
     Show(pane, values && window.layout.detail_shown);
@@ -242,7 +249,7 @@ int LastArrangement(const MainWindow& window) {
 }
 
 void FocusNextPane(MainWindow& window, bool backward) {
-  const std::array<HWND, 7> order = FocusOrder(window);
+  const std::array<HWND, 8> order = FocusOrder(window);
   const auto count = static_cast<int>(order.size());
   const HWND focus = GetFocus();
   const auto found = std::find(order.begin(), order.end(), focus);

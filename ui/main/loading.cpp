@@ -6,6 +6,7 @@
 #include "app/memory.h"
 #include "app/opening_words.h"
 #include "app/settings.h"
+#include "app/stop_command.h"
 #include "hive/file_place.h"
 #include "hive/replaying.h"
 #include "host/launch.h"
@@ -14,6 +15,7 @@
 #include "ui/lists/list_menu.h"
 #include "ui/lists/list_reports.h"
 #include "ui/live/compare_commands.h"
+#include "ui/main/freed.h"
 #include "ui/main/main_window.h"
 #include "ui/main/removed.h"
 #include "ui/main/status.h"
@@ -140,6 +142,7 @@ void ShowLoadResult(MainWindow& window) {
   if (!job.thread.joinable()) return;
   job.thread.join();  // its last act was to post this message
   --window.host.wait_cursors;
+  EndQuestion(kStopQuestion);
   ShowHostChanges(window);
   UpdateToolbars(window);
   if (job.slot < 0 || job.tree->items.empty()) return ShowNoHive(window);
@@ -150,10 +153,13 @@ void ShowLoadResult(MainWindow& window) {
   ShowPanes(window);
   ShowTree(window.tree, ShownHive(window), *window.hive.tree);
   ShowRemovedFolder(window);
+  ShowFreedKeys(window);
   SelectItem(window.tree, 0);
   GoToLoadedKey(window);
   ShowHiveState(window);
   StartHashing(window);
+  StartFindings(window);
+  RenewBand(window);
   ShowCounts(window);
   RememberHive(job.file, job.start, job.end);
   UpdateToolbar(window);
@@ -188,6 +194,7 @@ void EndWorkers(MainWindow& window) {
   if (window.load.thread.joinable()) window.load.thread.join();
   if (window.work.thread.joinable()) window.work.thread.join();
   StopHashing(window);
+  StopFindings(window);
   window.work.done = nullptr;
 }
 

@@ -21,6 +21,7 @@
 #include "ui/lists/list_window.h"
 #include "ui/main/address_bar.h"
 #include "ui/main/empty_view.h"
+#include "ui/main/freed.h"
 #include "ui/main/notifications.h"
 #include "ui/main/removed.h"
 #include "ui/main/status.h"
@@ -56,6 +57,7 @@ bool MakeChildren(MainWindow& window) {
     return false;
   }
   window.controls.path = MakeEdit(window, kPathId, ES_MULTILINE | ES_AUTOHSCROLL | WS_BORDER);
+  window.band.window = MakeBand(window, kBandId);
   window.tree.window = MakeTreePane(window.handle, kTreeId);
   window.controls.tree_splitter = MakeSplitter(window.handle, kTreeSplitterId, true);
   window.values.window = MakeValuePane(window.handle, kValuesId, window.dpi);
@@ -64,10 +66,11 @@ bool MakeChildren(MainWindow& window) {
   window.controls.empty = MakeEmptyView(window.handle, kEmptyId);
   MakeListPane(window, kOutputId);
   window.controls.status = MakeStatusBar(window);
-  for (const HWND child : {window.controls.path, window.tree.window, window.controls.tree_splitter,
-                           window.values.window, window.controls.detail_splitter,
-                           window.detail.window, window.controls.empty, window.output.list,
-                           window.controls.status, window.controls.progress}) {
+  for (const HWND child :
+       {window.controls.path, window.band.window, window.tree.window, window.controls.tree_splitter,
+        window.values.window, window.controls.detail_splitter, window.detail.window,
+        window.controls.empty, window.output.list, window.controls.status,
+        window.controls.progress}) {
     if (child == nullptr) return false;
   }
   SetWindowSubclass(window.controls.path, PathProc, 0, 0);
@@ -101,6 +104,7 @@ void OnDestroy(MainWindow& window) {
   GatherSettings(window);
   ClearTree(window.tree);
   ForgetRemoved(window);
+  ForgetFreed(window);
   ClearValues(window.values);
   window.hive.slot = -1;
   window.hive.tree = nullptr;
@@ -155,8 +159,9 @@ LRESULT OnEditColour(WPARAM dc) {
 }
 
 void OnSystemChange(MainWindow& window, UINT message, WPARAM first, LPARAM second) {
-  for (const HWND child : {window.controls.toolbar, window.tree.window, window.values.window,
-                           window.output.list, window.controls.status, window.controls.progress}) {
+  for (const HWND child :
+       {window.controls.toolbar, window.band.window, window.tree.window, window.values.window,
+        window.output.list, window.controls.status, window.controls.progress}) {
     SendMessageW(child, message, first, second);
   }
   RefreshLook(window);
@@ -165,12 +170,23 @@ void OnSystemChange(MainWindow& window, UINT message, WPARAM first, LPARAM secon
 }
 
 // Items of the menus, the toolbar and keys; what the Output List alone knows goes there.
-void OnCommand(MainWindow& window, WPARAM what) {
+void OnCommand(MainWindow& window, WPARAM what, LPARAM from) {
+  if (reinterpret_cast<HWND>(from) == window.band.window && from != 0) {
+    return FollowBand(window, LOWORD(what));
+  }
   if (HIWORD(what) == kReportNamed) return LoadNamedReport(window);
   const uint32_t number = LOWORD(what);
   const bool of_list = FindCommand(Commands(), number) == nullptr;
   if (!of_list) return RunCommand(window, number);
   if (window.layout.arrangement == kOutputArrangement) RunListCommand(window.output, number);
+}
+
+// From dialogs and menus. F1 in the window itself is the command, which has been carried out by
+// then: the system asks for help after the key all the same.
+void OnHelpAsked(const MainWindow& window, const HELPINFO& asked) {
+  const bool own = asked.iContextType == HELPINFO_WINDOW &&
+                   GetAncestor(static_cast<HWND>(asked.hItemHandle), GA_ROOT) == window.handle;
+  if (!own) ShowHelpFor(window.handle, reinterpret_cast<LPARAM>(&asked), kHelpMainWindow);
 }
 
 void OnMenuOpens(const MainWindow& window, HMENU menu) {
@@ -181,7 +197,7 @@ void OnMenuOpens(const MainWindow& window, HMENU menu) {
 LRESULT Route(MainWindow& window, UINT message, WPARAM first, LPARAM second) {
   switch (message) {
     case WM_COMMAND:
-      OnCommand(window, first);
+      OnCommand(window, first, second);
       return 0;
     case WM_NOTIFY:
       return OnNotify(window, *reinterpret_cast<const NMHDR*>(second));
@@ -193,7 +209,7 @@ LRESULT Route(MainWindow& window, UINT message, WPARAM first, LPARAM second) {
                     {GET_X_LPARAM(second), GET_Y_LPARAM(second)});
       return 0;
     case WM_HELP:
-      ShowHelpFor(window.handle, second, kHelpMainWindow);
+      OnHelpAsked(window, *reinterpret_cast<const HELPINFO*>(second));
       return TRUE;
     case WM_DROPFILES:
       OnDrop(window, reinterpret_cast<HDROP>(first));
@@ -226,6 +242,9 @@ LRESULT Route(MainWindow& window, UINT message, WPARAM first, LPARAM second) {
       return 0;
     case kHashesReady:
       ShowHashes(window, static_cast<uint32_t>(first));
+      return 0;
+    case kFindingsReady:
+      ShowFindings(window, static_cast<uint32_t>(first));
       return 0;
     case WM_DESTROY:
       OnDestroy(window);
@@ -374,7 +393,11 @@ CommandFacts FactsNow(const MainWindow& window) {
   facts.hive = window.hive.slot >= 0;
   if (facts.hive) AddItemFacts(window, SelectedItem(window.tree), facts);
   // What can be done with a value is for those of the hive as it is shown.
-  facts.value = window.selection.value != kNoOffset && window.selection.removed == nullptr;
+  facts.value_record = window.selection.value != kNoOffset && window.selection.removed == nullptr;
+  facts.value = facts.value_record && !IsDeletedRow(window.values.rows, SelectedRow(window.values));
+  facts.key_record = facts.key_cell || SelectedFreedKey(window) != kNoOffset;
+  facts.key_path = facts.key || SelectedFreedKey(window) != kNoOffset;
+  facts.freed_in_tree = TheSettings().freed_in_tree;
   facts.edits = facts.hive && ShownHive(window).edits.any;
   facts.edited_value =
       facts.edits && facts.value && EditOf(ShownHive(window), window.selection.value) != nullptr;

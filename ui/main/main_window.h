@@ -17,6 +17,8 @@
 #include "ui/draw/win.h"
 #include "ui/frame/host_window.h"
 #include "ui/lists/list_place.h"
+#include "ui/main/band.h"
+#include "ui/main/findings.h"
 #include "ui/main/hashing.h"
 #include "ui/main/layout.h"
 #include "ui/main/loading.h"
@@ -42,6 +44,7 @@ enum ChildId : int {
   kDetailSplitterId,
   kEmptyId,
   kOutputId,
+  kBandId,
 };
 
 // The child windows that are no panes; they go with the window.
@@ -71,6 +74,7 @@ struct ShownHiveState {
   std::shared_ptr<const RemovedState> removed;  // null until it was worked out
   std::wstring state_words;                     // in the status bar
   Hashing hashing;
+  Findings findings;
   std::atomic<bool> comparing{false};  // the mode "Displayed Sub Keys"
   SidReplacement sid_replacement;      // in lists of its security records
 };
@@ -91,8 +95,10 @@ struct MainWindow {
   MainLook look;
   PaneLayout layout;
 
+  Band band;
   TreePane tree;
   TreePane removed;  // below its folder in the same control; no side while it is not there
+  TreePane freed;    // deleted keys among those of the tree, in the same control
   ValuePane values;
   DetailPane detail;
   ListPlace output;  // the Output List pane

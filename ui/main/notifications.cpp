@@ -1,6 +1,7 @@
 #include "ui/main/notifications.h"
 
 #include "host/long_operation.h"
+#include "ui/draw/tones.h"
 #include "ui/frame/list_view.h"
 #include "ui/lists/list_menu.h"
 #include "ui/lists/list_notify.h"
@@ -63,6 +64,18 @@ void OnValuesKey(MainWindow& window, WORD key) {
   if (IsControlKey(key, 'C')) RunCommand(window, kCommandCopyValues);
 }
 
+// A deleted value is pale and has a line through it.
+LRESULT DrawValueRow(const MainWindow& window, NMLVCUSTOMDRAW& notice) {
+  const LRESULT drawn = DrawListRow(notice);
+  if (notice.nmcd.dwDrawStage != CDDS_ITEMPREPAINT) return drawn;
+  const auto row = static_cast<int>(notice.nmcd.dwItemSpec);
+  if (!IsDeletedRow(window.values.rows, row)) return drawn;
+  const bool selected = ListView_GetItemState(window.values.window, row, LVIS_SELECTED) != 0;
+  if (!selected) notice.clrText = PaleColour();
+  SelectObject(notice.nmcd.hdc, window.look.fonts.struck);
+  return CDRF_NEWFONT;
+}
+
 LRESULT OnValuesNotify(MainWindow& window, const NMHDR& notice) {
   switch (notice.code) {
     case LVN_GETDISPINFOW:
@@ -70,8 +83,8 @@ LRESULT OnValuesNotify(MainWindow& window, const NMHDR& notice) {
                      const_cast<NMLVDISPINFOW&>(reinterpret_cast<const NMLVDISPINFOW&>(notice)));
       return 0;
     case NM_CUSTOMDRAW:
-      return DrawListRow(
-          const_cast<NMLVCUSTOMDRAW&>(reinterpret_cast<const NMLVCUSTOMDRAW&>(notice)));
+      return DrawValueRow(
+          window, const_cast<NMLVCUSTOMDRAW&>(reinterpret_cast<const NMLVCUSTOMDRAW&>(notice)));
     case LVN_ODFINDITEMW:
       return OnValueFind(window.values, reinterpret_cast<const NMLVFINDITEMW&>(notice));
     case LVN_ITEMCHANGED:
@@ -87,6 +100,16 @@ LRESULT OnValuesNotify(MainWindow& window, const NMHDR& notice) {
     default:
       return 0;
   }
+}
+
+LRESULT OnBandNotify(MainWindow& window, const NMHDR& notice) {
+  if (notice.code == TBN_GETINFOTIPW) {
+    OnBandTip(window.band,
+              const_cast<NMTBGETINFOTIPW&>(reinterpret_cast<const NMTBGETINFOTIPW&>(notice)));
+  }
+  if (notice.code != NM_CUSTOMDRAW) return 0;
+  return OnBandDraw(window.band,
+                    const_cast<NMTBCUSTOMDRAW&>(reinterpret_cast<const NMTBCUSTOMDRAW&>(notice)));
 }
 
 POINT CentreOf(HWND child) {
@@ -135,6 +158,7 @@ LRESULT OnNotify(MainWindow& window, const NMHDR& notice) {
     if (part == kStatusState) RunCommand(window, kCommandHiveState);
     return TRUE;
   }
+  if (from == window.band.window) return OnBandNotify(window, notice);
   if (notice.code == TTN_GETDISPINFOW) {
     OnToolTip(window, const_cast<NMTTDISPINFOW&>(reinterpret_cast<const NMTTDISPINFOW&>(notice)));
   }
@@ -173,14 +197,17 @@ void OnTimer(MainWindow& window, UINT_PTR timer) {
   bool more = false;
   if (timer == kExpandTimer) more = ExpandSlice(window.tree);
   if (timer == kDetailTimer) more = AddDetailSlice(window.detail);
-  if (timer == kFillTimer) more = FillSlice(window.tree) || FillSlice(window.removed);
+  if (timer == kFillTimer)
+    more = FillSlice(window.tree) || FillSlice(window.removed) || FillSlice(window.freed);
   if (timer == kPassingTimer && TheLongOperation().running == 0) ShowStatus("");
   if (!more) KillTimer(window.handle, timer);
   if (timer == kExpandTimer) KeepFilling(window);
 }
 
 void KeepFilling(const MainWindow& window) {
-  if (window.tree.fills.empty() && window.removed.fills.empty()) return;
+  if (window.tree.fills.empty() && window.removed.fills.empty() && window.freed.fills.empty()) {
+    return;
+  }
   SetTimer(window.handle, kFillTimer, kTimerPause, nullptr);
 }
 

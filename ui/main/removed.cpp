@@ -57,6 +57,7 @@ void ShowRemovedFolder(MainWindow& window) {
 }
 
 TreePane& PaneOfItem(MainWindow& window, LPARAM item) {
+  if ((item & kFreedSide) != 0) return window.freed;
   return (item & kRemovedSide) != 0 ? window.removed : window.tree;
 }
 

@@ -4,11 +4,13 @@
 
 #include "ui/commands/recent_keys_dialog.h"
 #include "ui/frame/text.h"
+#include "ui/main/freed.h"
 #include "ui/main/main_window.h"
 #include "ui/main/notifications.h"
 #include "ui/main/removed.h"
 #include "ui/main/status.h"
 #include "ui/main/toolbar.h"
+#include "view/freed_words.h"
 #include "view/item_words.h"
 #include "view/removed_words.h"
 #include "view/tree_find.h"
@@ -42,18 +44,39 @@ std::unique_ptr<Result> Take(Mailbox<Result>& box) {
   return IsNewest(box, box.serial) ? std::move(result) : nullptr;
 }
 
-void GatherItem(MainWindow& window, uint32_t serial, uint32_t item, ValueViewOptions options) {
+using Removed = std::shared_ptr<const RemovedState>;
+using Freed = std::shared_ptr<const FreedTree>;
+
+void GatherItem(MainWindow& window, uint32_t serial, uint32_t item, ValueViewOptions options,
+                const Freed& freed) {
   if (!IsNewest(window.selection.item_box, serial)) return;
   const HiveImage& hive = ShownHive(window);
   auto result = std::make_unique<ItemResult>();
   result->item = item;
   result->options = options;
   result->values = ShowItemValues(hive, *window.hive.tree, item, options);
+  if (freed != nullptr && HasKeyCell(*window.hive.tree, item)) {
+    AddFreedRows(*freed, window.hive.tree->items[item].position, result->values);
+    result->freed = freed;
+  }
   result->detail = WideText(ItemDetail(hive, *window.hive.tree, item));
   Deliver(window.selection.item_box, serial, std::move(result), window.handle, kItemReady);
 }
 
-using Removed = std::shared_ptr<const RemovedState>;
+void GatherFreed(MainWindow& window, uint32_t serial, uint32_t item, ValueViewOptions options,
+                 const Freed& freed) {
+  if (!IsNewest(window.selection.item_box, serial)) return;
+  const HiveImage& hive = ShownHive(window);
+  const KeyTree& tree = *window.hive.tree;
+  auto result = std::make_unique<ItemResult>();
+  result->item = item;
+  result->freed = freed;
+  result->deleted = true;
+  result->options = options;
+  result->values = FreedItemRows(hive, tree, *freed, item);
+  result->detail = WideText(FreedItemDetail(hive, tree, *freed, item));
+  Deliver(window.selection.item_box, serial, std::move(result), window.handle, kItemReady);
+}
 
 void GatherRemoved(MainWindow& window, uint32_t serial, uint32_t item, ValueViewOptions options,
                    const Removed& removed) {
@@ -68,16 +91,20 @@ void GatherRemoved(MainWindow& window, uint32_t serial, uint32_t item, ValueView
 }
 
 std::wstring DetailOfValue(const HiveImage& hive, const KeyTree& tree, uint32_t value,
-                           const Removed& removed) {
+                           const Removed& removed, const Freed& freed) {
+  if (freed != nullptr && FreedValueAt(freed->records, value) != nullptr) {
+    return WideText(FreedValueDetail(hive, tree, *freed, value));
+  }
   if (removed == nullptr) return WideText(ValueDetailOf(hive, tree, value));
   return WideText(RemovedValueDetail(*hive.logs, *removed, value));
 }
 
-void GatherDetail(MainWindow& window, uint32_t serial, uint32_t value, const Removed& removed) {
+void GatherDetail(MainWindow& window, uint32_t serial, uint32_t value, const Removed& removed,
+                  const Freed& freed) {
   if (!IsNewest(window.selection.detail_box, serial)) return;
   Deliver(window.selection.detail_box, serial,
           std::make_unique<std::wstring>(
-              DetailOfValue(ShownHive(window), *window.hive.tree, value, removed)),
+              DetailOfValue(ShownHive(window), *window.hive.tree, value, removed, freed)),
           window.handle, kDetailReady);
 }
 
@@ -85,6 +112,21 @@ void ShowDetail(MainWindow& window, std::wstring text) {
   if (SetDetail(window.detail, std::move(text))) {
     SetTimer(window.handle, kDetailTimer, kTimerPause, nullptr);
   }
+}
+
+std::wstring WorkspaceText(const MainWindow& window) {
+  return WideText(WorkspaceDetail(GlanceNow(window)));
+}
+
+bool IsRootShown(const MainWindow& window) {
+  return window.selection.item == 0 && window.selection.removed == nullptr;
+}
+
+// The root's details end with what is known of the hive by now.
+std::wstring KeyDetailNow(const MainWindow& window) {
+  if (!IsRootShown(window)) return window.selection.key_detail;
+  return window.selection.key_detail + L"\r\nState of the hive\r\n" +
+         WindowText(GlanceLines(GlanceNow(window)));
 }
 
 void ShowPath(const MainWindow& window, uint32_t item) {
@@ -106,10 +148,11 @@ void ShowWorkspace(MainWindow& window) {
   window.selection.item = kNoItem;
   window.selection.value = kNoOffset;
   window.selection.removed = nullptr;
+  window.selection.freed = nullptr;
+  window.selection.deleted = kNoItem;
   const HiveImage& hive = ShownHive(window);
   const ShownHiveState& shown = window.hive;
-  window.selection.key_detail =
-      WideText(WorkspaceDetail(hive, *shown.tree, shown.summary, shown.survey));
+  window.selection.key_detail = WorkspaceText(window);
   ShowValues(window.values, {&hive, WorkspaceRows(hive, *shown.tree, shown.survey), {}});
   FitValueColumns(window.values, window.dpi);
   ShowDetail(window, window.selection.key_detail);
@@ -132,6 +175,7 @@ void OnItemSelected(MainWindow& window, uint32_t item) {
   if (window.hive.slot < 0 || window.host.ending) return;  // items that go select others
   if (IsWorkspaceSelected(window.tree)) return ShowWorkspace(window);
   if (IsRemovedSelected(window)) return OnRemovedSelected(window);
+  if (IsFreedSelected(window)) return ShowFreedItem(window, SelectedItem(window.freed));
   if (item == kNoItem) return;
   ShowPath(window, item);
   NoteKeyShown(window);
@@ -139,7 +183,24 @@ void OnItemSelected(MainWindow& window, uint32_t item) {
   const uint32_t serial = ++window.selection.item_box.newest;
   const ValueViewOptions options = window.view;
   StartValueThread(window.selection.threads,
-                   [&window, serial, item, options] { GatherItem(window, serial, item, options); });
+                   [&window, serial, item, options, freed = ShownFreed(window)] {
+                     GatherItem(window, serial, item, options, freed);
+                   });
+  UpdateToolbar(window);
+}
+
+void ShowFreedItem(MainWindow& window, uint32_t item) {
+  const Freed freed = window.hive.findings.freed;
+  if (item == kNoItem || freed == nullptr) return;
+  const HiveImage& hive = ShownHive(window);
+  SetWindowTextW(window.controls.path,
+                 WideName(FreedItemPath(hive, *window.hive.tree, *freed, item)).c_str());
+  ShowItemWords(window, WideText(FreedItemWords(*freed, item)));
+  const uint32_t serial = ++window.selection.item_box.newest;
+  const ValueViewOptions options = window.view;
+  StartValueThread(window.selection.threads, [&window, serial, item, options, freed] {
+    GatherFreed(window, serial, item, options, freed);
+  });
   UpdateToolbar(window);
 }
 
@@ -163,6 +224,8 @@ void ShowRemovedRoot(MainWindow& window, const std::u16string& detail) {
   window.selection.item = kNoItem;
   window.selection.value = kNoOffset;
   window.selection.removed = window.hive.removed;
+  window.selection.freed = nullptr;
+  window.selection.deleted = kNoItem;
   window.selection.key_detail = WideText(detail);
   ValueRows rows{&ShownHive(window), {}, window.view};
   if (window.hive.removed != nullptr) {
@@ -180,14 +243,17 @@ void ShowItemResult(MainWindow& window) {
   if (result == nullptr || window.hive.slot < 0) return;
   ++window.selection.detail_box.newest;  // details on their way belong to the rows that go
   const bool removed = result->removed != nullptr;
-  window.selection.item = removed ? kNoItem : result->item;
+  window.selection.item = removed || result->deleted ? kNoItem : result->item;
+  window.selection.deleted = result->deleted ? result->item : kNoItem;
   window.selection.value = kNoOffset;
   window.selection.key_detail = std::move(result->detail);
   const HiveImage& hive = removed ? result->removed->before.image : ShownHive(window);
-  ShowValues(window.values, {&hive, std::move(result->values), result->options});
+  window.selection.freed = result->freed;
+  ShowValues(window.values,
+             {&hive, std::move(result->values), result->options, std::move(result->freed)});
   window.selection.removed = std::move(result->removed);  // after the rows that looked at it
   FitValueColumns(window.values, window.dpi);
-  ShowDetail(window, window.selection.key_detail);
+  ShowDetail(window, KeyDetailNow(window));
   SelectWantedRow(window);
   UpdateToolbar(window);
 }
@@ -198,11 +264,12 @@ void OnRowSelected(MainWindow& window) {
   window.selection.value = value;
   const uint32_t serial = ++window.selection.detail_box.newest;
   UpdateToolbar(window);
-  if (value == kNoOffset) return ShowDetail(window, window.selection.key_detail);
-  StartValueThread(window.selection.threads,
-                   [&window, serial, value, removed = window.selection.removed] {
-                     GatherDetail(window, serial, value, removed);
-                   });
+  if (value == kNoOffset) return ShowDetail(window, KeyDetailNow(window));
+  StartValueThread(
+      window.selection.threads,
+      [&window, serial, value, removed = window.selection.removed, freed = window.selection.freed] {
+        GatherDetail(window, serial, value, removed, freed);
+      });
 }
 
 void ShowDetailResult(MainWindow& window) {
@@ -210,8 +277,19 @@ void ShowDetailResult(MainWindow& window) {
   if (text != nullptr) ShowDetail(window, std::move(*text));
 }
 
+void RenewStateDetail(MainWindow& window) {
+  if (window.hive.slot < 0 || window.selection.value != kNoOffset) return;
+  const bool workspace = IsWorkspaceSelected(window.tree);
+  if (!workspace && !IsRootShown(window)) return;
+  if (workspace) window.selection.key_detail = WorkspaceText(window);
+  const LRESULT line = SendMessageW(window.detail.window, EM_GETFIRSTVISIBLELINE, 0, 0);
+  ShowDetail(window, KeyDetailNow(window));
+  SendMessageW(window.detail.window, EM_LINESCROLL, 0, line);
+}
+
 bool GoToPosition(MainWindow& window, uint32_t position) {
   if (window.hive.slot < 0) return false;
+  if (GoToFreed(window, position)) return true;
   const uint32_t item = ItemShowing(ShownHive(window), *window.hive.tree, position);
   if (item == kNoItem) return false;
   const bool value = window.hive.tree->items[item].position != position;

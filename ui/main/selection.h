@@ -11,6 +11,7 @@
 #include "reports/removed_state.h"
 #include "ui/draw/win.h"
 #include "ui/panes/value_threads.h"
+#include "view/freed_tree.h"
 #include "words/item_values.h"
 
 namespace hivequarry {
@@ -34,6 +35,8 @@ struct Mailbox {
 struct ItemResult {
   uint32_t item = kNoItem;
   std::shared_ptr<const RemovedState> removed;  // whose tree it is of; null: the hive's own
+  std::shared_ptr<const FreedTree> freed;       // whose deleted values are among the rows
+  bool deleted = false;                         // `item` is of that tree
   ItemValues values;
   ValueViewOptions options;
   std::wstring detail;
@@ -46,6 +49,8 @@ struct PaneSelection {
   Mailbox<std::wstring> detail_box;
   uint32_t item = kNoItem;                      // whose rows the value pane holds
   std::shared_ptr<const RemovedState> removed;  // where these are of a key that logs removed
+  std::shared_ptr<const FreedTree> freed;       // of deleted values among these rows
+  uint32_t deleted = kNoItem;                   // the deleted key that they are of, an item of it
   uint32_t value = kNoOffset;                   // whose detail is shown or on its way
   std::wstring key_detail;                      // of `item`
   std::wstring item_words;                      // status and info words of the selected item
@@ -58,10 +63,14 @@ void OnItemSelected(MainWindow& window, uint32_t item);
 // The same of an item below "Removed by the logs", and of that folder.
 void ShowRemovedItem(MainWindow& window, uint32_t item);
 void ShowRemovedRoot(MainWindow& window, const std::u16string& detail);
+// The same of an item of what was deleted.
+void ShowFreedItem(MainWindow& window, uint32_t item);
 // The answer to kItemReady. A result that is not the newest is dropped.
 void ShowItemResult(MainWindow& window);
 // The details of the selected value, or of the key where no value is selected.
 void OnRowSelected(MainWindow& window);
+// More is known of the hive: the details of the Workspace and of the root say it, if shown.
+void RenewStateDetail(MainWindow& window);
 // The answer to kDetailReady, likewise.
 void ShowDetailResult(MainWindow& window);
 // Selects the key at an image position, or the value there with its key, and shows the tree; false

@@ -6,6 +6,7 @@
 #include "app/list_words.h"
 #include "app/memory.h"
 #include "app/shortfall_words.h"
+#include "app/stop_command.h"
 #include "host/host.h"
 #include "host/long_operation.h"
 #include "ui/main/main_window.h"
@@ -52,6 +53,7 @@ void FinishWork(MainWindow& window) {
   if (!window.work.thread.joinable()) return;
   window.work.thread.join();  // its last act was to post this message
   --window.host.wait_cursors;
+  EndQuestion(kStopQuestion);
   ShowHostChanges(window);
   const std::function<void()> done = std::exchange(window.work.done, nullptr);
   UpdateToolbars(window);  // `done` may show a box

@@ -3,8 +3,10 @@
 #include <algorithm>
 
 #include "ui/draw/dimmed_selection.h"
+#include "ui/draw/tones.h"
 #include "ui/draw/win.h"
 #include "ui/frame/text.h"
+#include "view/freed_words.h"
 #include "view/item_words.h"
 #include "view/removed_words.h"
 #include "view/tree_icons.h"
@@ -27,12 +29,35 @@ UINT StateOf(const KeyItem& item, bool children, UINT state) {
   return (children ? state : 0) | (folder ? TVIS_BOLD : 0);
 }
 
+// The branches of deleted keys below an item: their places among FreedTree::tops.
+struct GuestRange {
+  size_t first = 0;
+  size_t end = 0;
+};
+GuestRange GuestsOf(const TreePane& pane, uint32_t item) {
+  if (pane.guests == nullptr) return {};
+  const FreedTree& freed = *pane.guests->freed;
+  const std::span<const FreedTree::Top> tops = FreedTopsUnder(freed, item);
+  const auto first = static_cast<size_t>(tops.data() - freed.tops.data());
+  return {first, first + tops.size()};
+}
+
+bool HasShownChildren(const TreePane& pane, uint32_t item) {
+  const GuestRange guests = GuestsOf(pane, item);
+  return HasChildren(*pane.tree, item) || guests.first < guests.end;
+}
+
+std::wstring TextOfItem(const TreePane& pane, uint32_t item) {
+  return WindowText(pane.freed != nullptr ? FreedItemText(*pane.hive, *pane.freed, item)
+                                          : ItemName(*pane.hive, *pane.tree, item));
+}
+
 // Every layout of the control asks for the texts of all open items that it was not given, so it is
 // given them; pictures are asked for only when they are drawn.
 HTREEITEM InsertItem(TreePane& pane, uint32_t item, HTREEITEM parent, HTREEITEM after, UINT state) {
-  std::wstring text = WindowText(ItemName(*pane.hive, *pane.tree, item));
+  std::wstring text = TextOfItem(pane, item);
   if (text.size() > kLongestText) text.resize(kLongestText);
-  const bool children = HasChildren(*pane.tree, item);
+  const bool children = HasShownChildren(pane, item);
   TVINSERTSTRUCTW insert{};
   insert.hParent = parent;
   insert.hInsertAfter = after;
@@ -68,22 +93,49 @@ BranchFill* FillOf(TreePane& pane, uint32_t parent) {
   return at == pane.fills.end() ? nullptr : &*at;
 }
 
+bool IsWhole(const BranchFill& fill) {
+  return fill.next == kNoItem && fill.guest == fill.guest_end;
+}
+
 // Each child goes after the one before it: the control would look for the last child itself, from
 // the first one on. False when the slice is full and the branch not yet whole.
 bool Fill(TreePane& pane, BranchFill& fill, DWORD start) {
-  for (uint32_t count = 1; fill.next != kNoItem; ++count) {
-    const uint32_t child = fill.next;
-    fill.next = NextSibling(*pane.tree, child);
-    HTREEITEM handle = pane.handles[child];
+  for (uint32_t count = 1; !IsWhole(fill); ++count) {
+    const HTREEITEM parent = pane.handles[fill.parent];
+    const bool child = fill.next != kNoItem;
+    TreePane& owner = child ? pane : *pane.guests;
+    const uint32_t item = child ? fill.next : owner.freed->tops[fill.guest].item;
+    if (child) {
+      fill.next = NextSibling(*pane.tree, item);
+    } else {
+      ++fill.guest;
+    }
+    HTREEITEM handle = owner.handles[item];
     if (handle == nullptr) {
-      handle = InsertItem(pane, child, pane.handles[fill.parent], fill.last, fill.state);
+      handle = InsertItem(owner, item, parent, fill.last, child ? fill.state : 0);
     }
     if (handle == nullptr) return true;  // no memory: the branch stays as it is
     fill.last = handle;
     const bool late = count % kItemsPerLook == 0 && GetTickCount() - start >= kSliceMilliseconds;
-    if (late || count == kItemsPerSlice) return fill.next == kNoItem;
+    if (late || count == kItemsPerSlice) return IsWhole(fill);
   }
   return true;
+}
+
+// What is missing in the branch of an item that is not being filled.
+BranchFill MissingIn(const TreePane& pane, uint32_t item) {
+  BranchFill fill;
+  fill.parent = item;
+  const uint32_t first = FirstChild(*pane.tree, item);
+  if (first != kNoItem && pane.handles[first] == nullptr) fill.next = first;
+  fill.last = fill.next == kNoItem ? TVI_LAST : TVI_FIRST;
+  const GuestRange guests = GuestsOf(pane, item);
+  if (guests.first == guests.end) return fill;
+  const TreePane& owner = *pane.guests;
+  if (owner.handles[owner.freed->tops[guests.first].item] != nullptr) return fill;
+  fill.guest = guests.first;
+  fill.guest_end = guests.end;
+  return fill;
 }
 
 // Fills the branch of `item` or goes on with it, a slice that began at `start`. True when it is
@@ -91,9 +143,9 @@ bool Fill(TreePane& pane, BranchFill& fill, DWORD start) {
 bool FillBranch(TreePane& pane, uint32_t item, UINT state, DWORD start) {
   BranchFill* fill = FillOf(pane, item);
   if (fill == nullptr) {
-    const uint32_t first = FirstChild(*pane.tree, item);
-    if (first == kNoItem || pane.handles[first] != nullptr) return true;
-    pane.fills.push_back({item, first, TVI_FIRST, {}, state});
+    BranchFill missing = MissingIn(pane, item);
+    if (IsWhole(missing)) return true;
+    pane.fills.push_back(std::move(missing));
     fill = &pane.fills.back();
   }
   fill->state |= state;
@@ -130,10 +182,7 @@ bool IsInSight(const TreePane& pane, HTREEITEM handle) {
 void EndExpand(TreePane& pane) {
   for (BranchFill& fill : pane.fills) fill.state = 0;
   for (uint32_t item = pane.expand_next; item < pane.expand_end; ++item) {
-    const uint32_t first = FirstChild(*pane.tree, item);
-    if (first == kNoItem || pane.handles[item] == nullptr || pane.handles[first] != nullptr) {
-      continue;
-    }
+    if (pane.handles[item] == nullptr || IsWhole(MissingIn(pane, item))) continue;
     TreeView_SetItemState(pane.window, pane.handles[item], 0, kOpened);
   }
   pane.expand_next = pane.expand_end = 0;
@@ -148,13 +197,6 @@ bool Differs(const TreePane& pane, uint32_t item) {
   return item < pane.differing.size() && pane.differing[item];
 }
 
-// A red that can be read on the background in force.
-COLORREF DifferenceColour() {
-  const COLORREF back = GetSysColor(COLOR_WINDOW);
-  const bool dark = GetRValue(back) + GetGValue(back) + GetBValue(back) < 3 * 128;
-  return dark ? RGB(255, 140, 120) : RGB(176, 32, 16);
-}
-
 bool IsExpanded(const TreePane& pane, HTREEITEM handle) {
   return (TreeView_GetItemState(pane.window, handle, TVIS_EXPANDED) & TVIS_EXPANDED) != 0;
 }
@@ -167,6 +209,7 @@ uint32_t ItemOfParam(const TreePane& pane, LPARAM param) {
 }
 
 int IconOf(const TreePane& pane, uint32_t item) {
+  if (pane.freed != nullptr) return item == 0 ? kIconFreedFolder : kIconFreed;
   return pane.removed != nullptr ? RemovedIcon(*pane.removed, item)
                                  : ClosedIcon(pane.tree->items[item]);
 }
@@ -178,8 +221,21 @@ void UpdateButton(const TreePane& pane, uint32_t item) {
   TVITEMW info{};
   info.mask = TVIF_CHILDREN;
   info.hItem = pane.handles[item];
-  info.cChildren = HasChildren(*pane.tree, item) ? 1 : 0;
+  info.cChildren = HasShownChildren(pane, item) ? 1 : 0;
   TreeView_SetItem(pane.window, &info);
+}
+
+// The control no longer has the guests below the items [first, end).
+void ForgetGuests(TreePane& pane, uint32_t first, uint32_t end) {
+  if (pane.guests == nullptr) return;
+  TreePane& guests = *pane.guests;
+  const auto tops = FreedTopsWithin(*guests.freed, first, end);
+  if (tops.empty()) return;
+  const uint32_t from = tops.front().item;
+  const uint32_t to = guests.tree->items[tops.back().item].end;
+  std::fill(guests.handles.begin() + from, guests.handles.begin() + to, nullptr);
+  std::erase_if(guests.fills,
+                [=](const BranchFill& fill) { return IsBetween(fill.parent, from, to); });
 }
 
 // What is filled goes on without the item and what is below it.
@@ -234,6 +290,7 @@ void ClearTree(TreePane& pane) {
   TreeView_DeleteAllItems(pane.window);
   SetRedraw(pane, true);
   pane.workspace = nullptr;
+  pane.guests = nullptr;
   pane.hive = nullptr;
   pane.tree = nullptr;
   pane.handles.clear();
@@ -261,7 +318,8 @@ void InsertFolder(TreePane& pane, HTREEITEM after, std::wstring text) {
   insert.item.pszText = text.data();
   insert.item.lParam = pane.side;
   insert.item.cChildren = 1;
-  insert.item.iImage = insert.item.iSelectedImage = kIconRemovedFolder;
+  insert.item.iImage = insert.item.iSelectedImage =
+      pane.side == kFreedSide ? kIconFreedFolder : kIconRemovedFolder;
   pane.handles.assign(1, TreeView_InsertItem(pane.window, &insert));
 }
 
@@ -315,10 +373,13 @@ void RemoveItem(TreePane& pane, uint32_t item) {
   SetRedraw(pane, true);
   const uint32_t end = pane.tree->items[item].end;
   std::fill(pane.handles.begin() + item, pane.handles.begin() + end, nullptr);
+  ForgetGuests(pane, item, end);
 }
 
-void SelectItem(TreePane& pane, uint32_t item) {
-  if (pane.tree == nullptr || item >= pane.tree->items.size()) return;
+namespace {
+
+// Opens the branches that lead to an item, so that the control has it.
+void OpenWay(TreePane& pane, uint32_t item) {
   std::vector<uint32_t> way;
   for (uint32_t up = pane.tree->items[item].parent; up != kNoItem;
        up = pane.tree->items[up].parent) {
@@ -333,7 +394,71 @@ void SelectItem(TreePane& pane, uint32_t item) {
     }
     if (way[level] != item) TreeView_Expand(pane.window, pane.handles[way[level]], TVE_EXPAND);
   }
+}
+
+uint32_t TopOf(const KeyTree& tree, uint32_t item) {
+  while (tree.items[item].parent != kNoItem) item = tree.items[item].parent;
+  return item;
+}
+
+}  // namespace
+
+void SelectItem(TreePane& pane, uint32_t item) {
+  if (pane.tree == nullptr || item >= pane.tree->items.size()) return;
+  OpenWay(pane, item);
   TreeView_SelectItem(pane.window, pane.handles[item]);
+}
+
+void AttachGuests(TreePane& host, TreePane& guests, const HiveImage& hive, const FreedTree& freed) {
+  host.guests = &guests;
+  guests.freed = &freed;
+  guests.hive = &hive;
+  guests.tree = &freed.tree;
+  guests.handles.resize(freed.tree.items.size(), nullptr);
+  uint32_t done = kNoItem;
+  for (const FreedTree::Top& top : freed.tops) {
+    if (top.under == done) continue;
+    done = top.under;
+    if (host.handles[top.under] == nullptr) continue;  // it has them when it is filled
+    UpdateButton(host, top.under);
+    const uint32_t first = FirstChild(*host.tree, top.under);
+    const GuestRange range = GuestsOf(host, top.under);
+    if (BranchFill* fill = FillOf(host, top.under); fill != nullptr) {
+      fill->guest = range.first;
+      fill->guest_end = range.end;
+    } else if (first != kNoItem && host.handles[first] != nullptr) {
+      host.fills.push_back(MissingIn(host, top.under));
+    }
+  }
+}
+
+void DetachGuests(TreePane& host, TreePane& guests) {
+  if (host.guests == nullptr) return;
+  host.guests = nullptr;
+  for (BranchFill& fill : host.fills) fill.guest = fill.guest_end = 0;
+  std::erase_if(host.fills, IsWhole);
+  SetRedraw(host, false);
+  if (guests.handles[0] != nullptr) TreeView_DeleteItem(host.window, guests.handles[0]);
+  for (const FreedTree::Top& top : guests.freed->tops) {
+    if (guests.handles[top.item] == nullptr) continue;
+    TreeView_DeleteItem(host.window, guests.handles[top.item]);
+    UpdateButton(host, top.under);
+  }
+  SetRedraw(host, true);
+  guests = TreePane();
+}
+
+void SelectGuest(TreePane& host, TreePane& guests, uint32_t item) {
+  if (guests.tree == nullptr || item >= guests.tree->items.size()) return;
+  const uint32_t under = HostOfFreed(*guests.freed, item);
+  if (under != kNoItem) {
+    if (host.tree->items[under].hidden) return;
+    OpenWay(host, under);
+    TreeView_Expand(host.window, host.handles[under], TVE_EXPAND);
+    const uint32_t top = TopOf(*guests.tree, item);
+    if (guests.handles[top] == nullptr) InsertItem(guests, top, host.handles[under], TVI_LAST, 0);
+  }
+  SelectItem(guests, item);
 }
 
 void OnTreeExpanding(TreePane& pane, const NMTREEVIEWW& notice) {
@@ -359,6 +484,10 @@ void OnTreeTip(const TreePane& pane, const NMTVGETINFOTIPW& notice) {
     lstrcpynW(notice.pszText, L"The hives shown in this window", notice.cchTextMax);
   }
   if (pane.tree == nullptr || item >= pane.tree->items.size()) return;
+  if (pane.freed != nullptr) {
+    lstrcpynW(notice.pszText, AsWide(FreedItemWords(*pane.freed, item).c_str()), notice.cchTextMax);
+    return;
+  }
   lstrcpynW(notice.pszText, AsWide(ItemTip(*pane.hive, *pane.tree, item).c_str()),
             notice.cchTextMax);
 }
@@ -368,10 +497,13 @@ LRESULT OnTreeDraw(const TreePane& pane, NMTVCUSTOMDRAW& notice) {
   if (notice.nmcd.dwDrawStage != CDDS_ITEMPREPAINT) return CDRF_DODEFAULT;
   const bool selected = (notice.nmcd.uItemState & CDIS_SELECTED) != 0;
   const uint32_t item = ItemOfParam(pane, notice.nmcd.lItemlParam);
-  if (!selected && Differs(pane, item)) notice.clrText = DifferenceColour();
+  if (!selected && Differs(pane, item)) notice.clrText = WarningColour();
   if (!selected && HasEditedValues(pane, item)) notice.clrText = GetSysColor(COLOR_HOTLIGHT);
+  const bool gone = pane.freed != nullptr && item != 0 && item != kNoItem;
+  if (gone && !selected) notice.clrText = PaleColour();
+  if (gone && pane.struck != nullptr) SelectObject(notice.nmcd.hdc, pane.struck);
   if (IsDimmedSelection(notice.nmcd)) SetDimmedColours(notice.clrText, notice.clrTextBk);
-  return CDRF_DODEFAULT;
+  return gone && pane.struck != nullptr ? CDRF_NEWFONT : CDRF_DODEFAULT;
 }
 
 void MarkDifferences(TreePane& pane, const std::vector<uint32_t>& items) {
@@ -412,7 +544,7 @@ bool ExpandSlice(TreePane& pane) {
   // A branch is made whole before its turn ends, so what is in it has its handle.
   while (pane.expand_next < pane.expand_end && GetTickCount() - start < kSliceMilliseconds) {
     const uint32_t item = pane.expand_next;
-    if (HasChildren(*pane.tree, item) && pane.handles[item] != nullptr) {
+    if (HasShownChildren(pane, item) && pane.handles[item] != nullptr) {
       if (!FillBranch(pane, item, kOpened, start)) break;
       if (item != pane.expand_top && !IsExpanded(pane, pane.handles[item])) {
         TreeView_Expand(pane.window, pane.handles[item], TVE_EXPAND);
@@ -436,6 +568,7 @@ void CollapseBranch(TreePane& pane, uint32_t item) {
   SetRedraw(pane, false);
   TreeView_Expand(pane.window, pane.handles[item], TVE_COLLAPSE | TVE_COLLAPSERESET);
   std::fill(pane.handles.begin() + item + 1, pane.handles.begin() + end, nullptr);
+  ForgetGuests(pane, item, end);
   UpdateButton(pane, item);  // the control takes it away with the last child
   SetRedraw(pane, true);
 }

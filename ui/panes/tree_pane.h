@@ -10,6 +10,7 @@
 #include "hive/key_tree.h"
 #include "reports/removed_state.h"
 #include "ui/draw/win.h"
+#include "view/freed_tree.h"
 
 namespace hivequarry {
 
@@ -21,6 +22,9 @@ struct BranchFill {
   HTREEITEM last = nullptr;     // the child before it
   std::vector<uint32_t> ahead;  // children inserted before their turn, ascending
   UINT state = 0;               // of the items inserted
+  // Guests that are inserted after the children: places among FreedTree::tops.
+  size_t guest = 0;
+  size_t guest_end = 0;
 };
 
 // After the hive's root is the folder "Workspace", which is no item of the key tree.
@@ -28,11 +32,16 @@ inline constexpr const wchar_t* kWorkspaceTitle = L"Workspace";
 
 // In the lParam of items below the folder "Removed by the logs", which are those of another tree.
 inline constexpr LPARAM kRemovedSide = LPARAM{1} << 32;
+// Of those that were deleted.
+inline constexpr LPARAM kFreedSide = LPARAM{1} << 33;
 
 struct TreePane {
   HWND window = nullptr;
   LPARAM side = 0;  // in the lParam of its items: several trees may be in one control
   const RemovedState* removed = nullptr;  // of the tree of what logs removed
+  const FreedTree* freed = nullptr;       // of the tree of what was deleted
+  TreePane* guests = nullptr;  // the pane of such a tree, whose branches are among this one's items
+  HFONT struck = nullptr;      // of deleted keys
   HTREEITEM workspace = nullptr;
   const HiveImage* hive = nullptr;
   const KeyTree* tree = nullptr;
@@ -55,6 +64,14 @@ void ClearTree(TreePane& pane);
 // root; what is in it is known later. The pane keeps the reference.
 void InsertFolder(TreePane& pane, HTREEITEM after, std::wstring text);
 void BindFolder(TreePane& pane, const RemovedState& removed, std::wstring text);
+// Binds `guests` to what was deleted, and hangs its branches among the items of `host`, in the same
+// control: in slices where a branch is open. A folder that was inserted before is item 0. The panes
+// keep the references.
+void AttachGuests(TreePane& host, TreePane& guests, const HiveImage& hive, const FreedTree& freed);
+// Takes all of it out of the control.
+void DetachGuests(TreePane& host, TreePane& guests);
+// As SelectItem, of an item of the guests.
+void SelectGuest(TreePane& host, TreePane& guests, uint32_t item);
 // True when the folder, or an item of the tree, is selected.
 bool IsSideSelected(const TreePane& pane);
 // Shows the root's text again, which has changed.

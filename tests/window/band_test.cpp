@@ -1,0 +1,110 @@
+// The band above the tree: the hive's state at a glance.
+#include "ui/main/band.h"
+
+#include "tests/window/list_fixture.h"
+#include "ui/frame/text.h"
+
+namespace hivequarry::testing {
+namespace {
+
+class BandTest : public ListTest {
+ protected:
+  HWND BandWindow() const { return window_->band.window; }
+  bool IsKnown() const {
+    const HiveFindings& known = window_->hive.findings.known;
+    return known.freed_known && known.checked && !window_->hive.hashing.hashes.hive.empty();
+  }
+  Texts Buttons() const {
+    Texts texts;
+    const LRESULT count = SendMessageW(BandWindow(), TB_BUTTONCOUNT, 0, 0);
+    for (WPARAM i = 0; i < static_cast<WPARAM>(count); ++i) {
+      TBBUTTON button{};
+      SendMessageW(BandWindow(), TB_GETBUTTON, i, reinterpret_cast<LPARAM>(&button));
+      wchar_t text[1000] = L"";
+      SendMessageW(BandWindow(), TB_GETBUTTONTEXTW, static_cast<WPARAM>(button.idCommand),
+                   reinterpret_cast<LPARAM>(text));
+      texts.push_back(Utf8Name(text));
+    }
+    return texts;
+  }
+  // Presses the button with that text, as a click does.
+  void Press(const std::string& text) {
+    const Texts buttons = Buttons();
+    const auto at = std::ranges::find(buttons, text);
+    ASSERT_NE(at, buttons.end()) << text;
+    TBBUTTON button{};
+    SendMessageW(BandWindow(), TB_GETBUTTON, static_cast<WPARAM>(at - buttons.begin()),
+                 reinterpret_cast<LPARAM>(&button));
+    SendMessageW(handle_, WM_COMMAND, static_cast<WPARAM>(button.idCommand),
+                 reinterpret_cast<LPARAM>(BandWindow()));
+  }
+  bool ListOpens(const wchar_t* title) {
+    return PumpUntil([&] {
+      const HWND list = FindWindowW(L"HivequarryList", title);
+      return list != nullptr && !window_->work.thread.joinable();
+    });
+  }
+};
+
+BuiltHive WithFreedKey() {
+  HiveBuilder builder;
+  builder.Key("A\\Kept");
+  builder.Key("A\\Gone").Dword("number", 7).FreeBehind(64);
+  BuiltHive built = builder.Build();
+  const uint32_t cells[] = {built.PositionOf("A\\Gone"), built.ValuePosition("A\\Gone", "number"),
+                            built.ValueListPosition("A\\Gone")};
+  built.Unlink("A\\Gone");
+  for (const uint32_t cell : cells) built.Free(cell);
+  return built;
+}
+
+TEST_F(BandTest, SaysWhatIsKnownAndLeadsToIt) {
+  EXPECT_TRUE(Buttons().empty());
+  OpenBytes(WithFreedKey().bytes);
+  ASSERT_TRUE(PumpUntil([&] { return IsKnown(); }));
+  const Texts buttons = Buttons();
+  for (const char* text : {"Clean", "No logs", "Checksum right", "3 keys", "0 disconnected",
+                           "1 freed key", "1 freed value"}) {
+    EXPECT_NE(std::ranges::find(buttons, text), buttons.end()) << text;
+  }
+  EXPECT_NE(IsWindowVisible(BandWindow()), FALSE);
+  RECT band;
+  RECT tree;
+  GetWindowRect(BandWindow(), &band);
+  GetWindowRect(window_->tree.window, &tree);
+  EXPECT_GT(band.bottom, band.top);
+  EXPECT_LE(band.bottom, tree.top);
+  Press("1 freed key");
+  EXPECT_TRUE(ListOpens(L"Freed Keys"));
+}
+
+TEST_F(BandTest, KeysGoFromFigureToFigure) {
+  OpenBytes(WithFreedKey().bytes);
+  ASSERT_TRUE(PumpUntil([&] { return IsKnown(); }));
+  SetFocus(BandWindow());
+  SendMessageW(BandWindow(), WM_KEYDOWN, VK_END, 0);
+  const auto last = static_cast<LRESULT>(Buttons().size()) - 1;
+  EXPECT_EQ(SendMessageW(BandWindow(), TB_GETHOTITEM, 0, 0), last);
+  SendMessageW(BandWindow(), WM_KEYDOWN, VK_RIGHT, 0);
+  EXPECT_EQ(SendMessageW(BandWindow(), TB_GETHOTITEM, 0, 0), 0);
+  SendMessageW(BandWindow(), WM_KEYDOWN, VK_LEFT, 0);
+  SendMessageW(BandWindow(), WM_KEYDOWN, VK_RETURN, 0);
+  EXPECT_TRUE(ListOpens(
+      (L"Structure: " + WideName(window_->hive.findings.known.structure.verdict)).c_str()));
+}
+
+TEST_F(BandTest, RootAndWorkspaceSayTheSame) {
+  OpenBytes(WithFreedKey().bytes);
+  ASSERT_TRUE(PumpUntil([&] { return IsKnown(); }));
+  WaitForRows();
+  const auto says = [&](const char* words) {
+    return TextOf(window_->detail.window).find(words) != std::string::npos;
+  };
+  EXPECT_TRUE(PumpUntil([&] { return says("Freed: 1 freed key\r\n"); }));
+  EXPECT_TRUE(says("State of the hive\r\nSHA-256: "));
+  TreeView_SelectItem(window_->tree.window, window_->tree.workspace);
+  EXPECT_TRUE(says("Freed: 1 freed key\r\n"));
+}
+
+}  // namespace
+}  // namespace hivequarry::testing

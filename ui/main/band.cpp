@@ -1,0 +1,234 @@
+#include "ui/main/band.h"
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
+#include "ui/commands/hive_list_commands.h"
+#include "ui/draw/tones.h"
+#include "ui/frame/text.h"
+#include "ui/frame/tool_buttons.h"
+#include "ui/main/layout.h"
+#include "ui/main/main_window.h"
+
+namespace hivequarry {
+namespace {
+
+constexpr int kFirstButton = 1;  // identifiers: a figure, or a note after the figures
+constexpr int kTextMargin = 5;   // at both sides of a button's text, at 96 dpi
+constexpr int kLineMargin = 3;   // above and below it
+
+size_t PartCount(const HiveGlance& glance) { return glance.figures.size() + glance.notes.size(); }
+
+const GlancePart* PartOf(const Band& band, int button) {
+  const auto index = static_cast<size_t>(button - kFirstButton);
+  const HiveGlance& glance = band.glance;
+  if (button < kFirstButton || index >= PartCount(glance)) return nullptr;
+  return index < glance.figures.size() ? &glance.figures[index]
+                                       : &glance.notes[index - glance.figures.size()];
+}
+
+// The width of each part's button, and the height of a text.
+struct BandMeasure {
+  std::vector<int> widths;
+  int line = 0;
+};
+BandMeasure Measure(const MainWindow& window) {
+  const Band& band = window.band;
+  const HDC dc = GetDC(band.window);
+  const HGDIOBJ previous = SelectObject(dc, window.look.fonts.text);
+  BandMeasure measure;
+  for (size_t i = 0; i < PartCount(band.glance); ++i) {
+    const std::wstring text = WindowText(PartOf(band, kFirstButton + static_cast<int>(i))->text);
+    SIZE size{};
+    GetTextExtentPoint32W(dc, text.c_str(), static_cast<int>(text.size()), &size);
+    measure.widths.push_back(size.cx + 2 * Scale(kTextMargin, window.dpi));
+  }
+  TEXTMETRICW metrics{};
+  GetTextMetricsW(dc, &metrics);
+  measure.line = metrics.tmHeight + 2 * Scale(kLineMargin, window.dpi);
+  SelectObject(dc, previous);
+  ReleaseDC(band.window, dc);
+  return measure;
+}
+
+void RemoveButtons(HWND toolbar) {
+  while (SendMessageW(toolbar, TB_DELETEBUTTON, 0, 0) != FALSE) continue;
+}
+
+void AddButton(const Band& band, int button, int width, bool wrap) {
+  std::wstring text = WindowText(PartOf(band, button)->text);
+  TBBUTTON made{};
+  made.iBitmap = I_IMAGENONE;
+  made.idCommand = button;
+  made.fsState = static_cast<BYTE>(TBSTATE_ENABLED | TBSTATE_ELLIPSES | (wrap ? TBSTATE_WRAP : 0));
+  made.fsStyle = BTNS_BUTTON | BTNS_SHOWTEXT | BTNS_NOPREFIX;
+  made.iString = reinterpret_cast<INT_PTR>(text.c_str());
+  SendMessageW(band.window, TB_ADDBUTTONSW, 1, reinterpret_cast<LPARAM>(&made));
+  TBBUTTONINFOW info{};
+  info.cbSize = sizeof info;
+  info.dwMask = TBIF_SIZE;
+  info.cx = static_cast<WORD>(width);
+  SendMessageW(band.window, TB_SETBUTTONINFOW, static_cast<WPARAM>(button),
+               reinterpret_cast<LPARAM>(&info));
+}
+
+// Each note has a row of its own.
+std::vector<bool> RowStarts(const HiveGlance& glance, const std::vector<int>& widths, int room) {
+  std::vector<int> figures(widths.begin(),
+                           widths.begin() + static_cast<ptrdiff_t>(glance.figures.size()));
+  std::vector<bool> starts = BreaksOf(figures, room);
+  starts.insert(starts.end(), glance.notes.size(), true);
+  return starts;
+}
+
+int HotButton(HWND band) { return static_cast<int>(SendMessageW(band, TB_GETHOTITEM, 0, 0)); }
+void SetHot(HWND band, int index) {
+  SendMessageW(band, TB_SETHOTITEM, static_cast<WPARAM>(index), 0);
+}
+
+// The arrows go round; Enter and the space bar press. False for any other key.
+bool OnBandKey(HWND band, WPARAM key) {
+  const auto count = static_cast<int>(SendMessageW(band, TB_BUTTONCOUNT, 0, 0));
+  if (count == 0) return false;
+  const int hot = std::max(HotButton(band), 0);
+  switch (key) {
+    case VK_LEFT:
+    case VK_UP:
+      SetHot(band, (hot + count - 1) % count);
+      return true;
+    case VK_RIGHT:
+    case VK_DOWN:
+      SetHot(band, (hot + 1) % count);
+      return true;
+    case VK_HOME:
+      SetHot(band, 0);
+      return true;
+    case VK_END:
+      SetHot(band, count - 1);
+      return true;
+    case VK_RETURN:
+    case VK_SPACE:
+      SendMessageW(GetParent(band), WM_COMMAND, MAKEWPARAM(kFirstButton + hot, 0),
+                   reinterpret_cast<LPARAM>(band));
+      return true;
+    default:
+      return false;
+  }
+}
+
+LRESULT CALLBACK BandProc(HWND band, UINT message, WPARAM first, LPARAM second, UINT_PTR,
+                          DWORD_PTR) {
+  if (message == WM_KEYDOWN && OnBandKey(band, first)) return 0;
+  if (message == WM_SETFOCUS) SetHot(band, std::max(HotButton(band), 0));
+  if (message == WM_KILLFOCUS) SetHot(band, -1);
+  return DefSubclassProc(band, message, first, second);
+}
+
+COLORREF ColourOf(GlanceTone tone) {
+  switch (tone) {
+    case GlanceTone::kMuted:
+      return PaleColour();
+    case GlanceTone::kFound:
+      return FoundColour();
+    case GlanceTone::kWarn:
+      return WarningColour();
+    default:
+      return GetSysColor(COLOR_WINDOWTEXT);
+  }
+}
+
+}  // namespace
+
+HWND MakeBand(const MainWindow& window, int identifier) {
+  const HWND band = MakeToolbarControl(window.handle, identifier, TBSTYLE_LIST | WS_TABSTOP, {});
+  if (band == nullptr) return nullptr;
+  SetWindowTextW(band, L"State of the hive");  // what a screen reader calls it
+  SendMessageW(band, TB_SETBITMAPSIZE, 0, 0);
+  SetWindowSubclass(band, BandProc, 0, 0);
+  ShowWindow(band, SW_HIDE);
+  return band;
+}
+
+GlanceFacts GlanceNow(const MainWindow& window) {
+  const ShownHiveState& shown = window.hive;
+  return {ShownHive(window),   *shown.tree,          shown.summary,
+          shown.survey,        shown.hashing.hashes, shown.hashing.progress,
+          shown.findings.known};
+}
+
+void RenewBand(MainWindow& window) {
+  window.band.glance = window.hive.slot < 0 ? HiveGlance() : GlanceAt(GlanceNow(window));
+  window.band.renewed = true;
+  const int before = window.band.height;
+  RECT client;
+  GetClientRect(window.handle, &client);
+  if (window.band.width == 0 || FillBand(window, window.band.width) != before) LayOut(window);
+}
+
+int FillBand(MainWindow& window, int width) {
+  Band& band = window.band;
+  if (!band.renewed && width == band.width) return band.height;
+  band.renewed = false;
+  band.width = width;
+  const BandMeasure measure = Measure(window);
+  const std::vector<bool> starts = RowStarts(band.glance, measure.widths, width);
+  const int hot = GetFocus() == band.window ? HotButton(band.window) : -1;
+  SendMessageW(band.window, WM_SETREDRAW, FALSE, 0);
+  RemoveButtons(band.window);
+  SendMessageW(band.window, TB_SETBUTTONSIZE, 0, MAKELPARAM(1, measure.line));
+  int rows = starts.empty() ? 0 : 1;
+  for (size_t i = 0; i < starts.size(); ++i) {
+    const bool wrap = i + 1 < starts.size() && starts[i + 1];
+    AddButton(band, kFirstButton + static_cast<int>(i), std::min(measure.widths[i], width), wrap);
+    rows += wrap ? 1 : 0;
+  }
+  if (hot >= 0) SetHot(band.window, hot);
+  SendMessageW(band.window, WM_SETREDRAW, TRUE, 0);
+  InvalidateRect(band.window, nullptr, TRUE);
+  band.height = rows * measure.line;
+  return band.height;
+}
+
+void FollowBand(MainWindow& window, int button) {
+  const GlancePart* part = PartOf(window.band, button);
+  if (part == nullptr || window.hive.slot < 0) return;
+  switch (part->lead) {
+    case GlanceLead::kState:
+      return RunCommand(window, kCommandHiveState);
+    case GlanceLead::kLogs:
+      return RunCommand(window, kCommandListLogs);
+    case GlanceLead::kRoot:
+      return RunCommand(window, kCommandHiveRoot);
+    case GlanceLead::kKeys:
+      return ListKeysBelow(window, 0);
+    case GlanceLead::kDisconnectedKeys:
+      return ListKeysBelow(window, window.hive.tree->disconnected_keys);
+    case GlanceLead::kDisconnectedValues:
+      return RunCommand(window, kCommandListLostValues);
+    case GlanceLead::kFreedKeys:
+      return RunCommand(window, kCommandListFreedKeys);
+    case GlanceLead::kFreedValues:
+      return RunCommand(window, kCommandListFreedValues);
+    case GlanceLead::kCheck:
+      return RunCommand(window, kCommandCheckStructure);
+  }
+}
+
+void OnBandTip(const Band& band, NMTBGETINFOTIPW& notice) {
+  const GlancePart* part = PartOf(band, notice.iItem);
+  if (part != nullptr) lstrcpynW(notice.pszText, WindowText(part->tip).c_str(), notice.cchTextMax);
+}
+
+LRESULT OnBandDraw(const Band& band, NMTBCUSTOMDRAW& notice) {
+  constexpr LRESULT kOwnColours = 0x00800000;  // TBCDRF_USECDCOLORS, which not all headers have
+  if (notice.nmcd.dwDrawStage == CDDS_PREPAINT) return CDRF_NOTIFYITEMDRAW;
+  if (notice.nmcd.dwDrawStage != CDDS_ITEMPREPAINT) return CDRF_DODEFAULT;
+  const GlancePart* part = PartOf(band, static_cast<int>(notice.nmcd.dwItemSpec));
+  if (part == nullptr) return CDRF_DODEFAULT;
+  notice.clrText = ColourOf(part->tone);
+  notice.clrTextHighlight = notice.clrText;
+  return kOwnColours;
+}
+
+}  // namespace hivequarry
