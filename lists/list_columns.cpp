@@ -67,4 +67,44 @@ std::vector<int> ColumnWidths(const OutputList& list, const WidthUnits& units) {
   return all.widths;
 }
 
+std::vector<LongTexts> LongTextsOf(const OutputList& list, const RowsShown& shown) {
+  constexpr uint32_t kFirstRows = 100;
+  constexpr uint32_t kOtherRows = 200;
+  const uint32_t count = ShownCount(shown, RowCount(list));
+  std::vector<LongTexts> longest(static_cast<size_t>(ColumnCount(list)));
+  std::vector<std::string_view> cells(longest.size());
+  const uint32_t step = std::max(count / kOtherRows, 1U);
+  for (uint32_t place = 0; place < count; place += place < kFirstRows ? 1 : step) {
+    CellTexts(list, RowAt(shown, place), cells);
+    for (size_t column = 0; column < cells.size(); ++column) {
+      auto shortest = std::ranges::min_element(longest[column], {}, &std::string_view::size);
+      if (cells[column].size() > shortest->size()) *shortest = cells[column];
+    }
+  }
+  return longest;
+}
+
+std::vector<int> FittedWidths(std::span<const int> needed, const WidthUnits& units) {
+  std::vector<int> widths(needed.begin(), needed.end());
+  if (widths.empty()) return widths;
+  for (int& width : widths) width = std::max(width, units.text / 3);
+  // What is left is shared by the columns not yet seen, narrow ones first: these need less than
+  // their share, and leave more to the others.
+  std::vector<int> ascending = widths;
+  std::ranges::sort(ascending);
+  int room = units.client - units.scroll_bar;
+  int most = 0;
+  for (size_t i = 0; i < ascending.size(); ++i) {
+    most = std::max(room / static_cast<int>(ascending.size() - i), units.text);
+    if (ascending[i] > most) break;
+    room -= ascending[i];
+  }
+  if (most < ascending.back()) {
+    for (int& width : widths) width = std::min(width, most);
+  }
+  const int taken = std::accumulate(widths.begin(), widths.end(), 0);
+  widths.back() += std::max(units.client - units.scroll_bar - taken, 0);
+  return widths;
+}
+
 }  // namespace hivequarry

@@ -1,9 +1,14 @@
 // Widths of an Output List's columns.
 #pragma once
 
+#include <array>
+#include <cstdint>
+#include <span>
+#include <string_view>
 #include <vector>
 
 #include "lists/output_list.h"
+#include "lists/rows_shown.h"
 
 namespace hivequarry {
 
@@ -21,5 +26,15 @@ struct WidthUnits {
 // None is narrower than a third of the text unit. A list that does not begin with the columns of
 // its kind gets 160 pixels a column.
 std::vector<int> ColumnWidths(const OutputList& list, const WidthUnits& units);
+
+// The texts that may be the widest of each column: the longest of the first rows shown and of some
+// from all over the list, so that very many rows cost no more.
+inline constexpr size_t kLongTexts = 4;
+using LongTexts = std::array<std::string_view, kLongTexts>;
+std::vector<LongTexts> LongTextsOf(const OutputList& list, const RowsShown& shown);
+// Widths for columns whose titles and texts need so many pixels. Where these are more than the
+// inside has, the widest are cut alike, but none to less than a text unit; where they are fewer,
+// the last column takes the rest.
+std::vector<int> FittedWidths(std::span<const int> needed, const WidthUnits& units);
 
 }  // namespace hivequarry

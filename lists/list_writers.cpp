@@ -174,7 +174,8 @@ bool WriteListCsv(const OutputList& list, const TextSink& sink) {
   return WriteListCsvAs(list, CsvForm(), sink);
 }
 
-bool WriteListCsvAs(const OutputList& list, const CsvForm& form, const TextSink& sink) {
+bool WriteListCsvAs(const OutputList& list, const CsvForm& form, const TextSink& sink,
+                    const WrittenRows& which) {
   const ListShape shape = ShapeOf(list);
   if (shape.columns == 0) return true;
   ListOutput out{sink, {}};
@@ -183,29 +184,34 @@ bool WriteListCsvAs(const OutputList& list, const CsvForm& form, const TextSink&
     AppendCsvCell(ColumnTitle(list, column), CellHolds::kText, form, out.buffer);
   }
   out.buffer += "\r\n";
-  return WriteInPieces(out, shape.rows,
-                       [&](uint32_t row) { WriteCsvRow(shape, row, form, out.buffer); });
+  return WriteInPieces(out, WrittenCount(list, which), [&](uint32_t place) {
+    WriteCsvRow(shape, WrittenRow(which, place), form, out.buffer);
+  });
 }
 
 namespace {
 
-bool WriteJsonLines(const OutputList& list, const HiveImage* hive, const TextSink& sink) {
+bool WriteJsonLines(const OutputList& list, const HiveImage* hive, const TextSink& sink,
+                    const WrittenRows& which) {
   const ListShape shape = ShapeOf(list);
-  if (shape.columns == 0 || shape.rows == 0) return true;
+  const uint32_t count = WrittenCount(list, which);
+  if (shape.columns == 0 || count == 0) return true;
   ListOutput out{sink, {}};
   const std::vector<std::string> keys = JsonKeys(shape);
-  return WriteInPieces(out, shape.rows,
-                       [&](uint32_t row) { WriteJsonRow(shape, keys, hive, row, out.buffer); });
+  return WriteInPieces(out, count, [&](uint32_t place) {
+    WriteJsonRow(shape, keys, hive, WrittenRow(which, place), out.buffer);
+  });
 }
 
 }  // namespace
 
-bool WriteListJsonLines(const OutputList& list, const TextSink& sink) {
-  return WriteJsonLines(list, nullptr, sink);
+bool WriteListJsonLines(const OutputList& list, const TextSink& sink, const WrittenRows& which) {
+  return WriteJsonLines(list, nullptr, sink, which);
 }
 
-bool WriteHiveJsonLines(const OutputList& list, const HiveImage& hive, const TextSink& sink) {
-  return WriteJsonLines(list, &hive, sink);
+bool WriteHiveJsonLines(const OutputList& list, const HiveImage& hive, const TextSink& sink,
+                        const WrittenRows& which) {
+  return WriteJsonLines(list, &hive, sink, which);
 }
 
 std::string JsonString(std::string_view text) {

@@ -66,12 +66,20 @@ struct CsvForm {
   bool safe = false;     // "'" before what a spreadsheet would take for a formula
   bool visible = false;  // with escapes, as WriteListVisible has them
 };
-bool WriteListCsvAs(const OutputList& list, const CsvForm& form, const TextSink& sink);
+bool WriteListCsvAs(const OutputList& list, const CsvForm& form, const TextSink& sink,
+                    const WrittenRows& which = {});
+// Tables for pasting and for reading: a line a row, its cells between tabs, the titles first; and a
+// page of HTML, which begins with the list's head. What a cell holds beside text has escapes, as
+// WriteListVisible has them. UTF-8, "\r\n" line ends; the titles also when there are no rows.
+bool WriteListTabbed(const OutputList& list, const WrittenRows& which, const TextSink& sink);
+bool WriteListHtml(const OutputList& list, const WrittenRows& which, const TextSink& sink);
 // One object a row: the column titles as keys, then "Offset", "LastWrite", "Path", "Name" and
 // "Bytes" as far as the row has them.
-bool WriteListJsonLines(const OutputList& list, const TextSink& sink);
+bool WriteListJsonLines(const OutputList& list, const TextSink& sink,
+                        const WrittenRows& which = {});
 // The same of a list whose rows speak of a hive's records: their positions are those in its file.
-bool WriteHiveJsonLines(const OutputList& list, const HiveImage& hive, const TextSink& sink);
+bool WriteHiveJsonLines(const OutputList& list, const HiveImage& hive, const TextSink& sink,
+                        const WrittenRows& which = {});
 
 // A text as a JSON string, with its quotes. Bytes that are no text become U+FFFD.
 std::string JsonString(std::string_view text);

@@ -1,5 +1,7 @@
 #include "lists/list_order.h"
 
+#include <algorithm>
+
 #include <gtest/gtest.h>
 
 #include <numeric>
@@ -183,6 +185,40 @@ TEST(WidthTest, EveryKindFits) {
     EXPECT_GE(*std::min_element(widths.begin(), widths.end()), 30) << kind;
     for (const int width : ColumnWidths(*list, {70, 112, 98, 17, 100})) EXPECT_GE(width, 23);
   }
+}
+
+TEST(WidthTest, ColumnsFitTheirTexts) {
+  const struct {
+    std::vector<int> needed;
+    std::vector<int> widths;
+  } cases[] = {
+      {{100, 200, 50}, {100, 200, 683}},              // the last takes the rest
+      {{100, 2000, 50}, {100, 833, 50}},              // the widest is cut
+      {{2000, 200, 900, 300}, {261, 200, 261, 261}},  // those that are wider than their share
+      {{10, 100}, {23, 960}},
+      {{983}, {983}},
+      {{}, {}},
+  };
+  for (const auto& c : cases) EXPECT_EQ(FittedWidths(c.needed, kUnits), c.widths);
+  for (const int width : FittedWidths(std::vector<int>(18, 500), kUnits)) EXPECT_EQ(width, 70);
+}
+
+TEST(WidthTest, LongTextsAreOfASample) {
+  const OutputListPtr list = MakeOutputList(51);
+  for (uint32_t row = 0; row < 100'000; ++row) {
+    const std::string text(row == 99 ? 50 : row % 500 == 0 ? 30 : row % 7, 'x');
+    const Cell cell = text;
+    NewRow added;
+    added.cells = std::span(&cell, 1);
+    AddRow(*list, added);
+  }
+  RowsShown shown;
+  LongTexts texts = LongTextsOf(*list, shown).at(0);
+  std::ranges::sort(texts, {}, &std::string_view::size);
+  EXPECT_EQ(texts.back().size(), 50U) << "among the first";
+  EXPECT_EQ(texts[2].size(), 30U) << "from all over the list";
+  FilterRows(shown, std::vector<bool>(100'000));
+  EXPECT_EQ(LongTextsOf(*list, shown).at(0), LongTexts());
 }
 
 TEST(WidthTest, TitlesDecide) {

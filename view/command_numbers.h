@@ -140,6 +140,9 @@ namespace hivequarry {
   One(kCommandActivity, 9226)           \
   One(kCommandSavePicture, 9227)        \
   One(kCommandFilterRows, 9228)         \
+  One(kCommandSaveListAs, 9229)         \
+  One(kCommandSaveSelectedAs, 9230)     \
+  One(kCommandCopyTable, 9231)          \
   One(kCommandShowAsOf, 9240)           \
   One(kCommandCompareWorkspace, 9301)   \
   One(kCommandGoToRegedit, 9302)        \

@@ -70,6 +70,9 @@ inline constexpr ListCommand kListCommandTable[] = {
     {.number = kCommandListNotepad, .text = "&Notepad", .submenu = kListMenu,
      .guard = Guard::kRunningOrBackup, .needs = ListNeeds::kRows},
 
+    {.number = kCommandSaveListAs, .text = "Save as CSV, &JSON Lines, HTML...", .submenu = kListMenu,
+     .guard = Guard::kRunningOrBackup, .needs = ListNeeds::kRows},
+
     {.number = kCommandFindInList, .text = "&Find\tCtrl+F",
      .tooltip = "Find in List", .icon = ToolIcon::kFind, .accelerator = {'F', kWithControl},
      .second_accelerator = {kKeyF3, kWithAlt}, .group_start = true,
@@ -95,6 +98,11 @@ inline constexpr ListCommand kListCommandTable[] = {
      .needs = ListNeeds::kSelection},
     {.number = kCommandPrintSelected, .text = "&Print", .submenu = kItemsMenu,
      .needs = ListNeeds::kSelection},
+
+    {.number = kCommandSaveSelectedAs, .text = "Save as CSV, &JSON Lines, HTML...",
+     .submenu = kItemsMenu, .guard = Guard::kRunningOrBackup, .needs = ListNeeds::kSelection},
+    {.number = kCommandCopyTable, .text = "Copy as &table\tCtrl+Shift+C", .submenu = kItemsMenu,
+     .accelerator = {'C', kWithControl | kWithShift}, .needs = ListNeeds::kSelection},
 
     {.number = kCommandSortByType, .text = "Sort by &type", .group_start = true,
      .needs = ListNeeds::kRows},

@@ -3,9 +3,11 @@
 
 #include <algorithm>
 
+#include "host/files.h"
 #include "host/host.h"
 #include "tests/window/list_fixture.h"
 #include "ui/dialogs/list_dialogs.h"
+#include "ui/frame/system_facts.h"
 #include "ui/frame/text.h"
 #include "ui/lists/list_frame.h"
 #include "ui/lists/list_printing.h"
@@ -107,6 +109,59 @@ TEST_F(ListFileTest, SelectedRowsAndDialogsThatFail) {
     EXPECT_EQ(TakeBoxes(), c.boxes);
     EXPECT_EQ(ContentOf(file), "Key  : a\r\nValue: x\r\n\r\n");
   }
+}
+
+TEST_F(ListFileTest, Tables) {
+  ListPlace& place = OpenList(KeyErrors());
+  FocusRow(place, 0, false);
+  const struct {
+    DWORD type;
+    const char* name;
+    const char* written;
+    std::string bytes;  // that the file begins with
+  } cases[] = {
+      {1, "a.csv", "a.csv", "\xEF\xBB\xBFKey,Value,Error\r\nb,,failed\r\na,x,\r\n"},
+      {2, "b", "b.csv", "Key,Value,Error\r\nb,,failed\r\na,x,\r\n"},
+      {3, "c", "c.jsonl", "{\"Key\":\"b\",\"Value\":\"\",\"Error\":\"failed\""},
+      {4, "d.html", "d.html", "<!DOCTYPE html>\r\n"},
+      {5, "e", "e.tsv", "Key\tValue\tError\r\nb\t\tfailed\r\na\tx\t\r\n"},
+  };
+  for (const auto& c : cases) {
+    choice_ = {here_.folder() + "\\" + c.name, 0, c.type};
+    RunList(place, kCommandSaveListAs);
+    EXPECT_EQ(ContentOf(here_.folder() + "\\" + c.written).substr(0, c.bytes.size()), c.bytes);
+    EXPECT_EQ(TakeBoxes(), Texts{"Hivequarry: 2 Items saved !"});
+  }
+  choice_ = {here_.folder() + "\\f.tsv", 0, 5};
+  RunList(place, kCommandSaveSelectedAs);
+  EXPECT_EQ(ContentOf(choice_.name), "Key\tValue\tError\r\nb\t\tfailed\r\n");
+  EXPECT_EQ(TakeBoxes(), Texts{"Hivequarry: 1 Item saved !"});
+  RunList(place, kCommandCopyTable);
+  EXPECT_EQ(ClipboardText(), "Key\tValue\tError\r\nb\t\tfailed\r\n");
+}
+
+TEST_F(ListFileTest, NothingIsProposedInTheEvidencesFolder) {
+  HiveBuilder builder;
+  builder.Key("Tools");
+  OpenBytes(builder.Build().bytes);
+  const std::string hive = ShownHive(*window_).file_name;
+  TheSettings().folders[kFolderTexts] = FolderOf(hive);
+  OutputListPtr list = MakeRows(5, {{"a", "b"}});
+  SetListTitle(*list, "Found: it");
+  ListPlace& place = OpenList(std::move(list));
+  choice_ = {};
+  RunList(place, kCommandSaveListText);
+  EXPECT_EQ(asked_.folder, TheProgram().facts.documents);
+  const std::string name(BaseName(hive));
+  EXPECT_EQ(asked_.name, "Found_ it of " + name);
+  // What the rows are of is beside a table that has no place for it.
+  choice_ = {here_.folder() + "\\t.tsv", 0, 5};
+  RunList(place, kCommandSaveListAs);
+  const std::string head = ContentOf(choice_.name + ".head.txt");
+  EXPECT_EQ(head.substr(0, 6), "File: ");
+  EXPECT_NE(head.find("\r\nList: Found: it\r\nMade: 20"), std::string::npos) << head;
+  EXPECT_EQ(TakeBoxes(), Texts{"Hivequarry: 1 Item saved !\n\nWhat the rows are of is in " +
+                               choice_.name + ".head.txt."});
 }
 
 TEST_F(ListFileTest, Clipboard) {

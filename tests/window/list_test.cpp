@@ -193,10 +193,12 @@ TEST_F(ListTest, ContextMenu) {
   const std::string head = "-Go to &Tree\tCtrl-T|-Go to &Regedit\tCtrl-R|";
   const std::string tail =
       "&Output List[&Save as Text File|&Save as Report List|&Load Report List|"
-      "&Copy to Clipboard|&Print|&Notepad|]|&Find\tCtrl+F|Find &next\tF3|Find &previous\tF4|"
+      "&Copy to Clipboard|&Print|&Notepad|Save as CSV, &JSON Lines, HTML...|]|&Find\tCtrl+F|Find "
+      "&next\tF3|Find &previous\tF4|"
       "Select &all|In&vert Selection|&Select all with...|"
       "Selected &Items[-&Copy to ClipBoard|-Copy &first column|-&Save to File|"
-      "-&Save as Report List|-&Print|]|Sort by &type|Sort by l&ength|Sort by nesting &level|";
+      "-&Save as Report List|-&Print|-Save as CSV, &JSON Lines, HTML...|"
+      "-Copy as &table\tCtrl+Shift+C|]|Sort by &type|Sort by l&ength|Sort by nesting &level|";
   const std::string end =
       "Picture of acti&vity\tCtrl+G|-Save pict&ure...|Fi&lter rows\tCtrl+E|-S&how all rows\tEsc|"
       "&Resize columns|";
@@ -382,6 +384,29 @@ TEST_F(ListTest, WindowKeepsItsPlaceAndWidths) {
   area = {10, 10, 1010, 610};
   SendMessageW(second, WM_DPICHANGED, MAKEWPARAM(192, 192), reinterpret_cast<LPARAM>(&area));
   EXPECT_EQ(ListView_GetColumnWidth(FindListPlace(second)->list, 2), 666);
+}
+
+TEST_F(ListTest, ColumnsFitWhatIsInThem) {
+  const std::string path(60, 'x');
+  ListPlace& place = OpenList(MakeRows(5, {{path, "v", "d", "t"}, {"short", "v", "d", "t"}}));
+  const auto width = [&](int column) { return ListView_GetColumnWidth(place.list, column); };
+  EXPECT_GE(width(0), ListView_GetStringWidth(place.list, WideName(path).c_str()));
+  EXPECT_LT(width(1), 120);
+  RECT inside;
+  GetClientRect(place.list, &inside);
+  int sum = 0;
+  for (int column = 0; column < 5; ++column) sum += width(column);
+  EXPECT_LE(sum, inside.right);
+  EXPECT_GT(sum, inside.right - 40) << "the last takes the rest";
+  ListView_SetColumnWidth(place.list, 0, 50);
+  place.columns_touched = true;
+  RunList(place, kCommandResizeColumns);
+  EXPECT_GE(width(0), ListView_GetStringWidth(place.list, WideName(path).c_str()));
+  // Of a list that is filled later.
+  ListPlace& other = OpenList(MakeOutputList(5));
+  ASSERT_TRUE(FillList(other, kOperationList, [](OutputList& list) { AddText(list, "short"); }));
+  Finish(other);
+  EXPECT_LT(ListView_GetColumnWidth(other.list, 0), 120);
 }
 
 TEST_F(ListTest, EmptyPaneHasGenericColumns) {

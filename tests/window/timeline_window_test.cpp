@@ -31,8 +31,11 @@ class TimelineWindowTest : public ListTest {
     Run(kCommandTimeline);
     const HWND list = FindWindowW(L"HivequarryList", L"Timeline");
     if (list == nullptr) return nullptr;
-    Finish(*FindListPlace(list));
-    return FindListPlace(list);
+    ListPlace& place = *FindListPlace(list);
+    Finish(place);
+    Pump();  // the picture is read once the list is filled
+    Finish(place);
+    return &place;
   }
   static Texts LastNames(const Texts& paths) {
     Texts names;

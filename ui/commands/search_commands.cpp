@@ -18,6 +18,7 @@
 #include "ui/lists/list_window.h"
 #include "ui/lists/list_work.h"
 #include "ui/main/main_window.h"
+#include "view/search_words.h"
 
 namespace hivequarry {
 namespace {
@@ -42,6 +43,14 @@ bool AskPattern(const MainWindow& window, SearchPlace place, SearchPattern& patt
   return AskSearch(window.handle, place) && CompilePattern(TheLastSearch().settings, pattern);
 }
 
+// What the head of a list made of a branch says it was asked for.
+void NoteAsked(ListPlace* place, uint32_t item, const std::string& words) {
+  if (place == nullptr) return;
+  const MainWindow& window = *place->owner;
+  place->asked.push_back("Branch: " + ItemPath(ShownHive(window), *window.hive.tree, item));
+  if (!words.empty()) place->asked.push_back("Asked: " + words);
+}
+
 struct HiveSearch {
   SearchPattern pattern;
   ListPlace* place = nullptr;
@@ -64,6 +73,7 @@ void SearchFrom(MainWindow& window, uint32_t item) {
       [search] {
         if (!search->whole) ShowPlaceStatus(*search->place, kTooDeep);
       });
+  NoteAsked(search->place, item, SearchWords(search->pattern.settings));
 }
 
 bool Fill(ListPlace& place, std::function<void(OutputList& list)> fill,
@@ -119,7 +129,7 @@ void OnKeyDates(MainWindow& window) {
   const bool freed = TheSettings().dates.freed;
   OutputListPtr dates = MakeOutputList(kListKeyDates);
   if (freed) AddPlaceColumn(*dates);
-  FillListWindow(
+  ListPlace* const place = FillListWindow(
       window, std::move(dates),
       [&hive = ShownHive(window), &tree = *window.hive.tree, item, range, freed](OutputList& list) {
         ListKeyDates(hive, tree, item, range, list);
@@ -127,6 +137,9 @@ void OnKeyDates(MainWindow& window) {
         FreedSource from(hive, tree);
         ListFreedDates(from, item, range, list);
       });
+  const DateSettings& asked = TheSettings().dates;
+  NoteAsked(place, item,
+            asked.limited ? "last writes from " + asked.start + " to " + asked.end : std::string());
 }
 
 void OnTimeline(MainWindow& window) {
@@ -137,10 +150,11 @@ void OnTimeline(MainWindow& window) {
   options.values = chosen.values;
   options.base_block = chosen.base_block;
   options.item = SelectedItem(window.tree);
-  FillListWindow(window, MakeOutputList(kListTimeline),
-                 [&hive = ShownHive(window), &tree = *window.hive.tree, options](OutputList& list) {
-                   ListTimeline(hive, tree, options, list);
-                 });
+  ListPlace* const place =
+      FillListWindow(window, MakeOutputList(kListTimeline),
+                     [&hive = ShownHive(window), &tree = *window.hive.tree,
+                      options](OutputList& list) { ListTimeline(hive, tree, options, list); });
+  NoteAsked(place, options.item, {});
 }
 
 }  // namespace hivequarry

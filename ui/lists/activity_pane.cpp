@@ -496,6 +496,7 @@ void OnSavePicture(ListPlace& place) {
   request.filter = L"PNG picture\0*.png\0SVG picture\0*.svg\0";
   request.extension = L"png";
   request.ask_to_replace = true;
+  request.name = "Picture of " + ProposedNameOf(place);
   const std::string file = ChooseListFile(place, true, kFolderTexts, request);
   if (file.empty()) return;
   const std::string bytes = BytesOfPicture(*place.activity, EndsWithSvg(file));

@@ -9,7 +9,7 @@ void OnClearList(ListPlace& place);
 // Of all rows; of very many bit by bit.
 void OnSelectAllRows(ListPlace& place);
 void OnInvertRows(ListPlace& place);
-// To the widths of the list's kind.
+// To what titles and texts need.
 void OnResizeListColumns(ListPlace& place);
 // Asks what runs to stop, and ends a selection under way.
 void OnStopListWork(ListPlace& place);

@@ -14,6 +14,7 @@
 #include "ui/lists/list_reports.h"
 #include "ui/lists/list_saving.h"
 #include "ui/lists/list_sorting.h"
+#include "ui/lists/list_tables.h"
 #include "ui/lists/raw_view.h"
 #include "ui/live/compare_commands.h"
 #include "ui/live/regedit_commands.h"
@@ -63,6 +64,9 @@ constexpr ListRoute kRoutes[] = {
     {kCommandSaveSelected, OnSaveSelected},
     {kCommandSaveSelectedReport, OnSaveSelectedReport},
     {kCommandPrintSelected, OnPrintSelected},
+    {kCommandSaveListAs, OnSaveListAs},
+    {kCommandSaveSelectedAs, OnSaveSelectedAs},
+    {kCommandCopyTable, OnCopyTable},
     {kCommandSortByType, OnSortByType},
     {kCommandSortByLength, OnSortByLength},
     {kCommandSortByLevel, OnSortByLevel},

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "host/number_text.h"
+#include "host/text.h"
 #include "lists/list_columns.h"
 #include "ui/frame/list_view.h"
 #include "ui/frame/text.h"
@@ -18,6 +19,7 @@ namespace {
 constexpr int kGenericWidth = 160;
 constexpr int kIconRoom = 20;    // before the first column's text
 constexpr int kCellMargin = 14;  // of both sides of a cell's text
+constexpr int kArrowRoom = 14;   // after a title, for the arrow of the order
 
 std::vector<std::string> GenericTitles() {
   std::vector<std::string> titles;
@@ -55,11 +57,43 @@ WidthUnits MeasureUnits(HWND list) {
   return units;
 }
 
+// What titles and texts need. `icons`: the room before a text of the first column.
+std::vector<int> NeededWidths(const ListPlace& place, int icons) {
+  constexpr size_t kLongestText = 300;  // bytes; wider than any column becomes
+  const uint32_t dpi = DpiOfPlace(place);
+  const std::vector<LongTexts> texts = LongTextsOf(*place.model, place.rows);
+  const HDC dc = GetDC(place.list);
+  const auto font = reinterpret_cast<HFONT>(SendMessageW(place.list, WM_GETFONT, 0, 0));
+  const HGDIOBJ previous =
+      SelectObject(dc, font != nullptr ? font : GetStockObject(DEFAULT_GUI_FONT));
+  std::vector<int> needed;
+  for (size_t column = 0; column < texts.size(); ++column) {
+    const std::string& title = ColumnTitle(*place.model, static_cast<int>(column));
+    int width = TextWidth(dc, WindowText(title).c_str()) + Scale(kArrowRoom, dpi);
+    for (const std::string_view text : texts[column]) {
+      const std::wstring start = WindowText(FirstUnits(text, kLongestText));
+      width = std::max(width, TextWidth(dc, start.c_str()));
+    }
+    needed.push_back(width + Scale(kCellMargin, dpi) + (column == 0 ? icons : 0));
+  }
+  SelectObject(dc, previous);
+  ReleaseDC(place.list, dc);
+  return needed;
+}
+
 void SetWidths(HWND list, const std::vector<int>& widths) {
   const auto count = std::min(std::ssize(widths), std::ptrdiff_t{ColumnCount(list)});
+  // Drawn once for all columns.
+  const bool drawn = IsWindowVisible(list) != FALSE;
+  if (drawn) SendMessageW(list, WM_SETREDRAW, FALSE, 0);
   for (int column = 0; column < count; ++column) {
-    ListView_SetColumnWidth(list, column, widths[static_cast<size_t>(column)]);
+    const int width = widths[static_cast<size_t>(column)];
+    if (ListView_GetColumnWidth(list, column) == width) continue;
+    ListView_SetColumnWidth(list, column, width);
   }
+  if (!drawn) return;
+  SendMessageW(list, WM_SETREDRAW, TRUE, 0);
+  InvalidateRect(list, nullptr, FALSE);
 }
 
 void SetTitles(HWND list, const OutputList& model) {
@@ -126,6 +160,11 @@ uint32_t DpiOfPlace(const ListPlace& place) {
   return place.pane ? place.owner->dpi : DpiOfWindow(place.window);
 }
 
+bool IsOfHiveShown(const ListPlace& place) {
+  const auto& head = ListHeadOf(*place.model);
+  return place.owner->hive.slot >= 0 && head != nullptr && head == place.owner->hive.hashing.head;
+}
+
 HWND MakeListControl(ListPlace& place, int identifier) {
   place.list = MakeVirtualList(place.window, identifier, {}, DpiOfPlace(place));
   if (place.list == nullptr) return nullptr;
@@ -152,10 +191,12 @@ void ShowList(ListPlace& place, OutputListPtr list, const std::vector<int>& widt
   ForgetFilter(place);
   place.model = std::move(list);
   place.again = nullptr;
+  place.asked.clear();
   place.keys.clear();
   ForgetOrder(place);
   SetTitles(place.list, *place.model);
   place.columns_touched = !widths.empty();
+  place.fitted_rows = 0;
   if (widths.empty()) {
     ResizeListColumns(place);
   } else {
@@ -164,10 +205,22 @@ void ShowList(ListPlace& place, OutputListPtr list, const std::vector<int>& widt
   ListChanged(place);
 }
 
+namespace {
+
+// To the first rows of a list that is filled, and to all when there are no more to come.
+void FitToRows(ListPlace& place) {
+  const uint32_t rows = RowCount(*place.model);
+  if (rows == 0 || rows == place.fitted_rows) return;
+  if (place.fitted_rows == 0 || !place.filling) FitListColumns(place);
+}
+
+}  // namespace
+
 void ListChanged(ListPlace& place) {
   FollowRows(place.rows, RowCount(*place.model), !HasFilterWords(place));
   const DWORD keep = place.filling ? LVSICF_NOINVALIDATEALL | LVSICF_NOSCROLL : 0;
   ListView_SetItemCountEx(place.list, static_cast<int>(ShownRowCount(place)), keep);
+  FitToRows(place);
   PlaceChanged(place);
   FollowFilter(place);
 }
@@ -185,11 +238,15 @@ void EmptyList(ListPlace& place) {
 void ResizeListColumns(ListPlace& place) {
   const int icon = Scale(kIconRoom, DpiOfPlace(place));
   WidthUnits units = MeasureUnits(place.list);
+  place.columns_touched = false;
+  place.fitted_rows = RowCount(*place.model);
+  if (ShownRowCount(place) != 0) {
+    return SetWidths(place.list, FittedWidths(NeededWidths(place, icon), units));
+  }
   units.client -= icon;
   std::vector<int> widths = ColumnWidths(*place.model, units);
   if (!widths.empty()) widths.front() += icon;
   SetWidths(place.list, widths);
-  place.columns_touched = false;
 }
 
 void FitListColumns(ListPlace& place) {

@@ -32,7 +32,9 @@ struct ListPlace {
   std::array<bool, kMaxColumns> descending{};
   ListFilter filter;
   PendingSelection selecting;
-  bool columns_touched = false;  // the user's widths stay as they are
+  std::vector<std::string> asked;  // what the list answers, and when it was made: for its head
+  bool columns_touched = false;    // the user's widths stay as they are
+  uint32_t fitted_rows = 0;        // of the model when the columns were last made to fit
   std::string last_find;
   bool find_adds = false;       // what is found joins the selection
   std::vector<uint32_t> keys;   // by the model's row: position of the key that it belongs to, where
@@ -49,17 +51,20 @@ struct ListPlace {
 HWND MakeListPane(MainWindow& window, int identifier);
 // Makes the control of a place whose window and owner are set.
 HWND MakeListControl(ListPlace& place, int identifier);
+// True when the list was made of the hive that the main window shows.
+bool IsOfHiveShown(const ListPlace& place);
 // The resolution of the place's window.
 uint32_t DpiOfPlace(const ListPlace& place);
 
-// Replaces what is shown by another list, with the columns and widths of its kind (or the given
-// widths, pixels). Sorting is forgotten. A list without columns gets those of an empty pane.
+// Replaces what is shown by another list, with the columns of its kind, which fit what is in them
+// (or have the given widths, pixels). Sorting is forgotten. A list without columns gets those of an
+// empty pane.
 void ShowList(ListPlace& place, OutputListPtr list, const std::vector<int>& widths = {});
 // The model has more rows, or others, than the control knows.
 void ListChanged(ListPlace& place);
 // Deletes all rows.
 void EmptyList(ListPlace& place);
-// Gives the columns the widths of the list's kind.
+// Makes the columns fit titles and texts; without rows they get the widths of the list's kind.
 void ResizeListColumns(ListPlace& place);
 // The same when the room changed, unless the user chose widths.
 void FitListColumns(ListPlace& place);

@@ -11,8 +11,11 @@
 #include "host/host.h"
 #include "host/number_text.h"
 #include "ui/dialogs/list_dialogs.h"
+#include "ui/frame/system_facts.h"
 #include "ui/frame/text.h"
 #include "ui/lists/list_work.h"
+#include "ui/main/main_window.h"
+#include "view/save_names.h"
 
 namespace hivequarry {
 namespace {
@@ -24,10 +27,10 @@ void ReportDialogError(DWORD error) {
   if (error == FNERR_BUFFERTOOSMALL) ShowMessage("Too many files !", "Error", Icon::kStop);
 }
 
-void ReportSaved(uint32_t rows) {
-  if (rows == 0) return;
-  const std::string text = Concat({Decimal(rows), rows > 1 ? " Items" : " Item", " saved !"});
-  ShowMessage(text.c_str(), kProgramName, Icon::kInformation);
+// The file of the hive that the list is of; empty for other lists.
+std::string HiveFileOf(const ListPlace& place) {
+  const MainWindow& owner = *place.owner;
+  return IsOfHiveShown(place) ? ShownHive(owner).file_name : std::string();
 }
 
 // Whether and how to write a file of that name; false when the user wants neither.
@@ -138,6 +141,12 @@ void ReportNotSaved() {
 
 }  // namespace
 
+void ReportSaved(uint32_t rows, const std::string& more) {
+  if (rows == 0) return;
+  const std::string text = Concat({Decimal(rows), rows > 1 ? " Items" : " Item", " saved !", more});
+  ShowMessage(text.c_str(), kProgramName, Icon::kInformation);
+}
+
 WaitTurn::WaitTurn(uint32_t rows) {
   if (rows > kQuickRows) previous = SetCursor(LoadCursorW(nullptr, IDC_WAIT));
 }
@@ -182,7 +191,19 @@ bool SaveListText(const OutputList& list, const WrittenRows& which, const std::s
 
 std::string ChooseListFile(const ListPlace& place, bool save, LastFolder folder,
                            FileRequest request) {
+  if (save && request.name.empty()) request.name = ProposedNameOf(place);
+  request.evidence = EvidenceFolderOf(place);
   return ChooseFile(place.window, save, folder, request);
+}
+
+std::string ProposedNameOf(const ListPlace& place) {
+  const std::string& source = ListSource(*place.model);
+  return ProposedListName(ListTitle(*place.model), source.empty() ? HiveFileOf(place) : source);
+}
+
+std::string EvidenceFolderOf(const ListPlace& place) {
+  const MainWindow& owner = *place.owner;
+  return owner.hive.slot < 0 ? std::string() : FolderOf(FullName(ShownHive(owner).file_name));
 }
 
 std::string ChooseFile(HWND owner, bool save, LastFolder folder, FileRequest request) {
@@ -192,7 +213,8 @@ std::string ChooseFile(HWND owner, bool save, LastFolder folder, FileRequest req
 FileChoice ChooseFileAndType(HWND owner, bool save, LastFolder folder, FileRequest request) {
   std::string& last = TheSettings().folders[static_cast<size_t>(folder)];
   request.owner = owner;
-  request.folder = last;
+  request.folder =
+      save ? ProposedFolder(last, request.evidence, TheProgram().facts.documents) : last;
   const ListDialogs& dialogs = TheListDialogs();
   const FileChoice choice = save ? dialogs.save(request) : dialogs.open(request);
   ReportDialogError(choice.error);

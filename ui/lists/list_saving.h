@@ -18,6 +18,8 @@ struct FileRequest;
 // many, or what went wrong. False on failure.
 bool SaveListText(const OutputList& list, const WrittenRows& which, const std::string& file,
                   OutputMode mode);
+// Says how many rows were saved, unless it is none.
+void ReportSaved(uint32_t rows, const std::string& more = {});
 // Opens a file to be written anew or appended to; false after `failure` was shown with its name.
 bool OpenListFile(const std::string& file, OutputMode mode, const char* failure, OutputFile& out);
 // Shows a failure's text with the file's name (UTF-8) in place of its "%s".
@@ -28,6 +30,10 @@ bool FileExists(const std::string& file);
 // dialog failed. Completes the request.
 std::string ChooseListFile(const ListPlace& place, bool save, LastFolder folder,
                            FileRequest request);
+// What a dialog begins with: the list's title with the hive's name; and the folder of the hive
+// shown, in which nothing is proposed to be saved (empty: none is shown).
+std::string ProposedNameOf(const ListPlace& place);
+std::string EvidenceFolderOf(const ListPlace& place);
 // The same for a dialog.
 std::string ChooseFile(HWND owner, bool save, LastFolder folder, FileRequest request);
 // With the type of file that was chosen in the dialog.

@@ -146,7 +146,10 @@ void InvertSelection(ListPlace& place) {
 }
 
 RowChoice ChooseRows(const ListPlace& place, bool selection) {
-  const std::vector<std::string> lines = FilterLines(place);
+  std::vector<std::string> lines = FilterLines(place);
+  if (ListHeadOf(*place.model) != nullptr) {
+    lines.insert(lines.begin(), place.asked.begin(), place.asked.end());
+  }
   if (selection) return {SelectedRows(place), true, true, lines};
   if (!IsChoice(place.rows)) return {{}, false, false, lines};
   return {ShownRows(place), true, false, lines};

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "app/settings.h"
+#include "hive/timestamp.h"
 #include "host/host.h"
 #include "host/long_operation.h"
 #include "host/number_text.h"
@@ -242,6 +243,7 @@ ListPlace* OpenListWindow(MainWindow& window, OutputListPtr list) {
   MoveToPlace(*made, saved);
   const std::vector<int> widths = SavedWidths(*made, saved, *list);
   ShowList(place, std::move(list), widths);
+  place.asked = {"List: " + ListTitle(*place.model), "Made: " + FormatIso8601(FileTimeNow())};
   const bool maximised = IsPlaced(saved) && saved.maximised;
   ShowWindow(place.window, maximised ? SW_SHOWMAXIMIZED : SW_SHOWNORMAL);
   SortNewList(place);
