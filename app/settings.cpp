@@ -383,6 +383,7 @@ void TakeOthersSettings(const Settings& read, const Settings& file, Settings& ou
   for (size_t i = 0; i < kPlacedWindows; ++i) {
     TakeOthers(read.places[i], file.places[i], ours.places[i]);
   }
+  take(&Settings::freed_in_tree);
   take(&Settings::range_start);
   take(&Settings::range_end);
   take(&Settings::dates);

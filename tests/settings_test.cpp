@@ -194,6 +194,7 @@ TEST(SettingsTest, DamagedFilesReadAsBuiltIn) {
 TEST(SettingsTest, SettingsOfSeveralCopiesAreJoined) {
   Settings theirs = SomeSettings();
   theirs.dates.end = "2020";
+  theirs.freed_in_tree = false;
   theirs.timeline.values = true;
   theirs.options.code_page_text = true;
   Settings ours;
