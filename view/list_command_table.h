@@ -16,7 +16,7 @@ inline constexpr ListCommand kListCommandTable[] = {
     {.number = kCommandPreviousRecord, .text = "Previous recor&d\tBackspace",
      .accelerator = {kKeyBack, 0}, .about = ListAbout::kRecord},
     {.number = kCommandGoToTree, .text = "Go to &Tree\tCtrl-T",
-     .accelerator = {'T', kWithControl}, .needs = ListNeeds::kFocus},
+     .accelerator = {'T', kWithControl}, .needs = ListNeeds::kKeyOfRow},
     {.number = kCommandListRawRecord, .text = "Ra&w record\tEnter",
      .needs = ListNeeds::kFocus, .about = ListAbout::kFaults},
     {.number = kCommandShowAsOf, .text = "&Show the hive as of this entry",

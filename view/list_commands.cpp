@@ -1,5 +1,6 @@
 #include "view/list_commands.h"
 
+#include <algorithm>
 #include <charconv>
 
 #include "view/list_command_table.h"
@@ -28,6 +29,8 @@ bool HasNeeds(ListNeeds needs, const ListFacts& facts) {
     case ListNeeds::kFocus:
     case ListNeeds::kRoots:
       return facts.rows && facts.position;
+    case ListNeeds::kKeyOfRow:
+      return facts.rows && (facts.position || facts.path);
     case ListNeeds::kPieces:
       return facts.rows && facts.source;
     case ListNeeds::kEntry:
@@ -74,6 +77,20 @@ bool EntryOfRow(const OutputList& list, uint32_t row, uint32_t& entry) {
   if (number.empty() || error != std::errc() || last != end) return false;
   entry = read;
   return true;
+}
+
+std::string_view KeyPathOfRow(const OutputList& list, uint32_t row) {
+  for (int column = 0; column < ColumnCount(list); ++column) {
+    if (ColumnTitle(list, column) != "Key") continue;
+    std::string_view path = CellText(list, row, column);
+    // Numbered rows begin with "00001, ", or "000001 " in the main window's pane.
+    const size_t digits = std::min(path.find_first_not_of("0123456789"), path.size());
+    const std::string_view rest = path.substr(digits);
+    if (column == 0 && digits >= 5 && rest.starts_with(", ")) path = rest.substr(2);
+    if (column == 0 && digits >= 6 && rest.starts_with(' ')) path = rest.substr(1);
+    return path;
+  }
+  return {};
 }
 
 bool IsOffered(const ListCommand& command, const ListFacts& facts) {

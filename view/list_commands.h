@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <span>
+#include <string_view>
 
 #include "lists/list_kinds.h"
 #include "lists/output_list.h"
@@ -17,6 +18,7 @@ enum class ListNeeds : uint8_t {
   kRows,       // at least one row
   kSelection,  // at least one selected row
   kFocus,      // a focused row that speaks of a position
+  kKeyOfRow,   // one that does, or has the path of a key, of a list that was loaded
   kPieces,     // a list of block runs with its source file
   kRoots,      // a focused row of a list of root cells
   kEntry,      // a focused row of an entry that the hive shown can be taken to
@@ -45,6 +47,7 @@ struct ListFacts {
   bool rows = false;       // the list has rows
   bool row_selected = false;
   bool position = false;  // the row in focus speaks of a position in the hive shown
+  bool path = false;      // it has the path of a key, and its list was loaded from a file
   bool source = false;    // the list names the file that it was made of
   bool entry = false;     // the row in focus is of such an entry
   bool evidence = false;  // evidence mode
@@ -74,6 +77,9 @@ struct ListCommand {
 // The log entry that a row of a list about logs is of; false for one that no state of the hive has:
 // left over, or none at all.
 bool EntryOfRow(const OutputList& list, uint32_t row, uint32_t& entry);
+// The path of the key that a row names, as its column "Key" shows it, without the row's number;
+// empty for none.
+std::string_view KeyPathOfRow(const OutputList& list, uint32_t row);
 // In the order of toolbar and menu.
 std::span<const ListCommand> ListCommands();
 // The row of a number, null when there is none.

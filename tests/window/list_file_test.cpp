@@ -10,9 +10,11 @@
 #include "ui/frame/system_facts.h"
 #include "ui/frame/text.h"
 #include "ui/lists/list_frame.h"
+#include "ui/lists/list_menu.h"
 #include "ui/lists/list_printing.h"
 #include "ui/lists/list_reports.h"
 #include "ui/lists/list_saving.h"
+#include "view/tree_find.h"
 
 namespace hivequarry::testing {
 namespace {
@@ -162,6 +164,32 @@ TEST_F(ListFileTest, NothingIsProposedInTheEvidencesFolder) {
   EXPECT_NE(head.find("\r\nList: Found: it\r\nMade: 20"), std::string::npos) << head;
   EXPECT_EQ(TakeBoxes(), Texts{"Hivequarry: 1 Item saved !\n\nWhat the rows are of is in " +
                                choice_.name + ".head.txt."});
+}
+
+TEST_F(ListFileTest, ALoadedListLeadsToItsKeys) {
+  HiveBuilder builder;
+  builder.Key("Tools\\Inner");
+  const BuiltHive hive = builder.Build();
+  OpenBytes(hive.bytes);
+  const uint32_t inner =
+      ItemShowing(ShownHive(*window_), *window_->hive.tree, hive.PositionOf("Tools\\Inner"));
+  const std::string path = ItemPath(ShownHive(*window_), *window_->hive.tree, inner);
+  ListPlace& place = OpenList(MakeRows(5, {{"00001, " + path}, {path + "\\Gone"}, {""}}));
+  FocusRow(place, 0, false);
+  EXPECT_FALSE(IsListCommandAvailable(place, kCommandGoToTree)) << "a list that was made";
+  choice_.name = here_.folder() + "\\kept.rpt";
+  RunList(place, kCommandSaveReport);
+  LoadReport(place, choice_.name);
+  EXPECT_TRUE(PumpUntil([&] { return !place.working && ShownRowCount(place) == 3; }));
+  FocusRow(place, 0, false);
+  EXPECT_FALSE(IsListCommandAvailable(place, kCommandListExport)) << "there is no position";
+  RunList(place, kCommandGoToTree);
+  EXPECT_EQ(SelectedItem(window_->tree), inner);
+  FocusRow(place, 1, false);
+  RunList(place, kCommandGoToTree);
+  EXPECT_EQ(TakeBoxes(), Texts{"Hivequarry: The hive has no key " + path + "\\Gone !"});
+  FocusRow(place, 2, false);
+  EXPECT_FALSE(IsListCommandAvailable(place, kCommandGoToTree));
 }
 
 TEST_F(ListFileTest, Clipboard) {

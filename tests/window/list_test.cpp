@@ -38,20 +38,13 @@ TEST_F(ListTest, HeaderClicksSortByWhatTheColumnHolds) {
   const struct {
     int kind;
     int column;
-    bool by_length;
     std::initializer_list<Texts> rows;
     Texts up;  // of that column
   } cases[] = {
-      {5,
-       0,
-       false,
-       {{"b"}, {"A"}, {"\u0436"}, {"C"}, {"\u0414"}},
-       {"A", "b", "C", "\u0414", "\u0436"}},
-      {5, 1, true, {{"", "ccc"}, {"", "a"}, {"", "bb"}}, {"a", "bb", "ccc"}},
-      {47, 1, false, {{"r", "10"}, {"r", "9"}, {"r", "100"}}, {"9", "10", "100"}},
+      {5, 0, {{"b"}, {"A"}, {"\u0436"}, {"C"}, {"\u0414"}}, {"A", "b", "C", "\u0414", "\u0436"}},
+      {47, 1, {{"r", "10"}, {"r", "9"}, {"r", "100"}}, {"9", "10", "100"}},
       {11,
        0,
-       false,
        {{"2023/10/9"}, {"2023/9/30"}, {"1999/12/31"}},
        {"1999/12/31", "2023/9/30", "2023/10/9"}},
   };
@@ -59,7 +52,7 @@ TEST_F(ListTest, HeaderClicksSortByWhatTheColumnHolds) {
     SCOPED_TRACE(c.kind);
     ListPlace& place = OpenList(MakeRows(c.kind, c.rows));
     const auto click = [&] {
-      c.by_length ? OnHeaderClick(place, c.column, true) : ClickHeader(place, c.column);
+      ClickHeader(place, c.column);
       Finish(place);
     };
     click();
@@ -74,6 +67,40 @@ TEST_F(ListTest, HeaderClicksSortByWhatTheColumnHolds) {
     click();
     EXPECT_EQ(ArrowOf(place, c.column), HDF_SORTDOWN);
   }
+}
+
+// With the number that the header shows.
+std::string TitleShown(const ListPlace& place, int column) {
+  wchar_t text[80] = L"";
+  HDITEMW item{};
+  item.mask = HDI_TEXT;
+  item.pszText = text;
+  item.cchTextMax = 80;
+  Header_GetItem(ListView_GetHeader(place.list), column, &item);
+  return Utf8Name(text);
+}
+
+TEST_F(ListTest, SortsBySeveralColumns) {
+  ListPlace& place =
+      OpenList(MakeRows(5, {{"b", "x", "2"}, {"a", "y", "1"}, {"b", "x", "1"}, {"a", "x", "3"}}));
+  const auto click = [&](int column, bool add) {
+    OnHeaderClick(place, column, add);
+    Finish(place);
+  };
+  click(1, true);  // the first one, with Shift or without
+  click(0, true);
+  click(2, true);
+  EXPECT_EQ(Column(place, 2), (Texts{"3", "1", "2", "1"}));
+  EXPECT_EQ(TitleShown(place, 1), "Value (1)");
+  EXPECT_EQ(TitleShown(place, 2), "Data (3)");
+  click(0, true);  // turns that one alone
+  EXPECT_EQ(Column(place, 2), (Texts{"1", "2", "3", "1"}));
+  EXPECT_EQ(ArrowOf(place, 0), HDF_SORTDOWN);
+  EXPECT_EQ(ArrowOf(place, 1), HDF_SORTUP);
+  click(2, false);
+  EXPECT_EQ(Column(place, 2), (Texts{"1", "1", "2", "3"}));
+  EXPECT_EQ(TitleShown(place, 1), "Value");
+  EXPECT_EQ(ArrowOf(place, 1), 0);
 }
 
 TEST_F(ListTest, SortCommandsAndSelection) {

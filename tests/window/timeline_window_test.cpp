@@ -70,7 +70,7 @@ TEST_F(TimelineWindowTest, FilteredRowsAreSortedSelectedAndSavedAlone) {
   EXPECT_EQ(Column(place, 0), (Texts{"b 1", "c 1", "d 1"}));
   EXPECT_EQ(Selected(place), Texts{"c 1"});
   EXPECT_EQ(PartText(place, 2), "Number of Items : 3 of 4");
-  ASSERT_TRUE(SortList(place, {0, SortMode::kText, true}));
+  ASSERT_TRUE(SortList(place, {{0, SortMode::kText, true}}));
   Finish(place);
   EXPECT_EQ(Column(place, 0), (Texts{"d 1", "c 1", "b 1"}));
   EXPECT_EQ(Selected(place), Texts{"c 1"});

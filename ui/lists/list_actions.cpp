@@ -77,6 +77,39 @@ bool GoToRow(const ListPlace& place, uint32_t row, uint32_t position) {
   return bytes && OpenRawView(*place.owner, position) != nullptr;
 }
 
+constexpr std::string_view kHashLine = "SHA-256: ";
+
+// What the head of a loaded list says of the file that it is of; empty when it says nothing.
+std::string HashIn(const std::vector<std::string>& lines) {
+  for (const std::string& line : lines) {
+    if (line.starts_with(kHashLine)) return line.substr(kHashLine.size());
+  }
+  return {};
+}
+
+bool IsOfOtherFile(const ListPlace& place) {
+  const std::string listed = HashIn(HeadLinesOf(*place.model));
+  const std::string& shown = place.owner->hive.hashing.hashes.hive;
+  return !listed.empty() && !shown.empty() && listed != shown;
+}
+
+// By the path that the row has, as a file keeps no positions.
+void GoToPathOfRow(const ListPlace& place, uint32_t row) {
+  MainWindow& window = *place.owner;
+  const std::string path(KeyPathOfRow(*place.model, row));
+  const uint32_t item = FindItemByPath(ShownHive(window), *window.hive.tree, path);
+  if (item == kNoItem || window.hive.tree->items[item].hidden) {
+    const std::string text = "The hive has no key " + path + " !";
+    ShowMessage(text.c_str(), kProgramName, Icon::kInformation);
+    return;
+  }
+  if (window.layout.arrangement == kOutputArrangement) ShowArrangement(window, kKeysArrangement);
+  SelectItem(window.tree, item);
+  SetFocus(window.tree.window);
+  SetForegroundWindow(window.handle);
+  if (IsOfOtherFile(place)) ShowPassingStatus(place, " The list was made of another file.");
+}
+
 }  // namespace
 
 void OnClearList(ListPlace& place) { EmptyList(place); }
@@ -97,6 +130,7 @@ void OnCloseList(ListPlace& place) {
 
 void OnGoToTree(ListPlace& place) {
   const uint32_t row = ModelRow(place, static_cast<uint32_t>(FocusedRow(place)));
+  if (!RowHasDatum(*place.model, row)) return GoToPathOfRow(place, row);
   if (GoToRow(place, row, FocusedPosition(place))) return;
   const Host& host = CurrentHost();
   host.beep(host.context);

@@ -22,6 +22,13 @@ bool HasPosition(const ListPlace& place) {
          RowHasDatum(*place.model, ModelRow(place, static_cast<uint32_t>(focused)));
 }
 
+bool HasPath(const ListPlace& place) {
+  const int focused = FocusedRow(place);
+  if (focused < 0 || !place.loaded || place.owner->hive.slot < 0) return false;
+  const uint32_t row = ModelRow(place, static_cast<uint32_t>(focused));
+  return IsOfHive(ListKindOf(*place.model)) && !KeyPathOfRow(*place.model, row).empty();
+}
+
 // Of the file shown, and with logs that can be applied to it.
 bool HasEntry(const ListPlace& place) {
   const int focused = FocusedRow(place);
@@ -33,7 +40,8 @@ bool HasEntry(const ListPlace& place) {
 }
 
 bool NeedsPosition(ListNeeds needs) {
-  return needs == ListNeeds::kFocus || needs == ListNeeds::kRoots || needs == ListNeeds::kEntry;
+  return needs == ListNeeds::kFocus || needs == ListNeeds::kKeyOfRow ||
+         needs == ListNeeds::kRoots || needs == ListNeeds::kEntry;
 }
 
 // A worker's result that was not taken yet counts as its work. Without `with_position` that fact is
@@ -49,6 +57,7 @@ ListFacts FactsOfPlace(const ListPlace& place, bool with_position) {
   facts.rows = ShownRowCount(place) != 0;
   facts.row_selected = facts.rows && HasSelection(place);
   facts.position = with_position && facts.rows && HasPosition(place);
+  facts.path = with_position && facts.rows && HasPath(place);
   facts.entry = with_position && facts.rows && HasEntry(place);
   facts.source = !ListSource(*place.model).empty();
   facts.evidence = place.owner->host.evidence;

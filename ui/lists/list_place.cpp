@@ -123,8 +123,9 @@ void EmptyControl(ListPlace& place) {
 void ForgetOrder(ListPlace& place) {
   place.rows = RowsShown();
   place.sorted_column = -1;
+  place.sort_keys.clear();
   place.descending.fill(false);
-  ShowSortArrow(place, -1, false);
+  ShowSortArrows(place);
 }
 
 // Changes which rows are shown, or their order. The control knows rows by their places.
@@ -192,6 +193,7 @@ void ShowList(ListPlace& place, OutputListPtr list, const std::vector<int>& widt
   place.model = std::move(list);
   place.again = nullptr;
   place.asked.clear();
+  place.loaded = false;
   place.keys.clear();
   ForgetOrder(place);
   SetTitles(place.list, *place.model);
@@ -295,14 +297,26 @@ void ShowAllRows(ListPlace& place) {
   PlaceChanged(place);
 }
 
-void ShowSortArrow(const ListPlace& place, int column, bool descending) {
+void ShowSortArrows(const ListPlace& place) {
   const HWND header = ListView_GetHeader(place.list);
-  for (int at = 0; at < ColumnCount(place.list); ++at) {
+  const std::vector<SortRequest>& keys = place.sort_keys;
+  const int columns = std::min(ColumnCount(place.list), ColumnCount(*place.model));
+  for (int at = 0; at < columns; ++at) {
+    const auto key = std::ranges::find_if(keys, [at](const SortRequest& request) {
+      return request.column == at && request.mode != SortMode::kIcon;
+    });
+    std::string title = ColumnTitle(*place.model, at);
+    if (key != keys.end() && keys.size() > 1) {
+      title += Concat({" (", Decimal(key - keys.begin() + 1), ")"});
+    }
+    std::wstring text = WindowText(title);
     HDITEMW item{};
     item.mask = HDI_FORMAT;
     Header_GetItem(header, at, &item);
+    item.mask |= HDI_TEXT;
+    item.pszText = text.data();
     item.fmt &= ~(HDF_SORTUP | HDF_SORTDOWN);
-    if (at == column) item.fmt |= descending ? HDF_SORTDOWN : HDF_SORTUP;
+    if (key != keys.end()) item.fmt |= key->descending ? HDF_SORTDOWN : HDF_SORTUP;
     Header_SetItem(header, at, &item);
   }
 }

@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "lists/list_order.h"
 #include "lists/list_writers.h"
 #include "lists/output_list.h"
 #include "lists/rows_shown.h"
@@ -29,6 +30,8 @@ struct ListPlace {
   OutputListPtr model;     // never null once the control is made
   RowsShown rows;          // which of the model's, and in which order
   int sorted_column = -1;  // by a click; -1: none
+  std::vector<SortRequest> sort_keys;  // columns of the order, the first one foremost
+  bool loaded = false;                 // from a file: rows lead to keys by their paths
   std::array<bool, kMaxColumns> descending{};
   ListFilter filter;
   PendingSelection selecting;
@@ -84,8 +87,8 @@ void ShowChosenRows(ListPlace& place, std::vector<bool> chosen);
 // The same for rows that were added last, which were not shown as yet.
 void ShowAddedRows(ListPlace& place, uint32_t from, const std::vector<bool>& chosen);
 void ShowAllRows(ListPlace& place);
-// The arrow in the header; -1 for none.
-void ShowSortArrow(const ListPlace& place, int column, bool descending);
+// The arrows in the header, with numbers where several columns make the order.
+void ShowSortArrows(const ListPlace& place);
 
 // What a command writes of a list: its selected rows, or all in the order shown.
 struct RowChoice {

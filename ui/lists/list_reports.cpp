@@ -80,6 +80,7 @@ void ShowReportHead(ListPlace& place, const std::shared_ptr<ReportJob>& job) {
   ReportFailure(*job);
   if (job->read != ReportRead::kDone || job->head.columns.empty()) return;
   ShowList(place, MakeListOfHead(job->head), job->head.widths);
+  place.loaded = true;
   LoadRows(place, job);
 }
 

@@ -44,20 +44,24 @@ struct StopQuestion {
 // The worker's own copy of the order, sorted in place of the one that is shown meanwhile.
 struct SortJob {
   std::vector<uint32_t> rows;
-  SortRequest request;
+  std::vector<SortRequest> keys;  // the first one foremost; not empty
 };
 
 void RunSort(const OutputList& list, SortJob& job) {
   StopQuestion question;
-  job.rows = SortRows(list, job.rows, job.request, [&question] { return question(); });
+  // Rows that a column does not tell apart keep the order of the columns after it.
+  for (size_t key = job.keys.size(); key-- > 0;) {
+    job.rows = SortRows(list, job.rows, job.keys[key], [&question] { return question(); });
+  }
 }
 
 void ShowSorted(ListPlace& place, SortJob& job) {
   ShowPlaceStatus(place, "");
   ShowInOrder(place, std::move(job.rows));
-  const bool by_column = job.request.mode != SortMode::kIcon;
-  place.sorted_column = by_column ? job.request.column : -1;
-  ShowSortArrow(place, place.sorted_column, job.request.descending);
+  const SortRequest& foremost = job.keys.front();
+  place.sorted_column = foremost.mode != SortMode::kIcon ? foremost.column : -1;
+  place.sort_keys = std::move(job.keys);
+  ShowSortArrows(place);
 }
 
 // The column of key paths.
@@ -71,7 +75,23 @@ int KeyColumn(const OutputList& list) {
 void SortBy(ListPlace& place, int column, SortMode mode) {
   bool& descending = place.descending[static_cast<size_t>(column)];
   const bool turned = descending != (place.sorted_column == column);
-  if (SortList(place, {column, mode, turned})) descending = turned;
+  if (SortList(place, {{column, mode, turned}})) descending = turned;
+}
+
+// One more column of the order, the last; one that is there already is turned.
+void SortAlsoBy(ListPlace& place, int column) {
+  std::vector<SortRequest> keys = place.sort_keys;
+  std::erase_if(keys, [](const SortRequest& key) { return key.mode == SortMode::kIcon; });
+  if (keys.empty()) return SortBy(place, column, SortModeOfColumn(*place.model, column));
+  bool& descending = place.descending[static_cast<size_t>(column)];
+  const auto there = std::ranges::find(keys, column, &SortRequest::column);
+  bool turned = descending;
+  if (there != keys.end()) {
+    turned = there->descending = !there->descending;
+  } else {
+    keys.push_back({column, SortModeOfColumn(*place.model, column), descending});
+  }
+  if (SortList(place, std::move(keys))) descending = turned;
 }
 
 }  // namespace
@@ -81,8 +101,8 @@ EscapeKey& TheEscapeKey() {
   return key;
 }
 
-bool SortList(ListPlace& place, const SortRequest& request) {
-  const auto job = std::make_shared<SortJob>(SortJob{AllRows(place), request});
+bool SortList(ListPlace& place, std::vector<SortRequest> keys) {
+  const auto job = std::make_shared<SortJob>(SortJob{AllRows(place), std::move(keys)});
   const OutputList& list = *place.model;
   if (!StartListWork(
           place, kOperationSort, [&list, job] { RunSort(list, *job); },
@@ -95,9 +115,10 @@ bool SortList(ListPlace& place, const SortRequest& request) {
   return true;
 }
 
-void OnHeaderClick(ListPlace& place, int column, bool by_length) {
+void OnHeaderClick(ListPlace& place, int column, bool add) {
   if (column < 0 || column >= ColumnCount(*place.model) || ShownRowCount(place) == 0) return;
-  SortBy(place, column, by_length ? SortMode::kLength : SortModeOfColumn(*place.model, column));
+  if (add) return SortAlsoBy(place, column);
+  SortBy(place, column, SortModeOfColumn(*place.model, column));
 }
 
 SortRequest FirstColumnRequest(const OutputList& list) {
@@ -109,15 +130,15 @@ void SortNewList(ListPlace& place) {
   if (!TheSettings().options.sort_new_lists || count < 2) return;
   const SortRequest request = FirstColumnRequest(*place.model);
   if (count > kQuickSort) {
-    SortList(place, request);
+    SortList(place, {request});
     return;
   }
-  SortJob job{AllRows(place), request};
+  SortJob job{AllRows(place), {request}};
   job.rows = SortRows(*place.model, job.rows, request, [] { return false; });
   ShowSorted(place, job);
 }
 
-void OnSortByType(ListPlace& place) { SortList(place, {0, SortMode::kIcon, false}); }
+void OnSortByType(ListPlace& place) { SortList(place, {{0, SortMode::kIcon, false}}); }
 
 void OnSortByLength(ListPlace& place) {
   SortBy(place, std::max(place.sorted_column, 0), SortMode::kLength);

@@ -13,10 +13,11 @@ struct EscapeKey {
 EscapeKey& TheEscapeKey();
 
 // A click on a column's header: sorts by it, the other way round when the list was sorted by it
-// last. With `by_length` the length of its texts counts.
-void OnHeaderClick(ListPlace& place, int column, bool by_length);
-// Sorts on a worker; false while one is at work.
-bool SortList(ListPlace& place, const SortRequest& request);
+// last. With `add` rows that the columns of the order do not tell apart are sorted by it, or it is
+// turned where it is one of these.
+void OnHeaderClick(ListPlace& place, int column, bool add);
+// Sorts on a worker, by the first key foremost; false while one is at work.
+bool SortList(ListPlace& place, std::vector<SortRequest> keys);
 // What a filled list is put in order by: its first column.
 SortRequest FirstColumnRequest(const OutputList& list);
 // Puts a list that was just filled in order, if the settings want that.

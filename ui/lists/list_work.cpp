@@ -69,7 +69,8 @@ void ShowFilled(ListPlace& place, FillResult& result) {
   ListChanged(place);
   ShowInOrder(place, std::move(result.order));
   place.sorted_column = result.request.column;
-  ShowSortArrow(place, place.sorted_column, false);
+  place.sort_keys = {result.request};
+  ShowSortArrows(place);
 }
 
 }  // namespace
