@@ -205,7 +205,11 @@ bool WriteJsonLines(const OutputList& list, const HiveImage* hive, const TextSin
 
 }  // namespace
 
-bool WriteListJsonLines(const OutputList& list, const TextSink& sink, const WrittenRows& which) {
+bool WriteListJsonLines(const OutputList& list, const TextSink& sink) {
+  return WriteJsonLines(list, nullptr, sink, {});
+}
+
+bool WriteRowsJsonLines(const OutputList& list, const WrittenRows& which, const TextSink& sink) {
   return WriteJsonLines(list, nullptr, sink, which);
 }
 

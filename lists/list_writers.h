@@ -75,8 +75,8 @@ bool WriteListTabbed(const OutputList& list, const WrittenRows& which, const Tex
 bool WriteListHtml(const OutputList& list, const WrittenRows& which, const TextSink& sink);
 // One object a row: the column titles as keys, then "Offset", "LastWrite", "Path", "Name" and
 // "Bytes" as far as the row has them.
-bool WriteListJsonLines(const OutputList& list, const TextSink& sink,
-                        const WrittenRows& which = {});
+bool WriteListJsonLines(const OutputList& list, const TextSink& sink);
+bool WriteRowsJsonLines(const OutputList& list, const WrittenRows& which, const TextSink& sink);
 // The same of a list whose rows speak of a hive's records: their positions are those in its file.
 bool WriteHiveJsonLines(const OutputList& list, const HiveImage& hive, const TextSink& sink,
                         const WrittenRows& which = {});

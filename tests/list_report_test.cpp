@@ -66,7 +66,7 @@ TEST(ReportFile, HeadComesBackAndOldFilesHaveNone) {
   SetListHead(*list, head);
   const std::string with = Report(*list, {"Key Dates", {120, 300, 90}, "then"});
   lines[2].resize(500);
-  lines.resize(12);
+  lines.resize(16);
   for (const std::string& text : {without, with}) {
     ReportHead read;
     ASSERT_EQ(ParseReportHead(text, read), ReportRead::kDone);

@@ -61,7 +61,7 @@ TEST(ListTablesTest, TabbedHtmlAndChosenRows) {
   which.listed = true;
   which.lines = lines;
   EXPECT_EQ(Written([&](const TextSink& sink) { return WriteListTabbed(*list, which, sink); }),
-            "Key\tValue\tError\r\na\tb\n<td>\t=v\te,rr\r\none\t=v\te,rr\r\n");
+            "Key\tValue\tError\r\na\\u{9}b\\u{A}<td>\t=v\te,rr\r\none\t=v\te,rr\r\n");
   const std::string page =
       Written([&](const TextSink& sink) { return WriteListHtml(*list, which, sink); });
   for (const char* part :
@@ -77,8 +77,8 @@ TEST(ListTablesTest, TabbedHtmlAndChosenRows) {
             }),
             "Key,Value,Error\r\none,'=v,\"e,rr\"\r\n");
   EXPECT_EQ(Written([&](const TextSink& sink) {
-              return WriteListJsonLines(*list, sink,
-                                        {.rows = std::span(rows).last(1), .listed = true});
+              return WriteRowsJsonLines(*list, {.rows = std::span(rows).last(1), .listed = true},
+                                        sink);
             }),
             "{\"Key\":\"one\",\"Value\":\"=v\",\"Error\":\"e,rr\",\"Offset\":0}\n");
 }

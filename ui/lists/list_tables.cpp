@@ -47,7 +47,7 @@ bool WriteTable(const OutputList& list, const TableJob& job, const TextSink& sin
       return sink(kUtf8Mark) && WriteListCsvAs(list, {.safe = true}, sink, which);
     case TableForm::kJsonLines:
       return job.hive != nullptr ? WriteHiveJsonLines(list, *job.hive, sink, which)
-                                 : WriteListJsonLines(list, sink, which);
+                                 : WriteRowsJsonLines(list, which, sink);
     case TableForm::kHtml:
       return WriteListHtml(list, which, sink);
     case TableForm::kTabbed:
