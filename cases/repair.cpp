@@ -9,6 +9,7 @@
 #include "cases/tree_content.h"
 #include "check/check.h"
 #include "hive/hive_table.h"
+#include "hive/kept_table.h"
 #include "hive/opening.h"
 #include "host/evidence.h"
 #include "host/files.h"
@@ -27,19 +28,9 @@ class Reopened {
  public:
   explicit Reopened(const std::string& name) {
     HiveTable& table = TheHiveTable();
-    const uint32_t start = std::exchange(table.start_offset, 0);
-    const uint32_t end = std::exchange(table.end_offset, 0);
-    const LogChoice logs = std::exchange(table.logs, LogChoice{LogMode::kNone, {}, false, 0});
-    const std::string folder = table.current_folder;
-    const std::string file = table.current_file;
-    const int current = table.current;
+    table.start_offset = table.end_offset = 0;
+    table.logs = LogChoice{LogMode::kNone, {}, false, 0};
     slot_ = OpenHive(name);
-    table.start_offset = start;
-    table.end_offset = end;
-    table.logs = logs;
-    table.current_folder = folder;
-    table.current_file = file;
-    table.current = current;
     if (slot_ < 0) return;
     BuildOptions options;
     options.disconnected_values = false;
@@ -58,6 +49,7 @@ class Reopened {
   const KeyTree& tree() const { return tree_; }
 
  private:
+  const KeptHiveTable kept_;
   int slot_ = -1;
   bool read_ = false;
   KeyTree tree_;

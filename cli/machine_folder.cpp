@@ -64,7 +64,7 @@ struct Machine {
   std::vector<SourceFile> sources;
   OutputListPtr files;     // a row each hive and log
   OutputListPtr problems;  // a row each thing that could not be read
-  OutputListPtr overview;
+  MachineOverview overview;
   std::vector<Part> parts;  // check, then the decoders
   Timeline timeline;
   std::vector<WrittenFile> written;
@@ -138,25 +138,6 @@ void AddFileRow(Machine& machine, const SourceFile& source, const OpenedHive& op
              kNoOffset);
 }
 
-// Facts that no hive has told yet are told by later ones; what none tells is said at the end.
-void AddOverview(Machine& machine, const OpenedHive& opened, const SourceFile& source,
-                 std::map<std::string, std::string>& missing) {
-  constexpr int kFile = 3;
-  const MachineHive given = {opened.hive, &opened.tree};
-  const OutputListPtr list = ListMachine(std::span(&given, 1));
-  for (uint32_t row = 0; row < RowCount(*list); ++row) {
-    const std::string fact(CellText(*list, row, 0));
-    if (CellText(*list, row, kFile).empty()) {
-      std::string& note = missing[fact];
-      const std::string said(CellText(*list, row, 2));
-      if (note.empty() || said.starts_with("not in")) note = said;
-      continue;
-    }
-    ReplaceCell(*list, row, kFile, source.label);
-    AddRowOf(*machine.overview, *list, row);
-  }
-}
-
 bool OpenOne(Machine& machine, const SourceFile& source, OpenedHive& opened) {
   FileToOpen file = FileOf(machine.request, source.name);
   file.named = true;
@@ -176,8 +157,7 @@ bool OpenOne(Machine& machine, const SourceFile& source, OpenedHive& opened) {
 
 using Writers = std::vector<std::unique_ptr<PartWriter>>;
 
-void AddHive(Machine& machine, const SourceFile& source, Writers& writers,
-             std::map<std::string, std::string>& missing) {
+void AddHive(Machine& machine, const SourceFile& source, Writers& writers) {
   OpenedHive opened;
   if (!OpenOne(machine, source, opened)) {
     machine.status = kExitUnreadable;
@@ -197,7 +177,7 @@ void AddHive(Machine& machine, const SourceFile& source, Writers& writers,
     RunDecoder(decoder, hive, opened.tree, 0, *list);
     AddToPart(machine, *writers[i + 1], source, hive, std::move(list));
   }
-  AddOverview(machine, opened, source, missing);
+  AddToOverview(machine.overview, {opened.hive, &opened.tree}, source.label);
   TimelineHive about;
   about.path = about.label = source.label;
   NameMachine(hive, opened.tree, about);
@@ -230,12 +210,12 @@ void MakeParts(Machine& machine) {
   machine.files = with_columns(
       {"File", "Kind", "Root", "User", "State", "Structure", "Keys", "Length", "SHA-256"});
   machine.problems = with_columns({"File", "What"});
-  machine.overview = MakeOutputList(kListMachine);
+  machine.overview = BeginOverview();
 }
 
 void ReadSources(Machine& machine) {
   const std::string& folder = machine.request.hive;
-  const FolderFiles found = FindInFolder(folder);
+  const HivesOfFolder found = FindHivesOfFolder(folder);
   const auto label_of = [&folder](const std::string& name) {
     std::error_code error;
     const std::u8string label =
@@ -268,7 +248,6 @@ void ReadAll(Machine& machine) {
   for (Part& part : machine.parts) {
     writers.push_back(std::make_unique<PartWriter>(part, machine.printing));
   }
-  std::map<std::string, std::string> missing;
   size_t done = 0;
   for (const SourceFile& source : machine.sources) {
     if (StopRequested()) return;
@@ -277,7 +256,7 @@ void ReadAll(Machine& machine) {
     }
     ++done;
     if (!source.log) {
-      AddHive(machine, source, writers, missing);
+      AddHive(machine, source, writers);
       continue;
     }
     HiveLog log;
@@ -288,12 +267,7 @@ void ReadAll(Machine& machine) {
         kNoOffset);
   }
   ResetHiveTable();
-  for (uint32_t row = 0; row < RowCount(*machine.overview); ++row) {
-    missing.erase(std::string(CellText(*machine.overview, row, 0)));
-  }
-  for (const auto& [fact, note] : missing) {
-    AddListRow(*machine.overview, {fact, "", note, "", "", "", "", ""}, kNoOffset);
-  }
+  EndOverview(machine.overview);
   SortTimeline(machine.timeline);
 }
 
@@ -369,7 +343,7 @@ std::vector<HtmlSection> SectionsOf(Machine& machine, const std::string& ending)
   sections.push_back(
       SectionOf("files", "Files and their hashes", std::move(machine.files), "files" + ending));
   sections.push_back(
-      SectionOf("overview", "The machine", std::move(machine.overview), "overview" + ending));
+      SectionOf("overview", "The machine", std::move(machine.overview.list), "overview" + ending));
   for (size_t i = 1; i < machine.parts.size(); ++i) {
     sections.push_back(std::move(machine.parts[i].section));
   }
@@ -431,7 +405,7 @@ bool WriteAll(Machine& machine) {
   const std::string ending = EndingOf(machine);
   const Printing& printing = machine.printing;
   bool good = WriteText(machine, "files" + ending, TextOfList(*machine.files, printing)) &&
-              WriteText(machine, "overview" + ending, TextOfList(*machine.overview, printing));
+              WriteText(machine, "overview" + ending, TextOfList(*machine.overview.list, printing));
   for (size_t i = 0; good && i < machine.parts.size(); ++i) {
     good = WriteText(machine, machine.parts[i].section.whole, machine.parts[i].text);
   }

@@ -59,7 +59,7 @@ std::vector<std::string> FilesOf(const ManyFiles& many, std::vector<UnreadPlace>
     }
   }
   for (const std::string& folder : many.folders) {
-    FolderFiles found = FindInFolder(folder);
+    HivesOfFolder found = FindHivesOfFolder(folder);
     files.insert(files.end(), found.hives.begin(), found.hives.end());
     unread.insert(unread.end(), found.unread.begin(), found.unread.end());
   }

@@ -38,7 +38,7 @@ std::vector<std::string> FilesOf(const ConsoleRequest& request, std::string& key
     }
   }
   for (const std::string& folder : request.timeline.folders) {
-    FolderFiles found = FindInFolder(folder);
+    HivesOfFolder found = FindHivesOfFolder(folder);
     files.insert(files.end(), found.hives.begin(), found.hives.end());
     unread.insert(unread.end(), found.unread.begin(), found.unread.end());
   }

@@ -435,4 +435,31 @@ OutputListPtr ListMachine(std::span<const MachineHive> hives) {
   return list;
 }
 
+MachineOverview BeginOverview() { return {MakeOutputList(kListMachine), {}}; }
+
+void AddToOverview(MachineOverview& overview, const MachineHive& hive, const std::string& label) {
+  constexpr int kFile = 3;
+  const OutputListPtr list = ListMachine(std::span(&hive, 1));
+  for (uint32_t row = 0; row < RowCount(*list); ++row) {
+    const std::string fact(CellText(*list, row, 0));
+    if (CellText(*list, row, kFile).empty()) {
+      std::string& note = overview.missing[fact];
+      const std::string said(CellText(*list, row, 2));
+      if (note.empty() || said.starts_with("not in")) note = said;
+      continue;
+    }
+    ReplaceCell(*list, row, kFile, label);
+    AddRowOf(*overview.list, *list, row);
+  }
+}
+
+void EndOverview(MachineOverview& overview) {
+  for (uint32_t row = 0; row < RowCount(*overview.list); ++row) {
+    overview.missing.erase(std::string(CellText(*overview.list, row, 0)));
+  }
+  for (const auto& [fact, note] : overview.missing) {
+    AddListRow(*overview.list, {fact, "", note, "", "", "", "", ""}, kNoOffset);
+  }
+}
+
 }  // namespace hivequarry

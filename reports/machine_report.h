@@ -4,7 +4,9 @@
 // (hive/root_evidence.h), or by the root path that the user has given them.
 #pragma once
 
+#include <map>
 #include <span>
+#include <string>
 
 #include "hive/key_tree.h"
 #include "lists/output_list.h"
@@ -19,5 +21,15 @@ struct MachineHive {
 // names the hive that would. The datum of a row is the position of its key, in the row's own hive.
 // Ends early when the user stops.
 OutputListPtr ListMachine(std::span<const MachineHive> hives);
+
+// The same of hives of which only one is open at a time: facts are added hive by hive, and what
+// none of them tells is said at the end.
+struct MachineOverview {
+  OutputListPtr list;                          // kListMachine; its files are the labels
+  std::map<std::string, std::string> missing;  // by fact: who would tell
+};
+MachineOverview BeginOverview();
+void AddToOverview(MachineOverview& overview, const MachineHive& hive, const std::string& label);
+void EndOverview(MachineOverview& overview);
 
 }  // namespace hivequarry

@@ -110,6 +110,9 @@ namespace hivequarry {
   One(kCommandFreedInTree, 9089)        \
   One(kCommandMachine, 9090)            \
   One(kCommandCompareHive, 9091)        \
+  One(kCommandSaveRepaired, 9092)       \
+  One(kCommandCarve, 9093)              \
+  One(kCommandOpenMachine, 9094)        \
   Range(kCommandRecentHive, 9101, 7)    \
   Range(kCommandDecoder, 9130, 60)      \
   One(kCommandListSelectAll, 9201)      \

@@ -5,6 +5,7 @@
 #include "app/opening_words.h"
 #include "cases/script_hive.h"
 #include "hive/hive_table.h"
+#include "hive/kept_table.h"
 #include "hive/timestamp.h"
 #include "host/long_operation.h"
 #include "host/number_text.h"
@@ -17,28 +18,6 @@
 
 namespace hivequarry {
 namespace {
-
-// The table says which hive is shown; that of B is not.
-struct KeptTable {
-  int current = TheHiveTable().current;
-  std::string folder = TheHiveTable().current_folder;
-  std::string file = TheHiveTable().current_file;
-  std::string long_root = TheHiveTable().default_long_root;
-  std::string short_root = TheHiveTable().default_short_root;
-  uint32_t handle = TheHiveTable().default_root_handle;
-  KeptTable() = default;
-  KeptTable(const KeptTable&) = delete;
-  KeptTable& operator=(const KeptTable&) = delete;
-  ~KeptTable() {
-    HiveTable& table = TheHiveTable();
-    table.current = current;
-    table.current_folder = std::move(folder);
-    table.current_file = std::move(file);
-    table.default_long_root = std::move(long_root);
-    table.default_short_root = std::move(short_root);
-    table.default_root_handle = handle;
-  }
-};
 
 bool OpenScriptB(ComparedHives& hives, const CompareWish& wish) {
   ScriptHive script = OpenScript(wish.file);
@@ -134,7 +113,7 @@ std::shared_ptr<ComparedHives> CompareWithFile(const HiveImage& a, const KeyTree
                                                const ImageSummary& summary_a,
                                                const CompareWish& wish) {
   auto hives = std::make_shared<ComparedHives>(a, tree_a);
-  const KeptTable kept;
+  const KeptHiveTable kept;  // A is the hive shown
   if (!wish.key_a.empty()) {
     hives->item_a = FindItemByPath(a, tree_a, WithControlSet(a, tree_a, wish.key_a));
   }

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "ui/commands/bookmarks_dialog.h"
+#include "ui/commands/case_commands.h"
 #include "ui/commands/edit_commands.h"
 #include "ui/commands/export_commands.h"
 #include "ui/commands/handlers.h"
@@ -45,6 +46,9 @@ constexpr CommandRoute kRoutes[] = {
     {kCommandHiveRoot, OnHiveRoot},
     {kCommandHiveState, OnHiveState},
     {kCommandCheckStructure, OnCheckStructure},
+    {kCommandSaveRepaired, OnSaveRepaired},
+    {kCommandCarve, OnCarve},
+    {kCommandOpenMachine, OnOpenMachine},
     {kCommandLogsNone, OnLogsNone},
     {kCommandLogsAuto, OnLogsAuto},
     {kCommandLogsChosen, OnLogsChosen},

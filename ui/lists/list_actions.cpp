@@ -1,5 +1,7 @@
 #include "ui/lists/list_actions.h"
 
+#include <algorithm>
+#include <filesystem>
 #include <memory>
 
 #include "app/list_words.h"
@@ -14,6 +16,7 @@
 #include "reports/freed_find.h"
 #include "ui/lists/list_work.h"
 #include "ui/lists/raw_view.h"
+#include "ui/main/loading.h"
 #include "ui/main/main_window.h"
 #include "view/list_commands.h"
 #include "view/tree_find.h"
@@ -59,8 +62,37 @@ bool IsStillThere(const ListPlace& place, uint32_t row, uint32_t position) {
                                 CellText(*place.model, row, kKeyColumn);
 }
 
+// Of what a hive can be; 0 for what can't be looked at.
+uint32_t LengthOfFile(const std::string& name) {
+  std::error_code error;
+  const auto size = std::filesystem::file_size(FilePath(name), error);
+  return error ? 0 : static_cast<uint32_t>(std::min<uintmax_t>(size, UINT32_MAX));
+}
+
+bool OpenFileOfRow(const ListPlace& place, const RowFile& file) {
+  if (file.name.empty()) {
+    if (ListKindOf(*place.model) == kListCarved) {
+      ShowPassingStatus(place, "Not one stretch below 4 GiB: carve it as a file first.");
+    }
+    return false;
+  }
+  MainWindow& window = *place.owner;
+  const bool whole = file.end == 0;
+  if (window.hive.slot < 0 || (whole && file.key == kNoOffset)) {
+    OpenNamedFile(window, file.name, file.start, file.end, file.key);
+    return true;
+  }
+  // The hive shown stays; a copy of the program is told the range.
+  const uint32_t end = whole ? LengthOfFile(file.name) : file.end;
+  LaunchSelf(file.key == kNoOffset ? RangeArguments(FullName(file.name), file.start, end)
+                                   : KeyArguments(FullName(file.name), file.start, end, file.key),
+             kLaunchPlain);
+  return true;
+}
+
 // The tree has no item for a freed record: its bytes are shown instead.
 bool GoToRow(const ListPlace& place, uint32_t row, uint32_t position) {
+  if (row < place.files.size()) return OpenFileOfRow(place, place.files[row]);
   if (ListKindOf(*place.model) == kListLogChanges && !IsStillThere(place, row, position)) {
     return false;
   }
@@ -73,7 +105,8 @@ bool GoToRow(const ListPlace& place, uint32_t row, uint32_t position) {
     SetForegroundWindow(place.owner->handle);
     return true;
   }
-  const bool bytes = IsFreedRow(*place.model, row) || ListKindOf(*place.model) == kListTimeline;
+  const int kind = ListKindOf(*place.model);
+  const bool bytes = IsFreedRow(*place.model, row) || kind == kListTimeline || kind == kListRepair;
   return bytes && OpenRawView(*place.owner, position) != nullptr;
 }
 

@@ -18,8 +18,11 @@ namespace {
 
 bool HasPosition(const ListPlace& place) {
   const int focused = FocusedRow(place);
-  return focused >= 0 && place.owner->hive.slot >= 0 &&
-         RowHasDatum(*place.model, ModelRow(place, static_cast<uint32_t>(focused)));
+  if (focused < 0) return false;
+  const uint32_t row = ModelRow(place, static_cast<uint32_t>(focused));
+  // A row about a file leads to that, whatever hive is shown.
+  if (!place.files.empty()) return row < place.files.size();
+  return place.owner->hive.slot >= 0 && RowHasDatum(*place.model, row);
 }
 
 bool HasPath(const ListPlace& place) {

@@ -21,6 +21,14 @@ namespace hivequarry {
 struct MainWindow;
 struct ActivityPane;
 
+// A file that a row is about, or a part of one.
+struct RowFile {
+  std::string name;    // UTF-8; empty: nothing that can be opened
+  uint32_t start = 0;  // of the part; 0 and 0 for all of it
+  uint32_t end = 0;
+  uint32_t key = kNoOffset;  // of the part: a key to go to
+};
+
 struct ListPlace {
   MainWindow* owner = nullptr;
   bool pane = false;       // the main window's own list
@@ -39,10 +47,12 @@ struct ListPlace {
   bool columns_touched = false;    // the user's widths stay as they are
   uint32_t fitted_rows = 0;        // of the model when the columns were last made to fit
   std::string last_find;
-  bool find_adds = false;       // what is found joins the selection
-  std::vector<uint32_t> keys;   // by the model's row: position of the key that it belongs to, where
-                                // its own is no key's; may be empty
-  std::function<void()> again;  // makes the rows anew; null where that can't be
+  bool find_adds = false;      // what is found joins the selection
+  std::vector<uint32_t> keys;  // by the model's row: position of the key that it belongs to, where
+                               // its own is no key's; may be empty
+  std::vector<RowFile> files;  // by the model's row: what it opens, where rows are about files; may
+                               // be empty
+  std::function<void()> again;       // makes the rows anew; null where that can't be
   ActivityPane* activity = nullptr;  // the picture over the rows; none in the pane
   bool activity_turned = false;      // it was shown or hidden by the user
   bool filling = false;              // a worker adds rows to the model

@@ -31,6 +31,9 @@ inline constexpr int kOperationSnapshot = 1109;
 inline constexpr int kOperationBackup = 1110;
 inline constexpr int kOperationMount = 1111;
 inline constexpr int kOperationCompare = 1112;
+inline constexpr int kOperationRepair = 1113;
+inline constexpr int kOperationCarve = 1114;
+inline constexpr int kOperationMachine = 1115;
 
 // Runs `work` on a worker thread with the running flag set to `code` and the wait cursor shown;
 // afterwards, the flag clear again, `done` on the interface thread. False when an operation is

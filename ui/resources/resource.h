@@ -184,6 +184,19 @@
 #define kCompareOrder 766
 #define kCompareRecovered 767
 #define kCompareText 768
+#define kCompareIgnore 769
+
+/* case_dialogs.rc */
+#define kRepairRebuilt 780
+#define kRepairReplayed 781
+#define kRepairRecovered 782
+#define kRepairFreed 783
+#define kCarveFile 785
+#define kCarveBrowse 786
+#define kCarveHoles 787
+#define kCarveSave 788
+#define kCarveFolder 789
+#define kCarveFolderBrowse 790
 
 /* backup_dialogs.rc; numbers of boxes and icons go on by the hive */
 #define kBackupHive 7100
