@@ -104,8 +104,9 @@ void GiveHead(const ConsoleRequest& request, const OpenedSide& a, const OpenedSi
 
 int CompareSides(const ConsoleRequest& request, const OpenedSide& a, const OpenedSide& b) {
   HiveDifferences differences;
-  const OutputListPtr list =
-      CompareHives(a.compared(), b.compared(), request.compare.options, differences);
+  HiveCompareOptions options = request.compare.options;
+  options.bytes = request.printing.format == Format::kJsonLines;
+  const OutputListPtr list = CompareHives(a.compared(), b.compared(), options, differences);
   GiveHead(request, a, b, *list);
   Printing printing = request.printing;
   printing.hive = b.hive;

@@ -128,6 +128,14 @@ void AppendJsonFact(const char* key, std::string_view text, std::string& out) {
 // Of lists that have such a column.
 constexpr std::string_view kAccessMember = ",\"Access\":";
 
+// Of a row about two hives the bytes of both, with "|" between them.
+void AppendBytesOfSides(std::string_view bytes, std::string& out) {
+  const size_t bar = bytes.find('|');
+  if (bar == bytes.npos) return;
+  AppendJsonFact(",\"Bytes A\":", bytes.substr(0, bar), out);
+  AppendJsonFact(",\"Bytes B\":", bytes.substr(bar + 1), out);
+}
+
 void WriteJsonRow(const ListShape& shape, const std::vector<std::string>& keys,
                   const HiveImage* hive, uint32_t row, std::string& out) {
   RowTexts cells;
@@ -147,7 +155,11 @@ void WriteJsonRow(const ListShape& shape, const std::vector<std::string>& keys,
   }
   AppendJsonFact(",\"Path\":", facts.path, out);
   AppendJsonFact(",\"Name\":", facts.name, out);
-  AppendJsonFact(",\"Bytes\":", facts.bytes, out);
+  if (ListKindOf(shape.list) == kListHiveCompare) {
+    AppendBytesOfSides(facts.bytes, out);
+  } else {
+    AppendJsonFact(",\"Bytes\":", facts.bytes, out);
+  }
   AppendJsonFact(",\"FromLog\":", facts.from_log, out);
   if (hive != nullptr && facts.of_record) {
     const bool shown = std::ranges::find(keys, kAccessMember) != keys.end();

@@ -60,6 +60,14 @@ SideTexts TextsOfValue(const ComparedSide& side, uint32_t position) {
   return {row.type, row.data, OffsetText(side, position)};
 }
 
+// Hexadecimal; empty for a value that the side lacks, or whose data can't be read.
+std::string HexOfValue(const ComparedSide& side, uint32_t position, DataBudget& budget,
+                       SideValue& last) {
+  if (position == kNoOffset) return {};
+  if (last.value.position != position) ReadSide(side, position, budget, last);
+  return last.read() ? BytesText(last.data) : std::string();
+}
+
 // Items or values that a side lacks are kNoItem and kNoOffset.
 struct Difference {
   std::string what;
@@ -103,12 +111,17 @@ void AddDifference(Comparing& compare, const Difference& row) {
     return;
   }
   const auto& [pairing, item_a, item_b, twin, ignored] = row.pair;
-  const PairWalk& walk = compare.walk;
+  PairWalk& walk = compare.walk;
   const std::string& path =
       item_b != kNoItem ? compare.paths_b.PathOf(item_b) : compare.paths_a.PathOf(item_a);
   SideTexts a{"", row.data_a, ""};
   SideTexts b{"", row.data_b, ""};
   std::string name;
+  std::string bytes;
+  if (row.about_value && walk.options.bytes) {
+    bytes = Concat({HexOfValue(walk.a, row.value.a, walk.budget_a, walk.value_a), "|",
+                    HexOfValue(walk.b, row.value.b, walk.budget_b, walk.value_b)});
+  }
   if (row.about_value) {
     if (row.value.pairing != Pairing::kOnlyB) a = TextsOfValue(walk.a, row.value.a);
     if (row.value.pairing != Pairing::kOnlyA) b = TextsOfValue(walk.b, row.value.b);
@@ -122,9 +135,11 @@ void AddDifference(Comparing& compare, const Difference& row) {
   if (IsRecoveredIn(walk.a, item_a) || IsRecoveredIn(walk.b, item_b)) what += ", recovered";
   const std::string time_a = TimeText(walk.a, item_a);
   const std::string time_b = TimeText(walk.b, item_b);
+  RowFacts facts;
+  facts.bytes = bytes;
   AddListRow(compare.list,
              {what, path, name, a.type, a.data, b.type, b.data, time_a, time_b, a.offset, b.offset},
-             DatumOf(compare, row));
+             DatumOf(compare, row), facts);
 }
 
 // --- the keys as one tree ------------------------------------------------------------------------

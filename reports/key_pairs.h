@@ -34,6 +34,7 @@ struct HiveCompareOptions {
   bool text = false;        // text up to its first zero
   bool order = false;       // the order of values is a difference
   bool lead_to_a = false;   // rows are about A where it has what they are about
+  bool bytes = false;       // rows about values have the bytes of both
   std::vector<IgnorePattern> ignored;
 };
 

@@ -83,6 +83,22 @@ TEST(CompareHivesTest, EveryKindOfDifference) {
 }
 
 // What can't be read is neither equal nor removed.
+TEST(CompareHivesTest, BytesOfBothSidesInJson) {
+  OpenedHive one(BaseHive().Build());
+  OpenedHive two(ChangedHive().Build());
+  HiveCompareOptions options;
+  options.bytes = true;
+  HiveDifferences differences;
+  const OutputListPtr list =
+      CompareHives({one.hive, one.tree}, {two.hive, two.tree}, options, differences);
+  std::string json;
+  WriteListJsonLines(*list, [&json](std::string_view piece) { return json += piece, true; });
+  EXPECT_NE(json.find(",\"Bytes A\":\"63000000\",\"Bytes B\":\"43000000\"}"), std::string::npos)
+      << json;
+  EXPECT_NE(json.find(",\"Bytes A\":\"62000000\"}"), std::string::npos) << "removed alone";
+  EXPECT_EQ(json.find("\"Bytes\":"), std::string::npos);
+}
+
 TEST(CompareHivesTest, UnreadableDataAreNotEqual) {
   BuiltHive damaged = BaseHive().Build();
   damaged.SetU32(damaged.ValuePosition("Values", "long"), field::kValueData, 0x00F00000);

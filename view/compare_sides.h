@@ -21,6 +21,7 @@ struct CompareWish {
   bool without_logs = false;  // B is shown as its file has it
   std::string key_a;          // paths; empty for the roots
   std::string key_b;          // empty: that of A
+  std::string ignored;        // the patterns of `options`, as the user wrote them
   HiveCompareOptions options;
 };
 

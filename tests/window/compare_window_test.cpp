@@ -32,6 +32,7 @@ class CompareWindowTest : public ListTest {
   HWND Compare(const std::string& file) {
     InNextDialog([&file](HWND dialog) {
       Type(dialog, kCompareFile, WideName(file).c_str());
+      Type(dialog, kCompareIgnore, L"");  // the dialog begins with what it had last
       Click(dialog, IDOK);
     });
     Run(kCommandCompareHive);
@@ -97,6 +98,26 @@ TEST_F(CompareWindowTest, OneTreeShowsBothAndLeadsFromDifferenceToDifference) {
   Press(keys, VK_ESCAPE);
   EXPECT_TRUE(PumpUntil([] { return FindWindowW(kCompareClassName, nullptr) == nullptr; }));
   EXPECT_EQ(SlotsTaken(), 1) << "the other hive is closed with its window";
+}
+
+TEST_F(CompareWindowTest, PatternsLeaveBranchesOut) {
+  InNextDialog([this](HWND dialog) {
+    Type(dialog, kCompareFile, WideName(other_->name()).c_str());
+    Type(dialog, kCompareIgnore, L"a\\\\b");
+    EXPECT_FALSE(IsOn(dialog, IDOK)) << "no pattern has an empty name";
+    Type(dialog, kCompareIgnore, L"Go*; both\\*");
+    Click(dialog, IDOK);
+  });
+  Run(kCommandCompareHive);
+  EXPECT_TRUE(PumpUntil([&] { return !window_->work.thread.joinable(); }));
+  const HWND compare = FindWindowW(kCompareClassName, nullptr);
+  ASSERT_NE(compare, nullptr);
+  ListPlace* const list = FindListPlace(FindWindowW(L"HivequarryList", nullptr));
+  ASSERT_NE(list, nullptr);
+  EXPECT_EQ(Column(*list, 0), Texts{"key added"});
+  wchar_t text[200] = L"";
+  SendMessageW(GetDlgItem(compare, kCompareStatus), SB_GETTEXTW, 0, reinterpret_cast<LPARAM>(text));
+  EXPECT_TRUE(std::wstring_view(text).ends_with(L"; 2 rows left out")) << Utf8Name(text);
 }
 
 TEST_F(CompareWindowTest, ScriptsMakeOneOfTheOther) {

@@ -1,5 +1,7 @@
 #include "ui/compare/compare_dialog.h"
 
+#include <algorithm>
+
 #include "ui/dialogs/list_dialogs.h"
 #include "ui/frame/dialog_layout.h"
 #include "ui/frame/modal.h"
@@ -24,10 +26,26 @@ constexpr OptionBox kOptions[] = {{kCompareRecovered, &HiveCompareOptions::recov
                                   {kCompareText, &HiveCompareOptions::text},
                                   {kCompareOrder, &HiveCompareOptions::order}};
 
-// The button is there for a file.
+// Patterns with semicolons between them. False where one of them is none.
+bool ReadPatterns(std::string_view text, std::vector<IgnorePattern>& patterns) {
+  patterns.clear();
+  while (!text.empty()) {
+    const size_t end = std::min(text.find(';'), text.size());
+    std::string_view one = text.substr(0, end);
+    text.remove_prefix(std::min(end + 1, text.size()));
+    while (one.starts_with(' ')) one.remove_prefix(1);
+    while (one.ends_with(' ')) one.remove_suffix(1);
+    if (!one.empty() && !ParseIgnorePattern(one, patterns.emplace_back())) return false;
+  }
+  return true;
+}
+
+// The button is there for a file, and for patterns that are such.
 void Judge(const CompareDialog& state) {
-  const bool named = !ControlFileName(state.dialog, kCompareFile).empty();
-  EnableWindow(GetDlgItem(state.dialog, IDOK), named ? TRUE : FALSE);
+  std::vector<IgnorePattern> patterns;
+  const bool good = !ControlFileName(state.dialog, kCompareFile).empty() &&
+                    ReadPatterns(ControlText(state.dialog, kCompareIgnore), patterns);
+  EnableWindow(GetDlgItem(state.dialog, IDOK), good ? TRUE : FALSE);
 }
 
 INT_PTR OnStart(CompareDialog& state) {
@@ -37,6 +55,7 @@ INT_PTR OnStart(CompareDialog& state) {
   show(kCompareFile, state.wish.file);
   show(kCompareKeyA, state.wish.key_a);
   show(kCompareKeyB, state.wish.key_b);
+  show(kCompareIgnore, state.wish.ignored);
   CheckDlgButton(state.dialog, kCompareNoLogs,
                  state.wish.without_logs ? BST_CHECKED : BST_UNCHECKED);
   for (const OptionBox& box : kOptions) {
@@ -65,12 +84,15 @@ void ReadFields(CompareDialog& state) {
     wish.options.*box.option = IsTicked(state.dialog, box.control);
   }
   wish.options.heed_times = wish.options.times;
+  wish.ignored = ControlText(state.dialog, kCompareIgnore);
+  ReadPatterns(wish.ignored, wish.options.ignored);
 }
 
 INT_PTR Route(CompareDialog& state, UINT message, WPARAM first, LPARAM) {
   if (message != WM_COMMAND) return FALSE;
   const int control = LOWORD(first);
-  if (control == kCompareFile && HIWORD(first) == EN_CHANGE) Judge(state);
+  const bool typed = control == kCompareFile || control == kCompareIgnore;
+  if (typed && HIWORD(first) == EN_CHANGE) Judge(state);
   if (control == kCompareBrowse) Browse(state);
   const bool good = IsWindowEnabled(GetDlgItem(state.dialog, IDOK)) != FALSE;
   if (control == IDOK && good) ReadFields(state);

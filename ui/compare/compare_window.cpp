@@ -419,6 +419,12 @@ void OnSplitter(CompareWindow& window, int moved) {
   LayOut(window);
 }
 
+std::string DifferencesOf(const ComparedHives& hives) {
+  const uint64_t ignored = hives.differences.ignored;
+  return DifferenceWords(hives.differences) +
+         (ignored == 0 ? "" : "; " + std::to_string(ignored) + " rows left out");
+}
+
 bool OnCreate(CompareWindow& window) {
   window.dpi = DpiOfWindow(window.handle);
   for (int i = 0; i < 2; ++i) {
@@ -440,7 +446,7 @@ bool OnCreate(CompareWindow& window) {
   SetWindowTextW(window.heads[0], WindowText(hives.about_a).c_str());
   SetWindowTextW(window.heads[1], WindowText(hives.about_b).c_str());
   SendMessageW(window.status, SB_SETTEXTW, 0,
-               reinterpret_cast<LPARAM>(WindowText(DifferenceWords(hives.differences)).c_str()));
+               reinterpret_cast<LPARAM>(WindowText(DifferencesOf(hives)).c_str()));
   CheckFilter(window);
   ShowRows(window, 0);
   return true;
