@@ -9,6 +9,7 @@
 #include <functional>
 #include <map>
 
+#include "app/log_pairing.h"
 #include "app/opening_words.h"
 #include "app/shortfall_words.h"
 #include "bytes/sha256.h"
@@ -62,6 +63,7 @@ struct Machine {
   const ConsoleRequest& request;
   Printing printing;  // format of the lists
   std::vector<SourceFile> sources;
+  PairedLogs logs;         // by content
   OutputListPtr files;     // a row each hive and log
   OutputListPtr problems;  // a row each thing that could not be read
   MachineOverview overview;
@@ -141,6 +143,8 @@ void AddFileRow(Machine& machine, const SourceFile& source, const OpenedHive& op
 bool OpenOne(Machine& machine, const SourceFile& source, OpenedHive& opened) {
   FileToOpen file = FileOf(machine.request, source.name);
   file.named = true;
+  const auto logs = machine.logs.of_hive.find(source.name);
+  if (logs != machine.logs.of_hive.end()) file.logs = {LogMode::kChosen, logs->second, false, 0};
   ResetHiveTable();
   if (OpenWithTree(file, opened) != kExitDone) {
     AddProblem(machine, source.label, "can't be opened");
@@ -238,6 +242,8 @@ void ReadSources(Machine& machine) {
     if (source.sha256.empty()) AddProblem(machine, source.label, "can't be read whole");
     machine.sources.push_back(std::move(source));
   };
+  if (machine.request.logs.mode == LogMode::kAuto) machine.logs = PairLogs(found.hives, found.logs);
+  for (const std::string& words : machine.logs.told) Complain(words);
   for (const std::string& name : found.hives) add(name, false);
   for (const std::string& name : found.logs) add(name, true);
   std::ranges::sort(machine.sources, {}, &SourceFile::label);
@@ -444,7 +450,7 @@ int MachineFolderCommand(const ConsoleRequest& request) {
     return kExitUsage;
   }
   if (!MayWriteTo(out, request.hive, request.printing.force)) return kExitFailed;
-  Machine machine{request, request.printing, {}, {}, {}, {}, {}, {}, {}};
+  Machine machine{request, request.printing, {}, {}, {}, {}, {}, {}, {}, {}};
   machine.printing.format = format == Format::kCsv ? Format::kCsv : Format::kJsonLines;
   MakeParts(machine);
   ReadSources(machine);

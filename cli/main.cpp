@@ -15,6 +15,7 @@
 #include <sys/time.h>
 #endif
 
+#include "app/log_pairing.h"
 #include "cli/commands.h"
 #include "cli/many_files.h"
 #include "cli/opened_hive.h"
@@ -527,6 +528,11 @@ int RunForMany(const ManyFiles& many, ManyRuns runs, const std::string& name,
   if (name == "carve") printing.file.clear();  // a folder, of each of them
   if (name != "carve") runs.arguments = WithoutOutput(runs.arguments, runs.place);
   if (!LeadsElsewhere(runs.files) || !MayPrint(printing)) return kExitFailed;
+  if (!request.logs_given) {
+    PairedLogs paired = PairLogs(runs.files, runs.found_logs);
+    for (const std::string& words : paired.told) Complain(words);
+    runs.logs = std::move(paired.of_hive);
+  }
   runs.jobs = many.jobs;
   runs.quiet = request.console.quiet;
   runs.progress = request.console.progress;
@@ -560,7 +566,10 @@ int Run(std::vector<std::string> arguments) {
   many.asked = runs.place != 0 && command != "timeline";  // which takes them itself
   const bool together = many.asked && command == "report machine";
   if (many.asked) {
-    runs.files = FilesOf(many, unread);
+    HivesOfFolder found = FilesOf(many);
+    runs.files = std::move(found.hives);
+    if (!together) runs.found_logs = std::move(found.logs);
+    unread = std::move(found.unread);
     runs.arguments = arguments = without;
     const auto place = arguments.begin() + static_cast<std::ptrdiff_t>(runs.place);
     if (together) {

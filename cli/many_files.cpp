@@ -49,23 +49,28 @@ ManyFiles TakeManyFiles(std::vector<std::string>& arguments) {
   return many;
 }
 
-std::vector<std::string> FilesOf(const ManyFiles& many, std::vector<UnreadPlace>& unread) {
-  std::vector<std::string> files;
+HivesOfFolder FilesOf(const ManyFiles& many) {
+  HivesOfFolder all;
   for (const std::string& name : many.names) {
     if (name == "-") {
-      AddNamesOfInput(files);
+      AddNamesOfInput(all.hives);
     } else {
-      files.push_back(name);
+      all.hives.push_back(name);
     }
   }
   for (const std::string& folder : many.folders) {
-    HivesOfFolder found = FindHivesOfFolder(folder);
-    files.insert(files.end(), found.hives.begin(), found.hives.end());
-    unread.insert(unread.end(), found.unread.begin(), found.unread.end());
+    const HivesOfFolder found = FindHivesOfFolder(folder);
+    const auto add = [](const auto& from, auto& to) {
+      to.insert(to.end(), from.begin(), from.end());
+    };
+    add(found.hives, all.hives);
+    add(found.logs, all.logs);
+    add(found.unread, all.unread);
   }
   std::unordered_set<std::string> known;
-  std::erase_if(files, [&known](const std::string& file) { return !known.insert(file).second; });
-  return files;
+  std::erase_if(all.hives,
+                [&known](const std::string& file) { return !known.insert(file).second; });
+  return all;
 }
 
 // --- one output of many --------------------------------------------------------------------------
@@ -92,6 +97,11 @@ struct Summary {
 Running Start(const ManyRuns& runs, size_t number) {
   std::vector<std::string> arguments = runs.arguments;
   arguments.insert(arguments.begin() + static_cast<std::ptrdiff_t>(runs.place), runs.files[number]);
+  if (const auto logs = runs.logs.find(runs.files[number]); logs != runs.logs.end()) {
+    std::string names;
+    for (const std::string& log : logs->second) names += (names.empty() ? "" : ",") + log;
+    arguments.insert(arguments.begin(), {"--logs", names});
+  }
   return {runs.files[number], StartWorker(arguments)};
 }
 

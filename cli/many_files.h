@@ -2,6 +2,7 @@
 // others with it, and what they print as one output.
 #pragma once
 
+#include <map>
 #include <string>
 #include <vector>
 
@@ -21,13 +22,17 @@ struct ManyFiles {
 // Takes these options out of a command line. "-r" is followed by a folder, "--files" by names up to
 // the next option or the end.
 ManyFiles TakeManyFiles(std::vector<std::string>& arguments);
-// All files that are asked for, each once; those that can't be read are added to `unread`.
-std::vector<std::string> FilesOf(const ManyFiles& many, std::vector<UnreadPlace>& unread);
+// All files that are asked for as hives, each once, with the logs in the folders and what can't be
+// read.
+HivesOfFolder FilesOf(const ManyFiles& many);
 
 struct ManyRuns {
   std::vector<std::string> files;
-  std::vector<std::string> arguments;  // of the command, without the file and without "-o"
-  size_t place = 0;                    // in them, before which the file's name belongs
+  std::vector<std::string> arguments;   // of the command, without the file and without "-o"
+  size_t place = 0;                     // in them, before which the file's name belongs
+  std::vector<std::string> found_logs;  // in the folders
+  // By file: logs that are its own by what they hold, where their names do not say so.
+  std::map<std::string, std::vector<std::string>> logs;
   uint32_t jobs = 2;
   bool progress = false;
   bool quiet = false;

@@ -4,6 +4,7 @@
 #include <unordered_map>
 
 #include "app/hive_folder.h"
+#include "app/log_pairing.h"
 #include "hive/hive_table.h"
 #include "hive/kept_table.h"
 #include "hive/opening.h"
@@ -26,6 +27,7 @@ namespace fs = std::filesystem;
 
 struct FolderReader {
   std::string folder;
+  PairedLogs logs;  // by content
   MachineFolder result;
   MachineOverview overview = BeginOverview();
 };
@@ -68,7 +70,9 @@ void AddHiveRow(FolderReader& reader, const std::string& name, const HiveImage& 
 void ReadHive(FolderReader& reader, const std::string& name) {
   HiveTable& table = TheHiveTable();
   table.start_offset = table.end_offset = 0;
+  const auto logs = reader.logs.of_hive.find(name);
   table.logs = LogChoice();
+  if (logs != reader.logs.of_hive.end()) table.logs = {LogMode::kChosen, logs->second, false, 0};
   const int slot = OpenHive(name);
   if (slot < 0) {
     if (!StopRequested()) AddFailed(reader, name);
@@ -141,6 +145,7 @@ MachineFolder ReadMachineFolder(const std::string& folder) {
              {"File", "Kind", "Root", "User", "State", "Structure", "Keys", "Length"});
   SetListTitle(*result.files, "Hives of a machine");
   SetListSubtitle(*result.files, folder);
+  reader.logs = PairLogs(found.hives, found.logs);
   ReadHives(reader, found.hives);
   for (const std::string& log : found.logs) {
     AddListRow(*result.files, {LabelOf(reader, log), "log", "", "", "", "", "", LengthOf(log)},
