@@ -16,7 +16,6 @@ namespace {
 constexpr uint64_t kUnixEpoch = 116444736000000000;  // FILETIME of 1970-01-01
 constexpr uint64_t kLatest = 157469184000000000;     // of 2100-01-01
 constexpr uint64_t kPerSecond = 10'000'000;
-constexpr size_t kIsoSeconds = 20;  // characters of "2012-04-04T01:58:40."
 constexpr size_t kPiece = 1 << 18;  // bytes handed on at once
 constexpr size_t kAhead = 16;       // events whose texts are on their way while one is written
 
