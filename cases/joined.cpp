@@ -126,6 +126,56 @@ bool IsToldTwice(const std::vector<Place>& places) {
                              [&](const Place& place) { return place.list != places.front().list; });
 }
 
+std::string_view OffsetOf(const Place& place) {
+  const std::string_view value = CellOf(place, "Value Offset");
+  return value.empty() ? CellOf(place, "Key Offset") : value;
+}
+
+std::string_view FileOf(const Place& place) {
+  return place.file->empty() ? CellOf(place, "File") : *place.file;
+}
+
+// What one thing has one of at a time: different ones are a contradiction, or tell of a change.
+struct OneOf {
+  const char* what;
+  const char* column;
+};
+constexpr OneOf kOneOf[] = {{"program", "SHA-1"}, {"program", "Size"}, {"user", "Folder"}};
+
+// "SHA-1: 12ab... (am-cache, FILE 0x00001020), 34cd... (...)"; empty where the live rows agree. Of
+// many rows with one text the first stands for all.
+std::string ContradictionIn(const OneOf& rule, const std::vector<Place>& places) {
+  constexpr size_t kMost = 8;
+  std::map<std::string, const Place*> texts;
+  for (const Place& place : places) {
+    const std::string_view text = CellOf(place, rule.column);
+    if (!text.empty() && CellOf(place, "State") == "live") {
+      texts.emplace(CapitalsOfText(text), &place);
+    }
+  }
+  if (texts.size() < 2) return {};
+  std::string words = Concat({rule.column, ": "});
+  size_t told = 0;
+  for (const auto& [capitals, place] : texts) {
+    if (told == kMost)
+      return words +
+             Concat({", and ", Decimal(static_cast<int64_t>(texts.size() - told)), " more"});
+    words += Concat({told++ == 0 ? "" : ", ", CellOf(*place, rule.column), " (", place->section->id,
+                     ", ", FileOf(*place), " ", OffsetOf(*place), ")"});
+  }
+  return words;
+}
+
+void AddContradictions(std::string_view what, const std::string& name,
+                       const std::vector<Place>& places, OutputList& list) {
+  for (const OneOf& rule : kOneOf) {
+    if (what != rule.what) continue;
+    const std::string words = ContradictionIn(rule, places);
+    if (words.empty()) continue;
+    AddListRow(list, {what, name, "contradiction", "", "", "", words}, kNoOffset);
+  }
+}
+
 }  // namespace
 
 OutputListPtr JoinLists(std::span<const HtmlSection> sections) {
@@ -140,14 +190,12 @@ OutputListPtr JoinLists(std::span<const HtmlSection> sections) {
   for (const auto& [what_and_name, places] : joined) {
     if (!IsToldTwice(places)) continue;
     for (const Place& place : places) {
-      const std::string_view value = CellOf(place, "Value Offset");
-      const std::string_view offset = value.empty() ? CellOf(place, "Key Offset") : value;
-      const std::string_view file = place.file->empty() ? CellOf(place, "File") : *place.file;
       AddListRow(*list,
-                 {what_and_name.first, what_and_name.second, place.section->id, file, offset,
-                  CellOf(place, "State"), WordsOf(place)},
+                 {what_and_name.first, what_and_name.second, place.section->id, FileOf(place),
+                  OffsetOf(place), CellOf(place, "State"), WordsOf(place)},
                  kNoOffset);
     }
+    AddContradictions(what_and_name.first, what_and_name.second, places, *list);
   }
   return list;
 }
