@@ -10,6 +10,7 @@
 #include "records/key_node.h"
 #include "reports/freed_rows.h"
 #include "view/shown_text.h"
+#include "view/value_meaning.h"
 #include "words/value_text.h"
 
 namespace hivequarry {
@@ -168,7 +169,9 @@ std::u16string FreedValueDetail(const HiveImage& hive, const KeyTree& tree, cons
   const FreedContent content = ReadFreedContent(hive, freed.records, *value, FreedData::kAll);
   std::string text = "Why here: " + WhyOfValue(hive, tree, freed, *value, content) + "\r\n";
   const ValueDetailText detail = ValueDetail(content.value, content.data);
-  if (detail.status == ValueStatus::kRead) return ShownText(text + detail.text);
+  if (detail.status == ValueStatus::kRead) {
+    return ShownText(text + detail.text + MeaningDetail(content.value.type, content.data));
+  }
   text += Concat({"Value: ", DetailLine(ValueDisplayName(content.value)),
                   "\r\nType: ", FreedTypeText(hive, content),
                   "\r\nLength: ", std::to_string(content.value.data_length),

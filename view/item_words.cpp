@@ -1,9 +1,12 @@
 #include "view/item_words.h"
 
 #include <string_view>
+#include <vector>
 
 #include "hive/file_place.h"
+#include "hive/values.h"
 #include "view/shown_text.h"
+#include "view/value_meaning.h"
 #include "words/item_values.h"
 #include "words/layer_words.h"
 #include "words/why_here.h"
@@ -32,6 +35,13 @@ std::string Words(const HiveImage& hive, const KeyTree& tree, const KeyItem& it,
   return text;
 }
 
+// What the value's own type makes of its data, where the details show them otherwise.
+std::string MeaningOfValue(const HiveImage& hive, uint32_t position) {
+  std::vector<uint8_t> data;
+  const ValueKey value = ReadValueKey(hive, position, ValueRead::kData, kMaxValueData, &data);
+  return value.status == ValueStatus::kRead ? MeaningDetail(value.type, data) : std::string();
+}
+
 }  // namespace
 
 std::u16string ItemWords(const HiveImage& hive, const KeyTree& tree, uint32_t item) {
@@ -58,7 +68,8 @@ std::u16string ItemDetail(const HiveImage& hive, const KeyTree& tree, uint32_t i
 }
 
 std::u16string ValueDetailOf(const HiveImage& hive, const KeyTree& tree, uint32_t position) {
-  const std::string detail = ShownValueDetail(hive, position).text;
+  std::string detail = ShownValueDetail(hive, position).text;
+  if (!detail.empty()) detail += MeaningOfValue(hive, position);
   const std::string why = WhyValueIsHere(tree, position);
   return ShownText(why.empty() || detail.empty() ? detail : "Why here: " + why + "\r\n" + detail);
 }

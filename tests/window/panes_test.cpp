@@ -4,6 +4,7 @@
 #include "tests/window/window_fixture.h"
 #include "ui/frame/splitter.h"
 #include "ui/frame/text.h"
+#include "view/item_words.h"
 #include "view/tree_icons.h"
 #include "words/value_text.h"
 
@@ -58,8 +59,8 @@ TEST_F(WindowTest, LongDetailComesWhole) {
   OpenBytes(hive.bytes);
   SelectPath("Tools");
   SelectRow(0);
-  const std::string text =
-      ValueDetail(ShownHive(*window_), hive.ValuePosition("Tools", "Blob")).text;
+  const std::string text = TextOfWide(ValueDetailOf(ShownHive(*window_), *window_->hive.tree,
+                                                    hive.ValuePosition("Tools", "Blob")));
   ASSERT_GT(text.size(), 200000U);
   EXPECT_TRUE(PumpUntil([&] { return window_->detail.text.empty(); }));
   EXPECT_TRUE(TextOf(window_->detail.window) == text);

@@ -1,0 +1,256 @@
+#include "view/value_meaning.h"
+
+#include <algorithm>
+#include <array>
+#include <bit>
+#include <cmath>
+#include <cstdio>
+#include <cstring>
+
+#include "bytes/byte_view.h"
+#include "hive/timestamp.h"
+#include "hive/values.h"
+#include "host/number_text.h"
+#include "host/text.h"
+#include "host/visible_text.h"
+#include "security/sid.h"
+#include "words/known_guids.h"
+#include "words/value_text.h"
+
+namespace hivequarry {
+namespace {
+
+constexpr size_t kLongestText = 64;  // characters shown of a text
+constexpr uint64_t kTicksPerSecond = 10'000'000;
+constexpr uint64_t kUnixEpoch = 11'644'473'600;  // seconds from 1601 to 1970
+constexpr double kOleEpoch = 109'205;            // days from 1601 to 1899-12-30
+constexpr double kSecondsPerDay = 86'400;
+
+struct Bytes {
+  std::span<const uint8_t> from;  // the place on
+  size_t selected = 0;            // 0: nothing is
+
+  // True where a thing of that size may be meant.
+  bool Allows(size_t size) const {
+    return from.size() >= size && (selected == 0 || selected == size);
+  }
+  uint64_t Little(size_t size) const {
+    uint64_t number = 0;
+    for (size_t i = size; i-- > 0;) number = number << 8 | from[i];
+    return number;
+  }
+  uint64_t Big(size_t size) const {
+    uint64_t number = 0;
+    for (size_t i = 0; i < size; ++i) number = number << 8 | from[i];
+    return number;
+  }
+};
+
+using Meanings = std::vector<Meaning>;
+
+int64_t Signed(uint64_t number, size_t size) {
+  const size_t shift = 64 - 8 * size;
+  return static_cast<int64_t>(number << shift) >> shift;
+}
+
+// "200 (-56), 0xC8".
+std::string NumberText(uint64_t number, size_t size) {
+  std::string text = std::to_string(number);
+  const int64_t below = Signed(number, size);
+  if (below < 0) text += " (" + std::to_string(below) + ")";
+  return Concat({text, ", 0x", Hex(number, 2 * size)});
+}
+
+void AddNumbers(const Bytes& bytes, Meanings& out) {
+  constexpr struct {
+    size_t size;
+    const char* little;
+    const char* big;
+  } kSizes[] = {{1, "8 bits", nullptr},
+                {2, "16 bits", "16 bits, high byte first"},
+                {4, "32 bits", "32 bits, high byte first"},
+                {8, "64 bits", "64 bits, high byte first"}};
+  for (const auto& each : kSizes) {
+    if (!bytes.Allows(each.size)) continue;
+    out.push_back({each.little, NumberText(bytes.Little(each.size), each.size)});
+    if (each.big == nullptr) continue;
+    out.push_back({each.big, NumberText(bytes.Big(each.size), each.size)});
+  }
+}
+
+// Empty for a date that no registry has seen.
+std::string TimeText(uint64_t file_time) {
+  return FormatTimestampChecked(file_time).empty() ? std::string() : FormatIso8601(file_time);
+}
+
+void AddTime(const char* label, uint64_t file_time, Meanings& out) {
+  std::string text = TimeText(file_time);
+  if (!text.empty()) out.push_back({label, std::move(text)});
+}
+
+uint64_t FileTimeOfUnix(uint64_t seconds) { return (seconds + kUnixEpoch) * kTicksPerSecond; }
+
+void AddTimes(const Bytes& bytes, Meanings& out) {
+  if (bytes.Allows(8)) {
+    const uint64_t wide = bytes.Little(8);
+    AddTime("FILETIME", wide, out);
+    AddTime("FILETIME, high half first", wide << 32 | wide >> 32, out);
+    if (wide < UINT32_MAX) AddTime("Unix time, 64 bits", FileTimeOfUnix(wide), out);
+    const uint64_t seconds = wide / 1000;
+    if (seconds < UINT32_MAX && seconds > 1'000'000) {
+      AddTime("Unix time, milliseconds", FileTimeOfUnix(seconds) + wide % 1000 * 10'000, out);
+    }
+    const auto days = std::bit_cast<double>(wide);
+    if (days > 30'000 && days < 75'000) {
+      const double since = (days + kOleEpoch) * kSecondsPerDay;
+      AddTime("OLE time", static_cast<uint64_t>(std::llround(since)) * kTicksPerSecond, out);
+    }
+  }
+  if (!bytes.Allows(4)) return;
+  const auto narrow = static_cast<uint32_t>(bytes.Little(4));
+  AddTime("Unix time", FileTimeOfUnix(narrow), out);
+  if (std::string dos = FormatDosTimestamp(narrow); !dos.empty()) {
+    out.push_back({"DOS date and time", std::move(dos)});
+  }
+}
+
+std::string RealText(double number) {
+  std::array<char, 40> text{};
+  std::snprintf(text.data(), text.size(), "%.9g", number);
+  return text.data();
+}
+
+// Sizes that things have; others are bytes that mean something else.
+bool IsPlausibleReal(double number) {
+  const double size = std::fabs(number);
+  return size == 0 || (size > 1e-12 && size < 1e15);
+}
+
+void AddReals(const Bytes& bytes, Meanings& out) {
+  if (bytes.Allows(4)) {
+    const auto real = std::bit_cast<float>(static_cast<uint32_t>(bytes.Little(4)));
+    if (IsPlausibleReal(real)) out.push_back({"Float", RealText(real)});
+  }
+  if (bytes.Allows(8)) {
+    const auto real = std::bit_cast<double>(bytes.Little(8));
+    if (IsPlausibleReal(real)) out.push_back({"Double", RealText(real)});
+  }
+}
+
+void AddIdentifiers(const Bytes& bytes, Meanings& out) {
+  if (bytes.Allows(16)) {
+    const Guid guid = GuidOfBytes(bytes.from.first<16>());
+    std::string text = GuidText(guid);
+    for (const std::string_view name : {KnownFolderName(guid), ClassIdName(guid)}) {
+      if (!name.empty()) text += Concat({" (", name, ")"});
+    }
+    out.push_back({"GUID", std::move(text)});
+  }
+  const size_t sid = SidLength(bytes.from);
+  if (sid == 0 || (bytes.selected != 0 && bytes.selected != sid)) return;
+  std::string text = SidText(bytes.from.first(sid));
+  std::string name;
+  if (AccountNameOfSid(bytes.from.first(sid), text, false, name)) text += " (" + name + ")";
+  out.push_back({"SID", std::move(text)});
+}
+
+std::string Quoted(std::string_view text, bool more) {
+  return Concat({"\"", VisibleLine(text), more ? "..." : "", "\""});
+}
+
+// A zero, or another character that no text has.
+bool EndsText(uint32_t unit) { return unit < 32 && unit != '\t' && unit != '\r' && unit != '\n'; }
+
+// Up to what ends it, or the end of the selection.
+void AddTexts(const Bytes& bytes, Meanings& out) {
+  const std::span<const uint8_t> all =
+      bytes.selected != 0 ? bytes.from.first(bytes.selected) : bytes.from;
+  const auto narrow_end = static_cast<size_t>(std::ranges::find_if(all, EndsText) - all.begin());
+  const size_t narrow = std::min(narrow_end, kLongestText);
+  if (narrow != 0) {
+    const std::string_view text(reinterpret_cast<const char*>(all.data()), narrow);
+    out.push_back({"Text, a byte a character", Quoted(TextOfCodePage(text), narrow < narrow_end)});
+  }
+  std::u16string wide;
+  size_t at = 0;
+  for (; at + 1 < all.size() && wide.size() < kLongestText; at += 2) {
+    const auto unit = static_cast<char16_t>(all[at] | all[at + 1] << 8);
+    if (EndsText(unit)) break;
+    wide += unit;
+  }
+  const bool more =
+      wide.size() == kLongestText && at + 1 < all.size() && (all[at] | all[at + 1]) != 0;
+  if (!wide.empty()) out.push_back({"Text, UTF-16", Quoted(TextOfWide(wide), more)});
+}
+
+// A list of strings: each ends with a zero, the list with an empty one.
+std::string LinesOfStrings(std::span<const uint8_t> data) {
+  std::string lines;
+  std::string text = DataText(kRegMultiSz, data, true);
+  while (text.ends_with('\0')) text.pop_back();
+  size_t at = 0;
+  while (at <= text.size() && !text.empty()) {
+    const size_t end = std::min(text.find('\0', at), text.size());
+    lines += text.substr(at, end - at) + "\r\n";
+    at = end + 1;
+  }
+  return lines;
+}
+
+std::string WideNumber(std::span<const uint8_t> data) {
+  const Bytes bytes{data, 0};
+  std::string text = NumberText(bytes.Little(8), 8) + "\r\n";
+  Meanings times;
+  AddTimes({data, 8}, times);
+  for (const Meaning& time : times) text += Concat({time.label, ": ", time.text, "\r\n"});
+  return text;
+}
+
+}  // namespace
+
+std::vector<Meaning> MeaningsAt(std::span<const uint8_t> data, size_t at, size_t length) {
+  Meanings meanings;
+  if (at >= data.size()) return meanings;
+  const Bytes bytes{data.subspan(at), std::min(length, data.size() - at)};
+  AddNumbers(bytes, meanings);
+  AddTimes(bytes, meanings);
+  AddReals(bytes, meanings);
+  AddIdentifiers(bytes, meanings);
+  AddTexts(bytes, meanings);
+  return meanings;
+}
+
+std::string MeaningLines(std::span<const uint8_t> data, size_t at, size_t length) {
+  std::string lines;
+  for (const Meaning& meaning : MeaningsAt(data, at, length)) {
+    lines += Concat({meaning.label, ": ", meaning.text, "\r\n"});
+  }
+  return lines;
+}
+
+std::string ValueAsText(uint32_t type, std::span<const uint8_t> data) {
+  switch (type) {
+    case kRegSz:
+    case kRegExpandSz:
+      return DataText(type, data);
+    case kRegMultiSz:
+      return LinesOfStrings(data);
+    case kRegQword:
+      return data.size() == 8 ? WideNumber(data) : std::string();
+    default:
+      if (data.size() != 4) return {};
+      if (type == kRegDword) return NumberText(Bytes{data, 0}.Little(4), 4) + "\r\n";
+      return type == kRegDwordBigEndian ? NumberText(Bytes{data, 0}.Big(4), 4) + "\r\n"
+                                        : std::string();
+  }
+}
+
+std::string MeaningDetail(uint32_t type, std::span<const uint8_t> data) {
+  if (type == kRegSz || type == kRegExpandSz || type == kRegDword || data.empty()) return {};
+  const std::string text = ValueAsText(type, data);
+  if (type == kRegMultiSz) return text.empty() ? text : "\r\nStrings, one a line:\r\n" + text;
+  if (!text.empty()) return "\r\nMeaning:\r\n" + text;
+  return "\r\nThe beginning may mean:\r\n" + MeaningLines(data, 0, 0);
+}
+
+}  // namespace hivequarry
