@@ -15,7 +15,7 @@ namespace hivequarry {
 namespace {
 
 constexpr int kFirstButton = 1;  // identifiers: a figure, or a note after the figures
-constexpr int kTextMargin = 5;   // at both sides of a button's text, at 96 dpi
+constexpr int kTextMargin = 6;   // at both sides of a button's text, at 96 dpi
 constexpr int kLineMargin = 3;   // above and below it
 
 size_t PartCount(const HiveGlance& glance) { return glance.figures.size() + glance.notes.size(); }
@@ -56,12 +56,13 @@ void RemoveButtons(HWND toolbar) {
   while (SendMessageW(toolbar, TB_DELETEBUTTON, 0, 0) != FALSE) continue;
 }
 
-void AddButton(const Band& band, int button, int width, bool wrap) {
+void AddButton(const Band& band, int button, int width, bool cut, bool wrap) {
   std::wstring text = WindowText(PartOf(band, button)->text);
   TBBUTTON made{};
   made.iBitmap = I_IMAGENONE;
   made.idCommand = button;
-  made.fsState = static_cast<BYTE>(TBSTATE_ENABLED | TBSTATE_ELLIPSES | (wrap ? TBSTATE_WRAP : 0));
+  made.fsState =
+      static_cast<BYTE>(TBSTATE_ENABLED | (cut ? TBSTATE_ELLIPSES : 0) | (wrap ? TBSTATE_WRAP : 0));
   made.fsStyle = BTNS_BUTTON | BTNS_SHOWTEXT | BTNS_NOPREFIX;
   made.iString = reinterpret_cast<INT_PTR>(text.c_str());
   SendMessageW(band.window, TB_ADDBUTTONSW, 1, reinterpret_cast<LPARAM>(&made));
@@ -180,7 +181,8 @@ int FillBand(MainWindow& window, int width) {
   int rows = starts.empty() ? 0 : 1;
   for (size_t i = 0; i < starts.size(); ++i) {
     const bool wrap = i + 1 < starts.size() && starts[i + 1];
-    AddButton(band, kFirstButton + static_cast<int>(i), std::min(measure.widths[i], width), wrap);
+    AddButton(band, kFirstButton + static_cast<int>(i), std::min(measure.widths[i], width),
+              measure.widths[i] > width, wrap);
     rows += wrap ? 1 : 0;
   }
   if (hot >= 0) SetHot(band.window, hot);
