@@ -10,6 +10,7 @@
 #include "ui/lists/list_menu.h"
 #include "ui/lists/list_saving.h"
 #include "ui/main/main_window.h"
+#include "ui/main/notifications.h"
 #include "ui/main/toolbar.h"
 #include "view/list_commands.h"
 
@@ -41,6 +42,7 @@ void OnOpenFile(MainWindow& window) {
 }
 
 void OnStop(MainWindow& window) {
+  StopExpanding(window);
   StopCommand();
   UpdateToolbar(window);
 }
