@@ -11,6 +11,7 @@
 #include "ui/frame/tool_buttons.h"
 #include "ui/lists/activity_pane.h"
 #include "ui/lists/list_menu.h"
+#include "ui/lists/list_work.h"
 #include "ui/main/main_window.h"
 #include "view/list_commands.h"
 
@@ -299,7 +300,13 @@ void ShowListState(ListWindow& window) {
 }
 
 void ShowFilterNote(const ListPlace& place, const std::string& note) {
-  if (!place.pane) ShowText(GetDlgItem(place.window, kListFilterNoteId), WindowText(note));
+  if (place.pane) return;
+  const HWND shown = GetDlgItem(place.window, kListFilterNoteId);
+  const std::wstring words = WindowText(note);
+  if (ControlWords(shown) == words) return;
+  SetWindowTextW(shown, words.c_str());
+  // A narrow window has no room beside the box.
+  ShowPlaceStatus(place, note.empty() ? "" : (" " + note).c_str());
 }
 
 FilterWords TypedFilter(const ListPlace& place) {
