@@ -83,7 +83,7 @@ const MenuItem kMainMenu[] = {
     {"&View", "Tec&hnical view\tCtrl+H", 9001},
     {"&View", "&Cell details", 9002},
     {"&View", "&Detail pane\tCtrl+D", 9003},
-    {"&View", "Deleted keys in t&ree", 9089},
+    {"&View", "Deleted ke&ys in tree", 9089},
     {"&View", "&Block list", 9004},
     {"&View", "List block r&uns", 9005},
     {"&View", "List r&oot cells", 9006},

@@ -165,7 +165,7 @@ inline constexpr Command kFixedCommands[] = {
     {.number = kCommandDetailPane, .menu = "&View", .text = "&Detail pane\tCtrl+D",
      .tooltip = "Detail pane", .icon = ToolIcon::kDetails, .accelerator = {'D', kWithControl},
      .guard = Guard::kNone, .checked = &CommandFacts::detail_pane},
-    {.number = kCommandFreedInTree, .menu = "&View", .text = "Deleted keys in t&ree",
+    {.number = kCommandFreedInTree, .menu = "&View", .text = "Deleted ke&ys in tree",
      .checked = &CommandFacts::freed_in_tree},
     {.number = kCommandBlockList, .menu = "&View", .text = "&Block list", .tooltip = "Block list",
      .icon = ToolIcon::kBlocks, .group_start = true, .needs = Needs::kHive},

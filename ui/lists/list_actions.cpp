@@ -163,7 +163,8 @@ void OnCloseList(ListPlace& place) {
 
 void OnGoToTree(ListPlace& place) {
   const uint32_t row = ModelRow(place, static_cast<uint32_t>(FocusedRow(place)));
-  if (!RowHasDatum(*place.model, row)) return GoToPathOfRow(place, row);
+  const bool of_file = row < place.files.size();
+  if (!of_file && !RowHasDatum(*place.model, row)) return GoToPathOfRow(place, row);
   if (GoToRow(place, row, FocusedPosition(place))) return;
   const Host& host = CurrentHost();
   host.beep(host.context);
