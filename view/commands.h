@@ -48,7 +48,6 @@ enum class Needs : uint8_t {
 struct CommandFacts {
   bool running = false;
   bool backup = false;
-  bool expanding = false;     // branches of the tree are being opened
   bool hive = false;          // a hive is shown
   bool logs = false;          // and logs can be applied to it
   bool replayed = false;      // and some were

@@ -161,26 +161,5 @@ TEST_F(FreedInTreeTest, HelpComesOnce) {
   EXPECT_TRUE(TakeBoxes().empty());
 }
 
-// Opening very many branches has a progress, and stops where it is.
-TEST_F(FreedInTreeTest, ExpandingTellsHowFarItIsAndStops) {
-  HiveBuilder builder;
-  for (int i = 0; i < 3000; ++i) builder.Key("A\\k" + std::to_string(i) + "\\child");
-  OpenBytes(builder.Build().bytes);
-  SelectPath("A");
-  Run(kCommandExpand);
-  ASSERT_TRUE(IsExpanding(window_->tree));
-  EXPECT_TRUE(IsFree(kCommandStop));
-  EXPECT_NE(window_->host.progress_steps, 0U);
-  EXPECT_TRUE(PumpUntil([&] {
-    return StatusText(kStatusText).starts_with(" Opening branches, key ") ||
-           !IsExpanding(window_->tree);
-  }));
-  Run(kCommandStop);
-  EXPECT_FALSE(IsExpanding(window_->tree));
-  EXPECT_EQ(window_->host.progress_steps, 0U);
-  EXPECT_TRUE(IsItemExpanded(ChildOf(RootHandle(), "A")));
-  EXPECT_TRUE(TakeBoxes().empty());
-}
-
 }  // namespace
 }  // namespace hivequarry::testing

@@ -10,7 +10,6 @@
 #include "ui/lists/list_menu.h"
 #include "ui/lists/list_saving.h"
 #include "ui/main/main_window.h"
-#include "ui/main/notifications.h"
 #include "ui/main/toolbar.h"
 #include "view/list_commands.h"
 
@@ -42,7 +41,6 @@ void OnOpenFile(MainWindow& window) {
 }
 
 void OnStop(MainWindow& window) {
-  StopExpanding(window);
   StopCommand();
   UpdateToolbar(window);
 }

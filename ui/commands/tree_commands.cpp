@@ -192,7 +192,7 @@ void OnCurrentBranch(MainWindow& window) {
 
 void OnExpandSubfolders(MainWindow& window) {
   StartExpand(window.tree, SelectedItem(window.tree));
-  ExpandOn(window);
+  if (ExpandSlice(window.tree)) SetTimer(window.handle, kExpandTimer, kTimerPause, nullptr);
 }
 
 void OnCollapseSubfolders(MainWindow& window) {

@@ -390,7 +390,6 @@ CommandFacts FactsNow(const MainWindow& window) {
   CommandFacts facts;
   facts.running = TheLongOperation().running != 0;
   facts.backup = TheLongOperation().backup;
-  facts.expanding = IsExpanding(window.tree);
   facts.hive = window.hive.slot >= 0;
   if (facts.hive) AddItemFacts(window, SelectedItem(window.tree), facts);
   // What can be done with a value is for those of the hive as it is shown.

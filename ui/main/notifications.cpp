@@ -1,8 +1,6 @@
 #include "ui/main/notifications.h"
 
-#include "host/host.h"
 #include "host/long_operation.h"
-#include "host/number_text.h"
 #include "ui/draw/tones.h"
 #include "ui/frame/list_view.h"
 #include "ui/lists/list_menu.h"
@@ -197,52 +195,13 @@ void ShowPassingText(const MainWindow& window, const char* text) {
 
 void OnTimer(MainWindow& window, UINT_PTR timer) {
   bool more = false;
-  if (timer == kExpandTimer) {
-    ExpandOn(window);
-    return KeepFilling(window);
-  }
+  if (timer == kExpandTimer) more = ExpandSlice(window.tree);
   if (timer == kDetailTimer) more = AddDetailSlice(window.detail);
   if (timer == kFillTimer)
     more = FillSlice(window.tree) || FillSlice(window.removed) || FillSlice(window.freed);
   if (timer == kPassingTimer && TheLongOperation().running == 0) ShowStatus("");
   if (!more) KillTimer(window.handle, timer);
-}
-
-namespace {
-
-void ShowExpanding(MainWindow& window, bool more) {
-  const TreePane& tree = window.tree;
-  const uint32_t done = more ? tree.expand_next - tree.expand_top : 0;
-  const uint32_t all = more ? tree.expand_end - tree.expand_top : 0;
-  window.host.progress_position = done;
-  window.host.progress_steps = all;
-  const std::string text = Concat(
-      {"Opening branches, key ", Thousands(done), " of ", Thousands(all), " (Ctrl+Q stops)"});
-  ShowStatus(more ? text.c_str() : "");
-}
-
-}  // namespace
-
-void ExpandOn(MainWindow& window) {
-  TreePane& tree = window.tree;
-  const bool more = ExpandSlice(tree);
-  if (more) {
-    SetTimer(window.handle, kExpandTimer, kTimerPause, nullptr);
-  } else {
-    KillTimer(window.handle, kExpandTimer);
-  }
-  // While an operation is under way its progress is shown.
-  if (TheLongOperation().running == 0 && (more || tree.expand_shown)) ShowExpanding(window, more);
-  if (more == tree.expand_shown) return;
-  tree.expand_shown = more;
-  UpdateToolbar(window);
-}
-
-void StopExpanding(MainWindow& window) {
-  if (!IsExpanding(window.tree)) return;
-  StopExpand(window.tree);
-  ExpandOn(window);
-  KeepFilling(window);
+  if (timer == kExpandTimer) KeepFilling(window);
 }
 
 void KeepFilling(const MainWindow& window) {

@@ -21,10 +21,6 @@ LRESULT OnNotify(MainWindow& window, const NMHDR& notice);
 void OnContextMenu(MainWindow& window, HWND child, POINT where);
 // A status text of the tree's own, which goes by itself after two seconds.
 void ShowPassingText(const MainWindow& window, const char* text);
-// The next part of "Expand subfolders", with its progress; the timer goes on with it.
-void ExpandOn(MainWindow& window);
-// Ends it where it is.
-void StopExpanding(MainWindow& window);
 void OnTimer(MainWindow& window, UINT_PTR timer);
 // Sees to it that branches which are filled in part become whole.
 void KeepFilling(const MainWindow& window);

@@ -539,14 +539,6 @@ void StartExpand(TreePane& pane, uint32_t item) {
   pane.expand_end = pane.tree->items[item].end;
 }
 
-// What was opened so far is shown.
-void StopExpand(TreePane& pane) {
-  if (!IsExpanding(pane)) return;
-  const uint32_t top = pane.expand_top;
-  EndExpand(pane);
-  TreeView_Expand(pane.window, pane.handles[top], TVE_EXPAND);
-}
-
 bool ExpandSlice(TreePane& pane) {
   const DWORD start = GetTickCount();
   // A branch is made whole before its turn ends, so what is in it has its handle.
