@@ -19,9 +19,9 @@ struct HivesOfFolder {
   std::vector<std::string> logs;   // wherever they belong
   std::vector<UnreadPlace> unread;
 };
-// The hives and logs in a folder and those below it: a hive begins as one, or has lost its base block
-// and begins with blocks. Links are not followed. What can't be read stops nothing. Ends early when
-// the user stops.
+// The hives and logs in a folder and those below it: a hive begins as one, or has lost its base
+// block and begins with blocks. Links are not followed. What can't be read stops nothing. Ends
+// early when the user stops.
 HivesOfFolder FindHivesOfFolder(const std::string& folder);
 
 }  // namespace hivequarry

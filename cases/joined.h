@@ -16,8 +16,9 @@ namespace hivequarry {
 // "files". Told is what two lists or two files say at least: a row each, sorted by what it is and
 // its name, then in the order of the lists.
 // - Of a serial number the instance after its last "&" is left out.
-// Where live rows about one thing have different texts for what it has one of (a program's SHA-1 and
-// size, a user's folder), a row "contradiction" after them names each text with a row that says so.
+// Where live rows about one thing have different texts for what it has one of (a program's SHA-1
+// and size, a user's folder), a row "contradiction" after them names each text with a row that says
+// so.
 // - Of a path "\??\" and quotes are left out, and what follows the ending ".exe", ".dll" or ".sys".
 OutputListPtr JoinLists(std::span<const HtmlSection> sections);
 

@@ -1,9 +1,8 @@
 #include "lists/list_order.h"
 
-#include <algorithm>
-
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <numeric>
 
 #include "host/case.h"

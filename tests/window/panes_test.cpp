@@ -59,8 +59,8 @@ TEST_F(WindowTest, LongDetailComesWhole) {
   OpenBytes(hive.bytes);
   SelectPath("Tools");
   SelectRow(0);
-  const std::string text = TextOfWide(ValueDetailOf(ShownHive(*window_), *window_->hive.tree,
-                                                    hive.ValuePosition("Tools", "Blob")));
+  const std::string text = TextOfWide(
+      ValueDetailOf(ShownHive(*window_), *window_->hive.tree, hive.ValuePosition("Tools", "Blob")));
   ASSERT_GT(text.size(), 200000U);
   EXPECT_TRUE(PumpUntil([&] { return window_->detail.text.empty(); }));
   EXPECT_TRUE(TextOf(window_->detail.window) == text);
