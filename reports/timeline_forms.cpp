@@ -322,8 +322,10 @@ bool WriteTimeline(const Timeline& timeline, const TimelineLook& look, const Tex
     const TimelineEvent& event = timeline.events[i];
     // Texts are in the order of the keys, not of the times.
     const size_t ahead = std::min(i + kAhead, timeline.events.size() - 1);
-    __builtin_prefetch(timeline.events[ahead].key.data());
-    __builtin_prefetch(timeline.events[ahead].key.data() + 64);
+    // An address alone: the text may be shorter, or none.
+    const auto text = reinterpret_cast<uintptr_t>(timeline.events[ahead].key.data());
+    __builtin_prefetch(reinterpret_cast<const void*>(text));
+    __builtin_prefetch(reinterpret_cast<const void*>(text + 64));
     if (seconds && !IsUsable(event.time)) {
       ++counts.without_time;
       continue;
