@@ -347,7 +347,9 @@ TEST_F(ListTest, RowsLeadToTheTree) {
             hive.PositionOf("Tools\\Inner"));
 }
 
+// Where the tree has no deleted keys.
 TEST_F(ListTest, AFreedRecordIsShownByItsBytes) {
+  TheSettings().freed_in_tree = false;
   HiveBuilder builder;
   builder.Key("Tools\\Gone");
   BuiltHive hive = builder.Build();
@@ -357,6 +359,7 @@ TEST_F(ListTest, AFreedRecordIsShownByItsBytes) {
   ASSERT_EQ(RowCount(*place.model), 1U);
   FocusRow(place, 0, false);
   RunList(place, kCommandGoToTree);
+  TheSettings().freed_in_tree = true;
   const ListPlace* record = FindListPlace(GetActiveWindow());
   ASSERT_NE(record, nullptr);
   EXPECT_EQ(ListKindOf(*record->model), kListRawRecord);

@@ -90,7 +90,7 @@ bool OpenFileOfRow(const ListPlace& place, const RowFile& file) {
   return true;
 }
 
-// The tree has no item for a freed record: its bytes are shown instead.
+// Where the tree has no item for a freed record its bytes are shown instead.
 bool GoToRow(const ListPlace& place, uint32_t row, uint32_t position) {
   if (row < place.files.size()) return OpenFileOfRow(place, place.files[row]);
   if (ListKindOf(*place.model) == kListLogChanges && !IsStillThere(place, row, position)) {
