@@ -28,6 +28,8 @@ inline uint64_t LoadU64(const uint8_t* bytes) {
 }
 
 // --- bounded reads; `at` counts bytes from the start of the view ---------------------------------
+// The sum of `at` and a size never wraps: each function holds the size against what the view has
+// left. A view longer than 4 GiB is read in its first 4 GiB alone.
 
 // True when all of [at, at + size) is in the view.
 inline bool IsInside(ByteView bytes, uint32_t at, uint32_t size) {
@@ -45,6 +47,7 @@ inline uint32_t ReadU32(ByteView bytes, uint32_t at) {
 inline uint64_t ReadU64(ByteView bytes, uint32_t at) {
   return ReadU32(bytes, at) | uint64_t{ReadU32(bytes, at + 4)} << 32;
 }
+// For the few structures that store numbers highest byte first; 0 as above.
 inline uint32_t ReadU32BigEndian(ByteView bytes, uint32_t at) {
   return __builtin_bswap32(ReadU32(bytes, at));
 }
@@ -54,6 +57,7 @@ inline ByteView PartOf(ByteView bytes, uint32_t at, uint32_t size) {
   const size_t left = bytes.size() - at;
   return bytes.subspan(at, size < left ? size : left);
 }
+// The rest of `out` stays as it was: callers that look at all of it fill it with zeros first.
 // Copies as many of `size` bytes as are in the view; returns how many.
 inline uint32_t ReadBytes(ByteView bytes, uint32_t at, uint8_t* out, uint32_t size) {
   const ByteView part = PartOf(bytes, at, size);
@@ -62,6 +66,8 @@ inline uint32_t ReadBytes(ByteView bytes, uint32_t at, uint8_t* out, uint32_t si
 }
 // The same as a copy of its own.
 inline std::vector<uint8_t> CopyOf(ByteView bytes) { return {bytes.begin(), bytes.end()}; }
+// No conversion and no check that they are UTF-8: only for bytes that are known to be ASCII, or
+// that the caller compares and does not show.
 // Appends bytes as the single-byte text that they are.
 inline void AppendText(ByteView bytes, std::string& out) {
   if (!bytes.empty()) out.append(reinterpret_cast<const char*>(bytes.data()), bytes.size());

@@ -9,6 +9,9 @@
 namespace hivequarry {
 namespace {
 
+// Advice alone: where the kernel declines huge pages the memory is there all the same. The
+// allocation is rounded up to whole huge pages, as aligned_alloc wants a multiple of its alignment;
+// what is never touched takes no memory.
 uint8_t* AllocateLarge(size_t size) {
 #ifdef __linux__
   constexpr size_t kHugePage = size_t{2} << 20;

@@ -9,8 +9,10 @@ namespace hivequarry {
 
 // Zeroed bytes after an image, so that readers in strides need not look at its end.
 inline constexpr uint32_t kImageSlack = 0x24000;
+// Positions are 32 bits wide, and one within the slack must be a position too.
 inline constexpr uint32_t kLongestImage = UINT32_MAX - kImageSlack;
 
+// The memory comes from the C allocator on all platforms, aligned or not.
 struct FreeDeleter {
   void operator()(uint8_t* memory) const { std::free(memory); }
 };

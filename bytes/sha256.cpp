@@ -27,8 +27,10 @@ alignas(16) constexpr uint32_t kRounds[64] = {
 
 using State = std::array<uint32_t, 8>;
 
+// SHA-256 counts in words whose highest byte comes first.
 uint32_t WordAt(const uint8_t* at) { return __builtin_bswap32(LoadU32(at)); }
 
+// The compression function as FIPS 180-4 has it, over `count` blocks of 64 bytes.
 void MixPortably(State& state, const uint8_t* blocks, size_t count) {
   for (; count > 0; --count, blocks += kBlock) {
     std::array<uint32_t, 64> words;
@@ -56,6 +58,8 @@ void MixPortably(State& state, const uint8_t* blocks, size_t count) {
 
 #if defined(__x86_64__)
 
+// Leaf 1, ECX: bit 9 is SSSE3 and bit 19 SSE4.1, which the shuffles need; leaf 7, EBX: bit 29 is
+// the SHA extensions.
 bool HasInstructions() {
   unsigned a = 0;
   unsigned b = 0;
@@ -146,6 +150,8 @@ void AddToSha256(Sha256& hash, ByteView bytes) {
 std::string EndSha256(Sha256& hash) {
   constexpr char kDigits[] = "0123456789abcdef";
   const uint64_t bits = hash.length * 8;
+  // The message ends with a 1 bit, zeros up to the last eight bytes of a block, and its length in
+  // bits, highest byte first. The length is that before the padding.
   std::vector<uint8_t> end = {0x80};
   while ((hash.length + end.size()) % kBlock != kBlock - 8) end.push_back(0);
   for (int shift = 56; shift >= 0; shift -= 8) end.push_back(static_cast<uint8_t>(bits >> shift));

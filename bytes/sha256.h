@@ -16,9 +16,12 @@ struct Sha256 {
   std::array<uint8_t, 64> block{};  // begun
   uint64_t length = 0;              // bytes so far
 };
+// Bytes may come in pieces of any length; the hash is that of all of them in a row. One thread at a
+// time for one hash.
 void AddToSha256(Sha256& hash, ByteView bytes);
 // The hash in 64 small hexadecimal digits; nothing may be added afterwards.
 std::string EndSha256(Sha256& hash);
+// The same of bytes that are all at hand.
 std::string Sha256Text(ByteView bytes);
 
 // Which way blocks are mixed: the processor's own instructions where it has them. The tests hold
@@ -26,6 +29,7 @@ std::string Sha256Text(ByteView bytes);
 struct Sha256Ways {
   bool portable = false;  // not with those instructions
 };
+// Set by tests before any hash is under way; a change while another thread hashes is a race.
 Sha256Ways& TheSha256Ways();
 
 }  // namespace hivequarry

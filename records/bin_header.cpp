@@ -27,6 +27,7 @@ bool IsWholeBlock(ByteView image, const BinHeader& bin, uint64_t room) {
 std::vector<BinHeader> FindBinHeaders(ByteView image) {
   std::vector<BinHeader> headers;
   if (image.empty()) return headers;
+  // Bins are 4096 bytes at least; the 64 are for images that are shorter than that many bins.
   const size_t most = image.size() / 2048 + 64;
   const uint8_t* const end = image.data() + image.size();
   const uint8_t* h = image.data();

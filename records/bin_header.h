@@ -16,10 +16,19 @@ inline constexpr uint32_t kBinHeaderSize = 32;
 // Of the first bin's first cell, in an image that begins with a base block.
 inline constexpr uint32_t kFirstCellPosition = kBaseBlockSize + kBinHeaderSize;
 
+// Layout; the bytes between are spare, or memory that the system did not clear:
+//
+//    0    4  "hbin"                          20    8  time, FILETIME; first bin of a hive alone
+//    4    4  own offset                      28    4  size once more; 0 on some systems
+//    8    4  size
+//
+// The first cell follows at 32. An offset into a bin counts from the start of the data area, so
+// that the one of the first bin's first cell is 32 and its position 4128.
 // Offsets of the fields from the start of the header. The signature is at 0.
 inline constexpr uint32_t kBinOwnOffset = 4;  // of this header, from the start of the data area
 inline constexpr uint32_t kBinSize = 8;       // bytes, the header among them
 inline constexpr uint32_t kBinTime = 20;      // FILETIME; of the first bin alone
+// Never used to find the next bin: SizesDiffer (hive/bins.h) only says where the two disagree.
 inline constexpr uint32_t kBinSizeCopy = 28;  // 0 where the system wrote none
 
 struct BinHeader {
@@ -37,11 +46,16 @@ struct BinHeader {
 // the signature is there.
 bool ReadBinHeader(ByteView image, uint32_t position, BinHeader& bin);
 
+// Neither signatures nor what the cells hold are looked at; linear in the number of cells. A bin
+// that is longer than the view is not whole.
 // True when cells follow each other from the header to where the bin ends, and that lies at most
 // `room` bytes after the header's start: callers that ask of many bins end it where the next one
 // begins, so that all of them together cost one pass.
 bool IsWholeBlock(ByteView image, const BinHeader& bin, uint64_t room);
 
+// Every byte, because bytes put in or lost need not be a multiple of anything. One search for the
+// letter "h", so linear; the bound keeps a file of nothing but headers from taking memory several
+// times its own length.
 // All headers, at every byte, ascending. An image in which they lie closer together than bins can
 // gives only so many as it could have twice over.
 std::vector<BinHeader> FindBinHeaders(ByteView image);

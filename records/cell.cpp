@@ -33,6 +33,8 @@ uint32_t NextOccupied(ByteView image, uint32_t position) {
 }
 
 uint32_t FindNextCell(ByteView image, uint32_t position, uint32_t end, uint32_t max_size) {
+  // A bit less than 64 KiB: as far as a run of freed or damaged bytes is worth looking through for
+  // one more record. The step is 8, so the farthest cell begins 65,512 bytes after the position.
   constexpr uint64_t kFarthest = 65519;
   for (uint64_t distance = 8; distance <= kFarthest; distance += 8) {
     const uint64_t at = position + distance;
@@ -49,6 +51,7 @@ uint32_t FindNextCell(ByteView image, uint32_t position, uint32_t end, uint32_t 
 CellChain FollowCells(ByteView image, uint64_t position, uint64_t limit) {
   while (position < limit) {
     const uint32_t length = CellLength(ReadU32(image, static_cast<uint32_t>(position)));
+    // A length of 0 would never end the walk, and one that is no multiple of 8 was never written.
     if (length == 0 || length % 8 != 0) return {position, true};
     position += length;
   }

@@ -9,6 +9,24 @@
 
 namespace hivequarry {
 
+// Layout. At 16, 17, 58 and 59 older systems wrote parts of wider fields, so what is there is
+// believed only where something else says that it means what it does now:
+//
+//    0    4  size of the cell              40    4  number of values
+//    4    2  "nk"                          44    4  offset of the value list
+//    6    2  flags                         48    4  offset of the security record
+//    8    8  last write, FILETIME          52    4  offset of the class name
+//   16    1  access bits                   56    2  longest name of a subkey, bytes
+//   17    1  layer bits                    58    1  user flags, virtualisation
+//   18    2  spare                         59    1  debug bits
+//   20    4  offset of the parent          60    4  longest class name of a subkey, bytes
+//   24    4  number of subkeys             64    4  longest name of a value, bytes
+//   28    4  number of volatile subkeys    68    4  longest data of a value, bytes
+//   32    4  offset of the subkey list     72    4  work variable
+//   36    4  offset of the volatile list   76    2  length of the name, bytes
+//                                          78    2  length of the class name, bytes
+//                                          80       the name
+//
 // Offsets of the fields from the start of the cell, after its size (0) and its signature (4). Where
 // nothing else is said a field is 32 bits wide. Fields that lead somewhere are offsets from the
 // start of the data area to the size field of a cell; 0xFFFFFFFF is "none".
@@ -51,6 +69,7 @@ inline constexpr uint32_t kKeyName = 80;              // the fixed part ends her
 inline constexpr uint16_t kRootKeyFlags = 0x2C;
 inline constexpr uint8_t kKeyNameIsBytes = 0x20;  // of the flags: low bytes of UTF-16, not UTF-16
 
+// The fields as stored: none is held against the image, and no offset is led to a position yet.
 struct KeyFields {
   uint32_t size = 0;  // of the cell, as stored
   uint16_t signature = 0;
@@ -70,17 +89,25 @@ struct KeyFields {
 // all in the view.
 bool ReadKeyFields(ByteView image, uint32_t cell, KeyFields& fields);
 
+// 0x04 and 0x08 mark a root, 0x20 a name of bytes, 0x40 a predefined handle, 0x80 the source of a
+// virtualisation mark. Links and volatile keys are classified apart (ClassifyKey of hive/keys.h).
 // True for the low byte of the flags that keys of the kinds known to be written have.
 bool IsKeyFlagsByte(uint8_t flags);
 
 // The bytes of a name that are read at most: as many as a registry's name takes (510), or as the
 // cell has.
 inline constexpr uint32_t kMaxRawName = 510;
+// A longer name than 510 bytes is a forged or damaged one; its bytes are shown as far as its own
+// cell goes, and no other record's are.
 uint32_t LongestKeyName(ByteView image, uint32_t cell);
+// `cell` is a position. UTF-8, not yet made visible (host/visible_text.h); shorter than `length`
+// where the image ends first. `wide` is the caller's: he knows the flags.
 // The name of `length` bytes as stored, at most LongestKeyName, as text, and at the end of `out`;
 // fast for a name of bytes.
 std::string KeyNameText(ByteView image, uint32_t cell, uint32_t length, bool wide);
 void AppendKeyNameText(ByteView image, uint32_t cell, uint32_t length, bool wide, std::string& out);
+// Reads the low byte of the key's own flags: 0 says that the name is UTF-16. An odd last byte of
+// such a name is left out.
 // The same in UTF-16, whatever the user's choice of reading: what hashes are made of, and what the
 // registry is asked for.
 std::u16string WideKeyName(ByteView image, uint32_t cell, uint32_t length);

@@ -11,6 +11,7 @@
 namespace hivequarry {
 namespace {
 
+// The seed that systems use for logs; the two words are what is kept between words of data.
 struct HashState {
   uint32_t low = 0x7A4E55C5;
   uint32_t high = 0x82EF4D88;
@@ -32,6 +33,8 @@ void MixWords(HashState& state, ByteView bytes) {
   for (size_t at = 0; at + 4 <= bytes.size(); at += 4) Mix(state, LoadU32(bytes.data() + at));
 }
 
+// A byte 0x80 comes after the last byte, and the word that holds it is mixed in; then a word of
+// zeros.
 // With the bytes after the last whole word.
 uint64_t EndHash(HashState state, ByteView rest) {
   uint32_t last = 0x80;

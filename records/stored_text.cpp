@@ -14,6 +14,7 @@ bool IsName(StoredUnits kind) {
   return kind == StoredUnits::kOfKeyName || kind == StoredUnits::kOfValueName;
 }
 
+// The half of a unit that the bytes end in the middle of is 0.
 char16_t UnitAt(ByteView bytes, size_t unit) {
   const uint32_t high = 2 * unit + 1 < bytes.size() ? bytes[2 * unit + 1] : 0U;
   return static_cast<char16_t>(bytes[2 * unit] | high << 8);
@@ -85,6 +86,8 @@ bool IsLone(ByteView bytes, size_t unit, size_t units) {
   return IsLowSurrogate(here) && (unit == 0 || !IsHighSurrogate(UnitAt(bytes, unit - 1)));
 }
 
+// To the code page and back, as the older functions of the system show it: what the page lacks is
+// "?", what it has under another shape comes back as that shape.
 void AppendNarrowed(char16_t unit, std::string& text) {
   const uint8_t byte = CurrentHost().code_page->byte_of_wide[unit];
   if (byte == 0 && unit != 0) {

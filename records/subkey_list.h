@@ -9,6 +9,19 @@
 
 namespace hivequarry {
 
+// Layout:
+//
+//    0    4  size of the cell                 6    2  number of entries
+//    4    2  "lf", "lh", "li", "ri"           8       the entries
+//
+//   list   in hives of                        entry
+//   "li"   any version                        offset of a key
+//   "lf"   minor version 3 and up             offset of a key, four characters of its name
+//   "lh"   minor version 5 and up             offset of a key, hash of its name
+//   "ri"   any version                        offset of an "li", "lf" or "lh" list
+//
+// The count has 16 bits; a cell may have room for more entries than it counts, left from when the
+// key had more subkeys.
 // Offsets from the start of the cell, after its size (0) and its signature (4). An entry begins
 // with the offset of a key's cell, in an "ri" of a list's. Entries are in the order of the keys'
 // names, for the system searches them by halves; here they are read one by one.
@@ -32,6 +45,8 @@ struct ListRoom {
   uint32_t entries = 0;
   bool credible = false;  // an allocated cell of at least 16 bytes, a multiple of 8, in the image
 };
+// `size` is that of ListEntrySize, never 0. A number that the bytes allow, to bound a loop with;
+// that all of these are entries it does not say.
 ListRoom RoomOfList(ByteView image, uint32_t list, uint32_t size);
 
 }  // namespace hivequarry

@@ -15,6 +15,7 @@ ValueFields ReadValueFields(ByteView image, uint32_t cell) {
   fields.signature = LoadU16(value.data() + 4);
   fields.name_length = LoadU16(value.data() + kValueNameLength);
   const uint32_t low = LoadU16(value.data() + kValueDataLength);
+  // The mark is tested as the whole upper half: 0x8000 with a low half of up to 4 is inline.
   const uint32_t high = LoadU16(value.data() + kValueDataLength + 2);
   fields.data_length = high != 0 && high != kInlineData >> 16 ? high << 16 | low : low;
   fields.data_offset = LoadU32(value.data() + kValueDataOffset);
