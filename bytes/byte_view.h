@@ -57,8 +57,8 @@ inline ByteView PartOf(ByteView bytes, uint32_t at, uint32_t size) {
   const size_t left = bytes.size() - at;
   return bytes.subspan(at, size < left ? size : left);
 }
-// The rest of `out` stays as it was: callers that look at all of it fill it with zeros first.
 // Copies as many of `size` bytes as are in the view; returns how many.
+// The rest of `out` stays as it was: callers that look at all of it fill it with zeros first.
 inline uint32_t ReadBytes(ByteView bytes, uint32_t at, uint8_t* out, uint32_t size) {
   const ByteView part = PartOf(bytes, at, size);
   if (!part.empty()) std::memcpy(out, part.data(), part.size());
@@ -66,9 +66,9 @@ inline uint32_t ReadBytes(ByteView bytes, uint32_t at, uint8_t* out, uint32_t si
 }
 // The same as a copy of its own.
 inline std::vector<uint8_t> CopyOf(ByteView bytes) { return {bytes.begin(), bytes.end()}; }
+// Appends bytes as the single-byte text that they are.
 // No conversion and no check that they are UTF-8: only for bytes that are known to be ASCII, or
 // that the caller compares and does not show.
-// Appends bytes as the single-byte text that they are.
 inline void AppendText(ByteView bytes, std::string& out) {
   if (!bytes.empty()) out.append(reinterpret_cast<const char*>(bytes.data()), bytes.size());
 }

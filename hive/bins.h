@@ -9,6 +9,8 @@
 
 namespace hivequarry {
 
+// One block as its header has it. All but the first four fields are as stored: held against
+// nothing.
 struct BinRow {
   uint32_t index = 0;     // from 0
   uint32_t position = 0;  // image position
@@ -26,6 +28,10 @@ inline bool SizesDiffer(const BinRow& row) {
 
 // The block walk from `first_position`, at most `count` blocks. Where a block's sizes differ the
 // walk goes on with the first. It ends after an invalid row, and at a size that leads nowhere (0).
+// Positions count in the image. A block's size may lead beyond the image's end: the walk is over
+// then, and the row stays. One row for each 4096 bytes at most in a sound hive; a damaged one may
+// name smaller sizes, so the rows are bounded by the image's length alone. Ends early when the user
+// stops.
 std::vector<BinRow> ListHiveBins(const HiveImage& hive, uint32_t first_position, uint32_t count);
 // All of them, from the start of the data area.
 std::vector<BinRow> ListHiveBins(const HiveImage& hive);

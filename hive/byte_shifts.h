@@ -8,6 +8,8 @@
 
 namespace hivequarry {
 
+// Bytes that two neighbouring stretches may differ by at most, put in or lost. More than that is
+// rather another hive's block than a part of this one.
 inline constexpr uint32_t kLargestShift = 1024 * 1024;
 
 // A stretch of the hive's own bytes, [begin, end), at one distance: position less offset, modulo
@@ -20,6 +22,7 @@ struct KeptStretch {
 
 // The length that a base block with a right checksum, at the start of `bytes`, gives to its hive's
 // data area; UINT32_MAX when there is none.
+// Counted in offsets, so without the base block itself.
 uint32_t EndByBaseBlock(std::span<const uint8_t> bytes);
 
 // The stretches, ascending in position and in offset; what lies between two of them was put in.
@@ -29,6 +32,9 @@ uint32_t EndByBaseBlock(std::span<const uint8_t> bytes);
 // Block headers propose the distances, and so do cells that others name elsewhere; how many records
 // are where others name them decides. A header alone, with nothing else that fits, moves nothing.
 // Blocks at a distance of another hive's own are left where they are.
+// `bytes` are those of the whole image, from its base block on where it has one. Nothing is changed
+// here: who calls puts the image together (moved_bytes.h). Linear in the image but for look-ups of
+// records; empty when the user stops.
 std::vector<KeptStretch> FindShifts(std::span<const uint8_t> bytes, uint32_t first, bool anchored);
 
 }  // namespace hivequarry

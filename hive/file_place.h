@@ -14,6 +14,7 @@
 namespace hivequarry {
 
 // Slow path of PlaceOf.
+// Logarithmic in the number of pieces and of 0Ds that were taken out.
 uint32_t FindPlace(const HiveImage& hive, uint32_t position);
 
 // The place of an image position; for bytes that are lost, the place where they are missing. What
@@ -23,10 +24,15 @@ inline uint32_t PlaceOf(const HiveImage& hive, uint32_t position) {
   return places.pieces.empty() && places.returns.empty() ? position : FindPlace(hive, position);
 }
 // The image position of a place: the other way round.
+// For a place whose bytes the image does not have (0Ds that were taken out, what belongs elsewhere)
+// kNoOffset, or the position of what follows.
 uint32_t PositionOfPlace(const HiveImage& hive, uint32_t place);
 // Where in its file the layer that a position is in begins.
+// The base_offset of that layer's own file; that of the hive itself when it is no stack.
 uint32_t LayerBase(const HiveImage& hive, uint32_t position);
 // Its position in the file.
+// Counted from the first byte of the file, whatever stands before the hive in it. In a stack: of
+// the layer's own file.
 inline uint32_t FilePositionOf(const HiveImage& hive, uint32_t position) {
   const uint32_t place = PlaceOf(hive, position);
   return (hive.stack == nullptr ? hive.base_offset : LayerBase(hive, position)) + place;
@@ -51,6 +57,8 @@ inline uint32_t FileEndOf(const HiveImage& hive) { return hive.base_offset + hiv
 std::string UndoneWords(const HiveImage& hive);
 
 // Makes `pieces` ready for use: joins those that go on without a step, and fills by_place.
+// They must be ascending by position, without gaps, and begin at 0. Call once the image has its
+// bytes: `held` and `length` bound the last piece.
 void SetPieces(HiveImage& hive, const std::vector<ImagePiece>& pieces);
 
 }  // namespace hivequarry

@@ -23,6 +23,9 @@ bool IsRootFlagsByte(uint8_t flags) {
 }
 
 // The first eight bytes of a root key node: size, "nk", flags.
+// What is expected there: a cell of 88 to 96 bytes in use (size -96 or -88: bytes A0 or A8, FF, FF,
+// FF), "nk", flags 0x002C. Five of the eight bytes are enough, or the two letters with flags that a
+// root is known to have.
 bool LooksLikeRootCell(const uint8_t (&cell)[8]) {
   const bool n = cell[4] == 'n';
   const bool k = cell[5] == 'k';
@@ -69,6 +72,7 @@ HiveStart FindHiveStart(std::FILE* stream, uint64_t file_size, UnreadBytes& unre
   HiveStart result;
   if (file_size < kBaseBlockSize) return result;
   const Host& host = CurrentHost();
+  // Smaller files are searched before a bar could be seen.
   const bool show_progress = file_size >= kProgressSize;
   if (show_progress) {
     ShowStatus("Reading File ...");

@@ -15,6 +15,9 @@ struct HiveStart {
   uint32_t start = 0;  // file offset
 };
 // Adds to `unread` what could not be read on the way.
+// The stream's position is anywhere afterwards. Looks no further than the first block that tells;
+// linear in what is before it, with progress for files of 2 MB and more. A file shorter than a base
+// block has no start, and one that begins beyond 4 GiB is not found.
 HiveStart FindHiveStart(std::FILE* stream, uint64_t file_size, UnreadBytes& unread);
 
 // What the bytes at a candidate file offset confirm; flags already set stay set.
@@ -22,6 +25,7 @@ struct HiveProbe {
   bool header_valid = false;
   bool root_valid = false;
 };
+// A root that is recognised vouches for a base block before it, whose own letters may be lost.
 void ProbeHiveStart(std::FILE* stream, uint32_t candidate, HiveProbe& probe);
 // What an image in memory confirms of its own start, where the file could not be asked.
 HiveProbe ProbeImage(const HiveImage& hive);

@@ -28,13 +28,18 @@ struct HiveTable {
   std::string default_short_root = "HKU";
   uint32_t default_root_handle = 0x80000003;
 };
+// One for the process, made when first asked for. A reference to a slot stays valid as long as the
+// process runs; what is in the slot only until it is freed.
 HiveTable& TheHiveTable();
 // Frees every slot with its buffer, and forgets the partial range.
+// For tests, and for a program that begins anew. Nobody may read a hive meanwhile.
 void ResetHiveTable();
 
 // First free slot, cleared and taken; -1 when there is none.
 int AllocateHiveSlot();
 // Releases the image's memory, and the file's name as a place that nothing may be written to.
+// Whatever points into the image (trees, values' views, edits) is of no use after that: callers end
+// their workers first.
 void FreeHiveSlot(int slot);
 // The hive of a slot that was handed out.
 inline HiveImage& HiveOfSlot(int slot) { return TheHiveTable().slots[static_cast<size_t>(slot)]; }

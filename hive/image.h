@@ -25,6 +25,7 @@ struct HiveLogs;
 struct LayerStack;
 
 // A stretch of the image whose cells are at one distance from their offsets.
+// An offset stored in the run leads to offset + delta, if that is in the same run.
 struct OffsetRun {
   uint32_t position = 0;  // of its first byte
   uint32_t end = 0;       // position after it
@@ -71,6 +72,7 @@ uint32_t ResolveOffset(const HiveImage& hive, uint32_t offset, uint32_t field);
 
 // The value list of a key that shares it with others, or whose list's cell does not say how long it
 // is.
+// "As many as the list has".
 inline constexpr uint32_t kAllEntries = 0xFFFFFFFF;
 struct ValueListNote {
   uint32_t entries = kAllEntries;   // of the list that are the key's; no more than it counts
@@ -156,11 +158,14 @@ struct HiveImage {
 // --- bounded reads ---------------------------------------------------------------------------
 
 // Bounds by what was recognised: header_valid, root_valid and the length.
+// Sets data_start, data_base, data_base_proven, root_position, lower_bound and last_valid anew;
+// what was known better of them is lost. Call again after the length has changed.
 void SetBounds(HiveImage& hive);
 
 // An image, not in the table, of bytes of which nothing else is known: all cell positions that they
 // have room for are in its bounds. For who looks at a part of a file. Empty when there is no
 // memory.
+// A copy of the bytes, so it outlives them.
 HiveImage ImageOfBytes(ByteView bytes);
 
 // True when [position, position + size) lies inside the hive.
@@ -169,6 +174,7 @@ inline bool InsideHive(const HiveImage& hive, uint32_t position, uint32_t size) 
 }
 
 // The image's bytes, up to its length.
+// Valid as long as the image and its length stay what they are.
 inline ByteView ImageBytes(const HiveImage& hive) { return {hive.buffer.get(), hive.length}; }
 
 // Little-endian; 0 outside the hive.
@@ -189,6 +195,7 @@ inline uint32_t ReadBytes(const HiveImage& hive, uint32_t position, uint8_t* out
   return ReadBytes(ImageBytes(hive), position, out, size);
 }
 // Likewise of what is held, also after the place where the image was cut.
+// For who shows bytes, not for readers of records.
 uint32_t ReadHeldBytes(const HiveImage& hive, uint32_t position, uint8_t* out, uint32_t size);
 
 // The position that a cell offset stored at `field` leads to; kNoOffset stays kNoOffset. The result

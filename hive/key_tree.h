@@ -20,6 +20,7 @@
 
 namespace hivequarry {
 
+// No item, or no row, where a number of one is given.
 inline constexpr uint32_t kNoItem = 0xFFFFFFFF;
 
 // Repair marks of a key.
@@ -78,6 +79,7 @@ struct SiblingNote {
 };
 
 // A number that is worked out when it is first asked for, by any thread; 0 until then.
+// Threads that ask at the same time may each work it out: they come to the same number.
 struct LateNumber {
   std::atomic<size_t> value{0};
   LateNumber() = default;
@@ -139,6 +141,7 @@ inline bool HasKeyCell(const KeyTree& tree, uint32_t item) {
 
 // For who builds a tree, whose items are added each before its children. A folder below the root,
 // by its identifier:
+// These three may be called before the tree is shown to anybody else only.
 uint32_t AddFolder(KeyTree& tree, ItemKind kind, uint32_t identifier);
 // All that is below the item has been added.
 inline void CloseItem(KeyTree& tree, uint32_t item) {
@@ -151,6 +154,7 @@ void HideBranch(KeyTree& tree, uint32_t item);
 void UnhideAll(KeyTree& tree);
 
 // The item of the key at `position`, hidden or not; kNoItem when the tree has none.
+// A constant-time look-up. Path copies are not found by it: the key's own item is.
 uint32_t ItemOfPosition(const KeyTree& tree, uint32_t position);
 
 // Displayed name: the root's registry path, a folder's title, the key's name as ShownKeyName has
@@ -158,9 +162,12 @@ uint32_t ItemOfPosition(const KeyTree& tree, uint32_t position);
 // One of more than kLongestShownName characters ends in kNameCut.
 inline constexpr size_t kLongestShownName = 256;
 inline constexpr std::string_view kNameCut = "...";
+// UTF-8, safe to show: what no name should have is escaped (host/visible_text.h). The second form
+// adds it to the end of `out`, which saves a walk one allocation for each key.
 std::string ItemName(const HiveImage& hive, const KeyTree& tree, uint32_t item);
 void AppendItemName(const HiveImage& hive, const KeyTree& tree, uint32_t item, std::string& out);
 // A key's name as stored, with whatever characters are in it; any other item's displayed name.
+// Not safe to show as it is: control characters and backslashes may be in it.
 std::string StoredItemName(const HiveImage& hive, const KeyTree& tree, uint32_t item);
 void AppendStoredItemName(const HiveImage& hive, const KeyTree& tree, uint32_t item,
                           std::string& out);
@@ -168,7 +175,8 @@ void AppendStoredItemName(const HiveImage& hive, const KeyTree& tree, uint32_t i
 // Full path of an item: the root's text and every name down to it, joined by "\". Names may be
 // nested so that the paths of a small file fill any memory, so a path longer than `limit`
 // characters is shown shortened: "ROOT\...@0x00012340\name\name", from the ancestor whose key cell
-// is at that image position on. Under "Disconnected Keys" that folder is after the root. So
+// is at that place in the file (file_place.h) on. Under "Disconnected Keys" that folder is after
+// the root. So
 // keys that differ in place or name differ in their paths.
 inline constexpr size_t kLongestPath = 32767;  // characters; no registry has longer ones
 // The limit for paths of which lists hold one for each row: kLongestPath unless so many keys have
@@ -177,6 +185,7 @@ inline constexpr size_t kLongestPath = 32767;  // characters; no registry has lo
 inline constexpr size_t kLeastPath = 256;
 size_t ListedPathLimit(const HiveImage& hive, const KeyTree& tree);
 
+// Linear in the item's depth: a walk over many items takes a PathWalker.
 std::string ItemPath(const HiveImage& hive, const KeyTree& tree, uint32_t item);
 // The same with kLongestPath as the limit, for the path of one item.
 std::string LongItemPath(const HiveImage& hive, const KeyTree& tree, uint32_t item);
@@ -188,6 +197,7 @@ inline constexpr size_t kPathLimit = 1040;
 std::string StoredItemPath(const HiveImage& hive, const KeyTree& tree, uint32_t item);
 
 // Path texts of a walk in item order: each item's path is made from its parent's, once.
+// Keeps references to the image and the tree, which must outlive it; one thread.
 class PathWalker {
  public:
   PathWalker(const HiveImage& hive, const KeyTree& tree) : hive_(hive), tree_(tree) {}
@@ -219,6 +229,8 @@ class PathWalker {
 // The item that a path names (as ItemPath spells it, shortened or not; also without the root's own
 // text, with a leading "\", and with the root in long form). Names compare without regard to case.
 // kNoItem when there is none.
+// Where children are named alike the one with the longest name that fits is taken, of equal ones
+// the first. Linear in the children met on the way.
 uint32_t FindItemByPath(const HiveImage& hive, const KeyTree& tree, std::string_view path);
 
 // True for a key that is in the tree without a list that leads to it from the root, or without
@@ -237,6 +249,7 @@ inline constexpr const char* kDisconnectedValuesTitle = "Disconnected Values";
 // How a key is named of which no name is left: "Unnamed(01)" by a number, or by the name hint of
 // the list entry that leads to it, the name's first four characters in the code page, low byte
 // first.
+// Two digits at least.
 std::string GeneratedName(uint32_t number);
 std::string HintName(uint32_t hint);
 

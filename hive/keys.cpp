@@ -43,6 +43,7 @@ KeyNode ReadKeyNode(const HiveImage& hive, uint32_t position, KeyRead how) {
     key.name = KeyNameText(ImageBytes(hive), position, key.name_length, wide);
     key.name_failed = wide && key.name.find('\0') != std::string::npos;
   }
+  // Negative and above -65536: a larger size is no key's, whatever its sign.
   const bool allocated = key.size >> 16 == 0xFFFF;
   key.state = allocated ? KeyState::kAllocated : KeyState::kFree;
   key.length = allocated ? 0U - key.size : key.size;
@@ -69,7 +70,7 @@ int ClassifyKey(const HiveImage& hive, uint16_t signature, uint16_t flags, uint3
     uint32_t one_bit_errors = 0;
     return TolerantKeyTest(hive, position, one_bit_errors) ? 1 : -1;
   }
-  // One flipped bit in the signature and one in a root key's flags.
+  // A link node: a hive ends here (0x02), not to be deleted (0x08), a name of bytes (0x20).
   if (signature == kSignatureLk && flags_low == 0x2A) return 2;
   return -1;
 }

@@ -53,6 +53,7 @@ struct LayerStack {
 };
 
 // Number of the layer that a position is in; 0 in an image that is no stack.
+// A position beyond all layers counts as the last one's.
 uint32_t LayerAt(const HiveImage& hive, uint32_t position);
 // Where that layer's image begins; 0 in an image that is no stack.
 uint32_t LayerStart(const HiveImage& hive, uint32_t position);
@@ -63,11 +64,13 @@ bool InOneLayer(const LayerStack& stack, uint32_t position, uint32_t size);
 inline bool InOneLayer(const HiveImage& hive, uint32_t position, uint32_t size) {
   return hive.stack == nullptr || InOneLayer(*hive.stack, position, size);
 }
+// Points into the stack: valid as long as the image.
 const StackKey* StackKeyAt(const LayerStack& stack, uint32_t position);
 // Null for a key of which its cell tells all, and in an image that is no stack.
 inline const StackKey* StackKeyAt(const HiveImage& hive, uint32_t position) {
   return hive.stack == nullptr ? nullptr : StackKeyAt(*hive.stack, position);
 }
+// kNothing in an image that is no stack, and for what nobody hides.
 HiddenNote HiddenNoteAt(const HiveImage& hive, uint32_t position);
 
 // Time of a key's last write: FILETIME; of keys that are one the newest.
@@ -83,6 +86,7 @@ struct StackResult {
   StackFault fault = StackFault::kNone;
   uint32_t layer = 0;
 };
+// Given away to StackHives, which keeps the image and lets the tree go.
 struct TreeOfLayer {
   HiveImage hive;
   KeyTree tree;

@@ -6,6 +6,8 @@
 namespace hivequarry {
 namespace {
 
+// Systems with layers write these two bits alone; older ones have others in the same word, so that
+// a hive with any of those is none of theirs.
 constexpr uint32_t kKnownFlags = 3;
 
 uint8_t LayerBits(const HiveImage& hive, uint32_t key_position) {

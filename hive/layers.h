@@ -26,6 +26,7 @@ KeyLayer LayerOfKey(const HiveImage& hive, uint32_t key_position);
 // True when its class name is that of the key below.
 bool InheritsClass(const HiveImage& hive, uint32_t key_position);
 // True for a value that only hides one of its name.
+// The bit alone is not enough: without layers other systems may have set it.
 bool IsTombstone(const HiveImage& hive, const ValueKey& value);
 
 }  // namespace hivequarry

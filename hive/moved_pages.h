@@ -26,8 +26,10 @@ struct Pages {
   uint32_t count = 0;     // with those that were put in, which belong anywhere or nowhere
 };
 // The pages of `length` bytes, `own_length` of which are in place.
+// `length` counts all bytes held, `own_length` those up to the end of the hive's own.
 Pages PagesOf(uint32_t distance, uint32_t own_length, uint32_t length);
 
+// Page numbers count from Pages::first.
 struct PageMoves {
   static constexpr uint32_t kNothing = 0xFFFFFFFF;
   struct Copy {
@@ -44,6 +46,7 @@ struct PageMoves {
 PageMoves FindPageMoves(std::span<const uint8_t> bytes, const Pages& pages);
 
 // How each own page fits where it is.
+// One for each own page, in their order. Costs a pass over the image for its references.
 std::vector<PageFit> FitPages(std::span<const uint8_t> bytes, const Pages& pages);
 
 }  // namespace hivequarry

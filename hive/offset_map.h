@@ -25,8 +25,10 @@ inline constexpr uint32_t kNowhere = 0xFFFFFFF0;
 // header_valid, data_start and the length are known. False when there are bins and none of them
 // is where the base block, that the image is taken to have, would put it; and when there are no
 // bins, and no root key where it would be.
+// Linear in the image: looks for headers at every byte.
 bool FindDataBase(HiveImage& hive);
 // Sets the runs of an image whose data_base is known.
+// Leaves offset_runs empty where all is in place, so that readers pay nothing for it.
 void MapOffsets(HiveImage& hive);
 
 // The offset by which the hive's own cells name a position.
@@ -38,6 +40,7 @@ inline uint32_t OffsetOfPosition(const HiveImage& hive, uint32_t position) {
 void AddLayerRuns(const HiveImage& layer, uint32_t start, uint32_t end, bool top,
                   std::vector<OffsetRun>& runs);
 // True for a position that is no part of the hive.
+// Logarithmic in the runs; false where there are none.
 bool IsForeign(const HiveImage& hive, uint32_t position);
 
 }  // namespace hivequarry

@@ -35,6 +35,8 @@ FileStream OpenHiveFile(const std::string& file_name, OpenFailure& failure) {
 }
 
 // The partial range that was asked for, cut to the file. False: the whole file.
+// A range that is longer than the file, or begins after its end, is not taken at all: it was meant
+// for another file.
 bool ChooseRange(uint64_t file_size, uint32_t& start, uint32_t& length) {
   const HiveTable& table = TheHiveTable();
   if (table.end_offset <= table.start_offset) return false;
@@ -125,6 +127,7 @@ bool ChoosePart(HiveImage& hive, std::FILE* stream, FilePart& part) {
       part.ranged = ChooseRange(part.file_size, hive.base_offset, length);
     }
   }
+  // A file of more than 4 GiB is refused by the caller, before this number is used.
   hive.length = part.ranged ? length : static_cast<uint32_t>(part.file_size);
   return true;
 }

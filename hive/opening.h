@@ -23,8 +23,11 @@ struct OpenFailure {
 
 // The slot, -1 when `failure` says why there is none. What could not be read of the file, and is
 // zeros, is in the hive's `unread`. Runs on any one thread at a time.
+// `file_name` is UTF-8. Reads what the table says is to be opened (range, logs) and clears that
+// again, whether it succeeds or not; makes the slot the current one. The file is closed when this
+// returns, and its name is kept as one that no output may be written to until the slot is freed.
 int OpenHive(const std::string& file_name, OpenFailure& failure);
-// For callers to whom the reason is one.
+// For callers to whom all reasons are the same.
 int OpenHive(const std::string& file_name);
 
 // The strict check, for an image in which nothing at all was found, so that its user learns why:

@@ -11,6 +11,7 @@ namespace hivequarry {
 
 inline constexpr uint32_t kNoRank = 0xFFFFFFFF;
 
+// Empty until ResetIndex. Many threads may look up at a time, none while somebody inserts.
 struct PositionIndex {
   std::vector<uint64_t> bits;    // bit n: position 8 * n
   std::vector<uint32_t> counts;  // set bits before each word; made by SealIndex

@@ -11,6 +11,7 @@ namespace hivequarry {
 namespace {
 
 // A self-relative descriptor, its list and the entries of that: offsets from the start of each.
+// security/descriptor.h reads all of it; this room is below that one, and needs these fields alone.
 constexpr uint32_t kControl = 2;  // 16 bits
 constexpr uint16_t kHasAccessList = 4;
 constexpr uint32_t kAccessList = 16;
@@ -21,6 +22,7 @@ constexpr uint32_t kEntryRights = 4;
 constexpr uint32_t kEntrySid = 8;
 constexpr uint8_t kAllowed = 0;
 constexpr uint8_t kInheritOnly = 8;  // of the entry's flags: not about the key itself
+// KEY_ALL_ACCESS: all rights of a key (0x3F) and the standard ones (0xF0000).
 constexpr uint32_t kAllAccess = 0xF003F;
 constexpr uint32_t kGenericAll = 0x10000000;
 
@@ -62,6 +64,7 @@ std::string TextOfSid(const SidFields& sid) {
 }
 
 // The bytes of the key's descriptor; empty without a sound record.
+// A damaged record says nothing about whose the hive is, so nothing is guessed from it.
 ByteView DescriptorOf(const HiveImage& hive, uint32_t key_position) {
   const uint32_t record = ReadOffset(hive, key_position + kKeySecurity);
   if (!InsideHive(hive, record, kSecurityDescriptor)) return {};

@@ -17,6 +17,7 @@ namespace hivequarry {
 // place.
 void ReplayAndPlace(HiveImage& hive, const LogChoice& choice, bool whole, HiveProbe probe);
 // Gives free what was kept of the logs.
+// Their files may be written over from then on.
 void ReleaseLogs(const HiveImage& hive);
 
 // True when the image is not as its file has it: entries of logs were applied to it.
@@ -26,6 +27,8 @@ inline bool IsReplayed(const HiveImage& hive) {
 
 // A replayed hive as it was after the first `steps` entries; 0: as its file has it. Not in the
 // table. Empty (length 0) when there is no memory.
+// Costs a copy of the image and the pages of the entries. `steps` beyond the last one give the
+// image after all of them.
 HiveImage ImageAfter(const HiveImage& hive, size_t steps);
 
 // What the logs did to bytes of the image.
@@ -35,6 +38,8 @@ struct LogOrigin {
   uint32_t log_position = 0;  // of the first of these in the log file
 };
 // Of [position, position + size); by at most a few ranges' look-up.
+// Not found in a hive that was not replayed. An entry that wrote the same bytes as were there
+// changed nothing and is not named.
 LogOrigin OriginOf(const HiveImage& hive, uint32_t position, uint32_t size);
 
 }  // namespace hivequarry

@@ -42,6 +42,7 @@ enum class HiveKind : uint8_t {
 // "SYSTEM", "NTUSER", "settings"; empty for kUnknown.
 std::string_view HiveKindName(HiveKind kind);
 
+// Texts are safe to show. Each `by_` is kUnknown where that source says nothing.
 struct RootEvidence {
   std::string root_key;  // the name
   HiveKind by_root_key = HiveKind::kUnknown;
@@ -57,6 +58,7 @@ struct RootEvidence {
   std::string sid_keys;  // the keys whose access lists say so
 };
 // The root key and its subkeys are asked only where the root has a cell of its own.
+// Reads a few lists of subkeys, bounded as a whole by a sixteenth of the image; no tree is needed.
 RootEvidence FindRootEvidence(const HiveImage& hive);
 
 // True for the names that the system gives to the roots of hives of any kind: none at all,
@@ -67,9 +69,11 @@ bool SaysNothing(std::string_view root_key_name);
 // key's name, the base block, the keys, the file's own name; else a name that says nothing, if the
 // key has one. False (and nothing changed) when there is nothing at all. `has_root_key`: the root
 // key has a cell, and a name that is no noise.
+// Sets hive.root; of a user's hive the SID is in the path where the access lists tell it.
 bool ChooseRootPath(HiveImage& hive, bool has_root_key);
 
 // Of a root path in either form: the hive that a system loads there, or at a place above it.
+// kUnknown for a path that is neither form of a known root, or below none of these hives.
 HiveKind KindOfRootPath(std::string_view path);
 // The kind that the root path rests on, unless the user has named it.
 HiveKind KindOfHive(const RootEvidence& evidence);

@@ -16,19 +16,23 @@ struct PredefinedRoot {
   uint32_t handle;
 };
 // By long or short name; null when unknown.
+// Points into a table that lasts as long as the program.
 const PredefinedRoot* FindPredefinedRoot(std::string_view name);
 
 // Root path by kind (1 to 8, 10, 11): sets label and prefix, made unique, in the slot. False for a
 // kind that is not in the table.
+// Counts as named by the user.
 bool SetRootKind(int kind, HiveImage& hive);
 inline constexpr int kLastRootKind = 11;
 // The short form of a kind's path; null for a number that is no kind.
 const char* RootKindLabel(int kind);
 // Root path given by the user: a short or long form path, taken as it is when its root is unknown.
 // One of the kinds' paths gives that kind.
+// Backslashes at its end are left out.
 void SetRootPath(HiveImage& hive, std::string_view path);
-// The automatic choice from the root key's name; false (and nothing changed) when the name says
-// nothing.
+// The automatic choice from the root key's name, up to its first zero; false (and nothing changed)
+// when there is none or it is that of a fresh hive ("$$$P...", "CMI-CreateHive..."). Other names
+// that say nothing (SaysNothing of root_evidence.h) are taken: who calls has asked that before.
 bool RootPathFromRootKey(HiveImage& hive, uint32_t root_position);
 // The path that a root key's name stands for; the name itself where it is none of those.
 std::string RootPathOfKeyName(std::string_view name);
@@ -70,6 +74,7 @@ uint32_t MakeRootLabelUnique(std::string& label, int slot);
 int FindHiveByRoot(std::string_view label);
 int FindHiveByRoot(std::string_view label, int except_slot);
 
+// With an unrecognised root all but long_name is empty.
 struct RootSplit {
   std::string long_name;  // the whole path when the root is unknown
   std::string rest;
@@ -82,7 +87,8 @@ bool SplitRootPath(std::string_view path, RootSplit& split);
 std::string ShortRootPath(std::string_view path);
 std::string LongRootPath(std::string_view path);
 
-// The Wow6432Node test.
+// True for a path that has a component "Wow6432Node", the registry of 32-bit programs. At the start
+// of a path the name's last letter is not compared.
 bool IsWow64Path(std::string_view path);
 
 // What the tree shows at the root of a hive: its label, or "ROOT".

@@ -17,6 +17,7 @@ inline constexpr uint8_t kListFaultRiBounds = 8;   // the first "ri" child lies 
 inline constexpr uint8_t kListFaultCount = 128;    // the list's count is not the key's
 
 // Repair codes, the first fault met (0 when sound).
+// Numbers are shown to the user as they are and so never change.
 inline constexpr uint16_t kRepairNoListSignature = 2;
 inline constexpr uint16_t kRepairRiChildSignature = 3;
 inline constexpr uint16_t kRepairCountDiffers = 512;
@@ -40,6 +41,8 @@ struct SubkeyListCheck {
 
 // Reads the list header and first entry of `key` (its subkey_list and subkey_count fields). With
 // `diagnose` (recovery mode) the repair codes are set and an "ri" list's children are all visited.
+// A key without a list, or whose list is out of bounds, gives an empty check without faults.
+// `count` is what the list says, not held against the cell's room.
 SubkeyListCheck CheckSubkeyList(const HiveImage& hive, const KeyNode& key, bool diagnose);
 
 // One entry of a subkey list.
@@ -58,6 +61,7 @@ struct SubkeyListReads {
   uint32_t left = 0;           // entries
   uint32_t cut = 0;            // lists that were not read to their ends for want of these
 };
+// Of a walk; a bit for each 8 bytes of the image.
 SubkeyListReads MakeSubkeyListReads(const HiveImage& hive);
 
 // Appends the entries of the list cell at `list`, "ri" lists resolved one level down, in list
@@ -67,6 +71,7 @@ SubkeyListReads MakeSubkeyListReads(const HiveImage& hive);
 bool ReadSubkeyList(const HiveImage& hive, uint32_t list, SubkeyListReads& reads,
                     std::vector<SubkeyEntry>& entries);
 // The same; at most `budget` entries are read, and `budget` is lowered by what was read.
+// For one key, where nothing is free.
 bool ReadSubkeyList(const HiveImage& hive, uint32_t list, uint32_t& budget,
                     std::vector<SubkeyEntry>& entries);
 

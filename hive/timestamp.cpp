@@ -39,6 +39,8 @@ void SetDate(uint64_t days, CalendarTime& calendar) {
   calendar.day = static_cast<int>(day - MonthStart(month) + 1);
 }
 
+// Registries have been written since the late eighties; a date outside that range is damage or no
+// date, and is not shown as one.
 bool IsPlausible(const CalendarTime& calendar) {
   return calendar.year >= 1988 && calendar.year <= 2099 && calendar.month <= 12 &&
          calendar.hour <= 24 && calendar.minute <= 60 && calendar.second <= 60;

@@ -13,11 +13,14 @@ struct CalendarTime {
 // A FILETIME (100-ns units since 1601-01-01) as calendar fields, whatever its value.
 CalendarTime CalendarOfFileTime(uint64_t file_time);
 // The present, to the second, UTC; and in local time.
+// Whole seconds: it stamps lists and file names, it measures nothing.
 uint64_t FileTimeNow();
 uint64_t LocalFileTimeNow();
+// For years from 1601 on and fields in their ranges; nothing is checked, and an earlier year wraps.
 uint64_t FileTimeOfCalendar(const CalendarTime& calendar);
 
 // A FILETIME as it is; empty for a date that is not plausible (year 1988 to 2099).
+// In UTC, as keys have it.
 std::string FormatTimestampChecked(uint64_t file_time);
 // A FILETIME pair, unchecked, as local time when `local`.
 std::string FormatTimestamp(uint64_t file_time, bool local);
@@ -25,10 +28,13 @@ std::string FormatTimestamp(uint64_t file_time, bool local);
 std::string FormatTimestampOrNone(uint64_t file_time);
 // A packed DOS date (low half) and time (high half), checked; empty when implausible.
 std::string FormatDosTimestamp(uint32_t dos_date_time);
+// 0 for a date that is none. Steps of two seconds; no time zone is in it, and none is added.
 uint64_t FileTimeOfDos(uint32_t dos_date_time);
 // The form used in saved lists, from stored fields.
+// "2008/05/17, 13:02:09"; a year beyond 9999 gets more digits.
 std::string FormatCalendar(const CalendarTime& calendar);
 // ISO 8601 with seven decimals and "Z", as the console prints it.
+// UTC; whatever the value is, so that nothing stored is lost in it.
 std::string FormatIso8601(uint64_t file_time);
 
 }  // namespace hivequarry

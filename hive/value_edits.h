@@ -30,6 +30,7 @@ struct ValueEdit {
 };
 using ValueEditPtr = std::shared_ptr<const ValueEdit>;
 
+// Moving is for whoever has the image alone: neither side's mutex is taken.
 struct ValueEdits {
   ValueEdits() = default;
   ValueEdits(ValueEdits&& other) noexcept { *this = std::move(other); }
@@ -44,6 +45,8 @@ struct ValueEdits {
 // Gives the value at `position` another type and data, in place of an edit made before. What the
 // file has already is no edit: it takes the one before back. False when no value can be read there,
 // or for data as long as those that are not read (kMaxValueData).
+// `position` is that of the value's cell; `key` that of the key at which the user edited it,
+// counted by EditsOfKey.
 bool SetValueEdit(HiveImage& hive, uint32_t position, uint32_t type, std::vector<uint8_t> data,
                   uint32_t key = kKeyUnknown);
 // The value is again what the file has. False when it was not edited.
@@ -53,6 +56,7 @@ void TakeBackAllEdits(HiveImage& hive);
 // The edit of the value at `position`, null for none.
 ValueEditPtr EditOf(const HiveImage& hive, uint32_t position);
 // All edits, ascending by position.
+// A copy: edits made later are not in it.
 std::vector<ValueEditPtr> ListEdits(const HiveImage& hive);
 
 // How many values were edited at a key.

@@ -30,6 +30,7 @@ InputForm FormOfType(uint32_t type);
 
 // The data that a text in the type's form means. Empty after an error, which is then filled; data
 // of kMaxValueData bytes or more are one.
+// Numbers are stored in the type's byte order and length; one that does not fit is an error.
 InputData DataOfInput(uint32_t type, std::u16string_view text, InputError& error);
 // Hexadecimal bytes of two digits, a lone digit too; blanks, tabs, commas, semicolons and line ends
 // may be between them, and nothing need.
@@ -43,6 +44,7 @@ struct InputText {
 };
 // The text in the type's form for data; numbers are hexadecimal unless `decimal`. Of data that the
 // form can't say as much as a user may read: a string up to its first zero, no number.
+// With `exact` DataOfInput of the text gives the same bytes back.
 InputText InputOfData(uint32_t type, std::span<const uint8_t> data, bool decimal = false);
 // "0a ff 10", sixteen bytes a line ("\r\n" between lines).
 std::u16string InputOfBytes(std::span<const uint8_t> data);

@@ -12,6 +12,8 @@
 namespace hivequarry {
 namespace {
 
+// One less than where names begin: a cell that is a byte too short for its name still gives all of
+// it.
 constexpr uint32_t kFixedNameRoom = 23;  // the name takes at most the cell's length less this
 
 bool InsideLayer(const HiveImage& hive, uint32_t position, uint32_t size) {
@@ -62,13 +64,18 @@ bool LocateSegments(const HiveImage& hive, const ValueKey& value, Segments& segm
 }
 
 // Which cells data are read from.
+// Freed data keep their bytes, but only who looks for freed values asks for them.
 enum class DataCell { kAllocated, kAny };
 
+// In use and no longer than 16 MB: a value's data never are, and anything else there is no data
+// cell.
 bool IsDataCell(uint32_t size, DataCell which) {
   return size >> 24 == 0xFF || (which == DataCell::kAny && !IsAllocated(size) && size % 8 == 0);
 }
 
 // Finds data of five bytes or more and checks the cell that holds it.
+// In order: the offset is checked before it is followed, the cell before its bytes are counted, and
+// only a cell that is too short for the data may be a "db" record.
 ValueStatus LocateData(const HiveImage& hive, DataCell which, ValueKey& value, Segments& segments) {
   const uint32_t offset = ReadU32(hive, value.position + kValueDataOffset);
   if (offset % 4 != 0) return ValueStatus::kDataOffset;
@@ -160,7 +167,7 @@ uint64_t CostOf(const HiveImage& hive, const ValueKey& value, const Segments& se
 
 bool Affords(const HiveImage& hive, const ValueKey& value, const Segments& segments,
              DataBudget& budget) {
-  // A part of what is left, so that the largest do not take all of it.
+  // At most a quarter of what is left, so that one large value leaves something for those after it.
   const uint64_t cost = CostOf(hive, value, segments, budget);
   if (cost > budget.left / 4) return false;
   budget.left -= cost;

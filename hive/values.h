@@ -16,6 +16,7 @@ struct KeyNode;
 inline constexpr uint32_t kMaxValueData = 0x500000;  // data of this length or more is not read
 
 // How reading a value ended.
+// The numbers are shown to the user and so never change.
 enum class ValueStatus : int {
   kEmpty = 0,        // outside the image, or its name does not fit
   kNotAValue = 5,    // no "vk" at the position
@@ -27,6 +28,7 @@ enum class ValueStatus : int {
   kRead = 32,        // read completely
 };
 
+// A value as read. Its fields are those of the record; only with kRead do all of its data exist.
 struct ValueKey {
   ValueStatus status = ValueStatus::kEmpty;
   uint32_t position = 0;
@@ -54,6 +56,7 @@ enum class ValueRead {
 // `capacity` of them; `data` may be null otherwise. The fields are filled as far as they could be
 // read whatever the status, but for kEmpty and kNotAValue. An edited value has the edit's type and
 // data, and they can be read whatever became of those in the file.
+// Costs of the data no more than is copied; a "db" value's segments are looked up one by one.
 ValueKey ReadValueKey(const HiveImage& hive, uint32_t position, ValueRead how, uint32_t capacity,
                       std::vector<uint8_t>* data);
 // The same of what the file has, edited or not.
@@ -76,9 +79,12 @@ struct DataBudget {
   uint64_t left = 0;            // bytes of data to be read once more
   uint64_t rows = 0;            // bytes, roughly, of rows for values that have had theirs
 };
+// For one walk on one thread. What may be read again is bounded by the image's length and 8 MB,
+// rows by twice the length and 16 MB: far more than any sound hive needs.
 DataBudget MakeDataBudget(const HiveImage& hive);
 // As ReadValueKey with kData. Data that were read too often are not read again: kReadBefore, with
 // as much of them as ReadShownValue gives, and a shortfall noted.
+// A value takes at most a quarter of what is left for data that are shared.
 ValueKey ReadValueWithin(const HiveImage& hive, uint32_t position, DataBudget& budget,
                          std::vector<uint8_t>& data);
 // False when the walk has had the value at `position` too often, or a record that overlaps with it:
@@ -94,6 +100,7 @@ ValueKey ReadFreedValue(const HiveImage& hive, uint32_t position, uint32_t shift
                         DataBudget* budget, std::vector<uint8_t>& data);
 
 // Name bytes as stored.
+// As long as the record says, though the cell may be shorter; fewer at the image's end.
 std::vector<uint8_t> ReadRawValueName(const HiveImage& hive, const ValueKey& value);
 // The name, nothing lost; of a value that was read with its name.
 std::u16string WideValueName(const HiveImage& hive, const ValueKey& value);
@@ -109,14 +116,17 @@ struct ValueListPlace {
   uint32_t position = kNoOffset;  // of the list's cell
   uint32_t most = 0;              // entries at most: by the key's count, the cell, the image
 };
+// `value_list` is a position. No entry is read.
 ValueListPlace PlaceValueList(const HiveImage& hive, uint32_t value_count, uint32_t value_list);
 // The place of an entry, and the position it leads to; kNoOffset when that lies outside the cell
 // bounds.
 inline uint32_t ValueEntryPosition(uint32_t value_list, size_t index) {
   return value_list + 4 + 4 * static_cast<uint32_t>(index);
 }
+// `entry` is the position of four bytes, an offset.
 uint32_t EntryTarget(const HiveImage& hive, uint32_t entry);
 // The place of the entry by which a key lists its value of that number.
+// `index` counts from 0 in the order of ReadWholeValueList.
 uint32_t ListEntryOf(const HiveImage& hive, uint32_t key_position, size_t index);
 
 // Appends the positions named by a key's value list, in list order; kNoOffset for an entry that

@@ -42,8 +42,10 @@ struct Witness {
 // The record that begins at a position, with a cell size, counts and offsets that could be; kNone
 // for none. Only kKey, kList, kValue and kSecurity can be told by themselves. `bytes` are those of
 // the whole image.
+// Reads no more than the record's fixed part; `position` may be any number.
 CellKind RecordAt(std::span<const uint8_t> bytes, uint32_t position);
 // Of all records of an image, at every byte, ascending.
+// Linear; ends early when the user stops.
 std::vector<Witness> FindRecords(std::span<const uint8_t> bytes);
 
 struct Witnesses {
@@ -74,6 +76,7 @@ std::vector<Reference> FindReferences(std::span<const uint8_t> bytes,
                                       std::span<const Witness> records, uint32_t distance);
 
 // Those of one record (value lists' entries are not its own).
+// Appends to `references`. A list gives one for each entry that it has room for.
 void AddReferences(std::span<const uint8_t> bytes, const Witness& record,
                    std::vector<Reference>& references);
 

@@ -50,9 +50,9 @@ inline constexpr uint32_t kBaseClustering = 44;
 inline constexpr uint32_t kBaseFileName = 48;
 inline constexpr uint32_t kBaseFileNameUnits = 32;  // UTF-16; the start of a longer path is cut off
 inline constexpr uint32_t kBaseFlags = 144;         // bit 0: transactions were not all done
-// A flag that is read with the others' help: HasLayers of hive/layers.h says when it is believed.
 // Of the flags, from version 1607 of Windows 10 on: keys and values may be layered
 // (hive/layers.h). Windows 8 says with it that the hive was defragmented.
+// A flag that is read with the others' help: HasLayers of hive/layers.h says when it is believed.
 inline constexpr uint32_t kBaseLayered = 2;
 // "rmtm" where the hive takes part in transactions.
 inline constexpr uint32_t kBaseTransactionMark = 164;
@@ -79,8 +79,8 @@ struct BaseBlock {
   uint64_t reorganised = 0;
   uint32_t checksum = 0;  // as stored
 };
-// The name stops at its first zero or after 32 units; it is not made visible yet.
 // The block at the start of the view; fields beyond its end are 0.
+// The name stops at its first zero or after 32 units; it is not made visible yet.
 BaseBlock ReadBaseBlock(ByteView image);
 
 // The XOR of the 127 32-bit words before the checksum: what systems store there, but that they
@@ -89,10 +89,10 @@ uint32_t BaseBlockSum(ByteView image);
 // What systems store for that sum.
 uint32_t BaseBlockChecksum(ByteView image);
 
-// A test of four bytes alone. Whether a hive begins there is decided by what follows
-// (hive/hive_start.h).
 // What a base block begins with: at least three letters of "regf", each in its place, or "snap"
 // whole. So one letter that was overwritten does not cost the hive its data base.
+// A test of four bytes alone. Whether a hive begins there is decided by what follows
+// (hive/hive_start.h).
 bool IsBaseBlockSignature(const uint8_t (&bytes)[4]);
 
 }  // namespace hivequarry

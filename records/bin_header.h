@@ -46,18 +46,18 @@ struct BinHeader {
 // the signature is there.
 bool ReadBinHeader(ByteView image, uint32_t position, BinHeader& bin);
 
-// Neither signatures nor what the cells hold are looked at; linear in the number of cells. A bin
-// that is longer than the view is not whole.
 // True when cells follow each other from the header to where the bin ends, and that lies at most
 // `room` bytes after the header's start: callers that ask of many bins end it where the next one
 // begins, so that all of them together cost one pass.
+// Neither signatures nor what the cells hold are looked at; linear in the number of cells. A bin
+// that is longer than the view is not whole.
 bool IsWholeBlock(ByteView image, const BinHeader& bin, uint64_t room);
 
+// All headers, at every byte, ascending. An image in which they lie closer together than bins can
+// gives only so many as it could have twice over.
 // Every byte, because bytes put in or lost need not be a multiple of anything. One search for the
 // letter "h", so linear; the bound keeps a file of nothing but headers from taking memory several
 // times its own length.
-// All headers, at every byte, ascending. An image in which they lie closer together than bins can
-// gives only so many as it could have twice over.
 std::vector<BinHeader> FindBinHeaders(ByteView image);
 
 }  // namespace hivequarry

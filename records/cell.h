@@ -22,9 +22,9 @@ inline constexpr uint16_t kSignatureLh = 0x686C;
 inline constexpr uint16_t kSignatureDb = 0x6264;  // only where a value's data leads to it
 inline constexpr uint16_t kSignatureLk = 0x6B6C;  // only for the key classifier
 
+// True for the seven signatures that start a record wherever they are met.
 // "db" and "lk" are none of them: two letters that chance puts at a place of 8 bytes too often, and
 // nothing that a sound hive needs the scan to find.
-// True for the seven signatures that start a record wherever they are met.
 bool IsRecordSignature(uint16_t value);
 
 // Absolute length of a cell, its size field included, by that field; 0x80000000 stays as it is. It
@@ -34,16 +34,16 @@ inline uint32_t CellLength(uint32_t size) { return size > 0x7FFFFFFF ? 0U - size
 // but for the sign of the size, and what a neighbour or a later owner writes over them.
 inline bool IsAllocated(uint32_t size) { return size > 0x7FFFFFFF; }
 
-// Looks at less than 8192 bytes in one call.
 // The next place after `position`, in steps of 8 and not far, where an allocated cell or a bin may
 // begin; or one before it, from where to ask again. Always after `position`, so that a walk ends.
+// Looks at less than 8192 bytes in one call.
 uint32_t NextOccupied(ByteView image, uint32_t position);
 
-// Free and allocated cells alike. `end` is a position too. A position of 0 is never a cell's, as a
-// base block or a bin header is there; so 0 is free to say "none".
 // The next plausible cell after `position`, at 8-byte steps counted from it: a record signature
 // and a size that is a non-zero multiple of 8 of at most `max_size`. 0 when none starts within
 // 65,519 bytes or before `end`.
+// Free and allocated cells alike. `end` is a position too. A position of 0 is never a cell's, as a
+// base block or a bin header is there; so 0 is free to say "none".
 uint32_t FindNextCell(ByteView image, uint32_t position, uint32_t end, uint32_t max_size);
 
 // Where the cells that follow one another from `position` on come to an end: at the first that has

@@ -89,9 +89,10 @@ struct KeyFields {
 // all in the view.
 bool ReadKeyFields(ByteView image, uint32_t cell, KeyFields& fields);
 
-// 0x04 and 0x08 mark a root, 0x20 a name of bytes, 0x40 a predefined handle, 0x80 the source of a
-// virtualisation mark. Links and volatile keys are classified apart (ClassifyKey of hive/keys.h).
-// True for the low byte of the flags that keys of the kinds known to be written have.
+// True for the low byte of the flags that keys of the kinds known to be written have: 0x04
+// and 0x08 mark a root, 0x20 a name of bytes, 0x40 a predefined handle, 0x80 the source of a
+// virtualised key. A link's (0x30) is not among them: only the tolerant test takes it
+// (hive/keys.h).
 bool IsKeyFlagsByte(uint8_t flags);
 
 // The bytes of a name that are read at most: as many as a registry's name takes (510), or as the
@@ -100,16 +101,16 @@ inline constexpr uint32_t kMaxRawName = 510;
 // A longer name than 510 bytes is a forged or damaged one; its bytes are shown as far as its own
 // cell goes, and no other record's are.
 uint32_t LongestKeyName(ByteView image, uint32_t cell);
-// `cell` is a position. UTF-8, not yet made visible (host/visible_text.h); shorter than `length`
-// where the image ends first. `wide` is the caller's: he knows the flags.
 // The name of `length` bytes as stored, at most LongestKeyName, as text, and at the end of `out`;
 // fast for a name of bytes.
+// `cell` is a position. UTF-8, not yet made visible (host/visible_text.h); shorter than `length`
+// where the image ends first. `wide` is the caller's: he knows the flags.
 std::string KeyNameText(ByteView image, uint32_t cell, uint32_t length, bool wide);
 void AppendKeyNameText(ByteView image, uint32_t cell, uint32_t length, bool wide, std::string& out);
-// Reads the low byte of the key's own flags: 0 says that the name is UTF-16. An odd last byte of
-// such a name is left out.
 // The same in UTF-16, whatever the user's choice of reading: what hashes are made of, and what the
 // registry is asked for.
+// Reads the low byte of the key's own flags: 0 says that the name is UTF-16. An odd last byte of
+// such a name is left out.
 std::u16string WideKeyName(ByteView image, uint32_t cell, uint32_t length);
 
 }  // namespace hivequarry

@@ -33,9 +33,9 @@ void MixWords(HashState& state, ByteView bytes) {
   for (size_t at = 0; at + 4 <= bytes.size(); at += 4) Mix(state, LoadU32(bytes.data() + at));
 }
 
+// With the bytes after the last whole word.
 // A byte 0x80 comes after the last byte, and the word that holds it is mixed in; then a word of
 // zeros.
-// With the bytes after the last whole word.
 uint64_t EndHash(HashState state, ByteView rest) {
   uint32_t last = 0x80;
   for (size_t i = rest.size(); i > 0; --i) last = last << 8 | rest[i - 1];

@@ -82,24 +82,24 @@ struct LogPlaces {
   uint32_t offset(uint32_t i) const { return LoadU32(bytes + i * kLogPlaceSize); }
   uint32_t size(uint32_t i) const { return LoadU32(bytes + i * kLogPlaceSize + 4); }
 };
-// `at` counts from the start of the log; `first` must be less than `pages`. The next call goes on
-// at first + places.count.
 // Those of the entry at `at` from page `first` on, of `pages` in all. False when they can't be
 // read.
+// `at` counts from the start of the log; `first` must be less than `pages`. The next call goes on
+// at first + places.count.
 bool ReadLogPlaces(LogSource& log, uint32_t at, uint32_t first, uint32_t pages, LogPlaces& places);
 
-// The faults are tested in the order of the enumeration, and the first one met is returned;
-// kSequence is never returned here. `header` is filled as far as bytes are there, whatever comes
-// back.
 // Whether the entry at `at` holds. The hash of its header comes first, so that nothing else is
 // driven by a number that is not sure; all of it costs no more than the entry's own bytes.
 // A stop makes it one that does not hold.
+// The faults are tested in the order of the enumeration, and the first one met is returned;
+// kSequence is never returned here. `header` is filled as far as bytes are there, whatever comes
+// back.
 LogEntryFault CheckLogEntry(LogSource& log, uint32_t at, LogEntryHeader& header);
 LogEntryFault CheckLogEntry(ByteView log, uint32_t at, LogEntryHeader& header);
 
+// The hash of log entries: Marvin32 with their seed. Bytes after the last whole word count too.
 // Both halves of the state as one number, the high half first in significance. The seed is
 // 0x82EF4D887A4E55C5, the same for all hives.
-// The hash of log entries: Marvin32 with their seed. Bytes after the last whole word count too.
 uint64_t LogHash(ByteView bytes);
 
 }  // namespace hivequarry

@@ -21,19 +21,19 @@ enum class StoredUnits : uint8_t {
   kOfMultiString,  // units below 0x100 are the code page's bytes there
 };
 
+// Appends at most `limit` UTF-16 units; an odd last byte is a unit of its own in data, and is left
+// out of a name. A pair of surrogates that the limit parts is left out.
 // `limit` counts units, not bytes or characters. Zeros are appended like any other unit: who wants
 // the text up to the first one cuts `bytes` before. A lone surrogate stays in the text as three
 // bytes (host/text.h).
-// Appends at most `limit` UTF-16 units; an odd last byte is a unit of its own in data, and is left
-// out of a name. A pair of surrogates that the limit parts is left out.
 void AppendUnits(ByteView bytes, StoredUnits kind, size_t limit, std::string& text);
+// Appends a single-byte name.
 // Every byte is the character of that number (U+0000 to U+00FF), or the code page's where the user
 // has chosen that reading. Never stops at a zero.
-// Appends a single-byte name.
 void AppendSingleByteName(ByteView bytes, std::string& text);
+// Appends single-byte data: the code page's characters in either reading.
 // Data in single bytes come from programs that called the older functions, so the code page is the
 // right one whatever the names are read by.
-// Appends single-byte data: the code page's characters in either reading.
 void AppendSingleByteData(ByteView bytes, std::string& text);
 
 }  // namespace hivequarry

@@ -36,17 +36,17 @@ constexpr bool IsWideValueName(uint16_t flags) { return (flags & ~kValueTombston
 
 inline constexpr uint32_t kInlineData = 0x80000000;  // of the data length: up to 4 bytes, inline
 
+// A "db" record: data longer than a segment, cut into cells of which the last may be shorter.
 // Systems write it in hives of minor version 4 and up; in older ones a long value is one long cell.
 // A segment's cell is 4 bytes of size, the 16344 bytes, and 4 bytes that make it a multiple of 8.
-// A "db" record: data longer than a segment, cut into cells of which the last may be shorter.
 inline constexpr uint32_t kBigDataSegment = 16344;  // bytes of data per segment
 inline constexpr uint32_t kBigDataCellLength = 16;  // of the "db" cell itself
 inline constexpr uint32_t kBigDataCount = 6;        // 16 bits: segments
 inline constexpr uint32_t kBigDataList = 8;         // offset of the cell with their offsets
 
+// Types of values.
 // 8, 9 and 10 are resource lists of drivers; any other number may be in a hive too, and is read as
 // bytes.
-// Types of values.
 inline constexpr uint32_t kRegNone = 0;
 inline constexpr uint32_t kRegSz = 1;
 inline constexpr uint32_t kRegExpandSz = 2;
@@ -72,8 +72,8 @@ struct ValueFields {
 // Of the cell at `cell`, whatever its signature is. Fields that lie beyond the view's end are 0.
 ValueFields ReadValueFields(ByteView image, uint32_t cell);
 
-// UTF-8, not yet made visible; shorter where the image ends first. Empty for the default value.
 // A name of `length` bytes as text.
+// UTF-8, not yet made visible; shorter where the image ends first. Empty for the default value.
 std::string ValueNameText(ByteView image, uint32_t cell, uint32_t length, bool wide);
 
 }  // namespace hivequarry
