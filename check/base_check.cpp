@@ -8,6 +8,7 @@
 namespace hivequarry {
 namespace {
 
+// Bit 0: transactions were not all done; bit 1: layered.
 constexpr uint32_t kKnownFlags = 3;   // older systems left other bytes there
 constexpr uint32_t kLayersMinor = 6;  // from this minor version on keys have a layer byte
 constexpr uint32_t kFileUnit = 512;   // files are written in steps of it
@@ -38,6 +39,7 @@ bool CheckSignature(Checking& check) {
   return near;
 }
 
+// The versions that systems write whose hives are read here.
 bool IsVersionRead(const BaseBlock& base) {
   return base.major == 1 && base.minor >= 3 && base.minor <= 6;
 }
@@ -78,6 +80,8 @@ bool CheckBase(Checking& check) {
   const bool known = CheckSignature(check);
   check.blocks_claim = uint64_t{kBaseBlockSize} + check.base.length;
   check.blocks_end = std::min<uint64_t>(check.blocks_claim, check.hive.size());
+  // Without a base block nothing says where the blocks end, and whatever else is in the fields
+  // would be reported as a fault of its own.
   if (!known) return false;
   CheckBaseFields(check);
   const uint32_t flags = check.base.flags;
@@ -94,6 +98,7 @@ bool CheckBase(Checking& check) {
   return check.result.cells_judged;
 }
 
+// Last of all parts, as H12 depends on what the checksum turned out to be.
 void CheckEnd(Checking& check) {
   const size_t length = check.hive.size();
   if (length % kFileUnit != 0) {

@@ -15,6 +15,7 @@ namespace hivequarry {
 namespace {
 
 // Where a block ends whose size is wrong: at the next one that is in its place.
+// So one wrong size is one finding, and the cells of the blocks after it are judged all the same.
 uint64_t NextBlock(const Checking& check, uint64_t from) {
   for (uint64_t at = from + kBaseBlockSize; at < check.blocks_end; at += kBaseBlockSize) {
     const auto position = static_cast<uint32_t>(at);
@@ -36,6 +37,8 @@ void NoteFreeBeside(Checking& check, uint32_t position, uint32_t length) {
 }
 
 // The cells of a block; `end` is where the block ends, whether or not the file has all of it.
+// Ends at the first wrong size: where the next cell begins nobody knows then. The block's other
+// cells are in no index, and what names them is reported as leading to no cell.
 void CheckCells(Checking& check, uint64_t at, uint64_t end) {
   bool after_free = false;
   while (at + 4 <= std::min(end, check.blocks_end)) {
@@ -78,6 +81,7 @@ uint64_t CheckHeader(Checking& check, uint64_t at) {
 
 }  // namespace
 
+// A place without "hbin" is one finding for each 4096 bytes.
 void CheckBlocks(Checking& check) {
   ResetIndex(check.cells, static_cast<uint32_t>(check.blocks_end));
   uint64_t at = kBaseBlockSize;
@@ -122,6 +126,8 @@ CellTarget FollowOffset(Checking& check, uint32_t offset, CheckCode none, CheckC
   return target;
 }
 
+// One X2 for a cell, however many further owners it has: a hostile hive must not make a finding of
+// each entry.
 bool ClaimCell(Checking& check, const CellTarget& cell, CellUse use, uint32_t key) {
   const CellUse before = UseOf(check, cell);
   if (before == CellUse::kNone) {

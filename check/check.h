@@ -17,6 +17,7 @@
 
 namespace hivequarry {
 
+// Of a finding: it is no key's. Of a key: it is the root.
 inline constexpr uint32_t kNoCheckedKey = 0xFFFFFFFF;
 
 // Positions are bytes from the start of the hive.
@@ -50,9 +51,13 @@ struct CheckResult {
   bool cells_judged = false;   // false where the base block denies that there are any to be read
   bool stopped = false;
 };
+// Of each code: a hive of nothing but faults must not take all memory. The counts go on.
 inline constexpr uint64_t kMostFindings = 1 << 20;
 
-// Judges the bytes of a hive file, or of a hive in memory, from its base block on.
+// Judges the bytes of a hive file, or of a hive in memory, from its base block on. Any thread; the
+// bytes must not change meanwhile. Linear in them but for lists out of order, which are sorted. A
+// stop ends it with what was found by then, and `stopped` is set. Where the base block can't be
+// relied on no cell is judged: cells_judged is false, and only the base block's findings are there.
 CheckResult CheckHive(ByteView hive);
 
 // Nothing above a note.
@@ -64,8 +69,10 @@ inline bool IsSound(const CheckResult& result) {
 std::string VerdictWords(const CheckResult& result);
 
 // What is wrong in a self-relative security descriptor; empty for a well-formed one.
+// Words such as "entry 2 of the access list has no SID". The first fault alone.
 std::string DescriptorFault(ByteView descriptor);
 // Of a key's last write: a FILETIME that a clock can have shown.
+// Not 0, and before the year 10000.
 bool IsTimeOfKey(uint64_t time);
 
 // The path of a key from the root on, "\" before each name as the tree shows names; empty for the

@@ -18,6 +18,7 @@ namespace hivequarry {
 inline constexpr uint32_t kNowhereOffset = 0xFFFFFFFF;
 
 // What a cell is used as, by those who name it.
+// The numbers are kept in a byte for each cell, beside kSharedUse: fewer than 128.
 enum class CellUse : uint8_t {
   kNone,
   kKey,
@@ -42,6 +43,7 @@ struct ListedAgain {
   uint32_t lister = 0;  // number of the key whose list it is
 };
 
+// What a check under way knows. Made and gone within CheckHive.
 struct Checking {
   ByteView hive;
   BaseBlock base;
@@ -70,6 +72,8 @@ struct FoundTexts {
   std::string found;
   std::string expected;
 };
+// At the code's own level; the second form at another. Past kMostFindings of a code it is counted
+// and not kept.
 void AddFinding(Checking& check, CheckCode code, uint32_t position, uint32_t key,
                 FoundTexts texts = {});
 void AddFindingOf(Checking& check, CheckCode code, CheckLevel level, uint32_t position,
@@ -79,6 +83,7 @@ std::string OffsetFound(uint32_t offset);  // "0x00001020", or "none"
 // --- cells ---------------------------------------------------------------------------------------
 
 enum class Reach : uint8_t { kNoCell, kFree, kCell };
+// `position` is set whenever the offset is inside the blocks, `size` and `rank` for a cell alone.
 struct CellTarget {
   Reach reach = Reach::kNoCell;
   uint32_t position = 0;
@@ -86,6 +91,7 @@ struct CellTarget {
   uint32_t size = 0;  // bytes of the record, without the size field
 };
 // The cell that an offset leads to.
+// kNoCell where no cell begins there: the offset may lead into the middle of one.
 CellTarget FindCell(const Checking& check, uint32_t offset);
 // The same, and a finding about whoever has the offset when it leads to no allocated cell.
 CellTarget FollowOffset(Checking& check, uint32_t offset, CheckCode none, CheckCode free,
@@ -113,6 +119,7 @@ inline void SetShared(Checking& check, const CellTarget& cell) {
 // --- the parts, in the order in which they run ---------------------------------------------------
 
 // Base block. False when no blocks can be read.
+// Sets base, layered, blocks_claim and blocks_end, which the other parts need.
 bool CheckBase(Checking& check);
 // What is after the blocks, and the file's length.
 void CheckEnd(Checking& check);
@@ -152,14 +159,17 @@ inline char16_t UnitAt(const StoredName& name, uint32_t at) {
   return name.wide ? LoadU16(name.bytes.data() + 2 * size_t{at}) : char16_t{name.bytes[at]};
 }
 // As CapitalOf (host/case.h) has it, at once for what single bytes store.
+// Units of names are compared one by one, as the system orders subkeys: no locale, no normal form.
 char16_t CapitalUnit(char16_t unit);
 // Below, at or above 0, in the order of the capitals' units.
 int CompareNames(const StoredName& a, const StoredName& b);
 bool HasUnit(const StoredName& name, char16_t unit);
 // Of an allocated key or value cell that is long enough for its fixed part; cut at its end.
+// Views into the hive.
 StoredName NameOfKey(const Checking& check, uint32_t position);
 StoredName NameOfValue(const Checking& check, uint32_t position);
 // Of a name's length in the file: bytes as UTF-16, as the high-water marks count.
+// A name in single bytes counts twice its length.
 inline uint32_t MarkLength(uint32_t stored, bool wide) { return wide ? stored : 2 * stored; }
 
 }  // namespace hivequarry

@@ -16,6 +16,7 @@ inline constexpr size_t kCheckLevels = 3;
 // In the order in which a hive is read: base block, blocks, cells, root, keys, lists of subkeys,
 // values, their data, class names, security records, high-water marks, what nobody names, layers.
 enum class CheckCode : uint8_t {
+  // Base block, and what is after the blocks.
   kH1,
   kH2,
   kH3,
@@ -28,13 +29,17 @@ enum class CheckCode : uint8_t {
   kH10,
   kH11,
   kH12,
+  // Blocks ("hbin"), then their cells.
   kB1,
   kB2,
   kB3,
   kC1,
   kC2,
+  // The root key.
   kR1,
   kR2,
+  // Keys. Kx and Kf, and those that end alike further on, are about the offset that leads there: no
+  // cell, or a free one.
   kKx,
   kKf,
   kK2,
@@ -51,6 +56,7 @@ enum class CheckCode : uint8_t {
   kK13,
   kK14,
   kK15,
+  // Lists of subkeys.
   kLx,
   kLf,
   kL1,
@@ -66,6 +72,7 @@ enum class CheckCode : uint8_t {
   kL11,
   kL12,
   kL13,
+  // Values and their lists.
   kVx,
   kVf,
   kV1,
@@ -76,6 +83,7 @@ enum class CheckCode : uint8_t {
   kV6,
   kV7,
   kV13,
+  // Data of values.
   kDx,
   kDf,
   kV8,
@@ -83,9 +91,11 @@ enum class CheckCode : uint8_t {
   kV9,
   kV10,
   kV11,
+  // Class names.
   kNx,
   kN1,
   kN2,
+  // Security records.
   kS1,
   kSx,
   kS2,
@@ -95,11 +105,14 @@ enum class CheckCode : uint8_t {
   kS6,
   kS7,
   kS8,
+  // High-water marks.
   kM1,
   kM2,
   kM3,
+  // What nothing names, and what two name.
   kX1,
   kX2,
+  // Layers.
   kT1,
   kT2,
   kT3,
@@ -109,6 +122,7 @@ enum class CheckCode : uint8_t {
 };
 inline constexpr size_t kCheckCodes = static_cast<size_t>(CheckCode::kCount);
 
+// Codes are printed in lists and go into files that others read: a name never gets another meaning.
 struct CheckCodeInfo {
   CheckCode code;
   const char* name;  // "H2"

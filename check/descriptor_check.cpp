@@ -5,6 +5,18 @@
 namespace hivequarry {
 namespace {
 
+// The layout, which is that of the system's own interface (security/descriptor.h reads it for
+// showing):
+//
+//    0  1  revision, 1            8  4  offset of the group's SID
+//    1  1  resource manager      12  4  offset of the system list
+//    2  2  control bits          16  4  offset of the access list
+//    4  4  offset of the owner's SID
+//
+//  A list:  0 1 revision, 2 2 size in bytes, 4 2 entries, 8 the entries.
+//  An entry: 0 1 type, 1 1 flags, 2 2 size in bytes, 4 4 rights, 8 the SID.
+//  A SID:  0 1 revision, 1 1 sub-authorities, 2 6 authority (highest byte first), 8 4 each.
+//
 // Offsets of a descriptor's fields from its start, and what is in its control field.
 constexpr uint32_t kControl = 2;
 constexpr uint32_t kOwner = 4;
@@ -22,6 +34,7 @@ constexpr uint8_t kLastPlainEntry = 3;  // allow, deny, audit, alarm: a SID afte
 constexpr uint32_t kSidHeader = 8;
 constexpr uint8_t kMostSubAuthorities = 15;
 
+// Bytes after the SID are allowed: entries are padded.
 bool IsSid(ByteView bytes) {
   if (bytes.size() < kSidHeader || bytes[0] != 1 || bytes[1] > kMostSubAuthorities) return false;
   return bytes.size() >= kSidHeader + size_t{4} * bytes[1];
@@ -53,6 +66,8 @@ std::string ListFault(ByteView descriptor, uint32_t field, const char* what) {
     if (length < kEntryHeader || length > entries.size() - entry) {
       return Concat({"entry ", std::to_string(i + 1), " of the ", what, " has a wrong size"});
     }
+    // In entries of objects and the like the SID is after fields of their own: only their size is
+    // judged.
     const bool plain = entries[entry] <= kLastPlainEntry;
     if (plain && !IsSid(entries.subspan(entry + kEntryHeader, length - kEntryHeader))) {
       return Concat({"entry ", std::to_string(i + 1), " of the ", what, " has no SID"});

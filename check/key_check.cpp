@@ -15,6 +15,8 @@ using enum CheckCode;
 constexpr uint16_t kVolatileFlags = 0x03;  // in memory alone; the exit to another hive
 constexpr uint16_t kRootFlag = 0x04;
 constexpr uint32_t kKeyRecord = kKeyName - 4;  // bytes of the fixed part, without the size
+// The deepest that the registry's own functions make keys, and the longest name of one; beyond
+// either a system refuses the key.
 constexpr uint32_t kMostLevels = 512;
 constexpr uint32_t kMostNameUnits = 255;
 constexpr uint64_t kYear10000 = 2650467744000000000;  // FILETIME
@@ -99,6 +101,7 @@ void CheckClass(Checking& check, uint32_t key) {
 // --- the lists -----------------------------------------------------------------------------------
 
 // What is known of a key's subkeys while its lists are read.
+// Counted over all lists of the key, as one list of lists names many.
 struct Siblings {
   uint32_t parent = 0;   // number of the key
   uint32_t first = 0;    // number of its first subkey
@@ -109,6 +112,7 @@ struct Siblings {
 };
 
 // Whether the key in a field is the one that lists the key, or one that has the same list.
+// Two keys that have one list are one finding (X2): whose subkeys these are must not be another.
 bool IsParentField(const Checking& check, uint32_t field, uint32_t lister) {
   if (field == OffsetOfKey(check, lister)) return true;
   const CellTarget cell = FindCell(check, field);
@@ -247,6 +251,8 @@ void CheckLeaf(Checking& check, Siblings& siblings, const CellTarget& list, List
 }
 
 // Another owner of the list: its keys are listed once more.
+// Once for each list, by its first further owner; SetShared holds the others back, so that owners
+// times entries is never the cost.
 void ListAgain(Checking& check, const CellTarget& list, ListKind kind, uint32_t owner) {
   const uint32_t step = ListEntrySize(kind);
   for (uint32_t i = 0; i < EntriesOf(check, list, kind); ++i) {
@@ -325,6 +331,7 @@ void CheckTopList(Checking& check, Siblings& siblings, const CellTarget& list) {
 }
 
 // Names that are alike without being beside each other.
+// Needed only where the order is broken: in a sorted list names that are alike are neighbours.
 void FindTwins(Checking& check, const Siblings& siblings) {
   std::vector<uint32_t> keys;
   for (auto key = siblings.first; key < check.result.keys.size(); ++key) keys.push_back(key);
@@ -426,6 +433,8 @@ void AddMisplaced(Checking& check) {
 
 bool IsTimeOfKey(uint64_t time) { return time != 0 && time < kYear10000; }
 
+// Depth first by a stack of ranges, so a deep or circular hive costs no recursion: each key is
+// pushed once, when it is claimed.
 void CheckKeys(Checking& check) {
   if (!FindRoot(check)) return;
   struct Range {

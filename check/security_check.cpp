@@ -36,6 +36,7 @@ void AddBroken(Checking& check, const SecurityUse& from, uint32_t offset) {
 }
 
 // From one record on by the links forward. False when that does not lead back to it.
+// Each record is entered once, so the walk ends in any ring, also one that closes elsewhere.
 bool WalkRing(Checking& check, uint32_t start) {
   for (uint32_t at = start;;) {
     check.securities[at].in_ring = true;
@@ -91,6 +92,7 @@ void CheckRecord(Checking& check, const SecurityUse& use) {
 
 }  // namespace
 
+// Most keys name the same record as the one before: that one is remembered and spares the look-up.
 void UseSecurity(Checking& check, uint32_t key) {
   const uint32_t position = check.result.keys[key].position;
   const uint32_t offset = LoadU32(check.hive.data() + position + kKeySecurity);

@@ -10,6 +10,7 @@
 namespace hivequarry {
 namespace {
 
+// `at` is where names begin in the record. Never beyond the cell: what follows is another's.
 ByteView NameBytes(const Checking& check, uint32_t position, uint32_t at, uint32_t length) {
   const uint32_t cell = CellLength(LoadU32(check.hive.data() + position));
   return PartOf(check.hive, position + at, std::min(length, cell - at));

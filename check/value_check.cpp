@@ -77,6 +77,8 @@ void CheckDataCell(Checking& check, uint32_t value, uint32_t length, uint32_t ke
   if (cell.reach != Reach::kCell) return AddLost(check, kV8, value, key, length);
   const bool first = ClaimCell(check, cell, CellUse::kData, key);
   const bool segments = length > kBigDataSegment && check.base.minor > kLastPlainMinor;
+  // `size` leaves out the cell's own size field: eight bytes are the signature, the count and the
+  // list's offset.
   const bool head = cell.size >= kBigDataList && SignatureOf(check, cell) == kSignatureDb;
   if (segments && head) {
     if (first) CheckBigData(check, cell, length, value, key);
@@ -153,6 +155,7 @@ void FindTwins(Checking& check, std::vector<uint32_t>& values, uint32_t key) {
   const auto add = [&](uint32_t value, uint32_t twin) {
     AddFinding(check, kV6, value, key, {HexNumber(twin), ""});
   };
+  // So few names are compared each with each sooner than sorted.
   constexpr size_t kFew = 8;
   if (values.size() <= kFew) {
     for (size_t i = 1; i < values.size(); ++i) {

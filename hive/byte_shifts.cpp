@@ -21,14 +21,12 @@ using Bytes = std::span<const uint8_t>;
 // Weights of the search below. Evidence adds up along a path of distances from header to header,
 // and each change of distance costs, so that one odd header among many changes nothing, while two
 // records that fit a new distance outweigh a change that only cells propose.
-constexpr int kFit = 2;            // what a record that fits counts
-constexpr int kHeaderFit = 4;      // what a header's own offset counts
-constexpr int kOddHeaderFit = 10;  // one that is off the pages: no header by chance
-constexpr int kChange = 8;         // what a change of distance costs
-constexpr int kLocalChange = 5;    // one inside a block that only cells propose
-constexpr int kKnownChange = 1;    // one that headers, or the file's length, speak for
-// More would cost time at each header; a hive in which more than six distances compete at one place
-// is no hive whose order can be told.
+constexpr int kFit = 2;                 // what a record that fits counts
+constexpr int kHeaderFit = 4;           // what a header's own offset counts
+constexpr int kOddHeaderFit = 10;       // one that is off the pages: no header by chance
+constexpr int kChange = 8;              // what a change of distance costs
+constexpr int kLocalChange = 5;         // one inside a block that only cells propose
+constexpr int kKnownChange = 1;         // one that headers, or the file's length, speak for
 constexpr size_t kStates = 6;           // distances followed at a time
 constexpr uint32_t kWindow = 4096 - 8;  // how far cells look for where they are named
 constexpr size_t kMostAsked = 16;       // cells of a stretch that look

@@ -31,7 +31,7 @@ uint32_t PositionOfPlace(const HiveImage& hive, uint32_t place);
 // The base_offset of that layer's own file; that of the hive itself when it is no stack.
 uint32_t LayerBase(const HiveImage& hive, uint32_t position);
 // Its position in the file.
-// Counted from the first byte of the file, whatever stands before the hive in it. In a stack: of
+// Counted from the first byte of the file, whatever is before the hive in it. In a stack: of
 // the layer's own file.
 inline uint32_t FilePositionOf(const HiveImage& hive, uint32_t position) {
   const uint32_t place = PlaceOf(hive, position);

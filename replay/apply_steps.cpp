@@ -15,6 +15,7 @@
 namespace hivequarry {
 namespace {
 
+// Cells begin at multiples of it, so a finer note would say no more of any record.
 constexpr uint32_t kUnit = 8;
 
 // The image being made. What is noted of changes is made short whenever it has become long, so that
@@ -28,6 +29,8 @@ struct Target {
   std::vector<LoggedRange> runs;  // of overlapping ones the later counts that has the higher order
   size_t most_runs = TheLogBounds().runs;
 
+  // Coarse on purpose: one number for many pages keeps the set small, and clearing a block too much
+  // costs little.
   static constexpr uint32_t kBlock = 65536;
 };
 
@@ -70,6 +73,8 @@ std::vector<LoggedRange> LastWriters(std::vector<LoggedRange>& runs) {
 }
 
 // Puts a piece of a page at a position, and notes where it differs.
+// What is beyond the file's end counts as different, whatever the zeros there are, because no byte
+// of the file says it.
 void PutPiece(Target& target, uint32_t position, ByteView piece, uint32_t log_position,
               uint32_t step) {
   uint8_t* const to = target.bytes + position;
@@ -151,6 +156,10 @@ void SetU32(uint8_t* at, uint32_t value) {
 }
 
 // What the base block becomes by these steps. Nothing else of it changes.
+// As the system leaves it after it has replayed: both numbers are those of the entry applied last,
+// the file is a hive's, and the checksum is that of the new fields. Of the entry's flags bit 0
+// alone is taken. Where the hive's own checksum is wrong nothing of its base block can be relied
+// on, so the log's copy takes its place.
 void SetBaseBlock(const HiveLogs& logs, size_t steps, uint8_t* base) {
   const HiveLog& log = LogOf(logs, logs.steps[steps - 1]);
   const LogEntry& last = EntryOf(logs, logs.steps[steps - 1]);
@@ -181,6 +190,8 @@ void SetBaseBlock(const HiveLogs& logs, size_t steps, uint8_t* base) {
 uint32_t BinsEnd(uint32_t bins_size) { return kBaseBlockSize + bins_size; }
 
 // Where the bins end in the image before the first step. A base block that is wrong says nothing.
+// Bytes of the file after that end are no part of the hive: an entry that makes it larger gets
+// zeros there only where the bins had shrunk before.
 uint32_t FirstBinsEnd(const HiveLogs& logs) {
   const bool known = logs.hive.checksum_right && logs.hive.base.length <= kMostBins;
   return known ? BinsEnd(logs.hive.base.length) : BinsEnd(EntryOf(logs, logs.steps[0]).bins_size);

@@ -10,7 +10,10 @@
 namespace hivequarry {
 namespace {
 
+// The bitmap begins after "DIRT": a bit for each 512 bytes of the bins, the lowest bit of the first
+// byte being the first of them. Pages begin at the next multiple of 512 after it.
 constexpr uint32_t kOldBitmap = kLogUnit + 4;
+// Types of the base block's copy: 1 and 2 are the old form, 6 the new one, 0 a hive.
 constexpr uint32_t kTypeNew = 6;
 static_assert(LogBounds().start > kOldBitmap + kMostBins / kBaseBlockSize);
 
@@ -31,6 +34,7 @@ LogFault ReadBytesOf(HiveLog& log) {
   return got == 0 ? LogFault::kUnreadable : LogFault::kNone;
 }
 
+// In this order, so that the reason named is the one that makes all others meaningless.
 LogFault CheckCopy(HiveLog& log) {
   if (log.base.signature != kHiveSignature) return LogFault::kSignature;
   if (log.base.checksum != BaseBlockChecksum(log.bytes())) return LogFault::kChecksum;
@@ -44,6 +48,8 @@ LogEntry EntryOf(const LogEntryHeader& header, uint32_t position) {
 
 // --- new form ------------------------------------------------------------------------------------
 
+// Entries are numbered one by one from the copy's number on. What comes after the last one is
+// mostly an older run, so an end is no fault; where it is and why is kept for the user.
 void ReadRun(HiveLog& log) {
   uint32_t number = log.base.sequence1;
   LogReader reader(log, &log.unread);
@@ -63,6 +69,7 @@ void ReadRun(HiveLog& log) {
 // What an earlier run left, at every step. An entry whose header holds and whose data were written
 // over is passed by; a file made of such headers can make no more work than a few passes over it.
 void FindLeftovers(HiveLog& log) {
+  // Bytes that may be hashed for entries that then prove not to hold.
   uint64_t budget = uint64_t{8} * log.length;
   uint32_t at = log.stop_at;
   LogReader reader(log, &log.unread);
@@ -80,6 +87,7 @@ void FindLeftovers(HiveLog& log) {
 
 // --- old form ------------------------------------------------------------------------------------
 
+// A byte of the bitmap is for 8 units of 512 bytes, so for 4096 bytes of the bins.
 uint32_t FirstPageOf(const HiveLog& log) {
   const uint32_t end = kOldBitmap + log.base.length / kBaseBlockSize;
   return (end + kLogUnit - 1) / kLogUnit * kLogUnit;
@@ -110,6 +118,7 @@ void ReadBitmap(HiveLog& log) {
                          static_cast<uint32_t>(bits)});
 }
 
+// Neighbouring units are joined: they follow each other in the log as in the bins.
 std::vector<LogPage> OldPagesOf(const HiveLog& log) {
   std::vector<LogPage> pages;
   uint32_t at = FirstPageOf(log);

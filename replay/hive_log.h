@@ -16,6 +16,8 @@
 
 namespace hivequarry {
 
+// Old: systems up to Windows 8 and those of before; new: from Windows 8.1 on. By the type in the
+// copy of the base block, not by the file's name.
 enum class LogForm : uint8_t { kUnknown, kOld, kNew };
 
 // Why a log can't be used.
@@ -34,6 +36,8 @@ enum class LogFault : uint8_t {
 };
 
 // An entry that holds. Of the old form all that the log has is one.
+// Held against its hashes once, when the log was examined; its pages are read anew when they are
+// applied.
 struct LogEntry {
   uint32_t position = 0;  // in the log file
   uint32_t size = 0;      // bytes
@@ -67,8 +71,10 @@ struct LogBounds {
   size_t runs =
       size_t{1} << 18;  // notes of changes, until those that were written over are dropped
 };
+// Set by tests alone, before any log is read.
 LogBounds& TheLogBounds();
 
+// All that is known of one log file. Moved, never copied, as it owns its bytes.
 struct HiveLog {
   std::string name;      // as given, UTF-8
   bool by_hand = false;  // the user named it
@@ -94,11 +100,14 @@ struct HiveLog {
 };
 
 // Reads a log that was examined, or is being examined. Used by one thread.
+// Keeps a reference to the log, which must outlive it. Opens the file only for bytes that are not
+// in memory, and closes it when it goes.
 class LogReader final : public LogSource {
  public:
   // `unread`: what the medium did not give; null: nobody asks.
   explicit LogReader(const HiveLog& log, UnreadBytes* unread = nullptr);
 
+  // Valid until the next call or the reader's end. `at` counts from the start of the log file.
   ByteView At(uint32_t at, uint32_t size) override;
   uint32_t length() const override { return log_.length; }
   const HiveLog& log() const { return log_; }
@@ -112,11 +121,16 @@ class LogReader final : public LogSource {
 };
 
 // Reads and examines the file. Never fails loudly: `fault` says what is wrong.
+// `name` is UTF-8. Linear in the length of the file: every byte of a run is hashed once, and what
+// is after it a few times at most.
 HiveLog ReadHiveLog(const std::string& name);
 // The same of bytes in memory.
+// `buffer` and `length` are set already, `held` is 0.
 void ExamineLog(HiveLog& log);
 
 // True when `a` is before `b`: numbers go round.
+// Of two numbers the earlier is the one from which the other is reached in less than half the
+// circle.
 inline bool IsNumberBefore(uint32_t a, uint32_t b) { return a != b && b - a <= 0x7FFFFFFF; }
 
 // A page of an entry: bytes [log_position, log_position + size) of the log belong at `offset` in

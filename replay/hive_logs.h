@@ -15,7 +15,7 @@
 
 namespace hivequarry {
 
-// What an opening did about a hive's logs.
+// What an opening did about a hive's logs. All but the first two leave the hive as its file has it.
 enum class ReplayState : uint8_t {
   kClean,     // the hive needs none
   kReplayed,  // the image is what the hive becomes
@@ -30,6 +30,7 @@ enum class ReplayState : uint8_t {
 
 // Bytes [position, end) of the image are those at log_position of a log, put there by its entry;
 // the file has others.
+// Positions count in the image, log_position from the start of the log file.
 struct LoggedRange {
   uint32_t position = 0;
   uint32_t end = 0;
@@ -37,6 +38,7 @@ struct LoggedRange {
   uint32_t step = 0;  // number in HiveLogs::steps
 };
 
+// Made while opening and not changed after that: any thread may read it.
 struct HiveLogs {
   PlanInput hive;  // as its file has it
   LogChoice choice;
@@ -62,10 +64,12 @@ inline const LogEntry& EntryOf(const HiveLogs& logs, const ReplayStep& step) {
 }
 
 // What a hive's first bytes say of it.
+// Any bytes will do: the checksum of what is no base block is wrong, so that it counts as dirty.
 PlanInput PlanInputOf(ByteView image);
 
 // The logs beside the hive or those chosen, read and planned; nothing is applied yet. `may_replay`
 // is false for an image that is not a whole hive: then no file is looked for unless it was chosen.
+// Never null. Reads every log file whole, but for what LogBounds leaves on the medium.
 std::shared_ptr<HiveLogs> FindHiveLogs(const std::string& hive_file, ByteView image,
                                        const LogChoice& choice, bool may_replay);
 
@@ -76,9 +80,13 @@ struct ReplayedImage {
   uint32_t cut = 0;
   std::vector<LoggedRange> changed;
 };
+// Reads the entries' pages; bytes that can no longer be read are noted as a shortfall, and the
+// pages before them stay applied. A stop leaves out the entries after it. `steps` is at most the
+// plan's number; 0 gives the copy alone.
 ReplayedImage ApplySteps(const HiveLogs& logs, ByteView before, size_t steps);
 
 // The range that a position lies in, or the first one after it; null for none.
+// Points into `logs`. Logarithmic in the ranges.
 const LoggedRange* RangeFrom(const HiveLogs& logs, uint32_t position);
 
 }  // namespace hivequarry

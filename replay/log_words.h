@@ -9,6 +9,7 @@
 namespace hivequarry {
 
 // "HIVE.LOG1": the log's own name, without its folder.
+// As it is on the medium, not made visible: who shows it to a terminal escapes it.
 std::string NameOfLog(const HiveLog& log);
 // "3..5", "5", empty for no entries.
 std::string EntriesText(std::span<const LogEntry> entries);
@@ -28,11 +29,13 @@ std::string LogLine(const HiveLogs& logs, const HiveLog& log);
 
 // What the user must be told of the opening, a sentence or more; empty where there is nothing:
 // a clean hive without later entries.
+// Sentences are parted by ". ", without a full stop at the end.
 std::string ReplayWords(const HiveLogs& logs);
 // True for a dirty hive that is shown as its file has it although the user did not ask for that.
 bool IsLeftDirty(const HiveLogs& logs);
 
 // "NewDirtyHive.LOG2 at 0x00001234 (4660), entry 5": the file's own name without its folder.
+// `step` must be one of logs.steps.
 std::string OriginWords(const HiveLogs& logs, uint32_t step, uint32_t log_position);
 
 }  // namespace hivequarry

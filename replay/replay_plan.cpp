@@ -91,10 +91,13 @@ void PlanNew(const PlanInput& hive, Plan& plan) {
   }
 }
 
+// A log of a later time than the hive is applied: the system wrote it last and did not come to
+// write the hive. One of an earlier time would undo what the hive has.
 void PlanOld(const PlanInput& hive, Plan& plan) {
   std::vector<uint32_t> order = UsableLogs(plan.logs);
   const uint64_t time = hive.checksum_right ? hive.base.last_write : hive.block_time;
   const auto time_of = [&](uint32_t i) { return plan.logs[i].base.last_write; };
+  // Stable: of two logs of one time the one that was found first is taken.
   std::ranges::stable_sort(order, std::ranges::greater(), time_of);
   for (const uint32_t i : order) {
     if (time_of(i) < time) {

@@ -15,6 +15,8 @@
 
 namespace hivequarry {
 
+// kAuto: the logs beside a dirty hive, as a system takes them; kNone: the hive as its file has it;
+// kChosen: these files, also for a clean hive.
 enum class LogMode : uint8_t { kAuto, kNone, kChosen };
 // What the next opening is asked for.
 struct LogChoice {
@@ -31,6 +33,7 @@ struct ReplayStep {
 };
 
 // What is known of the hive.
+// As the file has it, before anything is applied.
 struct PlanInput {
   BaseBlock base;
   bool checksum_right = false;
@@ -40,6 +43,8 @@ struct PlanInput {
 
 // Sets each log's `use` and `applied`; the entries to apply, in order. `until` as in LogChoice. A
 // clean hive is taken as it is unless its logs were chosen.
+// Reads no file: the logs were examined before. Every log gets a `use`, so that each can be
+// explained to the user, whether it counts or not.
 std::vector<ReplayStep> PlanReplay(const PlanInput& hive, const LogChoice& choice,
                                    std::vector<HiveLog>& logs);
 
