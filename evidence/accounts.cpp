@@ -16,7 +16,12 @@
 namespace hivequarry {
 namespace {
 
-// Of the record "F".
+// Of the record "F" of a user, 80 bytes; times are FILETIME, UTC:
+//
+//    8  8  last logon                      48  4  relative id
+//   24  8  password set                    56  4  control bits
+//   32  8  expires; the largest: never     64  2  wrong passwords since the last logon
+//   40  8  last wrong password             66  2  logons
 constexpr uint32_t kLastLogon = 8;
 constexpr uint32_t kPasswordSet = 24;
 constexpr uint32_t kExpires = 32;
@@ -29,6 +34,8 @@ constexpr size_t kFixed = 68;
 constexpr uint64_t kNever = 0x7FFFFFFFFFFFFFFF;
 
 // Of "V": where the offset of each text is; its length is after it. They count from kTexts on.
+// Twelve bytes for each text: offset, length in bytes, and a third number that is not looked at.
+// Texts are UTF-16 without a zero at their end.
 constexpr uint32_t kName = 0x0C;
 constexpr uint32_t kFullName = 0x18;
 constexpr uint32_t kComment = 0x24;
@@ -37,6 +44,8 @@ constexpr uint32_t kScript = 0x60;
 constexpr uint32_t kProfile = 0x6C;
 constexpr uint32_t kTexts = 0xCC;
 // Likewise, of what passwords are told by.
+// Hashes and their histories. They are neither read nor shown, also not by way of a text whose
+// offset was made to lead there.
 constexpr uint32_t kSecrets[] = {0x9C, 0xA8, 0xB4, 0xC0};
 
 // Of "C" of a group, likewise.
@@ -46,6 +55,7 @@ constexpr uint32_t kMembers = 0x28;
 constexpr uint32_t kMemberCount = 0x30;
 constexpr uint32_t kGroupTexts = 0x34;
 
+// Keys of users and groups are named by eight hexadecimal digits; "Names" and the like are none.
 std::optional<uint32_t> NumberOfKeyName(std::string_view name) {
   constexpr size_t kDigits = 8;
   if (name.size() != kDigits) return std::nullopt;
@@ -81,6 +91,8 @@ bool IsSecret(ByteView v, uint32_t text) {
   });
 }
 
+// The bits of the account's control field as this record has them; they are not those that the
+// programming interface gives for an account.
 std::string ControlText(uint32_t control) {
   constexpr struct {
     uint32_t bit;
@@ -217,6 +229,7 @@ class UserList {
     } else {
       row.Empty().Note("the name has no number");
     }
+    // The cells between number and the key's time.
     row.Empty(9).Time(run_.keys.LastWriteOf(key));
     AddEvidence(run_, std::move(row), key);
   }
@@ -228,6 +241,7 @@ class UserList {
   std::unordered_set<uint32_t> numbers_;  // of the users
 };
 
+// SIDs one after another without gaps, each as long as its own count of sub-authorities says.
 std::string MembersText(ByteView members, uint32_t count, EvidenceRow& row) {
   std::string text;
   uint32_t found = 0;

@@ -1,5 +1,15 @@
 // What the background and desktop activity moderators ("bam", "dam") keep: the last run of each
 // program, by user.
+// A value's name is a program's path ("\Device\HarddiskVolume2\..."), or a package's name; its
+// data:
+//
+//    0  8  last run, FILETIME, UTC
+//    8  8  0
+//   16  4  0 a program of the desktop, 1 a packaged one
+//   20  4  2 on all hives seen
+//
+// Systems from version 1709 of Windows 10 on; since 1809 below "State", and after an upgrade in
+// both places. The key's name is the user's SID.
 #include "evidence/decode.h"
 #include "evidence/mru.h"
 #include "host/case.h"
@@ -47,6 +57,7 @@ void DecodeActivity(EvidenceRun& run, Places places) {
   }
 }
 
+// Name and length together are rare enough elsewhere to tell such a value by.
 void DecodeLooseActivity(EvidenceRun& run, std::span<const EvidenceValue> values) {
   constexpr size_t kSize = 24;
   for (const EvidenceValue& value : values) {

@@ -12,6 +12,7 @@ namespace hivequarry {
 namespace {
 
 // Which value each cell is from; null for none.
+// Names of values that are numbers are hexadecimal, as the older systems write them.
 struct InventoryForm {
   const char* word;
   const char* name;
@@ -53,6 +54,7 @@ std::string CellText(const std::vector<EvidenceValue>& values, const char* name)
 }
 
 // "0000" and the 40 digits of a SHA-1.
+// Another form is shown whole.
 std::string HashText(std::string text, EvidenceRow& row) {
   constexpr size_t kDigits = 40;
   if (text.empty()) return text;
@@ -84,6 +86,8 @@ std::optional<uint64_t> TimeOfText(std::string_view text) {
 }
 
 // Times come as FILETIME, seconds since 1970, or text in the month's order.
+// Eight bytes are FILETIME, four are seconds; what is neither and no date stays text. None
+// says its time zone: all are taken as UTC.
 void AddTime(const std::vector<EvidenceValue>& values, const char* name, EvidenceRow& row) {
   const EvidenceValue* value = name == nullptr ? nullptr : FindValue(values, name);
   if (value == nullptr) {
@@ -148,6 +152,8 @@ namespace {
 constexpr std::string_view kFriendly = ".FriendlyAppName";
 constexpr std::string_view kCompany = ".ApplicationCompany";
 
+// Since Vista a program has two values, its path with either ending; before, one with the path
+// alone. "@file,-number" names a text resource.
 void AddShownName(EvidenceRun& run, EvidenceKey key, const EvidenceValue& value) {
   std::string name = value.name;
   const char* kind = "name";

@@ -58,6 +58,7 @@ constexpr StartPlace kPlaces[] = {
 };
 
 // Values that tell whether the user lets what another place names start.
+// From Windows 8 on. The list's name says which place is meant: "Run", "Run32", "StartupFolder".
 constexpr PlacePattern kApproved[] = {
     "Microsoft\\Windows\\CurrentVersion\\Explorer\\!StartupApproved\\*",
     "Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\!StartupApproved\\*"};
@@ -78,6 +79,7 @@ struct Approval {
   uint64_t since = 0;
 };
 // An even first byte lets it start; a time is there since which it does not.
+// Twelve bytes: a number of 4, then a FILETIME that is 0 while the program may start.
 Approval ReadApproval(ByteView data) {
   return {(ReadU8(data, 0) & 1) == 0, data.size() >= 12 ? ReadU64(data, 4) : 0};
 }
@@ -113,6 +115,7 @@ std::vector<StartPattern> MakePatterns() {
 // By "Run" or "Run32" and the value's name, in capitals.
 using Approvals = std::map<std::pair<std::string, std::string>, Approval>;
 
+// Approvals first: the rows of the places say what they decided.
 class StartList {
  public:
   explicit StartList(EvidenceRun& run) : run_(run) {}

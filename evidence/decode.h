@@ -36,6 +36,8 @@ void DecodeTasks(EvidenceRun& run, Places places);
 void DecodePolicies(EvidenceRun& run, Places places);
 
 // Values that no key names, recovered or freed, which are told by what they hold.
+// Each adds rows of those values alone whose name or data leave no doubt; all others belong to
+// other decoders, or to none. Such rows say "no key known".
 void DecodeLooseUserAssist(EvidenceRun& run, std::span<const EvidenceValue> values);
 void DecodeLooseShimCache(EvidenceRun& run, std::span<const EvidenceValue> values);
 void DecodeLooseActivity(EvidenceRun& run, std::span<const EvidenceValue> values);

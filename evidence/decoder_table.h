@@ -8,6 +8,7 @@
 
 namespace hivequarry {
 
+// The submenus, in their order.
 enum class DecoderGroup : uint8_t {
   kPrograms,
   kFolders,

@@ -50,6 +50,7 @@ const char* EventOf(Telling& telling, size_t column) {
   return known;
 }
 
+// What the logs removed or changed counts as recovered; the detail says the word itself.
 TimelineState StateOf(std::string_view word) {
   if (word == StateWord(TimelineState::kFreed)) return TimelineState::kFreed;
   return word == StateWord(TimelineState::kLive) ? TimelineState::kLive : TimelineState::kRecovered;

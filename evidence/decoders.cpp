@@ -18,6 +18,8 @@ struct DecoderWork {
   void (*decode_loose)(EvidenceRun&, std::span<const EvidenceValue>) = nullptr;
 };
 
+// Patterns of the decoders, as places.h has them. Where a decoder's own table is "in the order of
+// the patterns", the order here is a part of it.
 constexpr PlacePattern kUserAssist[] = {
     "Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\!UserAssist\\*\\Count"};
 constexpr PlacePattern kShimCache[] = {"<set>\\Control\\Session Manager\\!AppCompatCache",
@@ -133,6 +135,7 @@ void Decode(const DecoderWork& work, EvidenceRun& run) {
 }
 
 // What the logs took away or wrote over, decoded as the file alone has it.
+// Only for a replayed hive; its state before is loaded once for each decoder.
 void DecodeBefore(const DecoderWork& work, const HiveImage& hive, const KeyTree& tree,
                   EvidenceRun& now) {
   StateBefore before;

@@ -13,6 +13,7 @@
 
 namespace hivequarry {
 
+// In the order of the menus; `decoder` of RunDecoder must be one of these.
 std::span<const DecoderInfo> Decoders();
 // By console name; null for none.
 const DecoderInfo* FindDecoder(std::string_view name);
@@ -20,6 +21,9 @@ const DecoderInfo* FindDecoder(std::string_view name);
 // Adds a row for each entry at or below `item` to a list of the decoder's kind; a row's datum is
 // the position of its key or value. False, with a word in the status line, when there are none.
 // Ends early when the user stops.
+// With the whole tree (`item` 0) also what no key names, and what the logs removed or wrote over.
+// Reads the freed records of the hive, which are searched for again at each call. Any one thread at
+// a time.
 bool RunDecoder(const DecoderInfo& decoder, const HiveImage& hive, const KeyTree& tree,
                 uint32_t item, OutputList& list);
 inline constexpr const char* kNoEvidence = "The hive holds none of this evidence here.";

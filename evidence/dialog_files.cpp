@@ -1,5 +1,12 @@
 // What the dialogs that open and save files remember: the files, the programs that asked for them,
 // and the folders where each of these was.
+// Values are named by numbers or letters, and "MRUListEx" or "MRUList" has their order:
+//
+//    OpenSavePidlMRU, FirstFolder ...   from Vista on, item lists (reports/shell_items.h)
+//    OpenSaveMRU, LastVisitedMRU        before: paths as text
+//
+// "LastVisited..." begins with the program's name in UTF-16 and a zero; "CIDSizeMRU" has that name
+// and numbers of the dialog's place.
 #include "evidence/decode.h"
 #include "evidence/mru.h"
 #include "reports/shell_items.h"
@@ -49,6 +56,7 @@ bool IsItemList(ByteView data) {
 void ReadPlace(ByteView data, DialogEntry& entry, EvidenceRow& row) {
   if (data.empty()) return;
   const uint16_t first = ReadU16(data, 0);
+  // An item list without items is the root of the shell's folders, the desktop.
   if (first == 0 && data.size() <= 2) return row.Note("empty list: the desktop"), void();
   // What is no item list is text, unless it begins as no text does.
   if (IsItemList(data) || first < 0x20) {

@@ -31,6 +31,7 @@ enum class EvidenceState : uint8_t {
 // The word in the lists' state column, "live" for a record that is there as usual.
 const char* StateWord(EvidenceState state);
 
+// Owns its data, so it stays when the walk goes on.
 struct EvidenceValue {
   std::string name;         // as stored; empty for the default value
   std::string shown_name;   // as lists show it
@@ -47,12 +48,15 @@ struct EvidenceValue {
 class EvidenceKeys {
  public:
   // `freed` may be null; all must live as long as this.
+  // Linear in the freed records. One thread.
   EvidenceKeys(const HiveImage& hive, const KeyTree& tree, FreedSource* freed);
   EvidenceKeys(const EvidenceKeys&) = delete;
   EvidenceKeys& operator=(const EvidenceKeys&) = delete;
 
+  // Positions that this class gives are those of this image.
   const HiveImage& hive() const { return hive_; }
   const KeyTree& tree() const { return tree_; }
+  // Also true of kNoEvidenceKey, which has no freed record: callers ask for that first.
   bool IsFreed(EvidenceKey key) const { return key >= tree_.items.size(); }
 
   // As stored.
@@ -60,6 +64,8 @@ class EvidenceKeys {
   // As lists show it, with the root's own text; and as stored where that differs.
   std::string PathOf(EvidenceKey key);
   std::string StoredPathOf(EvidenceKey key);
+  // Of the key's cell in the image; kNoOffset for no key; of a made one the place where it is
+  // missing.
   uint32_t PositionOf(EvidenceKey key) const;
   // FILETIME, UTC; 0 for a key without a cell of its own.
   uint64_t LastWriteOf(EvidenceKey key) const;
@@ -70,12 +76,14 @@ class EvidenceKeys {
   // None for the root and for a key of which nothing tells what lies above it.
   EvidenceKey ParentOf(EvidenceKey key) const;
   // Those of the tree first, as displayed, then those that hang there by a repair, then the freed.
+  // The freed ones ascending by position. Hidden keys are left out.
   std::vector<EvidenceKey> ChildrenOf(EvidenceKey key) const;
   // The first child of that name, ignoring case. The children of a key are looked through once.
   EvidenceKey ChildNamed(EvidenceKey key, std::string_view name);
   // By names joined with "\"; none of these may hold one.
   EvidenceKey Below(EvidenceKey key, std::string_view path);
   // Keys of which nothing tells what lies above them.
+  // Collected when first asked for; valid as long as this. Those of the tree first, then the freed.
   const std::vector<EvidenceKey>& LooseKeys();
 
   // All of a key's values with their data, the freed ones after the others. What data may be read

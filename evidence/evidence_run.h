@@ -22,6 +22,8 @@ namespace hivequarry {
 // an empty cell and a word in the notes.
 class EvidenceRow {
  public:
+  // Each adds one cell, in the order of the kind's columns, and gives the row back so that calls
+  // may follow one another. `text` is UTF-8; lists show it in one line.
   EvidenceRow& Text(std::string text);
   EvidenceRow& Number(uint64_t number);
   EvidenceRow& Number(std::optional<uint64_t> number) { return number ? Number(*number) : Empty(); }
@@ -30,6 +32,7 @@ class EvidenceRow {
   EvidenceRow& Time(uint64_t file_time);
   // A packed DOS date and time, UTC; 0 is none.
   EvidenceRow& DosTime(uint32_t dos_date_time);
+  // Words that the row has already are not said twice.
   EvidenceRow& Note(std::string_view words);
 
   struct Part {
@@ -56,6 +59,9 @@ struct EvidenceRun {
 
 // A row about a value, or about a key where `value` is null; `bytes` are what was decoded, the
 // value's data unless they are given. A row of no key tells of a value that no key names.
+// Cells that the row lacks are empty. Nothing is added for a row that is outside the branch, or,
+// for the state before the logs, about a record that is still there. The row's datum is the
+// position of the value, else of the key. `value` and `bytes` are not kept.
 void AddEvidence(EvidenceRun& run, EvidenceRow row, EvidenceKey key,
                  const EvidenceValue* value = nullptr);
 void AddEvidence(EvidenceRun& run, EvidenceRow row, EvidenceKey key, const EvidenceValue* value,
@@ -73,6 +79,7 @@ constexpr uint64_t FileTimeOfSeconds(uint64_t seconds) {
   return (seconds + kEpoch) * 10'000'000;
 }
 // Of calendar fields; nothing where they are no day and time that a calendar has.
+// The time zone is the caller's business.
 std::optional<uint64_t> FileTimeOfFields(const CalendarTime& fields);
 // FILETIME as lists show dates, with its fraction of a second as seven digits where it has one.
 std::string FileTimeText(uint64_t file_time);
@@ -95,15 +102,18 @@ std::optional<uint64_t> NumberNamed(const std::vector<EvidenceValue>& values,
 // A FILETIME of eight bytes; 0 for none.
 uint64_t TimeNamed(const std::vector<EvidenceValue>& values, std::string_view name);
 // Says where text data go on after their first zero with anything but zeros.
+// What is there is left from a longer text, or was put there to be overlooked.
 void NoteTail(const EvidenceValue& value, EvidenceRow& row);
 
 // "{20D04FE0-3AEA-1069-A2D8-08002B30309D}" at `at`; empty when the bytes end before.
+// Sixteen bytes as the system stores them: the first three parts with their lowest byte first.
 std::string GuidAt(ByteView bytes, size_t at);
 // "{8-4-4-4-12}", hexadecimal.
 bool IsGuid(std::string_view text);
 // A path that begins with a known folder's GUID, with the folder's name in its place.
 std::string WithFolderWord(std::string_view path);
 // "0x" and digits.
+// At least `width` of them.
 std::string HexText(uint64_t number, size_t width = 8);
 
 }  // namespace hivequarry

@@ -10,7 +10,10 @@
 namespace hivequarry {
 
 // The order that a key's "MRUListEx" and "MRUList" give.
+// "MRUListEx" is a row of 32-bit numbers ended by 0xFFFFFFFF, "MRUList" a text of letters; the one
+// used last comes first. Where a key has both, the first counts before the second.
 MruOrder OrderOf(const std::vector<EvidenceValue>& values);
+// By its name, whether it can be read or not.
 bool IsOrderList(const EvidenceValue& value);
 // Adds the cells "Order" (1 for the value used last, empty for one that the order lacks) and "Last
 // Used": the key's last write, which is the time of the first one alone.
@@ -25,6 +28,7 @@ void SortByOrder(const MruOrder& order, std::vector<EvidenceValue>& values);
 // At most nine digits.
 bool IsDecimal(std::string_view text);
 // 48 bits and 16 bits of a file reference: "1234-5"; empty for 0.
+// The entry in the file table of an NTFS volume, and how often that entry was used.
 std::string FileReferenceText(uint64_t reference);
 
 }  // namespace hivequarry

@@ -12,6 +12,8 @@ namespace {
 // --- profiles -----------------------------------------------------------------------------------
 
 // SYSTEMTIME: year, month, day of the week, day, hour, minute, second, millisecond.
+// Eight numbers of 16 bits. Of a network they are in local time, and which zone that was nothing
+// here says; they are shown as they are.
 constexpr size_t kSystemTime = 16;
 
 void AddLocalTime(const std::vector<EvidenceValue>& values, const char* name, EvidenceRow& row) {
@@ -43,6 +45,7 @@ std::string CategoryText(uint64_t category) {
   return category < std::size(kWords) ? kWords[category] : std::to_string(category);
 }
 
+// Numbers of interface types as network management assigns them.
 std::string KindText(uint64_t kind) {
   switch (kind) {
     case 6:
@@ -74,7 +77,7 @@ struct Signature {
   std::string first_network;
 };
 
-// The first eight own cells of a profile's row.
+// A profile's row, with what its signature says of the network: found by the GUID that both name.
 void AddProfile(EvidenceRun& run, EvidenceKey key,
                 const std::unordered_map<std::string, Signature>& signatures) {
   const std::vector<EvidenceValue> values = run.keys.ValuesOf(key);
@@ -116,6 +119,8 @@ std::string FirstOf(const std::vector<EvidenceValue>& values,
 }
 
 // A wireless network's name, with the halves of each byte changed about.
+// "8416D6" is "Ham": of each byte the lower half is written first. What is no such text is shown as
+// it is.
 std::string HintText(const std::vector<EvidenceValue>& values) {
   const std::string hint = TextNamed(values, "DhcpNetworkHint");
   std::vector<uint8_t> bytes;
@@ -146,6 +151,7 @@ void AddInterface(EvidenceRun& run, const EvidencePlace& place,
                   const std::unordered_map<std::string, std::string>& connections) {
   const std::vector<EvidenceValue> values = run.keys.ValuesOf(place.key);
   // What is below an interface is about one of its wireless networks.
+  // The second pattern of the decoder leads to those.
   const bool below = place.pattern != 0;
   const std::string guid = run.keys.NameOf(below ? run.keys.ParentOf(place.key) : place.key);
   EvidenceRow row;

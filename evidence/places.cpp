@@ -44,6 +44,7 @@ bool Fits(const std::string& wanted, const std::string& capitals) {
 }
 
 // A key that has been reached, and how many names of the path lead to it.
+// A stack of these instead of recursion: paths are as long as patterns, but a "*" may fan out.
 struct Reached {
   EvidenceKey key;
   size_t names;

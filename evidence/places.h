@@ -17,6 +17,7 @@ namespace hivequarry {
 //   up to that one; a path without a mark is begun at the root alone.
 using PlacePattern = const char*;
 
+// A key that a pattern leads to. With a hive that has several control sets there is one for each.
 struct EvidencePlace {
   EvidenceKey key = kNoEvidenceKey;
   std::string control_set;  // that the path leads through: "ControlSet001 (current)"; "" for none
@@ -24,6 +25,9 @@ struct EvidencePlace {
 };
 // The keys at the patterns' paths, each once, in the order of the patterns. A hive that was made of
 // a whole root of the registry has its paths below the names of hives or users.
+// Of live, recovered and freed keys alike. The order is that of the tree for each pattern; a key
+// that two patterns lead to counts for the first. Costs of a "*" the children of the keys before
+// it.
 std::vector<EvidencePlace> FindPlaces(EvidenceKeys& keys, std::span<const PlacePattern> patterns);
 
 }  // namespace hivequarry

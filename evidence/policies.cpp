@@ -22,6 +22,7 @@ constexpr const char* kSettings[] = {"Authentication Packages",   "Security Pack
                                      "FullPrivilegeAuditing",     "SCENoApplyLegacyAuditPolicy",
                                      "TokenLeakDetectDelaySecs",  "UseLogonCredential"};
 
+// In the order in which both forms of the audit record have them.
 constexpr const char* kCategories[] = {
     "System",           "Logon and logoff", "Object access",      "Privilege use",
     "Process tracking", "Policy change",    "Account management", "Directory service access",

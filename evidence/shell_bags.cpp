@@ -41,6 +41,8 @@ ItemList ReadItems(const EvidenceValue& value, EvidenceRow& row) {
   return list;
 }
 
+// Walks the keys as they are nested, with a stack: a hive may nest them as deep as it likes. How
+// long a path gets JoinItemPath bounds.
 class BagTree {
  public:
   BagTree(EvidenceRun& run, EvidenceKey top) : run_(run) { open_.push_back({top, {}}); }

@@ -1,6 +1,20 @@
 // The cache of the system's application compatibility: files of programs that it looked at, in one
 // value, newest first. Each generation of the system has a form of its own, told by what the value
 // begins with. The times are the files' last changes, not those of runs.
+// Positions below count from the start of the data; lengths of paths are bytes of UTF-16.
+//
+//    XP, 32-bit: 0xDEADBEEF, entries +8 (4), from 0x190 on 552 bytes each:
+//       0 path (528), 528 modified, 536 size of the file, 544 last update (8 each)
+//    2003, Vista: 0xBADC0FFE, entries +4 (4), from 8 on 24 or 32 bytes each;
+//    7, 2008 R2:  0xBADC0FEE, entries +4 (4), from 0x80 on 32 or 48 bytes each. 32-bit / 64-bit:
+//       0 length of the path (2), 2 room (2), 4 / 8 where the path is (4 / 8),
+//       8 / 16 modified (8), 16 / 24 flags (4); in 2003 the file's size (8) instead
+//    8: 0x80, "00ts" from there; 8.1: 0x80, "10ts"; 10 and 11: 0x30 or 0x34, "10ts":
+//       0 letters, 4 check, 8 length of what follows (4 each), then
+//       length of the path (2), path, in 8.x of the package (2) and it, flags (4), 0 (4),
+//       modified (8), length of further data (4), these
+//
+// Flag 2 says that the program was run; systems from 10 on have no flag that is agreed to say so.
 #include <algorithm>
 #include <optional>
 
@@ -40,6 +54,7 @@ struct Cache {
 };
 
 // Paths that entries name may be one and the same: how many bytes of them are still shown.
+// Twice the data in all: a sound cache names each byte once.
 struct PathBudget {
   size_t left;
   bool Take(size_t size) {
@@ -107,6 +122,8 @@ void ReadTable(ByteView data, const TableForm& form, Cache& cache) {
   const uint32_t count = ReadU32(data, 4);
   const uint16_t length = ReadU16(data, form.header);
   const uint16_t room = ReadU16(data, form.header + 2);
+  // The path has room for its zero, and on 64-bit systems four zeros are before its place: of the
+  // first entry both tell which layout all entries have.
   const bool wide = room - length == 2 && ReadU32(data, form.header + 4) == 0;
   const uint32_t size = wide ? form.size64 : form.size32;
   PathBudget budget{2 * data.size()};
@@ -216,6 +233,8 @@ void ReadChain(ByteView data, uint32_t at, std::span<const ChainForm> forms, Cac
 void ReadEight(ByteView data, Cache& cache) {
   const bool first = ReadU32(data, kEight) == kEntry8;
   cache.form = first ? "8" : "8.1";
+  // Of "00ts" the form without a package is tried first, of "10ts" that with one; a form counts
+  // only when its parts take the entry's whole length.
   constexpr ChainForm kForms[] = {{true, true}, {false, true}, {true, true}};
   ReadChain(data, kEight, std::span(kForms).subspan(first ? 1 : 0, 2), cache);
 }

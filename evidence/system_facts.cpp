@@ -63,6 +63,8 @@ constexpr Fact kFacts[] = {
 };
 
 // Month, week and weekday of every year, or a date of one; not in the order of SYSTEMTIME.
+// Eight numbers of 16 bits: year (0: each), month, week of the month (5: the last; with a year the
+// day), hour, minute, second, millisecond, weekday (0: Sunday).
 std::string ChangeText(ByteView data) {
   constexpr const char* kWeeks[] = {"", "first", "second", "third", "fourth", "last"};
   constexpr const char* kDays[] = {"Sunday",   "Monday", "Tuesday", "Wednesday",
@@ -140,6 +142,7 @@ void DecodeSystemFacts(EvidenceRun& run, Places places) {
 void DecodeProfiles(EvidenceRun& run, Places places) {
   for (const EvidencePlace& place : places) {
     const std::vector<EvidenceValue> values = run.keys.ValuesOf(place.key);
+    // A FILETIME in two numbers of 32 bits.
     const auto time = [&](const char* low, const char* high) {
       return NumberNamed(values, low).value_or(0) | NumberNamed(values, high).value_or(0) << 32;
     };

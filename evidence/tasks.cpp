@@ -11,11 +11,17 @@ namespace {
 
 // --- tasks --------------------------------------------------------------------------------------
 
+// "DynamicInfo": 28 bytes from Vista on, 36 later; FILETIME, UTC:
+//
+//    0  4  version          12  8  last run        28  8  last completed
+//    4  8  created          20  8  not read
 constexpr uint32_t kCreated = 4;
 constexpr uint32_t kLastRun = 12;
 constexpr uint32_t kCompleted = 28;  // of the longer form
 
 // The GUIDs, in capitals, that keys below "TaskCache\Tree" name: what tools that list tasks know.
+// A task without such a key is hidden from them, though the system runs it. Freed keys and values
+// do not count: they name nothing any more.
 void CollectTree(EvidenceRun& run, EvidenceKey tree, std::unordered_set<std::string>& known) {
   std::vector<EvidenceKey> open = {tree};
   while (!open.empty()) {
@@ -51,6 +57,7 @@ class ActionReader {
   }
 
  private:
+  // The two bytes that say what an action is.
   static constexpr uint16_t kProgram = 0x6666;
   static constexpr uint16_t kClass = 0x7777;
   static constexpr uint16_t kMail = 0x8888;
@@ -143,6 +150,7 @@ std::string StartText(std::optional<uint64_t> start) {
   return *start < std::size(kWords) ? kWords[*start] : std::to_string(*start);
 }
 
+// Kernel driver (1), file system driver (2), recogniser (8).
 bool IsDriver(std::optional<uint64_t> type) { return type && (*type & 0x0B) != 0; }
 
 // The program of a command line: what is in quotes, else up to the first ending of a program that a

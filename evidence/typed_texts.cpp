@@ -13,6 +13,8 @@ namespace {
 // --- documents ----------------------------------------------------------------------------------
 
 // Its name in UTF-16, a zero, then the item of the link to it.
+// "RecentDocs": a value of the key itself for each document, and one more below the subkey that is
+// named by the document's ending. Both have an order of their own.
 void AddDocuments(EvidenceRun& run, EvidenceKey key, const std::string& ending) {
   std::vector<EvidenceValue> values = run.keys.ValuesOf(key);
   const MruOrder order = OrderOf(values);

@@ -9,6 +9,7 @@ namespace hivequarry {
 namespace {
 
 // Numbers of the times among a device's properties.
+// Of the set {83da6326-97a6-4088-9453-a1923f573b29}; FILETIME, UTC. The last two from Windows 8 on.
 constexpr uint32_t kInstalled = 0x64;
 constexpr uint32_t kFirstInstalled = 0x65;
 constexpr uint32_t kArrived = 0x66;

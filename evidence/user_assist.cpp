@@ -1,5 +1,16 @@
 // What the shell counts of programs started: "UserAssist\{GUID}\Count". A value is an entry; its
 // name is ciphered, its data are told apart by their length.
+//    16 bytes, XP and Vista:      72 bytes, 7 and later:
+//     0  4  session                0  4  session
+//     4  4  runs, from 5 on        4  4  runs
+//     8  8  last run, FILETIME     8  4  times in focus
+//                                 12  4  milliseconds in focus
+//                                 16 44  numbers whose meaning is not known
+//                                 60  8  last run, FILETIME
+//                                 68  4  0
+//
+// A time of 0 is none. Names are paths, known folders' GUIDs with a path, or ids of applications,
+// with each letter moved by 13 places unless the value "NoEncrypt" beside the counters is 1.
 #include <algorithm>
 
 #include "evidence/decode.h"
@@ -29,6 +40,7 @@ bool IsPlainName(std::string_view name) {
 }
 
 // A deciphered name that shows by itself that it is one.
+// So that a wrong guess of the cipher is not taken for a name.
 bool IsKnownName(std::string_view name) {
   return name.starts_with("UEME_") ||
          (name.size() > 38 && name[38] == '\\' && IsGuid(name.substr(0, 38)));

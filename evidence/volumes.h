@@ -9,7 +9,14 @@
 
 namespace hivequarry {
 
+// By their length:
+//
+//    12 bytes: 0 4 signature of an MBR disk, 4 8 first byte of the partition on it
+//    24 bytes: "DMIO:ID:", then the GUID of a GPT partition
+//    others:   UTF-16, "_??_USBSTOR#Disk&Ven_...#SERIAL&0#{...}"
+//
 // What the data of a mounted device say.
+// `kind` is a word for lists, "" for no data at all; what the form lacks is empty or 0.
 struct MountedDevice {
   const char* kind = "";
   uint32_t signature = 0;  // of an MBR disk
@@ -26,9 +33,10 @@ std::string VolumeName(std::string_view name);
 // The names of volumes by what tells the device, in capitals: a serial with its suffix, or the
 // prefix that XP gives to what is below a device. Several are joined.
 using VolumesOfDevices = std::unordered_map<std::string, std::string>;
+// Looks through "MountedDevices" of the hive each time it is called.
 VolumesOfDevices FindVolumesOfDevices(EvidenceKeys& keys);
 
-// What devices call themselves, by their serials, in capitals.
+// What devices call themselves, by their serials and by the prefixes that XP gives, in capitals.
 using NamesOfDevices = std::unordered_map<std::string, std::string>;
 NamesOfDevices FindNamesOfDevices(EvidenceKeys& keys);
 
