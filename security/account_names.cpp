@@ -81,6 +81,7 @@ constexpr bool TableFits() {
 static_assert(TableFits());
 
 // The kinds, from number 1 on; the last one is that of any other letter.
+// The order is that of the system's own numbers for kinds of accounts (1 user to 8 unknown).
 constexpr std::string_view kKindLetters = "UGDAWRI";
 constexpr const char* kKindNames[] = {
     "User",    "Group",  "Domain", "Alias", "Well Known Group", "Deleted Account",
@@ -89,6 +90,8 @@ constexpr int kUnknownKind = 8;
 
 // Identifiers of the built-in groups.
 constexpr uint32_t kFirstAlias = 544;
+// Numbers of the domain "BUILTIN" (S-1-5-32): the first is the administrators; beyond the last the
+// system gives out numbers of its own to accounts.
 constexpr uint32_t kLastAlias = 1023;
 
 // Domain and name apart, or both as one text.
@@ -141,6 +144,9 @@ const char* AccountKindName(int kind) {
   return kKindNames[(kind >= 1 && kind <= kUnknownKind ? kind : kUnknownKind) - 1];
 }
 
+// The machine is asked first, as it may call a known account otherwise; a name from the table
+// is in parentheses then, since nobody confirmed it. A machine that could not be asked gives no
+// name.
 bool AccountNameOfSid(std::span<const uint8_t> sid, std::string_view text, bool resolve,
                       std::string& name, std::string* domain) {
   PutName("", "", name, domain);

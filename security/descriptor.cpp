@@ -22,6 +22,7 @@ constexpr uint32_t kAceSize = 2;
 constexpr uint32_t kAceMask = 4;
 constexpr uint32_t kAceSid = 8;
 
+// Far more than lists, whose sizes have 16 bits, can take up.
 constexpr size_t kMostDescriptorBytes = 1024 * 1024;
 
 std::string SidTextAt(ByteView image, uint32_t position, const SidReplacement* replace,
@@ -34,6 +35,7 @@ std::string SidTextAt(ByteView image, uint32_t position, const SidReplacement* r
 }
 
 // The position of a SID inside the cell; false where the descriptor leads out of it.
+// A SID may begin at the cell's very end: it is not valid then and has no text.
 bool LocateSid(const SecurityRecordInfo& info, uint32_t offset, uint32_t& position) {
   const uint64_t place = uint64_t{info.position} + kSecurityDescriptor + offset;
   if (place > UINT32_MAX || place > uint64_t{info.position} + info.length) return false;
@@ -55,12 +57,15 @@ bool InCell(const SecurityRecordInfo& info, uint32_t position) {
 }
 
 // Everything but the texts.
+// The control bits are not looked at: a list whose offset is set is shown, whether the bits say
+// that it counts or not.
 bool ReadFields(ByteView image, SecurityRecordInfo& info) {
   if (StopRequested() || ReadU16(image, info.position + 4) != kSignatureSk) return false;
   info.length = CellLength(ReadU32(image, info.position));
   info.references = ReadU32(image, info.position + kSecurityReferences);
   const uint32_t descriptor = info.position + kSecurityDescriptor;
   const uint32_t owner = ReadU32(image, descriptor + kOwnerOffset);
+  // A descriptor without an owner is none that a key has.
   if (owner == 0 || !LocateSid(info, owner, info.owner)) return false;
   const uint32_t group = ReadU32(image, descriptor + kGroupOffset);
   if (group != 0 && !LocateSid(info, group, info.group)) return false;

@@ -22,6 +22,7 @@
 namespace hivequarry {
 
 // A list of access-control entries; all 0 when there is none.
+// A size and a count that do not go together are kept: who walks the entries is bounded by both.
 struct AclPlace {
   uint32_t position = 0;
   uint32_t size = 0;   // bytes, header included, as stored
@@ -32,6 +33,7 @@ inline bool IsUsable(const AclPlace& acl) {
 }
 
 // A decoded record; all positions are those of the view that it was read from.
+// Owns its texts; the view need not outlive it.
 struct SecurityRecordInfo {
   uint32_t position = 0;  // of the cell
   uint32_t length = 0;    // of the cell, absolute
@@ -44,6 +46,8 @@ struct SecurityRecordInfo {
   std::string group_text;  // empty also when absent
 };
 
+// The plain types. From 5 on there are those of objects and of callbacks, and mandatory labels
+// (0x11).
 enum AceType : uint8_t { kAceAllow = 0, kAceDeny = 1, kAceAudit = 2, kAceAlarm = 3 };
 inline constexpr uint8_t kAceInherited = 0x10;
 struct AceInfo {
@@ -68,9 +72,13 @@ struct SidReplacement {
 
 // Decodes the cell at `position`. False, and an empty record, when the cell is not a valid one or
 // the user stops. `replace` may be null.
+// Whether the cell is in use is not asked: freed records are decoded too. Lists are located, their
+// entries not read.
 bool ReadSecurityRecord(ByteView image, uint32_t position, SecurityRecordInfo& info,
                         const SidReplacement* replace = nullptr);
 // Decodes the entry at `position`; false (and not valid) beyond the end of the image.
+// Fields beyond the end of the view are 0. The SID is read from position 8 on, whatever the entry's
+// size is.
 bool ReadAce(ByteView image, uint32_t position, AceInfo& ace,
              const SidReplacement* replace = nullptr);
 
@@ -91,6 +99,7 @@ void ForEachAce(ByteView image, const AclPlace& acl, const SidReplacement* repla
 }
 
 // Words of the flags byte, of the access mask (32 bits), and of the type: "allow", "0x5".
+// Bits without a word come last as a number, "...,0x20", so that nothing is left out.
 std::string FormatInheritFlags(uint8_t flags);
 std::string FormatAccessMask(uint32_t mask);
 std::string AceTypeText(uint8_t type);
@@ -104,6 +113,7 @@ std::string FormatSecurityRecord(ByteView image, const SecurityRecordInfo& info,
 
 // The cell, to be read at position 0, of a self-relative descriptor that comes from elsewhere than
 // a hive. Empty when it is too long for one.
+// An allocated "sk" cell of one reference, padded to 8 bytes; its links are 0.
 std::vector<uint8_t> CellOfDescriptor(ByteView descriptor);
 
 }  // namespace hivequarry

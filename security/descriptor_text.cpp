@@ -25,6 +25,8 @@ constexpr BitWord kFlagWords[] = {{0x01, "object_inherit"},
                                   {0x80, "fail"}};
 
 // Of each group of rights taken together the first that a mask holds whole gives its word.
+// Rows are in the order in which they are tried, the widest first, so that single rights have words
+// only where no wider word takes them.
 constexpr BitWord kFullWords[] = {
     {0xFFFFF, "full control"}, {0xF01FF, "full control"}, {0xF003F, "full control"}};
 constexpr BitWord kSpecificWords[] = {{0xFFFF, "all specific rights"},

@@ -12,6 +12,7 @@
 
 namespace hivequarry {
 
+// Kept by reference while a walk runs.
 struct SecurityListOptions {
   bool resolve = false;  // ask this machine for the names of accounts
   SidReplacement replace;
@@ -20,6 +21,8 @@ struct SecurityListOptions {
 // The "sk" cells that the data area holds, in use by keys or not: kListSecurityScan, a row a
 // record, its datum the record's position. Records that can't be decoded or have no owner give no
 // row.
+// Ascending by position; a linear scan at steps of 4 bytes, since a damaged hive may have lost the
+// 8-byte step. Freed cells are passed over.
 void ScanSecurityCells(const HiveImage& hive, const SecurityListOptions& options, OutputList& list);
 // Their entries: kListAces, a row an entry; datum: the record's position. A list with a seventh
 // column (AceListWithDetails) gets the running row number there.
@@ -27,6 +30,7 @@ void ListAces(const HiveImage& hive, const SecurityListOptions& options, OutputL
 OutputListPtr MakeAceList(bool details);
 
 // What a key's record must be to be found.
+// The numbers are those of the commands that ask for it.
 enum class SecurityMode : int {
   kRecord = 4900,
   kOwner = 4901,
@@ -40,8 +44,10 @@ struct PermissionQuery {
   uint32_t rights = 0;         // wanted, all of them
   bool not_inherited = false;  // "INHERITED_ACE flag not set"
 };
+// Defined in security_rows.h; whoever has no walk passes null.
 struct AceReads;
 
+// Of the fields those of its mode count alone.
 struct SecurityQuery {
   SecurityMode mode = SecurityMode::kRecord;
   uint32_t record = kNoOffset;  // position, for kRecord
@@ -55,6 +61,8 @@ inline constexpr uint32_t kWriteRights = 0x20006;
 
 // True when the record grants (denies, ...) what the query asks for. `reads`, unless null, bounds
 // the entries that a walk over many records reads.
+// Rights that several entries for the same question grant add up; generic rights count as what they
+// are on a key. Damaged entries grant nothing.
 bool MatchesPermissions(ByteView image, const SecurityRecordInfo& info,
                         const PermissionQuery& query, const SidReplacement* replace = nullptr,
                         AceReads* reads = nullptr);
@@ -84,6 +92,7 @@ void ListRecordKeys(const HiveImage& hive, const KeyTree& tree, uint32_t item,
                     const SecurityListOptions& options, OutputList& list);
 
 // The record's position of a key; kNoOffset when its cell names none.
+// It may lie outside the image, and need not be a record.
 uint32_t SecurityOfKey(const HiveImage& hive, uint32_t key_position);
 
 // What a row of one of these lists speaks of, from its texts and datum.
@@ -92,6 +101,7 @@ struct SecurityRow {
   std::string owner;            // SID text, empty where the row has none
   std::string ace;              // trustee of an ACE row
 };
+// Empty for a row of any other kind of list.
 SecurityRow ReadSecurityRow(const HiveImage& hive, const OutputList& list, uint32_t row);
 
 }  // namespace hivequarry

@@ -7,6 +7,7 @@ namespace hivequarry {
 namespace {
 
 // What the generic rights stand for on a registry key.
+// In stored entries they are as a rule left only where an entry is for inheriting.
 struct GenericRight {
   uint32_t generic;
   uint32_t specific;
@@ -43,6 +44,7 @@ class PermissionTest {
  public:
   explicit PermissionTest(const PermissionQuery& query) : query_(query), wanted_(query.rights) {}
 
+  // Entries are asked in the order of the list, as the system does.
   bool operator()(const AceInfo& ace) {
     if (!query_.sid.empty() && ace.sid_text != query_.sid) return false;
     const bool other = ace.type >= kAceAlarm;

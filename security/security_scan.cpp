@@ -11,6 +11,7 @@
 namespace hivequarry {
 namespace {
 
+// The scan ends that many bytes before the image does.
 constexpr uint32_t kLeastRest = 80;  // a record with its SIDs takes more
 constexpr uint32_t kScanStep = 4;
 constexpr uint32_t kStretch = 64 * 1024;  // between two looks at the user's stop
@@ -30,6 +31,7 @@ ScanStep StepAt(const HiveImage& hive, uint32_t position) {
   if (length > kLongestRecord) return other;
   if (!InsideHive(hive, position, length)) return {true, other.next};
   // A damaged length must not put the scan beside all cells that follow.
+  // So it is made a multiple of the step.
   return {true, position + (length + kScanStep - 1) / kScanStep * kScanStep};
 }
 

@@ -10,6 +10,8 @@ namespace {
 
 constexpr uint8_t kSidRevision = 1;
 constexpr uint8_t kMostSubAuthorities = 15;
+// As the system's own function counts the characters that it needs: a little more than the text
+// takes.
 constexpr uint32_t kRoomPerSubAuthority = 12;
 constexpr uint32_t kRoomBesides = 28;
 

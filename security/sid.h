@@ -29,6 +29,7 @@ bool SidToText(std::span<const uint8_t> bytes, uint32_t& capacity, std::string& 
 // The same with room enough; empty for an invalid SID.
 std::string SidText(std::span<const uint8_t> bytes);
 // The SID of a text as SidToText writes it; empty for any other text.
+// Exactly the SID: no other text gives the same bytes.
 std::vector<uint8_t> SidOfText(std::string_view text);
 
 struct WellKnownSid {
@@ -41,6 +42,8 @@ struct WellKnownSid {
 const WellKnownSid* LookupWellKnownSid(std::string_view text);
 std::span<const WellKnownSid> WellKnownSidTable();
 // The system's number of a kind by its letter, and the name of a number.
+// 1 user, 2 group, 3 domain, 4 alias, 5 well-known group, 6 deleted, 7 invalid, 8 unknown: also for
+// any letter or number that is none of these.
 int AccountKindOfLetter(char letter);
 const char* AccountKindName(int kind);
 
@@ -61,6 +64,7 @@ struct AccountName {
 };
 // What lists and reports show beside a SID. Answers are remembered by text, as a hive names few
 // SIDs many times. What is returned lives as long as the object.
+// One thread; several walks have one each.
 class AccountNames {
  public:
   // With `apart` domain and name come apart, else the name is "DOMAIN\name".
@@ -81,6 +85,7 @@ class AccountNames {
 };
 
 // The built-in groups that this machine knows (identifiers 544 to 1023), a row each.
+// Asks the machine for each, which may take long; ends early when the user stops.
 void ListBuiltinAliases(OutputList& list);  // kListLocalGroups
 
 }  // namespace hivequarry

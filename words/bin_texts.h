@@ -7,6 +7,7 @@
 
 namespace hivequarry {
 
+// Lists that have colours show the row that ends the walk in it.
 inline constexpr int kInvalidBinColour = -16;  // colour code of the invalid row
 
 // Texts of a row: "%04d", "%08X" (or "invalid"), and the differing copy as "%08X" or empty.

@@ -26,6 +26,7 @@ inline constexpr int kEditedIconStep = 12;
 std::string SharedWords(const HiveImage& hive, const KeyTree& tree, uint32_t position);
 
 // One line of the value pane.
+// Texts as the pane shows them, each in one line; a change of the hive's edits makes rows old.
 struct ValueRow {
   std::string name;
   std::string type;
@@ -44,6 +45,8 @@ struct ItemValues {
 
 // Positions of the values that a key lists, in list order, as far as there is a value to show; in a
 // walk over many keys (hive/values.h), or all of one key.
+// kNoOffset is never among them. The walk's form reads what a load allows each key of a list that
+// several share, and notes what is left out as a shortfall.
 std::vector<uint32_t> ListedValues(const HiveImage& hive, uint32_t key_position);
 std::vector<uint32_t> ListedValuesInWalk(const HiveImage& hive, uint32_t key_position);
 
@@ -67,6 +70,8 @@ std::string MissingListText(const HiveImage& hive, uint32_t key_position, size_t
 
 // Gathers the rows of `item`; a virtual folder gives its "Info" row. Values that cannot be read at
 // all are left out.
+// Positions alone: texts are made when a row is shown, so that a key of a million values opens at
+// once.
 ItemValues ShowItemValues(const HiveImage& hive, const KeyTree& tree, uint32_t item,
                           const ValueViewOptions& options);
 // The texts of one value's row; the second form for a value that was read with its data.

@@ -14,6 +14,7 @@
 
 namespace hivequarry {
 
+// Ordered by its groups, so that tables of them can be searched by halves.
 struct Guid {
   uint32_t first = 0;
   uint16_t second = 0;

@@ -11,6 +11,7 @@
 namespace hivequarry {
 
 // "0x83: supersede tree, inherit class"; "0x00: merge".
+// `bits` is the byte at kKeyLayerBits of a key in a hive with layers.
 std::string LayerBitWords(uint8_t bits);
 
 // The status words of a key: those of its marks (StatusText), and "tombstone", "supersedes" or
@@ -41,9 +42,10 @@ struct LayerCounts {
   uint32_t other_keys = 0;  // with layer bits
 };
 // Reads the fields of all listed values of a hive with layers; nothing of any other.
+// Linear in keys and values.
 LayerCounts CountLayers(const HiveImage& hive, const KeyTree& tree);
 // "yes (differencing hive), 2 tombstone keys, 1 tombstone value, 3 supersede"; "no" for a hive
-// without layers.
+// without layers, "supported, none used" for one whose keys and values do nothing to another's.
 std::string LayersText(const HiveImage& hive, const LayerCounts& counts);
 // What the user must be told of a hive that is shown without the one below it; empty for a hive
 // that is none of these.

@@ -54,6 +54,7 @@ bool IsKeyAt(const HiveImage& hive, uint32_t position, uint32_t size) {
 }
 
 // True where a record begins whose size could be one.
+// At steps of 4, since damage may have moved records by less than 8.
 bool BeginsRecord(const HiveImage& hive, uint32_t position) {
   if (position % 4 != 0 || !InsideHive(hive, position, 8)) return false;
   const uint32_t size = ReadU32(hive, position);
@@ -74,6 +75,7 @@ uint32_t BlockEnd(const HiveImage& hive, uint32_t position) {
 
 // The block that holds `position`, its header included, or the bytes between the blocks around it.
 // From block to block; where none follows, the image is searched for the next.
+// A block whose size says nothing sensible counts up to the image's end or the next header.
 Span BlockAround(const HiveImage& hive, uint32_t position) {
   Span block{hive.data_start, hive.data_start};
   for (uint64_t p = hive.data_start; p <= position && p + kBinHeaderSize <= hive.length;) {
@@ -125,6 +127,7 @@ Span HiddenRecord(const HiveImage& hive, const Span& cell, uint32_t position) {
   return cell;
 }
 
+// A value list has no signature: what its first entry leads to is all that tells it.
 bool BeginsWithValue(const HiveImage& hive, uint32_t position) {
   if (!hive.data_base_proven) return false;
   const uint32_t value = ReadOffset(hive, position + kCellHead);

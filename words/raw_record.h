@@ -27,6 +27,7 @@ enum class RecordKind : uint8_t {
 // "key", "value list" and so on.
 const char* RecordKindWord(RecordKind kind);
 
+// Positions are those of the image.
 struct RecordPlace {
   RecordKind kind = RecordKind::kNone;
   uint32_t position = 0;  // of its first byte
@@ -36,6 +37,8 @@ struct RecordPlace {
 // The record that holds `position`. A recognisable record that begins just there is taken, also one
 // hidden in another cell; else the cell of the chain through the block. Inside free cells and bytes
 // without a cell the nearest record before it that reaches so far is preferred.
+// kNone outside the image. Linear in the blocks before the position and in the cells of its own, so
+// it is for one record at a time, not for walks.
 RecordPlace RecordAt(const HiveImage& hive, uint32_t position);
 
 struct RawField {

@@ -30,6 +30,8 @@ constexpr size_t kNoLimit = SIZE_MAX;
 constexpr size_t kPreviewWidth = 48;  // of a binary preview: sixteen bytes
 constexpr size_t kDumpBytes = 8;      // per line of a hex dump
 
+// A number of the wrong length is shown as bytes: as a number it would be a wrong one. Types that
+// hold text in some programs and not in others (link, big-endian number) are shown as text.
 Presentation PresentationOf(uint32_t type, size_t length) {
   switch (type) {
     case kRegDword:
@@ -85,6 +87,7 @@ bool CountsAtMost(std::string_view text, size_t characters) {
   return text.size() <= characters || CountUnits(text) <= characters;
 }
 
+// "0A FF 10 ..." in capitals, sixteen bytes at most.
 std::string BinaryPreview(std::span<const uint8_t> data) {
   if (data.empty()) return "(zero length)";
   std::string text;
@@ -132,6 +135,7 @@ std::string TextPreview(uint32_t type, std::span<const uint8_t> data, bool wide)
 
 // "Type 1, Value 0x1078, Data 0x1090, Length 4": the position shown for data in a cell of their own
 // is the cell's.
+// Positions are those of the image. The length counts characters for a text, bytes for all else.
 std::string DetailHeader(const ValueKey& value, size_t length) {
   const uint32_t data = !value.inline_data ? value.data_position - 4 : value.data_position;
   const std::string header =

@@ -11,14 +11,17 @@
 
 namespace hivequarry {
 
+// Characters, so that a list of a million values stays small and a line stays a line.
 inline constexpr size_t kPreviewLength = 250;
 
 // "REG_SZ" and so on; an unknown code as "0x%x".
+// Types whose upper half is some owner's are not taken apart here.
 std::string TypeName(uint32_t type);
 
 // The text of string data (types 1, 2 and 7): UTF-16, or as the reading in force has it. Types 1
 // and 2 as a whole, an inner zero kept; type 7 with each terminator a single space, and with
-// `keep_zeros` (export, comparison) the zeros kept. Other types: the bytes as they are.
+// `keep_zeros` (export, comparison) the zeros kept. Other types: the bytes as characters of the
+// code page.
 std::string DataText(uint32_t type, std::span<const uint8_t> data, bool keep_zeros = false);
 // Appends the text of string data of types 1 and 2, zeros kept.
 void AppendStringText(std::span<const uint8_t> data, std::string& out);
@@ -45,6 +48,7 @@ bool IsNameShownWhole(const ValueKey& value);
 // plus kErrorIconStep.
 enum class ValueIcon : int { kFolder = 0, kString = 1, kDword = 2, kBinary = 3 };
 inline constexpr int kErrorIconStep = 6;
+// A number of the image list.
 int IconOfValue(const ValueKey& value);
 
 // The detail view: a header line, then the data as text, number or hex dump ("\r\n" line ends).
@@ -59,6 +63,7 @@ ValueDetailText ValueDetail(const ValueKey& value, std::span<const uint8_t> data
 std::string ValueDetailName(const HiveImage& hive, uint32_t position);
 
 // The hex dump of the detail view: 8 bytes a line.
+// Linear; "\r\n" ends each line.
 std::string HexDump(std::span<const uint8_t> data);
 
 }  // namespace hivequarry
