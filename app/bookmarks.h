@@ -38,6 +38,7 @@ struct BookmarkLine {
   Bookmark bookmark;
 };
 
+// The file as it was at one moment: other copies of the program may have written since.
 struct Bookmarks {
   std::vector<BookmarkLine> lines;  // as they are in the file
   bool whole = false;               // the lines are all that the file holds; else it is not written
@@ -51,6 +52,7 @@ bool SaveBookmarks(const std::string& file, const Bookmarks& bookmarks);
 // One line without its end. False, and nothing changed, when it is no bookmark.
 bool ReadBookmarkLine(std::string_view text, Bookmark& bookmark);
 
+// What became of a change; with the last two nothing has changed.
 enum class BookmarkChange {
   kDone,
   kMoved,    // it was there already, and is first now

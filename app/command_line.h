@@ -10,6 +10,7 @@
 
 namespace hivequarry {
 
+// Offsets count from the start of the file.
 struct CommandLine {
   std::string file;       // hive (or Report List) to open, without quotes; empty for none
   bool evidence = false;  // evidence mode: nothing that writes is offered

@@ -37,6 +37,7 @@ bool SameKeyPath(std::string_view a, std::string_view b);
 enum class RootGroup { kOther, kMachine, kUser, kUsers };
 RootGroup RootGroupOf(std::string_view path);
 
+// kNoItem where not even an ancestor is there.
 struct FoundKey {
   uint32_t item = kNoItem;
   bool whole = false;  // the key itself; else the nearest of its ancestors that there is

@@ -97,7 +97,7 @@ enum PlacedWindow : int {
 // Where a list window of that kind has its place.
 PlacedWindow PlaceOfListKind(int kind);
 
-// What the dialog of key dates begins with ("KDATES").
+// What the dialog of key dates begins with ("KDATES"). Texts are kept as they were typed.
 inline constexpr size_t kMaxDateText = 63;
 struct DateSettings {
   std::string start;  // as the dialog has it; empty: never used
@@ -115,6 +115,7 @@ struct TimelineSettings {
   bool operator==(const TimelineSettings&) const = default;
 };
 
+// All that the program keeps in its file.
 struct Settings {
   Histories histories;
   std::array<std::string, kLastFolders> folders;
@@ -132,6 +133,7 @@ struct Settings {
   bool operator==(const Settings&) const = default;
 };
 
+// Those of the running program, made when first asked for; the interface thread's alone.
 Settings& TheSettings();
 // As the file had them when they were last read or written.
 Settings& SettingsAsRead();
@@ -156,6 +158,7 @@ bool WriteSettings(const std::string& file, const Settings& settings);
 // The sixteen digits of "KGP1", and back: places after the end of `digits` and anything that is no
 // digit leave their options as they are.
 std::string OptionDigits(const Options& options);
+// Digits other than 0 and 1 are no digits here.
 void SetOptionDigits(std::string_view digits, Options& options);
 
 // "hivequarry.ini" in the folder of the program at `program` (UTF-8 path), and its like.

@@ -17,6 +17,7 @@
 
 namespace hivequarry {
 
+// The order matters: everything up to kJoined is a hive or a part of one.
 enum class CarvedKind : uint8_t {
   kHive,         // as long as its base block says
   kCutHive,      // has its base block or first block, and is shorter than that, or nothing says
@@ -32,8 +33,10 @@ enum class CarvedKind : uint8_t {
   kHole,         // zeros
   kUnread,
 };
+// How much of what was found proves it: `why` has the words.
 enum class Sureness : uint8_t { kCertain, kLikely, kPossible };
 
+// Positions count from the start of the file that was searched, 64 bits wide.
 struct Carved {
   CarvedKind kind = CarvedKind::kHive;
   Sureness sure = Sureness::kPossible;
@@ -53,6 +56,7 @@ struct Carved {
   }
 };
 
+// Holes are stretches of zeros of a page or more.
 struct CarveOptions {
   bool holes = false;  // every stretch of zeros, not only those in what was found
 };
@@ -68,6 +72,8 @@ struct CarvedFile {
 };
 // Ends early when the user stops. More than kMostCarved things of a kind are a shortfall.
 inline constexpr size_t kMostCarved = 100000;
+// `name` is UTF-8. Reads the file once from its beginning to its end, and then what was found;
+// memory goes with what was found. Any file may be given, also a device that can be read.
 CarvedFile CarveFile(const std::string& name, const CarveOptions& options);
 
 // Writes a file of each hive, fragment and log to the folder, which is made where it is missing,

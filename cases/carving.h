@@ -55,6 +55,7 @@ class NestGuard {
 
 // --- the first pass: what begins where -----------------------------------------------------------
 
+// Positions here and below count from the start of the file.
 struct BaseBlockAt {
   uint64_t position = 0;
   uint32_t type = 0;    // 0: a hive, others: logs
@@ -89,6 +90,8 @@ struct SourceMarks {
   uint64_t hole_count = 0;
   UnreadBytes unread;
 };
+// One pass over the file; what it notes is a candidate, nothing more. Ends early when the user
+// stops.
 void ScanSource(CarveSource& source, bool keep_holes, SourceMarks& marks);
 
 // --- the second: what of it holds ----------------------------------------------------------------
@@ -100,6 +103,8 @@ struct KeyReference {
   enum Kind : uint8_t { kHash, kHint, kParent } kind = kParent;
 };
 
+// What is known of a piece after its blocks were read. Offsets (`own`, `claimed`) count as a hive's
+// do, without its base block.
 struct HivePiece {
   uint64_t start = 0;  // of the base block, or of the first block
   uint64_t bins = 0;   // of the first block

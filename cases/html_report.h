@@ -28,6 +28,7 @@ struct HtmlBars {
   std::vector<std::pair<std::string, uint64_t>> bars;
 };
 
+// Lists are shared with whoever made them and must not change while the report is written.
 struct HtmlReport {
   std::string title;
   std::vector<std::string> lines;  // under it

@@ -11,6 +11,14 @@
 
 namespace hivequarry {
 
+// LZNT1: chunks one after another, each with a header of 16 bits: bits 0 to 11 its length less 3
+// (the header counts), bits 12 to 14 the mark 3, bit 15 set for a compressed chunk. In one, a byte
+// of flags is before each eight tokens, lowest bit first: 0 a literal byte, 1 a back reference of
+// 16 bits, whose split between distance and length depends on how many bytes the chunk has become
+// so far.
+//
+// Plain LZ77: 32 bits of flags before each 32 tokens, highest bit first; a reference has 13 bits of
+// distance and 3 of length, which may go on in further bytes.
 inline constexpr uint32_t kLznt1Chunk = 4096;  // that a chunk becomes
 
 inline constexpr uint16_t kPlainLznt1Chunk = 0x3FFF;  // header of a chunk that is not compressed

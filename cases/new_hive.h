@@ -12,6 +12,7 @@
 
 namespace hivequarry {
 
+// Data of more than 16344 bytes are written as segments.
 struct NewValue {
   std::u16string name;  // at most kLongestNewValueName units; empty: the default value
   uint32_t type = 0;
@@ -26,6 +27,7 @@ inline constexpr size_t kLongestNewKeyName = 255;  // UTF-16 units, as for value
 inline constexpr size_t kLongestNewValueName = 16383;
 inline constexpr size_t kDeepestNewKey = 512;  // levels below the root; systems go no deeper
 
+// A key as it is to be. What the writer makes of itself (counts, offsets, marks) is not here.
 struct NewKey {
   std::u16string name;          // 1 to kLongestNewKeyName units
   uint32_t parent = kNoNewKey;  // number of a key before this one; none for the root
@@ -42,6 +44,7 @@ struct NewKey {
   bool operator==(const NewKey&) const = default;
 };
 
+// Memory goes with all keys and their data.
 struct NewHive {
   // The root first, then in the order of a walk that passes subkeys in the order of their names
   // (SortNewHive).
@@ -62,6 +65,8 @@ int CompareKeyNames(const std::u16string& a, const std::u16string& b);
 void SortNewHive(NewHive& hive);
 
 // The whole file, for a sorted hive; empty when it would be longer than a system's offsets reach.
+// With a base block whose checksum is right and whose two sequence numbers are the same. The same
+// hive gives the same bytes.
 std::vector<uint8_t> BytesOfNewHive(const NewHive& hive);
 
 }  // namespace hivequarry

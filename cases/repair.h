@@ -16,6 +16,7 @@ namespace hivequarry {
 
 enum class RepairKind : uint8_t { kRebuilt, kReplayed };
 
+// With kReplayed the others are not looked at.
 struct RepairOptions {
   RepairKind kind = RepairKind::kRebuilt;
   // Rebuilt: keys that no list names in their branches too, and those without a place below the key
@@ -38,6 +39,7 @@ enum class RepairFault : uint8_t {
   kVerify,     // the file, read back, is not what was written: it is gone again
   kStopped,
 };
+// What came of it. Without a fault the file is there under its name.
 struct Repaired {
   RepairFault fault = RepairFault::kNone;
   int error = 0;  // errno value

@@ -12,6 +12,7 @@
 
 namespace hivequarry {
 
+// Its tree is of the image in the slot, and of no use once that is freed.
 struct ScriptHive {
   int slot = -1;  // in the table of hives; -1 when `failure` says why, or the file is no script
   OpenFailure failure;

@@ -28,6 +28,7 @@ struct ScriptRead {
   uint32_t first_bad = 0;  // number of the first of them, from 1
 };
 // Reads a whole file's bytes. Values before the first key are bad lines.
+// `take` may move from what it gets. Linear in the bytes.
 ScriptRead ReadScript(std::string_view bytes, const std::function<void(ScriptLine&)>& take);
 
 }  // namespace hivequarry

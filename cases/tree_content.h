@@ -15,6 +15,7 @@ struct ContentOptions {
   bool recovered = false;  // as RepairOptions has them
   bool freed = false;
 };
+// For the user's summary; each thing that was left out is a row as well.
 struct ContentCounts {
   uint32_t recovered_left_out = 0;  // recovered keys that were not asked for
   uint32_t made = 0;                // keys that only lead to recovered and freed ones

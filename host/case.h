@@ -42,6 +42,7 @@ constexpr char PlainCapital(char c) {
 constexpr char SmallLetter(char c) {
   return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
 }
+// For words of the program and of formats alone, never for names of keys, values or files.
 bool EqualPlainLetters(std::string_view a, std::string_view b);
 
 }  // namespace hivequarry

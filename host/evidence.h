@@ -11,6 +11,7 @@ namespace hivequarry {
 // UTF-8 names. Each call for a file keeps it once more; it is free when all were taken back.
 void KeepEvidence(const std::string& name);
 void ReleaseEvidence(const std::string& name);
+// By the file that the name leads to, not by the name: links and other spellings count. Any thread.
 bool IsEvidence(const std::string& name);
 
 // What no output takes the place of, whatever the user says: evidence; the names of its logs

@@ -15,6 +15,7 @@ struct FileReader {
   // errno value, or 0 at the end of the file.
   size_t (*read)(std::FILE* stream, uint64_t position, uint8_t* out, size_t size, int& error);
 };
+// Set by tests before any file is read.
 FileReader& TheFileReader();
 
 // A stretch of a file.
@@ -33,6 +34,7 @@ struct UnreadBytes {
   int error = 0;                  // errno value of the first failure
 };
 // Adds a range; what of it lies before the end of those added so far is in there already.
+// Ranges must be added in ascending order of their starts.
 void AddUnread(UnreadBytes& unread, uint64_t position, uint64_t size);
 // Leaves what lies before `position` alone.
 void CutUnread(UnreadBytes& unread, uint64_t position);

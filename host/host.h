@@ -68,7 +68,10 @@ struct Host {
 // only that is offered), everything else does nothing, time is UTC, the code page is
 // WesternCodePage(), no account is known.
 const Host& CurrentHost();
+// Copied. Called by a front end before its first other call, and by tests; never while another
+// thread works.
 void SetHost(const Host& host);
+// A copy to fill in: whoever needs a few functions takes the rest from here.
 Host NullHost();
 
 // Shorthands over CurrentHost().

@@ -8,6 +8,7 @@
 
 namespace hivequarry {
 
+// Every member may be read by any thread; who may write which is said with the functions below.
 struct LongOperation {
   std::atomic<int> running{0};               // 0 idle; 3 and 4 may be stopped without asking
   std::atomic<bool> backup{false};           // a backup or replace run
@@ -28,6 +29,7 @@ inline LongOperation& TheLongOperation() { return long_operation_instance; }
 
 // Claims the one slot for a long operation, sets the running flag to `code` (not 0) and forgets
 // what the last one cut short. False when one is under way, or was stopped and has not ended yet.
+// On the interface thread, before the worker starts.
 bool BeginOperation(int code);
 // The worker's last act; clears the running flag as well.
 void EndOperation();

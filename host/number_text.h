@@ -51,9 +51,11 @@ inline Digits HexWith(const char (&table)[17], uint64_t number, size_t width) {
   } while (number != 0 || digits.room.size() - digits.start < width);
   return digits;
 }
+// Capitals, as positions and codes are shown.
 inline Digits Hex(uint64_t number, size_t width = 1) {
   return HexWith(kUpperDigits, number, width);
 }
+// Small letters, where a format has them so.
 inline Digits SmallHex(uint64_t number, size_t width = 1) {
   return HexWith(kLowerDigits, number, width);
 }

@@ -10,6 +10,7 @@
 
 namespace hivequarry {
 
+// What becomes of a file that has the name already.
 enum class OutputMode {
   kNew,      // refused (EEXIST) where there is a file of that name
   kReplace,  // a new file, in place of one of that name
@@ -19,6 +20,7 @@ enum class OutputMode {
 // A replacing file is written beside its place under a name of its own, and takes its place when it
 // is closed. An appending one is cut back to its old size when the writing failed. What is no
 // regular file (a device, a pipe) is written directly.
+// Used by one thread; every one that was opened must be closed, also after a failure.
 struct OutputFile {
   std::FILE* stream = nullptr;
   std::string name;     // UTF-8; for a link, the name of the file that it leads to

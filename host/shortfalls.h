@@ -16,6 +16,7 @@
 
 namespace hivequarry {
 
+// Each needs its words in app/shortfall_words.cpp.
 enum class Shortfall : uint8_t {
   kSubkeyLists,   // subkey lists that were not read to their end
   kValueLists,    // value lists that were not read to their end
@@ -47,6 +48,7 @@ inline uint64_t ShortfallCount(Shortfall kind) {
 }
 // A list got no memory for a row; kept is the first cell of the first one.
 void NoteRefusedRow(std::string_view first_cell);
+// Nothing where no row was refused since the operation began.
 std::optional<std::string> RefusedRow();
 // All of it. BeginOperation does so.
 void ForgetShortfalls();

@@ -10,13 +10,15 @@
 
 namespace hivequarry {
 
+// Compared as a whole: `second` decides where the first ones are alike.
 struct SortKey {
   uint64_t first = 0;
   uint64_t second = 0;
   auto operator<=>(const SortKey&) const = default;
 };
 
-// Sorts by the SortKey that `key_of(item)` gives; items of equal keys stay as they are.
+// Sorts by the SortKey that `key_of(item)` gives; items of equal keys stay as they are. Takes
+// memory for the keys and for a second row of items while it runs.
 template <typename Item, typename KeyOf>
 void SortByKeys(std::vector<Item>& items, const KeyOf& key_of) {
   struct Place {

@@ -30,6 +30,7 @@ void CompleteCodePage(CodePage& page);
 // The choice to read names and texts of hives as the code page has them, "?" for what it lacks.
 // Of the whole process; holds for what is decoded from then on.
 bool ReadsInCodePage();
+// Texts that were made before stay as they are: lists and trees have to be made anew.
 void ReadInCodePage(bool only);
 // While one lives its thread reads whole, whatever the choice: for what goes on to others (scripts,
 // bookmarks, the registry) rather than to the eye.
@@ -49,8 +50,10 @@ struct Character {
 };
 // `at` is inside the text.
 Character CharacterAt(std::string_view text, size_t at);
+// As one to four bytes; any number below 0x110000 is taken, also that of a surrogate.
 void AppendCharacter(uint32_t code, std::string& text);
 
+// These two are each other's reverse for all UTF-16.
 std::string TextOfWide(std::u16string_view wide);
 std::u16string WideOfText(std::string_view text);
 
@@ -92,7 +95,9 @@ std::string_view FirstUnits(std::string_view text, size_t units);
 
 // One byte for each UTF-16 unit, '?' where none fits; `lost` (may be null) counts these.
 std::string CodePageOfText(std::string_view text, size_t* lost = nullptr);
+// True when CodePageOfText would lose nothing.
 bool FitsCodePage(std::string_view text);
+// Each byte is one character.
 std::string TextOfCodePage(std::string_view bytes);
 // Text as it is, or code-page bytes converted: for files that older versions wrote.
 std::string TextOfEither(std::string_view bytes);

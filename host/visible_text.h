@@ -77,6 +77,7 @@ void AppendShownKeyName(std::string_view name, std::string& out);
 inline bool IsShownAsIs(std::string_view name) {
   return PlainEnd(name, 0, '\\') == name.size() && !name.starts_with("u{");
 }
+// The same as a text of its own.
 std::string ShownKeyName(std::string_view name);
 // That of a value.
 std::string ShownValueName(std::string_view name);

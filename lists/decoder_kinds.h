@@ -17,6 +17,8 @@ constexpr KindColumn kEvidenceTail[] = {
 static_assert(std::size(kEvidenceTail) == kEvidenceColumns);
 
 template <size_t N>
+// The columns that every kind of evidence has come last, so that whoever reads them counts from the
+// end.
 constexpr auto Evidence(const KindColumn (&own)[N]) {
   std::array<KindColumn, N + kEvidenceColumns> all{};
   std::ranges::copy(own, all.begin());

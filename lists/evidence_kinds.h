@@ -3,6 +3,7 @@
 
 namespace hivequarry {
 
+// Kept in files, so none ever changes.
 inline constexpr int kListUserAssist = 120;
 inline constexpr int kListShellBags = 121;
 inline constexpr int kListDialogFiles = 122;

@@ -9,11 +9,14 @@ namespace hivequarry::kind_columns {
 constexpr KindColumn Text(const char* title, int thirds, int rank = 0) {
   return {title, WidthUnit::kText, thirds, rank};
 }
+// What a column holds decides how it sorts, how JSON Lines write it and whether its cells have
+// escapes already.
 constexpr KindColumn Held(KindColumn column, CellHolds holds, SortMode sort = SortMode::kText) {
   column.holds = holds;
   column.sort = sort;
   return column;
 }
+// Positions have eight digits, so that their texts sort as numbers do.
 constexpr KindColumn Position(const char* title, int thirds, int rank = 0) {
   return Held(Text(title, thirds, rank), CellHolds::kPosition);
 }

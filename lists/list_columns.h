@@ -31,6 +31,7 @@ std::vector<int> ColumnWidths(const OutputList& list, const WidthUnits& units);
 // from all over the list, so that very many rows cost no more.
 inline constexpr size_t kLongTexts = 4;
 using LongTexts = std::array<std::string_view, kLongTexts>;
+// Views into the list, one array for each of its columns; empty texts where there are fewer.
 std::vector<LongTexts> LongTextsOf(const OutputList& list, const RowsShown& shown);
 // Widths for columns whose titles and texts need so many pixels. Where these are more than the
 // inside has, the widest are cut alike, but none to less than a text unit; where they are fewer,

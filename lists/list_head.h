@@ -8,6 +8,7 @@
 namespace hivequarry {
 
 // Shared by the lists made of one file. More lines may become known while a writer is at work.
+// Any thread may read and set lines: each call sees all of one setting.
 struct ListHead {
   mutable std::mutex mutex;
   std::vector<std::string> lines;  // UTF-8, without line ends

@@ -95,6 +95,7 @@ enum class CellHolds : uint8_t {
 // What a column's width is made of (list_columns.h has the units in pixels).
 enum class WidthUnit : uint8_t { kText, kDate, kType };
 
+// A column's title is also the name of its member in JSON Lines.
 struct KindColumn {
   const char* title;
   WidthUnit unit = WidthUnit::kText;

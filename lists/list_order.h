@@ -34,6 +34,7 @@ struct FindRequest {
   bool down = true;
   bool wrap = true;  // go on at the other end
 };
+// `stopped` when visited said so; then no place was found.
 struct FoundRow {
   int64_t place = -1;  // in `rows`; -1: nothing found
   bool wrapped = false;

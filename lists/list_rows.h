@@ -35,6 +35,7 @@ std::string BytesText(std::span<const uint8_t> bytes);
 
 // Where a walk over keys is, said in the status line every so many keys: "PATH  KEYS/ROWS".
 inline constexpr uint32_t kKeysPerStatus = 256;
+// Callers ask every kKeysPerStatus keys: status lines cost more than keys.
 void ShowWalk(const std::string& path, uint32_t keys, size_t rows);
 
 // The name of a value as a row's facts have it: as stored, empty where it is displayed so. Valid as

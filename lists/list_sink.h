@@ -33,6 +33,7 @@ struct ListShape {
   uint32_t rows;
   std::array<CellHolds, kMaxOwnColumns> holds;
 };
+// Keeps a reference to the list.
 ListShape ShapeOf(const OutputList& list);
 
 // The texts of one row; those after its columns are left as they were. The list owns them.

@@ -52,6 +52,7 @@ enum class FileEncoding : uint8_t {
   kMarkedUtf8,  // added to a file that begins with one
 };
 inline constexpr std::string_view kUtf8Mark = "\xEF\xBB\xBF";
+// Reads all texts that are to be written, up to the first that does not fit.
 FileEncoding EncodingOf(const OutputList& list, const WrittenRows& which);
 // Hands on what is written to it in that encoding; `sink` must live as long.
 TextSink EncodedSink(FileEncoding encoding, const TextSink& sink);
@@ -62,6 +63,7 @@ bool WriteFirstColumn(const OutputList& list, const WrittenRows& which, const Te
 bool WriteListVisible(const OutputList& list, const TextSink& sink);
 // The whole list; its titles also when it is empty.
 bool WriteListCsv(const OutputList& list, const TextSink& sink);
+// Both off: the texts as they are, quoted where they must be.
 struct CsvForm {
   bool safe = false;     // "'" before what a spreadsheet would take for a formula
   bool visible = false;  // with escapes, as WriteListVisible has them
@@ -72,10 +74,12 @@ bool WriteListCsvAs(const OutputList& list, const CsvForm& form, const TextSink&
 // page of HTML, which begins with the list's head. What a cell holds beside text has escapes, as
 // WriteListVisible has them. UTF-8, "\r\n" line ends; the titles also when there are no rows.
 bool WriteListTabbed(const OutputList& list, const WrittenRows& which, const TextSink& sink);
+// Fields of names and data are escaped for the page as well: no cell can bring a tag with it.
 bool WriteListHtml(const OutputList& list, const WrittenRows& which, const TextSink& sink);
 // One object a row: the column titles as keys, then "Offset", "LastWrite", "Path", "Name" and
 // "Bytes" as far as the row has them.
 bool WriteListJsonLines(const OutputList& list, const TextSink& sink);
+// Numbers and flags are JSON's, all else is text.
 bool WriteRowsJsonLines(const OutputList& list, const WrittenRows& which, const TextSink& sink);
 // The same of a list whose rows speak of a hive's records: their positions are those in its file.
 bool WriteHiveJsonLines(const OutputList& list, const HiveImage& hive, const TextSink& sink,

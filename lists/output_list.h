@@ -59,6 +59,7 @@ struct NewRow {
 };
 
 struct OutputList;
+// The list's own type is known in one file alone.
 struct OutputListDeleter {
   void operator()(OutputList* list) const;
 };
@@ -68,6 +69,7 @@ using OutputListPtr = std::unique_ptr<OutputList, OutputListDeleter>;
 OutputListPtr MakeOutputList(int kind);
 
 int ListKindOf(const OutputList& list);
+// Title and subtitle may be set while nobody else reads them.
 const std::string& ListTitle(const OutputList& list);
 void SetListTitle(OutputList& list, std::string title);
 const std::string& ListSubtitle(const OutputList& list);
@@ -78,6 +80,7 @@ void SetListSource(OutputList& list, std::string file);
 // What its text, its print-out and its Report List begin with; null: nothing.
 const std::shared_ptr<const ListHead>& ListHeadOf(const OutputList& list);
 void SetListHead(OutputList& list, std::shared_ptr<const ListHead> head);
+// Columns are numbered from 0.
 int ColumnCount(const OutputList& list);
 const std::string& ColumnTitle(const OutputList& list, int column);
 // Gives the list other columns than its kind's, at most kMaxColumns (kMaxOwnColumns for the console
@@ -116,10 +119,12 @@ std::string_view CellText(const OutputList& list, uint32_t row, int column);
 uint64_t CellValue(const OutputList& list, uint32_t row, int column);
 // The texts of a row's first cells at once, for who wants them all.
 void CellTexts(const OutputList& list, uint32_t row, std::span<std::string_view> cells);
+// Rows are numbered from 0, below RowCount; the same holds for the functions that follow.
 int RowIcon(const OutputList& list, uint32_t row);
 // What was given; the row's number (from 1) where nothing was.
 uint32_t RowDatum(const OutputList& list, uint32_t row);
 bool RowHasDatum(const OutputList& list, uint32_t row);
+// Its texts are the list's, valid as long as CellText's.
 RowFacts FactsOfRow(const OutputList& list, uint32_t row);
 // Gives one cell of a row another text, for a list that is filled in afterwards (the name of a file
 // made for the row). No reader may be at work. False when there is no memory or no such cell.

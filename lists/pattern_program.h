@@ -22,6 +22,7 @@ enum class PatternStep : uint8_t {
   kFound,
 };
 
+// Steps name each other by number; 16 bits are enough for kMostSteps.
 struct ProgramStep {
   PatternStep kind = PatternStep::kFork;
   uint8_t low = 0;
@@ -34,6 +35,8 @@ inline constexpr size_t kMostSteps = 4000;
 
 // It begins with its first step. Empty after a fault.
 using PatternProgram = std::vector<ProgramStep>;
+// Linear in the pattern but for counted repeats, whose steps are written out: a pattern of more
+// than kMostSteps is a fault.
 PatternProgram MakeProgram(std::string_view text, const PatternForm& form, std::string& fault);
 
 }  // namespace hivequarry

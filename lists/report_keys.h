@@ -21,6 +21,7 @@ inline std::string ReportHeaderKey(int column) {
 // The keys of the lines of a list's head. Readers look for the rows' marker within 20,000 bytes.
 inline constexpr size_t kMostHeadLines = 16;
 inline constexpr size_t kLongestListHead = 500;  // characters of a line
+// Lines are numbered from 0.
 inline std::string ReportLineKey(size_t line) { return "S" + std::to_string(line); }
 
 inline constexpr int kReportOtherWidth = 160;  // pixels of a column without a usable width

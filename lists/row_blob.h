@@ -23,6 +23,7 @@
 
 namespace hivequarry {
 
+// The first eight bytes of a blob.
 struct RowHead {
   uint32_t datum;  // of a row with kHasDatum
   int16_t icon;
@@ -88,6 +89,7 @@ struct RowView {
   const char* texts;
   size_t end_size;
 };
+// Points into the blob. Only for blobs that WriteBlob made: nothing is checked.
 RowView ViewOfBlob(const char* blob);
 // Where a text ends that is stored as the number `text`, and the text between two ends.
 uint32_t EndAt(const RowView& view, int text);

@@ -17,6 +17,7 @@
 
 namespace hivequarry {
 
+// As the user typed them; kept to be shown in the head of what is written.
 struct FilterWords {
   std::string text;
   PatternForm form;  // of all terms
@@ -31,6 +32,7 @@ struct FilterTerm {
   std::vector<bool> found;
 };
 
+// Remembers what it has looked at: one thread at a time, and one list.
 struct RowFilter {
   std::vector<FilterTerm> terms;  // none: every row passes
   std::string note;               // what the user should know of how the words were taken
@@ -43,6 +45,7 @@ bool MakeRowFilter(const OutputList& list, const FilterWords& words, RowFilter& 
 // texts meanwhile.
 std::vector<bool> PassingRows(RowFilter& filter, const OutputList& list, uint32_t from, uint32_t to,
                               const std::atomic<bool>& stop);
+// False, too, once `stop` was set.
 bool RowPasses(RowFilter& filter, const OutputList& list, uint32_t row,
                const std::atomic<bool>* stop = nullptr);
 // The words with what they were taken for, for the head of a list; empty where there are none.

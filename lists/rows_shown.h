@@ -49,6 +49,7 @@ std::vector<bool> TestRows(uint32_t rows, const std::function<bool(uint32_t row)
                            const std::function<bool()>& stop);
 // The place of each row, kNoPlace for rows that are not shown.
 inline constexpr uint32_t kNoPlace = UINT32_MAX;
+// By row; linear in the rows.
 std::vector<uint32_t> PlacesOfRows(const RowsShown& view, uint32_t rows);
 
 }  // namespace hivequarry

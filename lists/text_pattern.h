@@ -10,6 +10,7 @@
 
 namespace hivequarry {
 
+// All three may be combined.
 struct PatternForm {
   bool match_case = false;   // false: capital and small letters alike, by the system's table
   bool whole_words = false;  // no letter, digit, "_" or character beyond ASCII is right beside it

@@ -17,6 +17,7 @@ enum class CompareRows : uint8_t {
   kMissing,    // what the registry lacks
   kDifferent,  // values that both have, with other data
 };
+// What takes part and what is shown; values are always compared by IsSameData.
 struct CompareOptions {
   CompareRows rows = CompareRows::kAll;
   bool list_no_access = true;  // keys that may not be read
@@ -46,6 +47,7 @@ ComparisonCheck CheckComparison(const HiveImage& hive, const KeyTree& tree, uint
 std::vector<uint32_t> CompareBranch(const HiveImage& hive, const KeyTree& tree, uint32_t item,
                                     const CompareOptions& options, OutputList& list);
 
+// Not owned.
 struct ComparedData {
   uint32_t type = 0;
   std::span<const uint8_t> data;  // as stored: texts are UTF-16

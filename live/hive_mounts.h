@@ -14,6 +14,7 @@ namespace hivequarry {
 // is enabled for the time of the call alone; a process that has none gets kPrivilegeNotHeld. A file
 // that is kept as evidence is not mounted (kRegistryDenied).
 int32_t LoadHiveIntoRegistry(const std::u16string& name, const std::string& file);
+// Refused as long as any process has a key of it open.
 int32_t UnloadHiveFromRegistry(const std::u16string& name);
 
 // The key at a registry path and the keys right below it (kListLiveSearch): what a mount holds.

@@ -13,6 +13,7 @@
 
 namespace hivequarry {
 
+// All texts are constants.
 struct LiveHive {
   const char* selector;  // on the command line, after "-"
   const char* path;      // as the user knows it
@@ -49,6 +50,7 @@ enum class HiveEvent : uint8_t {
   kOtherNames,          // `names`: left out, as the same hive was replaced under another name
   kReplaced,            // the run is over, and hives were replaced
 };
+// Fields that the event does not name are empty.
 struct HiveNotice {
   HiveEvent event;
   std::string name = {};
@@ -85,6 +87,7 @@ bool Ask(const HiveRun& run, HiveQuestion question, const std::string& file);
 // meanwhile, its counter begins at 0.
 HiveRunResult ForEachHive(const HiveRun& run, const std::function<bool(int hive)>& work);
 
+// Not held open: the user may log off meanwhile.
 struct UserHive {
   std::u16string name;  // of the sub key of HKEY_USERS
   std::string path;
@@ -101,6 +104,7 @@ std::string NameInFolder(const std::string& folder, const std::string& name);
 std::string WithoutEndSeparators(std::string folder);
 // The name stands for something, for a folder.
 bool IsNameTaken(const std::string& name);
+// False for what can't be asked about.
 bool IsExistingFolder(const std::string& name);
 // Not a folder, and not a file that the program keeps from being changed.
 bool DeleteNamedFile(const std::string& file);

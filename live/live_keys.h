@@ -37,6 +37,8 @@ struct ListingCut {
   int32_t error = kRegistryDone;
 };
 
+// Holds a handle for each level of the way down, at most kMaxLiveDepth. Links are given, not
+// followed. Buffers are used again: names and data are valid until the next call.
 class RegistryWalk : public KeySource {
  public:
   // Keys are opened with these access rights, by OpenForReading.

@@ -11,6 +11,7 @@
 
 namespace hivequarry {
 
+// A place by name: whether a key is there nobody has asked.
 struct LivePlace {
   std::string prefix;       // "HKLM\SYSTEM": the root path as lists show it, no number after it
   RegistryKey root = 0;     // the predefined root
@@ -36,8 +37,10 @@ bool IsUsableKeyName(std::u16string_view name);
 bool LiveSubPath(const HiveImage& hive, const KeyTree& tree, uint32_t item, const LivePlace& place,
                  std::u16string& path);
 
-// Which of the two views of a 64-bit system a key is opened in; no bit where there is one view.
+// Which of the two views of a 64-bit system a key is opened in, as a bit of the access rights; 0
+// where there is one view.
 uint32_t RegistryViewOf(bool wow64);
+// "Wow6432Node", whatever the case.
 bool IsWow64Name(std::u16string_view name);
 bool IsWow64SubPath(std::u16string_view path);
 

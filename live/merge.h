@@ -42,6 +42,7 @@ MergeFault CheckMerge(const HiveImage& hive, const KeyTree& tree, uint32_t item,
 // Opens or makes the key of a target that was found good.
 MergeFault OpenMergeTarget(const HiveImage& hive, const KeyTree& tree, MergeTarget& target);
 
+// What was written stays, also after a refusal or a stop.
 struct MergeCounts {
   uint32_t keys = 0;  // written, the branch's first one included
   uint32_t values = 0;

@@ -15,6 +15,7 @@ struct MountedHives {
   bool listed = false;                // the list could be read
   std::vector<std::u16string> names;  // in capitals
 };
+// As they are now: a hive may be mounted or go at any time.
 MountedHives ReadMountedHives();
 // True when a hive is mounted there. The name is as KernelNameOf gives it; an empty one is none's.
 bool IsHiveRoot(const MountedHives& hives, const std::u16string& kernel_name);

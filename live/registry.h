@@ -51,6 +51,7 @@ inline constexpr uint32_t kGroupInformation = 2;
 inline constexpr uint32_t kDaclInformation = 4;
 inline constexpr uint32_t kSaclInformation = 8;
 
+// What buffers for the key's names and data must hold, at the time of the call.
 struct KeyCounts {
   uint32_t subkeys = 0;
   uint32_t longest_subkey = 0;  // UTF-16 units
@@ -117,12 +118,14 @@ struct Registry {
 
 // The table in force: the platform's own, or one in which every key is missing.
 const Registry& CurrentRegistry();
+// Copied; for tests, before anything of the room is called.
 void SetRegistry(const Registry& registry);
 // Of the platform; on one without a registry every call answers kRegistryNotFound.
 Registry PlatformRegistry();
 
 // The privileges that operations need, in the order of their numbers.
 enum class Privilege : uint8_t { kTakeOwnership, kSecurity, kBackup, kRestore, kShutdown };
+// A constant text, zero-ended.
 const char16_t* PrivilegeName(Privilege privilege);
 
 // Closes a key when it goes.
@@ -139,6 +142,7 @@ class OpenedKey {
   OpenedKey& operator=(const OpenedKey&) = delete;
   RegistryKey key() const { return key_; }
   int32_t error() const { return error_; }  // of opening
+  // May be called twice.
   void Close();
 
  private:
@@ -149,6 +153,8 @@ class OpenedKey {
 // Holds a privilege of this process, and gives back what was before when it goes.
 class EnabledPrivilege {
  public:
+  // `name` must outlive it. Of the whole process: other threads have the privilege meanwhile as
+  // well.
   explicit EnabledPrivilege(const char16_t* name);
   explicit EnabledPrivilege(Privilege privilege) : EnabledPrivilege(PrivilegeName(privilege)) {}
   ~EnabledPrivilege();

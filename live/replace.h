@@ -14,6 +14,7 @@ struct SystemPlaces {
   std::string boot_drive = "C:";
   std::string boot_folder = "C:\\Boot";
 };
+// `drive` is "C:"; whatever the case.
 bool LiesOn(std::string_view path, std::string_view drive);
 
 // The hives that the folder has files for, as bits.

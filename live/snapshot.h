@@ -28,6 +28,7 @@ enum class SnapshotStep : uint8_t {
   kLoad,
   kUnload,
 };
+// Files and keys that it names are UTF-8 texts for the user.
 struct SnapshotResult {
   SnapshotStep step = SnapshotStep::kDone;
   int32_t error = 0;  // the registry's

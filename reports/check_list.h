@@ -17,6 +17,7 @@ enum class CheckedState : uint8_t {
   kReplayed,  // as its logs leave it; the same for a hive to which none were applied
 };
 
+// Rows that `most` leaves out are counted in CheckedHive::left_out.
 struct CheckListOptions {
   CheckLevel least = CheckLevel::kOdd;  // rows of no lower level
   uint32_t most = UINT32_MAX;           // rows
@@ -32,9 +33,12 @@ struct CheckedHive {
   std::string summary;             // a line: what was judged, and the counts
   uint64_t left_out = 0;           // rows after the most
 };
+// A row's datum is the position of the record at fault in the image, also where the file was judged
+// and bytes of it had moved; kNoOffset where the image has none.
 CheckedHive CheckOpenedHive(const HiveImage& hive, CheckedState state,
                             const CheckListOptions& options);
 // The verdict alone, for a hive as its file is.
+// "sound", "3 faults" and the like (VerdictWords of check/check.h).
 std::string StructureVerdict(const HiveImage& hive);
 
 }  // namespace hivequarry

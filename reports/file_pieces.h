@@ -25,6 +25,7 @@ namespace hivequarry {
 // - A base block right before a run belongs to it.
 OutputListPtr ListBlockRuns(const std::string& file, UnreadBytes& unread);
 
+// Of the first that went wrong; nothing was written after it.
 enum class SplitFault : uint8_t {
   kNone,
   kCannotOpen,    // the source

@@ -14,6 +14,8 @@
 namespace hivequarry {
 
 // The freed records of a hive, found when it is made, and what reading their data may cost.
+// Searches the whole free space when it is made, with progress. Keeps references: the hive and the
+// tree must outlive it. One thread.
 struct FreedSource {
   FreedSource(const HiveImage& of, const KeyTree& with);
   FreedSource(const FreedSource&) = delete;
@@ -46,11 +48,13 @@ struct FreedContent {
 enum class FreedData : uint8_t { kShown, kAll };
 FreedContent ReadFreedContent(FreedSource& from, const FreedValue& freed, FreedData which);
 // Of one value, whatever others have had read: all of its data, or as much as a list shows.
+// For one row or detail; a walk takes the form with a budget.
 FreedContent ReadFreedContent(const HiveImage& hive, const FreedRecords& records,
                               const FreedValue& freed, FreedData which);
 
 // "REG_DWORD", with a type that says more after it: "REG_DWORD (0x20004)".
 std::string FreedTypeText(const HiveImage& hive, const FreedContent& content);
+// As MakeValueRow (words/item_values.h) has it, with the freed value's own type words.
 ValueRow MakeFreedRow(const HiveImage& hive, const FreedContent& content);
 // The words of its Place column.
 std::string FreedPlaceText(const HiveImage& hive, const FreedRecords& records,

@@ -30,6 +30,7 @@ FreedChoice ChooseFreed(const FreedRecords& records, std::span<const uint32_t> p
 // The freed records below an item of the tree, of the item itself its values; all for the root.
 FreedChoice ChooseFreedBelow(const KeyTree& tree, const FreedRecords& records, uint32_t item);
 
+// `keys` and `values` count what an import would set; comments are in `doubted` and `skipped`.
 struct FreedExport {
   uint32_t keys = 0;     // written
   uint32_t values = 0;   // written, those below included

@@ -41,6 +41,8 @@ std::string DifferenceWords(const HiveDifferences& differences);
 // A kListHiveCompare, by path, keys before values; the datum of a row is a position in B, or in A
 // for what B lacks; with `lead_to_a` always one in A, or none. `keys`, empty, takes all keys as one
 // tree; null where nobody wants them. Ends early when the user stops.
+// Linear in the keys and values of both, but for the sorting of names below each key. Neither hive
+// changes; both trees must be those of their hives.
 OutputListPtr CompareHives(const ComparedSide& a, const ComparedSide& b,
                            const HiveCompareOptions& options, HiveDifferences& differences,
                            ComparedKeys* keys = nullptr);
@@ -62,6 +64,7 @@ std::string PatchRoot(const ComparedSide& side);
 // The registry script ("Windows Registry Editor Version 5.00", UTF-16) that makes B of A, its keys
 // below `root`. It says nothing of times, classes, security and flags; keys and values with names
 // that no line can hold, and data that cannot be read, are left out and noted as shortfalls.
+// False when the sink refused or the user stopped.
 bool WritePatch(const ComparedSide& a, const ComparedSide& b, const HiveCompareOptions& options,
                 const std::string& root, const TextSink& sink);
 

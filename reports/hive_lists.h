@@ -37,11 +37,14 @@ struct KeyListOptions {
 OutputListPtr ListKeyTree(const HiveImage& hive, const KeyTree& tree, uint32_t item,
                           const KeyListOptions& options = {});
 
+// What rows carry beside the cells that all of them have.
 struct ValueListOptions {
   bool raw = false;     // each row carries its data, hexadecimal
   bool branch = false;  // the values of the keys below the item too
 };
 // The values of one key; with kNoItem those of every key, in tree order.
+// A row's datum is the position of the value. Data are read within the bounds of a walk
+// (hive/values.h); ends early when the user stops.
 OutputListPtr ListKeyValues(const HiveImage& hive, const KeyTree& tree, uint32_t item,
                             const ValueListOptions& options);
 // The values that no key names. They have no key; unreadable ones show their marker.
@@ -59,6 +62,7 @@ OutputListPtr ListDetail(const HiveImage& hive, const KeyTree& tree, uint32_t po
 // The bytes of the record that holds a position, a row a field (words/raw_record.h); the
 // subtitle says which record it is. A row's datum is the position that its field leads to, else its
 // own. Null for a position outside the hive.
+// At most kMostRawRows rows of bytes or entries; the rest is one row.
 OutputListPtr ListRawRecord(const HiveImage& hive, const KeyTree& tree, uint32_t position);
 
 }  // namespace hivequarry

@@ -12,6 +12,7 @@
 
 namespace hivequarry {
 
+// At most kMostIgnoredNames: a bit for each in IgnoreState, and one more for the start.
 struct IgnorePattern {
   std::vector<std::string> names;  // in capitals
 };
@@ -25,6 +26,7 @@ using IgnoreState = std::vector<uint64_t>;
 // Of the key that the comparison begins with.
 IgnoreState StartOfPatterns(const std::vector<IgnorePattern>& patterns);
 // Goes on to a child by its name in capitals. True when a pattern names it.
+// Linear in the patterns' names; the state is changed, so callers keep that of the key above.
 bool EnterIgnoring(const std::vector<IgnorePattern>& patterns, std::string_view capitals,
                    IgnoreState& state);
 

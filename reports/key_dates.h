@@ -18,6 +18,7 @@ struct KeyDateTime {
 };
 // FILETIME: 100 ns since 1601-01-01, UTC.
 KeyDateTime KeyDateTimeOf(uint64_t file_time);
+// The first of the second's 10,000,000 units.
 uint64_t FileTimeOf(const KeyDateTime& time);
 
 // "2008/05/17, 13:02:09", and back; also with "-" between the parts of the date, a blank or "T"
@@ -25,6 +26,7 @@ uint64_t FileTimeOf(const KeyDateTime& time);
 std::string KeyDateText(const KeyDateTime& time);
 bool ReadKeyDate(std::string_view text, KeyDateTime& time);
 
+// Whole seconds: a key of the last second's fraction is in.
 struct KeyDateRange {
   bool limited = false;  // else every key is listed
   KeyDateTime start;

@@ -26,6 +26,8 @@ struct ComparedSide {
   bool script = false;
 };
 
+// All of these hold for both sides. The first names what takes part, the others what counts and
+// what is shown.
 struct HiveCompareOptions {
   bool recovered = false;   // keys that no list leads to take part
   bool times = false;       // a row for each time that differs
@@ -84,6 +86,7 @@ struct PairWalk {
   std::vector<uint32_t> positions_b = {};
 };
 
+// False for folders, hidden keys and, unless they were asked for, keys that no list leads to.
 bool TakesPart(const ComparedSide& side, uint32_t item, const HiveCompareOptions& options);
 inline uint32_t PositionOf(const ComparedSide& side, uint32_t item) {
   return side.tree.items[item].position;
@@ -99,6 +102,7 @@ std::vector<ValuePair> ValuePairs(const PairWalk& walk, uint32_t item_a, uint32_
 bool ListTheSameValues(PairWalk& walk, uint32_t item_a, uint32_t item_b);
 // Reads both into the walk. Null for values that are the same, else what differs, in words.
 const char* ValueDifference(PairWalk& walk, uint32_t position_a, uint32_t position_b);
+// With its data, within the budget; a side that lacks the value (kNoOffset) gives an empty one.
 void ReadSide(const ComparedSide& side, uint32_t position, DataBudget& budget, SideValue& out);
 
 // The values of two keys side by side, by their names; an item may be kNoItem. `what` is null for

@@ -23,6 +23,7 @@ struct SourceKey {
   std::string error;        // why the key can't be read ("Access denied"); it has no values then
   std::string stored_path;  // as stored, where `path` has a name otherwise
 };
+// A value as reports see it. Texts are the caller's own, `data` is not.
 struct SourceValue {
   std::string name;  // as stored; empty for the default value
   uint32_t type = 0;
@@ -38,6 +39,8 @@ struct SourceValue {
 // with its error, and the walk goes on after it.
 class KeySource {
  public:
+  // Whoever made the source ends it; keys and values that were given stay but for
+  // SourceValue::data.
   virtual ~KeySource() = default;
   // The next key, each before its children; false at the end, or when the user stops.
   virtual bool NextKey(SourceKey& key) = 0;

@@ -13,6 +13,7 @@ namespace hivequarry {
 
 // A row an entry, those of earlier runs after the others; of a log without entries a row that says
 // why. Rows speak of no position in the image.
+// Empty for a hive whose logs were not looked for.
 OutputListPtr ListLogs(const HiveImage& hive);
 // The same of a log that was opened by itself.
 OutputListPtr ListLogEntries(const HiveLog& log);

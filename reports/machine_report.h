@@ -13,6 +13,7 @@
 
 namespace hivequarry {
 
+// Neither is null; both are the caller's.
 struct MachineHive {
   const HiveImage* hive = nullptr;
   const KeyTree* tree = nullptr;
@@ -28,6 +29,8 @@ struct MachineOverview {
   OutputListPtr list;                          // kListMachine; its files are the labels
   std::map<std::string, std::string> missing;  // by fact: who would tell
 };
+// Begin, then AddToOverview for each hive in any order, then EndOverview, once. A hive may be
+// closed as soon as it was added.
 MachineOverview BeginOverview();
 void AddToOverview(MachineOverview& overview, const MachineHive& hive, const std::string& label);
 void EndOverview(MachineOverview& overview);

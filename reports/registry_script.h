@@ -20,10 +20,12 @@
 
 namespace hivequarry {
 
+// "REGEDIT4", and "Windows Registry Editor Version 5.00".
 enum class ScriptForm : uint8_t { kFour, kFive };
 // How a form's file begins, as text.
 std::string_view ScriptHead(ScriptForm form);
 // Appends a piece of a script's text as the form's bytes.
+// Pieces may end anywhere but within a character.
 void EncodeScript(ScriptForm form, std::string_view text, std::string& bytes);
 // The mark that comes before all others, empty for the single-byte form.
 std::string_view ScriptMark(ScriptForm form);
@@ -55,11 +57,13 @@ bool HasScriptRoot(const HiveImage& hive);
 // That path, without a backslash at its end.
 std::string ScriptRoot(const HiveImage& hive);
 
+// A value by its record and the key that lists it.
 struct SkippedValue {
   uint32_t item;      // of its key
   uint32_t position;  // image position
   bool operator==(const SkippedValue&) const = default;
 };
+// What became of an export. Lists are in the order in which keys were written.
 struct ScriptExport {
   uint32_t keys = 0;                  // written
   uint32_t values = 0;                // written
@@ -119,6 +123,7 @@ inline ScriptExport ExportBranch(const HiveImage& hive, const KeyTree& tree, uin
 
 // The keys at these positions, and those that list the values at them, each once and in display
 // order. Hidden ones are left out.
+// Items. Costs a walk over all values where a position is no key's.
 std::vector<uint32_t> KeysOfPositions(const HiveImage& hive, const KeyTree& tree,
                                       std::span<const uint32_t> positions);
 

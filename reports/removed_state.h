@@ -18,6 +18,7 @@ struct RemovedBy {
   uint32_t first = 0;
   uint32_t last = 0;
 };
+// Items and positions are those of the state before the logs.
 struct RemovedKey {
   uint32_t item = kNoItem;  // of the tree before
   std::string path;         // as lists show it, with the root that the hive has now
@@ -37,6 +38,7 @@ enum class RemovedMark : uint8_t {
   kRemoved,  // the key is gone
 };
 
+// Owns the state before; kept for as long as its rows are shown.
 struct RemovedState {
   StateBefore before;
   std::vector<RemovedKey> keys;      // ascending by path

@@ -17,6 +17,7 @@ namespace hivequarry {
 // Characters of a display name or file of a service, as of every other text from a value's data.
 inline constexpr size_t kDataCellLimit = 519;
 
+// A report under way: made by RunReport, gone when that returns.
 struct ReportRun {
   KeySource& keys;       // the caller's, at the starting key
   OutputList& list;      // the caller's; rows are added to those it has
@@ -39,6 +40,7 @@ struct RowSubject {
 };
 RowSubject SubjectOf(const SourceKey& key);
 RowSubject SubjectOf(const SourceKey& key, const SourceValue& value);
+// Cells in the order of the kind's columns; those that are missing are empty.
 void AddReportRow(OutputList& list, std::span<const Cell> cells, const RowSubject& subject);
 inline void AddReportRow(OutputList& list, std::initializer_list<Cell> cells,
                          const RowSubject& subject) {
@@ -71,9 +73,11 @@ std::string Rot13(std::string_view text);
 
 // Where `part` (small letters) is in a text, whatever the case; npos for nowhere.
 size_t FindIgnoringCase(std::string_view text, std::string_view part);
+// `part` is in small letters here too.
 bool ContainsIgnoringCase(std::string_view text, std::string_view part);
 // The path without its last name, and that name; a path of one name has no parent.
 std::string_view ParentPath(std::string_view path);
+// Views into `path`.
 std::string_view LastName(std::string_view path);
 
 // --- most recently used lists ----------------------------------------------------------------

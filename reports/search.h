@@ -20,7 +20,7 @@ inline constexpr size_t kMaxPattern = 140;        // characters of either field
 inline constexpr uint32_t kMaxSearchDepth = 384;  // keys at this level or deeper aren't examined
 
 // What a hit must be besides holding the pattern. Values have the time of their key; those of which
-// no key is known have none, and are hits where no time is asked for.
+// no key is known have none, and are hits only where no time is asked for.
 struct SearchLimits {
   uint32_t least = 0;  // bytes of a value's data; of these limits keys are no hits
   uint32_t most = UINT32_MAX;
@@ -72,6 +72,7 @@ HexPattern HexPatternOf(std::string_view text);
 const char* HexFaultText(HexFault fault);
 
 // False for an empty pattern without limits, one that has a fault, or no field to search.
+// A pattern may be used for any number of searches, by one thread at a time.
 bool CompilePattern(const SearchSettings& settings, SearchPattern& pattern);
 
 // Text and digits of the two fields from one another: the text's bytes in the code page, or in

@@ -24,6 +24,8 @@
 
 namespace hivequarry {
 
+// `stones` has a bit for each stretch of the image; a range of several stretches passes when any of
+// them may match.
 struct SearchSieve {
   bool usable = false;           // false: everything passes
   bool any = false;              // something in the image or among the edits may match

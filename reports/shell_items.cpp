@@ -14,10 +14,29 @@ namespace {
 
 using Span = std::span<const uint8_t>;
 
+// More than any folder is deep: what a list has after these is not read.
 constexpr uint32_t kMaxItems = 256;  // of a list
 constexpr size_t kMaxName = 520;     // characters
 constexpr size_t kMaxPath = 520;     // characters; what becomes longer loses its beginning
 
+// An item, counted from its size field:
+//
+//    0  2  size, with this field
+//    2  1  kind
+//    file or folder, kind & 0x70 = 0x30 (0x31 folder, 0x32 file, 0x04 set: the name is UTF-16):
+//       4 4 size, 8 4 DOS date and time, 12 2 attributes, 14 name, then from an even place on
+//       XP and later: extension; before: short name
+//    volume, 0x20 to 0x2F: 3 "C:\"; name space, 0x2E with 0x80 at 3: 4 GUID
+//    root folder, 0x1F: 4 GUID
+//    network, 0x40 to 0x4F: 5 name
+//    address, 0x61: 3 flags (0x80: UTF-16), 4 2 length of what is before the text, 6 that
+//    control panel, 0x71: 14 GUID; category, 0x01: 4 signature, 8 number
+//    delegate, 0x74: 6 "CFSF", 10 an item of a file
+//    known folder, any kind: 6 signature, 14 GUID
+//    others: a property store may give a name
+//
+// The layouts are those of published format notes, and were seen on hives of XP to 10.
+//
 // Kinds; a bit of 0x80 on a file or network item tells of a further part at its end.
 constexpr uint8_t kControlPanelCategory = 0x01;
 constexpr uint8_t kRoot = 0x1F;
@@ -49,6 +68,7 @@ uint8_t U8At(Span bytes, size_t at) { return at < bytes.size() ? bytes[at] : uin
 Span From(Span bytes, size_t at) { return bytes.subspan(std::min(at, bytes.size())); }
 
 // The bytes of a zero-ended text, without the zero, as far as there are any.
+// At most kMaxName characters: what follows in a damaged item may have no zero for long.
 Span NarrowBytesAt(Span bytes, size_t at) {
   const Span text = From(bytes, at);
   size_t length = 0;
@@ -82,6 +102,7 @@ std::string FolderAt(Span bytes, size_t at) {
   return FolderName(bytes.subspan(at).first<16>());
 }
 
+// Empty where no letter and colon are there: other things than drives have this kind.
 std::string DriveAt(Span bytes, size_t at) {
   const uint8_t letter = U8At(bytes, at) & 0xDF;
   const bool drive = letter >= 'A' && letter <= 'Z' && U8At(bytes, at + 1) == ':';
@@ -90,6 +111,11 @@ std::string DriveAt(Span bytes, size_t at) {
 
 // --- names in property stores ------------------------------------------------------------------
 
+//    0 4 size of the property   8 1 0     13 4 length in characters (of a text)
+//    4 4 its number             9 4 type  17   the text, UTF-16
+//
+// The format {B725F130-47EF-101A-A5F1-02608C9EEBAC} with number 10 is the name that users see.
+//
 // "1SPS", a format GUID, then properties: size, number, a zero byte, type, value.
 constexpr std::array<uint8_t, 4> kStoreSignature = {'1', 'S', 'P', 'S'};
 constexpr std::array<uint8_t, 16> kNameFormat = {0x30, 0xF1, 0x25, 0xB7, 0xEF, 0x47, 0x1A, 0x10,
@@ -128,6 +154,16 @@ std::string PropertyName(Span item) {
 
 // --- files -------------------------------------------------------------------------------------
 
+// At an even place of the item; looked for by its signature, as what is before it varies:
+//
+//    0 2 size, 2 2 version, 4 4 0xBEEF0004, 8 4 created, 12 4 accessed (DOS, UTC)
+//    long name, UTF-16, at
+//       20   version 3: XP, 2003
+//       38   version 7: Vista
+//       42   version 8: 7, 2008 R2
+//       46   version 9: 8.1, 10
+//    from version 7 on 20 8 file reference
+//
 // The extension block of a file item, empty when there is none; it begins with its size, its
 // version and its signature.
 Span FileExtension(Span item, size_t from) {
@@ -177,6 +213,7 @@ ShellItem ReadFile(Span item) {
   shown.name = wide ? WideText(name) : NarrowText(name);
   const size_t behind = kName + name.size() + (wide ? 2 : 1);
   // Items of the oldest systems have the short name after the long one, and no extension.
+  // The name is padded to an even length.
   const Span extension = FileExtension(item, (behind + 1) & ~size_t{1});
   if (extension.empty() && !wide) shown.dos_name = NarrowAt(item, behind);
   ApplyExtension(extension, shown);
@@ -185,6 +222,7 @@ ShellItem ReadFile(Span item) {
 
 // --- the other kinds ---------------------------------------------------------------------------
 
+// In the order of the system's numbers; an unknown one has no name.
 std::string CategoryName(uint32_t number) {
   constexpr const char* kNames[] = {"All Control Panel Items",
                                     "Appearance and Personalization",

@@ -30,6 +30,7 @@ struct ShellItem {
   const char* kind = "unknown";    // a word
 };
 // `item` is the whole item with its size field.
+// Fields that the bytes lack are empty or 0.
 ShellItem ReadShellItem(std::span<const uint8_t> item);
 
 struct ItemList {
@@ -39,6 +40,7 @@ struct ItemList {
   bool cut = false;  // a size field leads beyond the bytes; the path ends in "..."
 };
 // `parent` is the path that the list goes on from, empty for one that begins at the desktop.
+// Ends at a size of 0, at one that leads beyond the bytes, and at the end of the bytes. Linear.
 ItemList ReadItemList(std::span<const uint8_t> data, std::string_view parent = {});
 
 // The path of an item below another; a drive or a server begins anew. One that becomes longer than

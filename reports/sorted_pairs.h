@@ -10,8 +10,8 @@ namespace hivequarry {
 enum class Pairing : uint8_t { kBoth, kOnlyA, kOnlyB };
 
 // Hands what the runs hold to `visit(pairing, a, b)`, in their order; of one that a run lacks the
-// other's stands in its place. Both are sorted by the member `name`; those of one name pair in
-// their order.
+// other's is in its place. Both are sorted by the member `name`; those of one name pair in their
+// order. Linear in both.
 template <typename Item, typename Name, typename Visit>
 void VisitPairs(const std::vector<Item>& a, const std::vector<Item>& b, Name Item::*name,
                 const Visit& visit) {

@@ -12,6 +12,7 @@
 
 namespace hivequarry {
 
+// `content` tells values apart, it proves nothing: two of one hash count as the same.
 struct StateValue {
   std::string name;  // as lists show it
   uint32_t position = 0;
@@ -48,6 +49,7 @@ const char* ChangeWord(StateChange change);
 // the state before.
 using ChangeSink =
     std::function<void(StateChange change, const StateKey& key, const StateValue* value)>;
+// By path, the key's own change before those of its values. Linear in both.
 void CompareStates(const HiveState& before, const HiveState& after, const ChangeSink& sink);
 
 }  // namespace hivequarry

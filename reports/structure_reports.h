@@ -12,6 +12,7 @@
 
 namespace hivequarry {
 
+// In the order of the menus; commands number them by it.
 enum class Report : uint8_t {
   kServices,
   kUninstall,
@@ -34,10 +35,12 @@ struct ReportInfo {
   int live_kind = 0;                // on the live registry; 0: only on hives
   const char* live_root = nullptr;  // the key there that it begins at
 };
+// For every report there is a record; it lives as long as the program.
 const ReportInfo& InfoOf(Report report);
 // By console name; null for none.
 const ReportInfo* FindReport(std::string_view name);
 
+// A key that the report begins at, and where in the structure that key is.
 struct ReportStart {
   uint32_t item = kNoItem;
   uint32_t level = 1;  // 2: an entry of the structure, of which nothing else is reported

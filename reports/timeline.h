@@ -19,6 +19,7 @@ namespace hivequarry {
 // kLogged: in a page of a log, in no state of the hive any more.
 enum class TimelineState : uint8_t { kLive, kRecovered, kFreed, kLogged };
 
+// Its texts are views that live as long as the timeline.
 struct TimelineEvent {
   uint64_t time = 0;  // FILETIME, whatever it is
   uint32_t offset =
@@ -32,6 +33,7 @@ struct TimelineEvent {
   std::string_view detail;  // further words, UTF-8
 };
 
+// A source of events, as it is told in lines and counts.
 struct TimelineHive {
   std::string path;   // as given, UTF-8
   std::string label;  // in brackets before names
@@ -43,12 +45,14 @@ struct TimelineHive {
   uint64_t logged_keys = 0;   // likewise
 };
 
+// May be moved, not copied: the views lead into `texts`.
 struct Timeline {
   std::vector<TimelineHive> hives;
   std::vector<TimelineEvent> events;
   std::deque<std::string> texts;  // what the events' views lead to
 };
 
+// The last writes of live and recovered keys are always in it; these add to them.
 struct TimelineOptions {
   bool freed = false;
   bool values = false;      // times in values
@@ -64,11 +68,13 @@ struct TimelineOptions {
 // such item.
 bool AddToTimeline(Timeline& timeline, const HiveImage& hive, const KeyTree& tree,
                    const TimelineOptions& options, TimelineHive about);
+// By time, then by hive and offset; events of one place stay as they were added.
 void SortTimeline(Timeline& timeline);
 // Host and user that the hive itself names; empty where it does not.
 void NameMachine(const HiveImage& hive, const KeyTree& tree, TimelineHive& about);
 
 enum class TimelineForm : uint8_t { kBodyfile, kTln, kCsv, kJsonLines, kPlaso };
+// `minutes_east` shifts what is shown, never what is sorted.
 struct TimelineLook {
   TimelineForm form = TimelineForm::kCsv;
   int minutes_east = 0;  // of UTC; times as seconds are always UTC
