@@ -12,6 +12,7 @@
 namespace hivequarry {
 namespace {
 
+// Keys between two looks at the user's stop.
 constexpr uint32_t kProgressKeys = 128;
 
 void ShowKeyProgress(uint32_t done, size_t total) {

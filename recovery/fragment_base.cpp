@@ -15,6 +15,7 @@ constexpr size_t kMostCells = 1024;
 // A name that more keys of the fragment share ("Parameters") tells too little of where one of them
 // is, and pairing them all would be quadratic.
 constexpr ptrdiff_t kMostNamesakes = 32;
+// Fewer agree by chance in a fragment of a few records.
 constexpr uint32_t kEnough = 3;
 
 // Offsets of one kind and the places that they may lead to, each once and ascending.
@@ -23,6 +24,7 @@ struct References {
   std::vector<uint32_t> targets;
 };
 
+// What has been proposed so far: each vote is a distance, position less offset, modulo 2^32.
 struct Voting {
   std::vector<uint32_t> votes;  // a distance each
   std::vector<References> references;
@@ -60,6 +62,8 @@ bool IsConsistent(const HiveImage& hive, const Voting& voting, uint32_t distance
   return hits * 4 >= inside * 3;
 }
 
+// The offsets that the keys have in one field, as stored. Of a key without subkeys the list field
+// says nothing.
 std::vector<uint32_t> FieldOf(const HiveImage& hive, const Voting& voting, uint32_t field) {
   std::vector<uint32_t> offsets;
   for (const uint32_t key : voting.keys) {

@@ -16,6 +16,8 @@ namespace {
 constexpr uint32_t kMaxName = 510;  // bytes, of keys and values
 constexpr uint32_t kRecordStep = 8;
 constexpr uint32_t kPage = 4096;
+// The form of values in use that is passed over; others are candidates until what names them takes
+// them out (freed_uses.h).
 constexpr uint32_t kMostPadding = 8;         // after the name of a value that the scan accepts
 constexpr uint32_t kLongestValueCell = 768;  // likewise
 // What was left after the blocks need not be where cells do.
@@ -43,6 +45,7 @@ uint32_t WordAt(const Walk& walk, uint32_t p) { return ReadU32(walk.image, p); }
 
 // --- what a record must look like ----------------------------------------------------------------
 
+// A control character, a lone surrogate or a unit that is no character never was in a name.
 bool IsPrintable(uint32_t unit) {
   return unit >= 0x20 && (unit < 0x7F || unit > 0x9F) && (unit < 0xD800 || unit > 0xDFFF) &&
          unit < 0xFFFE;
@@ -92,6 +95,8 @@ bool HasOffsets(const HiveImage& hive, uint32_t p) {
 
 // All of a key but for its name's characters. Its size may be gone: a record that was written over
 // the bytes before it ends there.
+// Counts of subkeys and values that the hive has no room for are noise, as is a time that no system
+// had.
 bool IsKeyRecord(const HiveImage& hive, uint32_t p, FreedPlace place) {
   constexpr uint16_t kAllFlags = 0x3FF;
   const uint32_t name = ReadU16(hive, p + kKeyNameLength);
@@ -257,6 +262,7 @@ PageCount CountPage(ByteView page) {
 }
 
 // The keys of the tree whose cells are in a page; not those that were made for a place.
+// By whole words of the index: a page is eight of them.
 uint32_t CountKnownKeys(const Walk& walk, uint32_t page) {
   uint32_t known = 0;
   for (uint32_t word = page / 512; word < (page + kPage) / 512; ++word) {
@@ -294,6 +300,8 @@ uint32_t EnterBlock(Walk& walk, uint32_t p) {
   return p + kBinHeaderSize;
 }
 
+// Through the chains of cells, from block to block. Bytes that no chain reaches are looked at step
+// by step, so damage costs time but hides nothing.
 void WalkImage(Walk& walk) {
   constexpr uint32_t kStopPollMask = 0x3FF;
   constexpr uint32_t kSteps = 100;
@@ -339,6 +347,7 @@ std::vector<FreedCandidate> FindFreedCandidates(const HiveImage& hive, const Key
   return found;
 }
 
+// From the end of the image: each record is held against the start of the one after it that stays.
 void SettleOverlaps(const HiveImage& hive, std::vector<FreedCandidate>& candidates) {
   uint64_t next = UINT64_MAX;
   std::vector<FreedCandidate> kept;

@@ -10,6 +10,7 @@
 
 namespace hivequarry {
 
+// A place whose bytes could be a record. Names up to 510 bytes.
 struct FreedCandidate {
   uint32_t position = 0;
   bool key = false;           // else a value
@@ -23,6 +24,8 @@ struct FreedCandidate {
 // Every place outside the records that the scan has accepted that holds the whole fixed part of a
 // key or value, checked strictly but for its name, ascending by position. Ends early when the user
 // stops.
+// Linear in the image, with progress. That a place is free is judged by the chain of cells alone
+// here: what names it is asked afterwards (freed_uses.h).
 std::vector<FreedCandidate> FindFreedCandidates(const HiveImage& hive, const KeyTree& tree);
 // Of records that overlap the later one was written over the other, which keeps the part of its
 // name before it or is left out. So are those whose name, or what is left of it, is none.

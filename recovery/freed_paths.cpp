@@ -13,6 +13,7 @@
 namespace hivequarry {
 namespace {
 
+// A chain of freed parents that is longer was not one.
 constexpr uint32_t kDeepest = 512;  // levels of a registry
 
 // How paths are written.
@@ -48,6 +49,7 @@ struct Chain {
   bool cut = false;          // by the limit
 };
 
+// Up from the key. A circle is gone round once: its keys are all in the path, and it has no top.
 Chain ChainOf(const FreedRecords& records, uint32_t row) {
   Chain chain;
   uint32_t circle = kNoItem;
@@ -155,6 +157,8 @@ bool IsFreedBelow(const KeyTree& tree, const FreedRecords& records, uint32_t key
   return top != kNoItem && top >= item && top < tree.items[item].end;
 }
 
+// Two paths are kept, that of the key asked for last and that of its parent, since rows come by key
+// and siblings follow each other: then one name is added to a path that is known.
 const std::string& FreedPathWalker::PathOf(uint32_t key_position) {
   const uint32_t row = FreedKeyRow(records_, key_position);
   if (row == kNoItem) {

@@ -50,6 +50,8 @@ FreedRecords RecordsOf(const std::vector<FreedCandidate>& candidates) {
 
 // --- relations -----------------------------------------------------------------------------------
 
+// What is known while records are joined. `runs` is empty until FindShifts, and in hives without an
+// earlier state.
 struct Relating {
   const HiveImage& hive;
   const KeyTree& tree;
@@ -174,6 +176,8 @@ void IndexValues(Relating& relating) {
   SealIndex(relating.values);
 }
 
+// The first key that names a value has it: lists of freed keys are read before what lists in use
+// still name after their ends.
 void Bind(Relating& relating, FreedValue& value, uint32_t key) {
   if (value.key != kNoOffset) return;
   const MarkVerdict verdict = ValueVerdict(relating.hive, key, value.position);
@@ -284,6 +288,8 @@ void FollowParents(std::vector<FreedKey>& keys) {
   }
 }
 
+// In this order: parents by the offsets as they are, runs of an earlier state by what these leave
+// unexplained, parents and values anew with the runs, and last what is only confirmed by others.
 void Relate(Relating& relating) {
   FreedRecords& records = relating.records;
   IndexValues(relating);
@@ -330,6 +336,8 @@ uint32_t FreedKeyRow(const FreedRecords& records, uint32_t position) {
   return key == nullptr ? kNoItem : static_cast<uint32_t>(key - records.keys.data());
 }
 
+// Uses are collected before overlaps are settled: a record in use must not take the bytes of one
+// that was freed.
 FreedRecords FindFreedRecords(const HiveImage& hive, const KeyTree& tree) {
   ShowStatus("Looking for freed records ...");
   std::vector<FreedCandidate> candidates = FindFreedCandidates(hive, tree);

@@ -76,6 +76,7 @@ struct FreedRecords {
 FreedRecords FindFreedRecords(const HiveImage& hive, const KeyTree& tree);
 
 // The record at a position, null for none.
+// A pointer into `records`, found by halves.
 const FreedKey* FreedKeyAt(const FreedRecords& records, uint32_t position);
 const FreedValue* FreedValueAt(const FreedRecords& records, uint32_t position);
 // The place of the key at a position among all of them; kNoItem for none.
@@ -90,13 +91,14 @@ inline uint32_t PlainType(uint32_t type) {
 }
 
 // The path of a freed key or a key of the tree, with names as they are displayed and as they are
-// stored. A path beyond the limit is shown shortened, from the key at a position on:
-// "...@0x00012340\name\name". Empty for kNoOffset.
+// stored. A path beyond the limit is shown shortened, from the key at a place in the file on:
+// "...@0x00012340\name\name". Empty for kNoOffset. One that nothing leads to begins with "?".
 std::string FreedPath(const HiveImage& hive, const KeyTree& tree, const FreedRecords& records,
                       uint32_t key_position);
 std::string StoredFreedPath(const HiveImage& hive, const KeyTree& tree, const FreedRecords& records,
                             uint32_t key_position);
 // Path texts of a walk over records: those of one parent are made from its path.
+// Keeps references to all three; one thread.
 class FreedPathWalker {
  public:
   FreedPathWalker(const HiveImage& hive, const KeyTree& tree, const FreedRecords& records)

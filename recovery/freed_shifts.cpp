@@ -42,6 +42,8 @@ struct Placed {
   uint32_t parent;
 };
 
+// Votes are gathered for whole pages first, as systems move pages whole; only keys that are left
+// then are tried at every 8 bytes, which costs more and proves less.
 class ShiftFinder {
  public:
   ShiftFinder(const HiveImage& hive, const FreedRecords& records, const std::vector<bool>& led)
@@ -79,6 +81,8 @@ class ShiftFinder {
     return offset == kNoOffset ? kNoOffset : offset + hive_.data_base;
   }
 
+  // All of the entries that are tried must lead to freed values: of a list of two that is little,
+  // which is why three witnesses are asked for.
   bool ListHolds(uint32_t list, uint32_t count, uint32_t shift) const {
     const uint32_t tried = std::min(count, kEntriesTried);
     if (!InsideHive(hive_, list, 4 + 4 * tried)) return false;
@@ -94,6 +98,7 @@ class ShiftFinder {
            SubkeyVerdict(hive_, parent, PositionOf(key)) != MarkVerdict::kRuledOut;
   }
 
+  // kMostVotes bounds what one key costs in the sorting of all.
   void AddVote(uint32_t key, uint32_t shift, uint32_t parent) {
     std::vector<Vote>& votes = votes_[key];
     const bool known = std::ranges::any_of(

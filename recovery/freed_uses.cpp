@@ -20,6 +20,8 @@ struct EntryRange {
   uint32_t key = 0;
 };
 
+// `rests` are read after all lists, so that what a list in use names is never another key's former
+// value.
 struct Collecting {
   const HiveImage& hive;
   FreedUses uses = {};
@@ -32,6 +34,7 @@ HostCell* FindHost(FreedUses& uses, uint32_t cell) {
   return at != uses.hosts.end() && at->position == cell ? &*at : nullptr;
 }
 
+// Only cells that hold candidates are of interest: the rest of the hive costs a look-up.
 void NoteCell(FreedUses& uses, uint32_t cell, uint64_t bytes) {
   HostCell* host = FindHost(uses, cell);
   if (host == nullptr) return;
@@ -192,6 +195,7 @@ FreedUses CollectFreedUses(const HiveImage& hive, const KeyTree& tree,
   return std::move(collecting.uses);
 }
 
+// In a host cell only what is after the bytes in use counts.
 bool IsFreed(const HiveImage& hive, const FreedCandidate& candidate, const FreedUses& uses) {
   if (candidate.odd_type && !IsTypeUsed(hive, candidate, uses)) return false;
   if (!candidate.key && ContainsPosition(uses.named, candidate.position)) return false;

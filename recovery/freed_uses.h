@@ -25,6 +25,7 @@ struct FormerValue {
   uint32_t key = 0;
 };
 
+// Made for one set of candidates, and of no use with another.
 struct FreedUses {
   PositionIndex candidates;          // those that are values
   PositionIndex named;               // values that keys name or that the tree shows without one

@@ -12,6 +12,7 @@ namespace hivequarry {
 namespace {
 
 // Where each key row hangs.
+// By key row: the tables' rows do not change while it lives.
 struct Hanging {
   std::vector<uint32_t> owner;  // key row, kNoRow for a first level
   std::vector<uint32_t> entry;  // index in the child-entry table; kNoRow: by its parent field
@@ -100,6 +101,7 @@ class NameMarks {
   std::vector<uint8_t> known_;
 };
 
+// A counting sort: how many name each row, where its children begin, then the children in order.
 void IndexFields(const HiveImage& hive, const ScanTables& tables, Hanging& hanging) {
   NameMarks marks(hive, tables);
   const auto count = static_cast<uint32_t>(tables.keys.size());
@@ -133,6 +135,8 @@ struct Claim {
   uint32_t entry;
 };
 
+// A queue for each belief. Whenever a key was reached the search begins anew at the strongest: so a
+// key never hangs by a weaker claim while a stronger one could still be found.
 class Spreader {
  public:
   Spreader(const ScanTables& tables, Hanging& hanging) : tables_(tables), hanging_(hanging) {}
@@ -369,6 +373,8 @@ class CopyBranches {
   std::vector<std::pair<uint32_t, uint32_t>> open_;  // item and its copy
 };
 
+// First what hangs nowhere, by position, then what was unlinked, in the order of the places in the
+// tree, so that the copies of the way there are made once.
 void EmitDisconnected(const ScanTables& tables, const Hanging& hanging, Emitter& emitter,
                       KeyTree& tree) {
   std::vector<std::pair<uint32_t, uint32_t>> unlinked;  // place, row
@@ -393,6 +399,7 @@ std::vector<bool> RowsReachedByLists(const HiveImage& hive, const ScanTables& ta
   return HangByLists(hive, tables).reached;
 }
 
+// A sound hive is done after the lists: what is not reached costs the rest.
 void HangKeys(const HiveImage& hive, ScanTables& tables, KeyTree& tree) {
   Hanging hanging = HangByLists(hive, tables);
   if (!AllReached(hanging)) {

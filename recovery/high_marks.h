@@ -16,6 +16,7 @@ enum class MarkVerdict : uint8_t {
 };
 
 // Whether the key whose cell is at `parent` may have had the key, or the value, at a position.
+// All four are positions of cells; nothing is asked of their signatures. Constant time.
 MarkVerdict SubkeyVerdict(const HiveImage& hive, uint32_t parent, uint32_t subkey);
 MarkVerdict ValueVerdict(const HiveImage& hive, uint32_t key, uint32_t value);
 

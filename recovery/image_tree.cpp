@@ -71,6 +71,9 @@ void ForgetOtherHive(HiveImage& hive) {
 
 bool IsGivenUp(const BuildOptions& options) { return !options.show_stopped && StopRequested(); }
 
+// The scan may have to run again: where another hive was cut off, where a fragment's place was
+// found, and where pages were put back, since each changes where offsets lead. Repair runs once, at
+// the end.
 void CollectTables(HiveImage& hive, const BuildOptions& options, ScanTables& tables) {
   hive.tolerant_keys = options.tolerant_keys;
   PresetRoot(hive);

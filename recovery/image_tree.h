@@ -33,6 +33,7 @@ inline BuildOptions TreeAlone() {
 }
 
 // What a build counted. Keys are accepted key cells and keys created by repair.
+// Of a stopped build the counts are those of what was collected by then.
 struct ImageSummary {
   uint32_t keys = 0;
   uint32_t connected_keys = 0;

@@ -12,6 +12,7 @@
 namespace hivequarry {
 namespace {
 
+// What the lists of accepted keys name: entries with these targets tell nothing new.
 PositionIndex ListedTargets(const HiveImage& hive, const ScanTables& tables) {
   PositionIndex listed;
   ResetIndex(listed, hive.length);

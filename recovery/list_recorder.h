@@ -38,6 +38,8 @@ struct ListRecords {
 };
 
 // Reads the lists of the scan's list table; ends early when the user stops.
+// Linear in the entries, within what a walk may read of lists (hive/subkeys.h); what that leaves
+// out is noted as a shortfall.
 ListRecords RecordLists(const HiveImage& hive, const ScanTables& tables);
 
 // The first recorded entry that names a position, kNoRow when there is none.

@@ -20,6 +20,7 @@ bool HasLiveBytes(const HiveImage& hive, const OwnedCells& live, const KeyRow& k
   return OwnerOf(live, key.position, uint64_t{key.position} + kKeyName + name) != nullptr;
 }
 
+// Cells whose bytes a program chooses. What is in any other cell the system wrote.
 bool IsDataCell(const OwnedCell& cell) {
   return cell.what == OwnedAs::kData || cell.what == OwnedAs::kSegment ||
          cell.what == OwnedAs::kClassName;
@@ -39,7 +40,7 @@ void ForgetEntries(const KeyRow& key, ScanTables& tables) {
   }
 }
 
-// Positions of the keys that no list leads to, and of the values that no key names.
+// Positions of the keys with a cell of their own that no list leads to.
 std::vector<uint32_t> RecoveredRecords(const KeyTree& tree) {
   std::vector<uint32_t> records;
   for (uint32_t item = 0; item < tree.items.size(); ++item) {
@@ -68,6 +69,7 @@ void NoteSharing(const HiveImage& hive, const OwnedCells& data, std::span<const 
 }
 
 // Lists that a key names, itself or through an "ri".
+// The budget bounds what "ri" lists that overlap may have read; a sound hive has far fewer.
 PositionIndex NamedLists(const HiveImage& hive, const ScanTables& tables) {
   PositionIndex named;
   ResetIndex(named, hive.length);
@@ -100,6 +102,8 @@ const OwnedCells& LiveCells(const HiveImage& hive, const std::vector<bool>& reac
   return tables.live_cells;
 }
 
+// A made key goes with the entry or field it was made from. Entries of dropped keys are forgotten
+// before the rows' numbers change.
 uint32_t DropOwnedKeys(const HiveImage& hive, const std::vector<bool>& reached,
                        ScanTables& tables) {
   if (std::ranges::find(reached, false) == reached.end()) return 0;

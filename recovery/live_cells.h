@@ -27,6 +27,7 @@ void DropOwnedLists(const HiveImage& hive, const std::vector<bool>& reached, Sca
 // Of recovered keys and values, those that are in the data of a recovered value, or the like, and
 // the records that own these: neither is proven by anything else. Both are noted in the tree, keys
 // get kMarkShared.
+// Both stay in the tree: which of them is the record nothing tells.
 void MarkSharedBytes(const HiveImage& hive, KeyTree& tree);
 
 }  // namespace hivequarry

@@ -14,6 +14,7 @@ namespace {
 
 constexpr uint32_t kSizeField = 4;
 constexpr uint32_t kListHead = 8;  // size, signature and count of a subkey list or "db" cell
+// A short list is read whole whatever others have taken.
 constexpr uint32_t kLeastEntries = 64;
 
 struct Collection {
@@ -55,6 +56,7 @@ uint32_t CredibleLength(const HiveImage& hive, uint32_t cell, uint32_t used) {
 }
 
 // False for a place that is no allocated cell, or was claimed before.
+// The first owner keeps the cell, so the order of claims matters: a key, its lists, its values.
 bool Claim(Collection& collection, uint32_t cell, uint64_t used, uint32_t owner, OwnedAs what) {
   const HiveImage& hive = collection.hive;
   if (cell % 8 != 0 || !InCellBounds(hive, cell) || !InsideHive(hive, cell, 8)) return false;
@@ -165,6 +167,7 @@ uint64_t EndOf(const OwnedCell& cell) {
 }
 
 // A cell whose length takes in the start of another one is not as long as that.
+// `farthest` lets OwnerOf find a long cell that began long before the bytes it is asked about.
 OwnedCells Finish(Collection& collection) {
   std::vector<OwnedCell>& cells = collection.owned.cells;
   std::ranges::sort(cells, {}, &OwnedCell::position);

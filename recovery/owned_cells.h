@@ -45,6 +45,8 @@ struct OwnedCells {
 
 // The cells of the keys at these positions, each cell once; entries that lead to no cell own none.
 // Empty for an image whose offsets lead nobody knows where. Ends early when the user stops.
+// Linear in the cells but for their sorting. Keys come in the order of their right: of two that
+// name one cell the first has it.
 OwnedCells CollectOwnedCells(const HiveImage& hive, std::span<const uint32_t> keys);
 // Those of the tree's connected keys.
 OwnedCells CollectOwnedCells(const HiveImage& hive, const KeyTree& tree);
@@ -54,6 +56,7 @@ OwnedCells CollectValueCells(const HiveImage& hive, std::span<const uint32_t> va
 // A cell that has bytes in [begin, end), null for none. Of a data cell every byte counts: what
 // is after the bytes in use may be what was written there before they became fewer. Of any
 // other cell the bytes in use count: after them older records may be left.
+// A pointer into `owned`; logarithmic.
 const OwnedCell* OwnerOf(const OwnedCells& owned, uint32_t begin, uint64_t end);
 
 // How texts name such a cell: "value data", "class name" and so on.

@@ -95,6 +95,7 @@ void RepairSubkeyList(const HiveImage& hive, KeyRow& key, ScanTables& tables) {
 // --- value lists ---------------------------------------------------------------------------------
 
 // True for an offset that may be right in the whole hive, of which the image may hold a part only.
+// By the length that the base block gives, where there is one; a fragment may end anywhere.
 bool LeadsBeyondImage(const HiveImage& hive, uint32_t offset, uint32_t position) {
   constexpr uint32_t kDataLengthField = 40;
   if (InsideHive(hive, position, 8)) return false;
@@ -109,6 +110,7 @@ bool IsPlaceOfValue(const HiveImage& hive, uint32_t entry) {
 }
 
 // What is known of a list cell that keys may mean.
+// Independent of the key: only `extremes` is held against its words.
 struct ListVerdict {
   uint32_t count = 0;      // entries
   bool places = false;     // all entries lead to where values may be, lost ones too
@@ -256,6 +258,7 @@ uint32_t LostListOf(ValueListRepair& repair, const KeyRow& key) {
   });
 }
 
+// All keys are asked before any gets its list, so that two which one list fits both go without.
 void RepairValueLists(HiveImage& hive, ScanTables& tables) {
   hive.found.value_lists.clear();
   ValueListRepair repair{hive, {}, {}, {}, uint64_t{hive.length} / 2, {}};

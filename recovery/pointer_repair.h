@@ -10,6 +10,8 @@ namespace hivequarry {
 // Subkey and value lists found again through offsets with a single wrong bit. Repaired value lists
 // are noted in the image. An offset that leads past the end of an image that was cut off may be
 // right, and stays as it is.
+// Only keys whose list can't be read are asked, and of these only such without an entry that holds.
+// Ends early when the user stops.
 void RepairPointers(HiveImage& hive, ScanTables& tables);
 
 // True for a key with values whose value list is no cell of the right size, or whose first entry
@@ -18,6 +20,7 @@ bool HasDoubtfulValueList(const HiveImage& hive, uint32_t key_position, Position
 
 // Recorded lists given to the parent that more than half of their keys record, where that key's own
 // list cannot be read.
+// A list of which most entries are another key's already stays where it is.
 void ReattachLists(const HiveImage& hive, const ListRecords& records, ScanTables& tables);
 
 }  // namespace hivequarry

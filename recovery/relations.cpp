@@ -22,6 +22,7 @@ constexpr uint32_t kProgressRows = 128;
 constexpr uint32_t kKeyRoom = 80;  // a key needs this much before the image's end
 
 // The repair under way.
+// Rows are only ever added while it lives, so their numbers hold.
 struct Repair {
   HiveImage& hive;
   const ScanOptions& options;
@@ -47,6 +48,7 @@ bool IsKeyPlace(const HiveImage& hive, uint32_t position) {
 }
 
 // The bytes of an accepted cell that its record needs: its size field may claim more.
+// "sk": 20 is the length of the descriptor, which begins at 24.
 uint64_t RecordLength(const HiveImage& hive, uint32_t cell) {
   const uint16_t signature = ReadU16(hive, cell + 4);
   const ListKind kind = ListKindOfSignature(signature);
@@ -377,6 +379,7 @@ void FindIncompleteLists(ScanTables& tables) {
 
 }  // namespace
 
+// One pass over keys and entries: all that a sound hive pays.
 bool NeedsRepair(const HiveImage& hive, const ScanTables& tables) {
   if (!tables.tree_sound || !tables.damage.empty()) return true;
   std::vector<bool> named(tables.keys.size());
@@ -397,6 +400,8 @@ bool NeedsRepair(const HiveImage& hive, const ScanTables& tables) {
   return loose > 1;  // the root alone is in no list
 }
 
+// Up to 512 bytes for a key in use: its fixed part and a name of 216 characters in UTF-16, or twice
+// that in bytes. A free cell may have taken in its neighbours.
 bool IsKeyCellAt(const HiveImage& hive, uint32_t position) {
   if (position < hive.data_start || !InsideHive(hive, position, kKeyRoom)) return false;
   if (ReadU16(hive, position + 4) != kSignatureNk) return false;
@@ -415,6 +420,9 @@ bool IsKeyCellAt(const HiveImage& hive, uint32_t position) {
   }
 }
 
+// Lists come before keys, since an owner that gets its list back needs no made children; parents
+// before children, since a made parent's own place must be known when its children are held against
+// it.
 void RepairRelations(HiveImage& hive, const ScanOptions& options, ScanTables& tables) {
   tables.repaired = true;
   Repair repair{hive, options, tables, {}, {}, {}, tables.keys.size()};

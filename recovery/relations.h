@@ -38,6 +38,7 @@ bool NeedsRepair(const HiveImage& hive, const ScanTables& tables);
 
 // Steps 1 to 6, for tables that FinishScan has sealed. The image's bytes are not touched; repaired
 // value lists are noted in the image. Ends early when the user stops.
+// Afterwards the index is sealed anew and rows may have other numbers.
 void RepairRelations(HiveImage& hive, const ScanOptions& options, ScanTables& tables);
 
 // The last round: a root key whose parent field leads outside the data area has none.

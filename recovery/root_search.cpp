@@ -43,6 +43,7 @@ bool NamesSubkeyList(const HiveImage& hive, uint32_t position) {
   return kind == ListKind::kRi || (kind != ListKind::kNone && ReadU16(hive, list + 6) == count);
 }
 
+// A root has no parent, whatever its field says.
 bool AdoptRoot(HiveImage& hive, uint32_t row, ScanTables& tables) {
   if (row == kNoRow) return false;
   KeyRow& key = tables.keys[row];
@@ -112,6 +113,8 @@ bool HasPlausibleName(const HiveImage& hive, uint32_t key_position) {
   });
 }
 
+// One point each for the letters, the flags, the time and the name; two each for the links, which
+// noise does not have.
 bool HasRootRemains(const HiveImage& hive, uint32_t position) {
   constexpr int kEnough = 3;
   constexpr int kWellKnownFlags[] = {0x20, 0x2C, 0x60, 0xA0, 0xAC};
@@ -165,6 +168,8 @@ void CutAtRoot(HiveImage& hive, uint32_t position, OnCut on_cut) {
   if (on_cut != nullptr) on_cut(hive, position);
 }
 
+// In the order of belief: a key at the root's place, a place that keys name, a key with a root's
+// flags.
 bool FindLostRoot(HiveImage& hive, ScanTables& tables) {
   if (!tables.roots.empty() || !hive.data_base_proven) return false;
   const uint32_t place = hive.header_valid ? hive.root_position : hive.data_base + kBinHeaderSize;

@@ -31,6 +31,7 @@ namespace hivequarry {
 
 // Where in the file a range has to start so that the root cell at file offset `root` is found
 // first: with room for a base block and a bin header first, or as much of that as there is.
+// Both are file offsets.
 uint32_t RangeStartForRoot(uint32_t root);
 
 // True when what is at a position has so much of a key that it can be taken for a root: of

@@ -16,9 +16,12 @@ namespace {
 constexpr uint32_t kDefaultBinSize = 4096;
 constexpr uint32_t kLongestValueCell = 32800;  // a name of 16,383 characters in UTF-16
 constexpr uint32_t kSmallCell = 4096;
+// The root's cell as systems make it, with the name of a fresh hive; taken for one whose size is
+// lost.
 constexpr uint32_t kShortRootCell = 88;
 constexpr uint32_t kKeyCellWithoutSlack = 128;  // shorter key cells are not searched for slack
 constexpr uint32_t kSteppedProgressLength = 180900;
+// Of a list as long as a block or longer, whose size is no longer a sign that it is one.
 constexpr uint32_t kMaxListCount = 16384;
 constexpr size_t kProgressRows = 128;
 
@@ -182,12 +185,15 @@ uint32_t VisitList(Walk& walk, uint32_t p, ListKind kind, uint32_t length) {
   return next;
 }
 
+// A large cell that nothing is known of is searched from within, but not beyond its end: `restart`
+// is where its neighbour begins.
 uint32_t VisitUnknown(Walk& walk, uint32_t p, uint32_t length) {
   if (walk.options.skip_small && length < kSmallCell) return p + length;
   if (walk.restart == 0 && length <= walk.hive.length - p) walk.restart = p + length;
   return p + 8;
 }
 
+// Values first, as most cells of a hive are theirs or their data.
 uint32_t VisitCell(Walk& walk, uint32_t p, uint32_t size) {
   const uint32_t length = 0U - size;
   if (length % 8 != 0) return p + 8;
@@ -272,6 +278,8 @@ void ResetTables(const HiveImage& hive, ScanTables& tables) {
   tables.values.reserve(hive.length / 64);
 }
 
+// Every step moves on by 8 bytes at least, and each visitor reads a bounded part of the cell but
+// for a subkey list, whose entries are bounded over the whole scan: so the scan is linear.
 void ScanImage(HiveImage& hive, ScanPass pass, const ScanOptions& options, ScanTables& tables) {
   constexpr uint32_t kStopPollMask = 0x3FF;
   const Host& host = CurrentHost();

@@ -22,12 +22,14 @@ void ResetTables(const HiveImage& hive, ScanTables& tables);
 void ScanImage(HiveImage& hive, ScanPass pass, const ScanOptions& options, ScanTables& tables);
 
 // Seals the index and resolves the child entries to key rows. Call after the last pass.
+// Linear in the entries. Rows are in the order of their positions then, so that a rank is a row.
 void FinishScan(ScanTables& tables);
 // Sorts the rows of finished tables by position and makes the index anew, after rows came or went.
 void IndexKeys(const HiveImage& hive, ScanTables& tables);
 
 // How a cell is classified as a key: as ClassifyKey does, but a cell that only a tolerant rule
 // accepts must also have the body of a key (a name that fits, offsets that could be offsets).
+// Fields are handed in since the scan has read them already.
 int ClassifyKeyCell(const HiveImage& hive, uint16_t signature, uint16_t flags, uint32_t size,
                     uint32_t position);
 

@@ -75,6 +75,8 @@ struct NameHashRow {
   ListStyle style = ListStyle::kUndecided;
 };
 
+// Memory goes with the records that the image has room for: no table grows by what a file claims.
+// One thread, that of the build.
 struct ScanTables {
   std::vector<KeyRow> keys;
   std::vector<ChildEntry> child_entries;
@@ -114,6 +116,7 @@ struct ScanTables {
 };
 
 // The row of the key at a position, kNoRow when there is none. Once the index is sealed.
+// Constant time. A row is a rank as long as nothing was added.
 inline uint32_t RowAt(const ScanTables& tables, uint32_t position) {
   const uint32_t rank = RankOfPosition(tables.key_index, position);
   if (rank != kNoRank || tables.added_rows.empty()) return rank;

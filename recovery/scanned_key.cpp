@@ -76,6 +76,8 @@ void AddChildEntries(const HiveImage& hive, KeyRow& row, ScanTables& tables) {
   row.entry_count = static_cast<uint32_t>(entries.size());
 }
 
+// For fragments alone: their lists name keys by offsets whose base is not known yet, and the names
+// tell which key an entry means (fragment_base.h).
 void AddNameHashes(const HiveImage& hive, uint32_t position, uint32_t length, ScanTables& tables) {
   constexpr uint32_t kLongestName = 510;  // bytes; no list has the hash of a longer one
   if (length > kLongestName) return;

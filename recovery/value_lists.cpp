@@ -43,6 +43,7 @@ std::vector<Claim> ClaimsOf(const HiveImage& hive, const ScanTables& tables) {
 }
 
 // The greatest level at which the demands, each cut to it, take no more than `most` in all.
+// Fair to small demands: none that is at most an equal share of the whole is cut.
 uint64_t LevelOf(std::vector<uint64_t> demands, uint64_t most) {
   std::ranges::sort(demands);
   size_t rest = demands.size();
@@ -180,6 +181,7 @@ ValueExtremes ExtremesOfKey(const HiveImage& hive, uint32_t key_position) {
           ReadU32(hive, key_position + kKeyLongestValueData)};
 }
 
+// A quarter of the image is more entries of 4 bytes than it can hold without lists that overlap.
 void SettleValueLists(HiveImage& hive, const ScanTables& tables) {
   hive.found.list_notes.clear();
   if (!hive.data_base_proven) return;

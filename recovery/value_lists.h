@@ -12,8 +12,7 @@ namespace hivequarry {
 // Where they are not, walks over many keys read
 // - the list of one key, the one with the best right to it, whole;
 // - for the other keys that name it as much as fits into what all shared lists are allowed, the
-// longest
-//   being cut first, so that no key's list takes from another's.
+//   longest being cut first, so that no key's list takes from another's.
 // A list without a sound cell ends where it runs into another key's values, or into values that the
 // key's own words for its longest name and data rule out. Runs once all keys are known.
 void SettleValueLists(HiveImage& hive, const ScanTables& tables);
@@ -23,6 +22,7 @@ struct ValueExtremes {
   uint32_t name = 0;
   uint32_t data = 0;
 };
+// Takes the value at a position into account; a place that holds none changes nothing.
 void Widen(const HiveImage& hive, uint32_t value_position, ValueExtremes& extremes);
 // What a key's record says of them: as long as it has values they never become less.
 ValueExtremes ExtremesOfKey(const HiveImage& hive, uint32_t key_position);
