@@ -83,6 +83,8 @@ void AddBlockWords(std::string& why, const HivePiece& piece) {
   if (piece.inside) AddWords(why, "inside a block of what begins at " + PlaceWords(piece.outer));
 }
 
+// Certain only with a base block whose checksum is right and all blocks that it claims: nothing is
+// missing then, and nothing of another file is between.
 Sureness SurenessOf(const HivePiece& piece) {
   if (piece.complete() && piece.checksum) return Sureness::kCertain;
   return piece.whole != 0 ? Sureness::kLikely : Sureness::kPossible;
@@ -132,6 +134,9 @@ Carved CarvedOf(const std::vector<HivePiece>& pieces, const std::vector<uint32_t
 
 namespace {
 
+// What the steps share. Order matters: logs first, since their pages hold copies of blocks that
+// would else be found as pieces of hives; then what is compressed; then pieces; base blocks that
+// none of these used last.
 struct Carving {
   CarveSource& source;
   SourceMarks marks;
@@ -146,6 +151,7 @@ uint64_t EndOfOwner(const Carving& carving, uint64_t position) {
   return after == carving.owned.begin() ? position : std::max(position, std::prev(after)->second);
 }
 
+// Where two owners begin at one place the longer one counts.
 void Own(Carving& carving, const std::vector<FileRange>& ranges) {
   for (const FileRange& range : ranges) {
     uint64_t& end = carving.owned[range.position];
@@ -153,6 +159,8 @@ void Own(Carving& carving, const std::vector<FileRange>& ranges) {
   }
 }
 
+// Blocks of a sleeping system's memory become one row, however many there are: they are told of,
+// not unpacked.
 void FindPacked(Carving& carving) {
   for (const PackedAt& at : carving.marks.packed) {
     Carved carved;
@@ -174,6 +182,8 @@ void OwnFrom(Carving& carving, size_t first) {
   for (size_t i = first; i < carving.others.size(); ++i) Own(carving, carving.others[i].parts);
 }
 
+// With their base blocks first; what is left of the runs of entries is without one. The guard
+// bounds how many logs at overlapping places are followed to their ends.
 void FindLogs(Carving& carving) {
   NestGuard guard;
   for (const BaseBlockAt& base : carving.marks.bases) {
@@ -206,6 +216,9 @@ bool IsNone(const HivePiece& piece) {
   return piece.broken == 0 || piece.inside || bare;
 }
 
+// Runs come in ascending order of their starts, so that a piece's outer ones are known before it.
+// Only pieces without a break count as outer: of one with gaps it is not known whose bytes are in
+// them.
 void FindPieces(Carving& carving) {
   struct Outer {
     uint64_t start, end;
@@ -229,6 +242,8 @@ void FindPieces(Carving& carving) {
   }
 }
 
+// Base blocks of hives that no piece begins with. Only a right checksum makes one worth a row, as
+// nothing after it speaks for it.
 void AddBaseBlocks(Carving& carving, std::vector<Carved>& found) {
   std::vector<uint64_t> used;
   for (const HivePiece& piece : carving.pieces) {
@@ -253,6 +268,7 @@ void AddBaseBlocks(Carving& carving, std::vector<Carved>& found) {
   }
 }
 
+// A joined one is told of once as a whole, then each of its parts, in the chain's order.
 void AddPieces(Carving& carving, std::vector<Carved>& found) {
   const auto chains = JoinPieces(carving.source, carving.pieces);
   std::vector<const std::vector<uint32_t>*> chain_of(carving.pieces.size());
@@ -342,6 +358,7 @@ CarvedFile CarveFile(const std::string& name, const CarveOptions& options) {
 
 namespace {
 
+// In the order of CarvedKind; kSureWords in that of Sureness.
 constexpr const char* kKindWords[] = {"hive",
                                       "hive, cut",
                                       "fragment",

@@ -18,6 +18,7 @@ namespace hivequarry {
 namespace {
 
 constexpr uint32_t kPage = 4096;
+// Both flags together: the root of a hive, which may not be deleted.
 constexpr uint16_t kRootMark = 0x0C;  // of a key's flags: a hive's root, not to be deleted
 
 struct Walk {
@@ -42,6 +43,7 @@ bool IsBinAt(const Walk& walk, uint64_t position, BinHeader& bin) {
 constexpr uint64_t kNoBin = UINT64_MAX;
 
 // The next place where one begins; the last of the run is known.
+// Blocks begin at pages of the hive, so only those are looked at; kNoBin after the last.
 uint64_t NextBin(const Walk& walk, uint64_t position) {
   BinHeader bin;
   for (; position <= walk.run.last && !StopRequested(); position += kPage) {
@@ -54,6 +56,8 @@ uint64_t NextBin(const Walk& walk, uint64_t position) {
 
 // Keeps a few references of each order of distance from `edge`: the piece that goes on there has
 // targets of some, and so has each one after it.
+// At most four of each power of two of pages, so some 80 in each direction, however many keys the
+// piece has.
 void KeepReference(std::vector<KeyReference>& kept, const KeyReference& reference, uint32_t edge) {
   constexpr int64_t kMostOfOrder = 4;
   const auto order = [edge](const KeyReference& each) {
@@ -67,6 +71,7 @@ void KeepReference(std::vector<KeyReference>& kept, const KeyReference& referenc
   }
 }
 
+// Those within the piece's own reach say nothing of other pieces.
 void AddReference(Walk& walk, const KeyReference& reference) {
   const uint32_t own_end = walk.run.own_end();
   if (reference.target % 8 != 0 || reference.target > kMostBins) return;
@@ -95,6 +100,7 @@ std::string NameOf(ByteView cell, const KeyFields& key) {
   return ShownKeyName(KeyNameText(cell, 0, key.name_length, wide));
 }
 
+// A piece without the root is named by the first key met in it, as "...\NAME".
 void UseKey(Walk& walk, ByteView cell) {
   KeyFields key;
   if (!ReadKeyFields(cell, 0, key)) return;
@@ -120,6 +126,8 @@ void UseCell(Walk& walk, uint64_t position, uint32_t size, uint16_t signature) {
 }
 
 // Follows the cells of a block; where they end, which is the block's end when it is whole.
+// A size that is no multiple of 8, less than 8 or more than the block has left ends the walk: after
+// it no cell's start is known.
 uint64_t FollowBin(Walk& walk, uint64_t bin, uint64_t end) {
   uint64_t at = bin + kBinHeaderSize;
   while (at < end && !StopRequested()) {
@@ -169,6 +177,8 @@ void AddGap(Walk& walk, uint64_t from, uint64_t to) {
 
 // --- the base block ------------------------------------------------------------------------------
 
+// Three of its letters or a right checksum make a base block. The root's name by its offset is
+// better than that of the first key with the flags of a root.
 void UseBaseBlock(CarveSource& source, HivePiece& piece) {
   if (piece.own != 0 || piece.bins < kBaseBlockSize) return;
   const ByteView bytes = source.At(piece.bins - kBaseBlockSize, kBaseUsed);
@@ -194,6 +204,8 @@ void UseBaseBlock(CarveSource& source, HivePiece& piece) {
 
 }  // namespace
 
+// `own` and `bins` are moved on together where the first blocks belong to somebody else, by whole
+// pages.
 HivePiece ExamineRun(CarveSource& source, const BinRun& run, uint64_t from) {
   HivePiece piece;
   Walk walk{source, run, piece, source.size()};

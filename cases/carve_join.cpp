@@ -16,6 +16,9 @@ namespace {
 // Pieces that may come next which are looked at; more are too many to tell apart.
 constexpr size_t kMostTried = 8;
 
+// References that hold speak for a piece, those with something else at their targets against it.
+// Two hashes or hints of names, or four parents, are enough; one in four may fail, as cells were
+// written at different times.
 struct Proof {
   uint32_t weight = 0;
   uint32_t against = 0;
@@ -58,8 +61,11 @@ struct Joining {
   std::vector<uint32_t> by_start;
 };
 
+// A whole hive needs no other piece, and one inside of another is a copy in that one's data.
 bool MayJoin(const HivePiece& piece) { return !piece.inside && !piece.complete(); }
 
+// Reads cells of the pieces again: linear in the references kept of the chain's pieces and of the
+// next.
 bool Follows(const Joining& joining, std::span<const uint32_t> chain, uint32_t next) {
   const HivePiece& after = joining.pieces[next];
   Proof proof;

@@ -12,6 +12,8 @@ namespace hivequarry {
 namespace {
 
 // A part of the file as a log.
+// A log counts in 32 bits, so of a longer rest only the first 4 GiB less 8 KiB are its own: no
+// offset with a header or page added passes 32 bits.
 class LogAt final : public LogSource {
  public:
   LogAt(CarveSource& source, uint64_t start)
@@ -49,6 +51,13 @@ EntriesFound FollowEntries(LogAt& log, uint32_t at) {
 }
 
 // Bytes of a log of the old form; 0 where it is none.
+// Layout, from the start of its base block's copy:
+//
+//    0      512 bytes, the base block
+//    512    4 bytes, the letters of the bitmap
+//    516    a bit for each 512 bytes of the hive's bins, lowest bit of each byte first
+//           zeros up to the next multiple of 512
+//           512 bytes for each bit that is set, in the order of the bits
 uint32_t OldLogEnd(LogAt& log, const BaseBlockAt& base) {
   constexpr uint32_t kBitmap = kLogUnit + 4;
   const uint32_t size = base.length / kBaseBlockSize;  // a bit for each 512 bytes

@@ -14,6 +14,8 @@
 namespace hivequarry {
 namespace {
 
+// The file system compresses sixteen chunks at a time and keeps each such unit in whole clusters of
+// its own.
 constexpr uint32_t kUnit = 16 * kLznt1Chunk;        // that is compressed by itself
 constexpr size_t kMostUnpacked = 64 * 1024 * 1024;  // held in memory
 
@@ -44,6 +46,8 @@ bool TakeUnit(CarveSource& source, uint64_t position, std::vector<uint8_t>& out,
 }
 
 // The units from `position` on; where the next one begins depends on the size of the clusters.
+// Sizes of clusters from 4,096 down to 512 are tried for each unit, as nothing in the bytes tells
+// it. A unit shorter than 64 KiB is the last one.
 std::vector<FileRange> TakeUnits(CarveSource& source, uint64_t position,
                                  std::vector<uint8_t>& out) {
   std::vector<FileRange> parts;

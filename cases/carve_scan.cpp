@@ -26,6 +26,8 @@ struct Anchor {
   char letter;
   uint32_t at;
 };
+// One rare letter of each signature ("regf", "hbin", "HvLE", "xpress") is looked for with memchr,
+// which is faster than comparing four bytes at each place.
 constexpr Anchor kAnchors[] = {{kHiveSignature, 'g', 2},
                                {kBinSignature, 'b', 1},
                                {kLogEntrySignature, 'v', 1},
@@ -40,6 +42,8 @@ struct Scan {
   bool in_hole = false;
 };
 
+// At most kMostCarved of each kind: what a file made to be found full of headers costs is bounded,
+// and what is left out is a shortfall.
 template <typename Item>
 void Keep(std::vector<Item>& items, const Item& item) {
   if (items.size() < kMostCarved) {
@@ -49,6 +53,9 @@ void Keep(std::vector<Item>& items, const Item& item) {
   }
 }
 
+// Versions 1.0 to 1.6; type 0 is a hive, 1 and 2 are logs of the old form, 6 is one of the new
+// form; format 1 (direct memory load) is the only one there is. A signature alone is found by
+// chance, or in programs that look for it.
 bool IsPlausibleBase(ByteView header) {
   const uint32_t type = ReadU32(header, kBaseFileType);
   return ReadU32(header, kBaseMajor) == 1 && ReadU32(header, kBaseMinor) <= 6 &&
@@ -66,6 +73,9 @@ bool GoesOn(BinRun& run, const BinHeader& bin, uint64_t position) {
   return true;
 }
 
+// Runs are kept by distance: the position in the file less the own offset is the same for all
+// blocks of one hive that lie together, and differs for those of others. A block after a base block
+// begins a run that may have a wide gap, as far as the base block says that its bins go.
 void AddBin(Scan& scan, ByteView header, uint64_t position) {
   BinHeader bin;
   if (!ReadBinHeader(header, 0, bin) || bin.own_offset > kMostBins) return;
@@ -81,6 +91,8 @@ void AddBin(Scan& scan, ByteView header, uint64_t position) {
   Keep(marks.runs, run);
 }
 
+// The second hash is of the header's first 32 bytes, so that it tells an entry from bytes that look
+// like one without a look at its pages. Entries inside of others' pages are kept up to four deep.
 void AddEntry(SourceMarks& marks, ByteView header, uint64_t position) {
   if (header.size() < kLogEntryHeader) return;
   const LogEntryHeader entry = ReadLogEntryHeader(header, 0);
@@ -106,6 +118,8 @@ void AddPacked(Scan& scan, uint32_t signature, uint64_t position) {
   constexpr uint64_t kSector = 512;
   constexpr uint64_t kStoreStep = 16;  // of compressed memory
   // After the header of a chunk that compressing did not make smaller, or of one and its flags.
+  // A chunk begins at a sector's start, so the letters are at 2 (after the 16 bits of the header)
+  // or at 3 (after a byte of flags too).
   const uint64_t before = position % kSector;
   const bool chunk = before == 2
                          ? ReadU16(scan.source.At(position - 2, 2), 0) == kPlainLznt1Chunk
@@ -113,6 +127,8 @@ void AddPacked(Scan& scan, uint32_t signature, uint64_t position) {
   if (chunk) Keep(scan.marks.packed, PackedAt{position - before, false});
   if (position % kStoreStep != 4 || signature != kBinSignature) return;
   // The first four are literals, and a page as a whole is less than one.
+  // Flags go from the highest bit down: the top four are 0 where the letters are literals, and all
+  // 32 are not, as 32 literals would gain nothing.
   const uint32_t flags = ReadU32(scan.source.At(position - 4, 4), 0);
   if (flags != 0 && flags >> 28 == 0) Keep(scan.marks.packed, PackedAt{position - 4, true});
 }
@@ -177,6 +193,7 @@ void EndHole(Scan& scan, uint64_t end) {
   if (scan.keep_holes) Keep(scan.marks.holes, FileRange{scan.hole, end - scan.hole});
 }
 
+// The first byte is 0 and each is as the one before it. `size` is at least 1.
 bool IsZero(const uint8_t* bytes, size_t size) {
   return bytes[0] == 0 && std::memcmp(bytes, bytes + 1, size - 1) == 0;
 }
@@ -206,6 +223,8 @@ void LookThrough(Scan& scan, ByteView bytes, size_t usable, size_t old, uint64_t
 }
 
 // Passes over pages that the file system keeps no bytes of.
+// Counted as zeros, as what a reader would get. Only from a page's start, and only to one or to the
+// file's end, so that the pages of a hole are whole.
 bool SkipHole(Scan& scan, uint64_t& at) {
   const uint64_t data = NextFileData(scan.source.stream(), at, scan.source.size());
   const uint64_t end = data == scan.source.size() ? data : data / kPage * kPage;
@@ -218,6 +237,8 @@ bool SkipHole(Scan& scan, uint64_t& at) {
 
 }  // namespace
 
+// A header may begin in one read and end in the next: the last kHeader bytes of each read are
+// looked at with the next one, from the buffer's start.
 void ScanSource(CarveSource& source, bool keep_holes, SourceMarks& marks) {
   const Host& host = CurrentHost();
   ShowStatus("Reading File ...");

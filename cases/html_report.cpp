@@ -107,6 +107,7 @@ uint64_t RowsOf(const HtmlSection& section) {
 }
 
 // By their titles, in the order of the first list that has each; those of all rows empty are none.
+// Linear in all cells in the worst case: a column is read up to its first filled cell.
 std::vector<std::string> TitlesOf(const HtmlSection& section) {
   std::vector<std::string> titles;
   for (const auto& [file, list] : section.lists) {
@@ -130,6 +131,8 @@ int ColumnOf(const OutputList& list, const std::string& title) {
   return -1;
 }
 
+// Hands on 256 KiB at a time. Once the sink has refused or the user has stopped, what is added is
+// dropped.
 class Page {
  public:
   explicit Page(const TextSink& sink) : sink_(sink) {}
@@ -150,6 +153,7 @@ class Page {
   bool open_ = true;
 };
 
+// At most kMostHtmlRows of a section: a browser lays out a table as a whole.
 void WriteRows(const HtmlSection& section, const std::vector<std::string>& titles, Page& page) {
   uint32_t left = kMostHtmlRows;
   for (const auto& [file, list] : section.lists) {
@@ -193,6 +197,8 @@ void WriteSection(const HtmlSection& section, Page& page) {
   page << "</tbody>\n</table></div>\n</section>\n";
 }
 
+// A bar's width goes with their number, 4 to 60 units; a label is left out where the one before it
+// would touch it. A count that is not 0 has a bar of at least one unit.
 void WriteBars(const HtmlBars& picture, Page& page) {
   constexpr uint64_t kHeight = 120;
   if (picture.bars.empty()) return;

@@ -34,6 +34,8 @@ Names SerialsOf(std::string_view text) {
   return {std::string(text.substr(0, text.rfind('&')))};
 }
 
+// The path of a command line, in capitals: up to the closing quote, else up to the first of the
+// known endings, else all of it. A name without a folder says too little to join by.
 Names PathsOf(std::string_view text) {
   if (text.starts_with("\\??\\")) text.remove_prefix(4);
   if (text.starts_with('"')) {
@@ -107,6 +109,7 @@ std::string WordsOf(const Place& place) {
 }
 
 // By what it is and its name in capitals.
+// A map, so that the rows come sorted by what and name.
 using Joined = std::map<std::pair<std::string_view, std::string>, std::vector<Place>>;
 
 void AddRows(const Rule& rule, const HtmlSection& section, Joined& joined) {
@@ -121,11 +124,13 @@ void AddRows(const Rule& rule, const HtmlSection& section, Joined& joined) {
   }
 }
 
+// By two lists at least; two rows of one list are that list's own matter.
 bool IsToldTwice(const std::vector<Place>& places) {
   return std::ranges::any_of(places,
                              [&](const Place& place) { return place.list != places.front().list; });
 }
 
+// As the list writes it.
 std::string_view OffsetOf(const Place& place) {
   const std::string_view value = CellOf(place, "Value Offset");
   return value.empty() ? CellOf(place, "Key Offset") : value;

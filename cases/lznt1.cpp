@@ -16,6 +16,8 @@ bool CopyBack(std::vector<uint8_t>& out, size_t start, size_t back, size_t lengt
 }
 
 // How many of a pair's 16 bits are its length: fewer, the further the output has come.
+// A distance reaches no further back than the chunk's start: with 16 bytes done or fewer 4 bits are
+// enough for it, and each doubling takes one bit from the length, down to 4.
 uint32_t LengthBits(size_t done) {
   uint32_t bits = 12;
   for (size_t reach = 16; done > reach && bits > 4; reach *= 2) --bits;
@@ -83,6 +85,15 @@ uint32_t DecodeLznt1(ByteView bytes, uint32_t most, std::vector<uint8_t>& out) {
 
 namespace {
 
+// A length is 3 more than its bits say. Bits of 7 go on in half a byte: two references share it,
+// the low half for the first and the high half for the next that needs one. 15 there goes on in a
+// byte, 255 there in 16 bits that count from 0 anew:
+//
+//    3 bits beside the distance   0 to 6: that
+//    half a byte                  0 to 14: 7 more
+//    a byte                       0 to 254: 7 + 15 more
+//    16 bits                      the whole, at least 22
+//
 // What a match's length has beyond the three bits beside its distance.
 struct LengthReader {
   ByteView bytes;
@@ -116,6 +127,7 @@ struct LengthReader {
 
 }  // namespace
 
+// The last match may be longer than what is left of the page: it is cut there.
 uint32_t DecodePlainLz77(ByteView bytes, uint32_t most, std::vector<uint8_t>& out) {
   const size_t start = out.size();
   const size_t end = start + most;

@@ -57,6 +57,7 @@ void AddGap(Bins& bins, uint32_t at, uint32_t size) {
 }
 
 // A new bin with room for a cell of that size.
+// Only the first bin has a time: systems leave it 0 in those that they add.
 void AddBin(Bins& bins, uint64_t cell) {
   const auto start = static_cast<uint32_t>(bins.bytes.size() - kBaseBlockSize);
   const uint64_t size = RoundUp(cell + kBinHeaderSize, kBinStep);
@@ -191,12 +192,14 @@ uint32_t LongestData(const NewKey& key) {
   return static_cast<uint32_t>(longest);
 }
 
+// In bytes, as UTF-16, however the names are stored.
 uint32_t LongestName(const NewKey& key) {
   size_t longest = 0;
   for (const NewValue& value : key.values) longest = std::max(longest, value.name.size());
   return static_cast<uint32_t>(2 * longest);
 }
 
+// The root's flags are always those of a root, whatever the key had.
 uint16_t StoredFlags(const NewKey& key) {
   if (key.parent == kNoNewKey)
     return IsByteName(key.name) ? kRootKeyFlags : kRootKeyFlags & ~kKeyNameIsBytes;
@@ -266,6 +269,8 @@ uint32_t AddSubkeyList(Bins& bins, const NewHive& hive, std::span<const uint32_t
 }
 
 // What a key says of its subkeys.
+// Written once the cells of all keys have their places. Lengths of names are in bytes of UTF-16, of
+// class names in bytes.
 void AddSubkeys(Bins& bins, const NewHive& hive, uint32_t number, const KeyPlaces& places) {
   constexpr uint32_t kLongestClass = 60;  // of the subkeys' class names, bytes
   const std::vector<uint32_t>& keys = places.children[number];
@@ -287,6 +292,7 @@ void AddSubkeys(Bins& bins, const NewHive& hive, uint32_t number, const KeyPlace
 
 // --- security ------------------------------------------------------------------------------------
 
+// A ring in the order of the descriptors; a count of uses is of keys that have it.
 void AddSecurity(Bins& bins, const NewHive& hive, KeyPlaces& places) {
   std::vector<uint32_t> uses(hive.descriptors.size());
   for (const NewKey& key : hive.keys) ++uses[key.descriptor];
@@ -341,6 +347,7 @@ std::vector<std::vector<uint32_t>> ChildrenOf(const NewHive& hive) {
 }
 
 // Numbers of keys in the order of a walk, parents first.
+// With a stack of its own: a tree may be deeper than calls may nest.
 std::vector<uint32_t> WalkOrder(const NewHive& hive) {
   std::vector<std::vector<uint32_t>> children = ChildrenOf(hive);
   for (std::vector<uint32_t>& of_key : children) {
@@ -390,6 +397,8 @@ void SortNewHive(NewHive& hive) {
   hive = std::move(sorted);
 }
 
+// All keys come first, each with its values, then lists of subkeys, then security records: a list
+// needs the cells of its keys, and a key's parent has its cell already as parents come first.
 std::vector<uint8_t> BytesOfNewHive(const NewHive& hive) {
   if (hive.keys.empty()) return {};
   Bins bins;

@@ -71,6 +71,7 @@ bool HoldsContent(const Reopened& opened, const NewHive& content) {
   return IsSound(CheckHive(BytesOfImage(opened.hive())));
 }
 
+// Asked before and again after writing, as another program may have made a file there meanwhile.
 RepairFault RefusalOf(const std::string& name) {
   if (IsProtected(name)) return RepairFault::kProtected;
   return RefusalOfOutput(name, OutputMode::kNew) == EEXIST ? RepairFault::kExists
@@ -87,6 +88,8 @@ bool WriteBytes(const std::string& name, ByteView bytes, int& error) {
 }
 
 // What is read back must be these bytes, and what `holds` wants of it.
+// Written under another name in the same folder and put in place only then: nobody finds a file
+// there that was not verified.
 template <typename Holds>
 void WriteVerified(const std::string& name, ByteView bytes, Repaired& repaired,
                    const Holds& holds) {

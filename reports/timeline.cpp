@@ -36,6 +36,7 @@ bool IsRunKey(std::string_view path) {
 }
 
 // `"OneDrive", "Ditto"`.
+// At most 64 names; how many more there are is said.
 std::string ValueNames(const HiveImage& hive, uint32_t key) {
   constexpr size_t kMost = 64;
   std::vector<uint32_t> values;
@@ -75,6 +76,8 @@ void AddEvent(Timeline& timeline, const TimelineOptions& options, TimelineEvent 
   }
 }
 
+// In the order of the tree, so that texts that belong together are near each other in memory. The
+// cost is that of the paths: linear in the keys below the item.
 void AddKeys(Timeline& timeline, const HiveImage& hive, const KeyTree& tree,
              const TimelineOptions& options) {
   PathWalker paths(hive, tree);
@@ -109,6 +112,8 @@ void AddKeys(Timeline& timeline, const HiveImage& hive, const KeyTree& tree,
   }
 }
 
+// Freed keys are not counted among the hive's keys; those outside the times asked for are not
+// counted at all.
 void AddFreedKeys(Timeline& timeline, const HiveImage& hive, const KeyTree& tree,
                   const TimelineOptions& options) {
   FreedSource from(hive, tree);
@@ -164,6 +169,13 @@ ByteView BaseBlockBytes(const HiveImage& hive) {
   return IsReplayed(hive) ? hive.logs->before_bytes() : ImageBytes(hive);
 }
 
+// Which times a base block holds (FILETIME, UTC; offsets from the file's start):
+//
+//    12       last write of the hive; systems from Windows 8.1 on leave it as it was
+//    168      last reorganising; bits 0 and 1 are not of the time: 1 defragmented, 2 access bits
+//             cleared
+//    512      time of a hive made offline, where "OfRg" is at 168 or at 176: then 168 is no time
+//    4096+20  of the first block, where one begins there
 void AddBaseTimes(Timeline& timeline, const HiveImage& hive, const TimelineOptions& options) {
   constexpr uint32_t kOfflineMark = 0x6752664F;  // "OfRg"
   constexpr uint32_t kOfflineMarks[] = {168, 176};
@@ -198,6 +210,7 @@ void AddBaseTimes(Timeline& timeline, const HiveImage& hive, const TimelineOptio
 }
 
 // "NAME" of "...\Users\NAME\NTUSER.DAT", as the base block stores the end of the path.
+// Empty for other files of a user, as UsrClass.dat, whose folder is not the profile's.
 std::string UserOfStoredName(const HiveImage& hive) {
   const std::string name = TextOfWide(ReadBaseBlock(BaseBlockBytes(hive)).file_name);
   constexpr std::string_view kFile = "\\ntuser.dat";
@@ -236,12 +249,15 @@ bool AddToTimeline(Timeline& timeline, const HiveImage& hive, const KeyTree& tre
   return true;
 }
 
+// Stable.
 void SortTimeline(Timeline& timeline) {
   SortByKeys(timeline.events, [](const TimelineEvent& event) {
     return SortKey{event.time, uint64_t{event.hive} << 32 | event.offset};
   });
 }
 
+// The computer's name by the control set that is current, or by the first of the sets 1 to 3 that
+// has one.
 void NameMachine(const HiveImage& hive, const KeyTree& tree, TimelineHive& about) {
   for (const uint32_t set : {ReadControlSets(hive, tree).current, 1U, 2U, 3U}) {
     const std::string path =

@@ -50,6 +50,7 @@ std::string ZoneText(int minutes_east) {
 }
 
 // Times as texts. In their order many are of one day, whose text is kept.
+// Only the digits of the clock are put into it anew.
 struct TimeWriter {
   explicit TimeWriter(int minutes) : minutes_east(minutes), zone(ZoneText(minutes)) {}
   int minutes_east;
@@ -131,6 +132,9 @@ void AppendName(const Timeline& timeline, const TimelineEvent& event, std::strin
   out += StateMark(event.state);
 }
 
+// Fields between bars: 0 for no hash; name; the cell's place in the file, as the number of an
+// inode; mode; user and group, 0; the number of values, as the size; then four times in seconds
+// since 1970, of which only the second, of the last modification, is known.
 void AppendBodyfile(const Timeline& timeline, const TimelineEvent& event, std::string& out) {
   out += "0|";
   AppendName(timeline, event, out);
@@ -143,6 +147,7 @@ void AppendBodyfile(const Timeline& timeline, const TimelineEvent& event, std::s
   out += "|0|0\n";
 }
 
+// Fields between bars: seconds since 1970, source, host, user, description.
 void AppendTln(const Timeline& timeline, const TimelineEvent& event, std::string& out) {
   const TimelineHive& hive = timeline.hives[event.hive];
   AppendUnixSeconds(event.time, out);
@@ -155,6 +160,8 @@ void AppendTln(const Timeline& timeline, const TimelineEvent& event, std::string
   out += '\n';
 }
 
+// Quotes where the text has a comma, a quote or a line's end. With `safe` an apostrophe comes
+// before what a spreadsheet would take for a formula.
 void AppendCsvField(std::string_view text, bool safe, std::string& out) {
   const bool formula =
       safe && !text.empty() && std::string_view("=+-@\t").find(text[0]) != std::string_view::npos;
@@ -242,6 +249,8 @@ void AppendJson(const Timeline& timeline, const TimelineEvent& event, TimeWriter
   out += "}\n";
 }
 
+// Seventeen columns. Local time without decimals; the FILETIME is in the last column. What is no
+// time has zeros for its date, so that no line is lost.
 void AppendPlaso(const Timeline& timeline, const TimelineEvent& event, const TimelineLook& look,
                  std::string& message, std::string& out) {
   std::string date = "00/00/0000";
@@ -279,6 +288,7 @@ const char* HeaderOf(TimelineForm form) {
 }
 
 // What is kept from one event to the next.
+// `out` holds up to kPiece bytes, and a line more, before they are handed on.
 struct EventWriter {
   const Timeline& timeline;
   const TimelineLook& look;
