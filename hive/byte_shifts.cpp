@@ -32,6 +32,8 @@ constexpr uint32_t kWindow = 4096 - 8;  // how far cells look for where they are
 constexpr size_t kMostAsked = 16;       // cells of a stretch that look
 constexpr uint32_t kFewMisfits = 3;
 
+// Distances count modulo 2^32: the difference of two near ones is small or, as a signed number,
+// negative.
 int64_t Signed(uint32_t difference) { return static_cast<int32_t>(difference); }
 
 // --- which distance from header to header
@@ -79,6 +81,7 @@ uint32_t TakenBy(const Shifts& shifts, size_t header) {
 }
 
 // How well the stretch that a header begins fits at a distance.
+// Linear in the records of the stretch.
 int FitOfStretch(const Shifts& shifts, size_t header, uint32_t distance) {
   const BinHeader& bin = shifts.headers[header];
   int fit = 0;
@@ -339,6 +342,8 @@ uint32_t StepAt(Bytes bytes, uint32_t position) {
 }
 
 // From which places, in steps of 8 back from `end`, cells follow each other to it.
+// A bit for each 8 bytes, found in one pass back from the end: a place reaches it when the place
+// that its cell leads to does.
 class Reach {
  public:
   Reach(Bytes bytes, uint32_t begin, uint32_t end) : end_(end), reaches_((end - begin) / 8 + 1) {
@@ -440,6 +445,8 @@ uint32_t FindBreak(const Shifts& shifts, const Change& change, uint32_t& hit) {
   return reach.FirstFrom(last + 8);
 }
 
+// Where bytes were put in they are between the two ends; where some are lost both ends are one
+// place.
 Break LocateChange(const Shifts& shifts, const Change& change) {
   const int64_t moved = change.Moved();
   const auto size = static_cast<int64_t>(shifts.bytes.size());
@@ -667,6 +674,9 @@ void DropDoubtful(const Shifts& shifts, const Region& region, std::span<const Wi
   }
 }
 
+// A change by whole pages is at a page's start, if that explains nearly all records. Else each
+// record is given a distance, among those of the two pins and those that records vote for, and
+// where two that follow each other differ the cells tell the place of the change.
 void KeepRegion(const Shifts& shifts, const Region& region, std::vector<KeptStretch>& kept) {
   const std::span<const Witness> records = shifts.RecordsIn(region.begin, region.end);
   Break whole;
@@ -743,6 +753,8 @@ uint32_t EndByBaseBlock(Bytes bytes) {
   return sound ? block.length : UINT32_MAX;
 }
 
+// Pins first, by headers and records; then each region between two pins by itself. The last region
+// is open, as nothing after it says at which distance it ends.
 std::vector<KeptStretch> FindShifts(Bytes bytes, uint32_t first, bool anchored) {
   Shifts shifts{bytes, first, anchored, FindBinHeaders(bytes), {}, {}, UINT32_MAX, {}};
   for (size_t header = 0; header < shifts.headers.size(); ++header) {

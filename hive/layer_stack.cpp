@@ -23,6 +23,9 @@ uint64_t RoomOf(const HiveImage& hive) {
 
 // --- the image -----------------------------------------------------------------------------------
 
+// The layers' bytes one after another, the topmost first, each at a page with at least kGap zeros
+// after it. A layer whose bytes were put together again can't be in a stack: its places are not
+// those of its file.
 StackResult CopyLayers(std::vector<TreeOfLayer>& from, LayerStack& layers, HiveImage& stack) {
   uint64_t length = 0;
   for (uint32_t i = 0; i < from.size(); ++i) {
@@ -168,6 +171,8 @@ class StackTree {
   }
   bool IsTombstoneKey(const Part& part) const { return SemanticsOf(part) == KeyLayer::kTombstone; }
 
+  // From the topmost part down to the first that ends it: a tombstone hides itself and all below, a
+  // key that supersedes hides all below, one that supersedes locally only values below.
   Scope ScopeOf(const Parts& parts) const {
     Scope scope{parts.size(), parts.size(), {}, {}};
     for (size_t i = 0; i < parts.size(); ++i) {
@@ -198,6 +203,7 @@ class StackTree {
     frames_.push_back({item, ChildrenOf(parts, scope, hidden)});
   }
 
+  // A copy of the layer's item with its positions moved to where the stack has the layer's bytes.
   uint32_t AddItem(const Part& part, uint32_t parent) {
     const auto item = static_cast<uint32_t>(tree_.items.size());
     KeyItem copy = ItemOf(part);
@@ -318,6 +324,8 @@ class StackTree {
   };
 
   // Notes of the value, of a part whose values count, and whether it is there.
+  // Names are settled by the topmost part that has them. In one part the same name twice is not
+  // hidden by itself.
   HiddenNote NoteOfValue(const Part& part, const StackValue& value,
                          std::unordered_map<std::string, Named>& named) const {
     if (value.position == kNoOffset) return {};
@@ -332,6 +340,8 @@ class StackTree {
     return tombstone ? HiddenNote{HiddenBy::kTombstone, part.layer} : HiddenNote();
   }
 
+  // Facts are kept for keys of several parts or with something hidden alone; of others the layer's
+  // own record says all.
   void JoinKeys(const Parts& parts, const Scope& scope, HiddenNote hidden) {
     StackKey key;
     bool plain = parts.size() == 1 && hidden.by == HiddenBy::kNothing;
@@ -391,6 +401,7 @@ class StackTree {
     CloseItem(tree_, tree_.disconnected_values);
   }
 
+  // Of a position with several items the first one made counts.
   void FillIndex() {
     ResetIndex(tree_.key_positions, stack_.length);
     for (const auto& [position, item] : owners_) InsertPosition(tree_.key_positions, position);

@@ -93,6 +93,7 @@ bool Rebuild(HiveImage& hive, const std::vector<Part>& parts) {
   return true;
 }
 
+// `place` and `to` are in the file, `count` is of bytes.
 void Note(HiveImage& hive, MoveKind kind, uint32_t place, uint32_t count, uint32_t to = 0) {
   std::vector<UndoneMove>& undone = hive.places.undone;
   if (!undone.empty() && kind != MoveKind::kPutIn && kind != MoveKind::kLost) {
@@ -196,6 +197,9 @@ std::vector<Part> PartsOfShifts(HiveImage& hive, const std::vector<KeptStretch>&
   return parts;
 }
 
+// True when the image or its distance changed; `own_length` is where the hive's own bytes end in
+// what the image then is. Without a base block the first stretch is where it is, but for the bytes
+// that bring its cells to multiples of 8.
 bool UndoShifts(HiveImage& hive, uint32_t& own_length) {
   own_length = hive.length;
   const std::vector<KeptStretch> kept =
@@ -211,6 +215,7 @@ bool UndoShifts(HiveImage& hive, uint32_t& own_length) {
 
 // --- pages
 
+// Before the image is put together again, as the places are those of the old one.
 void NotePages(HiveImage& hive, const Pages& pages, const PageMoves& moves) {
   const auto place = [&](uint32_t page) {
     return PlaceOfImage(hive, pages.first + page * kPageSize);
@@ -278,6 +283,8 @@ bool UndoPageMoves(HiveImage& hive, uint32_t own_length) {
 
 }  // namespace
 
+// Blocks that follow each other to the end. The cells are followed only where a page could hide a
+// change: in blocks of several pages, and in the last one.
 bool IsInOrder(const HiveImage& hive) {
   const std::span<const uint8_t> bytes = ImageBytes(hive);
   const uint32_t length = hive.length;
@@ -303,6 +310,7 @@ bool IsInOrder(const HiveImage& hive) {
 
 namespace {
 
+// At most three rounds of pages each time: with pages in their places more of the rest can be told.
 bool UndoAll(HiveImage& hive) {
   constexpr int kMostRounds = 3;
   uint32_t own_length = hive.length;

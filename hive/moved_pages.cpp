@@ -40,6 +40,7 @@ struct PageWork {
   }
 };
 
+// Sorted by counting, as there are millions of references and only few pages.
 PageWork PrepareWork(Bytes bytes, const Pages& pages) {
   PageWork work{bytes, pages, {}, {}, {}, {}, 0};
   const std::vector<Witness> records = FindRecords(bytes);
@@ -147,6 +148,7 @@ std::vector<Worth> WeighInPlace(PageWork& work) {
 }
 
 // Whole blocks in place. Where the next page with a header is ends the one before.
+// From the last page back, so that the next header's page is known.
 void FindWholeBlocks(PageWork& work) {
   const uint32_t own = work.pages.own;
   work.whole.assign(own, false);
@@ -234,6 +236,7 @@ std::vector<Bid> CollectBids(const PageWork& work, const std::vector<Worth>& in_
   return bids;
 }
 
+// Of whole 8 bytes: rest bytes of a page cut short are compared by Twins alone.
 uint64_t HashOf(Bytes page) {
   uint64_t hash = page.size();
   for (size_t i = 0; i + 8 <= page.size(); i += 8) {
@@ -321,6 +324,8 @@ Pages PagesOf(uint32_t distance, uint32_t own_length, uint32_t length) {
   return pages;
 }
 
+// Pages without a place bid for places without a page; the best bids are settled first. Then what
+// those places held, and copies of what is in its place.
 PageMoves FindPageMoves(Bytes bytes, const Pages& pages) {
   PageMoves moves;
   moves.source.resize(pages.own);

@@ -14,6 +14,7 @@ namespace hivequarry {
 namespace {
 
 // Of stretches from which no offset leads anywhere.
+// A distance of a hive is a multiple of 4 at most, and never this far: no stretch has it by itself.
 constexpr uint32_t kNoDelta = 0x80000004;
 // Shorter gaps lie inside one cell or two; what they held is missing there.
 constexpr uint32_t kShortestGap = 64;
@@ -61,6 +62,8 @@ bool HasBaseBlock(const HiveImage& hive) {
 }
 
 // The distance when headers contradict the base block, or each other.
+// In this order: a base block with a header that agrees; a base block with bytes put in or lost
+// after it; headers that agree with each other; then how many records are where others name them.
 uint32_t WeighDistances(const HiveImage& hive, const std::vector<BinHeader>& headers,
                         bool& proven) {
   uint32_t count = 0;
@@ -129,6 +132,7 @@ std::vector<Strangers> FindStrangers(const HiveImage& hive, const std::vector<Bi
 }
 
 // References of the stretch's records into itself that hold at its own distance.
+// Some thousands are enough to tell; a large stretch has millions.
 uint32_t HeldAmongThemselves(const HiveImage& hive, const Strangers& strangers) {
   constexpr size_t kMost = 4096;
   const std::span<const uint8_t> bytes = ImageBytes(hive);
@@ -147,6 +151,8 @@ uint32_t HeldAmongThemselves(const HiveImage& hive, const Strangers& strangers) 
   return held;
 }
 
+// Whether headers at another distance are another hive's, or blocks of this one that were moved: by
+// what this hive's records find there, against what the stretch's own find in itself.
 struct Verdict {
   const HiveImage& hive;
   const Pages pages;
@@ -188,6 +194,8 @@ Verdict PrepareVerdict(const HiveImage& hive, const std::vector<BinHeader>& head
   return verdict;
 }
 
+// Runs come in ascending order; one that begins inside the last is left out, and what is between
+// two is the hive's own.
 void AddRun(HiveImage& hive, uint32_t begin, uint32_t end, uint32_t delta) {
   end = std::min(end, hive.length);
   if (begin >= end) return;
@@ -253,6 +261,7 @@ void AddGaps(const HiveImage& hive, std::vector<OffsetRun>& runs) {
   }
 }
 
+// Only where there are runs. A position before the first is in it, one after the last in that.
 const OffsetRun& RunAt(const HiveImage& hive, uint32_t position) {
   const auto after =
       std::upper_bound(hive.offset_runs.begin(), hive.offset_runs.end(), position,
@@ -262,6 +271,7 @@ const OffsetRun& RunAt(const HiveImage& hive, uint32_t position) {
 
 }  // namespace
 
+// The usual case costs one look: a base block with the header of offset 0 where it should be.
 bool FindDataBase(HiveImage& hive) {
   BinHeader bin;
   if (hive.header_valid && ReadBinHeader(ImageBytes(hive), hive.data_start, bin) &&
@@ -304,6 +314,8 @@ void AddLayerRuns(const HiveImage& layer, uint32_t start, uint32_t end, bool top
   runs.back().end = end;
 }
 
+// Offsets of the hive's own bytes lead to its own bytes, those of a foreign stretch into a stretch
+// at the same distance, and all others nowhere.
 uint32_t ResolveOffset(const HiveImage& hive, uint32_t offset, uint32_t field) {
   const OffsetRun& from = RunAt(hive, field);
   if (!from.foreign) {

@@ -16,12 +16,15 @@ namespace {
 
 using Bytes = ByteView;
 
+// More than any hive has: what a field says beyond is no count but other bytes.
 constexpr uint32_t kMostSubkeys = 0x1000000;
 constexpr uint32_t kMostValues = 0x100000;
 constexpr size_t kPollEach = 4096;  // records after which a stop is asked for
 
+// Cells begin at multiples of 8.
 bool CouldBeOffset(uint32_t offset) { return offset % 8 == 0 || offset == kNoOffset; }
 
+// Callers ask first whether the size has its four bytes.
 bool IsRecordCell(Bytes bytes, uint32_t position, uint32_t needed) {
   const uint32_t size = LoadU32(&bytes[position]);
   const uint32_t length = CellLength(size);
@@ -29,6 +32,7 @@ bool IsRecordCell(Bytes bytes, uint32_t position, uint32_t needed) {
          length <= bytes.size() - position;
 }
 
+// Stricter than the readers of keys on purpose: a chance match here would move bytes.
 bool IsKeyRecord(Bytes bytes, uint32_t p) {
   if (bytes.size() - p < kKeyName) return false;
   const uint32_t name = LoadU16(&bytes[p + kKeyNameLength]);
@@ -38,6 +42,7 @@ bool IsKeyRecord(Bytes bytes, uint32_t p) {
          CouldBeOffset(LoadU32(&bytes[p + kKeySubkeyList]));
 }
 
+// A cell much longer than the record needs is rather other bytes than a value.
 bool IsValueRecord(Bytes bytes, uint32_t p) {
   if (bytes.size() - p < kValueName) return false;
   const uint32_t needed = kValueName + LoadU16(&bytes[p + kValueNameLength]);
@@ -84,6 +89,8 @@ bool IsValueList(Bytes bytes, uint32_t position, uint32_t count) {
 // How many entries of value lists are read: each of a sound hive's values is in one list.
 uint64_t EntryBudget(Bytes bytes) { return bytes.size() / 8; }
 
+// For each entry of the value lists that keys lead to at one distance: the value's offset and the
+// key's position. The lists have no signature, so a key's count is all that tells one.
 template <typename Add>
 void ForEachValueEntry(Bytes bytes, std::span<const Witness> records, uint32_t distance,
                        uint64_t& budget, const Add& add) {
@@ -104,6 +111,8 @@ void ForEachValueEntry(Bytes bytes, std::span<const Witness> records, uint32_t d
   }
 }
 
+// What a record says of others. Of a root key the parent is left out: it is an offset in no hive,
+// or what a system left there.
 template <typename Add>
 void ForEachReference(Bytes bytes, const Witness& record, const Add& add) {
   const uint8_t* cell = &bytes[record.position];
@@ -147,6 +156,8 @@ void ForEachReference(Bytes bytes, const Witness& record, const Add& add) {
 
 // --- the set: open addressing, a power of two of places, at most half of them taken
 
+// The multiplier is 2^32 divided by the golden ratio: it spreads words that differ in low bits
+// alone. Only with room left (Grow).
 size_t OffsetSet::PlaceOfWord(uint32_t word) const {
   const size_t mask = words_.size() - 1;
   size_t at = (word * 2654435761U >> 7) & mask;
@@ -183,6 +194,7 @@ bool OffsetSet::Has(CellKind kind, uint32_t offset) const {
 
 // --- records
 
+// 16 bytes: the shortest record, a list of one entry.
 CellKind RecordAt(Bytes bytes, uint32_t position) {
   if (bytes.size() < 16 || position > bytes.size() - 16) return CellKind::kNone;
   const uint16_t signature = LoadU16(&bytes[position + 4]);
@@ -264,6 +276,8 @@ void AddReferences(Bytes bytes, const Witness& record, std::vector<Reference>& r
   ForEachReference(bytes, record, [&](const Reference& r) { references.push_back(r); });
 }
 
+// A cell may be longer than what is in it by what its place had before: lists up to twice their
+// need and 64 bytes, data up to 16.
 uint32_t Agreement(Bytes cell, const Reference& reference) {
   if (cell.size() < 8) return 0;
   const uint32_t size = LoadU32(cell.data());

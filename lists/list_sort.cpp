@@ -16,11 +16,12 @@ constexpr uint32_t kStopInterval = 4096;        // rows or comparisons between t
 constexpr size_t kKeyRoom = size_t{256} << 20;  // bytes for the stored keys of all rows
 constexpr size_t kLeastKey = 32;
 constexpr size_t kLargestKey = 1024;
-constexpr size_t kLongestText = 4096;  // characters that the order of texts looks at
+constexpr size_t kLongestText = 4096;  // bytes that the order of texts looks at
 constexpr size_t kChunkSize = size_t{1} << 20;
 
 // A row with what it is compared by. Numbers are in `head` alone; of a text's key it holds the
 // first bytes that differ between rows.
+// 24 bytes a row, so that sorting moves little.
 struct SortRow {
   uint64_t head = 0;
   const char* key = nullptr;
@@ -56,6 +57,8 @@ uint64_t ReadNumber(std::string_view text, size_t& at, uint64_t most) {
 
 constexpr uint64_t kZero = uint64_t{1} << 63;  // negative numbers lie below it
 
+// The number at the text's start after blanks; what is none counts as 0. Larger ones than 63 bits
+// are as the largest.
 uint64_t NumberKey(std::string_view text) {
   size_t at = std::min(text.find_first_not_of(" \t"), text.size());
   const bool negative = at < text.size() && text[at] == '-';
@@ -65,6 +68,7 @@ uint64_t NumberKey(std::string_view text) {
 }
 
 // Two bytes for the year and one for each of the six numbers after it.
+// A text with fewer numbers has zeros for the rest, as the earliest of its day.
 uint64_t DateKey(std::string_view text) {
   constexpr int kParts = 7;
   uint64_t key = 0;
@@ -116,6 +120,8 @@ uint64_t NumberOf(const OutputList& list, uint32_t row, const SortRequest& reque
   }
 }
 
+// After a stop all rows count as equal, which ends a merge sort fast; the order is worth nothing
+// then.
 void SortByNumbers(std::vector<SortRow>& rows, bool descending, StopPoll& poll) {
   std::stable_sort(rows.begin(), rows.end(), [&](const SortRow& a, const SortRow& b) {
     return !Stopped(poll) && (descending ? b.head < a.head : a.head < b.head);
@@ -204,6 +210,8 @@ void SetHeads(std::vector<SortRow>& rows) {
   }
 }
 
+// By the eight bytes, then the stored keys, then, where both were cut or none is stored, the texts
+// themselves.
 bool IsBefore(const TextSort& sort, const KeyStore& store, const SortRow& a, const SortRow& b) {
   if (a.head != b.head) return a.head < b.head;
   const int order = store.failed ? 0 : StoredKey(a).compare(StoredKey(b));
@@ -213,6 +221,8 @@ bool IsBefore(const TextSort& sort, const KeyStore& store, const SortRow& a, con
   return TextOf(sort, a) != TextOf(sort, b) && FullKey(sort, a) < FullKey(sort, b);
 }
 
+// Keys of all rows take at most kKeyRoom bytes together, so each is longer the fewer rows there
+// are.
 void SortByTexts(TextSort sort, bool descending, std::vector<SortRow>& rows, StopPoll& poll) {
   sort.common = CommonPath(sort, rows);
   KeyStore store;

@@ -27,6 +27,7 @@ struct CodeRange {
 using CodeSet = std::vector<CodeRange>;
 
 // Ascending, without any that touch.
+// So that HasCode and Others may search and walk it.
 void Tidy(CodeSet& set) {
   std::ranges::sort(set, {}, &CodeRange::first);
   CodeSet tidy;
@@ -62,6 +63,7 @@ struct LetterPair {
   char16_t capital;
 };
 
+// Made once, of the 65,536 units of UTF-16: capitals are known for these alone.
 const std::vector<LetterPair>& LetterPairs() {
   static const std::vector<LetterPair> pairs = [] {
     std::vector<LetterPair> made;
@@ -108,6 +110,12 @@ const CodeSet& Blanks() {
 
 enum class PartKind : uint8_t { kSet, kAll, kOneOf, kRepeat, kPlace };
 
+// A node of the tree; `parts` are numbers in Reader::parts.
+//    kSet      one of the characters of `set`
+//    kAll      its parts, one after another
+//    kOneOf    one of its parts
+//    kRepeat   its one part, `least` to `most` times
+//    kPlace    no character: a condition of the place
 struct Part {
   PartKind kind = PartKind::kAll;
   CodeSet set;
@@ -128,6 +136,7 @@ struct Reader {
   bool failed() const { return !fault.empty(); }
 };
 
+// The first fault counts. Reading ends, as the rest of the text is passed.
 size_t Fail(Reader& reader, std::string words) {
   if (!reader.failed()) reader.fault = std::move(words);
   reader.at = reader.text.size();
@@ -139,6 +148,7 @@ size_t AddPart(Reader& reader, Part part) {
   return reader.parts.size() - 1;
 }
 
+// Cases are added before the set is turned round, so that "[^a]" is neither of the two.
 size_t AddSet(Reader& reader, CodeSet set, bool others = false) {
   if (!reader.form.match_case) AddOtherCase(set);
   if (others) set = Others(std::move(set));
@@ -413,6 +423,7 @@ size_t ReadRepeated(Reader& reader, int depth) {
   return repeated;
 }
 
+// Up to the group's end or the text's: "a|b|" has an empty last choice, which holds everywhere.
 size_t ReadChoices(Reader& reader, int depth) {
   Part choices;
   choices.kind = PartKind::kOneOf;
@@ -445,6 +456,7 @@ size_t ReadPlain(Reader& reader) {
 
 // --- steps ---------------------------------------------------------------------------------------
 
+// `written` bounds the time that nested repeats take: (a{1000}){1000} would be a million parts.
 struct Writer {
   const std::vector<Part>& parts;
   PatternProgram program;
@@ -494,6 +506,7 @@ void Encode(uint32_t code, int length, uint8_t* bytes) {
 }
 
 // Cut where the encoding becomes longer, and where a byte would not be free over its whole range.
+// Surrogates are left in: text here may have them, encoded as three bytes.
 std::vector<ByteRun> RunsOf(const CodeSet& set) {
   constexpr uint32_t kLongest[] = {0x7F, 0x7FF, 0xFFFF};
   std::vector<CodeRange> open(set.rbegin(), set.rend());
@@ -569,6 +582,8 @@ void WriteChoices(Writer& writer, const Part& part) {
   }
 }
 
+// Without a limit: a fork into the part, which leads back to the fork. With one: the part again and
+// again, with a fork past the rest before each that may be left out.
 void WriteRepeat(Writer& writer, const Part& part) {
   for (uint32_t i = 0; i < part.least && !writer.full; ++i) WritePart(writer, part.parts[0]);
   if (part.most == kNoLimit) {

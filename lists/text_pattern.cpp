@@ -118,6 +118,7 @@ bool Follow(TextPattern& pattern, const Place& from, size_t symbol, Place& to) {
 }
 
 // What a symbol leads to from a state; whoever asks again finds it in the table.
+// The first step is among those of each state: a match may begin anywhere, so a text is read once.
 int32_t MakeNext(TextPattern& pattern, int32_t state, size_t symbol) {
   Place to;
   const auto row = static_cast<size_t>(state);
@@ -150,6 +151,8 @@ void StartStates(TextPattern& pattern) {
 }
 
 // The state stays what it was; its number may be another one afterwards.
+// A pattern may have more states than memory: they are made as texts need them, and all thrown away
+// when there are many.
 int32_t ForgetStates(TextPattern& pattern, int32_t state) {
   Place place = std::move(pattern.places[static_cast<size_t>(state)]);
   StartStates(pattern);
