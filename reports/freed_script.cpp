@@ -51,6 +51,7 @@ std::vector<bool> FindParted(const HiveImage& hive, const FreedRecords& records)
   return parted;
 }
 
+// Values are sorted by their keys once; each key's are found by a search in them.
 class FreedWriter {
  public:
   FreedWriter(FreedSource& from, const FreedChoice& choice, const TextSink& sink, ScriptForm form)
@@ -63,6 +64,8 @@ class FreedWriter {
     std::ranges::stable_sort(values_, {}, [&all](uint32_t row) { return all[row].key; });
   }
 
+  // Chosen keys come in ascending order of position (their rows are), which the search in `written`
+  // needs.
   FreedExport Write(const FreedChoice& choice) {
     bytes_ = ScriptMark(form_);
     out_ += ScriptHead(form_);
@@ -200,6 +203,7 @@ class FreedWriter {
 };
 
 // A chosen freed key, or one below it.
+// At most kDeepest levels up: freed keys may name each other in a circle.
 std::vector<bool> WithThoseBelow(const FreedRecords& records, const std::vector<bool>& chosen) {
   constexpr uint32_t kDeepest = 512;
   std::vector<bool> all = chosen;

@@ -21,6 +21,8 @@ namespace {
 
 constexpr uint16_t kComparedFlags = 0x0010;  // of a key: it is a symbolic link
 
+// What one comparison keeps from key to key. Differences in branches that patterns name are counted
+// apart, and no rows are made of them.
 struct Comparing {
   PairWalk walk;
   HiveDifferences& heeded;
@@ -105,6 +107,7 @@ bool IsRecoveredIn(const ComparedSide& side, uint32_t item) {
   return item != kNoItem && !side.tree.items[item].connected;
 }
 
+// The path is side B's where it has the key, as that is the later state.
 void AddDifference(Comparing& compare, const Difference& row) {
   if (compare.ignoring) {
     ++compare.heeded.ignored;
@@ -149,6 +152,7 @@ bool IsBelow(const ComparedSide& side, uint32_t item, uint32_t above) {
 }
 
 // Items come in the order of a walk, so one that is below the last one's key is within its run.
+// The reference holds until the next key is added.
 ComparedKey& AddKey(Comparing& compare, uint32_t a, uint32_t b) {
   ComparedKeys& keys = *compare.keys;
   std::vector<uint32_t>& above = compare.above;
@@ -162,6 +166,8 @@ ComparedKey& AddKey(Comparing& compare, uint32_t a, uint32_t b) {
   return keys.back();
 }
 
+// From the last key back: a parent comes before its keys, so its end is known once all after it
+// were seen.
 void CloseKeys(ComparedKeys& keys) {
   for (size_t i = keys.size(); i-- > 1;) {
     ComparedKey& parent = keys[keys[i].parent];
@@ -171,6 +177,8 @@ void CloseKeys(ComparedKeys& keys) {
 
 // --- keys ----------------------------------------------------------------------------------------
 
+// Into the image; empty where the key's offset leads to no security record. Compared by its bytes,
+// as offsets of records differ between hives with the same security.
 ByteView DescriptorOf(const ComparedSide& side, uint32_t item) {
   const ByteView bytes = ImageBytes(side.hive);
   const uint32_t record = ReadOffset(side.hive, PositionOf(side, item) + kKeySecurity);
@@ -193,6 +201,7 @@ uint32_t FlagsOf(const ComparedSide& side, uint32_t item) {
 }
 
 // What was compared of two keys, but for their values; KeyDifference bits.
+// A script says nothing of these, so nothing differs from one.
 uint8_t CompareKeys(Comparing& compare, const KeyPair& pair) {
   const ComparedSide& a = compare.walk.a;
   const ComparedSide& b = compare.walk.b;
@@ -264,6 +273,7 @@ std::string NamesInOrder(const ComparedSide& side, const std::vector<uint32_t>& 
   return text;
 }
 
+// Only of values that both have: one added or removed is told of anyway.
 bool CompareOrder(Comparing& compare, const KeyPair& pair, std::vector<ValuePair> values) {
   std::erase_if(values, [](const ValuePair& value) {
     return value.pairing != Pairing::kBoth || value.a == kNoOffset || value.b == kNoOffset;
@@ -298,6 +308,7 @@ uint8_t CompareValues(Comparing& compare, const KeyPair& pair) {
 // --- the walk ------------------------------------------------------------------------------------
 
 // A key that one side lacks, with all below it.
+// One row for the whole branch, or one for each key with `deep`.
 void AddBranch(Comparing& compare, const KeyPair& pair) {
   const bool added = pair.pairing == Pairing::kOnlyB;
   const ComparedSide& side = added ? compare.walk.b : compare.walk.a;
@@ -368,6 +379,7 @@ std::string DifferenceWords(const HiveDifferences& differences) {
   return words;
 }
 
+// Why a difference may be the file's state and not the registry's; empty for no doubt.
 std::string DoubtOfSide(const HiveImage& hive, const ImageSummary& summary) {
   std::string doubt;
   const auto add = [&doubt](const char* words) {

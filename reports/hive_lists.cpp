@@ -50,6 +50,7 @@ class ValueRows {
       : hive_(hive), list_(list), options_(options) {}
 
   // The value at a position, or what a key's list names there. No row for what is no value.
+  // True too where the budget left the row out: that is told of by the budget, not as a loss.
   bool Add(uint32_t position, const RowOfKey& key) {
     if (!MayShowValue(hive_, position, budget_)) return true;
     const ValueKey value = options_.raw ? ReadValueWithin(hive_, position, budget_, data_)
@@ -104,6 +105,7 @@ class ValueRows {
 };
 
 // The value's name and type, then its detail view; for data that cannot be read, why.
+// The rows lead to the value.
 void AddValueDetail(const HiveImage& hive, const KeyTree& tree, const ValueKey& value,
                     OutputList& list) {
   const auto add = [&](const char* field, const std::string& text) {
@@ -203,6 +205,8 @@ OutputListPtr ListImageInfo(const HiveImage& hive, const ImageSummary& summary,
   return list;
 }
 
+// In the order of the tree. Copies of keys and made folders have no row; made keys have one without
+// a time.
 OutputListPtr ListKeyTree(const HiveImage& hive, const KeyTree& tree, uint32_t item,
                           const KeyListOptions& options) {
   OutputListPtr list = MakeOutputList(kListTree);
@@ -323,6 +327,8 @@ OutputListPtr ListDetail(const HiveImage& hive, const KeyTree& tree, uint32_t po
   return list;
 }
 
+// Of a stack the layer's own hive is read, without its tree: offsets in a record lead within that
+// layer.
 OutputListPtr ListRawRecord(const HiveImage& hive, const KeyTree& tree, uint32_t position) {
   if (hive.stack != nullptr) {
     return ListRawRecord(LayerHive(hive, position), KeyTree(),

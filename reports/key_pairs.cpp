@@ -12,6 +12,7 @@
 namespace hivequarry {
 namespace {
 
+// By capitals; keys of one name by their place, so that the pairs are the same each time.
 std::vector<PairedName> ChildrenOf(const ComparedSide& side, uint32_t item,
                                    const HiveCompareOptions& options) {
   std::vector<PairedName> children;
@@ -102,6 +103,7 @@ bool IsSameValue(const PairWalk& walk, uint32_t position_a, uint32_t position_b)
 
 // --- data ----------------------------------------------------------------------------------------
 
+// With `text`, strings are compared up to their first zero: what is after it no reader sees.
 bool SameData(const PairWalk& walk) {
   const SideValue& a = walk.value_a;
   const SideValue& b = walk.value_b;

@@ -72,6 +72,8 @@ class KeyFinder {
   }
 
   // The first child of that name. When none is known, `child` is from now on, unless it is kNoItem.
+  // Hashes of parent and name are the table's keys; where two meet the next number is tried, and
+  // the item itself tells whether it is the one. So no name is stored.
   uint32_t ChildAt(uint32_t parent, const std::string& capitals, uint32_t child) {
     constexpr uint64_t kSpread = 0x9E3779B97F4A7C15;
     for (uint64_t at = std::hash<std::string>()(capitals) ^ (parent + 1) * kSpread;; ++at) {
@@ -103,6 +105,7 @@ class HiveKeys : public HiveKeySource {
         finder_(hive, tree),
         sets_(ReadControlSets(hive, tree)) {}
 
+  // Values of the key before are gone; none are given until NextKey.
   void BeginAt(uint32_t item, uint32_t level) override {
     start_ = next_ = item;
     first_level_ = level;
@@ -202,6 +205,7 @@ class HiveKeys : public HiveKeySource {
   // The key that the walk begins at may be shown as a copy; others are given where they hang.
   bool IsGiven() const { return at_ == start_ ? IsKeyOrCopy(tree_, at_) : IsKeyItem(tree_, at_); }
 
+  // Levels count keys between, hidden ones too, from `first_level_` for the first key.
   uint32_t EnterLevel() {
     while (!levels_.empty() && at_ >= levels_.back()) levels_.pop_back();
     levels_.push_back(tree_.items[at_].end);

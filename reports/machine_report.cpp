@@ -22,6 +22,8 @@
 namespace hivequarry {
 namespace {
 
+// A hive that facts are read from. All of them are at hand before the first fact, as facts of one
+// field go together whatever hives they come from.
 struct Teller {
   const HiveImage& hive;
   const KeyTree& tree;
@@ -59,6 +61,7 @@ uint32_t Child(const Teller& teller, uint32_t parent, std::string_view name) {
   return recovered;
 }
 
+// `path` without a backslash at its ends; kNoItem as soon as a key of it is missing.
 uint32_t KeyBelow(const Teller& teller, uint32_t item, std::string_view path) {
   while (!path.empty() && item != kNoItem) {
     const size_t end = std::min(path.find('\\'), path.size());
@@ -98,6 +101,7 @@ std::vector<Place> PlacesOf(const Teller& teller, std::string_view path) {
 
 // --- rows ----------------------------------------------------------------------------------------
 
+// A row leads to its record only where one hive is told of: a list has one hive for its offsets.
 void AddFact(Overview& over, Teller& teller, const char* field, const SourceKey& key,
              const SourceValue* value, const std::string& text, const std::string& note) {
   const uint32_t offset = value != nullptr ? value->position : key.position;
@@ -131,6 +135,7 @@ bool ReadKey(Teller& teller, uint32_t item, SourceKey& key) {
 
 std::string TextForm(const SourceValue& value) { return DataCell(value); }
 
+// By the length of the data, whatever the type says; 0 for other lengths.
 uint64_t NumberOf(const SourceValue& value) {
   if (value.data.size() == 4) return LoadU32(value.data.data());
   return value.data.size() == 8 ? LoadU64(value.data.data()) : 0;
@@ -161,6 +166,8 @@ std::string SecondsForm(const SourceValue& value) {
   return TimeText(kTo1970 + NumberOf(value) * 10000000, value);
 }
 
+// A row for each value of that name at the path, in a hive of that kind. The path is below the
+// root; "CCS\" begins one in every control set.
 struct ValueFact {
   const char* field;
   HiveKind hive;
@@ -215,6 +222,7 @@ std::string BuildNote(const ValueFact& fact, const std::string& text) {
   return std::atoi(text.c_str()) >= kFirstOfEleven ? "builds from 22000 on are Windows 11" : "";
 }
 
+// A value that is there and can't be read has a row that says so.
 void AddValueFact(Overview& over, Teller& teller, const ValueFact& fact) {
   for (const Place& place : PlacesOf(teller, fact.path)) {
     SourceKey key;
@@ -319,6 +327,11 @@ void AddDisks(Overview& over, Teller& teller) {
   }
 }
 
+// What a drive's letter leads to, by the length of the data:
+//
+//    12 bytes   MBR disk: signature of 32 bits, then the partition's start in bytes, 64 bits
+//    24 bytes   GPT disk: "DMIO:ID:", then the partition's identifier
+//    others     a device's path as UTF-16, shown as it is
 std::string DeviceWords(const SourceValue& value) {
   constexpr std::string_view kPartition = "DMIO:ID:";
   const auto& data = value.data;
@@ -350,6 +363,7 @@ void AddDrives(Overview& over, Teller& teller) {
   }
 }
 
+// A user's hive does not name its user; the security of its keys does.
 void AddAccountOfProfile(Overview& over, Teller& teller) {
   SourceKey key;
   if (teller.evidence.sid.empty() || !ReadKey(teller, 0, key)) return;
@@ -370,6 +384,8 @@ constexpr struct {
               {"Network", "SOFTWARE"},     {"Disk", "SYSTEM"},
               {"Drive", "SYSTEM"}};
 
+// What is missing is said too: a reader must know whether a fact is not in the hives or was not
+// asked for.
 void AddMissing(Overview& over) {
   for (const auto& asked : kAsked) {
     if (std::ranges::find(over.told, asked.field) != over.told.end()) continue;
@@ -384,6 +400,7 @@ void AddMissing(Overview& over) {
   }
 }
 
+// What the user said of the root counts more than what the hive holds.
 HiveKind KindOf(const HiveImage& hive, const RootEvidence& evidence) {
   return hive.root.source == RootSource::kUser
              ? KindOfRootPath(std::string_view(hive.root.label).substr(0, hive.root.label_length))
@@ -402,6 +419,7 @@ Teller MakeTeller(const MachineHive& given) {
           KeysOfHive(*given.hive, *given.tree, 0)};
 }
 
+// Facts in the order of the tables, each by all hives in the order given.
 void TellAll(Overview& over) {
   for (const ValueFact& fact : kFacts) {
     for (Teller& teller : over.tellers) {
@@ -437,6 +455,8 @@ OutputListPtr ListMachine(std::span<const MachineHive> hives) {
 
 MachineOverview BeginOverview() { return {MakeOutputList(kListMachine), {}}; }
 
+// A field missing in several hives has one note: that of a hive which should have it counts more
+// than that of one which would not.
 void AddToOverview(MachineOverview& overview, const MachineHive& hive, const std::string& label) {
   constexpr int kFile = 3;
   const OutputListPtr list = ListMachine(std::span(&hive, 1));

@@ -17,6 +17,8 @@ bool IsNumber(std::string_view name) {
 
 // Calls `visit` with a key's values in the order of their use. Those that the order lacks come
 // last, as they are listed.
+// MRUListEx is numbers, MRUList is letters; a key has one of them. Both are read, as an update of
+// the system may have left the older one.
 template <typename Visit>
 void ForEachMru(KeySource& keys, const Visit& visit) {
   constexpr std::string_view kLists[] = {"MRUListEx", "MRUList"};
@@ -124,6 +126,7 @@ class ViewedFolders {
   }
 
   // The last write of the key with the view of a folder.
+  // 0 where there is no such key.
   uint64_t ViewDate(const Level& level, const std::string& folder) {
     if (!level.in_tree) return run_.keys.LastWriteOf(level.views + folder);
     SourceValue slot;

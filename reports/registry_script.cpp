@@ -26,6 +26,7 @@ namespace hivequarry {
 namespace {
 
 constexpr char kLineEnd[] = "\r\n";
+// The same sign that the code page has for a character that it lacks.
 constexpr char kUnwritable = '?';  // in place of what a line cannot hold
 
 constexpr size_t kBufferSize = 64 * 1024;
@@ -57,6 +58,8 @@ std::string ValueError(const ValueKey& value) {
   return marker.empty() ? "Can not be read" : marker;
 }
 
+// One walk over the items asked for; paths are kept from one item to the next, as neighbours have
+// most of theirs in common.
 class ScriptWriter {
  public:
   ScriptWriter(const HiveImage& hive, const KeyTree& tree, const TextSink& sink,
@@ -87,6 +90,8 @@ class ScriptWriter {
     size_t path_from;  // where the key path begins in line_: after the root's
   };
 
+  // What can't be written is left out with all below it, since a script has no place for a key
+  // without its parents.
   void WriteItems(uint32_t first, uint32_t end) {
     levels_.clear();
     size_t first_depth = 0;
@@ -173,6 +178,8 @@ class ScriptWriter {
                        [this](uint32_t at) { return EnterChild(at); });
   }
 
+  // The folders of what is not connected begin a path of their own: an import would else make their
+  // keys below the root.
   bool EnterChild(uint32_t item) {
     const ItemKind kind = tree_.items[item].kind;
     if (levels_.empty()) {
@@ -210,6 +217,7 @@ class ScriptWriter {
     return !HoldsScriptName(form_, name) || name.find(kUnwritable) != name.npos;
   }
   // In capitals, as the script has it.
+  // Two names that are one of these are one name to who imports the script.
   std::string WrittenName(std::string_view name) const {
     if (form_ == ScriptForm::kFive) return CapitalsOfText(name);
     return CapitalsOfText(TextOfCodePage(CodePageOfText(name)));
@@ -295,6 +303,7 @@ class ScriptWriter {
     NoteShortfall(Shortfall::kScriptKeys);
   }
 
+  // Once the sink has refused nothing more is handed to it.
   void Flush() {
     const bool plain = form_ == ScriptForm::kFour && IsAscii(out_);
     if (!plain) EncodeScript(form_, out_, bytes_);
@@ -367,6 +376,8 @@ ScriptExport ExportKeys(const HiveImage& hive, const KeyTree& tree, std::span<co
   return writer.TakeResult();
 }
 
+// The keys in the order of the tree. Positions of values cost a pass over the value lists of all
+// keys, until each is found.
 std::vector<uint32_t> KeysOfPositions(const HiveImage& hive, const KeyTree& tree,
                                       std::span<const uint32_t> positions) {
   std::set<uint32_t> keys;

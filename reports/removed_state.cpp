@@ -32,6 +32,7 @@ bool IsThere(const HiveState& state, const Sought& sought) {
   return std::ranges::binary_search(key->values, sought.value->name, {}, &StateValue::name);
 }
 
+// Bytes: the image is loaded once and the pages of each step's entry are put into it.
 uint64_t CostOf(const HiveImage& hive, size_t steps) {
   uint64_t cost = hive.length;
   for (size_t i = 0; i < steps; ++i) {
@@ -54,6 +55,8 @@ void Settle(Run& run, std::vector<Sought>& settled) {
   }
 }
 
+// A binary search for all at once. Where the work becomes too much, or memory is short, runs are
+// settled as they are: by a range of entries, not by one.
 void FindEntries(const HiveImage& hive, std::vector<Sought>& sought) {
   const auto last = static_cast<uint32_t>(hive.logs->steps.size() - 1);
   std::vector<Run> runs;
@@ -89,6 +92,7 @@ std::string WholePath(const HiveState& now, const StateKey& key) {
 }
 
 // The way up to the root; ends at the first that was marked before.
+// So marking all ways is linear in the items.
 void MarkWay(RemovedState& removed, uint32_t item) {
   for (; item != kNoItem && removed.marks[item] == RemovedMark::kStays;
        item = removed.before.tree.items[item].parent) {

@@ -157,6 +157,8 @@ void AppendDword(std::span<const uint8_t> data, std::string& out) {
   out += SmallHex(LoadU32(data.data()), 8);
 }
 
+// The older form has texts in the code page: strings between quotes, others as the bytes of the
+// code page. All else is as in the newer form.
 void AppendData4(uint32_t type, std::span<const uint8_t> data, size_t line_start, std::string& out,
                  bool& lost) {
   if (type == kRegSz) {
@@ -185,6 +187,8 @@ bool IsQuotable(std::span<const uint8_t> data) {
   return true;
 }
 
+// Hexadecimal wherever quotes would not give back the same bytes, so that nothing is lost in this
+// form.
 void AppendData5(uint32_t type, std::span<const uint8_t> data, size_t line_start,
                  std::string& out) {
   if (type == kRegSz && IsQuotable(data)) {
@@ -255,6 +259,7 @@ bool FormatScriptDeletion(std::string_view name, std::string& out) {
   return true;
 }
 
+// On one line, however long it becomes: for programs, which need no line ends.
 bool FormatScriptBytes(std::string_view name, uint32_t type, std::span<const uint8_t> data,
                        std::string& out) {
   if (!BeginValueLine(name, out)) return false;

@@ -50,6 +50,7 @@ size_t FindRun(std::string_view pattern, std::span<const uint8_t> bytes, const S
 }
 
 // UTF-16 text may begin at any byte.
+// So the cost is that of twice the bytes; one past the first place, or 0 for none.
 size_t FindUnits(const SearchPattern& pattern, std::span<const uint8_t> bytes, bool match_case) {
   const std::u16string& units = pattern.units;
   if (units.empty()) return 0;
@@ -90,6 +91,7 @@ bool MatchBytes(const SearchPattern& pattern, std::span<const uint8_t> bytes) {
   return FindBytes(pattern, bytes, pattern.settings.wide, pattern.settings.match_case) != 0;
 }
 
+// In texts the shown form is searched, in hexadecimal mode the stored bytes.
 bool MatchStringData(const SearchPattern& pattern, uint32_t type, std::span<const uint8_t> data) {
   if (!pattern.settings.hex_mode) return MatchText(pattern, DataText(type, data));
   if (pattern.settings.match_length && !IsWhole(pattern, data)) return false;
@@ -112,6 +114,7 @@ bool MatchStrings(const SearchPattern& pattern, std::span<const uint8_t> data) {
   return false;
 }
 
+// The pattern's bytes were turned round once, so that it is written as the number is.
 bool MatchDword(const SearchPattern& pattern, std::span<const uint8_t> data) {
   const std::string& bytes = pattern.bytes;
   if (bytes.size() != 4 || data.size() < bytes.size()) return false;

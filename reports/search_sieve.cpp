@@ -105,6 +105,8 @@ std::vector<SievedByte> BytesFor(const SearchPattern& pattern, uint8_t byte) {
 }
 
 // The longest run of usable characters.
+// A character with several encodings, or that texts are shown with in place of others ("?"), can't
+// be looked for by its bytes.
 std::vector<SievedByte> LongestRun(const SearchPattern& pattern) {
   std::vector<SievedByte> best;
   std::vector<SievedByte> run;
@@ -193,6 +195,9 @@ void ForEachPair(const uint8_t* bytes, size_t start, size_t end, SievedByte one,
   }
 }
 
+// One pass over the image marks the stretches where something like the pattern begins; names and
+// data without a mark need not be read. Marks may be too many, never too few: what is not sure to
+// be found by its bytes alone is let through.
 class Sieving {
  public:
   Sieving(const HiveImage& hive, const SearchPattern& pattern, SearchSieve& sieve)
@@ -242,6 +247,8 @@ class Sieving {
   }
 
   // The end of one segment and the start of the next, put together.
+  // Such a hit has no stretch of its own: it counts for `any`, and big data are let through
+  // (MayMatchValue).
   void SieveSeam(uint32_t end, uint32_t next) {
     const auto reach =
         static_cast<uint32_t>(2 * std::max(pattern_.bytes.size(), pattern_.units.size()));

@@ -186,6 +186,7 @@ const ReportRow& RowOf(Report report) {
 
 // The beginning that the item is or lies in, with the item itself or, of entries, the one that it
 // belongs to. No item when it lies in none.
+// From the item up to the root: linear in the depth.
 ReportStart StartAround(const Place& at, const Beginning& beginning) {
   uint32_t below = kNoItem;
   for (uint32_t item = at.item; item != kNoItem; item = at.tree.items[item].parent) {
@@ -199,6 +200,7 @@ ReportStart StartAround(const Place& at, const Beginning& beginning) {
   return {};
 }
 
+// What is below a beginning belongs to it and begins nothing by itself.
 std::vector<ReportStart> BeginningsBelow(const Place& at, const Beginning& beginning) {
   std::vector<ReportStart> found;
   const uint32_t end = at.tree.items[at.item].end;
