@@ -45,6 +45,7 @@ bool IsVersionRead(const BaseBlock& base) {
 }
 
 // Before version 1.3 a cell began with another field.
+// Such cells would all be reported as faults, so none is judged.
 bool HasOldCells(const BaseBlock& base) { return base.major == 1 && base.minor < 3; }
 
 void CheckBaseFields(Checking& check) {
@@ -75,6 +76,7 @@ void CheckBaseFields(Checking& check) {
 
 }  // namespace
 
+// False where the blocks and cells can't be judged: no base block, or a version with other cells.
 bool CheckBase(Checking& check) {
   check.base = ReadBaseBlock(check.hive);
   const bool known = CheckSignature(check);

@@ -25,6 +25,7 @@ uint64_t NextBlock(const Checking& check, uint64_t from) {
   return check.blocks_end;
 }
 
+// 0x80000000 is its own negative: no length.
 bool IsCellSize(uint32_t size) {
   const uint32_t length = CellLength(size);
   return length >= 8 && length % 8 == 0 && size != 0x80000000;
@@ -170,6 +171,8 @@ std::string WhatCellHolds(const Checking& check, uint32_t position) {
 
 }  // namespace
 
+// Cells in use that nothing names, by a walk over the index: rank and bit go together. After all
+// parts that claim cells.
 void CheckUnnamed(Checking& check) {
   if (check.result.keys.empty()) return;  // nothing could name anything
   const PositionIndex& cells = check.cells;

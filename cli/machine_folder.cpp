@@ -161,6 +161,8 @@ bool OpenOne(Machine& machine, const SourceFile& source, OpenedHive& opened) {
 
 using Writers = std::vector<std::unique_ptr<PartWriter>>;
 
+// One hive is open at a time: all that is kept of it are rows and events. A hive that can't be
+// opened is a problem of its own, and the others go on.
 void AddHive(Machine& machine, const SourceFile& source, Writers& writers) {
   OpenedHive opened;
   if (!OpenOne(machine, source, opened)) {
@@ -281,6 +283,7 @@ void ReadAll(Machine& machine) {
 
 using Writing = std::function<bool(const TextSink& sink)>;
 
+// Hashed as it is written, for the manifest; a file that was not written whole is not in it.
 bool WriteFile(Machine& machine, const std::string& name, const Writing& write) {
   const std::string path = machine.request.printing.file + "/" + name;
   OutputFile file;
@@ -376,6 +379,8 @@ bool WriteReport(Machine& machine, const std::string& ending) {
                    [&](const TextSink& sink) { return WriteHtmlReport(report, sink); });
 }
 
+// What was read and what was written, with sizes in bytes and hashes. Without a time, so that the
+// same folder gives the same bytes.
 std::string ManifestOf(const Machine& machine) {
   const auto entry = [](const std::string& name, uint64_t size, const std::string& hash) {
     return Concat({"    {\"file\": ", JsonString(name), ", \"size\": ", std::to_string(size),
@@ -407,6 +412,7 @@ bool WriteTimelineFile(Machine& machine, const std::string& ending) {
   });
 }
 
+// The manifest last: where it is, all it lists was written.
 bool WriteAll(Machine& machine) {
   const std::string ending = EndingOf(machine);
   const Printing& printing = machine.printing;

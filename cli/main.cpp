@@ -68,6 +68,7 @@ void HeedSignals() {
 }
 #endif
 
+// Of a name that the option's own check has let through.
 Format FormatOf(const std::string& name) {
   if (name == "csv") return Format::kCsv;
   if (name == "rpt") return Format::kReport;
@@ -112,6 +113,7 @@ void AddAccess(CLI::App* command, ConsoleRequest& request) {
       ->check(CLI::Range(0, 3));
 }
 
+// Those of all commands; they may come before or after a command's name.
 void AddOptions(CLI::App& app, ConsoleRequest& request) {
   app.add_option("--soff", request.start_offset, "First byte of a partial range of the file");
   app.add_option("--eoff", request.end_offset, "End of the range (first byte behind it)");

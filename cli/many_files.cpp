@@ -17,6 +17,7 @@ namespace hivequarry {
 
 // --- the options ---------------------------------------------------------------------------------
 
+// Before the options are parsed, as a run for each file gets the rest of them as they are.
 ManyFiles TakeManyFiles(std::vector<std::string>& arguments) {
   ManyFiles many;
   std::vector<std::string> rest;
@@ -94,6 +95,7 @@ struct Summary {
   int worst = kExitDone;
 };
 
+// The file's own logs, where they were found by what they hold, come first among the arguments.
 Running Start(const ManyRuns& runs, size_t number) {
   std::vector<std::string> arguments = runs.arguments;
   arguments.insert(arguments.begin() + static_cast<std::ptrdiff_t>(runs.place), runs.files[number]);
@@ -118,6 +120,7 @@ void TellMessages(const std::string& file, std::string_view text) {
   }
 }
 
+// Waits for the run's end. False where the output takes no more, or the user stopped.
 bool PrintRun(Running& run, FileLabels& labels, Summary& summary) {
   constexpr size_t kPiece = 64 * 1024;
   const int status = run.process == nullptr ? kExitFailed : EndWorker(*run.process);
@@ -146,6 +149,8 @@ bool PrintRun(Running& run, FileLabels& labels, Summary& summary) {
   return printed && !StopRequested();
 }
 
+// Runs end in any order and are printed in that of the files, so that the output is the same each
+// time. True when all were printed.
 bool RunAll(const ManyRuns& runs, FileLabels& labels, Summary& summary) {
   std::deque<Running> running;
   size_t next = 0;

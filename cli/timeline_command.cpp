@@ -19,6 +19,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
+// Of two names the second is a key where no file has it and the first is a file.
 std::vector<std::string> FilesOf(const ConsoleRequest& request, std::string& key,
                                  std::vector<UnreadPlace>& unread) {
   std::vector<std::string> files;

@@ -111,6 +111,7 @@ std::FILE* TemporaryFile() { return std::tmpfile(); }
 
 }  // namespace
 
+// Into temporary files, not pipes: a run never waits for its output to be read.
 std::unique_ptr<WorkerProcess> StartWorker(const std::vector<std::string>& arguments) {
   auto worker = std::make_unique<WorkerProcess>();
   worker->output = TemporaryFile();

@@ -163,6 +163,7 @@ bool IsTime(const CalendarTime& time) {
 }
 
 // The same day and time one month later, or the last day of a month that is too short.
+// `time` is one that IsTime holds for; then so is what is returned.
 CalendarTime MonthAfter(CalendarTime time) {
   time.year += time.month / 12;
   time.month = time.month % 12 + 1;
@@ -190,6 +191,8 @@ bool HasBackupPrivilege(const HiveRun& run) {
   return privilege.held();
 }
 
+// Makes the folder, and one above it, but no longer path: what is missing beyond that is a wrong
+// name rather.
 bool EnsureFolder(const HiveRun& run) {
   constexpr size_t kShortest = 4;
   const std::string folder = WithoutEndSeparators(run.folder);
@@ -227,6 +230,7 @@ std::string SaveErrorText(int32_t error) {
   return '(' + (text.empty() ? "Error " + std::to_string(error) : text) + ')';
 }
 
+// `last` is as RecordBackup writes it, in local time; what is no time makes one due.
 bool IsBackupDue(std::string_view last, BackupPeriod period, const CalendarTime& now) {
   constexpr size_t kShortest = 16;
   constexpr uint64_t kWeek = 604'800 * kUnitsPerSecond;

@@ -70,6 +70,7 @@ struct ValueTexts {
 };
 
 // A value of the registry, or one that is to be shown as it would be.
+// Has no position: for words about a value alone.
 ValueKey ShownValue(uint32_t type, const std::string& name, size_t length) {
   ValueKey value;
   value.status = ValueStatus::kRead;
@@ -80,6 +81,9 @@ ValueKey ShownValue(uint32_t type, const std::string& name, size_t length) {
   return value;
 }
 
+// A walk over the hive's branch with the registry's keys opened beside it, one for each level. What
+// the registry alone has is listed key by key, from what it says of its own numbers of values and
+// subkeys.
 class Comparison {
  public:
   Comparison(const HiveImage& hive, const KeyTree& tree, uint32_t item,
@@ -203,6 +207,7 @@ class Comparison {
     AddValueRow(item, texts);
   }
 
+  // Into `live_data_`; kRegistryDone or the registry's error, with a size of 0.
   int32_t QueryLive(const std::u16string& name, uint32_t& type, uint32_t& size) {
     size = 0;
     // The functions take a zero for the name's end and would read another value.
@@ -324,6 +329,7 @@ class Comparison {
     AddValueRow(item, texts);
   }
 
+  // The row leads to the value in the hive, or to its key where the hive has no such value.
   void AddValueRow(uint32_t item, const ValueTexts& value) {
     const std::string path = PathOf(item);
     const bool in_hive = value.position != kNoOffset;

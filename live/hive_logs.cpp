@@ -34,6 +34,8 @@ bool IsSettled(const std::string& hive) {
   return read && LoadU32(numbers) == LoadU32(numbers + 4);
 }
 
+// The hive comes to its place last: where it is, its logs are too. Empty when all went well, else
+// why not, for the user.
 std::string CopyHiveWithLogs(const std::string& hive, const std::string& place) {
   std::error_code ignored;
   if (fs::equivalent(FilePath(FullName(hive)).parent_path(),

@@ -77,6 +77,7 @@ bool Ask(const HiveRun& run, HiveQuestion question, const std::string& file) {
   return run.ask && run.ask(question, file);
 }
 
+// In the table's order; a stop is heeded between two hives, never within one.
 HiveRunResult ForEachHive(const HiveRun& run, const std::function<bool(int hive)>& work) {
   const BackupTurn turn;
   HiveRunResult result;
@@ -91,6 +92,7 @@ HiveRunResult ForEachHive(const HiveRun& run, const std::function<bool(int hive)
   return result;
 }
 
+// Those that are loaded now, at most kMaxUserHives; the files need not be there.
 std::vector<UserHive> UserHivesIn(const std::string& folder) {
   std::vector<UserHive> hives;
   const OpenedKey users(kUsers, u"", kRegistryRead);

@@ -44,6 +44,8 @@ bool IsRegistryLink(RegistryKey key) {
   return error == kRegistryDone && type == kRegLink;
 }
 
+// Where `options` ask for the rights of a backup, which pass over a key's own security, a refusal
+// is followed by a try without them.
 OpenedKey OpenForReading(RegistryKey parent, const char16_t* name, uint32_t access,
                          uint32_t options) {
   OpenedKey opened(parent, name, access, options);
@@ -63,6 +65,8 @@ RegistryWalk::RegistryWalk(const std::string& path, uint32_t access, uint32_t op
   while (start_.ends_with('\\')) start_.pop_back();
 }
 
+// Depth first, in the registry's order. A key that can't be opened is given too, with the error,
+// and has no children.
 bool RegistryWalk::NextKey(SourceKey& key) {
   if (StopRequested()) return false;
   if (!std::exchange(started_, true)) return Start(key);
@@ -117,6 +121,7 @@ bool RegistryWalk::Enter(const Child& child, SourceKey& key) {
   return true;
 }
 
+// At kMaxLiveDepth the children are not listed: the registry has none deeper.
 void RegistryWalk::Push(OpenedKey opened, int32_t error, const Child& child, SourceKey& key) {
   Level level;
   level.key = std::move(opened);

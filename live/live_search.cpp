@@ -48,6 +48,8 @@ void AddHit(OutputList& list, const SourceKey& key, const SourceValue* value) {
              icon);
 }
 
+// Values are read only where their names or data are looked for, which is most of the time a search
+// takes.
 void SearchKey(LiveSearch& search, KeySource& keys, const SourceKey& key) {
   const SearchSettings& settings = search.pattern.settings;
   search.progress.Count(key.path, search.list);

@@ -24,6 +24,7 @@ bool HasUserFile(const std::string& folder) {
 }
 
 // True when the hive that is in use now can be kept under that name.
+// The system refuses to keep it under a name that is taken.
 bool MakeRoomForOld(const HiveRun& run, const std::string& old) {
   if (IsExistingFolder(old)) {
     TellOf(run, {HiveEvent::kBadOldName, old});
