@@ -22,6 +22,7 @@ constexpr ActivityUnit kUnits[] = {ActivityUnit::kMinute, ActivityUnit::kHour, A
 // --- units of the calendar -----------------------------------------------------------------------
 
 // About how long one is.
+// In seconds; of months and years what they have at most or so, for estimates alone.
 uint64_t LengthOf(ActivityUnit unit) {
   constexpr uint64_t kLengths[] = {60, 3600, kDay, 30 * kDay, 365 * kDay};
   return kLengths[static_cast<size_t>(unit)];
@@ -57,6 +58,7 @@ TimeRange Rounded(const TimeRange& range, ActivityUnit unit) {
   return {from, NextStart(StartOf(last, unit), unit)};
 }
 
+// Two more than the whole ones: the range may begin and end within a unit.
 uint64_t BarsIn(const TimeRange& range, ActivityUnit unit) {
   return (range.to - range.from) / LengthOf(unit) + 2;
 }
@@ -102,6 +104,7 @@ std::string KindOfRow(const OutputList& list, uint32_t row, const KindColumns& c
 }
 
 // The kinds beyond the most frequent ones become one.
+// Also sorts the times and finds the first and the last of all.
 void SettleSeries(std::vector<ActivitySeries> kinds, Activity& activity) {
   std::ranges::stable_sort(
       kinds, [](const auto& a, const auto& b) { return a.times.size() > b.times.size(); });
@@ -135,6 +138,7 @@ uint64_t RoundAbove(uint64_t number) {
 }
 
 // Binary logarithm in 1/256; of one more than the number, so that none is 0.
+// Without floating point, so that the picture is the same everywhere.
 uint64_t LogOf(uint64_t number) {
   uint64_t whole = 0;
   uint64_t rest = (number + 1) << 16;
@@ -148,6 +152,7 @@ uint64_t LogOf(uint64_t number) {
   return whole << 8 | part;
 }
 
+// Bars share the width without gaps between rounding: a bar's right edge is the next one's left.
 struct Drawing {
   const Activity& activity;
   const ActivityView& view;
@@ -208,6 +213,7 @@ void DrawLegend(Drawing& drawing) {
   AddText(drawing, x, look.char_width / 2, TextAlign::kLeft, std::move(text));
 }
 
+// A line of the grid, with its number to the left of it.
 void DrawLine(Drawing& drawing, uint64_t number) {
   ActivityPicture& out = drawing.out;
   const int y = out.bottom - drawing.HeightOf(number);

@@ -38,6 +38,7 @@ bool OpenScriptB(ComparedHives& hives, const CompareWish& wish) {
   return true;
 }
 
+// False with `fault` set, after a message of the opening, or where the user stopped.
 bool OpenHiveB(ComparedHives& hives, const CompareWish& wish, ImageSummary& summary) {
   LogChoice logs;
   if (wish.without_logs) logs.mode = LogMode::kNone;
@@ -80,6 +81,7 @@ void GiveHead(const ComparedHives& hives, OutputList& list) {
   SetListHead(list, std::move(lines));
 }
 
+// Leaves no list where the user stopped.
 void Compare(ComparedHives& hives, const CompareWish& wish, const std::string& doubt_a,
              const std::string& doubt_b) {
   hives.options = wish.options;

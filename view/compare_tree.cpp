@@ -10,6 +10,7 @@
 namespace hivequarry {
 namespace {
 
+// One of the kGroup bits.
 uint8_t GroupOf(const ComparedKey& key, bool times) {
   if ((key.differs & kDiffersOnlyInA) != 0) return kGroupOnlyA;
   if ((key.differs & kDiffersOnlyInB) != 0) return kGroupOnlyB;
@@ -40,6 +41,8 @@ bool IsWanted(const CompareTree& tree, uint32_t key) {
 
 }  // namespace
 
+// Two passes: parents come before their keys, so depths are found forwards and what is below
+// backwards.
 CompareTree MakeCompareTree(ComparedKeys keys, bool times) {
   CompareTree tree;
   tree.keys = std::move(keys);

@@ -84,6 +84,7 @@ void MovePage(const Move& move, int64_t direction) {
   MoveLines(move, lines);
 }
 
+// Of keys alone; what they do with Ctrl or Shift is in the Move.
 struct KeyMove {
   uint32_t key;
   void (*move)(const Move& move);

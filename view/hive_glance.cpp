@@ -140,6 +140,8 @@ GlancePart CheckPart(const HiveFindings& findings) {
 
 }  // namespace
 
+// Figures in the order: the file, its state, its base block, its root, what was found in it, its
+// structure.
 HiveGlance GlanceAt(const GlanceFacts& facts) {
   HiveGlance glance;
   std::vector<GlancePart>& parts = glance.figures;

@@ -89,6 +89,9 @@ uint32_t AdlerOf(std::string_view bytes) {
 }
 
 // A zlib stream of stored blocks.
+// 0x78 0x01 begins one; each block has a byte (1 for the last), its length, the length's complement
+// and the bytes; after the last the checksum of all. Not compressed: a picture of the screen's size
+// is some megabytes, once.
 std::string StoredStream(std::string_view bytes) {
   constexpr size_t kMostStored = 0xFFFF;
   std::string out = "\x78\x01";

@@ -90,6 +90,8 @@ void AddTime(const char* label, uint64_t file_time, Meanings& out) {
 
 uint64_t FileTimeOfUnix(uint64_t seconds) { return (seconds + kUnixEpoch) * kTicksPerSecond; }
 
+// Bounds are those of the times that people meet: an OLE time is taken for one from 1982 to 2105,
+// milliseconds from 1970 on by more than some days, as smaller numbers are counts.
 void AddTimes(const Bytes& bytes, Meanings& out) {
   if (bytes.Allows(8)) {
     const uint64_t wide = bytes.Little(8);
@@ -184,6 +186,7 @@ void AddTexts(const Bytes& bytes, Meanings& out) {
 }
 
 // A list of strings: each ends with a zero, the list with an empty one.
+// An empty string in the middle is an empty line; the zeros at the end are none.
 std::string LinesOfStrings(std::span<const uint8_t> data) {
   std::string lines;
   std::string text = DataText(kRegMultiSz, data, true);

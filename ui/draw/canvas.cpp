@@ -11,6 +11,8 @@ namespace {
 // A colour that no picture uses: where it still is, nothing was drawn.
 constexpr uint32_t kUntouched = 0x00FE01FD;
 
+// Top row first, 32 bits a pixel. `pixels` are the bitmap's own, as long as it lives; null where
+// there is none.
 HBITMAP MakeBitmap(int width, int height, uint32_t** pixels) {
   BITMAPINFO info{};
   info.bmiHeader.biSize = sizeof info.bmiHeader;
@@ -55,6 +57,8 @@ Sum SumOfBlock(const Canvas& canvas, int x, int y) {
   return sum;
 }
 
+// The mean of a block's pixels with their share as alpha; colours are multiplied by it, as the
+// system wants them. Faded: grey, half as strong.
 uint32_t PixelOf(Sum sum, bool faded) {
   constexpr uint32_t kSamples = kCanvasFactor * kCanvasFactor;
   if (faded) {

@@ -35,6 +35,8 @@ RECT PlaceFor(const DialogLayout& layout, const DialogLayout::Place& place, SIZE
           y(place.area.bottom) + (anchor.move_y || anchor.grow_y ? extra.cy : 0)};
 }
 
+// From the places in the template, scaled to the font of now: never from where the controls are, so
+// that roundings do not add up.
 void LayOutDialog(HWND dialog, const DialogLayout& layout) {
   RECT client;
   GetClientRect(dialog, &client);

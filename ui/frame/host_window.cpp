@@ -39,6 +39,8 @@ Answer AnswerOf(int button) {
   }
 }
 
+// From any thread; a worker waits for the interface thread's answer, so that one must never wait
+// for a worker without answering messages.
 Answer Message(void* context, const char* text, const char* title, Icon icon, Buttons buttons) {
   HostWindow& host = Window(context);
   BoxRequest request{WindowText(text), WindowText(title), BoxFlags(icon, buttons), 0};
@@ -52,6 +54,7 @@ Answer Message(void* context, const char* text, const char* title, Icon icon, Bu
   return AnswerOf(request.answer);
 }
 
+// As the progress: what threads in the background do is not told of.
 void Status(void* context, const char* text) {
   if (WorkInBackground() != nullptr) return;
   HostWindow& host = Window(context);
@@ -222,6 +225,7 @@ std::wstring ProgramPath() {
   }
 }
 
+// The clipboard owns the memory once it has taken it.
 bool CopyText(HWND window, std::wstring text) {
   const size_t size = (text.size() + 1) * sizeof(wchar_t);
   const HGLOBAL block = GlobalAlloc(GMEM_MOVEABLE, size);

@@ -67,6 +67,7 @@ void GiveText(LVITEMW& item, const wchar_t* text) {
 
 int ColumnCount(HWND list) { return Header_GetItemCount(ListView_GetHeader(list)); }
 
+// To titles and to the rows in sight, each at most three quarters of the list.
 void FitColumns(HWND list, uint32_t dpi) {
   RECT area;
   GetClientRect(list, &area);

@@ -58,6 +58,8 @@ WidthUnits MeasureUnits(HWND list) {
 }
 
 // What titles and texts need. `icons`: the room before a text of the first column.
+// Of each column the longest texts alone are measured (LongTextsOf): to measure all of them takes
+// seconds for a long list.
 std::vector<int> NeededWidths(const ListPlace& place, int icons) {
   constexpr size_t kLongestText = 300;  // bytes; wider than any column becomes
   const uint32_t dpi = DpiOfPlace(place);
@@ -96,6 +98,7 @@ void SetWidths(HWND list, const std::vector<int>& widths) {
   InvalidateRect(list, nullptr, FALSE);
 }
 
+// Columns that are there keep their widths and get other titles.
 void SetTitles(HWND list, const OutputList& model) {
   const int wanted = ColumnCount(model);
   while (ColumnCount(list) > wanted) ListView_DeleteColumn(list, ColumnCount(list) - 1);
@@ -129,6 +132,8 @@ void ForgetOrder(ListPlace& place) {
 }
 
 // Changes which rows are shown, or their order. The control knows rows by their places.
+// So a selection is kept by numbers in the model, and selected again where the rows are then.
+// Linear in the model's rows where any is selected.
 void ChangeRows(ListPlace& place, const std::function<void(RowsShown& rows)>& change) {
   EndSelecting(place);
   std::vector<uint32_t> selected = SelectedRows(place);

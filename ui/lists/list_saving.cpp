@@ -77,6 +77,8 @@ bool CopyText(const OutputList& list, const WrittenRows& which, bool first_colum
   return false;
 }
 
+// On the interface thread, with the wait cursor for many rows; all of the text is in memory at
+// once.
 bool CopyRows(const ListPlace& place, bool selection, bool first_column) {
   const RowChoice rows = ChooseRows(place, selection);
   const WaitTurn wait(selection ? static_cast<uint32_t>(rows.rows.size()) : ShownRowCount(place));
@@ -172,6 +174,7 @@ bool OpenListFile(const std::string& file, OutputMode mode, const char* failure,
   return false;
 }
 
+// False after a message. A list that is added to a file begins after an empty line.
 bool SaveListText(const OutputList& list, const WrittenRows& which, const std::string& file,
                   OutputMode mode) {
   OutputFile out;

@@ -46,6 +46,8 @@ void Check(const HiveImage& hive, HiveFindings& found) {
   found.structure = {found.sound ? "sound" : VerdictWords(checked.result), checked.summary};
 }
 
+// What the thread works on. Image and tree stay as they are while it runs: whoever changes or frees
+// them stops it first (StopFindings).
 struct FindingRun {
   Findings& findings;
   const HiveImage& hive;
@@ -55,6 +57,8 @@ struct FindingRun {
   uint32_t serial;
 };
 
+// Freed records first, as they are shown in the tree; each finding is left as soon as it is known,
+// so that a stop between loses the second alone.
 void Find(FindingRun run) {
   std::shared_ptr<const FreedTree> freed;
   WithMemory([&] {
@@ -79,6 +83,7 @@ void Take(Findings& findings) {
 
 }  // namespace
 
+// What is known already is not looked for again.
 void StartFindings(MainWindow& window) {
   StopFindings(window);
   Findings& findings = window.hive.findings;

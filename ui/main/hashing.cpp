@@ -22,6 +22,8 @@ struct HashRun {
   HWND window = nullptr;
 };
 
+// On the thread. Hashes of logs in the order of their names in `run`; empty for a file that can't
+// be read whole, or after a stop.
 void HashFiles(Hashing& hashing, const HashRun& run) {
   WithMemory([&] {
     const auto stopped = [&hashing] { return hashing.stop.load(); };
@@ -34,6 +36,7 @@ void HashFiles(Hashing& hashing, const HashRun& run) {
   PostMessageW(run.window, kHashesReady, run.serial, 0);
 }
 
+// Lists made before share the lines, and have the hashes from now on.
 void RenewHead(MainWindow& window) {
   Hashing& hashing = window.hive.hashing;
   SetLines(*hashing.head, HiveHeadLines(ShownHive(window), hashing.hashes));

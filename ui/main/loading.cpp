@@ -60,6 +60,8 @@ void LoadHive(LoadJob& job, BuildOptions options, HWND window) {
   PostMessageW(window, kLoadDone, 0, 0);
 }
 
+// Does nothing while an operation is under way. The table of hives is set here, on the interface
+// thread, before the worker reads it.
 void StartLoad(MainWindow& window, const std::string& file, uint32_t start, uint32_t end,
                const ReloadRequest& request) {
   if (window.work.thread.joinable() || !BeginOperation(kOperationLoad)) return;
@@ -137,6 +139,8 @@ void LoadNamedReport(MainWindow& window) {
   LoadReport(window.output, file);
 }
 
+// Threads that look at the new hive start after the tree is shown; messages to the user come last,
+// when the window is as it will be.
 void ShowLoadResult(MainWindow& window) {
   LoadJob& job = window.load;
   if (!job.thread.joinable()) return;
@@ -183,6 +187,8 @@ void WaitWhile(const std::function<bool()>& busy) {
   }
 }
 
+// Waits for those first that may be waiting for an answer of this thread, with its messages
+// answered; then threads can be joined.
 void EndWorkers(MainWindow& window) {
   window.host.ending = true;
   TheLongOperation().backup = false;

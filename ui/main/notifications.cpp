@@ -193,6 +193,8 @@ void ShowPassingText(const MainWindow& window, const char* text) {
   SetTimer(window.handle, kPassingTimer, kPassingTime, nullptr);
 }
 
+// Each part of the work takes some tens of milliseconds, so that messages in between are answered;
+// a timer with nothing left ends itself.
 void OnTimer(MainWindow& window, UINT_PTR timer) {
   bool more = false;
   if (timer == kExpandTimer) more = ExpandSlice(window.tree);

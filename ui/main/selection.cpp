@@ -47,6 +47,8 @@ std::unique_ptr<Result> Take(Mailbox<Result>& box) {
 using Removed = std::shared_ptr<const RemovedState>;
 using Freed = std::shared_ptr<const FreedTree>;
 
+// On a value thread, as the two after it: read the hive and the tree, which stay while such threads
+// run, and touch nothing of the window but its mailbox.
 void GatherItem(MainWindow& window, uint32_t serial, uint32_t item, ValueViewOptions options,
                 const Freed& freed) {
   if (!IsNewest(window.selection.item_box, serial)) return;
@@ -189,6 +191,7 @@ void OnItemSelected(MainWindow& window, uint32_t item) {
   UpdateToolbar(window);
 }
 
+// The thread holds a share of what was found, which may be replaced meanwhile.
 void ShowFreedItem(MainWindow& window, uint32_t item) {
   const Freed freed = window.hive.findings.freed;
   if (item == kNoItem || freed == nullptr) return;
@@ -287,6 +290,7 @@ void RenewStateDetail(MainWindow& window) {
   SendMessageW(window.detail.window, EM_LINESCROLL, 0, line);
 }
 
+// The rows come later, from a thread: the value wanted is kept until they do.
 bool GoToPosition(MainWindow& window, uint32_t position) {
   if (window.hive.slot < 0) return false;
   if (GoToFreed(window, position)) return true;

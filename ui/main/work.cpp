@@ -49,6 +49,9 @@ void ShowCut(const std::string& cut) {
 
 void ShowShortfalls() { ShowCut(ShortfallWords()); }
 
+// The worker has ended or is about to; the flag of the running operation is clear since before its
+// message was posted. The order matters: a question whether to stop is answered, what the worker
+// said last is shown, and only then `done` runs, which may begin the next operation.
 void FinishWork(MainWindow& window) {
   if (!window.work.thread.joinable()) return;
   window.work.thread.join();  // its last act was to post this message

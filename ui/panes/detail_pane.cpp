@@ -16,6 +16,7 @@ size_t SliceEnd(const std::wstring& text, size_t start, size_t length) {
   return line == std::wstring::npos || line < start ? start + length : line + 1;
 }
 
+// An edit adds text at its selection only, so this is moved to the end and put back.
 void Append(HWND edit, const std::wstring& slice) {
   DWORD from = 0;
   DWORD to = 0;

@@ -15,6 +15,8 @@ struct DetailPane {
 };
 
 // Replaces the text. True while slices remain to be added.
+// The first slice is there at once; the caller sees to it that AddDetailSlice is called until it is
+// false.
 bool SetDetail(DetailPane& pane, std::wstring text);
 // Adds one slice, keeping selection and scroll position. True while there are more.
 bool AddDetailSlice(DetailPane& pane);

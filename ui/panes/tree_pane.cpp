@@ -34,6 +34,7 @@ struct GuestRange {
   size_t first = 0;
   size_t end = 0;
 };
+// Empty in a pane without guests. They are inserted after the item's own children.
 GuestRange GuestsOf(const TreePane& pane, uint32_t item) {
   if (pane.guests == nullptr) return {};
   const FreedTree& freed = *pane.guests->freed;
@@ -167,6 +168,7 @@ void SetRedraw(const TreePane& pane, bool on) {
   SendMessageW(pane.window, WM_SETREDRAW, on ? TRUE : FALSE, 0);
 }
 
+// All of its row, in height.
 bool IsInSight(const TreePane& pane, HTREEITEM handle) {
   RECT area{};
   RECT client{};
@@ -379,6 +381,8 @@ void RemoveItem(TreePane& pane, uint32_t item) {
 namespace {
 
 // Opens the branches that lead to an item, so that the control has it.
+// A branch that is being filled gets the item of the way at once, at its place; the others come in
+// their slices.
 void OpenWay(TreePane& pane, uint32_t item) {
   std::vector<uint32_t> way;
   for (uint32_t up = pane.tree->items[item].parent; up != kNoItem;
@@ -409,6 +413,8 @@ void SelectItem(TreePane& pane, uint32_t item) {
   TreeView_SelectItem(pane.window, pane.handles[item]);
 }
 
+// Branches that were opened before get theirs in slices (FillSlice); closed ones when they are
+// opened.
 void AttachGuests(TreePane& host, TreePane& guests, const HiveImage& hive, const FreedTree& freed) {
   host.guests = &guests;
   guests.freed = &freed;

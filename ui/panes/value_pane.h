@@ -30,6 +30,8 @@ struct ValuePane {
 
 // The parent places it; null when it can't be had.
 HWND MakeValuePane(HWND parent, int identifier, uint32_t dpi);
+// Replaces the rows, of which none is selected then. What the rows look at (the hive, what was
+// deleted) must stay until the next call.
 void ShowValues(ValuePane& pane, ValueRows rows);
 void ClearValues(ValuePane& pane);
 // The row selected and in focus, else the first selected one, -1 for none.
