@@ -45,6 +45,7 @@ const char* EndingOf(const Carved& carved) {
   }
 }
 
+// By the file's name and the place in it, so that the same search gives the same names.
 std::string NameOf(const CarvedFile& carved, const Carved& each, const std::string& folder) {
   const std::string place = Concat({".0x", Hex(each.parts.front().position, 12), EndingOf(each)});
   const bool closed = folder.ends_with('/') || folder.ends_with('\\');
@@ -102,6 +103,7 @@ bool WriteOne(CarveSource& source, Carved& carved, const std::string& name, Outp
 
 }  // namespace
 
+// Each file that was written is named in its row, also where a later one failed.
 void WriteCarved(CarvedFile& carved, const CarveWriting& writing, std::string& fault) {
   const KeptEvidence kept(carved.name);
   const OutputMode mode = writing.replace ? OutputMode::kReplace : OutputMode::kNew;

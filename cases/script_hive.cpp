@@ -25,11 +25,15 @@ const std::vector<uint8_t> kNoSecurity = {1, 0, 0, 0x80, 0, 0, 0, 0, 0, 0,
                                           0, 0, 0, 0,    0, 0, 0, 0, 0, 0};
 
 // The number of a thing of that name in a key.
+// The key of a table by key and name: a backslash is in no name of a key, and between number and
+// name here.
 std::string EntryOf(uint32_t key, std::string_view name) {
   return std::to_string(key) + '\\' + CapitalsOfText(name);
 }
 
 // What is set by the lines so far.
+// Lines are applied in their order, as an import does: what a later one deletes is gone, with all
+// below it.
 struct Setting {
   std::vector<NewKey> keys;
   std::vector<size_t> depths;
@@ -71,6 +75,8 @@ uint32_t FindKey(Setting& setting, std::string_view path, bool make) {
   return at;
 }
 
+// Only marked: its keys are left out with it (HiveOf). A later line of the same path makes a new
+// one.
 void DeleteKey(Setting& setting, const std::string& path) {
   const uint32_t key = FindKey(setting, path, false);
   if (key == kNoNewKey || key == 0) return;
@@ -146,6 +152,7 @@ NewHive HiveOf(Setting setting) {
   return hive;
 }
 
+// A script of which a part can't be read is refused: what it lacks would be differences.
 bool ReadWhole(const std::string& name, std::string& bytes, OpenFailure& failure) {
   int error = 0;
   const FileStream file(OpenFile(name, "rb", error));

@@ -47,6 +47,8 @@ std::u16string CapitalsOf(std::u16string name) {
 }
 
 // Names that are taken among siblings; a taken one gets a number, as "name (2)".
+// Numbers go on from the last one tried of a name, so that many of one name cost no more than each
+// once.
 struct NameSet {
   std::unordered_map<std::u16string, uint32_t> next;  // number to be tried, by the name's capitals
   // True when the name had to be changed.
@@ -79,6 +81,8 @@ bool MakeNameOfKey(std::u16string& name) {
   return name != before;
 }
 
+// Keys are made in the order of the tree, so a key's parent has its number before it; freed ones
+// come after all of these. What is changed or left out has a row.
 class ContentReader {
  public:
   ContentReader(const HiveImage& hive, const KeyTree& tree, const ContentOptions& options,
@@ -123,6 +127,8 @@ class ContentReader {
   }
 
   // False when what is below the item is not to be written either.
+  // A parent that was left out has kNoNewKey as its number, and so its keys are left out without a
+  // row of their own.
   bool ReadItem(uint32_t item) {
     const KeyItem& it = tree_.items[item];
     if (it.hidden || it.kind == ItemKind::kDisconnectedValues) return false;
@@ -159,6 +165,7 @@ class ContentReader {
   }
 
   // Below the root, made when it is first needed.
+  // With the root's security and time, as nothing else is known.
   uint32_t RecoveredBranch() {
     if (branch_ != kNoNewKey) return branch_;
     NewKey key;
@@ -249,6 +256,7 @@ class ContentReader {
 
   // --- security ----------------------------------------------------------------------------------
 
+  // Records with the same bytes become one.
   uint32_t NumberOf(std::vector<uint8_t> descriptor) {
     const auto [found, added] = by_bytes_.emplace(
         std::move(descriptor), static_cast<uint32_t>(content_.descriptors.size()));
@@ -453,6 +461,7 @@ class ContentReader {
     return names->second;
   }
 
+  // A value whose bytes are in use again is left out: what is there now is another record's.
   void ReadFreedValueOf(const FreedValue& freed) {
     FreedContent content = ReadFreedContent(*freed_, freed, FreedData::kAll);
     const std::string path = freed_->paths.PathOf(freed.key);

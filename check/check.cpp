@@ -63,6 +63,7 @@ CheckResult CheckHive(ByteView hive) {
   return std::move(check.result);
 }
 
+// Beyond kMostFindings of a code they are counted, not kept.
 void AddFindingOf(Checking& check, CheckCode code, CheckLevel level, uint32_t position,
                   uint32_t key, FoundTexts texts) {
   CheckResult& result = check.result;

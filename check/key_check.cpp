@@ -32,6 +32,7 @@ uint32_t OffsetOfKey(const Checking& check, uint32_t key) {
 
 // --- the record ----------------------------------------------------------------------------------
 
+// `room` is what the cell has after the fixed part; CheckEntry has seen to it that it has that.
 void CheckName(Checking& check, uint32_t key) {
   const uint32_t position = PositionOf(check, key);
   const uint8_t* const record = RecordOf(check, key);
@@ -77,6 +78,7 @@ void CheckFields(Checking& check, uint32_t key) {
   }
 }
 
+// The cell is claimed also where the key says that it has no class: nothing else names it.
 void CheckClass(Checking& check, uint32_t key) {
   const uint32_t position = PositionOf(check, key);
   const uint8_t* const record = RecordOf(check, key);
@@ -122,6 +124,8 @@ bool IsParentField(const Checking& check, uint32_t field, uint32_t lister) {
          LoadU32(named + kKeySubkeyList) == LoadU32(RecordOf(check, lister) + kKeySubkeyList);
 }
 
+// With the one before it in the list alone: linear. Twins further apart are found where the order
+// is broken (FindTwins).
 void CheckOrder(Checking& check, Siblings& siblings, uint32_t position) {
   if (siblings.before != 0) {
     const int order = CompareNames(NameOfKey(check, siblings.before), NameOfKey(check, position));
@@ -347,6 +351,7 @@ void FindTwins(Checking& check, const Siblings& siblings) {
   }
 }
 
+// Its subkeys get the next numbers in a row, which CheckKeys walks before the key after this one.
 void CheckSubkeys(Checking& check, uint32_t key) {
   const uint32_t position = PositionOf(check, key);
   const uint32_t count = LoadU32(RecordOf(check, key) + kKeySubkeyCount);
@@ -381,6 +386,7 @@ void CheckSubkeys(Checking& check, uint32_t key) {
 
 // --- the walk ------------------------------------------------------------------------------------
 
+// Once for each key, however many lists name it.
 void CheckKey(Checking& check, uint32_t key) {
   const CheckedKey at = check.result.keys[key];
   if (key != 0 && !IsParentField(check, LoadU32(RecordOf(check, key) + kKeyParent), at.parent)) {

@@ -48,6 +48,7 @@ void CheckLayer(Checking& check, uint32_t key) {
   CheckUnderSuperseding(check, key, kind);
 }
 
+// A tombstone has a name alone: type and length are 0, and the offset leads nowhere.
 void CheckTombstoneValue(Checking& check, uint32_t position, uint32_t key) {
   const uint8_t* const record = check.hive.data() + position;
   const uint16_t flags = LoadU16(record + kValueFlags);

@@ -62,6 +62,7 @@ bool WalkRing(Checking& check, uint32_t start) {
   }
 }
 
+// From the first record that a key names.
 void CheckRing(Checking& check) {
   if (check.securities.empty()) return;
   if (!WalkRing(check, 0)) return;  // which records belong to it nobody knows

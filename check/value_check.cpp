@@ -28,6 +28,7 @@ void AddLost(Checking& check, CheckCode code, uint32_t position, uint32_t key, u
   AddFinding(check, code, position, key, {"", std::to_string(bytes) + " bytes"});
 }
 
+// Each segment but the last holds kBigDataSegment bytes, whatever its cell has more.
 void CheckSegments(Checking& check, const CellTarget& list, uint32_t segments, uint32_t length,
                    uint32_t value, uint32_t key) {
   const uint32_t listed = std::min(segments, list.size / 4);
@@ -93,6 +94,7 @@ void CheckDataCell(Checking& check, uint32_t value, uint32_t length, uint32_t ke
   }
 }
 
+// The top bit of the length says that the data are in the offset's field.
 void CheckData(Checking& check, uint32_t value, uint32_t key, Longest& longest) {
   const uint32_t stored = LoadU32(At(check, value) + kValueDataLength);
   const uint32_t length = stored & ~kInlineData;
@@ -173,6 +175,8 @@ void FindTwins(Checking& check, std::vector<uint32_t>& values, uint32_t key) {
   }
 }
 
+// A mark may be too large, as systems do not lower it when something is deleted; too small is a
+// fault.
 void CheckMarks(Checking& check, uint32_t key, const Longest& longest) {
   const uint32_t position = check.result.keys[key].position;
   const auto check_mark = [&](CheckCode code, uint32_t field, uint32_t longest_found) {

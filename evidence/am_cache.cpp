@@ -110,6 +110,8 @@ void AddTime(const std::vector<EvidenceValue>& values, const char* name, Evidenc
   }
 }
 
+// A row for each key, also for one whose values are all lost: that it is there says that the
+// program was.
 void AddEntry(EvidenceRun& run, EvidenceKey key, const InventoryForm& form) {
   const std::vector<EvidenceValue> values = run.keys.ValuesOf(key);
   EvidenceRow row;

@@ -90,6 +90,8 @@ struct StartPattern {
   const StartPlace* place;
   bool wow;  // in the 32-bit branch
 };
+// The place is part of what is found by the pattern's number, so order and number of both are the
+// same.
 std::vector<StartPattern> MakePatterns() {
   std::vector<StartPattern> patterns;
   for (const StartPlace& place : kPlaces) {

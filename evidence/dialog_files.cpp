@@ -35,6 +35,7 @@ constexpr DialogList kLists[] = {
     {"program", DialogForm::kProgram},
 };
 
+// What an entry has; `item` is the last of its item list.
 struct DialogEntry {
   std::string program;
   std::string path;

@@ -113,6 +113,8 @@ bool EvidenceKeys::IsFreedBelow(EvidenceKey key, uint32_t item) const {
   return hivequarry::IsFreedBelow(tree_, freed_->records, FreedOf(key).position, item);
 }
 
+// Those of the tree in its order, then those below its copy among what is not connected, then freed
+// ones by their rows.
 std::vector<EvidenceKey> EvidenceKeys::ChildrenOf(EvidenceKey key) const {
   std::vector<EvidenceKey> children;
   if (key == kNoEvidenceKey) return children;
@@ -134,6 +136,8 @@ std::vector<EvidenceKey> EvidenceKeys::ChildrenOf(EvidenceKey key) const {
   return children;
 }
 
+// The first of that name, so a live key before a freed one. A key's children are looked through
+// once.
 EvidenceKey EvidenceKeys::ChildNamed(EvidenceKey key, std::string_view name) {
   if (key == kNoEvidenceKey) return key;
   const auto [known, is_new] = named_.try_emplace(key);
@@ -228,6 +232,7 @@ std::vector<EvidenceValue> EvidenceKeys::ValuesOf(EvidenceKey key) {
   return values;
 }
 
+// A live value before a freed one; without data and with `read` false where there is none.
 EvidenceValue EvidenceKeys::ValueNamed(EvidenceKey key, std::string_view name) {
   if (key == kNoEvidenceKey) return {};
   const uint32_t position = PositionOf(key);

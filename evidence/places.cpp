@@ -67,6 +67,7 @@ class PlaceFinder {
     NoteRoots();
   }
 
+  // Each key is found by the first pattern that leads to it.
   void Find(const Path& path, size_t pattern) {
     std::vector<Reached> open;
     for (const EvidenceKey root : roots_) open.push_back({root, 0, kNoEvidenceKey});
@@ -85,6 +86,7 @@ class PlaceFinder {
   }
 
  private:
+  // Besides the hive's own root: an image of a whole registry has its hives' roots below.
   void NoteRoots() {
     constexpr std::string_view kHives[] = {"SYSTEM", "SOFTWARE", "SAM", "SECURITY", ".DEFAULT"};
     roots_.push_back(0);

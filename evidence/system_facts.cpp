@@ -88,6 +88,7 @@ std::string ChangeText(ByteView data) {
   return Concat({kWeeks[week], " ", kDays[day], " of ", kMonths[month], ", ", hour});
 }
 
+// Two cells: a text or nothing, then a time or nothing.
 void AddFactCells(const Fact& fact, const EvidenceValue& value, EvidenceRow& row) {
   const std::optional<uint64_t> number = NumberOf(value);
   switch (fact.form) {

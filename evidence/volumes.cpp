@@ -64,6 +64,7 @@ VolumesOfDevices FindVolumesOfDevices(EvidenceKeys& keys) {
   return volumes;
 }
 
+// The first name of a serial stays: live keys come before freed ones.
 NamesOfDevices FindNamesOfDevices(EvidenceKeys& keys) {
   constexpr PlacePattern kStores[] = {"<set>\\Enum\\!USBSTOR\\*\\*"};
   NamesOfDevices names;

@@ -16,6 +16,7 @@ uint32_t PlaceInText(const std::vector<uint32_t>& returns, uint32_t position) {
   return position + static_cast<uint32_t>(after - returns.begin());
 }
 
+// The way back of PlaceInText. returns[n] + n rises with n, as both do.
 uint32_t PlaceWithoutReturns(const std::vector<uint32_t>& returns, uint32_t place) {
   size_t low = 0;
   size_t high = returns.size();
@@ -30,6 +31,7 @@ uint32_t PlaceWithoutReturns(const std::vector<uint32_t>& returns, uint32_t plac
   return place - static_cast<uint32_t>(low);
 }
 
+// Of bytes that are missing in the file, all have the place where they are missing.
 uint32_t PlaceInPieces(const std::vector<ImagePiece>& pieces, uint32_t position) {
   const auto after =
       std::upper_bound(pieces.begin(), pieces.end(), position,
@@ -108,6 +110,8 @@ std::string UndoneWords(const HiveImage& hive) {
   return words.empty() ? words : words + ": read as if undone";
 }
 
+// Neighbours that are one in the file too become one piece. Only pieces with bytes of the file can
+// be found by place.
 void SetPieces(HiveImage& hive, const std::vector<ImagePiece>& pieces) {
   FilePlaces& places = hive.places;
   places.pieces.clear();

@@ -133,6 +133,7 @@ bool ChoosePart(HiveImage& hive, std::FILE* stream, FilePart& part) {
 }
 
 // The part of opening that can fail; the caller frees the slot then.
+// The file is closed before logs are read: nothing needs it any more.
 OpenFailure OpenIntoSlot(HiveImage& hive, const std::string& file_name) {
   OpenFailure failure;
   FileStream stream = OpenHiveFile(file_name, failure);

@@ -267,6 +267,7 @@ std::string PathOfEvidence(HiveKind kind, const std::string& sid) {
                                : "HKU\\" + sid + root.substr(std::string_view("HKCU").size());
 }
 
+// What one source says of the kind; kinds of one family do not contradict each other.
 struct Voice {
   const char* words;
   HiveKind kind;
@@ -293,6 +294,7 @@ void AddPart(std::string& words, const std::string& part) {
   words += part;
 }
 
+// Without one nothing in the hive is reached from the root, and only names of files are left.
 bool HasRootCell(const HiveImage& hive) {
   const uint32_t root = hive.root_position;
   return root != 0 && InsideHive(hive, root, kKeyName) && IsAllocated(ReadU32(hive, root)) &&

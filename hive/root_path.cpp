@@ -95,6 +95,7 @@ bool IsMachinesHive(std::string_view rest) {
 }
 
 // Replaces a path's first component; empty when it names no predefined root.
+// The rest of the path stays as it is, also in its case.
 std::string WithRootForm(std::string_view path, const char* PredefinedRoot::*form) {
   const size_t end = std::min(path.find('\\'), path.size());
   const PredefinedRoot* root = FindPredefinedRoot(path.substr(0, end));
@@ -102,6 +103,7 @@ std::string WithRootForm(std::string_view path, const char* PredefinedRoot::*for
   return std::string(root->*form).append(path.substr(end));
 }
 
+// In either form, without regard to case.
 bool SameRoot(std::string_view a, std::string_view b) {
   if (EqualIgnoringCase(a, b)) return true;
   const std::string short_a = ShortRootPath(a);

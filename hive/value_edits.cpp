@@ -8,11 +8,13 @@
 namespace hivequarry {
 namespace {
 
+// Under the lock. An edit of an unknown key was not counted.
 void ForgetKey(ValueEdits& edits, uint32_t key) {
   const auto at = edits.count_of_key.find(key);
   if (at != edits.count_of_key.end() && --at->second == 0) edits.count_of_key.erase(at);
 }
 
+// An edit that gives back what the image has is none.
 bool IsStored(const HiveImage& hive, const ValueEdit& edit) {
   std::vector<uint8_t> data;
   const ValueKey stored =

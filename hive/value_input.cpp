@@ -29,6 +29,7 @@ void AppendUnit(std::vector<uint8_t>& data, char16_t unit) {
   data.push_back(static_cast<uint8_t>(unit >> 8));
 }
 
+// As a zero would end the text for most readers, one in it is refused.
 InputData DataOfText(std::u16string_view text, InputError& error) {
   constexpr size_t kMostUnits = (kMaxValueData - 1) / 2 - 1;  // and the zero
   const size_t zero = text.find(u'\0');
@@ -41,6 +42,8 @@ InputData DataOfText(std::u16string_view text, InputError& error) {
   return data;
 }
 
+// Lines end with a line feed, with or without a carriage return before it; a last line may lack it.
+// An empty line would end the list early.
 InputData DataOfLines(std::u16string_view text, InputError& error) {
   std::vector<uint8_t> data;
   for (size_t start = 0; start < text.size();) {
@@ -86,6 +89,7 @@ std::optional<uint64_t> NumberOf(std::u16string_view text, uint64_t limit, Input
 
 size_t NumberSize(uint32_t type) { return type == kRegQword ? 8 : 4; }
 
+// Lowest byte first, but for the one type that is the other way round.
 InputData DataOfNumber(uint32_t type, std::u16string_view text, InputError& error) {
   const size_t size = NumberSize(type);
   const std::optional<uint64_t> number = NumberOf(text, size == 8 ? UINT64_MAX : UINT32_MAX, error);

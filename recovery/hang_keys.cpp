@@ -26,6 +26,7 @@ struct Hanging {
   std::vector<uint32_t> by_field;
 };
 
+// Valid until an entry is added to the tables.
 std::span<const ChildEntry> EntriesOf(const ScanTables& tables, const KeyRow& key) {
   return std::span(tables.child_entries).subspan(key.first_entry, key.entry_count);
 }
@@ -50,6 +51,7 @@ uint32_t FieldOwner(const ScanTables& tables, const Hanging& hanging, uint32_t r
   return owner == row ? kNoRow : owner;
 }
 
+// A made key has no cell, so none of its fields may be read.
 bool IsMade(const KeyRow& key) { return (key.marks & kVirtualMarks) != 0; }
 
 // Bytes of a key's name as UTF-16.

@@ -51,6 +51,7 @@ void ForgetRelations(ScanTables& tables) {
   tables.tree_sound = true;
 }
 
+// From nothing: what an earlier scan found is gone.
 void Collect(HiveImage& hive, const ScanOptions& scan, ScanTables& tables) {
   ResetTables(hive, tables);
   ScanImage(hive, ScanPass::kCollect, scan, tables);
@@ -69,6 +70,7 @@ void ForgetOtherHive(HiveImage& hive) {
   hive.length = end;
 }
 
+// With `show_stopped` the tree is made of what was found until the stop.
 bool IsGivenUp(const BuildOptions& options) { return !options.show_stopped && StopRequested(); }
 
 // The scan may have to run again: where another hive was cut off, where a fragment's place was
@@ -149,6 +151,7 @@ uint32_t CountBlocks(const std::vector<BinTableRow>& bins) {
   return count;
 }
 
+// Keys are rows of the scan, so freed keys are not counted, and copies of keys are counted once.
 ImageSummary Summarise(const ScanTables& tables, const KeyTree& tree) {
   ImageSummary summary;
   summary.keys = static_cast<uint32_t>(tables.keys.size());
@@ -170,6 +173,8 @@ ImageSummary Summarise(const ScanTables& tables, const KeyTree& tree) {
 
 }  // namespace
 
+// Values that no key names are looked for before the keys are hung, as both need the tables; value
+// lists are settled before, since what they name is no lost value.
 ImageSummary BuildImageTree(HiveImage& hive, const BuildOptions& options, KeyTree& tree) {
   const Host& host = CurrentHost();
   ScanTables tables;

@@ -32,6 +32,7 @@ bool IsInData(const OwnedCells& live, uint32_t position) {
   return owner != nullptr && IsDataCell(*owner);
 }
 
+// The entries stay where they are, so that other keys' numbers of entries hold.
 void ForgetEntries(const KeyRow& key, ScanTables& tables) {
   for (uint32_t i = 0; i < key.entry_count; ++i) {
     ChildEntry& entry = tables.child_entries[key.first_entry + i];

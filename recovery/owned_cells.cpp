@@ -161,6 +161,8 @@ void ClaimKey(Collection& collection, uint32_t key) {
   }
 }
 
+// Of data all of the cell counts, as a program chose its bytes; of others what the record uses,
+// since what is after that may be left from a record before.
 uint64_t EndOf(const OwnedCell& cell) {
   const bool whole = cell.what == OwnedAs::kData || cell.what == OwnedAs::kSegment;
   return uint64_t{cell.position} + (whole ? cell.length : cell.used);

@@ -16,6 +16,7 @@ namespace {
 
 // Calls `fits` with the position that each offset leads to that differs from the stored one in one
 // bit; returns the position if exactly one fits, else kNoOffset.
+// At most 32 places are looked at for a field, each by `fits`.
 template <typename Fits>
 uint32_t OneBitAway(const HiveImage& hive, uint32_t field, const Fits& fits) {
   const uint32_t stored = ReadU32(hive, field);
@@ -303,6 +304,8 @@ bool HasDoubtfulValueList(const HiveImage& hive, uint32_t key_position, Position
   return false;
 }
 
+// A list goes to the key that more than half of its targets name, if at least half of its entries
+// can be read and the key has no list of its own that leads to its keys.
 void ReattachLists(const HiveImage& hive, const ListRecords& records, ScanTables& tables) {
   for (const RecordedList& list : records.lists) {
     const uint32_t row = RowAt(tables, list.parent);

@@ -17,6 +17,8 @@ constexpr uint32_t kOldBitmap = kLogUnit + 4;
 constexpr uint32_t kTypeNew = 6;
 static_assert(LogBounds().start > kOldBitmap + kMostBins / kBaseBlockSize);
 
+// A log longer than `held` of the bounds is not kept: only its start is, and the rest is read
+// through a window again.
 LogFault ReadBytesOf(HiveLog& log) {
   const FileStream stream(OpenFile(log.name, "rb", log.error));
   if (stream == nullptr) return LogFault::kUnreadable;
@@ -93,6 +95,7 @@ uint32_t FirstPageOf(const HiveLog& log) {
   return (end + kLogUnit - 1) / kLogUnit * kLogUnit;
 }
 
+// One entry for all of it. A bitmap without a bit is a log that has nothing to apply.
 void ReadBitmap(HiveLog& log) {
   const uint32_t bins = log.base.length;
   if (bins % kBaseBlockSize != 0 || bins > kMostBins) {
@@ -166,6 +169,7 @@ void ExamineLog(HiveLog& log) {
 
 LogReader::LogReader(const HiveLog& log, UnreadBytes* unread) : log_(log), unread_(unread) {}
 
+// Empty, or shorter than asked, at the log's end and after a stop. Valid until the next call.
 ByteView LogReader::At(uint32_t at, uint32_t size) {
   const ByteView held = log_.bytes();
   if (log_.held == 0 || IsInside(held, at, size)) return PartOf(held, at, size);

@@ -86,6 +86,7 @@ std::string ReplayedWords(const HiveLogs& logs) {
   return words;
 }
 
+// What may be wrong though the logs were applied. Each note begins with ". ".
 std::string NotesOn(const HiveLogs& logs) {
   std::string words;
   for (const HiveLog& log : logs.logs) {
@@ -107,6 +108,7 @@ std::string NotesOn(const HiveLogs& logs) {
   return words;
 }
 
+// Empty where no log has entries later than the hive: the usual case, of which nothing is said.
 std::string CleanWords(const HiveLogs& logs) {
   std::string words;
   for (const HiveLog& log : logs.logs) {

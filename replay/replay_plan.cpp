@@ -54,6 +54,7 @@ struct Plan {
   }
 };
 
+// The whole log, up to the entry that was asked for as the last.
 void AddEntriesOf(Plan& plan, uint32_t number) {
   HiveLog& log = plan.logs[number];
   for (uint32_t i = 0; i < log.entries.size() && !plan.stopped; ++i) {
@@ -67,6 +68,9 @@ void AddEntriesOf(Plan& plan, uint32_t number) {
   if (log.applied == 0 && plan.stopped) log.use = LogUse::kUntil;
 }
 
+// In the order of their numbers: the first log is the one that goes on from the hive's second
+// number, and each further one must go on from the last entry applied. Without a right checksum the
+// hive's numbers mean nothing, and the latest log is taken alone.
 void PlanNew(const PlanInput& hive, Plan& plan) {
   std::vector<uint32_t> order = UsableLogs(plan.logs);
   if (order.empty()) return;

@@ -109,6 +109,8 @@ bool ReadAce(ByteView image, uint32_t position, AceInfo& ace, const SidReplaceme
   return true;
 }
 
+// A whole allocated "sk" cell with one reference and links of 0, zeros up to the next multiple of
+// 8.
 std::vector<uint8_t> CellOfDescriptor(ByteView descriptor) {
   if (descriptor.size() > kMostDescriptorBytes) return {};
   const auto size = static_cast<uint32_t>(descriptor.size());

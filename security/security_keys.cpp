@@ -72,6 +72,7 @@ class KnownRecords {
   std::vector<KnownRecord> records_;
 };
 
+// Empty for years that no registry has been written in.
 std::string KeyDate(uint64_t last_write) {
   const CalendarTime calendar = CalendarOfFileTime(last_write);
   const bool dated = calendar.year >= kFirstDatedYear && calendar.year <= kLastDatedYear;

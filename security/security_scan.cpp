@@ -22,6 +22,8 @@ struct ScanStep {
   uint32_t next = 0;
 };
 
+// A record's length takes the scan over it; where it leads out of the image, as anywhere else, the
+// next step is tried.
 ScanStep StepAt(const HiveImage& hive, uint32_t position) {
   const uint32_t size = ReadU32(hive, position);
   if (size == kBinSignature) return {false, position + kBinHeaderSize};

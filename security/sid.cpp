@@ -64,6 +64,8 @@ bool ParseSubAuthority(std::string_view& text, std::vector<uint8_t>& sid) {
 
 }  // namespace
 
+// Layout: revision, number of sub-authorities, authority (48 bits, highest byte first), then the
+// sub-authorities (32 bits each, lowest byte first).
 size_t SidLength(std::span<const uint8_t> bytes) {
   // The upper half of the revision byte is not looked at, as the system does not.
   if (bytes.size() < kSidHeader || (bytes[0] & 0x0F) != kSidRevision) return 0;
@@ -95,6 +97,7 @@ std::string SidText(std::span<const uint8_t> bytes) {
   return text;
 }
 
+// Only a text that SidText gives back is one, so that each SID has one text.
 std::vector<uint8_t> SidOfText(std::string_view text) {
   constexpr std::string_view kStart = "S-1-";
   if (!text.starts_with(kStart)) return {};

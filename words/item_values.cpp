@@ -79,6 +79,8 @@ void AddEntries(const HiveImage& hive, uint32_t key_position, const std::vector<
 
 bool IsOrdinaryType(uint32_t type) { return (type >= 1 && type <= 4) || type == kRegMultiSz; }
 
+// Numbers in place of name and data: "ovk" the record's place in the file, "ln" and "ld" the
+// lengths of name and data in bytes, "od" the place of the data.
 void MakeTechnical(const HiveImage& hive, const ValueKey& value, ValueRow& row) {
   row.name = Concat({Hex(PlaceOf(hive, value.position)), "ovk, ", Decimal(value.name_length),
                      "ln, ", Decimal(value.data_length), "ld, ", ShownValueName(value.name)});
@@ -94,6 +96,7 @@ void MakeTechnical(const HiveImage& hive, const ValueKey& value, ValueRow& row) 
   }
 }
 
+// Lines in the order of Add; an empty text is no line.
 struct DetailLines {
   const HiveImage& hive;
   std::vector<DetailField> fields = {};

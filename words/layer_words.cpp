@@ -14,6 +14,7 @@ std::string Counted(uint32_t count, const char* what) {
   return std::to_string(count) + ' ' + what + (count == 1 ? "" : "s");
 }
 
+// Anything at all by which a key or value differs from those of a plain hive.
 bool IsUsed(const LayerCounts& counts) {
   return (counts.tombstone_keys | counts.tombstone_values | counts.superseding_keys |
           counts.other_keys) != 0;

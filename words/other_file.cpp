@@ -56,6 +56,7 @@ constexpr Signature kSignatures[] = {
     {0, "\x7F\x45LF"sv, "a program of another system"},
 };
 
+// False also where the file is shorter.
 bool HasText(ByteView bytes, uint32_t at, std::string_view text) {
   return IsInside(bytes, at, static_cast<uint32_t>(text.size())) &&
          std::equal(text.begin(), text.end(), bytes.begin() + at,

@@ -354,6 +354,7 @@ constexpr FieldRow kSecurityRows[] = {{0, 4, "Cell size", SizeWords},
                                       {16, 4, "References", Number32},
                                       {20, 4, "Descriptor length", Number32}};
 // Offsets inside a descriptor count from its start.
+// The rows' own offsets count from the cell, of which the descriptor is 24 bytes on.
 constexpr FieldRow kDescriptorRows[] = {{24, 1, "Revision", Nothing}, {25, 1, "Reserved", Nothing},
                                         {26, 2, "Control", Hex16},    {28, 4, "Owner", Hex32},
                                         {32, 4, "Group", Hex32},      {36, 4, "System list", Hex32},
@@ -382,6 +383,7 @@ static_assert(FollowEachOther(kBaseBlockRows, 0) && FollowEachOther(kBlockRows, 
               FollowEachOther(kBigDataRows, 0));
 static_assert(FollowEachOther(kDescriptorRows, kDescriptor));
 
+// Rows follow each other without gaps from the record's start, so that each byte of it is in one.
 class RowWriter {
  public:
   RowWriter(const HiveImage& hive, RawRecord& record) : hive_(hive), record_(record) {}
@@ -529,6 +531,7 @@ void AddValueList(const HiveImage& hive, const RecordPlace& place, RowWriter& ro
   AddEntries(hive, ListKind::kLi, count, rows);
 }
 
+// The row of the size leads to the next block, where one begins there.
 void AddBlock(const HiveImage& hive, const RecordPlace& place, RawRecord& record, RowWriter& rows) {
   rows.AddTable(kBlockRows);
   const uint32_t next = BlockEnd(hive, place.position);

@@ -103,7 +103,7 @@ std::string BinaryPreview(std::span<const uint8_t> data) {
 std::string PreviewSource(uint32_t type, std::span<const uint8_t> data, bool wide) {
   constexpr size_t kLimit = kPreviewLength + 1;
   if (!IsUtf16Type(type)) {
-    // Bytes as they are; yet a wide length is counted in characters.
+    // Characters of the code page; yet a wide length is counted in those of UTF-16.
     const size_t count = wide && data.size() > 1 ? UnitCount(data) : data.size();
     return RawText(data.first(count), kLimit);
   }

@@ -11,6 +11,7 @@
 namespace hivequarry {
 namespace {
 
+// With a blank between each two.
 class Sentences {
  public:
   void Add(std::string_view sentence) {
@@ -72,6 +73,7 @@ void AddWayUp(const HiveImage& hive, const KeyTree& tree, const KeyItem& it, Sen
 }
 
 // Of a key without a cell: what proves it.
+// By its marks: as a parent, as a child of a list, or as a sibling.
 void AddMaking(const HiveImage& hive, const KeyItem& it, Sentences& why) {
   const std::string_view proof =
       (it.marks & kMarkParent) != 0  ? "Keys name this place in their parent fields"
