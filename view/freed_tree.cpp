@@ -43,6 +43,8 @@ bool IsBefore(const Placed& a, const Placed& b) {
          std::forward_as_tuple(group(b), b.host, b.above, b.name, b.row);
 }
 
+// The branches one after another: first the folder with those that have no place, then those that
+// hang below keys of the hive's tree, each a branch of its own.
 class TreeMaker {
  public:
   TreeMaker(FreedTree& freed, const std::vector<Placed>& placed) : freed_(freed), placed_(placed) {
@@ -95,6 +97,7 @@ class TreeMaker {
     levels_.push_back({item, first_below_ + below_[row], first_below_ + below_[row + 1]});
   }
 
+  // With levels of its own: deleted keys may be nested deeper than calls may.
   void AddBranch(uint32_t row, uint32_t parent) {
     Open(row, parent);
     while (!levels_.empty()) {
@@ -127,6 +130,7 @@ void PlaceValues(FreedTree& freed) {
 
 }  // namespace
 
+// Empty after a stop.
 std::shared_ptr<const FreedTree> FindFreedTree(const HiveImage& hive, const KeyTree& tree) {
   auto freed = std::make_shared<FreedTree>();
   freed->records = FindFreedRecords(hive, tree);

@@ -12,6 +12,7 @@ using Bytes = std::vector<uint8_t>;
 // Typing on and on becomes several steps, so that undo does not take away too much.
 constexpr size_t kLongestRun = 256;
 
+// Bytes that a change counts for in the history's limit.
 size_t MemoryOf(const HexChange& change) {
   return sizeof change + change.removed.size() + change.inserted.size();
 }

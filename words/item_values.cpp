@@ -373,6 +373,7 @@ ValueRow MakeValueRow(const HiveImage& hive, const ValueKey& value, std::span<co
   return row;
 }
 
+// Empty for a value that is not edited.
 std::string EditWords(const HiveImage& hive, uint32_t value_position) {
   if (EditOf(hive, value_position) == nullptr) return {};
   std::vector<uint8_t> data;
@@ -387,6 +388,7 @@ std::string EditWords(const HiveImage& hive, uint32_t value_position) {
 namespace {
 
 // Of a value, as texts of the other lines are.
+// By the stored record: an edit in memory is in no log.
 std::string FromLogText(const HiveImage& hive, uint32_t value_position) {
   if (!IsReplayed(hive)) return {};
   const ValueKey value =

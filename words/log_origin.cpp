@@ -23,6 +23,7 @@ bool WasThere(const HiveImage& hive, uint32_t position, uint32_t name, uint32_t 
          same(position + name, name_length);
 }
 
+// "new" for a record that was not there before the logs, or was another's.
 std::string TextOf(const HiveImage& hive, const LogOrigin& origin, bool was_there) {
   if (!origin.found) return {};
   return (was_there ? "changed: " : "new: ") +
@@ -41,6 +42,8 @@ std::string KeyOriginText(const HiveImage& hive, uint32_t position) {
   return TextOf(hive, origin, origin.found && WasThere(hive, position, kKeyName, length));
 }
 
+// The later of the steps that wrote the record or its data. Data in several segments are not looked
+// at.
 std::string ValueOriginText(const HiveImage& hive, const ValueKey& value) {
   if (hive.stack != nullptr) {
     ValueKey own = value;
