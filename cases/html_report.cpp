@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "host/long_operation.h"
-#include "host/number_text.h"
+#include "host/markup_text.h"
 #include "host/visible_text.h"
 
 namespace hivequarry {
@@ -70,33 +70,12 @@ if (location.hash.startsWith("#q=")) {
 </script>
 )";
 
-void AppendEscaped(std::string_view text, std::string& out) {
-  for (const char c : text) {
-    switch (c) {
-      case '&':
-        out += "&amp;";
-        break;
-      case '<':
-        out += "&lt;";
-        break;
-      case '>':
-        out += "&gt;";
-        break;
-      case '"':
-        out += "&quot;";
-        break;
-      default:
-        out += c;
-    }
-  }
-}
-
 // Whatever a name or data could do to the page has escapes.
 std::string Escaped(std::string_view text) {
   std::string visible;
   AppendVisibleOnce(text, visible);
   std::string out;
-  AppendEscaped(visible, out);
+  AppendMarkup(visible, out);
   return out;
 }
 

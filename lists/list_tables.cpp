@@ -1,27 +1,15 @@
 // Lists as tables: tabbed text and HTML.
+#include "host/markup_text.h"
 #include "lists/list_sink.h"
 #include "lists/list_writers.h"
 
 namespace hivequarry {
 namespace {
 
-void AppendEscaped(std::string_view text, std::string& out) {
-  constexpr std::string_view kSigns = "&<>\"";
-  constexpr std::string_view kNames[] = {"&amp;", "&lt;", "&gt;", "&quot;"};
-  for (const char sign : text) {
-    const size_t known = kSigns.find(sign);
-    if (known == kSigns.npos) {
-      out += sign;
-    } else {
-      out += kNames[known];
-    }
-  }
-}
-
 void AppendHtml(std::string_view text, CellHolds holds, std::string& out) {
   std::string visible;
   AppendVisibleCell(text, holds, visible);
-  AppendEscaped(visible, out);
+  AppendMarkup(visible, out);
 }
 
 void WriteTabbedRow(const ListShape& shape, uint32_t row, std::string& out) {

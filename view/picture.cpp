@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 
+#include "host/markup_text.h"
 #include "host/number_text.h"
 
 namespace hivequarry {
@@ -13,21 +14,10 @@ namespace {
 std::string ColourText(uint32_t colour) { return Concat({"#", Hex(colour & 0xFFFFFF, 6)}); }
 
 // Characters that XML has no place for, control characters, are left out.
-std::string XmlText(const std::string& text) {
+std::string XmlText(std::string text) {
+  std::erase_if(text, [](char c) { return static_cast<unsigned char>(c) < 0x20; });
   std::string out;
-  for (const char c : text) {
-    if (c == '&') {
-      out += "&amp;";
-    } else if (c == '<') {
-      out += "&lt;";
-    } else if (c == '>') {
-      out += "&gt;";
-    } else if (c == '"') {
-      out += "&quot;";
-    } else if (static_cast<unsigned char>(c) >= 0x20) {
-      out += c;
-    }
-  }
+  AppendMarkup(text, out);
   return out;
 }
 
