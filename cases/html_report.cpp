@@ -2,12 +2,18 @@
 
 #include <algorithm>
 
+#include "hive/timestamp.h"
 #include "host/long_operation.h"
 #include "host/markup_text.h"
+#include "host/number_text.h"
 #include "host/visible_text.h"
 
 namespace hivequarry {
 namespace {
+
+// As dates are held to be such elsewhere (FormatTimestampChecked).
+constexpr int kFirstYear = 1988;
+constexpr int kLastYear = 2099;
 
 // The page may load nothing from anywhere, and run this script alone.
 constexpr const char* kHead =
@@ -205,6 +211,38 @@ void WriteBars(const HtmlBars& picture, Page& page) {
 }
 
 }  // namespace
+
+HtmlSection SectionOf(const char* id, const char* title, OutputListPtr list,
+                      const std::string& whole) {
+  HtmlSection section;
+  section.id = id;
+  section.title = title;
+  section.whole = whole;
+  section.lists.emplace_back(std::string(), std::move(list));
+  return section;
+}
+
+void CountYear(YearCounts& counts, uint64_t time) {
+  const int year = CalendarOfFileTime(time).year;
+  ++(year >= kFirstYear && year <= kLastYear ? counts.years[year] : counts.others);
+}
+
+HtmlBars BarsOf(const YearCounts& counts, std::string title) {
+  HtmlBars picture{std::move(title), {}};
+  if (counts.others != 0) {
+    picture.title +=
+        Concat({"; ", std::to_string(counts.others), counts.others == 1 ? " is" : " are",
+                " not between ", Decimal(kFirstYear), " and ", Decimal(kLastYear)});
+  }
+  if (counts.years.empty()) return picture;
+  const int last = counts.years.rbegin()->first;
+  for (int year = counts.years.begin()->first; year <= last; ++year) {
+    const auto counted = counts.years.find(year);
+    picture.bars.emplace_back(std::to_string(year),
+                              counted == counts.years.end() ? 0 : counted->second);
+  }
+  return picture;
+}
 
 bool WriteHtmlReport(const HtmlReport& report, const TextSink& sink) {
   Page page(sink);

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <map>
 #include <string>
 #include <utility>
 #include <vector>
@@ -35,6 +36,19 @@ struct HtmlReport {
   HtmlBars picture;
   std::vector<HtmlSection> sections;
 };
+
+// A section of one list, whose rows have no file's name before them.
+HtmlSection SectionOf(const char* id, const char* title, OutputListPtr list,
+                      const std::string& whole = {});
+
+// Times (FILETIME) by the year that each is in; those of years that no registry has seen apart.
+struct YearCounts {
+  std::map<int, uint64_t> years;
+  uint64_t others = 0;
+};
+void CountYear(YearCounts& counts, uint64_t time);
+// A bar for each year from the first to the last; the title ends with how many are in none of them.
+HtmlBars BarsOf(const YearCounts& counts, std::string title);
 
 // At most so many rows of a section; how many more there are is said.
 inline constexpr uint32_t kMostHtmlRows = 3000;

@@ -7,7 +7,6 @@
 #include <cstring>
 #include <filesystem>
 #include <functional>
-#include <map>
 
 #include "app/log_pairing.h"
 #include "app/opening_words.h"
@@ -21,7 +20,6 @@
 #include "evidence/decoders.h"
 #include "hive/hive_table.h"
 #include "hive/root_evidence.h"
-#include "hive/timestamp.h"
 #include "host/files.h"
 #include "host/host.h"
 #include "host/long_operation.h"
@@ -313,37 +311,10 @@ bool WriteText(Machine& machine, const std::string& name, const std::string& tex
   return WriteFile(machine, name, [&text](const TextSink& sink) { return sink(text); });
 }
 
-// Events a year.
 HtmlBars BarsOf(const Timeline& timeline) {
-  HtmlBars picture;
-  picture.title = "Events by year, as their times have it";
-  constexpr int kFirst = 1988;
-  constexpr int kLast = 2099;
-  uint64_t others = 0;
-  std::map<int, uint64_t> years;
-  for (const TimelineEvent& event : timeline.events) {
-    const int year = CalendarOfFileTime(event.time).year;
-    ++(year >= kFirst && year <= kLast ? years[year] : others);
-  }
-  if (others != 0) {
-    picture.title += Concat(
-        {"; ", std::to_string(others), others == 1 ? " is" : " are", " not between 1988 and 2099"});
-  }
-  if (years.empty()) return picture;
-  for (int year = years.begin()->first; year <= years.rbegin()->first; ++year) {
-    picture.bars.emplace_back(std::to_string(year), years[year]);
-  }
-  return picture;
-}
-
-HtmlSection SectionOf(const char* id, const char* title, OutputListPtr list,
-                      const std::string& whole) {
-  HtmlSection section;
-  section.id = id;
-  section.title = title;
-  section.whole = whole;
-  section.lists.emplace_back(std::string(), std::move(list));
-  return section;
+  YearCounts events;
+  for (const TimelineEvent& event : timeline.events) CountYear(events, event.time);
+  return BarsOf(events, "Events by year, as their times have it");
 }
 
 // In the order of the report; the lists go with them.

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "app/key_paths.h"
+#include "hive/timestamp.h"
 #include "tests/support/opened_hive.h"
 #include "tests/support/sample_hives.h"
 
@@ -62,6 +63,28 @@ TEST(BookmarkReport, RecoveredKeysSayWhyTheyAreThere) {
   EXPECT_TRUE(CellOf(report.sections[0], 0, 3).starts_with("recovered"));
   EXPECT_NE(CellOf(report.sections[0], 0, 4), "");
   EXPECT_FALSE(report.picture.bars.empty());
+}
+
+TEST(HtmlReport, BarsOfYearsSayWhatIsInNone) {
+  const auto bars = [](const std::vector<int>& years) {
+    YearCounts counts;
+    for (const int year : years) {
+      CalendarTime time;
+      time.year = year;
+      time.month = time.day = 1;
+      CountYear(counts, FileTimeOfCalendar(time));
+    }
+    const HtmlBars picture = BarsOf(counts, "Keys");
+    std::string text = picture.title;
+    for (const auto& [label, count] : picture.bars)
+      text += " " + label + ":" + std::to_string(count);
+    return text;
+  };
+  EXPECT_EQ(bars({}), "Keys");
+  EXPECT_EQ(bars({2012, 2010, 2012}), "Keys 2010:1 2011:0 2012:2");
+  EXPECT_EQ(bars({1987, 1988, 2099, 2100}).substr(0, 55),
+            "Keys; 2 are not between 1988 and 2099 1988:1 1989:0 199");
+  EXPECT_EQ(bars({1601}), "Keys; 1 is not between 1988 and 2099");
 }
 
 }  // namespace

@@ -1,6 +1,5 @@
 #include "view/bookmark_report.h"
 
-#include <map>
 #include <string>
 #include <utility>
 #include <vector>
@@ -23,14 +22,6 @@ OutputListPtr ListWith(std::vector<std::string> titles) {
   OutputListPtr list = MakeOutputList(kListDetail);
   SetColumns(*list, std::move(titles));
   return list;
-}
-
-HtmlSection SectionOf(const char* id, const char* title, OutputListPtr list) {
-  HtmlSection section;
-  section.id = id;
-  section.title = title;
-  section.lists.emplace_back(std::string(), std::move(list));
-  return section;
 }
 
 std::string PlaceInFile(const HiveImage& hive, uint32_t position) {
@@ -87,20 +78,13 @@ void AddValues(const HiveImage& hive, const KeyTree& tree, uint32_t item, DataBu
   }
 }
 
-// Keys a year, of those that a clock can have dated so.
 HtmlBars BarsOf(const HiveImage& hive, const KeyTree& tree) {
-  std::map<int, uint64_t> years;
+  YearCounts keys;
   for (uint32_t item = 0; item < tree.items.size() && !StopRequested(); ++item) {
     const uint64_t written = LastWriteOf(hive, tree, item);
-    if (!FormatTimestampChecked(written).empty()) ++years[CalendarOfFileTime(written).year];
+    if (written != 0) CountYear(keys, written);
   }
-  HtmlBars picture;
-  picture.title = "Keys of the hive by the year of their last write";
-  if (years.empty()) return picture;
-  for (int year = years.begin()->first; year <= years.rbegin()->first; ++year) {
-    picture.bars.emplace_back(std::to_string(year), years[year]);
-  }
-  return picture;
+  return BarsOf(keys, "Keys of the hive by the year of their last write");
 }
 
 }  // namespace
