@@ -45,7 +45,7 @@ input { font: inherit; padding: .25rem .5rem; margin: .3rem 0; width: 20rem; max
   color: inherit; background: var(--paper); border: 1px solid var(--line); border-radius: 4px; }
 svg rect { fill: var(--mark); } svg text { fill: var(--quiet); font-size: 10px; }
 [hidden] { display: none; }
-@media print { input, nav { display: none; } th { position: static; }
+@media print { .filter, nav { display: none; } th { position: static; }
   .wide { overflow: visible; border: 0; } body { padding: 0; font-size: 10px; }
   table { font-size: 8px; } tr { break-inside: avoid; } }
 </style>
@@ -170,9 +170,9 @@ void WriteSection(const HtmlSection& section, Page& page) {
   page << "<p class=\"note\">" << std::to_string(rows) << (rows == 1 ? " row" : " rows");
   if (rows > kMostHtmlRows) page << ", the first " << std::to_string(kMostHtmlRows) << " here";
   if (!section.whole.empty()) page << "; all in " << Escaped(section.whole);
-  page << "</p>\n<input type=\"search\" placeholder=\"Filter\" aria-label=\"Filter\" "
-          "data-rows=\"rows-"
-       << section.id << "\"> <span class=\"note\"></span>\n<div class=\"wide\"><table>\n<thead><tr>"
+  page << "</p>\n<label class=\"filter\">Filter: <input type=\"search\" data-rows=\"rows-"
+       << section.id
+       << "\"> <span class=\"note\"></span></label>\n<div class=\"wide\"><table>\n<thead><tr>"
        << (!named ? ""
            : own  ? "<th>Hive File</th>"
                   : "<th>File</th>");
