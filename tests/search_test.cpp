@@ -9,10 +9,12 @@
 
 #include "hive/value_edits.h"
 #include "host/long_operation.h"
+#include "reports/key_dates.h"
 #include "reports/search_sieve.h"
 #include "tests/support/opened_hive.h"
 #include "tests/support/sample_hives.h"
 #include "tests/support/texts.h"
+#include "view/search_words.h"
 
 namespace hivequarry {
 namespace {
@@ -301,6 +303,32 @@ TEST(Search, RowsSayWhereAHitStands) {
   EXPECT_EQ(Rows(opened, Compiled("needle", "d")),
             Texts{Formatted("%s|Path|needle|REG_SZ|0x%08X|0x%08X|%Xrk, 4ln, 14ld|", path.c_str(),
                             key, value + 512, key)});
+}
+
+// Whoever reads the list must know all that was asked for.
+TEST(Search, HeadsSayWhatWasAsked) {
+  SearchSettings all;
+  all.text = "a+";
+  all.regular = all.match_case = all.key_names = all.value_data = all.freed = true;
+  SearchSettings limited;
+  limited.value_names = true;
+  limited.limits = {4, 9, FileTimeOf({2012, 4, 4, 1, 58, 40}), UINT64_MAX};
+  SearchSettings bytes;
+  bytes.hex = "00000401";
+  bytes.hex_mode = bytes.dword = bytes.value_data = bytes.wide = bytes.whole_words = true;
+  bytes.limits.to = FileTimeOf({2012, 4, 4, 0, 0, 0}) + 9'999'999;
+  SearchSettings words;
+  words.text = "run";
+  words.whole_words = words.key_names = true;
+  words.limits.most = 7;
+  const std::pair<const SearchSettings&, const char*> cases[] = {
+      {all, "regular expression \"a+\" in names of keys, data; match case, freed records too"},
+      {limited,
+       "anything in names of values; bytes of data from 4 to 9; key written from "
+       "2012/04/04, 01:58:40 (UTC)"},
+      {bytes, "bytes 00000401 in data; dword; key written up to 2012/04/04, 00:00:00 (UTC)"},
+      {words, "text \"run\" in names of keys; whole words; bytes of data up to 7"}};
+  for (const auto& [settings, said] : cases) EXPECT_EQ(SearchWords(settings), said);
 }
 
 TEST(Search, StopIsHeardInsideLongData) {

@@ -7,7 +7,7 @@
 
 namespace hivequarry {
 
-// "text "Run" in names of keys and values, match case"
+// All that narrows it: "text "Run" in names of keys, data; match case; bytes of data from 4".
 std::string SearchWords(const SearchSettings& settings);
 
 }  // namespace hivequarry
