@@ -15,6 +15,7 @@
 #include "host/files.h"
 #include "host/host.h"
 #include "host/long_operation.h"
+#include "host/number_text.h"
 #include "host/output_file.h"
 #include "lists/list_rows.h"
 #include "recovery/image_tree.h"
@@ -171,6 +172,15 @@ std::string RepairCountsWords(const Repaired& repaired) {
   }
   return words + ", " + std::to_string(repaired.values) + " values" +
          deleted(repaired.freed_values);
+}
+
+std::string RepairRowsWords(const Repaired& repaired) {
+  const uint32_t freed = repaired.freed_keys + repaired.freed_values;  // a row each
+  const uint32_t others = RowCount(*repaired.rows) - freed;
+  if (others == 0 && freed == 0) return {};
+  if (freed == 0) return Concat({"Left out or changed: ", Decimal(others)});
+  return Concat(
+      {"Left out or changed: ", Decimal(others), "; deleted and written: ", Decimal(freed)});
 }
 
 std::string RepairFaultWords(const Repaired& repaired, const std::string& name) {

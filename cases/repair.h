@@ -61,6 +61,8 @@ Repaired RepairHive(const HiveImage& hive, const KeyTree& tree, const RepairOpti
                     const std::string& name);
 // "7 keys (4 deleted), 3 keys made to lead to them, 12 values" of a rebuilt one, for the user.
 std::string RepairCountsWords(const Repaired& repaired);
+// What its rows say, "Left out or changed: 3; deleted and written: 5"; empty without rows.
+std::string RepairRowsWords(const Repaired& repaired);
 // Why not, for the user.
 std::string RepairFaultWords(const Repaired& repaired, const std::string& name);
 

@@ -467,7 +467,6 @@ class ContentReader {
     const std::string path = freed_->paths.PathOf(freed.key);
     const std::string shown = ValueDisplayName(content.value);
     const auto leave_out = [&](const std::string& why) {
-      ++counts_.freed_left_out;
       Row(path, shown, "deleted value left out: " + why, freed.position);
     };
     if (freed.key == kNoOffset) return leave_out("its key is not known");

@@ -21,7 +21,6 @@ struct ContentCounts {
   uint32_t made = 0;                // keys that only lead to recovered and freed ones
   uint32_t freed_keys = 0;          // written
   uint32_t freed_values = 0;
-  uint32_t freed_left_out = 0;  // values
 };
 
 // Sorted. What is left out, renamed or replaced, and what was deleted and is written, becomes rows

@@ -16,8 +16,8 @@ void Tell(const ConsoleRequest& request, const Repaired& repaired) {
     Complain("Recovered keys left out: " + std::to_string(repaired.recovered_left_out) +
              " (--recovered writes them too)");
   }
-  if (const uint32_t rows = RowCount(*repaired.rows); rows != 0) {
-    Complain("Left out or changed: " + std::to_string(rows) + ", listed on the standard output");
+  if (const std::string rows = RepairRowsWords(repaired); !rows.empty()) {
+    Complain(rows + ", listed on the standard output");
   }
 }
 

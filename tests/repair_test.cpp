@@ -205,7 +205,9 @@ TEST(Repair, DeletedRecordsAreWrittenApart) {
   built.Unlink("A\\Gone");
   for (const uint32_t cell : freed) built.Free(cell);
   OpenedHive opened(built);
-  EXPECT_EQ(RepairOf(opened).repaired.keys, 3u);
+  const Made without = RepairOf(opened);
+  EXPECT_EQ(without.repaired.keys, 3u);
+  EXPECT_EQ(RepairRowsWords(without.repaired), "");
   const Made with = RepairOf(opened, {RepairKind::kRebuilt, false, true});
   ASSERT_EQ(with.repaired.fault, RepairFault::kNone);
   const PlainKeys keys = KeysOf(with.bytes);
@@ -214,6 +216,7 @@ TEST(Repair, DeletedRecordsAreWrittenApart) {
   EXPECT_TRUE(keys.contains({u"ROOT", u"Recovered", u"A", u"Gone", u"Below"}));
   EXPECT_EQ(RepairCountsWords(with.repaired),
             "5 keys (2 deleted), 2 keys made to lead to them, 3 values (2 deleted)");
+  EXPECT_EQ(RepairRowsWords(with.repaired), "Left out or changed: 0; deleted and written: 4");
   const Texts rows = RowTexts(*with.repaired.rows);
   EXPECT_TRUE(std::ranges::any_of(rows, [](const std::string& row) {
     return row.starts_with("ROOT\\A\\Gone|d|deleted value written below");

@@ -33,8 +33,8 @@ std::string RepairedWords(const Repaired& repaired, const RepairOptions& options
   if (repaired.recovered_left_out != 0) {
     words += Concat({"\r\nRecovered keys left out: ", Decimal(repaired.recovered_left_out), "."});
   }
-  if (const uint32_t rows = RowCount(*repaired.rows); rows != 0) {
-    words += Concat({"\r\nLeft out or changed: ", Decimal(rows), ", listed."});
+  if (const std::string rows = RepairRowsWords(repaired); !rows.empty()) {
+    words += Concat({"\r\n", rows, ", listed."});
   }
   return words;
 }
