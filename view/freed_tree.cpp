@@ -133,7 +133,10 @@ void PlaceValues(FreedTree& freed) {
 // Empty after a stop.
 std::shared_ptr<const FreedTree> FindFreedTree(const HiveImage& hive, const KeyTree& tree) {
   auto freed = std::make_shared<FreedTree>();
+  const BackgroundWork* work = WorkInBackground();
+  const uint64_t before = work == nullptr ? 0 : work->shortfalls;
   freed->records = FindFreedRecords(hive, tree);
+  if (work != nullptr) freed->shortfalls = work->shortfalls - before;
   std::vector<Placed> placed;
   placed.reserve(freed->records.keys.size());
   for (uint32_t row = 0; row < freed->records.keys.size(); ++row) {

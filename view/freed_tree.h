@@ -36,7 +36,7 @@ struct FreedTree {
   std::vector<Top> tops;        // ascending by both
   std::vector<Owned> owned;     // ascending by both
   uint32_t loose_keys = 0;      // directly in the folder
-  uint64_t shortfalls = 0;      // stretches of free space that were not searched whole
+  uint64_t shortfalls = 0;      // what the search cut short, of a thread in the background
 };
 
 // Finds and places what was deleted. Takes as long as FindFreedRecords, and sorts the names; empty

@@ -25,14 +25,14 @@ void Leave(Findings& findings, const HiveFindings& found, std::shared_ptr<const 
   PostMessageW(window, kFindingsReady, serial, 0);
 }
 
-void FindFreed(const HiveImage& hive, const KeyTree& tree, HiveFindings& found,
-               std::shared_ptr<const FreedTree>& freed) {
-  const BackgroundWork work;
-  freed = FindFreedTree(hive, tree);
+std::shared_ptr<const FreedTree> FindFreed(const HiveImage& hive, const KeyTree& tree,
+                                           HiveFindings& found) {
+  std::shared_ptr<const FreedTree> freed = FindFreedTree(hive, tree);
   found.freed_known = true;
   found.freed_keys = freed->records.keys.size();
   found.freed_values = freed->records.values.size();
-  found.freed_cut = work.shortfalls != 0;
+  found.freed_cut = freed->shortfalls != 0;
+  return freed;
 }
 
 // The verdict and the counts alone; rows are made when the list is asked for.
@@ -59,15 +59,14 @@ struct FindingRun {
 
 // Freed records first, as they are shown in the tree; each finding is left as soon as it is known,
 // so that a stop between loses the second alone.
+// What there is no memory for stays unknown, as the band says.
 void Find(FindingRun run) {
-  std::shared_ptr<const FreedTree> freed;
+  const BackgroundWork work;
   WithMemory([&] {
     if (!run.found.freed_known) {
-      FindFreed(run.hive, run.tree, run.found, freed);
-      const BackgroundWork work;
-      Leave(run.findings, run.found, std::move(freed), run.window, run.serial);
+      Leave(run.findings, run.found, FindFreed(run.hive, run.tree, run.found), run.window,
+            run.serial);
     }
-    const BackgroundWork work;
     if (run.found.checked || StopRequested()) return true;
     Check(run.hive, run.found);
     Leave(run.findings, run.found, nullptr, run.window, run.serial);
