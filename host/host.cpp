@@ -1,5 +1,7 @@
 #include "host/host.h"
 
+#include "host/long_operation.h"
+
 namespace hivequarry {
 namespace {
 
@@ -40,6 +42,8 @@ const Host& CurrentHost() { return State().host; }
 void SetHost(const Host& host) { State().host = host; }
 
 Answer ShowMessage(const char* text, const char* title, Icon icon, Buttons buttons) {
+  // Who asked for it may be waiting for its end, and could not answer.
+  if (WorkInBackground() != nullptr) return NullMessage(nullptr, text, title, icon, buttons);
   const Host& host = CurrentHost();
   return host.message(host.context, text, title, icon, buttons);
 }

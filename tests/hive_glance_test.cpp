@@ -7,6 +7,7 @@
 
 #include "host/long_operation.h"
 #include "host/shortfalls.h"
+#include "tests/support/host_recorder.h"
 #include "tests/support/opened_hive.h"
 #include "tests/support/texts.h"
 
@@ -101,6 +102,20 @@ TEST(HiveGlance, RowsAreNoWiderThanTheRoom) {
   EXPECT_EQ(BreaksOf({40, 50, 20, 200, 10}, 100),
             (std::vector<bool>{false, false, true, true, true}));
   EXPECT_TRUE(BreaksOf({}, 10).empty());
+}
+
+// Who waits for the thread's end can answer no question.
+TEST(BackgroundWork, ShowsNoMessage) {
+  const testing::HostRecorder host;
+  Answer answers[2] = {};
+  std::thread([&answers] {
+    const BackgroundWork work;
+    answers[0] = ShowMessage("said", "", Icon::kExclamation);
+    answers[1] = ShowMessage("asked", "", Icon::kQuestion, Buttons::kYesNo);
+  }).join();
+  EXPECT_EQ(answers[0], Answer::kOk);
+  EXPECT_EQ(answers[1], Answer::kNo);
+  EXPECT_TRUE(host.messages.empty());
 }
 
 TEST(BackgroundWork, IsNotStoppedByAStopOfAnOperation) {
