@@ -30,9 +30,10 @@ struct FilterRun {
 };
 
 void RunFilter(FilterRun& run, const std::atomic<bool>& stop, std::vector<bool>& passing) {
+  const BackgroundWork work;
   WithMemory([&] {
     passing = PassingRows(run.filter, run.list, run.from, run.to, stop);
-    for (uint32_t i = 0; run.range && i < passing.size(); ++i) {
+    for (uint32_t i = 0; run.range && i < passing.size() && !stop; ++i) {
       passing[i] = passing[i] && run.range(run.list, run.from + i);
     }
     return true;
@@ -48,8 +49,8 @@ RowFilter FilterOf(const ListPlace& place) {
   return filter;
 }
 
-// Of the rows from `from` on.
-void StartRun(ListPlace& place, uint32_t from) {
+// Of the rows from `from` on, by the words in force.
+void StartRun(ListPlace& place, uint32_t from, RowFilter words) {
   StopFilter(place);
   ListFilter& filter = place.filter;
   filter.from = from;
@@ -57,8 +58,9 @@ void StartRun(ListPlace& place, uint32_t from) {
   filter.tested = from;
   filter.stop = false;
   filter.passing.clear();
-  const auto run = std::make_shared<FilterRun>(FilterRun{
-      *place.model, FilterOf(place), filter.range, from, filter.to, place.window, ++filter.serial});
+  const auto run =
+      std::make_shared<FilterRun>(FilterRun{*place.model, std::move(words), filter.range, from,
+                                            filter.to, place.window, ++filter.serial});
   try {
     filter.thread = std::thread([&filter, run] { RunFilter(*run, filter.stop, filter.passing); });
   } catch (const std::system_error&) {
@@ -79,7 +81,10 @@ void ShowPassing(ListPlace& place) {
   ListFilter& filter = place.filter;
   filter.ready = false;
   filter.tested = filter.to;
-  if (filter.passing.size() != filter.to - filter.from) return;  // no memory, which was noted
+  if (filter.passing.size() != filter.to - filter.from) {
+    return ShowFilterNote(place,
+                          "There is no memory to choose rows by this: they stay as they are.");
+  }
   if (filter.from == 0) {
     filter.passing.resize(RowCount(*place.model));  // rows that came since are not known yet
     ShowChosenRows(place, std::move(filter.passing));
@@ -91,7 +96,7 @@ void ShowPassing(ListPlace& place) {
 
 // What is wrong with words that were typed since stays there.
 void ShowNote(const ListPlace& place) {
-  if (!place.filter.faulty) ShowFilterNote(place, FilterOf(place).note);
+  if (!place.filter.faulty) ShowFilterNote(place, place.filter.note);
 }
 
 }  // namespace
@@ -105,8 +110,9 @@ void SetFilterWords(ListPlace& place, FilterWords words) {
   if (place.filter.faulty) return ShowFilterNote(place, fault);
   if (filter.terms.empty()) words.text.clear();
   place.filter.words = std::move(words);
+  place.filter.note = filter.note;
   ShowFilterNote(place, filter.note);
-  if (HasFilterWords(place) || place.filter.range) return StartRun(place, 0);
+  if (HasFilterWords(place) || place.filter.range) return StartRun(place, 0, std::move(filter));
   StopFilter(place);
   if (place.rows.filtered) ShowAllRows(place);
 }
@@ -124,7 +130,7 @@ void FollowFilter(ListPlace& place) {
   ListFilter& filter = place.filter;
   if (filter.ready && MayChangeRows(place)) ShowPassing(place);
   if (!HasFilterWords(place) || filter.ready || filter.thread.joinable()) return;
-  if (filter.tested < RowCount(*place.model)) StartRun(place, filter.tested);
+  if (filter.tested < RowCount(*place.model)) StartRun(place, filter.tested, FilterOf(place));
 }
 
 void StopFilter(ListPlace& place) {
@@ -138,6 +144,7 @@ void StopFilter(ListPlace& place) {
 void ForgetFilter(ListPlace& place) {
   StopFilter(place);
   place.filter.words = FilterWords();
+  place.filter.note.clear();
   place.filter.range = nullptr;
   place.filter.range_words.clear();
   place.filter.faulty = false;

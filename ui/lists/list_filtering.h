@@ -27,6 +27,7 @@ inline constexpr UINT kRowsChosen = WM_APP + 22;
 // takes rows from the model stops it before.
 struct ListFilter {
   FilterWords words;        // that are in force; empty: none
+  std::string note;         // how they were taken, where the user should know
   bool faulty = false;      // the box has other words, which mean nothing
   RowTest range;            // null: none
   std::string range_words;  // what the head says of it
