@@ -5,6 +5,7 @@
 
 #include "hive/file_place.h"
 #include "hive/keys.h"
+#include "host/counted.h"
 #include "host/number_text.h"
 #include "lists/list_rows.h"
 #include "records/key_node.h"
@@ -17,10 +18,6 @@ namespace hivequarry {
 namespace {
 
 constexpr uint32_t kEntriesShown = 4096;  // of a deleted key's list, which nothing vouches for
-
-std::string Counted(size_t count, const char* what) {
-  return Concat({Thousands(count), " ", what, count == 1 ? "" : "s"});
-}
 
 const char* WhereWords(FreedPlace place) {
   switch (place) {

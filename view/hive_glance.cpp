@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "hive/file_place.h"
+#include "host/counted.h"
 #include "host/files.h"
 #include "host/number_text.h"
 #include "replay/log_words.h"
@@ -13,10 +14,6 @@ namespace {
 
 constexpr size_t kHashDigits = 8;   // shown of a hash
 constexpr size_t kSecondsEnd = 19;  // of "2012-04-07T13:05:14.5115038Z"
-
-std::string Counted(uint64_t count, const char* what) {
-  return Concat({Thousands(count), " ", what, count == 1 ? "" : "s"});
-}
 
 GlanceTone ToneOfCount(uint64_t count) {
   return count == 0 ? GlanceTone::kMuted : GlanceTone::kFound;
@@ -169,10 +166,7 @@ std::string GlanceLines(const GlanceFacts& facts) {
   const auto add = [&text](const char* label, const GlancePart& part, bool whole) {
     text += Concat({label, ": ", whole ? part.tip : part.text, "\r\n"});
   };
-  text += "SHA-256: ";
-  text +=
-      facts.hashes.hive.empty() ? HashPart(facts).tip.substr(sizeof "SHA-256:") : facts.hashes.hive;
-  text += "\r\n";
+  text += HashPart(facts).tip + "\r\n";
   add("Logs", LogsPart(facts.hive), true);
   const HiveStateTexts texts = StateTextsOf(facts.hive, false);
   for (const auto& [label, words] :

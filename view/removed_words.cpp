@@ -2,16 +2,13 @@
 
 #include <algorithm>
 
+#include "host/counted.h"
 #include "host/number_text.h"
 #include "view/shown_text.h"
 #include "view/tree_icons.h"
 
 namespace hivequarry {
 namespace {
-
-std::string Counted(size_t count, const char* what) {
-  return std::to_string(count) + " " + what + (count == 1 ? "" : "s");
-}
 
 const RemovedKey* KeyOf(const RemovedState& removed, uint32_t item) {
   const auto found = std::ranges::find(removed.keys, item, &RemovedKey::item);

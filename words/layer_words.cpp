@@ -4,15 +4,11 @@
 
 #include "hive/layer_stack.h"
 #include "hive/layers.h"
-#include "host/number_text.h"
+#include "host/counted.h"
 #include "words/value_text.h"
 
 namespace hivequarry {
 namespace {
-
-std::string Counted(uint32_t count, const char* what) {
-  return std::to_string(count) + ' ' + what + (count == 1 ? "" : "s");
-}
 
 // Anything at all by which a key or value differs from those of a plain hive.
 bool IsUsed(const LayerCounts& counts) {
