@@ -75,17 +75,25 @@ Format FormatOf(const std::string& name) {
   return name == "jsonl" ? Format::kJsonLines : Format::kText;
 }
 
-// "none", "auto", or file names with commas between them; a file may have commas in its name.
+// Of file names with commas between them the first; each may have commas in itself.
+std::string_view FirstName(std::string_view names) {
+  std::error_code ignored;
+  for (size_t end = names.size(); end != names.npos && end != 0; end = names.rfind(',', end - 1)) {
+    const std::string_view name = names.substr(0, end);
+    if (std::filesystem::exists(FilePath(std::string(name)), ignored)) return name;
+  }
+  return names.substr(0, names.find(','));
+}
+
+// "none", "auto", or file names.
 LogChoice LogChoiceOf(const std::string& text, LogChoice choice) {
   choice.files.clear();
   choice.mode = text == "none" ? LogMode::kNone : LogMode::kAuto;
   if (text == "none" || text == "auto") return choice;
   choice.mode = LogMode::kChosen;
-  std::error_code ignored;
   std::string_view rest = text;
   while (!rest.empty()) {
-    const bool whole = std::filesystem::exists(FilePath(std::string(rest)), ignored);
-    const std::string_view name = whole ? rest : rest.substr(0, rest.find(','));
+    const std::string_view name = FirstName(rest);
     if (!name.empty()) choice.files.emplace_back(name);
     rest.remove_prefix(std::min(rest.size(), name.size() + 1));
   }

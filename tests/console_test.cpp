@@ -172,6 +172,8 @@ TEST_F(ConsoleTest, LogsOfADirtyHive) {
   EXPECT_EQ(Run("--strict --logs none info dirty"), 0);
   EXPECT_EQ(Run("--strict --logs log --format csv tree dirty Comes"), 0);
   EXPECT_NE(printed.find("Comes"), std::string::npos);
+  for (const char* name : {"in,1", "in,2"}) write(name, log);
+  EXPECT_EQ(Run("--strict --logs in,1,in,2 --format csv tree dirty Comes"), 0);
   EXPECT_EQ(Run("--logs nosuch info dirty"), 3);
   EXPECT_EQ(Run("--logs log --force -o log info dirty"), 1);
   EXPECT_EQ(Shell("$CLI --logs log info dirty >>log 2>errors"), 1);
