@@ -41,9 +41,12 @@ std::string WidthsText(const std::vector<int>& widths, int columns) {
   return text;
 }
 
-// Readers that do not know these keys pass them over.
+// Readers that do not know these keys pass them over. Lines that would take the rows out of their
+// sight are left out.
 void WriteListHead(const std::vector<std::string>& lines, std::string& out) {
-  for (size_t i = 0; i < std::min(lines.size(), kMostHeadLines); ++i) {
+  constexpr size_t kRoom = 14'000;
+  const size_t end = out.size() + kRoom;
+  for (size_t i = 0; i < std::min(lines.size(), kMostHeadLines) && out.size() < end; ++i) {
     const std::string_view kept = FirstUnits(lines[i], kLongestListHead);
     AppendKey(ReportLineKey(i), ProfileText(kept), out);
   }

@@ -77,6 +77,21 @@ TEST(ReportFile, HeadComesBackAndOldFilesHaveNone) {
   }
 }
 
+TEST(ReportFile, LongHeadsOfAnyLetterLeaveTheRowsInSight) {
+  const OutputListPtr list = MakeOutputList(11);
+  Add(*list, {"2008/05/17, 13:02:09", "HKLM\\A", "0x00001020"}, 3);
+  const auto head = std::make_shared<ListHead>();
+  std::string line;
+  while (line.size() < 1500) line += "\u16A0";
+  SetLines(*head, std::vector<std::string>(16, line));
+  SetListHead(*list, head);
+  const std::string text = Report(*list, {"Key Dates", {120, 300, 90}, "then"});
+  EXPECT_EQ(Shown(*ReadRows(text)), "2008/05/17, 13:02:09|HKLM\\A|0x00001020:3\n");
+  ReportHead read;
+  ASSERT_EQ(ParseReportHead(text, read), ReportRead::kDone);
+  EXPECT_GE(read.lines.size(), 9U);
+}
+
 TEST(ReportFile, ByteForByte) {
   const OutputListPtr list = MakeOutputList(11);
   Add(*list, {"2008/05/17, 13:02:09", "HKLM\\A", "0x00001020"}, 3);
