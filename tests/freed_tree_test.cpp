@@ -9,6 +9,7 @@
 #include "records/base_block.h"
 #include "records/key_node.h"
 #include "tests/support/deadline.h"
+#include "tests/support/freed_hives.h"
 #include "tests/support/opened_hive.h"
 #include "tests/support/texts.h"
 #include "view/freed_words.h"
@@ -22,31 +23,6 @@ using testing::BuiltHive;
 using testing::HiveBuilder;
 using testing::OpenedHive;
 using testing::Texts;
-
-// C with a value and its subkey D below A; a value of A that its list still names after its end;
-// Stray, whose parent is nowhere.
-BuiltHive Deleted() {
-  HiveBuilder builder;
-  builder.Key("A").Sz("kept", "of A");
-  builder.Key("A\\Quick");
-  builder.Key("A\\C").Sz("text", "long enough").FreeBehind(64);
-  builder.Key("A\\C\\D").FreeBehind(64);
-  builder.Key("B");
-  builder.Key("B\\Quack").FreeBehind(64);
-  BuiltHive hive = builder.Build();
-  const uint32_t stray = hive.PositionOf("B\\Quack");
-  const uint32_t cells[] = {hive.PositionOf("A\\C"),
-                            hive.PositionOf("A\\C\\D"),
-                            hive.ValuePosition("A\\C", "text"),
-                            hive.DataPosition("A\\C", "text"),
-                            hive.ListPosition("A\\C"),
-                            hive.ValueListPosition("A\\C"),
-                            stray};
-  hive.Unlink("A\\C").Unlink("B\\Quack");
-  hive.SetU32(stray, 20, 0x00F00000);
-  for (const uint32_t cell : cells) hive.Free(cell);
-  return hive;
-}
 
 // "under\name" of each: the path of its place in the tree of what was deleted.
 Texts Places(const OpenedHive& opened, const FreedTree& freed) {
@@ -66,7 +42,7 @@ Texts Places(const OpenedHive& opened, const FreedTree& freed) {
 }
 
 TEST(FreedTree, KeysAreBelowTheirParentsAndTheRestInTheFolder) {
-  OpenedHive opened(Deleted());
+  OpenedHive opened(testing::HiveWithDeletedKeys());
   const auto freed = FindFreedTree(opened.hive, opened.tree);
   EXPECT_EQ(Places(opened, *freed), (Texts{"Freed Keys|Quack", "A|C", "A|C\\D"}));
   EXPECT_TRUE(HasFreedFolder(*freed));
@@ -87,7 +63,7 @@ TEST(FreedTree, KeysAreBelowTheirParentsAndTheRestInTheFolder) {
 }
 
 TEST(FreedTree, DetailsSayWhyAndAllOfTheData) {
-  OpenedHive opened(Deleted());
+  OpenedHive opened(testing::HiveWithDeletedKeys());
   const auto freed = FindFreedTree(opened.hive, opened.tree);
   const uint32_t c = FreedTopsUnder(*freed, opened.Item("A"))[0].item;
   const auto detail = [&](uint32_t item) {
@@ -132,7 +108,7 @@ TEST(FreedTree, SaysThatListsWereCut) {
 }
 
 TEST(FreedTree, FindingGoesThroughAllTrees) {
-  OpenedHive opened(Deleted());
+  OpenedHive opened(testing::HiveWithDeletedKeys());
   const auto freed = FindFreedTree(opened.hive, opened.tree);
   const SearchedTree trees[] = {
       {&opened.tree, [&](uint32_t item) { return ItemName(opened.hive, opened.tree, item); }},

@@ -58,65 +58,31 @@ TEST(LogPairing, ByContentWhereNamesDoNotTell) {
     change(bytes);
     return bytes;
   };
+  const Bytes renamed = with(hive, [](Bytes& b) { Name(b, 'F'); });
+  const Bytes marked = with(hive, [](Bytes& b) {
+    b[112] ^= 1;
+    b[508] ^= 1;
+  });
+  using Files = std::vector<std::pair<const char*, const Bytes&>>;
   const struct {
     const char* what;
-    std::function<void(Folder&)> fill;
+    Files hives;
+    Files logs;
     const char* paired;
   } cases[] = {
-      {"both logs",
-       [&](Folder& f) {
-         f.Add(f.hives, "a", hive);
-         f.Add(f.logs, "x", first);
-         f.Add(f.logs, "y", second);
-       },
-       "a: x y; "},
-      {"the hive has one by name",
-       [&](Folder& f) {
-         f.Add(f.hives, "a", hive);
-         f.Add(f.logs, "A.log1", first);
-         f.Add(f.logs, "y", second);
-       },
-       ""},
-      {"another hive has it by name",
-       [&](Folder& f) {
-         f.Add(f.hives, "a", hive);
-         f.Add(f.hives, "b", with(hive, [](Bytes& b) { Name(b, 'F'); }));
-         f.Add(f.logs, "b.LOG1", first);
-       },
-       ""},
-      {"another stored name",
-       [&](Folder& f) {
-         f.Add(f.hives, "a", with(hive, [](Bytes& b) { Name(b, 'F'); }));
-         f.Add(f.logs, "x", first);
-       },
-       ""},
-      {"other identifiers",
-       [&](Folder& f) {
-         f.Add(f.hives, "a", with(hive, [](Bytes& b) {
-                 b[112] ^= 1;
-                 b[508] ^= 1;
-               }));
-         f.Add(f.logs, "x", first);
-       },
-       ""},
-      {"it fits two hives",
-       [&](Folder& f) {
-         f.Add(f.hives, "a", hive);
-         f.Add(f.hives, "b", hive);
-         f.Add(f.logs, "x", first);
-       },
-       ""},
-      {"more logs than a hive has",
-       [&](Folder& f) {
-         f.Add(f.hives, "a", hive);
-         for (const char* name : {"x", "y", "z"}) f.Add(f.logs, name, first);
-       },
-       ""},
+      {"both logs", {{"a", hive}}, {{"x", first}, {"y", second}}, "a: x y; "},
+      {"the hive has one by name", {{"a", hive}}, {{"A.log1", first}, {"y", second}}, ""},
+      {"another hive has it by name", {{"a", hive}, {"b", renamed}}, {{"b.LOG1", first}}, ""},
+      {"another stored name", {{"a", renamed}}, {{"x", first}}, ""},
+      {"other identifiers", {{"a", marked}}, {{"x", first}}, ""},
+      {"it fits two hives", {{"a", hive}, {"b", hive}}, {{"x", first}}, ""},
+      {"more logs than a hive has", {{"a", hive}}, {{"x", first}, {"y", first}, {"z", first}}, ""},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.what);
     Folder folder;
-    c.fill(folder);
+    for (const auto& [name, bytes] : c.hives) folder.Add(folder.hives, name, bytes);
+    for (const auto& [name, bytes] : c.logs) folder.Add(folder.logs, name, bytes);
     EXPECT_EQ(folder.Paired(), c.paired);
   }
 }

@@ -2,6 +2,7 @@
 #include "app/settings.h"
 #include "app/stop_command.h"
 #include "host/long_operation.h"
+#include "tests/support/freed_hives.h"
 #include "tests/window/list_fixture.h"
 #include "ui/frame/text.h"
 #include "ui/main/freed.h"
@@ -10,34 +11,10 @@
 namespace hivequarry::testing {
 namespace {
 
-// C with a value and its subkey D was deleted below A; Quack, whose parent is nowhere.
-BuiltHive Deleted() {
-  HiveBuilder builder;
-  builder.Key("A").Sz("kept", "of A");
-  builder.Key("A\\Quick");
-  builder.Key("A\\C").Sz("text", "long enough").FreeBehind(64);
-  builder.Key("A\\C\\D").FreeBehind(64);
-  builder.Key("B");
-  builder.Key("B\\Quack").FreeBehind(64);
-  BuiltHive hive = builder.Build();
-  const uint32_t quack = hive.PositionOf("B\\Quack");
-  const uint32_t cells[] = {hive.PositionOf("A\\C"),
-                            hive.PositionOf("A\\C\\D"),
-                            hive.ValuePosition("A\\C", "text"),
-                            hive.DataPosition("A\\C", "text"),
-                            hive.ListPosition("A\\C"),
-                            hive.ValueListPosition("A\\C"),
-                            quack};
-  hive.Unlink("A\\C").Unlink("B\\Quack");
-  hive.SetU32(quack, 20, 0x00F00000);
-  for (const uint32_t cell : cells) hive.Free(cell);
-  return hive;
-}
-
 class FreedInTreeTest : public ListTest {
  protected:
   void OpenDeleted() {
-    built_ = Deleted();
+    built_ = HiveWithDeletedKeys();
     OpenBytes(built_.bytes);
     ASSERT_TRUE(PumpUntil([&] { return window_->freed.freed != nullptr; }));
   }
