@@ -17,7 +17,7 @@ constexpr HelpPlace kPlaces[] = {
     {kHelpBookmarks, "bookmarks-and-recent-keys"},
     {kHelpOptions, "options"},
     {kHelpConsole, "console-reference"},
-    {kHelpRecovery, "what-comes-back-and-where-it-stands"},
+    {kHelpRecovery, "what-comes-back-and-where-it-is"},
     {kHelpSearch, "searching"},
     {kHelpKeyDates, "key-dates"},
     {kHelpReports, "special-reports"},

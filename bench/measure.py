@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""measure.py RUNS LIMIT OUTPUT: times commands, which stand on the standard input, a line each.
+"""measure.py RUNS LIMIT OUTPUT: times the commands that the standard input has, a line each.
 
 Runs take turns, so that what else the machine does meets all commands alike; the first turn warms
 up. Prints for each command "wall cpu" in seconds, the medians of its runs, or "- - REASON" for one

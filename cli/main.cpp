@@ -124,7 +124,7 @@ void AddAccess(CLI::App* command, ConsoleRequest& request) {
 // Those of all commands; they may come before or after a command's name.
 void AddOptions(CLI::App& app, ConsoleRequest& request) {
   app.add_option("--soff", request.start_offset, "First byte of a partial range of the file");
-  app.add_option("--eoff", request.end_offset, "End of the range (first byte behind it)");
+  app.add_option("--eoff", request.end_offset, "End of the range: the first byte after it");
   app.add_option("--root", request.root_path, "Registry path of the hive's root key");
   app.add_option_function<std::string>(
          "--format",

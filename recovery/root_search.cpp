@@ -189,7 +189,7 @@ ImageCut CutOf(const HiveImage& hive) {
   if (!hive.cut) return cut;
   cut.at = FilePositionOf(hive, hive.length);
   cut.rest = RangeStartForRoot(cut.at);
-  cut.reason = "another root key stands there";
+  cut.reason = "another root key is there";
   const uint32_t header = hive.length - kBinHeaderSize;
   if (hive.length >= kBinHeaderSize && ReadU32(hive, header) == kBinSignature) {
     cut.reason = "another hive begins: its first block";

@@ -77,7 +77,7 @@ const Moved kMoved[] = {
        return CopiedAsText(WithFeeds(hive.bytes, data, 40));
      },
      "copied as text: every 0A became 0D 0A"},
-    {"copied as text, bytes in front",
+    {"copied as text, bytes before it",
      [](const BuiltHive& hive) {
        const uint32_t data = hive.DataPosition("Group3\\Key59", "bytes") + 4;
        Bytes bytes(1000, 0x0A);

@@ -84,7 +84,7 @@ TEST(FileReading, GoesOnBehindWhatIsLost) {
       zeros += read[i] == 0;
     }
     EXPECT_EQ(zeros, unread.count);
-    EXPECT_EQ(read[kSize], 0xFF) << "nothing behind the end";
+    EXPECT_EQ(read[kSize], 0xFF) << "nothing after the end";
   }
 }
 

@@ -139,19 +139,19 @@ struct Place {
 std::vector<Place> PlacesIn(const BuiltHive& hive) {
   const uint32_t last = hive.BinCount() - 1;
   return {{"in the base block", 600},
-          {"in front of the first block", 4096},
-          {"in front of the root", hive.PositionOf("")},
-          {"behind the root", hive.PositionOf("") + hive.CellLength(hive.PositionOf(""))},
+          {"before the first block", 4096},
+          {"before the root", hive.PositionOf("")},
+          {"after the root", hive.PositionOf("") + hive.CellLength(hive.PositionOf(""))},
           {"inside a key", hive.PositionOf(KeyPath(1, 3)) + 40},
-          {"in front of a key", hive.PositionOf(KeyPath(1, 5))},
-          {"in front of a value list", hive.ValueListPosition(KeyPath(2, 1))},
+          {"before a key", hive.PositionOf(KeyPath(1, 5))},
+          {"before a value list", hive.ValueListPosition(KeyPath(2, 1))},
           {"inside data", hive.DataPosition(KeyPath(2, 6), "v") + 80},
           {"inside a list", hive.ListPosition("Group3") + 24},
-          {"in front of a list", hive.ListPosition("Group3")},
-          {"in front of a bin", hive.BinPosition(2)},
-          {"behind a bin header", hive.BinPosition(2) + 32},
+          {"before a list", hive.ListPosition("Group3")},
+          {"before a bin", hive.BinPosition(2)},
+          {"after a bin header", hive.BinPosition(2) + 32},
           {"at a bin's end", hive.BinPosition(3) - 8},
-          {"in front of the last bin", hive.BinPosition(last)},
+          {"before the last bin", hive.BinPosition(last)},
           {"in the last bin", hive.DataPosition(KeyPath(4, 7), "v") + 16}};
 }
 
@@ -537,7 +537,7 @@ TEST(OffsetMapHostile, BinsAtManyDistances) {
     }
     ImageSummary summary;
     EXPECT_LT(SecondsToOpen(bytes, &summary), kSeconds);
-    EXPECT_EQ(summary.connected_keys, 46u) << "the hive in front stays what it was";
+    EXPECT_EQ(summary.connected_keys, 46u) << "the hive before it stays what it was";
   }
 }
 

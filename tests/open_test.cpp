@@ -38,12 +38,12 @@ TEST(OpenHive, FindsTheHiveInTheFile) {
   };
   const std::vector<OpenCase> cases = {
       {"whole", [&] { return hive; }, 0, true, true},
-      {"with garbage behind", embedded(0, 0x11), 0, true, true},
+      {"with garbage after it", embedded(0, 0x11), 0, true, true},
       {"at 512", embedded(512, 0), 512, true, true},
       {"at 4096", embedded(4096, 0), 4096, true, true},
       {"at an odd place", embedded(12345, 0), 12345, true, true},
-      {"behind many letters h", embedded(70000, 'h'), 70000, true, true},
-      {"behind more than a read block", embedded(200000, 0), 200000, true, true},
+      {"after many letters h", embedded(70000, 'h'), 70000, true, true},
+      {"after more than a read block", embedded(200000, 0), 200000, true, true},
       {"base block wiped",
        [&] {
          Bytes bytes = hive;
@@ -87,7 +87,7 @@ TEST(OpenHive, StartOfALaterPieceOfAHive) {
   const Bytes zeros(3 * 4096);
   const Bytes piece = Joined({zeros, std::span(hive.bytes).subspan(4096)});
   OpenedImage image(piece);
-  EXPECT_EQ(image.hive().base_offset, 2u * 4096) << "a base block's room in front of block 0";
+  EXPECT_EQ(image.hive().base_offset, 2u * 4096) << "a base block's room before block 0";
 }
 
 TEST(OpenHive, Probe) {

@@ -129,7 +129,7 @@ std::vector<Plant> Plants() {
   std::vector<Plant> plants = {
       {"a key", key},
       {"a key whose name runs on", FakeKey({.name_length = 49270})},
-      {"a key of a place where nothing stands", FakeKey({.parent = 0x9000})},
+      {"a key of a place where nothing is", FakeKey({.parent = 0x9000})},
       {"a key of a made parent in the data", FakeKey({.parent = 0x7FF8})},
       {"a value", FakeValue("FAKE")},
       {"a value inside", aligned(Cell(FakeValue("FAKE")))},

@@ -217,15 +217,15 @@ TEST(Security, BoundsOfARecord) {
       {"another signature", 4, 0x6B6E, false},
       {"no owner", 28, 0, false},
       {"owner at the cell's end", 28, size - 24, true},
-      {"owner behind it", 28, size - 23, false},
+      {"owner after it", 28, size - 23, false},
       {"owner before the descriptor", 28, 0xFFFFFFF8, false},
       {"no group", 32, 0, true},
-      {"group behind", 32, size, false},
+      {"group after it", 32, size, false},
       {"group before", 32, 0xFFFFFFFF, false},
       {"list of access at the cell's start", 40, 0U - 16, true},
       {"before it", 40, 0U - 28, false},
       {"at its end", 40, size - 24, true},
-      {"behind it", 40, size - 23, false},
+      {"after it", 40, size - 23, false},
       {"list for auditing far away", 36, 0x10000000, true},
   };
   for (const Case& test : kCases) {

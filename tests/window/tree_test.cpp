@@ -117,7 +117,7 @@ TEST_F(TreeTest, EveryRepairIsSeen) {
     bool made = false;
   } kCases[] = {
       {"sound", made.tools, kIconFolder, ""},
-      {"slack behind its name", made.slack, kIconFolder, "Info: bad_len"},
+      {"slack after its name", made.slack, kIconFolder, "Info: bad_len"},
       {"unlinked", made.inner, kIconIsolatedRepaired, "Status: by parent field    Info: par_field"},
       {"below an unlinked one", made.deep, kIconIsolated, ""},
       {"made from a list with hints", made.wiped, kIconMadeHint,

@@ -441,7 +441,7 @@ void OnAddToBookmarks(MainWindow& window) {
       [&](Bookmarks& bookmarks) { return change = AddBookmark(bookmarks, bookmark); });
   if (!kept) return;
   ShowPassingText(window, change == BookmarkChange::kMoved
-                              ? "The bookmark was there; it stands in front now."
+                              ? "The bookmark was there; it is the first now."
                               : "Bookmark added.");
 }
 
