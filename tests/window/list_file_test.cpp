@@ -113,6 +113,13 @@ TEST_F(ListFileTest, SelectedRowsAndDialogsThatFail) {
   }
 }
 
+TEST_F(ListFileTest, RowsOfANewListOpenNoFilesOfTheOneBefore) {
+  ListPlace& place = OpenList(KeyErrors());
+  place.files = {{"a"}, {"b"}};
+  ShowList(place, KeyErrors());
+  EXPECT_TRUE(place.files.empty());
+}
+
 TEST_F(ListFileTest, Tables) {
   ListPlace& place = OpenList(KeyErrors());
   FocusRow(place, 0, false);

@@ -200,6 +200,7 @@ void ShowList(ListPlace& place, OutputListPtr list, const std::vector<int>& widt
   place.asked.clear();
   place.loaded = false;
   place.keys.clear();
+  place.files.clear();
   ForgetOrder(place);
   SetTitles(place.list, *place.model);
   place.columns_touched = !widths.empty();
