@@ -141,6 +141,22 @@ TEST_F(ListFileTest, Tables) {
     EXPECT_EQ(ContentOf(here_.folder() + "\\" + c.written).substr(0, c.bytes.size()), c.bytes);
     EXPECT_EQ(TakeBoxes(), Texts{"Hivequarry: 2 Items saved !"});
   }
+  // With its ending the name is that of a file of which the dialog did not know.
+  std::string asked;
+  TheListDialogs().replace = [&asked](HWND, const std::string& file) {
+    asked = file;
+    return false;
+  };
+  const std::string there = here_.folder() + "\\b.csv";
+  const std::string before = ContentOf(there);
+  choice_ = {here_.folder() + "\\b", 0, 1};
+  RunList(place, kCommandSaveListAs);
+  EXPECT_EQ(asked, there);
+  EXPECT_EQ(ContentOf(there), before);
+  choice_ = {here_.folder() + "\\g.txt", 0, 5};
+  RunList(place, kCommandSaveListAs);
+  EXPECT_TRUE(ContentOf(choice_.name).starts_with("Key\t"));
+  TakeBoxes();
   choice_ = {here_.folder() + "\\f.tsv", 0, 5};
   RunList(place, kCommandSaveSelectedAs);
   EXPECT_EQ(ContentOf(choice_.name), "Key\tValue\tError\r\nb\t\tfailed\r\n");

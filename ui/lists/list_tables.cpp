@@ -27,6 +27,8 @@ constexpr const wchar_t kFilter[] =
     L"Text with tabs\0*.tsv;*.txt\0";
 constexpr const char* kEndings[] = {".csv", ".csv", ".jsonl", ".html", ".tsv"};
 static_assert(std::size(kEndings) == static_cast<size_t>(TableForm::kCount));
+// That the dialog offers beside them.
+constexpr const char* kOtherEndings[] = {".htm", ".txt"};
 
 constexpr const char* kCannotOpen = "Could Not Open or Create File %s !";
 
@@ -98,10 +100,8 @@ TableForm FormOfType(DWORD type) {
 }
 
 bool HasEnding(const std::string& file) {
-  const size_t separator = file.find_last_of("\\/");
-  const size_t name = separator == file.npos ? 0 : separator + 1;
-  return std::ranges::any_of(
-      kEndings, [&](const char* ending) { return EndsIgnoringCase(file.substr(name), ending); });
+  const auto ends = [&file](const char* ending) { return EndsIgnoringCase(file, ending); };
+  return std::ranges::any_of(kEndings, ends) || std::ranges::any_of(kOtherEndings, ends);
 }
 
 void SaveTable(ListPlace& place, bool selection) {
@@ -115,7 +115,11 @@ void SaveTable(ListPlace& place, bool selection) {
   const auto job = std::make_shared<TableJob>();
   job->form = FormOfType(choice.type);
   job->file = choice.name;
-  if (!HasEnding(job->file)) job->file += kEndings[static_cast<size_t>(job->form)];
+  if (!HasEnding(job->file)) {
+    // The dialog has asked about the name without it.
+    job->file += kEndings[static_cast<size_t>(job->form)];
+    if (FileExists(job->file) && !TheListDialogs().replace(place.window, job->file)) return;
+  }
   job->rows = ChooseRows(place, selection);
   if (IsOfHiveShown(place)) job->hive = &ShownHive(*place.owner);
   const OutputList& list = *place.model;
