@@ -162,8 +162,6 @@ void RenewBand(MainWindow& window) {
   window.band.glance = window.hive.slot < 0 ? HiveGlance() : GlanceAt(GlanceNow(window));
   window.band.renewed = true;
   const int before = window.band.height;
-  RECT client;
-  GetClientRect(window.handle, &client);
   if (window.band.width == 0 || FillBand(window, window.band.width) != before) LayOut(window);
 }
 
