@@ -9,6 +9,7 @@
 #include "tests/window/list_fixture.h"
 #include "ui/dialogs/list_dialogs.h"
 #include "ui/frame/folder_choice.h"
+#include "ui/frame/system_facts.h"
 #include "ui/frame/text.h"
 #include "ui/lists/list_selection.h"
 #include "ui/resources/resource.h"
@@ -24,7 +25,10 @@ class CaseWindowTest : public ListTest {
     ListTest::SetUp();
     OpenBytes(Sample().bytes);
     made_ = hive_file_->folder() + "/NEW";
-    TheListDialogs().save = [this](const FileRequest&) { return FileChoice{made_}; };
+    TheListDialogs().save = [this](const FileRequest& request) {
+      proposed_ = request.folder;
+      return FileChoice{made_};
+    };
   }
   static BuiltHive Sample() {
     HiveBuilder builder;
@@ -50,6 +54,7 @@ class CaseWindowTest : public ListTest {
   }
 
   std::string made_;
+  std::string proposed_;  // the folder that the dialog began with
 };
 
 TEST_F(CaseWindowTest, ARepairedHiveIsVerifiedAndItsChangesAreListed) {
@@ -62,7 +67,9 @@ TEST_F(CaseWindowTest, ARepairedHiveIsVerifiedAndItsChangesAreListed) {
     Click(dialog, kRepairRecovered);
     Click(dialog, IDOK);
   });
+  TheSettings().folders[kFolderHives] = hive_file_->folder();
   RunToEnd(kCommandSaveRepaired);
+  EXPECT_EQ(proposed_, TheProgram().facts.documents);
   EXPECT_TRUE(fs::exists(made_));
   const Texts boxes = TakeBoxes();
   ASSERT_EQ(boxes.size(), 1U);

@@ -32,11 +32,7 @@ std::string ChooseReport(const MainWindow& window) {
   request.filter = L"HTML (*.html)\0*.html\0All Files (*.*)\0*.*\0";
   request.extension = L"html";
   request.name = "bookmarks.html";
-  const FileChoice choice =
-      ChooseFileAndType(window.handle, true, kFolderReports, std::move(request));
-  const bool refused = !choice.name.empty() && FileExists(choice.name) &&
-                       !TheListDialogs().replace(window.handle, choice.name);
-  return refused ? std::string() : choice.name;
+  return ChooseNewFile(window.output, kFolderReports, std::move(request)).name;
 }
 
 }  // namespace

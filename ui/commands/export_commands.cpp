@@ -39,10 +39,7 @@ FileChoice ChooseScript(const ListPlace& place) {
       L"Registry or Text Files (*.reg, *.txt)\0*.reg;*.txt\0All Files (*.*)\0*.*\0"
       L"Registry Files Version 5.00, Unicode (*.reg)\0*.reg\0";
   request.extension = L"txt";
-  FileChoice choice = ChooseFileAndType(place.window, true, kFolderScripts, request);
-  if (choice.name.empty() || !FileExists(choice.name)) return choice;
-  if (!TheListDialogs().replace(place.window, choice.name)) choice.name.clear();
-  return choice;
+  return ChooseNewFile(place, kFolderScripts, std::move(request));
 }
 
 ScriptForm FormOf(const FileChoice& choice) {

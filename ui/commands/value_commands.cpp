@@ -58,7 +58,8 @@ void OnSaveValue(MainWindow& window) {
   FileRequest request;
   request.filter = L"All files (*.*)\0*.*\0";
   request.ask_to_replace = true;
-  const std::string file = ChooseListFile(window.output, true, kFolderTexts, request);
+  request.evidence = EvidenceFolderOf(window.output);
+  const std::string file = ChooseFile(window.handle, true, kFolderTexts, request);
   if (!file.empty()) SaveData(file, data);
 }
 

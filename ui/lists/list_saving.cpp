@@ -213,6 +213,14 @@ std::string ChooseFile(HWND owner, bool save, LastFolder folder, FileRequest req
   return ChooseFileAndType(owner, save, folder, std::move(request)).name;
 }
 
+FileChoice ChooseNewFile(const ListPlace& place, LastFolder folder, FileRequest request) {
+  request.evidence = EvidenceFolderOf(place);
+  FileChoice choice = ChooseFileAndType(place.window, true, folder, std::move(request));
+  if (choice.name.empty() || !FileExists(choice.name)) return choice;
+  if (!TheListDialogs().replace(place.window, choice.name)) choice.name.clear();
+  return choice;
+}
+
 FileChoice ChooseFileAndType(HWND owner, bool save, LastFolder folder, FileRequest request) {
   std::string& last = TheSettings().folders[static_cast<size_t>(folder)];
   request.owner = owner;

@@ -36,6 +36,9 @@ std::string ProposedNameOf(const ListPlace& place);
 std::string EvidenceFolderOf(const ListPlace& place);
 // The same for a dialog.
 std::string ChooseFile(HWND owner, bool save, LastFolder folder, FileRequest request);
+// A file to be written anew, with its type: also asks before one that exists is replaced. Empty
+// where there is none.
+FileChoice ChooseNewFile(const ListPlace& place, LastFolder folder, FileRequest request);
 // With the type of file that was chosen in the dialog.
 FileChoice ChooseFileAndType(HWND owner, bool save, LastFolder folder, FileRequest request);
 
