@@ -5,7 +5,7 @@
  * - Texts are UTF-8; a lone surrogate is kept as three bytes, as if it were a character.
  * - Functions that give a text or bytes fill `out`, at most `size` bytes, and return how many there
  *   are in all, so that a call with a size of 0 asks how much room is needed. A text always ends
- * with a zero, which its length does not count; it may have others inside.
+ *   with a zero, which its length does not count; it may have others inside.
  * - Times are FILETIMEs: units of 100 ns since 1601, UTC. 0 where there is none.
  * - Positions are bytes from the start of the file.
  * - A key or value that is not there gives 0, or an empty text: no function fails loudly.
@@ -80,8 +80,7 @@ HQ_API void hq_summarize(const hq_hive* hive, hq_summary* summary);
  * short since it was opened. */
 HQ_API size_t hq_notices(const hq_hive* hive, char* out, size_t size);
 
-/* --- keys
- * ----------------------------------------------------------------------------------------*/
+/* --- keys ----------------------------------------------------------------------------------- */
 
 HQ_API uint32_t hq_key_count(const hq_hive* hive);
 /* In the order in which they are shown; HQ_NO_KEY after the last. */
@@ -112,8 +111,7 @@ HQ_API size_t hq_key_path(const hq_hive* hive, hq_key key, char* out, size_t siz
 /* How it came to be there, "recovered parent"; empty for a key that is simply there. */
 HQ_API size_t hq_key_status(const hq_hive* hive, hq_key key, char* out, size_t size);
 
-/* --- values
- * --------------------------------------------------------------------------------------*/
+/* --- values --------------------------------------------------------------------------------- */
 
 typedef struct hq_value_info {
   uint64_t position;      /* of its record; HQ_NO_POSITION where the list's entry leads nowhere */
@@ -129,8 +127,7 @@ HQ_API size_t hq_value_name(hq_hive* hive, hq_key key, uint32_t index, char* out
 /* As they are stored: texts are UTF-16, low byte first. */
 HQ_API size_t hq_value_data(hq_hive* hive, hq_key key, uint32_t index, void* out, size_t size);
 
-/* --- bytes and structure
- * -------------------------------------------------------------------------*/
+/* --- bytes and structure -------------------------------------------------------------------- */
 
 /* Bytes of the hive from a position in the file on, as its logs leave them; returns how many were
  * copied, fewer than `size` at its end. */
