@@ -185,7 +185,7 @@ void AddHive(Machine& machine, const SourceFile& source, Writers& writers) {
   TimelineHive about;
   about.path = about.label = source.label;
   NameMachine(hive, opened.tree, about);
-  AddFileRow(machine, source, opened, about, StructureVerdict(hive));
+  AddFileRow(machine, source, opened, about, VerdictWords(checked.result));
   TimelineOptions all;
   all.freed = all.values = all.base_block = true;
   AddToTimeline(machine.timeline, hive, opened.tree, all, std::move(about));
