@@ -143,6 +143,7 @@ void WriteRows(const HtmlSection& section, const std::vector<std::string>& title
   uint32_t left = kMostHtmlRows;
   for (const auto& [file, list] : section.lists) {
     std::vector<int> columns;
+    columns.reserve(titles.size());
     for (const std::string& title : titles) columns.push_back(ColumnOf(*list, title));
     const std::string name = file.empty() ? std::string() : "<td>" + Escaped(file) + "</td>";
     for (uint32_t row = 0; row < RowCount(*list) && left != 0; ++row, --left) {
