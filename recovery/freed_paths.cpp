@@ -97,7 +97,7 @@ void AddShift(uint32_t shift, std::string& words) {
 }
 
 const char* WordsOf(FreedPlace place) {
-  constexpr const char* kWords[] = {"free cell", "inside a free cell", "behind a record",
+  constexpr const char* kWords[] = {"free cell", "inside a free cell", "after a record",
                                     "outside cells"};
   static_assert(std::size(kWords) == static_cast<size_t>(FreedPlace::kNoCell) + 1);
   return kWords[static_cast<size_t>(place)];

@@ -124,7 +124,7 @@ constexpr ReportRow kReports[] = {
      {IsUserAssist, true}},
     {{.report = Report::kClasses,
       .name = "classes",
-      .help = "Class registrations and the files behind them",
+      .help = "Class registrations with their files",
       .kind = kListClasses},
      ReportClasses,
      {IsClassIds}},

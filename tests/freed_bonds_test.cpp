@@ -77,45 +77,45 @@ const PlaceCase kPlaces[] = {
        hive.SetU32(hive.PositionOf("Wide"), field::kKeyValues, 3);
        return hive.ValueListPosition("Wide") + 16;
      },
-     "behind a record"},
+     "after a record"},
     {"a value list", [](BuiltHive& hive) { return hive.ValueListPosition("Wide") + 16; }, nullptr},
     {"a subkey list after its count",
      [](BuiltHive& hive) {
        hive.SetU16(hive.ListPosition("Wide"), field::kListCount, 1);
        return hive.ListPosition("Wide") + 16;
      },
-     "behind a record"},
+     "after a record"},
     {"a class name's cell",
      [](BuiltHive& hive) {
        hive.SetU16(hive.PositionOf("Wide"), field::kKeyClassLength, 30);
        return hive.ClassPosition("Wide") + 40;
      },
-     "behind a record"},
+     "after a record"},
     {"a class name", [](BuiltHive& hive) { return hive.ClassPosition("Wide") + 40; }, nullptr},
     {"data's cell",
      [](BuiltHive& hive) {
        hive.SetU32(hive.ValuePosition("Wide", "data"), field::kValueLength, 12);
        return hive.DataPosition("Wide", "data") + 16;
      },
-     "behind a record"},
+     "after a record"},
     {"the cell of a last segment",
      [](BuiltHive& hive) {
        hive.SetU32(hive.ValuePosition("Wide", "far"), field::kValueLength, testing::kSegment + 20);
        return hive.SegmentPosition("Wide", "far", 1) + 24;
      },
-     "behind a record"},
+     "after a record"},
     {"a last segment", [](BuiltHive& hive) { return hive.SegmentPosition("Wide", "far", 1) + 24; },
      nullptr},
     {"a key's cell", [](BuiltHive& hive) { return hive.PositionOf("Slack") + 96; },
-     "behind a record"},
+     "after a record"},
     {"a security record's cell",
      [](BuiltHive& hive) {
        hive.SetU32(hive.SecurityPosition(1), field::kSecurityLength, 20);
        return hive.SecurityPosition(1) + 48;
      },
-     "behind a record"},
+     "after a record"},
     {"a cell that nothing names", [](BuiltHive& hive) { return hive.TaggedPosition("loose") + 16; },
-     "behind a record"},
+     "after a record"},
     {"after the last block",
      [](BuiltHive& hive) {
        hive.bytes.resize(hive.bytes.size() + 512);

@@ -163,7 +163,7 @@ const FreedCase kCases[] = {
      {"ROOT\\A\\C|2|1|free cell", kKeyD},
      {kText}},
     {"in data in use", InData(400), kKeys, kValues},
-    {"after data in use", InData(40), {kKeyC, kKeyD, "ROOT\\A\\C|2|2|behind a record"}, kValues},
+    {"after data in use", InData(40), {kKeyC, kKeyD, "ROOT\\A\\C|2|2|after a record"}, kValues},
     {"in the first segment of long data", InSegment(0), kKeys, kValues},
     {"in the last segment of long data", InSegment(1), kKeys, kValues},
     {"its size overwritten",
