@@ -206,6 +206,7 @@ void ReadTimeline(const ProfileLookup& lookup, TimelineSettings& timeline) {
 void ReadOptions(const ProfileLookup& lookup, Options& options) {
   SetOptionDigits(lookup("KAS", "KGP1", "Z", kMaxText), options);
   options.code_page_text = lookup("KAS", "CPT", "", kMaxText) == "1";
+  options.window_for_each = lookup("KAS", "OWE", "", kMaxText) == "1";
   const std::string sort = lookup("KAS", "DI", "", kMaxText);
   if (sort == "0" || sort == "1") options.sort_new_lists = sort == "1";
 }
@@ -256,6 +257,7 @@ void WriteOptions(Writer& writer, const Settings& settings) {
   Put(writer, "KAS", "FIT", settings.freed_in_tree ? "" : "0");
   Put(writer, "KAS", "DI", settings.options.sort_new_lists ? "1" : "0");
   Put(writer, "KAS", "CPT", settings.options.code_page_text ? "1" : "");
+  Put(writer, "KAS", "OWE", settings.options.window_for_each ? "1" : "");
   Put(writer, "KAS", "FPART",
       std::to_string(settings.range_start) + ';' + std::to_string(settings.range_end));
 }
@@ -377,6 +379,8 @@ void TakeOthersSettings(const Settings& read, const Settings& file, Settings& ou
   const auto take = [&](auto member) { TakeOthers(read.*member, file.*member, ours.*member); };
   TakeOthers(read.options.sort_new_lists, file.options.sort_new_lists, ours.options.sort_new_lists);
   TakeOthers(read.options.code_page_text, file.options.code_page_text, ours.options.code_page_text);
+  TakeOthers(read.options.window_for_each, file.options.window_for_each,
+             ours.options.window_for_each);
   for (size_t i = 0; i < kLastFolders; ++i) {
     TakeOthers(read.folders[i], file.folders[i], ours.folders[i]);
   }

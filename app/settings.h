@@ -59,6 +59,7 @@ struct Options {
   bool cell_details = false;          // 15, never read
   bool sort_new_lists = true;         // "DI": a filled list is put in order of its first column
   bool code_page_text = false;        // "CPT": names and texts as the code page has them
+  bool window_for_each = false;       // "OWE": a second hive is opened in a window of its own
   bool operator==(const Options&) const = default;
 };
 

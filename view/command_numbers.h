@@ -113,6 +113,8 @@ namespace hivequarry {
   One(kCommandSaveRepaired, 9092)       \
   One(kCommandCarve, 9093)              \
   One(kCommandOpenMachine, 9094)        \
+  One(kCommandOpenInWindow, 9097)       \
+  One(kCommandCloseHive, 9098)          \
   Range(kCommandRecentHive, 9101, 7)    \
   Range(kCommandDecoder, 9130, 60)      \
   One(kCommandListSelectAll, 9201)      \

@@ -35,6 +35,9 @@ static_assert(std::size(kDecoders) <= 60, "more decoders than commands for them"
 inline constexpr Command kFixedCommands[] = {
     {.number = kCommandOpen, .menu = "&File", .text = "&Open File\tCtrl+O",
      .tooltip = "Open File", .icon = ToolIcon::kOpen, .accelerator = {'O', kWithControl}},
+    {.number = kCommandOpenInWindow, .menu = "&File", .text = "Open in a new &window..."},
+    {.number = kCommandCloseHive, .menu = "&File", .text = "Close h&ive\tCtrl+W",
+     .accelerator = {'W', kWithControl}, .guard = Guard::kRunningOrBackup, .needs = Needs::kHive},
     {.number = kCommandRecreateHive, .menu = "&File", .text = "Re&create Hive"},
     {.number = kCommandExportHive, .menu = "&File", .text = "Export Hive to &reg file",
      .group_start = true, .guard = Guard::kRunningOrBackup, .needs = Needs::kHive},

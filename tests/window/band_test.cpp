@@ -11,8 +11,8 @@ class BandTest : public ListTest {
  protected:
   HWND BandWindow() const { return window_->band.window; }
   bool IsKnown() const {
-    const HiveFindings& known = window_->hive.findings.known;
-    return known.freed_known && known.checked && !window_->hive.hashing.hashes.hive.empty();
+    const HiveFindings& known = window_->shown->findings.known;
+    return known.freed_known && known.checked && !window_->shown->hashing.hashes.hive.empty();
   }
   Texts Buttons() const {
     Texts texts;
@@ -71,7 +71,7 @@ TEST_F(BandTest, SaysWhatIsKnownAndLeadsToIt) {
   RECT band;
   RECT tree;
   GetWindowRect(BandWindow(), &band);
-  GetWindowRect(window_->tree.window, &tree);
+  GetWindowRect(window_->controls.tree, &tree);
   EXPECT_GT(band.bottom, band.top);
   EXPECT_LE(band.bottom, tree.top);
   Press("1 freed key");
@@ -90,7 +90,7 @@ TEST_F(BandTest, KeysGoFromFigureToFigure) {
   SendMessageW(BandWindow(), WM_KEYDOWN, VK_LEFT, 0);
   SendMessageW(BandWindow(), WM_KEYDOWN, VK_RETURN, 0);
   EXPECT_TRUE(ListOpens(
-      (L"Structure: " + WideName(window_->hive.findings.known.structure.verdict)).c_str()));
+      (L"Structure: " + WideName(window_->shown->findings.known.structure.verdict)).c_str()));
 }
 
 TEST_F(BandTest, RootAndWorkspaceSayTheSame) {
@@ -102,7 +102,7 @@ TEST_F(BandTest, RootAndWorkspaceSayTheSame) {
   };
   EXPECT_TRUE(PumpUntil([&] { return says("Freed: 1 freed key\r\n"); }));
   EXPECT_TRUE(says("State of the hive\r\nSHA-256: "));
-  TreeView_SelectItem(window_->tree.window, window_->tree.workspace);
+  TreeView_SelectItem(window_->controls.tree, WorkspaceHandle());
   EXPECT_TRUE(says("Freed: 1 freed key\r\n"));
 }
 

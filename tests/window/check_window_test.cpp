@@ -47,8 +47,9 @@ TEST_F(CheckWindowTest, RowsLeadToTheRecordAndToTheKey) {
   EXPECT_EQ(Column(*place, 1)[0] + Column(*place, 1)[1], "FW");
   FocusRow(*place, 0, false);
   RunList(*place, kCommandGoToTree);
-  EXPECT_EQ(ItemPath(ShownHive(*window_), *window_->hive.tree, SelectedItem(window_->tree)),
-            Column(*place, 3)[0]);
+  EXPECT_EQ(
+      ItemPath(ShownHive(*window_), *window_->shown->tree, SelectedItem(window_->shown->pane)),
+      Column(*place, 3)[0]);
   NMITEMACTIVATE notice{};
   notice.hdr = {place->list, 0, LVN_ITEMACTIVATE};
   SendMessageW(place->window, WM_NOTIFY, 0, reinterpret_cast<LPARAM>(&notice));  // a double click
@@ -59,7 +60,7 @@ TEST_F(CheckWindowTest, RowsLeadToTheRecordAndToTheKey) {
     list_cell |= ListKindOf(*other.model) == kListRawRecord && Column(other, 4)[1] == "lh";
   }
   EXPECT_TRUE(list_cell);
-  ReloadHive(*window_, window_->load.logs);
+  ReloadHive(*window_, window_->shown->origin.logs);
   ASSERT_TRUE(PumpUntil([&] { return IsLoaded(); }));
   EXPECT_EQ(State().find("structure"), std::string::npos) << "the verdict was of an earlier load";
 }

@@ -82,10 +82,12 @@ class CommandsTest : public WindowTest {
     SendMessageW(handle_, WM_NOTIFY, number, reinterpret_cast<LPARAM>(&notice));
     return Utf8Name(notice.szText);
   }
-  std::string SelectedName() const { return ItemText(TreeView_GetSelection(window_->tree.window)); }
+  std::string SelectedName() const {
+    return ItemText(TreeView_GetSelection(window_->controls.tree));
+  }
   void OpenTools() { OpenBytes(tools_.bytes); }
   uint32_t Item(const char* path) const {
-    return FindItemByPath(ShownHive(*window_), *window_->hive.tree, path);
+    return FindItemByPath(ShownHive(*window_), *window_->shown->tree, path);
   }
   Texts ContextTexts(CommandPlace place, bool available) {
     const HMENU menu = MakeContextMenu(*window_, place);
@@ -251,7 +253,7 @@ TEST_F(CommandsTest, Arrangements) {
     SCOPED_TRACE(step.command);
     Run(step.command);
     EXPECT_EQ(window_->layout.arrangement, step.arrangement);
-    EXPECT_EQ(IsWindowVisible(window_->tree.window) != FALSE, step.arrangement != 3);
+    EXPECT_EQ(IsWindowVisible(window_->controls.tree) != FALSE, step.arrangement != 3);
     EXPECT_EQ(IsWindowVisible(window_->values.window) != FALSE, step.arrangement == 2);
     EXPECT_EQ(IsWindowVisible(window_->detail.window) != FALSE, step.arrangement == 2);
     EXPECT_EQ(IsWindowVisible(window_->output.list) != FALSE, step.arrangement == 3);
@@ -261,17 +263,17 @@ TEST_F(CommandsTest, Arrangements) {
   ASSERT_TRUE(PumpUntil([&] { return FindWindowW(L"HivequarryList", nullptr) != nullptr; }));
   const ListPlace* place = FindListPlace(FindWindowW(L"HivequarryList", nullptr));
   ASSERT_NE(place, nullptr);
-  EXPECT_EQ(ShownRowCount(*place), window_->hive.summary.keys);
+  EXPECT_EQ(ShownRowCount(*place), window_->shown->summary.keys);
 }
 
 TEST_F(CommandsTest, WorkspaceListsTheHive) {
   OpenTools();
-  TreeView_SelectItem(window_->tree.window, window_->tree.workspace);
+  TreeView_SelectItem(window_->controls.tree, WorkspaceHandle());
   EXPECT_EQ(SelectedName(), "Workspace");
   ASSERT_EQ(ListView_GetItemCount(window_->values.window), 2);
   EXPECT_EQ(ValueRowTexts(1)[0], "State");
   EXPECT_EQ(ValueRowTexts(0),
-            (Texts{window_->hive.tree->root_text, "Hive", hive_file_->name(), "0x00000000"}));
+            (Texts{window_->shown->tree->root_text, "Hive", hive_file_->name(), "0x00000000"}));
   EXPECT_EQ(TextOf(window_->detail.window).find("File: " + hive_file_->name()), 0U);
   EXPECT_EQ(ContextTexts(CommandPlace::kWorkspaceMenu, false), Texts());
   for (const Command& command : Commands()) {  // none takes it for a key
@@ -279,10 +281,10 @@ TEST_F(CommandsTest, WorkspaceListsTheHive) {
       Run(command.number);
   }
   EXPECT_TRUE(surroundings_.boxes.empty());
-  TreeView_SelectItem(window_->tree.window, window_->tree.workspace);
+  TreeView_SelectItem(window_->controls.tree, WorkspaceHandle());
   const NMHDR notice{window_->values.window, kValuesId, static_cast<UINT>(LVN_ITEMACTIVATE)};
   SendMessageW(handle_, WM_NOTIFY, kValuesId, reinterpret_cast<LPARAM>(&notice));
-  EXPECT_EQ(SelectedItem(window_->tree), 0U);
+  EXPECT_EQ(SelectedItem(window_->shown->pane), 0U);
 }
 
 TEST_F(CommandsTest, FindsInTheTree) {
@@ -330,7 +332,7 @@ TEST_F(CommandsTest, BranchAndBack) {
 TEST_F(CommandsTest, DeletedKeysAreLeftOutUntilShownAgain) {
   OpenTools();
   const uint32_t inner = Item("Gamma\\Betamax\\Inner");
-  const uint32_t position = window_->hive.tree->items[inner].position;
+  const uint32_t position = window_->shown->tree->items[inner].position;
   SelectPath("Gamma\\Betamax");
   Run(kCommandDeleteKeys);
   ASSERT_EQ(surroundings_.boxes.size(), 1U);
@@ -339,10 +341,10 @@ TEST_F(CommandsTest, DeletedKeysAreLeftOutUntilShownAgain) {
   surroundings_.answer = Answer::kYes;
   Run(kCommandDeleteKeys);
   EXPECT_EQ(SelectedName(), "Gamma");
-  EXPECT_TRUE(ChildTexts(TreeView_GetSelection(window_->tree.window)).empty());
+  EXPECT_TRUE(ChildTexts(TreeView_GetSelection(window_->controls.tree)).empty());
   EXPECT_EQ(Item("Gamma\\Betamax"), kNoItem);
   EXPECT_FALSE(GoToPosition(*window_, position));
-  EXPECT_EQ(RowCount(*ListKeyTree(ShownHive(*window_), *window_->hive.tree, 0)), 5U);
+  EXPECT_EQ(RowCount(*ListKeyTree(ShownHive(*window_), *window_->shown->tree, 0)), 5U);
   SelectPath("Alpha\\Beta");
   Run(kCommandDeleteKeys);  // a single key: nothing is asked
   EXPECT_EQ(surroundings_.boxes.size(), 2U);
@@ -351,7 +353,7 @@ TEST_F(CommandsTest, DeletedKeysAreLeftOutUntilShownAgain) {
   EXPECT_EQ(SelectedName(), "Delta");
   EXPECT_TRUE(GoToPosition(*window_, position));
   EXPECT_EQ(SelectedName(), "Inner");
-  EXPECT_EQ(RowCount(*ListKeyTree(ShownHive(*window_), *window_->hive.tree, 0)), 7U);
+  EXPECT_EQ(RowCount(*ListKeyTree(ShownHive(*window_), *window_->shown->tree, 0)), 7U);
 }
 
 TEST_F(CommandsTest, GoesToKeysAndValues) {
@@ -412,6 +414,7 @@ TEST_F(CommandsTest, RecentHives) {
   EXPECT_EQ(TheSettings().folders[kFolderHives], hive_file_->folder());
   Run(kCommandRecentHive + 1);
   EXPECT_TRUE(surroundings_.launches.empty());
+  TheSettings().options.window_for_each = true;
   Run(kCommandRecentHive);
   EXPECT_EQ(surroundings_.launches, Texts{"/C \"" + hive_file_->name() + "\""});
 }

@@ -90,7 +90,7 @@ TEST_F(CompareWindowTest, OneTreeShowsBothAndLeadsFromDifferenceToDifference) {
   Do(compare, CompareAct::kShowDifferent);
   Do(compare, CompareAct::kNext);
   Do(compare, CompareAct::kGoToTree);
-  EXPECT_EQ(ItemText(TreeView_GetSelection(window_->tree.window)), "Deep");
+  EXPECT_EQ(ItemText(TreeView_GetSelection(window_->controls.tree)), "Deep");
 
   ListPlace* const list = FindListPlace(FindWindowW(L"HivequarryList", nullptr));
   ASSERT_NE(list, nullptr);

@@ -29,11 +29,11 @@ class DialogsTest : public ListTest {
     TheRecentKeys().clear();
   }
   std::string SelectedPath() const {
-    return ItemPath(ShownHive(*window_), *window_->hive.tree, SelectedItem(window_->tree));
+    return ItemPath(ShownHive(*window_), *window_->shown->tree, SelectedItem(window_->shown->pane));
   }
   void OpenSample() {
     Open(file_.name());
-    ASSERT_GT(window_->hive.summary.disconnected_values, 0U);
+    ASSERT_GT(window_->shown->summary.disconnected_values, 0U);
   }
   TempFile file_{DamagedSample(), "SOFTWARE"};
 };
@@ -47,6 +47,7 @@ TEST_F(DialogsTest, EachOptionHasItsBoxAndDefaultsBringBackTheBuiltInOnes) {
                {kOptionSortNew, &Options::sort_new_lists},
                {kOptionWrapFind, &Options::wrap_find},
                {kOptionSavePlace, &Options::save_window_position},
+               {kOptionWindowForEach, &Options::window_for_each},
                {kOptionDetailPane, &Options::detail_pane},
                {kOptionTechnical, &Options::technical_view},
                {kOptionCellDetails, &Options::cell_details}};
@@ -72,18 +73,18 @@ TEST_F(DialogsTest, EachOptionHasItsBoxAndDefaultsBringBackTheBuiltInOnes) {
 
 TEST_F(DialogsTest, OptionsOfRecoveryWorkOnTheHiveThatIsLoadedAgain) {
   OpenSample();
-  SelectItemAndWait(FirstChild(*window_->hive.tree, 0));
+  SelectItemAndWait(FirstChild(*window_->shown->tree, 0));
   const std::string selected = SelectedPath();
   InNextDialog(Clicks({kOptionLostValues, IDOK}));
   OnOptions(*window_);  // answered with No
   EXPECT_EQ(surroundings_.boxes.size(), 1U);
-  EXPECT_GT(window_->hive.summary.disconnected_values, 0U);
+  EXPECT_GT(window_->shown->summary.disconnected_values, 0U);
   surroundings_.answer = Answer::kYes;
   ReloadHive(*window_, LogChoice());
-  EXPECT_LT(window_->hive.slot, 0);
+  EXPECT_LT(window_->shown->slot, 0);
   ASSERT_TRUE(PumpUntil([&] { return IsLoaded(); }));
   WaitForRows();
-  EXPECT_EQ(window_->hive.summary.disconnected_values, 0U);
+  EXPECT_EQ(window_->shown->summary.disconnected_values, 0U);
   EXPECT_EQ(SelectedPath(), selected);
 }
 
@@ -117,9 +118,9 @@ class BookmarksTest : public DialogsTest {
 };
 
 TEST_F(BookmarksTest, AddFilterNoteAndDelete) {
-  const uint32_t item = FirstChild(*window_->hive.tree, 0);
+  const uint32_t item = FirstChild(*window_->shown->tree, 0);
   SelectItemAndWait(item);
-  const std::string key = KeyPathOf(ShownHive(*window_), *window_->hive.tree, item);
+  const std::string key = KeyPathOf(ShownHive(*window_), *window_->shown->tree, item);
   OnAddToBookmarks(*window_);
   EXPECT_EQ(Paths().at(0), key);
   InNextDialog([&](HWND dialog) {
@@ -150,7 +151,7 @@ TEST_F(BookmarksTest, AddFilterNoteAndDelete) {
 }
 
 TEST_F(BookmarksTest, ReportIsSaved) {
-  SelectItemAndWait(FirstChild(*window_->hive.tree, 0));
+  SelectItemAndWait(FirstChild(*window_->shown->tree, 0));
   OnAddToBookmarks(*window_);
   const std::string file = bookmark_file_.folder() + "\\report.html";
   TheListDialogs().save = [&file](const FileRequest& request) {
@@ -174,7 +175,7 @@ TEST_F(BookmarksTest, GoingToOneSaysWhenItIsNotThere) {
     bool moves;
   } cases[] = {{0, "Key not found !", true}, {1, "This hive does not hold", false}};
   for (const auto& c : cases) {
-    SelectItemAndWait(FirstChild(*window_->hive.tree, 0));
+    SelectItemAndWait(FirstChild(*window_->shown->tree, 0));
     const std::string before = SelectedPath();
     TakeBoxes();
     InNextDialog([&](HWND dialog) {
@@ -190,8 +191,8 @@ TEST_F(BookmarksTest, GoingToOneSaysWhenItIsNotThere) {
 
 TEST_F(DialogsTest, RecentKeysAreThoseThatStayedAndOneIsGoneBackTo) {
   OpenSample();
-  const uint32_t first = FirstChild(*window_->hive.tree, 0);
-  const uint32_t second = NextSibling(*window_->hive.tree, first);
+  const uint32_t first = FirstChild(*window_->shown->tree, 0);
+  const uint32_t second = NextSibling(*window_->shown->tree, first);
   SelectItemAndWait(first);
   TheRecentKeys().clear();  // loading may have taken long enough for the root
   NoteKeyShown(*window_);
@@ -199,7 +200,7 @@ TEST_F(DialogsTest, RecentKeysAreThoseThatStayedAndOneIsGoneBackTo) {
   EXPECT_TRUE(PumpUntil([] { return TheRecentKeys().size() == 1; }));
   SelectItemAndWait(second);
   NoteKeyUsed(*window_);
-  SelectItemAndWait(window_->hive.tree->disconnected_keys);
+  SelectItemAndWait(window_->shown->tree->disconnected_keys);
   NoteKeyUsed(*window_);  // a folder is no key
   EXPECT_EQ(TheRecentKeys().size(), 2U);
   InNextDialog([](HWND dialog) {
@@ -209,15 +210,16 @@ TEST_F(DialogsTest, RecentKeysAreThoseThatStayedAndOneIsGoneBackTo) {
     Click(dialog, IDOK);
   });
   OnRecentKeys(*window_);
-  EXPECT_EQ(SelectedItem(window_->tree), first);
+  EXPECT_EQ(SelectedItem(window_->shown->pane), first);
 }
 
 TEST_F(DialogsTest, RawViewFollowsOffsetsAndGoesBack) {
   OpenSample();
   TheSettings().options.number_rows = true;  // not for fields
-  SelectItemAndWait(FirstChild(*window_->hive.tree, 0));
-  const uint32_t position = window_->hive.tree->items[SelectedItem(window_->tree)].position;
-  const uint32_t parent = window_->hive.tree->items[0].position;
+  SelectItemAndWait(FirstChild(*window_->shown->tree, 0));
+  const uint32_t position =
+      window_->shown->tree->items[SelectedItem(window_->shown->pane)].position;
+  const uint32_t parent = window_->shown->tree->items[0].position;
   ListPlace* place = OpenRawView(*window_, position);
   ASSERT_NE(place, nullptr);
   const Texts fields = Column(*place, 2);

@@ -67,7 +67,7 @@ TEST_F(WindowTest, EditOfAValueIsShownListedAndTakenBack) {
 
 TEST_F(WindowTest, TypedPathLeadsToItsKey) {
   OpenBytes(ToolsHive().bytes);
-  const std::string root = window_->hive.tree->root_text;
+  const std::string root = window_->shown->tree->root_text;
   struct Case {
     const wchar_t* typed;
     const char* shown;  // below the root

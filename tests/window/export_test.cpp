@@ -62,14 +62,14 @@ TEST_F(ExportTest, HiveAndFolder) {
   const ListPlace* gaps = FindListPlace(FindWindowW(L"HivequarryList", nullptr));
   ASSERT_NE(gaps, nullptr);
   EXPECT_EQ(Column(*gaps, 0), Texts{"HKLM\\SYSTEM\\B"});
-  HiveOfSlot(window_->hive.slot).root.long_prefix.clear();
+  HiveOfSlot(window_->shown->slot).root.long_prefix.clear();
   Run(kCommandExportHive);
   EXPECT_EQ(TakeBoxes(), Texts{"Hivequarry: No valid root key !"});
 }
 
 TEST_F(ExportTest, ARootThatIsAGuessIsAskedFor) {
   replace_ = true;
-  HiveImage& hive = HiveOfSlot(window_->hive.slot);
+  HiveImage& hive = HiveOfSlot(window_->shown->slot);
   SetRootPath(hive, "HKCU");
   hive.root.source = RootSource::kFileName;
   InNextDialog([](HWND dialog) { Click(dialog, IDCANCEL); });

@@ -16,13 +16,13 @@ class FreedInTreeTest : public ListTest {
   void OpenDeleted() {
     built_ = HiveWithDeletedKeys();
     OpenBytes(built_.bytes);
-    ASSERT_TRUE(PumpUntil([&] { return window_->freed.freed != nullptr; }));
+    ASSERT_TRUE(PumpUntil([&] { return window_->shown->freed_pane.freed != nullptr; }));
   }
   void TearDown() override {
     TheSettings().freed_in_tree = true;
     ListTest::TearDown();
   }
-  HWND Tree() const { return window_->tree.window; }
+  HWND Tree() const { return window_->controls.tree; }
   HTREEITEM ChildOf(HTREEITEM parent, const std::string& text) const {
     for (HTREEITEM child = TreeView_GetChild(Tree(), parent); child != nullptr;
          child = TreeView_GetNextSibling(Tree(), child)) {
@@ -35,7 +35,7 @@ class FreedInTreeTest : public ListTest {
     TreeView_SelectItem(Tree(), item);
     ASSERT_TRUE(PumpUntil([&] {
       return window_->selection.deleted != kNoItem &&
-             window_->selection.deleted == SelectedItem(window_->freed);
+             window_->selection.deleted == SelectedItem(window_->shown->freed_pane);
     }));
   }
   bool IsFree(uint32_t command) const {
@@ -84,10 +84,10 @@ TEST_F(FreedInTreeTest, WhatHasNoPlaceIsInAFolderAndTheOptionTakesAllOfItOut) {
   EXPECT_EQ(ItemText(TreeView_GetNextSibling(Tree(), RootHandle())), "Workspace");
   EXPECT_EQ(ChildTexts(ChildOf(RootHandle(), "A")), Texts{"Quick"});
   Run(kCommandFreedInTree);
-  PumpUntil([&] { return window_->tree.fills.empty(); });
+  PumpUntil([&] { return window_->shown->pane.fills.empty(); });
   EXPECT_EQ(ChildTexts(ChildOf(RootHandle(), "A")), (Texts{"Quick", "C"}));
   // Closed with all below it, the branch gets them again.
-  SelectItem(window_->tree, ItemOfHandle(window_->tree, ChildOf(RootHandle(), "A")));
+  SelectItem(window_->shown->pane, ItemOfHandle(window_->shown->pane, ChildOf(RootHandle(), "A")));
   Run(kCommandCollapse);
   TreeView_Expand(Tree(), ChildOf(RootHandle(), "A"), TVE_EXPAND);
   EXPECT_EQ(ChildTexts(ChildOf(RootHandle(), "A")), (Texts{"Quick", "C"}));
@@ -115,7 +115,7 @@ TEST_F(FreedInTreeTest, ParentTakenOutOfTheTreeTakesThemAlong) {
   OpenDeleted();
   const HTREEITEM a = ChildOf(RootHandle(), "A");
   TreeView_Expand(Tree(), a, TVE_EXPAND);
-  SelectItem(window_->tree, ItemOfHandle(window_->tree, a));
+  SelectItem(window_->shown->pane, ItemOfHandle(window_->shown->pane, a));
   surroundings_.answer = Answer::kYes;
   Run(kCommandDeleteKeys);
   EXPECT_EQ(ChildOf(RootHandle(), "A"), nullptr);

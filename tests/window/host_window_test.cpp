@@ -110,7 +110,7 @@ class CommandTest : public WindowTest {
     Run(kCommandDeleteKeys);
     SelectPath("Tools");
     SelectRow(0);
-    HiveImage& hive = HiveOfSlot(window_->hive.slot);
+    HiveImage& hive = HiveOfSlot(window_->shown->slot);
     ASSERT_TRUE(SetValueEdit(hive, window_->selection.value, 1, {}));
     TheSettings().histories.recent_files.assign(kRecentHives, file.name());
     const Cell cell = "a row";

@@ -195,8 +195,8 @@ TEST_F(ListFileTest, ALoadedListLeadsToItsKeys) {
   const BuiltHive hive = builder.Build();
   OpenBytes(hive.bytes);
   const uint32_t inner =
-      ItemShowing(ShownHive(*window_), *window_->hive.tree, hive.PositionOf("Tools\\Inner"));
-  const std::string path = ItemPath(ShownHive(*window_), *window_->hive.tree, inner);
+      ItemShowing(ShownHive(*window_), *window_->shown->tree, hive.PositionOf("Tools\\Inner"));
+  const std::string path = ItemPath(ShownHive(*window_), *window_->shown->tree, inner);
   ListPlace& place = OpenList(MakeRows(5, {{"00001, " + path}, {path + "\\Gone"}, {""}}));
   FocusRow(place, 0, false);
   EXPECT_FALSE(IsListCommandAvailable(place, kCommandGoToTree)) << "a list that was made";
@@ -207,7 +207,7 @@ TEST_F(ListFileTest, ALoadedListLeadsToItsKeys) {
   FocusRow(place, 0, false);
   EXPECT_FALSE(IsListCommandAvailable(place, kCommandListExport)) << "there is no position";
   RunList(place, kCommandGoToTree);
-  EXPECT_EQ(SelectedItem(window_->tree), inner);
+  EXPECT_EQ(SelectedItem(window_->shown->pane), inner);
   FocusRow(place, 1, false);
   RunList(place, kCommandGoToTree);
   EXPECT_EQ(TakeBoxes(), Texts{"Hivequarry: The hive has no key " + path + "\\Gone !"});

@@ -343,7 +343,7 @@ TEST_F(ListTest, RowsLeadToTheTree) {
   EXPECT_FALSE(IsListCommandAvailable(place, kCommandGoToTree));
   FocusRow(place, 1, false);
   RunList(place, kCommandGoToTree);
-  EXPECT_EQ(window_->hive.tree->items[SelectedItem(window_->tree)].position,
+  EXPECT_EQ(window_->shown->tree->items[SelectedItem(window_->shown->pane)].position,
             hive.PositionOf("Tools\\Inner"));
 }
 
@@ -355,7 +355,7 @@ TEST_F(ListTest, AFreedRecordIsShownByItsBytes) {
   BuiltHive hive = builder.Build();
   const uint32_t gone = hive.PositionOf("Tools\\Gone");
   OpenBytes(hive.Unlink("Tools\\Gone").Free(gone).bytes);
-  ListPlace& place = OpenList(ListFreedKeys(ShownHive(*window_), *window_->hive.tree));
+  ListPlace& place = OpenList(ListFreedKeys(ShownHive(*window_), *window_->shown->tree));
   ASSERT_EQ(RowCount(*place.model), 1U);
   FocusRow(place, 0, false);
   RunList(place, kCommandGoToTree);

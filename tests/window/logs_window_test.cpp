@@ -62,9 +62,11 @@ class LogsTest : public ListTest {
     });
     return list;
   }
-  std::string SelectedKey() const { return ItemText(TreeView_GetSelection(window_->tree.window)); }
+  std::string SelectedKey() const {
+    return ItemText(TreeView_GetSelection(window_->controls.tree));
+  }
   void WaitForHashes() {
-    ASSERT_TRUE(PumpUntil([&] { return window_->hive.hashing.progress == HashProgress::kDone; }));
+    ASSERT_TRUE(PumpUntil([&] { return window_->shown->hashing.progress == HashProgress::kDone; }));
   }
 };
 
@@ -83,7 +85,7 @@ TEST_F(LogsTest, StateIsInTheStatusBarAndEachChoiceOfLogsLoadsTheHiveAgain) {
   EXPECT_TRUE(IsMarked(kCommandLogsNone));
   EXPECT_FALSE(IsMarked(kCommandLogsAuto));
   // The key that was selected is not there, nor is its parent.
-  EXPECT_EQ(TreeView_GetSelection(window_->tree.window), RootHandle());
+  EXPECT_EQ(TreeView_GetSelection(window_->controls.tree), RootHandle());
 
   SelectPath("Stays");
   InNextDialog([](HWND dialog) {
@@ -136,7 +138,7 @@ TEST_F(LogsTest, ChosenFilesAreAppliedAndRefusedAsOutput) {
 
 TEST_F(LogsTest, EditsAreGivenUpOnlyWhenTheUserSaysSo) {
   OpenStory();
-  HiveOfSlot(window_->hive.slot).edits.any = true;
+  HiveOfSlot(window_->shown->slot).edits.any = true;
   Run(kCommandLogsNone);  // answered with No
   EXPECT_EQ(TakeBoxes().size(), 1U);
   EXPECT_EQ(State(), "Dirty, logs applied");
@@ -220,12 +222,12 @@ TEST_F(LogsTest, ARowOfTheLogEntriesShowsTheHiveAsOfThatEntry) {
 
 TEST_F(LogsTest, WhatTheLogsRemovedIsInTheTreeWithTheEntryThatDid) {
   OpenStory();
-  const HWND tree = window_->tree.window;
+  const HWND tree = window_->controls.tree;
   const HTREEITEM folder = TreeView_GetNextSibling(tree, RootHandle());
   ASSERT_EQ(ItemText(folder), "Removed by the logs");
   TreeView_Expand(tree, folder, TVE_EXPAND);
   ASSERT_TRUE(PumpUntil(
-      [&] { return window_->hive.removed != nullptr && !window_->work.thread.joinable(); }));
+      [&] { return window_->shown->removed != nullptr && !window_->work.thread.joinable(); }));
   EXPECT_EQ(ItemText(folder), "Removed by the logs (1 key, 1 value)");
   EXPECT_TRUE(IsItemExpanded(folder));
   EXPECT_EQ(ChildTexts(folder), Texts{"Goes"});
@@ -233,7 +235,8 @@ TEST_F(LogsTest, WhatTheLogsRemovedIsInTheTreeWithTheEntryThatDid) {
   const HTREEITEM key = TreeView_GetChild(tree, folder);
   TreeView_SelectItem(tree, key);
   WaitForRows();
-  EXPECT_EQ(RemovedIcon(*window_->hive.removed, SelectedItem(window_->removed)), kIconRemoved);
+  EXPECT_EQ(RemovedIcon(*window_->shown->removed, SelectedItem(window_->shown->removed_pane)),
+            kIconRemoved);
   EXPECT_TRUE(TextOf(window_->detail.window).starts_with("Removed by HIVE.LOG2 at 0x"))
       << TextOf(window_->detail.window);
   EXPECT_NE(StatusText(kStatusText).find("entry 11"), std::string::npos);
@@ -251,7 +254,7 @@ TEST_F(LogsTest, WhatTheLogsRemovedIsInTheTreeWithTheEntryThatDid) {
   TreeView_SelectItem(tree, key);
   RunAndLoad(kCommandLogsNone);
   EXPECT_EQ(ItemText(TreeView_GetNextSibling(tree, RootHandle())), "Workspace");
-  EXPECT_EQ(window_->hive.removed, nullptr);
+  EXPECT_EQ(window_->shown->removed, nullptr);
 }
 
 TEST_F(LogsTest, HivesWithoutStateSayThatToo) {

@@ -23,7 +23,7 @@ class MergeWindowTest : public ListTest {
     builder.Key("Other").Dword("n", 1);
     const TempFile file(builder.Build().bytes);
     Open(file.name());
-    SetRootPath(HiveOfSlot(window_->hive.slot), "HKCU\\Software\\HQTest");
+    SetRootPath(HiveOfSlot(window_->shown->slot), "HKCU\\Software\\HQTest");
     SelectPath("Tools");
   }
   void TearDown() override {
@@ -85,11 +85,11 @@ TEST_F(MergeWindowTest, MergedBranchDiffersOnlyWhereItIsChanged) {
 
 TEST_F(MergeWindowTest, DisplayedSubKeysIsAMode) {
   const auto differs = [&](const char* path) {
-    const uint32_t item = FindItemByPath(ShownHive(*window_), *window_->hive.tree, path);
-    return item < window_->tree.differing.size() && window_->tree.differing[item];
+    const uint32_t item = FindItemByPath(ShownHive(*window_), *window_->shown->tree, path);
+    return item < window_->shown->pane.differing.size() && window_->shown->pane.differing[item];
   };
   Run(kCommandCompareDisplayed);
-  EXPECT_FALSE(window_->hive.comparing);
+  EXPECT_FALSE(window_->shown->comparing);
   EXPECT_EQ(TakeBoxes(), Texts{"Hivequarry: Invalid Registry Key !"});
   Set(L"Software\\HQTest\\Other", L"n", 1);
   Run(kCommandCompareDisplayed);
@@ -97,11 +97,11 @@ TEST_F(MergeWindowTest, DisplayedSubKeysIsAMode) {
   EXPECT_TRUE(FactsNow(*window_).comparing);
   EXPECT_TRUE(differs("Tools") && differs("") && !differs("Other"));
   Run(kCommandCompareDisplayed);
-  EXPECT_FALSE(window_->hive.comparing || differs("Tools"));
+  EXPECT_FALSE(window_->shown->comparing || differs("Tools"));
   surroundings_.on_status = [](const char*) { RequestStop(); };
   Run(kCommandCompareDisplayed);
   WaitForWork();
-  EXPECT_FALSE(window_->hive.comparing || differs("Tools"));
+  EXPECT_FALSE(window_->shown->comparing || differs("Tools"));
 }
 
 }  // namespace

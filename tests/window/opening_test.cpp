@@ -5,6 +5,7 @@
 #include <thread>
 
 #include "app/command_line.h"
+#include "app/settings.h"
 #include "hive/hive_table.h"
 #include "host/long_operation.h"
 #include "tests/support/sample_hives.h"
@@ -54,7 +55,7 @@ struct Gate {
 TEST_F(WindowTest, StartsEmptyAndSaysHowToOpen) {
   EXPECT_EQ(TextOf(handle_), "Hivequarry");
   EXPECT_TRUE(IsWindowVisible(window_->controls.empty));
-  EXPECT_FALSE(IsWindowVisible(window_->tree.window));
+  EXPECT_FALSE(IsWindowVisible(window_->controls.tree));
   Run(kCommandBlockList);
   Run(kCommandCopyKeyName);
   Run(kCommandStop);
@@ -72,18 +73,18 @@ TEST_F(WindowTest, OpensIntoATreeThatIsFilledWhenOpened) {
   EXPECT_FALSE(IsWindowVisible(window_->controls.empty));
 
   const HTREEITEM root = RootHandle();
-  EXPECT_EQ(ItemText(root), window_->hive.tree->root_text);
+  EXPECT_EQ(ItemText(root), window_->shown->tree->root_text);
   EXPECT_TRUE(IsItemExpanded(root));
-  EXPECT_EQ(TreeView_GetSelection(window_->tree.window), root);
+  EXPECT_EQ(TreeView_GetSelection(window_->controls.tree), root);
   EXPECT_EQ(ChildTexts(root), (std::vector<std::string>{"Alpha", "Gamma", "Disconnected Keys",
                                                         "Disconnected Values"}));
 
-  const HTREEITEM alpha = TreeView_GetChild(window_->tree.window, root);
+  const HTREEITEM alpha = TreeView_GetChild(window_->controls.tree, root);
   EXPECT_TRUE(ChildTexts(alpha).empty());
-  TreeView_Expand(window_->tree.window, alpha, TVE_EXPAND);
+  TreeView_Expand(window_->controls.tree, alpha, TVE_EXPAND);
   EXPECT_EQ(ChildTexts(alpha), std::vector<std::string>{"Beta"});
-  TreeView_Expand(window_->tree.window, alpha, TVE_COLLAPSE);
-  TreeView_Expand(window_->tree.window, alpha, TVE_EXPAND);
+  TreeView_Expand(window_->controls.tree, alpha, TVE_COLLAPSE);
+  TreeView_Expand(window_->controls.tree, alpha, TVE_EXPAND);
   EXPECT_EQ(ChildTexts(alpha), std::vector<std::string>{"Beta"});
   EXPECT_EQ(StatusText(kStatusCounts), " 4 keys, 0 disconnected");
 }
@@ -91,6 +92,7 @@ TEST_F(WindowTest, OpensIntoATreeThatIsFilledWhenOpened) {
 TEST_F(WindowTest, SecondHiveGoesToACopy) {
   const TempFile file(SmallHive().bytes);
   const TempFile other(SmallHive().bytes, "OTHER");
+  TheSettings().options.window_for_each = true;
   Open(file.name());
   const std::string title = TextOf(handle_);
   OpenNamedFile(*window_, other.name(), 0, 0);
@@ -120,7 +122,7 @@ TEST_F(WindowTest, ReportListIsNeverAHive) {
     }));
     EXPECT_EQ(window_->layout.arrangement, kOutputArrangement);
     EXPECT_EQ(StatusText(kStatusCounts), " Number of Items : 2");
-    if (window_->hive.slot < 0) Open(hive.name());  // a hive is shown from then on
+    if (window_->shown->slot < 0) Open(hive.name());  // a hive is shown from then on
     Run(kCommandClearList);
     ShowArrangement(*window_, kKeysArrangement);
   }
@@ -130,6 +132,7 @@ TEST_F(WindowTest, ReportListIsNeverAHive) {
 TEST_F(WindowTest, DropOpensTheFirstFileHere) {
   const TempFile file(SmallHive().bytes, "h\xC3\xA4user");
   const TempFile other(SmallHive().bytes, "OTHER");
+  TheSettings().options.window_for_each = true;
   SendMessageW(handle_, WM_DROPFILES,
                reinterpret_cast<WPARAM>(MakeDrop({file.name(), other.name()})), 0);
   ASSERT_TRUE(PumpUntil([&] { return IsLoaded(); }));
@@ -146,7 +149,7 @@ TEST_F(WindowTest, CommandLineOpensARange) {
   ASSERT_TRUE(PumpUntil([&] { return IsLoaded(); }));
   EXPECT_EQ(ShownHive(*window_).base_offset, 512U);
   EXPECT_EQ(ShownHive(*window_).length, hive.bytes.size());
-  EXPECT_EQ(window_->hive.summary.keys, 4U);
+  EXPECT_EQ(window_->shown->summary.keys, 4U);
 }
 
 TEST_F(WindowTest, FileThatCannotBeOpenedLeavesTheWindowEmpty) {
@@ -166,7 +169,7 @@ TEST_F(WindowTest, FileThatCannotBeOpenedLeavesTheWindowEmpty) {
             "Invalid File format !\r\nThe file is 5000 bytes 0x78 and nothing else.");
   EXPECT_TRUE(IsWindowVisible(window_->controls.empty));
   OpenBytes(SmallHive().bytes);
-  EXPECT_EQ(window_->hive.summary.keys, 4U);
+  EXPECT_EQ(window_->shown->summary.keys, 4U);
 }
 
 TEST_F(WindowTest, StopAsksAndKeepsWhatWasCollected) {
@@ -197,8 +200,8 @@ TEST_F(WindowTest, StopAsksAndKeepsWhatWasCollected) {
     EXPECT_EQ(surroundings_.boxes[0].text, "Stop current Process ?");
     EXPECT_EQ(surroundings_.boxes[0].buttons, Buttons::kYesNo);
     EXPECT_EQ(surroundings_.boxes[0].icon, Icon::kQuestion);
-    EXPECT_EQ(window_->hive.summary.stopped, answer == Answer::kYes);
-    EXPECT_EQ(window_->hive.summary.keys < 2000, answer == Answer::kYes);
+    EXPECT_EQ(window_->shown->summary.stopped, answer == Answer::kYes);
+    EXPECT_EQ(window_->shown->summary.keys < 2000, answer == Answer::kYes);
     Run(kCommandStop);  // idle again: nothing to ask
     EXPECT_EQ(surroundings_.boxes.size(), 1U);
   }

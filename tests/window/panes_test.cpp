@@ -30,7 +30,7 @@ TEST_F(WindowTest, ValuesOfTheSelectedKey) {
   const BuiltHive hive = ToolsHive();
   OpenBytes(hive.bytes);
   SelectPath("Tools");
-  EXPECT_EQ(TextOf(window_->controls.path), window_->hive.tree->root_text + "\\Tools");
+  EXPECT_EQ(TextOf(window_->controls.path), window_->shown->tree->root_text + "\\Tools");
   ASSERT_EQ(ListView_GetItemCount(window_->values.window), 4);
   EXPECT_EQ(ValueRowTexts(0),
             (Texts{"Path", "REG_SZ", "C:\\Tools", Hex(hive.ValuePosition("Tools", "Path"))}));
@@ -59,8 +59,8 @@ TEST_F(WindowTest, LongDetailComesWhole) {
   OpenBytes(hive.bytes);
   SelectPath("Tools");
   SelectRow(0);
-  const std::string text = TextOfWide(
-      ValueDetailOf(ShownHive(*window_), *window_->hive.tree, hive.ValuePosition("Tools", "Blob")));
+  const std::string text = TextOfWide(ValueDetailOf(ShownHive(*window_), *window_->shown->tree,
+                                                    hive.ValuePosition("Tools", "Blob")));
   ASSERT_GT(text.size(), 200000U);
   EXPECT_TRUE(PumpUntil([&] { return window_->detail.text.empty(); }));
   EXPECT_TRUE(TextOf(window_->detail.window) == text);
@@ -74,8 +74,8 @@ TEST_F(WindowTest, LongDetailComesWhole) {
 TEST_F(WindowTest, OnlyTheNewestSelectionIsShown) {
   OpenBytes(ToolsHive().bytes);
   const HiveImage& hive = ShownHive(*window_);
-  const uint32_t tools = FindItemByPath(hive, *window_->hive.tree, "Tools");
-  const uint32_t empty = FindItemByPath(hive, *window_->hive.tree, "Empty");
+  const uint32_t tools = FindItemByPath(hive, *window_->shown->tree, "Tools");
+  const uint32_t empty = FindItemByPath(hive, *window_->shown->tree, "Empty");
   for (int i = 0; i < 100; ++i) {
     OnItemSelected(*window_, tools);
     OnItemSelected(*window_, empty);
@@ -94,21 +94,21 @@ TEST_F(WindowTest, FoldersOfWhatIsDisconnected) {
   hive.SetU32(hive.PositionOf("Lost\\Child"), field::kKeyValues, 0)
       .SetU32(hive.PositionOf("Lost\\Child"), field::kKeyValueList, kNone);
   OpenBytes(hive.bytes);
-  SelectItemAndWait(window_->hive.tree->disconnected_keys);
+  SelectItemAndWait(window_->shown->tree->disconnected_keys);
   ASSERT_EQ(ListView_GetItemCount(window_->values.window), 1);
   EXPECT_EQ(ValueRowTexts(0), (Texts{"Info", "", "Keys not connected to the Root cell", ""}));
 
-  SelectItemAndWait(window_->hive.tree->disconnected_values);
+  SelectItemAndWait(window_->shown->tree->disconnected_values);
   ASSERT_EQ(ListView_GetItemCount(window_->values.window), 2);
   EXPECT_EQ(ValueRowTexts(0), (Texts{"Info", "", "Values not connected to any key", ""}));
   EXPECT_EQ(ValueRowTexts(1)[0], "Kept");
   EXPECT_EQ(ValueRowTexts(1)[2], "yes");
 
-  const uint32_t lost = ItemOfPosition(*window_->hive.tree, hive.PositionOf("Lost"));
+  const uint32_t lost = ItemOfPosition(*window_->shown->tree, hive.PositionOf("Lost"));
   SelectItemAndWait(lost);
-  EXPECT_EQ(ItemText(window_->tree.handles[lost]), "Lost");
-  EXPECT_EQ(window_->hive.tree->items[lost].parent, window_->hive.tree->disconnected_keys);
-  EXPECT_EQ(ClosedIcon(window_->hive.tree->items[lost]), kIconIsolatedRepaired);
+  EXPECT_EQ(ItemText(window_->shown->pane.handles[lost]), "Lost");
+  EXPECT_EQ(window_->shown->tree->items[lost].parent, window_->shown->tree->disconnected_keys);
+  EXPECT_EQ(ClosedIcon(window_->shown->tree->items[lost]), kIconIsolatedRepaired);
 }
 
 TEST_F(WindowTest, TechnicalViewAndCellDetails) {
@@ -158,15 +158,15 @@ TEST_F(WindowTest, ExpandsAndCollapsesSubfolders) {
   SelectPath("Top");
   Run(kCommandExpand);
   const uint32_t leaf =
-      FindItemByPath(ShownHive(*window_), *window_->hive.tree, "Top\\Key299\\Sub\\Leaf");
-  EXPECT_TRUE(PumpUntil([&] { return window_->tree.expand_end == 0; }));
-  ASSERT_NE(window_->tree.handles[leaf], nullptr);
-  EXPECT_EQ(ItemText(window_->tree.handles[leaf]), "Leaf");
-  const uint32_t sub = window_->hive.tree->items[leaf].parent;
-  EXPECT_TRUE(IsItemExpanded(window_->tree.handles[sub]));
+      FindItemByPath(ShownHive(*window_), *window_->shown->tree, "Top\\Key299\\Sub\\Leaf");
+  EXPECT_TRUE(PumpUntil([&] { return window_->shown->pane.expand_end == 0; }));
+  ASSERT_NE(window_->shown->pane.handles[leaf], nullptr);
+  EXPECT_EQ(ItemText(window_->shown->pane.handles[leaf]), "Leaf");
+  const uint32_t sub = window_->shown->tree->items[leaf].parent;
+  EXPECT_TRUE(IsItemExpanded(window_->shown->pane.handles[sub]));
   Run(kCommandCollapse);
-  EXPECT_FALSE(IsItemExpanded(window_->tree.handles[sub]));
-  EXPECT_FALSE(IsItemExpanded(TreeView_GetSelection(window_->tree.window)));
+  EXPECT_FALSE(IsItemExpanded(window_->shown->pane.handles[sub]));
+  EXPECT_FALSE(IsItemExpanded(TreeView_GetSelection(window_->controls.tree)));
 }
 
 // Names that a control could choke on: a zero inside, longer than an item text, other scripts.
@@ -185,9 +185,9 @@ TEST_F(WindowTest, UnusualNames) {
   EXPECT_NE(std::find(texts.begin(), texts.end(), length), texts.end());
   // The path line and the clipboard lose nothing.
   for (uint32_t item = 1; item < 4; ++item) {
-    if (ItemName(ShownHive(*window_), *window_->hive.tree, item) != greek) continue;
+    if (ItemName(ShownHive(*window_), *window_->shown->tree, item) != greek) continue;
     SelectItemAndWait(item);
-    const std::string path = window_->hive.tree->root_text + "\\" + greek;
+    const std::string path = window_->shown->tree->root_text + "\\" + greek;
     EXPECT_EQ(TextOf(window_->controls.path), path);
     Run(kCommandCopyKeyName);
     EXPECT_EQ(ClipboardText(), path);
@@ -198,7 +198,7 @@ TEST_F(WindowTest, SplittersMoveByMouseAndKeys) {
   OpenBytes(ToolsHive().bytes);
   const auto width = [&] {
     RECT area;
-    GetWindowRect(window_->tree.window, &area);
+    GetWindowRect(window_->controls.tree, &area);
     return static_cast<int>(area.right - area.left);
   };
   const int before = width();
@@ -229,19 +229,20 @@ TEST_F(WindowTest, GoesOverToAnotherResolution) {
   const uint32_t old_dpi = window_->dpi;
   const uint32_t dpi = old_dpi * 2;
   const int column = ListView_GetColumnWidth(window_->values.window, 0);
-  const int row = TreeView_GetItemHeight(window_->tree.window);
+  const int row = TreeView_GetItemHeight(window_->controls.tree);
   RECT place;
   GetWindowRect(handle_, &place);
   SendMessageW(handle_, WM_DPICHANGED, MAKEWPARAM(dpi, dpi), reinterpret_cast<LPARAM>(&place));
   EXPECT_EQ(window_->dpi, dpi);
   EXPECT_EQ(ListView_GetColumnWidth(window_->values.window, 0), column * 2);
-  EXPECT_GT(TreeView_GetItemHeight(window_->tree.window), row * 3 / 2);
+  EXPECT_GT(TreeView_GetItemHeight(window_->controls.tree), row * 3 / 2);
   int width = 0;
   int height = 0;
-  ImageList_GetIconSize(TreeView_GetImageList(window_->tree.window, TVSIL_NORMAL), &width, &height);
+  ImageList_GetIconSize(TreeView_GetImageList(window_->controls.tree, TVSIL_NORMAL), &width,
+                        &height);
   EXPECT_EQ(height, Scale(16, dpi));
   RECT tree;
-  GetClientRect(window_->tree.window, &tree);
+  GetClientRect(window_->controls.tree, &tree);
   EXPECT_NEAR(tree.right, Scale(window_->layout.tree_width, dpi), 24);
 }
 

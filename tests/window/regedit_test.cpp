@@ -93,7 +93,7 @@ class RegeditTest : public ListTest {
     hive.Key("ALPHA\\beta").Sz("Apple", "x").Sz("blackberry", "x");
     hive.Key("ALPHA\\Lost\\Deeper");
     OpenBytes(hive.Build().bytes);
-    SetRootPath(HiveOfSlot(window_->hive.slot), "HKCU\\Software\\HQTest");
+    SetRootPath(HiveOfSlot(window_->shown->slot), "HKCU\\Software\\HQTest");
   }
 };
 

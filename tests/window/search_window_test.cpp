@@ -243,9 +243,9 @@ TEST_F(SearchWindowTest, DatesBeginWithThisHourAndPresetsGoBack) {
     }
     SendMessageW(dialog, WM_COMMAND, kPresetLastDay, 0);
     EXPECT_EQ(FieldText(dialog, kDatesEnd),
-              KeyDateText(KeyDateTimeOf(window_->hive.survey.last_activity)));
+              KeyDateText(KeyDateTimeOf(window_->shown->survey.last_activity)));
     EXPECT_EQ(FileTimeOf(start_of(dialog)) + uint64_t{86400} * 10'000'000,
-              window_->hive.survey.last_activity / 10'000'000 * 10'000'000);
+              window_->shown->survey.last_activity / 10'000'000 * 10'000'000);
     Type(dialog, kDatesStart, L"yesterday");
     Click(dialog, IDOK);
     EXPECT_TRUE(IsWindow(dialog));

@@ -56,7 +56,7 @@ TEST_F(TimelineWindowTest, EventsByTimeThatLeadToTheirKeys) {
   ASSERT_LT(row, names.size());
   FocusRow(*place, row, false);
   RunList(*place, kCommandGoToTree);
-  EXPECT_EQ(window_->hive.tree->items[SelectedItem(window_->tree)].position,
+  EXPECT_EQ(window_->shown->tree->items[SelectedItem(window_->shown->pane)].position,
             RowDatum(*place->model, row));
 }
 

@@ -19,10 +19,12 @@ std::string TipText(std::string words, bool made, uint32_t position) {
 
 class TreeTest : public WindowTest {
  protected:
-  HWND Tree() const { return window_->tree.window; }
-  HTREEITEM HandleOf(uint32_t item) const { return window_->tree.handles[item]; }
+  HWND Tree() const { return window_->controls.tree; }
+  HTREEITEM HandleOf(uint32_t item) const { return window_->shown->pane.handles[item]; }
 
-  uint32_t ItemAt(uint32_t position) const { return ItemOfPosition(*window_->hive.tree, position); }
+  uint32_t ItemAt(uint32_t position) const {
+    return ItemOfPosition(*window_->shown->tree, position);
+  }
 
   // As the control has it: an open branch shows the open twin.
   int ShownIcon(uint32_t item) const {
@@ -50,20 +52,20 @@ class TreeTest : public WindowTest {
     std::vector<uint32_t> items;
     for (HTREEITEM child = TreeView_GetChild(Tree(), HandleOf(item)); child != nullptr;
          child = TreeView_GetNextSibling(Tree(), child)) {
-      items.push_back(ItemOfHandle(window_->tree, child));
+      items.push_back(ItemOfHandle(window_->shown->pane, child));
     }
     return items;
   }
   std::vector<uint32_t> ChildrenOf(uint32_t item) const {
     std::vector<uint32_t> items;
-    for (uint32_t child = FirstChild(*window_->hive.tree, item); child != kNoItem;
-         child = NextSibling(*window_->hive.tree, child)) {
+    for (uint32_t child = FirstChild(*window_->shown->tree, item); child != kNoItem;
+         child = NextSibling(*window_->shown->tree, child)) {
       items.push_back(child);
     }
     return items;
   }
   bool IsFilled() {
-    return PumpUntil([&] { return window_->tree.fills.empty(); });
+    return PumpUntil([&] { return window_->shown->pane.fills.empty(); });
   }
 };
 
@@ -142,7 +144,7 @@ TEST_F(TreeTest, EveryRepairIsSeen) {
 TEST_F(TreeTest, CopyShowsItsKeyAndSaysThatItIsOne) {
   const RepairedHive made = MakeRepairedHive();
   OpenBytes(made.hive.bytes);
-  const KeyTree& tree = *window_->hive.tree;
+  const KeyTree& tree = *window_->shown->tree;
   const uint32_t copy = tree.items[ItemAt(made.inner)].parent;
   ASSERT_EQ(tree.items[copy].kind, ItemKind::kPathCopy);
   SelectItemAndWait(copy);
@@ -182,21 +184,21 @@ Bytes WideHive() {
 TEST_F(TreeTest, WideBranchComesInSlices) {
   OpenBytes(WideHive());
   SelectPath("Wide");
-  const uint32_t wide = SelectedItem(window_->tree);
+  const uint32_t wide = SelectedItem(window_->shown->pane);
   TreeView_Expand(Tree(), HandleOf(wide), TVE_EXPAND);
-  EXPECT_FALSE(window_->tree.fills.empty());
+  EXPECT_FALSE(window_->shown->pane.fills.empty());
   EXPECT_LT(ShownChildren(wide).size(), 12000U);
   // Keys whose turn has not come, each of them before or between those already there.
   for (const char* path :
        {"Wide\\Key21990\\Sub", "Wide\\Key20000", "Wide\\Key21000", "Wide\\Key20500"}) {
-    const uint32_t item = FindItemByPath(ShownHive(*window_), *window_->hive.tree, path);
+    const uint32_t item = FindItemByPath(ShownHive(*window_), *window_->shown->tree, path);
     ASSERT_NE(item, kNoItem);
     EXPECT_EQ(HandleOf(item), nullptr) << path;
-    SelectItem(window_->tree, item);
-    EXPECT_EQ(SelectedItem(window_->tree), item) << path;
+    SelectItem(window_->shown->pane, item);
+    EXPECT_EQ(SelectedItem(window_->shown->pane), item) << path;
   }
   WaitForRows();
-  EXPECT_EQ(TextOf(window_->controls.path), window_->hive.tree->root_text + "\\Wide\\Key20500");
+  EXPECT_EQ(TextOf(window_->controls.path), window_->shown->tree->root_text + "\\Wide\\Key20500");
   ASSERT_TRUE(IsFilled());
   EXPECT_TRUE(ShownChildren(wide) == ChildrenOf(wide));
   // What came before the selected key has not pushed it out of sight.
@@ -211,33 +213,33 @@ TEST_F(TreeTest, WideBranchComesInSlices) {
 TEST_F(TreeTest, WideBranchIsCollapsedAndExpandedOnItsWay) {
   OpenBytes(WideHive());
   SelectPath("Wide");
-  const uint32_t wide = SelectedItem(window_->tree);
+  const uint32_t wide = SelectedItem(window_->shown->pane);
   const uint32_t sub =
-      FindItemByPath(ShownHive(*window_), *window_->hive.tree, "Wide\\Key21990\\Sub");
+      FindItemByPath(ShownHive(*window_), *window_->shown->tree, "Wide\\Key21990\\Sub");
   // Collapsed by the command while being filled: it starts anew.
   TreeView_Expand(Tree(), HandleOf(wide), TVE_EXPAND);
-  EXPECT_FALSE(window_->tree.fills.empty());
+  EXPECT_FALSE(window_->shown->pane.fills.empty());
   Run(kCommandCollapse);
-  EXPECT_TRUE(window_->tree.fills.empty());
+  EXPECT_TRUE(window_->shown->pane.fills.empty());
   EXPECT_EQ(TreeView_GetChild(Tree(), HandleOf(wide)), nullptr);
   // Closed by hand while being filled: the rest comes all the same.
   TreeView_Expand(Tree(), HandleOf(wide), TVE_EXPAND);
   TreeView_Expand(Tree(), HandleOf(wide), TVE_COLLAPSE);
-  EXPECT_FALSE(window_->tree.fills.empty());
+  EXPECT_FALSE(window_->shown->pane.fills.empty());
   // And "Expand subfolders" takes over what was begun.
   Run(kCommandExpand);
-  ASSERT_TRUE(PumpUntil([&] { return window_->tree.expand_end == 0; }));
+  ASSERT_TRUE(PumpUntil([&] { return window_->shown->pane.expand_end == 0; }));
   ASSERT_TRUE(IsFilled());
   EXPECT_TRUE(IsItemExpanded(HandleOf(wide)));
   ASSERT_NE(HandleOf(sub), nullptr);
-  EXPECT_TRUE(IsItemExpanded(HandleOf(window_->hive.tree->items[sub].parent)));
+  EXPECT_TRUE(IsItemExpanded(HandleOf(window_->shown->tree->items[sub].parent)));
   EXPECT_TRUE(ShownChildren(wide) == ChildrenOf(wide));
   // An expansion that another one displaced leaves no branch half filled.
   Run(kCommandCollapse);
   Run(kCommandExpand);
-  SelectItem(window_->tree, 0);
+  SelectItem(window_->shown->pane, 0);
   Run(kCommandExpand);
-  ASSERT_TRUE(PumpUntil([&] { return window_->tree.expand_end == 0; }));
+  ASSERT_TRUE(PumpUntil([&] { return window_->shown->pane.expand_end == 0; }));
   ASSERT_TRUE(IsFilled());
   EXPECT_TRUE(ShownChildren(wide) == ChildrenOf(wide));
 }
@@ -247,15 +249,16 @@ TEST_F(TreeTest, EndedExpansionLeavesBranchesClosed) {
   OpenBytes(WideHive());
   SelectPath("Wide");
   Run(kCommandExpand);
-  EXPECT_FALSE(window_->tree.fills.empty());
+  EXPECT_FALSE(window_->shown->pane.fills.empty());
   // At once: a wait would let it come to its end.
-  SelectItem(window_->tree, FindItemByPath(ShownHive(*window_), *window_->hive.tree, "Xenon"));
+  SelectItem(window_->shown->pane,
+             FindItemByPath(ShownHive(*window_), *window_->shown->tree, "Xenon"));
   Run(kCommandCollapse);
   ASSERT_TRUE(IsFilled());
   for (const char* path : {"Wide\\Key10001\\Sub", "Wide\\Key21990\\Sub", "Xenon\\Sub"}) {
     SCOPED_TRACE(path);
-    const uint32_t item = FindItemByPath(ShownHive(*window_), *window_->hive.tree, path);
-    const uint32_t parent = window_->hive.tree->items[item].parent;
+    const uint32_t item = FindItemByPath(ShownHive(*window_), *window_->shown->tree, path);
+    const uint32_t parent = window_->shown->tree->items[item].parent;
     EXPECT_FALSE(IsItemExpanded(HandleOf(parent)));
     SelectItemAndWait(item);
     EXPECT_TRUE(IsItemExpanded(HandleOf(parent)));

@@ -96,13 +96,25 @@ std::string ClipboardText() {
   return text;
 }
 
+// The last item beside the roots.
+HTREEITEM WindowTest::WorkspaceHandle() const {
+  HTREEITEM last = RootHandle();
+  for (HTREEITEM at = last; at != nullptr;
+       at = TreeView_GetNextSibling(window_->controls.tree, at)) {
+    last = at;
+  }
+  return last;
+}
+
 bool WindowTest::IsLoaded() const {
-  return window_->hive.slot >= 0 && SelectedItem(window_->tree) != kNoItem;
+  return window_->shown->slot >= 0 && SelectedItem(window_->shown->pane) != kNoItem;
 }
 
 void WindowTest::Open(const std::string& file) {
+  const size_t before = LoadedHives(*window_);
   OpenNamedFile(*window_, file, 0, 0);
-  ASSERT_TRUE(PumpUntil([&] { return IsLoaded(); })) << "not loaded: " << file;
+  ASSERT_TRUE(PumpUntil([&] { return LoadedHives(*window_) > before && IsLoaded(); }))
+      << "not loaded: " << file;
   WaitForRows();
 }
 
@@ -122,13 +134,13 @@ void WindowTest::WaitForRows() {
 
 void WindowTest::SelectItemAndWait(uint32_t item) {
   ASSERT_NE(item, kNoItem);
-  SelectItem(window_->tree, item);
+  SelectItem(window_->shown->pane, item);
   WaitForRows();
   ASSERT_EQ(window_->selection.item, item);
 }
 
 void WindowTest::SelectPath(const std::string& path) {
-  SelectItemAndWait(FindItemByPath(ShownHive(*window_), *window_->hive.tree, path));
+  SelectItemAndWait(FindItemByPath(ShownHive(*window_), *window_->shown->tree, path));
 }
 
 void WindowTest::SelectRow(int row) {
@@ -152,13 +164,13 @@ std::string WindowTest::ItemText(HTREEITEM item) const {
   info.hItem = item;
   info.pszText = text.data();
   info.cchTextMax = static_cast<int>(text.size());
-  TreeView_GetItem(window_->tree.window, &info);
+  TreeView_GetItem(window_->controls.tree, &info);
   return Utf8Name(info.pszText);
 }
 
 std::vector<std::string> WindowTest::ChildTexts(HTREEITEM item) const {
   std::vector<std::string> texts;
-  const HWND tree = window_->tree.window;
+  const HWND tree = window_->controls.tree;
   for (HTREEITEM child = TreeView_GetChild(tree, item); child != nullptr;
        child = TreeView_GetNextSibling(tree, child)) {
     texts.push_back(ItemText(child));
@@ -167,7 +179,7 @@ std::vector<std::string> WindowTest::ChildTexts(HTREEITEM item) const {
 }
 
 bool WindowTest::IsItemExpanded(HTREEITEM item) const {
-  return (TreeView_GetItemState(window_->tree.window, item, TVIS_EXPANDED) & TVIS_EXPANDED) != 0;
+  return (TreeView_GetItemState(window_->controls.tree, item, TVIS_EXPANDED) & TVIS_EXPANDED) != 0;
 }
 
 std::vector<std::string> WindowTest::RowTexts(HWND list, int row) const {

@@ -50,7 +50,7 @@ class WindowTest : public ::testing::Test {
   void MakeWindow();
   void CloseWindow();
 
-  // Opens as the open dialog would and waits until hive and root item are shown.
+  // Opens as the open dialog would and waits until the hive and its root item are shown.
   void Open(const std::string& file);
   // The same of a file made for it, as long as the test lasts.
   void OpenBytes(const Bytes& hive);
@@ -63,7 +63,8 @@ class WindowTest : public ::testing::Test {
   void SelectRow(int row);
   void Run(uint32_t command);
 
-  HTREEITEM RootHandle() const { return TreeView_GetRoot(window_->tree.window); }
+  HTREEITEM WorkspaceHandle() const;
+  HTREEITEM RootHandle() const { return TreeView_GetRoot(window_->controls.tree); }
   std::string ItemText(HTREEITEM item) const;
   std::vector<std::string> ChildTexts(HTREEITEM item) const;
   bool IsItemExpanded(HTREEITEM item) const;

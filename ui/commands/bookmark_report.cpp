@@ -44,8 +44,8 @@ void SaveBookmarkReport(MainWindow& window, std::vector<Bookmark> bookmarks) {
   if (name.empty() || !OpenListFile(name, OutputMode::kReplace, kNotWritten, job->file)) return;
   const bool started = StartWork(
       window, kOperationReport,
-      [job, &hive = ShownHive(window), &tree = *window.hive.tree,
-       hashes = window.hive.hashing.hashes] {
+      [job, &hive = ShownHive(window), &tree = *window.shown->tree,
+       hashes = window.shown->hashing.hashes] {
         const bool written = WithMemory([&] {
           const HtmlReport report = ReportBookmarks(hive, tree, job->bookmarks, hashes);
           return WriteHtmlReport(

@@ -420,7 +420,7 @@ constexpr DLGPROC kProcedure = RecordDialogProc<BookmarkDialog, OnStart, Route>;
 
 void OnBookmarks(MainWindow& window) {
   BookmarkDialog state;
-  state.may_go = window.hive.slot >= 0;
+  state.may_go = window.shown->slot >= 0;
   INT_PTR answer = IDCANCEL;
   {
     const ModalTurn turn(window.handle);
@@ -434,7 +434,7 @@ void OnBookmarks(MainWindow& window) {
 void OnAddToBookmarks(MainWindow& window) {
   Bookmark bookmark;
   const HiveImage& hive = ShownHive(window);
-  bookmark.path = KeyPathOf(hive, *window.hive.tree, SelectedItem(window.tree));
+  bookmark.path = KeyPathOf(hive, *window.shown->tree, SelectedItem(window.shown->pane));
   bookmark.hive = hive.file_name;
   BookmarkChange change = BookmarkChange::kDone;
   const bool kept = ChangeBookmarks(

@@ -155,7 +155,7 @@ void OnSaveRepaired(MainWindow& window) {
   const auto repaired = std::make_shared<Repaired>();
   StartWork(
       window, kOperationRepair,
-      [&hive = ShownHive(window), &tree = *window.hive.tree, repaired, options, name] {
+      [&hive = ShownHive(window), &tree = *window.shown->tree, repaired, options, name] {
         *repaired = RepairHive(hive, tree, options, name);
       },
       [&window, repaired, options, name] {

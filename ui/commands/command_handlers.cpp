@@ -41,6 +41,8 @@ struct CommandRoute {
 };
 constexpr CommandRoute kRoutes[] = {
     {kCommandOpen, OnOpenFile},
+    {kCommandOpenInWindow, OnOpenInWindow},
+    {kCommandCloseHive, OnCloseHive},
     {kCommandRecreateHive, OnNothing},
     {kCommandExportHive, OnExportHive},
     {kCommandHiveRoot, OnHiveRoot},

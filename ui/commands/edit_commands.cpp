@@ -19,11 +19,11 @@ namespace {
 
 constexpr uint32_t kNowhere = 0xFFFFFFFF;
 
-HiveImage& EditedHive(const MainWindow& window) { return HiveOfSlot(window.hive.slot); }
+HiveImage& EditedHive(const MainWindow& window) { return HiveOfSlot(window.shown->slot); }
 
 // The key whose values are shown; kKeyUnknown for a folder.
 uint32_t KeyOfRows(const MainWindow& window) {
-  const KeyTree& tree = *window.hive.tree;
+  const KeyTree& tree = *window.shown->tree;
   const bool key =
       window.selection.item < tree.items.size() && HasKeyCell(tree, window.selection.item);
   return key ? tree.items[window.selection.item].position : kKeyUnknown;
@@ -43,7 +43,7 @@ std::function<uint32_t(uint32_t)> PlacesOf(const HiveImage& hive, const ValueKey
 // Rows, details and the tree's mark are made from the values as they are now.
 void EditsChanged(MainWindow& window) {
   RefreshItem(window);
-  InvalidateRect(window.tree.window, nullptr, FALSE);
+  InvalidateRect(window.controls.tree, nullptr, FALSE);
 }
 
 }  // namespace
@@ -60,7 +60,7 @@ void OnEditValue(MainWindow& window) {
   const uint32_t key = KeyOfRows(window);
   edit.key = window.selection.item == kNoItem
                  ? std::string()
-                 : LongItemPath(hive, *window.hive.tree, window.selection.item);
+                 : LongItemPath(hive, *window.shown->tree, window.selection.item);
   edit.name = ValueDisplayName(value);
   edit.type = value.type;
   edit.file_position = PlacesOf(hive, value);
@@ -84,7 +84,7 @@ void OnTakeBackAllEdits(MainWindow& window) {
 }
 
 void OnListEdits(MainWindow& window) {
-  OpenListWindow(window, ListEditedValues(ShownHive(window), *window.hive.tree));
+  OpenListWindow(window, ListEditedValues(ShownHive(window), *window.shown->tree));
 }
 
 }  // namespace hivequarry

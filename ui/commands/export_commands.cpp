@@ -89,7 +89,7 @@ void StartExport(const ListPlace& place, Write write) {
   }
   const bool started = StartWork(
       window, kOperationExport,
-      [job, write, form = FormOf(choice), &hive, &tree = *window.hive.tree] {
+      [job, write, form = FormOf(choice), &hive, &tree = *window.shown->tree] {
         const bool made = WithMemory([&] {
           job->written =
               write([job](std::string_view piece) { return WriteOutput(job->file, piece); }, form);
@@ -106,7 +106,7 @@ void StartExport(const ListPlace& place, Write write) {
 void StartBranch(MainWindow& window, uint32_t item) {
   const RecoveredKeys recovered =
       TheSettings().options.recovered_keys ? RecoveredKeys::kWritten : RecoveredKeys::kLeftOut;
-  StartExport(window.output, [&hive = ShownHive(window), &tree = *window.hive.tree, item,
+  StartExport(window.output, [&hive = ShownHive(window), &tree = *window.shown->tree, item,
                               recovered](const TextSink& sink, ScriptForm form) {
     return ExportBranch(hive, tree, item, sink, recovered, form);
   });
@@ -114,8 +114,8 @@ void StartBranch(MainWindow& window, uint32_t item) {
 
 // What such a script lacks its comments say.
 void ExportFreedRows(const ListPlace& place, const std::vector<uint32_t>& positions) {
-  StartExport(place, [&hive = ShownHive(*place.owner), &tree = *place.owner->hive.tree, positions](
-                         const TextSink& sink, ScriptForm form) {
+  StartExport(place, [&hive = ShownHive(*place.owner), &tree = *place.owner->shown->tree,
+                      positions](const TextSink& sink, ScriptForm form) {
     FreedSource from(hive, tree);
     const FreedChoice choice = ChooseFreed(from.records, positions, FreedScope::kRecords);
     const FreedExport freed = ExportFreed(from, choice, sink, form);
@@ -130,7 +130,7 @@ void ExportFreedRows(const ListPlace& place, const std::vector<uint32_t>& positi
 }  // namespace
 
 void OnExportHive(MainWindow& window) { StartBranch(window, 0); }
-void OnExportFolder(MainWindow& window) { StartBranch(window, SelectedItem(window.tree)); }
+void OnExportFolder(MainWindow& window) { StartBranch(window, SelectedItem(window.shown->pane)); }
 
 void OnListExport(ListPlace& place) {
   std::vector<uint32_t> rows = SelectedRows(place);
@@ -142,8 +142,8 @@ void OnListExport(ListPlace& place) {
   const bool freed =
       std::ranges::all_of(rows, [&place](uint32_t row) { return IsFreedRow(*place.model, row); });
   if (freed) return ExportFreedRows(place, positions);
-  StartExport(place, [&hive = ShownHive(*place.owner), &tree = *place.owner->hive.tree, positions](
-                         const TextSink& sink, ScriptForm form) {
+  StartExport(place, [&hive = ShownHive(*place.owner), &tree = *place.owner->shown->tree,
+                      positions](const TextSink& sink, ScriptForm form) {
     return ExportKeys(hive, tree, KeysOfPositions(hive, tree, positions), ScriptScope::kKey, sink,
                       RecoveredKeys::kLeftOut, form);
   });

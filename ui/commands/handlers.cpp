@@ -33,11 +33,33 @@ void ShowDetailPane(MainWindow& window, bool on) {
 
 void OnNothing(MainWindow&) {}
 
-void OnOpenFile(MainWindow& window) {
+namespace {
+
+std::string AskHiveFile(const MainWindow& window) {
   FileRequest request;
   request.title = L"Open Registry file ...";
   request.filter = L"All files (*.*)\0*.*\0Report Lists (*.rpt)\0*.rpt\0";
-  OpenNamedFile(window, ChooseListFile(window.output, false, kFolderHives, request), 0, 0);
+  return ChooseListFile(window.output, false, kFolderHives, request);
+}
+
+constexpr const char* kCloseQuestion =
+    "What was edited in memory is lost. Close the hive all the same ?";
+
+}  // namespace
+
+void OnOpenFile(MainWindow& window) { OpenNamedFile(window, AskHiveFile(window), 0, 0); }
+
+void OnOpenInWindow(MainWindow& window) {
+  const std::string file = AskHiveFile(window);
+  if (!file.empty()) OpenInNewCopy(file);
+}
+
+void OnCloseHive(MainWindow& window) {
+  if (ShownHive(window).edits.any &&
+      ShowMessage(kCloseQuestion, kProgramName, Icon::kQuestion, Buttons::kYesNo) != Answer::kYes) {
+    return;
+  }
+  CloseShownHive(window);
 }
 
 void OnStop(MainWindow& window) {

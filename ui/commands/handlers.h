@@ -17,6 +17,8 @@ void OnNothing(MainWindow& window);
 
 // Asks for a file; a hive, or a Report List, is loaded on a worker.
 void OnOpenFile(MainWindow& window);
+void OnOpenInWindow(MainWindow& window);
+void OnCloseHive(MainWindow& window);
 // Asks what runs to stop; it does so at its next look at the flag.
 void OnStop(MainWindow& window);
 void OnExit(MainWindow& window);

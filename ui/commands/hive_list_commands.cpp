@@ -34,13 +34,13 @@ void StartList(MainWindow& window, Make make) {
 void ShowChecked(MainWindow& window, CheckedHive& checked) {
   const CheckResult& result = checked.result;
   if (!result.stopped) {
-    window.hive.structure = {IsSound(result) ? "sound" : VerdictWords(result), checked.summary};
-    window.hive.findings.known.structure = window.hive.structure;
-    window.hive.findings.known.sound = IsSound(result);
-    window.hive.findings.known.checked = true;
+    window.shown->structure = {IsSound(result) ? "sound" : VerdictWords(result), checked.summary};
+    window.shown->findings.known.structure = window.shown->structure;
+    window.shown->findings.known.sound = IsSound(result);
+    window.shown->findings.known.checked = true;
     ShowHiveState(window);
     RenewBand(window);
-    SetListTitle(*checked.list, "Structure: " + window.hive.structure.verdict);
+    SetListTitle(*checked.list, "Structure: " + window.shown->structure.verdict);
   }
   ListPlace* place = OpenListWindow(window, std::move(checked.list));
   if (place == nullptr) return;
@@ -55,33 +55,33 @@ void OnListBlockRuns(MainWindow& window) {
 }
 
 void OnListRoots(MainWindow& window) {
-  StartList(window, [&hive = ShownHive(window), &tree = *window.hive.tree] {
+  StartList(window, [&hive = ShownHive(window), &tree = *window.shown->tree] {
     return ListRootKeys(hive, tree);
   });
 }
 
 void ListKeysBelow(MainWindow& window, uint32_t item) {
   if (item == kNoItem) return CurrentHost().beep(CurrentHost().context);
-  StartList(window, [&hive = ShownHive(window), &tree = *window.hive.tree, item] {
+  StartList(window, [&hive = ShownHive(window), &tree = *window.shown->tree, item] {
     return ListKeyTree(hive, tree, item);
   });
 }
 
-void OnListKeys(MainWindow& window) { ListKeysBelow(window, SelectedItem(window.tree)); }
+void OnListKeys(MainWindow& window) { ListKeysBelow(window, SelectedItem(window.shown->pane)); }
 
 void OnListValues(MainWindow& window) {
-  if (SelectedItem(window.tree) == window.hive.tree->disconnected_values) {
+  if (SelectedItem(window.shown->pane) == window.shown->tree->disconnected_values) {
     return OnListLostValues(window);
   }
   ValueListOptions options;
   options.branch = true;
-  StartList(window,
-            [&hive = ShownHive(window), &tree = *window.hive.tree, item = SelectedItem(window.tree),
-             options] { return ListKeyValues(hive, tree, item, options); });
+  StartList(window, [&hive = ShownHive(window), &tree = *window.shown->tree,
+                     item = SelectedItem(window.shown->pane),
+                     options] { return ListKeyValues(hive, tree, item, options); });
 }
 
 void OnListLostValues(MainWindow& window) {
-  StartList(window, [&hive = ShownHive(window), &tree = *window.hive.tree] {
+  StartList(window, [&hive = ShownHive(window), &tree = *window.shown->tree] {
     return ListDisconnectedValues(hive, tree, ValueListOptions());
   });
 }
@@ -104,19 +104,19 @@ void OnListLogChanges(MainWindow& window) {
 }
 
 void OnListFreedKeys(MainWindow& window) {
-  StartList(window, [&hive = ShownHive(window), &tree = *window.hive.tree] {
+  StartList(window, [&hive = ShownHive(window), &tree = *window.shown->tree] {
     return ListFreedKeys(hive, tree);
   });
 }
 
 void OnListFreedValues(MainWindow& window) {
-  StartList(window, [&hive = ShownHive(window), &tree = *window.hive.tree] {
+  StartList(window, [&hive = ShownHive(window), &tree = *window.shown->tree] {
     return ListFreedValues(hive, tree, ValueListOptions());
   });
 }
 
 void OnMachine(MainWindow& window) {
-  StartList(window, [&hive = ShownHive(window), &tree = *window.hive.tree] {
+  StartList(window, [&hive = ShownHive(window), &tree = *window.shown->tree] {
     const MachineHive shown = {&hive, &tree};
     return ListMachine(std::span(&shown, 1));
   });

@@ -15,15 +15,15 @@ void Tell(const char* what, const std::string& path) {
 }  // namespace
 
 bool GoToKeyPath(MainWindow& window, const std::string& path) {
-  if (window.hive.slot < 0) return false;
-  const FoundKey found = FindKeyPath(ShownHive(window), *window.hive.tree, path);
+  if (window.shown->slot < 0) return false;
+  const FoundKey found = FindKeyPath(ShownHive(window), *window.shown->tree, path);
   if (found.item == kNoItem) {
     Tell("This hive does not hold the key !\r\n", path);
     return false;
   }
   if (window.layout.arrangement == kOutputArrangement) ShowArrangement(window, kKeysArrangement);
-  SelectItem(window.tree, found.item);
-  SetFocus(window.tree.window);
+  SelectItem(window.shown->pane, found.item);
+  SetFocus(window.controls.tree);
   if (!found.whole) {
     Tell("Key not found ! The nearest key above it is shown.\r\n", path);
   }

@@ -75,7 +75,7 @@ void OnLogsChosen(MainWindow& window) {
 
 void OnLogsUntil(MainWindow& window) {
   const HiveLogs& logs = *ShownHive(window).logs;
-  LogChoice choice = window.load.logs;
+  LogChoice choice = window.shown->origin.logs;
   if (choice.mode == LogMode::kNone) choice = LogChoice();
   uint32_t entry = FirstProposal(choice, logs);
   if (!AskUntilEntry(window.handle, WideText(EntriesOfLogs(logs)), entry)) return;
@@ -88,7 +88,7 @@ void OnLogsUntil(MainWindow& window) {
 void OnShowAsOf(ListPlace& place) {
   MainWindow& window = *place.owner;
   const HiveLogs& logs = *ShownHive(window).logs;
-  LogChoice choice = window.load.logs;
+  LogChoice choice = window.shown->origin.logs;
   if (choice.mode == LogMode::kNone) choice = LogChoice();
   if (choice.mode == LogMode::kAuto && !logs.hive.dirty()) {
     choice.mode = LogMode::kChosen;

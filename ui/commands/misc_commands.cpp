@@ -40,37 +40,6 @@ bool NeedLoad(const Options& a, const Options& b) {
          a.ask_other_roots != b.ask_other_roots || a.code_page_text != b.code_page_text;
 }
 
-// Nobody may look at the hive any more when it goes.
-void LetGoOfHive(MainWindow& window) {
-  CloseCompareWindows();
-  ++window.selection.item_box.newest;
-  ++window.selection.detail_box.newest;
-  WaitWhile([&window] { return ValueThreadsRun(window.selection.threads); });
-  StopHashing(window);
-  StopFindings(window);
-  if (window.blocks != nullptr) DestroyWindow(window.blocks);
-  window.hive.slot = -1;  // before the panes, whose changes ask for other items
-  ClearTree(window.tree);
-  ForgetRemoved(window);
-  ForgetFreed(window);
-  ClearValues(window.values);
-  ForgetFindings(window);
-  window.selection.removed = nullptr;
-  window.selection.freed = nullptr;
-  window.selection.deleted = kNoItem;
-  window.hive.removed = nullptr;
-  SetDetail(window.detail, std::wstring());
-  window.selection.item = kNoItem;
-  window.selection.value = kNoOffset;
-  window.selection.branch_return = kNoItem;
-  window.hive.tree = nullptr;
-  window.hive.sid_replacement = SidReplacement();
-  window.hive.structure = HiveStructure();
-  ShowHiveState(window);
-  RenewBand(window);
-  ResetHiveTable();
-}
-
 }  // namespace
 
 void OnHelp(MainWindow& window) { ShowHelp(window.handle, kHelpStart); }
@@ -81,24 +50,24 @@ void OnOptions(MainWindow& window) {
   Options options = TheSettings().options;
   ReadSwitches(window, options);
   if (!AskOptions(window.handle, options)) return;
-  const bool load = window.hive.slot >= 0 && NeedLoad(options, TheSettings().options);
+  const bool load = window.shown->slot >= 0 && NeedLoad(options, TheSettings().options);
   TheSettings().options = options;
   SetSwitches(window, options);
   WriteProgramSettings();  // for the copies of the program that are started from now on
   if (!load) return;
   const Answer answer =
       ShowMessage(kReloadQuestion, kProgramName, Icon::kQuestion, Buttons::kYesNo);
-  if (answer == Answer::kYes) ReloadHive(window, window.load.logs);
+  if (answer == Answer::kYes) ReloadHive(window, window.shown->origin.logs);
 }
 
 void ReloadHive(MainWindow& window, const LogChoice& logs) {
-  if (window.hive.slot < 0 || window.load.thread.joinable() || window.work.thread.joinable())
+  if (window.shown->slot < 0 || window.load.thread.joinable() || window.work.thread.joinable())
     return;
   ReloadRequest request{logs, {}, kNoOffset};
-  const uint32_t item = SelectedItem(window.tree);
+  const uint32_t item = SelectedItem(window.shown->pane);
   if (item != kNoItem) {
-    request.key_path = LongItemPath(ShownHive(window), *window.hive.tree, item);
-    request.key_position = window.hive.tree->items[item].position;
+    request.key_path = LongItemPath(ShownHive(window), *window.shown->tree, item);
+    request.key_position = window.shown->tree->items[item].position;
   }
   LetGoOfHive(window);
   LoadAgain(window, request);

@@ -16,9 +16,9 @@ namespace hivequarry {
 namespace {
 
 void AddSelectedKey(const MainWindow& window) {
-  const uint32_t item = window.hive.slot >= 0 ? SelectedItem(window.tree) : kNoItem;
-  if (item == kNoItem || !IsKeyOrCopy(*window.hive.tree, item)) return;
-  AddRecentKey(TheRecentKeys(), KeyPathOf(ShownHive(window), *window.hive.tree, item));
+  const uint32_t item = window.shown->slot >= 0 ? SelectedItem(window.shown->pane) : kNoItem;
+  if (item == kNoItem || !IsKeyOrCopy(*window.shown->tree, item)) return;
+  AddRecentKey(TheRecentKeys(), KeyPathOf(ShownHive(window), *window.shown->tree, item));
 }
 
 // Each new selection starts the timer anew, so what is selected now has been for its whole time.

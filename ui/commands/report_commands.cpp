@@ -46,17 +46,18 @@ std::string ClassIdOfRow(const OutputList& list, uint32_t row) {
 }  // namespace
 
 void StartReport(MainWindow& window, Report report) {
-  FillListWindow(
-      window, MakeOutputList(InfoOf(report).kind),
-      [&hive = ShownHive(window), &tree = *window.hive.tree, item = SelectedItem(window.tree),
-       report](OutputList& list) { RunReportOnHive(report, hive, tree, item, item != 0, list); });
+  FillListWindow(window, MakeOutputList(InfoOf(report).kind),
+                 [&hive = ShownHive(window), &tree = *window.shown->tree,
+                  item = SelectedItem(window.shown->pane), report](OutputList& list) {
+                   RunReportOnHive(report, hive, tree, item, item != 0, list);
+                 });
 }
 
 void StartDecoder(MainWindow& window, const DecoderInfo& decoder) {
-  FillListWindow(
-      window, MakeOutputList(decoder.kind),
-      [&hive = ShownHive(window), &tree = *window.hive.tree, item = SelectedItem(window.tree),
-       &decoder](OutputList& list) { RunDecoder(decoder, hive, tree, item, list); });
+  FillListWindow(window, MakeOutputList(decoder.kind),
+                 [&hive = ShownHive(window), &tree = *window.shown->tree,
+                  item = SelectedItem(window.shown->pane),
+                  &decoder](OutputList& list) { RunDecoder(decoder, hive, tree, item, list); });
 }
 
 void StartLiveReport(MainWindow& window, Report report) {

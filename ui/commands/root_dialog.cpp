@@ -68,18 +68,18 @@ bool AskRootPath(const MainWindow& window, RootDialog& state) {
 }
 
 bool ChangeRoot(MainWindow& window, const std::string& doubt) {
-  HiveImage& hive = HiveOfSlot(window.hive.slot);
+  HiveImage& hive = HiveOfSlot(window.shown->slot);
   RootDialog state{nullptr, hive.root.label.substr(0, hive.root.label_length), doubt,
-                   RootWords(hive, window.hive.survey.root)};
+                   RootWords(hive, window.shown->survey.root)};
   // The profile of whoever sits here is never one key press away.
   RootSplit split;
   const bool own = SplitRootPath(state.path, split) && split.short_name == "HKCU";
   if (own && !doubt.empty()) state.path.clear();
   if (!AskRootPath(window, state)) return false;
-  window.load.root_path = state.path;
+  window.shown->origin.root_path = state.path;
   SetRootPath(hive, state.path);
-  window.hive.tree->root_text = DisplayedRoot(hive);
-  RenameRoot(window.tree);
+  window.shown->tree->root_text = DisplayedRoot(hive);
+  RenameRoot(window.shown->pane);
   RenewBand(window);
   RefreshItem(window);
   return true;

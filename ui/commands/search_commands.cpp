@@ -47,7 +47,7 @@ bool AskPattern(const MainWindow& window, SearchPlace place, SearchPattern& patt
 void NoteAsked(ListPlace* place, uint32_t item, const std::string& words) {
   if (place == nullptr) return;
   const MainWindow& window = *place->owner;
-  place->asked.push_back("Branch: " + ItemPath(ShownHive(window), *window.hive.tree, item));
+  place->asked.push_back("Branch: " + ItemPath(ShownHive(window), *window.shown->tree, item));
   if (!words.empty()) place->asked.push_back("Asked: " + words);
 }
 
@@ -64,7 +64,7 @@ void SearchFrom(MainWindow& window, uint32_t item) {
   if (search->pattern.settings.freed) AddPlaceColumn(*found);
   search->place = FillListWindow(
       window, std::move(found),
-      [&hive = ShownHive(window), &tree = *window.hive.tree, item, search](OutputList& list) {
+      [&hive = ShownHive(window), &tree = *window.shown->tree, item, search](OutputList& list) {
         search->whole = SearchBranch(hive, tree, item, search->pattern, list);
         if (!search->pattern.settings.freed || StopRequested()) return;
         FreedSource from(hive, tree);
@@ -108,7 +108,7 @@ void RefillListWindow(ListPlace& place, std::function<void(OutputList& list)> fi
   Fill(place, std::move(fill), std::move(done));
 }
 
-void OnSearchBranch(MainWindow& window) { SearchFrom(window, SelectedItem(window.tree)); }
+void OnSearchBranch(MainWindow& window) { SearchFrom(window, SelectedItem(window.shown->pane)); }
 
 // The window shows one hive, whose root is the first item.
 void OnSearchWorkspace(MainWindow& window) { SearchFrom(window, 0); }
@@ -123,20 +123,20 @@ void OnSearchRegistry(MainWindow& window) {
 }
 
 void OnKeyDates(MainWindow& window) {
-  const uint32_t item = SelectedItem(window.tree);
+  const uint32_t item = SelectedItem(window.shown->pane);
   KeyDateRange range;
-  if (!AskKeyDates(window.handle, window.hive.survey.last_activity, range)) return;
+  if (!AskKeyDates(window.handle, window.shown->survey.last_activity, range)) return;
   const bool freed = TheSettings().dates.freed;
   OutputListPtr dates = MakeOutputList(kListKeyDates);
   if (freed) AddPlaceColumn(*dates);
-  ListPlace* const place = FillListWindow(
-      window, std::move(dates),
-      [&hive = ShownHive(window), &tree = *window.hive.tree, item, range, freed](OutputList& list) {
-        ListKeyDates(hive, tree, item, range, list);
-        if (!freed || StopRequested()) return;
-        FreedSource from(hive, tree);
-        ListFreedDates(from, item, range, list);
-      });
+  ListPlace* const place = FillListWindow(window, std::move(dates),
+                                          [&hive = ShownHive(window), &tree = *window.shown->tree,
+                                           item, range, freed](OutputList& list) {
+                                            ListKeyDates(hive, tree, item, range, list);
+                                            if (!freed || StopRequested()) return;
+                                            FreedSource from(hive, tree);
+                                            ListFreedDates(from, item, range, list);
+                                          });
   const DateSettings& asked = TheSettings().dates;
   NoteAsked(place, item,
             asked.limited ? "last writes from " + asked.start + " to " + asked.end : std::string());
@@ -149,10 +149,10 @@ void OnTimeline(MainWindow& window) {
   options.freed = chosen.freed;
   options.values = chosen.values;
   options.base_block = chosen.base_block;
-  options.item = SelectedItem(window.tree);
+  options.item = SelectedItem(window.shown->pane);
   ListPlace* const place =
       FillListWindow(window, MakeOutputList(kListTimeline),
-                     [&hive = ShownHive(window), &tree = *window.hive.tree,
+                     [&hive = ShownHive(window), &tree = *window.shown->tree,
                       options](OutputList& list) { ListTimeline(hive, tree, options, list); });
   NoteAsked(place, options.item, {});
 }

@@ -47,7 +47,8 @@ void ShowFound(MainWindow& window, const TreeSearch& search) {
   }
   if (search.found.item != kNoItem) {
     TreePane& pane = *search.panes[search.found.tree];
-    if (&pane == &window.freed) return SelectGuest(window.tree, pane, search.found.item);
+    if (&pane == &window.shown->freed_pane)
+      return SelectGuest(window.shown->pane, pane, search.found.item);
     return SelectItem(pane, search.found.item);
   }
   if (search.found.stopped) return;
@@ -66,19 +67,19 @@ void AddTree(TreeSearch& search, TreePane& pane, std::function<std::string(uint3
 
 void GatherTrees(MainWindow& window, TreeSearch& search) {
   const HiveImage& hive = ShownHive(window);
-  const KeyTree& tree = *window.hive.tree;
-  AddTree(search, window.tree, [&](uint32_t item) { return ItemName(hive, tree, item); });
+  const KeyTree& tree = *window.shown->tree;
+  AddTree(search, window.shown->pane, [&](uint32_t item) { return ItemName(hive, tree, item); });
   search.freed = ShownFreed(window);
   if (const FreedTree* freed = search.freed.get(); freed != nullptr) {
-    AddTree(search, window.freed, [freed, &hive, &tree](uint32_t item) {
+    AddTree(search, window.shown->freed_pane, [freed, &hive, &tree](uint32_t item) {
       const uint32_t under = HostOfFreed(*freed, item);
       const bool gone = under != kNoItem ? tree.items[under].hidden : !HasFreedFolder(*freed);
       return gone ? std::string() : FreedItemText(hive, *freed, item);
     });
   }
-  search.removed = window.hive.removed;
+  search.removed = window.shown->removed;
   if (const RemovedState* removed = search.removed.get(); removed != nullptr) {
-    AddTree(search, window.removed, [removed](uint32_t item) {
+    AddTree(search, window.shown->removed_pane, [removed](uint32_t item) {
       return item == 0 ? RemovedFolderText(*removed)
                        : ItemName(removed->before.image, removed->before.tree, item);
     });
@@ -166,90 +167,101 @@ void OnFindNext(MainWindow& window) { SearchAgain(window, true, kCommandFindNext
 void OnFindPrevious(MainWindow& window) { SearchAgain(window, false, kCommandFindPrevious); }
 
 void OnRecovered(MainWindow& window, bool down) {
-  const FoundRecovered found = FindRecovered(*window.hive.tree, SelectedItem(window.tree), down);
+  const FoundRecovered found =
+      FindRecovered(*window.shown->tree, SelectedItem(window.shown->pane), down);
   if (found.item == kNoItem) {
     ShowMessage("Nothing was recovered in this hive.", kProgramName, Icon::kInformation);
     return;
   }
   if (found.passed) ShowPassingText(window, down ? kPassedEnd : kPassedBeginning);
-  SelectItem(window.tree, found.item);
+  SelectItem(window.shown->pane, found.item);
 }
 
 void OnCurrentBranch(MainWindow& window) {
-  const KeyTree& tree = *window.hive.tree;
-  const uint32_t item = SelectedItem(window.tree);
+  const KeyTree& tree = *window.shown->tree;
+  const uint32_t item = SelectedItem(window.shown->pane);
   const uint32_t top = BranchTop(tree, item);
   if (item != top) {
-    SelectItem(window.tree, top);
-    TreeView_SelectSetFirstVisible(window.tree.window, window.tree.handles[top]);
+    SelectItem(window.shown->pane, top);
+    TreeView_SelectSetFirstVisible(window.controls.tree, window.shown->pane.handles[top]);
     window.selection.branch_return = item;
     return;
   }
   const uint32_t back = window.selection.branch_return;
   const bool inside = back > top && back < tree.items[top].end && !tree.items[back].hidden;
-  if (inside) SelectItem(window.tree, back);
+  if (inside) SelectItem(window.shown->pane, back);
 }
 
 void OnExpandSubfolders(MainWindow& window) {
-  StartExpand(window.tree, SelectedItem(window.tree));
-  if (ExpandSlice(window.tree)) SetTimer(window.handle, kExpandTimer, kTimerPause, nullptr);
+  StartExpand(window.shown->pane, SelectedItem(window.shown->pane));
+  if (ExpandSlice(window.shown->pane)) SetTimer(window.handle, kExpandTimer, kTimerPause, nullptr);
 }
 
 void OnCollapseSubfolders(MainWindow& window) {
-  CollapseBranch(window.tree, SelectedItem(window.tree));
+  CollapseBranch(window.shown->pane, SelectedItem(window.shown->pane));
   KeepFilling(window);  // a branch whose expanding this has ended
 }
 
 void OnCopyKeyName(MainWindow& window) {
-  const uint32_t item = SelectedItem(window.tree);
+  const uint32_t item = SelectedItem(window.shown->pane);
   const HiveImage& hive = ShownHive(window);
-  const KeyTree& tree = *window.hive.tree;
-  const std::string path = IsFreedSelected(window) ? FreedItemPath(hive, tree, *window.freed.freed,
-                                                                   SelectedItem(window.freed))
-                                                   : LongItemPath(hive, tree, item);
+  const KeyTree& tree = *window.shown->tree;
+  const std::string path = IsFreedSelected(window)
+                               ? FreedItemPath(hive, tree, *window.shown->freed_pane.freed,
+                                               SelectedItem(window.shown->freed_pane))
+                               : LongItemPath(hive, tree, item);
   CopyText(window.handle, WideName(path));
 }
 
 void OnFreedInTree(MainWindow& window) {
   bool& shown = TheSettings().freed_in_tree;
   shown = !shown;
-  if (window.hive.slot < 0) return;
-  shown ? ShowFreedKeys(window) : HideFreedKeys(window);
+  for (const auto& hive : window.hives) {
+    if (hive->slot < 0) continue;
+    const HiveTurn turn(window, hive->number);
+    shown ? ShowFreedKeys(window) : HideFreedKeys(window);
+  }
   UpdateToolbar(window);
 }
 
 void OnOpenValidRoot(MainWindow& window) {
-  const uint32_t item = SelectedItem(window.tree);
-  OpenRootInCopy(ShownHive(window), window.hive.tree->items[item].position);
+  const uint32_t item = SelectedItem(window.shown->pane);
+  OpenRootInCopy(ShownHive(window), window.shown->tree->items[item].position);
 }
 
 void OnOpenKey(MainWindow& window) {
   const HiveImage& hive = ShownHive(window);
-  const uint32_t position = window.hive.tree->items[SelectedItem(window.tree)].position;
+  const uint32_t position = window.shown->tree->items[SelectedItem(window.shown->pane)].position;
   LaunchSelf(KeyArguments(FullName(hive.file_name), hive.base_offset, FileEndOf(hive),
                           PlaceOf(hive, position)),
              kLaunchPlain);
 }
 
 void OnDeleteKeys(MainWindow& window) {
-  KeyTree& tree = *window.hive.tree;
-  const uint32_t item = SelectedItem(window.tree);
+  KeyTree& tree = *window.shown->tree;
+  const uint32_t item = SelectedItem(window.shown->pane);
   if (!MayDelete(CountKeys(tree, item))) return;
   LetReadersEnd(window);
   HideBranch(tree, item);
-  RemoveItem(window.tree, item);
+  RemoveItem(window.shown->pane, item);
   RefreshItem(window);
   StartFindings(window);
 }
 
 void OnShowAllKeys(MainWindow& window) {
   LetReadersEnd(window);
-  UnhideAll(*window.hive.tree);
-  const uint32_t item = SelectedItem(window.tree);
-  ShowTree(window.tree, ShownHive(window), *window.hive.tree);
+  UnhideAll(*window.shown->tree);
+  const uint32_t item = SelectedItem(window.shown->pane);
+  window.tree_changes = true;
+  ClearTree(window.shown->pane);
+  ForgetRemoved(window);
+  ForgetFreed(window);
+  ShowTree(window.shown->pane, ShownHive(window), *window.shown->tree,
+           PlaceOfRoot(window, *window.shown));
   ShowRemovedFolder(window);
   ShowFreedKeys(window);
-  SelectItem(window.tree, item == kNoItem ? 0 : item);
+  window.tree_changes = false;
+  SelectItem(window.shown->pane, item == kNoItem ? 0 : item);
   RefreshItem(window);
   StartFindings(window);
 }

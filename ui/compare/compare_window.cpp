@@ -8,6 +8,7 @@
 
 #include "app/memory.h"
 #include "app/settings.h"
+#include "hive/hive_table.h"
 #include "host/long_operation.h"
 #include "host/number_text.h"
 #include "host/output_file.h"
@@ -55,6 +56,7 @@ constexpr COLORREF kDifferentColour = RGB(0, 64, 192);
 // Goes with its window.
 struct CompareWindow {
   MainWindow* owner = nullptr;
+  uint32_t hive = 0;  // A
   HWND handle = nullptr;
   HWND last_focus = nullptr;
   HWND keys = nullptr;
@@ -258,6 +260,7 @@ void GoToTree(const CompareWindow& window) {
   uint32_t key = window.selected;
   while (key != kNoItem && keys[key].a == kNoItem) key = keys[key].parent;
   if (key == kNoItem) return;
+  const HiveTurn turn(*window.owner, window.hive);
   GoToPosition(*window.owner, window.hives->tree_a.items[keys[key].a].position);
   SetForegroundWindow(window.owner->handle);
 }
@@ -600,21 +603,33 @@ void StartComparison(MainWindow& window, const CompareWish& wish) {
   const auto made = std::make_shared<std::shared_ptr<ComparedHives>>();
   StartWork(
       window, kOperationCompare,
-      [made, wish, &hive = ShownHive(window), &tree = *window.hive.tree,
-       summary = window.hive.summary] { *made = CompareWithFile(hive, tree, summary, wish); },
+      [made, wish, &hive = ShownHive(window), &tree = *window.shown->tree,
+       summary = window.shown->summary] { *made = CompareWithFile(hive, tree, summary, wish); },
       [&window, made] { FinishComparison(window, std::move(*made)); });
 }
 
 }  // namespace
 
+namespace {
+
+// That of another hive that is open; else its own, with other logs or another key.
+std::string OtherFile(const MainWindow& window) {
+  for (const auto& hive : window.hives) {
+    if (hive.get() != window.shown && hive->slot >= 0) return HiveOfSlot(hive->slot).file_name;
+  }
+  return ShownHive(window).file_name;
+}
+
+}  // namespace
+
 void OnCompareHive(MainWindow& window) {
-  if (window.hive.tree->any_hidden) {
+  if (window.shown->tree->any_hidden) {
     ShowMessage("Keys were taken out of the tree: bring them back with \"Show all keys again\"",
                 kProgramName, Icon::kInformation);
     return;
   }
   CompareWish& wish = TheCompareWindows().wish;
-  if (wish.file.empty()) wish.file = ShownHive(window).file_name;
+  if (wish.file.empty()) wish.file = OtherFile(window);
   if (AskComparison(window.handle, wish)) StartComparison(window, wish);
 }
 
@@ -624,6 +639,7 @@ HWND OpenCompareWindow(MainWindow& window, std::shared_ptr<ComparedHives> hives)
                           {.name = kCompareClassName, .procedure = kProcedure, .framed = true})) {
     auto* made = new CompareWindow;
     made->owner = &window;
+    made->hive = window.shown->number;
     made->hives = std::move(hives);
     const std::wstring title = WindowText(Concat({"Compare: ", BaseName(made->hives->a.file_name),
                                                   " - ", BaseName(made->hives->b().file_name)}));

@@ -29,6 +29,7 @@ constexpr OptionBox kBoxes[] = {
     {kOptionNoAccess, &Options::no_access_keys},
     {kOptionRecovered, &Options::recovered_keys},
     {kOptionSavePlace, &Options::save_window_position},
+    {kOptionWindowForEach, &Options::window_for_each},
     {kOptionDetailPane, &Options::detail_pane},
     {kOptionTechnical, &Options::technical_view},
     {kOptionCellDetails, &Options::cell_details},

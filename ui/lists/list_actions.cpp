@@ -6,6 +6,7 @@
 
 #include "app/list_words.h"
 #include "app/opening_words.h"
+#include "app/settings.h"
 #include "app/stop_command.h"
 #include "hive/file_place.h"
 #include "host/files.h"
@@ -57,8 +58,8 @@ void ShowPieces(ListPlace& place, SplitJob& job) {
 bool IsStillThere(const ListPlace& place, uint32_t row, uint32_t position) {
   constexpr int kKeyColumn = 3;
   const MainWindow& window = *place.owner;
-  const uint32_t item = ItemShowing(ShownHive(window), *window.hive.tree, position);
-  return item != kNoItem && ItemPath(ShownHive(window), *window.hive.tree, item) ==
+  const uint32_t item = ItemShowing(ShownHive(window), *window.shown->tree, position);
+  return item != kNoItem && ItemPath(ShownHive(window), *window.shown->tree, item) ==
                                 CellText(*place.model, row, kKeyColumn);
 }
 
@@ -78,11 +79,12 @@ bool OpenFileOfRow(const ListPlace& place, const RowFile& file) {
   }
   MainWindow& window = *place.owner;
   const bool whole = file.end == 0;
-  if (window.hive.slot < 0 || (whole && file.key == kNoOffset)) {
+  const bool here = LoadedHives(window) == 0 || !TheSettings().options.window_for_each;
+  if (here || (whole && file.key == kNoOffset)) {
     OpenNamedFile(window, file.name, file.start, file.end, file.key);
     return true;
   }
-  // The hive shown stays; a copy of the program is told the range.
+  // The hives shown stay; a copy of the program is told the range.
   const uint32_t end = whole ? LengthOfFile(file.name) : file.end;
   LaunchSelf(file.key == kNoOffset ? RangeArguments(FullName(file.name), file.start, end)
                                    : KeyArguments(FullName(file.name), file.start, end, file.key),
@@ -122,7 +124,7 @@ std::string HashIn(const std::vector<std::string>& lines) {
 
 bool IsOfOtherFile(const ListPlace& place) {
   const std::string listed = HashIn(HeadLinesOf(*place.model));
-  const std::string& shown = place.owner->hive.hashing.hashes.hive;
+  const std::string& shown = place.owner->shown->hashing.hashes.hive;
   return !listed.empty() && !shown.empty() && listed != shown;
 }
 
@@ -130,15 +132,15 @@ bool IsOfOtherFile(const ListPlace& place) {
 void GoToPathOfRow(const ListPlace& place, uint32_t row) {
   MainWindow& window = *place.owner;
   const std::string path(KeyPathOfRow(*place.model, row));
-  const uint32_t item = FindItemByPath(ShownHive(window), *window.hive.tree, path);
-  if (item == kNoItem || window.hive.tree->items[item].hidden) {
+  const uint32_t item = FindItemByPath(ShownHive(window), *window.shown->tree, path);
+  if (item == kNoItem || window.shown->tree->items[item].hidden) {
     const std::string text = "The hive has no key " + path + " !";
     ShowMessage(text.c_str(), kProgramName, Icon::kInformation);
     return;
   }
   if (window.layout.arrangement == kOutputArrangement) ShowArrangement(window, kKeysArrangement);
-  SelectItem(window.tree, item);
-  SetFocus(window.tree.window);
+  SelectItem(window.shown->pane, item);
+  SetFocus(window.controls.tree);
   SetForegroundWindow(window.handle);
   if (IsOfOtherFile(place)) ShowPassingStatus(place, " The list was made of another file.");
 }

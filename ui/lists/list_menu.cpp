@@ -22,12 +22,12 @@ bool HasPosition(const ListPlace& place) {
   const uint32_t row = ModelRow(place, static_cast<uint32_t>(focused));
   // A row about a file leads to that, whatever hive is shown.
   if (!place.files.empty()) return row < place.files.size();
-  return place.owner->hive.slot >= 0 && RowHasDatum(*place.model, row);
+  return place.owner->shown->slot >= 0 && RowHasDatum(*place.model, row);
 }
 
 bool HasPath(const ListPlace& place) {
   const int focused = FocusedRow(place);
-  if (focused < 0 || !place.loaded || place.owner->hive.slot < 0) return false;
+  if (focused < 0 || !place.loaded || place.owner->shown->slot < 0) return false;
   const uint32_t row = ModelRow(place, static_cast<uint32_t>(focused));
   return IsOfHive(ListKindOf(*place.model)) && !KeyPathOfRow(*place.model, row).empty();
 }
@@ -37,7 +37,7 @@ bool HasEntry(const ListPlace& place) {
   const int focused = FocusedRow(place);
   const MainWindow& owner = *place.owner;
   uint32_t entry = 0;
-  return focused >= 0 && owner.hive.slot >= 0 && FactsNow(owner).logs &&
+  return focused >= 0 && owner.shown->slot >= 0 && FactsNow(owner).logs &&
          ListSource(*place.model) == ShownHive(owner).file_name &&
          EntryOfRow(*place.model, ModelRow(place, static_cast<uint32_t>(focused)), entry);
 }
@@ -56,7 +56,7 @@ ListFacts FactsOfPlace(const ListPlace& place, bool with_position) {
   facts.busy = operation.running != 0 || place.working || selecting;
   facts.backup = operation.backup;
   facts.stoppable = operation.running != 0 || facts.backup || selecting;
-  facts.hive = place.owner->hive.slot >= 0;
+  facts.hive = place.owner->shown->slot >= 0;
   facts.rows = ShownRowCount(place) != 0;
   facts.row_selected = facts.rows && HasSelection(place);
   facts.position = with_position && facts.rows && HasPosition(place);
@@ -64,7 +64,7 @@ ListFacts FactsOfPlace(const ListPlace& place, bool with_position) {
   facts.entry = with_position && facts.rows && HasEntry(place);
   facts.source = !ListSource(*place.model).empty();
   facts.evidence = place.owner->host.evidence;
-  facts.again = place.again != nullptr;
+  facts.again = place.again != nullptr && facts.hive;
   facts.filtered = place.rows.filtered || HasFilterWords(place);
   facts.times = HasActivity(place);
   facts.picture = ShowsActivity(place);
@@ -141,15 +141,18 @@ POINT FocusPoint(const ListPlace& place) {
 
 bool IsListCommandAvailable(const ListPlace& place, uint32_t number) {
   const ListCommand* command = FindListCommand(number);
+  const HiveTurn turn(*place.owner, place.hive);
   return command != nullptr && IsAvailable(*command, place);
 }
 
 void RunListCommand(ListPlace& place, uint32_t number) {
   const ListCommand* command = FindListCommand(number);
+  const HiveTurn turn(*place.owner, place.hive);
   if (command != nullptr && IsAvailable(*command, place)) ListHandlerOf(command->number)(place);
 }
 
 HMENU MakeListMenu(const ListPlace& place) {
+  const HiveTurn turn(*place.owner, place.hive);
   const ListFacts facts = FactsOfPlace(place, true);
   MenuBuilder builder{CreatePopupMenu(), {}};
   for (const ListCommand& command : ListCommands()) {

@@ -166,9 +166,11 @@ uint32_t DpiOfPlace(const ListPlace& place) {
   return place.pane ? place.owner->dpi : DpiOfWindow(place.window);
 }
 
-bool IsOfHiveShown(const ListPlace& place) {
+bool IsOfOpenHive(const ListPlace& place) {
+  const HiveTurn turn(*place.owner, place.hive);
+  const WindowHive& hive = *place.owner->shown;
   const auto& head = ListHeadOf(*place.model);
-  return place.owner->hive.slot >= 0 && head != nullptr && head == place.owner->hive.hashing.head;
+  return hive.slot >= 0 && head != nullptr && head == hive.hashing.head;
 }
 
 HWND MakeListControl(ListPlace& place, int identifier) {
@@ -196,6 +198,7 @@ void ShowList(ListPlace& place, OutputListPtr list, const std::vector<int>& widt
   EmptyControl(place);
   ForgetFilter(place);
   place.model = std::move(list);
+  place.hive = place.owner->shown->slot < 0 ? kAnyHive : place.owner->shown->number;
   place.again = nullptr;
   place.asked.clear();
   place.loaded = false;

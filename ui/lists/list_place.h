@@ -15,6 +15,7 @@
 #include "ui/draw/win.h"
 #include "ui/lists/list_filtering.h"
 #include "ui/lists/list_selection.h"
+#include "ui/main/window_hive.h"
 
 namespace hivequarry {
 
@@ -31,13 +32,14 @@ struct RowFile {
 
 struct ListPlace {
   MainWindow* owner = nullptr;
-  bool pane = false;       // the main window's own list
-  HWND window = nullptr;   // takes the commands of the list: its window, or the main window
-  HWND list = nullptr;     // the control
-  HWND status = nullptr;   // status bar of a list window; null: the main window's is used
-  OutputListPtr model;     // never null once the control is made
-  RowsShown rows;          // which of the model's, and in which order
-  int sorted_column = -1;  // by a click; -1: none
+  uint32_t hive = kAnyHive;  // that it was made of; any where there was none
+  bool pane = false;         // the main window's own list
+  HWND window = nullptr;     // takes the commands of the list: its window, or the main window
+  HWND list = nullptr;       // the control
+  HWND status = nullptr;     // status bar of a list window; null: the main window's is used
+  OutputListPtr model;       // never null once the control is made
+  RowsShown rows;            // which of the model's, and in which order
+  int sorted_column = -1;    // by a click; -1: none
   std::vector<SortRequest> sort_keys;  // columns of the order, the first one foremost
   bool loaded = false;                 // from a file: rows lead to keys by their paths
   std::array<bool, kMaxColumns> descending{};
@@ -64,8 +66,8 @@ struct ListPlace {
 HWND MakeListPane(MainWindow& window, int identifier);
 // Makes the control of a place whose window and owner are set.
 HWND MakeListControl(ListPlace& place, int identifier);
-// True when the list was made of the hive that the main window shows.
-bool IsOfHiveShown(const ListPlace& place);
+// True when the list was made of the hive that is open under its number, as it is by now.
+bool IsOfOpenHive(const ListPlace& place);
 // The resolution of the place's window.
 uint32_t DpiOfPlace(const ListPlace& place);
 

@@ -29,8 +29,8 @@ void ReportDialogError(DWORD error) {
 
 // The file of the hive that the list is of; empty for other lists.
 std::string HiveFileOf(const ListPlace& place) {
-  const MainWindow& owner = *place.owner;
-  return IsOfHiveShown(place) ? ShownHive(owner).file_name : std::string();
+  const HiveTurn turn(*place.owner, place.hive);
+  return IsOfOpenHive(place) ? ShownHive(*place.owner).file_name : std::string();
 }
 
 // Whether and how to write a file of that name; false when the user wants neither.
@@ -206,7 +206,7 @@ std::string ProposedNameOf(const ListPlace& place) {
 
 std::string EvidenceFolderOf(const ListPlace& place) {
   const MainWindow& owner = *place.owner;
-  return owner.hive.slot < 0 ? std::string() : FolderOf(FullName(ShownHive(owner).file_name));
+  return owner.shown->slot < 0 ? std::string() : FolderOf(FullName(ShownHive(owner).file_name));
 }
 
 std::string ChooseFile(HWND owner, bool save, LastFolder folder, FileRequest request) {

@@ -225,8 +225,8 @@ void NumberRows(OutputList& list) {
 
 void GiveHead(const MainWindow& window, OutputList& list) {
   const bool has_one = ListHeadOf(list) != nullptr;  // of a comparison: both sides
-  if (has_one || window.hive.slot < 0 || !IsOfHive(ListKindOf(list))) return;
-  SetListHead(list, window.hive.hashing.head);
+  if (has_one || window.shown->slot < 0 || !IsOfHive(ListKindOf(list))) return;
+  SetListHead(list, window.shown->hashing.head);
 }
 
 ListPlace* OpenListWindow(MainWindow& window, OutputListPtr list) {

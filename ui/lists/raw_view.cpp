@@ -43,8 +43,8 @@ Trail& StartTrail(HWND window) {
 }
 
 OutputListPtr ReadRecord(const MainWindow& window, uint32_t position) {
-  if (window.hive.slot < 0) return nullptr;
-  OutputListPtr list = ListRawRecord(ShownHive(window), *window.hive.tree, position);
+  if (window.shown->slot < 0) return nullptr;
+  OutputListPtr list = ListRawRecord(ShownHive(window), *window.shown->tree, position);
   if (list == nullptr) return list;
   GiveHead(window, *list);
   SetListTitle(*list, ListTitle(*list) + ": " + ListSubtitle(*list));
@@ -92,9 +92,9 @@ void OnRawValue(MainWindow& window) { OpenRawView(window, window.selection.value
 
 void OnRawPosition(MainWindow& window) {
   const HiveImage& hive = ShownHive(window);
-  const uint32_t item = SelectedItem(window.tree);
+  const uint32_t item = SelectedItem(window.shown->pane);
   uint32_t position = window.selection.value;
-  if (position == kNoOffset && item != kNoItem) position = window.hive.tree->items[item].position;
+  if (position == kNoOffset && item != kNoItem) position = window.shown->tree->items[item].position;
   if (position >= hive.length) position = 0;  // a folder has none
   uint32_t place = PlaceOf(hive, position);
   if (!AskPosition(window.handle, LengthInFile(hive), place)) return;

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "app/settings.h"
+#include "hive/hive_table.h"
 #include "host/long_operation.h"
 #include "live/compare.h"
 #include "ui/commands/search_commands.h"
@@ -26,31 +27,31 @@ CompareOptions OptionsNow() {
 }
 
 struct CompareJob {
-  MainWindow* window = nullptr;
+  WindowHive* hive = nullptr;
   uint32_t item = kNoItem;
   bool displayed = false;  // it is the mode's
   std::vector<uint32_t> differing;
 };
 
 std::function<void(OutputList&)> WorkOf(const std::shared_ptr<CompareJob>& job) {
-  return [job, options = OptionsNow(), &hive = ShownHive(*job->window),
-          &tree = *job->window->hive.tree](OutputList& list) {
+  return [job, options = OptionsNow(), &hive = HiveOfSlot(job->hive->slot),
+          &tree = *job->hive->tree](OutputList& list) {
     job->differing = CompareBranch(hive, tree, job->item, options, list);
-    if (job->displayed && StopRequested()) job->window->hive.comparing = false;
+    if (job->displayed && StopRequested()) job->hive->comparing = false;
   };
 }
 
 std::function<void()> EndOf(const std::shared_ptr<CompareJob>& job) {
   return [job] {
-    if (job->displayed && job->window->hive.comparing) {
-      MarkDifferences(job->window->tree, job->differing);
+    if (job->displayed && job->hive->comparing) {
+      MarkDifferences(job->hive->pane, job->differing);
     }
   };
 }
 
 bool Compare(MainWindow& window, uint32_t item, bool displayed) {
-  if (!MayCompare(ShownHive(window), *window.hive.tree, item)) return false;
-  const auto job = std::make_shared<CompareJob>(CompareJob{&window, item, displayed, {}});
+  if (!MayCompare(ShownHive(window), *window.shown->tree, item)) return false;
+  const auto job = std::make_shared<CompareJob>(CompareJob{window.shown, item, displayed, {}});
   ListPlace* const place =
       FillListWindow(window, MakeOutputList(kListCompare), WorkOf(job), EndOf(job));
   if (place == nullptr) return false;
@@ -65,21 +66,23 @@ void ListOnly(ListPlace& place, CompareRows rows) {
 
 }  // namespace
 
-void OnCompareFolder(MainWindow& window) { Compare(window, SelectedItem(window.tree), false); }
+void OnCompareFolder(MainWindow& window) {
+  Compare(window, SelectedItem(window.shown->pane), false);
+}
 void OnCompareWorkspace(MainWindow& window) { Compare(window, 0, false); }
 
 void OnCompareDisplayed(MainWindow& window) {
-  window.hive.comparing = !window.hive.comparing;
-  MarkDifferences(window.tree, {});
+  window.shown->comparing = !window.shown->comparing;
+  MarkDifferences(window.shown->pane, {});
   CompareLoadedHive(window);
 }
 
 void CompareLoadedHive(MainWindow& window) {
   constexpr size_t kLeastItems = 2;
-  if (!window.hive.comparing || window.hive.slot < 0 ||
-      window.hive.tree->items.size() < kLeastItems)
+  if (!window.shown->comparing || window.shown->slot < 0 ||
+      window.shown->tree->items.size() < kLeastItems)
     return;
-  if (!Compare(window, 0, true)) window.hive.comparing = false;
+  if (!Compare(window, 0, true)) window.shown->comparing = false;
 }
 
 void OnOnlyMissing(ListPlace& place) { ListOnly(place, CompareRows::kMissing); }

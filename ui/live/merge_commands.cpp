@@ -21,9 +21,9 @@ struct MergeJob {
 
 void OnMergeFolder(MainWindow& window) {
   const HiveImage& hive = ShownHive(window);
-  const KeyTree& tree = *window.hive.tree;
+  const KeyTree& tree = *window.shown->tree;
   const auto job = std::make_shared<MergeJob>();
-  const uint32_t item = SelectedItem(window.tree);
+  const uint32_t item = SelectedItem(window.shown->pane);
   if (!HasNoLivePlace(tree, item) && !EnsureRoot(window)) return;
   if (!PrepareMerge(hive, tree, item, job->target)) return;
   const Options& options = TheSettings().options;

@@ -53,7 +53,7 @@ INT_PTR OnStart(MountDialog& state) {
     return TRUE;
   }
   const MainWindow& window = state.window;
-  const std::string file = window.hive.slot < 0 ? std::string() : ShownHive(window).file_name;
+  const std::string file = window.shown->slot < 0 ? std::string() : ShownHive(window).file_name;
   if (file.find('\\') == std::string::npos) return TRUE;
   SetDlgItemTextW(state.dialog, kMountFile, WideName(file).c_str());
   SetFocus(GetDlgItem(state.dialog, kMountKey));

@@ -30,7 +30,7 @@ void StartGoing(MainWindow& window, const std::string& path, const std::string& 
 // The key's place in a registry. Of a path too long to be written its start, which is more than the
 // editor is led along.
 std::string RegistryPath(const MainWindow& window, uint32_t item) {
-  const KeyTree& tree = *window.hive.tree;
+  const KeyTree& tree = *window.shown->tree;
   std::string path;
   for (; item != kNoItem && path.empty(); item = tree.items[item].parent) {
     path = ShownKeyPath(KeyPathOf(ShownHive(window), tree, item));
@@ -65,8 +65,8 @@ std::string PathInRow(const OutputList& list, uint32_t row) {
 std::string PathOfRow(const ListPlace& place, uint32_t row) {
   const MainWindow& window = *place.owner;
   const OutputList& list = *place.model;
-  if (window.hive.slot < 0 || !RowHasDatum(list, row)) return PathInRow(list, row);
-  const uint32_t item = ItemShowing(ShownHive(window), *window.hive.tree, RowDatum(list, row));
+  if (window.shown->slot < 0 || !RowHasDatum(list, row)) return PathInRow(list, row);
+  const uint32_t item = ItemShowing(ShownHive(window), *window.shown->tree, RowDatum(list, row));
   return item == kNoItem ? PathInRow(list, row) : RegistryPath(window, item);
 }
 
@@ -75,7 +75,7 @@ std::string PathOfRow(const ListPlace& place, uint32_t row) {
 void OnGoToRegedit(MainWindow& window) {
   const bool value = GetFocus() == window.values.window && window.selection.value != kNoOffset;
   NoteKeyUsed(window);
-  StartGoing(window, RegistryPath(window, SelectedItem(window.tree)),
+  StartGoing(window, RegistryPath(window, SelectedItem(window.shown->pane)),
              value ? ValueNameAt(ShownHive(window), window.selection.value) : std::string());
 }
 

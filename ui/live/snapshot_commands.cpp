@@ -161,9 +161,9 @@ void StartSnapshots(MainWindow& window, Make make) {
 }
 
 std::string SelectedRegistryPath(const MainWindow& window) {
-  const uint32_t item = window.hive.slot < 0 ? kNoItem : SelectedItem(window.tree);
+  const uint32_t item = window.shown->slot < 0 ? kNoItem : SelectedItem(window.shown->pane);
   if (item == kNoItem) return {};
-  return ShownKeyPath(KeyPathOf(ShownHive(window), *window.hive.tree, item));
+  return ShownKeyPath(KeyPathOf(ShownHive(window), *window.shown->tree, item));
 }
 
 }  // namespace

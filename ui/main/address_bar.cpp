@@ -26,7 +26,7 @@ std::string TypedPath(const MainWindow& window) {
 // The item of the longest beginning of a path that leads anywhere.
 uint32_t NearestItem(const MainWindow& window, std::string path) {
   for (;;) {
-    const uint32_t item = FindItemByPath(ShownHive(window), *window.hive.tree, path);
+    const uint32_t item = FindItemByPath(ShownHive(window), *window.shown->tree, path);
     const size_t slash = path.rfind('\\');
     if (item != kNoItem || slash == std::string::npos) return item == kNoItem ? 0 : item;
     path.resize(slash);
@@ -43,23 +43,23 @@ void OnAddressBar(MainWindow& window) {
 
 void GoToTypedPath(MainWindow& window) {
   const std::string path = TypedPath(window);
-  if (window.hive.slot < 0 || path.empty()) return LeaveAddressBar(window);
-  const uint32_t found = FindItemByPath(ShownHive(window), *window.hive.tree, path);
+  if (window.shown->slot < 0 || path.empty()) return LeaveAddressBar(window);
+  const uint32_t found = FindItemByPath(ShownHive(window), *window.shown->tree, path);
   const uint32_t item = found == kNoItem ? NearestItem(window, path) : found;
-  if (window.hive.tree->items[item].hidden) return LeaveAddressBar(window);
+  if (window.shown->tree->items[item].hidden) return LeaveAddressBar(window);
   if (found == kNoItem) {
     const std::string text = "Could not find the key " + path + " !";
     ShowMessage(text.c_str(), kProgramName, Icon::kInformation);
   }
-  SelectItem(window.tree, item);
+  SelectItem(window.shown->pane, item);
   RefreshItem(window);  // the path of the key as the tree spells it
-  SetFocus(window.tree.window);
+  SetFocus(window.controls.tree);
 }
 
 void LeaveAddressBar(MainWindow& window) {
-  if (window.hive.slot < 0) return;
+  if (window.shown->slot < 0) return;
   RefreshItem(window);
-  SetFocus(window.tree.window);
+  SetFocus(window.controls.tree);
 }
 
 }  // namespace hivequarry

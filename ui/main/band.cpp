@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "hive/hive_table.h"
 #include "ui/commands/hive_list_commands.h"
 #include "ui/draw/tones.h"
 #include "ui/frame/text.h"
@@ -151,15 +152,15 @@ HWND MakeBand(const MainWindow& window, int identifier) {
   return band;
 }
 
-GlanceFacts GlanceNow(const MainWindow& window) {
-  const ShownHiveState& shown = window.hive;
-  return {ShownHive(window),   *shown.tree,          shown.summary,
-          shown.survey,        shown.hashing.hashes, shown.hashing.progress,
-          shown.findings.known};
+GlanceFacts GlanceNow(const MainWindow& window) { return GlanceOf(*window.viewed); }
+
+GlanceFacts GlanceOf(const WindowHive& hive) {
+  return {HiveOfSlot(hive.slot), *hive.tree,         hive.summary, hive.survey, hive.hashing.hashes,
+          hive.hashing.progress, hive.findings.known};
 }
 
 void RenewBand(MainWindow& window) {
-  window.band.glance = window.hive.slot < 0 ? HiveGlance() : GlanceAt(GlanceNow(window));
+  window.band.glance = window.viewed->slot < 0 ? HiveGlance() : GlanceAt(GlanceNow(window));
   window.band.renewed = true;
   const int before = window.band.height;
   if (window.band.width == 0 || FillBand(window, window.band.width) != before) LayOut(window);
@@ -192,7 +193,7 @@ int FillBand(MainWindow& window, int width) {
 
 void FollowBand(MainWindow& window, int button) {
   const GlancePart* part = PartOf(window.band, button);
-  if (part == nullptr || window.hive.slot < 0) return;
+  if (part == nullptr || window.shown->slot < 0) return;
   switch (part->lead) {
     case GlanceLead::kState:
       return RunCommand(window, kCommandHiveState);
@@ -203,7 +204,7 @@ void FollowBand(MainWindow& window, int button) {
     case GlanceLead::kKeys:
       return ListKeysBelow(window, 0);
     case GlanceLead::kDisconnectedKeys:
-      return ListKeysBelow(window, window.hive.tree->disconnected_keys);
+      return ListKeysBelow(window, window.shown->tree->disconnected_keys);
     case GlanceLead::kDisconnectedValues:
       return RunCommand(window, kCommandListLostValues);
     case GlanceLead::kFreedKeys:

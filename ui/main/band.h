@@ -10,6 +10,7 @@
 namespace hivequarry {
 
 struct MainWindow;
+struct WindowHive;
 
 struct Band {
   HWND window = nullptr;
@@ -21,7 +22,8 @@ struct Band {
 
 // The parent places it; null when it can't be had.
 HWND MakeBand(const MainWindow& window, int identifier);
-// What is known of the hive by now.
+// What is known of a hive, and of the one that is viewed, by now.
+GlanceFacts GlanceOf(const WindowHive& hive);
 GlanceFacts GlanceNow(const MainWindow& window);
 // Shows what is known by now, and gives the band the height that it needs.
 void RenewBand(MainWindow& window);

@@ -25,7 +25,7 @@ EmptyTexts TextsFor(MainWindow& window) {
     return {L"Open a registry hive", L"Drop a hive file here, or press Ctrl+O."};
   }
   const std::lock_guard lock(window.host.mutex);
-  return {WideName(BaseName(window.load.file)), window.host.status};
+  return {WideName(BaseName(window.load.origin.file)), window.host.status};
 }
 
 int DrawLine(HDC dc, const RECT& area, int top, const std::wstring& text, HFONT font,

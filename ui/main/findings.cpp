@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "app/memory.h"
+#include "hive/hive_table.h"
 #include "host/long_operation.h"
 #include "reports/check_list.h"
 #include "ui/main/band.h"
@@ -13,16 +14,27 @@
 namespace hivequarry {
 namespace {
 
+// What the thread works on. Image and tree stay as they are while it runs: whoever changes or frees
+// them stops it first (StopFindings).
+struct FindingRun {
+  Findings& findings;
+  const HiveImage& hive;
+  const KeyTree& tree;
+  HiveFindings found;
+  HWND window;
+  uint32_t serial;
+  uint32_t number;  // of the hive in its window
+};
+
 // On the thread. What was stopped is no finding.
-void Leave(Findings& findings, const HiveFindings& found, std::shared_ptr<const FreedTree> freed,
-           HWND window, uint32_t serial) {
+void Leave(const FindingRun& run, std::shared_ptr<const FreedTree> freed) {
   if (StopRequested()) return;
   {
-    const std::lock_guard lock(findings.mutex);
-    findings.left = found;
-    if (freed != nullptr) findings.left_freed = std::move(freed);
+    const std::lock_guard lock(run.findings.mutex);
+    run.findings.left = run.found;
+    if (freed != nullptr) run.findings.left_freed = std::move(freed);
   }
-  PostMessageW(window, kFindingsReady, serial, 0);
+  PostMessageW(run.window, kFindingsReady, run.serial, run.number);
 }
 
 std::shared_ptr<const FreedTree> FindFreed(const HiveImage& hive, const KeyTree& tree,
@@ -46,17 +58,6 @@ void Check(const HiveImage& hive, HiveFindings& found) {
   found.structure = {found.sound ? "sound" : VerdictWords(checked.result), checked.summary};
 }
 
-// What the thread works on. Image and tree stay as they are while it runs: whoever changes or frees
-// them stops it first (StopFindings).
-struct FindingRun {
-  Findings& findings;
-  const HiveImage& hive;
-  const KeyTree& tree;
-  HiveFindings found;
-  HWND window;
-  uint32_t serial;
-};
-
 // Freed records first, as they are shown in the tree; each finding is left as soon as it is known,
 // so that a stop between loses the second alone.
 // What there is no memory for stays unknown, as the band says.
@@ -64,12 +65,11 @@ void Find(FindingRun run) {
   const BackgroundWork work;
   WithMemory([&] {
     if (!run.found.freed_known) {
-      Leave(run.findings, run.found, FindFreed(run.hive, run.tree, run.found), run.window,
-            run.serial);
+      Leave(run, FindFreed(run.hive, run.tree, run.found));
     }
     if (run.found.checked || StopRequested()) return true;
     Check(run.hive, run.found);
-    Leave(run.findings, run.found, nullptr, run.window, run.serial);
+    Leave(run, nullptr);
     return true;
   });
 }
@@ -80,17 +80,13 @@ void Take(Findings& findings) {
   if (findings.left_freed != nullptr) findings.freed = std::move(findings.left_freed);
 }
 
-}  // namespace
-
 // What is known already is not looked for again.
-void StartFindings(MainWindow& window) {
-  StopFindings(window);
-  Findings& findings = window.hive.findings;
-  if (findings.known.freed_known && findings.known.checked) return;
+void StartOf(const MainWindow& window, WindowHive& hive) {
+  Findings& findings = hive.findings;
+  if (hive.slot < 0 || (findings.known.freed_known && findings.known.checked)) return;
   findings.left = findings.known;
-  TheLongOperation().background_ends = false;
-  FindingRun run{findings,       ShownHive(window), *window.hive.tree,
-                 findings.known, window.handle,     ++findings.serial};
+  FindingRun run{findings,      HiveOfSlot(hive.slot), *hive.tree, findings.known,
+                 window.handle, ++findings.serial,     hive.number};
   try {
     findings.thread = std::thread(Find, std::move(run));
   } catch (const std::system_error&) {
@@ -98,28 +94,39 @@ void StartFindings(MainWindow& window) {
   }
 }
 
+}  // namespace
+
+void StartFindings(MainWindow& window) {
+  StopFindings(window);
+  for (const auto& hive : window.hives) StartOf(window, *hive);
+}
+
 void StopFindings(MainWindow& window) {
-  Findings& findings = window.hive.findings;
   TheLongOperation().background_ends = true;
-  if (findings.thread.joinable()) findings.thread.join();
+  for (const auto& hive : window.hives) {
+    if (hive->findings.thread.joinable()) hive->findings.thread.join();
+  }
   TheLongOperation().background_ends = false;
 }
 
 void ForgetFindings(MainWindow& window) {
   StopFindings(window);
-  Findings& findings = window.hive.findings;
+  Findings& findings = window.shown->findings;
   ++findings.serial;  // messages on their way are of the hive that goes
   findings.left = findings.known = HiveFindings();
   findings.left_freed = nullptr;
   findings.freed = nullptr;
 }
 
-void ShowFindings(MainWindow& window, uint32_t serial) {
-  Findings& findings = window.hive.findings;
-  if (serial != findings.serial || window.hive.slot < 0) return;
-  const bool knew = findings.freed != nullptr;
-  Take(findings);
-  if (!knew && findings.freed != nullptr) ShowFreedKeys(window);
+void ShowFindings(MainWindow& window, uint32_t serial, uint32_t number) {
+  {
+    const HiveTurn turn(window, number);
+    Findings& findings = window.shown->findings;
+    if (serial != findings.serial || window.shown->slot < 0) return;
+    const bool knew = findings.freed != nullptr;
+    Take(findings);
+    if (!knew && findings.freed != nullptr) ShowFreedKeys(window);
+  }
   RenewBand(window);
   RenewStateDetail(window);
 }

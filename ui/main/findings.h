@@ -15,7 +15,8 @@ namespace hivequarry {
 
 struct MainWindow;
 
-// Posted by the thread for each thing that it has found; wParam is the serial of its run.
+// Posted by the thread for each thing that it has found; wParam is the serial of its run, lParam
+// the number of the hive.
 inline constexpr UINT kFindingsReady = WM_APP + 8;
 
 struct Findings {
@@ -29,13 +30,13 @@ struct Findings {
   std::shared_ptr<const FreedTree> freed;  // null until it is known
 };
 
-// Looks for what is not known yet of the hive shown.
+// Looks for what is not known yet of the hives that are open.
 void StartFindings(MainWindow& window);
-// Waits for the thread, which ends early; what it has found stays known.
+// Waits for the threads, which end early; what they have found stays known.
 void StopFindings(MainWindow& window);
-// Of a hive that goes.
+// Of the hive shown, which goes.
 void ForgetFindings(MainWindow& window);
-// The answer to kFindingsReady.
-void ShowFindings(MainWindow& window, uint32_t serial);
+// The answer to kFindingsReady, about the hive of that number.
+void ShowFindings(MainWindow& window, uint32_t serial, uint32_t number);
 
 }  // namespace hivequarry

@@ -18,7 +18,7 @@ std::shared_ptr<const FreedTree> ShownFreed(const MainWindow& window);
 void ShowFreedKeys(MainWindow& window);
 // Takes it out.
 void HideFreedKeys(MainWindow& window);
-// What the control no longer has is forgotten.
+// Takes the folder out; the keys in the tree went with that.
 void ForgetFreed(MainWindow& window);
 
 bool IsFreedSelected(const MainWindow& window);

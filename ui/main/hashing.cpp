@@ -19,6 +19,7 @@ struct HashRun {
   std::string hive;
   std::vector<std::string> logs;
   uint32_t serial = 0;
+  uint32_t number = 0;  // of the hive in its window
   HWND window = nullptr;
 };
 
@@ -33,22 +34,22 @@ void HashFiles(Hashing& hashing, const HashRun& run) {
     }
     return true;
   });
-  PostMessageW(run.window, kHashesReady, run.serial, 0);
+  PostMessageW(run.window, kHashesReady, run.serial, run.number);
 }
 
 // Lists made before share the lines, and have the hashes from now on.
 void RenewHead(MainWindow& window) {
-  Hashing& hashing = window.hive.hashing;
+  Hashing& hashing = window.shown->hashing;
   SetLines(*hashing.head, HiveHeadLines(ShownHive(window), hashing.hashes));
 }
 
 }  // namespace
 
 void StartHashing(MainWindow& window) {
-  Hashing& hashing = window.hive.hashing;
-  StopHashing(window);
+  Hashing& hashing = window.shown->hashing;
+  StopHashing(hashing);
   const HiveImage& hive = ShownHive(window);
-  HashRun run{hive.file_name, {}, ++hashing.serial, window.handle};
+  HashRun run{hive.file_name, {}, ++hashing.serial, window.shown->number, window.handle};
   if (hive.logs != nullptr) {
     for (const HiveLog& log : hive.logs->logs) run.logs.push_back(log.name);
   }
@@ -65,30 +66,43 @@ void StartHashing(MainWindow& window) {
   }
 }
 
-void StopHashing(MainWindow& window) {
-  Hashing& hashing = window.hive.hashing;
+void StopHashing(Hashing& hashing) {
   hashing.stop = true;
   if (hashing.thread.joinable()) hashing.thread.join();
   hashing.progress = HashProgress::kStopped;
 }
 
-void ShowHashes(MainWindow& window, uint32_t serial) {
-  Hashing& hashing = window.hive.hashing;
-  if (serial != hashing.serial || !hashing.thread.joinable()) return;
+namespace {
+
+// False for what is no news any more.
+bool TakeHashes(MainWindow& window, uint32_t serial) {
+  Hashing& hashing = window.shown->hashing;
+  if (serial != hashing.serial || !hashing.thread.joinable()) return false;
   hashing.thread.join();  // its last act was to post this message
   hashing.hashes = std::move(hashing.found);
   hashing.progress = HashProgress::kDone;
-  if (window.hive.slot < 0) return;
+  if (window.shown->slot < 0) return false;
   RenewHead(window);
+  return true;
+}
+
+}  // namespace
+
+void ShowHashes(MainWindow& window, uint32_t serial, uint32_t number) {
+  {
+    const HiveTurn turn(window, number);
+    if (!TakeHashes(window, serial)) return;
+  }
+  if (window.viewed->slot < 0) return;
   RenewBand(window);
   RenewStateDetail(window);
   RenewHiveStateDialog(WideText(HiveStateNow(window)));
 }
 
 std::u16string HiveStateNow(const MainWindow& window) {
-  const Hashing& hashing = window.hive.hashing;
-  return HiveStateText(ShownHive(window), window.hive.survey, window.hive.structure, hashing.hashes,
-                       hashing.progress);
+  const Hashing& hashing = window.shown->hashing;
+  return HiveStateText(ShownHive(window), window.shown->survey, window.shown->structure,
+                       hashing.hashes, hashing.progress);
 }
 
 }  // namespace hivequarry

@@ -15,7 +15,8 @@ namespace hivequarry {
 
 struct MainWindow;
 
-// Posted by the hashing thread as its last act; wParam is the serial of its run.
+// Posted by the hashing thread as its last act; wParam is the serial of its run,
+// lParam the number of the hive.
 inline constexpr UINT kHashesReady = WM_APP + 7;
 
 struct Hashing {
@@ -33,9 +34,9 @@ struct Hashing {
 // For the hive that was just loaded. Reads its file and its logs again.
 void StartHashing(MainWindow& window);
 // Waits for the thread, which looks at its flag after each piece.
-void StopHashing(MainWindow& window);
-// The answer to kHashesReady.
-void ShowHashes(MainWindow& window, uint32_t serial);
+void StopHashing(Hashing& hashing);
+// The answer to kHashesReady, about the hive of that number.
+void ShowHashes(MainWindow& window, uint32_t serial, uint32_t number);
 
 // What the dialog about the hive's state shows.
 std::u16string HiveStateNow(const MainWindow& window);

@@ -105,12 +105,12 @@ void PlaceRightSide(MainWindow& window, const RECT& area) {
 }
 
 void PlacePanes(MainWindow& window, const RECT& area) {
-  if (window.layout.arrangement == kTreeArrangement) return Place(window.tree.window, area);
+  if (window.layout.arrangement == kTreeArrangement) return Place(window.controls.tree, area);
   const int bar = Scale(kSplitterWidth, window.dpi);
   const int width =
       Clamp(window, Scale(window.layout.tree_width, window.dpi), area.right - area.left);
   const int edge = area.left + width;
-  Place(window.tree.window, {area.left, area.top, edge, area.bottom});
+  Place(window.controls.tree, {area.left, area.top, edge, area.bottom});
   Place(window.controls.tree_splitter, {edge, area.top, edge + bar, area.bottom});
   PlaceRightSide(window, {edge + bar, area.top, area.right, area.bottom});
 }
@@ -121,7 +121,7 @@ void SetFont(HWND child, HFONT font) {
 
 void SetFonts(const MainWindow& window) {
   for (const HWND child :
-       {window.controls.toolbar, window.controls.path, window.band.window, window.tree.window,
+       {window.controls.toolbar, window.controls.path, window.band.window, window.controls.tree,
         window.values.window, window.output.list, window.controls.status, window.controls.empty}) {
     SetFont(child, window.look.fonts.text);
   }
@@ -131,7 +131,7 @@ void SetFonts(const MainWindow& window) {
 void Show(HWND child, bool on) { ShowWindow(child, on ? SW_SHOWNA : SW_HIDE); }
 
 std::array<HWND, 8> FocusOrder(const MainWindow& window) {
-  return {window.controls.path,          window.band.window,   window.tree.window,
+  return {window.controls.path,          window.band.window,   window.controls.tree,
           window.controls.tree_splitter, window.values.window, window.controls.detail_splitter,
           window.detail.window,          window.output.list};
 }
@@ -181,12 +181,12 @@ void RefreshLook(MainWindow& window) {
   window.look.fonts = MakeFonts(window.dpi);
   window.look.icons = MakeIconLists(Scale(kSmallIcon, window.dpi), Scale(kToolIcon, window.dpi));
   SetFonts(window);
-  window.freed.struck = window.look.fonts.struck;
-  TreeView_SetImageList(window.tree.window, window.look.icons.tree, TVSIL_NORMAL);
+  for (const auto& hive : window.hives) hive->freed_pane.struck = window.look.fonts.struck;
+  TreeView_SetImageList(window.controls.tree, window.look.icons.tree, TVSIL_NORMAL);
   TreeView_SetItemHeight(
-      window.tree.window,
+      window.controls.tree,
       std::max(TextHeight(window), Scale(kSmallIcon, window.dpi)) + Scale(kMargin, window.dpi));
-  TreeView_SetIndent(window.tree.window, Scale(19, window.dpi));
+  TreeView_SetIndent(window.controls.tree, Scale(19, window.dpi));
   ListView_SetImageList(window.values.window, window.look.icons.values, LVSIL_SMALL);
   ListView_SetImageList(window.output.list, window.look.icons.values, LVSIL_SMALL);
   SetToolbarIcons(window);
@@ -210,9 +210,9 @@ void ApplyDpi(MainWindow& window, uint32_t dpi) {
 
 void ShowPanes(MainWindow& window) {
   const bool output = window.layout.arrangement == kOutputArrangement;
-  const bool keys = window.hive.slot >= 0 && !output;
+  const bool keys = LoadedHives(window) != 0 && !output;
   const bool values = keys && window.layout.arrangement == kKeysArrangement;
-  for (const HWND pane : {window.controls.path, window.band.window, window.tree.window})
+  for (const HWND pane : {window.controls.path, window.band.window, window.controls.tree})
     Show(pane, keys);
   for (const HWND pane : {window.controls.tree_splitter, window.values.window}) Show(pane, values);
   for (const HWND pane : {window.controls.detail_splitter, window.detail.window}) {

@@ -12,6 +12,7 @@
 #include "host/launch.h"
 #include "host/long_operation.h"
 #include "lists/list_report.h"
+#include "ui/compare/compare_window.h"
 #include "ui/lists/list_menu.h"
 #include "ui/lists/list_reports.h"
 #include "ui/live/compare_commands.h"
@@ -35,13 +36,13 @@ BuildOptions OptionsOfBuild(const LoadJob& job) {
   ReadInCodePage(options.code_page_text);
   build.cut_at_other_root = options.ask_other_roots;
   build.on_cut = OfferOtherHive;
-  build.root_path = job.root_path;
+  build.root_path = job.origin.root_path;
   return build;
 }
 
 // False when there is no hive to show.
 bool OpenAndBuild(LoadJob& job, const BuildOptions& options) {
-  job.slot = OpenHiveAndTell(job.file);
+  job.slot = OpenHiveAndTell(job.origin.file);
   if (job.slot < 0) return false;
   HiveImage& hive = HiveOfSlot(job.slot);
   job.summary = BuildImageTree(hive, options, *job.tree);
@@ -62,19 +63,18 @@ void LoadHive(LoadJob& job, BuildOptions options, HWND window) {
 
 // Does nothing while an operation is under way. The table of hives is set here, on the interface
 // thread, before the worker reads it.
-void StartLoad(MainWindow& window, const std::string& file, uint32_t start, uint32_t end,
+void StartLoad(MainWindow& window, const HiveOrigin& origin, uint32_t into,
                const ReloadRequest& request) {
   if (window.work.thread.joinable() || !BeginOperation(kOperationLoad)) return;
   ShowArrangement(window, kKeysArrangement);
-  TheHiveTable().start_offset = start;
-  TheHiveTable().end_offset = end;
+  TheHiveTable().start_offset = origin.start;
+  TheHiveTable().end_offset = origin.end;
   TheHiveTable().logs = request.logs;
-  window.load.file = file;
-  window.load.start = start;
-  window.load.end = end;
+  window.load.origin = origin;
+  window.load.origin.logs = request.logs;
+  window.load.into = into;
   window.load.key_position = request.key_position;
   window.load.key_path = request.key_path;
-  window.load.logs = request.logs;
   window.load.slot = -1;
   window.load.tree = std::make_unique<KeyTree>();
   ++window.host.wait_cursors;
@@ -90,27 +90,60 @@ void StartLoad(MainWindow& window, const std::string& file, uint32_t start, uint
   ShowPanes(window);
 }
 
-void OpenInNewCopy(const std::string& file) {
-  if (!LaunchSelf('"' + file + '"', kLaunchCopy)) CurrentHost().beep(CurrentHost().context);
-}
-
 // A position alone says which key is meant only where the image is the same; a path, in any.
 void GoToLoadedKey(MainWindow& window) {
   const LoadJob& job = window.load;
   if (!job.key_path.empty()) {
     const uint32_t item =
-        ItemAgain(ShownHive(window), *window.hive.tree, job.key_path, job.key_position);
-    return SelectItem(window.tree, item);
+        ItemAgain(ShownHive(window), *window.shown->tree, job.key_path, job.key_position);
+    return SelectItem(window.shown->pane, item);
   }
   if (job.key_position != kNoOffset) GoToPosition(window, job.key_position);
 }
 
+// What was to be loaded again is gone.
 void ShowNoHive(MainWindow& window) {
-  window.load.root_path.clear();
+  WindowHive* const hive = FindHive(window, window.load.into);
+  if (hive != nullptr) DropHive(window, *hive);
+  ShowTitleOfViewed(window);
   ShowHiveState(window);
-  SetWindowTextW(window.handle, L"Hivequarry");
   ShowStatus("");
   ShowPanes(window);
+}
+
+// A file that is open, the whole of it, is not opened once more.
+bool GoToOpenHive(MainWindow& window, const std::string& file) {
+  for (const auto& hive : window.hives) {
+    if (hive->slot < 0 || hive->origin.end != 0) continue;
+    if (FullName(hive->origin.file) != FullName(file)) continue;
+    SelectItem(hive->pane, 0);
+    SetFocus(ShownPane(window));
+    return true;
+  }
+  return false;
+}
+
+// Those that were named while another one was loaded.
+void LoadWaiting(MainWindow& window) {
+  if (window.load.waiting.empty()) return;
+  const HiveOrigin next = window.load.waiting.front();
+  window.load.waiting.erase(window.load.waiting.begin());
+  OpenNamedFile(window, next.file, next.start, next.end);
+}
+
+// The title is that of the file that was to be opened, so it is set in any case.
+WindowHive& TakeLoaded(MainWindow& window) {
+  LoadJob& job = window.load;
+  WindowHive* const again = FindHive(window, job.into);
+  WindowHive& hive = again == nullptr ? AddHive(window) : *again;
+  ForgetItemShown(window);
+  window.viewed = window.shown = &hive;
+  hive.origin = job.origin;
+  hive.slot = job.slot;
+  hive.tree = std::move(job.tree);
+  hive.summary = job.summary;
+  hive.survey = std::move(job.survey);
+  return hive;
 }
 
 }  // namespace
@@ -123,13 +156,57 @@ void OpenNamedFile(MainWindow& window, const std::string& file, uint32_t start, 
     PostMessageW(window.handle, WM_COMMAND, MAKEWPARAM(kCommandLoadReport, kReportNamed), 0);
     return;
   }
-  if (window.hive.slot >= 0 || window.load.thread.joinable()) return OpenInNewCopy(file);
-  StartLoad(window, file, start, end, {LogChoice(), {}, key_position});
+  const bool loads = window.load.thread.joinable();
+  const bool apart = TheSettings().options.window_for_each && (loads || LoadedHives(window) != 0);
+  if (apart || window.work.thread.joinable()) return OpenInNewCopy(file);
+  if (loads) return window.load.waiting.push_back({file, start, end, {}, {}});
+  if (end == 0 && key_position == kNoOffset && GoToOpenHive(window, file)) return;
+  StartLoad(window, {file, start, end, {}, {}}, kAnyHive, {LogChoice(), {}, key_position});
+}
+
+void OpenInNewCopy(const std::string& file) {
+  if (!LaunchSelf('"' + file + '"', kLaunchCopy)) CurrentHost().beep(CurrentHost().context);
 }
 
 void LoadAgain(MainWindow& window, const ReloadRequest& request) {
-  const std::string file = window.load.file;
-  StartLoad(window, file, window.load.start, window.load.end, request);
+  StartLoad(window, window.shown->origin, window.shown->number, request);
+}
+
+// Nobody may look at the hive any more when it goes.
+void LetGoOfHive(MainWindow& window) {
+  WindowHive& hive = *window.shown;
+  CloseCompareWindows();
+  ++window.selection.item_box.newest;
+  ++window.selection.detail_box.newest;
+  WaitWhile([&window] { return ValueThreadsRun(window.selection.threads); });
+  StopHashing(hive.hashing);
+  StopFindings(window);
+  if (window.blocks != nullptr) DestroyWindow(window.blocks);
+  const int slot = std::exchange(hive.slot, -1);
+  // Items that go select others, which nobody asked for.
+  window.tree_changes = true;
+  ClearTree(hive.pane);
+  ForgetRemoved(window);
+  ForgetFreed(window);
+  if (window.shown == window.viewed) TreeView_SelectItem(window.controls.tree, nullptr);
+  window.tree_changes = false;
+  if (window.shown == window.viewed) ForgetItemShown(window);
+  ForgetFindings(window);
+  hive.removed = nullptr;
+  hive.tree = nullptr;
+  hive.sid_replacement = SidReplacement();
+  hive.structure = HiveStructure();
+  ShowHiveState(window);
+  RenewBand(window);
+  if (slot >= 0) FreeHiveSlot(slot);
+}
+
+void CloseShownHive(MainWindow& window) {
+  WindowHive& hive = *window.shown;
+  LetGoOfHive(window);
+  DropHive(window, hive);
+  StartFindings(window);  // of the others, if they were looked for
+  ShowPanes(window);
 }
 
 void LoadNamedReport(MainWindow& window) {
@@ -139,44 +216,52 @@ void LoadNamedReport(MainWindow& window) {
   LoadReport(window.output, file);
 }
 
+namespace {
+
 // Threads that look at the new hive start after the tree is shown; messages to the user come last,
 // when the window is as it will be.
-void ShowLoadResult(MainWindow& window) {
+void ShowLoaded(MainWindow& window) {
   LoadJob& job = window.load;
-  if (!job.thread.joinable()) return;
   job.thread.join();  // its last act was to post this message
   --window.host.wait_cursors;
   EndQuestion(kStopQuestion);
   ShowHostChanges(window);
   UpdateToolbars(window);
   if (job.slot < 0 || job.tree->items.empty()) return ShowNoHive(window);
-  window.hive.slot = job.slot;
-  window.hive.tree = std::move(job.tree);
-  window.hive.summary = job.summary;
-  window.hive.survey = std::move(job.survey);
+  WindowHive& hive = TakeLoaded(window);
   ShowPanes(window);
-  ShowTree(window.tree, ShownHive(window), *window.hive.tree);
+  window.tree_changes = true;
+  ShowTree(hive.pane, ShownHive(window), *hive.tree, PlaceOfRoot(window, hive));
+  window.tree_changes = false;
   ShowRemovedFolder(window);
   ShowFreedKeys(window);
-  SelectItem(window.tree, 0);
+  SelectItem(window.shown->pane, 0);
   GoToLoadedKey(window);
   ShowHiveState(window);
   StartHashing(window);
   StartFindings(window);
   RenewBand(window);
   ShowCounts(window);
-  RememberHive(job.file, job.start, job.end);
+  RememberHive(job.origin.file, job.origin.start, job.origin.end);
   UpdateToolbar(window);
   SetFocus(ShownPane(window));
   CompareLoadedHive(window);
   ShowShortfalls();
   const std::string moved = UndoneWords(ShownHive(window));
   if (!moved.empty()) ShowMessage(moved.c_str(), kProgramName, Icon::kInformation);
-  const std::string& layers = window.hive.survey.layers;
+  const std::string& layers = window.shown->survey.layers;
   if (!layers.empty()) ShowMessage(layers.c_str(), kProgramName, Icon::kInformation);
   // What became of logs that were applied is in the status bar; what is missing is told at once.
   if (!LacksLogs(ShownHive(window))) return;
   ShowMessage(LogsWords(ShownHive(window)).c_str(), kProgramName, Icon::kInformation);
+}
+
+}  // namespace
+
+void ShowLoadResult(MainWindow& window) {
+  if (!window.load.thread.joinable()) return;
+  ShowLoaded(window);
+  LoadWaiting(window);
 }
 
 void WaitWhile(const std::function<bool()>& busy) {
@@ -199,7 +284,7 @@ void EndWorkers(MainWindow& window) {
   JoinValueThreads(window.selection.threads);
   if (window.load.thread.joinable()) window.load.thread.join();
   if (window.work.thread.joinable()) window.work.thread.join();
-  StopHashing(window);
+  for (const auto& hive : window.hives) StopHashing(hive->hashing);
   StopFindings(window);
   window.work.done = nullptr;
 }

@@ -6,11 +6,13 @@
 #include <memory>
 #include <string>
 #include <thread>
+#include <vector>
 
 #include "hive/key_tree.h"
 #include "recovery/image_tree.h"
 #include "replay/replay_plan.h"
 #include "ui/draw/win.h"
+#include "ui/main/window_hive.h"
 #include "view/hive_status.h"
 
 namespace hivequarry {
@@ -27,22 +29,21 @@ inline constexpr WORD kReportNamed = 2;
 // the rest before it starts.
 struct LoadJob {
   std::thread thread;  // joinable from the start until its result was taken
-  std::string file;
-  uint32_t start = 0;  // partial range, 0 and 0 for none
-  uint32_t end = 0;
+  HiveOrigin origin;
+  std::vector<HiveOrigin> waiting;    // files that are loaded after this one
+  uint32_t into = kAnyHive;           // the hive that is loaded again; any: one more
   uint32_t key_position = kNoOffset;  // of the key to select afterwards
   std::string key_path;               // of that key, which is told by its path first
-  LogChoice logs;
-  std::string root_path;  // given by the user; empty for none
-  int slot = -1;          // -1: the file could not be opened
+  int slot = -1;                      // -1: the file could not be opened
   std::unique_ptr<KeyTree> tree;
   ImageSummary summary;
   HiveSurvey survey;
 };
 
 // Opens a file as a command line, the open dialog or a drop names it: a Report List in the Output
-// List pane, a hive here when none is shown, else in a new copy of the program. `start` and `end`
-// are the partial range, 0 and 0 for none; a key position is gone to after the load.
+// List pane, a hive here, beside those that are open; one that is open already is gone to. Where
+// the user wants a window for each, the second one is opened by a new copy of the program. `start`
+// and `end` are the partial range, 0 and 0 for none; a key position is gone to after the load.
 void OpenNamedFile(MainWindow& window, const std::string& file, uint32_t start, uint32_t end,
                    uint32_t key_position = kNoOffset);
 // Loads the file of the hive shown once more, with these logs. The selected key stays selected, or
@@ -53,6 +54,12 @@ struct ReloadRequest {
   uint32_t key_position = kNoOffset;
 };
 void LoadAgain(MainWindow& window, const ReloadRequest& request);
+// Lets go of the hive shown; of all of it but its origin. No operation may be under way.
+void LetGoOfHive(MainWindow& window);
+// Takes the hive shown out of the window.
+void CloseShownHive(MainWindow& window);
+// Opens the file in a new copy of the program.
+void OpenInNewCopy(const std::string& file);
 // The answer to the posted "Load Report List": shows the list in the Output List pane.
 void LoadNamedReport(MainWindow& window);
 // The answer to kLoadDone: shows the hive, or tells why there is none.

@@ -58,7 +58,7 @@ bool MakeChildren(MainWindow& window) {
   }
   window.controls.path = MakeEdit(window, kPathId, ES_MULTILINE | ES_AUTOHSCROLL | WS_BORDER);
   window.band.window = MakeBand(window, kBandId);
-  window.tree.window = MakeTreePane(window.handle, kTreeId);
+  window.none.pane.window = window.controls.tree = MakeTreePane(window.handle, kTreeId);
   window.controls.tree_splitter = MakeSplitter(window.handle, kTreeSplitterId, true);
   window.values.window = MakeValuePane(window.handle, kValuesId, window.dpi);
   window.controls.detail_splitter = MakeSplitter(window.handle, kDetailSplitterId, false);
@@ -67,9 +67,9 @@ bool MakeChildren(MainWindow& window) {
   MakeListPane(window, kOutputId);
   window.controls.status = MakeStatusBar(window);
   for (const HWND child :
-       {window.controls.path, window.band.window, window.tree.window, window.controls.tree_splitter,
-        window.values.window, window.controls.detail_splitter, window.detail.window,
-        window.controls.empty, window.output.list, window.controls.status,
+       {window.controls.path, window.band.window, window.controls.tree,
+        window.controls.tree_splitter, window.values.window, window.controls.detail_splitter,
+        window.detail.window, window.controls.empty, window.output.list, window.controls.status,
         window.controls.progress}) {
     if (child == nullptr) return false;
   }
@@ -102,12 +102,10 @@ void OnDestroy(MainWindow& window) {
   CloseCompareWindows();
   CloseSecurityWindows();
   GatherSettings(window);
-  ClearTree(window.tree);
-  ForgetRemoved(window);
-  ForgetFreed(window);
   ClearValues(window.values);
-  window.hive.slot = -1;
-  window.hive.tree = nullptr;
+  window.shown = window.viewed = &window.none;
+  TreeView_DeleteAllItems(window.controls.tree);
+  window.hives.clear();
   ResetHiveTable();
   WriteProgramSettings();
   PostQuitMessage(0);
@@ -160,7 +158,7 @@ LRESULT OnEditColour(WPARAM dc) {
 
 void OnSystemChange(MainWindow& window, UINT message, WPARAM first, LPARAM second) {
   for (const HWND child :
-       {window.controls.toolbar, window.band.window, window.tree.window, window.values.window,
+       {window.controls.toolbar, window.band.window, window.controls.tree, window.values.window,
         window.output.list, window.controls.status, window.controls.progress}) {
     SendMessageW(child, message, first, second);
   }
@@ -241,10 +239,10 @@ LRESULT Route(MainWindow& window, UINT message, WPARAM first, LPARAM second) {
       FinishWork(window);
       return 0;
     case kHashesReady:
-      ShowHashes(window, static_cast<uint32_t>(first));
+      ShowHashes(window, static_cast<uint32_t>(first), static_cast<uint32_t>(second));
       return 0;
     case kFindingsReady:
-      ShowFindings(window, static_cast<uint32_t>(first));
+      ShowFindings(window, static_cast<uint32_t>(first), static_cast<uint32_t>(second));
       return 0;
     case WM_DESTROY:
       OnDestroy(window);
@@ -292,7 +290,7 @@ HWND MakeHandle(MainWindow* window) {
 
 // What an item selected in the tree, kNoItem for none, lets commands do.
 void AddItemFacts(const MainWindow& window, uint32_t item, CommandFacts& facts) {
-  const KeyTree& tree = *window.hive.tree;
+  const KeyTree& tree = *window.shown->tree;
   facts.hidden_keys = tree.any_hidden;
   facts.item = item != kNoItem;
   if (!facts.item) return;
@@ -307,9 +305,9 @@ void AddItemFacts(const MainWindow& window, uint32_t item, CommandFacts& facts) 
 // Logs are for the whole of a file that begins with a base block.
 void AddLogFacts(const MainWindow& window, CommandFacts& facts) {
   const HiveImage& hive = ShownHive(window);
-  facts.logs = hive.logs != nullptr && hive.base_offset == 0 && window.load.end == 0 &&
+  facts.logs = hive.logs != nullptr && hive.base_offset == 0 && window.shown->origin.end == 0 &&
                hive.logs->state != ReplayState::kPart;
-  const LogChoice& choice = window.load.logs;
+  const LogChoice& choice = window.shown->origin.logs;
   facts.logs_none = facts.logs && choice.mode == LogMode::kNone;
   facts.logs_auto = facts.logs && choice.mode == LogMode::kAuto && !choice.bounded;
   facts.logs_chosen = facts.logs && choice.mode == LogMode::kChosen;
@@ -381,17 +379,17 @@ void HandleMessage(HWND handle, MSG& message) {
 
 HWND ShownPane(const MainWindow& window) {
   if (window.layout.arrangement == kOutputArrangement) return window.output.list;
-  return window.hive.slot >= 0 ? window.tree.window : window.handle;
+  return LoadedHives(window) != 0 ? window.controls.tree : window.handle;
 }
 
-const HiveImage& ShownHive(const MainWindow& window) { return HiveOfSlot(window.hive.slot); }
+const HiveImage& ShownHive(const MainWindow& window) { return HiveOfSlot(window.shown->slot); }
 
 CommandFacts FactsNow(const MainWindow& window) {
   CommandFacts facts;
   facts.running = TheLongOperation().running != 0;
   facts.backup = TheLongOperation().backup;
-  facts.hive = window.hive.slot >= 0;
-  if (facts.hive) AddItemFacts(window, SelectedItem(window.tree), facts);
+  facts.hive = window.shown->slot >= 0;
+  if (facts.hive) AddItemFacts(window, SelectedItem(window.shown->pane), facts);
   // What can be done with a value is for those of the hive as it is shown.
   facts.value_record = window.selection.value != kNoOffset && window.selection.removed == nullptr;
   facts.value = facts.value_record && !IsDeletedRow(window.values.rows, SelectedRow(window.values));
@@ -411,7 +409,7 @@ CommandFacts FactsNow(const MainWindow& window) {
   facts.cell_details = window.view.cell_details;
   facts.detail_pane = window.layout.detail_shown;
   facts.evidence = window.host.evidence;
-  facts.comparing = window.hive.comparing;
+  facts.comparing = window.shown->comparing;
   if (facts.hive) AddLogFacts(window, facts);
   return facts;
 }

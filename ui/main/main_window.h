@@ -2,15 +2,12 @@
 // for the interface thread unless it says otherwise.
 #pragma once
 
-#include <atomic>
 #include <cstdint>
 #include <functional>
 #include <memory>
 #include <string>
+#include <vector>
 
-#include "hive/key_tree.h"
-#include "recovery/image_tree.h"
-#include "security/descriptor.h"
 #include "ui/dialogs/find_dialog.h"
 #include "ui/draw/dpi.h"
 #include "ui/draw/icons.h"
@@ -18,15 +15,13 @@
 #include "ui/frame/host_window.h"
 #include "ui/lists/list_place.h"
 #include "ui/main/band.h"
-#include "ui/main/findings.h"
-#include "ui/main/hashing.h"
 #include "ui/main/layout.h"
 #include "ui/main/loading.h"
 #include "ui/main/menus.h"
 #include "ui/main/selection.h"
+#include "ui/main/window_hive.h"
 #include "ui/main/work.h"
 #include "ui/panes/detail_pane.h"
-#include "ui/panes/tree_pane.h"
 #include "ui/panes/value_pane.h"
 #include "view/commands.h"
 
@@ -51,6 +46,7 @@ enum ChildId : int {
 struct MainControls {
   HWND toolbar = nullptr;
   HWND path = nullptr;
+  HWND tree = nullptr;
   HWND status = nullptr;
   HWND progress = nullptr;  // inside the status bar
   HWND tree_splitter = nullptr;
@@ -63,20 +59,6 @@ struct MainLook {
   Fonts fonts;
   IconLists icons;
   HICON state = nullptr;  // in the status bar
-};
-
-struct ShownHiveState {
-  int slot = -1;  // in the table of hives, -1 while none is shown
-  std::unique_ptr<KeyTree> tree;
-  ImageSummary summary;
-  HiveSurvey survey;
-  HiveStructure structure;
-  std::shared_ptr<const RemovedState> removed;  // null until it was worked out
-  std::wstring state_words;                     // in the status bar
-  Hashing hashing;
-  Findings findings;
-  std::atomic<bool> comparing{false};  // the mode "Displayed Sub Keys"
-  SidReplacement sid_replacement;      // in lists of its security records
 };
 
 // Made and used on the interface thread. Workers write to `host`, `load`, the hashing's
@@ -96,9 +78,6 @@ struct MainWindow {
   PaneLayout layout;
 
   Band band;
-  TreePane tree;
-  TreePane removed;  // below its folder in the same control; no side while it is not there
-  TreePane freed;    // deleted keys among those of the tree, in the same control
   ValuePane values;
   DetailPane detail;
   ListPlace output;  // the Output List pane
@@ -108,7 +87,12 @@ struct MainWindow {
   HostWindow host;
   LoadJob load;
   Work work;
-  ShownHiveState hive;
+  std::vector<std::unique_ptr<WindowHive>> hives;  // in the order of the tree
+  WindowHive none;                                 // where there is no hive
+  WindowHive* viewed = &none;                      // whose items the panes show
+  WindowHive* shown = &none;  // whom commands are about: `viewed`, but for a HiveTurn
+  uint32_t next_hive = 0;     // number of the next one
+  bool tree_changes = false;  // items go, and what is selected by that is of no interest
   PaneSelection selection;
   std::string report_named;  // Report List on its way to be loaded
 };
@@ -124,7 +108,7 @@ MainWindow* FindMainWindow(HWND handle);
 
 // Where the focus goes by itself: the pane that is shown whatever else is, or the window.
 HWND ShownPane(const MainWindow& window);
-// The hive shown; only while slot >= 0.
+// The hive that commands are about; only while its slot >= 0.
 const HiveImage& ShownHive(const MainWindow& window);
 CommandFacts FactsNow(const MainWindow& window);
 // Evidence mode: what writes into the live registry or into the hive in memory is not offered, here

@@ -1,5 +1,7 @@
 #include "ui/main/notifications.h"
 
+#include <algorithm>
+
 #include "host/long_operation.h"
 #include "ui/draw/tones.h"
 #include "ui/frame/list_view.h"
@@ -12,6 +14,17 @@
 
 namespace hivequarry {
 namespace {
+
+// A branch of the hive is being filled.
+bool IsFilled(const WindowHive& hive) {
+  return !hive.pane.fills.empty() || !hive.removed_pane.fills.empty() ||
+         !hive.freed_pane.fills.empty();
+}
+
+// The next slice of one of them; true while there is more.
+bool FillSlices(WindowHive& hive) {
+  return FillSlice(hive.pane) || FillSlice(hive.removed_pane) || FillSlice(hive.freed_pane);
+}
 
 bool IsControlKey(WORD pressed, WORD key) { return pressed == key && GetKeyState(VK_CONTROL) < 0; }
 
@@ -41,7 +54,7 @@ LRESULT OnTreeNotify(MainWindow& window, const NMHDR& notice) {
       return OnTreeDraw(PaneOfItem(window, item.nmcd.lItemlParam), item);
     }
     case TVN_SELCHANGEDW:
-      OnItemSelected(window, SelectedItem(window.tree));
+      FollowSelection(window, reinterpret_cast<const NMTREEVIEWW&>(notice).itemNew.lParam);
       return 0;
     case TVN_KEYDOWN:
       if (IsControlKey(reinterpret_cast<const NMTVKEYDOWN&>(notice).wVKey, 'C')) {
@@ -55,7 +68,10 @@ LRESULT OnTreeNotify(MainWindow& window, const NMHDR& notice) {
 
 // A row of the Workspace leads to its hive, one of a value to its details.
 void OnRowActivated(MainWindow& window) {
-  if (IsWorkspaceSelected(window.tree)) return SelectItem(window.tree, 0);
+  if (IsWorkspaceSelected(window.viewed->pane)) {
+    WindowHive* const hive = HiveOfWorkspaceRow(window, SelectedRow(window.values));
+    return SelectItem(hive == nullptr ? window.viewed->pane : hive->pane, 0);
+  }
   RunCommand(window, kCommandValueDetails);
 }
 
@@ -122,7 +138,7 @@ POINT CentreOf(HWND child) {
 POINT SelectedPoint(const MainWindow& window, HWND child) {
   RECT area{};
   bool known = false;
-  if (child == window.tree.window) {
+  if (child == window.controls.tree) {
     const HTREEITEM item = TreeView_GetSelection(child);
     known = item != nullptr && TreeView_GetItemRect(child, item, &area, TRUE) != FALSE;
   } else if (child == window.values.window) {
@@ -148,7 +164,7 @@ void SelectUnder(HWND tree, POINT screen) {
 
 LRESULT OnNotify(MainWindow& window, const NMHDR& notice) {
   const HWND from = notice.hwndFrom;
-  if (from == window.tree.window) return OnTreeNotify(window, notice);
+  if (from == window.controls.tree) return OnTreeNotify(window, notice);
   if (from == window.values.window) return OnValuesNotify(window, notice);
   if (from == window.output.list || GetParent(from) == window.output.list) {
     return OnListNotify(window.output, notice);
@@ -170,7 +186,7 @@ LRESULT OnNotify(MainWindow& window, const NMHDR& notice) {
 
 void OnContextMenu(MainWindow& window, HWND child, POINT where) {
   if (child == window.output.list) return TrackListMenu(window.output, where);
-  const bool tree = child == window.tree.window;
+  const bool tree = child == window.controls.tree;
   if (!tree && child != window.values.window && child != window.controls.path) return;
   const bool by_key = where.x == -1 && where.y == -1;
   if (by_key) {
@@ -179,7 +195,7 @@ void OnContextMenu(MainWindow& window, HWND child, POINT where) {
     SelectUnder(child, where);
   }
   if (tree) {
-    const bool workspace = IsWorkspaceSelected(window.tree);
+    const bool workspace = IsWorkspaceSelected(window.viewed->pane);
     return TrackContextMenu(
         window, workspace ? CommandPlace::kWorkspaceMenu : CommandPlace::kTreeMenu, where);
   }
@@ -197,20 +213,22 @@ void ShowPassingText(const MainWindow& window, const char* text) {
 // a timer with nothing left ends itself.
 void OnTimer(MainWindow& window, UINT_PTR timer) {
   bool more = false;
-  if (timer == kExpandTimer) more = ExpandSlice(window.tree);
+  if (timer == kExpandTimer) {
+    for (const auto& hive : window.hives) more = ExpandSlice(hive->pane) || more;
+  }
   if (timer == kDetailTimer) more = AddDetailSlice(window.detail);
-  if (timer == kFillTimer)
-    more = FillSlice(window.tree) || FillSlice(window.removed) || FillSlice(window.freed);
+  if (timer == kFillTimer) {
+    for (const auto& hive : window.hives) more = more || FillSlices(*hive);
+  }
   if (timer == kPassingTimer && TheLongOperation().running == 0) ShowStatus("");
   if (!more) KillTimer(window.handle, timer);
   if (timer == kExpandTimer) KeepFilling(window);
 }
 
 void KeepFilling(const MainWindow& window) {
-  if (window.tree.fills.empty() && window.removed.fills.empty() && window.freed.fills.empty()) {
-    return;
-  }
-  SetTimer(window.handle, kFillTimer, kTimerPause, nullptr);
+  const bool fills = std::any_of(window.hives.begin(), window.hives.end(),
+                                 [](const auto& hive) { return IsFilled(*hive); });
+  if (fills) SetTimer(window.handle, kFillTimer, kTimerPause, nullptr);
 }
 
 }  // namespace hivequarry

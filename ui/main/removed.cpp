@@ -20,23 +20,24 @@ struct RemovedJob {
 };
 
 void ShowContent(MainWindow& window) {
-  const RemovedState& state = *window.hive.removed;
-  BindFolder(window.removed, state, WindowText(RemovedFolderText(state)));
+  const RemovedState& state = *window.shown->removed;
+  BindFolder(window.shown->removed_pane, state, WindowText(RemovedFolderText(state)));
 }
 
 void ShowRemoved(MainWindow& window, const RemovedJob& job) {
-  if (!job.found || window.hive.slot < 0) return;
-  window.hive.removed = job.state;
+  if (!job.found || window.shown->slot < 0) return;
+  window.shown->removed = job.state;
   ShowContent(window);
-  TreeView_Expand(window.removed.window, window.removed.handles[0], TVE_EXPAND);
-  if (IsRemovedSelected(window)) OnRemovedSelected(window);
+  TreeView_Expand(window.shown->removed_pane.window, window.shown->removed_pane.handles[0],
+                  TVE_EXPAND);
+  if (window.shown == window.viewed && IsRemovedSelected(window)) OnRemovedSelected(window);
 }
 
 void WorkOut(MainWindow& window) {
   const auto job = std::make_shared<RemovedJob>();
   StartWork(
       window, kOperationList,
-      [job, &hive = ShownHive(window), &tree = *window.hive.tree] {
+      [job, &hive = ShownHive(window), &tree = *window.shown->tree] {
         job->found = FindRemoved(hive, tree, *job->state);
         if (job->found) HideWhatStays(*job->state);
       },
@@ -45,42 +46,46 @@ void WorkOut(MainWindow& window) {
 
 }  // namespace
 
-void ForgetRemoved(MainWindow& window) { window.removed = TreePane(); }
+void ForgetRemoved(MainWindow& window) { RemoveFolder(window.shown->removed_pane); }
 
 void ShowRemovedFolder(MainWindow& window) {
   ForgetRemoved(window);
   if (!IsReplayed(ShownHive(window))) return;
-  window.removed.window = window.tree.window;
-  window.removed.side = kRemovedSide;
-  InsertFolder(window.removed, window.tree.handles[0], WindowText(kRemovedTitle));
-  if (window.hive.removed != nullptr) ShowContent(window);
+  window.shown->removed_pane.window = window.controls.tree;
+  window.shown->removed_pane.side = window.shown->pane.side | kRemovedSide;
+  InsertFolder(window.shown->removed_pane, window.shown->pane.handles[0],
+               WindowText(kRemovedTitle));
+  if (window.shown->removed != nullptr) ShowContent(window);
 }
 
 TreePane& PaneOfItem(MainWindow& window, LPARAM item) {
-  if ((item & kFreedSide) != 0) return window.freed;
-  return (item & kRemovedSide) != 0 ? window.removed : window.tree;
+  WindowHive* const of = HiveOfParam(window, item);
+  WindowHive& hive = of == nullptr ? window.none : *of;
+  if ((item & kFreedSide) != 0) return hive.freed_pane;
+  return (item & kRemovedSide) != 0 ? hive.removed_pane : hive.pane;
 }
 
 bool IsRemovedSelected(const MainWindow& window) {
-  return window.removed.side != 0 && IsSideSelected(window.removed);
+  return window.shown->removed_pane.side != 0 && IsSideSelected(window.shown->removed_pane);
 }
 
 bool OnRemovedExpanding(MainWindow& window, const NMTREEVIEWW& notice) {
   const bool opens = (notice.action & TVE_EXPAND) != 0;
   if (!opens || (notice.itemNew.lParam & kRemovedSide) == 0) return false;
-  if (window.hive.removed != nullptr) return false;
+  const HiveTurn turn(window, HiveOfSide(notice.itemNew.lParam));
+  if (window.shown->slot < 0 || window.shown->removed != nullptr) return false;
   WorkOut(window);
   return true;
 }
 
 void OnRemovedSelected(MainWindow& window) {
-  const uint32_t item = SelectedItem(window.removed);
+  const uint32_t item = SelectedItem(window.shown->removed_pane);
   if (item == kNoItem || item == 0) {
-    const bool known = window.hive.removed != nullptr;
+    const bool known = window.shown->removed != nullptr;
     return ShowRemovedRoot(window,
-                           RemovedFolderDetail(known ? window.hive.removed.get() : nullptr));
+                           RemovedFolderDetail(known ? window.shown->removed.get() : nullptr));
   }
-  const RemovedState& state = *window.hive.removed;
+  const RemovedState& state = *window.shown->removed;
   ShowItemWords(window, WideText(RemovedItemWords(*ShownHive(window).logs, state, item)));
   ShowRemovedItem(window, item);
 }

@@ -13,7 +13,7 @@ struct TreePane;
 // Puts the folder after the hive's root where logs were applied; what is in it is worked out when
 // the user opens it. After ShowTree, which empties the control.
 void ShowRemovedFolder(MainWindow& window);
-// What the control no longer has is forgotten.
+// Takes the folder out.
 void ForgetRemoved(MainWindow& window);
 
 // The tree that an item of the control belongs to, by its lParam.

@@ -1,7 +1,10 @@
 #include "ui/main/selection.h"
 
+#include <algorithm>
+#include <iterator>
 #include <utility>
 
+#include "hive/hive_table.h"
 #include "ui/commands/recent_keys_dialog.h"
 #include "ui/frame/text.h"
 #include "ui/main/freed.h"
@@ -47,67 +50,73 @@ std::unique_ptr<Result> Take(Mailbox<Result>& box) {
 using Removed = std::shared_ptr<const RemovedState>;
 using Freed = std::shared_ptr<const FreedTree>;
 
+// The threads look at the hive that was viewed when they were started: another one may be by now.
+struct ReadHive {
+  const HiveImage& image;
+  const KeyTree& tree;
+};
+ReadHive ReadNow(const MainWindow& window) { return {ShownHive(window), *window.shown->tree}; }
+
 // On a value thread, as the two after it: read the hive and the tree, which stay while such threads
 // run, and touch nothing of the window but its mailbox.
-void GatherItem(MainWindow& window, uint32_t serial, uint32_t item, ValueViewOptions options,
-                const Freed& freed) {
+void GatherItem(MainWindow& window, const ReadHive& of, uint32_t serial, uint32_t item,
+                ValueViewOptions options, const Freed& freed) {
   if (!IsNewest(window.selection.item_box, serial)) return;
-  const HiveImage& hive = ShownHive(window);
   auto result = std::make_unique<ItemResult>();
   result->item = item;
   result->options = options;
-  result->values = ShowItemValues(hive, *window.hive.tree, item, options);
-  if (freed != nullptr && HasKeyCell(*window.hive.tree, item)) {
-    AddFreedRows(*freed, window.hive.tree->items[item].position, result->values);
+  result->hive = &of.image;
+  result->values = ShowItemValues(of.image, of.tree, item, options);
+  if (freed != nullptr && HasKeyCell(of.tree, item)) {
+    AddFreedRows(*freed, of.tree.items[item].position, result->values);
     result->freed = freed;
   }
-  result->detail = WideText(ItemDetail(hive, *window.hive.tree, item));
+  result->detail = WideText(ItemDetail(of.image, of.tree, item));
   Deliver(window.selection.item_box, serial, std::move(result), window.handle, kItemReady);
 }
 
-void GatherFreed(MainWindow& window, uint32_t serial, uint32_t item, ValueViewOptions options,
-                 const Freed& freed) {
+void GatherFreed(MainWindow& window, const ReadHive& of, uint32_t serial, uint32_t item,
+                 ValueViewOptions options, const Freed& freed) {
   if (!IsNewest(window.selection.item_box, serial)) return;
-  const HiveImage& hive = ShownHive(window);
-  const KeyTree& tree = *window.hive.tree;
   auto result = std::make_unique<ItemResult>();
   result->item = item;
   result->freed = freed;
   result->deleted = true;
   result->options = options;
-  result->values = FreedItemRows(hive, tree, *freed, item);
-  result->detail = WideText(FreedItemDetail(hive, tree, *freed, item));
+  result->hive = &of.image;
+  result->values = FreedItemRows(of.image, of.tree, *freed, item);
+  result->detail = WideText(FreedItemDetail(of.image, of.tree, *freed, item));
   Deliver(window.selection.item_box, serial, std::move(result), window.handle, kItemReady);
 }
 
-void GatherRemoved(MainWindow& window, uint32_t serial, uint32_t item, ValueViewOptions options,
-                   const Removed& removed) {
+void GatherRemoved(MainWindow& window, const ReadHive& of, uint32_t serial, uint32_t item,
+                   ValueViewOptions options, const Removed& removed) {
   if (!IsNewest(window.selection.item_box, serial)) return;
   auto result = std::make_unique<ItemResult>();
   result->item = item;
+  result->hive = &removed->before.image;
   result->removed = removed;
   result->options = options;
   result->values = RemovedRows(*removed, item, options);
-  result->detail = WideText(RemovedItemDetail(*ShownHive(window).logs, *removed, item));
+  result->detail = WideText(RemovedItemDetail(*of.image.logs, *removed, item));
   Deliver(window.selection.item_box, serial, std::move(result), window.handle, kItemReady);
 }
 
-std::wstring DetailOfValue(const HiveImage& hive, const KeyTree& tree, uint32_t value,
-                           const Removed& removed, const Freed& freed) {
+std::wstring DetailOfValue(const ReadHive& of, uint32_t value, const Removed& removed,
+                           const Freed& freed) {
   if (freed != nullptr && FreedValueAt(freed->records, value) != nullptr) {
-    return WideText(FreedValueDetail(hive, tree, *freed, value));
+    return WideText(FreedValueDetail(of.image, of.tree, *freed, value));
   }
-  if (removed == nullptr) return WideText(ValueDetailOf(hive, tree, value));
-  return WideText(RemovedValueDetail(*hive.logs, *removed, value));
+  if (removed == nullptr) return WideText(ValueDetailOf(of.image, of.tree, value));
+  return WideText(RemovedValueDetail(*of.image.logs, *removed, value));
 }
 
-void GatherDetail(MainWindow& window, uint32_t serial, uint32_t value, const Removed& removed,
-                  const Freed& freed) {
+void GatherDetail(MainWindow& window, const ReadHive& of, uint32_t serial, uint32_t value,
+                  const Removed& removed, const Freed& freed) {
   if (!IsNewest(window.selection.detail_box, serial)) return;
   Deliver(window.selection.detail_box, serial,
-          std::make_unique<std::wstring>(
-              DetailOfValue(ShownHive(window), *window.hive.tree, value, removed, freed)),
-          window.handle, kDetailReady);
+          std::make_unique<std::wstring>(DetailOfValue(of, value, removed, freed)), window.handle,
+          kDetailReady);
 }
 
 void ShowDetail(MainWindow& window, std::wstring text) {
@@ -116,8 +125,29 @@ void ShowDetail(MainWindow& window, std::wstring text) {
   }
 }
 
+// Of all hives, one after the other.
 std::wstring WorkspaceText(const MainWindow& window) {
-  return WideText(WorkspaceDetail(GlanceNow(window)));
+  std::wstring text;
+  for (const auto& hive : window.hives) {
+    if (hive->slot < 0) continue;
+    if (!text.empty()) text += L"\r\n";
+    text += WideText(WorkspaceDetail(GlanceOf(*hive)));
+  }
+  return text;
+}
+
+ItemValues RowsInWorkspace(const WindowHive& hive) {
+  return hive.slot < 0 ? ItemValues()
+                       : WorkspaceRows(HiveOfSlot(hive.slot), *hive.tree, hive.survey);
+}
+
+ItemValues RowsOfWorkspace(const MainWindow& window) {
+  ItemValues all;
+  for (const auto& hive : window.hives) {
+    ItemValues rows = RowsInWorkspace(*hive);
+    std::move(rows.info_rows.begin(), rows.info_rows.end(), std::back_inserter(all.info_rows));
+  }
+  return all;
 }
 
 bool IsRootShown(const MainWindow& window) {
@@ -133,7 +163,7 @@ std::wstring KeyDetailNow(const MainWindow& window) {
 
 void ShowPath(const MainWindow& window, uint32_t item) {
   const std::string path =
-      item == kNoItem ? "" : LongItemPath(ShownHive(window), *window.hive.tree, item);
+      item == kNoItem ? "" : LongItemPath(ShownHive(window), *window.shown->tree, item);
   SetWindowTextW(window.controls.path, WideName(path).c_str());
 }
 
@@ -152,10 +182,8 @@ void ShowWorkspace(MainWindow& window) {
   window.selection.removed = nullptr;
   window.selection.freed = nullptr;
   window.selection.deleted = kNoItem;
-  const HiveImage& hive = ShownHive(window);
-  const ShownHiveState& shown = window.hive;
   window.selection.key_detail = WorkspaceText(window);
-  ShowValues(window.values, {&hive, WorkspaceRows(hive, *shown.tree, shown.survey), {}});
+  ShowValues(window.values, {&ShownHive(window), RowsOfWorkspace(window), {}});
   FitValueColumns(window.values, window.dpi);
   ShowDetail(window, window.selection.key_detail);
   UpdateToolbar(window);
@@ -173,50 +201,67 @@ void SelectWantedRow(MainWindow& window) {
 
 }  // namespace
 
+WindowHive* HiveOfWorkspaceRow(const MainWindow& window, int row) {
+  int end = 0;
+  for (const auto& hive : window.hives) {
+    end += static_cast<int>(RowsInWorkspace(*hive).info_rows.size());
+    if (row < end) return row < 0 ? nullptr : hive.get();
+  }
+  return nullptr;
+}
+
+void FollowSelection(MainWindow& window, LPARAM param) {
+  if (window.tree_changes || window.host.ending) return;
+  WindowHive* const hive = HiveOfParam(window, param);
+  if (hive != nullptr) ViewHive(window, *hive);
+  OnItemSelected(window, SelectedItem(window.viewed->pane));
+}
+
 void OnItemSelected(MainWindow& window, uint32_t item) {
-  if (window.hive.slot < 0 || window.host.ending) return;  // items that go select others
-  if (IsWorkspaceSelected(window.tree)) return ShowWorkspace(window);
+  if (window.shown->slot < 0 || window.host.ending) return;  // items that go select others
+  if (IsWorkspaceSelected(window.shown->pane)) return ShowWorkspace(window);
   if (IsRemovedSelected(window)) return OnRemovedSelected(window);
-  if (IsFreedSelected(window)) return ShowFreedItem(window, SelectedItem(window.freed));
+  if (IsFreedSelected(window)) return ShowFreedItem(window, SelectedItem(window.shown->freed_pane));
   if (item == kNoItem) return;
   ShowPath(window, item);
   NoteKeyShown(window);
-  ShowItemWords(window, WideText(ItemWords(ShownHive(window), *window.hive.tree, item)));
+  ShowItemWords(window, WideText(ItemWords(ShownHive(window), *window.shown->tree, item)));
   const uint32_t serial = ++window.selection.item_box.newest;
   const ValueViewOptions options = window.view;
-  StartValueThread(window.selection.threads,
-                   [&window, serial, item, options, freed = ShownFreed(window)] {
-                     GatherItem(window, serial, item, options, freed);
-                   });
-  UpdateToolbar(window);
-}
-
-// The thread holds a share of what was found, which may be replaced meanwhile.
-void ShowFreedItem(MainWindow& window, uint32_t item) {
-  const Freed freed = window.hive.findings.freed;
-  if (item == kNoItem || freed == nullptr) return;
-  const HiveImage& hive = ShownHive(window);
-  SetWindowTextW(window.controls.path,
-                 WideName(FreedItemPath(hive, *window.hive.tree, *freed, item)).c_str());
-  ShowItemWords(window, WideText(FreedItemWords(*freed, item)));
-  const uint32_t serial = ++window.selection.item_box.newest;
-  const ValueViewOptions options = window.view;
-  StartValueThread(window.selection.threads, [&window, serial, item, options, freed] {
-    GatherFreed(window, serial, item, options, freed);
+  StartValueThread(window.selection.threads, [&window, of = ReadNow(window), serial, item, options,
+                                              freed = ShownFreed(window)] {
+    GatherItem(window, of, serial, item, options, freed);
   });
   UpdateToolbar(window);
 }
 
+void ShowFreedItem(MainWindow& window, uint32_t item) {
+  const Freed freed = window.shown->findings.freed;
+  if (item == kNoItem || freed == nullptr) return;
+  const HiveImage& hive = ShownHive(window);
+  SetWindowTextW(window.controls.path,
+                 WideName(FreedItemPath(hive, *window.shown->tree, *freed, item)).c_str());
+  ShowItemWords(window, WideText(FreedItemWords(*freed, item)));
+  const uint32_t serial = ++window.selection.item_box.newest;
+  const ValueViewOptions options = window.view;
+  StartValueThread(window.selection.threads,
+                   [&window, of = ReadNow(window), serial, item, options, freed] {
+                     GatherFreed(window, of, serial, item, options, freed);
+                   });
+  UpdateToolbar(window);
+}
+
 void ShowRemovedItem(MainWindow& window, uint32_t item) {
-  const Removed removed = window.hive.removed;
+  const Removed removed = window.shown->removed;
   const StateBefore& before = removed->before;
   SetWindowTextW(window.controls.path,
                  WideName(LongItemPath(before.image, before.tree, item)).c_str());
   const uint32_t serial = ++window.selection.item_box.newest;
   const ValueViewOptions options = window.view;
-  StartValueThread(window.selection.threads, [&window, serial, item, options, removed] {
-    GatherRemoved(window, serial, item, options, removed);
-  });
+  StartValueThread(window.selection.threads,
+                   [&window, of = ReadNow(window), serial, item, options, removed] {
+                     GatherRemoved(window, of, serial, item, options, removed);
+                   });
   UpdateToolbar(window);
 }
 
@@ -226,14 +271,14 @@ void ShowRemovedRoot(MainWindow& window, const std::u16string& detail) {
   ShowItemWords(window, std::wstring());
   window.selection.item = kNoItem;
   window.selection.value = kNoOffset;
-  window.selection.removed = window.hive.removed;
+  window.selection.removed = window.shown->removed;
   window.selection.freed = nullptr;
   window.selection.deleted = kNoItem;
   window.selection.key_detail = WideText(detail);
   ValueRows rows{&ShownHive(window), {}, window.view};
-  if (window.hive.removed != nullptr) {
-    rows.hive = &window.hive.removed->before.image;
-    rows.values = RemovedRows(*window.hive.removed, 0, window.view);
+  if (window.shown->removed != nullptr) {
+    rows.hive = &window.shown->removed->before.image;
+    rows.values = RemovedRows(*window.shown->removed, 0, window.view);
   }
   ShowValues(window.values, std::move(rows));
   FitValueColumns(window.values, window.dpi);
@@ -243,17 +288,16 @@ void ShowRemovedRoot(MainWindow& window, const std::u16string& detail) {
 
 void ShowItemResult(MainWindow& window) {
   const std::unique_ptr<ItemResult> result = Take(window.selection.item_box);
-  if (result == nullptr || window.hive.slot < 0) return;
+  if (result == nullptr || window.shown->slot < 0) return;
   ++window.selection.detail_box.newest;  // details on their way belong to the rows that go
   const bool removed = result->removed != nullptr;
   window.selection.item = removed || result->deleted ? kNoItem : result->item;
   window.selection.deleted = result->deleted ? result->item : kNoItem;
   window.selection.value = kNoOffset;
   window.selection.key_detail = std::move(result->detail);
-  const HiveImage& hive = removed ? result->removed->before.image : ShownHive(window);
   window.selection.freed = result->freed;
   ShowValues(window.values,
-             {&hive, std::move(result->values), result->options, std::move(result->freed)});
+             {result->hive, std::move(result->values), result->options, std::move(result->freed)});
   window.selection.removed = std::move(result->removed);  // after the rows that looked at it
   FitValueColumns(window.values, window.dpi);
   ShowDetail(window, KeyDetailNow(window));
@@ -263,16 +307,16 @@ void ShowItemResult(MainWindow& window) {
 
 void OnRowSelected(MainWindow& window) {
   const uint32_t value = ValueOfRow(window.values.rows, SelectedRow(window.values));
-  if (value == window.selection.value || window.hive.slot < 0) return;
+  if (value == window.selection.value || window.shown->slot < 0) return;
   window.selection.value = value;
   const uint32_t serial = ++window.selection.detail_box.newest;
   UpdateToolbar(window);
   if (value == kNoOffset) return ShowDetail(window, KeyDetailNow(window));
-  StartValueThread(
-      window.selection.threads,
-      [&window, serial, value, removed = window.selection.removed, freed = window.selection.freed] {
-        GatherDetail(window, serial, value, removed, freed);
-      });
+  StartValueThread(window.selection.threads,
+                   [&window, of = ReadNow(window), serial, value,
+                    removed = window.selection.removed, freed = window.selection.freed] {
+                     GatherDetail(window, of, serial, value, removed, freed);
+                   });
 }
 
 void ShowDetailResult(MainWindow& window) {
@@ -281,8 +325,8 @@ void ShowDetailResult(MainWindow& window) {
 }
 
 void RenewStateDetail(MainWindow& window) {
-  if (window.hive.slot < 0 || window.selection.value != kNoOffset) return;
-  const bool workspace = IsWorkspaceSelected(window.tree);
+  if (window.shown->slot < 0 || window.selection.value != kNoOffset) return;
+  const bool workspace = IsWorkspaceSelected(window.shown->pane);
   if (!workspace && !IsRootShown(window)) return;
   if (workspace) window.selection.key_detail = WorkspaceText(window);
   const LRESULT line = SendMessageW(window.detail.window, EM_GETFIRSTVISIBLELINE, 0, 0);
@@ -292,20 +336,20 @@ void RenewStateDetail(MainWindow& window) {
 
 // The rows come later, from a thread: the value wanted is kept until they do.
 bool GoToPosition(MainWindow& window, uint32_t position) {
-  if (window.hive.slot < 0) return false;
+  if (window.shown->slot < 0) return false;
   if (GoToFreed(window, position)) return true;
-  const uint32_t item = ItemShowing(ShownHive(window), *window.hive.tree, position);
+  const uint32_t item = ItemShowing(ShownHive(window), *window.shown->tree, position);
   if (item == kNoItem) return false;
-  const bool value = window.hive.tree->items[item].position != position;
+  const bool value = window.shown->tree->items[item].position != position;
   if (value || window.layout.arrangement == kOutputArrangement)
     ShowArrangement(window, kKeysArrangement);
   window.selection.wanted_value = value ? position : kNoOffset;
-  if (SelectedItem(window.tree) == item) RefreshItem(window);
-  SelectItem(window.tree, item);
-  SetFocus(window.tree.window);
+  if (SelectedItem(window.shown->pane) == item) RefreshItem(window);
+  SelectItem(window.shown->pane, item);
+  SetFocus(window.controls.tree);
   return true;
 }
 
-void RefreshItem(MainWindow& window) { OnItemSelected(window, SelectedItem(window.tree)); }
+void RefreshItem(MainWindow& window) { OnItemSelected(window, SelectedItem(window.shown->pane)); }
 
 }  // namespace hivequarry

@@ -17,6 +17,7 @@
 namespace hivequarry {
 
 struct MainWindow;
+struct WindowHive;
 
 // Posted by value threads when a result is in its mailbox.
 inline constexpr UINT kItemReady = WM_APP + 4;
@@ -33,6 +34,7 @@ struct Mailbox {
 
 // What a value thread gathered for an item of the tree.
 struct ItemResult {
+  const HiveImage* hive = nullptr;  // that the rows are read from
   uint32_t item = kNoItem;
   std::shared_ptr<const RemovedState> removed;  // whose tree it is of; null: the hive's own
   std::shared_ptr<const FreedTree> freed;       // whose deleted values are among the rows
@@ -58,6 +60,11 @@ struct PaneSelection {
   uint32_t branch_return = kNoItem;             // where "Current Branch" came from
 };
 
+// Another item of the tree control was selected, which is told by its lParam: of the hive that is
+// viewed, or of another one, which is viewed from then on.
+void FollowSelection(MainWindow& window, LPARAM param);
+// The hive that a row of the Workspace is about; null for none.
+WindowHive* HiveOfWorkspaceRow(const MainWindow& window, int row);
 // Its rows and details are gathered by a value thread; path and words are shown at once.
 void OnItemSelected(MainWindow& window, uint32_t item);
 // The same of an item below "Removed by the logs", and of that folder.

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "hive/hive_table.h"
 #include "ui/frame/text.h"
 #include "ui/main/main_window.h"
 #include "view/hive_status.h"
@@ -31,7 +32,7 @@ void ShowProgress(MainWindow& window) {
 
 // What the state's words and picture need; 0 without words.
 int StateWidth(const MainWindow& window) {
-  const std::wstring& words = window.hive.state_words;
+  const std::wstring& words = window.shown->state_words;
   if (words.empty()) return 0;
   const HDC dc = GetDC(window.controls.status);
   const HGDIOBJ previous = SelectObject(dc, window.look.fonts.text);
@@ -112,16 +113,18 @@ void ShowItemWords(MainWindow& window, std::wstring words) {
 }
 
 void ShowHiveState(MainWindow& window) {
-  const bool shown = window.hive.slot >= 0;
-  window.hive.state_words =
-      shown ? WideName(StatusWords(ShownHive(window), window.hive.structure)) : std::wstring();
+  const bool shown = window.viewed->slot >= 0;
+  window.viewed->state_words =
+      shown ? WideName(StatusWords(HiveOfSlot(window.viewed->slot), window.viewed->structure))
+            : std::wstring();
   const HICON old = window.look.state;
   window.look.state = nullptr;
   if (shown) {
-    window.look.state = ImageList_GetIcon(
-        window.look.icons.states, static_cast<int>(MarkOf(ShownHive(window))), ILD_TRANSPARENT);
+    window.look.state = ImageList_GetIcon(window.look.icons.states,
+                                          static_cast<int>(MarkOf(HiveOfSlot(window.viewed->slot))),
+                                          ILD_TRANSPARENT);
   }
-  SetPartText(window, kStatusState, window.hive.state_words);
+  SetPartText(window, kStatusState, window.viewed->state_words);
   SendMessageW(window.controls.status, SB_SETICON, kStatusState,
                reinterpret_cast<LPARAM>(window.look.state));
   if (old != nullptr) DestroyIcon(old);
@@ -132,8 +135,8 @@ void ShowCounts(MainWindow& window) {
   std::wstring text;
   if (window.layout.arrangement == kOutputArrangement) {
     text = L" Number of Items : " + std::to_wstring(ShownRowCount(window.output));
-  } else if (window.hive.slot >= 0) {
-    const ImageSummary& summary = window.hive.summary;
+  } else if (window.viewed->slot >= 0) {
+    const ImageSummary& summary = window.viewed->summary;
     text = L" " + std::to_wstring(summary.keys) + L" keys, " +
            std::to_wstring(summary.disconnected_keys) + L" disconnected";
   }

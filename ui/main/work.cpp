@@ -19,6 +19,7 @@ bool StartWork(MainWindow& window, int code, std::function<void()> work,
                std::function<void()> done) {
   if (window.work.thread.joinable() || !BeginOperation(code)) return false;
   window.work.done = std::move(done);
+  window.work.hive = window.shown->slot < 0 ? kAnyHive : window.shown->number;
   ++window.host.wait_cursors;
   try {
     window.work.thread = std::thread([run = std::move(work), handle = window.handle] {
@@ -62,7 +63,10 @@ void FinishWork(MainWindow& window) {
   UpdateToolbars(window);  // `done` may show a box
   TellOfRefusedRow();
   const std::string cut = ShortfallWords();
-  if (done) done();
+  if (done) {
+    const HiveTurn turn(window, window.work.hive);
+    done();
+  }
   // What `done` began counts anew, and tells of that when it ends.
   ShowCut(window.work.thread.joinable() ? cut : ShortfallWords());
   UpdateToolbars(window);

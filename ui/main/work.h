@@ -16,6 +16,7 @@ inline constexpr UINT kWorkDone = WM_APP + 6;
 struct Work {
   std::thread thread;          // joinable from the start until its end was taken
   std::function<void()> done;  // for the interface thread
+  uint32_t hive = 0;           // that it is about, which `done` is about as well
 };
 
 // Running codes of the program's own operations.

@@ -76,7 +76,7 @@ HTREEITEM InsertItem(TreePane& pane, uint32_t item, HTREEITEM parent, HTREEITEM 
   return handle;
 }
 
-HTREEITEM InsertWorkspace(const TreePane& pane) {
+void InsertWorkspace(const TreePane& pane) {
   std::wstring text = kWorkspaceTitle;
   TVINSERTSTRUCTW insert{};
   insert.hParent = TVI_ROOT;
@@ -85,7 +85,7 @@ HTREEITEM InsertWorkspace(const TreePane& pane) {
   insert.item.pszText = text.data();
   insert.item.lParam = static_cast<LPARAM>(kWorkspaceItem);
   insert.item.iImage = insert.item.iSelectedImage = kIconWorkspace;
-  return TreeView_InsertItem(pane.window, &insert);
+  TreeView_InsertItem(pane.window, &insert);
 }
 
 BranchFill* FillOf(TreePane& pane, uint32_t parent) {
@@ -288,10 +288,12 @@ void RenameRoot(TreePane& pane) {
 }
 
 void ClearTree(TreePane& pane) {
-  SetRedraw(pane, false);
-  TreeView_DeleteAllItems(pane.window);
-  SetRedraw(pane, true);
-  pane.workspace = nullptr;
+  const HTREEITEM root = pane.handles.empty() ? nullptr : pane.handles[0];
+  if (root != nullptr) {
+    SetRedraw(pane, false);
+    TreeView_DeleteItem(pane.window, root);
+    SetRedraw(pane, true);
+  }
   pane.guests = nullptr;
   pane.hive = nullptr;
   pane.tree = nullptr;
@@ -301,15 +303,16 @@ void ClearTree(TreePane& pane) {
   pane.expand_next = pane.expand_end = 0;
 }
 
-void ShowTree(TreePane& pane, const HiveImage& hive, const KeyTree& tree) {
+void ShowTree(TreePane& pane, const HiveImage& hive, const KeyTree& tree, HTREEITEM after) {
   ClearTree(pane);
   pane.hive = &hive;
   pane.tree = &tree;
   pane.handles.assign(tree.items.size(), nullptr);
   if (tree.items.empty()) return;
-  const HTREEITEM root = InsertItem(pane, 0, TVI_ROOT, TVI_FIRST, 0);
+  const bool first = TreeView_GetRoot(pane.window) == nullptr;
+  const HTREEITEM root = InsertItem(pane, 0, TVI_ROOT, first ? TVI_FIRST : after, 0);
   TreeView_Expand(pane.window, root, TVE_EXPAND);
-  pane.workspace = InsertWorkspace(pane);
+  if (first) InsertWorkspace(pane);
 }
 
 void InsertFolder(TreePane& pane, HTREEITEM after, std::wstring text) {
@@ -321,8 +324,14 @@ void InsertFolder(TreePane& pane, HTREEITEM after, std::wstring text) {
   insert.item.lParam = pane.side;
   insert.item.cChildren = 1;
   insert.item.iImage = insert.item.iSelectedImage =
-      pane.side == kFreedSide ? kIconFreedFolder : kIconRemovedFolder;
+      (pane.side & kFreedSide) != 0 ? kIconFreedFolder : kIconRemovedFolder;
   pane.handles.assign(1, TreeView_InsertItem(pane.window, &insert));
+}
+
+void RemoveFolder(TreePane& pane) {
+  const HTREEITEM folder = pane.handles.empty() ? nullptr : pane.handles[0];
+  if (folder != nullptr) TreeView_DeleteItem(pane.window, folder);
+  pane = TreePane();
 }
 
 void BindFolder(TreePane& pane, const RemovedState& removed, std::wstring text) {
@@ -360,7 +369,18 @@ uint32_t SelectedItem(const TreePane& pane) {
 }
 
 bool IsWorkspaceSelected(const TreePane& pane) {
-  return pane.workspace != nullptr && TreeView_GetSelection(pane.window) == pane.workspace;
+  const HTREEITEM selected = TreeView_GetSelection(pane.window);
+  return selected != nullptr && IsWorkspaceParam(ParamOfItem(pane.window, selected));
+}
+
+bool IsWorkspaceParam(LPARAM param) { return param == static_cast<LPARAM>(kWorkspaceItem); }
+
+LPARAM ParamOfItem(HWND control, HTREEITEM handle) {
+  TVITEMW item{};
+  item.mask = TVIF_PARAM;
+  item.hItem = handle;
+  const bool known = handle != nullptr && TreeView_GetItem(control, &item) != FALSE;
+  return known ? item.lParam : static_cast<LPARAM>(kWorkspaceItem);
 }
 
 void RemoveItem(TreePane& pane, uint32_t item) {

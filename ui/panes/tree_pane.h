@@ -27,13 +27,21 @@ struct BranchFill {
   size_t guest_end = 0;
 };
 
-// After the hive's root is the folder "Workspace", which is no item of the key tree.
+// After the roots of all hives is the folder "Workspace", which is no item of a key tree.
 inline constexpr const wchar_t* kWorkspaceTitle = L"Workspace";
 
 // In the lParam of items below the folder "Removed by the logs", which are those of another tree.
 inline constexpr LPARAM kRemovedSide = LPARAM{1} << 32;
 // Of those that were deleted.
 inline constexpr LPARAM kFreedSide = LPARAM{1} << 33;
+// And which of the hives in the control it is.
+inline constexpr int kHiveShift = 40;
+inline constexpr LPARAM SideOfHive(uint32_t number) {
+  return static_cast<LPARAM>(number) << kHiveShift;
+}
+inline constexpr uint32_t HiveOfSide(LPARAM param) {
+  return static_cast<uint32_t>(param >> kHiveShift);
+}
 
 struct TreePane {
   HWND window = nullptr;
@@ -42,7 +50,6 @@ struct TreePane {
   const FreedTree* freed = nullptr;       // of the tree of what was deleted
   TreePane* guests = nullptr;  // the pane of such a tree, whose branches are among this one's items
   HFONT struck = nullptr;      // of deleted keys
-  HTREEITEM workspace = nullptr;
   const HiveImage* hive = nullptr;
   const KeyTree* tree = nullptr;
   std::vector<HTREEITEM> handles;  // by item; null while it is not in the control
@@ -57,12 +64,16 @@ struct TreePane {
 
 // The parent places it; null when it can't be had.
 HWND MakeTreePane(HWND parent, int identifier);
-// Empties the pane, then shows `tree` with its root expanded. The pane keeps both references.
-void ShowTree(TreePane& pane, const HiveImage& hive, const KeyTree& tree);
+// Takes out what the pane has in the control, then shows `tree` with its root, expanded, after the
+// item `after` (or TVI_FIRST). The folder "Workspace" comes with the first one. The pane keeps both
+// references.
+void ShowTree(TreePane& pane, const HiveImage& hive, const KeyTree& tree, HTREEITEM after);
 void ClearTree(TreePane& pane);
 // A tree of its own in a control that another one fills: its folder, after an item, stands for the
 // root; what is in it is known later. The pane keeps the reference.
 void InsertFolder(TreePane& pane, HTREEITEM after, std::wstring text);
+// Takes the folder out, with what is in it; the pane is as one that was never used.
+void RemoveFolder(TreePane& pane);
 void BindFolder(TreePane& pane, const RemovedState& removed, std::wstring text);
 // Binds `guests` to what was deleted, and hangs its branches among the items of `host`, in the same
 // control: in slices where a branch is open. A folder that was inserted before is item 0. The panes
@@ -80,6 +91,9 @@ void RenameRoot(TreePane& pane);
 // The selected item of the key tree, kNoItem for none and for the Workspace.
 uint32_t SelectedItem(const TreePane& pane);
 bool IsWorkspaceSelected(const TreePane& pane);
+bool IsWorkspaceParam(LPARAM param);
+// The lParam of an item of the control; that of the Workspace for none.
+LPARAM ParamOfItem(HWND control, HTREEITEM item);
 // Opens the branches that lead to `item` and selects it, be they filled so far or not.
 void SelectItem(TreePane& pane, uint32_t item);
 uint32_t ItemOfHandle(const TreePane& pane, HTREEITEM handle);

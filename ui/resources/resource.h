@@ -65,6 +65,7 @@
 #define kOptionsDefaults 617
 #define kOptionsHelp 618
 #define kOptionCodePage 619
+#define kOptionWindowForEach 620
 #define kBookmarkAll 631
 #define kBookmarkMachine 632
 #define kBookmarkUser 633

@@ -21,7 +21,7 @@ namespace {
 void Beep() { CurrentHost().beep(CurrentHost().context); }
 
 SecurityListOptions OptionsNow(const MainWindow& window) {
-  return {TheSettings().options.resolve_sids, window.hive.sid_replacement};
+  return {TheSettings().options.resolve_sids, window.shown->sid_replacement};
 }
 
 // What a worker goes through; all of it stays as it is while the worker runs.
@@ -42,7 +42,7 @@ void TellReplacement(const SidReplacement& replacement, OutputList& list) {
 }
 
 void StartWalk(MainWindow& window, OutputListPtr list, uint32_t item, FillFromHive fill) {
-  SecurityWalk walk{ShownHive(window), *window.hive.tree, item, OptionsNow(window)};
+  SecurityWalk walk{ShownHive(window), *window.shown->tree, item, OptionsNow(window)};
   TellReplacement(walk.options.replace, *list);
   FillListWindow(
       window, std::move(list),
@@ -52,7 +52,7 @@ void StartWalk(MainWindow& window, OutputListPtr list, uint32_t item, FillFromHi
 using WalkKeys = void (*)(const HiveImage&, const KeyTree&, uint32_t, const SecurityListOptions&,
                           OutputList&);
 void StartKeyWalk(MainWindow& window, int kind, WalkKeys walk_keys) {
-  StartWalk(window, MakeOutputList(kind), SelectedItem(window.tree),
+  StartWalk(window, MakeOutputList(kind), SelectedItem(window.shown->pane),
             [walk_keys](const SecurityWalk& walk, OutputList& list) {
               walk_keys(walk.hive, walk.tree, walk.item, walk.options, list);
             });
@@ -86,19 +86,19 @@ void FindKeysOfSid(MainWindow& window, SecurityMode mode, const std::string& sid
 
 std::string OwnerOfRecord(const MainWindow& window, uint32_t record) {
   SecurityRecordInfo info;
-  ReadSecurityRecord(ImageBytes(ShownHive(window)), record, info, &window.hive.sid_replacement);
+  ReadSecurityRecord(ImageBytes(ShownHive(window)), record, info, &window.shown->sid_replacement);
   return info.owner_text;
 }
 
 uint32_t RecordOfSelection(const MainWindow& window) {
-  const uint32_t key = window.hive.tree->items[SelectedItem(window.tree)].position;
+  const uint32_t key = window.shown->tree->items[SelectedItem(window.shown->pane)].position;
   return SecurityOfKey(ShownHive(window), key);
 }
 
 // Rows of a list outlive the hive that they speak of.
 SecurityRow FocusedRecord(const ListPlace& place) {
   const int focused = FocusedRow(place);
-  if (focused < 0 || place.owner->hive.slot < 0) return {};
+  if (focused < 0 || place.owner->shown->slot < 0) return {};
   return ReadSecurityRow(ShownHive(*place.owner), *place.model,
                          ModelRow(place, static_cast<uint32_t>(focused)));
 }
@@ -147,10 +147,10 @@ void OnListLocalGroups(MainWindow& window) {
 
 void OnFindKeysWithPermissions(MainWindow& window) {
   PermissionRequest& request = LastRequest();
-  request.hive_offered = window.hive.slot >= 0;
+  request.hive_offered = window.shown->slot >= 0;
   if (!AskPermissions(window.handle, request)) return;
   if (request.live) return FindInRegistry(window, request);
-  const uint32_t item = SelectedItem(window.tree);
+  const uint32_t item = SelectedItem(window.shown->pane);
   SecurityQuery query;
   query.mode = SecurityMode::kPermissions;
   query.permissions = request.query;
@@ -158,7 +158,7 @@ void OnFindKeysWithPermissions(MainWindow& window) {
 }
 
 void OnReplaceSid(MainWindow& window) {
-  AskReplacement(window.handle, window.hive.sid_replacement);
+  AskReplacement(window.handle, window.shown->sid_replacement);
 }
 
 void OnSecurityRecord(MainWindow& window) { OpenSecurityWindow(window, RecordOfSelection(window)); }

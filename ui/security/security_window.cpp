@@ -50,6 +50,7 @@ struct SecurityWindow {
   MainWindow* owner = nullptr;
   HWND dialog = nullptr;
   HFONT font = nullptr;
+  uint32_t hive = 0;                      // whose record it is
   uint32_t record = 0;                    // image position
   std::shared_ptr<AccountLookup> lookup;  // of names on their way
 };
@@ -143,6 +144,8 @@ void MoveToPlace(const SecurityWindow& window) {
 // --- the record ----------------------------------------------------------------------------------
 
 bool FillText(const SecurityWindow& window, AccountNames& names) {
+  const HiveTurn hive_turn(*window.owner, window.hive);
+  if (window.owner->shown->slot < 0) return false;
   const HiveImage& hive = ShownHive(*window.owner);
   const ReportTurn turn;
   SecurityRecordInfo info;
@@ -166,7 +169,7 @@ bool ShowRecord(SecurityWindow& window) {
 
 // Names make no further lines, so the text stays where it was scrolled to.
 void ShowNames(SecurityWindow& window) {
-  if (window.lookup == nullptr || !window.lookup->done || window.owner->hive.slot < 0) return;
+  if (window.lookup == nullptr || !window.lookup->done) return;
   const std::shared_ptr<AccountLookup> lookup = std::move(window.lookup);
   const HWND text = GetDlgItem(window.dialog, kSecurityText);
   const LRESULT line = SendMessageW(text, EM_GETFIRSTVISIBLELINE, 0, 0);
@@ -287,7 +290,7 @@ void Show(const SecurityWindow& window) {
 }  // namespace
 
 HWND OpenSecurityWindow(MainWindow& window, uint32_t record) {
-  if (window.hive.slot < 0 || TheLongOperation().running != 0) return nullptr;
+  if (window.shown->slot < 0 || TheLongOperation().running != 0) return nullptr;
   auto& slots = TheSecurityWindows().slots;
   const auto slot = std::find(slots.begin(), slots.end(), nullptr);
   if (slot == slots.end()) {
@@ -296,6 +299,7 @@ HWND OpenSecurityWindow(MainWindow& window, uint32_t record) {
   }
   SecurityWindow* made = MakeWindow(window, *slot);
   if (made == nullptr) return nullptr;
+  made->hive = window.shown->number;
   made->record = record;
   const HWND dialog = made->dialog;
   if (ShowRecord(*made)) {
