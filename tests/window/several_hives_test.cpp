@@ -1,11 +1,14 @@
 // Several hives open in one window, each a root of the tree.
 #include "app/settings.h"
 #include "hive/hive_table.h"
+#include "lists/list_writers.h"
+#include "tests/window/dialog_fixture.h"
 #include "tests/window/list_fixture.h"
 #include "ui/commands/misc_commands.h"
 #include "ui/frame/text.h"
 #include "ui/lists/list_menu.h"
 #include "ui/main/status.h"
+#include "ui/resources/resource.h"
 #include "view/list_commands.h"
 
 namespace hivequarry::testing {
@@ -167,6 +170,37 @@ TEST_F(SeveralHivesTest, DeletedKeysAreBelowTheirOwnParents) {
   for (const size_t index : {0U, 1U}) {
     EXPECT_EQ(ChildTexts(TreeView_GetChild(Tree(), Hive(index).pane.handles[0])), Texts{"Inner"});
   }
+}
+
+TEST_F(SeveralHivesTest, TheWorkspaceIsSearchedAndToldTogether) {
+  InNextDialog([](HWND dialog) {
+    Type(dialog, kSearchText, L"Inner");
+    Click(dialog, IDOK);
+  });
+  Run(kCommandSearchWorkspace);
+  ASSERT_TRUE(PumpUntil([&] { return !window_->work.thread.joinable(); }));
+  ListPlace* const found = FindListPlace(FindWindowW(L"HivequarryList", nullptr));
+  ASSERT_NE(found, nullptr);
+  ASSERT_EQ(ShownRowCount(*found), 2U);
+  for (const int row : {1, 0}) {
+    FocusRow(*found, row, false);
+    RunList(*found, kCommandGoToTree);
+    WaitForRows();
+    EXPECT_TRUE(Shows(row == 0 ? first_ : second_)) << TextOf(handle_);
+    EXPECT_TRUE(TextOf(window_->controls.path).ends_with(row == 0 ? "One\\Inner" : "Two\\Inner"));
+  }
+  const std::vector<std::string> head = HeadLinesOf(*found->model);
+  for (const TempFile* file : {&first_, &second_}) {
+    EXPECT_TRUE(std::ranges::any_of(head, [&](const std::string& line) {
+      return line.ends_with(file->name());
+    })) << file->name();
+  }
+  DestroyWindow(found->window);
+  Run(kCommandMachine);
+  ASSERT_TRUE(PumpUntil([&] { return !window_->work.thread.joinable(); }));
+  ListPlace* const machine = FindListPlace(FindWindowW(L"HivequarryList", nullptr));
+  ASSERT_NE(machine, nullptr);
+  EXPECT_EQ(machine->hives.size(), 2U);
 }
 
 TEST_F(SeveralHivesTest, FilesThatAreNamedDuringALoadFollow) {

@@ -134,6 +134,13 @@ void OnExportFolder(MainWindow& window) { StartBranch(window, SelectedItem(windo
 
 void OnListExport(ListPlace& place) {
   std::vector<uint32_t> rows = SelectedRows(place);
+  const uint32_t hive = HiveInFocus(place);
+  const size_t others =
+      std::erase_if(rows, [&](uint32_t row) { return HiveOfRow(place, row) != hive; });
+  if (others != 0) {
+    ShowMessage("Rows of other hives than that of the row in focus are left out.", kProgramName,
+                Icon::kInformation);
+  }
   if (rows.empty()) rows.push_back(ModelRow(place, static_cast<uint32_t>(FocusedRow(place))));
   std::vector<uint32_t> positions;
   for (const uint32_t row : rows) {

@@ -2,8 +2,11 @@
 
 #include <memory>
 #include <utility>
+#include <vector>
 
 #include "app/list_words.h"
+#include "hive/hive_table.h"
+#include "host/files.h"
 #include "host/host.h"
 #include "host/long_operation.h"
 #include "reports/check_list.h"
@@ -12,6 +15,7 @@
 #include "reports/hive_lists.h"
 #include "reports/log_lists.h"
 #include "reports/machine_report.h"
+#include "ui/frame/text.h"
 #include "ui/lists/list_window.h"
 #include "ui/lists/list_work.h"
 #include "ui/main/main_window.h"
@@ -115,11 +119,47 @@ void OnListFreedValues(MainWindow& window) {
   });
 }
 
+namespace {
+
+// What all hives that are open say together.
+struct OverviewJob {
+  std::vector<const WindowHive*> hives;
+  MachineOverview overview = BeginOverview();
+  std::vector<RowsOfHive> rows;
+};
+
+void MakeOverview(OverviewJob& job) {
+  for (const WindowHive* hive : job.hives) {
+    if (StopRequested()) return;
+    const HiveImage& image = HiveOfSlot(hive->slot);
+    job.rows.push_back({RowCount(*job.overview.list), hive->number});
+    AddToOverview(job.overview, {&image, hive->tree.get()}, std::string(BaseName(image.file_name)));
+  }
+  if (!StopRequested()) EndOverview(job.overview);
+}
+
+void ShowOverview(MainWindow& window, OverviewJob& job) {
+  GiveHeadOfAll(window, *job.overview.list);
+  ListPlace* const place = OpenListWindow(window, std::move(job.overview.list));
+  if (place != nullptr) place->hives = std::move(job.rows);
+}
+
+}  // namespace
+
 void OnMachine(MainWindow& window) {
-  StartList(window, [&hive = ShownHive(window), &tree = *window.shown->tree] {
-    const MachineHive shown = {&hive, &tree};
-    return ListMachine(std::span(&shown, 1));
-  });
+  if (LoadedHives(window) < 2) {
+    return StartList(window, [&hive = ShownHive(window), &tree = *window.shown->tree] {
+      const MachineHive shown = {&hive, &tree};
+      return ListMachine(std::span(&shown, 1));
+    });
+  }
+  const auto job = std::make_shared<OverviewJob>();
+  for (const auto& hive : window.hives) {
+    if (hive->slot >= 0) job->hives.push_back(hive.get());
+  }
+  StartWork(
+      window, kOperationList, [job] { MakeOverview(*job); },
+      [&window, job] { ShowOverview(window, *job); });
 }
 
 void OnCheckStructure(MainWindow& window) {

@@ -3,8 +3,10 @@
 #include <memory>
 #include <mutex>
 #include <utility>
+#include <vector>
 
 #include "app/settings.h"
+#include "hive/hive_table.h"
 #include "host/host.h"
 #include "host/long_operation.h"
 #include "live/live_lists.h"
@@ -51,29 +53,60 @@ void NoteAsked(ListPlace* place, uint32_t item, const std::string& words) {
   if (!words.empty()) place->asked.push_back("Asked: " + words);
 }
 
+struct SearchedHive {
+  const HiveImage& image;
+  const KeyTree& tree;
+  uint32_t number;
+};
+
+// Written by the worker, but for what it begins with.
 struct HiveSearch {
   SearchPattern pattern;
+  std::vector<SearchedHive> hives;
+  uint32_t item = 0;  // the branch, of one hive
   ListPlace* place = nullptr;
   bool whole = true;
+  std::vector<RowsOfHive> rows;
 };
+
+void RunSearch(HiveSearch& search, OutputList& list) {
+  for (const SearchedHive& hive : search.hives) {
+    if (StopRequested()) return;
+    search.rows.push_back({RowCount(list), hive.number});
+    search.whole =
+        SearchBranch(hive.image, hive.tree, search.item, search.pattern, list) && search.whole;
+    if (!search.pattern.settings.freed || StopRequested()) continue;
+    FreedSource from(hive.image, hive.tree);
+    SearchFreed(from, search.item, search.pattern, list);
+  }
+}
+
+void EndSearch(HiveSearch& search) {
+  if (search.hives.size() > 1) search.place->hives = std::move(search.rows);
+  if (!search.whole) ShowPlaceStatus(*search.place, kTooDeep);
+}
+
+void StartSearch(MainWindow& window, const std::shared_ptr<HiveSearch>& search) {
+  OutputListPtr found = MakeSearchList(TheSettings().options.file_offsets);
+  if (search->pattern.settings.freed) AddPlaceColumn(*found);
+  const bool several = search->hives.size() > 1;
+  if (several) GiveHeadOfAll(window, *found);
+  search->place = FillListWindow(
+      window, std::move(found), [search](OutputList& list) { RunSearch(*search, list); },
+      [search] { EndSearch(*search); });
+  if (search->place == nullptr) return;
+  if (several) search->place->hive = kOfNoHive;
+  const std::string words = SearchWords(search->pattern.settings);
+  if (!several) return NoteAsked(search->place, search->item, words);
+  if (!words.empty()) search->place->asked.push_back("Asked: " + words);
+}
 
 void SearchFrom(MainWindow& window, uint32_t item) {
   const auto search = std::make_shared<HiveSearch>();
   if (!AskPattern(window, SearchPlace::kHive, search->pattern)) return;
-  OutputListPtr found = MakeSearchList(TheSettings().options.file_offsets);
-  if (search->pattern.settings.freed) AddPlaceColumn(*found);
-  search->place = FillListWindow(
-      window, std::move(found),
-      [&hive = ShownHive(window), &tree = *window.shown->tree, item, search](OutputList& list) {
-        search->whole = SearchBranch(hive, tree, item, search->pattern, list);
-        if (!search->pattern.settings.freed || StopRequested()) return;
-        FreedSource from(hive, tree);
-        SearchFreed(from, item, search->pattern, list);
-      },
-      [search] {
-        if (!search->whole) ShowPlaceStatus(*search->place, kTooDeep);
-      });
-  NoteAsked(search->place, item, SearchWords(search->pattern.settings));
+  search->item = item;
+  search->hives.push_back({ShownHive(window), *window.shown->tree, window.shown->number});
+  StartSearch(window, search);
 }
 
 bool Fill(ListPlace& place, std::function<void(OutputList& list)> fill,
@@ -110,8 +143,17 @@ void RefillListWindow(ListPlace& place, std::function<void(OutputList& list)> fi
 
 void OnSearchBranch(MainWindow& window) { SearchFrom(window, SelectedItem(window.shown->pane)); }
 
-// The window shows one hive, whose root is the first item.
-void OnSearchWorkspace(MainWindow& window) { SearchFrom(window, 0); }
+// All that is open.
+void OnSearchWorkspace(MainWindow& window) {
+  if (LoadedHives(window) < 2) return SearchFrom(window, 0);
+  const auto search = std::make_shared<HiveSearch>();
+  if (!AskPattern(window, SearchPlace::kHive, search->pattern)) return;
+  for (const auto& hive : window.hives) {
+    if (hive->slot < 0) continue;
+    search->hives.push_back({HiveOfSlot(hive->slot), *hive->tree, hive->number});
+  }
+  StartSearch(window, search);
+}
 
 void OnSearchRegistry(MainWindow& window) {
   const auto pattern = std::make_shared<SearchPattern>();

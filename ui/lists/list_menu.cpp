@@ -141,18 +141,18 @@ POINT FocusPoint(const ListPlace& place) {
 
 bool IsListCommandAvailable(const ListPlace& place, uint32_t number) {
   const ListCommand* command = FindListCommand(number);
-  const HiveTurn turn(*place.owner, place.hive);
+  const HiveTurn turn(*place.owner, HiveInFocus(place));
   return command != nullptr && IsAvailable(*command, place);
 }
 
 void RunListCommand(ListPlace& place, uint32_t number) {
   const ListCommand* command = FindListCommand(number);
-  const HiveTurn turn(*place.owner, place.hive);
+  const HiveTurn turn(*place.owner, HiveInFocus(place));
   if (command != nullptr && IsAvailable(*command, place)) ListHandlerOf(command->number)(place);
 }
 
 HMENU MakeListMenu(const ListPlace& place) {
-  const HiveTurn turn(*place.owner, place.hive);
+  const HiveTurn turn(*place.owner, HiveInFocus(place));
   const ListFacts facts = FactsOfPlace(place, true);
   MenuBuilder builder{CreatePopupMenu(), {}};
   for (const ListCommand& command : ListCommands()) {

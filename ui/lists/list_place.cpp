@@ -173,6 +173,21 @@ bool IsOfOpenHive(const ListPlace& place) {
   return hive.slot >= 0 && head != nullptr && head == hive.hashing.head;
 }
 
+uint32_t HiveOfRow(const ListPlace& place, uint32_t row) {
+  uint32_t hive = place.hive;
+  for (const RowsOfHive& rows : place.hives) {
+    if (rows.first > row) break;
+    hive = rows.hive;
+  }
+  return hive;
+}
+
+uint32_t HiveInFocus(const ListPlace& place) {
+  const int focused = place.hives.empty() ? -1 : FocusedRow(place);
+  return focused < 0 ? place.hive
+                     : HiveOfRow(place, ModelRow(place, static_cast<uint32_t>(focused)));
+}
+
 HWND MakeListControl(ListPlace& place, int identifier) {
   place.list = MakeVirtualList(place.window, identifier, {}, DpiOfPlace(place));
   if (place.list == nullptr) return nullptr;
@@ -199,6 +214,7 @@ void ShowList(ListPlace& place, OutputListPtr list, const std::vector<int>& widt
   ForgetFilter(place);
   place.model = std::move(list);
   place.hive = place.owner->shown->slot < 0 ? kAnyHive : place.owner->shown->number;
+  place.hives.clear();
   place.again = nullptr;
   place.asked.clear();
   place.loaded = false;

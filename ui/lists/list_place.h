@@ -30,16 +30,24 @@ struct RowFile {
   uint32_t key = kNoOffset;  // of the part: a key to go to
 };
 
+// Of a list of several hives: where the rows of one begin in the model.
+struct RowsOfHive {
+  uint32_t first = 0;
+  uint32_t hive = kAnyHive;  // its number in the main window
+};
+
 struct ListPlace {
   MainWindow* owner = nullptr;
-  uint32_t hive = kAnyHive;  // that it was made of; any where there was none
-  bool pane = false;         // the main window's own list
-  HWND window = nullptr;     // takes the commands of the list: its window, or the main window
-  HWND list = nullptr;       // the control
-  HWND status = nullptr;     // status bar of a list window; null: the main window's is used
-  OutputListPtr model;       // never null once the control is made
-  RowsShown rows;            // which of the model's, and in which order
-  int sorted_column = -1;    // by a click; -1: none
+  uint32_t hive = kAnyHive;  // that it was made of; any where there was none, none while several
+                             // of them still give rows
+  std::vector<RowsOfHive> hives;  // ascending; empty for a list of one hive
+  bool pane = false;              // the main window's own list
+  HWND window = nullptr;          // takes the commands of the list: its window, or the main window
+  HWND list = nullptr;            // the control
+  HWND status = nullptr;          // status bar of a list window; null: the main window's is used
+  OutputListPtr model;            // never null once the control is made
+  RowsShown rows;                 // which of the model's, and in which order
+  int sorted_column = -1;         // by a click; -1: none
   std::vector<SortRequest> sort_keys;  // columns of the order, the first one foremost
   bool loaded = false;                 // from a file: rows lead to keys by their paths
   std::array<bool, kMaxColumns> descending{};
@@ -68,6 +76,9 @@ HWND MakeListPane(MainWindow& window, int identifier);
 HWND MakeListControl(ListPlace& place, int identifier);
 // True when the list was made of the hive that is open under its number, as it is by now.
 bool IsOfOpenHive(const ListPlace& place);
+// The number of the hive that a row of the model is of, and of the row in focus.
+uint32_t HiveOfRow(const ListPlace& place, uint32_t row);
+uint32_t HiveInFocus(const ListPlace& place);
 // The resolution of the place's window.
 uint32_t DpiOfPlace(const ListPlace& place);
 

@@ -229,6 +229,18 @@ void GiveHead(const MainWindow& window, OutputList& list) {
   SetListHead(list, window.shown->hashing.head);
 }
 
+void GiveHeadOfAll(const MainWindow& window, OutputList& list) {
+  auto head = std::make_shared<ListHead>();
+  std::vector<std::string> lines;
+  for (const auto& hive : window.hives) {
+    if (hive->slot < 0) continue;
+    const std::vector<std::string> of = LinesOf(*hive->hashing.head);
+    lines.insert(lines.end(), of.begin(), of.end());
+  }
+  SetLines(*head, std::move(lines));
+  SetListHead(list, std::move(head));
+}
+
 ListPlace* OpenListWindow(MainWindow& window, OutputListPtr list) {
   ListWindow* made = MakeListWindow(window);
   if (made == nullptr) {

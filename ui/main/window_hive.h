@@ -51,6 +51,7 @@ struct WindowHive {
 
 // For windows that are about no hive: it leads to the one that is viewed.
 inline constexpr uint32_t kAnyHive = UINT32_MAX;
+inline constexpr uint32_t kOfNoHive = UINT32_MAX - 1;  // it leads nowhere
 
 // A record for one more hive, after the others in the tree; with nothing loaded yet. It goes with
 // DropHive.
