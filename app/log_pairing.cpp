@@ -124,4 +124,10 @@ PairedLogs PairLogs(const std::vector<std::string>& hives, const std::vector<std
   return paired;
 }
 
+LogChoice LogsOfHive(const PairedLogs& paired, const std::string& hive, const LogChoice& choice) {
+  const auto found = paired.of_hive.find(hive);
+  if (found == paired.of_hive.end()) return choice;
+  return {LogMode::kChosen, found->second, choice.bounded, choice.until};
+}
+
 }  // namespace hivequarry

@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "replay/replay_plan.h"
+
 namespace hivequarry {
 
 struct PairedLogs {
@@ -18,5 +20,7 @@ struct PairedLogs {
 // and which goes on where the hive ends. What fits two hives, or a third log for one, belongs to
 // none. Ends early when the user stops.
 PairedLogs PairLogs(const std::vector<std::string>& hives, const std::vector<std::string>& logs);
+// With which logs a hive is to be opened: those paired with it, else as `choice` has it.
+LogChoice LogsOfHive(const PairedLogs& paired, const std::string& hive, const LogChoice& choice);
 
 }  // namespace hivequarry

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "app/log_pairing.h"
 #include "cases/repair.h"
 #include "cli/console_host.h"
 #include "cli/print_list.h"
@@ -78,6 +79,7 @@ struct ConsoleRequest {
   std::string root_path;
   LogChoice logs;
   bool logs_given = false;  // the user chose them
+  PairedLogs paired;        // else: of the hives of folders whose logs their names do not tell
   bool strict = false;
   bool hash = false;                // "info --hash"
   bool structure = false;           // "info --check"

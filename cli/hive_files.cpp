@@ -13,6 +13,16 @@ int TellUnread(const std::vector<UnreadPlace>& unread, int status) {
   return well && !unread.empty() ? kExitFailed : status;
 }
 
+void AddHivesOfFolder(const std::string& folder, HivesOfFolder& all) {
+  const HivesOfFolder found = FindHivesOfFolder(folder);
+  const auto add = [](const auto& from, auto& to) {
+    to.insert(to.end(), from.begin(), from.end());
+  };
+  add(found.hives, all.hives);
+  add(found.logs, all.logs);
+  add(found.unread, all.unread);
+}
+
 void AddNamesOfInput(std::vector<std::string>& files) {
   for (std::string line; std::getline(std::cin, line);) {
     if (!line.empty()) files.push_back(line);

@@ -8,7 +8,6 @@
 #include <filesystem>
 #include <functional>
 
-#include "app/log_pairing.h"
 #include "app/opening_words.h"
 #include "app/shortfall_words.h"
 #include "bytes/sha256.h"
@@ -141,8 +140,7 @@ void AddFileRow(Machine& machine, const SourceFile& source, const OpenedHive& op
 bool OpenOne(Machine& machine, const SourceFile& source, OpenedHive& opened) {
   FileToOpen file = FileOf(machine.request, source.name);
   file.named = true;
-  const auto logs = machine.logs.of_hive.find(source.name);
-  if (logs != machine.logs.of_hive.end()) file.logs = {LogMode::kChosen, logs->second, false, 0};
+  file.logs = LogsOfHive(machine.logs, source.name, file.logs);
   ResetHiveTable();
   if (OpenWithTree(file, opened) != kExitDone) {
     AddProblem(machine, source.label, "can't be opened");
@@ -242,8 +240,7 @@ void ReadSources(Machine& machine) {
     if (source.sha256.empty()) AddProblem(machine, source.label, "can't be read whole");
     machine.sources.push_back(std::move(source));
   };
-  if (machine.request.logs.mode == LogMode::kAuto) machine.logs = PairLogs(found.hives, found.logs);
-  for (const std::string& words : machine.logs.told) Complain(words);
+  machine.logs = PairAndTell(machine.request, found.hives, found.logs);
   for (const std::string& name : found.hives) add(name, false);
   for (const std::string& name : found.logs) add(name, true);
   std::ranges::sort(machine.sources, {}, &SourceFile::label);

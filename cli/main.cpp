@@ -15,7 +15,6 @@
 #include <sys/time.h>
 #endif
 
-#include "app/log_pairing.h"
 #include "cli/commands.h"
 #include "cli/many_files.h"
 #include "cli/opened_hive.h"
@@ -538,11 +537,9 @@ int RunForMany(const ManyFiles& many, ManyRuns runs, const std::string& name,
   if (name == "carve") printing.file.clear();  // a folder, of each of them
   if (name != "carve") runs.arguments = WithoutOutput(runs.arguments, runs.place);
   if (!LeadsElsewhere(runs.files) || !MayPrint(printing)) return kExitFailed;
-  if (!request.logs_given) {
-    PairedLogs paired = PairLogs(runs.files, runs.found_logs);
-    for (const std::string& words : paired.told) Complain(words);
-    runs.logs = std::move(paired.of_hive);
-  }
+  // A check judges the files before their logs, and an image has none.
+  const bool with_logs = name != "check" && name != "carve";
+  if (with_logs) runs.logs = PairAndTell(request, runs.files, runs.found_logs).of_hive;
   runs.jobs = many.jobs;
   runs.quiet = request.console.quiet;
   runs.progress = request.console.progress;
@@ -578,7 +575,7 @@ int Run(std::vector<std::string> arguments) {
   if (many.asked) {
     HivesOfFolder found = FilesOf(many);
     runs.files = std::move(found.hives);
-    if (!together) runs.found_logs = std::move(found.logs);
+    runs.found_logs = std::move(found.logs);
     unread = std::move(found.unread);
     runs.arguments = arguments = without;
     const auto place = arguments.begin() + static_cast<std::ptrdiff_t>(runs.place);
@@ -601,6 +598,7 @@ int Run(std::vector<std::string> arguments) {
   const std::string name = CommandName(app);
   BeginOperation(kOperationLoad);
   const bool each = many.asked && !together;
+  if (together) request.paired = PairAndTell(request, runs.files, runs.found_logs);
   const int run =
       each ? RunForMany(many, std::move(runs), name, request) : RunConsoleCommand(name, request);
   EndOperation();

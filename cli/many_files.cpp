@@ -59,15 +59,7 @@ HivesOfFolder FilesOf(const ManyFiles& many) {
       all.hives.push_back(name);
     }
   }
-  for (const std::string& folder : many.folders) {
-    const HivesOfFolder found = FindHivesOfFolder(folder);
-    const auto add = [](const auto& from, auto& to) {
-      to.insert(to.end(), from.begin(), from.end());
-    };
-    add(found.hives, all.hives);
-    add(found.logs, all.logs);
-    add(found.unread, all.unread);
-  }
+  for (const std::string& folder : many.folders) AddHivesOfFolder(folder, all);
   std::unordered_set<std::string> known;
   std::erase_if(all.hives,
                 [&known](const std::string& file) { return !known.insert(file).second; });

@@ -35,7 +35,7 @@ bool TellOfChosenLogs(const FileToOpen& file, const HiveImage& hive) {
 FileToOpen FileOf(const ConsoleRequest& request, const std::string& name) {
   FileToOpen file;
   file.name = name;
-  file.logs = request.logs;
+  file.logs = LogsOfHive(request.paired, name, request.logs);
   file.start_offset = request.start_offset;
   file.end_offset = request.end_offset;
   file.build.disconnected_values = false;
@@ -44,6 +44,14 @@ FileToOpen FileOf(const ConsoleRequest& request, const std::string& name) {
   file.build.on_cut = OfferOtherHive;
   file.build.show_stopped = false;
   return file;
+}
+
+PairedLogs PairAndTell(const ConsoleRequest& request, const std::vector<std::string>& hives,
+                       const std::vector<std::string>& logs) {
+  if (request.logs_given) return {};
+  PairedLogs paired = PairLogs(hives, logs);
+  for (const std::string& words : paired.told) Complain(words);
+  return paired;
 }
 
 int OpenImageOf(const FileToOpen& file, OpenedHive& opened) {

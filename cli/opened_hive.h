@@ -6,6 +6,7 @@
 #include <string_view>
 #include <vector>
 
+#include "app/log_pairing.h"
 #include "cli/commands.h"
 #include "hive/image.h"
 #include "hive/key_tree.h"
@@ -29,8 +30,13 @@ struct FileToOpen {
   BuildOptions build;
   bool named = false;  // what is said of the hive begins with its name
 };
-// As the request has it for its hive, without the values that no key names.
+// As the request has it for its hive, with the logs paired with it, without the values that no key
+// names.
 FileToOpen FileOf(const ConsoleRequest& request, const std::string& name);
+// The logs of folders paired with their hives by content, after a line about each; none where the
+// user chose the logs.
+PairedLogs PairAndTell(const ConsoleRequest& request, const std::vector<std::string>& hives,
+                       const std::vector<std::string>& logs);
 // Opens it, and builds its tree; together, and one after the other. kExitDone, or the status of a
 // failure; what the user must know of file, logs and moved bytes is said.
 int OpenWithTree(const FileToOpen& file, OpenedHive& opened);

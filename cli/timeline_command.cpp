@@ -19,10 +19,10 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// Of two names the second is a key where no file has it and the first is a file.
-std::vector<std::string> FilesOf(const ConsoleRequest& request, std::string& key,
-                                 std::vector<UnreadPlace>& unread) {
-  std::vector<std::string> files;
+// What is named, and what the folders have. A hive may be named with a key of it, which goes to
+// `key`.
+HivesOfFolder FilesOf(const ConsoleRequest& request, std::string& key) {
+  HivesOfFolder files;
   std::vector<std::string> named = request.timeline.files;
   std::error_code ignored;
   const bool second = named.size() == 2 && !fs::exists(FilePath(named[1]), ignored) &&
@@ -33,16 +33,12 @@ std::vector<std::string> FilesOf(const ConsoleRequest& request, std::string& key
   }
   for (const std::string& name : named) {
     if (name != "-") {
-      files.push_back(name);
+      files.hives.push_back(name);
     } else {
-      AddNamesOfInput(files);
+      AddNamesOfInput(files.hives);
     }
   }
-  for (const std::string& folder : request.timeline.folders) {
-    HivesOfFolder found = FindHivesOfFolder(folder);
-    files.insert(files.end(), found.hives.begin(), found.hives.end());
-    unread.insert(unread.end(), found.unread.begin(), found.unread.end());
-  }
+  for (const std::string& folder : request.timeline.folders) AddHivesOfFolder(folder, files);
   return files;
 }
 
@@ -134,7 +130,8 @@ TimelineForm FormOf(const ConsoleRequest& request) {
 
 }  // namespace
 
-int TimelineCommand(const ConsoleRequest& request) {
+int TimelineCommand(const ConsoleRequest& asked) {
+  ConsoleRequest request = asked;
   TimelineOptions options;
   TimelineLook look;
   options.freed = request.freed;
@@ -148,15 +145,16 @@ int TimelineCommand(const ConsoleRequest& request) {
     return kExitUsage;
   }
   std::string key = request.key;
-  std::vector<UnreadPlace> unread;
-  const std::vector<std::string> files = FilesOf(request, key, unread);
-  const int found = TellUnread(unread, kExitDone);
+  const HivesOfFolder all = FilesOf(request, key);
+  const std::vector<std::string>& files = all.hives;
+  const int found = TellUnread(all.unread, kExitDone);
   if (files.empty()) {
     Complain("No hives");
     return kExitUnreadable;
   }
   for (const std::string& file : files) KeepEvidence(file);
   if (!LeadsElsewhere(files) || !MayPrint(request.printing)) return kExitFailed;
+  request.paired = PairAndTell(request, files, all.logs);
   Timeline timeline;
   size_t failed = 0;
   for (const std::string& file : files) {

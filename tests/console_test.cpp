@@ -229,6 +229,48 @@ TEST_F(ConsoleTest, SeveralFilesAtOnce) {
   }
 }
 
+// A log that lost its name belongs to the hive that its content names, whatever works on a folder.
+TEST_F(ConsoleTest, LogsOfAFolderByTheirContent) {
+  const auto bytes_with = [](const char* key) {
+    HiveBuilder builder;
+    builder.FileName("\\Config\\HIVE");
+    builder.Key(key);
+    Bytes bytes = builder.Build().bytes;
+    SetNumbers(bytes, 10, 9);
+    return bytes;
+  };
+  const Bytes before = bytes_with("Goes");
+  std::filesystem::create_directories(Sibling("d"));
+  std::ofstream(Sibling("d/hive"), std::ios::binary) << AsText(before);
+  std::ofstream(Sibling("d/renamed"), std::ios::binary)
+      << AsText(NewLog(before, {EntryBetween(before, bytes_with("Comes"), 10)}));
+  const std::string told = "Logs of d/hive by their content: d/renamed";
+  const struct {
+    const char* arguments;
+    int status;  // of "--strict"
+    bool paired;
+    const char* output;  // in what is printed or said
+  } cases[] = {
+      {"tree -r d", 0, true, "Comes"},
+      {"timeline -r d", 0, true, "\\Comes,"},
+      {"timeline --logs none -r d", 0, false, "\\Goes,"},
+      {"report machine -r d", 0, true, ""},
+      {"report machine --files d/hive", 4, false, ""},
+      {"check -r d", 4, false, "before its logs"},
+      {"machine d -o out", 0, true, ""},
+      {"machine d -o none --logs none", 0, false, ""},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.arguments);
+    EXPECT_EQ(Run(std::string("--strict ") + c.arguments, "", ""), c.status);
+    const std::string errors = ContentOf(Sibling("errors"));
+    EXPECT_EQ(errors.find(told) != std::string::npos, c.paired) << errors;
+    EXPECT_NE((printed + errors).find(c.output), std::string::npos) << printed << errors;
+  }
+  EXPECT_NE(ContentOf(Sibling("out/timeline.jsonl")).find("Comes"), std::string::npos);
+  EXPECT_EQ(ContentOf(Sibling("none/timeline.jsonl")).find("Comes"), std::string::npos);
+}
+
 // True when each element that begins in the text ends in it, in order.
 bool IsWellFormed(const std::string& html) {
   std::vector<std::string> open;

@@ -70,9 +70,7 @@ void AddHiveRow(FolderReader& reader, const std::string& name, const HiveImage& 
 void ReadHive(FolderReader& reader, const std::string& name) {
   HiveTable& table = TheHiveTable();
   table.start_offset = table.end_offset = 0;
-  const auto logs = reader.logs.of_hive.find(name);
-  table.logs = LogChoice();
-  if (logs != reader.logs.of_hive.end()) table.logs = {LogMode::kChosen, logs->second, false, 0};
+  table.logs = LogsOfHive(reader.logs, name, LogChoice());
   const int slot = OpenHive(name);
   if (slot < 0) {
     if (!StopRequested()) AddFailed(reader, name);
