@@ -304,6 +304,11 @@ TEST(CheckTest, LayersCellsAndMarks) {
   EXPECT_EQ(Codes(CheckHive(hive.bytes), true), "M1 1 M2 1 M3 1");
 }
 
+// What loads and lists are measured with must be what systems write.
+TEST(CheckTest, TheGeneratedHiveIsSound) {
+  EXPECT_EQ(Codes(CheckHive(HiveOfKeys(3000)), true), "");
+}
+
 // Levels count from the root; of a branch that is too deep the topmost key is named.
 TEST(CheckTest, DeepTreesAndTheirPaths) {
   EXPECT_EQ(CodesOf(DeepHive(512)), "");

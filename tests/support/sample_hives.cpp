@@ -55,6 +55,10 @@ constexpr std::array<const char*, 12> kValueNames = {
     "Order",       "Size",    "Publisher",   "Timeout", "LastUsed", "State"};
 constexpr uint32_t kSecurities = 40;
 constexpr uint32_t kLongestFlatList = 1000;  // longer ones are split
+// In a key: bytes of what is the longest below it, names as UTF-16.
+constexpr uint32_t kLongestSubkeyName = 56;
+constexpr uint32_t kLongestValueName = 64;
+constexpr uint32_t kLongestValueData = 68;
 
 std::span<const uint8_t> TextBytes(std::string_view text) {
   return {reinterpret_cast<const uint8_t*>(text.data()), text.size()};
@@ -110,6 +114,8 @@ void MakeValues(Generator& make, uint32_t key) {
   const uint32_t count = kCounts[Below(make.random, kCounts.size())];
   if (count == 0) return;
   std::array<uint32_t, 3> values{};
+  uint32_t longest_name = 0;
+  uint32_t longest_data = 0;
   const uint32_t first_name = Below(make.random, kValueNames.size());
   for (uint32_t i = 0; i < count; ++i) {
     const bool unnamed = i == 0 && Below(make.random, 3) == 0;
@@ -118,12 +124,16 @@ void MakeValues(Generator& make, uint32_t key) {
     values[i] = AddValueCell(make.writer, TextBytes(name), unnamed ? 0 : 1, value.type,
                              static_cast<uint32_t>(value.data.size()));
     AddValueData(make.writer, values[i], value.data);
+    longest_name = std::max(longest_name, static_cast<uint32_t>(2 * name.size()));
+    longest_data = std::max(longest_data, static_cast<uint32_t>(value.data.size()));
   }
   const uint32_t list = AddCell(make.writer, 4 * count);
   Bytes& bytes = make.writer.bytes;
   for (uint32_t i = 0; i < count; ++i) PutU32(bytes, list + 4 + 4 * i, values[i] - kDataArea);
   PutU32(bytes, key + field::kKeyValues, count);
   PutU32(bytes, key + field::kKeyValueList, list - kDataArea);
+  PutU32(bytes, key + kLongestValueName, longest_name);
+  PutU32(bytes, key + kLongestValueData, longest_data);
 }
 
 // Subkeys of a branch whose own key is made already: names and how many keys each branch holds.
@@ -190,6 +200,10 @@ void MakeList(Generator& make, uint32_t key, std::vector<Task> children) {
   if (lists.empty()) lists.push_back(list);
   PutU32(make.writer.bytes, key + field::kKeySubkeys, count);
   PutU32(make.writer.bytes, key + field::kKeyList, list - kDataArea);
+  const size_t longest = std::ranges::max(children, {}, [](const Task& child) {
+                           return child.name.size();
+                         }).name.size();
+  PutU32(make.writer.bytes, key + kLongestSubkeyName, static_cast<uint32_t>(2 * longest));
   const uint32_t per_list = kind == List::kLh ? count : kLongestFlatList / 2;
   for (uint32_t i = count; i-- > 0;) {
     children[i].parent = key;
