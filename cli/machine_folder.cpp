@@ -310,7 +310,9 @@ bool WriteText(Machine& machine, const std::string& name, const std::string& tex
 
 HtmlBars BarsOf(const Timeline& timeline) {
   YearCounts events;
-  for (const TimelineEvent& event : timeline.events) CountYear(events, event.time);
+  for (const TimelineShelf& shelf : timeline.shelves) {
+    for (const TimelineEvent& event : shelf.events) CountYear(events, event.time);
+  }
   return BarsOf(events, "Events by year, as their times have it");
 }
 
@@ -438,8 +440,8 @@ int MachineFolderCommand(const ConsoleRequest& request) {
   if (!WriteAll(machine)) return kExitFailed;
   if (!request.console.quiet) {
     Complain(out + "/report.html: " + std::to_string(machine.sources.size()) + " files, " +
-             std::to_string(machine.timeline.events.size()) + " events, " +
-             std::to_string(problems) + " things that could not be read");
+             std::to_string(EventCount(machine.timeline)) + " events, " + std::to_string(problems) +
+             " things that could not be read");
   }
   return machine.status;
 }

@@ -45,7 +45,9 @@ const char* EventOf(Telling& telling, size_t column) {
   if (known == nullptr) {
     const std::string words =
         Concat({telling.kind.title, ": ", telling.kind.columns[column].title});
-    known = KeepText(telling.timeline, std::string_view(words.c_str(), words.size() + 1)).data();
+    known = KeepText(telling.timeline.shelves.front(),
+                     std::string_view(words.c_str(), words.size() + 1))
+                .data();
   }
   return known;
 }
@@ -93,10 +95,11 @@ void AddRow(Telling& telling, uint32_t row) {
     event.hive = static_cast<uint32_t>(telling.timeline.hives.size() - 1);
     event.state = StateOf(CellText(telling.list, row, tail + 1));
     event.event = EventOf(telling, column);
-    event.key = KeepText(telling.timeline, CellText(telling.list, row, tail + 2));
-    event.value = KeepText(telling.timeline, CellText(telling.list, row, tail + 3));
-    event.detail = KeepText(telling.timeline, detail);
-    telling.timeline.events.push_back(event);
+    TimelineShelf& shelf = ShelfOf(telling.timeline, time);
+    event.key = KeepText(shelf, CellText(telling.list, row, tail + 2));
+    event.value = KeepText(shelf, CellText(telling.list, row, tail + 3));
+    event.detail = KeepText(shelf, detail);
+    shelf.events.push_back(event);
   }
 }
 

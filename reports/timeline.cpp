@@ -21,7 +21,9 @@ namespace hivequarry {
 namespace {
 
 constexpr const char* kKeyWritten = "key written";
-constexpr size_t kBlock = 1 << 20;  // of texts
+constexpr size_t kBlock = size_t{1} << 18;  // of texts
+constexpr size_t kPerShelf = 8192;          // events, for which a processor's own memory has room
+constexpr size_t kMostShelves = 256;
 
 // The last component of a path.
 std::string_view LeafOfPath(std::string_view path) {
@@ -31,8 +33,14 @@ std::string_view LeafOfPath(std::string_view path) {
 
 // Keys whose values a system starts: the time belongs to one of these values, nobody knows which.
 bool IsRunKey(std::string_view path) {
-  const std::string_view leaf = LeafOfPath(path);
-  return EqualIgnoringCase(leaf, "Run") || EqualIgnoringCase(leaf, "RunOnce");
+  for (const std::string_view name : {"Run", "RunOnce"}) {
+    // Both are spelt in letters that nothing longer or shorter is equal to.
+    if (path.size() < name.size()) return false;
+    const size_t start = path.size() - name.size();
+    const bool leaf = start == 0 || path[start - 1] == '\\';
+    if (leaf && EqualIgnoringCase(path.substr(start), name)) return true;
+  }
+  return false;
 }
 
 // `"OneDrive", "Ditto"`.
@@ -67,12 +75,32 @@ std::string DetailOfKey(const HiveImage& hive, uint32_t key, std::string_view pa
   return std::string(LeafOfPath(path)) + ": " + names + (detail.empty() ? "" : "; " + detail);
 }
 
-void AddEvent(Timeline& timeline, const TimelineOptions& options, TimelineEvent event,
-              uint64_t& without) {
-  if (IsInTimes(options, event.time)) {
-    timeline.events.push_back(event);
-  } else {
-    ++without;
+// Shelves that take about as many keys each, by a sample of their times.
+void MakeShelves(Timeline& timeline, const HiveImage& hive, const KeyTree& tree, uint32_t first,
+                 uint32_t end) {
+  constexpr uint32_t kSampleStep = 32;
+  const size_t shelves = std::min((end - first) / kPerShelf, kMostShelves);
+  if (shelves < 2 || timeline.shelves.size() > 1) return;
+  std::vector<uint64_t> times;
+  for (uint32_t at = first; at < end; at += kSampleStep) {
+    if (HasKeyCell(tree, at)) {
+      times.push_back(ReadU64(hive, tree.items[at].position + kKeyLastWrite));
+    }
+  }
+  std::ranges::sort(times);
+  std::vector<uint64_t>& bounds = timeline.bounds;
+  for (size_t i = 1; i < shelves && !times.empty(); ++i) {
+    const uint64_t bound = times[i * times.size() / shelves];
+    if (bounds.empty() || bound > bounds.back()) bounds.push_back(bound);
+  }
+  std::vector<TimelineShelf> all(bounds.size() + 1);
+  const std::vector<TimelineEvent> before = std::move(timeline.shelves[0].events);
+  all[0].texts = std::move(timeline.shelves[0].texts);  // as they are: views lead to them
+  timeline.shelves = std::move(all);
+  const size_t room = (end - first) / shelves;
+  for (TimelineShelf& shelf : timeline.shelves) shelf.events.reserve(room + room / 8);
+  for (const TimelineEvent& event : before) {
+    ShelfOf(timeline, event.time).events.push_back(event);
   }
 }
 
@@ -80,12 +108,18 @@ void AddEvent(Timeline& timeline, const TimelineOptions& options, TimelineEvent 
 // cost is that of the paths: linear in the keys below the item.
 void AddKeys(Timeline& timeline, const HiveImage& hive, const KeyTree& tree,
              const TimelineOptions& options) {
+  constexpr uint32_t kAhead = 12;  // keys on their way while one is read
   PathWalker paths(hive, tree);
   const auto number = static_cast<uint32_t>(timeline.hives.size() - 1);
   TimelineHive& about = timeline.hives.back();
   const uint32_t end = tree.items[options.item].end;
-  if (!options.bounded) timeline.events.reserve(timeline.events.size() + (end - options.item));
+  if (!options.bounded) MakeShelves(timeline, hive, tree, options.item, end);
   for (uint32_t at = options.item; at < end && !StopRequested(); ++at) {
+    const uint32_t coming = tree.items[std::min(at + kAhead, end - 1)].position;
+    if (coming < hive.length) {
+      __builtin_prefetch(hive.buffer.get() + coming);
+      __builtin_prefetch(hive.buffer.get() + coming + kKeyName);
+    }
     if (!IsKeyItem(tree, at)) continue;
     ++about.keys;
     if (!HasKeyCell(tree, at)) {
@@ -105,9 +139,11 @@ void AddKeys(Timeline& timeline, const HiveImage& hive, const KeyTree& tree,
     event.values = ReadU32(hive, position + kKeyValueCount);
     event.state = tree.items[at].connected ? TimelineState::kLive : TimelineState::kRecovered;
     event.event = kKeyWritten;
-    event.key = KeepText(timeline, paths.PathOf(at));
-    event.detail = KeepText(timeline, DetailOfKey(hive, position, event.key));
-    AddEvent(timeline, options, event, about.keys_without);
+    TimelineShelf& shelf = ShelfOf(timeline, event.time);
+    event.key = KeepText(shelf, paths.PathOf(at));
+    event.detail = KeepText(shelf, DetailOfKey(hive, position, event.key));
+    if (wanted) shelf.events.push_back(event);
+    about.keys_without += !wanted;
     if (options.values) AddValueTimes(timeline, hive, tree, at, options, event);
   }
 }
@@ -129,9 +165,10 @@ void AddFreedKeys(Timeline& timeline, const HiveImage& hive, const KeyTree& tree
     event.values = key.values;
     event.state = TimelineState::kFreed;
     event.event = kKeyWritten;
-    event.key = KeepText(timeline, from.paths.PathOf(key.position));
-    event.detail = KeepText(timeline, FreedPlaceWords(key));
-    timeline.events.push_back(event);
+    TimelineShelf& shelf = ShelfOf(timeline, event.time);
+    event.key = KeepText(shelf, from.paths.PathOf(key.position));
+    event.detail = KeepText(shelf, FreedPlaceWords(key));
+    shelf.events.push_back(event);
     ++about.freed_keys;
   }
 }
@@ -156,10 +193,11 @@ void AddLoggedKeys(Timeline& timeline, const HiveImage& hive, const KeyTree& tre
     event.hive = static_cast<uint32_t>(timeline.hives.size() - 1);
     event.state = TimelineState::kLogged;
     event.event = kKeyWritten;
-    event.key = KeepText(timeline, CellText(*list, row, kKeyColumn));
-    event.detail = KeepText(timeline, Concat({CellText(*list, row, kLogColumn), ", entry ",
-                                              CellText(*list, row, kEntryColumn)}));
-    timeline.events.push_back(event);
+    TimelineShelf& shelf = ShelfOf(timeline, time);
+    event.key = KeepText(shelf, CellText(*list, row, kKeyColumn));
+    event.detail = KeepText(shelf, Concat({CellText(*list, row, kLogColumn), ", entry ",
+                                           CellText(*list, row, kEntryColumn)}));
+    shelf.events.push_back(event);
     ++about.logged_keys;
   }
 }
@@ -190,7 +228,7 @@ void AddBaseTimes(Timeline& timeline, const HiveImage& hive, const TimelineOptio
     event.hive = static_cast<uint32_t>(timeline.hives.size() - 1);
     event.event = what;
     event.detail = detail;
-    timeline.events.push_back(event);
+    ShelfOf(timeline, time).events.push_back(event);
   };
   add("hive written", ReadU64(bytes, kBaseLastWrite), kBaseLastWrite, "");
   const uint64_t reorganised = ReadU64(bytes, kBaseReorganised);
@@ -226,9 +264,20 @@ std::string UserOfStoredName(const HiveImage& hive) {
 
 }  // namespace
 
-std::string_view KeepText(Timeline& timeline, std::string_view text) {
+uint64_t EventCount(const Timeline& timeline) {
+  uint64_t count = 0;
+  for (const TimelineShelf& shelf : timeline.shelves) count += shelf.events.size();
+  return count;
+}
+
+TimelineShelf& ShelfOf(Timeline& timeline, uint64_t time) {
+  const auto after = std::ranges::upper_bound(timeline.bounds, time);
+  return timeline.shelves[static_cast<size_t>(after - timeline.bounds.begin())];
+}
+
+std::string_view KeepText(TimelineShelf& shelf, std::string_view text) {
   if (text.empty()) return {};
-  std::deque<std::string>& texts = timeline.texts;
+  std::deque<std::string>& texts = shelf.texts;
   if (texts.empty() || texts.back().capacity() - texts.back().size() < text.size()) {
     texts.emplace_back().reserve(std::max(kBlock, text.size()));
   }
@@ -251,9 +300,11 @@ bool AddToTimeline(Timeline& timeline, const HiveImage& hive, const KeyTree& tre
 
 // Stable.
 void SortTimeline(Timeline& timeline) {
-  SortByKeys(timeline.events, [](const TimelineEvent& event) {
-    return SortKey{event.time, uint64_t{event.hive} << 32 | event.offset};
-  });
+  for (TimelineShelf& shelf : timeline.shelves) {
+    SortByKeys(shelf.events, [](const TimelineEvent& event) {
+      return SortKey{event.time, uint64_t{event.hive} << 32 | event.offset};
+    });
+  }
 }
 
 // The computer's name by the control set that is current, or by the first of the sets 1 to 3 that

@@ -45,12 +45,20 @@ struct TimelineHive {
   uint64_t logged_keys = 0;   // likewise
 };
 
+// The events of one stretch of time, and what is kept with them, so that who goes through events by
+// time stays in one place of the memory.
+struct TimelineShelf {
+  std::vector<TimelineEvent> events;
+  std::deque<std::string> texts;  // what events' views lead to
+};
+
 // May be moved, not copied: the views lead into `texts`.
 struct Timeline {
   std::vector<TimelineHive> hives;
-  std::vector<TimelineEvent> events;
-  std::deque<std::string> texts;  // what the events' views lead to
+  std::vector<TimelineShelf> shelves = std::vector<TimelineShelf>(1);  // by time, at least one
+  std::vector<uint64_t> bounds;  // where each shelf but the first begins, FILETIME, ascending
 };
+uint64_t EventCount(const Timeline& timeline);
 
 // The last writes of live and recovered keys are always in it; these add to them.
 struct TimelineOptions {
@@ -94,8 +102,10 @@ std::string_view StateWord(TimelineState state);
 
 // --- for the parts -------------------------------------------------------------------------------
 
-// A copy of the text that lives as long as the timeline.
-std::string_view KeepText(Timeline& timeline, std::string_view text);
+// For events of that time.
+TimelineShelf& ShelfOf(Timeline& timeline, uint64_t time);
+// A copy of the text that lives as long as the timeline: that of an event on the shelf.
+std::string_view KeepText(TimelineShelf& shelf, std::string_view text);
 // Adds the times that the values of a key hold (timeline_values.cpp).
 void AddValueTimes(Timeline& timeline, const HiveImage& hive, const KeyTree& tree, uint32_t item,
                    const TimelineOptions& options, const TimelineEvent& key);

@@ -2,7 +2,9 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
-#include <initializer_list>
+#include <cstring>
+#include <utility>
+#include <vector>
 
 #include "hive/timestamp.h"
 #include "host/long_operation.h"
@@ -19,17 +21,38 @@ constexpr uint64_t kPerSecond = 10'000'000;
 constexpr size_t kPiece = 1 << 18;  // bytes handed on at once
 constexpr size_t kAhead = 16;       // events whose texts are on their way while one is written
 
+// Lines on their way to the sink.
+struct Lines {
+  std::vector<char> room = std::vector<char>(2 * kPiece);
+  size_t used = 0;
+};
+
+void Grow(Lines& out, size_t size) { out.room.resize(2 * out.room.size() + size); }
+
+// Where `size` further characters may be put.
+inline char* RoomFor(Lines& out, size_t size) {
+  if (out.room.size() - out.used < size) [[unlikely]] {
+    Grow(out, size);
+  }
+  return out.room.data() + out.used;
+}
+
+inline void Put(std::string_view text, Lines& out) {
+  if (text.empty()) return;  // it may be nowhere
+  std::memcpy(RoomFor(out, text.size()), text.data(), text.size());
+  out.used += text.size();
+}
+
+void PutNumber(uint64_t number, Lines& out) {
+  constexpr size_t kMostDigits = 20;
+  char* const start = RoomFor(out, kMostDigits);
+  out.used += static_cast<size_t>(std::to_chars(start, start + kMostDigits, number).ptr - start);
+}
+
 bool IsUsable(uint64_t time) { return time >= kUnixEpoch && time < kLatest; }
 
-void AppendNumber(uint64_t number, std::string& out) {
-  std::array<char, 20> digits;
-  out.append(digits.data(), std::to_chars(digits.begin(), digits.end(), number).ptr);
-}
-
 // Cut, never rounded.
-void AppendUnixSeconds(uint64_t time, std::string& out) {
-  AppendNumber((time - kUnixEpoch) / kPerSecond, out);
-}
+void PutUnixSeconds(uint64_t time, Lines& out) { PutNumber((time - kUnixEpoch) / kPerSecond, out); }
 
 // After a name, in the forms that have no column for it.
 std::string_view StateMark(TimelineState state) {
@@ -87,11 +110,8 @@ const std::string& IsoTime(TimeWriter& writer, uint64_t time) {
 }
 
 // A displayed text for a field that ends at "|": control characters as "\x0A".
-void AppendBarField(std::string_view text, std::string& out) {
-  if (PlainEnd(text, 0, '|', '{') == text.size()) {
-    out += text;
-    return;
-  }
+std::string BarField(std::string_view text) {
+  std::string out;
   for (size_t at = 0; at < text.size(); ++at) {
     const size_t end =
         text[at] == '\\' && text.substr(at, 3) == kEscapeStart ? text.find('}', at) : text.npos;
@@ -111,95 +131,130 @@ void AppendBarField(std::string_view text, std::string& out) {
       out += text[at];
     }
   }
+  return out;
 }
 
+// Nothing in it to be changed: a "{" alone is that of a GUID, not of an escape.
+bool IsPlainInBars(std::string_view text) {
+  size_t at = 0;
+  while ((at = PlainEnd(text, at, '|', '{')) < text.size()) {
+    if (text[at] != '{' || text.substr(0, at + 1).ends_with(kEscapeStart)) return false;
+    ++at;
+  }
+  return true;
+}
+
+void PutBarField(std::string_view text, Lines& out) {
+  if (IsPlainInBars(text)) {
+    Put(text, out);
+  } else {
+    Put(BarField(text), out);
+  }
+}
+
+// What is kept from one event to the next.
+struct EventWriter {
+  const Timeline& timeline;
+  const TimelineLook& look;
+  TimeWriter times;
+  std::string message = {};  // scratch
+  Lines out = {};
+  // The key's escaped text in `out`, from the message on; none where it is not known.
+  size_t key = 0;
+  size_t key_size = 0;
+};
+
 // What an event is about, in one field: the path, and what is to be said of it.
-void AppendName(const Timeline& timeline, const TimelineEvent& event, std::string& out) {
-  out += '[';
-  AppendBarField(timeline.hives[event.hive].label, out);
-  out += "] ";
-  AppendBarField(event.key, out);
-  const std::string_view leaf = event.key.substr(event.key.rfind('\\') + 1);
+void PutName(const Timeline& timeline, const TimelineEvent& event, Lines& out) {
+  Put("[", out);
+  PutBarField(timeline.hives[event.hive].label, out);
+  Put("] ", out);
+  PutBarField(event.key, out);
   const bool key = std::string_view(event.event) == "key written";
   if (!key) {
-    out += event.key.empty() ? "" : " ";
-    if (!event.value.empty()) AppendBarField(event.value, out), out += ' ';
-    out += Concat({"(", event.event, ")"});
-  } else if (event.detail.size() > leaf.size() && event.detail.starts_with(leaf) &&
-             event.detail.substr(leaf.size()).starts_with(": \"")) {
-    AppendBarField(event.detail.substr(leaf.size()), out);
+    if (!event.key.empty()) Put(" ", out);
+    if (!event.value.empty()) PutBarField(event.value, out), Put(" ", out);
+    Put("(", out);
+    Put(event.event, out);
+    Put(")", out);
+  } else if (!event.detail.empty()) {
+    const std::string_view leaf = event.key.substr(event.key.rfind('\\') + 1);
+    const bool names = event.detail.size() > leaf.size() && event.detail.starts_with(leaf) &&
+                       event.detail.substr(leaf.size()).starts_with(": \"");
+    if (names) PutBarField(event.detail.substr(leaf.size()), out);
   }
-  out += StateMark(event.state);
+  Put(StateMark(event.state), out);
 }
 
 // Fields between bars: 0 for no hash; name; the cell's place in the file, as the number of an
 // inode; mode; user and group, 0; the number of values, as the size; then four times in seconds
 // since 1970, of which only the second, of the last modification, is known.
-void AppendBodyfile(const Timeline& timeline, const TimelineEvent& event, std::string& out) {
-  out += "0|";
-  AppendName(timeline, event, out);
-  out += '|';
-  AppendNumber(event.offset, out);
-  out += "|r/rrw-rw-rw-|0|0|";
-  AppendNumber(event.values, out);
-  out += "|0|";
-  AppendUnixSeconds(event.time, out);
-  out += "|0|0\n";
+void PutBodyfile(const Timeline& timeline, const TimelineEvent& event, Lines& out) {
+  Put("0|", out);
+  PutName(timeline, event, out);
+  Put("|", out);
+  PutNumber(event.offset, out);
+  Put("|r/rrw-rw-rw-|0|0|", out);
+  PutNumber(event.values, out);
+  Put("|0|", out);
+  PutUnixSeconds(event.time, out);
+  Put("|0|0\n", out);
 }
 
 // Fields between bars: seconds since 1970, source, host, user, description.
-void AppendTln(const Timeline& timeline, const TimelineEvent& event, std::string& out) {
+void PutTln(const Timeline& timeline, const TimelineEvent& event, Lines& out) {
   const TimelineHive& hive = timeline.hives[event.hive];
-  AppendUnixSeconds(event.time, out);
-  out += "|REG|";
-  AppendBarField(hive.host, out);
-  out += '|';
-  AppendBarField(hive.user, out);
-  out += '|';
-  AppendName(timeline, event, out);
-  out += '\n';
+  PutUnixSeconds(event.time, out);
+  Put("|REG|", out);
+  PutBarField(hive.host, out);
+  Put("|", out);
+  PutBarField(hive.user, out);
+  Put("|", out);
+  PutName(timeline, event, out);
+  Put("\n", out);
 }
 
 // Quotes where the text has a comma, a quote or a line's end. With `safe` an apostrophe comes
 // before what a spreadsheet would take for a formula.
-void AppendCsvField(std::string_view text, bool safe, std::string& out) {
+std::string CsvField(std::string_view text, bool safe) {
   const bool formula =
       safe && !text.empty() && std::string_view("=+-@\t").find(text[0]) != std::string_view::npos;
   std::string shown = formula ? "'" : "";
   AppendSayable(text, shown);
-  if (shown.find_first_of(",\"\r\n") == shown.npos) {
-    out += shown;
-    return;
-  }
-  out += '"';
+  if (shown.find_first_of(",\"\r\n") == shown.npos) return shown;
+  std::string out = "\"";
   for (const char c : shown) out.append(c == '"' ? 2 : 1, c);
-  out += '"';
+  return out + '"';
 }
+
+bool IsPlainInCsv(std::string_view text) { return PlainEnd(text, 0, ',', '"') == text.size(); }
 
 // A cell that may begin a formula, or hold what CSV has quotes for; most do not. Its escapes it has
 // already.
-void AppendTextCell(std::string_view text, bool safe, std::string& out) {
-  if (!safe && PlainEnd(text, 0, ',', '"') == text.size()) {
-    out += text;
+void PutTextCell(std::string_view text, bool safe, Lines& out) {
+  if (!safe && IsPlainInCsv(text)) {
+    Put(text, out);
   } else {
-    AppendCsvField(text, safe, out);
+    Put(CsvField(text, safe), out);
   }
-  out += ',';
+  Put(",", out);
 }
 
-void AppendCsv(const Timeline& timeline, const TimelineEvent& event, const TimelineLook& look,
-               TimeWriter& times, std::string& out) {
-  out += IsoTime(times, event.time);
-  out += ',';
-  for (const std::string_view cell :
-       {std::string_view(event.event), std::string_view(timeline.hives[event.hive].path), event.key,
-        event.value, event.detail, StateWord(event.state)}) {
-    AppendTextCell(cell, look.safe, out);
-  }
-  AppendNumber(event.offset, out);
-  out += ',';
-  AppendNumber(event.time, out);
-  out += "\r\n";
+void PutCsv(const TimelineEvent& event, EventWriter& writer) {
+  const TimelineLook& look = writer.look;
+  Lines& out = writer.out;
+  Put(IsoTime(writer.times, event.time), out);
+  Put(",", out);
+  PutTextCell(event.event, look.safe, out);
+  PutTextCell(writer.timeline.hives[event.hive].path, look.safe, out);
+  PutTextCell(event.key, look.safe, out);
+  PutTextCell(event.value, look.safe, out);
+  PutTextCell(event.detail, look.safe, out);
+  PutTextCell(StateWord(event.state), look.safe, out);
+  PutNumber(event.offset, out);
+  Put(",", out);
+  PutNumber(event.time, out);
+  Put("\r\n", out);
 }
 
 void AppendMessage(const TimelineEvent& event, std::string& out) {
@@ -212,69 +267,161 @@ void AppendMessage(const TimelineEvent& event, std::string& out) {
   out += StateMark(event.state);
 }
 
-// A text of a JSON object after what is before it, its quotes among that.
-void AppendJsonText(std::string_view before, std::string_view text, std::string& out) {
-  out += before;
-  if (PlainEnd(text, 0, '"') != text.size()) {
-    const std::string quoted = JsonString(text);
-    out.append(quoted, 1, quoted.size() - 2);
-    return;
+char* PutEachBackslash(std::string_view text, char* at) {
+  for (const char c : text) {
+    *at++ = c;
+    *at = '\\';  // which the next one replaces where it does not belong there
+    at += c == '\\';
   }
-  size_t at = 0;
-  for (size_t slash; (slash = text.find('\\', at)) != text.npos; at = slash + 1) {
-    out.append(text, at, slash + 1 - at) += '\\';
-  }
-  out.append(text, at);
+  return at;
 }
 
-void AppendJson(const Timeline& timeline, const TimelineEvent& event, TimeWriter& times,
-                std::string& message, std::string& out) {
-  const std::string& time = IsoTime(times, event.time);
-  message.clear();
-  AppendMessage(event, message);
-  AppendJsonText("{\"datetime\":\"", time, out);
-  AppendJsonText("\",\"timestamp_desc\":\"", event.event, out);
-  AppendJsonText("\",\"message\":\"", message, out);
-  AppendJsonText("\",\"time\":\"", time, out);
-  AppendJsonText("\",\"event\":\"", event.event, out);
-  AppendJsonText("\",\"hive\":\"", timeline.hives[event.hive].path, out);
-  AppendJsonText("\",\"key\":\"", event.key, out);
-  AppendJsonText("\",\"value\":\"", event.value, out);
-  AppendJsonText("\",\"detail\":\"", event.detail, out);
-  AppendJsonText("\",\"state\":\"", StateWord(event.state), out);
-  out += "\",\"offset\":";
-  AppendNumber(event.offset, out);
-  out += ",\"filetime\":";
-  AppendNumber(event.time, out);
-  out += "}\n";
+// A text that has nothing but backslashes to escape: two of each. It is ASCII. Eight bytes go
+// together: mostly they have one or none, and which of these is nothing to branch by.
+void PutBackslashes(std::string_view text, Lines& out) {
+  constexpr uint64_t kOnes = 0x0101010101010101;
+  constexpr uint64_t kRest = kOnes * 0x7F;
+  char* const start = RoomFor(out, 2 * text.size() + 1);
+  char* at = start;
+  for (; text.size() >= sizeof(uint64_t); text.remove_prefix(sizeof(uint64_t))) {
+    uint64_t word = 0;
+    std::memcpy(&word, text.data(), sizeof word);
+    const uint64_t slash = ~((word ^ kOnes * '\\') + kRest) & ~kRest;  // top bits of where they are
+    if ((slash & (slash - 1)) != 0) {
+      at = PutEachBackslash(text.substr(0, sizeof word), at);
+      continue;
+    }
+    const uint64_t before = slash | (slash - 1);  // up to it; all without one
+    const uint64_t opened = (word & before) | (word & ~before) << 8 | (slash >> 7) * '\\' << 8;
+    std::memcpy(at, &opened, sizeof opened);
+    at[sizeof opened] = static_cast<char>(word >> 56);
+    at += sizeof opened + (slash != 0);
+  }
+  at = PutEachBackslash(text, at);
+  out.used += static_cast<size_t>(at - start);
+}
+
+bool IsPlainInJson(std::string_view text) { return PlainEnd(text, 0, '"') == text.size(); }
+
+// A text within a JSON string.
+void PutJsonText(std::string_view text, Lines& out) {
+  if (IsPlainInJson(text)) return PutBackslashes(text, out);
+  const std::string quoted = JsonString(text);
+  Put(std::string_view(quoted).substr(1, quoted.size() - 2), out);
+}
+
+void PutJsonMessage(const TimelineEvent& event, EventWriter& writer) {
+  Lines& out = writer.out;
+  writer.key_size = 0;
+  if (!event.value.empty() || !event.detail.empty() || !IsPlainInJson(event.key)) {
+    writer.message.clear();
+    AppendMessage(event, writer.message);
+    return PutJsonText(writer.message, out);
+  }
+  Put(event.event, out);
+  Put(": ", out);
+  writer.key = out.used;
+  PutBackslashes(event.key, out);
+  writer.key_size = out.used - writer.key;
+  Put(StateMark(event.state), out);
+}
+
+void PutJsonKey(const TimelineEvent& event, EventWriter& writer) {
+  if (writer.key_size == 0) return PutJsonText(event.key, writer.out);
+  char* const room = RoomFor(writer.out, writer.key_size);
+  std::memcpy(room, writer.out.room.data() + writer.key, writer.key_size);
+  writer.out.used += writer.key_size;
+}
+
+void PutJson(const TimelineEvent& event, EventWriter& writer) {
+  Lines& out = writer.out;
+  const std::string& time = IsoTime(writer.times, event.time);
+  const std::string_view word = event.event;
+  Put("{\"datetime\":\"", out);
+  Put(time, out);
+  Put("\",\"timestamp_desc\":\"", out);
+  Put(word, out);
+  Put("\",\"message\":\"", out);
+  PutJsonMessage(event, writer);
+  Put("\",\"time\":\"", out);
+  Put(time, out);
+  Put("\",\"event\":\"", out);
+  Put(word, out);
+  Put("\",\"hive\":\"", out);
+  PutJsonText(writer.timeline.hives[event.hive].path, out);
+  Put("\",\"key\":\"", out);
+  PutJsonKey(event, writer);
+  Put("\",\"value\":\"", out);
+  PutJsonText(event.value, out);
+  Put("\",\"detail\":\"", out);
+  PutJsonText(event.detail, out);
+  Put("\",\"state\":\"", out);
+  Put(StateWord(event.state), out);
+  Put("\",\"offset\":", out);
+  PutNumber(event.offset, out);
+  Put(",\"filetime\":", out);
+  PutNumber(event.time, out);
+  Put("}\n", out);
+}
+
+// "04/04/2012,01:58:40,".
+void PutDateAndClock(std::string_view time, bool safe, Lines& out) {
+  if (time.empty()) {
+    PutTextCell("00/00/0000", safe, out);
+    return PutTextCell("--:--:--", safe, out);
+  }
+  Put(time.substr(5, 2), out);
+  Put("/", out);
+  Put(time.substr(8, 2), out);
+  Put("/", out);
+  Put(time.substr(0, 4), out);
+  Put(",", out);
+  Put(time.substr(11, 8), out);
+  Put(",", out);
+}
+
+// The cells of the key's path and of the message, which mostly is the event's word and that path.
+void PutKeyAndMessage(const TimelineEvent& event, EventWriter& writer) {
+  Lines& out = writer.out;
+  const bool more = !event.value.empty() || !event.detail.empty();
+  if (more || writer.look.safe || !IsPlainInCsv(event.key) || !IsPlainInCsv(event.event)) {
+    writer.message.clear();
+    AppendMessage(event, writer.message);
+    PutTextCell(event.key, writer.look.safe, out);
+    return PutTextCell(writer.message, writer.look.safe, out);
+  }
+  Put(event.key, out);
+  Put(",", out);
+  Put(event.event, out);
+  Put(": ", out);
+  Put(event.key, out);
+  Put(StateMark(event.state), out);
+  Put(",", out);
 }
 
 // Seventeen columns. Local time without decimals; the FILETIME is in the last column. What is no
 // time has zeros for its date, so that no line is lost.
-void AppendPlaso(const Timeline& timeline, const TimelineEvent& event, const TimelineLook& look,
-                 std::string& message, std::string& out) {
-  std::string date = "00/00/0000";
-  std::string clock = "--:--:--";
-  if (IsUsable(event.time)) {
-    const CalendarTime at = CalendarOfFileTime(LocalTime(event.time, look.minutes_east));
-    date = Concat({Decimal(at.month, 2), "/", Decimal(at.day, 2), "/", Decimal(at.year, 4)});
-    clock = Concat({Decimal(at.hour, 2), ":", Decimal(at.minute, 2), ":", Decimal(at.second, 2)});
-  }
-  const TimelineHive& hive = timeline.hives[event.hive];
-  const std::string zone = look.minutes_east == 0 ? "UTC" : "UTC" + ZoneText(look.minutes_east);
-  message.clear();
-  AppendMessage(event, message);
-  for (const std::string_view cell : std::initializer_list<std::string_view>{
-           date, clock, zone, "M...", "REG", "Registry key", event.event, hive.user, hive.host,
-           event.key, message, "2", hive.path}) {
-    AppendTextCell(cell, look.safe, out);
-  }
-  AppendNumber(event.offset, out);
-  out += ',';
-  AppendTextCell(StateWord(event.state), look.safe, out);
-  out += "hivequarry,filetime: ";
-  AppendNumber(event.time, out);
-  out += "\r\n";
+void PutPlaso(const TimelineEvent& event, EventWriter& writer) {
+  const TimelineHive& hive = writer.timeline.hives[event.hive];
+  const TimelineLook& look = writer.look;
+  Lines& out = writer.out;
+  PutDateAndClock(IsoTime(writer.times, event.time), look.safe, out);
+  Put("UTC", out);
+  if (look.minutes_east != 0) Put(writer.times.zone, out);
+  Put(",", out);
+  Put("M...,REG,Registry key,", out);
+  PutTextCell(event.event, look.safe, out);
+  PutTextCell(hive.user, look.safe, out);
+  PutTextCell(hive.host, look.safe, out);
+  PutKeyAndMessage(event, writer);
+  Put("2,", out);
+  PutTextCell(hive.path, look.safe, out);
+  PutNumber(event.offset, out);
+  Put(",", out);
+  PutTextCell(StateWord(event.state), look.safe, out);
+  Put("hivequarry,filetime: ", out);
+  PutNumber(event.time, out);
+  Put("\r\n", out);
 }
 
 const char* HeaderOf(TimelineForm form) {
@@ -287,31 +434,47 @@ const char* HeaderOf(TimelineForm form) {
          "notes,format,extra\r\n";
 }
 
-// What is kept from one event to the next.
-// `out` holds up to kPiece bytes, and a line more, before they are handed on.
-struct EventWriter {
-  const Timeline& timeline;
-  const TimelineLook& look;
-  TimeWriter times;
-  std::string message;
-  std::string out;
-};
+bool HandOn(Lines& out, const TextSink& sink) {
+  return sink({out.room.data(), std::exchange(out.used, 0)});
+}
 
-void AppendEvent(EventWriter& writer, const TimelineEvent& event) {
-  const Timeline& timeline = writer.timeline;
-  const TimelineLook& look = writer.look;
-  switch (look.form) {
+void PutEvent(const TimelineEvent& event, EventWriter& writer) {
+  switch (writer.look.form) {
     case TimelineForm::kBodyfile:
-      return AppendBodyfile(timeline, event, writer.out);
+      return PutBodyfile(writer.timeline, event, writer.out);
     case TimelineForm::kTln:
-      return AppendTln(timeline, event, writer.out);
+      return PutTln(writer.timeline, event, writer.out);
     case TimelineForm::kCsv:
-      return AppendCsv(timeline, event, look, writer.times, writer.out);
+      return PutCsv(event, writer);
     case TimelineForm::kJsonLines:
-      return AppendJson(timeline, event, writer.times, writer.message, writer.out);
+      return PutJson(event, writer);
     case TimelineForm::kPlaso:
-      return AppendPlaso(timeline, event, look, writer.message, writer.out);
+      return PutPlaso(event, writer);
   }
+}
+
+bool WriteShelf(const TimelineShelf& shelf, EventWriter& writer, const TextSink& sink,
+                TimelineCounts& counts) {
+  const TimelineForm form = writer.look.form;
+  const bool seconds = form == TimelineForm::kBodyfile || form == TimelineForm::kTln;
+  for (size_t i = 0; i < shelf.events.size(); ++i) {
+    const TimelineEvent& event = shelf.events[i];
+    // Texts are in the order of the keys, not of the times.
+    const size_t ahead = std::min(i + kAhead, shelf.events.size() - 1);
+    // An address alone: the text may be shorter, or none.
+    const auto text = reinterpret_cast<uintptr_t>(shelf.events[ahead].key.data());
+    __builtin_prefetch(reinterpret_cast<const void*>(text));
+    __builtin_prefetch(reinterpret_cast<const void*>(text + 64));
+    if (seconds && !IsUsable(event.time)) {
+      ++counts.without_time;
+      continue;
+    }
+    PutEvent(event, writer);
+    ++counts.lines;
+    if (writer.out.used < kPiece) continue;
+    if (!HandOn(writer.out, sink) || StopRequested()) return false;
+  }
+  return true;
 }
 
 }  // namespace
@@ -325,28 +488,13 @@ std::string_view StateWord(TimelineState state) {
 bool WriteTimeline(const Timeline& timeline, const TimelineLook& look, const TextSink& sink,
                    TimelineCounts& counts) {
   counts = TimelineCounts();
-  const bool seconds = look.form == TimelineForm::kBodyfile || look.form == TimelineForm::kTln;
-  EventWriter writer{timeline, look, TimeWriter(look.minutes_east), {}, HeaderOf(look.form)};
-  std::string& out = writer.out;
-  for (size_t i = 0; i < timeline.events.size(); ++i) {
-    const TimelineEvent& event = timeline.events[i];
-    // Texts are in the order of the keys, not of the times.
-    const size_t ahead = std::min(i + kAhead, timeline.events.size() - 1);
-    // An address alone: the text may be shorter, or none.
-    const auto text = reinterpret_cast<uintptr_t>(timeline.events[ahead].key.data());
-    __builtin_prefetch(reinterpret_cast<const void*>(text));
-    __builtin_prefetch(reinterpret_cast<const void*>(text + 64));
-    if (seconds && !IsUsable(event.time)) {
-      ++counts.without_time;
-      continue;
-    }
-    AppendEvent(writer, event);
-    ++counts.lines;
-    if (out.size() < kPiece) continue;
-    if (!sink(out) || StopRequested()) return false;
-    out.clear();
+  EventWriter writer{timeline, look, TimeWriter(look.minutes_east)};
+  Lines& out = writer.out;
+  Put(HeaderOf(look.form), out);
+  for (const TimelineShelf& shelf : timeline.shelves) {
+    if (!WriteShelf(shelf, writer, sink, counts)) return false;
   }
-  return (out.empty() || sink(out)) && !StopRequested();
+  return (out.used == 0 || HandOn(out, sink)) && !StopRequested();
 }
 
 }  // namespace hivequarry

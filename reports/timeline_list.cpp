@@ -38,11 +38,13 @@ void ListTimeline(const HiveImage& hive, const KeyTree& tree, const TimelineOpti
   Timeline timeline;
   if (!AddToTimeline(timeline, hive, tree, options, {}) || StopRequested()) return;
   SortTimeline(timeline);
-  for (const TimelineEvent& event : timeline.events) {
-    if (StopRequested()) return;
-    AddEventRow(hive, event, list);
-    if (RowCount(list) % kRowsPerStatus == 0) {
-      ShowStatus(Concat({"Reading times ...  ", Decimal(RowCount(list))}).c_str());
+  for (const TimelineShelf& shelf : timeline.shelves) {
+    for (const TimelineEvent& event : shelf.events) {
+      if (StopRequested()) return;
+      AddEventRow(hive, event, list);
+      if (RowCount(list) % kRowsPerStatus == 0) {
+        ShowStatus(Concat({"Reading times ...  ", Decimal(RowCount(list))}).c_str());
+      }
     }
   }
   const TimelineHive& about = timeline.hives.back();

@@ -80,10 +80,11 @@ void AddValueTimes(Timeline& timeline, const HiveImage& hive, const KeyTree& tre
       event.offset = PlaceOf(hive, position);
       event.event = time.event;
       const std::string name = ShownValueName(value.name);
-      event.value = KeepText(timeline, name);
+      TimelineShelf& shelf = ShelfOf(timeline, at);
+      event.value = KeepText(shelf, name);
       // The names of counts are ciphered.
-      event.detail = time.form == TimeForm::kRunCount ? KeepText(timeline, Rot13(name)) : "";
-      timeline.events.push_back(event);
+      event.detail = time.form == TimeForm::kRunCount ? KeepText(shelf, Rot13(name)) : "";
+      shelf.events.push_back(event);
     }
   }
 }

@@ -5,8 +5,11 @@
 
 #include <algorithm>
 #include <set>
+#include <sstream>
+#include <tuple>
 
 #include "evidence/decoder_times.h"
+#include "hive/keys.h"
 #include "hive/timestamp.h"
 #include "reports/timeline_list.h"
 #include "tests/support/corpus.h"
@@ -37,6 +40,15 @@ Timeline TimelineOf(OpenedHive& opened, const TimelineOptions& options = {}) {
                             {"cases/H", "H", "PC", "", 0, 0, 0}));
   SortTimeline(timeline);
   return timeline;
+}
+
+// In the order of the shelves.
+std::vector<TimelineEvent> EventsOf(const Timeline& timeline) {
+  std::vector<TimelineEvent> events;
+  for (const TimelineShelf& shelf : timeline.shelves) {
+    events.insert(events.end(), shelf.events.begin(), shelf.events.end());
+  }
+  return events;
 }
 
 TEST(TimelineTest, RowsOfTheListLeadToWhatHasTheTime) {
@@ -110,6 +122,68 @@ TEST(TimelineTest, Forms) {
       << plaso;
 }
 
+// A text is as JSON has it wherever its backslashes are, and so is what needs more than those.
+TEST(TimelineTest, JsonOfAnyKey) {
+  std::vector<std::string> keys = {"a\"b\\c", "\\\u00E9\\", "\t\\x", std::string(300, '\\')};
+  for (uint32_t slashes = 0; slashes < 1 << 11; ++slashes) {
+    std::string& key = keys.emplace_back();
+    for (uint32_t i = 0; i < 11 + slashes % 8; ++i) key += (slashes >> i & 1) != 0 ? '\\' : 'k';
+  }
+  Timeline timeline;
+  timeline.hives.push_back({"H", "H", "", "", 0, 0, 0});
+  for (const std::string& key : keys) {
+    TimelineEvent event;
+    event.time = kTime;
+    event.event = "key written";
+    event.key = key;
+    timeline.shelves[0].events.push_back(event);
+  }
+  std::istringstream lines(Written(timeline, TimelineForm::kJsonLines));
+  std::string line;
+  for (const std::string& key : keys) {
+    ASSERT_TRUE(std::getline(lines, line));
+    const std::string text = JsonString(key);
+    EXPECT_NE(line.find("\"message\":\"key written: " + text.substr(1) + ","), line.npos) << line;
+    EXPECT_NE(line.find("\"key\":" + text + ","), line.npos) << line;
+  }
+}
+
+// So many keys that they are put on several shelves, times that are equal, none and the last one
+// among them, and a hive that came before.
+TEST(TimelineTest, ManyKeysOfSeveralHivesAreInOneOrder) {
+  constexpr uint32_t kKeys = 20'000;
+  HiveBuilder builder;
+  builder.Root().Time(kTime);
+  for (uint32_t i = 0; i < kKeys; ++i) {
+    const uint64_t spread = (i * uint64_t{2654435761} & 0xFFFFFFFF) % 5000;
+    builder.Key("k" + std::to_string(i)).Time(i < 2 ? i - uint64_t{1} : kTime + spread * 1'000'003);
+  }
+  OpenedHive many(builder.Build());
+  HiveBuilder one;
+  one.Root().Time(kTime + 77);
+  OpenedHive first(one.Build());
+  Timeline timeline;
+  ASSERT_TRUE(AddToTimeline(timeline, first.hive, first.tree, {}, {}));
+  ASSERT_TRUE(AddToTimeline(timeline, many.hive, many.tree, {}, {}));
+  ASSERT_TRUE(AddToTimeline(timeline, first.hive, first.tree, {}, {}));
+  SortTimeline(timeline);
+  EXPECT_GT(timeline.shelves.size(), 1u);
+  const std::vector<TimelineEvent> events = EventsOf(timeline);
+  ASSERT_EQ(events.size(), kKeys + 3);
+  EXPECT_TRUE(std::ranges::is_sorted(events, {}, [](const TimelineEvent& event) {
+    return std::tuple(event.time, event.hive, event.offset);
+  }));
+  std::set<uint32_t> items;
+  for (const TimelineEvent& event : events) {
+    if (event.hive != 1) continue;
+    const uint32_t item = ItemOfPosition(many.tree, event.offset);
+    items.insert(item);
+    EXPECT_EQ(event.key, ItemPath(many.hive, many.tree, item));
+    EXPECT_EQ(event.time, ReadU64(many.hive, event.offset + kKeyLastWrite));
+  }
+  EXPECT_EQ(items.size(), kKeys + 1);
+}
+
 TEST(TimelineTest, ValuesBoundsAndBaseBlock) {
   HiveBuilder builder;
   Bytes time(8);
@@ -124,17 +198,18 @@ TEST(TimelineTest, ValuesBoundsAndBaseBlock) {
   options.from = kTime;
   options.to = kTime + 100'000'000;
   const Timeline timeline = TimelineOf(opened, options);
-  ASSERT_EQ(timeline.events.size(), 2u);
-  EXPECT_STREQ(timeline.events[0].event, "shut down");
-  EXPECT_EQ(timeline.events[0].value, "ShutdownTime");
-  EXPECT_EQ(timeline.events[1].key, "ROOT\\Control\\Other");
+  const std::vector<TimelineEvent> events = EventsOf(timeline);
+  ASSERT_EQ(events.size(), 2u);
+  EXPECT_STREQ(events[0].event, "shut down");
+  EXPECT_EQ(events[0].value, "ShutdownTime");
+  EXPECT_EQ(events[1].key, "ROOT\\Control\\Other");
   EXPECT_EQ(timeline.hives[0].keys, timeline.hives[0].keys_without + 1);
   options.bounded = false;
   options.item = FindItemByPath(opened.hive, opened.tree, "\\Control\\Other");
-  EXPECT_EQ(TimelineOf(opened, options).events.size(), 1u);
+  EXPECT_EQ(EventCount(TimelineOf(opened, options)), 1u);
   options.item = 0;
   const Timeline all = TimelineOf(opened, options);
-  EXPECT_TRUE(std::ranges::any_of(all.events, [](const TimelineEvent& event) {
+  EXPECT_TRUE(std::ranges::any_of(EventsOf(all), [](const TimelineEvent& event) {
     return std::string_view(event.event) == "hive written";
   }));
 }
@@ -143,7 +218,7 @@ TEST(TimelineTest, EntriesOfLogsAreNamed) {
   LoggedHive hive(MakeLogStory().files);
   Timeline timeline;
   ASSERT_TRUE(AddToTimeline(timeline, hive.hive(), hive.tree(), {}, {}));
-  EXPECT_TRUE(std::ranges::any_of(timeline.events, [](const TimelineEvent& event) {
+  EXPECT_TRUE(std::ranges::any_of(EventsOf(timeline), [](const TimelineEvent& event) {
     return event.detail == "log entry 10" || event.detail == "log entry 11";
   }));
 }
@@ -163,15 +238,15 @@ TEST(TimelineTest, TimesOfDecodedEvidence) {
   OpenedHive opened(built);
   Timeline timeline;
   ASSERT_TRUE(AddToTimeline(timeline, opened.hive, opened.tree, {}, {}));
-  const size_t keys = timeline.events.size();
+  const size_t keys = EventCount(timeline);
   TimelineOptions options;
   options.bounded = true;
   options.from = kTime + 1;
   AddDecoderTimes(timeline, opened.hive, opened.tree, options);
-  EXPECT_EQ(timeline.events.size(), keys) << "outside the times asked for";
+  EXPECT_EQ(EventCount(timeline), keys) << "outside the times asked for";
   AddDecoderTimes(timeline, opened.hive, opened.tree, {});
-  ASSERT_EQ(timeline.events.size(), keys + 1);
-  const TimelineEvent& event = timeline.events.back();
+  ASSERT_EQ(EventCount(timeline), keys + 1);
+  const TimelineEvent event = EventsOf(timeline).back();
   EXPECT_STREQ(event.event, "UserAssist: Last Run");
   EXPECT_EQ(event.time, kTime) << "with its fraction";
   EXPECT_TRUE(event.detail.starts_with("C:\\a.exe")) << event.detail;
@@ -191,9 +266,9 @@ TEST(TimelineTest, KeysOfLogsAlone) {
   options.logged = true;
   ASSERT_TRUE(AddToTimeline(timeline, hive.hive(), hive.tree(), options, {}));
   EXPECT_GT(timeline.hives[0].logged_keys, 0U);
-  const auto logged =
-      std::ranges::find(timeline.events, TimelineState::kLogged, &TimelineEvent::state);
-  ASSERT_NE(logged, timeline.events.end());
+  const std::vector<TimelineEvent> events = EventsOf(timeline);
+  const auto logged = std::ranges::find(events, TimelineState::kLogged, &TimelineEvent::state);
+  ASSERT_NE(logged, events.end());
   EXPECT_TRUE(logged->detail.ends_with("entry 4")) << logged->detail;
   EXPECT_GT(logged->offset, 0x1000U);
 }
@@ -240,7 +315,7 @@ TEST(TimelineCorpus, KnownHives) {
     std::set<uint64_t> times;
     size_t states[3] = {};
     std::vector<uint64_t> live;
-    for (const TimelineEvent& event : timeline.events) {
+    for (const TimelineEvent& event : EventsOf(timeline)) {
       ++states[static_cast<size_t>(event.state)];
       if (event.state != TimelineState::kLive) continue;
       live.push_back(event.time);
