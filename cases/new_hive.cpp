@@ -314,6 +314,8 @@ void AddSecurity(Bins& bins, const NewHive& hive, KeyPlaces& places) {
   for (size_t i = 0; i < hive.keys.size(); ++i) {
     Put32(bins, places.cells[i] + kKeySecurity, places.security[hive.keys[i].descriptor]);
   }
+  // The root's parent says nothing; systems have some cell there, and readers expect one.
+  if (count != 0) Put32(bins, places.cells.front() + kKeyParent, places.security.front());
 }
 
 // --- the file ------------------------------------------------------------------------------------

@@ -9,6 +9,7 @@
 #include <iterator>
 #include <vector>
 
+#include "tests/support/corpus.h"
 #include "tests/support/hive_builder.h"
 #include "tests/support/log_writer.h"
 #include "tests/support/sample_hives.h"
@@ -269,6 +270,53 @@ TEST_F(ConsoleTest, LogsOfAFolderByTheirContent) {
   }
   EXPECT_NE(ContentOf(Sibling("out/timeline.jsonl")).find("Comes"), std::string::npos);
   EXPECT_EQ(ContentOf(Sibling("none/timeline.jsonl")).find("Comes"), std::string::npos);
+}
+
+// Repaired hives are read by programs of other makers without a warning, and what one of them reads
+// is what is in them. reglookup warns of data that are no text of their type, and of flags of keys
+// that it does not know: the hive has them from its source.
+TEST_F(ConsoleTest, OtherProgramsReadRepairedHives) {
+  if (!HasCorpus()) GTEST_SKIP() << "real hives are not tested: none in " << CorpusFolder();
+  if (Shell("command -v hivexml hivexregedit reglookup /usr/sbin/reged >/dev/null") != 0) {
+    GTEST_SKIP() << "there are no hivexml, hivexregedit, reglookup and reged (packages "
+                    "libhivex-bin, libwin-hivex-perl, reglookup, chntpw)";
+  }
+  constexpr const char* kHives[] = {"BCD",
+                                    "DeletedTreeHive",
+                                    "NTUSER.DAT",
+                                    "SAM",
+                                    "SYSTEM_holes",
+                                    "TruncatedHive",
+                                    "UnicodeHive",
+                                    "UsrClass.dat",
+                                    "UsrClass_deleted_bags.dat",
+                                    "win7_ntuser.dat"};
+  constexpr const char* kSteps[] = {
+      "hivexml new >xml 2>said && test ! -s said",
+      "LC_ALL=C.UTF-8 reglookup -H new 2>said >list && "
+      "! grep -vE 'could not be interpreted|Unknown key flags|Error occurred while converting' "
+      "said",
+      // reged knows no names but those of bytes.
+      "/usr/sbin/reged -x new HKEY_LOCAL_MACHINE\\\\X \\\\ reged.reg >said 2>&1 && "
+      "! grep -vE \"^(reged version|Exporting|.* not found!)\" said && { grep -q 'not found!' said "
+      "|| "
+      "test $(grep -o '<node' xml | wc -l) = $(grep -c '^\\[HKEY' reged.reg); }",
+      "PERL_UNICODE=S hivexregedit --export --prefix 'HKEY_LOCAL_MACHINE\\X' new '\\' >utf8 "
+      "2>said && test ! -s said",
+      "{ printf '\\377\\376'; iconv -f UTF-8 -t UTF-16LE utf8; } >all.reg",
+      "$CLI --quiet compare new all.reg --key-b 'HKEY_LOCAL_MACHINE\\X' >rows 2>said"};
+  for (const std::string hive : kHives) {
+    for (const std::string options : {"", "--freed", "--recovered", "--freed --recovered"}) {
+      SCOPED_TRACE(hive + " " + options);
+      const std::string source = "'" + CorpusFile(hive) + "'";
+      const int made = Run("repair " + options + " " + source + " -o new");
+      EXPECT_TRUE(made == 0 || made == 4) << ContentOf(Sibling("errors"));
+      for (const char* step : kSteps) {
+        EXPECT_EQ(Shell(step), 0) << step << "\n" << ContentOf(Sibling("said")).substr(0, 500);
+      }
+      std::filesystem::remove(Sibling("new"));
+    }
+  }
 }
 
 // True when each element that begins in the text ends in it, in order.

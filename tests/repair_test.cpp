@@ -101,6 +101,7 @@ TEST(Repair, RebuiltHoldsTheSame) {
   EXPECT_LE(made.bytes.size(), built.bytes.size());
   EXPECT_TRUE(std::equal(&made.bytes[48], &made.bytes[112], &built.bytes[48])) << "the file's name";
   OpenedHive again(std::span<const uint8_t>(made.bytes));
+  EXPECT_TRUE(again.summary.tree_sound);
   EXPECT_EQ(RepairOf(again).bytes, made.bytes);
 }
 
