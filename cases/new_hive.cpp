@@ -234,26 +234,32 @@ void AddKey(Bins& bins, const NewHive& hive, uint32_t number, KeyPlaces& places)
   PutName(bins, cell + kKeyName, key.name);
 }
 
+// Of one of the kinds with names' hashes, their first characters, or neither.
 uint32_t AddLeaf(Bins& bins, const NewHive& hive, std::span<const uint32_t> keys,
-                 const KeyPlaces& places) {
-  const bool hashed = hive.minor >= 5;
-  const uint32_t list = AddCell(bins, kListEntries - 4 + 8 * keys.size());
+                 const KeyPlaces& places, uint16_t signature) {
+  const uint32_t entry = signature == kSignatureLi ? 4 : 8;
+  const uint32_t list = AddCell(bins, kListEntries - 4 + entry * keys.size());
   if (bins.full) return list;
-  Put16(bins, list + 4, hashed ? kSignatureLh : kSignatureLf);
+  Put16(bins, list + 4, signature);
   Put16(bins, list + kListCount, keys.size());
   uint32_t at = list + kListEntries;
   for (const uint32_t key : keys) {
     const std::u16string& name = hive.keys[key].name;
     Put32(bins, at, places.cells[key]);
-    Put32(bins, at + 4, hashed ? NameHash(name) : NameHint(name));
-    at += 8;
+    if (signature == kSignatureLh) Put32(bins, at + 4, NameHash(name));
+    if (signature == kSignatureLf) Put32(bins, at + 4, NameHint(name));
+    at += entry;
   }
   return list;
 }
 
 uint32_t AddSubkeyList(Bins& bins, const NewHive& hive, std::span<const uint32_t> keys,
                        const KeyPlaces& places) {
-  if (keys.size() <= kLongestLeaf) return AddLeaf(bins, hive, keys, places);
+  const bool hashed = hive.minor >= 5;
+  if (keys.size() <= kLongestLeaf) {
+    return AddLeaf(bins, hive, keys, places, hashed ? kSignatureLh : kSignatureLf);
+  }
+  const uint16_t below = hashed ? kSignatureLh : kSignatureLi;  // an "lf" is never below an "ri"
   const size_t leaves = (keys.size() + kLongestLeaf - 1) / kLongestLeaf;
   const uint32_t list = AddCell(bins, kListEntries - 4 + 4 * leaves);
   if (bins.full) return list;
@@ -261,8 +267,9 @@ uint32_t AddSubkeyList(Bins& bins, const NewHive& hive, std::span<const uint32_t
   Put16(bins, list + kListCount, leaves);
   for (size_t i = 0; i < leaves && !bins.full; ++i) {
     const size_t first = i * kLongestLeaf;
-    const uint32_t leaf = AddLeaf(
-        bins, hive, keys.subspan(first, std::min(kLongestLeaf, keys.size() - first)), places);
+    const uint32_t leaf =
+        AddLeaf(bins, hive, keys.subspan(first, std::min(kLongestLeaf, keys.size() - first)),
+                places, below);
     if (!bins.full) Put32(bins, list + kListEntries + 4 * static_cast<uint32_t>(i), leaf);
   }
   return list;

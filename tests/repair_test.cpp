@@ -115,6 +115,7 @@ TEST(Repair, FormsOfEveryVersion) {
     const Made made = RepairOf(opened);
     ASSERT_EQ(made.repaired.fault, RepairFault::kNone);
     EXPECT_EQ(KeysOf(made.bytes), KeysOf(built.bytes));
+    EXPECT_TRUE(OpenedHive(std::span<const uint8_t>(made.bytes)).summary.tree_sound);
   }
 }
 
