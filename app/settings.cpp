@@ -255,6 +255,7 @@ void WriteFolders(Writer& writer, const Settings& settings) {
 void WriteOptions(Writer& writer, const Settings& settings) {
   Put(writer, "KAS", "KGP1", OptionDigits(settings.options));
   Put(writer, "KAS", "FIT", settings.freed_in_tree ? "" : "0");
+  Put(writer, "KAS", "TZ", settings.time_zone);
   Put(writer, "KAS", "DI", settings.options.sort_new_lists ? "1" : "0");
   Put(writer, "KAS", "CPT", settings.options.code_page_text ? "1" : "");
   Put(writer, "KAS", "OWE", settings.options.window_for_each ? "1" : "");
@@ -388,6 +389,7 @@ void TakeOthersSettings(const Settings& read, const Settings& file, Settings& ou
     TakeOthers(read.places[i], file.places[i], ours.places[i]);
   }
   take(&Settings::freed_in_tree);
+  take(&Settings::time_zone);
   take(&Settings::range_start);
   take(&Settings::range_end);
   take(&Settings::dates);
@@ -418,6 +420,7 @@ void ReadSettings(const ProfileLookup& lookup, Settings& settings) {
   ReadDates(lookup, settings.dates);
   ReadTimeline(lookup, settings.timeline);
   settings.freed_in_tree = lookup("KAS", "FIT", "", kMaxText) != "0";
+  settings.time_zone = TextOfEither(lookup("KAS", "TZ", "", kMaxText));
   for (size_t i = 0; i < kLastFolders; ++i) {
     settings.folders[i] = TextOfEither(lookup("LTDS", NumberedKey("LD", i).c_str(), "", kMaxText));
   }

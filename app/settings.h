@@ -122,6 +122,7 @@ struct Settings {
   std::array<std::string, kLastFolders> folders;
   Options options;
   bool freed_in_tree = true;  // deleted keys are in the tree ("KAS", "FIT")
+  std::string time_zone;      // of dates, as ZoneAsText has it; empty: UTC ("KAS", "TZ")
   uint32_t range_start = 0;   // the last partial load ("FPART")
   uint32_t range_end = 0;
   DateSettings dates;

@@ -2,6 +2,7 @@
 
 #include <chrono>
 
+#include "hive/shown_zone.h"
 #include "host/host.h"
 #include "host/number_text.h"
 
@@ -97,11 +98,15 @@ uint64_t FileTimeOfCalendar(const CalendarTime& calendar) {
 
 std::string FormatTimestampChecked(uint64_t file_time) {
   const CalendarTime calendar = CalendarOfFileTime(file_time);
-  return IsPlausible(calendar) ? FormatCalendar(calendar) : std::string();
+  if (!IsPlausible(calendar)) return std::string();
+  std::string zone = ShownZoneSuffix(file_time);
+  if (zone.empty()) return FormatCalendar(calendar);
+  return FormatCalendar(CalendarOfFileTime(ShownTime(file_time))) + zone;
 }
 
 std::string FormatTimestamp(uint64_t file_time, bool local) {
-  return FormatCalendar(CalendarOfFileTime(local ? LocalTime(file_time) : file_time));
+  if (local) return FormatCalendar(CalendarOfFileTime(LocalTime(file_time)));
+  return FormatCalendar(CalendarOfFileTime(ShownTime(file_time))) + ShownZoneSuffix(file_time);
 }
 
 std::string FormatTimestampOrNone(uint64_t file_time) {
@@ -155,6 +160,13 @@ std::string FormatIso8601(uint64_t file_time) {
                  Decimal(calendar.day, 2), "T", Decimal(calendar.hour, 2), ":",
                  Decimal(calendar.minute, 2), ":", Decimal(calendar.second, 2), ".",
                  Decimal(calendar.fraction, 7), "Z"});
+}
+
+std::string FormatShownIso(uint64_t file_time) {
+  const std::string zone = ShownZoneSuffix(file_time);
+  std::string text = FormatIso8601(ShownTime(file_time));
+  if (!zone.empty()) text.replace(text.size() - 1, 1, zone, 1);
+  return text;
 }
 
 }  // namespace hivequarry

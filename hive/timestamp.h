@@ -19,8 +19,9 @@ uint64_t LocalFileTimeNow();
 // For years from 1601 on and fields in their ranges; nothing is checked, and an earlier year wraps.
 uint64_t FileTimeOfCalendar(const CalendarTime& calendar);
 
-// A FILETIME as it is; empty for a date that is not plausible (year 1988 to 2099).
-// In UTC, as keys have it.
+// These two are in the zone that dates are shown in (shown_zone.h), which is UTC unless the user
+// chose another one.
+// A FILETIME; empty for a date that is not plausible (year 1988 to 2099).
 std::string FormatTimestampChecked(uint64_t file_time);
 // A FILETIME pair, unchecked, as local time when `local`.
 std::string FormatTimestamp(uint64_t file_time, bool local);
@@ -36,5 +37,7 @@ std::string FormatCalendar(const CalendarTime& calendar);
 // ISO 8601 with seven decimals and "Z", as the console prints it.
 // UTC; whatever the value is, so that nothing stored is lost in it.
 std::string FormatIso8601(uint64_t file_time);
+// The same in the zone that dates are shown in: with "+02:00" in place of "Z".
+std::string FormatShownIso(uint64_t file_time);
 
 }  // namespace hivequarry

@@ -139,7 +139,7 @@ void ListFreedDates(FreedSource& from, uint32_t item, const KeyDateRange& range,
     const FreedPathTexts texts = FreedPathTextsOf(from, key.position);
     facts.path = texts.stored;
     AddListRow(list,
-               {{KeyDateText(time), DateValue(facts.last_write)},
+               {{FormatTimestamp(facts.last_write, false), DateValue(facts.last_write)},
                 texts.path,
                 PlaceText(from.hive, key.position),
                 FreedPlaceWords(key)},

@@ -92,8 +92,11 @@ class FreedWriter {
 
   void WriteKey(const FreedKey& key) {
     const uint64_t time = ReadU64(from_.hive, key.position + kKeyLastWrite);
+    // UTC, in whatever zone dates are shown.
+    const bool dated = !FormatTimestampChecked(time).empty();
+    const std::string date = dated ? FormatCalendar(CalendarOfFileTime(time)) : std::string();
     Comment("Deleted key at " + PlaceText(from_.hive, key.position) + ", " + FreedPlaceWords(key) +
-            ", last written " + FormatTimestampChecked(time) + " UTC");
+            ", last written " + date + " UTC");
     if (WriteKeyLine(key.position)) ++result_.keys;
     WriteValuesOf(key.position, true);
     if (out_.size() >= kBufferSize) Flush();

@@ -50,7 +50,7 @@ struct SideTexts {
 // A script's keys and values have no time and no place in a hive.
 std::string TimeText(const ComparedSide& side, uint32_t item) {
   return item == kNoItem || side.script ? std::string()
-                                        : FormatIso8601(LastWriteOf(side.hive, side.tree, item));
+                                        : FormatShownIso(LastWriteOf(side.hive, side.tree, item));
 }
 std::string OffsetText(const ComparedSide& side, uint32_t position) {
   return side.script ? std::string() : PlaceText(side.hive, position);

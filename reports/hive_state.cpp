@@ -22,7 +22,7 @@ namespace {
 
 // Years that the time of a registry can have; anything else is no time.
 std::string TimeText(uint64_t time) {
-  return FormatTimestampChecked(time).empty() ? std::string() : FormatIso8601(time);
+  return FormatTimestampChecked(time).empty() ? std::string() : FormatShownIso(time);
 }
 
 // The two lowest bits say what was done, the rest is the time of it.

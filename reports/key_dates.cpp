@@ -78,7 +78,7 @@ void AddDateRow(const HiveImage& hive, const KeyTree& tree, uint32_t item, PathW
   const std::string& path = paths.PathOf(item);
   facts.path = paths.StoredPathOf(item);
   const uint32_t position = tree.items[item].position;
-  const std::string date = has_cell ? KeyDateText(KeyDateTimeOf(facts.last_write)) : "";
+  const std::string date = has_cell ? FormatTimestamp(facts.last_write, false) : "";
   const std::string offset = PlaceText(hive, position);
   const std::string layer = LayerCell(hive, position);
   AddListRow(list, {{date, DateValue(facts.last_write)}, path, offset, layer}, position, facts);

@@ -17,7 +17,7 @@ void AddEventRow(const HiveImage& hive, const TimelineEvent& event, OutputList& 
   const bool of_hive = event.key.empty();
   facts.about_key = facts.of_record = !of_hive && event.value.empty();
   facts.last_write = facts.about_key ? event.time : 0;
-  const std::string date = KeyDateText(KeyDateTimeOf(event.time));
+  const std::string date = FormatTimestamp(event.time, false);
   const std::string offset = PositionText(event.offset);
   AddListRow(list,
              {{date, DateValue(event.time)},

@@ -85,6 +85,7 @@ const MenuItem kMainMenu[] = {
     {"&View", "&Detail pane\tCtrl+D", 9003},
     {"&View", "Deleted ke&ys in tree", 9089},
     {"&View", "&Block list", 9004},
+    {"&View", "Time &zone of dates...", 9096},
     {"&View", "List block r&uns", 9005},
     {"&View", "List r&oot cells", 9006},
     {"&View", "List &keys of branch", 9007},

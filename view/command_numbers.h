@@ -113,6 +113,8 @@ namespace hivequarry {
   One(kCommandSaveRepaired, 9092)       \
   One(kCommandCarve, 9093)              \
   One(kCommandOpenMachine, 9094)        \
+  One(kCommandWhoMayWrite, 9095)        \
+  One(kCommandTimeZone, 9096)           \
   One(kCommandOpenInWindow, 9097)       \
   One(kCommandCloseHive, 9098)          \
   Range(kCommandRecentHive, 9101, 7)    \

@@ -172,6 +172,7 @@ inline constexpr Command kFixedCommands[] = {
      .checked = &CommandFacts::freed_in_tree},
     {.number = kCommandBlockList, .menu = "&View", .text = "&Block list", .tooltip = "Block list",
      .icon = ToolIcon::kBlocks, .group_start = true, .needs = Needs::kHive},
+    {.number = kCommandTimeZone, .menu = "&View", .text = "Time &zone of dates..."},
     {.number = kCommandListBlockRuns, .menu = "&View", .text = "List block r&uns",
      .needs = Needs::kHive},
     {.number = kCommandListRoots, .menu = "&View", .text = "List r&oot cells",

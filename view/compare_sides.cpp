@@ -148,7 +148,7 @@ std::string ComparedKeyTime(const ComparedHives& hives, uint32_t key, bool in_b)
   const ComparedSide side = in_b ? hives.side_b() : hives.side_a();
   const uint32_t item = in_b ? it.b : it.a;
   if (item == kNoItem || side.script) return {};
-  return FormatIso8601(LastWriteOf(side.hive, side.tree, item));
+  return FormatShownIso(LastWriteOf(side.hive, side.tree, item));
 }
 
 std::vector<ComparedValueRow> ComparedValueRows(const ComparedHives& hives, uint32_t key) {

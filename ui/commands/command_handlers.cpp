@@ -144,6 +144,7 @@ constexpr CommandRoute kRoutes[] = {
     {kCommandEvidenceMode, OnEvidenceMode},
     {kCommandLegend, OnLegend},
     {kCommandNextRecovered, [](MainWindow& window) { OnRecovered(window, true); }},
+    {kCommandTimeZone, OnTimeZone},
     {kCommandPreviousRecovered, [](MainWindow& window) { OnRecovered(window, false); }},
     {kCommandCurrentBranch, OnCurrentBranch},
     {kCommandExpand, OnExpandSubfolders},

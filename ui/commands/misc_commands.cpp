@@ -8,12 +8,14 @@
 #include "ui/commands/handlers.h"
 #include "ui/compare/compare_window.h"
 #include "ui/dialogs/options_dialog.h"
+#include "ui/dialogs/zone_dialog.h"
 #include "ui/frame/help.h"
 #include "ui/main/freed.h"
 #include "ui/main/main_window.h"
 #include "ui/main/removed.h"
 #include "ui/main/status.h"
 #include "ui/main/window_settings.h"
+#include "view/hive_zone.h"
 
 namespace hivequarry {
 namespace {
@@ -45,6 +47,21 @@ bool NeedLoad(const Options& a, const Options& b) {
 void OnHelp(MainWindow& window) { ShowHelp(window.handle, kHelpStart); }
 void OnEvidenceMode(MainWindow& window) { SetEvidenceMode(window, !window.host.evidence); }
 void OnLegend(MainWindow& window) { ShowHelp(window.handle, kHelpLegend); }
+
+// Details and band are made anew; lists are as they were made, each date with its zone.
+void OnTimeZone(MainWindow& window) {
+  ShownZone of_hive;
+  const bool known =
+      window.shown->slot >= 0 && ZoneOfHive(ShownHive(window), *window.shown->tree, of_hive);
+  ShownZone zone = ShownZoneNow();
+  if (!AskZone(window.handle, known ? &of_hive : nullptr, zone)) return;
+  SetShownZone(zone);
+  TheSettings().time_zone = zone.kind == ZoneKind::kUtc ? "" : ZoneAsText(zone);
+  WriteProgramSettings();
+  if (window.shown->slot < 0) return;
+  RenewBand(window);
+  RefreshItem(window);
+}
 
 void OnOptions(MainWindow& window) {
   Options options = TheSettings().options;

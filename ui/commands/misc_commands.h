@@ -10,6 +10,7 @@ struct MainWindow;
 // At the topic of the main window.
 void OnHelp(MainWindow& window);
 void OnLegend(MainWindow& window);
+void OnTimeZone(MainWindow& window);
 void OnEvidenceMode(MainWindow& window);
 // Shows the options and puts what was changed into effect; where that needs a load, the user is
 // asked whether the hive is to be loaded again.

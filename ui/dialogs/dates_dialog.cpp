@@ -3,6 +3,7 @@
 #include <string>
 
 #include "app/settings.h"
+#include "hive/shown_zone.h"
 #include "host/host.h"
 #include "ui/dialogs/list_dialogs.h"
 #include "ui/frame/dialog_layout.h"
@@ -53,9 +54,15 @@ void EnableFor(const DatesDialog& state) {
   }
 }
 
+// By the clocks of the zone that dates are shown in. In UTC, where nobody chose one, the time here.
+KeyDateTime TimeNow() {
+  const bool chosen = ShownZoneNow().kind != ZoneKind::kUtc;
+  return chosen ? KeyDateTimeOf(ShownTime(FileTimeNow())) : LocalTimeNow();
+}
+
 // The hour that has begun.
 void ShowFirstRange(const DatesDialog& state) {
-  KeyDateTime now = LocalTimeNow();
+  KeyDateTime now = TimeNow();
   ShowDate(state, kDatesEnd, now);
   now.minute = now.second = 0;
   ShowDate(state, kDatesStart, now);
@@ -74,6 +81,10 @@ INT_PTR OnStart(DatesDialog& state) {
   }
   CheckDlgButton(state.dialog, kDatesLimited, settings.limited ? BST_CHECKED : BST_UNCHECKED);
   CheckDlgButton(state.dialog, kDatesFreed, settings.freed ? BST_CHECKED : BST_UNCHECKED);
+  const std::string zone = "Key dates: " + ZoneWords(ShownZoneNow());
+  if (zone != "Key dates: UTC") {
+    SetDlgItemTextW(state.dialog, kDatesZone, WindowText(zone).c_str());
+  }
   EnableFor(state);
   return TRUE;
 }
@@ -100,7 +111,8 @@ void UsePreset(const DatesDialog& state, int command) {
   for (const Preset& preset : kPresets) {
     if (preset.command != command) continue;
     if (preset.of_hive && state.last_activity == 0) return;
-    const KeyDateTime end = preset.of_hive ? KeyDateTimeOf(state.last_activity) : LocalTimeNow();
+    const KeyDateTime end =
+        preset.of_hive ? KeyDateTimeOf(ShownTime(state.last_activity)) : TimeNow();
     ShowDate(state, kDatesStart, SecondsBefore(end, preset.seconds));
     if (preset.of_hive) ShowDate(state, kDatesEnd, end);
   }
@@ -108,9 +120,13 @@ void UsePreset(const DatesDialog& state, int command) {
 
 bool ReadField(const DatesDialog& state, int field, KeyDateTime& time) {
   const std::string text = ControlText(state.dialog, field);
-  if (ReadKeyDate(text, time)) return true;
+  if (ReadKeyDate(text, time)) {
+    const bool chosen = ShownZoneNow().kind != ZoneKind::kUtc;
+    if (chosen) time = KeyDateTimeOf(TimeOfShown(FileTimeOf(time)));
+    return true;
+  }
   const std::string message = "\"" + text + "\" is no date !\r\nWrite it as in " +
-                              KeyDateText(LocalTimeNow()) + " ; the time may be left out.";
+                              KeyDateText(TimeNow()) + " ; the time may be left out.";
   ShowMessage(message.c_str(), kProgramName, Icon::kExclamation);
   SendMessageW(state.dialog, WM_NEXTDLGCTL,
                reinterpret_cast<WPARAM>(GetDlgItem(state.dialog, field)), TRUE);

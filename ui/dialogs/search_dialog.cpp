@@ -5,6 +5,7 @@
 #include <string>
 
 #include "app/settings.h"
+#include "hive/shown_zone.h"
 #include "host/host.h"
 #include "reports/key_dates.h"
 #include "ui/dialogs/bit_boxes.h"
@@ -204,9 +205,12 @@ void ShowLimits(const SearchDialog& state, const SearchLimits& limits) {
   }
   for (const TimeField& field : kTimes) {
     const uint64_t time = limits.*field.time;
-    const std::string text = time == field.none ? std::string() : KeyDateText(KeyDateTimeOf(time));
+    const std::string text =
+        time == field.none ? std::string() : KeyDateText(KeyDateTimeOf(ShownTime(time)));
     SetDlgItemTextW(state.dialog, field.control, WindowText(text).c_str());
   }
+  if (ShownZoneNow().kind == ZoneKind::kUtc) return;
+  SetDlgItemTextW(state.dialog, kSearchTimes, L"Key &written (zone), from");
 }
 
 // False after a message, with the field at fault in focus.
@@ -232,7 +236,9 @@ bool ReadLimits(const SearchDialog& state, SearchLimits& limits) {
     limits.*field.time = field.none;
     if (text.empty()) continue;
     if (!ReadKeyDate(text, time)) return refuse(field.control, text);
-    limits.*field.time = FileTimeOf(time) + field.after;
+    const bool chosen = ShownZoneNow().kind != ZoneKind::kUtc;
+    const uint64_t typed = FileTimeOf(time);
+    limits.*field.time = (chosen ? TimeOfShown(typed) : typed) + field.after;
   }
   return true;
 }

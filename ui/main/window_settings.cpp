@@ -2,6 +2,7 @@
 
 #include "app/recent_keys.h"
 #include "app/settings.h"
+#include "hive/shown_zone.h"
 #include "host/files.h"
 #include "ui/frame/list_view.h"
 #include "ui/frame/system_facts.h"
@@ -21,6 +22,9 @@ void ApplySettings(MainWindow& window) {
   SetColumnWidths(window.values.window, settings.main.columns, window.dpi);
   window.values.columns_touched = !settings.main.columns.empty();
   SetColumnWidths(window.output.list, settings.output_columns, window.dpi);
+  ShownZone zone;
+  ReadZone(settings.time_zone, zone);  // UTC for a text that is none
+  SetShownZone(zone);
 }
 
 bool RestorePlace(MainWindow& window) {

@@ -161,6 +161,14 @@
 #define kPermissionUser 723
 #define kPermissionUsers 724
 #define kPermissionConfig 725
+#define kWritersSid 741
+#define kWritersRights 742
+#define kZoneUtc 751
+#define kZoneSystem 752
+#define kZoneFixed 753
+#define kZoneRule 754
+#define kZoneOffset 755
+#define kDatesZone 756
 #define kReplaceFrom 731
 #define kReplaceTo 732
 #define kReplaceOwner 733
