@@ -243,6 +243,17 @@ int SecurityKeysCommand(const ConsoleRequest& request, OpenedHive& opened) {
   });
 }
 
+int SecurityWritersCommand(const ConsoleRequest& request, OpenedHive& opened) {
+  AccessQuery query{.sid = request.security.sid, .rights = kChangeRights};
+  if (!query.sid.empty() && !IsSid(query.sid)) return kExitUsage;
+  const std::string& rights = request.security.permissions;
+  if (!rights.empty() && !ParseRights(rights, query.rights)) return kExitUsage;
+  return PrintBranch(request, opened, kListWhoMayWrite, [&](uint32_t item, OutputList& list) {
+    SetListTitle(list, TitleOfAccess(query));
+    ListWhoMay(*opened.hive, opened.tree, item, query, OptionsOf(request), list);
+  });
+}
+
 int SecurityShowCommand(const ConsoleRequest& request, OpenedHive& opened) {
   uint32_t item = 0;
   if (!FindKey(request, opened, item)) return kExitFailed;

@@ -437,6 +437,12 @@ void AddSecurity(CLI::App& app, ConsoleRequest& request, bool named) {
   add("links", "The keys with their records, damaged ones included", true);
   AddQuery(add("keys", "The keys with a record, an owner, an entry or permissions", true),
            request.security);
+  CLI::App* writers = add("writers", "Who may change which keys, and how", true);
+  writers->add_option("--sid", request.security.sid,
+                      "What this SID may do, by itself and as one of a group; without it, anyone "
+                      "but administrators");
+  writers->add_option("--permissions", request.security.permissions,
+                      "Other rights than those by which something changes; one of them is enough");
   add("show", "The security record of a key as text", true);
 #ifdef _WIN32
   security->add_flag("--resolve", request.security.resolve, "Ask this machine for account names");

@@ -74,6 +74,7 @@ int SecurityUsedCommand(const ConsoleRequest& request, OpenedHive& opened);
 int SecurityOwnersCommand(const ConsoleRequest& request, OpenedHive& opened);
 int SecurityLinksCommand(const ConsoleRequest& request, OpenedHive& opened);
 int SecurityKeysCommand(const ConsoleRequest& request, OpenedHive& opened);
+int SecurityWritersCommand(const ConsoleRequest& request, OpenedHive& opened);
 int SecurityShowCommand(const ConsoleRequest& request, OpenedHive& opened);
 int ReportCommand(const ConsoleRequest& request, OpenedHive& opened);
 // Of several files (machine_command.cpp), and of a folder (machine_folder.cpp); an exit status.

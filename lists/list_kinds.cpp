@@ -105,6 +105,11 @@ constexpr KindColumn kAces[] = {Position("ACE", 5),
                                 Text("Permissions", 8, 5),
                                 Held(kSid, CellHolds::kTrustee),
                                 kAccount};
+constexpr KindColumn kWhoMayWrite[] = {Wide(kKey, 8, 6), Held(kSid, CellHolds::kTrustee),
+                                       kAccount,         Text("Rights", 8, 5),
+                                       Text("By", 3, 1), kOwnerSid,
+                                       kOwnerAccount,    kKeyDate,
+                                       kKeyOffset,       kSecurityRecord};
 constexpr KindColumn kLocalGroups[] = {Text("Identifier", 4), kSid, Text("Name", 9, 5),
                                        Text("Domain", 6), Text("Kind", 2, 1)};
 
@@ -298,6 +303,7 @@ constexpr ListKindInfo kKinds[] = {
     OfSecurity(kListSecurityKeys, kSecurityKeys, RowLeads::kItem, "Keys with Permissions"),
     OfSecurity(kListUsedRecords, kSecurityRecords, RowLeads::kSecurityRecord, "Security Records"),
     OfSecurity(kListRecordKeys, kRecordKeys, RowLeads::kItem),
+    OfSecurity(kListWhoMayWrite, kWhoMayWrite, RowLeads::kItem, "Who may write where"),
     OfSecurity(kListAces, kAces, RowLeads::kSecurityRecord, "ACE List"),
     {50, kOther, kFileStatus},
     {51, kOther, kKeys},

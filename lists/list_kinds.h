@@ -61,6 +61,7 @@ inline constexpr int kListCheck = 113;
 inline constexpr int kListRepair = 141;
 inline constexpr int kListMachine = 142;
 inline constexpr int kListCarved = 147;
+inline constexpr int kListWhoMayWrite = 150;
 inline constexpr int kListHiveCompare = 114;
 inline constexpr int kListTimeline = 115;
 

@@ -1,5 +1,7 @@
 // The accounts that SIDs name, by a table that the program carries and by this machine.
 
+#include <algorithm>
+
 #include "host/host.h"
 #include "host/long_operation.h"
 #include "host/number_text.h"
@@ -63,10 +65,50 @@ constexpr WellKnownSid kWellKnownSids[] = {
     {"S-1-5-32-568", "BUILTIN", "IIS_IUSRS", 'A'},
     {"S-1-5-32-569", "BUILTIN", "Cryptographic Operators", 'A'},
     {"S-1-5-32-573", "BUILTIN", "Event Log Readers", 'A'},
+    {"S-1-5-32-574", "BUILTIN", "Certificate Service DCOM Access", 'A'},
+    {"S-1-5-32-575", "BUILTIN", "RDS Remote Access Servers", 'A'},
+    {"S-1-5-32-576", "BUILTIN", "RDS Endpoint Servers", 'A'},
+    {"S-1-5-32-577", "BUILTIN", "RDS Management Servers", 'A'},
+    {"S-1-5-32-578", "BUILTIN", "Hyper-V Administrators", 'A'},
+    {"S-1-5-32-579", "BUILTIN", "Access Control Assistance Operators", 'A'},
+    {"S-1-5-32-580", "BUILTIN", "Remote Management Users", 'A'},
+    {"S-1-5-32-581", "BUILTIN", "System Managed Accounts Group", 'A'},
+    {"S-1-5-32-582", "BUILTIN", "Storage Replica Administrators", 'A'},
+    {"S-1-5-32-583", "BUILTIN", "Device Owners", 'A'},
+    {"S-1-5-32-584", "BUILTIN", "User Mode Hardware Operators", 'A'},
+    {"S-1-5-17", "NT AUTHORITY", "IUSR", 'A'},
+    {"S-1-5-33", "NT AUTHORITY", "Write Restricted", 'A'},
+    {"S-1-5-80-0", "NT SERVICE", "ALL SERVICES", 'W'},
+    {"S-1-5-83-0", "NT VIRTUAL MACHINE", "Virtual Machines", 'W'},
+    {"S-1-5-90-0", "Window Manager", "Window Manager Group", 'W'},
+    {"S-1-5-113", "NT AUTHORITY", "Local account", 'W'},
+    {"S-1-5-114", "NT AUTHORITY", "Local account and member of Administrators group", 'W'},
+    {"S-1-15-2-1", "APPLICATION PACKAGE AUTHORITY", "ALL APPLICATION PACKAGES", 'W'},
+    {"S-1-15-2-2", "APPLICATION PACKAGE AUTHORITY", "ALL RESTRICTED APPLICATION PACKAGES", 'W'},
+    {"S-1-15-3-1", "APPLICATION PACKAGE AUTHORITY", "Your Internet connection", 'W'},
+    {"S-1-15-3-2", "APPLICATION PACKAGE AUTHORITY",
+     "Your Internet connection, including incoming connections", 'W'},
+    {"S-1-15-3-3", "APPLICATION PACKAGE AUTHORITY", "Your home or work networks", 'W'},
+    {"S-1-15-3-4", "APPLICATION PACKAGE AUTHORITY", "Your pictures library", 'W'},
+    {"S-1-15-3-5", "APPLICATION PACKAGE AUTHORITY", "Your videos library", 'W'},
+    {"S-1-15-3-6", "APPLICATION PACKAGE AUTHORITY", "Your music library", 'W'},
+    {"S-1-15-3-7", "APPLICATION PACKAGE AUTHORITY", "Your documents library", 'W'},
+    {"S-1-15-3-8", "APPLICATION PACKAGE AUTHORITY", "Your Windows credentials", 'W'},
+    {"S-1-15-3-9", "APPLICATION PACKAGE AUTHORITY",
+     "Software and hardware certificates or a smart card", 'W'},
+    {"S-1-15-3-10", "APPLICATION PACKAGE AUTHORITY", "Removable storage", 'W'},
+    {"S-1-15-3-11", "APPLICATION PACKAGE AUTHORITY", "Your Appointments", 'W'},
+    {"S-1-15-3-12", "APPLICATION PACKAGE AUTHORITY", "Your Contacts", 'W'},
+    {"S-1-18-1", "", "Authentication authority asserted identity", 'W'},
+    {"S-1-18-2", "", "Service asserted identity", 'W'},
     {"S-1-5-64-10", "", "NTLM Authentication", 'A'},
     {"S-1-5-64-14", "", "SChannel Authentication", 'A'},
     {"S-1-5-64-21", "", "Digest Authentication", 'A'},
     {"S-1-5-1000", "", "Other Organisation", 'A'},
+    {"S-1-16-0", "Mandatory Label", "Untrusted Mandatory Level", 'A'},
+    {"S-1-16-8192", "Mandatory Label", "Medium Mandatory Level", 'A'},
+    {"S-1-16-8448", "Mandatory Label", "Medium Plus Mandatory Level", 'A'},
+    {"S-1-16-16384", "Mandatory Label", "System Mandatory Level", 'A'},
     {"S-1-16-12288", "Mandatory Label", "High Mandatory Level", 'A'},
     {"S-1-16-4096", "Mandatory Label", "Low Mandatory Level", 'A'},
 };
@@ -161,12 +203,31 @@ bool AccountNameOfSid(std::span<const uint8_t> sid, std::string_view text, bool 
   }
   const bool may_be_known = !text.empty() && text.size() <= kLongestKnownSid;
   const WellKnownSid* known = may_be_known ? LookupWellKnownSid(text) : nullptr;
-  if (known == nullptr) return false;
-  PutName(known->name, known->domain, name, domain);
+  const HashedName hashed = known == nullptr ? LookupHashedSid(text) : HashedName();
+  if (known == nullptr && hashed.name == nullptr) return false;
+  if (known != nullptr) PutName(known->name, known->domain, name, domain);
+  if (hashed.name != nullptr) PutName(hashed.name, hashed.domain, name, domain);
   if (!resolve) return true;
   Enclose(name);
   if (domain != nullptr && !domain->empty()) Enclose(*domain);
   return true;
+}
+
+bool AsksForName(std::string_view text, bool resolve) {
+  return resolve || text.size() <= kLongestKnownSid || LookupHashedSid(text).name != nullptr;
+}
+
+bool IsAdministrator(std::string_view sid_text) {
+  constexpr std::string_view kSids[] = {"S-1-5-18", "S-1-5-32-544", "S-1-3-0", "S-1-3-1",
+                                        "S-1-5-114"};
+  if (std::ranges::find(kSids, sid_text) != std::end(kSids)) return true;
+  const HashedName hashed = LookupHashedSid(sid_text);
+  if (hashed.name != nullptr && std::string_view(hashed.name) == "TrustedInstaller") return true;
+  // Of a domain or a machine: the administrator's account, the groups of administrators.
+  constexpr std::string_view kNumbers[] = {"500", "512", "518", "519"};
+  if (!sid_text.starts_with("S-1-5-21-")) return false;
+  const std::string_view number = sid_text.substr(sid_text.rfind('-') + 1);
+  return std::ranges::find(kNumbers, number) != std::end(kNumbers);
 }
 
 const AccountName& AccountNames::AccountOf(const std::string& sid_text) {

@@ -72,11 +72,80 @@ class KnownRecords {
   std::vector<KnownRecord> records_;
 };
 
+// What the keys of a record show of those who may do what was asked for.
+struct JudgedGrant {
+  std::string sid;
+  const AccountName* account = nullptr;  // null for none
+  std::string rights;
+  std::string by;
+};
+struct JudgedRecord {
+  std::string owner;
+  const AccountName* account = nullptr;
+  std::vector<JudgedGrant> grants;
+  uint32_t left_out = 0;  // grants that are more than a key shows
+};
+
+// Each record is judged when the first key names it.
+class JudgedRecords {
+ public:
+  JudgedRecords(const HiveImage& hive, const AccessQuery& query, const SecurityListOptions& options)
+      : hive_(hive),
+        query_(query),
+        options_(options),
+        names_(options.resolve),
+        reads_(MakeAceReads(hive)) {}
+
+  const JudgedRecord& At(uint32_t position) {
+    const auto [entry, added] = known_.try_emplace(position);
+    if (added) Judge(position, entry->second);
+    return entry->second;
+  }
+
+ private:
+  bool Matches(const AccessGrant& grant) const {
+    if ((grant.rights & query_.rights) == 0) return false;
+    return query_.sid.empty() ? !IsAdministrator(grant.sid) : IsInTrustee(query_.sid, grant.sid);
+  }
+
+  // A list that would name more is none that a system made; a million keys may share it.
+  void Judge(uint32_t position, JudgedRecord& record) {
+    constexpr size_t kMostGrants = 32;
+    SecurityRecordInfo info;
+    const ByteView image = ImageBytes(hive_);
+    const bool read = ReadSecurityRecord(image, position, info, &options_.replace);
+    record.owner = info.owner_text;
+    record.account = &names_.AccountOf(record.owner);
+    if (!read) {
+      record.grants.push_back({"", nullptr, "", "record can't be read"});
+      return;
+    }
+    for (AccessGrant& grant : GrantsOf(image, info, &options_.replace, &reads_)) {
+      if (!Matches(grant)) continue;
+      if (record.grants.size() == kMostGrants) {
+        ++record.left_out;
+        continue;
+      }
+      const AccountName& account = names_.AccountOf(grant.sid);
+      std::string rights = FormatAccessMask(grant.rights);
+      record.grants.push_back(
+          {std::move(grant.sid), &account, std::move(rights), std::move(grant.by)});
+    }
+  }
+
+  const HiveImage& hive_;
+  const AccessQuery& query_;
+  const SecurityListOptions& options_;
+  AccountNames names_;
+  AceReads reads_;
+  std::unordered_map<uint32_t, JudgedRecord> known_;  // by position
+};
+
 // Empty for years that no registry has been written in.
 std::string KeyDate(uint64_t last_write) {
   const CalendarTime calendar = CalendarOfFileTime(last_write);
   const bool dated = calendar.year >= kFirstDatedYear && calendar.year <= kLastDatedYear;
-  return dated ? FormatCalendar(calendar) : std::string();
+  return dated ? FormatTimestamp(last_write, false) : std::string();
 }
 
 // What rows about a key are made of.
@@ -202,6 +271,26 @@ void ListRecordKeys(const HiveImage& hive, const KeyTree& tree, uint32_t item,
     walk.AddKey(key, [&](const KeyCells& cells) {
       return std::array<Cell, 4>{cells.path, cells.date, cells.offset, place};
     });
+  });
+}
+
+void ListWhoMay(const HiveImage& hive, const KeyTree& tree, uint32_t item, const AccessQuery& query,
+                const SecurityListOptions& options, OutputList& list) {
+  JudgedRecords records(hive, query, options);
+  KeyWalk walk(hive, tree, list);
+  walk.Run(item, [&](uint32_t key, uint32_t position) {
+    const JudgedRecord& record = records.At(position);
+    const std::string place = TargetText(hive, position);
+    for (const JudgedGrant& grant : record.grants) {
+      std::string_view account;
+      if (grant.account != nullptr) account = grant.account->name;
+      walk.AddKey(key, [&](const KeyCells& cells) {
+        return std::array<Cell, 10>{
+            cells.path,           grant.sid,  account,      grant.rights, grant.by, record.owner,
+            record.account->name, cells.date, cells.offset, place};
+      });
+    }
+    if (record.left_out != 0) NoteShortfall(Shortfall::kRows, record.left_out);
   });
 }
 

@@ -5,6 +5,8 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
+#include <vector>
 
 #include "hive/key_tree.h"
 #include "lists/output_list.h"
@@ -80,6 +82,42 @@ std::string InvalidRecordText(const HiveImage& hive, uint32_t position);
 void FindKeysBySecurity(const HiveImage& hive, const KeyTree& tree, uint32_t item,
                         const SecurityQuery& query, const SecurityListOptions& options,
                         OutputList& list);
+// Who may change what, or do something else with it.
+struct AccessQuery {
+  std::string sid;      // whoever this is, by entries for itself or for a group that it is in
+                        // (Everyone, Authenticated Users ...); empty: anyone but administrators
+  uint32_t rights = 0;  // any of them
+};
+// All by which a key, its values or its rights can be changed.
+inline constexpr uint32_t kChangeRights = 0xD0026;
+// A trustee of a record, with what it may do with the key itself.
+struct AccessGrant {
+  std::string sid;
+  uint32_t rights = 0;  // generic ones as what they stand for
+  std::string by;       // how it comes by them: "allow", "owner", "no list"
+};
+// What a record grants, in the order of its entries. A denying entry takes from the later ones for
+// the same trustee, and one for Everyone from all later ones. What is only passed on to subkeys is
+// left out.
+std::vector<AccessGrant> GrantsOf(ByteView image, const SecurityRecordInfo& info,
+                                  const SidReplacement* replace = nullptr,
+                                  AceReads* reads = nullptr);
+// True when the rights of a trustee are those of a SID too.
+bool IsInTrustee(std::string_view sid, std::string_view trustee);
+// The keys from `item` down with those that may do what is asked for: kListWhoMayWrite, a row for
+// each trustee of a key; datum: the key's position. Each record is judged once.
+void ListWhoMay(const HiveImage& hive, const KeyTree& tree, uint32_t item, const AccessQuery& query,
+                const SecurityListOptions& options, OutputList& list);
+std::string TitleOfAccess(const AccessQuery& query);
+
+// The SIDs that the records of a hive name, as far as the chain from the root's record leads to
+// them, with names by the table.
+struct HiveSid {
+  std::string sid;
+  std::string name;  // empty for none
+};
+std::vector<HiveSid> SidsOfHive(const HiveImage& hive, const KeyTree& tree);
+
 // The records that the keys from `item` down use, with the number of those keys: kListUsedRecords;
 // datum: the record's position.
 void ListUsedRecords(const HiveImage& hive, const KeyTree& tree, uint32_t item,

@@ -17,14 +17,6 @@ constexpr GenericRight kGenericRights[] = {{0x80000000, kReadRights},
                                            {0x20000000, kReadRights},
                                            {0x10000000, kFullControl}};
 
-uint32_t MapGenericRights(uint32_t mask) {
-  uint32_t mapped = mask;
-  for (const GenericRight& right : kGenericRights) {
-    if ((mask & right.generic) != 0) mapped = (mapped & ~right.generic) | right.specific;
-  }
-  return mapped;
-}
-
 // True when `is_match` is for one of the list's entries. Damaged ones match nothing.
 template <typename IsMatch>
 bool AnyAce(ByteView image, const AclPlace& acl, const SidReplacement* replace, AceReads* reads,
@@ -62,6 +54,14 @@ class PermissionTest {
 };
 
 }  // namespace
+
+uint32_t MapGenericRights(uint32_t mask) {
+  uint32_t mapped = mask;
+  for (const GenericRight& right : kGenericRights) {
+    if ((mask & right.generic) != 0) mapped = (mapped & ~right.generic) | right.specific;
+  }
+  return mapped;
+}
 
 bool MatchesPermissions(ByteView image, const SecurityRecordInfo& info,
                         const PermissionQuery& query, const SidReplacement* replace,

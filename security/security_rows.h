@@ -24,6 +24,9 @@ struct AceReads {
 inline AceReads MakeAceReads(const HiveImage& hive) {
   return {std::vector<uint64_t>(hive.length / 512 + 1), hive.length / 8};
 }
+// A mask with its generic rights as what they stand for on a registry key.
+uint32_t MapGenericRights(uint32_t mask);
+
 // How many of a list's entries are read; a shortfall is noted when that is not all.
 inline uint32_t AcesToRead(const AclPlace& acl, AceReads& reads) {
   constexpr uint32_t kLeastAce = 8;

@@ -54,14 +54,27 @@ bool AccountNameOfSid(std::span<const uint8_t> sid, std::string_view text, bool 
                       std::string& name, std::string* domain = nullptr);
 // True when lists and reports ask for the name of a SID at all: without `resolve` only texts as
 // short as the table's are asked for.
-inline bool AsksForName(std::string_view text, bool resolve) {
-  return resolve || text.size() <= kLongestKnownSid;
-}
+bool AsksForName(std::string_view text, bool resolve);
+
+// The name that a SID was made from: of a service ("NT SERVICE") or of what a packaged program may
+// do ("APPLICATION PACKAGE AUTHORITY"); such SIDs are hashes of names, so those of known names are
+// recognised on every machine. Null texts for any other SID.
+struct HashedName {
+  const char* domain = nullptr;
+  const char* name = nullptr;
+};
+HashedName LookupHashedSid(std::string_view text);
+// The SID of a service by its name, in capitals or not (ASCII alone).
+std::string ServiceSid(std::string_view service);
 
 struct AccountName {
   std::string name;  // empty for none
   std::string domain;
 };
+// Of those who may do anything anyway: the system, its installer and administrators, by whatever
+// domain. An entry for the later creator of a key is for nobody yet, and counts as such.
+bool IsAdministrator(std::string_view sid_text);
+
 // What lists and reports show beside a SID. Answers are remembered by text, as a hive names few
 // SIDs many times. What is returned lives as long as the object.
 // One thread; several walks have one each.

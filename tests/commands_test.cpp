@@ -48,6 +48,7 @@ const MenuItem kMainMenu[] = {
     {"&File>Security R&ecords", "&Owners of keys", 9033},
     {"&File>Security R&ecords", "Records of &keys", 9034},
     {"&File>Security R&ecords", "&Find Keys with Permissions...", 9032},
+    {"&File>Security R&ecords", "&Who may write where...", 9095},
     {"&File>Security R&ecords", "Re&place SID...", 9036},
     {"&File>Security R&ecords", "List local &groups", 9035},
     {"&File", "&Load Hive into Registry", 1435},

@@ -75,6 +75,8 @@ inline constexpr Command kFixedCommands[] = {
      .needs = Needs::kItem},
     {.number = kCommandPermissions, .menu = kSecurityMenu,
      .text = "&Find Keys with Permissions..."},
+    {.number = kCommandWhoMayWrite, .menu = kSecurityMenu, .text = "&Who may write where...",
+     .needs = Needs::kHive},
     {.number = kCommandReplaceSid, .menu = kSecurityMenu, .text = "Re&place SID...",
      .group_start = true, .needs = Needs::kHive, .writes = true},
     {.number = kCommandLocalGroups, .menu = kSecurityMenu, .text = "List local &groups"},

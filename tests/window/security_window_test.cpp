@@ -259,6 +259,27 @@ TEST_F(SecurityWindowTest, PermissionsAreFoundBelowTheSelectedKey) {
   EXPECT_EQ(Column(found, 0), (Texts{"ROOT\\Owned", "ROOT\\Owned\\Inner"}));
 }
 
+TEST_F(SecurityWindowTest, WhoMayWriteOffersTheSidsOfTheHive) {
+  SelectItemAndWait(0);
+  InDialog(L"Who may write where", [](HWND dialog) {
+    const HWND box = GetDlgItem(dialog, kWritersSid);
+    EXPECT_EQ(GetWindowTextLengthW(box), 25) << "anyone but administrators";
+    EXPECT_NE(ComboBox_FindStringExact(box, -1, L"BUILTIN\\Administrators  S-1-5-32-544"), CB_ERR);
+    for (const int right : {kRightSetValue, kRightCreateSubkey, kRightCreateLink, kRightDelete,
+                            kRightWriteDac, kRightWriteOwner}) {
+      EXPECT_TRUE(Ticked(dialog, right));
+      Click(dialog, right);
+    }
+    EXPECT_FALSE(IsWindowEnabled(GetDlgItem(dialog, IDOK)));
+    Click(dialog, kRightWriteDac);
+    Type(dialog, kWritersSid, L"BUILTIN\\Administrators  S-1-5-32-544");
+    Click(dialog, IDOK);
+  });
+  const ListPlace& found = RunForList(kCommandWhoMayWrite);
+  EXPECT_EQ(TextOf(found.window), "Who may write where: S-1-5-32-544");
+  EXPECT_EQ(Column(found, 1).at(0), "S-1-5-32-544");
+}
+
 TEST_F(SecurityWindowTest, RowsLeadFromListToList) {
   ListPlace& aces = RunForList(kCommandListAces);
   const Texts trustees = Column(aces, 4);

@@ -63,6 +63,7 @@ constexpr CommandRoute kRoutes[] = {
     {kCommandKeyOwners, OnListKeyOwners},
     {kCommandRecordsOfKeys, OnListRecordKeys},
     {kCommandPermissions, OnFindKeysWithPermissions},
+    {kCommandWhoMayWrite, OnWhoMayWrite},
     {kCommandReplaceSid, OnReplaceSid},
     {kCommandLocalGroups, OnListLocalGroups},
     {kCommandLoadHive, OnLoadHive},

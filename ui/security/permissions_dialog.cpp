@@ -8,6 +8,7 @@
 #include "security/sid.h"
 #include "ui/dialogs/bit_boxes.h"
 #include "ui/dialogs/list_dialogs.h"
+#include "ui/frame/dialog_layout.h"
 #include "ui/frame/modal.h"
 #include "ui/frame/text.h"
 #include "ui/resources/resource.h"
@@ -41,7 +42,7 @@ void ShowPlaces(HWND dialog) {
 void OnStart(HWND dialog, PermissionRequest& request) {
   SetWindowLongPtrW(dialog, DWLP_USER, reinterpret_cast<LONG_PTR>(&request));
   const PermissionQuery& query = request.query;
-  FillSidBox(dialog, kPermissionSid, query.sid);
+  FillSidBox(dialog, kPermissionSid, query.sid, request.of_hive);
   CheckRadioButton(dialog, kPermissionAllow, kPermissionOther,
                    kPermissionAllow + static_cast<int>(query.kind));
   TickBits(dialog, kRights, query.rights);
@@ -98,7 +99,67 @@ std::string Trimmed(const std::string& text) {
   return text.substr(start, text.find_last_not_of(" \t") - start + 1);
 }
 
+// Two blanks are in no name.
+std::string ChoiceText(const HiveSid& each) {
+  return each.name.empty() ? each.sid : each.name + "  " + each.sid;
+}
+
+// --- who may write where -------------------------------------------------------------------------
+
+constexpr wchar_t kAnyone[] = L"Anyone but administrators";
+constexpr BitBox kChanges[] = {{kRightSetValue, 0x2},     {kRightCreateSubkey, 0x4},
+                               {kRightCreateLink, 0x20},  {kRightDelete, 0x10000},
+                               {kRightWriteDac, 0x40000}, {kRightWriteOwner, 0x80000}};
+
+// Lives as long as its dialog.
+struct WritersDialog {
+  HWND dialog = nullptr;
+  const std::vector<HiveSid>& of_hive;
+  AccessQuery query;
+};
+
+INT_PTR OnStart(WritersDialog& state) {
+  const HWND box = GetDlgItem(state.dialog, kWritersSid);
+  ComboBox_AddString(box, kAnyone);
+  FillSidBox(state.dialog, kWritersSid, state.query.sid, state.of_hive);
+  if (state.query.sid.empty()) SetWindowTextW(box, kAnyone);
+  TickBits(state.dialog, kChanges, state.query.rights);
+  return TRUE;
+}
+
+void OnFind(WritersDialog& state) {
+  const bool anyone = Trimmed(ControlText(state.dialog, kWritersSid)) == Utf8Name(kAnyone);
+  state.query.sid.clear();
+  if (!anyone && !ReadSid(state.dialog, kWritersSid, true, state.query.sid)) return;
+  state.query.rights = TickedBits(state.dialog, kChanges);
+  EndDialog(state.dialog, IDOK);
+}
+
+// Without a right there is nothing to look for.
+INT_PTR Route(WritersDialog& state, UINT message, WPARAM first, LPARAM) {
+  if (message != WM_COMMAND) return FALSE;
+  const int control = LOWORD(first);
+  if (control == IDOK) OnFind(state);
+  if (control == IDCANCEL) EndDialog(state.dialog, IDCANCEL);
+  EnableWindow(GetDlgItem(state.dialog, IDOK), TickedBits(state.dialog, kChanges) != 0);
+  return TRUE;
+}
+
+constexpr DLGPROC kWritersProcedure = RecordDialogProc<WritersDialog, OnStart, Route>;
+
 }  // namespace
+
+bool AskWhoMay(HWND owner, const std::vector<HiveSid>& of_hive, AccessQuery& query) {
+  WritersDialog state{nullptr, of_hive, query};
+  const ModalTurn turn(owner);
+  if (DialogBoxParamW(GetModuleHandleW(nullptr), L"WRITERSDLG", owner, kWritersProcedure,
+                      reinterpret_cast<LPARAM>(&state)) != IDOK) {
+    return false;
+  }
+  query = std::move(state.query);
+  if (!query.sid.empty()) AddToHistory(TheSettings().histories.sids, query.sid);
+  return true;
+}
 
 bool AskPermissions(HWND owner, PermissionRequest& request) {
   PermissionRequest wanted = request;
@@ -113,17 +174,23 @@ bool AskPermissions(HWND owner, PermissionRequest& request) {
   return true;
 }
 
-void FillSidBox(HWND dialog, int control, const std::string& sid) {
+void FillSidBox(HWND dialog, int control, const std::string& sid,
+                const std::vector<HiveSid>& of_hive) {
   const HWND box = GetDlgItem(dialog, control);
   ComboBox_LimitText(box, kLongestSid);
   for (const std::string& used : TheSettings().histories.sids) {
     ComboBox_AddString(box, WindowText(used).c_str());
   }
+  for (const HiveSid& each : of_hive) {
+    ComboBox_AddString(box, WindowText(ChoiceText(each)).c_str());
+  }
   SetWindowTextW(box, WindowText(sid).c_str());
 }
 
 bool ReadSid(HWND dialog, int control, bool optional, std::string& sid) {
-  const std::string text = Trimmed(ControlText(dialog, control));
+  std::string text = Trimmed(ControlText(dialog, control));
+  const size_t after_name = text.rfind("  S-1-");
+  if (after_name != std::string::npos) text = text.substr(after_name + 2);
   if (text.empty() ? optional : !SidOfText(text).empty()) {
     sid = text;
     return true;

@@ -148,6 +148,8 @@ void OnListLocalGroups(MainWindow& window) {
 void OnFindKeysWithPermissions(MainWindow& window) {
   PermissionRequest& request = LastRequest();
   request.hive_offered = window.shown->slot >= 0;
+  request.of_hive = request.hive_offered ? SidsOfHive(ShownHive(window), *window.shown->tree)
+                                         : std::vector<HiveSid>();
   if (!AskPermissions(window.handle, request)) return;
   if (request.live) return FindInRegistry(window, request);
   const uint32_t item = SelectedItem(window.shown->pane);
@@ -155,6 +157,19 @@ void OnFindKeysWithPermissions(MainWindow& window) {
   query.mode = SecurityMode::kPermissions;
   query.permissions = request.query;
   StartQuery(window, item == kNoItem ? kWholeTree : item, query);
+}
+
+void OnWhoMayWrite(MainWindow& window) {
+  static AccessQuery last{"", kChangeRights};  // the dialog begins with what was asked last
+  const HiveImage& hive = ShownHive(window);
+  if (!AskWhoMay(window.handle, SidsOfHive(hive, *window.shown->tree), last)) return;
+  const uint32_t item = SelectedItem(window.shown->pane);
+  OutputListPtr list = MakeOutputList(kListWhoMayWrite);
+  SetListTitle(*list, TitleOfAccess(last));
+  StartWalk(window, std::move(list), item == kNoItem ? kWholeTree : item,
+            [query = last](const SecurityWalk& walk, OutputList& rows) {
+              ListWhoMay(walk.hive, walk.tree, walk.item, query, walk.options, rows);
+            });
 }
 
 void OnReplaceSid(MainWindow& window) {

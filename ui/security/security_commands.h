@@ -16,6 +16,7 @@ void OnListRecordKeys(MainWindow& window);
 void OnListLocalGroups(MainWindow& window);
 void OnFindKeysWithPermissions(MainWindow& window);
 // Changes how lists show a SID, and nothing in the hive.
+void OnWhoMayWrite(MainWindow& window);
 void OnReplaceSid(MainWindow& window);
 
 // Of the selected key.
