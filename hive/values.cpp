@@ -137,7 +137,13 @@ struct ValueRequest {
   uint32_t most = kMaxValueData;  // bytes of the data that are copied
   DataBudget* budget = nullptr;   // that allows more than kShownData of them
   uint32_t shift = 0;             // what the offsets are more than they were here
+  bool of_any_length = false;     // kMaxValueData is no bound, but the image's length
 };
+
+bool IsTooLong(const HiveImage& hive, const ValueRequest& request, uint32_t length) {
+  if (request.of_any_length) return length > hive.length;
+  return length >= kMaxValueData || length > request.capacity;
+}
 
 // --- what a walk has read ------------------------------------------------------------------------
 
@@ -215,7 +221,7 @@ ValueKey ReadValue(const HiveImage& hive, uint32_t position, const ValueRequest&
 
   Segments segments;
   segments.shift = request.shift;
-  if (value.data_length >= kMaxValueData || value.data_length > request.capacity) {
+  if (IsTooLong(hive, request, value.data_length)) {
     value.status = ValueStatus::kTooLong;
     return value;
   }
@@ -254,6 +260,22 @@ ValueKey ReadRequested(const HiveImage& hive, uint32_t position, const ValueRequ
   return ReadValue(hive, position, request, &data);
 }
 
+std::vector<DataPiece> PiecesOfData(const HiveImage& hive, const ValueKey& value) {
+  if (!value.big_data) return {{0, value.data_length, value.data_position}};
+  std::vector<DataPiece> pieces;
+  Segments segments;
+  if (!LocateSegments(hive, value, segments)) return pieces;
+  uint32_t done = 0;
+  for (uint32_t index = 0; done < value.data_length; ++index) {
+    const uint32_t size = std::min(value.data_length - done, kBigDataSegment);
+    const uint32_t position = SegmentPosition(hive, segments, index, size);
+    if (position == 0) break;
+    pieces.push_back({done, size, position});
+    done += size;
+  }
+  return pieces;
+}
+
 // --- lists ---------------------------------------------------------------------------------------
 
 constexpr uint32_t kNoList = 0xFFFFFFF8;  // this offset and all above name none
@@ -290,6 +312,19 @@ ValueKey ReadStoredValueKey(const HiveImage& hive, uint32_t position, ValueRead 
   request.how = how;
   request.capacity = capacity;
   return ReadValue(hive, position, request, data);
+}
+
+ValueKey ReadWholeValue(const HiveImage& hive, uint32_t position, std::vector<uint8_t>& data,
+                        std::vector<DataPiece>& pieces) {
+  pieces.clear();
+  ValueRequest request;
+  request.of_any_length = true;
+  request.most = hive.length;
+  const ValueKey value = ReadRequested(hive, position, request, data);
+  if (value.status == ValueStatus::kRead && !value.edited && !data.empty()) {
+    pieces = PiecesOfData(hive, value);
+  }
+  return value;
 }
 
 ValueKey ReadShownValue(const HiveImage& hive, uint32_t position, std::vector<uint8_t>& data) {

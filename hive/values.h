@@ -63,6 +63,18 @@ ValueKey ReadValueKey(const HiveImage& hive, uint32_t position, ValueRead how, u
 ValueKey ReadStoredValueKey(const HiveImage& hive, uint32_t position, ValueRead how,
                             uint32_t capacity, std::vector<uint8_t>* data);
 
+// Where a part of a value's data is: `length` bytes from `offset` within the data on are at the
+// image position.
+struct DataPiece {
+  uint32_t offset = 0;
+  uint32_t length = 0;
+  uint32_t position = 0;
+};
+// All data of one value, also where they are as long as kMaxValueData or longer: as long as the
+// image has room for. `pieces`: where they are, ascending and without gaps; empty for an edit's.
+ValueKey ReadWholeValue(const HiveImage& hive, uint32_t position, std::vector<uint8_t>& data,
+                        std::vector<DataPiece>& pieces);
+
 // Reads no more data than a list shows of them: `data` has the first kShownData bytes at most, and
 // data_length tells how many there are. All of them have been located.
 inline constexpr uint32_t kShownData = 1024;

@@ -97,8 +97,7 @@ TEST(ValueMeaning, ValuesAsText) {
 TEST(ValueMeaning, EndsDetailsOfWhatIsNoTextOrNumber) {
   const Bytes strings = {'a', 0, 0, 0, 'b', 0, 0, 0, 0, 0};
   EXPECT_EQ(MeaningDetail(kRegMultiSz, strings), "\r\nStrings, one a line:\r\na\r\nb\r\n");
-  EXPECT_EQ(MeaningDetail(kRegBinary, Bytes{7}),
-            "\r\nThe beginning may mean:\r\n8 bits: 7, 0x07\r\n");
+  EXPECT_EQ(MeaningDetail(kRegBinary, Bytes{7}), "");
   EXPECT_EQ(MeaningDetail(kRegQword, Bytes{7, 0, 0, 0, 0, 0, 0, 0}).substr(0, 33),
             "\r\nMeaning:\r\n7, 0x0000000000000007");
   EXPECT_EQ(MeaningDetail(kRegSz, strings), "");

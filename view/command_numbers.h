@@ -138,6 +138,7 @@ namespace hivequarry {
   One(kCommandRecordProperties, 9217)   \
   One(kCommandCopyClassId, 9218)        \
   One(kCommandListExport, 9219)         \
+  One(kCommandRowsValue, 9260)          \
   One(kCommandFollowRecord, 9220)       \
   One(kCommandPreviousRecord, 9221)     \
   One(kCommandOnlyMissing, 9222)        \

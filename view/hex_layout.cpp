@@ -5,9 +5,8 @@
 namespace hivequarry {
 namespace {
 
-constexpr int kGap = 2;           // between columns, characters
-constexpr uint32_t kGroup = 8;    // bytes between wider gaps
-constexpr uint32_t kWidest = 64;  // bytes a line; the eye loses longer ones
+constexpr int kGap = 2;         // between columns, characters
+constexpr uint32_t kGroup = 8;  // bytes between wider gaps
 
 int HexStart(const HexLayout& layout) {
   return (layout.file_positions ? 2 : 1) * (kHexPositionDigits + kGap);
@@ -50,8 +49,14 @@ uint32_t LineAt(const HexLayout& layout, int y, uint32_t top_line, uint32_t coun
 void FitBytesPerLine(HexLayout& layout) {
   const int room = (layout.width - layout.margin) / layout.cell_width;
   uint32_t per_line = kGroup;
-  while (per_line < kWidest && CharactersFor(layout, per_line + kGroup) <= room) per_line += kGroup;
+  while (per_line < layout.widest && CharactersFor(layout, per_line + kGroup) <= room) {
+    per_line += kGroup;
+  }
   layout.per_line = per_line;
+}
+
+int WidthOfLine(const HexLayout& layout, uint32_t per_line) {
+  return ColumnLeft(layout, CharactersFor(layout, per_line));
 }
 
 int FileColumn(const HexLayout&) { return kHexPositionDigits + kGap; }

@@ -16,10 +16,14 @@ struct HexLayout {
   int height = 0;
   bool file_positions = false;
   uint32_t per_line = 16;
+  uint32_t widest = 64;  // bytes a line at most; the eye loses longer ones
 };
 
 // As many bytes a line as fit, in steps of 8; at least 8.
 void FitBytesPerLine(HexLayout& layout);
+
+// What a line of so many bytes takes, pixels.
+int WidthOfLine(const HexLayout& layout, uint32_t per_line);
 
 inline constexpr int kHexPositionDigits = 8;
 int FileColumn(const HexLayout& layout);

@@ -103,6 +103,8 @@ constexpr KeyMove kMoves[] = {
 HexOutcome Changed(bool done) { return {done ? HexEffect::kChanged : HexEffect::kNone}; }
 HexOutcome Refused(const char16_t* reason) { return {HexEffect::kRefused, reason}; }
 
+constexpr char16_t kOnlyShown[] = u"These bytes are shown and can't be changed here.";
+
 // Where the model refuses only what would become too long.
 HexOutcome Entered(bool done) {
   if (done) return Changed(true);
@@ -133,6 +135,7 @@ constexpr HexCommandRow kCommands[] = {
     {HexCommand::kRedo, u"&Redo\tCtrl+Y", 'Y', true, false, HexNeeds::kUndone, true},
     {HexCommand::kCut, u"Cu&t\tCtrl+X", 'X', true, false, HexNeeds::kSelection},
     {HexCommand::kCopy, u"&Copy\tCtrl+C", 'C', true, false, HexNeeds::kSelection},
+    {HexCommand::kSave, u"&Save to file...\tCtrl+S", 'S', true, false, HexNeeds::kBytes, true},
     {HexCommand::kPaste, u"&Paste\tCtrl+V", 'V', true, false, HexNeeds::kClipboard},
     {HexCommand::kDelete, u"&Delete\tDel", kKeyDelete, false, false, HexNeeds::kBytes, true},
     {HexCommand::kSelectAll, u"Select &all\tCtrl+A", 'A', true, false, HexNeeds::kBytes, true},
@@ -146,6 +149,20 @@ constexpr HexCommandRow kCommands[] = {
     {HexCommand::kCut, nullptr, kKeyDelete, false, true, HexNeeds::kSelection},
 };
 // clang-format on
+
+bool ChangesBytes(HexCommand command) {
+  switch (command) {
+    case HexCommand::kUndo:
+    case HexCommand::kRedo:
+    case HexCommand::kCut:
+    case HexCommand::kPaste:
+    case HexCommand::kDelete:
+    case HexCommand::kOverwrite:
+      return true;
+    default:
+      return false;
+  }
+}
 
 }  // namespace
 
@@ -180,7 +197,8 @@ void ShowCaretLine(HexView& view) {
 }
 
 void ShowBytes(HexView& view, std::vector<uint8_t> bytes) {
-  SetBytes(view.model, std::move(bytes));
+  SetBytes(view.model, view.read_only ? std::vector<uint8_t>() : std::move(bytes));
+  if (view.read_only) view.model.bytes = std::move(bytes);
   view.top_line = 0;
 }
 
@@ -202,6 +220,7 @@ void SwitchSide(HexView& view, HexSide side) {
 HexOutcome TypeCharacter(HexView& view, char16_t unit) {
   // What is below comes from keys that were dealt with as keys.
   if (unit < kFirstPrintable || unit == kDeleteCharacter) return {};
+  if (view.read_only) return Refused(kOnlyShown);
   if (view.side == HexSide::kHex) {
     if (const auto digit = HexDigitOf(unit)) return Entered(TypeDigit(view.model, *digit));
     return unit == u' ' ? HexOutcome() : Refused(u"Only the digits 0-9 and A-F make bytes.");
@@ -210,7 +229,9 @@ HexOutcome TypeCharacter(HexView& view, char16_t unit) {
   return Refused(u"The code page has no such character.");
 }
 
-HexOutcome EraseBefore(HexView& view) { return Changed(EraseBack(view.model)); }
+HexOutcome EraseBefore(HexView& view) {
+  return view.read_only ? Refused(kOnlyShown) : Changed(EraseBack(view.model));
+}
 
 std::span<const HexCommandRow> HexCommands() { return kCommands; }
 
@@ -221,7 +242,13 @@ const HexCommandRow* HexCommandOfKey(uint32_t key, bool control, bool shift) {
   return nullptr;
 }
 
+// The editor of values saves by its own buttons.
+bool IsOffered(const HexCommandRow& row, const HexView& view) {
+  return view.read_only ? !ChangesBytes(row.command) : row.command != HexCommand::kSave;
+}
+
 bool IsAvailable(const HexCommandRow& row, const HexView& view, bool text_on_clipboard) {
+  if (!IsOffered(row, view)) return false;
   switch (row.needs) {
     case HexNeeds::kNothing:
       return true;
@@ -266,7 +293,21 @@ std::u16string CopiedText(const HexView& view) {
   return view.side == HexSide::kHex ? InputOfBytes(bytes) : TextOfBytes(bytes);
 }
 
+std::optional<std::u16string> CopiedText(const HexView& view, CopyForm form,
+                                         const FilePosition& file_position) {
+  const HexRange range = SavedRange(view);
+  if (Length(range) > kLongestCopied) return std::nullopt;
+  const std::span<const uint8_t> bytes(view.model.bytes);
+  return CopiedBytes(form, bytes.subspan(range.start, Length(range)), {range.start, file_position});
+}
+
+HexRange SavedRange(const HexView& view) {
+  const HexRange selection = SelectionOf(view.model);
+  return Length(selection) != 0 ? selection : HexRange{0, ByteCount(view.model)};
+}
+
 HexOutcome PutText(HexView& view, const std::u16string& text) {
+  if (view.read_only) return Refused(kOnlyShown);
   const bool hex = view.side == HexSide::kHex;
   const auto bytes = hex ? BytesOfHexText(text) : BytesOfText(text);
   if (!bytes) {

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "view/copy_forms.h"
 #include "view/hex_bytes.h"
 #include "view/hex_layout.h"
 
@@ -28,8 +29,9 @@ struct HexView {
   HexBytes model;
   HexLayout layout;
   HexSide side = HexSide::kHex;
-  uint32_t top_line = 0;  // the first line in view
-  HexFind find;           // what was looked for last
+  uint32_t top_line = 0;   // the first line in view
+  HexFind find;            // what was looked for last
+  bool read_only = false;  // nothing changes the bytes, and there may be any number of them
 };
 
 // What an action did. Its window then shows the caret, paints and tells its parent, or the reason
@@ -70,6 +72,7 @@ enum class HexCommand {
   kFindNext,
   kFindPrevious,
   kOverwrite,
+  kSave,
 };
 enum class HexNeeds { kNothing, kDone, kUndone, kBytes, kSelection, kClipboard };
 
@@ -86,6 +89,8 @@ struct HexCommandRow {
 std::span<const HexCommandRow> HexCommands();
 // The row that a key stands for, null for none.
 const HexCommandRow* HexCommandOfKey(uint32_t key, bool control, bool shift);
+// False for what a view that is read only has no use for.
+bool IsOffered(const HexCommandRow& row, const HexView& view);
 // `text_on_clipboard`: whether there is text to be put in.
 bool IsAvailable(const HexCommandRow& row, const HexView& view, bool text_on_clipboard);
 
@@ -93,6 +98,13 @@ bool IsAvailable(const HexCommandRow& row, const HexView& view, bool text_on_cli
 HexOutcome RunOnBytes(HexView& view, HexCommand command);
 // The selection as the clipboard has it: digits or characters, by the side.
 std::u16string CopiedText(const HexView& view);
+// The selected bytes, or all of them where none is, in another form. Nothing for more than
+// kLongestCopied.
+inline constexpr uint32_t kLongestCopied = 8U << 20;
+std::optional<std::u16string> CopiedText(const HexView& view, CopyForm form,
+                                         const FilePosition& file_position);
+// What "Save to file" is about: the selection, else all.
+HexRange SavedRange(const HexView& view);
 // The clipboard's text in place of the selection, read as the side has it.
 HexOutcome PutText(HexView& view, const std::u16string& text);
 

@@ -5,6 +5,7 @@
 
 #include "hive/file_place.h"
 #include "hive/values.h"
+#include "host/number_text.h"
 #include "view/shown_text.h"
 #include "view/value_meaning.h"
 #include "words/item_values.h"
@@ -42,6 +43,17 @@ std::string MeaningOfValue(const HiveImage& hive, uint32_t position) {
   return value.status == ValueStatus::kRead ? MeaningDetail(value.type, data) : std::string();
 }
 
+// Data that are too long for a text; bytes they are all the same, as far as the hive has them.
+std::string LongValueWords(const HiveImage& hive, uint32_t position) {
+  const ValueKey value = ReadValueKey(hive, position, ValueRead::kFields, kMaxValueData, nullptr);
+  const bool there = value.data_length <= hive.length;
+  return Concat({"Type ", std::to_string(value.type), ", Length 0x", Hex(value.data_length), " (",
+                 std::to_string(value.data_length), ")\r\n",
+                 there
+                     ? "Too long to be shown as text.\r\n"
+                     : "The length is more than the hive has bytes: its data can't be read.\r\n"});
+}
+
 }  // namespace
 
 std::u16string ItemWords(const HiveImage& hive, const KeyTree& tree, uint32_t item) {
@@ -68,8 +80,10 @@ std::u16string ItemDetail(const HiveImage& hive, const KeyTree& tree, uint32_t i
 }
 
 std::u16string ValueDetailOf(const HiveImage& hive, const KeyTree& tree, uint32_t position) {
-  std::string detail = ShownValueDetail(hive, position).text;
-  if (!detail.empty()) detail += MeaningOfValue(hive, position);
+  const ValueDetailText shown = ShownValueDetail(hive, position);
+  std::string detail = shown.text;
+  if (shown.status == ValueStatus::kTooLong) detail = LongValueWords(hive, position);
+  if (!shown.text.empty()) detail += MeaningOfValue(hive, position);
   const std::string why = WhyValueIsHere(tree, position);
   return ShownText(why.empty() || detail.empty() ? detail : "Why here: " + why + "\r\n" + detail);
 }

@@ -17,6 +17,8 @@ inline constexpr ListCommand kListCommandTable[] = {
      .accelerator = {kKeyBack, 0}, .about = ListAbout::kRecord},
     {.number = kCommandGoToTree, .text = "Go to &Tree\tCtrl-T",
      .accelerator = {'T', kWithControl}, .needs = ListNeeds::kKeyOfRow},
+    {.number = kCommandRowsValue, .text = "&Value details\tAlt+Enter",
+     .accelerator = {kKeyReturn, kWithAlt}, .needs = ListNeeds::kKeyOfRow},
     {.number = kCommandListRawRecord, .text = "Ra&w record\tEnter",
      .needs = ListNeeds::kFocus, .about = ListAbout::kFaults},
     {.number = kCommandShowAsOf, .text = "&Show the hive as of this entry",

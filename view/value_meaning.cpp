@@ -13,6 +13,8 @@
 #include "host/number_text.h"
 #include "host/text.h"
 #include "host/visible_text.h"
+#include "reports/shell_items.h"
+#include "security/descriptor.h"
 #include "security/sid.h"
 #include "words/known_guids.h"
 #include "words/value_text.h"
@@ -80,7 +82,7 @@ void AddNumbers(const Bytes& bytes, Meanings& out) {
 
 // Empty for a date that no registry has seen.
 std::string TimeText(uint64_t file_time) {
-  return FormatTimestampChecked(file_time).empty() ? std::string() : FormatIso8601(file_time);
+  return FormatTimestampChecked(file_time).empty() ? std::string() : FormatShownIso(file_time);
 }
 
 void AddTime(const char* label, uint64_t file_time, Meanings& out) {
@@ -165,8 +167,9 @@ bool EndsText(uint32_t unit) { return unit < 32 && unit != '\t' && unit != '\r' 
 
 // Up to what ends it, or the end of the selection.
 void AddTexts(const Bytes& bytes, Meanings& out) {
-  const std::span<const uint8_t> all =
-      bytes.selected != 0 ? bytes.from.first(bytes.selected) : bytes.from;
+  // One more than is shown tells that there is more.
+  const size_t room = bytes.selected != 0 ? bytes.selected : bytes.from.size();
+  const std::span<const uint8_t> all = bytes.from.first(std::min(room, 2 * (kLongestText + 1)));
   const auto narrow_end = static_cast<size_t>(std::ranges::find_if(all, EndsText) - all.begin());
   const size_t narrow = std::min(narrow_end, kLongestText);
   if (narrow != 0) {
@@ -183,6 +186,82 @@ void AddTexts(const Bytes& bytes, Meanings& out) {
   const bool more =
       wide.size() == kLongestText && at + 1 < all.size() && (all[at] | all[at + 1]) != 0;
   if (!wide.empty()) out.push_back({"Text, UTF-16", Quoted(TextOfWide(wide), more)});
+}
+
+// A list that ends within the bytes and whose items are all of known kinds.
+void AddItemList(const Bytes& bytes, Meanings& out) {
+  constexpr size_t kLongestItems = 1 << 16;
+  constexpr size_t kLeastItem = 4;
+  const size_t room = bytes.selected != 0 ? bytes.selected : bytes.from.size();
+  const ItemList list = ReadItemList(bytes.from.first(std::min(room, kLongestItems)));
+  const bool known = list.path.find("{type 0x") == std::string::npos;
+  if (list.count == 0 || list.cut || !known || room < kLeastItem) return;
+  out.push_back({"Item list", Concat({VisibleLine(list.path), " (", std::to_string(list.count),
+                                      list.count == 1 ? " item)" : " items)"})});
+  const struct {
+    const char* label;
+    uint32_t time;
+  } times[] = {{"  last item modified", list.last.modified},
+               {"  last item created", list.last.created},
+               {"  last item accessed", list.last.accessed}};
+  for (const auto& [label, time] : times) {
+    std::string text = time == 0 ? std::string() : FormatDosTimestamp(time);
+    if (!text.empty()) out.push_back({label, std::move(text)});
+  }
+}
+
+// --- security descriptors
+
+constexpr uint16_t kSelfRelative = 0x8000;
+constexpr size_t kDescriptorHeader = 20;
+constexpr size_t kLongestDescriptor = 0xFF00;
+
+// What its header says must be so, as any 20 bytes may be asked about.
+bool IsDescriptor(std::span<const uint8_t> bytes) {
+  if (bytes.size() < kDescriptorHeader || bytes[0] != 1) return false;
+  const Bytes header{bytes, 0};
+  if ((header.Little(4) >> 16 & kSelfRelative) == 0) return false;
+  bool any = false;
+  for (size_t field = 4; field < kDescriptorHeader; field += 4) {
+    const uint64_t offset = Bytes{bytes.subspan(field), 0}.Little(4);
+    if (offset == 0) continue;
+    if (offset < kDescriptorHeader || offset >= bytes.size()) return false;
+    any = true;
+  }
+  return any;
+}
+
+std::string NamedSid(const std::string& text) {
+  if (text.empty()) return "none";
+  const WellKnownSid* known = LookupWellKnownSid(text);
+  return known == nullptr ? text : Concat({text, " (", known->name, ")"});
+}
+
+void AddEntries(ByteView cell, const AclPlace& acl, const char* label, Meanings& out) {
+  constexpr uint32_t kMostEntries = 64;
+  if (!IsUsable(acl)) return;
+  ForEachAce(cell, acl, nullptr, [&](const AceInfo& ace, uint32_t index) {
+    if (!ace.valid || ace.size == 0) return false;
+    const bool more = index + 1 == kMostEntries && acl.count > kMostEntries;
+    out.push_back(
+        {label + std::to_string(index + 1),
+         Concat({AceTypeText(ace.type), " ", NamedSid(ace.sid_text), ": 0x", Hex(ace.mask, 8), ", ",
+                 FormatAccessMask(ace.mask), more ? ", and more entries" : ""})});
+    return !more;
+  });
+}
+
+void AddDescriptor(const Bytes& bytes, Meanings& out) {
+  const size_t room = bytes.selected != 0 ? bytes.selected : bytes.from.size();
+  const std::span<const uint8_t> descriptor = bytes.from.first(std::min(room, kLongestDescriptor));
+  if (!IsDescriptor(descriptor)) return;
+  const std::vector<uint8_t> cell = CellOfDescriptor(descriptor);
+  SecurityRecordInfo info;
+  if (!ReadSecurityRecord(cell, 0, info)) return;
+  out.push_back({"Security descriptor", Concat({"owner ", NamedSid(info.owner_text), ", group ",
+                                                NamedSid(info.group_text)})});
+  AddEntries(cell, info.dacl, "  entry ", out);
+  AddEntries(cell, info.sacl, "  audit entry ", out);
 }
 
 // A list of strings: each ends with a zero, the list with an empty one.
@@ -220,15 +299,9 @@ std::vector<Meaning> MeaningsAt(std::span<const uint8_t> data, size_t at, size_t
   AddReals(bytes, meanings);
   AddIdentifiers(bytes, meanings);
   AddTexts(bytes, meanings);
+  AddItemList(bytes, meanings);
+  AddDescriptor(bytes, meanings);
   return meanings;
-}
-
-std::string MeaningLines(std::span<const uint8_t> data, size_t at, size_t length) {
-  std::string lines;
-  for (const Meaning& meaning : MeaningsAt(data, at, length)) {
-    lines += Concat({meaning.label, ": ", meaning.text, "\r\n"});
-  }
-  return lines;
 }
 
 std::string ValueAsText(uint32_t type, std::span<const uint8_t> data) {
@@ -252,8 +325,7 @@ std::string MeaningDetail(uint32_t type, std::span<const uint8_t> data) {
   if (type == kRegSz || type == kRegExpandSz || type == kRegDword || data.empty()) return {};
   const std::string text = ValueAsText(type, data);
   if (type == kRegMultiSz) return text.empty() ? text : "\r\nStrings, one a line:\r\n" + text;
-  if (!text.empty()) return "\r\nMeaning:\r\n" + text;
-  return "\r\nThe beginning may mean:\r\n" + MeaningLines(data, 0, 0);
+  return text.empty() ? text : "\r\nMeaning:\r\n" + text;
 }
 
 }  // namespace hivequarry

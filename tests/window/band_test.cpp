@@ -98,7 +98,7 @@ TEST_F(BandTest, RootAndWorkspaceSayTheSame) {
   ASSERT_TRUE(PumpUntil([&] { return IsKnown(); }));
   WaitForRows();
   const auto says = [&](const char* words) {
-    return TextOf(window_->detail.window).find(words) != std::string::npos;
+    return TextOf(window_->viewer.detail.window).find(words) != std::string::npos;
   };
   EXPECT_TRUE(PumpUntil([&] { return says("Freed: 1 freed key\r\n"); }));
   EXPECT_TRUE(says("State of the hive\r\nSHA-256: "));

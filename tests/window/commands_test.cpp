@@ -238,12 +238,11 @@ TEST_F(CommandsTest, Arrangements) {
     uint16_t command;
     int arrangement;
   } kSteps[] = {{0, 2},
-                {kCommandToggleView, 3},
-                {kCommandToggleView, 1},
+                {kCommandToggleView, 1},  // the Output List has nothing to show
                 {kCommandToggleView, 2},
                 {kCommandOutputList, 3},
                 {kCommandLastPane, 2},
-                {kCommandToggleView, 3},
+                {kCommandOutputList, 3},
                 {kCommandOutputList, 1},
                 {kCommandLastPane, 3},
                 {kCommandLastPane, 1},
@@ -255,7 +254,7 @@ TEST_F(CommandsTest, Arrangements) {
     EXPECT_EQ(window_->layout.arrangement, step.arrangement);
     EXPECT_EQ(IsWindowVisible(window_->controls.tree) != FALSE, step.arrangement != 3);
     EXPECT_EQ(IsWindowVisible(window_->values.window) != FALSE, step.arrangement == 2);
-    EXPECT_EQ(IsWindowVisible(window_->detail.window) != FALSE, step.arrangement == 2);
+    EXPECT_EQ(IsWindowVisible(window_->viewer.detail.window) != FALSE, step.arrangement == 2);
     EXPECT_EQ(IsWindowVisible(window_->output.list) != FALSE, step.arrangement == 3);
   }
   EXPECT_EQ(window_->layout.recent_arrangements, (std::array<int, 3>{1, 3, 1}));
@@ -274,7 +273,7 @@ TEST_F(CommandsTest, WorkspaceListsTheHive) {
   EXPECT_EQ(ValueRowTexts(1)[0], "State");
   EXPECT_EQ(ValueRowTexts(0),
             (Texts{window_->shown->tree->root_text, "Hive", hive_file_->name(), "0x00000000"}));
-  EXPECT_EQ(TextOf(window_->detail.window).find("File: " + hive_file_->name()), 0U);
+  EXPECT_EQ(TextOf(window_->viewer.detail.window).find("File: " + hive_file_->name()), 0U);
   EXPECT_EQ(ContextTexts(CommandPlace::kWorkspaceMenu, false), Texts());
   for (const Command& command : Commands()) {  // none takes it for a key
     if (command.number >= kCommandListBlockRuns && command.number <= kCommandSaveValue)

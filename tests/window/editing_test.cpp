@@ -44,7 +44,7 @@ TEST_F(WindowTest, EditOfAValueIsShownListedAndTakenBack) {
   const HiveImage& hive = ShownHive(*window_);
   EXPECT_EQ(EditsOfKey(hive, built.PositionOf("Tools")), 1U);
   SelectRow(0);
-  EXPECT_TRUE(TextOf(window_->detail.window).starts_with("Edited in memory; the file has"));
+  EXPECT_TRUE(TextOf(window_->viewer.detail.window).starts_with("Edited in memory; the file has"));
   // The image is what it was.
   const uint32_t at = built.ValuePosition("Tools", "Count");
   EXPECT_EQ(ReadU32(hive, at + 12), 7U);

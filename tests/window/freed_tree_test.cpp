@@ -56,7 +56,7 @@ TEST_F(FreedInTreeTest, DeletedKeysAreBelowTheirParentsWithTheirValues) {
   EXPECT_EQ(ValueRowTexts(0)[0], "text");
   EXPECT_EQ(ValueRowTexts(0)[2], "long enough");
   EXPECT_TRUE(TextOf(window_->controls.path).ends_with("\\A\\C"));
-  const std::string detail = TextOf(window_->detail.window);
+  const std::string detail = TextOf(window_->viewer.detail.window);
   EXPECT_EQ(detail.find("Why here: This key was deleted. Its record at 0x"), 0U) << detail;
   EXPECT_EQ(StatusText(kStatusText), " Deleted: free cell");
   EXPECT_TRUE(IsFree(kCommandRawKey));
@@ -65,7 +65,8 @@ TEST_F(FreedInTreeTest, DeletedKeysAreBelowTheirParentsWithTheirValues) {
 
   SelectRow(0);
   ASSERT_TRUE(PumpUntil([&] {
-    return TextOf(window_->detail.window).find("This value was deleted.") != std::string::npos;
+    return TextOf(window_->viewer.detail.window).find("This value was deleted.") !=
+           std::string::npos;
   }));
   EXPECT_TRUE(IsFree(kCommandRawValue));
   EXPECT_TRUE(IsFree(kCommandSaveValue));

@@ -237,14 +237,14 @@ TEST_F(LogsTest, WhatTheLogsRemovedIsInTheTreeWithTheEntryThatDid) {
   WaitForRows();
   EXPECT_EQ(RemovedIcon(*window_->shown->removed, SelectedItem(window_->shown->removed_pane)),
             kIconRemoved);
-  EXPECT_TRUE(TextOf(window_->detail.window).starts_with("Removed by HIVE.LOG2 at 0x"))
-      << TextOf(window_->detail.window);
+  EXPECT_TRUE(TextOf(window_->viewer.detail.window).starts_with("Removed by HIVE.LOG2 at 0x"))
+      << TextOf(window_->viewer.detail.window);
   EXPECT_NE(StatusText(kStatusText).find("entry 11"), std::string::npos);
   const Texts row = ValueRowTexts(0);
   EXPECT_EQ(row[0], "Old");
   EXPECT_EQ(row[2], "to be removed");
   SelectRow(0);
-  EXPECT_TRUE(TextOf(window_->detail.window).starts_with("Removed by HIVE.LOG2 at 0x"));
+  EXPECT_TRUE(TextOf(window_->viewer.detail.window).starts_with("Removed by HIVE.LOG2 at 0x"));
   // What works on the hive as it is shown has nothing to work on.
   EXPECT_FALSE(FactsNow(*window_).value || FactsNow(*window_).item);
   Run(kCommandEditValue);

@@ -37,14 +37,14 @@ TEST_F(WindowTest, ValuesOfTheSelectedKey) {
   EXPECT_EQ(ValueRowTexts(1), (Texts{"Count", "REG_DWORD", "0x0000002A (42)",
                                      Hex(hive.ValuePosition("Tools", "Count"))}));
   EXPECT_EQ(ValueRowTexts(3)[0], "(Default value)");
-  EXPECT_NE(TextOf(window_->detail.window).find("Tools"),
+  EXPECT_NE(TextOf(window_->viewer.detail.window).find("Tools"),
             std::string::npos);  // the key's own detail
 
   SelectRow(1);
   EXPECT_TRUE(
-      TextOf(window_->detail.window)
+      TextOf(window_->viewer.detail.window)
           .starts_with(Formatted("Type 4, Value 0x%X", hive.ValuePosition("Tools", "Count"))));
-  EXPECT_NE(TextOf(window_->detail.window).find("0x0000002A (42)"), std::string::npos);
+  EXPECT_NE(TextOf(window_->viewer.detail.window).find("0x0000002A (42)"), std::string::npos);
 
   SelectPath("Empty");
   EXPECT_EQ(ListView_GetItemCount(window_->values.window), 1);
@@ -62,13 +62,13 @@ TEST_F(WindowTest, LongDetailComesWhole) {
   const std::string text = TextOfWide(ValueDetailOf(ShownHive(*window_), *window_->shown->tree,
                                                     hive.ValuePosition("Tools", "Blob")));
   ASSERT_GT(text.size(), 200000U);
-  EXPECT_TRUE(PumpUntil([&] { return window_->detail.text.empty(); }));
-  EXPECT_TRUE(TextOf(window_->detail.window) == text);
+  EXPECT_TRUE(PumpUntil([&] { return window_->viewer.detail.text.empty(); }));
+  EXPECT_TRUE(TextOf(window_->viewer.detail.window) == text);
   SelectRow(1);
   SelectRow(0);
   SelectRow(1);
-  EXPECT_TRUE(PumpUntil([&] { return window_->detail.text.empty(); }));
-  EXPECT_LT(TextOf(window_->detail.window).size(), 200U);
+  EXPECT_TRUE(PumpUntil([&] { return window_->viewer.detail.text.empty(); }));
+  EXPECT_LT(TextOf(window_->viewer.detail.window).size(), 200U);
 }
 
 TEST_F(WindowTest, OnlyTheNewestSelectionIsShown) {
@@ -216,11 +216,11 @@ TEST_F(WindowTest, SplittersMoveByMouseAndKeys) {
   GetClientRect(handle_, &client);
   EXPECT_LT(width(), client.right);
   Run(kCommandDetailPane);
-  EXPECT_FALSE(IsWindowVisible(window_->detail.window));
+  EXPECT_FALSE(IsWindowVisible(window_->viewer.detail.window));
   SelectPath("Tools");
   SelectRow(0);
   Run(kCommandValueDetails);
-  EXPECT_TRUE(IsWindowVisible(window_->detail.window));
+  EXPECT_TRUE(IsWindowVisible(window_->viewer.detail.window));
 }
 
 TEST_F(WindowTest, GoesOverToAnotherResolution) {

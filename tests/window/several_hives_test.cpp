@@ -81,7 +81,7 @@ TEST_F(SeveralHivesTest, TheWorkspaceHasThemAll) {
   while (rows_of_first < 20 && ValueRowTexts(rows_of_first)[2] != second_.name()) ++rows_of_first;
   EXPECT_EQ(ValueRowTexts(0)[2], first_.name());
   ASSERT_LT(rows_of_first, 20);
-  const std::string detail = TextOf(window_->detail.window);
+  const std::string detail = TextOf(window_->viewer.detail.window);
   EXPECT_NE(detail.find("File: " + first_.name()), std::string::npos);
   EXPECT_NE(detail.find("File: " + second_.name()), std::string::npos);
   for (const int row : {0, rows_of_first}) {

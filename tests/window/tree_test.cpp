@@ -153,7 +153,7 @@ TEST_F(TreeTest, CopyShowsItsKeyAndSaysThatItIsOne) {
   EXPECT_EQ(TextOf(window_->controls.path), tree.root_text + "\\Disconnected Keys\\Tools");
   ASSERT_EQ(ListView_GetItemCount(window_->values.window), 1);
   EXPECT_EQ(ValueRowTexts(0)[2], "C:\\Tools");
-  const std::string detail = TextOf(window_->detail.window);
+  const std::string detail = TextOf(window_->viewer.detail.window);
   EXPECT_EQ(detail.find("This is a copy of a connected key"), 0U);
   EXPECT_NE(detail.find("Key: " + tree.root_text + "\\Tools\r\n"), std::string::npos);
   EXPECT_EQ(TipOf(copy), TipText("copy of a connected key", false, made.tools));

@@ -22,7 +22,7 @@ void ViewChanged(MainWindow& window) {
 }
 
 void ShowDetailPane(MainWindow& window, bool on) {
-  if (!on && GetFocus() == window.detail.window) SetFocus(window.values.window);
+  if (!on && IsChild(window.viewer.window, GetFocus()) != FALSE) SetFocus(window.values.window);
   window.layout.detail_shown = on;
   ShowPanes(window);
   LayOut(window);
@@ -77,7 +77,11 @@ void OpenRecentHive(MainWindow& window, size_t index) {
 }
 
 void OnToggleView(MainWindow& window) {
-  ShowArrangement(window, NextArrangement(window.layout.arrangement));
+  int next = NextArrangement(window.layout.arrangement);
+  // A list that nothing was put into yet is nothing to go to while there is a hive to be seen.
+  const bool empty = window.output.model == nullptr || ShownRowCount(window.output) == 0;
+  if (next == kOutputArrangement && empty && window.shown->slot >= 0) next = NextArrangement(next);
+  ShowArrangement(window, next);
 }
 
 void OnOutputListButton(MainWindow& window) {
@@ -112,7 +116,7 @@ void OnDetailPane(MainWindow& window) { ShowDetailPane(window, !window.layout.de
 
 void OnValueDetails(MainWindow& window) {
   if (!window.layout.detail_shown) ShowDetailPane(window, true);
-  SetFocus(window.detail.window);
+  SetFocus(window.viewer.detail.window);
 }
 
 void OnNextPane(MainWindow& window) { FocusNextPane(window, false); }

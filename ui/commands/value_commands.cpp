@@ -15,7 +15,7 @@
 namespace hivequarry {
 namespace {
 
-void SaveData(const std::string& file, const std::vector<uint8_t>& data) {
+void SaveData(const std::string& file, std::span<const uint8_t> data) {
   OutputFile output;
   int error = 0;
   const std::string_view bytes(reinterpret_cast<const char*>(data.data()), data.size());
@@ -33,8 +33,8 @@ bool ReadDataOf(const MainWindow& window, std::vector<uint8_t>& data) {
   const FreedTree* freed = window.selection.freed.get();
   const FreedValue* gone = freed == nullptr ? nullptr : FreedValueAt(freed->records, position);
   if (gone == nullptr) {
-    return ReadValueKey(hive, position, ValueRead::kData, kMaxValueData, &data).status ==
-           ValueStatus::kRead;
+    std::vector<DataPiece> pieces;
+    return ReadWholeValue(hive, position, data, pieces).status == ValueStatus::kRead;
   }
   FreedContent content = ReadFreedContent(hive, freed->records, *gone, FreedData::kAll);
   data = std::move(content.data);
@@ -55,12 +55,16 @@ void OnSaveValue(MainWindow& window) {
     ShowMessage("Could not read the data of the value !", kProgramName, Icon::kExclamation);
     return;
   }
+  SaveBytes(window, data);
+}
+
+void SaveBytes(MainWindow& window, std::span<const uint8_t> bytes) {
   FileRequest request;
   request.filter = L"All files (*.*)\0*.*\0";
   request.ask_to_replace = true;
   request.evidence = EvidenceFolderOf(window.output);
   const std::string file = ChooseFile(window.handle, true, kFolderTexts, request);
-  if (!file.empty()) SaveData(file, data);
+  if (!file.empty()) SaveData(file, bytes);
 }
 
 }  // namespace hivequarry

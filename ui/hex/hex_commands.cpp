@@ -60,6 +60,12 @@ bool CopySelection(HexWindow& window) {
   return copied;
 }
 
+void CopyAs(HexWindow& window, CopyForm form) {
+  const auto text = CopiedText(window.view, form, window.file_position);
+  if (!text) return RefuseHex(window, L"Too long for the clipboard: save it to a file.");
+  if (!CopyText(window.handle, *text)) RefuseHex(window, kClipboardBusy);
+}
+
 void Cut(HexWindow& window) {
   if (CopySelection(window)) AfterHex(window, RunOnBytes(window.view, HexCommand::kDelete));
 }
@@ -98,6 +104,8 @@ void Run(HexWindow& window, HexCommand command) {
     case HexCommand::kFindNext:
     case HexCommand::kFindPrevious:
       return FindAgain(window, command);
+    case HexCommand::kSave:
+      return NotifyHexParent(window, kHexSave);
     default:
       return AfterHex(window, RunOnBytes(window.view, command));
   }
@@ -120,6 +128,18 @@ void AddMenuItem(HMENU menu, const HexWindow& window, const HexCommandRow& row) 
   AppendMenuW(menu, MF_STRING | state | (ticked ? MF_CHECKED : MF_UNCHECKED), MenuIdOf(row),
               AsWide(row.text));
   if (row.ends_group) AppendMenuW(menu, MF_SEPARATOR, 0, nullptr);
+}
+
+// Above the identifiers of rows.
+constexpr UINT kFirstForm = 100;
+
+void AddCopyForms(HMENU menu, const HexWindow& window) {
+  const HMENU forms = CreatePopupMenu();
+  for (size_t i = 0; i < kCopyForms; ++i) {
+    AppendMenuW(forms, MF_STRING, kFirstForm + i, AsWide(CopyFormName(static_cast<CopyForm>(i))));
+  }
+  const UINT state = ByteCount(window.view.model) != 0 ? MF_ENABLED : MF_GRAYED;
+  AppendMenuW(menu, MF_POPUP | state, reinterpret_cast<UINT_PTR>(forms), L"Copy a&s");
 }
 
 bool IsDown(int key) { return GetKeyState(key) < 0; }
@@ -159,11 +179,16 @@ void OnHexCharacter(HexWindow& window, wchar_t character) {
 void ShowHexMenu(HexWindow& window, POINT at) {
   const HMENU menu = CreatePopupMenu();
   for (const HexCommandRow& row : HexCommands()) {
-    if (row.text != nullptr) AddMenuItem(menu, window, row);
+    if (row.text == nullptr || !IsOffered(row, window.view)) continue;
+    AddMenuItem(menu, window, row);
+    if (row.command == HexCommand::kCopy) AddCopyForms(menu, window);
   }
   const BOOL chosen =
       TrackPopupMenu(menu, TPM_RETURNCMD | TPM_RIGHTBUTTON, at.x, at.y, 0, window.handle, nullptr);
   DestroyMenu(menu);
+  if (chosen >= static_cast<BOOL>(kFirstForm)) {
+    return CopyAs(window, static_cast<CopyForm>(chosen - static_cast<BOOL>(kFirstForm)));
+  }
   if (chosen != 0) RunHexCommand(window, static_cast<HexCommand>(chosen - 1));
 }
 

@@ -75,12 +75,6 @@ void UpdateCaret(HexWindow& window) {
   ShowCaret(window.handle);
 }
 
-void NotifyParent(const HexWindow& window, WORD code) {
-  const auto identifier = static_cast<WORD>(GetDlgCtrlID(window.handle));
-  SendMessageW(GetParent(window.handle), WM_COMMAND, MAKEWPARAM(identifier, code),
-               reinterpret_cast<LPARAM>(window.handle));
-}
-
 void UpdateView(HexWindow& window) {
   window.view.top_line = std::min(window.view.top_line, LastTopLine(window.view));
   UpdateScrollBar(window);
@@ -263,6 +257,34 @@ void SetHexBytes(HWND hex, std::vector<uint8_t> bytes, FilePosition file_positio
   UpdateLayout(window);
 }
 
+void ShowHexBytes(HWND hex, std::vector<uint8_t> bytes, FilePosition file_position) {
+  HexView& view = WindowOf(hex)->view;
+  view.read_only = true;
+  view.layout.widest = 16;
+  SetHexBytes(hex, std::move(bytes), std::move(file_position));
+}
+
+std::span<const uint8_t> HexSaved(HWND hex) {
+  const HexView& view = WindowOf(hex)->view;
+  const HexRange range = SavedRange(view);
+  return std::span<const uint8_t>(view.model.bytes).subspan(range.start, Length(range));
+}
+
+int HexWidthWanted(HWND hex) {
+  const HexWindow& window = *WindowOf(hex);
+  HexLayout layout = window.view.layout;
+  layout.file_positions = true;
+  return WidthOfLine(layout, 16) + layout.margin + GetSystemMetrics(SM_CXVSCROLL);
+}
+
+bool IsHexKey(HWND hex, const MSG& message) {
+  if (message.message != WM_KEYDOWN || message.hwnd != hex) return false;
+  const bool control = GetKeyState(VK_CONTROL) < 0 && GetKeyState(VK_MENU) >= 0;
+  const bool shift = GetKeyState(VK_SHIFT) < 0;
+  const HexCommandRow* row = HexCommandOfKey(static_cast<uint32_t>(message.wParam), control, shift);
+  return row != nullptr && IsOffered(*row, WindowOf(hex)->view);
+}
+
 const HexBytes& HexBytesOf(HWND hex) { return WindowOf(hex)->view.model; }
 HexSide ActiveHexSide(HWND hex) { return WindowOf(hex)->view.side; }
 const wchar_t* HexRefusal(HWND hex) { return WindowOf(hex)->refusal; }
@@ -281,10 +303,16 @@ std::optional<uint32_t> HexFilePosition(HWND hex, uint32_t position) {
   return in_file != kHexNoPosition ? std::optional(in_file) : std::nullopt;
 }
 
+void NotifyHexParent(const HexWindow& window, WORD code) {
+  const auto identifier = static_cast<WORD>(GetDlgCtrlID(window.handle));
+  SendMessageW(GetParent(window.handle), WM_COMMAND, MAKEWPARAM(identifier, code),
+               reinterpret_cast<LPARAM>(window.handle));
+}
+
 void AfterHexMove(HexWindow& window, bool show) {
   if (show) ShowCaretLine(window.view);
   UpdateView(window);
-  NotifyParent(window, kHexCaretMoved);
+  NotifyHexParent(window, kHexCaretMoved);
 }
 
 void AfterHex(HexWindow& window, const HexOutcome& outcome) {
@@ -296,10 +324,10 @@ void AfterHex(HexWindow& window, const HexOutcome& outcome) {
     case HexEffect::kChanged:
       ShowCaretLine(window.view);
       UpdateView(window);
-      return NotifyParent(window, kHexChanged);
+      return NotifyHexParent(window, kHexChanged);
     case HexEffect::kModeChanged:
       UpdateCaret(window);
-      return NotifyParent(window, kHexModeChanged);
+      return NotifyHexParent(window, kHexModeChanged);
     case HexEffect::kRefused:
       return RefuseHex(window, AsWide(outcome.refusal));
   }
@@ -308,7 +336,7 @@ void AfterHex(HexWindow& window, const HexOutcome& outcome) {
 void RefuseHex(HexWindow& window, const wchar_t* reason) {
   window.refusal = reason;
   MessageBeep(MB_OK);
-  NotifyParent(window, kHexRefused);
+  NotifyHexParent(window, kHexRefused);
 }
 
 void ScrollHexTo(HexWindow& window, int64_t line) {

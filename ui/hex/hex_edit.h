@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <functional>
 #include <optional>
+#include <span>
 #include <vector>
 
 #include "ui/draw/win.h"
@@ -20,17 +21,23 @@ inline constexpr WORD kHexChanged = 1;  // the bytes; the caret may have moved t
 inline constexpr WORD kHexCaretMoved = 2;
 inline constexpr WORD kHexModeChanged = 3;  // insert or overwrite
 inline constexpr WORD kHexRefused = 4;      // nothing was done; HexRefusal says why
+inline constexpr WORD kHexSave = 5;         // HexSaved is to be written to a file
 
-// The file position of the byte at an offset inside the value; kHexNoPosition for none, as for
-// offsets after what the file holds.
-using FilePosition = std::function<uint32_t(uint32_t)>;
-inline constexpr uint32_t kHexNoPosition = UINT32_MAX;
+inline constexpr uint32_t kHexNoPosition = kNoFilePosition;
 
 bool RegisterHexClass(HINSTANCE instance);
 
 // Shows other bytes, with nothing to undo. Positions in the file have no column of their own when
 // the function is empty.
 void SetHexBytes(HWND hex, std::vector<uint8_t> bytes, FilePosition file_position);
+// The same of bytes that are only to be read, any number of them, at most 16 a line.
+void ShowHexBytes(HWND hex, std::vector<uint8_t> bytes, FilePosition file_position);
+// What "Save to file" is about; until the bytes are others.
+std::span<const uint8_t> HexSaved(HWND hex);
+// The width that lines of 16 bytes need, with the scroll bar and both columns of positions.
+int HexWidthWanted(HWND hex);
+// True for a key that is a command of the control, whatever it means elsewhere.
+bool IsHexKey(HWND hex, const MSG& message);
 const HexBytes& HexBytesOf(HWND hex);
 HexSide ActiveHexSide(HWND hex);
 // Where the byte at an offset is in the file.

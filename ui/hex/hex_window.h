@@ -49,6 +49,7 @@ void ShowHexMenu(HexWindow& window, POINT at);
 void AfterHex(HexWindow& window, const HexOutcome& outcome);
 // The caret moved. Without `show` a caret out of view stays there.
 void AfterHexMove(HexWindow& window, bool show = true);
+void NotifyHexParent(const HexWindow& window, WORD code);
 void RefuseHex(HexWindow& window, const wchar_t* reason);
 // Makes a line the first one, as far as there are lines for a page; the caret stays.
 void ScrollHexTo(HexWindow& window, int64_t line);

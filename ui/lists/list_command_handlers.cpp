@@ -16,6 +16,7 @@
 #include "ui/lists/list_sorting.h"
 #include "ui/lists/list_tables.h"
 #include "ui/lists/raw_view.h"
+#include "ui/lists/value_window.h"
 #include "ui/live/compare_commands.h"
 #include "ui/live/regedit_commands.h"
 #include "ui/security/security_commands.h"
@@ -32,6 +33,7 @@ constexpr ListRoute kRoutes[] = {
     {kCommandFollowRecord, OnFollowRecord},
     {kCommandPreviousRecord, OnPreviousRecord},
     {kCommandGoToTree, OnGoToTree},
+    {kCommandRowsValue, OnRowsValue},
     {kCommandListRawRecord, OnListRawRecord},
     {kCommandShowAsOf, OnShowAsOf},
     {kCommandListRegedit, OnListRegedit},

@@ -21,9 +21,12 @@ constexpr int kSmallIcon = 16;
 constexpr int kToolIcon = 20;
 constexpr int kShareWhole = 10000;
 
+// What a pane showed is not moved with it: where panes move over one another, parts of it would be
+// those of the other.
 void Place(HWND child, const RECT& area) {
   SetWindowPos(child, nullptr, area.left, area.top, std::max<LONG>(area.right - area.left, 0),
-               std::max<LONG>(area.bottom - area.top, 0), SWP_NOZORDER | SWP_NOACTIVATE);
+               std::max<LONG>(area.bottom - area.top, 0),
+               SWP_NOZORDER | SWP_NOACTIVATE | SWP_NOCOPYBITS);
 }
 
 int HeightOf(HWND child) {
@@ -97,7 +100,7 @@ void PlaceRightSide(MainWindow& window, const RECT& area) {
     detail = Clamp(window, MulDiv(height, window.layout.detail_share, kShareWhole), height);
     const int top = area.bottom - detail;
     Place(window.controls.detail_splitter, {area.left, top - bar, area.right, top});
-    Place(window.detail.window, {area.left, top, area.right, area.bottom});
+    Place(window.viewer.window, {area.left, top, area.right, area.bottom});
     detail += bar;
   }
   Place(window.values.window, {area.left, area.top, area.right, area.bottom - detail});
@@ -119,21 +122,29 @@ void SetFont(HWND child, HFONT font) {
   SendMessageW(child, WM_SETFONT, reinterpret_cast<WPARAM>(font), FALSE);
 }
 
-void SetFonts(const MainWindow& window) {
+void SetFonts(MainWindow& window) {
   for (const HWND child :
        {window.controls.toolbar, window.controls.path, window.band.window, window.controls.tree,
         window.values.window, window.output.list, window.controls.status, window.controls.empty}) {
     SetFont(child, window.look.fonts.text);
   }
-  SetFont(window.detail.window, window.look.fonts.fixed);
+  SetViewerLook(window.viewer, window.look.fonts, window.dpi);
 }
 
 void Show(HWND child, bool on) { ShowWindow(child, on ? SW_SHOWNA : SW_HIDE); }
 
-std::array<HWND, 8> FocusOrder(const MainWindow& window) {
-  return {window.controls.path,          window.band.window,   window.controls.tree,
-          window.controls.tree_splitter, window.values.window, window.controls.detail_splitter,
-          window.detail.window,          window.output.list};
+std::array<HWND, 10> FocusOrder(const MainWindow& window) {
+  const auto [detail, hex, meaning] = ViewerPanes(window.viewer);
+  return {window.controls.path,
+          window.band.window,
+          window.controls.tree,
+          window.controls.tree_splitter,
+          window.values.window,
+          window.controls.detail_splitter,
+          detail,
+          hex,
+          meaning,
+          window.output.list};
 }
 
 // Where the focus belongs when the pane that had it is no longer shown.
@@ -166,7 +177,7 @@ void MoveSplitter(MainWindow& window, int splitter, int distance) {
                                       static_cast<int>(window.dpi));
   } else {
     const int values = HeightOf(window.values.window);
-    const int detail = HeightOf(window.detail.window);
+    const int detail = HeightOf(window.viewer.window);
     const int whole = values + detail + Scale(kSplitterWidth, window.dpi);
     window.layout.detail_share =
         MulDiv(Clamp(window, detail - distance, whole), kShareWhole, std::max(whole, 1));
@@ -191,8 +202,6 @@ void RefreshLook(MainWindow& window) {
   ListView_SetImageList(window.output.list, window.look.icons.values, LVSIL_SMALL);
   SetToolbarIcons(window);
   ShowHiveState(window);
-  SendMessageW(window.detail.window, EM_SETMARGINS, EC_LEFTMARGIN | EC_RIGHTMARGIN,
-               MAKELPARAM(Scale(2 * kMargin, window.dpi), Scale(2 * kMargin, window.dpi)));
   FreeFonts(old_fonts);
   FreeIconLists(old_icons);
 }
@@ -215,7 +224,7 @@ void ShowPanes(MainWindow& window) {
   for (const HWND pane : {window.controls.path, window.band.window, window.controls.tree})
     Show(pane, keys);
   for (const HWND pane : {window.controls.tree_splitter, window.values.window}) Show(pane, values);
-  for (const HWND pane : {window.controls.detail_splitter, window.detail.window}) {
+  for (const HWND pane : {window.controls.detail_splitter, window.viewer.window}) {
     Show(pane, values && window.layout.detail_shown);
   }
   Show(window.output.list, output);
@@ -249,7 +258,7 @@ int LastArrangement(const MainWindow& window) {
 }
 
 void FocusNextPane(MainWindow& window, bool backward) {
-  const std::array<HWND, 8> order = FocusOrder(window);
+  const std::array<HWND, 10> order = FocusOrder(window);
   const auto count = static_cast<int>(order.size());
   const HWND focus = GetFocus();
   const auto found = std::find(order.begin(), order.end(), focus);

@@ -18,7 +18,7 @@ inline constexpr int kOutputArrangement = 3;  // the Output List
 // Which panes are shown, and how large.
 struct PaneLayout {
   int tree_width = 320;     // at 96 dpi
-  int detail_share = 3800;  // of the right side's height, in 1/10000
+  int detail_share = 4800;  // of the right side's height, in 1/10000
   bool detail_shown = true;
   int arrangement = kKeysArrangement;
   std::array<int, 3> recent_arrangements = {kKeysArrangement, 0, 0};  // newest first, 0 for none

@@ -8,6 +8,7 @@
 #include "hive/replaying.h"
 #include "host/long_operation.h"
 #include "ui/commands/command_handlers.h"
+#include "ui/commands/value_commands.h"
 #include "ui/compare/compare_window.h"
 #include "ui/draw/win.h"
 #include "ui/frame/frame_window.h"
@@ -17,8 +18,10 @@
 #include "ui/frame/text.h"
 #include "ui/frame/window_class.h"
 #include "ui/frame/window_place.h"
+#include "ui/hex/hex_edit.h"
 #include "ui/lists/list_menu.h"
 #include "ui/lists/list_window.h"
+#include "ui/lists/value_window.h"
 #include "ui/main/address_bar.h"
 #include "ui/main/empty_view.h"
 #include "ui/main/freed.h"
@@ -62,19 +65,21 @@ bool MakeChildren(MainWindow& window) {
   window.controls.tree_splitter = MakeSplitter(window.handle, kTreeSplitterId, true);
   window.values.window = MakeValuePane(window.handle, kValuesId, window.dpi);
   window.controls.detail_splitter = MakeSplitter(window.handle, kDetailSplitterId, false);
-  window.detail.window = MakeEdit(window, kDetailId, ES_MULTILINE | ES_NOHIDESEL | WS_VSCROLL);
+  if (!MakeValueViewer(window.viewer, window.handle, kDetailId, window.dpi)) return false;
+  window.viewer.save = [&window](std::span<const uint8_t> bytes) { SaveBytes(window, bytes); };
+  window.viewer.tell = [&window](const wchar_t* why) {
+    ShowPassingText(window, Utf8Name(why).c_str());
+  };
   window.controls.empty = MakeEmptyView(window.handle, kEmptyId);
   MakeListPane(window, kOutputId);
   window.controls.status = MakeStatusBar(window);
-  for (const HWND child :
-       {window.controls.path, window.band.window, window.controls.tree,
-        window.controls.tree_splitter, window.values.window, window.controls.detail_splitter,
-        window.detail.window, window.controls.empty, window.output.list, window.controls.status,
-        window.controls.progress}) {
+  for (const HWND child : {window.controls.path, window.band.window, window.controls.tree,
+                           window.controls.tree_splitter, window.values.window,
+                           window.controls.detail_splitter, window.controls.empty,
+                           window.output.list, window.controls.status, window.controls.progress}) {
     if (child == nullptr) return false;
   }
   SetWindowSubclass(window.controls.path, PathProc, 0, 0);
-  SendMessageW(window.detail.window, EM_SETLIMITTEXT, 0, 0);
   SendMessageW(window.controls.path, EM_SETREADONLY, FALSE, 0);
   return true;
 }
@@ -318,11 +323,18 @@ void AddLogFacts(const MainWindow& window, CommandFacts& facts) {
 // The Output List's own keys come first where it has the focus.
 bool TranslateKeys(const MainWindow& window, MSG& message) {
   const HWND handle = window.handle;
+  if (IsHexKey(window.viewer.hex, message)) return false;
   if (message.hwnd == window.output.list &&
       TranslateAcceleratorW(handle, window.menus.list_accelerators, &message) != 0) {
     return true;
   }
   return TranslateAcceleratorW(handle, window.menus.accelerators, &message) != 0;
+}
+
+// The tree control of some systems keeps the key that asks for the menu to itself.
+bool AsksForTreeMenu(const MainWindow& window, const MSG& message) {
+  return message.message == WM_SYSKEYDOWN && message.wParam == VK_F10 &&
+         message.hwnd == window.controls.tree && GetKeyState(VK_SHIFT) < 0;
 }
 
 }  // namespace
@@ -357,19 +369,23 @@ MainWindow* FindMainWindow(HWND handle) {
 
 void HandleMessage(HWND handle, MSG& message) {
   if (TranslateListKeys(message) || TranslateSecurityKeys(message) ||
-      TranslateCompareKeys(message)) {
+      TranslateCompareKeys(message) || TranslateValueKeys(message)) {
     return;
   }
   MainWindow* window = FindMainWindow(handle);
   const bool ours =
       window != nullptr && (message.hwnd == handle || IsChild(handle, message.hwnd) != FALSE);
   if (ours && TranslateKeys(*window, message)) return;
+  if (ours && AsksForTreeMenu(*window, message)) {
+    SendMessageW(handle, WM_CONTEXTMENU, reinterpret_cast<WPARAM>(message.hwnd), -1);
+    return;
+  }
   if (ours && message.message == WM_KEYDOWN && message.hwnd == window->controls.path) {
     if (message.wParam == VK_RETURN) return GoToTypedPath(*window);
     if (message.wParam == VK_ESCAPE) return LeaveAddressBar(*window);
   }
   if (ours && message.message == WM_KEYDOWN && message.wParam == VK_TAB &&
-      GetKeyState(VK_CONTROL) >= 0) {
+      GetKeyState(VK_CONTROL) >= 0 && !KeepsTab(window->viewer, message)) {
     FocusNextPane(*window, GetKeyState(VK_SHIFT) < 0);
     return;
   }

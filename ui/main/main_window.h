@@ -21,8 +21,8 @@
 #include "ui/main/selection.h"
 #include "ui/main/window_hive.h"
 #include "ui/main/work.h"
-#include "ui/panes/detail_pane.h"
 #include "ui/panes/value_pane.h"
+#include "ui/panes/value_viewer.h"
 #include "view/commands.h"
 
 namespace hivequarry {
@@ -79,7 +79,7 @@ struct MainWindow {
 
   Band band;
   ValuePane values;
-  DetailPane detail;
+  ValueViewer viewer;
   ListPlace output;  // the Output List pane
   ValueViewOptions view;
   FindChoice tree_find;  // what was last searched for in the tree

@@ -216,7 +216,7 @@ void OnTimer(MainWindow& window, UINT_PTR timer) {
   if (timer == kExpandTimer) {
     for (const auto& hive : window.hives) more = ExpandSlice(hive->pane) || more;
   }
-  if (timer == kDetailTimer) more = AddDetailSlice(window.detail);
+  if (timer == kDetailTimer) more = AddDetailSlice(window.viewer.detail);
   if (timer == kFillTimer) {
     for (const auto& hive : window.hives) more = more || FillSlices(*hive);
   }

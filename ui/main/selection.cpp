@@ -102,25 +102,29 @@ void GatherRemoved(MainWindow& window, const ReadHive& of, uint32_t serial, uint
   Deliver(window.selection.item_box, serial, std::move(result), window.handle, kItemReady);
 }
 
-std::wstring DetailOfValue(const ReadHive& of, uint32_t value, const Removed& removed,
+DetailResult DetailOfValue(const ReadHive& of, uint32_t value, const Removed& removed,
                            const Freed& freed) {
   if (freed != nullptr && FreedValueAt(freed->records, value) != nullptr) {
-    return WideText(FreedValueDetail(of.image, of.tree, *freed, value));
+    return {WideText(FreedValueDetail(of.image, of.tree, *freed, value)),
+            BytesOfFreedValue(of.image, *freed, value)};
   }
-  if (removed == nullptr) return WideText(ValueDetailOf(of.image, of.tree, value));
-  return WideText(RemovedValueDetail(*of.image.logs, *removed, value));
+  if (removed == nullptr) {
+    return {WideText(ValueDetailOf(of.image, of.tree, value)), BytesOfValue(of.image, value)};
+  }
+  return {WideText(RemovedValueDetail(*of.image.logs, *removed, value)),
+          BytesOfValue(removed->before.image, value)};
 }
 
 void GatherDetail(MainWindow& window, const ReadHive& of, uint32_t serial, uint32_t value,
                   const Removed& removed, const Freed& freed) {
   if (!IsNewest(window.selection.detail_box, serial)) return;
   Deliver(window.selection.detail_box, serial,
-          std::make_unique<std::wstring>(DetailOfValue(of, value, removed, freed)), window.handle,
+          std::make_unique<DetailResult>(DetailOfValue(of, value, removed, freed)), window.handle,
           kDetailReady);
 }
 
-void ShowDetail(MainWindow& window, std::wstring text) {
-  if (SetDetail(window.detail, std::move(text))) {
+void ShowDetail(MainWindow& window, std::wstring text, ValueBytes bytes = {}) {
+  if (ShowInViewer(window.viewer, std::move(text), std::move(bytes))) {
     SetTimer(window.handle, kDetailTimer, kTimerPause, nullptr);
   }
 }
@@ -319,9 +323,18 @@ void OnRowSelected(MainWindow& window) {
                    });
 }
 
+DetailResult DetailOfRecord(const HiveImage& hive, const KeyTree& tree,
+                            const std::shared_ptr<const FreedTree>& freed, uint32_t position) {
+  const uint32_t item = freed == nullptr ? kNoItem : FreedItemAt(*freed, position);
+  if (item != kNoItem) return {WideText(FreedItemDetail(hive, tree, *freed, item)), {}};
+  std::string key = KeyDetailAt(hive, tree, position);
+  if (!key.empty()) return {WindowText(key), {}};
+  return DetailOfValue({hive, tree}, position, nullptr, freed);
+}
+
 void ShowDetailResult(MainWindow& window) {
-  const std::unique_ptr<std::wstring> text = Take(window.selection.detail_box);
-  if (text != nullptr) ShowDetail(window, std::move(*text));
+  const std::unique_ptr<DetailResult> result = Take(window.selection.detail_box);
+  if (result != nullptr) ShowDetail(window, std::move(result->text), std::move(result->bytes));
 }
 
 void RenewStateDetail(MainWindow& window) {
@@ -329,9 +342,9 @@ void RenewStateDetail(MainWindow& window) {
   const bool workspace = IsWorkspaceSelected(window.shown->pane);
   if (!workspace && !IsRootShown(window)) return;
   if (workspace) window.selection.key_detail = WorkspaceText(window);
-  const LRESULT line = SendMessageW(window.detail.window, EM_GETFIRSTVISIBLELINE, 0, 0);
+  const LRESULT line = SendMessageW(window.viewer.detail.window, EM_GETFIRSTVISIBLELINE, 0, 0);
   ShowDetail(window, KeyDetailNow(window));
-  SendMessageW(window.detail.window, EM_LINESCROLL, 0, line);
+  SendMessageW(window.viewer.detail.window, EM_LINESCROLL, 0, line);
 }
 
 // The rows come later, from a thread: the value wanted is kept until they do.

@@ -12,6 +12,7 @@
 #include "ui/draw/win.h"
 #include "ui/panes/value_threads.h"
 #include "view/freed_tree.h"
+#include "view/value_viewer.h"
 #include "words/item_values.h"
 
 namespace hivequarry {
@@ -44,11 +45,17 @@ struct ItemResult {
   std::wstring detail;
 };
 
+// What a value thread gathered for a value.
+struct DetailResult {
+  std::wstring text;
+  ValueBytes bytes;
+};
+
 // What the value and detail panes show of the tree's selected item, and what is on its way there.
 struct PaneSelection {
   ValueThreads threads;
   Mailbox<ItemResult> item_box;
-  Mailbox<std::wstring> detail_box;
+  Mailbox<DetailResult> detail_box;
   uint32_t item = kNoItem;                      // whose rows the value pane holds
   std::shared_ptr<const RemovedState> removed;  // where these are of a key that logs removed
   std::shared_ptr<const FreedTree> freed;       // of deleted values among these rows
@@ -78,6 +85,10 @@ void ShowItemResult(MainWindow& window);
 void OnRowSelected(MainWindow& window);
 // More is known of the hive: the details of the Workspace and of the root say it, if shown.
 void RenewStateDetail(MainWindow& window);
+// What the details show of a record, for any thread: of a value, deleted or not, with its bytes; of
+// a key its fields.
+DetailResult DetailOfRecord(const HiveImage& hive, const KeyTree& tree,
+                            const std::shared_ptr<const FreedTree>& freed, uint32_t position);
 // The answer to kDetailReady, likewise.
 void ShowDetailResult(MainWindow& window);
 // Selects the key at an image position, or the value there with its key, and shows the tree; false

@@ -81,7 +81,7 @@ void ForgetItemShown(MainWindow& window) {
   window.selection.removed = nullptr;
   window.selection.freed = nullptr;
   window.selection.deleted = kNoItem;
-  SetDetail(window.detail, std::wstring());
+  ShowInViewer(window.viewer, std::wstring(), {});
   window.selection.item = kNoItem;
   window.selection.value = kNoOffset;
   window.selection.branch_return = kNoItem;

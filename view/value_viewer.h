@@ -1,0 +1,39 @@
+// What the value viewer shows beside the details: the bytes of a value, where they are in the file,
+// and what those at the caret may mean. Knows no window.
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "hive/values.h"
+#include "view/copy_forms.h"
+#include "view/freed_tree.h"
+#include "view/hex_bytes.h"
+#include "view/value_meaning.h"
+
+namespace hivequarry {
+
+struct ValueBytes {
+  uint32_t type = 0;
+  bool edited = false;        // the bytes are those of an edit: the file has others
+  std::vector<uint8_t> data;  // empty: there is nothing to be shown but the details
+  // Where the file has them: `position` is one in the file here. Ascending; empty for nowhere.
+  std::vector<DataPiece> places;
+};
+
+// Of a value of any length; empty when its data can't be read.
+ValueBytes BytesOfValue(const HiveImage& hive, uint32_t position);
+// Of the deleted value at a position.
+ValueBytes BytesOfFreedValue(const HiveImage& hive, const FreedTree& freed, uint32_t position);
+
+// Where in the file the byte at an offset is; kNoFilePosition for nowhere.
+uint32_t FilePositionIn(const std::vector<DataPiece>& places, uint32_t offset);
+
+// The rows beside the bytes: type and length of the value, the place of the caret or the selection,
+// and what the bytes there may mean. `data` are all bytes.
+std::vector<Meaning> MeaningRows(const ValueBytes& value, std::span<const uint8_t> data,
+                                 const HexCaret& caret);
+
+}  // namespace hivequarry
