@@ -9,6 +9,7 @@
 
 #include "hive/root_evidence.h"
 #include "hive/root_path.h"
+#include "hive/shown_zone.h"
 #include "hive/timestamp.h"
 #include "host/case.h"
 #include "host/long_operation.h"
@@ -152,7 +153,8 @@ std::string MinutesForm(const SourceValue& value) {
 
 std::string TimeText(uint64_t time, const SourceValue& value) {
   const std::string text = FormatTimestampChecked(time);
-  return text.empty() ? value.text : text + " UTC";
+  if (text.empty()) return value.text;
+  return ShownZoneSuffix(time).empty() ? text + " UTC" : text;
 }
 
 std::string FileTimeForm(const SourceValue& value) {

@@ -5,6 +5,7 @@
 
 #include <thread>
 
+#include "hive/shown_zone.h"
 #include "host/long_operation.h"
 #include "host/shortfalls.h"
 #include "tests/support/host_recorder.h"
@@ -48,6 +49,23 @@ BuiltHive Small() {
   builder.Key("Tools").Dword("Count", 1);
   builder.Key("Lost").Sz("Text", "abc");
   return builder.Build();
+}
+
+// A time whose zone was chosen is not called UTC.
+TEST(HiveGlance, TimeSaysItsZone) {
+  Glanced glanced(Small());
+  const auto time = [&glanced] {
+    for (const GlancePart& part : glanced.Now().figures) {
+      if (part.tip.starts_with("Last written by the base block")) return part.text;
+    }
+    return std::string("none");
+  };
+  EXPECT_TRUE(time().ends_with(" UTC")) << time();
+  ShownZone zone;
+  ASSERT_TRUE(ReadZone("-03:00", zone));
+  SetShownZone(zone);
+  EXPECT_TRUE(time().ends_with(" -03:00")) << time();
+  SetShownZone({});
 }
 
 TEST(HiveGlance, FiguresComeAsTheyAreKnown) {

@@ -29,7 +29,7 @@ std::string PlaceInFile(const HiveImage& hive, uint32_t position) {
 }
 
 std::string SetWords(const Bookmark& bookmark) {
-  return bookmark.time == 0 ? std::string() : FormatShownIso(bookmark.time);
+  return bookmark.time == 0 ? std::string() : FormatIso8601(bookmark.time);
 }
 
 std::string StateOf(const KeyTree& tree, uint32_t item) {
@@ -46,7 +46,7 @@ void AddKey(const HiveImage& hive, const KeyTree& tree, uint32_t item, const Boo
   AddListRow(
       list,
       {bookmark.note, LongItemPath(hive, tree, item),
-       written == 0 ? std::string() : FormatShownIso(written), StateOf(tree, item),
+       written == 0 ? std::string() : FormatIso8601(written), StateOf(tree, item),
        WhyKeyIsHere(hive, tree, item),
        cell ? PlaceInFile(hive, tree.items[item].position) : std::string(), SetWords(bookmark)},
       kNoOffset);

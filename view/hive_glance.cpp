@@ -73,7 +73,9 @@ void AddBaseBlock(const HiveImage& hive, std::vector<GlancePart>& parts) {
     std::ranges::replace(time, 'T', ' ');
     std::string tip = "Last written by the base block: " + texts.last_written;
     if (!texts.reorganised.empty()) tip += "; reorganised: " + texts.reorganised;
-    parts.push_back({time + " UTC", std::move(tip)});
+    const size_t zone = texts.last_written.find_first_of("+-", kSecondsEnd);  // none: "Z"
+    time += zone == std::string::npos ? " UTC" : " " + texts.last_written.substr(zone);
+    parts.push_back({std::move(time), std::move(tip)});
   }
   if (!texts.version.empty())
     parts.push_back({"Version " + texts.version, "Version of the format"});
