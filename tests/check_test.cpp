@@ -306,7 +306,7 @@ TEST(CheckTest, LayersCellsAndMarks) {
 
 // What loads and lists are measured with must be what systems write.
 TEST(CheckTest, TheGeneratedHiveIsSound) {
-  EXPECT_EQ(Codes(CheckHive(HiveOfKeys(3000)), true), "");
+  EXPECT_EQ(Codes(CheckHive(HiveOfKeys(20000)), true), "");
 }
 
 // Levels count from the root; of a branch that is too deep the topmost key is named.
