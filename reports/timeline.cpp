@@ -109,6 +109,7 @@ void MakeShelves(Timeline& timeline, const HiveImage& hive, const KeyTree& tree,
 void AddKeys(Timeline& timeline, const HiveImage& hive, const KeyTree& tree,
              const TimelineOptions& options) {
   constexpr uint32_t kAhead = 12;  // keys on their way while one is read
+  const auto start = reinterpret_cast<uintptr_t>(ImageBytes(hive).data());
   PathWalker paths(hive, tree);
   const auto number = static_cast<uint32_t>(timeline.hives.size() - 1);
   TimelineHive& about = timeline.hives.back();
@@ -116,10 +117,10 @@ void AddKeys(Timeline& timeline, const HiveImage& hive, const KeyTree& tree,
   if (!options.bounded) MakeShelves(timeline, hive, tree, options.item, end);
   for (uint32_t at = options.item; at < end && !StopRequested(); ++at) {
     const uint32_t coming = tree.items[std::min(at + kAhead, end - 1)].position;
-    if (coming < hive.length) {
-      __builtin_prefetch(hive.buffer.get() + coming);
-      __builtin_prefetch(hive.buffer.get() + coming + kKeyName);
-    }
+    // Addresses alone: there may be nothing.
+    const uintptr_t cell = start + coming;
+    __builtin_prefetch(reinterpret_cast<const void*>(cell));
+    __builtin_prefetch(reinterpret_cast<const void*>(cell + kKeyName));
     if (!IsKeyItem(tree, at)) continue;
     ++about.keys;
     if (!HasKeyCell(tree, at)) {
