@@ -7,6 +7,7 @@
 #include "host/number_text.h"
 #include "host/sort_by_keys.h"
 #include "host/visible_text.h"
+#include "records/key_flags.h"
 #include "records/key_node.h"
 
 namespace hivequarry {
@@ -35,7 +36,7 @@ void AddListedAgain(Checking& check) {
 std::string PlainNameOf(ByteView hive, uint32_t position) {
   KeyFields fields;
   if (!ReadKeyFields(hive, position, fields)) return {};
-  const bool wide = (fields.flags & kKeyNameIsBytes) == 0;
+  const bool wide = IsWideKeyName(fields.flags);
   return ShownKeyName(KeyNameText(hive, position, fields.name_length, wide));
 }
 

@@ -4,6 +4,7 @@
 #include "check/checking.h"
 #include "host/long_operation.h"
 #include "host/number_text.h"
+#include "records/key_flags.h"
 #include "records/key_node.h"
 #include "records/subkey_list.h"
 
@@ -38,7 +39,7 @@ void CheckName(Checking& check, uint32_t key) {
   const uint8_t* const record = RecordOf(check, key);
   const uint32_t length = LoadU16(record + kKeyNameLength);
   const uint32_t room = CellLength(LoadU32(record)) - kKeyName;
-  const bool wide = (LoadU16(record + kKeyFlags) & kKeyNameIsBytes) == 0;
+  const bool wide = IsWideKeyName(LoadU16(record + kKeyFlags));
   if (length > room) {
     AddFinding(check, kK4, position, key,
                {std::to_string(length) + " bytes", "at most " + std::to_string(room)});
@@ -197,7 +198,7 @@ void CheckEntry(Checking& check, Siblings& siblings, const CellTarget& list, Lis
     return;
   }
   const uint8_t* const record = check.hive.data() + cell.position;
-  const bool wide = (LoadU16(record + kKeyFlags) & kKeyNameIsBytes) == 0;
+  const bool wide = IsWideKeyName(LoadU16(record + kKeyFlags));
   siblings.longest = std::max(siblings.longest, MarkLength(LoadU16(record + kKeyNameLength), wide));
   if (!ClaimCell(check, cell, CellUse::kKey, siblings.parent)) {
     if (UseOf(check, cell) == CellUse::kKey) {

@@ -4,6 +4,7 @@
 
 #include "check/checking.h"
 #include "host/case.h"
+#include "records/key_flags.h"
 #include "records/key_node.h"
 #include "records/value_key.h"
 
@@ -52,13 +53,13 @@ bool HasUnit(const StoredName& name, char16_t unit) {
 StoredName NameOfKey(const Checking& check, uint32_t position) {
   const uint8_t* const key = check.hive.data() + position;
   return {NameBytes(check, position, kKeyName, LoadU16(key + kKeyNameLength)),
-          (LoadU16(key + kKeyFlags) & kKeyNameIsBytes) == 0};
+          IsWideKeyName(LoadU16(key + kKeyFlags))};
 }
 
 StoredName NameOfValue(const Checking& check, uint32_t position) {
   const uint8_t* const value = check.hive.data() + position;
   return {NameBytes(check, position, kValueName, LoadU16(value + kValueNameLength)),
-          (LoadU16(value + kValueFlags) & kValueNameIsBytes) == 0};
+          IsWideValueName(LoadU16(value + kValueFlags))};
 }
 
 }  // namespace hivequarry

@@ -143,7 +143,7 @@ void CheckValue(Checking& check, uint32_t value, uint32_t key, Longest& longest)
     AddFinding(check, kV5, value, key,
                {std::to_string(length) + " bytes", "at most " + std::to_string(room)});
   }
-  const bool wide = (LoadU16(record + kValueFlags) & kValueNameIsBytes) == 0;
+  const bool wide = IsWideValueName(LoadU16(record + kValueFlags));
   longest.name = std::max(longest.name, MarkLength(length, wide));
   CheckTombstoneValue(check, value, key);
   CheckData(check, value, key, longest);

@@ -7,6 +7,7 @@
 #include "hive/layer_stack.h"
 #include "host/host.h"
 #include "records/cell.h"
+#include "records/key_flags.h"
 
 namespace hivequarry {
 namespace {
@@ -39,7 +40,7 @@ KeyNode ReadKeyNode(const HiveImage& hive, uint32_t position, KeyRead how) {
   if (!name_fits) key.signature_and_flags &= 0xFFFF0000;
   key.flags_low = static_cast<uint8_t>(key.signature_and_flags >> 16);
   if (name_fits) {
-    const bool wide = key.flags_low == 0;
+    const bool wide = IsWideKeyName(key.flags_low);
     key.name = KeyNameText(ImageBytes(hive), position, key.name_length, wide);
     key.name_failed = wide && key.name.find('\0') != std::string::npos;
   }
@@ -104,7 +105,7 @@ std::string ReadKeyName(const HiveImage& hive, uint32_t position) {
 
 void AppendKeyName(const HiveImage& hive, uint32_t position, std::string& out) {
   const uint32_t length = ReadU16(hive, position + kKeyNameLength);
-  const bool wide = ReadU8(hive, position + kKeyFlags) == 0;
+  const bool wide = IsWideKeyName(ReadU8(hive, position + kKeyFlags));
   AppendKeyNameText(ImageBytes(hive), position, length, wide, out);
 }
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "records/cell.h"
+#include "records/key_flags.h"
 #include "records/stored_text.h"
 
 namespace hivequarry {
@@ -63,7 +64,7 @@ uint32_t LongestKeyName(ByteView image, uint32_t cell) {
 std::u16string WideKeyName(ByteView image, uint32_t cell, uint32_t length) {
   const ByteView raw =
       PartOf(image, cell + kKeyName, std::min(length, LongestKeyName(image, cell)));
-  const bool wide = ReadU8(image, cell + kKeyFlags) == 0;
+  const bool wide = IsWideKeyName(ReadU8(image, cell + kKeyFlags));
   // A single-byte name is the low bytes of UTF-16, not text of a code page.
   std::u16string text(wide ? raw.size() / 2 : raw.size(), u'\0');
   for (size_t i = 0; i < text.size(); ++i) text[i] = wide ? LoadU16(raw.data() + 2 * i) : raw[i];

@@ -104,13 +104,12 @@ uint32_t LongestKeyName(ByteView image, uint32_t cell);
 // The name of `length` bytes as stored, at most LongestKeyName, as text, and at the end of `out`;
 // fast for a name of bytes.
 // `cell` is a position. UTF-8, not yet made visible (host/visible_text.h); shorter than `length`
-// where the image ends first. `wide` is the caller's: he knows the flags.
+// where the image ends first. `wide` is the caller's: he knows the flags (key_flags.h).
 std::string KeyNameText(ByteView image, uint32_t cell, uint32_t length, bool wide);
 void AppendKeyNameText(ByteView image, uint32_t cell, uint32_t length, bool wide, std::string& out);
 // The same in UTF-16, whatever the user's choice of reading: what hashes are made of, and what the
 // registry is asked for.
-// Reads the low byte of the key's own flags: 0 says that the name is UTF-16. An odd last byte of
-// such a name is left out.
+// Asks the key's own flags how the name is stored; of one in UTF-16 an odd last byte is left out.
 std::u16string WideKeyName(ByteView image, uint32_t cell, uint32_t length);
 
 }  // namespace hivequarry

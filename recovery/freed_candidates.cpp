@@ -9,6 +9,7 @@
 #include "host/host.h"
 #include "host/long_operation.h"
 #include "records/cell.h"
+#include "records/key_flags.h"
 
 namespace hivequarry {
 namespace {
@@ -63,7 +64,7 @@ bool IsNamePrintable(const HiveImage& hive, uint32_t name, uint32_t length, bool
 }
 
 bool IsWideName(const HiveImage& hive, const FreedCandidate& record) {
-  return record.key ? ReadU8(hive, record.position + kKeyFlags) == 0
+  return record.key ? IsWideKeyName(ReadU16(hive, record.position + kKeyFlags))
                     : IsWideValueName(ReadU16(hive, record.position + kValueFlags));
 }
 

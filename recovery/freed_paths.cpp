@@ -8,6 +8,7 @@
 #include "hive/keys.h"
 #include "host/number_text.h"
 #include "host/visible_text.h"
+#include "records/key_flags.h"
 #include "recovery/freed_records.h"
 
 namespace hivequarry {
@@ -135,7 +136,7 @@ std::string FreedPlaceWords(const HiveImage& hive, const FreedRecords& records,
 }
 
 std::string StoredFreedKeyName(const HiveImage& hive, const FreedKey& key) {
-  const bool wide = (ReadU16(hive, key.position + kKeyFlags) & 0xFF) == 0;
+  const bool wide = IsWideKeyName(ReadU16(hive, key.position + kKeyFlags));
   return KeyNameText(ImageBytes(hive), key.position, key.name_length, wide);
 }
 

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "hive/keys.h"
+#include "records/key_flags.h"
 #include "recovery/live_cells.h"
 
 namespace hivequarry {
@@ -57,7 +58,7 @@ bool IsMade(const KeyRow& key) { return (key.marks & kVirtualMarks) != 0; }
 // Bytes of a key's name as UTF-16.
 uint32_t WideNameLength(const HiveImage& hive, const KeyRow& key) {
   const uint32_t length = ReadU16(hive, key.position + kKeyNameLength);
-  return ReadU8(hive, key.position + kKeyFlags) == 0 ? length : 2 * length;
+  return IsWideKeyName(ReadU8(hive, key.position + kKeyFlags)) ? length : 2 * length;
 }
 
 // What keys remember of the names of all subkeys that they ever had since they had none.

@@ -7,6 +7,7 @@
 #include "host/case.h"
 #include "host/text.h"
 #include "records/cell.h"
+#include "records/key_flags.h"
 #include "records/value_key.h"
 
 namespace hivequarry {
@@ -34,7 +35,7 @@ std::vector<PairedName> ChildrenOf(const ComparedSide& side, uint32_t item,
 ByteView PlainName(const ComparedSide& side, uint32_t item) {
   const KeyItem& it = side.tree.items[item];
   const bool given = it.marks != 0 || it.made_name != 0 || it.kind != ItemKind::kKey;
-  if (given || ReadU8(side.hive, it.position + kKeyFlags) == 0) return {};
+  if (given || IsWideKeyName(ReadU8(side.hive, it.position + kKeyFlags))) return {};
   const uint32_t length = ReadU16(side.hive, it.position + kKeyNameLength);
   const ByteView name = PartOf(ImageBytes(side.hive), it.position + kKeyName, length);
   const bool ascii = std::ranges::all_of(name, [](uint8_t byte) { return byte < 0x80; });

@@ -133,6 +133,28 @@ TEST(KeyNode, Names) {
   }
 }
 
+// Flags of a key say how its name is stored in one bit; others go with names of both kinds.
+TEST(KeyNode, NamesByFlags) {
+  struct Case {
+    uint16_t flags;
+    bool wide;
+  };
+  constexpr Case kCases[] = {{0x00, true},    {0x20, false}, {0x10, true}, {0x30, false},
+                             {0x80, true},    {0xA0, false}, {0x90, true}, {0x1000, true},
+                             {0x1020, false}, {0x04, false}, {0x01, false}};
+  HiveBuilder builder;
+  builder.Key("Name").Wide();
+  BuiltHive built = builder.Build();
+  const uint32_t cell = built.PositionOf("Name");
+  for (const Case& c : kCases) {
+    built.SetU16(cell, field::kKeyFlags, c.flags);
+    OpenedImage image(built.bytes);
+    EXPECT_EQ(ReadKeyName(image.hive(), cell) == "Name", c.wide) << c.flags;
+    EXPECT_EQ(Read(image, cell).name == "Name", c.wide) << c.flags;
+    EXPECT_EQ(WideKeyName(ImageBytes(image.hive()), cell, 8) == u"Name", c.wide) << c.flags;
+  }
+}
+
 TEST(KeyNode, DamagedNames) {
   HiveBuilder builder;
   builder.Key("Zero").Wide();

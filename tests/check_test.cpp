@@ -119,6 +119,9 @@ TEST(CheckTest, Keys) {
       {"K6 1 L11 1 L12 1", key16("A\\C", field::kKeyFlags, 0)},
       {"K7 1", key16("A\\C", field::kKeyFlags, 0x21)},
       {"K8 1", key16("A\\C", field::kKeyFlags, 0x24)},
+      // Damaged flags make no UTF-16 of a name of bytes, as everywhere.
+      {"K8 1", key16("A\\C", field::kKeyFlags, 0x04)},
+      {"", key16("A\\C", field::kKeyFlags, 0x1030)},
       {"K9 1", key32("A\\C", field::kKeyParent, 0x20)},
       {"K13 1", [](BuiltHive& hive) { hive.Zero(hive.PositionOf("Old") + field::kKeyTime, 8); }},
       {"K14 1", key32("Old", field::kKeyVolatileSubkeys, 3)},
@@ -299,6 +302,13 @@ TEST(CheckTest, LayersCellsAndMarks) {
     hive.SetU16(key, 56, 20), hive.SetU32(key, 64, 20), hive.SetU32(key, 68, 40000);
   }
   EXPECT_EQ(Codes(CheckHive(hive.bytes), true), "");
+  // Of names that damaged flags leave bytes, the marks are of bytes.
+  hive.SetU16(hive.PositionOf("List\\k0"), field::kKeyFlags, 0x04);
+  hive.SetU16(hive.ValuePosition("A\\C", "d"), field::kValueFlags, 4);
+  BuiltHive damaged = hive;
+  damaged.SetU16(hive.PositionOf("List"), 56, 3).SetU32(hive.PositionOf("A\\C"), 64, 1);
+  EXPECT_EQ(Codes(CheckHive(damaged.bytes), true), "K8 1 M1 1 M2 1");
+  hive.SetU16(hive.PositionOf("List\\k0"), field::kKeyFlags, 0x20);
   hive.SetU16(hive.PositionOf("List"), 56, 2);
   hive.SetU32(hive.PositionOf("A\\B"), 64, 0).SetU32(hive.PositionOf("Big"), 68, 39999);
   EXPECT_EQ(Codes(CheckHive(hive.bytes), true), "M1 1 M2 1 M3 1");

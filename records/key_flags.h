@@ -1,0 +1,19 @@
+// Flags of keys: 16 bits at kKeyFlags (key_node.h).
+#pragma once
+
+#include <cstdint>
+
+namespace hivequarry {
+
+inline constexpr uint16_t kKeyIsLink = 0x10;    // a symbolic link
+inline constexpr uint16_t kKeyIsSource = 0x80;  // programs' writes to it are led elsewhere
+
+// How a key's name is stored: in UTF-16, or as bytes. Everyone asks here, so that tree, check and
+// marks read the same name.
+// Links and sources have names of both kinds. With any other low byte than 0 a name is of bytes:
+// that reading loses nothing where the flags are damaged. The high byte is not looked at.
+constexpr bool IsWideKeyName(uint16_t flags) {
+  return (flags & 0xFF & ~(kKeyIsLink | kKeyIsSource)) == 0;
+}
+
+}  // namespace hivequarry
