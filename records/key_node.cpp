@@ -30,8 +30,10 @@ bool ReadKeyFields(ByteView image, uint32_t cell, KeyFields& fields) {
 bool IsKeyFlagsByte(uint8_t flags) {
   switch (flags) {
     case 0x00:
+    case 0x10:
     case 0x20:
     case 0x2C:
+    case 0x30:
     case 0x60:
     case 0xA0:
     case 0xAC:

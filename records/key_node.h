@@ -90,9 +90,8 @@ struct KeyFields {
 bool ReadKeyFields(ByteView image, uint32_t cell, KeyFields& fields);
 
 // True for the low byte of the flags that keys of the kinds known to be written have: 0x04
-// and 0x08 mark a root, 0x20 a name of bytes, 0x40 a predefined handle, 0x80 the source of a
-// virtualised key. A link's (0x30) is not among them: only the tolerant test takes it
-// (hive/keys.h).
+// and 0x08 mark a root, 0x10 a symbolic link, 0x20 a name of bytes, 0x40 a predefined handle, 0x80
+// the source of a virtualised key. Of any other the tolerant test decides (hive/keys.h).
 bool IsKeyFlagsByte(uint8_t flags);
 
 // The bytes of a name that are read at most: as many as a registry's name takes (510), or as the

@@ -231,7 +231,9 @@ TEST(KeyNode, Classifier) {
       {"lk", 0x2C, kAllocated, true, false, -1},  {"vk", 0x20, kAllocated, true, true, -1},
       {"nk", 0x20, 0U - 0x10000, true, false, 0}, {"nk", 0x20, 0U - 0x10000, false, false, -1},
       {"nk", 0x20, 0U - 0xFFF8, false, false, 0}, {"nk", 0x20, 96, true, false, 0},
-      {"nk", 0x20, 96, false, false, -1}};
+      {"nk", 0x20, 96, false, false, -1},         {"nk", 0x30, kAllocated, true, false, 0},
+      {"nk", 0x10, kAllocated, true, false, 0},   {"nk", 0x1030, kAllocated, true, true, 0},
+      {"nk", 0x34, kAllocated, true, false, -1}};
   HiveBuilder builder;
   builder.Key("A");
   BuiltHive built = builder.Build();
