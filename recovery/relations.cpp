@@ -12,6 +12,7 @@
 #include "host/long_operation.h"
 #include "host/number_text.h"
 #include "records/cell.h"
+#include "records/key_flags.h"
 #include "recovery/list_recorder.h"
 #include "recovery/pointer_repair.h"
 
@@ -401,23 +402,15 @@ bool NeedsRepair(const HiveImage& hive, const ScanTables& tables) {
 }
 
 // Up to 512 bytes for a key in use: its fixed part and a name of 216 characters in UTF-16, or twice
-// that in bytes. A free cell may have taken in its neighbours.
+// that in bytes. A free cell may have taken in its neighbours. Of the flags' high byte only the
+// user's may be set. Predefined handles are known to the scan only: none comes back.
 bool IsKeyCellAt(const HiveImage& hive, uint32_t position) {
   if (position < hive.data_start || !InsideHive(hive, position, kKeyRoom)) return false;
   if (ReadU16(hive, position + 4) != kSignatureNk) return false;
   const uint32_t size = ReadU32(hive, position);
   if (size % 8 != 0 || CellLength(size) > (IsAllocated(size) ? 512U : 4096U)) return false;
-  if (ReadU8(hive, position + 7) != 0) return false;
-  switch (ReadU8(hive, position + 6)) {
-    case 0x00:
-    case 0x20:
-    case 0x2C:
-    case 0xA0:
-    case 0xAC:
-      return true;
-    default:
-      return false;
-  }
+  const uint32_t flags = ReadU16(hive, position + kKeyFlags) & ~uint32_t{kUserFlagBits};
+  return flags <= 0xFF && flags != kHandleKeyFlags && IsKeyFlagsByte(static_cast<uint8_t>(flags));
 }
 
 // Lists come before keys, since an owner that gets its list back needs no made children; parents

@@ -217,6 +217,9 @@ TEST(Relations, RelaxedKeyCell) {
                              {"flags 0x60", 0U - 88, 0x6B6E, 0x60, false},
                              {"flags 0x24", 0U - 88, 0x6B6E, 0x24, false},
                              {"high flags", 0U - 88, 0x6B6E, 0x120, false},
+                             {"user flags", 88, 0x6B6E, 0x1020, true},
+                             {"user and high flags", 88, 0x6B6E, 0x1120, false},
+                             {"a link", 88, 0x6B6E, 0x30, true},
                              {"signature", 0U - 88, 0x6A6E, 0x20, false}};
   const BuiltHive sound = Family(List::kLh);
   const uint32_t key = sound.PositionOf("A");
@@ -264,6 +267,7 @@ TEST(Relations, FreedKeyComesBackUpTo4096Bytes) {
     builder.Key("A").ListStyle(c.list);
     builder.Key("A\\Freed").Sz("v", "kept").Slack(c.length - 85);
     if (c.marks == 0) builder.Key("A\\Freed\\Below\\Deep").Sz("w", "deep");
+    builder.Key("A\\Freed").Flags(0x1020);  // as systems before Vista wrote them
     BuiltHive built = builder.Build();
     const uint32_t key = built.PositionOf("A\\Freed");
     ASSERT_EQ(built.CellLength(key), c.length);
