@@ -99,10 +99,10 @@ bool HasOffsets(const HiveImage& hive, uint32_t p) {
 // Counts of subkeys and values that the hive has no room for are noise, as is a time that no system
 // had.
 bool IsKeyRecord(const HiveImage& hive, uint32_t p, FreedPlace place) {
-  constexpr uint16_t kAllFlags = 0x3FF;
+  constexpr uint16_t kNoFlags = 0x0C00;  // user flags of older systems are above them
   const uint32_t name = ReadU16(hive, p + kKeyNameLength);
   const bool sized = HasSize(hive, p, kKeyName + name, place) || place == FreedPlace::kInFreeCell;
-  return sized && name != 0 && name <= kMaxName && ReadU16(hive, p + kKeyFlags) <= kAllFlags &&
+  return sized && name != 0 && name <= kMaxName && (ReadU16(hive, p + kKeyFlags) & kNoFlags) == 0 &&
          HasOffsets(hive, p) && ReadU32(hive, p + kKeySubkeyCount) < hive.length / kRecordStep &&
          ReadU32(hive, p + kKeyValueCount) < hive.length / kRecordStep &&
          !FormatTimestampChecked(ReadU64(hive, p + kKeyLastWrite)).empty();
