@@ -14,13 +14,13 @@
 namespace hivequarry {
 namespace {
 
-constexpr uint32_t kMaxName = 510;  // bytes, of keys and values
+constexpr uint32_t kLongestKeyName = 510;      // bytes: 255 characters
+constexpr uint32_t kLongestValueName = 32766;  // bytes: 16,383 characters
 constexpr uint32_t kRecordStep = 8;
 constexpr uint32_t kPage = 4096;
 // The form of values in use that is passed over; others are candidates until what names them takes
 // them out (freed_uses.h).
-constexpr uint32_t kMostPadding = 8;         // after the name of a value that the scan accepts
-constexpr uint32_t kLongestValueCell = 768;  // likewise
+constexpr uint32_t kMostPadding = 8;  // after the name of a value that the scan accepts
 // What was left after the blocks need not be where cells do.
 constexpr uint32_t kLooseStep = 4;
 
@@ -54,11 +54,10 @@ bool IsPrintable(uint32_t unit) {
 
 // True for `length` bytes of a name without control characters.
 bool IsNamePrintable(const HiveImage& hive, uint32_t name, uint32_t length, bool wide) {
-  uint8_t bytes[kMaxName];
-  if (length > kMaxName || ReadBytes(hive, name, bytes, length) != length) return false;
-  if (wide && length % 2 != 0) return false;
+  const ByteView bytes = PartOf(ImageBytes(hive), name, length);
+  if (bytes.size() != length || (wide && length % 2 != 0)) return false;
   for (uint32_t i = 0; i < length; i += wide ? 2 : 1) {
-    if (!IsPrintable(wide ? LoadU16(bytes + i) : bytes[i])) return false;
+    if (!IsPrintable(wide ? LoadU16(&bytes[i]) : bytes[i])) return false;
   }
   return true;
 }
@@ -102,8 +101,9 @@ bool IsKeyRecord(const HiveImage& hive, uint32_t p, FreedPlace place) {
   constexpr uint16_t kNoFlags = 0x0C00;  // user flags of older systems are above them
   const uint32_t name = ReadU16(hive, p + kKeyNameLength);
   const bool sized = HasSize(hive, p, kKeyName + name, place) || place == FreedPlace::kInFreeCell;
-  return sized && name != 0 && name <= kMaxName && (ReadU16(hive, p + kKeyFlags) & kNoFlags) == 0 &&
-         HasOffsets(hive, p) && ReadU32(hive, p + kKeySubkeyCount) < hive.length / kRecordStep &&
+  return sized && name != 0 && name <= kLongestKeyName &&
+         (ReadU16(hive, p + kKeyFlags) & kNoFlags) == 0 && HasOffsets(hive, p) &&
+         ReadU32(hive, p + kKeySubkeyCount) < hive.length / kRecordStep &&
          ReadU32(hive, p + kKeyValueCount) < hive.length / kRecordStep &&
          !FormatTimestampChecked(ReadU64(hive, p + kKeyLastWrite)).empty();
 }
@@ -137,7 +137,7 @@ bool IsValueRecord(const HiveImage& hive, uint32_t p, FreedPlace place) {
   const uint32_t name = ReadU16(hive, p + kValueNameLength);
   const bool sized =
       name == 0 ? IsUnnamedValue(hive, p, place) : HasSize(hive, p, kValueName + name, place);
-  return sized && name <= kMaxName && ReadU16(hive, p + kValueFlags) <= 3 &&
+  return sized && name <= kLongestValueName && ReadU16(hive, p + kValueFlags) <= 3 &&
          IsPlausibleData(hive, p);
 }
 
@@ -194,11 +194,12 @@ uint32_t KnownBytes(const Walk& walk, uint32_t p, uint32_t length, Stretch& rest
   const uint32_t second = WordAt(walk, p + 4);
   const auto signature = static_cast<uint16_t>(second);
   if (signature == kSignatureVk) {
-    const uint32_t needed = kValueName + (second >> 16);
+    const uint32_t name = second >> 16;
+    const uint32_t needed = kValueName + name;
     // Of the form that the scan accepts: a list names it, or it is shown as disconnected.
-    return needed <= length && length <= needed + kMostPadding && length <= kLongestValueCell
-               ? length
-               : 0;
+    const bool accepted =
+        name <= kLongestValueName && needed <= length && length <= needed + kMostPadding;
+    return accepted ? length : 0;
   }
   if (signature == kSignatureNk) {
     if (!ContainsPosition(walk.tree.key_positions, p)) return 0;

@@ -10,7 +10,8 @@
 
 namespace hivequarry {
 
-// A place whose bytes could be a record. Names up to 510 bytes.
+// A place whose bytes could be a record. Names as long as a registry takes: 510 bytes of a key,
+// 32766 of a value.
 struct FreedCandidate {
   uint32_t position = 0;
   bool key = false;           // else a value

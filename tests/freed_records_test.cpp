@@ -204,5 +204,26 @@ const FreedCase kCases[] = {
 
 INSTANTIATE_TEST_SUITE_P(Records, Freed, ::testing::ValuesIn(kCases));
 
+// A registry takes names of values of up to 16,383 characters.
+TEST(FreedNames, OfValuesAreLong) {
+  const std::string name(3000, 'n');
+  const std::string longest(16383, 'l');
+  HiveBuilder builder;
+  builder.BinSize(65536);
+  builder.Key("A").Dword(name, 1).WideValue(longest, 4, {2, 0, 0, 0});
+  builder.Key("B").Dword(name + "x", 3).WideValue(longest, 4, {4, 0, 0, 0});
+  BuiltHive built = builder.Build();
+  built.Free(built.ValuePosition("A", name)).Free(built.ValuePosition("A", longest));
+  built.Free(built.ValueListPosition("A")).SetU32(built.PositionOf("A"), field::kKeyValues, 0);
+  const OpenedHive opened(built);
+  const OutputListPtr values = ListFreedValues(opened.hive, opened.tree, {});
+  ASSERT_EQ(RowCount(*values), 2U) << "those in use are none";
+  for (uint32_t row = 0; row < 2; ++row) {
+    const bool first = RowDatum(*values, row) == built.ValuePosition("A", name);
+    const std::string shown = (first ? name : longest).substr(0, 516) + "...";
+    EXPECT_TRUE(CellText(*values, row, 1) == shown) << row;
+  }
+}
+
 }  // namespace
 }  // namespace hivequarry
