@@ -14,7 +14,7 @@ namespace {
 
 using Span = std::span<const uint8_t>;
 
-// More than any folder is deep: what a list has after these is not read.
+// More than any folder is deep: what a list has after these is not read, and the path says so.
 constexpr uint32_t kMaxItems = 256;  // of a list
 constexpr size_t kMaxName = 520;     // characters
 constexpr size_t kMaxPath = 520;     // characters; what becomes longer loses its beginning
@@ -347,10 +347,10 @@ std::string JoinItemPath(std::string_view parent, std::string_view name) {
 ItemList ReadItemList(Span data, std::string_view parent) {
   ItemList list;
   list.path = parent;
-  while (data.size() >= 2 && list.count < kMaxItems) {
+  while (data.size() >= 2) {
     const uint16_t size = U16At(data, 0);
     if (size == 0) break;
-    list.cut = size < 3 || size > data.size();
+    list.cut = size < 3 || size > data.size() || list.count == kMaxItems;
     if (list.cut) break;
     list.last = ReadShellItem(data.first(size));
     list.path = JoinItemPath(list.path, list.last.name);

@@ -37,10 +37,13 @@ struct ItemList {
   std::string path;
   ShellItem last;
   uint32_t count = 0;
-  bool cut = false;  // a size field leads beyond the bytes; the path ends in "..."
+  // A size field leads beyond the bytes, or there are more items than the 256 that are read; the
+  // path ends in "...".
+  bool cut = false;
 };
 // `parent` is the path that the list goes on from, empty for one that begins at the desktop.
-// Ends at a size of 0, at one that leads beyond the bytes, and at the end of the bytes. Linear.
+// Ends at a size of 0, at one that leads beyond the bytes, at the end of the bytes, and after 256
+// items. Linear.
 ItemList ReadItemList(std::span<const uint8_t> data, std::string_view parent = {});
 
 // The path of an item below another; a drive or a server begins anew. One that becomes longer than

@@ -103,6 +103,18 @@ TEST(ShellItems, Lists) {
   }
 }
 
+// Longer lists than folders are deep are cut, and say so.
+TEST(ShellItems, LongListsSayWhereTheyAreCut) {
+  for (const uint32_t count : {256U, 257U}) {
+    std::string list;
+    for (uint32_t i = 0; i < count; ++i) list += kFolder;
+    const ItemList read = ReadItemList(Hex(list + "0000"));
+    EXPECT_EQ(read.count, 256U);
+    EXPECT_EQ(read.cut, count == 257);
+    EXPECT_EQ(read.path.ends_with("Z_Temp\\..."), count == 257) << read.path;
+  }
+}
+
 // For the sanitizers; and nothing grows with what the bytes claim.
 TEST(ShellItems, AnyBytes) {
   const Bytes sound = Hex(std::string(kComputer) + kDriveC + kFolder + kNamed);
