@@ -80,6 +80,11 @@ std::string DetailOf(const Telling& telling, uint32_t row) {
   return detail;
 }
 
+// By the column's title, which goes into the event's words: times whose zone nothing says.
+bool IsLocal(const KindColumn& column) {
+  return std::string_view(column.title).ends_with("(local)");
+}
+
 void AddRow(Telling& telling, uint32_t row) {
   const int tail = static_cast<int>(telling.own_columns);
   std::string detail;
@@ -94,6 +99,7 @@ void AddRow(Telling& telling, uint32_t row) {
     event.offset = datum == kNoOffset ? 0 : PlaceOf(telling.hive, datum);
     event.hive = static_cast<uint32_t>(telling.timeline.hives.size() - 1);
     event.state = StateOf(CellText(telling.list, row, tail + 1));
+    event.local = IsLocal(telling.kind.columns[column]);
     event.event = EventOf(telling, column);
     TimelineShelf& shelf = ShelfOf(telling.timeline, time);
     event.key = KeepText(shelf, CellText(telling.list, row, tail + 2));

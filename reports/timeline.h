@@ -27,6 +27,7 @@ struct TimelineEvent {
   uint32_t hive = 0;  // number in Timeline::hives
   uint32_t values = 0;  // of the key
   TimelineState state = TimelineState::kLive;
+  bool local = false;       // the time is the machine's, of a zone that is not known: not UTC
   const char* event = "";   // "key written": constant
   std::string_view key;     // displayed path
   std::string_view value;   // name of the value that holds the time

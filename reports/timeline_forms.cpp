@@ -87,9 +87,16 @@ void PutDecimals(char* end, size_t count, uint64_t number) {
   for (; count != 0; --count, number /= 10) *--end = static_cast<char>('0' + number % 10);
 }
 
-const std::string& IsoTime(TimeWriter& writer, uint64_t time) {
+const std::string& IsoTime(TimeWriter& writer, const TimelineEvent& event) {
   constexpr uint64_t kPerDay = 86400 * kPerSecond;
+  const uint64_t time = event.time;
   std::string& text = writer.text;
+  if (event.local) {  // ISO 8601 has no zone where none is known
+    writer.day = UINT64_MAX;
+    text = IsUsable(time) ? FormatIso8601(time) : std::string();
+    if (text.ends_with('Z')) text.pop_back();
+    return text;
+  }
   if (!IsUsable(time)) {
     writer.day = UINT64_MAX;
     return text.clear(), text;
@@ -243,7 +250,7 @@ void PutTextCell(std::string_view text, bool safe, Lines& out) {
 void PutCsv(const TimelineEvent& event, EventWriter& writer) {
   const TimelineLook& look = writer.look;
   Lines& out = writer.out;
-  Put(IsoTime(writer.times, event.time), out);
+  Put(IsoTime(writer.times, event), out);
   Put(",", out);
   PutTextCell(event.event, look.safe, out);
   PutTextCell(writer.timeline.hives[event.hive].path, look.safe, out);
@@ -335,7 +342,7 @@ void PutJsonKey(const TimelineEvent& event, EventWriter& writer) {
 
 void PutJson(const TimelineEvent& event, EventWriter& writer) {
   Lines& out = writer.out;
-  const std::string& time = IsoTime(writer.times, event.time);
+  const std::string& time = IsoTime(writer.times, event);
   const std::string_view word = event.event;
   Put("{\"datetime\":\"", out);
   Put(time, out);
@@ -405,9 +412,9 @@ void PutPlaso(const TimelineEvent& event, EventWriter& writer) {
   const TimelineHive& hive = writer.timeline.hives[event.hive];
   const TimelineLook& look = writer.look;
   Lines& out = writer.out;
-  PutDateAndClock(IsoTime(writer.times, event.time), look.safe, out);
-  Put("UTC", out);
-  if (look.minutes_east != 0) Put(writer.times.zone, out);
+  PutDateAndClock(IsoTime(writer.times, event), look.safe, out);
+  Put(event.local ? "local" : "UTC", out);
+  if (!event.local && look.minutes_east != 0) Put(writer.times.zone, out);
   Put(",", out);
   Put("M...,REG,Registry key,", out);
   PutTextCell(event.event, look.safe, out);

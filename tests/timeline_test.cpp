@@ -254,6 +254,36 @@ TEST(TimelineTest, TimesOfDecodedEvidence) {
   EXPECT_TRUE(event.key.ends_with("\\Count"));
 }
 
+// Times of an unknown zone are never told as UTC, nor moved to another zone.
+TEST(TimelineTest, LocalTimesAreMarked) {
+  HiveBuilder builder;
+  Bytes local(16);
+  PutU16(local, 0, 2020), PutU16(local, 2, 2), PutU16(local, 6, 3), PutU16(local, 8, 4);
+  builder.Key("Microsoft\\Windows NT\\CurrentVersion\\NetworkList\\Profiles\\{A}")
+      .Sz("ProfileName", "Home")
+      .Value("DateCreated", 3, local);
+  OpenedHive opened(builder.Build());
+  Timeline timeline;
+  timeline.hives.push_back({"cases/H", "H", "PC", "", 0, 0, 0});
+  AddDecoderTimes(timeline, opened.hive, opened.tree, {});
+  ASSERT_EQ(timeline.events.size(), 1u);
+  constexpr const char* kWords = "Networks: Created (local)";
+  EXPECT_STREQ(timeline.events[0].event, kWords);
+  TimelineEvent written = timeline.events[0];
+  written.event = "key written", written.local = false;
+  timeline.events.push_back(written);
+  TimelineCounts counts;
+  const std::string csv = Written(timeline, TimelineForm::kCsv, counts, 60);
+  EXPECT_NE(csv.find("\r\n2020-02-03T04:00:00.0000000,Networks"), csv.npos) << csv;
+  EXPECT_NE(csv.find("\r\n2020-02-03T05:00:00.0000000+01:00,key"), csv.npos) << csv;
+  const std::string json = Written(timeline, TimelineForm::kJsonLines);
+  EXPECT_NE(json.find("\"datetime\":\"2020-02-03T04:00:00.0000000\""), json.npos) << json;
+  const std::string plaso = Written(timeline, TimelineForm::kPlaso, counts, 60);
+  EXPECT_NE(plaso.find("\r\n02/03/2020,04:00:00,local,"), plaso.npos) << plaso;
+  EXPECT_NE(plaso.find("\r\n02/03/2020,05:00:00,UTC+01:00,"), plaso.npos) << plaso;
+  EXPECT_NE(Written(timeline, TimelineForm::kTln).find(kWords), std::string::npos);
+}
+
 TEST(TimelineTest, KeysOfLogsAlone) {
   LogStory story = MakeLogStory();
   LoggedFiles files;
