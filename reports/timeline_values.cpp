@@ -50,7 +50,8 @@ bool IsCountKey(std::string_view path) {
 // and 16 bytes with it at 8 on those before.
 uint64_t TimeIn(TimeForm form, const std::vector<uint8_t>& data) {
   if (form == TimeForm::kSeconds) {
-    return data.size() == 4 ? kUnixEpoch + uint64_t{LoadU32(data.data())} * 10'000'000 : 0;
+    const uint64_t seconds = data.size() == 4 ? LoadU32(data.data()) : 0;
+    return seconds == 0 ? 0 : kUnixEpoch + seconds * 10'000'000;
   }
   if (form == TimeForm::kFileTime) return data.size() == 8 ? LoadU64(data.data()) : 0;
   if (data.size() == 72) return LoadU64(data.data() + 60);

@@ -189,6 +189,7 @@ TEST(TimelineTest, ValuesBoundsAndBaseBlock) {
   Bytes time(8);
   PutU64(time, 0, kTime);
   builder.Key("Control\\Windows").Time(kTime - 1).Value("ShutdownTime", 3, time);
+  builder.Key("Windows NT\\CurrentVersion").Time(kTime - 1).Dword("InstallDate", 0);
   builder.Key("Control\\Other").Time(kTime + 99'000'000).Value("ShutdownTime", 3, time);
   OpenedHive opened(builder.Build());
   TimelineOptions options;
@@ -205,6 +206,8 @@ TEST(TimelineTest, ValuesBoundsAndBaseBlock) {
   EXPECT_EQ(events[1].key, "ROOT\\Control\\Other");
   EXPECT_EQ(timeline.hives[0].keys, timeline.hives[0].keys_without + 1);
   options.bounded = false;
+  options.item = FindItemByPath(opened.hive, opened.tree, "\\Windows NT");
+  EXPECT_EQ(TimelineOf(opened, options).events.size(), 2u) << "an InstallDate of 0 is no time";
   options.item = FindItemByPath(opened.hive, opened.tree, "\\Control\\Other");
   EXPECT_EQ(EventCount(TimelineOf(opened, options)), 1u);
   options.item = 0;
