@@ -18,7 +18,8 @@ constexpr std::array<const char*, kShortfallKinds> kWords = {
     "key(s) left out of the script, with all below",
     "entries of logs whose changes are shown together",
     "key(s) or value(s) whose names become one with another's in the script",
-    "name(s) and text(s) with \"?\" for characters that the script cannot hold"};
+    "name(s) and text(s) with \"?\" for characters that the script cannot hold",
+    "text(s) that had no room in a cell which joins several"};
 
 }  // namespace
 

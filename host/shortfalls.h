@@ -28,6 +28,7 @@ enum class Shortfall : uint8_t {
   kLogEntries,    // entries of logs whose changes were taken together
   kScriptNames,   // keys and values of a script that become one with another
   kScriptTexts,   // names and texts of which a script could not hold all characters
+  kCellTexts,     // texts for which a cell that joins several had no room, and does not say so
   kCount
 };
 inline constexpr size_t kShortfallKinds = static_cast<size_t>(Shortfall::kCount);

@@ -7,6 +7,7 @@
 #include "host/case.h"
 #include "host/host.h"
 #include "host/number_text.h"
+#include "host/shortfalls.h"
 #include "lists/list_rows.h"
 #include "words/value_text.h"
 
@@ -103,10 +104,13 @@ void JoinText(std::string& cell, std::string_view text) {
   if (text.empty()) return;
   if (cell.empty()) {
     cell = FirstUnits(text, kJoinLimit - 1);
+    if (cell.size() != text.size()) NoteShortfall(Shortfall::kCellTexts);
   } else if (CountUnits(cell) + CountUnits(text) < kJoinLimit) {
     cell.append(", ").append(text);
   } else if (!cell.ends_with('.')) {
     cell += ", ...";
+  } else if (!cell.ends_with(", ...")) {
+    NoteShortfall(Shortfall::kCellTexts);  // after a text's own end mark the cell says nothing
   }
 }
 

@@ -63,7 +63,7 @@ bool IsText(const SourceValue& value);
 // Control characters, which would break a row, as blanks.
 void MakeOneLine(std::string& text);
 // Adds a text to a cell that several values feed: ", " between them, and one ", ..." for all that
-// find no room.
+// find no room; not after a text that itself ends in ".", where it is noted as cut short instead.
 void JoinText(std::string& cell, std::string_view text);
 
 // Each letter 13 places on, as the shell ciphers the names of what it counts; and back.

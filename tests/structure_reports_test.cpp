@@ -4,6 +4,7 @@
 
 #include "hive/value_edits.h"
 #include "host/long_operation.h"
+#include "host/shortfalls.h"
 #include "reports/report_run.h"
 #include "tests/support/opened_hive.h"
 #include "tests/support/texts.h"
@@ -416,6 +417,21 @@ TEST(StructureReports, JoinedCells) {
     JoinText(cell, c.text);
     EXPECT_EQ(cell, c.joined);
   }
+  // What the cell itself does not say is noted.
+  const struct {
+    std::string cell, text;
+    uint64_t noted;
+  } cuts[] = {{"x, ...", std::string(600, 'y'), 0},
+              {std::string(500, 'x'), std::string(11, 'y'), 0},
+              {std::string(499, 'x') + ".", std::string(11, 'y'), 1},
+              {"", std::string(511, 'y'), 1}};
+  for (const auto& c : cuts) {
+    ForgetShortfalls();
+    std::string cell = c.cell;
+    JoinText(cell, c.text);
+    EXPECT_EQ(ShortfallCount(Shortfall::kCellTexts), c.noted) << c.cell;
+  }
+  ForgetShortfalls();
 }
 
 TEST(StructureReports, NamesAndProgress) {
