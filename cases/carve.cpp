@@ -60,8 +60,11 @@ void AddBaseWords(std::string& why, const HivePiece& piece, uint32_t own_end) {
     AddWords(why, Concat({"own offsets ", PlaceWords(piece.own), " to ", PlaceWords(own_end)}));
     return;
   }
-  AddWords(why, Concat({"base block", piece.letters ? "" : " with a damaged signature",
-                        ", checksum ", piece.checksum ? "right" : "wrong"}));
+  const char* const signature = piece.snapshot  ? " of a snapshot"
+                                : piece.letters ? ""
+                                                : " with a damaged signature";
+  AddWords(why,
+           Concat({"base block", signature, ", checksum ", piece.checksum ? "right" : "wrong"}));
   const int64_t missing = int64_t{piece.claimed} - own_end;
   if (missing == 0) AddWords(why, "as long as it says");
   if (missing > 0) AddWords(why, std::to_string(missing) + " bytes shorter than it says");

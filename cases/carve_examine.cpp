@@ -185,7 +185,8 @@ void UseBaseBlock(CarveSource& source, HivePiece& piece) {
   const BaseBlock base = ReadBaseBlock(bytes);
   uint8_t letters[4] = {};
   ReadBytes(bytes, 0, letters, sizeof letters);
-  piece.letters = base.signature == kHiveSignature;
+  piece.snapshot = base.signature == kSnapshotSignature;
+  piece.letters = base.signature == kHiveSignature || piece.snapshot;
   piece.checksum = base.major != 0 && base.checksum == BaseBlockChecksum(bytes);
   // A log's copy of a base block ends after 512 bytes: none is before a block.
   piece.base = (IsBaseBlockSignature(letters) || piece.checksum) && base.type == 0;

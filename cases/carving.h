@@ -111,7 +111,8 @@ struct HivePiece {
   uint64_t end = 0;
   uint32_t own = 0;
   bool base = false;      // has a base block
-  bool letters = false;   // "regf" as it should be
+  bool letters = false;   // "regf" as it should be, or a snapshot's
+  bool snapshot = false;  // "snap"
   bool checksum = false;  // right
   uint32_t claimed = 0;   // length of the bins by the base block
   uint64_t last_write = 0;

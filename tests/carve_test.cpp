@@ -91,6 +91,10 @@ TEST(Carve, DamageIsSaid) {
   CarvedFile carved = changed([](Bytes& bytes) { bytes[0] = 'X'; });
   EXPECT_EQ(RowsOf(carved), Expected("hive", 700, size, kLongKeys, "likely"));
   EXPECT_TRUE(WhyOf(carved).starts_with("base block with a damaged signature, checksum wrong"));
+  carved =
+      changed([](Bytes& bytes) { std::ranges::copy(std::string_view("snap"), bytes.begin()); });
+  EXPECT_TRUE(WhyOf(carved).starts_with("base block of a snapshot, checksum wrong"))
+      << WhyOf(carved);
   carved = changed([](Bytes& bytes) { std::fill_n(bytes.begin(), kPage, uint8_t{0xEE}); });
   EXPECT_EQ(RowsOf(carved), Expected("hive, cut", 700 + kPage, size - kPage, kLongKeys, "likely"));
   carved = changed([](Bytes& bytes) { bytes.resize(5 * kPage); });
