@@ -104,9 +104,10 @@ void WriteVerified(const std::string& name, ByteView bytes, Repaired& repaired,
     const Reopened opened(made);
     same = opened.read() && std::ranges::equal(BytesOfImage(opened.hive()), bytes) && holds(opened);
   }
-  const bool kept = PutInPlace(made, name, same && RefusalOf(name) == RepairFault::kNone);
+  repaired.fault = same ? RefusalOf(name) : RepairFault::kVerify;
+  const bool good = repaired.fault == RepairFault::kNone;
+  if (!PutInPlace(made, name, good) && good) repaired.fault = RepairFault::kVerify;
   repaired.bytes = bytes.size();
-  repaired.fault = kept ? RepairFault::kNone : RepairFault::kVerify;
   if (StopRequested()) repaired.fault = RepairFault::kStopped;
 }
 

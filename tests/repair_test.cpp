@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <fstream>
 #include <map>
 
 #include "cases/new_hive.h"
@@ -272,6 +273,20 @@ TEST(Repair, NoFileIsReplaced) {
     EXPECT_EQ(RepairHive(opened.hive, opened.tree, {}, name).fault, fault) << name;
   }
   EXPECT_EQ(ContentOf<std::string>(other.name()), "somebody's");
+}
+
+TEST(Repair, AFileThatAppearsMeanwhileIsSaid) {
+  OpenedHive opened(RichHive().Build());
+  static std::string name;
+  name = opened.image.file().folder() + "/MEANWHILE";
+  HostRecorder host;
+  host.on_status = [](const char* text) {
+    if (std::string_view(text) != "Verifying ...") return;
+    std::ofstream(name) << "another's";
+  };
+  EXPECT_EQ(RepairHive(opened.hive, opened.tree, {}, name).fault, RepairFault::kExists);
+  EXPECT_EQ(ContentOf<std::string>(name), "another's");
+  std::filesystem::remove(name);
 }
 
 // Names of one length in capitals compare by units, as the system has it.
