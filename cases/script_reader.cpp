@@ -82,6 +82,7 @@ bool ReadQuoted(ScriptReader& reader, std::string& out) {
     if (c == '\n') ++reader.line;
     if (c == '\\' && reader.at + 1 < reader.text.size()) {
       c = reader.text[++reader.at];
+      if (c == '\n') ++reader.line;
       if (c == 'r') c = '\r';
       if (c == 'n') c = '\n';
     }

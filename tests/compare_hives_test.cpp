@@ -234,6 +234,9 @@ TEST(ScriptReaderTest, EveryFormOfALine) {
     EXPECT_EQ(read.bad_lines, 1U) << bad;
     EXPECT_EQ(read.first_bad, 4U) << bad;
   }
+  ScriptRead read;
+  ReadLines(head + "[HKEY_X]\r\n\"a\"=\"b\\\nc\nd\"\r\nx", &read);
+  EXPECT_EQ(read.first_bad, 7U) << "lines end in quotes, after a backslash too";
   EXPECT_EQ(ReadLines(head + "[bad\r\n\"a\"=\"b\"\r\n"), "") << "a value without its key";
   EXPECT_EQ(ReadLines("REGEDIT4\n[K]\n\"a\"=hex(2):41,e9,00"),
             "key K 0 \nvalue a 2 4100e9000000\n");
