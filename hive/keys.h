@@ -61,6 +61,8 @@ bool TolerantKeyTest(const HiveImage& hive, uint32_t position, uint32_t& one_bit
 
 // Parent position (kNoOffset for the root) and name of the key at `position`.
 // kNoOffset and an empty name, too, where the fixed part is not all in the image.
+// Other than everywhere else, the whole of the flags must be 0 for a name in UTF-16: with user
+// flags (key_flags.h) this reads it as bytes. ReadKeyName does not.
 uint32_t ReadKeyParentAndName(const HiveImage& hive, uint32_t position, std::string& name);
 
 // Name of the key at `position` alone.
