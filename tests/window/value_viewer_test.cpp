@@ -128,7 +128,14 @@ TEST_F(ViewerTest, DatesFollowTheChosenZone) {
   Run(kCommandTimeZone);
   EXPECT_TRUE(has("Key date: 2020/07/01, 17:30:00 +05:30\r\n"));
   EXPECT_EQ(TheSettings().time_zone, "+05:30");
-  InDialog(L"Time zone of dates", Clicks({kZoneUtc, IDOK}));
+  InDialog(L"Time zone of dates", [](HWND dialog) {
+    EXPECT_TRUE(Ticked(dialog, kZoneFixed));
+    EnableWindow(GetDlgItem(dialog, kZoneRule), TRUE);
+    Click(dialog, kZoneRule);
+    EXPECT_TRUE(Ticked(dialog, kZoneRule) != Ticked(dialog, kZoneFixed)) << "one of them";
+    Click(dialog, kZoneUtc);
+    Click(dialog, IDOK);
+  });
   Run(kCommandTimeZone);
   EXPECT_TRUE(has("Key date: 2020/07/01, 12:00:00\r\n"));
   EXPECT_EQ(TheSettings().time_zone, "");

@@ -183,6 +183,11 @@ void ShowHexMenu(HexWindow& window, POINT at) {
     AddMenuItem(menu, window, row);
     if (row.command == HexCommand::kCopy) AddCopyForms(menu, window);
   }
+  // Where the last group has nothing to offer.
+  const int last = GetMenuItemCount(menu) - 1;
+  if ((GetMenuState(menu, static_cast<UINT>(last), MF_BYPOSITION) & MF_SEPARATOR) != 0) {
+    DeleteMenu(menu, static_cast<UINT>(last), MF_BYPOSITION);
+  }
   const BOOL chosen =
       TrackPopupMenu(menu, TPM_RETURNCMD | TPM_RIGHTBUTTON, at.x, at.y, 0, window.handle, nullptr);
   DestroyMenu(menu);

@@ -19,7 +19,7 @@ constexpr int kMeaningPart = 3;
 
 // At 96 dpi.
 constexpr int kGap = 4;
-constexpr int kLeastText = 220;     // width of the details beside the bytes
+constexpr int kLeastText = 310;     // width of the details beside the bytes: a line of a dump
 constexpr int kLeastMeaning = 250;  // and of the meanings
 constexpr int kLabelWidth = 150;
 constexpr int kLine = 18;  // of the bytes, with room to spare
@@ -37,9 +37,9 @@ struct Parts {
 };
 
 // All three in a row.
-Parts InARow(const RECT& area, int hex, int gap) {
+Parts InARow(const RECT& area, int hex, int least_text, int gap) {
   const int rest = area.right - hex - 2 * gap;
-  const int text = rest * 2 / 5;
+  const int text = std::max<int>(rest * 2 / 5, least_text);
   return {{0, 0, text, area.bottom},
           {text + gap, 0, text + gap + hex, area.bottom},
           {text + hex + 2 * gap, 0, area.right, area.bottom}};
@@ -71,7 +71,7 @@ Parts PartsOf(const ValueViewer& viewer, const RECT& area) {
   const int hex = HexWidthWanted(viewer.hex);
   const int text = Scale(kLeastText, viewer.dpi);
   const int meaning = Scale(kLeastMeaning, viewer.dpi);
-  if (area.right >= hex + text + meaning + 2 * gap) return InARow(area, hex, gap);
+  if (area.right >= hex + text + meaning + 2 * gap) return InARow(area, hex, text, gap);
   return InTwoRows(area, hex, meaning, HeightOfLines(viewer), gap);
 }
 
