@@ -116,6 +116,17 @@ TEST_F(SeveralHivesTest, AListLeadsToItsOwnHive) {
   EXPECT_EQ(raw->hive, Hive(0).number);
   EXPECT_TRUE(Shows(second_));
   EXPECT_EQ(window_->shown, window_->viewed);
+  // So are the details of a row, which a thread reads.
+  RunList(*list, kCommandRowsValue);
+  const HWND value = FindWindowW(L"HivequarryValue", nullptr);
+  ASSERT_NE(value, nullptr);
+  EXPECT_TRUE(PumpUntil([&] {
+    for (HWND edit = nullptr; (edit = FindWindowExW(value, edit, WC_EDITW, nullptr)) != nullptr;) {
+      if (TextOf(edit).find(RootText(0) + "\\One") != std::string::npos) return true;
+    }
+    return false;
+  }));
+  DestroyWindow(value);
 }
 
 TEST_F(SeveralHivesTest, ClosingOneLeavesTheOther) {

@@ -136,19 +136,20 @@ ValueWindow* OpenWindow(MainWindow& owner) {
   return TheWindow();
 }
 
+// Of the hive that the list is of, which need not be the one that is viewed when the thread reads
+// it.
 void StartGathering(MainWindow& owner, const ValueWindow& window, uint32_t position) {
   const uint32_t serial = ++window.box->newest;
-  StartValueThread(owner.selection.threads,
-                   [&owner, box = window.box, handle = window.handle, serial, position,
-                    freed = owner.shown->findings.freed] {
-                     if (box->newest.load() != serial) return;
-                     auto result = std::make_unique<DetailResult>(
-                         DetailOfRecord(ShownHive(owner), *owner.shown->tree, freed, position));
-                     const std::lock_guard lock(box->mutex);
-                     if (box->newest.load() != serial) return;
-                     box->result = std::move(result);
-                     PostMessageW(handle, kReady, 0, 0);
-                   });
+  StartValueThread(owner.selection.threads, [&hive = ShownHive(owner), &tree = *owner.shown->tree,
+                                             box = window.box, handle = window.handle, serial,
+                                             position, freed = owner.shown->findings.freed] {
+    if (box->newest.load() != serial) return;
+    auto result = std::make_unique<DetailResult>(DetailOfRecord(hive, tree, freed, position));
+    const std::lock_guard lock(box->mutex);
+    if (box->newest.load() != serial) return;
+    box->result = std::move(result);
+    PostMessageW(handle, kReady, 0, 0);
+  });
 }
 
 }  // namespace
