@@ -207,7 +207,7 @@ TEST(TimelineTest, ValuesBoundsAndBaseBlock) {
   EXPECT_EQ(timeline.hives[0].keys, timeline.hives[0].keys_without + 1);
   options.bounded = false;
   options.item = FindItemByPath(opened.hive, opened.tree, "\\Windows NT");
-  EXPECT_EQ(TimelineOf(opened, options).events.size(), 2u) << "an InstallDate of 0 is no time";
+  EXPECT_EQ(EventCount(TimelineOf(opened, options)), 2u) << "an InstallDate of 0 is no time";
   options.item = FindItemByPath(opened.hive, opened.tree, "\\Control\\Other");
   EXPECT_EQ(EventCount(TimelineOf(opened, options)), 1u);
   options.item = 0;
@@ -269,12 +269,12 @@ TEST(TimelineTest, LocalTimesAreMarked) {
   Timeline timeline;
   timeline.hives.push_back({"cases/H", "H", "PC", "", 0, 0, 0});
   AddDecoderTimes(timeline, opened.hive, opened.tree, {});
-  ASSERT_EQ(timeline.events.size(), 1u);
+  ASSERT_EQ(timeline.shelves[0].events.size(), 1u);
   constexpr const char* kWords = "Networks: Created (local)";
-  EXPECT_STREQ(timeline.events[0].event, kWords);
-  TimelineEvent written = timeline.events[0];
+  EXPECT_STREQ(timeline.shelves[0].events[0].event, kWords);
+  TimelineEvent written = timeline.shelves[0].events[0];
   written.event = "key written", written.local = false;
-  timeline.events.push_back(written);
+  timeline.shelves[0].events.push_back(written);
   TimelineCounts counts;
   const std::string csv = Written(timeline, TimelineForm::kCsv, counts, 60);
   EXPECT_NE(csv.find("\r\n2020-02-03T04:00:00.0000000,Networks"), csv.npos) << csv;
