@@ -293,16 +293,17 @@ TEST_F(ConsoleTest, OtherProgramsReadRepairedHives) {
                                     "win7_ntuser.dat"};
   constexpr const char* kSteps[] = {
       "hivexml new >xml 2>said && test ! -s said",
-      "LC_ALL=C.UTF-8 reglookup -H new 2>said >list && "
-      "! grep -vE 'could not be interpreted|Unknown key flags|Error occurred while converting' "
-      "said",
+      ("LC_ALL=C.UTF-8 reglookup -H new 2>said >list && "
+       "! grep -vE 'could not be interpreted|Unknown key flags|Error occurred while converting' "
+       "said"),
       // reged knows no names but those of bytes.
-      "/usr/sbin/reged -x new HKEY_LOCAL_MACHINE\\\\X \\\\ reged.reg >said 2>&1 && "
-      "! grep -vE \"^(reged version|Exporting|.* not found!)\" said && { grep -q 'not found!' said "
-      "|| "
-      "test $(grep -o '<node' xml | wc -l) = $(grep -c '^\\[HKEY' reged.reg); }",
-      "PERL_UNICODE=S hivexregedit --export --prefix 'HKEY_LOCAL_MACHINE\\X' new '\\' >utf8 "
-      "2>said && test ! -s said",
+      ("/usr/sbin/reged -x new HKEY_LOCAL_MACHINE\\\\X \\\\ reged.reg >said 2>&1 && "
+       "! grep -vE \"^(reged version|Exporting|.* not found!)\" said && { grep -q 'not found!' "
+       "said "
+       "|| "
+       "test $(grep -o '<node' xml | wc -l) = $(grep -c '^\\[HKEY' reged.reg); }"),
+      ("PERL_UNICODE=S hivexregedit --export --prefix 'HKEY_LOCAL_MACHINE\\X' new '\\' >utf8 "
+       "2>said && test ! -s said"),
       "{ printf '\\377\\376'; iconv -f UTF-8 -t UTF-16LE utf8; } >all.reg",
       "$CLI --quiet compare new all.reg --key-b 'HKEY_LOCAL_MACHINE\\X' >rows 2>said"};
   for (const std::string hive : kHives) {
