@@ -28,6 +28,8 @@ void PrintTo(const MenuItem& item, std::ostream* out) {
 
 const MenuItem kMainMenu[] = {
     {"&File", "&Open File\tCtrl+O", 1400},
+    {"&File", "Open in a new &window...", 9097},
+    {"&File", "Close h&ive\tCtrl+W", 9098},
     {"&File", "Re&create Hive", 5104},
     {"&File", "Export Hive to &reg file", 1419},
     {"&File", "Regis&try root of hive...", 9039},
@@ -167,6 +169,7 @@ TEST(CommandTable, Toolbar) {
 
 TEST(CommandTable, Keys) {
   const std::set<std::tuple<int, int, int>> expected = {{kWithControl, 'O', 1400},
+                                                        {kWithControl, 'W', 9098},
                                                         {kWithControl, 'F', 1440},
                                                         {kWithAlt, kKeyF3, 1440},
                                                         {kWithControl, 'P', 1430},

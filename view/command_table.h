@@ -37,7 +37,7 @@ inline constexpr Command kFixedCommands[] = {
      .tooltip = "Open File", .icon = ToolIcon::kOpen, .accelerator = {'O', kWithControl}},
     {.number = kCommandOpenInWindow, .menu = "&File", .text = "Open in a new &window..."},
     {.number = kCommandCloseHive, .menu = "&File", .text = "Close h&ive\tCtrl+W",
-     .accelerator = {'W', kWithControl}, .guard = Guard::kRunningOrBackup, .needs = Needs::kHive},
+     .accelerator = {'W', kWithControl}, .needs = Needs::kHive},
     {.number = kCommandRecreateHive, .menu = "&File", .text = "Re&create Hive"},
     {.number = kCommandExportHive, .menu = "&File", .text = "Export Hive to &reg file",
      .group_start = true, .guard = Guard::kRunningOrBackup, .needs = Needs::kHive},

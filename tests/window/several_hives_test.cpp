@@ -121,7 +121,8 @@ TEST_F(SeveralHivesTest, AListLeadsToItsOwnHive) {
   const HWND value = FindWindowW(L"HivequarryValue", nullptr);
   ASSERT_NE(value, nullptr);
   EXPECT_TRUE(PumpUntil([&] {
-    for (HWND edit = nullptr; (edit = FindWindowExW(value, edit, WC_EDITW, nullptr)) != nullptr;) {
+    for (HWND edit = nullptr;
+         (edit = FindWindowExW(GetWindow(value, GW_CHILD), edit, WC_EDITW, nullptr)) != nullptr;) {
       if (TextOf(edit).find(RootText(0) + "\\One") != std::string::npos) return true;
     }
     return false;
