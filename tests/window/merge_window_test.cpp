@@ -89,19 +89,36 @@ TEST_F(MergeWindowTest, DisplayedSubKeysIsAMode) {
     return item < window_->shown->pane.differing.size() && window_->shown->pane.differing[item];
   };
   Run(kCommandCompareDisplayed);
-  EXPECT_FALSE(window_->shown->comparing);
+  EXPECT_FALSE(window_->comparing);
   EXPECT_EQ(TakeBoxes(), Texts{"Hivequarry: Invalid Registry Key !"});
   Set(L"Software\\HQTest\\Other", L"n", 1);
   Run(kCommandCompareDisplayed);
   WaitForWork();
   EXPECT_TRUE(FactsNow(*window_).comparing);
   EXPECT_TRUE(differs("Tools") && differs("") && !differs("Other"));
+  // It is the window's: a hive that is opened meanwhile is compared too, and one that can't be ends
+  // it for all.
+  {
+    WindowHive* const first = window_->shown;
+    HiveBuilder keys("OTHER");
+    keys.Key("Any\\Key");
+    const TempFile second(keys.Build().bytes, "SECOND");
+    Open(second.name());
+    WaitForWork();
+    EXPECT_EQ(TakeBoxes(), Texts{"Hivequarry: Invalid Registry Key !"});
+    EXPECT_FALSE(window_->comparing);
+    EXPECT_TRUE(first->pane.differing.empty());
+    Run(kCommandCloseHive);
+  }
   Run(kCommandCompareDisplayed);
-  EXPECT_FALSE(window_->shown->comparing || differs("Tools"));
+  WaitForWork();
+  EXPECT_TRUE(window_->comparing);
+  Run(kCommandCompareDisplayed);
+  EXPECT_FALSE(window_->comparing || differs("Tools"));
   surroundings_.on_status = [](const char*) { RequestStop(); };
   Run(kCommandCompareDisplayed);
   WaitForWork();
-  EXPECT_FALSE(window_->shown->comparing || differs("Tools"));
+  EXPECT_FALSE(window_->comparing || differs("Tools"));
 }
 
 }  // namespace

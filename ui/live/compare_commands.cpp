@@ -27,6 +27,7 @@ CompareOptions OptionsNow() {
 }
 
 struct CompareJob {
+  MainWindow* window = nullptr;
   WindowHive* hive = nullptr;
   uint32_t item = kNoItem;
   bool displayed = false;  // it is the mode's
@@ -37,21 +38,26 @@ std::function<void(OutputList&)> WorkOf(const std::shared_ptr<CompareJob>& job) 
   return [job, options = OptionsNow(), &hive = HiveOfSlot(job->hive->slot),
           &tree = *job->hive->tree](OutputList& list) {
     job->differing = CompareBranch(hive, tree, job->item, options, list);
-    if (job->displayed && StopRequested()) job->hive->comparing = false;
+    if (job->displayed && StopRequested()) job->window->comparing = false;
   };
+}
+
+void UnmarkAll(MainWindow& window) {
+  for (const auto& hive : window.hives) MarkDifferences(hive->pane, {});
 }
 
 std::function<void()> EndOf(const std::shared_ptr<CompareJob>& job) {
   return [job] {
-    if (job->displayed && job->hive->comparing) {
-      MarkDifferences(job->hive->pane, job->differing);
-    }
+    if (!job->displayed) return;
+    if (!job->window->comparing) return UnmarkAll(*job->window);
+    MarkDifferences(job->hive->pane, job->differing);
   };
 }
 
 bool Compare(MainWindow& window, uint32_t item, bool displayed) {
   if (!MayCompare(ShownHive(window), *window.shown->tree, item)) return false;
-  const auto job = std::make_shared<CompareJob>(CompareJob{window.shown, item, displayed, {}});
+  const auto job =
+      std::make_shared<CompareJob>(CompareJob{&window, window.shown, item, displayed, {}});
   ListPlace* const place =
       FillListWindow(window, MakeOutputList(kListCompare), WorkOf(job), EndOf(job));
   if (place == nullptr) return false;
@@ -72,17 +78,18 @@ void OnCompareFolder(MainWindow& window) {
 void OnCompareWorkspace(MainWindow& window) { Compare(window, 0, false); }
 
 void OnCompareDisplayed(MainWindow& window) {
-  window.shown->comparing = !window.shown->comparing;
-  MarkDifferences(window.shown->pane, {});
+  window.comparing = !window.comparing;
+  UnmarkAll(window);
   CompareLoadedHive(window);
 }
 
 void CompareLoadedHive(MainWindow& window) {
   constexpr size_t kLeastItems = 2;
-  if (!window.shown->comparing || window.shown->slot < 0 ||
-      window.shown->tree->items.size() < kLeastItems)
+  if (!window.comparing || window.shown->slot < 0 || window.shown->tree->items.size() < kLeastItems)
     return;
-  if (!Compare(window, 0, true)) window.shown->comparing = false;
+  if (Compare(window, 0, true)) return;
+  window.comparing = false;
+  UnmarkAll(window);
 }
 
 void OnOnlyMissing(ListPlace& place) { ListOnly(place, CompareRows::kMissing); }

@@ -9,12 +9,12 @@ struct MainWindow;
 // The selected branch against the key of the same path in the live registry; what differs is a
 // list.
 void OnCompareFolder(MainWindow& window);
-// The window shows one hive.
+// The whole of the hive that is viewed.
 void OnCompareWorkspace(MainWindow& window);
 
-// A mode: while it is on, the tree marks the keys that differ. Switching it on compares what the
-// tree shows; so does a load that ends meanwhile. A comparison that does not come to its end
-// switches it off.
+// A mode of the window: while it is on, the tree marks the keys that differ. Switching it on
+// compares what the tree shows of the hive that is viewed; a hive that is loaded meanwhile is
+// compared then. A comparison that does not come to its end switches it off, for all hives.
 void OnCompareDisplayed(MainWindow& window);
 void CompareLoadedHive(MainWindow& window);
 

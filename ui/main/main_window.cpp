@@ -425,7 +425,7 @@ CommandFacts FactsNow(const MainWindow& window) {
   facts.cell_details = window.view.cell_details;
   facts.detail_pane = window.layout.detail_shown;
   facts.evidence = window.host.evidence;
-  facts.comparing = window.shown->comparing;
+  facts.comparing = window.comparing;
   if (facts.hive) AddLogFacts(window, facts);
   return facts;
 }

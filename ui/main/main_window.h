@@ -2,6 +2,7 @@
 // for the interface thread unless it says otherwise.
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -90,9 +91,10 @@ struct MainWindow {
   std::vector<std::unique_ptr<WindowHive>> hives;  // in the order of the tree
   WindowHive none;                                 // where there is no hive
   WindowHive* viewed = &none;                      // whose items the panes show
-  WindowHive* shown = &none;  // whom commands are about: `viewed`, but for a HiveTurn
-  uint32_t next_hive = 0;     // number of the next one
-  bool tree_changes = false;  // items go, and what is selected by that is of no interest
+  WindowHive* shown = &none;           // whom commands are about: `viewed`, but for a HiveTurn
+  uint32_t next_hive = 0;              // number of the next one
+  std::atomic<bool> comparing{false};  // the mode "Displayed Sub Keys", also of hives to come
+  bool tree_changes = false;           // items go, and what is selected by that is of no interest
   PaneSelection selection;
   std::string report_named;  // Report List on its way to be loaded
 };

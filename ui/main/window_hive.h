@@ -2,7 +2,6 @@
 // Everything here is for the interface thread.
 #pragma once
 
-#include <atomic>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -42,11 +41,10 @@ struct WindowHive {
   std::wstring state_words;                     // in the status bar
   Hashing hashing;
   Findings findings;
-  std::atomic<bool> comparing{false};  // the mode "Displayed Sub Keys"
-  SidReplacement sid_replacement;      // in lists of its security records
-  TreePane pane;                       // its part of the tree control
-  TreePane removed_pane;               // below its folder; no control while it is not there
-  TreePane freed_pane;                 // deleted keys among those of `pane`
+  SidReplacement sid_replacement;  // in lists of its security records
+  TreePane pane;                   // its part of the tree control
+  TreePane removed_pane;           // below its folder; no control while it is not there
+  TreePane freed_pane;             // deleted keys among those of `pane`
 };
 
 // For windows that are about no hive: it leads to the one that is viewed.
