@@ -675,9 +675,11 @@ bool TranslateCompareKeys(MSG& message) {
   return true;
 }
 
-void CloseCompareWindows() {
+void CloseCompareWindows(uint32_t hive) {
   const std::vector<CompareWindow*> open = TheCompareWindows().open;
-  for (const CompareWindow* window : open) DestroyWindow(window->handle);
+  for (const CompareWindow* window : open) {
+    if (hive == kAnyHive || window->hive == hive) DestroyWindow(window->handle);
+  }
   TheCompareWindows().closed.clear();
 }
 

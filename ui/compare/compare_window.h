@@ -31,8 +31,9 @@ void OnCompareHive(MainWindow& window);
 HWND OpenCompareWindow(MainWindow& window, std::shared_ptr<ComparedHives> hives);
 // Carries out the keys of the window that a message is for; true when that used it up.
 bool TranslateCompareKeys(MSG& message);
-// Closes all of them, before the hive shown goes. No worker is at work.
-void CloseCompareWindows();
+// Closes those that compare the hive of that number with another one, or all (kAnyHive), before it
+// goes. No worker is at work.
+void CloseCompareWindows(uint32_t hive);
 // Closes the hives of windows that were closed while a worker was at work, if none is any more.
 void ReleaseComparedHives();
 

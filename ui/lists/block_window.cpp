@@ -30,6 +30,7 @@ constexpr int kHeight = 480;
 // Goes with its window.
 struct BlockWindow {
   MainWindow* owner = nullptr;
+  uint32_t hive = 0;  // whose blocks
   HWND handle = nullptr;
   HWND list = nullptr;
   HFONT font = nullptr;
@@ -174,12 +175,18 @@ RECT PlaceOver(const MainWindow& window) {
 
 void ShowBlockList(MainWindow& window) {
   if (window.blocks != nullptr) {
-    SetForegroundWindow(window.blocks);
-    return;
+    const auto* shown =
+        reinterpret_cast<const BlockWindow*>(GetWindowLongPtrW(window.blocks, GWLP_USERDATA));
+    if (shown->hive == window.shown->number) {
+      SetForegroundWindow(window.blocks);
+      return;
+    }
+    DestroyWindow(window.blocks);  // that of another hive
   }
   if (!RegisterBlockClass(window.instance)) return;
   auto* blocks = new BlockWindow;
   blocks->owner = &window;
+  blocks->hive = window.shown->number;
   const HiveImage& hive = ShownHive(window);
   blocks->rows = ListHiveBins(hive);
   TellOfBlocks(blocks->rows);

@@ -175,7 +175,7 @@ void LoadAgain(MainWindow& window, const ReloadRequest& request) {
 // Nobody may look at the hive any more when it goes.
 void LetGoOfHive(MainWindow& window) {
   WindowHive& hive = *window.shown;
-  CloseCompareWindows();
+  CloseCompareWindows(hive.number);
   ++window.selection.item_box.newest;
   ++window.selection.detail_box.newest;
   WaitWhile([&window] { return ValueThreadsRun(window.selection.threads); });

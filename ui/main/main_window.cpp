@@ -104,7 +104,7 @@ bool OnCreate(MainWindow& window) {
 void OnDestroy(MainWindow& window) {
   EndWorkers(window);
   CloseListWindows(window);
-  CloseCompareWindows();
+  CloseCompareWindows(kAnyHive);
   CloseSecurityWindows();
   GatherSettings(window);
   ClearValues(window.values);
