@@ -225,6 +225,21 @@ TEST_F(SeveralHivesTest, FilesThatAreNamedDuringALoadFollow) {
   EXPECT_TRUE(Shows(second_)) << TextOf(handle_);
 }
 
+TEST_F(SeveralHivesTest, AFileThatIsNamedDuringWorkWaitsForItsEnd) {
+  const TempFile third{one_.bytes, "THIRD"};
+  Run(kCommandListKeys);
+  ASSERT_TRUE(window_->work.thread.joinable());
+  OpenNamedFile(*window_, third.name(), 0, 0, one_.PositionOf("One\\Inner"));
+  EXPECT_EQ(LoadedHives(*window_), 2U);
+  ASSERT_TRUE(PumpUntil([&] { return LoadedHives(*window_) == 3 && IsLoaded(); }));
+  WaitForRows();
+  EXPECT_TRUE(surroundings_.launches.empty());
+  EXPECT_TRUE(TextOf(window_->controls.path).ends_with("One\\Inner"));
+  // Two of one name are told apart.
+  EXPECT_NE(RootText(0), RootText(2));
+  EXPECT_TRUE(RootText(2).ends_with("(1)")) << RootText(2);
+}
+
 TEST_F(SeveralHivesTest, OneThatCanNotBeOpenedTakesNothingAway) {
   OpenNamedFile(*window_, first_.folder() + "\\NOTHING", 0, 0);
   ASSERT_TRUE(PumpUntil([&] { return !window_->load.thread.joinable(); }));

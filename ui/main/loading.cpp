@@ -103,8 +103,10 @@ void GoToLoadedKey(MainWindow& window) {
 
 // What was to be loaded again is gone.
 void ShowNoHive(MainWindow& window) {
+  if (window.load.slot >= 0) FreeHiveSlot(window.load.slot);
   WindowHive* const hive = FindHive(window, window.load.into);
   if (hive != nullptr) DropHive(window, *hive);
+  StartFindings(window);  // of the others, which ended for this one
   ShowTitleOfViewed(window);
   ShowHiveState(window);
   ShowStatus("");
@@ -123,15 +125,7 @@ bool GoToOpenHive(MainWindow& window, const std::string& file) {
   return false;
 }
 
-// Those that were named while another one was loaded.
-void LoadWaiting(MainWindow& window) {
-  if (window.load.waiting.empty()) return;
-  const HiveOrigin next = window.load.waiting.front();
-  window.load.waiting.erase(window.load.waiting.begin());
-  OpenNamedFile(window, next.file, next.start, next.end);
-}
-
-// The title is that of the file that was to be opened, so it is set in any case.
+// What the panes show from now on.
 WindowHive& TakeLoaded(MainWindow& window) {
   LoadJob& job = window.load;
   WindowHive* const again = FindHive(window, job.into);
@@ -156,12 +150,19 @@ void OpenNamedFile(MainWindow& window, const std::string& file, uint32_t start, 
     PostMessageW(window.handle, WM_COMMAND, MAKEWPARAM(kCommandLoadReport, kReportNamed), 0);
     return;
   }
-  const bool loads = window.load.thread.joinable();
-  const bool apart = TheSettings().options.window_for_each && (loads || LoadedHives(window) != 0);
-  if (apart || window.work.thread.joinable()) return OpenInNewCopy(file);
-  if (loads) return window.load.waiting.push_back({file, start, end, {}, {}});
+  const bool busy = window.load.thread.joinable() || window.work.thread.joinable();
+  const bool apart = TheSettings().options.window_for_each && (busy || LoadedHives(window) != 0);
+  if (apart) return OpenInNewCopy(file);
+  if (busy) return window.load.waiting.push_back({file, start, end, key_position});
   if (end == 0 && key_position == kNoOffset && GoToOpenHive(window, file)) return;
   StartLoad(window, {file, start, end, {}, {}}, kAnyHive, {LogChoice(), {}, key_position});
+}
+
+void OpenWaiting(MainWindow& window) {
+  if (window.load.waiting.empty()) return;
+  const NamedFile next = window.load.waiting.front();
+  window.load.waiting.erase(window.load.waiting.begin());
+  OpenNamedFile(window, next.file, next.start, next.end, next.key_position);
 }
 
 void OpenInNewCopy(const std::string& file) {
@@ -261,7 +262,7 @@ void ShowLoaded(MainWindow& window) {
 void ShowLoadResult(MainWindow& window) {
   if (!window.load.thread.joinable()) return;
   ShowLoaded(window);
-  LoadWaiting(window);
+  OpenWaiting(window);
 }
 
 void WaitWhile(const std::function<bool()>& busy) {

@@ -25,12 +25,20 @@ inline constexpr UINT kLoadDone = WM_APP + 3;
 // which.
 inline constexpr WORD kReportNamed = 2;
 
+// What OpenNamedFile was asked for.
+struct NamedFile {
+  std::string file;
+  uint32_t start = 0;
+  uint32_t end = 0;
+  uint32_t key_position = kNoOffset;
+};
+
 // A load under way, or its result. The worker writes what is from `slot` on, the interface thread
 // the rest before it starts.
 struct LoadJob {
   std::thread thread;  // joinable from the start until its result was taken
   HiveOrigin origin;
-  std::vector<HiveOrigin> waiting;    // files that are loaded after this one
+  std::vector<NamedFile> waiting;     // to be opened when nothing is under way any more
   uint32_t into = kAnyHive;           // the hive that is loaded again; any: one more
   uint32_t key_position = kNoOffset;  // of the key to select afterwards
   std::string key_path;               // of that key, which is told by its path first
@@ -41,11 +49,14 @@ struct LoadJob {
 };
 
 // Opens a file as a command line, the open dialog or a drop names it: a Report List in the Output
-// List pane, a hive here, beside those that are open; one that is open already is gone to. Where
-// the user wants a window for each, the second one is opened by a new copy of the program. `start`
-// and `end` are the partial range, 0 and 0 for none; a key position is gone to after the load.
+// List pane, a hive here, beside those that are open; one that is open already is gone to. While
+// an operation is under way it waits for its end. Where the user wants a window for each, the
+// second one is opened by a new copy of the program. `start` and `end` are the partial range, 0 and
+// 0 for none; a key position is gone to after the load.
 void OpenNamedFile(MainWindow& window, const std::string& file, uint32_t start, uint32_t end,
                    uint32_t key_position = kNoOffset);
+// When an operation has ended: opens the next of the files that wait.
+void OpenWaiting(MainWindow& window);
 // Loads the file of the hive shown once more, with these logs. The selected key stays selected, or
 // what is left of its path. For the interface thread, with the hive let go of.
 struct ReloadRequest {

@@ -9,6 +9,7 @@
 #include "app/stop_command.h"
 #include "host/host.h"
 #include "host/long_operation.h"
+#include "ui/main/loading.h"
 #include "ui/main/main_window.h"
 #include "ui/main/status.h"
 #include "ui/main/toolbar.h"
@@ -70,6 +71,7 @@ void FinishWork(MainWindow& window) {
   // What `done` began counts anew, and tells of that when it ends.
   ShowCut(window.work.thread.joinable() ? cut : ShortfallWords());
   UpdateToolbars(window);
+  if (!window.work.thread.joinable()) OpenWaiting(window);
 }
 
 }  // namespace hivequarry
