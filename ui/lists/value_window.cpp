@@ -59,11 +59,7 @@ bool OnCreate(ValueWindow& window) {
 }
 
 void OnReady(ValueWindow& window) {
-  std::unique_ptr<DetailResult> result;
-  {
-    const std::lock_guard lock(window.box->mutex);
-    result = std::move(window.box->result);
-  }
+  const std::unique_ptr<DetailResult> result = Take(*window.box);
   if (result == nullptr) return;
   if (ShowInViewer(window.viewer, std::move(result->text), std::move(result->bytes))) {
     SetTimer(window.handle, kSliceTimer, kSlicePause, nullptr);
@@ -143,12 +139,10 @@ void StartGathering(MainWindow& owner, const ValueWindow& window, uint32_t posit
   StartValueThread(owner.selection.threads, [&hive = ShownHive(owner), &tree = *owner.shown->tree,
                                              box = window.box, handle = window.handle, serial,
                                              position, freed = owner.shown->findings.freed] {
-    if (box->newest.load() != serial) return;
-    auto result = std::make_unique<DetailResult>(DetailOfRecord(hive, tree, freed, position));
-    const std::lock_guard lock(box->mutex);
-    if (box->newest.load() != serial) return;
-    box->result = std::move(result);
-    PostMessageW(handle, kReady, 0, 0);
+    if (!IsNewest(*box, serial)) return;
+    Deliver(*box, serial,
+            std::make_unique<DetailResult>(DetailOfRecord(hive, tree, freed, position)), handle,
+            kReady);
   });
 }
 

@@ -24,29 +24,6 @@
 namespace hivequarry {
 namespace {
 
-template <typename Result>
-bool IsNewest(const Mailbox<Result>& box, uint32_t serial) {
-  return box.newest.load() == serial;
-}
-
-// On the worker: leaves a result and announces it, unless a newer one was asked for.
-template <typename Result>
-void Deliver(Mailbox<Result>& box, uint32_t serial, std::unique_ptr<Result> result, HWND window,
-             UINT message) {
-  const std::lock_guard lock(box.mutex);
-  if (!IsNewest(box, serial)) return;
-  box.serial = serial;
-  box.result = std::move(result);
-  PostMessageW(window, message, 0, 0);
-}
-
-template <typename Result>
-std::unique_ptr<Result> Take(Mailbox<Result>& box) {
-  const std::lock_guard lock(box.mutex);
-  std::unique_ptr<Result> result = std::move(box.result);
-  return IsNewest(box, box.serial) ? std::move(result) : nullptr;
-}
-
 using Removed = std::shared_ptr<const RemovedState>;
 using Freed = std::shared_ptr<const FreedTree>;
 

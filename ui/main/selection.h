@@ -1,15 +1,14 @@
 // From the tree's selected item to the rows and the details beside it.
 #pragma once
 
-#include <atomic>
 #include <cstdint>
 #include <memory>
-#include <mutex>
 #include <string>
 
 #include "hive/key_tree.h"
 #include "reports/removed_state.h"
 #include "ui/draw/win.h"
+#include "ui/panes/mailbox.h"
 #include "ui/panes/value_threads.h"
 #include "view/freed_tree.h"
 #include "view/value_viewer.h"
@@ -23,15 +22,6 @@ struct WindowHive;
 // Posted by value threads when a result is in its mailbox.
 inline constexpr UINT kItemReady = WM_APP + 4;
 inline constexpr UINT kDetailReady = WM_APP + 5;
-
-// A result on its way from a value thread: the newest one waits here to be taken.
-template <typename Result>
-struct Mailbox {
-  std::atomic<uint32_t> newest{0};  // serial of the last request
-  std::mutex mutex;                 // of what follows
-  uint32_t serial = 0;              // of `result`
-  std::unique_ptr<Result> result;
-};
 
 // What a value thread gathered for an item of the tree.
 struct ItemResult {
