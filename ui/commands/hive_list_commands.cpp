@@ -1,12 +1,12 @@
 #include "ui/commands/hive_list_commands.h"
 
+#include <algorithm>
 #include <memory>
 #include <utility>
 #include <vector>
 
 #include "app/list_words.h"
 #include "hive/hive_table.h"
-#include "host/files.h"
 #include "host/host.h"
 #include "host/long_operation.h"
 #include "reports/check_list.h"
@@ -15,7 +15,6 @@
 #include "reports/hive_lists.h"
 #include "reports/log_lists.h"
 #include "reports/machine_report.h"
-#include "ui/frame/text.h"
 #include "ui/lists/list_window.h"
 #include "ui/lists/list_work.h"
 #include "ui/main/main_window.h"
@@ -121,45 +120,37 @@ void OnListFreedValues(MainWindow& window) {
 
 namespace {
 
-// What all hives that are open say together.
-struct OverviewJob {
-  std::vector<const WindowHive*> hives;
-  MachineOverview overview = BeginOverview();
+// Which hive a row is of: that whose file it names.
+std::vector<RowsOfHive> HivesOfRows(const MainWindow& window, const OutputList& list) {
+  constexpr int kFile = 3;
   std::vector<RowsOfHive> rows;
-};
-
-void MakeOverview(OverviewJob& job) {
-  for (const WindowHive* hive : job.hives) {
-    if (StopRequested()) return;
-    const HiveImage& image = HiveOfSlot(hive->slot);
-    job.rows.push_back({RowCount(*job.overview.list), hive->number});
-    AddToOverview(job.overview, {&image, hive->tree.get()}, std::string(BaseName(image.file_name)));
+  for (uint32_t row = 0; row < RowCount(list); ++row) {
+    const auto of = std::ranges::find_if(window.hives, [&](const auto& hive) {
+      return hive->slot >= 0 && HiveOfSlot(hive->slot).file_name == CellText(list, row, kFile);
+    });
+    rows.push_back({row, of == window.hives.end() ? kOfNoHive : (*of)->number});
   }
-  if (!StopRequested()) EndOverview(job.overview);
-}
-
-void ShowOverview(MainWindow& window, OverviewJob& job) {
-  GiveHeadOfAll(window, *job.overview.list);
-  ListPlace* const place = OpenListWindow(window, std::move(job.overview.list));
-  if (place != nullptr) place->hives = std::move(job.rows);
+  return rows;
 }
 
 }  // namespace
 
+// Of all hives that are open.
 void OnMachine(MainWindow& window) {
-  if (LoadedHives(window) < 2) {
-    return StartList(window, [&hive = ShownHive(window), &tree = *window.shown->tree] {
-      const MachineHive shown = {&hive, &tree};
-      return ListMachine(std::span(&shown, 1));
-    });
-  }
-  const auto job = std::make_shared<OverviewJob>();
+  std::vector<MachineHive> hives;
   for (const auto& hive : window.hives) {
-    if (hive->slot >= 0) job->hives.push_back(hive.get());
+    if (hive->slot >= 0) hives.push_back({&HiveOfSlot(hive->slot), hive->tree.get()});
   }
+  const auto list = std::make_shared<OutputListPtr>();
   StartWork(
-      window, kOperationList, [job] { MakeOverview(*job); },
-      [&window, job] { ShowOverview(window, *job); });
+      window, kOperationList, [list, hives] { *list = ListMachine(hives); },
+      [&window, list, several = hives.size() > 1] {
+        if (*list == nullptr) return;
+        if (several) GiveHeadOfAll(window, **list);
+        std::vector<RowsOfHive> rows = HivesOfRows(window, **list);
+        ListPlace* const place = OpenListWindow(window, std::move(*list));
+        if (place != nullptr && several) place->hives = std::move(rows);
+      });
 }
 
 void OnCheckStructure(MainWindow& window) {

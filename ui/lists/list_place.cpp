@@ -4,6 +4,7 @@
 #include <functional>
 #include <utility>
 
+#include "hive/hive_table.h"
 #include "host/number_text.h"
 #include "host/text.h"
 #include "lists/list_columns.h"
@@ -166,20 +167,17 @@ uint32_t DpiOfPlace(const ListPlace& place) {
   return place.pane ? place.owner->dpi : DpiOfWindow(place.window);
 }
 
-bool IsOfOpenHive(const ListPlace& place) {
-  const HiveTurn turn(*place.owner, place.hive);
-  const WindowHive& hive = *place.owner->shown;
+const HiveImage* HiveOfList(const ListPlace& place) {
+  const WindowHive* hive = FindHive(*place.owner, place.hive);
   const auto& head = ListHeadOf(*place.model);
-  return hive.slot >= 0 && head != nullptr && head == hive.hashing.head;
+  const bool same =
+      hive != nullptr && hive->slot >= 0 && head != nullptr && head == hive->hashing.head;
+  return same ? &HiveOfSlot(hive->slot) : nullptr;
 }
 
 uint32_t HiveOfRow(const ListPlace& place, uint32_t row) {
-  uint32_t hive = place.hive;
-  for (const RowsOfHive& rows : place.hives) {
-    if (rows.first > row) break;
-    hive = rows.hive;
-  }
-  return hive;
+  const auto after = std::ranges::upper_bound(place.hives, row, {}, &RowsOfHive::first);
+  return after == place.hives.begin() ? place.hive : (after - 1)->hive;
 }
 
 uint32_t HiveInFocus(const ListPlace& place) {

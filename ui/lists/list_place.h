@@ -74,8 +74,8 @@ struct ListPlace {
 HWND MakeListPane(MainWindow& window, int identifier);
 // Makes the control of a place whose window and owner are set.
 HWND MakeListControl(ListPlace& place, int identifier);
-// True when the list was made of the hive that is open under its number, as it is by now.
-bool IsOfOpenHive(const ListPlace& place);
+// The hive that the list was made of; null where it is no longer open, or was loaded again since.
+const HiveImage* HiveOfList(const ListPlace& place);
 // The number of the hive that a row of the model is of, and of the row in focus.
 uint32_t HiveOfRow(const ListPlace& place, uint32_t row);
 uint32_t HiveInFocus(const ListPlace& place);

@@ -29,8 +29,8 @@ void ReportDialogError(DWORD error) {
 
 // The file of the hive that the list is of; empty for other lists.
 std::string HiveFileOf(const ListPlace& place) {
-  const HiveTurn turn(*place.owner, place.hive);
-  return IsOfOpenHive(place) ? ShownHive(*place.owner).file_name : std::string();
+  const HiveImage* hive = HiveOfList(place);
+  return hive == nullptr ? std::string() : hive->file_name;
 }
 
 // Whether and how to write a file of that name; false when the user wants neither.

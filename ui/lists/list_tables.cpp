@@ -121,7 +121,7 @@ void SaveTable(ListPlace& place, bool selection) {
     if (FileExists(job->file) && !TheListDialogs().replace(place.window, job->file)) return;
   }
   job->rows = ChooseRows(place, selection);
-  if (IsOfOpenHive(place)) job->hive = &ShownHive(*place.owner);
+  job->hive = HiveOfList(place);
   const OutputList& list = *place.model;
   StartListWork(
       place, kOperationList, [&list, job] { RunTable(list, *job); },
