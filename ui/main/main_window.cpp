@@ -40,12 +40,6 @@ constexpr wchar_t kClassName[] = L"Hivequarry";
 constexpr int kDefaultWidth = 1120;  // at 96 dpi
 constexpr int kDefaultHeight = 720;
 
-HWND MakeEdit(const MainWindow& window, ChildId identifier, DWORD style) {
-  return CreateWindowExW(0, WC_EDITW, L"", WS_CHILD | WS_TABSTOP | ES_READONLY | style, 0, 0, 0, 0,
-                         window.handle, reinterpret_cast<HMENU>(static_cast<INT_PTR>(identifier)),
-                         window.instance, nullptr);
-}
-
 // The path line has a menu of its own in place of an edit's.
 LRESULT CALLBACK PathProc(HWND path, UINT message, WPARAM first, LPARAM second, UINT_PTR,
                           DWORD_PTR) {
@@ -59,7 +53,10 @@ bool MakeChildren(MainWindow& window) {
     ShowMessage("Toolbar not created!", kProgramName, Icon::kExclamation);
     return false;
   }
-  window.controls.path = MakeEdit(window, kPathId, ES_MULTILINE | ES_AUTOHSCROLL | WS_BORDER);
+  window.controls.path = CreateWindowExW(
+      0, WC_EDITW, L"", WS_CHILD | WS_TABSTOP | WS_BORDER | ES_MULTILINE | ES_AUTOHSCROLL, 0, 0, 0,
+      0, window.handle, reinterpret_cast<HMENU>(static_cast<INT_PTR>(kPathId)), window.instance,
+      nullptr);
   window.band.window = MakeBand(window, kBandId);
   window.none.pane.window = window.controls.tree = MakeTreePane(window.handle, kTreeId);
   window.controls.tree_splitter = MakeSplitter(window.handle, kTreeSplitterId, true);
@@ -80,7 +77,6 @@ bool MakeChildren(MainWindow& window) {
     if (child == nullptr) return false;
   }
   SetWindowSubclass(window.controls.path, PathProc, 0, 0);
-  SendMessageW(window.controls.path, EM_SETREADONLY, FALSE, 0);
   return true;
 }
 
@@ -153,14 +149,6 @@ void OnDpiChanged(MainWindow& window, uint32_t dpi, const RECT& area) {
   MoveToArea(window.handle, area);
 }
 
-// The colours of a read-only edit are those of a disabled one; texts to be read have their own.
-LRESULT OnEditColour(WPARAM dc) {
-  const HDC device = reinterpret_cast<HDC>(dc);
-  SetTextColor(device, GetSysColor(COLOR_WINDOWTEXT));
-  SetBkColor(device, GetSysColor(COLOR_WINDOW));
-  return reinterpret_cast<LRESULT>(GetSysColorBrush(COLOR_WINDOW));
-}
-
 void OnSystemChange(MainWindow& window, UINT message, WPARAM first, LPARAM second) {
   for (const HWND child :
        {window.controls.toolbar, window.band.window, window.controls.tree, window.values.window,
@@ -217,8 +205,6 @@ LRESULT Route(MainWindow& window, UINT message, WPARAM first, LPARAM second) {
     case WM_DROPFILES:
       OnDrop(window, reinterpret_cast<HDROP>(first));
       return 0;
-    case WM_CTLCOLORSTATIC:
-      return OnEditColour(first);
     case WM_TIMER:
       OnTimer(window, first);
       return 0;

@@ -201,6 +201,7 @@ void OnHexNotice(ValueViewer& viewer, WORD code) {
   if (code == kHexRefused && viewer.tell) viewer.tell(HexRefusal(viewer.hex));
 }
 
+// The colours of a read-only edit are those of a disabled one; texts to be read have their own.
 LRESULT OnDetailColour(WPARAM dc) {
   const HDC device = reinterpret_cast<HDC>(dc);
   SetTextColor(device, GetSysColor(COLOR_WINDOWTEXT));
