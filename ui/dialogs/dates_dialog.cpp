@@ -121,8 +121,7 @@ void UsePreset(const DatesDialog& state, int command) {
 bool ReadField(const DatesDialog& state, int field, KeyDateTime& time) {
   const std::string text = ControlText(state.dialog, field);
   if (ReadKeyDate(text, time)) {
-    const bool chosen = ShownZoneNow().kind != ZoneKind::kUtc;
-    if (chosen) time = KeyDateTimeOf(TimeOfShown(FileTimeOf(time)));
+    time = KeyDateTimeOf(TimeOfShown(FileTimeOf(time)));
     return true;
   }
   const std::string message = "\"" + text + "\" is no date !\r\nWrite it as in " +

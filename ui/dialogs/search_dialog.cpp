@@ -236,9 +236,7 @@ bool ReadLimits(const SearchDialog& state, SearchLimits& limits) {
     limits.*field.time = field.none;
     if (text.empty()) continue;
     if (!ReadKeyDate(text, time)) return refuse(field.control, text);
-    const bool chosen = ShownZoneNow().kind != ZoneKind::kUtc;
-    const uint64_t typed = FileTimeOf(time);
-    limits.*field.time = (chosen ? TimeOfShown(typed) : typed) + field.after;
+    limits.*field.time = TimeOfShown(FileTimeOf(time)) + field.after;
   }
   return true;
 }
