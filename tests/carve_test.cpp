@@ -80,6 +80,23 @@ TEST(Carve, WholeHivesAtAnyPlace) {
   }
 }
 
+// Places are decided on 64 at a time, by letters that texts are full of too.
+TEST(Carve, SignaturesAmongTheirLetters) {
+  const Bytes hive = HiveBuilder("ROOT").Build().bytes;
+  const std::string_view letters = "hhbireHvLLxppregfgebvpr";
+  Bytes filler;
+  for (size_t i = 0; i < 4300; ++i) filler.push_back(static_cast<uint8_t>(letters[i % 23]));
+  for (uint32_t lead = 4096; lead < 4096 + 2 * 64 + 2; ++lead) {
+    Bytes bytes = Part(filler, 0, lead);
+    bytes.insert(bytes.end(), hive.begin(), hive.end());
+    bytes.insert(bytes.end(), filler.begin(), filler.begin() + lead % 70);
+    const CarvedFile carved = CarvedOfBytes(bytes);
+    ASSERT_EQ(carved.found.size(), 1U) << lead;
+    ASSERT_EQ(carved.found[0].parts[0].position, lead);
+    ASSERT_EQ(carved.found[0].kind, CarvedKind::kHive) << lead;
+  }
+}
+
 TEST(Carve, DamageIsSaid) {
   const BuiltHive built = LongHive();
   const uint32_t size = static_cast<uint32_t>(built.bytes.size());
