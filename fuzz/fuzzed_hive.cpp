@@ -10,6 +10,8 @@
 #include <string>
 
 #include "hive/opening.h"
+#include "records/base_block.h"
+#include "records/bin_header.h"
 
 // libFuzzer's own mutation, also after a custom one.
 extern "C" size_t LLVMFuzzerMutate(uint8_t* data, size_t size, size_t max_size);
@@ -73,6 +75,26 @@ size_t MoveStretch(uint8_t* data, size_t size, size_t max_size, uint32_t seed) {
   }
 }
 
+// What systems keep in order: each bin's own offset and its size up to the next one, the length of
+// all, the checksum. A damaged record in a hive that is whole otherwise gets further than one that
+// the sums give away.
+void KeepWhole(uint8_t* data, size_t size) {
+  const size_t end = size / kBaseBlockSize * kBaseBlockSize;
+  const auto store = [data](size_t at, size_t word) {
+    const auto stored = static_cast<uint32_t>(word);
+    std::memcpy(data + at, &stored, sizeof stored);
+  };
+  size_t bin = 0;  // the one whose end is not known yet
+  for (size_t at = kBaseBlockSize; at <= end; at += kBaseBlockSize) {
+    if (at < end && LoadWord(data + at) != kBinSignature) continue;
+    if (bin != 0) store(bin + kBinSize, at - bin);
+    if (at < end) store(at + kBinOwnOffset, at - kBaseBlockSize);
+    bin = at;
+  }
+  store(kBaseLength, end - kBaseBlockSize);
+  store(kBaseChecksum, BaseBlockChecksum({data, size}));
+}
+
 }  // namespace
 
 void Require(bool holds) {
@@ -88,11 +110,14 @@ FuzzedHive::~FuzzedHive() { FreeHiveSlot(slot_); }
 
 }  // namespace hivequarry::fuzzing
 
+namespace {
+
+using namespace hivequarry;
+using namespace hivequarry::fuzzing;
+
 // Most of the time one field of one cell is set to something that fields hold: another cell's
 // offset, a number at an edge, another record's signature. Blind mutation seldom hits those.
-extern "C" size_t LLVMFuzzerCustomMutator(uint8_t* data, size_t size, size_t max_size,
-                                          unsigned int seed) {
-  using namespace hivequarry::fuzzing;
+size_t Mutate(uint8_t* data, size_t size, size_t max_size, unsigned int seed) {
   constexpr uint32_t kEdges[] = {0,          1,          2,          8,         0xFFFF,
                                  0x7FFFFFFF, 0x80000000, 0xFFFFFFFF, 0x500000,  0xFFFFFFF8,
                                  0x80000004, 0x10000,    0x1000,     0xFFFFF000};
@@ -112,4 +137,14 @@ extern "C" size_t LLVMFuzzerCustomMutator(uint8_t* data, size_t size, size_t max
     std::memcpy(data + field, &word, sizeof(word));
   }
   return size;
+}
+
+}  // namespace
+
+extern "C" size_t LLVMFuzzerCustomMutator(uint8_t* data, size_t size, size_t max_size,
+                                          unsigned int seed) {
+  const size_t mutated = Mutate(data, size, max_size, seed);
+  const bool hive = mutated >= 2 * kBaseBlockSize && LoadWord(data) == kHiveSignature;
+  if (hive && (seed >> 5) % 2 == 0) KeepWhole(data, mutated);
+  return mutated;
 }
