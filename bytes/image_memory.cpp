@@ -1,6 +1,9 @@
 #include "bytes/image_memory.h"
 
 #include <cstddef>
+#include <cstdint>
+
+#include "bytes/large_pages.h"
 
 #ifdef __linux__
 #include <sys/mman.h>
@@ -9,12 +12,15 @@
 namespace hivequarry {
 namespace {
 
+#ifdef __linux__
+constexpr size_t kHugePage = size_t{2} << 20;
+#endif
+
 // Advice alone: where the kernel declines huge pages the memory is there all the same. The
 // allocation is rounded up to whole huge pages, as aligned_alloc wants a multiple of its alignment;
 // what is never touched takes no memory.
 uint8_t* AllocateLarge(size_t size) {
 #ifdef __linux__
-  constexpr size_t kHugePage = size_t{2} << 20;
   // A last page that would be no more than half full is left to small ones.
   const size_t huge = size / kHugePage + (size % kHugePage > kHugePage / 2);
   if (huge != 0) {
@@ -32,6 +38,17 @@ uint8_t* AllocateLarge(size_t size) {
 ImageMemory AllocateImage(uint64_t length) {
   if (length > kLongestImage) return nullptr;
   return ImageMemory(AllocateLarge(size_t{length} + kImageSlack));
+}
+
+void UseLargePages([[maybe_unused]] void* memory, [[maybe_unused]] size_t size) {
+#ifdef __linux__
+  constexpr size_t kLeast = 2 * kHugePage;  // smaller tables are filled sooner than asked for
+  if (size < kLeast) return;
+  const auto start = reinterpret_cast<uintptr_t>(memory);
+  const uintptr_t first = (start + kHugePage - 1) / kHugePage * kHugePage;
+  const uintptr_t end = (start + size) / kHugePage * kHugePage;
+  if (first < end) madvise(reinterpret_cast<void*>(first), end - first, MADV_HUGEPAGE);
+#endif
 }
 
 }  // namespace hivequarry

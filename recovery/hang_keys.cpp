@@ -5,6 +5,7 @@
 #include <span>
 #include <utility>
 
+#include "bytes/large_pages.h"
 #include "hive/keys.h"
 #include "records/key_flags.h"
 #include "recovery/live_cells.h"
@@ -410,7 +411,7 @@ void HangKeys(const HiveImage& hive, ScanTables& tables, KeyTree& tree) {
     HangOthers(hive, tables, hanging);
   }
   tree.items.clear();
-  tree.items.reserve(tables.keys.size() + 3);
+  ReserveLarge(tree.items, tables.keys.size() + 3);
   tree.item_of_rank.assign(tables.keys.size(), kNoItem);
   Emitter emitter(tables, hanging, tree);
   if (hanging.root != kNoRow) {

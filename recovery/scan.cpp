@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "bytes/large_pages.h"
 #include "hive/keys.h"
 #include "hive/values.h"
 #include "host/host.h"
@@ -273,9 +274,9 @@ void ResetTables(const HiveImage& hive, ScanTables& tables) {
   ResetIndex(tables.key_index, hive.length);
   tables.list_reads = MakeSubkeyListReads(hive);
   // Rooms for a dense hive; what is not used is never touched.
-  tables.keys.reserve(hive.length / 128);
-  tables.child_entries.reserve(hive.length / 128);
-  tables.values.reserve(hive.length / 64);
+  ReserveLarge(tables.keys, hive.length / 128);
+  ReserveLarge(tables.child_entries, hive.length / 128);
+  ReserveLarge(tables.values, hive.length / 64);
 }
 
 // Every step moves on by 8 bytes at least, and each visitor reads a bounded part of the cell but
