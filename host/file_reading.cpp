@@ -52,6 +52,17 @@ void AddUnread(UnreadBytes& unread, uint64_t position, uint64_t size) {
   unread.end = end;
 }
 
+void AddUnread(UnreadBytes& unread, const UnreadBytes& later) {
+  uint64_t listed = 0;
+  for (const FileRange& range : later.ranges) {
+    AddUnread(unread, range.position, range.size);
+    listed += range.size;
+  }
+  unread.count += later.count - listed;
+  unread.end = std::max(unread.end, later.end);
+  if (unread.error == 0) unread.error = later.error;
+}
+
 void CutUnread(UnreadBytes& unread, uint64_t position) {
   UnreadBytes kept;
   kept.error = unread.error;

@@ -36,6 +36,8 @@ struct UnreadBytes {
 // Adds a range; what of it lies before the end of those added so far is in there already.
 // Ranges must be added in ascending order of their starts.
 void AddUnread(UnreadBytes& unread, uint64_t position, uint64_t size);
+// Adds those of a later stretch of the file, which begins after the end of those added so far.
+void AddUnread(UnreadBytes& unread, const UnreadBytes& later);
 // Leaves what lies before `position` alone.
 void CutUnread(UnreadBytes& unread, uint64_t position);
 

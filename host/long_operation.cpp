@@ -12,6 +12,7 @@ thread_local BackgroundWork* background_work = nullptr;
 BackgroundWork::BackgroundWork() { background_work = this; }
 BackgroundWork::~BackgroundWork() { background_work = nullptr; }
 BackgroundWork* WorkInBackground() { return background_work; }
+void JoinBackgroundWork(BackgroundWork* work) { background_work = work; }
 
 bool StopsThisThread() {
   const LongOperation& operation = TheLongOperation();

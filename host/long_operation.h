@@ -43,10 +43,12 @@ class BackgroundWork {
   ~BackgroundWork();
   BackgroundWork(const BackgroundWork&) = delete;
   BackgroundWork& operator=(const BackgroundWork&) = delete;
-  uint64_t shortfalls = 0;
+  std::atomic<uint64_t> shortfalls{0};
 };
 // What the calling thread does in the background; null where it does an operation's work.
 BackgroundWork* WorkInBackground();
+// For a thread that does a part of another's work: `work` is what WorkInBackground was there.
+void JoinBackgroundWork(BackgroundWork* work);
 // StopRequested where some thread is to stop.
 bool StopsThisThread();
 

@@ -2,14 +2,17 @@
 
 #include <algorithm>
 #include <bit>
+#include <functional>
 
 #include "hive/keys.h"
 #include "hive/timestamp.h"
 #include "hive/values.h"
 #include "host/host.h"
 #include "host/long_operation.h"
+#include "host/side_work.h"
 #include "records/cell.h"
 #include "records/key_flags.h"
+#include "recovery/split_point.h"
 
 namespace hivequarry {
 namespace {
@@ -302,27 +305,50 @@ uint32_t EnterBlock(Walk& walk, uint32_t p) {
   return p + kBinHeaderSize;
 }
 
-// Through the chains of cells, from block to block. Bytes that no chain reaches are looked at step
-// by step, so damage costs time but hides nothing.
-void WalkImage(Walk& walk) {
+// Through the chains of cells, from block to block, up to `end` or the end of the cell or block
+// header that goes over it; returns where the walk is then. Bytes that no chain reaches are looked
+// at step by step, so damage costs time but hides nothing.
+uint64_t WalkTo(Walk& walk, uint64_t p, uint64_t end, const std::function<void(uint64_t)>& show) {
   constexpr uint32_t kStopPollMask = 0x3FF;
-  constexpr uint32_t kSteps = 100;
-  const HiveImage& hive = walk.hive;
-  const Host& host = CurrentHost();
-  host.progress_range(host.context, kSteps);
   uint32_t steps = 0;
-  uint32_t shown = 0;
-  uint64_t p = hive.data_start;
-  while (p + kRecordStep <= hive.length) {
+  while (p + kRecordStep <= end) {
     if ((steps++ & kStopPollMask) == 0) {
       if (StopRequested()) break;
-      const auto reached = static_cast<uint32_t>(p * kSteps / hive.length);
-      if (reached > shown) host.progress_position(host.context, shown = reached);
+      show(p);
     }
     const auto cell = static_cast<uint32_t>(p);
     const uint32_t size = WordAt(walk, cell);
     p = size == kBinSignature ? EnterBlock(walk, cell) : VisitCell(walk, cell, size);
   }
+  return p;
+}
+
+// In two halves side by side where that is worth it. All that a walk knows is forgotten at a block
+// header, so what the second one found is what the first one would have, if that comes to it.
+void WalkImage(Walk& walk) {
+  constexpr uint32_t kSteps = 100;
+  const HiveImage& hive = walk.hive;
+  const Host& host = CurrentHost();
+  uint32_t shown = 0;
+  const auto show = [&](uint64_t p) {
+    const auto reached = static_cast<uint32_t>(p * kSteps / hive.length);
+    if (reached > shown) host.progress_position(host.context, shown = reached);
+  };
+  host.progress_range(host.context, kSteps);
+  uint64_t p = hive.data_start;
+  const uint32_t split = BlockToSplitAt(hive);
+  if (split != 0) {
+    std::vector<FreedCandidate> found;
+    Walk other{hive, walk.tree, found, walk.image};
+    SideWork beside([&] { WalkTo(other, split, hive.length, [](uint64_t) {}); });
+    p = WalkTo(walk, p, split, show);
+    beside.Wait();
+    if (p == split && !StopRequested()) {
+      walk.found.insert(walk.found.end(), found.begin(), found.end());
+      p = hive.length;
+    }
+  }
+  WalkTo(walk, p, hive.length, show);
   host.progress_range(host.context, 0);
 }
 

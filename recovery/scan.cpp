@@ -8,8 +8,10 @@
 #include "host/host.h"
 #include "host/long_operation.h"
 #include "host/number_text.h"
+#include "host/side_work.h"
 #include "records/cell.h"
 #include "recovery/root_search.h"
+#include "recovery/split_point.h"
 
 namespace hivequarry {
 namespace {
@@ -41,6 +43,11 @@ struct Walk {
   size_t run = 0;           // the first offset run that begins after the current position
   uint32_t shown_step = 0;  // of the progress bar
   size_t shown_rows = 0;    // in the status line
+  // Of the walk through the first half, while another thread walks through the second one: that
+  // thread's work. A root is judged when it is done, since the judgement may cut the image.
+  SideWork* beside = nullptr;
+  bool second = false;   // this is the walk through the second half: it judges no root
+  bool spoiled = false;  // and has met one
 };
 
 bool StepsByLength(const Walk& walk, uint32_t length) {
@@ -111,13 +118,24 @@ ScannedKey KeyAt(const Walk& walk, uint32_t p, uint16_t flags) {
   return key;
 }
 
+// False where the key cannot be added by this walk, which ends.
+bool MayAddKey(Walk& walk, const ScannedKey& key) {
+  if (key.flags != kRootKeyFlags && key.position != walk.hive.root_position) return true;
+  if (walk.beside != nullptr) walk.beside->Wait();
+  walk.spoiled = walk.second;
+  return !walk.second;
+}
+
+void AddKey(Walk& walk, const ScannedKey& key) {
+  const bool added = walk.pass == ScanPass::kCollect && MayAddKey(walk, key);
+  if (added) AddScannedKey(walk.hive, key, walk.options, walk.tables);
+}
+
 // The first cell of a hive is its root key, be its size or its signature lost.
 uint32_t VisitFirstCell(Walk& walk, uint32_t p) {
   const uint32_t length = 0U - ReadU32(walk.hive, p);
   const bool credible = length >= 1 && length <= kShortRootCell && length % 8 == 0;
-  if (walk.pass == ScanPass::kCollect) {
-    AddScannedKey(walk.hive, KeyAt(walk, p, kRootKeyFlags), walk.options, walk.tables);
-  }
+  AddKey(walk, KeyAt(walk, p, kRootKeyFlags));
   return p + (credible ? length : kShortRootCell);
 }
 
@@ -134,7 +152,7 @@ uint32_t VisitKey(Walk& walk, uint32_t p, uint16_t flags, uint32_t length, int k
     if (holds && walk.restart == 0) walk.restart = p + length;
     if (key.has_slack) next = p + needed;
   }
-  if (walk.pass == ScanPass::kCollect) AddScannedKey(walk.hive, key, walk.options, walk.tables);
+  AddKey(walk, key);
   // The size of a cell that is a key only at a guess is a guess too.
   return key_class == 1 ? p + kKeyName : next;
 }
@@ -245,6 +263,131 @@ void ShowProgress(Walk& walk, uint32_t step) {
   ShowStatus((std::to_string(tables.keys.size()) + "/" + std::to_string(rows)).c_str());
 }
 
+uint32_t ProgressStep(const HiveImage& hive) {
+  return hive.length > kSteppedProgressLength ? hive.length / 100 : 4096;
+}
+
+// Where the walk goes on after what is at `cell`.
+uint64_t NextOf(Walk& walk, uint32_t cell) {
+  const HiveImage& hive = walk.hive;
+  const uint32_t size = ReadU32(hive, cell);
+  uint32_t next = cell + 8;
+  if (size == kBinSignature) {
+    next = VisitBin(walk, cell);
+  } else if (cell == kFirstCellPosition && cell == hive.root_position &&
+             HasRootRemains(hive, cell)) {
+    next = VisitFirstCell(walk, cell);
+  } else if (IsAllocated(size)) {
+    next = VisitCell(walk, cell, size);
+  } else if (cell > kFirstCellPosition && hive.offset_runs.empty()) {
+    next = NextOccupied(ImageBytes(hive), cell);
+  }
+  next = HoldAtBlock(walk, cell, HoldAtRestart(walk, cell, next));
+  return hive.offset_runs.empty() ? next : HoldAtRun(walk, cell, next);
+}
+
+// Until the walk is at `end` or after it, or at the end of the image, which may come nearer
+// meanwhile. Returns where it is then.
+uint64_t WalkTo(Walk& walk, uint64_t p, uint64_t end) {
+  constexpr uint32_t kStopPollMask = 0x3FF;
+  const uint32_t step = ProgressStep(walk.hive);
+  uint32_t steps = 0;
+  while (p < end && p + 8 <= walk.hive.length && !walk.spoiled) {
+    if ((steps++ & kStopPollMask) == 0) {
+      if (StopRequested()) break;
+      if (!walk.second) ShowProgress(walk, static_cast<uint32_t>(p / step));
+    }
+    const uint64_t next = NextOf(walk, static_cast<uint32_t>(p));
+    if (next <= p) break;  // beyond 4 GiB
+    p = next;
+  }
+  return p;
+}
+
+// Only where no state but that of the blocks goes from one half into the other: in a hive with a
+// base block all of whose bytes are in place.
+uint32_t SplitOfScan(const HiveImage& hive) {
+  const bool plain = hive.header_valid && hive.offset_runs.empty();
+  const uint32_t split = plain ? BlockToSplitAt(hive) : 0;
+  return hive.root_position < split ? split : 0;
+}
+
+// True when no list was read by both walks, and neither read one at the cost of others.
+bool AreReadsApart(const SubkeyListReads& first, const SubkeyListReads& second, uint32_t whole) {
+  if (first.left != whole || second.left != whole) return false;
+  for (size_t i = 0; i < first.once.size(); ++i) {
+    if ((first.once[i] & second.once[i]) != 0) return false;
+  }
+  return true;
+}
+
+// True when the first walk has come to `split` as the second one began there: after a block that
+// ends there, before one whose end is known. Whatever else is carried along is a sum.
+bool Joins(const Walk& first, const Walk& second, uint64_t p, uint32_t split, uint32_t whole) {
+  const ScanTables& before = first.tables;
+  const ScanTables& after = second.tables;
+  const bool lists = after.lf_lists + after.lh_lists != 0;
+  return p == split && first.block_end == split && first.chained <= split && !second.spoiled &&
+         after.list_reads.cut == 0 && before.list_reads.cut == 0 &&
+         (before.list_style != ListStyle::kUndecided || !lists) &&
+         AreReadsApart(before.list_reads, after.list_reads, whole);
+}
+
+template <typename Row>
+void Append(std::vector<Row>& rows, const std::vector<Row>& more) {
+  rows.insert(rows.end(), more.begin(), more.end());
+}
+
+// What the second walk found, as if the first one had.
+void AppendTables(ScanTables& tables, ScanTables& more) {
+  const auto entries = static_cast<uint32_t>(tables.child_entries.size());
+  for (KeyRow& key : more.keys) {
+    key.first_entry += entries;
+    if (key.made_name != 0) key.made_name += tables.generated_names;
+    InsertPosition(tables.key_index, key.position);
+  }
+  Append(tables.keys, more.keys);
+  Append(tables.child_entries, more.child_entries);
+  Append(tables.damage, more.damage);
+  Append(tables.values, more.values);
+  Append(tables.securities, more.securities);
+  Append(tables.bins, more.bins);
+  tables.tree_sound = tables.tree_sound && more.tree_sound;
+  tables.lf_lists += more.lf_lists;
+  tables.lh_lists += more.lh_lists;
+  tables.one_bit_errors += more.one_bit_errors;
+  tables.largest_parent = std::max(tables.largest_parent, more.largest_parent);
+  tables.generated_names += more.generated_names;
+  tables.counted_values += more.counted_values;
+  for (size_t i = 0; i < more.list_reads.once.size(); ++i) {
+    tables.list_reads.once[i] |= more.list_reads.once[i];
+  }
+}
+
+// Both halves side by side, once the root was met: the rows are those of one walk through all. A
+// second half that does not join is forgotten. Returns where the walk goes on.
+uint64_t WalkHalves(Walk& walk, uint64_t p, uint32_t split) {
+  HiveImage& hive = walk.hive;
+  p = WalkTo(walk, p, std::max(hive.root_position, kFirstCellPosition) + kKeyName);
+  const uint32_t length = hive.length;
+  if (p >= split || length <= split) return p;
+  const uint32_t whole = MakeSubkeyListReads(hive).left;
+  ScanTables tables;
+  ResetTables(hive, tables);
+  Walk other{hive, tables, walk.options, walk.pass};
+  other.second = true;
+  other.block_end = split;
+  {
+    SideWork beside([&] { WalkTo(other, split, UINT64_MAX); });
+    walk.beside = &beside;
+    p = WalkTo(walk, p, split);
+    walk.beside = nullptr;
+  }
+  if (StopRequested() || hive.length != length || !Joins(walk, other, p, split, whole)) return p;
+  AppendTables(walk.tables, tables);
+  return length;
+}
+
 bool IsOffsetLike(const HiveImage& hive, uint32_t field) {
   const uint32_t offset = ReadU32(hive, field);
   return offset == kNoOffset || (offset % 8 == 0 && offset < hive.length);
@@ -282,36 +425,14 @@ void ResetTables(const HiveImage& hive, ScanTables& tables) {
 // Every step moves on by 8 bytes at least, and each visitor reads a bounded part of the cell but
 // for a subkey list, whose entries are bounded over the whole scan: so the scan is linear.
 void ScanImage(HiveImage& hive, ScanPass pass, const ScanOptions& options, ScanTables& tables) {
-  constexpr uint32_t kStopPollMask = 0x3FF;
   const Host& host = CurrentHost();
-  const uint32_t step = hive.length > kSteppedProgressLength ? hive.length / 100 : 4096;
+  const uint32_t step = ProgressStep(hive);
   host.progress_range(host.context, hive.length / step + 1);
   Walk walk{hive, tables, options, pass};
-  uint32_t steps = 0;
   uint64_t p = hive.data_start;
-  while (p + 8 <= hive.length) {
-    if ((steps++ & kStopPollMask) == 0) {
-      if (StopRequested()) break;
-      ShowProgress(walk, static_cast<uint32_t>(p / step));
-    }
-    const auto cell = static_cast<uint32_t>(p);
-    const uint32_t size = ReadU32(hive, cell);
-    uint32_t next = cell + 8;
-    if (size == kBinSignature) {
-      next = VisitBin(walk, cell);
-    } else if (cell == kFirstCellPosition && cell == hive.root_position &&
-               HasRootRemains(hive, cell)) {
-      next = VisitFirstCell(walk, cell);
-    } else if (IsAllocated(size)) {
-      next = VisitCell(walk, cell, size);
-    } else if (cell > kFirstCellPosition && hive.offset_runs.empty()) {
-      next = NextOccupied(ImageBytes(hive), cell);
-    }
-    next = HoldAtBlock(walk, cell, HoldAtRestart(walk, cell, next));
-    if (!hive.offset_runs.empty()) next = HoldAtRun(walk, cell, next);
-    if (next <= cell) break;  // beyond 4 GiB
-    p = next;
-  }
+  const uint32_t split = pass == ScanPass::kCollect ? SplitOfScan(hive) : 0;
+  if (split != 0) p = WalkHalves(walk, p, split);
+  WalkTo(walk, p, UINT64_MAX);
   host.progress_range(host.context, 0);
 }
 

@@ -76,7 +76,8 @@ struct NameHashRow {
 };
 
 // Memory goes with the records that the image has room for: no table grows by what a file claims.
-// One thread, that of the build.
+// Each is filled by one thread; a second half of the image has tables of its own until it is
+// joined.
 struct ScanTables {
   std::vector<KeyRow> keys;
   std::vector<ChildEntry> child_entries;

@@ -134,7 +134,7 @@ void PlaceValues(FreedTree& freed) {
 std::shared_ptr<const FreedTree> FindFreedTree(const HiveImage& hive, const KeyTree& tree) {
   auto freed = std::make_shared<FreedTree>();
   const BackgroundWork* work = WorkInBackground();
-  const uint64_t before = work == nullptr ? 0 : work->shortfalls;
+  const uint64_t before = work == nullptr ? 0 : work->shortfalls.load();
   freed->records = FindFreedRecords(hive, tree);
   if (work != nullptr) freed->shortfalls = work->shortfalls - before;
   std::vector<Placed> placed;
