@@ -6,6 +6,7 @@
 #include "host/host.h"
 #include "host/long_operation.h"
 #include "host/number_text.h"
+#include "host/side_work.h"
 #include "recovery/hang_keys.h"
 #include "recovery/live_cells.h"
 
@@ -15,8 +16,9 @@ namespace {
 // Keys between two looks at the user's stop.
 constexpr uint32_t kProgressKeys = 128;
 
-void ShowKeyProgress(uint32_t done, size_t total) {
-  ShowStatus(Concat({Decimal(done), "/", Decimal(static_cast<int64_t>(total))}).c_str());
+void ShowKeyProgress(size_t done, size_t total) {
+  const auto text = [](size_t number) { return Decimal(static_cast<int64_t>(number)); };
+  ShowStatus(Concat({text(done), "/", text(total)}).c_str());
 }
 
 // Takes out of the tables, and out of the values that no key names, those that have bytes of a live
@@ -34,26 +36,51 @@ void DropOwnedValues(const HiveImage& hive, ScanTables& tables, std::vector<uint
   if (std::erase_if(found, is_owned) != 0) std::erase_if(tables.values, is_owned);
 }
 
+// What the lists of keys [first, end) name. False when the user stopped.
+bool MarkNamedValues(const HiveImage& hive, const std::vector<KeyRow>& keys, size_t first,
+                     size_t end, bool show, PositionIndex& named) {
+  std::vector<uint32_t> positions;
+  for (size_t row = first; row < end; ++row) {
+    if ((row - first) % kProgressKeys == 0) {
+      if (StopRequested()) return false;
+      if (show) ShowKeyProgress(row, keys.size());
+    }
+    const bool made = (keys[row].marks & kVirtualMarks) != 0;
+    if (made) continue;
+    positions.clear();
+    ReadValuesOfKey(hive, keys[row].position, kAllEntries, positions);
+    for (const uint32_t position : positions) InsertPosition(named, position);
+  }
+  return true;
+}
+
+// Halves of the keys side by side where that is worth it: each has marks of its own.
+bool FindNamedValues(const HiveImage& hive, const std::vector<KeyRow>& keys, PositionIndex& named) {
+  ResetIndex(named, hive.length);
+  if (!IsWorthSideWork(hive.length)) {
+    return MarkNamedValues(hive, keys, 0, keys.size(), true, named);
+  }
+  PositionIndex other;
+  ResetIndex(other, hive.length);
+  const size_t half = keys.size() / 2;
+  bool done = true;
+  bool first_done = true;
+  {
+    const SideWork beside(
+        [&] { done = MarkNamedValues(hive, keys, half, keys.size(), false, other); });
+    first_done = MarkNamedValues(hive, keys, 0, half, true, named);
+  }
+  for (size_t word = 0; word < named.bits.size(); ++word) named.bits[word] |= other.bits[word];
+  return done && first_done;
+}
+
 }  // namespace
 
 std::vector<uint32_t> FindDisconnectedValues(const HiveImage& hive, ScanTables& tables) {
   std::vector<uint32_t> result;
   if (!hive.data_base_proven) return result;
   PositionIndex referenced;
-  ResetIndex(referenced, hive.length);
-  std::vector<uint32_t> positions;
-  uint32_t done = 0;
-  for (const KeyRow& key : tables.keys) {
-    if (done++ % kProgressKeys == 0) {
-      if (StopRequested()) return result;
-      ShowKeyProgress(done - 1, tables.keys.size());
-    }
-    const bool made = (key.marks & kVirtualMarks) != 0;
-    if (made) continue;
-    positions.clear();
-    ReadValuesOfKey(hive, key.position, kAllEntries, positions);
-    for (const uint32_t position : positions) InsertPosition(referenced, position);
-  }
+  if (!FindNamedValues(hive, tables.keys, referenced)) return result;
   for (const uint32_t position : tables.values) {
     if (ContainsPosition(referenced, position)) continue;
     // Of a value cut off by the end of the image not even the fields can be read.

@@ -1,6 +1,8 @@
 #include "reports/timeline.h"
 
 #include <algorithm>
+#include <atomic>
+#include <optional>
 
 #include "hive/file_place.h"
 #include "hive/keys.h"
@@ -10,6 +12,7 @@
 #include "host/host.h"
 #include "host/long_operation.h"
 #include "host/number_text.h"
+#include "host/side_work.h"
 #include "host/sort_by_keys.h"
 #include "host/visible_text.h"
 #include "lists/list_rows.h"
@@ -105,17 +108,15 @@ void MakeShelves(Timeline& timeline, const HiveImage& hive, const KeyTree& tree,
 }
 
 // In the order of the tree, so that texts that belong together are near each other in memory. The
-// cost is that of the paths: linear in the keys below the item.
-void AddKeys(Timeline& timeline, const HiveImage& hive, const KeyTree& tree,
-             const TimelineOptions& options) {
+// cost is that of the paths: linear in the keys of [first, end). The hive is the timeline's last.
+void AddKeyRange(Timeline& timeline, const HiveImage& hive, const KeyTree& tree,
+                 const TimelineOptions& options, uint32_t first, uint32_t end) {
   constexpr uint32_t kAhead = 12;  // keys on their way while one is read
   const auto start = reinterpret_cast<uintptr_t>(ImageBytes(hive).data());
   PathWalker paths(hive, tree);
   const auto number = static_cast<uint32_t>(timeline.hives.size() - 1);
   TimelineHive& about = timeline.hives.back();
-  const uint32_t end = tree.items[options.item].end;
-  if (!options.bounded) MakeShelves(timeline, hive, tree, options.item, end);
-  for (uint32_t at = options.item; at < end && !StopRequested(); ++at) {
+  for (uint32_t at = first; at < end && !StopRequested(); ++at) {
     const uint32_t coming = tree.items[std::min(at + kAhead, end - 1)].position;
     // Addresses alone: there may be nothing.
     const uintptr_t cell = start + coming;
@@ -147,6 +148,41 @@ void AddKeys(Timeline& timeline, const HiveImage& hive, const KeyTree& tree,
     about.keys_without += !wanted;
     if (options.values) AddValueTimes(timeline, hive, tree, at, options, event);
   }
+}
+
+// Keys of the second half that were added to a timeline of their own, which is empty afterwards.
+void Append(Timeline& timeline, Timeline& more) {
+  for (size_t i = 0; i < more.shelves.size(); ++i) {
+    TimelineShelf& shelf = timeline.shelves[i];
+    TimelineShelf from = std::move(more.shelves[i]);
+    shelf.events.insert(shelf.events.end(), from.events.begin(), from.events.end());
+    // Before the block that is not full yet. Views lead to what a text holds, which moves with it.
+    for (std::string& text : from.texts) shelf.texts.push_front(std::move(text));
+  }
+  timeline.hives.back().keys += more.hives.back().keys;
+  timeline.hives.back().keys_without += more.hives.back().keys_without;
+}
+
+// Two halves side by side where that is worth it. Origins in logs are looked up by one thread.
+void AddKeys(Timeline& timeline, const HiveImage& hive, const KeyTree& tree,
+             const TimelineOptions& options) {
+  const uint32_t first = options.item;
+  const uint32_t end = tree.items[first].end;
+  if (!options.bounded) MakeShelves(timeline, hive, tree, first, end);
+  const bool halves = IsWorthSideWork(uint64_t{end - first} * sizeof(TimelineEvent)) &&
+                      !IsReplayed(hive) && timeline.shelves.size() > 1;
+  if (!halves) return AddKeyRange(timeline, hive, tree, options, first, end);
+  const uint32_t middle = first + (end - first) / 2;
+  Timeline second;
+  second.hives = timeline.hives;
+  second.hives.back().keys = second.hives.back().keys_without = 0;
+  second.bounds = timeline.bounds;
+  second.shelves = std::vector<TimelineShelf>(timeline.shelves.size());
+  {
+    const SideWork beside([&] { AddKeyRange(second, hive, tree, options, middle, end); });
+    AddKeyRange(timeline, hive, tree, options, first, middle);
+  }
+  Append(timeline, second);
 }
 
 // Freed keys are not counted among the hive's keys; those outside the times asked for are not
@@ -301,11 +337,17 @@ bool AddToTimeline(Timeline& timeline, const HiveImage& hive, const KeyTree& tre
 
 // Stable.
 void SortTimeline(Timeline& timeline) {
-  for (TimelineShelf& shelf : timeline.shelves) {
-    SortByKeys(shelf.events, [](const TimelineEvent& event) {
-      return SortKey{event.time, uint64_t{event.hive} << 32 | event.offset};
-    });
-  }
+  std::atomic<size_t> next = 0;
+  const auto sort = [&] {
+    for (size_t at = next++; at < timeline.shelves.size(); at = next++) {
+      SortByKeys(timeline.shelves[at].events, [](const TimelineEvent& event) {
+        return SortKey{event.time, uint64_t{event.hive} << 32 | event.offset};
+      });
+    }
+  };
+  std::optional<SideWork> beside;
+  if (IsWorthSideWork(EventCount(timeline) * sizeof(TimelineEvent))) beside.emplace(sort);
+  sort();
 }
 
 // The computer's name by the control set that is current, or by the first of the sets 1 to 3 that

@@ -3,12 +3,14 @@
 #include <array>
 #include <charconv>
 #include <cstring>
+#include <optional>
 #include <utility>
 #include <vector>
 
 #include "hive/timestamp.h"
 #include "host/long_operation.h"
 #include "host/number_text.h"
+#include "host/side_work.h"
 #include "host/visible_text.h"
 #include "reports/timeline.h"
 
@@ -460,6 +462,7 @@ void PutEvent(const TimelineEvent& event, EventWriter& writer) {
   }
 }
 
+// What was written stays in the writer where there is no sink.
 bool WriteShelf(const TimelineShelf& shelf, EventWriter& writer, const TextSink& sink,
                 TimelineCounts& counts) {
   const TimelineForm form = writer.look.form;
@@ -479,7 +482,7 @@ bool WriteShelf(const TimelineShelf& shelf, EventWriter& writer, const TextSink&
     PutEvent(event, writer);
     ++counts.lines;
     if (writer.out.used < kPiece) continue;
-    if (!HandOn(writer.out, sink) || StopRequested()) return false;
+    if (StopRequested() || (sink && !HandOn(writer.out, sink))) return false;
   }
   return true;
 }
@@ -492,14 +495,29 @@ std::string_view StateWord(TimelineState state) {
   return state == TimelineState::kRecovered ? "recovered" : "live";
 }
 
+// A shelf is written while the one before it is; memory is for the lines of one.
 bool WriteTimeline(const Timeline& timeline, const TimelineLook& look, const TextSink& sink,
                    TimelineCounts& counts) {
   counts = TimelineCounts();
   EventWriter writer{timeline, look, TimeWriter(look.minutes_east)};
+  EventWriter second{timeline, look, TimeWriter(look.minutes_east)};
   Lines& out = writer.out;
   Put(HeaderOf(look.form), out);
-  for (const TimelineShelf& shelf : timeline.shelves) {
-    if (!WriteShelf(shelf, writer, sink, counts)) return false;
+  const std::vector<TimelineShelf>& shelves = timeline.shelves;
+  const bool both = IsWorthSideWork(EventCount(timeline) * sizeof(TimelineEvent));
+  for (size_t at = 0; at < shelves.size(); at += both ? 2 : 1) {
+    bool written = true;
+    TimelineCounts more;
+    std::optional<SideWork> beside;
+    if (both && at + 1 < shelves.size()) {
+      beside.emplace([&] { written = WriteShelf(shelves[at + 1], second, {}, more); });
+    }
+    if (!WriteShelf(shelves[at], writer, sink, counts)) return false;
+    beside.reset();
+    counts.lines += more.lines;
+    counts.without_time += more.without_time;
+    if (second.out.used == 0) continue;
+    if (!written || !HandOn(out, sink) || !HandOn(second.out, sink)) return false;
   }
   return (out.used == 0 || HandOn(out, sink)) && !StopRequested();
 }

@@ -8,9 +8,11 @@
 #include <random>
 
 #include "host/long_operation.h"
+#include "host/number_text.h"
 #include "lists/list_writers.h"
 #include "reports/freed_lists.h"
 #include "reports/hive_lists.h"
+#include "reports/timeline.h"
 #include "tests/support/hostile_hives.h"
 #include "tests/support/opened_hive.h"
 #include "tests/support/sample_hives.h"
@@ -125,6 +127,32 @@ TEST(SideWork, FindsWhatOneWalkFinds) {
       for (size_t i = 0; i < count; ++i) Damage(random, bytes);
       ASSERT_EQ(Found(bytes, 2), Found(bytes, 1));
     }
+  }
+}
+
+std::string TimelineText(OpenedHive& opened, TimelineForm form, unsigned processors) {
+  const Processors limit(processors);
+  Timeline timeline;
+  TimelineHive about;
+  about.path = about.label = "SOFTWARE";
+  EXPECT_TRUE(AddToTimeline(timeline, opened.hive, opened.tree, {}, about));
+  SortTimeline(timeline);
+  EXPECT_GT(timeline.shelves.size(), 2U);
+  std::string text;
+  TimelineCounts counts;
+  const TextSink sink = [&text](std::string_view piece) {
+    text += piece;
+    return true;
+  };
+  EXPECT_TRUE(WriteTimeline(timeline, {form}, sink, counts));
+  return Concat({text, Decimal(counts.lines), " ", Decimal(counts.without_time), " ",
+                 Decimal(timeline.hives[0].keys)});
+}
+
+TEST(SideWork, WritesTheSameTimeline) {
+  OpenedHive opened(HiveOfKeys(30000));
+  for (const TimelineForm form : {TimelineForm::kBodyfile, TimelineForm::kJsonLines}) {
+    EXPECT_TRUE(TimelineText(opened, form, 2) == TimelineText(opened, form, 1));
   }
 }
 
