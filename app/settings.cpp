@@ -140,6 +140,14 @@ std::string NumberedKey(const char* prefix, size_t number) {
   return prefix + std::to_string(number);
 }
 
+constexpr const char* kColourWords[] = {"", "light", "dark"};  // in the order of ColourChoice
+
+ColourChoice ColoursFromText(std::string_view text) {
+  const auto* found = std::ranges::find(kColourWords, text);
+  if (found == std::end(kColourWords)) return ColourChoice::kSystem;
+  return static_cast<ColourChoice>(found - kColourWords);
+}
+
 // Reading
 
 void ReadHistory(const ProfileLookup& lookup, const HistoryRow& row, Histories& histories) {
@@ -255,6 +263,8 @@ void WriteFolders(Writer& writer, const Settings& settings) {
 void WriteOptions(Writer& writer, const Settings& settings) {
   Put(writer, "KAS", "KGP1", OptionDigits(settings.options));
   Put(writer, "KAS", "FIT", settings.freed_in_tree ? "" : "0");
+  Put(writer, "KAS", "COL", kColourWords[static_cast<size_t>(settings.colours)]);
+  Put(writer, "KAS", "TB", settings.toolbar ? "" : "0");
   Put(writer, "KAS", "TZ", settings.time_zone);
   Put(writer, "KAS", "DI", settings.options.sort_new_lists ? "1" : "0");
   Put(writer, "KAS", "CPT", settings.options.code_page_text ? "1" : "");
@@ -389,6 +399,8 @@ void TakeOthersSettings(const Settings& read, const Settings& file, Settings& ou
     TakeOthers(read.places[i], file.places[i], ours.places[i]);
   }
   take(&Settings::freed_in_tree);
+  take(&Settings::colours);
+  take(&Settings::toolbar);
   take(&Settings::time_zone);
   take(&Settings::range_start);
   take(&Settings::range_end);
@@ -420,6 +432,8 @@ void ReadSettings(const ProfileLookup& lookup, Settings& settings) {
   ReadDates(lookup, settings.dates);
   ReadTimeline(lookup, settings.timeline);
   settings.freed_in_tree = lookup("KAS", "FIT", "", kMaxText) != "0";
+  settings.colours = ColoursFromText(lookup("KAS", "COL", "", kMaxText));
+  settings.toolbar = lookup("KAS", "TB", "", kMaxText) != "0";
   settings.time_zone = TextOfEither(lookup("KAS", "TZ", "", kMaxText));
   for (size_t i = 0; i < kLastFolders; ++i) {
     settings.folders[i] = TextOfEither(lookup("LTDS", NumberedKey("LD", i).c_str(), "", kMaxText));

@@ -39,6 +39,9 @@ enum LastFolder : int {
   kLastFolders
 };
 
+// The colours of windows; the system's high contrast is followed whatever is chosen.
+enum class ColourChoice : uint8_t { kSystem, kLight, kDark };
+
 // Option flags; the members' values are the built-in ones. Where a comment names a place, it is
 // that of the digit in "KGP1".
 struct Options {
@@ -121,9 +124,11 @@ struct Settings {
   Histories histories;
   std::array<std::string, kLastFolders> folders;
   Options options;
-  bool freed_in_tree = true;  // deleted keys are in the tree ("KAS", "FIT")
-  std::string time_zone;      // of dates, as ZoneAsText has it; empty: UTC ("KAS", "TZ")
-  uint32_t range_start = 0;   // the last partial load ("FPART")
+  bool freed_in_tree = true;                     // deleted keys are in the tree ("KAS", "FIT")
+  ColourChoice colours = ColourChoice::kSystem;  // "KAS", "COL": "light", "dark"; empty: kSystem
+  bool toolbar = true;                           // the main window has its toolbar ("KAS", "TB")
+  std::string time_zone;     // of dates, as ZoneAsText has it; empty: UTC ("KAS", "TZ")
+  uint32_t range_start = 0;  // the last partial load ("FPART")
   uint32_t range_end = 0;
   DateSettings dates;
   TimelineSettings timeline;

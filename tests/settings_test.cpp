@@ -123,6 +123,8 @@ Settings SomeSettings() {
   settings.options.no_access_keys = false;
   settings.options.technical_view = true;
   settings.options.sort_new_lists = false;
+  settings.colours = ColourChoice::kDark;
+  settings.toolbar = false;
   settings.range_end = 0xFFFFFFFF;
   settings.main = {-8, 0, 700, 500, true, {120, 0, 80}};
   settings.output_columns = std::vector<int>(18, 60);
@@ -152,7 +154,7 @@ TEST(SettingsTest, RoundTrip) {
   const std::string parts[] = {
       "; mine\r\n[KDATES]\r\nLastBackup=x\r\n[FTSC]\r\nFC4=\r\nFC0=\" a\"\r\n",
       "ccc\r\n[CBSIDS]\r\nCBS0=S-1-5-32-544\r\n"
-      "[KAS]\r\nKGP1=0111111000111010\r\nDI=0\r\nFPART=0;4294967295\r\n"
+      "[KAS]\r\nKGP1=0111111000111010\r\nCOL=dark\r\nTB=0\r\nDI=0\r\nFPART=0;4294967295\r\n"
       "[LTFS]\r\nLF0=C:\\\u00E4\r\nLF1=C:\\\xD0\xB6\r\nLF2=C:\\\xC3\x83\xC2\xB6\r\n"
       "[LTDS]\r\nLD4=D:\\B\r\n"
       "[WPS1]\r\nw10=-8\r\nw11=0\r\nw12=700\r\nw13=500\r\nw14=1\r\n"
@@ -177,7 +179,7 @@ TEST(SettingsTest, DamagedFilesReadAsBuiltIn) {
       "[KAS]\nKGP1=Z\nDI=7\nFPART=9\n",
       "[KAS]\nKGP1=\nFPART=9;9\n",
       "[KAS]\nKGP1=x1x0x1x1x0\nFPART=5;99999999999\n",
-      "[KAS]\nKGP1=0?1\nDI=-\nFPART=-1;5\n",
+      "[KAS]\nKGP1=0?1\nCOL=blue\nTB=x\nDI=-\nFPART=-1;5\n",
       "[WPS1]\nw10=0=default\nw11=0\nw12=99999999999\nw13=50\n",
       "[WPS1]\nw10=9\nw12=5\nw13=100\n",
       "[WPS1]\nw10=-32000\nw11=-32000\nw12=-31000\nw13=-31000\n",
@@ -195,6 +197,8 @@ TEST(SettingsTest, SettingsOfSeveralCopiesAreJoined) {
   Settings theirs = SomeSettings();
   theirs.dates.end = "2020";
   theirs.freed_in_tree = false;
+  theirs.colours = ColourChoice::kDark;
+  theirs.toolbar = false;
   theirs.timeline.values = true;
   theirs.options.code_page_text = true;
   Settings ours;

@@ -14,6 +14,7 @@
 #include "host/output_file.h"
 #include "ui/compare/compare_dialog.h"
 #include "ui/dialogs/list_dialogs.h"
+#include "ui/draw/tones.h"
 #include "ui/frame/frame_window.h"
 #include "ui/frame/help.h"
 #include "ui/frame/list_view.h"
@@ -48,10 +49,6 @@ constexpr ListColumn kKeyColumns[] = {{L"Key", 420, false},
 constexpr ListColumn kValueColumns[] = {{L"Difference", 130, false}, {L"Value", 190, false},
                                         {L"Type A", 110, false},     {L"Data A", 260, false},
                                         {L"Type B", 110, false},     {L"Data B", 260, false}};
-
-constexpr COLORREF kOnlyAColour = RGB(176, 0, 32);
-constexpr COLORREF kOnlyBColour = RGB(0, 112, 32);
-constexpr COLORREF kDifferentColour = RGB(0, 64, 192);
 
 // Goes with its window.
 struct CompareWindow {
@@ -162,9 +159,9 @@ LRESULT OnDraw(const CompareWindow& window, NMLVCUSTOMDRAW& notice) {
   const auto row = static_cast<int>(notice.nmcd.dwItemSpec);
   if (ListView_GetItemState(notice.nmcd.hdr.hwndFrom, row, LVIS_SELECTED) != 0) return answer;
   const uint8_t group = GroupOfRow(window, notice);
-  if (group == kGroupOnlyA) notice.clrText = kOnlyAColour;
-  if (group == kGroupOnlyB) notice.clrText = kOnlyBColour;
-  if (group == kGroupDifferent) notice.clrText = kDifferentColour;
+  if (group == kGroupOnlyA) notice.clrText = ColourOf(Tone::kOnlyA);
+  if (group == kGroupOnlyB) notice.clrText = ColourOf(Tone::kOnlyB);
+  if (group == kGroupDifferent) notice.clrText = ColourOf(Tone::kDifferent);
   return answer;
 }
 

@@ -1,15 +1,35 @@
-// Colours of text that says more than plain text does, for the background in force.
+// The colours in force: the light ones, the dark ones, or those of the system where it asks for
+// high contrast, which nothing of ours overrides. For the interface thread.
 #pragma once
 
+#include "app/settings.h"
 #include "ui/draw/win.h"
+#include "view/palette.h"
 
 namespace hivequarry {
 
-// What differs, or is wrong: a red that can be read.
-COLORREF WarningColour();
-// What was recovered.
-COLORREF FoundColour();
-// What is not there any more, or not yet: between text and background.
-COLORREF PaleColour();
+enum class ColourScheme : uint8_t { kLight, kDark, kHighContrast };
+
+struct ColourState {
+  ColourChoice choice = ColourChoice::kSystem;
+  ColourScheme scheme = ColourScheme::kLight;
+  // What the system says; tests put their own in place.
+  bool (*is_system_dark)();
+  bool (*is_high_contrast)();
+};
+ColourState& TheColours();
+
+// Looks anew at what was chosen and at what the system says; whether another scheme is in force.
+bool RenewColours();
+bool IsDark();
+
+COLORREF ColourOf(Tone tone);
+// Belongs to this room, and is right until the colours change.
+HBRUSH BrushOf(Tone tone);
+// As a picture has it, 0xRRGGBB.
+uint32_t PlainColourOf(Tone tone);
+
+// The theme of lists and of what else scrolls.
+const wchar_t* ListTheme();
 
 }  // namespace hivequarry

@@ -5,6 +5,7 @@
 
 #include "ui/draw/dimmed_selection.h"
 #include "ui/draw/dpi.h"
+#include "ui/draw/tones.h"
 #include "ui/draw/win.h"
 
 namespace hivequarry {
@@ -48,7 +49,7 @@ HWND MakeVirtualList(HWND parent, int identifier, std::span<const ListColumn> co
   const DWORD style =
       LVS_EX_FULLROWSELECT | LVS_EX_DOUBLEBUFFER | LVS_EX_LABELTIP | LVS_EX_HEADERDRAGDROP;
   ListView_SetExtendedListViewStyleEx(list, style, style);
-  SetWindowTheme(list, L"Explorer", nullptr);
+  SetWindowTheme(list, ListTheme(), nullptr);
   int index = 0;
   for (const ListColumn& column : columns) {
     LVCOLUMNW info{};

@@ -1,5 +1,6 @@
 #include "ui/frame/splitter.h"
 
+#include "ui/draw/tones.h"
 #include "ui/draw/win.h"
 #include "ui/frame/window_class.h"
 
@@ -36,7 +37,7 @@ void OnPaint(HWND splitter) {
   RECT area;
   GetClientRect(splitter, &area);
   const bool focused = GetFocus() == splitter;
-  FillRect(dc, &area, GetSysColorBrush(focused ? COLOR_HIGHLIGHT : COLOR_BTNFACE));
+  FillRect(dc, &area, BrushOf(focused ? Tone::kSelection : Tone::kFace));
   EndPaint(splitter, &paint);
 }
 

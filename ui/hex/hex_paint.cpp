@@ -3,6 +3,7 @@
 
 #include "host/number_text.h"
 #include "ui/draw/dimmed_selection.h"
+#include "ui/draw/tones.h"
 #include "ui/hex/hex_window.h"
 #include "view/hex_text.h"
 
@@ -24,9 +25,7 @@ struct Painter {
   std::array<INT, kLongestRun> advances{};
 };
 
-Colours SystemColours(int text, int background) {
-  return {GetSysColor(text), GetSysColor(background)};
-}
+Colours ColoursOf(Tone text, Tone background) { return {ColourOf(text), ColourOf(background)}; }
 
 void DrawRun(const Painter& painter, int column, int top, const std::wstring& text,
              Colours colours) {
@@ -82,7 +81,7 @@ std::wstring CharactersOf(const uint8_t* bytes, uint32_t count) {
 
 Colours SelectionColours(const Painter& painter, HexSide side) {
   if (painter.focused && side == painter.window.view.side) {
-    return SystemColours(COLOR_HIGHLIGHTTEXT, COLOR_HIGHLIGHT);
+    return ColoursOf(Tone::kSelectionText, Tone::kSelection);
   }
   Colours colours{};
   SetDimmedColours(colours.text, colours.background);
@@ -110,12 +109,12 @@ void DrawMark(const Painter& painter, HexSide side, int top, uint32_t index) {
   const int left = ColumnLeft(layout, hex ? HexColumn(layout, index) : TextColumn(layout, index));
   const int width = (hex ? 2 : 1) * layout.cell_width;
   const RECT area{left - 1, top, left + width + 1, top + layout.line_height};
-  FrameRect(painter.dc, &area, GetSysColorBrush(COLOR_GRAYTEXT));
+  FrameRect(painter.dc, &area, BrushOf(Tone::kFaint));
 }
 
 void DrawPositions(const Painter& painter, uint32_t offset, int top) {
   const HexWindow& window = painter.window;
-  const Colours colours = SystemColours(COLOR_BTNTEXT, COLOR_BTNFACE);
+  const Colours colours = ColoursOf(Tone::kFaceText, Tone::kFace);
   DrawRun(painter, 0, top, PositionText(offset), colours);
   const auto position = HexFilePosition(window.handle, offset);
   if (position)
@@ -130,7 +129,7 @@ void DrawHexLine(const Painter& painter, uint32_t line, int top) {
   const uint8_t* bytes = window.view.model.bytes.data() + offset;
   const std::wstring digits = DigitsOf(layout, bytes, count);
   const std::wstring characters = CharactersOf(bytes, count);
-  const Colours colours = SystemColours(COLOR_WINDOWTEXT, COLOR_WINDOW);
+  const Colours colours = ColoursOf(Tone::kText, Tone::kWindow);
   DrawPositions(painter, offset, top);
   DrawRun(painter, HexColumn(layout, 0), top, digits, colours);
   DrawCharacters(painter, 0, top, characters, colours);
@@ -155,9 +154,9 @@ std::wstring ByteNumbers(const HexLayout& layout) {
 
 void DrawTitles(const Painter& painter) {
   const HexLayout& layout = painter.window.view.layout;
-  const Colours colours = SystemColours(COLOR_BTNTEXT, COLOR_BTNFACE);
+  const Colours colours = ColoursOf(Tone::kFaceText, Tone::kFace);
   const RECT area{0, 0, layout.width, layout.line_height};
-  FillRect(painter.dc, &area, GetSysColorBrush(COLOR_BTNFACE));
+  FillRect(painter.dc, &area, BrushOf(Tone::kFace));
   DrawRun(painter, 0, 0, L"Offset", colours);
   if (layout.file_positions) DrawRun(painter, FileColumn(layout), 0, L"In file", colours);
   DrawRun(painter, HexColumn(layout, 0), 0, ByteNumbers(layout), colours);
@@ -169,9 +168,9 @@ void DrawAll(Painter& painter) {
   const HexLayout& layout = window.view.layout;
   painter.advances.fill(layout.cell_width);
   const RECT area{0, 0, layout.width, layout.height};
-  FillRect(painter.dc, &area, GetSysColorBrush(COLOR_WINDOW));
+  FillRect(painter.dc, &area, BrushOf(Tone::kWindow));
   const RECT positions{0, 0, ColumnLeft(layout, HexColumn(layout, 0) - 1), layout.height};
-  FillRect(painter.dc, &positions, GetSysColorBrush(COLOR_BTNFACE));
+  FillRect(painter.dc, &positions, BrushOf(Tone::kFace));
   const HGDIOBJ old_font = SelectObject(painter.dc, window.font);
   // The last line may be seen in part.
   const uint32_t end = std::min(LineCount(layout, ByteCount(window.view.model)),

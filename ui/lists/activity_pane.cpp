@@ -10,6 +10,7 @@
 #include "host/number_text.h"
 #include "ui/dialogs/list_dialogs.h"
 #include "ui/draw/dpi.h"
+#include "ui/draw/tones.h"
 #include "ui/frame/text.h"
 #include "ui/frame/window_class.h"
 #include "ui/lists/list_filtering.h"
@@ -63,11 +64,6 @@ struct ActivityPane {
 
 namespace {
 
-uint32_t PlainColour(int index) {
-  const COLORREF colour = GetSysColor(index);
-  return static_cast<uint32_t>(GetRValue(colour)) << 16 |
-         static_cast<uint32_t>(GetGValue(colour)) << 8 | GetBValue(colour);
-}
 COLORREF SystemColour(uint32_t colour) {
   return RGB(colour >> 16 & 0xFF, colour >> 8 & 0xFF, colour & 0xFF);
 }
@@ -99,10 +95,10 @@ PictureLook LookOf(const ActivityPane& pane) {
 PictureLook ShownLook(const ActivityPane& pane) {
   PictureLook look = LookOf(pane);
   look.right_free = ButtonsWidth(DpiOfWindow(pane.window));
-  look.paper = PlainColour(COLOR_WINDOW);
-  look.ink = PlainColour(COLOR_WINDOWTEXT);
+  look.paper = PlainColourOf(Tone::kWindow);
+  look.ink = PlainColourOf(Tone::kText);
   look.grid = Between(look.paper, Between(look.paper, look.ink));
-  look.mark = Between(look.paper, PlainColour(COLOR_HIGHLIGHT));
+  look.mark = Between(look.paper, PlainColourOf(Tone::kSelection));
   return look;
 }
 

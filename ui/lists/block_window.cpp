@@ -6,6 +6,7 @@
 #include "app/opening_words.h"
 #include "hive/bins.h"
 #include "host/number_text.h"
+#include "ui/draw/tones.h"
 #include "ui/frame/list_view.h"
 #include "ui/frame/text.h"
 #include "ui/frame/window_class.h"
@@ -68,7 +69,7 @@ LRESULT OnCustomDraw(const BlockWindow& blocks, NMLVCUSTOMDRAW& notice) {
   if (notice.nmcd.dwDrawStage != CDDS_ITEMPREPAINT || row >= blocks.rows.size()) return 0;
   const BinRow& bin = blocks.rows[row];
   const bool wrong = bin.invalid || !BinCopyText(bin).empty();
-  notice.clrText = wrong ? RGB(192, 0, 0) : GetSysColor(COLOR_WINDOWTEXT);
+  notice.clrText = ColourOf(wrong ? Tone::kWarning : Tone::kText);
   return CDRF_DODEFAULT;
 }
 

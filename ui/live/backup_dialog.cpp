@@ -12,6 +12,7 @@
 #include "live/replace.h"
 #include "ui/dialogs/list_dialogs.h"
 #include "ui/draw/hive_state_icons.h"
+#include "ui/draw/tones.h"
 #include "ui/frame/dialog_layout.h"
 #include "ui/frame/folder_choice.h"
 #include "ui/frame/help.h"
@@ -161,7 +162,7 @@ void DrawState(BackupDialog& state, const DRAWITEMSTRUCT& item) {
     state.pictures = MakeHiveStateIcons(size);
     state.picture_size = size;
   }
-  FillRect(item.hDC, &item.rcItem, GetSysColorBrush(COLOR_BTNFACE));
+  FillRect(item.hDC, &item.rcItem, BrushOf(Tone::kFace));
   ImageList_Draw(state.pictures, HiveStateIcon(state.states[hive], state.frame), item.hDC, 0, 0,
                  ILD_NORMAL);
 }

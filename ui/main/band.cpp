@@ -127,16 +127,16 @@ LRESULT CALLBACK BandProc(HWND band, UINT message, WPARAM first, LPARAM second, 
   return DefSubclassProc(band, message, first, second);
 }
 
-COLORREF ColourOf(GlanceTone tone) {
+Tone ToneOf(GlanceTone tone) {
   switch (tone) {
     case GlanceTone::kMuted:
-      return PaleColour();
+      return Tone::kPale;
     case GlanceTone::kFound:
-      return FoundColour();
+      return Tone::kFound;
     case GlanceTone::kWarn:
-      return WarningColour();
+      return Tone::kWarning;
     default:
-      return GetSysColor(COLOR_WINDOWTEXT);
+      return Tone::kText;
   }
 }
 
@@ -227,7 +227,7 @@ LRESULT OnBandDraw(const Band& band, NMTBCUSTOMDRAW& notice) {
   if (notice.nmcd.dwDrawStage != CDDS_ITEMPREPAINT) return CDRF_DODEFAULT;
   const GlancePart* part = PartOf(band, static_cast<int>(notice.nmcd.dwItemSpec));
   if (part == nullptr) return CDRF_DODEFAULT;
-  notice.clrText = ColourOf(part->tone);
+  notice.clrText = ColourOf(ToneOf(part->tone));
   notice.clrTextHighlight = notice.clrText;
   return kOwnColours;
 }

@@ -2,6 +2,7 @@
 
 #include <string>
 
+#include "ui/draw/tones.h"
 #include "ui/draw/win.h"
 #include "ui/frame/text.h"
 #include "ui/frame/window_class.h"
@@ -48,17 +49,16 @@ void DrawPicture(const MainWindow& window, HDC dc, int x, int y, int size) {
 }
 
 void Draw(MainWindow& window, HDC dc, const RECT& area) {
-  FillRect(dc, &area, GetSysColorBrush(COLOR_WINDOW));
+  FillRect(dc, &area, BrushOf(Tone::kWindow));
   const EmptyTexts texts = TextsFor(window);
   const int size = Scale(kPictureSize, window.dpi);
   int top = area.bottom * 2 / 5 - size;
   DrawPicture(window, dc, (area.right - size) / 2, top, size);
   top += size + Scale(kGap, window.dpi);
   SetBkMode(dc, TRANSPARENT);
-  top =
-      DrawLine(dc, area, top, texts.title, window.look.fonts.title, GetSysColor(COLOR_WINDOWTEXT));
+  top = DrawLine(dc, area, top, texts.title, window.look.fonts.title, ColourOf(Tone::kText));
   top += Scale(kGap / 2, window.dpi);
-  DrawLine(dc, area, top, texts.hint, window.look.fonts.text, GetSysColor(COLOR_GRAYTEXT));
+  DrawLine(dc, area, top, texts.hint, window.look.fonts.text, ColourOf(Tone::kFaint));
 }
 
 void OnPaint(HWND view) {

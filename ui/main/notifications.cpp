@@ -87,7 +87,7 @@ LRESULT DrawValueRow(const MainWindow& window, NMLVCUSTOMDRAW& notice) {
   const auto row = static_cast<int>(notice.nmcd.dwItemSpec);
   if (!IsDeletedRow(window.values.rows, row)) return drawn;
   const bool selected = ListView_GetItemState(window.values.window, row, LVIS_SELECTED) != 0;
-  if (!selected) notice.clrText = PaleColour();
+  if (!selected) notice.clrText = ColourOf(Tone::kPale);
   SelectObject(notice.nmcd.hdc, window.look.fonts.struck);
   return CDRF_NEWFONT;
 }

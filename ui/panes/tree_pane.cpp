@@ -523,10 +523,10 @@ LRESULT OnTreeDraw(const TreePane& pane, NMTVCUSTOMDRAW& notice) {
   if (notice.nmcd.dwDrawStage != CDDS_ITEMPREPAINT) return CDRF_DODEFAULT;
   const bool selected = (notice.nmcd.uItemState & CDIS_SELECTED) != 0;
   const uint32_t item = ItemOfParam(pane, notice.nmcd.lItemlParam);
-  if (!selected && Differs(pane, item)) notice.clrText = WarningColour();
-  if (!selected && HasEditedValues(pane, item)) notice.clrText = GetSysColor(COLOR_HOTLIGHT);
+  if (!selected && Differs(pane, item)) notice.clrText = ColourOf(Tone::kWarning);
+  if (!selected && HasEditedValues(pane, item)) notice.clrText = ColourOf(Tone::kEdited);
   const bool gone = pane.freed != nullptr && item != 0 && item != kNoItem;
-  if (gone && !selected) notice.clrText = PaleColour();
+  if (gone && !selected) notice.clrText = ColourOf(Tone::kPale);
   if (gone && pane.struck != nullptr) SelectObject(notice.nmcd.hdc, pane.struck);
   if (IsDimmedSelection(notice.nmcd)) SetDimmedColours(notice.clrText, notice.clrTextBk);
   return gone && pane.struck != nullptr ? CDRF_NEWFONT : CDRF_DODEFAULT;

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "ui/draw/tones.h"
 #include "ui/frame/host_window.h"
 #include "ui/frame/list_view.h"
 #include "ui/frame/text.h"
@@ -204,9 +205,9 @@ void OnHexNotice(ValueViewer& viewer, WORD code) {
 // The colours of a read-only edit are those of a disabled one; texts to be read have their own.
 LRESULT OnDetailColour(WPARAM dc) {
   const HDC device = reinterpret_cast<HDC>(dc);
-  SetTextColor(device, GetSysColor(COLOR_WINDOWTEXT));
-  SetBkColor(device, GetSysColor(COLOR_WINDOW));
-  return reinterpret_cast<LRESULT>(GetSysColorBrush(COLOR_WINDOW));
+  SetTextColor(device, ColourOf(Tone::kText));
+  SetBkColor(device, ColourOf(Tone::kWindow));
+  return reinterpret_cast<LRESULT>(BrushOf(Tone::kWindow));
 }
 
 LRESULT CALLBACK ViewerProc(HWND handle, UINT message, WPARAM first, LPARAM second) {
@@ -233,7 +234,7 @@ LRESULT CALLBACK ViewerProc(HWND handle, UINT message, WPARAM first, LPARAM seco
     case WM_ERASEBKGND: {
       RECT area;
       GetClientRect(handle, &area);
-      FillRect(reinterpret_cast<HDC>(first), &area, GetSysColorBrush(COLOR_BTNFACE));
+      FillRect(reinterpret_cast<HDC>(first), &area, BrushOf(Tone::kFace));
       return 1;
     }
     case WM_NCDESTROY:
