@@ -88,6 +88,10 @@ const MenuItem kMainMenu[] = {
     {"&View", "&Detail pane\tCtrl+D", 9003},
     {"&View", "Deleted ke&ys in tree", 9089},
     {"&View", "Time &zone of dates...", 9096},
+    {"&View", "Sho&w toolbar", 9120},
+    {"&View>Colour sche&me", "As the &system", 9121},
+    {"&View>Colour sche&me", "&Light", 9122},
+    {"&View>Colour sche&me", "&Dark", 9123},
     {"&View", "&Block list", 9004},
     {"&View", "List block r&uns", 9005},
     {"&View", "List r&oot cells", 9006},
@@ -241,9 +245,10 @@ bool IsAmong(const uint16_t (&numbers)[kCount], uint32_t number) {
 
 // What the program promises for every command number it has, by the flags alone.
 bool IsPromised(CommandNumber number, bool running, bool backup) {
-  constexpr uint16_t kAlways[] = {kCommandExit,     kCommandResizeColumns, kCommandDetailPane,
-                                  kCommandNextPane, kCommandPreviousPane,  kCommandHiveState,
-                                  kCommandLegend};
+  constexpr uint16_t kAlways[] = {
+      kCommandExit,          kCommandResizeColumns, kCommandDetailPane, kCommandNextPane,
+      kCommandPreviousPane,  kCommandHiveState,     kCommandLegend,     kCommandToolbar,
+      kCommandColoursSystem, kCommandColoursLight,  kCommandColoursDark};
   constexpr uint16_t kNotInBackup[] = {
       kCommandSaveListText,     kCommandSaveReport,  kCommandLoadReport,      kCommandExportHive,
       kCommandKeyDates,         kCommandCopyList,    kCommandPrintList,       kCommandFindInList,

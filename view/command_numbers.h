@@ -117,6 +117,10 @@ namespace hivequarry {
   One(kCommandTimeZone, 9096)           \
   One(kCommandOpenInWindow, 9097)       \
   One(kCommandCloseHive, 9098)          \
+  One(kCommandToolbar, 9120)            \
+  One(kCommandColoursSystem, 9121)      \
+  One(kCommandColoursLight, 9122)       \
+  One(kCommandColoursDark, 9123)        \
   Range(kCommandRecentHive, 9101, 7)    \
   Range(kCommandDecoder, 9130, 60)      \
   One(kCommandListSelectAll, 9201)      \

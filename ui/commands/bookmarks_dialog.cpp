@@ -12,6 +12,7 @@
 #include "ui/commands/bookmark_report.h"
 #include "ui/commands/key_going.h"
 #include "ui/draw/dpi.h"
+#include "ui/dress/dress.h"
 #include "ui/frame/dialog_layout.h"
 #include "ui/frame/help.h"
 #include "ui/frame/host_window.h"
@@ -266,6 +267,7 @@ void ShowMenu(BookmarkDialog& state, LPARAM where) {
   AppendMenuW(menu, MF_SEPARATOR, 0, nullptr);
   AppendMenuW(menu, MF_STRING, kBookmarkDelete, L"&Delete from Bookmarks\tDel");
   const POINT point = MenuPoint(state, where);
+  DressMenu(menu);
   const int chosen = TrackPopupMenu(menu, TPM_RIGHTBUTTON | TPM_RETURNCMD | TPM_NONOTIFY, point.x,
                                     point.y, 0, state.dialog, nullptr);
   DestroyMenu(menu);

@@ -9,6 +9,8 @@
 #include "ui/compare/compare_window.h"
 #include "ui/dialogs/options_dialog.h"
 #include "ui/dialogs/zone_dialog.h"
+#include "ui/draw/tones.h"
+#include "ui/dress/dress.h"
 #include "ui/frame/help.h"
 #include "ui/main/freed.h"
 #include "ui/main/main_window.h"
@@ -76,6 +78,20 @@ void OnOptions(MainWindow& window) {
       ShowMessage(kReloadQuestion, kProgramName, Icon::kQuestion, Buttons::kYesNo);
   if (answer == Answer::kYes) ReloadHive(window, window.shown->origin.logs);
 }
+
+void OnToolbar(MainWindow& window) {
+  TheSettings().toolbar = !TheSettings().toolbar;
+  LayOut(window);
+}
+
+template <ColourChoice kChoice>
+void OnColours(MainWindow&) {
+  TheSettings().colours = TheColours().choice = kChoice;
+  if (RenewColours()) RedressWindows();
+}
+template void OnColours<ColourChoice::kSystem>(MainWindow& window);
+template void OnColours<ColourChoice::kLight>(MainWindow& window);
+template void OnColours<ColourChoice::kDark>(MainWindow& window);
 
 void ReloadHive(MainWindow& window, const LogChoice& logs) {
   if (window.shown->slot < 0 || window.load.thread.joinable() || window.work.thread.joinable())

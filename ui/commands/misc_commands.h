@@ -1,6 +1,7 @@
 // Commands about the program itself.
 #pragma once
 
+#include "app/settings.h"
 #include "replay/replay_plan.h"
 
 namespace hivequarry {
@@ -15,6 +16,13 @@ void OnEvidenceMode(MainWindow& window);
 // Shows the options and puts what was changed into effect; where that needs a load, the user is
 // asked whether the hive is to be loaded again.
 void OnOptions(MainWindow& window);
+void OnToolbar(MainWindow& window);
+// `kChoice` is put into effect in all windows at once.
+template <ColourChoice kChoice>
+void OnColours(MainWindow& window);
+extern template void OnColours<ColourChoice::kSystem>(MainWindow& window);
+extern template void OnColours<ColourChoice::kLight>(MainWindow& window);
+extern template void OnColours<ColourChoice::kDark>(MainWindow& window);
 
 // Loads the hive that is shown again, with the options of now and the logs chosen, and selects the
 // same key. What was edited or taken out of its tree is back as the file has it. Only while no

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "host/long_operation.h"
+#include "ui/dress/dress.h"
 #include "ui/frame/text.h"
 #include "ui/lists/activity_pane.h"
 #include "ui/lists/list_command_handlers.h"
@@ -165,6 +166,7 @@ HMENU MakeListMenu(const ListPlace& place) {
 void TrackListMenu(ListPlace& place, POINT where) {
   if (where.x == -1 && where.y == -1) where = FocusPoint(place);
   const HMENU menu = MakeListMenu(place);
+  DressMenu(menu);
   const int chosen = TrackPopupMenu(menu, TPM_RIGHTBUTTON | TPM_RETURNCMD | TPM_NONOTIFY, where.x,
                                     where.y, 0, place.window, nullptr);
   DestroyMenu(menu);

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 
+#include "app/settings.h"
 #include "ui/frame/list_view.h"
 #include "ui/frame/splitter.h"
 #include "ui/main/main_window.h"
@@ -28,6 +29,8 @@ void Place(HWND child, const RECT& area) {
                std::max<LONG>(area.bottom - area.top, 0),
                SWP_NOZORDER | SWP_NOACTIVATE | SWP_NOCOPYBITS);
 }
+
+void Show(HWND child, bool on) { ShowWindow(child, on ? SW_SHOWNA : SW_HIDE); }
 
 int HeightOf(HWND child) {
   RECT area;
@@ -57,6 +60,11 @@ RECT PaneArea(MainWindow& window, const RECT& client) {
   area.bottom -= HeightOf(window.controls.status);
   const int side = Scale(kMargin, window.dpi);
   const int margin = Scale(kToolbarMargin, window.dpi);
+  Show(window.controls.toolbar, TheSettings().toolbar);
+  if (!TheSettings().toolbar) {
+    area.top += margin;
+    return area;
+  }
   const int height = WrapToolbar(window, area.right - 2 * side);
   Place(window.controls.toolbar, {side, margin, area.right - side, margin + height});
   area.top += height + 2 * margin;
@@ -130,8 +138,6 @@ void SetFonts(MainWindow& window) {
   }
   SetViewerLook(window.viewer, window.look.fonts, window.dpi);
 }
-
-void Show(HWND child, bool on) { ShowWindow(child, on ? SW_SHOWNA : SW_HIDE); }
 
 std::array<HWND, 10> FocusOrder(const MainWindow& window) {
   const auto [detail, hex, meaning] = ViewerPanes(window.viewer);

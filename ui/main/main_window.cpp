@@ -10,7 +10,9 @@
 #include "ui/commands/command_handlers.h"
 #include "ui/commands/value_commands.h"
 #include "ui/compare/compare_window.h"
+#include "ui/draw/tones.h"
 #include "ui/draw/win.h"
+#include "ui/dress/dress.h"
 #include "ui/frame/frame_window.h"
 #include "ui/frame/help.h"
 #include "ui/frame/splitter.h"
@@ -332,6 +334,8 @@ MainWindow* CreateMainWindow(HINSTANCE instance, int show) {
     MessageBoxW(nullptr, L"Can not create window !", L"Hivequarry", MB_ICONEXCLAMATION);
     return nullptr;
   }
+  TheColours().choice = TheSettings().colours;
+  StartDressing();
   auto* window = new MainWindow;  // goes with its handle
   window->instance = instance;
   if (MakeHandle(window) == nullptr) {
@@ -410,6 +414,10 @@ CommandFacts FactsNow(const MainWindow& window) {
   facts.technical_view = window.view.technical;
   facts.cell_details = window.view.cell_details;
   facts.detail_pane = window.layout.detail_shown;
+  facts.toolbar = TheSettings().toolbar;
+  facts.colours_system = TheSettings().colours == ColourChoice::kSystem;
+  facts.colours_light = TheSettings().colours == ColourChoice::kLight;
+  facts.colours_dark = TheSettings().colours == ColourChoice::kDark;
   facts.evidence = window.host.evidence;
   facts.comparing = window.comparing;
   if (facts.hive) AddLogFacts(window, facts);

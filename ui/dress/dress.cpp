@@ -1,0 +1,143 @@
+#include "ui/dress/dress.h"
+
+#include <algorithm>
+#include <array>
+#include <iterator>
+
+#include "ui/draw/tones.h"
+#include "ui/dress/dress_kinds.h"
+#include "ui/dress/menu_dress.h"
+#include "ui/dress/system_dark.h"
+
+namespace hivequarry {
+namespace {
+
+constexpr UINT_PTR kDressId = 0x44726573;          // of the subclass
+constexpr wchar_t kKindOf[] = L"HivequarryDress";  // a dressed window's property
+constexpr wchar_t kDialogClass[] = L"#32770";
+
+constexpr DressKind kKinds[] = {
+    {WC_BUTTONW, nullptr, RouteButton},         {WC_STATICW, nullptr, RouteLabel},
+    {WC_EDITW, PutOnField, RouteField},         {WC_LISTBOXW, PutOnField, RouteField},
+    {WC_COMBOBOXW, PutOnChoice, RouteChoice},   {WC_TREEVIEWW, PutOnTree, RouteField},
+    {WC_LISTVIEWW, PutOnList, RouteField},      {WC_HEADERW, nullptr, RouteHeader},
+    {TOOLBARCLASSNAMEW, nullptr, RouteToolbar}, {STATUSCLASSNAMEW, nullptr, RouteStatusBar},
+    {PROGRESS_CLASSW, nullptr, RouteProgress},  {TOOLTIPS_CLASSW, PutOnTip, nullptr},
+};
+constexpr DressKind kFrame = {nullptr, PutOnFrame, RouteFrame};
+
+// Null for a window that is not dressed.
+const DressKind* KindOf(HWND window) {
+  return static_cast<const DressKind*>(GetPropW(window, kKindOf));
+}
+
+void PutOn(HWND window, const DressKind& kind) {
+  if (kind.put_on != nullptr) kind.put_on(window, IsDark());
+}
+
+bool TellsOfColours(UINT message) {
+  return message == WM_SYSCOLORCHANGE || message == WM_SETTINGCHANGE || message == WM_THEMECHANGED;
+}
+
+LRESULT CALLBACK DressProc(HWND window, UINT message, WPARAM first, LPARAM second, UINT_PTR id,
+                           DWORD_PTR data) {
+  const auto& kind = *reinterpret_cast<const DressKind*>(data);
+  if (message == WM_NCDESTROY) {
+    RemovePropW(window, kKindOf);
+    RemoveWindowSubclass(window, DressProc, id);
+    return DefSubclassProc(window, message, first, second);
+  }
+  if (TellsOfColours(message) && RenewColours()) RedressWindows();
+  if (kind.name == nullptr && message == WM_NCCALCSIZE) DressMenuBar(window);
+  LRESULT answer = 0;
+  if (IsDark() && (RouteMenus(window, message, first, second, answer) ||
+                   (kind.route != nullptr && kind.route(window, message, first, second, answer)))) {
+    return answer;
+  }
+  answer = DefSubclassProc(window, message, first, second);
+  // Controls go back to the system's colours when they are told of those.
+  if (message == WM_CREATE || message == WM_SYSCOLORCHANGE) PutOn(window, kind);
+  // The menu of the title bar is the system's.
+  if (message == WM_INITMENUPOPUP && HIWORD(second) == 0) DressMenu(reinterpret_cast<HMENU>(first));
+  return answer;
+}
+
+bool IsClass(HWND window, const wchar_t* wanted) {
+  std::array<wchar_t, 64> name{};
+  GetClassNameW(window, name.data(), static_cast<int>(name.size()));
+  return lstrcmpiW(name.data(), wanted) == 0;
+}
+
+// That of frames and panes for a class that has none of its own.
+const DressKind& KindOfClass(HWND window) {
+  const auto* found = std::ranges::find_if(
+      kKinds, [window](const DressKind& kind) { return IsClass(window, kind.name); });
+  return found != std::end(kKinds) ? *found : kFrame;
+}
+
+bool IsDressed(HWND window) { return KindOf(window) != nullptr; }
+
+// Message boxes are the system's own dialogs, or nobody's.
+bool IsOwnFrame(HWND window, const CREATESTRUCTW& made) {
+  if (made.hInstance == GetModuleHandleW(nullptr)) return true;
+  const bool of_system =
+      made.hInstance == nullptr || made.hInstance == GetModuleHandleW(L"user32.dll");
+  return of_system && IsClass(window, kDialogClass);
+}
+
+bool IsOurs(HWND window, const CREATESTRUCTW& made) {
+  if ((made.style & WS_CHILD) != 0) return IsDressed(made.hwndParent);
+  if (IsClass(window, TOOLTIPS_CLASSW)) {
+    return made.hwndParent != nullptr && IsDressed(GetAncestor(made.hwndParent, GA_ROOT));
+  }
+  return IsOwnFrame(window, made);
+}
+
+LRESULT CALLBACK OnWindowMade(int code, WPARAM first, LPARAM second) {
+  if (code == HCBT_CREATEWND) {
+    const HWND window = reinterpret_cast<HWND>(first);
+    const CREATESTRUCTW& made = *reinterpret_cast<CBT_CREATEWNDW*>(second)->lpcs;
+    if (IsOurs(window, made)) {
+      const DressKind& kind = KindOfClass(window);
+      SetPropW(window, kKindOf, const_cast<DressKind*>(&kind));
+      SetWindowSubclass(window, DressProc, kDressId, reinterpret_cast<DWORD_PTR>(&kind));
+    }
+  }
+  return CallNextHookEx(nullptr, code, first, second);
+}
+
+BOOL CALLBACK Redress(HWND window, LPARAM) {
+  if (const DressKind* kind = KindOf(window); kind != nullptr) PutOn(window, *kind);
+  return TRUE;
+}
+
+BOOL CALLBACK RedressFrame(HWND window, LPARAM) {
+  if (!IsDressed(window)) return TRUE;
+  Redress(window, 0);
+  EnumChildWindows(window, Redress, 0);
+  SendMessageW(window, WM_SYSCOLORCHANGE, 0, 0);
+  constexpr UINT kOnlyFrame = SWP_NOMOVE | SWP_NOSIZE | SWP_NOZORDER | SWP_NOACTIVATE;
+  SetWindowPos(window, nullptr, 0, 0, 0, 0, kOnlyFrame | SWP_FRAMECHANGED);
+  RedrawWindow(window, nullptr, nullptr, RDW_INVALIDATE | RDW_ERASE | RDW_FRAME | RDW_ALLCHILDREN);
+  return TRUE;
+}
+
+}  // namespace
+
+void StartDressing() {
+  // One hook for each thread that asks; it goes with the thread.
+  static thread_local const HHOOK hook =
+      SetWindowsHookExW(WH_CBT, OnWindowMade, nullptr, GetCurrentThreadId());
+  static_cast<void>(hook);
+  RenewColours();
+  SetDarkProgram(IsDark());
+}
+
+void RedressWindows() {
+  SetDarkProgram(IsDark());
+  EnumThreadWindows(GetCurrentThreadId(), RedressFrame, 0);
+}
+
+void DressMenu(HMENU menu) { SetOwnDrawn(menu, IsDark()); }
+
+}  // namespace hivequarry
