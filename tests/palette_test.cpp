@@ -44,6 +44,28 @@ TEST(PaletteTest, TextsCanBeReadOnTheirGrounds) {
   }
 }
 
+// Icons have dark lines on white sheets: these must be seen on dark grounds too, and not melt into
+// their sheets.
+TEST(PaletteTest, IconsAreLiftedJustEnough) {
+  const uint32_t ground = ColoursOfTone(Tone::kFace).dark;
+  EXPECT_EQ(LiftedFrom(ground, 0xFACC5C, 3), 0xFACC5CU);  // light enough as it is
+  EXPECT_EQ(LiftedFrom(ground, 0, 100), 0xFFFFFFU);
+  for (const uint32_t colour : {0x000000U, 0x344054U, 0x545E6CU, 0x1E64B4U, 0xC82E2EU}) {
+    const uint32_t lifted = LiftedFrom(ground, colour, 3);
+    EXPECT_GE(ContrastOf(lifted, ground), 3);
+    EXPECT_GE(ContrastOf(lifted, 0xFFFFFF), 4);
+  }
+}
+
+// Lines round controls, the marks of ticks and of progress are pictures too.
+TEST(PaletteTest, EdgesAreSeen) {
+  for (const Tone edge : {Tone::kEdge, Tone::kAccent}) {
+    for (const Tone ground : {Tone::kWindow, Tone::kFace}) {
+      EXPECT_GE(ContrastOf(ColoursOfTone(edge).dark, ColoursOfTone(ground).dark), 3);
+    }
+  }
+}
+
 // Of every text that says something there is a pair, so that none escapes the test above.
 TEST(PaletteTest, EveryTextHasItsGround) {
   for (const Tone tone :

@@ -26,7 +26,7 @@ constexpr std::array<ToneColours, kToneCount> kTones = {{
     {0xE1E1E1, 0x3A3A3A},  // kButton
     {0xE5F1FB, 0x454545},  // kHot
     {0xCCE4F7, 0x555555},  // kPressed
-    {0xA0A0A0, 0x5A5A5A},  // kEdge
+    {0xA0A0A0, 0x767676},  // kEdge
     {0x0067C0, 0x4CA6F0},  // kAccent
 }};
 
@@ -68,6 +68,19 @@ double LuminanceOf(uint32_t colour) {
 ToneColours ColoursOfTone(Tone tone) { return kTones[static_cast<size_t>(tone)]; }
 
 std::span<const TonePair> TonePairs() { return kPairs; }
+
+uint32_t LiftedFrom(uint32_t ground, uint32_t colour, double least) {
+  constexpr uint32_t kSteps = 32;
+  for (uint32_t step = 0; step < kSteps; ++step) {
+    uint32_t lifted = 0;
+    for (const int shift : {0, 8, 16}) {
+      const uint32_t part = colour >> shift & 0xFF;
+      lifted |= (part + (255 - part) * step / kSteps) << shift;
+    }
+    if (ContrastOf(lifted, ground) >= least) return lifted;
+  }
+  return 0xFFFFFF;
+}
 
 double ContrastOf(uint32_t one, uint32_t other) {
   const auto [less, more] = std::minmax({LuminanceOf(one), LuminanceOf(other)});

@@ -49,5 +49,8 @@ std::span<const TonePair> TonePairs();
 
 // How far two colours are apart to the eye: from 1 (the same) to 21 (black and white).
 double ContrastOf(uint32_t one, uint32_t other);
+// The colour itself, or the first one on the way from it to white that has `least` contrast to a
+// dark ground; white where none has.
+uint32_t LiftedFrom(uint32_t ground, uint32_t colour, double least);
 
 }  // namespace hivequarry

@@ -5,6 +5,8 @@
 #include <cwchar>
 #include <vector>
 
+#include "ui/draw/tones.h"
+
 namespace hivequarry {
 namespace {
 
@@ -95,8 +97,8 @@ void FreeCanvas(Canvas& canvas) {
 void FillShape(const Canvas& canvas, std::initializer_list<GridPoint> points, COLORREF colour) {
   std::vector<POINT> corners;
   for (const GridPoint point : points) corners.push_back(ToPixels(canvas, point));
-  const HBRUSH brush = CreateSolidBrush(colour);
-  const HPEN pen = CreatePen(PS_SOLID, 1, colour);
+  const HBRUSH brush = CreateSolidBrush(SeenColour(colour));
+  const HPEN pen = CreatePen(PS_SOLID, 1, SeenColour(colour));
   const HGDIOBJ old_brush = SelectObject(canvas.dc, brush);
   const HGDIOBJ old_pen = SelectObject(canvas.dc, pen);
   Polygon(canvas.dc, corners.data(), static_cast<int>(corners.size()));
@@ -110,13 +112,13 @@ void FillBox(const Canvas& canvas, double left, double top, double right, double
              COLORREF colour) {
   const RECT box{ToPixels(canvas, left), ToPixels(canvas, top), ToPixels(canvas, right),
                  ToPixels(canvas, bottom)};
-  const HBRUSH brush = CreateSolidBrush(colour);
+  const HBRUSH brush = CreateSolidBrush(SeenColour(colour));
   FillRect(canvas.dc, &box, brush);
   DeleteObject(brush);
 }
 
 void FillDisc(const Canvas& canvas, double x, double y, double radius, COLORREF colour) {
-  const HBRUSH brush = CreateSolidBrush(colour);
+  const HBRUSH brush = CreateSolidBrush(SeenColour(colour));
   const HGDIOBJ old_brush = SelectObject(canvas.dc, brush);
   const HGDIOBJ old_pen = SelectObject(canvas.dc, GetStockObject(NULL_PEN));
   Ellipse(canvas.dc, ToPixels(canvas, x - radius), ToPixels(canvas, y - radius),
@@ -150,7 +152,7 @@ void DrawLetters(const Canvas& canvas, const wchar_t* text, GridPoint centre, do
   const HFONT handle = CreateFontIndirectW(&font);
   const HGDIOBJ old_font = SelectObject(canvas.dc, handle);
   SetBkMode(canvas.dc, TRANSPARENT);
-  SetTextColor(canvas.dc, colour);
+  SetTextColor(canvas.dc, SeenColour(colour));
   SIZE extent{};
   const int length = static_cast<int>(std::wcslen(text));
   GetTextExtentPoint32W(canvas.dc, text, length, &extent);

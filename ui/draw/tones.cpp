@@ -56,6 +56,11 @@ COLORREF AsSystem(uint32_t colour) {
   return RGB(colour >> 16 & 0xFF, colour >> 8 & 0xFF, colour & 0xFF);
 }
 
+uint32_t Plain(COLORREF colour) {
+  return static_cast<uint32_t>(GetRValue(colour)) << 16 |
+         static_cast<uint32_t>(GetGValue(colour)) << 8 | GetBValue(colour);
+}
+
 // A part of `strong` in `weak`, in hundredths.
 COLORREF Mixed(COLORREF strong, COLORREF weak, int part) {
   const auto mix = [part](int a, int b) { return (a * part + b * (100 - part)) / 100; };
@@ -120,10 +125,12 @@ HBRUSH BrushOf(Tone tone) {
   return kept.brush;
 }
 
-uint32_t PlainColourOf(Tone tone) {
-  const COLORREF colour = ColourOf(tone);
-  return static_cast<uint32_t>(GetRValue(colour)) << 16 |
-         static_cast<uint32_t>(GetGValue(colour)) << 8 | GetBValue(colour);
+uint32_t PlainColourOf(Tone tone) { return Plain(ColourOf(tone)); }
+
+COLORREF SeenColour(COLORREF colour) {
+  constexpr double kLeast = 3;  // what the guidelines ask for pictures
+  if (!IsDark()) return colour;
+  return AsSystem(LiftedFrom(PlainColourOf(Tone::kFace), Plain(colour), kLeast));
 }
 
 const wchar_t* ListTheme() { return IsDark() ? L"DarkMode_Explorer" : L"Explorer"; }

@@ -26,6 +26,9 @@ bool IsDark();
 COLORREF ColourOf(Tone tone);
 // Belongs to this room, and is right until the colours change.
 HBRUSH BrushOf(Tone tone);
+// The colour of a part of an icon, made light enough to be seen on dark grounds where those are in
+// force. It can be told from white as before.
+COLORREF SeenColour(COLORREF colour);
 // As a picture has it, 0xRRGGBB.
 uint32_t PlainColourOf(Tone tone);
 

@@ -10,7 +10,7 @@ namespace hivequarry {
 namespace {
 
 constexpr int kTitleMargin = 6;  // at both sides of a title, at 96 dpi
-constexpr int kArrowRoom = 14;   // after it, where the list is in its order
+constexpr int kArrowRoom = 16;   // after it, where the list is in its order
 
 void DrawTitle(HWND header, HDC dc, int index) {
   RECT area;
@@ -28,7 +28,7 @@ void DrawTitle(HWND header, HDC dc, int index) {
   if ((item.fmt & (HDF_SORTUP | HDF_SORTDOWN)) != 0) {
     RECT arrow = area;
     arrow.left = arrow.right - Scale(kArrowRoom, dpi);
-    DrawTriangle(dc, arrow, Scale(3, dpi), (item.fmt & HDF_SORTUP) != 0, Tone::kFaceText);
+    DrawTriangle(dc, arrow, Scale(4, dpi), (item.fmt & HDF_SORTUP) != 0, Tone::kFaceText);
     area.right = arrow.left;
   }
   const UINT side = (item.fmt & HDF_JUSTIFYMASK) == HDF_RIGHT ? DT_RIGHT : DT_LEFT;

@@ -90,9 +90,9 @@ LRESULT DrawListRow(NMLVCUSTOMDRAW& notice) {
   const auto row = static_cast<int>(notice.nmcd.dwItemSpec);
   const HWND list = notice.nmcd.hdr.hwndFrom;
   if (ListView_GetItemState(list, row, LVIS_SELECTED) == 0) return CDRF_DODEFAULT;
-  if (!IsDimmedSelection(notice.nmcd)) return CDRF_DODEFAULT;
+  if (!HasOwnSelection(notice.nmcd)) return CDRF_DODEFAULT;
   notice.nmcd.uItemState &= ~static_cast<UINT>(CDIS_SELECTED);
-  SetDimmedColours(notice.clrText, notice.clrTextBk);
+  SetSelectionColours(notice.nmcd, notice.clrText, notice.clrTextBk);
   return CDRF_DODEFAULT;
 }
 

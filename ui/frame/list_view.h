@@ -28,7 +28,7 @@ void FitColumns(HWND list, uint32_t dpi);
 // Keeps the columns' widths in proportion when the resolution changes.
 void ScaleColumns(HWND list, uint32_t old_dpi, uint32_t new_dpi);
 int ColumnCount(HWND list);
-// The answer to NM_CUSTOMDRAW: what is selected is dimmed while another pane has the focus.
+// The answer to NM_CUSTOMDRAW: what is selected has the colours of dimmed_selection.h.
 LRESULT DrawListRow(NMLVCUSTOMDRAW& notice);
 // Capital and small letters alike, as typing to find wants it.
 bool StartsWith(const std::wstring& text, const std::wstring& start);

@@ -528,7 +528,9 @@ LRESULT OnTreeDraw(const TreePane& pane, NMTVCUSTOMDRAW& notice) {
   const bool gone = pane.freed != nullptr && item != 0 && item != kNoItem;
   if (gone && !selected) notice.clrText = ColourOf(Tone::kPale);
   if (gone && pane.struck != nullptr) SelectObject(notice.nmcd.hdc, pane.struck);
-  if (IsDimmedSelection(notice.nmcd)) SetDimmedColours(notice.clrText, notice.clrTextBk);
+  if (HasOwnSelection(notice.nmcd)) {
+    SetSelectionColours(notice.nmcd, notice.clrText, notice.clrTextBk);
+  }
   return gone && pane.struck != nullptr ? CDRF_NEWFONT : CDRF_DODEFAULT;
 }
 
