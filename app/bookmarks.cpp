@@ -9,16 +9,18 @@
 #include "app/key_paths.h"
 #include "hive/root_path.h"
 #include "hive/timestamp.h"
+#include "host/case.h"
 #include "host/files.h"
 #include "host/host.h"
 #include "host/number_text.h"
 #include "host/output_file.h"
+#include "lists/list_kinds.h"
 
 namespace hivequarry {
 namespace {
 
 constexpr std::string_view kHeading =
-    "# Bookmarks: key, time (UTC), hive file, note; tabs stand between them\r\n";
+    "# Bookmarks: key, time (UTC), hive file, note, what else is known; tabs are between them\r\n";
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 
 bool IsControl(char c) { return static_cast<uint8_t>(c) < 0x20 || c == 0x7F; }
@@ -70,6 +72,61 @@ bool ReadTime(std::string_view text, uint64_t& time) {
   return TimeText(time) == text;  // no day that its month does not have, no minute 60
 }
 
+// Fields after the first four
+
+constexpr std::string_view kValueField = "value=";
+constexpr std::string_view kListField = "list=";
+constexpr std::string_view kRowField = "row=";
+constexpr std::string_view kPlaceField = "at=";
+constexpr std::string_view kHashField = "sha256=";
+constexpr std::string_view kTagsField = "tags=";
+
+// "0x00001020".
+bool ReadPosition(std::string_view text, uint32_t& position) {
+  if (!text.starts_with("0x") || text.size() == 2) return false;
+  const char* const end = text.data() + text.size();
+  const auto [last, error] = std::from_chars(text.data() + 2, end, position, 16);
+  return error == std::errc() && last == end;
+}
+
+bool IsHash(std::string_view text) {
+  return text.size() == 64 &&
+         std::ranges::all_of(text, [](char c) { return DigitOf(static_cast<uint8_t>(c)) < 16; });
+}
+
+// Takes one field; false for one that is not known, or can't be read.
+bool TakeField(std::string_view field, Bookmark& bookmark) {
+  const auto rest = [field](std::string_view name) { return field.substr(name.size()); };
+  if (field.starts_with(kValueField)) {
+    const std::string name = DecodedName(rest(kValueField));
+    if (!IsText(name)) return false;
+    bookmark.kind = BookmarkKind::kValue;
+    bookmark.value = name;
+    return true;
+  }
+  if (field.starts_with(kListField)) {
+    const int list = NumberOf(rest(kListField));
+    if (list < 0) return false;
+    bookmark.kind = BookmarkKind::kRow;
+    bookmark.list = list;
+    return true;
+  }
+  if (field.starts_with(kPlaceField)) {
+    uint32_t position = 0;
+    if (!ReadPosition(rest(kPlaceField), position)) return false;
+    bookmark.position = position;
+    return true;
+  }
+  if (field.starts_with(kHashField) && IsHash(rest(kHashField))) {
+    bookmark.sha256 = rest(kHashField);
+    std::ranges::transform(bookmark.sha256, bookmark.sha256.begin(), SmallLetter);
+    return true;
+  }
+  if (field.starts_with(kRowField)) bookmark.row = rest(kRowField);
+  if (field.starts_with(kTagsField)) bookmark.tags = TagsOf(rest(kTagsField));
+  return field.starts_with(kRowField) || field.starts_with(kTagsField);
+}
+
 // Lines
 
 std::string_view CutField(std::string_view& text) {
@@ -85,21 +142,26 @@ std::string_view WithoutEnd(std::string_view line) {
 }
 
 std::string LineOf(const Bookmark& bookmark) {
-  return bookmark.path + '\t' + TimeText(bookmark.time) + '\t' + bookmark.hive + '\t' +
-         bookmark.note;
+  std::string line = Concat(
+      {bookmark.path, "\t", TimeText(bookmark.time), "\t", bookmark.hive, "\t", bookmark.note});
+  const auto add = [&line](std::string_view name, std::string_view text) {
+    line.append("\t").append(name).append(text);
+  };
+  if (bookmark.kind == BookmarkKind::kValue) add(kValueField, EncodedName(bookmark.value));
+  if (bookmark.kind == BookmarkKind::kRow) {
+    add(kListField, std::to_string(bookmark.list));
+    add(kRowField, bookmark.row);
+  }
+  if (bookmark.position != kNoOffset) add(kPlaceField, HexNumber(bookmark.position));
+  if (!bookmark.sha256.empty()) add(kHashField, bookmark.sha256);
+  if (!bookmark.tags.empty()) add(kTagsField, TagWords(bookmark.tags));
+  if (!bookmark.further.empty()) add("", bookmark.further);
+  return line;
 }
 
-// What is after the fields that are known.
-std::string_view FurtherFields(std::string_view text) {
-  for (int field = 0; field < 4; ++field) CutField(text);
-  return text;
-}
-
-BookmarkLine MadeLine(Bookmark bookmark, std::string_view further) {
+BookmarkLine MadeLine(Bookmark bookmark) {
   BookmarkLine line;
-  line.text = LineOf(bookmark);
-  if (!further.empty()) line.text.append("\t").append(further);
-  line.text += "\r\n";
+  line.text = LineOf(bookmark) + "\r\n";
   line.readable = true;
   line.bookmark = std::move(bookmark);
   return line;
@@ -125,10 +187,10 @@ size_t FileSizeOf(const std::vector<BookmarkLine>& lines) {
   return size;
 }
 
-// The first line of a bookmark of that key; the number of lines when there is none.
-size_t FindLine(const std::vector<BookmarkLine>& lines, std::string_view path) {
-  const auto found = std::ranges::find_if(lines, [path](const BookmarkLine& line) {
-    return line.readable && SameKeyPath(line.bookmark.path, path);
+// The first line that is a bookmark of the same thing; the number of lines when there is none.
+size_t FindLine(const std::vector<BookmarkLine>& lines, const Bookmark& bookmark) {
+  const auto found = std::ranges::find_if(lines, [&bookmark](const BookmarkLine& line) {
+    return line.readable && SameBookmark(line.bookmark, bookmark);
   });
   return static_cast<size_t>(found - lines.begin());
 }
@@ -159,6 +221,68 @@ bool IsShown(const Bookmark& bookmark, BookmarkFilter filter) {
   }
 }
 
+// Puts a changed bookmark into its line.
+BookmarkChange ReplaceLine(Bookmarks& bookmarks, size_t line, Bookmark changed) {
+  BookmarkLine made = MadeLine(std::move(changed));
+  const size_t others = FileSizeOf(bookmarks.lines) - bookmarks.lines[line].text.size();
+  const bool full = others + made.text.size() > kMaxBookmarkFile;
+  if (full || IsTooLong(made)) return BookmarkChange::kFull;
+  bookmarks.lines[line] = std::move(made);
+  return BookmarkChange::kDone;
+}
+
+bool IsBookmark(const Bookmarks& bookmarks, size_t line) {
+  return line < bookmarks.lines.size() && bookmarks.lines[line].readable;
+}
+
+// The texts of a field come to be what a line can hold.
+void Clean(Bookmark& bookmark) {
+  bookmark.path = CleanKeyPath(bookmark.path);
+  for (std::string* const text : {&bookmark.hive, &bookmark.note, &bookmark.row}) {
+    *text = CleanText(*text);
+  }
+  bookmark.tags = TagsOf(CleanText(TagWords(bookmark.tags)));
+}
+
+std::string_view Trimmed(std::string_view text) {
+  const size_t start = std::min(text.find_first_not_of(' '), text.size());
+  text.remove_prefix(start);
+  return text.substr(0, text.find_last_not_of(' ') + 1);
+}
+
+// Takes the next word off `words`, its quotes gone; empty at the end.
+std::string CutWord(std::string_view& words) {
+  std::string word;
+  bool quoted = false;
+  words.remove_prefix(std::min(words.find_first_not_of(' '), words.size()));
+  size_t at = 0;
+  for (; at < words.size() && (quoted || words[at] != ' '); ++at) {
+    if (words[at] == '"') {
+      quoted = !quoted;
+    } else {
+      word += words[at];
+    }
+  }
+  words.remove_prefix(at);
+  return word;
+}
+
+bool HasTag(const Bookmark& bookmark, std::string_view tag) {
+  return std::ranges::any_of(bookmark.tags,
+                             [tag](std::string_view own) { return EqualIgnoringCase(own, tag); });
+}
+
+bool HasWord(const Bookmark& bookmark, std::string_view word) {
+  constexpr std::string_view kTag = "tag:";
+  if (StartsIgnoringCase(word, kTag)) return HasTag(bookmark, word.substr(kTag.size()));
+  const std::string wanted = CapitalsOfText(word);
+  for (const std::string& text :
+       {BookmarkTitle(bookmark), bookmark.note, TagWords(bookmark.tags), bookmark.hive}) {
+    if (CapitalsOfText(text).find(wanted) != std::string::npos) return true;
+  }
+  return false;
+}
+
 // Reads at most one byte more than a file may have.
 bool ReadText(std::FILE* stream, std::string& text) {
   char piece[16384];
@@ -185,6 +309,12 @@ bool ReadBookmarkLine(std::string_view text, Bookmark& bookmark) {
   if (alone && RootGroupOf(read.path) == RootGroup::kOther) return false;
   read.hive = CutField(text);
   read.note = CutField(text);
+  while (!text.empty()) {
+    const std::string_view field = CutField(text);
+    if (TakeField(field, read)) continue;
+    if (!read.further.empty()) read.further += '\t';
+    read.further += field;
+  }
   bookmark = std::move(read);
   return true;
 }
@@ -213,21 +343,20 @@ bool SaveBookmarks(const std::string& file, const Bookmarks& bookmarks) {
 }
 
 BookmarkChange AddBookmark(Bookmarks& bookmarks, Bookmark bookmark) {
-  bookmark.path = CleanKeyPath(bookmark.path);
-  bookmark.hive = CleanText(bookmark.hive);
-  bookmark.note = CleanText(bookmark.note);
+  Clean(bookmark);
   if (bookmark.time == 0) bookmark.time = FileTimeNow();
   if (bookmark.path.empty()) return BookmarkChange::kBadPath;
   std::vector<BookmarkLine> lines = bookmarks.lines;
-  const size_t old = FindLine(lines, bookmark.path);
+  const size_t old = FindLine(lines, bookmark);
   const bool moved = old < lines.size();
-  std::string further;
   if (moved) {
-    if (bookmark.note.empty()) bookmark.note = CleanText(lines[old].bookmark.note);
-    further = FurtherFields(WithoutEnd(lines[old].text));
+    const Bookmark& before = lines[old].bookmark;
+    if (bookmark.note.empty()) bookmark.note = CleanText(before.note);
+    if (bookmark.tags.empty()) bookmark.tags = before.tags;
+    bookmark.further = before.further;
     EraseLine(lines, old);
   }
-  BookmarkLine made = MadeLine(std::move(bookmark), further);
+  BookmarkLine made = MadeLine(std::move(bookmark));
   const bool long_line = IsTooLong(made);
   InsertInFront(lines, std::move(made));
   if (long_line || FileSizeOf(lines) > kMaxBookmarkFile) return BookmarkChange::kFull;
@@ -236,25 +365,90 @@ BookmarkChange AddBookmark(Bookmarks& bookmarks, Bookmark bookmark) {
 }
 
 BookmarkChange SetBookmarkNote(Bookmarks& bookmarks, size_t line, std::string_view note) {
-  if (line >= bookmarks.lines.size() || !bookmarks.lines[line].readable) {
-    return BookmarkChange::kBadPath;
-  }
-  const BookmarkLine& old = bookmarks.lines[line];
-  Bookmark bookmark = old.bookmark;
-  bookmark.note = CleanText(note);
-  BookmarkLine made = MadeLine(std::move(bookmark), FurtherFields(WithoutEnd(old.text)));
-  const size_t others = FileSizeOf(bookmarks.lines) - old.text.size();
-  const bool full = others + made.text.size() > kMaxBookmarkFile;
-  if (full || IsTooLong(made)) return BookmarkChange::kFull;
-  bookmarks.lines[line] = std::move(made);
-  return BookmarkChange::kDone;
+  if (!IsBookmark(bookmarks, line)) return BookmarkChange::kBadPath;
+  Bookmark changed = bookmarks.lines[line].bookmark;
+  changed.note = CleanText(note);
+  return ReplaceLine(bookmarks, line, std::move(changed));
 }
 
-bool DeleteBookmark(Bookmarks& bookmarks, std::string_view path) {
-  const size_t line = FindLine(bookmarks.lines, path);
+BookmarkChange SetBookmarkTags(Bookmarks& bookmarks, size_t line, std::string_view tags) {
+  if (!IsBookmark(bookmarks, line)) return BookmarkChange::kBadPath;
+  Bookmark changed = bookmarks.lines[line].bookmark;
+  changed.tags = TagsOf(CleanText(tags));
+  return ReplaceLine(bookmarks, line, std::move(changed));
+}
+
+bool DeleteBookmark(Bookmarks& bookmarks, const Bookmark& bookmark) {
+  const size_t line = FindBookmarkLine(bookmarks, bookmark);
   if (line == bookmarks.lines.size()) return false;
   EraseLine(bookmarks.lines, line);
   return true;
+}
+
+size_t FindBookmarkLine(const Bookmarks& bookmarks, const Bookmark& bookmark) {
+  const std::string text = LineOf(bookmark);
+  for (size_t line = 0; line < bookmarks.lines.size(); ++line) {
+    const BookmarkLine& at = bookmarks.lines[line];
+    if (at.readable && LineOf(at.bookmark) == text) return line;
+  }
+  return FindLine(bookmarks.lines, bookmark);
+}
+
+bool SameBookmark(const Bookmark& a, const Bookmark& b) {
+  if (a.kind != b.kind || !SameKeyPath(a.path, b.path)) return false;
+  if (!EqualIgnoringCase(a.value, b.value) || a.list != b.list || a.row != b.row) return false;
+  if (a.sha256.empty() || b.sha256.empty()) return true;
+  const bool places = a.position != kNoOffset && b.position != kNoOffset;
+  return a.sha256 == b.sha256 && (!places || a.position == b.position);
+}
+
+std::vector<std::string> TagsOf(std::string_view words) {
+  std::vector<std::string> tags;
+  while (!words.empty()) {
+    const std::string_view whole = words.substr(0, words.find(','));
+    words.remove_prefix(std::min(whole.size() + 1, words.size()));
+    const std::string_view tag = Trimmed(whole);
+    const auto same = [tag](const std::string& other) { return EqualIgnoringCase(other, tag); };
+    if (!tag.empty() && std::ranges::none_of(tags, same)) tags.emplace_back(tag);
+  }
+  return tags;
+}
+
+std::string TagWords(const std::vector<std::string>& tags) {
+  std::string words;
+  for (const std::string& tag : tags) {
+    if (!words.empty()) words += ", ";
+    words += tag;
+  }
+  return words;
+}
+
+std::vector<std::string> AllTags(const Bookmarks& bookmarks) {
+  std::vector<std::string> tags;
+  for (const BookmarkLine& line : bookmarks.lines) {
+    if (line.readable)
+      tags.insert(tags.end(), line.bookmark.tags.begin(), line.bookmark.tags.end());
+  }
+  std::ranges::sort(tags, [](const std::string& a, const std::string& b) {
+    return CompareIgnoringCase(a, b) < 0;
+  });
+  const auto rest = std::unique(tags.begin(), tags.end(), [](const auto& a, const auto& b) {
+    return EqualIgnoringCase(a, b);
+  });
+  tags.erase(rest, tags.end());
+  return tags;
+}
+
+std::string BookmarkTitle(const Bookmark& bookmark) {
+  std::string title = ShownKeyPath(bookmark.path);
+  if (bookmark.kind == BookmarkKind::kValue) {
+    title += " : ";
+    title += bookmark.value.empty() ? "(Default value)" : bookmark.value;
+  }
+  if (bookmark.kind == BookmarkKind::kRow) {
+    title += Concat({" : ", FindListKind(bookmark.list).title, " : ", bookmark.row});
+  }
+  return title;
 }
 
 std::vector<size_t> ShownBookmarks(const Bookmarks& bookmarks, BookmarkFilter filter) {
@@ -262,6 +456,15 @@ std::vector<size_t> ShownBookmarks(const Bookmarks& bookmarks, BookmarkFilter fi
   for (size_t line = 0; line < bookmarks.lines.size(); ++line) {
     const BookmarkLine& at = bookmarks.lines[line];
     if (at.readable && IsShown(at.bookmark, filter)) shown.push_back(line);
+  }
+  return shown;
+}
+
+std::vector<size_t> BookmarksWith(const Bookmarks& bookmarks, std::string_view words) {
+  std::vector<size_t> shown = ShownBookmarks(bookmarks, BookmarkFilter::kAll);
+  for (std::string word = CutWord(words); !word.empty(); word = CutWord(words)) {
+    std::erase_if(shown,
+                  [&](size_t line) { return !HasWord(bookmarks.lines[line].bookmark, word); });
   }
   return shown;
 }

@@ -1,10 +1,20 @@
-// Bookmarks: keys that the user wants to come back to, in a text file beside the program.
+// Bookmarks: keys, values and rows of lists that the user wants to come back to, in a text file.
 //
 // The file is UTF-8 text, a bookmark a line, the newest first. Its fields are apart by tabs:
 //
 //   key path   time (UTC, "2026-11-21T13:05:00Z")   hive file   note
 //
-// Further fields are left alone. A line may be the path alone when its root is one of the registry.
+// and after these, each where it is known and in any order:
+//
+//   value=NAME      the bookmark is of a value: its name, written as names in paths are
+//   list=NUMBER     it is of a row of a list of that kind, whose key the path is,
+//   row=TEXT        and this is what the row showed
+//   at=0x00001020   where the record of key, value or row is in the file
+//   sha256=DIGITS   of that file
+//   tags=A, B
+//
+// Other fields there are left alone; readers that know the first four alone see a bookmark of the
+// key. A line may be the path alone when its root is one of the registry.
 // Lines of "#" or ";" are remarks. They and every line that can't be read (too long, no UTF-8, a
 // time that is none) are passed over and stay where they are when the file is written again; so
 // does the wording of each bookmark that is not changed.
@@ -19,17 +29,30 @@
 #include <string_view>
 #include <vector>
 
+#include "hive/image.h"
+
 namespace hivequarry {
 
 inline constexpr size_t kMaxBookmarkFile = size_t{1} << 20;  // bytes
 inline constexpr size_t kMaxBookmarkLine = 4096;             // bytes, without the line's end
-inline constexpr size_t kMaxBookmarkText = 500;              // bytes of a note, or of a file's name
+inline constexpr size_t kMaxBookmarkText =
+    500;  // bytes of a note, a file's name, a row, or all tags
+
+enum class BookmarkKind : uint8_t { kKey, kValue, kRow };
 
 struct Bookmark {
   std::string path;   // a key path (key_paths.h)
   uint64_t time = 0;  // FILETIME, UTC; 0 when not known
   std::string hive;   // the hive file in which it was set, UTF-8; may be empty
   std::string note;   // UTF-8; may be empty
+  BookmarkKind kind = BookmarkKind::kKey;
+  std::string value = {};         // of kValue: its name; empty for the default value
+  int list = 0;                   // of kRow: the kind of its list
+  std::string row = {};           // what it showed
+  uint32_t position = kNoOffset;  // in the file; kNoOffset when not known
+  std::string sha256 = {};        // of the file, small hexadecimal digits; empty when not known
+  std::vector<std::string> tags = {};
+  std::string further = {};  // fields that are not known here
 };
 
 struct BookmarkLine {
@@ -59,14 +82,30 @@ enum class BookmarkChange {
   kBadPath,  // the path names nothing, or is too long
   kFull,     // the file, or the line, would become too long
 };
-// Puts a bookmark before all others; one of the same key goes, but leaves its note to a new
-// one without, and its further fields. Notes and names of files become one line of at most
-// kMaxBookmarkText bytes. Without a time it gets that of now.
+// Puts a bookmark before all others; one of the same thing goes, but leaves its note and tags to a
+// new one without, and its further fields. Notes, rows and names of files become one line of at
+// most kMaxBookmarkText bytes. Without a time it gets that of now.
 BookmarkChange AddBookmark(Bookmarks& bookmarks, Bookmark bookmark);
-// Changes the note of a line that is a bookmark; nothing else of the line that can be read is lost.
+// Changes note and tags of a line that is a bookmark; nothing else of the line that can be read is
+// lost.
 BookmarkChange SetBookmarkNote(Bookmarks& bookmarks, size_t line, std::string_view note);
-// Takes the bookmark of a key out; false when there is none.
-bool DeleteBookmark(Bookmarks& bookmarks, std::string_view path);
+BookmarkChange SetBookmarkTags(Bookmarks& bookmarks, size_t line, std::string_view tags);
+// Takes the bookmark of a thing out; false when there is none.
+bool DeleteBookmark(Bookmarks& bookmarks, const Bookmark& bookmark);
+// The line of that bookmark, else the first one of the same thing; the number of lines when there
+// is none.
+size_t FindBookmarkLine(const Bookmarks& bookmarks, const Bookmark& bookmark);
+// True when both are of the same key, value or row. Bookmarks whose files are known to differ are
+// of two things, and so are those of two places in one file.
+bool SameBookmark(const Bookmark& a, const Bookmark& b);
+
+// The tags in a text that has commas between them: without blanks around, none twice.
+std::vector<std::string> TagsOf(std::string_view words);
+std::string TagWords(const std::vector<std::string>& tags);
+// Those of all bookmarks, in the order of the alphabet.
+std::vector<std::string> AllTags(const Bookmarks& bookmarks);
+// What it is of, as a user reads it: the key's path, then the value's name or what the row showed.
+std::string BookmarkTitle(const Bookmark& bookmark);
 
 // What the list of bookmarks shows: "All", "HKLM", "HKCU", "HKU". Bookmarks of HKEY_CLASSES_ROOT
 // and HKEY_CURRENT_CONFIG count to HKLM, whose branch these roots show; those without a registry
@@ -75,5 +114,8 @@ enum class BookmarkFilter { kAll, kMachine, kUser, kUsers };
 inline constexpr const char* kBookmarkFilterNames[] = {"All", "HKLM", "HKCU", "HKU"};
 // The numbers of the lines that are shown, in the file's order.
 std::vector<size_t> ShownBookmarks(const Bookmarks& bookmarks, BookmarkFilter filter);
+// Those that have all words of a text: in title, note or tags, capital and small letters alike;
+// `tag:word` is met by that tag alone. Quotes keep blanks: `tag:"to do"`.
+std::vector<size_t> BookmarksWith(const Bookmarks& bookmarks, std::string_view words);
 
 }  // namespace hivequarry

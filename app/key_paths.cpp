@@ -357,6 +357,19 @@ std::string ShownKeyPath(std::string_view path) {
   return text;
 }
 
+std::string EncodedName(std::string_view name) { return Encoded(name); }
+std::string DecodedName(std::string_view text) { return Decoded(text); }
+
+std::string KeyPathOfShown(std::string_view shown) {
+  Names names;
+  for (size_t at = 0; at < shown.size();) {
+    const size_t end = std::min(shown.find('\\', at), shown.size());
+    if (end > at) names.emplace_back(shown.substr(at, end - at));
+    at = end + 1;
+  }
+  return CleanKeyPath(Joined(names));
+}
+
 bool SameKeyPath(std::string_view a, std::string_view b) {
   return std::ranges::equal(NamesOf(a), NamesOf(b), [](std::string_view x, std::string_view y) {
     return EqualIgnoringCase(x, y);

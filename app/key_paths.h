@@ -29,6 +29,11 @@ std::string CleanKeyPath(std::string_view path);
 std::string AsciiKeyPath(std::string_view path);
 // As a user reads it: the names as they are, the root in long form.
 std::string ShownKeyPath(std::string_view path);
+// A name as it is in a path, and back: for other names that are kept in lines of text.
+std::string EncodedName(std::string_view name);
+std::string DecodedName(std::string_view text);
+// The path of what is shown as one already; a "\" in a name is taken for the end of it.
+std::string KeyPathOfShown(std::string_view shown);
 // True for paths of the same key; case does not matter, and neither does the form of the root.
 bool SameKeyPath(std::string_view a, std::string_view b);
 

@@ -211,6 +211,16 @@ void ReadTimeline(const ProfileLookup& lookup, TimelineSettings& timeline) {
   timeline.base_block = lookup("KTIME", "Hive", "", kMaxText) == "1";
 }
 
+void ReadBookmarkPane(const ProfileLookup& lookup, BookmarkPaneSettings& pane) {
+  const auto number = [&lookup](const char* key) {
+    return NumberWithin(lookup("KBMP", key, "", kMaxText), 0, kMaxWidth);
+  };
+  pane.shown = lookup("KBMP", "Shown", "", kMaxText) == "1";
+  pane.below = lookup("KBMP", "Right", "", kMaxText) != "1";
+  pane.height = number("Height");
+  pane.width = number("Width");
+}
+
 void ReadOptions(const ProfileLookup& lookup, Options& options) {
   SetOptionDigits(lookup("KAS", "KGP1", "Z", kMaxText), options);
   options.code_page_text = lookup("KAS", "CPT", "", kMaxText) == "1";
@@ -286,6 +296,14 @@ void WriteTimeline(Writer& writer, const TimelineSettings& timeline) {
   Put(writer, "KTIME", "Hive", timeline.base_block ? "1" : "");
 }
 
+void WriteBookmarkPane(Writer& writer, const BookmarkPaneSettings& pane) {
+  const auto text = [](int number) { return number == 0 ? std::string() : std::to_string(number); };
+  Put(writer, "KBMP", "Shown", pane.shown ? "1" : "");
+  Put(writer, "KBMP", "Right", pane.below ? "" : "1");
+  Put(writer, "KBMP", "Height", text(pane.height));
+  Put(writer, "KBMP", "Width", text(pane.width));
+}
+
 // Numbers after the given ones are set to 0 where the file has any.
 void WriteNumbers(Writer& writer, const NumberRow& row, const Numbers& numbers) {
   const auto count = std::min(numbers.size(), static_cast<size_t>(row.count));
@@ -325,6 +343,7 @@ bool WriteAll(const std::string& file, const Settings& settings) {
   for (size_t i = 0; i < kPlacedWindows; ++i) WritePlace(writer, kPlaces[i], settings.places[i]);
   WriteDates(writer, settings.dates);
   WriteTimeline(writer, settings.timeline);
+  WriteBookmarkPane(writer, settings.bookmark_pane);
   return !writer.failed;
 }
 
@@ -406,6 +425,7 @@ void TakeOthersSettings(const Settings& read, const Settings& file, Settings& ou
   take(&Settings::range_end);
   take(&Settings::dates);
   take(&Settings::timeline);
+  take(&Settings::bookmark_pane);
   take(&Settings::main);
   take(&Settings::output_columns);
   take(&Settings::tree_width);
@@ -431,6 +451,7 @@ void ReadSettings(const ProfileLookup& lookup, Settings& settings) {
   ReadRange(lookup, settings);
   ReadDates(lookup, settings.dates);
   ReadTimeline(lookup, settings.timeline);
+  ReadBookmarkPane(lookup, settings.bookmark_pane);
   settings.freed_in_tree = lookup("KAS", "FIT", "", kMaxText) != "0";
   settings.colours = ColoursFromText(lookup("KAS", "COL", "", kMaxText));
   settings.toolbar = lookup("KAS", "TB", "", kMaxText) != "0";

@@ -119,6 +119,15 @@ struct TimelineSettings {
   bool operator==(const TimelineSettings&) const = default;
 };
 
+// The pane of bookmarks ("KBMP").
+struct BookmarkPaneSettings {
+  bool shown = false;
+  bool below = true;  // the other panes; else at their right
+  int height = 0;     // at 96 dpi; 0: built-in
+  int width = 0;
+  bool operator==(const BookmarkPaneSettings&) const = default;
+};
+
 // All that the program keeps in its file.
 struct Settings {
   Histories histories;
@@ -132,6 +141,7 @@ struct Settings {
   uint32_t range_end = 0;
   DateSettings dates;
   TimelineSettings timeline;
+  BookmarkPaneSettings bookmark_pane;
   WindowPlace main;                 // "WPS1"; its columns are those of the value pane ("WPS2")
   std::vector<int> output_columns;  // of the Output List pane ("WPS3")
   int tree_width = 0;               // "w40", at 96 dpi; 0: built-in

@@ -257,7 +257,8 @@ bool WriteHtmlReport(const HtmlReport& report, const TextSink& sink) {
   }
   page << "</ul></nav>\n";
   for (const HtmlSection& section : report.sections) {
-    if (&section == &report.sections.back()) WriteBars(report.picture, page);
+    const bool last = &section == &report.sections.back();
+    for (size_t i = 0; last && i < report.pictures.size(); ++i) WriteBars(report.pictures[i], page);
     WriteSection(section, page);
   }
   page << kScript << "</body>\n</html>\n";

@@ -33,7 +33,7 @@ struct HtmlBars {
 struct HtmlReport {
   std::string title;
   std::vector<std::string> lines;  // under it
-  HtmlBars picture;
+  std::vector<HtmlBars> pictures;  // before the last section
   std::vector<HtmlSection> sections;
 };
 

@@ -341,7 +341,7 @@ bool WriteReport(Machine& machine, const std::string& ending) {
   report.lines = {std::to_string(machine.sources.size()) +
                   " hives and logs, known by their content. Times are UTC unless a column says "
                   "otherwise. The files were read and not written; logs were applied in memory."};
-  report.picture = BarsOf(machine.timeline);
+  report.pictures.push_back(BarsOf(machine.timeline));
   report.sections = SectionsOf(machine, ending);
   const OutputList& joined = *report.sections[2].lists.front().second;
   return WriteText(machine, "joined" + ending, TextOfList(joined, machine.printing)) &&

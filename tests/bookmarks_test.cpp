@@ -81,10 +81,101 @@ TEST(BookmarkFileTest, WhatCanNotBeReadStays) {
   const size_t user = ShownBookmarks(bookmarks, BookmarkFilter::kUser)[0];
   EXPECT_EQ(SetBookmarkNote(bookmarks, user, "new\r\n"), BookmarkChange::kDone);
   EXPECT_EQ(bookmarks.lines[user].text, "HKEY_CURRENT_USER\\U\t\t\tnew  \textra\r\n");
-  EXPECT_TRUE(DeleteBookmark(bookmarks, "HKEY_CLASSES_ROOT\\c"));
-  EXPECT_FALSE(DeleteBookmark(bookmarks, "HKEY_CLASSES_ROOT\\c"));
+  EXPECT_TRUE(DeleteBookmark(bookmarks, {"HKEY_CLASSES_ROOT\\c", 0, {}, {}}));
+  EXPECT_FALSE(DeleteBookmark(bookmarks, {"HKEY_CLASSES_ROOT\\c", 0, {}, {}}));
   EXPECT_EQ(ShownBookmarks(bookmarks, BookmarkFilter::kMachine).size(), 2u);
   EXPECT_EQ(AddBookmark(bookmarks, {"\\", kTime, {}, {}}), BookmarkChange::kBadPath);
+}
+
+const std::string kHash(64, 'a');
+
+TEST(BookmarkFileTest, FieldsAfterTheNote) {
+  const std::string start = "HKLM\\A\t\t\tn";
+  const struct {
+    std::string fields;
+    BookmarkKind kind;
+    const char* title;  // after the key's path
+    uint32_t position = kNoOffset;
+    const char* tags = "";
+    std::string further = "";
+  } cases[] = {
+      {"", BookmarkKind::kKey, ""},
+      {"\tvalue=a%09b\tat=0x1020", BookmarkKind::kValue, " : a\tb", 0x1020},
+      {"\tvalue=", BookmarkKind::kValue, " : (Default value)"},
+      {"\ttags= to do ,x,, X,\u0416", BookmarkKind::kKey, "", kNoOffset, "to do, x, \u0416"},
+      {"\tlist=51\trow=a; b", BookmarkKind::kRow, " : a; b"},
+      {"\tat=0x1020x\tvalue=%E4\tsha256=12\tlist=-1\tmore\tlater=1", BookmarkKind::kKey, "",
+       kNoOffset, "", "at=0x1020x\tvalue=%E4\tsha256=12\tlist=-1\tmore\tlater=1"},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.fields);
+    Bookmark read;
+    ASSERT_TRUE(ReadBookmarkLine(start + c.fields, read));
+    EXPECT_EQ(read.kind, c.kind);
+    EXPECT_TRUE(BookmarkTitle(read).ends_with(c.title));
+    EXPECT_EQ(read.position, c.position);
+    EXPECT_EQ(TagWords(read.tags), c.tags);
+    EXPECT_EQ(read.further, c.further);
+    EXPECT_EQ(read.note, "n");
+    // What is written is read again as the same.
+    Bookmarks bookmarks;
+    ASSERT_EQ(AddBookmark(bookmarks, read), BookmarkChange::kDone);
+    Bookmark again;
+    std::string line = bookmarks.lines.back().text;
+    ASSERT_TRUE(ReadBookmarkLine(line.substr(0, line.size() - 2), again));
+    EXPECT_EQ(BookmarkTitle(again), BookmarkTitle(read));
+    EXPECT_EQ(again.further, read.further);
+    EXPECT_EQ(again.tags, read.tags);
+    EXPECT_EQ(again.position, read.position);
+  }
+}
+
+TEST(BookmarkFileTest, WhatIsTheSameThing) {
+  Bookmark key{"HKLM\\A", 1, "f", {}};
+  Bookmark value = key;
+  value.kind = BookmarkKind::kValue;
+  value.value = "V";
+  Bookmark placed = key;
+  placed.sha256 = kHash;
+  placed.position = 0x1020;
+  Bookmark elsewhere = placed;
+  elsewhere.position = 0x2020;
+  Bookmark of_other = placed;
+  of_other.sha256 = std::string(64, 'b');
+  EXPECT_FALSE(SameBookmark(key, value));
+  EXPECT_TRUE(SameBookmark(key, placed));
+  EXPECT_FALSE(SameBookmark(placed, elsewhere));
+  EXPECT_FALSE(SameBookmark(placed, of_other));
+  Bookmark small = value;
+  small.value = "v";
+  EXPECT_TRUE(SameBookmark(small, value));
+
+  Bookmarks bookmarks;
+  for (const Bookmark& added : {value, placed, elsewhere, of_other}) {
+    EXPECT_EQ(AddBookmark(bookmarks, added), BookmarkChange::kDone);
+  }
+  ASSERT_EQ(bookmarks.lines.size(), 5U);  // with the heading
+  EXPECT_EQ(SetBookmarkTags(bookmarks, 4, "b, a"), BookmarkChange::kDone);
+  EXPECT_EQ(AddBookmark(bookmarks, value), BookmarkChange::kMoved);
+  EXPECT_EQ(bookmarks.lines[1].bookmark.tags, (std::vector<std::string>{"b", "a"}));
+  EXPECT_TRUE(DeleteBookmark(bookmarks, placed));
+  EXPECT_EQ(FindBookmarkLine(bookmarks, placed), bookmarks.lines.size());
+}
+
+TEST(BookmarkFileTest, WordsChoose) {
+  Bookmarks bookmarks;
+  AddBookmark(bookmarks, {"HKLM\\Alpha", 1, {}, "see Beta"});
+  AddBookmark(bookmarks, {"HKLM\\Gamma", 1, {}, {}});
+  SetBookmarkTags(bookmarks, 1, "to do, beta");
+  EXPECT_EQ(AllTags(bookmarks), (std::vector<std::string>{"beta", "to do"}));
+  const struct {
+    const char* words;
+    size_t count;
+  } cases[] = {{"", 2},        {"beta", 2},       {"tag:BETA", 1},
+               {"tag:bet", 0}, {"alpha beta", 1}, {"gamma tag:\"to do\"", 1},
+               {"\"", 2},      {"tag:", 0}};
+  for (const auto& c : cases)
+    EXPECT_EQ(BookmarksWith(bookmarks, c.words).size(), c.count) << c.words;
 }
 
 TEST(BookmarkFileTest, Limits) {

@@ -86,12 +86,14 @@ const MenuItem kMainMenu[] = {
     {"&View", "Tec&hnical view\tCtrl+H", 9001},
     {"&View", "&Cell details", 9002},
     {"&View", "&Detail pane\tCtrl+D", 9003},
+    {"&View>Book&marks pane", "&Shown\tCtrl+Shift+M", 9124},
+    {"&View>Book&marks pane", "&Below other panes", 9125},
     {"&View", "Deleted ke&ys in tree", 9089},
     {"&View", "Time &zone of dates...", 9096},
-    {"&View", "Sho&w toolbar", 9120},
-    {"&View>Colour sche&me", "As the &system", 9121},
-    {"&View>Colour sche&me", "&Light", 9122},
-    {"&View>Colour sche&me", "&Dark", 9123},
+    {"&View>Windo&w look", "Show &toolbar", 9120},
+    {"&View>Windo&w look", "Colours as the &system", 9121},
+    {"&View>Windo&w look", "&Light colours", 9122},
+    {"&View>Windo&w look", "&Dark colours", 9123},
     {"&View", "&Block list", 9004},
     {"&View", "List block r&uns", 9005},
     {"&View", "List r&oot cells", 9006},
@@ -195,7 +197,9 @@ TEST(CommandTable, Keys) {
                                                         {kWithControl, 'L', 9029},
                                                         {kWithAlt, 'S', 9305},
                                                         {kWithControl | kWithShift, 'F', 9030},
-                                                        {kWithControl | kWithShift, 'T', 9088}};
+                                                        {kWithControl | kWithShift, 'T', 9088},
+                                                        {kWithControl | kWithShift, 'M', 9124},
+                                                        {kWithControl | kWithShift, 'B', 9127}};
   std::set<std::tuple<int, int, int>> shown;
   for (const Command& command : Commands()) {
     for (const Accelerator& key : {command.accelerator, command.second_accelerator}) {
@@ -246,9 +250,10 @@ bool IsAmong(const uint16_t (&numbers)[kCount], uint32_t number) {
 // What the program promises for every command number it has, by the flags alone.
 bool IsPromised(CommandNumber number, bool running, bool backup) {
   constexpr uint16_t kAlways[] = {
-      kCommandExit,          kCommandResizeColumns, kCommandDetailPane, kCommandNextPane,
-      kCommandPreviousPane,  kCommandHiveState,     kCommandLegend,     kCommandToolbar,
-      kCommandColoursSystem, kCommandColoursLight,  kCommandColoursDark};
+      kCommandExit,          kCommandResizeColumns, kCommandDetailPane,  kCommandNextPane,
+      kCommandPreviousPane,  kCommandHiveState,     kCommandLegend,      kCommandToolbar,
+      kCommandColoursSystem, kCommandColoursLight,  kCommandColoursDark, kCommandBookmarkPane,
+      kCommandBookmarksBelow};
   constexpr uint16_t kNotInBackup[] = {
       kCommandSaveListText,     kCommandSaveReport,  kCommandLoadReport,      kCommandExportHive,
       kCommandKeyDates,         kCommandCopyList,    kCommandPrintList,       kCommandFindInList,

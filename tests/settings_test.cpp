@@ -130,6 +130,7 @@ Settings SomeSettings() {
   settings.output_columns = std::vector<int>(18, 60);
   settings.tree_width = 250;
   settings.detail_share = 3333;
+  settings.bookmark_pane = {true, false, 200, 400};
   settings.places[kPlaceBlocks] = {1, 2, 30, 40, false, {5, 6, 7, 8}};
   settings.places[kPlaceOtherLists] = {1, 2, 30, 40, true, std::vector<int>(18, 9), 47};
   return settings;

@@ -1,23 +1,24 @@
-// A report of the bookmarked keys of the hive shown: what each holds, where it is, why it is there,
-// and the user's note.
+// A report of the bookmarks of the hives shown: what each leads to, where it is, why it is there,
+// and the user's note and tags.
 #pragma once
 
+#include <cstdint>
 #include <span>
 
 #include "app/bookmarks.h"
 #include "cases/html_report.h"
-#include "hive/image.h"
-#include "hive/key_tree.h"
-#include "reports/hive_state.h"
+#include "view/bookmark_places.h"
 
 namespace hivequarry {
 
-// In the order of the bookmarks. Hashes, state and file of the hive come first; then the keys,
-// their values with all of their bytes up to kMostReportedData, and the bookmarks whose key the
-// hive does not hold. Ends early when the user stops.
-inline constexpr uint32_t kMostReportedData =
-    65536;  // bytes of a value; what more there is is said
-HtmlReport ReportBookmarks(const HiveImage& hive, const KeyTree& tree,
-                           std::span<const Bookmark> bookmarks, const HiveHashes& hashes);
+// How many bytes of a value are told; what more there is is said.
+inline constexpr uint32_t kMostReportedData = 65536;
+
+// In the order of the bookmarks, each looked for in its hive (HiveOfBookmark; the first hive is
+// preferred). Hashes, state and file of each hive come first; then keys, values and rows, or with
+// `by_tag` what has each tag; then the values of the keys, with their bytes, and the bookmarks that
+// no hive holds. Ends early when the user stops. There is at least one hive.
+HtmlReport ReportBookmarks(std::span<const BookmarkedHive> hives,
+                           std::span<const Bookmark> bookmarks, bool by_tag);
 
 }  // namespace hivequarry

@@ -122,6 +122,10 @@ namespace hivequarry {
   One(kCommandColoursLight, 9122)       \
   One(kCommandColoursDark, 9123)        \
   Range(kCommandRecentHive, 9101, 7)    \
+  One(kCommandBookmarkPane, 9124)       \
+  One(kCommandBookmarksBelow, 9125)     \
+  One(kCommandBookmarkValue, 9126)      \
+  One(kCommandBookmarkHere, 9127)       \
   Range(kCommandDecoder, 9130, 60)      \
   One(kCommandListSelectAll, 9201)      \
   One(kCommandListInvert, 9202)         \
@@ -156,6 +160,7 @@ namespace hivequarry {
   One(kCommandSaveSelectedAs, 9230)     \
   One(kCommandCopyTable, 9231)          \
   One(kCommandShowAsOf, 9240)           \
+  One(kCommandBookmarkRow, 9250)        \
   One(kCommandCompareWorkspace, 9301)   \
   One(kCommandGoToRegedit, 9302)        \
   One(kCommandExportFolder, 9303)       \

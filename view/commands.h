@@ -73,11 +73,13 @@ struct CommandFacts {
   bool technical_view = false;
   bool cell_details = false;
   bool detail_pane = false;
-  bool freed_in_tree = false;   // deleted keys are in the tree
-  bool toolbar = false;         // the toolbar is shown
-  bool colours_system = false;  // one of the three: the colours that were chosen
+  bool bookmark_pane = false;
+  bool bookmarks_below = false;  // that pane is below the others, not at their right
+  bool toolbar = false;          // the toolbar is shown
+  bool colours_system = false;   // one of the three: the colours that were chosen
   bool colours_light = false;
   bool colours_dark = false;
+  bool freed_in_tree = false;  // deleted keys are in the tree
   bool evidence = false;   // evidence mode: what writes anywhere but into new files is not offered
   bool comparing = false;  // "Displayed Sub Keys" is on
   // What is done about the hive's logs.

@@ -19,6 +19,8 @@ inline constexpr ListCommand kListCommandTable[] = {
      .accelerator = {'T', kWithControl}, .needs = ListNeeds::kKeyOfRow},
     {.number = kCommandRowsValue, .text = "&Value details\tAlt+Enter",
      .accelerator = {kKeyReturn, kWithAlt}, .needs = ListNeeds::kKeyOfRow},
+    {.number = kCommandBookmarkRow, .text = "Add to &Bookmarks\tCtrl+Shift+B",
+     .accelerator = {'B', kWithControl | kWithShift}, .needs = ListNeeds::kKeyOfRow},
     {.number = kCommandListRawRecord, .text = "Ra&w record\tEnter",
      .needs = ListNeeds::kFocus, .about = ListAbout::kFaults},
     {.number = kCommandShowAsOf, .text = "&Show the hive as of this entry",

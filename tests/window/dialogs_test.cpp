@@ -7,6 +7,7 @@
 #include "tests/support/sample_hives.h"
 #include "tests/window/dialog_fixture.h"
 #include "tests/window/list_fixture.h"
+#include "ui/commands/bookmark_file.h"
 #include "ui/commands/bookmarks_dialog.h"
 #include "ui/commands/misc_commands.h"
 #include "ui/commands/recent_keys_dialog.h"

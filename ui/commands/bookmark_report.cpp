@@ -1,5 +1,7 @@
 #include "ui/commands/bookmark_report.h"
 
+#include <algorithm>
+#include <cstddef>
 #include <memory>
 #include <string>
 #include <utility>
@@ -8,6 +10,7 @@
 #include "app/settings.h"
 #include "host/long_operation.h"
 #include "host/output_file.h"
+#include "ui/commands/bookmark_file.h"
 #include "ui/dialogs/list_dialogs.h"
 #include "ui/lists/list_saving.h"
 #include "ui/main/main_window.h"
@@ -19,20 +22,31 @@ namespace {
 
 constexpr const char* kNotWritten = "Could Not Open or Create File %s";
 
+constexpr DWORD kByTags = 2;  // of the filter's types
+
 struct ReportJob {
   OutputFile file;
   std::vector<Bookmark> bookmarks;
+  OpenHives hives;
+  bool by_tag = false;
   bool stopped = false;
   bool kept = false;
 };
 
-// Empty when there is no file to be written.
-std::string ChooseReport(const MainWindow& window) {
+// Its name is empty when there is no file to be written.
+FileChoice ChooseReport(const MainWindow& window) {
   FileRequest request;
-  request.filter = L"HTML (*.html)\0*.html\0All Files (*.*)\0*.*\0";
+  request.filter =
+      L"HTML (*.html)\0*.html\0HTML, grouped by tags (*.html)\0*.html\0All Files (*.*)\0*.*\0";
   request.extension = L"html";
   request.name = "bookmarks.html";
-  return ChooseNewFile(window.output, kFolderReports, std::move(request)).name;
+  return ChooseNewFile(window.output, kFolderReports, std::move(request));
+}
+
+// The hive shown is the first: bookmarks that may be of several are looked for there.
+void PutShownFirst(OpenHives& open) {
+  const auto first = static_cast<std::ptrdiff_t>(open.shown);
+  std::rotate(open.looks.begin(), open.looks.begin() + first, open.looks.begin() + first + 1);
 }
 
 }  // namespace
@@ -40,14 +54,20 @@ std::string ChooseReport(const MainWindow& window) {
 void SaveBookmarkReport(MainWindow& window, std::vector<Bookmark> bookmarks) {
   const auto job = std::make_shared<ReportJob>();
   job->bookmarks = std::move(bookmarks);
-  const std::string name = ChooseReport(window);
-  if (name.empty() || !OpenListFile(name, OutputMode::kReplace, kNotWritten, job->file)) return;
+  job->hives = HivesNow(window);
+  if (job->hives.looks.empty()) return;
+  PutShownFirst(job->hives);
+  const FileChoice choice = ChooseReport(window);
+  job->by_tag = choice.type == kByTags;
+  if (choice.name.empty() ||
+      !OpenListFile(choice.name, OutputMode::kReplace, kNotWritten, job->file)) {
+    return;
+  }
   const bool started = StartWork(
       window, kOperationReport,
-      [job, &hive = ShownHive(window), &tree = *window.shown->tree,
-       hashes = window.shown->hashing.hashes] {
+      [job] {
         const bool written = WithMemory([&] {
-          const HtmlReport report = ReportBookmarks(hive, tree, job->bookmarks, hashes);
+          const HtmlReport report = ReportBookmarks(job->hives.looks, job->bookmarks, job->by_tag);
           return WriteHtmlReport(
               report, [job](std::string_view text) { return WriteOutput(job->file, text); });
         });

@@ -1,16 +1,15 @@
 #include "ui/commands/bookmarks_dialog.h"
 
 #include <algorithm>
-#include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "app/bookmarks.h"
 #include "app/key_paths.h"
 #include "hive/timestamp.h"
-#include "host/host.h"
+#include "ui/commands/bookmark_file.h"
 #include "ui/commands/bookmark_report.h"
-#include "ui/commands/key_going.h"
 #include "ui/draw/dpi.h"
 #include "ui/dress/dress.h"
 #include "ui/frame/dialog_layout.h"
@@ -18,80 +17,34 @@
 #include "ui/frame/host_window.h"
 #include "ui/frame/list_view.h"
 #include "ui/frame/modal.h"
-#include "ui/frame/system_facts.h"
 #include "ui/frame/text.h"
 #include "ui/main/main_window.h"
-#include "ui/main/notifications.h"
 #include "ui/resources/resource.h"
 
 namespace hivequarry {
 namespace {
 
-// --- the file ------------------------------------------------------------------------------------
-
-void Complain(const std::string& text) {
-  ShowMessage(text.c_str(), kProgramName, Icon::kExclamation);
-}
-
-const std::string& BookmarkFile() { return TheProgram().bookmark_file; }
-
-// What is in the file now, after a message when that is not all of it.
-Bookmarks ReadAll() {
-  Bookmarks bookmarks;
-  if (!LoadBookmarks(BookmarkFile(), bookmarks)) {
-    Complain("Can not read bookmark file !\r\n(" + BookmarkFile() + ")");
-  }
-  return bookmarks;
-}
-
-// Changes the file as other copies of the program left it. False after a message.
-bool ChangeBookmarks(const std::function<BookmarkChange(Bookmarks&)>& change) {
-  Bookmarks bookmarks = ReadAll();
-  if (!bookmarks.whole) return false;
-  switch (change(bookmarks)) {
-    case BookmarkChange::kBadPath:
-      Complain("The path of the key is too long for a bookmark !");
-      return false;
-    case BookmarkChange::kFull:
-      Complain("There is no more room for this in the bookmark file !");
-      return false;
-    default:
-      break;
-  }
-  if (SaveBookmarks(BookmarkFile(), bookmarks)) return true;
-  Complain("Can not write bookmark file !\r\n(" + BookmarkFile() + ")");
-  return false;
-}
-
-BookmarkChange SetNote(Bookmarks& bookmarks, const std::string& path, const std::string& note) {
-  for (size_t line = 0; line < bookmarks.lines.size(); ++line) {
-    const BookmarkLine& at = bookmarks.lines[line];
-    if (at.readable && SameKeyPath(at.bookmark.path, path)) {
-      return SetBookmarkNote(bookmarks, line, note);
-    }
-  }
-  return BookmarkChange::kDone;  // gone meanwhile
-}
-
 // --- the list ------------------------------------------------------------------------------------
 
 // Lives as long as its dialog.
 struct BookmarkDialog {
+  MainWindow* window = nullptr;
   HWND dialog = nullptr;
   HWND list = nullptr;
   bool may_go = false;  // a hive is shown
   Bookmarks bookmarks;
   std::vector<size_t> shown;  // numbers of its lines
   BookmarkFilter filter = BookmarkFilter::kAll;
-  std::string chosen;  // path of the key to go to
+  std::optional<Bookmark> chosen;  // to go to
   DialogLayout layout;
 };
 
-enum Column : int { kPathColumn, kNoteColumn, kTimeColumn, kHiveColumn };
-constexpr ListColumn kColumns[] = {
-    {L"Key", 240, false}, {L"Note", 130, false}, {L"Set", 150, false}, {L"Hive file", 130, false}};
-
-constexpr int kTextMargin = 6;  // of a list's cell, at 96 dpi
+enum Column : int { kPathColumn, kNoteColumn, kTagsColumn, kTimeColumn, kHiveColumn };
+constexpr ListColumn kColumns[] = {{L"Key", 240, false},
+                                   {L"Note", 130, false},
+                                   {L"Tags", 90, false},
+                                   {L"Set", 150, false},
+                                   {L"Hive file", 130, false}};
 
 constexpr DialogAnchor kAnchors[] = {
     {.control = kBookmarkList, .grow_x = true, .grow_y = true},
@@ -112,17 +65,19 @@ const Bookmark& BookmarkOfRow(const BookmarkDialog& state, int row) {
   return state.bookmarks.lines[state.shown[static_cast<size_t>(row)]].bookmark;
 }
 
-std::string SelectedPath(const BookmarkDialog& state) {
+std::optional<Bookmark> Selected(const BookmarkDialog& state) {
   const int row = SelectedRow(state);
-  return row < 0 ? std::string() : BookmarkOfRow(state, row).path;
+  return row < 0 ? std::nullopt : std::optional(BookmarkOfRow(state, row));
 }
 
 std::string TextOfColumn(const Bookmark& bookmark, int column) {
   switch (column) {
     case kPathColumn:
-      return ShownKeyPath(bookmark.path);
+      return BookmarkTitle(bookmark);
     case kNoteColumn:
       return bookmark.note;
+    case kTagsColumn:
+      return TagWords(bookmark.tags);
     case kTimeColumn:
       return bookmark.time == 0 ? std::string() : FormatTimestamp(bookmark.time, true);
     default:
@@ -130,25 +85,11 @@ std::string TextOfColumn(const Bookmark& bookmark, int column) {
   }
 }
 
-// What fits a column of a path, whose end tells more than its beginning.
-std::wstring EndOfPath(const BookmarkDialog& state, std::wstring path) {
-  const int room = ListView_GetColumnWidth(state.list, kPathColumn) -
-                   Scale(2 * kTextMargin, DpiOfWindow(state.dialog));
-  std::wstring shown = path;
-  while (ListView_GetStringWidth(state.list, shown.c_str()) > room) {
-    const size_t name = path.find(L'\\', 1);
-    if (name == std::wstring::npos) break;
-    path.erase(0, name);
-    shown = L"..." + path;
-  }
-  return shown;
-}
-
 void OnDisplay(const BookmarkDialog& state, LVITEMW& item) {
   const bool there = item.iItem >= 0 && static_cast<size_t>(item.iItem) < state.shown.size();
   if (!there || (item.mask & LVIF_TEXT) == 0) return;
   std::wstring text = WideName(TextOfColumn(BookmarkOfRow(state, item.iItem), item.iSubItem));
-  if (item.iSubItem == kPathColumn) text = EndOfPath(state, std::move(text));
+  if (item.iSubItem == kPathColumn) text = EndThatFits(state.list, kPathColumn, std::move(text), 0);
   GiveText(item, text.c_str());
 }
 
@@ -178,16 +119,16 @@ void SelectRow(const BookmarkDialog& state, int row) {
   ShowSelected(state);
 }
 
-// The rows anew, with the bookmark of `path` selected; where it is not among them, the one that
-// is at `row` now.
-void ShowRows(BookmarkDialog& state, const std::string& path, int row) {
+// The rows anew, with that bookmark selected; where it is not among them, the one that is at `row`
+// now.
+void ShowRows(BookmarkDialog& state, const std::optional<Bookmark>& bookmark, int row) {
   state.shown = ShownBookmarks(state.bookmarks, state.filter);
   const auto count = static_cast<int>(state.shown.size());
   ListView_SetItemCount(state.list, count);
   InvalidateRect(state.list, nullptr, TRUE);
   int wanted = std::min(row, count - 1);
-  for (int at = 0; at < count && !path.empty(); ++at) {
-    if (SameKeyPath(BookmarkOfRow(state, at).path, path)) wanted = at;
+  for (int at = 0; at < count && bookmark; ++at) {
+    if (SameBookmark(BookmarkOfRow(state, at), *bookmark)) wanted = at;
   }
   EnableWindow(GetDlgItem(state.dialog, kBookmarkReport), state.may_go && count != 0);
   SelectRow(state, wanted);
@@ -205,36 +146,32 @@ std::vector<Bookmark> ListedBookmarks(const BookmarkDialog& state) {
 // Puts a note that was edited into the file.
 void KeepNote(BookmarkDialog& state) {
   const HWND edit = GetDlgItem(state.dialog, kBookmarkNote);
-  const std::string path = SelectedPath(state);
-  if (path.empty() || SendMessageW(edit, EM_GETMODIFY, 0, 0) == 0) return;
+  const std::optional<Bookmark> bookmark = Selected(state);
+  if (!bookmark || SendMessageW(edit, EM_GETMODIFY, 0, 0) == 0) return;
   SendMessageW(edit, EM_SETMODIFY, FALSE, 0);
   std::wstring text(static_cast<size_t>(GetWindowTextLengthW(edit)) + 1, L'\0');
   text.resize(
       static_cast<size_t>(GetWindowTextW(edit, text.data(), static_cast<int>(text.size()))));
   const std::string note = Utf8Name(text);
-  ChangeBookmarks([&](Bookmarks& bookmarks) { return SetNote(bookmarks, path, note); });
+  ChangeBookmarkWords(*state.window, *bookmark, note, TagWords(bookmark->tags));
   const int row = SelectedRow(state);
-  state.bookmarks = ReadAll();
-  ShowRows(state, path, row);
+  state.bookmarks = ReadBookmarks();
+  ShowRows(state, bookmark, row);
 }
 
 void DeleteSelected(BookmarkDialog& state) {
   const int row = SelectedRow(state);
   if (row < 0) return;
-  const std::string path = SelectedPath(state);
-  ChangeBookmarks([&path](Bookmarks& bookmarks) {
-    DeleteBookmark(bookmarks, path);
-    return BookmarkChange::kDone;
-  });
-  state.bookmarks = ReadAll();
+  RemoveBookmark(*state.window, BookmarkOfRow(state, row));
+  state.bookmarks = ReadBookmarks();
   SetFocus(state.list);  // its button may become grey
-  ShowRows(state, std::string(), row);
+  ShowRows(state, std::nullopt, row);
 }
 
 void GoToSelected(BookmarkDialog& state) {
   KeepNote(state);
-  state.chosen = SelectedPath(state);
-  if (state.may_go && !state.chosen.empty()) EndDialog(state.dialog, IDOK);
+  state.chosen = Selected(state);
+  if (state.may_go && state.chosen) EndDialog(state.dialog, IDOK);
 }
 
 // Enter in the note ends its editing alone.
@@ -247,7 +184,8 @@ void OnEnter(BookmarkDialog& state) {
 }
 
 void CopyPath(const BookmarkDialog& state) {
-  CopyText(state.dialog, WideName(ShownKeyPath(SelectedPath(state))));
+  const std::optional<Bookmark> bookmark = Selected(state);
+  if (bookmark) CopyText(state.dialog, WideName(ShownKeyPath(bookmark->path)));
 }
 
 POINT MenuPoint(const BookmarkDialog& state, LPARAM where) {
@@ -277,7 +215,7 @@ void ShowMenu(BookmarkDialog& state, LPARAM where) {
 void ChooseFilter(BookmarkDialog& state, int control) {
   KeepNote(state);
   state.filter = static_cast<BookmarkFilter>(control - kBookmarkAll);
-  ShowRows(state, SelectedPath(state), 0);
+  ShowRows(state, Selected(state), 0);
 }
 
 void OnCommand(BookmarkDialog& state, int control, WORD notice) {
@@ -373,8 +311,8 @@ INT_PTR OnStart(BookmarkDialog& state) {
   }
   CheckRadioButton(state.dialog, kBookmarkAll, kBookmarkUsers, kBookmarkAll);
   SendDlgItemMessageW(state.dialog, kBookmarkNote, EM_SETLIMITTEXT, kMaxBookmarkText, 0);
-  state.bookmarks = ReadAll();
-  ShowRows(state, std::string(), 0);
+  state.bookmarks = ReadBookmarks();
+  ShowRows(state, std::nullopt, 0);
   FitKeyColumn(state);
   SetFocus(state.list);
   return FALSE;
@@ -422,6 +360,7 @@ constexpr DLGPROC kProcedure = RecordDialogProc<BookmarkDialog, OnStart, Route>;
 
 void OnBookmarks(MainWindow& window) {
   BookmarkDialog state;
+  state.window = &window;
   state.may_go = window.shown->slot >= 0;
   INT_PTR answer = IDCANCEL;
   {
@@ -429,22 +368,8 @@ void OnBookmarks(MainWindow& window) {
     answer = DialogBoxParamW(window.instance, L"BMDLG", window.handle, kProcedure,
                              reinterpret_cast<LPARAM>(&state));
   }
-  if (answer == IDOK) GoToKeyPath(window, state.chosen);
+  if (answer == IDOK && state.chosen) GoToBookmark(window, *state.chosen);
   if (answer == kBookmarkReport) SaveBookmarkReport(window, ListedBookmarks(state));
-}
-
-void OnAddToBookmarks(MainWindow& window) {
-  Bookmark bookmark;
-  const HiveImage& hive = ShownHive(window);
-  bookmark.path = KeyPathOf(hive, *window.shown->tree, SelectedItem(window.shown->pane));
-  bookmark.hive = hive.file_name;
-  BookmarkChange change = BookmarkChange::kDone;
-  const bool kept = ChangeBookmarks(
-      [&](Bookmarks& bookmarks) { return change = AddBookmark(bookmarks, bookmark); });
-  if (!kept) return;
-  ShowPassingText(window, change == BookmarkChange::kMoved
-                              ? "The bookmark was there; it is the first now."
-                              : "Bookmark added.");
 }
 
 }  // namespace hivequarry

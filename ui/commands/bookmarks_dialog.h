@@ -1,4 +1,4 @@
-// Bookmarks: the dialog that lists them, and setting one at the selected key.
+// Bookmarks: the dialog that lists them.
 #pragma once
 
 namespace hivequarry {
@@ -8,7 +8,5 @@ struct MainWindow;
 // Shows the dialog "BMDLG"; each change is in the file at once. Goes to the key that the user
 // chooses there.
 void OnBookmarks(MainWindow& window);
-// Sets a bookmark at the selected key.
-void OnAddToBookmarks(MainWindow& window);
 
 }  // namespace hivequarry

@@ -5,6 +5,8 @@
 #include <iterator>
 #include <utility>
 
+#include "ui/commands/bookmark_file.h"
+#include "ui/commands/bookmark_pane.h"
 #include "ui/commands/bookmarks_dialog.h"
 #include "ui/commands/case_commands.h"
 #include "ui/commands/edit_commands.h"
@@ -167,6 +169,10 @@ constexpr CommandRoute kRoutes[] = {
     {kCommandKeysOfRecord, OnKeysOfKeysRecord},
     {kCommandKeysOfOwner, OnKeysOfKeysOwner},
     {kCommandAddToBookmarks, OnAddToBookmarks},
+    {kCommandBookmarkValue, OnBookmarkValue},
+    {kCommandBookmarkHere, OnBookmarkHere},
+    {kCommandBookmarkPane, OnBookmarkPane},
+    {kCommandBookmarksBelow, OnBookmarksBelow},
     {kCommandRawKey, OnRawKey},
     {kCommandValueDetails, OnValueDetails},
     {kCommandEditValue, OnEditValue},

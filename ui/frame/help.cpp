@@ -59,12 +59,13 @@ struct DialogTopic {
   HelpTopic topic;
 };
 constexpr DialogTopic kDialogTopics[] = {
-    {kFindText, kHelpOutputLists},     {kSaveAsFile, kHelpOutputLists},
-    {kSelectText, kHelpOutputLists},   {kHexFindWhat, kHelpValueEditor},
-    {kEditKey, kHelpValueEditor},      {kPositionText, kHelpValueEditor},
-    {kRecentList, kHelpBookmarks},     {kPermissionSid, kHelpSecurity},
-    {kReplaceFrom, kHelpSecurity},     {kRootPathText, kHelpRoot},
-    {kCompareFile, kHelpCompareHives}, {kTimelineFreed, kHelpTimeline}};
+    {kFindText, kHelpOutputLists},   {kSaveAsFile, kHelpOutputLists},
+    {kSelectText, kHelpOutputLists}, {kHexFindWhat, kHelpValueEditor},
+    {kEditKey, kHelpValueEditor},    {kPositionText, kHelpValueEditor},
+    {kRecentList, kHelpBookmarks},   {kBookmarkWordsNote, kHelpBookmarks},
+    {kPermissionSid, kHelpSecurity}, {kReplaceFrom, kHelpSecurity},
+    {kRootPathText, kHelpRoot},      {kCompareFile, kHelpCompareHives},
+    {kTimelineFreed, kHelpTimeline}};
 
 HelpTopic TopicOf(HWND dialog, HelpTopic otherwise) {
   for (const DialogTopic& known : kDialogTopics) {

@@ -92,8 +92,12 @@ HWND MakeSplitter(HWND parent, int identifier, bool vertical) {
   const HWND splitter =
       CreateWindowExW(0, kClassName, L"", WS_CHILD | WS_TABSTOP, 0, 0, 0, 0, parent,
                       reinterpret_cast<HMENU>(static_cast<INT_PTR>(identifier)), nullptr, nullptr);
-  if (splitter != nullptr) SetWindowLongPtrW(splitter, GWLP_USERDATA, vertical ? 1 : 0);
+  if (splitter != nullptr) SetSplitterVertical(splitter, vertical);
   return splitter;
+}
+
+void SetSplitterVertical(HWND splitter, bool vertical) {
+  SetWindowLongPtrW(splitter, GWLP_USERDATA, vertical ? 1 : 0);
 }
 
 }  // namespace hivequarry

@@ -15,5 +15,7 @@ inline constexpr int kSplitterWidth = 5;  // at 96 dpi
 bool RegisterSplitterClass(HINSTANCE instance);
 // `vertical`: the bar is between a left and a right pane.
 HWND MakeSplitter(HWND parent, int identifier, bool vertical);
+// For one whose panes are placed otherwise now.
+void SetSplitterVertical(HWND splitter, bool vertical);
 
 }  // namespace hivequarry

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <iterator>
 
+#include "ui/commands/bookmark_file.h"
 #include "ui/commands/export_commands.h"
 #include "ui/commands/log_commands.h"
 #include "ui/commands/report_commands.h"
@@ -34,6 +35,7 @@ constexpr ListRoute kRoutes[] = {
     {kCommandPreviousRecord, OnPreviousRecord},
     {kCommandGoToTree, OnGoToTree},
     {kCommandRowsValue, OnRowsValue},
+    {kCommandBookmarkRow, OnBookmarkRow},
     {kCommandListRawRecord, OnListRawRecord},
     {kCommandShowAsOf, OnShowAsOf},
     {kCommandListRegedit, OnListRegedit},

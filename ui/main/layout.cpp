@@ -133,13 +133,14 @@ void SetFont(HWND child, HFONT font) {
 void SetFonts(MainWindow& window) {
   for (const HWND child :
        {window.controls.toolbar, window.controls.path, window.band.window, window.controls.tree,
-        window.values.window, window.output.list, window.controls.status, window.controls.empty}) {
+        window.values.window, window.output.list, window.bookmarks.label, window.bookmarks.words,
+        window.bookmarks.list, window.controls.status, window.controls.empty}) {
     SetFont(child, window.look.fonts.text);
   }
   SetViewerLook(window.viewer, window.look.fonts, window.dpi);
 }
 
-std::array<HWND, 10> FocusOrder(const MainWindow& window) {
+std::array<HWND, 13> FocusOrder(const MainWindow& window) {
   const auto [detail, hex, meaning] = ViewerPanes(window.viewer);
   return {window.controls.path,
           window.band.window,
@@ -150,7 +151,10 @@ std::array<HWND, 10> FocusOrder(const MainWindow& window) {
           detail,
           hex,
           meaning,
-          window.output.list};
+          window.output.list,
+          window.bookmarks.splitter,
+          window.bookmarks.words,
+          window.bookmarks.list};
 }
 
 // Where the focus belongs when the pane that had it is no longer shown.
@@ -167,7 +171,7 @@ void LayOut(MainWindow& window) {
   LayOutStatus(window);
   RECT client;
   GetClientRect(window.handle, &client);
-  const RECT area = PaneArea(window, client);
+  const RECT area = PlaceBookmarkPane(window, PaneArea(window, client));
   Place(window.controls.empty, area);
   Place(window.output.list, area);
   FitListColumns(window.output);
@@ -175,6 +179,7 @@ void LayOut(MainWindow& window) {
 }
 
 void MoveSplitter(MainWindow& window, int splitter, int distance) {
+  if (splitter == kBookmarkSplitterId) return MoveBookmarkSplitter(window, distance);
   RECT area;
   if (splitter == kTreeSplitterId) {
     GetClientRect(window.handle, &area);
@@ -206,6 +211,7 @@ void RefreshLook(MainWindow& window) {
   TreeView_SetIndent(window.controls.tree, Scale(19, window.dpi));
   ListView_SetImageList(window.values.window, window.look.icons.values, LVSIL_SMALL);
   ListView_SetImageList(window.output.list, window.look.icons.values, LVSIL_SMALL);
+  ListView_SetImageList(window.bookmarks.list, window.look.icons.values, LVSIL_SMALL);
   SetToolbarIcons(window);
   ShowHiveState(window);
   FreeFonts(old_fonts);
@@ -219,6 +225,7 @@ void ApplyDpi(MainWindow& window, uint32_t dpi) {
   RefreshLook(window);
   ScaleColumns(window.values.window, old_dpi, dpi);
   ScaleColumns(window.output.list, old_dpi, dpi);
+  ScaleColumns(window.bookmarks.list, old_dpi, dpi);
   LayOut(window);
   RedrawWindow(window.handle, nullptr, nullptr, RDW_INVALIDATE | RDW_ERASE | RDW_ALLCHILDREN);
 }
@@ -234,6 +241,7 @@ void ShowPanes(MainWindow& window) {
     Show(pane, values && window.layout.detail_shown);
   }
   Show(window.output.list, output);
+  ShowBookmarkPane(window);
   Show(window.controls.empty, !keys && !output);
   InvalidateRect(window.controls.empty, nullptr, FALSE);
 }
@@ -264,7 +272,7 @@ int LastArrangement(const MainWindow& window) {
 }
 
 void FocusNextPane(MainWindow& window, bool backward) {
-  const std::array<HWND, 10> order = FocusOrder(window);
+  const std::array<HWND, 13> order = FocusOrder(window);
   const auto count = static_cast<int>(order.size());
   const HWND focus = GetFocus();
   const auto found = std::find(order.begin(), order.end(), focus);

@@ -71,6 +71,7 @@ bool MakeChildren(MainWindow& window) {
   };
   window.controls.empty = MakeEmptyView(window.handle, kEmptyId);
   MakeListPane(window, kOutputId);
+  if (!MakeBookmarkPane(window)) return false;
   window.controls.status = MakeStatusBar(window);
   for (const HWND child : {window.controls.path, window.band.window, window.controls.tree,
                            window.controls.tree_splitter, window.values.window,
@@ -93,6 +94,7 @@ bool OnCreate(MainWindow& window) {
   RefreshLook(window);
   ApplySettings(window);
   ShowPanes(window);
+  RenewBookmarkPane(window);
   UpdateToolbar(window);
   DragAcceptFiles(window.handle, TRUE);
   return true;
@@ -152,9 +154,9 @@ void OnDpiChanged(MainWindow& window, uint32_t dpi, const RECT& area) {
 }
 
 void OnSystemChange(MainWindow& window, UINT message, WPARAM first, LPARAM second) {
-  for (const HWND child :
-       {window.controls.toolbar, window.band.window, window.controls.tree, window.values.window,
-        window.output.list, window.controls.status, window.controls.progress}) {
+  for (const HWND child : {window.controls.toolbar, window.band.window, window.controls.tree,
+                           window.values.window, window.output.list, window.bookmarks.list,
+                           window.controls.status, window.controls.progress}) {
     SendMessageW(child, message, first, second);
   }
   RefreshLook(window);
@@ -166,6 +168,10 @@ void OnSystemChange(MainWindow& window, UINT message, WPARAM first, LPARAM secon
 void OnCommand(MainWindow& window, WPARAM what, LPARAM from) {
   if (reinterpret_cast<HWND>(from) == window.band.window && from != 0) {
     return FollowBand(window, LOWORD(what));
+  }
+  if (reinterpret_cast<HWND>(from) == window.bookmarks.words && from != 0) {
+    if (HIWORD(what) == EN_CHANGE) OnBookmarkWords(window);
+    return;
   }
   if (HIWORD(what) == kReportNamed) return LoadNamedReport(window);
   const uint32_t number = LOWORD(what);
@@ -239,6 +245,9 @@ LRESULT Route(MainWindow& window, UINT message, WPARAM first, LPARAM second) {
       return 0;
     case WM_DESTROY:
       OnDestroy(window);
+      return 0;
+    case WM_ACTIVATEAPP:  // other copies of the program may have set bookmarks meanwhile
+      if (first != FALSE) RenewBookmarkPane(window);
       return 0;
     default:
       return DefWindowProcW(window.handle, message, first, second);
@@ -366,6 +375,7 @@ void HandleMessage(HWND handle, MSG& message) {
   const bool ours =
       window != nullptr && (message.hwnd == handle || IsChild(handle, message.hwnd) != FALSE);
   if (ours && TranslateKeys(*window, message)) return;
+  if (ours && TakeBookmarkKey(*window, message)) return;
   if (ours && AsksForTreeMenu(*window, message)) {
     SendMessageW(handle, WM_CONTEXTMENU, reinterpret_cast<WPARAM>(message.hwnd), -1);
     return;
@@ -418,6 +428,8 @@ CommandFacts FactsNow(const MainWindow& window) {
   facts.colours_system = TheSettings().colours == ColourChoice::kSystem;
   facts.colours_light = TheSettings().colours == ColourChoice::kLight;
   facts.colours_dark = TheSettings().colours == ColourChoice::kDark;
+  facts.bookmark_pane = window.bookmarks.shown;
+  facts.bookmarks_below = window.bookmarks.below;
   facts.evidence = window.host.evidence;
   facts.comparing = window.comparing;
   if (facts.hive) AddLogFacts(window, facts);

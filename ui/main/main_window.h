@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "ui/commands/bookmark_pane.h"
 #include "ui/dialogs/find_dialog.h"
 #include "ui/draw/dpi.h"
 #include "ui/draw/icons.h"
@@ -41,6 +42,9 @@ enum ChildId : int {
   kEmptyId,
   kOutputId,
   kBandId,
+  kBookmarkSplitterId,
+  kBookmarkWordsId,
+  kBookmarkListId,
 };
 
 // The child windows that are no panes; they go with the window.
@@ -82,6 +86,7 @@ struct MainWindow {
   ValuePane values;
   ValueViewer viewer;
   ListPlace output;  // the Output List pane
+  BookmarkPane bookmarks;
   ValueViewOptions view;
   FindChoice tree_find;  // what was last searched for in the tree
 

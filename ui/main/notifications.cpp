@@ -169,6 +169,7 @@ LRESULT OnNotify(MainWindow& window, const NMHDR& notice) {
   if (from == window.output.list || GetParent(from) == window.output.list) {
     return OnListNotify(window.output, notice);
   }
+  if (from == window.bookmarks.list) return OnBookmarkNotify(window, notice);
   if (from == window.controls.status && notice.code == NM_CLICK) {
     const auto part = reinterpret_cast<const NMMOUSE&>(notice).dwItemSpec;
     if (part == kStatusState) RunCommand(window, kCommandHiveState);
@@ -178,6 +179,7 @@ LRESULT OnNotify(MainWindow& window, const NMHDR& notice) {
   if (notice.code == TTN_GETDISPINFOW) {
     OnToolTip(window, const_cast<NMTTDISPINFOW&>(reinterpret_cast<const NMTTDISPINFOW&>(notice)));
   }
+  if (GetParent(from) == window.bookmarks.list) return 0;
   if (notice.code == HDN_ENDTRACKW || notice.code == HDN_DIVIDERDBLCLICKW) {
     window.values.columns_touched = true;
   }
@@ -186,6 +188,7 @@ LRESULT OnNotify(MainWindow& window, const NMHDR& notice) {
 
 void OnContextMenu(MainWindow& window, HWND child, POINT where) {
   if (child == window.output.list) return TrackListMenu(window.output, where);
+  if (child == window.bookmarks.list) return TrackBookmarkMenu(window, where);
   const bool tree = child == window.controls.tree;
   if (!tree && child != window.values.window && child != window.controls.path) return;
   const bool by_key = where.x == -1 && where.y == -1;

@@ -17,6 +17,10 @@ void ApplySettings(MainWindow& window) {
   if (settings.tree_width > 0) window.layout.tree_width = settings.tree_width;
   if (settings.detail_share > 0) window.layout.detail_share = settings.detail_share;
   window.layout.detail_shown = settings.options.detail_pane;
+  window.bookmarks.shown = settings.bookmark_pane.shown;
+  window.bookmarks.below = settings.bookmark_pane.below;
+  if (settings.bookmark_pane.height > 0) window.bookmarks.height = settings.bookmark_pane.height;
+  if (settings.bookmark_pane.width > 0) window.bookmarks.width = settings.bookmark_pane.width;
   window.view.technical = settings.options.technical_view;
   window.view.cell_details = settings.options.cell_details;
   SetColumnWidths(window.values.window, settings.main.columns, window.dpi);
@@ -51,6 +55,8 @@ void GatherSettings(const MainWindow& window) {
   settings.tree_width = window.layout.tree_width;
   settings.detail_share = window.layout.detail_share;
   settings.options.detail_pane = window.layout.detail_shown;
+  settings.bookmark_pane = {window.bookmarks.shown, window.bookmarks.below, window.bookmarks.height,
+                            window.bookmarks.width};
   settings.options.technical_view = window.view.technical;
   settings.options.cell_details = window.view.cell_details;
 }

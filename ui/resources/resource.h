@@ -77,6 +77,10 @@
 #define kBookmarkHelp 639
 #define kBookmarkCopy 640
 #define kBookmarkReport 641
+#define kBookmarkWordsTitle 642
+#define kBookmarkWordsNote 643
+#define kBookmarkWordsTags 644
+#define kBookmarkWordsHelp 645
 #define kRecentList 651
 #define kPositionText 661
 #define kPositionMessage 662
