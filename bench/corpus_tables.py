@@ -2,7 +2,7 @@
 """corpus_tables.py decoders|check CLI FOLDER: what the real hives of a folder give, as tables.
 
 decoders: of each decoder the rows, by state, and the hives that have any.
-check:    of each hive the verdict and the rows by code; those of level "note" are left out.
+check:    of each hive the faults and oddities by code.
 The folder's FACTS.tsv says of what kind each file is.
 """
 import collections
@@ -48,20 +48,29 @@ def table_of_decoders():
         print(f"| {name} | {total} | {states['live']} | {total - states['live']} | {notes} | {seen} |")
 
 
+def codes_of(rows, level):
+    counts = collections.Counter()
+    for row in rows:
+        if row["Level"] == level:
+            # Cells that nothing names have one row, which says how many they are.
+            many = re.match(r"([\d,]+) cells", row.get("Found", "")) if row["Code"] == "X1" else None
+            counts[row["Code"]] += int(many.group(1).replace(",", "")) if many else 1
+    return ", ".join(f"{code} {count}" for code, count in sorted(counts.items()))
+
+
 def table_of_check():
-    print("| hive | kind | faults, by code |")
-    print("|:---|:---|:---|")
+    print("| hive | kind | faults | oddities |")
+    print("|:---|:---|:---|:---|")
     quiet = collections.Counter()
     for hive, sort in hives():
         rows = rows_of("check", os.path.join(folder, hive))
-        codes = collections.Counter(row["Code"] for row in rows if row["Level"] not in ("N", "note"))
-        if codes:
-            listed = ", ".join(f"{code} {count}" for code, count in sorted(codes.items()))
-            print(f"| {hive} | {sort} | {listed} |")
+        faults, oddities = codes_of(rows, "F"), codes_of(rows, "W")
+        if faults or oddities:
+            print(f"| {hive} | {sort} | {faults or '-'} | {oddities or '-'} |")
         else:
             quiet[sort] += 1
     for sort, count in quiet.items():
-        print(f"| {count} others | {sort} | none |")
+        print(f"| {count} others | {sort} | - | - |")
 
 
 {"decoders": table_of_decoders, "check": table_of_check}[kind]()

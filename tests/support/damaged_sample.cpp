@@ -171,10 +171,10 @@ BuiltHive SoundSample() {
   return hive.Build();
 }
 
+namespace {
+
 // The files that another program of the maker opened are forgotten.
-Bytes SampleLog() {
-  BuiltHive hive = SoundSample();
-  Damage(hive);
+Bytes ForgettingLog(BuiltHive hive) {
   const Bytes before = hive.bytes;
   const std::string recent = "Alderwick\\Frame Maker\\Recent Files";
   const uint32_t key = hive.PositionOf(recent);
@@ -182,10 +182,23 @@ Bytes SampleLog() {
   return NewLog(hive.bytes, {EntryBetween(before, hive.bytes, 2)});
 }
 
-Bytes DamagedSample() {
+BuiltHive DamagedHive() {
   BuiltHive hive = SoundSample();
   Damage(hive);
-  return std::move(hive.bytes);
+  return hive;
 }
+
+BuiltHive DirtyHive() {
+  BuiltHive hive = DamagedHive();
+  SetNumbers(hive.bytes, 2, 1);
+  return hive;
+}
+
+}  // namespace
+
+Bytes SampleLog() { return ForgettingLog(DamagedHive()); }
+Bytes DirtyLog() { return ForgettingLog(DirtyHive()); }
+Bytes DirtySample() { return DirtyHive().bytes; }
+Bytes DamagedSample() { return DamagedHive().bytes; }
 
 }  // namespace hivequarry::testing

@@ -8,4 +8,8 @@ namespace hivequarry::testing {
 // New form, one entry: what came after the sample's last write. The sample is clean without it.
 Bytes SampleLog();
 
+// The same sample, copied before its system had written that change into the hive, and its log.
+Bytes DirtySample();
+Bytes DirtyLog();
+
 }  // namespace hivequarry::testing
