@@ -18,6 +18,7 @@
 #include <malloc.h>
 #endif
 
+#include "cli/build_words.h"
 #include "cli/commands.h"
 #include "cli/many_files.h"
 #include "cli/opened_hive.h"
@@ -176,7 +177,7 @@ void AddOptions(CLI::App& app, ConsoleRequest& request) {
   app.add_flag("--quiet", request.console.quiet, "No messages");
   app.add_flag("--progress", request.console.progress, "Show the phases of the work");
   app.add_flag("--yes", request.console.yes, "Answer questions with Yes");
-  app.set_version_flag("--version", std::string(kProgramName) + " " + HIVEQUARRY_VERSION);
+  app.set_version_flag("--version", std::string(kProgramName) + " " + BuildWords());
 }
 
 void AddCheck(CLI::App& app, ConsoleRequest& request) {

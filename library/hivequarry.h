@@ -51,7 +51,7 @@ typedef enum hq_logs {
   HQ_LOGS_NONE = 1
 } hq_logs;
 
-/* Of the library: "0.1.0". */
+/* Of the library: "1.0.0". */
 HQ_API const char* hq_version(void);
 
 /* Opens a file (UTF-8 name). `*hive` is for hq_close, and null where it could not be opened. */
