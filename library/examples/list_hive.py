@@ -43,7 +43,7 @@ def text(function, *of):
 def main():
     if len(sys.argv) < 2:
         sys.exit(__doc__)
-    library = load(sys.argv[2] if len(sys.argv) > 2 else "libhivequarry.so.0")
+    library = load(sys.argv[2] if len(sys.argv) > 2 else "libhivequarry.so.1")
     hive = ctypes.c_void_p()
     status = library.hq_open(sys.argv[1].encode(), 0, ctypes.byref(hive))
     if status != 0:
