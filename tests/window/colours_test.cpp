@@ -9,6 +9,8 @@
 #include "ui/frame/text.h"
 #include "ui/resources/resource.h"
 #include "view/palette.h"
+// After the platform's other headers.
+#include <oleacc.h>
 
 namespace hivequarry::testing {
 namespace {
@@ -144,6 +146,29 @@ TEST_F(ColoursTest, ListWindowsAreDarkWhetherOpenBeforeOrAfter) {
   }
 }
 
+// What a window has made for the colours before is made anew: the picture of a timeline.
+TEST_F(ColoursTest, PicturesFollow) {
+  OpenHive();
+  InNextDialog(Clicks({IDOK}));
+  Run(kCommandTimeline);
+  HWND picture = nullptr;
+  ASSERT_TRUE(PumpUntil([&] {
+    const HWND list = FindWindowW(L"HivequarryList", L"Timeline");
+    picture = FindWindowExW(list, nullptr, L"HivequarryActivity", nullptr);
+    return picture != nullptr && IsWindowVisible(picture) != FALSE;
+  }));
+  Pump();
+  const std::vector<Look> before = LooksOf({{"picture", picture}});
+  Run(kCommandColoursDark);
+  Pump();
+  const std::vector<uint32_t> pixels = PixelsOf(picture);
+  EXPECT_GT(std::ranges::count(pixels, ColoursOfTone(Tone::kWindow).dark), 100);
+  EXPECT_EQ(std::ranges::count(pixels, 0xFFFFFFU), 0);
+  Run(kCommandColoursLight);
+  Pump();
+  EXPECT_EQ(LooksOf({{"picture", picture}}), before);
+}
+
 TEST_F(ColoursTest, DialogsAreDark) {
   Run(kCommandColoursDark);
   bool seen = false;
@@ -176,6 +201,13 @@ TEST_F(ColoursTest, MenusKeepTheirTextsAndKeys) {
   const HMENU file = GetSubMenu(bar, 0);
   SendMessageW(handle_, WM_INITMENUPOPUP, reinterpret_cast<WPARAM>(file), 0);
   EXPECT_EQ(text(file, 0), std::pair(true, std::string("&Open File\tCtrl+O")));
+  MENUITEMINFOW info{};
+  info.cbSize = sizeof info;
+  info.fMask = MIIM_DATA;
+  GetMenuItemInfoW(file, 0, TRUE, &info);
+  const auto& spoken = *reinterpret_cast<const MSAAMENUINFO*>(info.dwItemData);
+  EXPECT_EQ(spoken.dwMSAASignature, static_cast<DWORD>(MSAA_MENU_SIG));  // for screen readers
+  EXPECT_EQ(Utf8Name(spoken.pszWText), "&Open File\tCtrl+O");
   const auto found = [&](wchar_t key) {
     return SendMessageW(handle_, WM_MENUCHAR, MAKEWPARAM(key, MF_POPUP),
                         reinterpret_cast<LPARAM>(file));

@@ -12,6 +12,7 @@ namespace {
 // At 96 dpi.
 constexpr int kBoxSide = 13;     // of a tick's box
 constexpr int kBoxGap = 4;       // after it
+constexpr int kCorner = 6;       // how round those of a button are
 constexpr int kGroupIndent = 8;  // before a group's title
 
 enum class ButtonForm : uint8_t { kPush, kTick, kRadio, kGroup, kOther };
@@ -54,16 +55,25 @@ Tone TextTone(const Button& button) {
 
 UINT KeyFormat(const Button& button) { return ShowsKeys(button.window) ? 0 : DT_HIDEPREFIX; }
 
+void DrawRounded(HDC dc, const RECT& area, int corner, Tone ground, Tone edge) {
+  const HPEN pen = CreatePen(PS_SOLID, 1, ColourOf(edge));
+  const HGDIOBJ old_pen = SelectObject(dc, pen);
+  const HGDIOBJ old_brush = SelectObject(dc, BrushOf(ground));
+  RoundRect(dc, area.left, area.top, area.right, area.bottom, corner, corner);
+  SelectObject(dc, old_brush);
+  SelectObject(dc, old_pen);
+  DeleteObject(pen);
+}
+
 void DrawPush(const Button& button) {
   const bool default_one = (button.style & BS_TYPEMASK) == BS_DEFPUSHBUTTON;
   const bool down = (button.state & BST_PUSHED) != 0;
   const bool hot = (button.state & (BST_HOT | BST_CHECKED)) != 0;
   const bool focus = ShowsFocus(button.window);
-  DrawField(button.dc, button.area,
-            down  ? Tone::kPressed
-            : hot ? Tone::kHot
-                  : Tone::kButton,
-            default_one || focus ? Tone::kAccent : Tone::kEdge);
+  const Tone ground = down ? Tone::kPressed : hot ? Tone::kHot : Tone::kButton;
+  FillRect(button.dc, &button.area, BrushOf(Tone::kFace));
+  DrawRounded(button.dc, button.area, Scale(kCorner, button.dpi), ground,
+              default_one || focus ? Tone::kAccent : Tone::kEdge);
   DrawWords(button.dc, button.text, button.area, TextTone(button),
             DT_CENTER | DT_VCENTER | DT_SINGLELINE | KeyFormat(button));
   if (!focus) return;
@@ -163,8 +173,10 @@ void PaintGroup(HWND window) {
   if (!text.empty()) {
     const int indent = Scale(kGroupIndent, DpiOfWindow(window));
     RECT title{area.left + indent, area.top, area.right - indent, area.top + size.cy};
-    SetBkMode(dc, OPAQUE);
-    SetBkColor(dc, ColourOf(Tone::kFace));
+    const RECT gap{title.left - 2, title.top, std::min(title.left + size.cx + 2, title.right),
+                   title.bottom};
+    FillRect(dc, &gap, BrushOf(Tone::kFace));
+    SetBkMode(dc, TRANSPARENT);
     const bool usable = IsWindowEnabled(window) != FALSE;
     DrawWords(dc, text, title, usable ? Tone::kFaceText : Tone::kFaint,
               DT_SINGLELINE | (ShowsKeys(window) ? 0 : DT_HIDEPREFIX));

@@ -106,16 +106,16 @@ LRESULT CALLBACK OnWindowMade(int code, WPARAM first, LPARAM second) {
   return CallNextHookEx(nullptr, code, first, second);
 }
 
+// Being told, it is given the colours in force, and makes anew what it had made for others.
 BOOL CALLBACK Redress(HWND window, LPARAM) {
-  if (const DressKind* kind = KindOf(window); kind != nullptr) PutOn(window, *kind);
+  if (IsDressed(window)) SendMessageW(window, WM_SYSCOLORCHANGE, 0, 0);
   return TRUE;
 }
 
 BOOL CALLBACK RedressFrame(HWND window, LPARAM) {
   if (!IsDressed(window)) return TRUE;
-  Redress(window, 0);
   EnumChildWindows(window, Redress, 0);
-  SendMessageW(window, WM_SYSCOLORCHANGE, 0, 0);
+  Redress(window, 0);
   constexpr UINT kOnlyFrame = SWP_NOMOVE | SWP_NOSIZE | SWP_NOZORDER | SWP_NOACTIVATE;
   SetWindowPos(window, nullptr, 0, 0, 0, 0, kOnlyFrame | SWP_FRAMECHANGED);
   RedrawWindow(window, nullptr, nullptr, RDW_INVALIDATE | RDW_ERASE | RDW_FRAME | RDW_ALLCHILDREN);

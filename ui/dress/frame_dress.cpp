@@ -7,6 +7,8 @@
 namespace hivequarry {
 namespace {
 
+bool IsChildWindow(HWND window) { return (GetWindowLongPtrW(window, GWL_STYLE) & WS_CHILD) != 0; }
+
 // Of what a toolbar's NM_CUSTOMDRAW answers, which not all headers have.
 constexpr LRESULT kNoEdges = 0x00010000;
 constexpr LRESULT kNoOffset = 0x00040000;
@@ -79,7 +81,8 @@ bool RouteNotice(HWND window, WPARAM first, LPARAM second, LRESULT& answer) {
 }  // namespace
 
 void PutOnFrame(HWND window, bool dark) {
-  if ((GetWindowLongPtrW(window, GWL_STYLE) & WS_CHILD) == 0) SetDarkTitle(window, dark);
+  if (!IsChildWindow(window)) return SetDarkTitle(window, dark);
+  SetControlTheme(window, dark, L"DarkMode_Explorer", nullptr);  // its scroll bars
 }
 
 bool RouteFrame(HWND window, UINT message, WPARAM first, LPARAM second, LRESULT& answer) {
@@ -104,7 +107,7 @@ bool RouteFrame(HWND window, UINT message, WPARAM first, LPARAM second, LRESULT&
     case WM_SETTEXT:
     case WM_SETICON:
       answer = DefSubclassProc(window, message, first, second);
-      DrawBarRest(window);
+      IsChildWindow(window) ? DrawFrameEdge(window) : DrawBarRest(window);
       return true;
     default:
       return false;

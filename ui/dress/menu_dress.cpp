@@ -1,10 +1,10 @@
 #include "ui/dress/menu_dress.h"
 
-#include <array>
 #include <cstdint>
 #include <string>
 
 #include "ui/draw/dpi.h"
+#include "ui/dress/menu_items.h"
 #include "ui/dress/paint.h"
 
 namespace hivequarry {
@@ -18,69 +18,14 @@ constexpr int kRightMargin = 22;  // after both: the arrow of a sub menu
 constexpr int kBarMargin = 7;     // at both sides of a title of the bar
 constexpr int kSeparator = 7;
 
-// Where an item is. It goes with the item as its data, as nothing else tells whom WM_MEASUREITEM is
-// about; handles of menus have 32 bits.
-struct ItemPlace {
-  HMENU menu;
-  UINT position;
-};
-static_assert(sizeof(ULONG_PTR) == 8);
-ULONG_PTR DataOf(ItemPlace place) {
-  return static_cast<ULONG_PTR>(place.position) << 32 |
-         static_cast<uint32_t>(reinterpret_cast<ULONG_PTR>(place.menu));
-}
-ItemPlace PlaceOf(ULONG_PTR data) {
-  return {reinterpret_cast<HMENU>(data & 0xFFFFFFFF), static_cast<UINT>(data >> 32)};
-}
-
-struct MenuItem {
-  std::wstring text;
-  std::wstring key;  // what follows a tab
-  UINT type = 0;
-  bool leads_on = false;
-};
-
-MenuItem ReadItem(ItemPlace place) {
-  std::array<wchar_t, 512> text{};
-  MENUITEMINFOW info{};
-  info.cbSize = sizeof info;
-  info.fMask = MIIM_FTYPE | MIIM_STRING | MIIM_SUBMENU;
-  info.dwTypeData = text.data();
-  info.cch = static_cast<UINT>(text.size());
-  MenuItem item;
-  if (GetMenuItemInfoW(place.menu, place.position, TRUE, &info) == FALSE) return item;
-  item.type = info.fType;
-  item.leads_on = info.hSubMenu != nullptr;
-  item.text = text.data();
-  const size_t tab = item.text.find(L'\t');
-  if (tab != std::wstring::npos) {
-    item.key = item.text.substr(tab + 1);
-    item.text.resize(tab);
-  }
-  return item;
-}
-
-void SetItemDrawn(ItemPlace place, bool on) {
-  MENUITEMINFOW info{};
-  info.cbSize = sizeof info;
-  info.fMask = MIIM_FTYPE | MIIM_DATA;
-  if (GetMenuItemInfoW(place.menu, place.position, TRUE, &info) == FALSE) return;
-  const bool drawn = (info.fType & MFT_OWNERDRAW) != 0;
-  const ULONG_PTR data = on ? DataOf(place) : 0;
-  if (drawn == on && (!on || info.dwItemData == data)) return;
-  info.fType = on ? info.fType | MFT_OWNERDRAW : info.fType & ~static_cast<UINT>(MFT_OWNERDRAW);
-  info.dwItemData = data;
-  SetMenuItemInfoW(place.menu, place.position, TRUE, &info);
-}
-
 void SetItemsDrawn(HMENU menu, bool on) {
   MENUINFO info{};
   info.cbSize = sizeof info;
   info.fMask = MIM_BACKGROUND;
   info.hbrBack = on ? BrushOf(Tone::kFace) : nullptr;
+  if (!on && ItemsOf(menu).empty()) return;
   SetMenuInfo(menu, &info);
-  const int count = GetMenuItemCount(menu);
-  for (int i = 0; i < count; ++i) SetItemDrawn({menu, static_cast<UINT>(i)}, on);
+  on ? TakeItems(menu) : GiveItemsBack(menu);
 }
 
 bool IsBarOf(HWND window, HMENU menu) {
@@ -112,10 +57,8 @@ SIZE SizeOfText(HWND window, const std::wstring& text, UINT format, HFONT font) 
   return {area.right, area.bottom};
 }
 
-void Measure(HWND window, MEASUREITEMSTRUCT& measure) {
+void Measure(HWND window, const MenuItem& item, MEASUREITEMSTRUCT& measure) {
   const uint32_t dpi = DpiOfWindow(window);
-  const ItemPlace place = PlaceOf(measure.itemData);
-  const MenuItem item = ReadItem(place);
   if ((item.type & MFT_SEPARATOR) != 0) {
     measure.itemWidth = 0;
     measure.itemHeight = static_cast<UINT>(Scale(kSeparator, dpi));
@@ -124,7 +67,7 @@ void Measure(HWND window, MEASUREITEMSTRUCT& measure) {
   const SIZE text = SizeOfText(window, item.text, 0, MenuFont(dpi));
   measure.itemHeight = static_cast<UINT>(text.cy + 2 * Scale(kItemMargin, dpi));
   int width = text.cx;
-  if (IsBarOf(window, place.menu)) {
+  if (IsBarOf(window, item.menu)) {
     width += 2 * Scale(kBarMargin, dpi);
   } else {
     width += Scale(kGutter + kRightMargin, dpi);
@@ -194,10 +137,8 @@ void DrawItemWords(const DRAWITEMSTRUCT& drawn, const MenuItem& item, bool bar, 
   DrawWords(drawn.hDC, item.key, area, tone, line | DT_RIGHT | DT_NOPREFIX);
 }
 
-void Draw(HWND window, const DRAWITEMSTRUCT& drawn) {
+void Draw(HWND window, const MenuItem& item, const DRAWITEMSTRUCT& drawn) {
   const uint32_t dpi = DpiOfWindow(window);
-  const ItemPlace place = PlaceOf(drawn.itemData);
-  const MenuItem item = ReadItem(place);
   const bool hot = (drawn.itemState & (ODS_SELECTED | ODS_HOTLIGHT)) != 0;
   FillRect(drawn.hDC, &drawn.rcItem, BrushOf(hot ? Tone::kHot : Tone::kFace));
   const HGDIOBJ previous = SelectObject(drawn.hDC, MenuFont(dpi));
@@ -205,7 +146,7 @@ void Draw(HWND window, const DRAWITEMSTRUCT& drawn) {
   if ((item.type & MFT_SEPARATOR) != 0) {
     DrawSeparator(drawn.hDC, drawn.rcItem);
   } else {
-    DrawItemWords(drawn, item, IsBarOf(window, place.menu), dpi);
+    DrawItemWords(drawn, item, IsBarOf(window, item.menu), dpi);
   }
   SelectObject(drawn.hDC, previous);
   // The system would draw its own arrow, in its own colour, over this one.
@@ -215,14 +156,17 @@ void Draw(HWND window, const DRAWITEMSTRUCT& drawn) {
 
 // --- keys ----------------------------------------------------------------------------------------
 
+// The system takes a character for a text whose address has nothing in its upper half.
+wchar_t Small(wchar_t letter) {
+  return static_cast<wchar_t>(reinterpret_cast<ULONG_PTR>(
+      CharLowerW(reinterpret_cast<LPWSTR>(static_cast<ULONG_PTR>(letter)))));
+}
+
 // The key that an item's text underlines, in small letters; 0 for none.
 wchar_t KeyOf(const std::wstring& text) {
   for (size_t i = 0; i + 1 < text.size(); ++i) {
     if (text[i] != L'&') continue;
-    if (text[i + 1] != L'&') {
-      return static_cast<wchar_t>(reinterpret_cast<ULONG_PTR>(
-          CharLowerW(reinterpret_cast<LPWSTR>(static_cast<ULONG_PTR>(text[i + 1])))));
-    }
+    if (text[i + 1] != L'&') return Small(text[i + 1]);
     ++i;
   }
   return 0;
@@ -231,13 +175,12 @@ wchar_t KeyOf(const std::wstring& text) {
 // Items that are drawn here have no text as far as keys are concerned. The only one of that key is
 // carried out; of several the first is selected.
 LRESULT ItemOfKey(HMENU menu, wchar_t typed) {
-  const auto key = static_cast<wchar_t>(reinterpret_cast<ULONG_PTR>(
-      CharLowerW(reinterpret_cast<LPWSTR>(static_cast<ULONG_PTR>(typed)))));
-  int found = -1;
+  const wchar_t key = Small(typed);
+  const MenuItems& items = ItemsOf(menu);
+  size_t found = 0;
   int matches = 0;
-  const int count = GetMenuItemCount(menu);
-  for (int i = 0; i < count; ++i) {
-    if (KeyOf(ReadItem({menu, static_cast<UINT>(i)}).text) != key) continue;
+  for (size_t i = 0; i < items.size(); ++i) {
+    if (KeyOf(items[i]->text) != key) continue;
     if (matches++ == 0) found = i;
   }
   if (matches == 0) return MAKELRESULT(0, MNC_IGNORE);
@@ -260,7 +203,6 @@ void DressMenuBar(HWND window) {
 }
 
 void DrawBarRest(HWND window) {
-  if ((GetWindowLongPtrW(window, GWL_STYLE) & WS_CHILD) != 0) return;
   MENUBARINFO bar{};
   bar.cbSize = sizeof bar;
   if (GetMenuBarInfo(window, OBJID_MENU, 0, &bar) == FALSE || bar.hMenu == nullptr) return;
@@ -288,15 +230,17 @@ bool RouteMenus(HWND window, UINT message, WPARAM first, LPARAM second, LRESULT&
   switch (message) {
     case WM_MEASUREITEM: {
       auto& measure = *reinterpret_cast<MEASUREITEMSTRUCT*>(second);
-      if (measure.CtlType != ODT_MENU) return false;
-      Measure(window, measure);
+      const MenuItem* item = measure.CtlType == ODT_MENU ? ItemOfData(measure.itemData) : nullptr;
+      if (item == nullptr) return false;
+      Measure(window, *item, measure);
       answer = TRUE;
       return true;
     }
     case WM_DRAWITEM: {
       const auto& drawn = *reinterpret_cast<const DRAWITEMSTRUCT*>(second);
-      if (drawn.CtlType != ODT_MENU) return false;
-      Draw(window, drawn);
+      const MenuItem* item = drawn.CtlType == ODT_MENU ? ItemOfData(drawn.itemData) : nullptr;
+      if (item == nullptr) return false;
+      Draw(window, *item, drawn);
       answer = TRUE;
       return true;
     }

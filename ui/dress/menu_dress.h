@@ -10,7 +10,7 @@ namespace hivequarry {
 void SetOwnDrawn(HMENU menu, bool on);
 // The bar of a window, for the colours in force; its menus follow when they open.
 void DressMenuBar(HWND window);
-// What is right of the bar's items, and the line below it.
+// Of a top-level window: what is right of the bar's items, and the line below it.
 void DrawBarRest(HWND window);
 // In dark, of a window that owns a menu: whether `answer` is all that is to be done.
 bool RouteMenus(HWND window, UINT message, WPARAM first, LPARAM second, LRESULT& answer);
