@@ -15,7 +15,7 @@ constexpr int kItemMargin = 4;    // above and below a text
 constexpr int kGutter = 26;       // before it: the tick
 constexpr int kKeyGap = 24;       // between it and its key
 constexpr int kRightMargin = 22;  // after both: the arrow of a sub menu
-constexpr int kBarMargin = 7;     // at both sides of a title of the bar
+constexpr int kBarMargin = 2;     // at both sides of a title of the bar; the system adds to it
 constexpr int kSeparator = 7;
 
 void SetItemsDrawn(HMENU menu, bool on) {
