@@ -24,7 +24,7 @@ bool HasNeeds(const Command& command, const CommandFacts& facts) {
     case Needs::kNothing:
       return true;
     case Needs::kRunning:
-      return facts.running || facts.backup;
+      return facts.running || facts.backup || facts.expanding;
     case Needs::kRecentHive:
       return command.number < kCommandRecentHive + facts.recent_hives;
     default:

@@ -20,7 +20,7 @@ enum class Guard : uint8_t {
 // What a command works on; without it the command is shown grey and does nothing.
 enum class Needs : uint8_t {
   kNothing,
-  kRunning,  // an operation under way
+  kRunning,  // something under way that "Stop" ends
   kHive,     // the facts of the same names
   kLogs,
   kReplayed,
@@ -48,6 +48,7 @@ enum class Needs : uint8_t {
 struct CommandFacts {
   bool running = false;
   bool backup = false;
+  bool expanding = false;     // branches of the tree are being opened
   bool hive = false;          // a hive is shown
   bool logs = false;          // and logs can be applied to it
   bool replayed = false;      // and some were

@@ -1,6 +1,7 @@
 // What the tree tells of each key, and how branches with very many keys come into it.
 #include "tests/window/window_fixture.h"
 #include "ui/frame/text.h"
+#include "ui/main/expanding.h"
 #include "ui/main/status.h"
 #include "view/tree_icons.h"
 #include "words/value_text.h"
@@ -264,6 +265,72 @@ TEST_F(TreeTest, EndedExpansionLeavesBranchesClosed) {
     EXPECT_TRUE(IsItemExpanded(HandleOf(parent)));
     EXPECT_EQ(ShownChildren(parent), ChildrenOf(parent));
   }
+}
+
+// Each slice takes so many items that the branch is not open after the first one.
+TEST_F(TreeTest, ExpandingTellsHowFarItIs) {
+  OpenBytes(WideHive());
+  SelectPath("Wide");
+  Texts said;
+  surroundings_.on_status = [&said](const char* text) { said.emplace_back(text); };
+  Run(kCommandExpand);
+  EXPECT_TRUE(IsExpanding(*window_));
+  EXPECT_EQ(window_->host.progress_steps, 12003U);
+  ASSERT_TRUE(PumpUntil([&] { return !IsExpanding(*window_); }));
+  surroundings_.on_status = nullptr;
+  ASSERT_GE(said.size(), 3U);
+  EXPECT_TRUE(said[0].starts_with("Opening branches, key ")) << said[0];
+  EXPECT_TRUE(said[0].ends_with(" of 12,003 (Esc stops)")) << said[0];
+  EXPECT_NE(said[1], said[0]);
+  EXPECT_EQ(said.back(), "");
+  EXPECT_EQ(window_->host.progress_steps, 0U);
+  EXPECT_FALSE(FactsNow(*window_).expanding);
+}
+
+TEST_F(TreeTest, ExpandingIsStopped) {
+  OpenBytes(WideHive());
+  SelectPath("Wide");
+  const uint32_t wide = SelectedItem(window_->shown->pane);
+  const auto press = [&](WPARAM key) {
+    MSG message{Tree(), WM_KEYDOWN, key, 0, 0, {}};
+    HandleMessage(handle_, message);
+  };
+  const struct {
+    const char* way;
+    std::function<void()> stop;
+  } kCases[] = {
+      {"command", [&] { Run(kCommandStop); }},
+      {"Esc", [&] { press(VK_ESCAPE); }},
+  };
+  for (const auto& test : kCases) {
+    SCOPED_TRACE(test.way);
+    Run(kCommandCollapse);
+    press(VK_MULTIPLY);  // as the command
+    ASSERT_TRUE(IsExpanding(*window_));
+    EXPECT_TRUE(IsAvailable(*FindCommand(Commands(), kCommandStop), FactsNow(*window_)));
+    test.stop();
+    EXPECT_FALSE(IsExpanding(*window_));
+    EXPECT_EQ(window_->host.progress_steps, 0U);
+    EXPECT_FALSE(IsAvailable(*FindCommand(Commands(), kCommandStop), FactsNow(*window_)));
+    EXPECT_TRUE(IsItemExpanded(HandleOf(wide)));
+    EXPECT_TRUE(TakeBoxes().empty());
+    ASSERT_TRUE(IsFilled());  // the branch itself comes whole
+    EXPECT_TRUE(ShownChildren(wide) == ChildrenOf(wide));
+  }
+}
+
+TEST_F(TreeTest, HiveThatIsExpandedIsClosed) {
+  OpenBytes(WideHive());
+  Run(kCommandExpand);
+  ASSERT_TRUE(IsExpanding(*window_));
+  Run(kCommandCloseHive);
+  EXPECT_FALSE(IsExpanding(*window_));
+  ASSERT_TRUE(PumpUntil([&] { return window_->host.progress_steps == 0; }));
+  EXPECT_FALSE(window_->expanding_shown);
+  // And the window with one.
+  OpenBytes(WideHive());
+  Run(kCommandExpand);
+  EXPECT_TRUE(IsExpanding(*window_));
 }
 
 }  // namespace

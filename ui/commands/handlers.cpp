@@ -9,6 +9,7 @@
 #include "ui/lists/block_window.h"
 #include "ui/lists/list_menu.h"
 #include "ui/lists/list_saving.h"
+#include "ui/main/expanding.h"
 #include "ui/main/main_window.h"
 #include "ui/main/toolbar.h"
 #include "view/list_commands.h"
@@ -63,7 +64,7 @@ void OnCloseHive(MainWindow& window) {
 }
 
 void OnStop(MainWindow& window) {
-  StopCommand();
+  if (!StopExpanding(window)) StopCommand();
   UpdateToolbar(window);
 }
 

@@ -14,6 +14,7 @@
 #include "recovery/root_search.h"
 #include "ui/commands/handlers.h"
 #include "ui/frame/text.h"
+#include "ui/main/expanding.h"
 #include "ui/main/freed.h"
 #include "ui/main/main_window.h"
 #include "ui/main/notifications.h"
@@ -192,12 +193,10 @@ void OnCurrentBranch(MainWindow& window) {
   if (inside) SelectItem(window.shown->pane, back);
 }
 
-void OnExpandSubfolders(MainWindow& window) {
-  StartExpand(window.shown->pane, SelectedItem(window.shown->pane));
-  if (ExpandSlice(window.shown->pane)) SetTimer(window.handle, kExpandTimer, kTimerPause, nullptr);
-}
+void OnExpandSubfolders(MainWindow& window) { StartExpanding(window); }
 
 void OnCollapseSubfolders(MainWindow& window) {
+  const ClosingBranches closing(window);
   CollapseBranch(window.shown->pane, SelectedItem(window.shown->pane));
   KeepFilling(window);  // a branch whose expanding this has ended
 }

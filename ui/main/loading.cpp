@@ -16,6 +16,7 @@
 #include "ui/lists/list_menu.h"
 #include "ui/lists/list_reports.h"
 #include "ui/live/compare_commands.h"
+#include "ui/main/expanding.h"
 #include "ui/main/freed.h"
 #include "ui/main/main_window.h"
 #include "ui/main/removed.h"
@@ -186,6 +187,7 @@ void LetGoOfHive(MainWindow& window) {
   const int slot = std::exchange(hive.slot, -1);
   // Items that go select others, which nobody asked for.
   window.tree_changes = true;
+  const ClosingBranches closing(window);
   ClearTree(hive.pane);
   ForgetRemoved(window);
   ForgetFreed(window);

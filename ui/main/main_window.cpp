@@ -26,6 +26,7 @@
 #include "ui/lists/value_window.h"
 #include "ui/main/address_bar.h"
 #include "ui/main/empty_view.h"
+#include "ui/main/expanding.h"
 #include "ui/main/freed.h"
 #include "ui/main/notifications.h"
 #include "ui/main/removed.h"
@@ -100,6 +101,16 @@ bool OnCreate(MainWindow& window) {
   return true;
 }
 
+// The control takes each item out by itself. A tree of very many is left to the end of the program
+// instead, which frees all of it at once.
+void LeaveTree(const MainWindow& window) {
+  if (TreeView_GetCount(window.controls.tree) < kManyTreeItems) {
+    TreeView_DeleteAllItems(window.controls.tree);
+  } else {
+    SetParent(window.controls.tree, HWND_MESSAGE);
+  }
+}
+
 // Whatever way the window goes: first the workers, then what they work on.
 void OnDestroy(MainWindow& window) {
   EndWorkers(window);
@@ -109,7 +120,7 @@ void OnDestroy(MainWindow& window) {
   GatherSettings(window);
   ClearValues(window.values);
   window.shown = window.viewed = &window.none;
-  TreeView_DeleteAllItems(window.controls.tree);
+  LeaveTree(window);
   window.hives.clear();
   ResetHiveTable();
   WriteProgramSettings();
@@ -328,6 +339,12 @@ bool TranslateKeys(const MainWindow& window, MSG& message) {
   return TranslateAcceleratorW(handle, window.menus.accelerators, &message) != 0;
 }
 
+// The tree control would open all branches at once, and the window would stand still.
+bool ExpandsAll(const MainWindow& window, const MSG& message) {
+  return message.message == WM_KEYDOWN && message.wParam == VK_MULTIPLY &&
+         message.hwnd == window.controls.tree;
+}
+
 // The tree control of some systems keeps the key that asks for the menu to itself.
 bool AsksForTreeMenu(const MainWindow& window, const MSG& message) {
   return message.message == WM_SYSKEYDOWN && message.wParam == VK_F10 &&
@@ -384,6 +401,9 @@ void HandleMessage(HWND handle, MSG& message) {
     if (message.wParam == VK_RETURN) return GoToTypedPath(*window);
     if (message.wParam == VK_ESCAPE) return LeaveAddressBar(*window);
   }
+  if (ours && ExpandsAll(*window, message)) return RunCommand(*window, kCommandExpand);
+  const bool escape = message.message == WM_KEYDOWN && message.wParam == VK_ESCAPE;
+  if (ours && escape && StopExpanding(*window)) return;
   if (ours && message.message == WM_KEYDOWN && message.wParam == VK_TAB &&
       GetKeyState(VK_CONTROL) >= 0 && !KeepsTab(window->viewer, message)) {
     FocusNextPane(*window, GetKeyState(VK_SHIFT) < 0);
@@ -404,6 +424,7 @@ CommandFacts FactsNow(const MainWindow& window) {
   CommandFacts facts;
   facts.running = TheLongOperation().running != 0;
   facts.backup = TheLongOperation().backup;
+  facts.expanding = IsExpanding(window);
   facts.hive = window.shown->slot >= 0;
   if (facts.hive) AddItemFacts(window, SelectedItem(window.shown->pane), facts);
   // What can be done with a value is for those of the hive as it is shown.

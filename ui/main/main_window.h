@@ -102,6 +102,7 @@ struct MainWindow {
   bool tree_changes = false;           // items go, and what is selected by that is of no interest
   PaneSelection selection;
   std::string report_named;  // Report List on its way to be loaded
+  bool expanding_shown = false;        // the status bar says how far "Expand subfolders" is
 };
 
 // Creates the window with all it holds and sets the host table; null after a message when that

@@ -7,6 +7,7 @@
 #include "ui/frame/list_view.h"
 #include "ui/lists/list_menu.h"
 #include "ui/lists/list_notify.h"
+#include "ui/main/expanding.h"
 #include "ui/main/main_window.h"
 #include "ui/main/removed.h"
 #include "ui/main/status.h"
@@ -216,16 +217,13 @@ void ShowPassingText(const MainWindow& window, const char* text) {
 // a timer with nothing left ends itself.
 void OnTimer(MainWindow& window, UINT_PTR timer) {
   bool more = false;
-  if (timer == kExpandTimer) {
-    for (const auto& hive : window.hives) more = ExpandSlice(hive->pane) || more;
-  }
+  if (timer == kExpandTimer) return ExpandOn(window);
   if (timer == kDetailTimer) more = AddDetailSlice(window.viewer.detail);
   if (timer == kFillTimer) {
     for (const auto& hive : window.hives) more = more || FillSlices(*hive);
   }
   if (timer == kPassingTimer && TheLongOperation().running == 0) ShowStatus("");
   if (!more) KillTimer(window.handle, timer);
-  if (timer == kExpandTimer) KeepFilling(window);
 }
 
 void KeepFilling(const MainWindow& window) {

@@ -73,6 +73,7 @@ HTREEITEM InsertItem(TreePane& pane, uint32_t item, HTREEITEM parent, HTREEITEM 
   insert.item.state = StateOf(pane.tree->items[item], children, state);
   const HTREEITEM handle = TreeView_InsertItem(pane.window, &insert);
   pane.handles[item] = handle;
+  if (item >= pane.expand_top && item < pane.expand_end) ++pane.expand_inserted;
   return handle;
 }
 
@@ -565,23 +566,50 @@ void StartExpand(TreePane& pane, uint32_t item) {
   TreeView_Expand(pane.window, pane.handles[item], TVE_COLLAPSE);
   pane.expand_top = pane.expand_next = item;
   pane.expand_end = pane.tree->items[item].end;
+  pane.expand_inserted = static_cast<uint32_t>(
+      std::count_if(pane.handles.begin() + item, pane.handles.begin() + pane.expand_end,
+                    [](HTREEITEM handle) { return handle != nullptr; }));
 }
 
-bool ExpandSlice(TreePane& pane) {
+void StopExpand(TreePane& pane) {
+  if (!IsExpanding(pane)) return;
+  EndExpand(pane);
+  TreeView_Expand(pane.window, pane.handles[pane.expand_top], TVE_EXPAND);
+}
+
+namespace {
+
+// Up to the end of the slice. A branch is made whole before its turn ends, so what is in it has its
+// handle.
+void OpenBranches(TreePane& pane) {
   const DWORD start = GetTickCount();
-  // A branch is made whole before its turn ends, so what is in it has its handle.
-  while (pane.expand_next < pane.expand_end && GetTickCount() - start < kSliceMilliseconds) {
+  for (uint32_t count = 0; count < kItemsPerSlice && pane.expand_next < pane.expand_end; ++count) {
     const uint32_t item = pane.expand_next;
+    if (count % kItemsPerLook == 0 && GetTickCount() - start >= kSliceMilliseconds) return;
     if (HasShownChildren(pane, item) && pane.handles[item] != nullptr) {
-      if (!FillBranch(pane, item, kOpened, start)) break;
+      if (!FillBranch(pane, item, kOpened, start)) return;
       if (item != pane.expand_top && !IsExpanded(pane, pane.handles[item])) {
         TreeView_Expand(pane.window, pane.handles[item], TVE_EXPAND);
       }
     }
     ++pane.expand_next;
   }
+}
+
+}  // namespace
+
+bool ExpandSlice(TreePane& pane) {
+  if (!IsExpanding(pane)) return false;
+  const bool ready = pane.expand_next == pane.expand_end;
+  // The user may have opened the branch meanwhile: then each item would cost a layout.
+  const bool open = !ready && IsExpanded(pane, pane.handles[pane.expand_top]);
+  if (open) SetRedraw(pane, false);
+  OpenBranches(pane);
+  if (open) SetRedraw(pane, true);
   if (pane.expand_next < pane.expand_end) return true;
-  if (pane.expand_end != 0) TreeView_Expand(pane.window, pane.handles[pane.expand_top], TVE_EXPAND);
+  // The layout of very many items takes a while: what is said of the progress is seen before.
+  if (!ready && pane.expand_end - pane.expand_top > kItemsPerSlice) return true;
+  TreeView_Expand(pane.window, pane.handles[pane.expand_top], TVE_EXPAND);
   pane.expand_next = pane.expand_end = 0;
   return false;
 }

@@ -60,6 +60,7 @@ struct TreePane {
   uint32_t expand_top = 0;
   uint32_t expand_next = 0;
   uint32_t expand_end = 0;
+  uint32_t expand_inserted = 0;  // how many of these are in the control
 };
 
 // The parent places it; null when it can't be had.
@@ -115,9 +116,12 @@ LRESULT OnTreeDraw(const TreePane& pane, NMTVCUSTOMDRAW& notice);
 bool FillSlice(TreePane& pane);
 
 // Starts to open every branch from `item` down; ExpandSlice does the next part of it and returns
-// true while there is more. Collapsing ends it.
+// true while there is more. Collapsing ends it, and so does StopExpand, which shows what was opened
+// until then.
 void StartExpand(TreePane& pane, uint32_t item);
 bool ExpandSlice(TreePane& pane);
+inline bool IsExpanding(const TreePane& pane) { return pane.expand_end != 0; }
+void StopExpand(TreePane& pane);
 void CollapseBranch(TreePane& pane, uint32_t item);
 
 }  // namespace hivequarry

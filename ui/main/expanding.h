@@ -1,0 +1,38 @@
+// "Expand subfolders" in the main window: a slice at a time on the interface thread, by a timer, so
+// that the window goes on; with its progress in the status bar.
+#pragma once
+
+#include "ui/draw/win.h"
+
+namespace hivequarry {
+
+struct MainWindow;
+
+// Of the selected item of the hive shown; takes the place of what is under way in its tree.
+void StartExpanding(MainWindow& window);
+// True while branches of any hive are being opened.
+bool IsExpanding(const MainWindow& window);
+// The next slice: the answer to kExpandTimer, which goes on while there is more. Also notices that
+// a hive went whose branches were being opened.
+void ExpandOn(MainWindow& window);
+// While the control takes out very many items, during which the window stands still: the status bar
+// says so, and the cursor waits.
+class ClosingBranches {
+ public:
+  explicit ClosingBranches(MainWindow& window);
+  ~ClosingBranches();
+  ClosingBranches(const ClosingBranches&) = delete;
+  ClosingBranches& operator=(const ClosingBranches&) = delete;
+
+ private:
+  MainWindow& window_;
+  bool told_ = false;  // there are so many
+  HCURSOR previous_ = nullptr;
+};
+// From so many items on that takes long enough to be told of.
+inline constexpr UINT kManyTreeItems = 20'000;
+
+// Ends it where it is. False when nothing was under way.
+bool StopExpanding(MainWindow& window);
+
+}  // namespace hivequarry
