@@ -210,6 +210,8 @@ void ReadTimeline(const ProfileLookup& lookup, TimelineSettings& timeline) {
   timeline.values = lookup("KTIME", "Values", "", kMaxText) == "1";
   timeline.base_block = lookup("KTIME", "Hive", "", kMaxText) == "1";
 }
+  timeline.decoders = lookup("KTIME", "Evidence", "", kMaxText) == "1";
+  timeline.logged = lookup("KTIME", "Logs", "", kMaxText) == "1";
 
 void ReadBookmarkPane(const ProfileLookup& lookup, BookmarkPaneSettings& pane) {
   const auto number = [&lookup](const char* key) {
@@ -311,6 +313,8 @@ void WriteNumbers(Writer& writer, const NumberRow& row, const Numbers& numbers) 
     const std::string key = NumberedKey("w", static_cast<size_t>(row.first) + i);
     const bool had = !ReadProfile(writer.file, row.section, key.c_str(), "", kMaxText).empty();
     if (i < count || had) {
+  Put(writer, "KTIME", "Evidence", timeline.decoders ? "1" : "");
+  Put(writer, "KTIME", "Logs", timeline.logged ? "1" : "");
       Put(writer, row.section, key, std::to_string(i < count ? numbers[i] : 0));
     }
   }

@@ -117,6 +117,8 @@ struct TimelineSettings {
   bool values = false;      // times in values
   bool base_block = false;  // times of the base block
   bool operator==(const TimelineSettings&) const = default;
+  bool decoders = false;    // times that decoded evidence tells
+  bool logged = false;      // keys that only pages of logs have
 };
 
 // The pane of bookmarks ("KBMP").

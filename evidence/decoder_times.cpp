@@ -25,15 +25,16 @@ struct Telling {
   std::map<size_t, const char*> events;  // by column
 };
 
-// Rows keep seconds beside the text of a date, which has the fraction: "..., 13:02:09.1234567".
+// Rows keep seconds beside the text of a date, which has the fraction: "..., 13:02:09.1234567", and
+// may end with the zone that dates are shown in.
 uint64_t TimeOfCell(const OutputList& list, uint32_t row, int column) {
   const uint64_t seconds = CellValue(list, row, column);
   if (seconds == kNoValue || seconds == 0) return 0;
   const std::string_view text = CellText(list, row, column);
   const size_t point = text.rfind('.');
   uint64_t fraction = 0;
-  if (point != text.npos && text.size() - point == 8) {
-    for (const char c : text.substr(point + 1))
+  if (point != text.npos && text.size() - point >= 8) {
+    for (const char c : text.substr(point + 1, 7))
       fraction = fraction * 10 + DigitOf(static_cast<unsigned char>(c));
   }
   return seconds * 10'000'000 + fraction;

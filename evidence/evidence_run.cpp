@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "hive/shown_zone.h"
 #include "host/number_text.h"
 #include "lists/list_rows.h"
 #include "records/stored_text.h"
@@ -43,6 +44,17 @@ std::optional<EvidenceState> StateOfRow(const EvidenceRun& run, EvidenceKey key,
 
 }  // namespace
 
+namespace {
+
+// ".1234567"; empty for a whole second.
+std::string FractionText(uint64_t file_time) {
+  const uint64_t fraction = file_time % kUnitsPerSecond;
+  if (fraction == 0) return {};
+  return Concat({".", Decimal(static_cast<int64_t>(fraction), 7, '0')});
+}
+
+}  // namespace
+
 EvidenceRow& EvidenceRow::Text(std::string text) {
   cells.push_back({std::move(text), kNoValue});
   return *this;
@@ -66,6 +78,13 @@ EvidenceRow& EvidenceRow::Time(uint64_t file_time) {
     return *this;
   }
   return Text(HexText(file_time, 16)).Note("no plausible time");
+}
+
+EvidenceRow& EvidenceRow::LocalTime(uint64_t file_time) {
+  const CalendarTime calendar = CalendarOfFileTime(file_time);
+  if (FormatTimestampChecked(file_time).empty()) return Time(file_time);
+  cells.push_back({FormatCalendar(calendar) + FractionText(file_time), DateValue(file_time)});
+  return *this;
 }
 
 EvidenceRow& EvidenceRow::DosTime(uint32_t dos_date_time) {
@@ -142,11 +161,12 @@ std::optional<uint64_t> FileTimeOfFields(const CalendarTime& fields) {
   return time;
 }
 
+// The zone comes last.
 std::string FileTimeText(uint64_t file_time) {
   std::string text = FormatTimestampChecked(file_time);
-  const uint64_t fraction = file_time % kUnitsPerSecond;
-  if (text.empty() || fraction == 0) return text;
-  return Concat({text, ".", Decimal(static_cast<int64_t>(fraction), 7, '0')});
+  const size_t zone = ShownZoneSuffix(file_time).size();
+  if (!text.empty()) text.insert(text.size() - zone, FractionText(file_time));
+  return text;
 }
 
 size_t WideEnd(ByteView bytes) {

@@ -30,6 +30,8 @@ class EvidenceRow {
   EvidenceRow& Empty(size_t count = 1);
   // FILETIME, UTC; 0 is no time. One that no clock shows is given as its number, with a note.
   EvidenceRow& Time(uint64_t file_time);
+  // The same of a time in a zone that nothing says: shown as it is whatever zone was chosen.
+  EvidenceRow& LocalTime(uint64_t file_time);
   // A packed DOS date and time, UTC; 0 is none.
   EvidenceRow& DosTime(uint32_t dos_date_time);
   // Words that the row has already are not said twice.

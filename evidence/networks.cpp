@@ -34,7 +34,7 @@ void AddLocalTime(const std::vector<EvidenceValue>& values, const char* name, Ev
     time.fraction = uint32_t{ReadU16(data, 14)} * 10'000;
   }
   if (const std::optional<uint64_t> file_time = FileTimeOfFields(time)) {
-    row.Time(*file_time);
+    row.LocalTime(*file_time);
   } else {
     row.Empty().Note(Concat({name, " is no time"}));
   }

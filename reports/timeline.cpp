@@ -23,7 +23,6 @@
 namespace hivequarry {
 namespace {
 
-constexpr const char* kKeyWritten = "key written";
 constexpr size_t kBlock = size_t{1} << 18;  // of texts
 constexpr size_t kPerShelf = 8192;          // events, for which a processor's own memory has room
 constexpr size_t kMostShelves = 256;

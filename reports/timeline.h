@@ -98,6 +98,8 @@ struct TimelineCounts {
 bool WriteTimeline(const Timeline& timeline, const TimelineLook& look, const TextSink& sink,
                    TimelineCounts& counts);
 
+// The event of a key's last write.
+inline constexpr const char* kKeyWritten = "key written";
 // "live", "recovered", "freed", "in a log".
 std::string_view StateWord(TimelineState state);
 

@@ -4,6 +4,7 @@
 #include <map>
 
 #include "evidence/decoders.h"
+#include "hive/shown_zone.h"
 #include "hive/timestamp.h"
 #include "tests/support/log_writer.h"
 #include "tests/support/logged_hive.h"
@@ -544,6 +545,12 @@ TEST(Evidence, NetworksAreJoinedWithTheirSignatures) {
             (Texts{"profile|Home|private|wireless|" + std::string(kTimeText) +
                        "|01-02-03-04-05-AB|DateLastConnected is no time",
                    "unmanaged|||||01-02-03-04-05-AB|"}));
+  ShownZone zone;
+  ASSERT_TRUE(ReadZone("+02:00", zone));
+  SetShownZone(zone);
+  const Texts shown = Cells(Decoded(builder, "networks"), {"Created (local)"});
+  SetShownZone({});
+  EXPECT_EQ(shown[0], kTimeText) << "nobody knows how far it is from UTC";
 }
 
 Bytes UserTexts(std::string_view name) {

@@ -10,6 +10,7 @@
 
 #include "evidence/decoder_times.h"
 #include "hive/keys.h"
+#include "hive/shown_zone.h"
 #include "hive/timestamp.h"
 #include "reports/timeline_list.h"
 #include "tests/support/corpus.h"
@@ -257,6 +258,50 @@ TEST(TimelineTest, TimesOfDecodedEvidence) {
   EXPECT_TRUE(event.key.ends_with("\\Count"));
 }
 
+// Whatever zone dates are shown in.
+TEST(TimelineTest, ListHasWhatDecodersTell) {
+  HiveBuilder builder;
+  Bytes run(72);
+  PutU64(run, 60, kTime);
+  run[4] = 1;
+  Bytes local(16);
+  PutU16(local, 0, 2012), PutU16(local, 2, 4), PutU16(local, 6, 4), PutU16(local, 8, 1);
+  builder
+      .Key(
+          "Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\UserAssist\\"
+          "{CEBFF5CD-ACE2-4F4F-9178-9926F41749EA}\\Count")
+      .Value("P:\\n.rkr", 3, run);
+  builder.Key("Microsoft\\Windows NT\\CurrentVersion\\NetworkList\\Profiles\\{A}")
+      .Sz("ProfileName", "Home")
+      .Value("DateCreated", 3, local);
+  BuiltHive built = builder.Build();
+  OpenedHive opened(built);
+  ShownZone zone;
+  ASSERT_TRUE(ReadZone("+02:00", zone));
+  SetShownZone(zone);
+  const OutputListPtr list = MakeOutputList(kListTimeline);
+  ListTimeline(opened.hive, opened.tree, {}, *list, [&](Timeline& timeline) {
+    AddDecoderTimes(timeline, opened.hive, opened.tree, {});
+  });
+  SetShownZone({});
+  const struct {
+    const char* event;
+    const char* date;
+    const char* leaf;
+  } cases[] = {{"UserAssist: Last Run", "2012/04/04, 03:58:40 +02:00", "\\Count"},
+               {"Networks: Created (local)", "2012/04/04, 01:00:00", "\\{A}"}};
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.event);
+    uint32_t row = 0;
+    while (row + 1 < RowCount(*list) && CellText(*list, row, 1) != c.event) ++row;
+    ASSERT_EQ(CellText(*list, row, 1), c.event);
+    EXPECT_EQ(CellText(*list, row, 0), c.date);
+    EXPECT_TRUE(CellText(*list, row, 2).ends_with(c.leaf));
+    EXPECT_NE(RowDatum(*list, row), kNoOffset);
+    EXPECT_EQ(FactsOfRow(*list, row).last_write, 0U) << "not of the key";
+  }
+}
+
 // Times of an unknown zone are never told as UTC, nor moved to another zone.
 TEST(TimelineTest, LocalTimesAreMarked) {
   HiveBuilder builder;
@@ -304,6 +349,12 @@ TEST(TimelineTest, KeysOfLogsAlone) {
   ASSERT_NE(logged, events.end());
   EXPECT_TRUE(logged->detail.ends_with("entry 4")) << logged->detail;
   EXPECT_GT(logged->offset, 0x1000U);
+  const OutputListPtr list = MakeOutputList(kListTimeline);
+  ListTimeline(hive.hive(), hive.tree(), options, *list);
+  uint32_t row = 0;
+  while (row + 1 < RowCount(*list) && CellText(*list, row, 5) != "in a log") ++row;
+  EXPECT_EQ(CellText(*list, row, 5), "in a log");
+  EXPECT_EQ(RowDatum(*list, row), kNoOffset) << "something else may be there now";
 }
 
 struct KnownHive {

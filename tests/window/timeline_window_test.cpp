@@ -7,6 +7,7 @@
 #include "ui/lists/list_menu.h"
 #include "ui/lists/list_sorting.h"
 #include "ui/resources/resource.h"
+#include "view/activity.h"
 
 namespace hivequarry::testing {
 namespace {
@@ -23,11 +24,9 @@ class TimelineWindowTest : public ListTest {
     OpenBytes(hive.Build().bytes);
     SelectItemAndWait(0);
   }
-  ListPlace* Timeline() {
-    InNextDialog([](HWND dialog) {
-      Click(dialog, kTimelineHive);
-      Click(dialog, IDOK);
-    });
+  ListPlace* Timeline(std::vector<int> boxes = {kTimelineHive}) {
+    boxes.push_back(IDOK);
+    InNextDialog(Clicks(boxes));
     Run(kCommandTimeline);
     const HWND list = FindWindowW(L"HivequarryList", L"Timeline");
     if (list == nullptr) return nullptr;
@@ -58,6 +57,37 @@ TEST_F(TimelineWindowTest, EventsByTimeThatLeadToTheirKeys) {
   RunList(*place, kCommandGoToTree);
   EXPECT_EQ(window_->shown->tree->items[SelectedItem(window_->shown->pane)].position,
             RowDatum(*place->model, row));
+}
+
+TEST_F(TimelineWindowTest, HasWhatTheBoxesAdd) {
+  HiveBuilder hive;
+  Bytes run(72);
+  PutU64(run, 60, FileTimeOf({2007, 6, 1, 12, 0, 0}));
+  run[4] = 1;
+  hive.Key(
+          "Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\UserAssist\\"
+          "{CEBFF5CD-ACE2-4F4F-9178-9926F41749EA}\\Count")
+      .Value("P:\\n.rkr", 3, run);
+  Run(kCommandCloseHive);
+  OpenBytes(hive.Build().bytes);
+  SelectItemAndWait(0);
+  constexpr const char* kRun = "UserAssist: Last Run";
+  for (const bool decoders : {false, true}) {
+    ListPlace* place = decoders ? Timeline({kTimelineDecoders, kTimelineLogged}) : Timeline({});
+    ASSERT_NE(place, nullptr);
+    const Texts events = Column(*place, 1);
+    EXPECT_EQ(std::ranges::count(events, kRun), decoders ? 1 : 0);
+    if (decoders) {
+      const Activity activity = ReadActivity(*place->model, [] { return false; });
+      EXPECT_TRUE(std::ranges::any_of(activity.series, [](const ActivitySeries& series) {
+        return series.name == kRun;
+      })) << "with a colour of its own";
+    }
+    SendMessageW(place->window, WM_CLOSE, 0, 0);
+  }
+  EXPECT_TRUE(TheSettings().timeline.decoders);
+  EXPECT_TRUE(TheSettings().timeline.logged);
+  EXPECT_FALSE(TheSettings().timeline.freed);
 }
 
 TEST_F(TimelineWindowTest, FilteredRowsAreSortedSelectedAndSavedAlone) {

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "app/settings.h"
+#include "evidence/decoder_times.h"
 #include "hive/hive_table.h"
 #include "host/host.h"
 #include "host/long_operation.h"
@@ -191,11 +192,17 @@ void OnTimeline(MainWindow& window) {
   options.freed = chosen.freed;
   options.values = chosen.values;
   options.base_block = chosen.base_block;
+  options.logged = chosen.logged;
   options.item = SelectedItem(window.shown->pane);
-  ListPlace* const place =
-      FillListWindow(window, MakeOutputList(kListTimeline),
-                     [&hive = ShownHive(window), &tree = *window.shown->tree,
-                      options](OutputList& list) { ListTimeline(hive, tree, options, list); });
+  ListPlace* const place = FillListWindow(window, MakeOutputList(kListTimeline),
+                                          [&hive = ShownHive(window), &tree = *window.shown->tree,
+                                           options, decoders = chosen.decoders](OutputList& list) {
+                                            const auto evidence = [&](Timeline& timeline) {
+                                              if (decoders)
+                                                AddDecoderTimes(timeline, hive, tree, options);
+                                            };
+                                            ListTimeline(hive, tree, options, list, evidence);
+                                          });
   NoteAsked(place, options.item, {});
 }
 

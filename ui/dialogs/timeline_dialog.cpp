@@ -20,7 +20,9 @@ struct Box {
 };
 constexpr Box kBoxes[] = {{kTimelineFreed, &TimelineSettings::freed},
                           {kTimelineValues, &TimelineSettings::values},
-                          {kTimelineHive, &TimelineSettings::base_block}};
+                          {kTimelineHive, &TimelineSettings::base_block},
+                          {kTimelineDecoders, &TimelineSettings::decoders},
+                          {kTimelineLogged, &TimelineSettings::logged}};
 
 INT_PTR OnStart(TimelineDialog& state) {
   for (const Box& box : kBoxes) {

@@ -124,6 +124,8 @@
 #define kTimelineFreed 4540
 #define kTimelineValues 4541
 #define kTimelineHive 4542
+#define kTimelineDecoders 4543
+#define kTimelineLogged 4544
 
 /* live_dialogs.rc */
 #define kMountFile 4440
