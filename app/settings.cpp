@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <charconv>
 #include <cstdio>
+#include <cstdlib>
 #include <span>
 
 #include "host/host.h"
@@ -209,9 +210,9 @@ void ReadTimeline(const ProfileLookup& lookup, TimelineSettings& timeline) {
   timeline.freed = lookup("KTIME", "Freed", "", kMaxText) == "1";
   timeline.values = lookup("KTIME", "Values", "", kMaxText) == "1";
   timeline.base_block = lookup("KTIME", "Hive", "", kMaxText) == "1";
-}
   timeline.decoders = lookup("KTIME", "Evidence", "", kMaxText) == "1";
   timeline.logged = lookup("KTIME", "Logs", "", kMaxText) == "1";
+}
 
 void ReadBookmarkPane(const ProfileLookup& lookup, BookmarkPaneSettings& pane) {
   const auto number = [&lookup](const char* key) {
@@ -229,6 +230,14 @@ void ReadOptions(const ProfileLookup& lookup, Options& options) {
   options.window_for_each = lookup("KAS", "OWE", "", kMaxText) == "1";
   const std::string sort = lookup("KAS", "DI", "", kMaxText);
   if (sort == "0" || sort == "1") options.sort_new_lists = sort == "1";
+}
+
+void ReadColumnChoices(const ProfileLookup& lookup, Settings& settings) {
+  for (const ListKindInfo& info : AllListKinds()) {
+    const std::string key = "K" + std::to_string(info.kind);
+    ColumnChoice choice = ReadColumns(lookup("COLS", key.c_str(), "", kMaxText));
+    if (!choice.order.empty()) settings.columns[info.kind] = std::move(choice);
+  }
 }
 
 void ReadMainWindow(const ProfileLookup& lookup, Settings& settings) {
@@ -296,6 +305,8 @@ void WriteTimeline(Writer& writer, const TimelineSettings& timeline) {
   Put(writer, "KTIME", "Freed", timeline.freed ? "1" : "");
   Put(writer, "KTIME", "Values", timeline.values ? "1" : "");
   Put(writer, "KTIME", "Hive", timeline.base_block ? "1" : "");
+  Put(writer, "KTIME", "Evidence", timeline.decoders ? "1" : "");
+  Put(writer, "KTIME", "Logs", timeline.logged ? "1" : "");
 }
 
 void WriteBookmarkPane(Writer& writer, const BookmarkPaneSettings& pane) {
@@ -313,10 +324,16 @@ void WriteNumbers(Writer& writer, const NumberRow& row, const Numbers& numbers) 
     const std::string key = NumberedKey("w", static_cast<size_t>(row.first) + i);
     const bool had = !ReadProfile(writer.file, row.section, key.c_str(), "", kMaxText).empty();
     if (i < count || had) {
-  Put(writer, "KTIME", "Evidence", timeline.decoders ? "1" : "");
-  Put(writer, "KTIME", "Logs", timeline.logged ? "1" : "");
       Put(writer, row.section, key, std::to_string(i < count ? numbers[i] : 0));
     }
+  }
+}
+
+void WriteColumnChoices(Writer& writer, const Settings& settings) {
+  for (const ListKindInfo& info : AllListKinds()) {
+    const auto choice = settings.columns.find(info.kind);
+    Put(writer, "COLS", "K" + std::to_string(info.kind),
+        choice == settings.columns.end() ? std::string() : ColumnsAsText(choice->second));
   }
 }
 
@@ -348,6 +365,7 @@ bool WriteAll(const std::string& file, const Settings& settings) {
   WriteDates(writer, settings.dates);
   WriteTimeline(writer, settings.timeline);
   WriteBookmarkPane(writer, settings.bookmark_pane);
+  WriteColumnChoices(writer, settings);
   return !writer.failed;
 }
 
@@ -398,7 +416,62 @@ void TakeOthers(const Setting& read, const Setting& file, Setting& ours) {
   if (ours == read) ours = file;
 }
 
+using ColumnChoices = std::map<int, ColumnChoice>;
+
+void TakeOthersColumns(int kind, const ColumnChoices& read, const ColumnChoices& file,
+                       ColumnChoices& ours) {
+  const auto of = [kind](const ColumnChoices& choices) {
+    const auto found = choices.find(kind);
+    return found == choices.end() ? ColumnChoice() : found->second;
+  };
+  ColumnChoice choice = of(ours);
+  TakeOthers(of(read), of(file), choice);
+  if (choice.order.empty()) {
+    ours.erase(kind);
+  } else {
+    ours[kind] = std::move(choice);
+  }
+}
+
 }  // namespace
+
+std::string ColumnsAsText(const ColumnChoice& choice) {
+  std::string text;
+  for (const int column : choice.order) {
+    const bool hidden = std::ranges::find(choice.hidden, column) != choice.hidden.end();
+    text += (text.empty() ? "" : ",") + std::to_string(hidden ? -column : column);
+  }
+  return text;
+}
+
+ColumnChoice ReadColumns(std::string_view text) {
+  ColumnChoice choice;
+  while (!text.empty()) {
+    const std::string_view part = text.substr(0, text.find(','));
+    text.remove_prefix(std::min(part.size() + 1, text.size()));
+    int column = 0;
+    const auto [end, error] = std::from_chars(part.data(), part.data() + part.size(), column);
+    const bool whole = error == std::errc() && end == part.data() + part.size();
+    if (!whole || std::abs(column) >= kMaxOwnColumns) return {};
+    if (std::ranges::find(choice.order, std::abs(column)) != choice.order.end()) return {};
+    choice.order.push_back(std::abs(column));
+    if (column < 0) choice.hidden.push_back(-column);
+  }
+  return choice;
+}
+
+ColumnChoice ColumnsFor(const ColumnChoice& choice, int count) {
+  ColumnChoice columns = choice;
+  const auto none = [count](int column) { return column >= count; };
+  std::erase_if(columns.order, none);
+  std::erase_if(columns.hidden, none);
+  for (int column = 0; column < count; ++column) {
+    if (std::ranges::find(columns.order, column) == columns.order.end()) {
+      columns.order.push_back(column);
+    }
+  }
+  return columns;
+}
 
 void TakeOthersSettings(const Settings& read, const Settings& file, Settings& ours) {
   const auto join = [&](const HistoryRow& row) {
@@ -420,6 +493,9 @@ void TakeOthersSettings(const Settings& read, const Settings& file, Settings& ou
   }
   for (size_t i = 0; i < kPlacedWindows; ++i) {
     TakeOthers(read.places[i], file.places[i], ours.places[i]);
+  }
+  for (const ListKindInfo& info : AllListKinds()) {
+    TakeOthersColumns(info.kind, read.columns, file.columns, ours.columns);
   }
   take(&Settings::freed_in_tree);
   take(&Settings::colours);
@@ -456,6 +532,7 @@ void ReadSettings(const ProfileLookup& lookup, Settings& settings) {
   ReadDates(lookup, settings.dates);
   ReadTimeline(lookup, settings.timeline);
   ReadBookmarkPane(lookup, settings.bookmark_pane);
+  ReadColumnChoices(lookup, settings);
   settings.freed_in_tree = lookup("KAS", "FIT", "", kMaxText) != "0";
   settings.colours = ColoursFromText(lookup("KAS", "COL", "", kMaxText));
   settings.toolbar = lookup("KAS", "TB", "", kMaxText) != "0";

@@ -4,6 +4,7 @@
 #include <array>
 #include <cstdint>
 #include <functional>
+#include <map>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -116,9 +117,9 @@ struct TimelineSettings {
   bool freed = false;       // freed keys
   bool values = false;      // times in values
   bool base_block = false;  // times of the base block
-  bool operator==(const TimelineSettings&) const = default;
   bool decoders = false;    // times that decoded evidence tells
   bool logged = false;      // keys that only pages of logs have
+  bool operator==(const TimelineSettings&) const = default;
 };
 
 // The pane of bookmarks ("KBMP").
@@ -129,6 +130,19 @@ struct BookmarkPaneSettings {
   int width = 0;
   bool operator==(const BookmarkPaneSettings&) const = default;
 };
+// What the user made of the columns of lists of a kind ("COLS", "K" and the kind's number): columns
+// by their numbers, as they are shown from left to right, and which of them are not.
+struct ColumnChoice {
+  std::vector<int> order;
+  std::vector<int> hidden;
+  bool operator==(const ColumnChoice&) const = default;
+};
+// "2,0,-1": the second one is the last, and hidden. The first column never is. A text that has
+// anything else in it, or a column twice, is no choice.
+std::string ColumnsAsText(const ColumnChoice& choice);
+ColumnChoice ReadColumns(std::string_view text);
+// For a list of so many columns: those that the choice does not know come last.
+ColumnChoice ColumnsFor(const ColumnChoice& choice, int count);
 
 // All that the program keeps in its file.
 struct Settings {
@@ -144,7 +158,9 @@ struct Settings {
   DateSettings dates;
   TimelineSettings timeline;
   BookmarkPaneSettings bookmark_pane;
-  WindowPlace main;                 // "WPS1"; its columns are those of the value pane ("WPS2")
+  WindowPlace main;  // "WPS1"; its columns are those of the value pane ("WPS2")
+  std::map<int, ColumnChoice>
+      columns;                      // by list kind; none for a kind whose columns are as built in
   std::vector<int> output_columns;  // of the Output List pane ("WPS3")
   int tree_width = 0;               // "w40", at 96 dpi; 0: built-in
   int detail_share = 0;             // "w41": of the right side's height, in 1/10000; 0: built-in

@@ -131,6 +131,7 @@ Settings SomeSettings() {
   settings.tree_width = 250;
   settings.detail_share = 3333;
   settings.bookmark_pane = {true, false, 200, 400};
+  settings.columns[kListKeyDates] = {{1, 0, 2}, {2}};
   settings.places[kPlaceBlocks] = {1, 2, 30, 40, false, {5, 6, 7, 8}};
   settings.places[kPlaceOtherLists] = {1, 2, 30, 40, true, std::vector<int>(18, 9), 47};
   return settings;
@@ -161,7 +162,7 @@ TEST(SettingsTest, RoundTrip) {
       "[WPS1]\r\nw10=-8\r\nw11=0\r\nw12=700\r\nw13=500\r\nw14=1\r\n"
       "[WPS2]\r\nw20=120\r\nw21=0\r\nw22=80\r\n[WPS3]\r\nw30=60\r\n",
       "w47=60\r\n[WPS4]\r\nw40=250\r\nw41=3333\r\n[WPOS]\r\nWPS02=0" + zeros + "WPS04=0" + zeros,
-      "WPS10=1;2;30;40;0;5;6;7;8\r\nWPS12=0"};
+      "WPS10=1;2;30;40;0;5;6;7;8\r\nWPS12=0", "[COLS]\r\nK11=1,0,-2\r\n"};
   const std::string text =
       Written(SomeSettings(), "; mine\r\n[KDATES]\r\nLastBackup=x\r\n[FTSC]\r\nFC4=old\r\n");
   for (const std::string& part : parts) EXPECT_NE(text.find(part), text.npos) << part << text;
@@ -188,9 +189,21 @@ TEST(SettingsTest, DamagedFilesReadAsBuiltIn) {
       "[WPOS]\nWPS02=1;2;3\nWPS04=5;5;1;1\nWPS10=;;;;;-1;junk;99999\n",
       "[FTSC]\nFC0=\n[CBSIDS]\nCBS1=\n",
       "[LTDS\nLD0=x",
+      "[COLS]\nK11=0,1,x\nK5=1,-1\nK6=0,99\nK7=1 0\n",
   };
   for (const char* profile : cases) EXPECT_EQ(Written(Read(profile)), built_in) << profile;
   EXPECT_TRUE(Read("[KAS]\nKGP1=1111\n").options.number_rows);  // a short one says what it says
+}
+
+TEST(SettingsTest, ColumnsOfAListWithMoreOrFewer) {
+  const ColumnChoice choice = ReadColumns("3,0,-1");
+  const struct {
+    int count;
+    const char* columns;
+  } cases[] = {{6, "3,0,-1,2,4,5"}, {4, "3,0,-1,2"}, {2, "0,-1"}, {1, "0"}};
+  for (const auto& c : cases) {
+    EXPECT_EQ(ColumnsAsText(ColumnsFor(choice, c.count)), c.columns) << c.count;
+  }
 }
 
 // What others wrote meanwhile is not lost, nor what changed here.
@@ -203,7 +216,10 @@ TEST(SettingsTest, SettingsOfSeveralCopiesAreJoined) {
   theirs.timeline.values = true;
   theirs.options.code_page_text = true;
   Settings ours;
+  ours.columns[kListSearch] = {{1, 0}, {}};
   TakeOthersSettings(Settings(), theirs, ours);
+  EXPECT_EQ(ours.columns.size(), 2U) << "that of each kind by itself";
+  theirs.columns[kListSearch] = ours.columns[kListSearch];
   EXPECT_EQ(ours, theirs);
   TakeOthersSettings(Settings(), Settings(), ours);  // all of it changed here
   EXPECT_EQ(ours, theirs);

@@ -159,6 +159,7 @@ namespace hivequarry {
   One(kCommandSaveListAs, 9229)         \
   One(kCommandSaveSelectedAs, 9230)     \
   One(kCommandCopyTable, 9231)          \
+  One(kCommandListColumns, 9232)        \
   One(kCommandShowAsOf, 9240)           \
   One(kCommandBookmarkRow, 9250)        \
   One(kCommandCompareWorkspace, 9301)   \

@@ -125,6 +125,8 @@ inline constexpr ListCommand kListCommandTable[] = {
      .tooltip = "Resize list columns", .icon = ToolIcon::kColumns,
      .accelerator = {kKeyNumericPlus, kWithControl}, .group_start = true,
      .guard = Guard::kNone},
+    {.number = kCommandListColumns, .text = "Colu&mns...\tCtrl+K", .accelerator = {'K', kWithControl},
+     .guard = Guard::kNone},
 
     {.number = kCommandStop, .tooltip = "Stop current Process", .icon = ToolIcon::kStop,
      .accelerator = {'Q', kWithControl}, .group_start = true,

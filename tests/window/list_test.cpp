@@ -229,7 +229,7 @@ TEST_F(ListTest, ContextMenu) {
       "-Copy as &table\tCtrl+Shift+C|]|Sort by &type|Sort by l&ength|Sort by nesting &level|";
   const std::string end =
       "Picture of acti&vity\tCtrl+G|-Save pict&ure...|Fi&lter rows\tCtrl+E|-S&how all rows\tEsc|"
-      "&Resize columns|";
+      "&Resize columns|Colu&mns...\tCtrl+K|";
   const struct {
     int kind;
     const char* middle;

@@ -8,10 +8,6 @@
 namespace hivequarry {
 namespace {
 
-int Unscale(int measure, uint32_t dpi) {
-  return MulDiv(measure, USER_DEFAULT_SCREEN_DPI, static_cast<int>(dpi));
-}
-
 WINDOWPLACEMENT PlacementOf(HWND window) {
   WINDOWPLACEMENT placement{};
   placement.length = sizeof placement;
@@ -20,6 +16,10 @@ WINDOWPLACEMENT PlacementOf(HWND window) {
 }
 
 }  // namespace
+
+int Unscale(int measure, uint32_t dpi) {
+  return MulDiv(measure, USER_DEFAULT_SCREEN_DPI, static_cast<int>(dpi));
+}
 
 RECT NormalArea(HWND window) {
   const WINDOWPLACEMENT placement = PlacementOf(window);

@@ -10,6 +10,8 @@
 
 namespace hivequarry {
 
+// Pixels at 96 dpi.
+int Unscale(int measure, uint32_t dpi);
 // What the window covers when it is neither maximised nor minimised, in pixels.
 RECT NormalArea(HWND window);
 // The place as it is when the window is neither maximised nor minimised; without columns.

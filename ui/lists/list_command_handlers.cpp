@@ -8,6 +8,7 @@
 #include "ui/commands/log_commands.h"
 #include "ui/commands/report_commands.h"
 #include "ui/lists/activity_pane.h"
+#include "ui/lists/column_choice.h"
 #include "ui/lists/list_actions.h"
 #include "ui/lists/list_filtering.h"
 #include "ui/lists/list_finding.h"
@@ -79,6 +80,7 @@ constexpr ListRoute kRoutes[] = {
     {kCommandFilterRows, OnFilterRows},
     {kCommandShowAllRows, OnShowAllRows},
     {kCommandResizeColumns, OnResizeListColumns},
+    {kCommandListColumns, OnColumns},
     {kCommandStop, OnStopListWork},
     {kCommandExit, OnCloseList},
 };

@@ -8,6 +8,7 @@
 #include "ui/dress/dress.h"
 #include "ui/frame/text.h"
 #include "ui/lists/activity_pane.h"
+#include "ui/lists/column_choice.h"
 #include "ui/lists/list_command_handlers.h"
 #include "ui/lists/list_place.h"
 #include "ui/live/compare_commands.h"
@@ -172,5 +173,25 @@ void TrackListMenu(ListPlace& place, POINT where) {
   DestroyMenu(menu);
   RunListCommand(place, static_cast<uint32_t>(chosen));
 }
+bool OnListContextMenu(ListPlace& place, HWND from, POINT where) {
+  if (from == ListView_GetHeader(place.list)) {
+    TrackColumnMenu(place, where);
+    return true;
+  }
+  if (from != place.list) return false;
+  // The list passes on what its header was asked.
+  POINT point = where;
+  ScreenToClient(place.list, &point);
+  RECT header{};
+  GetClientRect(ListView_GetHeader(place.list), &header);
+  const bool by_mouse = where.x != -1 || where.y != -1;
+  if (by_mouse && point.y >= 0 && point.y < header.bottom) {
+    TrackColumnMenu(place, where);
+  } else {
+    TrackListMenu(place, where);
+  }
+  return true;
+}
+
 
 }  // namespace hivequarry

@@ -4,6 +4,7 @@
 
 #include "ui/frame/list_view.h"
 #include "ui/frame/text.h"
+#include "ui/lists/column_choice.h"
 #include "ui/lists/list_menu.h"
 #include "ui/lists/list_place.h"
 #include "ui/lists/list_sorting.h"
@@ -74,10 +75,13 @@ LRESULT OnListNotify(ListPlace& place, const NMHDR& notice) {
       RunListCommand(place, CommandOfRow(ListKindOf(*place.model)));
       return 0;
     }
+    case HDN_BEGINTRACKW:
+    case HDN_ENDDRAG:
+      return OnColumnsNotify(place, As<NMHEADERW>(notice));
     case HDN_ENDTRACKW:
     case HDN_DIVIDERDBLCLICKW:
       place.columns_touched = true;
-      return 0;
+      return OnColumnsNotify(place, As<NMHEADERW>(notice));
     default:
       return 0;
   }

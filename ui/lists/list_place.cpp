@@ -10,6 +10,7 @@
 #include "lists/list_columns.h"
 #include "ui/frame/list_view.h"
 #include "ui/frame/text.h"
+#include "ui/lists/column_choice.h"
 #include "ui/lists/list_work.h"
 #include "ui/main/main_window.h"
 
@@ -84,13 +85,19 @@ std::vector<int> NeededWidths(const ListPlace& place, int icons) {
   return needed;
 }
 
-void SetWidths(HWND list, const std::vector<int>& widths) {
+// A hidden column keeps its width for when it is shown again.
+void SetWidths(ListPlace& place, const std::vector<int>& widths) {
+  const HWND list = place.list;
   const auto count = std::min(std::ssize(widths), std::ptrdiff_t{ColumnCount(list)});
   // Drawn once for all columns.
   const bool drawn = IsWindowVisible(list) != FALSE;
   if (drawn) SendMessageW(list, WM_SETREDRAW, FALSE, 0);
   for (int column = 0; column < count; ++column) {
     const int width = widths[static_cast<size_t>(column)];
+    if (IsColumnHidden(place, column)) {
+      if (width > 0) place.hidden_widths[static_cast<size_t>(column)] = width;
+      continue;
+    }
     if (ListView_GetColumnWidth(list, column) == width) continue;
     ListView_SetColumnWidth(list, column, width);
   }
@@ -221,11 +228,12 @@ void ShowList(ListPlace& place, OutputListPtr list, const std::vector<int>& widt
   ForgetOrder(place);
   SetTitles(place.list, *place.model);
   place.columns_touched = !widths.empty();
+  ApplyColumnChoice(place);
   place.fitted_rows = 0;
   if (widths.empty()) {
     ResizeListColumns(place);
   } else {
-    SetWidths(place.list, widths);
+    SetWidths(place, widths);
   }
   ListChanged(place);
 }
@@ -261,17 +269,31 @@ void EmptyList(ListPlace& place) {
 }
 
 void ResizeListColumns(ListPlace& place) {
+namespace {
+
+// Hidden columns take no room; the last one that is seen takes the rest.
+void FitSeenColumns(ListPlace& place, std::vector<int> widths, const WidthUnits& units) {
+  const std::vector<int> seen = SeenColumns(place);
+  std::vector<int> needed;
+  for (const int column : seen) needed.push_back(widths[static_cast<size_t>(column)]);
+  const std::vector<int> fitted = FittedWidths(needed, units);
+  for (size_t i = 0; i < seen.size(); ++i) widths[static_cast<size_t>(seen[i])] = fitted[i];
+  SetWidths(place, widths);
+}
+
+}  // namespace
+
   const int icon = Scale(kIconRoom, DpiOfPlace(place));
   WidthUnits units = MeasureUnits(place.list);
   place.columns_touched = false;
   place.fitted_rows = RowCount(*place.model);
   if (ShownRowCount(place) != 0) {
-    return SetWidths(place.list, FittedWidths(NeededWidths(place, icon), units));
+    return FitSeenColumns(place, NeededWidths(place, icon), units);
   }
   units.client -= icon;
   std::vector<int> widths = ColumnWidths(*place.model, units);
   if (!widths.empty()) widths.front() += icon;
-  SetWidths(place.list, widths);
+  SetWidths(place, widths);
 }
 
 void FitListColumns(ListPlace& place) {

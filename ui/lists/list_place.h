@@ -56,6 +56,7 @@ struct ListPlace {
   std::vector<std::string> asked;  // what the list answers, and when it was made: for its head
   bool columns_touched = false;    // the user's widths stay as they are
   uint32_t fitted_rows = 0;        // of the model when the columns were last made to fit
+  std::vector<int> hidden_widths;  // by column: 0 where it is shown, else the width it had, pixels
   std::string last_find;
   bool find_adds = false;      // what is found joins the selection
   std::vector<uint32_t> keys;  // by the model's row: position of the key that it belongs to, where

@@ -6,7 +6,7 @@
 #include "app/memory.h"
 #include "host/host.h"
 #include "ui/dialogs/list_dialogs.h"
-#include "ui/frame/list_view.h"
+#include "ui/lists/column_choice.h"
 #include "ui/lists/list_saving.h"
 #include "ui/lists/list_work.h"
 #include "ui/main/main_window.h"
@@ -26,9 +26,7 @@ FileRequest ReportRequest() {
 ReportLook LookOf(const ListPlace& place) {
   ReportLook look;
   if (!place.pane) look.title = ListTitle(*place.model);
-  for (int column = 0; column < ColumnCount(place.list); ++column) {
-    look.widths.push_back(ListView_GetColumnWidth(place.list, column));
-  }
+  look.widths = WidthsOfColumns(place);
   look.written = ReportTimeNow();
   return look;
 }

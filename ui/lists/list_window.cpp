@@ -14,6 +14,7 @@
 #include "ui/frame/help.h"
 #include "ui/frame/list_view.h"
 #include "ui/frame/window_place.h"
+#include "ui/lists/column_choice.h"
 #include "ui/lists/list_frame.h"
 #include "ui/lists/list_menu.h"
 #include "ui/lists/list_notify.h"
@@ -52,7 +53,8 @@ void SavePlace(const ListWindow& window) {
   const bool same_kind = saved.list_kind == ListKindOf(*place.model);
   now.list_kind = place.columns_touched ? ListKindOf(*place.model) : saved.list_kind;
   if (place.columns_touched) {
-    now.columns = ColumnWidths(place.list, window.dpi);
+    now.columns = WidthsOfColumns(place);
+    for (int& width : now.columns) width = Unscale(width, window.dpi);
   } else if (!same_kind) {
     now.columns = saved.columns;
   }
@@ -100,6 +102,9 @@ bool OnCreate(ListWindow& window) {
 void OnDpiChanged(ListWindow& window, uint32_t dpi, const RECT& area) {
   const uint32_t old_dpi = window.dpi;
   window.dpi = dpi;
+  for (int& width : window.place.hidden_widths) {
+    width = MulDiv(width, static_cast<int>(window.dpi), static_cast<int>(old_dpi));
+  }
   RefreshListLook(window);
   ScaleColumns(window.place.list, old_dpi, window.dpi);
   MoveToArea(window.place.window, area);
@@ -155,9 +160,8 @@ LRESULT Route(ListWindow& window, UINT message, WPARAM first, LPARAM second) {
     case WM_NOTIFY:
       return OnNotify(window, *reinterpret_cast<const NMHDR*>(second));
     case WM_CONTEXTMENU:
-      if (reinterpret_cast<HWND>(first) == window.place.list) {
-        TrackListMenu(window.place, {GET_X_LPARAM(second), GET_Y_LPARAM(second)});
-      }
+      OnListContextMenu(window.place, reinterpret_cast<HWND>(first),
+                        {GET_X_LPARAM(second), GET_Y_LPARAM(second)});
       return 0;
     case WM_HELP:
       ShowHelpFor(window.place.window, second, HelpTopicOfList(ListKindOf(*window.place.model)));

@@ -12,6 +12,7 @@ namespace hivequarry {
 inline constexpr UINT_PTR kWatchTimer = 1;   // looks at what a worker has done so far
 inline constexpr UINT_PTR kStatusTimer = 2;  // removes a status text
 inline constexpr UINT_PTR kSelectTimer = 3;  // selects the next of very many rows
+inline constexpr UINT_PTR kColumnTimer = 4;  // hides columns again
 // The place of a list control.
 ListPlace& PlaceOfControl(HWND list);
 

@@ -10,7 +10,7 @@
 #include "host/number_text.h"
 #include "reports/hive_lists.h"
 #include "ui/dialogs/position_dialog.h"
-#include "ui/frame/list_view.h"
+#include "ui/lists/column_choice.h"
 #include "ui/lists/list_window.h"
 #include "ui/main/freed.h"
 #include "ui/main/main_window.h"
@@ -55,12 +55,7 @@ void Beep() { CurrentHost().beep(CurrentHost().context); }
 
 // Widths that the user chose stay; else the columns suit each record.
 std::vector<int> WidthsNow(const ListPlace& place) {
-  std::vector<int> widths;
-  if (!place.columns_touched) return widths;
-  for (int column = 0; column < ColumnCount(place.list); ++column) {
-    widths.push_back(ListView_GetColumnWidth(place.list, column));
-  }
-  return widths;
+  return place.columns_touched ? WidthsOfColumns(place) : std::vector<int>();
 }
 
 void ShowRecord(ListPlace& place, OutputListPtr list, uint32_t row) {

@@ -188,7 +188,7 @@ LRESULT OnNotify(MainWindow& window, const NMHDR& notice) {
 }
 
 void OnContextMenu(MainWindow& window, HWND child, POINT where) {
-  if (child == window.output.list) return TrackListMenu(window.output, where);
+  if (OnListContextMenu(window.output, child, where)) return;
   if (child == window.bookmarks.list) return TrackBookmarkMenu(window, where);
   const bool tree = child == window.controls.tree;
   if (!tree && child != window.values.window && child != window.controls.path) return;
