@@ -164,6 +164,12 @@ TEST(CommandTable, Toolbar) {
                                                     {9004, "Block list"}};
   std::map<uint32_t, std::string> shown;
   CommandFacts facts;
+  // What looks into the hive is the first, and what looks into the live registry among its like.
+  const auto buttons = CommandsIn(CommandPlace::kToolbar);
+  EXPECT_EQ(buttons[0], kCommandSearchWorkspace);
+  const auto live = std::ranges::find(buttons, kCommandSearchRegistry);
+  EXPECT_EQ(*(live - 1), kGroupGap);
+  EXPECT_EQ(*(live + 1), kCommandBackupRegistry);
   for (const CommandNumber number : CommandsIn(CommandPlace::kToolbar)) {
     if (number != kGroupGap) shown[number] = TooltipOf(*FindCommand(Commands(), number), facts);
   }

@@ -336,12 +336,13 @@ constexpr auto AllCommands() {
 inline constexpr auto kCommandTable = AllCommands();
 
 inline constexpr CommandNumber kToolbar[] = {
+    kCommandSearchWorkspace, kGroupGap,
     kCommandOpen, kCommandOpenSnapshot, kGroupGap,
-    kCommandSearchWorkspace, kCommandSearchRegistry, kCommandKeyDates, kCommandRecentKeys,
-    kCommandBookmarks, kGroupGap,
+    kCommandKeyDates, kCommandRecentKeys, kCommandBookmarks, kGroupGap,
     kCommandSaveListText, kCommandSaveReport, kCommandLoadReport, kCommandCopyList,
     kCommandPrintList, kCommandFindInList, kCommandResizeColumns, kCommandClearList, kGroupGap,
-    kCommandBackupRegistry, kCommandRootSnapshots, kCommandKeySnapshot, kGroupGap,
+    kCommandSearchRegistry, kCommandBackupRegistry, kCommandRootSnapshots, kCommandKeySnapshot,
+    kGroupGap,
     kCommandOutputList, kCommandLastPane, kCommandTechnicalView, kCommandDetailPane,
     kCommandBlockList, kGroupGap,
     kCommandOptions, kCommandStop, kCommandExit};

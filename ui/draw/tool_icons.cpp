@@ -21,10 +21,10 @@ void DrawListSheet(const Canvas& canvas) {
 }
 
 // A glass in the lower right, over what was drawn before.
-void DrawGlass(const Canvas& canvas) {
-  DrawStroke(canvas, {12.2, 12.2}, {15, 15}, 2.2, kInk);
-  FillDisc(canvas, 9.8, 9.8, 4.4, kInk);
-  FillDisc(canvas, 9.8, 9.8, 3.2, kSky);
+void DrawGlass(const Canvas& canvas, COLORREF rim = kInk, COLORREF lens = kSky) {
+  DrawStroke(canvas, {12.2, 12.2}, {15, 15}, 2.2, rim);
+  FillDisc(canvas, 9.8, 9.8, 4.4, rim);
+  FillDisc(canvas, 9.8, 9.8, 3.2, lens);
 }
 
 void DrawArrowDown(const Canvas& canvas, double x, double top, double bottom, COLORREF colour) {
@@ -151,9 +151,10 @@ void DrawKeyDates(const Canvas& canvas) {
   }
 }
 
+// Not the hive: the glass has a warning's colour, as what it looks at changes meanwhile.
 void DrawSearchRegistry(const Canvas& canvas) {
   DrawCubes(canvas);
-  DrawGlass(canvas);
+  DrawGlass(canvas, kRed, kWhite);
 }
 
 void DrawCopyList(const Canvas& canvas) {
