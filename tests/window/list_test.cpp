@@ -9,6 +9,7 @@
 #include "ui/dialogs/find_dialog.h"
 #include "ui/dialogs/list_dialogs.h"
 #include "ui/frame/text.h"
+#include "ui/frame/window_place.h"
 #include "ui/lists/list_finding.h"
 #include "ui/lists/list_frame.h"
 #include "ui/lists/list_menu.h"
@@ -249,6 +250,33 @@ TEST_F(ListTest, ContextMenu) {
     EXPECT_EQ(MenuTexts(menu), head + c.middle + tail + no_dates + end);
     DestroyMenu(menu);
   }
+}
+
+// The main window's place too is one that another window of the program has.
+TEST_F(ListTest, WindowsBeginBesideEachOther) {
+  std::set<std::pair<LONG, LONG>> corners;
+  RECT area{};
+  GetWindowRect(handle_, &area);
+  corners.insert({area.left, area.top});
+  WindowPlace& kept = TheSettings().places[kPlaceReports];
+  kept = PlaceOfWindow(handle_, window_->dpi);
+  kept.right = kept.left + 600;
+  kept.bottom = kept.top + 300;
+  constexpr int kWindows = 12;
+  std::vector<ListPlace*> places;
+  for (int i = 0; i < kWindows; ++i) {
+    places.push_back(&OpenList(MakeRows(kListServices, {{"a"}})));
+    GetWindowRect(places.back()->window, &area);
+    corners.insert({area.left, area.top});
+    const RECT seen = OnScreen(area);
+    EXPECT_TRUE(EqualRect(&seen, &area)) << "all of it is on the screen";
+  }
+  EXPECT_EQ(corners.size(), kWindows + 1U);
+  // One that was not moved leaves the place of its kind as it was.
+  const WindowPlace before = TheSettings().places[kPlaceReports];
+  SendMessageW(places.back()->window, WM_CLOSE, 0, 0);
+  EXPECT_EQ(TheSettings().places[kPlaceReports].left, before.left);
+  EXPECT_EQ(TheSettings().places[kPlaceReports].top, before.top);
 }
 
 TEST_F(ListTest, ToolbarAndCount) {

@@ -240,6 +240,11 @@ TEST_F(ProcessTest, FurtherHiveOpensInACopy) {
   }));
   const HWND tree = GetDlgItem(copy_, kTreeId);
   EXPECT_EQ(ChildTextsOf(tree, TreeView_GetRoot(tree))[0], "Astra");
+  RECT one{};
+  RECT other{};
+  GetWindowRect(main_, &one);
+  GetWindowRect(copy_, &other);
+  EXPECT_TRUE(one.left != other.left && one.top != other.top) << "one is seen behind the other";
   CloseAndWait();
 }
 

@@ -648,7 +648,7 @@ HWND OpenCompareWindow(MainWindow& window, std::shared_ptr<ComparedHives> hives)
     ShowMessage("Can not create window !", kProgramName, Icon::kExclamation);
     return nullptr;
   }
-  MoveToArea(handle, OnScreen(FirstArea(window)));
+  MoveToArea(handle, BesideOthers(handle, OnScreen(FirstArea(window))));
   ShowWindow(handle, SW_SHOWNORMAL);
   return handle;
 }

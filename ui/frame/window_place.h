@@ -20,6 +20,15 @@ WindowPlace PlaceOfWindow(HWND window, uint32_t dpi);
 RECT AreaOfPlace(const WindowPlace& place, uint32_t dpi);
 // The same size moved onto the nearest screen, or cut to it.
 RECT OnScreen(RECT area);
+// A little right of and below each window of the program's, of this copy or another, that begins
+// where `area` does; smaller where the screen ends. `window` is the one that goes there.
+RECT BesideOthers(HWND window, RECT area);
+// Goes there; says where the window is if that is beside another one, else an empty area.
+RECT MoveBesideOthers(HWND window, const RECT& area);
+// A window that was put beside another one and stayed there is kept where that would have been:
+// else it would begin further to the right each time.
+void KeepUnmovedPlace(const RECT& put_beside, HWND window, const WindowPlace& kept,
+                      WindowPlace& place);
 // `area` in pixels of the screen; order and focus of the windows stay.
 void MoveToArea(HWND window, const RECT& area);
 

@@ -27,6 +27,7 @@ enum ListStatusPart : int { kListText, kListProgress, kListCount, kListStatusPar
 struct FilterControls {
   HWND label = nullptr;
   HWND words = nullptr;
+  RECT put_beside{};          // where it began, if that was not the place of its kind
   HWND match_case = nullptr;
   HWND whole_words = nullptr;
   HWND regular = nullptr;

@@ -28,7 +28,7 @@ namespace {
 constexpr wchar_t kClassName[] = L"HivequarryList";
 constexpr int kDefaultWidth = 1180;  // at 96 dpi
 constexpr int kDefaultHeight = 520;
-constexpr int kCascade = 28;  // from one window to the next
+constexpr int kApart = 28;  // from the main window
 
 struct ListWindows {
   std::vector<ListWindow*> open;
@@ -50,6 +50,7 @@ void SavePlace(const ListWindow& window) {
   if (place.model == nullptr) return;  // its making failed
   WindowPlace& saved = SavedPlace(place);
   WindowPlace now = PlaceOfWindow(place.window, window.dpi);
+  KeepUnmovedPlace(window.put_beside, place.window, saved, now);
   const bool same_kind = saved.list_kind == ListKindOf(*place.model);
   now.list_kind = place.columns_touched ? ListKindOf(*place.model) : saved.list_kind;
   if (place.columns_touched) {
@@ -75,19 +76,16 @@ std::vector<int> SavedWidths(const ListWindow& window, const WindowPlace& saved,
 RECT DefaultArea(const ListWindow& window) {
   RECT owner;
   GetWindowRect(window.place.owner->handle, &owner);
-  const LONG left = owner.left + Scale(kCascade, window.dpi);
-  const LONG top = owner.top + Scale(kCascade, window.dpi);
+  const LONG left = owner.left + Scale(kApart, window.dpi);
+  const LONG top = owner.top + Scale(kApart, window.dpi);
   return {left, top, left + Scale(kDefaultWidth, window.dpi),
           top + Scale(kDefaultHeight, window.dpi)};
 }
 
 // Each further window is a little apart from the one before.
-void MoveToPlace(const ListWindow& window, const WindowPlace& saved) {
-  RECT area = IsPlaced(saved) ? AreaOfPlace(saved, window.dpi) : DefaultArea(window);
-  const auto others = static_cast<int>(TheListWindows().open.size()) - 1;
-  const int distance = others * Scale(kCascade, window.dpi);
-  OffsetRect(&area, distance, distance);
-  MoveToArea(window.place.window, OnScreen(area));
+void MoveToPlace(ListWindow& window, const WindowPlace& saved) {
+  const RECT area = IsPlaced(saved) ? AreaOfPlace(saved, window.dpi) : DefaultArea(window);
+  window.put_beside = MoveBesideOthers(window.place.window, OnScreen(area));
 }
 
 // --- messages ------------------------------------------------------------------------------------

@@ -290,9 +290,18 @@ void SetDefaultSize(MainWindow& window) {
   const RECT& work = monitor.rcWork;
   const int width = std::min<int>(Scale(kDefaultWidth, window.dpi), work.right - work.left);
   const int height = std::min<int>(Scale(kDefaultHeight, window.dpi), work.bottom - work.top);
-  SetWindowPos(window.handle, nullptr, work.left + (work.right - work.left - width) / 2,
-               work.top + (work.bottom - work.top - height) / 2, width, height,
-               SWP_NOZORDER | SWP_NOACTIVATE);
+  const LONG left = work.left + (work.right - work.left - width) / 2;
+  const LONG top = work.top + (work.bottom - work.top - height) / 2;
+  window.put_beside = MoveBesideOthers(window.handle, {left, top, left + width, top + height});
+}
+
+// The main window of another copy of the program is seen.
+bool IsAnotherOpen(HWND window) {
+  for (HWND other = nullptr;
+       (other = FindWindowExW(nullptr, other, kClassName, nullptr)) != nullptr;) {
+    if (other != window && IsWindowVisible(other) != FALSE && IsIconic(other) == FALSE) return true;
+  }
+  return false;
 }
 
 HWND MakeHandle(MainWindow* window) {
@@ -371,7 +380,13 @@ MainWindow* CreateMainWindow(HINSTANCE instance, int show) {
   }
   if (!RestorePlace(*window)) SetDefaultSize(*window);
   const bool ordinary = show == SW_SHOWNORMAL || show == SW_SHOWDEFAULT || show == SW_SHOW;
-  ShowWindow(window->handle, TheSettings().main.maximised && ordinary ? SW_SHOWMAXIMIZED : show);
+  bool maximised = TheSettings().main.maximised && ordinary;
+  if (maximised && IsAnotherOpen(window->handle)) {
+    // It would hide that of another copy.
+    window->put_beside = NormalArea(window->handle);
+    maximised = false;
+  }
+  ShowWindow(window->handle, maximised ? SW_SHOWMAXIMIZED : show);
   UpdateWindow(window->handle);
   return window;
 }

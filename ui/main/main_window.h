@@ -78,6 +78,7 @@ struct MainWindow {
   HWND last_focus = nullptr;  // the pane to return to when the window is activated again
   uint32_t dpi = USER_DEFAULT_SCREEN_DPI;
   MainControls controls;
+  RECT put_beside{};  // where it began, if that was not its own place
   MainMenus menus;
   MainLook look;
   PaneLayout layout;

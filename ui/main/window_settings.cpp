@@ -38,13 +38,15 @@ bool RestorePlace(MainWindow& window) {
   const RECT corner = OnScreen({kept.left, kept.top, kept.left + 1, kept.top + 1});
   SetWindowPos(window.handle, nullptr, corner.left, corner.top, 0, 0,
                SWP_NOSIZE | SWP_NOZORDER | SWP_NOACTIVATE);
-  MoveToArea(window.handle, OnScreen(AreaOfPlace(kept, window.dpi)));
+  window.put_beside = MoveBesideOthers(window.handle, OnScreen(AreaOfPlace(kept, window.dpi)));
   return true;
 }
 
 void GatherSettings(const MainWindow& window) {
   Settings& settings = TheSettings();
+  const WindowPlace kept = settings.main;
   settings.main = PlaceOfWindow(window.handle, window.dpi);
+  KeepUnmovedPlace(window.put_beside, window.handle, kept, settings.main);
   if (window.values.columns_touched) {
     settings.main.columns = ColumnWidths(window.values.window, window.dpi);
   }
