@@ -188,14 +188,23 @@ int MinutesEast(const ShownZone& zone, uint64_t file_time) {
   return 0;
 }
 
+uint64_t TimeIn(const ShownZone& zone, uint64_t file_time) {
+  return Moved(file_time, MinutesEast(zone, file_time));
+}
+
+std::string ZoneSuffix(const ShownZone& zone, uint64_t file_time) {
+  if (zone.kind == ZoneKind::kUtc) return {};
+  return ' ' + OffsetText(MinutesEast(zone, file_time));
+}
+
 uint64_t ShownTime(uint64_t file_time) {
   const ShownZone* zone = TheZones().now.load(std::memory_order_relaxed);
-  return zone == nullptr ? file_time : Moved(file_time, MinutesEast(*zone, file_time));
+  return zone == nullptr ? file_time : TimeIn(*zone, file_time);
 }
 
 std::string ShownZoneSuffix(uint64_t file_time) {
   const ShownZone* zone = TheZones().now.load(std::memory_order_relaxed);
-  return zone == nullptr ? std::string() : ' ' + OffsetText(MinutesEast(*zone, file_time));
+  return zone == nullptr ? std::string() : ZoneSuffix(*zone, file_time);
 }
 
 uint64_t TimeOfShown(uint64_t shown) {

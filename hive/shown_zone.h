@@ -38,6 +38,9 @@ ShownZone ShownZoneNow();
 
 // Minutes east of UTC at a time (FILETIME, UTC).
 int MinutesEast(const ShownZone& zone, uint64_t file_time);
+// A time as the clocks of a zone show it, and " +02:00"; nothing in UTC.
+uint64_t TimeIn(const ShownZone& zone, uint64_t file_time);
+std::string ZoneSuffix(const ShownZone& zone, uint64_t file_time);
 // A time as the clocks of the zone in force show it, and " +02:00"; the same time and an empty text
 // in UTC.
 uint64_t ShownTime(uint64_t file_time);

@@ -109,6 +109,10 @@ std::string FormatTimestamp(uint64_t file_time, bool local) {
   return FormatCalendar(CalendarOfFileTime(ShownTime(file_time))) + ShownZoneSuffix(file_time);
 }
 
+std::string FormatCalendarIn(const ShownZone& zone, uint64_t file_time) {
+  return FormatCalendar(CalendarOfFileTime(TimeIn(zone, file_time)));
+}
+
 std::string FormatTimestampOrNone(uint64_t file_time) {
   return file_time == 0 ? "(not available)" : FormatTimestamp(file_time, true);
 }

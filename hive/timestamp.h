@@ -6,6 +6,8 @@
 
 namespace hivequarry {
 
+struct ShownZone;
+
 struct CalendarTime {
   int year = 0, month = 0, day = 0, hour = 0, minute = 0, second = 0;
   uint32_t fraction = 0;  // 100-ns units
@@ -25,6 +27,8 @@ uint64_t FileTimeOfCalendar(const CalendarTime& calendar);
 std::string FormatTimestampChecked(uint64_t file_time);
 // A FILETIME pair, unchecked, as local time when `local`.
 std::string FormatTimestamp(uint64_t file_time, bool local);
+// As in another zone than the one in force, without the zone's own words: "2008/05/17, 15:02:09".
+std::string FormatCalendarIn(const ShownZone& zone, uint64_t file_time);
 // A FILETIME that may be zero ("(not available)"), as local time.
 std::string FormatTimestampOrNone(uint64_t file_time);
 // A packed DOS date (low half) and time (high half), checked; empty when implausible.

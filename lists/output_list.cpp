@@ -147,6 +147,17 @@ OutputListPtr MakeOutputList(int kind) {
   return list;
 }
 
+OutputListPtr MakeListLike(const OutputList& list) {
+  OutputListPtr like(new OutputList);
+  like->kind = list.kind;
+  like->title = list.title;
+  like->subtitle = list.subtitle;
+  like->source = list.source;
+  like->head = list.head;
+  like->columns = list.columns;
+  return like;
+}
+
 int ListKindOf(const OutputList& list) { return list.kind; }
 const std::string& ListTitle(const OutputList& list) { return list.title; }
 void SetListTitle(OutputList& list, std::string title) { list.title = std::move(title); }
@@ -259,8 +270,15 @@ NewRow CopyRow(const OutputList& list, uint32_t row, std::span<Cell> cells) {
 }  // namespace
 
 void AddRowOf(OutputList& list, const OutputList& from, uint32_t row) {
+  AddRowOf(list, from, row, {});
+}
+
+void AddRowOf(OutputList& list, const OutputList& from, uint32_t row,
+              std::span<const OtherText> texts) {
   std::array<Cell, kMaxOwnColumns> cells;
-  AddRow(list, CopyRow(from, row, std::span(cells).first(from.columns.size())));
+  const NewRow copy = CopyRow(from, row, std::span(cells).first(from.columns.size()));
+  for (const OtherText& other : texts) cells[static_cast<size_t>(other.column)].text = other.text;
+  AddRow(list, copy);
 }
 
 bool ReplaceCell(OutputList& list, uint32_t row, int column, std::string_view text) {

@@ -107,6 +107,15 @@ void SetRowNumbers(OutputList& list, RowNumbers numbers);
 void AddRow(OutputList& list, const NewRow& row);
 // Appends a copy of another list's row, in columns of the same order.
 void AddRowOf(OutputList& list, const OutputList& from, uint32_t row);
+// The same with another text in some cells, which keep what they are.
+struct OtherText {
+  int column;
+  std::string text;
+};
+void AddRowOf(OutputList& list, const OutputList& from, uint32_t row,
+              std::span<const OtherText> texts);
+// All of a list but its rows; those added to it are not numbered.
+OutputListPtr MakeListLike(const OutputList& list);
 // Gives the rows of a list that nobody else reads to one that is still empty, in this order: each
 // of them once. `from` is left empty. False, with nothing changed, when that can't be: the order
 // lacks rows, or the lists differ in their columns.

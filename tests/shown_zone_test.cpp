@@ -5,6 +5,9 @@
 
 #include "hive/timestamp.h"
 #include "hive/values.h"
+#include "host/number_text.h"
+#include "lists/list_rows.h"
+#include "lists/list_zone.h"
 #include "tests/support/hive_builder.h"
 #include "tests/support/host_recorder.h"
 #include "tests/support/opened_hive.h"
@@ -136,6 +139,72 @@ TEST_F(Zones, OfAHive) {
       EXPECT_EQ(ZoneAsText(zone), c.zone);
     }
   }
+}
+
+// As a list on the screen follows another zone: row by row what it says there.
+TEST_F(Zones, OfAListThatIsThere) {
+  const uint64_t time = Utc(2020, 7, 1, 12);
+  const auto dated = [&](int kind, std::string_view before, std::string_view after, int column) {
+    const std::string text = Concat({before, FormatTimestamp(time, false)});
+    const std::string whole = text.substr(0, text.size() - ShownZoneSuffix(time).size());
+    const std::string shown = Concat({whole, after, ShownZoneSuffix(time)});
+    OutputListPtr list = MakeOutputList(kind);
+    std::vector<Cell> cells(static_cast<size_t>(ColumnCount(*list)));
+    cells[static_cast<size_t>(column)] = Cell(shown, DateValue(time));
+    AddRow(*list, {cells, 3, 77, true, {}});
+    return list;
+  };
+  const struct {
+    int kind;
+    const char* before;
+    const char* after;
+    const char* text;  // in Berlin
+  } cases[] = {
+      {kListKeyDates, "", "", "2020/07/01, 14:00:00 +02:00"},
+      {kListKeyDates, "00001, ", "", "00001, 2020/07/01, 14:00:00 +02:00"},
+      {kListTimeline, "", ".1234567", "2020/07/01, 14:00:00.1234567 +02:00"},
+  };
+  ShownZone berlin;
+  ASSERT_TRUE(ReadZone(kBerlin, berlin));
+  const auto never = [] { return false; };
+  for (const char* made_in : {"UTC", "+05:30", "-3"}) {
+    Choose(made_in);
+    const ShownZone from = ShownZoneNow();
+    for (const auto& c : cases) {
+      SCOPED_TRACE(std::string(made_in) + ": " + c.text);
+      const OutputListPtr list = dated(c.kind, c.before, c.after, 0);
+      ASSERT_TRUE(HasDates(*list));
+      const OutputListPtr copy = CopyInZone(*list, from, berlin, never);
+      ASSERT_NE(copy, nullptr);
+      EXPECT_EQ(CellText(*copy, 0, 0), c.text);
+      EXPECT_EQ(CellValue(*copy, 0, 0), DateValue(time)) << "sorts as before";
+      EXPECT_EQ(RowDatum(*copy, 0), 77U);
+      EXPECT_EQ(RowIcon(*copy, 0), 3);
+      const OutputListPtr back = CopyInZone(*copy, berlin, from, never);
+      EXPECT_EQ(CellText(*back, 0, 0), CellText(*list, 0, 0));
+    }
+  }
+  const OutputListPtr list = dated(kListKeyDates, "", "", 0);
+  EXPECT_EQ(CopyInZone(*list, {}, berlin, [] { return true; }), nullptr);
+  EXPECT_EQ(CellText(*CopyInZone(*list, berlin, {}, never), 0, 0), CellText(*list, 0, 0))
+      << "not made in that zone";
+}
+
+// A time of which nothing says the zone is no time of any.
+TEST_F(Zones, LocalTimesOfAListStay) {
+  constexpr const char* kText = "2020/07/01, 12:00:00";
+  const uint64_t time = Utc(2020, 7, 1, 12);
+  OutputListPtr timeline = MakeOutputList(kListTimeline);
+  AddListRow(*timeline, {{kText, DateValue(time)}, "Networks: Created (local)"}, 1);
+  AddListRow(*timeline, {{kText, DateValue(time)}, "key written"}, 1);
+  ShownZone berlin;
+  ASSERT_TRUE(ReadZone(kBerlin, berlin));
+  const OutputListPtr copy = CopyInZone(*timeline, {}, berlin, [] { return false; });
+  EXPECT_EQ(CellText(*copy, 0, 0), kText);
+  EXPECT_EQ(CellText(*copy, 1, 0), "2020/07/01, 14:00:00 +02:00");
+  OutputListPtr report = MakeOutputList(kListKeyDates);
+  AddListRow(*report, {kText}, 1);
+  EXPECT_FALSE(HasDates(*report)) << "a text alone";
 }
 
 }  // namespace

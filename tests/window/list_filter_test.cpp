@@ -1,11 +1,16 @@
 // The filter box of a list window.
 #include <atomic>
 
+#include "hive/timestamp.h"
 #include "host/files.h"
+#include "lists/list_rows.h"
+#include "reports/key_dates.h"
 #include "tests/window/list_fixture.h"
 #include "ui/dialogs/list_dialogs.h"
 #include "ui/frame/text.h"
+#include "ui/lists/list_dates.h"
 #include "ui/lists/list_frame.h"
+#include "ui/lists/list_sorting.h"
 #include "ui/lists/list_work.h"
 
 namespace hivequarry::testing {
@@ -91,6 +96,44 @@ TEST_F(ListFilterTest, Keys) {
   const HWND window = place.window;
   EXPECT_TRUE(Press(place, Box(place), VK_ESCAPE));  // nothing is left to end
   EXPECT_TRUE(PumpUntil([&] { return IsWindow(window) == FALSE; }));
+}
+
+// Lists that are open show their dates in the zone that is chosen, and stay what they are.
+TEST_F(ListFilterTest, DatesFollowTheZone) {
+  const uint64_t noon = FileTimeOf({2020, 7, 1, 12, 0, 0});
+  const auto dated = [&](uint32_t rows) {
+    OutputListPtr list = MakeOutputList(kListKeyDates);
+    for (uint32_t row = 0; row < rows; ++row) {
+      const uint64_t time = noon - row * 36'000'000'000;  // hour by hour
+      AddListRow(*list, {{FormatTimestamp(time, false), DateValue(time)}, "Key"}, row + 1);
+    }
+    return list;
+  };
+  ListPlace& few = OpenList(dated(3));
+  ListPlace& many = OpenList(dated(6000));
+  ShowList(window_->output, dated(2));
+  ASSERT_TRUE(SortList(few, {{0, SortMode::kDate, false}}));
+  Finish(few);
+  FocusRow(few, 0, false);
+  Type(few, L"20:00");
+  EXPECT_EQ(Column(few, 0), Texts{});
+  ShownZone zone;
+  ASSERT_TRUE(ReadZone("+09:00", zone));
+  SetShownZone(zone);
+  ShowListsInZone(*window_);
+  Finish(many);
+  Settle(few);
+  EXPECT_EQ(Column(few, 0), Texts{"2020/07/01, 20:00:00 +09:00"});
+  Type(few, L"");
+  EXPECT_EQ(Column(few, 0), (Texts{"2020/07/01, 19:00:00 +09:00", "2020/07/01, 20:00:00 +09:00",
+                                   "2020/07/01, 21:00:00 +09:00"}));
+  EXPECT_EQ(CellText(*many.model, 5999, 0), FormatTimestamp(noon - 5999 * 36'000'000'000, false));
+  EXPECT_EQ(CellText(*window_->output.model, 0, 0), "2020/07/01, 21:00:00 +09:00");
+  EXPECT_EQ(RowDatum(*many.model, 5999), 6000U);
+  SetShownZone({});
+  ShowListsInZone(*window_);
+  Finish(many);
+  EXPECT_EQ(Column(few, 0).back(), "2020/07/01, 12:00:00");
 }
 
 TEST_F(ListFilterTest, SortingAndSelectionWorkOnWhatIsShown) {

@@ -12,6 +12,7 @@
 #include "ui/draw/tones.h"
 #include "ui/dress/dress.h"
 #include "ui/frame/help.h"
+#include "ui/lists/list_dates.h"
 #include "ui/main/freed.h"
 #include "ui/main/main_window.h"
 #include "ui/main/removed.h"
@@ -50,7 +51,7 @@ void OnHelp(MainWindow& window) { ShowHelp(window.handle, kHelpStart); }
 void OnEvidenceMode(MainWindow& window) { SetEvidenceMode(window, !window.host.evidence); }
 void OnLegend(MainWindow& window) { ShowHelp(window.handle, kHelpLegend); }
 
-// Details and band are made anew; lists are as they were made, each date with its zone.
+// Details and band are made anew; lists show their dates in the new zone.
 void OnTimeZone(MainWindow& window) {
   ShownZone of_hive;
   const bool known =
@@ -60,6 +61,7 @@ void OnTimeZone(MainWindow& window) {
   SetShownZone(zone);
   TheSettings().time_zone = zone.kind == ZoneKind::kUtc ? "" : ZoneAsText(zone);
   WriteProgramSettings();
+  ShowListsInZone(window);
   if (window.shown->slot < 0) return;
   RenewBand(window);
   RefreshItem(window);

@@ -218,6 +218,7 @@ void ShowList(ListPlace& place, OutputListPtr list, const std::vector<int>& widt
   EmptyControl(place);
   ForgetFilter(place);
   place.model = std::move(list);
+  place.dates_in = ShownZoneNow();
   place.hive = place.owner->shown->slot < 0 ? kAnyHive : place.owner->shown->number;
   place.hives.clear();
   place.again = nullptr;
@@ -227,8 +228,8 @@ void ShowList(ListPlace& place, OutputListPtr list, const std::vector<int>& widt
   place.files.clear();
   ForgetOrder(place);
   SetTitles(place.list, *place.model);
-  place.columns_touched = !widths.empty();
   ApplyColumnChoice(place);
+  place.columns_touched = !widths.empty();
   place.fitted_rows = 0;
   if (widths.empty()) {
     ResizeListColumns(place);
@@ -268,7 +269,6 @@ void EmptyList(ListPlace& place) {
   ListChanged(place);
 }
 
-void ResizeListColumns(ListPlace& place) {
 namespace {
 
 // Hidden columns take no room; the last one that is seen takes the rest.
@@ -283,6 +283,7 @@ void FitSeenColumns(ListPlace& place, std::vector<int> widths, const WidthUnits&
 
 }  // namespace
 
+void ResizeListColumns(ListPlace& place) {
   const int icon = Scale(kIconRoom, DpiOfPlace(place));
   WidthUnits units = MeasureUnits(place.list);
   place.columns_touched = false;

@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "hive/shown_zone.h"
 #include "lists/list_order.h"
 #include "lists/list_writers.h"
 #include "lists/output_list.h"
@@ -46,6 +47,7 @@ struct ListPlace {
   HWND list = nullptr;            // the control
   HWND status = nullptr;          // status bar of a list window; null: the main window's is used
   OutputListPtr model;            // never null once the control is made
+  ShownZone dates_in;             // the zone that the model's dates are shown in
   RowsShown rows;                 // which of the model's, and in which order
   int sorted_column = -1;         // by a click; -1: none
   std::vector<SortRequest> sort_keys;  // columns of the order, the first one foremost
@@ -54,9 +56,9 @@ struct ListPlace {
   ListFilter filter;
   PendingSelection selecting;
   std::vector<std::string> asked;  // what the list answers, and when it was made: for its head
+  std::vector<int> hidden_widths;  // by column: 0 where it is shown, else the width it had, pixels
   bool columns_touched = false;    // the user's widths stay as they are
   uint32_t fitted_rows = 0;        // of the model when the columns were last made to fit
-  std::vector<int> hidden_widths;  // by column: 0 where it is shown, else the width it had, pixels
   std::string last_find;
   bool find_adds = false;      // what is found joins the selection
   std::vector<uint32_t> keys;  // by the model's row: position of the key that it belongs to, where

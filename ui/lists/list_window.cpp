@@ -276,6 +276,14 @@ void CloseListWindows(MainWindow& window) {
   }
   DeleteEditedTexts();
 }
+std::vector<ListPlace*> ListPlaces(MainWindow& window) {
+  std::vector<ListPlace*> places = {&window.output};
+  for (ListWindow* list : TheListWindows().open) {
+    if (list->place.owner == &window) places.push_back(&list->place);
+  }
+  return places;
+}
+
 
 void RefreshListWindow(ListPlace& place) {
   ListWindow* window = WindowOfHandle(place.window);

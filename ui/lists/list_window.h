@@ -1,6 +1,8 @@
 // Windows of their own for Output Lists: list, toolbar and status bar.
 #pragma once
 
+#include <vector>
+
 #include "lists/output_list.h"
 #include "ui/draw/win.h"
 #include "ui/lists/list_place.h"
@@ -26,6 +28,8 @@ bool TranslateListKeys(MSG& message);
 // Closes all list windows of a main window, whose workers have ended.
 void CloseListWindows(MainWindow& window);
 
+// The list in the window's own pane, and those in list windows of theirs.
+std::vector<ListPlace*> ListPlaces(MainWindow& window);
 // Brings what is around the list of a list window up to date.
 void RefreshListWindow(ListPlace& place);
 // The same for every list window, when something began or ended.

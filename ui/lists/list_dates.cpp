@@ -1,0 +1,65 @@
+#include "ui/lists/list_dates.h"
+
+#include <memory>
+#include <utility>
+
+#include "host/long_operation.h"
+#include "lists/list_zone.h"
+#include "ui/lists/list_window.h"
+#include "ui/lists/list_work.h"
+#include "ui/main/main_window.h"
+
+namespace hivequarry {
+namespace {
+
+constexpr uint32_t kRowsAtOnce = 5000;
+
+// Rows keep their numbers, so order, selection and what they lead to stay. Words of the filter are
+// looked for in the new texts.
+void TakeCopy(ListPlace& place, OutputListPtr copy, const ShownZone& zone) {
+  StopFilter(place);
+  place.model = std::move(copy);
+  place.dates_in = zone;
+  if (place.rows.filtered || HasFilterWords(place)) SetFilterWords(place, place.filter.words);
+  FitListColumns(place);
+  ListChanged(place);
+  InvalidateRect(place.list, nullptr, FALSE);
+}
+
+// True when a worker makes the copy, with the other lists to come.
+bool StartCopy(ListPlace& place, const ShownZone& zone) {
+  const auto copy = std::make_shared<OutputListPtr>();
+  const OutputList& list = *place.model;
+  const bool started = StartListWork(
+      place, kOperationList,
+      [&list, from = place.dates_in, zone, copy] {
+        *copy = CopyInZone(list, from, zone, StopRequested);
+      },
+      [&place, zone, copy] {
+        ShowPlaceStatus(place, "");
+        if (*copy == nullptr) return;
+        TakeCopy(place, std::move(*copy), zone);
+        ShowListsInZone(*place.owner);
+      });
+  if (started) ShowPlaceStatus(place, " Dates in the other zone ...");
+  return started;
+}
+
+}  // namespace
+
+void ShowListsInZone(MainWindow& window) {
+  const ShownZone zone = ShownZoneNow();
+  for (ListPlace* place : ListPlaces(window)) {
+    if (place->working || place->dates_in == zone) continue;
+    if (!HasDates(*place->model)) {
+      place->dates_in = zone;
+    } else if (RowCount(*place->model) > kRowsAtOnce) {
+      if (StartCopy(*place, zone)) return;
+    } else {
+      OutputListPtr copy = CopyInZone(*place->model, place->dates_in, zone, [] { return false; });
+      if (copy != nullptr) TakeCopy(*place, std::move(copy), zone);
+    }
+  }
+}
+
+}  // namespace hivequarry
