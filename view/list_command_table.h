@@ -119,7 +119,7 @@ inline constexpr ListCommand kListCommandTable[] = {
      .checked = ListSwitch::kActivity},
     {.number = kCommandSavePicture, .text = "Save pict&ure...", .needs = ListNeeds::kPicture},
     {.number = kCommandFilterRows, .text = "Fi&lter rows\tCtrl+E", .accelerator = {'E', kWithControl},
-     .guard = Guard::kNone, .needs = ListNeeds::kWindow},
+     .guard = Guard::kNone},
     {.number = kCommandShowAllRows, .text = "S&how all rows\tEsc", .needs = ListNeeds::kFiltered},
     {.number = kCommandResizeColumns, .text = "&Resize columns",
      .tooltip = "Resize list columns", .icon = ToolIcon::kColumns,

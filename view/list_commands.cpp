@@ -45,8 +45,6 @@ bool HasNeeds(ListNeeds needs, const ListFacts& facts) {
       return facts.times;
     case ListNeeds::kPicture:
       return facts.picture;
-    case ListNeeds::kWindow:
-      return facts.window;
   }
   return false;
 }

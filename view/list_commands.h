@@ -27,7 +27,6 @@ enum class ListNeeds : uint8_t {
   kFiltered,  // a list that shows some of its rows
   kTimes,     // a list in a window of its own whose rows have times
   kPicture,   // one that shows the picture of them
-  kWindow,    // a list in a window of its own
 };
 
 // What a check mark shows.
@@ -55,7 +54,6 @@ struct ListFacts {
   bool filtered = false;  // it shows some of its rows
   bool times = false;     // its window can show when they were
   bool picture = false;   // and does
-  bool window = false;    // it has a window of its own
   int kind = 0;           // of the list
 };
 

@@ -12,6 +12,7 @@
 #include "ui/lists/list_frame.h"
 #include "ui/lists/list_sorting.h"
 #include "ui/lists/list_work.h"
+#include "ui/main/status.h"
 
 namespace hivequarry::testing {
 namespace {
@@ -96,6 +97,45 @@ TEST_F(ListFilterTest, Keys) {
   const HWND window = place.window;
   EXPECT_TRUE(Press(place, Box(place), VK_ESCAPE));  // nothing is left to end
   EXPECT_TRUE(PumpUntil([&] { return IsWindow(window) == FALSE; }));
+}
+
+// The same box is above the main window's own list.
+TEST_F(ListFilterTest, PaneOfTheMainWindow) {
+  ListPlace& pane = window_->output;
+  EXPECT_FALSE(IsWindowVisible(Box(pane)));
+  ShowArrangement(*window_, kOutputArrangement);
+  ShowList(pane, MakeRows(51, {{"one"}, {"two"}, {"two more"}}));
+  EXPECT_TRUE(IsWindowVisible(Box(pane)));
+  RECT box{};
+  RECT list{};
+  GetWindowRect(Box(pane), &box);
+  GetWindowRect(pane.list, &list);
+  EXPECT_LE(box.bottom, list.top);
+  Type(pane, L"two");
+  EXPECT_EQ(Column(pane, 0), (Texts{"two", "two more"}));
+  EXPECT_EQ(StatusText(kStatusCounts), " Number of Items : 2 of 3");
+  const auto press = [&](HWND focus, WPARAM key) {
+    SetFocus(focus);
+    MSG message{focus, WM_KEYDOWN, key, 0, 0, {}};
+    HandleMessage(handle_, message);
+  };
+  press(Box(pane), VK_DOWN);
+  EXPECT_EQ(GetFocus(), pane.list);
+  Type(pane, L"(");
+  SendMessageW(Box(pane, kListFilterRegularId), BM_CLICK, 0, 0);
+  EXPECT_EQ(TextOf(Box(pane, kListFilterNoteId)), "A ( has no ).");
+  press(Box(pane), VK_ESCAPE);
+  Settle(pane);
+  EXPECT_EQ(TextOf(Box(pane)), "");
+  EXPECT_EQ(Column(pane, 0), (Texts{"one", "two", "two more"}));
+  EXPECT_EQ(StatusText(kStatusCounts), " Number of Items : 3");
+  // Another list begins with an empty box.
+  Type(pane, L"two");
+  ShowList(pane, MakeRows(51, {{"a"}}));
+  EXPECT_EQ(TextOf(Box(pane)), "");
+  EXPECT_EQ(Column(pane, 0), Texts{"a"});
+  ShowArrangement(*window_, kKeysArrangement);
+  EXPECT_FALSE(IsWindowVisible(Box(pane)));
 }
 
 // Lists that are open show their dates in the zone that is chosen, and stay what they are.

@@ -9,7 +9,7 @@
 #include "host/long_operation.h"
 #include "host/number_text.h"
 #include "ui/lists/activity_pane.h"
-#include "ui/lists/list_frame.h"
+#include "ui/lists/filter_box.h"
 #include "ui/lists/list_work.h"
 
 namespace hivequarry {
@@ -148,13 +148,15 @@ void ForgetFilter(ListPlace& place) {
   place.filter.range = nullptr;
   place.filter.range_words.clear();
   place.filter.faulty = false;
-  if (!place.pane) SetDlgItemTextW(place.window, kListFilterId, L"");
+  SetDlgItemTextW(place.window, kListFilterId, L"");
 }
 
 bool OnFilterControl(ListPlace& place, int control, int code) {
   const bool typed = control == kListFilterId && code == EN_CHANGE;
   const bool ticked = control >= kListFilterCaseId && control <= kListFilterRegularId;
-  if (!typed && !(ticked && code == BN_CLICKED)) return control >= kListFilterLabelId;
+  if (!typed && !(ticked && code == BN_CLICKED)) {
+    return control >= kListFilterLabelId && control <= kListFilterNoteId;
+  }
   if (place.model != nullptr) SetFilterWords(place, TypedFilter(place));
   return true;
 }

@@ -6,7 +6,6 @@
 #include <vector>
 
 #include "host/number_text.h"
-#include "ui/dialogs/list_dialogs.h"
 #include "ui/frame/text.h"
 #include "ui/frame/tool_buttons.h"
 #include "ui/lists/activity_pane.h"
@@ -74,64 +73,6 @@ SIZE TextSize(const ListWindow& window, const std::wstring& text) {
   SelectObject(dc, previous);
   ReleaseDC(window.place.window, dc);
   return size;
-}
-
-// --- the filter box ------------------------------------------------------------------------------
-
-constexpr int kFilterGap = 8;
-constexpr int kTickRoom = 22;  // a box with what is around it
-constexpr int kLeastWords = 90;
-constexpr int kMostWords = 420;
-constexpr WPARAM kLongestFilter = 1000;
-
-bool MakeFilter(ListWindow& window) {
-  FilterControls& filter = window.filter;
-  constexpr DWORD kTick = WS_VISIBLE | WS_TABSTOP | BS_AUTOCHECKBOX;
-  filter.label =
-      MakeChild(window, WC_STATICW, L"Filter:", WS_VISIBLE | SS_NOPREFIX, kListFilterLabelId);
-  filter.words = MakeChild(window, WC_EDITW, L"",
-                           WS_VISIBLE | WS_TABSTOP | WS_BORDER | ES_AUTOHSCROLL, kListFilterId);
-  filter.match_case = MakeChild(window, WC_BUTTONW, L"Case", kTick, kListFilterCaseId);
-  filter.whole_words = MakeChild(window, WC_BUTTONW, L"Whole words", kTick, kListFilterWordsId);
-  filter.regular =
-      MakeChild(window, WC_BUTTONW, L"Regular expression", kTick, kListFilterRegularId);
-  filter.note = MakeChild(window, WC_STATICW, L"", WS_VISIBLE | SS_NOPREFIX | SS_ENDELLIPSIS,
-                          kListFilterNoteId);
-  if (filter.words == nullptr) return false;
-  SendMessageW(filter.words, EM_LIMITTEXT, kLongestFilter, 0);
-  SendMessageW(filter.words, EM_SETCUEBANNER, TRUE,
-               reinterpret_cast<LPARAM>(L"text   column:text   -without   \"with blanks\""));
-  return filter.label != nullptr && filter.match_case != nullptr && filter.whole_words != nullptr &&
-         filter.regular != nullptr && filter.note != nullptr;
-}
-
-// Its height. The note has what the others leave.
-int PlaceFilter(const ListWindow& window, int width, int top) {
-  const FilterControls& filter = window.filter;
-  const int gap = Scale(kFilterGap, window.dpi);
-  const SIZE label = TextSize(window, L"Filter: ");
-  const int inside = Scale(kSourceMargin, window.dpi);
-  const int height = label.cy + 2 * inside;
-  int ticks = 0;
-  const HWND boxes[] = {filter.match_case, filter.whole_words, filter.regular};
-  int widths[std::size(boxes)];
-  for (size_t i = 0; i < std::size(boxes); ++i) {
-    widths[i] = TextSize(window, ControlWords(boxes[i])).cx + Scale(kTickRoom, window.dpi);
-    ticks += widths[i] + gap;
-  }
-  int left = 2 * Scale(kMargin, window.dpi);
-  MoveWindow(filter.label, left, top + inside, label.cx, label.cy, TRUE);
-  left += label.cx;
-  const int words = std::clamp(width - left - ticks - gap, Scale(kLeastWords, window.dpi),
-                               Scale(kMostWords, window.dpi));
-  MoveWindow(filter.words, left, top, words, height, TRUE);
-  left += words + gap;
-  for (size_t i = 0; i < std::size(boxes); ++i) {
-    MoveWindow(boxes[i], left, top, widths[i], height, TRUE);
-    left += widths[i] + gap;
-  }
-  MoveWindow(filter.note, left, top + inside, std::max(width - left - gap, 0), label.cy, TRUE);
-  return height + Scale(kMargin, window.dpi);
 }
 
 bool HasSource(const ListWindow& window) { return !ListSource(*window.place.model).empty(); }
@@ -236,7 +177,7 @@ bool MakeListFrame(ListWindow& window) {
   window.label = MakeChild(window, WC_STATICW, L"File:", SS_NOPREFIX, kListLabelId);
   window.source = MakeChild(window, WC_EDITW, L"",
                             WS_TABSTOP | WS_BORDER | ES_READONLY | ES_AUTOHSCROLL, kListSourceId);
-  if (!MakeFilter(window)) return false;
+  if (!MakeFilterBox(window.filter, place, true)) return false;
   window.activity = MakeActivityPane(place, kListActivityId);
   place.status =
       MakeChild(window, STATUSCLASSNAMEW, L"", WS_VISIBLE | SBARS_SIZEGRIP, kListStatusId);
@@ -256,12 +197,11 @@ void RefreshListLook(ListWindow& window) {
   IconLists old_icons = window.icons;
   window.fonts = MakeFonts(window.dpi);
   window.icons = MakeIconLists(Scale(kSmallIcon, window.dpi), Scale(kToolIcon, window.dpi));
-  const FilterControls& filter = window.filter;
   for (const HWND child :
-       {window.toolbar, window.label, window.source, filter.label, filter.words, filter.match_case,
-        filter.whole_words, filter.regular, filter.note, window.place.list, window.place.status}) {
+       {window.toolbar, window.label, window.source, window.place.list, window.place.status}) {
     SendMessageW(child, WM_SETFONT, reinterpret_cast<WPARAM>(window.fonts.text), FALSE);
   }
+  SetFilterFont(window.filter, window.fonts.text);
   SetActivityFont(window.activity, window.fonts.text);
   ListView_SetImageList(window.place.list, window.icons.values, LVSIL_SMALL);
   SendMessageW(window.toolbar, TB_SETIMAGELIST, 0, reinterpret_cast<LPARAM>(window.icons.tools));
@@ -283,7 +223,7 @@ void LayOutListWindow(ListWindow& window) {
   int top = Scale(kToolbarHeight, window.dpi);
   MoveWindow(window.toolbar, side, side / 2, client.right - 2 * side, top - side / 2, TRUE);
   top += PlaceSource(window, client.right, top);
-  top += PlaceFilter(window, client.right, top);
+  top += PlaceFilterBox(window.filter, window.dpi, 0, client.right, top);
   const int bottom = client.bottom - (status.bottom - status.top);
   top += PlaceActivity(window, client.right, top, bottom - top);
   MoveWindow(window.place.list, 0, top, client.right, std::max(bottom - top, 0), TRUE);
@@ -297,25 +237,6 @@ void ShowListState(ListWindow& window) {
   ShowCount(window);
   ShowWork(window);
   ShowButtons(window);
-}
-
-void ShowFilterNote(const ListPlace& place, const std::string& note) {
-  if (place.pane) return;
-  const HWND shown = GetDlgItem(place.window, kListFilterNoteId);
-  const std::wstring words = WindowText(note);
-  if (ControlWords(shown) == words) return;
-  SetWindowTextW(shown, words.c_str());
-  // A narrow window has no room beside the box.
-  ShowPlaceStatus(place, note.empty() ? "" : (" " + note).c_str());
-}
-
-FilterWords TypedFilter(const ListPlace& place) {
-  FilterWords words;
-  words.text = ControlText(place.window, kListFilterId);
-  words.form.match_case = IsTicked(place.window, kListFilterCaseId);
-  words.form.whole_words = IsTicked(place.window, kListFilterWordsId);
-  words.form.regular = IsTicked(place.window, kListFilterRegularId);
-  return words;
 }
 
 void OnListToolTip(NMTTDISPINFOW& notice) {

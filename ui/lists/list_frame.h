@@ -3,6 +3,7 @@
 
 #include "ui/draw/dpi.h"
 #include "ui/draw/icons.h"
+#include "ui/lists/filter_box.h"
 #include "ui/lists/list_place.h"
 
 namespace hivequarry {
@@ -14,25 +15,8 @@ enum ListChildId : int {
   kListActivityId,
   kListId,
   kListStatusId,
-  kListFilterLabelId,
-  kListFilterId,
-  kListFilterCaseId,
-  kListFilterWordsId,
-  kListFilterRegularId,
-  kListFilterNoteId
 };
 enum ListStatusPart : int { kListText, kListProgress, kListCount, kListStatusParts };
-
-// The words that choose rows, what they are taken for, and what is wrong with them.
-struct FilterControls {
-  HWND label = nullptr;
-  HWND words = nullptr;
-  RECT put_beside{};          // where it began, if that was not the place of its kind
-  HWND match_case = nullptr;
-  HWND whole_words = nullptr;
-  HWND regular = nullptr;
-  HWND note = nullptr;
-};
 
 // Goes with its window, as do fonts and pictures.
 struct ListWindow {
@@ -43,6 +27,7 @@ struct ListWindow {
   HWND activity = nullptr;  // the picture, hidden where there is none
   FilterControls filter;
   HWND progress = nullptr;    // inside the status bar
+  RECT put_beside{};          // where it began, if that was not the place of its kind
   HWND last_focus = nullptr;  // gets the focus back when the window is activated
   uint32_t dpi = USER_DEFAULT_SCREEN_DPI;
   Fonts fonts;
@@ -57,10 +42,6 @@ void RefreshListLook(ListWindow& window);
 void LayOutListWindow(ListWindow& window);
 // Title, source, counts, progress and buttons.
 void ShowListState(ListWindow& window);
-// The note beside the filter box; empty for none.
-void ShowFilterNote(const ListPlace& place, const std::string& note);
-// The words in the box, and how they are meant.
-FilterWords TypedFilter(const ListPlace& place);
 // The tooltip of a button.
 void OnListToolTip(NMTTDISPINFOW& notice);
 

@@ -70,7 +70,6 @@ ListFacts FactsOfPlace(const ListPlace& place, bool with_position) {
   facts.filtered = place.rows.filtered || HasFilterWords(place);
   facts.times = HasActivity(place);
   facts.picture = ShowsActivity(place);
-  facts.window = !place.pane;
   facts.kind = ListKindOf(*place.model);
   return facts;
 }
@@ -173,6 +172,7 @@ void TrackListMenu(ListPlace& place, POINT where) {
   DestroyMenu(menu);
   RunListCommand(place, static_cast<uint32_t>(chosen));
 }
+
 bool OnListContextMenu(ListPlace& place, HWND from, POINT where) {
   if (from == ListView_GetHeader(place.list)) {
     TrackColumnMenu(place, where);
@@ -192,6 +192,5 @@ bool OnListContextMenu(ListPlace& place, HWND from, POINT where) {
   }
   return true;
 }
-
 
 }  // namespace hivequarry

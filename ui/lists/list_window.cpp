@@ -100,21 +100,20 @@ bool OnCreate(ListWindow& window) {
 void OnDpiChanged(ListWindow& window, uint32_t dpi, const RECT& area) {
   const uint32_t old_dpi = window.dpi;
   window.dpi = dpi;
+  RefreshListLook(window);
+  ScaleColumns(window.place.list, old_dpi, window.dpi);
   for (int& width : window.place.hidden_widths) {
     width = MulDiv(width, static_cast<int>(window.dpi), static_cast<int>(old_dpi));
   }
-  RefreshListLook(window);
-  ScaleColumns(window.place.list, old_dpi, window.dpi);
   MoveToArea(window.place.window, area);
 }
 
 void OnSystemChange(ListWindow& window, UINT message, WPARAM first, LPARAM second) {
-  const FilterControls& filter = window.filter;
   for (const HWND child :
-       {window.toolbar, filter.words, filter.match_case, filter.whole_words, filter.regular,
-        window.place.list, window.place.status, window.progress}) {
+       {window.toolbar, window.place.list, window.place.status, window.progress}) {
     SendMessageW(child, message, first, second);
   }
+  for (const HWND child : ChildrenOf(window.filter)) SendMessageW(child, message, first, second);
   RefreshListLook(window);
   LayOutListWindow(window);
 }
@@ -276,6 +275,7 @@ void CloseListWindows(MainWindow& window) {
   }
   DeleteEditedTexts();
 }
+
 std::vector<ListPlace*> ListPlaces(MainWindow& window) {
   std::vector<ListPlace*> places = {&window.output};
   for (ListWindow* list : TheListWindows().open) {
@@ -283,7 +283,6 @@ std::vector<ListPlace*> ListPlaces(MainWindow& window) {
   }
   return places;
 }
-
 
 void RefreshListWindow(ListPlace& place) {
   ListWindow* window = WindowOfHandle(place.window);

@@ -137,10 +137,11 @@ void SetFonts(MainWindow& window) {
         window.bookmarks.list, window.controls.status, window.controls.empty}) {
     SetFont(child, window.look.fonts.text);
   }
+  SetFilterFont(window.filter, window.look.fonts.text);
   SetViewerLook(window.viewer, window.look.fonts, window.dpi);
 }
 
-std::array<HWND, 13> FocusOrder(const MainWindow& window) {
+std::array<HWND, 17> FocusOrder(const MainWindow& window) {
   const auto [detail, hex, meaning] = ViewerPanes(window.viewer);
   return {window.controls.path,
           window.band.window,
@@ -151,6 +152,10 @@ std::array<HWND, 13> FocusOrder(const MainWindow& window) {
           detail,
           hex,
           meaning,
+          window.filter.words,
+          window.filter.match_case,
+          window.filter.whole_words,
+          window.filter.regular,
           window.output.list,
           window.bookmarks.splitter,
           window.bookmarks.words,
@@ -173,7 +178,9 @@ void LayOut(MainWindow& window) {
   GetClientRect(window.handle, &client);
   const RECT area = PlaceBookmarkPane(window, PaneArea(window, client));
   Place(window.controls.empty, area);
-  Place(window.output.list, area);
+  RECT list = area;
+  list.top += PlaceFilterBox(window.filter, window.dpi, area.left, area.right, area.top);
+  Place(window.output.list, list);
   FitListColumns(window.output);
   PlacePanes(window, PlaceBand(window, PlacePath(window, area)));
 }
@@ -242,6 +249,7 @@ void ShowPanes(MainWindow& window) {
   }
   Show(window.output.list, output);
   ShowBookmarkPane(window);
+  for (const HWND child : ChildrenOf(window.filter)) Show(child, output);
   Show(window.controls.empty, !keys && !output);
   InvalidateRect(window.controls.empty, nullptr, FALSE);
 }
@@ -272,7 +280,7 @@ int LastArrangement(const MainWindow& window) {
 }
 
 void FocusNextPane(MainWindow& window, bool backward) {
-  const std::array<HWND, 13> order = FocusOrder(window);
+  const std::array<HWND, 17> order = FocusOrder(window);
   const auto count = static_cast<int>(order.size());
   const HWND focus = GetFocus();
   const auto found = std::find(order.begin(), order.end(), focus);

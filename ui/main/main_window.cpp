@@ -21,6 +21,7 @@
 #include "ui/frame/window_class.h"
 #include "ui/frame/window_place.h"
 #include "ui/hex/hex_edit.h"
+#include "ui/lists/list_filtering.h"
 #include "ui/lists/list_menu.h"
 #include "ui/lists/list_window.h"
 #include "ui/lists/value_window.h"
@@ -73,6 +74,7 @@ bool MakeChildren(MainWindow& window) {
   window.controls.empty = MakeEmptyView(window.handle, kEmptyId);
   MakeListPane(window, kOutputId);
   if (!MakeBookmarkPane(window)) return false;
+  if (!MakeFilterBox(window.filter, window.output, false)) return false;
   window.controls.status = MakeStatusBar(window);
   for (const HWND child : {window.controls.path, window.band.window, window.controls.tree,
                            window.controls.tree_splitter, window.values.window,
@@ -114,6 +116,7 @@ void LeaveTree(const MainWindow& window) {
 // Whatever way the window goes: first the workers, then what they work on.
 void OnDestroy(MainWindow& window) {
   EndWorkers(window);
+  StopFilter(window.output);
   CloseListWindows(window);
   CloseCompareWindows(kAnyHive);
   CloseSecurityWindows();
@@ -184,6 +187,7 @@ void OnCommand(MainWindow& window, WPARAM what, LPARAM from) {
     if (HIWORD(what) == EN_CHANGE) OnBookmarkWords(window);
     return;
   }
+  if (from != 0 && OnFilterControl(window.output, LOWORD(what), HIWORD(what))) return;
   if (HIWORD(what) == kReportNamed) return LoadNamedReport(window);
   const uint32_t number = LOWORD(what);
   const bool of_list = FindCommand(Commands(), number) == nullptr;
@@ -235,6 +239,9 @@ LRESULT Route(MainWindow& window, UINT message, WPARAM first, LPARAM second) {
       return 0;
     case kShowBox:
       ShowBox(window.host, *reinterpret_cast<BoxRequest*>(second));
+      return 0;
+    case kRowsChosen:
+      TakeChosenRows(window.output, static_cast<uint32_t>(first));
       return 0;
     case kLoadDone:
       ShowLoadResult(window);
@@ -354,6 +361,19 @@ bool ExpandsAll(const MainWindow& window, const MSG& message) {
          message.hwnd == window.controls.tree;
 }
 
+// From the filter box to the rows that it left; Esc, there too, shows all of them.
+bool OnPaneFilterKey(MainWindow& window, const MSG& message) {
+  const bool in_box = message.hwnd == window.filter.words;
+  if (!in_box && message.hwnd != window.output.list) return false;
+  if (in_box && (message.wParam == VK_RETURN || message.wParam == VK_DOWN)) {
+    SetFocus(window.output.list);
+    return true;
+  }
+  if (message.wParam != VK_ESCAPE || IsExpanding(window)) return false;
+  RunListCommand(window.output, kCommandShowAllRows);
+  return true;
+}
+
 // The tree control of some systems keeps the key that asks for the menu to itself.
 bool AsksForTreeMenu(const MainWindow& window, const MSG& message) {
   return message.message == WM_SYSKEYDOWN && message.wParam == VK_F10 &&
@@ -416,6 +436,7 @@ void HandleMessage(HWND handle, MSG& message) {
     if (message.wParam == VK_RETURN) return GoToTypedPath(*window);
     if (message.wParam == VK_ESCAPE) return LeaveAddressBar(*window);
   }
+  if (ours && message.message == WM_KEYDOWN && OnPaneFilterKey(*window, message)) return;
   if (ours && ExpandsAll(*window, message)) return RunCommand(*window, kCommandExpand);
   const bool escape = message.message == WM_KEYDOWN && message.wParam == VK_ESCAPE;
   if (ours && escape && StopExpanding(*window)) return;

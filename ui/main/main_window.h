@@ -15,6 +15,7 @@
 #include "ui/draw/icons.h"
 #include "ui/draw/win.h"
 #include "ui/frame/host_window.h"
+#include "ui/lists/filter_box.h"
 #include "ui/lists/list_place.h"
 #include "ui/main/band.h"
 #include "ui/main/layout.h"
@@ -77,8 +78,8 @@ struct MainWindow {
   HWND blocks = nullptr;      // the block list's window, null while it is closed
   HWND last_focus = nullptr;  // the pane to return to when the window is activated again
   uint32_t dpi = USER_DEFAULT_SCREEN_DPI;
-  MainControls controls;
   RECT put_beside{};  // where it began, if that was not its own place
+  MainControls controls;
   MainMenus menus;
   MainLook look;
   PaneLayout layout;
@@ -88,6 +89,8 @@ struct MainWindow {
   ValueViewer viewer;
   ListPlace output;  // the Output List pane
   BookmarkPane bookmarks;
+  ListPlace output;       // the Output List pane
+  FilterControls filter;  // above it
   ValueViewOptions view;
   FindChoice tree_find;  // what was last searched for in the tree
 
@@ -100,10 +103,10 @@ struct MainWindow {
   WindowHive* shown = &none;           // whom commands are about: `viewed`, but for a HiveTurn
   uint32_t next_hive = 0;              // number of the next one
   std::atomic<bool> comparing{false};  // the mode "Displayed Sub Keys", also of hives to come
+  bool expanding_shown = false;        // the status bar says how far "Expand subfolders" is
   bool tree_changes = false;           // items go, and what is selected by that is of no interest
   PaneSelection selection;
   std::string report_named;  // Report List on its way to be loaded
-  bool expanding_shown = false;        // the status bar says how far "Expand subfolders" is
 };
 
 // Creates the window with all it holds and sets the host table; null after a message when that

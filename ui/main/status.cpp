@@ -135,6 +135,9 @@ void ShowCounts(MainWindow& window) {
   std::wstring text;
   if (window.layout.arrangement == kOutputArrangement) {
     text = L" Number of Items : " + std::to_wstring(ShownRowCount(window.output));
+    if (window.output.rows.filtered) {
+      text += L" of " + std::to_wstring(RowCount(*window.output.model));
+    }
   } else if (window.viewed->slot >= 0) {
     const ImageSummary& summary = window.viewed->summary;
     text = L" " + std::to_wstring(summary.keys) + L" keys, " +
