@@ -87,7 +87,6 @@ struct MainWindow {
   Band band;
   ValuePane values;
   ValueViewer viewer;
-  ListPlace output;  // the Output List pane
   BookmarkPane bookmarks;
   ListPlace output;       // the Output List pane
   FilterControls filter;  // above it
