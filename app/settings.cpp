@@ -568,6 +568,11 @@ void SetOptionDigits(std::string_view digits, Options& options) {
   }
 }
 
+std::string FolderOfFiles(const std::string& program, bool writable, const std::string& profile) {
+  if (writable || profile.empty()) return BesideProgram(program, "");
+  return profile + "\\Hivequarry\\";
+}
+
 std::string SettingsFileOf(const std::string& program) {
   return BesideProgram(program, "hivequarry.ini");
 }

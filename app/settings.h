@@ -196,6 +196,10 @@ std::string OptionDigits(const Options& options);
 // Digits other than 0 and 1 are no digits here.
 void SetOptionDigits(std::string_view digits, Options& options);
 
+// Where the program's files are: beside it where they can be written there, else in a folder of
+// their own in the user's profile. `profile` is the folder for settings there, empty where the
+// system names none; then they are beside the program all the same. Ends with a separator.
+std::string FolderOfFiles(const std::string& program, bool writable, const std::string& profile);
 // "hivequarry.ini" in the folder of the program at `program` (UTF-8 path), and its like.
 std::string SettingsFileOf(const std::string& program);
 std::string BookmarkFileOf(const std::string& program);

@@ -21,6 +21,19 @@ std::filesystem::path FilePath(const std::string& name) {
 #endif
 }
 
+std::u16string UnlimitedName(const std::u16string& name) {
+  constexpr size_t kLimit = 248;  // of a folder; a file's is 260
+  if (name.size() < kLimit || name.starts_with(u"\\\\?\\") || name.starts_with(u"\\\\.\\")) {
+    return name;
+  }
+  // After the prefix nothing is replaced, so a path has to be plain by then.
+  std::u16string plain = name;
+  std::ranges::replace(plain, u'/', u'\\');
+  if (plain.find(u"\\.\\") != plain.npos || plain.find(u"\\..\\") != plain.npos) return name;
+  if (plain.starts_with(u"\\\\")) return u"\\\\?\\UNC" + plain.substr(1);
+  return plain[1] == u':' && plain[2] == u'\\' ? u"\\\\?\\" + plain : name;
+}
+
 std::string FullName(const std::string& name) {
   std::error_code error;
   const std::u8string full = std::filesystem::absolute(FilePath(name), error).u8string();
@@ -64,8 +77,12 @@ std::FILE* OpenFile(const std::string& name, const char* mode, int& error) {
   errno = 0;
 #ifdef _WIN32
   const std::string narrow_mode = mode;
+  // Where the system does not lift the limit for all, long names are read all the same.
+  const std::wstring plain = path.wstring();
+  const std::u16string unlimited = UnlimitedName({plain.begin(), plain.end()});
+  const std::wstring opened = writing ? plain : std::wstring(unlimited.begin(), unlimited.end());
   std::FILE* stream =
-      _wfopen(path.c_str(), std::wstring(narrow_mode.begin(), narrow_mode.end()).c_str());
+      _wfopen(opened.c_str(), std::wstring(narrow_mode.begin(), narrow_mode.end()).c_str());
 #else
   std::FILE* stream = std::fopen(path.c_str(), mode);
 #endif

@@ -6,11 +6,15 @@
 #include <filesystem>
 #include <memory>
 #include <string>
+#include <string_view>
 
 namespace hivequarry {
 
 // A UTF-8 file name as the standard library takes it.
 std::filesystem::path FilePath(const std::string& name);
+// A whole name that is too long for calls of the system without the prefix that lifts the limit,
+// with it; any other name as it is. UTF-16 units; means something on Windows alone.
+std::u16string UnlimitedName(const std::u16string& name);
 // The name with its whole path, as another process must be told; as given where that fails.
 std::string FullName(const std::string& name);
 // The path's last name, UTF-8.

@@ -1,11 +1,10 @@
 #include "host/log_files.h"
 
 #include <algorithm>
-#include <filesystem>
-#include <system_error>
 
 #include "host/case.h"
 #include "host/files.h"
+#include "host/folder_names.h"
 
 namespace hivequarry {
 namespace {
@@ -41,10 +40,7 @@ std::vector<std::string> LogsOf(const std::string& hive) {
   const std::string name = LeafOf(FilePath(hive));
   const std::string folder = hive.substr(0, hive.size() - name.size());
   std::vector<std::string> found;
-  std::error_code error;
-  for (std::filesystem::directory_iterator at(folder.empty() ? "." : FilePath(folder), error);
-       !error && at != end(at); at.increment(error)) {
-    const std::string each = LeafOf(at->path());
+  for (const std::string& each : NamesInFolder(folder)) {
     if (!LogEnding(each, name).empty()) found.push_back(folder + each);
   }
   std::ranges::sort(found);

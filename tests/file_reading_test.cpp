@@ -17,6 +17,21 @@
 namespace hivequarry::testing {
 namespace {
 
+TEST(FileNames, LongOnesGetThePrefixThatLiftsTheLimit) {
+  const std::u16string folder(250, u'f');
+  const struct {
+    std::u16string name, unlimited;
+  } cases[] = {
+      {u"C:\\short", u"C:\\short"},
+      {u"C:\\" + folder + u"/x", u"\\\\?\\C:\\" + folder + u"\\x"},
+      {u"\\\\server\\" + folder, u"\\\\?\\UNC\\server\\" + folder},
+      {u"\\\\?\\C:\\" + folder, u"\\\\?\\C:\\" + folder},
+      {u"C:\\" + folder + u"\\..\\x", u"C:\\" + folder + u"\\..\\x"},
+      {folder, folder},
+  };
+  for (const auto& c : cases) EXPECT_TRUE(UnlimitedName(c.name) == c.unlimited);
+}
+
 // A medium that has lost stretches of whatever is read from it.
 class LossyMedium {
  public:

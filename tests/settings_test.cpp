@@ -279,6 +279,9 @@ TEST(SettingsTest, HistoriesPutTheNewestFirst) {
 TEST(SettingsTest, FilesBesideTheProgram) {
   EXPECT_EQ(SettingsFileOf("C:\\P\\a.exe"), "C:\\P\\hivequarry.ini");
   EXPECT_EQ(BookmarkFileOf("/opt/p/a"), "/opt/p/hivequarrybm.txt");
+  EXPECT_EQ(FolderOfFiles("C:\\P\\a.exe", true, "C:\\U"), "C:\\P\\");
+  EXPECT_EQ(FolderOfFiles("C:\\P\\a.exe", false, "C:\\U"), "C:\\U\\Hivequarry\\");
+  EXPECT_EQ(FolderOfFiles("C:\\P\\a.exe", false, ""), "C:\\P\\");
 }
 
 TEST(LaunchTest, Switches) {

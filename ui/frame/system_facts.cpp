@@ -70,6 +70,7 @@ SystemFacts ReadSystemFacts() {
   facts.emulated = IsEmulated();
   facts.documents = ShellFolder(CSIDL_PERSONAL);
   facts.profile = ShellFolder(CSIDL_PROFILE);
+  facts.roaming = ShellFolder(CSIDL_APPDATA);
   facts.windows = SystemFolder(GetWindowsDirectoryW);
   facts.system = SystemFolder(GetSystemDirectoryW);
   return facts;
@@ -80,9 +81,39 @@ Program& TheProgram() {
   return program;
 }
 
+bool CanWriteIn(const std::string& folder) {
+  const std::string file = SettingsFileOf(folder);
+  const DWORD settings = GetFileAttributesW(WideName(file).c_str());
+  if (settings != INVALID_FILE_ATTRIBUTES && (settings & FILE_ATTRIBUTE_READONLY) != 0) {
+    return false;
+  }
+  const std::wstring name =
+      WideName(folder + "hivequarry-" + std::to_string(GetCurrentProcessId()) + ".tmp");
+  const HANDLE made = CreateFileW(name.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW,
+                                  FILE_ATTRIBUTE_TEMPORARY | FILE_FLAG_DELETE_ON_CLOSE, nullptr);
+  if (made == INVALID_HANDLE_VALUE) return false;
+  CloseHandle(made);
+  return true;
+}
+
+void UseProfile(const std::string& path, Program& program) {
+  const std::string folder = FolderOfFiles(path, false, program.facts.roaming);
+  CreateDirectoryW(WideName(folder).c_str(), nullptr);
+  program.settings_file = SettingsFileOf(folder);
+  program.bookmark_file = BookmarkFileOf(folder);
+  // What is there already is the user's own and stays.
+  CopyFileW(WideName(SettingsFileOf(path)).c_str(), WideName(program.settings_file).c_str(), TRUE);
+  CopyFileW(WideName(BookmarkFileOf(path)).c_str(), WideName(program.bookmark_file).c_str(), TRUE);
+  for (const std::string& file : {program.settings_file, program.bookmark_file}) {
+    SetFileAttributesW(WideName(file).c_str(), FILE_ATTRIBUTE_NORMAL);
+  }
+}
+
 void NameProgramFiles(const std::string& path, Program& program) {
   program.settings_file = SettingsFileOf(path);
   program.bookmark_file = BookmarkFileOf(path);
+  const std::string beside = FolderOfFiles(path, true, {});
+  if (!program.facts.roaming.empty() && !CanWriteIn(beside)) UseProfile(path, program);
   const size_t name = path.find_last_of("\\/");
   const size_t dot = path.rfind('.');
   const bool ending = dot != std::string::npos && (name == std::string::npos || dot > name);

@@ -33,6 +33,7 @@ struct SystemFacts {
   bool emulated = false;  // a 32-bit process on a 64-bit system
   std::string documents;  // of the user
   std::string profile;
+  std::string roaming;  // of settings, in the profile
   std::string windows;
   std::string system;
 };
@@ -45,9 +46,16 @@ struct Program {
   std::string settings_file;  // empty: nothing is read or written
   std::string bookmark_file;
   std::string help_file;
+  bool in_recent = false;  // hives that are opened join the system's recent documents
 };
 Program& TheProgram();
-// The files beside the program at `path`.
+// The files beside the program at `path`; where nothing can be written there, settings and
+// bookmarks in the profile (FolderOfFiles), with what is beside the program to begin with.
 void NameProgramFiles(const std::string& path, Program& program);
+// True when a file can be made in a folder (UTF-8), and the settings that are there can be changed.
+// Makes one for a moment.
+bool CanWriteIn(const std::string& folder);
+// Puts the program's files into the profile.
+void UseProfile(const std::string& path, Program& program);
 
 }  // namespace hivequarry

@@ -246,6 +246,7 @@ void ShowLoaded(MainWindow& window) {
   RenewBand(window);
   ShowCounts(window);
   RememberHive(job.origin.file, job.origin.start, job.origin.end);
+  RememberInSystem(window, job.origin.file);
   UpdateToolbar(window);
   SetFocus(ShownPane(window));
   CompareLoadedHive(window);

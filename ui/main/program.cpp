@@ -20,6 +20,7 @@ bool IsFolder(const std::string& name) {
 void StartProgram(Program& program) {
   program.facts = ReadSystemFacts();
   NameProgramFiles(Utf8Name(ProgramPath()), program);
+  program.in_recent = true;
   ReadSettings(program.settings_file, TheSettings());
   SettingsAsRead() = TheSettings();
   ReadRecentKeys(program.settings_file, TheRecentKeys());

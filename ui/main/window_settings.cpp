@@ -1,5 +1,7 @@
 #include "ui/main/window_settings.h"
 
+#include <shlobj.h>
+
 #include "app/recent_keys.h"
 #include "app/settings.h"
 #include "hive/shown_zone.h"
@@ -72,6 +74,11 @@ void WriteProgramSettings() {
   WriteSettings(file, TheSettings());
   SettingsAsRead() = TheSettings();
   WriteRecentKeys(file, TheRecentKeys());
+}
+
+void RememberInSystem(const MainWindow& window, const std::string& file) {
+  if (!TheProgram().in_recent || window.host.evidence) return;
+  SHAddToRecentDocs(SHARD_PATHW, WideName(FullName(file)).c_str());
 }
 
 void RememberHive(const std::string& file, uint32_t start, uint32_t end) {

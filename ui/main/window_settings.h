@@ -20,5 +20,7 @@ void WriteProgramSettings();
 
 // A hive was opened here: its file, folder and range (0 and 0 for none) are remembered.
 void RememberHive(const std::string& file, uint32_t start, uint32_t end);
+// And by the system, among the recent documents; not in evidence mode.
+void RememberInSystem(const MainWindow& window, const std::string& file);
 
 }  // namespace hivequarry
