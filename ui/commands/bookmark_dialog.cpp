@@ -45,8 +45,8 @@ constexpr DLGPROC kProcedure = RecordDialogProc<WordsDialog, OnStart, Route>;
 bool AskBookmarkWords(HWND owner, BookmarkWords& words) {
   WordsDialog state{nullptr, &words};
   const ModalTurn turn(owner);
-  return DialogBoxParamW(GetModuleHandleW(nullptr), L"BMWORDSDLG", owner, kProcedure,
-                         reinterpret_cast<LPARAM>(&state)) == IDOK;
+  return ShowDialogBox(GetModuleHandleW(nullptr), L"BMWORDSDLG", owner, kProcedure,
+                       reinterpret_cast<LPARAM>(&state)) == IDOK;
 }
 
 }  // namespace hivequarry

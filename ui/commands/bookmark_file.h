@@ -38,8 +38,8 @@ struct OpenHives {
 };
 OpenHives HivesNow(const MainWindow& window);
 
-// What fits a column of a path, whose end tells more than its beginning. `icon`: room that a picture
-// takes there, at 96 dpi.
+// What fits a column of a path, whose end tells more than its beginning. `icon`: room that a
+// picture takes there, at 96 dpi.
 std::wstring EndThatFits(HWND list, int column, std::wstring path, int icon);
 
 // Goes to the thing in the hive that it is of (HiveOfBookmark), and says what is not as it was.

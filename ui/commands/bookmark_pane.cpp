@@ -354,7 +354,7 @@ bool MakeBookmarkPane(MainWindow& window) {
   BookmarkPane& pane = PaneOf(window);
   pane.rows = std::make_shared<BookmarkRows>();
   const auto identifier = [](int id) { return reinterpret_cast<HMENU>(static_cast<INT_PTR>(id)); };
-  pane.splitter = MakeSplitter(window.handle, kBookmarkSplitterId, false);
+  pane.splitter = MakeSplitter(window.handle, kBookmarkSplitterId, false, L"Edge of the bookmarks");
   pane.label = CreateWindowExW(0, WC_STATICW, L"Bookmarks with:", WS_CHILD | SS_NOPREFIX, 0, 0, 0,
                                0, window.handle, nullptr, window.instance, nullptr);
   pane.words =

@@ -365,8 +365,8 @@ void OnBookmarks(MainWindow& window) {
   INT_PTR answer = IDCANCEL;
   {
     const ModalTurn turn(window.handle);
-    answer = DialogBoxParamW(window.instance, L"BMDLG", window.handle, kProcedure,
-                             reinterpret_cast<LPARAM>(&state));
+    answer = ShowDialogBox(window.instance, L"BMDLG", window.handle, kProcedure,
+                           reinterpret_cast<LPARAM>(&state));
   }
   if (answer == IDOK && state.chosen) GoToBookmark(window, *state.chosen);
   if (answer == kBookmarkReport) SaveBookmarkReport(window, ListedBookmarks(state));

@@ -34,8 +34,8 @@ bool EndedWithOk(HWND dialog, int control) {
 template <typename State>
 bool Ask(HWND owner, const wchar_t* name, DLGPROC procedure, State& state) {
   const ModalTurn turn(owner);
-  return DialogBoxParamW(GetModuleHandleW(nullptr), name, owner, procedure,
-                         reinterpret_cast<LPARAM>(&state)) == IDOK;
+  return ShowDialogBox(GetModuleHandleW(nullptr), name, owner, procedure,
+                       reinterpret_cast<LPARAM>(&state)) == IDOK;
 }
 
 // --- a repaired hive -----------------------------------------------------------------------------

@@ -117,8 +117,8 @@ void OnRecentKeys(MainWindow& window) {
   INT_PTR answer = IDCANCEL;
   {
     const ModalTurn turn(window.handle);
-    answer = DialogBoxParamW(window.instance, L"RECENTDLG", window.handle, kProcedure,
-                             reinterpret_cast<LPARAM>(&state));
+    answer = ShowDialogBox(window.instance, L"RECENTDLG", window.handle, kProcedure,
+                           reinterpret_cast<LPARAM>(&state));
   }
   if (answer == IDOK) GoToKeyPath(window, state.chosen);
 }

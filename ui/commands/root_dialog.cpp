@@ -62,8 +62,8 @@ constexpr DLGPROC kProcedure = RecordDialogProc<RootDialog, OnStart, Route>;
 
 bool AskRootPath(const MainWindow& window, RootDialog& state) {
   const ModalTurn turn(window.handle);
-  return DialogBoxParamW(window.instance, L"ROOTDLG", window.handle, kProcedure,
-                         reinterpret_cast<LPARAM>(&state)) == IDOK &&
+  return ShowDialogBox(window.instance, L"ROOTDLG", window.handle, kProcedure,
+                       reinterpret_cast<LPARAM>(&state)) == IDOK &&
          !state.path.empty();
 }
 

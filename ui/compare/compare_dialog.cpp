@@ -107,8 +107,8 @@ constexpr DLGPROC kProcedure = RecordDialogProc<CompareDialog, OnStart, Route>;
 bool AskComparison(HWND owner, CompareWish& wish) {
   CompareDialog state{nullptr, wish};
   const ModalTurn turn(owner);
-  if (DialogBoxParamW(GetModuleHandleW(nullptr), L"COMPAREDLG", owner, kProcedure,
-                      reinterpret_cast<LPARAM>(&state)) != IDOK) {
+  if (ShowDialogBox(GetModuleHandleW(nullptr), L"COMPAREDLG", owner, kProcedure,
+                    reinterpret_cast<LPARAM>(&state)) != IDOK) {
     return false;
   }
   wish = std::move(state.wish);

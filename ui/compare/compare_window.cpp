@@ -431,8 +431,11 @@ bool OnCreate(CompareWindow& window) {
     window.heads[i] = MakeChild(window, L"STATIC", SS_NOPREFIX | SS_ENDELLIPSIS, kCompareHeadA + i);
   }
   window.keys = MakeVirtualList(window.handle, kCompareKeys, kKeyColumns, window.dpi);
-  window.splitter = MakeSplitter(window.handle, kCompareSplitter, false);
+  window.splitter =
+      MakeSplitter(window.handle, kCompareSplitter, false, L"Edge between keys and values");
   window.values = MakeVirtualList(window.handle, kCompareValues, kValueColumns, window.dpi);
+  SetWindowTextW(window.keys, L"Keys of both hives");  // what a screen reader calls them
+  SetWindowTextW(window.values, L"Values of the key");
   window.status = MakeChild(window, STATUSCLASSNAMEW, SBARS_SIZEGRIP, kCompareStatus);
   if (window.keys == nullptr || window.values == nullptr || window.status == nullptr) return false;
   SetWindowLongPtrW(window.keys, GWL_STYLE,

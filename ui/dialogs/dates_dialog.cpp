@@ -186,8 +186,8 @@ bool AskKeyDates(HWND owner, uint64_t last_activity, KeyDateRange& range) {
   DatesDialog state;
   state.last_activity = last_activity;
   const ModalTurn turn(owner);
-  if (DialogBoxParamW(GetModuleHandleW(nullptr), L"KEYDATESDLG", owner, kProcedure,
-                      reinterpret_cast<LPARAM>(&state)) != IDOK) {
+  if (ShowDialogBox(GetModuleHandleW(nullptr), L"KEYDATESDLG", owner, kProcedure,
+                    reinterpret_cast<LPARAM>(&state)) != IDOK) {
     return false;
   }
   range = state.range;

@@ -51,8 +51,8 @@ INT_PTR CALLBACK FindProc(HWND dialog, UINT message, WPARAM first, LPARAM second
 
 bool AskFind(HWND owner, FindChoice& choice) {
   const ModalTurn turn(owner);
-  if (DialogBoxParamW(GetModuleHandleW(nullptr), L"SEARCHDLG", owner, FindProc,
-                      reinterpret_cast<LPARAM>(&choice)) != IDOK) {
+  if (ShowDialogBox(GetModuleHandleW(nullptr), L"SEARCHDLG", owner, FindProc,
+                    reinterpret_cast<LPARAM>(&choice)) != IDOK) {
     return false;
   }
   AddToHistory(TheSettings().histories.list_finds, choice.text);

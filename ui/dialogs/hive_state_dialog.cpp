@@ -53,8 +53,8 @@ constexpr DLGPROC kProcedure = RecordDialogProc<StateDialog, OnStart, Route>;
 void ShowHiveStateDialog(HWND owner, const std::wstring& text) {
   StateDialog state{nullptr, text};
   const ModalTurn turn(owner);
-  DialogBoxParamW(GetModuleHandleW(nullptr), L"HIVESTATEDLG", owner, kProcedure,
-                  reinterpret_cast<LPARAM>(&state));
+  ShowDialogBox(GetModuleHandleW(nullptr), L"HIVESTATEDLG", owner, kProcedure,
+                reinterpret_cast<LPARAM>(&state));
   TheOpenDialog().state = nullptr;
 }
 

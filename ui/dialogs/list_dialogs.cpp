@@ -78,8 +78,8 @@ void StartNotepad(HWND owner, const std::string& file) {
 
 INT_PTR RunDialog(const wchar_t* name, HWND owner, DLGPROC procedure, void* argument) {
   const ModalTurn turn(owner);
-  return DialogBoxParamW(GetModuleHandleW(nullptr), name, owner, procedure,
-                         reinterpret_cast<LPARAM>(argument));
+  return ShowDialogBox(GetModuleHandleW(nullptr), name, owner, procedure,
+                       reinterpret_cast<LPARAM>(argument));
 }
 
 INT_PTR CALLBACK SaveAsProc(HWND dialog, UINT message, WPARAM first, LPARAM second) {

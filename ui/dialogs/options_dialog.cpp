@@ -87,8 +87,8 @@ INT_PTR CALLBACK OptionsProc(HWND dialog, UINT message, WPARAM first, LPARAM sec
 bool AskOptions(HWND owner, Options& options) {
   Options wanted = options;
   const ModalTurn turn(owner);
-  if (DialogBoxParamW(GetModuleHandleW(nullptr), L"SETTINGSDLG", owner, OptionsProc,
-                      reinterpret_cast<LPARAM>(&wanted)) != IDOK) {
+  if (ShowDialogBox(GetModuleHandleW(nullptr), L"SETTINGSDLG", owner, OptionsProc,
+                    reinterpret_cast<LPARAM>(&wanted)) != IDOK) {
     return false;
   }
   bool changed = false;

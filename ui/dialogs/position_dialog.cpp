@@ -93,8 +93,8 @@ bool ReadPosition(std::wstring_view text, uint32_t& position) {
 bool AskPosition(HWND owner, uint32_t end, uint32_t& position) {
   PositionRequest request{end, position};
   const ModalTurn turn(owner);
-  if (DialogBoxParamW(GetModuleHandleW(nullptr), L"POSITIONDLG", owner, PositionProc,
-                      reinterpret_cast<LPARAM>(&request)) != IDOK) {
+  if (ShowDialogBox(GetModuleHandleW(nullptr), L"POSITIONDLG", owner, PositionProc,
+                    reinterpret_cast<LPARAM>(&request)) != IDOK) {
     return false;
   }
   position = request.position;

@@ -210,7 +210,7 @@ void ShowLimits(const SearchDialog& state, const SearchLimits& limits) {
     SetDlgItemTextW(state.dialog, field.control, WindowText(text).c_str());
   }
   if (ShownZoneNow().kind == ZoneKind::kUtc) return;
-  SetDlgItemTextW(state.dialog, kSearchTimes, L"Key &written (zone), from");
+  SetDlgItemTextW(state.dialog, kSearchTimes, L"Key wr&itten (zone), from");
 }
 
 // False after a message, with the field at fault in focus.
@@ -361,8 +361,8 @@ bool AskSearch(HWND owner, SearchPlace place) {
   SearchDialog state;
   state.place = place;
   const ModalTurn turn(owner);
-  return DialogBoxParamW(GetModuleHandleW(nullptr), L"SEARCHHIVEDLG", owner, kProcedure,
-                         reinterpret_cast<LPARAM>(&state)) == IDOK;
+  return ShowDialogBox(GetModuleHandleW(nullptr), L"SEARCHHIVEDLG", owner, kProcedure,
+                       reinterpret_cast<LPARAM>(&state)) == IDOK;
 }
 
 }  // namespace hivequarry

@@ -55,8 +55,8 @@ constexpr DLGPROC kProcedure = RecordDialogProc<TimelineDialog, OnStart, Route>;
 bool AskTimeline(HWND owner) {
   TimelineDialog state;
   const ModalTurn turn(owner);
-  return DialogBoxParamW(GetModuleHandleW(nullptr), L"TIMELINEDLG", owner, kProcedure,
-                         reinterpret_cast<LPARAM>(&state)) == IDOK;
+  return ShowDialogBox(GetModuleHandleW(nullptr), L"TIMELINEDLG", owner, kProcedure,
+                       reinterpret_cast<LPARAM>(&state)) == IDOK;
 }
 
 }  // namespace hivequarry

@@ -56,8 +56,8 @@ bool ReadEntryNumber(std::wstring_view text, uint32_t& entry) {
 bool AskUntilEntry(HWND owner, const std::wstring& entries, uint32_t& entry) {
   UntilDialog state{nullptr, entries, entry};
   const ModalTurn turn(owner);
-  if (DialogBoxParamW(GetModuleHandleW(nullptr), L"UNTILDLG", owner, kProcedure,
-                      reinterpret_cast<LPARAM>(&state)) != IDOK) {
+  if (ShowDialogBox(GetModuleHandleW(nullptr), L"UNTILDLG", owner, kProcedure,
+                    reinterpret_cast<LPARAM>(&state)) != IDOK) {
     return false;
   }
   entry = state.entry;

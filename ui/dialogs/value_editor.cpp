@@ -403,8 +403,8 @@ bool EditValue(HWND owner, EditedValue& edit) {
   if (edit.data.size() >= kMaxValueData || !RegisterHexClass(instance)) return false;
   Editor editor(edit);
   const ModalTurn turn(owner);
-  if (DialogBoxParamW(instance, L"EDITVALUEDLG", owner, kProcedure,
-                      reinterpret_cast<LPARAM>(&editor)) != IDOK ||
+  if (ShowDialogBox(instance, L"EDITVALUEDLG", owner, kProcedure,
+                    reinterpret_cast<LPARAM>(&editor)) != IDOK ||
       (editor.type == edit.type && editor.data == edit.data)) {
     return false;
   }

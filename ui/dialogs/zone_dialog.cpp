@@ -82,8 +82,8 @@ bool AskZone(HWND owner, const ShownZone* of_hive, ShownZone& zone) {
   if (of_hive == nullptr && zone.kind == ZoneKind::kRule) state.rule = zone;
   state.zone = zone;
   const ModalTurn turn(owner);
-  if (DialogBoxParamW(GetModuleHandleW(nullptr), L"TIMEZONEDLG", owner, kProcedure,
-                      reinterpret_cast<LPARAM>(&state)) != IDOK) {
+  if (ShowDialogBox(GetModuleHandleW(nullptr), L"TIMEZONEDLG", owner, kProcedure,
+                    reinterpret_cast<LPARAM>(&state)) != IDOK) {
     return false;
   }
   zone = state.zone;

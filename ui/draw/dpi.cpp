@@ -1,5 +1,6 @@
 #include "ui/draw/dpi.h"
 
+#include <algorithm>
 #include <cwchar>
 
 namespace hivequarry {
@@ -56,6 +57,15 @@ uint32_t DpiOfWindow(HWND window) {
   return dpi != 0 ? dpi : SystemDpi();
 }
 
+uint32_t TextPercent() {
+  DWORD percent = 0;
+  DWORD size = sizeof percent;
+  const LSTATUS status =
+      RegGetValueW(HKEY_CURRENT_USER, L"Software\\Microsoft\\Accessibility", L"TextScaleFactor",
+                   RRF_RT_REG_DWORD, nullptr, &percent, &size);
+  return status == ERROR_SUCCESS ? std::clamp<uint32_t>(percent, 100, 225) : 100;
+}
+
 Fonts MakeFonts(uint32_t dpi) {
   Fonts fonts;
   LOGFONTW font = MessageFont(dpi);
@@ -67,7 +77,7 @@ Fonts MakeFonts(uint32_t dpi) {
   title.lfHeight = MulDiv(font.lfHeight, 8, 5);
   fonts.title = CreateFontIndirectW(&title);
   LOGFONTW fixed{};
-  fixed.lfHeight = -Scale(13, dpi);
+  fixed.lfHeight = -Scale(13, dpi) * static_cast<int>(TextPercent()) / 100;
   fixed.lfCharSet = DEFAULT_CHARSET;
   fixed.lfQuality = font.lfQuality;
   fixed.lfPitchAndFamily = FIXED_PITCH | FF_MODERN;

@@ -20,6 +20,9 @@ struct Fonts {
   HFONT title = nullptr;   // larger, for the empty window
   HFONT fixed = nullptr;   // monospaced, for details
 };
+// How large the user has chosen texts to be, in percent, from 100 to 225. The system's own fonts
+// follow that by themselves.
+uint32_t TextPercent();
 // The fonts at a resolution; the caller owns them.
 Fonts MakeFonts(uint32_t dpi);
 // Only when no control uses them any more.

@@ -3,6 +3,7 @@
 // other.
 #pragma once
 
+#include <cstdint>
 #include <vector>
 
 #include "ui/draw/win.h"
@@ -20,5 +21,12 @@ struct ModalTurn {
   HWND focus;                  // gets the focus back
   std::vector<HWND> disabled;  // to be enabled again; others were disabled before
 };
+
+// DialogBoxParam and CreateDialogParam, of the program's own dialogs with their texts, and with
+// them the whole dialog, as large as the user has chosen texts to be (ui/draw/dpi.h).
+INT_PTR ShowDialogBox(HINSTANCE instance, const wchar_t* name, HWND owner, DLGPROC procedure,
+                      LPARAM argument);
+HWND MakeDialogBox(HINSTANCE instance, const wchar_t* name, HWND owner, DLGPROC procedure,
+                   LPARAM argument);
 
 }  // namespace hivequarry

@@ -88,9 +88,9 @@ bool RegisterSplitterClass(HINSTANCE instance) {
       instance, {.name = kClassName, .procedure = SplitterProc, .extra_bytes = sizeof(LONG)});
 }
 
-HWND MakeSplitter(HWND parent, int identifier, bool vertical) {
+HWND MakeSplitter(HWND parent, int identifier, bool vertical, const wchar_t* name) {
   const HWND splitter =
-      CreateWindowExW(0, kClassName, L"", WS_CHILD | WS_TABSTOP, 0, 0, 0, 0, parent,
+      CreateWindowExW(0, kClassName, name, WS_CHILD | WS_TABSTOP, 0, 0, 0, 0, parent,
                       reinterpret_cast<HMENU>(static_cast<INT_PTR>(identifier)), nullptr, nullptr);
   if (splitter != nullptr) SetSplitterVertical(splitter, vertical);
   return splitter;

@@ -14,7 +14,8 @@ inline constexpr int kSplitterWidth = 5;  // at 96 dpi
 // Once for the process, before the first of them.
 bool RegisterSplitterClass(HINSTANCE instance);
 // `vertical`: the bar is between a left and a right pane.
-HWND MakeSplitter(HWND parent, int identifier, bool vertical);
+// `name` is what a screen reader calls it.
+HWND MakeSplitter(HWND parent, int identifier, bool vertical, const wchar_t* name);
 // For one whose panes are placed otherwise now.
 void SetSplitterVertical(HWND splitter, bool vertical);
 

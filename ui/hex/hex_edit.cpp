@@ -98,7 +98,7 @@ void UpdateLayout(HexWindow& window) {
 // --- messages ------------------------------------------------------------------------------------
 
 void ApplyDpi(HexWindow& window, uint32_t dpi) {
-  if (dpi == window.dpi && window.font != nullptr) return;
+  // Texts may have another size at the same resolution.
   window.dpi = dpi;
   SetFont(window);
   UpdateLayout(window);

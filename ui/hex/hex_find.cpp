@@ -81,8 +81,8 @@ INT_PTR CALLBACK FindProc(HWND dialog, UINT message, WPARAM first, LPARAM second
 
 bool AskHexFind(HWND owner, HexFind& find) {
   const ModalTurn turn(GetAncestor(owner, GA_ROOT));
-  return DialogBoxParamW(GetModuleHandleW(nullptr), L"HEXFINDDLG", owner, FindProc,
-                         reinterpret_cast<LPARAM>(&find)) == IDOK;
+  return ShowDialogBox(GetModuleHandleW(nullptr), L"HEXFINDDLG", owner, FindProc,
+                       reinterpret_cast<LPARAM>(&find)) == IDOK;
 }
 
 }  // namespace hivequarry

@@ -108,6 +108,7 @@ void OnDpiChanged(BlockWindow& blocks, WPARAM dpi, const RECT& place) {
 void OnCreate(BlockWindow& blocks) {
   blocks.dpi = DpiOfWindow(blocks.handle);
   blocks.list = MakeVirtualList(blocks.handle, kListId, kColumns, blocks.dpi);
+  SetWindowTextW(blocks.list, L"Blocks");  // what a screen reader calls it
   SetListFont(blocks);
   SetColumnWidths(blocks.list, SavedPlace().columns, blocks.dpi);
   ListView_SetItemCountEx(blocks.list, static_cast<int>(blocks.rows.size()), 0);

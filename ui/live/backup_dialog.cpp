@@ -333,9 +333,9 @@ void ShowDialog(BackupDialog& state) {
   constexpr DLGPROC kProcedure = RecordDialogProc<BackupDialog, OnStart, Route>;
   const HWND owner = state.window->handle;
   const ModalTurn turn(owner);
-  DialogBoxParamW(GetModuleHandleW(nullptr),
-                  state.hives == kLiveHives ? L"BACKUPHVDLG" : L"BACKUPHDLG", owner, kProcedure,
-                  reinterpret_cast<LPARAM>(&state));
+  ShowDialogBox(GetModuleHandleW(nullptr),
+                state.hives == kLiveHives ? L"BACKUPHVDLG" : L"BACKUPHDLG", owner, kProcedure,
+                reinterpret_cast<LPARAM>(&state));
   ImageList_Destroy(state.pictures);
 }
 

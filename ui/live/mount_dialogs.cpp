@@ -174,8 +174,8 @@ bool AskMount(MainWindow& window, bool load) {
   MountDialog state(window, load);
   const ModalTurn turn(window.handle);
   const wchar_t* const name = load ? L"MAPREGDLG" : L"UNLOADREGDLG";
-  return DialogBoxParamW(GetModuleHandleW(nullptr), name, window.handle, kProcedure,
-                         reinterpret_cast<LPARAM>(&state)) == IDOK;
+  return ShowDialogBox(GetModuleHandleW(nullptr), name, window.handle, kProcedure,
+                       reinterpret_cast<LPARAM>(&state)) == IDOK;
 }
 
 }  // namespace

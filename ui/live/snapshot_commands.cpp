@@ -128,8 +128,8 @@ constexpr DLGPROC kProcedure = RecordDialogProc<SnapshotDialog, OnStart, Route>;
 bool AskSnapshot(MainWindow& window, SnapshotDialog& state) {
   const ModalTurn turn(window.handle);
   const wchar_t* const name = state.whole_roots ? L"ROOTSNAPSHOTDLG" : L"KEYSNAPSHOTDLG";
-  return DialogBoxParamW(GetModuleHandleW(nullptr), name, window.handle, kProcedure,
-                         reinterpret_cast<LPARAM>(&state)) == IDOK;
+  return ShowDialogBox(GetModuleHandleW(nullptr), name, window.handle, kProcedure,
+                       reinterpret_cast<LPARAM>(&state)) == IDOK;
 }
 
 struct SnapshotJob {

@@ -89,44 +89,6 @@ void SetHot(HWND band, int index) {
   SendMessageW(band, TB_SETHOTITEM, static_cast<WPARAM>(index), 0);
 }
 
-// The arrows go round; Enter and the space bar press. False for any other key.
-bool OnBandKey(HWND band, WPARAM key) {
-  const auto count = static_cast<int>(SendMessageW(band, TB_BUTTONCOUNT, 0, 0));
-  if (count == 0) return false;
-  const int hot = std::max(HotButton(band), 0);
-  switch (key) {
-    case VK_LEFT:
-    case VK_UP:
-      SetHot(band, (hot + count - 1) % count);
-      return true;
-    case VK_RIGHT:
-    case VK_DOWN:
-      SetHot(band, (hot + 1) % count);
-      return true;
-    case VK_HOME:
-      SetHot(band, 0);
-      return true;
-    case VK_END:
-      SetHot(band, count - 1);
-      return true;
-    case VK_RETURN:
-    case VK_SPACE:
-      SendMessageW(GetParent(band), WM_COMMAND, MAKEWPARAM(kFirstButton + hot, 0),
-                   reinterpret_cast<LPARAM>(band));
-      return true;
-    default:
-      return false;
-  }
-}
-
-LRESULT CALLBACK BandProc(HWND band, UINT message, WPARAM first, LPARAM second, UINT_PTR,
-                          DWORD_PTR) {
-  if (message == WM_KEYDOWN && OnBandKey(band, first)) return 0;
-  if (message == WM_SETFOCUS) SetHot(band, std::max(HotButton(band), 0));
-  if (message == WM_KILLFOCUS) SetHot(band, -1);
-  return DefSubclassProc(band, message, first, second);
-}
-
 Tone ToneOf(GlanceTone tone) {
   switch (tone) {
     case GlanceTone::kMuted:
@@ -147,7 +109,6 @@ HWND MakeBand(const MainWindow& window, int identifier) {
   if (band == nullptr) return nullptr;
   SetWindowTextW(band, L"State of the hive");  // what a screen reader calls it
   SendMessageW(band, TB_SETBITMAPSIZE, 0, 0);
-  SetWindowSubclass(band, BandProc, 0, 0);
   ShowWindow(band, SW_HIDE);
   return band;
 }

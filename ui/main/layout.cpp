@@ -141,7 +141,7 @@ void SetFonts(MainWindow& window) {
   SetViewerLook(window.viewer, window.look.fonts, window.dpi);
 }
 
-std::array<HWND, 17> FocusOrder(const MainWindow& window) {
+std::array<HWND, 18> FocusOrder(const MainWindow& window) {
   const auto [detail, hex, meaning] = ViewerPanes(window.viewer);
   return {window.controls.path,
           window.band.window,
@@ -159,7 +159,8 @@ std::array<HWND, 17> FocusOrder(const MainWindow& window) {
           window.output.list,
           window.bookmarks.splitter,
           window.bookmarks.words,
-          window.bookmarks.list};
+          window.bookmarks.list,
+          window.controls.toolbar};
 }
 
 // Where the focus belongs when the pane that had it is no longer shown.
@@ -280,7 +281,7 @@ int LastArrangement(const MainWindow& window) {
 }
 
 void FocusNextPane(MainWindow& window, bool backward) {
-  const std::array<HWND, 17> order = FocusOrder(window);
+  const std::array<HWND, 18> order = FocusOrder(window);
   const auto count = static_cast<int>(order.size());
   const HWND focus = GetFocus();
   const auto found = std::find(order.begin(), order.end(), focus);

@@ -13,6 +13,7 @@
 #include "ui/draw/tones.h"
 #include "ui/draw/win.h"
 #include "ui/dress/dress.h"
+#include "ui/frame/access_name.h"
 #include "ui/frame/frame_window.h"
 #include "ui/frame/help.h"
 #include "ui/frame/splitter.h"
@@ -57,15 +58,18 @@ bool MakeChildren(MainWindow& window) {
     ShowMessage("Toolbar not created!", kProgramName, Icon::kExclamation);
     return false;
   }
+  MakeUnseenLabel(window.handle, L"Path of the key");
   window.controls.path = CreateWindowExW(
       0, WC_EDITW, L"", WS_CHILD | WS_TABSTOP | WS_BORDER | ES_MULTILINE | ES_AUTOHSCROLL, 0, 0, 0,
       0, window.handle, reinterpret_cast<HMENU>(static_cast<INT_PTR>(kPathId)), window.instance,
       nullptr);
   window.band.window = MakeBand(window, kBandId);
   window.none.pane.window = window.controls.tree = MakeTreePane(window.handle, kTreeId);
-  window.controls.tree_splitter = MakeSplitter(window.handle, kTreeSplitterId, true);
+  window.controls.tree_splitter =
+      MakeSplitter(window.handle, kTreeSplitterId, true, L"Edge between tree and values");
   window.values.window = MakeValuePane(window.handle, kValuesId, window.dpi);
-  window.controls.detail_splitter = MakeSplitter(window.handle, kDetailSplitterId, false);
+  window.controls.detail_splitter =
+      MakeSplitter(window.handle, kDetailSplitterId, false, L"Edge between values and details");
   if (!MakeValueViewer(window.viewer, window.handle, kDetailId, window.dpi)) return false;
   window.viewer.save = [&window](std::span<const uint8_t> bytes) { SaveBytes(window, bytes); };
   window.viewer.tell = [&window](const wchar_t* why) {

@@ -29,7 +29,8 @@ std::vector<TBBUTTON> ToolButtons() {
 }  // namespace
 
 HWND MakeToolbar(MainWindow& window) {
-  return MakeToolbarControl(window.handle, kToolbarId, TBSTYLE_WRAPABLE, ToolButtons());
+  return MakeToolbarControl(window.handle, kToolbarId, TBSTYLE_WRAPABLE | WS_TABSTOP,
+                            ToolButtons());
 }
 
 void SetToolbarIcons(MainWindow& window) {

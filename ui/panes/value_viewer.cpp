@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "ui/draw/tones.h"
+#include "ui/frame/access_name.h"
 #include "ui/frame/host_window.h"
 #include "ui/frame/list_view.h"
 #include "ui/frame/text.h"
@@ -263,6 +264,7 @@ bool MakeValueViewer(ValueViewer& viewer, HWND parent, int identifier, uint32_t 
                                   0, 0, 0, 0, parent, IdentifierOf(identifier), instance, &viewer);
   if (viewer.window == nullptr) return false;
   constexpr DWORD kChild = WS_CHILD | WS_TABSTOP | WS_VSCROLL;
+  MakeUnseenLabel(viewer.window, L"Details");
   viewer.detail.window = CreateWindowExW(
       0, WC_EDITW, L"", kChild | WS_VISIBLE | ES_READONLY | ES_MULTILINE | ES_NOHIDESEL, 0, 0, 0, 0,
       viewer.window, IdentifierOf(kDetailPart), instance, nullptr);

@@ -152,8 +152,8 @@ constexpr DLGPROC kWritersProcedure = RecordDialogProc<WritersDialog, OnStart, R
 bool AskWhoMay(HWND owner, const std::vector<HiveSid>& of_hive, AccessQuery& query) {
   WritersDialog state{nullptr, of_hive, query};
   const ModalTurn turn(owner);
-  if (DialogBoxParamW(GetModuleHandleW(nullptr), L"WRITERSDLG", owner, kWritersProcedure,
-                      reinterpret_cast<LPARAM>(&state)) != IDOK) {
+  if (ShowDialogBox(GetModuleHandleW(nullptr), L"WRITERSDLG", owner, kWritersProcedure,
+                    reinterpret_cast<LPARAM>(&state)) != IDOK) {
     return false;
   }
   query = std::move(state.query);
@@ -164,8 +164,8 @@ bool AskWhoMay(HWND owner, const std::vector<HiveSid>& of_hive, AccessQuery& que
 bool AskPermissions(HWND owner, PermissionRequest& request) {
   PermissionRequest wanted = request;
   const ModalTurn turn(owner);
-  if (DialogBoxParamW(GetModuleHandleW(nullptr), L"PERMISSIONSDLG", owner, PermissionsProc,
-                      reinterpret_cast<LPARAM>(&wanted)) != IDOK) {
+  if (ShowDialogBox(GetModuleHandleW(nullptr), L"PERMISSIONSDLG", owner, PermissionsProc,
+                    reinterpret_cast<LPARAM>(&wanted)) != IDOK) {
     return false;
   }
   request = std::move(wanted);

@@ -85,8 +85,8 @@ INT_PTR CALLBACK ReplaceProc(HWND dialog, UINT message, WPARAM first, LPARAM sec
 bool AskReplacement(HWND owner, SidReplacement& replacement) {
   SidReplacement wanted = replacement;
   const ModalTurn turn(owner);
-  if (DialogBoxParamW(GetModuleHandleW(nullptr), L"REPLACESIDDLG", owner, ReplaceProc,
-                      reinterpret_cast<LPARAM>(&wanted)) != IDOK) {
+  if (ShowDialogBox(GetModuleHandleW(nullptr), L"REPLACESIDDLG", owner, ReplaceProc,
+                    reinterpret_cast<LPARAM>(&wanted)) != IDOK) {
     return false;
   }
   replacement = std::move(wanted);

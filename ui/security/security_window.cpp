@@ -17,6 +17,7 @@
 #include "ui/dialogs/list_dialogs.h"
 #include "ui/frame/dialog_layout.h"
 #include "ui/frame/help.h"
+#include "ui/frame/modal.h"
 #include "ui/frame/text.h"
 #include "ui/frame/window_place.h"
 #include "ui/main/main_window.h"
@@ -271,8 +272,8 @@ constexpr DLGPROC kProcedure = RecordDialogProc<SecurityWindow, OnStart, Route>;
 SecurityWindow* MakeWindow(MainWindow& owner, SecurityWindow*& slot) {
   slot = new SecurityWindow;
   slot->owner = &owner;
-  const HWND dialog = CreateDialogParamW(owner.instance, L"SECURITYDLG", nullptr, kProcedure,
-                                         reinterpret_cast<LPARAM>(slot));
+  const HWND dialog = MakeDialogBox(owner.instance, L"SECURITYDLG", nullptr, kProcedure,
+                                    reinterpret_cast<LPARAM>(slot));
   if (dialog != nullptr) return slot;
   delete slot;
   slot = nullptr;
