@@ -95,7 +95,13 @@ class ColoursTest : public ListTest {
     OpenBytes(hive.Build().bytes);
     SelectPath("Alpha\\Beta");
     SelectRow(1);
-    ASSERT_TRUE(PumpUntil([&] { return IsWindowVisible(window_->viewer.hex) != FALSE; }));
+    // Until nothing changes any more by itself: the band fills with what is found out.
+    const WindowHive& shown = *window_->shown;
+    ASSERT_TRUE(PumpUntil([&] {
+      return IsWindowVisible(window_->viewer.hex) != FALSE && shown.findings.known.freed_known &&
+             shown.findings.known.checked && !shown.hashing.hashes.hive.empty();
+    }));
+    Pump();
   }
   Parts MainParts() const {
     return {{"toolbar", window_->controls.toolbar},
@@ -151,12 +157,14 @@ TEST_F(ColoursTest, PicturesFollow) {
   OpenHive();
   InNextDialog(Clicks({IDOK}));
   Run(kCommandTimeline);
-  HWND picture = nullptr;
-  ASSERT_TRUE(PumpUntil([&] {
-    const HWND list = FindWindowW(L"HivequarryList", L"Timeline");
-    picture = FindWindowExW(list, nullptr, L"HivequarryActivity", nullptr);
-    return picture != nullptr && IsWindowVisible(picture) != FALSE;
-  }));
+  const HWND list = FindWindowW(L"HivequarryList", L"Timeline");
+  ASSERT_NE(list, nullptr);
+  ListPlace& place = *FindListPlace(list);
+  Finish(place);
+  Pump();  // the picture is read once the list is filled
+  Finish(place);
+  const HWND picture = FindWindowExW(list, nullptr, L"HivequarryActivity", nullptr);
+  ASSERT_NE(IsWindowVisible(picture), FALSE);
   Pump();
   const std::vector<Look> before = LooksOf({{"picture", picture}});
   Run(kCommandColoursDark);
