@@ -223,7 +223,7 @@ TEST_F(CommandsTest, ContextMenus) {
   EXPECT_EQ(ContextTexts(CommandPlace::kValueMenu, true),
             (Texts{"&Value details", "Ra&w record", "&Edit Value (Memory only)", "Select &all",
                    "In&vert Selection", "&Copy to ClipBoard", "&Save to File", "&Go to Regedit",
-                   "&Copy Key Name", "&Resize columns"}));
+                   "&Copy Key Name", "Add to &Bookmarks\tCtrl+Shift+B", "&Resize columns"}));
   EXPECT_EQ(ContextTexts(CommandPlace::kValueMenu, false), Texts{"&Take back edit"});
   // The root's cell is one that a window of its own can be opened on, and it can not be deleted.
   SelectItemAndWait(0);

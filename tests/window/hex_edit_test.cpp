@@ -429,7 +429,8 @@ std::vector<RECT> PlacesIn(HWND dialog) {
     RECT area;
     GetWindowRect(control, &area);
     MapWindowPoints(nullptr, dialog, reinterpret_cast<POINT*>(&area), 2);
-    if (IsWindowVisible(control) != FALSE) places.push_back(area);
+    const bool seen = area.right > area.left;  // others are names alone
+    if (seen && IsWindowVisible(control) != FALSE) places.push_back(area);
   }
   return places;
 }

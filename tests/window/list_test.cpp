@@ -219,7 +219,8 @@ std::string MenuTexts(HMENU menu) {
 
 TEST_F(ListTest, ContextMenu) {
   const std::string head =
-      "-Go to &Tree\tCtrl-T|-&Value details\tAlt+Enter|-Go to &Regedit\tCtrl-R|";
+      "-Go to &Tree\tCtrl-T|-&Value details\tAlt+Enter|-Add to &Bookmarks\tCtrl+Shift+B|"
+      "-Go to &Regedit\tCtrl-R|";
   const std::string tail =
       "&Output List[&Save as Text File|&Save as Report List|&Load Report List|"
       "&Copy to Clipboard|&Print|&Notepad|Save as CSV, &JSON Lines, HTML...|]|&Find\tCtrl+F|Find "
