@@ -125,6 +125,8 @@ void RenewBand(MainWindow& window) {
   window.band.renewed = true;
   const int before = window.band.height;
   if (window.band.width == 0 || FillBand(window, window.band.width) != before) LayOut(window);
+  // Bookmarks say what they lead to in the hives of now.
+  InvalidateRect(window.bookmarks.list, nullptr, FALSE);
 }
 
 int FillBand(MainWindow& window, int width) {
