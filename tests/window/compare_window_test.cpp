@@ -3,6 +3,7 @@
 #include "ui/compare/compare_window.h"
 
 #include "hive/hive_table.h"
+#include "tests/window/access_walk.h"
 #include "tests/window/dialog_fixture.h"
 #include "tests/window/list_fixture.h"
 #include "ui/dialogs/list_dialogs.h"
@@ -98,6 +99,14 @@ TEST_F(CompareWindowTest, OneTreeShowsBothAndLeadsFromDifferenceToDifference) {
   Press(keys, VK_ESCAPE);
   EXPECT_TRUE(PumpUntil([] { return FindWindowW(kCompareClassName, nullptr) == nullptr; }));
   EXPECT_EQ(SlotsTaken(), 1) << "the other hive is closed with its window";
+}
+
+TEST_F(CompareWindowTest, EachControlHasAName) {
+  const HWND compare = Compare(other_->name());
+  ASSERT_NE(compare, nullptr);
+  const std::vector<MetControl> controls = ControlsIn(compare);
+  EXPECT_GE(controls.size(), 3U);
+  for (const MetControl& control : controls) EXPECT_NE(control.name, "") << control.where;
 }
 
 TEST_F(CompareWindowTest, PatternsLeaveBranchesOut) {
