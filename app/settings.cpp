@@ -270,14 +270,17 @@ void WriteHistory(Writer& writer, const HistoryRow& row, const Histories& histor
   const History& history = histories.*row.history;
   for (size_t i = 0; i < kHistoryLength; ++i) {
     std::string text = i < history.size() ? history[i] : std::string();
-    text = CutUtf8(text, row.limit);
+    // A name that is cut would name another file.
+    const bool whole = row.history != &Histories::recent_files || text.size() <= row.limit;
+    text = whole ? CutUtf8(text, row.limit) : std::string();
     Put(writer, row.section, NumberedKey(row.prefix, i), text);
   }
 }
 
 void WriteFolders(Writer& writer, const Settings& settings) {
   for (size_t i = 0; i < kLastFolders; ++i) {
-    Put(writer, "LTDS", NumberedKey("LD", i), CutUtf8(settings.folders[i], kMaxText));
+    const std::string& folder = settings.folders[i];
+    Put(writer, "LTDS", NumberedKey("LD", i), folder.size() <= kMaxText ? folder : std::string());
   }
 }
 

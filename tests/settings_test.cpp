@@ -269,6 +269,16 @@ TEST(SettingsTest, WindowPositionsAreKeptUnlessSaved) {
   EXPECT_EQ(ProfileValue(text, "WPOS", "WPS10", "", 99), "1;2;30;40;0;5;6;7;8");
 }
 
+TEST(SettingsTest, NamesAreKeptWholeOrNotAtAll) {
+  Settings settings;
+  settings.histories.recent_files = {"C:\\" + std::string(600, 'x'),
+                                     "C:\\" + std::string(400, 'y')};
+  settings.folders[kFolderTexts] = "D:\\" + std::string(600, 'z');
+  const Settings read = Read(Written(settings));
+  EXPECT_EQ(read.histories.recent_files, (History{"C:\\" + std::string(400, 'y')}));
+  EXPECT_EQ(read.folders[kFolderTexts], "");
+}
+
 TEST(SettingsTest, HistoriesPutTheNewestFirst) {
   History history;
   for (const char c : std::string("123145678")) AddToHistory(history, std::string(1, c));
