@@ -93,17 +93,6 @@ bool IsOurs(HWND window, const CREATESTRUCTW& made) {
   return IsOwnFrame(window, made);
 }
 
-// A list of a million rows sends itself so many messages that one more procedure is felt: lists
-// have it in dark alone.
-void Wear(HWND window, const DressKind& kind) {
-  const bool busy = kind.put_on == PutOnList;
-  if (!busy || IsDark()) {
-    SetWindowSubclass(window, DressProc, kDressId, reinterpret_cast<DWORD_PTR>(&kind));
-  } else {
-    RemoveWindowSubclass(window, DressProc, kDressId);
-  }
-}
-
 LRESULT CALLBACK OnWindowMade(int code, WPARAM first, LPARAM second) {
   if (code == HCBT_CREATEWND) {
     const HWND window = reinterpret_cast<HWND>(first);
@@ -111,7 +100,7 @@ LRESULT CALLBACK OnWindowMade(int code, WPARAM first, LPARAM second) {
     if (IsOurs(window, made)) {
       const DressKind& kind = KindOfClass(window);
       SetPropW(window, kKindOf, const_cast<DressKind*>(&kind));
-      Wear(window, kind);
+      SetWindowSubclass(window, DressProc, kDressId, reinterpret_cast<DWORD_PTR>(&kind));
     }
   }
   return CallNextHookEx(nullptr, code, first, second);
@@ -119,11 +108,7 @@ LRESULT CALLBACK OnWindowMade(int code, WPARAM first, LPARAM second) {
 
 // Being told, it is given the colours in force, and makes anew what it had made for others.
 BOOL CALLBACK Redress(HWND window, LPARAM) {
-  const DressKind* kind = KindOf(window);
-  if (kind == nullptr) return TRUE;
-  Wear(window, *kind);
-  SendMessageW(window, WM_SYSCOLORCHANGE, 0, 0);
-  PutOn(window, *kind);  // also what has no procedure of ours any more
+  if (IsDressed(window)) SendMessageW(window, WM_SYSCOLORCHANGE, 0, 0);
   return TRUE;
 }
 
