@@ -83,7 +83,7 @@ bool RouteDrawn(HWND window, UINT message, WPARAM first, LPARAM second, LRESULT&
   if (message == WM_PAINT) return paint(window), answer = 0, true;
   for (const UINT change : changes) {
     if (message != change) continue;
-    answer = DefSubclassProc(window, message, first, second);
+    answer = Undressed(window, message, first, second);
     InvalidateRect(window, nullptr, FALSE);
     return true;
   }

@@ -252,7 +252,7 @@ bool RouteButton(HWND window, UINT message, WPARAM first, LPARAM second, LRESULT
   const bool moved = message == WM_MOUSEMOVE;
   if (!moved && !Redraws(message)) return false;
   const LRESULT before = moved ? SendMessageW(window, BM_GETSTATE, 0, 0) : 0;
-  answer = DefSubclassProc(window, message, first, second);
+  answer = Undressed(window, message, first, second);
   // A click may have been the end of the window.
   if (IsWindow(window) == FALSE) return true;
   if (moved && SendMessageW(window, BM_GETSTATE, 0, 0) == before) return true;

@@ -63,7 +63,7 @@ void PutOnField(HWND window, bool dark) {
 
 bool RouteField(HWND window, UINT message, WPARAM first, LPARAM second, LRESULT& answer) {
   if (message != WM_NCPAINT) return false;
-  answer = DefSubclassProc(window, message, first, second);
+  answer = Undressed(window, message, first, second);
   DrawFrameEdge(window);
   return true;
 }
@@ -81,7 +81,7 @@ bool RouteChoice(HWND window, UINT message, WPARAM first, LPARAM second, LRESULT
   if (message == WM_ERASEBKGND) return answer = 1, true;
   if (message == WM_PAINT) return PaintChoice(window), true;
   if (!Redraws(message)) return false;
-  answer = DefSubclassProc(window, message, first, second);
+  answer = Undressed(window, message, first, second);
   if (IsWindow(window) != FALSE) InvalidateRect(window, nullptr, FALSE);
   return true;
 }

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <iterator>
+#include <unordered_map>
 
 #include "ui/draw/tones.h"
 #include "ui/dress/dress_kinds.h"
@@ -12,8 +13,6 @@
 namespace hivequarry {
 namespace {
 
-constexpr UINT_PTR kDressId = 0x44726573;          // of the subclass
-constexpr wchar_t kKindOf[] = L"HivequarryDress";  // a dressed window's property
 constexpr wchar_t kDialogClass[] = L"#32770";
 
 constexpr DressKind kKinds[] = {
@@ -26,9 +25,17 @@ constexpr DressKind kKinds[] = {
 };
 constexpr DressKind kFrame = {nullptr, PutOnFrame, RouteFrame};
 
-// Null for a window that is not dressed.
-const DressKind* KindOf(HWND window) {
-  return static_cast<const DressKind*>(GetPropW(window, kKindOf));
+struct DressedWindow {
+  const DressKind* kind;
+  WNDPROC before;  // the window's own procedure
+};
+
+// The windows that are dressed. A tree that is filled gets millions of messages, and asking the
+// system for what is known of a window, as the subclasses of the common controls do, costs more
+// than most of those.
+std::unordered_map<HWND, DressedWindow>& TheDressed() {
+  static std::unordered_map<HWND, DressedWindow> windows;
+  return windows;
 }
 
 void PutOn(HWND window, const DressKind& kind) {
@@ -39,13 +46,14 @@ bool TellsOfColours(UINT message) {
   return message == WM_SYSCOLORCHANGE || message == WM_SETTINGCHANGE || message == WM_THEMECHANGED;
 }
 
-LRESULT CALLBACK DressProc(HWND window, UINT message, WPARAM first, LPARAM second, UINT_PTR id,
-                           DWORD_PTR data) {
-  const auto& kind = *reinterpret_cast<const DressKind*>(data);
+LRESULT CALLBACK DressProc(HWND window, UINT message, WPARAM first, LPARAM second) {
+  const auto found = TheDressed().find(window);
+  if (found == TheDressed().end()) return DefWindowProcW(window, message, first, second);
+  const DressKind& kind = *found->second.kind;
   if (message == WM_NCDESTROY) {
-    RemovePropW(window, kKindOf);
-    RemoveWindowSubclass(window, DressProc, id);
-    return DefSubclassProc(window, message, first, second);
+    const WNDPROC before = found->second.before;
+    TheDressed().erase(found);
+    return CallWindowProcW(before, window, message, first, second);
   }
   if (TellsOfColours(message) && RenewColours()) RedressWindows();
   if (kind.name == nullptr && message == WM_NCCALCSIZE) DressMenuBar(window);
@@ -54,7 +62,7 @@ LRESULT CALLBACK DressProc(HWND window, UINT message, WPARAM first, LPARAM secon
                    (kind.route != nullptr && kind.route(window, message, first, second, answer)))) {
     return answer;
   }
-  answer = DefSubclassProc(window, message, first, second);
+  answer = Undressed(window, message, first, second);
   // Controls go back to the system's colours when they are told of those.
   if (message == WM_CREATE || message == WM_SYSCOLORCHANGE) PutOn(window, kind);
   // The menu of the title bar is the system's.
@@ -75,7 +83,7 @@ const DressKind& KindOfClass(HWND window) {
   return found != std::end(kKinds) ? *found : kFrame;
 }
 
-bool IsDressed(HWND window) { return KindOf(window) != nullptr; }
+bool IsDressed(HWND window) { return TheDressed().contains(window); }
 
 // Message boxes are the system's own dialogs, or nobody's.
 bool IsOwnFrame(HWND window, const CREATESTRUCTW& made) {
@@ -99,8 +107,9 @@ LRESULT CALLBACK OnWindowMade(int code, WPARAM first, LPARAM second) {
     const CREATESTRUCTW& made = *reinterpret_cast<CBT_CREATEWNDW*>(second)->lpcs;
     if (IsOurs(window, made)) {
       const DressKind& kind = KindOfClass(window);
-      SetPropW(window, kKindOf, const_cast<DressKind*>(&kind));
-      SetWindowSubclass(window, DressProc, kDressId, reinterpret_cast<DWORD_PTR>(&kind));
+      const auto before = reinterpret_cast<WNDPROC>(
+          SetWindowLongPtrW(window, GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(DressProc)));
+      TheDressed()[window] = {&kind, before};
     }
   }
   return CallNextHookEx(nullptr, code, first, second);
@@ -123,6 +132,12 @@ BOOL CALLBACK RedressFrame(HWND window, LPARAM) {
 }
 
 }  // namespace
+
+LRESULT Undressed(HWND window, UINT message, WPARAM first, LPARAM second) {
+  const auto found = TheDressed().find(window);
+  if (found == TheDressed().end()) return DefWindowProcW(window, message, first, second);
+  return CallWindowProcW(found->second.before, window, message, first, second);
+}
 
 void StartDressing() {
   // One hook for each thread that asks; it goes with the thread.

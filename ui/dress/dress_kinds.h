@@ -30,4 +30,7 @@ bool RouteStatusBar(HWND window, UINT message, WPARAM first, LPARAM second, LRES
 bool RouteProgress(HWND window, UINT message, WPARAM first, LPARAM second, LRESULT& answer);
 void PutOnTip(HWND window, bool dark);
 
+// What the window itself does about a message.
+LRESULT Undressed(HWND window, UINT message, WPARAM first, LPARAM second);
+
 }  // namespace hivequarry

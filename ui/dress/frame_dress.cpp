@@ -33,7 +33,7 @@ void FillGround(HWND window, HDC dc) {
 // The ground of a control that asks its parent; a parent that has answered with a colour of ours
 // has its way.
 LRESULT GroundFor(HWND parent, UINT message, WPARAM first, LPARAM second) {
-  const LRESULT own = DefSubclassProc(parent, message, first, second);
+  const LRESULT own = Undressed(parent, message, first, second);
   const bool field = message == WM_CTLCOLOREDIT || message == WM_CTLCOLORLISTBOX ||
                      own == reinterpret_cast<LRESULT>(BrushOf(Tone::kWindow));
   const HDC dc = reinterpret_cast<HDC>(first);
@@ -73,7 +73,7 @@ bool IsToolbar(HWND window) {
 bool RouteNotice(HWND window, WPARAM first, LPARAM second, LRESULT& answer) {
   const auto& notice = *reinterpret_cast<const NMHDR*>(second);
   if (notice.code != NM_CUSTOMDRAW || !IsToolbar(notice.hwndFrom)) return false;
-  answer = DefSubclassProc(window, WM_NOTIFY, first, second);
+  answer = Undressed(window, WM_NOTIFY, first, second);
   answer = DrawToolButton(*reinterpret_cast<NMTBCUSTOMDRAW*>(second), answer);
   return true;
 }
@@ -106,7 +106,7 @@ bool RouteFrame(HWND window, UINT message, WPARAM first, LPARAM second, LRESULT&
     case WM_NCACTIVATE:
     case WM_SETTEXT:
     case WM_SETICON:
-      answer = DefSubclassProc(window, message, first, second);
+      answer = Undressed(window, message, first, second);
       IsChildWindow(window) ? DrawFrameEdge(window) : DrawBarRest(window);
       return true;
     default:

@@ -77,7 +77,7 @@ bool RouteHeader(HWND window, UINT message, WPARAM first, LPARAM second, LRESULT
     case WM_LBUTTONUP:
     case WM_MOUSEMOVE:
     case WM_MOUSELEAVE:
-      answer = DefSubclassProc(window, message, first, second);
+      answer = Undressed(window, message, first, second);
       InvalidateRect(window, nullptr, FALSE);
       return true;
     default:
