@@ -30,11 +30,11 @@ struct DressedWindow {
   WNDPROC before;  // the window's own procedure
 };
 
-// The windows that are dressed. A tree that is filled gets millions of messages, and asking the
-// system for what is known of a window, as the subclasses of the common controls do, costs more
-// than most of those.
+// The windows of this thread that are dressed. A tree that is filled gets millions of messages, and
+// asking the system for what is known of a window, as the subclasses of the common controls do,
+// costs more than most of those.
 std::unordered_map<HWND, DressedWindow>& TheDressed() {
-  static std::unordered_map<HWND, DressedWindow> windows;
+  static thread_local std::unordered_map<HWND, DressedWindow> windows;
   return windows;
 }
 
