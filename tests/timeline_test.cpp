@@ -297,7 +297,7 @@ TEST(TimelineTest, ListHasWhatDecodersTell) {
     ASSERT_EQ(CellText(*list, row, 1), c.event);
     EXPECT_EQ(CellText(*list, row, 0), c.date);
     EXPECT_TRUE(CellText(*list, row, 2).ends_with(c.leaf));
-    EXPECT_NE(RowDatum(*list, row), kNoOffset);
+    EXPECT_TRUE(RowHasDatum(*list, row));
     EXPECT_EQ(FactsOfRow(*list, row).last_write, 0U) << "not of the key";
   }
 }

@@ -319,6 +319,25 @@ TEST_F(TreeTest, ExpandingIsStopped) {
   }
 }
 
+// The branch is opened by hand and an item in it selected before all of them are there.
+TEST_F(TreeTest, BranchIsUsedWhileItIsExpanded) {
+  OpenBytes(WideHive());
+  SelectPath("Wide");
+  const uint32_t wide = SelectedItem(window_->shown->pane);
+  Run(kCommandExpand);
+  ASSERT_TRUE(IsExpanding(*window_));
+  TreeView_Expand(Tree(), HandleOf(wide), TVE_EXPAND);
+  const uint32_t sub =
+      FindItemByPath(ShownHive(*window_), *window_->shown->tree, "Wide\\Key21990\\Sub");
+  SelectItem(window_->shown->pane, sub);
+  EXPECT_TRUE(IsExpanding(*window_));
+  ASSERT_TRUE(PumpUntil([&] { return !IsExpanding(*window_); }));
+  ASSERT_TRUE(IsFilled());
+  EXPECT_EQ(SelectedItem(window_->shown->pane), sub);
+  EXPECT_TRUE(IsItemExpanded(HandleOf(wide)));
+  EXPECT_TRUE(ShownChildren(wide) == ChildrenOf(wide));
+}
+
 TEST_F(TreeTest, HiveThatIsExpandedIsClosed) {
   OpenBytes(WideHive());
   Run(kCommandExpand);

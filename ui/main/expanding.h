@@ -30,7 +30,7 @@ class ClosingBranches {
   HCURSOR previous_ = nullptr;
 };
 // From so many items on that takes long enough to be told of.
-inline constexpr UINT kManyTreeItems = 20'000;
+inline constexpr UINT kManyTreeItems = 10'000;
 
 // Ends it where it is. False when nothing was under way.
 bool StopExpanding(MainWindow& window);

@@ -413,9 +413,14 @@ void OpenWay(TreePane& pane, uint32_t item) {
   std::reverse(way.begin(), way.end());
   way.push_back(item);
   for (size_t level = 0; level < way.size(); ++level) {
-    BranchFill* fill = level == 0 ? nullptr : FillOf(pane, way[level - 1]);
-    if (fill != nullptr && pane.handles[way[level]] == nullptr) {
-      InsertAhead(pane, *fill, way[level]);
+    if (level > 0 && pane.handles[way[level]] == nullptr) {
+      const uint32_t parent = way[level - 1];
+      // "Expand subfolders" opens branches before it fills them.
+      if (FillOf(pane, parent) == nullptr) FillBranch(pane, parent, 0, GetTickCount());
+      BranchFill* fill = FillOf(pane, parent);
+      if (fill != nullptr && pane.handles[way[level]] == nullptr) {
+        InsertAhead(pane, *fill, way[level]);
+      }
     }
     if (way[level] != item) TreeView_Expand(pane.window, pane.handles[way[level]], TVE_EXPAND);
   }
