@@ -71,6 +71,7 @@ void ReadHive(FolderReader& reader, const std::string& name) {
   HiveTable& table = TheHiveTable();
   table.start_offset = table.end_offset = 0;
   table.logs = LogsOfHive(reader.logs, name, LogChoice());
+  if (table.logs.mode != LogMode::kAuto) reader.result.logs_of[name] = table.logs;
   const int slot = OpenHive(name);
   if (slot < 0) {
     if (!StopRequested()) AddFailed(reader, name);

@@ -1,10 +1,12 @@
 // The hives of a machine in a folder: what they are, and what they say together. For a worker.
 #pragma once
 
+#include <map>
 #include <string>
 #include <vector>
 
 #include "lists/output_list.h"
+#include "replay/replay_plan.h"
 
 namespace hivequarry {
 
@@ -14,6 +16,8 @@ struct MachineFolder {
   OutputListPtr files;              // a row each hive, then each log
   std::vector<std::string> opened;  // by row of `files`: the hive's file, empty for what opens none
   std::vector<std::string> told;    // by row of `overview`: the file that says so; may be empty
+  // By file: those of hives that were read with logs which their own names do not lead to.
+  std::map<std::string, LogChoice> logs_of;
   uint32_t hives = 0;
   uint32_t logs = 0;
   uint32_t failed = 0;  // hives that could not be opened

@@ -5,6 +5,7 @@
 #include <fstream>
 
 #include "hive/hive_table.h"
+#include "tests/support/logged_hive.h"
 #include "tests/window/dialog_fixture.h"
 #include "tests/window/list_fixture.h"
 #include "ui/dialogs/list_dialogs.h"
@@ -170,6 +171,26 @@ TEST_F(CaseWindowTest, TheHivesOfAFolderOpenFromTheirRows) {
   ASSERT_NE(name, facts.end());
   EXPECT_EQ(Column(*overview, 3)[static_cast<size_t>(name - facts.begin())], "ANY");
   EXPECT_EQ(SlotsTaken(), 2);
+}
+
+TEST_F(CaseWindowTest, AHiveOfAFolderIsShownWithTheLogsThatAreItsByContent) {
+  const LogStory story = MakeLogStory();
+  const TempFile hive(story.files.hive, "exhibit 1");
+  int number = 1;
+  for (const auto& [ending, bytes] : story.files.beside) {
+    std::ofstream log(hive.folder() + "/exhibit " + std::to_string(++number), std::ios::binary);
+    log.write(reinterpret_cast<const char*>(bytes.data()),
+              static_cast<std::streamsize>(bytes.size()));
+  }
+  TheFolderChooser() = [&hive](HWND, const std::string&) { return hive.folder(); };
+  RunToEnd(kCommandOpenMachine);
+  ListPlace* const files = ListCalled(L"Hives of a machine");
+  ASSERT_NE(files, nullptr);
+  FocusRow(*files, 0, false);
+  RunList(*files, kCommandGoToTree);
+  ASSERT_TRUE(PumpUntil([&] { return LoadedHives(*window_) == 2 && IsLoaded(); }));
+  EXPECT_EQ(ShownHive(*window_).file_name, hive.name());
+  EXPECT_TRUE(IsReplayed(ShownHive(*window_))) << "no log has the name that the hive's would have";
 }
 
 }  // namespace

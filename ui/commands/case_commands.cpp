@@ -122,6 +122,11 @@ std::string MachineWords(const MachineFolder& machine) {
   return words;
 }
 
+RowFile FileOfMachine(const MachineFolder& machine, const std::string& name, uint32_t key) {
+  const auto logs = machine.logs_of.find(name);
+  return {name, 0, 0, key, logs == machine.logs_of.end() ? LogChoice() : logs->second};
+}
+
 // The rows' positions are those of their own hives.
 void ShowMachine(MainWindow& window, MachineFolder& machine) {
   if (!machine.fault.empty()) {
@@ -131,12 +136,15 @@ void ShowMachine(MainWindow& window, MachineFolder& machine) {
   const std::string words = MachineWords(machine);
   if (ListPlace* place = OpenListWindow(window, std::move(machine.overview)); place != nullptr) {
     for (uint32_t row = 0; row < machine.told.size(); ++row) {
-      place->files.push_back({machine.told[row], 0, 0, RowDatum(*place->model, row)});
+      place->files.push_back(
+          FileOfMachine(machine, machine.told[row], RowDatum(*place->model, row)));
     }
     ShowPlaceStatus(*place, words.c_str());
   }
   if (ListPlace* place = OpenListWindow(window, std::move(machine.files)); place != nullptr) {
-    for (std::string& name : machine.opened) place->files.push_back({std::move(name)});
+    for (const std::string& name : machine.opened) {
+      place->files.push_back(FileOfMachine(machine, name, kNoOffset));
+    }
     ShowPlaceStatus(*place, words.c_str());
   }
 }

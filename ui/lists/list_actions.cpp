@@ -81,7 +81,7 @@ bool OpenFileOfRow(const ListPlace& place, const RowFile& file) {
   const bool whole = file.end == 0;
   const bool here = LoadedHives(window) == 0 || !TheSettings().options.window_for_each;
   if (here || (whole && file.key == kNoOffset)) {
-    OpenNamedFile(window, file.name, file.start, file.end, file.key);
+    OpenNamedFile(window, {file.name, file.start, file.end, file.key, file.logs});
     return true;
   }
   // The hives shown stay; a copy of the program is told the range.

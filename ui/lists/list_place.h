@@ -13,6 +13,7 @@
 #include "lists/list_writers.h"
 #include "lists/output_list.h"
 #include "lists/rows_shown.h"
+#include "replay/replay_plan.h"
 #include "ui/draw/win.h"
 #include "ui/lists/list_filtering.h"
 #include "ui/lists/list_selection.h"
@@ -29,6 +30,7 @@ struct RowFile {
   uint32_t start = 0;  // of the part; 0 and 0 for all of it
   uint32_t end = 0;
   uint32_t key = kNoOffset;  // of the part: a key to go to
+  LogChoice logs = {};
 };
 
 // Of a list of several hives: where the rows of one begin in the model.

@@ -143,8 +143,8 @@ WindowHive& TakeLoaded(MainWindow& window) {
 
 }  // namespace
 
-void OpenNamedFile(MainWindow& window, const std::string& file, uint32_t start, uint32_t end,
-                   uint32_t key_position) {
+void OpenNamedFile(MainWindow& window, const NamedFile& named) {
+  const std::string& file = named.file;
   if (file.empty()) return;
   if (IsReportName(file)) {
     window.report_named = file;
@@ -154,16 +154,22 @@ void OpenNamedFile(MainWindow& window, const std::string& file, uint32_t start, 
   const bool busy = window.load.thread.joinable() || window.work.thread.joinable();
   const bool apart = TheSettings().options.window_for_each && (busy || LoadedHives(window) != 0);
   if (apart) return OpenInNewCopy(file);
-  if (busy) return window.load.waiting.push_back({file, start, end, key_position});
-  if (end == 0 && key_position == kNoOffset && GoToOpenHive(window, file)) return;
-  StartLoad(window, {file, start, end, {}, {}}, kAnyHive, {LogChoice(), {}, key_position});
+  if (busy) return window.load.waiting.push_back(named);
+  if (named.end == 0 && named.key_position == kNoOffset && GoToOpenHive(window, file)) return;
+  StartLoad(window, {file, named.start, named.end, {}, {}}, kAnyHive,
+            {named.logs, {}, named.key_position});
+}
+
+void OpenNamedFile(MainWindow& window, const std::string& file, uint32_t start, uint32_t end,
+                   uint32_t key_position) {
+  OpenNamedFile(window, NamedFile{file, start, end, key_position});
 }
 
 void OpenWaiting(MainWindow& window) {
   if (window.load.waiting.empty()) return;
   const NamedFile next = window.load.waiting.front();
   window.load.waiting.erase(window.load.waiting.begin());
-  OpenNamedFile(window, next.file, next.start, next.end, next.key_position);
+  OpenNamedFile(window, next);
 }
 
 void OpenInNewCopy(const std::string& file) {

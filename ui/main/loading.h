@@ -31,6 +31,7 @@ struct NamedFile {
   uint32_t start = 0;
   uint32_t end = 0;
   uint32_t key_position = kNoOffset;
+  LogChoice logs = {};
 };
 
 // A load under way, or its result. The worker writes what is from `slot` on, the interface thread
@@ -52,7 +53,9 @@ struct LoadJob {
 // List pane, a hive here, beside those that are open; one that is open already is gone to. While
 // an operation is under way it waits for its end. Where the user wants a window for each, the
 // second one is opened by a new copy of the program. `start` and `end` are the partial range, 0 and
-// 0 for none; a key position is gone to after the load.
+// 0 for none; a key position is gone to after the load. A new copy of the program looks for logs by
+// itself.
+void OpenNamedFile(MainWindow& window, const NamedFile& named);
 void OpenNamedFile(MainWindow& window, const std::string& file, uint32_t start, uint32_t end,
                    uint32_t key_position = kNoOffset);
 // When an operation has ended: opens the next of the files that wait.
