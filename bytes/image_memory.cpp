@@ -14,6 +14,17 @@ namespace {
 
 #ifdef __linux__
 constexpr size_t kHugePage = size_t{2} << 20;
+
+// Of the large pages that are in the memory as a whole. Smaller tables are filled sooner than asked
+// for.
+void AdviseWhole(void* memory, size_t size, int advice) {
+  constexpr size_t kLeast = 2 * kHugePage;
+  if (size < kLeast) return;
+  const auto start = reinterpret_cast<uintptr_t>(memory);
+  const uintptr_t first = (start + kHugePage - 1) / kHugePage * kHugePage;
+  const uintptr_t end = (start + size) / kHugePage * kHugePage;
+  if (first < end) madvise(reinterpret_cast<void*>(first), end - first, advice);
+}
 #endif
 
 // Advice alone: where the kernel declines huge pages the memory is there all the same. The
@@ -42,12 +53,13 @@ ImageMemory AllocateImage(uint64_t length) {
 
 void UseLargePages([[maybe_unused]] void* memory, [[maybe_unused]] size_t size) {
 #ifdef __linux__
-  constexpr size_t kLeast = 2 * kHugePage;  // smaller tables are filled sooner than asked for
-  if (size < kLeast) return;
-  const auto start = reinterpret_cast<uintptr_t>(memory);
-  const uintptr_t first = (start + kHugePage - 1) / kHugePage * kHugePage;
-  const uintptr_t end = (start + size) / kHugePage * kHugePage;
-  if (first < end) madvise(reinterpret_cast<void*>(first), end - first, MADV_HUGEPAGE);
+  AdviseWhole(memory, size, MADV_HUGEPAGE);
+#endif
+}
+
+void ForgetPages([[maybe_unused]] void* memory, [[maybe_unused]] size_t size) {
+#ifdef __linux__
+  AdviseWhole(memory, size, MADV_DONTNEED);
 #endif
 }
 

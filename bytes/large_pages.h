@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <type_traits>
 
 namespace hivequarry {
 
@@ -13,6 +14,16 @@ template <typename Table>
 void ReserveLarge(Table& table, size_t rows) {
   table.reserve(rows);
   UseLargePages(table.data(), table.capacity() * sizeof(typename Table::value_type));
+}
+
+// Gives the memory that no row needs any more back to the system, though the allocator keeps its
+// addresses: programs that keep freed memory for later would have both. The table is empty then.
+void ForgetPages(void* memory, size_t size);
+template <typename Table>
+void ReleaseLarge(Table& table) {
+  static_assert(std::is_trivially_destructible_v<typename Table::value_type>);
+  ForgetPages(table.data(), table.capacity() * sizeof(typename Table::value_type));
+  table = Table();
 }
 
 }  // namespace hivequarry

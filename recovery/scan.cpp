@@ -333,9 +333,11 @@ bool Joins(const Walk& first, const Walk& second, uint64_t p, uint32_t split, ui
          AreReadsApart(before.list_reads, after.list_reads, whole);
 }
 
+// The memory of `more` is given back, since what comes after the scan needs as much.
 template <typename Row>
-void Append(std::vector<Row>& rows, const std::vector<Row>& more) {
+void Append(std::vector<Row>& rows, std::vector<Row>& more) {
   rows.insert(rows.end(), more.begin(), more.end());
+  ReleaseLarge(more);
 }
 
 // What the second walk found, as if the first one had.
@@ -371,9 +373,9 @@ uint64_t WalkHalves(Walk& walk, uint64_t p, uint32_t split) {
   p = WalkTo(walk, p, std::max(hive.root_position, kFirstCellPosition) + kKeyName);
   const uint32_t length = hive.length;
   if (p >= split || length <= split) return p;
-  const uint32_t whole = MakeSubkeyListReads(hive).left;
   ScanTables tables;
   ResetTables(hive, tables);
+  const uint32_t whole = tables.list_reads.left;
   Walk other{hive, tables, walk.options, walk.pass};
   other.second = true;
   other.block_end = split;
