@@ -5,7 +5,26 @@
 
 #include "host/long_operation.h"
 
+#ifdef __linux__
+#include <sched.h>
+#endif
+
 namespace hivequarry {
+namespace {
+
+// The standard library counts those of the machine, whatever this process was given.
+unsigned UsableProcessors() {
+#ifdef __linux__
+  cpu_set_t given;
+  CPU_ZERO(&given);
+  if (sched_getaffinity(0, sizeof given, &given) == 0) {
+    return static_cast<unsigned>(CPU_COUNT(&given));
+  }
+#endif
+  return std::thread::hardware_concurrency();
+}
+
+}  // namespace
 
 SideWork::SideWork(std::function<void()> work) : work_(std::move(work)) {
   BackgroundWork* const background = WorkInBackground();
@@ -31,7 +50,7 @@ SideWorkLimits& TheSideWorkLimits() {
 }
 
 bool IsWorthSideWork(uint64_t bytes) {
-  static const unsigned usable = std::thread::hardware_concurrency();
+  static const unsigned usable = UsableProcessors();
   const SideWorkLimits& limits = TheSideWorkLimits();
   return (limits.processors != 0 ? limits.processors : usable) > 1 && bytes >= limits.least_bytes;
 }
