@@ -157,40 +157,43 @@ struct Hit {
 
 // --- where signatures begin ----------------------------------------------------------------------
 
-// Bytes that are compared at a time. What compares as equal is 0xFF, all else 0.
-using Lanes = uint8_t __attribute__((vector_size(16)));
 constexpr size_t kStretch = 64;  // places that are decided on together
 
-Lanes LanesAt(const uint8_t* bytes) {
-  Lanes lanes;
-  std::memcpy(&lanes, bytes, sizeof lanes);
-  return lanes;
-}
+// What compares as equal is 0xFF, all else 0.
+using Lanes = uint8_t __attribute__((vector_size(16)));
+using WideLanes = uint8_t __attribute__((vector_size(32)));
 
-Lanes Equal(Lanes lanes, uint8_t byte) { return reinterpret_cast<Lanes>(lanes == byte); }
-
-bool IsAnySet(Lanes lanes) {
-  uint64_t halves[2];
-  std::memcpy(halves, &lanes, sizeof halves);
-  return (halves[0] | halves[1]) != 0;
+template <typename Vector>
+__attribute__((always_inline)) inline bool IsAnySet(const Vector& lanes) {
+  uint64_t parts[sizeof(Vector) / sizeof(uint64_t)];
+  std::memcpy(parts, &lanes, sizeof parts);
+  uint64_t any = 0;
+  for (const uint64_t part : parts) any |= part;
+  return any != 0;
 }
 
 // The first of `count` stretches in which something may begin; `count` where nothing does. "regf",
 // "hbin", "HvLE" and "xpre" begin with one of "rhHx" and go on with one of "ebvp": one compare is
 // for "hHx" (and "X"), one for the second letters (and twelve other bytes). Of random places one in
-// 800 passes, of text many.
-size_t FirstStretch(const uint8_t* at, size_t count) {
+// 800 passes, of text many. Inlined, since wide variables are no parameters of plain functions.
+template <typename Vector>
+__attribute__((always_inline)) inline size_t FirstOf(const uint8_t* at, size_t count) {
   for (size_t stretch = 0; stretch < count; ++stretch, at += kStretch) {
-    Lanes any = {};
-    for (size_t i = 0; i < kStretch; i += sizeof(Lanes)) {
-      const Lanes first = LanesAt(at + i);
-      const Lanes begins = Equal(first & 0xCF, 0x48) | Equal(first, 'r');
-      any |= begins & Equal(LanesAt(at + i + 1) & 0xE8, 0x60);
+    Vector any = {};
+    for (size_t i = 0; i < kStretch; i += sizeof(Vector)) {
+      Vector first;
+      Vector second;
+      std::memcpy(&first, at + i, sizeof first);
+      std::memcpy(&second, at + i + 1, sizeof second);
+      any |= reinterpret_cast<Vector>(((first & 0xCF) == 0x48) | (first == 'r')) &
+             reinterpret_cast<Vector>((second & 0xE8) == 0x60);
     }
     if (IsAnySet(any)) return stretch;
   }
   return count;
 }
+
+size_t FirstStretch(const uint8_t* at, size_t count) { return FirstOf<Lanes>(at, count); }
 
 // The Windows compiler puts 32-byte variables on a stack that it aligns to 16 alone.
 #if defined(__x86_64__) && !defined(_WIN32)
@@ -198,24 +201,9 @@ size_t FirstStretch(const uint8_t* at, size_t count) {
 #endif
 
 #ifdef HIVEQUARRY_WIDE_LANES
-// The same with twice as many bytes at a time, where the processor can.
+// With twice as many bytes at a time, where the processor can.
 __attribute__((target("avx2"))) size_t FirstStretchWide(const uint8_t* at, size_t count) {
-  using Wide = uint8_t __attribute__((vector_size(32)));
-  for (size_t stretch = 0; stretch < count; ++stretch, at += kStretch) {
-    Wide any = {};
-    for (size_t i = 0; i < kStretch; i += sizeof(Wide)) {
-      Wide first;
-      Wide second;
-      std::memcpy(&first, at + i, sizeof first);
-      std::memcpy(&second, at + i + 1, sizeof second);
-      any |= reinterpret_cast<Wide>(((first & 0xCF) == 0x48) | (first == 'r')) &
-             reinterpret_cast<Wide>((second & 0xE8) == 0x60);
-    }
-    uint64_t parts[4];
-    std::memcpy(parts, &any, sizeof parts);
-    if ((parts[0] | parts[1] | parts[2] | parts[3]) != 0) return stretch;
-  }
-  return count;
+  return FirstOf<WideLanes>(at, count);
 }
 #endif
 
@@ -229,14 +217,16 @@ FirstStretchFunction FastestFirstStretch() {
 
 // By the two letters of each that are seldom next to each other elsewhere.
 bool MayHold(const uint8_t* at) {
+  const auto equal = [at](size_t from, uint8_t letter) {
+    Lanes lanes;
+    std::memcpy(&lanes, at + from, sizeof lanes);
+    return reinterpret_cast<Lanes>(lanes == letter);
+  };
   Lanes any = {};
   for (size_t i = 0; i < kStretch; i += sizeof(Lanes)) {
-    const Lanes first = LanesAt(at + i);
-    const Lanes second = LanesAt(at + i + 1);
-    const Lanes third = LanesAt(at + i + 2);
-    any |= Equal(third, 'g') & Equal(LanesAt(at + i + 3), 'f');
-    any |= (Equal(second, 'b') & Equal(third, 'i')) | (Equal(second, 'v') & Equal(third, 'L'));
-    any |= Equal(first, 'x') & Equal(second, 'p');
+    any |= equal(i + 2, 'g') & equal(i + 3, 'f');
+    any |= (equal(i + 1, 'b') & equal(i + 2, 'i')) | (equal(i + 1, 'v') & equal(i + 2, 'L'));
+    any |= equal(i, 'x') & equal(i + 1, 'p');
   }
   return IsAnySet(any);
 }
