@@ -162,14 +162,14 @@ void Append(Timeline& timeline, Timeline& more) {
   timeline.hives.back().keys_without += more.hives.back().keys_without;
 }
 
-// Two halves side by side where that is worth it. Origins in logs are looked up by one thread.
+// Two halves side by side where that is worth it.
 void AddKeys(Timeline& timeline, const HiveImage& hive, const KeyTree& tree,
              const TimelineOptions& options) {
   const uint32_t first = options.item;
   const uint32_t end = tree.items[first].end;
   if (!options.bounded) MakeShelves(timeline, hive, tree, first, end);
-  const bool halves = IsWorthSideWork(uint64_t{end - first} * sizeof(TimelineEvent)) &&
-                      !IsReplayed(hive) && timeline.shelves.size() > 1;
+  const bool halves =
+      IsWorthSideWork(uint64_t{end - first} * sizeof(TimelineEvent)) && timeline.shelves.size() > 1;
   if (!halves) return AddKeyRange(timeline, hive, tree, options, first, end);
   const uint32_t middle = first + (end - first) / 2;
   Timeline second;
