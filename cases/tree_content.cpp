@@ -208,7 +208,7 @@ class ContentReader {
 
   std::u16string NameOf(uint32_t item) {
     const KeyItem& it = tree_.items[item];
-    const bool stored = HasKeyCell(tree_, item) && it.made_name == 0;
+    const bool stored = HasKeyCell(tree_, item) && !HasMadeName(tree_, it);
     const uint32_t length = stored ? ReadU16(hive_, it.position + kKeyNameLength) : 0;
     std::u16string name = length == 0 ? WideOfText(StoredItemName(hive_, tree_, item))
                                       : WideKeyName(ImageBytes(hive_), it.position, length);

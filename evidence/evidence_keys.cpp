@@ -166,7 +166,8 @@ const std::vector<EvidenceKey>& EvidenceKeys::LooseKeys() {
     const uint32_t end = tree_.items[tree_.disconnected_keys].end;
     for (uint32_t item = tree_.disconnected_keys + 1; item < end && !StopRequested(); ++item) {
       const uint32_t parent = tree_.items[item].parent;
-      const bool loose = parent == tree_.disconnected_keys || tree_.items[parent].made_name != 0;
+      const bool loose =
+          parent == tree_.disconnected_keys || HasMadeName(tree_, tree_.items[parent]);
       if (loose && IsKeyItem(tree_, item)) loose_.push_back(item);
     }
   }

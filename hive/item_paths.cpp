@@ -29,7 +29,7 @@ constexpr uint64_t kPathsOfSmallFile = 16 * 1024 * 1024;
 size_t NameLength(const HiveImage& hive, const KeyTree& tree, uint32_t item) {
   const KeyItem& it = tree.items[item];
   const bool stored = it.kind == ItemKind::kKey || it.kind == ItemKind::kPathCopy;
-  if (!stored || it.made_name != 0) return ItemName(hive, tree, item).size();
+  if (!stored || HasMadeName(tree, it)) return ItemName(hive, tree, item).size();
   return std::min<size_t>(ReadU16(hive, it.position + kKeyNameLength),
                           LongestKeyName(ImageBytes(hive), it.position));
 }

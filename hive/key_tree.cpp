@@ -18,7 +18,7 @@ std::string NameByMinimumLength(const HiveImage& hive, const KeyTree& tree, uint
 }
 
 bool HasGivenName(const HiveImage& hive, const KeyTree& tree, const KeyItem& item) {
-  return tree.minimum_name_length != 0 && item.made_name == 0 &&
+  return tree.minimum_name_length != 0 && !HasMadeName(tree, item) &&
          ReadU16(hive, item.position + kKeyNameLength) == 0;
 }
 
@@ -87,6 +87,7 @@ std::string HintName(uint32_t hint) {
 
 void AppendItemName(const HiveImage& hive, const KeyTree& tree, uint32_t item, std::string& out) {
   const KeyItem& it = tree.items[item];
+  const uint32_t made_name = NoteOf(tree, it).made_name;
   if (it.kind == ItemKind::kRoot) {
     out += tree.root_text;
   } else if (it.kind == ItemKind::kDisconnectedKeys) {
@@ -94,9 +95,9 @@ void AppendItemName(const HiveImage& hive, const KeyTree& tree, uint32_t item, s
   } else if (it.kind == ItemKind::kDisconnectedValues) {
     out += kDisconnectedValuesTitle;
   } else if ((it.marks & kMarkHashName) != 0) {
-    out += HintName(it.made_name);
-  } else if (it.made_name != 0) {
-    out += GeneratedName(it.made_name);
+    out += HintName(made_name);
+  } else if (made_name != 0) {
+    out += GeneratedName(made_name);
   } else {
     const size_t start = out.size();
     if (HasGivenName(hive, tree, it)) {
@@ -118,7 +119,7 @@ void AppendStoredItemName(const HiveImage& hive, const KeyTree& tree, uint32_t i
                           std::string& out) {
   const KeyItem& it = tree.items[item];
   const bool key = it.kind == ItemKind::kKey || it.kind == ItemKind::kPathCopy;
-  if (!key || it.made_name != 0) {
+  if (!key || HasMadeName(tree, it)) {
     AppendItemName(hive, tree, item, out);
   } else if (HasGivenName(hive, tree, it)) {
     out += NameByMinimumLength(hive, tree, it.position);

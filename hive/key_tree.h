@@ -59,16 +59,22 @@ struct KeyItem {
   uint32_t position = kNoOffset;  // of the key's cell; of a folder, its identifier
   uint32_t parent = kNoItem;      // the item it hangs under
   uint32_t end = 0;               // the item after its subtree
+  uint32_t entry = 0;             // position of the list entry by which it hangs, 0 for none
+  uint16_t marks = 0;             // KeyMark bits
+  uint8_t repairs = 0;            // KeyRepair bits
+  ItemKind kind : 3 = ItemKind::kKey;
+  bool connected : 1 = false;  // hangs from the root cell through subkey lists
+  bool hidden : 1 = false;     // taken out of the view, with its whole subtree (HideBranch)
+  bool noted : 1 = false;      // the tree's key_notes have one at its position
+};
+static_assert(sizeof(KeyItem) == 20, "a million keys have one each");
+
+// What few keys have beside that: those of which something was lost.
+struct KeyNote {
   // With kMarkHashName the four characters of a list's hint, the first one lowest; else the number
   // of the generated name "Unnamed(%02d)", 0 for a key that has its own.
   uint32_t made_name = 0;
-  uint32_t entry = 0;     // position of the list entry by which it hangs, 0 for none
   uint32_t evidence = 0;  // position of the list entry or parent field that a repair rests on
-  uint16_t marks = 0;     // KeyMark bits
-  uint8_t repairs = 0;    // KeyRepair bits
-  ItemKind kind = ItemKind::kKey;
-  bool connected = false;  // hangs from the root cell through subkey lists
-  bool hidden = false;     // taken out of the view, with its whole subtree (HideBranch)
 };
 
 // The list entry from which a sibling was made.
@@ -99,12 +105,23 @@ struct KeyTree {
   PositionIndex key_positions;                         // the keys' cell positions
   std::vector<uint32_t> item_of_rank;                  // item by rank in key_positions
   std::vector<uint32_t> disconnected_value_positions;  // ascending
+  std::unordered_map<uint32_t, KeyNote> key_notes;     // of items that are `noted`, by position
   std::unordered_map<uint32_t, SiblingNote> sibling_notes;  // by position of the made key
   // Recovered records of which one is in the data of the other, each with one of the others.
   std::unordered_map<uint32_t, uint32_t> shared_bytes;
   bool any_hidden = false;
   mutable LateNumber path_limit;  // ListedPathLimit
 };
+
+// An empty one for an item without a note.
+inline KeyNote NoteOf(const KeyTree& tree, const KeyItem& item) {
+  if (!item.noted) return {};
+  const auto found = tree.key_notes.find(item.position);
+  return found == tree.key_notes.end() ? KeyNote() : found->second;
+}
+inline bool HasMadeName(const KeyTree& tree, const KeyItem& item) {
+  return NoteOf(tree, item).made_name != 0;
+}
 
 // From a sibling on (its number, or that of the place after the last one): the first that is not
 // hidden; kNoItem when there is none before `end`.

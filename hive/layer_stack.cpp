@@ -210,7 +210,11 @@ class StackTree {
     const uint32_t start = StartOf(part);
     if (copy.position != kNoOffset) copy.position += start;
     if (copy.entry != 0) copy.entry += start;
-    if (copy.evidence != 0) copy.evidence += start;
+    if (copy.noted) {
+      KeyNote note = NoteOf(TreeOf(part), ItemOf(part));
+      if (note.evidence != 0) note.evidence += start;
+      tree_.key_notes[copy.position] = note;
+    }
     copy.parent = parent;
     tree_.items.push_back(copy);
     return item;
@@ -264,7 +268,7 @@ class StackTree {
       for (uint32_t at = FirstChild(tree, part.item); at != kNoItem; at = NextSibling(tree, at)) {
         if (tree.items[at].kind != ItemKind::kKey) continue;
         std::string name = CapitalsOfText(StoredItemName(HiveOf(part), tree, at));
-        const bool joins = !IsRecovered(tree, at) && tree.items[at].made_name == 0;
+        const bool joins = !IsRecovered(tree, at) && !HasMadeName(tree, tree.items[at]);
         const auto known = joins ? by_name.find(name) : by_name.end();
         if (known != by_name.end() && found[known->second].parts.back().layer != part.layer) {
           found[known->second].parts.push_back({part.layer, at});

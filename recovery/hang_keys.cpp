@@ -16,7 +16,8 @@ namespace {
 // Where each key row hangs.
 // By key row: the tables' rows do not change while it lives.
 struct Hanging {
-  std::vector<uint32_t> owner;  // key row, kNoRow for a first level
+  // Key row, kNoRow for a first level. Empty while all that hangs does so by lists: OwnersByLists.
+  std::vector<uint32_t> owner;
   std::vector<uint32_t> entry;  // index in the child-entry table; kNoRow: by its parent field
   std::vector<bool> reached;
   std::vector<bool> connected;
@@ -27,6 +28,10 @@ struct Hanging {
   std::vector<uint32_t> field_start;
   std::vector<uint32_t> by_field;
 };
+
+uint32_t OwnerOf(const Hanging& hanging, uint32_t row) {
+  return hanging.owner.empty() ? kNoRow : hanging.owner[row];
+}
 
 // Valid until an entry is added to the tables.
 std::span<const ChildEntry> EntriesOf(const ScanTables& tables, const KeyRow& key) {
@@ -185,7 +190,7 @@ class Spreader {
 
   void Reach(const Claim& claim) {
     hanging_.reached[claim.row] = true;
-    hanging_.owner[claim.row] = claim.owner;
+    if (!hanging_.owner.empty()) hanging_.owner[claim.row] = claim.owner;
     hanging_.entry[claim.row] = claim.entry;
     const KeyRow& key = tables_.keys[claim.row];
     for (uint32_t i = 0; i < key.entry_count; ++i) {
@@ -231,10 +236,9 @@ bool AllReached(const Hanging& hanging) {
 Hanging HangByLists(const HiveImage& hive, const ScanTables& tables) {
   Hanging hanging;
   const auto count = static_cast<uint32_t>(tables.keys.size());
-  hanging.owner.assign(count, kNoRow);
   hanging.entry.assign(count, kNoRow);
   hanging.reached.assign(count, false);
-  if (!tables.roots.empty()) hanging.root = RankOfPosition(tables.key_index, hive.root_position);
+  if (!tables.roots.empty()) hanging.root = RowAt(tables, hive.root_position);
   Spreader spreader(tables, hanging);
   if (hanging.root != kNoRow) spreader.Start(hanging.root);
   spreader.Run();
@@ -242,8 +246,24 @@ Hanging HangByLists(const HiveImage& hive, const ScanTables& tables) {
   return hanging;
 }
 
+// The owner of each key that hangs by an entry. Sound hives do without: their entries say it.
+std::vector<uint32_t> OwnersByLists(const ScanTables& tables, const Hanging& hanging) {
+  const auto count = static_cast<uint32_t>(tables.keys.size());
+  std::vector<uint32_t> owner(count, kNoRow);
+  for (uint32_t row = 0; row < count; ++row) {
+    const KeyRow& key = tables.keys[row];
+    for (uint32_t i = 0; i < key.entry_count; ++i) {
+      const uint32_t index = key.first_entry + i;
+      const uint32_t child = tables.child_entries[index].row;
+      if (child != kNoRow && hanging.entry[child] == index) owner[child] = row;
+    }
+  }
+  return owner;
+}
+
 void HangOthers(const HiveImage& hive, const ScanTables& tables, Hanging& hanging) {
   const auto count = static_cast<uint32_t>(tables.keys.size());
+  hanging.owner = OwnersByLists(tables, hanging);
   Spreader spreader(tables, hanging);
   IndexFields(hive, tables, hanging);
   for (uint32_t row = 0; row < count; ++row) {
@@ -303,7 +323,7 @@ class Emitter {
   }
 
   bool HangsByField(uint32_t row, uint32_t owner) const {
-    if (hanging_.owner[row] != owner || hanging_.entry[row] != kNoRow) return false;
+    if (OwnerOf(hanging_, row) != owner || hanging_.entry[row] != kNoRow) return false;
     // Unlinked from a list that is whole: shown under "Disconnected Keys".
     return !hanging_.connected[owner] || tables_.keys[owner].list_broken;
   }
@@ -314,15 +334,14 @@ class Emitter {
     KeyItem& added = tree_.items.emplace_back();
     added.position = key.position;
     added.parent = parent;
-    added.made_name = key.made_name;
     added.marks = key.marks;
     added.repairs = key.repairs;
-    added.evidence = key.evidence;
+    added.noted = key.noted;
     added.kind = parent == kNoItem ? ItemKind::kRoot : ItemKind::kKey;
     added.connected = hanging_.connected[row];
     if (hanging_.entry[row] != kNoRow) {
       added.entry = tables_.child_entries[hanging_.entry[row]].position;
-    } else if (hanging_.owner[row] != kNoRow && HasOwnField(key)) {
+    } else if (OwnerOf(hanging_, row) != kNoRow && HasOwnField(key)) {
       added.marks |= kMarkByParent;
     }
     const bool disproved = !hanging_.disproved.empty() && hanging_.disproved[row];
@@ -384,7 +403,7 @@ void EmitDisconnected(const ScanTables& tables, const Hanging& hanging, Emitter&
   std::vector<std::pair<uint32_t, uint32_t>> unlinked;  // place, row
   for (uint32_t row = 0; row < tables.keys.size(); ++row) {
     if (hanging.connected[row] || tree.item_of_rank[row] != kNoItem) continue;
-    const uint32_t owner = hanging.owner[row];
+    const uint32_t owner = OwnerOf(hanging, row);
     if (owner == kNoRow) {
       emitter.EmitSubtree(row, tree.disconnected_keys);
     } else if (hanging.connected[owner]) {
@@ -427,6 +446,7 @@ void HangKeys(const HiveImage& hive, ScanTables& tables, KeyTree& tree) {
   CloseItem(tree, tree.disconnected_values);
   CloseItem(tree, 0);
   tree.key_positions = std::move(tables.key_index);
+  tree.key_notes = std::move(tables.key_notes);
   tree.sibling_notes = std::move(tables.sibling_notes);
 }
 

@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "bytes/large_pages.h"
 #include "hive/keys.h"
 #include "hive/moved_bytes.h"
 #include "hive/offset_map.h"
@@ -151,13 +152,19 @@ uint32_t CountBlocks(const std::vector<BinTableRow>& bins) {
   return count;
 }
 
+// What only the scan needed: the tree takes as much room.
+void ForgetCells(ScanTables& tables) {
+  ReleaseLarge(tables.values);
+  tables.list_reads.once = {};
+}
+
 // Keys are rows of the scan, so freed keys are not counted, and copies of keys are counted once.
-ImageSummary Summarise(const ScanTables& tables, const KeyTree& tree) {
+ImageSummary Summarise(const ScanTables& tables, size_t values, const KeyTree& tree) {
   ImageSummary summary;
   summary.keys = static_cast<uint32_t>(tables.keys.size());
   for (const KeyItem& item : tree.items) summary.connected_keys += item.connected;
   summary.disconnected_keys = summary.keys - summary.connected_keys;
-  summary.values = static_cast<uint32_t>(tables.values.size());
+  summary.values = static_cast<uint32_t>(values);
   summary.disconnected_values = static_cast<uint32_t>(tree.disconnected_value_positions.size());
   summary.security_records = static_cast<uint32_t>(tables.securities.size());
   summary.bins = CountBlocks(tables.bins);
@@ -194,9 +201,11 @@ ImageSummary BuildImageTree(HiveImage& hive, const BuildOptions& options, KeyTre
   if (IsGivenUp(options)) return summary;
   ShowStatus("Filling structure ...");
   RepairRoots(tables);
+  const size_t values = tables.values.size();
+  ForgetCells(tables);
   HangKeys(hive, tables, tree);
   MarkSharedBytes(hive, tree);
-  summary = Summarise(tables, tree);
+  summary = Summarise(tables, values, tree);
   ShowStatus("Cleaning up ...");
   tables = ScanTables();
   if (!summary.stopped) host.beep(host.context);

@@ -113,8 +113,8 @@ uint32_t DropOwnedKeys(const HiveImage& hive, const std::vector<bool>& reached,
   for (uint32_t row = 0; row < tables.keys.size(); ++row) {
     KeyRow& key = tables.keys[row];
     const bool made = IsMade(key);
-    const bool owned =
-        made ? IsInData(live, key.evidence) : !reached[row] && HasLiveBytes(hive, live, key);
+    const bool owned = made ? IsInData(live, EvidenceOf(tables, key))
+                            : !reached[row] && HasLiveBytes(hive, live, key);
     if (!owned) continue;
     ForgetEntries(key, tables);
     key.position = kNoOffset;

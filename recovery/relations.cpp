@@ -89,7 +89,7 @@ void IndexEntries(Repair& repair) {
       const uint32_t index = key.first_entry + i;
       repair.owner_of_entry[index] = row;
       const uint32_t child = RowAt(tables, tables.child_entries[index].key);
-      tables.child_entries[index].row = child;
+      tables.child_entries[index].row = child & kNoRow;
       if (child == kNoRow || child == row) continue;
       const bool agrees = tables.keys[child].parent == key.position;
       if (agrees || repair.entry_of_row[child] == kNoRow) repair.entry_of_row[child] = index;
@@ -118,9 +118,8 @@ uint32_t AddVirtualKey(Repair& repair, uint32_t position, uint16_t marks, uint32
   KeyRow row;
   row.position = position;
   row.marks = static_cast<uint16_t>(marks | (hint != 0 ? kMarkHashName : kMarkNoName));
-  row.made_name = hint != 0 ? hint : ++tables.generated_names;
+  NoteOn(tables, row) = {hint != 0 ? hint : ++tables.generated_names, evidence};
   row.list_broken = true;
-  row.evidence = evidence;
   row.first_entry = static_cast<uint32_t>(tables.child_entries.size());
   tables.added_rows.emplace(position, static_cast<uint32_t>(tables.keys.size()));
   tables.keys.push_back(row);
@@ -203,7 +202,7 @@ void RepairParents(Repair& repair) {
     }
     if (parent == kNoOffset || RowAt(tables, parent) == kNoRow) continue;
     key.parent = parent;
-    key.evidence = evidence;
+    NoteOn(tables, key).evidence = evidence;
     key.repairs |= kRepairParent;
   }
 }
@@ -236,7 +235,8 @@ void Reconcile(Repair& repair, uint32_t child, uint32_t owner, uint32_t evidence
   if (NamesKey(repair.hive, key.parent) || RowAt(tables, key.parent) != kNoRow) return;
   if (!NamesKey(repair.hive, owner_position) && tables.keys[owner].marks == 0) return;
   key.parent = owner_position;
-  if (key.evidence == 0) key.evidence = evidence;  // a made key keeps what it was made from
+  KeyNote& note = NoteOn(tables, key);
+  if (note.evidence == 0) note.evidence = evidence;  // a made key keeps what it was made from
   key.marks |= kMarkListParent;
 }
 
@@ -244,7 +244,7 @@ void NameByHint(Repair& repair, uint32_t row, uint32_t entry_position) {
   KeyRow& key = repair.tables.keys[row];
   uint32_t hint = 0;
   if ((key.marks & kMarkNoName) == 0 || !ReadHint(repair.hive, entry_position, hint)) return;
-  key.made_name = hint;
+  NoteOn(repair.tables, key).made_name = hint;
   key.marks = static_cast<uint16_t>((key.marks | kMarkHashName) & ~kMarkNoName);
 }
 
@@ -347,7 +347,7 @@ void FollowSibling(Repair& repair, const RecordedList& list, uint32_t entry_row,
   const bool lost = !IsKeyCellAt(repair.hive, key.parent) && RowAt(tables, key.parent) == kNoRow;
   if (lost && !key.root && parent != kNoOffset && parent != key.position) {
     key.parent = parent;
-    key.evidence = entry.position;
+    NoteOn(tables, key).evidence = entry.position;
     key.marks |= kMarkSiblingParent;
   }
   if (list.kind == ListKind::kLf) NameByHint(repair, row, entry.position);

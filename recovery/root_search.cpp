@@ -78,7 +78,7 @@ void MakeRoot(HiveImage& hive, uint32_t place, uint32_t evidence, ScanTables& ta
   root.marks = kMarkParent;
   root.root = true;
   root.list_broken = true;
-  root.evidence = evidence;
+  NoteOn(tables, root).evidence = evidence;
   tables.keys.push_back(root);
   IndexKeys(hive, tables);
   hive.root_position = place;

@@ -333,10 +333,17 @@ bool Joins(const Walk& first, const Walk& second, uint64_t p, uint32_t split, ui
          AreReadsApart(before.list_reads, after.list_reads, whole);
 }
 
-// The memory of `more` is given back, since what comes after the scan needs as much.
+// The memory of `more` is given back as its rows are taken, so that they are never there twice.
 template <typename Row>
 void Append(std::vector<Row>& rows, std::vector<Row>& more) {
-  rows.insert(rows.end(), more.begin(), more.end());
+  constexpr size_t kAtATime = (size_t{4} << 20) / sizeof(Row);
+  for (size_t taken = 0; taken < more.size();) {
+    const auto next = more.begin() + static_cast<ptrdiff_t>(taken);
+    const size_t count = std::min(kAtATime, more.size() - taken);
+    rows.insert(rows.end(), next, next + static_cast<ptrdiff_t>(count));
+    taken += count;
+    ForgetPages(more.data(), taken * sizeof(Row));
+  }
   ReleaseLarge(more);
 }
 
@@ -345,9 +352,12 @@ void AppendTables(ScanTables& tables, ScanTables& more) {
   const auto entries = static_cast<uint32_t>(tables.child_entries.size());
   for (KeyRow& key : more.keys) {
     key.first_entry += entries;
-    if (key.made_name != 0) key.made_name += tables.generated_names;
     InsertPosition(tables.key_index, key.position);
   }
+  for (auto& [position, note] : more.key_notes) {
+    if (note.made_name != 0) note.made_name += tables.generated_names;
+  }
+  tables.key_notes.merge(more.key_notes);
   Append(tables.keys, more.keys);
   Append(tables.child_entries, more.child_entries);
   Append(tables.damage, more.damage);
@@ -444,14 +454,14 @@ void IndexKeys(const HiveImage& hive, ScanTables& tables) {
   ResetIndex(tables.key_index, hive.length);
   for (const KeyRow& key : tables.keys) InsertPosition(tables.key_index, key.position);
   SealIndex(tables.key_index);
-  for (ChildEntry& entry : tables.child_entries) entry.row = RowAt(tables, entry.key);
+  for (ChildEntry& entry : tables.child_entries) entry.row = RowAt(tables, entry.key) & kNoRow;
 }
 
 void FinishScan(ScanTables& tables) {
   SealIndex(tables.key_index);
   tables.sealed = true;
   for (ChildEntry& entry : tables.child_entries) {
-    entry.row = RankOfPosition(tables.key_index, entry.key);
+    entry.row = RowAt(tables, entry.key) & kNoRow;
   }
 }
 

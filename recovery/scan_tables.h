@@ -14,7 +14,8 @@
 
 namespace hivequarry {
 
-inline constexpr uint32_t kNoRow = 0xFFFFFFFF;
+// Rows fit into 31 bits: a key takes more than two bytes of an image.
+inline constexpr uint32_t kNoRow = 0x7FFFFFFF;
 
 // Bits of the damage table.
 enum KeyDamage : uint8_t {
@@ -33,21 +34,22 @@ struct KeyRow {
   uint32_t parent = kNoOffset;  // the position that its parent field names, or its repaired parent
   uint32_t first_entry = 0;     // its subkey list's rows in the child-entry table
   uint32_t entry_count = 0;
-  uint32_t made_name = 0;  // see KeyItem
-  uint32_t evidence = 0;   // position of the list entry or parent field that a repair rests on
-  uint16_t marks = 0;      // KeyMark bits
-  uint8_t repairs = 0;     // KeyRepair bits
-  bool root = false;
-  bool list_broken = false;  // its list could not be read whole, or does not have its count
+  uint16_t marks = 0;   // KeyMark bits
+  uint8_t repairs = 0;  // KeyRepair bits
+  bool root : 1 = false;
+  bool list_broken : 1 = false;  // its list could not be read whole, or does not have its count
+  bool noted : 1 = false;        // the tables' key_notes have one at its position
 };
+static_assert(sizeof(KeyRow) == 20, "a million keys have one each");
 
 // One entry of the subkey list of an accepted key. The rows of one key follow one another.
 struct ChildEntry {
-  uint32_t key = 0;       // position that the entry names
-  uint32_t position = 0;  // of the entry itself
-  uint32_t row = kNoRow;  // the key row at `key`, once the scan is done
-  bool hinted = false;    // an "lf" entry: four name characters are after the offset
+  uint32_t key = 0;            // position that the entry names
+  uint32_t position = 0;       // of the entry itself
+  uint32_t row : 31 = kNoRow;  // the key row at `key`, once the scan is done
+  uint32_t hinted : 1 = 0;     // an "lf" entry: four name characters are after the offset
 };
+static_assert(sizeof(ChildEntry) == 12, "a million keys have one each");
 
 // A key in which the scan met something that does not agree. Few keys have a row.
 struct DamageRow {
@@ -81,6 +83,7 @@ struct NameHashRow {
 struct ScanTables {
   std::vector<KeyRow> keys;
   std::vector<ChildEntry> child_entries;
+  std::unordered_map<uint32_t, KeyNote> key_notes;  // of rows that are `noted`, by position
   std::vector<uint32_t> roots;  // position of the hive's own root key; empty when there is none
   std::vector<uint32_t> other_roots;  // of hives that seem to begin in the image (root_search.h)
   std::vector<uint32_t> stray_roots;  // of keys that have a root's flags and are no hive's root
@@ -120,9 +123,22 @@ struct ScanTables {
 // Constant time. A row is a rank as long as nothing was added.
 inline uint32_t RowAt(const ScanTables& tables, uint32_t position) {
   const uint32_t rank = RankOfPosition(tables.key_index, position);
-  if (rank != kNoRank || tables.added_rows.empty()) return rank;
+  if (rank != kNoRank) return rank;
+  if (tables.added_rows.empty()) return kNoRow;
   const auto added = tables.added_rows.find(position);
   return added == tables.added_rows.end() ? kNoRow : added->second;
+}
+
+// The row's note, a new one where it has none: valid until another row gets one.
+inline KeyNote& NoteOn(ScanTables& tables, KeyRow& key) {
+  KeyNote& note = tables.key_notes[key.position];
+  if (!key.noted) note = KeyNote();  // of a row that was dropped
+  key.noted = true;
+  return note;
+}
+inline uint32_t EvidenceOf(const ScanTables& tables, const KeyRow& key) {
+  const auto found = key.noted ? tables.key_notes.find(key.position) : tables.key_notes.end();
+  return found == tables.key_notes.end() ? 0 : found->second.evidence;
 }
 
 }  // namespace hivequarry

@@ -114,7 +114,7 @@ void AddScannedKey(HiveImage& hive, const ScannedKey& key, const ScanOptions& op
   const bool named = name_length != 0;
   if (!named) {
     name_length = options.minimum_name_length;
-    if (name_length == 0) row.made_name = ++tables.generated_names;
+    if (name_length == 0) NoteOn(tables, row).made_name = ++tables.generated_names;
   }
   row.marks = MarksOf(key, named);
   tables.counted_values += ReadU32(hive, key.position + kKeyValueCount);

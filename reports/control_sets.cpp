@@ -21,7 +21,7 @@ bool IsTop(const KeyTree& tree, uint32_t item) {
   const uint32_t parent = tree.items[item].parent;
   if (parent == kNoItem || parent == 0) return true;
   const KeyItem& above = tree.items[parent];
-  return above.kind == ItemKind::kDisconnectedKeys || above.made_name != 0;
+  return above.kind == ItemKind::kDisconnectedKeys || HasMadeName(tree, above);
 }
 
 // The item's ancestor, or itself, that is a control set; kNoItem for none.

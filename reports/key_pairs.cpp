@@ -34,7 +34,7 @@ std::vector<PairedName> ChildrenOf(const ComparedSide& side, uint32_t item,
 // empty.
 ByteView PlainName(const ComparedSide& side, uint32_t item) {
   const KeyItem& it = side.tree.items[item];
-  const bool given = it.marks != 0 || it.made_name != 0 || it.kind != ItemKind::kKey;
+  const bool given = it.marks != 0 || HasMadeName(side.tree, it) || it.kind != ItemKind::kKey;
   if (given || IsWideKeyName(ReadU8(side.hive, it.position + kKeyFlags))) return {};
   const uint32_t length = ReadU16(side.hive, it.position + kKeyNameLength);
   const ByteView name = PartOf(ImageBytes(side.hive), it.position + kKeyName, length);

@@ -311,7 +311,7 @@ bool MayMatchName(const SearchSieve& sieve, const HiveImage& hive, const KeyTree
                   uint32_t item) {
   const KeyItem& it = tree.items[item];
   const bool made =
-      it.kind == ItemKind::kRoot || it.made_name != 0 || (it.marks & kMarkHashName) != 0;
+      it.kind == ItemKind::kRoot || HasMadeName(tree, it) || (it.marks & kMarkHashName) != 0;
   // A name of a damaged key may be as long as its cell.
   const uint32_t length = made ? 0U : ReadU16(hive, it.position + kKeyNameLength);
   return made || MayHold(sieve, it.position + kKeyName, std::max(length, kMaxKeyName));

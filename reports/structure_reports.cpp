@@ -27,7 +27,7 @@ bool IsLoose(const Place& at) {
   const uint32_t parent = at.tree.items[at.item].parent;
   if (parent == kNoItem) return true;
   const KeyItem& it = at.tree.items[parent];
-  return it.kind == ItemKind::kDisconnectedKeys || it.made_name != 0;
+  return it.kind == ItemKind::kDisconnectedKeys || HasMadeName(at.tree, it);
 }
 
 // True when `fits` holds for the parent, or nothing is known of that.

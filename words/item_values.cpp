@@ -201,13 +201,14 @@ void AddEvidence(const HiveImage& hive, const KeyTree& tree, const KeyItem& it,
                           NameAt(hive, tree, parent) +
                           (reused ? ", which never had a subkey with so long a name" : ""));
   }
-  if (it.evidence != 0 && it.evidence != it.entry) {
+  const uint32_t evidence = NoteOf(tree, it).evidence;
+  if (evidence != 0 && evidence != it.entry) {
     const char* what = (it.marks & kMarkParent) != 0 ? "parent field at " : "list entry at ";
     const char* how = made ? " names this place" : " gives the parent";
-    lines.Add(kLabel, what + PlaceWords(hive, it.evidence) + how);
+    lines.Add(kLabel, what + PlaceWords(hive, evidence) + how);
   }
   if ((it.marks & kMarkHashName) != 0) {
-    const uint32_t entry = it.evidence != 0 ? it.evidence : it.entry;
+    const uint32_t entry = evidence != 0 ? evidence : it.entry;
     lines.Add(kLabel, "name hint at " + PlaceWords(hive, entry + 4));
   }
   const auto values = hive.found.value_lists.find(it.position);
@@ -222,7 +223,7 @@ std::string MadeKeyText(const HiveImage& hive, const KeyTree& tree, const KeyIte
   const uint32_t item = ItemOfPosition(tree, it.position);
   const std::string name = ItemName(hive, tree, item);
   if ((it.marks & kMarkParent) != 0) {
-    const uint32_t child = ItemOfPosition(tree, it.evidence - kKeyParent);
+    const uint32_t child = ItemOfPosition(tree, NoteOf(tree, it).evidence - kKeyParent);
     return child == kNoItem ? name : name + " (" + ItemName(hive, tree, child) + ")";
   }
   const auto note = tree.sibling_notes.find(it.position);

@@ -74,27 +74,29 @@ void AddWayUp(const HiveImage& hive, const KeyTree& tree, const KeyItem& it, Sen
 
 // Of a key without a cell: what proves it.
 // By its marks: as a parent, as a child of a list, or as a sibling.
-void AddMaking(const HiveImage& hive, const KeyItem& it, Sentences& why) {
+void AddMaking(const HiveImage& hive, const KeyTree& tree, const KeyItem& it, Sentences& why) {
   const std::string_view proof =
       (it.marks & kMarkParent) != 0  ? "Keys name this place in their parent fields"
       : (it.marks & kMarkChild) != 0 ? "The list of the key above names this place"
                                      : "A list whose key is lost names this place";
-  const uint32_t at = it.evidence != 0 ? it.evidence : it.entry;
+  const uint32_t evidence = NoteOf(tree, it).evidence;
+  const uint32_t at = evidence != 0 ? evidence : it.entry;
   const std::string first = at == 0 ? std::string() : " (at " + PlaceWords(hive, at) + ")";
   why.Add(Concat({proof, first, "; no key is there any more."}));
 }
 
-void AddName(const KeyItem& it, Sentences& why) {
+void AddName(const KeyTree& tree, const KeyItem& it, Sentences& why) {
   if ((it.marks & kMarkHashName) != 0) {
     why.Add("Of its name only the four characters are left that its list entry has.");
-  } else if ((it.marks & kMarkNoName) != 0 || it.made_name != 0) {
+  } else if ((it.marks & kMarkNoName) != 0 || HasMadeName(tree, it)) {
     why.Add("Its name is lost; the one shown was made.");
   }
 }
 
-void AddRepairs(const HiveImage& hive, const KeyItem& it, Sentences& why) {
+void AddRepairs(const HiveImage& hive, const KeyTree& tree, const KeyItem& it, Sentences& why) {
+  const uint32_t evidence = NoteOf(tree, it).evidence;
   const std::string where =
-      it.evidence == 0 ? std::string() : ", by what is at " + PlaceWords(hive, it.evidence);
+      evidence == 0 ? std::string() : ", by what is at " + PlaceWords(hive, evidence);
   if ((it.repairs & kRepairParent) != 0) {
     why.Add("Its parent field is implausible; the parent was set right" + where + ".");
   }
@@ -126,13 +128,13 @@ std::string WhyKeyIsHere(const HiveImage& hive, const KeyTree& tree, uint32_t it
   const KeyItem& it = tree.items[item];
   Sentences why;
   const bool made = (it.marks & kVirtualMarks) != 0;
-  if (made) AddMaking(hive, it, why);
+  if (made) AddMaking(hive, tree, it, why);
   if (!made && !it.connected && it.parent != kNoItem) AddWayUp(hive, tree, it, why);
   const bool by_found_list = it.connected && it.parent != kNoItem &&
                              (tree.items[it.parent].repairs & kRepairSubkeyList) != 0;
   if (by_found_list) why.Add("The list that names it was found again.");
-  AddName(it, why);
-  AddRepairs(hive, it, why);
+  AddName(tree, it, why);
+  AddRepairs(hive, tree, it, why);
   return why.text_;
 }
 
