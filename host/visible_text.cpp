@@ -22,7 +22,12 @@ constexpr std::array<bool, 256> MakeSuspects() {
 constexpr std::array<bool, 256> kSuspects = MakeSuspects();
 bool IsSuspect(char byte) { return kSuspects[static_cast<uint8_t>(byte)]; }
 
-void AppendEscape(char16_t unit, std::string& out) { out += Concat({"\\u{", Hex(unit), "}"}); }
+// Names may be nothing but these: put together without a text of their own.
+void AppendEscape(char16_t unit, std::string& out) {
+  out += "\\u{";
+  out += std::string_view(Hex(unit));
+  out += '}';
+}
 
 // Which characters are escaped.
 enum class Escaped : uint8_t { kAll, kOnce, kUnsayable };

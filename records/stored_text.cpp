@@ -130,7 +130,16 @@ void AppendSingleByteName(ByteView bytes, std::string& text) {
   } else if (ReadsInCodePage()) {
     text += TextOfCodePage(name);
   } else {
-    for (const uint8_t byte : bytes) AppendCharacter(byte, text);
+    // Two bytes of UTF-8 for each from 0x80 on.
+    const size_t before = text.size();
+    text.resize(before + 2 * bytes.size());
+    char* at = text.data() + before;
+    for (const uint8_t byte : bytes) {
+      *at = static_cast<char>(byte < 0x80 ? byte : 0xC0 | byte >> 6);
+      at += byte >= 0x80;
+      *at++ = static_cast<char>(byte < 0x80 ? byte : 0x80 | (byte & 0x3F));
+    }
+    text.resize(static_cast<size_t>(at - text.data()));
   }
 }
 
