@@ -218,12 +218,7 @@ void MakeParts(Machine& machine) {
 void ReadSources(Machine& machine) {
   const std::string& folder = machine.request.hive;
   const HivesOfFolder found = FindHivesOfFolder(folder);
-  const auto label_of = [&folder](const std::string& name) {
-    std::error_code error;
-    const std::u8string label =
-        fs::relative(FilePath(name), FilePath(folder), error).generic_u8string();
-    return std::string(label.begin(), label.end());
-  };
+  const auto label_of = [&folder](const std::string& name) { return NameWithin(folder, name); };
   for (const UnreadPlace& each : found.unread) {
     AddProblem(machine, label_of(each.name),
                Concat({"not read: ", std::strerror(each.error), "; hives in it are not in here"}));

@@ -12,12 +12,26 @@
 #include "host/host.h"
 
 namespace hivequarry {
-std::filesystem::path FilePath(const std::string& name) {
+namespace {
+
+// As it is, also where calls of the system refuse it for its length.
+std::filesystem::path PlainPath(const std::string& name) {
 #ifdef _WIN32
   const std::u16string wide = WideOfText(name);
   return std::filesystem::path(std::wstring(wide.begin(), wide.end()));
 #else
   return std::filesystem::path(name);
+#endif
+}
+
+}  // namespace
+
+std::filesystem::path FilePath(const std::string& name) {
+#ifdef _WIN32
+  const std::u16string wide = UnlimitedName(WideOfText(name));
+  return std::filesystem::path(std::wstring(wide.begin(), wide.end()));
+#else
+  return PlainPath(name);
 #endif
 }
 
@@ -36,8 +50,14 @@ std::u16string UnlimitedName(const std::u16string& name) {
 
 std::string FullName(const std::string& name) {
   std::error_code error;
-  const std::u8string full = std::filesystem::absolute(FilePath(name), error).u8string();
+  const std::u8string full = std::filesystem::absolute(PlainPath(name), error).u8string();
   return error ? name : std::string(full.begin(), full.end());
+}
+
+std::string NameWithin(const std::string& folder, const std::string& name) {
+  const std::u8string within =
+      PlainPath(name).lexically_relative(PlainPath(folder)).generic_u8string();
+  return {within.begin(), within.end()};
 }
 
 std::string LeafOf(const std::filesystem::path& path) {
@@ -77,12 +97,8 @@ std::FILE* OpenFile(const std::string& name, const char* mode, int& error) {
   errno = 0;
 #ifdef _WIN32
   const std::string narrow_mode = mode;
-  // Where the system does not lift the limit for all, long names are read all the same.
-  const std::wstring plain = path.wstring();
-  const std::u16string unlimited = UnlimitedName({plain.begin(), plain.end()});
-  const std::wstring opened = writing ? plain : std::wstring(unlimited.begin(), unlimited.end());
   std::FILE* stream =
-      _wfopen(opened.c_str(), std::wstring(narrow_mode.begin(), narrow_mode.end()).c_str());
+      _wfopen(path.c_str(), std::wstring(narrow_mode.begin(), narrow_mode.end()).c_str());
 #else
   std::FILE* stream = std::fopen(path.c_str(), mode);
 #endif

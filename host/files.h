@@ -10,11 +10,15 @@
 
 namespace hivequarry {
 
-// A UTF-8 file name as the standard library takes it.
+// A UTF-8 file name as the standard library takes it. On Windows a whole name that is too long for
+// most calls has the prefix that lifts the limit: it is for opening, not for showing (FullName).
 std::filesystem::path FilePath(const std::string& name);
 // A whole name that is too long for calls of the system without the prefix that lifts the limit,
 // with it; any other name as it is. UTF-16 units; means something on Windows alone.
 std::u16string UnlimitedName(const std::u16string& name);
+// Of a file that was found in a folder, its name without that of the folder, with "/" between
+// parts.
+std::string NameWithin(const std::string& folder, const std::string& name);
 // The name with its whole path, as another process must be told; as given where that fails.
 std::string FullName(const std::string& name);
 // The path's last name, UTF-8.

@@ -32,6 +32,18 @@ TEST(FileNames, LongOnesGetThePrefixThatLiftsTheLimit) {
   for (const auto& c : cases) EXPECT_TRUE(UnlimitedName(c.name) == c.unlimited);
 }
 
+TEST(FileNames, FilesOfAFolderAreNamedWithinIt) {
+  const struct {
+    const char *folder, *name, *within;
+  } cases[] = {
+      {"machine", "machine/SAM", "SAM"},
+      {"machine/", "machine/config/SAM", "config/SAM"},
+      {".", "./SAM", "SAM"},
+      {"/a/../b", "/a/../b/c/NTUSER.DAT", "c/NTUSER.DAT"},
+  };
+  for (const auto& c : cases) EXPECT_EQ(NameWithin(c.folder, c.name), c.within) << c.name;
+}
+
 // A medium that has lost stretches of whatever is read from it.
 class LossyMedium {
  public:

@@ -32,13 +32,6 @@ struct FolderReader {
   MachineOverview overview = BeginOverview();
 };
 
-std::string LabelOf(const FolderReader& reader, const std::string& name) {
-  std::error_code error;
-  const std::u8string label =
-      fs::relative(FilePath(name), FilePath(reader.folder), error).generic_u8string();
-  return {label.begin(), label.end()};
-}
-
 std::string LengthOf(const std::string& name) {
   std::error_code error;
   const auto size = fs::file_size(FilePath(name), error);
@@ -48,9 +41,10 @@ std::string LengthOf(const std::string& name) {
 void AddFailed(FolderReader& reader, const std::string& name) {
   ++reader.result.failed;
   reader.result.opened.emplace_back();
-  AddListRow(*reader.result.files,
-             {LabelOf(reader, name), "", "", "", "can't be opened", "", "", LengthOf(name)},
-             kNoOffset);
+  AddListRow(
+      *reader.result.files,
+      {NameWithin(reader.folder, name), "", "", "", "can't be opened", "", "", LengthOf(name)},
+      kNoOffset);
 }
 
 void AddHiveRow(FolderReader& reader, const std::string& name, const HiveImage& hive,
@@ -59,11 +53,12 @@ void AddHiveRow(FolderReader& reader, const std::string& name, const HiveImage& 
   TimelineHive about;
   NameMachine(hive, tree, about);
   const char* between = !evidence.sid.empty() && !about.user.empty() ? ", " : "";
-  AddListRow(*reader.result.files,
-             {LabelOf(reader, name), HiveKindName(KindOfHive(evidence)), ItemPath(hive, tree, 0),
-              Concat({about.user, between, evidence.sid}), StateWords(hive), StructureVerdict(hive),
-              std::to_string(counts.keys), LengthOf(name)},
-             kNoOffset);
+  AddListRow(
+      *reader.result.files,
+      {NameWithin(reader.folder, name), HiveKindName(KindOfHive(evidence)), ItemPath(hive, tree, 0),
+       Concat({about.user, between, evidence.sid}), StateWords(hive), StructureVerdict(hive),
+       std::to_string(counts.keys), LengthOf(name)},
+      kNoOffset);
   reader.result.opened.push_back(name);
 }
 
@@ -82,7 +77,7 @@ void ReadHive(FolderReader& reader, const std::string& name) {
     const ImageSummary counts = BuildImageTree(HiveOfSlot(slot), TreeAlone(), tree);
     if (!counts.stopped && !tree.items.empty()) {
       AddHiveRow(reader, name, HiveOfSlot(slot), tree, counts);
-      AddToOverview(reader.overview, {&HiveOfSlot(slot), &tree}, LabelOf(reader, name));
+      AddToOverview(reader.overview, {&HiveOfSlot(slot), &tree}, NameWithin(reader.folder, name));
     } else if (!counts.stopped) {
       AddFailed(reader, name);
     }
@@ -147,7 +142,8 @@ MachineFolder ReadMachineFolder(const std::string& folder) {
   reader.logs = PairLogs(found.hives, found.logs);
   ReadHives(reader, found.hives);
   for (const std::string& log : found.logs) {
-    AddListRow(*result.files, {LabelOf(reader, log), "log", "", "", "", "", "", LengthOf(log)},
+    AddListRow(*result.files,
+               {NameWithin(reader.folder, log), "log", "", "", "", "", "", LengthOf(log)},
                kNoOffset);
     result.opened.emplace_back();
   }
