@@ -9,19 +9,21 @@
 #include "host/host.h"
 #include "host/output_file.h"
 #include "host/profile.h"
+#include "host/text.h"
 #include "lists/list_kinds.h"
 
 namespace hivequarry {
 namespace {
 
-// The longest value of the file.
+// The longest value of the file, in bytes.
 constexpr size_t kMaxText = 519;
+constexpr size_t kMostBytes = 3;  // of UTF-8 for a character of UTF-16
 
 // A list of texts: keys of the prefix and a number from 0.
 struct HistoryRow {
   const char* section;
   const char* prefix;
-  size_t limit;  // bytes of a text
+  size_t limit;  // characters of a text
   History Histories::*history;
 };
 constexpr HistoryRow kSearchHistories[] = {
@@ -130,13 +132,6 @@ void SetSides(std::span<const int> sides, WindowPlace& place) {
   place = std::move(given);
 }
 
-// The first characters of a UTF-8 text that fit into so many bytes.
-std::string CutUtf8(const std::string& text, size_t limit) {
-  if (text.size() <= limit) return text;
-  while (limit > 0 && (text[limit] & 0xC0) == 0x80) --limit;
-  return text.substr(0, limit);
-}
-
 std::string NumberedKey(const char* prefix, size_t number) {
   return prefix + std::to_string(number);
 }
@@ -155,8 +150,8 @@ void ReadHistory(const ProfileLookup& lookup, const HistoryRow& row, Histories& 
   History read;
   for (size_t i = 0; i < kHistoryLength; ++i) {
     const std::string key = NumberedKey(row.prefix, i);
-    std::string text = lookup(row.section, key.c_str(), "", row.limit);
-    text = TextOfEither(text);
+    const std::string stored = lookup(row.section, key.c_str(), "", kMostBytes * row.limit);
+    std::string text(FirstUnits(TextOfEither(stored), row.limit));
     if (text.empty() || std::ranges::find(read, text) != read.end()) continue;
     read.push_back(std::move(text));
   }
@@ -269,11 +264,11 @@ void Put(Writer& writer, const char* section, const std::string& key, const std:
 void WriteHistory(Writer& writer, const HistoryRow& row, const Histories& histories) {
   const History& history = histories.*row.history;
   for (size_t i = 0; i < kHistoryLength; ++i) {
-    std::string text = i < history.size() ? history[i] : std::string();
+    const std::string text = i < history.size() ? history[i] : std::string();
     // A name that is cut would name another file.
-    const bool whole = row.history != &Histories::recent_files || text.size() <= row.limit;
-    text = whole ? CutUtf8(text, row.limit) : std::string();
-    Put(writer, row.section, NumberedKey(row.prefix, i), text);
+    const bool whole = row.history != &Histories::recent_files || text.size() <= kMaxText;
+    Put(writer, row.section, NumberedKey(row.prefix, i),
+        whole ? std::string(FirstUnits(text, row.limit)) : std::string());
   }
 }
 

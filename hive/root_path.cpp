@@ -188,7 +188,7 @@ void SetRootPath(HiveImage& hive, std::string_view path) {
 bool RootPathFromRootKey(HiveImage& hive, uint32_t root_position) {
   std::string name;
   ReadKeyParentAndName(hive, root_position, name);
-  name.resize(std::min({name.size(), kMaxRootKeyName, name.find('\0')}));
+  name.resize(FirstUnits(name.substr(0, name.find('\0')), kMaxRootKeyName).size());
   const bool empty = name.empty() || StartsIgnoringCase(name, "$$$P") ||
                      StartsIgnoringCase(name, "CMI-CreateHive");
   if (empty) return false;

@@ -7,6 +7,7 @@
 #include "hive/timestamp.h"
 #include "host/case.h"
 #include "host/host.h"
+#include "host/text.h"
 #include "lists/list_order.h"
 
 namespace hivequarry {
@@ -110,7 +111,7 @@ uint64_t NumberOf(const OutputList& list, uint32_t row, const SortRequest& reque
   const std::string_view text = CellText(list, row, request.column);
   switch (request.mode) {
     case SortMode::kLength:
-      return text.size();
+      return CountUnits(text);
     case SortMode::kDate:
       return DateKey(text);
     case SortMode::kLevel:

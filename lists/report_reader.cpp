@@ -52,8 +52,10 @@ int NumberAt(std::string_view text) {
   return number;
 }
 
+// `limit`: characters.
 std::string HeadValue(std::string_view text, const char* key, const char* missing, size_t limit) {
-  return ProfileValue(text, kReportSection, key, missing, limit);
+  const std::string value = ProfileValue(text, kReportSection, key, missing, kMostBytes * limit);
+  return std::string(FirstUnits(value, limit));
 }
 
 // The widths are from the last column to the first, a ';' before each.

@@ -55,6 +55,7 @@ TEST(SortTest, Modes) {
       {SortMode::kText, {same + "c", same + "a", same, same + "b"}, "2130", "0312"},
       {SortMode::kText, {"same", "same"}, "01", "01"},
       {SortMode::kLength, {"ccc", "bb", "aaa", ""}, "3102", "0213"},
+      {SortMode::kLength, {"\u0436\u0436", "abc", "\u65E5"}, "201", "102"},
       {SortMode::kNumber, {"10 x", "9", " -2", "", "99999999999999999999"}, "23104", "40132"},
       {SortMode::kDate, {"2008/05/17, 13:02:09", "", "2008/4/30, 23:59:59"}, "120", "021"},
       {SortMode::kLevel, {"a\\b\\c", "z", "b\\c"}, "120", "021"},

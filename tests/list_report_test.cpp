@@ -192,6 +192,26 @@ TEST(ReportHeadTest, ColumnsAtMostEighteen) {
   }
 }
 
+TEST(ReportHeadTest, TextsAreCutByCharacters) {
+  const struct {
+    std::string mark, stored, shown;
+  } cases[] = {{"", "\xE4", "\u00E4"}, {"\xEF\xBB\xBF", "\u0436", "\u0436"}};
+  for (const auto& c : cases) {
+    const auto repeated = [](const std::string& character, int times) {
+      std::string text;
+      for (int i = 0; i < times; ++i) text += character;
+      return text;
+    };
+    ReportHead head;
+    ASSERT_EQ(ParseReportHead(c.mark + "[RPLfile]\r\nU2=1\r\nU6=" + repeated(c.stored, 600) +
+                                  "\r\nH0=" + repeated(c.stored, 70) + "\r\n",
+                              head),
+              ReportRead::kDone);
+    EXPECT_EQ(head.title, repeated(c.shown, 511));
+    EXPECT_EQ(head.columns, std::vector{repeated(c.shown, 63)});
+  }
+}
+
 TEST(ReportRows, DamagedFiles) {
   const std::string x(100'000, 'x');
   const std::string row = "[ROWS]\r\n01a\r\n9901\r\n";

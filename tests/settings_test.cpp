@@ -175,6 +175,33 @@ TEST(SettingsTest, RoundTrip) {
   EXPECT_EQ(Written(read), Written(SomeSettings()));
 }
 
+TEST(SettingsTest, TextsAreCutByCharacters) {
+  const auto repeated = [](std::string_view character, int times) {
+    std::string text;
+    for (int i = 0; i < times; ++i) text += character;
+    return text;
+  };
+  const struct {
+    const char* character;
+    size_t units;  // of UTF-16
+  } cases[] = {{"\u0436", 1}, {"\u65E5", 1}, {"\U0001F511", 2}};
+  for (const auto& c : cases) {
+    Settings settings;
+    settings.histories.search_texts = {repeated(c.character, 70)};
+    settings.histories.search_bytes = {repeated(c.character, 140)};
+    settings.histories.list_finds = {repeated(c.character, 70)};
+    const auto kept = [&](size_t most) {
+      return repeated(c.character, static_cast<int>(most / c.units));
+    };
+    const Settings read = Read(Written(settings));
+    EXPECT_EQ(read.histories.search_texts, History{kept(64)});
+    EXPECT_EQ(read.histories.search_bytes, History{kept(130)});
+    EXPECT_EQ(read.histories.list_finds, History{kept(63)});
+    const std::string by_hand = "[FTSC]\r\nFC0=" + repeated(c.character, 200) + "\r\n";
+    EXPECT_EQ(Read(by_hand).histories.search_texts, History{kept(64)});
+  }
+}
+
 TEST(SettingsTest, DamagedFilesReadAsBuiltIn) {
   const std::string built_in = Written(Settings());
   const char* const cases[] = {

@@ -7,6 +7,7 @@
 #include "app/settings.h"
 #include "hive/shown_zone.h"
 #include "host/host.h"
+#include "host/text.h"
 #include "reports/key_dates.h"
 #include "ui/dialogs/bit_boxes.h"
 #include "ui/dialogs/list_dialogs.h"
@@ -30,7 +31,7 @@ struct SearchDialog {
 };
 
 constexpr size_t kDwordDigits = 8;
-// What a history keeps of an entry.
+// Characters that a history keeps of an entry.
 constexpr size_t kTextEntry = 64;
 constexpr size_t kHexEntry = 130;
 
@@ -171,7 +172,7 @@ void FillField(const SearchDialog& state, int field, const History& history) {
 
 void KeepPattern(SearchPlace place, const SearchSettings& settings) {
   if (settings.hex_mode) return AddToHistory(BytesOf(place), settings.hex.substr(0, kHexEntry));
-  AddToHistory(TextsOf(place), settings.text.substr(0, kTextEntry));
+  AddToHistory(TextsOf(place), std::string(FirstUnits(settings.text, kTextEntry)));
 }
 
 // --- limits --------------------------------------------------------------------------------------

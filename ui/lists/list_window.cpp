@@ -10,6 +10,7 @@
 #include "host/host.h"
 #include "host/long_operation.h"
 #include "host/number_text.h"
+#include "host/text.h"
 #include "ui/frame/frame_window.h"
 #include "ui/frame/help.h"
 #include "ui/frame/list_view.h"
@@ -218,7 +219,7 @@ ListWindow* MakeListWindow(MainWindow& owner) {
 void NumberRows(OutputList& list) {
   for (uint32_t row = 0; row < RowCount(list); ++row) {
     ReplaceCell(list, row, 0,
-                Concat({Decimal(row + 1, 5), ", ", CellText(list, row, 0).substr(0, 511)}));
+                Concat({Decimal(row + 1, 5), ", ", FirstUnits(CellText(list, row, 0), 511)}));
   }
 }
 
