@@ -405,6 +405,7 @@ ComparisonCheck CheckComparison(const HiveImage& hive, const KeyTree& tree, uint
 
 std::vector<uint32_t> CompareBranch(const HiveImage& hive, const KeyTree& tree, uint32_t item,
                                     const CompareOptions& options, OutputList& list) {
+  ShowStatus("Comparing to Registry ...");
   std::vector<uint32_t> differing = Comparison(hive, tree, item, options, list).Run();
   ShowStatus(std::to_string(RowCount(list)).c_str());
   return differing;

@@ -207,6 +207,7 @@ TEST_F(MergeTest, RowsLeadBackToTheHive) {
   EXPECT_EQ(ItemOfPosition(opened_.tree, RowDatum(*list, 1)), item);
   EXPECT_FALSE(RowHasDatum(*list, 2));
   EXPECT_EQ(CellText(*list, 0, 4), CellText(*list, 1, 4));
+  EXPECT_TRUE(opened_.host.Showed("Comparing to Registry ..."));
   EXPECT_EQ(opened_.host.statuses.back(), "3");
 }
 
