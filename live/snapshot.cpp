@@ -51,10 +51,19 @@ uint32_t RootNameRoom(const uint8_t (&root)[kKeyName]) {
   return named && CellLength(size) > kKeyName ? CellLength(size) - kKeyName : 0;
 }
 
-bool WriteRootName(std::FILE* file, std::string_view path) {
-  const auto length = static_cast<uint8_t>(path.size());
+// A name of single-byte characters; empty where one takes more, as no root's flags allow that.
+std::vector<uint8_t> SingleByteName(std::string_view text) {
+  std::vector<uint8_t> name;
+  for (const char16_t unit : WideOfText(text)) {
+    if (unit > 0xFF) return {};
+    name.push_back(static_cast<uint8_t>(unit));
+  }
+  return name;
+}
+
+bool WriteRootName(std::FILE* file, std::span<const uint8_t> name) {
+  const auto length = static_cast<uint8_t>(name.size());
   const uint8_t lengths[4] = {length, 0, 0, 0};  // of the name, and of a class name: none
-  const std::span name(reinterpret_cast<const uint8_t*>(path.data()), path.size());
   return WriteAt(file, kFirstCellPosition + kKeyNameLength, lengths) &&
          WriteAt(file, kFirstCellPosition + kKeyName, name);
 }
@@ -64,8 +73,9 @@ bool WriteMark(std::FILE* file, std::string_view path, bool keep_signature) {
   if (ReadFileBytes(file, kFirstCellPosition, root, sizeof(root)) != sizeof(root)) return false;
   const std::array<uint8_t, 4> signature = {'s', 'n', 'a', 'p'};
   if (!keep_signature && !WriteAt(file, 0, signature)) return false;
-  const bool fits = path.size() < kRootNameArea - 1 && path.size() <= RootNameRoom(root);
-  return !fits || WriteRootName(file, path);
+  const std::vector<uint8_t> name = SingleByteName(path);
+  const bool fits = name.size() < kRootNameArea - 1 && name.size() <= RootNameRoom(root);
+  return name.empty() || !fits || WriteRootName(file, name);
 }
 
 bool WriteEmptyHive(const std::string& file) {

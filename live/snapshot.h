@@ -14,8 +14,9 @@
 namespace hivequarry {
 
 // Makes a snapshot of a hive file: "snap" in place of "regf" unless `keep_signature`, and the path
-// as the root key's name, where it is shorter than 247 characters and the root key's cell has room
-// for it; else the name stays. False when the file can't be written or is no hive.
+// as the root key's name, where it is shorter than 247 characters, none of them above U+00FF, and
+// the root key's cell has room for it; else the name stays. False when the file can't be written or
+// is no hive.
 bool MarkSnapshot(const std::string& file, std::string_view path, bool keep_signature);
 
 // Where the making of a snapshot ended.

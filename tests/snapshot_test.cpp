@@ -334,6 +334,26 @@ TEST_F(SnapshotTest, PathBecomesTheRootsNameWhereItHasRoom) {
     EXPECT_EQ(BranchFromHive(bytes, branch).size() == c.length, c.named);
     EXPECT_EQ(branch.keys.size(), c.hive.data() == empty.data() ? 0U : 1U);
   }
+  const auto repeated = [](const char* character, size_t times) {
+    std::string path;
+    while (times-- > 0) path += character;
+    return path;
+  };
+  const struct {
+    std::string path;
+    bool named;
+  } paths[] = {{"HKCU\\Software\\B\u00E4r", true},
+               {repeated("\u00E4", 246), true},
+               {repeated("\u00E4", 247), false},
+               {"HKCU\\Software\\\u0416", false},
+               {"HKCU\\\U0001F511", false}};
+  for (const auto& c : paths) {
+    const TempFile file(empty);
+    EXPECT_TRUE(MarkSnapshot(file.name(), c.path, false));
+    const Bytes bytes = ContentOf<Bytes>(file.name());
+    OpenedHive opened{std::span(bytes)};
+    EXPECT_EQ(opened.tree.root_text, c.named ? c.path : "sys.dat");
+  }
   const TempFile text("no hive at all", "x");
   EXPECT_FALSE(MarkSnapshot(text.name(), "HKLM", false));
 }
