@@ -415,6 +415,8 @@ TEST_F(ListTest, NewListsAreNumberedAndSorted) {
   TheSettings().options.number_rows = true;
   TheSettings().options.sort_new_lists = true;
   EXPECT_EQ(Column(OpenList(MakeRows(51, {{"b"}, {"a"}})), 0), (Texts{"00001, b", "00002, a"}));
+  const ListPlace& wide = OpenList(MakeRows(51, {{Utf8Name(std::wstring(600, L'\u0436'))}}));
+  EXPECT_EQ(CellText(*wide.model, 0, 0), "00001, " + Utf8Name(std::wstring(511, L'\u0436')));
   ShowList(window_->output, MakeOutputList(51));
   TheSettings().options.number_rows = false;
   FillList(window_->output, kOperationList, [](OutputList& list) {
@@ -422,6 +424,16 @@ TEST_F(ListTest, NewListsAreNumberedAndSorted) {
   });
   Finish(window_->output);
   EXPECT_EQ(Column(window_->output, 0), (Texts{"a", "b"}));
+}
+
+TEST_F(ListTest, TextsOfAnyScriptAreShownAndTyped) {
+  const std::string name = Utf8Name(std::wstring(250, L'\u0436'));
+  const ListPlace& place = OpenList(MakeRows(51, {{"a"}, {name}, {"\u0436\u0443\u043A"}}));
+  EXPECT_EQ(Column(place, 0)[1], name);
+  LVFINDINFOW typed{};
+  typed.flags = LVFI_STRING | LVFI_PARTIAL;
+  typed.psz = L"\u0436\u0443";
+  EXPECT_EQ(ListView_FindItem(place.list, -1, &typed), 2);
 }
 
 TEST_F(ListTest, WindowKeepsItsPlaceAndWidths) {

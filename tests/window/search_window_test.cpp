@@ -119,6 +119,13 @@ TEST_F(SearchWindowTest, HistoriesAndRootsOfTheRegistry) {
   });
   EXPECT_FALSE(AskSearch(handle_, SearchPlace::kRegistry)) << "no root to search";
   EXPECT_EQ(TheLastSearch().settings.text, kept);
+  InNextDialog([](HWND dialog) {
+    Click(dialog, kSearchConfig);
+    Type(dialog, kSearchText, std::wstring(70, L'\u0436').c_str());
+    Click(dialog, IDOK);
+  });
+  EXPECT_TRUE(AskSearch(handle_, SearchPlace::kRegistry));
+  EXPECT_EQ(TheSettings().histories.registry_texts.front(), Utf8Name(std::wstring(64, L'\u0436')));
 }
 
 TEST_F(SearchWindowTest, RowsOfSearches) {

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "host/text.h"
 #include "ui/frame/list_view.h"
 #include "ui/frame/text.h"
 #include "ui/lists/column_choice.h"
@@ -15,7 +16,7 @@ namespace {
 
 // The control offers `room` units, and no more are made of a long text.
 std::wstring CellStart(const ListPlace& place, uint32_t shown, int column, size_t room) {
-  return WindowText(CellText(*place.model, ModelRow(place, shown), column).substr(0, room));
+  return WindowText(FirstUnits(CellText(*place.model, ModelRow(place, shown), column), room));
 }
 
 void OnDisplay(const ListPlace& place, NMLVDISPINFOW& notice) {
