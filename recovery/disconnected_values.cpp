@@ -22,15 +22,17 @@ void ShowKeyProgress(size_t done, size_t total) {
 }
 
 // Takes out of the tables, and out of the values that no key names, those that have bytes of a live
-// record's cell.
+// record's cell. One that a live list names, but its key is not given, has a cell of its own.
 void DropOwnedValues(const HiveImage& hive, ScanTables& tables, std::vector<uint32_t>& found) {
   const OwnedCells& live = LiveCells(hive, RowsReachedByLists(hive, tables), tables);
   PositionIndex owned;
   ResetIndex(owned, hive.length);
   for (const uint32_t position : found) {
     const uint32_t length = kValueName + ReadU16(hive, position + kValueNameLength);
-    const bool taken = OwnerOf(live, position, uint64_t{position} + length) != nullptr;
-    if (taken) InsertPosition(owned, position);
+    const OwnedCell* owner = OwnerOf(live, position, uint64_t{position} + length);
+    const bool own =
+        owner != nullptr && owner->position == position && owner->what == OwnedAs::kValue;
+    if (owner != nullptr && !own) InsertPosition(owned, position);
   }
   const auto is_owned = [&owned](uint32_t position) { return ContainsPosition(owned, position); };
   if (std::erase_if(found, is_owned) != 0) std::erase_if(tables.values, is_owned);

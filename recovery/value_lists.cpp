@@ -134,21 +134,24 @@ PositionIndex ProvenValues(const HiveImage& hive, std::span<const Group> groups,
   return values;
 }
 
-// How many entries of a list without a sound cell are its key's.
+// How many entries are its key's, of a list whose cell or count is wrong. Where the cell is sound a
+// value that contradicts the key's words is a damaged one, and others of the key come after it.
 uint32_t OwnEntries(const HiveImage& hive, const Claim& claim, const PositionIndex& proven,
                     uint64_t most) {
   std::vector<uint32_t> values;
   ReadValueList(hive, ReadU32(hive, claim.key + kKeyValueCount), claim.list,
                 static_cast<uint32_t>(std::min<uint64_t>(most, claim.entries)), values);
   const ValueExtremes words = ExtremesOfKey(hive, claim.key);
+  const bool sound_cell = PlaceValueList(hive, 1, claim.list).bound == ListBound::kCell;
   uint32_t own = 0;
   for (uint32_t i = 0; i < values.size(); ++i) {
     if (values[i] == kNoOffset || ReadU16(hive, values[i] + 4) != kSignatureVk) continue;
     ValueExtremes extremes;
     Widen(hive, values[i], extremes);
     const bool allocated = IsAllocated(ReadU32(hive, values[i]));
-    if (ContainsPosition(proven, values[i]) || !allocated || !Allows(words, extremes)) break;
-    own = i + 1;
+    const bool fits = allocated && Allows(words, extremes);
+    if (ContainsPosition(proven, values[i]) || (!fits && !sound_cell)) break;
+    if (fits) own = i + 1;
   }
   return own;
 }

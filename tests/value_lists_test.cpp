@@ -116,6 +116,30 @@ TEST(ValueLists, OneBrokenKeyTakesNothingFromTheOthers) {
   }
 }
 
+// With a wrong count or cell of the list and a value in it that is damaged as well, the values
+// after that one are at their key or among those without one, never nowhere.
+TEST(ValueLists, ADamagedValueHidesNoneAfterIt) {
+  const struct {
+    const char* what;
+    std::function<void(BuiltHive&)> damage;
+    size_t at_key;
+  } kCases[] = {
+      {"count", [](BuiltHive& h) { h.FlipBit(h.PositionOf("A") + field::kKeyValues + 2, 7); }, 6},
+      {"no cell", [](BuiltHive& h) { h.SetU32(h.ValueListPosition("A"), 0, 0); }, 2},
+      {"odd cell", [](BuiltHive& h) { h.SetU32(h.ValueListPosition("A"), 0, 0U - 31); }, 2}};
+  for (const auto& at : kCases) {
+    SCOPED_TRACE(at.what);
+    HiveBuilder builder;
+    for (int i = 0; i < 6; ++i) builder.Key("A").Dword("v" + std::to_string(i), 1);
+    BuiltHive built = builder.Build();
+    built.SetU16(built.ValuePosition("A", "v2"), 8, 0x7000);  // the length of its data
+    at.damage(built);
+    const OpenedHive opened(built);
+    EXPECT_EQ(CountOf(Rows(opened), "A:v"), at.at_key);
+    EXPECT_EQ(opened.tree.disconnected_value_positions.size(), 6 - at.at_key);
+  }
+}
+
 // The owner is the key whose record knows the list's longest name and data.
 TEST(ValueLists, SharedListsAreTheirOwnersFirst) {
   constexpr uint32_t kShared = 6000;
