@@ -617,6 +617,16 @@ bool BreakAtPage(const Shifts& shifts, const Region& region, std::span<const Wit
   return least_missed <= static_cast<int64_t>(count / 32);
 }
 
+// True when the file's length tells of the region's end: not where blocks of another hive come
+// after its own. Those are on the pages as they always were, so nothing changed before them, and
+// where their last one was cut off is no matter of this hive.
+bool IsLengthTelling(const Shifts& shifts, const Region& region) {
+  return std::ranges::none_of(shifts.headers, [&](const BinHeader& bin) {
+    return bin.position > region.begin && bin.Distance() != region.distance_before &&
+           (bin.position - region.distance_before) % 4096 == 0;
+  });
+}
+
 // How many bytes a file of whole pages has too much, and too few, less the changes known so far.
 std::array<uint32_t, 2> TailDistances(const Shifts& shifts, const Region& region) {
   const auto size = static_cast<uint32_t>(shifts.bytes.size());
@@ -692,7 +702,7 @@ void KeepRegion(const Shifts& shifts, const Region& region, std::vector<KeptStre
     if (!known) candidates.push_back({distance, local});
   };
   propose(region.distance_after, false);
-  if (region.open) {
+  if (region.open && IsLengthTelling(shifts, region)) {
     for (const uint32_t distance : TailDistances(shifts, region)) propose(distance, false);
   }
   for (const uint32_t distance : VoteDistances(shifts, region, records)) propose(distance, true);

@@ -392,6 +392,26 @@ TEST(OffsetMap, AnotherHiveBehind) {
   }
 }
 
+// Where the file was cut off in them tells nothing of the hive before them.
+TEST(OffsetMap, LastBlocksOfAnotherHiveThatWereCutOff) {
+  const BuiltHive sound = Groups();
+  HiveBuilder builder("OTHER");
+  for (uint32_t i = 0; i < 300; ++i) {
+    builder.Key("Foreign" + std::to_string(i)).Sz("w", "x").Dword("d", i);
+  }
+  const BuiltHive other = builder.Build();
+  const uint32_t last = other.BinCount() - 6;
+  const Bytes joined =
+      Joined({sound.bytes, std::span(other.bytes).subspan(other.BinPosition(last))});
+  const auto size = static_cast<uint32_t>(sound.bytes.size());
+  for (size_t length = size + 0x200; length < joined.size(); length += 0x358) {
+    SCOPED_TRACE(length);
+    OpenedHive opened(std::span<const uint8_t>(joined).first(length), BothHives());
+    EXPECT_TRUE(opened.hive.places.undone.empty());
+    ExpectTheRest(opened, sound, Inserted(size, 0), true);
+  }
+}
+
 TEST(OffsetMap, AnotherHiveInBetween) {
   const BuiltHive sound = Groups();
   const BuiltHive other = OtherHive(List::kLh);
