@@ -36,8 +36,6 @@ void MoveBookmarkSplitter(MainWindow& window, int distance);
 // The words in the box were changed (WM_COMMAND).
 void OnBookmarkWords(MainWindow& window);
 LRESULT OnBookmarkNotify(MainWindow& window, const NMHDR& notice);
-// `where` on the screen, -1 and -1 for the keyboard.
-void TrackBookmarkMenu(MainWindow& window, POINT where);
 // Enter and Esc in the box; false for any other key.
 bool TakeBookmarkKey(MainWindow& window, const MSG& message);
 

@@ -10,7 +10,7 @@
 #include "hive/timestamp.h"
 #include "ui/commands/bookmark_file.h"
 #include "ui/commands/bookmark_report.h"
-#include "ui/draw/dpi.h"
+#include "ui/draw/text_size.h"
 #include "ui/dress/dress.h"
 #include "ui/frame/dialog_layout.h"
 #include "ui/frame/help.h"
@@ -149,10 +149,7 @@ void KeepNote(BookmarkDialog& state) {
   const std::optional<Bookmark> bookmark = Selected(state);
   if (!bookmark || SendMessageW(edit, EM_GETMODIFY, 0, 0) == 0) return;
   SendMessageW(edit, EM_SETMODIFY, FALSE, 0);
-  std::wstring text(static_cast<size_t>(GetWindowTextLengthW(edit)) + 1, L'\0');
-  text.resize(
-      static_cast<size_t>(GetWindowTextW(edit, text.data(), static_cast<int>(text.size()))));
-  const std::string note = Utf8Name(text);
+  const std::string note = Utf8Name(TextOfControl(edit));
   ChangeBookmarkWords(*state.window, *bookmark, note, TagWords(bookmark->tags));
   const int row = SelectedRow(state);
   state.bookmarks = ReadBookmarks();
@@ -204,11 +201,7 @@ void ShowMenu(BookmarkDialog& state, LPARAM where) {
   AppendMenuW(menu, MF_STRING, kBookmarkCopy, L"&Copy Key Name");
   AppendMenuW(menu, MF_SEPARATOR, 0, nullptr);
   AppendMenuW(menu, MF_STRING, kBookmarkDelete, L"&Delete from Bookmarks\tDel");
-  const POINT point = MenuPoint(state, where);
-  DressMenu(menu);
-  const int chosen = TrackPopupMenu(menu, TPM_RIGHTBUTTON | TPM_RETURNCMD | TPM_NONOTIFY, point.x,
-                                    point.y, 0, state.dialog, nullptr);
-  DestroyMenu(menu);
+  const int chosen = ChooseFromMenu(menu, state.dialog, MenuPoint(state, where));
   if (chosen != 0) SendMessageW(state.dialog, WM_COMMAND, static_cast<WPARAM>(chosen), 0);
 }
 

@@ -6,6 +6,7 @@
 #include "app/key_paths.h"
 #include "app/recent_keys.h"
 #include "ui/commands/key_going.h"
+#include "ui/draw/text_size.h"
 #include "ui/frame/dialog_layout.h"
 #include "ui/frame/modal.h"
 #include "ui/frame/text.h"
@@ -49,19 +50,12 @@ HWND ListOf(const RecentDialog& state) { return GetDlgItem(state.dialog, kRecent
 // Long paths can be scrolled to their end.
 void FitExtent(const RecentDialog& state) {
   const HWND list = ListOf(state);
-  const HDC dc = GetDC(list);
-  const auto font = reinterpret_cast<HFONT>(SendMessageW(list, WM_GETFONT, 0, 0));
-  const HGDIOBJ previous =
-      SelectObject(dc, font != nullptr ? font : GetStockObject(DEFAULT_GUI_FONT));
+  const HFONT font = FontOfControl(list);
   LONG widest = 0;
   for (const std::string& key : state.keys) {
     const std::wstring text = WideName(ShownKeyPath(key)) + L"  ";
-    SIZE size{};
-    GetTextExtentPoint32W(dc, text.c_str(), static_cast<int>(text.size()), &size);
-    widest = std::max(widest, size.cx);
+    widest = std::max(widest, TextSize(font, text).cx);
   }
-  SelectObject(dc, previous);
-  ReleaseDC(list, dc);
   ListBox_SetHorizontalExtent(list, widest);
 }
 

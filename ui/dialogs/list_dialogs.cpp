@@ -6,6 +6,7 @@
 
 #include "app/settings.h"
 #include "host/host.h"
+#include "ui/draw/text_size.h"
 #include "ui/frame/modal.h"
 #include "ui/frame/text.h"
 #include "ui/resources/resource.h"
@@ -154,15 +155,6 @@ INT_PTR CALLBACK SelectProc(HWND dialog, UINT message, WPARAM first, LPARAM seco
   return TRUE;
 }
 
-std::u16string WideControlText(HWND dialog, int control) {
-  const HWND window = GetDlgItem(dialog, control);
-  std::u16string text(static_cast<size_t>(GetWindowTextLengthW(window)) + 1, u'\0');
-  const int length = GetWindowTextW(window, reinterpret_cast<wchar_t*>(text.data()),
-                                    static_cast<int>(text.size()));
-  text.resize(static_cast<size_t>(length));
-  return text;
-}
-
 }  // namespace
 
 ListDialogs& TheListDialogs() {
@@ -183,7 +175,7 @@ bool AskSelect(HWND owner, const OutputList& list, SelectChoice& choice) {
 }
 
 std::string ControlText(HWND dialog, int control) {
-  return TextOfWide(WideControlText(dialog, control));
+  return Utf8Name(TextOfControl(GetDlgItem(dialog, control)));
 }
 
 std::string ControlFileName(HWND dialog, int control) {

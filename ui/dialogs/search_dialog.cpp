@@ -11,6 +11,7 @@
 #include "reports/key_dates.h"
 #include "ui/dialogs/bit_boxes.h"
 #include "ui/dialogs/list_dialogs.h"
+#include "ui/draw/text_size.h"
 #include "ui/frame/dialog_layout.h"
 #include "ui/frame/help.h"
 #include "ui/frame/modal.h"
@@ -73,13 +74,6 @@ bool IsNumber(const SearchDialog& state) {
 std::string PatternOfField(std::wstring shown) {
   std::ranges::replace(shown, L'\u2400', L'\0');
   return TextOfWide(std::u16string(shown.begin(), shown.end()));
-}
-
-std::wstring EditedText(HWND field) {
-  std::wstring text(static_cast<size_t>(GetWindowTextLengthW(field)) + 1, L'\0');
-  text.resize(
-      static_cast<size_t>(GetWindowTextW(field, text.data(), static_cast<int>(text.size()))));
-  return text;
 }
 
 // The entry just chosen from the list, which the field shows only afterwards.
@@ -149,7 +143,7 @@ void MirrorHex(SearchDialog& state, const std::wstring& shown) {
 void OnField(SearchDialog& state, int field, WORD notice) {
   if (state.mirroring || (notice != CBN_EDITCHANGE && notice != CBN_SELCHANGE)) return;
   const HWND box = GetDlgItem(state.dialog, field);
-  const std::wstring shown = notice == CBN_SELCHANGE ? ChosenText(box) : EditedText(box);
+  const std::wstring shown = notice == CBN_SELCHANGE ? ChosenText(box) : TextOfControl(box);
   field == kSearchText ? MirrorText(state, shown) : MirrorHex(state, shown);
 }
 
@@ -194,7 +188,7 @@ constexpr TimeField kTimes[] = {{kSearchWrittenFrom, &SearchLimits::from, 0, 0},
                                 {kSearchWrittenTo, &SearchLimits::to, UINT64_MAX, 9'999'999}};
 
 std::string FieldText(const SearchDialog& state, int control) {
-  const std::wstring text = EditedText(GetDlgItem(state.dialog, control));
+  const std::wstring text = TextOfControl(GetDlgItem(state.dialog, control));
   return TextOfWide(std::u16string(text.begin(), text.end()));
 }
 

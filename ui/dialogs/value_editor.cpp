@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "hive/value_input.h"
+#include "ui/draw/text_size.h"
 #include "ui/frame/dialog_layout.h"
 #include "ui/frame/modal.h"
 #include "ui/frame/text.h"
@@ -76,11 +77,8 @@ bool IsTooLong(const Editor& editor) {
 }
 
 std::u16string TextIn(HWND control) {
-  std::u16string text(static_cast<size_t>(GetWindowTextLengthW(control)) + 1, u'\0');
-  const int length = GetWindowTextW(control, reinterpret_cast<wchar_t*>(text.data()),
-                                    static_cast<int>(text.size()));
-  text.resize(static_cast<size_t>(length));
-  return text;
+  const std::wstring text = TextOfControl(control);
+  return {text.begin(), text.end()};
 }
 
 void SetText(HWND control, const std::u16string& text) {

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "ui/draw/dpi.h"
+#include "ui/draw/text_size.h"
 #include "ui/dress/dress_kinds.h"
 #include "ui/dress/paint.h"
 
@@ -162,11 +163,10 @@ void PaintGroup(HWND window) {
   const HDC dc = BeginPaint(window, &paint);
   RECT area;
   GetClientRect(window, &area);
-  const auto font = reinterpret_cast<HFONT>(SendMessageW(window, WM_GETFONT, 0, 0));
+  const HFONT font = FontOfControl(window);
   const HGDIOBJ previous = SelectObject(dc, font);
-  const std::wstring text = ControlText(window);
-  SIZE size{};
-  GetTextExtentPoint32W(dc, text.c_str(), static_cast<int>(text.size()), &size);
+  const std::wstring text = TextOfControl(window);
+  const SIZE size = TextSize(font, text);
   RECT line = area;
   line.top += size.cy / 2;
   FrameRect(dc, &line, BrushOf(Tone::kEdge));
@@ -194,7 +194,7 @@ void PaintButton(HWND window, ButtonForm form) {
                 .state = SendMessageW(window, BM_GETSTATE, 0, 0),
                 .style = GetWindowLongPtrW(window, GWL_STYLE),
                 .dpi = DpiOfWindow(window),
-                .text = ControlText(window)},
+                .text = TextOfControl(window)},
                form);
   });
 }
@@ -238,7 +238,7 @@ void PaintLabel(HWND window, LONG_PTR style) {
   if (!ShowsKeys(window)) format |= DT_HIDEPREFIX;
   PaintWindow(window, [window, format](HDC dc, const RECT& area) {
     FillRect(dc, &area, BrushOf(Tone::kFace));
-    DrawWords(dc, ControlText(window), area, Tone::kFaint, format);
+    DrawWords(dc, TextOfControl(window), area, Tone::kFaint, format);
   });
 }
 

@@ -1,5 +1,6 @@
 // Edits and combo boxes.
 #include "ui/draw/dpi.h"
+#include "ui/draw/text_size.h"
 #include "ui/dress/dress_kinds.h"
 #include "ui/dress/paint.h"
 #include "ui/dress/system_dark.h"
@@ -20,7 +21,7 @@ void DrawChoice(HWND window, HDC dc, const RECT& area, const COMBOBOXINFO& info)
   RECT text = area;
   InflateRect(&text, -Scale(kTextMargin, dpi), 0);
   text.right = info.rcButton.left;
-  DrawWords(dc, ControlText(window), text, usable ? Tone::kText : Tone::kFaint,
+  DrawWords(dc, TextOfControl(window), text, usable ? Tone::kText : Tone::kFaint,
             DT_SINGLELINE | DT_VCENTER | DT_NOPREFIX | DT_END_ELLIPSIS);
 }
 

@@ -42,6 +42,8 @@ void PutOn(HWND window, const DressKind& kind) {
   if (kind.put_on != nullptr) kind.put_on(window, IsDark());
 }
 
+void DressMenu(HMENU menu) { SetOwnDrawn(menu, IsDark()); }
+
 bool TellsOfColours(UINT message) {
   return message == WM_SYSCOLORCHANGE || message == WM_SETTINGCHANGE || message == WM_THEMECHANGED;
 }
@@ -153,6 +155,12 @@ void RedressWindows() {
   EnumThreadWindows(GetCurrentThreadId(), RedressFrame, 0);
 }
 
-void DressMenu(HMENU menu) { SetOwnDrawn(menu, IsDark()); }
+int ChooseFromMenu(HMENU menu, HWND owner, POINT where) {
+  DressMenu(menu);
+  const int chosen = TrackPopupMenu(menu, TPM_RIGHTBUTTON | TPM_RETURNCMD | TPM_NONOTIFY, where.x,
+                                    where.y, 0, owner, nullptr);
+  DestroyMenu(menu);
+  return chosen;
+}
 
 }  // namespace hivequarry

@@ -16,7 +16,8 @@ void StartDressing();
 // windows are told WM_SYSCOLORCHANGE.
 void RedressWindows();
 
-// Before TrackPopupMenu where its owner is not told that the menu opens (TPM_NONOTIFY).
-void DressMenu(HMENU menu);
+// Shows a menu at a place of the screen, dressed, and destroys it. The number of the item that was
+// chosen, 0 for none; its owner is told nothing.
+int ChooseFromMenu(HMENU menu, HWND owner, POINT where);
 
 }  // namespace hivequarry

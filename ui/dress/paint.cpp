@@ -13,13 +13,6 @@ void KeepOutOfChildren(HWND window, HDC dc) {
   }
 }
 
-std::wstring ControlText(HWND window) {
-  std::wstring text(static_cast<size_t>(GetWindowTextLengthW(window)) + 1, L'\0');
-  text.resize(
-      static_cast<size_t>(GetWindowTextW(window, text.data(), static_cast<int>(text.size()))));
-  return text;
-}
-
 void DrawWords(HDC dc, const std::wstring& words, RECT area, Tone tone, UINT format) {
   SetTextColor(dc, ColourOf(tone));
   DrawTextW(dc, words.c_str(), static_cast<int>(words.size()), &area, format);

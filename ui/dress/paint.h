@@ -3,6 +3,7 @@
 
 #include <string>
 
+#include "ui/draw/text_size.h"
 #include "ui/draw/tones.h"
 #include "ui/draw/win.h"
 
@@ -24,9 +25,7 @@ void PaintWindow(HWND window, const Draw& draw) {
   const HPAINTBUFFER buffer =
       BeginBufferedPaint(screen, &area, BPBF_COMPATIBLEBITMAP, nullptr, &dc);
   if (buffer == nullptr) dc = screen;
-  const auto font = reinterpret_cast<HFONT>(SendMessageW(window, WM_GETFONT, 0, 0));
-  const HGDIOBJ previous =
-      SelectObject(dc, font != nullptr ? font : GetStockObject(DEFAULT_GUI_FONT));
+  const HGDIOBJ previous = SelectObject(dc, FontOfControl(window));
   SetBkMode(dc, TRANSPARENT);
   draw(dc, area);
   SelectObject(dc, previous);
@@ -34,7 +33,6 @@ void PaintWindow(HWND window, const Draw& draw) {
   EndPaint(window, &paint);
 }
 
-std::wstring ControlText(HWND window);
 // `format` of DrawTextW.
 void DrawWords(HDC dc, const std::wstring& words, RECT area, Tone tone, UINT format);
 // A filled box with a line round it.

@@ -1,18 +1,14 @@
 #include "ui/frame/dialog_layout.h"
 
+#include "ui/draw/text_size.h"
+
 namespace hivequarry {
 namespace {
 
 // The width of the alphabet is what dialogs take the average of.
 SIZE FontUnits(HWND dialog) {
   constexpr wchar_t kLetters[] = L"ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz";
-  const HDC dc = GetDC(dialog);
-  const auto font = reinterpret_cast<HFONT>(SendDlgItemMessageW(dialog, IDOK, WM_GETFONT, 0, 0));
-  const HGDIOBJ old_font = font != nullptr ? SelectObject(dc, font) : nullptr;
-  SIZE units{};
-  GetTextExtentPoint32W(dc, kLetters, 52, &units);
-  if (old_font != nullptr) SelectObject(dc, old_font);
-  ReleaseDC(dialog, dc);
+  const SIZE units = TextSize(FontOfControl(GetDlgItem(dialog, IDOK)), kLetters);
   return {units.cx > 0 ? units.cx : 1, units.cy > 0 ? units.cy : 1};
 }
 

@@ -1,5 +1,6 @@
 #include "ui/hex/hex_find.h"
 
+#include "ui/draw/text_size.h"
 #include "ui/frame/modal.h"
 #include "ui/frame/text.h"
 #include "ui/resources/resource.h"
@@ -9,17 +10,10 @@ namespace {
 
 constexpr int kKinds[] = {kHexFindBytes, kHexFindText, kHexFindWide};
 
-std::u16string TextOfControl(HWND control) {
-  std::u16string text(static_cast<size_t>(GetWindowTextLengthW(control)) + 1, u'\0');
-  const int length = GetWindowTextW(control, reinterpret_cast<wchar_t*>(text.data()),
-                                    static_cast<int>(text.size()));
-  text.resize(static_cast<size_t>(length));
-  return text;
-}
-
 HexFind ChoiceIn(HWND dialog) {
   HexFind find;
-  find.text = TextOfControl(GetDlgItem(dialog, kHexFindWhat));
+  const std::wstring text = TextOfControl(GetDlgItem(dialog, kHexFindWhat));
+  find.text.assign(text.begin(), text.end());
   for (int kind = 0; kind < 3; ++kind) {
     if (IsDlgButtonChecked(dialog, kKinds[kind]) == BST_CHECKED) {
       find.kind = static_cast<HexFindKind>(kind);

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "app/settings.h"
+#include "ui/dress/dress.h"
 #include "ui/frame/list_view.h"
 #include "ui/frame/text.h"
 #include "ui/lists/list_place.h"
@@ -169,11 +170,7 @@ void RunColumnMenu(ListPlace& place, int chosen) {
 }
 
 void TrackColumnMenu(ListPlace& place, POINT where) {
-  const HMENU menu = MakeColumnMenu(place);
-  const int chosen = TrackPopupMenu(menu, TPM_RIGHTBUTTON | TPM_RETURNCMD | TPM_NONOTIFY, where.x,
-                                    where.y, 0, place.window, nullptr);
-  DestroyMenu(menu);
-  RunColumnMenu(place, chosen);
+  RunColumnMenu(place, ChooseFromMenu(MakeColumnMenu(place), place.window, where));
 }
 
 void OnColumns(ListPlace& place) {

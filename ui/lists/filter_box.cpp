@@ -5,6 +5,7 @@
 
 #include "ui/dialogs/list_dialogs.h"
 #include "ui/draw/dpi.h"
+#include "ui/draw/text_size.h"
 #include "ui/frame/text.h"
 #include "ui/lists/list_place.h"
 #include "ui/lists/list_work.h"
@@ -29,24 +30,9 @@ HWND MakeChild(const ListPlace& place, const wchar_t* type, const wchar_t* text,
                          place.owner->instance, nullptr);
 }
 
-std::wstring ControlWords(HWND control) {
-  std::wstring words(static_cast<size_t>(GetWindowTextLengthW(control)) + 1, L'\0');
-  words.resize(
-      static_cast<size_t>(GetWindowTextW(control, words.data(), static_cast<int>(words.size()))));
-  return words;
-}
-
 // In the font that the control has.
-SIZE TextSize(HWND control, const std::wstring& text) {
-  const HDC dc = GetDC(control);
-  const auto font = reinterpret_cast<HFONT>(SendMessageW(control, WM_GETFONT, 0, 0));
-  const HGDIOBJ previous =
-      SelectObject(dc, font != nullptr ? font : GetStockObject(DEFAULT_GUI_FONT));
-  SIZE size{};
-  GetTextExtentPoint32W(dc, text.c_str(), static_cast<int>(text.size()), &size);
-  SelectObject(dc, previous);
-  ReleaseDC(control, dc);
-  return size;
+SIZE SizeIn(HWND control, const std::wstring& text) {
+  return TextSize(FontOfControl(control), text);
 }
 
 }  // namespace
@@ -77,14 +63,14 @@ void SetFilterFont(const FilterControls& filter, HFONT font) {
 
 int PlaceFilterBox(const FilterControls& filter, uint32_t dpi, int left, int right, int top) {
   const int gap = Scale(kGap, dpi);
-  const SIZE label = TextSize(filter.label, L"Filter: ");
+  const SIZE label = SizeIn(filter.label, L"Filter: ");
   const int inside = Scale(kInside, dpi);
   const int height = label.cy + 2 * inside;
   int ticks = 0;
   const HWND boxes[] = {filter.match_case, filter.whole_words, filter.regular};
   int widths[std::size(boxes)];
   for (size_t i = 0; i < std::size(boxes); ++i) {
-    widths[i] = TextSize(boxes[i], ControlWords(boxes[i])).cx + Scale(kTickRoom, dpi);
+    widths[i] = SizeIn(boxes[i], TextOfControl(boxes[i])).cx + Scale(kTickRoom, dpi);
     ticks += widths[i] + gap;
   }
   left += 2 * Scale(kMargin, dpi);
@@ -105,7 +91,7 @@ int PlaceFilterBox(const FilterControls& filter, uint32_t dpi, int left, int rig
 void ShowFilterNote(const ListPlace& place, const std::string& note) {
   const HWND shown = GetDlgItem(place.window, kListFilterNoteId);
   const std::wstring words = WindowText(note);
-  if (ControlWords(shown) == words) return;
+  if (TextOfControl(shown) == words) return;
   SetWindowTextW(shown, words.c_str());
   // A narrow window has no room beside the box.
   ShowPlaceStatus(place, note.empty() ? "" : (" " + note).c_str());

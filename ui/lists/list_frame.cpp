@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "host/number_text.h"
+#include "ui/draw/text_size.h"
 #include "ui/frame/text.h"
 #include "ui/frame/tool_buttons.h"
 #include "ui/lists/activity_pane.h"
@@ -58,30 +59,13 @@ void ShowButtons(const ListWindow& window) {
 
 // --- the source's name ---------------------------------------------------------------------------
 
-std::wstring ControlWords(HWND control) {
-  std::wstring words(static_cast<size_t>(GetWindowTextLengthW(control)) + 1, L'\0');
-  words.resize(
-      static_cast<size_t>(GetWindowTextW(control, words.data(), static_cast<int>(words.size()))));
-  return words;
-}
-
-SIZE TextSize(const ListWindow& window, const std::wstring& text) {
-  const HDC dc = GetDC(window.place.window);
-  const HGDIOBJ previous = SelectObject(dc, window.fonts.text);
-  SIZE size{};
-  GetTextExtentPoint32W(dc, text.c_str(), static_cast<int>(text.size()), &size);
-  SelectObject(dc, previous);
-  ReleaseDC(window.place.window, dc);
-  return size;
-}
-
 bool HasSource(const ListWindow& window) { return !ListSource(*window.place.model).empty(); }
 
 // Its height; 0 where there is none.
 int PlaceSource(const ListWindow& window, int width, int top) {
   if (!HasSource(window)) return 0;
   const int margin = Scale(kMargin, window.dpi);
-  const SIZE label = TextSize(window, L"File: ");
+  const SIZE label = TextSize(window.fonts.text, L"File: ");
   const int inside = Scale(kSourceMargin, window.dpi);
   const int height = label.cy + 2 * inside;
   const int left = 2 * margin + label.cx;
@@ -157,7 +141,7 @@ void ShowWork(const ListWindow& window) {
 
 // Setting the text that is there already would flicker.
 void ShowText(HWND window, const std::wstring& text) {
-  if (ControlWords(window) != text) SetWindowTextW(window, text.c_str());
+  if (TextOfControl(window) != text) SetWindowTextW(window, text.c_str());
 }
 
 void ShowSource(ListWindow& window) {

@@ -165,11 +165,7 @@ HMENU MakeListMenu(const ListPlace& place) {
 
 void TrackListMenu(ListPlace& place, POINT where) {
   if (where.x == -1 && where.y == -1) where = FocusPoint(place);
-  const HMENU menu = MakeListMenu(place);
-  DressMenu(menu);
-  const int chosen = TrackPopupMenu(menu, TPM_RIGHTBUTTON | TPM_RETURNCMD | TPM_NONOTIFY, where.x,
-                                    where.y, 0, place.window, nullptr);
-  DestroyMenu(menu);
+  const int chosen = ChooseFromMenu(MakeListMenu(place), place.window, where);
   RunListCommand(place, static_cast<uint32_t>(chosen));
 }
 

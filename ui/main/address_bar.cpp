@@ -4,6 +4,7 @@
 #include <string>
 
 #include "host/host.h"
+#include "ui/draw/text_size.h"
 #include "ui/frame/text.h"
 #include "ui/main/main_window.h"
 
@@ -12,10 +13,7 @@ namespace {
 
 // What was typed or pasted, on one line and without blanks around it.
 std::string TypedPath(const MainWindow& window) {
-  std::wstring text(static_cast<size_t>(GetWindowTextLengthW(window.controls.path)) + 1, L'\0');
-  const int length =
-      GetWindowTextW(window.controls.path, text.data(), static_cast<int>(text.size()));
-  text.resize(static_cast<size_t>(length));
+  std::wstring text = TextOfControl(window.controls.path);
   std::erase_if(text, [](wchar_t c) { return c == L'\r' || c == L'\n'; });
   const size_t first = text.find_first_not_of(L" \t");
   if (first == std::wstring::npos) return std::string();

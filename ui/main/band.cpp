@@ -6,6 +6,7 @@
 
 #include "hive/hive_table.h"
 #include "ui/commands/hive_list_commands.h"
+#include "ui/draw/text_size.h"
 #include "ui/draw/tones.h"
 #include "ui/frame/text.h"
 #include "ui/frame/tool_buttons.h"
@@ -36,20 +37,13 @@ struct BandMeasure {
 };
 BandMeasure Measure(const MainWindow& window) {
   const Band& band = window.band;
-  const HDC dc = GetDC(band.window);
-  const HGDIOBJ previous = SelectObject(dc, window.look.fonts.text);
+  const HFONT font = window.look.fonts.text;
   BandMeasure measure;
   for (size_t i = 0; i < PartCount(band.glance); ++i) {
     const std::wstring text = WindowText(PartOf(band, kFirstButton + static_cast<int>(i))->text);
-    SIZE size{};
-    GetTextExtentPoint32W(dc, text.c_str(), static_cast<int>(text.size()), &size);
-    measure.widths.push_back(size.cx + 2 * Scale(kTextMargin, window.dpi));
+    measure.widths.push_back(TextSize(font, text).cx + 2 * Scale(kTextMargin, window.dpi));
   }
-  TEXTMETRICW metrics{};
-  GetTextMetricsW(dc, &metrics);
-  measure.line = metrics.tmHeight + 2 * Scale(kLineMargin, window.dpi);
-  SelectObject(dc, previous);
-  ReleaseDC(band.window, dc);
+  measure.line = LineHeight(font) + 2 * Scale(kLineMargin, window.dpi);
   return measure;
 }
 

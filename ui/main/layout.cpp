@@ -4,6 +4,8 @@
 #include <array>
 
 #include "app/settings.h"
+#include "ui/draw/text_size.h"
+#include "ui/frame/child_place.h"
 #include "ui/frame/list_view.h"
 #include "ui/frame/splitter.h"
 #include "ui/main/main_window.h"
@@ -22,30 +24,10 @@ constexpr int kSmallIcon = 16;
 constexpr int kToolIcon = 20;
 constexpr int kShareWhole = 10000;
 
-// What a pane showed is not moved with it: where panes move over one another, parts of it would be
-// those of the other.
-void Place(HWND child, const RECT& area) {
-  SetWindowPos(child, nullptr, area.left, area.top, std::max<LONG>(area.right - area.left, 0),
-               std::max<LONG>(area.bottom - area.top, 0),
-               SWP_NOZORDER | SWP_NOACTIVATE | SWP_NOCOPYBITS);
-}
-
-void Show(HWND child, bool on) { ShowWindow(child, on ? SW_SHOWNA : SW_HIDE); }
-
 int HeightOf(HWND child) {
   RECT area;
   GetWindowRect(child, &area);
   return area.bottom - area.top;
-}
-
-int TextHeight(const MainWindow& window) {
-  const HDC dc = GetDC(window.handle);
-  const HGDIOBJ previous = SelectObject(dc, window.look.fonts.text);
-  TEXTMETRICW metrics{};
-  GetTextMetricsW(dc, &metrics);
-  SelectObject(dc, previous);
-  ReleaseDC(window.handle, dc);
-  return metrics.tmHeight;
 }
 
 // A size that leaves both sides of a splitter something to show.
@@ -60,13 +42,13 @@ RECT PaneArea(MainWindow& window, const RECT& client) {
   area.bottom -= HeightOf(window.controls.status);
   const int side = Scale(kMargin, window.dpi);
   const int margin = Scale(kToolbarMargin, window.dpi);
-  Show(window.controls.toolbar, TheSettings().toolbar);
+  ShowChild(window.controls.toolbar, TheSettings().toolbar);
   if (!TheSettings().toolbar) {
     area.top += margin;
     return area;
   }
   const int height = WrapToolbar(window, area.right - 2 * side);
-  Place(window.controls.toolbar, {side, margin, area.right - side, margin + height});
+  PlaceChild(window.controls.toolbar, {side, margin, area.right - side, margin + height});
   area.top += height + 2 * margin;
   return area;
 }
@@ -82,10 +64,10 @@ void CentrePathText(const MainWindow& window, int text_height) {
 
 RECT PlacePath(MainWindow& window, RECT area) {
   const int margin = Scale(kMargin, window.dpi);
-  const int text = TextHeight(window);
+  const int text = LineHeight(window.look.fonts.text);
   const int height = text + 2 * Scale(kPathMargin, window.dpi);
-  Place(window.controls.path,
-        {area.left + margin, area.top, area.right - margin, area.top + height});
+  PlaceChild(window.controls.path,
+             {area.left + margin, area.top, area.right - margin, area.top + height});
   CentrePathText(window, text);
   area.top += height + margin;
   return area;
@@ -95,7 +77,8 @@ RECT PlacePath(MainWindow& window, RECT area) {
 RECT PlaceBand(MainWindow& window, RECT area) {
   const int margin = Scale(kMargin, window.dpi);
   const int height = FillBand(window, std::max<int>(area.right - area.left - 2 * margin, 1));
-  Place(window.band.window, {area.left + margin, area.top, area.right - margin, area.top + height});
+  PlaceChild(window.band.window,
+             {area.left + margin, area.top, area.right - margin, area.top + height});
   if (height != 0) area.top += height + margin;
   return area;
 }
@@ -107,22 +90,22 @@ void PlaceRightSide(MainWindow& window, const RECT& area) {
     const int height = area.bottom - area.top;
     detail = Clamp(window, MulDiv(height, window.layout.detail_share, kShareWhole), height);
     const int top = area.bottom - detail;
-    Place(window.controls.detail_splitter, {area.left, top - bar, area.right, top});
-    Place(window.viewer.window, {area.left, top, area.right, area.bottom});
+    PlaceChild(window.controls.detail_splitter, {area.left, top - bar, area.right, top});
+    PlaceChild(window.viewer.window, {area.left, top, area.right, area.bottom});
     detail += bar;
   }
-  Place(window.values.window, {area.left, area.top, area.right, area.bottom - detail});
+  PlaceChild(window.values.window, {area.left, area.top, area.right, area.bottom - detail});
   FitValueColumns(window.values, window.dpi);
 }
 
 void PlacePanes(MainWindow& window, const RECT& area) {
-  if (window.layout.arrangement == kTreeArrangement) return Place(window.controls.tree, area);
+  if (window.layout.arrangement == kTreeArrangement) return PlaceChild(window.controls.tree, area);
   const int bar = Scale(kSplitterWidth, window.dpi);
   const int width =
       Clamp(window, Scale(window.layout.tree_width, window.dpi), area.right - area.left);
   const int edge = area.left + width;
-  Place(window.controls.tree, {area.left, area.top, edge, area.bottom});
-  Place(window.controls.tree_splitter, {edge, area.top, edge + bar, area.bottom});
+  PlaceChild(window.controls.tree, {area.left, area.top, edge, area.bottom});
+  PlaceChild(window.controls.tree_splitter, {edge, area.top, edge + bar, area.bottom});
   PlaceRightSide(window, {edge + bar, area.top, area.right, area.bottom});
 }
 
@@ -178,10 +161,10 @@ void LayOut(MainWindow& window) {
   RECT client;
   GetClientRect(window.handle, &client);
   const RECT area = PlaceBookmarkPane(window, PaneArea(window, client));
-  Place(window.controls.empty, area);
+  PlaceChild(window.controls.empty, area);
   RECT list = area;
   list.top += PlaceFilterBox(window.filter, window.dpi, area.left, area.right, area.top);
-  Place(window.output.list, list);
+  PlaceChild(window.output.list, list);
   FitListColumns(window.output);
   PlacePanes(window, PlaceBand(window, PlacePath(window, area)));
 }
@@ -213,9 +196,9 @@ void RefreshLook(MainWindow& window) {
   SetFonts(window);
   for (const auto& hive : window.hives) hive->freed_pane.struck = window.look.fonts.struck;
   TreeView_SetImageList(window.controls.tree, window.look.icons.tree, TVSIL_NORMAL);
-  TreeView_SetItemHeight(
-      window.controls.tree,
-      std::max(TextHeight(window), Scale(kSmallIcon, window.dpi)) + Scale(kMargin, window.dpi));
+  TreeView_SetItemHeight(window.controls.tree, std::max(LineHeight(window.look.fonts.text),
+                                                        Scale(kSmallIcon, window.dpi)) +
+                                                   Scale(kMargin, window.dpi));
   TreeView_SetIndent(window.controls.tree, Scale(19, window.dpi));
   ListView_SetImageList(window.values.window, window.look.icons.values, LVSIL_SMALL);
   ListView_SetImageList(window.output.list, window.look.icons.values, LVSIL_SMALL);
@@ -243,15 +226,16 @@ void ShowPanes(MainWindow& window) {
   const bool keys = LoadedHives(window) != 0 && !output;
   const bool values = keys && window.layout.arrangement == kKeysArrangement;
   for (const HWND pane : {window.controls.path, window.band.window, window.controls.tree})
-    Show(pane, keys);
-  for (const HWND pane : {window.controls.tree_splitter, window.values.window}) Show(pane, values);
+    ShowChild(pane, keys);
+  for (const HWND pane : {window.controls.tree_splitter, window.values.window})
+    ShowChild(pane, values);
   for (const HWND pane : {window.controls.detail_splitter, window.viewer.window}) {
-    Show(pane, values && window.layout.detail_shown);
+    ShowChild(pane, values && window.layout.detail_shown);
   }
-  Show(window.output.list, output);
+  ShowChild(window.output.list, output);
   ShowBookmarkPane(window);
-  for (const HWND child : ChildrenOf(window.filter)) Show(child, output);
-  Show(window.controls.empty, !keys && !output);
+  for (const HWND child : ChildrenOf(window.filter)) ShowChild(child, output);
+  ShowChild(window.controls.empty, !keys && !output);
   InvalidateRect(window.controls.empty, nullptr, FALSE);
 }
 

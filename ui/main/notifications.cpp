@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "host/long_operation.h"
+#include "ui/commands/bookmark_acts.h"
 #include "ui/draw/tones.h"
 #include "ui/frame/list_view.h"
 #include "ui/lists/list_menu.h"

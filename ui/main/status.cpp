@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "hive/hive_table.h"
+#include "ui/draw/text_size.h"
 #include "ui/frame/text.h"
 #include "ui/main/main_window.h"
 #include "view/hive_status.h"
@@ -34,13 +35,7 @@ void ShowProgress(MainWindow& window) {
 int StateWidth(const MainWindow& window) {
   const std::wstring& words = window.shown->state_words;
   if (words.empty()) return 0;
-  const HDC dc = GetDC(window.controls.status);
-  const HGDIOBJ previous = SelectObject(dc, window.look.fonts.text);
-  SIZE size{};
-  GetTextExtentPoint32W(dc, words.c_str(), static_cast<int>(words.size()), &size);
-  SelectObject(dc, previous);
-  ReleaseDC(window.controls.status, dc);
-  return size.cx + Scale(kStateMargin, window.dpi);
+  return TextSize(window.look.fonts.text, words).cx + Scale(kStateMargin, window.dpi);
 }
 
 }  // namespace
