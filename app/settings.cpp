@@ -75,6 +75,7 @@ struct NumberRow {
 constexpr NumberRow kMainPlace = {"WPS1", 10, 5, -kMaxPlace, kMaxPlace};
 constexpr NumberRow kValueColumns = {"WPS2", 20, kPlaceColumns, 0, kMaxWidth};
 constexpr NumberRow kOutputColumns = {"WPS3", 30, kPlaceColumns, 0, kMaxWidth};
+constexpr NumberRow kBookmarkColumns = {"KBMP", 50, kPlaceColumns, 0, kMaxWidth};
 constexpr NumberRow kPaneSizes = {"WPS4", 40, 2, 0, kMaxWidth};
 
 // The other windows: all the numbers of one in a key of its own.
@@ -217,6 +218,7 @@ void ReadBookmarkPane(const ProfileLookup& lookup, BookmarkPaneSettings& pane) {
   pane.below = lookup("KBMP", "Right", "", kMaxText) != "1";
   pane.height = number("Height");
   pane.width = number("Width");
+  pane.columns = WidthsOf(ReadNumbers(lookup, kBookmarkColumns));
 }
 
 void ReadOptions(const ProfileLookup& lookup, Options& options) {
@@ -307,14 +309,6 @@ void WriteTimeline(Writer& writer, const TimelineSettings& timeline) {
   Put(writer, "KTIME", "Logs", timeline.logged ? "1" : "");
 }
 
-void WriteBookmarkPane(Writer& writer, const BookmarkPaneSettings& pane) {
-  const auto text = [](int number) { return number == 0 ? std::string() : std::to_string(number); };
-  Put(writer, "KBMP", "Shown", pane.shown ? "1" : "");
-  Put(writer, "KBMP", "Right", pane.below ? "" : "1");
-  Put(writer, "KBMP", "Height", text(pane.height));
-  Put(writer, "KBMP", "Width", text(pane.width));
-}
-
 // Numbers after the given ones are set to 0 where the file has any.
 void WriteNumbers(Writer& writer, const NumberRow& row, const Numbers& numbers) {
   const auto count = std::min(numbers.size(), static_cast<size_t>(row.count));
@@ -325,6 +319,15 @@ void WriteNumbers(Writer& writer, const NumberRow& row, const Numbers& numbers) 
       Put(writer, row.section, key, std::to_string(i < count ? numbers[i] : 0));
     }
   }
+}
+
+void WriteBookmarkPane(Writer& writer, const BookmarkPaneSettings& pane) {
+  const auto text = [](int number) { return number == 0 ? std::string() : std::to_string(number); };
+  Put(writer, "KBMP", "Shown", pane.shown ? "1" : "");
+  Put(writer, "KBMP", "Right", pane.below ? "" : "1");
+  Put(writer, "KBMP", "Height", text(pane.height));
+  Put(writer, "KBMP", "Width", text(pane.width));
+  WriteNumbers(writer, kBookmarkColumns, pane.columns);
 }
 
 void WriteColumnChoices(Writer& writer, const Settings& settings) {

@@ -128,6 +128,7 @@ struct BookmarkPaneSettings {
   bool below = true;  // the other panes; else at their right
   int height = 0;     // at 96 dpi; 0: built-in
   int width = 0;
+  std::vector<int> columns;  // "w50"...; fewer than there are, or 0: built-in
   bool operator==(const BookmarkPaneSettings&) const = default;
 };
 // What the user made of the columns of lists of a kind ("COLS", "K" and the kind's number): columns

@@ -130,7 +130,7 @@ Settings SomeSettings() {
   settings.output_columns = std::vector<int>(18, 60);
   settings.tree_width = 250;
   settings.detail_share = 3333;
-  settings.bookmark_pane = {true, false, 200, 400};
+  settings.bookmark_pane = {true, false, 200, 400, {300, 0, 90}};
   settings.columns[kListKeyDates] = {{1, 0, 2}, {2}};
   settings.places[kPlaceBlocks] = {1, 2, 30, 40, false, {5, 6, 7, 8}};
   settings.places[kPlaceOtherLists] = {1, 2, 30, 40, true, std::vector<int>(18, 9), 47};
@@ -162,7 +162,9 @@ TEST(SettingsTest, RoundTrip) {
       "[WPS1]\r\nw10=-8\r\nw11=0\r\nw12=700\r\nw13=500\r\nw14=1\r\n"
       "[WPS2]\r\nw20=120\r\nw21=0\r\nw22=80\r\n[WPS3]\r\nw30=60\r\n",
       "w47=60\r\n[WPS4]\r\nw40=250\r\nw41=3333\r\n[WPOS]\r\nWPS02=0" + zeros + "WPS04=0" + zeros,
-      "WPS10=1;2;30;40;0;5;6;7;8\r\nWPS12=0", "[COLS]\r\nK11=1,0,-2\r\n"};
+      "WPS10=1;2;30;40;0;5;6;7;8\r\nWPS12=0",
+      "[KBMP]\r\nShown=1\r\nRight=1\r\nHeight=200\r\nWidth=400\r\nw50=300\r\nw51=0\r\nw52=90\r\n",
+      "[COLS]\r\nK11=1,0,-2\r\n"};
   const std::string text =
       Written(SomeSettings(), "; mine\r\n[KDATES]\r\nLastBackup=x\r\n[FTSC]\r\nFC4=old\r\n");
   for (const std::string& part : parts) EXPECT_NE(text.find(part), text.npos) << part << text;

@@ -182,6 +182,29 @@ TEST_F(BookmarkPaneTest, EachLeadsToItsHive) {
   EXPECT_NE(state.find("Set in another hive"), std::string::npos) << state;
 }
 
+// All that becomes known of a hive goes through the band: hashes, deleted records, logs.
+TEST_F(BookmarkPaneTest, IsDrawnAnewWhenMoreIsKnownOfAHive) {
+  OpenKeys();
+  ShowPane();
+  SelectPath("A");
+  Run(kCommandAddToBookmarks);
+  ASSERT_TRUE(PumpUntil([&] { return !window_->viewed->hashing.hashes.hive.empty(); }));
+  EXPECT_EQ(Shown(4), (Texts{"as it was"}));
+  UpdateWindow(Pane().list);
+  ASSERT_EQ(GetUpdateRect(Pane().list, nullptr, FALSE), FALSE);
+  window_->viewed->hashing.hashes.hive = std::string(64, 'b');
+  RenewBand(*window_);
+  EXPECT_NE(GetUpdateRect(Pane().list, nullptr, FALSE), FALSE);
+}
+
+TEST_F(BookmarkPaneTest, ColumnWidthsAreKept) {
+  ShowPane();
+  ListView_SetColumnWidth(Pane().list, 2, 77);
+  CloseWindow();
+  MakeWindow();
+  EXPECT_EQ(ListView_GetColumnWidth(Pane().list, 2), 77);
+}
+
 TEST_F(BookmarkPaneTest, DeletedKeysAreKeptAndFoundAgain) {
   OpenBytes(HiveWithDeletedKeys().bytes);
   ShowPane();

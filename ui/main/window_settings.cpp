@@ -21,6 +21,7 @@ void ApplySettings(MainWindow& window) {
   window.layout.detail_shown = settings.options.detail_pane;
   window.bookmarks.shown = settings.bookmark_pane.shown;
   window.bookmarks.below = settings.bookmark_pane.below;
+  SetColumnWidths(window.bookmarks.list, settings.bookmark_pane.columns, window.dpi);
   if (settings.bookmark_pane.height > 0) window.bookmarks.height = settings.bookmark_pane.height;
   if (settings.bookmark_pane.width > 0) window.bookmarks.width = settings.bookmark_pane.width;
   window.view.technical = settings.options.technical_view;
@@ -60,7 +61,8 @@ void GatherSettings(const MainWindow& window) {
   settings.detail_share = window.layout.detail_share;
   settings.options.detail_pane = window.layout.detail_shown;
   settings.bookmark_pane = {window.bookmarks.shown, window.bookmarks.below, window.bookmarks.height,
-                            window.bookmarks.width};
+                            window.bookmarks.width,
+                            ColumnWidths(window.bookmarks.list, window.dpi)};
   settings.options.technical_view = window.view.technical;
   settings.options.cell_details = window.view.cell_details;
 }
