@@ -165,6 +165,21 @@ LONG HeightOfFont(HWND control) {
   return std::abs(font.lfHeight);
 }
 
+TEST_F(AccessTest, LargerTextsMakeColumnsOfBookmarksWider) {
+  const auto width_of_tags = [this] {
+    int width = 0;
+    InNextDialog([&width](HWND dialog) {
+      width = ListView_GetColumnWidth(GetDlgItem(dialog, kBookmarkList), 2);
+      EndDialog(dialog, IDCANCEL);
+    });
+    Run(kCommandBookmarks);
+    return width;
+  };
+  const int before = width_of_tags();
+  const LargerTexts larger(150);
+  EXPECT_GT(width_of_tags(), before * 5 / 4);
+}
+
 TEST_F(AccessTest, LargerTextsMakeDialogsAndDetailsLarger) {
   const auto width_of_dialog = [this](const wchar_t* name) {
     const HWND dialog = MakeDialogBox(GetModuleHandleW(nullptr), name, handle_, QuietProc, 0);

@@ -267,14 +267,20 @@ void OnNotify(BookmarkDialog& state, NMHDR& notice) {
 
 // --- the dialog ----------------------------------------------------------------------------------
 
+// In the font that the dialog has now, which follows the user's choice of text sizes too.
+int WidthOf(const BookmarkDialog& state, const ListColumn& column) {
+  constexpr int kTenDigits = 70;  // in the system's font at 96 dpi
+  const LONG digits = TextSize(FontOfControl(state.list), L"0123456789").cx;
+  return MulDiv(column.width, digits, kTenDigits);
+}
+
 void AddColumns(const BookmarkDialog& state) {
-  const uint32_t dpi = DpiOfWindow(state.dialog);
   ListView_SetExtendedListViewStyle(state.list, LVS_EX_FULLROWSELECT | LVS_EX_LABELTIP);
   for (const ListColumn& column : kColumns) {
     LVCOLUMNW info{};
     info.mask = LVCF_TEXT | LVCF_WIDTH;
     info.pszText = const_cast<wchar_t*>(column.title);
-    info.cx = Scale(column.width, dpi);
+    info.cx = WidthOf(state, column);
     ListView_InsertColumn(state.list, ColumnCount(state.list), &info);
   }
 }
@@ -290,7 +296,7 @@ void FitKeyColumn(const BookmarkDialog& state) {
   for (int column = kNoteColumn; column <= kHiveColumn; ++column) {
     room -= ListView_GetColumnWidth(state.list, column);
   }
-  const int least = Scale(kColumns[kPathColumn].width, DpiOfWindow(state.dialog));
+  const int least = WidthOf(state, kColumns[kPathColumn]);
   ListView_SetColumnWidth(state.list, kPathColumn, std::max<int>(room, least));
 }
 
@@ -311,11 +317,10 @@ INT_PTR OnStart(BookmarkDialog& state) {
   return FALSE;
 }
 
-// New fonts: the columns stay in proportion to the resolution.
+// New fonts: the columns stay in proportion to them.
 void OnFontChanged(const BookmarkDialog& state) {
-  const uint32_t dpi = DpiOfWindow(state.dialog);
   for (int column = kNoteColumn; column <= kHiveColumn; ++column) {
-    ListView_SetColumnWidth(state.list, column, Scale(kColumns[column].width, dpi));
+    ListView_SetColumnWidth(state.list, column, WidthOf(state, kColumns[column]));
   }
   FitKeyColumn(state);
 }
