@@ -114,6 +114,7 @@ TEST_F(AccessTest, DialogsHaveNamesLettersAndAWayByKeys) {
     }
     EXPECT_EQ(LettersTwice(dialog), std::vector<std::string>());
     EXPECT_EQ(OutOfReach(dialog), std::vector<std::string>());
+    EXPECT_EQ(CutTexts(dialog), std::vector<std::string>());
     DestroyWindow(dialog);
   }
 }

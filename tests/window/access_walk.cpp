@@ -8,6 +8,8 @@
 #include <cwctype>
 #include <map>
 
+#include "ui/draw/dpi.h"
+#include "ui/draw/text_size.h"
 #include "ui/frame/text.h"
 
 namespace hivequarry::testing {
@@ -158,6 +160,43 @@ std::vector<std::string> LettersTwice(HWND dialog) {
     }
   }
   return twice;
+}
+
+namespace {
+
+// The box of a tick with what is beside it; nothing for a label.
+int RoomBeforeText(HWND control) {
+  if (!Is(control, WC_BUTTONW)) return 0;
+  const LONG type = StyleOf(control) & BS_TYPEMASK;
+  const bool push = type == BS_PUSHBUTTON || type == BS_DEFPUSHBUTTON;
+  return Scale(push ? 6 : 16, DpiOfWindow(control));
+}
+
+bool IsCut(HWND control) {
+  RECT area;
+  GetClientRect(control, &area);
+  if (IsRectEmpty(&area) != FALSE) return false;  // a name for screen readers
+  const std::wstring text = OwnText(control);
+  const bool lines = Is(control, WC_STATICW) || (StyleOf(control) & BS_MULTILINE) != 0;
+  RECT needed{0, 0, area.right - RoomBeforeText(control), 0};
+  const HDC dc = GetDC(control);
+  const HGDIOBJ before = SelectObject(dc, FontOfControl(control));
+  DrawTextW(dc, text.c_str(), -1, &needed, DT_CALCRECT | (lines ? DT_WORDBREAK : DT_SINGLELINE));
+  SelectObject(dc, before);
+  ReleaseDC(control, dc);
+  // A line may lose what is below its letters.
+  return needed.right > area.right - RoomBeforeText(control) || needed.bottom > area.bottom + 3;
+}
+
+}  // namespace
+
+std::vector<std::string> CutTexts(HWND dialog) {
+  std::vector<std::string> cut;
+  for (const HWND child : ChildrenOf(dialog)) {
+    const bool text = Is(child, WC_STATICW) || (Is(child, WC_BUTTONW) && !IsGroupBox(child));
+    if (text && IsCut(child)) cut.push_back(Where(child) + " " + Utf8Name(OwnText(child)));
+  }
+  return cut;
 }
 
 std::vector<std::string> OutOfReach(HWND dialog) {

@@ -24,6 +24,8 @@ bool AskedName(HWND control, std::string& name);
 
 // Letters of a dialog that two of its controls have, of those that are shown at the same time.
 std::vector<std::string> LettersTwice(HWND dialog);
+// Labels, ticks and buttons of a dialog whose texts do not fit them.
+std::vector<std::string> CutTexts(HWND dialog);
 // Controls of a dialog that Tab and, in a group of choices, the arrow keys do not come to.
 std::vector<std::string> OutOfReach(HWND dialog);
 
