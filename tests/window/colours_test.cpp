@@ -1,5 +1,6 @@
 // Colours as they are on the screen: dark by choice or with the system, in every control, and back.
 #include <algorithm>
+#include <cstdlib>
 #include <map>
 #include <set>
 
@@ -175,6 +176,40 @@ TEST_F(ColoursTest, PicturesFollow) {
   Run(kCommandColoursLight);
   Pump();
   EXPECT_EQ(LooksOf({{"picture", picture}}), before);
+}
+
+// How far the farthest pixel of a picture is from the ground that it is drawn on, of 255.
+int FarthestFromGround(HIMAGELIST list, int icon) {
+  int width = 0;
+  int height = 0;
+  ImageList_GetIconSize(list, &width, &height);
+  const HDC screen = GetDC(nullptr);
+  const HDC dc = CreateCompatibleDC(screen);
+  const HBITMAP bitmap = CreateCompatibleBitmap(screen, width, height);
+  const HGDIOBJ before = SelectObject(dc, bitmap);
+  const RECT area{0, 0, width, height};
+  FillRect(dc, &area, BrushOf(Tone::kFace));
+  ImageList_Draw(list, icon, dc, 0, 0, ILD_NORMAL);
+  int farthest = 0;
+  for (int i = 0; i < width * height; ++i) {
+    const int green = GetGValue(GetPixel(dc, i % width, i / width));
+    farthest = std::max(farthest, std::abs(green - GetGValue(ColourOf(Tone::kFace))));
+  }
+  SelectObject(dc, before);
+  DeleteObject(bitmap);
+  DeleteDC(dc);
+  ReleaseDC(nullptr, screen);
+  return farthest;
+}
+
+TEST_F(ColoursTest, IconsOfButtonsThatCanNotBeUsedAreSeen) {
+  for (const uint32_t colours : {kCommandColoursLight, kCommandColoursDark}) {
+    Run(colours);
+    for (int icon = 0; icon < static_cast<int>(ToolIcon::kCount); ++icon) {
+      EXPECT_GT(FarthestFromGround(window_->look.icons.faded_tools, icon), 30)
+          << colours << " " << icon;
+    }
+  }
 }
 
 TEST_F(ColoursTest, DialogsAreDark) {

@@ -59,16 +59,17 @@ Sum SumOfBlock(const Canvas& canvas, int x, int y) {
   return sum;
 }
 
-// The mean of a block's pixels with their share as alpha; colours are multiplied by it, as the
-// system wants them. Faded: grey, half as strong.
+// The mean of those of a block's pixels that were drawn, with their share as alpha. Faded: grey,
+// half as strong.
 uint32_t PixelOf(Sum sum, bool faded) {
   constexpr uint32_t kSamples = kCanvasFactor * kCanvasFactor;
+  if (sum.covered == 0) return 0;
   if (faded) {
     sum.red = sum.green = sum.blue = (sum.red * 3 + sum.green * 6 + sum.blue) / 10;
   }
-  const uint32_t strength = faded ? 2 * kSamples : kSamples;
-  return sum.covered * 255 / strength << 24 | sum.red / strength << 16 | sum.green / strength << 8 |
-         sum.blue / strength;
+  const uint32_t alpha = sum.covered * 255 / (faded ? 2 * kSamples : kSamples);
+  return alpha << 24 | sum.red / sum.covered << 16 | sum.green / sum.covered << 8 |
+         sum.blue / sum.covered;
 }
 
 }  // namespace

@@ -40,9 +40,9 @@ void DrawStroke(const Canvas& canvas, GridPoint from, GridPoint to, double width
 void DrawLetters(const Canvas& canvas, const wchar_t* text, GridPoint centre, double height,
                  COLORREF colour);
 
-// The picture as a bitmap with alpha, premultiplied, and `gap` empty pixels on its right; the
-// caller owns it. With `faded` it is grey and half transparent, as for a button that can not be
-// used.
+// The picture as a bitmap with alpha, for an image list, which multiplies colours by it itself, and
+// `gap` empty pixels on its right; the caller owns it. With `faded` it is grey and half
+// transparent, as for a button that can not be used.
 HBITMAP FinishCanvas(const Canvas& canvas, int gap, bool faded);
 
 }  // namespace hivequarry
