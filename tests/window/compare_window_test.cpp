@@ -3,6 +3,7 @@
 #include "ui/compare/compare_window.h"
 
 #include "hive/hive_table.h"
+#include "hive/shown_zone.h"
 #include "tests/window/access_walk.h"
 #include "tests/window/dialog_fixture.h"
 #include "tests/window/list_fixture.h"
@@ -99,6 +100,23 @@ TEST_F(CompareWindowTest, OneTreeShowsBothAndLeadsFromDifferenceToDifference) {
   Press(keys, VK_ESCAPE);
   EXPECT_TRUE(PumpUntil([] { return FindWindowW(kCompareClassName, nullptr) == nullptr; }));
   EXPECT_EQ(SlotsTaken(), 1) << "the other hive is closed with its window";
+}
+
+TEST_F(CompareWindowTest, DatesFollowTheChosenZone) {
+  const HWND compare = Compare(other_->name());
+  ASSERT_NE(compare, nullptr);
+  EXPECT_FALSE(RowTexts(Keys(compare), 0)[2].ends_with("+05:30"));
+  UpdateWindow(Keys(compare));
+  ASSERT_EQ(GetUpdateRect(Keys(compare), nullptr, FALSE), FALSE);
+  InDialog(L"Time zone of dates", [](HWND dialog) {
+    Click(dialog, kZoneFixed);
+    Type(dialog, kZoneOffset, L"+05:30");
+    Click(dialog, IDOK);
+  });
+  Run(kCommandTimeZone);
+  EXPECT_NE(GetUpdateRect(Keys(compare), nullptr, FALSE), FALSE);
+  EXPECT_TRUE(RowTexts(Keys(compare), 0)[2].ends_with("+05:30"));
+  SetShownZone({});
 }
 
 TEST_F(CompareWindowTest, EachControlHasAName) {

@@ -1,6 +1,7 @@
 // What the panes show of a hive.
 #include <cstring>
 
+#include "app/settings.h"
 #include "tests/window/window_fixture.h"
 #include "ui/frame/splitter.h"
 #include "ui/frame/text.h"
@@ -149,6 +150,24 @@ TEST_F(WindowTest, BlockListHasARowForEachBlock) {
   EXPECT_EQ(window_->blocks, first);
   SendMessageW(first, WM_CLOSE, 0, 0);
   EXPECT_EQ(window_->blocks, nullptr);
+}
+
+TEST_F(WindowTest, BlockListBeginsBesideWhatIsThere) {
+  OpenBytes(HiveBuilder().Build().bytes);
+  RECT main;
+  GetWindowRect(handle_, &main);
+  WindowPlace& kept = TheSettings().places[kPlaceBlocks];
+  kept = {main.left, main.top, main.left + 400, main.top + 300, false, {}};
+  const WindowPlace before = kept;
+  Run(kCommandBlockList);
+  ASSERT_NE(window_->blocks, nullptr);
+  RECT blocks;
+  GetWindowRect(window_->blocks, &blocks);
+  EXPECT_GT(blocks.left, main.left);
+  EXPECT_GT(blocks.top, main.top);
+  SendMessageW(window_->blocks, WM_CLOSE, 0, 0);
+  EXPECT_EQ(kept.left, before.left) << "it would begin further to the right each time";
+  EXPECT_EQ(kept.bottom, before.bottom);
 }
 
 TEST_F(WindowTest, ExpandsAndCollapsesSubfolders) {

@@ -1,12 +1,14 @@
 // Several hives open in one window, each a root of the tree.
 #include "app/settings.h"
 #include "hive/hive_table.h"
+#include "hive/shown_zone.h"
 #include "lists/list_writers.h"
 #include "tests/window/dialog_fixture.h"
 #include "tests/window/list_fixture.h"
 #include "ui/commands/misc_commands.h"
 #include "ui/frame/text.h"
 #include "ui/lists/list_menu.h"
+#include "ui/lists/value_window.h"
 #include "ui/main/status.h"
 #include "ui/resources/resource.h"
 #include "view/list_commands.h"
@@ -120,13 +122,24 @@ TEST_F(SeveralHivesTest, AListLeadsToItsOwnHive) {
   RunList(*list, kCommandRowsValue);
   const HWND value = FindWindowW(L"HivequarryValue", nullptr);
   ASSERT_NE(value, nullptr);
-  EXPECT_TRUE(PumpUntil([&] {
-    for (HWND edit = nullptr;
-         (edit = FindWindowExW(GetWindow(value, GW_CHILD), edit, WC_EDITW, nullptr)) != nullptr;) {
-      if (TextOf(edit).find(RootText(0) + "\\One") != std::string::npos) return true;
-    }
-    return false;
-  }));
+  const auto says = [&](const std::string& words) {
+    return PumpUntil([&] {
+      for (HWND edit = nullptr; (edit = FindWindowExW(GetWindow(value, GW_CHILD), edit, WC_EDITW,
+                                                      nullptr)) != nullptr;) {
+        if (TextOf(edit).find(words) != std::string::npos) return true;
+      }
+      return false;
+    });
+  };
+  EXPECT_TRUE(says(RootText(0) + "\\One"));
+  // They follow the zone of dates, whatever hive is viewed.
+  ShownZone zone;
+  ASSERT_TRUE(ReadZone("+05:30", zone));
+  SetShownZone(zone);
+  RenewValueWindow();
+  EXPECT_TRUE(says(" +05:30"));
+  EXPECT_TRUE(says(RootText(0) + "\\One"));
+  SetShownZone({});
   DestroyWindow(value);
 }
 

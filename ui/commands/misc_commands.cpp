@@ -13,6 +13,7 @@
 #include "ui/dress/dress.h"
 #include "ui/frame/help.h"
 #include "ui/lists/list_dates.h"
+#include "ui/lists/value_window.h"
 #include "ui/main/freed.h"
 #include "ui/main/main_window.h"
 #include "ui/main/removed.h"
@@ -51,7 +52,7 @@ void OnHelp(MainWindow& window) { ShowHelp(window.handle, kHelpStart); }
 void OnEvidenceMode(MainWindow& window) { SetEvidenceMode(window, !window.host.evidence); }
 void OnLegend(MainWindow& window) { ShowHelp(window.handle, kHelpLegend); }
 
-// Details and band are made anew; lists show their dates in the new zone.
+// What shows dates shows them in the new zone, or is made anew.
 void OnTimeZone(MainWindow& window) {
   ShownZone of_hive;
   const bool known =
@@ -62,6 +63,8 @@ void OnTimeZone(MainWindow& window) {
   TheSettings().time_zone = zone.kind == ZoneKind::kUtc ? "" : ZoneAsText(zone);
   WriteProgramSettings();
   ShowListsInZone(window);
+  RenewComparedDates();
+  RenewValueWindow();
   if (window.shown->slot < 0) return;
   RenewBand(window);
   RefreshItem(window);

@@ -176,14 +176,18 @@ void ShowKeyPath(const CompareWindow& window) {
   SendMessageW(window.status, SB_SETTEXTW, 1, reinterpret_cast<LPARAM>(WindowText(path).c_str()));
 }
 
+void FillValues(CompareWindow& window) {
+  window.rows = ComparedValueRows(*window.hives, window.selected);
+  ListView_SetItemCountEx(window.values, static_cast<int>(window.rows.size()), 0);
+  InvalidateRect(window.values, nullptr, FALSE);
+}
+
 // The values of the key in focus.
 void ShowValues(CompareWindow& window) {
   const uint32_t key = KeyOfRow(window, FocusedKeyRow(window));
   if (key == window.selected || key == kNoItem) return;
   window.selected = key;
-  window.rows = ComparedValueRows(*window.hives, key);
-  ListView_SetItemCountEx(window.values, static_cast<int>(window.rows.size()), 0);
-  InvalidateRect(window.values, nullptr, FALSE);
+  FillValues(window);
   ShowKeyPath(window);
 }
 
@@ -681,6 +685,13 @@ void CloseCompareWindows(uint32_t hive) {
     if (hive == kAnyHive || window->hive == hive) DestroyWindow(window->handle);
   }
   TheCompareWindows().closed.clear();
+}
+
+void RenewComparedDates() {
+  for (CompareWindow* window : TheCompareWindows().open) {
+    InvalidateRect(window->keys, nullptr, FALSE);
+    if (window->selected != kNoItem) FillValues(*window);
+  }
 }
 
 void ReleaseComparedHives() {

@@ -34,6 +34,8 @@ bool TranslateCompareKeys(MSG& message);
 // Closes those that compare the hive of that number with another one, or all (kAnyHive), before it
 // goes. No worker is at work.
 void CloseCompareWindows(uint32_t hive);
+// The dates of all of them are shown in the zone in force.
+void RenewComparedDates();
 // Closes the hives of windows that were closed while a worker was at work, if none is any more.
 void ReleaseComparedHives();
 

@@ -36,6 +36,7 @@ struct BlockWindow {
   HWND list = nullptr;
   HFONT font = nullptr;
   uint32_t dpi = USER_DEFAULT_SCREEN_DPI;
+  RECT put_beside{};  // where it began, if that was not its own place
   std::vector<BinRow> rows;
 };
 
@@ -117,7 +118,9 @@ void OnCreate(BlockWindow& blocks) {
 
 void SavePlace(const BlockWindow& blocks) {
   if (blocks.list == nullptr) return;  // its making failed
+  const WindowPlace kept = SavedPlace();
   SavedPlace() = PlaceOfWindow(blocks.handle, blocks.dpi);
+  KeepUnmovedPlace(blocks.put_beside, blocks.handle, kept, SavedPlace());
   SavedPlace().columns = ColumnWidths(blocks.list, blocks.dpi);
 }
 
@@ -196,10 +199,11 @@ void ShowBlockList(MainWindow& window) {
   const WindowPlace& saved = SavedPlace();
   const bool placed = IsPlaced(saved);
   const RECT place = placed ? OnScreen(AreaOfPlace(saved, window.dpi)) : PlaceOver(window);
-  window.blocks = CreateWindowExW(0, kClassName, L"Block list", WS_OVERLAPPEDWINDOW, place.left,
-                                  place.top, place.right - place.left, place.bottom - place.top,
-                                  window.handle, nullptr, window.instance, blocks);
+  window.blocks =
+      CreateWindowExW(0, kClassName, L"Block list", WS_OVERLAPPEDWINDOW, CW_USEDEFAULT, 0,
+                      CW_USEDEFAULT, 0, window.handle, nullptr, window.instance, blocks);
   if (window.blocks == nullptr) return;
+  blocks->put_beside = MoveBesideOthers(window.blocks, place);
   ShowWindow(window.blocks, placed && saved.maximised ? SW_SHOWMAXIMIZED : SW_SHOW);
 }
 

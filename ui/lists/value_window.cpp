@@ -8,6 +8,7 @@
 #include "host/host.h"
 #include "ui/commands/value_commands.h"
 #include "ui/frame/window_class.h"
+#include "ui/frame/window_place.h"
 #include "ui/lists/list_selection.h"
 #include "ui/main/freed.h"
 #include "ui/main/main_window.h"
@@ -20,11 +21,19 @@ constexpr wchar_t kClassName[] = L"HivequarryValue";
 constexpr int kViewerId = 1;
 constexpr int kWidth = 1120;  // at 96 dpi
 constexpr int kHeight = 420;
+constexpr int kApart = 56;           // from the corner of the main window
 constexpr UINT kReady = WM_APP + 1;  // a result is in the mailbox
 constexpr UINT_PTR kSliceTimer = 1;
 constexpr UINT kSlicePause = 10;  // milliseconds
 
 using Box = std::shared_ptr<Mailbox<DetailResult>>;
+
+// What the window shows. The head tells the hive from one that was loaded in its place.
+struct ShownRecord {
+  uint32_t hive = kOfNoHive;
+  std::shared_ptr<const ListHead> head;
+  uint32_t position = kNoOffset;
+};
 
 // Goes with its window; its mailbox with the last thread that puts something in.
 struct ValueWindow {
@@ -34,6 +43,7 @@ struct ValueWindow {
   Fonts fonts;
   uint32_t dpi = USER_DEFAULT_SCREEN_DPI;
   Box box = std::make_shared<Mailbox<DetailResult>>();
+  ShownRecord shown;
 };
 ValueWindow*& TheWindow() {
   static ValueWindow* window = nullptr;
@@ -117,6 +127,15 @@ LRESULT CALLBACK ValueProc(HWND handle, UINT message, WPARAM first, LPARAM secon
   return DefWindowProcW(handle, message, first, second);
 }
 
+// A little apart from the main window.
+RECT FirstArea(const MainWindow& owner) {
+  RECT main;
+  GetWindowRect(owner.handle, &main);
+  const LONG left = main.left + Scale(kApart, owner.dpi);
+  const LONG top = main.top + Scale(kApart, owner.dpi);
+  return OnScreen({left, top, left + Scale(kWidth, owner.dpi), top + Scale(kHeight, owner.dpi)});
+}
+
 ValueWindow* OpenWindow(MainWindow& owner) {
   const WindowClass window_class{.name = kClassName, .procedure = ValueProc, .framed = true};
   if (!RegisterWindowClass(owner.instance, window_class)) return nullptr;
@@ -125,16 +144,17 @@ ValueWindow* OpenWindow(MainWindow& owner) {
   TheWindow() = window;
   const HWND handle =
       CreateWindowExW(0, kClassName, L"Value", WS_OVERLAPPEDWINDOW | WS_CLIPCHILDREN, CW_USEDEFAULT,
-                      CW_USEDEFAULT, Scale(kWidth, owner.dpi), Scale(kHeight, owner.dpi),
-                      owner.handle, nullptr, owner.instance, window);
+                      0, CW_USEDEFAULT, 0, owner.handle, nullptr, owner.instance, window);
   if (handle == nullptr) return nullptr;
+  MoveBesideOthers(handle, FirstArea(owner));
   ShowWindow(handle, SW_SHOW);
   return TheWindow();
 }
 
 // Of the hive that the list is of, which need not be the one that is viewed when the thread reads
 // it.
-void StartGathering(MainWindow& owner, const ValueWindow& window, uint32_t position) {
+void StartGathering(MainWindow& owner, ValueWindow& window, uint32_t position) {
+  window.shown = {owner.shown->number, owner.shown->hashing.head, position};
   const uint32_t serial = ++window.box->newest;
   StartValueThread(owner.selection.threads, [&hive = ShownHive(owner), &tree = *owner.shown->tree,
                                              box = window.box, handle = window.handle, serial,
@@ -155,6 +175,15 @@ void OnRowsValue(ListPlace& place) {
   const uint32_t row = ModelRow(place, static_cast<uint32_t>(focused));
   ValueWindow* window = TheWindow() != nullptr ? TheWindow() : OpenWindow(owner);
   if (window != nullptr) StartGathering(owner, *window, RowDatum(*place.model, row));
+}
+
+void RenewValueWindow() {
+  ValueWindow* window = TheWindow();
+  if (window == nullptr) return;
+  const HiveTurn turn(*window->owner, window->shown.hive);
+  const WindowHive& hive = *window->owner->shown;
+  if (hive.slot < 0 || hive.hashing.head != window->shown.head) return;
+  StartGathering(*window->owner, *window, window->shown.position);
 }
 
 bool TranslateValueKeys(MSG& message) {
