@@ -14,6 +14,7 @@
 #include "ui/commands/root_dialog.h"
 #include "ui/dialogs/list_dialogs.h"
 #include "ui/dialogs/position_dialog.h"
+#include "ui/draw/tones.h"
 #include "ui/frame/system_facts.h"
 #include "ui/frame/text.h"
 #include "ui/lists/list_saving.h"
@@ -70,6 +71,21 @@ TEST_F(DialogsTest, EachOptionHasItsBoxAndDefaultsBringBackTheBuiltInOnes) {
   EXPECT_FALSE(window_->view.technical || window_->view.cell_details ||
                !window_->layout.detail_shown);
   EXPECT_TRUE(surroundings_.boxes.empty());
+}
+
+TEST_F(DialogsTest, ColoursAreAnOptionToo) {
+  const auto run = [this](std::vector<int> controls) {
+    InNextDialog(Clicks(std::move(controls)));
+    OnOptions(*window_);
+    return TheSettings().colours;
+  };
+  EXPECT_EQ(run({kOptionColoursDark, IDCANCEL}), ColourChoice::kSystem);
+  EXPECT_EQ(run({kOptionColoursDark, IDOK}), ColourChoice::kDark);
+  EXPECT_TRUE(IsDark());
+  EXPECT_EQ(run({IDOK}), ColourChoice::kDark) << "the dialog begins with what is in force";
+  EXPECT_EQ(run({kOptionColoursLight, IDOK}), ColourChoice::kLight);
+  EXPECT_EQ(run({kOptionsDefaults, IDOK}), ColourChoice::kSystem);
+  EXPECT_FALSE(IsDark());
 }
 
 TEST_F(DialogsTest, OptionsOfRecoveryWorkOnTheHiveThatIsLoadedAgain) {

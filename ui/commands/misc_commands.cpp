@@ -41,6 +41,11 @@ void SetSwitches(MainWindow& window, const Options& options) {
   if (options.detail_pane != window.layout.detail_shown) OnDetailPane(window);
 }
 
+void UseColours(ColourChoice choice) {
+  TheSettings().colours = TheColours().choice = choice;
+  if (RenewColours()) RedressWindows();
+}
+
 bool NeedLoad(const Options& a, const Options& b) {
   return a.disconnected_values != b.disconnected_values || a.tolerant_keys != b.tolerant_keys ||
          a.ask_other_roots != b.ask_other_roots || a.code_page_text != b.code_page_text;
@@ -71,9 +76,11 @@ void OnTimeZone(MainWindow& window) {
 }
 
 void OnOptions(MainWindow& window) {
-  Options options = TheSettings().options;
+  OptionChoice choice{TheSettings().options, TheSettings().colours};
+  Options& options = choice.options;
   ReadSwitches(window, options);
-  if (!AskOptions(window.handle, options)) return;
+  if (!AskOptions(window.handle, choice)) return;
+  UseColours(choice.colours);
   const bool load = window.shown->slot >= 0 && NeedLoad(options, TheSettings().options);
   TheSettings().options = options;
   SetSwitches(window, options);
@@ -91,8 +98,7 @@ void OnToolbar(MainWindow& window) {
 
 template <ColourChoice kChoice>
 void OnColours(MainWindow&) {
-  TheSettings().colours = TheColours().choice = kChoice;
-  if (RenewColours()) RedressWindows();
+  UseColours(kChoice);
 }
 template void OnColours<ColourChoice::kSystem>(MainWindow& window);
 template void OnColours<ColourChoice::kLight>(MainWindow& window);

@@ -37,27 +37,35 @@ constexpr OptionBox kBoxes[] = {
 // An option without a box could not be set by anybody.
 static_assert(std::size(kBoxes) == sizeof(Options) / sizeof(bool));
 
-void ShowOptions(HWND dialog, const Options& options) {
+// In the order of ColourChoice.
+constexpr int kColours[] = {kOptionColoursSystem, kOptionColoursLight, kOptionColoursDark};
+
+void ShowChoice(HWND dialog, const OptionChoice& choice) {
   for (const OptionBox& box : kBoxes) {
-    CheckDlgButton(dialog, box.control, options.*box.option ? BST_CHECKED : BST_UNCHECKED);
+    CheckDlgButton(dialog, box.control, choice.options.*box.option ? BST_CHECKED : BST_UNCHECKED);
   }
+  CheckRadioButton(dialog, kOptionColoursSystem, kOptionColoursDark,
+                   kColours[static_cast<size_t>(choice.colours)]);
 }
 
-void ReadOptions(HWND dialog, Options& options) {
-  for (const OptionBox& box : kBoxes) options.*box.option = IsTicked(dialog, box.control);
+void ReadChoice(HWND dialog, OptionChoice& choice) {
+  for (const OptionBox& box : kBoxes) choice.options.*box.option = IsTicked(dialog, box.control);
+  for (size_t i = 0; i < std::size(kColours); ++i) {
+    if (IsTicked(dialog, kColours[i])) choice.colours = static_cast<ColourChoice>(i);
+  }
 }
 
 void OnCommand(HWND dialog, int control) {
   switch (control) {
     case IDOK:
-      ReadOptions(dialog, *reinterpret_cast<Options*>(GetWindowLongPtrW(dialog, DWLP_USER)));
+      ReadChoice(dialog, *reinterpret_cast<OptionChoice*>(GetWindowLongPtrW(dialog, DWLP_USER)));
       EndDialog(dialog, IDOK);
       return;
     case IDCANCEL:
       EndDialog(dialog, IDCANCEL);
       return;
     case kOptionsDefaults:
-      return ShowOptions(dialog, Options());
+      return ShowChoice(dialog, {});
     case kOptionsHelp:
       return ShowHelp(dialog, kHelpOptions);
     default:
@@ -69,7 +77,7 @@ INT_PTR CALLBACK OptionsProc(HWND dialog, UINT message, WPARAM first, LPARAM sec
   switch (message) {
     case WM_INITDIALOG:
       SetWindowLongPtrW(dialog, DWLP_USER, second);
-      ShowOptions(dialog, *reinterpret_cast<const Options*>(second));
+      ShowChoice(dialog, *reinterpret_cast<const OptionChoice*>(second));
       return TRUE;
     case WM_COMMAND:
       OnCommand(dialog, LOWORD(first));
@@ -84,16 +92,18 @@ INT_PTR CALLBACK OptionsProc(HWND dialog, UINT message, WPARAM first, LPARAM sec
 
 }  // namespace
 
-bool AskOptions(HWND owner, Options& options) {
-  Options wanted = options;
+bool AskOptions(HWND owner, OptionChoice& choice) {
+  OptionChoice wanted = choice;
   const ModalTurn turn(owner);
   if (ShowDialogBox(GetModuleHandleW(nullptr), L"SETTINGSDLG", owner, OptionsProc,
                     reinterpret_cast<LPARAM>(&wanted)) != IDOK) {
     return false;
   }
-  bool changed = false;
-  for (const OptionBox& box : kBoxes) changed |= wanted.*box.option != options.*box.option;
-  options = wanted;
+  bool changed = wanted.colours != choice.colours;
+  for (const OptionBox& box : kBoxes) {
+    changed |= wanted.options.*box.option != choice.options.*box.option;
+  }
+  choice = wanted;
   return changed;
 }
 

@@ -6,8 +6,12 @@
 
 namespace hivequarry {
 
-// Asks with the dialog "SETTINGSDLG". True when the user wants other options, which `options` then
+struct OptionChoice {
+  Options options;
+  ColourChoice colours = ColourChoice::kSystem;
+};
+// Asks with the dialog "SETTINGSDLG". True when the user wants something else, which `choice` then
 // has; otherwise it is unchanged.
-bool AskOptions(HWND owner, Options& options);
+bool AskOptions(HWND owner, OptionChoice& choice);
 
 }  // namespace hivequarry

@@ -66,6 +66,9 @@
 #define kOptionsHelp 618
 #define kOptionCodePage 619
 #define kOptionWindowForEach 620
+#define kOptionColoursSystem 621
+#define kOptionColoursLight 622
+#define kOptionColoursDark 623
 #define kBookmarkAll 631
 #define kBookmarkMachine 632
 #define kBookmarkUser 633
