@@ -59,13 +59,19 @@ uint32_t PercentWithin(std::span<const uint16_t> units, HWND owner) {
 }
 
 // Sizes in a template are in units of its font, so the dialog grows with it.
-void ScaleFont(Template& dialog, HWND owner) {
+Template ScaledTemplate(HINSTANCE instance, const wchar_t* name, HWND owner) {
+  Template dialog = ReadTemplate(instance, name);
   const std::span<uint16_t> units(reinterpret_cast<uint16_t*>(dialog.data()), dialog.size() * 2);
-  if (units.size() <= kMenu || units[0] != 1 || units[1] != 0xFFFF) return;
+  if (units.size() <= kMenu || units[0] != 1 || units[1] != 0xFFFF) return dialog;
   size_t at = kMenu;
   for (int text = 0; text < 3; ++text) at = AfterText(units, at);  // menu, class, title
-  if (at >= units.size()) return;
+  if (at >= units.size()) return dialog;
   units[at] = static_cast<uint16_t>(units[at] * PercentWithin(units, owner) / 100);
+  return dialog;
+}
+
+const DLGTEMPLATE* AsTemplate(const Template& dialog) {
+  return reinterpret_cast<const DLGTEMPLATE*>(dialog.data());
 }
 
 }  // namespace
@@ -81,18 +87,14 @@ ModalTurn::~ModalTurn() {
 
 INT_PTR ShowDialogBox(HINSTANCE instance, const wchar_t* name, HWND owner, DLGPROC procedure,
                       LPARAM argument) {
-  Template dialog = ReadTemplate(instance, name);
-  ScaleFont(dialog, owner);
-  return DialogBoxIndirectParamW(instance, reinterpret_cast<const DLGTEMPLATE*>(dialog.data()),
-                                 owner, procedure, argument);
+  const Template dialog = ScaledTemplate(instance, name, owner);
+  return DialogBoxIndirectParamW(instance, AsTemplate(dialog), owner, procedure, argument);
 }
 
 HWND MakeDialogBox(HINSTANCE instance, const wchar_t* name, HWND owner, DLGPROC procedure,
                    LPARAM argument) {
-  Template dialog = ReadTemplate(instance, name);
-  ScaleFont(dialog, owner);
-  return CreateDialogIndirectParamW(instance, reinterpret_cast<const DLGTEMPLATE*>(dialog.data()),
-                                    owner, procedure, argument);
+  const Template dialog = ScaledTemplate(instance, name, owner);
+  return CreateDialogIndirectParamW(instance, AsTemplate(dialog), owner, procedure, argument);
 }
 
 }  // namespace hivequarry

@@ -15,6 +15,11 @@ bool IsExpanding(const MainWindow& window);
 // The next slice: the answer to kExpandTimer, which goes on while there is more. Also notices that
 // a hive went whose branches were being opened.
 void ExpandOn(MainWindow& window);
+// Ends it where it is. False when nothing was under way.
+bool StopExpanding(MainWindow& window);
+
+// From so many items on, taking them out of the control takes long enough to be told of.
+inline constexpr UINT kManyTreeItems = 10'000;
 // While the control takes out very many items, during which the window stands still: the status bar
 // says so, and the cursor waits.
 class ClosingBranches {
@@ -29,10 +34,5 @@ class ClosingBranches {
   bool told_ = false;  // there are so many
   HCURSOR previous_ = nullptr;
 };
-// From so many items on that takes long enough to be told of.
-inline constexpr UINT kManyTreeItems = 10'000;
-
-// Ends it where it is. False when nothing was under way.
-bool StopExpanding(MainWindow& window);
 
 }  // namespace hivequarry

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <vector>
 
 #include "app/settings.h"
 #include "ui/draw/text_size.h"
@@ -124,7 +125,8 @@ void SetFonts(MainWindow& window) {
   SetViewerLook(window.viewer, window.look.fonts, window.dpi);
 }
 
-std::array<HWND, 18> FocusOrder(const MainWindow& window) {
+// The panes that Tab goes to, one after the other.
+std::vector<HWND> FocusOrder(const MainWindow& window) {
   const auto [detail, hex, meaning] = ViewerPanes(window.viewer);
   return {window.controls.path,
           window.band.window,
@@ -265,7 +267,7 @@ int LastArrangement(const MainWindow& window) {
 }
 
 void FocusNextPane(MainWindow& window, bool backward) {
-  const std::array<HWND, 18> order = FocusOrder(window);
+  const std::vector<HWND> order = FocusOrder(window);
   const auto count = static_cast<int>(order.size());
   const HWND focus = GetFocus();
   const auto found = std::find(order.begin(), order.end(), focus);

@@ -212,7 +212,46 @@ void OnMenuOpens(const MainWindow& window, HMENU menu) {
   UpdateMenu(menu, FactsNow(window));
 }
 
+// From workers and from the window itself. False for a message of the system.
+bool TakeNews(MainWindow& window, UINT message, WPARAM first, LPARAM second) {
+  switch (message) {
+    case kSplitterMoved:
+      MoveSplitter(window, static_cast<int>(first), static_cast<int>(second));
+      return true;
+    case kHostChanged:
+      ShowHostChanges(window);
+      return true;
+    case kShowBox:
+      ShowBox(window.host, *reinterpret_cast<BoxRequest*>(second));
+      return true;
+    case kRowsChosen:
+      TakeChosenRows(window.output, static_cast<uint32_t>(first));
+      return true;
+    case kLoadDone:
+      ShowLoadResult(window);
+      return true;
+    case kItemReady:
+      ShowItemResult(window);
+      return true;
+    case kDetailReady:
+      ShowDetailResult(window);
+      return true;
+    case kWorkDone:
+      FinishWork(window);
+      return true;
+    case kHashesReady:
+      ShowHashes(window, static_cast<uint32_t>(first), static_cast<uint32_t>(second));
+      return true;
+    case kFindingsReady:
+      ShowFindings(window, static_cast<uint32_t>(first), static_cast<uint32_t>(second));
+      return true;
+    default:
+      return false;
+  }
+}
+
 LRESULT Route(MainWindow& window, UINT message, WPARAM first, LPARAM second) {
+  if (TakeNews(window, message, first, second)) return 0;
   switch (message) {
     case WM_COMMAND:
       OnCommand(window, first, second);
@@ -234,36 +273,6 @@ LRESULT Route(MainWindow& window, UINT message, WPARAM first, LPARAM second) {
       return 0;
     case WM_TIMER:
       OnTimer(window, first);
-      return 0;
-    case kSplitterMoved:
-      MoveSplitter(window, static_cast<int>(first), static_cast<int>(second));
-      return 0;
-    case kHostChanged:
-      ShowHostChanges(window);
-      return 0;
-    case kShowBox:
-      ShowBox(window.host, *reinterpret_cast<BoxRequest*>(second));
-      return 0;
-    case kRowsChosen:
-      TakeChosenRows(window.output, static_cast<uint32_t>(first));
-      return 0;
-    case kLoadDone:
-      ShowLoadResult(window);
-      return 0;
-    case kItemReady:
-      ShowItemResult(window);
-      return 0;
-    case kDetailReady:
-      ShowDetailResult(window);
-      return 0;
-    case kWorkDone:
-      FinishWork(window);
-      return 0;
-    case kHashesReady:
-      ShowHashes(window, static_cast<uint32_t>(first), static_cast<uint32_t>(second));
-      return 0;
-    case kFindingsReady:
-      ShowFindings(window, static_cast<uint32_t>(first), static_cast<uint32_t>(second));
       return 0;
     case WM_DESTROY:
       OnDestroy(window);
