@@ -15,10 +15,12 @@
 #include "ui/dialogs/list_dialogs.h"
 #include "ui/dialogs/position_dialog.h"
 #include "ui/draw/tones.h"
+#include "ui/frame/host_window.h"
 #include "ui/frame/system_facts.h"
 #include "ui/frame/text.h"
 #include "ui/lists/list_saving.h"
 #include "ui/lists/raw_view.h"
+#include "ui/live/open_with.h"
 #include "ui/resources/resource.h"
 
 namespace hivequarry::testing {
@@ -86,6 +88,38 @@ TEST_F(DialogsTest, ColoursAreAnOptionToo) {
   EXPECT_EQ(run({kOptionColoursLight, IDOK}), ColourChoice::kLight);
   EXPECT_EQ(run({kOptionsDefaults, IDOK}), ColourChoice::kSystem);
   EXPECT_FALSE(IsDark());
+}
+
+TEST_F(DialogsTest, TheSystemOffersTheProgramWhenTheUserWantsIt) {
+  const std::wstring program = ProgramPath();
+  const std::wstring key =
+      L"Software\\Classes\\Applications\\" + program.substr(program.find_last_of(L"\\/") + 1);
+  const auto is_there = [&key] {
+    HKEY opened = nullptr;
+    const bool there = RegOpenKeyW(HKEY_CURRENT_USER, key.c_str(), &opened) == ERROR_SUCCESS;
+    RegCloseKey(opened);
+    return there;
+  };
+  const auto run = [this](std::vector<int> controls) {
+    InNextDialog(Clicks(std::move(controls)));
+    OnOptions(*window_);
+  };
+  ASSERT_FALSE(is_there());
+  run({kOptionOpenWith, IDCANCEL});
+  EXPECT_FALSE(is_there());
+  run({kOptionOpenWith, IDOK});
+  EXPECT_TRUE(IsInOpenWith(program));
+  EXPECT_FALSE(IsInOpenWith(L"D:\\other\\" + program.substr(program.find_last_of(L"\\/") + 1)));
+  run({IDOK});
+  EXPECT_TRUE(is_there()) << "the dialog begins with what is so";
+  window_->host.evidence = true;
+  run({kOptionOpenWith, IDOK});  // is grey: nothing is written in evidence mode
+  EXPECT_TRUE(is_there());
+  window_->host.evidence = false;
+  run({kOptionOpenWith, IDOK});
+  EXPECT_FALSE(is_there());
+  EXPECT_TRUE(SetInOpenWith(program, false)) << "what is not there is not taken out";
+  EXPECT_TRUE(surroundings_.boxes.empty());
 }
 
 TEST_F(DialogsTest, OptionsOfRecoveryWorkOnTheHiveThatIsLoadedAgain) {

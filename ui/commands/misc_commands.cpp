@@ -14,6 +14,7 @@
 #include "ui/frame/help.h"
 #include "ui/lists/list_dates.h"
 #include "ui/lists/value_window.h"
+#include "ui/live/open_with.h"
 #include "ui/main/freed.h"
 #include "ui/main/main_window.h"
 #include "ui/main/removed.h"
@@ -76,11 +77,16 @@ void OnTimeZone(MainWindow& window) {
 }
 
 void OnOptions(MainWindow& window) {
-  OptionChoice choice{TheSettings().options, TheSettings().colours};
+  const std::wstring program = ProgramPath();
+  OptionChoice choice{TheSettings().options, TheSettings().colours, IsInOpenWith(program),
+                      !window.host.evidence};
   Options& options = choice.options;
   ReadSwitches(window, options);
   if (!AskOptions(window.handle, choice)) return;
   UseColours(choice.colours);
+  if (choice.may_open_with && !SetInOpenWith(program, choice.open_with)) {
+    ShowMessage("The registry refused to be written.", kProgramName, Icon::kExclamation);
+  }
   const bool load = window.shown->slot >= 0 && NeedLoad(options, TheSettings().options);
   TheSettings().options = options;
   SetSwitches(window, options);

@@ -46,6 +46,7 @@ void ShowChoice(HWND dialog, const OptionChoice& choice) {
   }
   CheckRadioButton(dialog, kOptionColoursSystem, kOptionColoursDark,
                    kColours[static_cast<size_t>(choice.colours)]);
+  CheckDlgButton(dialog, kOptionOpenWith, choice.open_with ? BST_CHECKED : BST_UNCHECKED);
 }
 
 void ReadChoice(HWND dialog, OptionChoice& choice) {
@@ -53,6 +54,7 @@ void ReadChoice(HWND dialog, OptionChoice& choice) {
   for (size_t i = 0; i < std::size(kColours); ++i) {
     if (IsTicked(dialog, kColours[i])) choice.colours = static_cast<ColourChoice>(i);
   }
+  choice.open_with = IsTicked(dialog, kOptionOpenWith);
 }
 
 void OnCommand(HWND dialog, int control) {
@@ -78,6 +80,8 @@ INT_PTR CALLBACK OptionsProc(HWND dialog, UINT message, WPARAM first, LPARAM sec
     case WM_INITDIALOG:
       SetWindowLongPtrW(dialog, DWLP_USER, second);
       ShowChoice(dialog, *reinterpret_cast<const OptionChoice*>(second));
+      EnableWindow(GetDlgItem(dialog, kOptionOpenWith),
+                   reinterpret_cast<const OptionChoice*>(second)->may_open_with);
       return TRUE;
     case WM_COMMAND:
       OnCommand(dialog, LOWORD(first));
@@ -99,7 +103,7 @@ bool AskOptions(HWND owner, OptionChoice& choice) {
                     reinterpret_cast<LPARAM>(&wanted)) != IDOK) {
     return false;
   }
-  bool changed = wanted.colours != choice.colours;
+  bool changed = wanted.colours != choice.colours || wanted.open_with != choice.open_with;
   for (const OptionBox& box : kBoxes) {
     changed |= wanted.options.*box.option != choice.options.*box.option;
   }

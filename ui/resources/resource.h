@@ -69,6 +69,7 @@
 #define kOptionColoursSystem 621
 #define kOptionColoursLight 622
 #define kOptionColoursDark 623
+#define kOptionOpenWith 624
 #define kBookmarkAll 631
 #define kBookmarkMachine 632
 #define kBookmarkUser 633
