@@ -1,6 +1,7 @@
 #include "hive/moved_pages.h"
 
 #include <algorithm>
+#include <array>
 #include <cstring>
 #include <numeric>
 #include <unordered_map>
@@ -76,20 +77,31 @@ struct Worth {
   bool header = false;  // says that the place is its own
 };
 
+// What was counted of a page, by kind and 8 bytes: 0 where nothing was asked, else one more than
+// the best agreement. A cell that a hundred keys name, as most do the same security record, is one
+// thing that is there or not.
+using Counted = std::array<std::array<uint8_t, kPageSize / 8>, kCellKinds>;
+
 Worth WorthAt(const PageWork& work, uint32_t content, uint32_t place) {
   constexpr uint32_t kFirstLook = 12;  // when none of these holds, the rest won't either
   Worth worth;
+  Counted counted{};
   const Bytes page = work.BytesOf(content);
   for (const Reference& reference : work.Into(place)) {
     const uint32_t source = work.PageOf(reference.source);
     const bool before = reference.source < work.pages.first;
     if (!before && source != content && !work.trusted[source]) continue;
-    ++worth.fit.asked;
     const uint32_t inside = reference.offset - work.PositionOf(place);
+    uint8_t& best = counted[static_cast<size_t>(reference.kind)][inside / 8];
+    worth.fit.asked += best == 0;
+    best = std::max<uint8_t>(best, 1);
     if (inside < page.size()) {
       const uint32_t agreement = Agreement(page.subspan(inside), reference);
-      worth.fit.held += agreement != 0;
-      worth.score += agreement;
+      if (agreement >= best) {
+        worth.fit.held += best == 1;
+        worth.score += agreement + 1 - best;
+        best = static_cast<uint8_t>(agreement + 1);
+      }
       worth.wanted += agreement != 0 && source != content;
     }
     if (content != place && worth.fit.asked == kFirstLook && worth.fit.held == 0) break;

@@ -11,6 +11,7 @@ namespace hivequarry {
 
 // What a cell is, or is named as.
 enum class CellKind : uint8_t { kNone, kKey, kList, kValue, kSecurity, kValueList, kData };
+inline constexpr size_t kCellKinds = 7;
 
 // A set of offsets (multiples of 8) by kind. Those below `near_end` take a byte for each 8, others
 // a place in a table.

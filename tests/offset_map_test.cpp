@@ -412,6 +412,30 @@ TEST(OffsetMap, LastBlocksOfAnotherHiveThatWereCutOff) {
   }
 }
 
+// A record that all keys name is one thing that is there or not, however many name it.
+TEST(OffsetMap, PageOfAnotherHiveWithOneRecordInTheRightPlace) {
+  HiveBuilder builder;
+  for (uint32_t i = 0; i < 400; ++i) builder.Key("Key" + std::to_string(i)).Sz("v", "some text");
+  BuiltHive built = builder.Build();
+  const uint32_t record = built.SecurityPosition();
+  const uint32_t inside = record % 4096;
+  std::vector<uint8_t> page(4096);
+  const auto set = [&page](uint32_t at, uint32_t number) {
+    for (uint32_t i = 0; i < 4; ++i) page[at + i] = static_cast<uint8_t>(number >> 8 * i);
+  };
+  const auto size = static_cast<uint32_t>(page.size());
+  std::copy_n("hbin", 4, page.begin());
+  set(4, 0x13B2000);
+  set(8, size);
+  set(32, inside - 32);
+  std::copy_n(built.bytes.begin() + record, built.CellLength(record), page.begin() + inside);
+  const uint32_t after = inside + built.CellLength(record);
+  set(after, size - after);
+  std::fill_n(built.bytes.begin() + record - inside, size, uint8_t{0});
+  OpenedHive opened(Joined({built.bytes, page}));
+  EXPECT_TRUE(opened.hive.places.undone.empty());
+}
+
 TEST(OffsetMap, AnotherHiveInBetween) {
   const BuiltHive sound = Groups();
   const BuiltHive other = OtherHive(List::kLh);
