@@ -217,7 +217,7 @@ OutputListPtr ListKeyTree(const HiveImage& hive, const KeyTree& tree, uint32_t i
     if ((at & kStopPollMask) == 0 && StopRequested()) break;
     const KeyItem& it = tree.items[at];
     const std::string& path = paths.PathOf(at);
-    if (!IsKeyItem(tree, at)) continue;
+    if (!IsKeyItem(tree, at) || (options.disconnected && it.connected)) continue;
     const bool has_cell = HasKeyCell(tree, at);
     const int access = has_cell ? ReadU8(hive, it.position + kKeyAccessBits) : -1;
     if (options.by_access && (access < 0 || (access & 3) != options.access)) continue;

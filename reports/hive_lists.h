@@ -33,6 +33,7 @@ struct KeyListOptions {
   bool details = false;    // a further column: access bits
   bool by_access = false;  // only keys with exactly these bits
   uint8_t access = 0;
+  bool disconnected = false;  // only keys that no list leads to from the root
 };
 OutputListPtr ListKeyTree(const HiveImage& hive, const KeyTree& tree, uint32_t item,
                           const KeyListOptions& options = {});

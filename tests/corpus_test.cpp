@@ -241,6 +241,9 @@ TEST_F(Corpus, ScanMeetsEveryAllocatedRecord) {
     EXPECT_EQ(summary.bins, cells.blocks);
     EXPECT_EQ(summary.keys, summary.connected_keys + summary.disconnected_keys);
     EXPECT_EQ(RealKeys(opened), cells.keys);
+    const KeyListOptions disconnected{.disconnected = true};
+    EXPECT_EQ(RowCount(*ListKeyTree(*opened.hive, opened.tree, 0, disconnected)),
+              summary.disconnected_keys);
     const std::vector<uint32_t> unnamed = UnnamedValues(bytes, cells);
     const std::vector<uint32_t>& shown = opened.tree.disconnected_value_positions;
     if (facts["file"] == "SYSTEM_holes") {

@@ -1,6 +1,7 @@
 // The band above the tree: the hive's state at a glance.
 #include "ui/main/band.h"
 
+#include "tests/support/sample_hives.h"
 #include "tests/window/list_fixture.h"
 #include "ui/frame/text.h"
 
@@ -76,6 +77,21 @@ TEST_F(BandTest, SaysWhatIsKnownAndLeadsToIt) {
   EXPECT_LE(band.bottom, tree.top);
   Press("1 freed key");
   EXPECT_TRUE(ListOpens(L"Freed Keys"));
+}
+
+// Those that hang in the tree by their parent field are among them.
+TEST_F(BandTest, DisconnectedKeysLeadToAListOfAllOfThem) {
+  const TempFile file(DamagedSample(), "SOFTWARE");
+  Open(file.name());
+  const uint32_t count = window_->shown->summary.disconnected_keys;
+  const KeyTree& tree = *window_->shown->tree;
+  ASSERT_GT(count, tree.items[tree.disconnected_keys].end - tree.disconnected_keys - 1)
+      << "else the sample shows nothing";
+  Press(std::to_string(count) + " disconnected keys");
+  EXPECT_TRUE(ListOpens(L"Key tree"));
+  ListPlace* const list = FindListPlace(FindWindowW(L"HivequarryList", nullptr));
+  ASSERT_NE(list, nullptr);
+  EXPECT_EQ(RowCount(*list->model), count);
 }
 
 TEST_F(BandTest, KeysGoFromFigureToFigure) {

@@ -63,14 +63,27 @@ void OnListRoots(MainWindow& window) {
   });
 }
 
-void ListKeysBelow(MainWindow& window, uint32_t item) {
-  if (item == kNoItem) return CurrentHost().beep(CurrentHost().context);
-  StartList(window, [&hive = ShownHive(window), &tree = *window.shown->tree, item] {
-    return ListKeyTree(hive, tree, item);
+namespace {
+
+void ListKeysBelow(MainWindow& window, uint32_t item, const KeyListOptions& options) {
+  StartList(window, [&hive = ShownHive(window), &tree = *window.shown->tree, item, options] {
+    return ListKeyTree(hive, tree, item, options);
   });
 }
 
-void OnListKeys(MainWindow& window) { ListKeysBelow(window, SelectedItem(window.shown->pane)); }
+}  // namespace
+
+void ListAllKeys(MainWindow& window, bool disconnected) {
+  KeyListOptions options;
+  options.disconnected = disconnected;
+  ListKeysBelow(window, 0, options);
+}
+
+void OnListKeys(MainWindow& window) {
+  const uint32_t item = SelectedItem(window.shown->pane);
+  if (item == kNoItem) return CurrentHost().beep(CurrentHost().context);
+  ListKeysBelow(window, item, {});
+}
 
 void OnListValues(MainWindow& window) {
   if (SelectedItem(window.shown->pane) == window.shown->tree->disconnected_values) {

@@ -11,8 +11,9 @@ struct MainWindow;
 void OnListBlockRuns(MainWindow& window);
 void OnListRoots(MainWindow& window);
 void OnListKeys(MainWindow& window);
-// The keys of an item's subtree; kNoItem: there are none, and the program beeps.
-void ListKeysBelow(MainWindow& window, uint32_t item);
+// All keys of the hive shown, or those that no list leads to from the root, wherever they hang in
+// the tree.
+void ListAllKeys(MainWindow& window, bool disconnected);
 void OnListValues(MainWindow& window);
 void OnListLostValues(MainWindow& window);
 void OnListFreedKeys(MainWindow& window);

@@ -159,9 +159,9 @@ void FollowBand(MainWindow& window, int button) {
     case GlanceLead::kRoot:
       return RunCommand(window, kCommandHiveRoot);
     case GlanceLead::kKeys:
-      return ListKeysBelow(window, 0);
+      return ListAllKeys(window, false);
     case GlanceLead::kDisconnectedKeys:
-      return ListKeysBelow(window, window.shown->tree->disconnected_keys);
+      return ListAllKeys(window, true);
     case GlanceLead::kDisconnectedValues:
       return RunCommand(window, kCommandListLostValues);
     case GlanceLead::kFreedKeys:
