@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 #include "host/long_operation.h"
 #include "host/text.h"
 #include "records/base_block.h"
@@ -127,6 +129,28 @@ TEST(FreedTree, FindingGoesThroughAllTrees) {
   EXPECT_EQ(find(1, 1, true, true), std::pair(size_t{0}, k));
   EXPECT_EQ(find(0, k, false, true), std::pair(size_t{1}, uint32_t{1}));
   EXPECT_EQ(passed, 2);
+}
+
+TEST(FreedTree, DeletedKeysAreAmongWhatWasRecovered) {
+  OpenedHive opened(testing::HiveWithDeletedKeys());
+  opened.tree.disconnected_value_positions.clear();
+  const auto freed = FindFreedTree(opened.hive, opened.tree);
+  const uint32_t c = FreedTopsUnder(*freed, opened.Item("A"))[0].item;
+  TreePlace at{0, false};
+  const auto next = [&](bool down) {
+    const FoundRecovered found = FindRecovered(opened.tree, freed.get(), at, down);
+    at = found.place;
+    return std::tuple(found.place.freed, found.place.item, found.passed);
+  };
+  // Those in the tree first; the folder itself has nothing.
+  EXPECT_EQ(next(true), std::tuple(true, c, false));
+  EXPECT_EQ(next(true), std::tuple(true, c + 1, false));
+  EXPECT_EQ(next(true), std::tuple(true, 1U, false));
+  EXPECT_EQ(next(true), std::tuple(true, c, true));
+  EXPECT_EQ(next(false), std::tuple(true, 1U, true));
+  HideBranch(opened.tree, opened.Item("A"));
+  EXPECT_EQ(next(true), std::tuple(true, 1U, true)) << "the only one that is left";
+  EXPECT_EQ(FindRecovered(opened.tree, nullptr, {0, false}, true).place.item, kNoItem);
 }
 
 // In a chain or side by side.

@@ -710,18 +710,21 @@ TEST(Relations, RecoveredKeysAreFoundOneAfterAnother) {
   const uint32_t made = opened.Item("A\\Alph");
   const uint32_t unlinked = opened.Item("Disconnected Keys\\Other");
   const KeyTree& tree = opened.tree;
-  EXPECT_EQ(FindRecovered(tree, 0, true).item, made);
-  EXPECT_EQ(FindRecovered(tree, kNoItem, true).item, made);
-  EXPECT_FALSE(FindRecovered(tree, kNoItem, true).passed);
-  EXPECT_EQ(FindRecovered(tree, made, true).item, unlinked);
-  const FoundRecovered values = FindRecovered(tree, unlinked, true);
-  EXPECT_EQ(values.item == made, tree.disconnected_value_positions.empty());
-  EXPECT_EQ(FindRecovered(tree, unlinked, false).item, made);
-  EXPECT_TRUE(FindRecovered(tree, made, false).passed);
+  const auto find = [&tree](uint32_t from, bool down) {
+    return FindRecovered(tree, nullptr, {from, false}, down);
+  };
+  EXPECT_EQ(find(0, true).place.item, made);
+  EXPECT_EQ(find(kNoItem, true).place.item, made);
+  EXPECT_FALSE(find(kNoItem, true).passed);
+  EXPECT_EQ(find(made, true).place.item, unlinked);
+  const FoundRecovered values = find(unlinked, true);
+  EXPECT_EQ(values.place.item == made, tree.disconnected_value_positions.empty());
+  EXPECT_EQ(find(unlinked, false).place.item, made);
+  EXPECT_TRUE(find(made, false).passed);
   HideBranch(opened.tree, unlinked);
   HideBranch(opened.tree, made);
   opened.tree.disconnected_value_positions.clear();
-  EXPECT_EQ(FindRecovered(tree, 0, true).item, kNoItem);
+  EXPECT_EQ(find(0, true).place.item, kNoItem);
 }
 
 TEST(Relations, DetailSaysWhatAKeyWasMadeFor) {

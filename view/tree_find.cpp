@@ -76,18 +76,55 @@ uint32_t ItemAgain(const HiveImage& hive, const KeyTree& tree, std::string_view 
 
 namespace {
 
-bool ShowsRecovered(const KeyTree& tree, uint32_t item) {
+bool ShowsRecovered(const KeyTree& tree, const FreedTree* freed, uint32_t item) {
+  const KeyItem& it = tree.items[item];
+  if (it.hidden) return false;
   if (item == tree.disconnected_values) return !tree.disconnected_value_positions.empty();
-  return IsKeyItem(tree, item) && ClosedIcon(tree.items[item]) != kIconFolder;
+  if (!IsKeyItem(tree, item)) return false;
+  if (ClosedIcon(it) != kIconFolder) return true;
+  return freed != nullptr && HasKeyCell(tree, item) && !FreedValuesOf(*freed, it.position).empty();
 }
+
+// Both trees as one row of places: the hive's, the branches of deleted keys in it, and the folder
+// of those without a place.
+struct PlacesInRow {
+  const KeyTree& tree;
+  const FreedTree* freed;
+
+  uint32_t Live() const { return static_cast<uint32_t>(tree.items.size()); }
+  uint32_t Freed() const {
+    return freed == nullptr ? 0 : static_cast<uint32_t>(freed->tree.items.size());
+  }
+  uint32_t InFolder() const { return Freed() == 0 ? 0 : freed->tree.items[0].end; }
+  uint32_t Count() const { return Live() + Freed(); }
+
+  TreePlace At(uint32_t row) const {
+    if (row < Live()) return {row, false};
+    return {(row - Live() + InFolder()) % Freed(), true};
+  }
+  // Count() for a place that is none of them.
+  uint32_t RowOf(TreePlace place) const {
+    if (!place.freed) return std::min(place.item, Count());
+    if (place.item >= Freed()) return Count();
+    return Live() + (place.item + Freed() - InFolder()) % Freed();
+  }
+  bool IsRecovered(TreePlace place) const {
+    if (!place.freed) return ShowsRecovered(tree, freed, place.item);
+    if (place.item == 0) return !FreedValuesOf(*freed, kNoOffset).empty();
+    const uint32_t host = HostOfFreed(*freed, place.item);
+    return host == kNoItem || !tree.items[host].hidden;
+  }
+};
 
 }  // namespace
 
-FoundRecovered FindRecovered(const KeyTree& tree, uint32_t from, bool down) {
-  const auto count = static_cast<uint32_t>(tree.items.size());
-  const bool begins = from < count;
+FoundRecovered FindRecovered(const KeyTree& tree, const FreedTree* freed, TreePlace from,
+                             bool down) {
+  const PlacesInRow places{tree, freed};
+  const uint32_t count = places.Count();
+  uint32_t at = places.RowOf(from);
+  const bool begins = at < count;
   FoundRecovered found;
-  uint32_t at = begins ? from : count;
   for (uint32_t steps = 0; steps < count; ++steps) {
     const bool at_end = down ? at + 1 >= count : at == 0;
     found.passed |= at_end && begins;
@@ -96,8 +133,8 @@ FoundRecovered FindRecovered(const KeyTree& tree, uint32_t from, bool down) {
     } else {
       at = at_end ? count - 1 : at - 1;
     }
-    if (!ShowsRecovered(tree, at)) continue;
-    found.item = at;
+    if (!places.IsRecovered(places.At(at))) continue;
+    found.place = places.At(at);
     return found;
   }
   return {};

@@ -8,6 +8,7 @@
 #include <string_view>
 
 #include "hive/key_tree.h"
+#include "view/freed_tree.h"
 
 namespace hivequarry {
 
@@ -33,14 +34,22 @@ struct SearchedTree {
 FoundItem FindItemByName(std::span<const SearchedTree> trees, size_t from_tree,
                          const TreeFindRequest& request, const std::function<void()>& passed);
 
-// The next item, filled in the pane or not, that shows what is not simply there: a key that no list
-// leads to or that was made, one of which something was repaired, or the folder of values that no
-// key names, when it has any. It goes on at the other end; the item to search from comes last.
-struct FoundRecovered {
-  uint32_t item = kNoItem;  // kNoItem: there is none
-  bool passed = false;      // an end of the tree
+// An item of the hive's tree, or of that of its deleted keys.
+struct TreePlace {
+  uint32_t item = kNoItem;  // kNoItem: none
+  bool freed = false;
 };
-FoundRecovered FindRecovered(const KeyTree& tree, uint32_t from, bool down);
+struct FoundRecovered {
+  TreePlace place;      // of no item: there is none
+  bool passed = false;  // an end of the trees
+};
+// The next item, filled in the pane or not, that shows what is not simply there: a key that no list
+// leads to or that was made, one of which something was repaired or that has deleted values, the
+// folder of values that no key names, when it has any; then the deleted keys, those that have no
+// place in the tree last (`freed`: null where they are not shown). It goes on at the other end; the
+// item to search from comes last. Hidden ones are passed over.
+FoundRecovered FindRecovered(const KeyTree& tree, const FreedTree* freed, TreePlace from,
+                             bool down);
 
 // The item that shows the key or value at a position: the key, the key that lists the value, or the
 // folder of the values that no key names. kNoItem when there is none, or it is hidden.

@@ -112,6 +112,18 @@ TEST_F(FreedInTreeTest, FindingAndGoingLeadToThem) {
   EXPECT_EQ(ItemText(TreeView_GetSelection(Tree())), "C");
 }
 
+TEST_F(FreedInTreeTest, NextRecoveredComesToThem) {
+  OpenDeleted();
+  SelectItemAndWait(0);
+  for (const char* name : {"C", "D", "Quack", "C"}) {
+    Run(kCommandNextRecovered);
+    EXPECT_EQ(ItemText(TreeView_GetSelection(Tree())), name);
+  }
+  Run(kCommandPreviousRecovered);
+  EXPECT_EQ(ItemText(TreeView_GetSelection(Tree())), "Quack");
+  EXPECT_TRUE(TakeBoxes().empty());
+}
+
 TEST_F(FreedInTreeTest, ParentTakenOutOfTheTreeTakesThemAlong) {
   OpenDeleted();
   const HTREEITEM a = ChildOf(RootHandle(), "A");

@@ -168,14 +168,21 @@ void OnFindNext(MainWindow& window) { SearchAgain(window, true, kCommandFindNext
 void OnFindPrevious(MainWindow& window) { SearchAgain(window, false, kCommandFindPrevious); }
 
 void OnRecovered(MainWindow& window, bool down) {
-  const FoundRecovered found =
-      FindRecovered(*window.shown->tree, SelectedItem(window.shown->pane), down);
-  if (found.item == kNoItem) {
-    ShowMessage("Nothing was recovered in this hive.", kProgramName, Icon::kInformation);
+  WindowHive& hive = *window.shown;
+  const bool in_freed = IsFreedSelected(window);
+  const TreePlace from{SelectedItem(in_freed ? hive.freed_pane : hive.pane), in_freed};
+  const FoundRecovered found = FindRecovered(*hive.tree, ShownFreed(window).get(), from, down);
+  if (found.place.item == kNoItem) {
+    const bool known = hive.findings.freed != nullptr;
+    ShowMessage(known ? "Nothing was recovered in this hive."
+                      : "Nothing was recovered in this hive so far.\r\n"
+                        "Deleted keys are still being looked for.",
+                kProgramName, Icon::kInformation);
     return;
   }
   if (found.passed) ShowPassingText(window, down ? kPassedEnd : kPassedBeginning);
-  SelectItem(window.shown->pane, found.item);
+  if (found.place.freed) return SelectGuest(hive.pane, hive.freed_pane, found.place.item);
+  SelectItem(hive.pane, found.place.item);
 }
 
 void OnCurrentBranch(MainWindow& window) {
