@@ -89,6 +89,7 @@ TEST_F(ListFilterTest, Keys) {
   Type(place, L"b");
   EXPECT_TRUE(Press(place, Box(place), VK_DOWN));
   EXPECT_EQ(GetFocus(), place.list);
+  EXPECT_EQ(FocusedRow(place), 0) << "commands of a row are at hand";
   EXPECT_TRUE(Press(place, Box(place), VK_ESCAPE));
   Settle(place);
   EXPECT_EQ(TextOf(Box(place)), "");
@@ -121,6 +122,7 @@ TEST_F(ListFilterTest, PaneOfTheMainWindow) {
   };
   press(Box(pane), VK_DOWN);
   EXPECT_EQ(GetFocus(), pane.list);
+  EXPECT_EQ(FocusedRow(pane), 0);
   Type(pane, L"(");
   SendMessageW(Box(pane, kListFilterRegularId), BM_CLICK, 0, 0);
   EXPECT_EQ(TextOf(Box(pane, kListFilterNoteId)), "A ( has no ).");

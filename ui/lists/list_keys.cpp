@@ -6,6 +6,7 @@
 #include "ui/lists/activity_pane.h"
 #include "ui/lists/list_frame.h"
 #include "ui/lists/list_menu.h"
+#include "ui/lists/list_selection.h"
 #include "ui/lists/list_window.h"
 #include "view/list_commands.h"
 
@@ -93,7 +94,7 @@ bool TranslateListKeys(MSG& message) {
   const uint8_t modifiers = ModifiersNow();
   if (place == nullptr || IsTextKey(message.hwnd, message.wParam, modifiers)) return false;
   if (IsListKeyOfBox(message.hwnd, message.wParam)) {
-    SetFocus(place->list);
+    EnterRows(*place);
     return true;
   }
   if (RunKey(*place, message.wParam, modifiers)) return true;

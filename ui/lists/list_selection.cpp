@@ -168,4 +168,9 @@ int FocusedRow(const ListPlace& place) {
   return focused >= 0 ? focused : ListView_GetNextItem(place.list, -1, LVNI_SELECTED);
 }
 
+void EnterRows(ListPlace& place) {
+  SetFocus(place.list);
+  if (FocusedRow(place) < 0 && ShownRowCount(place) != 0) FocusRow(place, 0, false);
+}
+
 }  // namespace hivequarry

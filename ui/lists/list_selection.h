@@ -30,5 +30,7 @@ void SelectAllRows(ListPlace& place);
 void InvertSelection(ListPlace& place);
 // The row in focus, else the first selected one, as a place in the order shown; -1 for none.
 int FocusedRow(const ListPlace& place);
+// Gives the list the focus of the keyboard, and its first row where none has it.
+void EnterRows(ListPlace& place);
 
 }  // namespace hivequarry

@@ -24,6 +24,7 @@
 #include "ui/hex/hex_edit.h"
 #include "ui/lists/list_filtering.h"
 #include "ui/lists/list_menu.h"
+#include "ui/lists/list_selection.h"
 #include "ui/lists/list_window.h"
 #include "ui/lists/value_window.h"
 #include "ui/main/address_bar.h"
@@ -379,7 +380,7 @@ bool OnPaneFilterKey(MainWindow& window, const MSG& message) {
   const bool in_box = message.hwnd == window.filter.words;
   if (!in_box && message.hwnd != window.output.list) return false;
   if (in_box && (message.wParam == VK_RETURN || message.wParam == VK_DOWN)) {
-    SetFocus(window.output.list);
+    EnterRows(window.output);
     return true;
   }
   if (message.wParam != VK_ESCAPE || IsExpanding(window)) return false;
