@@ -94,6 +94,20 @@ TEST_F(BandTest, DisconnectedKeysLeadToAListOfAllOfThem) {
   EXPECT_EQ(RowCount(*list->model), count);
 }
 
+TEST_F(BandTest, TakesTheRoomOfItsRowsAtEachResolution) {
+  OpenBytes(WithFreedKey().bytes);
+  ASSERT_TRUE(PumpUntil([&] { return IsKnown(); }));
+  for (const uint32_t dpi : {192U, 96U}) {
+    ApplyDpi(*window_, dpi);
+    RECT band;
+    GetClientRect(BandWindow(), &band);
+    RECT last{};
+    SendMessageW(BandWindow(), TB_GETITEMRECT, Buttons().size() - 1,
+                 reinterpret_cast<LPARAM>(&last));
+    EXPECT_EQ(band.bottom, last.bottom) << dpi;
+  }
+}
+
 TEST_F(BandTest, KeysGoFromFigureToFigure) {
   OpenBytes(WithFreedKey().bytes);
   ASSERT_TRUE(PumpUntil([&] { return IsKnown(); }));

@@ -51,6 +51,14 @@ void RemoveButtons(HWND toolbar) {
   while (SendMessageW(toolbar, TB_DELETEBUTTON, 0, 0) != FALSE) continue;
 }
 
+// Where the last row ends: toolbars may make rows lower than they were asked to.
+int BottomOfRows(HWND toolbar) {
+  const auto count = static_cast<WPARAM>(SendMessageW(toolbar, TB_BUTTONCOUNT, 0, 0));
+  RECT last{};
+  if (count != 0) SendMessageW(toolbar, TB_GETITEMRECT, count - 1, reinterpret_cast<LPARAM>(&last));
+  return last.bottom;
+}
+
 void AddButton(const Band& band, int button, int width, bool cut, bool wrap) {
   std::wstring text = WindowText(PartOf(band, button)->text);
   TBBUTTON made{};
@@ -134,17 +142,15 @@ int FillBand(MainWindow& window, int width) {
   SendMessageW(band.window, WM_SETREDRAW, FALSE, 0);
   RemoveButtons(band.window);
   SendMessageW(band.window, TB_SETBUTTONSIZE, 0, MAKELPARAM(1, measure.line));
-  int rows = starts.empty() ? 0 : 1;
   for (size_t i = 0; i < starts.size(); ++i) {
     const bool wrap = i + 1 < starts.size() && starts[i + 1];
     AddButton(band, kFirstButton + static_cast<int>(i), std::min(measure.widths[i], width),
               measure.widths[i] > width, wrap);
-    rows += wrap ? 1 : 0;
   }
   if (hot >= 0) SetHot(band.window, hot);
   SendMessageW(band.window, WM_SETREDRAW, TRUE, 0);
   InvalidateRect(band.window, nullptr, TRUE);
-  band.height = rows * measure.line;
+  band.height = BottomOfRows(band.window);
   return band.height;
 }
 
