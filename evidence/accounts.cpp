@@ -16,7 +16,8 @@
 namespace hivequarry {
 namespace {
 
-// Of the record "F" of a user, 80 bytes; times are FILETIME, UTC:
+// Of the record "F" of a user, 80 bytes; times are FILETIME, UTC. What is between the
+// fields below is not read:
 //
 //    8  8  last logon                      48  4  relative id
 //   24  8  password set                    56  4  control bits
@@ -30,12 +31,13 @@ constexpr uint32_t kNumber = 48;
 constexpr uint32_t kControl = 56;
 constexpr uint32_t kWrongCount = 64;
 constexpr uint32_t kLogons = 66;
+// Up to the end of the last field that is read: a record that was cut after it still counts.
 constexpr size_t kFixed = 68;
 constexpr uint64_t kNever = 0x7FFFFFFFFFFFFFFF;
 
-// Of "V": where the offset of each text is; its length is after it. They count from kTexts on.
-// Twelve bytes for each text: offset, length in bytes, and a third number that is not looked at.
-// Texts are UTF-16 without a zero at their end.
+// Of "V": a table of twelve bytes for each text, up to kTexts: 4 offset, 4 length in bytes, 4 a
+// third number that is not looked at. Below is where the entry of each text begins. Offsets count
+// from kTexts on, where the table ends. Texts are UTF-16 without a zero at their end.
 constexpr uint32_t kName = 0x0C;
 constexpr uint32_t kFullName = 0x18;
 constexpr uint32_t kComment = 0x24;
@@ -43,12 +45,12 @@ constexpr uint32_t kHome = 0x48;
 constexpr uint32_t kScript = 0x60;
 constexpr uint32_t kProfile = 0x6C;
 constexpr uint32_t kTexts = 0xCC;
-// Likewise, of what passwords are told by.
-// Hashes and their histories. They are neither read nor shown, also not by way of a text whose
-// offset was made to lead there.
+// Entries of the same table: the hashes that passwords are told by, and their histories. What they
+// lead to is neither read nor shown, also not by way of a text whose offset was made to lead there.
 constexpr uint32_t kSecrets[] = {0x9C, 0xA8, 0xB4, 0xC0};
 
-// Of "C" of a group, likewise.
+// Of "C" of a group: entries of the same form from kGroupName on, offsets counted from kGroupTexts
+// on. That of the members leads to their SIDs; its third number is how many there are.
 constexpr uint32_t kGroupName = 0x10;
 constexpr uint32_t kGroupComment = 0x1C;
 constexpr uint32_t kMembers = 0x28;
@@ -68,7 +70,9 @@ std::optional<uint32_t> NumberOfKeyName(std::string_view name) {
   return number;
 }
 
-// The part of a record that a pair of offset and length tells.
+// The part of a record that the entry at `at` tells, its offset counted from `base` on; a view into
+// `data`. Nothing, with a note, for one that leads out of the record. In 64 bits, since a made-up
+// offset would wrap.
 ByteView FieldAt(ByteView data, uint32_t at, uint32_t base, EvidenceRow& row) {
   const uint64_t start = uint64_t{ReadU32(data, at)} + base;
   const uint64_t length = ReadU32(data, at + 4);
@@ -119,6 +123,7 @@ struct NamedKey {
   EvidenceKey key;
 };
 // The keys below "Names", by the number that the type of their value is.
+// The relative id of an account is the type of the value there, not in its data.
 using NamedKeys = std::unordered_multimap<uint32_t, NamedKey>;
 NamedKeys FindNames(EvidenceKeys& keys, EvidenceKey names) {
   NamedKeys found;
@@ -129,8 +134,9 @@ NamedKeys FindNames(EvidenceKeys& keys, EvidenceKey names) {
   return found;
 }
 
-// When the key below "Names" was written that has the number; and what of it contradicts the name
-// in the record.
+// Adds the cell of the last write of the key below "Names" that has the number, which is about when
+// the account was made, and notes what of that key contradicts the name in the record. Of several
+// such keys the one that is called like the record counts.
 void AddNameKey(EvidenceRun& run, const NamedKeys& names, const std::string& name, uint32_t number,
                 EvidenceRow& row) {
   const auto [first, last] = names.equal_range(number);
@@ -149,6 +155,8 @@ void AddNameKey(EvidenceRun& run, const NamedKeys& names, const std::string& nam
   if (std::next(first) != last) row.Note("several keys below Names have this number");
 }
 
+// Rows of one key "Users": the numbered keys first, in the order of the tree, then the names that
+// none of them has.
 class UserList {
  public:
   UserList(EvidenceRun& run, EvidenceKey users)
@@ -197,6 +205,7 @@ class UserList {
 
   static void AddFixed(const EvidenceValue* fixed, uint32_t number, EvidenceRow& row) {
     if (fixed == nullptr || !HasData(*fixed, kFixed, row)) {
+      // Control bits, four times, two counts.
       row.Empty(7).Note("no record of logons");
       return;
     }

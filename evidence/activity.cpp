@@ -26,6 +26,8 @@ bool IsOwn(const EvidenceValue& value) {
          EqualIgnoringCase(value.name, "SequenceNumber");
 }
 
+// Data that end before the kind leave its cell empty; another number than those two is shown as it
+// is.
 void AddProgram(EvidenceRun& run, EvidenceKey key, const EvidenceValue& value,
                 const std::string& user, const std::string& moderator, const std::string& set) {
   EvidenceRow row;
@@ -46,6 +48,7 @@ void AddProgram(EvidenceRun& run, EvidenceKey key, const EvidenceValue& value,
 }  // namespace
 
 void DecodeActivity(EvidenceRun& run, Places places) {
+  // The patterns of "bam" come first, with and without "State", then the same of "dam".
   constexpr size_t kFirstDam = 2;  // of the patterns
   for (const EvidencePlace& place : places) {
     const std::string user = run.keys.NameOf(place.key);

@@ -11,8 +11,16 @@
 namespace hivequarry {
 namespace {
 
-// Which value each cell is from; null for none.
-// Names of values that are numbers are hexadecimal, as the older systems write them.
+// Which value each cell is from; null for none. Names of values that are numbers are hexadecimal,
+// as the older systems write them. Of a file, below "File\{volume}":
+//
+//     0  product                  11  modified
+//     1  publisher                12  created
+//     5  version of the file      15  path
+//     6  size, bytes             100  id of the program it belongs to
+//     f  linked                  101  hash: four zeros and the SHA-1
+//
+// Of a program, below "Programs": 0 name, 1 version, 2 publisher, a installed, d folder.
 struct InventoryForm {
   const char* word;
   const char* name;
@@ -53,8 +61,8 @@ std::string CellText(const std::vector<EvidenceValue>& values, const char* name)
   return name == nullptr ? std::string() : TextNamed(values, name);
 }
 
-// "0000" and the 40 digits of a SHA-1.
-// Another form is shown whole.
+// The 40 digits of a SHA-1 are stored after "0000", which is taken off. Text of another form is
+// shown whole, with a note.
 std::string HashText(std::string text, EvidenceRow& row) {
   constexpr size_t kDigits = 40;
   if (text.empty()) return text;
@@ -63,7 +71,8 @@ std::string HashText(std::string text, EvidenceRow& row) {
   return text;
 }
 
-// "12/16/2019 20:45:45", or the day alone.
+// "12/16/2019 20:45:45", or the day alone: month, day, year, hour, minute, second. Nothing
+// for other text.
 std::optional<uint64_t> TimeOfText(std::string_view text) {
   CalendarTime time;
   int* const fields[] = {&time.month, &time.day,    &time.year,
@@ -85,9 +94,8 @@ std::optional<uint64_t> TimeOfText(std::string_view text) {
   return FileTimeOfFields(time);
 }
 
-// Times come as FILETIME, seconds since 1970, or text in the month's order.
-// Eight bytes are FILETIME, four are seconds; what is neither and no date stays text. None
-// says its time zone: all are taken as UTC.
+// One cell. Numbers of eight bytes are FILETIME, those of four seconds since 1970, 0 is none; a
+// text that is no date stays text. None says its time zone: all are taken as UTC.
 void AddTime(const std::vector<EvidenceValue>& values, const char* name, EvidenceRow& row) {
   const EvidenceValue* value = name == nullptr ? nullptr : FindValue(values, name);
   if (value == nullptr) {
@@ -111,7 +119,8 @@ void AddTime(const std::vector<EvidenceValue>& values, const char* name, Evidenc
 }
 
 // A row for each key, also for one whose values are all lost: that it is there says that the
-// program was.
+// program was. Without a name the last name of the path, then the key's own, stand for it. A size
+// that is no number is shown as its text.
 void AddEntry(EvidenceRun& run, EvidenceKey key, const InventoryForm& form) {
   const std::vector<EvidenceValue> values = run.keys.ValuesOf(key);
   EvidenceRow row;
@@ -175,6 +184,7 @@ void AddShownName(EvidenceRun& run, EvidenceKey key, const EvidenceValue& value)
 
 }  // namespace
 
+// The values about the list itself, the languages it was made for, are no programs.
 void DecodeMuiCache(EvidenceRun& run, Places places) {
   for (const EvidencePlace& place : places) {
     for (const EvidenceValue& value : run.keys.ValuesOf(place.key)) {
@@ -185,6 +195,8 @@ void DecodeMuiCache(EvidenceRun& run, Places places) {
   }
 }
 
+// Without their key only names with one of the two endings, or of a text resource, tell; XP's plain
+// paths are as good as any value's name and are left out.
 void DecodeLooseMuiCache(EvidenceRun& run, std::span<const EvidenceValue> values) {
   for (const EvidenceValue& value : values) {
     const bool text = value.type == kRegSz;

@@ -15,7 +15,8 @@ enum class PlaceOf : uint8_t {
   kUser,      // a user's hive from its root
   kSystem,    // below a control set
 };
-// Which values of a key name programs.
+// A place, and which values of its key name programs. A path that ends in "*" has a key for each
+// entry: it is the key's name that its rows are called by.
 struct StartPlace {
   PlaceOf of;
   const char* path;  // the place pattern below that
@@ -57,12 +58,14 @@ constexpr StartPlace kPlaces[] = {
      "StartupPrograms"},
 };
 
-// Values that tell whether the user lets what another place names start.
-// From Windows 8 on. The list's name says which place is meant: "Run", "Run32", "StartupFolder".
+// Whether the user lets start what another place names; from Windows 8 on. The list's name says
+// which place is meant ("Run", "Run32" of the 32-bit branch, "StartupFolder"), the value's name
+// which entry there.
 constexpr PlacePattern kApproved[] = {
     "Microsoft\\Windows\\CurrentVersion\\Explorer\\!StartupApproved\\*",
     "Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\!StartupApproved\\*"};
 
+// `names` as StartPlace::values has them; any name is among null.
 bool IsAmong(const char* names, std::string_view name) {
   if (names == nullptr) return true;
   std::string_view left = names;
@@ -74,12 +77,17 @@ bool IsAmong(const char* names, std::string_view name) {
   return false;
 }
 
+// Of the value's data, 12 bytes, whose first byte alone decides: even lets it start.
+//
+//    0  4  number; bit 0 set: does not start
+//    4  8  since when it is switched off, FILETIME, UTC; 0 while it may start
+//
+// Data that end before the time still say yes or no.
 struct Approval {
   bool approved = true;
   uint64_t since = 0;
 };
-// An even first byte lets it start; a time is there since which it does not.
-// Twelve bytes: a number of 4, then a FILETIME that is 0 while the program may start.
+// Reads of data that are not all there give 0, which is yes: callers ask HasData first.
 Approval ReadApproval(ByteView data) {
   return {(ReadU8(data, 0) & 1) == 0, data.size() >= 12 ? ReadU64(data, 4) : 0};
 }
@@ -92,6 +100,8 @@ struct StartPattern {
 };
 // The place is part of what is found by the pattern's number, so order and number of both are the
 // same.
+// SOFTWARE has "Microsoft" at its root, a user's hive below "Software"; both may have a 32-bit
+// branch.
 std::vector<StartPattern> MakePatterns() {
   std::vector<StartPattern> patterns;
   for (const StartPlace& place : kPlaces) {
@@ -150,6 +160,7 @@ class StartList {
   }
 
  private:
+  // Two cells: yes or no, and since when not. Null leaves both empty: nothing was decided.
   static void AddApproval(const Approval* approval, EvidenceRow& row) {
     if (approval == nullptr) {
       row.Empty(2);
@@ -158,6 +169,8 @@ class StartList {
     row.Text(approval->approved ? "yes" : "no").Time(approval->since);
   }
 
+  // Approvals are found by the place's word and the value's name, so the words of kPlaces are the
+  // names of the lists below "StartupApproved".
   void AddPlace(const EvidencePlace& at, const StartPlace& place, bool wow) {
     const bool by_key = std::string_view(place.path).ends_with('*');
     for (const EvidenceValue& value : run_.keys.ValuesOf(at.key)) {

@@ -29,6 +29,8 @@ struct DecoderInfo {
 };
 
 // Those of a group follow one another.
+// Commands of the window are numbered by a decoder's place here, so a new one goes to the end of
+// its group and shifts those after it; the console's names stay.
 inline constexpr DecoderInfo kDecoders[] = {
     {"user-assist", "Programs started by the shell, with runs, focus and times", "&UserAssist",
      DecoderGroup::kPrograms, kListUserAssist},

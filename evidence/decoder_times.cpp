@@ -13,6 +13,7 @@
 namespace hivequarry {
 namespace {
 
+// Of a row's own cells in their order, those that are neither empty nor times nor numbers.
 constexpr size_t kMostDetails = 3;  // cells of a row that say what it is about
 
 struct Telling {
@@ -25,8 +26,9 @@ struct Telling {
   std::map<size_t, const char*> events;  // by column
 };
 
-// Rows keep seconds beside the text of a date, which has the fraction: "..., 13:02:09.1234567", and
-// may end with the zone that dates are shown in.
+// FILETIME of a date cell; 0 for none. The cell's value has whole seconds since 1601 alone. Seven
+// digits of a fraction are in its text, "..., 13:02:09.1234567", which may end with the zone that
+// dates are shown in.
 uint64_t TimeOfCell(const OutputList& list, uint32_t row, int column) {
   const uint64_t seconds = CellValue(list, row, column);
   if (seconds == kNoValue || seconds == 0) return 0;
@@ -59,6 +61,9 @@ TimelineState StateOf(std::string_view word) {
   return word == StateWord(TimelineState::kLive) ? TimelineState::kLive : TimelineState::kRecovered;
 }
 
+// "NAME, PATH, ...; note; changed by the logs". The columns that all decoders have come after the
+// kind's own in the order note, state, key, value (lists/decoder_kinds.h): `tail` counts from
+// there.
 std::string DetailOf(const Telling& telling, uint32_t row) {
   std::string detail;
   size_t cells = 0;
@@ -86,6 +91,8 @@ bool IsLocal(const KindColumn& column) {
   return std::string_view(column.title).ends_with("(local)");
 }
 
+// An event for each date that the row has, in the shelf of its time. The detail is made only when
+// one of them is wanted.
 void AddRow(Telling& telling, uint32_t row) {
   const int tail = static_cast<int>(telling.own_columns);
   std::string detail;

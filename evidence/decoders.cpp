@@ -12,6 +12,8 @@
 namespace hivequarry {
 namespace {
 
+// `decode_loose`, where a decoder has it, gets the values that no key names; only for the whole
+// tree, since such a value is in no branch.
 struct DecoderWork {
   std::span<const PlacePattern> places;  // none: the function finds them
   void (*decode)(EvidenceRun&, Places);

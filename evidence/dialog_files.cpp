@@ -35,14 +35,16 @@ constexpr DialogList kLists[] = {
     {"program", DialogForm::kProgram},
 };
 
-// What an entry has; `item` is the last of its item list.
+// What an entry has; what its form lacks is empty. `item` is the last of its item list, whose times
+// and file reference are those of the file or folder chosen.
 struct DialogEntry {
   std::string program;
   std::string path;
   ShellItem item;
 };
 
-// An item list that is whole up to its end.
+// True for items one after another that end in a size of 0 within the data. What is after that end
+// is not looked at. An end alone is no list: text may begin with zeros too.
 bool IsItemList(ByteView data) {
   size_t at = 0;
   while (at + 2 <= data.size()) {
@@ -54,6 +56,8 @@ bool IsItemList(ByteView data) {
   return false;
 }
 
+// An item list or a UTF-16 path, told apart by their bytes. A damaged list whose first size is
+// below 0x20 still counts as one: no path begins with such a character.
 void ReadPlace(ByteView data, DialogEntry& entry, EvidenceRow& row) {
   if (data.empty()) return;
   const uint16_t first = ReadU16(data, 0);
@@ -70,6 +74,7 @@ void ReadPlace(ByteView data, DialogEntry& entry, EvidenceRow& row) {
   entry.path = WideText(data);
 }
 
+// Files go by the type of the value: those of XP are strings, later ones binary.
 DialogEntry ReadEntry(const DialogList& list, const EvidenceValue& value, EvidenceRow& row) {
   DialogEntry entry;
   if (!HasData(value, 1, row)) return entry;
@@ -92,6 +97,8 @@ DialogEntry ReadEntry(const DialogList& list, const EvidenceValue& value, Eviden
   return entry;
 }
 
+// Rows of one key, the one used last first. `type` is the file name ending that the key is for, "*"
+// for all of them, empty for a list that is not kept by endings.
 void AddList(EvidenceRun& run, EvidenceKey key, const DialogList& list, const std::string& type) {
   std::vector<EvidenceValue> values = run.keys.ValuesOf(key);
   const MruOrder order = OrderOf(values);

@@ -39,6 +39,8 @@ EvidenceKeys::EvidenceKeys(const HiveImage& hive, const KeyTree& tree, FreedSour
   NoteFreed();
 }
 
+// A key below a path copy has the connected key itself as its parent (ParentOf), so that the
+// children of both are given together.
 void EvidenceKeys::NoteCopies() {
   if (tree_.disconnected_keys >= tree_.items.size()) return;
   const uint32_t end = tree_.items[tree_.disconnected_keys].end;
@@ -48,6 +50,9 @@ void EvidenceKeys::NoteCopies() {
   }
 }
 
+// A parent field that leads to a key of the tree or to another freed one counts alike: both are
+// found by the position of the parent's cell. Keys whose parents go round in a circle hang nowhere
+// and are loose.
 void EvidenceKeys::NoteFreed() {
   if (freed_ == nullptr) return;
   const FreedRecords& records = freed_->records;

@@ -45,6 +45,9 @@ struct EvidenceValue {
   std::string why;
 };
 
+// Numbers of keys are valid as long as the tree and the freed records are; the tree must not change
+// meanwhile. Keeps what it has found of names and children, so it costs memory for each key asked
+// about; it is meant for one run of a decoder.
 class EvidenceKeys {
  public:
   // `freed` may be null; all must live as long as this.
@@ -97,8 +100,10 @@ class EvidenceKeys {
  private:
   uint32_t RowOf(EvidenceKey key) const { return key - static_cast<uint32_t>(tree_.items.size()); }
   const FreedKey& FreedOf(EvidenceKey key) const { return freed_->records.keys[RowOf(key)]; }
+  // Fill `copies_`, and `freed_children_` and `freed_values_`.
   void NoteCopies();
   void NoteFreed();
+  // The value whose record is at the position, data within the budget; the freed one of that row.
   EvidenceValue ReadLive(uint32_t position);
   EvidenceValue ReadFreed(uint32_t row);
 

@@ -21,6 +21,7 @@ std::string OneLine(std::string text) {
   return text;
 }
 
+// What no key names is in no branch, and is listed with the whole tree alone.
 bool IsOfBranch(const EvidenceRun& run, EvidenceKey key) {
   if (run.branch == 0) return true;
   if (key == kNoEvidenceKey) return false;
@@ -80,6 +81,8 @@ EvidenceRow& EvidenceRow::Time(uint64_t file_time) {
   return Text(HexText(file_time, 16)).Note("no plausible time");
 }
 
+// The fields as they are, without the shown zone's suffix; the number beside them sorts as any
+// other time does.
 EvidenceRow& EvidenceRow::LocalTime(uint64_t file_time) {
   const CalendarTime calendar = CalendarOfFileTime(file_time);
   if (FormatTimestampChecked(file_time).empty()) return Time(file_time);
@@ -112,6 +115,9 @@ void AddEvidence(EvidenceRun& run, EvidenceRow row, EvidenceKey key, const Evide
   if (value != nullptr && value->in_use) row.Note("data in use");
   const bool known = key != kNoEvidenceKey;
   if (!known) row.Note("no key known");
+  // Cells that the decoder did not add are empty; then come the columns that all decoders have, in
+  // the order of kEvidenceTail (lists/decoder_kinds.h): note, state, key, value, date and place of
+  // the key, place of the value.
   row.cells.resize(static_cast<size_t>(run.own_columns));
   const HiveImage& hive = run.keys.hive();
   const uint64_t write = run.keys.LastWriteOf(key);
@@ -169,6 +175,7 @@ std::string FileTimeText(uint64_t file_time) {
   return text;
 }
 
+// An odd byte at the end belongs to the text, not to its end.
 size_t WideEnd(ByteView bytes) {
   size_t end = 0;
   while (end + 1 < bytes.size() && LoadU16(bytes.data() + end) != 0) end += 2;
@@ -192,6 +199,7 @@ std::string ValueText(const EvidenceValue& value) {
   if (!value.read) return {};
   ByteView data = value.data;
   const std::optional<uint64_t> number = NumberOf(value);
+  // Strings with a zero each, and one more after the last: an empty one ends the list.
   if (value.type == kRegMultiSz) {
     std::string text;
     while (data.size() >= 2 && text.size() < kEvidenceText) {
@@ -227,6 +235,7 @@ std::optional<uint64_t> NumberNamed(const std::vector<EvidenceValue>& values,
   return value == nullptr ? std::nullopt : NumberOf(*value);
 }
 
+// By the length alone, whatever the type.
 uint64_t TimeNamed(const std::vector<EvidenceValue>& values, std::string_view name) {
   const EvidenceValue* value = FindValue(values, name);
   return value != nullptr && value->data.size() == 8 ? LoadU64(value->data.data()) : 0;

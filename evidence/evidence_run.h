@@ -20,6 +20,7 @@ namespace hivequarry {
 
 // Of a row of evidence, the cells of its kind's own columns in their order. What can't be read has
 // an empty cell and a word in the notes.
+// A cell too many is dropped when the row is added.
 class EvidenceRow {
  public:
   // Each adds one cell, in the order of the kind's columns, and gives the row back so that calls
@@ -80,10 +81,11 @@ constexpr uint64_t FileTimeOfSeconds(uint64_t seconds) {
   constexpr uint64_t kEpoch = 11'644'473'600;  // in seconds since 1601-01-01
   return (seconds + kEpoch) * 10'000'000;
 }
-// Of calendar fields; nothing where they are no day and time that a calendar has.
-// The time zone is the caller's business.
+// FILETIME of calendar fields, read as UTC: the time zone is the caller's business. Nothing where
+// they are no day and time that a calendar has, as the 31st of April, or before 1601.
 std::optional<uint64_t> FileTimeOfFields(const CalendarTime& fields);
-// FILETIME as lists show dates, with its fraction of a second as seven digits where it has one.
+// A date as lists show it, with its fraction of a second as seven digits where it has one; the
+// suffix of the shown zone comes last. Empty for a time that no clock shows.
 std::string FileTimeText(uint64_t file_time);
 
 // Where the first zero of a UTF-16 text is; where the bytes end, when it has none.
@@ -91,31 +93,31 @@ size_t WideEnd(ByteView bytes);
 // UTF-16 up to the first zero, in one line; at most `limit` characters.
 inline constexpr size_t kEvidenceText = 32767;
 std::string WideText(ByteView bytes, size_t limit = kEvidenceText);
-// Single bytes up to the first zero.
+// Single bytes up to the first zero, in the code page; at most `limit` bytes.
 std::string NarrowText(ByteView bytes, size_t limit = kEvidenceText);
 // String data as WideText; a list of strings joined with ", "; numbers decimal; else empty.
 std::string ValueText(const EvidenceValue& value);
 // The same of a key's value by name; empty for none.
 std::string TextNamed(const std::vector<EvidenceValue>& values, std::string_view name);
-// A number of four or eight bytes.
+// A number of four or eight bytes, of whatever type but those of strings; nothing for data that
+// could not be read. The second form finds the value by its name first, ignoring case.
 std::optional<uint64_t> NumberOf(const EvidenceValue& value);
 std::optional<uint64_t> NumberNamed(const std::vector<EvidenceValue>& values,
                                     std::string_view name);
-// A FILETIME of eight bytes; 0 for none.
+// The FILETIME in the eight bytes of a value; 0 for no such value and for another length.
 uint64_t TimeNamed(const std::vector<EvidenceValue>& values, std::string_view name);
 // Says where text data go on after their first zero with anything but zeros.
 // What is there is left from a longer text, or was put there to be overlooked.
 void NoteTail(const EvidenceValue& value, EvidenceRow& row);
 
-// "{20D04FE0-3AEA-1069-A2D8-08002B30309D}" at `at`; empty when the bytes end before.
-// Sixteen bytes as the system stores them: the first three parts with their lowest byte first.
+// "{20D04FE0-3AEA-1069-A2D8-08002B30309D}" of the sixteen bytes from `at` on, as the system stores
+// them: the first three parts with their lowest byte first. Empty when the bytes end before.
 std::string GuidAt(ByteView bytes, size_t at);
-// "{8-4-4-4-12}", hexadecimal.
+// "{8-4-4-4-12}", hexadecimal digits of either case, and nothing after it.
 bool IsGuid(std::string_view text);
 // A path that begins with a known folder's GUID, with the folder's name in its place.
 std::string WithFolderWord(std::string_view path);
-// "0x" and digits.
-// At least `width` of them.
+// "0x" and at least `width` digits.
 std::string HexText(uint64_t number, size_t width = 8);
 
 }  // namespace hivequarry

@@ -11,11 +11,13 @@ namespace {
 
 // --- profiles -----------------------------------------------------------------------------------
 
-// SYSTEMTIME: year, month, day of the week, day, hour, minute, second, millisecond.
-// Eight numbers of 16 bits. Of a network they are in local time, and which zone that was nothing
-// here says; they are shown as they are.
+// SYSTEMTIME, eight numbers of 16 bits: year, month, day of the week, day, hour, minute, second,
+// millisecond. Those of a network are in local time, and which zone that was nothing here says;
+// they are shown as they are.
 constexpr size_t kSystemTime = 16;
 
+// One cell; empty for no such value, and with a note for one that no calendar has. The day of the
+// week is not looked at: it follows from the date.
 void AddLocalTime(const std::vector<EvidenceValue>& values, const char* name, EvidenceRow& row) {
   const EvidenceValue* value = FindValue(values, name);
   if (value == nullptr) {
@@ -40,6 +42,7 @@ void AddLocalTime(const std::vector<EvidenceValue>& values, const char* name, Ev
   }
 }
 
+// "Category" of a profile; an unknown number is shown as it is.
 std::string CategoryText(uint64_t category) {
   constexpr const char* kWords[] = {"public", "private", "domain"};
   return category < std::size(kWords) ? kWords[category] : std::to_string(category);
@@ -59,6 +62,7 @@ std::string KindText(uint64_t kind) {
   }
 }
 
+// "00-11-22-AA-BB-CC"; empty for data of another length than the six bytes of a hardware address.
 std::string AddressText(const std::vector<EvidenceValue>& values, const char* name) {
   constexpr size_t kLength = 6;
   const EvidenceValue* value = FindValue(values, name);
@@ -71,6 +75,7 @@ std::string AddressText(const std::vector<EvidenceValue>& values, const char* na
   return text;
 }
 
+// What a key below "Signatures" says of the network, for the profile that its "ProfileGuid" names.
 struct Signature {
   std::string gateway;
   std::string suffix;
@@ -96,6 +101,7 @@ void AddProfile(EvidenceRun& run, EvidenceKey key,
   AddEvidence(run, std::move(row), key);
 }
 
+// A row of its own besides what the profile's row says of it: its profile may be gone.
 void AddSignature(EvidenceRun& run, EvidenceKey key, bool managed) {
   const std::vector<EvidenceValue> values = run.keys.ValuesOf(key);
   EvidenceRow row;
@@ -108,7 +114,8 @@ void AddSignature(EvidenceRun& run, EvidenceKey key, bool managed) {
 
 // --- interfaces ---------------------------------------------------------------------------------
 
-// The first text of the values that is not empty.
+// The first text of the values that is neither empty nor "0.0.0.0", which stands for no address.
+// Callers name what came by DHCP before what was typed.
 std::string FirstOf(const std::vector<EvidenceValue>& values,
                     std::initializer_list<const char*> names) {
   for (const char* name : names) {
@@ -118,9 +125,8 @@ std::string FirstOf(const std::vector<EvidenceValue>& values,
   return {};
 }
 
-// A wireless network's name, with the halves of each byte changed about.
-// "8416D6" is "Ham": of each byte the lower half is written first. What is no such text is shown as
-// it is.
+// Name of the wireless network that an interface's key is about: "DhcpNetworkHint", bytes as text
+// with the lower half of each first ("8416D6" is "Ham"). What is no such text is shown as it is.
 std::string HintText(const std::vector<EvidenceValue>& values) {
   const std::string hint = TextNamed(values, "DhcpNetworkHint");
   std::vector<uint8_t> bytes;
@@ -147,6 +153,7 @@ std::unordered_map<std::string, std::string> FindConnections(EvidenceKeys& keys)
   return names;
 }
 
+// Times of leases are seconds since 1970, UTC, in 32 bits; none fits in more.
 void AddInterface(EvidenceRun& run, const EvidencePlace& place,
                   const std::unordered_map<std::string, std::string>& connections) {
   const std::vector<EvidenceValue> values = run.keys.ValuesOf(place.key);

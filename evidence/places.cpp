@@ -14,6 +14,7 @@ namespace {
 constexpr std::string_view kAny = "*";
 constexpr std::string_view kSet = "<set>";
 
+// A pattern taken apart.
 struct Path {
   std::vector<std::string> names;  // in capitals
   size_t anchors = 0;              // how many of the first names a path may begin at
@@ -34,6 +35,8 @@ Path ParsePattern(std::string_view pattern) {
   return path;
 }
 
+// "CurrentControlSet" is a link in a running system and not in a hive file; in an image of a whole
+// registry it may be a key.
 bool IsControlSet(std::string_view capitals) {
   return capitals == "CURRENTCONTROLSET" || ControlSetNumber(capitals).has_value();
 }
@@ -43,8 +46,8 @@ bool Fits(const std::string& wanted, const std::string& capitals) {
   return wanted == kSet ? IsControlSet(capitals) : wanted == capitals;
 }
 
-// A key that has been reached, and how many names of the path lead to it.
-// A stack of these instead of recursion: paths are as long as patterns, but a "*" may fan out.
+// A key that has been reached, how many names of the path lead to it, and the control set on the
+// way. A stack of these instead of recursion: paths are as long as patterns, but a "*" may fan out.
 struct Reached {
   EvidenceKey key;
   size_t names;

@@ -11,6 +11,8 @@ namespace {
 // Patterns of the decoder.
 enum : size_t { kLsa, kDigest, kAudit };
 
+// Values of "Lsa" and of "WDigest" ("UseLogonCredential" is that of the latter); all others of
+// these keys are not listed.
 constexpr const char* kSettings[] = {"Authentication Packages",   "Security Packages",
                                      "Notification Packages",     "RunAsPPL",
                                      "LmCompatibilityLevel",      "NoLmHash",
@@ -43,8 +45,14 @@ void AddSetting(EvidenceRun& run, const EvidencePlace& place, const EvidenceValu
   AddEvidence(run, std::move(row), place.key, &value);
 }
 
-// Since Vista: the number of categories at 4, where their counts of settings are at 8, the settings
-// from 12 on, 16 bits each, those of the first category first.
+// Of "PolAdtEv" since Vista; false for another form, without a row:
+//
+//    4  4  number of categories, 9
+//    8  4  where the counts of their settings are, from the start of the data; 2 bytes each
+//   12  2  each setting, those of the first category first, up to the counts
+//
+// Bit 0 of a setting audits success, bit 1 failure. The order of settings within a category is the
+// system's own; they are numbered from 1.
 bool AddNewAudit(EvidenceRun& run, const EvidencePlace& place, const EvidenceValue& value) {
   constexpr uint32_t kFirst = 12;
   const ByteView data = value.data;
@@ -65,7 +73,8 @@ bool AddNewAudit(EvidenceRun& run, const EvidencePlace& place, const EvidenceVal
   return true;
 }
 
-// Before: whether it is switched on, then 32 bits for each category, then their number.
+// The same before Vista, 44 bytes: 0 1 whether auditing is switched on at all, 4 4 for each
+// category, 40 4 their number.
 bool AddOldAudit(EvidenceRun& run, const EvidencePlace& place, const EvidenceValue& value) {
   const ByteView data = value.data;
   const auto count_at = static_cast<uint32_t>(4 + 4 * kCategoryCount);
@@ -84,6 +93,7 @@ void AddAudit(EvidenceRun& run, const EvidencePlace& place, const EvidenceValue&
   if (!known) AddSetting(run, place, value, "Audit", "unknown form");
 }
 
+// Short binary data, which have no text, are shown as bytes.
 void AddKnownSetting(EvidenceRun& run, const EvidencePlace& place, const EvidenceValue& value) {
   for (const char* name : kSettings) {
     if (!EqualIgnoringCase(name, value.name)) continue;

@@ -15,11 +15,14 @@ namespace {
 
 constexpr std::string_view kUnknownFolder = "...";
 
+// A key of the tree whose values are still to be read; `path` is that of the folder it stands for.
 struct OpenFolder {
   EvidenceKey key;
   std::string path;
 };
 
+// Eight cells, from the kind of item to its GUID. Only a file has a size: that field of a folder is
+// 0.
 void AddItemCells(const ShellItem& item, EvidenceRow& row) {
   row.Text(item.kind).DosTime(item.modified).DosTime(item.created).DosTime(item.accessed);
   if (item.is_file) {
@@ -64,6 +67,8 @@ class BagTree {
     for (const EvidenceValue& value : values) {
       if (IsDecimal(value.name)) Add(folder, order, value, paths);
     }
+    // Pushed from the last to the first, since the last one pushed is visited first. A subkey whose
+    // own value is lost still leads to what is below it, under a path with "..." in it.
     const std::vector<EvidenceKey> children = run_.keys.ChildrenOf(folder.key);
     for (auto child = children.rbegin(); child != children.rend(); ++child) {
       const std::string name = run_.keys.NameOf(*child);
@@ -74,6 +79,8 @@ class BagTree {
     }
   }
 
+  // "NodeSlot" of the subkey, 4 bytes, is the number of the key below "Bags" that has the folder's
+  // view.
   void Add(const OpenFolder& folder, const MruOrder& order, const EvidenceValue& value,
            std::unordered_map<std::string, std::string>& paths) {
     EvidenceRow row;
@@ -99,6 +106,7 @@ class BagTree {
   std::vector<OpenFolder> open_;
 };
 
+// "StreamMRU": each value is the whole item list of a folder, from the desktop down.
 void AddFlatList(EvidenceRun& run, EvidenceKey key) {
   std::vector<EvidenceValue> values = run.keys.ValuesOf(key);
   const MruOrder order = OrderOf(values);
@@ -114,7 +122,8 @@ void AddFlatList(EvidenceRun& run, EvidenceKey key) {
   }
 }
 
-// One item of a known kind that takes all of the data but for the end of the list.
+// One item of a known kind that takes all of the data but for the end of the list, two zeros.
+// Shorter ones than a GUID with its head are too easily something else.
 bool IsOneItem(const EvidenceValue& value) {
   const ByteView data = value.data;
   const size_t size = ReadU16(data, 0);

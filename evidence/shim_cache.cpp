@@ -36,12 +36,14 @@ constexpr uint32_t kEntry81 = 0x73743031;  // "10ts", of 10 too
 constexpr uint64_t kWasRun = 2;            // of an entry's flags
 constexpr uint32_t kRunFlagless = 3;       // greater: a file's size, no flags
 
+// `bytes` is a view of the value's data, of the entry without the path where that is elsewhere.
 struct CacheEntry {
   std::string path;
   std::string package;
   uint64_t modified = 0;
   uint64_t updated = 0;
   std::optional<uint64_t> size;
+  // Nothing for a form that does not keep it.
   std::optional<bool> run;
   ByteView bytes;
   std::string note;
@@ -76,6 +78,7 @@ std::string PathText(ByteView bytes) {
   return text + WideText(bytes.subspan(std::min(start, bytes.size())));
 }
 
+// Its entries have a fixed room for the path, which ends at a zero; there is no flag of a run.
 void ReadXp(ByteView data, Cache& cache) {
   constexpr uint32_t kHeader = 0x190;
   constexpr uint32_t kPathBytes = 528;
@@ -101,11 +104,13 @@ void ReadXp(ByteView data, Cache& cache) {
 
 // The forms whose entries lie side by side and lead to their paths.
 struct TableForm {
+  // Where the first entry begins, and how long each is by the width of the system.
   uint32_t header;
   uint32_t size32;
   uint32_t size64;
 };
 
+// Fills the path or says why there is none; nothing else of the entry depends on that.
 void ReadPathOf(ByteView data, bool wide, PathBudget& budget, CacheEntry& entry) {
   const uint16_t length = ReadU16(entry.bytes, 0);
   const uint64_t at = wide ? ReadU64(entry.bytes, 8) : ReadU32(entry.bytes, 4);
@@ -155,6 +160,8 @@ void ReadSeven(ByteView data, Cache& cache) {
   }
 }
 
+// 2003 and Vista share magic and layout, but for the last number: flags are small, a file's size is
+// not. One entry with more than the flags can be tells for all.
 void ReadVista(ByteView data, Cache& cache) {
   constexpr TableForm kForm = {8, 24, 32};
   ReadTable(data, kForm, cache);
@@ -203,6 +210,8 @@ bool ReadChained(ByteView body, const ChainForm& form, CacheEntry& entry) {
   return true;
 }
 
+// Stops at what has no magic of an entry; each entry takes its head at least, so that the data
+// bound the loop. One whose length leads beyond the data is the last, with what of it is there.
 void ReadChain(ByteView data, uint32_t at, std::span<const ChainForm> forms, Cache& cache) {
   constexpr uint32_t kHead = 12;  // magic, check, length
   while (at + kHead <= data.size()) {
@@ -245,6 +254,7 @@ void ReadTen(ByteView data, uint32_t header, Cache& cache) {
   ReadChain(data, header, kForms, cache);
 }
 
+// False for data that begin as no known form does.
 bool ReadCache(ByteView data, Cache& cache) {
   const uint32_t first = ReadU32(data, 0);
   if (first == kXp) {
@@ -267,6 +277,7 @@ void AddCache(EvidenceRun& run, EvidenceKey key, const EvidenceValue& value,
               const std::string& control_set) {
   Cache cache;
   EvidenceRow why;
+  // The row of a cache as a whole, without the cells of an entry.
   why.Empty(7);
   if (!HasData(value, 8, why) || !ReadCache(value.data, cache)) {
     why.Empty().Text(control_set).Note("no known form of this cache");

@@ -14,6 +14,7 @@ enum class FactForm : uint8_t {
   kMinutes,   // signed: UTC is local time and these
   kChange,    // when a part of the year begins
 };
+// Which value of which place is a fact, what it is called, and how its data are read.
 struct Fact {
   size_t pattern;  // of the decoder's
   const char* value;
@@ -62,9 +63,17 @@ constexpr Fact kFacts[] = {
     {kSource, "InstallDate", "Earlier installation", FactForm::kSeconds},
 };
 
-// Month, week and weekday of every year, or a date of one; not in the order of SYSTEMTIME.
-// Eight numbers of 16 bits: year (0: each), month, week of the month (5: the last; with a year the
-// day), hour, minute, second, millisecond, weekday (0: Sunday).
+// "first Sunday of November, 02:00", or a date of one year; "none" for a zone without daylight
+// time, empty for numbers that say no day. Eight numbers of 16 bits, not in the order of
+// SYSTEMTIME:
+//
+//    0  year, 0 for every one     8  minute
+//    2  month, 0 for no change   10  second
+//    4  week of the month,       12  millisecond
+//       5 the last; with a       14  day of the week, 0 Sunday
+//       year the day
+//    6  hour
+//
 std::string ChangeText(ByteView data) {
   constexpr const char* kWeeks[] = {"", "first", "second", "third", "fourth", "last"};
   constexpr const char* kDays[] = {"Sunday",   "Monday", "Tuesday", "Wednesday",

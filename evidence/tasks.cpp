@@ -35,8 +35,15 @@ void CollectTree(EvidenceRun& run, EvidenceKey tree, std::unordered_set<std::str
   }
 }
 
-// What a task does: "Actions" holds a version, the name of whose rights it has, and each action as
-// its kind with fields that the kind fixes.
+// What a task does: "Actions" holds a version in two bytes, the name of whose rights it has, and
+// each action, by what it begins with; texts are UTF-16 after their length in bytes (4):
+//
+//    0x6666 program: name, program, arguments, folder; from version 3 on two bytes of flags
+//    0x7777 class:   name, class id (16), data
+//    0x8888 mail:    not read, and with it all that comes after
+//    0x9999 message: name, title, text
+//
+// Each step takes two bytes at least, so the data bound the loop.
 class ActionReader {
  public:
   explicit ActionReader(ByteView data) : left_(data) { version_ = Take16(); }
@@ -68,6 +75,7 @@ class ActionReader {
     return kind == kProgram || kind == kClass || kind == kMail || kind == kMessage;
   }
 
+  // Notes in `cut_` that the data end before, and gives what is left.
   ByteView Take(size_t size) {
     cut_ |= size > left_.size();
     const ByteView part = left_.first(std::min(size, left_.size()));
@@ -116,6 +124,8 @@ class ActionReader {
   std::string words_;
 };
 
+// `known` are the GUIDs that the tree of tasks names; null for a hive without that tree, where
+// nothing is said of it.
 void AddTask(EvidenceRun& run, EvidenceKey key, const std::unordered_set<std::string>* known) {
   const std::vector<EvidenceValue> values = run.keys.ValuesOf(key);
   const std::string guid = run.keys.NameOf(key);
@@ -144,13 +154,15 @@ void AddTask(EvidenceRun& run, EvidenceKey key, const std::unordered_set<std::st
 
 // --- services -----------------------------------------------------------------------------------
 
+// "Start" of a service, 0 to 4 in this order; another number as it is, nothing for none.
 std::string StartText(std::optional<uint64_t> start) {
   constexpr const char* kWords[] = {"boot", "system", "automatic", "by demand", "disabled"};
   if (!start) return {};
   return *start < std::size(kWords) ? kWords[*start] : std::to_string(*start);
 }
 
-// Kernel driver (1), file system driver (2), recogniser (8).
+// "Type" of a service: kernel driver (1), file system driver (2), recogniser (8). 0x10 and 0x20 are
+// programs of their own and shared ones.
 bool IsDriver(std::optional<uint64_t> type) { return type && (*type & 0x0B) != 0; }
 
 // The program of a command line: what is in quotes, else up to the first ending of a program that a
@@ -170,7 +182,8 @@ std::string ProgramOf(std::string_view command) {
   return std::string(command.substr(0, end));
 }
 
-// Paths of drivers begin at the system's folder, or with one of its names.
+// Paths of drivers begin at the system's folder, which the loader knows though nothing says so, or
+// with one of its names. All of these come out with "%SystemRoot%" before them.
 std::string WholePath(std::string path) {
   constexpr std::string_view kRoot = "%SystemRoot%\\";
   constexpr std::string_view kNamed = "\\SystemRoot\\";
@@ -183,6 +196,9 @@ std::string WholePath(std::string path) {
   return path;
 }
 
+// A service of a shared process has its library in "ServiceDll", of the key "Parameters" or, on
+// some, of its own key: that is the file that counts then, since "ImagePath" is the process's. A
+// key without any of these values is no service, and has no row.
 void AddService(EvidenceRun& run, const EvidencePlace& place) {
   const std::vector<EvidenceValue> values = run.keys.ValuesOf(place.key);
   const std::string name = run.keys.NameOf(place.key);

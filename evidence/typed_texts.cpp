@@ -12,9 +12,9 @@ namespace {
 
 // --- documents ----------------------------------------------------------------------------------
 
-// Its name in UTF-16, a zero, then the item of the link to it.
 // "RecentDocs": a value of the key itself for each document, and one more below the subkey that is
-// named by the document's ending. Both have an order of their own.
+// named by the document's ending. Both have an order of their own. The data are the document's name
+// in UTF-16, a zero, then a list with the item of the link to it.
 void AddDocuments(EvidenceRun& run, EvidenceKey key, const std::string& ending) {
   std::vector<EvidenceValue> values = run.keys.ValuesOf(key);
   const MruOrder order = OrderOf(values);
@@ -43,6 +43,9 @@ void AddDocuments(EvidenceRun& run, EvidenceKey key, const std::string& ending) 
 
 // --- typed texts --------------------------------------------------------------------------------
 
+// `numbered` is what names begin with whose order is the number after it, "" for names that are the
+// number alone; null where an order list tells. `times` is a key beside it with a FILETIME under
+// the same name for each.
 struct TypedList {
   const char* word;
   const char* numbered;         // what names begin with that have their order in a number; or null
@@ -58,8 +61,8 @@ constexpr TypedList kTyped[] = {
     {"network drive", nullptr},
 };
 
-// The place in the order that the name tells, 0 the first. Addresses count from 1, words of the
-// oldest form from 0.
+// The place in the order that the name tells, 0 the first; SIZE_MAX for a name of another form.
+// Addresses and paths count from 1, words of the oldest form from 0.
 size_t RankOfName(const TypedList& list, std::string_view name) {
   const std::string_view start = list.numbered;
   if (!StartsIgnoringCase(name, start)) return SIZE_MAX;
@@ -71,6 +74,7 @@ size_t RankOfName(const TypedList& list, std::string_view name) {
   return number == 0 ? SIZE_MAX : number - 1;
 }
 
+// UTF-16 of whatever type the value is: words looked for are stored as binary data.
 std::string TypedText(const EvidenceValue& value) {
   std::string text = WideText(value.data);
   // A command has a mark of how its window was to be shown.

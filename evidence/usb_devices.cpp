@@ -8,8 +8,8 @@
 namespace hivequarry {
 namespace {
 
-// Numbers of the times among a device's properties.
-// Of the set {83da6326-97a6-4088-9453-a1923f573b29}; FILETIME, UTC. The last two from Windows 8 on.
+// Numbers of the times among a device's properties, of the set
+// {83da6326-97a6-4088-9453-a1923f573b29}; FILETIME, UTC. The last two are kept from Windows 8 on.
 constexpr uint32_t kInstalled = 0x64;
 constexpr uint32_t kFirstInstalled = 0x65;
 constexpr uint32_t kArrived = 0x66;
@@ -26,8 +26,9 @@ std::string PartAfter(std::string_view text, std::string_view word) {
   return {};
 }
 
-// Windows 7 has "00000064\00000000" with a value "Data", later systems "0064" with a value without
-// name.
+// A property is a key. Windows 7 has "00000064\00000000" with a value "Data", later systems "0064"
+// with a value without name. 0 for none; the type of the value, a property type with bits above
+// those of the registry, is not looked at.
 uint64_t PropertyTime(EvidenceKeys& keys, EvidenceKey properties, uint32_t number) {
   EvidenceKey key = keys.ChildNamed(properties, std::string(Hex(number, 4)));
   const char* value = "";
@@ -39,6 +40,8 @@ uint64_t PropertyTime(EvidenceKeys& keys, EvidenceKey properties, uint32_t numbe
   return time.data.size() == 8 ? LoadU64(time.data.data()) : 0;
 }
 
+// The key is an instance, the one above it the model. Letters and volumes are found by the
+// instance, which ends in "&0" there and in "MountedDevices", else by XP's parent prefix.
 void AddInstance(EvidenceRun& run, const EvidencePlace& place, const char* bus,
                  const VolumesOfDevices& volumes) {
   EvidenceKeys& keys = run.keys;

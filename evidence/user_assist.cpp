@@ -39,8 +39,8 @@ bool IsPlainName(std::string_view name) {
       kEndings, [&](std::string_view ending) { return EndsIgnoringCase(name, ending); });
 }
 
-// A deciphered name that shows by itself that it is one.
-// So that a wrong guess of the cipher is not taken for a name.
+// A deciphered name that shows by itself that it is one, by a mark of the shell's own or a known
+// folder's GUID with a path; so that a wrong guess of the cipher is not taken for a name.
 bool IsKnownName(std::string_view name) {
   return name.starts_with("UEME_") ||
          (name.size() > 38 && name[38] == '\\' && IsGuid(name.substr(0, 38)));
@@ -72,6 +72,8 @@ struct ProgramName {
   std::string text;
   bool test_cipher = false;
 };
+// The usual cipher where its result says that it is one, else that of the test versions where that
+// says so without doubt, else the usual one all the same: most plain paths say nothing.
 ProgramName DecipheredName(const std::string& name) {
   const std::string turned = Rot13(name);
   if (IsKnownName(turned)) return {turned};
@@ -82,6 +84,7 @@ ProgramName DecipheredName(const std::string& name) {
   return {turned};
 }
 
+// Six cells: runs, times in focus, milliseconds in focus, last run, the count as stored, session.
 void AddCounts(const EvidenceValue& value, EvidenceRow& row) {
   const ByteView data = value.data;
   const bool old = data.size() == kOldEntry;
@@ -122,6 +125,7 @@ void AddEntry(EvidenceRun& run, EvidenceKey key, const EvidenceValue& value, boo
   AddEvidence(run, std::move(row), key, &value);
 }
 
+// "Settings" is a key beside the counters' keys.
 bool IsStoredPlain(EvidenceRun& run, EvidenceKey counter) {
   const EvidenceKey settings = run.keys.ChildNamed(run.keys.ParentOf(counter), "Settings");
   return NumberOf(run.keys.ValueNamed(settings, "NoEncrypt")).value_or(0) == 1;
@@ -141,6 +145,7 @@ void DecodeUserAssist(EvidenceRun& run, Places places) {
   }
 }
 
+// Length and deciphered name together: a length of 16 bytes alone has many values.
 void DecodeLooseUserAssist(EvidenceRun& run, std::span<const EvidenceValue> values) {
   for (const EvidenceValue& value : values) {
     const size_t size = value.data.size();

@@ -8,6 +8,7 @@ namespace hivequarry {
 namespace {
 
 constexpr PlacePattern kMounted[] = {"!MountedDevices"};
+// Lengths of the forms; kGptMark is what data of the second begin with.
 constexpr size_t kMbr = 12;
 constexpr size_t kGpt = 24;
 constexpr std::string_view kGptMark = "DMIO:ID:";
@@ -53,6 +54,7 @@ std::string VolumeName(std::string_view name) {
   return std::string(name);
 }
 
+// A device may be named by several values: their names are joined.
 VolumesOfDevices FindVolumesOfDevices(EvidenceKeys& keys) {
   VolumesOfDevices volumes;
   for (const EvidencePlace& place : FindPlaces(keys, kMounted)) {
@@ -92,6 +94,8 @@ std::unordered_map<std::string, std::string> NamesByData(const std::vector<Evide
   return names;
 }
 
+// Values with the same data are names of one volume, as a letter and its "\??\Volume{GUID}": each
+// row says the others.
 void AddMounted(EvidenceRun& run, EvidenceKey key, const NamesOfDevices& devices) {
   const std::vector<EvidenceValue> values = run.keys.ValuesOf(key);
   const auto names = NamesByData(values);
@@ -117,6 +121,7 @@ void AddMounted(EvidenceRun& run, EvidenceKey key, const NamesOfDevices& devices
 }
 
 // A key of a user for each volume, letter or share that the shell has seen.
+// A network share is named by its path with "#" for each "\".
 void AddMountPoint(EvidenceRun& run, EvidenceKey key) {
   const std::string name = run.keys.NameOf(key);
   EvidenceRow row;

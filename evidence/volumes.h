@@ -9,13 +9,12 @@
 
 namespace hivequarry {
 
-// By their length:
+// What the data of a mounted device say, by their length:
 //
 //    12 bytes: 0 4 signature of an MBR disk, 4 8 first byte of the partition on it
 //    24 bytes: "DMIO:ID:", then the GUID of a GPT partition
 //    others:   UTF-16, "_??_USBSTOR#Disk&Ven_...#SERIAL&0#{...}"
 //
-// What the data of a mounted device say.
 // `kind` is a word for lists, "" for no data at all; what the form lacks is empty or 0.
 struct MountedDevice {
   const char* kind = "";
@@ -25,6 +24,8 @@ struct MountedDevice {
   std::string device;      // text of a removable device
   std::string serial;      // the part of that which tells the device, as "Enum" names it
 };
+// Any bytes may be given: what has the length of no partition is taken for a device's text. The
+// result owns its texts.
 MountedDevice ReadMountedDevice(ByteView data);
 
 // "E:" of "\DosDevices\E:"; "{GUID}" of "\??\Volume{GUID}" and "#{GUID}"; else the name itself.
@@ -38,6 +39,8 @@ VolumesOfDevices FindVolumesOfDevices(EvidenceKeys& keys);
 
 // What devices call themselves, by their serials and by the prefixes that XP gives, in capitals.
 using NamesOfDevices = std::unordered_map<std::string, std::string>;
+// Looks through "USBSTOR" of all control sets each time it is called: "FriendlyName", else
+// "DeviceDesc". The first name of a serial stays.
 NamesOfDevices FindNamesOfDevices(EvidenceKeys& keys);
 
 }  // namespace hivequarry

@@ -16,9 +16,9 @@ constexpr KindColumn kEvidenceTail[] = {
     Text("Note", 5, 1), Text(kStateTitle, 3), kKey, kValue, kKeyDate, kKeyOffset, kValueOffset};
 static_assert(std::size(kEvidenceTail) == kEvidenceColumns);
 
-template <size_t N>
 // The columns that every kind of evidence has come last, so that whoever reads them counts from the
 // end.
+template <size_t N>
 constexpr auto Evidence(const KindColumn (&own)[N]) {
   std::array<KindColumn, N + kEvidenceColumns> all{};
   std::ranges::copy(own, all.begin());
