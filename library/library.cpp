@@ -24,7 +24,8 @@
 
 using namespace hivequarry;
 
-// The position lists of the key that was asked for last are kept: values are asked for one by one.
+// Owns a slot of the table of hives (hive/hive_table.h), which has the image. The value list of the
+// key that was asked for last is kept: values are asked for one by one.
 struct hq_hive {
   int slot = -1;
   KeyTree tree;
@@ -36,7 +37,8 @@ struct hq_hive {
 
 namespace {
 
-// What the opening under way has said.
+// What the opening under way has said, a line each. Process-wide, since what is asked of the host
+// has no hive to go by; that is why only one thread at a time may be in here.
 struct LibraryState {
   std::string said;
   int open_error = 0;
@@ -46,7 +48,8 @@ LibraryState& TheLibrary() {
   return state;
 }
 
-// Questions are answered as if nobody were there.
+// The host's message box: its text becomes a line of the notices. Questions are answered as if
+// nobody were there: what would only be confirmed goes on, what could be declined is.
 Answer Note(void*, const char* text, const char*, Icon, Buttons buttons) {
   std::string line;
   for (const char c : std::string_view(text)) {
@@ -58,10 +61,13 @@ Answer Note(void*, const char* text, const char*, Icon, Buttons buttons) {
 
 const HiveImage& ImageOf(const hq_hive& hive) { return HiveOfSlot(hive.slot); }
 
+// Every function that takes a key asks this first, so numbers from outside never index the tree.
 bool IsKey(const hq_hive* hive, hq_key key) {
   return hive != nullptr && key < hive->tree.items.size();
 }
 
+// As the header promises of texts: the length of all of it, though less was copied; a cut may be in
+// the middle of a character.
 size_t FillText(std::string_view text, char* out, size_t size) {
   if (out != nullptr && size != 0) {
     const size_t length = std::min(text.size(), size - 1);
@@ -85,6 +91,8 @@ Result WithMemory(Result without, const Work& work) {
   }
 }
 
+// Valid until another key is asked for. What is listed is noted last, so that want of memory on the
+// way leaves nothing half-made to be believed.
 const std::vector<uint32_t>& ValuesOf(hq_hive& hive, hq_key key) {
   if (hive.listed == key) return hive.values;
   hive.listed = HQ_NO_KEY;
@@ -103,6 +111,8 @@ uint32_t ValueAt(hq_hive* hive, hq_key key, uint32_t index) {
   return index < values.size() ? values[index] : kNoOffset;
 }
 
+// What was opened so far is in `hive` whatever the result; hq_close frees it. The table's range and
+// choice of logs are those of the next opening and so are set anew each time.
 hq_status OpenInto(const char* file_name, hq_logs logs, hq_hive& hive) {
   HiveLog log;
   if (IsLogFile(file_name, log)) return HQ_IS_LOG;
