@@ -141,6 +141,8 @@ std::string_view WithoutEnd(std::string_view line) {
   return line;
 }
 
+// Four fields that every line has, between tabs, then named ones in this order where there is
+// something to say; `further` are fields of later versions, written back as they were read.
 std::string LineOf(const Bookmark& bookmark) {
   std::string line = Concat(
       {bookmark.path, "\t", TimeText(bookmark.time), "\t", bookmark.hive, "\t", bookmark.note});
@@ -272,6 +274,7 @@ bool HasTag(const Bookmark& bookmark, std::string_view tag) {
                              [tag](std::string_view own) { return EqualIgnoringCase(own, tag); });
 }
 
+// Case is ignored; "tag:" before a word asks for a whole tag, not for a part of a text.
 bool HasWord(const Bookmark& bookmark, std::string_view word) {
   constexpr std::string_view kTag = "tag:";
   if (StartsIgnoringCase(word, kTag)) return HasTag(bookmark, word.substr(kTag.size()));

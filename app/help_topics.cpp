@@ -50,6 +50,7 @@ bool IsPlain(char c) {
          kMarks.find(c) != std::string_view::npos;
 }
 
+// Bytes of UTF-8 that an address may not hold become "%" and two capital digits.
 void AppendAddressPart(std::string_view text, std::string& address) {
   for (const char c : text) {
     if (IsPlain(c)) {

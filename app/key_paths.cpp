@@ -54,6 +54,8 @@ void AppendEscape(std::string& text, char c) {
   text += kUpperDigits[byte & 15];
 }
 
+// One name of a path that is to be read again: a backslash in it, what cannot be typed, and what
+// would itself be read as an escape become escapes. Decoded undoes it to the byte.
 std::string Encoded(std::string_view name) {
   std::string text;
   for (size_t at = 0; at < name.size(); ++at) {
@@ -253,6 +255,8 @@ struct Reached {
   bool whole = false;
 };
 
+// As far down as names lead, all keys of a name being tried at each step: of keys named alike one
+// may have the next name and another not. `item` is the first of the last step.
 Reached GoDown(const HiveImage& hive, const KeyTree& tree, uint32_t from, Place names) {
   Reached reached = {from, 0, names.empty()};
   Items items = {from};

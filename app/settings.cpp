@@ -120,6 +120,8 @@ Numbers WidthsOf(std::span<const int> numbers) {
   return Numbers(numbers.begin(), given.base());
 }
 
+// The fifth number is 1 for a maximised window plus twice the kind of list that is in it, so that
+// files of versions that knew no kinds read as kind 0. Columns stay.
 void SetSides(std::span<const int> sides, WindowPlace& place) {
   WindowPlace given;
   given.left = sides[0];
@@ -147,6 +149,7 @@ ColourChoice ColoursFromText(std::string_view text) {
 
 // Reading
 
+// Gaps and what comes twice are left out; a file without any keeps what is built in.
 void ReadHistory(const ProfileLookup& lookup, const HistoryRow& row, Histories& histories) {
   History read;
   for (size_t i = 0; i < kHistoryLength; ++i) {
@@ -159,6 +162,7 @@ void ReadHistory(const ProfileLookup& lookup, const HistoryRow& row, Histories& 
   if (!read.empty()) histories.*row.history = std::move(read);
 }
 
+// As many numbers as the row says; 0, built in, for what is missing or out of its range.
 Numbers ReadNumbers(const ProfileLookup& lookup, const NumberRow& row) {
   Numbers numbers;
   for (int i = 0; i < row.count; ++i) {
@@ -170,6 +174,7 @@ Numbers ReadNumbers(const ProfileLookup& lookup, const NumberRow& row) {
   return numbers;
 }
 
+// Sides, the fifth number, then column widths, ";" between them; places beyond the end count as 0.
 void ReadPlace(const ProfileLookup& lookup, const PlaceRow& row, WindowPlace& place) {
   const std::string text = lookup("WPOS", row.key, "0=default", kMaxText);
   std::string_view rest = text;
@@ -183,6 +188,7 @@ void ReadPlace(const ProfileLookup& lookup, const PlaceRow& row, WindowPlace& pl
   place.columns = WidthsOf(std::span(numbers).subspan(kSides));
 }
 
+// "START;END", places in the file, decimal. Anything else leaves what is built in.
 void ReadRange(const ProfileLookup& lookup, Settings& settings) {
   const std::string text = lookup("KAS", "FPART", "", kMaxText);
   uint32_t start = 0;
@@ -345,6 +351,7 @@ void WriteMainWindow(Writer& writer, const Settings& settings) {
   WriteNumbers(writer, kPaneSizes, {settings.tree_width, settings.detail_share});
 }
 
+// Always as many numbers as the row has sides and columns, 0 for what is built in.
 void WritePlace(Writer& writer, const PlaceRow& row, const WindowPlace& place) {
   Numbers numbers = SidesOf(place);
   numbers.insert(numbers.end(), place.columns.begin(), place.columns.end());
@@ -355,6 +362,8 @@ void WritePlace(Writer& writer, const PlaceRow& row, const WindowPlace& place) {
   Put(writer, "WPOS", row.key, text);
 }
 
+// The sections in the order of docs/format.md. False as soon as an entry could not be written:
+// nothing after it is.
 bool WriteAll(const std::string& file, const Settings& settings) {
   Writer writer = {file};
   for (const HistoryRow& row : kSearchHistories) WriteHistory(writer, row, settings.histories);
@@ -419,6 +428,8 @@ void TakeOthers(const Setting& read, const Setting& file, Setting& ours) {
 
 using ColumnChoices = std::map<int, ColumnChoice>;
 
+// Of one kind of list: what another program changed in the file since it was read here is taken
+// over. `read` is the state that this one read, `file` what is there now.
 void TakeOthersColumns(int kind, const ColumnChoices& read, const ColumnChoices& file,
                        ColumnChoices& ours) {
   const auto of = [kind](const ColumnChoices& choices) {
