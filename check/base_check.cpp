@@ -48,6 +48,8 @@ bool IsVersionRead(const BaseBlock& base) {
 // Such cells would all be reported as faults, so none is judged.
 bool HasOldCells(const BaseBlock& base) { return base.major == 1 && base.minor < 3; }
 
+// Each field against what a system accepts, by itself: none of these ends the check, as the bins
+// are looked at whatever the block says.
 void CheckBaseFields(Checking& check) {
   const BaseBlock& base = check.base;
   if (const uint32_t right = BaseBlockChecksum(check.hive); right != base.checksum) {

@@ -56,6 +56,8 @@ void CheckName(Checking& check, uint32_t key) {
   }
 }
 
+// What of a key needs no other record. Key 0 is the root: it alone has the flag of one, and
+// volatile keys and counts never reach a file.
 void CheckFields(Checking& check, uint32_t key) {
   const uint32_t position = PositionOf(check, key);
   const uint8_t* const record = RecordOf(check, key);
@@ -159,6 +161,8 @@ uint32_t HashOf(const StoredName& name) {
   return hash;
 }
 
+// The four bytes after the offset, in lists that have them: characters ("lf") or hash ("lh"). The
+// key is the one that the entry has just added, so the last.
 void CheckHint(Checking& check, const CellTarget& list, ListKind kind, uint32_t entry,
                uint32_t position) {
   if (kind != ListKind::kLf && kind != ListKind::kLh) return;
@@ -293,6 +297,8 @@ bool FindInnerList(Checking& check, const CellTarget& outer, uint32_t entry, uin
   return kind != ListKind::kNone && kind != ListKind::kRi;
 }
 
+// The entries of all inner lists together are noted by the outer list's position: a second key that
+// names the same list is held against that number without another walk.
 void CheckListOfLists(Checking& check, Siblings& siblings, const CellTarget& outer) {
   const uint32_t entries = EntriesOf(check, outer, ListKind::kRi);
   for (uint32_t i = 0; i < entries; ++i) {
@@ -319,6 +325,9 @@ void ListOfListsAgain(Checking& check, Siblings& siblings, const CellTarget& out
   }
 }
 
+// The list that a key names. Of one that another key has named before, the head is not judged again
+// and no key gets a second row: its keys are noted as listed again, once, so that the work stays
+// linear whatever names what.
 void CheckTopList(Checking& check, Siblings& siblings, const CellTarget& list) {
   const bool known = UseOf(check, list) == CellUse::kSubkeyList;
   const bool first = known && !IsShared(check, list);
@@ -406,6 +415,8 @@ void CheckKey(Checking& check, uint32_t key) {
   CheckSubkeys(check, key);
 }
 
+// Key 0, by the base block alone: a system looks nowhere else. False, with a finding, when there is
+// none, and nothing can be reached.
 bool FindRoot(Checking& check) {
   const CellTarget root = FindCell(check, check.base.root_offset);
   const bool key = root.reach == Reach::kCell && SignatureOf(check, root) == kSignatureNk &&

@@ -19,6 +19,8 @@ bool HasOwnThings(const uint8_t* record) {
          LoadU16(record + kKeyClassNameLength) != 0;
 }
 
+// Below a key that replaces its whole subtree nothing merges with the hive below: every key there
+// replaces too, or is a tombstone.
 void CheckUnderSuperseding(Checking& check, uint32_t key, KeyLayer kind) {
   const uint32_t parent = check.result.keys[key].parent;
   if (parent == kNoCheckedKey) return;

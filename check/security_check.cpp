@@ -74,6 +74,8 @@ void CheckRing(Checking& check) {
   }
 }
 
+// The number of keys that the record says against those that name it, and its descriptor within the
+// room of its cell. A length beyond the cell is not followed.
 void CheckRecord(Checking& check, const SecurityUse& use) {
   const uint32_t references = LoadU32(At(check, use) + kSecurityReferences);
   if (references != use.keys) {

@@ -52,6 +52,8 @@ void CheckSegments(Checking& check, const CellTarget& list, uint32_t segments, u
   }
 }
 
+// Head, list of segments, segments, in this order: what is wrong above ends the look below. The
+// list may be longer than needed, since cells are rounded up, but not shorter.
 void CheckBigData(Checking& check, const CellTarget& head, uint32_t length, uint32_t value,
                   uint32_t key) {
   const uint32_t segments = LoadU16(At(check, head.position) + kBigDataCount);
@@ -134,6 +136,8 @@ bool CheckEntry(Checking& check, const CellTarget& list, uint32_t index, uint32_
   return ClaimCell(check, cell, CellUse::kValue, key);
 }
 
+// `longest` gathers what the key's own fields of longest name and data are held against after its
+// last value.
 void CheckValue(Checking& check, uint32_t value, uint32_t key, Longest& longest) {
   const uint8_t* const record = At(check, value);
   ++check.result.values;
