@@ -634,6 +634,8 @@ std::array<uint32_t, 2> TailDistances(const Shifts& shifts, const Region& region
   return {region.distance_before + more, region.distance_before + more - 4096};
 }
 
+// Stretches are added in ascending order; one that goes on at the same distance becomes part of the
+// last.
 void AddKept(std::vector<KeptStretch>& kept, uint32_t begin, uint32_t end, uint32_t distance) {
   if (begin >= end) return;
   if (!kept.empty() && kept.back().end == begin && kept.back().distance == distance) {

@@ -110,6 +110,8 @@ struct ShownPath {
   uint32_t anchor = kNoItem;
 };
 
+// From the item upwards until there are names enough and an ancestor that has a place in the file
+// to name it by. The item's own name is always there.
 ShownPath TailOf(const HiveImage& hive, const KeyTree& tree, uint32_t item) {
   ShownPath shown;
   size_t length = 0;

@@ -34,6 +34,8 @@ void ShowKeyName(std::string& out, size_t start) {
   out.replace(start, out.npos, shown);
 }
 
+// One status for the name, and for a made key: what is said of the name goes before how it was
+// made.
 std::string NameStatus(uint16_t marks) {
   const bool missing = (marks & kMarkNoName) != 0;
   const bool hinted = (marks & kMarkHashName) != 0;

@@ -159,6 +159,7 @@ struct Verdict {
   const std::vector<PageFit> fits;
   uint32_t own_end = 0;  // after the last block at the hive's distance
 
+  // What the hive's own cells ask for in [begin, end), and what of it they find there.
   PageFit FitOf(uint32_t begin, uint32_t end) const {
     PageFit sum;
     for (uint32_t p = begin; p < end; p += kPageSize) {
@@ -170,6 +171,10 @@ struct Verdict {
     return sum;
   }
 
+  // Bytes that were put in are foreign whatever they hold. Else what the hive's cells find there is
+  // held against what the strangers' cells find among themselves. Where neither finds anything, a
+  // single odd header amid the hive is a damaged header; several, or one after the hive's end, are
+  // not.
   bool AreForeign(const Strangers& strangers) const {
     constexpr uint32_t kFew = 3;
     if (hive.places.own_end != 0 && strangers.begin >= hive.places.own_end) return true;
@@ -183,6 +188,8 @@ struct Verdict {
   }
 };
 
+// `own_end` becomes the end of the last bin at the hive's own distance: what is after it can only
+// be foreign or lost.
 Verdict PrepareVerdict(const HiveImage& hive, const std::vector<BinHeader>& headers) {
   const uint32_t own =
       hive.places.own_end != 0 ? std::min(hive.places.own_end, hive.length) : hive.length;

@@ -113,6 +113,8 @@ bool ReadIntoBuffer(HiveImage& hive, std::FILE* stream) {
   return true;
 }
 
+// A medium that gave nothing at all is a failure with its error; one that gave a part is a hive
+// with gaps.
 OpenFailure LoadImage(HiveImage& hive, std::FILE* stream) {
   hive.buffer = AllocateImage(hive.length);
   if (!hive.buffer) return {OpenFault::kNoMemory};

@@ -82,6 +82,7 @@ constexpr FileOfKind kWholeFiles[] = {{"settings.dat", HiveKind::kSettings},
                                       {"BBI", HiveKind::kBbi},
                                       {"schema.dat", HiveKind::kSchema}};
 
+// By the name up to its first dot ("SOFTWARE.bak" is one), then by the whole name.
 HiveKind KindOfFileName(std::string_view path) {
   const std::string_view name = path.substr(path.find_last_of("\\/") + 1);
   const std::string_view stem = name.substr(0, name.find('.'));
@@ -212,6 +213,7 @@ std::string KeysThatFit(LiveKeys& keys, const KeysOfKind& kind) {
   return any ? found : std::string();
 }
 
+// The first kind that the keys speak for counts; others contradict it and are kept as such.
 void NoteKind(RootEvidence& evidence, HiveKind kind, std::string keys) {
   if (evidence.by_keys != HiveKind::kUnknown) {
     evidence.also.push_back(kind);
@@ -234,6 +236,8 @@ void LookAtKeys(LiveKeys& keys, RootEvidence& evidence) {
   }
 }
 
+// Whose profile it is: the one account that has all access to the root and to a key that every
+// profile has; nothing where the two differ.
 void LookAtAccount(const HiveImage& hive, LiveKeys& keys, RootEvidence& evidence) {
   const bool user = evidence.by_keys == HiveKind::kUser;
   if (!user && evidence.by_keys != HiveKind::kClasses) return;
@@ -273,6 +277,7 @@ struct Voice {
   HiveKind kind;
 };
 
+// All that say what the hive is, in the order of their weight, without those that say nothing.
 std::vector<Voice> VoicesOf(const RootEvidence& evidence, bool file_too) {
   std::vector<Voice> voices = {{"the root key's name says", evidence.by_root_key},
                                {"the base block says", evidence.by_stored_name},

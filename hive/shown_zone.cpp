@@ -90,6 +90,7 @@ std::string OffsetText(int minutes) {
 // --- as text -------------------------------------------------------------------------------------
 
 constexpr size_t kRuleNumbers = 14;
+// The numbers in the order in which a zone is written as text; for reading and writing alike.
 std::array<int*, kRuleNumbers> NumbersOf(ShownZone& zone) {
   ZoneChange& from = zone.daylight;
   ZoneChange& to = zone.standard;
@@ -111,6 +112,8 @@ bool TakeNumber(std::string_view& text, int& number) {
 
 bool IsOffset(int minutes) { return minutes >= -kMostMinutes && minutes <= kMostMinutes; }
 
+// A month of 0 is no change, and nothing else of it counts. With a year `week` is the day of the
+// month, else 5 is the last such weekday. An hour of 24 is the end of the day.
 bool IsChange(const ZoneChange& change) {
   const bool day = change.year == 0 ? change.week >= 1 && change.week <= 5
                                     : change.week >= 1 && change.week <= 31;

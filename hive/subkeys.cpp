@@ -52,6 +52,8 @@ uint32_t CheckRiList(const HiveImage& hive, const KeyNode& key, bool diagnose,
   return child;
 }
 
+// Where key and list disagree the smaller count is read; a diagnosis keeps the list's own, and says
+// so.
 void CheckCount(const KeyNode& key, uint32_t list_count, bool diagnose, SubkeyListCheck& check) {
   check.count = list_count;
   if (list_count == key.subkey_count) return;
@@ -63,6 +65,8 @@ void CheckCount(const KeyNode& key, uint32_t list_count, bool diagnose, SubkeyLi
   }
 }
 
+// The first entry and, where entries have one, its hint. One that leads outside the data, or to the
+// key itself, speaks against the list.
 void CheckFirstEntry(const HiveImage& hive, const KeyNode& key, uint32_t list, ListKind kind,
                      SubkeyListCheck& check) {
   check.first_entry = ReadOffset(hive, list + kListEntries);

@@ -100,6 +100,7 @@ InputData DataOfNumber(uint32_t type, std::u16string_view text, InputError& erro
   return data;
 }
 
+// Empty for data of another length than the type's number has: they are edited as bytes.
 std::u16string NumberText(uint32_t type, std::span<const uint8_t> data, bool decimal) {
   if (data.size() != NumberSize(type)) return {};
   std::vector<uint8_t> bytes(data.begin(), data.end());
@@ -135,6 +136,7 @@ std::u16string LinesText(std::span<const uint8_t> data) {
   return text;
 }
 
+// Text up to its first zero: what is after it is lost when the text is taken over.
 std::u16string TextInForm(uint32_t type, std::span<const uint8_t> data, bool decimal) {
   switch (FormOfType(type)) {
     case InputForm::kText: {

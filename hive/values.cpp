@@ -30,6 +30,7 @@ bool ReadName(const HiveImage& hive, uint32_t cell_room, ValueKey& value) {
   return true;
 }
 
+// The place of the data is that of data inline at first; who follows the offset sets it anew.
 void FillFields(const ValueFields& fields, ValueKey& value) {
   value.cell_length = CellLength(fields.size);
   value.allocated = IsAllocated(fields.size);
@@ -114,6 +115,7 @@ bool CopySegments(const HiveImage& hive, const ValueKey& value, const Segments& 
   return true;
 }
 
+// The first `most` bytes of located data; all or none of them.
 ValueStatus CopyData(const HiveImage& hive, const ValueKey& value, const Segments& segments,
                      uint32_t most, std::vector<uint8_t>& data) {
   const uint32_t length = std::min(value.data_length, most);
@@ -182,6 +184,7 @@ bool Affords(const HiveImage& hive, const ValueKey& value, const Segments& segme
 
 constexpr uint32_t kRowBytes = 192;  // of a row, path and all
 
+// `cost` is roughly the bytes that the row takes in a list.
 bool SpendOnRow(DataBudget& budget, uint64_t cost) {
   if (cost > budget.rows) {
     NoteShortfall(Shortfall::kRows);
@@ -193,6 +196,8 @@ bool SpendOnRow(DataBudget& budget, uint64_t cost) {
 
 // --- the record ----------------------------------------------------------------------------------
 
+// Without a budget all that was asked for. What the budget does not allow is cut to what a list
+// shows of it, so that no row is empty for want of budget.
 ValueStatus CopyAffordableData(const HiveImage& hive, const ValueKey& value,
                                const ValueRequest& request, const Segments& segments,
                                std::vector<uint8_t>& data) {
@@ -233,6 +238,8 @@ ValueKey ReadValue(const HiveImage& hive, uint32_t position, const ValueRequest&
   return value;
 }
 
+// Name and fields are those of the file, type and data those of the edit. A value whose data the
+// file has lost is read then, but not one that is no value.
 ValueKey ReadEditedValueKey(const HiveImage& hive, const ValueEdit& edit, ValueRead how,
                             uint32_t capacity, std::vector<uint8_t>* data) {
   if (data != nullptr) data->clear();
@@ -260,6 +267,7 @@ ValueKey ReadRequested(const HiveImage& hive, uint32_t position, const ValueRequ
   return ReadValue(hive, position, request, &data);
 }
 
+// Empty, or ending early, where a segment cannot be located.
 std::vector<DataPiece> PiecesOfData(const HiveImage& hive, const ValueKey& value) {
   if (!value.big_data) return {{0, value.data_length, value.data_position}};
   std::vector<DataPiece> pieces;
