@@ -98,6 +98,8 @@ struct Difference {
   uint32_t other_code = 0;
 };
 
+// Where two texts first differ by capitals, counted in bytes of each; at the end of the shorter one
+// where it is the other's beginning. ASCII is compared without decoding.
 Difference FirstDifference(std::string_view a, std::string_view b) {
   Difference here;
   while (here.at < a.size() && here.other < b.size()) {

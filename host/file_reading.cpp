@@ -13,6 +13,8 @@ namespace {
 
 constexpr size_t kSector = 512;  // what media lose at once, at least
 
+// Returns how many bytes came. `error` is 0 at the file's end, else errno's number; EIO where the
+// platform failed without giving one.
 size_t ReadStream(std::FILE* stream, uint64_t position, uint8_t* out, size_t size, int& error) {
   errno = 0;
   std::clearerr(stream);

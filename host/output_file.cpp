@@ -58,6 +58,7 @@ bool OpenDirectly(const std::string& name, OutputFile& file, int& error) {
   return file.stream != nullptr;
 }
 
+// For adding to a file: its size is noted first, since that is what a failure takes it back to.
 bool OpenBehind(const std::string& name, OutputFile& file, int& error) {
   std::error_code status;
   file.old_size = fs::file_size(FilePath(name), status);
@@ -68,6 +69,9 @@ bool OpenBehind(const std::string& name, OutputFile& file, int& error) {
   return file.stream != nullptr;
 }
 
+// For writing a file anew: under another name in the same folder, so that putting it in place of
+// the old one is one step on one volume. It gets the old one's permissions, as far as that can be
+// done.
 bool OpenBeside(const std::string& name, bool exists, OutputFile& file, int& error) {
   file.name = name;
   file.written = NameBeside(name, error);

@@ -58,6 +58,8 @@ void LookInLine(std::string_view line, size_t at, std::string_view key, Spot& sp
   spot.value = WithoutQuotes(WithoutBlanks(said.substr(equals + 1)));
 }
 
+// Where the key is, or else where it would be put: in the first section of that name, or at the end
+// of the text. Linear; the text may have anything else in it.
 Spot FindSpot(std::string_view text, std::string_view section, std::string_view key) {
   Spot spot;
   for (size_t at = 0; at < text.size() && !spot.has_key;) {
