@@ -46,6 +46,8 @@ struct Placed {
 // then are tried at every 8 bytes, which costs more and proves less.
 class ShiftFinder {
  public:
+  // `led` says of each freed key whether its offsets lead somewhere as they are. Keys are sorted by
+  // their place in a page besides: a page that was moved keeps those.
   ShiftFinder(const HiveImage& hive, const FreedRecords& records, const std::vector<bool>& led)
       : hive_(hive), keys_(records.keys), led_(led) {
     ResetIndex(key_index_, hive.length);
@@ -159,6 +161,7 @@ class ShiftFinder {
     }
   }
 
+  // A shift that the list of one key proposes is asked of the parents of the keys around it.
   void AskNeighbours(uint32_t key, uint32_t shift) {
     const auto count = static_cast<uint32_t>(keys_.size());
     const uint32_t end = std::min(key + kFineNeighbours + 1, count);
@@ -220,6 +223,8 @@ class ShiftFinder {
     return lists + static_cast<uint32_t>(rest - parents.begin());
   }
 
+  // The number of a cluster; kNoCluster for none, and where two as heavy speak for different
+  // shifts: neither is believed then.
   uint32_t Heaviest(const std::vector<uint32_t>& clusters) const {
     uint32_t best = kNoCluster;
     bool tie = false;
@@ -270,6 +275,8 @@ class ShiftFinder {
     labels_ = std::move(joined);
   }
 
+  // True where the neighbour's shift leads the key's parent field to a freed key, or its list to
+  // values of which the first could be the key's.
   bool Joins(uint32_t key, uint32_t shift) const {
     const uint32_t parent = Nominal(key, kKeyParent);
     if (parent != kNoOffset && ParentHolds(key, parent - shift)) return true;

@@ -188,6 +188,8 @@ class Spreader {
     return claim;
   }
 
+  // A key hangs where it was reached first, for good; the ways on from it are offered by how far
+  // they are believed. Each row is reached once, so the walk ends.
   void Reach(const Claim& claim) {
     hanging_.reached[claim.row] = true;
     if (!hanging_.owner.empty()) hanging_.owner[claim.row] = claim.owner;
@@ -328,6 +330,8 @@ class Emitter {
     return !hanging_.connected[owner] || tables_.keys[owner].list_broken;
   }
 
+  // Adds the item of a key whose children come next; CloseItem ends its subtree. A key that was not
+  // reached by an entry hangs by its own field, and says so.
   void OpenKey(uint32_t row, uint32_t parent) {
     const KeyRow& key = tables_.keys[row];
     const auto item = static_cast<uint32_t>(tree_.items.size());

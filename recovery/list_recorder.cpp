@@ -28,6 +28,8 @@ bool HintMeansTarget(const HiveImage& hive, const SubkeyEntry& entry) {
          ReadU16(hive, entry.key + kKeyNameLength) < 4;
 }
 
+// The parent that the entry's key records is noted only where the entry's hint agrees with the
+// key's name: else the place may have been used again.
 SiblingEntry Record(const HiveImage& hive, const ScanTables& tables, const SubkeyEntry& entry) {
   SiblingEntry sibling;
   sibling.target = entry.key;

@@ -57,6 +57,8 @@ void NoteShared(uint32_t position, uint32_t other, KeyTree& tree) {
   if (item != kNoItem) tree.items[item].marks |= kMarkShared;
 }
 
+// Records whose fixed part lies in the data cell of another record. Both get a note, since nothing
+// says which of them is wrong.
 void NoteSharing(const HiveImage& hive, const OwnedCells& data, std::span<const uint32_t> records,
                  KeyTree& tree) {
   for (const uint32_t position : records) {

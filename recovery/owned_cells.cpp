@@ -110,6 +110,8 @@ void ClaimValue(Collection& collection, uint32_t position) {
   if (Claim(collection, position, used, position, OwnedAs::kValue)) ClaimData(collection, position);
 }
 
+// The value list, then the values in it, as many entries as are allotted: keys that share a list
+// must not cost entries times keys. A list that somebody else has claimed is not read.
 void ClaimValues(Collection& collection, uint32_t key) {
   const HiveImage& hive = collection.hive;
   if (!HasValueList(hive, key)) return;
@@ -125,6 +127,8 @@ void ClaimValues(Collection& collection, uint32_t key) {
   }
 }
 
+// The list, and where it is a list of lists the ones in it; not what these lead to, since every key
+// claims its own cell.
 void ClaimSubkeyLists(Collection& collection, uint32_t key) {
   const HiveImage& hive = collection.hive;
   if (ReadU32(hive, key + kKeySubkeyCount) == 0) return;

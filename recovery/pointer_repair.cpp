@@ -83,6 +83,8 @@ bool HasNoOwnEntry(const ScanTables& tables, const KeyRow& key) {
   return true;
 }
 
+// A stored offset with one bit turned, where exactly one such place has a list that is plausibly
+// the key's.
 void RepairSubkeyList(const HiveImage& hive, KeyRow& key, ScanTables& tables) {
   std::vector<SubkeyEntry> entries;
   const uint32_t list = OneBitAway(hive, key.position + kKeySubkeyList, [&](uint32_t position) {
@@ -137,6 +139,8 @@ bool IsValueCell(const HiveImage& hive, uint32_t position) {
          kValueName + value.name_length <= value.cell_length;
 }
 
+// What the entries say of the list as a whole: whether all lead to where values may be, and to
+// values, none of them twice; and the longest name and data among these, for the key's own marks.
 ListVerdict Judge(ValueListRepair& repair, uint32_t list, uint32_t count) {
   ListVerdict verdict{count, true, true, {}};
   std::vector<uint32_t> values;

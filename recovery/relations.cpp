@@ -179,6 +179,9 @@ void FindMissingParents(Repair& repair) {
 
 // --- implausible parents
 
+// Keys that the scan noted for an implausible parent field. The key whose list names them gives the
+// parent, else the other keys of a recorded list; a field that leads to a known key after all
+// stays.
 void RepairParents(Repair& repair) {
   ScanTables& tables = repair.tables;
   const size_t count = tables.damage.size();
@@ -353,6 +356,8 @@ void FollowSibling(Repair& repair, const RecordedList& list, uint32_t entry_row,
   if (list.kind == ListKind::kLf) NameByHint(repair, row, entry.position);
 }
 
+// Over the lists as they were recorded by the scan: none is added on the way, so one pass is
+// enough.
 void FindMissingSiblings(Repair& repair) {
   const size_t count = repair.records.lists.size();
   for (uint32_t i = 0; i < count; ++i) {

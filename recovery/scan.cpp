@@ -157,6 +157,8 @@ uint32_t VisitKey(Walk& walk, uint32_t p, uint16_t flags, uint32_t length, int k
   return key_class == 1 ? p + kKeyName : next;
 }
 
+// Returns where the walk goes on. The cell's length must agree with the name's up to rounding: two
+// letters alone are met by chance. At the next 8 bytes otherwise.
 uint32_t VisitValue(Walk& walk, uint32_t p, uint32_t length) {
   const uint32_t name_length = ReadU16(walk.hive, p + kValueNameLength);
   const bool fits = name_length + kValueName <= length && length <= name_length + kValueName + 8;

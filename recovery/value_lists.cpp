@@ -58,6 +58,7 @@ uint64_t LevelOf(std::vector<uint64_t> demands, uint64_t most) {
 // The claims to one list.
 using Group = std::span<Claim>;
 
+// Views into `claims`, which are ordered by list.
 std::vector<Group> GroupsOf(std::vector<Claim>& claims) {
   std::vector<Group> groups;
   for (size_t from = 0; from < claims.size();) {
@@ -156,6 +157,8 @@ uint32_t OwnEntries(const HiveImage& hive, const Claim& claim, const PositionInd
   return own;
 }
 
+// Bounds the entries of lists whose cells do not say how long they are. What sound lists name is
+// gathered only when the first guess is met: most hives have none.
 void SettleGuesses(HiveImage& hive, std::span<const Group> groups, uint64_t most) {
   const auto is_guess = [](const Claim& claim) { return !claim.proven; };
   PositionIndex proven;
