@@ -34,6 +34,8 @@ struct Target {
   static constexpr uint32_t kBlock = 65536;
 };
 
+// Ranges come in ascending order; one that goes on in the hive and in the log alike becomes part of
+// the last.
 void AddRange(const LoggedRange& range, std::vector<LoggedRange>& ranges) {
   const bool goes_on =
       !ranges.empty() && ranges.back().end == range.position && ranges.back().step == range.step &&

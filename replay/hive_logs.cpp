@@ -9,6 +9,7 @@
 namespace hivequarry {
 namespace {
 
+// Logs of pages are read; files of transactions are noted by name, as nothing of them is applied.
 void ReadBeside(const std::string& hive_file, HiveLogs& found) {
   for (const std::string& name : LogsOf(hive_file)) {
     if (IsPageLog(name)) {

@@ -71,6 +71,8 @@ std::string AppliedWords(const HiveLog& log) {
   return EntriesWords(applied);
 }
 
+// Each log is named once, in the order in which they were applied: steps of one log follow one
+// another.
 std::string ReplayedWords(const HiveLogs& logs) {
   std::string words = logs.hive.dirty() ? "Dirty hive (" + DirtyWords(logs.hive) + ")"
                                         : std::string("Clean hive, logs as chosen");
