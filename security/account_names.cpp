@@ -156,6 +156,7 @@ AccountAnswer AskHost(std::span<const uint8_t> sid) {
   return host.account(host.context, sid);
 }
 
+// No row for one that the machine does not know.
 void AddAlias(OutputList& list, uint32_t identifier) {
   const std::string text = "S-1-5-32-" + std::to_string(identifier);
   const AccountAnswer answer = AskHost(SidOfText(text));

@@ -25,6 +25,7 @@ constexpr uint32_t kAceSid = 8;
 // Far more than lists, whose sizes have 16 bits, can take up.
 constexpr size_t kMostDescriptorBytes = 1024 * 1024;
 
+// Empty where no SID is. `replace` may be null only where `replaced` is false.
 std::string SidTextAt(ByteView image, uint32_t position, const SidReplacement* replace,
                       bool replaced) {
   uint8_t bytes[kMaxSidSize];

@@ -49,6 +49,9 @@ std::string Hexadecimal(uint32_t value) { return Concat({"0x", Hex(value)}); }
 
 // Moves the words of whole rows from the bits to the text: of every row, or of the first alone.
 enum class RowsToMove : uint8_t { kFirst, kAll };
+// Adds the words of rows all of whose bits are set, and takes those bits away, so that a
+// combination is said once and its single bits are not said again. Bits without a word stay in
+// `bits`.
 void MoveWords(std::span<const BitWord> rows, RowsToMove which, uint32_t& bits, std::string& text) {
   for (const BitWord& row : rows) {
     if ((bits & row.bits) != row.bits) continue;
@@ -83,6 +86,7 @@ void AddSid(RecordText& report, const char* label, const std::string& sid_text) 
   report.text += kIndent + report.names.Of(sid_text);
 }
 
+// Three lines at most: type and inheritance, rights, account with its name where that is known.
 void AddAce(RecordText& report, const AceInfo& ace, const std::string& type) {
   std::string& text = report.text;
   if (!type.empty()) text += type + ", ";

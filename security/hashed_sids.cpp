@@ -80,6 +80,7 @@ constexpr const char* kCapabilities[] = {
 
 using Words5 = std::array<uint32_t, 5>;
 
+// One block of 64 bytes of SHA-1.
 void AddBlock(Words5& state, const uint8_t* block) {
   std::array<uint32_t, 80> w{};
   for (size_t i = 0; i < 16; ++i) {
@@ -118,6 +119,7 @@ Words5 Sha1Of(std::vector<uint8_t> bytes) {
 
 // --- SIDs ----------------------------------------------------------------------------------------
 
+// The name in capitals as UTF-16, which is what these SIDs are hashes of; names are ASCII.
 std::vector<uint8_t> HashedBytes(std::string_view name) {
   std::vector<uint8_t> bytes;
   for (const char unit : name) {
@@ -133,6 +135,7 @@ uint32_t Swapped(uint32_t number) {
   return number >> 24 | (number >> 8 & 0xFF00) | (number << 8 & 0xFF0000) | number << 24;
 }
 
+// SHA-256 of the name as eight sub-authorities, each with its lowest byte first.
 std::string CapabilitySid(std::string_view name) {
   const std::string digits = Sha256Text(HashedBytes(name));
   std::string text = "S-1-15-3-1024";

@@ -40,6 +40,7 @@ bool ParseNumber(std::string_view& text, uint32_t base, uint64_t& number) {
   return length > 0;
 }
 
+// Six bytes, highest first, decimal or "0x" as systems write larger ones.
 bool ParseAuthority(std::string_view& text, std::vector<uint8_t>& sid) {
   const bool wide = text.starts_with("0x");
   if (wide) text.remove_prefix(2);
@@ -51,6 +52,7 @@ bool ParseAuthority(std::string_view& text, std::vector<uint8_t>& sid) {
   return true;
 }
 
+// "-" and a number, four bytes, lowest first.
 bool ParseSubAuthority(std::string_view& text, std::vector<uint8_t>& sid) {
   uint64_t number = 0;
   if (!text.starts_with('-')) return false;
