@@ -16,6 +16,7 @@ bool IsUsed(const LayerCounts& counts) {
           counts.other_keys) != 0;
 }
 
+// A key that merges counts only where it differs from one of a hive without layers.
 void CountKey(const HiveImage& hive, uint32_t position, LayerCounts& counts) {
   switch (LayerOfKey(hive, position)) {
     case KeyLayer::kMerge:

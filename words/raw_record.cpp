@@ -141,6 +141,8 @@ uint32_t NeededBytes(const HiveImage& hive, uint32_t position, RecordKind kind) 
                                   : kValueName + ReadU16(hive, position + kValueNameLength);
 }
 
+// By signature first, as a damaged size does not make a record another one; what has no signature
+// is told by its size, and then by what its first entry leads to.
 RecordKind KindAt(const HiveImage& hive, uint32_t position) {
   if (!InsideHive(hive, position, 8)) return RecordKind::kNoCell;
   const uint32_t size = ReadU32(hive, position);
@@ -393,6 +395,7 @@ class RowWriter {
   uint32_t Left() const { return record_.place.length > done_ ? record_.place.length - done_ : 0; }
   uint32_t Here() const { return record_.place.position + done_; }
 
+  // Rows of fixed fields, in the order of the table, which leaves no byte out.
   void AddTable(std::span<const FieldRow> rows) {
     for (const FieldRow& row : rows) {
       if (row.meaning == kOffset) {

@@ -119,6 +119,8 @@ std::string PreviewSource(uint32_t type, std::span<const uint8_t> data, bool wid
   return text;
 }
 
+// At most kPreviewLength characters with the "..." that says that it was cut. One zero at the end
+// is dropped, other control characters become blanks.
 std::string TextPreview(uint32_t type, std::span<const uint8_t> data, bool wide) {
   std::string text = PreviewSource(type, data, wide);
   const std::string_view shown = FirstUnits(text, kPreviewLength);
