@@ -100,6 +100,7 @@ struct Run {
   Block last;
 };
 
+// The same test as ReadBinHeader's, of a place in a file that may be longer than an image.
 bool ReadBlock(FileWindow& window, uint64_t position, Block& block) {
   uint8_t header[kBinHeaderSize];
   if (!window.Read(position, header, sizeof(header))) return false;
@@ -139,6 +140,8 @@ bool Continues(const Run& run, const Block& block) {
   return block.position < run.end && block.own_offset == run.last.own_offset + distance;
 }
 
+// A base block right before the first block belongs to the run, unless the run before it reaches
+// over that place.
 Run BeginRun(FileWindow& window, const Block& block, const Run* before) {
   Run run{block.position, block.end, block};
   if (block.position < kBaseBlockSize) return run;
@@ -148,6 +151,7 @@ Run BeginRun(FileWindow& window, const Block& block, const Run* before) {
   return run;
 }
 
+// Places in the file: first byte, last byte, size in bytes.
 void AddRun(OutputList& list, const Run& run, uint64_t end) {
   const uint64_t last = end - 1;
   const uint64_t size = end - run.start;
@@ -158,6 +162,8 @@ void AddRun(OutputList& list, const Run& run, uint64_t end) {
              kNoOffset);
 }
 
+// A block whose size is not confirmed by what follows it is left after its header, so that a
+// made-up size hides no blocks.
 void AddRuns(FileWindow& window, OutputList& list) {
   Run run;
   bool open = false;

@@ -36,6 +36,8 @@ bool IsAsInFile(const HiveImage& hive) {
   return hive.places.pieces.empty() && hive.places.returns.empty() && hive.places.undone.empty();
 }
 
+// From the file, since the image's bytes were put back elsewhere. Fewer where the file has become
+// shorter, none where it cannot be opened; what cannot be read is zeros.
 std::vector<uint8_t> ReadAgain(const HiveImage& hive) {
   int error = 0;
   std::vector<uint8_t> bytes(hive.file_bytes);
@@ -48,6 +50,7 @@ std::vector<uint8_t> ReadAgain(const HiveImage& hive) {
   return bytes;
 }
 
+// `own` holds the bytes only where no memory of the hive has them as they are asked for.
 Judged BytesToJudge(const HiveImage& hive, CheckedState state) {
   Judged judged;
   if (state == CheckedState::kReplayed && IsReplayed(hive)) {
@@ -69,6 +72,7 @@ std::string StateWords(const HiveImage& hive, CheckedState state) {
                                                          : "the file as it is";
 }
 
+// One line for the head of the list; counts are those of all findings, not of the rows.
 std::string SummaryWords(const HiveImage& hive, CheckedState state, const CheckResult& result) {
   const auto level = [&result](CheckLevel each) {
     return Thousands(result.by_level[static_cast<size_t>(each)]);
@@ -112,6 +116,8 @@ uint32_t ImagePosition(const RowMaker& maker, uint32_t place) {
   return maker.in_file ? PositionOfPlace(maker.hive, place) : place;
 }
 
+// Positions shown are those of the judged bytes; the datum, by which a row leads to the tree, is
+// where the image has that byte, or none.
 void AddFindingRow(RowMaker& maker, CheckedHive& checked, const CheckFinding& finding) {
   const uint32_t place = finding.position;
   const uint32_t datum = ImagePosition(maker, place);
@@ -153,6 +159,8 @@ std::vector<const CheckFinding*> WantedFindings(const CheckResult& result,
   return wanted;
 }
 
+// Cells that nothing names are notes, one row for all of them where notes are left out. Findings
+// that the check itself did not keep are noted as a shortfall.
 void AddRows(RowMaker& maker, const CheckListOptions& options, CheckedHive& checked) {
   const CheckResult& result = checked.result;
   uint64_t wanted = 0;

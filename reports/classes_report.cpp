@@ -18,6 +18,7 @@ struct OpenClass {
   std::string name, server32, server;
 };
 
+// The row of a class is added when the walk has left the class: its servers are subkeys.
 void CloseClass(ReportRun& run, OpenClass& it) {
   if (it.open) {
     AddReportRow(run.list,
@@ -74,6 +75,7 @@ bool IsProgIdValue(const SourceValue& value, bool of_progid_key) {
   return value.name.empty() ? of_progid_key : EqualIgnoringCase(value.name, "progid");
 }
 
+// The date is that of the class's own key beside the extensions, where there is one.
 void AddProgId(ReportRun& run, const SourceKey& key, const SourceValue& value) {
   const std::string prog_id = DataCell(value);
   if (prog_id.empty()) return;

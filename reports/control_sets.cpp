@@ -38,6 +38,7 @@ uint32_t SetAround(const HiveImage& hive, const KeyTree& tree, uint32_t item) {
   return kNoItem;
 }
 
+// A recovered "Select" does not say which set is current: it may be of another time.
 uint32_t SelectKey(const HiveImage& hive, const KeyTree& tree, uint32_t above) {
   if (above >= tree.items.size()) return kNoItem;
   for (uint32_t child = FirstChild(tree, above); child != kNoItem;

@@ -43,6 +43,7 @@ Counted DateAt(std::span<const uint8_t> data, size_t offset) {
 
 Cell CellOf(const Counted& counted) { return {counted.text, counted.value}; }
 
+// Told by length; empty for another one.
 Count ReadCount(std::span<const uint8_t> data) {
   for (const CountLayout& layout : kLayouts) {
     if (data.size() != layout.length) continue;

@@ -24,6 +24,8 @@ ValueRow StoredRow(const HiveImage& hive, uint32_t position) {
   return MakeValueRow(hive, stored, data, ValueViewOptions());
 }
 
+// What the value is now beside what the file has; the path is empty for an edit of a value without
+// a known key.
 void AddEdit(const HiveImage& hive, const KeyTree& tree, const ValueEdit& edit, OutputList& list) {
   const std::string path = PathOfKey(hive, tree, edit.key);
   const ValueRow now = MakeValueRow(hive, edit.position, ValueViewOptions());

@@ -110,6 +110,8 @@ enum class PieceResult {
   kNoFile,
 };
 
+// A piece that could not be written whole is not left behind (OutputGuard). Bytes that the medium
+// did not give are zeros in it, and the result says so.
 PieceResult WritePiece(Split& split, uint32_t row, const Range& range) {
   const std::string name = PieceName(split.stem, split.series, row + 1);
   int error = 0;
@@ -127,6 +129,8 @@ PieceResult WritePiece(Split& split, uint32_t row, const Range& range) {
   return unread.count == 0 ? PieceResult::kWhole : PieceResult::kHoles;
 }
 
+// A file that cannot be made ends the work, one that could not be finished does not: the next range
+// may be readable.
 void WritePieces(Split& split) {
   const Host& host = CurrentHost();
   const uint32_t rows = RowCount(split.list);

@@ -25,6 +25,7 @@ class FreedSearch {
     value_names_ = pattern.settings.value_names && !pattern.settings.dword;
   }
 
+  // Limits are looked at before the name, which costs more.
   void VisitKey(const FreedKey& key) {
     const uint64_t last_write = LastWriteOfFreed(key.position);
     if (!key_names_ || !MayBeHit(limits_, last_write) || !KeyMatches(key)) return;
@@ -37,6 +38,8 @@ class FreedSearch {
            "", FreedPlaceWords(key));
   }
 
+  // All data are read only when they are searched; `details` are the key's place ("rk"), and
+  // lengths of name ("ln") and data ("ld") as stored.
   void VisitValue(const FreedValue& freed) {
     const bool data = pattern_.settings.value_data;
     const FreedContent content =
@@ -70,6 +73,7 @@ class FreedSearch {
            FindExactly(pattern_, ReadRawKeyName(from_.hive, key.position));
   }
 
+  // Data that were read too often in this walk are matched as far as a list shows them.
   bool ValueMatches(const FreedContent& content) const {
     const ValueKey& value = content.value;
     if (value.status == ValueStatus::kEmpty || value.status == ValueStatus::kNotAValue) {
@@ -86,6 +90,8 @@ class FreedSearch {
            MatchData(pattern_, value.type, content.data);
   }
 
+  // The list's columns: texts, then with details the position in the file and these, the place
+  // last.
   void AddHit(std::vector<std::string> texts, uint32_t position, const RowFacts& facts, int icon,
               std::string_view details, std::string place) {
     if (details_) {

@@ -39,6 +39,8 @@ std::vector<uint8_t> KeyBytes(const HiveImage& hive, const FreedKey& key) {
   return CopyOf(PartOf(ImageBytes(hive), key.position + 4, kKeyName - 4 + key.name_length));
 }
 
+// What makes two copies of a deleted value the same: the record after its size, which the system
+// changes when it frees the cell, and the data that are shown.
 std::vector<uint8_t> ValueBytes(FreedSource& from, const FreedValue& value) {
   const uint32_t length = kValueName - 4 + value.name_length;
   std::vector<uint8_t> bytes = CopyOf(PartOf(ImageBytes(from.hive), value.position + 4, length));

@@ -39,6 +39,9 @@ bool IsDataFree(const HiveImage& hive, const FreedRecords& records, const ValueK
                         : IsFreeAt(records, value.data_position, value.data_length);
 }
 
+// Name and type as they were before the value was freed. Data in a cell that is another record's by
+// now are marked; of a value that was moved they are dropped, as its offset is worked out and
+// proves nothing then.
 FreedContent ReadContent(const HiveImage& hive, const FreedRecords& records,
                          const FreedValue& freed, DataBudget* budget) {
   FreedContent content;

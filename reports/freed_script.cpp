@@ -54,6 +54,8 @@ std::vector<bool> FindParted(const HiveImage& hive, const FreedRecords& records)
 // Values are sorted by their keys once; each key's are found by a search in them.
 class FreedWriter {
  public:
+  // Values of one key follow one another, so that each key has one section; within it in the order
+  // of the choice.
   FreedWriter(FreedSource& from, const FreedChoice& choice, const TextSink& sink, ScriptForm form)
       : from_(from),
         sink_(sink),
@@ -157,6 +159,8 @@ class FreedWriter {
     return static_cast<size_t>(end - first);
   }
 
+  // What is doubtful is written as comments: whoever imports the script gets what was deleted, and
+  // nothing that may be another record's.
   void WriteValue(const FreedValue& freed) {
     const FreedContent content = ReadFreedContent(from_, freed, FreedData::kAll);
     const ValueKey& value = content.value;

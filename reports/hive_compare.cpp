@@ -343,6 +343,8 @@ void AddBranch(Comparing& compare, const KeyPair& pair) {
   row(item, std::to_string(keys) + " keys, " + std::to_string(values) + " values");
 }
 
+// The key's own record is made before its values are compared, so that keys come in the order of
+// the walk; what differs is put in afterwards.
 void CompareOne(Comparing& compare, const KeyPair& pair) {
   compare.ignoring = pair.ignored;
   if (pair.pairing != Pairing::kBoth) return AddBranch(compare, pair);

@@ -90,6 +90,7 @@ class ValueRows {
   const HiveImage& hive_;
   OutputList& list_;
   const ValueListOptions& options_;
+  // A row for an entry that leads to no value; its place is that of the entry.
   void AddLoss(uint32_t place, std::string_view data, std::string_view status,
                const RowOfKey& key) {
     if (!MayShowLoss(budget_)) return;

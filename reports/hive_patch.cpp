@@ -46,6 +46,7 @@ std::string ScriptPath(const Patch& patch, const ComparedSide& side, uint32_t it
   return path;
 }
 
+// What cannot be written so that an import makes the same value of it is left out and noted.
 void AddPatchValue(Patch& patch, const SideValue& value) {
   if (!value.read()) return NoteShortfall(Shortfall::kValueData);
   const std::string& name = value.value.name;
@@ -97,6 +98,7 @@ void PatchValue(PairWalk& walk, Patch& patch, const ValuePair& pair,
   if (begin()) AddPatchValue(patch, walk.value_b);
 }
 
+// The key's section is begun by its first difference: a key without any is not in the script.
 void PatchValues(PairWalk& walk, Patch& patch, const KeyPair& pair) {
   if (ListTheSameValues(walk, pair.a, pair.b)) return;
   bool begun = false;
@@ -113,6 +115,9 @@ void PatchValues(PairWalk& walk, Patch& patch, const KeyPair& pair) {
   if (begun) AddLine(patch, "");
 }
 
+// The script makes the second side of the first: what only the second has is made, what only the
+// first has is deleted, branch and all. Keys named alike beside each other no script can tell
+// apart.
 void PatchOne(PairWalk& walk, Patch& patch, const KeyPair& pair) {
   if (pair.ignored || !patch.open) return;
   if (pair.twin) return NoteShortfall(Shortfall::kScriptNames);

@@ -34,6 +34,7 @@ std::string ReorganisedText(uint64_t stored) {
   return (stored & 3) == 2 ? time + ", access bits cleared" : time;
 }
 
+// Reads file and logs once more; empty for a file that cannot be read, or when the user stops.
 void AddHashes(const HiveImage& hive, HiveStateTexts& texts) {
   texts.sha256 = HashOfFile(hive.file_name, StopRequested);
   if (hive.logs == nullptr) return;
@@ -78,6 +79,7 @@ std::string AppliedWords(const HiveLogs& logs) {
   return logs.choice.mode == LogMode::kChosen ? "chosen logs applied" : "logs applied";
 }
 
+// Nothing for empty words; at most kLongestHeadLine characters.
 void AddHeadLine(std::vector<std::string>& lines, const char* label, const std::string& words) {
   if (words.empty()) return;
   std::string line = label;

@@ -40,6 +40,8 @@ uint64_t WithSkipped(const IgnorePattern& pattern, uint64_t state) {
   return state;
 }
 
+// The state after one more name of a path: bit i is set where i names of the pattern fit so far. A
+// pattern has less than 64 names, so all ways to read "**" are kept at once.
 uint64_t After(const IgnorePattern& pattern, std::string_view capitals, uint64_t state) {
   uint64_t next = 0;
   for (size_t i = 0; i < pattern.names.size(); ++i) {

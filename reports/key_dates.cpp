@@ -69,6 +69,7 @@ bool IsDate(const KeyDateTime& time) {
   return fields && KeyDateTimeOf(FileTimeOf(time)) == time;
 }
 
+// A key that was made has a row without date.
 void AddDateRow(const HiveImage& hive, const KeyTree& tree, uint32_t item, PathWalker& paths,
                 OutputList& list) {
   const bool has_cell = HasKeyCell(tree, item);
@@ -84,6 +85,8 @@ void AddDateRow(const HiveImage& hive, const KeyTree& tree, uint32_t item, PathW
   AddListRow(list, {{date, DateValue(facts.last_write)}, path, offset, layer}, position, facts);
 }
 
+// A key without a cell of its own has neither date nor access bits, and is wanted only where
+// neither is asked for.
 bool IsWanted(const HiveImage& hive, const KeyTree& tree, uint32_t item,
               const KeyDateRange& range) {
   if (range.access >= 0) {

@@ -81,6 +81,8 @@ struct PlainValue {
   ByteView name;
   ByteView data;
 };
+// Views into the image, for the many values that need no more; false for what is damaged or in
+// segments, which is read the long way.
 bool ReadPlainValue(const HiveImage& hive, uint32_t position, PlainValue& out) {
   if (position == kNoOffset) return false;
   out.fields = ReadStoredValueKey(hive, position, ValueRead::kFields, kShownData, nullptr);

@@ -21,6 +21,7 @@
 namespace hivequarry {
 namespace {
 
+// Positions are those in the log's file, so that no row leads to the tree.
 void AddEntry(OutputList& list, const HiveLog& log, const LogEntry& entry,
               const std::string& state) {
   AddListRow(list,

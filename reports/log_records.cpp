@@ -51,6 +51,7 @@ bool HasRoom(ByteView page, uint32_t cell, uint32_t length) {
   return size % 8 == 0 && size >= length && IsInside(page, cell, length);
 }
 
+// Two letters alone are met by chance: name, flags and time must be those of a key as well.
 bool IsKey(ByteView page, uint32_t cell) {
   KeyFields key;
   if (!ReadKeyFields(page, cell, key) || key.signature != kSignatureNk) return false;
@@ -110,6 +111,8 @@ bool DataInPage(const PageOfLog& page, uint32_t cell, const ValueFields& value, 
   return true;
 }
 
+// Columns of the record's own, then where it is: in the hive, the log, its entry, the log's file,
+// and whether the entry was applied.
 void AddRecord(Search& search, const PageOfLog& page, uint32_t cell,
                std::initializer_list<std::string_view> own, const RowFacts& facts) {
   std::vector<Cell> cells(own.begin(), own.end());
@@ -135,6 +138,8 @@ void AddKey(Search& search, const PageOfLog& page, uint32_t cell) {
             facts);
 }
 
+// Data are shown where they are in the same page; the rest of the hive at the time of the entry is
+// not known.
 void AddValue(Search& search, const PageOfLog& page, uint32_t cell) {
   const ValueFields value = ReadValueFields(page.bytes, cell);
   if (!IsNew(search, page, cell, kValueName + value.name_length)) return;

@@ -242,6 +242,7 @@ void AddValueFact(Overview& over, Teller& teller, const ValueFact& fact) {
 
 // Calls `tell` with each subkey of the keys at the path.
 using TellOfKey = std::function<void(const SourceKey& key, const Place& place)>;
+// The children of all keys that the path leads to, in all control sets; made keys are passed over.
 void ForEachSubkey(Teller& teller, const char* path, const TellOfKey& tell) {
   for (const Place& place : PlacesOf(teller, path)) {
     for (uint32_t child = FirstChild(teller.tree, place.item); child != kNoItem && !StopRequested();
@@ -280,6 +281,7 @@ constexpr SubkeyFact kSubkeyFacts[] = {
     {"Earlier system", HiveKind::kSystem, "Setup", {"ProductName", nullptr}, true},
 };
 
+// Of each subkey the first of the fact's values that has text.
 void AddSubkeyFact(Overview& over, Teller& teller, const SubkeyFact& fact) {
   ForEachSubkey(teller, fact.path, [&](const SourceKey& key, const Place& place) {
     for (const char* name : fact.values) {
@@ -351,6 +353,7 @@ std::string DeviceWords(const SourceValue& value) {
   return ShownValueName(text);
 }
 
+// Values without a letter are volumes that no letter leads to, and are left out here.
 void AddDrives(Overview& over, Teller& teller) {
   constexpr std::string_view kLetter = "\\DosDevices\\";
   for (const Place& place : PlacesOf(teller, "MountedDevices")) {
@@ -409,6 +412,7 @@ HiveKind KindOf(const HiveImage& hive, const RootEvidence& evidence) {
              : KindOfHive(evidence);
 }
 
+// The system's own account is told of as a user is. Keeps references to hive and tree.
 Teller MakeTeller(const MachineHive& given) {
   RootEvidence evidence = FindRootEvidence(*given.hive);
   const HiveKind kind = KindOf(*given.hive, evidence);

@@ -74,6 +74,8 @@ class ViewedFolders {
     std::unordered_map<std::string, std::string> folders;
   };
 
+  // Keys come parents first, so the levels above are a stack. The path of a folder is that of the
+  // value of the same name in the key above; "..." where that is missing.
   void EnterKey(const SourceKey& key) {
     while (!levels_.empty() && levels_.back().level >= key.level) levels_.pop_back();
     Level level;

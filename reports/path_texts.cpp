@@ -35,6 +35,7 @@ bool IsServer(std::string_view text) {
   return split + 1 < text.size() && (IsWordCharacter(text[split + 1]) || text[split + 1] == '$');
 }
 
+// "%Name%\"; a slash must follow, as other texts have percent signs too.
 bool IsVariable(std::string_view text) {
   if (!text.starts_with('%')) return false;
   const size_t end = text.substr(0, kMaxVariable).find('%', 1);
@@ -52,6 +53,7 @@ size_t PrefixLength(std::string_view text) {
   return 0;
 }
 
+// Names relative to the system's folder count at the start of a text alone.
 bool BeginsPath(std::string_view text, bool at_start) {
   if (text.empty()) return false;
   if (IsDrive(text)) return true;

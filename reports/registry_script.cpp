@@ -71,6 +71,7 @@ class ScriptWriter {
         form_(form),
         tombstones_(tombstones) {}
 
+  // Each item with its subtree, or itself alone; the head is written even when nothing follows.
   void Write(std::span<const uint32_t> items, ScriptScope scope) {
     bytes_ = ScriptMark(form_);
     out_ += ScriptHead(form_);
@@ -156,6 +157,8 @@ class ScriptWriter {
     out_.append(kLineEnd).append(kLineEnd);
   }
 
+  // A layered hive says with it that the value of the hive below is gone: a deletion, or a comment
+  // where deletions are not asked for.
   void WriteTombstone(const ValueKey& value) {
     const size_t start = out_.size();
     if (tombstones_ == Tombstones::kComments) out_ += "; tombstone: ";
@@ -245,6 +248,8 @@ class ScriptWriter {
     NoteShortfall(Shortfall::kScriptNames);
   }
 
+  // Reads the value list once; entries that lead nowhere are counted among what was left out, by
+  // the place of the entry.
   void WriteKey(uint32_t item) {
     key_ = item;
     if (LayerOf(item) != KeyLayer::kMerge) {
@@ -279,6 +284,7 @@ class ScriptWriter {
     out_.append("; the values of this key are not sure: ").append(status).append(kLineEnd);
   }
 
+  // Values that lose characters in this form are written all the same and noted.
   void WriteValue(uint32_t position) {
     StopWhenAsked();
     if (!MayShowValue(hive_, position, budget_)) return;

@@ -100,6 +100,7 @@ void MarkWay(RemovedState& removed, uint32_t item) {
   }
 }
 
+// The removed, then the ways down to them: items that stayed and have something removed below.
 void MarkItems(RemovedState& removed) {
   removed.marks.assign(removed.before.tree.items.size(), RemovedMark::kStays);
   for (const RemovedKey& key : removed.keys) removed.marks[key.item] = RemovedMark::kRemoved;

@@ -38,6 +38,7 @@ struct RowSubject {
   std::string path;               // lossless, as RowFacts has it
   std::string name;
 };
+// The key itself, or a value of it. The texts are copies: the walk may go on.
 RowSubject SubjectOf(const SourceKey& key);
 RowSubject SubjectOf(const SourceKey& key, const SourceValue& value);
 // Cells in the order of the kind's columns; those that are missing are empty.

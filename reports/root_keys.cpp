@@ -85,6 +85,9 @@ std::vector<uint32_t> FindRootCells(const HiveImage& hive, const KeyTree& tree) 
   return cells;
 }
 
+// As a system accepts one: the first cell of a block whose own offset is 0, and a subkey list,
+// where it has subkeys, at the offset that counts from that block. Reads what is held, also after a
+// cut.
 bool IsValidRoot(const HiveImage& hive, uint32_t position, const KeyBytes& key) {
   if (position < kBinHeaderSize || !IsWholeKey(hive, position, key)) return false;
   const uint32_t block = position - kBinHeaderSize;
@@ -96,6 +99,8 @@ bool IsValidRoot(const HiveImage& hive, uint32_t position, const KeyBytes& key) 
   return ListKindOfSignature(static_cast<uint16_t>(head)) != ListKind::kNone;
 }
 
+// With a root's flags the name is of single bytes, and is read also after the place where the image
+// was cut.
 std::string HeldName(const HiveImage& hive, uint32_t position, const KeyBytes& key) {
   if (LoadU16(&key[kKeyFlags]) != kRootKeyFlags) return ShownKeyName(ReadKeyName(hive, position));
   std::vector<uint8_t> bytes(std::min<uint32_t>(LoadU16(&key[kKeyNameLength]), kLongestName));
@@ -112,6 +117,7 @@ uint32_t ShownItem(const HiveImage& hive, const KeyTree& tree, uint32_t position
   return item != kNoItem && IsKeyItem(tree, item) ? item : kNoItem;
 }
 
+// The path is empty for a root that is no key of this tree.
 void AddRootRow(const HiveImage& hive, const KeyTree& tree, uint32_t position, OutputList& list) {
   KeyBytes key{};
   ReadHeldKey(hive, position, key);

@@ -36,6 +36,7 @@ size_t PlainRun(std::string_view text) {
   return at;
 }
 
+// In quotes: what the form escapes gets a backslash, what it cannot write becomes a stand-in.
 void AppendInForms(std::string_view text, std::string& out) {
   while (!text.empty()) {
     const size_t run = PlainRun(text);

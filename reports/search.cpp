@@ -78,6 +78,8 @@ class BranchSearch {
     return open_.size();
   }
 
+  // Dates are read only when they are asked for. Values of a key are visited though its name did
+  // not match.
   void VisitKey(uint32_t item) {
     if (++keys_ % kKeysPerStatus == 0) ShowWalk(paths_.PathOf(item), keys_, RowCount(list_));
     last_write_ = limits_.timed() ? LastWriteOf(hive_, tree_, item) : 0;
@@ -99,6 +101,7 @@ class BranchSearch {
     }
   }
 
+  // By the name as text, and in hexadecimal searches by its bytes as stored.
   bool KeyMatches(uint32_t item) {
     const std::string name = StoredItemName(hive_, tree_, item);
     if (name.empty()) return false;
@@ -109,6 +112,7 @@ class BranchSearch {
            FindExactly(pattern_, ReadRawKeyName(hive_, position));
   }
 
+  // Cheap tests first: the sieve and the limits see the record alone, the pattern all of the data.
   void VisitValue(uint32_t item, uint32_t position) {
     if (!MayShowValue(hive_, position, data_budget_)) return;
     if (sieve_.usable) {
@@ -148,6 +152,7 @@ class BranchSearch {
     AddHit(item, position, {paths_.PathOf(item), "", "", "", PlaceText(hive_, position)}, facts, 0);
   }
 
+  // `details`: the key's place ("rk"), lengths of name ("ln") and data ("ld") as stored.
   void AddValueRow(uint32_t item, const ValueKey& value) {
     const bool of_key = IsKeyItem(tree_, item);
     const uint32_t key = tree_.items[item].position;

@@ -35,6 +35,8 @@ size_t FindPlace(size_t length, size_t size, const BeginsAt& begins, const Stand
   return 0;
 }
 
+// Where the first run is whose bytes are all the same as the pattern's by `same`; npos for none.
+// Not for an empty pattern.
 template <typename Same>
 size_t FindRun(std::string_view pattern, std::span<const uint8_t> bytes, const Same& same) {
   const auto equal = [&](size_t at, size_t i) {

@@ -73,6 +73,9 @@ class UnitRules {
     return unit > 0xFF && (unit & 0xFF) != 0 && page_.byte_of_wide[unit] == 0;
   }
 
+  // The byte that a character is stored as whatever the encoding; nothing where the code page may
+  // store it otherwise. Without regard to case the bit that tells capitals from small letters is
+  // ignored.
   std::vector<SievedByte> OfAscii(char16_t unit) const {
     const bool plain = unit > u' ' && unit < 0x7F && unit != u'?';
     const bool itself = page_.byte_of_wide[unit] == unit && page_.wide_of_byte[unit] == unit;
@@ -218,6 +221,8 @@ class Sieving {
   }
 
  private:
+  // Marks where the pattern's rarest pair may stand, and cells of segments, whose data go on
+  // elsewhere. False when there are too many of these to be worth it.
   bool SievePiece(size_t start, size_t end) {
     ForEachPair(image_.data(), start, end, run_.bytes[run_.pair], run_.bytes[run_.pair + 1],
                 [this](size_t at) {

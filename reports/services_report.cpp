@@ -47,6 +47,8 @@ struct Service {
   std::string start, display_name, image_path, group, type, description;
 };
 
+// Any value whose name has "imagepath" in it counts as the path; an empty text does not replace
+// one.
 void FillService(const SourceValue& value, Service& service) {
   const auto named = [&](const char* name) { return EqualIgnoringCase(value.name, name); };
   if (named("start")) {
@@ -74,6 +76,7 @@ void KeepPlainForm(std::string& cell, bool quiet, std::string text) {
   if (!quiet || cell.empty()) SetUnlessEmpty(cell, std::move(text));
 }
 
+// An entry counts as one by any value of its key, also one that is not shown.
 void FillInstalled(const SourceValue& value, Installed& entry) {
   const auto named = [&](const char* name) { return EqualIgnoringCase(value.name, name); };
   entry.any_value = true;

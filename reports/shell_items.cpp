@@ -184,6 +184,8 @@ size_t LongNameOffset(uint16_t version) {
   return version < 9 ? 42 : 46;
 }
 
+// With a long name the one that the item had so far is the short one. The times are those of the
+// extension, the last change stays that of the item.
 void ApplyExtension(Span block, ShellItem& shown) {
   if (block.empty()) return;
   shown.created = U32At(block, 8);
@@ -254,6 +256,7 @@ size_t FolderPlace(Span item) {
   return kind == kControlPanelItem || signature == kKnownFolderSignature ? 14 : 0;
 }
 
+// Empty for a kind whose items have no name at a known place.
 std::string NameByKind(Span item) {
   const uint8_t kind = U8At(item, 2);
   if (kind == kControlPanelCategory && U32At(item, 4) == kCategorySignature) {
@@ -276,6 +279,7 @@ std::string FolderGuid(Span item) {
   return GuidText(item.subspan(at).first<16>());
 }
 
+// The word of the list's column "Kind"; never null.
 const char* KindWord(Span item, const ShellItem& shown) {
   const uint8_t kind = U8At(item, 2);
   if (kind == kUserFile) return "delegate";

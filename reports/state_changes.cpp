@@ -50,6 +50,7 @@ std::vector<StateValue> ValuesOf(const HiveImage& image, uint32_t key, DataBudge
   return values;
 }
 
+// Both sides are in order of their names, so one walk over both is enough.
 void CompareValues(const StateKey& before, const StateKey& after, const ChangeSink& sink) {
   VisitPairs(before.values, after.values, &StateValue::name,
              [&](Pairing pairing, const StateValue& old, const StateValue& value) {

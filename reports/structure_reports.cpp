@@ -170,6 +170,7 @@ constexpr ReportRow kReports[] = {
      {IsViewMru}},
 };
 
+// Rows are in the order of the enumeration, which indexes them.
 constexpr bool RowsAreWhole() {
   for (size_t i = 0; i < std::size(kReports); ++i) {
     const ReportInfo& info = kReports[i].info;

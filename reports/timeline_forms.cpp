@@ -249,6 +249,7 @@ void PutTextCell(std::string_view text, bool safe, Lines& out) {
   Put(",", out);
 }
 
+// In the order of HeaderOf. The last cell is the time as stored, in units of 100 ns.
 void PutCsv(const TimelineEvent& event, EventWriter& writer) {
   const TimelineLook& look = writer.look;
   Lines& out = writer.out;
@@ -266,6 +267,7 @@ void PutCsv(const TimelineEvent& event, EventWriter& writer) {
   Put("\r\n", out);
 }
 
+// "EVENT: KEY VALUE (DETAIL) (deleted)", with what there is.
 void AppendMessage(const TimelineEvent& event, std::string& out) {
   out += event.event;
   out += ": ";
@@ -319,6 +321,8 @@ void PutJsonText(std::string_view text, Lines& out) {
   Put(std::string_view(quoted).substr(1, quoted.size() - 2), out);
 }
 
+// Most messages are event and key alone: the key is then escaped once, and its place in the line is
+// noted, so that PutJsonKey copies it from there.
 void PutJsonMessage(const TimelineEvent& event, EventWriter& writer) {
   Lines& out = writer.out;
   writer.key_size = 0;
@@ -342,6 +346,8 @@ void PutJsonKey(const TimelineEvent& event, EventWriter& writer) {
   writer.out.used += writer.key_size;
 }
 
+// One object a line. The first three members are those that timeline programs ask for; the others
+// are what they are made of.
 void PutJson(const TimelineEvent& event, EventWriter& writer) {
   Lines& out = writer.out;
   const std::string& time = IsoTime(writer.times, event);
