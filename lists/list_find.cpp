@@ -18,6 +18,8 @@ struct Pattern {
   std::array<size_t, 256> skip{};
 };
 
+// A table of skips by the last byte looked at: how far the pattern may be moved on at once. Small
+// letters skip as their capitals do.
 Pattern MakePattern(std::string_view text) {
   Pattern pattern{CapitalsOfText(text), IsAscii(text), {}};
   const size_t length = pattern.text.size();
@@ -37,6 +39,8 @@ bool Matches(const Pattern& pattern, const char* at) {
   return true;
 }
 
+// A pattern of ASCII is looked for in the text as it is; any other in the text's capitals, since a
+// letter and its capital may differ in length there. Not for an empty pattern.
 bool Holds(const Pattern& pattern, std::string_view text) {
   std::string capitals;
   if (!pattern.plain) {

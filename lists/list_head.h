@@ -14,6 +14,7 @@ struct ListHead {
   std::vector<std::string> lines;  // UTF-8, without line ends
 };
 
+// LinesOf gives a copy, which stays whole when others are set.
 inline void SetLines(ListHead& head, std::vector<std::string> lines) {
   const std::lock_guard lock(head.mutex);
   head.lines = std::move(lines);

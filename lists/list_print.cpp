@@ -48,6 +48,8 @@ void DrawFooter(Job& job) {
   job.device.draw(job.device.context, job.right - WidthOf(job, text), job.footer, text);
 }
 
+// Ends the page before, if there is one. `refused` is set when the device wants no more, and
+// nothing is drawn from then on.
 void StartPage(Job& job) {
   void* context = job.device.context;
   if (job.pages > 0 && !job.device.end_page(context)) job.refused = true;
@@ -87,6 +89,8 @@ size_t CharactersThatFit(const Job& job, std::string_view text, size_t indent) {
   return std::clamp(static_cast<size_t>(fitting), most, text.size());
 }
 
+// Goes on in further lines, indented, where the text is wider than the page. Each takes one
+// character at least, so that it ends on a page of any width.
 void PrintLine(Job& job, std::string_view text) {
   size_t indent = 0;
   do {

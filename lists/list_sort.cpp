@@ -171,6 +171,8 @@ struct KeyStore {
   bool failed = false;
 };
 
+// Copies the key, cut to the store's limit, into room that lives as long as the store. Without
+// memory `failed` is set and the row is left without a key.
 void StoreKey(KeyStore& store, std::string_view key, SortRow& row) {
   const size_t length = std::min(key.size(), store.limit);
   if (length > store.free_size) {

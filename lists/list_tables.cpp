@@ -12,6 +12,7 @@ void AppendHtml(std::string_view text, CellHolds holds, std::string& out) {
   AppendMarkup(visible, out);
 }
 
+// Cells are made visible first, so that no tab or line end in one breaks the row.
 void WriteTabbedRow(const ListShape& shape, uint32_t row, std::string& out) {
   RowTexts cells;
   ReadRow(shape, row, cells);

@@ -22,6 +22,7 @@ void AppendText(std::string_view text, CellHolds holds, bool visible, std::strin
   }
 }
 
+// Titles of the columns that are written, padded to one length, with ": ".
 std::vector<std::string> TextLabels(const OutputList& list, bool visible) {
   const int columns = ColumnCount(list);
   const int shown = IsResultList(list) ? std::min(columns, kMaxTextColumns) : columns;
@@ -44,6 +45,7 @@ std::string_view ShownText(const ListShape& shape, int column, std::string_view 
   return column == 0 && IsResultList(shape.list) ? FirstUnits(cell, kMaxFirstColumn) : cell;
 }
 
+// A line for each cell that is not empty, then an empty line.
 void WriteTextRow(const ListShape& shape, const std::vector<std::string>& labels, uint32_t row,
                   bool visible, std::string& out) {
   RowTexts cells;

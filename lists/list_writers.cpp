@@ -16,6 +16,7 @@ namespace {
 
 // --- CSV -----------------------------------------------------------------------------------------
 
+// In quotes, those inside doubled, only where the text has a character that would end the field.
 void AppendCsvField(std::string_view text, std::string& out) {
   if (text.find_first_of(",\"\r\n") == text.npos) {
     out += text;
@@ -107,6 +108,8 @@ bool IsJsonNumber(std::string_view text) {
   return !text.empty() && digits && (text[0] != '0' || text.size() == 1);
 }
 
+// By what the column holds: a number, or null for an empty cell; true or false; else a string. What
+// is in a column of numbers and is none stays a string, so that each line can be read.
 void AppendJsonCell(const ListShape& shape, int column, std::string_view text, std::string& out) {
   const CellHolds holds = HoldsOf(shape, column);
   if (holds == CellHolds::kNumber && (text.empty() || IsJsonNumber(text))) {
@@ -136,6 +139,9 @@ void AppendBytesOfSides(std::string_view bytes, std::string& out) {
   AppendJsonFact(",\"Bytes B\":", bytes.substr(bar + 1), out);
 }
 
+// The cells by their columns' names, then what the row knows besides: place of the datum in the
+// file (without a hive its position), last write, lossless path and name, bytes, and with a hive
+// the members of the record itself. `keys` are written already with quotes and commas.
 void WriteJsonRow(const ListShape& shape, const std::vector<std::string>& keys,
                   const HiveImage* hive, uint32_t row, std::string& out) {
   RowTexts cells;

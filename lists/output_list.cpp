@@ -101,6 +101,8 @@ const char* MakeBlob(OutputList& list, const RowLayout& layout) {
   return blob;
 }
 
+// The row is whole before it is counted: readers on other threads look at the count first, and then
+// find all that is below it. False without memory; the list is as before.
 bool TryAddRow(OutputList& list, const NewRow& row) {
   const RowLayout layout = LayOut(row, list.columns.size(), list.latest);
   const uint32_t number = list.row_count.load(std::memory_order_relaxed);

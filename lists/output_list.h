@@ -41,6 +41,7 @@ constexpr uint64_t DateValue(uint64_t file_time) { return file_time / 10'000'000
 // A cell to add. The text is only looked at, so a cell made from a temporary text ends
 // with it.
 struct Cell {
+  // Without a number the cell sorts by its text; with one the text is what is shown of it.
   Cell() = default;
   template <std::convertible_to<std::string_view> Text>
   Cell(const Text& shown) : text(shown) {}

@@ -46,6 +46,7 @@ bool HasCode(const CodeSet& tidy, uint32_t code) {
   return after != tidy.begin() && code <= std::prev(after)->last;
 }
 
+// All characters that the set lacks, in order and without overlap.
 CodeSet Others(CodeSet set) {
   Tidy(set);
   CodeSet others;
@@ -246,6 +247,8 @@ uint32_t TakeEscapedCode(Reader& reader) {
 
 constexpr const char* kLoneBackslash = "The expression ends with a single \\.";
 
+// After the backslash: a class ("\d"), an edge of words, or a character. Functions that read a part
+// return its number.
 size_t ReadEscape(Reader& reader) {
   if (reader.ended()) return Fail(reader, kLoneBackslash);
   const char letter = reader.text[reader.at];
@@ -282,6 +285,7 @@ bool TakeClassCode(Reader& reader, CodeSet& set, uint32_t& code) {
   return !reader.failed();
 }
 
+// One character, a range, or a class. A "-" before "]" or before a class is a character.
 void ReadRange(Reader& reader, CodeSet& set) {
   uint32_t first = 0;
   if (!TakeClassCode(reader, set, first)) return;
@@ -318,6 +322,7 @@ size_t ReadClass(Reader& reader) {
 
 size_t ReadChoices(Reader& reader, int depth);
 
+// After the "(". `depth` bounds the recursion, which the pattern drives.
 size_t ReadGroup(Reader& reader, int depth) {
   if (depth >= kDeepestGroup) return Fail(reader, "Groups are nested too deep.");
   if (TakeIf(reader, '?') && !TakeIf(reader, ':')) {
@@ -360,6 +365,8 @@ size_t ReadOne(Reader& reader, int depth) {
   }
 }
 
+// Numbers that are too large stay just above what is allowed, so that they cannot wrap to something
+// small.
 bool TakeDecimal(std::string_view text, size_t& at, uint32_t& number) {
   const size_t start = at;
   number = 0;
@@ -445,6 +452,7 @@ size_t ReadExpression(Reader& reader) {
   return whole;
 }
 
+// The text itself, every character of it: for a search that is no pattern.
 size_t ReadPlain(Reader& reader) {
   Part all;
   while (!reader.ended()) {
@@ -496,6 +504,7 @@ int EncodedLength(uint32_t code) {
   return code < 0x80 ? 1 : code < 0x800 ? 2 : code < 0x10000 ? 3 : 4;
 }
 
+// The UTF-8 bytes of a code in `length` bytes, also of a lone surrogate.
 void Encode(uint32_t code, int length, uint8_t* bytes) {
   constexpr uint8_t kFirst[] = {0, 0, 0xC0, 0xE0, 0xF0};
   for (int i = length - 1; i > 0; --i) {
@@ -566,6 +575,8 @@ void WriteSet(Writer& writer, const CodeSet& set) {
 
 void WritePart(Writer& writer, size_t number);
 
+// A fork before each choice but the last leads to the next one; a step after each of these leads to
+// where all end, which is known only then.
 void WriteChoices(Writer& writer, const Part& part) {
   std::vector<size_t> ends;
   for (size_t i = 0; i < part.parts.size() && !writer.full; ++i) {
@@ -604,6 +615,8 @@ void WriteRepeat(Writer& writer, const Part& part) {
   for (const size_t fork : forks) writer.program[fork].other = Here(writer);
 }
 
+// Repeats are written as often as they say, so that a short pattern may make a long program: what
+// is written is counted, and `full` ends it.
 void WritePart(Writer& writer, size_t number) {
   if (++writer.written > kMostParts) writer.full = true;
   if (writer.full) return;

@@ -26,6 +26,7 @@ void AppendStackMembers(const HiveImage& hive, uint32_t position, std::string& o
   AppendText("Hidden", HiddenText(hive, position), out);
 }
 
+// The members of layers only in a hive that has them; "Layer" is the number as stored.
 void AppendKeyMembers(const HiveImage& hive, uint32_t position, std::string& out) {
   AppendText("LinkTarget", LinkTarget(hive, position), out);
   if (!HasLayers(hive, position)) return;

@@ -163,6 +163,7 @@ std::string StrictText(std::string_view line) {
   return StrictUtf8(line);
 }
 
+// Rows of a report have no datum: the hive that they speak of need not be open.
 void AddTexts(const PendingRow& pending, OutputList& list) {
   std::array<Cell, kMaxOwnColumns> cells;
   std::copy(pending.texts.begin(), pending.texts.end(), cells.begin());
@@ -188,6 +189,8 @@ void AddPending(PendingRow& pending, OutputList& list) {
   pending.begun = pending.ended = false;
 }
 
+// `number` is that of the column, or kReportRowEnd. Column 1 begins a row even where the end of the
+// one before is missing. Texts are cut to what lists of that kind keep, and end in kCut then.
 void ParseRowLine(int number, std::string_view rest, PendingRow& pending, OutputList& list) {
   if (number == 1 || pending.ended) AddPending(pending, list);
   pending.begun = true;

@@ -52,6 +52,8 @@ void WriteListHead(const std::vector<std::string>& lines, std::string& out) {
   }
 }
 
+// U0 version of the form, U1 time, U2 columns, U3 widths, U4 kind, U5 rows, U6 title; then the
+// lines of the head, and the columns' titles.
 void WriteHead(const ListShape& shape, int columns, const WrittenRows& which,
                const ReportLook& look, std::string& out) {
   const OutputList& list = shape.list;
@@ -78,6 +80,8 @@ void WriteHead(const ListShape& shape, int columns, const WrittenRows& which,
 
 void AppendNumber(int number, std::string& out) { out += Decimal(number, 2); }
 
+// A line for each cell that is not empty: its column from 1 on, and the text; the row's icon ends
+// it.
 void WriteRow(const ListShape& shape, int columns, uint32_t row, std::string& out) {
   for (int column = 0; column < columns; ++column) {
     const std::string_view text = CellText(shape.list, row, column);

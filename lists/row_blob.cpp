@@ -24,6 +24,9 @@ constexpr uint8_t kLastWriteForm = 0;
 constexpr uint8_t kMoreValues = 0x80;
 constexpr uint8_t kLastValueColumn = 31;
 
+// Stored in the fewest bytes that hold it, or in none where it is the row's own last write. A value
+// of a column beyond kLastValueColumn, or wider than all forms, is dropped: the cell then sorts by
+// its text.
 void AddValue(uint64_t value, size_t column, RowLayout& layout) {
   if (column > kLastValueColumn) return;
   uint8_t form = kLastWriteForm;
@@ -64,6 +67,8 @@ uint64_t NumberAt(const char* at, size_t size) {
   return number;
 }
 
+// Each value: a byte with the column in its low five bits, the form from bit 5 on, and a mark of
+// more to come; then the number, lowest byte first.
 void PutValues(const RowLayout& layout, char*& out) {
   for (int i = 0; i < layout.value_count; ++i) {
     const StoredValue& stored = layout.values[static_cast<size_t>(i)];

@@ -73,6 +73,8 @@ bool LooksLikeTitle(std::string_view name) {
          name.find_first_of("\\/.()[]{}*+?|^$") == name.npos;
 }
 
+// "-" before a term excludes. "TITLE:text" looks in that column alone; a title in quotes must be
+// one, without them the whole is looked for as text, with a note where it looks like a title.
 bool TakeTerm(const OutputList& list, std::string_view& rest, ReadTerm& term, RowFilter& filter,
               std::string& fault) {
   term.excluded = rest.size() > 1 && rest.front() == '-' && !IsBlank(rest[1]);
@@ -101,6 +103,8 @@ bool TakeTerm(const OutputList& list, std::string_view& rest, ReadTerm& term, Ro
   return true;
 }
 
+// Long texts that rows share are the same bytes in memory: one that was looked at for the row
+// before is not looked at again.
 bool HoldsOnce(FilterTerm& term, size_t column, std::string_view text,
                const std::atomic<bool>* stop) {
   if (text.size() < kLongestShared) return HoldsPattern(*term.pattern, text, stop);
@@ -112,6 +116,7 @@ bool HoldsOnce(FilterTerm& term, size_t column, std::string_view text,
   return term.found[column];
 }
 
+// In the term's column, or in any.
 bool TermHolds(FilterTerm& term, std::span<const std::string_view> cells,
                const std::atomic<bool>* stop) {
   if (term.column >= 0) {

@@ -11,6 +11,7 @@ bool IsChosen(const RowsShown& view, uint32_t row) {
   return row >= view.chosen.size() || view.chosen[row];
 }
 
+// Linear in the rows; in the order of the view, which is that of the list where none was chosen.
 void ShowChosen(RowsShown& view) {
   view.shown.clear();
   const auto rows = static_cast<uint32_t>(view.ordered ? view.order.size() : view.chosen.size());

@@ -59,6 +59,8 @@ struct TextPattern {
 
 namespace {
 
+// Whether a step that takes no character holds between the byte before and `symbol`, the one after
+// (kEnd at the end of the text).
 bool Holds(PatternStep kind, const Place& place, size_t symbol) {
   const bool before = place.after_word;
   const bool after = IsWordByte(symbol);
