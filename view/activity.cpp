@@ -65,6 +65,7 @@ uint64_t BarsIn(const TimeRange& range, ActivityUnit unit) {
 
 TimeRange AllOf(const Activity& activity) { return {activity.first, activity.last + 1}; }
 
+// As much of a date as tells the unit apart: "2012", "2012-04", "2012-04-04 13:00".
 std::string TimeText(uint64_t time, ActivityUnit unit) {
   const CalendarTime at = CalendarOf(time);
   std::string text = Decimal(at.year, 4);
@@ -92,6 +93,7 @@ struct KindColumns {
   int place = -1;
 };
 
+// A list without a column of events has two kinds, by whether a row says its place in free space.
 std::string KindOfRow(const OutputList& list, uint32_t row, const KindColumns& columns) {
   if (columns.event < 0) {
     const bool freed = columns.place >= 0 && !CellText(list, row, columns.place).empty();
@@ -188,6 +190,7 @@ int WidthOf(const Drawing& drawing, std::string_view text) {
   return static_cast<int>(count) * drawing.look.char_width;
 }
 
+// Squares and names in the first line, as far as there is room; "..." for what has none.
 void DrawLegend(Drawing& drawing) {
   const PictureLook& look = drawing.look;
   const int side = look.line_height * 5 / 8;
@@ -222,6 +225,8 @@ void DrawLine(Drawing& drawing, uint64_t number) {
           TextAlign::kRight, std::to_string(number));
 }
 
+// Lines at whole numbers alone: where a fifth of the scale is none, that line is left out; by
+// powers of ten where the scale is logarithmic, as far apart as their labels need.
 void DrawScale(Drawing& drawing) {
   const int room = drawing.out.bottom - drawing.out.top;
   const auto lines = static_cast<uint64_t>(std::max(room / (2 * drawing.look.line_height), 1));
@@ -271,6 +276,7 @@ std::vector<size_t> LabelledBars(const Drawing& drawing, ActivityUnit& label) {
   return at;
 }
 
+// A tick for each labelled bar; a label that would leave the picture is not drawn.
 void DrawDates(Drawing& drawing) {
   ActivityUnit label = drawing.view.unit;
   ActivityPicture& out = drawing.out;
@@ -308,6 +314,7 @@ void DrawBar(Drawing& drawing, size_t bar) {
   }
 }
 
+// Whole bars, also those that the picked range covers in part; nothing where it is out of view.
 void DrawPicked(Drawing& drawing) {
   const TimeRange& picked = drawing.view.picked;
   const std::vector<uint64_t>& edges = drawing.bins.edges;

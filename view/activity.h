@@ -14,7 +14,8 @@ namespace hivequarry {
 
 // The column that rows have their time in; -1 for a list without dates.
 int TimeColumnOf(const OutputList& list);
-// kNoValue for none, and for what no clock of a registry has shown: before 1970 or after 2100.
+// Seconds since 1601-01-01 UTC, as in all of this header. kNoValue for none, and for what no clock
+// of a registry has shown: before 1970 or after 2100.
 uint64_t TimeOfRow(const OutputList& list, uint32_t row, int column);
 
 // Events of one kind.
@@ -23,6 +24,7 @@ struct ActivitySeries {
   std::vector<uint64_t> times;  // ascending
 };
 inline constexpr size_t kMostSeries = 8;  // the last of more than these is all other ones
+// The times of a list's rows, taken once: the list may go away.
 struct Activity {
   std::vector<ActivitySeries> series;  // those with the most events first
   uint64_t events = 0;
@@ -30,7 +32,8 @@ struct Activity {
   uint64_t first = 0;
   uint64_t last = 0;
 };
-// Reads all rows. Empty when `stop` says so.
+// Reads all rows that the list has by now, on any thread. Empty when `stop` says so, which is asked
+// on the way.
 Activity ReadActivity(const OutputList& list, const std::function<bool()>& stop);
 
 enum class ActivityUnit : uint8_t { kMinute, kHour, kDay, kMonth, kYear };
@@ -40,17 +43,19 @@ struct TimeRange {
   uint64_t to = 0;  // excluded; an empty range is none
   bool operator==(const TimeRange&) const = default;
 };
+// The end is not in it.
 inline bool IsIn(const TimeRange& range, uint64_t time) {
   return time >= range.from && time < range.to;
 }
 
+// What of an Activity is drawn, and how.
 struct ActivityView {
   TimeRange shown;  // begins and ends with a unit
   ActivityUnit unit = ActivityUnit::kYear;
   bool logarithmic = false;
   TimeRange picked;
 };
-// The view of a range by the finest unit that gives no more than `most` bars.
+// The view of a range, or of all times, by the finest unit that gives no more than `most` bars.
 ActivityView ViewOfRange(const TimeRange& range, size_t most);
 ActivityView WholeView(const Activity& activity, size_t most);
 // By another unit; where the range has too many of these, a part of it: the middle of what is
@@ -62,13 +67,14 @@ void ZoomView(const Activity& activity, ActivityView& view, bool closer, uint64_
 // So many eighths of the range to the right, negative to the left; not beyond all there is.
 void MoveView(const Activity& activity, ActivityView& view, int eighths);
 
-// Counts of a view, made once for it.
+// Counts of a view, made once for it. Bars may differ in length: months and years do.
 struct ActivityBins {
   std::vector<uint64_t> edges;   // where the bars begin, and the last one's end
   std::vector<uint32_t> counts;  // by bar, then by series
   std::vector<uint32_t> totals;  // by bar
   uint32_t largest = 0;          // of the totals
 };
+// For a view of that activity; no more than 16,384 bars, from the view's start on.
 ActivityBins CountBins(const Activity& activity, const ActivityView& view);
 
 // What a picture is drawn with: pixels, and colours 0xRRGGBB.
@@ -91,11 +97,13 @@ struct ActivityPicture {
   int right = 0;
   int bottom = 0;
 };
+// `bins` are those of the view. The same input gives the same picture: nothing of the screen is
+// asked.
 ActivityPicture DrawActivity(const Activity& activity, const ActivityView& view,
                              const ActivityBins& bins, const PictureLook& look);
 // How many bars of a readable width a picture has room for.
 size_t MostBars(const PictureLook& look);
-// The bar at a place, the nearest for one beside them all.
+// The bar at a place, pixels from the picture's left; the nearest for one beside them all.
 size_t BarAt(const ActivityPicture& picture, const ActivityBins& bins, int x);
 // All from one bar to another, whichever is first.
 TimeRange RangeOfBars(const ActivityBins& bins, size_t first, size_t second);

@@ -55,6 +55,8 @@ std::string PathOfKeyAt(const BookmarkedHive& of, uint32_t position) {
   return KeyPathOfShown(FreedItemPath(*of.hive, *of.tree, *of.freed, deleted));
 }
 
+// By the row's own record, else by the key that it belongs to, else by the path that the row shows.
+// Empty for a row that belongs to no key.
 std::string PathOfRow(const BookmarkedHive& of, const OutputList& list, uint32_t row,
                       uint32_t key) {
   if (RowHasDatum(list, row)) {
@@ -83,6 +85,7 @@ bool IsShown(const KeyTree& tree, uint32_t item) {
   return item != kNoItem && !tree.items[item].hidden;
 }
 
+// kMissing where not even the first name of the path is there.
 FoundBookmark FindByPath(const BookmarkedHive& in, const Bookmark& bookmark) {
   const FoundKey found = FindKeyPath(*in.hive, *in.tree, bookmark.path);
   if (found.item == kNoItem) return {};
@@ -101,6 +104,8 @@ FoundBookmark Judged(const BookmarkedHive& in, const Bookmark& bookmark, FoundBo
   return found;
 }
 
+// What is at the noted place counts where the file is the same for sure or the path agrees; a
+// hidden key is not led to.
 FoundBookmark FindKeyMark(const BookmarkedHive& in, const Bookmark& bookmark) {
   const uint32_t at = ImagePositionOf(*in.hive, bookmark.position);
   const std::string path = at == kNoOffset ? std::string() : PathOfKeyAt(in, at);
@@ -130,6 +135,8 @@ FoundBookmark FindValueAt(const BookmarkedHive& in, const Bookmark& bookmark) {
   return {BookmarkState::kThere, item, at};
 }
 
+// At its place, else by the key's path and the value's name, of which the first in the list is
+// taken.
 FoundBookmark FindValueMark(const BookmarkedHive& in, const Bookmark& bookmark) {
   const FoundBookmark at = FindValueAt(in, bookmark);
   if (at.state == BookmarkState::kThere) return at;
@@ -145,6 +152,7 @@ FoundBookmark FindValueMark(const BookmarkedHive& in, const Bookmark& bookmark) 
   return found;
 }
 
+// A row is not found again itself: what it was about is, and the key that it belonged to.
 FoundBookmark FindRowMark(const BookmarkedHive& in, const Bookmark& bookmark) {
   FoundBookmark found = FindByPath(in, bookmark);
   if (bookmark.position == kNoOffset) {

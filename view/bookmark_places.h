@@ -55,6 +55,7 @@ enum class BookmarkFile : uint8_t {
   kUnknown,  // another name, and no hash to tell
   kOther,
 };
+// Whether the hive is the file that the bookmark was set in.
 BookmarkFile FileOfBookmark(const BookmarkedHive& hive, const Bookmark& bookmark);
 
 // What is not as it was, in plain sentences: another place, a key that is gone, another file. Empty

@@ -81,6 +81,7 @@ std::string FirstLine(const std::u16string& detail) {
   return text.starts_with(kStart) ? text.substr(kStart.size()) : text;
 }
 
+// Of a deleted value its content, of a deleted key its date; both say why they are there.
 void TellDeleted(const Mark& mark, RecordWords& words) {
   const BookmarkedHive& in = *mark.hive;
   words.state = "deleted";
@@ -117,6 +118,8 @@ void TellValue(const HiveImage& hive, uint32_t position, DataBudget& budget, Rec
   words.bytes = ToldBytes(data);
 }
 
+// A bookmark of a row has the words of a value where the row was about one that its key still
+// lists. `budget` is that of the mark's hive.
 RecordWords WordsOf(const Mark& mark, DataBudget& budget) {
   RecordWords words;
   const BookmarkedHive& in = *mark.hive;
@@ -155,6 +158,7 @@ std::string PathOf(const Mark& mark) {
                : ShownKeyPath(mark.bookmark->path);
 }
 
+// `several`: marks of more than one hive are in the list, so each says its file.
 void AddMark(const Mark& mark, const RecordWords& words, bool several, OutputList& list) {
   const Bookmark& bookmark = *mark.bookmark;
   const bool value = bookmark.kind == BookmarkKind::kValue;
@@ -194,6 +198,7 @@ void AddValues(const Mark& mark, DataBudget& budget, OutputList& list) {
   }
 }
 
+// Keys whose last write is known; folders and made keys have none.
 HtmlBars BarsOfHives(std::span<const BookmarkedHive> hives) {
   YearCounts keys;
   for (const BookmarkedHive& of : hives) {
@@ -223,6 +228,7 @@ HtmlBars BarsOfMarks(std::span<const Mark> marks) {
   return BarsOf(years, "Keys of the bookmarks by the year of their last write");
 }
 
+// Each in the hive that it is of; points into both spans. Fewer when the user stops.
 std::vector<Mark> MarksOf(std::span<const BookmarkedHive> hives,
                           std::span<const Bookmark> bookmarks) {
   std::vector<Mark> marks;
@@ -280,6 +286,8 @@ std::vector<Group> GroupsByTag(std::span<const Mark> marks) {
   return groups;
 }
 
+// `budgets` has one for each hive, over all groups: what many bookmarks share is read so often at
+// most.
 void AddGroup(const Group& group, std::span<const BookmarkedHive> hives,
               std::vector<DataBudget>& budgets, HtmlReport& report) {
   OutputListPtr list = ListOfMarks();

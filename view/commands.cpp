@@ -19,6 +19,7 @@ constexpr bool CommandFacts::*kFacts[] = {
 constexpr auto kFirstFact = static_cast<size_t>(Needs::kHive);
 static_assert(std::size(kFacts) == static_cast<size_t>(Needs::kRecentHive) - kFirstFact);
 
+// Needs that are one fact each are indexed in the order of the enumeration.
 bool HasNeeds(const Command& command, const CommandFacts& facts) {
   switch (command.needs) {
     case Needs::kNothing:

@@ -19,6 +19,8 @@
 namespace hivequarry {
 namespace {
 
+// False, with `fault` set unless the user stopped, when the script cannot be opened. A script may
+// hold less than the root: its own key is sought by A's path where none was named.
 bool OpenScriptB(ComparedHives& hives, const CompareWish& wish) {
   ScriptHive script = OpenScript(wish.file);
   hives.slot_b = script.slot;

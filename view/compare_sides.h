@@ -33,6 +33,9 @@ struct ComparedHives {
   ComparedHives(const ComparedHives&) = delete;
   ComparedHives& operator=(const ComparedHives&) = delete;
 
+  // Items are where the comparison began. `tree_b` is that of the slot `slot_b`, -1 while nothing
+  // is open; `script_b` says that B was made of a registry script, and has neither times nor
+  // offsets.
   const HiveImage& a;
   const KeyTree& tree_a;
   uint32_t item_a = 0;
@@ -50,25 +53,31 @@ struct ComparedHives {
   OutputListPtr list;  // kListHiveCompare, its rows about A; null when nothing was compared
   CompareTree tree;
 
+  // Only while `slot_b` is a slot. The sides refer to this record, which must outlive them.
   const HiveImage& b() const;
   ComparedSide side_a() const { return {a, tree_a, item_a, false}; }
   ComparedSide side_b() const { return {b(), tree_b, item_b, script_b}; }
 };
 
-// Never null. What the opening has to say is said through the host.
+// Opens B and compares. Never null; `fault` says why there is nothing to show. What the opening has
+// to say is said through the host. For a worker: takes as long as a load and a comparison; ends
+// early, with an empty `fault`, when the user stops.
 std::shared_ptr<ComparedHives> CompareWithFile(const HiveImage& a, const KeyTree& tree_a,
                                                const ImageSummary& summary_a,
                                                const CompareWish& wish);
 
-// The list of differences once more.
+// The list of differences once more, from the start; a window that was given the first one keeps
+// that.
 OutputListPtr ListDifferences(const ComparedHives& hives);
 
 // The name of a compared key, as displayed: that of A where A has it.
 std::string ComparedKeyName(const ComparedHives& hives, uint32_t key);
-// The time of its last write in either; empty where a side lacks it, or is a script.
+// The time of its last write in either, as lists show dates; empty where a side lacks the key, or
+// is a script.
 std::string ComparedKeyTime(const ComparedHives& hives, uint32_t key, bool in_b);
 
-// The values of a compared key side by side, each with its texts.
+// The values of a compared key side by side, each with its texts; those of a side that lacks the
+// value are empty, of one that lost it "lost".
 struct ComparedValueRow {
   std::string what;  // empty for the same
   std::string name;

@@ -33,6 +33,7 @@ struct CompareTree {
 // The first key is open. With `times` a key that differs in its time alone is different.
 CompareTree MakeCompareTree(ComparedKeys keys, bool times);
 
+// Whether the filter lets a key pass, by itself or for what is below it; not whether it is in view.
 inline bool IsShown(const CompareTree& tree, uint32_t key) {
   const uint8_t groups = tree.groups[key] | tree.below[key];
   return tree.filter == kEveryGroup || (groups & tree.filter) != 0;
@@ -44,7 +45,7 @@ inline bool CanOpen(const CompareTree& tree, uint32_t key) {
 }
 
 // The key of a row opened, or closed; no other row's key changes but for those below it. False when
-// there was nothing to do.
+// there was nothing to do. Linear in the rows after it.
 bool OpenRow(CompareTree& tree, size_t row);
 bool CloseRow(CompareTree& tree, size_t row);
 // Chooses the groups that are shown; keys that are open stay so.
@@ -55,8 +56,8 @@ size_t ShowKey(CompareTree& tree, uint32_t key);
 // The row of a key in view, else that of the nearest key above it that is.
 size_t RowOfKey(const CompareTree& tree, uint32_t key);
 
-// The next key after this one, in the order of the whole tree, that is of a group that the filter
-// shows and not the same; kNoItem when there is none.
+// The next key after this one, or the last before it, in the order of the whole tree, that is of a
+// group that the filter shows and not the same; kNoItem when there is none.
 uint32_t NextDifference(const CompareTree& tree, uint32_t key);
 uint32_t PreviousDifference(const CompareTree& tree, uint32_t key);
 
@@ -86,6 +87,7 @@ struct CompareCommand {
   uint16_t key = 0;
   uint8_t modifiers = 0;  // kWithControl and the like
 };
+// In the order of the menus; made once, and there as long as the program runs.
 const std::vector<CompareCommand>& CompareCommands();
 // The filter that an act chooses; false for an act that chooses none.
 bool FilterOfAct(CompareAct act, uint8_t& filter);

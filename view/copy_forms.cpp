@@ -29,6 +29,7 @@ std::string Joined(Bytes bytes, std::string_view between) {
   return text;
 }
 
+// Lines of kArrayLine bytes, ready to be compiled.
 std::string ArrayText(Bytes bytes) {
   std::string text = "const unsigned char data[" + std::to_string(bytes.size()) + "] = {";
   for (size_t i = 0; i < bytes.size(); ++i) {
@@ -39,6 +40,7 @@ std::string ArrayText(Bytes bytes) {
   return text + "\r\n};\r\n";
 }
 
+// Lines that go on end in a backslash, as scripts have it.
 std::string ScriptText(Bytes bytes) {
   std::string text = "hex:";
   for (size_t i = 0; i < bytes.size(); ++i) {
@@ -57,6 +59,7 @@ std::string PythonText(Bytes bytes) {
   return text + "\"";
 }
 
+// Three bytes in four letters; "=" for those that the last group lacks. Without line ends.
 std::string Base64Text(Bytes bytes) {
   constexpr const char kLetters[] =
       "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
@@ -103,6 +106,7 @@ std::string DecimalText(Bytes bytes) {
   return text;
 }
 
+// The last line is padded, so that the characters of all lines are below each other.
 std::string DumpText(Bytes bytes, const CopyPlace& place) {
   std::string text;
   for (size_t at = 0; at < bytes.size(); at += kDumpLine) {

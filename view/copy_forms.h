@@ -34,6 +34,8 @@ struct CopyPlace {
   uint32_t offset = 0;  // of the first byte inside the value
   FilePosition in_file = nullptr;
 };
+// The bytes in one of the forms, lines with "\r\n". `place` matters to kDump alone. The text may be
+// many times as long as the bytes: callers bound them.
 std::u16string CopiedBytes(CopyForm form, std::span<const uint8_t> bytes, const CopyPlace& place);
 
 }  // namespace hivequarry

@@ -47,6 +47,8 @@ bool IsBefore(const Placed& a, const Placed& b) {
 // hang below keys of the hive's tree, each a branch of its own.
 class TreeMaker {
  public:
+  // `placed` is in the order of what its keys are below, those below no freed key first, so the
+  // children of a row are one stretch of it; `below_` says where each begins.
   TreeMaker(FreedTree& freed, const std::vector<Placed>& placed) : freed_(freed), placed_(placed) {
     below_.assign(freed.records.keys.size() + 1, 0);
     for (const Placed& each : placed) {
@@ -58,6 +60,8 @@ class TreeMaker {
     for (size_t row = 1; row < below_.size(); ++row) below_[row] += below_[row - 1];
   }
 
+  // The folder of what hangs nowhere comes first, as item 0; then the branches below keys of the
+  // hive, noted by the item that they hang at.
   void Make() {
     KeyTree& tree = freed_.tree;
     tree.root_text = kFreedTitle;
@@ -119,6 +123,7 @@ class TreeMaker {
   std::vector<Level> levels_;
 };
 
+// By key, then in the order of the records: those of one key are found by a binary search.
 void PlaceValues(FreedTree& freed) {
   const std::vector<FreedValue>& values = freed.records.values;
   freed.owned.reserve(values.size());

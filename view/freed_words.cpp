@@ -19,6 +19,7 @@ namespace {
 
 constexpr uint32_t kEntriesShown = 4096;  // of a deleted key's list, which nothing vouches for
 
+// Goes on after "Its record at ...".
 const char* WhereWords(FreedPlace place) {
   switch (place) {
     case FreedPlace::kFreeCell:
@@ -75,6 +76,7 @@ std::string WhyOfKey(const HiveImage& hive, const KeyTree& tree, const FreedTree
   return why;
 }
 
+// Begins with a blank, as it follows a sentence. "Not confirmed" where the list alone says it.
 std::string KeyOfValueWords(const HiveImage& hive, const KeyTree& tree, const FreedTree& freed,
                             const FreedValue& value) {
   if (value.bond == FreedBond::kUsedAgain) {

@@ -48,6 +48,8 @@ bool JoinTyping(HexChange& last, const HexChange& next) {
   return true;
 }
 
+// Makes one step of two that follow each other without a move of the caret between them; false when
+// they stay two. A step is not joined beyond kLongestRun bytes, so that undoing stays useful.
 bool JoinChange(HexChange& last, const HexChange& next) {
   const size_t length = std::max(last.removed.size(), last.inserted.size());
   if (last.kind != next.kind || last.after != next.before || length >= kLongestRun) return false;
@@ -80,6 +82,7 @@ void ForgetOldest(HexHistory& history) {
   }
 }
 
+// `bytes` of the history stays the memory of all changes in it.
 bool JoinNewest(HexHistory& history, const HexChange& change) {
   if (!history.open || history.done.empty()) return false;
   HexChange& newest = history.done.back();
@@ -90,6 +93,7 @@ bool JoinNewest(HexHistory& history, const HexChange& change) {
   return true;
 }
 
+// What was undone is forgotten first: it no longer fits the bytes.
 void Remember(HexHistory& history, HexChange change) {
   ForgetUndone(history);
   if (!JoinNewest(history, change)) {
@@ -102,6 +106,8 @@ void Remember(HexHistory& history, HexChange change) {
 
 // --- changes -------------------------------------------------------------------------------------
 
+// All edits come down to this: `bytes` in place of the range, the caret to `after`. False, with
+// nothing changed, for no change at all and for more than kMaxHexBytes.
 bool Change(HexBytes& hex, HexChangeKind kind, HexRange range, std::span<const uint8_t> bytes,
             HexCaret after) {
   const size_t length = hex.bytes.size() - Length(range) + bytes.size();

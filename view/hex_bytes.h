@@ -28,6 +28,8 @@ inline uint32_t Length(HexRange range) { return range.end - range.start; }
 // Changes of one kind that touch each other are undone together, but for kWhole.
 enum class HexChangeKind { kTyping, kBackspace, kDelete, kWhole };
 
+// Bytes that came in place of others at a position, and the caret on both sides of that: enough to
+// undo it and to do it again.
 struct HexChange {
   HexChangeKind kind = HexChangeKind::kWhole;
   uint32_t position = 0;
@@ -37,6 +39,7 @@ struct HexChange {
   HexCaret after;
 };
 
+// What was done, and what was undone and may be done again; that is forgotten by the next change.
 struct HexHistory {
   std::deque<HexChange> done;     // the newest last
   std::vector<HexChange> undone;  // the next to be done again last
@@ -56,11 +59,13 @@ struct HexBytes {
 // Replaces everything and forgets what was done before. Bytes beyond kMaxHexBytes are left out.
 void SetBytes(HexBytes& hex, std::vector<uint8_t> bytes);
 inline uint32_t ByteCount(const HexBytes& hex) { return static_cast<uint32_t>(hex.bytes.size()); }
+// Empty, at the caret, when nothing is selected. SelectedBytes is a copy.
 HexRange SelectionOf(const HexBytes& hex);
 std::vector<uint8_t> SelectedBytes(const HexBytes& hex);
 
 // Positions are cut to the length. With `extend` the anchor stays.
 void MoveCaret(HexBytes& hex, uint32_t position, bool low, bool extend);
+// The caret comes to the end of the range.
 void SelectBytes(HexBytes& hex, HexRange range);
 
 // Each of these is one step for undo or part of one, and leaves everything as it was when it
@@ -70,6 +75,7 @@ void SelectBytes(HexBytes& hex, HexRange range);
 // overwriting, changes its half of it; the second changes its half. A selection is replaced; when
 // overwriting, typing starts at its beginning.
 bool TypeDigit(HexBytes& hex, uint8_t digit);
+// A whole byte, as typed on the side of the characters; overwrites or inserts likewise.
 bool TypeByte(HexBytes& hex, uint8_t byte);
 // Inserts bytes in place of the selection, or overwrites as many from the selection's beginning.
 bool PutBytes(HexBytes& hex, std::span<const uint8_t> bytes);
@@ -77,6 +83,7 @@ bool PutBytes(HexBytes& hex, std::span<const uint8_t> bytes);
 bool EraseBack(HexBytes& hex);
 bool EraseForward(HexBytes& hex);
 
+// One step back, or forward again, the caret with it. False when there is none.
 bool Undo(HexBytes& hex);
 bool Redo(HexBytes& hex);
 

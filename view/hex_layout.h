@@ -26,6 +26,8 @@ void FitBytesPerLine(HexLayout& layout);
 int WidthOfLine(const HexLayout& layout, uint32_t per_line);
 
 inline constexpr int kHexPositionDigits = 8;
+// Columns are counted in characters from the first one; ColumnLeft and LineTop give pixels in the
+// client area. The first line is below the titles.
 int FileColumn(const HexLayout& layout);
 // Of a byte's first digit, and of its character. `index` counts the bytes of a line.
 int HexColumn(const HexLayout& layout, uint32_t index);

@@ -23,6 +23,7 @@ GlancePart FilePart(const HiveImage& hive) {
   return {LeafOf(FilePath(hive.file_name)), hive.file_name};
 }
 
+// The first digits as text, all of them in the tip; without a hash why there is none.
 GlancePart HashPart(const GlanceFacts& facts) {
   const std::string& hash = facts.hashes.hive;
   if (!hash.empty()) {
@@ -48,6 +49,7 @@ GlancePart StatePart(const HiveImage& hive) {
           wrong ? GlanceTone::kWarn : GlanceTone::kPlain};
 }
 
+// The tip says of each log what became of it.
 GlancePart LogsPart(const HiveImage& hive) {
   const size_t count = hive.logs == nullptr ? 0 : hive.logs->logs.size();
   if (count == 0) {
@@ -81,6 +83,7 @@ void AddBaseBlock(const HiveImage& hive, std::vector<GlancePart>& parts) {
     parts.push_back({"Version " + texts.version, "Version of the format"});
 }
 
+// By what the hive is called so, since that may be a guess.
 GlancePart RootPart(const GlanceFacts& facts) {
   const std::string source = RootSourceWords(facts.hive, facts.survey.root);
   const std::string all = RootEvidenceWords(facts.survey.root);
@@ -92,6 +95,7 @@ GlancePart RootPart(const GlanceFacts& facts) {
   return part;
 }
 
+// The figure is there, muted, while it is looked for: its place does not move when it comes.
 void AddFreed(const HiveFindings& findings, std::vector<GlancePart>& parts) {
   constexpr const char* kTip = "Deleted keys and values that free space still holds";
   if (!findings.freed_known) {
@@ -126,6 +130,7 @@ void AddCounts(const GlanceFacts& facts, std::vector<GlancePart>& parts) {
   AddFreed(facts.findings, parts);
 }
 
+// A verdict of faults is a sentence by itself; that of a sound structure says what is sound.
 GlancePart CheckPart(const HiveFindings& findings) {
   if (!findings.checked) {
     return {"Structure ...", "The structure is being checked", GlanceLead::kCheck,

@@ -36,7 +36,8 @@ struct GlancePart {
   GlanceTone tone = GlanceTone::kPlain;
 };
 
-// What is looked for after a load, while the user works.
+// What is looked for after a load, while the user works: counts are of no use before `freed_known`
+// and `checked`.
 struct HiveFindings {
   bool freed_known = false;
   uint64_t freed_keys = 0;
@@ -46,6 +47,7 @@ struct HiveFindings {
   bool sound = false;
   HiveStructure structure;
 };
+// All of it is the caller's, and is looked at during the call alone.
 struct GlanceFacts {
   const HiveImage& hive;
   const KeyTree& tree;
@@ -61,6 +63,7 @@ struct HiveGlance {
   std::vector<GlancePart> figures;
   std::vector<GlancePart> notes;
 };
+// Made anew whenever one of the facts has changed; cheap, as it looks at no keys.
 HiveGlance GlanceAt(const GlanceFacts& facts);
 
 // The same as lines of a text, "label: words": for the details of the Workspace and of the root.

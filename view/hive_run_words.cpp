@@ -84,6 +84,7 @@ std::string WordsOf(const HiveNotice& notice) {
 
 std::string FoundFile(const std::string& file) { return "File " + file + " already exists !"; }
 
+// Texts as the program has always asked them, differences in blanks too.
 std::string WordsOf(HiveQuestion question, const std::string& file) {
   switch (question) {
     case HiveQuestion::kOverwrite:
@@ -110,6 +111,7 @@ Icon IconOf(HiveEvent event) {
   return good ? Icon::kInformation : Icon::kExclamation;
 }
 
+// A log that cannot be written is not told of: what it would have said was shown.
 void AppendLog(const std::string& folder, const char* extension, const std::string& text) {
   int error = 0;
   const std::string file = NameInFolder(folder, std::string("hivequarry.") + extension);

@@ -34,6 +34,7 @@ void EndGroup(std::string& text) {
   if (!text.empty() && !text.ends_with("\r\n\r\n")) text += "\r\n";
 }
 
+// Lines of what the block lacks are left out (AddLine).
 void AddBaseBlock(std::string& text, const HiveStateTexts& texts) {
   AddLine(text, "Checksum of the base block",
           texts.checksum_valid.empty()  ? ""
@@ -67,6 +68,7 @@ void AddHash(std::string& text, const std::string& file, const std::string& hash
   AddLine(text, "SHA-256 of " + file, hash.empty() ? missing : hash);
 }
 
+// Hashes of logs come in the order of the logs, and may be fewer while they are computed.
 void AddHashes(std::string& text, const HiveImage& hive, const HiveHashes& hashes,
                HashProgress progress) {
   AddHash(text, LeafOf(FilePath(hive.file_name)), hashes.hive, progress);

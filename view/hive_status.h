@@ -23,6 +23,7 @@ enum class HiveMark : uint8_t {
   kUnknown,   // there is no base block that says
   kCount
 };
+// By base block and logs alone, so at once; what a check finds has no part in it.
 HiveMark MarkOf(const HiveImage& hive);
 // What a check of the structure found; empty while there was none.
 struct HiveStructure {
@@ -43,7 +44,9 @@ struct HiveSurvey {
   std::string layers;          // LayersNotice (words/layer_words.h)
   uint64_t last_activity = 0;  // LastActivity (reports/key_dates.h)
 };
+// Looks at all keys; on any thread.
 HiveSurvey SurveyHive(const HiveImage& hive, const KeyTree& tree);
+// Empty for a hive that is whole and what it seems to be.
 std::vector<HiveNote> NotesOn(const HiveImage& hive, const HiveSurvey& survey);
 
 // Which entries the logs have, a line each log: "NAME: entries 10..12", or why it has none.

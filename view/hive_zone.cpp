@@ -47,6 +47,8 @@ std::string TextOf(uint32_t type, ByteView data) {
   return text.substr(0, text.find('\0'));
 }
 
+// Values of "TimeZoneInformation"; biases are signed minutes, UTC is local time and these. Daylight
+// time may be switched off under either of two names.
 void TakeValue(const std::string& name, uint32_t type, ByteView data, StoredZone& zone) {
   const bool number = data.size() == 4;
   const int minutes = number ? static_cast<int>(ReadU32(data, 0)) : 0;

@@ -25,6 +25,7 @@ void Append(std::string& text, std::string_view separator, std::string_view labe
   text += words;
 }
 
+// Empty for a key of which nothing is to be said.
 std::string Words(const HiveImage& hive, const KeyTree& tree, const KeyItem& it,
                   std::string_view separator) {
   std::string text;

@@ -18,6 +18,7 @@ consteval bool NumbersDiffer() {
 }
 static_assert(NumbersDiffer());
 
+// Whether what a command works on is there; a command without that is grey.
 bool HasNeeds(ListNeeds needs, const ListFacts& facts) {
   switch (needs) {
     case ListNeeds::kNothing:

@@ -47,6 +47,7 @@ void AddFailed(FolderReader& reader, const std::string& name) {
       kNoOffset);
 }
 
+// User and SID go into one cell, as either may be all that is known.
 void AddHiveRow(FolderReader& reader, const std::string& name, const HiveImage& hive,
                 const KeyTree& tree, const ImageSummary& counts) {
   const RootEvidence evidence = FindRootEvidence(hive);
@@ -62,6 +63,8 @@ void AddHiveRow(FolderReader& reader, const std::string& name, const HiveImage& 
   reader.result.opened.push_back(name);
 }
 
+// Opens the hive, takes its row and its part of the overview, and frees it again: a folder may have
+// more hives than there are slots. The tree goes before its slot does.
 void ReadHive(FolderReader& reader, const std::string& name) {
   HiveTable& table = TheHiveTable();
   table.start_offset = table.end_offset = 0;
@@ -99,6 +102,7 @@ void FindTellers(FolderReader& reader) {
   }
 }
 
+// What the table says of the hive that is shown is kept meanwhile.
 void ReadHives(FolderReader& reader, const std::vector<std::string>& hives) {
   const Host& host = CurrentHost();
   const KeptHiveTable kept;

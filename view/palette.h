@@ -45,6 +45,7 @@ struct TonePair {
   Tone text;
   Tone ground;
 };
+// All pairs in use, for tests of their contrast.
 std::span<const TonePair> TonePairs();
 
 // How far two colours are apart to the eye: from 1 (the same) to 21 (black and white).

@@ -35,6 +35,7 @@ const char* AnchorOf(TextAlign align) {
 
 // --- PNG -----------------------------------------------------------------------------------------
 
+// The checksum of picture chunks: polynomial 0xEDB88320, lowest bit first.
 constexpr std::array<uint32_t, 256> MakeCrcTable() {
   std::array<uint32_t, 256> table{};
   for (uint32_t byte = 0; byte < 256; ++byte) {

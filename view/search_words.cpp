@@ -37,6 +37,7 @@ std::string TimeWords(uint64_t time, uint64_t none) {
   return time == none ? std::string() : KeyDateText(KeyDateTimeOf(time));
 }
 
+// Limits that let all pass are not said.
 void AppendLimits(const SearchLimits& limits, std::string& words) {
   if (limits.sized()) {
     const std::string least = limits.least == 0 ? "" : std::to_string(limits.least);

@@ -12,6 +12,7 @@
 
 namespace hivequarry {
 
+// `text` is compared by the system's capitals, with names as they are displayed.
 struct TreeFindRequest {
   std::string text;         // not empty
   uint32_t from = kNoItem;  // the item to search from; kNoItem: none

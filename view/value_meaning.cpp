@@ -63,6 +63,7 @@ std::string NumberText(uint64_t number, size_t size) {
   return Concat({text, ", 0x", Hex(number, 2 * size)});
 }
 
+// Of a selection the size that it has, else all sizes that there are bytes for.
 void AddNumbers(const Bytes& bytes, Meanings& out) {
   constexpr struct {
     size_t size;
@@ -130,6 +131,7 @@ bool IsPlausibleReal(double number) {
   return size == 0 || (size > 1e-12 && size < 1e15);
 }
 
+// Any bytes are some number: only those of a size that people store are shown.
 void AddReals(const Bytes& bytes, Meanings& out) {
   if (bytes.Allows(4)) {
     const auto real = std::bit_cast<float>(static_cast<uint32_t>(bytes.Little(4)));
@@ -141,6 +143,7 @@ void AddReals(const Bytes& bytes, Meanings& out) {
   }
 }
 
+// A SID says by itself how long it is; a selection must be as long.
 void AddIdentifiers(const Bytes& bytes, Meanings& out) {
   if (bytes.Allows(16)) {
     const Guid guid = GuidOfBytes(bytes.from.first<16>());
@@ -237,6 +240,7 @@ std::string NamedSid(const std::string& text) {
   return known == nullptr ? text : Concat({text, " (", known->name, ")"});
 }
 
+// At most kMostEntries; the last one says when there are more. Ends at an entry without a size.
 void AddEntries(ByteView cell, const AclPlace& acl, const char* label, Meanings& out) {
   constexpr uint32_t kMostEntries = 64;
   if (!IsUsable(acl)) return;
@@ -251,6 +255,7 @@ void AddEntries(ByteView cell, const AclPlace& acl, const char* label, Meanings&
   });
 }
 
+// The reader of security records wants a cell: one is made around the bytes.
 void AddDescriptor(const Bytes& bytes, Meanings& out) {
   const size_t room = bytes.selected != 0 ? bytes.selected : bytes.from.size();
   const std::span<const uint8_t> descriptor = bytes.from.first(std::min(room, kLongestDescriptor));
@@ -279,6 +284,7 @@ std::string LinesOfStrings(std::span<const uint8_t> data) {
   return lines;
 }
 
+// Eight bytes as a number, and as the times that they could be.
 std::string WideNumber(std::span<const uint8_t> data) {
   const Bytes bytes{data, 0};
   std::string text = NumberText(bytes.Little(8), 8) + "\r\n";

@@ -19,6 +19,7 @@ struct ValueRows {
   std::shared_ptr<const FreedTree> freed = nullptr;
 };
 
+// Info rows come first, then the values in the order in which they were gathered.
 int RowCount(const ValueRows& rows);
 // The image position of a row's value; kNoOffset for an info row or no row.
 uint32_t ValueOfRow(const ValueRows& rows, int row);
