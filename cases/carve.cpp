@@ -55,6 +55,8 @@ void AddWords(std::string& why, const std::string& words) {
   why += why.empty() ? words : "; " + words;
 }
 
+// Without a base block the offsets are all that tells how much of a hive it is; with one its length
+// is held against what is there.
 void AddBaseWords(std::string& why, const HivePiece& piece, uint32_t own_end) {
   if (!piece.base) {
     AddWords(why, Concat({"own offsets ", PlaceWords(piece.own), " to ", PlaceWords(own_end)}));
@@ -71,6 +73,7 @@ void AddBaseWords(std::string& why, const HivePiece& piece, uint32_t own_end) {
   if (missing < 0) AddWords(why, std::to_string(-missing) + " bytes longer than it says");
 }
 
+// What of the piece is not as a system wrote it, counted.
 void AddBlockWords(std::string& why, const HivePiece& piece) {
   const auto blocks = [](uint32_t count) {
     return std::to_string(count) + (count == 1 ? " block" : " blocks");
@@ -292,6 +295,7 @@ void AddPieces(Carving& carving, std::vector<Carved>& found) {
   }
 }
 
+// Ranges that are what they are by one test: a find each, without doubt.
 void AddRanges(const std::vector<FileRange>& ranges, CarvedKind kind, const char* why,
                std::vector<Carved>& found) {
   for (const FileRange& range : ranges) {

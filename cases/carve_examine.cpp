@@ -81,6 +81,8 @@ void AddReference(Walk& walk, const KeyReference& reference) {
   }
 }
 
+// Lists with a hash or a hint alone: an offset by itself proves nothing. Entries as many as the
+// cell has room for.
 void AddListReferences(Walk& walk, ByteView cell) {
   const ListKind kind = ReadListKind(cell, 0);
   if (kind != ListKind::kLf && kind != ListKind::kLh) return;
@@ -150,6 +152,8 @@ uint64_t EndOfBroken(const Walk& walk, uint64_t bin, uint64_t bin_end, uint64_t 
   return std::min({bin + pages, bin_end, walk.end});
 }
 
+// Returns where the next bin is looked for: after one that its cells fill, else after what of it
+// can be believed. The guard keeps stretches that many made-up bins claim from being walked again.
 uint64_t UseBin(Walk& walk, const BinHeader& bin, uint64_t position) {
   const uint64_t bin_end = position + bin.size;
   uint64_t cells = position + kBinHeaderSize;

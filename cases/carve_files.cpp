@@ -52,6 +52,7 @@ std::string NameOf(const CarvedFile& carved, const Carved& each, const std::stri
   return folder + (closed ? "" : "/") + LeafOf(FilePath(carved.name)) + place;
 }
 
+// False when the source ends early, the user stops or the file takes no more.
 bool CopyPart(CarveSource& source, const FileRange& part, OutputFile& file) {
   constexpr uint64_t kPiece = 256 * 1024;
   for (uint64_t done = 0; done < part.size;) {
@@ -64,6 +65,7 @@ bool CopyPart(CarveSource& source, const FileRange& part, OutputFile& file) {
   return true;
 }
 
+// What was packed is unpacked once more: it was not kept when it was found.
 bool WriteContent(CarveSource& source, const Carved& carved, OutputFile& file) {
   const bool page = carved.kind == CarvedKind::kPackedPage;
   if (!page && carved.kind != CarvedKind::kPacked) {
@@ -83,6 +85,7 @@ std::string Failure(const std::string& name, int error) {
   return Concat({"Could Not Open or Create File ", name, " (", why, ")"});
 }
 
+// Notes the name in `carved` only when the file is whole; no part of one is left behind.
 bool WriteOne(CarveSource& source, Carved& carved, const std::string& name, OutputMode mode,
               std::string& fault) {
   OutputFile file;

@@ -44,6 +44,9 @@ bool Holds(CarveSource& source, const HivePiece& piece, const KeyReference& refe
          (reference.kind == KeyReference::kHash ? NameHash(name) : NameHint(name));
 }
 
+// References that lead into the piece's offsets, for it where they find a key that fits and against
+// it where not. A hash or a hint weighs more than a parent field, which any key with subkeys
+// satisfies.
 void Weigh(CarveSource& source, const std::vector<KeyReference>& references, const HivePiece& piece,
            Proof& proof) {
   for (const KeyReference& reference : references) {

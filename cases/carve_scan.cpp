@@ -133,6 +133,7 @@ void AddSleep(Scan& scan, uint64_t position) {
   if (scan.marks.sleeps.size() < kMostSleeps) scan.marks.sleeps.push_back(position - kBefore);
 }
 
+// By the four bytes met. Base blocks and bins may also begin the plain part of a packed stretch.
 void UseHit(Scan& scan, uint32_t signature, ByteView header, uint64_t position) {
   if (signature == kHiveSignature) {
     if (IsPlausibleBase(header)) {
@@ -231,6 +232,7 @@ bool MayHold(const uint8_t* at) {
   return IsAnySet(any);
 }
 
+// At every byte, for the ends of a buffer that the fast search leaves out.
 void FindEach(ByteView bytes, size_t from, size_t to, std::vector<Hit>& hits) {
   for (size_t at = from; at < to && bytes.size() - at >= sizeof(uint32_t); ++at) {
     const uint32_t signature = LoadU32(bytes.data() + at);

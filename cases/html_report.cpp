@@ -157,6 +157,8 @@ void WriteRows(const HtmlSection& section, const std::vector<std::string>& title
   }
 }
 
+// The first kMostHtmlRows rows of all lists of the section; the note says how many there are and
+// where the rest is. All texts are escaped, ids are the program's own.
 void WriteSection(const HtmlSection& section, Page& page) {
   const uint64_t rows = RowsOf(section);
   page << "<section id=\"" << section.id << "\">\n<h2>" << Escaped(section.title) << "</h2>\n";

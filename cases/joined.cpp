@@ -84,6 +84,8 @@ struct Place {
   auto operator<=>(const Place&) const = default;
 };
 
+// By the column's title, as lists of one kind of evidence have it; empty for a list without it.
+// Valid as long as the list.
 std::string_view CellOf(const Place& place, std::string_view title) {
   for (int column = 0; column < ColumnCount(*place.list); ++column) {
     if (ColumnTitle(*place.list, column) == title) {
@@ -112,6 +114,7 @@ std::string WordsOf(const Place& place) {
 // A map, so that the rows come sorted by what and name.
 using Joined = std::map<std::pair<std::string_view, std::string>, std::vector<Place>>;
 
+// A row that gives a name twice is one place.
 void AddRows(const Rule& rule, const HtmlSection& section, Joined& joined) {
   for (const auto& [file, list] : section.lists) {
     for (uint32_t row = 0; row < RowCount(*list) && !StopRequested(); ++row) {
@@ -171,6 +174,7 @@ std::string ContradictionIn(const OneOf& rule, const std::vector<Place>& places)
   return words;
 }
 
+// A row for each thing of which there can be but one and of which files say different ones.
 void AddContradictions(std::string_view what, const std::string& name,
                        const std::vector<Place>& places, OutputList& list) {
   for (const OneOf& rule : kOneOf) {

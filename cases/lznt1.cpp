@@ -24,6 +24,10 @@ uint32_t LengthBits(size_t done) {
   return bits;
 }
 
+// A byte of flags, lowest bit first, before each eight items: 0 a byte as it is, 1 two bytes with a
+// distance in the high bits and a length in the low ones. How many bits are the length's follows
+// from how far the chunk has come (LengthBits). False for what leads before the chunk or makes it
+// longer than kLznt1Chunk.
 bool DecodeChunk(ByteView data, std::vector<uint8_t>& out) {
   const size_t start = out.size();
   const size_t end = start + kLznt1Chunk;

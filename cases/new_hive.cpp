@@ -141,6 +141,9 @@ uint32_t AddSegments(Bins& bins, std::span<const uint8_t> data) {
   return head;
 }
 
+// The value's cell, an offset; its data first, so that the record can name them. Versions up to 1.3
+// know no segments, and keep data of any length in one cell. A tombstone has neither data nor a
+// mark of inline ones. Once `bins.full` nothing more is written, and the hive is given up.
 uint32_t AddValue(Bins& bins, const NewValue& value, uint32_t minor) {
   const uint32_t cell = AddCell(bins, kValueName - 4 + StoredLength(value.name));
   uint32_t place = kNone;
@@ -168,6 +171,7 @@ uint32_t AddValue(Bins& bins, const NewValue& value, uint32_t minor) {
   return cell;
 }
 
+// kNone for a key without values. The list's cell comes before those of the values.
 uint32_t AddValueList(Bins& bins, const std::vector<NewValue>& values, uint32_t minor) {
   if (values.empty()) return kNone;
   const uint32_t list = AddCell(bins, 4 * values.size());

@@ -27,6 +27,7 @@ namespace {
 // the user is asked for stays as it is.
 class Reopened {
  public:
+  // The file as it was written, without logs and without repairs that would hide a fault of it.
   explicit Reopened(const std::string& name) {
     HiveTable& table = TheHiveTable();
     table.start_offset = table.end_offset = 0;
@@ -79,6 +80,7 @@ RepairFault RefusalOf(const std::string& name) {
                                                            : RepairFault::kNone;
 }
 
+// A new file: one that is there already stays as it is, and that is an error.
 bool WriteBytes(const std::string& name, ByteView bytes, int& error) {
   OutputFile file;
   if (!OpenOutput(name, OutputMode::kNew, file, error)) return false;
@@ -118,6 +120,8 @@ void WriteReplayed(const HiveImage& hive, const std::string& name, Repaired& rep
   WriteVerified(name, BytesOfImage(hive), repaired, [](const Reopened&) { return true; });
 }
 
+// Counts are filled also where the writing fails. The file is read back and held against the
+// content.
 void WriteRebuilt(const HiveImage& hive, const KeyTree& tree, const RepairOptions& options,
                   const std::string& name, Repaired& repaired) {
   ShowStatus("Rebuilding ...");

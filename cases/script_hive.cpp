@@ -44,6 +44,7 @@ struct Setting {
   uint32_t left_out = 0;
 };
 
+// Its number. Keys are never taken out again: those that the script deletes are marked as gone.
 uint32_t AddKey(Setting& setting, uint32_t parent, std::u16string name) {
   NewKey key;
   key.name = std::move(name);
@@ -84,6 +85,8 @@ void DeleteKey(Setting& setting, const std::string& path) {
   setting.key_numbers.erase(EntryOf(setting.keys[key].parent, TextOfWide(setting.keys[key].name)));
 }
 
+// Takes the line's data. A value that is set again keeps the name as it was spelled first, as a
+// system keeps it.
 void SetValue(Setting& setting, ScriptLine& line) {
   if (setting.current == kNoNewKey) return;
   NewValue value;
@@ -120,6 +123,8 @@ void DeleteValue(Setting& setting, const std::string& name) {
   values.pop_back();
 }
 
+// In the order of the script, as an import would. Values after a key that cannot be made are passed
+// over.
 void Apply(Setting& setting, ScriptLine& line) {
   switch (line.act) {
     case ScriptAct::kKey:

@@ -14,6 +14,7 @@ constexpr std::string_view kHeadFive = "Windows Registry Editor Version 5.00";
 constexpr std::string_view kWideMark = "\xFF\xFE";
 constexpr std::string_view kUtf8Mark = "\xEF\xBB\xBF";
 
+// Lowest byte first; an odd byte at the end is dropped.
 std::u16string WideOfBytes(std::string_view bytes) {
   std::u16string wide(bytes.size() / 2, u'\0');
   for (size_t i = 0; i < wide.size(); ++i) {
@@ -97,6 +98,7 @@ int DigitOf(char c) {
   return c >= 'A' && c <= 'F' ? c - 'A' + 10 : -1;
 }
 
+// One to `most` digits, of which 8 fill the number.
 bool ReadHexNumber(ScriptReader& reader, size_t most, uint32_t& number) {
   const size_t start = reader.at;
   number = 0;
@@ -143,6 +145,8 @@ void WidenText(ScriptLine& line) {
   line.data = BytesOfText(TextOfCodePage(bytes));
 }
 
+// After "hex": a type in parentheses or none, ":", the bytes. Text of the older form is in single
+// bytes and becomes UTF-16 here.
 bool ReadHexData(ScriptReader& reader, ScriptLine& line) {
   line.type = kRegBinary;
   if (TakeWord(reader, "(")) {
@@ -153,6 +157,8 @@ bool ReadHexData(ScriptReader& reader, ScriptLine& line) {
   return true;
 }
 
+// After the "=": a text in quotes, "-" for a value to be deleted, "dword:" or "hex". False for
+// anything else, which makes the line a bad one.
 bool ReadData(ScriptReader& reader, ScriptLine& line) {
   reader.SkipBlanks();
   if (reader.next() == '"') {

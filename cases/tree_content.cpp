@@ -85,6 +85,7 @@ bool MakeNameOfKey(std::u16string& name) {
 // come after all of these. What is changed or left out has a row.
 class ContentReader {
  public:
+  // `rows` takes a row for each thing that is not written as the hive has it.
   ContentReader(const HiveImage& hive, const KeyTree& tree, const ContentOptions& options,
                 OutputList& rows, ContentCounts& counts)
       : hive_(hive),
@@ -96,6 +97,9 @@ class ContentReader {
     if (options.freed) freed_.emplace(hive, tree);
   }
 
+  // Keys parents first, deleted ones after all others, then names and order. Empty when the user
+  // stops. Version and file name are those of the hive, 1.5 where it has no base block that says a
+  // known one.
   NewHive Read() {
     content_.minor = 5;
     const BaseBlock base = hive_.header_valid ? ReadBaseBlock(ImageBytes(hive_)) : BaseBlock();
@@ -227,6 +231,7 @@ class ContentReader {
     }
   }
 
+  // All that a system takes over as it is; what depends on the place in the file is made anew.
   void ReadFields(uint32_t item, const KeyNode& node, NewKey& key) {
     const uint32_t cell = node.position;
     key.flags = static_cast<uint16_t>(ReadU16(hive_, cell + kKeyFlags) & ~kFlagsOfPlace);
@@ -242,6 +247,7 @@ class ContentReader {
     if ((key.flags & kNewKeyHandle) != 0) key.handle = ReadU32(hive_, cell + kKeyValueCount);
   }
 
+  // Whole or not at all.
   void ReadClass(uint32_t item, const KeyNode& node, NewKey& key) {
     if (node.class_name == kNoOffset || node.class_name_length == 0) return;
     std::vector<uint8_t> bytes(node.class_name_length);
@@ -290,6 +296,8 @@ class ContentReader {
 
   // --- values ------------------------------------------------------------------------------------
 
+  // Of a predefined handle the count is a number of its own, and there is no list. Entries that
+  // lead nowhere have a row each.
   void ReadValues(uint32_t item, NewKey& key) {
     if ((key.flags & kNewKeyHandle) != 0) return;
     const uint32_t cell = tree_.items[item].position;
@@ -388,6 +396,8 @@ class ContentReader {
     return way.empty() ? number : kLeftOut;
   }
 
+  // A key once more below "Recovered", as the way to what hangs below it; without values, as the
+  // key itself has them.
   uint32_t AddCopy(uint32_t item, uint32_t parent) {
     NewKey key;
     key.parent = parent;
@@ -408,6 +418,8 @@ class ContentReader {
     return item == kNoItem ? RecoveredBranch() : CopyOf(item);
   }
 
+  // Its record is read from where it was freed. A security record may have been used again since,
+  // so that of the key above counts; a class name's cell likewise is not followed.
   uint32_t AddFreedKey(uint32_t row) {
     const FreedKey& freed = freed_->records.keys[row];
     const uint32_t cell = freed.position;
@@ -440,6 +452,7 @@ class ContentReader {
     return number;
   }
 
+  // With its zeros and whatever else is in it; cut to what a system accepts.
   std::u16string FreedValueName(const FreedValue& freed, bool wide) const {
     std::vector<uint8_t> raw(freed.name_length);
     raw.resize(ReadBytes(hive_, freed.position + kValueName, raw.data(), freed.name_length));
@@ -451,6 +464,7 @@ class ContentReader {
     return name;
   }
 
+  // The names that the key's values have already, gathered when the first deleted one comes.
   NameSet& NamesOf(uint32_t number) {
     const auto [names, is_new] = freed_names_.try_emplace(number);
     for (const NewValue& value : content_.keys[number].values) {
