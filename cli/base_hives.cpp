@@ -42,6 +42,7 @@ int OpenBase(const std::string& name, const ConsoleRequest& request, const Build
   return kExitDone;
 }
 
+// `result.layer` numbers the files as they were named.
 void TellOfFault(const StackResult& result, const std::vector<std::string>& names) {
   if (result.fault == StackFault::kNoMemory) {
     Complain("The hives are too large to be shown as one");

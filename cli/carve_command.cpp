@@ -10,6 +10,7 @@
 namespace hivequarry {
 namespace {
 
+// On the standard error: the list itself goes to the standard output.
 void Tell(const ConsoleRequest& request, const CarvedFile& carved) {
   if (request.console.quiet) return;
   size_t hives = 0;

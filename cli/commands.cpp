@@ -126,6 +126,7 @@ int FreedValues(const ConsoleRequest& request, OpenedHive& opened) {
   return Print(request, *ListFreedValues(*opened.hive, opened.tree, options));
 }
 
+// By "@OFFSET" whatever is there, by a path the key.
 int Detail(const ConsoleRequest& request, OpenedHive& opened) {
   uint32_t position = 0;
   if (!FindPosition(*opened.hive, request.key, position)) {
@@ -160,6 +161,7 @@ int Split(const ConsoleRequest& request) {
   return split && printed ? kExitDone : kExitFailed;
 }
 
+// The one command whose FILE is no hive.
 int Convert(const ConsoleRequest& request) {
   ReportHead head;
   const ReportRead read = ReadReportHead(request.hive, head);

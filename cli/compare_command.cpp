@@ -65,6 +65,7 @@ bool FindSide(const std::string& path, OpenedSide& side) {
   return found;
 }
 
+// After both sides are open: which key of a script is meant depends on where the other side is.
 bool FindScriptSide(const std::string& path, const OpenedSide& other, OpenedSide& side) {
   if (!side.script) return true;
   const std::string place = other.script ? "" : LongItemPath(*other.hive, other.tree, other.item);
@@ -74,6 +75,7 @@ bool FindScriptSide(const std::string& path, const OpenedSide& other, OpenedSide
   return side.item != kNoItem;
 }
 
+// True when no file was asked for. The script makes `to` of `from`.
 bool PrintPatch(const ConsoleRequest& request, const OpenedSide& from, const OpenedSide& to,
                 const std::string& file) {
   if (file.empty()) return true;
@@ -102,6 +104,8 @@ void GiveHead(const ConsoleRequest& request, const OpenedSide& a, const OpenedSi
   SetListHead(list, std::move(head));
 }
 
+// Differences are kExitFailed, so that a script may ask for them; kExitDirty where there are none
+// but a side's last changes may be missing.
 int CompareSides(const ConsoleRequest& request, const OpenedSide& a, const OpenedSide& b) {
   HiveDifferences differences;
   HiveCompareOptions options = request.compare.options;

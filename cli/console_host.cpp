@@ -23,6 +23,7 @@ ConsoleState& State() {
 
 const ConsoleOptions& Options(void* context) { return *static_cast<ConsoleOptions*>(context); }
 
+// Nobody is asked: questions are answered by --yes, and the answer is printed with them.
 Answer ConsoleMessage(void* context, const char* text, const char* title, Icon, Buttons buttons) {
   const ConsoleOptions& options = Options(context);
   const bool question = buttons != Buttons::kOk && buttons != Buttons::kOkCancel;

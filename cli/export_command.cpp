@@ -86,6 +86,7 @@ bool ChooseFreedFor(const ConsoleRequest& request, const OpenedHive& opened,
   return true;
 }
 
+// Scripts write into a registry, so the root must be one that the user named or the hive proves.
 int ExportFreedRecords(const ConsoleRequest& request, const OpenedHive& opened) {
   FreedSource from(*opened.hive, opened.tree);
   FreedChoice choice;

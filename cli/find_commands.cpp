@@ -29,6 +29,7 @@ constexpr RightsWord kRightsWords[] = {
     {"delete", 0x10000},     {"read-control", 0x20000}, {"write-dac", 0x40000},
     {"write-owner", 0x80000}};
 
+// A word or a number of rights; nothing for neither.
 std::optional<uint32_t> RightsOfWord(std::string_view word) {
   for (const RightsWord& known : kRightsWords) {
     if (EqualIgnoringCase(word, known.word)) return known.rights;

@@ -81,6 +81,7 @@ bool WriteRows(const OutputList& list, const HiveImage* hive, const Printing& pr
   return hive == nullptr ? WriteListJsonLines(list, sink) : WriteHiveJsonLines(list, *hive, sink);
 }
 
+// In memory: for the small lists about the files alone.
 std::string TextOfList(const OutputList& list, const Printing& printing) {
   std::string text;
   WriteRows(list, nullptr, printing, [&text](std::string_view piece) {
@@ -112,6 +113,8 @@ struct PartWriter {
   PartWriter& operator=(const PartWriter&) = delete;
 };
 
+// Rows go to the part's file at once, and stay for the report; positions are those in the hive's
+// file. A hive without rows leaves nothing.
 void AddToPart(Machine& machine, PartWriter& writer, const SourceFile& source,
                const HiveImage& hive, OutputListPtr list) {
   if (RowCount(*list) == 0) return;
@@ -137,6 +140,8 @@ void AddFileRow(Machine& machine, const SourceFile& source, const OpenedHive& op
              kNoOffset);
 }
 
+// One hive at a time: the table is emptied first. What is wrong with a file becomes a row of the
+// problems and does not end the work.
 bool OpenOne(Machine& machine, const SourceFile& source, OpenedHive& opened) {
   FileToOpen file = FileOf(machine.request, source.name);
   file.named = true;
@@ -195,6 +200,8 @@ void AddHive(Machine& machine, const SourceFile& source, Writers& writers) {
 
 // --- all of them ---------------------------------------------------------------------------------
 
+// The check first, then the decoders in the order of their table, which is that of the files
+// written.
 void MakeParts(Machine& machine) {
   const auto add = [&machine](const char* id, const std::string& title) {
     Part& part = machine.parts.emplace_back();
@@ -215,6 +222,8 @@ void MakeParts(Machine& machine) {
   machine.overview = BeginOverview();
 }
 
+// Files are hashed before any is opened. They are in the order of their labels, so that the same
+// folder gives the same output.
 void ReadSources(Machine& machine) {
   const std::string& folder = machine.request.hive;
   const HivesOfFolder found = FindHivesOfFolder(folder);
@@ -241,6 +250,7 @@ void ReadSources(Machine& machine) {
   std::ranges::sort(machine.sources, {}, &SourceFile::label);
 }
 
+// One file after another; each part's file is open all the while.
 void ReadAll(Machine& machine) {
   Writers writers;
   for (Part& part : machine.parts) {

@@ -111,6 +111,8 @@ void AddBranch(CLI::App* command, ConsoleRequest& request) {
   command->add_option("KEY", request.key, "Only this key (path or @OFFSET) and those below it");
 }
 
+// Functions Add... declare a command, or arguments that several have; `request` takes what is
+// parsed and must outlive the parser.
 void AddAccess(CLI::App* command, ConsoleRequest& request) {
   command
       ->add_option_function<int>(
@@ -630,6 +632,7 @@ int Run(std::vector<std::string> arguments) {
 }  // namespace hivequarry
 
 #ifdef _WIN32
+// Output is the same bytes on both systems: no line ends are changed. Arguments are UTF-8 inside.
 int wmain(int argc, wchar_t** argv) {
   _setmode(_fileno(stdout), _O_BINARY);
   std::vector<std::string> arguments;

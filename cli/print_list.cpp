@@ -37,6 +37,7 @@ bool GoesToTerminal(const Printing& printing) {
 #endif
 }
 
+// On a terminal cells of CSV have escapes too; in a file they are as they are.
 bool WriteList(const OutputList& list, const Printing& printing, const TextSink& sink) {
   switch (printing.format) {
     case Format::kCsv:

@@ -6,6 +6,7 @@
 namespace hivequarry {
 namespace {
 
+// On the standard error, as the rows go to the standard output.
 void Tell(const ConsoleRequest& request, const Repaired& repaired) {
   if (request.console.quiet) return;
   const bool rebuilt = request.repair == RepairKind::kRebuilt;

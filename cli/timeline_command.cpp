@@ -70,6 +70,7 @@ bool AddFile(const ConsoleRequest& request, const std::string& name, bool severa
   return added;
 }
 
+// Every key has a line or is counted as without a time, so the rest of the lines are other times.
 void TellCounts(const Timeline& timeline, const TimelineCounts& counts) {
   uint64_t keys = 0;
   uint64_t without = counts.without_time;
@@ -118,6 +119,7 @@ bool ReadBounds(const ConsoleRequest& request, TimelineOptions& options) {
   return true;
 }
 
+// --as, else JSON Lines where lists are asked for in that form, else CSV.
 TimelineForm FormOf(const ConsoleRequest& request) {
   if (request.timeline.form == "bodyfile") return TimelineForm::kBodyfile;
   if (request.timeline.form == "tln") return TimelineForm::kTln;
