@@ -122,6 +122,7 @@ bool MakeRoom(const HiveRun& run, const std::string& file) {
   return false;
 }
 
+// Each user's hive on its own: one that cannot be saved leaves the others. True when all were.
 bool SaveUsers(Saving& saving) {
   const std::vector<UserHive> hives = UserHivesIn(saving.run.folder);
   if (hives.empty()) TellOf(saving.run, {HiveEvent::kKeyNotOpened, "HKEY_USERS"});
@@ -135,6 +136,7 @@ bool SaveUsers(Saving& saving) {
   return whole;
 }
 
+// `number` is that of the row in LiveHiveTable; the row without a file stands for all users.
 bool SaveHive(Saving& saving, int number) {
   const HiveRun& run = saving.run;
   const LiveHive& hive = LiveHiveTable()[static_cast<size_t>(number)];
@@ -147,6 +149,7 @@ bool SaveHive(Saving& saving, int number) {
 
 // --- dates ---------------------------------------------------------------------------------------
 
+// Of a date in a name; up to the first character that is no digit, 0 for none.
 int NumberAt(std::string_view text, size_t at, size_t digits) {
   int number = 0;
   for (const char c : text.substr(std::min(at, text.size()), digits)) {

@@ -32,6 +32,8 @@ std::u16string ClassNameOf(RegistryKey key) {
 
 class BranchCopy {
  public:
+  // `privileged`: the process may read and set audit entries too. Below the root of all users the
+  // hives of users are roots of their own.
   BranchCopy(const std::string& path, const std::u16string& mount, bool privileged,
              OutputList& errors)
       : walk_(path, WithSecurity(kRegistryRead, privileged), kRegistryForBackup),
@@ -136,6 +138,8 @@ void BranchCopy::Leave(uint32_t level) {
   }
 }
 
+// A value that cannot be read or written is a row of the errors and does not end the copy;
+// kMaxCopiedData does.
 void BranchCopy::CopyValues(const SourceKey& key) {
   for (SourceValue value; failure_ == kRegistryDone && walk_.NextValue(value);) {
     copied_ += value.data.size();

@@ -32,6 +32,7 @@ constexpr const char* kUnknownError = "(unknown error)";
 
 using Names = std::unordered_set<std::u16string>;  // in capitals
 
+// In parentheses, as they stand in the place of data.
 const char* OpenErrorText(int32_t error) {
   switch (error) {
     case kRegistryNotFound:
@@ -185,6 +186,8 @@ class Comparison {
     }
   }
 
+  // Type and data alike are the same, whatever their text. Values that the file has lost are not
+  // compared.
   void CompareValue(uint32_t item, uint32_t position) {
     const ValueKey value = ReadValueWithin(hive_, position, data_budget_, data_);
     if (value.status != ValueStatus::kRead) return;

@@ -28,6 +28,8 @@ bool MatchesValue(const SearchPattern& pattern, const SourceValue& value) {
   return pattern.settings.value_data && value.read && MatchData(pattern, value.type, value.data);
 }
 
+// Null for a hit in the key's name. The columns are those of a search in a hive, with the date in
+// the place of the position.
 void AddHit(OutputList& list, const SourceKey& key, const SourceValue* value) {
   std::string name, data, type;
   int icon = 0;

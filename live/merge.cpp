@@ -53,6 +53,7 @@ OpenedKey OpenItself(RegistryKey parent, const std::u16string& path, bool link, 
   return OpenedKey(0, link ? kNoLinkThere : kLinkThere);
 }
 
+// The link itself, not what it leads to: opened if it is there, else made.
 OpenedKey MakeLink(RegistryKey parent, const std::u16string& path, uint32_t access) {
   OpenedKey there = OpenItself(parent, path, true, access);
   if (there.error() != kRegistryNotFound) return there;
@@ -159,6 +160,8 @@ class Merger {
     return !link;
   }
 
+  // True when the walk goes down. Links are made after their siblings, when what they lead to may
+  // be there already.
   bool EnterChild(uint32_t item) {
     if (levels_.size() > kMaxMergeDepth) return Leave(item, "Nested too deep");
     const std::u16string name = WideItemName(hive_, tree_, item);
@@ -226,6 +229,8 @@ class Merger {
     }
   }
 
+  // What cannot be written is a row. Data written are counted, since values of a damaged hive may
+  // share theirs: a multiple of the file's length ends the merge.
   void WriteValue(uint32_t item, uint32_t position) {
     const ValueKey value = ReadValueKey(hive_, position, ValueRead::kData, kMaxValueData, &data_);
     if (value.status != ValueStatus::kRead) {
@@ -283,6 +288,8 @@ class Merger {
     levels_.pop_back();
   }
 
+  // As much of the descriptor as the process may set: owner and group want one privilege, audit
+  // entries another.
   void WriteSecurity(const Level& level) {
     Descriptor descriptor;
     if (IsMade(level.item) || !ReadDescriptor(hive_, PositionOf(level.item), descriptor)) return;

@@ -37,6 +37,8 @@ int32_t Open(RegistryKey key, const char16_t* sub_key, uint32_t options, uint32_
 
 int32_t Close(RegistryKey key) { return RegCloseKey(HandleOf(key)); }
 
+// Functions of the table in live/registry.h: each gives the system's own error code, and fills what
+// it was asked for whatever that is. Sizes of names are characters, those of data bytes.
 int32_t QueryInfo(RegistryKey key, KeyCounts* counts) {
   DWORD subkeys = 0, longest_subkey = 0, values = 0, longest_name = 0, longest_data = 0;
   FILETIME time = {};
@@ -262,6 +264,7 @@ int32_t Adjust(HANDLE token, const char16_t* name, bool enable, bool* was_enable
   return error == ERROR_NOT_ALL_ASSIGNED ? kPrivilegeNotHeld : static_cast<int32_t>(error);
 }
 
+// Of the process, not of a thread.
 int32_t SetPrivilege(const char16_t* name, bool enable, bool* was_enabled) {
   HANDLE token = nullptr;
   if (!OpenProcessToken(GetCurrentProcess(), TOKEN_ADJUST_PRIVILEGES | TOKEN_QUERY, &token)) {

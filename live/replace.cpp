@@ -93,6 +93,7 @@ bool ReplaceKey(Replacing& state, const Place& place, const std::string& file) {
   return true;
 }
 
+// Users without a file in the folder are passed over; false when none had one.
 bool ReplaceUsers(Replacing& state) {
   int replaced = 0;
   bool whole = true;
@@ -124,6 +125,8 @@ std::string OnBootDrive(const Replacing& state, const std::string& file) {
   return CopyInto(file, copy) ? copy : std::string();
 }
 
+// The boot hive is replaced by a copy of the file on the boot drive. False where there is no file
+// to replace the hive by.
 bool ReplaceHive(Replacing& state, int number) {
   TellState(state.run, number, HiveState::kRunning);
   const LiveHive& hive = LiveHiveTable()[static_cast<size_t>(number)];

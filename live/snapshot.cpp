@@ -68,6 +68,8 @@ bool WriteRootName(std::FILE* file, std::span<const uint8_t> name) {
          WriteAt(file, kFirstCellPosition + kKeyName, name);
 }
 
+// "snap" in place of the signature, and the path in the root key's name where that has room for it.
+// False when the file cannot be read or written.
 bool WriteMark(std::FILE* file, std::string_view path, bool keep_signature) {
   uint8_t root[kKeyName];
   if (ReadFileBytes(file, kFirstCellPosition, root, sizeof(root)) != sizeof(root)) return false;
@@ -206,6 +208,7 @@ bool FillByCopying(HiveInTheMaking& hive, SnapshotResult& result, OutputList& er
   return error == kRegistryDone || fail(SnapshotStep::kSave, error);
 }
 
+// The system writes the file, for administrators alone; the backup privilege is held meanwhile.
 bool FillBySaving(HiveInTheMaking& hive, SnapshotResult& result) {
   const EnabledPrivilege backup(Privilege::kBackup);
   const OpenedKey key = OpenPath(result.path);
@@ -216,6 +219,8 @@ bool FillBySaving(HiveInTheMaking& hive, SnapshotResult& result) {
   return result.error == kRegistryDone;
 }
 
+// Whether the key can be opened is asked before a file is made. A file that is not whole is taken
+// away again, but for one that the system could not unload: it is in use.
 SnapshotResult MakeSnapshot(std::string path, const std::string& file, bool save,
                             OutputList& errors) {
   while (path.ends_with('\\')) path.pop_back();
@@ -247,6 +252,7 @@ std::string WithCode(const char* text, int32_t error) {
   return std::string(text) + " (Error " + std::to_string(error) + ") !";
 }
 
+// Empty where there is nothing to add to "done".
 std::string DoneMessage(const SnapshotResult& result) {
   std::string text;
   if (!result.logs.empty()) {
