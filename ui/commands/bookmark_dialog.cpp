@@ -26,6 +26,7 @@ INT_PTR OnStart(WordsDialog& state) {
   return TRUE;
 }
 
+// The words are taken over with OK alone; the caller judges what they mean.
 INT_PTR Route(WordsDialog& state, UINT message, WPARAM first, LPARAM) {
   if (message != WM_COMMAND) return FALSE;
   const int control = LOWORD(first);

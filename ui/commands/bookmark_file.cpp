@@ -48,6 +48,8 @@ void AddAndTell(MainWindow& window, const Bookmark& bookmark) {
   if (words != nullptr) ShowPassingText(window, words);
 }
 
+// The record itself where the tree shows it; the bytes of one that is in no key of the tree; else
+// the key, which is in another arrangement of the panes than the list.
 bool Select(MainWindow& window, const FoundBookmark& found) {
   if (found.position != kNoOffset && GoToPosition(window, found.position)) return true;
   const bool bytes = found.item == kNoItem && found.position != kNoOffset;

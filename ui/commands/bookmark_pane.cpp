@@ -22,6 +22,8 @@ constexpr int kLeast = 90;         // of the pane
 constexpr int kLeastOthers = 140;  // of what is beside it
 constexpr wchar_t kLabel[] = L"Bookmarks with:";
 
+// The label and the box of words in one line, the list below; `area` in the main window's client
+// area.
 void PlaceChildren(const MainWindow& window, const RECT& area) {
   const BookmarkPane& pane = window.bookmarks;
   const int margin = Scale(kMargin, window.dpi);

@@ -70,6 +70,7 @@ std::optional<Bookmark> Selected(const BookmarkDialog& state) {
   return row < 0 ? std::nullopt : std::optional(BookmarkOfRow(state, row));
 }
 
+// UTF-8, not yet made safe for a control.
 std::string TextOfColumn(const Bookmark& bookmark, int column) {
   switch (column) {
     case kPathColumn:
@@ -194,6 +195,8 @@ POINT MenuPoint(const BookmarkDialog& state, LPARAM where) {
   return point;
 }
 
+// `where` as WM_CONTEXTMENU has it, -1 for the keyboard. What is chosen is sent to the dialog as
+// its buttons send it.
 void ShowMenu(BookmarkDialog& state, LPARAM where) {
   if (SelectedRow(state) < 0) return;
   const HMENU menu = CreatePopupMenu();
@@ -300,6 +303,7 @@ void FitKeyColumn(const BookmarkDialog& state) {
   ListView_SetColumnWidth(state.list, kPathColumn, std::max<int>(room, least));
 }
 
+// FALSE, since the focus is set to the list here.
 INT_PTR OnStart(BookmarkDialog& state) {
   state.layout = ReadDialogLayout(state.dialog, kAnchors);
   state.list = GetDlgItem(state.dialog, kBookmarkList);

@@ -24,6 +24,7 @@ namespace {
 
 // --- a repaired hive -----------------------------------------------------------------------------
 
+// What was written and what was not, for the box at the end.
 std::string RepairedWords(const Repaired& repaired, const RepairOptions& options,
                           const std::string& name) {
   const bool rebuilt = options.kind == RepairKind::kRebuilt;
@@ -39,6 +40,8 @@ std::string RepairedWords(const Repaired& repaired, const RepairOptions& options
   return words;
 }
 
+// On the interface thread. The list of what was left out or changed is opened before the box, which
+// then lies over it.
 void ShowRepaired(MainWindow& window, Repaired& repaired, const RepairOptions& options,
                   const std::string& name) {
   if (repaired.fault != RepairFault::kNone) {
@@ -60,6 +63,7 @@ struct CarveJob {
   bool stopped = false;
 };
 
+// On the worker: nothing of the window is touched. After a stop what was found so far stays.
 void Carve(CarveJob& job) {
   job.carved = CarveFile(job.wish.file, {job.wish.holes});
   if (job.carved.error == 0) TellOfUnread(job.wish.file, job.carved.unread);
@@ -96,6 +100,8 @@ std::string CarvedWords(const CarveJob& job) {
                  " bytes are zeros"});
 }
 
+// Rows lead to the files written, else to the range of the image where that can be opened as a
+// hive.
 void ShowCarved(MainWindow& window, CarveJob& job) {
   if (job.carved.error != 0) {
     const std::string why =

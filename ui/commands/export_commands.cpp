@@ -47,6 +47,7 @@ ScriptForm FormOf(const FileChoice& choice) {
   return choice.type == kUnicodeType ? ScriptForm::kFive : ScriptForm::kFour;
 }
 
+// The box at the end; none for a script without keys.
 void ReportExported(const ScriptExport& written) {
   const uint32_t keys = written.keys;
   if (keys == 0) return;
@@ -103,6 +104,7 @@ void StartExport(const ListPlace& place, Write write) {
   if (!started) CloseOutput(job->file, false);
 }
 
+// Image and tree stay while an operation is under way, so the worker may refer to them.
 void StartBranch(MainWindow& window, uint32_t item) {
   const RecoveredKeys recovered =
       TheSettings().options.recovered_keys ? RecoveredKeys::kWritten : RecoveredKeys::kLeftOut;

@@ -23,6 +23,8 @@
 namespace hivequarry {
 namespace {
 
+// `make` runs on a worker; the list is handed over and shown on the interface thread. Null: the
+// worker has said why, or was stopped.
 template <typename Make>
 void StartList(MainWindow& window, Make make) {
   const auto list = std::make_shared<OutputListPtr>();

@@ -70,6 +70,7 @@ struct HiveSearch {
   std::vector<RowsOfHive> rows;
 };
 
+// On a worker. Notes from which row on each hive's hits are, before the first of them is added.
 void RunSearch(HiveSearch& search, OutputList& list) {
   for (const SearchedHive& hive : search.hives) {
     if (StopRequested()) return;
@@ -87,6 +88,8 @@ void EndSearch(HiveSearch& search) {
   if (!search.whole) ShowPlaceStatus(*search.place, kTooDeep);
 }
 
+// The list is shown while it fills. Of several hives no single one is its own: rows lead to theirs
+// by `rows`, once the search has ended.
 void StartSearch(MainWindow& window, const std::shared_ptr<HiveSearch>& search) {
   OutputListPtr found = MakeSearchList(TheSettings().options.file_offsets);
   if (search->pattern.settings.freed) AddPlaceColumn(*found);

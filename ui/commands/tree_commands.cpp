@@ -42,6 +42,7 @@ struct TreeSearch {
   bool passed = false;
 };
 
+// On the interface thread. After a stop nothing is said.
 void ShowFound(MainWindow& window, const TreeSearch& search) {
   if (search.passed) {
     ShowPassingText(window, search.request.down ? kPassedEnd : kPassedBeginning);
@@ -56,6 +57,7 @@ void ShowFound(MainWindow& window, const TreeSearch& search) {
   ShowMessage("No items found !", kProgramName, Icon::kInformation);
 }
 
+// The search begins at the item that is selected, in whichever of the trees that is.
 void AddTree(TreeSearch& search, TreePane& pane, std::function<std::string(uint32_t)> name) {
   const uint32_t selected = SelectedItem(pane);
   if (selected != kNoItem) {
@@ -66,6 +68,8 @@ void AddTree(TreeSearch& search, TreePane& pane, std::function<std::string(uint3
   search.panes.push_back(&pane);
 }
 
+// The trees that are in the control of the hive shown: its own, what was deleted, what its logs
+// removed. The shared ones are kept alive by `search`. Items without a name are passed over.
 void GatherTrees(MainWindow& window, TreeSearch& search) {
   const HiveImage& hive = ShownHive(window);
   const KeyTree& tree = *window.shown->tree;
@@ -87,6 +91,7 @@ void GatherTrees(MainWindow& window, TreeSearch& search) {
   }
 }
 
+// Small trees are searched at once, so that no operation has to begin and end for them.
 void StartSearch(MainWindow& window, bool down) {
   const auto search = std::make_shared<TreeSearch>();
   search->request = {window.tree_find.text, kNoItem, down, window.tree_find.wrap};

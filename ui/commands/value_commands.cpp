@@ -15,6 +15,7 @@
 namespace hivequarry {
 namespace {
 
+// A file that cannot be written whole is left as it was.
 void SaveData(const std::string& file, std::span<const uint8_t> data) {
   OutputFile output;
   int error = 0;

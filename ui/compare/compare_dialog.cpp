@@ -74,6 +74,7 @@ void Browse(const CompareDialog& state) {
   if (!file.empty()) SetDlgItemTextW(state.dialog, kCompareFile, WideName(file).c_str());
 }
 
+// Only after Judge has let OK through, so the patterns can be read.
 void ReadFields(CompareDialog& state) {
   CompareWish& wish = state.wish;
   wish.file = ControlFileName(state.dialog, kCompareFile);

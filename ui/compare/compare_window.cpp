@@ -96,6 +96,7 @@ int FocusedKeyRow(const CompareWindow& window) {
   return ListView_GetNextItem(window.keys, -1, LVNI_FOCUSED);
 }
 
+// Columns: name with the mark of a branch, what differs, time in A, time in B.
 std::string KeyCellText(const CompareWindow& window, uint32_t key, int column) {
   const ComparedHives& hives = *window.hives;
   switch (column) {
@@ -119,6 +120,8 @@ int IconOfKey(const CompareWindow& window, uint32_t key) {
   return ClosedIcon(item) + (open ? 1 : 0);
 }
 
+// LVN_GETDISPINFO. Deep keys are indented no further than kDeepestIndent, so that their names stay
+// in view.
 void OnKeyDisplay(const CompareWindow& window, LVITEMW& item) {
   const uint32_t key = KeyOfRow(window, item.iItem);
   if (key == kNoItem) return;
@@ -153,6 +156,7 @@ uint8_t GroupOfRow(const CompareWindow& window, const NMLVCUSTOMDRAW& notice) {
   return window.rows[row].what.starts_with("only in B") ? kGroupOnlyB : kGroupDifferent;
 }
 
+// NM_CUSTOMDRAW: a selected row keeps the colours of selections.
 LRESULT OnDraw(const CompareWindow& window, NMLVCUSTOMDRAW& notice) {
   const LRESULT answer = DrawListRow(notice);
   if (notice.nmcd.dwDrawStage != CDDS_ITEMPREPAINT) return answer;
@@ -165,6 +169,7 @@ LRESULT OnDraw(const CompareWindow& window, NMLVCUSTOMDRAW& notice) {
   return answer;
 }
 
+// In the status bar: the path in A, or in B where A lacks the key.
 void ShowKeyPath(const CompareWindow& window) {
   const ComparedHives& hives = *window.hives;
   std::string path;
@@ -191,6 +196,7 @@ void ShowValues(CompareWindow& window) {
   ShowKeyPath(window);
 }
 
+// One row alone is selected, and in view.
 void FocusKeyRow(CompareWindow& window, size_t row) {
   const auto at = static_cast<int>(row);
   ListView_SetItemState(window.keys, -1, 0, LVIS_SELECTED);
@@ -235,6 +241,7 @@ void GoSideways(CompareWindow& window, bool right) {
   }
 }
 
+// Opens what is above it; a beep where there is no further one.
 void GoToDifference(CompareWindow& window, bool next) {
   CompareTree& tree = TreeOf(window);
   const uint32_t from = KeyOfRow(window, FocusedKeyRow(window));
@@ -321,6 +328,7 @@ void SaveScript(CompareWindow& window, bool to_b) {
   if (!started) CloseOutput(job->file, false);
 }
 
+// Closing is posted: the menu or key that asked for it still uses the window.
 void RunAct(CompareWindow& window, CompareAct act) {
   uint8_t filter = 0;
   if (FilterOfAct(act, filter)) {
@@ -349,6 +357,7 @@ void RunAct(CompareWindow& window, CompareAct act) {
 
 // --- the window ----------------------------------------------------------------------------------
 
+// From CompareCommands, whose rows of one menu follow one another. The window destroys it.
 HMENU MakeCompareMenu() {
   const HMENU bar = CreateMenu();
   HMENU menu = nullptr;
@@ -414,6 +423,8 @@ void LayOut(CompareWindow& window) {
   MoveWindow(window.values, 0, top + keys + between, width, values, TRUE);
 }
 
+// kSplitterMoved, pixels; kept at 96 dpi, so that it stays in proportion when the resolution
+// changes.
 void OnSplitter(CompareWindow& window, int moved) {
   RECT values;
   GetClientRect(window.values, &values);
@@ -459,6 +470,7 @@ bool OnCreate(CompareWindow& window) {
   return true;
 }
 
+// Rows that are put in anew change their selection too: that is no choice of the user (`filling`).
 LRESULT OnKeyNotify(CompareWindow& window, LPARAM second) {
   switch (reinterpret_cast<const NMHDR*>(second)->code) {
     case LVN_ITEMCHANGED:
@@ -518,6 +530,7 @@ LRESULT Route(CompareWindow& window, UINT message, WPARAM first, LPARAM second) 
   }
 }
 
+// Fonts and pictures first: columns and places are measured with them.
 void OnDpiChanged(CompareWindow& window, uint32_t dpi, const RECT& area) {
   const uint32_t old_dpi = window.dpi;
   window.dpi = dpi;
@@ -539,6 +552,8 @@ void OnClose(CompareWindow& window) {
   if (IsWindowEnabled(window.handle) != FALSE) DestroyWindow(window.handle);
 }
 
+// The last call for the window. The hive B may go later than that: while an operation runs it may
+// be using the table of hives.
 void FreeCompareWindow(CompareWindow* window) {
   std::erase(TheCompareWindows().open, window);
   TheCompareWindows().closed.push_back(std::move(window->hives));
@@ -566,6 +581,7 @@ constexpr FrameRoutes<CompareWindow> kRoutes = {
     .others = Route};
 constexpr WNDPROC kProcedure = FrameProc<CompareWindow, kRoutes>;
 
+// Where the last such window was, or beside the main window; pixels of the screen.
 RECT FirstArea(const MainWindow& owner) {
   const RECT& last = TheCompareWindows().last_area;
   if (IsRectEmpty(&last) == FALSE) return last;
@@ -593,6 +609,7 @@ bool IsPressed(const CompareCommand& command, WPARAM key) {
 
 // --- the comparison ------------------------------------------------------------------------------
 
+// On the interface thread. Null where the worker had no memory to make it.
 void FinishComparison(MainWindow& window, std::shared_ptr<ComparedHives> hives) {
   if (hives == nullptr) return;
   if (!hives->fault.empty()) {
@@ -603,6 +620,7 @@ void FinishComparison(MainWindow& window, std::shared_ptr<ComparedHives> hives) 
   OpenCompareWindow(window, std::move(hives));
 }
 
+// B is opened on the worker: only one operation runs at a time, so nobody else hands out slots.
 void StartComparison(MainWindow& window, const CompareWish& wish) {
   const auto made = std::make_shared<std::shared_ptr<ComparedHives>>();
   StartWork(

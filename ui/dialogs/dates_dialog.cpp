@@ -68,6 +68,7 @@ void ShowFirstRange(const DatesDialog& state) {
   ShowDate(state, kDatesStart, now);
 }
 
+// The dialog says which zone its times are in, unless that is UTC.
 INT_PTR OnStart(DatesDialog& state) {
   const DateSettings& settings = TheSettings().dates;
   for (const int field : {kDatesStart, kDatesEnd}) {
@@ -107,6 +108,7 @@ void ShowPresets(const DatesDialog& state) {
   DestroyMenu(menu);
 }
 
+// A range of the hive ends at its last activity, others have no end of their own.
 void UsePreset(const DatesDialog& state, int command) {
   for (const Preset& preset : kPresets) {
     if (preset.command != command) continue;
@@ -118,6 +120,7 @@ void UsePreset(const DatesDialog& state, int command) {
   }
 }
 
+// Read in the zone shown, given in UTC. False after a message; the field has the focus then.
 bool ReadField(const DatesDialog& state, int field, KeyDateTime& time) {
   const std::string text = ControlText(state.dialog, field);
   if (ReadKeyDate(text, time)) {
@@ -133,6 +136,7 @@ bool ReadField(const DatesDialog& state, int field, KeyDateTime& time) {
   return false;
 }
 
+// Without a limit the fields may hold anything: they are kept as they were typed.
 void OnOk(DatesDialog& state) {
   KeyDateRange& range = state.range;
   range.limited = IsTicked(state.dialog, kDatesLimited);

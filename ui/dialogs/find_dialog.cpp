@@ -24,6 +24,7 @@ void StartFind(HWND dialog, FindChoice& choice) {
   SendMessageW(dialog, DM_SETDEFID, choice.down ? kFindDown : kFindUp, 0);
 }
 
+// Without a text the dialog stays.
 void EndFind(HWND dialog, FindChoice& choice, bool down) {
   const std::string text = ControlText(dialog, kFindText);
   if (text.empty()) return;

@@ -58,6 +58,7 @@ FileChoice AskFile(const FileRequest& request, bool save) {
   return choice;
 }
 
+// The handles that the dialog fills are ours to free, whatever its answer.
 HDC AskPrinter(HWND owner) {
   const ModalTurn turn(owner);
   PRINTDLGW dialog{};
@@ -118,6 +119,7 @@ struct SelectRequest {
   SelectChoice& choice;
 };
 
+// "(any column)" is before the columns, so places are one more than column numbers.
 void FillColumns(HWND dialog, const OutputList& list, int chosen) {
   const HWND box = GetDlgItem(dialog, kSelectColumn);
   ComboBox_AddString(box, L"(any column)");

@@ -192,6 +192,8 @@ std::string FieldText(const SearchDialog& state, int control) {
   return TextOfWide(std::u16string(text.begin(), text.end()));
 }
 
+// A limit that lets all pass is an empty field; times are those of the zone shown, which the label
+// says unless it is UTC.
 void ShowLimits(const SearchDialog& state, const SearchLimits& limits) {
   for (const NumberField& field : kSizes) {
     const uint32_t bytes = limits.*field.bytes;
@@ -242,6 +244,7 @@ bool SearchesFields(const SearchSettings& settings) {
   return settings.key_names || settings.value_names || settings.value_data;
 }
 
+// A search that looked nowhere begins with all fields ticked.
 void ShowSettings(SearchDialog& state) {
   SearchSettings settings = TheLastSearch().settings;
   if (!SearchesFields(settings)) {
@@ -257,6 +260,8 @@ void ShowSettings(SearchDialog& state) {
                    settings.hex_mode ? kSearchHexMode : kSearchTextMode);
 }
 
+// Roots are for the live registry, deleted records and limits for hives; hidden are those of the
+// other.
 void ShowRoots(const SearchDialog& state) {
   const bool live = state.place == SearchPlace::kRegistry;
   TickBits(state.dialog, kRoots, TheLastSearch().roots);
@@ -283,6 +288,7 @@ INT_PTR OnStart(SearchDialog& state) {
   return FALSE;
 }
 
+// Without limits, which may be refused: ReadLimits.
 SearchSettings SettingsOf(const SearchDialog& state) {
   SearchSettings settings;
   settings.text = state.text;
@@ -293,6 +299,7 @@ SearchSettings SettingsOf(const SearchDialog& state) {
   return settings;
 }
 
+// A search that could find nothing is as a cancelled one. Limits alone are something to look for.
 void OnOk(SearchDialog& state) {
   SearchSettings settings = SettingsOf(state);
   const HexFault fault = settings.hex_mode ? FaultOf(state) : HexFault::kNone;

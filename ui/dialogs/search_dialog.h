@@ -14,6 +14,7 @@ struct LastSearch {
   SearchSettings settings;
   uint32_t roots = kLiveMachine | kLiveUser;  // LiveRoot bits
 };
+// For the interface thread; gone with the program, while the texts stay in the settings' histories.
 LastSearch& TheLastSearch();
 
 enum class SearchPlace : uint8_t { kHive, kRegistry };

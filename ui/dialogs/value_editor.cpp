@@ -136,6 +136,7 @@ std::wstring WhyBytes(const Editor& editor) {
   }
 }
 
+// Below the bytes: where the caret is, in the data and in the file, and how typing goes on.
 std::wstring HexPlaceText(HWND hex) {
   const HexBytes& model = HexBytesOf(hex);
   const auto caret = static_cast<unsigned>(model.caret.position);
@@ -178,6 +179,8 @@ void EnableLeaving(const Editor& editor, bool can) {
   }
 }
 
+// At each change: `data` is what the input stands for as long as it stands for something; else the
+// dialog cannot be left, and says why.
 void JudgeInput(Editor& editor) {
   InputError error;
   std::u16string text;
@@ -199,6 +202,7 @@ const Bytes& DataOf(const Editor& editor) {
 
 // --- from data to controls -----------------------------------------------------------------------
 
+// A control would change such text, so it is edited as bytes.
 bool HasLoneSurrogate(const std::u16string& text) {
   for (size_t i = 0; i < text.size(); ++i) {
     if ((text[i] & 0xF800) != 0xD800) continue;
@@ -255,6 +259,7 @@ constexpr std::pair<int, InputForm> kShown[] = {{kEditText, InputForm::kText},
                                                 {kEditNumberMessage, InputForm::kNumber},
                                                 {kEditBytes, InputForm::kBytes}};
 
+// All forms have their controls in the same place; one is shown.
 void ShowForm(Editor& editor, InputForm form) {
   editor.form = form;
   for (const auto& [control, of_form] : kShown) {
@@ -297,6 +302,7 @@ void OnTypeChosen(Editor& editor) {
   ShowInForm(editor, false);
 }
 
+// The data go over as they are at that moment, by way of their bytes.
 void OnFormChosen(Editor& editor, bool bytes) {
   if (bytes == (editor.form == InputForm::kBytes)) return;
   editor.data = DataOf(editor);
@@ -359,6 +365,7 @@ void OnCommand(Editor& editor, int control, WORD notice) {
 
 // --- the dialog ----------------------------------------------------------------------------------
 
+// The registry's types in the order of their numbers; another one that the value has comes last.
 void FillTypes(const Editor& editor) {
   const HWND box = Control(editor, kEditType);
   const auto add = [box](uint32_t type) {

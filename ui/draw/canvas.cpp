@@ -43,6 +43,8 @@ struct Sum {
   uint32_t covered = 0;
 };
 
+// Of the kCanvasFactor squared pixels that become one: how many were drawn, and their colours added
+// up.
 Sum SumOfBlock(const Canvas& canvas, int x, int y) {
   Sum sum;
   const int row_length = canvas.size * kCanvasFactor;

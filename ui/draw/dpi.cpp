@@ -17,6 +17,7 @@ void Load(HMODULE module, const char* name, Function& function) {
   function = reinterpret_cast<Function>(reinterpret_cast<void*>(GetProcAddress(module, name)));
 }
 
+// Looked up by name, as older systems lack them; null for those. Asked once.
 const DpiFunctions& Functions() {
   static const DpiFunctions functions = [] {
     DpiFunctions found;
@@ -35,6 +36,7 @@ uint32_t SystemDpi() {
   return static_cast<uint32_t>(dpi);
 }
 
+// Of systems that know one resolution alone the font is scaled from that.
 LOGFONTW MessageFont(uint32_t dpi) {
   NONCLIENTMETRICSW metrics{};
   metrics.cbSize = sizeof metrics;

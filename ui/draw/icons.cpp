@@ -187,6 +187,7 @@ void DrawStateIcon(const Canvas& canvas, int icon) {
 
 using DrawFunction = void (*)(const Canvas& canvas, int icon);
 
+// For the caller to destroy. Without memory it ends early, and pictures after that are missing.
 HIMAGELIST MakeList(int size, int gap, int count, DrawFunction draw, bool faded) {
   const HIMAGELIST list = ImageList_Create(size + gap, size, ILC_COLOR32, count, 0);
   for (int icon = 0; icon < count; ++icon) {

@@ -35,6 +35,7 @@ constexpr std::array<SystemTones, kToneCount> kSystem = {{
     {COLOR_HIGHLIGHT, COLOR_HIGHLIGHT},          // kAccent
 }};
 
+// What the user chose for programs; light where the system does not know the choice.
 bool IsSystemDark() {
   constexpr wchar_t kThemes[] =
       L"Software\\Microsoft\\Windows\\CurrentVersion\\Themes\\Personalize";

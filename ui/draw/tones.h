@@ -17,12 +17,15 @@ struct ColourState {
   bool (*is_system_dark)();
   bool (*is_high_contrast)();
 };
+// One for the process, for the interface thread alone.
 ColourState& TheColours();
 
 // Looks anew at what was chosen and at what the system says; whether another scheme is in force.
 bool RenewColours();
+// Whether the dark scheme is in force; false with high contrast, whose colours are the system's.
 bool IsDark();
 
+// In the scheme in force, so not to be kept: asked for at each drawing.
 COLORREF ColourOf(Tone tone);
 // Belongs to this room, and is right until the colours change.
 HBRUSH BrushOf(Tone tone);

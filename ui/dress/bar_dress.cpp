@@ -20,6 +20,8 @@ std::wstring PartText(HWND bar, WPARAM part) {
   return text;
 }
 
+// With the icon that the part was given, which the system draws no more once it does not draw the
+// bar.
 void DrawPart(HWND bar, HDC dc, WPARAM part) {
   RECT area{};
   SendMessageW(bar, SB_GETRECT, part, reinterpret_cast<LPARAM>(&area));
@@ -61,6 +63,7 @@ void PaintStatusBar(HWND bar) {
   });
 }
 
+// A range without length counts as empty.
 void PaintProgress(HWND window) {
   PaintWindow(window, [window](HDC dc, const RECT& area) {
     PBRANGE range{};

@@ -18,6 +18,8 @@ constexpr int kGroupIndent = 8;  // before a group's title
 
 enum class ButtonForm : uint8_t { kPush, kTick, kRadio, kGroup, kOther };
 
+// Ticks and radio buttons with BS_PUSHLIKE look as buttons do. Owner-drawn ones are left to their
+// owners.
 ButtonForm FormOf(HWND button) {
   const LONG_PTR style = GetWindowLongPtrW(button, GWL_STYLE);
   const bool as_push = (style & BS_PUSHLIKE) != 0;
@@ -56,6 +58,7 @@ Tone TextTone(const Button& button) {
 
 UINT KeyFormat(const Button& button) { return ShowsKeys(button.window) ? 0 : DT_HIDEPREFIX; }
 
+// What was selected into `dc` is put back, here and in all that draws below.
 void DrawRounded(HDC dc, const RECT& area, int corner, Tone ground, Tone edge) {
   const HPEN pen = CreatePen(PS_SOLID, 1, ColourOf(edge));
   const HGDIOBJ old_pen = SelectObject(dc, pen);
@@ -230,6 +233,7 @@ bool IsTextLabel(LONG_PTR style) {
          form == SS_SIMPLE;
 }
 
+// A disabled text, which the system would draw in colours of the light scheme.
 void PaintLabel(HWND window, LONG_PTR style) {
   const LONG_PTR form = style & SS_TYPEMASK;
   UINT format = form == SS_CENTER ? DT_CENTER : form == SS_RIGHT ? DT_RIGHT : DT_LEFT;

@@ -10,6 +10,7 @@ namespace {
 
 constexpr int kTextMargin = 4;  // at 96 dpi
 
+// Only a list without an edit field has its text drawn here: an edit field draws its own.
 void DrawChoice(HWND window, HDC dc, const RECT& area, const COMBOBOXINFO& info) {
   const bool usable = IsWindowEnabled(window) != FALSE;
   const bool focus = GetFocus() == window || GetFocus() == info.hwndItem;

@@ -103,6 +103,7 @@ bool IsOurs(HWND window, const CREATESTRUCTW& made) {
   return IsOwnFrame(window, made);
 }
 
+// A hook of this thread: a window is taken over before WM_NCCREATE.
 LRESULT CALLBACK OnWindowMade(int code, WPARAM first, LPARAM second) {
   if (code == HCBT_CREATEWND) {
     const HWND window = reinterpret_cast<HWND>(first);
@@ -123,6 +124,7 @@ BOOL CALLBACK Redress(HWND window, LPARAM) {
   return TRUE;
 }
 
+// The children before their frame; then all is drawn anew, title bar included.
 BOOL CALLBACK RedressFrame(HWND window, LPARAM) {
   if (!IsDressed(window)) return TRUE;
   EnumChildWindows(window, Redress, 0);

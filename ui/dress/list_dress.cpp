@@ -12,6 +12,7 @@ namespace {
 constexpr int kTitleMargin = 6;  // at both sides of a title, at 96 dpi
 constexpr int kArrowRoom = 16;   // after it, where the list is in its order
 
+// Text is cut before the arrow, which says how the list is sorted.
 void DrawTitle(HWND header, HDC dc, int index) {
   RECT area;
   if (Header_GetItemRect(header, index, &area) == FALSE) return;

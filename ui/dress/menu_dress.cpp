@@ -18,6 +18,7 @@ constexpr int kRightMargin = 22;  // after both: the arrow of a sub menu
 constexpr int kBarMargin = 2;     // at both sides of a title of the bar; the system adds to it
 constexpr int kSeparator = 7;
 
+// A menu that was never taken is left as the system made it.
 void SetItemsDrawn(HMENU menu, bool on) {
   MENUINFO info{};
   info.cbSize = sizeof info;
@@ -46,6 +47,7 @@ HFONT MenuFont(uint32_t dpi) {
 
 // --- measuring -----------------------------------------------------------------------------------
 
+// Pixels; `format` of DrawText.
 SIZE SizeOfText(HWND window, const std::wstring& text, UINT format, HFONT font) {
   const HDC dc = GetDC(window);
   const HGDIOBJ previous = SelectObject(dc, font);
@@ -118,6 +120,7 @@ void DrawSeparator(HDC dc, const RECT& area) {
   FillRect(dc, &line, BrushOf(Tone::kEdge));
 }
 
+// The words on the left of the gutter's right edge, the key at the right; in a bar in the middle.
 void DrawItemWords(const DRAWITEMSTRUCT& drawn, const MenuItem& item, bool bar, uint32_t dpi) {
   const Tone tone =
       (drawn.itemState & (ODS_GRAYED | ODS_DISABLED)) != 0 ? Tone::kFaint : Tone::kFaceText;

@@ -12,6 +12,8 @@ std::map<HMENU, MenuItems>& TheMenus() {
   return menus;
 }
 
+// Never null; without texts for what cannot be read. `spoken` points into the record itself, which
+// therefore must not move.
 std::unique_ptr<MenuItem> ReadItem(HMENU menu, UINT position) {
   std::array<wchar_t, 512> text{};
   MENUITEMINFOW info{};

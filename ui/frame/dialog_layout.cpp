@@ -20,6 +20,8 @@ SIZE SmallestClient(const DialogLayout& layout, SIZE units) {
           MulDiv(layout.client.cy, units.cy, layout.units.cy)};
 }
 
+// The place of a control for a font of these units, in a client area that is `extra` larger than
+// the smallest one.
 RECT PlaceFor(const DialogLayout& layout, const DialogLayout::Place& place, SIZE units,
               SIZE extra) {
   const auto x = [&](LONG measure) { return MulDiv(measure, units.cx, layout.units.cx); };

@@ -29,6 +29,7 @@ void BeginAt(IFileOpenDialog& dialog, const std::string& folder) {
   item->Release();
 }
 
+// Empty for what is no folder of the file system.
 std::string ResultOf(IFileOpenDialog& dialog) {
   IShellItem* item = nullptr;
   if (FAILED(dialog.GetResult(&item))) return {};
@@ -41,6 +42,8 @@ std::string ResultOf(IFileOpenDialog& dialog) {
   return folder;
 }
 
+// COM is there for the length of the call; windows of this thread are disabled meanwhile, as the
+// system disables the owner alone.
 std::string ChooseFolder(HWND owner, const std::string& folder) {
   const ComTurn com;
   IFileOpenDialog* dialog = nullptr;

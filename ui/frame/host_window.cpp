@@ -90,6 +90,7 @@ void WaitCursor(void* context, bool on) {
 
 void Beep(void*) { MessageBeep(MB_OK); }
 
+// On any thread: the text is left for the interface thread, which takes it when it comes to.
 void Title(void* context, const std::string& file_name) {
   HostWindow& host = Window(context);
   {
@@ -105,6 +106,8 @@ bool Clipboard(void* context, std::string_view text) {
   return CopyText(Window(context).window, std::wstring(wide.begin(), wide.end()));
 }
 
+// A new copy of the program; it begins in evidence mode when this one is in it. Nobody waits for
+// it.
 bool Launch(void* context, const std::string& arguments) {
   const std::wstring program = ProgramPath();
   const bool evidence = Window(context).evidence;

@@ -23,6 +23,8 @@ struct BoxRequest {
   int answer = 0;  // the button's identifier
 };
 
+// What workers have to say, until the interface thread takes it: kHostChanged is posted once,
+// however often something changed before it was answered.
 struct HostWindow {
   HWND window = nullptr;       // the main window, to which workers post and send
   DWORD interface_thread = 0;  // the thread of `window`

@@ -15,6 +15,7 @@ constexpr int kMaxCell = 512;
 constexpr int kCellMargin = 14;
 constexpr int kIconRoom = 22;
 
+// Pixels, of the rows [first, last).
 int WidestText(HWND list, int column, int first, int last) {
   std::array<wchar_t, kMaxCell> text{};
   int widest = 0;

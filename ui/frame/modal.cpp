@@ -20,6 +20,8 @@ BOOL CALLBACK DisableOther(HWND window, LPARAM turn) {
 // bytes.
 using Template = std::vector<uint32_t>;
 
+// A copy, as resources cannot be written to; in 32-bit units, since a template wants that
+// alignment. Empty where there is none.
 Template ReadTemplate(HINSTANCE instance, const wchar_t* name) {
   const HRSRC found = FindResourceW(instance, name, RT_DIALOG);
   const HGLOBAL loaded = found == nullptr ? nullptr : LoadResource(instance, found);

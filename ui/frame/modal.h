@@ -10,7 +10,8 @@
 
 namespace hivequarry {
 
-// Disables the windows of this thread, but for `owner`, as long as it lives.
+// Disables the windows of this thread, but for `owner`, as long as it lives. One may be inside
+// another: each enables what it has disabled itself.
 struct ModalTurn {
   explicit ModalTurn(HWND owner);
   ~ModalTurn();

@@ -16,6 +16,7 @@ void SetFamily9x(uint32_t minor, SystemFlags& flags) {
   flags.millennium = minor == 90;
 }
 
+// 5.0 is Windows 2000, 5.1 and 5.2 are XP and 2003, 6.0 Vista; later ones count as these.
 void SetFamilyNt(uint32_t major, uint32_t minor, SystemFlags& flags) {
   flags.family_nt = true;
   flags.nt3 = major < 4;

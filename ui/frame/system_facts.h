@@ -48,6 +48,7 @@ struct Program {
   std::string help_file;
   bool in_recent = false;  // hives that are opened join the system's recent documents
 };
+// Filled before any window is made; only read from then on, by any thread.
 Program& TheProgram();
 // The files beside the program at `path`; where nothing can be written there, settings and
 // bookmarks in the profile (FolderOfFiles), with what is beside the program to begin with.

@@ -45,6 +45,7 @@ int HotButton(HWND toolbar) {
   return hot >= 0 && IsButton(toolbar, hot) ? hot : NextButton(toolbar, -1, 1);
 }
 
+// As a click: WM_COMMAND to the parent; nothing while no button has the focus.
 void Press(HWND toolbar) {
   TBBUTTON button{};
   const int hot = HotButton(toolbar);

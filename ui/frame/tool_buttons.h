@@ -17,7 +17,7 @@ TBBUTTON ToolGap();
 // from button to button, Enter and the blank press.
 HWND MakeToolbarControl(HWND parent, int identifier, DWORD style,
                         std::span<const TBBUTTON> buttons);
-// One that a press can reach, or a grey one.
+// One that a press can reach, or a grey one. A number without a button does nothing.
 void EnableToolButton(HWND toolbar, CommandNumber number, bool on);
 
 }  // namespace hivequarry

@@ -27,6 +27,7 @@ struct OtherWindows {
   std::vector<POINT> corners;
 };
 
+// Of windows of the program that can be seen, those of other copies too.
 BOOL CALLBACK AddCorner(HWND window, LPARAM param) {
   auto& others = *reinterpret_cast<OtherWindows*>(param);
   const bool seen = IsWindowVisible(window) != FALSE && IsIconic(window) == FALSE;

@@ -133,6 +133,7 @@ void AddMenuItem(HMENU menu, const HexWindow& window, const HexCommandRow& row) 
 // Above the identifiers of rows.
 constexpr UINT kFirstForm = 100;
 
+// Numbered from kFirstForm in the order of CopyForm.
 void AddCopyForms(HMENU menu, const HexWindow& window) {
   const HMENU forms = CreatePopupMenu();
   for (size_t i = 0; i < kCopyForms; ++i) {

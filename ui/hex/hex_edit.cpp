@@ -21,6 +21,7 @@ HexWindow* WindowOf(HWND handle) {
 
 // --- geometry ------------------------------------------------------------------------------------
 
+// Cells of at least one pixel: layouts divide by them.
 void MeasureFont(HexWindow& window) {
   const HDC dc = GetDC(window.handle);
   const HGDIOBJ old_font = SelectObject(dc, window.font);
@@ -65,6 +66,8 @@ void UpdateScrollBar(const HexWindow& window) {
   SetScrollInfo(window.handle, SB_VERT, &info, TRUE);
 }
 
+// The caret is the system's, of which a thread has one: made with the focus, destroyed when that
+// goes. Wide when typing overwrites, narrow when it inserts.
 void UpdateCaret(HexWindow& window) {
   if (GetFocus() != window.handle) return;
   const int width =
@@ -231,6 +234,7 @@ void Destroy(HexWindow* window) {
   delete window;
 }
 
+// The control owns its record, from its first message to its last.
 LRESULT CALLBACK HexProc(HWND handle, UINT message, WPARAM first, LPARAM second) {
   HexWindow* window = WindowOf(handle);
   if (message == WM_NCCREATE) {

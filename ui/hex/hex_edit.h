@@ -25,6 +25,8 @@ inline constexpr WORD kHexSave = 5;         // HexSaved is to be written to a fi
 
 inline constexpr uint32_t kHexNoPosition = kNoFilePosition;
 
+// Once for the process, before the first of them; true when the class is there. Functions that take
+// a control are for its thread.
 bool RegisterHexClass(HINSTANCE instance);
 
 // Shows other bytes, with nothing to undo. Positions in the file have no column of their own when
@@ -38,12 +40,14 @@ std::span<const uint8_t> HexSaved(HWND hex);
 int HexWidthWanted(HWND hex);
 // True for a key that is a command of the control, whatever it means elsewhere.
 bool IsHexKey(HWND hex, const MSG& message);
+// The control's own record, as long as it is there; it changes as the user types.
 const HexBytes& HexBytesOf(HWND hex);
 HexSide ActiveHexSide(HWND hex);
 // Where the byte at an offset is in the file.
 std::optional<uint32_t> HexFilePosition(HWND hex, uint32_t position);
 // Words for the user.
 const wchar_t* HexRefusal(HWND hex);
+// The caret goes to its end and into view.
 void SetHexSelection(HWND hex, HexRange range);
 // The control follows its window's resolution by itself; this sets another one.
 void SetHexDpi(HWND hex, uint32_t dpi);

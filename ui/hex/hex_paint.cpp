@@ -27,6 +27,7 @@ struct Painter {
 
 Colours ColoursOf(Tone text, Tone background) { return {ColourOf(text), ColourOf(background)}; }
 
+// Each character in a cell of its own width, whatever the font would give it.
 void DrawRun(const Painter& painter, int column, int top, const std::wstring& text,
              Colours colours) {
   const HexLayout& layout = painter.window.view.layout;
@@ -45,6 +46,7 @@ bool AreApart(const std::wstring& text) {
                       [](wchar_t unit) { return unit >= 0x0590 && unit < 0x2000; });
 }
 
+// Text that the system might join or turn is drawn character by character.
 void DrawCharacters(const Painter& painter, uint32_t index, int top, const std::wstring& text,
                     Colours colours) {
   const int column = TextColumn(painter.window.view.layout, index);
@@ -62,6 +64,7 @@ std::wstring PositionText(uint32_t position) {
 
 // --- one line ------------------------------------------------------------------------------------
 
+// A line's digits with the gaps between them as blanks, padded to the length of a whole line.
 std::wstring DigitsOf(const HexLayout& layout, const uint8_t* bytes, uint32_t count) {
   const int start = HexColumn(layout, 0);
   std::wstring text(static_cast<size_t>(HexColumn(layout, layout.per_line) - start), L' ');
@@ -79,6 +82,7 @@ std::wstring CharactersOf(const uint8_t* bytes, uint32_t count) {
   return text;
 }
 
+// The side without the caret shows the same bytes dimmed.
 Colours SelectionColours(const Painter& painter, HexSide side) {
   if (painter.focused && side == painter.window.view.side) {
     return ColoursOf(Tone::kSelectionText, Tone::kSelection);
@@ -112,6 +116,7 @@ void DrawMark(const Painter& painter, HexSide side, int top, uint32_t index) {
   FrameRect(painter.dc, &area, BrushOf(Tone::kFaint));
 }
 
+// The place in the file is left out where the file has no such byte.
 void DrawPositions(const Painter& painter, uint32_t offset, int top) {
   const HexWindow& window = painter.window;
   const Colours colours = ColoursOf(Tone::kFaceText, Tone::kFace);
@@ -121,6 +126,8 @@ void DrawPositions(const Painter& painter, uint32_t offset, int top) {
     DrawRun(painter, FileColumn(window.view.layout), top, PositionText(*position), colours);
 }
 
+// All of a line, then the selection over it, then the mark of the byte at the caret where nothing
+// is selected.
 void DrawHexLine(const Painter& painter, uint32_t line, int top) {
   const HexWindow& window = painter.window;
   const HexLayout& layout = window.view.layout;

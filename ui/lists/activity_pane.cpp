@@ -92,6 +92,7 @@ PictureLook LookOf(const ActivityPane& pane) {
   return look;
 }
 
+// In the colours of the window; a saved picture has its own.
 PictureLook ShownLook(const ActivityPane& pane) {
   PictureLook look = LookOf(pane);
   look.right_free = ButtonsWidth(DpiOfWindow(pane.window));
@@ -123,6 +124,7 @@ void DrawBox(HDC dc, const PictureBox& box) {
   FillRect(dc, &area, static_cast<HBRUSH>(GetStockObject(DC_BRUSH)));
 }
 
+// Boxes in their order, texts over them.
 void DrawPicture(HDC dc, HFONT font, const Picture& picture) {
   DrawBox(dc, {0, 0, picture.width, picture.height, picture.paper});
   for (const PictureBox& box : picture.boxes) DrawBox(dc, box);
@@ -139,6 +141,7 @@ void DrawPicture(HDC dc, HFONT font, const Picture& picture) {
   SelectObject(dc, previous);
 }
 
+// Into a buffer where the system gives one, so that nothing flickers while bars change.
 void OnPaint(const ActivityPane& pane) {
   PAINTSTRUCT paint;
   const HDC dc = BeginPaint(pane.window, &paint);
@@ -182,6 +185,7 @@ std::vector<uint32_t> PixelsOf(const Picture& picture, HFONT font) {
 
 void Beep() { CurrentHost().beep(CurrentHost().context); }
 
+// Filters the list by the range, on a worker; when that cannot begin, what was picked before stays.
 void ShowRange(ActivityPane& pane, const TimeRange& range) {
   ListPlace& place = *pane.place;
   const int column = TimeColumnOf(*place.model);
@@ -200,6 +204,7 @@ size_t BarUnder(const ActivityPane& pane, LPARAM point) {
   return BarAt(pane.picture, pane.bins, GET_X_LPARAM(point));
 }
 
+// Not while a worker reads the list: picking would have to wait for it.
 void StartDrag(ActivityPane& pane, LPARAM point) {
   SetFocus(pane.window);
   if (pane.bins.totals.empty() || pane.place->working) return;
@@ -211,6 +216,7 @@ void StartDrag(ActivityPane& pane, LPARAM point) {
   Redraw(pane);
 }
 
+// Without a drag the bar below the pointer is told in the status bar.
 void MoveOver(ActivityPane& pane, LPARAM point) {
   if (pane.bins.totals.empty()) return;
   const size_t bar = BarUnder(pane, point);
@@ -226,6 +232,7 @@ void MoveOver(ActivityPane& pane, LPARAM point) {
   ShowPlaceStatus(*pane.place, (" " + BarWords(pane.activity, pane.view, pane.bins, bar)).c_str());
 }
 
+// The flag goes first: releasing the pointer sends WM_CAPTURECHANGED, which ends a drag too.
 void EndDrag(ActivityPane& pane, bool pick) {
   if (!pane.dragging) return;
   pane.dragging = false;
@@ -274,6 +281,7 @@ void OnButton(ActivityPane& pane, int button) {
   Redraw(pane);
 }
 
+// About the bar below the pointer; with Shift to the side.
 void OnWheel(ActivityPane& pane, WPARAM first, LPARAM second) {
   if (pane.bins.totals.empty()) return;
   const int turn = GET_WHEEL_DELTA_WPARAM(first);
@@ -402,6 +410,7 @@ LRESULT Route(ActivityPane& pane, UINT message, WPARAM first, LPARAM second) {
   }
 }
 
+// The pane owns its record and takes itself out of the place that it belongs to.
 LRESULT CALLBACK ActivityProc(HWND window, UINT message, WPARAM first, LPARAM second) {
   auto* pane = RecordOfWindow<ActivityPane>(window, message, second);
   if (pane == nullptr) return DefWindowProcW(window, message, first, second);

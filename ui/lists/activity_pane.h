@@ -22,6 +22,7 @@ void FollowActivity(ListPlace& place);
 bool CancelDrag(const ListPlace& place);
 // All rows are shown again.
 void ForgetPickedRange(const ListPlace& place);
+// The pane does not own the font, which must outlive it or be replaced.
 void SetActivityFont(HWND pane, HFONT font);
 
 // Commands of a list; called when guard and needs allow it.

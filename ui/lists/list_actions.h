@@ -5,6 +5,7 @@ namespace hivequarry {
 
 struct ListPlace;
 
+// Commands of a list; called when guard and needs allow it.
 void OnClearList(ListPlace& place);
 // Of all rows; of very many bit by bit.
 void OnSelectAllRows(ListPlace& place);

@@ -29,6 +29,8 @@ struct FilterRun {
   uint32_t serial;
 };
 
+// On the filter's own thread; its last act is the message. Without memory `passing` is shorter than
+// the run, which counts as a run that was stopped.
 void RunFilter(FilterRun& run, const std::atomic<bool>& stop, std::vector<bool>& passing) {
   const BackgroundWork work;
   WithMemory([&] {

@@ -38,6 +38,7 @@ void RunFind(const OutputList& list, FindJob& job) {
 
 void ReportNothing() { ShowMessage("No items found !", kProgramName, Icon::kInformation); }
 
+// Where going round was not asked for, the end of the list says enough by itself.
 void ShowFound(ListPlace& place, const FindJob& job) {
   const FoundRow& found = job.found;
   if (found.wrapped) {

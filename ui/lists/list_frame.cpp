@@ -39,6 +39,7 @@ HWND MakeChild(const ListWindow& window, const wchar_t* type, const wchar_t* tex
 
 // --- toolbar -------------------------------------------------------------------------------------
 
+// The commands that have a tooltip, in the order of the menu.
 std::vector<TBBUTTON> ToolButtons() {
   std::vector<TBBUTTON> buttons;
   for (const ListCommand& command : ListCommands()) {
@@ -87,6 +88,7 @@ int PlaceActivity(const ListWindow& window, int width, int top, int room) {
   return height;
 }
 
+// Places the children anew only when the pane comes or goes.
 void ShowActivityPane(ListWindow& window) {
   const bool shown = ShowsActivity(window.place);
   if (shown != IsShown(window.activity)) {

@@ -43,6 +43,7 @@ bool IsKey(const Accelerator& accelerator, WPARAM key, uint8_t modifiers) {
   return accelerator.key == key && accelerator.modifiers == modifiers;
 }
 
+// True for a key of a command, also where the command is not available just now.
 bool RunKey(ListPlace& place, WPARAM key, uint8_t modifiers) {
   for (const ListCommand& command : ListCommands()) {
     if (!IsKey(command.accelerator, key, modifiers) &&

@@ -102,6 +102,7 @@ void StartGroup(HMENU menu) {
   if (GetMenuItemCount(menu) > 0) AppendMenuW(menu, MF_SEPARATOR, 0, nullptr);
 }
 
+// Made when its first command comes; belongs to the menu.
 HMENU SubMenuOf(MenuBuilder& builder, const ListCommand& command) {
   for (const auto& [title, menu] : builder.submenus) {
     if (title == command.submenu) return menu;

@@ -19,6 +19,7 @@ std::wstring CellStart(const ListPlace& place, uint32_t shown, int column, size_
   return WindowText(FirstUnits(CellText(*place.model, ModelRow(place, shown), column), room));
 }
 
+// The list is virtual: only what is in view is asked for. Rows may be fewer than the control knows.
 void OnDisplay(const ListPlace& place, NMLVDISPINFOW& notice) {
   LVITEMW& item = notice.item;
   if (item.iItem < 0 || static_cast<uint32_t>(item.iItem) >= ShownRowCount(place)) return;

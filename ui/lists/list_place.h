@@ -100,10 +100,13 @@ void ResizeListColumns(ListPlace& place);
 // The same when the room changed, unless the user chose widths.
 void FitListColumns(ListPlace& place);
 
+// Rows are numbered in two ways: by the model, which never changes, and by their place in the order
+// shown, which filtering and sorting change. The control knows places alone.
 uint32_t ShownRowCount(const ListPlace& place);
 // The model's row at a place in the order shown.
 uint32_t ModelRow(const ListPlace& place, uint32_t shown);
-// The rows that are shown, and all that the model has, in the order shown.
+// Numbers of the model's rows: those that are shown, and all that the model has, in the order
+// shown.
 std::vector<uint32_t> ShownRows(const ListPlace& place);
 std::vector<uint32_t> AllRows(const ListPlace& place);
 // Puts all rows in another order, which holds each row once; what is selected and in focus stays
@@ -125,6 +128,7 @@ struct RowChoice {
   bool selection = false;
   std::vector<std::string> lines;  // of the head: which rows are shown
 };
+// A copy of numbers, which stays right while the list is sorted or filtered anew.
 RowChoice ChooseRows(const ListPlace& place, bool selection);
 // Valid as long as the choice.
 inline WrittenRows RowsOf(const RowChoice& choice) {

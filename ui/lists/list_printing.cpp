@@ -40,6 +40,7 @@ SIZE SizeOf(void* context, std::string_view text) {
 int TextWidth(void* context, std::string_view text) { return SizeOf(context, text).cx; }
 int TextHeight(void* context, std::string_view text) { return SizeOf(context, text).cy; }
 
+// Bytes of the text's start that fit, `width` in the device's units; whole characters.
 int Fitting(void* context, std::string_view text, int width) {
   const std::wstring printed = PrintedText(text);
   int count = 0;
@@ -71,6 +72,7 @@ struct PrintJob {
   RowChoice rows;
 };
 
+// On a worker: the device context is used by it alone until it has ended.
 void RunPrintJob(const OutputList& list, const PrintJob& job) {
   DOCINFOW document{};
   document.cbSize = sizeof document;

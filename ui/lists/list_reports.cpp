@@ -31,6 +31,7 @@ ReportLook LookOf(const ListPlace& place) {
   return look;
 }
 
+// On the interface thread, under the wait cursor.
 void SaveReport(const ListPlace& place, bool selection) {
   FileRequest request = ReportRequest();
   request.ask_to_replace = true;

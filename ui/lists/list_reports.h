@@ -8,6 +8,9 @@ namespace hivequarry {
 
 struct ListPlace;
 
+// Commands of a list; called when guard and needs allow it.
+//
+// They ask for a file. What is loaded takes the place of what the list shows.
 void OnSaveReport(ListPlace& place);
 void OnSaveSelectedReport(ListPlace& place);
 void OnLoadReport(ListPlace& place);

@@ -103,6 +103,7 @@ std::string NextTextName() {
                  std::to_string(TheEditedTexts().files.size() + 1), ".txt"});
 }
 
+// Closes the file in any case; it is kept only when all of it was written.
 bool WriteText(const OutputList& list, const WrittenRows& which, FileEncoding encoding,
                OutputFile& out, uint32_t& written) {
   const bool whole = WithMemory([&] {
@@ -112,6 +113,7 @@ bool WriteText(const OutputList& list, const WrittenRows& which, FileEncoding en
   return CloseOutput(out, whole) && whole;
 }
 
+// What is added to such a file is in UTF-8 too.
 bool BeginsWithMark(const std::string& file) {
   int error = 0;
   const FileStream stream(OpenFile(file, "rb", error));

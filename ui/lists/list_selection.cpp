@@ -21,6 +21,8 @@ void SetSelected(const ListPlace& place, int shown, bool on) {
   ListView_SetItemState(place.list, shown, on ? LVIS_SELECTED : 0U, LVIS_SELECTED);
 }
 
+// Places in the order shown, ascending. The count ends the loop: asking for one more after the last
+// would look at all rows that are left.
 std::vector<uint32_t> SelectedPlaces(const ListPlace& place) {
   std::vector<uint32_t> shown;
   const size_t count = SelectedCount(place);
@@ -57,6 +59,7 @@ void ClearSelection(const ListPlace& place) {
   if (focused >= 0) ListView_SetItemState(place.list, focused, LVIS_FOCUSED, LVIS_FOCUSED);
 }
 
+// Both ascending. What is to be taken away comes first.
 PendingSelection ChangesTo(const std::vector<uint32_t>& wanted,
                            const std::vector<uint32_t>& selected) {
   PendingSelection changes;

@@ -18,6 +18,7 @@ struct PendingSelection {
 };
 
 std::vector<uint32_t> SelectedRows(const ListPlace& place);  // model rows in the order shown
+// True also while rows are still being selected bit by bit.
 bool HasSelection(const ListPlace& place);
 // Selects rows by their place in the order shown, ascending; with `add` beside what is selected.
 // Very many are selected bit by bit while the window goes on.

@@ -55,6 +55,7 @@ void RunSort(const OutputList& list, SortJob& job) {
   }
 }
 
+// An order by icons has no column, and so no arrow.
 void ShowSorted(ListPlace& place, SortJob& job) {
   ShowPlaceStatus(place, "");
   ShowInOrder(place, std::move(job.rows));

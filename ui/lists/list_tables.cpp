@@ -77,6 +77,7 @@ bool WriteHeadFile(const OutputList& list, const TableJob& job, const std::strin
   });
 }
 
+// On a worker. Only HTML has a place for the head: others get a file beside theirs.
 void RunTable(const OutputList& list, TableJob& job) {
   job.whole =
       WriteFile(job.file, [&](const TextSink& sink) { return WriteTable(list, job, sink); });

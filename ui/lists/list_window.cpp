@@ -98,6 +98,7 @@ bool OnCreate(ListWindow& window) {
   return true;
 }
 
+// Widths of hidden columns are kept in pixels, so they are scaled with the others.
 void OnDpiChanged(ListWindow& window, uint32_t dpi, const RECT& area) {
   const uint32_t old_dpi = window.dpi;
   window.dpi = dpi;
@@ -149,6 +150,7 @@ LRESULT OnNotify(ListWindow& window, const NMHDR& notice) {
   return ours ? OnListNotify(window.place, notice) : 0;
 }
 
+// WM_COMMAND comes from the filter box with its control, else it is a command of the list.
 LRESULT Route(ListWindow& window, UINT message, WPARAM first, LPARAM second) {
   switch (message) {
     case WM_COMMAND:

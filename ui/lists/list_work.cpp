@@ -21,6 +21,7 @@ namespace {
 constexpr UINT kWatchPause = 100;  // milliseconds
 constexpr UINT kStatusTime = 2000;
 
+// A timer of the interface thread: rows that a worker has added meanwhile come into view.
 void CALLBACK WatchWork(HWND list, UINT, UINT_PTR, DWORD) {
   ListPlace& place = PlaceOfControl(list);
   if (place.filling) {
@@ -35,6 +36,8 @@ void CALLBACK RemoveStatus(HWND list, UINT, UINT_PTR timer, DWORD) {
   ShowPlaceStatus(PlaceOfControl(list), "");
 }
 
+// On the interface thread, after the worker's end. A window that was closed meanwhile goes now, and
+// `done` is not called.
 void EndListWork(ListPlace& place, const std::function<void()>& done) {
   KillTimer(place.list, kWatchTimer);
   place.working = false;
@@ -64,6 +67,7 @@ void SortFilled(const OutputList& list, FillResult& result) {
   result.order = SortRows(list, result.order, result.request, StopRequested);
 }
 
+// Rows keep the order in which they came where none was asked for.
 void ShowFilled(ListPlace& place, FillResult& result) {
   if (result.order.empty()) return;
   ListChanged(place);

@@ -42,6 +42,7 @@ Trail& StartTrail(HWND window) {
   return TheTrails()[window] = Trail();
 }
 
+// Null where no hive is shown, or none of its records holds the position.
 OutputListPtr ReadRecord(const MainWindow& window, uint32_t position) {
   if (window.shown->slot < 0) return nullptr;
   OutputListPtr list = ListRawRecord(ShownHive(window), *window.shown->tree, position);

@@ -90,6 +90,8 @@ void Forget(ValueWindow* window) {
   delete window;
 }
 
+// The window owns its record. Long details are put in a slice at a time, by a timer, so that it
+// goes on answering.
 LRESULT CALLBACK ValueProc(HWND handle, UINT message, WPARAM first, LPARAM second) {
   auto* window = RecordOfWindow<ValueWindow>(handle, message, second);
   if (window == nullptr) return DefWindowProcW(handle, message, first, second);

@@ -5,6 +5,8 @@
 
 namespace hivequarry {
 
+// Once for the process. The view draws what the main window, its parent, is in: nothing open, or a
+// hive on its way. The parent places it; null when it can't be had.
 bool RegisterEmptyViewClass(HINSTANCE instance);
 HWND MakeEmptyView(HWND parent, int identifier);
 

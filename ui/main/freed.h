@@ -21,6 +21,7 @@ void HideFreedKeys(MainWindow& window);
 // Takes the folder out; the keys in the tree went with that.
 void ForgetFreed(MainWindow& window);
 
+// The folder of what was deleted too.
 bool IsFreedSelected(const MainWindow& window);
 // The deleted key that is selected; kNoOffset for none.
 uint32_t SelectedFreedKey(const MainWindow& window);

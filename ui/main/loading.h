@@ -67,6 +67,7 @@ struct ReloadRequest {
   std::string key_path;
   uint32_t key_position = kNoOffset;
 };
+// Starts the load; what becomes of it kLoadDone tells.
 void LoadAgain(MainWindow& window, const ReloadRequest& request);
 // Lets go of the hive shown; of all of it but its origin. No operation may be under way.
 void LetGoOfHive(MainWindow& window);

@@ -77,6 +77,8 @@ void ForgetItemShown(MainWindow& window);
 // piece of work, or a window of its own; about none where that one is no longer open.
 class HiveTurn {
  public:
+  // `number` of a hive, kAnyHive or kOfNoHive. On the interface thread; turns may be inside each
+  // other and end in the reverse order.
   HiveTurn(MainWindow& window, uint32_t number);
   ~HiveTurn();
   HiveTurn(const HiveTurn&) = delete;

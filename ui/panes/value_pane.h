@@ -37,6 +37,7 @@ void ClearValues(ValuePane& pane);
 // The row selected and in focus, else the first selected one, -1 for none.
 int SelectedRow(const ValuePane& pane);
 
+// Info rows too, as everything that the pane shows can be copied.
 void SelectAllRows(const ValuePane& pane);
 void InvertRows(const ValuePane& pane);
 // The texts of the selected rows, a line each, columns separated by tabs.
