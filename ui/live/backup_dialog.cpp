@@ -131,6 +131,8 @@ const wchar_t* StateWord(HiveState state) {
   return kWords[static_cast<size_t>(state)];
 }
 
+// The answer to kHiveChanged, which the worker posts. A timer turns the picture while the hive is
+// being worked on. The word beside it is for screen readers.
 void OnHiveChanged(BackupDialog& state, int hive, HiveState now) {
   if (hive >= state.hives) return;
   state.states[static_cast<size_t>(hive)] = now;
@@ -169,6 +171,8 @@ void DrawState(BackupDialog& state, const DRAWITEMSTRUCT& item) {
 
 // --- runs ----------------------------------------------------------------------------------------
 
+// On the interface thread. The unattended dialog goes by itself soon; replacing is done once, as
+// what was replaced takes effect with the next start alone.
 void OnRunDone(BackupDialog& state) {
   state.running = false;
   if (state.purpose == Purpose::kUnattended) {
@@ -183,6 +187,7 @@ void OnRunDone(BackupDialog& state) {
                reinterpret_cast<WPARAM>(GetDlgItem(state.dialog, IDCANCEL)), TRUE);
 }
 
+// The dialog and its record stay until the worker has ended: it refers to them.
 void StartRun(BackupDialog& state) {
   EnableControls(state, false);
   state.running = true;
@@ -199,6 +204,7 @@ void StartRun(BackupDialog& state) {
   }
 }
 
+// Without a hive ticked nothing happens.
 void OnOk(BackupDialog& state) {
   HiveRun& run = state.run;
   run.folder = FolderIn(state);
@@ -252,6 +258,7 @@ uint32_t FirstTicks(const BackupDialog& state) {
   return hives;
 }
 
+// The unattended run begins when the dialog is shown: kBegin is posted.
 INT_PTR OnStart(BackupDialog& state) {
   state.purpose == Purpose::kReplace ? ShowForReplacing(state) : ShowForBackup(state);
   SendDlgItemMessageW(state.dialog, kBackupFolder, EM_SETLIMITTEXT, 1000, 0);
@@ -316,6 +323,8 @@ INT_PTR Route(BackupDialog& state, UINT message, WPARAM first, LPARAM second) {
   }
 }
 
+// How many hives there are depends on the system's generation; the dialog has a template for each
+// number.
 BackupDialog MakeState(MainWindow& window, Purpose purpose) {
   BackupDialog state;
   state.window = &window;
@@ -329,6 +338,7 @@ BackupDialog MakeState(MainWindow& window, Purpose purpose) {
   return state;
 }
 
+// Until it is closed.
 void ShowDialog(BackupDialog& state) {
   constexpr DLGPROC kProcedure = RecordDialogProc<BackupDialog, OnStart, Route>;
   const HWND owner = state.window->handle;

@@ -54,6 +54,7 @@ std::function<void()> EndOf(const std::shared_ptr<CompareJob>& job) {
   };
 }
 
+// False when it could not begin. The list keeps what it was made by, so that it can be made anew.
 bool Compare(MainWindow& window, uint32_t item, bool displayed) {
   if (!MayCompare(ShownHive(window), *window.shown->tree, item)) return false;
   const auto job =

@@ -46,6 +46,7 @@ struct MountDialog {
   std::string trouble;  // of the worker's copying
 };
 
+// The hive shown is proposed; unloading proposes the key that was loaded last.
 INT_PTR OnStart(MountDialog& state) {
   SendDlgItemMessageW(state.dialog, kMountKey, EM_SETLIMITTEXT, 255, 0);
   if (!state.load) {
@@ -68,6 +69,7 @@ void Browse(const MountDialog& state) {
   if (!file.empty()) SetDlgItemTextW(state.dialog, kMountFile, WideName(file).c_str());
 }
 
+// While the registry is at work the dialog takes no input, and can not be closed.
 void SetBusy(MountDialog& state, bool busy) {
   state.busy = busy;
   for (const int control : kControls) {
@@ -141,6 +143,8 @@ void StartMounting(MountDialog& state, const std::string& name, const std::strin
   if (started) SetBusy(state, true);
 }
 
+// A file that is open here is never loaded itself: the system would write to it. A copy is, where
+// the user names a place for one.
 void OnOk(MountDialog& state) {
   const std::string name = ControlText(state.dialog, kMountKey);
   std::string file = state.load ? ControlFileName(state.dialog, kMountFile) : std::string();

@@ -52,6 +52,7 @@ constexpr size_t kTextInBlock = kItemRecord64.size;
 
 // --- failures and waiting ------------------------------------------------------------------------
 
+// The system's words for an error, in its language, without the line end; UTF-8.
 std::string SystemText(DWORD error) {
   wchar_t text[512] = L"";
   DWORD length = FormatMessageW(
@@ -242,6 +243,7 @@ bool ReadSelection(const Editor& editor, std::vector<EditorKey>& way) {
   return way[0].item != nullptr;
 }
 
+// Empty names are left out, so a backslash at either end does no harm.
 std::vector<std::wstring> NamesOf(std::wstring_view path) {
   std::vector<std::wstring> names;
   while (!path.empty()) {

@@ -17,6 +17,7 @@
 namespace hivequarry {
 namespace {
 
+// On a worker, since the editor is waited for. A beep for what has no path.
 void StartGoing(MainWindow& window, const std::string& path, const std::string& value) {
   if (path.empty()) return CurrentHost().beep(CurrentHost().context);
   StartWork(

@@ -40,6 +40,7 @@ struct SnapshotDialog {
   uint32_t roots = kFirstRoots;
 };
 
+// `roots` has a bit for each row of WholeRoots, whose boxes are numbered in that order.
 INT_PTR OnStart(SnapshotDialog& state) {
   SetDlgItemTextW(state.dialog, kSnapshotFile, WideName(state.place).c_str());
   if (!state.whole_roots) {
@@ -91,6 +92,7 @@ uint32_t RootsToWrite(const SnapshotDialog& state) {
   return roots;
 }
 
+// What is there already is replaced only after a question, for each root by itself (RootsToWrite).
 void OnOk(SnapshotDialog& state) {
   state.place = ControlFileName(state.dialog, kSnapshotFile);
   state.key = state.whole_roots ? std::string() : ControlText(state.dialog, kSnapshotKey);

@@ -35,6 +35,7 @@ struct BandMeasure {
   std::vector<int> widths;
   int line = 0;
 };
+// Widths of all buttons and the height of a row, pixels, in the font of the band.
 BandMeasure Measure(const MainWindow& window) {
   const Band& band = window.band;
   const HFONT font = window.look.fonts.text;

@@ -29,6 +29,7 @@ EmptyTexts TextsFor(MainWindow& window) {
   return {WideName(BaseName(window.load.origin.file)), window.host.status};
 }
 
+// Returns where the next line begins.
 int DrawLine(HDC dc, const RECT& area, int top, const std::wstring& text, HFONT font,
              COLORREF colour) {
   const HGDIOBJ previous = SelectObject(dc, font);
@@ -48,6 +49,7 @@ void DrawPicture(const MainWindow& window, HDC dc, int x, int y, int size) {
   DestroyIcon(icon);
 }
 
+// A little above the middle.
 void Draw(MainWindow& window, HDC dc, const RECT& area) {
   FillRect(dc, &area, BrushOf(Tone::kWindow));
   const EmptyTexts texts = TextsFor(window);
@@ -61,6 +63,7 @@ void Draw(MainWindow& window, HDC dc, const RECT& area) {
   DrawLine(dc, area, top, texts.hint, window.look.fonts.text, ColourOf(Tone::kFaint));
 }
 
+// The parent's record may be gone already while the window is taken down.
 void OnPaint(HWND view) {
   PAINTSTRUCT paint;
   const HDC dc = BeginPaint(view, &paint);

@@ -18,6 +18,7 @@ struct Progress {
   uint32_t done = 0;
   uint32_t all = 0;
 };
+// Over all hives of the window, in items.
 Progress ProgressOf(const MainWindow& window) {
   Progress progress;
   for (const auto& hive : window.hives) {

@@ -37,6 +37,7 @@ void Leave(const FindingRun& run, std::shared_ptr<const FreedTree> freed) {
   PostMessageW(run.window, kFindingsReady, run.serial, run.number);
 }
 
+// On the findings' thread. `freed_cut`: the search came to one of its bounds.
 std::shared_ptr<const FreedTree> FindFreed(const HiveImage& hive, const KeyTree& tree,
                                            HiveFindings& found) {
   std::shared_ptr<const FreedTree> freed = FindFreedTree(hive, tree);

@@ -63,6 +63,8 @@ void CentrePathText(const MainWindow& window, int text_height) {
   SendMessageW(window.controls.path, EM_SETRECT, 0, reinterpret_cast<LPARAM>(&area));
 }
 
+// Functions Place... take the area that is left, in the client area, and return what is left of it
+// then.
 RECT PlacePath(MainWindow& window, RECT area) {
   const int margin = Scale(kMargin, window.dpi);
   const int text = LineHeight(window.look.fonts.text);
@@ -84,6 +86,7 @@ RECT PlaceBand(MainWindow& window, RECT area) {
   return area;
 }
 
+// The share of the details is of the whole height, so it stays when the window grows.
 void PlaceRightSide(MainWindow& window, const RECT& area) {
   const int bar = Scale(kSplitterWidth, window.dpi);
   int detail = 0;
@@ -99,6 +102,7 @@ void PlaceRightSide(MainWindow& window, const RECT& area) {
   FitValueColumns(window.values, window.dpi);
 }
 
+// The tree has a fixed width at 96 dpi, the right side what is left of the window.
 void PlacePanes(MainWindow& window, const RECT& area) {
   if (window.layout.arrangement == kTreeArrangement) return PlaceChild(window.controls.tree, area);
   const int bar = Scale(kSplitterWidth, window.dpi);

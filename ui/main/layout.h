@@ -24,9 +24,11 @@ struct PaneLayout {
   std::array<int, 3> recent_arrangements = {kKeysArrangement, 0, 0};  // newest first, 0 for none
 };
 
-// Places every child; moves a splitter by pixels; goes over to another resolution.
+// Places every child for the size that the window has.
 void LayOut(MainWindow& window);
+// By pixels, right or down, as kSplitterMoved tells it; each pane keeps a least size.
 void MoveSplitter(MainWindow& window, int splitter, int distance);
+// Goes over to another resolution: fonts, pictures, widths of columns.
 void ApplyDpi(MainWindow& window, uint32_t dpi);
 // Makes fonts and pictures anew, for the present resolution and system colours.
 void RefreshLook(MainWindow& window);

@@ -29,6 +29,8 @@
 namespace hivequarry {
 namespace {
 
+// On the worker, with the settings as they are when the load begins: nobody changes them while an
+// operation is under way.
 BuildOptions OptionsOfBuild(const LoadJob& job) {
   const Options& options = TheSettings().options;
   BuildOptions build;

@@ -53,6 +53,8 @@ LRESULT CALLBACK PathProc(HWND path, UINT message, WPARAM first, LPARAM second, 
   return DefSubclassProc(path, message, first, second);
 }
 
+// In the order of Tab as far as the system knows one. A control that a screen reader is to name has
+// its label right before it. False when one can't be had; the window is not opened then.
 bool MakeChildren(MainWindow& window) {
   window.controls.toolbar = MakeToolbar(window);
   if (window.controls.toolbar == nullptr) {
@@ -91,6 +93,7 @@ bool MakeChildren(MainWindow& window) {
   return true;
 }
 
+// The host first: what fails from then on is told in boxes.
 bool OnCreate(MainWindow& window) {
   window.dpi = DpiOfWindow(window.handle);
   StartHostWindow(window.host, window.handle);

@@ -32,6 +32,7 @@ HMENU SubMenu(HMENU menu, const std::wstring& title) {
   return sub;
 }
 
+// "&Reports>&Devices": titles from the top down, made where they are missing.
 HMENU MenuOfPath(HMENU menu, std::string_view path) {
   while (!path.empty()) {
     const size_t end = path.find('>');

@@ -37,6 +37,7 @@ LRESULT OnExpanding(MainWindow& window, const NMTREEVIEWW& notice) {
   return FALSE;
 }
 
+// Several trees are in the control: the lParam of an item says whose it is.
 LRESULT OnTreeNotify(MainWindow& window, const NMHDR& notice) {
   switch (notice.code) {
     case TVN_ITEMEXPANDINGW:

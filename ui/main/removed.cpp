@@ -24,6 +24,7 @@ void ShowContent(MainWindow& window) {
   BindFolder(window.shown->removed_pane, state, WindowText(RemovedFolderText(state)));
 }
 
+// On the interface thread; the hive may be gone by then.
 void ShowRemoved(MainWindow& window, const RemovedJob& job) {
   if (!job.found || window.shown->slot < 0) return;
   window.shown->removed = job.state;
@@ -33,6 +34,7 @@ void ShowRemoved(MainWindow& window, const RemovedJob& job) {
   if (window.shown == window.viewed && IsRemovedSelected(window)) OnRemovedSelected(window);
 }
 
+// When the folder is opened for the first time: the state before the logs costs a load of its own.
 void WorkOut(MainWindow& window) {
   const auto job = std::make_shared<RemovedJob>();
   StartWork(

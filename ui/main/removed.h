@@ -18,6 +18,7 @@ void ForgetRemoved(MainWindow& window);
 
 // The tree that an item of the control belongs to, by its lParam.
 TreePane& PaneOfItem(MainWindow& window, LPARAM item);
+// The folder itself, or something in it.
 bool IsRemovedSelected(const MainWindow& window);
 // True when the folder's content is to be worked out before it opens.
 bool OnRemovedExpanding(MainWindow& window, const NMTREEVIEWW& notice);

@@ -52,6 +52,8 @@ void GatherItem(MainWindow& window, const ReadHive& of, uint32_t serial, uint32_
   Deliver(window.selection.item_box, serial, std::move(result), window.handle, kItemReady);
 }
 
+// Likewise of a deleted key, and of one that the logs removed: `freed` and `removed` hold what is
+// read.
 void GatherFreed(MainWindow& window, const ReadHive& of, uint32_t serial, uint32_t item,
                  ValueViewOptions options, const Freed& freed) {
   if (!IsNewest(window.selection.item_box, serial)) return;
@@ -79,6 +81,8 @@ void GatherRemoved(MainWindow& window, const ReadHive& of, uint32_t serial, uint
   Deliver(window.selection.item_box, serial, std::move(result), window.handle, kItemReady);
 }
 
+// Of a deleted value, of one that the logs removed, or of the hive's own; at most one of `removed`
+// and `freed` is about it.
 DetailResult DetailOfValue(const ReadHive& of, uint32_t value, const Removed& removed,
                            const Freed& freed) {
   if (freed != nullptr && FreedValueAt(freed->records, value) != nullptr) {
@@ -122,6 +126,8 @@ ItemValues RowsInWorkspace(const WindowHive& hive) {
                        : WorkspaceRows(HiveOfSlot(hive.slot), *hive.tree, hive.survey);
 }
 
+// Those of all hives, one after another, so a row leads to its hive by its number
+// (HiveOfWorkspaceRow).
 ItemValues RowsOfWorkspace(const MainWindow& window) {
   ItemValues all;
   for (const auto& hive : window.hives) {
@@ -154,6 +160,7 @@ void ForgetResults(MainWindow& window) {
   ++window.selection.detail_box.newest;
 }
 
+// Results that are on their way are of no use any more.
 void ShowWorkspace(MainWindow& window) {
   ForgetResults(window);
   SetWindowTextW(window.controls.path, kWorkspaceTitle);

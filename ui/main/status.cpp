@@ -22,6 +22,7 @@ void SetPartText(const MainWindow& window, StatusPart part, const std::wstring& 
   SendMessageW(window.controls.status, SB_SETTEXTW, part, reinterpret_cast<LPARAM>(text.c_str()));
 }
 
+// A range of 0 steps hides the bar.
 void ShowProgress(MainWindow& window) {
   const uint32_t steps = window.host.progress_steps;
   if ((IsWindowVisible(window.controls.progress) != FALSE) != (steps != 0)) {

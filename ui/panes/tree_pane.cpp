@@ -77,6 +77,7 @@ HTREEITEM InsertItem(TreePane& pane, uint32_t item, HTREEITEM parent, HTREEITEM 
   return handle;
 }
 
+// Always the last item of the control.
 void InsertWorkspace(const TreePane& pane) {
   std::wstring text = kWorkspaceTitle;
   TVINSERTSTRUCTW insert{};

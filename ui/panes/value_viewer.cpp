@@ -68,6 +68,7 @@ Parts InTwoRows(const RECT& area, int hex, int least_meaning, int lines, int gap
       {0, 0, text, top}, {0, top + gap, area.right, area.bottom}, {text + gap, 0, area.right, top}};
 }
 
+// Side by side where there is room for all three, else in two rows.
 Parts PartsOf(const ValueViewer& viewer, const RECT& area) {
   const int gap = Scale(kGap, viewer.dpi);
   const int hex = HexWidthWanted(viewer.hex);
@@ -133,6 +134,7 @@ std::wstring CellOf(const ValueViewer& viewer, int row, int column) {
   return WindowText(column == 0 ? meaning.label : meaning.text);
 }
 
+// Label and text of the selected rows, a tab between them, a line each.
 void CopyMeanings(const ValueViewer& viewer) {
   std::wstring text;
   int row = -1;
@@ -211,6 +213,7 @@ LRESULT OnDetailColour(WPARAM dc) {
   return reinterpret_cast<LRESULT>(BrushOf(Tone::kWindow));
 }
 
+// The record is the caller's and outlives the container. Sizes may come before all panes are made.
 LRESULT CALLBACK ViewerProc(HWND handle, UINT message, WPARAM first, LPARAM second) {
   auto* viewer = RecordOfWindow<ValueViewer>(handle, message, second);
   if (viewer == nullptr) return DefWindowProcW(handle, message, first, second);

@@ -39,6 +39,7 @@ void ShowPlaces(HWND dialog) {
   EnableWindow(GetDlgItem(dialog, IDOK), !live || TickedBits(dialog, kRoots) != 0);
 }
 
+// Without a hive the registry is all that can be searched.
 void OnStart(HWND dialog, PermissionRequest& request) {
   SetWindowLongPtrW(dialog, DWLP_USER, reinterpret_cast<LONG_PTR>(&request));
   const PermissionQuery& query = request.query;
@@ -63,6 +64,7 @@ AceKind KindChosen(HWND dialog) {
   return static_cast<AceKind>(kind);
 }
 
+// The dialog stays when the SID is none; the field is optional.
 void AcceptRequest(HWND dialog) {
   PermissionRequest& request = RequestOf(dialog);
   if (!ReadSid(dialog, kPermissionSid, true, request.query.sid)) return;

@@ -28,6 +28,7 @@ void Judge(HWND dialog) {
   EnableWindow(GetDlgItem(dialog, IDOK), any);
 }
 
+// All parts are ticked while none is in force.
 void OnStart(HWND dialog, const SidReplacement& replacement) {
   const bool in_force = !replacement.from.empty();
   FillSidBox(dialog, kReplaceFrom, replacement.from);

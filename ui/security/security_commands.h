@@ -15,8 +15,9 @@ void OnListKeyOwners(MainWindow& window);
 void OnListRecordKeys(MainWindow& window);
 void OnListLocalGroups(MainWindow& window);
 void OnFindKeysWithPermissions(MainWindow& window);
-// Changes how lists show a SID, and nothing in the hive.
+// The keys where an account may write, which the user is asked for.
 void OnWhoMayWrite(MainWindow& window);
+// Changes how lists show a SID, and nothing in the hive.
 void OnReplaceSid(MainWindow& window);
 
 // Of the selected key.

@@ -107,6 +107,7 @@ void LayOut(HWND dialog) {
   }
 }
 
+// Shared pictures, which nobody destroys.
 void SetIcons(const SecurityWindow& window) {
   const auto* icon = MAKEINTRESOURCEW(kIconProgram);
   const HINSTANCE instance = window.owner->instance;
@@ -144,6 +145,7 @@ void MoveToPlace(const SecurityWindow& window) {
 
 // --- the record ----------------------------------------------------------------------------------
 
+// False when the hive has gone, or has no such record any more.
 bool FillText(const SecurityWindow& window, AccountNames& names) {
   const HiveTurn hive_turn(*window.owner, window.hive);
   if (window.owner->shown->slot < 0) return false;
