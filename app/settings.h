@@ -81,6 +81,7 @@ struct WindowPlace {
   int list_kind = 0;  // of the list with these columns, as lists of several kinds share a place
   bool operator==(const WindowPlace&) const = default;
 };
+// False for the built-in layout.
 inline bool IsPlaced(const WindowPlace& place) {
   return place.right > place.left && place.bottom > place.top;
 }

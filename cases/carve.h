@@ -50,6 +50,7 @@ struct Carved {
   std::string why;               // what proves it, and what is wrong with it
   std::string file;              // that was written of it; empty: none
 
+  // What may be opened as a hive, whole or not.
   bool hive() const {
     return kind <= CarvedKind::kJoined || kind == CarvedKind::kPacked ||
            kind == CarvedKind::kPackedPage;

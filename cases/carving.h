@@ -69,6 +69,7 @@ struct BinRun {
   uint64_t end = 0;      // after the last, as its header says
   uint64_t vouched = 0;  // up to where a base block says that they go on; 0: none does
   uint32_t own = 0;      // own offset of the first
+  // An offset, as `own` is.
   uint32_t own_end() const { return own + static_cast<uint32_t>(end - start); }
 };
 
@@ -131,6 +132,7 @@ struct HivePiece {
   std::vector<KeyReference> backward;
 
   uint32_t own_end() const { return own + static_cast<uint32_t>(end - bins); }
+  // As long as its base block says, every block whole, and nothing else among them.
   bool complete() const {
     return base && own_end() >= claimed && claimed != 0 && zeros.empty() && foreign.empty() &&
            broken == 0;

@@ -41,7 +41,8 @@ struct HtmlReport {
 HtmlSection SectionOf(const char* id, const char* title, OutputListPtr list,
                       const std::string& whole = {});
 
-// Times (FILETIME) by the year that each is in; those of years that no registry has seen apart.
+// Times (FILETIME) by the year that each is in, UTC; those of years that no registry has seen
+// apart.
 struct YearCounts {
   std::map<int, uint64_t> years;
   uint64_t others = 0;

@@ -153,6 +153,7 @@ void CheckTombstoneValue(Checking& check, uint32_t position, uint32_t key);
 struct StoredName {
   ByteView bytes;
   bool wide = false;
+  // Half a unit at the end is none. UnitAt is asked for places below this alone.
   uint32_t units() const { return static_cast<uint32_t>(wide ? bytes.size() / 2 : bytes.size()); }
 };
 inline char16_t UnitAt(const StoredName& name, uint32_t at) {

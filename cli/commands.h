@@ -29,7 +29,8 @@ inline constexpr int kExitUsage = 2;
 inline constexpr int kExitUnreadable = 3;  // the file can't be read
 inline constexpr int kExitDirty = 4;       // with "--strict": done, but a dirty hive lacks its logs
 
-// Arguments of the commands about dates and security records.
+// Arguments of the commands about dates and security records; texts as they were typed, read by the
+// command that uses them.
 struct DatesRequest {
   std::string from;  // empty: no bound
   std::string to;
@@ -45,7 +46,8 @@ struct SecurityRequest {
   bool resolve = false;
 };
 
-// Of "timeline".
+// Of "timeline". What is no option of its own is in the ConsoleRequest: the key, freed records, the
+// range of dates.
 struct TimelineRequest {
   std::vector<std::string> files;  // "-": names of files, from the standard input
   std::vector<std::string> folders;
@@ -70,6 +72,8 @@ struct CompareRequest {
   std::string patch_to_a;
 };
 
+// All that a command line asks for. Each command looks at what it knows; what it does not know was
+// refused before, by the parser.
 struct ConsoleRequest {
   std::string hive;                // file name, UTF-8; for "convert" of a Report List
   std::vector<std::string> hives;  // of "report machine": all of them, the first in `hive` too

@@ -14,12 +14,16 @@ class FileLabels {
  public:
   FileLabels(const Printing& printing, const TextSink& sink) : printing_(printing), sink_(sink) {}
 
+  // Around what was printed of one file: its name, in UTF-8, is that of all rows up to the end. End
+  // hands on what is left; false when the sink refused.
   void Begin(const std::string& file);
   // The next piece of the file's output. False when the sink refused.
   bool Add(std::string_view text);
   bool End();
 
  private:
+  // What is printed is taken apart as it comes, piece by piece: lines of text and of CSV, of which
+  // a field in quotes may have line ends, and objects of JSON Lines.
   bool Flush();
   void AddCharacter(char c);
   void EndLine();

@@ -26,6 +26,8 @@ ManyFiles TakeManyFiles(std::vector<std::string>& arguments);
 // read.
 HivesOfFolder FilesOf(const ManyFiles& many);
 
+// What RunForFiles runs: one process of this program for each file, so that what one damaged hive
+// costs no other one pays for.
 struct ManyRuns {
   std::vector<std::string> files;
   std::vector<std::string> arguments;   // of the command, without the file and without "-o"

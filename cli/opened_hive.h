@@ -14,6 +14,8 @@
 
 namespace hivequarry {
 
+// What a command works on. The hive is a slot of the table of hives and stays until that is
+// emptied; the tree is its own.
 struct OpenedHive {
   HiveImage* hive = nullptr;
   KeyTree tree;
@@ -56,7 +58,8 @@ int StackBases(const ConsoleRequest& request, const BuildOptions& options, Opene
 // "4660" or "0x1234", after an "@" or without one.
 bool ParsePosition(std::string_view text, uint32_t& position);
 // The image position that "@OFFSET" names, in a stack also "@LAYER:OFFSET": as the file of the
-// layer counts, the topmost's without a number. False for any other text.
+// layer counts, the topmost's without a number. False for any other text. That anything is there is
+// not checked.
 bool FindPosition(const HiveImage& hive, std::string_view text, uint32_t& position);
 // The item of a key named by its path or position: the root for an empty name, kNoItem for none.
 uint32_t ItemNamed(const OpenedHive& opened, const std::string& key);

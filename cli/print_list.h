@@ -16,7 +16,7 @@ enum class Format { kText, kCsv, kJsonLines, kReport };
 // One line on stderr, under the program's name.
 void Complain(const std::string& text);
 
-// Where to, and how.
+// Where to, and how. A file appears only when it is whole.
 struct Printing {
   Format format = Format::kText;
   std::string file;                 // UTF-8; empty: stdout

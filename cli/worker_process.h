@@ -9,7 +9,8 @@
 
 namespace hivequarry {
 
-// What it prints goes to files that nobody else sees, so that neither waits for the other.
+// What it prints goes to files that nobody else sees, so that neither waits for the other. The
+// files go with the record; the process is waited for by EndWorker alone.
 struct WorkerProcess {
   int64_t id = -1;
   std::FILE* output = nullptr;

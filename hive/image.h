@@ -70,10 +70,10 @@ struct FilePlaces {
 // The position of an offset stored at `field`, in an image with runs (offset_map.h).
 uint32_t ResolveOffset(const HiveImage& hive, uint32_t offset, uint32_t field);
 
-// The value list of a key that shares it with others, or whose list's cell does not say how long it
-// is.
 // "As many as the list has".
 inline constexpr uint32_t kAllEntries = 0xFFFFFFFF;
+// The value list of a key that shares it with others, or whose list's cell does not say how long it
+// is.
 struct ValueListNote {
   uint32_t entries = kAllEntries;   // of the list that are the key's; no more than it counts
   uint32_t in_walks = kAllEntries;  // of these, the ones that a walk over many keys reads

@@ -9,9 +9,9 @@
 namespace hivequarry {
 
 // Keeps what the table says of the hive being worked on, and of the next opening, while another one
-// is opened beside it. The slots are not its concern.
-// Remembers when it is made and puts back when it goes out of scope, in the order of a stack: one
-// may be inside another. On the thread that opens hives only.
+// is opened beside it. The slots are not its concern. Remembers when it is made and puts back when
+// it goes out of scope, in the order of a stack: one may be inside another. On the thread that
+// opens hives only.
 class KeptHiveTable {
  public:
   KeptHiveTable();

@@ -156,11 +156,11 @@ inline bool HasKeyCell(const KeyTree& tree, uint32_t item) {
   return IsKeyItem(tree, item) && (tree.items[item].marks & kVirtualMarks) == 0;
 }
 
-// For who builds a tree, whose items are added each before its children. A folder below the root,
-// by its identifier:
-// These three may be called before the tree is shown to anybody else only.
+// For who builds a tree, whose items are added each before its children, and only before the tree
+// is shown to anybody else. A folder below the root, by its identifier; its number.
 uint32_t AddFolder(KeyTree& tree, ItemKind kind, uint32_t identifier);
-// All that is below the item has been added.
+// All that is below the item has been added. Every item is closed once, children before their
+// parent; until then `end` means nothing.
 inline void CloseItem(KeyTree& tree, uint32_t item) {
   tree.items[item].end = static_cast<uint32_t>(tree.items.size());
 }
@@ -213,8 +213,9 @@ inline constexpr size_t kPathLimit = 1040;
 // The path with the names as they are stored, where one of them is displayed otherwise; else empty.
 std::string StoredItemPath(const HiveImage& hive, const KeyTree& tree, uint32_t item);
 
-// Path texts of a walk in item order: each item's path is made from its parent's, once.
-// Keeps references to the image and the tree, which must outlive it; one thread.
+// Path texts of a walk in item order: each item's path is made from its parent's, once. Items in
+// another order are right as well, and cost as much as ItemPath does. Keeps references to the image
+// and the tree, which must outlive it; one thread.
 class PathWalker {
  public:
   PathWalker(const HiveImage& hive, const KeyTree& tree) : hive_(hive), tree_(tree) {}
@@ -230,8 +231,11 @@ class PathWalker {
     size_t length;  // of the path text up to this item
     bool escaped;   // this or one above is not displayed as it is stored
   };
+  // Makes `levels_` and `path_` those of the item: back to its nearest ancestor among the levels,
+  // and down from there. Push adds one name.
   void Enter(uint32_t item);
   void Push(uint32_t item);
+  // Whether the path is to be shortened, and from which level on it is shown then.
   bool IsLong() const;
   size_t AnchorLevel() const;
 

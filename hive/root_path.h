@@ -58,6 +58,7 @@ struct WholeRoot {
   const char* file_name;
   const char* path;  // short form
 };
+// In the order of the roots in a registry; there as long as the program runs.
 std::span<const WholeRoot> WholeRoots();
 // The root that the name of the hive's file stands for; false (and nothing changed) when it is none
 // of those names.

@@ -32,6 +32,7 @@ using ValueEditPtr = std::shared_ptr<const ValueEdit>;
 
 // Moving is for whoever has the image alone: neither side's mutex is taken.
 struct ValueEdits {
+  // A moved-from table is empty; the edits themselves stay whole for whoever holds one.
   ValueEdits() = default;
   ValueEdits(ValueEdits&& other) noexcept { *this = std::move(other); }
   ValueEdits& operator=(ValueEdits&& other) noexcept;

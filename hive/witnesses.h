@@ -14,7 +14,7 @@ enum class CellKind : uint8_t { kNone, kKey, kList, kValue, kSecurity, kValueLis
 inline constexpr size_t kCellKinds = 7;
 
 // A set of offsets (multiples of 8) by kind. Those below `near_end` take a byte for each 8, others
-// a place in a table.
+// a place in a table: an image has few of these, and made-up ones may be anywhere in 32 bits.
 class OffsetSet {
  public:
   OffsetSet() = default;
@@ -27,6 +27,7 @@ class OffsetSet {
   static uint32_t Word(CellKind kind, uint32_t offset) {
     return (static_cast<uint32_t>(kind) << 29) | offset >> 3;  // never 0, as no kind is named 0
   }
+  // The table is open: a word is at its hash's place or after it, and 0 is an empty place.
   size_t PlaceOfWord(uint32_t word) const;
   void Grow();
 

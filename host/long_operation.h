@@ -25,6 +25,7 @@ inline constexpr int kOperationQuietB = 4;
 inline constexpr int kBackupStoppable = 200;
 
 inline constinit LongOperation long_operation_instance;
+// One for the process, as there is one operation at a time.
 inline LongOperation& TheLongOperation() { return long_operation_instance; }
 
 // Claims the one slot for a long operation, sets the running flag to `code` (not 0) and forgets

@@ -42,7 +42,8 @@ bool WriteOutput(OutputFile& file, std::string_view bytes);
 // name does not hold the new content now (what it held before is whole then).
 bool CloseOutput(OutputFile& file, bool keep);
 
-// Gives a file up that is still open when this goes: a lack of memory leaves no half of it.
+// Gives a file up that is still open when this goes: a lack of memory leaves no half of it. Of no
+// effect on one that was closed before; `file` is the caller's and must outlive it.
 struct OutputGuard {
   explicit OutputGuard(OutputFile& guarded) : file(guarded) {}
   ~OutputGuard() { CloseOutput(file, false); }

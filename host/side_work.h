@@ -12,6 +12,7 @@ namespace hivequarry {
 // nothing to the user, and it must not throw.
 class SideWork {
  public:
+  // Begins at once. What `work` refers to must outlive this.
   explicit SideWork(std::function<void()> work);
   ~SideWork() { Wait(); }
   SideWork(const SideWork&) = delete;

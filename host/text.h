@@ -57,6 +57,7 @@ void AppendCharacter(uint32_t code, std::string& text);
 std::string TextOfWide(std::u16string_view wide);
 std::u16string WideOfText(std::string_view text);
 
+// Half of a character of UTF-16; the high half comes first.
 inline bool IsSurrogate(uint32_t code) { return code >= 0xD800 && code < 0xE000; }
 inline bool IsHighSurrogate(uint32_t code) { return code >= 0xD800 && code < 0xDC00; }
 inline bool IsLowSurrogate(uint32_t code) { return code >= 0xDC00 && code < 0xE000; }

@@ -70,6 +70,8 @@ class RegistryWalk : public KeySource {
     size_t next_child = 0;
   };
 
+  // Start gives the first key, Enter one of its children; Push adds the level of either, opened or
+  // not. ListChildren reads the names below a level when they are first needed.
   bool Start(SourceKey& key);
   bool Enter(const Child& child, SourceKey& key);
   void Push(OpenedKey opened, int32_t error, const Child& child, SourceKey& key);

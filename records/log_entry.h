@@ -79,6 +79,7 @@ struct LogPlaces {
   static constexpr uint32_t kMost = 1024;
   uint8_t bytes[kMost * kLogPlaceSize];
   uint32_t count = 0;
+  // `i` below `count`. The offset counts from the start of the bins, the size is in bytes.
   uint32_t offset(uint32_t i) const { return LoadU32(bytes + i * kLogPlaceSize); }
   uint32_t size(uint32_t i) const { return LoadU32(bytes + i * kLogPlaceSize + 4); }
 };

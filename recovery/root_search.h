@@ -68,6 +68,7 @@ struct ImageCut {
   uint32_t rest = 0;        // where in the file a range for the rest has to start
   const char* reason = "";  // "another hive begins: ..."
 };
+// All 0 for an image that was not cut.
 ImageCut CutOf(const HiveImage& hive);
 
 }  // namespace hivequarry

@@ -51,6 +51,7 @@ struct HiveLogs {
   std::vector<LoggedRange> changed;  // ascending, apart from each other
   uint32_t cut = 0;  // bytes that the file has after the bins that were made smaller
 
+  // Empty for a hive that was not replayed: its image is what the file has.
   ByteView before_bytes() const { return {before.get(), before_length}; }
 };
 

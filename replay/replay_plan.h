@@ -38,6 +38,7 @@ struct PlanInput {
   BaseBlock base;
   bool checksum_right = false;
   uint64_t block_time = 0;  // of the first block's header, FILETIME
+  // A system that crashed leaves either: numbers that differ, or a block that was half written.
   bool dirty() const { return !checksum_right || base.sequence1 != base.sequence2; }
 };
 

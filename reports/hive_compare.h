@@ -56,6 +56,7 @@ struct DescribedSide {
   std::string key;    // path of the key that is compared
   std::string doubt;  // DoubtOfSide
 };
+// Lines for the head of lists and reports, UTF-8, those of A first.
 std::vector<std::string> ComparisonHead(const DescribedSide& a, const DescribedSide& b);
 
 // The place of a side's first key in a registry, in long form, as stored; below whatever the root

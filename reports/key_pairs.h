@@ -69,6 +69,7 @@ struct ValuePair {
 struct SideValue {
   ValueKey value;
   std::vector<uint8_t> data;
+  // False for a value that is lacking, too, and for data that were read too often.
   bool read() const { return value.status == ValueStatus::kRead; }
 };
 

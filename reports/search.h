@@ -26,6 +26,7 @@ struct SearchLimits {
   uint32_t most = UINT32_MAX;
   uint64_t from = 0;  // last write of a key, FILETIME, both included
   uint64_t to = UINT64_MAX;
+  // Whether the limits leave anything out, by size and by time.
   bool sized() const { return least != 0 || most != UINT32_MAX; }
   bool timed() const { return from != 0 || to != UINT64_MAX; }
 };

@@ -22,9 +22,9 @@ enum class TimelineState : uint8_t { kLive, kRecovered, kFreed, kLogged };
 // Its texts are views that live as long as the timeline.
 struct TimelineEvent {
   uint64_t time = 0;  // FILETIME, whatever it is
-  uint32_t offset =
-      0;              // of the key's or value's cell, as the file counts from where the hive begins
-  uint32_t hive = 0;  // number in Timeline::hives
+  // Of the key's or value's cell, as the file counts from where the hive begins.
+  uint32_t offset = 0;
+  uint32_t hive = 0;    // number in Timeline::hives
   uint32_t values = 0;  // of the key
   TimelineState state = TimelineState::kLive;
   bool local = false;       // the time is the machine's, of a zone that is not known: not UTC
@@ -59,6 +59,7 @@ struct Timeline {
   std::vector<TimelineShelf> shelves = std::vector<TimelineShelf>(1);  // by time, at least one
   std::vector<uint64_t> bounds;  // where each shelf but the first begins, FILETIME, ascending
 };
+// Over all shelves.
 uint64_t EventCount(const Timeline& timeline);
 
 // The last writes of live and recovered keys are always in it; these add to them.

@@ -28,6 +28,7 @@ struct AclPlace {
   uint32_t size = 0;   // bytes, header included, as stored
   uint32_t count = 0;  // of entries, as stored
 };
+// There is a list, and it counts entries; not that they are where it says.
 inline bool IsUsable(const AclPlace& acl) {
   return acl.position != 0 && acl.size != 0 && acl.count != 0;
 }

@@ -21,6 +21,8 @@ struct AceReads {
   std::vector<uint64_t> once;  // bytes of the image (ClaimRange)
   uint32_t left = 0;           // entries
 };
+// For one walk over records, on one thread. An entry for each 8 bytes of the image may be read once
+// more.
 inline AceReads MakeAceReads(const HiveImage& hive) {
   return {std::vector<uint64_t>(hive.length / 512 + 1), hive.length / 8};
 }

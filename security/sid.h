@@ -86,6 +86,7 @@ class AccountNames {
   // name, if any, and its text goes to `wanted`.
   AccountNames(bool resolve, std::vector<std::string>& wanted)
       : resolve_(resolve), wanted_(&wanted) {}
+  // Of the first the name alone. The text is that of a SID; for any other the name is empty.
   bool resolves() const { return resolve_; }
   const std::string& Of(const std::string& sid_text) { return AccountOf(sid_text).name; }
   const AccountName& AccountOf(const std::string& sid_text);

@@ -12,6 +12,7 @@
 
 namespace hivequarry {
 
+// Numbers that follow from the place of a report, in a hive and in the live registry.
 constexpr CommandNumber ReportNumber(Report report) {
   return NumberInRange(kCommandReport, static_cast<int>(report));
 }

@@ -51,7 +51,8 @@ inline constexpr int kErrorIconStep = 6;
 // A number of the image list.
 int IconOfValue(const ValueKey& value);
 
-// The detail view: a header line, then the data as text, number or hex dump ("\r\n" line ends).
+// The detail view: a header line, then the data as text, number or hex dump ("\r\n" line ends). Of
+// an edited value it says what the edit is.
 struct ValueDetailText {
   ValueStatus status = ValueStatus::kEmpty;  // other than kRead: there is no text
   std::string text;

@@ -36,6 +36,7 @@ struct OpenHives {
   std::vector<std::shared_ptr<const FreedTree>> freed;
   std::vector<std::shared_ptr<const HiveHashes>> hashes;
 };
+// As they are at this moment: for work that is begun now.
 OpenHives HivesNow(const MainWindow& window);
 
 // What fits a column of a path, whose end tells more than its beginning. `icon`: room that a

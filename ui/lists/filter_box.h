@@ -32,6 +32,7 @@ struct FilterControls {
   HWND regular = nullptr;
   HWND note = nullptr;
 };
+// For whatever is done to all of them alike.
 inline std::array<HWND, 6> ChildrenOf(const FilterControls& filter) {
   return {filter.label,       filter.words,   filter.match_case,
           filter.whole_words, filter.regular, filter.note};

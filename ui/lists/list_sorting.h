@@ -10,6 +10,7 @@ namespace hivequarry {
 struct EscapeKey {
   bool (*is_down)() = nullptr;
 };
+// Looked at by the worker that sorts, every now and then.
 EscapeKey& TheEscapeKey();
 
 // A click on a column's header: sorts by it, the other way round when the list was sorted by it

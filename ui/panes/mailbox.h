@@ -19,6 +19,7 @@ struct Mailbox {
   std::unique_ptr<Result> result;
 };
 
+// For a thread to ask on its way: what is not the newest any more need not be finished.
 template <typename Result>
 bool IsNewest(const Mailbox<Result>& box, uint32_t serial) {
   return box.newest.load() == serial;
