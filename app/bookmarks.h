@@ -35,8 +35,8 @@ namespace hivequarry {
 
 inline constexpr size_t kMaxBookmarkFile = size_t{1} << 20;  // bytes
 inline constexpr size_t kMaxBookmarkLine = 4096;             // bytes, without the line's end
-inline constexpr size_t kMaxBookmarkText =
-    500;  // bytes of a note, a file's name, a row, or all tags
+// Bytes of a note, a file's name, a row, or all tags.
+inline constexpr size_t kMaxBookmarkText = 500;
 
 enum class BookmarkKind : uint8_t { kKey, kValue, kRow };
 

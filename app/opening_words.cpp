@@ -66,6 +66,7 @@ int OpenHiveAndTell(const std::string& file_name) {
 }
 
 void TellOfUnread(const std::string& file, const UnreadBytes& unread) {
+  // Ranges: a box has room for some.
   constexpr size_t kMostNamed = 8;
   if (unread.count == 0) return;
   NoteShortfall(Shortfall::kUnreadBytes, unread.count);

@@ -97,6 +97,7 @@ std::string_view CellOf(const Place& place, std::string_view title) {
 
 // The first filled cells of the evidence's own, "Title: text; ...".
 std::string WordsOf(const Place& place) {
+  // Enough to recognise a row by; all of it is in the list that it is from.
   constexpr int kMost = 5;
   std::string words;
   int told = 0;
@@ -153,6 +154,7 @@ constexpr OneOf kOneOf[] = {{"program", "SHA-1"}, {"program", "Size"}, {"user", 
 // "SHA-1: 12ab... (am-cache, FILE 0x00001020), 34cd... (...)"; empty where the live rows agree. Of
 // many rows with one text the first stands for all.
 std::string ContradictionIn(const OneOf& rule, const std::vector<Place>& places) {
+  // The cell is for reading; how many more there are is said.
   constexpr size_t kMost = 8;
   std::map<std::string, const Place*> texts;
   for (const Place& place : places) {

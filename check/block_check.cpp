@@ -156,6 +156,7 @@ std::string WhatCellHolds(const Checking& check, uint32_t position) {
   const bool key = signature == kSignatureNk && length >= kKeyName;
   if (key || (signature == kSignatureVk && length >= kValueName)) {
     const StoredName name = key ? NameOfKey(check, position) : NameOfValue(check, position);
+    // Characters of a name, which is only to be recognised by it.
     constexpr size_t kMost = 256;
     std::string text;
     if (name.wide) {

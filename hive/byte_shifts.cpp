@@ -30,6 +30,7 @@ constexpr int kKnownChange = 1;         // one that headers, or the file's lengt
 constexpr size_t kStates = 6;           // distances followed at a time
 constexpr uint32_t kWindow = 4096 - 8;  // how far cells look for where they are named
 constexpr size_t kMostAsked = 16;       // cells of a stretch that look
+// Records that agree by chance are met one or two at a time: fewer than these propose no distance.
 constexpr uint32_t kFewMisfits = 3;
 
 // Distances count modulo 2^32: the difference of two near ones is small or, as a signed number,
@@ -233,6 +234,8 @@ bool Holds(const Shifts& shifts, const Reference& reference, uint32_t position) 
 // True when what the records after a change say of what is before it holds: blocks of another hive
 // name offsets of their own.
 bool BelongTogether(const Shifts& shifts, std::span<const Pin> pins, size_t change) {
+  // A sample, spread evenly, tells of a stretch of any length; with fewer answers than kEnough only
+  // a stretch without a single miss is believed.
   constexpr size_t kMostRecords = 512;
   constexpr uint32_t kEnough = 3;
   const uint32_t begin = pins[change].position;
@@ -280,6 +283,8 @@ bool BelongTogether(const Shifts& shifts, std::span<const Pin> pins, size_t chan
 // The pins; distances at which other hives' blocks are found out to be are banned, and the
 // search begun again.
 std::vector<Pin> FindOwnPins(Shifts& shifts) {
+  // Each round bans one more distance; a file in which so many are other hives' is taken as it is
+  // then.
   constexpr int kMostRounds = 8;
   bool begun = false;
   for (const BinHeader& bin : shifts.headers) {
@@ -480,6 +485,7 @@ bool IsThere(const Shifts& shifts, CellKind kind, uint32_t position) {
 // Distances at which records that don't fit at the region's would: those that several agree on.
 std::vector<uint32_t> VoteDistances(const Shifts& shifts, const Region& region,
                                     std::span<const Witness> records) {
+  // Best first: each one more costs a look at all records of the region.
   constexpr size_t kMostDistances = 4;
   std::vector<Witness> misfits;
   for (const Witness& record : records) {
@@ -650,6 +656,7 @@ void AddKept(std::vector<KeptStretch>& kept, uint32_t begin, uint32_t end, uint3
 // been moved.
 void DropDoubtful(const Shifts& shifts, const Region& region, std::span<const Witness> records,
                   const std::vector<Candidate>& candidates, std::vector<uint8_t>& chosen) {
+  // Records that must be at a distance that only cells propose.
   constexpr uint32_t kFewest = 3;
   uint32_t low = region.begin;
   for (size_t i = 0; i < chosen.size();) {
@@ -737,6 +744,7 @@ void KeepRegion(const Shifts& shifts, const Region& region, std::vector<KeptStre
 // The distances at which value lists are read: that at the start, and those of most headers.
 std::vector<uint32_t> LikelyDistances(std::span<const BinHeader> headers, uint32_t first,
                                       uint32_t length) {
+  // With the first one; for each of them all value lists are read.
   constexpr size_t kMost = 6;
   std::unordered_map<uint32_t, uint32_t> votes;
   for (const BinHeader& bin : headers) ++votes[bin.Distance()];

@@ -37,6 +37,7 @@ size_t NameLength(const HiveImage& hive, const KeyTree& tree, uint32_t item) {
 // Rows of a list that have the path of the key: its own and those of its values.
 uint64_t RowsOf(const HiveImage& hive, const KeyTree& tree, uint32_t item) {
   if (!HasKeyCell(tree, item)) return 1;
+  // A value takes as much at least: a key cannot have more of them than the image has room for.
   constexpr uint32_t kBytesOfValue = 32;
   const uint32_t values = ReadU32(hive, tree.items[item].position + kKeyValueCount);
   return 1 + uint64_t{std::min(values, hive.length / kBytesOfValue)};

@@ -143,6 +143,8 @@ struct FilePart {
 // A base block at the file's start to which the first block belongs: what is too much between them
 // was put in.
 bool BaseBlockAtZero(std::FILE* stream, uint32_t start) {
+  // What was put in between is short; after more than that the base block belongs to something
+  // else.
   constexpr uint32_t kMost = 1024 * 1024;
   uint8_t first[4] = {};
   uint8_t there[4] = {};

@@ -47,6 +47,8 @@ bool IsUserNumber(uint32_t number) {
 }
 
 bool IsAccount(const SidFields& sid) {
+  // Authorities of SIDs: the system's own (S-1-5-...), and the directory's (S-1-12-1-...), whose
+  // users' numbers are four.
   constexpr uint64_t kSystem = 5;
   constexpr uint64_t kDirectory = 12;
   const auto& parts = sid.parts;

@@ -12,6 +12,7 @@ namespace {
 
 using Bytes = std::span<const uint8_t>;
 
+// A copy as text puts the first before each of the second.
 constexpr uint8_t kReturn = 0x0D;
 constexpr uint8_t kFeed = 0x0A;
 constexpr uint32_t kPage = 4096;

@@ -342,6 +342,7 @@ ValueKey ReadShownValue(const HiveImage& hive, uint32_t position, std::vector<ui
 }
 
 DataBudget MakeDataBudget(const HiveImage& hive) {
+  // Beside the image's length, so that a small hive with a few shared values loses nothing.
   constexpr uint64_t kLeastData = 8 * 1024 * 1024;
   constexpr uint64_t kLeastRows = 16 * 1024 * 1024;
   const size_t words = hive.length / 512 + 1;
@@ -369,6 +370,7 @@ ValueKey ReadFreedValue(const HiveImage& hive, uint32_t position, uint32_t shift
 bool MayShowLoss(DataBudget& budget) { return SpendOnRow(budget, kRowBytes); }
 
 bool MayShowValue(const HiveImage& hive, uint32_t position, DataBudget& budget) {
+  // Of this length, bytes, a name is part of what a row costs anyway.
   constexpr uint32_t kShortName = 64;
   const uint32_t name = ReadU16(hive, position + kValueNameLength);
   uint64_t cost = ClaimRange(budget.shown, position, kValueName) ? 0 : kRowBytes;

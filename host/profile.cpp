@@ -108,6 +108,7 @@ std::string ProfileText(std::string_view value) {
 
 namespace {
 
+// Bytes that are looked at; a longer file is not written to.
 constexpr size_t kMaxProfile = size_t{1} << 20;
 
 // Reads the text of a profile, and one byte more of one that is too long. A missing file is an

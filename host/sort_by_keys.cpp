@@ -8,6 +8,7 @@
 namespace hivequarry {
 namespace {
 
+// Six digits make 64 bits; the counters of one fit into a processor's nearest memory.
 constexpr unsigned kDigitBits = 11;
 constexpr size_t kDigits = size_t{1} << kDigitBits;
 constexpr size_t kFew = 256;  // for which counting digits takes longer than comparing

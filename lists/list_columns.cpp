@@ -68,6 +68,7 @@ std::vector<int> ColumnWidths(const OutputList& list, const WidthUnits& units) {
 }
 
 std::vector<LongTexts> LongTextsOf(const OutputList& list, const RowsShown& shown) {
+  // All of the first rows, which are in view, and a sample of the others: lists may have millions.
   constexpr uint32_t kFirstRows = 100;
   constexpr uint32_t kOtherRows = 200;
   const uint32_t count = ShownCount(shown, RowCount(list));

@@ -15,6 +15,8 @@ namespace {
 
 constexpr uint32_t kStopInterval = 4096;        // rows or comparisons between two questions
 constexpr size_t kKeyRoom = size_t{256} << 20;  // bytes for the stored keys of all rows
+// Bytes of a text that are stored as its key, by how many rows there are: the room above is shared
+// out.
 constexpr size_t kLeastKey = 32;
 constexpr size_t kLargestKey = 1024;
 constexpr size_t kLongestText = 4096;  // bytes that the order of texts looks at
@@ -71,6 +73,7 @@ uint64_t NumberKey(std::string_view text) {
 // Two bytes for the year and one for each of the six numbers after it.
 // A text with fewer numbers has zeros for the rest, as the earliest of its day.
 uint64_t DateKey(std::string_view text) {
+  // Year, month, day, hour, minute, second, and a part of a second.
   constexpr int kParts = 7;
   uint64_t key = 0;
   size_t at = 0;

@@ -15,6 +15,7 @@
 namespace hivequarry {
 namespace {
 
+// Rows are put into chunks that grow, so that short lists take little and long ones few.
 constexpr size_t kFirstChunk = 4096;
 constexpr size_t kLargestChunk = size_t{1} << 20;
 

@@ -12,6 +12,8 @@
 namespace hivequarry {
 namespace {
 
+// The last character there is; then what a pattern may ask for, since users type what nests and
+// repeats: groups inside of groups, and how often a count may repeat.
 constexpr uint32_t kLastCode = 0x10FFFF;
 constexpr int kDeepestGroup = 50;
 constexpr uint32_t kMostRepeats = 1000;

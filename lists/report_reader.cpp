@@ -21,6 +21,8 @@ namespace {
 
 constexpr size_t kMostHead = 64 * 1024;  // bytes of a file in which its head is looked for
 constexpr size_t kMostHeaderText = 63;   // characters
+// Characters of the title, and of the other lines of the head. A width, in pixels, counts from the
+// least on and is cut to the most.
 constexpr size_t kMostTitle = 511;
 constexpr size_t kMostWidths = 63;
 constexpr int kLeastWidth = 60;

@@ -44,6 +44,8 @@ std::string WidthsText(const std::vector<int>& widths, int columns) {
 // Readers that do not know these keys pass them over. Lines that would take the rows out of their
 // sight are left out.
 void WriteListHead(const std::vector<std::string>& lines, std::string& out) {
+  // Readers look for the rows within the first 20,000 bytes (report_reader.cpp); what else is
+  // before them takes the rest.
   constexpr size_t kRoom = 14'000;
   const size_t end = out.size() + kRoom;
   for (size_t i = 0; i < std::min(lines.size(), kMostHeadLines) && out.size() < end; ++i) {

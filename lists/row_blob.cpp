@@ -12,6 +12,8 @@ struct SharedText {
   uint32_t size;
 };
 constexpr size_t kSharedSize = sizeof(const char*) + sizeof(uint32_t);
+// Bytes: a shorter text is stored again in less than what leads to an earlier one takes with its
+// look-up.
 constexpr size_t kLeastShared = 24;
 
 constexpr uint64_t kUnitsPerSecond = 10'000'000;  // of a FILETIME

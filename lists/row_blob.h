@@ -33,6 +33,8 @@ struct RowHead {
 static_assert(sizeof(RowHead) == 8);
 
 // Which of the parts above a row has, and how wide the ends of its texts are.
+// The last one says that the datum is where the image has the record itself. Ends take one byte
+// where neither of the two before is set.
 inline constexpr uint8_t kHasDatum = 1;
 inline constexpr uint8_t kAboutKey = 2;
 inline constexpr uint8_t kHasFacts = 4;

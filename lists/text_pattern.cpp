@@ -13,6 +13,7 @@ namespace hivequarry {
 namespace {
 
 constexpr size_t kSymbols = 257;  // the bytes, and the text's end
+// The symbol after the last byte of a text.
 constexpr size_t kEnd = 256;
 constexpr size_t kMostStates = 1000;  // then all are forgotten
 

@@ -60,6 +60,7 @@ struct SaveTrouble {
 // What is in the way of the kernel's own call just as well: rights, and the place of the file.
 // Anything else may be the way that leads to it, through names and files of the Win32 layer.
 bool IsFinal(int32_t error) {
+  // Error codes of the platform.
   constexpr int32_t kWriteProtected = 19, kDiskFull = 112, kFileExists = 80, kPathNotFound = 3;
   constexpr int32_t kErrors[] = {
       kRegistryDone, kPathNotFound, kRegistryDenied,     kRegistryBadHandle,  kWriteProtected,

@@ -14,6 +14,8 @@ namespace {
 // assertions at the end hold the very bytes that are written.
 using HiveBytes = std::array<uint8_t, kEmptyHiveSize>;
 
+// Where things are in the image: the base block, then one bin with two cells, the root key and its
+// security record; the rest of it is one free cell.
 constexpr uint32_t kChecksum = 508;
 constexpr uint32_t kBinSize = kEmptyHiveSize - kBaseBlockSize;
 constexpr uint32_t kRootCell = kFirstCellPosition;
@@ -90,6 +92,7 @@ constexpr uint32_t PutSid(HiveBytes& hive, uint32_t at, uint32_t first, uint32_t
 
 // An entry that allows a SID everything, in the keys below as well.
 constexpr uint32_t PutFullAccess(HiveBytes& hive, uint32_t at, uint32_t first, uint32_t second) {
+  // The entry's flag for containers, which keys are.
   constexpr uint8_t kInheritedByKeys = 2;
   constexpr uint32_t kAllAccess = 0xF003F;
   const uint32_t end = PutSid(hive, at + 8, first, second);

@@ -37,6 +37,8 @@ void ListKeyAndSubkeys(const std::string& path, OutputList& list) {
   }
 }
 
+// "Temp01" and so on; empty when all are taken. Somebody else may take it before it is used:
+// loading fails then.
 std::u16string FindFreeTempKey(RegistryKey root) {
   constexpr int kLast = 9999;
   for (int number = 1; number <= kLast; ++number) {

@@ -15,6 +15,7 @@ namespace hivequarry {
 // kMaxLiveData, or that grow faster than they are read.
 template <typename Read>
 int32_t ReadLiveData(std::vector<uint8_t>& room, uint32_t& size, const Read& read) {
+  // Nearly all data fit in this.
   constexpr uint32_t kFirstRoom = 4096;
   uint32_t wanted = kFirstRoom;
   for (int attempt = 0; attempt < 4 && wanted <= kMaxLiveData; ++attempt) {

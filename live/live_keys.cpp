@@ -15,6 +15,7 @@
 namespace hivequarry {
 namespace {
 
+// Bytes: the lists of one have lengths of 16 bits.
 constexpr uint32_t kLongestDescriptor = 0x10000;
 
 bool IsGone(int32_t error) { return error == kRegistryNotFound || error == kRegistryKeyDeleted; }

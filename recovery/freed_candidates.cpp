@@ -117,7 +117,9 @@ bool IsPlausibleType(uint32_t type) {
   return type < 0x10000 || type >= 0xFFFF0000 || PlainType(type) != type;
 }
 
+// Only what the record itself says: where the offset leads is looked at later.
 bool IsPlausibleData(const HiveImage& hive, uint32_t p) {
+  // The mark of data that are in the field of the offset, four bytes at most.
   constexpr uint32_t kInline = 0x80000000;
   const uint32_t length = ReadU32(hive, p + kValueDataLength);
   const uint32_t offset = ReadU32(hive, p + kValueDataOffset);

@@ -11,6 +11,7 @@ namespace {
 constexpr uint32_t kStep = 8;
 constexpr uint32_t kPage = 4096;
 
+// Stretches come ascending; one that follows the last without a gap becomes part of it.
 void AddFree(std::vector<FreeStretch>& space, uint32_t begin, uint32_t end) {
   if (!space.empty() && space.back().end == begin) {
     space.back().end = end;

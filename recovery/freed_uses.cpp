@@ -29,6 +29,7 @@ struct Collecting {
   std::vector<uint32_t> positions = {};  // of the values of one key
 };
 
+// Null for a cell that holds no candidate. Logarithmic: hosts are ascending by position.
 HostCell* FindHost(FreedUses& uses, uint32_t cell) {
   const auto at = std::ranges::lower_bound(uses.hosts, cell, {}, &HostCell::position);
   return at != uses.hosts.end() && at->position == cell ? &*at : nullptr;

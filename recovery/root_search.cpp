@@ -116,6 +116,7 @@ bool HasPlausibleName(const HiveImage& hive, uint32_t key_position) {
 // One point each for the letters, the flags, the time and the name; two each for the links, which
 // noise does not have.
 bool HasRootRemains(const HiveImage& hive, uint32_t position) {
+  // Of nine points: a root may have lost most of its fields, and noise seldom has three.
   constexpr int kEnough = 3;
   constexpr int kWellKnownFlags[] = {0x20, 0x2C, 0x60, 0xA0, 0xAC};
   int found = (ReadU8(hive, position + 4) == 'n') + (ReadU8(hive, position + 5) == 'k');

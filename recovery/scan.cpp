@@ -16,6 +16,7 @@
 namespace hivequarry {
 namespace {
 
+// Until the first header says another.
 constexpr uint32_t kDefaultBinSize = 4096;
 constexpr uint32_t kLongestValueCell = 32800;  // a name of 16,383 characters in UTF-16
 constexpr uint32_t kSmallCell = 4096;

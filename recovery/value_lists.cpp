@@ -97,6 +97,8 @@ void LimitWalks(HiveImage& hive, const Claim& claim, uint64_t most) {
 // Keys beside the owner get the list whole, one after the other, as long as their share of what all
 // shared lists are allowed lasts.
 void LimitShares(HiveImage& hive, std::span<const Group> groups) {
+  // Entries that shared lists may cost in all walks: so many, and one for each 128 bytes of the
+  // image.
   constexpr uint64_t kLeast = 65536;
   constexpr uint32_t kBytesPerEntry = 128;  // of the image
   std::vector<uint64_t> demands;

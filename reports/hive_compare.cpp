@@ -262,6 +262,7 @@ bool CompareValue(Comparing& compare, const KeyPair& pair, const ValuePair& valu
 
 // The names of the values that both have, in one side's order, cut where they become long.
 std::string NamesInOrder(const ComparedSide& side, const std::vector<uint32_t>& positions) {
+  // Bytes of the cell: it says that the order differs, not all of it.
   constexpr size_t kLongest = 1000;
   std::string text;
   for (const uint32_t position : positions) {

@@ -51,6 +51,8 @@ class KeyFinder {
   // The child that the path begins with; the path moves after it. A name may itself hold
   // backslashes.
   uint32_t DescendToChild(uint32_t parent, std::string_view& path) {
+    // Of one name. Each is tried as the end of it, so the bound keeps a path of backslashes from
+    // costing its length squared.
     constexpr int kMostBackslashes = 8;
     size_t end = 0;
     for (int tries = 0; tries <= kMostBackslashes && end < path.size(); ++tries) {

@@ -62,6 +62,7 @@ bool IsKey(ByteView page, uint32_t cell) {
 }
 
 bool IsValue(ByteView page, uint32_t cell) {
+  // REG_QWORD; above it a type in a page without its hive is as likely other bytes.
   constexpr uint32_t kLastPlainType = 11;
   const ValueFields value = ReadValueFields(page, cell);
   return value.signature == kSignatureVk && value.flags <= 1 &&

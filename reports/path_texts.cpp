@@ -7,6 +7,7 @@
 namespace hivequarry {
 namespace {
 
+// Of one text, and characters of one path: texts of a damaged hive may be as long as they like.
 constexpr size_t kMaxPaths = 64;
 constexpr size_t kMaxPath = 1039;
 constexpr size_t kMaxVariable = 64;  // characters of a variable's name

@@ -30,6 +30,7 @@ constexpr char kLineEnd[] = "\r\n";
 constexpr char kUnwritable = '?';  // in place of what a line cannot hold
 
 constexpr size_t kBufferSize = 64 * 1024;
+// How often the status line says how far it is.
 constexpr uint32_t kKeysPerNotice = 33;
 constexpr uint32_t kManyValues = 128;  // of a key: it is always shown
 constexpr uint32_t kValuesPerStatus = 16;

@@ -15,6 +15,7 @@ namespace hivequarry {
 namespace {
 
 constexpr size_t kJoinLimit = 511;  // a joined cell stays shorter
+// Systems keep some hundreds; a list of numbers may be as long as the file.
 constexpr size_t kMaxMruEntries = 0x10000;
 
 void ShowProgress(const ReportRun& run) {

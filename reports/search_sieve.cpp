@@ -129,6 +129,7 @@ std::vector<SievedByte> LongestRun(const SearchPattern& pattern) {
 
 // How often bytes occur in samples from the whole image.
 std::array<uint32_t, 256> SampleBytes(std::span<const uint8_t> image) {
+  // 64 KB in all: enough to tell frequent bytes from rare ones, and nothing beside the search.
   constexpr size_t kSamples = 64;
   constexpr size_t kSampleSize = 1024;
   std::array<uint32_t, 256> counts{};
@@ -236,6 +237,7 @@ class Sieving {
 
   // A "db" cell is one of 16 bytes; data that it holds go on from segment to segment.
   void SieveBigCell(size_t signature) {
+    // As it is stored, of an allocated cell.
     constexpr uint32_t kBigCellSize = 0U - 16;
     if (signature < 4 || signature + 12 > image_.size()) return;
     const auto cell = static_cast<uint32_t>(signature) - 4;

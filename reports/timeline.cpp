@@ -25,6 +25,7 @@ namespace {
 
 constexpr size_t kBlock = size_t{1} << 18;  // of texts
 constexpr size_t kPerShelf = 8192;          // events, for which a processor's own memory has room
+// More would be open at a time than a processor keeps near.
 constexpr size_t kMostShelves = 256;
 
 // The last component of a path.
@@ -48,6 +49,7 @@ bool IsRunKey(std::string_view path) {
 // `"OneDrive", "Ditto"`.
 // At most 64 names; how many more there are is said.
 std::string ValueNames(const HiveImage& hive, uint32_t key) {
+  // Of one key; a detail is a line.
   constexpr size_t kMost = 64;
   std::vector<uint32_t> values;
   ReadValuesInWalk(hive, key, values);
@@ -80,6 +82,7 @@ std::string DetailOfKey(const HiveImage& hive, uint32_t key, std::string_view pa
 // Shelves that take about as many keys each, by a sample of their times.
 void MakeShelves(Timeline& timeline, const HiveImage& hive, const KeyTree& tree, uint32_t first,
                  uint32_t end) {
+  // One key of so many is looked at.
   constexpr uint32_t kSampleStep = 32;
   const size_t shelves = std::min((end - first) / kPerShelf, kMostShelves);
   if (shelves < 2 || timeline.shelves.size() > 1) return;

@@ -16,6 +16,9 @@ namespace {
 
 constexpr const char* kEveryone = "S-1-1-0";
 constexpr const char* kOwnerRights = "S-1-3-4";
+// A flag and a type of entries, and a control bit of descriptors. An entry to be inherited alone
+// says nothing of the key itself; without the bit there is no access list, and everybody may do
+// everything.
 constexpr uint8_t kInheritOnly = 0x08;
 constexpr uint8_t kAllowIf = 9;  // with a condition after the SID
 constexpr uint16_t kHasDacl = 0x0004;

@@ -13,6 +13,7 @@ struct BitWord {
   const char* word;
 };
 
+// Flags of an entry: keys are containers, and have nothing in them that is none.
 constexpr uint32_t kContainerInherit = 0x02;
 constexpr uint32_t kInheritOnly = 0x08;
 constexpr BitWord kFlagWords[] = {{0x01, "object_inherit"},

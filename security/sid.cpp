@@ -8,6 +8,7 @@
 namespace hivequarry {
 namespace {
 
+// There is one revision, and a SID has at most 15 sub-authorities: what says otherwise is none.
 constexpr uint8_t kSidRevision = 1;
 constexpr uint8_t kMostSubAuthorities = 15;
 // As the system's own function counts the characters that it needs: a little more than the text

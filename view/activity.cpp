@@ -14,6 +14,7 @@ constexpr uint64_t kUnitsPerSecond = 10'000'000;  // of a FILETIME
 constexpr uint64_t kDay = 86'400;
 constexpr uint64_t kEarliest = 11'644'473'600;  // 1970-01-01
 constexpr uint64_t kLatest = 15'746'918'400;    // 2100-01-01
+// Seconds: four bars of a minute each.
 constexpr uint64_t kLeastRange = 240;
 constexpr uint32_t kStopInterval = 4096;
 constexpr ActivityUnit kUnits[] = {ActivityUnit::kMinute, ActivityUnit::kHour, ActivityUnit::kDay,
