@@ -36,6 +36,8 @@ std::string CleanText(std::string_view text) {
 
 // Time
 
+// "2010-11-28T13:05:00Z", to the second; empty for no time and for one that four digits of a year
+// do not hold.
 std::string TimeText(uint64_t time) {
   const CalendarTime at = CalendarOfFileTime(time);
   if (time == 0 || at.year > 9999) return {};

@@ -57,6 +57,7 @@ bool CutPrefix(std::string_view& word, std::string_view prefix) {
   return true;
 }
 
+// Each once, by its own spelling; names that are none are passed over.
 void SelectBackupHive(std::string_view name, std::vector<std::string>& selected) {
   for (const std::string_view hive : kBackupHives) {
     if (!EqualIgnoringCase(name, hive)) continue;

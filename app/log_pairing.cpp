@@ -31,6 +31,7 @@ struct Side {
   Identifiers identifiers{};
 };
 
+// All 0 where the bytes end before, and for hives that take part in no transactions.
 Identifiers IdentifiersOf(ByteView start) {
   Identifiers identifiers{};
   if (start.size() >= kIdentifiers + kIdentifiersSize) {
@@ -56,6 +57,7 @@ bool NeedsLogs(const std::string& name, Side& hive) {
 // Capitals, as names of files are compared.
 using Names = std::unordered_set<std::string>;
 
+// Whether the log's name is that of one of the hives with an ending of logs; `hives` in capitals.
 bool HasOwner(const std::string& log, const Names& hives) {
   const std::string capitals = CapitalsOfText(log);
   return std::ranges::any_of(std::array{".LOG", ".LOG1", ".LOG2"}, [&](std::string_view ending) {

@@ -413,6 +413,7 @@ size_t NewEntries(const History& read, const History& ours) {
   return count;
 }
 
+// What was added here goes before what the file has by now.
 void TakeOthersHistory(const History& read, const History& file, History& ours) {
   const History added(ours.begin(),
                       ours.begin() + static_cast<std::ptrdiff_t>(NewEntries(read, ours)));

@@ -209,6 +209,7 @@ __attribute__((target("avx2"))) size_t FirstStretchWide(const uint8_t* at, size_
 #endif
 
 using FirstStretchFunction = size_t (*)(const uint8_t* at, size_t count);
+// The same answers by either: only the number of bytes looked at together differs.
 FirstStretchFunction FastestFirstStretch() {
 #ifdef HIVEQUARRY_WIDE_LANES
   if (__builtin_cpu_supports("avx2")) return FirstStretchWide;

@@ -110,6 +110,8 @@ size_t StoredLength(std::u16string_view name) {
   return IsByteName(name) ? name.size() : 2 * name.size();
 }
 
+// In the low bytes where all characters have such, else in UTF-16: the flags of key or value must
+// say the same (IsByteName).
 void PutName(Bins& bins, uint32_t at, std::u16string_view name) {
   const int step = IsByteName(name) ? 1 : 2;
   for (const char16_t unit : name) {

@@ -113,6 +113,8 @@ void WriteVerified(const std::string& name, ByteView bytes, Repaired& repaired,
   if (StopRequested()) repaired.fault = RepairFault::kStopped;
 }
 
+// Only what a base block begins, and what was read whole: zeros in place of lost bytes would be
+// taken for the hive's.
 void WriteReplayed(const HiveImage& hive, const std::string& name, Repaired& repaired) {
   if (!hive.header_valid) repaired.fault = RepairFault::kNoHive;
   if (hive.unread.count != 0) repaired.fault = RepairFault::kUnread;

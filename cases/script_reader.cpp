@@ -185,6 +185,7 @@ bool ReadData(ScriptReader& reader, ScriptLine& line) {
   return TakeWord(reader, "hex") && ReadHexData(reader, line);
 }
 
+// "@" for the default value, or a name in quotes; then "=" and the data, up to the line's end.
 bool ReadValueLine(ScriptReader& reader, ScriptLine& line) {
   line.act = ScriptAct::kValue;
   if (!TakeWord(reader, "@") && !ReadQuoted(reader, line.name)) return false;

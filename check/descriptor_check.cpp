@@ -44,6 +44,8 @@ ByteView From(ByteView bytes, uint32_t at) {
   return at < bytes.size() ? bytes.subspan(at) : ByteView();
 }
 
+// `field` is the place of the offset. A descriptor may name no owner or group; a SID in its header
+// is none.
 std::string SidFault(ByteView descriptor, uint32_t field, const char* whose) {
   const uint32_t at = ReadU32(descriptor, field);
   if (at == 0) return {};

@@ -18,6 +18,7 @@ const uint8_t* At(const Checking& check, const SecurityUse& use) {
   return check.hive.data() + use.position;
 }
 
+// The number of the record in `securities`, which is given in the order in which keys name them.
 uint32_t UseOfRecord(Checking& check, const CellTarget& cell) {
   const auto [at, added] =
       check.security_at.try_emplace(cell.position, static_cast<uint32_t>(check.securities.size()));

@@ -84,6 +84,7 @@ int Logs(const ConsoleRequest& request, OpenedHive& opened) {
   return Print(request, request.changes ? *ListLogChanges(*opened.hive) : *ListLogs(*opened.hive));
 }
 
+// The freed records are searched for, as their counts are in the row.
 int Info(const ConsoleRequest& request, OpenedHive& opened) {
   const FreedRecords freed = FindFreedRecords(*opened.hive, opened.tree);
   const LayerCounts layers = CountLayers(*opened.hive, opened.tree);

@@ -57,6 +57,8 @@ int OpenSide(const ConsoleRequest& request, const std::string& name, const LogCh
   return kExitUnreadable;
 }
 
+// Of a hive; scripts come later (FindScriptSide). A made key cannot be compared: there is no record
+// of it.
 bool FindSide(const std::string& path, OpenedSide& side) {
   if (path.empty() || side.script) return true;
   side.item = ItemNamed(side, WithControlSet(*side.hive, side.tree, path));

@@ -55,6 +55,7 @@ bool ParseRights(std::string_view text, uint32_t& rights) {
   return true;
 }
 
+// `missing` for an empty text; false after a message.
 bool ParseKeyDate(const std::string& text, KeyDateTime missing, KeyDateTime& time) {
   time = missing;
   if (text.empty() || ReadKeyDate(text, time)) return true;

@@ -52,6 +52,7 @@ bool WriteList(const OutputList& list, const Printing& printing, const TextSink&
 
 using Writer = std::function<bool(const TextSink& sink)>;
 
+// A full disk or a closed pipe is seen at the flush at the latest.
 bool PrintToStdout(const Writer& write) {
   const bool written = write([](std::string_view text) {
     return std::fwrite(text.data(), 1, text.size(), stdout) == text.size();

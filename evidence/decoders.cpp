@@ -129,6 +129,8 @@ constexpr DecoderWork kWork[] = {
 };
 static_assert(std::size(kWork) == std::size(kDecoders), "a decoder without its work");
 
+// Nothing is decoded where no pattern leads anywhere, but for a decoder that knows its places
+// itself.
 void Decode(const DecoderWork& work, EvidenceRun& run) {
   const std::vector<EvidencePlace> places = FindPlaces(run.keys, work.places);
   if (!places.empty() || work.places.empty()) work.decode(run, places);

@@ -58,6 +58,7 @@ struct Shifts {
   uint32_t own_end = UINT32_MAX;        // offset after the hive, where a sound base block says it
   std::unordered_set<uint32_t> banned;  // distances of other hives
 
+  // Those that begin in [begin, end), ascending.
   std::span<const Witness> RecordsIn(uint32_t begin, uint32_t end) const {
     const std::vector<Witness>& all = witnesses.records;
     const auto from = std::ranges::lower_bound(all, begin, {}, &Witness::position);
@@ -109,6 +110,8 @@ int GainInStretch(const Shifts& shifts, size_t header, uint32_t before, uint32_t
   return best;
 }
 
+// Offsets only ever go up from header to header, and one change of distance is no larger than
+// kLargestShift.
 bool MayFollow(const Shifts& shifts, const State& before, const BinHeader& bin) {
   return before.score != INT32_MIN && before.distance != bin.Distance() &&
          std::abs(Signed(bin.Distance() - before.distance)) < int64_t{kLargestShift} &&
@@ -351,6 +354,8 @@ uint32_t StepAt(Bytes bytes, uint32_t position) {
 // that its cell leads to does.
 class Reach {
  public:
+  // From the end backwards, a bit for each 8 bytes: a place reaches the end if the cell there leads
+  // to one that does.
   Reach(Bytes bytes, uint32_t begin, uint32_t end) : end_(end), reaches_((end - begin) / 8 + 1) {
     reaches_[0] = true;
     for (uint32_t step = 1; step < reaches_.size(); ++step) {
@@ -397,6 +402,7 @@ std::vector<uint32_t> ChainFrom(const Shifts& shifts, const Change& change, uint
   return cells;
 }
 
+// By any record, as whatever it is named.
 bool IsNamed(const Shifts& shifts, uint32_t offset) {
   for (const CellKind kind : {CellKind::kKey, CellKind::kList, CellKind::kValue,
                               CellKind::kSecurity, CellKind::kValueList, CellKind::kData}) {

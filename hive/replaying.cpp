@@ -23,6 +23,7 @@ void SetImageBytes(HiveImage& hive, ImageMemory buffer, uint32_t length) {
   hive.length = hive.held = length;
 }
 
+// What the logs brought back counts, and nothing that was recognised before is lost.
 HiveProbe ProbeReplayed(const HiveImage& hive, HiveProbe probe) {
   const HiveProbe now = ProbeImage(hive);
   probe.header_valid |= now.header_valid;

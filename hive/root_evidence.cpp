@@ -264,6 +264,8 @@ HiveKind Family(HiveKind kind) {
   }
 }
 
+// A user's hive by the account's SID below HKEY_USERS where that is known, else as the current
+// user's.
 std::string PathOfEvidence(HiveKind kind, const std::string& sid) {
   const std::string root = RootOfKind(kind);
   const bool users = kind == HiveKind::kUser || kind == HiveKind::kClasses;

@@ -75,6 +75,7 @@ bool IsDaylight(const ShownZone& zone, uint64_t file_time) {
   return within == (begins < ends);
 }
 
+// Minutes east of UTC in the system's own zone, at that time.
 int MinutesOfSystem(uint64_t file_time) {
   const Host& host = CurrentHost();
   const uint64_t local = host.local_time(host.context, file_time);
@@ -103,6 +104,7 @@ std::array<int*, kRuleNumbers> NumbersOf(ShownZone& zone) {
           &to.hour,           &to.minute};
 }
 
+// Takes a decimal number from the text's start; false, and nothing taken, where there is none.
 bool TakeNumber(std::string_view& text, int& number) {
   const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
   if (error != std::errc()) return false;

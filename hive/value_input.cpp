@@ -116,6 +116,7 @@ std::u16string NumberText(uint32_t type, std::span<const uint8_t> data, bool dec
   return std::u16string(digits.begin(), digits.end());
 }
 
+// Lowest byte first; an odd byte at the end is left out.
 std::u16string UnitsOf(std::span<const uint8_t> data) {
   std::u16string units;
   units.reserve(data.size() / 2);

@@ -58,6 +58,7 @@ bool IsListRecord(Bytes bytes, uint32_t p, ListKind kind) {
          LoadU32(&bytes[p + kListEntries]) % 8 == 0;
 }
 
+// Its neighbours in the ring are offsets of cells, so multiples of 8.
 bool IsSecurityRecord(Bytes bytes, uint32_t p) {
   if (bytes.size() - p < kSecurityDescriptor) return false;
   const uint32_t length = LoadU32(&bytes[p + kSecurityLength]);

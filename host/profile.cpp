@@ -29,6 +29,7 @@ std::string_view LineAt(std::string_view text, size_t at) {
   return text.substr(at, end == std::string_view::npos ? end : end - at + 1);
 }
 
+// "[NAME]", whatever comes after the bracket; `name` is a view of the line.
 bool IsSection(std::string_view line, std::string_view& name) {
   if (!line.starts_with('[')) return false;
   const size_t end = line.find(']');

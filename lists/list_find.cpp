@@ -32,6 +32,7 @@ Pattern MakePattern(std::string_view text) {
   return pattern;
 }
 
+// From the end backwards, as the skips are made for that. Only ASCII letters differ in case here.
 bool Matches(const Pattern& pattern, const char* at) {
   for (size_t i = pattern.text.size(); i-- > 0;) {
     if (PlainCapital(at[i]) != pattern.text[i]) return false;

@@ -73,6 +73,7 @@ int ReserveLine(Job& job) {
   return line;
 }
 
+// An empty line takes its place and no page of its own: a page begins with the first text on it.
 void DrawLine(Job& job, std::string_view text) {
   const int line = ReserveLine(job);
   if (text.empty()) return;

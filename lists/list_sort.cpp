@@ -157,6 +157,8 @@ size_t SharedStart(std::string_view first, std::string_view other, size_t most) 
   return static_cast<size_t>(differ - first.data());
 }
 
+// How many bytes all texts begin with alike, up to a backslash: they need not be compared again and
+// again.
 size_t CommonPath(const TextSort& sort, const std::vector<SortRow>& rows) {
   const std::string_view first = TextOf(sort, rows.front());
   size_t common = first.size();

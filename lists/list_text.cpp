@@ -61,6 +61,7 @@ void WriteTextRow(const ListShape& shape, const std::vector<std::string>& labels
   out += "\r\n";
 }
 
+// An empty line ends it; nothing for no lines.
 void WriteHead(const std::vector<std::string>& lines, bool visible, std::string& out) {
   for (const std::string& line : lines) {
     AppendText(line, CellHolds::kText, visible, out);

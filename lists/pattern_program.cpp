@@ -488,6 +488,7 @@ size_t AddStep(Writer& writer, PatternStep kind) {
   return writer.program.size() - 1;
 }
 
+// A step that takes one byte of [low, high].
 void AddByte(Writer& writer, uint32_t low, uint32_t high) {
   ProgramStep& step = writer.program[AddStep(writer, PatternStep::kByte)];
   if (writer.full) return;

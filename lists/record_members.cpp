@@ -19,6 +19,8 @@ void AppendText(const char* name, const std::string& text, std::string& out) {
   if (!text.empty()) out += Concat({",\"", name, "\":", JsonString(text)});
 }
 
+// Of several hives shown as one: which of them the record is from, and which others say something
+// of the key.
 void AppendStackMembers(const HiveImage& hive, uint32_t position, std::string& out) {
   out += Concat({",\"FromLayer\":", Decimal(LayerAt(hive, position))});
   AppendText("FromFile", LayerHive(hive, position).file_name, out);

@@ -15,6 +15,7 @@ constexpr uint64_t kUnitsPerSecond = 10'000'000;
 constexpr uint64_t kUnixEpoch = 116'444'736'000'000'000;  // as FILETIME
 constexpr uint64_t kSecondsPerDay = 86'400;
 
+// Line ends and zeros become blanks: the form has no escapes.
 void AppendLine(std::string_view text, std::string& out) {
   const size_t start = out.size();
   out += text;

@@ -80,6 +80,7 @@ void PutValues(const RowLayout& layout, char*& out) {
   }
 }
 
+// Where a text ends, counted from the first; one width for all texts of a row.
 void PutEnd(size_t end, size_t size, char*& out) {
   if (size == 1) {
     *out++ = static_cast<char>(end);

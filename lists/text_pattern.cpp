@@ -35,6 +35,8 @@ struct Place {
   bool after_word = false;
 };
 
+// Two places are one state where the same steps are open and what was before the place matters
+// alike.
 std::string KeyOf(const Place& place) {
   std::string key(reinterpret_cast<const char*>(place.steps.data()),
                   place.steps.size() * sizeof(uint16_t));

@@ -52,6 +52,7 @@ const char* InfoErrorText(int32_t error) {
   return error == kRegistryBufferTooSmall ? "(insufficient buffer)" : kUnknownError;
 }
 
+// In the view of 32-bit programs where the path names that branch.
 OpenedKey OpenLive(const HiveImage& hive, const KeyTree& tree, uint32_t item,
                    const LivePlace& place) {
   std::u16string path;
@@ -178,6 +179,7 @@ class Comparison {
                      link ? kRegistryOpenLink : 0);
   }
 
+  // Of a key with very many values the status line is renewed more often.
   void CompareValues(uint32_t item) {
     const uint32_t per_status = values_.size() > kManyValues ? kManyPerStatus : kValuesPerStatus;
     for (size_t i = 0; i < values_.size() && !StopRequested(); ++i) {

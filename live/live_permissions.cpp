@@ -35,6 +35,7 @@ class DescriptorAnswers {
   }
 
  private:
+  // The reader of security records wants a cell: one is made around the descriptor.
   DescriptorAnswer Decode(const std::string& descriptor) const {
     const auto* bytes = reinterpret_cast<const uint8_t*>(descriptor.data());
     const std::vector<uint8_t> cell = CellOfDescriptor({bytes, descriptor.size()});

@@ -29,6 +29,7 @@ constexpr const char* kTombstoneLeftOut = "Tombstone: hides what is in another h
 // No codes of the platform's: what is there already is of the other kind.
 constexpr int32_t kLinkThere = -1, kNoLinkThere = -2;
 
+// Up to the first zero: the registry's function takes no more.
 std::u16string ClassNameOf(const HiveImage& hive, uint32_t position) {
   const KeyNode key = ReadKeyNode(hive, position, KeyRead::kFields);
   const std::vector<uint8_t> bytes = ReadClassName(hive, key);
@@ -37,6 +38,7 @@ std::u16string ClassNameOf(const HiveImage& hive, uint32_t position) {
   return name.substr(0, name.find(u'\0'));
 }
 
+// Opened where it is there already; its class stays then.
 OpenedKey MakeKey(RegistryKey parent, const std::u16string& path, const std::u16string& class_name,
                   uint32_t access) {
   RegistryKey opened = 0;

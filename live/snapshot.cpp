@@ -80,6 +80,7 @@ bool WriteMark(std::FILE* file, std::string_view path, bool keep_signature) {
   return name.empty() || !fits || WriteRootName(file, name);
 }
 
+// A file that the system will take for a hive and fill. False when it cannot be written whole.
 bool WriteEmptyHive(const std::string& file) {
   int error = 0;
   FilePointer opened(OpenFile(file, "wb", error));
@@ -138,6 +139,7 @@ class HiveInTheMaking {
 
   const std::string& file() const { return made_; }  // empty: there is no place for it
   const std::u16string& mount() const { return mount_; }
+  // Below HKEY_USERS under a name that is free; the error of the registry.
   int32_t Mount() {
     const std::u16string name = FindFreeTempKey(kUsers);
     const int32_t error = name.empty() ? kRegistryFileExists : LoadHiveIntoRegistry(name, made_);

@@ -14,6 +14,7 @@ uint32_t HashOf(const Name& name) {
   return hash;
 }
 
+// The low bytes of the first four characters, the first one lowest; zeros for a shorter name.
 template <typename Name>
 uint32_t HintOf(const Name& name) {
   uint32_t hint = 0;

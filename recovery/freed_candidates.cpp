@@ -138,6 +138,7 @@ bool IsUnnamedValue(const HiveImage& hive, uint32_t p, FreedPlace place) {
          type <= kRegQword;
 }
 
+// All of a value but for its name's characters; flags above the two known bits are noise.
 bool IsValueRecord(const HiveImage& hive, uint32_t p, FreedPlace place) {
   const uint32_t name = ReadU16(hive, p + kValueNameLength);
   const bool sized =
@@ -172,6 +173,7 @@ void LookAt(Walk& walk, uint32_t p, const Stretch& stretch) {
   walk.found.push_back(record);
 }
 
+// Records keep their places at multiples of 8 when cells are merged.
 void LookInside(Walk& walk, const Stretch& stretch) {
   constexpr uint32_t kStopPollMask = 0xFFFF;
   for (uint32_t p = stretch.begin; p + kValueName <= stretch.end; p += kRecordStep) {

@@ -308,6 +308,7 @@ void Relate(Relating& relating) {
   FollowParents(records.keys);
 }
 
+// Whether a value has data in a cell of their own: without any nothing has to be asked about cells.
 bool AnyData(const HiveImage& hive, const std::vector<FreedValue>& values) {
   return std::ranges::any_of(values, [&hive](const FreedValue& value) {
     const uint32_t length = ReadU32(hive, value.position + kValueDataLength);

@@ -110,6 +110,7 @@ class ShiftFinder {
 
   bool HasRoom(uint32_t key) const { return votes_[key].size() < kMostVotes; }
 
+  // Asks the keys whose lists lead nowhere yet, and that no cluster has.
   void Propose(Proposal propose) {
     for (uint32_t key = 0; key < keys_.size() && !StopRequested(); ++key) {
       const bool settled = keys_[key].values_found != 0 || clusters_[key] != kNoCluster;

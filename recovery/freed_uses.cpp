@@ -69,6 +69,7 @@ void NoteData(const HiveImage& hive, uint32_t position, FreedUses& uses) {
   if (big) NoteSegments(hive, cell, value.data_length, uses);
 }
 
+// A type that no system has by itself is believed of a freed value when a value in use has it too.
 void NoteType(const HiveImage& hive, uint32_t position, FreedUses& uses) {
   const uint32_t type = ReadU32(hive, position + kValueType);
   const auto at = std::ranges::lower_bound(uses.odd_types, type);
@@ -77,6 +78,7 @@ void NoteType(const HiveImage& hive, uint32_t position, FreedUses& uses) {
   if (used) uses.odd_types_used[static_cast<size_t>(at - uses.odd_types.begin())] = true;
 }
 
+// Once, however many lists name it.
 void NoteValue(const HiveImage& hive, uint32_t position, FreedUses& uses) {
   if (ContainsPosition(uses.named, position)) return;
   InsertPosition(uses.named, position);

@@ -103,6 +103,8 @@ void ClaimData(Collection& collection, uint32_t position) {
   }
 }
 
+// Data only of a value that was not claimed before: two owners of one value would be two of its
+// data.
 void ClaimValue(Collection& collection, uint32_t position) {
   const HiveImage& hive = collection.hive;
   if (ReadU16(hive, position + 4) != kSignatureVk) return;

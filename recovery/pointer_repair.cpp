@@ -105,6 +105,7 @@ bool LeadsBeyondImage(const HiveImage& hive, uint32_t offset, uint32_t position)
   return !hive.header_valid || offset < ReadU32(hive, kDataLengthField);
 }
 
+// Offsets below the first bin's header lead to no cell.
 bool IsPlaceOfValue(const HiveImage& hive, uint32_t entry) {
   const uint32_t offset = ReadU32(hive, entry);
   if (offset % 8 != 0 || offset < kBinHeaderSize) return false;
@@ -132,6 +133,7 @@ struct ValueListRepair {
   std::map<std::pair<uint32_t, uint32_t>, ListVerdict> verdicts;  // by position and count
 };
 
+// An allocated cell with a value whose name fits into it.
 bool IsValueCell(const HiveImage& hive, uint32_t position) {
   if (position == kNoOffset || !IsAllocated(ReadU32(hive, position))) return false;
   const ValueKey value = ReadStoredValueKey(hive, position, ValueRead::kFields, 0, nullptr);

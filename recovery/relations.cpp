@@ -34,6 +34,7 @@ struct Repair {
   size_t scanned_keys = 0;  // key rows of the scan; those that were added are after them
 };
 
+// Every kProgressRows rows: true when the user stops, else the status line says how far it is.
 bool StopOrShow(uint32_t row, size_t total) {
   if (row % kProgressRows != 0) return false;
   if (StopRequested()) return true;
@@ -243,6 +244,7 @@ void Reconcile(Repair& repair, uint32_t child, uint32_t owner, uint32_t evidence
   key.marks |= kMarkListParent;
 }
 
+// A key that has lost its name gets the four characters of a list's entry.
 void NameByHint(Repair& repair, uint32_t row, uint32_t entry_position) {
   KeyRow& key = repair.tables.keys[row];
   uint32_t hint = 0;

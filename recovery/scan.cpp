@@ -111,6 +111,7 @@ uint32_t VisitBin(Walk& walk, uint32_t p) {
   return p + kBinHeaderSize;
 }
 
+// For the first key of a block `block_end` is the end of the block before.
 ScannedKey KeyAt(const Walk& walk, uint32_t p, uint16_t flags) {
   ScannedKey key;
   key.position = p;
@@ -170,6 +171,7 @@ uint32_t VisitValue(Walk& walk, uint32_t p, uint32_t length) {
   return p + length;
 }
 
+// Returns where the walk goes on.
 uint32_t VisitSecurity(Walk& walk, uint32_t p, uint32_t length) {
   if (walk.pass == ScanPass::kCollect) {
     walk.tables.securities.push_back(p);

@@ -20,6 +20,7 @@ void ReadBeside(const std::string& hive_file, HiveLogs& found) {
   }
 }
 
+// In the order in which they were named.
 void ReadChosen(HiveLogs& found) {
   for (const std::string& name : found.choice.files) {
     found.logs.push_back(ReadHiveLog(name));

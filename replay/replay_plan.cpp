@@ -33,6 +33,7 @@ void PreferNewForm(std::vector<HiveLog>& logs) {
   }
 }
 
+// Numbers of the logs, ascending.
 std::vector<uint32_t> UsableLogs(const std::vector<HiveLog>& logs) {
   std::vector<uint32_t> usable;
   for (uint32_t i = 0; i < logs.size(); ++i) {

@@ -117,6 +117,7 @@ bool IsBaseBlock(FileWindow& window, uint64_t position) {
   return window.Read(position, bytes, sizeof(bytes)) && IsBaseBlockSignature(bytes);
 }
 
+// The next one from `at` on, at any byte.
 bool FindBlock(FileWindow& window, uint64_t at, Block& block) {
   uint64_t position = 0;
   for (; window.FindSignature(at, position); at = position + 1) {
@@ -133,6 +134,8 @@ bool IsFollowed(FileWindow& window, const Block& block) {
          IsBaseBlock(window, block.end);
 }
 
+// Offset 0 begins a hive anew. A block within the last one's length continues the run where offset
+// and place go together.
 bool Continues(const Run& run, const Block& block) {
   if (block.own_offset == 0) return false;
   if (block.position == run.last.end) return true;

@@ -96,6 +96,7 @@ bool ReadPlainValue(const HiveImage& hive, uint32_t position, PlainValue& out) {
   return out.name.size() == fields.name_length && out.data.size() == fields.data_length;
 }
 
+// False also for what must be read the long way to tell.
 bool IsSameValue(const PairWalk& walk, uint32_t position_a, uint32_t position_b) {
   PlainValue a;
   PlainValue b;

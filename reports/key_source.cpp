@@ -65,6 +65,7 @@ class KeyFinder {
     return kNoItem;
   }
 
+  // Once for each key that is asked about.
   void LookThrough(uint32_t parent) {
     known_.insert(parent);
     for (uint32_t child = FirstChild(tree_, parent); child != kNoItem && !StopRequested();
@@ -227,6 +228,7 @@ class HiveKeys : public HiveKeySource {
     return has_cell ? LastWriteOfKey(hive_, it.position) : 0;
   }
 
+  // Of a key without a cell none.
   void ListValues() {
     values_known_ = true;
     next_value_ = 0;

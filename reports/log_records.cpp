@@ -88,6 +88,8 @@ bool IsNew(Search& search, const PageOfLog& page, uint32_t cell, uint32_t length
   return search.told.insert(std::move(mark)).second;
 }
 
+// By the key that is at the parent's place in the hive now, which may be another one than when the
+// page was written; "?" for none.
 std::string KeyPath(const Search& search, const KeyFields& key, const std::string& name) {
   if ((key.flags & kRootKeyFlags) == kRootKeyFlags) return search.tree.root_text;
   const uint32_t parent = kBaseBlockSize + key.parent;

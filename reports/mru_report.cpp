@@ -56,6 +56,7 @@ class ViewedFolders {
  public:
   explicit ViewedFolders(ReportRun& run) : run_(run) {}
 
+  // Values that are named by numbers and hold no text are items of folders.
   void VisitKey(const SourceKey& key) {
     EnterKey(key);
     ForEachMru(run_.keys, [&](const SourceValue& value) {

@@ -119,6 +119,8 @@ size_t CutProse(std::string_view path) {
   return std::min(path.size(), path.find(' ', slash));
 }
 
+// Without the kernel's prefix, what ends a path in a list, and a backslash at the end, but for that
+// of a drive's root.
 std::string Cleaned(std::string_view path) {
   path.remove_prefix(PrefixLength(path));
   while (!path.empty() && std::string_view(" ,'").find(path.back()) < 3) path.remove_suffix(1);

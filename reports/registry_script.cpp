@@ -241,6 +241,7 @@ class ScriptWriter {
     NoteShortfall(Shortfall::kScriptNames);
   }
 
+  // Two values of a key may be written under one name, and an import makes one of them.
   void NoteValueName(const ValueKey& value) {
     std::string name = WrittenName(value.name);
     std::ranges::replace(name, '\0', kUnwritable);

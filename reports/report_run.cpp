@@ -33,6 +33,7 @@ void RankLetters(std::string_view letters, MruOrder& order) {
   for (const char letter : letters) order.emplace(std::string(1, letter), order.size());
 }
 
+// "MRUListEx"; the first place of a number counts.
 void RankNumbers(std::span<const uint8_t> data, MruOrder& order) {
   for (; data.size() >= 4 && order.size() < kMaxMruEntries; data = data.subspan(4)) {
     const uint32_t number = LoadU32(data.data());

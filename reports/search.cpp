@@ -132,6 +132,7 @@ class BranchSearch {
     return MayBeHit(limits_, last_write_, fields.data_length);
   }
 
+  // `data_` are those of the value, read just before.
   bool ValueMatches(const ValueKey& value) const {
     if (pattern_.everything) return true;
     if (value_names_ && !value.name.empty() && ValueNameMatches(value)) return true;

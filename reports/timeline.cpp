@@ -71,6 +71,8 @@ std::string EntryWords(const HiveImage& hive, uint32_t key) {
   return "log entry " + std::to_string(EntryOf(*hive.logs, hive.logs->steps[origin.step]).sequence);
 }
 
+// The values of a key that starts programs, then the log entry that wrote the time; most keys have
+// neither.
 std::string DetailOfKey(const HiveImage& hive, uint32_t key, std::string_view path) {
   std::string detail = EntryWords(hive, key);
   if (!IsRunKey(path)) return detail;

@@ -67,6 +67,7 @@ uint64_t LocalTime(uint64_t time, int minutes_east) {
   return time + static_cast<uint64_t>(int64_t{minutes_east} * 60 * int64_t{kPerSecond});
 }
 
+// "Z", "+02:00", "-05:30".
 std::string ZoneText(int minutes_east) {
   if (minutes_east == 0) return "Z";
   const int minutes = minutes_east < 0 ? -minutes_east : minutes_east;
@@ -339,6 +340,7 @@ void PutJsonMessage(const TimelineEvent& event, EventWriter& writer) {
   Put(StateMark(event.state), out);
 }
 
+// From the message before it, where that has the key alone and escaped already.
 void PutJsonKey(const TimelineEvent& event, EventWriter& writer) {
   if (writer.key_size == 0) return PutJsonText(event.key, writer.out);
   char* const room = RoomFor(writer.out, writer.key_size);

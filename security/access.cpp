@@ -60,12 +60,15 @@ struct EntryWalk {
     const auto all = denied.find(kEveryone);
     return (own == denied.end() ? 0 : own->second) | (all == denied.end() ? 0 : all->second);
   }
+  // Rights that an entry before this one denies are not granted. An entry for the owner's rights is
+  // about whoever owns the key.
   void Allow(const AceInfo& ace, uint32_t rights) {
     const bool of_owner = ace.sid_text == kOwnerRights;
     const std::string& sid = of_owner ? owner : ace.sid_text;
     const char* by = ace.type == kAllowIf ? "allow, on a condition" : "allow";
     if (!sid.empty()) grants.Add(sid, rights & ~DeniedTo(sid), of_owner ? "owner's entry" : by);
   }
+  // In the order of the list, which is the order in which a system asks its entries.
   void Visit(const AceInfo& ace) {
     if (!ace.valid || ace.sid_text.empty() || (ace.flags & kInheritOnly) != 0) return;
     const uint32_t rights = MapGenericRights(ace.mask);

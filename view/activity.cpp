@@ -31,6 +31,7 @@ uint64_t LengthOf(ActivityUnit unit) {
 
 CalendarTime CalendarOf(uint64_t time) { return CalendarOfFileTime(time * kUnitsPerSecond); }
 
+// Seconds since 1601; `month` counts from 1.
 uint64_t MonthStart(int year, int month) {
   CalendarTime start{};
   start.year = year;

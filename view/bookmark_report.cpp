@@ -102,6 +102,7 @@ void TellDeleted(const Mark& mark, RecordWords& words) {
   words.why = FirstLine(FreedItemDetail(*in.hive, *in.tree, *in.freed, item));
 }
 
+// Whether the bookmark leads to a deleted key or value of its hive.
 bool IsDeleted(const Mark& mark) {
   const FreedTree* freed = mark.hive->freed;
   const uint32_t at = mark.found.position;

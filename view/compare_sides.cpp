@@ -63,6 +63,7 @@ bool OpenHiveB(ComparedHives& hives, const CompareWish& wish, ImageSummary& summ
   return true;
 }
 
+// False, with `fault` set, for no key and for one that was made.
 bool HasKey(ComparedHives& hives, const HiveImage& hive, const KeyTree& tree, uint32_t item,
             const std::string& path) {
   if (item != kNoItem && HasKeyCell(tree, item)) return true;

@@ -75,6 +75,7 @@ void ForgetUndone(HexHistory& history) {
   history.undone.clear();
 }
 
+// The newest change stays, however large.
 void ForgetOldest(HexHistory& history) {
   while (history.bytes > kHexHistoryBytes && history.done.size() > 1) {
     history.bytes -= MemoryOf(history.done.front());

@@ -23,6 +23,9 @@ struct HalfColumn {
   int halves;
 };
 
+// The byte of a line that is at x or left of it, the first one for what is before them all.
+// TextHalf is the same on the side of the characters, where a place after the last counts as its
+// end.
 HalfColumn HexHalf(const HexLayout& layout, int x) {
   uint32_t index = layout.per_line - 1;
   while (index > 0 && x < ColumnLeft(layout, HexColumn(layout, index))) --index;
@@ -37,6 +40,7 @@ HalfColumn TextHalf(const HexLayout& layout, int x) {
   return {index, inside % layout.cell_width * 2 / layout.cell_width};
 }
 
+// One line below the view counts too, so that a drag can go on there.
 uint32_t LineAt(const HexLayout& layout, int y, uint32_t top_line, uint32_t count) {
   const int row = y / layout.line_height - 1;
   const int last = static_cast<int>(LinesInView(layout));

@@ -22,6 +22,7 @@ bool IsByUser(const HiveLogs& logs) {
           (logs.choice.bounded || logs.choice.mode == LogMode::kChosen));
 }
 
+// Nothing for empty words.
 void AddLine(std::string& text, const std::string& label, const std::string& words) {
   if (words.empty()) return;
   text += label;

@@ -38,6 +38,7 @@ std::string LengthOf(const std::string& name) {
   return error ? std::string() : std::to_string(size);
 }
 
+// Its row opens nothing.
 void AddFailed(FolderReader& reader, const std::string& name) {
   ++reader.result.failed;
   reader.result.opened.emplace_back();

@@ -57,6 +57,7 @@ void AppendBigEndian(uint32_t number, std::string& out) {
   for (int shift = 24; shift >= 0; shift -= 8) out += static_cast<char>(number >> shift & 0xFF);
 }
 
+// Length, type, data, and the checksum of the latter two; numbers with their highest byte first.
 void AppendChunk(const char* type, const std::string& data, std::string& out) {
   AppendBigEndian(static_cast<uint32_t>(data.size()), out);
   const size_t start = out.size();

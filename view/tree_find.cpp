@@ -20,6 +20,7 @@ bool ListsValue(const HiveImage& hive, uint32_t key, uint32_t position) {
   return std::ranges::find(positions, position) != positions.end();
 }
 
+// Linear in the keys and their lists: for one value, not for many.
 uint32_t ItemListingValue(const HiveImage& hive, const KeyTree& tree, uint32_t position) {
   for (uint32_t item = 0; item < tree.items.size(); ++item) {
     if (!HasKeyCell(tree, item)) continue;

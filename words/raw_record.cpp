@@ -180,6 +180,7 @@ std::string SizeWords(const HiveImage& hive, uint32_t field) {
   return IsPlausibleSize(size) ? words : "no size of a cell (" + words + ")";
 }
 
+// A dot for what is no character; at most kRawBytes.
 std::string Letters(const HiveImage& hive, uint32_t field, uint32_t size) {
   std::string text(std::min(size, kRawBytes), '\0');
   text.resize(ReadBytes(hive, field, reinterpret_cast<uint8_t*>(text.data()),
