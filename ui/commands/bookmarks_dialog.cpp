@@ -102,6 +102,7 @@ void EnableFor(const BookmarkDialog& state) {
   EnableWindow(GetDlgItem(state.dialog, IDOK), selected != FALSE && state.may_go);
 }
 
+// The note is not taken for one that the user changed.
 void ShowSelected(const BookmarkDialog& state) {
   const int row = SelectedRow(state);
   const std::string note = row < 0 ? std::string() : BookmarkOfRow(state, row).note;

@@ -81,6 +81,7 @@ struct CarveDialog {
   CarveWish wish;
 };
 
+// OK wants a file, and a folder where the finds are to be written.
 void JudgeCarve(const CarveDialog& state) {
   const bool save = IsTicked(state.dialog, kCarveSave);
   Enable(state.dialog, kCarveFolder, save);

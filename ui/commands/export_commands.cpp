@@ -65,6 +65,7 @@ void ReportExported(const ScriptExport& written) {
   ShowMessage(said.c_str(), kProgramName, Icon::kInformation);
 }
 
+// On the interface thread. Of a stopped export nothing is left, and nothing is said.
 void FinishExport(MainWindow& window, ExportJob& job) {
   if (job.stopped) return;
   if (!job.kept) return ReportFileFailure(kNotWritten, job.file.name);

@@ -22,6 +22,7 @@ void ViewChanged(MainWindow& window) {
   UpdateToolbar(window);
 }
 
+// The focus leaves the pane before it is hidden.
 void ShowDetailPane(MainWindow& window, bool on) {
   if (!on && IsChild(window.viewer.window, GetFocus()) != FALSE) SetFocus(window.values.window);
   window.layout.detail_shown = on;

@@ -70,6 +70,7 @@ INT_PTR OnStart(RecentDialog& state) {
   return TRUE;
 }
 
+// The keys keep their order while the dialog is open, so rows are their numbers.
 void GoToSelected(RecentDialog& state) {
   const int row = ListBox_GetCurSel(ListOf(state));
   if (row < 0) return;

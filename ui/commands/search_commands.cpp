@@ -105,6 +105,7 @@ void StartSearch(MainWindow& window, const std::shared_ptr<HiveSearch>& search) 
   if (!words.empty()) search->place->asked.push_back("Asked: " + words);
 }
 
+// In the hive shown alone.
 void SearchFrom(MainWindow& window, uint32_t item) {
   const auto search = std::make_shared<HiveSearch>();
   if (!AskPattern(window, SearchPlace::kHive, search->pattern)) return;

@@ -112,6 +112,7 @@ std::string KeyCellText(const CompareWindow& window, uint32_t key, int column) {
   }
 }
 
+// The open picture of a key follows its closed one in the list of pictures.
 int IconOfKey(const CompareWindow& window, uint32_t key) {
   const ComparedHives& hives = *window.hives;
   const ComparedKey& it = hives.tree.keys[key];
@@ -220,6 +221,7 @@ void ShowRows(CompareWindow& window, uint32_t key) {
 
 // --- what the user does --------------------------------------------------------------------------
 
+// Nothing for a key without anything below it that is shown.
 void ToggleRow(CompareWindow& window, int row) {
   const uint32_t key = KeyOfRow(window, row);
   if (key == kNoItem) return;
@@ -592,6 +594,7 @@ RECT FirstArea(const MainWindow& owner) {
   return {left, top, left + Scale(kWidth, owner.dpi), top + Scale(kHeight, owner.dpi)};
 }
 
+// Null for a window that is none of these, or in none.
 CompareWindow* WindowOf(HWND child) {
   const HWND root = GetAncestor(child, GA_ROOT);
   const std::vector<CompareWindow*>& open = TheCompareWindows().open;
@@ -599,6 +602,7 @@ CompareWindow* WindowOf(HWND child) {
   return root != nullptr && found != open.end() ? *found : nullptr;
 }
 
+// The modifiers must be just those of the command.
 bool IsPressed(const CompareCommand& command, WPARAM key) {
   const auto down = [](int which) { return GetKeyState(which) < 0; };
   const uint8_t modifiers =

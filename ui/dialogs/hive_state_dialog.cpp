@@ -29,6 +29,7 @@ constexpr DialogAnchor kAnchors[] = {
     {.control = IDCANCEL, .move_x = true, .move_y = true},
 };
 
+// From here on RenewHiveStateDialog finds the dialog.
 INT_PTR OnStart(StateDialog& state) {
   state.layout = ReadDialogLayout(state.dialog, kAnchors);
   SetDlgItemTextW(state.dialog, kHiveStateText, state.text.c_str());

@@ -102,6 +102,7 @@ std::string ExpressionFault(const SearchDialog& state) {
   return fault;
 }
 
+// Below the fields while the user types; empty for a pattern that means something.
 std::wstring MessageFor(const SearchDialog& state) {
   const HexFault fault = IsHexMode(state) ? FaultOf(state) : HexFault::kNone;
   if (fault == HexFault::kNone) return WindowText(ExpressionFault(state));
@@ -125,6 +126,8 @@ void EnableFor(const SearchDialog& state) {
   SetDlgItemTextW(state.dialog, kSearchMessage, message.c_str());
 }
 
+// Each field shows the other one's pattern in its own form. Setting a text reports a change too,
+// which `mirroring` keeps from coming back.
 void MirrorText(SearchDialog& state, const std::wstring& shown) {
   state.text = PatternOfField(shown);
   state.hex = HexOfText(state.text).substr(0, kMaxPattern);
@@ -140,6 +143,7 @@ void MirrorHex(SearchDialog& state, const std::wstring& shown) {
   EnableFor(state);
 }
 
+// A text chosen from the list is not yet in the field when that is reported.
 void OnField(SearchDialog& state, int field, WORD notice) {
   if (state.mirroring || (notice != CBN_EDITCHANGE && notice != CBN_SELCHANGE)) return;
   const HWND box = GetDlgItem(state.dialog, field);

@@ -295,6 +295,7 @@ void ShowInForm(Editor& editor, bool wanted) {
 
 // --- what the user does --------------------------------------------------------------------------
 
+// The data stay as they are, byte for byte; the form is that of the new type.
 void OnTypeChosen(Editor& editor) {
   const HWND box = Control(editor, kEditType);
   editor.data = DataOf(editor);

@@ -32,6 +32,7 @@ void Judge(const ZoneDialog& state) {
   EnableWindow(GetDlgItem(state.dialog, IDOK), !fixed || ReadOffset(state, zone) ? TRUE : FALSE);
 }
 
+// A rule may come from a hive that was open before: it can be kept, and says so.
 std::string RuleWords(const ZoneDialog& state) {
   if (!state.rule) return "The zone that the &hive says: this one says none";
   const std::string words = ZoneWords(*state.rule);

@@ -29,6 +29,7 @@ const DpiFunctions& Functions() {
   return functions;
 }
 
+// As it was when the user logged on.
 uint32_t SystemDpi() {
   const HDC screen = GetDC(nullptr);
   const int dpi = GetDeviceCaps(screen, LOGPIXELSY);

@@ -46,6 +46,7 @@ bool IsSystemDark() {
          light == 0;
 }
 
+// False where the system cannot say.
 bool IsHighContrast() {
   HIGHCONTRASTW contrast{};
   contrast.cbSize = sizeof contrast;

@@ -95,6 +95,8 @@ bool IsOwnFrame(HWND window, const CREATESTRUCTW& made) {
   return of_system && IsClass(window, kDialogClass);
 }
 
+// A child of a dressed window, a tooltip for one, or a window of the program itself; not what the
+// system puts into its own dialogs.
 bool IsOurs(HWND window, const CREATESTRUCTW& made) {
   if ((made.style & WS_CHILD) != 0) return IsDressed(made.hwndParent);
   if (IsClass(window, TOOLTIPS_CLASSW)) {

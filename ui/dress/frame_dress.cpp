@@ -70,6 +70,7 @@ bool IsToolbar(HWND window) {
   return lstrcmpiW(name, TOOLBARCLASSNAMEW) == 0;
 }
 
+// Toolbars ask their parent how to draw; its own answer goes on to what is drawn here.
 bool RouteNotice(HWND window, WPARAM first, LPARAM second, LRESULT& answer) {
   const auto& notice = *reinterpret_cast<const NMHDR*>(second);
   if (notice.code != NM_CUSTOMDRAW || !IsToolbar(notice.hwndFrom)) return false;

@@ -25,6 +25,7 @@ Function Found(HMODULE library, const char* name) {
   return reinterpret_cast<Function>(reinterpret_cast<void*>(GetProcAddress(library, name)));
 }
 
+// By the function that tells the truth to every program; 0 where it is missing.
 DWORD SystemBuild() {
   OSVERSIONINFOW version{};
   version.dwOSVersionInfoSize = sizeof version;

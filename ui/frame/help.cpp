@@ -25,6 +25,7 @@ std::string LeadingPageFile(int topic) {
   return Utf8Name(folder) + "hivequarry-help-" + std::to_string(topic) + ".html";
 }
 
+// False when the file cannot be written whole; the one before stays then.
 bool MakePage(const std::string& file, const std::string& page) {
   OutputFile output;
   int error = 0;
@@ -67,6 +68,7 @@ constexpr DialogTopic kDialogTopics[] = {
     {kRootPathText, kHelpRoot},      {kCompareFile, kHelpCompareHives},
     {kTimelineFreed, kHelpTimeline}};
 
+// A dialog is known by a control that it alone has.
 HelpTopic TopicOf(HWND dialog, HelpTopic otherwise) {
   for (const DialogTopic& known : kDialogTopics) {
     if (GetDlgItem(dialog, known.control) != nullptr) return known.topic;

@@ -18,6 +18,7 @@ void Announce(HostWindow& host) {
   if (!host.announced.exchange(true)) PostMessageW(host.window, kHostChanged, 0, 0);
 }
 
+// In the order of both enumerations.
 UINT BoxFlags(Icon icon, Buttons buttons) {
   constexpr UINT kIconFlags[] = {0, MB_ICONINFORMATION, MB_ICONEXCLAMATION, MB_ICONQUESTION,
                                  MB_ICONHAND};
@@ -66,6 +67,7 @@ void Status(void* context, const char* text) {
   Announce(host);
 }
 
+// Functions of the Host table, called on any thread. Work in the background shows nothing.
 void ProgressRange(void* context, uint32_t steps) {
   if (WorkInBackground() != nullptr) return;
   HostWindow& host = Window(context);

@@ -23,6 +23,7 @@ LRESULT Ask(HWND toolbar, UINT message, int index) {
   return SendMessageW(toolbar, message, static_cast<WPARAM>(index), 0);
 }
 
+// One that can be pressed just now: no gap, and not grey.
 bool IsButton(HWND toolbar, int index) {
   TBBUTTON button{};
   SendMessageW(toolbar, TB_GETBUTTON, static_cast<WPARAM>(index),
@@ -81,6 +82,7 @@ bool OnToolKey(HWND toolbar, WPARAM key) {
   }
 }
 
+// The button that the keyboard is on is the "hot" one, as under the pointer.
 LRESULT CALLBACK ToolbarProc(HWND toolbar, UINT message, WPARAM first, LPARAM second, UINT_PTR,
                              DWORD_PTR) {
   if (message == WM_KEYDOWN && OnToolKey(toolbar, first)) return 0;

@@ -52,6 +52,7 @@ std::optional<std::u16string> ClipboardText(HWND owner) {
   return text;
 }
 
+// False for no selection, and when another program holds the clipboard, which is told.
 bool CopySelection(HexWindow& window) {
   const std::u16string text = CopiedText(window.view);
   if (text.empty()) return false;

@@ -34,6 +34,7 @@ void MeasureFont(HexWindow& window) {
   window.view.layout.margin = Scale(kMargin, window.dpi);
 }
 
+// Of the fonts for the resolution the monospaced one is kept, the old one and all others are freed.
 void SetFont(HexWindow& window) {
   Fonts fonts = MakeFonts(window.dpi);
   std::swap(window.font, fonts.fixed);
@@ -78,6 +79,7 @@ void UpdateCaret(HexWindow& window) {
   ShowCaret(window.handle);
 }
 
+// After the number of bytes or lines has changed.
 void UpdateView(HexWindow& window) {
   window.view.top_line = std::min(window.view.top_line, LastTopLine(window.view));
   UpdateScrollBar(window);

@@ -22,6 +22,7 @@ HexFind ChoiceIn(HWND dialog) {
   return find;
 }
 
+// At each change: what is wrong with the text, and whether it can be looked for.
 void JudgeFind(HWND dialog) {
   const HexFind find = ChoiceIn(dialog);
   const BOOL can = SequenceOf(find).has_value() ? TRUE : FALSE;

@@ -43,6 +43,7 @@ int LinesPerNotch(const HexWindow& window) {
   return static_cast<int>(std::min<uint32_t>(lines, LinesInView(window.view.layout)));
 }
 
+// In 32 bits: the message itself has the low 16 alone.
 int TrackPosition(HWND window) {
   SCROLLINFO info{};
   info.cbSize = sizeof info;

@@ -124,6 +124,7 @@ void SavePlace(const BlockWindow& blocks) {
   SavedPlace().columns = ColumnWidths(blocks.list, blocks.dpi);
 }
 
+// The last message: the record goes.
 void OnDestroy(BlockWindow* blocks) {
   blocks->owner->blocks = nullptr;
   DeleteObject(blocks->font);

@@ -69,6 +69,7 @@ std::vector<int> MovedTo(std::vector<int> order, int column, int to) {
   return order;
 }
 
+// By a timer, as the header sets widths after it has reported them.
 void CALLBACK HideAgain(HWND list, UINT, UINT_PTR timer, DWORD) {
   KillTimer(list, timer);
   const ListPlace& place = PlaceOfControl(list);

@@ -45,6 +45,8 @@ struct SplitJob {
   bool done = false;
 };
 
+// The worker's copy has the rows in the order that was shown, so the order is forgotten with the
+// old model.
 void ShowPieces(ListPlace& place, SplitJob& job) {
   StopFilter(place);
   place.model = std::move(job.list);

@@ -57,6 +57,7 @@ struct SelectJob {
   std::vector<uint32_t> found;
 };
 
+// The first of them comes into view.
 void SelectFound(ListPlace& place, SelectJob& job) {
   if (job.found.empty()) return ReportNothing();
   const auto first = static_cast<int>(job.found.front());

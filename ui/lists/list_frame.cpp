@@ -120,6 +120,7 @@ void ShowPart(const ListWindow& window, ListStatusPart part, const std::wstring&
   SendMessageW(window.place.status, SB_SETTEXTW, part, reinterpret_cast<LPARAM>(text.c_str()));
 }
 
+// With a filter also how many rows the list has.
 void ShowCount(const ListWindow& window) {
   const ListPlace& place = window.place;
   std::string text = Concat({"Number of Items : ", Decimal(ShownRowCount(place))});

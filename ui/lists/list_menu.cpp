@@ -27,6 +27,7 @@ bool HasPosition(const ListPlace& place) {
   return place.owner->shown->slot >= 0 && RowHasDatum(*place.model, row);
 }
 
+// A row of a loaded report leads to a key of the hive shown by the path alone.
 bool HasPath(const ListPlace& place) {
   const int focused = FocusedRow(place);
   if (focused < 0 || !place.loaded || place.owner->shown->slot < 0) return false;

@@ -131,6 +131,7 @@ void EmptyControl(ListPlace& place) {
 
 // --- order ---------------------------------------------------------------------------------------
 
+// Rows are shown as they were added, all of them.
 void ForgetOrder(ListPlace& place) {
   place.rows = RowsShown();
   place.sorted_column = -1;

@@ -75,6 +75,7 @@ void LoadRows(ListPlace& place, const std::shared_ptr<ReportJob>& job) {
       [&place, job] { EndReport(place, *job); });
 }
 
+// The head first, so that the list has its columns; the rows come after it, on a worker again.
 void ShowReportHead(ListPlace& place, const std::shared_ptr<ReportJob>& job) {
   ReportFailure(*job);
   if (job->read != ReportRead::kDone || job->head.columns.empty()) return;

@@ -96,6 +96,7 @@ EditedTexts& TheEditedTexts() {
   return texts;
 }
 
+// In the folder for temporary files; no other copy of the program makes the same name.
 std::string NextTextName() {
   std::wstring folder(MAX_PATH + 1, L'\0');
   folder.resize(GetTempPathW(static_cast<DWORD>(folder.size()), folder.data()));

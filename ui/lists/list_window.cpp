@@ -133,6 +133,7 @@ void OnClose(ListWindow& window) {
   ShowWindow(place.window, SW_HIDE);
 }
 
+// The last call for the window; fonts and pictures after the children that used them.
 void FreeListWindow(ListWindow* window) {
   std::erase(TheListWindows().open, window);
   FreeFonts(window->fonts);
@@ -196,6 +197,7 @@ constexpr FrameRoutes<ListWindow> kRoutes = {
     .others = Route};
 constexpr WNDPROC kProcedure = FrameProc<ListWindow, kRoutes>;
 
+// Told by the window's procedure: null for any other window.
 ListWindow* WindowOfHandle(HWND handle) {
   if (GetClassLongPtrW(handle, GCLP_WNDPROC) != reinterpret_cast<ULONG_PTR>(kProcedure)) {
     return nullptr;

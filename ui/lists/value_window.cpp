@@ -68,6 +68,7 @@ bool OnCreate(ValueWindow& window) {
   return true;
 }
 
+// The answer to kReady; a result that is not the newest is dropped.
 void OnReady(ValueWindow& window) {
   const std::unique_ptr<DetailResult> result = Take(*window.box);
   if (result == nullptr) return;
@@ -83,6 +84,7 @@ void OnDpiChanged(ValueWindow& window, uint32_t dpi, const RECT& area) {
                area.bottom - area.top, SWP_NOZORDER | SWP_NOACTIVATE);
 }
 
+// The last message. A value thread may still be at work for it: the mailbox is shared with that.
 void Forget(ValueWindow* window) {
   if (TheWindow() == window) TheWindow() = nullptr;
   SetWindowLongPtrW(window->handle, GWLP_USERDATA, 0);

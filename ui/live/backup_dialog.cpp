@@ -69,6 +69,7 @@ void ShowFolder(const BackupDialog& state, const std::string& folder) {
   SetDlgItemTextW(state.dialog, kBackupFolder, WideName(folder).c_str());
 }
 
+// A bit for each row of the table of hives (HiveBit).
 uint32_t TickedHives(const BackupDialog& state) {
   uint32_t hives = 0;
   for (int hive = 0; hive < state.hives; ++hive) {
@@ -102,6 +103,7 @@ std::string ProposedFolder(const std::string& base, bool automatic) {
   return dated.empty() ? base : dated;
 }
 
+// What the command line named, else where the last backup was, else the user's documents.
 std::string FirstFolder(const BackupDialog& state) {
   if (state.purpose == Purpose::kUnattended) return state.run.folder;
   if (!LastBackupFolder().empty()) return LastBackupFolder();
@@ -146,6 +148,8 @@ void OnHiveChanged(BackupDialog& state, int hive, HiveState now) {
   InvalidateRect(GetDlgItem(state.dialog, kBackupIcon + hive), nullptr, FALSE);
 }
 
+// Turns the picture, and counts how long the run has been: before kBackupStoppable it is not
+// stopped.
 void OnHiveTimer(BackupDialog& state, int hive) {
   ++state.frame;
   if (++TheLongOperation().backup_progress >= kBackupStoppable) {
@@ -291,6 +295,7 @@ void OnCommand(BackupDialog& state, int control) {
   }
 }
 
+// Each hive has a timer of its own, numbered by its row.
 void OnTimerOf(BackupDialog& state, UINT_PTR timer) {
   if (timer >= kHiveTimer && timer < kHiveTimer + kLiveHives) {
     return OnHiveTimer(state, static_cast<int>(timer - kHiveTimer));

@@ -34,6 +34,7 @@ struct CompareJob {
   std::vector<uint32_t> differing;
 };
 
+// For the worker. A stop switches the mode "Displayed Sub Keys" off.
 std::function<void(OutputList&)> WorkOf(const std::shared_ptr<CompareJob>& job) {
   return [job, options = OptionsNow(), &hive = HiveOfSlot(job->hive->slot),
           &tree = *job->hive->tree](OutputList& list) {
@@ -46,6 +47,7 @@ void UnmarkAll(MainWindow& window) {
   for (const auto& hive : window.hives) MarkDifferences(hive->pane, {});
 }
 
+// For the interface thread: what differs is marked in the tree, or nothing is any more.
 std::function<void()> EndOf(const std::shared_ptr<CompareJob>& job) {
   return [job] {
     if (!job->displayed) return;

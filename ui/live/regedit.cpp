@@ -106,6 +106,7 @@ struct PaneSearch {
   HWND found;
 };
 
+// The first child of that class; FALSE ends the enumeration.
 BOOL CALLBACK MatchPane(HWND window, LPARAM parameter) {
   PaneSearch& search = *reinterpret_cast<PaneSearch*>(parameter);
   wchar_t name[32] = L"";

@@ -63,6 +63,8 @@ std::string PathInRow(const OutputList& list, uint32_t row) {
   return text.substr(std::min(text.find_first_not_of("0123456789, "), text.size()));
 }
 
+// By the row's record where the hive is open, since what the row shows may be shortened; else by
+// its words.
 std::string PathOfRow(const ListPlace& place, uint32_t row) {
   const MainWindow& window = *place.owner;
   const OutputList& list = *place.model;

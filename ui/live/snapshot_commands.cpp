@@ -146,6 +146,7 @@ void AddResult(SnapshotJob& job, const SnapshotResult& result) {
   if (!message.empty()) job.messages.push_back(std::move(message));
 }
 
+// On the interface thread: one box for all of them, then the list of what could not be read.
 void ReportSnapshots(MainWindow& window, SnapshotJob& job) {
   ShowStatus(job.made != 0 ? "Done." : "");
   std::string text;

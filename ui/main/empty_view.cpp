@@ -21,6 +21,7 @@ struct EmptyTexts {
   std::wstring hint;
 };
 
+// While a hive is being loaded its name and how far that is, else how to open one.
 EmptyTexts TextsFor(MainWindow& window) {
   if (!window.load.thread.joinable()) {
     return {L"Open a registry hive", L"Drop a hive file here, or press Ctrl+O."};

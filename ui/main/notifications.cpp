@@ -30,6 +30,7 @@ bool FillSlices(WindowHive& hive) {
 
 bool IsControlKey(WORD pressed, WORD key) { return pressed == key && GetKeyState(VK_CONTROL) < 0; }
 
+// TRUE keeps the branch closed: what is in it is worked out first.
 LRESULT OnExpanding(MainWindow& window, const NMTREEVIEWW& notice) {
   if (OnRemovedExpanding(window, notice)) return TRUE;
   OnTreeExpanding(PaneOfItem(window, notice.itemNew.lParam), notice);

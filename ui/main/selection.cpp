@@ -96,6 +96,7 @@ DetailResult DetailOfValue(const ReadHive& of, uint32_t value, const Removed& re
           BytesOfValue(removed->before.image, value)};
 }
 
+// On a value thread.
 void GatherDetail(MainWindow& window, const ReadHive& of, uint32_t serial, uint32_t value,
                   const Removed& removed, const Freed& freed) {
   if (!IsNewest(window.selection.detail_box, serial)) return;

@@ -120,6 +120,7 @@ void LayOut(const ValueViewer& viewer) {
 
 // --- meanings ------------------------------------------------------------------------------------
 
+// After the caret or the selection has moved; the rows stay in view as far as there are as many.
 void RenewMeaning(ValueViewer& viewer) {
   const HexBytes& bytes = HexBytesOf(viewer.hex);
   viewer.rows = MeaningRows(viewer.value, bytes.bytes, bytes.caret);

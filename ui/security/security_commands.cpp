@@ -41,6 +41,8 @@ void TellReplacement(const SidReplacement& replacement, OutputList& list) {
   SetListSubtitle(list, text);
 }
 
+// Image and tree of the hive shown stay while the worker is at work: no hive goes during an
+// operation.
 void StartWalk(MainWindow& window, OutputListPtr list, uint32_t item, FillFromHive fill) {
   SecurityWalk walk{ShownHive(window), *window.shown->tree, item, OptionsNow(window)};
   TellReplacement(walk.options.replace, *list);
@@ -76,6 +78,7 @@ void FindKeysOfRecord(MainWindow& window, uint32_t record) {
   StartQuery(window, kWholeTree, query);
 }
 
+// A beep where the row or key has no such SID.
 void FindKeysOfSid(MainWindow& window, SecurityMode mode, const std::string& sid) {
   if (sid.empty()) return Beep();
   SecurityQuery query;

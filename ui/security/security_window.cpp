@@ -180,6 +180,7 @@ void ShowNames(SecurityWindow& window) {
   SendMessageW(text, EM_LINESCROLL, 0, line);
 }
 
+// What the control shows at that moment.
 void CopyReport(HWND dialog) {
   const ReportTurn turn;
   std::string& report = TheSecurityWindows().report;
@@ -203,6 +204,7 @@ HWND TopmostBut(HWND closing) {
   return nullptr;
 }
 
+// The next window is brought forward by hand: the system might choose one of another program.
 void OnClose(HWND dialog) {
   TheSecurityWindows().last_place = NormalArea(dialog);
   TheSettings().options.resolve_sids = IsTicked(dialog, kSecurityLocalAccounts);
@@ -227,6 +229,7 @@ void OnMinMax(HWND dialog, MINMAXINFO& bounds) {
   bounds.ptMinTrackSize = {Scale(kLeastWidth, dpi), Scale(kLeastHeight, dpi)};
 }
 
+// Its slot is free again.
 void FreeWindow(SecurityWindow* window) {
   auto& slots = TheSecurityWindows().slots;
   std::replace(slots.begin(), slots.end(), window, static_cast<SecurityWindow*>(nullptr));
