@@ -32,9 +32,9 @@ struct CheckFinding {
 
 // A key that the root leads to, parents before children.
 struct CheckedKey {
-  uint32_t position = 0;  // of its cell
-  uint32_t parent = kNoCheckedKey;
-  uint32_t level = 0;  // of the root 0
+  uint32_t position = 0;            // of its cell
+  uint32_t parent = kNoCheckedKey;  // its number in `keys`
+  uint32_t level = 0;               // of the root 0
 };
 
 struct CheckResult {
@@ -43,13 +43,13 @@ struct CheckResult {
   std::array<uint64_t, kCheckCodes> by_code{};
   std::array<uint64_t, kCheckLevels> by_level{};
   std::vector<CheckedKey> keys;
-  uint64_t values = 0;
+  uint64_t values = 0;         // read, of all keys
   uint64_t cells = 0;          // free ones too
   uint64_t bytes_used = 0;     // of allocated cells
   uint64_t unnamed_bytes = 0;  // of those that nothing names
   bool dirty = false;          // the sequence numbers differ
   bool cells_judged = false;   // false where the base block denies that there are any to be read
-  bool stopped = false;
+  bool stopped = false;        // by the user
 };
 // Of each code: a hive of nothing but faults must not take all memory. The counts go on.
 inline constexpr uint64_t kMostFindings = 1 << 20;

@@ -32,9 +32,9 @@ enum class CellUse : uint8_t {
 
 // A security record that keys name or that the ring leads to.
 struct SecurityUse {
-  uint32_t position = 0;
-  uint32_t keys = 0;  // that name it
-  bool in_ring = false;
+  uint32_t position = 0;  // of its cell
+  uint32_t keys = 0;      // that name it
+  bool in_ring = false;   // the ring leads to it
 };
 
 // A key that was met again in a list.
@@ -87,7 +87,7 @@ enum class Reach : uint8_t { kNoCell, kFree, kCell };
 struct CellTarget {
   Reach reach = Reach::kNoCell;
   uint32_t position = 0;
-  uint32_t rank = 0;
+  uint32_t rank = 0;  // in Checking::cells
   uint32_t size = 0;  // bytes of the record, without the size field
 };
 // The cell that an offset leads to.

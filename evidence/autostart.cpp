@@ -94,7 +94,7 @@ Approval ReadApproval(ByteView data) {
 
 // A place below one of the roots.
 struct StartPattern {
-  std::string path;
+  std::string path;  // below the root, may hold "<set>"
   const StartPlace* place;
   bool wow;  // in the 32-bit branch
 };

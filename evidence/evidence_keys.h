@@ -116,8 +116,9 @@ class EvidenceKeys {
   std::unordered_map<uint32_t, uint32_t> copies_;
   std::unordered_multimap<uint32_t, uint32_t> freed_children_;  // rows, by the parent's position
   std::unordered_multimap<uint32_t, uint32_t> freed_values_;    // rows, by the key's position
+  // Of keys whose children were asked for by name: these, by name in capitals.
   std::unordered_map<EvidenceKey, std::unordered_map<std::string, EvidenceKey>> named_;
-  std::vector<EvidenceKey> loose_;
+  std::vector<EvidenceKey> loose_;  // keys that no list leads to, found when first asked for
   bool loose_known_ = false;
 };
 

@@ -40,7 +40,7 @@ class EvidenceRow {
 
   struct Part {
     std::string text;
-    uint64_t value = kNoValue;
+    uint64_t value = kNoValue;  // what the cell is sorted by
   };
   std::vector<Part> cells;
   std::string notes;  // joined with "; "

@@ -77,8 +77,8 @@ std::string AddressText(const std::vector<EvidenceValue>& values, const char* na
 
 // What a key below "Signatures" says of the network, for the profile that its "ProfileGuid" names.
 struct Signature {
-  std::string gateway;
-  std::string suffix;
+  std::string gateway;  // hardware address
+  std::string suffix;   // of DNS
   std::string first_network;
 };
 

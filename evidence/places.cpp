@@ -138,8 +138,9 @@ class PlaceFinder {
   EvidenceKeys& keys_;
   std::vector<EvidencePlace>& places_;
   std::vector<EvidenceKey> roots_;
-  std::string root_name_;
+  std::string root_name_;                                    // of the hive's root key, in capitals
   std::unordered_multimap<std::string, EvidenceKey> loose_;  // by name, control sets by kSet
+  // Words about each control set, made once.
   std::unordered_map<EvidenceKey, std::string> set_texts_;
   std::unordered_set<EvidenceKey> found_;
 };

@@ -39,14 +39,14 @@ constexpr uint32_t kRunFlagless = 3;       // greater: a file's size, no flags
 // `bytes` is a view of the value's data, of the entry without the path where that is elsewhere.
 struct CacheEntry {
   std::string path;
-  std::string package;
-  uint64_t modified = 0;
-  uint64_t updated = 0;
+  std::string package;    // of 8 and later: of an app from the store
+  uint64_t modified = 0;  // of the file, FILETIME, UTC; 0: none
+  uint64_t updated = 0;   // of the entry, FILETIME, UTC; XP alone
   std::optional<uint64_t> size;
   // Nothing for a form that does not keep it.
   std::optional<bool> run;
   ByteView bytes;
-  std::string note;
+  std::string note;  // why there is no path
 };
 
 struct Cache {
@@ -181,7 +181,7 @@ void ReadVista(ByteView data, Cache& cache) {
 
 // Entries one after another, each with its length. Those of 8 and 8.1 have flags after their texts.
 struct ChainForm {
-  bool package;
+  bool package;  // a package's name comes after the path
   bool flags;
 };
 

@@ -118,9 +118,9 @@ class ActionReader {
     words_ += action;
   }
 
-  ByteView left_;
-  uint16_t version_ = 0;
-  bool cut_ = false;
+  ByteView left_;         // what was not read yet
+  uint16_t version_ = 0;  // the first field: how the actions are stored
+  bool cut_ = false;      // a field was longer than what is left
   std::string words_;
 };
 

@@ -70,7 +70,7 @@ std::string WithoutTestCipher(std::string name, bool each_character) {
 
 struct ProgramName {
   std::string text;
-  bool test_cipher = false;
+  bool test_cipher = false;  // read by that of test versions
 };
 // The usual cipher where its result says that it is one, else that of the test versions where that
 // says so without doubt, else the usual one all the same: most plain paths say nothing.

@@ -12,10 +12,10 @@ namespace hivequarry {
 // One block as its header has it. All but the first four fields are as stored: held against
 // nothing.
 struct BinRow {
-  uint32_t index = 0;     // from 0
-  uint32_t position = 0;  // image position
-  uint32_t place = 0;     // the same as the file counts
-  uint32_t size = 0;
+  uint32_t index = 0;       // from 0
+  uint32_t position = 0;    // image position
+  uint32_t place = 0;       // the same as the file counts
+  uint32_t size = 0;        // bytes, the header among them
   uint32_t size_copy = 0;   // the header's second copy; 0 where the system wrote none
   uint32_t own_offset = 0;  // what the header says of its place in the data area
   bool invalid = false;     // no "hbin" where a block should start: the row that ends the walk

@@ -41,9 +41,9 @@ int64_t Signed(uint32_t difference) { return static_cast<int32_t>(difference); }
 
 struct State {
   uint32_t distance = 0;
-  int score = INT32_MIN;
-  uint32_t end = 0;   // offset up to which headers were met
-  uint32_t back = 0;  // state of the stretch before
+  int score = INT32_MIN;  // of the best way up to here
+  uint32_t end = 0;       // offset up to which headers were met
+  uint32_t back = 0;      // state of the stretch before
 };
 using StateRow = std::array<State, kStates>;
 
@@ -225,8 +225,8 @@ uint32_t PositionByPins(std::span<const Pin> pins, uint32_t offset) {
 }
 
 struct Tally {
-  uint32_t asked = 0;
-  uint32_t held = 0;
+  uint32_t asked = 0;  // references across a change
+  uint32_t held = 0;   // of these, those that meet what they name
 };
 
 bool Holds(const Shifts& shifts, const Reference& reference, uint32_t position) {

@@ -15,7 +15,7 @@ inline constexpr uint32_t kLargestShift = 1024 * 1024;
 // A stretch of the hive's own bytes, [begin, end), at one distance: position less offset, modulo
 // 2^32.
 struct KeptStretch {
-  uint32_t begin = 0;
+  uint32_t begin = 0;  // positions
   uint32_t end = 0;
   uint32_t distance = 0;
 };

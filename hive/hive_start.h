@@ -11,8 +11,8 @@ namespace hivequarry {
 // Where a hive begins inside a larger file, by walking to its first sensible "hbin".
 struct HiveStart {
   bool found = false;
-  bool stopped = false;
-  uint32_t start = 0;  // file offset
+  bool stopped = false;  // by the user: then nothing is found
+  uint32_t start = 0;    // file offset
 };
 // Adds to `unread` what could not be read on the way.
 // The stream's position is anywhere afterwards. Looks no further than the first block that tells;
@@ -22,8 +22,8 @@ HiveStart FindHiveStart(std::FILE* stream, uint64_t file_size, UnreadBytes& unre
 
 // What the bytes at a candidate file offset confirm; flags already set stay set.
 struct HiveProbe {
-  bool header_valid = false;
-  bool root_valid = false;
+  bool header_valid = false;  // a base block, or room where one was
+  bool root_valid = false;    // the first cell is a root key's
 };
 // A root that is recognised vouches for a base block before it, whose own letters may be lost.
 void ProbeHiveStart(std::FILE* stream, uint32_t candidate, HiveProbe& probe);

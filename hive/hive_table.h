@@ -19,14 +19,14 @@ struct HiveTable {
   // Partial range of the file for the next OpenHive; whole file when end <= start.
   uint32_t start_offset = 0;
   uint32_t end_offset = 0;
-  LogChoice logs;   // of the next OpenHive: what is done about the logs of the hive
-  int current = 0;  // the slot being worked on
-  std::string current_folder;
-  std::string current_file;
+  LogChoice logs;              // of the next OpenHive: what is done about the logs of the hive
+  int current = 0;             // the slot being worked on
+  std::string current_folder;  // of the file opened last, without a backslash at its end
+  std::string current_file;    // its name with the folder, UTF-8
   // Default root for paths of the current hive, before its own root path is known.
   std::string default_long_root = "HKEY_USERS";
   std::string default_short_root = "HKU";
-  uint32_t default_root_handle = 0x80000003;
+  uint32_t default_root_handle = 0x80000003;  // HKEY_USERS
 };
 // One for the process, made when first asked for. A reference to a slot stays valid as long as the
 // process runs; what is in the slot only until it is freed.

@@ -63,7 +63,7 @@ struct FilePlaces {
   std::vector<ImagePiece> pieces;  // ascending by position, without gaps; empty: all in place
   std::vector<uint32_t> by_place;  // numbers of the pieces with bytes of the file, by place
   std::vector<uint32_t> returns;   // of a text copy: where, without them, each 0D was taken out
-  std::vector<UndoneMove> undone;
+  std::vector<UndoneMove> undone;  // in the order in which they are told
   uint32_t own_end = 0;  // position of what was put in, after the hive's own bytes; 0: none
 };
 
@@ -99,7 +99,7 @@ struct RootName {
   std::string long_prefix;    // long form, ending in a backslash
   uint32_t label_length = 0;  // of `label` without "(n)"
   int kind = 0;               // 1 to 11, 0 when not chosen by kind
-  bool sam = false;
+  bool sam = false;           // of the kind of SAM
   RootSource source = RootSource::kNone;
 };
 

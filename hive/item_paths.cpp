@@ -49,8 +49,8 @@ size_t FindPathLimit(const HiveImage& hive, const KeyTree& tree) {
   const uint64_t most = kPathsPerByte * hive.length + kPathsOfSmallFile;
   std::array<uint64_t, kLimits.size()> totals{};
   struct Open {
-    uint32_t end;
-    size_t length;
+    uint32_t end;   // item after its subtree
+    size_t length;  // of its path, bytes
   };
   std::vector<Open> open;
   for (uint32_t item = 0; item < tree.items.size(); ++item) {

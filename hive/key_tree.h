@@ -109,7 +109,7 @@ struct KeyTree {
   std::unordered_map<uint32_t, SiblingNote> sibling_notes;  // by position of the made key
   // Recovered records of which one is in the data of the other, each with one of the others.
   std::unordered_map<uint32_t, uint32_t> shared_bytes;
-  bool any_hidden = false;
+  bool any_hidden = false;        // some item is `hidden`
   mutable LateNumber path_limit;  // ListedPathLimit
 };
 

@@ -30,10 +30,10 @@ struct KeyNode {
   uint32_t value_list = kNoOffset;
   uint32_t security = kNoOffset;
   uint32_t class_name = kNoOffset;
-  uint8_t flags_low = 0;
-  uint16_t name_length = 0;  // bytes, as stored
-  uint16_t class_name_length = 0;
-  uint32_t length = 0;  // of the cell, absolute
+  uint8_t flags_low = 0;           // the flags' low byte
+  uint16_t name_length = 0;        // bytes, as stored
+  uint16_t class_name_length = 0;  // bytes
+  uint32_t length = 0;             // of the cell, absolute
   KeyState state = KeyState::kNotAKey;
   bool name_failed = false;  // a UTF-16 name with a zero character
   std::string name;          // one of more than 256 characters ends in "..."

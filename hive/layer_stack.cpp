@@ -101,8 +101,8 @@ void MapLayers(const LayerStack& layers, HiveImage& stack) {
 
 // A key of a layer.
 struct Part {
-  uint32_t layer = 0;
-  uint32_t item = 0;
+  uint32_t layer = 0;  // 0 is the topmost
+  uint32_t item = 0;   // of that layer's own tree
 };
 using Parts = std::vector<Part>;  // keys that are one, topmost first
 

@@ -34,8 +34,8 @@ struct HiddenNote {
 };
 
 struct StackValue {
-  uint32_t position = kNoOffset;
-  uint32_t entry = 0;  // position of the list entry that names it
+  uint32_t position = kNoOffset;  // of its cell
+  uint32_t entry = 0;             // position of the list entry that names it
 };
 // A key that is not plainly what its cell says.
 struct StackKey {
@@ -84,7 +84,7 @@ enum class StackFault : uint8_t {
 };
 struct StackResult {
   StackFault fault = StackFault::kNone;
-  uint32_t layer = 0;
+  uint32_t layer = 0;  // with kNoPlaces: which one
 };
 // Given away to StackHives, which keeps the image and lets the tree go.
 struct TreeOfLayer {

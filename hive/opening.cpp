@@ -51,7 +51,7 @@ bool ChooseRange(uint64_t file_size, uint32_t& start, uint32_t& length) {
 
 // A stretch of the hive that is read into its place in the buffer.
 struct ReadStretch {
-  uint32_t begin = 0;
+  uint32_t begin = 0;  // positions, [begin, end)
   uint32_t end = 0;
   uint32_t done = 0;  // after the last byte that came
   UnreadBytes unread = {};

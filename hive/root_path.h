@@ -13,7 +13,7 @@ namespace hivequarry {
 struct PredefinedRoot {
   const char* long_name;
   const char* short_name;
-  uint32_t handle;
+  uint32_t handle;  // of HKEY, as 32 bits
 };
 // By long or short name; null when unknown.
 // Points into a table that lasts as long as the program.
@@ -77,10 +77,10 @@ int FindHiveByRoot(std::string_view label, int except_slot);
 
 // With an unrecognised root all but long_name is empty.
 struct RootSplit {
-  std::string long_name;  // the whole path when the root is unknown
-  std::string rest;
-  std::string short_name;
-  uint32_t handle = 0;
+  std::string long_name;   // the whole path when the root is unknown
+  std::string rest;        // after the first backslash
+  std::string short_name;  // of the root alone
+  uint32_t handle = 0;     // as in PredefinedRoot
 };
 // Splits at the first backslash; false for an unrecognised root.
 bool SplitRootPath(std::string_view path, RootSplit& split);

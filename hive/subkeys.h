@@ -36,7 +36,7 @@ struct SubkeyListCheck {
   uint32_t ri_count = 0;           // child lists of an "ri"
   uint32_t ri_first_child = 0;     // position of the first child list
   uint8_t faults = 0;              // kListFault bits
-  uint16_t repair_code = 0;
+  uint16_t repair_code = 0;        // the first that was met, 0 for none
 };
 
 // Reads the list header and first entry of `key` (its subkey_list and subkey_count fields). With

@@ -26,7 +26,7 @@ struct ValueEdit {
   uint32_t position = 0;       // of the value
   uint32_t key = kKeyUnknown;  // position of the key at which it was edited
   uint32_t type = 0;
-  std::vector<uint8_t> data;
+  std::vector<uint8_t> data;  // as they would be stored
 };
 using ValueEditPtr = std::shared_ptr<const ValueEdit>;
 

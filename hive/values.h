@@ -31,7 +31,7 @@ enum class ValueStatus : int {
 // A value as read. Its fields are those of the record; only with kRead do all of its data exist.
 struct ValueKey {
   ValueStatus status = ValueStatus::kEmpty;
-  uint32_t position = 0;
+  uint32_t position = 0;     // of its cell
   uint32_t cell_length = 0;  // absolute
   bool allocated = false;
   uint16_t name_length = 0;  // bytes, as stored
@@ -41,7 +41,7 @@ struct ValueKey {
   bool inline_data = false;    // length of 4 or less
   bool big_data = false;       // held in "db" segments
   uint32_t type = 0;
-  uint16_t flags = 0;
+  uint16_t flags = 0;   // as stored
   bool edited = false;  // type, data_length and data are those of an edit (value_edits.h)
   std::string name;     // empty for the default value
 };
@@ -85,8 +85,8 @@ ValueKey ReadShownValue(const HiveImage& hive, uint32_t position, std::vector<ui
 // to it; from then on reading costs of what all share. So a megabyte that thousands of values name
 // makes none of the others unreadable.
 struct DataBudget {
-  std::vector<uint64_t> once;  // a bit for each 8 bytes of the image
-  std::vector<uint64_t> twice;
+  std::vector<uint64_t> once;   // a bit for each 8 bytes of the image
+  std::vector<uint64_t> twice;  // likewise, read a second time
   std::vector<uint64_t> shown;  // values' records
   uint64_t left = 0;            // bytes of data to be read once more
   uint64_t rows = 0;            // bytes, roughly, of rows for values that have had theirs

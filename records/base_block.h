@@ -57,8 +57,8 @@ inline constexpr uint32_t kBaseLayered = 2;
 // "rmtm" where the hive takes part in transactions.
 inline constexpr uint32_t kBaseTransactionMark = 164;
 inline constexpr uint32_t kTransactionMark = 0x6D746D72;
-// 1: the hive was defragmented; 2: the access bits of its keys were cleared.
-// FILETIME; its two lowest bits say what was done.
+// FILETIME, but for its two lowest bits, which say what was done: 1: the hive was defragmented; 2:
+// the access bits of its keys were cleared.
 inline constexpr uint32_t kBaseReorganised = 168;
 inline constexpr uint32_t kBaseChecksum = 508;  // as BaseBlockChecksum has it
 inline constexpr uint32_t kBaseUsed = 512;      // bytes; the rest of the block is empty
@@ -71,13 +71,13 @@ struct BaseBlock {
   uint64_t last_write = 0;  // FILETIME, of the hive
   uint32_t major = 0;
   uint32_t minor = 0;
-  uint32_t type = 0;
-  uint32_t root_offset = 0;
+  uint32_t type = 0;         // kBaseFileType
+  uint32_t root_offset = 0;  // from the first bin, the root key's cell
   uint32_t length = 0;       // bytes of all bins
   std::u16string file_name;  // up to its first zero
   uint32_t flags = 0;
-  uint64_t reorganised = 0;
-  uint32_t checksum = 0;  // as stored
+  uint64_t reorganised = 0;  // FILETIME but for its two lowest bits
+  uint32_t checksum = 0;     // as stored
 };
 // The block at the start of the view; fields beyond its end are 0.
 // The name stops at its first zero or after 32 units; it is not made visible yet.

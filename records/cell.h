@@ -50,7 +50,7 @@ uint32_t FindNextCell(ByteView image, uint32_t position, uint32_t end, uint32_t 
 // no size or one that is no multiple of 8 (`end` is its position then, and `broken` is set), or at
 // or after `limit`.
 struct CellChain {
-  uint64_t end = 0;
+  uint64_t end = 0;  // position
   bool broken = false;
 };
 // Sizes outside the image read as 0, so a chain never runs past its end by more than one cell.

@@ -75,7 +75,7 @@ struct KeyFields {
   uint16_t signature = 0;
   uint16_t flags = 0;
   uint64_t last_write = 0;  // FILETIME, UTC
-  uint32_t parent = 0;      // this and what follows: offsets, 0xFFFFFFFF for none
+  uint32_t parent = 0;      // this and the next four: offsets, 0xFFFFFFFF for none
   uint32_t subkey_list = 0;
   uint32_t value_list = 0;
   uint32_t security = 0;

@@ -34,11 +34,11 @@ struct LogEntryHeader {
   uint32_t signature = 0;
   uint32_t size = 0;  // of the entry, a multiple of 512
   uint32_t flags = 0;
-  uint32_t sequence = 0;
+  uint32_t sequence = 0;   // one more than that of the entry before
   uint32_t bins_size = 0;  // after the entry, a multiple of 4096
-  uint32_t pages = 0;
-  uint64_t hash1 = 0;  // of all after the header
-  uint64_t hash2 = 0;  // of the header before it
+  uint32_t pages = 0;      // how many
+  uint64_t hash1 = 0;      // of all after the header
+  uint64_t hash2 = 0;      // of the header before it
 };
 // The header at `at`; fields after the end of the view are 0.
 LogEntryHeader ReadLogEntryHeader(ByteView log, uint32_t at);
@@ -78,7 +78,7 @@ class LogSource {
 struct LogPlaces {
   static constexpr uint32_t kMost = 1024;
   uint8_t bytes[kMost * kLogPlaceSize];
-  uint32_t count = 0;
+  uint32_t count = 0;  // of the places read
   // `i` below `count`. The offset counts from the start of the bins, the size is in bytes.
   uint32_t offset(uint32_t i) const { return LoadU32(bytes + i * kLogPlaceSize); }
   uint32_t size(uint32_t i) const { return LoadU32(bytes + i * kLogPlaceSize + 4); }

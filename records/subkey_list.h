@@ -42,7 +42,7 @@ uint32_t ListEntrySize(ListKind kind);
 // How many entries of `size` bytes a list cell can hold: by its own length where that is credible,
 // else by the end of the image. The count that the list itself has is not looked at.
 struct ListRoom {
-  uint32_t entries = 0;
+  uint32_t entries = 0;   // at most
   bool credible = false;  // an allocated cell of at least 16 bytes, a multiple of 8, in the image
 };
 // `size` is that of ListEntrySize, never 0. A number that the bytes allow, to bound a loop with;

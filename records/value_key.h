@@ -67,7 +67,7 @@ struct ValueFields {
   uint32_t data_length = 0;
   uint32_t data_offset = 0;  // as stored; inline data are these four bytes
   uint32_t type = 0;
-  uint16_t flags = 0;
+  uint16_t flags = 0;  // low bit: the name is of bytes
 };
 // Of the cell at `cell`, whatever its signature is. Fields that lie beyond the view's end are 0.
 ValueFields ReadValueFields(ByteView image, uint32_t cell);

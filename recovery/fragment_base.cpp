@@ -20,16 +20,16 @@ constexpr uint32_t kEnough = 3;
 
 // Offsets of one kind and the places that they may lead to, each once and ascending.
 struct References {
-  std::vector<uint32_t> offsets;
-  std::vector<uint32_t> targets;
+  std::vector<uint32_t> offsets;  // as stored
+  std::vector<uint32_t> targets;  // positions
 };
 
 // What has been proposed so far: each vote is a distance, position less offset, modulo 2^32.
 struct Voting {
   std::vector<uint32_t> votes;  // a distance each
   std::vector<References> references;
-  std::vector<uint32_t> keys;
-  std::vector<uint32_t> lists;
+  std::vector<uint32_t> keys;   // positions of key cells
+  std::vector<uint32_t> lists;  // positions of list cells
 };
 
 void Unify(std::vector<uint32_t>& offsets) {

@@ -29,10 +29,10 @@ constexpr uint32_t kLooseStep = 4;
 
 // A stretch of bytes to be looked through.
 struct Stretch {
-  uint32_t begin = 0;
+  uint32_t begin = 0;  // positions
   uint32_t end = 0;
   FreedPlace place = FreedPlace::kFreeCell;
-  uint32_t host = kNoOffset;
+  uint32_t host = kNoOffset;  // as in FreedCandidate
 };
 
 struct Walk {

@@ -13,7 +13,7 @@ namespace hivequarry {
 // A place whose bytes could be a record. Names as long as a registry takes: 510 bytes of a key,
 // 32766 of a value.
 struct FreedCandidate {
-  uint32_t position = 0;
+  uint32_t position = 0;      // of a cell's size field before the record
   bool key = false;           // else a value
   bool odd_type = false;      // a value's type that counts only where a value in use has it too
   uint16_t name_length = 0;   // bytes of its name that are its own

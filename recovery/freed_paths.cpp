@@ -43,11 +43,11 @@ size_t RoomFor(const FreedKey& key) { return size_t{1} + key.name_length; }
 // The key and those above it, as many as a path has room for. Freed parents may go round in a
 // circle.
 struct Chain {
-  std::vector<uint32_t> rows;
-  size_t room = 0;
-  uint32_t top = kNoOffset;  // the key of the tree over them
-  bool whole = false;        // up to that, or to one without a parent
-  bool cut = false;          // by the limit
+  std::vector<uint32_t> rows;  // of freed keys, from the key itself upwards
+  size_t room = 0;             // bytes of their names, as limits count them
+  uint32_t top = kNoOffset;    // the key of the tree over them
+  bool whole = false;          // up to that, or to one without a parent
+  bool cut = false;            // by the limit
 };
 
 // Up from the key. A circle is gone round once: its keys are all in the path, and it has no top.

@@ -57,13 +57,13 @@ struct Relating {
   const KeyTree& tree;
   const FreedUses& uses;
   FreedRecords& records;
-  std::vector<ShiftRun> runs = {};
+  std::vector<ShiftRun> runs = {};          // whose offsets are of an earlier state
   PositionIndex values = {};                // of the freed values: most entries lead to none
   std::vector<uint32_t> rows_of_rank = {};  // in it
-  std::unordered_map<uint32_t, bool> keeps_names = {};  // by position of a key of the tree
-  std::unordered_map<uint32_t, bool> keeps_values = {};
-  uint32_t pool = 0;  // list entries that keys with long lists share
-  std::vector<uint32_t> positions = {};
+  std::unordered_map<uint32_t, bool> keeps_names = {};   // by position of a key of the tree
+  std::unordered_map<uint32_t, bool> keeps_values = {};  // likewise
+  uint32_t pool = 0;                     // list entries that keys with long lists share
+  std::vector<uint32_t> positions = {};  // scratch
 };
 
 // Not every writer of hives keeps the marks, and they may be damaged: then what the key has still

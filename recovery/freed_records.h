@@ -42,7 +42,7 @@ enum class FreedBond : uint8_t {
 };
 
 struct FreedKey {
-  uint32_t position = 0;
+  uint32_t position = 0;          // of its cell
   uint32_t parent = kNoOffset;    // a key of the tree or another freed key
   uint32_t parent_row = kNoItem;  // of the latter, its place in FreedRecords::keys
   uint32_t values = 0;            // how many it says it has
@@ -55,7 +55,7 @@ struct FreedKey {
 };
 
 struct FreedValue {
-  uint32_t position = 0;
+  uint32_t position = 0;           // of its cell
   uint32_t key = kNoOffset;        // a freed key or a key of the tree
   uint32_t ruled_out = kNoOffset;  // with kUsedAgain: the key whose list names it
   uint32_t shift = 0;              // likewise

@@ -33,7 +33,7 @@ struct Vote {
 // Keys near one another that speak for one shift.
 struct Cluster {
   uint32_t shift = 0;
-  uint32_t weight = 0;
+  uint32_t weight = 0;  // WeightOf its votes
 };
 
 struct Placed {
@@ -311,7 +311,7 @@ class ShiftFinder {
   }
 
   struct Label {
-    bool known = false;
+    bool known = false;  // else `shift` is 0
     uint32_t shift = 0;
   };
 

@@ -17,7 +17,7 @@ constexpr uint32_t kSizeField = 4;
 struct EntryRange {
   uint32_t begin = 0;
   uint32_t end = 0;
-  uint32_t key = 0;
+  uint32_t key = 0;  // position of the key whose list it is
 };
 
 // `rests` are read after all lists, so that what a list in use names is never another key's former

@@ -15,14 +15,14 @@ namespace hivequarry {
 
 // A cell without a signature that holds candidates, and how many of its bytes a key or value needs.
 struct HostCell {
-  uint32_t position = 0;
-  uint32_t used = 0;  // from its start; 0 when nothing names it
+  uint32_t position = 0;  // of its size field
+  uint32_t used = 0;      // from its start; 0 when nothing names it
 };
 
 // A value that a key's list names after its end.
 struct FormerValue {
-  uint32_t value = 0;
-  uint32_t key = 0;
+  uint32_t value = 0;  // position
+  uint32_t key = 0;    // position of the key whose list it was in
 };
 
 // Made for one set of candidates, and of no use with another.

@@ -19,12 +19,12 @@ struct Hanging {
   // Key row, kNoRow for a first level. Empty while all that hangs does so by lists: OwnersByLists.
   std::vector<uint32_t> owner;
   std::vector<uint32_t> entry;  // index in the child-entry table; kNoRow: by its parent field
-  std::vector<bool> reached;
-  std::vector<bool> connected;
+  std::vector<bool> reached;    // it hangs somewhere
+  std::vector<bool> connected;  // hangs from the root through lists alone
   uint32_t root = kNoRow;
+  std::vector<bool> disproved;  // the key that its parent field names never had it
   // Rows that may hang by their parent field, by the row that it names: those of row r are
   // by_field[field_start[r]] up to field_start[r + 1], ascending.
-  std::vector<bool> disproved;  // the key that its parent field names never had it
   std::vector<uint32_t> field_start;
   std::vector<uint32_t> by_field;
 };
@@ -140,8 +140,8 @@ void IndexFields(const HiveImage& hive, const ScanTables& tables, Hanging& hangi
 enum Belief { kAgreed, kFieldOfLost, kListed, kFieldOnly, kBeliefs };
 struct Claim {
   uint32_t row;
-  uint32_t owner;
-  uint32_t entry;
+  uint32_t owner;  // key row that has it
+  uint32_t entry;  // in the child-entry table, kNoRow by field
 };
 
 // A queue for each belief. Whenever a key was reached the search begins anew at the strongest: so a

@@ -41,14 +41,14 @@ struct ImageSummary {
   uint32_t values = 0;  // value cells accepted by the scan
   uint32_t disconnected_values = 0;
   uint32_t security_records = 0;
-  uint32_t bins = 0;
-  uint32_t virtual_parents = 0;
-  uint32_t virtual_children = 0;
-  uint32_t virtual_siblings = 0;
-  uint32_t list_style = 0;  // 0 undecided, 1 "lh", 2 "lf"
-  bool root_made = false;   // no cell is left of the root key (root_search.h)
-  bool tree_sound = true;
-  bool stopped = false;
+  uint32_t bins = 0;              // headers whole pages after the first one
+  uint32_t virtual_parents = 0;   // made because a child names them, or the root is lost
+  uint32_t virtual_children = 0;  // because a list names them
+  uint32_t virtual_siblings = 0;  // because of keys of the same list
+  uint32_t list_style = 0;        // 0 undecided, 1 "lh", 2 "lf"
+  bool root_made = false;         // no cell is left of the root key (root_search.h)
+  bool tree_sound = true;         // as ScanTables has it
+  bool stopped = false;           // by the user
 };
 
 // An image in which nothing at all was found is held against the strict check (ValidateHiveFile),

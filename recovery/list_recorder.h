@@ -25,9 +25,9 @@ struct SiblingEntry {
 struct RecordedList {
   uint32_t position = 0;  // of the list cell
   ListKind kind = ListKind::kNone;
-  uint32_t count = 0;  // of the list, not only of its recorded entries
-  uint32_t first = 0;  // its rows in the entry table
-  uint32_t entries = 0;
+  uint32_t count = 0;           // of the list, not only of its recorded entries
+  uint32_t first = 0;           // its rows in the entry table
+  uint32_t entries = 0;         // how many rows
   uint32_t parent = kNoOffset;  // the parent that most of its targets record, if more than half do
 };
 

@@ -23,7 +23,7 @@ struct Collection {
   PositionIndex seen;  // cells that were claimed: each is looked at once
   // Entries of value lists, segment lists and "ri" lists. Sound ones do not overlap.
   uint32_t budget = 0;
-  std::vector<uint32_t> values = {};
+  std::vector<uint32_t> values = {};  // scratch: positions of one key's values
 };
 
 Collection Begin(const HiveImage& hive) {

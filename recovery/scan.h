@@ -40,7 +40,7 @@ bool HasKeyBody(const HiveImage& hive, uint32_t position, uint32_t size);
 // How AddScannedKey was led to a cell.
 struct ScannedKey {
   uint32_t position = 0;
-  uint16_t flags = 0;
+  uint16_t flags = 0;      // as stored
   bool has_slack = false;  // bytes after the name
   bool damaged = false;    // accepted by a tolerant rule
   // Where the block ends, if that is known, that began last before it, but for a block of

@@ -31,12 +31,12 @@ enum KeyDamage : uint8_t {
 // positions, but for those that relation repair adds until it is done.
 struct KeyRow {
   uint32_t position = 0;
-  uint32_t parent = kNoOffset;  // the position that its parent field names, or its repaired parent
-  uint32_t first_entry = 0;     // its subkey list's rows in the child-entry table
-  uint32_t entry_count = 0;
-  uint16_t marks = 0;   // KeyMark bits
-  uint8_t repairs = 0;  // KeyRepair bits
-  bool root : 1 = false;
+  uint32_t parent = kNoOffset;   // the position that its parent field names, or its repaired parent
+  uint32_t first_entry = 0;      // its subkey list's rows in the child-entry table
+  uint32_t entry_count = 0;      // rows from there on
+  uint16_t marks = 0;            // KeyMark bits
+  uint8_t repairs = 0;           // KeyRepair bits
+  bool root : 1 = false;         // counts as one: the hive's own or another
   bool list_broken : 1 = false;  // its list could not be read whole, or does not have its count
   bool noted : 1 = false;        // the tables' key_notes have one at its position
 };
@@ -61,7 +61,7 @@ struct DamageRow {
 
 // A block header as the scan met it, its fields as stored: believed or not.
 struct BinTableRow {
-  uint32_t position = 0;
+  uint32_t position = 0;  // of the header
   uint32_t own_offset = 0;
   uint32_t size = 0;
 };
@@ -72,8 +72,8 @@ enum class ListStyle : uint8_t { kUndecided = 0, kHashed = 1, kHinted = 2 };
 
 // The name hash of a fragment's key, in the form that its lists use.
 struct NameHashRow {
-  uint32_t position = 0;
-  uint32_t hash = 0;  // kHashed: the multiplicative hash; kHinted: the first four characters
+  uint32_t position = 0;  // of the key
+  uint32_t hash = 0;      // kHashed: the multiplicative hash; kHinted: the first four characters
   ListStyle style = ListStyle::kUndecided;
 };
 
@@ -111,7 +111,7 @@ struct ScanTables {
   std::unordered_map<uint32_t, uint32_t> added_rows;
   // What live keys own, of so many of them, once somebody has asked (live_cells.h).
   OwnedCells live_cells;
-  size_t live_keys = 0;
+  size_t live_keys = 0;  // for how many keys that holds
   // Keys that relation repair made, by what they were missing as (KeyMark).
   uint32_t virtual_parents = 0;
   uint32_t virtual_children = 0;

@@ -16,10 +16,10 @@ constexpr uint32_t kStopPollMask = 0xFF;
 
 // A key that names a list.
 struct Claim {
-  uint32_t list = 0;
-  uint32_t key = 0;
-  uint32_t entries = 0;
-  bool proven = false;  // the list's cell has room for the key's count
+  uint32_t list = 0;     // position of the list's cell
+  uint32_t key = 0;      // position
+  uint32_t entries = 0;  // as the key counts them
+  bool proven = false;   // the list's cell has room for the key's count
 };
 
 std::vector<Claim> ClaimsOf(const HiveImage& hive, const ScanTables& tables) {

@@ -20,7 +20,7 @@ void SettleValueLists(HiveImage& hive, const ScanTables& tables);
 // The longest name, in bytes of UTF-16, and the longest data among values.
 struct ValueExtremes {
   uint32_t name = 0;
-  uint32_t data = 0;
+  uint32_t data = 0;  // bytes
 };
 // Takes the value at a position into account; a place that holds none changes nothing.
 void Widen(const HiveImage& hive, uint32_t value_position, ValueExtremes& extremes);

@@ -39,12 +39,12 @@ enum class LogFault : uint8_t {
 // Held against its hashes once, when the log was examined; its pages are read anew when they are
 // applied.
 struct LogEntry {
-  uint32_t position = 0;  // in the log file
-  uint32_t size = 0;      // bytes
-  uint32_t sequence = 0;
-  uint32_t flags = 0;
+  uint32_t position = 0;   // in the log file
+  uint32_t size = 0;       // bytes
+  uint32_t sequence = 0;   // the entry's number
+  uint32_t flags = 0;      // as in the base block: bit 0 goes into it
   uint32_t bins_size = 0;  // after it
-  uint32_t pages = 0;
+  uint32_t pages = 0;      // how many
 };
 
 // What became of a log.
@@ -92,7 +92,7 @@ struct HiveLog {
   LogEntryFault stop = LogEntryFault::kNone;
   std::vector<LogEntry> leftovers;  // entries of earlier runs after that, by position
   LogUse use = LogUse::kNone;
-  uint32_t applied = 0;
+  uint32_t applied = 0;     // entries, with LogUse::kApplied
   bool other_file = false;  // its base block names another file than the hive's
 
   // Those in memory: the base block's copy and the old form's bitmap are among them.
@@ -116,8 +116,8 @@ class LogReader final : public LogSource {
   const HiveLog& log_;
   UnreadBytes* unread_;
   FileStream stream_;
-  std::vector<uint8_t> window_;
-  uint32_t start_ = 0;  // of the window in the log
+  std::vector<uint8_t> window_;  // bytes of a log that is not held whole
+  uint32_t start_ = 0;           // of the window in the log
 };
 
 // Reads and examines the file. Never fails loudly: `fault` says what is wrong.

@@ -46,8 +46,8 @@ struct HiveLogs {
   std::vector<HiveLog> logs;
   std::vector<std::string> transactions;  // logs of transactions beside the hive; not read
   std::vector<ReplayStep> steps;          // applied, in order
-  ImageMemory before;  // the image without them, with slack; null when unreplayed
-  uint32_t before_length = 0;
+  ImageMemory before;                // the image without them, with slack; null when unreplayed
+  uint32_t before_length = 0;        // bytes
   std::vector<LoggedRange> changed;  // ascending, apart from each other
   uint32_t cut = 0;  // bytes that the file has after the bins that were made smaller
 
@@ -76,10 +76,10 @@ std::shared_ptr<HiveLogs> FindHiveLogs(const std::string& hive_file, ByteView im
 
 // The first `steps` of the plan applied to a copy of the image that the file gives.
 struct ReplayedImage {
-  ImageMemory buffer;  // with zeroed slack; null: no memory
-  uint32_t length = 0;
-  uint32_t cut = 0;
-  std::vector<LoggedRange> changed;
+  ImageMemory buffer;                // with zeroed slack; null: no memory
+  uint32_t length = 0;               // bytes, without the slack
+  uint32_t cut = 0;                  // as in HiveLogs
+  std::vector<LoggedRange> changed;  // as in HiveLogs
 };
 // Reads the entries' pages; bytes that can no longer be read are noted as a shortfall, and the
 // pages before them stay applied. A stop leaves out the entries after it. `steps` is at most the

@@ -47,8 +47,8 @@ struct Plan {
   const LogChoice& choice;
   std::vector<HiveLog>& logs;
   std::vector<ReplayStep> steps;
-  uint32_t last = 0;  // number applied last, where there are steps
-  bool stopped = false;
+  uint32_t last = 0;     // number applied last, where there are steps
+  bool stopped = false;  // an entry after the last one asked for was met
 
   bool IsAfterEnd(uint32_t number) const {
     return choice.bounded && IsNumberBefore(choice.until, number);

@@ -29,7 +29,7 @@ struct LogChoice {
 // An entry to apply: numbers of the log and of its entry.
 struct ReplayStep {
   uint32_t log = 0;
-  uint32_t entry = 0;
+  uint32_t entry = 0;  // in the log's `entries`
 };
 
 // What is known of the hive.
