@@ -51,8 +51,8 @@ struct Bookmark {
   std::string row = {};           // what it showed
   uint32_t position = kNoOffset;  // in the file; kNoOffset when not known
   std::string sha256 = {};        // of the file, small hexadecimal digits; empty when not known
-  std::vector<std::string> tags = {};
-  std::string further = {};  // fields that are not known here
+  std::vector<std::string> tags = {};  // UTF-8
+  std::string further = {};            // fields that are not known here
 };
 
 struct BookmarkLine {

@@ -8,8 +8,8 @@ namespace hivequarry {
 
 // A folder or file of which nobody knows what it holds.
 struct UnreadPlace {
-  std::string name;
-  int error = 0;  // errno value
+  std::string name;  // UTF-8
+  int error = 0;     // errno value
 };
 // "name (why)".
 std::string UnreadPlaceText(const UnreadPlace& unread);

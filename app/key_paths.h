@@ -44,8 +44,8 @@ RootGroup RootGroupOf(std::string_view path);
 
 // kNoItem where not even an ancestor is there.
 struct FoundKey {
-  uint32_t item = kNoItem;
-  bool whole = false;  // the key itself; else the nearest of its ancestors that there is
+  uint32_t item = kNoItem;  // the key's, or that of an ancestor
+  bool whole = false;       // the key itself; else the nearest of its ancestors that there is
 };
 // Looks for the key's place in a hive:
 // - at the place that the hive's own root path gives it. Views are what they show (a user's branch

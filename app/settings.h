@@ -136,7 +136,7 @@ struct BookmarkPaneSettings {
 // by their numbers, as they are shown from left to right, and which of them are not.
 struct ColumnChoice {
   std::vector<int> order;
-  std::vector<int> hidden;
+  std::vector<int> hidden;  // numbers of columns, a part of `order`
   bool operator==(const ColumnChoice&) const = default;
 };
 // "2,0,-1": the second one is the last, and hidden. The first column never is. A text that has

@@ -63,9 +63,9 @@ struct CarveOptions {
 };
 
 struct CarvedFile {
-  std::string name;  // UTF-8
-  int error = 0;     // errno value: it can't be opened
-  uint64_t size = 0;
+  std::string name;           // UTF-8
+  int error = 0;              // errno value: it can't be opened
+  uint64_t size = 0;          // bytes
   std::vector<Carved> found;  // by position; parts of a joined one after it
   UnreadBytes unread;
   uint64_t zeros = 0;  // bytes, in stretches of pages
@@ -85,7 +85,7 @@ CarvedFile CarveFile(const std::string& name, const CarveOptions& options);
 // were written.
 struct CarveWriting {
   std::string folder;
-  bool replace = false;
+  bool replace = false;  // files of these names that are there already
 };
 void WriteCarved(CarvedFile& carved, const CarveWriting& writing, std::string& fault);
 

@@ -31,9 +31,9 @@ class CarveSource {
  private:
   FileStream stream_;
   uint64_t size_ = 0;
-  ByteView memory_;
-  std::vector<uint8_t> window_;
-  uint64_t start_ = 0;
+  ByteView memory_;              // what is examined when no file was opened
+  std::vector<uint8_t> window_;  // what was read last
+  uint64_t start_ = 0;           // of the window, in the file
 };
 
 // Things inside of things inside of things: each byte is looked at for a few of them.
@@ -50,16 +50,16 @@ class NestGuard {
   void Add(uint64_t end) { ends_.push_back(end); }
 
  private:
-  std::vector<uint64_t> ends_;
+  std::vector<uint64_t> ends_;  // after those that a position may still be inside of
 };
 
 // --- the first pass: what begins where -----------------------------------------------------------
 
 // Positions here and below count from the start of the file.
 struct BaseBlockAt {
-  uint64_t position = 0;
-  uint32_t type = 0;    // 0: a hive, others: logs
-  uint32_t length = 0;  // of its bins, as it says
+  uint64_t position = 0;  // of its first byte
+  uint32_t type = 0;      // 0: a hive, others: logs
+  uint32_t length = 0;    // of its bins, as it says
 };
 
 // Headers of blocks at one distance from their own offsets.
@@ -75,8 +75,8 @@ struct BinRun {
 
 // Compressed bytes that begin a base block or a block.
 struct PackedAt {
-  uint64_t position = 0;
-  bool page = false;  // of memory
+  uint64_t position = 0;  // of its first byte
+  bool page = false;      // of memory
 };
 
 struct SourceMarks {
@@ -85,10 +85,10 @@ struct SourceMarks {
   std::vector<FileRange> entries;  // runs of entries of logs, headers proven
   std::vector<PackedAt> packed;
   std::vector<uint64_t> sleeps;  // blocks of a file that holds the memory of a sleeping system
-  uint64_t sleep_count = 0;
+  uint64_t sleep_count = 0;      // of all, also of those that are not kept
   std::vector<FileRange> holes;  // where they are asked for
-  uint64_t zeros = 0;
-  uint64_t hole_count = 0;
+  uint64_t zeros = 0;            // bytes in all holes
+  uint64_t hole_count = 0;       // of all, also of those that are not kept
   UnreadBytes unread;
 };
 // One pass over the file; what it notes is a candidate, nothing more. Ends early when the user
@@ -99,37 +99,37 @@ void ScanSource(CarveSource& source, bool keep_holes, SourceMarks& marks);
 
 // An offset in one piece at which another must have a key.
 struct KeyReference {
-  uint32_t target = 0;
-  uint32_t check = 0;  // hash or hint of the key's name
+  uint32_t target = 0;  // an offset of the hive
+  uint32_t check = 0;   // hash or hint of the key's name
   enum Kind : uint8_t { kHash, kHint, kParent } kind = kParent;
 };
 
 // What is known of a piece after its blocks were read. Offsets (`own`, `claimed`) count as a hive's
 // do, without its base block.
 struct HivePiece {
-  uint64_t start = 0;  // of the base block, or of the first block
-  uint64_t bins = 0;   // of the first block
-  uint64_t end = 0;
-  uint32_t own = 0;
-  bool base = false;      // has a base block
-  bool letters = false;   // "regf" as it should be, or a snapshot's
-  bool snapshot = false;  // "snap"
-  bool checksum = false;  // right
-  uint32_t claimed = 0;   // length of the bins by the base block
-  uint64_t last_write = 0;
-  std::string stored_name;
-  uint32_t whole = 0;   // blocks that cells fill
-  uint32_t broken = 0;  // others
-  uint32_t cells = 0;
+  uint64_t start = 0;       // of the base block, or of the first block
+  uint64_t bins = 0;        // of the first block
+  uint64_t end = 0;         // after the last block
+  uint32_t own = 0;         // own offset of the first block
+  bool base = false;        // has a base block
+  bool letters = false;     // "regf" as it should be, or a snapshot's
+  bool snapshot = false;    // "snap"
+  bool checksum = false;    // right
+  uint32_t claimed = 0;     // length of the bins by the base block
+  uint64_t last_write = 0;  // FILETIME, by the base block; 0 without one
+  std::string stored_name;  // by the base block
+  uint32_t whole = 0;       // blocks that cells fill
+  uint32_t broken = 0;      // others
+  uint32_t cells = 0;       // that were met, free ones too
   uint32_t keys = 0;
   bool root_found = false;
   std::string root;
-  std::vector<FileRange> zeros;    // pages of zeros between blocks
-  std::vector<FileRange> foreign;  // other bytes between blocks
-  bool inside = false;             // a whole block of another piece
-  uint64_t outer = 0;              // where that one begins
-  std::vector<KeyReference> forward;
-  std::vector<KeyReference> backward;
+  std::vector<FileRange> zeros;        // pages of zeros between blocks
+  std::vector<FileRange> foreign;      // other bytes between blocks
+  bool inside = false;                 // a whole block of another piece
+  uint64_t outer = 0;                  // where that one begins
+  std::vector<KeyReference> forward;   // to keys after this piece
+  std::vector<KeyReference> backward;  // to keys before it
 
   uint32_t own_end() const { return own + static_cast<uint32_t>(end - bins); }
   // As long as its base block says, every block whole, and nothing else among them.

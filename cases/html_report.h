@@ -26,7 +26,7 @@ struct HtmlSection {
 // Columns of a picture, by height.
 struct HtmlBars {
   std::string title;
-  std::vector<std::pair<std::string, uint64_t>> bars;
+  std::vector<std::pair<std::string, uint64_t>> bars;  // words under a column, and its height
 };
 
 // Lists are shared with whoever made them and must not change while the report is written.
@@ -44,8 +44,8 @@ HtmlSection SectionOf(const char* id, const char* title, OutputListPtr list,
 // Times (FILETIME) by the year that each is in, UTC; those of years that no registry has seen
 // apart.
 struct YearCounts {
-  std::map<int, uint64_t> years;
-  uint64_t others = 0;
+  std::map<int, uint64_t> years;  // by year, how many times
+  uint64_t others = 0;            // of no such year
 };
 void CountYear(YearCounts& counts, uint64_t time);
 // A bar for each year from the first to the last; the title ends with how many are in none of them.

@@ -33,9 +33,9 @@ struct NewKey {
   uint32_t parent = kNoNewKey;  // number of a key before this one; none for the root
   uint16_t flags = 0;           // without those that say how the name is stored and what a root is
   uint64_t last_write = 0;      // FILETIME, UTC
-  uint8_t access_bits = 0;
-  uint8_t layer_bits = 0;
-  uint8_t user_flags = 0;
+  uint8_t access_bits = 0;      // as the byte at kKeyAccessBits
+  uint8_t layer_bits = 0;       // as that at kKeyLayerBits; of a layered hive alone
+  uint8_t user_flags = 0;       // as that at kKeyUserFlags
   // Instead of a number of values, with the flag kNewKeyHandle.
   uint32_t handle = 0;
   uint32_t descriptor = 0;          // number of its security descriptor
@@ -52,7 +52,7 @@ struct NewHive {
   std::vector<std::vector<uint8_t>> descriptors;  // self-relative; in the order of their first use
   uint32_t minor = 5;                             // of the version 1.minor, 3 to 6
   std::array<uint8_t, 64> file_name = {};         // as base blocks have it
-  bool layered = false;
+  bool layered = false;                           // may have layer bits and tombstones
   bool operator==(const NewHive&) const = default;
 };
 

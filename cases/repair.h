@@ -42,10 +42,10 @@ enum class RepairFault : uint8_t {
 // What came of it. Without a fault the file is there under its name.
 struct Repaired {
   RepairFault fault = RepairFault::kNone;
-  int error = 0;  // errno value
-  uint64_t bytes = 0;
-  uint32_t keys = 0;
-  uint32_t values = 0;
+  int error = 0;                    // errno value
+  uint64_t bytes = 0;               // of the file
+  uint32_t keys = 0;                // written
+  uint32_t values = 0;              // written
   uint32_t made = 0;                // of the keys: that only lead to recovered and freed ones
   uint32_t freed_keys = 0;          // of the keys
   uint32_t freed_values = 0;        // of the values

@@ -18,8 +18,8 @@ enum class ScriptAct : uint8_t { kKey, kDeleteKey, kValue, kDeleteValue };
 // One line, or several that belong together.
 struct ScriptLine {
   ScriptAct act = ScriptAct::kKey;
-  std::string name;  // path of the key, or name of the value; empty for the default value
-  uint32_t type = 0;
+  std::string name;           // path of the key, or name of the value; empty for the default value
+  uint32_t type = 0;          // of a value
   std::vector<uint8_t> data;  // texts are UTF-16, as hives have them
 };
 struct ScriptRead {

@@ -20,7 +20,7 @@ struct ContentCounts {
   uint32_t recovered_left_out = 0;  // recovered keys that were not asked for
   uint32_t made = 0;                // keys that only lead to recovered and freed ones
   uint32_t freed_keys = 0;          // written
-  uint32_t freed_values = 0;
+  uint32_t freed_values = 0;        // written
 };
 
 // Sorted. What is left out, renamed or replaced, and what was deleted and is written, becomes rows

@@ -15,8 +15,8 @@ inline constexpr char kLowerDigits[] = "0123456789abcdef";
 
 // The digits of one number. Takes no memory; valid as text as long as itself.
 struct Digits {
-  std::array<char, 24> room;  // a sign and the 19 digits of the longest, or 16 of the widest
-  size_t start = sizeof room;
+  std::array<char, 24> room;   // a sign and the 19 digits of the longest, or 16 of the widest
+  size_t start = sizeof room;  // in `room`, of the first character
 
   operator std::string_view() const { return {room.data() + start, room.size() - start}; }
   operator std::string() const { return std::string(std::string_view(*this)); }

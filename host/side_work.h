@@ -27,8 +27,8 @@ class SideWork {
 
 // When an image is worth two threads: below that size starting one costs more than it saves.
 struct SideWorkLimits {
-  uint64_t least_bytes = uint64_t{8} << 20;
-  unsigned processors = 0;  // 0: those that the process may use
+  uint64_t least_bytes = uint64_t{8} << 20;  // of the image
+  unsigned processors = 0;                   // 0: those that the process may use
 };
 // Changed by tests alone, before any work.
 SideWorkLimits& TheSideWorkLimits();

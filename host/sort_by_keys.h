@@ -19,8 +19,8 @@ struct SortKey {
 
 // A record's first key and its place.
 struct SortPlace {
-  uint64_t key = 0;
-  uint32_t at = 0;
+  uint64_t key = 0;  // SortKey::first
+  uint32_t at = 0;   // of the record
 };
 // By key; places of equal keys stay as they are. The time goes with the places alone.
 void SortPlaces(std::vector<SortPlace>& places);

@@ -36,8 +36,8 @@ struct FindRequest {
 };
 // `stopped` when visited said so; then no place was found.
 struct FoundRow {
-  int64_t place = -1;  // in `rows`; -1: nothing found
-  bool wrapped = false;
+  int64_t place = -1;    // in `rows`; -1: nothing found
+  bool wrapped = false;  // found after going on at the other end
   bool stopped = false;
 };
 // What the user is told when a search goes on at the other end.

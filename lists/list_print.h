@@ -13,8 +13,8 @@ namespace hivequarry {
 // One printing job, its font chosen.
 struct PrintDevice {
   void* context = nullptr;
-  int width = 0;  // of the page
-  int height = 0;
+  int width = 0;   // of the page
+  int height = 0;  // of the page
   // Size of a text on one line.
   int (*text_width)(void* context, std::string_view text) = nullptr;
   int (*text_height)(void* context, std::string_view text) = nullptr;

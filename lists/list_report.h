@@ -39,7 +39,7 @@ bool WriteReport(const OutputList& list, const WrittenRows& which, const ReportL
 
 // The head of a file.
 struct ReportHead {
-  int kind = 0;
+  int kind = 0;                      // number of a kind of lists
   std::string title;                 // as stored, may be empty
   std::vector<std::string> columns;  // header texts; empty: the file is no Report List
   std::vector<int> widths;           // of each column; below 60 or not stored: 160

@@ -30,7 +30,7 @@ bool WriteInPieces(ListOutput& out, uint32_t count, const std::function<void(uin
 struct ListShape {
   const OutputList& list;
   int columns;
-  uint32_t rows;
+  uint32_t rows;  // when it was taken
   std::array<CellHolds, kMaxOwnColumns> holds;
 };
 // Keeps a reference to the list.

@@ -47,7 +47,7 @@ struct Cell {
   Cell(const Text& shown) : text(shown) {}
   Cell(std::string_view shown, uint64_t is) : text(shown), value(is) {}
   std::string_view text;
-  uint64_t value = kNoValue;
+  uint64_t value = kNoValue;  // what it sorts by
 };
 
 // A row to add; missing columns at the end are empty.

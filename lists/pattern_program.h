@@ -25,10 +25,10 @@ enum class PatternStep : uint8_t {
 // Steps name each other by number; 16 bits are enough for kMostSteps.
 struct ProgramStep {
   PatternStep kind = PatternStep::kFork;
-  uint8_t low = 0;
-  uint8_t high = 0;
+  uint8_t low = 0;   // first byte of kByte
+  uint8_t high = 0;  // last one, included
   uint16_t next = 0;
-  uint16_t other = 0;
+  uint16_t other = 0;  // of kFork alone: tried at the same place
 };
 
 inline constexpr size_t kMostSteps = 4000;

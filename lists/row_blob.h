@@ -50,9 +50,9 @@ using TextSet = std::array<std::string_view, kMaxOwnColumns + kFactTexts>;
 
 // A value to be kept, its bytes the low ones.
 struct StoredValue {
-  uint64_t value;
-  uint8_t column;
-  uint8_t form;
+  uint64_t value;  // written as so many bytes as the form has
+  uint8_t column;  // below 32: five bits
+  uint8_t form;    // which of kValueSizes
 };
 
 // A text to be stored, or that of an earlier row which it shares.
@@ -65,15 +65,15 @@ struct StoredText {
 // many.
 struct RowLayout {
   RowHead head{};
-  uint64_t last_write = 0;
-  uint64_t shared = 0;  // of the texts in the order in which they are stored
+  uint64_t last_write = 0;  // FILETIME, UTC
+  uint64_t shared = 0;      // of the texts in the order in which they are stored
   std::array<StoredText, kMaxOwnColumns + kFactTexts> stored;
-  int texts = 0;
-  size_t text_bytes = 0;
-  size_t end_size = 1;
+  int texts = 0;          // how many of `stored` are filled
+  size_t text_bytes = 0;  // of all stored texts
+  size_t end_size = 1;    // bytes of one text's end: 1, 2 or 4
   std::array<StoredValue, kMaxOwnColumns> values;
-  int value_count = 0;
-  size_t size = 0;  // of the blob
+  int value_count = 0;  // how many of `values` are filled
+  size_t size = 0;      // of the blob
 };
 // The layout looks at the row's texts and at `before`, texts of earlier rows, and lives no longer
 // than they.

@@ -25,11 +25,11 @@ struct FilterWords {
 
 struct FilterTerm {
   TextPatternPtr pattern;
-  int column = -1;  // -1: any
-  bool excluded = false;
+  int column = -1;        // -1: any
+  bool excluded = false;  // rows that hold it are left out
   // The text that each column had last, and whether it holds the pattern: rows share long texts.
   std::vector<std::string_view> looked_at;
-  std::vector<bool> found;
+  std::vector<bool> found;  // by column, of `looked_at`
 };
 
 // Remembers what it has looked at: one thread at a time, and one list.

@@ -14,7 +14,7 @@ struct RowsShown {
   bool ordered = false;         // false: all rows as they were added
   std::vector<bool> chosen;     // by row, once `filtered`
   std::vector<uint32_t> shown;  // the chosen ones in their order, once `filtered`
-  bool filtered = false;
+  bool filtered = false;        // false: `chosen` and `shown` are empty
 };
 
 // `rows`: how many the list has.

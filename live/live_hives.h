@@ -68,14 +68,14 @@ enum class HiveQuestion : uint8_t {
 
 // The functions are called on the run's thread; any may be empty.
 struct HiveRun {
-  std::string folder;
-  uint32_t hives = 0;
+  std::string folder;  // UTF-8
+  uint32_t hives = 0;  // bits, HiveBit of each
   std::function<void(int hive, HiveState state)> on_state;
   std::function<void(const HiveNotice& notice)> tell;
   std::function<bool(HiveQuestion question, const std::string& file)> ask;  // empty: "No"
 };
 struct HiveRunResult {
-  int done = 0;
+  int done = 0;  // hives
   int failed = 0;
   bool stopped = false;  // by the user, before the last hive
 };
@@ -90,8 +90,8 @@ HiveRunResult ForEachHive(const HiveRun& run, const std::function<bool(int hive)
 // Not held open: the user may log off meanwhile.
 struct UserHive {
   std::u16string name;  // of the sub key of HKEY_USERS
-  std::string path;
-  std::string file;  // in the folder, whether it is there or not
+  std::string path;     // of its root key
+  std::string file;     // in the folder, whether it is there or not
 };
 // The users' keys that are loaded now, in the registry's order; ".DEFAULT" and the keys of classes
 // are among them.

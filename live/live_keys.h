@@ -33,7 +33,7 @@ bool IsRegistryLink(RegistryKey key);
 
 // Keys or values after these were not listed: reading them on failed.
 struct ListingCut {
-  std::string path;
+  std::string path;  // of the key that was listed
   int32_t error = kRegistryDone;
 };
 
@@ -57,17 +57,17 @@ class RegistryWalk : public KeySource {
  private:
   struct Child {
     std::u16string name;
-    uint64_t last_write = 0;
+    uint64_t last_write = 0;  // FILETIME, UTC
   };
   // A key on the way down to the one given last, which is the last of them.
   struct Level {
     OpenedKey key;
     KeyCounts counts;
-    size_t path_length = 0;
+    size_t path_length = 0;    // of the path as it is shown, bytes
     size_t stored_length = 0;  // of the path with the names as they are stored
     bool listed = false;       // its children are known
     std::vector<Child> children;
-    size_t next_child = 0;
+    size_t next_child = 0;  // number in `children`
   };
 
   // Start gives the first key, Enter one of its children; Push adds the level of either, opened or
@@ -104,7 +104,7 @@ class LiveProgress {
   void Count(const std::string& path, const OutputList& list);
 
  private:
-  uint32_t keys_ = 0;
+  uint32_t keys_ = 0;  // so far
 };
 
 // A row about a key of the live registry or, with `value`, about that value of it.

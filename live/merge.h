@@ -23,9 +23,9 @@ struct MergeOptions {
 // A merge that may begin.
 struct MergeTarget {
   LivePlace place;
-  uint32_t item = kNoItem;
-  OpenedKey key;  // of the item
-  bool wow64 = false;
+  uint32_t item = kNoItem;  // of the branch's first key
+  OpenedKey key;            // of the item
+  bool wow64 = false;       // the 32-bit view of the registry
 };
 enum class MergeFault : uint8_t {
   kNone,
@@ -44,8 +44,8 @@ MergeFault OpenMergeTarget(const HiveImage& hive, const KeyTree& tree, MergeTarg
 
 // What was written stays, also after a refusal or a stop.
 struct MergeCounts {
-  uint32_t keys = 0;  // written, the branch's first one included
-  uint32_t values = 0;
+  uint32_t keys = 0;     // written, the branch's first one included
+  uint32_t values = 0;   // written
   bool refused = false;  // a refused value has ended it,
   int32_t error = 0;     // with this error
 };

@@ -53,9 +53,9 @@ inline constexpr uint32_t kSaclInformation = 8;
 
 // What buffers for the key's names and data must hold, at the time of the call.
 struct KeyCounts {
-  uint32_t subkeys = 0;
-  uint32_t longest_subkey = 0;  // UTF-16 units
-  uint32_t values = 0;
+  uint32_t subkeys = 0;             // how many
+  uint32_t longest_subkey = 0;      // UTF-16 units
+  uint32_t values = 0;              // how many
   uint32_t longest_value_name = 0;  // UTF-16 units
   uint32_t longest_data = 0;        // bytes
   uint64_t last_write = 0;          // FILETIME, UTC
@@ -164,7 +164,7 @@ class EnabledPrivilege {
 
  private:
   const char16_t* name_;
-  bool was_enabled_ = false;
+  bool was_enabled_ = false;  // then it is left as it was
   int32_t error_;
 };
 

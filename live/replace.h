@@ -10,8 +10,8 @@ namespace hivequarry {
 
 // Where the system has its own files.
 struct SystemPlaces {
-  std::string drive = "C:";  // of the system
-  std::string boot_drive = "C:";
+  std::string drive = "C:";       // of the system
+  std::string boot_drive = "C:";  // of the files that it starts from
   std::string boot_folder = "C:\\Boot";
 };
 // `drive` is "C:"; whatever the case.

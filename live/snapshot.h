@@ -32,9 +32,9 @@ enum class SnapshotStep : uint8_t {
 // Files and keys that it names are UTF-8 texts for the user.
 struct SnapshotResult {
   SnapshotStep step = SnapshotStep::kDone;
-  int32_t error = 0;  // the registry's
-  std::string path;   // of the key
-  std::string file;
+  int32_t error = 0;      // the registry's
+  std::string path;       // of the key
+  std::string file;       // of the snapshot
   std::string left_key;   // what stays mounted after kUnload,
   std::string left_file;  // of that file; UTF-8
   // Files beside a snapshot that is done but does not hold everything yet: the system's logs.

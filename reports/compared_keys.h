@@ -23,8 +23,8 @@ enum KeyDifference : uint8_t {
 // In the order of a walk: a key before those below it, which are by their names; the first is the
 // key that both were compared from.
 struct ComparedKey {
-  uint32_t a = kNoItem;  // of the tree of A; kNoItem for none
-  uint32_t b = kNoItem;
+  uint32_t a = kNoItem;       // of the tree of A; kNoItem for none
+  uint32_t b = kNoItem;       // likewise of the tree of B
   uint32_t parent = kNoItem;  // number of the key above
   uint32_t end = 0;           // number after the last key below
   uint8_t differs = 0;        // KeyDifference bits

@@ -35,7 +35,7 @@ enum class SplitFault : uint8_t {
 struct SplitResult {
   bool whole = false;  // pieces were written, all of them whole
   SplitFault fault = SplitFault::kNone;
-  std::string file = {};
+  std::string file = {};  // UTF-8; with kCannotCreate alone
 };
 // Writes each row's range of the list's source into a file of its own, named after the source
 // ("NAME.sp_01", or the next series of names of which none is taken), and fills in the rows' file

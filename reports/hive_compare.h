@@ -21,17 +21,17 @@ namespace hivequarry {
 struct HiveDifferences {
   uint64_t keys_added = 0;
   uint64_t keys_removed = 0;
-  uint64_t times = 0;
+  uint64_t times = 0;  // keys whose last writes differ
   uint64_t classes = 0;
   uint64_t securities = 0;
   uint64_t flags = 0;
   uint64_t values_added = 0;    // of common keys
   uint64_t values_removed = 0;  // likewise
   uint64_t values_changed = 0;  // in type or data
-  uint64_t unreadable = 0;
-  uint64_t orders = 0;        // of values, where that is asked for
-  uint64_t heeded_times = 0;  // those of `times` that are differences
-  uint64_t ignored = 0;       // rows left out, of branches that patterns name
+  uint64_t unreadable = 0;      // values that one side or both could not read
+  uint64_t orders = 0;          // of values, where that is asked for
+  uint64_t heeded_times = 0;    // those of `times` that are differences
+  uint64_t ignored = 0;         // rows left out, of branches that patterns name
 };
 // True for any difference but those that are not heeded.
 bool AnyDifference(const HiveDifferences& differences);

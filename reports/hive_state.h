@@ -16,19 +16,19 @@ std::optional<PlanInput> BaseBlockState(const HiveImage& hive);
 
 // Empty where there is no base block. Of a replayed hive the base block is that of its file.
 struct HiveStateTexts {
-  std::string dirty;  // "1" or "0"
-  std::string dirty_why;
-  std::string checksum_valid;
-  std::string sequence;      // "256/255"
-  std::string last_written;  // ISO 8601
-  std::string version;
-  std::string flags;
-  std::string stored_name;  // UTF-8
-  std::string reorganised;  // ISO 8601, and what was done
-  std::string replay;       // UTF-8, as the opening says it
-  std::string logs;         // UTF-8, one after the other
-  std::string sha256;
-  std::string logs_sha256;  // UTF-8
+  std::string dirty;           // "1" or "0"
+  std::string dirty_why;       // what makes it so, in words
+  std::string checksum_valid;  // "1" or "0"
+  std::string sequence;        // "256/255"
+  std::string last_written;    // ISO 8601
+  std::string version;         // "1.5"
+  std::string flags;           // "0x00000000"
+  std::string stored_name;     // UTF-8
+  std::string reorganised;     // ISO 8601, and what was done
+  std::string replay;          // UTF-8, as the opening says it
+  std::string logs;            // UTF-8, one after the other
+  std::string sha256;          // of the hive's file, hexadecimal
+  std::string logs_sha256;     // UTF-8
 };
 // With `hashes` the last two too, of the files as they are on disk now.
 HiveStateTexts StateTextsOf(const HiveImage& hive, bool hashes);

@@ -42,7 +42,7 @@ struct HiveCompareOptions {
 
 // A value, or key, as it is paired.
 struct PairedName {
-  std::string capitals;
+  std::string capitals;  // of the name, by which it is paired
   uint32_t at = 0;     // number of an item, or position of a value; kNoOffset for one that is lost
   uint32_t place = 0;  // of a value in its key's list
 };
@@ -62,7 +62,7 @@ struct ValuePair {
   uint32_t b = kNoOffset;
   uint32_t place_a = 0;  // in the key's list
   uint32_t place_b = 0;
-  bool twin = false;
+  bool twin = false;  // as in KeyPair
 };
 
 // What one side holds of a value.
@@ -158,7 +158,7 @@ template <typename Visit>
 uint64_t WalkBranch(const PairWalk& walk, const ComparedSide& side, uint32_t item,
                     const Visit& visit) {
   struct Level {
-    uint32_t end;
+    uint32_t end;  // item after the subtree
     IgnoreState state;
   };
   std::vector<Level> above;  // only with patterns

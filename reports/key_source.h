@@ -25,14 +25,14 @@ struct SourceKey {
 };
 // A value as reports see it. Texts are the caller's own, `data` is not.
 struct SourceValue {
-  std::string name;  // as stored; empty for the default value
-  uint32_t type = 0;
+  std::string name;               // as stored; empty for the default value
+  uint32_t type = 0;              // as stored
   std::span<const uint8_t> data;  // whole; valid until the next call
   bool read = false;              // false: the data could not be read
   std::string text;  // as lists show it: the data's display text, or why there are none
-  uint32_t position = kNoOffset;
-  std::string shown_name;   // as lists show it
-  std::string stored_name;  // `name`, where it is shown otherwise
+  uint32_t position = kNoOffset;  // of the record; none in the live registry
+  std::string shown_name;         // as lists show it
+  std::string stored_name;        // `name`, where it is shown otherwise
 };
 
 // A walk over keys that goes forwards alone. Used by one thread. A key that can't be read is given

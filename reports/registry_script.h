@@ -77,9 +77,9 @@ struct ScriptExport {
   std::vector<SkippedValue> lossy;
   uint32_t recovered_left_out = 0;  // keys
   uint32_t tombstone_keys = 0;      // written as the export was asked to
-  uint32_t tombstone_values = 0;
-  uint32_t superseding_keys = 0;  // written, with a comment line that says so
-  bool refused = false;           // by the sink
+  uint32_t tombstone_values = 0;    // likewise
+  uint32_t superseding_keys = 0;    // written, with a comment line that says so
+  bool refused = false;             // by the sink
 };
 
 enum class ScriptScope : uint8_t {

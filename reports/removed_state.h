@@ -15,7 +15,7 @@ namespace hivequarry {
 // The entries [first, last] of HiveLogs::steps, after the last of which it was gone. One where the
 // very entry is known; more where looking at every state would cost too much.
 struct RemovedBy {
-  uint32_t first = 0;
+  uint32_t first = 0;  // numbers of steps, both included
   uint32_t last = 0;
 };
 // Items and positions are those of the state before the logs.

@@ -22,9 +22,9 @@ inline constexpr uint32_t kMaxSearchDepth = 384;  // keys at this level or deepe
 // What a hit must be besides holding the pattern. Values have the time of their key; those of which
 // no key is known have none, and are hits only where no time is asked for.
 struct SearchLimits {
-  uint32_t least = 0;  // bytes of a value's data; of these limits keys are no hits
-  uint32_t most = UINT32_MAX;
-  uint64_t from = 0;  // last write of a key, FILETIME, both included
+  uint32_t least = 0;          // bytes of a value's data; of these limits keys are no hits
+  uint32_t most = UINT32_MAX;  // included
+  uint64_t from = 0;           // last write of a key, FILETIME, both included
   uint64_t to = UINT64_MAX;
   // Whether the limits leave anything out, by size and by time.
   bool sized() const { return least != 0 || most != UINT32_MAX; }
@@ -34,8 +34,8 @@ struct SearchLimits {
 // What the user asks for; kept from one search to the next.
 struct SearchSettings {
   std::string text;
-  std::string hex;  // the same pattern as hexadecimal digits, as HexPatternOf takes them
-  bool hex_mode = false;
+  std::string hex;            // the same pattern as hexadecimal digits, as HexPatternOf takes them
+  bool hex_mode = false;      // `hex` is the pattern, not `text`
   bool match_case = false;    // holds in hex mode too, for binary and other data
   bool match_length = false;  // the whole name or data must equal the pattern
   bool dword = false;         // hex mode with 8 digits: a number; REG_DWORD data alone is searched

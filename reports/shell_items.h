@@ -15,8 +15,8 @@ namespace hivequarry {
 
 // Times are packed DOS dates and times, UTC, as FormatDosTimestamp takes them; 0 for none.
 struct ShellItem {
-  std::string name;  // "{type 0x..}" for an item of no known kind
-  std::string dos_name;
+  std::string name;      // "{type 0x..}" for an item of no known kind
+  std::string dos_name;  // the short name; may be empty
   uint32_t modified = 0;
   uint32_t created = 0;
   uint32_t accessed = 0;
@@ -34,9 +34,9 @@ struct ShellItem {
 ShellItem ReadShellItem(std::span<const uint8_t> item);
 
 struct ItemList {
-  std::string path;
+  std::string path;  // names with backslashes between
   ShellItem last;
-  uint32_t count = 0;
+  uint32_t count = 0;  // of items that were read
   // A size field leads beyond the bytes, or there are more items than the 256 that are read; the
   // path ends in "...".
   bool cut = false;

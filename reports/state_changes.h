@@ -14,14 +14,14 @@ namespace hivequarry {
 
 // `content` tells values apart, it proves nothing: two of one hash count as the same.
 struct StateValue {
-  std::string name;  // as lists show it
-  uint32_t position = 0;
-  uint64_t content = 0;  // of type and data, a hash
+  std::string name;       // as lists show it
+  uint32_t position = 0;  // of the record, in the image of that state
+  uint64_t content = 0;   // of type and data, a hash
 };
 struct StateKey {
-  std::string path;  // as lists show it, without the root's own
-  uint32_t position = 0;
-  uint64_t last_write = 0;
+  std::string path;                // as lists show it, without the root's own
+  uint32_t position = 0;           // of the cell, in the image of that state
+  uint64_t last_write = 0;         // FILETIME, UTC
   std::vector<StateValue> values;  // by name
 };
 // By path. What a load of the state cuts short is no shortfall of anybody's.

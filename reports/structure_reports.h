@@ -42,8 +42,8 @@ const ReportInfo* FindReport(std::string_view name);
 
 // A key that the report begins at, and where in the structure that key is.
 struct ReportStart {
-  uint32_t item = kNoItem;
-  uint32_t level = 1;  // 2: an entry of the structure, of which nothing else is reported
+  uint32_t item = kNoItem;  // number in the tree
+  uint32_t level = 1;       // 2: an entry of the structure, of which nothing else is reported
 };
 // Where a report begins: the chosen item when it is or lies in the structure, else the keys below
 // it that are ("ControlSet001\Services", "...\CurrentVersion\Uninstall"), in display order. A hive

@@ -36,10 +36,10 @@ struct TimelineEvent {
 
 // A source of events, as it is told in lines and counts.
 struct TimelineHive {
-  std::string path;   // as given, UTF-8
-  std::string label;  // in brackets before names
-  std::string host;
-  std::string user;
+  std::string path;           // as given, UTF-8
+  std::string label;          // in brackets before names
+  std::string host;           // the computer's name, where the hive says it
+  std::string user;           // whose profile the hive is of, where it says so
   uint64_t keys = 0;          // live and recovered
   uint64_t keys_without = 0;  // without a time: made, or outside the times asked for
   uint64_t freed_keys = 0;    // with a time, if they were asked for
@@ -64,14 +64,14 @@ uint64_t EventCount(const Timeline& timeline);
 
 // The last writes of live and recovered keys are always in it; these add to them.
 struct TimelineOptions {
-  bool freed = false;
+  bool freed = false;       // freed keys too
   bool values = false;      // times in values
   bool base_block = false;  // times of the base block
   bool logged = false;      // keys in pages of the hive's logs alone
   uint32_t item = 0;        // only this item of the tree, with all below it
   bool bounded = false;     // by these, FILETIME, both included
   uint64_t from = 0;
-  uint64_t to = UINT64_MAX;
+  uint64_t to = UINT64_MAX;  // included
 };
 
 // Adds the events of a loaded hive; the hive may be closed afterwards. False where the tree has no
@@ -92,7 +92,7 @@ struct TimelineLook {
 };
 // What became of the events.
 struct TimelineCounts {
-  uint64_t lines = 0;
+  uint64_t lines = 0;         // written
   uint64_t without_time = 0;  // no line: before 1970 or after 2100, in the forms that count seconds
 };
 // False when the sink refused or the user stopped.

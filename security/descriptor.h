@@ -36,11 +36,11 @@ inline bool IsUsable(const AclPlace& acl) {
 // A decoded record; all positions are those of the view that it was read from.
 // Owns its texts; the view need not outlive it.
 struct SecurityRecordInfo {
-  uint32_t position = 0;  // of the cell
-  uint32_t length = 0;    // of the cell, absolute
-  uint32_t references = 0;
-  uint32_t owner = 0;  // of the SID
-  uint32_t group = 0;  // 0 when absent
+  uint32_t position = 0;    // of the cell
+  uint32_t length = 0;      // of the cell, absolute
+  uint32_t references = 0;  // as the record counts the keys that have it
+  uint32_t owner = 0;       // of the SID
+  uint32_t group = 0;       // 0 when absent
   AclPlace dacl;
   AclPlace sacl;           // its position is not held against the cell's bounds
   std::string owner_text;  // empty for a SID that is not valid
@@ -52,23 +52,23 @@ struct SecurityRecordInfo {
 enum AceType : uint8_t { kAceAllow = 0, kAceDeny = 1, kAceAudit = 2, kAceAlarm = 3 };
 inline constexpr uint8_t kAceInherited = 0x10;
 struct AceInfo {
-  uint32_t position = 0;
-  uint8_t type = 0;      // AceType, or another number as stored
-  uint8_t flags = 0;     // how it is inherited
-  uint32_t size = 0;     // bytes, header included, as stored
-  uint32_t mask = 0;     // rights on the key
-  uint32_t sid = 0;      // position
-  bool valid = false;    // inside the image
-  std::string sid_text;  // empty for a SID that is not valid
+  uint32_t position = 0;  // of its header
+  uint8_t type = 0;       // AceType, or another number as stored
+  uint8_t flags = 0;      // how it is inherited
+  uint32_t size = 0;      // bytes, header included, as stored
+  uint32_t mask = 0;      // rights on the key
+  uint32_t sid = 0;       // position
+  bool valid = false;     // inside the image
+  std::string sid_text;   // empty for a SID that is not valid
 };
 
 // One SID shown in place of another; nothing in the image changes.
 struct SidReplacement {
   std::string from;  // empty: no replacement is in force
   std::string to;
-  bool owner = false;
-  bool group = false;
-  bool aces = false;
+  bool owner = false;  // owners that are `from` are shown as `to`
+  bool group = false;  // groups likewise
+  bool aces = false;   // trustees of entries likewise
 };
 
 // Decodes the cell at `position`. False, and an empty record, when the cell is not a valid one or

@@ -92,7 +92,7 @@ struct AccessQuery {
 inline constexpr uint32_t kChangeRights = 0xD0026;
 // A trustee of a record, with what it may do with the key itself.
 struct AccessGrant {
-  std::string sid;
+  std::string sid;      // of the trustee
   uint32_t rights = 0;  // generic ones as what they stand for
   std::string by;       // how it comes by them: "allow", "owner", "no list"
 };
@@ -113,7 +113,7 @@ std::string TitleOfAccess(const AccessQuery& query);
 // The SIDs that the records of a hive name, as far as the chain from the root's record leads to
 // them, with names by the table: at most 2000, each once, of the first 20,000 records.
 struct HiveSid {
-  std::string sid;
+  std::string sid;   // "S-1-..."
   std::string name;  // empty for none
 };
 std::vector<HiveSid> SidsOfHive(const HiveImage& hive, const KeyTree& tree);

@@ -68,8 +68,8 @@ HashedName LookupHashedSid(std::string_view text);
 std::string ServiceSid(std::string_view service);
 
 struct AccountName {
-  std::string name;  // empty for none
-  std::string domain;
+  std::string name;    // empty for none
+  std::string domain;  // may be empty with a name too
 };
 // Of those who may do anything anyway: the system, its installer and administrators, by whatever
 // domain. An entry for the later creator of a key is for nobody yet, and counts as such.
@@ -95,7 +95,7 @@ class AccountNames {
   bool resolve_;
   bool apart_ = false;
   std::vector<std::string>* wanted_ = nullptr;
-  std::unordered_map<std::string, AccountName> known_;
+  std::unordered_map<std::string, AccountName> known_;  // by the SID's text: each is asked for once
 };
 
 // The built-in groups that this machine knows (identifiers 544 to 1023), a row each.

@@ -27,9 +27,9 @@ inline constexpr size_t kMostSeries = 8;  // the last of more than these is all 
 // The times of a list's rows, taken once: the list may go away.
 struct Activity {
   std::vector<ActivitySeries> series;  // those with the most events first
-  uint64_t events = 0;
-  uint64_t without = 0;  // rows without such a time
-  uint64_t first = 0;
+  uint64_t events = 0;                 // in all series
+  uint64_t without = 0;                // rows without such a time
+  uint64_t first = 0;                  // FILETIME; 0 where there are no events
   uint64_t last = 0;
 };
 // Reads all rows that the list has by now, on any thread. Empty when `stop` says so, which is asked
@@ -52,7 +52,7 @@ inline bool IsIn(const TimeRange& range, uint64_t time) {
 struct ActivityView {
   TimeRange shown;  // begins and ends with a unit
   ActivityUnit unit = ActivityUnit::kYear;
-  bool logarithmic = false;
+  bool logarithmic = false;  // heights by the logarithm of the number
   TimeRange picked;
 };
 // The view of a range, or of all times, by the finest unit that gives no more than `most` bars.

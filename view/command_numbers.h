@@ -188,7 +188,7 @@ constexpr CommandNumber NumberInRange(CommandNumber first, int index) {
 }
 
 struct NumberRange {
-  uint16_t first;
+  uint16_t first;  // the numbers from here on
   uint16_t count;
 };
 inline constexpr NumberRange kCommandRanges[] = {

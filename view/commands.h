@@ -94,8 +94,8 @@ inline constexpr uint8_t kWithControl = 1;
 inline constexpr uint8_t kWithShift = 2;
 inline constexpr uint8_t kWithAlt = 4;
 struct Accelerator {
-  uint16_t key = 0;  // virtual key code, 0 for none
-  uint8_t modifiers = 0;
+  uint16_t key = 0;       // virtual key code, 0 for none
+  uint8_t modifiers = 0;  // kWithControl and the like
 };
 
 // Where commands are offered beside the main menu.

@@ -32,7 +32,7 @@ enum class HexChangeKind { kTyping, kBackspace, kDelete, kWhole };
 // undo it and to do it again.
 struct HexChange {
   HexChangeKind kind = HexChangeKind::kWhole;
-  uint32_t position = 0;
+  uint32_t position = 0;  // at which they came
   std::vector<uint8_t> removed;
   std::vector<uint8_t> inserted;
   HexCaret before;
@@ -52,7 +52,7 @@ inline constexpr size_t kHexHistoryBytes = 32U << 20;
 struct HexBytes {
   std::vector<uint8_t> bytes;
   HexCaret caret;
-  bool overwrite = true;
+  bool overwrite = true;  // typing replaces; else it puts in
   HexHistory history;
 };
 

@@ -14,9 +14,9 @@ struct HexLayout {
   int margin = 4;  // left of the first column
   int width = 0;   // of the client area
   int height = 0;
-  bool file_positions = false;
-  uint32_t per_line = 16;
-  uint32_t widest = 64;  // bytes a line at most; the eye loses longer ones
+  bool file_positions = false;  // a second column says where in the file each line is
+  uint32_t per_line = 16;       // bytes of a line
+  uint32_t widest = 64;         // bytes a line at most; the eye loses longer ones
 };
 
 // As many bytes a line as fit, in steps of 8; at least 8.

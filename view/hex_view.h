@@ -18,7 +18,7 @@ enum class HexFindKind { kBytes, kText, kWideText };
 struct HexFind {
   std::u16string text;  // as given: digits or characters
   HexFindKind kind = HexFindKind::kBytes;
-  bool forward = true;
+  bool forward = true;  // the way that was taken last
 };
 // The bytes to look for; nothing when the text is empty or does not fit its kind.
 std::optional<std::vector<uint8_t>> SequenceOf(const HexFind& find);
@@ -83,7 +83,7 @@ struct HexCommandRow {
   bool control;
   bool shift;
   HexNeeds needs;
-  bool ends_group = false;
+  bool ends_group = false;  // a line follows it in the menu
 };
 // In the order of the menu.
 std::span<const HexCommandRow> HexCommands();

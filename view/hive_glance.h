@@ -39,12 +39,12 @@ struct GlancePart {
 // What is looked for after a load, while the user works: counts are of no use before `freed_known`
 // and `checked`.
 struct HiveFindings {
-  bool freed_known = false;
+  bool freed_known = false;  // the search for freed records has ended
   uint64_t freed_keys = 0;
   uint64_t freed_values = 0;
   bool freed_cut = false;  // not all of the free space was searched
-  bool checked = false;
-  bool sound = false;
+  bool checked = false;    // the check has ended
+  bool sound = false;      // the check found no fault
   HiveStructure structure;
 };
 // All of it is the caller's, and is looked at during the call alone.

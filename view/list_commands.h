@@ -39,22 +39,22 @@ enum class ListSwitch : uint8_t {
 
 // What guards of one list look at; filled anew each time they are asked.
 struct ListFacts {
-  bool busy = false;       // an operation is under way, or this list is being worked on
-  bool backup = false;     // a backup runs
-  bool stoppable = false;  // something is under way that "Stop" ends
-  bool hive = false;       // the main window shows a hive
-  bool rows = false;       // the list has rows
-  bool row_selected = false;
-  bool position = false;  // the row in focus speaks of a position in the hive shown
-  bool path = false;      // it has the path of a key, and its list was loaded from a file
-  bool source = false;    // the list names the file that it was made of
-  bool entry = false;     // the row in focus is of such an entry
-  bool evidence = false;  // evidence mode
-  bool again = false;     // its rows can be made anew
-  bool filtered = false;  // it shows some of its rows
-  bool times = false;     // its window can show when they were
-  bool picture = false;   // and does
-  int kind = 0;           // of the list
+  bool busy = false;          // an operation is under way, or this list is being worked on
+  bool backup = false;        // a backup runs
+  bool stoppable = false;     // something is under way that "Stop" ends
+  bool hive = false;          // the main window shows a hive
+  bool rows = false;          // the list has rows
+  bool row_selected = false;  // one at least
+  bool position = false;      // the row in focus speaks of a position in the hive shown
+  bool path = false;          // it has the path of a key, and its list was loaded from a file
+  bool source = false;        // the list names the file that it was made of
+  bool entry = false;         // the row in focus is of such an entry
+  bool evidence = false;      // evidence mode
+  bool again = false;         // its rows can be made anew
+  bool filtered = false;      // it shows some of its rows
+  bool times = false;         // its window can show when they were
+  bool picture = false;       // and does
+  int kind = 0;               // of the list
 };
 
 struct ListCommand {
@@ -65,7 +65,7 @@ struct ListCommand {
   ToolIcon icon = ToolIcon::kNone;
   Accelerator accelerator = {};
   Accelerator second_accelerator = {};
-  bool group_start = false;
+  bool group_start = false;  // a line is before it in the menu
   Guard guard = Guard::kRunning;
   ListNeeds needs = ListNeeds::kNothing;
   bool writes = false;  // as of Command

@@ -18,10 +18,10 @@ struct MachineFolder {
   std::vector<std::string> told;    // by row of `overview`: the file that says so; may be empty
   // By file: those of hives that were read with logs which their own names do not lead to.
   std::map<std::string, LogChoice> logs_of;
-  uint32_t hives = 0;
+  uint32_t hives = 0;  // opened
   uint32_t logs = 0;
-  uint32_t failed = 0;  // hives that could not be opened
-  bool stopped = false;
+  uint32_t failed = 0;   // hives that could not be opened
+  bool stopped = false;  // by the user: the lists are of what was read by then
 };
 // Opens one hive after the other beside the one shown, with its logs applied in memory. No other
 // hive may be opened meanwhile. Ends early when the user stops.

@@ -21,8 +21,8 @@ struct TreeFindRequest {
 };
 struct FoundItem {
   uint32_t item = kNoItem;  // kNoItem: nothing found
-  bool stopped = false;
-  size_t tree = 0;  // of those searched
+  bool stopped = false;     // by the user
+  size_t tree = 0;          // of those searched
 };
 // A tree that is searched, and how its items are displayed.
 struct SearchedTree {

@@ -101,7 +101,7 @@ std::string KeyDetailAt(const HiveImage& hive, const KeyTree& tree, uint32_t pos
 // Its fields one by one, the texts as they are.
 struct DetailField {
   const char* label;
-  std::string text;
+  std::string text;  // UTF-8
 };
 // A field's text as a line of the detail view has it: a line end in a name or a class, which would
 // begin a line, is "\u{D}" or "\u{A}".

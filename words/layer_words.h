@@ -38,8 +38,8 @@ std::string LayerCell(const HiveImage& hive, uint32_t position);
 struct LayerCounts {
   uint32_t tombstone_keys = 0;
   uint32_t tombstone_values = 0;
-  uint32_t superseding_keys = 0;
-  uint32_t other_keys = 0;  // with layer bits
+  uint32_t superseding_keys = 0;  // for the whole branch or for their own values
+  uint32_t other_keys = 0;        // with layer bits
 };
 // Reads the fields of all listed values of a hive with layers; nothing of any other.
 // Linear in keys and values.

@@ -42,11 +42,11 @@ struct RecordPlace {
 RecordPlace RecordAt(const HiveImage& hive, uint32_t position);
 
 struct RawField {
-  uint32_t position = 0;
-  uint32_t size = 0;  // bytes that the image has of it
+  uint32_t position = 0;  // in the image
+  uint32_t size = 0;      // bytes that the image has of it
   std::string name;
-  std::string bytes;  // "0A FF ...", at most kRawBytes of them
-  std::string meaning;
+  std::string bytes;              // "0A FF ...", at most kRawBytes of them
+  std::string meaning;            // what the bytes say, in words; may be empty
   uint32_t leads_to = kNoOffset;  // where an offset leads inside the image
 };
 
