@@ -118,6 +118,7 @@ std::string ControlText(uint32_t control) {
   return Concat({HexText(control, 4), " ", text});
 }
 
+// An account by its name: the type of the key's default value is the account's number.
 struct NamedKey {
   std::string name;
   EvidenceKey key;

@@ -10,6 +10,7 @@
 namespace hivequarry {
 namespace {
 
+// Where the paths of a row begin.
 enum class PlaceOf : uint8_t {
   kSoftware,  // below "Microsoft" of SOFTWARE and of a user's "Software", 32-bit branches too
   kUser,      // a user's hive from its root

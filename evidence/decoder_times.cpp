@@ -16,6 +16,7 @@ namespace {
 // Of a row's own cells in their order, those that are neither empty nor times nor numbers.
 constexpr size_t kMostDetails = 3;  // cells of a row that say what it is about
 
+// What the rows of one decoder's list are told to the timeline with.
 struct Telling {
   Timeline& timeline;
   const HiveImage& hive;

@@ -14,6 +14,7 @@
 namespace hivequarry {
 namespace {
 
+// What the data of a list's values are.
 enum class DialogForm : uint8_t {
   kFile,           // an item list or a path
   kProgramFolder,  // the program's name, then its folder as an item list or a path

@@ -21,6 +21,7 @@ namespace hivequarry {
 using EvidenceKey = uint32_t;
 inline constexpr EvidenceKey kNoEvidenceKey = 0xFFFFFFFF;
 
+// What a row's record is, as the last column of every decoder says it.
 enum class EvidenceState : uint8_t {
   kLive,
   kRecovered,  // hangs by what a repair found, or belongs to no key

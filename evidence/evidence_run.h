@@ -52,6 +52,7 @@ struct LostRecords {
   std::unordered_set<uint32_t> changed;
 };
 
+// One run of a decoder. Refers to what the caller has: all of it must outlive the run.
 struct EvidenceRun {
   EvidenceKeys& keys;
   OutputList& list;

@@ -59,6 +59,8 @@ Reached Step(const Path& path, const Reached& from, EvidenceKey key) {
   return {key, from.names + 1, set ? key : from.control_set};
 }
 
+// Walks down the patterns, from the roots that the hive has. Keys are found once, whatever patterns
+// lead to them.
 class PlaceFinder {
  public:
   PlaceFinder(EvidenceKeys& keys, std::vector<EvidencePlace>& places)

@@ -49,6 +49,7 @@ struct CacheEntry {
   std::string note;  // why there is no path
 };
 
+// What was read of one value; `form` names the systems whose layout it has.
 struct Cache {
   const char* form = "";
   std::vector<CacheEntry> entries;

@@ -7,6 +7,7 @@
 namespace hivequarry {
 namespace {
 
+// How a value's data are read.
 enum class FactForm : uint8_t {
   kText,
   kFileTime,  // eight bytes

@@ -39,6 +39,7 @@ int64_t Signed(uint32_t difference) { return static_cast<int32_t>(difference); }
 
 // --- which distance from header to header
 
+// One of the distances that a header may be at, and the best way of headers that ends there.
 struct State {
   uint32_t distance = 0;
   int score = INT32_MIN;  // of the best way up to here
@@ -529,6 +530,7 @@ std::vector<uint32_t> VoteDistances(const Shifts& shifts, const Region& region,
   return distances;
 }
 
+// A distance at which records of a region may be.
 struct Candidate {
   uint32_t distance = 0;
   bool local = false;  // no header says so: what it explains must not be explained by another

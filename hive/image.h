@@ -39,6 +39,7 @@ enum class PieceKind : uint8_t {
   kBlank,    // zeros for bytes that are lost: what the file has at `place` belongs elsewhere
   kSpare,    // was put in: no part of the hive
 };
+// Reaches up to the next piece, or to the end of the image.
 struct ImagePiece {
   uint32_t position = 0;  // of its first byte in the image
   uint32_t place = 0;     // of that byte in the file (file_place.h)
@@ -52,6 +53,7 @@ enum class MoveKind : uint8_t {
   kPageCopy,   // a page is in the file twice
   kTextCopy,   // a 0D was before each 0A
 };
+// What was done to the image's bytes to make it a hive again.
 struct UndoneMove {
   MoveKind kind = MoveKind::kPutIn;
   uint32_t place = 0;  // in the file, counted as that of a piece

@@ -55,6 +55,8 @@ enum KeyRepair : uint8_t {
 // names it as its parent though its list does not name that key. Walks pass copies over.
 enum class ItemKind : uint8_t { kKey, kRoot, kDisconnectedKeys, kDisconnectedValues, kPathCopy };
 
+// One line of the tree. Items are in display order, each before those below it: a subtree is [item,
+// end).
 struct KeyItem {
   uint32_t position = kNoOffset;  // of the key's cell; of a folder, its identifier
   uint32_t parent = kNoItem;      // the item it hangs under
@@ -96,6 +98,7 @@ struct LateNumber {
   }
 };
 
+// What a load makes of an image. Nothing of it is changed after that but which branches are hidden.
 struct KeyTree {
   std::vector<KeyItem> items;            // empty before a load
   uint32_t disconnected_keys = kNoItem;  // the folder items

@@ -114,6 +114,8 @@ struct Scope {
   HiddenNote no_values;
 };
 
+// Makes the tree of a stack: keys of one path in several layers become one item, in the place that
+// the topmost gives it.
 class StackTree {
  public:
   StackTree(const std::vector<TreeOfLayer>& from, bool show_hidden, LayerStack& layers,
@@ -145,11 +147,13 @@ class StackTree {
   }
 
  private:
+  // Keys of one name below those being opened.
   struct Child {
     Parts parts;
     HiddenNote hidden;
     std::string capitals;  // of its name
   };
+  // A key on the way down, whose children are being added.
   struct Frame {
     uint32_t item;
     std::vector<Child> children;

@@ -28,6 +28,7 @@ enum class HiddenBy : uint8_t {
   kSuperseded,  // by a key
   kOwnValue,    // by a value of that name
 };
+// Why a key or value is not part of what a system sees.
 struct HiddenNote {
   HiddenBy by = HiddenBy::kNothing;
   uint32_t layer = 0;  // that hides it

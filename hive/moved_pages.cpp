@@ -192,6 +192,7 @@ bool IsSuspect(const PageWork& work, uint32_t page, const Worth& worth) {
   return elsewhere && worth.fit.held < kEnough;
 }
 
+// A page's content, the place that wants it, and how much speaks for that.
 struct Bid {
   uint32_t content = 0;
   uint32_t place = 0;

@@ -8,6 +8,7 @@
 
 namespace hivequarry {
 
+// Why a file was not opened, for whoever tells the user.
 enum class OpenFault : uint8_t {
   kNone,
   kTableFull,   // all slots are taken

@@ -26,6 +26,7 @@ constexpr uint8_t kInheritOnly = 8;  // of the entry's flags: not about the key 
 constexpr uint32_t kAllAccess = 0xF003F;
 constexpr uint32_t kGenericAll = 0x10000000;
 
+// "S-1-authority-part-part...".
 struct SidFields {
   uint64_t authority = 0;
   std::vector<uint32_t> parts;

@@ -124,6 +124,7 @@ class LiveKeys {
   std::string NameOf(uint32_t key) const { return ShownKeyName(ReadKeyName(hive_, key)); }
 
  private:
+  // A child's cell, by its name as it is displayed.
   struct Named {
     std::string name;
     uint32_t position;

@@ -10,6 +10,7 @@
 
 namespace hivequarry {
 
+// A root of the registry, as scripts and messages name it.
 struct PredefinedRoot {
   const char* long_name;
   const char* short_name;

@@ -8,6 +8,7 @@
 
 namespace hivequarry {
 
+// Which time texts of dates are in.
 enum class ZoneKind : uint8_t {
   kUtc,
   kSystem,  // this computer's
@@ -22,6 +23,7 @@ struct ZoneChange {
   bool operator==(const ZoneChange&) const = default;
 };
 
+// Only kRule looks at the two changes; only kFixed and kRule at minutes.
 struct ShownZone {
   ZoneKind kind = ZoneKind::kUtc;
   int minutes_east = 0;           // of UTC: kFixed, and kRule in winter

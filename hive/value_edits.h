@@ -22,6 +22,7 @@ struct HiveImage;
 
 inline constexpr uint32_t kKeyUnknown = 0xFFFFFFFF;
 
+// In memory alone: no file is ever changed by it. Shared by whoever reads it, and never changed.
 struct ValueEdit {
   uint32_t position = 0;       // of the value
   uint32_t key = kKeyUnknown;  // position of the key at which it was edited

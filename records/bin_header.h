@@ -31,6 +31,7 @@ inline constexpr uint32_t kBinTime = 20;      // FILETIME; of the first bin alon
 // Never used to find the next bin: SizesDiffer (hive/bins.h) only says where the two disagree.
 inline constexpr uint32_t kBinSizeCopy = 28;  // 0 where the system wrote none
 
+// A header met in an image, its two fields held against nothing.
 struct BinHeader {
   uint32_t position = 0;    // of the header, from the start of the view
   uint32_t own_offset = 0;  // as stored

@@ -39,6 +39,7 @@ inline constexpr uint32_t kKeyAccessBits = 16;
 // How the key goes with that of the same path in the hive below (hive/layers.h): what it does to
 // it, and whether the class name is that one's. Older systems wrote other things here.
 inline constexpr uint32_t kKeyLayerBits = 17;
+// Bits 0 and 1 of a key's byte at kKeyLayerBits, of a layered hive alone.
 enum class KeyLayer : uint8_t { kMerge, kTombstone, kSupersedeLocal, kSupersedeTree };
 inline constexpr uint8_t kLayerMask = 3;
 inline constexpr uint8_t kInheritClass = 0x80;

@@ -86,6 +86,7 @@ LogEntryFault CheckPages(LogSource& log, uint32_t at, const LogEntryHeader& head
   return LogEntryFault::kNone;
 }
 
+// A log that is in memory as a whole.
 class ViewSource : public LogSource {
  public:
   explicit ViewSource(ByteView bytes) : bytes_(bytes) {}

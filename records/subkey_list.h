@@ -28,6 +28,7 @@ namespace hivequarry {
 inline constexpr uint32_t kListCount = 6;  // 16 bits
 inline constexpr uint32_t kListEntries = 8;
 
+// By the list's signature: its two letters.
 enum class ListKind : uint8_t { kNone = 0, kLf = 1, kLh = 2, kLi = 3, kRi = 4 };
 
 // kNone for any other signature.

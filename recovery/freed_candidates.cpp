@@ -35,6 +35,7 @@ struct Stretch {
   uint32_t host = kNoOffset;  // as in FreedCandidate
 };
 
+// The search under way. Cells are followed block by block.
 struct Walk {
   const HiveImage& hive;
   const KeyTree& tree;

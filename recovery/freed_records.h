@@ -26,6 +26,7 @@
 
 namespace hivequarry {
 
+// Where a freed record's bytes are.
 enum class FreedPlace : uint8_t {
   kFreeCell,      // it begins a free cell
   kInFreeCell,    // merged into one
@@ -41,6 +42,7 @@ enum class FreedBond : uint8_t {
   kUsedAgain,     // another record has taken the place since: the bond is not kept
 };
 
+// A key that was deleted: its cell is free or its bytes are in another's.
 struct FreedKey {
   uint32_t position = 0;          // of its cell
   uint32_t parent = kNoOffset;    // a key of the tree or another freed key
@@ -54,6 +56,7 @@ struct FreedKey {
   bool in_circle = false;  // its parents lead back to it
 };
 
+// A value that was deleted, or whose key was.
 struct FreedValue {
   uint32_t position = 0;           // of its cell
   uint32_t key = kNoOffset;        // a freed key or a key of the tree
@@ -107,6 +110,7 @@ class FreedPathWalker {
   const std::string& PathOf(uint32_t key_position);
 
  private:
+  // The path made last, to make those of neighbours from.
   struct Known {
     uint32_t row = kNoItem;  // of a key whose path is whole
     size_t room = 0;         // bytes of its names, as limits count them

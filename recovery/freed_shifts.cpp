@@ -25,6 +25,7 @@ constexpr uint32_t kKeysBetween = 12;    // that do not speak for it
 constexpr uint32_t kLeastVotes = 3;
 constexpr uint32_t kNoCluster = 0xFFFFFFFF;
 
+// What one offset of a freed key says of how far its bytes have moved since.
 struct Vote {
   uint32_t shift = 0;
   uint32_t parent = kNoOffset;  // the parent field that speaks; kNoOffset: the value list does
@@ -36,6 +37,7 @@ struct Cluster {
   uint32_t weight = 0;  // WeightOf its votes
 };
 
+// A vote with the number of the key that gave it; in the order of shifts, then of keys.
 struct Placed {
   uint32_t shift;
   uint32_t key;
@@ -310,6 +312,7 @@ class ShiftFinder {
     return runs;
   }
 
+  // What is settled of a key's shift.
   struct Label {
     bool known = false;  // else `shift` is 0
     uint32_t shift = 0;

@@ -22,6 +22,8 @@
 
 namespace hivequarry {
 
+// Freed keys from `begin` to `end` have offsets of an earlier state of the hive, whose records have
+// moved since.
 struct ShiftRun {
   uint32_t begin = 0;  // positions
   uint32_t end = 0;

@@ -301,6 +301,7 @@ class Emitter {
   }
 
  private:
+  // A key whose subtree is being written.
   struct Open {
     uint32_t row;
     uint32_t item;

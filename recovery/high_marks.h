@@ -9,6 +9,8 @@
 
 namespace hivequarry {
 
+// What a key's marks of its longest subkey, value name and data say of a record that may have been
+// its own.
 enum class MarkVerdict : uint8_t {
   kAllowed,   // the marks leave room for it
   kUnproven,  // the key has none left, or keeps no marks
