@@ -38,8 +38,10 @@ inline constexpr size_t kMaxBookmarkLine = 4096;             // bytes, without t
 // Bytes of a note, a file's name, a row, or all tags.
 inline constexpr size_t kMaxBookmarkText = 500;
 
+// What a bookmark leads to.
 enum class BookmarkKind : uint8_t { kKey, kValue, kRow };
 
+// One line of the bookmark file.
 struct Bookmark {
   std::string path;   // a key path (key_paths.h)
   uint64_t time = 0;  // FILETIME, UTC; 0 when not known
@@ -55,6 +57,7 @@ struct Bookmark {
   std::string further = {};            // fields that are not known here
 };
 
+// Lines that are no bookmarks are kept as they are when the file is written again.
 struct BookmarkLine {
   std::string text;       // as it is in the file, with its end
   bool readable = false;  // it is a bookmark

@@ -37,6 +37,7 @@ enum HelpTopic : int {
   kHelpTopicsEnd
 };
 
+// Where in the help file a topic is.
 struct HelpPlace {
   HelpTopic topic;
   const char* anchor;  // made from a heading of the manual; empty: the top of the page

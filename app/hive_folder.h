@@ -14,6 +14,7 @@ struct UnreadPlace {
 // "name (why)".
 std::string UnreadPlaceText(const UnreadPlace& unread);
 
+// What a folder, with all below it, holds.
 struct HivesOfFolder {
   std::vector<std::string> hives;  // UTF-8, in the order of their names, as are the others
   std::vector<std::string> logs;   // wherever they belong

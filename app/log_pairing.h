@@ -10,6 +10,7 @@
 
 namespace hivequarry {
 
+// Logs that belong to hives by what they hold, where their names do not say so.
 struct PairedLogs {
   std::map<std::string, std::vector<std::string>> of_hive;  // by the hive's file; UTF-8
   std::vector<std::string>

@@ -21,6 +21,7 @@ constexpr uint32_t kPage = 4096;
 // Both flags together: the root of a hive, which may not be deleted.
 constexpr uint16_t kRootMark = 0x0C;  // of a key's flags: a hive's root, not to be deleted
 
+// Through the blocks of one run.
 struct Walk {
   CarveSource& source;
   const BinRun& run;

@@ -56,6 +56,7 @@ void Weigh(CarveSource& source, const std::vector<KeyReference>& references, con
   }
 }
 
+// Pieces by where they begin and end, to find those that go on from each other.
 struct Joining {
   CarveSource& source;
   const std::vector<HivePiece>& pieces;

@@ -30,6 +30,7 @@ class LogAt final : public LogSource {
   uint32_t length_;
 };
 
+// A run of entries that hold, from the position asked for on.
 struct EntriesFound {
   uint32_t end = 0;  // after the last that holds
   uint32_t count = 0;

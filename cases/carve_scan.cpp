@@ -151,6 +151,7 @@ void UseHit(Scan& scan, uint32_t signature, ByteView header, uint64_t position) 
   }
 }
 
+// A signature, at an offset in the window.
 struct Hit {
   size_t at;
   uint32_t signature;

@@ -79,6 +79,7 @@ struct PackedAt {
   bool page = false;      // of memory
 };
 
+// What the first pass notes, each by position.
 struct SourceMarks {
   std::vector<BaseBlockAt> bases;
   std::vector<BinRun> runs;

@@ -52,6 +52,7 @@ Names PathsOf(std::string_view text) {
   return path.find('\\') == std::string::npos ? Names() : Names{path};
 }
 
+// A column of a decoder's list whose cells name things of a kind; `names` takes them apart.
 struct Rule {
   const char* what;
   const char* section;

@@ -28,6 +28,7 @@ uint64_t RoundUp(uint64_t size, uint64_t step) { return (size + step - 1) / step
 
 // --- bins and cells ------------------------------------------------------------------------------
 
+// The file being written, and what of its bins no cell is in yet.
 struct Bins {
   // Of the file, the base block too, which is filled in last. Offsets count from the first bin.
   std::vector<uint8_t> bytes = std::vector<uint8_t>(kBaseBlockSize);
@@ -186,6 +187,7 @@ uint32_t AddValueList(Bins& bins, const std::vector<NewValue>& values, uint32_t 
 
 // --- keys ----------------------------------------------------------------------------------------
 
+// Where things are in the file: cells by their offsets.
 struct KeyPlaces {
   std::vector<uint32_t> cells;                  // of keys, by number
   std::vector<std::vector<uint32_t>> children;  // numbers, in the order of names

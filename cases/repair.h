@@ -14,6 +14,7 @@
 
 namespace hivequarry {
 
+// kRebuilt: written anew from what the tree shows. kReplayed: the image as the logs leave it.
 enum class RepairKind : uint8_t { kRebuilt, kReplayed };
 
 // With kReplayed the others are not looked at.
@@ -28,6 +29,7 @@ struct RepairOptions {
 };
 inline constexpr const char16_t* kRecoveredBranch = u"Recovered";
 
+// Why there is no file.
 enum class RepairFault : uint8_t {
   kNone,
   kExists,     // there is a file of that name

@@ -48,6 +48,8 @@ std::string TextOfScript(std::string_view bytes, bool& four) {
 
 bool IsBlank(char c) { return c == ' ' || c == '\t' || c == '\r'; }
 
+// Where in the script the reading is. `four`: a script of version 4, whose hexadecimal texts have a
+// byte a character.
 struct ScriptReader {
   std::string_view text;
   bool four = false;

@@ -11,6 +11,7 @@
 
 namespace hivequarry {
 
+// What is written beside the keys that the root leads to.
 struct ContentOptions {
   bool recovered = false;  // as RepairOptions has them
   bool freed = false;

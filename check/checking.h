@@ -82,6 +82,7 @@ std::string OffsetFound(uint32_t offset);  // "0x00001020", or "none"
 
 // --- cells ---------------------------------------------------------------------------------------
 
+// What an offset leads to: no cell's start, a free cell, an allocated one.
 enum class Reach : uint8_t { kNoCell, kFree, kCell };
 // `position` is set whenever the offset is inside the blocks, `size` and `rank` for a cell alone.
 struct CellTarget {

@@ -4,6 +4,7 @@
 
 namespace hivequarry {
 
+// How the console host talks, for the whole run.
 struct ConsoleOptions {
   bool quiet = false;     // no messages
   bool progress = false;  // phases and percent on stderr

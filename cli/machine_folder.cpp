@@ -42,6 +42,7 @@ struct Part {
   std::string text;  // of its file
 };
 
+// A file of the machine, as the head of the report lists it.
 struct SourceFile {
   std::string name;   // as opened
   std::string label;  // below the folder

@@ -76,11 +76,13 @@ int Rank(int status) {
   return static_cast<int>(std::ranges::find(kOrder, status) - std::begin(kOrder));
 }
 
+// A process that was started and not waited for.
 struct Running {
   std::string file;
   std::unique_ptr<WorkerProcess> process;
 };
 
+// What became of all files: `worst` is the exit of the whole run.
 struct Summary {
   size_t done = 0;
   size_t failed = 0;

@@ -18,6 +18,7 @@
 namespace hivequarry {
 namespace {
 
+// Files that nothing may be written to, on any thread.
 struct EvidenceFiles {
   std::mutex mutex;
   std::vector<std::string> names;  // whole paths

@@ -7,6 +7,7 @@
 namespace hivequarry {
 namespace {
 
+// The first cell of the first row that was refused since ForgetShortfalls.
 struct Refusal {
   std::mutex mutex;
   std::optional<std::string> row;

@@ -23,6 +23,7 @@ bool HasOwnColumns(const OutputList& list) {
   return true;
 }
 
+// By column: its width in pixels, and its rank as KindColumn has it.
 struct Columns {
   std::vector<int> widths;
   std::vector<int> ranks;

@@ -25,6 +25,7 @@ constexpr uint32_t kFirstBlock = 256;
 constexpr int kBlockCount = 24;
 constexpr uint32_t kMaxRows = kFirstBlock * ((1U << kBlockCount) - 1);
 
+// Blocks are twice as long as the one before, so that rows never move: readers need no lock.
 struct RowPlace {
   int block;
   uint32_t index;

@@ -61,6 +61,7 @@ CodeSet Others(CodeSet set) {
   return others;
 }
 
+// A unit and the one that it is compared as when letters are alike.
 struct LetterPair {
   char16_t small;
   char16_t capital;
@@ -128,6 +129,7 @@ struct Part {
   PatternStep place = PatternStep::kAtStart;
 };
 
+// Reads a pattern's text into parts. After a fault nothing more is read.
 struct Reader {
   std::string_view text;
   const PatternForm& form;

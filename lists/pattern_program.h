@@ -10,6 +10,7 @@
 
 namespace hivequarry {
 
+// What a step asks for, and where it leads.
 enum class PatternStep : uint8_t {
   kByte,          // a byte from `low` to `high`, then `next`
   kFork,          // `next` and `other`

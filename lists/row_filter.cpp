@@ -57,6 +57,7 @@ int ColumnCalled(const OutputList& list, std::string_view name) {
   return -1;
 }
 
+// A term as it was typed, before its text is made into a pattern.
 struct ReadTerm {
   std::string text;
   int column = -1;

@@ -23,6 +23,7 @@ struct FilterWords {
   PatternForm form;  // of all terms
 };
 
+// One condition of a filter; a row must meet all of them.
 struct FilterTerm {
   TextPatternPtr pattern;
   int column = -1;        // -1: any

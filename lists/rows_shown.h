@@ -9,6 +9,7 @@
 
 namespace hivequarry {
 
+// Which rows of a list are shown and in which order. Numbers are those of the model's rows.
 struct RowsShown {
   std::vector<uint32_t> order;  // all rows, once `ordered`
   bool ordered = false;         // false: all rows as they were added

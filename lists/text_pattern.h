@@ -18,6 +18,7 @@ struct PatternForm {
 };
 
 struct TextPattern;
+// So that a pattern can be kept where its type is not known.
 struct TextPatternDeleter {
   void operator()(TextPattern* pattern) const;
 };

@@ -40,6 +40,7 @@ std::string WithoutDate(std::string base, char letter) {
 
 // --- one key -------------------------------------------------------------------------------------
 
+// Where a saved key goes.
 struct Place {
   std::string file;
   bool replaces = false;  // the file of that name, as the user agreed

@@ -30,6 +30,8 @@ std::u16string ClassNameOf(RegistryKey key) {
   return name;
 }
 
+// Copies a branch of the live registry into a mounted hive. Errors of single keys are rows; the
+// copy goes on.
 class BranchCopy {
  public:
   // `privileged`: the process may read and set audit entries too. Below the root of all users the

@@ -25,6 +25,7 @@ struct CompareOptions {
       true;  // compare also keys that the hive's root does not reach, and made ones
 };
 
+// Why there is nothing to compare with.
 enum class ComparisonFault : uint8_t {
   kNone,
   kVirtualFolder,  // has no branch in any registry

@@ -30,6 +30,7 @@ constexpr uint32_t HiveBit(int hive) { return 1U << hive; }
 // Words that select no hive are passed over.
 uint32_t HivesOfSelectors(std::span<const std::string> selectors);
 
+// Of one hive in a run, for the dialog.
 enum class HiveState : uint8_t { kNeutral, kRunning, kDone, kFailed };
 // What a run meets and its user has to know; the words are the front end's.
 enum class HiveEvent : uint8_t {
@@ -74,6 +75,7 @@ struct HiveRun {
   std::function<void(const HiveNotice& notice)> tell;
   std::function<bool(HiveQuestion question, const std::string& file)> ask;  // empty: "No"
 };
+// What became of a run; what was done stays after a stop.
 struct HiveRunResult {
   int done = 0;  // hives
   int failed = 0;

@@ -16,6 +16,7 @@ namespace {
 
 constexpr size_t kMostAnswers = 1024;
 
+// What a query says of one descriptor: many keys have the same.
 struct DescriptorAnswer {
   bool matches = false;
   std::string owner;

@@ -110,6 +110,7 @@ struct SecurityPrivileges {
   EnabledPrivilege take_ownership{Privilege::kTakeOwnership};
 };
 
+// Writes a branch of a hive into the live registry, parents first.
 class Merger {
  public:
   Merger(const HiveImage& hive, const KeyTree& tree, MergeTarget& target,

@@ -27,6 +27,7 @@ struct MergeTarget {
   OpenedKey key;            // of the item
   bool wow64 = false;       // the 32-bit view of the registry
 };
+// Why a merge can't begin.
 enum class MergeFault : uint8_t {
   kNone,
   kNoLivePlace,   // a virtual folder, or what is below one

@@ -22,6 +22,7 @@ struct SiblingEntry {
                                 // not the key that the entry's hint means
 };
 
+// A list cell whose entries are noted, whether a key names it or not.
 struct RecordedList {
   uint32_t position = 0;  // of the list cell
   ListKind kind = ListKind::kNone;

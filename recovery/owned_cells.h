@@ -15,6 +15,7 @@
 
 namespace hivequarry {
 
+// What a cell is to the one that owns it.
 enum class OwnedAs : uint8_t {
   kKey,
   kSubkeyList,  // also the lists that an "ri" names

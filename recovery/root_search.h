@@ -40,6 +40,7 @@ bool HasRootRemains(const HiveImage& hive, uint32_t position);
 // A name for which its key's cell is made, or else one that fits and has no control characters.
 bool HasPlausibleName(const HiveImage& hive, uint32_t key_position);
 
+// What a key with a root's flags turned out to be.
 enum class RootRole {
   kNone,       // a key like others
   kOwn,        // the window's root; it became the image's root position

@@ -88,12 +88,14 @@ class FileWindow {
   bool progress_;
 };
 
+// A block that was met in the file; `end` as its header says it.
 struct Block {
   uint64_t position = 0;
   uint64_t end = 0;
   uint32_t own_offset = 0;
 };
 
+// Blocks of one hive that follow each other.
 struct Run {
   uint64_t start = 0;
   uint64_t end = 0;  // after its last byte

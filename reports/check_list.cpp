@@ -92,6 +92,7 @@ std::string SummaryWords(const HiveImage& hive, CheckedState state, const CheckR
   return words;
 }
 
+// Makes the rows of findings. Neighbours are often of one key, whose path is made once.
 struct RowMaker {
   const HiveImage& hive;
   const CheckedHive& checked;

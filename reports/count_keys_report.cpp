@@ -25,6 +25,7 @@ struct Counted {
   std::string text;
   uint64_t value = kNoValue;
 };
+// What a value of UserAssist counts; which of these it has depends on its length.
 struct Count {
   Counted runs, focus_count, focus_time, last_run;
 };

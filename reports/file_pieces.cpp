@@ -103,6 +103,7 @@ struct Split {
   SplitResult result = {};
 };
 
+// What became of one piece's file.
 enum class PieceResult {
   kWhole,
   kHoles,    // what could not be read is zeros

@@ -20,6 +20,7 @@ struct FreedChoice {
   std::vector<uint32_t> values;
 };
 
+// Which freed records a choice takes along.
 enum class FreedScope : uint8_t {
   kRecords,   // the records at the positions, of keys with their values
   kBranches,  // and the freed keys below them

@@ -13,6 +13,7 @@
 namespace hivequarry {
 namespace {
 
+// A script being written. `root` is the path that its keys begin with.
 struct Patch {
   const std::string& root;
   const TextSink& sink;

@@ -30,6 +30,7 @@ struct PageOfLog {
   const char* status = "";
 };
 
+// A search through the pages of logs. What a log repeats is told once.
 struct Search {
   const HiveImage& hive;
   const KeyTree& tree;

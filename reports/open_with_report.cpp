@@ -9,6 +9,7 @@
 namespace hivequarry {
 namespace {
 
+// By the key's name: what its values tell of programs.
 enum class Source { kNone, kList, kProgIds, kChoice, kCommand, kExtension };
 
 Source SourceOf(const SourceKey& key) {

@@ -82,6 +82,7 @@ struct ScriptExport {
   bool refused = false;             // by the sink
 };
 
+// How much of a branch is exported.
 enum class ScriptScope : uint8_t {
   kBranch,  // with all keys below
   kKey,     // the key and its values alone

@@ -24,6 +24,7 @@ struct RemovedKey {
   std::string path;         // as lists show it, with the root that the hive has now
   RemovedBy by;
 };
+// A value that the hive had before its logs were applied, and has not after them.
 struct RemovedValue {
   uint32_t item = kNoItem;  // its key, which may be there still
   uint32_t position = 0;    // in the image before

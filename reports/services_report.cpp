@@ -66,6 +66,7 @@ void FillService(const SourceValue& value, Service& service) {
   }
 }
 
+// Cells of one program's row. A key without any value gives none.
 struct Installed {
   std::string display_name, uninstall_string;
   bool any_value = false;

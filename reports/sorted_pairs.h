@@ -7,6 +7,7 @@
 
 namespace hivequarry {
 
+// Which of the two has it.
 enum class Pairing : uint8_t { kBoth, kOnlyA, kOnlyB };
 
 // Hands what the runs hold to `visit(pairing, a, b)`, in their order; of one that a run lacks the

@@ -34,6 +34,7 @@ HiveState StateOf(HiveImage& image);
 // The same with a tree that was built.
 HiveState StateOf(const HiveImage& image, const KeyTree& tree);
 
+// From the earlier state to the later one.
 enum class StateChange : uint8_t {
   kKeyAdded,
   kKeyRemoved,

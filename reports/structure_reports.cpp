@@ -82,6 +82,7 @@ bool IsOpenSaveMru(const Place& at) {
 
 bool IsViewMru(const Place& at) { return Named(at, "StreamMRU") || Named(at, "BagMRU"); }
 
+// At which keys a report may begin.
 struct Beginning {
   bool (*begins)(const Place&);  // null: at any key
   bool anywhere = false;  // at a key that was named too, though it holds no such key: the user may

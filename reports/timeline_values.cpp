@@ -11,6 +11,7 @@
 namespace hivequarry {
 namespace {
 
+// How a value's data hold a time.
 enum class TimeForm : uint8_t {
   kFileTime,  // 64 bits
   kSeconds,   // 32 bits, since 1970

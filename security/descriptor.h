@@ -51,6 +51,7 @@ struct SecurityRecordInfo {
 // (0x11).
 enum AceType : uint8_t { kAceAllow = 0, kAceDeny = 1, kAceAudit = 2, kAceAlarm = 3 };
 inline constexpr uint8_t kAceInherited = 0x10;
+// One entry of a list; positions as in SecurityRecordInfo.
 struct AceInfo {
   uint32_t position = 0;  // of its header
   uint8_t type = 0;       // AceType, or another number as stored

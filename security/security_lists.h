@@ -39,7 +39,9 @@ enum class SecurityMode : int {
   kAce = 4902,
   kPermissions = 4906,
 };
+// Types of entries that can be asked for. kOther: any type above those of the first three.
 enum class AceKind : uint8_t { kAllow, kDeny, kAudit, kOther };
+// What entries of one record must grant, deny or audit.
 struct PermissionQuery {
   std::string sid;  // empty: whoever
   AceKind kind = AceKind::kAllow;

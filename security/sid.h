@@ -32,6 +32,7 @@ std::string SidText(std::span<const uint8_t> bytes);
 // Exactly the SID: no other text gives the same bytes.
 std::vector<uint8_t> SidOfText(std::string_view text);
 
+// A SID that is the same on every machine. Texts last as long as the program.
 struct WellKnownSid {
   const char* text;
   const char* domain;

@@ -38,6 +38,7 @@ Activity ReadActivity(const OutputList& list, const std::function<bool()>& stop)
 
 enum class ActivityUnit : uint8_t { kMinute, kHour, kDay, kMonth, kYear };
 
+// FILETIME, [from, to).
 struct TimeRange {
   uint64_t from = 0;
   uint64_t to = 0;  // excluded; an empty range is none

@@ -34,6 +34,7 @@ Bookmark BookmarkOfValue(const BookmarkedHive& of, uint32_t item, uint32_t posit
 Bookmark BookmarkOfRow(const BookmarkedHive& of, const OutputList& list, uint32_t row,
                        uint32_t key);
 
+// What is left of what a bookmark leads to.
 enum class BookmarkState : uint8_t {
   kThere,
   kMoved,      // found by its path, where another place was noted
@@ -41,6 +42,7 @@ enum class BookmarkState : uint8_t {
   kValueGone,  // the key is there, without the value
   kMissing,
 };
+// Where a bookmark leads in one hive.
 struct FoundBookmark {
   BookmarkState state = BookmarkState::kMissing;
   uint32_t item = kNoItem;        // the key, or the nearest one above; kNoItem for a deleted one
@@ -50,6 +52,7 @@ struct FoundBookmark {
 // what has the path. Then by the path (app/key_paths.h), and by the value's name.
 FoundBookmark FindBookmark(const BookmarkedHive& in, const Bookmark& bookmark);
 
+// Whether a hive's file is the one that the bookmark was set in.
 enum class BookmarkFile : uint8_t {
   kSame,     // by its hash; by its name where that is not known
   kUnknown,  // another name, and no hash to tell

@@ -93,6 +93,7 @@ struct CommandFacts {
 inline constexpr uint8_t kWithControl = 1;
 inline constexpr uint8_t kWithShift = 2;
 inline constexpr uint8_t kWithAlt = 4;
+// A key that does what a command does.
 struct Accelerator {
   uint16_t key = 0;       // virtual key code, 0 for none
   uint8_t modifiers = 0;  // kWithControl and the like
@@ -142,6 +143,7 @@ enum class ToolIcon : int8_t {
   kCount
 };
 
+// One row of the table of commands. Texts last as long as the program.
 struct Command {
   CommandNumber number = kGroupGap;
   // Titles of the main menu and its sub menus, joined by '>'; null: in no menu.

@@ -20,6 +20,8 @@ enum CompareGroup : uint8_t {
 };
 inline constexpr uint8_t kEveryGroup = 0;  // as a filter: all keys, the same ones too
 
+// The tree of a comparison as it is shown. Vectors are by the key's number in `keys` where nothing
+// else is said.
 struct CompareTree {
   ComparedKeys keys;
   std::vector<uint8_t> groups;   // of each key

@@ -14,6 +14,7 @@ namespace hivequarry {
 using FilePosition = std::function<uint32_t(uint32_t)>;
 inline constexpr uint32_t kNoFilePosition = UINT32_MAX;
 
+// How bytes of a value are put into the clipboard.
 enum class CopyForm {
   kHex,        // 480069
   kSpacedHex,  // 48 00 69
@@ -30,6 +31,7 @@ inline constexpr size_t kCopyForms = 10;
 // As the menu has it.
 const char16_t* CopyFormName(CopyForm form);
 
+// Where the copied bytes are, for kDump.
 struct CopyPlace {
   uint32_t offset = 0;  // of the first byte inside the value
   FilePosition in_file = nullptr;

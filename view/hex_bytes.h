@@ -11,6 +11,7 @@ namespace hivequarry {
 
 inline constexpr uint32_t kMaxHexBytes = 0x500000;
 
+// Positions count from the first byte; the selection is between the caret and the anchor.
 struct HexCaret {
   uint32_t position = 0;  // the byte before which it is, or the length
   bool low = false;       // within that byte, after its first digit
@@ -18,6 +19,7 @@ struct HexCaret {
   bool operator==(const HexCaret&) const = default;
 };
 
+// Bytes from the first of all, [start, end).
 struct HexRange {
   uint32_t start = 0;
   uint32_t end = 0;  // the first byte after it

@@ -6,8 +6,10 @@
 
 namespace hivequarry {
 
+// Which of the two columns has the caret.
 enum class HexSide { kHex, kText };
 
+// Sizes of the view, pixels where nothing else is said.
 struct HexLayout {
   int cell_width = 8;  // of a character, pixels
   int line_height = 16;

@@ -13,8 +13,10 @@
 
 namespace hivequarry {
 
+// How the text that is looked for becomes bytes.
 enum class HexFindKind { kBytes, kText, kWideText };
 
+// What was asked for last, for the dialog and for finding again.
 struct HexFind {
   std::u16string text;  // as given: digits or characters
   HexFindKind kind = HexFindKind::kBytes;
@@ -25,6 +27,7 @@ std::optional<std::vector<uint8_t>> SequenceOf(const HexFind& find);
 // What is wrong with a text that is no sequence; empty for an empty text.
 const char16_t* ComplaintAbout(const HexFind& find);
 
+// All that the hex view knows but its window.
 struct HexView {
   HexBytes model;
   HexLayout layout;
@@ -37,6 +40,7 @@ struct HexView {
 // What an action did. Its window then shows the caret, paints and tells its parent, or the reason
 // why nothing was done.
 enum class HexEffect { kNone, kMoved, kChanged, kModeChanged, kRefused };
+// What a command did; `refusal` is for the user, empty unless it was refused.
 struct HexOutcome {
   HexEffect effect = HexEffect::kNone;
   const char16_t* refusal = u"";
@@ -74,6 +78,7 @@ enum class HexCommand {
   kOverwrite,
   kSave,
 };
+// What there must be for a command to be offered.
 enum class HexNeeds { kNothing, kDone, kUndone, kBytes, kSelection, kClipboard };
 
 struct HexCommandRow {

@@ -29,6 +29,7 @@ enum class GlanceTone : uint8_t {
   kFound,  // something was recovered
   kWarn,   // something is wrong or missing
 };
+// A button of the band; `lead` says where a click goes.
 struct GlancePart {
   std::string text;
   std::string tip;  // the whole of it

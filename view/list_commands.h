@@ -57,6 +57,7 @@ struct ListFacts {
   int kind = 0;               // of the list
 };
 
+// One row of the table of list commands. Texts last as long as the program.
 struct ListCommand {
   CommandNumber number = kGroupGap;
   const char* text = nullptr;     // context menu; null: not there

@@ -10,6 +10,7 @@
 
 namespace hivequarry {
 
+// What was read of a folder: the hives themselves are closed again.
 struct MachineFolder {
   std::string fault;                // why there is nothing to show, or what could not be read
   OutputListPtr overview;           // kListMachine; null where there is no hive

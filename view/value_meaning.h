@@ -10,6 +10,7 @@
 
 namespace hivequarry {
 
+// One reading of the bytes at the caret.
 struct Meaning {
   std::string label;
   std::string text;  // UTF-8

@@ -11,6 +11,7 @@
 
 namespace hivequarry {
 
+// The rows of the value pane and what they were made of.
 struct ValueRows {
   const HiveImage* hive = nullptr;  // of the values; outlives the rows
   ItemValues values;

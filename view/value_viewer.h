@@ -15,6 +15,7 @@
 
 namespace hivequarry {
 
+// The data of the value shown. Owns them.
 struct ValueBytes {
   uint32_t type = 0;          // of the value, as stored
   bool edited = false;        // the bytes are those of an edit: the file has others

@@ -14,6 +14,7 @@
 
 namespace hivequarry {
 
+// How the value pane shows rows, as the user has it.
 struct ValueViewOptions {
   bool technical = false;     // the technical view: positions, lengths and type codes
   bool cell_details = false;  // a first row with the key's own numbers

@@ -40,6 +40,7 @@ struct TableGuid : Guid {
   consteval TableGuid(const char* text) : Guid(ReadGuid(text).value()) {}
 };
 
+// A known folder: what it is called, and where it is.
 struct FolderRow {
   TableGuid guid;
   std::string_view name;
@@ -51,6 +52,7 @@ struct ClassRow {
   std::string_view name;
 };
 
+// A property: the GUID of its set, its number in it.
 struct PropertyRow {
   TableGuid guid;
   uint32_t number;

@@ -12,6 +12,7 @@ namespace {
 
 using namespace std::string_view_literals;
 
+// Bytes that a kind of file has at an offset from its start.
 struct Signature {
   uint32_t at;
   std::string_view bytes;

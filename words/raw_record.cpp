@@ -33,6 +33,7 @@ std::string ByteCount(uint32_t count) { return std::to_string(count) + " bytes";
 
 // --- where a record is -------------------------------------------------------------------------
 
+// [begin, end), positions.
 struct Span {
   uint32_t begin = 0;
   uint32_t end = 0;
@@ -289,6 +290,7 @@ std::string WideText(const HiveImage& hive, uint32_t field) {
 using Meaning = std::string (*)(const HiveImage& hive, uint32_t field);
 constexpr Meaning kOffset = nullptr;  // in a row of the tables: the field is a cell offset
 
+// A field of a record: bytes from the record's start, and what tells its meaning.
 struct FieldRow {
   uint32_t offset;
   uint32_t size;

@@ -10,6 +10,7 @@
 
 namespace hivequarry {
 
+// By what is at a position, not by who names it.
 enum class RecordKind : uint8_t {
   kNone,  // outside the image
   kBaseBlock,
@@ -41,6 +42,7 @@ struct RecordPlace {
 // it is for one record at a time, not for walks.
 RecordPlace RecordAt(const HiveImage& hive, uint32_t position);
 
+// A field of a record, or a stretch of bytes that no field takes.
 struct RawField {
   uint32_t position = 0;  // in the image
   uint32_t size = 0;      // bytes that the image has of it
@@ -53,6 +55,7 @@ struct RawField {
 inline constexpr uint32_t kRawBytes = 16;        // shown of a field
 inline constexpr uint32_t kMostRawRows = 16384;  // of entries or bytes; what is left is one field
 
+// A record with all its bytes: the fields follow each other up to its end.
 struct RawRecord {
   RecordPlace place;
   std::vector<RawField> fields;  // ascending by position, without gaps; empty for kNone
