@@ -11,6 +11,7 @@
 namespace hivequarry {
 namespace {
 
+// Of one box, whose parameter it is; `words` are the caller's.
 struct WordsDialog {
   HWND dialog = nullptr;
   BookmarkWords* words = nullptr;

@@ -11,6 +11,8 @@ namespace hivequarry {
 struct BookmarkRows;
 struct MainWindow;
 
+// Windows are children of the main window and go with it. Sizes are kept also while the pane is
+// hidden.
 struct BookmarkPane {
   HWND label = nullptr;
   HWND words = nullptr;  // those that choose what is shown

@@ -24,6 +24,7 @@ constexpr const char* kNotWritten = "Could Not Open or Create File %s";
 
 constexpr DWORD kByTags = 2;  // of the filter's types
 
+// Filled by the worker; the interface thread reads it when that has ended.
 struct ReportJob {
   OutputFile file;
   std::vector<Bookmark> bookmarks;

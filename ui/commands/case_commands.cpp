@@ -56,6 +56,7 @@ void ShowRepaired(MainWindow& window, Repaired& repaired, const RepairOptions& o
 
 // --- carving -------------------------------------------------------------------------------------
 
+// Filled by the worker but for the wish; the interface thread reads it when that has ended.
 struct CarveJob {
   CarveWish wish;
   CarvedFile carved;

@@ -37,6 +37,7 @@
 namespace hivequarry {
 namespace {
 
+// Handlers are called on the interface thread, for commands whose guard has let them pass.
 struct CommandRoute {
   CommandNumber number;
   CommandHandler handler;

@@ -24,6 +24,7 @@ namespace {
 
 constexpr const char* kNotWritten = "Could Not Open or Create File %s";
 
+// Filled by the worker; the interface thread reads it when that has ended.
 struct ExportJob {
   OutputFile file;
   ScriptExport written;

@@ -54,6 +54,8 @@ void NoteAsked(ListPlace* place, uint32_t item, const std::string& words) {
   if (!words.empty()) place->asked.push_back("Asked: " + words);
 }
 
+// A hive to be searched, with its number in the main window. It stays loaded as long as the worker
+// runs.
 struct SearchedHive {
   const HiveImage& image;
   const KeyTree& tree;

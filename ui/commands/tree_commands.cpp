@@ -30,6 +30,8 @@ namespace {
 
 constexpr size_t kItemsFoundAtOnce = 20000;  // larger trees are searched by a worker
 
+// One search through the trees of the pane. `found` and `passed` are the answer, a worker's where
+// the trees are large.
 struct TreeSearch {
   TreeFindRequest request;
   // The hive's tree, what was deleted, what logs removed; the two latter as far as they are shown.

@@ -71,6 +71,7 @@ struct CompareWindow {
   bool filling = false;  // rows come and go, and what is selected with them
 };
 
+// Windows that are open, and hives that a worker may still read though their window is gone.
 struct CompareWindows {
   std::vector<CompareWindow*> open;
   std::vector<std::shared_ptr<ComparedHives>> closed;  // their slots are freed when nobody works
@@ -292,6 +293,7 @@ void ListAgain(CompareWindow& window) {
 
 constexpr const char* kNotWritten = "Could Not Open or Create File %s";
 
+// Filled by the worker; the interface thread reads it when that has ended.
 struct ScriptJob {
   OutputFile file;
   bool kept = false;

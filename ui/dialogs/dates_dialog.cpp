@@ -24,6 +24,7 @@ struct DatesDialog {
   KeyDateRange range;
 };
 
+// A range that a menu offers: the last so many seconds.
 struct Preset {
   DatePreset command;
   uint32_t seconds;

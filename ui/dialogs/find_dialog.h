@@ -7,6 +7,7 @@
 
 namespace hivequarry {
 
+// In: what the box begins with. Out, after OK alone: what the user chose.
 struct FindChoice {
   const wchar_t* title = L"Find in List";
   std::string text;  // what the box begins with, then what the user gave

@@ -8,6 +8,7 @@
 namespace hivequarry {
 namespace {
 
+// Of one box, whose parameter it is.
 struct StateDialog {
   HWND dialog = nullptr;
   std::wstring text;

@@ -10,6 +10,7 @@
 
 namespace hivequarry {
 
+// What a file dialog is asked for. Pointers are looked at during the call alone.
 struct FileRequest {
   HWND owner = nullptr;
   const wchar_t* title = nullptr;  // null: the system's

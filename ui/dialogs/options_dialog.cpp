@@ -10,6 +10,7 @@
 namespace hivequarry {
 namespace {
 
+// A tick box and the option that it stands for.
 struct OptionBox {
   int control;
   bool Options::*option;

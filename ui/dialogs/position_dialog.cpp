@@ -11,6 +11,7 @@
 namespace hivequarry {
 namespace {
 
+// In: `end`, the first position that is too far. Out: `position`.
 struct PositionRequest {
   uint32_t end;
   uint32_t position;

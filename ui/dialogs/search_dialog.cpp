@@ -175,6 +175,7 @@ void KeepPattern(SearchPlace place, const SearchSettings& settings) {
 
 // --- limits --------------------------------------------------------------------------------------
 
+// An edit for a number of bytes, the limit it sets, and the limit's value while the edit is empty.
 struct NumberField {
   int control;
   uint32_t SearchLimits::*bytes;
@@ -182,6 +183,7 @@ struct NumberField {
 };
 constexpr NumberField kSizes[] = {{kSearchLeast, &SearchLimits::least, 0},
                                   {kSearchMost, &SearchLimits::most, UINT32_MAX}};
+// An edit for a time, the limit it sets, and the limit's value while the edit is empty.
 struct TimeField {
   int control;
   uint64_t SearchLimits::*time;

@@ -10,6 +10,7 @@
 namespace hivequarry {
 namespace {
 
+// Of one box, whose parameter it is; `entry` is what was chosen.
 struct UntilDialog {
   HWND dialog = nullptr;
   std::wstring entries;

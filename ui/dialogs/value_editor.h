@@ -10,6 +10,7 @@
 
 namespace hivequarry {
 
+// In: the value as it is. Out, after OK alone: type and data as they are to be.
 struct EditedValue {
   std::string key;   // as shown
   std::string name;  // as shown

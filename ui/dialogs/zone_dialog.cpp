@@ -12,6 +12,7 @@
 namespace hivequarry {
 namespace {
 
+// Of one box, whose parameter it is; `zone` is what it shows and, after OK, what was chosen.
 struct ZoneDialog {
   HWND dialog = nullptr;
   std::optional<ShownZone> rule;  // the hive's, else the one in force

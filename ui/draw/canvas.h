@@ -15,6 +15,8 @@ struct GridPoint {
   double y;
 };
 
+// A picture drawn larger than it will be, to be made smooth. Handles are its own until it is
+// finished.
 struct Canvas {
   HDC dc = nullptr;
   HBITMAP bitmap = nullptr;

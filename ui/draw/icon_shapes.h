@@ -5,6 +5,7 @@
 
 namespace hivequarry {
 
+// The folder's back and the half that covers it.
 struct FolderColours {
   COLORREF back;
   COLORREF front;

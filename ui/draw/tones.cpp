@@ -8,6 +8,7 @@ namespace {
 
 constexpr int kOurs = -1;  // the system has no such colour
 
+// The system colour that stands for a tone, COLOR_*, in light colours and in high contrast.
 struct SystemTones {
   int light;
   int contrast;
@@ -81,6 +82,7 @@ COLORREF LightColour(Tone tone) {
   return AsSystem(dark ? ColoursOfTone(tone).dark : ColoursOfTone(tone).light);
 }
 
+// Made anew when its tone has another colour.
 struct KeptBrush {
   COLORREF colour = 0;
   HBRUSH brush = nullptr;

@@ -8,8 +8,10 @@
 
 namespace hivequarry {
 
+// The colours in force.
 enum class ColourScheme : uint8_t { kLight, kDark, kHighContrast };
 
+// One for the process. For the interface thread.
 struct ColourState {
   ColourChoice choice = ColourChoice::kSystem;
   ColourScheme scheme = ColourScheme::kLight;

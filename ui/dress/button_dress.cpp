@@ -42,6 +42,7 @@ ButtonForm FormOf(HWND button) {
   }
 }
 
+// What drawing a button needs to know, gathered for one message.
 struct Button {
   HWND window;
   HDC dc;

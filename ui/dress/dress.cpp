@@ -25,6 +25,7 @@ constexpr DressKind kKinds[] = {
 };
 constexpr DressKind kFrame = {nullptr, PutOnFrame, RouteFrame};
 
+// What a window was before it was dressed.
 struct DressedWindow {
   const DressKind* kind;
   WNDPROC before;  // the window's own procedure

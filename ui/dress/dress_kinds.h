@@ -5,6 +5,7 @@
 
 namespace hivequarry {
 
+// How windows of one class are dressed. On the interface thread.
 struct DressKind {
   const wchar_t* name;  // of the window class
   // For what the control keeps itself. It may have been in other colours before.

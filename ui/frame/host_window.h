@@ -16,6 +16,7 @@ namespace hivequarry {
 inline constexpr UINT kHostChanged = WM_APP + 1;  // posted: take the changes
 inline constexpr UINT kShowBox = WM_APP + 2;      // sent by a worker: lParam is a BoxRequest
 
+// Lives on the stack of the worker that sends kShowBox, which waits for the answer.
 struct BoxRequest {
   std::wstring text;
   std::wstring title;

@@ -6,6 +6,7 @@
 
 namespace hivequarry {
 
+// Which system the program runs on, as it tells of itself.
 struct SystemFlags {
   bool family_9x = false;
   bool windows_95 = false;

@@ -5,6 +5,7 @@
 
 namespace hivequarry {
 
+// What the window classes of the program differ in.
 struct WindowClass {
   const wchar_t* name;
   WNDPROC procedure;

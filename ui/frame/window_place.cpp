@@ -22,6 +22,7 @@ bool IsOurs(HWND window) {
   return std::wstring_view(name.data(), static_cast<size_t>(length)).starts_with(kStart);
 }
 
+// In: the window that is left out. Out: the upper left corners of the others.
 struct OtherWindows {
   HWND window;
   std::vector<POINT> corners;

@@ -17,6 +17,7 @@ struct Colours {
   COLORREF background;
 };
 
+// For one message: what is drawn on, and with what.
 struct Painter {
   HDC dc = nullptr;
   const HexWindow& window;

@@ -31,6 +31,7 @@ constexpr int kButtonWidth = 52;
 constexpr int kButtonHeight = 20;
 constexpr int kButtonGap = 2;
 
+// A button over the picture.
 struct PaneButton {
   const wchar_t* text;
   wchar_t key;  // that does the same

@@ -40,6 +40,7 @@ OutputListPtr CopyAsShown(const ListPlace& place) {
   return copy;
 }
 
+// Filled by the worker; the interface thread reads it when that has ended.
 struct SplitJob {
   OutputListPtr list;
   bool done = false;

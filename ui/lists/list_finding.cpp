@@ -16,6 +16,8 @@ namespace {
 
 constexpr size_t kQuickRows = 1024;  // up to which there is no progress to show
 
+// `rows` are those shown, in their order, as they were when the search began; `found` is the
+// worker's.
 struct FindJob {
   std::vector<uint32_t> rows;
   FindRequest request;
@@ -51,6 +53,7 @@ void ShowFound(ListPlace& place, const FindJob& job) {
   }
 }
 
+// Likewise; `found` are places in `rows`.
 struct SelectJob {
   std::vector<uint32_t> rows;
   SelectChoice choice;

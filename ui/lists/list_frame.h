@@ -16,6 +16,7 @@ enum ListChildId : int {
   kListId,
   kListStatusId,
 };
+// Parts of the status bar, from the left.
 enum ListStatusPart : int { kListText, kListProgress, kListCount, kListStatusParts };
 
 // Goes with its window, as do fonts and pictures.

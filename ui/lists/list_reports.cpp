@@ -50,6 +50,7 @@ void SaveReport(const ListPlace& place, bool selection) {
 
 // --- loading: the head first, as the columns are needed for the rows -----------------------------
 
+// Filled by the worker; the interface thread reads it when that has ended.
 struct ReportJob {
   std::string file;
   ReportHead head;

@@ -32,6 +32,7 @@ constexpr const char* kOtherEndings[] = {".htm", ".txt"};
 
 constexpr const char* kCannotOpen = "Could Not Open or Create File %s !";
 
+// Filled by the worker; the interface thread reads it when that has ended.
 struct TableJob {
   std::string file;
   TableForm form = TableForm::kCsv;

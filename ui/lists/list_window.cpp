@@ -31,6 +31,7 @@ constexpr int kDefaultWidth = 1180;  // at 96 dpi
 constexpr int kDefaultHeight = 520;
 constexpr int kApart = 28;  // from the main window
 
+// The list windows that are open, in the order of their making.
 struct ListWindows {
   std::vector<ListWindow*> open;
 };

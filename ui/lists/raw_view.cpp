@@ -21,17 +21,18 @@ namespace {
 constexpr int kLeadsTo = 5;  // the column
 constexpr size_t kLongestTrail = 100;
 
-// By list window: the fields that were followed to the record that is shown, each with the position
-// that showed its record. Windows that are gone leave theirs until the next one opens; a window
-// begins with none, whatever had its handle before.
+// A field that was followed: its row, and the position that showed its record.
 struct Step {
   uint32_t position;
   uint32_t row;
 };
+// The way that a window has come, for going back.
 struct Trail {
   uint32_t position = 0;  // that showed what is shown
   std::vector<Step> steps;
 };
+// By list window. Windows that are gone leave theirs until the next one opens; a window begins with
+// none, whatever had its handle before.
 std::map<HWND, Trail>& TheTrails() {
   static std::map<HWND, Trail> trails;
   return trails;

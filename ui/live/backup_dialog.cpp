@@ -38,6 +38,7 @@ constexpr UINT kDialogEnd = 3000;
 constexpr UINT_PTR kProgramEndTimer = 1002;
 constexpr UINT kProgramEnd = 100;
 
+// What the one dialog is for.
 enum class Purpose : uint8_t { kBackup, kReplace, kUnattended };
 
 // Lives as long as its dialog, which can't be closed while a run is under way.

@@ -26,6 +26,7 @@ CompareOptions OptionsNow() {
   return {RowsWanted(), options.no_access_keys, options.recovered_keys};
 }
 
+// `differing` is the worker's until it has ended; the rest does not change.
 struct CompareJob {
   MainWindow* window = nullptr;
   WindowHive* hive = nullptr;

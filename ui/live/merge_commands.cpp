@@ -12,6 +12,7 @@
 namespace hivequarry {
 namespace {
 
+// Rows of `errors` come from the worker; the list is shown when that has ended.
 struct MergeJob {
   MergeTarget target;
   OutputListPtr errors = MakeOutputList(kListErrors);

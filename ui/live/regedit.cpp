@@ -41,6 +41,7 @@ struct FreeRemote {
 };
 using RemoteBlock = std::unique_ptr<void, FreeRemote>;
 
+// The registry editor's process. The block is memory in it.
 struct Editor {
   HWND main = nullptr;
   HWND tree = nullptr;
@@ -101,6 +102,7 @@ bool Tell(HWND window, UINT message, WPARAM first, LPARAM second) {
 
 HWND FindEditor() { return FindWindowW(kEditorClass, nullptr); }
 
+// In: the class of the window that is looked for. Out: that window, null for none.
 struct PaneSearch {
   const wchar_t* window_class;
   HWND found;
@@ -223,6 +225,7 @@ bool TellTree(const Editor& editor, UINT message, WPARAM how, HTREEITEM item) {
   return Tell(editor.tree, message, how, reinterpret_cast<LPARAM>(item));
 }
 
+// An item of the editor's tree; its handle means something in that process alone.
 struct EditorKey {
   HTREEITEM item;
   std::wstring text;
@@ -286,6 +289,7 @@ bool FindChild(const Editor& editor, HTREEITEM parent, const std::wstring& name,
   return EditorErrorText().empty();
 }
 
+// kMissing: the tree has no key of that name; kFailed: the editor did not answer.
 enum class WalkEnd : uint8_t { kReached, kMissing, kFailed };
 
 // Down from an item, each key opened and selected in turn, so that the last one stays selected.

@@ -134,6 +134,7 @@ bool AskSnapshot(MainWindow& window, SnapshotDialog& state) {
                        reinterpret_cast<LPARAM>(&state)) == IDOK;
 }
 
+// Filled by the worker; the interface thread reads it when that has ended.
 struct SnapshotJob {
   OutputListPtr errors = MakeOutputList(kListErrors);
   std::vector<std::string> messages;

@@ -12,6 +12,8 @@ namespace hivequarry {
 struct MainWindow;
 struct WindowHive;
 
+// The row of figures above the panes. Its buttons are made anew when its figures or its width
+// change.
 struct Band {
   HWND window = nullptr;
   HiveGlance glance;

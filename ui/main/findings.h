@@ -19,6 +19,7 @@ struct MainWindow;
 // the number of the hive.
 inline constexpr UINT kFindingsReady = WM_APP + 8;
 
+// What is looked for after a load, on a thread of its own.
 struct Findings {
   std::thread thread;  // joinable from the start until it was ended
   uint32_t serial = 0;

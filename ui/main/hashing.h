@@ -19,6 +19,7 @@ struct MainWindow;
 // lParam the number of the hive.
 inline constexpr UINT kHashesReady = WM_APP + 7;
 
+// The thread that makes the hashes of one hive, and what it has found.
 struct Hashing {
   std::thread thread;  // joinable from the start until it was ended
   std::atomic<bool> stop{false};

@@ -8,6 +8,7 @@ namespace hivequarry {
 
 struct MainWindow;
 
+// Made once; accelerators are freed with the main window.
 struct MainMenus {
   HMENU recent = nullptr;  // of the main menu, which goes with the window
   HACCEL accelerators = nullptr;

@@ -14,6 +14,7 @@
 namespace hivequarry {
 namespace {
 
+// Filled by the worker; the interface thread reads it when that has ended.
 struct RemovedJob {
   std::shared_ptr<RemovedState> state = std::make_shared<RemovedState>();
   bool found = false;

@@ -13,6 +13,7 @@ struct MainWindow;
 // Posted by the worker to the main window as its last act.
 inline constexpr UINT kWorkDone = WM_APP + 6;
 
+// The one worker that the program may have at a time.
 struct Work {
   std::thread thread;          // joinable from the start until its end was taken
   std::function<void()> done;  // for the interface thread

@@ -8,6 +8,7 @@
 
 namespace hivequarry {
 
+// Long texts are put into the control a slice at a time, so that the program answers meanwhile.
 struct DetailPane {
   HWND window = nullptr;
   std::wstring text;  // while its slices are under way, else empty

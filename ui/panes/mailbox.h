@@ -11,6 +11,7 @@
 
 namespace hivequarry {
 
+// From threads to the interface thread: of several results the newest alone is taken.
 template <typename Result>
 struct Mailbox {
   std::atomic<uint32_t> newest{0};  // serial of the last request

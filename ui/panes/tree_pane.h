@@ -43,6 +43,7 @@ inline constexpr uint32_t HiveOfSide(LPARAM param) {
   return static_cast<uint32_t>(param >> kHiveShift);
 }
 
+// The items of one tree in a control, which may have those of several.
 struct TreePane {
   HWND window = nullptr;
   LPARAM side = 0;  // in the lParam of its items: several trees may be in one control

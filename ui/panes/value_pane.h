@@ -21,6 +21,7 @@ struct CachedRow {
   int icon = 0;
 };
 
+// A virtual list: the control asks for each row's texts when it draws it.
 struct ValuePane {
   HWND window = nullptr;
   ValueRows rows;

@@ -12,6 +12,7 @@ namespace hivequarry {
 
 inline constexpr size_t kValueThreads = 256;
 
+// Slots for threads that gather what a selected item shows.
 struct ValueThreads {
   std::array<std::atomic<bool>, kValueThreads> taken{};
   // Joined when their slot is taken anew, or at the end. None is detached: the runtime's

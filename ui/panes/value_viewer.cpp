@@ -32,6 +32,7 @@ constexpr ListColumn kColumns[] = {{L"Bytes here as", kLabelWidth, false},
 
 // --- layout --------------------------------------------------------------------------------------
 
+// Where the viewer's three children are in it.
 struct Parts {
   RECT detail;
   RECT hex;

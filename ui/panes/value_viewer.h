@@ -18,6 +18,7 @@
 
 namespace hivequarry {
 
+// Details, bytes and meanings of one value, side by side. Children of the container.
 struct ValueViewer {
   HWND window = nullptr;  // the container; the parent places it
   DetailPane detail;

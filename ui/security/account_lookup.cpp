@@ -5,6 +5,7 @@
 namespace hivequarry {
 namespace {
 
+// What the thread takes along; its own.
 struct Errand {
   std::shared_ptr<AccountLookup> lookup;
   HWND window;

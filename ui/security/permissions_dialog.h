@@ -9,6 +9,7 @@
 
 namespace hivequarry {
 
+// What the dialog begins with and, after OK, what the user asked for.
 struct PermissionRequest {
   PermissionQuery query = {.sid = "S-1-5-18"};
   bool live = false;                  // in the live registry

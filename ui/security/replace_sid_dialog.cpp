@@ -12,6 +12,7 @@
 namespace hivequarry {
 namespace {
 
+// A tick box, the part of records that it stands for, and the word for that in titles.
 struct PartBox {
   int control;
   bool SidReplacement::*part;

@@ -35,6 +35,7 @@ constexpr int kButtonsRight = 98;  // to their left edges
 constexpr int kButtonWidth = 90;
 constexpr int kButtonHeight = 26;
 constexpr int kBoxHeight = 34;  // two lines, for fonts that are wide
+// Where a button is, below the window's upper edge, at 96 dpi.
 struct ButtonTop {
   int control;
   int top;
@@ -59,6 +60,7 @@ struct SecurityWindow {
 // Posted when the names of the record's accounts are there.
 constexpr UINT kNamesReady = WM_APP + 30;
 
+// One for the process: windows by their slots, null for a free one.
 struct SecurityWindows {
   std::array<SecurityWindow*, kSecurityWindows> slots{};
   RECT last_place{};  // of the window closed last; empty for none
