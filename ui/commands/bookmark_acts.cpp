@@ -57,6 +57,8 @@ void ShowWords(const BookmarkPane& pane, const std::string& words) {
   SetWindowTextW(pane.words, WideName(words).c_str());
 }
 
+// For the menu by keyboard: below the selected row, or in the upper half of the list; screen
+// coordinates.
 POINT MenuPoint(const BookmarkPane& pane) {
   RECT area{};
   const int row = SelectedBookmarkRow(pane);
@@ -69,6 +71,8 @@ POINT MenuPoint(const BookmarkPane& pane) {
   return point;
 }
 
+// "&" in a tag is doubled, since a menu would underline what follows it. The caller destroys the
+// menu, or the one that it becomes a part of.
 HMENU MakeTagMenu(const std::vector<std::string>& tags) {
   const HMENU menu = CreatePopupMenu();
   for (size_t i = 0; i < std::min(tags.size(), kMostTagItems); ++i) {
@@ -81,6 +85,7 @@ HMENU MakeTagMenu(const std::vector<std::string>& tags) {
   return menu;
 }
 
+// For the caller to destroy. Its items are numbered for Carry alone: they are no commands.
 HMENU MakePaneMenu(const MainWindow& window, const std::vector<std::string>& tags) {
   const BookmarkPane& pane = window.bookmarks;
   const bool selected = SelectedBookmarkRow(pane) >= 0;
@@ -103,6 +108,7 @@ HMENU MakePaneMenu(const MainWindow& window, const std::vector<std::string>& tag
   return menu;
 }
 
+// The item that TrackPopupMenu returned, 0 for none. `tags` are those that the menu was made with.
 void Carry(MainWindow& window, int item, const std::vector<std::string>& tags) {
   if (item >= kFirstTag) {
     return ShowWords(window.bookmarks,

@@ -44,6 +44,7 @@ void ForgetOldRemarks(BookmarkRows& pane, const OpenHives& open) {
   std::ranges::fill(pane.remarks, std::nullopt);
 }
 
+// Empty while no hive is open: there is nothing to hold the bookmark against.
 std::string RemarksOf(const OpenHives& open, const Bookmark& bookmark) {
   if (open.looks.empty()) return {};
   const BookmarkedHive& in = open.looks[HiveOfBookmark(open.looks, open.shown, bookmark)];
@@ -135,6 +136,7 @@ void ShowBookmarkRows(BookmarkPane& pane, const std::optional<Bookmark>& wanted)
   SelectOnly(pane, row);
 }
 
+// Rows may have become fewer since the control asked.
 void ShowBookmarkCell(MainWindow& window, LVITEMW& item) {
   const BookmarkPane& pane = window.bookmarks;
   const bool there = item.iItem >= 0 && static_cast<size_t>(item.iItem) < pane.rows->lines.size();

@@ -18,6 +18,7 @@ inline constexpr ListColumn kBookmarkColumns[] = {
     {L"Tags", 110, false},     {L"State", 170, false},    {L"Position", 84, false},
     {L"Set", 140, false},      {L"Hive file", 200, false}};
 
+// What the pane's list shows; lines and remarks go by its rows.
 struct BookmarkRows {
   Bookmarks bookmarks;
   std::vector<size_t> lines;                        // of them: those shown

@@ -76,7 +76,7 @@ void OnCommand(HWND dialog, int control) {
   }
 }
 
-// The caller's options are its record: they change with OK alone.
+// Its record is a choice to begin with, which changes with OK alone.
 INT_PTR CALLBACK OptionsProc(HWND dialog, UINT message, WPARAM first, LPARAM second) {
   switch (message) {
     case WM_INITDIALOG:

@@ -63,7 +63,7 @@ void CentrePathText(const MainWindow& window, int text_height) {
   SendMessageW(window.controls.path, EM_SETRECT, 0, reinterpret_cast<LPARAM>(&area));
 }
 
-// Functions Place... take the area that is left, in the client area, and return what is left of it
+// This and PlaceBand take the area that is left, in the client area, and return what is left of it
 // then.
 RECT PlacePath(MainWindow& window, RECT area) {
   const int margin = Scale(kMargin, window.dpi);
