@@ -42,7 +42,7 @@ enum class FreedBond : uint8_t {
   kUsedAgain,     // another record has taken the place since: the bond is not kept
 };
 
-// A key that was deleted: its cell is free or its bytes are in another's.
+// A key that was deleted. `place` says where its bytes are by now.
 struct FreedKey {
   uint32_t position = 0;          // of its cell
   uint32_t parent = kNoOffset;    // a key of the tree or another freed key

@@ -39,8 +39,8 @@ struct RowsOfHive {
   uint32_t hive = kAnyHive;  // its number in the main window
 };
 
-// A list that is shown somewhere: its model and the control for it. The interface thread's; a
-// worker has the model alone, and only while the list is busy.
+// A list that is shown somewhere: its model and the control for it. The interface thread's; other
+// threads have the model alone.
 struct ListPlace {
   MainWindow* owner = nullptr;
   uint32_t hive = kAnyHive;  // that it was made of; any where there was none, none while several
