@@ -60,6 +60,7 @@ int BottomOfRows(HWND toolbar) {
   return last.bottom;
 }
 
+// `cut`: its text has no room and ends in dots. `wrap`: the last one of its row.
 void AddButton(const Band& band, int button, int width, bool cut, bool wrap) {
   std::wstring text = WindowText(PartOf(band, button)->text);
   TBBUTTON made{};
