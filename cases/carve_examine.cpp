@@ -10,6 +10,7 @@
 #include "records/base_block.h"
 #include "records/bin_header.h"
 #include "records/cell.h"
+#include "records/key_flags.h"
 #include "records/key_node.h"
 #include "records/name_hash.h"
 #include "records/subkey_list.h"
@@ -99,8 +100,7 @@ void AddListReferences(Walk& walk, ByteView cell) {
 // --- cells ---------------------------------------------------------------------------------------
 
 std::string NameOf(ByteView cell, const KeyFields& key) {
-  const bool wide = (key.flags & kKeyNameIsBytes) == 0;
-  return ShownKeyName(KeyNameText(cell, 0, key.name_length, wide));
+  return ShownKeyName(KeyNameText(cell, 0, key.name_length, IsWideKeyName(key.flags)));
 }
 
 // A piece without the root is named by the first key met in it, as "...\NAME".

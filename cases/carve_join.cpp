@@ -7,6 +7,7 @@
 #include "host/long_operation.h"
 #include "records/base_block.h"
 #include "records/cell.h"
+#include "records/key_flags.h"
 #include "records/key_node.h"
 #include "records/name_hash.h"
 
@@ -34,7 +35,7 @@ bool Holds(CarveSource& source, const HivePiece& piece, const KeyReference& refe
     return false;
   }
   if (reference.kind == KeyReference::kParent) return key.subkey_count != 0;
-  if ((key.flags & kKeyNameIsBytes) != 0) {
+  if (!IsWideKeyName(key.flags)) {
     const ByteView name = PartOf(cell, kKeyName, key.name_length);
     return reference.check ==
            (reference.kind == KeyReference::kHash ? NameHash(name) : NameHint(name));

@@ -11,6 +11,7 @@
 #include "host/shortfalls.h"
 #include "lists/list_rows.h"
 #include "records/cell.h"
+#include "records/key_flags.h"
 #include "records/key_node.h"
 #include "records/value_key.h"
 #include "recovery/freed_records.h"
@@ -132,8 +133,7 @@ void AddKey(Search& search, const PageOfLog& page, uint32_t cell) {
   ReadKeyFields(page.bytes, cell, key);
   if (!IsNew(search, page, cell, kKeyName + key.name_length)) return;
   std::string name;
-  const bool wide = (key.flags & 0xFF) == 0;
-  AppendKeyNameText(page.bytes, cell, key.name_length, wide, name);
+  AppendKeyNameText(page.bytes, cell, key.name_length, IsWideKeyName(key.flags), name);
   RowFacts facts;
   facts.about_key = true;
   facts.last_write = key.last_write;

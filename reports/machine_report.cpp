@@ -229,7 +229,7 @@ void AddValueFact(Overview& over, Teller& teller, const ValueFact& fact) {
   for (const Place& place : PlacesOf(teller, fact.path)) {
     SourceKey key;
     SourceValue value;
-    if (!ReadKey(teller, place.item, key)) return;
+    if (!ReadKey(teller, place.item, key)) continue;
     if (!teller.keys->FindValue(fact.value, value)) continue;
     const std::string text = value.read ? fact.form(value) : value.text;
     std::string note = BuildNote(fact, text);
@@ -359,7 +359,7 @@ void AddDrives(Overview& over, Teller& teller) {
   for (const Place& place : PlacesOf(teller, "MountedDevices")) {
     SourceKey key;
     SourceValue value;
-    if (!ReadKey(teller, place.item, key)) return;
+    if (!ReadKey(teller, place.item, key)) continue;
     while (teller.keys->NextValue(value)) {
       if (!value.read || !StartsIgnoringCase(value.name, kLetter)) continue;
       const std::string text = value.shown_name.substr(kLetter.size()) + " " + DeviceWords(value);

@@ -684,6 +684,25 @@ TEST(Replay, EntriesOfEarlierRuns) {
   EXPECT_EQ(log.stop, LogEntryFault::kSequence);
 }
 
+// As in the tree: a link may have its name in UTF-16.
+TEST(Replay, NamesOfLinksInEntriesOfEarlierRuns) {
+  LogStory story = MakeLogStory();
+  testing::HiveBuilder builder;
+  builder.Key("Verweis\u65E5");
+  testing::BuiltHive built = builder.Build();
+  built.SetU16(built.PositionOf("Verweis\u65E5"), 6, 0x10);
+  LoggedFiles files;
+  files.hive = story.files.hive;
+  built.bytes.resize(std::max(built.bytes.size(), story.states[1].size()));
+  files[".LOG1"] = NewLog(story.states[1], {EntryBetween(story.states[0], story.states[1], 10),
+                                            EntryBetween(story.states[1], built.bytes, 4)});
+  LoggedHive hive(files);
+  const OutputListPtr records = ListLogRecords(hive.hive(), hive.tree());
+  std::string paths;
+  for (uint32_t row = 0; row < RowCount(*records); ++row) paths += CellText(*records, row, 1);
+  EXPECT_NE(paths.find("\\Verweis\u65E5"), std::string::npos) << paths;
+}
+
 // Bins that get smaller, and grow again: what was there is gone.
 TEST(Replay, BinsThatShrinkAndGrow) {
   LogStory story = MakeLogStory();

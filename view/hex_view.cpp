@@ -197,8 +197,12 @@ void ShowCaretLine(HexView& view) {
 }
 
 void ShowBytes(HexView& view, std::vector<uint8_t> bytes) {
-  SetBytes(view.model, view.read_only ? std::vector<uint8_t>() : std::move(bytes));
-  if (view.read_only) view.model.bytes = std::move(bytes);
+  if (view.read_only) {
+    SetBytes(view.model, {});
+    view.model.bytes = std::move(bytes);
+  } else {
+    SetBytes(view.model, std::move(bytes));
+  }
   view.top_line = 0;
 }
 
