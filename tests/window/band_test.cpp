@@ -75,6 +75,9 @@ TEST_F(BandTest, SaysWhatIsKnownAndLeadsToIt) {
   GetWindowRect(window_->controls.tree, &tree);
   EXPECT_GT(band.bottom, band.top);
   EXPECT_LE(band.bottom, tree.top);
+  // The dialog of the state says the same as the band.
+  EXPECT_NE(HiveStateNow(*window_).find(u"Structure: Structure, the file as it is: "),
+            std::u16string::npos);
   Press("1 freed key");
   EXPECT_TRUE(ListOpens(L"Freed Keys"));
 }

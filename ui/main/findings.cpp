@@ -7,6 +7,8 @@
 #include "hive/hive_table.h"
 #include "host/long_operation.h"
 #include "reports/check_list.h"
+#include "ui/dialogs/hive_state_dialog.h"
+#include "ui/frame/text.h"
 #include "ui/main/band.h"
 #include "ui/main/freed.h"
 #include "ui/main/main_window.h"
@@ -128,8 +130,10 @@ void ShowFindings(MainWindow& window, uint32_t serial, uint32_t number) {
     Take(findings);
     if (!knew && findings.freed != nullptr) ShowFreedKeys(window);
   }
+  if (window.viewed->slot < 0) return;
   RenewBand(window);
   RenewStateDetail(window);
+  RenewHiveStateDialog(WideText(HiveStateNow(window)));
 }
 
 }  // namespace hivequarry

@@ -101,8 +101,8 @@ void ShowHashes(MainWindow& window, uint32_t serial, uint32_t number) {
 
 std::u16string HiveStateNow(const MainWindow& window) {
   const Hashing& hashing = window.shown->hashing;
-  return HiveStateText(ShownHive(window), window.shown->survey, window.shown->structure,
-                       hashing.hashes, hashing.progress);
+  return HiveStateText(ShownHive(window), window.shown->survey,
+                       window.shown->findings.known.structure, hashing.hashes, hashing.progress);
 }
 
 }  // namespace hivequarry

@@ -36,7 +36,7 @@ struct WindowHive {
   std::unique_ptr<KeyTree> tree;
   ImageSummary summary;
   HiveSurvey survey;
-  HiveStructure structure;
+  HiveStructure structure;                      // what the user had checked, for the status bar
   std::shared_ptr<const RemovedState> removed;  // null until it was worked out
   std::wstring state_words;                     // in the status bar
   Hashing hashing;
