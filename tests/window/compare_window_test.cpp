@@ -68,9 +68,11 @@ class CompareWindowTest : public ListTest {
 };
 
 TEST_F(CompareWindowTest, OneTreeShowsBothAndLeadsFromDifferenceToDifference) {
+  const std::string title = TextOf(handle_);
   const HWND compare = Compare(other_->name());
   ASSERT_NE(compare, nullptr);
   EXPECT_EQ(SlotsTaken(), 2);
+  EXPECT_EQ(TextOf(handle_), title) << "the window shows what it showed";
   const HWND keys = Keys(compare);
   EXPECT_EQ(Rows(keys, 0, 1), (Texts{"[-] ROOT|different below", "[+] Both|different below",
                                      "[+] Gone|only in A", "New|only in B", "Same|"}));

@@ -60,6 +60,7 @@ void FinishWork(MainWindow& window) {
   --window.host.wait_cursors;
   EndQuestion(kStopQuestion);
   ShowHostChanges(window);
+  ShowTitleOfViewed(window);  // the worker may have opened a hive for itself
   const std::function<void()> done = std::exchange(window.work.done, nullptr);
   UpdateToolbars(window);  // `done` may show a box
   TellOfRefusedRow();
