@@ -86,26 +86,61 @@ std::vector<LongTexts> LongTextsOf(const OutputList& list, const RowsShown& show
   return longest;
 }
 
-std::vector<int> FittedWidths(std::span<const int> needed, const WidthUnits& units) {
+namespace {
+
+// Columns that need more than `most`, their share alike: a half of that is theirs in any case, the
+// other halves go by what each needs, so that paths are cut less than names.
+void CutWidths(std::vector<int*>& widths, int most, int least) {
+  std::erase_if(widths, [most](const int* width) { return *width <= most; });
+  int64_t needed = 0;
+  for (const int* width : widths) needed += *width;
+  const int base = std::max(most / 2, least);
+  const int64_t spare = int64_t{most - base} * std::ssize(widths);
+  for (int* width : widths) *width = base + static_cast<int>(spare * *width / needed);
+}
+
+// The widths that may be cut, narrow ones first: those of texts, where these have a text unit each
+// beside the others; else all.
+std::vector<int*> WidthsToCut(std::vector<int>& widths, const std::vector<bool>& whole, int room,
+                              int least) {
+  std::vector<int*> texts;
+  std::vector<int*> all;
+  for (size_t i = 0; i < widths.size(); ++i) {
+    all.push_back(&widths[i]);
+    if (i < whole.size() && whole[i]) {
+      room -= widths[i];
+    } else {
+      texts.push_back(&widths[i]);
+    }
+  }
+  const bool room_for_texts = !texts.empty() && room >= least * static_cast<int>(texts.size());
+  std::vector<int*> chosen = room_for_texts ? texts : all;
+  std::ranges::sort(chosen, {}, [](const int* width) { return *width; });
+  return chosen;
+}
+
+}  // namespace
+
+std::vector<int> FittedWidths(std::span<const int> needed, const WidthUnits& units,
+                              const std::vector<bool>& whole) {
   std::vector<int> widths(needed.begin(), needed.end());
   if (widths.empty()) return widths;
   for (int& width : widths) width = std::max(width, units.text / 3);
+  const int inside = units.client - units.scroll_bar;
+  std::vector<int*> cut = WidthsToCut(widths, whole, inside, units.text);
+  int room = inside - std::accumulate(widths.begin(), widths.end(), 0);
+  for (const int* width : cut) room += *width;
   // What is left is shared by the columns not yet seen, narrow ones first: these need less than
   // their share, and leave more to the others.
-  std::vector<int> ascending = widths;
-  std::ranges::sort(ascending);
-  int room = units.client - units.scroll_bar;
   int most = 0;
-  for (size_t i = 0; i < ascending.size(); ++i) {
-    most = std::max(room / static_cast<int>(ascending.size() - i), units.text);
-    if (ascending[i] > most) break;
-    room -= ascending[i];
+  for (size_t i = 0; i < cut.size(); ++i) {
+    most = std::max(room / static_cast<int>(cut.size() - i), units.text);
+    if (*cut[i] > most) break;
+    room -= *cut[i];
   }
-  if (most < ascending.back()) {
-    for (int& width : widths) width = std::min(width, most);
-  }
+  if (most < *cut.back()) CutWidths(cut, most, units.text);
   const int taken = std::accumulate(widths.begin(), widths.end(), 0);
-  widths.back() += std::max(units.client - units.scroll_bar - taken, 0);
+  widths.back() += std::max(inside - taken, 0);
   return widths;
 }
 

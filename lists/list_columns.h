@@ -34,8 +34,10 @@ using LongTexts = std::array<std::string_view, kLongTexts>;
 // Views into the list, one array for each of its columns; empty texts where there are fewer.
 std::vector<LongTexts> LongTextsOf(const OutputList& list, const RowsShown& shown);
 // Widths for columns whose titles and texts need so many pixels. Where these are more than the
-// inside has, the widest are cut alike, but none to less than a text unit; where they are fewer,
-// the last column takes the rest.
-std::vector<int> FittedWidths(std::span<const int> needed, const WidthUnits& units);
+// inside has, the widest are cut, those less that need more, but none to less than a text unit;
+// where they are fewer, the last column takes the rest. Columns that are to be seen whole (`whole`;
+// fewer than columns: the others are not) are not cut while there is room for the others.
+std::vector<int> FittedWidths(std::span<const int> needed, const WidthUnits& units,
+                              const std::vector<bool>& whole = {});
 
 }  // namespace hivequarry

@@ -194,13 +194,19 @@ TEST(WidthTest, ColumnsFitTheirTexts) {
   } cases[] = {
       {{100, 200, 50}, {100, 200, 683}},              // the last takes the rest
       {{100, 2000, 50}, {100, 833, 50}},              // the widest is cut
-      {{2000, 200, 900, 300}, {261, 200, 261, 261}},  // those that are wider than their share
+      {{2000, 200, 900, 300}, {375, 200, 240, 168}},  // those that are wider than their share
       {{10, 100}, {23, 960}},
       {{983}, {983}},
       {{}, {}},
   };
   for (const auto& c : cases) EXPECT_EQ(FittedWidths(c.needed, kUnits), c.widths);
   for (const int width : FittedWidths(std::vector<int>(18, 500), kUnits)) EXPECT_EQ(width, 70);
+  const std::vector<int> dated = {2000, 400, 300, 330};
+  EXPECT_EQ(FittedWidths(dated, kUnits, {false, false, true}),
+            (std::vector<int>{363, 163, 300, 157}));
+  EXPECT_EQ(FittedWidths(dated, {70, 112, 98, 17, 400}, {false, false, true}),
+            FittedWidths(dated, {70, 112, 98, 17, 400}))
+      << "no room for the others";
 }
 
 TEST(WidthTest, LongTextsAreOfASample) {

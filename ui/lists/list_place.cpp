@@ -272,12 +272,32 @@ void EmptyList(ListPlace& place) {
 
 namespace {
 
+// A part of a number or a date says nothing.
+bool IsSeenWhole(const OutputList& list, int column) {
+  const auto& columns = FindListKind(ListKindOf(list)).columns;
+  if (static_cast<size_t>(column) >= columns.size()) return false;
+  switch (columns[static_cast<size_t>(column)].holds) {
+    case CellHolds::kPosition:
+    case CellHolds::kNumber:
+    case CellHolds::kCount:
+    case CellHolds::kFlag:
+    case CellHolds::kDate:
+      return true;
+    default:
+      return false;
+  }
+}
+
 // Hidden columns take no room; the last one that is seen takes the rest.
 void FitSeenColumns(ListPlace& place, std::vector<int> widths, const WidthUnits& units) {
   const std::vector<int> seen = SeenColumns(place);
   std::vector<int> needed;
-  for (const int column : seen) needed.push_back(widths[static_cast<size_t>(column)]);
-  const std::vector<int> fitted = FittedWidths(needed, units);
+  std::vector<bool> whole;
+  for (const int column : seen) {
+    needed.push_back(widths[static_cast<size_t>(column)]);
+    whole.push_back(IsSeenWhole(*place.model, column));
+  }
+  const std::vector<int> fitted = FittedWidths(needed, units, whole);
   for (size_t i = 0; i < seen.size(); ++i) widths[static_cast<size_t>(seen[i])] = fitted[i];
   SetWidths(place, widths);
 }
