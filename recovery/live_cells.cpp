@@ -14,10 +14,24 @@ namespace {
 
 bool IsMade(const KeyRow& key) { return (key.marks & kVirtualMarks) != 0; }
 
-// A key's bytes: its fixed part and its name, of which a damaged length may claim any number.
-bool HasLiveBytes(const HiveImage& hive, const OwnedCells& live, const KeyRow& key) {
-  const uint32_t name = ReadU16(hive, key.position + kKeyNameLength);
-  return OwnerOf(live, key.position, uint64_t{key.position} + kKeyName + name) != nullptr;
+// A key's bytes: its fixed part and its name, of which a damaged length may claim any number. With
+// `listed` they end with its cell.
+bool HasLiveBytes(const HiveImage& hive, const OwnedCells& live, const KeyRow& key, bool listed) {
+  uint32_t used = kKeyName + uint32_t{ReadU16(hive, key.position + kKeyNameLength)};
+  if (listed) used = std::clamp(CellLength(ReadU32(hive, key.position)), uint32_t{kKeyName}, used);
+  return OwnerOf(live, key.position, uint64_t{key.position} + used) != nullptr;
+}
+
+// Keys that their parent's list names: more than their own bytes says that they are some.
+std::vector<bool> ListedKeys(const ScanTables& tables) {
+  std::vector<bool> listed(tables.keys.size());
+  for (const KeyRow& key : tables.keys) {
+    for (uint32_t i = 0; i < key.entry_count; ++i) {
+      const uint32_t row = tables.child_entries[key.first_entry + i].row;
+      if (row < listed.size() && tables.keys[row].parent == key.position) listed[row] = true;
+    }
+  }
+  return listed;
 }
 
 // Cells whose bytes a program chooses. What is in any other cell the system wrote.
@@ -111,12 +125,13 @@ uint32_t DropOwnedKeys(const HiveImage& hive, const std::vector<bool>& reached,
                        ScanTables& tables) {
   if (std::ranges::find(reached, false) == reached.end()) return 0;
   const OwnedCells& live = LiveCells(hive, reached, tables);
+  const std::vector<bool> listed = ListedKeys(tables);
   uint32_t dropped = 0;
   for (uint32_t row = 0; row < tables.keys.size(); ++row) {
     KeyRow& key = tables.keys[row];
     const bool made = IsMade(key);
     const bool owned = made ? IsInData(live, EvidenceOf(tables, key))
-                            : !reached[row] && HasLiveBytes(hive, live, key);
+                            : !reached[row] && HasLiveBytes(hive, live, key, listed[row]);
     if (!owned) continue;
     ForgetEntries(key, tables);
     key.position = kNoOffset;

@@ -406,6 +406,22 @@ TEST(Relations, KeysOfALostListHangInItsBranch) {
   EXPECT_EQ(opened.At("A\\Bravo\\Below").repairs, 0);
 }
 
+// One that its parent's list names ends with its cell, and has no bytes of live keys' cells.
+TEST(Relations, ListedKeyWhoseNameClaimsItsNeighboursStays) {
+  constexpr uint16_t kLengths[] = {100, 1000, 3000, 65535};
+  for (const uint16_t length : kLengths) {
+    SCOPED_TRACE(length);
+    BuiltHive built = Family(List::kLh);
+    built.Unlink("A").SetU16(built.PositionOf("A\\Alpha"), kKeyNameLength, length);
+    const OpenedHive opened(built);
+    const uint32_t item = ItemOfPosition(opened.tree, built.PositionOf("A\\Alpha"));
+    ASSERT_NE(item, kNoItem);
+    EXPECT_FALSE(opened.tree.items[item].connected);
+    EXPECT_EQ(ShowItemValues(opened.hive, opened.tree, item, {}).value_positions,
+              std::vector<uint32_t>{built.ValuePosition("A\\Alpha", "v1")});
+  }
+}
+
 // --- pointers with one flipped bit -------------------------------------------------------------
 
 TEST(Relations, PointersWithOneFlippedBit) {
