@@ -62,6 +62,9 @@ TEST(FreedTree, KeysAreBelowTheirParentsAndTheRestInTheFolder) {
   EXPECT_TRUE(IsDeletedRow(rows, 0));
   EXPECT_EQ(RowAt(rows, 0).name, "text");
   EXPECT_EQ(RowAt(rows, 0).data, "long enough");
+  rows.values = FreedItemRows(opened.hive, opened.tree, *freed, c + 1);
+  ASSERT_EQ(RowCount(rows), 1);
+  EXPECT_EQ(RowAt(rows, 0).name, "(No values set)");
 }
 
 TEST(FreedTree, DetailsSayWhyAndAllOfTheData) {

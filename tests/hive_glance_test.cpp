@@ -51,6 +51,14 @@ BuiltHive Small() {
   return builder.Build();
 }
 
+TEST(HiveGlance, EvidenceModeIsSaid) {
+  const Glanced glanced(Small());
+  GlanceFacts facts = glanced.Facts();
+  EXPECT_NE(GlanceAt(facts).figures.back().text, "Evidence mode");
+  facts.evidence = true;
+  EXPECT_EQ(GlanceAt(facts).figures.back().text, "Evidence mode");
+}
+
 // A time whose zone was chosen is not called UTC.
 TEST(HiveGlance, TimeSaysItsZone) {
   Glanced glanced(Small());

@@ -12,6 +12,7 @@
 #include "reports/freed_rows.h"
 #include "view/shown_text.h"
 #include "view/value_meaning.h"
+#include "words/item_values.h"
 #include "words/value_text.h"
 
 namespace hivequarry {
@@ -191,6 +192,10 @@ ItemValues FreedItemRows(const HiveImage& hive, const KeyTree& tree, const Freed
     });
   }
   AddFreedRows(freed, key == nullptr ? kNoOffset : key->position, rows);
+  if (key == nullptr || !rows.value_positions.empty()) return rows;
+  const std::string lost = "None of " + Counted(key->values, "value") + " is left";
+  rows.info_rows.push_back(key->values == 0 ? InfoRow("(No values set)", "")
+                                            : InfoRow("Info", lost.c_str()));
   return rows;
 }
 

@@ -145,7 +145,7 @@ GlancePart CheckPart(const HiveFindings& findings) {
 }  // namespace
 
 // Figures in the order: the file, its state, its base block, its root, what was found in it, its
-// structure.
+// structure, and how the window may use it.
 HiveGlance GlanceAt(const GlanceFacts& facts) {
   HiveGlance glance;
   std::vector<GlancePart>& parts = glance.figures;
@@ -154,6 +154,10 @@ HiveGlance GlanceAt(const GlanceFacts& facts) {
   parts.push_back(RootPart(facts));
   AddCounts(facts, parts);
   parts.push_back(CheckPart(facts.findings));
+  if (facts.evidence) {
+    parts.push_back(
+        {"Evidence mode", "Nothing is written to this machine's registry, or to memory"});
+  }
   const std::string why = StateTextsOf(facts.hive, false).dirty_why;
   if (!why.empty()) {
     glance.notes.push_back(

@@ -57,6 +57,7 @@ struct GlanceFacts {
   const HiveHashes& hashes;
   HashProgress hashing = HashProgress::kUnderWay;
   const HiveFindings& findings;
+  bool evidence = false;  // the window is in evidence mode
 };
 
 // The figures in a row, and after them a row for each thing that is to be said.

@@ -43,8 +43,10 @@ ItemValues WorkspaceRows(const HiveImage& hive, const KeyTree& tree, const HiveS
 }
 
 std::u16string WorkspaceDetail(const GlanceFacts& facts) {
-  const auto& [hive, tree, summary, survey, hashes, hashing, findings] = facts;
-  std::string text = "Root: " + tree.root_text + "\r\n";
+  const HiveImage& hive = facts.hive;
+  const HiveSurvey& survey = facts.survey;
+  const ImageSummary& summary = facts.summary;
+  std::string text = "Root: " + facts.tree.root_text + "\r\n";
   if (const std::string words = RootWords(hive, survey.root); !words.empty()) {
     text += "Root from: " + words + "\r\n";
   }

@@ -23,14 +23,6 @@
 namespace hivequarry {
 namespace {
 
-ValueRow InfoRow(const char* name, const char* text) {
-  ValueRow row;
-  row.name = name;
-  row.data = text;
-  row.icon = static_cast<int>(ValueIcon::kFolder);
-  return row;
-}
-
 // A key's own numbers: value count, parent, class name and subkey count.
 ValueRow CellDetailsRow(const HiveImage& hive, uint32_t position) {
   const KeyNode key = ReadKeyNode(hive, position, KeyRead::kFields);
@@ -247,6 +239,14 @@ void AddTreeFields(const HiveImage& hive, const KeyTree& tree, const KeyItem& it
 }
 
 }  // namespace
+
+ValueRow InfoRow(const char* name, const char* text) {
+  ValueRow row;
+  row.name = name;
+  row.data = text;
+  row.icon = static_cast<int>(ValueIcon::kFolder);
+  return row;
+}
 
 std::string SharedWords(const HiveImage& hive, const KeyTree& tree, uint32_t position) {
   const auto shared = tree.shared_bytes.find(position);

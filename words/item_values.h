@@ -69,6 +69,8 @@ std::string ValueListStatus(const HiveImage& hive, uint32_t key_position);
 // value list (5 values)", "values of a shared list, not shown again". Empty when the list was read.
 std::string MissingListText(const HiveImage& hive, uint32_t key_position, size_t read);
 
+// A row among those of values that is about no value: its name and its text.
+ValueRow InfoRow(const char* name, const char* text);
 // Gathers the rows of `item`; a virtual folder gives its "Info" row. Values that cannot be read at
 // all are left out.
 // Positions alone: texts are made when a row is shown, so that a key of a million values opens at

@@ -185,6 +185,7 @@ TEST_F(CommandsTest, EvidenceModeTakesWhatWritesOutOfTheMenus) {
   SetEvidenceMode(*window_, true);
   EXPECT_FALSE(has(kCommandLoadHive) || has(kCommandUnloadHive) || has(kCommandReplaceHives));
   EXPECT_TRUE(has(kCommandOpen));
+  EXPECT_EQ(window_->band.glance.figures.back().text, "Evidence mode");
   const Texts offered = ContextTexts(CommandPlace::kTreeMenu, true);
   EXPECT_EQ(std::ranges::count(offered, "&Merge Folder into Registry"), 0);
   EXPECT_EQ(std::ranges::count(offered, "&Export Folder"), 1);

@@ -117,7 +117,11 @@ HWND MakeBand(const MainWindow& window, int identifier) {
   return band;
 }
 
-GlanceFacts GlanceNow(const MainWindow& window) { return GlanceOf(*window.viewed); }
+GlanceFacts GlanceNow(const MainWindow& window) {
+  GlanceFacts facts = GlanceOf(*window.viewed);
+  facts.evidence = window.host.evidence;
+  return facts;
+}
 
 GlanceFacts GlanceOf(const WindowHive& hive) {
   return {HiveOfSlot(hive.slot), *hive.tree,         hive.summary, hive.survey, hive.hashing.hashes,

@@ -28,6 +28,7 @@
 #include "ui/lists/list_window.h"
 #include "ui/lists/value_window.h"
 #include "ui/main/address_bar.h"
+#include "ui/main/band.h"
 #include "ui/main/empty_view.h"
 #include "ui/main/expanding.h"
 #include "ui/main/freed.h"
@@ -519,6 +520,7 @@ void SetEvidenceMode(MainWindow& window, bool evidence) {
   window.menus.recent = FindRecentMenu(menu);
   DestroyMenu(before);
   UpdateToolbar(window);
+  if (window.viewed->slot >= 0) RenewBand(window);
 }
 
 void RunCommand(MainWindow& window, uint32_t number) {
