@@ -27,7 +27,6 @@ namespace fs = std::filesystem;
 
 struct FolderReader {
   std::string folder;
-  PairedLogs logs;  // by content
   MachineFolder result;
   MachineOverview overview = BeginOverview();
 };
@@ -69,8 +68,7 @@ void AddHiveRow(FolderReader& reader, const std::string& name, const HiveImage& 
 void ReadHive(FolderReader& reader, const std::string& name) {
   HiveTable& table = TheHiveTable();
   table.start_offset = table.end_offset = 0;
-  table.logs = LogsOfHive(reader.logs, name, LogChoice());
-  if (table.logs.mode != LogMode::kAuto) reader.result.logs_of[name] = table.logs;
+  table.logs = LogsOfHive(reader.result.paired, name, LogChoice());
   const int slot = OpenHive(name);
   if (slot < 0) {
     if (!StopRequested()) AddFailed(reader, name);
@@ -144,7 +142,7 @@ MachineFolder ReadMachineFolder(const std::string& folder) {
              {"File", "Kind", "Root", "User", "State", "Structure", "Keys", "Length"});
   SetListTitle(*result.files, "Hives of a machine");
   SetListSubtitle(*result.files, folder);
-  reader.logs = PairLogs(found.hives, found.logs);
+  result.paired = PairLogs(found.hives, found.logs);
   ReadHives(reader, found.hives);
   for (const std::string& log : found.logs) {
     AddListRow(*result.files,

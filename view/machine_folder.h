@@ -1,12 +1,11 @@
 // The hives of a machine in a folder: what they are, and what they say together. For a worker.
 #pragma once
 
-#include <map>
 #include <string>
 #include <vector>
 
+#include "app/log_pairing.h"
 #include "lists/output_list.h"
-#include "replay/replay_plan.h"
 
 namespace hivequarry {
 
@@ -17,9 +16,8 @@ struct MachineFolder {
   OutputListPtr files;              // a row each hive, then each log
   std::vector<std::string> opened;  // by row of `files`: the hive's file, empty for what opens none
   std::vector<std::string> told;    // by row of `overview`: the file that says so; may be empty
-  // By file: those of hives that were read with logs which their own names do not lead to.
-  std::map<std::string, LogChoice> logs_of;
-  uint32_t hives = 0;  // opened
+  PairedLogs paired;                // with which hives were read: LogsOfHive
+  uint32_t hives = 0;               // opened
   uint32_t logs = 0;
   uint32_t failed = 0;   // hives that could not be opened
   bool stopped = false;  // by the user: the lists are of what was read by then

@@ -95,7 +95,7 @@ TEST_F(WindowTest, SecondHiveGoesToACopy) {
   TheSettings().options.window_for_each = true;
   Open(file.name());
   const std::string title = TextOf(handle_);
-  OpenNamedFile(*window_, other.name(), 0, 0);
+  OpenNamedFile(*window_, {other.name()});
   Pump();
   EXPECT_EQ(surroundings_.launches, std::vector<std::string>{"/C \"" + other.name() + "\""});
   EXPECT_EQ(TextOf(handle_), title);
@@ -115,7 +115,7 @@ TEST_F(WindowTest, ReportListIsNeverAHive) {
   for (const char* name : {"LIST.rpt", "LIST.RPT", "LIST.rPt"}) {
     SCOPED_TRACE(name);
     const TempFile file(report, name);
-    OpenNamedFile(*window_, file.name(), 0, 0);
+    OpenNamedFile(*window_, {file.name()});
     EXPECT_FALSE(window_->load.thread.joinable());
     ASSERT_TRUE(PumpUntil([&] {
       return ListView_GetItemCount(window_->output.list) == 2 && !window_->work.thread.joinable();
@@ -154,7 +154,7 @@ TEST_F(WindowTest, CommandLineOpensARange) {
 
 TEST_F(WindowTest, FileThatCannotBeOpenedLeavesTheWindowEmpty) {
   const std::string name = "C:\\no such folder\\hive";
-  OpenNamedFile(*window_, name, 0, 0);
+  OpenNamedFile(*window_, {name});
   ASSERT_TRUE(PumpUntil([&] { return !window_->load.thread.joinable(); }));
   ASSERT_EQ(surroundings_.boxes.size(), 1U);
   EXPECT_EQ(surroundings_.boxes[0].text,
@@ -163,7 +163,7 @@ TEST_F(WindowTest, FileThatCannotBeOpenedLeavesTheWindowEmpty) {
   EXPECT_TRUE(IsWindowVisible(window_->controls.empty));
   EXPECT_EQ(window_->host.wait_cursors, 0);
   const TempFile text(Bytes(5000, 'x'));
-  OpenNamedFile(*window_, text.name(), 0, 0);
+  OpenNamedFile(*window_, {text.name()});
   ASSERT_TRUE(PumpUntil([&] { return !window_->load.thread.joinable(); }));
   EXPECT_EQ(surroundings_.boxes.back().text,
             "Invalid File format !\r\nThe file is 5000 bytes 0x78 and nothing else.");
@@ -183,7 +183,7 @@ TEST_F(WindowTest, StopAsksAndKeepsWhatWasCollected) {
     surroundings_ = Surroundings();
     surroundings_.answer = answer;
     surroundings_.on_status = [&gate](const char* text) { gate.Pass(text); };
-    OpenNamedFile(*window_, file.name(), 0, 0);
+    OpenNamedFile(*window_, {file.name()});
     ASSERT_TRUE(PumpUntil([&] { return gate.reached.load(); }));
     // Everything but what is always accepted is refused meanwhile, without a word.
     Run(kCommandTechnicalView);
@@ -211,7 +211,7 @@ TEST_F(WindowTest, ClosingEndsALoad) {
   const TempFile file(SmallHive().bytes);
   Gate gate{"Collecting information"};
   surroundings_.on_status = [&gate](const char* text) { gate.Pass(text); };
-  OpenNamedFile(*window_, file.name(), 0, 0);
+  OpenNamedFile(*window_, {file.name()});
   ASSERT_TRUE(PumpUntil([&] { return gate.reached.load(); }));
   Run(kCommandExit);
   EXPECT_EQ(FindMainWindow(handle_), nullptr);

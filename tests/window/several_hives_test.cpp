@@ -70,7 +70,7 @@ TEST_F(SeveralHivesTest, EachIsARootAndTheOneOfTheSelectedItemIsViewed) {
   EXPECT_EQ(TextOf(window_->controls.path), RootText(0) + "\\One\\Inner");
   EXPECT_EQ(window_->shown, &Hive(0));
   // What is open is not opened again.
-  OpenNamedFile(*window_, second_.name(), 0, 0);
+  OpenNamedFile(*window_, {second_.name()});
   Pump();
   EXPECT_EQ(LoadedHives(*window_), 2U);
   EXPECT_TRUE(Shows(second_)) << TextOf(handle_);
@@ -231,8 +231,8 @@ TEST_F(SeveralHivesTest, TheWorkspaceIsSearchedAndToldTogether) {
 TEST_F(SeveralHivesTest, FilesThatAreNamedDuringALoadFollow) {
   Run(kCommandCloseHive);
   Run(kCommandCloseHive);
-  OpenNamedFile(*window_, first_.name(), 0, 0);
-  OpenNamedFile(*window_, second_.name(), 0, 0);
+  OpenNamedFile(*window_, {first_.name()});
+  OpenNamedFile(*window_, {second_.name()});
   ASSERT_TRUE(PumpUntil([&] { return LoadedHives(*window_) == 2 && IsLoaded(); }));
   EXPECT_EQ(Roots(), (Texts{RootText(0), RootText(1), "Workspace"}));
   EXPECT_TRUE(Shows(second_)) << TextOf(handle_);
@@ -242,7 +242,7 @@ TEST_F(SeveralHivesTest, AFileThatIsNamedDuringWorkWaitsForItsEnd) {
   const TempFile third{one_.bytes, "THIRD"};
   Run(kCommandListKeys);
   ASSERT_TRUE(window_->work.thread.joinable());
-  OpenNamedFile(*window_, third.name(), 0, 0, one_.PositionOf("One\\Inner"));
+  OpenNamedFile(*window_, {third.name(), 0, 0, one_.PositionOf("One\\Inner")});
   EXPECT_EQ(LoadedHives(*window_), 2U);
   ASSERT_TRUE(PumpUntil([&] { return LoadedHives(*window_) == 3 && IsLoaded(); }));
   WaitForRows();
@@ -254,7 +254,7 @@ TEST_F(SeveralHivesTest, AFileThatIsNamedDuringWorkWaitsForItsEnd) {
 }
 
 TEST_F(SeveralHivesTest, OneThatCanNotBeOpenedTakesNothingAway) {
-  OpenNamedFile(*window_, first_.folder() + "\\NOTHING", 0, 0);
+  OpenNamedFile(*window_, {first_.folder() + "\\NOTHING"});
   ASSERT_TRUE(PumpUntil([&] { return !window_->load.thread.joinable(); }));
   EXPECT_EQ(Roots(), (Texts{RootText(0), RootText(1), "Workspace"}));
   EXPECT_TRUE(Shows(second_)) << TextOf(handle_);

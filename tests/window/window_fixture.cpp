@@ -112,7 +112,7 @@ bool WindowTest::IsLoaded() const {
 
 void WindowTest::Open(const std::string& file) {
   const size_t before = LoadedHives(*window_);
-  OpenNamedFile(*window_, file, 0, 0);
+  OpenNamedFile(*window_, {file});
   ASSERT_TRUE(PumpUntil([&] { return LoadedHives(*window_) > before && IsLoaded(); }))
       << "not loaded: " << file;
   WaitForRows();

@@ -75,8 +75,8 @@ void Carve(CarveJob& job) {
 }
 
 // What a window can open: a file that was written, or one stretch whose positions have 32 bits.
-RowFile FileOfRow(const CarvedFile& carved, const Carved& each) {
-  if (!each.file.empty()) return {each.file, 0, 0};
+NamedFile FileOfRow(const CarvedFile& carved, const Carved& each) {
+  if (!each.file.empty()) return {each.file};
   const FileRange& part = each.parts.front();
   const bool whole = each.kind == CarvedKind::kHive || each.kind == CarvedKind::kCutHive ||
                      each.kind == CarvedKind::kFragment || each.kind == CarvedKind::kPart;
@@ -129,9 +129,9 @@ std::string MachineWords(const MachineFolder& machine) {
   return words;
 }
 
-RowFile FileOfMachine(const MachineFolder& machine, const std::string& name, uint32_t key) {
-  const auto logs = machine.logs_of.find(name);
-  return {name, 0, 0, key, logs == machine.logs_of.end() ? LogChoice() : logs->second};
+// Read with the logs that it was read with for the lists.
+NamedFile FileOfMachine(const MachineFolder& machine, const std::string& name, uint32_t key) {
+  return {name, 0, 0, key, LogsOfHive(machine.paired, name, LogChoice())};
 }
 
 // The rows' positions are those of their own hives.

@@ -49,7 +49,7 @@ constexpr const char* kCloseQuestion =
 
 }  // namespace
 
-void OnOpenFile(MainWindow& window) { OpenNamedFile(window, AskHiveFile(window), 0, 0); }
+void OnOpenFile(MainWindow& window) { OpenNamedFile(window, {AskHiveFile(window)}); }
 
 void OnOpenInWindow(MainWindow& window) {
   const std::string file = AskHiveFile(window);
@@ -75,7 +75,7 @@ void OnAbout(MainWindow& window) { ShowAboutDialog(window.instance, window.handl
 
 void OpenRecentHive(MainWindow& window, size_t index) {
   const std::string file = TheSettings().histories.recent_files[index];
-  OpenNamedFile(window, file, 0, 0);
+  OpenNamedFile(window, {file});
 }
 
 void OnToggleView(MainWindow& window) {

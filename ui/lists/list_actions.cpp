@@ -73,7 +73,7 @@ uint32_t LengthOfFile(const std::string& name) {
   return error ? 0 : static_cast<uint32_t>(std::min<uintmax_t>(size, UINT32_MAX));
 }
 
-bool OpenFileOfRow(const ListPlace& place, const RowFile& file) {
+bool OpenFileOfRow(const ListPlace& place, const NamedFile& file) {
   if (file.name.empty()) {
     if (ListKindOf(*place.model) == kListCarved) {
       ShowPassingStatus(place, "Not one stretch below 4 GiB: carve it as a file first.");
@@ -84,7 +84,7 @@ bool OpenFileOfRow(const ListPlace& place, const RowFile& file) {
   const bool whole = file.end == 0;
   const bool here = LoadedHives(window) == 0 || !TheSettings().options.window_for_each;
   if (here || (whole && file.key == kNoOffset)) {
-    OpenNamedFile(window, {file.name, file.start, file.end, file.key, file.logs});
+    OpenNamedFile(window, file);
     return true;
   }
   // The hives shown stay; a copy of the program is told the range.

@@ -13,8 +13,8 @@
 #include "lists/list_writers.h"
 #include "lists/output_list.h"
 #include "lists/rows_shown.h"
-#include "replay/replay_plan.h"
 #include "ui/draw/win.h"
+#include "ui/frame/named_file.h"
 #include "ui/lists/list_filtering.h"
 #include "ui/lists/list_selection.h"
 #include "ui/main/window_hive.h"
@@ -23,15 +23,6 @@ namespace hivequarry {
 
 struct MainWindow;
 struct ActivityPane;
-
-// A file that a row is about, or a part of one.
-struct RowFile {
-  std::string name;    // UTF-8; empty: nothing that can be opened
-  uint32_t start = 0;  // of the part; 0 and 0 for all of it
-  uint32_t end = 0;
-  uint32_t key = kNoOffset;  // of the part: a key to go to
-  LogChoice logs = {};
-};
 
 // Of a list of several hives: where the rows of one begin in the model.
 struct RowsOfHive {
@@ -67,9 +58,9 @@ struct ListPlace {
   bool find_adds = false;      // what is found joins the selection
   std::vector<uint32_t> keys;  // by the model's row: position of the key that it belongs to, where
                                // its own is no key's; may be empty
-  std::vector<RowFile> files;  // by the model's row: what it opens, where rows are about files; may
-                               // be empty
-  std::function<void()> again;       // makes the rows anew; null where that can't be
+  std::vector<NamedFile> files;  // by the model's row: what it opens, where rows are about files;
+                                 // may be empty
+  std::function<void()> again;   // makes the rows anew; null where that can't be
   ActivityPane* activity = nullptr;  // the picture over the rows; none in the pane
   bool activity_turned = false;      // it was shown or hidden by the user
   bool filling = false;              // a worker adds rows to the model

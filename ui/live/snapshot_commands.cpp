@@ -199,7 +199,7 @@ void OnOpenSnapshot(MainWindow& window) {
   FileRequest request;
   request.title = L"Open Registry Snapshot";
   request.filter = kSnapshotFiles;
-  OpenNamedFile(window, ChooseListFile(window.output, false, kFolderHives, request), 0, 0);
+  OpenNamedFile(window, {ChooseListFile(window.output, false, kFolderHives, request)});
 }
 
 }  // namespace hivequarry

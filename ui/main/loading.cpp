@@ -145,26 +145,19 @@ WindowHive& TakeLoaded(MainWindow& window) {
 
 }  // namespace
 
-void OpenNamedFile(MainWindow& window, const NamedFile& named) {
-  const std::string& file = named.file;
-  if (file.empty()) return;
-  if (IsReportName(file)) {
-    window.report_named = file;
+void OpenNamedFile(MainWindow& window, const NamedFile& file) {
+  if (file.name.empty()) return;
+  if (IsReportName(file.name)) {
+    window.report_named = file.name;
     PostMessageW(window.handle, WM_COMMAND, MAKEWPARAM(kCommandLoadReport, kReportNamed), 0);
     return;
   }
   const bool busy = window.load.thread.joinable() || window.work.thread.joinable();
   const bool apart = TheSettings().options.window_for_each && (busy || LoadedHives(window) != 0);
-  if (apart) return OpenInNewCopy(file);
-  if (busy) return window.load.waiting.push_back(named);
-  if (named.end == 0 && named.key_position == kNoOffset && GoToOpenHive(window, file)) return;
-  StartLoad(window, {file, named.start, named.end, {}, {}}, kAnyHive,
-            {named.logs, {}, named.key_position});
-}
-
-void OpenNamedFile(MainWindow& window, const std::string& file, uint32_t start, uint32_t end,
-                   uint32_t key_position) {
-  OpenNamedFile(window, NamedFile{file, start, end, key_position});
+  if (apart) return OpenInNewCopy(file.name);
+  if (busy) return window.load.waiting.push_back(file);
+  if (file.end == 0 && file.key == kNoOffset && GoToOpenHive(window, file.name)) return;
+  StartLoad(window, {file.name, file.start, file.end, {}, {}}, kAnyHive, {file.logs, {}, file.key});
 }
 
 void OpenWaiting(MainWindow& window) {

@@ -12,6 +12,7 @@
 #include "recovery/image_tree.h"
 #include "replay/replay_plan.h"
 #include "ui/draw/win.h"
+#include "ui/frame/named_file.h"
 #include "ui/main/window_hive.h"
 #include "view/hive_status.h"
 
@@ -24,15 +25,6 @@ inline constexpr UINT kLoadDone = WM_APP + 3;
 // In the high word of a posted WM_COMMAND for "Load Report List": MainWindow::report_named says
 // which.
 inline constexpr WORD kReportNamed = 2;
-
-// What OpenNamedFile was asked for.
-struct NamedFile {
-  std::string file;
-  uint32_t start = 0;
-  uint32_t end = 0;
-  uint32_t key_position = kNoOffset;
-  LogChoice logs = {};
-};
 
 // A load under way, or its result. The worker writes what is from `slot` on, the interface thread
 // the rest before it starts.
@@ -52,12 +44,8 @@ struct LoadJob {
 // Opens a file as a command line, the open dialog or a drop names it: a Report List in the Output
 // List pane, a hive here, beside those that are open; one that is open already is gone to. While
 // an operation is under way it waits for its end. Where the user wants a window for each, the
-// second one is opened by a new copy of the program. `start` and `end` are the partial range, 0 and
-// 0 for none; a key position is gone to after the load. A new copy of the program looks for logs by
-// itself.
-void OpenNamedFile(MainWindow& window, const NamedFile& named);
-void OpenNamedFile(MainWindow& window, const std::string& file, uint32_t start, uint32_t end,
-                   uint32_t key_position = kNoOffset);
+// second one is opened by a new copy of the program.
+void OpenNamedFile(MainWindow& window, const NamedFile& file);
 // When an operation has ended: opens the next of the files that wait.
 void OpenWaiting(MainWindow& window);
 // Loads the file of the hive shown once more, with these logs. The selected key stays selected, or

@@ -166,7 +166,7 @@ void OnDrop(MainWindow& window, HDROP drop) {
   for (UINT i = 0; i < count; ++i) {
     std::wstring name(DragQueryFileW(drop, i, nullptr, 0) + 1, L'\0');
     DragQueryFileW(drop, i, name.data(), static_cast<UINT>(name.size()));
-    OpenNamedFile(window, Utf8Name(name.c_str()), 0, 0);
+    OpenNamedFile(window, {Utf8Name(name.c_str())});
   }
   DragFinish(drop);
 }

@@ -65,8 +65,8 @@ void OpenFromCommandLine(MainWindow& window, const CommandLine& line) {
   if (line.evidence) SetEvidenceMode(window, true);
   if (line.file.empty()) return;
   const bool ranged = line.has_range;
-  OpenNamedFile(window, line.file, ranged ? line.start_offset : 0, ranged ? line.end_offset : 0,
-                line.key_position);
+  OpenNamedFile(window, {line.file, ranged ? line.start_offset : 0, ranged ? line.end_offset : 0,
+                         line.key_position});
 }
 
 int RunMessageLoop(HWND handle) {
