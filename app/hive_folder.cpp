@@ -19,14 +19,9 @@ namespace {
 
 namespace fs = std::filesystem;
 
-std::string TextOfPath(const fs::path& path) {
-  const std::u8string text = path.u8string();
-  return {text.begin(), text.end()};
-}
-
 // Puts the file where its content says that it belongs.
 void AddFile(const fs::path& path, HivesOfFolder& found) {
-  std::string name = TextOfPath(path);
+  std::string name = NameOfPath(path);
   int error = 0;
   const FileStream stream(OpenFile(name, "rb", error));
   std::vector<uint8_t> start(kBaseBlockSize + kBinHeaderSize);
@@ -50,14 +45,14 @@ void AddFile(const fs::path& path, HivesOfFolder& found) {
 // Looks at the files of one folder; the folders in it are added to those that wait.
 void LookIn(const fs::path& folder, std::vector<fs::path>& waiting, HivesOfFolder& found) {
   std::error_code error;
-  for (fs::directory_iterator at(folder, error);
+  for (fs::directory_iterator at(FilePath(NameOfPath(folder)), error);
        !error && at != fs::directory_iterator() && !StopRequested(); at.increment(error)) {
     std::error_code ignored;
     const fs::file_type type = at->symlink_status(ignored).type();
     if (type == fs::file_type::directory) waiting.push_back(at->path());
     if (type == fs::file_type::regular) AddFile(at->path(), found);
   }
-  if (error) found.unread.push_back({TextOfPath(folder), error.value()});
+  if (error) found.unread.push_back({NameOfPath(folder), error.value()});
 }
 
 }  // namespace

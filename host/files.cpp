@@ -14,11 +14,16 @@
 namespace hivequarry {
 namespace {
 
+#ifdef _WIN32
+std::filesystem::path PathOfUnits(std::u16string_view units) {
+  return std::filesystem::path(std::wstring(units.begin(), units.end()));
+}
+#endif
+
 // As it is, also where calls of the system refuse it for its length.
 std::filesystem::path PlainPath(const std::string& name) {
 #ifdef _WIN32
-  const std::u16string wide = WideOfText(name);
-  return std::filesystem::path(std::wstring(wide.begin(), wide.end()));
+  return PathOfUnits(WideOfText(name));
 #else
   return std::filesystem::path(name);
 #endif
@@ -28,10 +33,25 @@ std::filesystem::path PlainPath(const std::string& name) {
 
 std::filesystem::path FilePath(const std::string& name) {
 #ifdef _WIN32
-  const std::u16string wide = UnlimitedName(WideOfText(name));
-  return std::filesystem::path(std::wstring(wide.begin(), wide.end()));
+  return PathOfUnits(UnlimitedName(WideOfText(name)));
 #else
   return PlainPath(name);
+#endif
+}
+
+std::string LimitedName(std::string name) {
+  constexpr std::string_view kPrefix = "\\\\?\\";
+  constexpr std::string_view kServer = "\\\\?\\UNC\\";
+  if (name.starts_with(kServer)) return name.replace(0, kServer.size(), "\\\\");
+  return name.starts_with(kPrefix) ? name.substr(kPrefix.size()) : name;
+}
+
+std::string NameOfPath(const std::filesystem::path& path) {
+  const std::u8string text = path.u8string();
+#ifdef _WIN32
+  return LimitedName({text.begin(), text.end()});
+#else
+  return {text.begin(), text.end()};
 #endif
 }
 

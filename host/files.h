@@ -16,6 +16,10 @@ std::filesystem::path FilePath(const std::string& name);
 // A whole name that is too long for calls of the system without the prefix that lifts the limit,
 // with it; any other name as it is. UTF-16 units; means something on Windows alone.
 std::u16string UnlimitedName(const std::u16string& name);
+// The other way round: without the prefix, as names are shown and compared. UTF-8.
+std::string LimitedName(std::string name);
+// The UTF-8 name of what was found at or below a FilePath.
+std::string NameOfPath(const std::filesystem::path& path);
 // Of a file that was found in a folder, its name without that of the folder, with "/" between
 // parts.
 std::string NameWithin(const std::string& folder, const std::string& name);

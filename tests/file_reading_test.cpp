@@ -30,6 +30,9 @@ TEST(FileNames, LongOnesGetThePrefixThatLiftsTheLimit) {
       {folder, folder},
   };
   for (const auto& c : cases) EXPECT_TRUE(UnlimitedName(c.name) == c.unlimited);
+  EXPECT_EQ(LimitedName("\\\\?\\C:\\case\\SAM"), "C:\\case\\SAM");
+  EXPECT_EQ(LimitedName("\\\\?\\UNC\\server\\case"), "\\\\server\\case");
+  EXPECT_EQ(LimitedName("\\\\server\\case"), "\\\\server\\case");
 }
 
 TEST(FileNames, FilesOfAFolderAreNamedWithinIt) {
