@@ -17,7 +17,6 @@ namespace {
 
 // The longest value of the file, in bytes.
 constexpr size_t kMaxText = 519;
-constexpr size_t kMostBytes = 3;  // of UTF-8 for a character of UTF-16
 
 // A list of texts: keys of the prefix and a number from 0.
 struct HistoryRow {
@@ -154,7 +153,7 @@ void ReadHistory(const ProfileLookup& lookup, const HistoryRow& row, Histories& 
   History read;
   for (size_t i = 0; i < kHistoryLength; ++i) {
     const std::string key = NumberedKey(row.prefix, i);
-    const std::string stored = lookup(row.section, key.c_str(), "", kMostBytes * row.limit);
+    const std::string stored = lookup(row.section, key.c_str(), "", kMostUtf8 * row.limit);
     std::string text(FirstUnits(TextOfEither(stored), row.limit));
     if (text.empty() || std::ranges::find(read, text) != read.end()) continue;
     read.push_back(std::move(text));

@@ -91,6 +91,7 @@ std::string StrictUtf8(std::string_view text);
 size_t CountUnits(std::string_view text);
 // The longest beginning of at most `units` units; no character is cut in two.
 std::string_view FirstUnits(std::string_view text, size_t units);
+inline constexpr size_t kMostUtf8 = 3;  // bytes that a unit takes at most
 
 // --- the code page in force ----------------------------------------------------------------------
 

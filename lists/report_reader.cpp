@@ -40,7 +40,6 @@ struct KeptOfRow {
 constexpr KeptOfRow kKeptOfResults = {519, 12};
 constexpr KeptOfRow kKeptOfOwn = {0x10000, kMaxOwnColumns};
 constexpr std::string_view kCut = "...";
-constexpr size_t kMostBytes = 3;  // of UTF-8 for a character of UTF-16
 
 KeptOfRow KeptOf(const OutputList& list) {
   return IsOwnKind(ListKindOf(list)) ? kKeptOfOwn : kKeptOfResults;
@@ -56,7 +55,7 @@ int NumberAt(std::string_view text) {
 
 // `limit`: characters.
 std::string HeadValue(std::string_view text, const char* key, const char* missing, size_t limit) {
-  const std::string value = ProfileValue(text, kReportSection, key, missing, kMostBytes * limit);
+  const std::string value = ProfileValue(text, kReportSection, key, missing, kMostUtf8 * limit);
   return std::string(FirstUnits(value, limit));
 }
 
@@ -279,7 +278,7 @@ ReportRead ReadReportHead(const std::string& file, ReportHead& head) {
 ReportRead ReadReportRows(const ByteSource& source, OutputList& list) {
   const KeptOfRow kept = KeptOf(list);
   // The line's number, and a character more, to tell that the text goes on.
-  Lines lines{source, 2 + kMostBytes * (kept.text + 1)};
+  Lines lines{source, 2 + kMostUtf8 * (kept.text + 1)};
   if (!FindMarker(lines)) return ReportRead::kNoReport;
   PendingRow pending{kept, {}};
   pending.utf8 = lines.utf8;
