@@ -69,8 +69,11 @@ void GiveEntries(const std::vector<SubkeyEntry>& entries, KeyRow& key, ScanTable
   key.entry_count = static_cast<uint32_t>(entries.size());
   key.repairs |= kRepairSubkeyList;
   for (const SubkeyEntry& entry : entries) {
-    tables.child_entries.push_back({entry.key, entry.position, RowAt(tables, entry.key) & kNoRow,
-                                    entry.kind == ListKind::kLf});
+    ChildEntry& given = tables.child_entries.emplace_back();
+    given.key = entry.key;
+    given.position = entry.position;
+    given.hinted = entry.kind == ListKind::kLf;
+    SetRow(given, RowAt(tables, entry.key));
   }
 }
 

@@ -90,7 +90,7 @@ void IndexEntries(Repair& repair) {
       const uint32_t index = key.first_entry + i;
       repair.owner_of_entry[index] = row;
       const uint32_t child = RowAt(tables, tables.child_entries[index].key);
-      tables.child_entries[index].row = child & kNoRow;
+      SetRow(tables.child_entries[index], child);
       if (child == kNoRow || child == row) continue;
       const bool agrees = tables.keys[child].parent == key.position;
       if (agrees || repair.entry_of_row[child] == kNoRow) repair.entry_of_row[child] = index;

@@ -405,6 +405,10 @@ uint64_t WalkHalves(Walk& walk, uint64_t p, uint32_t split) {
   return length;
 }
 
+void FindEntryRows(ScanTables& tables) {
+  for (ChildEntry& entry : tables.child_entries) SetRow(entry, RowAt(tables, entry.key));
+}
+
 bool IsOffsetLike(const HiveImage& hive, uint32_t field) {
   const uint32_t offset = ReadU32(hive, field);
   return offset == kNoOffset || (offset % 8 == 0 && offset < hive.length);
@@ -459,15 +463,13 @@ void IndexKeys(const HiveImage& hive, ScanTables& tables) {
   ResetIndex(tables.key_index, hive.length);
   for (const KeyRow& key : tables.keys) InsertPosition(tables.key_index, key.position);
   SealIndex(tables.key_index);
-  for (ChildEntry& entry : tables.child_entries) entry.row = RowAt(tables, entry.key) & kNoRow;
+  FindEntryRows(tables);
 }
 
 void FinishScan(ScanTables& tables) {
   SealIndex(tables.key_index);
   tables.sealed = true;
-  for (ChildEntry& entry : tables.child_entries) {
-    entry.row = RowAt(tables, entry.key) & kNoRow;
-  }
+  FindEntryRows(tables);
 }
 
 }  // namespace hivequarry

@@ -129,6 +129,8 @@ inline uint32_t RowAt(const ScanTables& tables, uint32_t position) {
   return added == tables.added_rows.end() ? kNoRow : added->second;
 }
 
+inline void SetRow(ChildEntry& entry, uint32_t row) { entry.row = row & kNoRow; }
+
 // The row's note, a new one where it has none: valid until another row gets one.
 inline KeyNote& NoteOn(ScanTables& tables, KeyRow& key) {
   KeyNote& note = tables.key_notes[key.position];
