@@ -80,12 +80,12 @@ struct Worth {
 // What was counted of a page, by kind and 8 bytes: 0 where nothing was asked, else one more than
 // the best agreement. A cell that a hundred keys name, as most do the same security record, is one
 // thing that is there or not.
-using Counted = std::array<std::array<uint8_t, kPageSize / 8>, kCellKinds>;
+using BestByCell = std::array<std::array<uint8_t, kPageSize / 8>, kCellKinds>;
 
 Worth WorthAt(const PageWork& work, uint32_t content, uint32_t place) {
   constexpr uint32_t kFirstLook = 12;  // when none of these holds, the rest won't either
   Worth worth;
-  Counted counted{};
+  BestByCell counted{};
   const Bytes page = work.BytesOf(content);
   for (const Reference& reference : work.Into(place)) {
     const uint32_t source = work.PageOf(reference.source);

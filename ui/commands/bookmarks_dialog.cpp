@@ -306,7 +306,7 @@ void FitKeyColumn(const BookmarkDialog& state) {
 
 // FALSE, since the focus is set to the list here.
 INT_PTR OnStart(BookmarkDialog& state) {
-  state.layout = ReadDialogLayout(state.dialog, kAnchors);
+  state.layout = MakeResizable(state.dialog, kAnchors);
   state.list = GetDlgItem(state.dialog, kBookmarkList);
   AddColumns(state);
   for (int filter = 0; filter <= kBookmarkUsers - kBookmarkAll; ++filter) {

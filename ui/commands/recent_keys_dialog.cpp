@@ -60,7 +60,7 @@ void FitExtent(const RecentDialog& state) {
 }
 
 INT_PTR OnStart(RecentDialog& state) {
-  state.layout = ReadDialogLayout(state.dialog, kAnchors);
+  state.layout = MakeResizable(state.dialog, kAnchors);
   for (const std::string& key : state.keys) {
     ListBox_AddString(ListOf(state), WideName(ShownKeyPath(key)).c_str());
   }

@@ -32,7 +32,7 @@ constexpr DialogAnchor kAnchors[] = {
 
 // From here on RenewHiveStateDialog finds the dialog.
 INT_PTR OnStart(StateDialog& state) {
-  state.layout = ReadDialogLayout(state.dialog, kAnchors);
+  state.layout = MakeResizable(state.dialog, kAnchors);
   SetDlgItemTextW(state.dialog, kHiveStateText, state.text.c_str());
   TheOpenDialog().state = &state;
   SetFocus(GetDlgItem(state.dialog, IDCANCEL));

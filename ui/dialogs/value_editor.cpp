@@ -380,7 +380,7 @@ void FillTypes(const Editor& editor) {
 }
 
 INT_PTR OnStart(Editor& editor) {
-  editor.layout = ReadDialogLayout(editor.dialog, kAnchors);
+  editor.layout = MakeResizable(editor.dialog, kAnchors);
   SetDlgItemTextW(editor.dialog, kEditKey, WindowText(editor.edit.key).c_str());
   SetDlgItemTextW(editor.dialog, kEditName, WindowText(editor.edit.name).c_str());
   FillTypes(editor);

@@ -58,7 +58,7 @@ void BoundDialog(HWND dialog, const DialogLayout& layout, MINMAXINFO& bounds) {
 
 }  // namespace
 
-DialogLayout ReadDialogLayout(HWND dialog, std::span<const DialogAnchor> anchors) {
+DialogLayout MakeResizable(HWND dialog, std::span<const DialogAnchor> anchors) {
   // One with a frame for sizing has a picture in its title.
   const HWND owner = GetWindow(dialog, GW_OWNER);
   const auto icon = static_cast<LPARAM>(GetClassLongPtrW(owner, GCLP_HICONSM));

@@ -30,8 +30,9 @@ struct DialogLayout {
   SIZE units{};   // of the font, as dialogs measure it
 };
 
-// For WM_INITDIALOG, before anything is moved. The dialog keeps the record for RouteLayout.
-DialogLayout ReadDialogLayout(HWND dialog, std::span<const DialogAnchor> anchors);
+// For WM_INITDIALOG, before anything is moved. The dialog keeps the record for RouteLayout. It gets
+// its owner's icon, for which windows that can be sized have room in their title.
+DialogLayout MakeResizable(HWND dialog, std::span<const DialogAnchor> anchors);
 
 // Posted to itself by a dialog that goes over to another resolution, when its controls have the
 // fonts of that; places and smallest size follow the font.
