@@ -29,7 +29,8 @@ void AddFile(const fs::path& path, HivesOfFolder& found) {
   if (stream != nullptr) {
     start.resize(ReadFileBytes(stream.get(), 0, start.data(), start.size(), &unread));
   }
-  if (stream == nullptr || unread.count == start.size()) {
+  const bool unreadable = unread.count != 0 && unread.count == start.size();
+  if (stream == nullptr || unreadable) {
     found.unread.push_back({std::move(name), stream == nullptr ? error : unread.error});
     return;
   }
