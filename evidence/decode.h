@@ -18,6 +18,7 @@ void DecodeShimCache(EvidenceRun& run, Places places);
 void DecodeActivity(EvidenceRun& run, Places places);
 void DecodeAmCache(EvidenceRun& run, Places places);
 void DecodeMuiCache(EvidenceRun& run, Places places);
+void DecodeAppSettings(EvidenceRun& run, Places places);
 void DecodeShellBags(EvidenceRun& run, Places places);
 void DecodeDialogFiles(EvidenceRun& run, Places places);
 void DecodeRecentDocs(EvidenceRun& run, Places places);
@@ -42,6 +43,7 @@ void DecodeLooseUserAssist(EvidenceRun& run, std::span<const EvidenceValue> valu
 void DecodeLooseShimCache(EvidenceRun& run, std::span<const EvidenceValue> values);
 void DecodeLooseActivity(EvidenceRun& run, std::span<const EvidenceValue> values);
 void DecodeLooseMuiCache(EvidenceRun& run, std::span<const EvidenceValue> values);
+void DecodeLooseAppSettings(EvidenceRun& run, std::span<const EvidenceValue> values);
 void DecodeLooseShellBags(EvidenceRun& run, std::span<const EvidenceValue> values);
 
 }  // namespace hivequarry

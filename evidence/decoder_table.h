@@ -42,6 +42,8 @@ inline constexpr DecoderInfo kDecoders[] = {
      DecoderGroup::kPrograms, kListAmCache},
     {"mui-cache", "Names that programs were shown by", "MUICac&he", DecoderGroup::kPrograms,
      kListMuiCache},
+    {"app-settings", "Settings of app packages, each with the time of its last change",
+     "A&pp settings", DecoderGroup::kPrograms, kListAppSettings},
     {"shell-bags", "Folders that the shell has shown, with whole paths", "&Shell bags",
      DecoderGroup::kFolders, kListShellBags},
     {"dialog-files", "Files and folders of open and save dialogs, with the programs", "&Dialogs",

@@ -45,6 +45,7 @@ constexpr PlacePattern kMuiCache[] = {
     "Software\\Classes\\Local Settings\\Software\\Microsoft\\Windows\\Shell\\!MuiCache",
     "Local Settings\\!MuiCache\\*\\*",
     "Software\\Classes\\Local Settings\\!MuiCache\\*\\*"};
+constexpr PlacePattern kAppSettings[] = {"!LocalState", "!RoamingState", "!TemporaryState"};
 constexpr PlacePattern kShellBags[] = {
     "Software\\Microsoft\\Windows\\Shell\\!BagMRU",
     "Software\\Microsoft\\Windows\\ShellNoRoam\\!BagMRU",
@@ -110,6 +111,7 @@ constexpr DecoderWork kWork[] = {
     {kActivity, DecodeActivity, DecodeLooseActivity},
     {kAmCache, DecodeAmCache},
     {kMuiCache, DecodeMuiCache, DecodeLooseMuiCache},
+    {kAppSettings, DecodeAppSettings, DecodeLooseAppSettings},
     {kShellBags, DecodeShellBags, DecodeLooseShellBags},
     {kDialogFiles, DecodeDialogFiles},
     {kRecentDocs, DecodeRecentDocs},

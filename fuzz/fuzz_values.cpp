@@ -12,6 +12,7 @@
 #include "hive/values.h"
 #include "host/text.h"
 #include "records/cell.h"
+#include "words/property_values.h"
 #include "words/value_text.h"
 
 namespace {
@@ -33,6 +34,7 @@ void ShowData(uint32_t type, std::span<const uint8_t> data) {
   // Eight bytes make a line of an offset, three characters and one more each, and a line end.
   Require(CountUnits(HexDump(data)) <= (data.size() / 8 + 1) * 48);
   TypeName(type);
+  ReadPropertyValue(type, data);
 }
 
 void ReadCell(const HiveImage& hive, uint32_t position) {

@@ -44,6 +44,9 @@ constexpr auto kAmCache =
               Text("Program Id", 6, 1), Text("Entry", 6, 1)});
 constexpr auto kMuiCache = Evidence({Text("Program", 10, 5), Text("Kind", 3), Text("Text", 8, 6)});
 
+constexpr auto kAppSettings =
+    Evidence({Text("Setting Type", 4), Text("Setting", 12, 6), Date("Written")});
+
 constexpr KindColumn kOrder = Number("Order", 2);
 constexpr KindColumn kLastUsed = Date("Last Used");
 constexpr KindColumn kModified = Date("Modified");

@@ -1,4 +1,5 @@
-// Numbers of the kinds of decoded evidence (list_kinds.h); 120 to 159 are for these.
+// Numbers of the kinds of decoded evidence (list_kinds.h); 120 to 140 and 143 to 146
+// are for these.
 #pragma once
 
 namespace hivequarry {
@@ -25,6 +26,7 @@ inline constexpr int kListSystemFacts = 137;
 inline constexpr int kListProfiles = 138;
 inline constexpr int kListTasks = 139;
 inline constexpr int kListPolicies = 140;
+inline constexpr int kListAppSettings = 143;
 
 // Columns at the end of each of them: note, state, and where the row is from.
 inline constexpr int kEvidenceColumns = 7;

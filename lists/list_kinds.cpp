@@ -341,6 +341,7 @@ constexpr ListKindInfo kKinds[] = {
     OfEvidence(kListActivity, decoder_kinds::kActivity, "Activity moderators"),
     OfEvidence(kListAmCache, decoder_kinds::kAmCache, "AmCache"),
     OfEvidence(kListMuiCache, decoder_kinds::kMuiCache, "MUICache"),
+    OfEvidence(kListAppSettings, decoder_kinds::kAppSettings, "App settings"),
     OfEvidence(kListShellBags, decoder_kinds::kShellBags, "Shell bags"),
     OfEvidence(kListDialogFiles, decoder_kinds::kDialogFiles, "Files of dialogs"),
     OfEvidence(kListRecentDocs, decoder_kinds::kRecentDocs, "Recent documents"),

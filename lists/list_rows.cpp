@@ -6,6 +6,7 @@
 #include "hive/offset_map.h"
 #include "host/host.h"
 #include "host/number_text.h"
+#include "words/property_values.h"
 #include "words/value_text.h"
 
 namespace hivequarry {
@@ -26,6 +27,14 @@ void AddDataLines(OutputList& list, std::string_view text, uint32_t datum) {
     AddListRow(list, {field, text.substr(0, end)}, datum);
     text.remove_prefix(std::min(end + 2, text.size()));
   }
+}
+
+void AddMeaningLines(OutputList& list, uint32_t type, std::span<const uint8_t> data,
+                     uint32_t datum) {
+  const PropertyValue value = ReadPropertyValue(type, data);
+  if (value.kind.empty()) return;
+  AddListRow(list, {"Meaning", PropertyWords(value)}, datum);
+  if (!value.text.empty()) AddListRow(list, {"Meaning", value.text}, datum);
 }
 
 std::string BytesText(std::span<const uint8_t> bytes) {

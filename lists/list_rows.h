@@ -29,6 +29,9 @@ void AddListRow(OutputList& list, std::initializer_list<Cell> cells, uint32_t da
 // A data view as rows: "Header" for the first line of a text with "\r\n" line ends, "Data" for each
 // one after it.
 void AddDataLines(OutputList& list, std::string_view text, uint32_t datum);
+// "Meaning" rows of data whose type is a device property's or an app setting's; else none.
+void AddMeaningLines(OutputList& list, uint32_t type, std::span<const uint8_t> data,
+                     uint32_t datum);
 
 // Bytes as a row's facts hold them: hexadecimal, without anything between them.
 std::string BytesText(std::span<const uint8_t> bytes);

@@ -121,6 +121,7 @@ void AddValueLines(const HiveImage& hive, const FreedContent& content, OutputLis
     return add("Data", ValueDataText(value, {}));
   }
   AddDataLines(list, detail.text, value.position);
+  AddMeaningLines(list, content.type, content.data, value.position);
 }
 
 }  // namespace

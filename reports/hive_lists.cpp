@@ -128,6 +128,9 @@ void AddValueDetail(const HiveImage& hive, const KeyTree& tree, const ValueKey& 
     return;
   }
   AddDataLines(list, detail.text, value.position);
+  std::vector<uint8_t> data;
+  const ValueKey read = ReadValueKey(hive, value.position, ValueRead::kData, kMaxValueData, &data);
+  AddMeaningLines(list, read.type, data, value.position);
 }
 
 // "key at 0x00001020, 88 bytes: HKLM\SOFTWARE", with the path of a key that the tree has.

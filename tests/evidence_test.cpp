@@ -472,6 +472,21 @@ TEST(Evidence, DocumentsAndTypedTextsInTheirOrder) {
                    "address|http://one|1|", "address|http://two|2|" + time}));
 }
 
+TEST(Evidence, AppSettingsHaveTheirOwnTimes) {
+  HiveBuilder builder;
+  const Bytes time = Times(kTime);
+  KeyRef local = builder.Key("LocalState");
+  local.Value("zoom", 0x5F5E105, Joined({Numbers({125}), time})).Sz("plain", "of the registry");
+  local.Key("Deep\\Deeper").Value("user", 0x5F5E10C, Joined({Wide("bob"), time}));
+  builder.Key("RoamingState").Value("cut", 0x5F5E10C, {1, 2});
+  builder.Key("Other").Value("elsewhere", 0x5F5E10B, Joined({Bytes{1}, time}));
+  const std::string text = kTimeText;
+  EXPECT_EQ(Cells(Decoded(builder, "app-settings"),
+                  {"Value", "Setting Type", "Setting", "Written", "Note"}),
+            (Texts{"zoom|uint32|125|" + text + "|", "user|text|bob|" + text + "|",
+                   "cut|text|||the data end before their time"}));
+}
+
 // --- devices, networks, accounts ----------------------------------------------------------------
 
 TEST(Evidence, UsbDevicesHaveTimesOfBothFormsAndTheirVolumes) {

@@ -90,6 +90,7 @@ TEST(ValueMeaning, ValuesAsText) {
        {0x80, 0x3E, 0xD5, 0xDE, 0xB1, 0x9D, 0xBF, 0x01},
        "125992701862952576, 0x01BF9DB1DED53E80\r\nFILETIME: 2000-04-03T21:16:26.2952576Z\r\n"},
       {"bytes", kRegBinary, {1, 2, 3, 4}, ""},
+      {"property that is a number", 0xFFFF0007, {5, 0, 0, 0}, "device property, uint32\r\n5\r\n"},
   };
   for (const auto& c : cases) EXPECT_EQ(ValueAsText(c.type, c.bytes), c.text) << c.what;
 }

@@ -17,6 +17,7 @@
 #include "security/descriptor.h"
 #include "security/sid.h"
 #include "words/known_guids.h"
+#include "words/property_values.h"
 #include "words/value_text.h"
 
 namespace hivequarry {
@@ -294,6 +295,12 @@ std::string WideNumber(std::span<const uint8_t> data) {
   return text;
 }
 
+// What a device property or an app's setting says, after a line that says what it is.
+std::string PropertyLines(const PropertyValue& value) {
+  if (value.kind.empty()) return {};
+  return Concat({PropertyWords(value), "\r\n", value.text, value.text.empty() ? "" : "\r\n"});
+}
+
 }  // namespace
 
 std::vector<Meaning> MeaningsAt(std::span<const uint8_t> data, size_t at, size_t length) {
@@ -319,11 +326,12 @@ std::string ValueAsText(uint32_t type, std::span<const uint8_t> data) {
       return LinesOfStrings(data);
     case kRegQword:
       return data.size() == 8 ? WideNumber(data) : std::string();
+    case kRegDword:
+      return data.size() == 4 ? NumberText(Bytes{data, 0}.Little(4), 4) + "\r\n" : std::string();
+    case kRegDwordBigEndian:
+      return data.size() == 4 ? NumberText(Bytes{data, 0}.Big(4), 4) + "\r\n" : std::string();
     default:
-      if (data.size() != 4) return {};
-      if (type == kRegDword) return NumberText(Bytes{data, 0}.Little(4), 4) + "\r\n";
-      return type == kRegDwordBigEndian ? NumberText(Bytes{data, 0}.Big(4), 4) + "\r\n"
-                                        : std::string();
+      return PropertyLines(ReadPropertyValue(type, data));
   }
 }
 

@@ -7,6 +7,7 @@
 #include "hive/file_place.h"
 #include "host/number_text.h"
 #include "reports/freed_rows.h"
+#include "words/property_values.h"
 #include "words/value_text.h"
 
 namespace hivequarry {
@@ -79,6 +80,10 @@ std::vector<Meaning> MeaningRows(const ValueBytes& value, std::span<const uint8_
       {"Length", Concat({std::to_string(data.size()), data.size() == 1 ? " byte" : " bytes",
                          value.edited ? ", edited in memory" : ""})},
       {"Offset in value", NumberWords(start)}};
+  if (const PropertyValue property = ReadPropertyValue(value.type, data); !property.kind.empty()) {
+    rows.insert(rows.begin() + 1, {"Meaning", PropertyWords(property)});
+    if (!property.text.empty()) rows.insert(rows.begin() + 2, {"Text", property.text});
+  }
   const uint32_t in_file = FilePositionIn(value.places, start);
   if (start < data.size()) {
     rows.push_back({"In file", in_file == kNoFilePosition ? "not in the file as it is shown"

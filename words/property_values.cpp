@@ -1,0 +1,369 @@
+#include "words/property_values.h"
+
+#include <algorithm>
+#include <array>
+#include <bit>
+#include <cstdio>
+#include <iterator>
+
+#include "hive/timestamp.h"
+#include "host/number_text.h"
+#include "host/text.h"
+#include "words/known_guids.h"
+
+namespace hivequarry {
+namespace {
+
+constexpr uint32_t kFirstAppType = 0x5F5E101;
+constexpr uint32_t kLastAppType = 0x5F5E125;
+constexpr uint32_t kAppTypes = kFirstAppType - 1;
+constexpr uint32_t kFirstAppList = 0x14;  // less kAppTypes
+constexpr uint32_t kPropertyTypes = 0xFFFF0000;
+constexpr uint32_t kPropertyArray = 0x1000;
+constexpr uint32_t kPropertyList = 0x2000;
+constexpr const char* kOtherForm = "the data have another form";
+
+enum class Form : uint8_t {
+  kNothing,
+  kSigned,
+  kUnsigned,
+  kReals,  // of 4 bytes each, as many as there is room for
+  kReal,   // of 8 bytes
+  kCharacter,
+  kBoolean,
+  kText,
+  kComposite,
+  kTime,
+  kSpan,
+  kGuid,
+  kBytes
+};
+
+// One thing of a type.
+struct Element {
+  const char* word = nullptr;  // null: a type that nobody has seen
+  Form form = Form::kNothing;
+  uint32_t size = 0;  // bytes; 0 for those that have no size of their own
+};
+
+// By type, less kAppTypes.
+constexpr Element kAppElements[] = {
+    {},
+    {"byte", Form::kUnsigned, 1},
+    {"int16", Form::kSigned, 2},
+    {"uint16", Form::kUnsigned, 2},
+    {"int32", Form::kSigned, 4},
+    {"uint32", Form::kUnsigned, 4},
+    {"int64", Form::kSigned, 8},
+    {"uint64", Form::kUnsigned, 8},
+    {"float", Form::kReals, 4},
+    {"double", Form::kReal, 8},
+    {"character", Form::kCharacter, 2},
+    {"boolean", Form::kBoolean, 1},
+    {"text", Form::kText, 0},
+    {"composite", Form::kComposite, 0},
+    {"time", Form::kTime, 8},
+    {"time span", Form::kSpan, 8},
+    {"GUID", Form::kGuid, 16},
+    {"point", Form::kReals, 8},
+    {"size", Form::kReals, 8},
+    {"rectangle", Form::kReals, 16},
+};
+constexpr uint32_t kAppComposite = 0xD;  // the one that has no lists
+
+// By the low byte of the property's type.
+constexpr Element kPropertyElements[] = {
+    {"nothing", Form::kNothing, 0},
+    {"null", Form::kNothing, 0},
+    {"int8", Form::kSigned, 1},
+    {"byte", Form::kUnsigned, 1},
+    {"int16", Form::kSigned, 2},
+    {"uint16", Form::kUnsigned, 2},
+    {"int32", Form::kSigned, 4},
+    {"uint32", Form::kUnsigned, 4},
+    {"int64", Form::kSigned, 8},
+    {"uint64", Form::kUnsigned, 8},
+    {"float", Form::kReals, 4},
+    {"double", Form::kReal, 8},
+    {"decimal", Form::kBytes, 16},
+    {"GUID", Form::kGuid, 16},
+    {"currency", Form::kSigned, 8},
+    {"date", Form::kReal, 8},
+    {"time", Form::kTime, 8},
+    {"boolean", Form::kBoolean, 1},
+    {"text", Form::kText, 0},
+    {"security descriptor", Form::kBytes, 0},
+    {"security descriptor as text", Form::kText, 0},
+    {"property key", Form::kBytes, 20},
+    {"property type", Form::kUnsigned, 4},
+    {"error", Form::kUnsigned, 4},
+    {"status", Form::kUnsigned, 4},
+    {"text of a resource", Form::kText, 0},
+};
+
+// What a type's data are: one thing, or several of them.
+struct Shape {
+  Element element;
+  bool several = false;
+};
+
+Shape ShapeOfApp(uint32_t number) {
+  if (number < kFirstAppList) return {kAppElements[number], false};
+  number -= kFirstAppList - 1;
+  if (number >= kAppComposite) ++number;
+  return {number < std::size(kAppElements) ? kAppElements[number] : Element(), true};
+}
+
+Shape ShapeOfProperty(uint32_t type) {
+  const uint32_t number = type & 0xFFF;
+  const bool several = (type & (kPropertyArray | kPropertyList)) != 0;
+  return {number < std::size(kPropertyElements) ? kPropertyElements[number] : Element(), several};
+}
+
+std::string RealText(double number) {
+  std::array<char, 40> text{};
+  std::snprintf(text.data(), text.size(), "%.9g", number);
+  return text.data();
+}
+
+// "-3.04:05:06.0000007": days, and the rest of a day.
+std::string SpanText(int64_t ticks) {
+  constexpr uint64_t kSecond = 10'000'000;
+  const uint64_t length =
+      ticks < 0 ? 0 - static_cast<uint64_t>(ticks) : static_cast<uint64_t>(ticks);
+  const uint64_t seconds = length / kSecond;
+  const auto two = [](uint64_t number) { return Decimal(static_cast<int64_t>(number), 2); };
+  std::string text = ticks < 0 ? "-" : "";
+  if (seconds >= 86'400) text += std::to_string(seconds / 86'400) + ".";
+  text += Concat({two(seconds / 3600 % 24), ":", two(seconds / 60 % 60), ":", two(seconds % 60)});
+  if (length % kSecond != 0)
+    text += Concat({".", Decimal(static_cast<int64_t>(length % kSecond), 7)});
+  return text;
+}
+
+// The text of `size` bytes of UTF-16, less the zeros at its end.
+std::string WideText(ByteView bytes) {
+  std::u16string wide;
+  wide.reserve(bytes.size() / 2);
+  for (uint32_t at = 0; at + 1 < bytes.size(); at += 2) {
+    wide += static_cast<char16_t>(ReadU16(bytes, at));
+  }
+  while (wide.ends_with(u'\0')) wide.pop_back();
+  return TextOfWide(wide);
+}
+
+uint64_t NumberIn(ByteView bytes) {
+  uint64_t number = 0;
+  for (size_t i = std::min<size_t>(bytes.size(), 8); i-- > 0;) number = number << 8 | bytes[i];
+  return number;
+}
+
+std::string SignedText(ByteView bytes) {
+  const size_t shift = 64 - 8 * bytes.size();
+  return std::to_string(static_cast<int64_t>(NumberIn(bytes) << shift) >> shift);
+}
+
+std::string RealsText(ByteView bytes) {
+  std::string text;
+  for (uint32_t at = 0; at + 4 <= bytes.size(); at += 4) {
+    text += Concat({at == 0 ? "" : " ", RealText(std::bit_cast<float>(ReadU32(bytes, at)))});
+  }
+  return text;
+}
+
+std::string BytesText(ByteView bytes) {
+  std::string text;
+  for (const uint8_t byte : bytes.first(std::min(bytes.size(), kMostPropertyItems))) {
+    text += Concat({text.empty() ? "" : " ", Hex(byte, 2)});
+  }
+  return text;
+}
+
+// Of all the bytes of one thing: as many as its size says.
+std::string ElementText(Form form, ByteView bytes) {
+  switch (form) {
+    case Form::kSigned:
+      return SignedText(bytes);
+    case Form::kUnsigned:
+      return std::to_string(NumberIn(bytes));
+    case Form::kReals:
+      return RealsText(bytes);
+    case Form::kReal:
+      return RealText(std::bit_cast<double>(NumberIn(bytes)));
+    case Form::kCharacter:
+    case Form::kText:
+      return WideText(bytes);
+    case Form::kBoolean:
+      return bytes[0] == 0 ? "false" : "true";
+    case Form::kTime:
+      return FormatShownIso(NumberIn(bytes));
+    case Form::kSpan:
+      return SpanText(static_cast<int64_t>(NumberIn(bytes)));
+    case Form::kGuid:
+      return GuidText(GuidOfBytes(bytes.first<16>()));
+    case Form::kBytes:
+      return BytesText(bytes);
+    case Form::kComposite:
+    case Form::kNothing:
+      return {};
+  }
+  return {};
+}
+
+// Joins the items of a list, as far as kMostPropertyItems.
+struct Items {
+  PropertyValue& value;
+  size_t count = 0;
+
+  void Add(const std::string& item) {
+    if (++count <= kMostPropertyItems) value.text += (count == 1 ? "" : ", ") + item;
+  }
+  void End() const {
+    if (count <= kMostPropertyItems) return;
+    value.fault = Concat({"the first ", std::to_string(kMostPropertyItems), " of ",
+                          std::to_string(count), " items"});
+  }
+};
+
+// Texts that have their length in bytes before them: true when they end where the data do.
+bool AddTextsWithLengths(ByteView data, Items& items) {
+  uint32_t at = 0;
+  while (IsInside(data, at, 4)) {
+    const uint32_t length = ReadU32(data, at);
+    if (length % 2 != 0 || !IsInside(data, at + 4, length)) return false;
+    items.Add(WideText(PartOf(data, at + 4, length)));
+    at += 4 + length;
+  }
+  return at == data.size();
+}
+
+// Texts that end in a zero each.
+bool AddTextsWithZeros(ByteView data, Items& items) {
+  if (data.size() % 2 != 0) return false;
+  uint32_t begin = 0;
+  for (uint32_t at = 0; at < data.size(); at += 2) {
+    if (ReadU16(data, at) != 0) continue;
+    // The empty text ends the list.
+    if (at == begin && at + 2 == data.size()) return true;
+    items.Add(WideText(PartOf(data, begin, at - begin)));
+    begin = at + 2;
+  }
+  return begin == data.size();
+}
+
+void AddTexts(ByteView data, bool lengths, PropertyValue& value) {
+  Items items{value};
+  if (lengths && AddTextsWithLengths(data, items)) return items.End();
+  value.text.clear();
+  items.count = 0;
+  if (AddTextsWithZeros(data, items)) return items.End();
+  value.text.clear();
+  value.fault = kOtherForm;
+}
+
+void AddElements(const Element& element, ByteView data, PropertyValue& value) {
+  if (element.size == 0 || data.size() % element.size != 0) {
+    value.fault = kOtherForm;
+    return;
+  }
+  Items items{value};
+  for (size_t at = 0; at < data.size(); at += element.size) {
+    items.Add(items.count < kMostPropertyItems
+                  ? ElementText(element.form, data.subspan(at, element.size))
+                  : std::string());
+  }
+  items.End();
+}
+
+void ReadShape(const Shape& shape, ByteView data, bool app, PropertyValue& value);
+
+// Members of a composite one after another, each on a multiple of 8: its size in bytes, type (of
+// which the low byte counts), characters of the name, name with a zero, data. Believed when they
+// end where the data do.
+void AddMembers(ByteView data, PropertyValue& value) {
+  constexpr uint32_t kHead = 12;
+  Items items{value};
+  uint32_t at = 0;
+  while (IsInside(data, at, kHead)) {
+    const uint32_t size = ReadU32(data, at);
+    const uint32_t type = ReadU32(data, at + 4);
+    const uint32_t family = type & ~0xFFU;
+    const uint32_t number = type & 0xFF;
+    const uint64_t name = 2 * (uint64_t{ReadU32(data, at + 8)} + 1);
+    const bool known = (family == kAppTypes || family == 0 || family == 0x100) && number != 0 &&
+                       number <= kLastAppType - kAppTypes && number != kAppComposite;
+    if (!known || size < kHead + name || !IsInside(data, at, size)) break;
+    const auto name_size = static_cast<uint32_t>(name);
+    PropertyValue member;
+    ReadShape(ShapeOfApp(number), PartOf(data, at + kHead + name_size, size - kHead - name_size),
+              true, member);
+    items.Add(Concat({WideText(PartOf(data, at + kHead, name_size)), ": ",
+                      member.fault.empty() ? member.text : "(" + member.fault + ")"}));
+    at += std::min<uint32_t>((size + 7) & ~7U, static_cast<uint32_t>(data.size()) - at);
+  }
+  if (at == data.size()) return items.End();
+  value.text.clear();
+  value.fault = kOtherForm;
+}
+
+void ReadShape(const Shape& shape, ByteView data, bool app, PropertyValue& value) {
+  const Element& element = shape.element;
+  if (element.word == nullptr) {
+    value.fault = "a type that is not known";
+  } else if (element.form == Form::kComposite) {
+    AddMembers(data, value);
+  } else if (shape.several && element.form == Form::kText) {
+    AddTexts(data, app, value);
+  } else if (shape.several) {
+    AddElements(element, data, value);
+  } else if (element.size != 0 && data.size() != element.size) {
+    value.fault = kOtherForm;
+  } else {
+    value.text = ElementText(element.form, data);
+  }
+}
+
+std::string TypeWords(const Shape& shape, uint32_t type) {
+  if (shape.element.word == nullptr) return Concat({"0x", Hex(type)});
+  return Concat({shape.several ? "list of " : "", shape.element.word});
+}
+
+PropertyValue ReadAppSetting(uint32_t type, ByteView data) {
+  constexpr size_t kTime = 8;
+  const Shape shape = ShapeOfApp(type - kAppTypes);
+  PropertyValue value;
+  value.kind = "app setting";
+  value.type = TypeWords(shape, type);
+  if (data.size() < kTime) {
+    value.fault = "the data end before their time";
+    return value;
+  }
+  value.written = NumberIn(data.last(kTime));
+  ReadShape(shape, data.first(data.size() - kTime), true, value);
+  return value;
+}
+
+}  // namespace
+
+bool IsAppSetting(uint32_t type) { return type >= kFirstAppType && type <= kLastAppType; }
+
+PropertyValue ReadPropertyValue(uint32_t type, ByteView data) {
+  if (IsAppSetting(type)) return ReadAppSetting(type, data);
+  if ((type & kPropertyTypes) != kPropertyTypes) return {};
+  const Shape shape = ShapeOfProperty(type);
+  PropertyValue value;
+  value.kind = "device property";
+  value.type = TypeWords(shape, type);
+  ReadShape(shape, data, false, value);
+  return value;
+}
+
+std::string PropertyWords(const PropertyValue& value) {
+  if (value.kind.empty()) return {};
+  const std::string written =
+      value.written == 0 ? std::string() : ", written " + FormatShownIso(value.written);
+  const std::string fault = value.fault.empty() ? std::string() : " (" + value.fault + ")";
+  return Concat({value.kind, ", ", value.type, written, fault});
+}
+
+}  // namespace hivequarry
