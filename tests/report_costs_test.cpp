@@ -33,6 +33,8 @@ void RunEach(const Bytes& bytes) {
   }
 }
 
+constexpr int kSize = 6000 / kSizeShare;  // keys or values of a hive
+
 // What the keys are called that reports begin at, look for or go by.
 constexpr const char* kNames[] = {"Services", "Uninstall", "UserAssist", "Count",
                                   "CLSID",    "Classes",   ".txt",       "OpenWithList",
@@ -52,7 +54,7 @@ TEST(ReportCosts, NestedKeys) {
     SCOPED_TRACE(name);
     PlainCells cells("HKCU_Classes");
     uint32_t key = cells.root;
-    for (int level = 0; level < 6000; ++level) {
+    for (int level = 0; level < kSize; ++level) {
       const uint32_t child = cells.Key(key, name);
       cells.SetValues(child, SomeValues(cells));
       cells.List(key, std::span(&child, 1));
@@ -68,7 +70,7 @@ TEST(ReportCosts, WideKeys) {
     PlainCells cells("HKCU_Classes");
     const uint32_t parent = cells.Key(cells.root, name);
     std::vector<uint32_t> children;
-    for (int i = 0; i < 6000; ++i) {
+    for (int i = 0; i < kSize; ++i) {
       children.push_back(cells.Key(parent, i % 2 == 0 ? name : std::to_string(i % 100)));
       cells.SetValues(children.back(), SomeValues(cells));
     }
@@ -84,7 +86,7 @@ TEST(ReportCosts, ManyValuesOfOneKey) {
     PlainCells cells("HKCU_Classes");
     const uint32_t key = cells.Key(cells.root, name);
     std::vector<uint32_t> values;
-    for (int i = 0; i < 6000; ++i) {
+    for (int i = 0; i < kSize; ++i) {
       for (const uint32_t value : SomeValues(cells)) values.push_back(value);
     }
     cells.SetValues(key, values);
