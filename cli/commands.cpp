@@ -92,11 +92,17 @@ int Info(const ConsoleRequest& request, OpenedHive& opened) {
                                        {request.hash, request.structure}));
 }
 
+int PrintMade(const ConsoleRequest& request, const UnmadeList& unmade) {
+  SetListHead(*unmade.list, request.head);
+  const bool printed = PrintMadeList(*unmade.list, unmade.make, request.printing);
+  return printed ? kExitDone : kExitFailed;
+}
+
 int Tree(const ConsoleRequest& request, OpenedHive& opened) {
   if (request.removed) return Print(request, *ListRemovedKeys(*opened.hive, opened.tree));
   uint32_t item = 0;
   if (!FindKey(request, opened, item)) return kExitFailed;
-  return Print(request, *ListKeyTree(*opened.hive, opened.tree, item, request.keys));
+  return PrintMade(request, KeyTreeToList(*opened.hive, opened.tree, item, request.keys));
 }
 
 int Values(const ConsoleRequest& request, OpenedHive& opened) {
@@ -110,7 +116,7 @@ int Values(const ConsoleRequest& request, OpenedHive& opened) {
   }
   uint32_t item = kNoItem;
   if (!request.key.empty() && !FindKey(request, opened, item)) return kExitFailed;
-  return Print(request, *ListKeyValues(*opened.hive, opened.tree, item, options));
+  return PrintMade(request, KeyValuesToList(*opened.hive, opened.tree, item, options));
 }
 
 int FreedKeys(const ConsoleRequest& request, OpenedHive& opened) {

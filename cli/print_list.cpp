@@ -50,6 +50,18 @@ bool WriteList(const OutputList& list, const Printing& printing, const TextSink&
   }
 }
 
+bool WriteMadeList(OutputList& list, const RowMaker& make, const Printing& printing,
+                   const TextSink& sink) {
+  switch (printing.format) {
+    case Format::kCsv:
+      return WriteMadeCsv(list, make, {printing.csv_safe, GoesToTerminal(printing)}, sink);
+    case Format::kJsonLines:
+      return WriteMadeJsonLines(list, make, printing.hive, sink);
+    default:
+      return WriteMadeText(list, make, !printing.raw_text, sink);
+  }
+}
+
 using Writer = std::function<bool(const TextSink& sink)>;
 
 // A full disk or a closed pipe is seen at the flush at the latest.
@@ -100,6 +112,15 @@ bool PrintList(const OutputList& list, const Printing& printing) {
   const auto report = [&](const TextSink& sink) { return WriteReportList(list, sink); };
   if (printing.format == Format::kReport) return PrintPieces(report, printing);
   return PrintTo(printing, [&](const TextSink& sink) { return WriteList(list, printing, sink); });
+}
+
+bool PrintMadeList(OutputList& list, const RowMaker& make, const Printing& printing) {
+  if (printing.format == Format::kReport) {
+    make(list);
+    return PrintList(list, printing);
+  }
+  return PrintTo(printing,
+                 [&](const TextSink& sink) { return WriteMadeList(list, make, printing, sink); });
 }
 
 bool PrintText(const std::string& text, const Printing& printing) {

@@ -29,6 +29,10 @@ struct Printing {
 // On failure false after a message, and the file holds what it held before.
 bool PrintList(const OutputList& list, const Printing& printing);
 
+// The same for a list that is empty and gets its rows from `make`: none is kept, but for a Report
+// List.
+bool PrintMadeList(OutputList& list, const RowMaker& make, const Printing& printing);
+
 // The same for a text as it is.
 bool PrintText(const std::string& text, const Printing& printing);
 // The same for what `write` hands to the sink, piece by piece; it returns false when that is not to

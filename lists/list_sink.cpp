@@ -1,5 +1,7 @@
 #include "lists/list_sink.h"
 
+#include <algorithm>
+
 #include "host/long_operation.h"
 #include "host/text.h"
 #include "host/visible_text.h"
@@ -27,6 +29,27 @@ bool WriteInPieces(ListOutput& out, uint32_t count,
   }
   FlushOutput(out);
   return out.open;
+}
+
+bool WriteMadeRows(ListOutput& out, OutputList& list, const RowMaker& make,
+                   const std::function<void(const NewRow&)>& write_row) {
+  HandOnRows(list, [&](const NewRow& row) {
+    write_row(row);
+    if (out.buffer.size() >= kBufferSize) FlushOutput(out);
+    return out.open;
+  });
+  make(list);
+  ClearRows(list);
+  if (StopRequested()) return false;
+  FlushOutput(out);
+  return out.open;
+}
+
+void ReadRow(const ListShape& shape, const NewRow& row, RowTexts& texts) {
+  const auto columns = static_cast<size_t>(shape.columns);
+  const size_t cells = std::min(row.cells.size(), columns);
+  for (size_t i = 0; i < cells; ++i) texts[i] = row.cells[i].text;
+  for (size_t i = cells; i < columns; ++i) texts[i] = {};
 }
 
 ListShape ShapeOf(const OutputList& list) {

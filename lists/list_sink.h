@@ -42,6 +42,13 @@ inline void ReadRow(const ListShape& shape, uint32_t row, RowTexts& texts) {
   CellTexts(shape.list, row, std::span(texts).first(static_cast<size_t>(shape.columns)));
 }
 
+// Makes the rows of a list and calls `write_row` with each, then hands on the output. False when
+// the sink refused or the user stopped. The list keeps no rows and is empty afterwards.
+bool WriteMadeRows(ListOutput& out, OutputList& list, const RowMaker& make,
+                   const std::function<void(const NewRow&)>& write_row);
+// The texts of a row that is handed on; of columns that it lacks they are empty.
+void ReadRow(const ListShape& shape, const NewRow& row, RowTexts& texts);
+
 inline CellHolds HoldsOf(const ListShape& shape, int column) {
   return shape.holds[static_cast<size_t>(column)];
 }

@@ -1,6 +1,7 @@
 // The text form of a list, the same in files, on the clipboard and on paper.
 #include <algorithm>
 
+#include "host/long_operation.h"
 #include "host/text.h"
 #include "lists/list_sink.h"
 #include "lists/list_writers.h"
@@ -46,7 +47,8 @@ std::string_view ShownText(const ListShape& shape, int column, std::string_view 
 }
 
 // A line for each cell that is not empty, then an empty line.
-void WriteTextRow(const ListShape& shape, const std::vector<std::string>& labels, uint32_t row,
+template <typename Row>
+void WriteTextRow(const ListShape& shape, const std::vector<std::string>& labels, const Row& row,
                   bool visible, std::string& out) {
   RowTexts cells;
   ReadRow(shape, row, cells);
@@ -121,6 +123,26 @@ bool WriteListVisible(const OutputList& list, const TextSink& sink) {
   WriteAboutList(list, shape.rows, true, out.buffer);
   return WriteInPieces(out, shape.rows,
                        [&](uint32_t row) { WriteTextRow(shape, labels, row, true, out.buffer); });
+}
+
+bool WriteMadeText(OutputList& list, const RowMaker& make, bool visible, const TextSink& sink) {
+  HandOnRows(list, nullptr);
+  {
+    // What is cut short is told of once.
+    const BackgroundWork apart;
+    make(list);
+  }
+  const uint32_t rows = RowCount(list);
+  ClearRows(list);
+  if (ColumnCount(list) == 0 || rows == 0) return !StopRequested();
+  const ListShape shape = ShapeOf(list);
+  const std::vector<std::string> labels = TextLabels(list, visible);
+  ListOutput out{sink, {}};
+  WriteHead(HeadLinesOf(list), visible, out.buffer);
+  WriteAboutList(list, rows, visible, out.buffer);
+  return WriteMadeRows(out, list, make, [&](const NewRow& row) {
+    WriteTextRow(shape, labels, row, visible, out.buffer);
+  });
 }
 
 bool WriteFirstColumn(const OutputList& list, const WrittenRows& which, const TextSink& sink) {

@@ -52,7 +52,8 @@ void AppendCsvCell(std::string_view cell, CellHolds holds, const CsvForm& form, 
   AppendCsvField(changed, out);
 }
 
-void WriteCsvRow(const ListShape& shape, uint32_t row, const CsvForm& form, std::string& out) {
+template <typename Row>
+void WriteCsvRow(const ListShape& shape, const Row& row, const CsvForm& form, std::string& out) {
   RowTexts cells;
   ReadRow(shape, row, cells);
   for (int column = 0; column < shape.columns; ++column) {
@@ -139,23 +140,36 @@ void AppendBytesOfSides(std::string_view bytes, std::string& out) {
   AppendJsonFact(",\"Bytes B\":", bytes.substr(bar + 1), out);
 }
 
+// What a row says beside its cells.
+struct RowAbout {
+  bool has_datum;
+  uint32_t datum;
+  RowFacts facts;
+};
+RowAbout AboutRow(const ListShape& shape, uint32_t row) {
+  return {RowHasDatum(shape.list, row), RowDatum(shape.list, row), FactsOfRow(shape.list, row)};
+}
+RowAbout AboutRow(const ListShape&, const NewRow& row) {
+  return {row.has_datum, row.datum, row.facts};
+}
+
 // The cells by their columns' names, then what the row knows besides: place of the datum in the
 // file (without a hive its position), last write, lossless path and name, bytes, and with a hive
 // the members of the record itself. `keys` are written already with quotes and commas.
+template <typename Row>
 void WriteJsonRow(const ListShape& shape, const std::vector<std::string>& keys,
-                  const HiveImage* hive, uint32_t row, std::string& out) {
+                  const HiveImage* hive, const Row& row, std::string& out) {
   RowTexts cells;
   ReadRow(shape, row, cells);
   for (int column = 0; column < shape.columns; ++column) {
     out += keys[static_cast<size_t>(column)];
     AppendJsonCell(shape, column, cells[static_cast<size_t>(column)], out);
   }
-  if (RowHasDatum(shape.list, row)) {
+  const auto [has_datum, datum, facts] = AboutRow(shape, row);
+  if (has_datum) {
     out += ",\"Offset\":";
-    const uint32_t datum = RowDatum(shape.list, row);
     out += std::to_string(hive == nullptr ? datum : PlaceOf(*hive, datum));
   }
-  const RowFacts facts = FactsOfRow(shape.list, row);
   if (facts.about_key) {
     AppendJsonFact(",\"LastWrite\":", FormatIso8601(facts.last_write), out);
   }
@@ -169,8 +183,8 @@ void WriteJsonRow(const ListShape& shape, const std::vector<std::string>& keys,
   AppendJsonFact(",\"FromLog\":", facts.from_log, out);
   if (hive != nullptr && facts.of_record) {
     const bool shown = std::ranges::find(keys, kAccessMember) != keys.end();
-    if (facts.about_key && !shown) AppendAccess(*hive, RowDatum(shape.list, row), out);
-    AppendRecordMembers(*hive, RowDatum(shape.list, row), facts.about_key, out);
+    if (facts.about_key && !shown) AppendAccess(*hive, datum, out);
+    AppendRecordMembers(*hive, datum, facts.about_key, out);
   }
   out += "}\n";
 }
@@ -192,19 +206,37 @@ bool WriteListCsv(const OutputList& list, const TextSink& sink) {
   return WriteListCsvAs(list, CsvForm(), sink);
 }
 
+namespace {
+
+void WriteCsvTitles(const ListShape& shape, const CsvForm& form, std::string& out) {
+  for (int column = 0; column < shape.columns; ++column) {
+    if (column > 0) out += ',';
+    AppendCsvCell(ColumnTitle(shape.list, column), CellHolds::kText, form, out);
+  }
+  out += "\r\n";
+}
+
+}  // namespace
+
 bool WriteListCsvAs(const OutputList& list, const CsvForm& form, const TextSink& sink,
                     const WrittenRows& which) {
   const ListShape shape = ShapeOf(list);
   if (shape.columns == 0) return true;
   ListOutput out{sink, {}};
-  for (int column = 0; column < shape.columns; ++column) {
-    if (column > 0) out.buffer += ',';
-    AppendCsvCell(ColumnTitle(list, column), CellHolds::kText, form, out.buffer);
-  }
-  out.buffer += "\r\n";
+  WriteCsvTitles(shape, form, out.buffer);
   return WriteInPieces(out, WrittenCount(list, which), [&](uint32_t place) {
     WriteCsvRow(shape, WrittenRow(which, place), form, out.buffer);
   });
+}
+
+bool WriteMadeCsv(OutputList& list, const RowMaker& make, const CsvForm& form,
+                  const TextSink& sink) {
+  const ListShape shape = ShapeOf(list);
+  if (shape.columns == 0) return true;
+  ListOutput out{sink, {}};
+  WriteCsvTitles(shape, form, out.buffer);
+  return WriteMadeRows(out, list, make,
+                       [&](const NewRow& row) { WriteCsvRow(shape, row, form, out.buffer); });
 }
 
 namespace {
@@ -234,6 +266,17 @@ bool WriteRowsJsonLines(const OutputList& list, const WrittenRows& which, const 
 bool WriteHiveJsonLines(const OutputList& list, const HiveImage& hive, const TextSink& sink,
                         const WrittenRows& which) {
   return WriteJsonLines(list, &hive, sink, which);
+}
+
+bool WriteMadeJsonLines(OutputList& list, const RowMaker& make, const HiveImage* hive,
+                        const TextSink& sink) {
+  const ListShape shape = ShapeOf(list);
+  if (shape.columns == 0) return true;
+  ListOutput out{sink, {}};
+  const std::vector<std::string> keys = JsonKeys(shape);
+  return WriteMadeRows(out, list, make, [&](const NewRow& row) {
+    WriteJsonRow(shape, keys, hive, row, out.buffer);
+  });
 }
 
 std::string JsonString(std::string_view text) {

@@ -85,6 +85,18 @@ bool WriteRowsJsonLines(const OutputList& list, const WrittenRows& which, const 
 bool WriteHiveJsonLines(const OutputList& list, const HiveImage& hive, const TextSink& sink,
                         const WrittenRows& which = {});
 
+// Lists that are made while they are written, of which no row is kept. `make` adds all rows to a
+// list that is empty, and the same ones each time; it looks at TakesRows now and then. What is
+// written is what the functions above write of the whole list.
+using RowMaker = std::function<void(OutputList& list)>;
+// Text says how many rows follow: they are made twice, the first time to be counted.
+bool WriteMadeText(OutputList& list, const RowMaker& make, bool visible, const TextSink& sink);
+bool WriteMadeCsv(OutputList& list, const RowMaker& make, const CsvForm& form,
+                  const TextSink& sink);
+// `hive` may be null.
+bool WriteMadeJsonLines(OutputList& list, const RowMaker& make, const HiveImage* hive,
+                        const TextSink& sink);
+
 // A text as a JSON string, with its quotes. Bytes that are no text become U+FFFD.
 std::string JsonString(std::string_view text);
 

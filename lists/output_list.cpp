@@ -60,7 +60,9 @@ struct OutputList {
   size_t free_size = 0;
   size_t next_chunk = kFirstChunk;
   TextSet latest;
-  bool full = false;  // no memory for a row was left, which was noted
+  bool full = false;  // no memory for a row was left, which was noted; or the taker wants no more
+  bool keeps = true;  // rows; else each goes to the taker
+  RowTaker taker;     // empty: rows are counted
 };
 
 namespace {
@@ -138,6 +140,12 @@ bool TryAddNumberedRow(OutputList& list, const NewRow& row) {
   return TryAddRow(list, numbered);
 }
 
+void HandOn(OutputList& list, const NewRow& row) {
+  if (list.full) return;
+  list.row_count.store(RowCount(list) + 1, std::memory_order_relaxed);
+  list.full = list.taker && !list.taker(row);
+}
+
 }  // namespace
 
 void OutputListDeleter::operator()(OutputList* list) const { delete list; }
@@ -203,6 +211,7 @@ const KindColumn* ColumnRecord(const OutputList& list, int column) {
 void SetRowNumbers(OutputList& list, RowNumbers numbers) { list.numbers = numbers; }
 
 void AddRow(OutputList& list, const NewRow& row) {
+  if (!list.keeps) return HandOn(list, row);
   const bool numbered = list.numbers != RowNumbers::kNone;
   if (list.full || (numbered ? TryAddNumberedRow(list, row) : TryAddRow(list, row))) return;
   list.full = true;
@@ -210,6 +219,15 @@ void AddRow(OutputList& list, const NewRow& row) {
   NoteRefusedRow(first);
   RequestStop();
 }
+
+void HandOnRows(OutputList& list, RowTaker taker) {
+  list.keeps = false;
+  list.taker = std::move(taker);
+}
+
+bool CountsRowsAlone(const OutputList& list) { return !list.keeps && !list.taker; }
+
+bool TakesRows(const OutputList& list) { return !list.full; }
 
 uint32_t RowCount(const OutputList& list) { return list.row_count.load(std::memory_order_acquire); }
 
@@ -335,6 +353,8 @@ void ClearRows(OutputList& list) {
   list.free_size = 0;
   list.next_chunk = kFirstChunk;
   list.full = false;
+  list.keeps = true;
+  list.taker = nullptr;
 }
 
 }  // namespace hivequarry

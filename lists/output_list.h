@@ -6,6 +6,7 @@
 #include <atomic>
 #include <concepts>
 #include <cstdint>
+#include <functional>
 #include <initializer_list>
 #include <memory>
 #include <span>
@@ -106,6 +107,16 @@ void SetRowNumbers(OutputList& list, RowNumbers numbers);
 // read the rows counted by RowCount meanwhile. When memory gives out that is noted
 // (NoteRefusedRow) and the operation under way is stopped; the list stays as it was.
 void AddRow(OutputList& list, const NewRow& row);
+// Takes a row that is added; its texts live no longer than the call. False: it wants no more.
+using RowTaker = std::function<bool(const NewRow& row)>;
+// From now on an empty list keeps no rows: each goes to the taker, or is only counted where there
+// is none. RowCount counts them; nothing else can be asked of them. Numbers are not put before
+// them. ClearRows makes it a list that keeps its rows again.
+void HandOnRows(OutputList& list, RowTaker taker);
+// True where rows are only counted: who adds them need not make their texts.
+bool CountsRowsAlone(const OutputList& list);
+// False once rows are no longer taken, for want of memory or by their taker: making more is idle.
+bool TakesRows(const OutputList& list);
 // Appends a copy of another list's row, in columns of the same order.
 void AddRowOf(OutputList& list, const OutputList& from, uint32_t row);
 // The same with another text in some cells, which keep what they are.

@@ -53,6 +53,7 @@ class ValueRows {
   // True too where the budget left the row out: that is told of by the budget, not as a loss.
   bool Add(uint32_t position, const RowOfKey& key) {
     if (!MayShowValue(hive_, position, budget_)) return true;
+    if (CountsRowsAlone(list_) && !options_.raw) return Count(IsValueAt(hive_, position));
     const ValueKey value = options_.raw ? ReadValueWithin(hive_, position, budget_, data_)
                                         : ReadShownValue(hive_, position, data_);
     if (!IsValue(value)) return false;
@@ -90,6 +91,13 @@ class ValueRows {
   const HiveImage& hive_;
   OutputList& list_;
   const ValueListOptions& options_;
+  // A row of which only that it is there counts. Data that are read are paid for from the budget: a
+  // row with them is made whole.
+  bool Count(bool there) {
+    if (there) AddRow(list_, NewRow());
+    return there;
+  }
+
   // A row for an entry that leads to no value; its place is that of the entry.
   void AddLoss(uint32_t place, std::string_view data, std::string_view status,
                const RowOfKey& key) {
@@ -209,55 +217,68 @@ OutputListPtr ListImageInfo(const HiveImage& hive, const ImageSummary& summary,
   return list;
 }
 
-// In the order of the tree. Copies of keys and made folders have no row; made keys have one without
-// a time.
-OutputListPtr ListKeyTree(const HiveImage& hive, const KeyTree& tree, uint32_t item,
-                          const KeyListOptions& options) {
-  OutputListPtr list = MakeOutputList(kListTree);
-  if (options.details) AddColumns(*list, {kAccessTitle, kLinkTitle});
-  if (hive.stack != nullptr) AddColumns(*list, {kLayerTitle});
-  PathWalker paths(hive, tree);
-  for (uint32_t at = item; at < tree.items[item].end; ++at) {
-    if ((at & kStopPollMask) == 0 && StopRequested()) break;
-    const KeyItem& it = tree.items[at];
-    const std::string& path = paths.PathOf(at);
-    if (!IsKeyItem(tree, at) || (options.disconnected && it.connected)) continue;
-    const bool has_cell = HasKeyCell(tree, at);
-    const int access = has_cell ? ReadU8(hive, it.position + kKeyAccessBits) : -1;
-    if (options.by_access && (access < 0 || (access & 3) != options.access)) continue;
-    const uint64_t last_write = has_cell ? LastWriteOfKey(hive, it.position) : 0;
-    const bool under_key = it.parent != kNoItem && IsKeyOrCopy(tree, it.parent);
-    RowFacts facts;
-    facts.about_key = facts.of_record = has_cell;
-    facts.last_write = last_write;
-    facts.path = paths.StoredPathOf(at);
-    const std::string from_log = has_cell ? KeyOriginText(hive, it.position) : std::string();
-    facts.from_log = from_log;
-    const std::string bits = access >= 0 ? std::to_string(access) : std::string();
-    const bool link_shown = options.details && has_cell;
-    const std::string link = link_shown ? LinkTarget(hive, it.position) : std::string();
-    const std::string layer = LayerCell(hive, it.position);
-    AddListRow(*list,
-               {path,
-                PlaceText(hive, it.position),
-                under_key ? PlaceText(hive, tree.items[it.parent].position) : std::string(),
-                {FormatTimestampChecked(last_write), DateValue(last_write)},
-                KeyStatusText(hive, it),
-                {std::to_string(it.marks), it.marks},
-                {it.connected ? "1" : "0", it.connected},
-                options.details ? bits : layer,
-                link,
-                layer},
-               it.position, facts, 0);
-  }
-  return list;
+namespace {
+
+// The row of a key.
+void AddKeyRow(const HiveImage& hive, const KeyTree& tree, uint32_t at, PathWalker& paths,
+               const KeyListOptions& options, OutputList& list) {
+  const KeyItem& it = tree.items[at];
+  const bool has_cell = HasKeyCell(tree, at);
+  const uint64_t last_write = has_cell ? LastWriteOfKey(hive, it.position) : 0;
+  const bool under_key = it.parent != kNoItem && IsKeyOrCopy(tree, it.parent);
+  const std::string& path = paths.PathOf(at);
+  RowFacts facts;
+  facts.about_key = facts.of_record = has_cell;
+  facts.last_write = last_write;
+  facts.path = paths.StoredPathOf(at);
+  const std::string from_log = has_cell ? KeyOriginText(hive, it.position) : std::string();
+  facts.from_log = from_log;
+  const bool details = options.details && has_cell;
+  const std::string bits =
+      details ? std::to_string(ReadU8(hive, it.position + kKeyAccessBits)) : std::string();
+  const std::string link = details ? LinkTarget(hive, it.position) : std::string();
+  const std::string layer = LayerCell(hive, it.position);
+  AddListRow(list,
+             {path,
+              PlaceText(hive, it.position),
+              under_key ? PlaceText(hive, tree.items[it.parent].position) : std::string(),
+              {FormatTimestampChecked(last_write), DateValue(last_write)},
+              KeyStatusText(hive, it),
+              {std::to_string(it.marks), it.marks},
+              {it.connected ? "1" : "0", it.connected},
+              options.details ? bits : layer,
+              link,
+              layer},
+             it.position, facts, 0);
 }
 
-OutputListPtr ListKeyValues(const HiveImage& hive, const KeyTree& tree, uint32_t item,
-                            const ValueListOptions& options) {
-  OutputListPtr list = MakeOutputList(kListValues);
-  if (hive.stack != nullptr) AddColumns(*list, {kLayerTitle});
-  ValueRows rows(hive, *list, options);
+// Copies of keys and made folders have no row; made keys have one without a time.
+bool IsListedKey(const HiveImage& hive, const KeyTree& tree, uint32_t at,
+                 const KeyListOptions& options) {
+  const KeyItem& it = tree.items[at];
+  if (!IsKeyItem(tree, at) || (options.disconnected && it.connected)) return false;
+  if (!options.by_access) return true;
+  return HasKeyCell(tree, at) && (ReadU8(hive, it.position + kKeyAccessBits) & 3) == options.access;
+}
+
+// In the order of the tree.
+void AddKeyRows(const HiveImage& hive, const KeyTree& tree, uint32_t item,
+                const KeyListOptions& options, OutputList& list) {
+  PathWalker paths(hive, tree);
+  for (uint32_t at = item; at < tree.items[item].end; ++at) {
+    if ((at & kStopPollMask) == 0 && (StopRequested() || !TakesRows(list))) break;
+    if (!IsListedKey(hive, tree, at, options)) continue;
+    if (CountsRowsAlone(list)) {
+      AddRow(list, NewRow());
+    } else {
+      AddKeyRow(hive, tree, at, paths, options, list);
+    }
+  }
+}
+
+void AddValueRows(const HiveImage& hive, const KeyTree& tree, uint32_t item,
+                  const ValueListOptions& options, OutputList& list) {
+  ValueRows rows(hive, list, options);
   PathWalker paths(hive, tree);
   const bool whole = item == kNoItem;
   const bool all = whole || options.branch;
@@ -266,7 +287,7 @@ OutputListPtr ListKeyValues(const HiveImage& hive, const KeyTree& tree, uint32_t
   const uint32_t end = whole ? count : all ? tree.items[item].end : item + 1;
   std::vector<uint32_t> values;
   for (uint32_t at = first; at < end; ++at) {
-    if ((at & kStopPollMask) == 0 && StopRequested()) break;
+    if ((at & kStopPollMask) == 0 && (StopRequested() || !TakesRows(list))) break;
     const bool asked_copy = !all && tree.items[at].kind == ItemKind::kPathCopy;
     if (!HasKeyCell(tree, at) && !asked_copy) continue;
     const uint32_t key = tree.items[at].position;
@@ -277,12 +298,51 @@ OutputListPtr ListKeyValues(const HiveImage& hive, const KeyTree& tree, uint32_t
     } else {
       ReadWholeValueList(hive, key, values);
     }
+    if (CountsRowsAlone(list)) {
+      rows.AddKey(key, values, {});
+      continue;
+    }
     const std::string& stored = paths.StoredPathOf(at);
     const std::string place = PlaceText(hive, key);
     const std::string status = ValueListStatus(hive, key);
     rows.AddKey(key, values, {paths.PathOf(at), place, stored, status});
   }
-  return list;
+}
+
+OutputListPtr Made(UnmadeList unmade) {
+  unmade.make(*unmade.list);
+  return std::move(unmade.list);
+}
+
+}  // namespace
+
+UnmadeList KeyTreeToList(const HiveImage& hive, const KeyTree& tree, uint32_t item,
+                         const KeyListOptions& options) {
+  OutputListPtr list = MakeOutputList(kListTree);
+  if (options.details) AddColumns(*list, {kAccessTitle, kLinkTitle});
+  if (hive.stack != nullptr) AddColumns(*list, {kLayerTitle});
+  return {std::move(list), [&hive, &tree, item, options](OutputList& rows) {
+            AddKeyRows(hive, tree, item, options, rows);
+          }};
+}
+
+UnmadeList KeyValuesToList(const HiveImage& hive, const KeyTree& tree, uint32_t item,
+                           const ValueListOptions& options) {
+  OutputListPtr list = MakeOutputList(kListValues);
+  if (hive.stack != nullptr) AddColumns(*list, {kLayerTitle});
+  return {std::move(list), [&hive, &tree, item, options](OutputList& rows) {
+            AddValueRows(hive, tree, item, options, rows);
+          }};
+}
+
+OutputListPtr ListKeyTree(const HiveImage& hive, const KeyTree& tree, uint32_t item,
+                          const KeyListOptions& options) {
+  return Made(KeyTreeToList(hive, tree, item, options));
+}
+
+OutputListPtr ListKeyValues(const HiveImage& hive, const KeyTree& tree, uint32_t item,
+                            const ValueListOptions& options) {
+  return Made(KeyValuesToList(hive, tree, item, options));
 }
 
 OutputListPtr ListDisconnectedValues(const HiveImage& hive, const KeyTree& tree,

@@ -9,6 +9,7 @@
 #include "hive/bins.h"
 #include "hive/image.h"
 #include "hive/key_tree.h"
+#include "lists/list_writers.h"
 #include "lists/output_list.h"
 #include "recovery/freed_records.h"
 #include "recovery/image_tree.h"
@@ -37,6 +38,14 @@ struct KeyListOptions {
 };
 OutputListPtr ListKeyTree(const HiveImage& hive, const KeyTree& tree, uint32_t item,
                           const KeyListOptions& options = {});
+// The same list, of which no row is there yet, and what adds them, for who writes them as they come
+// (lists/list_writers.h). Hive and tree must outlive it.
+struct UnmadeList {
+  OutputListPtr list;
+  RowMaker make;
+};
+UnmadeList KeyTreeToList(const HiveImage& hive, const KeyTree& tree, uint32_t item,
+                         const KeyListOptions& options);
 
 // What rows carry beside the cells that all of them have.
 struct ValueListOptions {
@@ -48,6 +57,8 @@ struct ValueListOptions {
 // (hive/values.h); ends early when the user stops.
 OutputListPtr ListKeyValues(const HiveImage& hive, const KeyTree& tree, uint32_t item,
                             const ValueListOptions& options);
+UnmadeList KeyValuesToList(const HiveImage& hive, const KeyTree& tree, uint32_t item,
+                           const ValueListOptions& options);
 // The values that no key names. They have no key; unreadable ones show their marker.
 OutputListPtr ListDisconnectedValues(const HiveImage& hive, const KeyTree& tree,
                                      const ValueListOptions& options);
