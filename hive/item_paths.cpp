@@ -279,6 +279,10 @@ void PathWalker::Enter(uint32_t item) {
          (item < levels_.back().item || item >= tree_.items[levels_.back().item].end)) {
     levels_.pop_back();
   }
+  if (!levels_.empty() && levels_.back().item == tree_.items[item].parent) {  // as in a walk
+    path_.resize(levels_.back().length);
+    return Push(item);
+  }
   std::vector<uint32_t> missing;
   const uint32_t known = levels_.empty() ? kNoItem : levels_.back().item;
   for (uint32_t at = item; at != known; at = tree_.items[at].parent) missing.push_back(at);

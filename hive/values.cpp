@@ -20,10 +20,20 @@ bool InsideLayer(const HiveImage& hive, uint32_t position, uint32_t size) {
   return InsideHive(hive, position, size) && InOneLayer(hive, position, size);
 }
 
-// The registry takes names of up to 16,383 characters; here the cell alone bounds them. False when
-// the name runs past the hive.
-bool ReadName(const HiveImage& hive, uint32_t cell_room, ValueKey& value) {
-  const uint32_t stored = std::min<uint32_t>(value.name_length, cell_room);
+// The registry takes names of up to 16,383 characters; here the cell alone bounds them.
+uint32_t StoredNameLength(uint32_t name_length, uint32_t cell_length) {
+  const uint32_t room = cell_length < kFixedNameRoom ? 0 : cell_length - kFixedNameRoom;
+  return std::min(name_length, room);
+}
+
+// Where a cell with the fixed part may be.
+bool HasValueRoom(const HiveImage& hive, uint32_t position) {
+  return position >= hive.lower_bound && uint64_t{position} + 12 <= hive.last_valid;
+}
+
+// False when the name runs past the hive.
+bool ReadName(const HiveImage& hive, ValueKey& value) {
+  const uint32_t stored = StoredNameLength(value.name_length, value.cell_length);
   if (!InsideLayer(hive, value.position, kValueName + stored)) return false;
   value.name =
       ValueNameText(ImageBytes(hive), value.position, stored, IsWideValueName(value.flags));
@@ -213,7 +223,7 @@ ValueKey ReadValue(const HiveImage& hive, uint32_t position, const ValueRequest&
                    std::vector<uint8_t>* data) {
   if (data != nullptr) data->clear();
   ValueKey value;
-  if (position < hive.lower_bound || uint64_t{position} + 12 > hive.last_valid) return value;
+  if (!HasValueRoom(hive, position)) return value;
   value.position = position;
   const ValueFields fields = ReadValueFields(ImageBytes(hive), position);
   if (fields.signature != kSignatureVk) {
@@ -221,8 +231,7 @@ ValueKey ReadValue(const HiveImage& hive, uint32_t position, const ValueRequest&
     return value;
   }
   FillFields(fields, value);
-  const uint32_t room = value.cell_length < kFixedNameRoom ? 0 : value.cell_length - kFixedNameRoom;
-  if (request.how != ValueRead::kFields && !ReadName(hive, room, value)) return ValueKey();
+  if (request.how != ValueRead::kFields && !ReadName(hive, value)) return ValueKey();
 
   Segments segments;
   segments.shift = request.shift;
@@ -322,6 +331,15 @@ ValueKey ReadStoredValueKey(const HiveImage& hive, uint32_t position, ValueRead 
   return ReadValue(hive, position, request, data);
 }
 
+// An edit changes no name and makes no value.
+bool HoldsValue(const HiveImage& hive, uint32_t position) {
+  if (!HasValueRoom(hive, position)) return false;
+  if (ReadU16(hive, position + 4) != kSignatureVk) return false;
+  const uint32_t stored = StoredNameLength(ReadU16(hive, position + kValueNameLength),
+                                           CellLength(ReadU32(hive, position)));
+  return InsideLayer(hive, position, kValueName + stored);
+}
+
 ValueKey ReadWholeValue(const HiveImage& hive, uint32_t position, std::vector<uint8_t>& data,
                         std::vector<DataPiece>& pieces) {
   pieces.clear();
@@ -388,8 +406,7 @@ std::vector<uint8_t> ReadRawValueName(const HiveImage& hive, const ValueKey& val
 // A single-byte name is the low bytes of UTF-16, not text of a code page.
 std::u16string WideValueName(const HiveImage& hive, const ValueKey& value) {
   const uint32_t step = IsWideValueName(value.flags) ? 2 : 1;
-  const uint32_t room = value.cell_length < kFixedNameRoom ? 0 : value.cell_length - kFixedNameRoom;
-  std::vector<uint8_t> raw(std::min<uint32_t>(value.name_length, room));
+  std::vector<uint8_t> raw(StoredNameLength(value.name_length, value.cell_length));
   raw.resize(
       ReadBytes(hive, value.position + kValueName, raw.data(), static_cast<uint32_t>(raw.size())));
   std::u16string text;

@@ -63,6 +63,10 @@ ValueKey ReadValueKey(const HiveImage& hive, uint32_t position, ValueRead how, u
 ValueKey ReadStoredValueKey(const HiveImage& hive, uint32_t position, ValueRead how,
                             uint32_t capacity, std::vector<uint8_t>* data);
 
+// True where ReadValueKey finds a value, whatever became of its data: neither kEmpty nor
+// kNotAValue.
+bool HoldsValue(const HiveImage& hive, uint32_t position);
+
 // Where a part of a value's data is: `length` bytes from `offset` within the data on are at the
 // image position.
 struct DataPiece {

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <array>
+#include <bit>
 #include <cstdint>
 #include <initializer_list>
 #include <string>
@@ -59,11 +60,22 @@ inline Digits Hex(uint64_t number, size_t width = 1) {
 inline Digits SmallHex(uint64_t number, size_t width = 1) {
   return HexWith(kLowerDigits, number, width);
 }
+// The eight of a number in base 16, in capitals, made together: each in a byte of its own.
+inline std::array<char, 8> EightDigits(uint32_t number) {
+  static_assert(std::endian::native == std::endian::little);
+  constexpr uint64_t kOnes = 0x0101010101010101;
+  uint64_t digits = number;
+  digits = (digits | digits << 16) & 0x0000FFFF0000FFFF;
+  digits = (digits | digits << 8) & 0x00FF00FF00FF00FF;
+  digits = (digits | digits << 4) & 0x0F0F0F0F0F0F0F0F;
+  const uint64_t letters = (digits + 6 * kOnes) >> 4 & kOnes;  // 1 for A to F
+  digits += '0' * kOnes + ('A' - '9' - 1) * letters;
+  return std::bit_cast<std::array<char, 8>>(__builtin_bswap64(digits));
+}
 // "0x%08X": positions in lists.
 inline std::string HexNumber(uint32_t number) {
-  std::string text = "0x00000000";
-  for (size_t at = 9; at >= 2; --at, number >>= 4) text[at] = kUpperDigits[number & 15];
-  return text;
+  const std::array<char, 8> digits = EightDigits(number);
+  return std::string("0x").append(digits.data(), digits.size());
 }
 
 // Texts and digits, one after the other.
@@ -83,9 +95,16 @@ inline std::string Thousands(uint64_t number) {
   return text;
 }
 
-// A position or a size as it is shown: "0x%08X (%u)", wider where it needs to be.
+// A position or a size as it is shown: "0x%08X (%u)", wider where it needs to be. The second form
+// adds it to the end of `out`.
 inline std::string HexAndDecimal(uint64_t number) {
   return Concat({"0x", Hex(number, 8), " (", std::to_string(number), ")"});
+}
+inline void AppendHexAndDecimal(uint32_t number, std::string& out) {
+  const std::array<char, 8> hex = EightDigits(number);
+  const Digits decimal = Decimal(number);
+  out.append("0x").append(hex.data(), hex.size()).append(" (");
+  out.append(std::string_view(decimal)).append(")");
 }
 
 // What a character is worth as a digit in base 16, in capitals or small letters; 16 for no digit.

@@ -7,6 +7,7 @@
 // the backslash of a "\u{" that was there before is shown as "\u{5C}". Nothing else is changed.
 #pragma once
 
+#include <array>
 #include <bit>
 #include <cstdint>
 #include <cstring>
@@ -15,38 +16,50 @@
 
 namespace hivequarry {
 
-// The places, as top bits, where bytes of the word are that are no printable ASCII characters or
-// are one of the others named. The lowest is right; a borrow may set more after it.
+// Which of sixteen bytes are no printable ASCII characters or are one of the others named: all bits
+// of these are set. As signed numbers the bytes that are no ASCII are below the printable ones too.
+using SixteenBytes [[gnu::vector_size(16)]] = signed char;
 template <typename... Others>
-inline uint64_t OddBytes(uint64_t word, Others... others) {
-  constexpr uint64_t kOnes = 0x0101010101010101;
-  const auto below = [](uint64_t in, uint64_t limit) { return (in - kOnes * limit) & ~in; };
-  [[maybe_unused]] const auto all = [](char character) {
-    return kOnes * static_cast<uint8_t>(character);
-  };
-  const uint64_t found = (uint64_t{0} | ... | below(word ^ all(others), 1));
-  return (found | word | (word + kOnes) | below(word, 0x20)) & (kOnes << 7);
+inline std::array<uint64_t, 2> OddBytes(SixteenBytes bytes, Others... others) {
+  const auto odd =
+      (((bytes < 0x20) | (bytes == 0x7F)) | ... | (bytes == static_cast<signed char>(others)));
+  return std::bit_cast<std::array<uint64_t, 2>>(odd);
+}
+
+template <typename Word>
+inline Word WordAt(const char* bytes) {
+  Word word;
+  std::memcpy(&word, bytes, sizeof word);
+  return word;
+}
+// The last sixteen bytes of a text of at least four, or all of them, some twice.
+inline SixteenBytes LastSixteen(std::string_view text) {
+  const char* const end = text.data() + text.size();
+  if (text.size() >= 16) return WordAt<SixteenBytes>(end - 16);
+  using Halves = std::array<uint64_t, 2>;
+  if (text.size() >= 8) {
+    return std::bit_cast<SixteenBytes>(
+        Halves{WordAt<uint64_t>(text.data()), WordAt<uint64_t>(end - 8)});
+  }
+  const uint64_t all = WordAt<uint32_t>(text.data()) | uint64_t{WordAt<uint32_t>(end - 4)} << 32;
+  return std::bit_cast<SixteenBytes>(Halves{all, all});
 }
 
 // Where, from `at` on, the first byte is that is no printable ASCII character or one of the others
-// named. Most texts have none: eight bytes are looked at together.
+// named. Most texts have none: sixteen bytes are looked at together.
 template <typename... Others>
 inline size_t PlainEnd(std::string_view text, size_t at, Others... others) {
   static_assert(std::endian::native == std::endian::little);  // the first byte is the lowest
-  const auto load = [&text]<typename Word>(size_t from, Word word) {
-    std::memcpy(&word, text.data() + from, sizeof word);
-    return word;
-  };
-  for (; text.size() - at >= 8; at += 8) {
-    const uint64_t marks = OddBytes(load(at, uint64_t{}), others...);
-    if (marks != 0) return at + static_cast<size_t>(std::countr_zero(marks)) / 8;
+  const size_t size = text.size();
+  for (; size - at >= 16; at += 16) {
+    const auto [low, high] = OddBytes(WordAt<SixteenBytes>(text.data() + at), others...);
+    if (low != 0) return at + static_cast<size_t>(std::countr_zero(low)) / 8;
+    if (high != 0) return at + 8 + static_cast<size_t>(std::countr_zero(high)) / 8;
   }
   // What is left is looked at together too, with some of what was looked at before.
-  const size_t size = text.size();
-  if (size >= 8 && OddBytes(load(size - 8, uint64_t{}), others...) == 0) return size;
-  if (size >= 4 && size < 8) {
-    const uint64_t ends = uint64_t{load(size - 4, uint32_t{})} << 32 | load(0, uint32_t{});
-    if (OddBytes(ends, others...) == 0) return size;
+  if (at < size && size >= 4) {
+    const auto [low, high] = OddBytes(LastSixteen(text), others...);
+    if ((low | high) == 0) return size;
   }
   const auto is_plain = [&](char c) { return c >= 0x20 && c < 0x7F && ((c != others) && ...); };
   while (at < size && is_plain(text[at])) ++at;
@@ -76,6 +89,15 @@ void AppendShownKeyName(std::string_view name, std::string& out);
 // True for the name of a key that is shown as it is.
 inline bool IsShownAsIs(std::string_view name) {
   return PlainEnd(name, 0, '\\') == name.size() && !name.starts_with("u{");
+}
+// True for printable ASCII with neither escapes, nor what looks like one, nor one of the others
+// named: the same in every form. A "{" alone is mostly that of a GUID.
+template <typename... Others>
+inline bool IsPlain(std::string_view text, Others... others) {
+  for (size_t at = 0; (at = PlainEnd(text, at, '{', others...)) < text.size(); ++at) {
+    if (text[at] != '{' || text.substr(0, at + 1).ends_with(kEscapeStart)) return false;
+  }
+  return true;
 }
 // The same as a text of its own.
 std::string ShownKeyName(std::string_view name);

@@ -65,7 +65,7 @@ ListShape ShapeOf(const OutputList& list) {
 
 // Of what is no text, as the name of a file may be, U+FFFD is written for each byte.
 void AppendVisibleCell(std::string_view text, CellHolds holds, std::string& out) {
-  if (PlainEnd(text, 0, '{') == text.size()) {
+  if (IsPlain(text)) {
     out += text;
   } else if (!IsText(text)) {
     AppendVisibleCell(StrictUtf8(text), holds, out);

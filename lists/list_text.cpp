@@ -1,8 +1,10 @@
 // The text form of a list, the same in files, on the clipboard and on paper.
 #include <algorithm>
+#include <cstring>
 
 #include "host/long_operation.h"
 #include "host/text.h"
+#include "host/visible_text.h"
 #include "lists/list_sink.h"
 #include "lists/list_writers.h"
 
@@ -11,6 +13,7 @@ namespace {
 
 constexpr size_t kMaxLabel = 62;         // characters of a header text that are shown
 constexpr size_t kMaxFirstColumn = 520;  // of a result's first column
+constexpr std::string_view kLineEnd = "\r\n";
 
 // The program's own lists have no limits.
 bool IsResultList(const OutputList& list) { return !IsOwnKind(ListKindOf(list)); }
@@ -46,21 +49,51 @@ std::string_view ShownText(const ListShape& shape, int column, std::string_view 
   return column == 0 && IsResultList(shape.list) ? FirstUnits(cell, kMaxFirstColumn) : cell;
 }
 
+// A row with something in it that is shown by escapes.
+void WriteEscapedRow(const ListShape& shape, const std::vector<std::string>& labels,
+                     const RowTexts& cells, std::string& out) {
+  for (size_t column = 0; column < labels.size(); ++column) {
+    const int number = static_cast<int>(column);
+    const std::string_view text = ShownText(shape, number, cells[column]);
+    if (text.empty()) continue;
+    out += labels[column];
+    AppendVisibleCell(text, HoldsOf(shape, number), out);
+    out += kLineEnd;
+  }
+  out += kLineEnd;
+}
+
+void Put(std::string_view text, char*& at) {
+  std::memcpy(at, text.data(), text.size());
+  at += text.size();
+}
+
 // A line for each cell that is not empty, then an empty line.
 template <typename Row>
 void WriteTextRow(const ListShape& shape, const std::vector<std::string>& labels, const Row& row,
                   bool visible, std::string& out) {
   RowTexts cells;
   ReadRow(shape, row, cells);
+  bool as_is = true;
+  size_t size = kLineEnd.size();
   for (size_t column = 0; column < labels.size(); ++column) {
-    const int number = static_cast<int>(column);
-    const std::string_view text = ShownText(shape, number, cells[column]);
+    const std::string_view text = ShownText(shape, static_cast<int>(column), cells[column]);
     if (text.empty()) continue;
-    out += labels[column];
-    AppendText(text, HoldsOf(shape, number), visible, out);
-    out += "\r\n";
+    as_is = as_is && (!visible || IsPlain(text));
+    size += labels[column].size() + text.size() + kLineEnd.size();
   }
-  out += "\r\n";
+  if (!as_is) return WriteEscapedRow(shape, labels, cells, out);
+  // Nearly all are: room is made once for the whole of it.
+  out.resize(out.size() + size);
+  char* at = out.data() + out.size() - size;
+  for (size_t column = 0; column < labels.size(); ++column) {
+    const std::string_view text = ShownText(shape, static_cast<int>(column), cells[column]);
+    if (text.empty()) continue;
+    Put(labels[column], at);
+    Put(text, at);
+    Put(kLineEnd, at);
+  }
+  Put(kLineEnd, at);
 }
 
 // An empty line ends it; nothing for no lines.

@@ -37,8 +37,7 @@ bool BeginsFormula(std::string_view text) {
 
 void AppendCsvCell(std::string_view cell, CellHolds holds, const CsvForm& form, std::string& out) {
   const bool guarded = form.safe && BeginsFormula(cell);
-  const bool literal = holds != CellHolds::kName && cell.find(kEscapeStart) != cell.npos;
-  if (!guarded && !literal && PlainEnd(cell, 0, ',', '"') == cell.size()) {
+  if (!guarded && IsPlain(cell, ',', '"')) {
     // Nearly all are as they are in any form.
     out += cell;
     return;
@@ -86,6 +85,10 @@ size_t EscapedAt(std::string_view text, size_t at, char16_t& unit) {
 }
 
 void AppendJsonString(std::string_view text, std::string& out) {
+  if (PlainEnd(text, 0, '"', '\\') == text.size()) {
+    out.append(1, '"').append(text).append(1, '"');
+    return;
+  }
   // The name of a file may be any bytes.
   if (!IsText(text)) return AppendJsonString(StrictUtf8(text), out);
   out += '"';

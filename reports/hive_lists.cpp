@@ -57,7 +57,7 @@ class ValueRows {
     const ValueKey value = options_.raw ? ReadValueWithin(hive_, position, budget_, data_)
                                         : ReadShownValue(hive_, position, data_);
     if (!IsValue(value)) return false;
-    const ValueRow row = MakeValueRow(hive_, value, data_, ValueViewOptions());
+    SetValueRow(hive_, value, data_, row_);
     RowFacts facts;
     const std::string_view name = StoredNameFact(value);
     const bool bytes_known = options_.raw && value.status != ValueStatus::kReadBefore;
@@ -69,9 +69,9 @@ class ValueRows {
     const std::string from_log = ValueOriginText(hive_, value);
     facts.from_log = from_log;
     AddListRow(list_,
-               {key.path, row.name, row.type, row.data, PlaceText(hive_, position), key.place,
+               {key.path, row_.name, row_.type, row_.data, PlaceText(hive_, position), key.place,
                 key.status, LayerCell(hive_, position)},
-               position, facts, row.icon);
+               position, facts, row_.icon);
     return true;
   }
 
@@ -111,6 +111,7 @@ class ValueRows {
 
   DataBudget budget_ = MakeDataBudget(hive_);
   std::vector<uint8_t> data_;
+  ValueRow row_;
 };
 
 // The value's name and type, then its detail view; for data that cannot be read, why.

@@ -96,6 +96,11 @@ TEST(BlockRuns, WhereRunsBeginAndEnd) {
       {Embedded(hive, 1048572, 3000000), "1048572-1069051"}};
   for (const auto& [bytes, runs] : cases) EXPECT_EQ(RunsOf(bytes), runs) << bytes.size();
   EXPECT_EQ(HexAndDecimal(4128), "0x00001020 (4128)");
+  std::string appended = "a";
+  AppendHexAndDecimal(4128, appended);
+  AppendHexAndDecimal(0xFEDCBA98, appended);
+  EXPECT_EQ(appended, "a0x00001020 (4128)0xFEDCBA98 (4275878552)");
+  EXPECT_EQ(HexNumber(0x09AF1390), "0x09AF1390");
   EXPECT_EQ(HexAndDecimal(uint64_t{5} << 30), "0x140000000 (5368709120)");
 }
 

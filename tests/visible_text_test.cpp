@@ -42,6 +42,31 @@ TEST(VisibleText, Escapes) {
   }
 }
 
+// Whatever the text's length is, and wherever in it the one odd byte.
+TEST(VisibleText, WhereAPlainTextEnds) {
+  for (size_t size = 0; size < 50; ++size) {
+    const std::string plain =
+        std::string(size, '~').substr(0, size / 2) + std::string(size - size / 2, ' ');
+    EXPECT_EQ(PlainEnd(plain, 0, ',', '"'), size);
+    for (size_t at = 0; at < size; ++at) {
+      for (const char odd : "\x1F,\"\x7F\x80\xFF\n"sv) {
+        std::string text = plain;
+        text[at] = odd;
+        ASSERT_EQ(PlainEnd(text, 0, ',', '"'), at) << size;
+        ASSERT_EQ(PlainEnd(text, at / 2, ',', '"'), at) << size;
+        ASSERT_EQ(PlainEnd(text, at + 1, ',', '"'), size) << "what is before counts no more";
+        ASSERT_FALSE(IsPlain(text, ',', '"'));
+        ASSERT_EQ(PlainEnd(text, 0), odd == ',' || odd == '"' ? size : at);
+      }
+      std::string text = plain;
+      text[at] = '{';
+      ASSERT_TRUE(IsPlain(text)) << "of a GUID";
+      if (at >= 2) text.replace(at - 2, 2, "\\u");
+      ASSERT_EQ(IsPlain(text), at < 2);
+    }
+  }
+}
+
 TEST(VisibleText, LinesOfMessages) {
   EXPECT_EQ(VisibleLine("Can not open \u0416\x1B\r\n(n\u201C\n\u00FF)"),
             "Can not open \u0416\\u{1B} (n\u201C \u00FF)");

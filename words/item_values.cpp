@@ -37,9 +37,6 @@ ValueRow CellDetailsRow(const HiveImage& hive, uint32_t position) {
   return row;
 }
 
-// A value whose length alone puts it out of reach is still a value of its key.
-bool IsShown(ValueStatus status) { return IsListed(status) || status == ValueStatus::kTooLong; }
-
 std::vector<uint32_t> OnlyShown(const HiveImage& hive, std::vector<uint32_t> listed) {
   std::erase_if(listed, [&hive](uint32_t position) { return !IsValueAt(hive, position); });
   return listed;
@@ -299,9 +296,9 @@ uint32_t PlaceOfLostValue(const HiveImage& hive, uint32_t entry) {
   return possible && position >= hive.data_start ? position : entry;
 }
 
+// A value whose length alone puts it out of reach is still a value of its key.
 bool IsValueAt(const HiveImage& hive, uint32_t position) {
-  return position != kNoOffset &&
-         IsShown(ReadValueKey(hive, position, ValueRead::kName, kMaxValueData, nullptr).status);
+  return position != kNoOffset && HoldsValue(hive, position);
 }
 
 std::string ValueListStatus(const HiveImage& hive, uint32_t key_position) {
@@ -364,16 +361,32 @@ ValueRow MakeValueRow(const HiveImage& hive, uint32_t value_position,
 ValueRow MakeValueRow(const HiveImage& hive, const ValueKey& value, std::span<const uint8_t> data,
                       const ValueViewOptions& options) {
   ValueRow row;
-  row.value = value.position;
-  row.name = ValueDisplayName(value);
-  row.type = ValueTypeText(hive, value);
-  row.data = value.status == ValueStatus::kTooLong ? "ERR_DATALEN" : ValueDataText(value, data);
-  if (value.data_length == 0 && IsTombstone(hive, value)) row.data.clear();
-  row.edited = value.edited;
-  row.icon = IconOfValue(value) + (value.edited ? kEditedIconStep : 0);
+  SetValueRow(hive, value, data, row);
   row.position = HexNumber(FilePositionOf(hive, value.position));
   if (options.technical) MakeTechnical(hive, value, row);
   return row;
+}
+
+void SetValueRow(const HiveImage& hive, const ValueKey& value, std::span<const uint8_t> data,
+                 ValueRow& row) {
+  row.value = value.position;
+  if (value.name_length != 0 && IsNameShownWhole(value)) {
+    row.name = value.name;
+  } else {
+    row.name = ValueDisplayName(value);
+  }
+  row.type = NameOfKnownType(value.type);
+  const bool tombstone = IsTombstone(hive, value);
+  if (tombstone || row.type.empty()) row.type = ValueTypeText(hive, value);
+  if (value.status == ValueStatus::kTooLong) {
+    row.data = "ERR_DATALEN";
+  } else if (tombstone && value.data_length == 0) {
+    row.data.clear();
+  } else {
+    SetValueDataText(value, data, row.data);
+  }
+  row.edited = value.edited;
+  row.icon = IconOfValue(value) + (value.edited ? kEditedIconStep : 0);
 }
 
 // Empty for a value that is not edited.

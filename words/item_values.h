@@ -82,6 +82,10 @@ ValueRow MakeValueRow(const HiveImage& hive, uint32_t value_position,
                       const ValueViewOptions& options);
 ValueRow MakeValueRow(const HiveImage& hive, const ValueKey& value, std::span<const uint8_t> data,
                       const ValueViewOptions& options);
+// The same but for the position, in a row that was used before: a walk over many values takes no
+// memory for each.
+void SetValueRow(const HiveImage& hive, const ValueKey& value, std::span<const uint8_t> data,
+                 ValueRow& row);
 
 // "Edited in memory; ..." with the type, length and data that the file has instead. Empty for a
 // value that was not edited.

@@ -14,18 +14,18 @@ namespace {
 // How a value's data are shown.
 enum class Presentation { kText, kDword, kBinary };
 
-constexpr const char* kTypeNames[] = {"REG_NONE",
-                                      "REG_SZ",
-                                      "REG_EXPAND_SZ",
-                                      "REG_BINARY",
-                                      "REG_DWORD",
-                                      "REG_DWORD_BIG_ENDIAN",
-                                      "REG_LINK",
-                                      "REG_MULTI_SZ",
-                                      "REG_RESOURCE_LIST",
-                                      "REG_FULL_RESOURCE_DESCRIPTOR",
-                                      "REG_RESOURCE_REQUIREMENTS_LIST",
-                                      "REG_QWORD"};
+constexpr std::string_view kTypeNames[] = {"REG_NONE",
+                                           "REG_SZ",
+                                           "REG_EXPAND_SZ",
+                                           "REG_BINARY",
+                                           "REG_DWORD",
+                                           "REG_DWORD_BIG_ENDIAN",
+                                           "REG_LINK",
+                                           "REG_MULTI_SZ",
+                                           "REG_RESOURCE_LIST",
+                                           "REG_FULL_RESOURCE_DESCRIPTOR",
+                                           "REG_RESOURCE_REQUIREMENTS_LIST",
+                                           "REG_QWORD"};
 constexpr size_t kNoLimit = SIZE_MAX;
 constexpr size_t kPreviewWidth = 48;  // of a binary preview: sixteen bytes
 constexpr size_t kDumpBytes = 8;      // per line of a hex dump
@@ -54,33 +54,31 @@ bool IsUtf16Type(uint32_t type) {
 // Characters are those of UTF-16: an odd last byte counts as one.
 size_t UnitCount(std::span<const uint8_t> data) { return (data.size() + 1) / 2; }
 
+// These append to `text`, which is empty.
 // At most `limit` characters of a string's text, zeros kept.
-std::string StringText(std::span<const uint8_t> data, size_t limit) {
-  std::string text;
+void AddStringText(std::span<const uint8_t> data, size_t limit, std::string& text) {
   AppendUnits(data, StoredUnits::kOfString, limit, text);
-  return text;
 }
 
 // At most `limit` characters of a multi-string's text. Without `keep_zeros` each terminator is a
 // blank, and the zero that ends the whole list is left out.
-std::string MultiStringText(std::span<const uint8_t> data, size_t limit, bool keep_zeros) {
-  std::string text;
+void AddMultiStringText(std::span<const uint8_t> data, size_t limit, bool keep_zeros,
+                        std::string& text) {
   AppendUnits(data, StoredUnits::kOfMultiString, limit, text);
-  if (keep_zeros) return text;
+  if (keep_zeros) return;
   const bool whole = UnitCount(data) <= limit;
   if (whole && text.ends_with(std::string_view("\0\0", 2))) text.pop_back();
   std::ranges::replace(text, '\0', ' ');
-  return text;
 }
 
 // Bytes that are no UTF-16: characters of the code page.
-std::string RawText(std::span<const uint8_t> data, size_t limit) {
-  std::string text;
+void AddRawText(std::span<const uint8_t> data, size_t limit, std::string& text) {
   AppendSingleByteData(data.first(std::min(data.size(), limit)), text);
-  return text;
 }
 
-std::string DwordText(std::span<const uint8_t> data) { return HexAndDecimal(LoadU32(data.data())); }
+void AddDwordText(std::span<const uint8_t> data, std::string& text) {
+  AppendHexAndDecimal(LoadU32(data.data()), text);
+}
 
 // True when a text has at most so many characters.
 bool CountsAtMost(std::string_view text, size_t characters) {
@@ -88,51 +86,54 @@ bool CountsAtMost(std::string_view text, size_t characters) {
 }
 
 // "0A FF 10 ..." in capitals, sixteen bytes at most.
-std::string BinaryPreview(std::span<const uint8_t> data) {
-  if (data.empty()) return "(zero length)";
-  std::string text;
-  for (size_t i = 0; i < data.size() && 3 * i + 1 < kPreviewWidth; ++i) {
-    text += {kUpperDigits[data[i] >> 4], kUpperDigits[data[i] & 15], ' '};
+void AddBinaryPreview(std::span<const uint8_t> data, std::string& text) {
+  if (data.empty()) {
+    text = "(zero length)";
+    return;
   }
-  if (text.size() < 3 * data.size()) text.replace(text.size() - 3, 3, "...");
-  return text;
+  const size_t shown = std::min(data.size(), kPreviewWidth / 3);
+  text.resize(3 * shown, ' ');
+  for (size_t i = 0; i < shown; ++i) {
+    text[3 * i] = kUpperDigits[data[i] >> 4];
+    text[3 * i + 1] = kUpperDigits[data[i] & 15];
+  }
+  if (shown < data.size()) text.replace(text.size() - 3, 3, "...");
 }
 
 // The text that a preview starts from: one character more than it shows, so that it can tell
 // whether something was left out.
-std::string PreviewSource(uint32_t type, std::span<const uint8_t> data, bool wide) {
+void AddPreviewSource(uint32_t type, std::span<const uint8_t> data, bool wide, std::string& text) {
   constexpr size_t kLimit = kPreviewLength + 1;
   if (!IsUtf16Type(type)) {
     // Characters of the code page; yet a wide length is counted in those of UTF-16.
     const size_t count = wide && data.size() > 1 ? UnitCount(data) : data.size();
-    return RawText(data.first(count), kLimit);
+    return AddRawText(data.first(count), kLimit, text);
   }
-  std::string text;
   if (!wide) {
-    text = RawText(data, kLimit);
+    AddRawText(data, kLimit, text);
   } else if (type == kRegMultiSz) {
-    return MultiStringText(data, kLimit, false);
+    return AddMultiStringText(data, kLimit, false, text);
   } else {
-    text = StringText(data, kLimit);
+    AddStringText(data, kLimit, text);
   }
   text.resize(std::min(text.size(), text.find('\0')));
-  return text;
 }
 
 // At most kPreviewLength characters with the "..." that says that it was cut. One zero at the end
 // is dropped, other control characters become blanks.
-std::string TextPreview(uint32_t type, std::span<const uint8_t> data, bool wide) {
-  std::string text = PreviewSource(type, data, wide);
+void AddTextPreview(uint32_t type, std::span<const uint8_t> data, bool wide, std::string& text) {
+  AddPreviewSource(type, data, wide, text);
   const std::string_view shown = FirstUnits(text, kPreviewLength);
   if (shown.size() < text.size()) {
-    text = std::string(FirstUnits(shown, kPreviewLength - 3)) + "...";
+    text.resize(FirstUnits(shown, kPreviewLength - 3).size());
+    text += "...";
   } else if (!text.empty() && text.back() == '\0') {
     text.pop_back();
   }
+  if (PlainEnd(text, 0) == text.size()) return;  // nearly all
   for (char& character : text) {
     if (static_cast<uint8_t>(character) < 32) character = ' ';
   }
-  return text;
 }
 
 // "Type 1, Value 0x1078, Data 0x1090, Length 4": the position shown for data in a cell of their own
@@ -156,7 +157,7 @@ std::string DetailText(const ValueKey& value, std::span<const uint8_t> data) {
     if (text.find('\0') == std::string::npos) return DetailHeader(value, CountUnits(text)) + text;
   }
   if (PresentationOf(value.type, data.size()) == Presentation::kDword) {
-    return DetailHeader(value, data.size()) + DwordText(data);
+    return DetailHeader(value, data.size()) + HexAndDecimal(LoadU32(data.data()));
   }
   return DetailHeader(value, data.size()) + HexDump(data);
 }
@@ -187,15 +188,26 @@ char* DumpLine(std::span<const uint8_t> bytes, size_t offset, int digits, char* 
 
 }  // namespace
 
+std::string_view NameOfKnownType(uint32_t type) {
+  return type < std::size(kTypeNames) ? kTypeNames[type] : std::string_view();
+}
+
 std::string TypeName(uint32_t type) {
-  if (type < std::size(kTypeNames)) return kTypeNames[type];
-  return Concat({"0x", SmallHex(type)});
+  const std::string_view known = NameOfKnownType(type);
+  return known.empty() ? Concat({"0x", SmallHex(type)}) : std::string(known);
 }
 
 std::string DataText(uint32_t type, std::span<const uint8_t> data, bool keep_zeros) {
-  if (type == kRegMultiSz) return MultiStringText(data, kNoLimit, keep_zeros);
-  if (!IsUtf16Type(type)) return RawText(data, kNoLimit);
-  std::string text = StringText(data, kNoLimit);
+  std::string text;
+  if (type == kRegMultiSz) {
+    AddMultiStringText(data, kNoLimit, keep_zeros, text);
+    return text;
+  }
+  if (!IsUtf16Type(type)) {
+    AddRawText(data, kNoLimit, text);
+    return text;
+  }
+  AddStringText(data, kNoLimit, text);
   if (!keep_zeros && !text.empty() && text.back() == '\0') text.pop_back();
   return text;
 }
@@ -204,31 +216,47 @@ void AppendStringText(std::span<const uint8_t> data, std::string& out) {
   AppendUnits(data, StoredUnits::kOfString, kNoLimit, out);
 }
 
-std::string DataPreview(uint32_t type, std::span<const uint8_t> data, bool wide) {
+void SetDataPreview(uint32_t type, std::span<const uint8_t> data, bool wide, std::string& text) {
+  text.clear();
   switch (PresentationOf(type, data.size())) {
     case Presentation::kDword:
-      return DwordText(data);
+      return AddDwordText(data, text);
     case Presentation::kText:
-      return TextPreview(type, data, wide);
+      return AddTextPreview(type, data, wide, text);
     default:
-      return BinaryPreview(data);
+      return AddBinaryPreview(data, text);
+  }
+}
+
+std::string DataPreview(uint32_t type, std::span<const uint8_t> data, bool wide) {
+  std::string text;
+  SetDataPreview(type, data, wide, text);
+  return text;
+}
+
+void SetValueDataText(const ValueKey& value, std::span<const uint8_t> data, std::string& text) {
+  switch (value.status) {
+    case ValueStatus::kRead:
+    case ValueStatus::kReadBefore:
+      return SetDataPreview(value.type, data, true, text);
+    case ValueStatus::kDataOffset:
+      text = "Data Offset Error";
+      return;
+    case ValueStatus::kDataLength:
+      text = "ERR_DATALEN";
+      return;
+    case ValueStatus::kNoBase:
+      text = "ERR_BINVAL";
+      return;
+    default:
+      text.clear();
   }
 }
 
 std::string ValueDataText(const ValueKey& value, std::span<const uint8_t> data) {
-  switch (value.status) {
-    case ValueStatus::kRead:
-    case ValueStatus::kReadBefore:
-      return DataPreview(value.type, data, true);
-    case ValueStatus::kDataOffset:
-      return "Data Offset Error";
-    case ValueStatus::kDataLength:
-      return "ERR_DATALEN";
-    case ValueStatus::kNoBase:
-      return "ERR_BINVAL";
-    default:
-      return {};
-  }
+  std::string text;
+  SetValueDataText(value, data, text);
+  return text;
 }
 
 bool IsListed(ValueStatus status) {

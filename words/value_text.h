@@ -17,6 +17,8 @@ inline constexpr size_t kPreviewLength = 250;
 // "REG_SZ" and so on; an unknown code as "0x%x".
 // Types whose upper half is some owner's are not taken apart here.
 std::string TypeName(uint32_t type);
+// Empty for an unknown code.
+std::string_view NameOfKnownType(uint32_t type);
 
 // The text of string data (types 1, 2 and 7): UTF-16, or as the reading in force has it. Types 1
 // and 2 as a whole, an inner zero kept; type 7 with each terminator a single space, and with
@@ -30,9 +32,13 @@ void AppendStringText(std::span<const uint8_t> data, std::string& out);
 // is UTF-16, as it is in a hive.
 std::string DataPreview(uint32_t type, std::span<const uint8_t> data, bool wide);
 
+// The same in `text`, in place of what it held: a walk over many values takes no memory for it.
+void SetDataPreview(uint32_t type, std::span<const uint8_t> data, bool wide, std::string& text);
+
 // What the lists show for a value: the preview, "Data Offset Error", "ERR_DATALEN" or "ERR_BINVAL";
 // empty for a status that lists nothing.
 std::string ValueDataText(const ValueKey& value, std::span<const uint8_t> data);
+void SetValueDataText(const ValueKey& value, std::span<const uint8_t> data, std::string& text);
 // True when a value of this status is listed (as data or as a marker).
 bool IsListed(ValueStatus status);
 
