@@ -89,6 +89,17 @@ bool IsEvidence(const std::string& name) {
   });
 }
 
+std::vector<std::string> EvidenceFolders() {
+  EvidenceFiles& files = TheEvidence();
+  const std::scoped_lock lock(files.mutex);
+  std::vector<std::string> folders;
+  for (const std::string& name : files.names) {
+    std::string folder = FolderOf(name);
+    if (std::ranges::find(folders, folder) == folders.end()) folders.push_back(std::move(folder));
+  }
+  return folders;
+}
+
 bool IsProtected(const std::string& name) {
   if (IsEvidence(name) || BeginsAsHive(name)) return true;
   EvidenceFiles& files = TheEvidence();

@@ -5,6 +5,7 @@
 
 #include <cstdio>
 #include <string>
+#include <vector>
 
 namespace hivequarry {
 
@@ -13,6 +14,8 @@ void KeepEvidence(const std::string& name);
 void ReleaseEvidence(const std::string& name);
 // By the file that the name leads to, not by the name: links and other spellings count. Any thread.
 bool IsEvidence(const std::string& name);
+// The folders that these files are in, each once, whole paths. Any thread.
+std::vector<std::string> EvidenceFolders();
 
 // What no output takes the place of, whatever the user says: evidence; the names of its logs
 // (log_files.h), there or not; and a regular file that

@@ -21,17 +21,15 @@ TEST(SaveNamesTest, NamesAndFolders) {
     const char* evidence;
     const char* proposed;
   } cases[] = {
-      {"C:\\reports", "C:\\case", "C:\\reports"},
-      {"c:\\CASE", "C:\\case", "D:\\doc"},
-      {"C:\\case\\lists", "C:\\case\\", "D:\\doc"},
-      {"C:/case", "C:\\case", "D:\\doc"},
-      {"C:\\case 2", "C:\\case", "C:\\case 2"},
-      {"", "C:\\case", "D:\\doc"},
-      {"C:\\x", "", "C:\\x"},
+      {"C:\\reports", "C:\\case", "C:\\reports"},   {"c:\\CASE", "C:\\case", "D:\\doc"},
+      {"C:\\case\\lists", "C:\\case\\", "D:\\doc"}, {"C:/case", "C:\\case", "D:\\doc"},
+      {"C:\\case 2", "C:\\case", "C:\\case 2"},     {"", "C:\\case", "D:\\doc"},
   };
   for (const auto& c : cases) {
-    EXPECT_EQ(ProposedFolder(c.last, c.evidence, "D:\\doc"), c.proposed) << c.last;
+    const std::string evidence[] = {"E:\\other case", c.evidence};
+    EXPECT_EQ(ProposedFolder(c.last, evidence, "D:\\doc"), c.proposed) << c.last;
   }
+  EXPECT_EQ(ProposedFolder("C:\\x", {}, "D:\\doc"), "C:\\x");
 }
 
 template <typename Write>

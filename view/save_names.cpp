@@ -52,13 +52,11 @@ std::string ProposedListName(std::string_view title, std::string_view file) {
   return CleanFileName(name);
 }
 
-std::string ProposedFolder(const std::string& last, const std::string& evidence,
+std::string ProposedFolder(const std::string& last, std::span<const std::string> evidence,
                            const std::string& documents) {
-  const auto fits = [&evidence](const std::string& folder) {
-    return !folder.empty() && (evidence.empty() || !IsSameOrBelow(folder, evidence));
-  };
-  if (fits(last)) return last;
-  return documents;
+  const bool free = std::ranges::none_of(
+      evidence, [&last](const std::string& folder) { return IsSameOrBelow(last, folder); });
+  return free && !last.empty() ? last : documents;
 }
 
 }  // namespace hivequarry

@@ -1,6 +1,7 @@
 // What dialogs propose for a list that is saved.
 #pragma once
 
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -12,9 +13,9 @@ std::string CleanFileName(std::string_view text);
 // A name without its ending: the list's title, and the name of the file that it was made of, which
 // may be empty.
 std::string ProposedListName(std::string_view title, std::string_view file);
-// The folder to begin with: the one used last unless it is the evidence's own or below it, else
+// The folder to begin with: the one used last unless it is one of the evidence or below one, else
 // that of the user's documents, which may be empty. Folders are without a separator at the end.
-std::string ProposedFolder(const std::string& last, const std::string& evidence,
+std::string ProposedFolder(const std::string& last, std::span<const std::string> evidence,
                            const std::string& documents);
 
 }  // namespace hivequarry

@@ -8,6 +8,7 @@
 #include <tuple>
 
 #include "app/settings.h"
+#include "host/files.h"
 #include "reports/hive_lists.h"
 #include "tests/window/window_fixture.h"
 #include "ui/dialogs/list_dialogs.h"
@@ -393,7 +394,17 @@ TEST_F(CommandsTest, SelectedValues) {
   SelectPath("Alpha\\Beta");
   SelectRow(1);
   const TempFile out("what was there before");
-  TheListDialogs().save = [&](const FileRequest&) { return FileChoice{out.name(), 0}; };
+  std::string proposed;
+  std::string file = hive_file_->name();
+  TheListDialogs().save = [&](const FileRequest& request) {
+    proposed = request.name;
+    return FileChoice{file, 0};
+  };
+  Run(kCommandSaveValue);
+  EXPECT_EQ(proposed, ValueRowTexts(1)[0] + " of " + LeafOf(FilePath(file)) + ".bin");
+  EXPECT_EQ(TakeBoxes(), Texts{"Hivequarry: Could Not Open or Create File " + file +
+                               " !\r\nIt is a hive or one of its logs: these are never written."});
+  file = out.name();
   Run(kCommandSaveValue);
   const std::string written = ContentOf(out.name());
   const auto& bytes = tools_.bytes;

@@ -6,8 +6,11 @@
 #include "tests/window/dialog_fixture.h"
 #include "tests/window/list_fixture.h"
 #include "ui/commands/misc_commands.h"
+#include "ui/dialogs/list_dialogs.h"
+#include "ui/frame/system_facts.h"
 #include "ui/frame/text.h"
 #include "ui/lists/list_menu.h"
+#include "ui/lists/list_saving.h"
 #include "ui/lists/value_window.h"
 #include "ui/main/status.h"
 #include "ui/resources/resource.h"
@@ -74,6 +77,25 @@ TEST_F(SeveralHivesTest, EachIsARootAndTheOneOfTheSelectedItemIsViewed) {
   Pump();
   EXPECT_EQ(LoadedHives(*window_), 2U);
   EXPECT_TRUE(Shows(second_)) << TextOf(handle_);
+}
+
+// Neither of the hive viewed nor of the others.
+TEST_F(SeveralHivesTest, NoFolderOfTheirsIsProposed) {
+  const ListDialogs real = TheListDialogs();
+  std::string proposed;
+  TheListDialogs().save = [&proposed](const FileRequest& request) {
+    proposed = request.folder;
+    return FileChoice();
+  };
+  for (const TempFile* hive : {&first_, &second_}) {
+    TheSettings().folders[kFolderTexts] = hive->folder();
+    ChooseFile(handle_, true, kFolderTexts, FileRequest());
+    EXPECT_EQ(proposed, TheProgram().facts.documents);
+  }
+  TheSettings().folders[kFolderTexts] = "C:\\elsewhere";
+  ChooseFile(handle_, true, kFolderTexts, FileRequest());
+  EXPECT_EQ(proposed, "C:\\elsewhere");
+  TheListDialogs() = real;
 }
 
 TEST_F(SeveralHivesTest, TheWorkspaceHasThemAll) {

@@ -164,7 +164,6 @@ void OnSaveRepaired(MainWindow& window) {
   FileRequest request;
   request.title = L"Save repaired hive";
   request.filter = L"All files (*.*)\0*.*\0";
-  request.evidence = EvidenceFolderOf(window.output);
   const std::string name = ChooseFile(window.handle, true, kFolderHives, request);
   if (name.empty()) return;
   const auto repaired = std::make_shared<Repaired>();

@@ -11,6 +11,7 @@
 #include "ui/dialogs/list_dialogs.h"
 #include "ui/lists/list_saving.h"
 #include "ui/main/main_window.h"
+#include "view/save_names.h"
 
 namespace hivequarry {
 namespace {
@@ -23,8 +24,7 @@ void SaveData(const std::string& file, std::span<const uint8_t> data) {
   const bool open = OpenOutput(file, OutputMode::kReplace, output, error);
   if (open && WriteOutput(output, bytes) && CloseOutput(output, true)) return;
   if (open) CloseOutput(output, false);
-  const std::string text = "Could Not Open or Create File " + file + " !";
-  ShowMessage(text.c_str(), kProgramName, Icon::kStop);
+  ReportFileFailure("Could Not Open or Create File %s !", file);
 }
 
 // Of the value selected, deleted or not.
@@ -56,14 +56,21 @@ void OnSaveValue(MainWindow& window) {
     ShowMessage("Could not read the data of the value !", kProgramName, Icon::kExclamation);
     return;
   }
-  SaveBytes(window, data);
+  SaveBytes(window, data, SelectedValueName(window));
 }
 
-void SaveBytes(MainWindow& window, std::span<const uint8_t> bytes) {
+std::string SelectedValueName(const MainWindow& window) {
+  const int row = SelectedRow(window.values);
+  const std::string name = row < 0 ? std::string() : NameOfRow(window.values.rows, row);
+  return name.empty() ? "(Default)" : name;
+}
+
+void SaveBytes(MainWindow& window, std::span<const uint8_t> bytes, const std::string& name) {
   FileRequest request;
+  const std::string file_of = window.shown->slot < 0 ? "" : ShownHive(window).file_name;
+  request.name = ProposedListName(name, file_of) + ".bin";
   request.filter = L"All files (*.*)\0*.*\0";
   request.ask_to_replace = true;
-  request.evidence = EvidenceFolderOf(window.output);
   const std::string file = ChooseFile(window.handle, true, kFolderTexts, request);
   if (!file.empty()) SaveData(file, bytes);
 }

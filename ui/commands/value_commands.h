@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <span>
+#include <string>
 
 namespace hivequarry {
 
@@ -12,8 +13,10 @@ struct MainWindow;
 void OnSelectAllValues(MainWindow& window);
 void OnInvertValues(MainWindow& window);
 void OnCopyValues(MainWindow& window);
-// Asks for a file and writes bytes of the value that is shown to it.
-void SaveBytes(MainWindow& window, std::span<const uint8_t> bytes);
+// Asks for a file and writes bytes of the hive shown to it; `name` of what they are of is proposed.
+void SaveBytes(MainWindow& window, std::span<const uint8_t> bytes, const std::string& name);
+// Of the value that is selected in the pane.
+std::string SelectedValueName(const MainWindow& window);
 void OnSaveValue(MainWindow& window);
 
 }  // namespace hivequarry

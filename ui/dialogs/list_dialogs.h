@@ -17,10 +17,9 @@ struct FileRequest {
   const wchar_t* filter = L"";     // in the form of the file dialogs
   const wchar_t* extension = L"";
   bool ask_to_replace = false;
-  bool many = false;          // several files may be chosen
-  std::string folder;         // UTF-8, to begin with; empty: the system's choice
-  std::string name;           // UTF-8, proposed; empty: none
-  std::string evidence = {};  // folder that is not proposed for saving; empty: none
+  bool many = false;   // several files may be chosen
+  std::string folder;  // UTF-8, to begin with; empty: the system's choice
+  std::string name;    // UTF-8, proposed; empty: none
 };
 struct FileChoice {
   std::string name;                     // UTF-8; empty: cancelled, or the dialog failed

@@ -141,7 +141,7 @@ void AddCopyForms(HMENU menu, const HexWindow& window) {
     AppendMenuW(forms, MF_STRING, kFirstForm + i, AsWide(CopyFormName(static_cast<CopyForm>(i))));
   }
   const UINT state = ByteCount(window.view.model) != 0 ? MF_ENABLED : MF_GRAYED;
-  AppendMenuW(menu, MF_POPUP | state, reinterpret_cast<UINT_PTR>(forms), L"Copy a&s");
+  AppendMenuW(menu, MF_POPUP | state, reinterpret_cast<UINT_PTR>(forms), L"Cop&y as");
 }
 
 bool IsDown(int key) { return GetKeyState(key) < 0; }

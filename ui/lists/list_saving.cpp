@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "app/memory.h"
+#include "host/evidence.h"
 #include "host/files.h"
 #include "host/host.h"
 #include "host/number_text.h"
@@ -21,6 +22,7 @@ namespace hivequarry {
 namespace {
 
 constexpr uint32_t kQuickRows = 400;
+constexpr const char* kProtected = "\r\nIt is a hive or one of its logs: these are never written.";
 
 void ReportDialogError(DWORD error) {
   if (error == FNERR_INVALIDFILENAME) ShowMessage("Invalid Filename !", "Error", Icon::kStop);
@@ -167,6 +169,7 @@ bool FileExists(const std::string& file) {
 void ReportFileFailure(const char* failure, const std::string& file) {
   std::string text = failure;
   text.replace(text.find("%s"), 2, file);
+  if (IsProtected(file)) text += kProtected;
   ShowMessage(text.c_str(), kProgramName, Icon::kStop);
 }
 
@@ -198,7 +201,6 @@ bool SaveListText(const OutputList& list, const WrittenRows& which, const std::s
 std::string ChooseListFile(const ListPlace& place, bool save, LastFolder folder,
                            FileRequest request) {
   if (save && request.name.empty()) request.name = ProposedNameOf(place);
-  request.evidence = EvidenceFolderOf(place);
   return ChooseFile(place.window, save, folder, request);
 }
 
@@ -207,17 +209,11 @@ std::string ProposedNameOf(const ListPlace& place) {
   return ProposedListName(ListTitle(*place.model), source.empty() ? HiveFileOf(place) : source);
 }
 
-std::string EvidenceFolderOf(const ListPlace& place) {
-  const MainWindow& owner = *place.owner;
-  return owner.shown->slot < 0 ? std::string() : FolderOf(FullName(ShownHive(owner).file_name));
-}
-
 std::string ChooseFile(HWND owner, bool save, LastFolder folder, FileRequest request) {
   return ChooseFileAndType(owner, save, folder, std::move(request)).name;
 }
 
 FileChoice ChooseNewFile(const ListPlace& place, LastFolder folder, FileRequest request) {
-  request.evidence = EvidenceFolderOf(place);
   FileChoice choice = ChooseFileAndType(place.window, true, folder, std::move(request));
   if (choice.name.empty() || !FileExists(choice.name)) return choice;
   if (!TheListDialogs().replace(place.window, choice.name)) choice.name.clear();
@@ -228,7 +224,7 @@ FileChoice ChooseFileAndType(HWND owner, bool save, LastFolder folder, FileReque
   std::string& last = TheSettings().folders[static_cast<size_t>(folder)];
   request.owner = owner;
   request.folder =
-      save ? ProposedFolder(last, request.evidence, TheProgram().facts.documents) : last;
+      save ? ProposedFolder(last, EvidenceFolders(), TheProgram().facts.documents) : last;
   const ListDialogs& dialogs = TheListDialogs();
   const FileChoice choice = save ? dialogs.save(request) : dialogs.open(request);
   ReportDialogError(choice.error);

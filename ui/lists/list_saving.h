@@ -22,7 +22,8 @@ bool SaveListText(const OutputList& list, const WrittenRows& which, const std::s
 void ReportSaved(uint32_t rows, const std::string& more = {});
 // Opens a file to be written anew or appended to; false after `failure` was shown with its name.
 bool OpenListFile(const std::string& file, OutputMode mode, const char* failure, OutputFile& out);
-// Shows a failure's text with the file's name (UTF-8) in place of its "%s".
+// Shows a failure's text with the file's name (UTF-8) in place of its "%s", and why when the file
+// is one that no output takes the place of.
 void ReportFileFailure(const char* failure, const std::string& file);
 bool FileExists(const std::string& file);
 
@@ -30,10 +31,8 @@ bool FileExists(const std::string& file);
 // dialog failed. Completes the request.
 std::string ChooseListFile(const ListPlace& place, bool save, LastFolder folder,
                            FileRequest request);
-// What a dialog begins with: the list's title with the hive's name; and the folder of the hive
-// shown, in which nothing is proposed to be saved (empty: none is shown).
+// The name that a dialog begins with: the list's title with the hive's name.
 std::string ProposedNameOf(const ListPlace& place);
-std::string EvidenceFolderOf(const ListPlace& place);
 // The same for a dialog.
 std::string ChooseFile(HWND owner, bool save, LastFolder folder, FileRequest request);
 // A file to be written anew, with its type: also asks before one that exists is replaced. Empty

@@ -111,7 +111,6 @@ void SaveTable(ListPlace& place, bool selection) {
   request.filter = kFilter;
   request.ask_to_replace = true;
   request.name = ProposedNameOf(place);
-  request.evidence = EvidenceFolderOf(place);
   const FileChoice choice = ChooseFileAndType(place.window, true, kFolderTexts, request);
   if (choice.name.empty()) return;
   const auto job = std::make_shared<TableJob>();

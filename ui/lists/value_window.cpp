@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "host/host.h"
+#include "host/number_text.h"
 #include "ui/commands/value_commands.h"
 #include "ui/frame/window_class.h"
 #include "ui/frame/window_place.h"
@@ -60,8 +61,10 @@ void RenewLook(ValueWindow& window) {
 bool OnCreate(ValueWindow& window) {
   window.dpi = DpiOfWindow(window.handle);
   if (!MakeValueViewer(window.viewer, window.handle, kViewerId, window.dpi)) return false;
-  MainWindow& owner = *window.owner;
-  window.viewer.save = [&owner](std::span<const uint8_t> bytes) { SaveBytes(owner, bytes); };
+  window.viewer.save = [&window](std::span<const uint8_t> bytes) {
+    const HiveTurn turn(*window.owner, window.shown.hive);
+    SaveBytes(*window.owner, bytes, "Value at " + HexNumber(window.shown.position));
+  };
   window.viewer.tell = [](const wchar_t*) {};  // it has beeped
   RenewLook(window);
   ShowWindow(window.viewer.window, SW_SHOWNA);

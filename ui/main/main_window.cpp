@@ -75,7 +75,9 @@ bool MakeChildren(MainWindow& window) {
   window.controls.detail_splitter =
       MakeSplitter(window.handle, kDetailSplitterId, false, L"Edge between values and details");
   if (!MakeValueViewer(window.viewer, window.handle, kDetailId, window.dpi)) return false;
-  window.viewer.save = [&window](std::span<const uint8_t> bytes) { SaveBytes(window, bytes); };
+  window.viewer.save = [&window](std::span<const uint8_t> bytes) {
+    SaveBytes(window, bytes, SelectedValueName(window));
+  };
   window.viewer.tell = [&window](const wchar_t* why) {
     ShowPassingText(window, Utf8Name(why).c_str());
   };
