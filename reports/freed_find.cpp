@@ -120,6 +120,16 @@ bool IsFreedRow(const OutputList& list, uint32_t row) {
          !CellText(list, row, place).empty();
 }
 
+bool IsFreedAmongOthers(const OutputList& list, uint32_t row) {
+  const int kind = ListKindOf(list);
+  if (kind == kListFreedKeys || kind == kListFreedValues) return false;
+  if (IsFreedRow(list, row)) return true;
+  for (int column = 0; column < ColumnCount(list); ++column) {
+    if (ColumnTitle(list, column) == kStateTitle) return CellText(list, row, column) == "freed";
+  }
+  return false;
+}
+
 void SearchFreed(FreedSource& from, uint32_t item, const SearchPattern& pattern, OutputList& list) {
   FreedSearch search(from, pattern, list);
   for (const FreedKey& key : from.records.keys) {

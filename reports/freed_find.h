@@ -12,6 +12,8 @@ namespace hivequarry {
 void AddPlaceColumn(OutputList& list);
 // True for a row about a freed record, of such a list or of one of freed records alone.
 bool IsFreedRow(const OutputList& list, uint32_t row);
+// True for one of a list that has rows about records in use as well: it must be told from them.
+bool IsFreedAmongOthers(const OutputList& list, uint32_t row);
 
 // The freed records below `item`, all of them for the root: a row for each key whose name matches
 // and for each value whose name or data do. End early when the user stops.

@@ -9,6 +9,7 @@
 #include "reports/hive_lists.h"
 #include "tests/support/opened_hive.h"
 #include "tests/support/texts.h"
+#include "view/shown_text.h"
 
 namespace hivequarry::testing {
 namespace {
@@ -139,6 +140,28 @@ TEST(VisibleText, JsonAndCsvForTerminals) {
   const std::string json = written(WriteListJsonLines);
   EXPECT_NE(json.find("\"Path\":\"\\u202ed\""), json.npos) << json;
   EXPECT_NE(json.find("\"\\u009d\\u001b\""), json.npos) << json;
+}
+
+// Each unit is as wide as the next one, so that the room is a number of units.
+TEST(VisibleTextTest, PathsAreCutInTheirMiddle) {
+  const struct {
+    const char16_t* path;
+    int room;
+    const char16_t* shown;
+  } cases[] = {
+      {u"HKLM\\SYSTEM\\Setup", 17, u"HKLM\\SYSTEM\\Setup"},
+      {u"HKLM\\SYSTEM\\Setup", 16, u"HKLM\\...EM\\Setup"},
+      {u"HKLM\\SYSTEM\\Setup", 9, u"HKL...tup"},
+      {u"HKLM\\SYSTEM\\Setup", 5, u"H...p"},
+      {u"HKLM\\SYSTEM\\Setup", 3, u"HKLM\\SYSTEM\\Setup"},
+      {u"a\U0001F511bcdefg\U0001F511\u0431", 8, u"a...g\U0001F511\u0431"},
+      {u"abcdefghij\U0001F511\u0431", 7, u"ab...\u0431"},
+      {u"", 0, u""},
+  };
+  for (const auto& c : cases) {
+    const auto width = [](const std::u16string& text) { return static_cast<int>(text.size()); };
+    EXPECT_EQ(FitPath(c.path, c.room, width), c.shown) << c.room;
+  }
 }
 
 }  // namespace

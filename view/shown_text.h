@@ -1,6 +1,7 @@
 // Text on its way to the screen.
 #pragma once
 
+#include <functional>
 #include <string>
 #include <string_view>
 
@@ -9,5 +10,11 @@ namespace hivequarry {
 // Names and value texts as UTF-16. A zero character would end the text in a control, so it becomes
 // its visible symbol.
 std::u16string ShownText(std::string_view shown);
+
+// A path that is too wide, with "..." in its middle: its beginning in a third of the room, and as
+// much of its end, which tells it from others, as there is room for. As it is where it fits, or
+// where there is no room for an end. `width`: of a text, in the units of `room`.
+std::u16string FitPath(const std::u16string& path, int room,
+                       const std::function<int(const std::u16string&)>& width);
 
 }  // namespace hivequarry

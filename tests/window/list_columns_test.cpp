@@ -1,6 +1,7 @@
 // Columns of lists that the user hides and moves: what is kept of it, and what does not know of it.
 #include <algorithm>
 
+#include "lists/list_rows.h"
 #include "tests/window/list_fixture.h"
 #include "ui/frame/text.h"
 #include "ui/lists/column_choice.h"
@@ -68,6 +69,64 @@ class ListColumnsTest : public ListTest {
     return items;
   }
 };
+
+// What the control is given for a cell while it draws, and while somebody asks for the text.
+std::string GivenText(const ListPlace& place, int column, bool drawing) {
+  const auto tell = [&place](NMHDR& notice, UINT code) {
+    notice = {place.list, static_cast<UINT_PTR>(GetDlgCtrlID(place.list)), code};
+    SendMessageW(place.window, WM_NOTIFY, notice.idFrom, reinterpret_cast<LPARAM>(&notice));
+  };
+  NMLVCUSTOMDRAW draw{};
+  draw.nmcd.dwDrawStage = CDDS_PREPAINT;
+  if (drawing) tell(draw.nmcd.hdr, NM_CUSTOMDRAW);
+  wchar_t text[260] = L"";
+  NMLVDISPINFOW asked{};
+  asked.item.mask = LVIF_TEXT;
+  asked.item.iSubItem = column;
+  asked.item.pszText = text;
+  asked.item.cchTextMax = 260;
+  tell(asked.hdr, LVN_GETDISPINFOW);
+  draw.nmcd.dwDrawStage = CDDS_POSTPAINT;
+  if (drawing) tell(draw.nmcd.hdr, NM_CUSTOMDRAW);
+  return Utf8Name(text);
+}
+
+TEST_F(ListColumnsTest, PathsKeepTheirEndWhereTheColumnIsNarrow) {
+  const std::string path = "HKLM\\" + std::string(300, 'x') + "\\Last of it";
+  ListPlace& place = OpenList(MakeRows(kListKeyDates, {{"2023/10/9", path, "0x00000010"}}));
+  const std::string drawn = GivenText(place, 1, true);
+  EXPECT_TRUE(drawn.starts_with("HKLM\\x") && drawn.ends_with("x\\Last of it")) << drawn;
+  EXPECT_NE(drawn.find("..."), drawn.npos);
+  EXPECT_EQ(GivenText(place, 1, false), path.substr(0, 259)) << "as it is for who asks";
+  EXPECT_EQ(GivenText(place, 0, true), "2023/10/9");
+}
+
+// What was deleted is told from what is there, as in the tree and the values.
+TEST_F(ListColumnsTest, RowsOfFreedRecordsAreStruckAmongOthers) {
+  const auto struck = [](const ListPlace& place, DWORD_PTR row) {
+    NMLVCUSTOMDRAW draw{};
+    draw.nmcd.hdr = {place.list, static_cast<UINT_PTR>(GetDlgCtrlID(place.list)), NM_CUSTOMDRAW};
+    draw.nmcd.dwDrawStage = CDDS_ITEMPREPAINT;
+    draw.nmcd.dwItemSpec = row;
+    draw.nmcd.hdc = GetDC(place.list);
+    const LRESULT answer = SendMessageW(place.window, WM_NOTIFY, draw.nmcd.hdr.idFrom,
+                                        reinterpret_cast<LPARAM>(&draw));
+    LOGFONTW font{};
+    GetObjectW(GetCurrentObject(draw.nmcd.hdc, OBJ_FONT), sizeof font, &font);
+    ReleaseDC(place.list, draw.nmcd.hdc);
+    return answer == CDRF_NEWFONT && font.lfStrikeOut != 0;
+  };
+  OutputListPtr dates = MakeOutputList(kListKeyDates);
+  AddColumns(*dates, {kPlaceTitle});
+  AddListRow(*dates, {"2023/10/9", "A", "0x00000010", ""}, 16);
+  AddListRow(*dates, {"2023/10/9", "B", "0x00000020", "free cell"}, 32);
+  const ListPlace& mixed = OpenList(std::move(dates));
+  EXPECT_FALSE(struck(mixed, 0));
+  EXPECT_TRUE(struck(mixed, 1));
+  const ListPlace& freed = OpenList(MakeRows(
+      kListFreedKeys, {{"A", "0x00000010", "0x00000020", "2023/10/9", "0", "0", "free cell"}}));
+  EXPECT_FALSE(struck(freed, 0)) << "all rows are";
+}
 
 TEST_F(ListColumnsTest, HiddenOnesStayForListsOfTheKind) {
   ListPlace& place = Dates();

@@ -97,6 +97,16 @@ LRESULT DrawListRow(NMLVCUSTOMDRAW& notice) {
   return CDRF_DODEFAULT;
 }
 
+LRESULT DrawDeletedRow(NMLVCUSTOMDRAW& notice, HFONT struck) {
+  const LRESULT drawn = DrawListRow(notice);
+  if (notice.nmcd.dwDrawStage != CDDS_ITEMPREPAINT) return drawn;
+  const auto row = static_cast<int>(notice.nmcd.dwItemSpec);
+  const UINT selected = ListView_GetItemState(notice.nmcd.hdr.hwndFrom, row, LVIS_SELECTED);
+  if (selected == 0) notice.clrText = ColourOf(Tone::kPale);
+  SelectObject(notice.nmcd.hdc, struck);
+  return CDRF_NEWFONT;
+}
+
 bool StartsWith(const std::wstring& text, const std::wstring& start) {
   const auto length = static_cast<int>(start.size());
   return text.size() >= start.size() &&

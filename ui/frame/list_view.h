@@ -30,6 +30,8 @@ void ScaleColumns(HWND list, uint32_t old_dpi, uint32_t new_dpi);
 int ColumnCount(HWND list);
 // The answer to NM_CUSTOMDRAW: what is selected has the colours of dimmed_selection.h.
 LRESULT DrawListRow(NMLVCUSTOMDRAW& notice);
+// The same of a row about what was deleted: pale unless it is selected, in the font given.
+LRESULT DrawDeletedRow(NMLVCUSTOMDRAW& notice, HFONT struck);
 // Capital and small letters alike, as typing to find wants it.
 bool StartsWith(const std::wstring& text, const std::wstring& start);
 

@@ -190,6 +190,7 @@ void RefreshListLook(ListWindow& window) {
   }
   SetFilterFont(window.filter, window.fonts.text);
   SetActivityFont(window.activity, window.fonts.text);
+  window.place.struck = window.fonts.struck;
   ListView_SetImageList(window.place.list, window.icons.values, LVSIL_SMALL);
   SendMessageW(window.toolbar, TB_SETIMAGELIST, 0, reinterpret_cast<LPARAM>(window.icons.tools));
   SendMessageW(window.toolbar, TB_SETDISABLEDIMAGELIST, 0,

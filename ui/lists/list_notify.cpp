@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "host/text.h"
+#include "reports/freed_find.h"
 #include "ui/frame/list_view.h"
 #include "ui/frame/text.h"
 #include "ui/lists/column_choice.h"
@@ -10,6 +11,7 @@
 #include "ui/lists/list_place.h"
 #include "ui/lists/list_sorting.h"
 #include "view/list_commands.h"
+#include "view/shown_text.h"
 
 namespace hivequarry {
 namespace {
@@ -17,6 +19,19 @@ namespace {
 // The control offers `room` units, and no more are made of a long text.
 std::wstring CellStart(const ListPlace& place, uint32_t shown, int column, size_t room) {
   return WindowText(FirstUnits(CellText(*place.model, ModelRow(place, shown), column), room));
+}
+
+// A path that the column has no room for is cut in its middle, on the screen alone: who asks for a
+// text gets it as it is. Empty for what is no path.
+std::wstring PaintedPath(const ListPlace& place, uint32_t shown, int column) {
+  constexpr size_t kLongest = 4096;  // units, wider than any screen
+  if (HoldsOf(FindListKind(ListKindOf(*place.model)), column) != CellHolds::kName) return {};
+  const std::string_view cell = CellText(*place.model, ModelRow(place, shown), column);
+  if (cell.size() > kLongest || cell.find('\\') == cell.npos) return {};
+  const auto width = [&place](const std::u16string& part) {
+    return ListView_GetStringWidth(place.list, WideText(part).c_str());
+  };
+  return WideText(FitPath(ShownText(cell), RoomOfCell(place, column), width));
 }
 
 // The list is virtual: only what is in view is asked for. Rows may be fewer than the control knows.
@@ -27,7 +42,10 @@ void OnDisplay(const ListPlace& place, NMLVDISPINFOW& notice) {
   if ((item.mask & LVIF_IMAGE) != 0) item.iImage = RowIcon(*place.model, ModelRow(place, shown));
   if ((item.mask & LVIF_TEXT) != 0 && item.cchTextMax > 0) {
     const auto room = static_cast<size_t>(item.cchTextMax);
-    GiveText(item, CellStart(place, shown, item.iSubItem, room).c_str());
+    std::wstring text;
+    if (place.painting) text = PaintedPath(place, shown, item.iSubItem);
+    if (text.empty()) text = CellStart(place, shown, item.iSubItem, room);
+    GiveText(item, text.c_str());
   }
 }
 
@@ -50,6 +68,18 @@ CommandNumber CommandOfRow(int kind) {
   return FindListKind(kind).leads == RowLeads::kField ? kCommandFollowRecord : kCommandGoToTree;
 }
 
+// Of a list that has both, rows about what was deleted are as in tree and values.
+LRESULT DrawRow(ListPlace& place, NMLVCUSTOMDRAW& notice) {
+  const DWORD stage = notice.nmcd.dwDrawStage;
+  if (stage == CDDS_PREPAINT || stage == CDDS_POSTPAINT) place.painting = stage == CDDS_PREPAINT;
+  if (stage == CDDS_PREPAINT) return DrawListRow(notice) | CDRF_NOTIFYPOSTPAINT;
+  const auto shown = static_cast<uint32_t>(notice.nmcd.dwItemSpec);
+  const bool row = stage == CDDS_ITEMPREPAINT && shown < ShownRowCount(place);
+  return row && IsFreedAmongOthers(*place.model, ModelRow(place, shown))
+             ? DrawDeletedRow(notice, place.struck)
+             : DrawListRow(notice);
+}
+
 template <typename Notice>
 Notice& As(const NMHDR& notice) {
   return const_cast<Notice&>(reinterpret_cast<const Notice&>(notice));
@@ -64,7 +94,7 @@ LRESULT OnListNotify(ListPlace& place, const NMHDR& notice) {
       return 0;
     case NM_CUSTOMDRAW:
       // The header draws itself.
-      return notice.hwndFrom == place.list ? DrawListRow(As<NMLVCUSTOMDRAW>(notice)) : 0;
+      return notice.hwndFrom == place.list ? DrawRow(place, As<NMLVCUSTOMDRAW>(notice)) : 0;
     case LVN_ODFINDITEMW:
       return OnTypedText(place, As<NMLVFINDITEMW>(notice));
     case LVN_COLUMNCLICK:

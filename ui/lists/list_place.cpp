@@ -220,6 +220,7 @@ void ShowList(ListPlace& place, OutputListPtr list, const std::vector<int>& widt
   ForgetFilter(place);
   place.model = std::move(list);
   place.dates_in = ShownZoneNow();
+  place.zone_due = false;
   place.hive = place.owner->shown->slot < 0 ? kAnyHive : place.owner->shown->number;
   place.hives.clear();
   place.again = nullptr;
@@ -316,6 +317,12 @@ void ResizeListColumns(ListPlace& place) {
   std::vector<int> widths = ColumnWidths(*place.model, units);
   if (!widths.empty()) widths.front() += icon;
   SetWidths(place, widths);
+}
+
+int RoomOfCell(const ListPlace& place, int column) {
+  const uint32_t dpi = DpiOfPlace(place);
+  const int icon = column == 0 ? Scale(kIconRoom, dpi) : 0;
+  return ListView_GetColumnWidth(place.list, column) - icon - Scale(kCellMargin, dpi);
 }
 
 void FitListColumns(ListPlace& place) {

@@ -41,8 +41,11 @@ struct ListPlace {
   HWND window = nullptr;          // takes the commands of the list: its window, or the main window
   HWND list = nullptr;            // the control
   HWND status = nullptr;          // status bar of a list window; null: the main window's is used
+  HFONT struck = nullptr;         // for rows about what was deleted; the window's
+  bool painting = false;          // the control draws rows: paths are cut in their middle
   OutputListPtr model;            // never null once the control is made
   ShownZone dates_in;             // the zone that the model's dates are shown in
+  bool zone_due = false;          // another one was chosen, and waits for a worker
   RowsShown rows;                 // which of the model's, and in which order
   int sorted_column = -1;         // by a click; -1: none
   std::vector<SortRequest> sort_keys;  // columns of the order, the first one foremost
@@ -88,6 +91,8 @@ void ShowList(ListPlace& place, OutputListPtr list, const std::vector<int>& widt
 void ListChanged(ListPlace& place);
 // Deletes all rows.
 void EmptyList(ListPlace& place);
+// What the control leaves for the text of a cell, pixels.
+int RoomOfCell(const ListPlace& place, int column);
 // Makes the columns fit titles and texts; without rows they get the widths of the list's kind.
 void ResizeListColumns(ListPlace& place);
 // The same when the room changed, unless the user chose widths.

@@ -201,6 +201,7 @@ void RefreshLook(MainWindow& window) {
   window.look.icons = MakeIconLists(Scale(kSmallIcon, window.dpi), Scale(kToolIcon, window.dpi));
   SetFonts(window);
   for (const auto& hive : window.hives) hive->freed_pane.struck = window.look.fonts.struck;
+  window.output.struck = window.look.fonts.struck;
   TreeView_SetImageList(window.controls.tree, window.look.icons.tree, TVSIL_NORMAL);
   TreeView_SetItemHeight(window.controls.tree, std::max(LineHeight(window.look.fonts.text),
                                                         Scale(kSmallIcon, window.dpi)) +

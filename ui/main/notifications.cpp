@@ -86,14 +86,10 @@ void OnValuesKey(MainWindow& window, WORD key) {
 
 // A deleted value is pale and has a line through it.
 LRESULT DrawValueRow(const MainWindow& window, NMLVCUSTOMDRAW& notice) {
-  const LRESULT drawn = DrawListRow(notice);
-  if (notice.nmcd.dwDrawStage != CDDS_ITEMPREPAINT) return drawn;
-  const auto row = static_cast<int>(notice.nmcd.dwItemSpec);
-  if (!IsDeletedRow(window.values.rows, row)) return drawn;
-  const bool selected = ListView_GetItemState(window.values.window, row, LVIS_SELECTED) != 0;
-  if (!selected) notice.clrText = ColourOf(Tone::kPale);
-  SelectObject(notice.nmcd.hdc, window.look.fonts.struck);
-  return CDRF_NEWFONT;
+  const bool row = notice.nmcd.dwDrawStage == CDDS_ITEMPREPAINT;
+  return row && IsDeletedRow(window.values.rows, static_cast<int>(notice.nmcd.dwItemSpec))
+             ? DrawDeletedRow(notice, window.look.fonts.struck)
+             : DrawListRow(notice);
 }
 
 LRESULT OnValuesNotify(MainWindow& window, const NMHDR& notice) {
