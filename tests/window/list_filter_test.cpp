@@ -162,8 +162,20 @@ TEST_F(ListFilterTest, DatesFollowTheZone) {
   ShownZone zone;
   ASSERT_TRUE(ReadZone("+09:00", zone));
   SetShownZone(zone);
-  ShowListsInZone(*window_);
+  // Of a list that is worked on the zone follows that work.
   Finish(many);
+  std::atomic<bool> go = false;
+  ASSERT_TRUE(StartListWork(
+      many, kOperationFind,
+      [&go] {
+        while (!go) Sleep(1);
+      },
+      [] {}));
+  ShowListsInZone(*window_);
+  EXPECT_NE(many.dates_in, zone);
+  EXPECT_EQ(few.dates_in, zone);
+  go = true;
+  ASSERT_TRUE(PumpUntil([&] { return many.dates_in == zone; }));
   Settle(few);
   EXPECT_EQ(Column(few, 0), Texts{"2020/07/01, 20:00:00 +09:00"});
   Type(few, L"");
@@ -174,7 +186,8 @@ TEST_F(ListFilterTest, DatesFollowTheZone) {
   EXPECT_EQ(RowDatum(*many.model, 5999), 6000U);
   SetShownZone({});
   ShowListsInZone(*window_);
-  Finish(many);
+  ASSERT_TRUE(
+      PumpUntil([&] { return few.dates_in == ShownZone() && many.dates_in == ShownZone(); }));
   EXPECT_EQ(Column(few, 0).back(), "2020/07/01, 12:00:00");
 }
 

@@ -26,7 +26,8 @@ void TakeCopy(ListPlace& place, OutputListPtr copy, const ShownZone& zone) {
   InvalidateRect(place.list, nullptr, FALSE);
 }
 
-// True when a worker makes the copy, with the other lists to come.
+// True when a worker makes the copy. One that is stopped leaves this list and those that wait as
+// they are.
 bool StartCopy(ListPlace& place, const ShownZone& zone) {
   const auto copy = std::make_shared<OutputListPtr>();
   const OutputList& list = *place.model;
@@ -37,28 +38,37 @@ bool StartCopy(ListPlace& place, const ShownZone& zone) {
       },
       [&place, zone, copy] {
         ShowPlaceStatus(place, "");
-        if (*copy == nullptr) return;
-        TakeCopy(place, std::move(*copy), zone);
-        ShowListsInZone(*place.owner);
+        if (*copy != nullptr) return TakeCopy(place, std::move(*copy), zone);
+        for (ListPlace* left : ListPlaces(*place.owner)) left->zone_due = false;
       });
   if (started) ShowPlaceStatus(place, " Dates in the other zone ...");
   return started;
 }
 
+// False while it waits for a worker.
+bool ShowInZone(ListPlace& place, const ShownZone& zone) {
+  if (place.working) return false;
+  if (!HasDates(*place.model)) {
+    place.dates_in = zone;
+  } else if (RowCount(*place.model) > kRowsAtOnce) {
+    return StartCopy(place, zone);
+  } else {
+    OutputListPtr copy = CopyInZone(*place.model, place.dates_in, zone, [] { return false; });
+    if (copy != nullptr) TakeCopy(place, std::move(copy), zone);
+  }
+  return true;
+}
+
 }  // namespace
 
 void ShowListsInZone(MainWindow& window) {
-  const ShownZone zone = ShownZoneNow();
+  for (ListPlace* place : ListPlaces(window)) place->zone_due = place->dates_in != ShownZoneNow();
+  FollowZone(window);
+}
+
+void FollowZone(MainWindow& window) {
   for (ListPlace* place : ListPlaces(window)) {
-    if (place->working || place->dates_in == zone) continue;
-    if (!HasDates(*place->model)) {
-      place->dates_in = zone;
-    } else if (RowCount(*place->model) > kRowsAtOnce) {
-      if (StartCopy(*place, zone)) return;
-    } else {
-      OutputListPtr copy = CopyInZone(*place->model, place->dates_in, zone, [] { return false; });
-      if (copy != nullptr) TakeCopy(*place, std::move(copy), zone);
-    }
+    if (place->zone_due && ShowInZone(*place, ShownZoneNow())) place->zone_due = false;
   }
 }
 

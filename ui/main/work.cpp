@@ -9,6 +9,7 @@
 #include "app/stop_command.h"
 #include "host/host.h"
 #include "host/long_operation.h"
+#include "ui/lists/list_dates.h"
 #include "ui/main/loading.h"
 #include "ui/main/main_window.h"
 #include "ui/main/status.h"
@@ -72,6 +73,7 @@ void FinishWork(MainWindow& window) {
   // What `done` began counts anew, and tells of that when it ends.
   ShowCut(window.work.thread.joinable() ? cut : ShortfallWords());
   UpdateToolbars(window);
+  if (!window.work.thread.joinable()) FollowZone(window);
   if (!window.work.thread.joinable()) OpenWaiting(window);
 }
 
