@@ -3,6 +3,7 @@
 
 #include <array>
 #include <cstdint>
+#include <cstring>
 #include <functional>
 #include <span>
 #include <string>
@@ -48,6 +49,16 @@ bool WriteMadeRows(ListOutput& out, OutputList& list, const RowMaker& make,
                    const std::function<void(const NewRow&)>& write_row);
 // The texts of a row that is handed on; of columns that it lacks they are empty.
 void ReadRow(const ListShape& shape, const NewRow& row, RowTexts& texts);
+
+// Room for `size` further characters at the end of a text; they are put there with Put.
+inline char* MakeRoom(std::string& out, size_t size) {
+  out.resize(out.size() + size);
+  return out.data() + out.size() - size;
+}
+inline void Put(std::string_view text, char*& at) {
+  if (!text.empty()) std::memcpy(at, text.data(), text.size());
+  at += text.size();
+}
 
 inline CellHolds HoldsOf(const ListShape& shape, int column) {
   return shape.holds[static_cast<size_t>(column)];

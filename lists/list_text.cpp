@@ -1,6 +1,5 @@
 // The text form of a list, the same in files, on the clipboard and on paper.
 #include <algorithm>
-#include <cstring>
 
 #include "host/long_operation.h"
 #include "host/text.h"
@@ -63,11 +62,6 @@ void WriteEscapedRow(const ListShape& shape, const std::vector<std::string>& lab
   out += kLineEnd;
 }
 
-void Put(std::string_view text, char*& at) {
-  std::memcpy(at, text.data(), text.size());
-  at += text.size();
-}
-
 // A line for each cell that is not empty, then an empty line.
 template <typename Row>
 void WriteTextRow(const ListShape& shape, const std::vector<std::string>& labels, const Row& row,
@@ -84,8 +78,7 @@ void WriteTextRow(const ListShape& shape, const std::vector<std::string>& labels
   }
   if (!as_is) return WriteEscapedRow(shape, labels, cells, out);
   // Nearly all are: room is made once for the whole of it.
-  out.resize(out.size() + size);
-  char* at = out.data() + out.size() - size;
+  char* at = MakeRoom(out, size);
   for (size_t column = 0; column < labels.size(); ++column) {
     const std::string_view text = ShownText(shape, static_cast<int>(column), cells[column]);
     if (text.empty()) continue;
