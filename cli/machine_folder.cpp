@@ -317,7 +317,7 @@ bool WriteText(Machine& machine, const std::string& name, const std::string& tex
 HtmlBars BarsOf(const Timeline& timeline) {
   YearCounts events;
   for (const TimelineShelf& shelf : timeline.shelves) {
-    for (const TimelineEvent& event : shelf.events) CountYear(events, event.time);
+    for (const StoredEvent& event : shelf.events) CountYear(events, event.time);
   }
   return BarsOf(events, "Events by year, as their times have it");
 }

@@ -49,9 +49,7 @@ const char* EventOf(Telling& telling, size_t column) {
   if (known == nullptr) {
     const std::string words =
         Concat({telling.kind.title, ": ", telling.kind.columns[column].title});
-    known = KeepText(telling.timeline.shelves.front(),
-                     std::string_view(words.c_str(), words.size() + 1))
-                .data();
+    known = KeepText(telling.timeline, std::string_view(words.c_str(), words.size() + 1)).data();
   }
   return known;
 }
@@ -110,11 +108,10 @@ void AddRow(Telling& telling, uint32_t row) {
     event.state = StateOf(CellText(telling.list, row, tail + 1));
     event.local = IsLocal(telling.kind.columns[column]);
     event.event = EventOf(telling, column);
-    TimelineShelf& shelf = ShelfOf(telling.timeline, time);
-    event.key = KeepText(shelf, CellText(telling.list, row, tail + 2));
-    event.value = KeepText(shelf, CellText(telling.list, row, tail + 3));
-    event.detail = KeepText(shelf, detail);
-    shelf.events.push_back(event);
+    event.key = CellText(telling.list, row, tail + 2);
+    event.value = CellText(telling.list, row, tail + 3);
+    event.detail = detail;
+    AddEvent(telling.timeline, event);
   }
 }
 

@@ -10,6 +10,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <span>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -228,12 +229,18 @@ class PathWalker {
   // As StoredItemPath has it; valid as long.
   const std::string& StoredPathOf(uint32_t item);
 
- private:
+  // A component of a path.
   struct Level {
     uint32_t item;
     size_t length;  // of the path text up to this item
     bool escaped;   // this or one above is not displayed as it is stored
   };
+  // Of the item asked for last, from the root down: of its whole path.
+  std::span<const Level> Levels() const { return levels_; }
+  // True where PathOf gives another text than that.
+  bool IsShortened() const { return IsLong() && AnchorLevel() != 0; }
+
+ private:
   // Makes `levels_` and `path_` those of the item: back to its nearest ancestor among the levels,
   // and down from there. Push adds one name.
   void Enter(uint32_t item);

@@ -2,8 +2,11 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cstring>
+#include <new>
 #include <optional>
 
+#include "bytes/large_pages.h"
 #include "hive/file_place.h"
 #include "hive/keys.h"
 #include "hive/replaying.h"
@@ -23,8 +26,11 @@
 namespace hivequarry {
 namespace {
 
-constexpr size_t kBlock = size_t{1} << 18;  // of texts
-constexpr size_t kPerShelf = 8192;          // events, for which a processor's own memory has room
+constexpr size_t kBlock = size_t{1} << 18;  // of texts and what leads to them, bytes
+// Of many, which are read in another order than that in which they were put there: large pages.
+constexpr size_t kLargeBlock = size_t{8} << 20;
+constexpr size_t kSmallBlocks = 8;
+constexpr size_t kPerShelf = 8192;  // events, for which a processor's own memory has room
 // More would be open at a time than a processor keeps near.
 constexpr size_t kMostShelves = 256;
 
@@ -100,15 +106,83 @@ void MakeShelves(Timeline& timeline, const HiveImage& hive, const KeyTree& tree,
     const uint64_t bound = times[i * times.size() / shelves];
     if (bounds.empty() || bound > bounds.back()) bounds.push_back(bound);
   }
-  std::vector<TimelineShelf> all(bounds.size() + 1);
-  const std::vector<TimelineEvent> before = std::move(timeline.shelves[0].events);
-  all[0].texts = std::move(timeline.shelves[0].texts);  // as they are: views lead to them
-  timeline.shelves = std::move(all);
+  const std::vector<StoredEvent> before = std::move(timeline.shelves[0].events);
+  timeline.shelves = std::vector<TimelineShelf>(bounds.size() + 1);
   const size_t room = (end - first) / shelves;
   for (TimelineShelf& shelf : timeline.shelves) shelf.events.reserve(room + room / 8);
-  for (const TimelineEvent& event : before) {
+  for (const StoredEvent& event : before) {
     ShelfOf(timeline, event.time).events.push_back(event);
   }
+}
+
+// Room in a block of the timeline, for anything.
+char* KeptRoom(Timeline& timeline, size_t size) {
+  constexpr size_t kAligned = alignof(KeptPath);
+  std::deque<std::string>& kept = timeline.kept;
+  const size_t taken = (size + kAligned - 1) / kAligned * kAligned;
+  if (kept.empty() || kept.back().capacity() - kept.back().size() < taken) {
+    const size_t block = kept.size() < kSmallBlocks ? kBlock : kLargeBlock;
+    ReserveLarge(kept.emplace_back(), std::max(block, taken));
+  }
+  std::string& block = kept.back();
+  block.resize(block.size() + taken);
+  return block.data() + block.size() - taken;
+}
+
+// A name below a path; with null a path as a whole.
+const KeptPath* KeepName(Timeline& timeline, const KeptPath* above, std::string_view name) {
+  char* const room = KeptRoom(timeline, sizeof(KeptPath) + name.size());
+  if (!name.empty()) std::memcpy(room + sizeof(KeptPath), name.data(), name.size());
+  auto* const path = new (room) KeptPath;
+  path->above = above;
+  path->size = static_cast<uint32_t>(name.size());
+  // Paths end long before a length is beyond the bits that it has.
+  path->length = (path->size + (above == nullptr ? 0 : above->length + 1)) & 0x7FFFFFFF;
+  path->plain = IsPlain(name, '|', ',', '"') && (above == nullptr || above->plain);
+  return path;
+}
+
+// Paths of a walk, as the timeline keeps them.
+class PathKeeper {
+ public:
+  // `paths` is at the item whose path is kept.
+  const KeptPath* Keep(Timeline& timeline, const PathWalker& paths, std::string_view path) {
+    if (paths.IsShortened()) return KeepName(timeline, nullptr, path);
+    const std::span<const PathWalker::Level> levels = paths.Levels();
+    size_t same = std::min(kept_.size(), levels.size());
+    while (same != 0 && kept_[same - 1].item != levels[same - 1].item) --same;
+    kept_.resize(same);
+    for (; same < levels.size(); ++same) {
+      const size_t start = same == 0 ? 0 : levels[same - 1].length + 1;
+      const KeptPath* above = same == 0 ? nullptr : kept_.back().path;
+      const std::string_view name = path.substr(start, levels[same].length - start);
+      kept_.push_back({levels[same].item, KeepName(timeline, above, name)});
+    }
+    return kept_.back().path;
+  }
+
+ private:
+  struct Level {
+    uint32_t item;
+    const KeptPath* path;
+  };
+  std::vector<Level> kept_;
+};
+
+// Null where there is nothing to say beyond a key's last write.
+const EventWords* KeepWords(Timeline& timeline, const TimelineEvent& event) {
+  if (event.event == kKeyWritten && event.value.empty() && event.detail.empty()) return nullptr;
+  auto* const words = new (KeptRoom(timeline, sizeof(EventWords))) EventWords;
+  words->event = event.event;
+  words->value = KeepText(timeline, event.value);
+  words->detail = KeepText(timeline, event.detail);
+  return words;
+}
+
+void StoreEvent(Timeline& timeline, const TimelineEvent& event, const KeptPath* key) {
+  ShelfOf(timeline, event.time)
+      .events.push_back({event.time, key, KeepWords(timeline, event), event.offset, event.values,
+                         event.hive, event.state, event.local});
 }
 
 // In the order of the tree, so that texts that belong together are near each other in memory. The
@@ -118,6 +192,7 @@ void AddKeyRange(Timeline& timeline, const HiveImage& hive, const KeyTree& tree,
   constexpr uint32_t kAhead = 12;  // keys on their way while one is read
   const auto start = reinterpret_cast<uintptr_t>(ImageBytes(hive).data());
   PathWalker paths(hive, tree);
+  PathKeeper kept;
   const auto number = static_cast<uint32_t>(timeline.hives.size() - 1);
   TimelineHive& about = timeline.hives.back();
   for (uint32_t at = first; at < end && !StopRequested(); ++at) {
@@ -145,10 +220,10 @@ void AddKeyRange(Timeline& timeline, const HiveImage& hive, const KeyTree& tree,
     event.values = ReadU32(hive, position + kKeyValueCount);
     event.state = tree.items[at].connected ? TimelineState::kLive : TimelineState::kRecovered;
     event.event = kKeyWritten;
-    TimelineShelf& shelf = ShelfOf(timeline, event.time);
-    event.key = KeepText(shelf, paths.PathOf(at));
-    event.detail = KeepText(shelf, DetailOfKey(hive, position, event.key));
-    if (wanted) shelf.events.push_back(event);
+    event.key = paths.PathOf(at);
+    const std::string detail = DetailOfKey(hive, position, event.key);
+    event.detail = detail;
+    if (wanted) StoreEvent(timeline, event, kept.Keep(timeline, paths, event.key));
     about.keys_without += !wanted;
     if (options.values) AddValueTimes(timeline, hive, tree, at, options, event);
   }
@@ -158,11 +233,11 @@ void AddKeyRange(Timeline& timeline, const HiveImage& hive, const KeyTree& tree,
 void Append(Timeline& timeline, Timeline& more) {
   for (size_t i = 0; i < more.shelves.size(); ++i) {
     TimelineShelf& shelf = timeline.shelves[i];
-    TimelineShelf from = std::move(more.shelves[i]);
+    const TimelineShelf from = std::move(more.shelves[i]);
     shelf.events.insert(shelf.events.end(), from.events.begin(), from.events.end());
-    // Before the block that is not full yet. Views lead to what a text holds, which moves with it.
-    for (std::string& text : from.texts) shelf.texts.push_front(std::move(text));
   }
+  // What a block holds moves with it.
+  for (std::string& block : more.kept) timeline.kept.push_front(std::move(block));
   timeline.hives.back().keys += more.hives.back().keys;
   timeline.hives.back().keys_without += more.hives.back().keys_without;
 }
@@ -174,7 +249,7 @@ void AddKeys(Timeline& timeline, const HiveImage& hive, const KeyTree& tree,
   const uint32_t end = tree.items[first].end;
   if (!options.bounded) MakeShelves(timeline, hive, tree, first, end);
   const bool halves =
-      IsWorthSideWork(uint64_t{end - first} * sizeof(TimelineEvent)) && timeline.shelves.size() > 1;
+      IsWorthSideWork(uint64_t{end - first} * sizeof(StoredEvent)) && timeline.shelves.size() > 1;
   if (!halves) return AddKeyRange(timeline, hive, tree, options, first, end);
   const uint32_t middle = first + (end - first) / 2;
   Timeline second;
@@ -206,10 +281,11 @@ void AddFreedKeys(Timeline& timeline, const HiveImage& hive, const KeyTree& tree
     event.values = key.values;
     event.state = TimelineState::kFreed;
     event.event = kKeyWritten;
-    TimelineShelf& shelf = ShelfOf(timeline, event.time);
-    event.key = KeepText(shelf, from.paths.PathOf(key.position));
-    event.detail = KeepText(shelf, FreedPlaceWords(key));
-    shelf.events.push_back(event);
+    const std::string path(from.paths.PathOf(key.position));
+    const std::string place = FreedPlaceWords(key);
+    event.key = path;
+    event.detail = place;
+    AddEvent(timeline, event);
     ++about.freed_keys;
   }
 }
@@ -234,11 +310,11 @@ void AddLoggedKeys(Timeline& timeline, const HiveImage& hive, const KeyTree& tre
     event.hive = static_cast<uint32_t>(timeline.hives.size() - 1);
     event.state = TimelineState::kLogged;
     event.event = kKeyWritten;
-    TimelineShelf& shelf = ShelfOf(timeline, time);
-    event.key = KeepText(shelf, CellText(*list, row, kKeyColumn));
-    event.detail = KeepText(shelf, Concat({CellText(*list, row, kLogColumn), ", entry ",
-                                           CellText(*list, row, kEntryColumn)}));
-    shelf.events.push_back(event);
+    const std::string detail =
+        Concat({CellText(*list, row, kLogColumn), ", entry ", CellText(*list, row, kEntryColumn)});
+    event.key = CellText(*list, row, kKeyColumn);
+    event.detail = detail;
+    AddEvent(timeline, event);
     ++about.logged_keys;
   }
 }
@@ -269,7 +345,7 @@ void AddBaseTimes(Timeline& timeline, const HiveImage& hive, const TimelineOptio
     event.hive = static_cast<uint32_t>(timeline.hives.size() - 1);
     event.event = what;
     event.detail = detail;
-    ShelfOf(timeline, time).events.push_back(event);
+    AddEvent(timeline, event);
   };
   add("hive written", ReadU64(bytes, kBaseLastWrite), kBaseLastWrite, "");
   const uint64_t reorganised = ReadU64(bytes, kBaseReorganised);
@@ -316,16 +392,42 @@ TimelineShelf& ShelfOf(Timeline& timeline, uint64_t time) {
   return timeline.shelves[static_cast<size_t>(after - timeline.bounds.begin())];
 }
 
-std::string_view KeepText(TimelineShelf& shelf, std::string_view text) {
+std::string_view KeepText(Timeline& timeline, std::string_view text) {
   if (text.empty()) return {};
-  std::deque<std::string>& texts = shelf.texts;
-  if (texts.empty() || texts.back().capacity() - texts.back().size() < text.size()) {
-    texts.emplace_back().reserve(std::max(kBlock, text.size()));
+  char* const room = KeptRoom(timeline, text.size());
+  std::memcpy(room, text.data(), text.size());
+  return {room, text.size()};
+}
+
+void AddEvent(Timeline& timeline, const TimelineEvent& event) {
+  const bool keyed = !event.key.empty();
+  StoreEvent(timeline, event, keyed ? KeepName(timeline, nullptr, event.key) : nullptr);
+}
+
+TimelineEvent ReadEvent(const StoredEvent& stored, std::string& path) {
+  TimelineEvent event;
+  event.time = stored.time;
+  event.offset = stored.offset;
+  event.hive = stored.hive;
+  event.values = stored.values;
+  event.state = stored.state;
+  event.local = stored.local;
+  event.event = stored.words == nullptr ? kKeyWritten : stored.words->event;
+  if (stored.words != nullptr) {
+    event.value = stored.words->value;
+    event.detail = stored.words->detail;
   }
-  std::string& block = texts.back();
-  const size_t at = block.size();
-  block += text;
-  return std::string_view(block).substr(at);
+  path.resize(stored.key == nullptr ? 0 : stored.key->length);
+  char* end = path.data() + path.size();
+  for (const KeptPath* at = stored.key; at != nullptr; at = at->above) {
+    const std::string_view name = NameOf(*at);
+    end -= name.size();
+    std::memcpy(end, name.data(), name.size());
+    if (at->above != nullptr) *--end = '\\';
+  }
+  event.key = path;
+  event.plain_key = stored.key != nullptr && stored.key->plain;
+  return event;
 }
 
 bool AddToTimeline(Timeline& timeline, const HiveImage& hive, const KeyTree& tree,
@@ -344,13 +446,13 @@ void SortTimeline(Timeline& timeline) {
   std::atomic<size_t> next = 0;
   const auto sort = [&] {
     for (size_t at = next++; at < timeline.shelves.size(); at = next++) {
-      SortByKeys(timeline.shelves[at].events, [](const TimelineEvent& event) {
+      SortByKeys(timeline.shelves[at].events, [](const StoredEvent& event) {
         return SortKey{event.time, uint64_t{event.hive} << 32 | event.offset};
       });
     }
   };
   std::optional<SideWork> beside;
-  if (IsWorthSideWork(EventCount(timeline) * sizeof(TimelineEvent))) beside.emplace(sort);
+  if (IsWorthSideWork(EventCount(timeline) * sizeof(StoredEvent))) beside.emplace(sort);
   sort();
 }
 

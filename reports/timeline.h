@@ -19,7 +19,7 @@ namespace hivequarry {
 // kLogged: in a page of a log, in no state of the hive any more.
 enum class TimelineState : uint8_t { kLive, kRecovered, kFreed, kLogged };
 
-// Its texts are views that live as long as the timeline.
+// As it is added and read; its texts are views.
 struct TimelineEvent {
   uint64_t time = 0;  // FILETIME, whatever it is
   // Of the key's or value's cell, as the file counts from where the hive begins.
@@ -28,11 +28,45 @@ struct TimelineEvent {
   uint32_t values = 0;  // of the key
   TimelineState state = TimelineState::kLive;
   bool local = false;       // the time is the machine's, of a zone that is not known: not UTC
-  const char* event = "";   // "key written": constant
+  const char* event = "";   // "key written": lives as long as the timeline
   std::string_view key;     // displayed path
   std::string_view value;   // name of the value that holds the time
   std::string_view detail;  // further words, UTF-8
+  bool plain_key = false;   // as KeptPath has it; only of an event that is read
 };
+
+// A key's path as a timeline keeps it: keys of one branch have what is above them once. Its own
+// part, mostly the key's name, is after it in memory (NameOf).
+struct KeptPath {
+  const KeptPath* above = nullptr;  // null: the name is the whole path
+  uint32_t size = 0;                // of the name, bytes
+  uint32_t length : 31 = 0;         // of the whole path, bytes
+  uint32_t plain : 1 = 0;           // it is the same in all forms, but for its backslashes
+};
+static_assert(sizeof(KeptPath) == 16, "a million keys have one each");
+inline std::string_view NameOf(const KeptPath& path) {
+  return {reinterpret_cast<const char*>(&path + 1), path.size};
+}
+
+// What few events say.
+struct EventWords {
+  const char* event = "";
+  std::string_view value;
+  std::string_view detail;
+};
+
+// An event as a timeline keeps it; TimelineEvent has the words for the members.
+struct StoredEvent {
+  uint64_t time = 0;
+  const KeptPath* key = nullptr;      // null: none
+  const EventWords* words = nullptr;  // null: the last write of a key, and no more to be said
+  uint32_t offset = 0;
+  uint32_t values = 0;
+  uint32_t hive = 0;
+  TimelineState state = TimelineState::kLive;
+  bool local = false;
+};
+static_assert(sizeof(StoredEvent) == 40, "a million keys have one each");
 
 // A source of events, as it is told in lines and counts.
 struct TimelineHive {
@@ -46,16 +80,17 @@ struct TimelineHive {
   uint64_t logged_keys = 0;   // likewise
 };
 
-// The events of one stretch of time, and what is kept with them, so that who goes through events by
-// time stays in one place of the memory.
+// The events of one stretch of time, so that who goes through events by time stays in one place of
+// the memory.
 struct TimelineShelf {
-  std::vector<TimelineEvent> events;
-  std::deque<std::string> texts;  // what events' views lead to
+  std::vector<StoredEvent> events;
 };
 
-// May be moved, not copied: the views lead into `texts`.
+// May be moved, not copied: the events lead into `kept`.
 struct Timeline {
   std::vector<TimelineHive> hives;
+  // Paths, words and texts that events lead to, in blocks that never move; the last one grows.
+  std::deque<std::string> kept;
   std::vector<TimelineShelf> shelves = std::vector<TimelineShelf>(1);  // by time, at least one
   std::vector<uint64_t> bounds;  // where each shelf but the first begins, FILETIME, ascending
 };
@@ -73,6 +108,11 @@ struct TimelineOptions {
   uint64_t from = 0;
   uint64_t to = UINT64_MAX;  // included
 };
+
+// Adds an event with copies of its texts, but for `event`, in the shelf of its time.
+void AddEvent(Timeline& timeline, const TimelineEvent& event);
+// The event with its texts: its key is a view of `path`, the others live as long as the timeline.
+TimelineEvent ReadEvent(const StoredEvent& stored, std::string& path);
 
 // Adds the events of a loaded hive; the hive may be closed afterwards. False where the tree has no
 // such item.
@@ -108,8 +148,8 @@ std::string_view StateWord(TimelineState state);
 
 // For events of that time.
 TimelineShelf& ShelfOf(Timeline& timeline, uint64_t time);
-// A copy of the text that lives as long as the timeline: that of an event on the shelf.
-std::string_view KeepText(TimelineShelf& shelf, std::string_view text);
+// A copy of the text that lives as long as the timeline.
+std::string_view KeepText(Timeline& timeline, std::string_view text);
 // Adds the times that the values of a key hold (timeline_values.cpp).
 void AddValueTimes(Timeline& timeline, const HiveImage& hive, const KeyTree& tree, uint32_t item,
                    const TimelineOptions& options, const TimelineEvent& key);

@@ -1,7 +1,6 @@
 // The forms in which other programs read timelines.
 #include <algorithm>
 #include <array>
-#include <charconv>
 #include <cstring>
 #include <optional>
 #include <utility>
@@ -21,7 +20,7 @@ constexpr uint64_t kUnixEpoch = 116444736000000000;  // FILETIME of 1970-01-01
 constexpr uint64_t kLatest = 157469184000000000;     // of 2100-01-01
 constexpr uint64_t kPerSecond = 10'000'000;
 constexpr size_t kPiece = 1 << 18;  // bytes handed on at once
-constexpr size_t kAhead = 16;       // events whose texts are on their way while one is written
+constexpr size_t kAhead = 8;        // events from one fetch of a part of their paths to the next
 
 // Lines on their way to the sink.
 struct Lines {
@@ -45,10 +44,23 @@ inline void Put(std::string_view text, Lines& out) {
   out.used += text.size();
 }
 
+// Two decimals each.
+constexpr std::array<char, 200> kPairs = [] {
+  std::array<char, 200> pairs{};
+  for (size_t i = 0; i < pairs.size(); ++i) {
+    pairs[i] = static_cast<char>('0' + (i % 2 == 0 ? i / 20 : i / 2 % 10));
+  }
+  return pairs;
+}();
+
 void PutNumber(uint64_t number, Lines& out) {
-  constexpr size_t kMostDigits = 20;
-  char* const start = RoomFor(out, kMostDigits);
-  out.used += static_cast<size_t>(std::to_chars(start, start + kMostDigits, number).ptr - start);
+  std::array<char, 20> digits;  // of the longest
+  char* const end = digits.data() + digits.size();
+  char* at = end;
+  for (; number >= 10; number /= 100) std::memcpy(at -= 2, &kPairs[2 * (number % 100)], 2);
+  // One is left of an odd number of digits.
+  if (number != 0 || at == end) *--at = static_cast<char>('0' + number);
+  Put({at, static_cast<size_t>(end - at)}, out);
 }
 
 bool IsUsable(uint64_t time) { return time >= kUnixEpoch && time < kLatest; }
@@ -162,12 +174,17 @@ void PutBarField(std::string_view text, Lines& out) {
   }
 }
 
+void PutBarKey(const TimelineEvent& event, Lines& out) {
+  event.plain_key ? Put(event.key, out) : PutBarField(event.key, out);
+}
+
 // What is kept from one event to the next.
 struct EventWriter {
   const Timeline& timeline;
   const TimelineLook& look;
   TimeWriter times;
   std::string message = {};  // scratch
+  std::string path = {};     // of the event's key
   Lines out = {};
   // The key's escaped text in `out`, from the message on; none where it is not known.
   size_t key = 0;
@@ -179,7 +196,7 @@ void PutName(const Timeline& timeline, const TimelineEvent& event, Lines& out) {
   Put("[", out);
   PutBarField(timeline.hives[event.hive].label, out);
   Put("] ", out);
-  PutBarField(event.key, out);
+  PutBarKey(event, out);
   const bool key = std::string_view(event.event) == "key written";
   if (!key) {
     if (!event.key.empty()) Put(" ", out);
@@ -237,17 +254,26 @@ std::string CsvField(std::string_view text, bool safe) {
   return out + '"';
 }
 
+// A cell as it is, and the comma after it.
+void PutCell(std::string_view text, Lines& out) {
+  char* const room = RoomFor(out, text.size() + 1);
+  if (!text.empty()) std::memcpy(room, text.data(), text.size());
+  room[text.size()] = ',';
+  out.used += text.size() + 1;
+}
+
 bool IsPlainInCsv(std::string_view text) { return PlainEnd(text, 0, ',', '"') == text.size(); }
 
 // A cell that may begin a formula, or hold what CSV has quotes for; most do not. Its escapes it has
 // already.
 void PutTextCell(std::string_view text, bool safe, Lines& out) {
-  if (!safe && IsPlainInCsv(text)) {
-    Put(text, out);
-  } else {
-    Put(CsvField(text, safe), out);
-  }
-  Put(",", out);
+  const bool plain = text.empty() || (!safe && IsPlainInCsv(text));
+  plain ? PutCell(text, out) : PutCell(CsvField(text, safe), out);
+}
+
+// The cell of the key's path.
+void PutKeyCell(const TimelineEvent& event, bool safe, Lines& out) {
+  safe || !event.plain_key ? PutTextCell(event.key, safe, out) : PutCell(event.key, out);
 }
 
 // In the order of HeaderOf. The last cell is the time as stored, in units of 100 ns.
@@ -258,10 +284,10 @@ void PutCsv(const TimelineEvent& event, EventWriter& writer) {
   Put(",", out);
   PutTextCell(event.event, look.safe, out);
   PutTextCell(writer.timeline.hives[event.hive].path, look.safe, out);
-  PutTextCell(event.key, look.safe, out);
+  PutKeyCell(event, look.safe, out);
   PutTextCell(event.value, look.safe, out);
   PutTextCell(event.detail, look.safe, out);
-  PutTextCell(StateWord(event.state), look.safe, out);
+  PutCell(StateWord(event.state), out);
   PutNumber(event.offset, out);
   Put(",", out);
   PutNumber(event.time, out);
@@ -314,6 +340,9 @@ void PutBackslashes(std::string_view text, Lines& out) {
 }
 
 bool IsPlainInJson(std::string_view text) { return PlainEnd(text, 0, '"') == text.size(); }
+bool IsKeyPlainInJson(const TimelineEvent& event) {
+  return event.plain_key || IsPlainInJson(event.key);
+}
 
 // A text within a JSON string.
 void PutJsonText(std::string_view text, Lines& out) {
@@ -327,7 +356,7 @@ void PutJsonText(std::string_view text, Lines& out) {
 void PutJsonMessage(const TimelineEvent& event, EventWriter& writer) {
   Lines& out = writer.out;
   writer.key_size = 0;
-  if (!event.value.empty() || !event.detail.empty() || !IsPlainInJson(event.key)) {
+  if (!event.value.empty() || !event.detail.empty() || !IsKeyPlainInJson(event)) {
     writer.message.clear();
     AppendMessage(event, writer.message);
     return PutJsonText(writer.message, out);
@@ -401,10 +430,11 @@ void PutDateAndClock(std::string_view time, bool safe, Lines& out) {
 void PutKeyAndMessage(const TimelineEvent& event, EventWriter& writer) {
   Lines& out = writer.out;
   const bool more = !event.value.empty() || !event.detail.empty();
-  if (more || writer.look.safe || !IsPlainInCsv(event.key) || !IsPlainInCsv(event.event)) {
+  const bool plain = event.plain_key || IsPlainInCsv(event.key);
+  if (more || writer.look.safe || !plain || !IsPlainInCsv(event.event)) {
     writer.message.clear();
     AppendMessage(event, writer.message);
-    PutTextCell(event.key, writer.look.safe, out);
+    PutKeyCell(event, writer.look.safe, out);
     return PutTextCell(writer.message, writer.look.safe, out);
   }
   Put(event.key, out);
@@ -435,7 +465,7 @@ void PutPlaso(const TimelineEvent& event, EventWriter& writer) {
   PutTextCell(hive.path, look.safe, out);
   PutNumber(event.offset, out);
   Put(",", out);
-  PutTextCell(StateWord(event.state), look.safe, out);
+  PutCell(StateWord(event.state), out);
   Put("hivequarry,filetime: ", out);
   PutNumber(event.time, out);
   Put("\r\n", out);
@@ -470,24 +500,31 @@ void PutEvent(const TimelineEvent& event, EventWriter& writer) {
   }
 }
 
+// Paths are in the order of the keys, not of the times: of the events to come the parts are fetched
+// ahead, the lowest first, each when what leads to it has come. What is above kParts keys have in
+// common. A function that fetched them itself would do nothing else, and be left out by compilers.
+constexpr size_t kParts = 4;
+const KeptPath* PartAhead(const std::vector<StoredEvent>& events, size_t at, size_t part) {
+  const size_t next = at + (kParts - part) * kAhead;
+  const KeptPath* path = events[std::min(next, events.size() - 1)].key;
+  for (size_t up = 0; up < part && path != nullptr; ++up) path = path->above;
+  return path;
+}
+
 // What was written stays in the writer where there is no sink.
 bool WriteShelf(const TimelineShelf& shelf, EventWriter& writer, const TextSink& sink,
                 TimelineCounts& counts) {
   const TimelineForm form = writer.look.form;
   const bool seconds = form == TimelineForm::kBodyfile || form == TimelineForm::kTln;
   for (size_t i = 0; i < shelf.events.size(); ++i) {
-    const TimelineEvent& event = shelf.events[i];
-    // Texts are in the order of the keys, not of the times.
-    const size_t ahead = std::min(i + kAhead, shelf.events.size() - 1);
-    // An address alone: the text may be shorter, or none.
-    const auto text = reinterpret_cast<uintptr_t>(shelf.events[ahead].key.data());
-    __builtin_prefetch(reinterpret_cast<const void*>(text));
-    __builtin_prefetch(reinterpret_cast<const void*>(text + 64));
-    if (seconds && !IsUsable(event.time)) {
+    for (size_t part = 0; part < kParts; ++part) {
+      __builtin_prefetch(PartAhead(shelf.events, i, part));
+    }
+    if (seconds && !IsUsable(shelf.events[i].time)) {
       ++counts.without_time;
       continue;
     }
-    PutEvent(event, writer);
+    PutEvent(ReadEvent(shelf.events[i], writer.path), writer);
     ++counts.lines;
     if (writer.out.used < kPiece) continue;
     if (StopRequested() || (sink && !HandOn(writer.out, sink))) return false;
@@ -512,7 +549,7 @@ bool WriteTimeline(const Timeline& timeline, const TimelineLook& look, const Tex
   Lines& out = writer.out;
   Put(HeaderOf(look.form), out);
   const std::vector<TimelineShelf>& shelves = timeline.shelves;
-  const bool both = IsWorthSideWork(EventCount(timeline) * sizeof(TimelineEvent));
+  const bool both = IsWorthSideWork(EventCount(timeline) * sizeof(StoredEvent));
   for (size_t at = 0; at < shelves.size(); at += both ? 2 : 1) {
     bool written = true;
     TimelineCounts more;

@@ -47,10 +47,11 @@ void ListTimeline(const HiveImage& hive, const KeyTree& tree, const TimelineOpti
   if (!AddToTimeline(timeline, hive, tree, options, {}) || StopRequested()) return;
   if (more) more(timeline);
   SortTimeline(timeline);
+  std::string path;
   for (const TimelineShelf& shelf : timeline.shelves) {
-    for (const TimelineEvent& event : shelf.events) {
+    for (const StoredEvent& event : shelf.events) {
       if (StopRequested()) return;
-      AddEventRow(hive, event, list);
+      AddEventRow(hive, ReadEvent(event, path), list);
       if (RowCount(list) % kRowsPerStatus == 0) {
         ShowStatus(Concat({"Reading times ...  ", Decimal(RowCount(list))}).c_str());
       }

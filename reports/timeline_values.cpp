@@ -82,11 +82,11 @@ void AddValueTimes(Timeline& timeline, const HiveImage& hive, const KeyTree& tre
       event.offset = PlaceOf(hive, position);
       event.event = time.event;
       const std::string name = ShownValueName(value.name);
-      TimelineShelf& shelf = ShelfOf(timeline, at);
-      event.value = KeepText(shelf, name);
       // The names of counts are ciphered.
-      event.detail = time.form == TimeForm::kRunCount ? KeepText(shelf, Rot13(name)) : "";
-      shelf.events.push_back(event);
+      const std::string clear = time.form == TimeForm::kRunCount ? Rot13(name) : std::string();
+      event.value = name;
+      event.detail = clear;
+      AddEvent(timeline, event);
     }
   }
 }

@@ -43,11 +43,14 @@ Timeline TimelineOf(OpenedHive& opened, const TimelineOptions& options = {}) {
   return timeline;
 }
 
-// In the order of the shelves.
+// In the order of the shelves. Paths live as long as the test.
 std::vector<TimelineEvent> EventsOf(const Timeline& timeline) {
+  static std::deque<std::string> paths;
   std::vector<TimelineEvent> events;
   for (const TimelineShelf& shelf : timeline.shelves) {
-    events.insert(events.end(), shelf.events.begin(), shelf.events.end());
+    for (const StoredEvent& event : shelf.events) {
+      events.push_back(ReadEvent(event, paths.emplace_back()));
+    }
   }
   return events;
 }
@@ -137,7 +140,7 @@ TEST(TimelineTest, JsonOfAnyKey) {
     event.time = kTime;
     event.event = "key written";
     event.key = key;
-    timeline.shelves[0].events.push_back(event);
+    AddEvent(timeline, event);
   }
   std::istringstream lines(Written(timeline, TimelineForm::kJsonLines));
   std::string line;
@@ -316,10 +319,10 @@ TEST(TimelineTest, LocalTimesAreMarked) {
   AddDecoderTimes(timeline, opened.hive, opened.tree, {});
   ASSERT_EQ(timeline.shelves[0].events.size(), 1u);
   constexpr const char* kWords = "Networks: Created (local)";
-  EXPECT_STREQ(timeline.shelves[0].events[0].event, kWords);
-  TimelineEvent written = timeline.shelves[0].events[0];
+  TimelineEvent written = EventsOf(timeline)[0];
+  EXPECT_STREQ(written.event, kWords);
   written.event = "key written", written.local = false;
-  timeline.shelves[0].events.push_back(written);
+  AddEvent(timeline, written);
   TimelineCounts counts;
   const std::string csv = Written(timeline, TimelineForm::kCsv, counts, 60);
   EXPECT_NE(csv.find("\r\n2020-02-03T04:00:00.0000000,Networks"), csv.npos) << csv;
