@@ -10,6 +10,7 @@
 #include "ui/frame/system_facts.h"
 #include "ui/frame/text.h"
 #include "ui/lists/list_menu.h"
+#include "ui/lists/list_reports.h"
 #include "ui/lists/list_saving.h"
 #include "ui/lists/value_window.h"
 #include "ui/main/status.h"
@@ -177,6 +178,8 @@ TEST_F(SeveralHivesTest, ClosingOneLeavesTheOther) {
   EXPECT_EQ(Roots(), (Texts{RootText(0), "Workspace"}));
   EXPECT_TRUE(Shows(second_)) << TextOf(handle_);
   EXPECT_FALSE(IsListCommandAvailable(*list, kCommandGoToTree));
+  RunList(*list, kCommandGoToTree);
+  EXPECT_EQ(PartText(*list, 0), " The hive of this row is no longer open.");
   ASSERT_TRUE(PumpUntil([&] { return Hive(0).findings.freed != nullptr; }));
   View(0, "Two\\Inner");
   EXPECT_EQ(ListView_GetItemCount(window_->values.window), 2);
@@ -187,6 +190,36 @@ TEST_F(SeveralHivesTest, ClosingOneLeavesTheOther) {
   EXPECT_NE(IsWindowVisible(window_->controls.empty), FALSE);
   Open(first_.name());
   EXPECT_EQ(Roots(), (Texts{RootText(0), "Workspace"}));
+}
+
+// A list that was saved of one of them, loaded while another is viewed.
+TEST_F(SeveralHivesTest, RowsOfALoadedListLeadToTheirHive) {
+  View(0, "One");
+  Run(kCommandListKeys);
+  ASSERT_TRUE(PumpUntil([&] { return !window_->work.thread.joinable(); }));
+  ListPlace* const list = FindListPlace(FindWindowW(L"HivequarryList", nullptr));
+  ASSERT_NE(list, nullptr);
+  const ListDialogs real = TheListDialogs();
+  const std::string file = first_.folder() + "\\keys.rpt";
+  TheListDialogs().save = [&file](const FileRequest&) { return FileChoice{file}; };
+  RunList(*list, kCommandSaveReport);
+  TheListDialogs() = real;
+  const std::string path(CellText(*list->model, 1, 0));
+  View(1, "Two");
+  LoadReport(*list, file);
+  ASSERT_TRUE(PumpUntil([&] { return !list->working && RowCount(*list->model) != 0; }));
+  Finish(*list);
+  FocusRow(*list, 1, false);
+  RunList(*list, kCommandGoToTree);
+  EXPECT_TRUE(Shows(first_)) << TextOf(handle_);
+  EXPECT_EQ(TextOf(window_->controls.path), path);
+  // It is of no hive of its own: what is closed was not all that it could lead to.
+  View(1, "Two");
+  Run(kCommandCloseHive);
+  View(0, "One");
+  RunList(*list, kCommandGoToTree);
+  EXPECT_EQ(TextOf(window_->controls.path), path);
+  DeleteFileW(WideName(file).c_str());
 }
 
 TEST_F(SeveralHivesTest, OneThatIsLoadedAgainStaysInItsPlace) {

@@ -9,6 +9,7 @@
 #include "app/settings.h"
 #include "app/stop_command.h"
 #include "hive/file_place.h"
+#include "hive/hive_table.h"
 #include "host/files.h"
 #include "host/host.h"
 #include "host/launch.h"
@@ -20,6 +21,7 @@
 #include "ui/main/loading.h"
 #include "ui/main/main_window.h"
 #include "view/list_commands.h"
+#include "view/listed_hives.h"
 #include "view/tree_find.h"
 
 namespace hivequarry {
@@ -115,37 +117,38 @@ bool GoToRow(const ListPlace& place, uint32_t row, uint32_t position) {
   return bytes && OpenRawView(*place.owner, position) != nullptr;
 }
 
-constexpr std::string_view kHashLine = "SHA-256: ";
-
-// What the head of a loaded list says of the file that it is of; empty when it says nothing.
-std::string HashIn(const std::vector<std::string>& lines) {
-  for (const std::string& line : lines) {
-    if (line.starts_with(kHashLine)) return line.substr(kHashLine.size());
+// The hives that are open, and which of them is viewed.
+std::vector<HiveToSearch> OpenHives(const MainWindow& window, std::vector<uint32_t>& numbers,
+                                    size_t& viewed) {
+  std::vector<HiveToSearch> hives;
+  for (const auto& hive : window.hives) {
+    if (hive->slot < 0) continue;
+    if (hive.get() == window.shown) viewed = hives.size();
+    hives.push_back({&HiveOfSlot(hive->slot), hive->tree.get(), hive->hashing.hashes.hive});
+    numbers.push_back(hive->number);
   }
-  return {};
-}
-
-bool IsOfOtherFile(const ListPlace& place) {
-  const std::string listed = HashIn(HeadLinesOf(*place.model));
-  const std::string& shown = place.owner->shown->hashing.hashes.hive;
-  return !listed.empty() && !shown.empty() && listed != shown;
+  return hives;
 }
 
 // By the path that the row has, as a file keeps no positions.
 void GoToPathOfRow(const ListPlace& place, uint32_t row) {
   MainWindow& window = *place.owner;
   const std::string path(KeyPathOfRow(*place.model, row));
-  const uint32_t item = FindItemByPath(ShownHive(window), *window.shown->tree, path);
-  if (item == kNoItem || window.shown->tree->items[item].hidden) {
+  std::vector<uint32_t> numbers;
+  size_t viewed = 0;
+  const std::vector<HiveToSearch> hives = OpenHives(window, numbers, viewed);
+  const KeyOfRow key = FindKeyOfRow(path, ListedHives(HeadLinesOf(*place.model)), hives, viewed);
+  if (key.item == kNoItem) {
     const std::string text = "The hive has no key " + path + " !";
     ShowMessage(text.c_str(), kProgramName, Icon::kInformation);
     return;
   }
+  const HiveTurn turn(window, numbers[key.hive]);
   if (window.layout.arrangement == kOutputArrangement) ShowArrangement(window, kKeysArrangement);
-  SelectItem(window.shown->pane, item);
+  SelectItem(window.shown->pane, key.item);
   SetFocus(window.controls.tree);
   SetForegroundWindow(window.handle);
-  if (IsOfOtherFile(place)) ShowPassingStatus(place, " The list was made of another file.");
+  if (key.other_file) ShowPassingStatus(place, " The list was made of another file.");
 }
 
 }  // namespace

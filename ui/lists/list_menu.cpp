@@ -11,6 +11,7 @@
 #include "ui/lists/column_choice.h"
 #include "ui/lists/list_command_handlers.h"
 #include "ui/lists/list_place.h"
+#include "ui/lists/list_work.h"
 #include "ui/live/compare_commands.h"
 #include "ui/main/main_window.h"
 #include "view/list_commands.h"
@@ -27,7 +28,12 @@ bool HasPosition(const ListPlace& place) {
   return place.owner->shown->slot >= 0 && RowHasDatum(*place.model, row);
 }
 
-// A row of a loaded report leads to a key of the hive shown by the path alone.
+bool IsOfClosedHive(const ListPlace& place) {
+  const uint32_t hive = HiveInFocus(place);
+  return hive < kOfNoHive && FocusedRow(place) >= 0 && FindHive(*place.owner, hive) == nullptr;
+}
+
+// A row of a loaded report leads to a key of a hive that is open by the path alone.
 bool HasPath(const ListPlace& place) {
   const int focused = FocusedRow(place);
   if (focused < 0 || !place.loaded || place.owner->shown->slot < 0) return false;
@@ -151,7 +157,11 @@ bool IsListCommandAvailable(const ListPlace& place, uint32_t number) {
 void RunListCommand(ListPlace& place, uint32_t number) {
   const ListCommand* command = FindListCommand(number);
   const HiveTurn turn(*place.owner, HiveInFocus(place));
-  if (command != nullptr && IsAvailable(*command, place)) ListHandlerOf(command->number)(place);
+  if (command != nullptr && IsAvailable(*command, place)) {
+    ListHandlerOf(command->number)(place);
+  } else if (number == kCommandGoToTree && IsOfClosedHive(place)) {
+    ShowPassingStatus(place, " The hive of this row is no longer open.");
+  }
 }
 
 HMENU MakeListMenu(const ListPlace& place) {

@@ -82,6 +82,7 @@ void ShowReportHead(ListPlace& place, const std::shared_ptr<ReportJob>& job) {
   if (job->read != ReportRead::kDone || job->head.columns.empty()) return;
   ShowList(place, MakeListOfHead(job->head), job->head.widths);
   place.loaded = true;
+  place.hive = kAnyHive;  // rows lead to the hive that has their path
   LoadRows(place, job);
 }
 

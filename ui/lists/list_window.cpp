@@ -22,6 +22,7 @@
 #include "ui/lists/list_saving.h"
 #include "ui/lists/list_sorting.h"
 #include "ui/main/main_window.h"
+#include "view/listed_hives.h"
 
 namespace hivequarry {
 namespace {
@@ -241,7 +242,8 @@ void GiveHeadOfAll(const MainWindow& window, OutputList& list) {
   std::vector<std::string> lines;
   for (const auto& hive : window.hives) {
     if (hive->slot < 0) continue;
-    const std::vector<std::string> of = LinesOf(*hive->hashing.head);
+    std::vector<std::string> of = LinesOf(*hive->hashing.head);
+    of.insert(of.begin() + 1, std::string(kHeadRootLine) + hive->tree->root_text);
     lines.insert(lines.end(), of.begin(), of.end());
   }
   SetLines(*head, std::move(lines));

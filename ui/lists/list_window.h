@@ -18,7 +18,8 @@ ListPlace* OpenListWindow(MainWindow& window, OutputListPtr list);
 
 // The list's head is that of the hive shown, where the list is made of it.
 void GiveHead(const MainWindow& window, OutputList& list);
-// A list made of all hives that are open has the lines of each, as they are known by now.
+// A list made of all hives that are open has the lines of each, as they are known by now, and what
+// its keys begin with.
 void GiveHeadOfAll(const MainWindow& window, OutputList& list);
 
 // The list window that is or holds `child`; null when it is none.
