@@ -93,11 +93,11 @@ TEST(HiveGlance, FiguresComeAsTheyAreKnown) {
   EXPECT_EQ(Texts(texts.end() - 2, texts.end()), (Texts{"0 freed-", "Structure sound"}));
   EXPECT_TRUE(glanced.Now().notes.empty());
 
-  glanced.findings = {true, 1, 1234, true, true, false, {"3 faults", "counts"}};
+  glanced.findings = {true, 1, 1234, true, true, false, {"1030 faults", "counts"}};
   const HiveGlance found = glanced.Now();
   texts = TextsOf(found.figures);
   EXPECT_EQ(Texts(texts.end() - 3, texts.end()),
-            (Texts{"1 freed key+", "1,234 freed values+", "3 faults!"}));
+            (Texts{"1 freed key+", "1,234 freed values+", "1,030 faults!"}));
   EXPECT_EQ(found.figures.back().lead, GlanceLead::kCheck);
   EXPECT_EQ(found.figures.back().tip, "counts");
   EXPECT_NE(found.figures[found.figures.size() - 2].tip.find("not all"), std::string::npos);

@@ -1,6 +1,7 @@
 #include "view/hive_glance.h"
 
 #include <algorithm>
+#include <charconv>
 #include <utility>
 
 #include "hive/file_place.h"
@@ -80,7 +81,8 @@ void AddBaseBlock(const HiveImage& hive, std::vector<GlancePart>& parts) {
     parts.push_back({std::move(time), std::move(tip)});
   }
   if (!texts.version.empty())
-    parts.push_back({"Version " + texts.version, "Version of the format"});
+    parts.push_back({"Version " + texts.version, "Version of the format", GlanceLead::kState,
+                     GlanceTone::kPlain, "v" + texts.version});
 }
 
 // By what the hive is called so, since that may be a guess.
@@ -89,6 +91,8 @@ GlancePart RootPart(const GlanceFacts& facts) {
   const std::string all = RootEvidenceWords(facts.survey.root);
   GlancePart part{facts.tree.root_text, "Root: " + facts.tree.root_text, GlanceLead::kRoot};
   if (!source.empty()) part.text += " by " + source;
+  // What is a guess says so.
+  if (facts.hive.root.source != RootSource::kFileName) part.brief = facts.tree.root_text;
   if (!source.empty()) part.tip += ", from " + source;
   if (!all.empty()) part.tip += " (" + all + ")";
   if (facts.summary.root_made) part.tone = GlanceTone::kFound;
@@ -130,13 +134,21 @@ void AddCounts(const GlanceFacts& facts, std::vector<GlancePart>& parts) {
   AddFreed(facts.findings, parts);
 }
 
+// The number that a text begins with, as the other figures are.
+std::string WithThousands(const std::string& words) {
+  uint64_t number = 0;
+  const char* const end = words.data() + words.size();
+  const auto [rest, error] = std::from_chars(words.data(), end, number);
+  return error == std::errc() ? Thousands(number) + std::string(rest, end) : words;
+}
+
 // A verdict of faults is a sentence by itself; that of a sound structure says what is sound.
 GlancePart CheckPart(const HiveFindings& findings) {
   if (!findings.checked) {
     return {"Structure ...", "The structure is being checked", GlanceLead::kCheck,
             GlanceTone::kMuted};
   }
-  std::string words = findings.structure.verdict;
+  std::string words = WithThousands(findings.structure.verdict);
   if (findings.sound) words = "Structure " + words;
   return {std::move(words), findings.structure.summary, GlanceLead::kCheck,
           findings.sound ? GlanceTone::kPlain : GlanceTone::kWarn};

@@ -35,6 +35,7 @@ struct GlancePart {
   std::string tip;  // the whole of it
   GlanceLead lead = GlanceLead::kState;
   GlanceTone tone = GlanceTone::kPlain;
+  std::string brief = {};  // in place of the text where that makes one row of all figures; or empty
 };
 
 // What is looked for after a load, while the user works: counts are of no use before `freed_known`

@@ -97,6 +97,38 @@ TEST_F(BandTest, DisconnectedKeysLeadToAListOfAllOfThem) {
   EXPECT_EQ(RowCount(*list->model), count);
 }
 
+// Of a hive where all is well one row is enough, in a window as wide as it is at first.
+TEST_F(BandTest, OneRowWhereShorterTextsFit) {
+  HiveBuilder builder("SYSTEM");
+  builder.Key("Select");
+  OpenBytes(builder.Build().bytes);
+  ASSERT_TRUE(PumpUntil([&] { return IsKnown(); }));
+  const auto rows = [&] {
+    RECT first{};
+    RECT last{};
+    SendMessageW(BandWindow(), TB_GETITEMRECT, 0, reinterpret_cast<LPARAM>(&first));
+    SendMessageW(BandWindow(), TB_GETITEMRECT, Buttons().size() - 1,
+                 reinterpret_cast<LPARAM>(&last));
+    return last.bottom / std::max<LONG>(first.bottom, 1);
+  };
+  const std::string whole = window_->shown->tree->root_text + " by the root key's name";
+  const auto width = [&](int wide) { MoveWindow(handle_, 0, 0, wide, 700, TRUE); };
+  const auto says = [&](const std::string& text) {
+    const Texts buttons = Buttons();
+    return std::ranges::find(buttons, text) != buttons.end();
+  };
+  width(2400);
+  EXPECT_EQ(rows(), 1);
+  EXPECT_TRUE(says(whole)) << Buttons()[6];
+  int least = 2400;
+  while (says(whole) && rows() == 1) width(least -= 20);
+  EXPECT_EQ(rows(), 1) << "shorter texts first";
+  EXPECT_TRUE(says(window_->shown->tree->root_text));
+  width(500);
+  EXPECT_GT(rows(), 1);
+  EXPECT_TRUE(says(whole)) << "what takes two rows anyway says all";
+}
+
 TEST_F(BandTest, TakesTheRoomOfItsRowsAtEachResolution) {
   OpenBytes(WithFreedKey().bytes);
   ASSERT_TRUE(PumpUntil([&] { return IsKnown(); }));

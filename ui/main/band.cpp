@@ -30,19 +30,23 @@ const GlancePart* PartOf(const Band& band, int button) {
                                        : &glance.notes[index - glance.figures.size()];
 }
 
-// The width of each part's button, and the height of a text.
+// What the band may show: the text of each part's button with its width, and the height of a row,
+// pixels.
 struct BandMeasure {
+  std::vector<std::wstring> texts;
   std::vector<int> widths;
   int line = 0;
 };
-// Widths of all buttons and the height of a row, pixels, in the font of the band.
-BandMeasure Measure(const MainWindow& window) {
+// In the font of the band.
+BandMeasure Measure(const MainWindow& window, bool brief) {
   const Band& band = window.band;
   const HFONT font = window.look.fonts.text;
+  const int margin = Scale(kTextMargin, window.dpi);
   BandMeasure measure;
   for (size_t i = 0; i < PartCount(band.glance); ++i) {
-    const std::wstring text = WindowText(PartOf(band, kFirstButton + static_cast<int>(i))->text);
-    measure.widths.push_back(TextSize(font, text).cx + 2 * Scale(kTextMargin, window.dpi));
+    const GlancePart& part = *PartOf(band, kFirstButton + static_cast<int>(i));
+    measure.texts.push_back(WindowText(brief && !part.brief.empty() ? part.brief : part.text));
+    measure.widths.push_back(TextSize(font, measure.texts.back()).cx + 2 * margin);
   }
   measure.line = LineHeight(font) + 2 * Scale(kLineMargin, window.dpi);
   return measure;
@@ -61,8 +65,8 @@ int BottomOfRows(HWND toolbar) {
 }
 
 // `cut`: its text has no room and ends in dots. `wrap`: the last one of its row.
-void AddButton(const Band& band, int button, int width, bool cut, bool wrap) {
-  std::wstring text = WindowText(PartOf(band, button)->text);
+void AddButton(const Band& band, int button, const std::wstring& text, int width, bool cut,
+               bool wrap) {
   TBBUTTON made{};
   made.iBitmap = I_IMAGENONE;
   made.idCommand = button;
@@ -86,6 +90,19 @@ std::vector<bool> RowStarts(const HiveGlance& glance, const std::vector<int>& wi
   std::vector<bool> starts = BreaksOf(figures, room);
   starts.insert(starts.end(), glance.notes.size(), true);
   return starts;
+}
+
+// All figures in one row where shorter texts make that possible.
+BandMeasure FitFigures(const MainWindow& window, int room) {
+  const size_t figures = window.band.glance.figures.size();
+  const auto rows = [&](const BandMeasure& measure) {
+    const std::vector<bool> starts = RowStarts(window.band.glance, measure.widths, room);
+    return std::count(starts.begin(), starts.begin() + static_cast<ptrdiff_t>(figures), true);
+  };
+  BandMeasure whole = Measure(window, false);
+  if (rows(whole) == 0) return whole;
+  BandMeasure brief = Measure(window, true);
+  return rows(brief) == 0 ? brief : whole;
 }
 
 int HotButton(HWND band) { return static_cast<int>(SendMessageW(band, TB_GETHOTITEM, 0, 0)); }
@@ -142,7 +159,7 @@ int FillBand(MainWindow& window, int width) {
   if (!band.renewed && width == band.width) return band.height;
   band.renewed = false;
   band.width = width;
-  const BandMeasure measure = Measure(window);
+  const BandMeasure measure = FitFigures(window, width);
   const std::vector<bool> starts = RowStarts(band.glance, measure.widths, width);
   const int hot = GetFocus() == band.window ? HotButton(band.window) : -1;
   SendMessageW(band.window, WM_SETREDRAW, FALSE, 0);
@@ -150,8 +167,8 @@ int FillBand(MainWindow& window, int width) {
   SendMessageW(band.window, TB_SETBUTTONSIZE, 0, MAKELPARAM(1, measure.line));
   for (size_t i = 0; i < starts.size(); ++i) {
     const bool wrap = i + 1 < starts.size() && starts[i + 1];
-    AddButton(band, kFirstButton + static_cast<int>(i), std::min(measure.widths[i], width),
-              measure.widths[i] > width, wrap);
+    AddButton(band, kFirstButton + static_cast<int>(i), measure.texts[i],
+              std::min(measure.widths[i], width), measure.widths[i] > width, wrap);
   }
   if (hot >= 0) SetHot(band.window, hot);
   SendMessageW(band.window, WM_SETREDRAW, TRUE, 0);
