@@ -272,7 +272,14 @@ TEST_F(SecurityWindowTest, WhoMayWriteOffersTheSidsOfTheHive) {
     }
     EXPECT_FALSE(IsWindowEnabled(GetDlgItem(dialog, IDOK)));
     Click(dialog, kRightWriteDac);
-    Type(dialog, kWritersSid, L"BUILTIN\\Administrators  S-1-5-32-544");
+    // As chosen, and as typed: by either name.
+    std::string sid;
+    for (const wchar_t* text : {L"BUILTIN\\Administrators  S-1-5-32-544", L"S-1-5-32-544",
+                                L"builtin\\administrators", L" Administrators "}) {
+      Type(dialog, kWritersSid, text);
+      EXPECT_TRUE(ReadSid(dialog, kWritersSid, false, sid));
+      EXPECT_EQ(sid, "S-1-5-32-544");
+    }
     Click(dialog, IDOK);
   });
   const ListPlace& found = RunForList(kCommandWhoMayWrite);

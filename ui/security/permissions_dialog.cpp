@@ -1,9 +1,13 @@
 #include "ui/security/permissions_dialog.h"
 
+#include <string_view>
 #include <utility>
+#include <vector>
 
 #include "app/settings.h"
+#include "host/case.h"
 #include "host/host.h"
+#include "host/number_text.h"
 #include "live/live_lists.h"
 #include "security/sid.h"
 #include "ui/dialogs/bit_boxes.h"
@@ -102,8 +106,31 @@ std::string Trimmed(const std::string& text) {
 }
 
 // Two blanks are in no name.
+constexpr std::string_view kAfterName = "  ";
 std::string ChoiceText(const HiveSid& each) {
-  return each.name.empty() ? each.sid : each.name + "  " + each.sid;
+  return each.name.empty() ? each.sid : Concat({each.name, kAfterName, each.sid});
+}
+
+std::string TextOfChoice(HWND box, int index) {
+  std::vector<wchar_t> text(static_cast<size_t>(ComboBox_GetLBTextLen(box, index)) + 1);
+  ComboBox_GetLBText(box, index, text.data());
+  return Utf8Name(text.data());
+}
+
+// The SID of the choice that has the name, with its domain or, where one alone is called so,
+// without. The text itself where there is none.
+std::string SidOfName(HWND box, const std::string& name) {
+  std::vector<std::string> found;
+  for (int i = 0; i < ComboBox_GetCount(box); ++i) {
+    const std::string choice = TextOfChoice(box, i);
+    const size_t end = choice.rfind(kAfterName);
+    if (end == choice.npos) continue;
+    const std::string whole = choice.substr(0, end);
+    const std::string sid = choice.substr(end + kAfterName.size());
+    if (EqualIgnoringCase(whole, name)) return sid;
+    if (EqualIgnoringCase(BaseName(whole), name)) found.push_back(sid);
+  }
+  return found.size() == 1 ? found.front() : name;
 }
 
 // --- who may write where -------------------------------------------------------------------------
@@ -130,7 +157,8 @@ INT_PTR OnStart(WritersDialog& state) {
 }
 
 void OnFind(WritersDialog& state) {
-  const bool anyone = Trimmed(ControlText(state.dialog, kWritersSid)) == Utf8Name(kAnyone);
+  const bool anyone =
+      EqualIgnoringCase(Trimmed(ControlText(state.dialog, kWritersSid)), Utf8Name(kAnyone));
   state.query.sid.clear();
   if (!anyone && !ReadSid(state.dialog, kWritersSid, true, state.query.sid)) return;
   state.query.rights = TickedBits(state.dialog, kChanges);
@@ -193,6 +221,7 @@ bool ReadSid(HWND dialog, int control, bool optional, std::string& sid) {
   std::string text = Trimmed(ControlText(dialog, control));
   const size_t after_name = text.rfind("  S-1-");
   if (after_name != std::string::npos) text = text.substr(after_name + 2);
+  if (!text.empty() && SidOfText(text).empty()) text = SidOfName(GetDlgItem(dialog, control), text);
   if (text.empty() ? optional : !SidOfText(text).empty()) {
     sid = text;
     return true;
