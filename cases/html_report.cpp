@@ -37,6 +37,7 @@ a { color: var(--mark); }
 .note { color: var(--quiet); margin: .2rem 0; }
 .wide { overflow-x: auto; border: 1px solid var(--line); border-radius: 4px; }
 table { border-collapse: collapse; font-size: 13px; }
+@media screen { table { width: max-content; } }
 th, td { text-align: left; vertical-align: top; padding: .25rem .6rem;
   border-bottom: 1px solid var(--line); max-width: 34rem; overflow-wrap: break-word; }
 th { position: sticky; top: 0; background: var(--soft); white-space: nowrap; }

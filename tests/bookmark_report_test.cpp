@@ -6,6 +6,7 @@
 
 #include "hive/timestamp.h"
 #include "lists/list_rows.h"
+#include "tests/support/freed_hives.h"
 #include "tests/support/opened_hive.h"
 #include "tests/support/sample_hives.h"
 
@@ -170,6 +171,28 @@ TEST(HtmlReport, BarsOfYearsSayWhatIsInNone) {
   EXPECT_EQ(bars({1987, 1988, 2099, 2100}).substr(0, 55),
             "Keys; 2 are not between 1988 and 2099 1988:1 1989:0 199");
   EXPECT_EQ(bars({1601}), "Keys; 1 is not between 1988 and 2099");
+}
+
+// A deleted key with what is left of its values; a row about one of these is of that key.
+TEST(BookmarkReport, DeletedKeysHaveTheirValues) {
+  const OpenedHive opened(HiveWithDeletedKeys());
+  const auto freed = FindFreedTree(opened.hive, opened.tree);
+  BookmarkedHive look = Look(opened);
+  look.freed = freed.get();
+  const auto& values = freed->records.values;
+  const auto owned = std::ranges::find_if(values, [&freed](const FreedValue& value) {
+    return value.key != kNoOffset && FreedItemAt(*freed, value.key) != kNoItem;
+  });
+  ASSERT_NE(owned, values.end());
+  const OutputListPtr found = MakeOutputList(kListSearch);
+  AddListRow(*found, {"path", "value"}, owned->position);
+  const Bookmark bookmarks[] = {BookmarkOfDeletedKey(look, owned->key),
+                                BookmarkOfRow(look, *found, 0, opened.tree.items[0].position)};
+  EXPECT_EQ(bookmarks[1].path, bookmarks[0].path);
+  const HtmlReport report = Report(look, bookmarks);
+  const HtmlSection& shown = SectionWith(report, "Values of the bookmarked keys");
+  EXPECT_EQ(Rows(shown), FreedValuesOf(*freed, owned->key).size());
+  EXPECT_FALSE(CellOf(shown, 0, 5).empty()) << "its bytes";
 }
 
 }  // namespace

@@ -57,6 +57,13 @@ std::string PathOfKeyAt(const BookmarkedHive& of, uint32_t position) {
 
 // By the row's own record, else by the key that it belongs to, else by the path that the row shows.
 // Empty for a row that belongs to no key.
+// Of the key of a deleted value; empty for other rows.
+std::string PathOfFreedValue(const BookmarkedHive& of, const OutputList& list, uint32_t row) {
+  if (of.freed == nullptr || !RowHasDatum(list, row)) return {};
+  const FreedValue* value = FreedValueAt(of.freed->records, RowDatum(list, row));
+  return value == nullptr || value->key == kNoOffset ? std::string() : PathOfKeyAt(of, value->key);
+}
+
 std::string PathOfRow(const BookmarkedHive& of, const OutputList& list, uint32_t row,
                       uint32_t key) {
   if (RowHasDatum(list, row)) {
@@ -66,7 +73,8 @@ std::string PathOfRow(const BookmarkedHive& of, const OutputList& list, uint32_t
     if (item != kNoItem) path = KeyPathOf(*of.hive, *of.tree, item);
     if (!path.empty()) return path;
   }
-  std::string path = key == kNoOffset ? std::string() : PathOfKeyAt(of, key);
+  std::string path = PathOfFreedValue(of, list, row);
+  if (path.empty() && key != kNoOffset) path = PathOfKeyAt(of, key);
   if (!path.empty()) return path;
   const std::string_view shown = KeyPathOfRow(list, row);
   const uint32_t item = shown.empty() ? 0 : FindItemByPath(*of.hive, *of.tree, shown);

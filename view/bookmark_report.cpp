@@ -176,11 +176,30 @@ void AddMark(const Mark& mark, const RecordWords& words, bool several, OutputLis
       kNoOffset);
 }
 
+// The deleted values of a deleted key.
+void AddFreedValues(const Mark& mark, OutputList& list) {
+  const FreedTree* freed = mark.hive->freed;
+  const uint32_t key = mark.found.position;
+  if (freed == nullptr || key == kNoOffset || FreedItemAt(*freed, key) == kNoItem) return;
+  for (const FreedTree::Owned& owned : FreedValuesOf(*freed, key)) {
+    if (StopRequested()) return;
+    const FreedValue& value = freed->records.values[owned.row];
+    const FreedContent content =
+        ReadFreedContent(*mark.hive->hive, freed->records, value, FreedData::kAll);
+    const ValueRow row = MakeFreedRow(*mark.hive->hive, content);
+    AddListRow(list,
+               {PathOf(mark), row.name, row.type, row.data,
+                PlaceInFile(*mark.hive->hive, value.position), ToldBytes(content.data)},
+               kNoOffset);
+  }
+}
+
 // All that a key lists.
 void AddValues(const Mark& mark, DataBudget& budget, OutputList& list) {
   const HiveImage& hive = *mark.hive->hive;
   const KeyTree& tree = *mark.hive->tree;
-  if (mark.found.item == kNoItem || !HasKeyCell(tree, mark.found.item)) return;
+  if (mark.found.item == kNoItem) return AddFreedValues(mark, list);
+  if (!HasKeyCell(tree, mark.found.item)) return;
   const std::string path = PathOf(mark);
   std::vector<uint32_t> positions;
   ReadWholeValueList(hive, tree.items[mark.found.item].position, positions);
