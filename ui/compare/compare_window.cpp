@@ -6,25 +6,18 @@
 #include <utility>
 #include <vector>
 
-#include "app/memory.h"
-#include "app/settings.h"
 #include "hive/hive_table.h"
-#include "host/long_operation.h"
 #include "host/number_text.h"
-#include "host/output_file.h"
+#include "ui/compare/compare_acts.h"
 #include "ui/compare/compare_dialog.h"
-#include "ui/dialogs/list_dialogs.h"
-#include "ui/draw/tones.h"
+#include "ui/compare/compare_view.h"
 #include "ui/frame/frame_window.h"
 #include "ui/frame/help.h"
 #include "ui/frame/list_view.h"
 #include "ui/frame/splitter.h"
 #include "ui/frame/text.h"
 #include "ui/frame/window_place.h"
-#include "ui/lists/list_saving.h"
-#include "ui/lists/list_window.h"
 #include "ui/main/main_window.h"
-#include "view/tree_icons.h"
 
 namespace hivequarry {
 namespace {
@@ -37,10 +30,8 @@ constexpr int kHeadHeight = 18;
 constexpr int kMargin = 4;
 constexpr int kSmallIcon = 16;
 constexpr int kToolIcon = 20;
-constexpr int kFirstValuesHeight = 200;
 constexpr int kLeastPane = 60;
 constexpr int kCountsWidth = 520;
-constexpr int kDeepestIndent = 48;  // levels; keys further down are below each other
 
 constexpr ListColumn kKeyColumns[] = {{L"Key", 420, false},
                                       {L"Difference", 260, false},
@@ -49,27 +40,6 @@ constexpr ListColumn kKeyColumns[] = {{L"Key", 420, false},
 constexpr ListColumn kValueColumns[] = {{L"Difference", 130, false}, {L"Value", 190, false},
                                         {L"Type A", 110, false},     {L"Data A", 260, false},
                                         {L"Type B", 110, false},     {L"Data B", 260, false}};
-
-// Goes with its window.
-struct CompareWindow {
-  MainWindow* owner = nullptr;
-  uint32_t hive = 0;  // A
-  HWND handle = nullptr;
-  HWND last_focus = nullptr;
-  HWND keys = nullptr;
-  HWND values = nullptr;
-  HWND splitter = nullptr;
-  HWND status = nullptr;
-  HWND heads[2] = {};
-  Fonts fonts;
-  IconLists icons;
-  uint32_t dpi = USER_DEFAULT_SCREEN_DPI;
-  int values_height = kFirstValuesHeight;  // at 96 dpi
-  std::shared_ptr<ComparedHives> hives;
-  uint32_t selected = kNoItem;  // number of the key whose values are shown
-  std::vector<ComparedValueRow> rows;
-  bool filling = false;  // rows come and go, and what is selected with them
-};
 
 // Windows that are open, and hives that a worker may still read though their window is gone.
 struct CompareWindows {
@@ -81,282 +51,6 @@ struct CompareWindows {
 CompareWindows& TheCompareWindows() {
   static CompareWindows windows;
   return windows;
-}
-
-CompareTree& TreeOf(CompareWindow& window) { return window.hives->tree; }
-
-// --- what is shown -------------------------------------------------------------------------------
-
-uint32_t KeyOfRow(const CompareWindow& window, int row) {
-  const std::vector<uint32_t>& rows = window.hives->tree.rows;
-  return row >= 0 && static_cast<size_t>(row) < rows.size() ? rows[static_cast<size_t>(row)]
-                                                            : kNoItem;
-}
-
-int FocusedKeyRow(const CompareWindow& window) {
-  return ListView_GetNextItem(window.keys, -1, LVNI_FOCUSED);
-}
-
-// Columns: name with the mark of a branch, what differs, time in A, time in B.
-std::string KeyCellText(const CompareWindow& window, uint32_t key, int column) {
-  const ComparedHives& hives = *window.hives;
-  switch (column) {
-    case 0: {
-      const char* mark = hives.tree.open[key] ? "[-] " : "[+] ";
-      if (!CanOpen(hives.tree, key)) mark = "";
-      return mark + ComparedKeyName(hives, key);
-    }
-    case 1:
-      return DifferenceText(hives.tree, key);
-    default:
-      return ComparedKeyTime(hives, key, column == 3);
-  }
-}
-
-// The open picture of a key follows its closed one in the list of pictures.
-int IconOfKey(const CompareWindow& window, uint32_t key) {
-  const ComparedHives& hives = *window.hives;
-  const ComparedKey& it = hives.tree.keys[key];
-  const KeyItem& item = it.a != kNoItem ? hives.tree_a.items[it.a] : hives.tree_b.items[it.b];
-  const bool open = hives.tree.open[key] && CanOpen(hives.tree, key);
-  return ClosedIcon(item) + (open ? 1 : 0);
-}
-
-// LVN_GETDISPINFO. Deep keys are indented no further than kDeepestIndent, so that their names stay
-// in view.
-void OnKeyDisplay(const CompareWindow& window, LVITEMW& item) {
-  const uint32_t key = KeyOfRow(window, item.iItem);
-  if (key == kNoItem) return;
-  if ((item.mask & LVIF_TEXT) != 0) {
-    GiveText(item, WindowText(KeyCellText(window, key, item.iSubItem)).c_str());
-  }
-  if ((item.mask & LVIF_IMAGE) != 0) item.iImage = IconOfKey(window, key);
-  if ((item.mask & LVIF_INDENT) != 0) {
-    const uint32_t depth = window.hives->tree.depths[key];
-    item.iIndent = static_cast<int>(std::min<uint32_t>(depth, kDeepestIndent));
-  }
-}
-
-void OnValueDisplay(const CompareWindow& window, LVITEMW& item) {
-  const auto row = static_cast<size_t>(item.iItem);
-  if (row >= window.rows.size() || (item.mask & LVIF_TEXT) == 0) return;
-  const ComparedValueRow& shown = window.rows[row];
-  const std::string* const cells[] = {&shown.what,   &shown.name,   &shown.type_a,
-                                      &shown.data_a, &shown.type_b, &shown.data_b};
-  GiveText(item, WindowText(*cells[item.iSubItem]).c_str());
-}
-
-// kGroupSame for a row without a colour of its own.
-uint8_t GroupOfRow(const CompareWindow& window, const NMLVCUSTOMDRAW& notice) {
-  const size_t row = notice.nmcd.dwItemSpec;
-  if (notice.nmcd.hdr.hwndFrom == window.keys) {
-    const uint32_t key = KeyOfRow(window, static_cast<int>(row));
-    return key == kNoItem ? uint8_t{kGroupSame} : window.hives->tree.groups[key];
-  }
-  if (row >= window.rows.size() || window.rows[row].what.empty()) return kGroupSame;
-  if (window.rows[row].what.starts_with("only in A")) return kGroupOnlyA;
-  return window.rows[row].what.starts_with("only in B") ? kGroupOnlyB : kGroupDifferent;
-}
-
-// NM_CUSTOMDRAW: a selected row keeps the colours of selections.
-LRESULT OnDraw(const CompareWindow& window, NMLVCUSTOMDRAW& notice) {
-  const LRESULT answer = DrawListRow(notice);
-  if (notice.nmcd.dwDrawStage != CDDS_ITEMPREPAINT) return answer;
-  const auto row = static_cast<int>(notice.nmcd.dwItemSpec);
-  if (ListView_GetItemState(notice.nmcd.hdr.hwndFrom, row, LVIS_SELECTED) != 0) return answer;
-  const uint8_t group = GroupOfRow(window, notice);
-  if (group == kGroupOnlyA) notice.clrText = ColourOf(Tone::kOnlyA);
-  if (group == kGroupOnlyB) notice.clrText = ColourOf(Tone::kOnlyB);
-  if (group == kGroupDifferent) notice.clrText = ColourOf(Tone::kDifferent);
-  return answer;
-}
-
-// In the status bar: the path in A, or in B where A lacks the key.
-void ShowKeyPath(const CompareWindow& window) {
-  const ComparedHives& hives = *window.hives;
-  std::string path;
-  if (window.selected != kNoItem) {
-    const ComparedKey& key = hives.tree.keys[window.selected];
-    path = key.a != kNoItem ? LongItemPath(hives.a, hives.tree_a, key.a)
-                            : LongItemPath(hives.b(), hives.tree_b, key.b);
-  }
-  SendMessageW(window.status, SB_SETTEXTW, 1, reinterpret_cast<LPARAM>(WindowText(path).c_str()));
-}
-
-void FillValues(CompareWindow& window) {
-  window.rows = ComparedValueRows(*window.hives, window.selected);
-  ListView_SetItemCountEx(window.values, static_cast<int>(window.rows.size()), 0);
-  InvalidateRect(window.values, nullptr, FALSE);
-}
-
-// The values of the key in focus.
-void ShowValues(CompareWindow& window) {
-  const uint32_t key = KeyOfRow(window, FocusedKeyRow(window));
-  if (key == window.selected || key == kNoItem) return;
-  window.selected = key;
-  FillValues(window);
-  ShowKeyPath(window);
-}
-
-// One row alone is selected, and in view.
-void FocusKeyRow(CompareWindow& window, size_t row) {
-  const auto at = static_cast<int>(row);
-  ListView_SetItemState(window.keys, -1, 0, LVIS_SELECTED);
-  ListView_SetItemState(window.keys, at, LVIS_SELECTED | LVIS_FOCUSED,
-                        LVIS_SELECTED | LVIS_FOCUSED);
-  ListView_SetSelectionMark(window.keys, at);
-  ListView_EnsureVisible(window.keys, at, FALSE);
-}
-
-// The rows are others now; the selected key stays selected, or the nearest one above it that is
-// still in view.
-void ShowRows(CompareWindow& window, uint32_t key) {
-  const CompareTree& tree = TreeOf(window);
-  window.filling = true;
-  ListView_SetItemCountEx(window.keys, static_cast<int>(tree.rows.size()), LVSICF_NOSCROLL);
-  FocusKeyRow(window, RowOfKey(tree, key == kNoItem ? 0 : key));
-  InvalidateRect(window.keys, nullptr, FALSE);
-  window.filling = false;
-  ShowValues(window);
-}
-
-// --- what the user does --------------------------------------------------------------------------
-
-// Nothing for a key without anything below it that is shown.
-void ToggleRow(CompareWindow& window, int row) {
-  const uint32_t key = KeyOfRow(window, row);
-  if (key == kNoItem) return;
-  const auto at = static_cast<size_t>(row);
-  if (OpenRow(TreeOf(window), at) || CloseRow(TreeOf(window), at)) ShowRows(window, key);
-}
-
-// As in a tree: to the right into a key, to the left out of it.
-void GoSideways(CompareWindow& window, bool right) {
-  CompareTree& tree = TreeOf(window);
-  const int row = FocusedKeyRow(window);
-  const uint32_t key = KeyOfRow(window, row);
-  if (key == kNoItem) return;
-  const auto at = static_cast<size_t>(row);
-  if (right ? OpenRow(tree, at) : CloseRow(tree, at)) return ShowRows(window, key);
-  if (right && CanOpen(tree, key)) return FocusKeyRow(window, at + 1);
-  if (!right && tree.keys[key].parent != kNoItem) {
-    FocusKeyRow(window, RowOfKey(tree, tree.keys[key].parent));
-  }
-}
-
-// Opens what is above it; a beep where there is no further one.
-void GoToDifference(CompareWindow& window, bool next) {
-  CompareTree& tree = TreeOf(window);
-  const uint32_t from = KeyOfRow(window, FocusedKeyRow(window));
-  const uint32_t key = next ? NextDifference(tree, from) : PreviousDifference(tree, from);
-  if (key == kNoItem) return CurrentHost().beep(CurrentHost().context);
-  ShowKey(tree, key);
-  ShowRows(window, key);
-}
-
-void CheckFilter(const CompareWindow& window) {
-  for (const CompareCommand& command : CompareCommands()) {
-    uint8_t filter = 0;
-    if (!FilterOfAct(command.act, filter)) continue;
-    const bool on = filter == window.hives->tree.filter;
-    CheckMenuItem(GetMenu(window.handle),
-                  static_cast<UINT>(kCompareActs + static_cast<int>(command.act)),
-                  MF_BYCOMMAND | (on ? MF_CHECKED : MF_UNCHECKED));
-  }
-}
-
-// A key that A lacks is none of the hive shown: the nearest one above it is gone to.
-void GoToTree(const CompareWindow& window) {
-  const ComparedKeys& keys = window.hives->tree.keys;
-  uint32_t key = window.selected;
-  while (key != kNoItem && keys[key].a == kNoItem) key = keys[key].parent;
-  if (key == kNoItem) return;
-  const HiveTurn turn(*window.owner, window.hive);
-  GoToPosition(*window.owner, window.hives->tree_a.items[keys[key].a].position);
-  SetForegroundWindow(window.owner->handle);
-}
-
-void OpenDifferences(MainWindow& window, ComparedHives& hives) {
-  if (hives.list != nullptr) OpenListWindow(window, std::move(hives.list));
-}
-
-// The list that came with the comparison was given to its window.
-void ListAgain(CompareWindow& window) {
-  const std::shared_ptr<ComparedHives> hives = window.hives;
-  MainWindow& owner = *window.owner;
-  StartWork(
-      owner, kOperationCompare, [hives] { hives->list = ListDifferences(*hives); },
-      [&owner, hives] { OpenDifferences(owner, *hives); });
-}
-
-// --- scripts -------------------------------------------------------------------------------------
-
-constexpr const char* kNotWritten = "Could Not Open or Create File %s";
-
-// Filled by the worker; the interface thread reads it when that has ended.
-struct ScriptJob {
-  OutputFile file;
-  bool kept = false;
-};
-
-// From A to B, or back. A stopped one is not kept: it would look like a whole one.
-void SaveScript(CompareWindow& window, bool to_b) {
-  const std::shared_ptr<ComparedHives> hives = window.hives;
-  const std::string root = PatchRoot(to_b ? hives->side_a() : hives->side_b());
-  if (root.empty()) {
-    ShowMessage("No valid root key !", kProgramName, Icon::kInformation);
-    return;
-  }
-  FileRequest request;
-  request.filter = L"Registry Files Version 5.00, Unicode (*.reg)\0*.reg\0All Files (*.*)\0*.*\0";
-  request.extension = L"reg";
-  const std::string name = ChooseFile(window.handle, true, kFolderScripts, request);
-  if (name.empty()) return;
-  if (FileExists(name) && !TheListDialogs().replace(window.handle, name)) return;
-  const auto job = std::make_shared<ScriptJob>();
-  if (!OpenListFile(name, OutputMode::kReplace, kNotWritten, job->file)) return;
-  const bool started = StartWork(
-      *window.owner, kOperationCompare,
-      [job, hives, root, to_b] {
-        const auto sink = [job](std::string_view piece) { return WriteOutput(job->file, piece); };
-        const bool made = WithMemory([&] {
-          const ComparedSide a = hives->side_a();
-          const ComparedSide b = hives->side_b();
-          return WritePatch(to_b ? a : b, to_b ? b : a, hives->options, root, sink);
-        });
-        job->kept = CloseOutput(job->file, made && !StopRequested());
-      },
-      [job, name, hives] {
-        if (!job->kept && !StopRequested()) ReportFileFailure(kNotWritten, name);
-      });
-  if (!started) CloseOutput(job->file, false);
-}
-
-// Closing is posted: the menu or key that asked for it still uses the window.
-void RunAct(CompareWindow& window, CompareAct act) {
-  uint8_t filter = 0;
-  if (FilterOfAct(act, filter)) {
-    SetFilter(TreeOf(window), filter);
-    CheckFilter(window);
-    return ShowRows(window, window.selected);
-  }
-  switch (act) {
-    case CompareAct::kNext:
-    case CompareAct::kPrevious:
-      return GoToDifference(window, act == CompareAct::kNext);
-    case CompareAct::kGoToTree:
-      return GoToTree(window);
-    case CompareAct::kList:
-      return ListAgain(window);
-    case CompareAct::kScriptToB:
-    case CompareAct::kScriptToA:
-      return SaveScript(window, act == CompareAct::kScriptToB);
-    case CompareAct::kClose:
-      PostMessageW(window.handle, WM_CLOSE, 0, 0);
-      return;
-    default:
-      return;
-  }
 }
 
 // --- the window ----------------------------------------------------------------------------------
@@ -508,7 +202,7 @@ LRESULT OnNotify(CompareWindow& window, LPARAM second) {
     return 0;
   }
   if (notice.code == NM_CUSTOMDRAW) {
-    return OnDraw(window, *reinterpret_cast<NMLVCUSTOMDRAW*>(second));
+    return DrawComparedRow(window, *reinterpret_cast<NMLVCUSTOMDRAW*>(second));
   }
   return keys ? OnKeyNotify(window, second) : 0;
 }
