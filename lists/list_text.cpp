@@ -52,11 +52,9 @@ std::string_view ShownText(const ListShape& shape, int column, std::string_view 
 void WriteEscapedRow(const ListShape& shape, const std::vector<std::string>& labels,
                      const RowTexts& cells, std::string& out) {
   for (size_t column = 0; column < labels.size(); ++column) {
-    const int number = static_cast<int>(column);
-    const std::string_view text = ShownText(shape, number, cells[column]);
-    if (text.empty()) continue;
+    if (cells[column].empty()) continue;
     out += labels[column];
-    AppendVisibleCell(text, HoldsOf(shape, number), out);
+    AppendVisibleCell(cells[column], HoldsOf(shape, static_cast<int>(column)), out);
     out += kLineEnd;
   }
   out += kLineEnd;
@@ -68,10 +66,11 @@ void WriteTextRow(const ListShape& shape, const std::vector<std::string>& labels
                   bool visible, std::string& out) {
   RowTexts cells;
   ReadRow(shape, row, cells);
+  cells[0] = ShownText(shape, 0, cells[0]);
   bool as_is = true;
   size_t size = kLineEnd.size();
   for (size_t column = 0; column < labels.size(); ++column) {
-    const std::string_view text = ShownText(shape, static_cast<int>(column), cells[column]);
+    const std::string_view text = cells[column];
     if (text.empty()) continue;
     as_is = as_is && (!visible || IsPlain(text));
     size += labels[column].size() + text.size() + kLineEnd.size();
@@ -80,7 +79,7 @@ void WriteTextRow(const ListShape& shape, const std::vector<std::string>& labels
   // Nearly all are: room is made once for the whole of it.
   char* at = MakeRoom(out, size);
   for (size_t column = 0; column < labels.size(); ++column) {
-    const std::string_view text = ShownText(shape, static_cast<int>(column), cells[column]);
+    const std::string_view text = cells[column];
     if (text.empty()) continue;
     Put(labels[column], at);
     Put(text, at);

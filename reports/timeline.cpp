@@ -388,8 +388,15 @@ uint64_t EventCount(const Timeline& timeline) {
 }
 
 TimelineShelf& ShelfOf(Timeline& timeline, uint64_t time) {
-  const auto after = std::ranges::upper_bound(timeline.bounds, time);
-  return timeline.shelves[static_cast<size_t>(after - timeline.bounds.begin())];
+  const std::vector<uint64_t>& bounds = timeline.bounds;
+  size_t at = 0;
+  // Halved without branches: times come in no order that a processor could foresee.
+  for (size_t count = bounds.size(); count != 0;) {
+    const size_t half = (count + 1) / 2;
+    at += half * static_cast<size_t>(bounds[at + half - 1] <= time);
+    count -= half;
+  }
+  return timeline.shelves[at];
 }
 
 std::string_view KeepText(Timeline& timeline, std::string_view text) {

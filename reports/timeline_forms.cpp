@@ -183,6 +183,8 @@ struct EventWriter {
   const Timeline& timeline;
   const TimelineLook& look;
   TimeWriter times;
+  // The file of each hive as a form of cells, with the comma after it, or of quotes has it.
+  std::vector<std::string> files;
   std::string message = {};  // scratch
   std::string path = {};     // of the event's key
   Lines out = {};
@@ -283,7 +285,7 @@ void PutCsv(const TimelineEvent& event, EventWriter& writer) {
   Put(IsoTime(writer.times, event), out);
   Put(",", out);
   PutTextCell(event.event, look.safe, out);
-  PutTextCell(writer.timeline.hives[event.hive].path, look.safe, out);
+  Put(writer.files[event.hive], out);
   PutKeyCell(event, look.safe, out);
   PutTextCell(event.value, look.safe, out);
   PutTextCell(event.detail, look.safe, out);
@@ -346,6 +348,7 @@ bool IsKeyPlainInJson(const TimelineEvent& event) {
 
 // A text within a JSON string.
 void PutJsonText(std::string_view text, Lines& out) {
+  if (text.empty()) return;
   if (IsPlainInJson(text)) return PutBackslashes(text, out);
   const std::string quoted = JsonString(text);
   Put(std::string_view(quoted).substr(1, quoted.size() - 2), out);
@@ -377,6 +380,16 @@ void PutJsonKey(const TimelineEvent& event, EventWriter& writer) {
   writer.out.used += writer.key_size;
 }
 
+std::vector<std::string> FilesOf(const Timeline& timeline, const TimelineLook& look) {
+  std::vector<std::string> files;
+  const bool quoted = look.form == TimelineForm::kJsonLines;
+  for (const TimelineHive& hive : timeline.hives) {
+    const std::string text = quoted ? JsonString(hive.path) : CsvField(hive.path, look.safe);
+    files.push_back(quoted ? text.substr(1, text.size() - 2) : text + ',');
+  }
+  return files;
+}
+
 // One object a line. The first three members are those that timeline programs ask for; the others
 // are what they are made of.
 void PutJson(const TimelineEvent& event, EventWriter& writer) {
@@ -394,7 +407,7 @@ void PutJson(const TimelineEvent& event, EventWriter& writer) {
   Put("\",\"event\":\"", out);
   Put(word, out);
   Put("\",\"hive\":\"", out);
-  PutJsonText(writer.timeline.hives[event.hive].path, out);
+  Put(writer.files[event.hive], out);
   Put("\",\"key\":\"", out);
   PutJsonKey(event, writer);
   Put("\",\"value\":\"", out);
@@ -462,7 +475,7 @@ void PutPlaso(const TimelineEvent& event, EventWriter& writer) {
   PutTextCell(hive.host, look.safe, out);
   PutKeyAndMessage(event, writer);
   Put("2,", out);
-  PutTextCell(hive.path, look.safe, out);
+  Put(writer.files[event.hive], out);
   PutNumber(event.offset, out);
   Put(",", out);
   PutCell(StateWord(event.state), out);
@@ -544,8 +557,8 @@ std::string_view StateWord(TimelineState state) {
 bool WriteTimeline(const Timeline& timeline, const TimelineLook& look, const TextSink& sink,
                    TimelineCounts& counts) {
   counts = TimelineCounts();
-  EventWriter writer{timeline, look, TimeWriter(look.minutes_east)};
-  EventWriter second{timeline, look, TimeWriter(look.minutes_east)};
+  EventWriter writer{timeline, look, TimeWriter(look.minutes_east), FilesOf(timeline, look)};
+  EventWriter second{timeline, look, TimeWriter(look.minutes_east), writer.files};
   Lines& out = writer.out;
   Put(HeaderOf(look.form), out);
   const std::vector<TimelineShelf>& shelves = timeline.shelves;
