@@ -5,6 +5,7 @@
 #include "tests/support/freed_hives.h"
 #include "tests/window/list_fixture.h"
 #include "ui/frame/text.h"
+#include "ui/main/expanding.h"
 #include "ui/main/freed.h"
 #include "ui/main/status.h"
 
@@ -71,6 +72,17 @@ TEST_F(FreedInTreeTest, DeletedKeysAreBelowTheirParentsWithTheirValues) {
   EXPECT_TRUE(IsFree(kCommandRawValue));
   EXPECT_TRUE(IsFree(kCommandSaveValue));
   EXPECT_FALSE(IsFree(kCommandEditValue));
+}
+
+TEST_F(FreedInTreeTest, ExpandSubfoldersOpensTheirBranchesToo) {
+  OpenDeleted();
+  SelectItemAndWait(0);
+  Run(kCommandExpand);
+  ASSERT_TRUE(PumpUntil([&] { return !IsExpanding(*window_); }));
+  const HTREEITEM c = ChildOf(ChildOf(RootHandle(), "A"), "C");
+  ASSERT_NE(c, nullptr);
+  EXPECT_TRUE(IsItemExpanded(c));
+  EXPECT_EQ(ChildTexts(c), Texts{"D"});
 }
 
 TEST_F(FreedInTreeTest, WhatHasNoPlaceIsInAFolderAndTheOptionTakesAllOfItOut) {

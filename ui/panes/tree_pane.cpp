@@ -571,6 +571,7 @@ void StartExpand(TreePane& pane, uint32_t item) {
   EndExpand(pane);
   TreeView_Expand(pane.window, pane.handles[item], TVE_COLLAPSE);
   pane.expand_top = pane.expand_next = item;
+  pane.expand_guest = 0;
   pane.expand_end = pane.tree->items[item].end;
   pane.expand_inserted = static_cast<uint32_t>(
       std::count_if(pane.handles.begin() + item, pane.handles.begin() + pane.expand_end,
@@ -585,6 +586,31 @@ void StopExpand(TreePane& pane) {
 
 namespace {
 
+// The branches of the deleted keys below an item, which has them already. False at the end of the
+// slice, with where to go on in `expand_guest`.
+bool OpenGuests(TreePane& pane, uint32_t item, DWORD start) {
+  const GuestRange range = GuestsOf(pane, item);
+  uint32_t count = 0;
+  for (size_t at = range.first; at < range.end; ++at) {
+    TreePane& guests = *pane.guests;
+    const uint32_t top = guests.freed->tops[at].item;
+    const uint32_t end = guests.tree->items[top].end;
+    for (uint32_t below = std::max(top, pane.expand_guest); below < end; ++below) {
+      pane.expand_guest = below;
+      if (count++ % kItemsPerLook == kItemsPerLook - 1 &&
+          GetTickCount() - start >= kSliceMilliseconds) {
+        return false;
+      }
+      if (guests.handles[below] == nullptr || !HasShownChildren(guests, below)) continue;
+      if (!FillBranch(guests, below, kOpened, start)) return false;
+      if (!IsExpanded(guests, guests.handles[below])) {
+        TreeView_Expand(guests.window, guests.handles[below], TVE_EXPAND);
+      }
+    }
+  }
+  return true;
+}
+
 // Up to the end of the slice. A branch is made whole before its turn ends, so what is in it has its
 // handle.
 void OpenBranches(TreePane& pane) {
@@ -597,7 +623,9 @@ void OpenBranches(TreePane& pane) {
       if (item != pane.expand_top && !IsExpanded(pane, pane.handles[item])) {
         TreeView_Expand(pane.window, pane.handles[item], TVE_EXPAND);
       }
+      if (!OpenGuests(pane, item, start)) return;
     }
+    pane.expand_guest = 0;
     ++pane.expand_next;
   }
 }

@@ -61,6 +61,7 @@ struct TreePane {
   uint32_t expand_top = 0;
   uint32_t expand_next = 0;
   uint32_t expand_end = 0;
+  uint32_t expand_guest = 0;     // of the deleted keys below expand_next the next one
   uint32_t expand_inserted = 0;  // how many of these are in the control
 };
 
