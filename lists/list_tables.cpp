@@ -40,9 +40,9 @@ constexpr std::string_view kStyle =
     "body { font: 14px sans-serif; }\r\n"
     "table { border-collapse: collapse; }\r\n"
     "th, td { border: 1px solid #bbb; padding: 2px 6px; text-align: left; vertical-align: top;\r\n"
-    "  overflow-wrap: anywhere; }\r\n"
+    "  max-width: 40rem; overflow-wrap: break-word; }\r\n"
     "th { background: #eee; position: sticky; top: 0; }\r\n"
-    "@media print { th { position: static; } }\r\n"
+    "@media print { th { position: static; } th, td { overflow-wrap: anywhere; } }\r\n"
     "</style>\r\n";
 
 void WriteHtmlHead(const OutputList& list, const WrittenRows& which, std::string& out) {
