@@ -219,6 +219,9 @@ TEST_F(SeveralHivesTest, RowsOfALoadedListLeadToTheirHive) {
   View(0, "One");
   RunList(*list, kCommandGoToTree);
   EXPECT_EQ(TextOf(window_->controls.path), path);
+  Run(kCommandCloseHive);
+  RunList(*list, kCommandGoToTree);
+  EXPECT_EQ(PartText(*list, 0), " No hive is open that rows could lead to.");
   DeleteFileW(WideName(file).c_str());
 }
 

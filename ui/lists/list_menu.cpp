@@ -161,6 +161,8 @@ void RunListCommand(ListPlace& place, uint32_t number) {
     ListHandlerOf(command->number)(place);
   } else if (number == kCommandGoToTree && IsOfClosedHive(place)) {
     ShowPassingStatus(place, " The hive of this row is no longer open.");
+  } else if (number == kCommandGoToTree && place.loaded && LoadedHives(*place.owner) == 0) {
+    ShowPassingStatus(place, " No hive is open that rows could lead to.");
   }
 }
 
