@@ -51,6 +51,17 @@ inline uint64_t ReadU64(ByteView bytes, uint32_t at) {
 inline uint32_t ReadU32BigEndian(ByteView bytes, uint32_t at) {
   return __builtin_bswap32(ReadU32(bytes, at));
 }
+// All of a view of at most eight bytes as one number; of a longer one the first eight.
+inline uint64_t NumberOf(ByteView bytes) {
+  uint64_t number = 0;
+  for (size_t i = bytes.size() < 8 ? bytes.size() : 8; i-- > 0;) number = number << 8 | bytes[i];
+  return number;
+}
+// A number of so many bytes, 1 to 8, with its highest bit as the sign.
+inline int64_t SignedOf(uint64_t number, size_t size) {
+  const size_t shift = 64 - 8 * size;
+  return static_cast<int64_t>(number << shift) >> shift;
+}
 // The part [at, at + size) of the view, as far as there is one.
 inline ByteView PartOf(ByteView bytes, uint32_t at, uint32_t size) {
   if (at >= bytes.size()) return {};

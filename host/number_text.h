@@ -4,6 +4,7 @@
 
 #include <array>
 #include <bit>
+#include <charconv>
 #include <cstdint>
 #include <initializer_list>
 #include <string>
@@ -76,6 +77,14 @@ inline std::array<char, 8> EightDigits(uint32_t number) {
 inline std::string HexNumber(uint32_t number) {
   const std::array<char, 8> digits = EightDigits(number);
   return std::string("0x").append(digits.data(), digits.size());
+}
+
+// Of nine digits at most, with an exponent where it is shorter so: "0.1", "1e+20".
+inline std::string RealText(double number) {
+  std::array<char, 32> room{};
+  const auto end =
+      std::to_chars(room.data(), room.data() + room.size(), number, std::chars_format::general, 9);
+  return {room.data(), end.ptr};
 }
 
 // Texts and digits, one after the other.

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "hive/timestamp.h"
+#include "host/text.h"
 #include "tests/support/hive_builder.h"
 
 namespace hivequarry {
@@ -52,6 +53,7 @@ TEST(PropertyValues, SettingsOfAppsByType) {
       {"double", 0x109, Numbers({0x3FF8000000000000}, 8), "double", "1.5"},
       {"boolean", 0x10B, {1}, "boolean", "true"},
       {"text", 0x10C, Wide(u"\u041F\u0440\0"sv), "text", "\xD0\x9F\xD1\x80"},
+      {"text of an odd length", 0x10C, {'a', 0, 'b'}, "text", "ab"},
       {"no text", 0x10C, {}, "text", ""},
       {"time", 0x10E, Numbers({kTime}, 8), "time", "2018-03-20T03:20:00.0000000Z"},
       {"span", 0x10F, Numbers({uint64_t(-864'000'010'000'007)}, 8), "time span",
@@ -90,6 +92,15 @@ TEST(PropertyValues, SettingsOfAppsByType) {
   for (const uint32_t other : {0x5F5E100U, 0x5F5E126U, 1U, 0x20U}) {
     EXPECT_EQ(PropertyWords(ReadPropertyValue(other, Bytes(16))), "") << other;
   }
+}
+
+// As texts of the registry's own types are.
+TEST(PropertyValues, TextsInTheReadingInForce) {
+  const Bytes data = Joined({Wide(u"\u041F\u0440\0"sv), Numbers({kTime}, 8)});
+  ReadInCodePage(true);
+  EXPECT_EQ(ReadPropertyValue(0x5F5E10C, data).text, "??");
+  ReadInCodePage(false);
+  EXPECT_EQ(ReadPropertyValue(0x5F5E10C, data).text, "\u041F\u0440");
 }
 
 TEST(PropertyValues, LongListsSayHowMuchIsLeftOut) {

@@ -1,11 +1,8 @@
 #include "view/value_meaning.h"
 
 #include <algorithm>
-#include <array>
 #include <bit>
 #include <cmath>
-#include <cstdio>
-#include <cstring>
 
 #include "bytes/byte_view.h"
 #include "hive/timestamp.h"
@@ -37,11 +34,7 @@ struct Bytes {
   bool Allows(size_t size) const {
     return from.size() >= size && (selected == 0 || selected == size);
   }
-  uint64_t Little(size_t size) const {
-    uint64_t number = 0;
-    for (size_t i = size; i-- > 0;) number = number << 8 | from[i];
-    return number;
-  }
+  uint64_t Little(size_t size) const { return NumberOf(from.first(size)); }
   uint64_t Big(size_t size) const {
     uint64_t number = 0;
     for (size_t i = 0; i < size; ++i) number = number << 8 | from[i];
@@ -51,15 +44,10 @@ struct Bytes {
 
 using Meanings = std::vector<Meaning>;
 
-int64_t Signed(uint64_t number, size_t size) {
-  const size_t shift = 64 - 8 * size;
-  return static_cast<int64_t>(number << shift) >> shift;
-}
-
 // "200 (-56), 0xC8".
 std::string NumberText(uint64_t number, size_t size) {
   std::string text = std::to_string(number);
-  const int64_t below = Signed(number, size);
+  const int64_t below = SignedOf(number, size);
   if (below < 0) text += " (" + std::to_string(below) + ")";
   return Concat({text, ", 0x", Hex(number, 2 * size)});
 }
@@ -118,12 +106,6 @@ void AddTimes(const Bytes& bytes, Meanings& out) {
   if (std::string dos = FormatDosTimestamp(narrow); !dos.empty()) {
     out.push_back({"DOS date and time", std::move(dos)});
   }
-}
-
-std::string RealText(double number) {
-  std::array<char, 40> text{};
-  std::snprintf(text.data(), text.size(), "%.9g", number);
-  return text.data();
 }
 
 // Sizes that things have; others are bytes that mean something else.

@@ -1,15 +1,13 @@
 #include "words/property_values.h"
 
 #include <algorithm>
-#include <array>
 #include <bit>
-#include <cstdio>
 #include <iterator>
 
 #include "hive/timestamp.h"
 #include "host/number_text.h"
-#include "host/text.h"
 #include "words/known_guids.h"
+#include "words/value_text.h"
 
 namespace hivequarry {
 namespace {
@@ -46,25 +44,39 @@ struct Element {
   uint32_t size = 0;  // bytes; 0 for those that have no size of their own
 };
 
+constexpr Element kByte = {"byte", Form::kUnsigned, 1};
+constexpr Element kInt16 = {"int16", Form::kSigned, 2};
+constexpr Element kUint16 = {"uint16", Form::kUnsigned, 2};
+constexpr Element kInt32 = {"int32", Form::kSigned, 4};
+constexpr Element kUint32 = {"uint32", Form::kUnsigned, 4};
+constexpr Element kInt64 = {"int64", Form::kSigned, 8};
+constexpr Element kUint64 = {"uint64", Form::kUnsigned, 8};
+constexpr Element kFloat = {"float", Form::kReals, 4};
+constexpr Element kDouble = {"double", Form::kReal, 8};
+constexpr Element kBoolean = {"boolean", Form::kBoolean, 1};
+constexpr Element kText = {"text", Form::kText, 0};
+constexpr Element kTime = {"time", Form::kTime, 8};
+constexpr Element kGuid = {"GUID", Form::kGuid, 16};
+
 // By type, less kAppTypes.
 constexpr Element kAppElements[] = {
     {},
-    {"byte", Form::kUnsigned, 1},
-    {"int16", Form::kSigned, 2},
-    {"uint16", Form::kUnsigned, 2},
-    {"int32", Form::kSigned, 4},
-    {"uint32", Form::kUnsigned, 4},
-    {"int64", Form::kSigned, 8},
-    {"uint64", Form::kUnsigned, 8},
-    {"float", Form::kReals, 4},
-    {"double", Form::kReal, 8},
+    kByte,
+    kInt16,
+    kUint16,
+    kInt32,
+    kUint32,
+    kInt64,
+    kUint64,
+    kFloat,
+    kDouble,
     {"character", Form::kCharacter, 2},
-    {"boolean", Form::kBoolean, 1},
-    {"text", Form::kText, 0},
+    kBoolean,
+    kText,
     {"composite", Form::kComposite, 0},
-    {"time", Form::kTime, 8},
+    kTime,
     {"time span", Form::kSpan, 8},
-    {"GUID", Form::kGuid, 16},
+    kGuid,
     {"point", Form::kReals, 8},
     {"size", Form::kReals, 8},
     {"rectangle", Form::kReals, 16},
@@ -76,22 +88,22 @@ constexpr Element kPropertyElements[] = {
     {"nothing", Form::kNothing, 0},
     {"null", Form::kNothing, 0},
     {"int8", Form::kSigned, 1},
-    {"byte", Form::kUnsigned, 1},
-    {"int16", Form::kSigned, 2},
-    {"uint16", Form::kUnsigned, 2},
-    {"int32", Form::kSigned, 4},
-    {"uint32", Form::kUnsigned, 4},
-    {"int64", Form::kSigned, 8},
-    {"uint64", Form::kUnsigned, 8},
-    {"float", Form::kReals, 4},
-    {"double", Form::kReal, 8},
+    kByte,
+    kInt16,
+    kUint16,
+    kInt32,
+    kUint32,
+    kInt64,
+    kUint64,
+    kFloat,
+    kDouble,
     {"decimal", Form::kBytes, 16},
-    {"GUID", Form::kGuid, 16},
+    kGuid,
     {"currency", Form::kSigned, 8},
     {"date", Form::kReal, 8},
-    {"time", Form::kTime, 8},
-    {"boolean", Form::kBoolean, 1},
-    {"text", Form::kText, 0},
+    kTime,
+    kBoolean,
+    kText,
     {"security descriptor", Form::kBytes, 0},
     {"security descriptor as text", Form::kText, 0},
     {"property key", Form::kBytes, 20},
@@ -120,12 +132,6 @@ Shape ShapeOfProperty(uint32_t type) {
   return {number < std::size(kPropertyElements) ? kPropertyElements[number] : Element(), several};
 }
 
-std::string RealText(double number) {
-  std::array<char, 40> text{};
-  std::snprintf(text.data(), text.size(), "%.9g", number);
-  return text.data();
-}
-
 // "-3.04:05:06.0000007": days, and the rest of a day.
 std::string SpanText(int64_t ticks) {
   constexpr uint64_t kSecond = 10'000'000;
@@ -141,26 +147,12 @@ std::string SpanText(int64_t ticks) {
   return text;
 }
 
-// The text of `size` bytes of UTF-16, less the zeros at its end.
+// Read as texts of the registry's own types are, less the zeros at its end.
 std::string WideText(ByteView bytes) {
-  std::u16string wide;
-  wide.reserve(bytes.size() / 2);
-  for (uint32_t at = 0; at + 1 < bytes.size(); at += 2) {
-    wide += static_cast<char16_t>(ReadU16(bytes, at));
-  }
-  while (wide.ends_with(u'\0')) wide.pop_back();
-  return TextOfWide(wide);
-}
-
-uint64_t NumberIn(ByteView bytes) {
-  uint64_t number = 0;
-  for (size_t i = std::min<size_t>(bytes.size(), 8); i-- > 0;) number = number << 8 | bytes[i];
-  return number;
-}
-
-std::string SignedText(ByteView bytes) {
-  const size_t shift = 64 - 8 * bytes.size();
-  return std::to_string(static_cast<int64_t>(NumberIn(bytes) << shift) >> shift);
+  std::string text;
+  AppendStringText(bytes, text);
+  while (text.ends_with('\0')) text.pop_back();
+  return text;
 }
 
 std::string RealsText(ByteView bytes) {
@@ -183,22 +175,22 @@ std::string BytesText(ByteView bytes) {
 std::string ElementText(Form form, ByteView bytes) {
   switch (form) {
     case Form::kSigned:
-      return SignedText(bytes);
+      return std::to_string(SignedOf(NumberOf(bytes), bytes.size()));
     case Form::kUnsigned:
-      return std::to_string(NumberIn(bytes));
+      return std::to_string(NumberOf(bytes));
     case Form::kReals:
       return RealsText(bytes);
     case Form::kReal:
-      return RealText(std::bit_cast<double>(NumberIn(bytes)));
+      return RealText(std::bit_cast<double>(NumberOf(bytes)));
     case Form::kCharacter:
     case Form::kText:
       return WideText(bytes);
     case Form::kBoolean:
       return bytes[0] == 0 ? "false" : "true";
     case Form::kTime:
-      return FormatShownIso(NumberIn(bytes));
+      return FormatShownIso(NumberOf(bytes));
     case Form::kSpan:
-      return SpanText(static_cast<int64_t>(NumberIn(bytes)));
+      return SpanText(static_cast<int64_t>(NumberOf(bytes)));
     case Form::kGuid:
       return GuidText(GuidOfBytes(bytes.first<16>()));
     case Form::kBytes:
@@ -329,17 +321,17 @@ std::string TypeWords(const Shape& shape, uint32_t type) {
 }
 
 PropertyValue ReadAppSetting(uint32_t type, ByteView data) {
-  constexpr size_t kTime = 8;
+  constexpr size_t kTimeSize = 8;
   const Shape shape = ShapeOfApp(type - kAppTypes);
   PropertyValue value;
   value.kind = "app setting";
   value.type = TypeWords(shape, type);
-  if (data.size() < kTime) {
+  if (data.size() < kTimeSize) {
     value.fault = "the data end before their time";
     return value;
   }
-  value.written = NumberIn(data.last(kTime));
-  ReadShape(shape, data.first(data.size() - kTime), true, value);
+  value.written = NumberOf(data.last(kTimeSize));
+  ReadShape(shape, data.first(data.size() - kTimeSize), true, value);
   return value;
 }
 
