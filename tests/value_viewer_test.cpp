@@ -146,6 +146,26 @@ TEST(ValueViewer, RowsOfTheCaretAndTheSelection) {
   EXPECT_EQ(RowOf(end, "8 bits"), "none");
 }
 
+// One line each, however long the text is.
+TEST(ValueViewer, RowsOfAllOfAValue) {
+  HiveBuilder builder;
+  Bytes data;
+  for (int i = 0; i < 1000; ++i) data.insert(data.end(), {'a', 0, '\n', 0});
+  data.resize(data.size() + 8);
+  builder.Key("K").Value("setting", 0x5F5E10C, data).Value("own", kRegBinary, data);
+  const BuiltHive hive = builder.Build();
+  OpenedHive opened(hive.bytes);
+  const auto shown = [&](const char* name, const char* label) {
+    const ValueBytes value = BytesOfValue(opened.hive, hive.ValuePosition("K", name));
+    return RowOf(MeaningRows(value, value.data, {.position = 0, .anchor = 0}), label);
+  };
+  EXPECT_EQ(shown("setting", "Meaning"), "app setting, text");
+  EXPECT_EQ(shown("setting", "Text").substr(0, 6), "a a a ");
+  EXPECT_TRUE(shown("setting", "Text").ends_with("..."));
+  EXPECT_LT(shown("setting", "Text").size(), 1000U);
+  EXPECT_EQ(shown("own", "Meaning"), "none");
+}
+
 TEST(ValueViewer, ItemListsAndSecurityDescriptors) {
   Bytes data = {0x14, 0x00, 0x1F, 0x50, 0xE0, 0x4F, 0xD0, 0x20, 0xEA, 0x3A, 0x69,
                 0x10, 0xA2, 0xD8, 0x08, 0x00, 0x2B, 0x30, 0x30, 0x9D, 0x00, 0x00};

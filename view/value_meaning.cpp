@@ -299,6 +299,18 @@ std::vector<Meaning> MeaningsAt(std::span<const uint8_t> data, size_t at, size_t
   return meanings;
 }
 
+std::vector<Meaning> MeaningsOfAll(uint32_t type, std::span<const uint8_t> data) {
+  const PropertyValue property = ReadPropertyValue(type, data);
+  if (property.kind.empty()) return {};
+  Meanings meanings = {{"Meaning", PropertyWords(property)}};
+  if (!property.text.empty()) {
+    const std::string_view shown = FirstUnits(property.text, kPreviewLength);
+    const bool more = shown.size() < property.text.size();
+    meanings.push_back({"Text", Concat({VisibleLine(shown), more ? "..." : ""})});
+  }
+  return meanings;
+}
+
 std::string ValueAsText(uint32_t type, std::span<const uint8_t> data) {
   switch (type) {
     case kRegSz:

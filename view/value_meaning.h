@@ -20,6 +20,10 @@ struct Meaning {
 // these bytes; with 0 all that there is room for. Takes the same time however many bytes there are.
 std::vector<Meaning> MeaningsAt(std::span<const uint8_t> data, size_t at, size_t length);
 
+// What data of a type that is not the registry's own mean as a whole, a line each, cut where it is
+// long; none for other types. Takes time in proportion to the data.
+std::vector<Meaning> MeaningsOfAll(uint32_t type, std::span<const uint8_t> data);
+
 // The data as a text that suits their type: each string of a list on a line of its own, a number
 // with its other forms, a time where it can be one; else empty.
 std::string ValueAsText(uint32_t type, std::span<const uint8_t> data);

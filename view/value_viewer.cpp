@@ -7,7 +7,6 @@
 #include "hive/file_place.h"
 #include "host/number_text.h"
 #include "reports/freed_rows.h"
-#include "words/property_values.h"
 #include "words/value_text.h"
 
 namespace hivequarry {
@@ -44,6 +43,7 @@ ValueBytes BytesOfValue(const HiveImage& hive, uint32_t position) {
   if (value.status != ValueStatus::kRead) return {};
   bytes.type = value.type;
   bytes.edited = value.edited;
+  bytes.whole = MeaningsOfAll(bytes.type, bytes.data);
   for (const DataPiece& piece : pieces) AddPlaces(hive, piece, bytes.places);
   return bytes;
 }
@@ -60,6 +60,7 @@ ValueBytes BytesOfFreedValue(const HiveImage& hive, const FreedTree& freed, uint
     AddPlaces(hive, {0, length, content.value.data_position}, bytes.places);
   }
   bytes.data = std::move(content.data);
+  bytes.whole = MeaningsOfAll(bytes.type, bytes.data);
   return bytes;
 }
 
@@ -80,10 +81,7 @@ std::vector<Meaning> MeaningRows(const ValueBytes& value, std::span<const uint8_
       {"Length", Concat({std::to_string(data.size()), data.size() == 1 ? " byte" : " bytes",
                          value.edited ? ", edited in memory" : ""})},
       {"Offset in value", NumberWords(start)}};
-  if (const PropertyValue property = ReadPropertyValue(value.type, data); !property.kind.empty()) {
-    rows.insert(rows.begin() + 1, {"Meaning", PropertyWords(property)});
-    if (!property.text.empty()) rows.insert(rows.begin() + 2, {"Text", property.text});
-  }
+  rows.insert(rows.begin() + 1, value.whole.begin(), value.whole.end());
   const uint32_t in_file = FilePositionIn(value.places, start);
   if (start < data.size()) {
     rows.push_back({"In file", in_file == kNoFilePosition ? "not in the file as it is shown"

@@ -17,9 +17,10 @@ namespace hivequarry {
 
 // The data of the value shown. Owns them.
 struct ValueBytes {
-  uint32_t type = 0;          // of the value, as stored
-  bool edited = false;        // the bytes are those of an edit: the file has others
-  std::vector<uint8_t> data;  // empty: there is nothing to be shown but the details
+  uint32_t type = 0;           // of the value, as stored
+  bool edited = false;         // the bytes are those of an edit: the file has others
+  std::vector<uint8_t> data;   // empty: there is nothing to be shown but the details
+  std::vector<Meaning> whole;  // MeaningsOfAll
   // Where the file has them: `position` is one in the file here. Ascending; empty for nowhere.
   std::vector<DataPiece> places;
 };
