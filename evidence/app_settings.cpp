@@ -8,7 +8,7 @@
 namespace hivequarry {
 namespace {
 
-// Values of the registry's own types have neither kind nor time.
+// The value is of a setting's type. A row without type, text and time where its data can't be read.
 void AddSetting(EvidenceRun& run, EvidenceKey key, const EvidenceValue& value) {
   EvidenceRow row;
   if (!HasData(value, 0, row)) {
