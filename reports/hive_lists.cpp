@@ -129,7 +129,9 @@ void AddValueDetail(const HiveImage& hive, const KeyTree& tree, const ValueKey& 
   if (value.edited) add("Edited", EditWords(hive, value.position));
   const std::string shared = SharedWords(hive, tree, value.position);
   if (!shared.empty()) add("Shared", shared);
-  const ValueDetailText detail = ValueDetail(hive, value.position);
+  std::vector<uint8_t> data;
+  const ValueKey read = ReadValueKey(hive, value.position, ValueRead::kData, kMaxValueData, &data);
+  const ValueDetailText detail = ValueDetail(read, data);
   if (detail.status != ValueStatus::kRead) {
     add("Length", std::to_string(value.data_length));
     add("Data position", TargetText(hive, value.data_position));
@@ -137,8 +139,6 @@ void AddValueDetail(const HiveImage& hive, const KeyTree& tree, const ValueKey& 
     return;
   }
   AddDataLines(list, detail.text, value.position);
-  std::vector<uint8_t> data;
-  const ValueKey read = ReadValueKey(hive, value.position, ValueRead::kData, kMaxValueData, &data);
   AddMeaningLines(list, read.type, data, value.position);
 }
 
