@@ -55,8 +55,6 @@ std::string PathOfKeyAt(const BookmarkedHive& of, uint32_t position) {
   return KeyPathOfShown(FreedItemPath(*of.hive, *of.tree, *of.freed, deleted));
 }
 
-// By the row's own record, else by the key that it belongs to, else by the path that the row shows.
-// Empty for a row that belongs to no key.
 // Of the key of a deleted value; empty for other rows.
 std::string PathOfFreedValue(const BookmarkedHive& of, const OutputList& list, uint32_t row) {
   if (of.freed == nullptr || !RowHasDatum(list, row)) return {};
@@ -64,6 +62,8 @@ std::string PathOfFreedValue(const BookmarkedHive& of, const OutputList& list, u
   return value == nullptr || value->key == kNoOffset ? std::string() : PathOfKeyAt(of, value->key);
 }
 
+// By the row's own record, else by the key that it belongs to, else by the path that the row shows.
+// Empty for a row that belongs to no key.
 std::string PathOfRow(const BookmarkedHive& of, const OutputList& list, uint32_t row,
                       uint32_t key) {
   if (RowHasDatum(list, row)) {
