@@ -3,7 +3,9 @@
 
 #include <gtest/gtest.h>
 
+#include <numeric>
 #include <set>
+#include <vector>
 
 #include "lists/list_writers.h"
 #include "reports/hive_lists.h"
@@ -159,8 +161,10 @@ TEST(VisibleTextTest, PathsAreCutInTheirMiddle) {
       {u"", 0, u""},
   };
   for (const auto& c : cases) {
-    const auto width = [](const std::u16string& text) { return static_cast<int>(text.size()); };
-    EXPECT_EQ(FitPath(c.path, c.room, width), c.shown) << c.room;
+    const std::u16string path = c.path;
+    std::vector<int> ends(path.size());
+    std::iota(ends.begin(), ends.end(), 1);
+    EXPECT_EQ(FitPath(path, c.room, ends, 3), c.shown) << c.room;
   }
 }
 

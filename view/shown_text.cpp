@@ -15,20 +15,6 @@ bool IsInside(const std::u16string& text, size_t at) {
          (text[at - 1] & 0xFC00) == 0xD800;
 }
 
-// The largest of [0, most] that fits, where all below one that fits do too.
-size_t Largest(size_t most, const std::function<bool(size_t)>& fits) {
-  size_t least = 0;
-  while (least < most) {
-    const size_t middle = least + (most - least + 1) / 2;
-    if (fits(middle)) {
-      least = middle;
-    } else {
-      most = middle - 1;
-    }
-  }
-  return least;
-}
-
 }  // namespace
 
 std::u16string ShownText(std::string_view shown) {
@@ -37,19 +23,18 @@ std::u16string ShownText(std::string_view shown) {
   return text;
 }
 
-std::u16string FitPath(const std::u16string& path, int room,
-                       const std::function<int(const std::u16string&)>& width) {
-  constexpr char16_t kCut[] = u"...";
-  if (width(path) <= room) return path;
-  size_t start =
-      Largest(path.size(), [&](size_t units) { return width(path.substr(0, units)) <= room / 3; });
+std::u16string FitPath(const std::u16string& path, int room, std::span<const int> ends, int cut) {
+  if (path.empty() || ends.back() <= room) return path;
+  const auto to = [&](size_t units) { return units == 0 ? 0 : ends[units - 1]; };
+  const auto start_end = std::ranges::upper_bound(ends, room / 3);
+  auto start = static_cast<size_t>(start_end - ends.begin());
   if (IsInside(path, start)) --start;
-  const std::u16string head = path.substr(0, start) + kCut;
-  size_t end = Largest(path.size() - start, [&](size_t units) {
-    return width(head + path.substr(path.size() - units)) <= room;
-  });
-  if (IsInside(path, path.size() - end)) --end;
-  return end == 0 ? path : head + path.substr(path.size() - end);
+  // From there on the rest is no wider than what the beginning and the cut leave.
+  const int least = ends.back() - (room - to(start) - cut);
+  const auto rest = std::ranges::lower_bound(ends.subspan(start), least);
+  auto end = static_cast<size_t>(rest - ends.begin()) + 1;
+  if (IsInside(path, end)) ++end;
+  return end >= path.size() ? path : path.substr(0, start) + kPathCut + path.substr(end);
 }
 
 }  // namespace hivequarry

@@ -1,7 +1,7 @@
 // Text on its way to the screen.
 #pragma once
 
-#include <functional>
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -13,8 +13,9 @@ std::u16string ShownText(std::string_view shown);
 
 // A path that is too wide, with "..." in its middle: its beginning in a third of the room, and as
 // much of its end, which tells it from others, as there is room for. As it is where it fits, or
-// where there is no room for an end. `width`: of a text, in the units of `room`.
-std::u16string FitPath(const std::u16string& path, int room,
-                       const std::function<int(const std::u16string&)>& width);
+// where there is no room for an end. `ends`: where each of its units ends, and `cut` the width of
+// kPathCut, in the units of `room`.
+inline constexpr char16_t kPathCut[] = u"...";
+std::u16string FitPath(const std::u16string& path, int room, std::span<const int> ends, int cut);
 
 }  // namespace hivequarry

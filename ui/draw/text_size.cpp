@@ -38,6 +38,15 @@ SIZE TextSize(HFONT font, const std::wstring& text) {
   return size;
 }
 
+std::vector<int> TextEnds(HFONT font, const std::wstring& text) {
+  const Measuring on(font);
+  std::vector<int> ends(text.size());
+  SIZE size{};
+  GetTextExtentExPointW(on.dc, text.c_str(), static_cast<int>(text.size()), 0, nullptr, ends.data(),
+                        &size);
+  return ends;
+}
+
 int LineHeight(HFONT font) {
   const Measuring on(font);
   TEXTMETRICW metrics{};

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "ui/draw/win.h"
 
@@ -13,6 +14,8 @@ std::wstring TextOfControl(HWND control);
 HFONT FontOfControl(HWND control);
 // What one line of text takes, in pixels.
 SIZE TextSize(HFONT font, const std::wstring& text);
+// Where each of its units ends, counted from its beginning.
+std::vector<int> TextEnds(HFONT font, const std::wstring& text);
 int LineHeight(HFONT font);
 
 }  // namespace hivequarry

@@ -4,6 +4,7 @@
 
 #include "host/text.h"
 #include "reports/freed_find.h"
+#include "ui/draw/text_size.h"
 #include "ui/frame/list_view.h"
 #include "ui/frame/text.h"
 #include "ui/lists/column_choice.h"
@@ -28,10 +29,11 @@ std::wstring PaintedPath(const ListPlace& place, uint32_t shown, int column) {
   if (HoldsOf(FindListKind(ListKindOf(*place.model)), column) != CellHolds::kName) return {};
   const std::string_view cell = CellText(*place.model, ModelRow(place, shown), column);
   if (cell.size() > kLongest || cell.find('\\') == cell.npos) return {};
-  const auto width = [&place](const std::u16string& part) {
-    return ListView_GetStringWidth(place.list, WideText(part).c_str());
-  };
-  return WideText(FitPath(ShownText(cell), RoomOfCell(place, column), width));
+  const std::u16string path = ShownText(cell);
+  const HFONT font = FontOfControl(place.list);
+  const std::vector<int> ends = TextEnds(font, WideText(path));
+  const int cut = static_cast<int>(TextSize(font, WideText(kPathCut)).cx);
+  return WideText(FitPath(path, RoomOfCell(place, column), ends, cut));
 }
 
 // The list is virtual: only what is in view is asked for. Rows may be fewer than the control knows.
