@@ -1,7 +1,6 @@
 #include "view/hive_glance.h"
 
 #include <algorithm>
-#include <charconv>
 #include <utility>
 
 #include "hive/file_place.h"
@@ -134,22 +133,14 @@ void AddCounts(const GlanceFacts& facts, std::vector<GlancePart>& parts) {
   AddFreed(facts.findings, parts);
 }
 
-// The number that a text begins with, as the other figures are.
-std::string WithThousands(const std::string& words) {
-  uint64_t number = 0;
-  const char* const end = words.data() + words.size();
-  const auto [rest, error] = std::from_chars(words.data(), end, number);
-  return error == std::errc() ? Thousands(number) + std::string(rest, end) : words;
-}
-
 // A verdict of faults is a sentence by itself; that of a sound structure says what is sound.
 GlancePart CheckPart(const HiveFindings& findings) {
   if (!findings.checked) {
     return {"Structure ...", "The structure is being checked", GlanceLead::kCheck,
             GlanceTone::kMuted};
   }
-  std::string words = WithThousands(findings.structure.verdict);
-  if (findings.sound) words = "Structure " + words;
+  std::string words = findings.sound ? "Structure " + findings.structure.verdict
+                                     : Counted(findings.structure.faults, "fault");
   return {std::move(words), findings.structure.summary, GlanceLead::kCheck,
           findings.sound ? GlanceTone::kPlain : GlanceTone::kWarn};
 }

@@ -90,6 +90,11 @@ HiveMark MarkOf(const HiveImage& hive) {
   return state->dirty() ? HiveMark::kLacking : HiveMark::kClean;
 }
 
+HiveStructure StructureOf(const CheckResult& result, std::string summary) {
+  return {IsSound(result) ? "sound" : VerdictWords(result), std::move(summary),
+          result.by_level[static_cast<size_t>(CheckLevel::kFault)]};
+}
+
 std::string StatusWords(const HiveImage& hive, const HiveStructure& structure) {
   std::string words = StateWords(hive);
   if (!hive.places.undone.empty()) words += ", bytes moved";

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "check/check.h"
 #include "hive/image.h"
 #include "hive/key_tree.h"
 #include "hive/root_evidence.h"
@@ -29,7 +30,9 @@ HiveMark MarkOf(const HiveImage& hive);
 struct HiveStructure {
   std::string verdict;  // "sound", "3 faults"
   std::string summary;  // what was judged, and the counts
+  uint64_t faults = 0;
 };
+HiveStructure StructureOf(const CheckResult& result, std::string summary);
 // The words for the status bar: StateWords, what else is not as it seems, and the verdict.
 std::string StatusWords(const HiveImage& hive, const HiveStructure& structure = {});
 

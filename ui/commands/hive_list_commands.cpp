@@ -39,7 +39,7 @@ void StartList(MainWindow& window, Make make) {
 void ShowChecked(MainWindow& window, CheckedHive& checked) {
   const CheckResult& result = checked.result;
   if (!result.stopped) {
-    window.shown->structure = {IsSound(result) ? "sound" : VerdictWords(result), checked.summary};
+    window.shown->structure = StructureOf(result, checked.summary);
     window.shown->findings.known.structure = window.shown->structure;
     window.shown->findings.known.sound = IsSound(result);
     window.shown->findings.known.checked = true;

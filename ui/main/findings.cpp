@@ -58,7 +58,7 @@ void Check(const HiveImage& hive, HiveFindings& found) {
   const CheckedHive checked = CheckOpenedHive(hive, CheckedState::kReplayed, options);
   found.checked = true;
   found.sound = IsSound(checked.result);
-  found.structure = {found.sound ? "sound" : VerdictWords(checked.result), checked.summary};
+  found.structure = StructureOf(checked.result, checked.summary);
 }
 
 // Freed records first, as they are shown in the tree; each finding is left as soon as it is known,
