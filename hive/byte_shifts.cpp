@@ -51,9 +51,6 @@ uint32_t EndByBaseBlock(Bytes bytes) {
 // is open, as nothing after it says at which distance it ends.
 std::vector<KeptStretch> FindShifts(Bytes bytes, uint32_t first, bool anchored) {
   Shifts shifts{bytes, first, anchored, FindBinHeaders(bytes), {}, {}, UINT32_MAX, {}};
-  for (size_t header = 0; header < shifts.headers.size(); ++header) {
-    shifts.taken.push_back(TakenBy(shifts, header));
-  }
   if (StopRequested()) return {};
   if (anchored) shifts.own_end = EndByBaseBlock(bytes);
   const auto length = static_cast<uint32_t>(bytes.size());

@@ -15,6 +15,8 @@ using Bytes = std::span<const uint8_t>;
 
 constexpr uint32_t kWindow = 4096 - 8;  // how far cells look for where they are named
 constexpr size_t kMostAsked = 16;       // cells of a stretch that look
+constexpr int kLocalChange = 5;         // cost of a change inside a block, which only cells propose
+constexpr int kKnownChange = 1;         // of one that headers, or the file's length, speak for
 // Records that agree by chance are met one or two at a time: fewer than these propose no distance.
 constexpr uint32_t kFewMisfits = 3;
 

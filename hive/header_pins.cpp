@@ -30,6 +30,14 @@ uint32_t StretchEnd(const Shifts& shifts, size_t header) {
                                             : static_cast<uint32_t>(shifts.bytes.size());
 }
 
+// How many bytes from the header of that number on are its block's beyond doubt: all of a block
+// whose cells follow each other to its end, of another the header.
+uint32_t TakenBy(const Shifts& shifts, size_t header) {
+  const BinHeader& bin = shifts.headers[header];
+  const uint32_t room = StretchEnd(shifts, header) - bin.position;
+  return IsWholeBlock(shifts.bytes, bin, room) ? bin.size : kBinHeaderSize;
+}
+
 // How well the stretch that a header begins fits at a distance.
 // Linear in the records of the stretch.
 int FitOfStretch(const Shifts& shifts, size_t header, uint32_t distance) {
@@ -227,16 +235,14 @@ bool BelongTogether(const Shifts& shifts, std::span<const Pin> pins, size_t chan
 
 }  // namespace
 
-uint32_t TakenBy(const Shifts& shifts, size_t header) {
-  const BinHeader& bin = shifts.headers[header];
-  const uint32_t room = StretchEnd(shifts, header) - bin.position;
-  return IsWholeBlock(shifts.bytes, bin, room) ? bin.size : kBinHeaderSize;
-}
-
 std::vector<Pin> FindOwnPins(Shifts& shifts) {
   // Each round bans one more distance; a file in which so many are other hives' is taken as it is
   // then.
   constexpr int kMostRounds = 8;
+  shifts.taken.reserve(shifts.headers.size());
+  for (size_t header = 0; header < shifts.headers.size(); ++header) {
+    shifts.taken.push_back(TakenBy(shifts, header));
+  }
   bool begun = false;
   for (const BinHeader& bin : shifts.headers) {
     if (bin.own_offset != 0) continue;

@@ -7,11 +7,7 @@
 
 namespace hivequarry {
 
-// How many bytes from the header of that number on are its block's beyond doubt: all of a block
-// whose cells follow each other to its end, of another the header.
-uint32_t TakenBy(const Shifts& shifts, size_t header);
-
-// The pins, ascending in position and in offset; none after a stop. `taken` is filled already.
+// The pins, ascending in position and in offset; none after a stop. Fills `taken`.
 // Distances at which other hives' blocks are found out to be are banned, and the search begun
 // again. n log n in headers and records, times a fixed number of rounds.
 std::vector<Pin> FindOwnPins(Shifts& shifts);

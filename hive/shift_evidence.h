@@ -13,14 +13,10 @@
 namespace hivequarry {
 
 // Weights of the search. Evidence adds up along a path of distances from header to header, and from
-// record to record between them. Each change of distance costs, so that one odd header among many
-// changes nothing, while two records that fit a new distance outweigh a change that only cells
-// propose.
+// record to record between them. Each change of distance costs (each half has its own costs), so
+// that one odd header among many changes nothing, while records that fit a new distance outweigh
+// one.
 inline constexpr int kFit = 2;  // what a record that fits counts
-inline constexpr int kLocalChange =
-    5;  // what a change costs inside a block, which only cells propose
-inline constexpr int kKnownChange =
-    1;  // what one costs that headers, or the file's length, speak for
 
 // Distances count modulo 2^32: the difference of two near ones is small or, as a signed number,
 // negative.
