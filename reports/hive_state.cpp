@@ -80,10 +80,10 @@ std::string AppliedWords(const HiveLogs& logs) {
 }
 
 // Nothing for empty words; at most kLongestHeadLine characters.
-void AddHeadLine(std::vector<std::string>& lines, const char* label, const std::string& words) {
+void AddHeadLine(std::vector<std::string>& lines, std::string_view label,
+                 const std::string& words) {
   if (words.empty()) return;
-  std::string line = label;
-  line += words;
+  std::string line = Concat({label, words});
   if (CountUnits(line) > kLongestHeadLine) {
     line = std::string(FirstUnits(line, kLongestHeadLine - 3)) + "...";
   }
@@ -115,18 +115,18 @@ std::string StateWords(const HiveImage& hive) {
 
 std::vector<std::string> HiveHeadLines(const HiveImage& hive, const HiveHashes& hashes) {
   std::vector<std::string> lines;
-  AddHeadLine(lines, "File: ", hive.file_name);
+  AddHeadLine(lines, kHeadFileLine, hive.file_name);
   AddHeadLine(lines, "State: ", StateWords(hive));
   if (hive.logs != nullptr) AddHeadLine(lines, "Logs: ", ReplayWords(*hive.logs));
   if (const std::optional<PlanInput> state = BaseBlockState(hive); state) {
     AddHeadLine(lines, "Checksum: ", state->checksum_right ? "right" : "wrong");
   }
-  AddHeadLine(lines, "SHA-256: ", hashes.hive);
+  AddHeadLine(lines, kHeadHashLine, hashes.hive);
   if (hive.logs == nullptr) return lines;
   for (size_t i = 0; i < std::min(hashes.logs.size(), hive.logs->logs.size()); ++i) {
     if (hashes.logs[i].empty()) continue;
     const std::string name = NameOfLog(hive.logs->logs[i]);
-    AddHeadLine(lines, "SHA-256: ", hashes.logs[i] + " " + name);
+    AddHeadLine(lines, kHeadHashLine, hashes.logs[i] + " " + name);
   }
   return lines;
 }

@@ -4,6 +4,7 @@
 #include <functional>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "hive/image.h"
@@ -44,6 +45,10 @@ struct HiveHashes {
 // The lines that begin a report made of the hive: file, state, checksum, and the hashes that are
 // known. UTF-8, without line ends; none is longer than kLongestHeadLine characters.
 inline constexpr size_t kLongestHeadLine = 500;
+inline constexpr std::string_view kHeadFileLine = "File: ";
+inline constexpr std::string_view kHeadHashLine = "SHA-256: ";  // of a log: its name comes after it
+// In lists of several hives: what the keys of one begin with.
+inline constexpr std::string_view kHeadRootLine = "Root: ";
 std::vector<std::string> HiveHeadLines(const HiveImage& hive, const HiveHashes& hashes);
 
 // SHA-256 of a file in hexadecimal; empty when it can't be read whole, or `stopped` says so.

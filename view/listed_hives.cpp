@@ -3,12 +3,11 @@
 #include <algorithm>
 
 #include "host/case.h"
+#include "reports/hive_state.h"
 
 namespace hivequarry {
 namespace {
 
-constexpr std::string_view kFileLine = "File: ";
-constexpr std::string_view kHashLine = "SHA-256: ";
 constexpr size_t kHashDigits = 64;  // those of logs have a name after them
 
 // A head without a line about the file begins with one hive all the same.
@@ -60,10 +59,10 @@ uint32_t ItemOfListed(const HiveToSearch& in, std::string_view path) {
 std::vector<ListedHive> ListedHives(std::span<const std::string> head) {
   std::vector<ListedHive> listed;
   for (const std::string& line : head) {
-    if (line.starts_with(kFileLine)) listed.emplace_back();
+    if (line.starts_with(kHeadFileLine)) listed.emplace_back();
     if (line.starts_with(kHeadRootLine)) LastOf(listed).root = line.substr(kHeadRootLine.size());
-    if (line.starts_with(kHashLine) && line.size() == kHashLine.size() + kHashDigits) {
-      LastOf(listed).hash = line.substr(kHashLine.size());
+    if (line.starts_with(kHeadHashLine) && line.size() == kHeadHashLine.size() + kHashDigits) {
+      LastOf(listed).hash = line.substr(kHeadHashLine.size());
     }
   }
   return listed;

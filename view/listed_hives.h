@@ -14,9 +14,6 @@
 
 namespace hivequarry {
 
-// The line of the head that says what the keys of a hive begin with, in lists of several hives.
-inline constexpr std::string_view kHeadRootLine = "Root: ";
-
 // A hive that a list was made of; empty texts where the head does not say them.
 struct ListedHive {
   std::string root;

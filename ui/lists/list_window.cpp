@@ -11,6 +11,7 @@
 #include "host/long_operation.h"
 #include "host/number_text.h"
 #include "host/text.h"
+#include "reports/hive_state.h"
 #include "ui/frame/frame_window.h"
 #include "ui/frame/help.h"
 #include "ui/frame/list_view.h"
@@ -22,7 +23,6 @@
 #include "ui/lists/list_saving.h"
 #include "ui/lists/list_sorting.h"
 #include "ui/main/main_window.h"
-#include "view/listed_hives.h"
 
 namespace hivequarry {
 namespace {
