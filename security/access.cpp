@@ -7,6 +7,7 @@
 
 #include "hive/keys.h"
 #include "hive/layer_stack.h"
+#include "host/case.h"
 #include "records/security_cell.h"
 #include "security/security_lists.h"
 #include "security/security_rows.h"
@@ -120,6 +121,17 @@ bool IsInTrustee(std::string_view sid, std::string_view trustee) {
 std::string TitleOfAccess(const AccessQuery& query) {
   const std::string who = query.sid.empty() ? "anyone but administrators" : query.sid;
   return "Who may write where: " + who;
+}
+
+std::string SidOfName(std::span<const HiveSid> sids, std::string_view name) {
+  std::vector<std::string_view> found;
+  for (const HiveSid& each : sids) {
+    if (each.name.empty()) continue;
+    if (EqualIgnoringCase(each.name, name)) return each.sid;
+    const std::string_view bare = std::string_view(each.name).substr(each.name.rfind('\\') + 1);
+    if (EqualIgnoringCase(bare, name)) found.push_back(each.sid);
+  }
+  return found.size() == 1 ? std::string(found.front()) : std::string();
 }
 
 std::vector<HiveSid> SidsOfHive(const HiveImage& hive, const KeyTree& tree) {

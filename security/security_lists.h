@@ -119,6 +119,9 @@ struct HiveSid {
   std::string name;  // empty for none
 };
 std::vector<HiveSid> SidsOfHive(const HiveImage& hive, const KeyTree& tree);
+// The SID that has the name, with its domain or, where one alone is called so, without it; empty
+// for a name that none or several have.
+std::string SidOfName(std::span<const HiveSid> sids, std::string_view name);
 
 // The records that the keys from `item` down use, with the number of those keys: kListUsedRecords;
 // datum: the record's position.

@@ -165,5 +165,17 @@ TEST(Access, KeysAndThoseWhoMayChangeThem) {
   EXPECT_EQ(sids[4].sid, kUser);
 }
 
+TEST(Access, SidsByName) {
+  const std::vector<HiveSid> sids = {{"S-1-1", "Users"},    {"S-1-2", "A\\Users"},
+                                     {"S-1-3", "A\\Dhcp"},  {"S-1-4", "B\\Twice"},
+                                     {"S-1-5", "C\\twice"}, {"S-1-6", ""}};
+  const struct {
+    const char* name;
+    const char* sid;
+  } cases[] = {{"users", "S-1-1"},    {"a\\USERS", "S-1-2"}, {"dhcp", "S-1-3"}, {"Twice", ""},
+               {"c\\Twice", "S-1-5"}, {"B\\Dhcp", ""},       {"", ""}};
+  for (const auto& c : cases) EXPECT_EQ(SidOfName(sids, c.name), c.sid) << c.name;
+}
+
 }  // namespace
 }  // namespace hivequarry::testing

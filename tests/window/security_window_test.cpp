@@ -261,7 +261,8 @@ TEST_F(SecurityWindowTest, PermissionsAreFoundBelowTheSelectedKey) {
 
 TEST_F(SecurityWindowTest, WhoMayWriteOffersTheSidsOfTheHive) {
   SelectItemAndWait(0);
-  InDialog(L"Who may write where", [](HWND dialog) {
+  const std::vector<HiveSid> of_hive = SidsOfHive(ShownHive(*window_), *window_->shown->tree);
+  InDialog(L"Who may write where", [&of_hive](HWND dialog) {
     const HWND box = GetDlgItem(dialog, kWritersSid);
     EXPECT_EQ(GetWindowTextLengthW(box), 25) << "anyone but administrators";
     EXPECT_NE(ComboBox_FindStringExact(box, -1, L"BUILTIN\\Administrators  S-1-5-32-544"), CB_ERR);
@@ -277,7 +278,7 @@ TEST_F(SecurityWindowTest, WhoMayWriteOffersTheSidsOfTheHive) {
     for (const wchar_t* text : {L"BUILTIN\\Administrators  S-1-5-32-544", L"S-1-5-32-544",
                                 L"builtin\\administrators", L" Administrators "}) {
       Type(dialog, kWritersSid, text);
-      EXPECT_TRUE(ReadSid(dialog, kWritersSid, false, sid));
+      EXPECT_TRUE(ReadSid(dialog, kWritersSid, false, sid, of_hive));
       EXPECT_EQ(sid, "S-1-5-32-544");
     }
     Click(dialog, IDOK);

@@ -71,7 +71,7 @@ AceKind KindChosen(HWND dialog) {
 // The dialog stays when the SID is none; the field is optional.
 void AcceptRequest(HWND dialog) {
   PermissionRequest& request = RequestOf(dialog);
-  if (!ReadSid(dialog, kPermissionSid, true, request.query.sid)) return;
+  if (!ReadSid(dialog, kPermissionSid, true, request.query.sid, request.of_hive)) return;
   request.query.kind = KindChosen(dialog);
   request.query.rights = TickedBits(dialog, kRights);
   request.query.not_inherited = IsTicked(dialog, kPermissionNotInherited);
@@ -111,28 +111,6 @@ std::string ChoiceText(const HiveSid& each) {
   return each.name.empty() ? each.sid : Concat({each.name, kAfterName, each.sid});
 }
 
-std::string TextOfChoice(HWND box, int index) {
-  std::vector<wchar_t> text(static_cast<size_t>(ComboBox_GetLBTextLen(box, index)) + 1);
-  ComboBox_GetLBText(box, index, text.data());
-  return Utf8Name(text.data());
-}
-
-// The SID of the choice that has the name, with its domain or, where one alone is called so,
-// without. The text itself where there is none.
-std::string SidOfName(HWND box, const std::string& name) {
-  std::vector<std::string> found;
-  for (int i = 0; i < ComboBox_GetCount(box); ++i) {
-    const std::string choice = TextOfChoice(box, i);
-    const size_t end = choice.rfind(kAfterName);
-    if (end == choice.npos) continue;
-    const std::string whole = choice.substr(0, end);
-    const std::string sid = choice.substr(end + kAfterName.size());
-    if (EqualIgnoringCase(whole, name)) return sid;
-    if (EqualIgnoringCase(BaseName(whole), name)) found.push_back(sid);
-  }
-  return found.size() == 1 ? found.front() : name;
-}
-
 // --- who may write where -------------------------------------------------------------------------
 
 constexpr wchar_t kAnyone[] = L"Anyone but administrators";
@@ -160,7 +138,7 @@ void OnFind(WritersDialog& state) {
   const bool anyone =
       EqualIgnoringCase(Trimmed(ControlText(state.dialog, kWritersSid)), Utf8Name(kAnyone));
   state.query.sid.clear();
-  if (!anyone && !ReadSid(state.dialog, kWritersSid, true, state.query.sid)) return;
+  if (!anyone && !ReadSid(state.dialog, kWritersSid, true, state.query.sid, state.of_hive)) return;
   state.query.rights = TickedBits(state.dialog, kChanges);
   EndDialog(state.dialog, IDOK);
 }
@@ -217,11 +195,15 @@ void FillSidBox(HWND dialog, int control, const std::string& sid,
   SetWindowTextW(box, WindowText(sid).c_str());
 }
 
-bool ReadSid(HWND dialog, int control, bool optional, std::string& sid) {
+bool ReadSid(HWND dialog, int control, bool optional, std::string& sid,
+             const std::vector<HiveSid>& of_hive) {
   std::string text = Trimmed(ControlText(dialog, control));
   const size_t after_name = text.rfind("  S-1-");
   if (after_name != std::string::npos) text = text.substr(after_name + 2);
-  if (!text.empty() && SidOfText(text).empty()) text = SidOfName(GetDlgItem(dialog, control), text);
+  if (!text.empty() && SidOfText(text).empty()) {
+    const std::string named = SidOfName(of_hive, text);
+    if (!named.empty()) text = named;
+  }
   if (text.empty() ? optional : !SidOfText(text).empty()) {
     sid = text;
     return true;

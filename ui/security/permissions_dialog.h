@@ -30,9 +30,10 @@ bool AskPermissions(HWND owner, PermissionRequest& request);
 // For combo boxes of SIDs: fills one with those used before and the one to begin with. The SID
 // chosen there without blanks around it; false, after the message "Please specify a valid SID !",
 // when there is a text that is none, or none at all unless that is `optional`. Of a choice with a
-// name it is what follows the name; a name alone, with or without its domain, is that of a choice.
+// name it is what follows the name; a name alone is looked for in the hive's (SidOfName).
 void FillSidBox(HWND dialog, int control, const std::string& sid,
                 const std::vector<HiveSid>& of_hive = {});
-bool ReadSid(HWND dialog, int control, bool optional, std::string& sid);
+bool ReadSid(HWND dialog, int control, bool optional, std::string& sid,
+             const std::vector<HiveSid>& of_hive = {});
 
 }  // namespace hivequarry
