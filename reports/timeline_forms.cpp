@@ -1,6 +1,7 @@
 // The forms in which other programs read timelines.
 #include <algorithm>
 #include <array>
+#include <charconv>
 #include <cstring>
 #include <optional>
 #include <utility>
@@ -44,23 +45,10 @@ inline void Put(std::string_view text, Lines& out) {
   out.used += text.size();
 }
 
-// Two decimals each.
-constexpr std::array<char, 200> kPairs = [] {
-  std::array<char, 200> pairs{};
-  for (size_t i = 0; i < pairs.size(); ++i) {
-    pairs[i] = static_cast<char>('0' + (i % 2 == 0 ? i / 20 : i / 2 % 10));
-  }
-  return pairs;
-}();
-
 void PutNumber(uint64_t number, Lines& out) {
-  std::array<char, 20> digits;  // of the longest
-  char* const end = digits.data() + digits.size();
-  char* at = end;
-  for (; number >= 10; number /= 100) std::memcpy(at -= 2, &kPairs[2 * (number % 100)], 2);
-  // One is left of an odd number of digits.
-  if (number != 0 || at == end) *--at = static_cast<char>('0' + number);
-  Put({at, static_cast<size_t>(end - at)}, out);
+  constexpr size_t kLongest = 20;
+  char* const room = RoomFor(out, kLongest);
+  out.used += static_cast<size_t>(std::to_chars(room, room + kLongest, number).ptr - room);
 }
 
 bool IsUsable(uint64_t time) { return time >= kUnixEpoch && time < kLatest; }
