@@ -1,5 +1,4 @@
-// Numbers of the kinds of decoded evidence (list_kinds.h); 120 to 140 and 143 to 146
-// are for these.
+// Numbers of the kinds of decoded evidence (list_kinds.h); 120 to 140 and 143 to 146 are for these.
 #pragma once
 
 namespace hivequarry {
