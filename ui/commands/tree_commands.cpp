@@ -20,6 +20,7 @@
 #include "ui/main/notifications.h"
 #include "ui/main/removed.h"
 #include "ui/main/toolbar.h"
+#include "ui/panes/tree_expand.h"
 #include "view/freed_words.h"
 #include "view/list_commands.h"
 #include "view/removed_words.h"

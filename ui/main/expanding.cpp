@@ -9,6 +9,7 @@
 #include "ui/main/notifications.h"
 #include "ui/main/status.h"
 #include "ui/main/toolbar.h"
+#include "ui/panes/tree_expand.h"
 
 namespace hivequarry {
 namespace {

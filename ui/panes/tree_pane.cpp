@@ -6,6 +6,8 @@
 #include "ui/draw/tones.h"
 #include "ui/draw/win.h"
 #include "ui/frame/text.h"
+#include "ui/panes/tree_expand.h"
+#include "ui/panes/tree_fill.h"
 #include "view/freed_words.h"
 #include "view/item_words.h"
 #include "view/removed_words.h"
@@ -14,68 +16,7 @@
 namespace hivequarry {
 namespace {
 
-constexpr DWORD kSliceMilliseconds = 30;
-constexpr uint32_t kItemsPerLook = 32;  // at the clock
-constexpr uint32_t kItemsPerSlice = 4096;
-constexpr size_t kLongestText = 259;  // of an item, in characters
 constexpr uint32_t kWorkspaceItem = kNoItem - 1;
-
-// State of an item that is open as soon as its parent does.
-constexpr UINT kOpened = TVIS_EXPANDED | TVIS_EXPANDEDONCE;
-
-UINT StateOf(const KeyItem& item, bool children, UINT state) {
-  const bool folder =
-      item.kind == ItemKind::kDisconnectedKeys || item.kind == ItemKind::kDisconnectedValues;
-  return (children ? state : 0) | (folder ? TVIS_BOLD : 0);
-}
-
-// The branches of deleted keys below an item: their places among FreedTree::tops.
-struct GuestRange {
-  size_t first = 0;
-  size_t end = 0;
-};
-// Empty in a pane without guests. They are inserted after the item's own children.
-GuestRange GuestsOf(const TreePane& pane, uint32_t item) {
-  if (pane.guests == nullptr) return {};
-  const FreedTree& freed = *pane.guests->freed;
-  const std::span<const FreedTree::Top> tops = FreedTopsUnder(freed, item);
-  const auto first = static_cast<size_t>(tops.data() - freed.tops.data());
-  return {first, first + tops.size()};
-}
-
-bool HasShownChildren(const TreePane& pane, uint32_t item) {
-  const GuestRange guests = GuestsOf(pane, item);
-  return HasChildren(*pane.tree, item) || guests.first < guests.end;
-}
-
-std::wstring TextOfItem(const TreePane& pane, uint32_t item) {
-  return WindowText(pane.freed != nullptr ? FreedItemText(*pane.hive, *pane.freed, item)
-                                          : ItemName(*pane.hive, *pane.tree, item));
-}
-
-// Every layout of the control asks for the texts of all open items that it was not given, so it is
-// given them; pictures are asked for only when they are drawn.
-HTREEITEM InsertItem(TreePane& pane, uint32_t item, HTREEITEM parent, HTREEITEM after, UINT state) {
-  std::wstring text = TextOfItem(pane, item);
-  if (text.size() > kLongestText) text.resize(kLongestText);
-  const bool children = HasShownChildren(pane, item);
-  TVINSERTSTRUCTW insert{};
-  insert.hParent = parent;
-  insert.hInsertAfter = after;
-  insert.item.mask =
-      TVIF_TEXT | TVIF_PARAM | TVIF_CHILDREN | TVIF_IMAGE | TVIF_SELECTEDIMAGE | TVIF_STATE;
-  insert.item.pszText = text.data();
-  insert.item.lParam = static_cast<LPARAM>(item) | pane.side;
-  insert.item.cChildren = children ? 1 : 0;
-  insert.item.iImage = I_IMAGECALLBACK;
-  insert.item.iSelectedImage = I_IMAGECALLBACK;
-  insert.item.stateMask = kOpened | TVIS_BOLD;
-  insert.item.state = StateOf(pane.tree->items[item], children, state);
-  const HTREEITEM handle = TreeView_InsertItem(pane.window, &insert);
-  pane.handles[item] = handle;
-  if (item >= pane.expand_top && item < pane.expand_end) ++pane.expand_inserted;
-  return handle;
-}
 
 // Always the last item of the control.
 void InsertWorkspace(const TreePane& pane) {
@@ -90,86 +31,6 @@ void InsertWorkspace(const TreePane& pane) {
   TreeView_InsertItem(pane.window, &insert);
 }
 
-BranchFill* FillOf(TreePane& pane, uint32_t parent) {
-  const auto at = std::find_if(pane.fills.begin(), pane.fills.end(),
-                               [parent](const BranchFill& fill) { return fill.parent == parent; });
-  return at == pane.fills.end() ? nullptr : &*at;
-}
-
-bool IsWhole(const BranchFill& fill) {
-  return fill.next == kNoItem && fill.guest == fill.guest_end;
-}
-
-// Each child goes after the one before it: the control would look for the last child itself, from
-// the first one on. False when the slice is full and the branch not yet whole.
-bool Fill(TreePane& pane, BranchFill& fill, DWORD start) {
-  for (uint32_t count = 1; !IsWhole(fill); ++count) {
-    const HTREEITEM parent = pane.handles[fill.parent];
-    const bool child = fill.next != kNoItem;
-    TreePane& owner = child ? pane : *pane.guests;
-    const uint32_t item = child ? fill.next : owner.freed->tops[fill.guest].item;
-    if (child) {
-      fill.next = NextSibling(*pane.tree, item);
-    } else {
-      ++fill.guest;
-    }
-    HTREEITEM handle = owner.handles[item];
-    if (handle == nullptr) {
-      handle = InsertItem(owner, item, parent, fill.last, child ? fill.state : 0);
-    }
-    if (handle == nullptr) return true;  // no memory: the branch stays as it is
-    fill.last = handle;
-    const bool late = count % kItemsPerLook == 0 && GetTickCount() - start >= kSliceMilliseconds;
-    if (late || count == kItemsPerSlice) return IsWhole(fill);
-  }
-  return true;
-}
-
-// What is missing in the branch of an item that is not being filled.
-BranchFill MissingIn(const TreePane& pane, uint32_t item) {
-  BranchFill fill;
-  fill.parent = item;
-  const uint32_t first = FirstChild(*pane.tree, item);
-  if (first != kNoItem && pane.handles[first] == nullptr) fill.next = first;
-  fill.last = fill.next == kNoItem ? TVI_LAST : TVI_FIRST;
-  const GuestRange guests = GuestsOf(pane, item);
-  if (guests.first == guests.end) return fill;
-  const TreePane& owner = *pane.guests;
-  if (owner.handles[owner.freed->tops[guests.first].item] != nullptr) return fill;
-  fill.guest = guests.first;
-  fill.guest_end = guests.end;
-  return fill;
-}
-
-// Fills the branch of `item` or goes on with it, a slice that began at `start`. True when it is
-// whole.
-bool FillBranch(TreePane& pane, uint32_t item, UINT state, DWORD start) {
-  BranchFill* fill = FillOf(pane, item);
-  if (fill == nullptr) {
-    BranchFill missing = MissingIn(pane, item);
-    if (IsWhole(missing)) return true;
-    pane.fills.push_back(std::move(missing));
-    fill = &pane.fills.back();
-  }
-  fill->state |= state;
-  if (!Fill(pane, *fill, start)) return false;
-  pane.fills.erase(pane.fills.begin() + (fill - pane.fills.data()));
-  return true;
-}
-
-// Inserts a child of a branch being filled before its turn.
-void InsertAhead(TreePane& pane, BranchFill& fill, uint32_t child) {
-  const auto place = std::lower_bound(fill.ahead.begin(), fill.ahead.end(), child);
-  const bool first = place == fill.ahead.begin() || *(place - 1) < fill.next;
-  const HTREEITEM after = first ? fill.last : pane.handles[*(place - 1)];
-  InsertItem(pane, child, pane.handles[fill.parent], after, fill.state);
-  fill.ahead.insert(place, child);
-}
-
-void SetRedraw(const TreePane& pane, bool on) {
-  SendMessageW(pane.window, WM_SETREDRAW, on ? TRUE : FALSE, 0);
-}
-
 // All of its row, in height.
 bool IsInSight(const TreePane& pane, HTREEITEM handle) {
   RECT area{};
@@ -181,17 +42,6 @@ bool IsInSight(const TreePane& pane, HTREEITEM handle) {
   return area.top >= 0 && area.bottom <= client.bottom;
 }
 
-// Ends "Expand subfolders" where it is. What was to be opened but is not filled yet is closed
-// again: an open branch would never ask for its items.
-void EndExpand(TreePane& pane) {
-  for (BranchFill& fill : pane.fills) fill.state = 0;
-  for (uint32_t item = pane.expand_next; item < pane.expand_end; ++item) {
-    if (pane.handles[item] == nullptr || IsWhole(MissingIn(pane, item))) continue;
-    TreeView_SetItemState(pane.window, pane.handles[item], 0, kOpened);
-  }
-  pane.expand_next = pane.expand_end = 0;
-}
-
 bool HasEditedValues(const TreePane& pane, uint32_t item) {
   if (pane.tree == nullptr || item >= pane.tree->items.size()) return false;
   return pane.hive->edits.any && EditsOfKey(*pane.hive, pane.tree->items[item].position) != 0;
@@ -199,10 +49,6 @@ bool HasEditedValues(const TreePane& pane, uint32_t item) {
 
 bool Differs(const TreePane& pane, uint32_t item) {
   return item < pane.differing.size() && pane.differing[item];
-}
-
-bool IsExpanded(const TreePane& pane, HTREEITEM handle) {
-  return (TreeView_GetItemState(pane.window, handle, TVIS_EXPANDED) & TVIS_EXPANDED) != 0;
 }
 
 // The item that an lParam is of; kNoItem for one of another tree.
@@ -216,30 +62,6 @@ int IconOf(const TreePane& pane, uint32_t item) {
   if (pane.freed != nullptr) return item == 0 ? kIconFreedFolder : kIconFreed;
   return pane.removed != nullptr ? RemovedIcon(*pane.removed, item)
                                  : ClosedIcon(pane.tree->items[item]);
-}
-
-bool IsBetween(uint32_t item, uint32_t first, uint32_t end) { return item >= first && item < end; }
-
-// A button is before an item with children.
-void UpdateButton(const TreePane& pane, uint32_t item) {
-  TVITEMW info{};
-  info.mask = TVIF_CHILDREN;
-  info.hItem = pane.handles[item];
-  info.cChildren = HasShownChildren(pane, item) ? 1 : 0;
-  TreeView_SetItem(pane.window, &info);
-}
-
-// The control no longer has the guests below the items [first, end).
-void ForgetGuests(TreePane& pane, uint32_t first, uint32_t end) {
-  if (pane.guests == nullptr) return;
-  TreePane& guests = *pane.guests;
-  const auto tops = FreedTopsWithin(*guests.freed, first, end);
-  if (tops.empty()) return;
-  const uint32_t from = tops.front().item;
-  const uint32_t to = guests.tree->items[tops.back().item].end;
-  std::fill(guests.handles.begin() + from, guests.handles.begin() + to, nullptr);
-  std::erase_if(guests.fills,
-                [=](const BranchFill& fill) { return IsBetween(fill.parent, from, to); });
 }
 
 // What is filled goes on without the item and what is below it.
@@ -564,103 +386,6 @@ bool FillSlice(TreePane& pane) {
   // Items may have come before a selected one.
   if (in_sight && !IsInSight(pane, selected)) TreeView_EnsureVisible(pane.window, selected);
   return !pane.fills.empty();
-}
-
-// While the branch itself is closed, what happens inside costs no layout.
-void StartExpand(TreePane& pane, uint32_t item) {
-  EndExpand(pane);
-  TreeView_Expand(pane.window, pane.handles[item], TVE_COLLAPSE);
-  pane.expand_top = pane.expand_next = item;
-  pane.expand_guest = 0;
-  pane.expand_end = pane.tree->items[item].end;
-  pane.expand_inserted = static_cast<uint32_t>(
-      std::count_if(pane.handles.begin() + item, pane.handles.begin() + pane.expand_end,
-                    [](HTREEITEM handle) { return handle != nullptr; }));
-}
-
-void StopExpand(TreePane& pane) {
-  if (!IsExpanding(pane)) return;
-  EndExpand(pane);
-  TreeView_Expand(pane.window, pane.handles[pane.expand_top], TVE_EXPAND);
-}
-
-namespace {
-
-// The branches of the deleted keys below an item, which has them already. False at the end of the
-// slice, with where to go on in `expand_guest`.
-bool OpenGuests(TreePane& pane, uint32_t item, DWORD start) {
-  const GuestRange range = GuestsOf(pane, item);
-  uint32_t count = 0;
-  for (size_t at = range.first; at < range.end; ++at) {
-    TreePane& guests = *pane.guests;
-    const uint32_t top = guests.freed->tops[at].item;
-    const uint32_t end = guests.tree->items[top].end;
-    for (uint32_t below = std::max(top, pane.expand_guest); below < end; ++below) {
-      pane.expand_guest = below;
-      if (count++ % kItemsPerLook == kItemsPerLook - 1 &&
-          GetTickCount() - start >= kSliceMilliseconds) {
-        return false;
-      }
-      if (guests.handles[below] == nullptr || !HasShownChildren(guests, below)) continue;
-      if (!FillBranch(guests, below, kOpened, start)) return false;
-      if (!IsExpanded(guests, guests.handles[below])) {
-        TreeView_Expand(guests.window, guests.handles[below], TVE_EXPAND);
-      }
-    }
-  }
-  return true;
-}
-
-// Up to the end of the slice. A branch is made whole before its turn ends, so what is in it has its
-// handle.
-void OpenBranches(TreePane& pane) {
-  const DWORD start = GetTickCount();
-  for (uint32_t count = 0; count < kItemsPerSlice && pane.expand_next < pane.expand_end; ++count) {
-    const uint32_t item = pane.expand_next;
-    if (count % kItemsPerLook == 0 && GetTickCount() - start >= kSliceMilliseconds) return;
-    if (HasShownChildren(pane, item) && pane.handles[item] != nullptr) {
-      if (!FillBranch(pane, item, kOpened, start)) return;
-      if (item != pane.expand_top && !IsExpanded(pane, pane.handles[item])) {
-        TreeView_Expand(pane.window, pane.handles[item], TVE_EXPAND);
-      }
-      if (!OpenGuests(pane, item, start)) return;
-    }
-    pane.expand_guest = 0;
-    ++pane.expand_next;
-  }
-}
-
-}  // namespace
-
-bool ExpandSlice(TreePane& pane) {
-  if (!IsExpanding(pane)) return false;
-  const bool ready = pane.expand_next == pane.expand_end;
-  // The user may have opened the branch meanwhile: then each item would cost a layout.
-  const bool open = !ready && IsExpanded(pane, pane.handles[pane.expand_top]);
-  if (open) SetRedraw(pane, false);
-  OpenBranches(pane);
-  if (open) SetRedraw(pane, true);
-  if (pane.expand_next < pane.expand_end) return true;
-  // The layout of very many items takes a while: what is said of the progress is seen before.
-  if (!ready && pane.expand_end - pane.expand_top > kItemsPerSlice) return true;
-  TreeView_Expand(pane.window, pane.handles[pane.expand_top], TVE_EXPAND);
-  pane.expand_next = pane.expand_end = 0;
-  return false;
-}
-
-// The items below go: to close them one by one costs a layout for each.
-void CollapseBranch(TreePane& pane, uint32_t item) {
-  EndExpand(pane);
-  const uint32_t end = pane.tree->items[item].end;
-  std::erase_if(pane.fills, [item, end](const BranchFill& fill) {
-    return fill.parent >= item && fill.parent < end;
-  });
-  SetRedraw(pane, false);
-  TreeView_Expand(pane.window, pane.handles[item], TVE_COLLAPSE | TVE_COLLAPSERESET);
-  std::fill(pane.handles.begin() + item + 1, pane.handles.begin() + end, nullptr);
-  ForgetGuests(pane, item, end);
-  UpdateButton(pane, item);  // the control takes it away with the last child
-  SetRedraw(pane, true);
 }
 
 }  // namespace hivequarry

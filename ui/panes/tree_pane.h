@@ -117,13 +117,4 @@ LRESULT OnTreeDraw(const TreePane& pane, NMTVCUSTOMDRAW& notice);
 // Inserts a slice of what is missing in the branches being filled; true while there is more.
 bool FillSlice(TreePane& pane);
 
-// Starts to open every branch from `item` down; ExpandSlice does the next part of it and returns
-// true while there is more. Collapsing ends it, and so does StopExpand, which shows what was opened
-// until then.
-void StartExpand(TreePane& pane, uint32_t item);
-bool ExpandSlice(TreePane& pane);
-inline bool IsExpanding(const TreePane& pane) { return pane.expand_end != 0; }
-void StopExpand(TreePane& pane);
-void CollapseBranch(TreePane& pane, uint32_t item);
-
 }  // namespace hivequarry
