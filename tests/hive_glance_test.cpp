@@ -87,13 +87,13 @@ TEST(HiveGlance, FiguresComeAsTheyAreKnown) {
 
   glanced.hashes.hive = std::string(64, 'a');
   glanced.progress = HashProgress::kDone;
-  glanced.findings = {true, 0, 0, false, true, true, {"sound", "all of it"}};
+  glanced.findings = {true, 0, 0, false, true, true, {"sound", "all of it", 0}};
   texts = TextsOf(glanced.Now().figures);
   EXPECT_EQ(texts[1], "SHA-256 aaaaaaaa...");
   EXPECT_EQ(Texts(texts.end() - 2, texts.end()), (Texts{"0 freed-", "Structure sound"}));
   EXPECT_TRUE(glanced.Now().notes.empty());
 
-  glanced.findings = {true, 1, 1234, true, true, false, {"1030 faults", "counts"}};
+  glanced.findings = {true, 1, 1234, true, true, false, {"1030 faults", "counts", 1030}};
   const HiveGlance found = glanced.Now();
   texts = TextsOf(found.figures);
   EXPECT_EQ(Texts(texts.end() - 3, texts.end()),
