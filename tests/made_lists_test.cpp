@@ -6,6 +6,7 @@
 #include "host/shortfalls.h"
 #include "lists/list_writers.h"
 #include "reports/hive_lists.h"
+#include "tests/support/deadline.h"
 #include "tests/support/hostile_hives.h"
 #include "tests/support/opened_hive.h"
 
@@ -75,7 +76,7 @@ void ExpectMadeAlike(const HiveImage& hive, const Unmade& unmade) {
 class MadeLists : public ::testing::TestWithParam<HostileHive> {};
 
 TEST_P(MadeLists, AreWrittenAsThoseThatKeepTheirRows) {
-  const Bytes bytes = GetParam().make(0.25);
+  const Bytes bytes = GetParam().make(0.25 / kSizeShare);
   const OpenedHive opened{std::span<const uint8_t>(bytes)};
   for (const bool more : {false, true}) {
     KeyListOptions keys;

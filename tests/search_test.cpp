@@ -11,6 +11,7 @@
 #include "host/long_operation.h"
 #include "reports/key_dates.h"
 #include "reports/search_sieve.h"
+#include "tests/support/deadline.h"
 #include "tests/support/opened_hive.h"
 #include "tests/support/sample_hives.h"
 #include "tests/support/texts.h"
@@ -404,8 +405,8 @@ Bytes OddHive() {
 TEST(Search, SieveChangesNothing) {
   const OpenedHive odd(OddHive());
   const OpenedHive damaged(testing::DamagedSample());
-  ExpectSameWithAndWithoutSieve(odd, 1, 400);
-  ExpectSameWithAndWithoutSieve(damaged, 2, 400);
+  ExpectSameWithAndWithoutSieve(odd, 1, 400 / testing::kSizeShare);
+  ExpectSameWithAndWithoutSieve(damaged, 2, 400 / testing::kSizeShare);
   for (const char* text : {"seam", "seamed", "ne two", "\u20ACuro", "\u00F6SS", "\u00F6\u00DFE",
                            "\u0436", "Unnamed(", "ROOT", "zzqq"}) {
     const SearchPattern pattern = Compiled(text, "kvdw");
