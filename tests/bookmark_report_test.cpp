@@ -4,11 +4,13 @@
 
 #include <algorithm>
 
+#include "hive/root_path.h"
 #include "hive/timestamp.h"
 #include "lists/list_rows.h"
 #include "tests/support/freed_hives.h"
 #include "tests/support/opened_hive.h"
 #include "tests/support/sample_hives.h"
+#include "view/freed_words.h"
 
 namespace hivequarry::testing {
 namespace {
@@ -175,7 +177,9 @@ TEST(HtmlReport, BarsOfYearsSayWhatIsInNone) {
 
 // A deleted key with what is left of its values; a row about one of these is of that key.
 TEST(BookmarkReport, DeletedKeysHaveTheirValues) {
-  const OpenedHive opened(HiveWithDeletedKeys());
+  OpenedHive opened(HiveWithDeletedKeys());
+  SetRootPath(opened.hive, "HKU\\S-1-5-18");
+  opened.tree.root_text = DisplayedRoot(opened.hive);
   const auto freed = FindFreedTree(opened.hive, opened.tree);
   BookmarkedHive look = Look(opened);
   look.freed = freed.get();
@@ -193,6 +197,9 @@ TEST(BookmarkReport, DeletedKeysHaveTheirValues) {
   const HtmlSection& shown = SectionWith(report, "Values of the bookmarked keys");
   EXPECT_EQ(Rows(shown), FreedValuesOf(*freed, owned->key).size());
   EXPECT_FALSE(CellOf(shown, 0, 5).empty()) << "its bytes";
+  const std::string path =
+      FreedItemPath(opened.hive, opened.tree, *freed, FreedItemAt(*freed, owned->key));
+  EXPECT_EQ(CellOf(shown, 0, 0), path) << "as the tree shows it";
 }
 
 }  // namespace

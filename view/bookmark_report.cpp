@@ -152,11 +152,24 @@ std::string RowWords(const Bookmark& bookmark) {
   return Concat({FindListKind(bookmark.list).title, ": ", bookmark.row});
 }
 
-// Where the tree has the key its path is as shown there, else as it was noted.
+// The item of the deleted key that the mark is of, or that its deleted value belonged to; kNoItem
+// for another mark.
+uint32_t DeletedItemOf(const Mark& mark) {
+  const FreedTree* freed = mark.hive->freed;
+  const uint32_t position = mark.found.position;
+  if (freed == nullptr || position == kNoOffset) return kNoItem;
+  const FreedValue* value = FreedValueAt(freed->records, position);
+  return FreedItemAt(*freed, value == nullptr ? position : value->key);
+}
+
+// Where a tree has the key its path is as shown there, else as it was noted.
 std::string PathOf(const Mark& mark) {
-  const bool there = mark.found.item != kNoItem && IsFound(mark);
-  return there ? LongItemPath(*mark.hive->hive, *mark.hive->tree, mark.found.item)
-               : ShownKeyPath(mark.bookmark->path);
+  const BookmarkedHive& in = *mark.hive;
+  if (!IsFound(mark)) return ShownKeyPath(mark.bookmark->path);
+  if (mark.found.item != kNoItem) return LongItemPath(*in.hive, *in.tree, mark.found.item);
+  const uint32_t deleted = DeletedItemOf(mark);
+  return deleted == kNoItem ? ShownKeyPath(mark.bookmark->path)
+                            : FreedItemPath(*in.hive, *in.tree, *in.freed, deleted);
 }
 
 // `several`: marks of more than one hive are in the list, so each says its file.
