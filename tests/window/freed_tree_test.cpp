@@ -85,6 +85,35 @@ TEST_F(FreedInTreeTest, ExpandSubfoldersOpensTheirBranchesToo) {
   EXPECT_EQ(ChildTexts(c), Texts{"D"});
 }
 
+// A deleted key, and a key that has no other children than deleted ones.
+TEST_F(FreedInTreeTest, BranchesOfDeletedKeysAreOpenedAndClosed) {
+  OpenDeleted();
+  TreeView_Expand(Tree(), ChildOf(RootHandle(), "A"), TVE_EXPAND);
+  const HTREEITEM c = ChildOf(ChildOf(RootHandle(), "A"), "C");
+  SelectAndWait(c);
+  ASSERT_TRUE(IsFree(kCommandExpand));
+  Run(kCommandExpand);
+  ASSERT_TRUE(PumpUntil([&] { return !IsExpanding(*window_); }));
+  EXPECT_TRUE(IsItemExpanded(c));
+  EXPECT_EQ(ChildTexts(c), Texts{"D"});
+  SelectAndWait(ChildOf(c, "D"));
+  EXPECT_FALSE(IsFree(kCommandExpand));
+  SelectAndWait(c);
+  Run(kCommandCollapse);
+  EXPECT_FALSE(IsItemExpanded(c));
+  TreeView_Expand(Tree(), c, TVE_EXPAND);
+  EXPECT_EQ(ChildTexts(c), Texts{"D"});
+  const HTREEITEM a = ChildOf(RootHandle(), "A");
+  const auto select = [&](HTREEITEM handle) {
+    SelectItemAndWait(ItemOfHandle(window_->shown->pane, handle));
+  };
+  select(ChildOf(a, "Quick"));
+  Run(kCommandDeleteKeys);
+  select(a);
+  EXPECT_EQ(ChildTexts(a), Texts{"C"});
+  EXPECT_TRUE(IsFree(kCommandExpand));
+}
+
 TEST_F(FreedInTreeTest, WhatHasNoPlaceIsInAFolderAndTheOptionTakesAllOfItOut) {
   OpenDeleted();
   const HTREEITEM folder = TreeView_GetNextSibling(Tree(), RootHandle());

@@ -13,6 +13,7 @@
 #include "ui/frame/text.h"
 #include "ui/lists/list_menu.h"
 #include "ui/lists/list_selection.h"
+#include "ui/main/expanding.h"
 #include "ui/main/status.h"
 #include "ui/resources/resource.h"
 #include "view/removed_words.h"
@@ -229,6 +230,13 @@ TEST_F(LogsTest, WhatTheLogsRemovedIsInTheTreeWithTheEntryThatDid) {
   ASSERT_TRUE(PumpUntil(
       [&] { return window_->shown->removed != nullptr && !window_->work.thread.joinable(); }));
   EXPECT_EQ(ItemText(folder), "Removed by the logs (1 key, 1 value)");
+  EXPECT_TRUE(IsItemExpanded(folder));
+  EXPECT_EQ(ChildTexts(folder), Texts{"Goes"});
+  TreeView_SelectItem(tree, folder);
+  Run(kCommandCollapse);
+  EXPECT_FALSE(IsItemExpanded(folder));
+  Run(kCommandExpand);
+  ASSERT_TRUE(PumpUntil([&] { return !IsExpanding(*window_); }));
   EXPECT_TRUE(IsItemExpanded(folder));
   EXPECT_EQ(ChildTexts(folder), Texts{"Goes"});
 

@@ -20,7 +20,6 @@
 #include "ui/main/notifications.h"
 #include "ui/main/removed.h"
 #include "ui/main/toolbar.h"
-#include "ui/panes/tree_expand.h"
 #include "view/freed_words.h"
 #include "view/list_commands.h"
 #include "view/removed_words.h"
@@ -210,11 +209,7 @@ void OnCurrentBranch(MainWindow& window) {
 
 void OnExpandSubfolders(MainWindow& window) { StartExpanding(window); }
 
-void OnCollapseSubfolders(MainWindow& window) {
-  const ClosingBranches closing(window);
-  CollapseBranch(window.shown->pane, SelectedItem(window.shown->pane));
-  KeepFilling(window);  // a branch whose expanding this has ended
-}
+void OnCollapseSubfolders(MainWindow& window) { CollapseSelected(window); }
 
 void OnCopyKeyName(MainWindow& window) {
   const uint32_t item = SelectedItem(window.shown->pane);

@@ -1,18 +1,32 @@
 #include "ui/main/expanding.h"
 
-#include <algorithm>
-
 #include "host/host.h"
 #include "host/long_operation.h"
 #include "host/number_text.h"
+#include "ui/main/freed.h"
 #include "ui/main/main_window.h"
 #include "ui/main/notifications.h"
+#include "ui/main/removed.h"
 #include "ui/main/status.h"
 #include "ui/main/toolbar.h"
 #include "ui/panes/tree_expand.h"
+#include "ui/panes/tree_fill.h"
 
 namespace hivequarry {
 namespace {
+
+TreePane& SelectedPane(const MainWindow& window) {
+  WindowHive& hive = *window.shown;
+  if (IsFreedSelected(window)) return hive.freed_pane;
+  return IsRemovedSelected(window) ? hive.removed_pane : hive.pane;
+}
+
+template <typename Use>
+void ForEachPane(const MainWindow& window, const Use& use) {
+  for (const auto& hive : window.hives) {
+    for (TreePane* pane : {&hive->pane, &hive->removed_pane, &hive->freed_pane}) use(*pane);
+  }
+}
 
 // Of all hives together.
 struct Progress {
@@ -22,12 +36,11 @@ struct Progress {
 // Over all hives of the window, in items.
 Progress ProgressOf(const MainWindow& window) {
   Progress progress;
-  for (const auto& hive : window.hives) {
-    const TreePane& pane = hive->pane;
-    if (!IsExpanding(pane)) continue;
+  ForEachPane(window, [&progress](const TreePane& pane) {
+    if (!IsExpanding(pane)) return;
     progress.done += pane.expand_inserted;
     progress.all += pane.expand_end - pane.expand_top;
-  }
+  });
   return progress;
 }
 
@@ -77,23 +90,38 @@ ClosingBranches::~ClosingBranches() {
 }
 
 bool IsExpanding(const MainWindow& window) {
-  return std::ranges::any_of(window.hives,
-                             [](const auto& hive) { return IsExpanding(hive->pane); });
+  bool any = false;
+  ForEachPane(window, [&any](const TreePane& pane) { any = any || IsExpanding(pane); });
+  return any;
+}
+
+bool IsBranchSelected(const MainWindow& window) {
+  const TreePane& pane = SelectedPane(window);
+  const uint32_t item = SelectedItem(pane);
+  return pane.tree != nullptr && item < pane.tree->items.size() && HasShownChildren(pane, item);
 }
 
 void StartExpanding(MainWindow& window) {
-  StartExpand(window.shown->pane, SelectedItem(window.shown->pane));
+  TreePane& pane = SelectedPane(window);
+  StartExpand(pane, SelectedItem(pane));
   ExpandOn(window);
 }
 
+void CollapseSelected(MainWindow& window) {
+  const ClosingBranches closing(window);
+  TreePane& pane = SelectedPane(window);
+  CollapseBranch(pane, SelectedItem(pane));
+  KeepFilling(window);  // a branch whose expanding this has ended
+}
+
 void ExpandOn(MainWindow& window) {
-  for (const auto& hive : window.hives) ExpandSlice(hive->pane);
+  ForEachPane(window, ExpandSlice);
   FollowExpanding(window);
 }
 
 bool StopExpanding(MainWindow& window) {
   if (!IsExpanding(window)) return false;
-  for (const auto& hive : window.hives) StopExpand(hive->pane);
+  ForEachPane(window, StopExpand);
   FollowExpanding(window);
   return true;
 }

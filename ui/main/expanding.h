@@ -8,8 +8,13 @@ namespace hivequarry {
 
 struct MainWindow;
 
-// Of the selected item of the hive shown; takes the place of what is under way in its tree.
+// True when the selected item has others below it: of the hive's tree, of what logs removed, or of
+// what was deleted.
+bool IsBranchSelected(const MainWindow& window);
+// Of that item; takes the place of what is under way in its tree.
 void StartExpanding(MainWindow& window);
+// Closes all branches from that item down.
+void CollapseSelected(MainWindow& window);
 // True while branches of any hive are being opened.
 bool IsExpanding(const MainWindow& window);
 // The next slice: the answer to kExpandTimer, which goes on while there is more. Also notices that

@@ -343,7 +343,6 @@ void AddItemFacts(const MainWindow& window, uint32_t item, CommandFacts& facts) 
   facts.hidden_keys = tree.any_hidden;
   facts.item = item != kNoItem;
   if (!facts.item) return;
-  facts.branch = HasChildren(tree, item);
   facts.key = item != tree.disconnected_keys && item != tree.disconnected_values;
   facts.key_cell = HasKeyCell(tree, item);
   facts.root_cell = facts.key_cell && ReadU16(ShownHive(window), tree.items[item].position +
@@ -483,6 +482,7 @@ CommandFacts FactsNow(const MainWindow& window) {
   facts.expanding = IsExpanding(window);
   facts.hive = window.shown->slot >= 0;
   if (facts.hive) AddItemFacts(window, SelectedItem(window.shown->pane), facts);
+  facts.branch = IsBranchSelected(window);
   // What can be done with a value is for those of the hive as it is shown.
   facts.value_record = window.selection.value != kNoOffset && window.selection.removed == nullptr;
   facts.value = facts.value_record && !IsDeletedRow(window.values.rows, SelectedRow(window.values));

@@ -1,5 +1,5 @@
-// How items of a tree come into the control: one at a time, or a branch in slices. For the files of
-// the tree pane alone.
+// How items of a tree come into the control: one at a time, or a branch in slices. What is
+// beside the tree pane asks for HasShownChildren alone.
 #pragma once
 
 #include <cstddef>
