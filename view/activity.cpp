@@ -16,14 +16,13 @@ constexpr uint64_t kEarliest = 11'644'473'600;  // 1970-01-01
 constexpr uint64_t kLatest = 15'746'918'400;    // 2100-01-01
 // Seconds: four bars of a minute each.
 constexpr uint64_t kLeastRange = 240;
-constexpr uint32_t kStopInterval = 4096;
+constexpr uint32_t kStopInterval = 4096;  // rows
 constexpr ActivityUnit kUnits[] = {ActivityUnit::kMinute, ActivityUnit::kHour, ActivityUnit::kDay,
                                    ActivityUnit::kMonth, ActivityUnit::kYear};
 
 // --- units of the calendar -----------------------------------------------------------------------
 
-// About how long one is.
-// In seconds; of months and years what they have at most or so, for estimates alone.
+// In seconds; months and years at a length that is about theirs, for estimates alone.
 uint64_t LengthOf(ActivityUnit unit) {
   constexpr uint64_t kLengths[] = {60, 3600, kDay, 30 * kDay, 365 * kDay};
   return kLengths[static_cast<size_t>(unit)];
@@ -54,6 +53,7 @@ uint64_t NextStart(uint64_t start, ActivityUnit unit) {
   return MonthStart(at.year, at.month + 1);
 }
 
+// Outwards, to whole units; an empty range becomes the unit that it is in.
 TimeRange Rounded(const TimeRange& range, ActivityUnit unit) {
   const uint64_t from = StartOf(range.from, unit);
   const uint64_t last = std::max(range.to, range.from + 1) - 1;
@@ -124,6 +124,7 @@ void SettleSeries(std::vector<ActivitySeries> kinds, Activity& activity) {
     if (!std::ranges::is_sorted(series.times)) std::ranges::sort(series.times);
     activity.events += series.times.size();
     const uint64_t first = series.times.front();
+    // No time that is read is 0 (kEarliest), so a 0 says that there was none yet.
     activity.first = activity.last == 0 ? first : std::min(activity.first, first);
     activity.last = std::max(activity.last, series.times.back());
   }
@@ -157,6 +158,7 @@ uint64_t LogOf(uint64_t number) {
 }
 
 // Bars share the width without gaps between rounding: a bar's right edge is the next one's left.
+// The frame in `out` is set before anything is drawn: all places are worked out from it.
 struct Drawing {
   const Activity& activity;
   const ActivityView& view;
@@ -182,10 +184,13 @@ void AddText(Drawing& drawing, int x, int y, TextAlign align, std::string text) 
   drawing.out.picture.texts.push_back({x, y, align, drawing.look.ink, std::move(text)});
 }
 
+// Of the series in their order: colours that are apart also for who does not tell red from green.
+// The last, grey, is that of "other" where there are more kinds.
 constexpr uint32_t kColours[kMostSeries] = {0x0072B2, 0xE69F00, 0x009E73, 0xCC79A7,
                                             0xD55E00, 0x56B4E9, 0xB8A800, 0x808080};
 
-// Characters of a text, for its width.
+// By its characters, each as wide as a digit: with a font's own widths the picture would depend on
+// the machine.
 int WidthOf(const Drawing& drawing, std::string_view text) {
   const auto count = std::ranges::count_if(
       text, [](char c) { return (static_cast<unsigned char>(c) & 0xC0) != 0x80; });
@@ -329,7 +334,8 @@ void DrawPicked(Drawing& drawing) {
       {left, drawing.out.top, right, drawing.out.bottom, drawing.look.mark});
 }
 
-// The largest total with the time that has it.
+// A time of the bar with the most events: that of an event in it rather than the bar's beginning,
+// so that a view by a smaller unit about it shows something. The view has bars.
 uint64_t BusiestTime(const Activity& activity, const ActivityView& view) {
   const ActivityBins bins = CountBins(activity, view);
   const auto most = std::ranges::max_element(bins.totals) - bins.totals.begin();
@@ -374,6 +380,7 @@ Activity ReadActivity(const OutputList& list, const std::function<bool()>& stop)
       continue;
     }
     std::string kind = KindOfRow(list, row, columns);
+    // Rows of one kind mostly follow each other, so the kinds are rarely looked through.
     if (kinds.empty() || kind != latest) {
       number = numbers.try_emplace(kind, kinds.size()).first->second;
       if (number == kinds.size()) kinds.push_back({kind, {}});
@@ -402,6 +409,7 @@ ActivityView WholeView(const Activity& activity, size_t most) {
 void ShowByUnit(const Activity& activity, ActivityView& view, ActivityUnit unit, size_t most) {
   if (activity.events == 0) return;
   TimeRange range = view.shown;
+  // Two bars are kept for the units that the range begins and ends in (BarsIn).
   const uint64_t room = LengthOf(unit) * (std::max<size_t>(most, 3) - 2);
   if (range.to - range.from > room) {
     const TimeRange& picked = view.picked;
@@ -426,6 +434,7 @@ void ZoomView(const Activity& activity, ActivityView& view, bool closer, uint64_
     next = WholeView(activity, most);
   } else {
     around = std::clamp(around, view.shown.from, view.shown.to);
+    // What is left of `around` grows or shrinks as the whole does: so its place in the view stays.
     const uint64_t before =
         closer ? (around - view.shown.from) / 2 : (around - view.shown.from) * 2;
     const uint64_t from = std::max(around - std::min(before, around), all.from);
@@ -450,7 +459,7 @@ void MoveView(const Activity& activity, ActivityView& view, int eighths) {
 }
 
 ActivityBins CountBins(const Activity& activity, const ActivityView& view) {
-  constexpr size_t kMostBins = 1 << 14;
+  constexpr size_t kMostBins = 1 << 14;  // four times what MostBars gives
   ActivityBins bins;
   for (uint64_t edge = view.shown.from; edge < view.shown.to && bins.edges.size() < kMostBins;
        edge = NextStart(edge, view.unit)) {
@@ -496,6 +505,7 @@ ActivityPicture DrawActivity(const Activity& activity, const ActivityView& view,
             "No times were read.");
     return out;
   }
+  // Later boxes cover earlier ones: the mark is below the grid, the bars are above both.
   DrawLegend(drawing);
   DrawPicked(drawing);
   DrawScale(drawing);
@@ -506,6 +516,7 @@ ActivityPicture DrawActivity(const Activity& activity, const ActivityView& view,
 
 size_t MostBars(const PictureLook& look) {
   constexpr int kLeastBar = 4;
+  // What the numbers at the left take at most, or so.
   const int room = look.width - 10 * look.char_width;
   return static_cast<size_t>(std::clamp(room / kLeastBar, 4, 4096));
 }

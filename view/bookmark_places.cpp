@@ -17,12 +17,14 @@
 namespace hivequarry {
 namespace {
 
+// In small digits, as bookmarks have them; empty while it is not known.
 std::string HashOf(const BookmarkedHive& hive) {
   std::string hash = hive.hashes == nullptr ? std::string() : hive.hashes->hive;
   std::ranges::transform(hash, hash.begin(), SmallLetter);
   return hash;
 }
 
+// The very file: only then a position alone proves anything.
 bool IsSure(const BookmarkedHive& hive, const Bookmark& bookmark) {
   return !bookmark.sha256.empty() && bookmark.sha256 == HashOf(hive);
 }
@@ -81,7 +83,8 @@ std::string PathOfRow(const BookmarkedHive& of, const OutputList& list, uint32_t
   return item == kNoItem ? KeyPathOfShown(shown) : KeyPathOf(*of.hive, *of.tree, item);
 }
 
-// The image position of one in the file; kNoOffset where the image has nothing of it.
+// The image position of one in the file; kNoOffset where the image has nothing of it. Bytes that
+// were moved or left out while opening are elsewhere, so the way back must lead to the same place.
 uint32_t ImagePositionOf(const HiveImage& hive, uint32_t in_file) {
   if (in_file == kNoOffset || in_file < hive.base_offset) return kNoOffset;
   const uint32_t position = PositionOfPlace(hive, in_file - hive.base_offset);
@@ -227,6 +230,7 @@ Bookmark BookmarkOfValue(const BookmarkedHive& of, uint32_t item, uint32_t posit
       of.freed == nullptr ? nullptr : FreedValueAt(of.freed->records, position);
   if (deleted != nullptr && deleted->key != kNoOffset)
     bookmark.path = PathOfKeyAt(of, deleted->key);
+  // A deleted value of no known key is bookmarked below what shows it.
   if (bookmark.path.empty()) {
     bookmark.path =
         item == kNoItem ? KeyPathOfShown(kFreedTitle) : KeyPathOf(*of.hive, *of.tree, item);
@@ -242,6 +246,8 @@ Bookmark BookmarkOfRow(const BookmarkedHive& of, const OutputList& list, uint32_
   bookmark.path = PathOfRow(of, list, row, key);
   for (int column = 0; column < ColumnCount(list); ++column) {
     const std::string_view cell = CellText(list, row, column);
+    // AddBookmark cuts the row to what a line of the file holds; here it only must not grow on and
+    // on.
     if (cell.empty() || bookmark.row.size() > kMaxBookmarkText) continue;
     if (!bookmark.row.empty()) bookmark.row += "; ";
     bookmark.row += FirstUnits(cell, kMaxBookmarkText);
@@ -261,6 +267,7 @@ FoundBookmark FindBookmark(const BookmarkedHive& in, const Bookmark& bookmark) {
   }
 }
 
+// Hashes decide where both are known, whatever the names.
 BookmarkFile FileOfBookmark(const BookmarkedHive& hive, const Bookmark& bookmark) {
   const std::string hash = HashOf(hive);
   if (!hash.empty() && !bookmark.sha256.empty()) {
@@ -285,6 +292,7 @@ std::string BookmarkRemarks(const BookmarkedHive& in, const FoundBookmark& found
 
 size_t HiveOfBookmark(std::span<const BookmarkedHive> hives, size_t preferred,
                       const Bookmark& bookmark) {
+  // The number of the first that fits, the preferred one before all; that of all hives for none.
   const auto first = [&](auto fits) {
     if (preferred < hives.size() && fits(hives[preferred])) return preferred;
     return static_cast<size_t>(std::ranges::find_if(hives, fits) - hives.begin());

@@ -34,7 +34,7 @@ Bookmark BookmarkOfValue(const BookmarkedHive& of, uint32_t item, uint32_t posit
 Bookmark BookmarkOfRow(const BookmarkedHive& of, const OutputList& list, uint32_t row,
                        uint32_t key);
 
-// What is left of what a bookmark leads to.
+// What is left of what a bookmark leads to. In this order: up to kMoved the thing itself is there.
 enum class BookmarkState : uint8_t {
   kThere,
   kMoved,      // found by its path, where another place was noted
@@ -49,7 +49,8 @@ struct FoundBookmark {
   uint32_t position = kNoOffset;  // of the record of key, value or row; kNoOffset when not known
 };
 // First at the position that was noted: in the same file whatever is there is meant, in another one
-// what has the path. Then by the path (app/key_paths.h), and by the value's name.
+// what has the path. Then by the path (app/key_paths.h), and by the value's name. Of a value or a
+// row it may take a look at all keys and their value lists (ItemShowing).
 FoundBookmark FindBookmark(const BookmarkedHive& in, const Bookmark& bookmark);
 
 // Whether a hive's file is the one that the bookmark was set in.
@@ -67,7 +68,8 @@ std::string BookmarkRemarks(const BookmarkedHive& in, const FoundBookmark& found
                             const Bookmark& bookmark);
 
 // Which of several hives a bookmark is of: the one of its file, else the first that holds the thing
-// itself, `preferred` before all others; `preferred` where none does.
+// itself, `preferred` before all others; `preferred` where none does. Where no file fits the
+// bookmark is looked for in each of them (FindBookmark).
 size_t HiveOfBookmark(std::span<const BookmarkedHive> hives, size_t preferred,
                       const Bookmark& bookmark);
 

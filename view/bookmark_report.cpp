@@ -375,6 +375,7 @@ HtmlReport ReportBookmarks(std::span<const BookmarkedHive> hives,
   for (const Group& group : by_tag ? GroupsByTag(marks) : GroupsByKind(marks)) {
     AddGroup(group, hives, budgets, report);
   }
+  // Of the bookmarks of keys alone: values and rows have told their data in their own sections.
   OutputListPtr values = ListWith({"Key", "Value", "Type", "Data", "Position", "Bytes"});
   for (const Mark& mark : marks) {
     if (!IsFound(mark) || mark.bookmark->kind != BookmarkKind::kKey) continue;

@@ -8,6 +8,8 @@ namespace hivequarry {
 
 // One(name, number), or Range(name, first number, how many). Numbers from 9000 on are free to be
 // chosen: 9000 for the main window, 9200 for lists, 9300 for both.
+// Expanded twice: into the enumeration, and into ranges that are held against each other. A range
+// has a name for its first number alone.
 // clang-format off
 #define HIVEQUARRY_COMMAND_NUMBERS(One, Range) \
   One(kCommandOpen, 1400)               \

@@ -32,6 +32,8 @@ inline constexpr const char* kDecoderMenus[] = {
 static_assert(std::size(kDecoderMenus) == static_cast<size_t>(DecoderGroup::kCount));
 static_assert(std::size(kDecoders) <= 60, "more decoders than commands for them");
 
+// In the order of the menus: a menu, or a sub menu, is where its first row is. Rows without a menu
+// are for the toolbar, context menus and keys alone.
 // clang-format off
 inline constexpr Command kFixedCommands[] = {
     {.number = kCommandOpen, .menu = "&File", .text = "&Open File\tCtrl+O",
@@ -84,6 +86,8 @@ inline constexpr Command kFixedCommands[] = {
     {.number = kCommandLoadHive, .menu = "&File", .text = "&Load Hive into Registry",
      .group_start = true, .writes = true},
     {.number = kCommandUnloadHive, .menu = "&File", .text = "&Unload Hive from Registry", .writes = true},
+    // Their texts are those of the settings, and change while the program runs
+    // (view/recent_text.h).
     {.number = kCommandRecentHive, .menu = kRecentMenu, .group_start = true,
      .needs = Needs::kRecentHive},
     {.number = NumberInRange(kCommandRecentHive, 1), .menu = kRecentMenu,
@@ -315,7 +319,8 @@ inline constexpr Command kFixedCommands[] = {
     {.number = kCommandPreviousPane, .accelerator = {kKeyF6, kWithShift}, .guard = Guard::kNone},
 };
 
-// Those above, and after those of the reports one for each decoder of evidence, in sub menus.
+// Those above, and after those of the reports one for each decoder of evidence, in sub menus. A
+// decoder's number is its place in kDecoders.
 constexpr auto AllCommands() {
   std::array<Command, std::size(kFixedCommands) + std::size(kDecoders)> all{};
   const auto of_reports = [](const Command& command) {

@@ -21,7 +21,7 @@ enum class Guard : uint8_t {
 enum class Needs : uint8_t {
   kNothing,
   kRunning,  // something under way that "Stop" ends
-  kHive,     // the facts of the same names
+  kHive,  // from here to kFindable the facts of these names, in the order of kFacts in commands.cpp
   kLogs,
   kReplayed,
   kItem,
@@ -41,7 +41,7 @@ enum class Needs : uint8_t {
   kRowSelected,
   kListRows,
   kFindable,
-  kRecentHive,
+  kRecentHive,  // so many recent hives that the command's number is one of theirs
 };
 
 // What guards and check marks look at; filled anew each time they are asked.

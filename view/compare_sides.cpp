@@ -44,6 +44,8 @@ bool OpenScriptB(ComparedHives& hives, const CompareWish& wish) {
 bool OpenHiveB(ComparedHives& hives, const CompareWish& wish, ImageSummary& summary) {
   LogChoice logs;
   if (wish.without_logs) logs.mode = LogMode::kNone;
+  // The hive shown may have been opened by a range, which says nothing of B. The caller keeps what
+  // the table has of it.
   HiveTable& table = TheHiveTable();
   table.start_offset = table.end_offset = 0;
   table.logs = logs;
@@ -122,6 +124,7 @@ std::shared_ptr<ComparedHives> CompareWithFile(const HiveImage& a, const KeyTree
   if (!wish.key_a.empty()) {
     hives->item_a = FindItemByPath(a, tree_a, WithControlSet(a, tree_a, wish.key_a));
   }
+  // Before B is opened, which may take long.
   if (!HasKey(*hives, a, tree_a, hives->item_a, wish.key_a)) return hives;
   ImageSummary summary_b;
   const bool script = IsScriptFile(wish.file);
@@ -154,6 +157,7 @@ std::string ComparedKeyTime(const ComparedHives& hives, uint32_t key, bool in_b)
   return FormatShownIso(LastWriteOf(side.hive, side.tree, item));
 }
 
+// Data and texts are read anew each time, as a window asks for the key that is selected alone.
 std::vector<ComparedValueRow> ComparedValueRows(const ComparedHives& hives, uint32_t key) {
   const ComparedKey& it = hives.tree.keys[key];
   PairWalk walk{hives.side_a(), hives.side_b(), hives.options};

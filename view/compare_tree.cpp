@@ -81,6 +81,7 @@ bool CloseRow(CompareTree& tree, size_t row) {
   if (row >= tree.rows.size() || !tree.open[tree.rows[row]]) return false;
   const uint32_t key = tree.rows[row];
   tree.open[key] = false;
+  // Keys below one have the numbers up to its end, and rows ascend: they are one stretch.
   const auto first = tree.rows.begin() + static_cast<std::ptrdiff_t>(row) + 1;
   const auto last = std::lower_bound(first, tree.rows.end(), tree.keys[key].end);
   tree.rows.erase(first, last);
@@ -130,6 +131,8 @@ uint32_t PreviousDifference(const CompareTree& tree, uint32_t key) {
   return kNoItem;
 }
 
+// A key whose time alone differs counts as the same unless times are heeded; its text tells of the
+// time all the same.
 std::string DifferenceText(const CompareTree& tree, uint32_t key) {
   constexpr std::pair<KeyDifference, const char*> kWords[] = {{kDiffersInValues, "values"},
                                                               {kDiffersInClass, "class"},

@@ -29,7 +29,7 @@ struct CompareTree {
   std::vector<uint32_t> depths;  // of each key, 0 for the first
   std::vector<bool> open;        // by the user; of keys that are shown or not
   uint8_t filter = kEveryGroup;  // groups
-  std::vector<uint32_t> rows;    // numbers of the keys in view
+  std::vector<uint32_t> rows;    // numbers of the keys in view, ascending as a walk goes
 };
 
 // The first key is open. With `times` a key that differs in its time alone is different.
@@ -50,7 +50,7 @@ inline bool CanOpen(const CompareTree& tree, uint32_t key) {
 // there was nothing to do. Linear in the rows after it.
 bool OpenRow(CompareTree& tree, size_t row);
 bool CloseRow(CompareTree& tree, size_t row);
-// Chooses the groups that are shown; keys that are open stay so.
+// Chooses the groups that are shown; keys that are open stay so. At most linear in the keys.
 void SetFilter(CompareTree& tree, uint8_t groups);
 // Opens the keys above one that the filter lets pass; its row, or the number of rows when the
 // filter does not.
@@ -59,7 +59,8 @@ size_t ShowKey(CompareTree& tree, uint32_t key);
 size_t RowOfKey(const CompareTree& tree, uint32_t key);
 
 // The next key after this one, or the last before it, in the order of the whole tree, that is of a
-// group that the filter shows and not the same; kNoItem when there is none.
+// group that the filter shows and not the same; kNoItem when there is none. Linear in the keys that
+// are passed. A `key` of kNoItem: from the first on, or from the last one back.
 uint32_t NextDifference(const CompareTree& tree, uint32_t key);
 uint32_t PreviousDifference(const CompareTree& tree, uint32_t key);
 

@@ -11,6 +11,7 @@ namespace {
 
 using Bytes = std::span<const uint8_t>;
 
+// Bytes of a line; those of arrays and scripts fit into 80 columns.
 constexpr size_t kDumpLine = 16;
 constexpr size_t kArrayLine = 12;
 constexpr size_t kScriptLine = 25;
@@ -127,6 +128,7 @@ std::string DumpText(Bytes bytes, const CopyPlace& place) {
   return text;
 }
 
+// All forms but that in UTF-16: their characters are ASCII.
 std::string NarrowForm(CopyForm form, Bytes bytes, const CopyPlace& place) {
   switch (form) {
     case CopyForm::kHex:

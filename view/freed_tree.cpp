@@ -135,7 +135,8 @@ void PlaceValues(FreedTree& freed) {
 
 }  // namespace
 
-// Empty after a stop.
+// What the search cut short is the difference: a thread may have noted other shortfalls before. An
+// operation has its own account of them (host/shortfalls.h), so nothing is kept here for one.
 std::shared_ptr<const FreedTree> FindFreedTree(const HiveImage& hive, const KeyTree& tree) {
   auto freed = std::make_shared<FreedTree>();
   const BackgroundWork* work = WorkInBackground();
@@ -185,6 +186,8 @@ const FreedKey* FreedKeyOf(const FreedTree& freed, uint32_t item) {
   return row == kNoRow ? nullptr : &freed.records.keys[row];
 }
 
+// Branches were added in the order of their hosts, so the tops ascend by their items too, and the
+// last one at or before an item is that of its branch. Before the first top is the folder.
 uint32_t HostOfFreed(const FreedTree& freed, uint32_t item) {
   const auto after = std::ranges::upper_bound(freed.tops, item, {}, &FreedTree::Top::item);
   if (item >= freed.tree.items.size() || after == freed.tops.begin()) return kNoItem;

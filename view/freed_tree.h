@@ -43,8 +43,8 @@ struct FreedTree {
 // when the thread is to stop (host/long_operation.h).
 std::shared_ptr<const FreedTree> FindFreedTree(const HiveImage& hive, const KeyTree& tree);
 
-// The branches of deleted keys below an item of the hive's tree, and below it or one in its
-// subtree.
+// The branches of deleted keys below an item of the hive's tree, and below those from `first` to
+// before `end`, as an item and its subtree are. Found by halves, as values and keys are below.
 std::span<const FreedTree::Top> FreedTopsUnder(const FreedTree& freed, uint32_t item);
 std::span<const FreedTree::Top> FreedTopsWithin(const FreedTree& freed, uint32_t first,
                                                 uint32_t end);

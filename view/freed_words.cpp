@@ -172,6 +172,7 @@ std::u16string FreedValueDetail(const HiveImage& hive, const KeyTree& tree, cons
   if (detail.status == ValueStatus::kRead) {
     return ShownText(text + detail.text + MeaningDetail(content.value.type, content.data));
   }
+  // Without data that can be read the fields are told, and why there are none.
   text += Concat({"Value: ", DetailLine(ValueDisplayName(content.value)),
                   "\r\nType: ", FreedTypeText(hive, content),
                   "\r\nLength: ", std::to_string(content.value.data_length),
@@ -184,6 +185,7 @@ ItemValues FreedItemRows(const HiveImage& hive, const KeyTree& tree, const Freed
                          uint32_t item) {
   ItemValues rows;
   const FreedKey* key = FreedKeyOf(freed, item);
+  // A list whose offsets are those of an earlier state leads to somebody else's cells.
   if (key != nullptr && key->shift == 0) {
     std::vector<uint32_t> listed;
     ReadValuesOfKey(hive, key->position, kEntriesShown, listed);

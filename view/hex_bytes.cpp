@@ -131,6 +131,7 @@ HexRange Replaced(const HexBytes& hex, size_t count) {
   return {selection.start, selection.start + static_cast<uint32_t>(std::min(count, room))};
 }
 
+// A selection goes in place of the range, as a step of its own.
 bool Erase(HexBytes& hex, HexChangeKind kind, HexRange range) {
   const HexRange selection = SelectionOf(hex);
   if (Length(selection) != 0) {
@@ -141,7 +142,8 @@ bool Erase(HexBytes& hex, HexChangeKind kind, HexRange range) {
 
 // --- finding -------------------------------------------------------------------------------------
 
-// For each beginning of the sequence: the longest other beginning that ends it.
+// For each beginning of the sequence: the longest other beginning that ends it. Where bytes cease
+// to match, the search goes on from that one and never back in the bytes.
 std::vector<uint32_t> BordersOf(std::span<const uint8_t> sequence) {
   std::vector<uint32_t> borders(sequence.size(), 0);
   uint32_t border = 0;
@@ -175,7 +177,8 @@ bool FindForward(HexBytes& hex, std::span<const uint8_t> sequence, size_t from) 
   return true;
 }
 
-// The last place that ends at `until` or before.
+// The last place that ends at `until` or before: the first one of the reversed sequence in the
+// reversed bytes.
 bool FindBackward(HexBytes& hex, std::span<const uint8_t> sequence, size_t until) {
   const Bytes reversed(sequence.rbegin(), sequence.rend());
   auto at = std::make_reverse_iterator(hex.bytes.cbegin() + static_cast<ptrdiff_t>(until));
@@ -261,6 +264,7 @@ bool Undo(HexBytes& hex) {
   Exchange(hex.bytes, change.position, change.inserted.size(), change.removed);
   hex.caret = change.before;
   history.open = false;
+  // Its memory stays counted: it is in the other list now.
   history.undone.push_back(std::move(change));
   return true;
 }

@@ -9,6 +9,7 @@
 
 namespace hivequarry {
 
+// Of a value that can be edited: longer data are not read as a value's (kMaxValueData).
 inline constexpr uint32_t kMaxHexBytes = 0x500000;
 
 // Positions count from the first byte; the selection is between the caret and the anchor.
@@ -65,7 +66,8 @@ inline uint32_t ByteCount(const HexBytes& hex) { return static_cast<uint32_t>(he
 HexRange SelectionOf(const HexBytes& hex);
 std::vector<uint8_t> SelectedBytes(const HexBytes& hex);
 
-// Positions are cut to the length. With `extend` the anchor stays.
+// Positions are cut to the length. With `extend` the anchor stays, and the caret is before a byte
+// whatever `low` says. What is typed after a move is a step of its own for undo.
 void MoveCaret(HexBytes& hex, uint32_t position, bool low, bool extend);
 // The caret comes to the end of the range.
 void SelectBytes(HexBytes& hex, HexRange range);

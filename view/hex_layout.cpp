@@ -17,7 +17,7 @@ int CharactersFor(HexLayout layout, uint32_t per_line) {
   return TextColumn(layout, per_line);
 }
 
-// Half characters from the first digit of a byte to `x`, with the byte.
+// A byte of the line, and half characters from its first digit, or its character, to `x`.
 struct HalfColumn {
   uint32_t index;
   int halves;
@@ -81,6 +81,7 @@ uint32_t LinesInView(const HexLayout& layout) {
 HexPlace PlaceAt(const HexLayout& layout, int x, int y, uint32_t top_line, uint32_t count,
                  const HexSide* captured) {
   HexPlace place;
+  // Half of the gap belongs to each side.
   const int text_left = ColumnLeft(layout, TextColumn(layout, 0)) - layout.cell_width;
   place.side = captured != nullptr ? *captured : x >= text_left ? HexSide::kText : HexSide::kHex;
   const bool hex = place.side == HexSide::kHex;
@@ -89,6 +90,7 @@ HexPlace PlaceAt(const HexLayout& layout, int x, int y, uint32_t top_line, uint3
   place.position = std::min(start + at.index, count);
   // The gap after a byte's second digit still belongs to it.
   place.low = hex && at.halves >= 2;
+  // After the middle of the second digit, or of the character, the gap after the byte is nearer.
   const bool behind = at.halves >= (hex ? 3 : 1);
   place.boundary = std::min(start + at.index + (behind ? 1U : 0U), count);
   return place;

@@ -48,6 +48,7 @@ std::u16string TextOfBytes(std::span<const uint8_t> bytes) {
 
 std::optional<uint8_t> ByteOfCharacter(char16_t unit) {
   if (unit == 0 || unit == kZeroSymbol) return uint8_t{0};
+  // 0 stands for "none" there; the zero itself was dealt with above.
   const uint8_t byte = CurrentHost().code_page->byte_of_wide[unit];
   return byte != 0 ? std::optional(byte) : std::nullopt;
 }

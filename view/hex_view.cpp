@@ -113,6 +113,7 @@ HexOutcome Entered(bool done) {
 
 HexOutcome FindAgain(HexView& view, bool forward) {
   const auto sequence = SequenceOf(view.find);
+  // Nothing was looked for yet, or nothing that can be found.
   if (!sequence) return {};
   view.find.forward = forward;
   if (!FindBytes(view.model, *sequence, forward)) return Refused(u"Not found.");
@@ -197,6 +198,7 @@ void ShowCaretLine(HexView& view) {
 }
 
 void ShowBytes(HexView& view, std::vector<uint8_t> bytes) {
+  // SetBytes leaves out what an editor has no room for; what is only shown is shown whole.
   if (view.read_only) {
     SetBytes(view.model, {});
     view.model.bytes = std::move(bytes);

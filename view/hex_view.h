@@ -47,6 +47,7 @@ struct HexOutcome {
 };
 
 // --- the lines in view
+// The first line while the last one is in view; 0 where all lines are.
 uint32_t LastTopLine(const HexView& view);
 // Makes a line the first one, as far as there are lines for a page; the caret stays.
 void ScrollTo(HexView& view, int64_t line);
@@ -99,13 +100,13 @@ bool IsOffered(const HexCommandRow& row, const HexView& view);
 // `text_on_clipboard`: whether there is text to be put in.
 bool IsAvailable(const HexCommandRow& row, const HexView& view, bool text_on_clipboard);
 
-// The commands that need neither the clipboard nor a dialog.
+// The commands that need neither the clipboard nor a dialog; for the others kNone.
 HexOutcome RunOnBytes(HexView& view, HexCommand command);
 // The selection as the clipboard has it: digits or characters, by the side.
 std::u16string CopiedText(const HexView& view);
 // The selected bytes, or all of them where none is, in another form. Nothing for more than
-// kLongestCopied.
-inline constexpr uint32_t kLongestCopied = 8U << 20;
+// kLongestCopied, as texts are several times as long.
+inline constexpr uint32_t kLongestCopied = 8U << 20;  // bytes
 std::optional<std::u16string> CopiedText(const HexView& view, CopyForm form,
                                          const FilePosition& file_position);
 // What "Save to file" is about: the selection, else all.

@@ -71,6 +71,7 @@ void AddBaseBlock(const HiveImage& hive, std::vector<GlancePart>& parts) {
                      GlanceLead::kState, right ? GlanceTone::kPlain : GlanceTone::kWarn});
   }
   if (!texts.last_written.empty()) {
+    // Without the "T" and the fraction of a second; the tip has both.
     std::string time = texts.last_written.substr(0, kSecondsEnd);
     std::ranges::replace(time, 'T', ' ');
     std::string tip = "Last written by the base block: " + texts.last_written;

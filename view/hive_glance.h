@@ -73,6 +73,7 @@ HiveGlance GlanceAt(const GlanceFacts& facts);
 std::string GlanceLines(const GlanceFacts& facts);
 
 // Which figures begin a new row, so that no row is wider than `room`: for their widths in order.
+// One that is wider by itself has a row alone.
 std::vector<bool> BreaksOf(const std::vector<int>& widths, int room);
 
 }  // namespace hivequarry

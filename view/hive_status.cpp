@@ -85,6 +85,7 @@ void AddHashes(std::string& text, const HiveImage& hive, const HiveHashes& hashe
 HiveMark MarkOf(const HiveImage& hive) {
   const std::optional<PlanInput> state = BaseBlockState(hive);
   if (!state) return HiveMark::kUnknown;
+  // First: a hive that was replayed as far as the user chose is replayed as well.
   if (hive.logs != nullptr && IsByUser(*hive.logs)) return HiveMark::kByUser;
   if (IsReplayed(hive)) return HiveMark::kReplayed;
   return state->dirty() ? HiveMark::kLacking : HiveMark::kClean;

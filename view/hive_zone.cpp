@@ -79,6 +79,7 @@ bool ZoneOfHive(const HiveImage& hive, const KeyTree& tree, ShownZone& zone) {
   if (!stored.bias) return false;
   ShownZone read;
   read.kind = ZoneKind::kRule;
+  // A change without a month is none; what the zone adds in winter counts only with one.
   const bool daylight = !stored.no_daylight && stored.daylight.month != 0;
   read.minutes_east = -(*stored.bias + (stored.standard.month != 0 ? stored.standard_bias : 0));
   read.daylight_minutes_east = -(*stored.bias + stored.daylight_bias);
@@ -88,6 +89,7 @@ bool ZoneOfHive(const HiveImage& hive, const KeyTree& tree, ShownZone& zone) {
   }
   // Later systems keep the name of a resource where earlier ones have a name.
   read.name = stored.key_name.empty() ? stored.standard_name : stored.key_name;
+  // By way of the text, whose reader refuses the numbers that no zone has: a hive may hold any.
   return ReadZone(ZoneAsText(read), zone);
 }
 

@@ -69,6 +69,7 @@ bool EntryOfRow(const OutputList& list, uint32_t row, uint32_t& entry) {
   const bool left = CellText(list, row, kStateColumn).starts_with("left over");
   if (kind == kListLogs && left) return false;
   std::string_view number = CellText(list, row, kEntryColumn);
+  // Of "10..12", changes that are told together, the last.
   if (const size_t range = number.find(".."); range != number.npos) number.remove_prefix(range + 2);
   uint32_t read = 0;
   const char* const end = number.data() + number.size();
@@ -97,6 +98,7 @@ bool IsOffered(const ListCommand& command, const ListFacts& facts) {
 }
 
 bool IsAvailable(const ListCommand& command, const ListFacts& facts) {
+  // The guards are those of the main window's commands; they look at these two facts alone.
   CommandFacts guarded;
   guarded.running = facts.busy;
   guarded.backup = facts.backup;

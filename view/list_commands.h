@@ -22,11 +22,11 @@ enum class ListNeeds : uint8_t {
   kPieces,     // a list of block runs with its source file
   kRoots,      // a focused row of a list of root cells
   kEntry,      // a focused row of an entry that the hive shown can be taken to
-  kRunning,
-  kAgain,     // a list whose rows can be made anew
-  kFiltered,  // a list that shows some of its rows
-  kTimes,     // a list in a window of its own whose rows have times
-  kPicture,   // one that shows the picture of them
+  kRunning,    // something under way that "Stop" ends
+  kAgain,      // a list whose rows can be made anew
+  kFiltered,   // a list that shows some of its rows
+  kTimes,      // a list in a window of its own whose rows have times
+  kPicture,    // one that shows the picture of them
 };
 
 // What a check mark shows.

@@ -80,6 +80,7 @@ KeyOfRow FindKeyOfRow(std::string_view path, std::span<const ListedHive> listed,
     const uint32_t item = ShownItem(hives[i], path);
     if (item != kNoItem) found = {i, item, false};
   }
+  // Of a hive whose hash is not known it can't be said that it is another file.
   found.other_file = known && !hives[found.hive].hash.empty();
   return found;
 }

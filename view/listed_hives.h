@@ -34,7 +34,7 @@ struct KeyOfRow {
 };
 // The key that a path of the list names: in the hive that the list was made of where that is open,
 // whatever its root is called now; else in the first one that has it, `preferred` before all
-// others.
+// others. There is at least one hive, and `preferred` is the number of one.
 KeyOfRow FindKeyOfRow(std::string_view path, std::span<const ListedHive> listed,
                       std::span<const HiveToSearch> hives, size_t preferred);
 

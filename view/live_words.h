@@ -9,7 +9,8 @@
 
 namespace hivequarry {
 
-// CheckMerge, a question, and OpenMergeTarget. False after a message, or after "No".
+// CheckMerge, a question, and OpenMergeTarget, which makes the key where it is missing. False after
+// a message, or after "No".
 bool PrepareMerge(const HiveImage& hive, const KeyTree& tree, uint32_t item, MergeTarget& target);
 // MergeBranch, a message when a refused value has ended it, and the counts as status text.
 MergeCounts MergeAndTell(const HiveImage& hive, const KeyTree& tree, MergeTarget& target,

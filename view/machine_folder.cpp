@@ -151,6 +151,7 @@ MachineFolder ReadMachineFolder(const std::string& folder) {
     result.opened.emplace_back();
   }
   result.stopped = StopRequested();
+  // What no hive tells is said there; after a stop the hives that were not read may have told it.
   if (!result.stopped) EndOverview(reader.overview);
   result.overview = std::move(reader.overview.list);
   SetListSubtitle(*result.overview, folder);

@@ -17,7 +17,7 @@ struct MachineFolder {
   std::vector<std::string> opened;  // by row of `files`: the hive's file, empty for what opens none
   std::vector<std::string> told;    // by row of `overview`: the file that says so; may be empty
   PairedLogs paired;                // with which hives were read: LogsOfHive
-  uint32_t hives = 0;               // opened
+  uint32_t hives = 0;               // files found, those that could not be opened among them
   uint32_t logs = 0;
   uint32_t failed = 0;   // hives that could not be opened
   bool stopped = false;  // by the user: the lists are of what was read by then

@@ -7,6 +7,8 @@
 namespace hivequarry {
 namespace {
 
+// By Tone. Where a text meets a ground that it did not meet before, the pair goes below: tests hold
+// those to their contrast.
 constexpr std::array<ToneColours, kToneCount> kTones = {{
     {0xFFFFFF, 0x1E1E1E},  // kWindow
     {0x000000, 0xE6E6E6},  // kText
@@ -52,12 +54,13 @@ constexpr TonePair kPairs[] = {
     {Tone::kSelectionText, Tone::kSelection},
 };
 
-// A part of a colour as light: the eye's numbers of a screen's.
+// A part of a colour, 0 to 255, as light, 0 to 1: by the curve of sRGB.
 double LightOf(uint32_t part) {
   const double share = part / 255.0;
   return share <= 0.04045 ? share / 12.92 : std::pow((share + 0.055) / 1.055, 2.4);
 }
 
+// By what the eye takes of red, green and blue for brightness.
 double LuminanceOf(uint32_t colour) {
   return 0.2126 * LightOf(colour >> 16 & 0xFF) + 0.7152 * LightOf(colour >> 8 & 0xFF) +
          0.0722 * LightOf(colour & 0xFF);
@@ -84,6 +87,7 @@ uint32_t LiftedFrom(uint32_t ground, uint32_t colour, double least) {
 
 double ContrastOf(uint32_t one, uint32_t other) {
   const auto [less, more] = std::minmax({LuminanceOf(one), LuminanceOf(other)});
+  // 0.05: the light that a screen in a room gives where it shows black.
   return (more + 0.05) / (less + 0.05);
 }
 

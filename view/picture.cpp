@@ -113,6 +113,7 @@ std::string SvgOf(const Picture& picture) {
   for (const PictureBox& box : picture.boxes) out += BoxText(box);
   const std::string size = std::to_string(picture.line_height * 3 / 4);
   for (const PictureText& text : picture.texts) {
+    // SVG places a text by its base line, not by its top.
     const std::string base = std::to_string(text.y + picture.line_height * 4 / 5);
     out += Concat({"<text x=\"", std::to_string(text.x), "\" y=\"", base,
                    "\" font-family=\"sans-serif\" font-size=\"", size, "\" text-anchor=\"",
@@ -122,6 +123,8 @@ std::string SvgOf(const Picture& picture) {
   return out + "</svg>\n";
 }
 
+// The file is a signature and three chunks: the size and kind of the pixels, the rows, each after
+// the number of its filter, and an end.
 std::string PngOf(int width, int height, std::span<const uint32_t> pixels) {
   if (width <= 0 || height <= 0) return {};
   const auto columns = static_cast<size_t>(width);

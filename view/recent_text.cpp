@@ -9,7 +9,8 @@ namespace {
 
 constexpr size_t kLongestPath = 60;  // of a menu item, in characters
 
-// The middle of a long path is left out: its end says most.
+// The middle of a long path is left out: its end says most. The first folder stays too, where that
+// takes no more than a third; what comes out has kLongestPath characters.
 std::u16string ShortPath(const std::u16string& path) {
   if (path.size() <= kLongestPath) return path;
   const size_t start = std::min(path.find(u'\\', 3), kLongestPath / 3);

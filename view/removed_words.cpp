@@ -54,6 +54,7 @@ ItemValues RemovedRows(const RemovedState& removed, uint32_t item,
   if (removed.marks[item] == RemovedMark::kRemoved) {
     return ShowItemValues(before.image, before.tree, item, options);
   }
+  // Of a key that is still there only what it has lost: its other values are shown where it is.
   ItemValues rows;
   for (const RemovedValue& value : removed.values) {
     if (value.item == item) rows.value_positions.push_back(value.position);

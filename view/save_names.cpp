@@ -43,6 +43,7 @@ std::string CleanFileName(std::string_view text) {
 
 std::string ProposedListName(std::string_view title, std::string_view file) {
   const std::string_view source = WithoutFolder(file);
+  // The rest is for the file's name.
   std::string name(FirstUnits(title, kLongestName / 2));
   // Some titles end with the file's name.
   if (!source.empty() && title.find(source) == title.npos) {

@@ -59,6 +59,7 @@ std::string SearchWords(const SearchSettings& settings) {
                            {settings.value_names, "names of values"},
                            {settings.value_data, "data"}};
   AppendChosen(places, " in ", words);
+  // What the kind of pattern leaves out of account is not said.
   const Choice choices[] = {{settings.match_case, "match case"},
                             {settings.match_length, "match length"},
                             {!settings.hex_mode && settings.whole_words, "whole words"},

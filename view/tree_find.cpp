@@ -41,6 +41,7 @@ FoundItem FindItemByName(std::span<const SearchedTree> trees, size_t from_tree,
   for (size_t tree = 0; tree < trees.size(); ++tree) all += size(tree);
   const bool begins = from_tree < trees.size() && request.from < size(from_tree);
   size_t tree = begins ? from_tree : request.down ? 0 : trees.size() - 1;
+  // Where there is none to begin with: before the first of all, or after the last.
   int64_t at = begins ? request.from : request.down ? -1 : size(tree);
   for (int64_t visited = 0; visited < all; ++visited) {
     if ((visited & kStopPollMask) == 0 && StopRequested()) return {kNoItem, true};
@@ -70,6 +71,7 @@ uint32_t ItemAgain(const HiveImage& hive, const KeyTree& tree, std::string_view 
     const uint32_t item = FindItemByPath(hive, tree, path);
     if (item != kNoItem && !tree.items[item].hidden) return item;
     path = path.substr(0, std::min(path.rfind('\\'), path.size()));
+    // Only the first name of a root's path is left, which leads to no key below it.
     if (path.find('\\') == std::string_view::npos) break;
   }
   return 0;
@@ -82,6 +84,7 @@ bool ShowsRecovered(const KeyTree& tree, const FreedTree* freed, uint32_t item) 
   if (it.hidden) return false;
   if (item == tree.disconnected_values) return !tree.disconnected_value_positions.empty();
   if (!IsKeyItem(tree, item)) return false;
+  // Any icon but the plain folder says that something was found out about the key.
   if (ClosedIcon(it) != kIconFolder) return true;
   return freed != nullptr && HasKeyCell(tree, item) && !FreedValuesOf(*freed, it.position).empty();
 }
@@ -99,6 +102,7 @@ struct PlacesInRow {
   uint32_t InFolder() const { return Freed() == 0 ? 0 : freed->tree.items[0].end; }
   uint32_t Count() const { return Live() + Freed(); }
 
+  // The folder is first in its tree and last in the row: the tree's items are turned by as many.
   TreePlace At(uint32_t row) const {
     if (row < Live()) return {row, false};
     return {(row - Live() + InFolder()) % Freed(), true};
@@ -128,6 +132,7 @@ FoundRecovered FindRecovered(const KeyTree& tree, const FreedTree* freed, TreePl
   FoundRecovered found;
   for (uint32_t steps = 0; steps < count; ++steps) {
     const bool at_end = down ? at + 1 >= count : at == 0;
+    // A search that begins nowhere comes in at an end: it passes none by that.
     found.passed |= at_end && begins;
     if (down) {
       at = at_end ? 0 : at + 1;
@@ -146,6 +151,7 @@ uint32_t ItemShowing(const HiveImage& hive, const KeyTree& tree, uint32_t positi
   if (item == kNoItem && std::ranges::binary_search(tree.disconnected_value_positions, position)) {
     item = tree.disconnected_values;
   }
+  // The slow way last.
   if (item == kNoItem) item = ItemListingValue(hive, tree, position);
   return item != kNoItem && tree.items[item].hidden ? kNoItem : item;
 }

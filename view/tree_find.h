@@ -53,7 +53,8 @@ FoundRecovered FindRecovered(const KeyTree& tree, const FreedTree* freed, TreePl
                              bool down);
 
 // The item that shows the key or value at a position: the key, the key that lists the value, or the
-// folder of the values that no key names. kNoItem when there is none, or it is hidden.
+// folder of the values that no key names. kNoItem when there is none, or it is hidden. For a value
+// linear in the keys and their lists.
 uint32_t ItemShowing(const HiveImage& hive, const KeyTree& tree, uint32_t position);
 
 // The item in a tree built anew that stands for the one selected before: with the same path at the

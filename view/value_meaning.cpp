@@ -285,6 +285,8 @@ std::string PropertyLines(const PropertyValue& value) {
 
 }  // namespace
 
+// Each kind of thing looks at a bounded start of the bytes, so the caret may move through a large
+// value.
 std::vector<Meaning> MeaningsAt(std::span<const uint8_t> data, size_t at, size_t length) {
   Meanings meanings;
   if (at >= data.size()) return meanings;

@@ -32,7 +32,6 @@ bool IsDeletedRow(const ValueRows& rows, int row) {
          FreedValueAt(rows.freed->records, position) != nullptr;
 }
 
-// `row` is one of those that RowCount counts.
 ValueRow RowAt(const ValueRows& rows, int row) {
   const auto index = static_cast<size_t>(row);
   const size_t info_rows = rows.values.info_rows.size();

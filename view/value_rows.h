@@ -28,7 +28,7 @@ uint32_t ValueOfRow(const ValueRows& rows, int row);
 int RowOfValue(const ValueRows& rows, uint32_t position);
 // True for the row of a deleted value.
 bool IsDeletedRow(const ValueRows& rows, int row);
-// A row's texts.
+// A row's texts; `row` is one of those that RowCount counts.
 ValueRow RowAt(const ValueRows& rows, int row);
 // The name alone; no data is read.
 std::string NameOfRow(const ValueRows& rows, int row);

@@ -15,6 +15,7 @@ namespace {
 // Bytes of the image that were put back or left out while opening begin a piece of their own: the
 // file has what follows elsewhere.
 void AddPlaces(const HiveImage& hive, const DataPiece& piece, std::vector<DataPiece>& places) {
+  // Byte by byte only where bytes moved: any two neighbours may be apart in the file then.
   const bool as_in_file = hive.places.pieces.empty() && hive.places.returns.empty();
   const uint32_t step = as_in_file ? piece.length : 1;
   for (uint32_t at = 0; at < piece.length; at += step) {
@@ -56,6 +57,7 @@ ValueBytes BytesOfFreedValue(const HiveImage& hive, const FreedTree& freed, uint
   ValueBytes bytes;
   bytes.type = content.value.type;
   const auto length = static_cast<uint32_t>(content.data.size());
+  // Data in segments lie in several places, which are not told here.
   if (!content.value.big_data && length != 0) {
     AddPlaces(hive, {0, length, content.value.data_position}, bytes.places);
   }
@@ -81,6 +83,7 @@ std::vector<Meaning> MeaningRows(const ValueBytes& value, std::span<const uint8_
       {"Length", Concat({std::to_string(data.size()), data.size() == 1 ? " byte" : " bytes",
                          value.edited ? ", edited in memory" : ""})},
       {"Offset in value", NumberWords(start)}};
+  // What the whole of it means comes after the type.
   rows.insert(rows.begin() + 1, value.whole.begin(), value.whole.end());
   const uint32_t in_file = FilePositionIn(value.places, start);
   if (start < data.size()) {

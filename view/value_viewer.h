@@ -30,7 +30,8 @@ ValueBytes BytesOfValue(const HiveImage& hive, uint32_t position);
 // Of the deleted value at a position.
 ValueBytes BytesOfFreedValue(const HiveImage& hive, const FreedTree& freed, uint32_t position);
 
-// Where in the file the byte at an offset is; kNoFilePosition for nowhere.
+// Where in the file the byte at an offset inside the value is; kNoFilePosition for nowhere. By
+// halves.
 uint32_t FilePositionIn(const std::vector<DataPiece>& places, uint32_t offset);
 
 // The rows beside the bytes: type and length of the value, the place of the caret or the selection,
