@@ -1,4 +1,5 @@
-// The blocks of a hive as lists show them.
+// The blocks of a hive as lists show them. A row that is `invalid` is the last: the walk from block
+// to block found none there.
 #pragma once
 
 #include <string>

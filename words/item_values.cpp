@@ -23,7 +23,8 @@
 namespace hivequarry {
 namespace {
 
-// A key's own numbers: value count, parent, class name and subkey count.
+// A key's own numbers, hexadecimal, each with a letter after it: values "i", parent "p", class name
+// "c", subkeys "n", the key's own offset "o", its value list's "Nl".
 ValueRow CellDetailsRow(const HiveImage& hive, uint32_t position) {
   const KeyNode key = ReadKeyNode(hive, position, KeyRead::kFields);
   ValueRow row;
@@ -43,7 +44,7 @@ std::vector<uint32_t> OnlyShown(const HiveImage& hive, std::vector<uint32_t> lis
 }
 
 // The values of a key's entries, and rows for entries that lead to none; only so many, and one for
-// the rest.
+// the rest: the entries of a damaged list may be any number, and info rows are made at once.
 void AddEntries(const HiveImage& hive, uint32_t key_position, const std::vector<uint32_t>& entries,
                 ItemValues& values) {
   constexpr size_t kMostRows = 1000;
@@ -200,6 +201,7 @@ void AddEvidence(const HiveImage& hive, const KeyTree& tree, const KeyItem& it,
   }
   if ((it.marks & kMarkHashName) != 0) {
     const uint32_t entry = evidence != 0 ? evidence : it.entry;
+    // In the list's entry the hint is after the offset.
     lines.Add(kLabel, "name hint at " + PlaceWords(hive, entry + 4));
   }
   const auto values = hive.found.value_lists.find(it.position);
@@ -214,6 +216,7 @@ std::string MadeKeyText(const HiveImage& hive, const KeyTree& tree, const KeyIte
   const uint32_t item = ItemOfPosition(tree, it.position);
   const std::string name = ItemName(hive, tree, item);
   if ((it.marks & kMarkParent) != 0) {
+    // The evidence is that child's parent field.
     const uint32_t child = ItemOfPosition(tree, NoteOf(tree, it).evidence - kKeyParent);
     return child == kNoItem ? name : name + " (" + ItemName(hive, tree, child) + ")";
   }
@@ -254,6 +257,7 @@ std::string SharedWords(const HiveImage& hive, const KeyTree& tree, uint32_t pos
 
 namespace {
 
+// In a stack of hives an offset means something in the hive of its own layer alone.
 uint32_t OwnOffsetOf(const HiveImage& hive, uint32_t position) {
   return OffsetOfPosition(LayerHive(hive, position), position - LayerStart(hive, position));
 }
@@ -292,6 +296,7 @@ std::vector<uint32_t> ListedUpToGap(const HiveImage& hive, uint32_t key_position
 uint32_t PlaceOfLostValue(const HiveImage& hive, uint32_t entry) {
   const uint32_t offset = ReadU32(hive, entry);
   const uint32_t position = OffsetPosition(hive, offset, entry);
+  // Cells begin at multiples of 8, the first of them after a block's header.
   const bool possible = offset % 8 == 0 && offset >= kBinHeaderSize && position < kNowhere;
   return possible && position >= hive.data_start ? position : entry;
 }
@@ -335,6 +340,7 @@ ItemValues ShowItemValues(const HiveImage& hive, const KeyTree& tree, uint32_t i
     values.info_rows.push_back(InfoRow("(No values set)", ""));
     return values;
   }
+  // A list may name any place; no cell begins after this one.
   if (it.position > hive.last_valid) {
     values.info_rows.push_back(InfoRow("Info", "beyond file size"));
     return values;
@@ -370,6 +376,7 @@ ValueRow MakeValueRow(const HiveImage& hive, const ValueKey& value, std::span<co
 void SetValueRow(const HiveImage& hive, const ValueKey& value, std::span<const uint8_t> data,
                  ValueRow& row) {
   row.value = value.position;
+  // Nearly all names: copied into the row's own memory, none made for a text on the way.
   if (value.name_length != 0 && IsNameShownWhole(value)) {
     row.name = value.name;
   } else {
@@ -378,6 +385,7 @@ void SetValueRow(const HiveImage& hive, const ValueKey& value, std::span<const u
   row.type = NameOfKnownType(value.type);
   const bool tombstone = IsTombstone(hive, value);
   if (tombstone || row.type.empty()) row.type = ValueTypeText(hive, value);
+  // Lists leave such a value out (IsListed); here it is one of its key's.
   if (value.status == ValueStatus::kTooLong) {
     row.data = "ERR_DATALEN";
   } else if (tombstone && value.data_length == 0) {
@@ -389,7 +397,6 @@ void SetValueRow(const HiveImage& hive, const ValueKey& value, std::span<const u
   row.icon = IconOfValue(value) + (value.edited ? kEditedIconStep : 0);
 }
 
-// Empty for a value that is not edited.
 std::string EditWords(const HiveImage& hive, uint32_t value_position) {
   if (EditOf(hive, value_position) == nullptr) return {};
   std::vector<uint8_t> data;
@@ -403,7 +410,6 @@ std::string EditWords(const HiveImage& hive, uint32_t value_position) {
 
 namespace {
 
-// Of a value, as texts of the other lines are.
 // By the stored record: an edit in memory is in no log.
 std::string FromLogText(const HiveImage& hive, uint32_t value_position) {
   if (!IsReplayed(hive)) return {};
@@ -415,6 +421,7 @@ std::string FromLogText(const HiveImage& hive, uint32_t value_position) {
 }  // namespace
 
 ValueDetailText ShownValueDetail(const HiveImage& hive, uint32_t value_position) {
+  // Each is put before all others, so the last of them, the log, comes first.
   ValueDetailText detail = ValueDetail(hive, value_position);
   const std::string words = EditWords(hive, value_position);
   if (!words.empty() && detail.status == ValueStatus::kRead) {
@@ -479,6 +486,7 @@ std::string DetailLine(std::string_view text) {
 std::vector<DetailField> KeyFieldsAt(const HiveImage& hive, const KeyTree& tree,
                                      uint32_t position) {
   const uint32_t item = ItemOfPosition(tree, position);
+  // With the check of its subkey list, for ListText.
   const KeyNode key = ReadKeyNode(hive, position, KeyRead::kDiagnose);
   DetailLines lines{hive};
   if (item == kNoItem && key.state == KeyState::kNotAKey) return lines.fields;
@@ -486,6 +494,7 @@ std::vector<DetailField> KeyFieldsAt(const HiveImage& hive, const KeyTree& tree,
   lines.Add("Key", item == kNoItem ? ShownKeyName(key.name) : LongItemPath(hive, tree, item));
   if (CountUnits(key.name) > kLongestShownName) lines.Add("Name", ShownKeyName(key.name));
   const uint16_t marks = item == kNoItem ? uint16_t{0} : tree.items[item].marks;
+  // Of a made key there are no fields: its position has no key cell.
   if ((marks & kVirtualMarks) == 0) {
     AddKeyFields(hive, key, lines);
     lines.Add("From log", KeyOriginText(hive, position));

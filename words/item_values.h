@@ -26,8 +26,8 @@ inline constexpr int kEditedIconStep = 12;
 // Of a recovered record that another one has bytes of; empty for any other.
 std::string SharedWords(const HiveImage& hive, const KeyTree& tree, uint32_t position);
 
-// One line of the value pane.
-// Texts as the pane shows them, each in one line; a change of the hive's edits makes rows old.
+// One line of the value pane. Texts as the pane shows them, each in one line; a change of the
+// hive's edits makes rows old.
 struct ValueRow {
   std::string name;
   std::string type;

@@ -550,6 +550,7 @@ constexpr PropertyRow kProperties[] = {
     {"B725F130-47EF-101A-A5F1-02608C9EEBAC", 10, "Name"},
 };
 
+// Tables are searched by halves, so their rows ascend: a row in a wrong place does not compile.
 constexpr auto kByGuid = [](const auto& row) -> Guid { return row.guid; };
 constexpr auto PropertyKey(const PropertyRow& row) {
   return std::pair<Guid, uint32_t>(row.guid, row.number);

@@ -61,6 +61,7 @@ std::string LayerOfText(const HiveImage& hive, uint32_t position) {
          file.substr(file.find_last_of("/\\") + 1) + ')';
 }
 
+// Only keys are one with others; a value of a stack is of its own layer.
 std::string JoinedLayersText(const HiveImage& hive, uint32_t position) {
   const StackKey* joined = StackKeyAt(hive, position);
   if (joined == nullptr) return std::to_string(LayerAt(hive, position));
@@ -91,6 +92,7 @@ std::string LayerCell(const HiveImage& hive, uint32_t position) {
   if (hive.stack == nullptr) return {};
   std::string text = LayerOfText(hive, position);
   const std::string all = JoinedLayersText(hive, position);
+  // The first number is the record's own layer, which was said.
   if (all.find(',') != all.npos) text += ", one with " + all.substr(all.find(',') + 2);
   const std::string hidden = HiddenText(hive, position);
   return hidden.empty() ? text : text + ", " + hidden;
@@ -108,6 +110,7 @@ LayerCounts CountLayers(const HiveImage& hive, const KeyTree& tree) {
     ReadValuesOfKey(hive, key, kAllEntries, values);
     for (const uint32_t position : values) {
       if (position == kNoOffset) continue;
+      // A tombstone shows in the record alone: no data are read.
       const ValueKey value = ReadValueKey(hive, position, ValueRead::kFields, 0, nullptr);
       counts.tombstone_values += IsTombstone(hive, value);
     }

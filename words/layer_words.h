@@ -48,7 +48,7 @@ LayerCounts CountLayers(const HiveImage& hive, const KeyTree& tree);
 // without layers, "supported, none used" for one whose keys and values do nothing to another's.
 std::string LayersText(const HiveImage& hive, const LayerCounts& counts);
 // What the user must be told of a hive that is shown without the one below it; empty for a hive
-// that is none of these.
+// that is none of these. Counts them (CountLayers): for once after a load.
 std::string LayersNotice(const HiveImage& hive, const KeyTree& tree);
 
 }  // namespace hivequarry

@@ -32,6 +32,7 @@ std::string TextOf(const HiveImage& hive, const LogOrigin& origin, bool was_ther
 
 }  // namespace
 
+// By the record alone, its fields and its name: what changed in its lists is not looked for.
 std::string KeyOriginText(const HiveImage& hive, uint32_t position) {
   if (hive.stack != nullptr) {
     return KeyOriginText(LayerHive(hive, position), position - LayerStart(hive, position));
@@ -42,8 +43,8 @@ std::string KeyOriginText(const HiveImage& hive, uint32_t position) {
   return TextOf(hive, origin, origin.found && WasThere(hive, position, kKeyName, length));
 }
 
-// The later of the steps that wrote the record or its data. Data in several segments are not looked
-// at.
+// The later of the steps that wrote the record or its data. Data in the record itself are changed
+// with it; data in several segments are not looked at.
 std::string ValueOriginText(const HiveImage& hive, const ValueKey& value) {
   if (hive.stack != nullptr) {
     ValueKey own = value;

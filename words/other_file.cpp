@@ -68,6 +68,7 @@ bool HasText(ByteView bytes, uint32_t at, std::string_view text) {
 // the mark 3, a byte of flags, and literal bytes as far as these say.
 bool IsCompressedHive(ByteView start) {
   const uint16_t header = ReadU16(start, 0);
+  // "regf" are the chunk's first bytes, which can repeat nothing: the low four flags are clear.
   return (header & 0xF000) == 0xB000 && (ReadU8(start, 2) & 0x0F) == 0 && HasText(start, 3, "regf");
 }
 

@@ -12,10 +12,12 @@
 namespace hivequarry {
 namespace {
 
+// Types of app settings: single things first, then lists of the same things in the same order.
 constexpr uint32_t kFirstAppType = 0x5F5E101;
 constexpr uint32_t kLastAppType = 0x5F5E125;
 constexpr uint32_t kAppTypes = kFirstAppType - 1;
 constexpr uint32_t kFirstAppList = 0x14;  // less kAppTypes
+// Types of properties: the mark of one, and bits that say that there are several things.
 constexpr uint32_t kPropertyTypes = 0xFFFF0000;
 constexpr uint32_t kPropertyArray = 0x1000;
 constexpr uint32_t kPropertyList = 0x2000;
@@ -119,8 +121,10 @@ struct Shape {
   bool several = false;
 };
 
+// `number` is the type less kAppTypes, and one of an app's.
 Shape ShapeOfApp(uint32_t number) {
   if (number < kFirstAppList) return {kAppElements[number], false};
+  // From here on the number of the thing in the list.
   number -= kFirstAppList - 1;
   if (number >= kAppComposite) ++number;
   return {number < std::size(kAppElements) ? kAppElements[number] : Element(), true};
@@ -135,6 +139,7 @@ Shape ShapeOfProperty(uint32_t type) {
 // "-3.04:05:06.0000007": days, and the rest of a day.
 std::string SpanText(int64_t ticks) {
   constexpr uint64_t kSecond = 10'000'000;
+  // As unsigned numbers: the lowest of all has no positive twin.
   const uint64_t length =
       ticks < 0 ? 0 - static_cast<uint64_t>(ticks) : static_cast<uint64_t>(ticks);
   const uint64_t seconds = length / kSecond;
@@ -243,6 +248,8 @@ bool AddTextsWithZeros(ByteView data, Items& items) {
   return begin == data.size();
 }
 
+// `lengths`: the texts may have their lengths before them, as apps store lists. The form that fits
+// the data to the last byte is the one; what the other had added goes.
 void AddTexts(ByteView data, bool lengths, PropertyValue& value) {
   Items items{value};
   if (lengths && AddTextsWithLengths(data, items)) return items.End();
@@ -260,6 +267,7 @@ void AddElements(const Element& element, ByteView data, PropertyValue& value) {
   }
   Items items{value};
   for (size_t at = 0; at < data.size(); at += element.size) {
+    // Items beyond the most are counted, and no texts are made of them.
     items.Add(items.count < kMostPropertyItems
                   ? ElementText(element.form, data.subspan(at, element.size))
                   : std::string());
@@ -298,6 +306,8 @@ void AddMembers(ByteView data, PropertyValue& value) {
   value.fault = kOtherForm;
 }
 
+// Recursive by way of AddMembers, one level deep: no member is composite. `app`: the data are those
+// of an app's setting.
 void ReadShape(const Shape& shape, ByteView data, bool app, PropertyValue& value) {
   const Element& element = shape.element;
   if (element.word == nullptr) {

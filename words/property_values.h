@@ -26,7 +26,8 @@ struct PropertyValue {
 bool IsAppSetting(uint32_t type);
 
 // What data of any type say; an empty record for types of the registry's own. A form that does not
-// fit the data to the last byte is not guessed at. Texts of lists end after kMostItems of them.
+// fit the data to the last byte is not guessed at. Texts of lists end after kMostPropertyItems of
+// them.
 inline constexpr size_t kMostPropertyItems = 4096;
 PropertyValue ReadPropertyValue(uint32_t type, ByteView data);
 // What it is: "app setting, text, written 2018-03-17T12:40:00.0000000Z"; empty for an empty record.

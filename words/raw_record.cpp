@@ -117,7 +117,7 @@ Span CellAround(const HiveImage& hive, const Span& cells, uint32_t position) {
 }
 
 // The nearest record before `position` that reaches over it and lies inside `cell`: what was
-// deleted often still is in a free cell.
+// deleted often still is in a free cell. `cell` itself where there is none.
 Span HiddenRecord(const HiveImage& hive, const Span& cell, uint32_t position) {
   uint32_t at = cell.begin + (position - cell.begin) / 8 * 8;
   for (; at > cell.begin && position - at < kLargestHidden; at -= 8) {
@@ -358,14 +358,14 @@ constexpr FieldRow kSecurityRows[] = {{0, 4, "Cell size", SizeWords},
                                       {12, 4, "Previous record", kOffset},
                                       {16, 4, "References", Number32},
                                       {20, 4, "Descriptor length", Number32}};
-// Offsets inside a descriptor count from its start.
-// The rows' own offsets count from the cell, of which the descriptor is 24 bytes on.
+// What the fields hold are offsets from the descriptor's start; the rows' own offsets count from
+// the cell, in which the descriptor is 24 bytes on.
 constexpr FieldRow kDescriptorRows[] = {{24, 1, "Revision", Nothing}, {25, 1, "Reserved", Nothing},
                                         {26, 2, "Control", Hex16},    {28, 4, "Owner", Hex32},
                                         {32, 4, "Group", Hex32},      {36, 4, "System list", Hex32},
                                         {40, 4, "Access list", Hex32}};
 constexpr uint32_t kDescriptor = 24;
-constexpr uint32_t kDescriptorBody = 44;
+constexpr uint32_t kDescriptorBody = 44;  // where the fixed fields end
 constexpr FieldRow kListRows[] = {
     {0, 4, "Cell size", SizeWords}, {4, 2, "Signature", Signature16}, {6, 2, "Entries", Number16}};
 constexpr FieldRow kBigDataRows[] = {{0, 4, "Cell size", SizeWords},
@@ -501,6 +501,7 @@ void AddSecurity(const HiveImage& hive, const RecordPlace& place, RowWriter& row
   const uint32_t length = ReadU32(hive, place.position + 20);
   if (place.length >= kDescriptorBody) rows.AddTable(kDescriptorRows);
   if (rows.Done() < kDescriptor) return;
+  // What the length field says of the body is cut to the cell: it may be damaged.
   const uint32_t shown = rows.Done() - kDescriptor;
   const uint32_t body = length > shown ? std::min(length - shown, rows.Left()) : 0;
   if (body != 0) rows.Add(body, "Owner, group and lists", {});
@@ -532,6 +533,7 @@ void AddValueList(const HiveImage& hive, const RecordPlace& place, RowWriter& ro
   rows.AddTable(kCellRows);
   uint32_t count = 0;
   for (const uint32_t most = rows.Left() / 4; count < most; ++count) {
+    // As if a cell began four bytes before each entry.
     if (!BeginsWithValue(hive, place.position + 4 * count)) break;
   }
   AddEntries(hive, ListKind::kLi, count, rows);
@@ -605,6 +607,7 @@ RecordPlace RecordAt(const HiveImage& hive, uint32_t position) {
   if (position < hive.data_start) {
     return {RecordKind::kBaseBlock, 0, RoomAt(hive, 0, hive.data_start)};
   }
+  // Before the chain of cells, which damage may have cut.
   if (BeginsRecord(hive, position)) {
     const uint32_t length = CellLength(ReadU32(hive, position));
     return PlaceOf(hive, {position, position + RoomAt(hive, position, length)});
@@ -620,6 +623,7 @@ RecordPlace RecordAt(const HiveImage& hive, uint32_t position) {
   const RecordPlace place = PlaceOf(hive, cell);
   const bool may_hide = place.kind == RecordKind::kFree || place.kind == RecordKind::kNoCell;
   const RecordPlace found = may_hide ? PlaceOf(hive, HiddenRecord(hive, cell, position)) : place;
+  // Only in a free cell may former cells lie one after another.
   return IsAllocated(ReadU32(hive, cell.begin)) ? found : FormerCell(hive, found, position);
 }
 

@@ -27,7 +27,7 @@ constexpr std::string_view kTypeNames[] = {"REG_NONE",
                                            "REG_RESOURCE_REQUIREMENTS_LIST",
                                            "REG_QWORD"};
 constexpr size_t kNoLimit = SIZE_MAX;
-constexpr size_t kPreviewWidth = 48;  // of a binary preview: sixteen bytes
+constexpr size_t kPreviewWidth = 48;  // characters of a binary preview: sixteen bytes, three each
 constexpr size_t kDumpBytes = 8;      // per line of a hex dump
 
 // A number of the wrong length is shown as bytes: as a number it would be a wrong one. Types that
@@ -47,6 +47,7 @@ Presentation PresentationOf(uint32_t type, size_t length) {
   }
 }
 
+// Narrower than PresentationOf: a link or a big-endian number is shown as text byte by byte.
 bool IsUtf16Type(uint32_t type) {
   return type == kRegSz || type == kRegExpandSz || type == kRegMultiSz;
 }
@@ -54,8 +55,8 @@ bool IsUtf16Type(uint32_t type) {
 // Characters are those of UTF-16: an odd last byte counts as one.
 size_t UnitCount(std::span<const uint8_t> data) { return (data.size() + 1) / 2; }
 
-// These append to `text`, which is empty.
-// At most `limit` characters of a string's text, zeros kept.
+// All of these append to `text`, which is empty. At most `limit` characters of a string's text,
+// zeros kept.
 void AddStringText(std::span<const uint8_t> data, size_t limit, std::string& text) {
   AppendUnits(data, StoredUnits::kOfString, limit, text);
 }
@@ -82,6 +83,7 @@ void AddDwordText(std::span<const uint8_t> data, std::string& text) {
 
 // True when a text has at most so many characters.
 bool CountsAtMost(std::string_view text, size_t characters) {
+  // A character has at least one byte, so short texts need not be counted.
   return text.size() <= characters || CountUnits(text) <= characters;
 }
 
@@ -208,6 +210,7 @@ std::string DataText(uint32_t type, std::span<const uint8_t> data, bool keep_zer
     return text;
   }
   AddStringText(data, kNoLimit, text);
+  // The zero that ends the text is no part of it; any other one is.
   if (!keep_zeros && !text.empty() && text.back() == '\0') text.pop_back();
   return text;
 }
@@ -290,6 +293,7 @@ int IconOfValue(const ValueKey& value) {
   const Presentation presentation = PresentationOf(value.type, value.data_length);
   if (presentation == Presentation::kText) icon = ValueIcon::kString;
   if (presentation == Presentation::kDword) icon = ValueIcon::kDword;
+  // Data that were read before are shown as far as lists show any: no marker takes their place.
   const bool marker = IsListed(value.status) && value.status != ValueStatus::kRead &&
                       value.status != ValueStatus::kReadBefore;
   return static_cast<int>(icon) + (marker ? kErrorIconStep : 0);

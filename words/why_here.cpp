@@ -130,6 +130,7 @@ std::string WhyKeyIsHere(const HiveImage& hive, const KeyTree& tree, uint32_t it
   const bool made = (it.marks & kVirtualMarks) != 0;
   if (made) AddMaking(hive, tree, it, why);
   if (!made && !it.connected && it.parent != kNoItem) AddWayUp(hive, tree, it, why);
+  // Connected, yet only by a list that was searched for: its place rests on that.
   const bool by_found_list = it.connected && it.parent != kNoItem &&
                              (tree.items[it.parent].repairs & kRepairSubkeyList) != 0;
   if (by_found_list) why.Add("The list that names it was found again.");
