@@ -1,4 +1,5 @@
-// Hives below the opened one, shown with it as one.
+// Hives below the opened one, shown with it as one. Each is opened and gets its tree in the way of
+// the first; then its image is moved out of its slot, which the next one takes.
 #include <algorithm>
 #include <array>
 
@@ -12,7 +13,8 @@
 namespace hivequarry {
 namespace {
 
-// Those that go through the keys and values of the tree.
+// Those that go through the keys and values of the tree. Other commands look at a file, its logs or
+// its free space, and a stack has none of its own.
 bool IsOfTree(std::string_view command) {
   constexpr std::array<std::string_view, 10> kCommands = {
       "tree",   "values",        "detail",          "search",        "dates",
@@ -25,6 +27,7 @@ bool IsOfTree(std::string_view command) {
 int OpenBase(const std::string& name, const ConsoleRequest& request, const BuildOptions& options,
              OpenedHive& opened, TreeOfLayer& layer) {
   FileToOpen file = FileOf(request, name);
+  // Range, root path and chosen logs are about the hive on top alone; "none" is about all of them.
   file.start_offset = file.end_offset = 0;
   file.logs = LogChoice();
   if (request.logs.mode == LogMode::kNone) file.logs.mode = LogMode::kNone;
@@ -60,6 +63,8 @@ bool MayStack(const ConsoleRequest& request, std::string_view command) {
     Complain("--hidden needs --base");
     return false;
   }
+  // These are of one file: what its logs removed, what its free space holds, what no list of it
+  // names.
   const bool alone = request.removed || request.freed || request.disconnected_only;
   const bool script = request.hidden && command == "export";
   if (IsOfTree(command) && !alone && !script) return true;
@@ -74,6 +79,7 @@ int StackBases(const ConsoleRequest& request, const BuildOptions& options, Opene
   if (!HasLayers(*opened.hive)) {
     Complain(request.hive + " is no differencing hive: its keys are joined with those below");
   }
+  // That of the first hive: what is moved out of it comes back to it as the stack.
   const int slot = opened.hive->slot;
   std::vector<TreeOfLayer> layers;
   layers.push_back({std::move(*opened.hive), std::move(opened.tree)});
@@ -83,6 +89,7 @@ int StackBases(const ConsoleRequest& request, const BuildOptions& options, Opene
     if (status != kExitDone) return status;
     layers.push_back(std::move(layer));
   }
+  // Opening the others made theirs the current one.
   TheHiveTable().current = slot;
   SetDefaultRoot(request.hive);
   const StackResult stacked =

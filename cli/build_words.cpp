@@ -7,6 +7,7 @@
 namespace hivequarry {
 namespace {
 
+// What the compiler says of its target, not what the machine is that the program runs on.
 #if defined(_WIN32)
 constexpr std::string_view kSystem = "Windows";
 #else

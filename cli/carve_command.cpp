@@ -40,6 +40,8 @@ int CarveCommand(const ConsoleRequest& request) {
   if (StopRequested()) return kExitFailed;
   TellOfUnread(request.hive, carved.unread);
   std::string fault;
+  // Without a folder the list alone is made; what can't be written does not keep it from being
+  // printed.
   if (!request.printing.file.empty()) {
     WriteCarved(carved, {request.printing.file, request.printing.force}, fault);
   }

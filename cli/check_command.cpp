@@ -1,4 +1,5 @@
-// "check": the file is opened and judged, and no tree is built of it.
+// "check": the file is opened and judged, and no tree is built of it. Exit status: kExitDone for a
+// sound structure, kExitDirty for a sound one whose hive is dirty, kExitFailed for faults.
 #include "cli/opened_hive.h"
 #include "hive/root_evidence.h"
 #include "hive/root_path.h"
@@ -11,7 +12,8 @@
 namespace hivequarry {
 namespace {
 
-// What paths begin with: as a load would have it.
+// What paths begin with: as a load would have it. Without a tree nobody has found the root yet, so
+// the base block is believed where it leads to a key.
 void NameRoot(HiveImage& hive, const std::string& chosen) {
   if (!chosen.empty()) return SetRootPath(hive, chosen);
   const uint32_t root = ReadOffset(hive, kBaseRootOffset);

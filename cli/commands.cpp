@@ -1,3 +1,5 @@
+// The table of commands, and what is the same for all of them: opening, evidence, memory, and what
+// was cut short. Commands of the tree's own lists are here, others in files of their own.
 #include <algorithm>
 #include <cstdio>
 
@@ -46,6 +48,7 @@ int TellOfLog(const ConsoleRequest& request, std::string_view command) {
   return about ? Print(request, *ListLogEntries(log)) : kExitFailed;
 }
 
+// Without hashes, for which the whole file would be read once more.
 std::shared_ptr<const ListHead> HeadOf(const HiveImage& hive) {
   auto head = std::make_shared<ListHead>();
   SetLines(*head, HiveHeadLines(hive, HiveHashes()));
@@ -60,6 +63,7 @@ int WithHive(const ConsoleRequest& request, const CommandRow& command, int& fail
   file.build.disconnected_values = NeedsDisconnectedValues(request, command.name);
   OpenedHive opened;
   if (const int status = OpenImageOf(file, opened); status != kExitDone) return status;
+  // The file was read: what lacks memory from here on is the work on it.
   failed = kExitFailed;
   if (const int status = BuildTreeOf(file, opened); status != kExitDone) return status;
   if (request.bases.empty()) {
@@ -75,6 +79,8 @@ int WithHive(const ConsoleRequest& request, const CommandRow& command, int& fail
   if (head) about_hive.head = HeadOf(*opened.hive);
   int status = command.with_hive(about_hive, opened);
   if (status == kExitDone && request.strict && opened.lacks_logs) status = kExitDirty;
+  // Asked last, so that a list without rows is printed in its form whatever the file is: CSV with
+  // its titles.
   const bool invalid =
       status == kExitDone && FoundNothing(opened.summary) && !ValidateAndTell(*opened.hive);
   return invalid ? kExitFailed : status;
@@ -114,6 +120,7 @@ int Values(const ConsoleRequest& request, OpenedHive& opened) {
   if (request.disconnected_only) {
     return Print(request, *ListDisconnectedValues(*opened.hive, opened.tree, options));
   }
+  // kNoItem: the values of every key.
   uint32_t item = kNoItem;
   if (!request.key.empty() && !FindKey(request, opened, item)) return kExitFailed;
   return PrintMade(request, KeyValuesToList(*opened.hive, opened.tree, item, options));
@@ -168,7 +175,7 @@ int Split(const ConsoleRequest& request) {
   return split && printed ? kExitDone : kExitFailed;
 }
 
-// The one command whose FILE is no hive.
+// Its FILE is a list that was made before: no hive is opened, and none is looked for.
 int Convert(const ConsoleRequest& request) {
   ReportHead head;
   const ReportRead read = ReadReportHead(request.hive, head);
@@ -254,8 +261,11 @@ int RunRow(const CommandRow& row, const ConsoleRequest& request) {
 int RunConsoleCommand(const std::string& name, const ConsoleRequest& request) {
   for (const CommandRow& row : kCommands) {
     if (name != row.name) continue;
+    // Of these "-o" names a folder, which may well be there: what is in it they look after
+    // themselves.
     const bool split = name == "split" || name == "carve" || name == "machine";  // a folder
     if (!MayStack(request, name)) return kExitUsage;
+    // Before anything is read, so that nobody waits for a refusal.
     if (!LeadsElsewhere(InputsOf(request)) || (!split && !MayPrint(request.printing)))
       return kExitFailed;
     const int status = RunRow(row, request);

@@ -24,8 +24,8 @@ namespace hivequarry {
 
 // Exit statuses.
 inline constexpr int kExitDone = 0;
-inline constexpr int kExitFailed = 1;  // the operation failed or was stopped
-inline constexpr int kExitUsage = 2;
+inline constexpr int kExitFailed = 1;      // the operation failed or was stopped
+inline constexpr int kExitUsage = 2;       // the command line asks for what can't be
 inline constexpr int kExitUnreadable = 3;  // the file can't be read
 inline constexpr int kExitDirty = 4;       // with "--strict": done, but a dirty hive lacks its logs
 
@@ -51,7 +51,8 @@ struct SecurityRequest {
 struct TimelineRequest {
   std::vector<std::string> files;  // "-": names of files, from the standard input
   std::vector<std::string> folders;
-  std::string form;  // empty: by the format
+  std::string form;  // "bodyfile" and the like; empty: by the format
+  // As typed; empty: UTC. Then names that go in place of those that the hives give.
   std::string zone;
   std::string host;
   std::string user;
@@ -77,7 +78,7 @@ struct CompareRequest {
 struct ConsoleRequest {
   std::string hive;                // file name, UTF-8; for "convert" of a Report List
   std::vector<std::string> hives;  // of "report machine": all of them, the first in `hive` too
-  std::string key;                 // key path, or "@OFFSET"; empty for none
+  std::string key;                 // key path, or "@OFFSET" (FindPosition); empty for none
   uint32_t start_offset = 0;
   uint32_t end_offset = 0;  // 0: no range
   std::string root_path;
@@ -118,7 +119,9 @@ struct ConsoleRequest {
   std::shared_ptr<const ListHead> head = nullptr;  // of lists made of the hive
 };
 
-// Runs the command of that name; returns an exit status, kExitUsage for an unknown name.
+// Runs the command of that name, "security records" where it is one of a group; returns an exit
+// status, kExitUsage for an unknown name. What was cut short is said at the end, and makes
+// kExitFailed of kExitDone. Within BeginOperation and EndOperation, with the host set.
 int RunConsoleCommand(const std::string& name, const ConsoleRequest& request);
 
 }  // namespace hivequarry

@@ -52,6 +52,7 @@ int OpenSide(const ConsoleRequest& request, const std::string& name, const LogCh
   file.logs = logs;
   file.named = true;
   const int status = OpenWithTree(file, side);
+  // Without a key on one side every key of the other would be a difference.
   if (status != kExitDone || !FoundNothing(side.summary)) return status;
   Complain(name + " holds no keys");
   return kExitUnreadable;
@@ -84,6 +85,7 @@ bool PrintPatch(const ConsoleRequest& request, const OpenedSide& from, const Ope
   Printing printing;
   printing.file = file;
   printing.force = request.printing.force;
+  // For an import, not for eyes: control characters stay as they are.
   printing.raw_text = true;
   const std::string root = PatchRoot(from.compared());
   if (root.empty()) {
@@ -100,6 +102,7 @@ bool PrintPatch(const ConsoleRequest& request, const OpenedSide& from, const Ope
 
 void GiveHead(const ConsoleRequest& request, const OpenedSide& a, const OpenedSide& b,
               OutputList& list) {
+  // As for a list of one hive: what goes on to another program needs no head.
   if (request.printing.file.empty() && request.console.quiet) return;
   auto head = std::make_shared<ListHead>();
   SetLines(*head, ComparisonHead(a.described(), b.described()));
@@ -111,6 +114,7 @@ void GiveHead(const ConsoleRequest& request, const OpenedSide& a, const OpenedSi
 int CompareSides(const ConsoleRequest& request, const OpenedSide& a, const OpenedSide& b) {
   HiveDifferences differences;
   HiveCompareOptions options = request.compare.options;
+  // Data as bytes are for programs.
   options.bytes = request.printing.format == Format::kJsonLines;
   const OutputListPtr list = CompareHives(a.compared(), b.compared(), options, differences);
   GiveHead(request, a, b, *list);
@@ -133,6 +137,8 @@ int CompareSides(const ConsoleRequest& request, const OpenedSide& a, const Opene
 
 int CompareCommand(const ConsoleRequest& request) {
   const CompareRequest& compare = request.compare;
+  // Before the output is looked at, which may not take its place: by its content a script is no
+  // evidence, and only its opening would say so.
   KeepEvidence(compare.other);
   if (!MayPrint(request.printing)) return kExitFailed;
   OpenedSide a;
@@ -142,6 +148,7 @@ int CompareCommand(const ConsoleRequest& request) {
   if (status == kExitDone) status = OpenSide(request, compare.other, logs_b, b);
   if (status != kExitDone) return status;
   const std::string& key_b = compare.key.empty() ? request.key : compare.key;
+  // Keys of hives first: where they are says what is meant in a script.
   if (!FindSide(request.key, a) || !FindSide(key_b, b)) return kExitUnreadable;
   if (!FindScriptSide(request.key, b, a)) return kExitUnreadable;
   if (!FindScriptSide(compare.key, a, b)) return kExitUnreadable;

@@ -26,6 +26,7 @@ const ConsoleOptions& Options(void* context) { return *static_cast<ConsoleOption
 // Nobody is asked: questions are answered by --yes, and the answer is printed with them.
 Answer ConsoleMessage(void* context, const char* text, const char* title, Icon, Buttons buttons) {
   const ConsoleOptions& options = Options(context);
+  // What could only be called off goes on: nobody started it but to have it done.
   const bool question = buttons != Buttons::kOk && buttons != Buttons::kOkCancel;
   if (!options.quiet) {
     const char* answer = !question ? "" : options.yes ? " Yes" : " No";
@@ -50,7 +51,8 @@ void ConsoleProgress(void* context, uint32_t position) {
   std::fprintf(stderr, "%u%%\n", percent);
 }
 
-// Seconds between the local time and UTC at a FILETIME.
+// What local clocks showed at a FILETIME, as a FILETIME; unchanged before 1970, and where the C
+// library can't tell. By its fields: local time is taken apart, and put together as if it were UTC.
 uint64_t ConsoleLocalTime(void*, uint64_t utc) {
   constexpr uint64_t kUnixEpoch = 116444736000000000;
   constexpr uint64_t kTicks = 10000000;
@@ -70,6 +72,7 @@ uint64_t ConsoleLocalTime(void*, uint64_t utc) {
 }  // namespace
 
 void SetConsoleHost(ConsoleOptions& options) {
+  // What has no meaning on a console keeps the functions that do nothing.
   Host host = NullHost();
   host.context = &options;
   host.message = ConsoleMessage;

@@ -1,5 +1,7 @@
 #include "cli/file_labels.h"
 
+// Characters are gathered to a line, which the format's own function gives the file's name and
+// hands on. Only a line is kept, so lists of any length pass through.
 #include <algorithm>
 
 #include "host/visible_text.h"
@@ -75,6 +77,8 @@ void FileLabels::EndObject() {
   out_ += line_;
 }
 
+// A text list has lines about itself up to "Number of Items", then rows of several lines, apart by
+// empty ones: each row begins with the name, as wide as the label below it.
 void FileLabels::EndText() {
   const bool empty = line_ == "\r\n" || line_ == "\n";
   if (rows_ && !in_row_ && !empty) {
@@ -87,6 +91,8 @@ void FileLabels::EndText() {
   out_ += line_;
 }
 
+// As the writer of CSV makes its cells: quotes where they are needed, and no formula with
+// --csv-safe.
 std::string FileLabels::FileCell() const {
   const bool formula =
       printing_.csv_safe && std::string_view("=+-@").find(file_.front()) != std::string_view::npos;

@@ -22,6 +22,7 @@ struct RightsWord {
   const char* word;
   uint32_t rights;
 };
+// The numbers are the registry's own access rights.
 constexpr RightsWord kRightsWords[] = {
     {"full", kFullControl},  {"read", kReadRights},     {"write", kWriteRights},
     {"query-value", 0x01},   {"set-value", 0x02},       {"create-subkey", 0x04},
@@ -174,6 +175,7 @@ bool PatternOf(const SearchSettings& settings, SearchPattern& pattern) {
 
 }  // namespace
 
+// Columns are added before the first row: rows have the cells of the columns that are there.
 int SearchCommand(const ConsoleRequest& request, OpenedHive& opened) {
   uint32_t item = 0;
   SearchPattern pattern;
@@ -237,6 +239,7 @@ int SecurityKeysCommand(const ConsoleRequest& request, OpenedHive& opened) {
   SecurityQuery query;
   if (!QueryOf(request.security, query)) return kExitUsage;
   if (query.mode == SecurityMode::kRecord) {
+    // As it is typed it counts from the start of the hive in the file.
     query.record = PositionOfPlace(*opened.hive, query.record);
   }
   return PrintBranch(request, opened, kListSecurityKeys, [&](uint32_t item, OutputList& list) {
@@ -279,8 +282,10 @@ int ReportCommand(const ConsoleRequest& request, OpenedHive& opened) {
     });
   }
   const ReportInfo* report = FindReport(request.report);
+  // Decoders and reports share one name space: names of both are arguments of "report".
   if (report == nullptr) return kExitUsage;
   return PrintBranch(request, opened, report->kind, [&](uint32_t item, OutputList& list) {
+    // Some reports begin at a named key though it is no part of their structure.
     const bool named = !request.key.empty();
     if (!RunReportOnHive(report->report, *opened.hive, opened.tree, item, named, list)) {
       Complain(kNothingToReport);

@@ -23,6 +23,7 @@ void AddHivesOfFolder(const std::string& folder, HivesOfFolder& all) {
   add(found.unread, all.unread);
 }
 
+// UTF-8, as arguments are; lines that are empty name nothing.
 void AddNamesOfInput(std::vector<std::string>& files) {
   for (std::string line; std::getline(std::cin, line);) {
     if (!line.empty()) files.push_back(line);

@@ -1,4 +1,5 @@
-// What the machine is that several hives are of.
+// What the machine is that several hives are of. All of them are open at once, as ListMachine looks
+// at them together.
 #include <memory>
 #include <vector>
 
@@ -40,6 +41,7 @@ int MachineCommand(const ConsoleRequest& request) {
     Complain("--root, --logs FILE, --soff and --eoff are about one hive");
     return kExitUsage;
   }
+  // Trees are pointed to, so they keep their places while more hives are opened.
   std::vector<std::unique_ptr<OpenedHive>> opened;
   std::vector<MachineHive> hives;
   int status = kExitDone;

@@ -114,8 +114,8 @@ struct PartWriter {
   PartWriter& operator=(const PartWriter&) = delete;
 };
 
-// Rows go to the part's file at once, and stay for the report; positions are those in the hive's
-// file. A hive without rows leaves nothing.
+// Rows go to the text of the part's file at once, while their hive is open, as JSON Lines have
+// positions in the hive's file; they stay for the report. A hive without rows leaves nothing.
 void AddToPart(Machine& machine, PartWriter& writer, const SourceFile& source,
                const HiveImage& hive, OutputListPtr list) {
   if (RowCount(*list) == 0) return;
@@ -173,7 +173,7 @@ void AddHive(Machine& machine, const SourceFile& source, Writers& writers) {
   }
   const HiveImage& hive = *opened.hive;
   CheckListOptions options;
-  options.most = 100000;
+  options.most = 100000;  // rows of a hive; that some were left out is told
   CheckedHive checked = CheckOpenedHive(hive, CheckedState::kFile, options);
   if (checked.left_out != 0) {
     AddProblem(machine, source.label, std::to_string(checked.left_out) + " rows of check left out");
@@ -242,6 +242,7 @@ void ReadSources(Machine& machine) {
     source.size = fs::file_size(FilePath(name), error);
     source.sha256 = HashOfFile(name, [] { return StopRequested(); });
     source.log = log;
+    // A file without a hash is opened all the same: what can be read of it is in the lists.
     if (source.sha256.empty()) AddProblem(machine, source.label, "can't be read whole");
     machine.sources.push_back(std::move(source));
   };
@@ -251,7 +252,8 @@ void ReadSources(Machine& machine) {
   std::ranges::sort(machine.sources, {}, &SourceFile::label);
 }
 
-// One file after another; each part's file is open all the while.
+// One file after another; the text of each part's file grows with every hive, and is written when
+// all were read.
 void ReadAll(Machine& machine) {
   Writers writers;
   for (Part& part : machine.parts) {
@@ -333,6 +335,7 @@ std::vector<HtmlSection> SectionsOf(Machine& machine, const std::string& ending)
     sections.push_back(std::move(machine.parts[i].section));
   }
   OutputListPtr joined = JoinLists(sections);
+  // Made of all sections so far, and shown after the files and the overview.
   sections.insert(sections.begin() + 2, SectionOf("joined", "What several lists or files tell of",
                                                   std::move(joined), "joined" + ending));
   sections.push_back(std::move(machine.parts[0].section));
@@ -349,6 +352,7 @@ bool WriteReport(Machine& machine, const std::string& ending) {
                   "otherwise. The files were read and not written; logs were applied in memory."};
   report.pictures.push_back(BarsOf(machine.timeline));
   report.sections = SectionsOf(machine, ending);
+  // Where SectionsOf puts it.
   const OutputList& joined = *report.sections[2].lists.front().second;
   return WriteText(machine, "joined" + ending, TextOfList(joined, machine.printing)) &&
          WriteFile(machine, "report.html",
@@ -408,6 +412,7 @@ bool MayWriteTo(const std::string& out, const std::string& folder, bool force) {
   std::error_code error;
   const fs::path from = fs::weakly_canonical(FilePath(folder), error);
   const fs::path to = fs::weakly_canonical(FilePath(out), error);
+  // All of the evidence's path being the beginning of the output's, the output would be in it.
   const auto [last, unused] = std::mismatch(from.begin(), from.end(), to.begin(), to.end());
   if (error || last == from.end()) {
     Complain("The output would be written into " + folder + " itself");
@@ -442,6 +447,7 @@ int MachineFolderCommand(const ConsoleRequest& request) {
   }
   ReadAll(machine);
   if (StopRequested()) return kExitFailed;
+  // Before the report takes the lists over.
   const size_t problems = RowCount(*machine.problems);
   if (!WriteAll(machine)) return kExitFailed;
   if (!request.console.quiet) {

@@ -78,7 +78,8 @@ Format FormatOf(const std::string& name) {
   return name == "jsonl" ? Format::kJsonLines : Format::kText;
 }
 
-// Of file names with commas between them the first; each may have commas in itself.
+// Of file names with commas between them the first; each may have commas in itself, so the longest
+// that is a file is taken. Where none is, the text up to the first comma: its opening says why.
 std::string_view FirstName(std::string_view names) {
   std::error_code ignored;
   for (size_t end = names.size(); end != names.npos && end != 0; end = names.rfind(',', end - 1)) {
@@ -89,6 +90,7 @@ std::string_view FirstName(std::string_view names) {
 }
 
 // "none", "auto", or file names.
+// What `choice` has of a bound stays: "--until" may have come before.
 LogChoice LogChoiceOf(const std::string& text, LogChoice choice) {
   choice.files.clear();
   choice.mode = text == "none" ? LogMode::kNone : LogMode::kAuto;
@@ -103,6 +105,8 @@ LogChoice LogChoiceOf(const std::string& text, LogChoice choice) {
   return choice;
 }
 
+// Functions Add... declare a command, or arguments that several have; `request` takes what is
+// parsed and must outlive the parser.
 void AddHive(CLI::App* command, ConsoleRequest& request) {
   command->add_option("HIVE", request.hive, "Hive file, or a file that holds a hive")->required();
 }
@@ -111,8 +115,6 @@ void AddBranch(CLI::App* command, ConsoleRequest& request) {
   command->add_option("KEY", request.key, "Only this key (path or @OFFSET) and those below it");
 }
 
-// Functions Add... declare a command, or arguments that several have; `request` takes what is
-// parsed and must outlive the parser.
 void AddAccess(CLI::App* command, ConsoleRequest& request) {
   command
       ->add_option_function<int>(
@@ -248,6 +250,7 @@ void AddCompare(CLI::App& app, ConsoleRequest& request) {
   command->add_flag_function(
       "--ignore-time,!--no-ignore-time",
       [&compare](int64_t count) {
+        // The parser counts a negated flag below 0.
         compare.options.heed_times = count < 0;
         compare.options.times |= count < 0;
       },
@@ -272,10 +275,12 @@ void AddCompare(CLI::App& app, ConsoleRequest& request) {
   command->add_flag("--text", compare.options.text, "Text up to its first zero");
 }
 
+// A command, and a report of several hives.
 constexpr const char* kMachine = "machine";
 
 void AddCommands(CLI::App& app, ConsoleRequest& request) {
   app.require_subcommand(1);
+  // Options of all commands may come after a command's name.
   app.fallthrough();
   CLI::App* info = app.add_subcommand("info", "What the file is, and what was found in it");
   AddHive(info, request);
@@ -488,6 +493,7 @@ void CompleteSearch(ConsoleRequest& request) {
 }
 
 // "security records": its own name after that of its group. A report's name is an argument.
+// As the table of commands has it (cli/commands.cpp).
 std::string CommandName(const CLI::App& app) {
   const CLI::App* command = app.get_subcommands().front();
   const std::string name = command->get_name();
@@ -497,7 +503,8 @@ std::string CommandName(const CLI::App& app) {
   return group ? name + " " + command->get_subcommands().front()->get_name() : name;
 }
 
-// Where the words of the command end; 0 where there is none.
+// Where the words of the command end; 0 where there is none. Before the line is parsed, so an
+// option and its argument are passed over by what the parser knows of it.
 size_t EndOfCommand(const CLI::App& app, const std::vector<std::string>& arguments,
                     std::string& name) {
   const auto is_group = [](const std::string& word) {
@@ -516,7 +523,8 @@ size_t EndOfCommand(const CLI::App& app, const std::vector<std::string>& argumen
   return 0;
 }
 
-// Without "-o" and its file.
+// Without "-o" and its file, which all runs share: their output is joined before it is written.
+// `place` is a number in the arguments, and comes to be that of the same one in what is left.
 std::vector<std::string> WithoutOutput(const std::vector<std::string>& arguments, size_t& place) {
   std::vector<std::string> rest;
   for (size_t i = 0; i < arguments.size(); ++i) {
@@ -593,6 +601,7 @@ int Run(std::vector<std::string> arguments) {
   ManyRuns runs;
   std::vector<UnreadPlace> unread;
   runs.place = many.asked ? EndOfCommand(app, without, command) : 0;
+  // Without a command the parser is left to say what is missing.
   many.asked = runs.place != 0 && command != "timeline";  // which takes them itself
   const bool together = many.asked && command == "report machine";
   if (many.asked) {
@@ -605,6 +614,8 @@ int Run(std::vector<std::string> arguments) {
     if (together) {
       arguments.insert(place, runs.files.begin(), runs.files.end());
     } else {
+      // One file for the parser, which wants one: so faults of the line are told once, before any
+      // run.
       arguments.insert(place, runs.files.empty() ? "none" : runs.files.front());
     }
   }

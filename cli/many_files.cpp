@@ -60,6 +60,7 @@ HivesOfFolder FilesOf(const ManyFiles& many) {
     }
   }
   for (const std::string& folder : many.folders) AddHivesOfFolder(folder, all);
+  // By the name alone: a file that is named and is in a folder too, spelt otherwise, is done twice.
   std::unordered_set<std::string> known;
   std::erase_if(all.hives,
                 [&known](const std::string& file) { return !known.insert(file).second; });
@@ -91,6 +92,7 @@ struct Summary {
 
 // The file's own logs, where they were found by what they hold, come first among the arguments.
 Running Start(const ManyRuns& runs, size_t number) {
+  // The file's name has its place among them; options for all commands may be before the command.
   std::vector<std::string> arguments = runs.arguments;
   arguments.insert(arguments.begin() + static_cast<std::ptrdiff_t>(runs.place), runs.files[number]);
   if (const auto logs = runs.logs.find(runs.files[number]); logs != runs.logs.end()) {
@@ -117,6 +119,7 @@ void TellMessages(const std::string& file, std::string_view text) {
 // Waits for the run's end. False where the output takes no more, or the user stopped.
 bool PrintRun(Running& run, FileLabels& labels, Summary& summary) {
   constexpr size_t kPiece = 64 * 1024;
+  // Also after a stop: on a terminal the signal has reached the run as well.
   const int status = run.process == nullptr ? kExitFailed : EndWorker(*run.process);
   bool printed = true;
   labels.Begin(run.file);
@@ -183,6 +186,7 @@ int RunForFiles(const ManyRuns& runs, const Printing& printing) {
     Complain(std::to_string(runs.files.size()) + " files: " + std::to_string(summary.done) +
              " done, " + std::to_string(summary.failed) + " failed");
   }
+  // An output that is not whole is a failure, unless a file did worse.
   if (printed && whole) return summary.worst;
   return Rank(summary.worst) > Rank(kExitFailed) ? summary.worst : kExitFailed;
 }

@@ -15,7 +15,8 @@
 namespace hivequarry {
 namespace {
 
-// What became of logs that the user named. False when one of them can't be read.
+// What became of logs that the user named. False when one of them can't be read: what is shown
+// without it would not be what was asked for.
 bool TellOfChosenLogs(const FileToOpen& file, const HiveImage& hive) {
   if (file.logs.mode != LogMode::kChosen) return true;
   if (hive.logs == nullptr || hive.logs->logs.empty()) {
@@ -61,6 +62,7 @@ int OpenImageOf(const FileToOpen& file, OpenedHive& opened) {
   table.logs = file.logs;
   const int slot = OpenHiveAndTell(file.name);
   if (slot < 0) return StopRequested() ? kExitFailed : kExitUnreadable;
+  // Before `hive` is set: a hive with other logs than were asked for is not worked on.
   if (!TellOfChosenLogs(file, HiveOfSlot(slot))) return kExitUnreadable;
   opened.hive = &HiveOfSlot(slot);
   return kExitDone;
@@ -69,6 +71,7 @@ int OpenImageOf(const FileToOpen& file, OpenedHive& opened) {
 int BuildTreeOf(const FileToOpen& file, OpenedHive& opened) {
   opened.summary = BuildImageTree(*opened.hive, file.build, opened.tree);
   if (opened.summary.stopped) return kExitFailed;
+  // Not before the tree is made: a build that was stopped says nothing of the hive.
   for (const std::string& words : {UndoneWords(*opened.hive), LogsWords(*opened.hive)}) {
     if (!words.empty()) Complain(file.named ? file.name + ": " + words : words);
   }
@@ -86,6 +89,7 @@ bool LeadsElsewhere(const std::vector<std::string>& inputs) {
     return std::ranges::find_if(
         inputs, [stream](const std::string& input) { return WritesInto(stream, input); });
   };
+  // There is no stream left to say it on.
   if (input_of(stderr) != inputs.end()) return false;
   const auto into = input_of(stdout);
   if (into == inputs.end()) return true;
@@ -116,6 +120,7 @@ bool FindPosition(const HiveImage& hive, std::string_view text, uint32_t& positi
   if (!parsed || layer >= hive.stack->layers.size()) return false;
   const StackLayer& at = hive.stack->layers[layer];
   const uint32_t own = PositionOfPlace(at.hive, position);
+  // In the stack's image the layers' images are one after another.
   position = own < at.hive.length ? own + at.start : kNoOffset;
   return true;
 }

@@ -15,7 +15,7 @@
 namespace hivequarry {
 
 // What a command works on. The hive is a slot of the table of hives and stays until that is
-// emptied; the tree is its own.
+// emptied; null until it was opened. The tree is its own.
 struct OpenedHive {
   HiveImage* hive = nullptr;
   KeyTree tree;
@@ -55,7 +55,8 @@ bool MayStack(const ConsoleRequest& request, std::string_view command);
 // then. kExitDone, or the status of a failure, after a message.
 int StackBases(const ConsoleRequest& request, const BuildOptions& options, OpenedHive& opened);
 
-// "4660" or "0x1234", after an "@" or without one.
+// "4660" or "0x1234", after an "@" or without one. False for any other text; `position` is of no
+// use then.
 bool ParsePosition(std::string_view text, uint32_t& position);
 // The image position that "@OFFSET" names, in a stack also "@LAYER:OFFSET": as the file of the
 // layer counts, the topmost's without a number. False for any other text. That anything is there is

@@ -89,6 +89,7 @@ void ComplainOfFile(const std::string& file, int error) {
   Complain("Could Not Open or Create File " + file + " (" + why + ")");
 }
 
+// After a stop nothing is said: the user knows, and a file is not kept.
 bool PrintTo(const Printing& printing, const Writer& write) {
   const std::string& file = printing.file;
   OutputFile output;

@@ -26,6 +26,7 @@ void Tell(const ConsoleRequest& request, const Repaired& repaired) {
 
 int RepairCommand(const ConsoleRequest& request, OpenedHive& opened) {
   const std::string& name = request.printing.file;
+  // A hive does not go to the standard output: it is read back, which only a file allows.
   if (name.empty()) {
     Complain("Name the new hive: -o FILE");
     return kExitUsage;

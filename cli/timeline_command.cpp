@@ -1,4 +1,5 @@
-// "timeline": the events of one or several hives in one order.
+// "timeline": the events of one or several hives in one order. Hives are opened one after another,
+// and only events stay of them; they are sorted and written once all are read.
 #include <algorithm>
 #include <cstdlib>
 #include <filesystem>
@@ -46,6 +47,7 @@ HivesOfFolder FilesOf(const ConsoleRequest& request, std::string& key) {
 // go on.
 bool AddFile(const ConsoleRequest& request, const std::string& name, bool several,
              const std::string& key, TimelineOptions options, Timeline& timeline) {
+  // Frees the hive before this one: files may be more than there are slots.
   ResetHiveTable();
   FileToOpen file = FileOf(request, name);
   file.named = several;
@@ -59,6 +61,7 @@ bool AddFile(const ConsoleRequest& request, const std::string& name, bool severa
   about.path = name;
   about.label = several ? name : LeafOf(FilePath(name));
   NameMachine(*opened.hive, opened.tree, about);
+  // What the user says goes before what the hive says.
   if (!request.timeline.host.empty()) about.host = request.timeline.host;
   if (!request.timeline.user.empty()) about.user = request.timeline.user;
   options.item = ItemNamed(opened, key);
@@ -154,6 +157,7 @@ int TimelineCommand(const ConsoleRequest& asked) {
     Complain("No hives");
     return kExitUnreadable;
   }
+  // All of them before an output is opened: the last one is evidence as much as the first.
   for (const std::string& file : files) KeepEvidence(file);
   if (!LeadsElsewhere(files) || !MayPrint(request.printing)) return kExitFailed;
   request.paired = PairAndTell(request, files, all.logs);
