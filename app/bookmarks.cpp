@@ -25,7 +25,7 @@ constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 
 bool IsControl(char c) { return static_cast<uint8_t>(c) < 0x20 || c == 0x7F; }
 
-// One line of UTF-8 that fits its field.
+// One line of UTF-8 that fits its field, cut between two characters.
 std::string CleanText(std::string_view text) {
   std::string clean = StrictUtf8(text.substr(0, 4 * kMaxBookmarkText));
   std::ranges::replace_if(clean, IsControl, ' ');
@@ -34,7 +34,7 @@ std::string CleanText(std::string_view text) {
   return clean.substr(0, end);
 }
 
-// Time
+// --- time ----------------------------------------------------------------------------------------
 
 // "2010-11-28T13:05:00Z", to the second; empty for no time and for one that four digits of a year
 // do not hold.
@@ -74,7 +74,7 @@ bool ReadTime(std::string_view text, uint64_t& time) {
   return TimeText(time) == text;  // no day that its month does not have, no minute 60
 }
 
-// Fields after the first four
+// --- fields after the first four -----------------------------------------------------------------
 
 constexpr std::string_view kValueField = "value=";
 constexpr std::string_view kListField = "list=";
@@ -129,7 +129,7 @@ bool TakeField(std::string_view field, Bookmark& bookmark) {
   return field.starts_with(kRowField) || field.starts_with(kTagsField);
 }
 
-// Lines
+// --- lines ---------------------------------------------------------------------------------------
 
 std::string_view CutField(std::string_view& text) {
   const std::string_view field = text.substr(0, text.find('\t'));
@@ -301,6 +301,8 @@ bool ReadText(std::FILE* stream, std::string& text) {
 
 }  // namespace
 
+// A line with a path alone may be any text that somebody wrote into the file: a root of the
+// registry says that it is a path.
 bool ReadBookmarkLine(std::string_view text, Bookmark& bookmark) {
   if (text.size() > kMaxBookmarkLine || text.starts_with('#') || text.starts_with(';')) {
     return false;
@@ -328,11 +330,14 @@ bool LoadBookmarks(const std::string& file, Bookmarks& bookmarks) {
   bookmarks = Bookmarks();
   int error = 0;
   std::FILE* stream = OpenFile(file, "rb", error);
+  // A file that is there and can't be opened must not be taken for an empty one: saving would
+  // replace it.
   if (stream == nullptr) return bookmarks.whole = error == ENOENT;
   std::string text;
   const bool read = ReadText(stream, text);
   std::fclose(stream);
   bookmarks.whole = read && text.size() <= kMaxBookmarkFile;
+  // Of a file that is too long the lines that are whole.
   if (!bookmarks.whole) text.resize(text.substr(0, kMaxBookmarkFile).rfind('\n') + 1);
   SplitLines(text, bookmarks.lines);
   return bookmarks.whole;
@@ -351,6 +356,7 @@ BookmarkChange AddBookmark(Bookmarks& bookmarks, Bookmark bookmark) {
   Clean(bookmark);
   if (bookmark.time == 0) bookmark.time = FileTimeNow();
   if (bookmark.path.empty()) return BookmarkChange::kBadPath;
+  // On a copy: what has no room changes nothing.
   std::vector<BookmarkLine> lines = bookmarks.lines;
   const size_t old = FindLine(lines, bookmark);
   const bool moved = old < lines.size();
@@ -391,6 +397,7 @@ bool DeleteBookmark(Bookmarks& bookmarks, const Bookmark& bookmark) {
 }
 
 size_t FindBookmarkLine(const Bookmarks& bookmarks, const Bookmark& bookmark) {
+  // By all that the line would say, as a file may have several bookmarks of one thing.
   const std::string text = LineOf(bookmark);
   for (size_t line = 0; line < bookmarks.lines.size(); ++line) {
     const BookmarkLine& at = bookmarks.lines[line];
@@ -402,6 +409,7 @@ size_t FindBookmarkLine(const Bookmarks& bookmarks, const Bookmark& bookmark) {
 bool SameBookmark(const Bookmark& a, const Bookmark& b) {
   if (a.kind != b.kind || !SameKeyPath(a.path, b.path)) return false;
   if (!EqualIgnoringCase(a.value, b.value) || a.list != b.list || a.row != b.row) return false;
+  // A position tells things apart in one file alone.
   if (a.sha256.empty() || b.sha256.empty()) return true;
   const bool places = a.position != kNoOffset && b.position != kNoOffset;
   return a.sha256 == b.sha256 && (!places || a.position == b.position);

@@ -73,7 +73,8 @@ struct Bookmarks {
 // Reads the file (UTF-8 name); a missing one holds no bookmarks. False when it can't be read, or
 // when it is too long: its first lines are there then, but it can't be written.
 bool LoadBookmarks(const std::string& file, Bookmarks& bookmarks);
-// Writes them to the file. A failure leaves the old file whole.
+// Writes them to the file. False, with the old file whole, on failure and for lines that are not
+// all that the file holds.
 bool SaveBookmarks(const std::string& file, const Bookmarks& bookmarks);
 // One line without its end. False, and nothing changed, when it is no bookmark.
 bool ReadBookmarkLine(std::string_view text, Bookmark& bookmark);

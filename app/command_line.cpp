@@ -83,6 +83,8 @@ void ParseOption(std::string_view word, CommandLine& result) {
 void ParseOptions(std::string_view line, CommandLine& result) {
   std::string_view word = CutWord(line);
   std::string_view rest = line;
+  // Each word is looked at once another one follows it: the last is the folder of a backup, or of
+  // no use.
   for (std::string_view next = CutWord(line); !next.empty(); next = CutWord(line)) {
     if (CutPrefix(word, "-eoff=")) {
       // The file name may hold blanks: it is all of the line after the number.
@@ -96,6 +98,7 @@ void ParseOptions(std::string_view line, CommandLine& result) {
     word = next;
     rest = line;
   }
+  // Without "-eoff=" there was no range, to which the position belongs.
   result.key_position = kNoOffset;
   if (!result.backup_hives.empty()) result.backup_folder = CleanName(word);
   if (result.backup_folder.empty()) result.backup_hives.clear();
@@ -117,6 +120,7 @@ CommandLine ParseCommandLine(std::string_view line) {
   std::string_view rest = line;
   if (EqualIgnoringCase(CutWord(rest), "--evidence")) {
     result.evidence = true;
+    // What follows is a line like any other: its first character says what it is.
     line = rest.substr(std::min(rest.find_first_not_of(kBlanks), rest.size()));
   }
   if (line.empty() || BytesOfCharacters(line, kMaxLine) < line.size()) return result;

@@ -18,7 +18,7 @@ struct CommandLine {
   uint32_t start_offset = 0;  // partial range
   uint32_t end_offset = 0;    // excluded
   uint32_t key_position = kNoOffset;  // image position of a key to select, with a range only
-  int open_mode = 0;                  // 2 or 3 by the switch letter
+  int open_mode = 0;                  // 2 or 3 by the switch letter; 0 for any other, or none
   char switch_letter = 0;             // as given after "/"
   // An unattended backup: hive selectors in upper case, and the folder. Both set, or none.
   std::vector<std::string> backup_hives;

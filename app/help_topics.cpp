@@ -91,6 +91,7 @@ std::string HelpFileOf(const std::string& program) {
   return program.substr(0, program.find_last_of("\\/") + 1) + kHelpFileName;
 }
 
+// "file:///C:/..." for a drive, "file://server/share/..." for a share.
 std::string FileAddress(std::string_view path, std::string_view anchor) {
   std::string slashed(path);
   std::ranges::replace(slashed, '\\', '/');

@@ -19,7 +19,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// Puts the file where its content says that it belongs.
+// Puts the file where its content says that it belongs. Its first bytes are read alone, up to the
+// header of the block after a base block.
 void AddFile(const fs::path& path, HivesOfFolder& found) {
   std::string name = NameOfPath(path);
   int error = 0;
@@ -43,7 +44,8 @@ void AddFile(const fs::path& path, HivesOfFolder& found) {
   }
 }
 
-// Looks at the files of one folder; the folders in it are added to those that wait.
+// Looks at the files of one folder; the folders in it are added to those that wait, so that nothing
+// recurses over a disk.
 void LookIn(const fs::path& folder, std::vector<fs::path>& waiting, HivesOfFolder& found) {
   std::error_code error;
   for (fs::directory_iterator at(FilePath(NameOfPath(folder)), error);

@@ -22,7 +22,7 @@ struct HivesOfFolder {
 };
 // The hives and logs in a folder and those below it: a hive begins as one, or has lost its base
 // block and begins with blocks. Links are not followed. What can't be read stops nothing. Ends
-// early when the user stops.
+// early when the user stops. Opens each file, and reads the logs.
 HivesOfFolder FindHivesOfFolder(const std::string& folder);
 
 }  // namespace hivequarry

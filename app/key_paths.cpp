@@ -25,7 +25,8 @@ constexpr const char* kUsers = "HKEY_USERS";
 constexpr const char* kClasses = "HKEY_CLASSES_ROOT";
 constexpr const char* kConfig = "HKEY_CURRENT_CONFIG";
 
-// Where the system mounts hives, and where one that holds less than a hive file is at home.
+// Where the system mounts hives, and where one that holds less than a hive file is at home. What is
+// below another place comes before it: the first way that leads to a key is taken.
 constexpr std::string_view kMounts[] = {
     "HKEY_LOCAL_MACHINE\\SYSTEM\\CurrentControlSet",
     "HKEY_LOCAL_MACHINE\\SOFTWARE\\Classes",
@@ -40,8 +41,9 @@ constexpr std::string_view kMounts[] = {
     kUser,
 };
 
-// Writing and reading
+// --- writing and reading -------------------------------------------------------------------------
 
+// A "%" that stands for itself is none, so most names are written as they are.
 bool IsEscape(std::string_view text, size_t at) {
   return text[at] == '%' && at + 2 < text.size() && DigitOf(text[at + 1]) < 16 &&
          DigitOf(text[at + 2]) < 16;
@@ -118,7 +120,7 @@ Names RootNames(const HiveImage& hive) {
   return names;
 }
 
-// Comparing
+// --- comparing -----------------------------------------------------------------------------------
 
 // "ControlSet001" and the like, and the name under which the system shows one of them.
 bool IsControlSet(std::string_view name) {
@@ -149,7 +151,7 @@ bool IsBelow(Place top, Place place) {
          (SamePart(top[last], place[last]) || SamePart(top[last], WithoutNumber(place[last])));
 }
 
-// Places: paths with views replaced by what they show
+// --- places: paths with views replaced by what they show -----------------------------------------
 
 bool IsUserName(std::string_view name) {
   return StartsIgnoringCase(name, "S-1-") || EqualIgnoringCase(name, ".DEFAULT");
@@ -189,13 +191,14 @@ Names PlaceOf(Names names, bool user_classes) {
   return names;
 }
 
-// Looking into the tree
+// --- looking into the tree -----------------------------------------------------------------------
 
 using Items = std::vector<uint32_t>;
 
 // The number of the control set in use, from the key beside them; 0 when it does not say.
 uint32_t CurrentControlSet(const HiveImage& hive, uint32_t select) {
   constexpr uint32_t kDword = 4;
+  // "Select" has four values; a damaged list may name any number.
   uint32_t budget = 64;
   std::vector<uint32_t> positions;
   const KeyNode key = ReadKeyNode(hive, select, KeyRead::kFields);
@@ -204,6 +207,7 @@ uint32_t CurrentControlSet(const HiveImage& hive, uint32_t select) {
     std::vector<uint8_t> data;
     const ValueKey value = ReadValueKey(hive, position, ValueRead::kData, kDword, &data);
     if (value.status == ValueStatus::kRead && EqualIgnoringCase(value.name, "Current")) {
+      // The names of sets have three digits: the low two bytes are more than enough.
       return data.size() == kDword ? data[0] + (data[1] << 8U) : 0;
     }
   }
@@ -284,7 +288,7 @@ Reached Reach(const HiveImage& hive, const KeyTree& tree, Place names) {
   return best;
 }
 
-// One way in which a place may lie in a hive: what of it is below the hive's root.
+// One way in which a place may lie in a hive: the names of it that are below the hive's root.
 struct Way {
   Names below;
   bool own = false;  // the hive's own place
@@ -308,6 +312,8 @@ void AddMountWays(Place place, Place mount, bool mounted, std::vector<Way>& ways
 
 std::vector<Way> WaysTo(const Names& wanted, const Names& root) {
   std::vector<Way> ways;
+  // HKEY_CLASSES_ROOT shows the classes of user and machine as one: which is meant, the other side
+  // says.
   const bool user_classes = IsUserBranch(wanted) || IsUserBranch(root);
   const Names place = PlaceOf(wanted, user_classes);
   const Names mount = PlaceOf(root, user_classes);
@@ -399,6 +405,7 @@ FoundKey FindKeyPath(const HiveImage& hive, const KeyTree& tree, std::string_vie
   for (const Way& way : WaysTo(wanted, root)) {
     const Reached reached = Reach(hive, tree, way.below);
     if (reached.whole) return {reached.item, true};
+    // Elsewhere the same names are other keys: half of such a way proves nothing.
     const bool counts = way.own || !HasRoot(root);
     if (counts && (reached.depth > depth || (way.own && nearest.item == kNoItem))) {
       nearest.item = reached.item;

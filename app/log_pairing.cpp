@@ -1,5 +1,7 @@
 #include "app/log_pairing.h"
 
+// First the hives that need logs are found, by their base blocks alone; then each log that no name
+// places is read, and looked up among them by what a hive and its logs have in common.
 #include <algorithm>
 #include <array>
 #include <string_view>
@@ -80,6 +82,7 @@ const Side* HiveOf(const Side& log, const Hives& hives, PairedLogs& paired) {
   const auto [first, end] = hives.equal_range(BondOf(log));
   for (auto at = first; at != end; ++at) {
     const Side& hive = at->second;
+    // Older than the hive: its entries are in the file already.
     if (log.base.sequence1 < hive.base.sequence2) continue;
     if (found != nullptr) {
       paired.told.push_back(Concat({log.name, " is a log that fits ", found->name, " and ",
@@ -94,13 +97,14 @@ const Side* HiveOf(const Side& log, const Hives& hives, PairedLogs& paired) {
 }  // namespace
 
 PairedLogs PairLogs(const std::vector<std::string>& hives, const std::vector<std::string>& logs) {
-  constexpr size_t kMostLogs = 2;  // of a hive
+  constexpr size_t kMostLogs = 2;  // of a hive: ".LOG1" and ".LOG2"
   PairedLogs paired;
   Hives dirty;
   Names names;
   for (const std::string& name : hives) {
     Side hive;
     if (StopRequested()) return paired;
+    // Nothing to be paired: no hive is opened for it.
     if (logs.empty()) break;
     names.insert(CapitalsOfText(name));
     if (NeedsLogs(name, hive)) dirty.emplace(BondOf(hive), hive);

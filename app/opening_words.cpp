@@ -52,6 +52,7 @@ uint32_t SizeOfFile(const std::string& file) {
 }  // namespace
 
 int OpenHiveAndTell(const std::string& file_name) {
+  // By a range any bytes of any file may be asked for.
   const bool whole = TheHiveTable().end_offset <= TheHiveTable().start_offset;
   HiveLog log;
   if (whole && IsLogFile(file_name, log)) {
@@ -92,6 +93,8 @@ void OpenRootInCopy(const HiveImage& hive, uint32_t root_position) {
   LaunchSelf(RangeArguments(FullName(hive.file_name), start, end), kLaunchPlain);
 }
 
+// A log begins with a copy of its hive's base block, which alone looks like a hive: what follows
+// its first unit tells.
 bool IsLogFile(const std::string& file_name, HiveLog& log) {
   uint8_t start[kLogUnit + 4] = {};
   int error = 0;
@@ -123,6 +126,7 @@ bool ValidateAndTell(HiveImage& hive) {
       OtherFileWords(PartOf(ImageBytes(hive), 0, kOtherFileStart), hive.length);
   const std::string text = kNoHiveText + (words.empty() ? words : "\r\n" + words);
   ShowMessage(text.c_str(), "Error", Icon::kExclamation);
+  // What would come after is about a hive.
   RequestStop();
   return false;
 }

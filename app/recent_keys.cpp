@@ -23,7 +23,8 @@ void AddBehind(RecentKeys& keys, const std::string& path) {
   if (!clean.empty() && keys.size() < kRecentKeys && !Holds(keys, clean)) keys.push_back(clean);
 }
 
-// A key that the file does not have reads as an empty text.
+// A key that the file does not have reads as an empty text, so a number that was never used is not
+// written.
 bool Put(const std::string& file, size_t number, const std::string& text) {
   const std::string key = KeyOf(number);
   if (ReadProfile(file, kSection, key.c_str(), "", kMaxAsciiKeyPath) == text) return true;

@@ -146,7 +146,7 @@ ColourChoice ColoursFromText(std::string_view text) {
   return static_cast<ColourChoice>(found - kColourWords);
 }
 
-// Reading
+// --- reading -------------------------------------------------------------------------------------
 
 // Gaps and what comes twice are left out; a file without any keeps what is built in.
 void ReadHistory(const ProfileLookup& lookup, const HistoryRow& row, Histories& histories) {
@@ -227,6 +227,7 @@ void ReadBookmarkPane(const ProfileLookup& lookup, BookmarkPaneSettings& pane) {
 }
 
 void ReadOptions(const ProfileLookup& lookup, Options& options) {
+  // "Z" is no digit: a file without the key leaves all options as they are built in.
   SetOptionDigits(lookup("KAS", "KGP1", "Z", kMaxText), options);
   options.code_page_text = lookup("KAS", "CPT", "", kMaxText) == "1";
   options.window_for_each = lookup("KAS", "OWE", "", kMaxText) == "1";
@@ -251,7 +252,7 @@ void ReadMainWindow(const ProfileLookup& lookup, Settings& settings) {
   settings.detail_share = sizes[1];
 }
 
-// Writing
+// --- writing -------------------------------------------------------------------------------------
 
 // The file that the keys are set in; nothing more is written once that failed.
 struct Writer {
@@ -398,6 +399,7 @@ namespace {
 
 // The entries at the beginning that came, or moved there, since the history was read.
 size_t NewEntries(const History& read, const History& ours) {
+  // What is old is in the order in which it was read, with gaps where an entry moved to the front.
   const auto is_rest = [&](size_t from) {
     auto at = read.begin();
     for (size_t i = from; i < ours.size(); ++i) {
@@ -416,6 +418,7 @@ size_t NewEntries(const History& read, const History& ours) {
 void TakeOthersHistory(const History& read, const History& file, History& ours) {
   const History added(ours.begin(),
                       ours.begin() + static_cast<std::ptrdiff_t>(NewEntries(read, ours)));
+  // What others added or moved; then what came here goes before it again.
   if (file != read) ours = file;
   for (auto at = added.rbegin(); at != added.rend(); ++at) AddToHistory(ours, *at);
 }
@@ -464,6 +467,7 @@ ColumnChoice ReadColumns(std::string_view text) {
     int column = 0;
     const auto [end, error] = std::from_chars(part.data(), part.data() + part.size(), column);
     const bool whole = error == std::errc() && end == part.data() + part.size();
+    // One number that is none makes the others doubtful: the list is shown as built in.
     if (!whole || std::abs(column) >= kMaxOwnColumns) return {};
     if (std::ranges::find(choice.order, std::abs(column)) != choice.order.end()) return {};
     choice.order.push_back(std::abs(column));
@@ -485,6 +489,8 @@ ColumnChoice ColumnsFor(const ColumnChoice& choice, int count) {
   return columns;
 }
 
+// Member by member: a record that was changed on both sides, as a window's place, is ours as a
+// whole.
 void TakeOthersSettings(const Settings& read, const Settings& file, Settings& ours) {
   const auto join = [&](const HistoryRow& row) {
     TakeOthersHistory(read.histories.*row.history, file.histories.*row.history,

@@ -126,9 +126,9 @@ struct TimelineSettings {
 // The pane of bookmarks ("KBMP").
 struct BookmarkPaneSettings {
   bool shown = false;
-  bool below = true;  // the other panes; else at their right
-  int height = 0;     // at 96 dpi; 0: built-in
-  int width = 0;
+  bool below = true;         // the other panes; else at their right
+  int height = 0;            // where it is below, pixels at 96 dpi; 0: built-in
+  int width = 0;             // likewise where it is at the right
   std::vector<int> columns;  // "w50"...; fewer than there are, or 0: built-in
   bool operator==(const BookmarkPaneSettings&) const = default;
 };

@@ -5,9 +5,9 @@ namespace hivequarry {
 
 inline constexpr const char* kStopQuestion = "Stop current Process ?";
 
-// The stop command (Ctrl+Q): ignored while a backup is under 200 steps, silent when idle, asks
-// "Stop current Process ?" unless the operation may be stopped without asking. True when the flags
-// of the operation (host/long_operation.h) were cleared.
+// The stop command (Ctrl+Q): ignored while a backup is under kBackupStoppable steps, silent when
+// idle, asks "Stop current Process ?" unless the operation may be stopped without asking. True when
+// the flags of the operation (host/long_operation.h) were cleared.
 bool StopCommand();
 
 }  // namespace hivequarry
