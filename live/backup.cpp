@@ -29,6 +29,7 @@ std::string DateName(bool automatic, const CalendarTime& day) {
 
 // The path without a last component that is named by a date, and its separators.
 std::string WithoutDate(std::string base, char letter) {
+  // "B26-11-22"; a letter may follow.
   constexpr size_t kShortest = 9;
   const size_t start = base.find_last_of("\\/:") + 1;  // 0 without a separator
   const std::string_view name = std::string_view(base).substr(start);
@@ -86,6 +87,7 @@ SaveTrouble SaveAs(Saving& saving, RegistryKey key, const Place& place) {
   int ignored = 0;
   const std::string beside = NameBeside(file, ignored);
   if (beside.empty()) return {kRegistryDenied};
+  // The call makes the file, so nothing may be under its name.
   const SaveTrouble trouble = SaveInto(key, beside);
   // Not every system heeds the descriptor in the call itself.
   const bool saved = trouble.error == kRegistryDone;
@@ -218,6 +220,7 @@ bool EnsureFolder(const HiveRun& run) {
 HiveRunResult RunBackup(const HiveRun& run, const std::string& settings_file) {
   for (int hive = 0; hive < kLiveHives; ++hive) TellState(run, hive, HiveState::kNeutral);
   if (!HasBackupPrivilege(run) || !EnsureFolder(run)) return {};
+  // Held for all of the hives; asking for it above was for the notice alone.
   const EnabledPrivilege privilege(Privilege::kBackup);
   Saving saving{run};
   const HiveRunResult result = ForEachHive(run, [&](int hive) { return SaveHive(saving, hive); });

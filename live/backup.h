@@ -12,8 +12,10 @@
 namespace hivequarry {
 
 // The folder for a backup of that day: named by the date, in `base` or in place of such a name at
-// the end of it; the next free letter is after the date. Empty when none is left.
+// the end of it; the next free letter is after the date, where that name is taken. Empty when none
+// is left. Nothing is made.
 std::string BackupFolderName(const std::string& base, bool automatic, const CalendarTime& today);
+// By this machine's zone: names of folders and the record of the last backup are its user's.
 CalendarTime LocalNow();
 
 // Tells the run when the process may not save hives.

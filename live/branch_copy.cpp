@@ -1,5 +1,7 @@
 #include "live/branch_copy.h"
 
+// The walk gives keys with their values; of each key on the way down the copy's own is open beside
+// it. A key's security is read when it is entered and set when all below it is done.
 #include <vector>
 
 #include "hive/root_path.h"
@@ -11,7 +13,7 @@
 namespace hivequarry {
 namespace {
 
-constexpr int32_t kInvalidName = 123;
+constexpr int32_t kInvalidName = 123;  // the platform's code
 constexpr uint32_t kParts = kOwnerInformation | kGroupInformation | kDaclInformation;
 
 bool HoldsZero(std::u16string_view name) { return name.find(u'\0') != name.npos; }
@@ -95,6 +97,7 @@ int32_t BranchCopy::Run() {
 
 // False when the key has no place in the copy.
 bool BranchCopy::Enter(const SourceKey& key) {
+  // The mount is a key of what is copied: without this the copy would be copied into itself.
   if (from_users_ && key.level == 2 && walk_.key_name() == mount_) return false;
   if (walk_.key() == 0) {
     AddError(key.path, {}, key.error);
@@ -105,6 +108,7 @@ bool BranchCopy::Enter(const SourceKey& key) {
   const int32_t error = target.key.error();
   if (error != kRegistryDone) {
     AddError(key.path, {}, RegistryErrorText(error));
+    // Without its first key there is no copy.
     if (key.level == 1) failure_ = error;
     return false;
   }

@@ -143,6 +143,8 @@ class Comparison {
     return true;
   }
 
+  // A key that only leads on: one value, that of a link, and nothing below it. It is opened itself
+  // then, not what it leads to. Asked on systems with two views alone.
   bool IsLink(uint32_t item) const {
     if (!two_views_ || values_.size() != 1 || tree_.items[item].end != item + 1) return false;
     return ReadValueKey(hive_, values_[0], ValueRead::kFields, 0, nullptr).type == kRegLink;
@@ -174,6 +176,7 @@ class Comparison {
     const std::u16string name = WideItemName(hive_, tree_, item);
     if (!IsUsableKeyName(name)) return OpenedKey(0, kBadName);
     const Level& parent = levels_.back();
+    // Below it all keys are of the 32-bit view.
     wow64 = parent.wow64 || IsWow64Name(name);
     return OpenedKey(parent.key.key(), name.c_str(), kRegistryRead | RegistryViewOf(wow64),
                      link ? kRegistryOpenLink : 0);
@@ -309,6 +312,7 @@ class Comparison {
     const std::string text = TextOfWide(name);
     const std::string shown = ShownKeyName(text);
     const std::string path = PathOf(item) + '\\' + shown;
+    // As shown the path may have lost something of a name; then rows keep it as it is stored, too.
     std::string stored = StoredItemPath(hive_, tree_, item);
     if (stored.empty() && shown != text) stored = ItemPath(hive_, tree_, item);
     if (!stored.empty()) stored.append("\\").append(text);
@@ -397,6 +401,7 @@ ComparisonCheck CheckComparison(const HiveImage& hive, const KeyTree& tree, uint
   }
   LivePlace place;
   if (!FindLivePlace(hive, place)) return {ComparisonFault::kNoRoot};
+  // The root first: without it the key's own absence would say nothing.
   OpenedKey key = OpenLive(hive, tree, 0, place);
   if (key.error() == kRegistryDenied) return {ComparisonFault::kRootDenied};
   if (key.error() != kRegistryDone) return {ComparisonFault::kNoRoot};

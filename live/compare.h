@@ -38,7 +38,7 @@ struct ComparisonCheck {
   ComparisonFault fault = ComparisonFault::kNone;
   std::string path = {};  // of the item's key in the registry, for the last two
 };
-// Whether the item's branch can be compared. Changes nothing.
+// Whether the item's branch can be compared. Opens the root and the item's key; changes nothing.
 ComparisonCheck CheckComparison(const HiveImage& hive, const KeyTree& tree, uint32_t item);
 // kListCompare, on a worker: the item's key and all below it as displayed, a key before its
 // children, in each key the values of the hive, then values and then keys that are in the registry

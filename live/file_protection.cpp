@@ -11,7 +11,9 @@
 namespace hivequarry {
 namespace {
 
-// Header with owner, group and audit list absent; then the access list of two entries.
+// Bytes of a self-relative descriptor: a header of 20 bytes (revision, flags, four offsets: owner,
+// group and audit list absent), then the access list of two entries. The flags say that the list is
+// there, that it inherits nothing, and that the descriptor is self-relative.
 constexpr uint8_t kDescriptor[] = {
     1, 0, 0x04, 0x90, 0,    0,    0,    0, 0,  0, 0, 0, 0,    0,    0, 0, 20, 0, 0, 0,  // protected
     2, 0, 52,   0,    2,    0,    0,    0,                                              // 52 bytes
@@ -35,6 +37,7 @@ bool CopyProtected(const std::string& from, const std::string& to) {
   std::FILE* const source = OpenFile(from, "rb", error);
   std::FILE* const made = source == nullptr ? nullptr : OpenFile(to, "wb", error);
   bool copied = made != nullptr;
+  // Before the first byte: nobody gets at the content in between.
   if (copied) ProtectFile(to);
   std::vector<char> piece(1 << 20);
   while (copied) {

@@ -24,6 +24,7 @@ void RemoveFiles(const std::vector<std::string>& files) {
 
 }  // namespace
 
+// Two numbers, which a write makes different at its beginning and equal at its end.
 bool IsSettled(const std::string& hive) {
   int error = 0;
   std::FILE* const opened = OpenFile(hive, "rb", error);
@@ -50,6 +51,7 @@ std::string CopyHiveWithLogs(const std::string& hive, const std::string& place) 
   if (made.empty()) return failure;
   std::vector<std::string> logs;
   bool copied = CopyProtected(hive, made);
+  // A log that is copied under the copy's name is what a system will replay into it.
   for (const std::string& log : LogsOf(hive)) {
     logs.push_back(place + std::string(LogEnding(log, hive)));
     copied = copied && CopyProtected(log, logs.back());
@@ -60,6 +62,7 @@ std::string CopyHiveWithLogs(const std::string& hive, const std::string& place) 
 }
 
 std::string NameForCopy(const std::string& hive, const std::string& folder) {
+  // Bounds the look at a folder; nobody makes as many copies.
   constexpr int kMaxTries = 999;
   const std::string base = NameInFolder(folder, LeafOf(FilePath(hive)));
   for (int number = 1; number <= kMaxTries && IsExistingFolder(folder); ++number) {

@@ -22,6 +22,7 @@ int32_t LoadHiveIntoRegistry(const std::u16string& name, const std::string& file
 }
 
 int32_t UnloadHiveFromRegistry(const std::u16string& name) {
+  // As for loading.
   const EnabledPrivilege restore(Privilege::kRestore);
   const EnabledPrivilege backup(Privilege::kBackup);
   return CurrentRegistry().unload(kUsers, name.c_str());
@@ -29,6 +30,7 @@ int32_t UnloadHiveFromRegistry(const std::u16string& name) {
 
 void ListKeyAndSubkeys(const std::string& path, OutputList& list) {
   SetListTitle(list, path);
+  // Keys below the second level are passed over as the walk comes to their parents.
   RegistryWalk walk(path, kRegistryRead | kRegistry64Bit);
   for (SourceKey key; walk.NextKey(key);) {
     if (key.level > 1) walk.SkipChildren();

@@ -15,7 +15,7 @@ namespace hivequarry {
 // kMaxLiveData, or that grow faster than they are read.
 template <typename Read>
 int32_t ReadLiveData(std::vector<uint8_t>& room, uint32_t& size, const Read& read) {
-  // Nearly all data fit in this.
+  // Bytes; nearly all data fit in this.
   constexpr uint32_t kFirstRoom = 4096;
   uint32_t wanted = kFirstRoom;
   for (int attempt = 0; attempt < 4 && wanted <= kMaxLiveData; ++attempt) {
@@ -23,6 +23,8 @@ int32_t ReadLiveData(std::vector<uint8_t>& room, uint32_t& size, const Read& rea
     size = static_cast<uint32_t>(room.size());
     const int32_t error = read(room.data(), &size);
     if (error != kRegistryMoreData) return error;
+    // Data may have grown meanwhile; where the call tells of no larger size there is more room all
+    // the same.
     wanted = std::max(size, static_cast<uint32_t>(room.size()) + 1);
   }
   return kRegistryMoreData;

@@ -14,7 +14,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr uint32_t kNameRoom = 256;         // UTF-16 units, ending zero included
+// UTF-16 units, ending zero included: the longest name of a key that the registry allows.
+constexpr uint32_t kNameRoom = 256;
 constexpr uint32_t kMaxUserHives = 0x4000;  // far more than a system can hold
 
 // The backup flag, set as long as the object lives.
@@ -77,7 +78,8 @@ bool Ask(const HiveRun& run, HiveQuestion question, const std::string& file) {
   return run.ask && run.ask(question, file);
 }
 
-// In the table's order; a stop is heeded between two hives, never within one.
+// In the table's order; a stop is heeded between two hives, never within one. It clears the flag
+// that the turn has set.
 HiveRunResult ForEachHive(const HiveRun& run, const std::function<bool(int hive)>& work) {
   const BackupTurn turn;
   HiveRunResult result;
@@ -138,6 +140,7 @@ std::string WithoutEndSeparators(std::string folder) {
 
 bool DeleteNamedFile(const std::string& file) {
   std::error_code error;
+  // False also where there was no such file.
   return !IsExistingFolder(file) && !IsEvidence(file) && fs::remove(FilePath(file), error);
 }
 

@@ -23,7 +23,7 @@ struct LiveHive {
 };
 // In the order in which they are saved and replaced.
 inline constexpr int kLiveHives = 9;
-inline constexpr int kBootHive = 7;  // as are all after it, on systems from 2006 on
+inline constexpr int kBootHive = 7;  // that of the boot menu; it and those after it: from 2006 on
 const std::array<LiveHive, kLiveHives>& LiveHiveTable();
 // Sets of hives are bits by place in the table.
 constexpr uint32_t HiveBit(int hive) { return 1U << hive; }

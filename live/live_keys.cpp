@@ -25,6 +25,8 @@ std::string_view LastName(std::string_view path) { return path.substr(path.rfind
 }  // namespace
 
 std::string ReadDescriptor(RegistryKey key, uint32_t parts) {
+  // Most descriptors fit; else the call says how much it wants, which may change until the next
+  // one.
   std::string descriptor(512, '\0');
   for (;;) {
     auto size = static_cast<uint32_t>(descriptor.size());
@@ -111,6 +113,8 @@ bool RegistryWalk::Enter(const Child& child, SourceKey& key) {
   }
   const std::string name = TextOfWide(child.name);
   key.name = ShownKeyName(name);
+  // The paths are built in place: a walk over a million keys makes no text for each of their
+  // parents.
   path_.resize(parent.path_length);
   stored_path_.resize(parent.stored_length);
   if (path_.size() < kLongestPath) {
@@ -206,10 +210,12 @@ int32_t RegistryWalk::ReadValue(SourceValue& value, uint32_t& data_size, uint32_
     return CurrentRegistry().enum_value(key(), next_value_, name_.data(), &name_size, &value.type,
                                         data, size);
   };
+  // So that the first call for data succeeds as a rule.
   const uint32_t longest = std::min(levels_.back().counts.longest_data, kMaxLiveData);
   if (data_.size() < longest) data_.resize(longest);
   int32_t error = ReadLiveData(data_, data_size, read);
   if (error != kRegistryMoreData) return error;
+  // Asked once more without room for data, which gives the rest.
   data_size = 0;
   error = read(nullptr, &data_size);
   return error == kRegistryDone ? kRegistryMoreData : error;

@@ -14,7 +14,7 @@
 namespace hivequarry {
 namespace {
 
-constexpr size_t kMostAnswers = 1024;
+constexpr size_t kMostAnswers = 1024;  // kept; then they begin anew, to bound the memory
 
 // What a query says of one descriptor: many keys have the same.
 struct DescriptorAnswer {
@@ -53,6 +53,7 @@ void AddMatch(OutputList& list, const SourceKey& key, const std::string& owner,
               const std::string& account) {
   const int year = CalendarOfFileTime(key.last_write).year;
   std::string date;
+  // Outside these years the time is no date that anybody set.
   if (year >= 1901 && year <= 2099) date = FormatTimestamp(key.last_write, false);
   AddLiveRow(list, {key.path, owner, account, {date, DateValue(key.last_write)}}, key);
 }
@@ -85,6 +86,8 @@ void FindKeys(uint32_t roots, const Reading& reading, const PermissionQuery& que
 bool FindLiveKeysByPermissions(uint32_t roots, const PermissionQuery& query, bool resolve,
                                OutputList& list) {
   Reading reading;
+  // Entries that allow and deny are in the DACL, which needs no privilege; others may be in the
+  // SACL.
   if (query.kind != AceKind::kAudit && query.kind != AceKind::kOther) {
     FindKeys(roots, reading, query, resolve, list);
     return true;

@@ -16,6 +16,7 @@ bool IsFolder(const KeyItem& it) {
 
 bool FindLivePlace(const HiveImage& hive, LivePlace& place) {
   place = LivePlace();
+  // Without the number that tells hives of one place apart.
   place.prefix = hive.root.label.substr(0, hive.root.label_length);
   RootSplit split;
   if (!SplitRootPath(place.prefix, split)) return false;

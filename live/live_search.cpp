@@ -69,6 +69,7 @@ void SearchRegistry(uint32_t roots, const SearchPattern& pattern, OutputList& li
   for (const std::string& path : PathsOfRoots(roots)) {
     const std::unique_ptr<KeySource> keys = KeysOfRegistry(path);
     for (SourceKey key; keys->NextKey(key);) {
+      // As deep as in a hive, so that both find the same.
       if (key.level < kMaxSearchDepth) {
         SearchKey(search, *keys, key);
       } else {

@@ -83,6 +83,8 @@ struct Descriptor {
   uint32_t parts = 0;
 };
 
+// False for a record that is damaged anywhere: half a descriptor would open a key to everybody, or
+// close it. Its lists must be inside it, and it must have an owner.
 bool ReadDescriptor(const HiveImage& hive, uint32_t key, Descriptor& descriptor) {
   SecurityRecordInfo info;
   if (!ReadSecurityRecord(ImageBytes(hive), ReadOffset(hive, key + kKeySecurity), info))

@@ -36,6 +36,7 @@ MountedHives ReadMountedHives() {
     if (error != kRegistryDone) break;
     hives.names.push_back(CapitalName(std::u16string_view(name).substr(0, length)));
   }
+  // Only the whole list says of a key that it is none; a running system has some hives.
   hives.listed = error == kRegistryNoMoreItems && !hives.names.empty();
   return hives;
 }

@@ -5,6 +5,7 @@
 namespace hivequarry {
 namespace {
 
+// Made of the platform's when first asked for; tests put another in its place.
 Registry& TableInForce() {
   static Registry table = PlatformRegistry();
   return table;

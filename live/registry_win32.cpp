@@ -27,6 +27,8 @@ uint64_t TimeOf(const FILETIME& time) {
   return time.dwLowDateTime | uint64_t{time.dwHighDateTime} << 32;
 }
 
+// Functions of the table in live/registry.h: each gives the system's own error code, and fills what
+// it was asked for whatever that is. Sizes of names are characters, those of data bytes.
 int32_t Open(RegistryKey key, const char16_t* sub_key, uint32_t options, uint32_t access,
              RegistryKey* opened) {
   HKEY handle = nullptr;
@@ -37,8 +39,6 @@ int32_t Open(RegistryKey key, const char16_t* sub_key, uint32_t options, uint32_
 
 int32_t Close(RegistryKey key) { return RegCloseKey(HandleOf(key)); }
 
-// Functions of the table in live/registry.h: each gives the system's own error code, and fills what
-// it was asked for whatever that is. Sizes of names are characters, those of data bytes.
 int32_t QueryInfo(RegistryKey key, KeyCounts* counts) {
   DWORD subkeys = 0, longest_subkey = 0, values = 0, longest_name = 0, longest_data = 0;
   FILETIME time = {};
@@ -171,6 +171,7 @@ int32_t SaveInto(RegistryKey key, HANDLE file) {
 }
 
 int32_t KeyName(RegistryKey key, std::u16string* name) {
+  // The kernel's number of that question.
   constexpr int kNameInformation = 3;
   constexpr ULONG kMostBytes = 0x10000;
   const auto query = KernelCall<LONG(WINAPI*)(HANDLE, int, void*, ULONG, ULONG*)>("NtQueryKey");
@@ -240,6 +241,7 @@ std::u16string CapitalName(std::u16string_view name) {
 }
 
 bool Has32BitView() {
+  // Native: a 32-bit program asks what the system is, not what it is shown.
   SYSTEM_INFO info = {};
   GetNativeSystemInfo(&info);
   return info.wProcessorArchitecture == PROCESSOR_ARCHITECTURE_AMD64 ||

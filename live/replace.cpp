@@ -75,7 +75,8 @@ bool IsReplaced(Replacing& state, const Place& place) {
   return true;
 }
 
-// True also for a hive that this run has replaced under another name.
+// True also for a hive that this run has replaced under another name. Nothing that is asked or
+// deleted comes before the refusals.
 bool ReplaceKey(Replacing& state, const Place& place, const std::string& file) {
   if (!IsWholeHive(state, place)) return false;
   if (IsReplaced(state, place)) return true;
@@ -135,6 +136,7 @@ bool ReplaceHive(Replacing& state, int number) {
   if (!IsNameTaken(file)) return false;
   const Place place = {hive.root, hive.sub_key, hive.path};
   if (number == kBootHive) {
+    // Asked here too: no copy is made for a hive that is refused.
     if (!IsWholeHive(state, place)) return false;
     file = OnBootDrive(state, file);
   }

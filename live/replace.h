@@ -17,7 +17,8 @@ struct SystemPlaces {
 // `drive` is "C:"; whatever the case.
 bool LiesOn(std::string_view path, std::string_view drive);
 
-// The hives that the folder has files for, as bits.
+// The hives that the folder has files for, as bits (HiveBit); whether the files are hives nobody
+// has looked.
 uint32_t MatchingHives(const std::string& folder);
 // Puts the folder's files in the hives' places. The folder is on the system's drive. What the
 // system used until now becomes "FILE.bak" beside the new file; one of that name that is there is

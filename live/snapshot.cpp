@@ -1,5 +1,8 @@
 #include "live/snapshot.h"
 
+// A root that is one hive is saved by the registry. Any other key is copied: an empty hive is
+// written beside the place, mounted, filled and unmounted. Either file gets its mark and then takes
+// its place.
 #include <array>
 #include <chrono>
 #include <cstdio>
@@ -92,6 +95,8 @@ bool WriteEmptyHive(const std::string& file) {
 bool IsFreeForSnapshot(const std::string& place) {
   if (IsEvidence(place)) return false;
   int error = 0;
+  // By its content a snapshot is a hive, and so protected (IsProtected): its signature tells it
+  // apart.
   const FilePointer old(OpenFile(place, "rb", error));
   uint8_t bytes[4] = {};
   const bool snapshot = old != nullptr && ReadFileBytes(old.get(), 0, bytes, 4) == 4 &&
@@ -113,7 +118,7 @@ std::string NameForMaking(const std::string& place) {
 
 // Whatever looks into new keys and files (a scanner, an indexer) holds them for a moment.
 int32_t UnloadPatiently(const std::u16string& mount) {
-  constexpr std::chrono::milliseconds kLongest{640};
+  constexpr std::chrono::milliseconds kLongest{640};  // of a pause; 1.3 seconds in all
   int32_t error = UnloadHiveFromRegistry(mount);
   for (std::chrono::milliseconds pause{10}; error != kRegistryDone && pause <= kLongest;
        pause *= 2) {
@@ -156,6 +161,7 @@ class HiveInTheMaking {
   bool Keep(std::vector<std::string>& logs) {
     if (IsSettled(made_)) RemoveLogs();
     const std::vector<std::string> needed = loaded_ ? LogsOf(made_) : std::vector<std::string>();
+    // Emptied, so that the destructor leaves the file alone.
     const std::string made = std::exchange(made_, {});
     if (!PutInPlace(made, place_, true)) return false;
     for (const std::string& log : needed) {

@@ -44,6 +44,8 @@ bool IsSameLength(std::span<const uint8_t> file, std::span<const uint8_t> live, 
   for (const size_t zero : {size_t{1}, unit}) {
     if (IsLongerByZero(file, live, zero) || IsLongerByZero(live, file, zero)) return true;
   }
+  // Data that a record holds itself fill its four bytes with zeros: how many of these count
+  // differs.
   return file.size() <= kSmallData && LengthToZero(file, unit) == LengthToZero(live, unit);
 }
 
