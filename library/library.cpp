@@ -1,3 +1,6 @@
+// The functions of library/hivequarry.h over the rooms below. Numbers from outside are checked here
+// (IsKey), a lack of memory ends here (WithMemory), and what goes out is copied: nobody outside
+// holds anything of the rooms.
 #include <algorithm>
 #include <cstring>
 #include <new>
@@ -234,6 +237,7 @@ int hq_key_info_of(const hq_hive* hive, hq_key key, hq_key_info* info) {
   if (!HasKeyCell(hive->tree, key)) return 1;
   info->position = FilePlace(image, item.position);
   info->last_write = LastWriteOf(image, hive->tree, key);
+  // Not by ValuesOf: what is kept there would change a hive that is const here.
   info->values = WithMemory(0U, [&] {
     std::vector<uint32_t> values;
     ReadWholeValueList(image, item.position, values);
@@ -272,6 +276,7 @@ int hq_value_info_of(hq_hive* hive, hq_key key, uint32_t index, hq_value_info* i
     if (position == kNoOffset) return 1;
     const HiveImage& image = ImageOf(*hive);
     std::vector<uint8_t> data;
+    // With the data, as only reading them tells whether they can be.
     const ValueKey value = ReadValueKey(image, position, ValueRead::kData, kMaxValueData, &data);
     info->position = FilePlace(image, position);
     info->type = value.type;
@@ -317,6 +322,7 @@ size_t hq_bytes(const hq_hive* hive, uint64_t position, void* out, size_t size) 
     const auto count =
         static_cast<uint32_t>(plain ? std::min<uint64_t>(size - done, end - position) : 1);
     const ByteView part = PartOf(ImageBytes(image), at, count);
+    // Bytes of the file that the image does not have.
     if (part.size() < count) break;
     std::memcpy(bytes + done, part.data(), count);
     done += count;
@@ -329,6 +335,7 @@ int hq_check(const hq_hive* hive, int (*each)(void* context, const hq_finding* f
              void* context) {
   return WithMemory(-2, [&] {
     CheckListOptions options;
+    // All levels, no bound, by position: so row and finding of a number are about the same.
     options.least = CheckLevel::kNote;
     BeginOperation(kOperationLoad);
     const CheckedHive checked = CheckOpenedHive(ImageOf(*hive), CheckedState::kFile, options);
