@@ -176,6 +176,12 @@ struct EventWriter {
   std::string message = {};  // scratch
   std::string path = {};     // of the event's key
   Lines out = {};
+  // Of the plaso form the cells between clock and key, and whose they are: from one event to the
+  // next they are mostly the same.
+  std::string middle = {};
+  const char* middle_event = nullptr;
+  uint32_t middle_hive = 0;
+  bool middle_local = false;
   // The key's escaped text in `out`, from the message on; none where it is not known.
   size_t key = 0;
   size_t key_size = 0;
@@ -412,19 +418,37 @@ void PutJson(const TimelineEvent& event, EventWriter& writer) {
 }
 
 // "04/04/2012,01:58:40,".
-void PutDateAndClock(std::string_view time, bool safe, Lines& out) {
+void PutDateAndClock(const std::string& time, bool safe, Lines& out) {
+  constexpr size_t kSize = 20;
   if (time.empty()) {
     PutTextCell("00/00/0000", safe, out);
     return PutTextCell("--:--:--", safe, out);
   }
-  Put(time.substr(5, 2), out);
-  Put("/", out);
-  Put(time.substr(8, 2), out);
-  Put("/", out);
-  Put(time.substr(0, 4), out);
-  Put(",", out);
-  Put(time.substr(11, 8), out);
-  Put(",", out);
+  char* const at = RoomFor(out, kSize);
+  std::memcpy(at, time.data() + 5, 2);
+  at[2] = at[5] = '/';
+  std::memcpy(at + 3, time.data() + 8, 2);
+  std::memcpy(at + 6, time.data(), 4);
+  at[10] = at[19] = ',';
+  std::memcpy(at + 11, time.data() + 11, 8);
+  out.used += kSize;
+}
+
+// From the zone to the host.
+const std::string& PlasoMiddle(const TimelineEvent& event, EventWriter& writer) {
+  const bool same = writer.middle_event == event.event && writer.middle_hive == event.hive &&
+                    writer.middle_local == event.local;
+  if (same) return writer.middle;
+  const TimelineHive& hive = writer.timeline.hives[event.hive];
+  const bool safe = writer.look.safe;
+  const bool zone = !event.local && writer.look.minutes_east != 0;
+  writer.middle = Concat({event.local ? "local" : "UTC", zone ? writer.times.zone : "",
+                          ",M...,REG,Registry key,", CsvField(event.event, safe), ",",
+                          CsvField(hive.user, safe), ",", CsvField(hive.host, safe), ","});
+  writer.middle_event = event.event;
+  writer.middle_hive = event.hive;
+  writer.middle_local = event.local;
+  return writer.middle;
 }
 
 // The cells of the key's path and of the message, which mostly is the event's word and that path.
@@ -450,17 +474,9 @@ void PutKeyAndMessage(const TimelineEvent& event, EventWriter& writer) {
 // Seventeen columns. Local time without decimals; the FILETIME is in the last column. What is no
 // time has zeros for its date, so that no line is lost.
 void PutPlaso(const TimelineEvent& event, EventWriter& writer) {
-  const TimelineHive& hive = writer.timeline.hives[event.hive];
-  const TimelineLook& look = writer.look;
   Lines& out = writer.out;
-  PutDateAndClock(IsoTime(writer.times, event), look.safe, out);
-  Put(event.local ? "local" : "UTC", out);
-  if (!event.local && look.minutes_east != 0) Put(writer.times.zone, out);
-  Put(",", out);
-  Put("M...,REG,Registry key,", out);
-  PutTextCell(event.event, look.safe, out);
-  PutTextCell(hive.user, look.safe, out);
-  PutTextCell(hive.host, look.safe, out);
+  PutDateAndClock(IsoTime(writer.times, event), writer.look.safe, out);
+  Put(PlasoMiddle(event, writer), out);
   PutKeyAndMessage(event, writer);
   Put("2,", out);
   Put(writer.files[event.hive], out);
