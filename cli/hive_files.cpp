@@ -1,9 +1,12 @@
 #include "cli/hive_files.h"
 
+#include <filesystem>
 #include <iostream>
+#include <system_error>
 
 #include "cli/commands.h"
 #include "cli/print_list.h"
+#include "host/files.h"
 
 namespace hivequarry {
 
@@ -23,9 +26,13 @@ void AddHivesOfFolder(const std::string& folder, HivesOfFolder& all) {
   add(found.unread, all.unread);
 }
 
-// UTF-8, as arguments are; lines that are empty name nothing.
+// UTF-8, as arguments are; lines that are empty name nothing. A list may have been made on Windows,
+// where a line ends in two characters.
 void AddNamesOfInput(std::vector<std::string>& files) {
   for (std::string line; std::getline(std::cin, line);) {
+    std::error_code ignored;
+    const bool end = line.ends_with('\r') && !std::filesystem::exists(FilePath(line), ignored);
+    if (end) line.pop_back();
     if (!line.empty()) files.push_back(line);
   }
 }

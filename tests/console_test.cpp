@@ -213,6 +213,8 @@ TEST_F(ConsoleTest, SeveralFilesAtOnce) {
   const std::string errors = ContentOf(Sibling("errors"));
   EXPECT_NE(errors.find("Can not open nosuch"), std::string::npos) << errors;
   EXPECT_NE(errors.find("3 files: 2 done, 1 failed"), std::string::npos) << errors;
+  // Of a list that was made on Windows.
+  EXPECT_EQ(Shell("printf 'd/e/a\\r\\n\\r\\nd/b,1\\n' | $CLI --quiet info --files - 2>&1"), 0);
   // What could not be looked through is told, whatever the others give.
   EXPECT_EQ(Run("--format csv tree A\u00E4 -r d -r nosuch", "", ""), 1);
   EXPECT_NE(ContentOf(Sibling("errors")).find("Can not read nosuch (No such file"),
