@@ -322,6 +322,11 @@ bool ReadBookmarkLine(std::string_view text, Bookmark& bookmark) {
     if (!read.further.empty()) read.further += '\t';
     read.further += field;
   }
+  // The text of a row without its list is of nothing that is known.
+  if (read.kind != BookmarkKind::kRow && !read.row.empty()) {
+    read.further += Concat({read.further.empty() ? "" : "\t", kRowField, read.row});
+    read.row.clear();
+  }
   bookmark = std::move(read);
   return true;
 }

@@ -104,6 +104,8 @@ TEST(BookmarkFileTest, FieldsAfterTheNote) {
       {"\tvalue=", BookmarkKind::kValue, " : (Default value)"},
       {"\ttags= to do ,x,, X,\u0416", BookmarkKind::kKey, "", kNoOffset, "to do, x, \u0416"},
       {"\tlist=51\trow=a; b", BookmarkKind::kRow, " : a; b"},
+      {"\trow=a; b\tlist=51", BookmarkKind::kRow, " : a; b"},
+      {"\tmore\trow=a; b", BookmarkKind::kKey, "", kNoOffset, "", "more\trow=a; b"},
       {"\tat=0x1020x\tvalue=%E4\tsha256=12\tlist=-1\tmore\tlater=1", BookmarkKind::kKey, "",
        kNoOffset, "", "at=0x1020x\tvalue=%E4\tsha256=12\tlist=-1\tmore\tlater=1"},
   };
