@@ -126,10 +126,10 @@ hq_status OpenInto(const char* file_name, hq_logs logs, hq_hive& hive) {
   OpenFailure failure;
   hive.slot = OpenHive(file_name, failure);
   if (hive.slot < 0) {
+    if (failure.fault == OpenFault::kTableFull) return HQ_TOO_MANY;
+    if (failure.fault == OpenFault::kNoMemory) return HQ_NO_MEMORY;
     TheLibrary().open_error = failure.error;
-    return failure.fault == OpenFault::kTableFull  ? HQ_TOO_MANY
-           : failure.fault == OpenFault::kNoMemory ? HQ_NO_MEMORY
-                                                   : HQ_CANNOT_OPEN;
+    return HQ_CANNOT_OPEN;
   }
   HiveImage& image = HiveOfSlot(hive.slot);
   TellOfUnread(file_name, image.unread);
@@ -331,15 +331,30 @@ size_t hq_bytes(const hq_hive* hive, uint64_t position, void* out, size_t size) 
   return done;
 }
 
+namespace {
+
+// Ends however the work ends.
+struct OperationTurn {
+  OperationTurn() { BeginOperation(kOperationLoad); }
+  ~OperationTurn() { EndOperation(); }
+  OperationTurn(const OperationTurn&) = delete;
+  OperationTurn& operator=(const OperationTurn&) = delete;
+};
+
+// All levels, no bound, by position: so row and finding of a number are about the same.
+CheckedHive CheckAll(const HiveImage& image) {
+  CheckListOptions options;
+  options.least = CheckLevel::kNote;
+  const OperationTurn turn;
+  return CheckOpenedHive(image, CheckedState::kFile, options);
+}
+
+}  // namespace
+
 int hq_check(const hq_hive* hive, int (*each)(void* context, const hq_finding* finding),
              void* context) {
   return WithMemory(-2, [&] {
-    CheckListOptions options;
-    // All levels, no bound, by position: so row and finding of a number are about the same.
-    options.least = CheckLevel::kNote;
-    BeginOperation(kOperationLoad);
-    const CheckedHive checked = CheckOpenedHive(ImageOf(*hive), CheckedState::kFile, options);
-    EndOperation();
+    const CheckedHive checked = CheckAll(ImageOf(*hive));
     constexpr int kPath = 3;
     int worst = -1;
     bool wanted = each != nullptr;

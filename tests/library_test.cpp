@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdlib>
+#include <deque>
 #include <fstream>
 #include <string>
 
@@ -119,6 +120,13 @@ TEST(Library, WhatIsNotThere) {
   EXPECT_EQ(none.status, HQ_CANNOT_OPEN);
   EXPECT_EQ(hq_open_error(), ENOENT);
   EXPECT_EQ(none.hive, nullptr);
+  {
+    std::deque<LibraryHive> all;
+    while (all.size() < 100 && all.emplace_back(file.name()).status == HQ_OK) {
+    }
+    EXPECT_EQ(all.back().status, HQ_TOO_MANY);
+    EXPECT_EQ(hq_open_error(), ENOENT) << "that of the last that could not be opened";
+  }
   const TempFile text(std::string_view("no hive at all"));
   EXPECT_EQ(LibraryHive(text.name()).status, HQ_NO_HIVE);
 }
