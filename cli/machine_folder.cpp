@@ -270,8 +270,6 @@ void ReadAll(Machine& machine) {
       AddHive(machine, source, writers);
       continue;
     }
-    HiveLog log;
-    IsLogFile(source.name, log);
     AddListRow(
         *machine.files,
         {source.label, "log", "", "", "", "", "", std::to_string(source.size), source.sha256},

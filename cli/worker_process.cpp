@@ -83,6 +83,7 @@ int64_t Spawn(const std::vector<std::string>& arguments, int output, int message
   std::vector<std::string> texts = {"hivequarry-cli"};
   texts.insert(texts.end(), arguments.begin(), arguments.end());
   std::vector<char*> list;
+  list.reserve(texts.size() + 1);
   for (std::string& text : texts) list.push_back(text.data());
   list.push_back(nullptr);
   posix_spawn_file_actions_t actions;
