@@ -179,10 +179,11 @@ void AddHive(Machine& machine, const SourceFile& source, Writers& writers) {
     AddProblem(machine, source.label, std::to_string(checked.left_out) + " rows of check left out");
   }
   AddToPart(machine, *writers[0], source, hive, std::move(checked.list));
+  EvidenceSource evidence(hive, opened.tree);
   for (size_t i = 0; i < Decoders().size() && !StopRequested(); ++i) {
     const DecoderInfo& decoder = Decoders()[i];
     OutputListPtr list = MakeOutputList(decoder.kind);
-    RunDecoder(decoder, hive, opened.tree, 0, *list);
+    RunDecoder(decoder, evidence, 0, *list);
     AddToPart(machine, *writers[i + 1], source, hive, std::move(list));
   }
   AddToOverview(machine.overview, {opened.hive, &opened.tree}, source.label);

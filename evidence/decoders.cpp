@@ -5,9 +5,7 @@
 #include "evidence/decode.h"
 #include "host/host.h"
 #include "host/long_operation.h"
-#include "reports/before_state.h"
 #include "reports/freed_rows.h"
-#include "reports/state_changes.h"
 
 namespace hivequarry {
 namespace {
@@ -141,24 +139,9 @@ void Decode(const DecoderWork& work, EvidenceRun& run) {
 }
 
 // What the logs took away or wrote over, decoded as the file alone has it.
-// Only for a replayed hive; its state before is loaded once for each decoder.
-void DecodeBefore(const DecoderWork& work, const HiveImage& hive, const KeyTree& tree,
-                  EvidenceRun& now) {
-  StateBefore before;
-  if (!LoadBefore(hive, before)) return;
-  LostRecords lost;
-  // Backwards, so that the records told of are those of the state before.
-  CompareStates(StateOf(hive, tree), StateOf(before.image, before.tree),
-                [&](StateChange change, const StateKey& key, const StateValue* value) {
-                  if (change == StateChange::kKeyAdded) lost.removed.insert(key.position);
-                  if (change == StateChange::kValueAdded) lost.removed.insert(value->position);
-                  if (change != StateChange::kValueChanged) return;
-                  lost.changed.insert(value->position);
-                  lost.changed.insert(key.position);
-                });
-  if (lost.removed.empty() && lost.changed.empty()) return;
-  EvidenceKeys keys(before.image, before.tree, nullptr);
-  EvidenceRun run = {keys, now.list, now.own_columns, 0, &lost};
+void DecodeLost(const DecoderWork& work, const LostState& state, EvidenceRun& now) {
+  EvidenceKeys keys(state.before.image, state.before.tree, nullptr);
+  EvidenceRun run = {keys, now.list, now.own_columns, 0, &state.lost};
   Decode(work, run);
 }
 
@@ -172,18 +155,25 @@ const DecoderInfo* FindDecoder(std::string_view name) {
   return found == std::end(kDecoders) ? nullptr : found;
 }
 
-bool RunDecoder(const DecoderInfo& decoder, const HiveImage& hive, const KeyTree& tree,
-                uint32_t item, OutputList& list) {
-  if (item >= tree.items.size()) return false;
+bool RunDecoder(const DecoderInfo& decoder, EvidenceSource& source, uint32_t item,
+                OutputList& list) {
+  if (item >= source.tree.items.size()) return false;
   const DecoderWork& work = kWork[&decoder - kDecoders];
-  FreedSource freed(hive, tree);
-  EvidenceKeys keys(hive, tree, &freed);
+  FreedSource freed(source.hive, source.tree, source.freed);
+  EvidenceKeys keys(source.hive, source.tree, &freed);
   EvidenceRun run = {keys, list, ColumnCount(list) - kEvidenceColumns, item, nullptr};
   Decode(work, run);
-  if (item == 0) DecodeBefore(work, hive, tree, run);
+  const LostState* lost = item == 0 ? LostStateOf(source) : nullptr;
+  if (lost != nullptr) DecodeLost(work, *lost, run);
   const bool found = RowCount(list) != 0 || StopRequested();
   ShowStatus(found ? "" : kNoEvidence);
   return found;
+}
+
+bool RunDecoder(const DecoderInfo& decoder, const HiveImage& hive, const KeyTree& tree,
+                uint32_t item, OutputList& list) {
+  EvidenceSource source(hive, tree);
+  return RunDecoder(decoder, source, item, list);
 }
 
 }  // namespace hivequarry

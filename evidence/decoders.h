@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "evidence/decoder_table.h"
+#include "evidence/evidence_source.h"
 #include "hive/image.h"
 #include "hive/key_tree.h"
 #include "lists/output_list.h"
@@ -22,8 +23,10 @@ const DecoderInfo* FindDecoder(std::string_view name);
 // the position of its key or value. False, with a word in the status line, when there are none.
 // Ends early when the user stops.
 // With the whole tree (`item` 0) also what no key names, and what the logs removed or wrote over.
-// Reads the freed records of the hive, which are searched for again at each call. Any one thread at
-// a time.
+// Any one thread at a time.
+bool RunDecoder(const DecoderInfo& decoder, EvidenceSource& source, uint32_t item,
+                OutputList& list);
+// The same of one decoder by itself: a source is made for it.
 bool RunDecoder(const DecoderInfo& decoder, const HiveImage& hive, const KeyTree& tree,
                 uint32_t item, OutputList& list);
 inline constexpr const char* kNoEvidence = "The hive holds none of this evidence here.";

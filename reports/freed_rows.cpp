@@ -68,9 +68,13 @@ FreedContent ReadContent(const HiveImage& hive, const FreedRecords& records,
 FreedSource::FreedSource(const HiveImage& of, const KeyTree& with)
     : hive(of),
       tree(with),
-      records(FindFreedRecords(of, with)),
+      found(FindFreedRecords(of, with)),
+      records(found),
       budget(MakeDataBudget(of)),
       paths(of, with, records) {}
+
+FreedSource::FreedSource(const HiveImage& of, const KeyTree& with, const FreedRecords& known)
+    : hive(of), tree(with), records(known), budget(MakeDataBudget(of)), paths(of, with, records) {}
 
 FreedPathTexts FreedPathTextsOf(FreedSource& from, uint32_t key_position) {
   FreedPathTexts texts;

@@ -18,11 +18,14 @@ namespace hivequarry {
 // tree must outlive it. One thread.
 struct FreedSource {
   FreedSource(const HiveImage& of, const KeyTree& with);
+  // Of records that are known already, which must outlive it too.
+  FreedSource(const HiveImage& of, const KeyTree& with, const FreedRecords& known);
   FreedSource(const FreedSource&) = delete;
   FreedSource& operator=(const FreedSource&) = delete;
   const HiveImage& hive;
   const KeyTree& tree;
-  FreedRecords records;
+  const FreedRecords found;  // empty where they were known already
+  const FreedRecords& records;
   DataBudget budget;  // of the data that all that is shown may read
   FreedPathWalker paths;
 };
