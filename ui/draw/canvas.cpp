@@ -19,6 +19,7 @@ HBITMAP MakeBitmap(int width, int height, uint32_t** pixels) {
   BITMAPINFO info{};
   info.bmiHeader.biSize = sizeof info.bmiHeader;
   info.bmiHeader.biWidth = width;
+  // Below zero: the rows are stored from the top down.
   info.bmiHeader.biHeight = -height;
   info.bmiHeader.biPlanes = 1;
   info.bmiHeader.biBitCount = 32;
@@ -101,6 +102,7 @@ void FillShape(const Canvas& canvas, std::initializer_list<GridPoint> points, CO
   std::vector<POINT> corners;
   for (const GridPoint point : points) corners.push_back(ToPixels(canvas, point));
   const HBRUSH brush = CreateSolidBrush(SeenColour(colour));
+  // With a pen of the same colour: without one a polygon ends a pixel early at the right and below.
   const HPEN pen = CreatePen(PS_SOLID, 1, SeenColour(colour));
   const HGDIOBJ old_brush = SelectObject(canvas.dc, brush);
   const HGDIOBJ old_pen = SelectObject(canvas.dc, pen);
@@ -124,6 +126,7 @@ void FillDisc(const Canvas& canvas, double x, double y, double radius, COLORREF 
   const HBRUSH brush = CreateSolidBrush(SeenColour(colour));
   const HGDIOBJ old_brush = SelectObject(canvas.dc, brush);
   const HGDIOBJ old_pen = SelectObject(canvas.dc, GetStockObject(NULL_PEN));
+  // The pixel added makes up for the one that is lacking without a pen.
   Ellipse(canvas.dc, ToPixels(canvas, x - radius), ToPixels(canvas, y - radius),
           ToPixels(canvas, x + radius) + 1, ToPixels(canvas, y + radius) + 1);
   SelectObject(canvas.dc, old_pen);
@@ -166,6 +169,7 @@ void DrawLetters(const Canvas& canvas, const wchar_t* text, GridPoint centre, do
 }
 
 HBITMAP FinishCanvas(const Canvas& canvas, int gap, bool faded) {
+  // The drawing may still wait in GDI's batch; the pixels are read here without it.
   GdiFlush();
   uint32_t* pixels = nullptr;
   const int width = canvas.size + gap;

@@ -34,9 +34,11 @@ void FreeCanvas(Canvas& canvas);
 // Coordinates are units of the grid, from the upper left corner; what is drawn later covers what is
 // there. A shape is a polygon that closes by itself.
 void FillShape(const Canvas& canvas, std::initializer_list<GridPoint> points, COLORREF colour);
+// `right` and `bottom` are where the box ends: boxes that share an edge touch and do not overlap.
 void FillBox(const Canvas& canvas, double left, double top, double right, double bottom,
              COLORREF colour);
 void FillDisc(const Canvas& canvas, double x, double y, double radius, COLORREF colour);
+// Between two different points, with square ends that do not go beyond them.
 void DrawStroke(const Canvas& canvas, GridPoint from, GridPoint to, double width, COLORREF colour);
 // Text centred on a point; `height` is that of its capitals and more, in units.
 void DrawLetters(const Canvas& canvas, const wchar_t* text, GridPoint centre, double height,

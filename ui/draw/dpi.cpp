@@ -79,6 +79,8 @@ Fonts MakeFonts(uint32_t dpi) {
   LOGFONTW title = font;
   title.lfHeight = MulDiv(font.lfHeight, 8, 5);
   fonts.title = CreateFontIndirectW(&title);
+  // None of the system's settings, so the text size that the user chose is applied here. A height
+  // below zero is that of the characters, without the room above them.
   LOGFONTW fixed{};
   fixed.lfHeight = -Scale(13, dpi) * static_cast<int>(TextPercent()) / 100;
   fixed.lfCharSet = DEFAULT_CHARSET;

@@ -207,6 +207,7 @@ HIMAGELIST MakeList(int size, int gap, int count, DrawFunction draw, bool faded)
 IconLists MakeIconLists(int small_size, int tool_size) {
   constexpr int kValueIcons = static_cast<int>(ValueIcon::kBinary) + kEditedIconStep + 1;
   constexpr int kToolIcons = static_cast<int>(ToolIcon::kCount);
+  // Lists and trees draw a text right after its picture; the gap is a part of that one.
   const int gap = small_size / 6;  // before the text
   IconLists lists;
   lists.tree = MakeList(small_size, gap, kTreeIconCount, DrawTreeIcon, false);

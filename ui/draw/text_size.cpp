@@ -20,6 +20,7 @@ struct Measuring {
 }  // namespace
 
 std::wstring TextOfControl(HWND control) {
+  // The length may be told too large, so what has come is what counts.
   std::wstring text(static_cast<size_t>(GetWindowTextLengthW(control)) + 1, L'\0');
   text.resize(
       static_cast<size_t>(GetWindowTextW(control, text.data(), static_cast<int>(text.size()))));

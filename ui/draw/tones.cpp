@@ -111,6 +111,7 @@ COLORREF ColourOf(Tone tone) {
   switch (TheColours().scheme) {
     case ColourScheme::kDark:
       return AsSystem(ColoursOfTone(tone).dark);
+    // The user chose these for being told apart, so no colour of the program's own is among them.
     case ColourScheme::kHighContrast:
       return GetSysColor(kSystem[static_cast<size_t>(tone)].contrast);
     default:

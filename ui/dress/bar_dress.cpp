@@ -10,6 +10,7 @@ namespace hivequarry {
 namespace {
 
 constexpr int kPartMargin = 4;  // at both sides of a part's text, at 96 dpi
+// A bound: no status bar of the program has as many.
 constexpr size_t kMostParts = 16;
 
 std::wstring PartText(HWND bar, WPARAM part) {

@@ -254,6 +254,8 @@ bool RouteButton(HWND window, UINT message, WPARAM first, LPARAM second, LRESULT
   if (form == ButtonForm::kOther) return false;
   if (message == WM_ERASEBKGND) return answer = 1, true;
   if (message == WM_PAINT) return PaintButton(window, form), true;
+  // The pointer that comes changes how a button looks; while it moves over it nothing changes, and
+  // drawing anew for each move would flicker.
   const bool moved = message == WM_MOUSEMOVE;
   if (!moved && !Redraws(message)) return false;
   const LRESULT before = moved ? SendMessageW(window, BM_GETSTATE, 0, 0) : 0;

@@ -40,6 +40,7 @@ bool Redraws(UINT message) {
     case CB_SETCURSEL:
     case CB_SELECTSTRING:
     case CB_SHOWDROPDOWN:
+    // From its own list and edit field.
     case WM_COMMAND:
     case WM_ENABLE:
     case WM_SETTEXT:

@@ -1,3 +1,7 @@
+// A hook of the thread sees each window before its first message and puts DressProc before its
+// procedure. While dark is in force the window's kind (dress_kinds.h) is asked first about each
+// message; else the window answers as ever. What a control keeps itself, a theme or a colour, is
+// set by put_on whenever the colours change.
 #include "ui/dress/dress.h"
 
 #include <algorithm>
@@ -58,7 +62,10 @@ LRESULT CALLBACK DressProc(HWND window, UINT message, WPARAM first, LPARAM secon
     TheDressed().erase(found);
     return CallWindowProcW(before, window, message, first, second);
   }
+  // All windows are told of a change. The first one that is finds other colours and dresses all of
+  // them; for the others nothing is new by then.
   if (TellsOfColours(message) && RenewColours()) RedressWindows();
+  // The bar is measured with the frame, so its items are made ours, or given back, before that.
   if (kind.name == nullptr && message == WM_NCCALCSIZE) DressMenuBar(window);
   LRESULT answer = 0;
   if (IsDark() && (RouteMenus(window, message, first, second, answer) ||

@@ -55,6 +55,7 @@ void TakeItems(HMENU menu) {
     items.push_back(ReadItem(menu, position));
     SetType(menu, position, items.back()->type | MFT_OWNERDRAW, items.back().get());
   }
+  // The items point at their new records by now, so the old ones can go.
   TheMenus()[menu] = std::move(items);
 }
 

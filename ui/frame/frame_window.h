@@ -51,6 +51,7 @@ inline bool ShowsWaitCursor(const HostWindow& host, LPARAM where) {
 template <typename Window, const FrameRoutes<Window>& kRoutes>
 LRESULT CALLBACK FrameProc(HWND handle, UINT message, WPARAM first, LPARAM second) {
   auto* window = RecordOfWindow<Window>(handle, message, second);
+  // Before WM_NCCREATE, as WM_GETMINMAXINFO is, and after WM_NCDESTROY there is no record.
   if (window == nullptr) return DefWindowProcW(handle, message, first, second);
   switch (message) {
     case WM_NCCREATE:
@@ -83,6 +84,7 @@ LRESULT CALLBACK FrameProc(HWND handle, UINT message, WPARAM first, LPARAM secon
       kRoutes.close(*window);
       return 0;
     case WM_NCDESTROY:
+      // First: what comes while the record is freed must not find it.
       SetWindowLongPtrW(handle, GWLP_USERDATA, 0);
       kRoutes.free(window);
       return 0;

@@ -39,6 +39,7 @@ bool MakePage(const std::string& file, const std::string& page) {
 std::string FileToOpen(const std::string& help, int topic) {
   const std::string anchor = HelpAnchor(topic);
   if (anchor.empty()) return help;
+  // The system opens files, not addresses within them: a page of its own leads on to the anchor.
   const std::string page = LeadingPageFile(topic);
   return MakePage(page, LeadingPage(FileAddress(help, anchor))) ? page : help;
 }

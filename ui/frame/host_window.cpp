@@ -55,7 +55,8 @@ Answer Message(void* context, const char* text, const char* title, Icon icon, Bu
   return AnswerOf(request.answer);
 }
 
-// As the progress: what threads in the background do is not told of.
+// The functions of the Host table from here on are called on any thread. Of those that show
+// something work in the background shows nothing: nobody asked for it.
 void Status(void* context, const char* text) {
   if (WorkInBackground() != nullptr) return;
   HostWindow& host = Window(context);
@@ -67,7 +68,6 @@ void Status(void* context, const char* text) {
   Announce(host);
 }
 
-// Functions of the Host table, called on any thread. Work in the background shows nothing.
 void ProgressRange(void* context, uint32_t steps) {
   if (WorkInBackground() != nullptr) return;
   HostWindow& host = Window(context);
@@ -172,6 +172,8 @@ Host MakeWindowHost(HostWindow& host) {
 
 void ShowBox(HostWindow& host, BoxRequest& request) {
   if (host.ending) return;
+  // The window of this thread that the user is in, be it a list window or a dialog. Where another
+  // program is active there is none: then what was used last above the main window.
   const HWND active = GetActiveWindow();
   const HWND owner = active != nullptr ? active : GetLastActivePopup(host.window);
   const ModalTurn turn(owner);
@@ -185,6 +187,8 @@ void EndQuestion(const char* text) {
       [](HWND box, LPARAM asked) -> BOOL {
         const auto* words = reinterpret_cast<const wchar_t*>(asked);
         wchar_t name[16] = L"";
+        // A message box is a dialog of the system, and its text is that of a control in it. Texts
+        // of 64 characters and more are not found so.
         GetClassNameW(box, name, static_cast<int>(std::size(name)));
         if (lstrcmpW(name, L"#32770") != 0) return TRUE;
         for (HWND part = GetWindow(box, GW_CHILD); part != nullptr;

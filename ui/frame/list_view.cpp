@@ -11,7 +11,9 @@
 namespace hivequarry {
 namespace {
 
+// Characters of a cell or a title that are measured.
 constexpr int kMaxCell = 512;
+// At 96 dpi: what a cell takes beside its text, and the picture in the first column.
 constexpr int kCellMargin = 14;
 constexpr int kIconRoom = 22;
 
@@ -69,7 +71,7 @@ void GiveText(LVITEMW& item, const wchar_t* text) {
 
 int ColumnCount(HWND list) { return Header_GetItemCount(ListView_GetHeader(list)); }
 
-// To titles and to the rows in sight, each at most three quarters of the list.
+// Of the rows in sight alone: a list may have millions, and each text would have to be made first.
 void FitColumns(HWND list, uint32_t dpi) {
   RECT area;
   GetClientRect(list, &area);

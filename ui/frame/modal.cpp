@@ -11,6 +11,8 @@ namespace {
 
 BOOL CALLBACK DisableOther(HWND window, LPARAM turn) {
   auto& modal = *reinterpret_cast<ModalTurn*>(turn);
+  // The owner is disabled by the dialog itself. EnableWindow tells whether a window was disabled
+  // before, as by a turn around this one: such a window is not ours to enable.
   if (window == modal.owner || IsWindowVisible(window) == FALSE) return TRUE;
   if (EnableWindow(window, FALSE) == FALSE) modal.disabled.push_back(window);  // it was enabled
   return TRUE;
@@ -64,10 +66,12 @@ uint32_t PercentWithin(std::span<const uint16_t> units, HWND owner) {
 Template ScaledTemplate(HINSTANCE instance, const wchar_t* name, HWND owner) {
   Template dialog = ReadTemplate(instance, name);
   const std::span<uint16_t> units(reinterpret_cast<uint16_t*>(dialog.data()), dialog.size() * 2);
+  // An extended template begins with 1 and 0xFFFF. Any other form is shown as it is.
   if (units.size() <= kMenu || units[0] != 1 || units[1] != 0xFFFF) return dialog;
   size_t at = kMenu;
   for (int text = 0; text < 3; ++text) at = AfterText(units, at);  // menu, class, title
   if (at >= units.size()) return dialog;
+  // The size of the font, in points: all of the program's dialogs name a font, so it is there.
   units[at] = static_cast<uint16_t>(units[at] * PercentWithin(units, owner) / 100);
   return dialog;
 }
@@ -83,6 +87,7 @@ ModalTurn::ModalTurn(HWND owner_window) : owner(owner_window), focus(GetFocus())
 }
 
 ModalTurn::~ModalTurn() {
+  // Before the focus goes back: a window that is disabled does not take it.
   for (const HWND window : disabled) EnableWindow(window, TRUE);
   if (focus != nullptr && IsWindow(focus) != FALSE) SetFocus(focus);
 }

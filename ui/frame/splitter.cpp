@@ -8,6 +8,7 @@ namespace hivequarry {
 namespace {
 
 constexpr wchar_t kClassName[] = L"HivequarrySplitter";
+// Pixels, at any resolution.
 constexpr int kKeyStep = 16;
 
 // The window's own long: bit 0 says vertical; the drag's start is in the extra bytes after.

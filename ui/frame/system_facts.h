@@ -8,6 +8,7 @@ namespace hivequarry {
 
 // Which system the program runs on, as it tells of itself.
 struct SystemFlags {
+  // 95 and 98; Millennium has its own flag alone.
   bool family_9x = false;
   bool windows_95 = false;
   bool windows_98 = false;

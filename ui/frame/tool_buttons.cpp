@@ -102,6 +102,7 @@ HWND MakeToolbarControl(HWND parent, int identifier, DWORD style,
       0, 0, 0, 0, parent, reinterpret_cast<HMENU>(static_cast<INT_PTR>(identifier)),
       reinterpret_cast<HINSTANCE>(GetWindowLongPtrW(parent, GWLP_HINSTANCE)), nullptr);
   if (toolbar == nullptr) return nullptr;
+  // Before any button: by it the control knows which version of the record it is given.
   SendMessageW(toolbar, TB_BUTTONSTRUCTSIZE, sizeof(TBBUTTON), 0);
   SendMessageW(toolbar, TB_SETEXTENDEDSTYLE, 0, TBSTYLE_EX_DOUBLEBUFFER);
   SetWindowSubclass(toolbar, ToolbarProc, 0, 0);

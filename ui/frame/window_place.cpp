@@ -55,6 +55,8 @@ int Unscale(int measure, uint32_t dpi) {
 RECT NormalArea(HWND window) {
   const WINDOWPLACEMENT placement = PlacementOf(window);
   RECT area = placement.rcNormalPosition;
+  // A placement counts from the work area, which may begin after a task bar at the left or above;
+  // of a window that is shown as it is the place on the screen is to be had.
   if (placement.showCmd == SW_SHOWNORMAL) GetWindowRect(window, &area);
   return area;
 }
@@ -98,6 +100,7 @@ RECT BesideOthers(HWND window, RECT area) {
   GetMonitorInfoW(MonitorFromRect(&area, MONITOR_DEFAULTTONEAREST), &monitor);
   const RECT& work = monitor.rcWork;
   const int step = Scale(kCascade, DpiOfWindow(window));
+  // At least half of the window is to be seen, in width and in height.
   const LONG least = (area.right - area.left) / 2;
   const LONG least_height = (area.bottom - area.top) / 2;
   const auto taken = [&area, step](const POINT& corner) {
