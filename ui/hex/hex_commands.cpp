@@ -15,6 +15,7 @@ constexpr wchar_t kClipboardBusy[] = L"Another program holds the clipboard.";
 
 // Hands the memory to the clipboard.
 bool GiveClipboard(HGLOBAL memory) {
+  // This makes the window that opened the clipboard its owner.
   EmptyClipboard();
   return SetClipboardData(CF_UNICODETEXT, memory) != nullptr;
 }

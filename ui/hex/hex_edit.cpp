@@ -11,6 +11,7 @@
 namespace hivequarry {
 namespace {
 
+// Width of the caret, room between lines and at the left edge.
 constexpr int kInsertCaret = 2;  // pixels at 96 dpi
 constexpr int kLineGap = 2;
 constexpr int kMargin = 4;

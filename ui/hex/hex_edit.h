@@ -23,6 +23,7 @@ inline constexpr WORD kHexModeChanged = 3;  // insert or overwrite
 inline constexpr WORD kHexRefused = 4;      // nothing was done; HexRefusal says why
 inline constexpr WORD kHexSave = 5;         // HexSaved is to be written to a file
 
+// What a FilePosition returns for a byte that the file does not have.
 inline constexpr uint32_t kHexNoPosition = kNoFilePosition;
 
 // Once for the process, before the first of them; true when the class is there. Functions that take

@@ -88,6 +88,7 @@ void OnHexDragTimer(HexWindow& window) {
 
 void EndHexDrag(HexWindow& window) {
   if (!window.drag.on) return;
+  // First: giving up the capture sends WM_CAPTURECHANGED, which ends a drag too.
   window.drag.on = false;
   KillTimer(window.handle, kDragTimer);
   if (GetCapture() == window.handle) ReleaseCapture();
@@ -96,6 +97,7 @@ void EndHexDrag(HexWindow& window) {
 void OnHexWheel(HexWindow& window, int turned) {
   const int per_notch = LinesPerNotch(window);
   if (per_notch == 0) return;
+  // Fine wheels turn by less than a line at a time: what is less is kept until it makes one.
   window.wheel_rest += turned;
   const int lines = window.wheel_rest * per_notch / WHEEL_DELTA;
   window.wheel_rest -= lines * WHEEL_DELTA / per_notch;

@@ -37,6 +37,7 @@ void DrawRun(const Painter& painter, int column, int top, const std::wstring& te
   const RECT area{left, top, left + length * layout.cell_width, top + layout.line_height};
   SetTextColor(painter.dc, colours.text);
   SetBkColor(painter.dc, colours.background);
+  // One pixel down: the gap between lines is half above and half below the text at 96 dpi.
   ExtTextOutW(painter.dc, left, top + 1, ETO_OPAQUE | ETO_CLIPPED, &area, text.c_str(),
               static_cast<UINT>(length), painter.advances.data());
 }

@@ -38,7 +38,8 @@ void Deliver(Mailbox<Result>& box, uint32_t serial, std::unique_ptr<Result> resu
   PostMessageW(window, message, 0, 0);
 }
 
-// On the interface thread, after that message; null where a newer one was asked for since.
+// On the interface thread, after that message; null where a newer one was asked for since, or the
+// result was taken after an earlier message.
 template <typename Result>
 std::unique_ptr<Result> Take(Mailbox<Result>& box) {
   const std::lock_guard lock(box.mutex);

@@ -1,3 +1,5 @@
+// The items of a branch have ascending numbers, each after its parent. One walk over these numbers
+// opens all of the branch: without recursion, and a slice can end anywhere.
 #include "ui/panes/tree_expand.h"
 
 #include <algorithm>

@@ -1,3 +1,6 @@
+// A branch gets its own children and then its guests, each inserted after the one before it. A
+// slice ends by time or count, and the next one goes on where it ended (BranchFill). What is needed
+// before its turn is inserted ahead, at its place; when its turn comes it is there already.
 #include "ui/panes/tree_fill.h"
 
 #include <algorithm>
@@ -37,6 +40,7 @@ bool Fill(TreePane& pane, BranchFill& fill, DWORD start) {
     } else {
       ++fill.guest;
     }
+    // Not null for one that was inserted ahead.
     HTREEITEM handle = owner.handles[item];
     if (handle == nullptr) {
       handle = InsertItem(owner, item, parent, fill.last, child ? fill.state : 0);

@@ -73,6 +73,7 @@ void LeaveOut(TreePane& pane, uint32_t item) {
   if (fill == nullptr) return;
   if (fill->next == item) fill->next = NextSibling(*pane.tree, item);
   std::erase(fill->ahead, item);
+  // The next child would go after an item that is there no more.
   if (pane.handles[item] == nullptr || fill->last != pane.handles[item]) return;
   const HTREEITEM before = TreeView_GetPrevSibling(pane.window, fill->last);
   fill->last = before == nullptr ? TVI_FIRST : before;
@@ -307,6 +308,7 @@ void SelectGuest(TreePane& host, TreePane& guests, uint32_t item) {
   if (guests.tree == nullptr || item >= guests.tree->items.size()) return;
   const uint32_t under = HostOfFreed(*guests.freed, item);
   if (under != kNoItem) {
+    // A key that was taken out of the tree has no place for what was below it.
     if (host.tree->items[under].hidden) return;
     OpenWay(host, under);
     TreeView_Expand(host.window, host.handles[under], TVE_EXPAND);
@@ -381,6 +383,7 @@ bool FillSlice(TreePane& pane) {
   const HTREEITEM selected = TreeView_GetSelection(pane.window);
   const bool in_sight = IsInSight(pane, selected);
   SetRedraw(pane, false);
+  // The branch that was opened last comes first: the user looks at that one.
   FillBranch(pane, pane.fills.back().parent, 0, start);
   SetRedraw(pane, true);
   // Items may have come before a selected one.

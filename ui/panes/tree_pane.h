@@ -71,6 +71,8 @@ HWND MakeTreePane(HWND parent, int identifier);
 // item `after` (or TVI_FIRST). The folder "Workspace" comes with the first one. The pane keeps both
 // references.
 void ShowTree(TreePane& pane, const HiveImage& hive, const KeyTree& tree, HTREEITEM after);
+// Takes it out again, and what was hung among its items. Guests still have their handles then:
+// RemoveFolder follows for their pane.
 void ClearTree(TreePane& pane);
 // A tree of its own in a control that another one fills: its folder, after an item, stands for the
 // root; what is in it is known later. The pane keeps the reference.
@@ -99,6 +101,7 @@ bool IsWorkspaceParam(LPARAM param);
 LPARAM ParamOfItem(HWND control, HTREEITEM item);
 // Opens the branches that lead to `item` and selects it, be they filled so far or not.
 void SelectItem(TreePane& pane, uint32_t item);
+// kNoItem for the Workspace, for items of other trees and for null.
 uint32_t ItemOfHandle(const TreePane& pane, HTREEITEM handle);
 // Takes an item, which was hidden with all below it, out of the pane. Where it or an item below was
 // selected, its successor, predecessor or parent is.

@@ -99,6 +99,7 @@ int OnValueFind(const ValuePane& pane, const NMLVFINDITEMW& notice) {
   const std::wstring start = notice.lvfi.psz;
   const int count = RowCount(pane.rows);
   for (int step = 0; step < count; ++step) {
+    // Round the end, up to where the search began.
     const int row = (notice.iStart + step) % count;
     if (StartsWith(WindowText(NameOfRow(pane.rows, row)), start)) return row;
   }

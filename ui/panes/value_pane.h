@@ -12,6 +12,7 @@
 namespace hivequarry {
 
 inline constexpr int kValueColumns = 4;
+// About what a screen shows: rows in view seldom take each other's place in the cache.
 inline constexpr size_t kCachedRows = 128;
 
 // A row as it was drawn last.

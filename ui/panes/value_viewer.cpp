@@ -103,6 +103,7 @@ void LayOut(const ValueViewer& viewer) {
   GetClientRect(viewer.window, &area);
   const bool bytes = HasBytes(viewer);
   const HWND focus = GetFocus();
+  // The focus leaves a pane before that is hidden: it would stay there, and keys would go nowhere.
   const bool leaves = !bytes && (focus == viewer.hex || focus == viewer.meaning);
   if (leaves) SetFocus(viewer.detail.window);
   if (bytes) {
@@ -280,6 +281,7 @@ bool MakeValueViewer(ValueViewer& viewer, HWND parent, int identifier, uint32_t 
     return false;
   }
   SetWindowTextW(viewer.meaning, L"Meaning of the bytes");  // what a screen reader calls it
+  // No limit of length: the usual one counts for the slices that are added, too.
   SendMessageW(viewer.detail.window, EM_SETLIMITTEXT, 0, 0);
   return true;
 }
