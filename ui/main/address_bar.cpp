@@ -11,7 +11,7 @@
 namespace hivequarry {
 namespace {
 
-// What was typed or pasted, on one line and without blanks around it.
+// What was typed or pasted, on one line, without blanks around it or a separator at its end.
 std::string TypedPath(const MainWindow& window) {
   std::wstring text = TextOfControl(window.controls.path);
   std::erase_if(text, [](wchar_t c) { return c == L'\r' || c == L'\n'; });
@@ -21,7 +21,7 @@ std::string TypedPath(const MainWindow& window) {
   return TextOfWide(std::u16string(text.begin(), text.end()));
 }
 
-// The item of the longest beginning of a path that leads anywhere.
+// The item of the longest beginning of a path that leads anywhere; the root where none does.
 uint32_t NearestItem(const MainWindow& window, std::string path) {
   for (;;) {
     const uint32_t item = FindItemByPath(ShownHive(window), *window.shown->tree, path);

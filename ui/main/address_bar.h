@@ -11,6 +11,7 @@ void OnAddressBar(MainWindow& window);
 // there is none the user is told, and the nearest key above it is selected.
 void GoToTypedPath(MainWindow& window);
 // The path of the selected key again.
+// And the focus goes to the tree; nothing without a hive.
 void LeaveAddressBar(MainWindow& window);
 
 }  // namespace hivequarry

@@ -1,3 +1,5 @@
+// A toolbar whose buttons are texts. It breaks rows where it is told to: a note has a row of its
+// own, and figures have shorter texts where these make one row of them.
 #include "ui/main/band.h"
 
 #include <algorithm>
@@ -57,6 +59,7 @@ void RemoveButtons(HWND toolbar) {
 }
 
 // Where the last row ends: toolbars may make rows lower than they were asked to.
+// Where there are no buttons, 0.
 int BottomOfRows(HWND toolbar) {
   const auto count = static_cast<WPARAM>(SendMessageW(toolbar, TB_BUTTONCOUNT, 0, 0));
   RECT last{};
@@ -75,6 +78,7 @@ void AddButton(const Band& band, int button, const std::wstring& text, int width
   made.fsStyle = BTNS_BUTTON | BTNS_SHOWTEXT | BTNS_NOPREFIX;
   made.iString = reinterpret_cast<INT_PTR>(text.c_str());
   SendMessageW(band.window, TB_ADDBUTTONSW, 1, reinterpret_cast<LPARAM>(&made));
+  // TBBUTTON has no width: it is set apart.
   TBBUTTONINFOW info{};
   info.cbSize = sizeof info;
   info.dwMask = TBIF_SIZE;

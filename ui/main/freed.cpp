@@ -69,6 +69,8 @@ uint32_t SelectedKeyPosition(const MainWindow& window) {
 bool GoToFreed(MainWindow& window, uint32_t position) {
   const std::shared_ptr<const FreedTree> freed = ShownFreed(window);
   if (freed == nullptr) return false;
+  // A deleted value is shown with its key, which may be there, be deleted as well, or not be known:
+  // then the folder has it. It is wanted before the key is selected, as the rows come later.
   const FreedValue* value = FreedValueAt(freed->records, position);
   const uint32_t key = value == nullptr ? position : value->key;
   const uint32_t item = key == kNoOffset ? 0 : FreedItemAt(*freed, key);

@@ -212,6 +212,7 @@ void RefreshLook(MainWindow& window) {
   ListView_SetImageList(window.bookmarks.list, window.look.icons.values, LVSIL_SMALL);
   SetToolbarIcons(window);
   ShowHiveState(window);
+  // By now no control uses the old ones any more.
   FreeFonts(old_fonts);
   FreeIconLists(old_icons);
 }

@@ -1,3 +1,7 @@
+// A load: StartLoad sets the table of hives and starts LoadHive on the worker, which opens the
+// image with its logs and builds the tree; kLoadDone leads to ShowLoaded, which takes the result
+// into a WindowHive and shows it. A hive that is loaded again is let go of before: until the end
+// its record has nothing loaded, and keeps its place in the window.
 #include "ui/main/loading.h"
 
 #include <system_error>
@@ -29,8 +33,7 @@
 namespace hivequarry {
 namespace {
 
-// On the worker, with the settings as they are when the load begins: nobody changes them while an
-// operation is under way.
+// On the interface thread, before the worker starts: it gets the settings as they are then.
 BuildOptions OptionsOfBuild(const LoadJob& job) {
   const Options& options = TheSettings().options;
   BuildOptions build;
@@ -179,6 +182,7 @@ void LoadAgain(MainWindow& window, const ReloadRequest& request) {
 void LetGoOfHive(MainWindow& window) {
   WindowHive& hive = *window.shown;
   CloseCompareWindows(hive.number);
+  // Results on their way are dropped, and value threads that have not begun yet do nothing.
   ++window.selection.item_box.newest;
   ++window.selection.detail_box.newest;
   WaitWhile([&window] { return ValueThreadsRun(window.selection.threads); });
@@ -271,6 +275,9 @@ void ShowLoadResult(MainWindow& window) {
 
 void WaitWhile(const std::function<bool()>& busy) {
   while (busy()) {
+    // Looking for sent messages alone answers these and leaves all posted ones and input where they
+    // are: no command can begin meanwhile. What is waited for has no event, so it is looked at
+    // every 5 ms.
     MSG message;
     PeekMessageW(&message, nullptr, 0, 0, PM_NOREMOVE | PM_QS_SENDMESSAGE);
     MsgWaitForMultipleObjects(0, nullptr, FALSE, 5, QS_SENDMESSAGE);

@@ -11,6 +11,7 @@ int WINAPI WinMain(HINSTANCE instance, HINSTANCE, LPSTR, int show) {
   using namespace hivequarry;
   StartProgram(TheProgram());
   CommandLine line = ParseCommandLine(Utf8Name(ArgumentsOf(GetCommandLineW())));
+  // Before there is a window: nothing is to be seen of a backup whose time has not come.
   if (IsBackupNotDue(line)) return 0;
   StartControls();
   MainWindow* window = CreateMainWindow(instance, show);

@@ -1,3 +1,6 @@
+// Keys are looked at in HandleMessage, before they are dispatched. What is dispatched to the window
+// goes to FrameProc, which answers what all frames do, then to TakeNews for what workers post, then
+// to Route.
 #include "ui/main/main_window.h"
 
 #include <algorithm>
@@ -431,6 +434,7 @@ MainWindow* CreateMainWindow(HINSTANCE instance, int show) {
 }
 
 MainWindow* FindMainWindow(HWND handle) {
+  // By the class: the window itself has the procedure that dressing has put there.
   if (GetClassLongPtrW(handle, GCLP_WNDPROC) != reinterpret_cast<ULONG_PTR>(kProcedure)) {
     return nullptr;
   }
@@ -438,6 +442,7 @@ MainWindow* FindMainWindow(HWND handle) {
 }
 
 void HandleMessage(HWND handle, MSG& message) {
+  // Windows of their own come first: their keys are no commands of the main window.
   if (TranslateListKeys(message) || TranslateSecurityKeys(message) ||
       TranslateCompareKeys(message) || TranslateValueKeys(message)) {
     return;
@@ -520,6 +525,7 @@ void SetEvidenceMode(MainWindow& window, bool evidence) {
   const HMENU menu = MakeMainMenu(evidence);
   SetMenu(window.handle, menu);
   window.menus.recent = FindRecentMenu(menu);
+  // A menu that was replaced is no longer the window's to destroy.
   DestroyMenu(before);
   UpdateToolbar(window);
   if (window.viewed->slot >= 0) RenewBand(window);

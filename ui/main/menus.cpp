@@ -97,7 +97,6 @@ HACCEL MakeAccelerators() {
   return MakeTable(keys);
 }
 
-// The keys of a list window, but for the one that closes it.
 HACCEL MakeListAccelerators() {
   std::vector<ACCEL> keys;
   for (const ListCommand& command : ListCommands()) {

@@ -28,6 +28,7 @@ void FillRecentMenu(HMENU menu);
 HMENU FindRecentMenu(HMENU main_menu);
 // A context menu of the commands offered in `place`, for the caller to destroy.
 HMENU MakeContextMenu(MainWindow& window, CommandPlace place);
+// Shows it at a place of the screen; what is chosen comes to the window as WM_COMMAND.
 void TrackContextMenu(MainWindow& window, CommandPlace place, POINT where);
 
 }  // namespace hivequarry

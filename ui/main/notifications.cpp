@@ -180,6 +180,7 @@ LRESULT OnNotify(MainWindow& window, const NMHDR& notice) {
     OnToolTip(window, const_cast<NMTTDISPINFOW&>(reinterpret_cast<const NMTTDISPINFOW&>(notice)));
   }
   if (GetParent(from) == window.bookmarks.list) return 0;
+  // Of all headers that of the values alone is left by now.
   if (notice.code == HDN_ENDTRACKW || notice.code == HDN_DIVIDERDBLCLICKW) {
     window.values.columns_touched = true;
   }

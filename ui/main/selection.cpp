@@ -1,3 +1,7 @@
+// An item that is selected (FollowSelection) has its rows and details gathered by a value thread,
+// which leaves them in a mailbox and posts kItemReady; the details of a row's value come the same
+// way, with kDetailReady. Each request has a serial number: a result that is not of the newest one
+// is dropped, whatever order the threads end in.
 #include "ui/main/selection.h"
 
 #include <algorithm>
@@ -296,6 +300,8 @@ void ShowItemResult(MainWindow& window) {
 
 void OnRowSelected(MainWindow& window) {
   const uint32_t value = ValueOfRow(window.values.rows, SelectedRow(window.values));
+  // The control reports each row that gains or loses the selection, so most reports say nothing
+  // new.
   if (value == window.selection.value || window.shown->slot < 0) return;
   window.selection.value = value;
   const uint32_t serial = ++window.selection.detail_box.newest;

@@ -12,6 +12,7 @@
 namespace hivequarry {
 namespace {
 
+// At 96 dpi.
 constexpr int kProgressWidth = 180;
 constexpr int kCountsWidth = 260;
 constexpr int kStateMargin = 34;  // of the state's part: what is not its words
@@ -52,6 +53,7 @@ HWND MakeStatusBar(MainWindow& window) {
 }
 
 void LayOutStatus(MainWindow& window) {
+  // The bar places itself whenever it is told of a size.
   SendMessageW(window.controls.status, WM_SIZE, 0, 0);
   RECT area;
   GetClientRect(window.controls.status, &area);
@@ -75,6 +77,7 @@ void LayOutStatus(MainWindow& window) {
 
 void ShowHostChanges(MainWindow& window) {
   HostWindow& host = window.host;
+  // Before the changes are read: one that comes after this is announced anew, and none is missed.
   host.announced = false;
   std::wstring status;
   std::wstring title;

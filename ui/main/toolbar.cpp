@@ -43,6 +43,7 @@ void SetToolbarIcons(MainWindow& window) {
 }
 
 int WrapToolbar(const MainWindow& window, int width) {
+  // It breaks its rows for the width that it has when it is asked to fit itself.
   SetWindowPos(window.controls.toolbar, nullptr, 0, 0, std::max(width, 1),
                Scale(kToolButtonSide, window.dpi), SWP_NOMOVE | SWP_NOZORDER | SWP_NOACTIVATE);
   SendMessageW(window.controls.toolbar, TB_AUTOSIZE, 0, 0);
@@ -74,6 +75,7 @@ void UpdateToolbars(MainWindow& window) {
 void OnToolTip(const MainWindow& window, NMTTDISPINFOW& notice) {
   const Command* command = FindCommand(Commands(), static_cast<uint32_t>(notice.hdr.idFrom));
   if (command == nullptr || command->tooltip == nullptr) return;
+  // 80 characters: what the notice has room for.
   lstrcpynW(notice.szText, WideName(TooltipOf(*command, FactsNow(window))).c_str(), 80);
 }
 

@@ -63,6 +63,7 @@ HTREEITEM PlaceOfRoot(const MainWindow& window, const WindowHive& hive) {
   HTREEITEM at = TreeView_GetRoot(window.controls.tree);
   for (; at != nullptr; at = TreeView_GetNextSibling(window.controls.tree, at)) {
     const WindowHive* owner = HiveOfParam(window, ParamOfItem(window.controls.tree, at));
+    // Folders of a hive have its number too, so they are passed with it; null is the Workspace.
     if (owner == nullptr || owner->number >= hive.number) break;
     after = at;
   }

@@ -72,6 +72,7 @@ void WriteProgramSettings() {
   if (file.empty()) return;
   Settings stored;
   ReadSettings(file, stored);
+  // The whole file is written, so what other copies have put there since is taken in before.
   TakeOthersSettings(SettingsAsRead(), stored, TheSettings());
   WriteSettings(file, TheSettings());
   SettingsAsRead() = TheSettings();
