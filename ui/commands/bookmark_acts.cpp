@@ -32,6 +32,7 @@ enum MenuItem : int {
   kFirstTag = 100,
 };
 
+// A longer menu would not fit the screen; the words "tag:name" choose any tag.
 constexpr size_t kMostTagItems = 40;
 
 void EditSelected(MainWindow& window) {

@@ -25,6 +25,7 @@ bool ChangeBookmarks(MainWindow& window, const std::function<BookmarkChange(Book
 // Gives that bookmark another note and other tags; nothing when it is gone meanwhile.
 bool ChangeBookmarkWords(MainWindow& window, const Bookmark& bookmark, const std::string& note,
                          const std::string& tags);
+// Also true where it was gone already.
 bool RemoveBookmark(MainWindow& window, const Bookmark& bookmark);
 
 // The hives that are open, in the order of the tree; what is looked at stays as long as this and

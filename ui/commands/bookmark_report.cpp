@@ -47,6 +47,7 @@ FileChoice ChooseReport(const MainWindow& window) {
 // The hive shown is the first: bookmarks that may be of several are looked for there.
 void PutShownFirst(OpenHives& open) {
   const auto first = static_cast<std::ptrdiff_t>(open.shown);
+  // The other lists of `open` keep their order: they only keep alive what the looks point at.
   std::rotate(open.looks.begin(), open.looks.begin() + first, open.looks.begin() + first + 1);
 }
 

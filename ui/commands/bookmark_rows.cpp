@@ -57,6 +57,8 @@ const std::string& RemarksAt(MainWindow& window, int row) {
   const BookmarkPane& pane = window.bookmarks;
   const OpenHives open = HivesNow(window);
   ForgetOldRemarks(*pane.rows, open);
+  // Kept by row: the control asks for the text again with each drawing, and to find the key of a
+  // bookmark may take a walk through the tree.
   std::optional<std::string>& known = pane.rows->remarks[static_cast<size_t>(row)];
   if (!known) known = RemarksOf(open, BookmarkAt(pane, row));
   return *known;

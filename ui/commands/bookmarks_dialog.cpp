@@ -152,6 +152,8 @@ void KeepNote(BookmarkDialog& state) {
   if (!bookmark || SendMessageW(edit, EM_GETMODIFY, 0, 0) == 0) return;
   SendMessageW(edit, EM_SETMODIFY, FALSE, 0);
   const std::string note = Utf8Name(TextOfControl(edit));
+  // The file is read again: other copies of the program may have changed it since the dialog came
+  // up.
   ChangeBookmarkWords(*state.window, *bookmark, note, TagWords(bookmark->tags));
   const int row = SelectedRow(state);
   state.bookmarks = ReadBookmarks();
@@ -169,6 +171,7 @@ void DeleteSelected(BookmarkDialog& state) {
 
 void GoToSelected(BookmarkDialog& state) {
   KeepNote(state);
+  // After the note: keeping that reads the rows anew.
   state.chosen = Selected(state);
   if (state.may_go && state.chosen) EndDialog(state.dialog, IDOK);
 }

@@ -50,6 +50,7 @@ void ShowRepaired(MainWindow& window, Repaired& repaired, const RepairOptions& o
     return;
   }
   const std::string words = RepairedWords(repaired, options, name);
+  // The words are made before, as they count the rows.
   if (RowCount(*repaired.rows) != 0) OpenListWindow(window, std::move(repaired.rows));
   ShowMessage(words.c_str(), kProgramName, Icon::kInformation);
 }
@@ -78,6 +79,7 @@ void Carve(CarveJob& job) {
 NamedFile FileOfRow(const CarvedFile& carved, const Carved& each) {
   if (!each.file.empty()) return {each.file};
   const FileRange& part = each.parts.front();
+  // Logs are not opened by themselves.
   const bool whole = each.kind == CarvedKind::kHive || each.kind == CarvedKind::kCutHive ||
                      each.kind == CarvedKind::kFragment || each.kind == CarvedKind::kPart;
   const uint64_t end = part.position + each.length;

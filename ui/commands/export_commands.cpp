@@ -100,9 +100,11 @@ void StartExport(const ListPlace& place, Write write) {
         });
         job->stopped = !made || StopRequested();
         job->kept = CloseOutput(job->file, !job->stopped && !job->written.refused);
+        // Once the file is closed: a list of what it lacks says nothing of a file that is not kept.
         if (job->kept) job->gaps = ListScriptGaps(hive, tree, job->written);
       },
       [&window, job] { FinishExport(window, *job); });
+  // Every file that was opened is to be closed; this one is not kept.
   if (!started) CloseOutput(job->file, false);
 }
 

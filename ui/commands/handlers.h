@@ -17,7 +17,9 @@ void OnNothing(MainWindow& window);
 
 // Asks for a file; a hive, or a Report List, is loaded on a worker.
 void OnOpenFile(MainWindow& window);
+// The same, in a new copy of the program.
 void OnOpenInWindow(MainWindow& window);
+// Takes the hive shown out of the window; asks first where values were edited in memory.
 void OnCloseHive(MainWindow& window);
 // Asks what runs to stop; it does so at its next look at the flag.
 void OnStop(MainWindow& window);

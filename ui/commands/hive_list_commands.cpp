@@ -137,6 +137,7 @@ namespace {
 
 // Which hive a row is of: that whose file it names.
 std::vector<RowsOfHive> HivesOfRows(const MainWindow& window, const OutputList& list) {
+  // The column with the hive's file.
   constexpr int kFile = 3;
   std::vector<RowsOfHive> rows;
   for (uint32_t row = 0; row < RowCount(list); ++row) {
@@ -177,6 +178,7 @@ void OnCheckStructure(MainWindow& window) {
         options.least = CheckLevel::kNote;
         options.worst_first = true;
         *checked = CheckOpenedHive(hive, CheckedState::kReplayed, options);
+        // The check itself may have come to its end before.
         checked->result.stopped |= StopRequested();  // while rows were made
       },
       [&window, checked] {

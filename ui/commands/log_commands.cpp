@@ -28,6 +28,8 @@ constexpr const char* kEditsQuestion =
 uint32_t FirstProposal(const LogChoice& choice, const HiveLogs& logs) {
   if (choice.bounded) return choice.until;
   if (!logs.steps.empty()) return EntryOf(logs, logs.steps.back()).sequence;
+  // Nothing was applied: the last entry that any of the logs has, else the number in the hive
+  // itself.
   uint32_t entry = logs.hive.base.sequence1;
   for (const HiveLog& log : logs.logs) {
     if (!log.entries.empty()) entry = log.entries.back().sequence;

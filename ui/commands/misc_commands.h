@@ -10,12 +10,15 @@ struct MainWindow;
 
 // At the topic of the main window.
 void OnHelp(MainWindow& window);
+// The help at what the pictures and colours mean.
 void OnLegend(MainWindow& window);
+// Asks for the zone in which dates are shown; lists, panes and windows that show some follow.
 void OnTimeZone(MainWindow& window);
 void OnEvidenceMode(MainWindow& window);
 // Shows the options and puts what was changed into effect; where that needs a load, the user is
 // asked whether the hive is to be loaded again.
 void OnOptions(MainWindow& window);
+// Shows or hides the toolbar.
 void OnToolbar(MainWindow& window);
 // `kChoice` is put into effect in all windows at once.
 template <ColourChoice kChoice>

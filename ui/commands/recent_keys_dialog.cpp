@@ -102,6 +102,7 @@ void NoteKeyShown(const MainWindow& window) {
 }
 
 void NoteKeyUsed(const MainWindow& window) {
+  // Else the same key would be noted once more when its second is over.
   KillTimer(window.handle, kRecentTimer);
   AddSelectedKey(window);
 }

@@ -28,7 +28,7 @@ void OnLiveReport(MainWindow& window) {
   StartLiveReport(window, kReport);
 }
 
-// Those of the selected rows, a line each, to the clipboard.
+// That of the row in focus, to the clipboard; a beep where it has none.
 void OnCopyClassId(ListPlace& place);
 
 }  // namespace hivequarry

@@ -76,6 +76,7 @@ bool ChangeRoot(MainWindow& window, const std::string& doubt) {
   const bool own = SplitRootPath(state.path, split) && split.short_name == "HKCU";
   if (own && !doubt.empty()) state.path.clear();
   if (!AskRootPath(window, state)) return false;
+  // So that a load of the same file begins with this root.
   window.shown->origin.root_path = state.path;
   SetRootPath(hive, state.path);
   window.shown->tree->root_text = DisplayedRoot(hive);

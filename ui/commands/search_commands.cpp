@@ -101,6 +101,7 @@ void StartSearch(MainWindow& window, const std::shared_ptr<HiveSearch>& search) 
       window, std::move(found), [search](OutputList& list) { RunSearch(*search, list); },
       [search] { EndSearch(*search); });
   if (search->place == nullptr) return;
+  // Rows lead nowhere until EndSearch: the worker still adds to `rows`.
   if (several) search->place->hive = kOfNoHive;
   const std::string words = SearchWords(search->pattern.settings);
   if (!several) return NoteAsked(search->place, search->item, words);
@@ -143,6 +144,7 @@ ListPlace* FillListWindow(MainWindow& window, OutputListPtr list,
 void RefillListWindow(ListPlace& place, std::function<void(OutputList& list)> fill,
                       std::function<void()> done) {
   if (IsBusy(*place.owner)) return;
+  // This forgets the rows, not what the list was asked for.
   EmptyList(place);
   GiveHead(*place.owner, *place.model);
   Fill(place, std::move(fill), std::move(done));

@@ -196,6 +196,7 @@ void OnCurrentBranch(MainWindow& window) {
   const KeyTree& tree = *window.shown->tree;
   const uint32_t item = SelectedItem(window.shown->pane);
   const uint32_t top = BranchTop(tree, item);
+  // The second time, from the top, the way leads back to where it came from.
   if (item != top) {
     SelectItem(window.shown->pane, top);
     TreeView_SelectSetFirstVisible(window.controls.tree, window.shown->pane.handles[top]);
@@ -261,6 +262,7 @@ void OnShowAllKeys(MainWindow& window) {
   LetReadersEnd(window);
   UnhideAll(*window.shown->tree);
   const uint32_t item = SelectedItem(window.shown->pane);
+  // Items that go select others; what is selected is said again at the end.
   window.tree_changes = true;
   ClearTree(window.shown->pane);
   ForgetRemoved(window);

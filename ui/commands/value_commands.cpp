@@ -22,6 +22,7 @@ void SaveData(const std::string& file, std::span<const uint8_t> data) {
   int error = 0;
   const std::string_view bytes(reinterpret_cast<const char*>(data.data()), data.size());
   const bool open = OpenOutput(file, OutputMode::kReplace, output, error);
+  // A close that fails has closed the file too; the second one does nothing then.
   if (open && WriteOutput(output, bytes) && CloseOutput(output, true)) return;
   if (open) CloseOutput(output, false);
   ReportFileFailure("Could Not Open or Create File %s !", file);
