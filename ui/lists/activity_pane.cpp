@@ -1,3 +1,6 @@
+// Times of rows are read by a worker whenever the list has other rows. A view of them (a range and
+// a unit) is counted into bars (Recount), and the bars become a picture (Redraw), which is painted,
+// and saved with colours for paper.
 #include "ui/lists/activity_pane.h"
 
 #include <algorithm>
@@ -121,6 +124,7 @@ size_t MostBars(const ActivityPane& pane) { return hivequarry::MostBars(LookOf(p
 
 void DrawBox(HDC dc, const PictureBox& box) {
   const RECT area{box.left, box.top, box.right, box.bottom};
+  // The stock brush takes its colour from the context: no brush is made for each of many bars.
   SetDCBrushColor(dc, SystemColour(box.colour));
   FillRect(dc, &area, static_cast<HBRUSH>(GetStockObject(DC_BRUSH)));
 }
@@ -178,6 +182,7 @@ std::vector<uint32_t> PixelsOf(const Picture& picture, HFONT font) {
   }
   if (bitmap != nullptr) DeleteObject(bitmap);
   DeleteDC(dc);
+  // What GDI leaves in the upper byte is not of the colour.
   for (uint32_t& pixel : pixels) pixel &= 0xFFFFFF;
   return pixels;
 }
@@ -195,6 +200,7 @@ void ShowRange(ActivityPane& pane, const TimeRange& range) {
     return time != kNoValue && IsIn(range, time);
   };
   const bool started = FilterList(place, test, RangeWords(range));
+  // At once, not at the worker's end: the picture shows what was asked for.
   pane.view.picked = started ? range : pane.kept;
   if (!started) Beep();
   if (started) ShowPlaceStatus(place, (" " + RangeWords(range)).c_str());
@@ -349,6 +355,7 @@ void ReadTimes(ActivityPane& pane) {
   ListPlace& place = *pane.place;
   const OutputList& list = *place.model;
   if (!ShowsActivity(place) || place.working) return;
+  // Several messages may have been posted since: the first one has done the work.
   if (pane.read_of == &list && pane.rows_read == RowCount(list)) return;
   const auto read = std::make_shared<Activity>();
   const uint32_t rows = RowCount(list);
@@ -443,6 +450,7 @@ HWND MakeActivityPane(ListPlace& place, int identifier) {
                            {.name = kClassName, .procedure = ActivityProc})) {
     return nullptr;
   }
+  // Goes with its window, from WM_NCCREATE on.
   auto* pane = new ActivityPane;
   pane->place = &place;
   place.activity = pane;
@@ -466,6 +474,7 @@ void FollowActivity(ListPlace& place) {
   if (!ShowsActivity(place) || place.working) return;
   const ActivityPane& pane = *place.activity;
   if (pane.read_of == place.model.get() && pane.rows_read == RowCount(*place.model)) return;
+  // Posted: this is called in the middle of what changed the list, and reading starts a worker.
   PostMessageW(pane.window, kReadTimes, 0, 0);
 }
 

@@ -78,6 +78,7 @@ LRESULT OnListNotify(const BlockWindow& blocks, LPARAM notice) {
   switch (reinterpret_cast<const NMHDR*>(notice)->code) {
     case LVN_KEYDOWN:
       if (reinterpret_cast<const NMLVKEYDOWN*>(notice)->wVKey == VK_ESCAPE) {
+        // Posted: the list that reports the key goes with the window.
         PostMessageW(blocks.handle, WM_CLOSE, 0, 0);
       }
       return 0;

@@ -44,6 +44,7 @@ void KeepChoice(const ListPlace& place, std::vector<int> order) {
     if (IsColumnHidden(place, column)) choice.hidden.push_back(column);
   }
   if (choice.hidden.empty() && std::ranges::is_sorted(choice.order)) {
+    // A kind without an entry has all columns in the built-in order. ##1
     TheSettings().columns.erase(kind);
   } else {
     TheSettings().columns[kind] = std::move(choice);
@@ -54,6 +55,7 @@ void SetHidden(ListPlace& place, int column, bool hidden) {
   const int width = HiddenWidth(place, column);
   if ((width != 0) == hidden) return;
   if (hidden) {
+    // 0 would say that the column is shown.
     HiddenWidth(place, column) = std::max(ListView_GetColumnWidth(place.list, column), 1);
     ListView_SetColumnWidth(place.list, column, 0);
   } else {

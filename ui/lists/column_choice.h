@@ -11,6 +11,7 @@ namespace hivequarry {
 struct ListPlace;
 
 // The choice for the kind of the list that is shown, whose columns the control has.
+// Columns that were hidden for the list before are shown first, so that each has its width again.
 void ApplyColumnChoice(ListPlace& place);
 bool IsColumnHidden(const ListPlace& place, int column);
 // The first column, which has the picture, is always shown.

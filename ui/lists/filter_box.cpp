@@ -21,6 +21,7 @@ constexpr int kGap = 8;
 constexpr int kTickRoom = 22;  // a box with what is around it
 constexpr int kLeastWords = 90;
 constexpr int kMostWords = 420;
+// UTF-16 units that can be typed into the box.
 constexpr WPARAM kLongestFilter = 1000;
 
 HWND MakeChild(const ListPlace& place, const wchar_t* type, const wchar_t* text, DWORD style,
@@ -91,6 +92,7 @@ int PlaceFilterBox(const FilterControls& filter, uint32_t dpi, int left, int rig
 void ShowFilterNote(const ListPlace& place, const std::string& note) {
   const HWND shown = GetDlgItem(place.window, kListFilterNoteId);
   const std::wstring words = WindowText(note);
+  // Else each row that comes into a list would write over the status bar.
   if (TextOfControl(shown) == words) return;
   SetWindowTextW(shown, words.c_str());
   // A narrow window has no room beside the box.

@@ -61,6 +61,7 @@ void ShowPieces(ListPlace& place, SplitJob& job) {
 // A row of what an entry did speaks of a state that may be past: another key may have its position
 // now.
 bool IsStillThere(const ListPlace& place, uint32_t row, uint32_t position) {
+  // Of lists of what log entries did.
   constexpr int kKeyColumn = 3;
   const MainWindow& window = *place.owner;
   const uint32_t item = ItemShowing(ShownHive(window), *window.shown->tree, position);
@@ -113,6 +114,7 @@ bool GoToRow(const ListPlace& place, uint32_t row, uint32_t position) {
     return true;
   }
   const int kind = ListKindOf(*place.model);
+  // Rows of these lists may be about records that no item of the tree shows.
   const bool bytes = IsFreedRow(*place.model, row) || kind == kListTimeline || kind == kListRepair;
   return bytes && OpenRawView(*place.owner, position) != nullptr;
 }
@@ -159,6 +161,7 @@ void OnInvertRows(ListPlace& place) { InvertSelection(place); }
 void OnResizeListColumns(ListPlace& place) { ResizeListColumns(place); }
 
 void OnStopListWork(ListPlace& place) {
+  // Selecting bit by bit is no operation of the program: StopCommand knows nothing of it.
   EndSelecting(place);
   StopCommand();
   PlaceChanged(place);

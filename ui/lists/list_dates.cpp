@@ -12,11 +12,13 @@
 namespace hivequarry {
 namespace {
 
+// Up to so many rows the copy is made at once, without a worker.
 constexpr uint32_t kRowsAtOnce = 5000;
 
 // Rows keep their numbers, so order, selection and what they lead to stay. Words of the filter are
 // looked for in the new texts.
 void TakeCopy(ListPlace& place, OutputListPtr copy, const ShownZone& zone) {
+  // The filter's thread reads the model that goes.
   StopFilter(place);
   place.model = std::move(copy);
   place.dates_in = zone;
@@ -39,6 +41,7 @@ bool StartCopy(ListPlace& place, const ShownZone& zone) {
       [&place, zone, copy] {
         ShowPlaceStatus(place, "");
         if (*copy != nullptr) return TakeCopy(place, std::move(*copy), zone);
+        // No copy: the user has stopped it, and means all of them.
         for (ListPlace* left : ListPlaces(*place.owner)) left->zone_due = false;
       });
   if (started) ShowPlaceStatus(place, " Dates in the other zone ...");

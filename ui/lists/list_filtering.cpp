@@ -1,3 +1,7 @@
+// Words are looked for by the filter's own thread, in the rows [from, to) of the model. Its answer
+// (kRowsChosen) waits while a worker needs the rows in their places. Rows that are added later are
+// looked at by further runs, each from where the last one ended. A range of the picture is looked
+// at by a worker (FilterList), in the rows that hold the words.
 #include "ui/lists/list_filtering.h"
 
 #include <algorithm>
@@ -32,6 +36,7 @@ struct FilterRun {
 // On the filter's own thread; its last act is the message. Without memory `passing` is shorter than
 // the run, which counts as a run that was stopped.
 void RunFilter(FilterRun& run, const std::atomic<bool>& stop, std::vector<bool>& passing) {
+  // Nobody waits for it: it shows no progress, and the stop of an operation does not end it.
   const BackgroundWork work;
   WithMemory([&] {
     passing = PassingRows(run.filter, run.list, run.from, run.to, stop);
@@ -93,6 +98,7 @@ void ShowPassing(ListPlace& place) {
   } else {
     ShowAddedRows(place, filter.from, filter.passing);
   }
+  // Gives its memory back, which clearing would not.
   filter.passing = std::vector<bool>();
 }
 
@@ -110,6 +116,7 @@ void SetFilterWords(ListPlace& place, FilterWords words) {
   std::string fault;
   place.filter.faulty = !MakeRowFilter(*place.model, words, filter, fault);
   if (place.filter.faulty) return ShowFilterNote(place, fault);
+  // Blanks alone are no words.
   if (filter.terms.empty()) words.text.clear();
   place.filter.words = std::move(words);
   place.filter.note = filter.note;
@@ -131,6 +138,7 @@ void TakeChosenRows(ListPlace& place, uint32_t serial) {
 void FollowFilter(ListPlace& place) {
   ListFilter& filter = place.filter;
   if (filter.ready && MayChangeRows(place)) ShowPassing(place);
+  // Without words rows that come later are shown, whatever range is picked.
   if (!HasFilterWords(place) || filter.ready || filter.thread.joinable()) return;
   if (filter.tested < RowCount(*place.model)) StartRun(place, filter.tested, FilterOf(place));
 }

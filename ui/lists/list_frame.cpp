@@ -77,6 +77,7 @@ int PlaceSource(const ListWindow& window, int width, int top) {
 
 // --- the picture of activity ---------------------------------------------------------------------
 
+// By the child's own style: IsWindowVisible is false as long as the window itself is hidden.
 bool IsShown(HWND child) { return (GetWindowLongW(child, GWL_STYLE) & WS_VISIBLE) != 0; }
 
 // Its height, a part of the room; 0 where there is none.
@@ -105,6 +106,7 @@ void LayOutParts(const ListWindow& window) {
   SendMessageW(status, WM_SIZE, 0, 0);
   RECT area;
   GetClientRect(status, &area);
+  // The bar has placed itself by now, so its client area is that of the new width.
   const int count = area.right - Scale(kCountWidth, window.dpi);
   const int edges[kListStatusParts] = {count - Scale(kProgressWidth, window.dpi), count, -1};
   SendMessageW(status, SB_SETPARTS, kListStatusParts, reinterpret_cast<LPARAM>(edges));

@@ -20,6 +20,7 @@ enum ListChildId : int {
 enum ListStatusPart : int { kListText, kListProgress, kListCount, kListStatusParts };
 
 // Goes with its window, as do fonts and pictures.
+// The list itself is `place`; what is beside it here is the window around it.
 struct ListWindow {
   ListPlace place;
   HWND toolbar = nullptr;

@@ -72,6 +72,7 @@ void OnEscape(ListPlace& place) {
   if (IsSelecting(place)) return EndSelecting(place);
   if ((place.rows.filtered || HasFilterWords(place)) && !place.working)
     return RunListCommand(place, kCommandShowAllRows);
+  // While something runs Esc is for that, and does not close the window.
   if (!place.working && TheLongOperation().running == 0) {
     PostMessageW(place.window, WM_CLOSE, 0, 0);
   }
@@ -93,6 +94,7 @@ bool TranslateListKeys(MSG& message) {
   if (message.message != WM_KEYDOWN && message.message != WM_SYSKEYDOWN) return false;
   ListPlace* place = FindListPlace(message.hwnd);
   const uint8_t modifiers = ModifiersNow();
+  // A key of the text goes on to the control as it is.
   if (place == nullptr || IsTextKey(message.hwnd, message.wParam, modifiers)) return false;
   if (IsListKeyOfBox(message.hwnd, message.wParam)) {
     EnterRows(*place);

@@ -24,6 +24,7 @@ bool HasPosition(const ListPlace& place) {
   if (focused < 0) return false;
   const uint32_t row = ModelRow(place, static_cast<uint32_t>(focused));
   // A row about a file leads to that, whatever hive is shown.
+  // Of a list of files the rows' positions are those of other hives.
   if (!place.files.empty()) return row < place.files.size();
   return place.owner->shown->slot >= 0 && RowHasDatum(*place.model, row);
 }
@@ -125,6 +126,7 @@ HMENU SubMenuOf(MenuBuilder& builder, const ListCommand& command) {
 void AppendCommand(MenuBuilder& builder, const ListPlace& place, const ListCommand& command,
                    bool available) {
   const HMENU menu = command.submenu == nullptr ? builder.menu : SubMenuOf(builder, command);
+  // Within a sub menu too, where it is not the first item.
   if (command.group_start) StartGroup(menu);
   const bool checked = IsOn(place, command.checked);
   AppendMenuW(
@@ -190,6 +192,7 @@ bool OnListContextMenu(ListPlace& place, HWND from, POINT where) {
   }
   if (from != place.list) return false;
   // The list passes on what its header was asked.
+  // WM_CONTEXTMENU names the list then.
   POINT point = where;
   ScreenToClient(place.list, &point);
   RECT header{};

@@ -46,6 +46,7 @@ void OnDisplay(const ListPlace& place, NMLVDISPINFOW& notice) {
     const auto room = static_cast<size_t>(item.cchTextMax);
     std::wstring text;
     if (place.painting) text = PaintedPath(place, shown, item.iSubItem);
+    // What is no path, or is asked for by others, is given as it is.
     if (text.empty()) text = CellStart(place, shown, item.iSubItem, room);
     GiveText(item, text.c_str());
   }
@@ -73,6 +74,8 @@ CommandNumber CommandOfRow(int kind) {
 // Of a list that has both, rows about what was deleted are as in tree and values.
 LRESULT DrawRow(ListPlace& place, NMLVCUSTOMDRAW& notice) {
   const DWORD stage = notice.nmcd.dwDrawStage;
+  // The control asks for the same texts to draw them and for other reasons, such as a tip or a
+  // screen reader; between these two stages it draws.
   if (stage == CDDS_PREPAINT || stage == CDDS_POSTPAINT) place.painting = stage == CDDS_PREPAINT;
   if (stage == CDDS_PREPAINT) return DrawListRow(notice) | CDRF_NOTIFYPOSTPAINT;
   const auto shown = static_cast<uint32_t>(notice.nmcd.dwItemSpec);
@@ -114,6 +117,7 @@ LRESULT OnListNotify(ListPlace& place, const NMHDR& notice) {
       return OnColumnsNotify(place, As<NMHEADERW>(notice));
     case HDN_ENDTRACKW:
     case HDN_DIVIDERDBLCLICKW:
+      // From now on the user's widths stay.
       place.columns_touched = true;
       return OnColumnsNotify(place, As<NMHEADERW>(notice));
     default:

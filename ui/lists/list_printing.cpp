@@ -14,6 +14,7 @@
 namespace hivequarry {
 namespace {
 
+// Of the font, 72 to the inch.
 constexpr int kPoints = 10;
 // More than a line of any page holds; some devices measure no longer texts.
 constexpr size_t kLongestLine = 4096;
@@ -77,6 +78,7 @@ void RunPrintJob(const OutputList& list, const PrintJob& job) {
   DOCINFOW document{};
   document.cbSize = sizeof document;
   document.lpszDocName = job.title.c_str();
+  // As where the user gives no name for a file to print to: nothing is said.
   if (StartDocW(job.dc, &document) <= 0) return;
   PrintTarget target;
   target.dc = job.dc;
@@ -104,6 +106,7 @@ void Print(ListPlace& place, bool selection) {
         DeleteDC(job->dc);
       },
       [] {});
+  // The context is the worker's to delete only where there is one.
   if (!started) DeleteDC(dc);
 }
 

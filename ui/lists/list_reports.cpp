@@ -97,6 +97,7 @@ void LoadReport(ListPlace& place, const std::string& file) {
           [&place, job] { ShowReportHead(place, job); })) {
     return;
   }
+  // Once the worker has the name: the rows of before go though the file may turn out to be none.
   EmptyList(place);
   if (place.pane && place.owner->layout.arrangement != kOutputArrangement) {
     ShowArrangement(*place.owner, kOutputArrangement);

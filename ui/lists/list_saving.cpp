@@ -21,6 +21,7 @@
 namespace hivequarry {
 namespace {
 
+// Rows up to which no wait cursor is shown.
 constexpr uint32_t kQuickRows = 400;
 constexpr const char* kProtected = "\r\nIt is a hive or one of its logs: these are never written.";
 
@@ -133,6 +134,7 @@ bool ChooseEncoding(const OutputList& list, const WrittenRows& which, const std:
   encoding = EncodingOf(list, which);
   if (mode != OutputMode::kAppend) return true;
   if (BeginsWithMark(file)) {
+    // A file with the mark holds any text.
     encoding = FileEncoding::kMarkedUtf8;
     return true;
   }
@@ -180,7 +182,7 @@ bool OpenListFile(const std::string& file, OutputMode mode, const char* failure,
   return false;
 }
 
-// False after a message. A list that is added to a file begins after an empty line.
+// On the interface thread, which does nothing else meanwhile.
 bool SaveListText(const OutputList& list, const WrittenRows& which, const std::string& file,
                   OutputMode mode) {
   OutputFile out;
@@ -253,6 +255,7 @@ void OnListNotepad(ListPlace& place) {
   const std::string file = NextTextName();
   OutputFile out;
   if (!OpenListFile(file, OutputMode::kReplace, "Could Not Open or Create File %s", out)) return;
+  // From here on it is deleted at the end, written whole or not.
   TheEditedTexts().files.push_back(file);
   const RowChoice rows = ChooseRows(place, false);
   const WaitTurn wait(ShownRowCount(place));

@@ -57,7 +57,7 @@ struct WaitTurn {
 
 // Commands of a list; called when guard and needs allow it.
 //
-// They ask for a file and write the whole list, or the rows selected, on a worker.
+// They ask for a file and write the whole list, or the rows selected, under the wait cursor.
 void OnSaveListText(ListPlace& place);
 void OnSaveSelected(ListPlace& place);
 

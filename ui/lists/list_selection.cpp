@@ -1,3 +1,6 @@
+// A change of the selection is worked out first: which rows lose it and which gain it, from what is
+// selected now or, where those are fewer, from none or all. The control is told of them one by one,
+// in parts of some milliseconds, which a timer goes on with.
 #include "ui/lists/list_selection.h"
 
 #include <algorithm>
@@ -13,6 +16,7 @@ namespace {
 
 constexpr uint64_t kPartTime = 30;  // milliseconds
 constexpr UINT kPartPause = 10;
+// Rows between two looks at the clock.
 constexpr size_t kPartPoll = 16;
 
 uint32_t SelectedCount(const ListPlace& place) { return ListView_GetSelectedCount(place.list); }
@@ -109,6 +113,7 @@ void CALLBACK SelectNextPart(HWND list, UINT, UINT_PTR, DWORD) {
 }  // namespace
 
 std::vector<uint32_t> SelectedRows(const ListPlace& place) {
+  // Without asking the control for each.
   if (SelectedCount(place) == ShownRowCount(place)) return ShownRows(place);
   std::vector<uint32_t> rows = SelectedPlaces(place);
   for (uint32_t& row : rows) row = ModelRow(place, row);
@@ -123,6 +128,7 @@ void SelectShown(ListPlace& place, std::vector<uint32_t> shown, bool add) {
   const std::vector<uint32_t> selected = SelectedPlaces(place);
   if (add) shown = Merged(selected, shown);
   place.selecting = ChangesTo(shown, selected);
+  // To start from none or from all takes so many changes.
   const size_t anew = std::min(shown.size(), ShownRowCount(place) - shown.size());
   if (anew < place.selecting.shown.size()) place.selecting = StartAnew(place, shown);
   if (!SelectPart(place)) return EndSelecting(place);
@@ -135,6 +141,7 @@ bool IsSelecting(const ListPlace& place) { return !place.selecting.shown.empty()
 
 void EndSelecting(ListPlace& place) {
   place.selecting = PendingSelection();
+  // No timer: what was selected took no more than one part, and nothing was said of it.
   if (KillTimer(place.list, kSelectTimer) == FALSE) return;
   ShowPlaceStatus(place, "");
   PlaceChanged(place);

@@ -50,6 +50,7 @@ struct SortJob {
 void RunSort(const OutputList& list, SortJob& job) {
   StopQuestion question;
   // Rows that a column does not tell apart keep the order of the columns after it.
+  // From the last column to the first: each sort keeps the order of what it finds equal.
   for (size_t key = job.keys.size(); key-- > 0;) {
     job.rows = SortRows(list, job.rows, job.keys[key], [&question] { return question(); });
   }
@@ -75,6 +76,7 @@ int KeyColumn(const OutputList& list) {
 
 void SortBy(ListPlace& place, int column, SortMode mode) {
   bool& descending = place.descending[static_cast<size_t>(column)];
+  // A column keeps the direction that it had last, and turns it when it is clicked once more.
   const bool turned = descending != (place.sorted_column == column);
   if (SortList(place, {{column, mode, turned}})) descending = turned;
 }
@@ -134,6 +136,7 @@ void SortNewList(ListPlace& place) {
     SortList(place, {request});
     return;
   }
+  // Few rows are sorted at once, without a worker and what goes with it.
   SortJob job{AllRows(place), {request}};
   job.rows = SortRows(*place.model, job.rows, request, [] { return false; });
   ShowSorted(place, job);

@@ -84,6 +84,7 @@ void RunTable(const OutputList& list, TableJob& job) {
       WriteFile(job.file, [&](const TextSink& sink) { return WriteTable(list, job, sink); });
   const bool bare = job.form != TableForm::kHtml;
   if (!job.whole || !bare || HeadLinesOf(list, RowsOf(job.rows)).empty()) return;
+  // The user named the table alone; a head of before is replaced with it.
   const std::string beside = job.file + ".head.txt";
   if (WriteHeadFile(list, job, beside)) job.head_file = beside;
 }

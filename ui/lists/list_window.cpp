@@ -243,6 +243,7 @@ void GiveHeadOfAll(const MainWindow& window, OutputList& list) {
   for (const auto& hive : window.hives) {
     if (hive->slot < 0) continue;
     std::vector<std::string> of = LinesOf(*hive->hashing.head);
+    // After the line that names the file.
     of.insert(of.begin() + 1, std::string(kHeadRootLine) + hive->tree->root_text);
     lines.insert(lines.end(), of.begin(), of.end());
   }
@@ -277,6 +278,7 @@ ListPlace* FindListPlace(HWND child) {
 }
 
 void CloseListWindows(MainWindow& window) {
+  // A copy: each window takes itself out of the list when it goes.
   const std::vector<ListWindow*> open = TheListWindows().open;
   for (const ListWindow* list : open) {
     if (list->place.owner == &window) DestroyWindow(list->place.window);

@@ -24,6 +24,7 @@ constexpr UINT kStatusTime = 2000;
 // A timer of the interface thread: rows that a worker has added meanwhile come into view.
 void CALLBACK WatchWork(HWND list, UINT, UINT_PTR, DWORD) {
   ListPlace& place = PlaceOfControl(list);
+  // Rows that are added are shown by the way; other work changes counts and progress alone.
   if (place.filling) {
     ListChanged(place);
   } else {

@@ -19,6 +19,7 @@ namespace hivequarry {
 namespace {
 
 constexpr int kLeadsTo = 5;  // the column
+// Steps back; the oldest are forgotten.
 constexpr size_t kLongestTrail = 100;
 
 // A field that was followed: its row, and the position that showed its record.

@@ -65,6 +65,7 @@ bool OnCreate(ValueWindow& window) {
     const HiveTurn turn(*window.owner, window.shown.hive);
     SaveBytes(*window.owner, bytes, "Value at " + HexNumber(window.shown.position));
   };
+  // There is no status bar to say it in.
   window.viewer.tell = [](const wchar_t*) {};  // it has beeped
   RenewLook(window);
   ShowWindow(window.viewer.window, SW_SHOWNA);
