@@ -93,6 +93,7 @@ void ToggleRow(CompareWindow& window, int row) {
   const uint32_t key = KeyOfRow(window, row);
   if (key == kNoItem) return;
   const auto at = static_cast<size_t>(row);
+  // OpenRow does nothing to a row that is open, so the other one closes it.
   if (OpenRow(TreeOf(window), at) || CloseRow(TreeOf(window), at)) ShowRows(window, key);
 }
 
@@ -103,6 +104,7 @@ void GoSideways(CompareWindow& window, bool right) {
   if (key == kNoItem) return;
   const auto at = static_cast<size_t>(row);
   if (right ? OpenRow(tree, at) : CloseRow(tree, at)) return ShowRows(window, key);
+  // It is open already: its first key is in the row below.
   if (right && CanOpen(tree, key)) return FocusKeyRow(window, at + 1);
   if (!right && tree.keys[key].parent != kNoItem) {
     FocusKeyRow(window, RowOfKey(tree, tree.keys[key].parent));

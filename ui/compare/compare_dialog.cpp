@@ -27,6 +27,7 @@ constexpr OptionBox kOptions[] = {{kCompareRecovered, &HiveCompareOptions::recov
                                   {kCompareOrder, &HiveCompareOptions::order}};
 
 // Patterns with semicolons between them. False where one of them is none.
+// Empty ones, as after a semicolon at the end, are left out.
 bool ReadPatterns(std::string_view text, std::vector<IgnorePattern>& patterns) {
   patterns.clear();
   while (!text.empty()) {

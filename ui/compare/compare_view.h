@@ -24,11 +24,13 @@ struct CompareWindow {
   HWND values = nullptr;
   HWND splitter = nullptr;
   HWND status = nullptr;
+  // What A and B are, above the keys.
   HWND heads[2] = {};
   Fonts fonts;
   IconLists icons;
   uint32_t dpi = USER_DEFAULT_SCREEN_DPI;
   int values_height = kFirstValuesHeight;  // at 96 dpi
+  // Shared with a worker that lists or writes what is in it.
   std::shared_ptr<ComparedHives> hives;
   uint32_t selected = kNoItem;  // number of the key whose values are shown
   std::vector<ComparedValueRow> rows;

@@ -1,3 +1,6 @@
+// A comparison is made by a worker, which opens B in the table of hives. The list of differences
+// goes to a window of its own. When the window that compares goes, B is closed as soon as no worker
+// is under way.
 #include "ui/compare/compare_window.h"
 
 #include <algorithm>
@@ -181,6 +184,7 @@ LRESULT OnKeyNotify(CompareWindow& window, LPARAM second) {
       LVHITTESTINFO hit{};
       hit.pt = reinterpret_cast<const NMITEMACTIVATE*>(second)->ptAction;
       const int row = ListView_HitTest(window.keys, &hit);
+      // The picture opens and closes as the button of a tree does.
       if ((hit.flags & LVHT_ONITEM) == LVHT_ONITEMICON) ToggleRow(window, row);
       return 0;
     }
@@ -210,6 +214,7 @@ LRESULT OnNotify(CompareWindow& window, LPARAM second) {
 LRESULT Route(CompareWindow& window, UINT message, WPARAM first, LPARAM second) {
   switch (message) {
     case WM_COMMAND:
+      // Of the menu alone: controls send their codes in the high word.
       if (HIWORD(first) == 0) RunAct(window, static_cast<CompareAct>(LOWORD(first) - kCompareActs));
       return 0;
     case WM_NOTIFY:
@@ -398,6 +403,7 @@ bool TranslateCompareKeys(MSG& message) {
 }
 
 void CloseCompareWindows(uint32_t hive) {
+  // A copy: each window takes itself out when it goes.
   const std::vector<CompareWindow*> open = TheCompareWindows().open;
   for (const CompareWindow* window : open) {
     if (hive == kAnyHive || window->hive == hive) DestroyWindow(window->handle);

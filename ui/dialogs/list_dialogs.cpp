@@ -16,6 +16,8 @@ namespace {
 
 // --- dialogs of the system -----------------------------------------------------------------------
 
+// UTF-16 units, of one name or of several together with their folder; for more the dialog fails
+// (FNERR_BUFFERTOOSMALL).
 constexpr size_t kLongestName = 32768;
 
 // After the folder's name, which a zero ends, follow those of the files when there are several.
@@ -47,6 +49,7 @@ FileChoice AskFile(const FileRequest& request, bool save) {
   dialog.lpstrFile = name.data();
   dialog.nMaxFile = static_cast<DWORD>(name.size());
   dialog.lpstrInitialDir = folder.empty() ? nullptr : folder.c_str();
+  // The current folder stays: names without one are relative to it.
   dialog.Flags = OFN_EXPLORER | OFN_HIDEREADONLY | OFN_NOCHANGEDIR | OFN_PATHMUSTEXIST;
   if (request.ask_to_replace) dialog.Flags |= OFN_OVERWRITEPROMPT;
   if (!save) dialog.Flags |= OFN_FILEMUSTEXIST;

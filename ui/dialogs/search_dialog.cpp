@@ -72,6 +72,7 @@ bool IsNumber(const SearchDialog& state) {
 
 // The text that a field shows; the symbol of a zero character is that character.
 std::string PatternOfField(std::wstring shown) {
+  // The symbol is what texts for controls have in place of a zero character, which would end them.
   std::ranges::replace(shown, L'\u2400', L'\0');
   return TextOfWide(std::u16string(shown.begin(), shown.end()));
 }
@@ -120,6 +121,7 @@ void EnableFor(const SearchDialog& state) {
   }
   Enable(state, kSearchHex, hex);
   Enable(state, kSearchDword, hex && number);
+  // Its box is grey then, and would look as if it still had its say.
   if (!number) Tick(state, kSearchDword, false);
   const std::wstring message = MessageFor(state);
   Enable(state, IDOK, message.empty());
@@ -301,6 +303,7 @@ SearchSettings SettingsOf(const SearchDialog& state) {
   settings.hex = state.hex;
   settings.hex_mode = IsHexMode(state);
   for (const SettingBox& box : kBoxes) settings.*box.setting = IsTicked(state.dialog, box.control);
+  // The box keeps its tick while the mode is text.
   settings.dword &= settings.hex_mode && IsNumber(state);
   return settings;
 }

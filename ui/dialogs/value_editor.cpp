@@ -1,3 +1,6 @@
+// One value's bytes, in one of four forms. While the form is text, lines or a number, each change
+// of its control is read into `data`; the form of bytes has its own in the hex control. Another
+// form or type begins with the bytes of the one before, so nothing is lost on the way.
 #include "ui/dialogs/value_editor.h"
 
 #include <algorithm>

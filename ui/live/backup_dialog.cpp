@@ -1,3 +1,6 @@
+// One dialog for three purposes. The run is a worker's, which posts the state of each hive to the
+// dialog and uses its record: it stays open until the worker has ended. An unattended run begins by
+// itself; timers end the dialog and then the program.
 #include "ui/live/backup_dialog.h"
 
 #include <algorithm>
@@ -154,6 +157,7 @@ void OnHiveChanged(BackupDialog& state, int hive, HiveState now) {
 void OnHiveTimer(BackupDialog& state, int hive) {
   ++state.frame;
   if (++TheLongOperation().backup_progress >= kBackupStoppable) {
+    // From now on Cancel stops the run (OnCommand).
     EnableWindow(GetDlgItem(state.dialog, IDCANCEL), TRUE);
   }
   InvalidateRect(GetDlgItem(state.dialog, kBackupIcon + hive), nullptr, FALSE);
@@ -188,6 +192,7 @@ void OnRunDone(BackupDialog& state) {
   const bool replaced = state.purpose == Purpose::kReplace && state.result.done > 0;
   if (replaced) EnableWindow(GetDlgItem(state.dialog, IDOK), FALSE);
   if (state.result.done > 0) LastBackupFolder() = state.run.folder;
+  // The default button follows the focus only this way.
   SendMessageW(state.dialog, WM_NEXTDLGCTL,
                reinterpret_cast<WPARAM>(GetDlgItem(state.dialog, IDCANCEL)), TRUE);
 }
@@ -204,6 +209,7 @@ void StartRun(BackupDialog& state) {
     state.result = state.purpose == Purpose::kReplace ? ReplaceHives(state.run, state.places)
                                                       : RunBackup(state.run, state.settings_file);
   };
+  // What the worker did not do is shown as an empty result.
   if (!StartWork(*state.window, kOperationBackup, work, [&state] { OnRunDone(state); })) {
     OnRunDone(state);
   }
@@ -226,6 +232,7 @@ void AddToolTip(HWND dialog, int control, const wchar_t* text) {
                                    dialog, nullptr, GetModuleHandleW(nullptr), nullptr);
   TTTOOLINFOW tool{};
   tool.cbSize = sizeof tool;
+  // The tooltip sees the control's mouse messages by itself; it goes with the dialog, its owner.
   tool.uFlags = TTF_IDISHWND | TTF_SUBCLASS;
   tool.hwnd = dialog;
   tool.uId = reinterpret_cast<UINT_PTR>(GetDlgItem(dialog, control));

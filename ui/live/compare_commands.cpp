@@ -65,6 +65,7 @@ bool Compare(MainWindow& window, uint32_t item, bool displayed) {
   ListPlace* const place =
       FillListWindow(window, MakeOutputList(kListCompare), WorkOf(job), EndOf(job));
   if (place == nullptr) return false;
+  // Goes with the place, so it may refer to it.
   place->again = [place, job] { RefillListWindow(*place, WorkOf(job), EndOf(job)); };
   return true;
 }

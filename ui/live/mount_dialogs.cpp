@@ -140,6 +140,7 @@ void StartMounting(MountDialog& state, const std::string& name, const std::strin
         *error = file.empty() ? UnloadHiveFromRegistry(name) : LoadHiveIntoRegistry(name, file);
       },
       [&state, error, file] { FinishMount(state, file, *error); });
+  // The worker's end comes as a posted message, so it is not before this.
   if (started) SetBusy(state, true);
 }
 

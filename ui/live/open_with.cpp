@@ -29,6 +29,7 @@ bool SetText(const std::wstring& key, const wchar_t* name, const std::wstring& t
 
 std::wstring CommandNow(const std::wstring& program) {
   const std::wstring key = KeyOf(program) + kCommand;
+  // More than the longest command line: a longer text is none of ours.
   std::vector<wchar_t> text(2 * 32768);
   auto size = static_cast<DWORD>(text.size() * sizeof(wchar_t));
   const LSTATUS status = RegGetValueW(HKEY_CURRENT_USER, key.c_str(), nullptr, RRF_RT_REG_SZ,
@@ -55,6 +56,7 @@ bool SetInOpenWith(const std::wstring& program, bool offered) {
   const bool done =
       offered ? Offer(program)
               : RegDeleteTreeW(HKEY_CURRENT_USER, KeyOf(program).c_str()) == ERROR_SUCCESS;
+  // The system's folders read it anew only when they are told.
   SHChangeNotify(SHCNE_ASSOCCHANGED, SHCNF_IDLIST, nullptr, nullptr);
   return done;
 }

@@ -20,6 +20,7 @@ namespace {
 constexpr wchar_t kEditorClass[] = L"RegEdit_RegEdit";
 constexpr size_t kMaxLevels = 32;  // of a path, and of the way up from the selection
 constexpr size_t kMaxTyped = 255;  // characters of a value's name
+// 260 units with the zero at their end, more than the longest name of a key.
 constexpr size_t kTextBytes = 520;
 constexpr size_t kTextUnits = kTextBytes / sizeof(wchar_t);
 
@@ -358,6 +359,8 @@ bool ShowKey(const Editor& editor, std::string_view path, std::string_view value
   std::vector<std::wstring> names = NamesOf(WideName(LongRootPath(path)));
   if (names.empty()) return true;
   if (!ReadSelection(editor, way)) return false;
+  // Of a longer path the key of the last level is shown, and no value: it would be that of another
+  // key.
   const bool whole = names.size() <= kMaxLevels;
   names.resize(std::min(names.size(), kMaxLevels));
   const size_t common = CommonLength(way, names);

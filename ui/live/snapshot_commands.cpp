@@ -103,6 +103,7 @@ void OnOk(SnapshotDialog& state) {
       return;
     }
     state.roots = TickedRoots(state.dialog);
+    // Where the user keeps all files that are there, nothing is left and the dialog stays.
     state.roots = RootsToWrite(state);
     if (state.roots == 0) return;
   } else if (state.key.empty() ||
@@ -186,6 +187,7 @@ void OnRootSnapshots(MainWindow& window) {
   state.whole_roots = true;
   state.place = TheSettings().folders[kFolderHives];
   if (!AskSnapshot(window, state)) return;
+  // The folder was chosen with a dialog of its own, which remembers none.
   TheSettings().folders[kFolderHives] = state.place;
   StartSnapshots(window, [roots = state.roots, folder = state.place](SnapshotJob& job) {
     for (size_t i = 0; i < WholeRoots().size() && !StopRequested(); ++i) {

@@ -22,6 +22,7 @@ namespace {
 
 constexpr int kLongestSid = 519;  // as the settings keep them
 
+// The bits of an access mask for keys.
 constexpr BitBox kRights[] = {{kRightQueryValue, 0x1},     {kRightSetValue, 0x2},
                               {kRightCreateSubkey, 0x4},   {kRightEnumerate, 0x8},
                               {kRightNotify, 0x10},        {kRightCreateLink, 0x20},
@@ -114,6 +115,7 @@ std::string ChoiceText(const HiveSid& each) {
 // --- who may write where -------------------------------------------------------------------------
 
 constexpr wchar_t kAnyone[] = L"Anyone but administrators";
+// Of the rights those that change something.
 constexpr BitBox kChanges[] = {{kRightSetValue, 0x2},     {kRightCreateSubkey, 0x4},
                                {kRightCreateLink, 0x20},  {kRightDelete, 0x10000},
                                {kRightWriteDac, 0x40000}, {kRightWriteOwner, 0x80000}};
@@ -198,6 +200,7 @@ void FillSidBox(HWND dialog, int control, const std::string& sid,
 bool ReadSid(HWND dialog, int control, bool optional, std::string& sid,
              const std::vector<HiveSid>& of_hive) {
   std::string text = Trimmed(ControlText(dialog, control));
+  // The two blanks are kAfterName.
   const size_t after_name = text.rfind("  S-1-");
   if (after_name != std::string::npos) text = text.substr(after_name + 2);
   if (!text.empty() && SidOfText(text).empty()) {

@@ -89,6 +89,7 @@ void FindKeysOfSid(MainWindow& window, SecurityMode mode, const std::string& sid
 
 std::string OwnerOfRecord(const MainWindow& window, uint32_t record) {
   SecurityRecordInfo info;
+  // With the SID that lists show, as the query compares what they show.
   ReadSecurityRecord(ImageBytes(ShownHive(window)), record, info, &window.shown->sid_replacement);
   return info.owner_text;
 }
@@ -150,6 +151,7 @@ void OnListLocalGroups(MainWindow& window) {
 
 void OnFindKeysWithPermissions(MainWindow& window) {
   PermissionRequest& request = LastRequest();
+  // What was asked last may have been asked with another hive, or none.
   request.hive_offered = window.shown->slot >= 0;
   request.of_hive = request.hive_offered ? SidsOfHive(ShownHive(window), *window.shown->tree)
                                          : std::vector<HiveSid>();

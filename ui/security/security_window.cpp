@@ -149,6 +149,7 @@ void MoveToPlace(const SecurityWindow& window) {
 
 // False when the hive has gone, or has no such record any more.
 bool FillText(const SecurityWindow& window, AccountNames& names) {
+  // The window is about its own hive, whichever is viewed by now.
   const HiveTurn hive_turn(*window.owner, window.hive);
   if (window.owner->shown->slot < 0) return false;
   const HiveImage& hive = ShownHive(*window.owner);
@@ -210,6 +211,7 @@ HWND TopmostBut(HWND closing) {
 void OnClose(HWND dialog) {
   TheSecurityWindows().last_place = NormalArea(dialog);
   TheSettings().options.resolve_sids = IsTicked(dialog, kSecurityLocalAccounts);
+  // Looked for while the window is there: once it has gone the system has chosen already.
   const HWND next = TopmostBut(dialog);
   DestroyWindow(dialog);
   if (next != nullptr) SetForegroundWindow(next);
@@ -345,6 +347,7 @@ void CloseSecurityWindows() {
   for (const SecurityWindow* window : windows.slots) {
     if (window != nullptr) DestroyWindow(window->dialog);
   }
+  // The next window makes another event.
   if (windows.report_free != nullptr) CloseHandle(windows.report_free);
   windows = SecurityWindows();
 }
