@@ -33,6 +33,7 @@ bool CheckSignature(Checking& check) {
   if (check.base.signature == kHiveSignature) return true;
   uint8_t letters[4] = {};
   ReadBytes(check.hive, 0, letters, sizeof letters);
+  // One wrong letter is damage to a base block; a snapshot has one by design, and is no hive.
   const bool near = IsBaseBlockSignature(letters) && check.base.signature != kSnapshotSignature;
   AddFindingOf(check, CheckCode::kH1, near ? CheckLevel::kOdd : CheckLevel::kFault, 0,
                kNoCheckedKey, {SignatureText(check.hive), "regf"});
@@ -89,6 +90,8 @@ bool CheckBase(Checking& check) {
   if (!known) return false;
   CheckBaseFields(check);
   const uint32_t flags = check.base.flags;
+  // The flag is believed where nothing else is in its field, and not of a hive that takes part in
+  // transactions.
   check.layered = (flags & kBaseLayered) != 0 && (flags & ~kKnownFlags) == 0 &&
                   ReadU32(check.hive, kBaseTransactionMark) != kTransactionMark;
   check.layers_unknown = check.base.minor < kLayersMinor;
@@ -116,6 +119,7 @@ void CheckEnd(Checking& check) {
   AddFinding(check, zero ? CheckCode::kH10 : CheckCode::kH9, end, kNoCheckedKey,
              {std::to_string(rest.size()) + " bytes", ""});
   BinHeader bin;
+  // A block with any other offset of its own is left over from earlier, and no part of the hive.
   if (!ReadBinHeader(check.hive, end, bin) || bin.own_offset != check.base.length) return;
   const bool wrong_base = check.result.by_code[static_cast<size_t>(CheckCode::kH2)] != 0;
   AddFindingOf(check, CheckCode::kH12, wrong_base ? CheckLevel::kFault : CheckLevel::kOdd, end,

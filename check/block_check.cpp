@@ -71,6 +71,7 @@ uint64_t CheckHeader(Checking& check, uint64_t at) {
     AddFinding(check, CheckCode::kB2, position, kNoCheckedKey,
                {HexNumber(own), HexNumber(position - kBaseBlockSize)});
   }
+  // A block may go on after the end of a file that was cut, as long as the base block counts it.
   const bool fits = size >= kBaseBlockSize && size % kBaseBlockSize == 0 &&
                     at + size <= std::max(check.blocks_claim, check.blocks_end);
   if (fits) return at + size;
@@ -99,6 +100,7 @@ void CheckBlocks(Checking& check) {
     at = end;
   }
   SealIndex(check.cells);
+  // By the rank of each cell, which is known once the index is sealed.
   check.uses.assign(check.result.cells, 0);
 }
 
@@ -106,6 +108,7 @@ void CheckBlocks(Checking& check) {
 
 CellTarget FindCell(const Checking& check, uint32_t offset) {
   CellTarget target;
+  // In 64 bits: an offset near the end of 32 would come round to the start of the file.
   const uint64_t position = uint64_t{offset} + kBaseBlockSize;
   if (position >= check.blocks_end) return target;
   target.position = static_cast<uint32_t>(position);
@@ -135,6 +138,7 @@ bool ClaimCell(Checking& check, const CellTarget& cell, CellUse use, uint32_t ke
     check.uses[cell.rank] = static_cast<uint8_t>(use);
     return true;
   }
+  // Keys that are listed again are found otherwise (K2); a security record is many keys' by design.
   const bool may_share = use == CellUse::kKey || use == CellUse::kSecurity;
   if ((before == use && may_share) || IsShared(check, cell)) return false;
   SetShared(check, cell);
@@ -181,6 +185,7 @@ void CheckUnnamed(Checking& check) {
   for (uint32_t word = 0; word < cells.bits.size(); ++word) {
     for (uint64_t bits = cells.bits[word]; bits != 0; bits &= bits - 1, ++rank) {
       if (check.uses[rank] != 0) continue;
+      // A bit of the index is for 8 bytes, in which cells begin; a word of 64 bits is for 512.
       const uint32_t position = word * 512 + 8 * static_cast<uint32_t>(std::countr_zero(bits));
       const uint32_t size = LoadU32(check.hive.data() + position);
       if (!IsAllocated(size)) continue;

@@ -19,6 +19,7 @@ void AddListedAgain(Checking& check) {
   const auto same = [](const ListedAgain& a, const ListedAgain& b) {
     return a.position == b.position;
   };
+  // By position since CheckKeys: one finding for a key, however many lists name it again.
   again.erase(std::unique(again.begin(), again.end(), same), again.end());
   std::vector<uint32_t> numbers(again.size(), kNoCheckedKey);
   const std::vector<CheckedKey>& keys = check.result.keys;
@@ -56,6 +57,7 @@ CheckResult CheckHive(ByteView hive) {
     AddListedAgain(check);
     CheckUnnamed(check);
   }
+  // Also of a hive whose cells are not judged: it says what the file has after its blocks.
   CheckEnd(check);
   check.result.stopped = StopRequested();
   SortByKeys(check.result.findings, [](const CheckFinding& finding) {
@@ -99,6 +101,7 @@ std::string CheckedKeyPath(ByteView hive, const CheckResult& result, uint32_t ke
     if (result.keys[at].parent == kNoCheckedKey) break;  // the root
     std::string name = PlainNameOf(hive, result.keys[at].position);
     length += name.size() + 1;
+    // The last name is there whatever its length, so a row says at least which key it is about.
     if (length > limit && !names.empty()) {
       path = "\\...@" + HexNumber(result.keys[at].position);
       break;

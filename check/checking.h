@@ -57,7 +57,8 @@ struct Checking {
   std::unordered_map<uint32_t, uint64_t> list_of_lists;  // keys of an "ri" list, by position
   std::vector<SecurityUse> securities;
   std::unordered_map<uint32_t, uint32_t> security_at;  // number of the record, by position
-  uint32_t last_security_offset = kNowhereOffset;      // the one that was looked up last
+  // The one that was looked up last: neighbours mostly have the same, which is looked up once.
+  uint32_t last_security_offset = kNowhereOffset;
   uint32_t last_security = 0;
   std::vector<ListedAgain> listed_again;  // by position once all keys were read
   std::vector<uint32_t> misplaced;        // keys whose parent field is not who listed them first

@@ -62,6 +62,7 @@ std::string ListFault(ByteView descriptor, uint32_t field, const char* what) {
   const uint32_t count = ReadU16(list, 4);
   if (size < kListHeader || size > list.size()) return Concat({what, " has a wrong size"});
   const ByteView entries = list.first(size);
+  // The list ends where its entries do: bytes between the last one and its size are allowed.
   uint32_t entry = kListHeader;
   for (uint32_t i = 0; i < count; ++i) {
     const uint32_t length = ReadU16(entries, entry + 2);

@@ -139,6 +139,8 @@ void CheckOrder(Checking& check, Siblings& siblings, uint32_t position) {
       AddFinding(check, kL11, position, key, {"after " + HexNumber(siblings.before), ""});
     }
   }
+  // Of a broken order too: the next one is held against this one, so one key out of place is not a
+  // finding for all after it.
   siblings.before = position;
 }
 
@@ -156,6 +158,7 @@ bool IsHintOf(uint32_t stored, const StoredName& name) {
 }
 
 uint32_t HashOf(const StoredName& name) {
+  // As the system makes it: over the units of the capitals, in 32 bits; what overflows is lost.
   uint32_t hash = 0;
   for (uint32_t i = 0; i < name.units(); ++i) hash = hash * 37 + CapitalUnit(UnitAt(name, i));
   return hash;
@@ -355,6 +358,7 @@ void FindTwins(Checking& check, const Siblings& siblings) {
   };
   std::ranges::stable_sort(keys, [&](uint32_t a, uint32_t b) { return compare(a, b) < 0; });
   for (size_t i = 1; i < keys.size(); ++i) {
+    // Those beside each other in the list were reported when it was read.
     if (keys[i] == keys[i - 1] + 1 || compare(keys[i - 1], keys[i]) != 0) continue;
     AddFinding(check, kL10, PositionOf(check, keys[i]), keys[i],
                {HexNumber(PositionOf(check, keys[i - 1])), ""});
@@ -466,6 +470,7 @@ void CheckKeys(Checking& check) {
       open.pop_back();
       continue;
     }
+    // What CheckKey adds are this key's subkeys: they are walked before its next sibling.
     const auto first = static_cast<uint32_t>(check.result.keys.size());
     CheckKey(check, range.next++);
     const auto end = static_cast<uint32_t>(check.result.keys.size());

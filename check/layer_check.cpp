@@ -38,6 +38,7 @@ void CheckLayer(Checking& check, uint32_t key) {
   const uint8_t* const record = check.hive.data() + position;
   const uint8_t bits = record[kKeyLayerBits];
   if (!check.layered) {
+    // Older versions have another use for the byte.
     if (check.layers_unknown || (bits & kLayerBits) == 0) return;
     AddFinding(check, kT5, position, key, {ByteFound(bits), "0"});
     return;

@@ -48,6 +48,7 @@ bool WalkRing(Checking& check, uint32_t start) {
       AddBroken(check, from, offset);
       return false;
     }
+    // A record that only the ring leads to is named by that, and by no key.
     ClaimCell(check, cell, CellUse::kSecurity, kNoCheckedKey);
     at = UseOfRecord(check, cell);
     const uint32_t back = LoadU32(At(check, check.securities[at]) + kSecurityPrevious);
