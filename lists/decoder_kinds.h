@@ -26,6 +26,7 @@ constexpr auto Evidence(const KindColumn (&own)[N]) {
   return all;
 }
 
+// Numbers after titles are widths in thirds of the text unit, then ranks (KindColumn).
 constexpr auto kUserAssist =
     Evidence({Text("Program", 10, 5), kRuns, kFocusCount, kFocusTime, Date("Last Run"),
               Number("Stored Count", 3), Number("Session", 2), Text("Decoded Name", 8, 2),

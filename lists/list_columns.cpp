@@ -140,6 +140,7 @@ std::vector<int> FittedWidths(std::span<const int> needed, const WidthUnits& uni
   }
   if (most < *cut.back()) CutWidths(cut, most, units.text);
   const int taken = std::accumulate(widths.begin(), widths.end(), 0);
+  // Nothing is left empty at the right of the last column.
   widths.back() += std::max(inside - taken, 0);
   return widths;
 }

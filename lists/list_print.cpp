@@ -20,13 +20,15 @@ struct Job {
   int left = 0, right = 0, top = 0, bottom = 0, footer = 0;
   int line_height = 0;
   std::string indent = {};  // of the rest of a line that was cut
-  int next = 0;             // where the next line goes
+  int next = 0;             // where the next line goes: y, in the device's units
   int pages = 0;
   bool page_due = true;
   bool refused = false;
 };
 
 Job MakeJob(const PrintDevice& device) {
+  // A sixteenth of the width stays free at each side, a twentieth of the height above and below.
+  // The page's number is half-way into the upper edge, at the right.
   const int edge = device.height / 20;
   return {device, device.width / 16,       15 * device.width / 16,
           edge,   19 * device.height / 20, edge / 2};

@@ -22,6 +22,7 @@ std::string TargetText(const HiveImage& hive, uint32_t position) {
 }
 
 void AddDataLines(OutputList& list, std::string_view text, uint32_t datum) {
+  // A last line needs no end; an end at the very end makes no empty row.
   for (const char* field = "Header"; !text.empty(); field = "Data") {
     const size_t end = std::min(text.find("\r\n"), text.size());
     AddListRow(list, {field, text.substr(0, end)}, datum);

@@ -9,6 +9,7 @@
 namespace hivequarry {
 namespace {
 
+// Bytes that are gathered before the sink gets them; rows between two looks at a stop.
 constexpr size_t kBufferSize = 64 * 1024;
 constexpr uint32_t kStopInterval = 1024;
 
@@ -39,6 +40,7 @@ bool WriteMadeRows(ListOutput& out, OutputList& list, const RowMaker& make,
     return out.open;
   });
   make(list);
+  // The list takes rows for itself again.
   ClearRows(list);
   if (StopRequested()) return false;
   FlushOutput(out);

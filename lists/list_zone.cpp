@@ -88,6 +88,7 @@ OutputListPtr CopyInZone(const OutputList& list, const ShownZone& from, const Sh
     }
     AddRowOf(*copy, list, row, texts);
   }
+  // Fewer rows: memory gave out.
   return RowCount(*copy) == rows ? std::move(copy) : nullptr;
 }
 

@@ -59,6 +59,7 @@ struct OutputList {
   char* free_space = nullptr;          // the rest of the chunk in use
   size_t free_size = 0;
   size_t next_chunk = kFirstChunk;
+  // Long texts of the rows added last, for the next ones to share.
   TextSet latest;
   bool full = false;  // no memory for a row was left, which was noted; or the taker wants no more
   bool keeps = true;  // rows; else each goes to the taker
@@ -214,6 +215,7 @@ void AddRow(OutputList& list, const NewRow& row) {
   if (!list.keeps) return HandOn(list, row);
   const bool numbered = list.numbers != RowNumbers::kNone;
   if (list.full || (numbered ? TryAddNumberedRow(list, row) : TryAddRow(list, row))) return;
+  // Once: the rows after it are refused without a word, until the list is cleared.
   list.full = true;
   const std::string first(row.cells.empty() ? std::string_view() : row.cells.front().text);
   NoteRefusedRow(first);
@@ -306,6 +308,7 @@ void AddRowOf(OutputList& list, const OutputList& from, uint32_t row,
 bool ReplaceCell(OutputList& list, uint32_t row, int column, std::string_view text) {
   if (row >= RowCount(list) || column < 0 || column >= ColumnCount(list)) return false;
   std::array<Cell, kMaxOwnColumns> cells;
+  // A row cannot grow where it is: it gets a blob of its own.
   const NewRow changed = CopyRow(list, row, std::span(cells).first(list.columns.size()));
   const KindColumn* record = ColumnRecord(list, column);
   Cell& cell = cells[static_cast<size_t>(column)];
@@ -330,6 +333,7 @@ bool MoveRows(OutputList& list, OutputList& from, std::span<const uint32_t> orde
     const RowPlace place = PlaceOfRow(row);
     return from.rows[static_cast<size_t>(place.block)][place.index];
   };
+  // Pointers alone change places; the rows' memory goes over with its chunks.
   for (const uint32_t row : order) blobs.push_back(place_of(row));
   for (uint32_t row = 0; row < count; ++row) place_of(row) = blobs[row];
   list.rows = std::move(from.rows);

@@ -422,6 +422,7 @@ size_t ReadRepeated(Reader& reader, int depth) {
   part.kind = PartKind::kRepeat;
   if (reader.failed() || !TakeRepeat(reader, part.least, part.most)) return one;
   TakeIf(reader, '?');  // fewest first: the same texts hold it
+  // TakeDecimal stops counting just above.
   if (part.least > kMostRepeats || (part.most != kNoLimit && part.most > kMostRepeats)) {
     return Fail(reader, "A repeat is of at most 1000 times.");
   }
@@ -523,6 +524,7 @@ void Encode(uint32_t code, int length, uint8_t* bytes) {
 // Surrogates are left in: text here may have them, encoded as three bytes.
 std::vector<ByteRun> RunsOf(const CodeSet& set) {
   constexpr uint32_t kLongest[] = {0x7F, 0x7FF, 0xFFFF};
+  // A stack with the lowest range on top: runs come out in ascending order.
   std::vector<CodeRange> open(set.rbegin(), set.rend());
   std::vector<ByteRun> runs;
   const auto cut = [&open](const CodeRange& range, uint32_t end) {
@@ -657,6 +659,7 @@ PatternProgram MakeProgram(std::string_view text, const PatternForm& form, std::
   WritePart(writer, whole);
   if (form.whole_words) AddStep(writer, PatternStep::kNoWordAfter);
   AddStep(writer, PatternStep::kFound);
+  // What has become of a program that is too large is worth nothing.
   if (!writer.full) return std::move(writer.program);
   fault = form.regular ? "The expression is too large." : "The text is too long.";
   return {};

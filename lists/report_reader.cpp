@@ -123,6 +123,7 @@ bool NextLine(Lines& lines, std::string_view& line) {
 
 bool FindMarker(Lines& lines) {
   std::string_view line;
+  // A file without the marker is read no further than the marker may be.
   lines.limit = kMarkerWithin + 2;  // with the line's end
   for (bool first = true; NextLine(lines, line); first = false) {
     if (first) lines.utf8 = line.starts_with(kUtf8Mark);
@@ -196,6 +197,7 @@ void ParseRowLine(int number, std::string_view rest, PendingRow& pending, Output
   if (number == 1 || pending.ended) AddPending(pending, list);
   pending.begun = true;
   if (number == kReportRowEnd) {
+    // Rows keep it in 16 bits.
     pending.icon = std::clamp<int>(NumberAt(rest), INT16_MIN, INT16_MAX);
     pending.ended = true;
   } else if (number <= pending.kept.columns) {

@@ -129,6 +129,7 @@ bool WriteReport(const OutputList& list, const WrittenRows& which, const ReportL
   const ListShape shape = ShapeOf(list);
   const int columns = std::min(shape.columns, MostColumns(ListKindOf(list)));
   if (columns == 0) return false;
+  // The title is no text of the list, so EncodingOf has not seen it.
   const bool plain_title = FitsCodePage(look.title);
   const FileEncoding encoding = plain_title ? EncodingOf(list, which) : FileEncoding::kUtf8;
   const TextSink encoded = EncodedSink(encoding, sink);

@@ -5,13 +5,12 @@
 // - the time of the last write, FILETIME (8 bytes), of a row about a key;
 // - which texts are shared (8 bytes, a bit each);
 // - the values of cells, but of columns after the 32nd: a byte with the column (bits 0 to 4), the
-// value's form (5 and 6) and
-//   whether another follows (7), then the value;
+//   value's form (5 and 6) and whether another follows (7), then the value;
 // - the end of each text, counted from the first text's start: a byte each, or two or four where
 //   the texts are longer than that;
-// - the texts: the cells, empty ones at the end left out, then path, name and bytes when the row
-//   has any of these. In place of a shared text is where an earlier row has it: the rows of a key's
-//   values have its path once.
+// - the texts: the cells, empty ones at the end left out, then path, name, bytes and the entry of a
+//   log when the row has any of these. In place of a shared text is where an earlier row has it:
+//   the rows of a key's values have its path once.
 #pragma once
 
 #include <array>

@@ -12,7 +12,7 @@ namespace hivequarry {
 namespace {
 
 constexpr uint32_t kStopInterval = 1024;
-constexpr size_t kLongestShared = 24;  // texts from this length on are worth remembering
+constexpr size_t kLongestShared = 24;  // bytes: texts from this length on are worth remembering
 
 bool IsBlank(char character) { return character == ' ' || character == '\t'; }
 
@@ -142,6 +142,7 @@ bool MakeRowFilter(const OutputList& list, const FilterWords& words, RowFilter& 
     if (rest.empty()) return true;
     ReadTerm read;
     if (!TakeTerm(list, rest, read, filter, fault)) return false;
+    // As "-" alone, or a title with nothing after it while the user still types.
     if (read.text.empty()) continue;
     FilterTerm term;
     term.pattern = MakeTextPattern(read.text, words.form, fault);

@@ -7,6 +7,7 @@
 namespace hivequarry {
 namespace {
 
+// Rows that the view has not heard of count as chosen, until FollowRows says otherwise.
 bool IsChosen(const RowsShown& view, uint32_t row) {
   return row >= view.chosen.size() || view.chosen[row];
 }
@@ -47,6 +48,7 @@ void FilterRows(RowsShown& view, std::vector<bool> chosen) {
 }
 
 void UnfilterRows(RowsShown& view) {
+  // Gives the memory back, which clearing would not.
   view.chosen = std::vector<bool>();
   view.shown = std::vector<uint32_t>();
   view.filtered = false;
@@ -60,8 +62,10 @@ void ChooseAddedRows(RowsShown& view, uint32_t from, const std::vector<bool>& ch
 }
 
 void FollowRows(RowsShown& view, uint32_t rows, bool chosen) {
+  // Fewer rows: the list was cleared, and its numbers mean other rows now.
   if (view.ordered && view.order.size() > rows) view = RowsShown();
   if (view.filtered && view.chosen.size() > rows) UnfilterRows(view);
+  // New rows come after those that were put in order, as they were added.
   while (view.ordered && view.order.size() < rows) {
     view.order.push_back(static_cast<uint32_t>(view.order.size()));
   }

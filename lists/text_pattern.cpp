@@ -108,6 +108,7 @@ bool Follow(TextPattern& pattern, const Place& from, size_t symbol, Place& to) {
   while (!pattern.open.empty()) {
     const uint16_t number = pattern.open.back();
     pattern.open.pop_back();
+    // Each step once a turn, so repeats of what may be empty end.
     if (std::exchange(pattern.seen[number], pattern.turn) == pattern.turn) continue;
     const ProgramStep& step = pattern.program[number];
     if (step.kind == PatternStep::kFound) return true;
@@ -183,12 +184,14 @@ bool HoldsPattern(TextPattern& pattern, std::string_view text, const std::atomic
   int32_t state = pattern.first;
   for (size_t at = 0; at <= text.size();) {
     if (state == pattern.first) {
+      // Nothing of the pattern has begun: bytes that begin nothing are passed without the table.
       while (at < text.size() && !pattern.moves[static_cast<uint8_t>(text[at])]) ++at;
     }
     const size_t symbol = at < text.size() ? static_cast<uint8_t>(text[at]) : kEnd;
     int32_t next = pattern.next[static_cast<size_t>(state) * kSymbols + symbol];
     if (next == kUnknown) {
       if (stop != nullptr && stop->load(std::memory_order_relaxed)) return false;
+      // Bounds the memory that a text can make a pattern take.
       if (pattern.places.size() >= kMostStates) state = ForgetStates(pattern, state);
       next = MakeNext(pattern, state, symbol);
     }
