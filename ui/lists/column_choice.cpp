@@ -44,7 +44,7 @@ void KeepChoice(const ListPlace& place, std::vector<int> order) {
     if (IsColumnHidden(place, column)) choice.hidden.push_back(column);
   }
   if (choice.hidden.empty() && std::ranges::is_sorted(choice.order)) {
-    // A kind without an entry has all columns in the built-in order. ##1
+    // A kind without an entry has all columns in the built-in order.
     TheSettings().columns.erase(kind);
   } else {
     TheSettings().columns[kind] = std::move(choice);
