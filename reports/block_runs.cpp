@@ -44,6 +44,8 @@ class FileWindow {
   // user stopped.
   bool FindSignature(uint64_t at, uint64_t& found) {
     while (!StopRequested() && (Holds(at, kBinHeaderSize) || Load(at))) {
+      // Only places with a whole header after them in the window; the others are looked at in the
+      // next one.
       const uint8_t* const stop = bytes_.data() + got_ - (kBinHeaderSize - 1);
       const uint8_t* h = bytes_.data() + (at - start_);
       while (h < stop) {
@@ -157,6 +159,8 @@ Run BeginRun(FileWindow& window, const Block& block, const Run* before) {
 }
 
 // Places in the file: first byte, last byte, size in bytes.
+// `end` is before the run's own where its last block's size reaches into the next run or beyond the
+// file.
 void AddRun(OutputList& list, const Run& run, uint64_t end) {
   const uint64_t last = end - 1;
   const uint64_t size = end - run.start;

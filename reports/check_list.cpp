@@ -26,6 +26,7 @@ struct StreamCloser {
 };
 
 // The bytes that are judged, and those of them that were read for it.
+// May be moved, not copied: `bytes` may lead into `own`.
 struct Judged {
   ByteView bytes;
   std::vector<uint8_t> own;
@@ -169,6 +170,8 @@ void AddRows(RowMaker& maker, const CheckListOptions& options, CheckedHive& chec
     if (wanted++ < options.most) AddFindingRow(maker, checked, *finding);
     if (StopRequested()) return;
   }
+  // Where notes are asked for each such cell has a row already; where faults alone are, they are
+  // left out.
   const bool counted =
       options.least == CheckLevel::kOdd && result.by_code[static_cast<size_t>(CheckCode::kX1)] != 0;
   if (counted && wanted++ < options.most) AddUnnamedRow(result, *checked.list);

@@ -68,6 +68,8 @@ void ReportCountKeys(ReportRun& run) {
   while (NextKey(run, key)) {
     const bool failed = !key.error.empty();
     if (!failed && !IsCountKey(key)) continue;
+    // The last column is the key's date in the live registry, where nothing has a position, else
+    // its position.
     const std::string text = run.live ? KeyDateText(key) : OffsetText(run, key.position);
     const Cell last = {text, run.live ? DateValue(key.last_write) : kNoValue};
     if (failed) AddReportRow(run.list, {key.path, "", "", key.error, "", last}, SubjectOf(key));

@@ -48,6 +48,8 @@ bool IsTaken(const std::string& name) {
 }
 
 // The first series of names of which none is taken; kSeries when there is none left.
+// It only looks: a file of that name that appears later ends the run when its piece is to be made,
+// as pieces are made new or not at all.
 int FreeSeries(const std::string& stem, uint32_t rows) {
   for (int series = 0; series < kSeries; ++series) {
     uint32_t number = 1;
@@ -72,6 +74,7 @@ bool PositionOfCell(const OutputList& list, uint32_t row, int column, uint64_t& 
 }
 
 // False for a row that does not say what to copy, or says what can't be.
+// A last byte one behind the file's end is let pass; CopyRange ends with the file.
 bool RangeOfRow(const OutputList& list, uint32_t row, uint64_t file_size, Range& range) {
   return PositionOfCell(list, row, 0, range.first) && PositionOfCell(list, row, 1, range.last) &&
          range.last >= range.first && range.last <= file_size;

@@ -67,6 +67,8 @@ OutputListPtr MakeWaitingList(const OutputList& list) {
 std::vector<uint32_t> SortedRows(const OutputList& waiting, uint32_t count, bool stopped) {
   std::vector<uint32_t> order(count);
   std::iota(order.begin(), order.end(), 0U);
+  // After a stop all that is left counts as equal, so that the sort ends soon. Of a run that was
+  // stopped before there are few rows, which are sorted all the same.
   std::stable_sort(order.begin(), order.end(), [&](uint32_t a, uint32_t b) {
     return (stopped || !StopRequested()) &&
            CompareIgnoringCase(CellText(waiting, a, 0), CellText(waiting, b, 0)) < 0;
@@ -79,6 +81,7 @@ void AddSorted(OutputList& waiting, OutputList& list) {
   const bool stopped = StopRequested();
   const uint32_t count = stopped ? std::min(RowCount(waiting), kRowsAfterStop) : RowCount(waiting);
   const std::vector<uint32_t> order = SortedRows(waiting, count, stopped);
+  // Rows one by one where only some of them are wanted, or the list has rows of an earlier start.
   if (MoveRows(list, waiting, order)) return;
   uint32_t left = kRowsAfterStop;
   for (const uint32_t row : order) {

@@ -19,6 +19,8 @@ class FreedSearch {
  public:
   FreedSearch(FreedSource& from, const SearchPattern& pattern, OutputList& list)
       : from_(from), pattern_(pattern), list_(list) {
+    // The list's columns say what its rows need: "Details", where it is there, is right before
+    // "Place".
     const int place = ColumnCount(list) - 1;
     details_ = place > 0 && ColumnTitle(list, place - 1) == kDetailsTitle;
     key_names_ = pattern.settings.key_names && !pattern.settings.dword;
@@ -69,6 +71,7 @@ class FreedSearch {
 
   bool KeyMatches(const FreedKey& key) const {
     if (MatchName(pattern_, StoredFreedKeyName(from_.hive, key))) return true;
+    // The digits may be those of the name as it is stored, which the code page may have otherwise.
     return pattern_.settings.hex_mode &&
            FindExactly(pattern_, ReadRawKeyName(from_.hive, key.position));
   }

@@ -28,6 +28,8 @@ std::string PositionOrNone(const HiveImage& hive, uint32_t position) {
 
 // Of a replayed hive each row says which state has the record so: what the logs make of the hive,
 // or what its file has. One that is the same in both is told once.
+// The records of the file alone go into a table first; what the other state has too is taken out of
+// it, and what is left gets its rows at the end.
 constexpr const char* kAfter = "after the logs";
 constexpr const char* kBefore = "before the logs";
 constexpr const char* kBoth = "both";

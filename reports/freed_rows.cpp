@@ -20,8 +20,10 @@ bool IsFreeAt(const FreedRecords& records, uint32_t data, uint32_t length) {
 // The "db" cell, its list, and every segment.
 bool AreSegmentsFree(const HiveImage& hive, const FreedRecords& records, const ValueKey& value,
                      uint32_t shift) {
+  // After the cell's size: signature and number of segments, offset of their list, four bytes more.
   constexpr uint32_t kBigDataRecord = 12;
   if (!IsFreeAt(records, value.data_position, kBigDataRecord)) return false;
+  // The offsets are as in the state in which the value was in use, `shift` more than here.
   const uint32_t list = ReadOffset(hive, value.data_position + 4) + 4 - shift;
   const uint32_t count = (value.data_length + kBigDataSegment - 1) / kBigDataSegment;
   bool free = IsFreeAt(records, list, 4 * count);

@@ -16,6 +16,7 @@ namespace hivequarry {
 namespace {
 
 constexpr char kLineEnd[] = "\r\n";
+// Bytes of UTF-8 that are gathered before the sink gets them.
 constexpr size_t kBufferSize = 64 * 1024;
 
 // Makes each line from `start` on a comment.

@@ -66,6 +66,7 @@ SideTexts TextsOfValue(const ComparedSide& side, uint32_t position) {
 std::string HexOfValue(const ComparedSide& side, uint32_t position, DataBudget& budget,
                        SideValue& last) {
   if (position == kNoOffset) return {};
+  // Mostly it was read just now, to be compared.
   if (last.value.position != position) ReadSide(side, position, budget, last);
   return last.read() ? BytesText(last.data) : std::string();
 }
@@ -147,6 +148,7 @@ void AddDifference(Comparing& compare, const Difference& row) {
 
 // --- the keys as one tree ------------------------------------------------------------------------
 
+// Only for an item that comes after `above` in the walk: of those all before its end are below it.
 bool IsBelow(const ComparedSide& side, uint32_t item, uint32_t above) {
   return item != kNoItem && above != kNoItem && item < side.tree.items[above].end;
 }
@@ -324,6 +326,7 @@ void AddBranch(Comparing& compare, const KeyPair& pair) {
     (added ? difference.data_b : difference.data_a) = std::move(words);
     AddDifference(compare, difference);
   };
+  // Nothing pairs below such a key, so this memory is free, whichever side it is.
   std::vector<uint32_t>& positions = compare.walk.positions_a;
   const uint64_t left_out = WalkBranch(compare.walk, side, item, [&](uint32_t at) {
     ++keys;

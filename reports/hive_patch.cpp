@@ -1,3 +1,5 @@
+// The script that makes the second of two compared sides of the first. The pairs of the comparison
+// are walked anew, and what differs is written as it is met: nothing of the script is kept.
 #include <functional>
 #include <string>
 #include <string_view>
@@ -149,6 +151,7 @@ std::string PatchRoot(const ComparedSide& side) {
   }
   std::string root = LongRootPath(path);
   if (root.empty()) root = std::move(path);
+  // With a '-' first, after blanks too, each of its key lines would delete a key.
   const bool deletes = root.substr(0, root.find_first_not_of(" \t") + 1).ends_with('-');
   return fits && !deletes && HoldsScriptName(ScriptForm::kFive, root) ? root : std::string();
 }

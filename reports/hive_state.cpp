@@ -29,6 +29,7 @@ std::string TimeText(uint64_t time) {
 std::string ReorganisedText(uint64_t stored) {
   if (stored == 0) return {};
   const std::string time = TimeText(stored & ~uint64_t{3});
+  // Not a time that a registry can have: as it is stored.
   if (time.empty()) return Concat({"0x", Hex(stored, 16)});
   if ((stored & 3) == 1) return time + ", defragmented";
   return (stored & 3) == 2 ? time + ", access bits cleared" : time;
@@ -164,6 +165,7 @@ std::string HashOfFile(const std::string& name, const std::function<bool()>& sto
   Sha256 hash;
   UnreadBytes unread;
   for (;;) {
+    // What was hashed so far is also the place to go on from.
     const size_t got = ReadFileBytes(stream.get(), hash.length, chunk.data(), kChunk, &unread);
     AddToSha256(hash, ByteView(chunk).first(got));
     if (stopped()) return {};

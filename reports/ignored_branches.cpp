@@ -12,6 +12,7 @@ constexpr std::string_view kAnyNames = "**";
 bool MatchesName(std::string_view pattern, std::string_view name) {
   size_t at = 0;
   size_t in = 0;
+  // Of the last "*" that was met: where it is in the pattern, and how far it reaches in the name.
   size_t star = pattern.npos;
   size_t retry = 0;
   while (at < name.size()) {

@@ -64,6 +64,7 @@ bool ParseTime(std::string_view& text, KeyDateTime& time) {
 
 // A date of the calendar is the same after a conversion and back.
 bool IsDate(const KeyDateTime& time) {
+  // FILETIME begins in 1601; 30827 is the last year of the system's own calendar structure.
   const bool fields = time.year >= 1601 && time.year <= 30827 && time.month >= 1 &&
                       time.month <= 12 && time.day >= 1 && time.day <= 31;
   return fields && KeyDateTimeOf(FileTimeOf(time)) == time;

@@ -61,6 +61,7 @@ bool PairAsTheyCome(const PairWalk& walk, uint32_t item_a, uint32_t item_b,
   uint32_t b = NextTaking(walk.b, FirstChild(walk.b.tree, item_b), walk.options);
   while (a != kNoItem && b != kNoItem) {
     const ByteView name = PlainName(walk.a, a);
+    // Strictly ascending: names that come twice are told apart the long way.
     const bool plain = !name.empty() && std::ranges::equal(name, PlainName(walk.b, b)) &&
                        (before.empty() || IsBefore(before, name));
     if (!plain) break;
@@ -74,8 +75,8 @@ bool PairAsTheyCome(const PairWalk& walk, uint32_t item_a, uint32_t item_b,
   return false;
 }
 
-// The bytes of a value's name and data; of data no more than costs nothing, however many values
-// share them. False for one that can't be read, or not that cheaply.
+// What two values are compared by as they lie in their images, which costs no copy and nothing of a
+// budget, however many values share their data.
 struct PlainValue {
   ValueKey fields;
   ByteView name;
@@ -169,6 +170,7 @@ std::vector<PairedName> PairedValues(const ComparedSide& side, uint32_t item) {
   std::vector<PairedName> values;
   for (const uint32_t position : positions) {
     const auto place = static_cast<uint32_t>(values.size());
+    // Lost values pair with lost ones, by a name that begins with a zero, as hardly any other does.
     if (position == kNoOffset) {
       values.push_back({std::string(1, '\0') + "?", kNoOffset, place});
       continue;
@@ -181,6 +183,7 @@ std::vector<PairedName> PairedValues(const ComparedSide& side, uint32_t item) {
 }
 
 bool ListTheSameValues(PairWalk& walk, uint32_t item_a, uint32_t item_b) {
+  // Hives below and edits make other values of the same bytes.
   const bool plain = walk.a.hive.stack == nullptr && walk.b.hive.stack == nullptr &&
                      !walk.a.hive.edits.any && !walk.b.hive.edits.any;
   if (!plain) return false;

@@ -115,9 +115,11 @@ OutputListPtr ListLogChanges(const HiveImage& hive) {
   uint64_t work = 0;
   for (size_t from = 0; from < count && !StopRequested();) {
     size_t to = from + 1;
+    // Each state is made anew, from the file and all entries up to it.
     work += hive.length + BytesOfSteps(logs, to);
     if (work > kMostWork && to != count) {
       NoteShortfall(Shortfall::kLogEntries, count - from);
+      // All that is left as one step, so that the last state is compared in any case.
       to = count;
     }
     image = ImageAfter(hive, to);

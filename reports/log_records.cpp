@@ -125,6 +125,7 @@ void AddRecord(Search& search, const PageOfLog& page, uint32_t cell,
                                std::to_string(page.entry.sequence),
                                PositionText(page.log_position + cell), page.status};
   cells.insert(cells.end(), std::begin(texts), std::end(texts));
+  // No state of the hive has the record: the row leads nowhere.
   AddListRow(search.list, cells, kNoOffset, facts);
 }
 

@@ -181,6 +181,8 @@ struct ValueFact {
 constexpr const char* kSystem = "Microsoft\\Windows NT\\CurrentVersion";
 constexpr const char* kNetwork = "CCS\\Services\\Tcpip\\Parameters";
 constexpr const char* kZone = "CCS\\Control\\TimeZoneInformation";
+// Rows come in this order. Several rows of one field are other names of it, of older or newer
+// systems; all that are there are told.
 constexpr ValueFact kFacts[] = {
     {"Computer name", HiveKind::kSystem, "CCS\\Control\\ComputerName\\ComputerName",
      "ComputerName"},
@@ -240,7 +242,7 @@ void AddValueFact(Overview& over, Teller& teller, const ValueFact& fact) {
 
 // --- lists of subkeys ---------------------------------------------------------------------------
 
-// Calls `tell` with each subkey of the keys at the path.
+// Gets a subkey; its item and note are the place's.
 using TellOfKey = std::function<void(const SourceKey& key, const Place& place)>;
 // The children of all keys that the path leads to, in all control sets; made keys are passed over.
 void ForEachSubkey(Teller& teller, const char* path, const TellOfKey& tell) {
@@ -394,6 +396,7 @@ constexpr struct {
 void AddMissing(Overview& over) {
   for (const auto& asked : kAsked) {
     if (std::ranges::find(over.told, asked.field) != over.told.end()) continue;
+    // `hives` is searched for the name of a kind, so a field may name several.
     const bool there = std::ranges::any_of(over.tellers, [&](const Teller& teller) {
       const bool known = teller.kind != HiveKind::kUnknown;
       return known &&
@@ -465,6 +468,7 @@ MachineOverview BeginOverview() { return {MakeOutputList(kListMachine), {}}; }
 // than that of one which would not.
 void AddToOverview(MachineOverview& overview, const MachineHive& hive, const std::string& label) {
   constexpr int kFile = 3;
+  // Made for this hive alone: what it lacks is told apart by its empty file cell.
   const OutputListPtr list = ListMachine(std::span(&hive, 1));
   for (uint32_t row = 0; row < RowCount(*list); ++row) {
     const std::string fact(CellText(*list, row, 0));

@@ -144,6 +144,7 @@ std::vector<std::string> PathsInText(std::string_view text, uint64_t* left_out) 
   char before = 0;
   for (size_t at = 0; at < text.size();) {
     const std::string_view rest = text.substr(at);
+    // Right after a quotation mark or "@" at the beginning is the text's beginning too.
     const bool starts_text = before == 0 || (at == 1 && (before == '"' || before == '@'));
     if (IsWordCharacter(before) || !BeginsPath(rest, starts_text)) {
       before = text[at++];

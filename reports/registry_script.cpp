@@ -29,6 +29,7 @@ constexpr char kLineEnd[] = "\r\n";
 // The same sign that the code page has for a character that it lacks.
 constexpr char kUnwritable = '?';  // in place of what a line cannot hold
 
+// Bytes of UTF-8 that are gathered before the sink gets them.
 constexpr size_t kBufferSize = 64 * 1024;
 // How often the status line says how far it is.
 constexpr uint32_t kKeysPerNotice = 33;
@@ -194,6 +195,7 @@ class ScriptWriter {
     Level level = levels_.back();
     line_.resize(level.length);
     if (kind == ItemKind::kDisconnectedKeys || kind == ItemKind::kDisconnectedValues) {
+      // Leaves the bracket: the root's path goes.
       line_.resize(1);
       level.path_from = 1;
     } else {

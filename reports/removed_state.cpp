@@ -67,11 +67,13 @@ void FindEntries(const HiveImage& hive, std::vector<Sought>& sought) {
     Run run = std::move(runs.back());
     runs.pop_back();
     if (run.sought.empty()) continue;
+    // What the state after `middle` still has was removed later, all else by then.
     const uint32_t middle = run.by.first + (run.by.last - run.by.first) / 2;
     if (run.by.first != run.by.last) work += CostOf(hive, middle + 1);
     HiveImage image;
     const bool look = run.by.first != run.by.last && work <= kMostWork;
     if (look) image = ImageAfter(hive, middle + 1);
+    // Not looked at, or no memory for the image.
     if (image.length == 0) {
       Settle(run, sought);
       continue;

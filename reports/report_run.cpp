@@ -92,6 +92,7 @@ void MakeOneLine(std::string& text) {
 
 std::string DataCell(const SourceValue& value, size_t limit) {
   if (!value.read || !IsText(value)) return value.text;
+  // UTF-16 units that may be shown and one more: no more of long data is turned into text.
   const size_t room = 2 * (limit + 1);
   std::string text = DataText(value.type, value.data.first(std::min(value.data.size(), room)));
   text.resize(std::min(text.size(), text.find('\0')));

@@ -65,6 +65,7 @@ void ForEachRootMark(const HiveImage& hive, const Found& found) {
       if (mark) found(from + static_cast<uint32_t>(at - bytes.data()) - kKeyFlags);
       ++at;
     }
+    // A mark that is cut by the window's end is whole in the next one.
     start += got - (kMark - 1);
   }
 }

@@ -110,6 +110,8 @@ constexpr auto kHexBytes = [] {
   return texts;
 }();
 
+// Three characters a byte; there must be room for one more, which is no part of the text. Gives
+// where the text ends.
 char* WriteHexRun(std::span<const uint8_t> bytes, char* to) {
   for (const uint8_t byte : bytes) {
     // Four characters are stored faster than three; the next byte's go over the last one.

@@ -19,6 +19,7 @@ namespace {
 
 // Reading a key and its values takes about as long as passing over this many bytes of the image.
 constexpr uint32_t kBytesPerKey = 2048;
+// Path, value's name, data, type and key offset.
 constexpr int kPlainColumns = 5;
 
 // A key cell whose stored name may be taken for what it says.
@@ -209,6 +210,7 @@ OutputListPtr MakeSearchList(bool details) {
 
 bool SearchBranchBy(SearchWay way, const HiveImage& hive, const KeyTree& tree, uint32_t item,
                     const SearchPattern& pattern, OutputList& list) {
+  // A sieve passes over the whole image, a branch of few keys is read faster without.
   const bool large = (tree.items[item].end - item) >= hive.length / kBytesPerKey;
   const bool sieved = way == SearchWay::kSieved || (way == SearchWay::kBest && large);
   const SearchSieve sieve = sieved ? SieveImage(hive, pattern) : SearchSieve();

@@ -244,6 +244,7 @@ bool MatchText(const SearchPattern& pattern, std::string_view candidate) {
   if (asked.match_length && candidate.ends_with('\0')) candidate.remove_suffix(1);
   if (pattern.form != nullptr) return HoldsPattern(*pattern.form, candidate);
   const bool plain = IsAscii(candidate);
+  // Capitals of ASCII are ASCII: none has the pattern's other characters.
   if (!pattern.plain && plain) return false;
   std::string capitals;
   if (!pattern.plain && !asked.match_case) {

@@ -29,6 +29,8 @@ struct KeptShortfalls {
   std::array<uint64_t, kShortfallKinds> counts{};
 };
 
+// Status, type and length before the data: where data cannot be read, or not all of them, these
+// still tell values apart.
 uint64_t ContentOf(const ValueKey& value, ByteView data) {
   uint8_t head[9] = {static_cast<uint8_t>(value.status)};
   for (size_t i = 0; i < 4; ++i) {

@@ -102,10 +102,12 @@ void MakeShelves(Timeline& timeline, const HiveImage& hive, const KeyTree& tree,
   }
   std::ranges::sort(times);
   std::vector<uint64_t>& bounds = timeline.bounds;
+  // Times that many keys share give fewer shelves than were planned.
   for (size_t i = 1; i < shelves && !times.empty(); ++i) {
     const uint64_t bound = times[i * times.size() / shelves];
     if (bounds.empty() || bound > bounds.back()) bounds.push_back(bound);
   }
+  // Of hives added before, too few for shelves.
   const std::vector<StoredEvent> before = std::move(timeline.shelves[0].events);
   timeline.shelves = std::vector<TimelineShelf>(bounds.size() + 1);
   const size_t room = (end - first) / shelves;
@@ -253,6 +255,8 @@ void AddKeys(Timeline& timeline, const HiveImage& hive, const KeyTree& tree,
   if (!halves) return AddKeyRange(timeline, hive, tree, options, first, end);
   const uint32_t middle = first + (end - first) / 2;
   Timeline second;
+  // The second half goes into a timeline of its own with the same shelves, so that neither thread
+  // writes to what the other uses.
   second.hives = timeline.hives;
   second.hives.back().keys = second.hives.back().keys_without = 0;
   second.bounds = timeline.bounds;
@@ -297,6 +301,8 @@ void AddLoggedKeys(Timeline& timeline, const HiveImage& hive, const KeyTree& tre
   constexpr int kPositionColumn = 6;
   constexpr int kLogColumn = 7;
   constexpr int kEntryColumn = 8;
+  // Read from the list's rows: its columns by their numbers, the position from its text, "0x" and
+  // digits.
   const OutputListPtr list = ListLogRecords(hive, tree);
   TimelineHive& about = timeline.hives.back();
   for (uint32_t row = 0; row < RowCount(*list) && !StopRequested(); ++row) {
@@ -472,6 +478,7 @@ void NameMachine(const HiveImage& hive, const KeyTree& tree, TimelineHive& about
     const uint32_t item = FindItemByPath(hive, tree, path);
     if (item == kNoItem || !HasKeyCell(tree, item)) continue;
     std::vector<uint32_t> values;
+    // Entries that are looked at: the key of a system has but a few.
     ReadValuesOfKey(hive, tree.items[item].position, 64, values);
     for (const uint32_t position : values) {
       std::vector<uint8_t> data;

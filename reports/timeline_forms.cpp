@@ -112,6 +112,7 @@ const std::string& IsoTime(TimeWriter& writer, const TimelineEvent& event) {
     text += writer.zone;
   }
   const uint64_t seconds = local / kPerSecond % 86400;
+  // Where the fields of "2012-04-04T01:58:40.1234567Z" end.
   PutDecimals(text.data() + 13, 2, seconds / 3600);
   PutDecimals(text.data() + 16, 2, seconds / 60 % 60);
   PutDecimals(text.data() + 19, 2, seconds % 60);
@@ -562,6 +563,7 @@ bool WriteTimeline(const Timeline& timeline, const TimelineLook& look, const Tex
                    TimelineCounts& counts) {
   counts = TimelineCounts();
   EventWriter writer{timeline, look, TimeWriter(look.minutes_east), FilesOf(timeline, look)};
+  // For every other shelf, which is written beside and handed on after the one before it.
   EventWriter second{timeline, look, TimeWriter(look.minutes_east), writer.files};
   Lines& out = writer.out;
   Put(HeaderOf(look.form), out);

@@ -17,6 +17,7 @@ constexpr uint32_t kRowsPerStatus = 1 << 16;
 
 void AddEventRow(const HiveImage& hive, const TimelineEvent& event, OutputList& list) {
   RowFacts facts;
+  // Times of the base block have no key; an offset of 0 is no key's or value's.
   const bool leads =
       !event.key.empty() && event.offset != 0 && event.state != TimelineState::kLogged;
   facts.about_key = !event.key.empty() && event.value.empty();

@@ -67,6 +67,7 @@ void AddValueTimes(Timeline& timeline, const HiveImage& hive, const KeyTree& tre
       kTimes, [&key](const ValueTime& time) { return EndsIgnoringCase(key.key, time.key); });
   if (!any || (EndsIgnoringCase(key.key, "\\Count") && !IsCountKey(key.key))) return;
   std::vector<uint32_t> values;
+  // More entries, of four bytes each, no hive has room for.
   ReadValuesOfKey(hive, tree.items[item].position, hive.length / 4, values);
   for (const uint32_t position : values) {
     std::vector<uint8_t> data;
