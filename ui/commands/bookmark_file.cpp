@@ -97,6 +97,8 @@ bool ChangeBookmarks(MainWindow& window, const std::function<BookmarkChange(Book
 bool ChangeBookmarkWords(MainWindow& window, const Bookmark& bookmark, const std::string& note,
                          const std::string& tags) {
   return ChangeBookmarks(window, [&](Bookmarks& bookmarks) {
+    // The file is read anew for each change, so the bookmark may be gone: then there is nothing to
+    // change.
     const size_t line = FindBookmarkLine(bookmarks, bookmark);
     if (line == bookmarks.lines.size()) return BookmarkChange::kDone;
     const BookmarkChange noted = SetBookmarkNote(bookmarks, line, note);
@@ -115,6 +117,7 @@ OpenHives HivesNow(const MainWindow& window) {
   OpenHives open;
   for (const auto& hive : window.hives) {
     if (hive->slot < 0) continue;
+    // Its place among those that are loaded, which it gets below.
     if (hive.get() == window.shown) open.shown = open.looks.size();
     open.freed.push_back(hive->findings.freed);
     open.hashes.push_back(std::make_shared<HiveHashes>(hive->hashing.hashes));

@@ -40,6 +40,7 @@ bool Ask(HWND owner, const wchar_t* name, DLGPROC procedure, State& state) {
 
 // --- a repaired hive -----------------------------------------------------------------------------
 
+// Each of these lives as long as its dialog; what the caller has changes with OK alone.
 struct RepairDialog {
   HWND dialog = nullptr;
   RepairOptions options;

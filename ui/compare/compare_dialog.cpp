@@ -12,6 +12,7 @@
 namespace hivequarry {
 namespace {
 
+// Lives as long as its dialog. The wish is a copy, so that Cancel changes nothing.
 struct CompareDialog {
   HWND dialog = nullptr;
   CompareWish wish;

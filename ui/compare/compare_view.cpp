@@ -126,6 +126,7 @@ void FocusKeyRow(CompareWindow& window, size_t row) {
   ListView_SetItemState(window.keys, -1, 0, LVIS_SELECTED);
   ListView_SetItemState(window.keys, at, LVIS_SELECTED | LVIS_FOCUSED,
                         LVIS_SELECTED | LVIS_FOCUSED);
+  // From where Shift selects.
   ListView_SetSelectionMark(window.keys, at);
   ListView_EnsureVisible(window.keys, at, FALSE);
 }

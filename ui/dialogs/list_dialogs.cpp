@@ -57,6 +57,7 @@ FileChoice AskFile(const FileRequest& request, bool save) {
   const BOOL chosen = save ? GetSaveFileNameW(&dialog) : GetOpenFileNameW(&dialog);
   if (chosen == FALSE) return {std::string(), CommDlgExtendedError()};
   FileChoice choice{Utf8Name(name.c_str()), 0, dialog.nFilterIndex};
+  // Up to the first zero there is the folder, or the whole name of a single file.
   if (request.many) choice.names = NamesIn(name, std::wstring_view(name.c_str()).size());
   return choice;
 }

@@ -68,6 +68,7 @@ void OnCommand(HWND dialog, int control) {
       EndDialog(dialog, IDCANCEL);
       return;
     case kOptionsDefaults:
+      // Nothing is in force before OK.
       return ShowChoice(dialog, {});
     case kOptionsHelp:
       return ShowHelp(dialog, kHelpOptions);

@@ -153,6 +153,7 @@ LRESULT CALLBACK BlockProc(HWND handle, UINT message, WPARAM first, LPARAM secon
       OnDpiChanged(*blocks, first, *reinterpret_cast<const RECT*>(second));
       return 0;
     case WM_DESTROY:
+      // The list and the widths of its columns are still there.
       SavePlace(*blocks);
       return 0;
     case WM_NCDESTROY:

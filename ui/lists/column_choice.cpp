@@ -93,6 +93,7 @@ void ApplyColumnChoice(ListPlace& place) {
   const auto found = choices.find(ListKindOf(*place.model));
   const ColumnChoice choice =
       ColumnsFor(found == choices.end() ? ColumnChoice() : found->second, count);
+  // Of the list before: the control has kept its columns, with a width of 0 where they were hidden.
   for (int column = 0; column < std::ssize(place.hidden_widths) && column < count; ++column) {
     SetHidden(place, column, false);
   }
@@ -101,6 +102,7 @@ void ApplyColumnChoice(ListPlace& place) {
   SetOrder(place, choice.order);
 }
 
+// The first column, which has the pictures, is always shown.
 void ShowColumn(ListPlace& place, int column, bool shown) {
   if (column <= 0 || column >= std::ssize(place.hidden_widths)) return;
   SetHidden(place, column, !shown);

@@ -28,6 +28,7 @@ void RunFind(const OutputList& list, FindJob& job) {
   const Host& host = CurrentHost();
   const bool shown = job.rows.size() > kQuickRows;
   if (shown) host.progress_range(host.context, static_cast<uint32_t>(job.rows.size()));
+  // On the worker.
   FindEvents events;
   events.passed = [](const char*) {};  // said with the result, which comes in a moment
   events.visited = [&host](uint32_t visited) {

@@ -216,6 +216,8 @@ HWND MakeListPane(MainWindow& window, int identifier) {
 
 void ShowList(ListPlace& place, OutputListPtr list, const std::vector<int>& widths) {
   if (ColumnCount(*list) == 0 && RowCount(*list) == 0) SetColumns(*list, GenericTitles());
+  // Before the model goes: the control may ask for the rows that it has, by numbers that the next
+  // list need not have.
   EmptyControl(place);
   ForgetFilter(place);
   place.model = std::move(list);
@@ -254,6 +256,7 @@ void FitToRows(ListPlace& place) {
 
 void ListChanged(ListPlace& place) {
   FollowRows(place.rows, RowCount(*place.model), !HasFilterWords(place));
+  // Rows that are added while a list is filled neither draw anew what is in sight nor scroll it.
   const DWORD keep = place.filling ? LVSICF_NOINVALIDATEALL | LVSICF_NOSCROLL : 0;
   ListView_SetItemCountEx(place.list, static_cast<int>(ShownRowCount(place)), keep);
   FitToRows(place);
@@ -386,6 +389,7 @@ void ShowSortArrows(const ListPlace& place) {
     std::wstring text = WindowText(title);
     HDITEMW item{};
     item.mask = HDI_FORMAT;
+    // Alignment and the like are in the same word as the arrows.
     Header_GetItem(header, at, &item);
     item.mask |= HDI_TEXT;
     item.pszText = text.data();

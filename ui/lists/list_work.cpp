@@ -99,6 +99,7 @@ bool StartListWork(ListPlace& place, int code, std::function<void()> work,
 bool FillList(ListPlace& place, int code, std::function<void(OutputList& list)> fill,
               std::function<void()> done) {
   OutputList& list = *place.model;
+  // Before the worker begins: rows are numbered as they are added.
   SetRowNumbers(list, NumbersFor(place));
   const auto result = std::make_shared<FillResult>();
   const bool sorted = TheSettings().options.sort_new_lists;
@@ -120,6 +121,7 @@ bool FillList(ListPlace& place, int code, std::function<void(OutputList& list)> 
 }
 
 void ShowPlaceStatus(const ListPlace& place, const char* text) {
+  // Of a passing text before it, which would take this one away.
   KillTimer(place.list, kStatusTimer);
   if (place.pane) return ShowStatus(text);
   SendMessageW(place.status, SB_SETTEXTW, 0, reinterpret_cast<LPARAM>(WindowText(text).c_str()));

@@ -23,6 +23,7 @@ constexpr int kToolbarMargin = 2;  // above and below its rows
 constexpr int kLeastPane = 80;
 constexpr int kSmallIcon = 16;
 constexpr int kToolIcon = 20;
+// What window.layout.detail_share is where the details have all of the height.
 constexpr int kShareWhole = 10000;
 
 int HeightOf(HWND child) {
@@ -163,6 +164,7 @@ void FocusShownPane(const MainWindow& window) {
 }  // namespace
 
 void LayOut(MainWindow& window) {
+  // First: the panes end where the status bar begins.
   LayOutStatus(window);
   RECT client;
   GetClientRect(window.handle, &client);
@@ -191,6 +193,7 @@ void MoveSplitter(MainWindow& window, int splitter, int distance) {
         MulDiv(Clamp(window, detail - distance, whole), kShareWhole, std::max(whole, 1));
   }
   LayOut(window);
+  // Drawn at once: while the bar is dragged, messages of the mouse come before those of drawing.
   UpdateWindow(window.handle);
 }
 

@@ -109,6 +109,7 @@ HACCEL MakeListAccelerators() {
 
 void UpdateMenu(HMENU menu, const CommandFacts& facts) {
   for (int i = 0; i < GetMenuItemCount(menu); ++i) {
+    // Null for separators and sub menus.
     const Command* command = FindCommand(Commands(), GetMenuItemID(menu, i));
     if (command == nullptr) continue;
     const UINT enabled = IsAvailable(*command, facts) ? MF_ENABLED : MF_GRAYED;
@@ -149,6 +150,7 @@ HMENU MakeContextMenu(MainWindow& window, CommandPlace place) {
 
 void TrackContextMenu(MainWindow& window, CommandPlace place, POINT where) {
   const HMENU menu = MakeContextMenu(window, place);
+  // What is chosen comes as WM_COMMAND to the window, as from the main menu.
   TrackPopupMenu(menu, TPM_RIGHTBUTTON, where.x, where.y, 0, window.handle, nullptr);
   DestroyMenu(menu);
 }

@@ -104,6 +104,7 @@ LRESULT OnValuesNotify(MainWindow& window, const NMHDR& notice) {
     case LVN_ODFINDITEMW:
       return OnValueFind(window.values, reinterpret_cast<const NMLVFINDITEMW&>(notice));
     case LVN_ITEMCHANGED:
+    // A virtual list tells of a range of rows with one of these.
     case LVN_ODSTATECHANGED:
       OnRowSelected(window);
       return 0;
@@ -166,6 +167,7 @@ LRESULT OnNotify(MainWindow& window, const NMHDR& notice) {
   const HWND from = notice.hwndFrom;
   if (from == window.controls.tree) return OnTreeNotify(window, notice);
   if (from == window.values.window) return OnValuesNotify(window, notice);
+  // A list hands on what its header says, which is the sender then.
   if (from == window.output.list || GetParent(from) == window.output.list) {
     return OnListNotify(window.output, notice);
   }
@@ -222,6 +224,7 @@ void OnTimer(MainWindow& window, UINT_PTR timer) {
   if (timer == kFillTimer) {
     for (const auto& hive : window.hives) more = more || FillSlices(*hive);
   }
+  // While a long operation runs, the text that is there is its own.
   if (timer == kPassingTimer && TheLongOperation().running == 0) ShowStatus("");
   if (!more) KillTimer(window.handle, timer);
 }

@@ -38,6 +38,7 @@ void DropHive(MainWindow& window, const WindowHive& hive) {
   if (at == window.hives.end()) return;
   const auto index = static_cast<size_t>(at - window.hives.begin());
   const bool viewed = window.viewed == &hive;
+  // First, so that nothing shown leads to the record when it goes.
   if (viewed) ViewHive(window, window.none);
   window.hives.erase(at);
   if (window.hives.empty()) TreeView_DeleteAllItems(window.controls.tree);
@@ -76,6 +77,7 @@ size_t LoadedHives(const MainWindow& window) {
 }
 
 void ForgetItemShown(MainWindow& window) {
+  // What threads still read for the item that goes is dropped when it comes.
   ++window.selection.item_box.newest;
   ++window.selection.detail_box.newest;
   ClearValues(window.values);

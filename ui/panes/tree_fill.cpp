@@ -107,6 +107,7 @@ BranchFill MissingIn(const TreePane& pane, uint32_t item) {
   fill.parent = item;
   const uint32_t first = FirstChild(*pane.tree, item);
   if (first != kNoItem && pane.handles[first] == nullptr) fill.next = first;
+  // Guests come after the children, whichever of both are missing.
   fill.last = fill.next == kNoItem ? TVI_LAST : TVI_FIRST;
   const GuestRange guests = GuestsOf(pane, item);
   if (guests.first == guests.end) return fill;
@@ -133,6 +134,7 @@ bool FillBranch(TreePane& pane, uint32_t item, UINT state, DWORD start) {
 
 void InsertAhead(TreePane& pane, BranchFill& fill, uint32_t child) {
   const auto place = std::lower_bound(fill.ahead.begin(), fill.ahead.end(), child);
+  // An earlier one that was inserted ahead and whose turn has come is `last`, or before it.
   const bool first = place == fill.ahead.begin() || *(place - 1) < fill.next;
   const HTREEITEM after = first ? fill.last : pane.handles[*(place - 1)];
   InsertItem(pane, child, pane.handles[fill.parent], after, fill.state);

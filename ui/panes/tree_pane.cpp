@@ -147,6 +147,8 @@ void InsertFolder(TreePane& pane, HTREEITEM after, std::wstring text) {
   insert.item.mask = TVIF_TEXT | TVIF_PARAM | TVIF_CHILDREN | TVIF_IMAGE | TVIF_SELECTEDIMAGE;
   insert.item.pszText = text.data();
   insert.item.lParam = pane.side;
+  // What is below it is worked out when it is opened; till then this number alone gives it a
+  // button.
   insert.item.cChildren = 1;
   insert.item.iImage = insert.item.iSelectedImage =
       (pane.side & kFreedSide) != 0 ? kIconFreedFolder : kIconRemovedFolder;
@@ -163,6 +165,7 @@ void BindFolder(TreePane& pane, const RemovedState& removed, std::wstring text) 
   pane.removed = &removed;
   pane.hive = &removed.before.image;
   pane.tree = &removed.before.tree;
+  // The folder, which is in the control already, is item 0 of the tree.
   pane.handles.resize(std::max<size_t>(pane.tree->items.size(), 1), nullptr);
   TVITEMW item{};
   item.mask = TVIF_HANDLE | TVIF_TEXT | TVIF_CHILDREN;
@@ -369,6 +372,8 @@ void MarkDifferences(TreePane& pane, const std::vector<uint32_t>& items) {
   pane.differing.clear();
   if (pane.tree != nullptr && !items.empty()) pane.differing.resize(pane.tree->items.size());
   for (uint32_t item : items) {
+    // The way up too, so that a closed branch shows that there is something in it; from the first
+    // marked item on the way is marked.
     for (; item != kNoItem && !pane.differing[item]; item = pane.tree->items[item].parent) {
       pane.differing[item] = true;
     }

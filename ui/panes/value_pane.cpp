@@ -16,6 +16,7 @@ constexpr int kValueColumn = 2;
 constexpr int kLeastValueWidth = 160;
 constexpr int kTechnicalNameWidth = 320;  // the name is after three numbers there
 
+// The reference holds until a row is asked for that has the same place in the cache.
 const CachedRow& RowTexts(ValuePane& pane, int row) {
   CachedRow& cached = pane.cache[static_cast<size_t>(row) % kCachedRows];
   if (cached.row == row) return cached;
@@ -63,6 +64,7 @@ void SelectAllRows(const ValuePane& pane) {
 }
 
 void InvertRows(const ValuePane& pane) {
+  // Each change of a row's state would be drawn at once.
   SendMessageW(pane.window, WM_SETREDRAW, FALSE, 0);
   for (int row = 0; row < RowCount(pane.rows); ++row) {
     const UINT state = ListView_GetItemState(pane.window, row, LVIS_SELECTED);

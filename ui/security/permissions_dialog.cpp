@@ -63,6 +63,7 @@ void OnStart(HWND dialog, PermissionRequest& request) {
 
 AceKind KindChosen(HWND dialog) {
   int kind = 0;
+  // The buttons are in the order of AceKind.
   while (kind < static_cast<int>(AceKind::kOther) && !IsTicked(dialog, kPermissionAllow + kind)) {
     ++kind;
   }

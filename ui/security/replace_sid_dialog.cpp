@@ -60,6 +60,7 @@ void OnCommand(HWND dialog, int control) {
     case IDOK:
       return AcceptReplacement(dialog, replacement);
     case kReplaceTakeBack:
+      // Empty SIDs: none is in force.
       replacement = SidReplacement();
       EndDialog(dialog, IDOK);
       return;
@@ -92,6 +93,7 @@ bool AskReplacement(HWND owner, SidReplacement& replacement) {
     return false;
   }
   replacement = std::move(wanted);
+  // The one that was replaced comes to be the first.
   for (const std::string& sid : {replacement.to, replacement.from}) {
     if (!sid.empty()) AddToHistory(TheSettings().histories.sids, sid);
   }
