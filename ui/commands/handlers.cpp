@@ -69,11 +69,13 @@ void OnStop(MainWindow& window) {
   UpdateToolbar(window);
 }
 
+// The record may be gone when this returns: it goes with the window.
 void OnExit(MainWindow& window) { SendMessageW(window.handle, WM_CLOSE, 0, 0); }
 
 void OnAbout(MainWindow& window) { ShowAboutDialog(window.instance, window.handle); }
 
 void OpenRecentHive(MainWindow& window, size_t index) {
+  // A copy: opening it changes the history.
   const std::string file = TheSettings().histories.recent_files[index];
   OpenNamedFile(window, {file});
 }

@@ -95,6 +95,7 @@ LRESULT CALLBACK ToolbarProc(HWND toolbar, UINT message, WPARAM first, LPARAM se
 
 HWND MakeToolbarControl(HWND parent, int identifier, DWORD style,
                         std::span<const TBBUTTON> buttons) {
+  // The parent places it; by itself a toolbar takes the upper edge of the window.
   const HWND toolbar = CreateWindowExW(
       0, TOOLBARCLASSNAMEW, L"Toolbar",
       WS_CHILD | WS_VISIBLE | TBSTYLE_FLAT | TBSTYLE_TOOLTIPS | CCS_NODIVIDER | CCS_NORESIZE |

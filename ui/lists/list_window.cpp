@@ -174,6 +174,7 @@ LRESULT Route(ListWindow& window, UINT message, WPARAM first, LPARAM second) {
       return 0;
     case WM_DESTROY:
       StopFilter(window.place);
+      // While the list with its columns is still there.
       SavePlace(window);
       return 0;
     default:

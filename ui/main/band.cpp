@@ -103,6 +103,7 @@ BandMeasure FitFigures(const MainWindow& window, int room) {
     const std::vector<bool> starts = RowStarts(window.band.glance, measure.widths, room);
     return std::count(starts.begin(), starts.begin() + static_cast<ptrdiff_t>(figures), true);
   };
+  // No break: all figures are in one row.
   BandMeasure whole = Measure(window, false);
   if (rows(whole) == 0) return whole;
   BandMeasure brief = Measure(window, true);
@@ -165,6 +166,7 @@ int FillBand(MainWindow& window, int width) {
   band.width = width;
   const BandMeasure measure = FitFigures(window, width);
   const std::vector<bool> starts = RowStarts(band.glance, measure.widths, width);
+  // Who goes through the buttons by keys keeps his place among the new ones.
   const int hot = GetFocus() == band.window ? HotButton(band.window) : -1;
   SendMessageW(band.window, WM_SETREDRAW, FALSE, 0);
   RemoveButtons(band.window);

@@ -50,6 +50,7 @@ Parts InARow(const RECT& area, int hex, int least_text, int gap) {
 
 // What the lines of a short value and the titles take.
 int HeightOfLines(const ValueViewer& viewer) {
+  // More than any screen has room for; the product stays small.
   constexpr uint32_t kMost = 1000;
   const uint32_t lines = std::min(ByteCount(HexBytesOf(viewer.hex)) / 16 + 3, kMost);
   return static_cast<int>(lines) * Scale(kLine, viewer.dpi);
