@@ -1,6 +1,8 @@
 // Registry scripts written by the window's commands.
 #include "hive/hive_table.h"
 #include "hive/root_path.h"
+#include "lists/list_rows.h"
+#include "reports/freed_find.h"
 #include "tests/window/dialog_fixture.h"
 #include "tests/window/list_fixture.h"
 #include "ui/dialogs/list_dialogs.h"
@@ -112,6 +114,20 @@ TEST_F(ExportTest, KeysOfRows) {
   RunList(place, kCommandListExport);
   EXPECT_NE(Script().find("SYSTEM\\A]\r\n\"n\"="), std::string::npos);
   EXPECT_EQ(TakeBoxes(), Texts{"Hivequarry: 1 Item exported !"});
+  // Of deleted records beside others there is a word.
+  list = MakeOutputList(kListSearch);
+  AddPlaceColumn(*list);
+  const std::vector<Cell> live(static_cast<size_t>(ColumnCount(*list)) - 1, "x");
+  std::vector<Cell> deleted = live;
+  deleted.emplace_back("free cell");
+  AddListRow(*list, live, built_.PositionOf("B"));
+  AddListRow(*list, deleted, built_.PositionOf("A"));
+  ListPlace& both = OpenList(std::move(list));
+  SelectShown(both, {0, 1}, false);
+  RunList(both, kCommandListExport);
+  EXPECT_EQ(TakeBoxes(), (Texts{"Hivequarry: Rows about deleted keys and values are left out. "
+                                "Selected alone they are exported.",
+                                "Hivequarry: 1 Item exported !"}));
 }
 
 }  // namespace

@@ -148,12 +148,17 @@ void OnListExport(ListPlace& place) {
                 Icon::kInformation);
   }
   if (rows.empty()) rows.push_back(ModelRow(place, static_cast<uint32_t>(FocusedRow(place))));
+  const auto is_freed = [&place](uint32_t row) { return IsFreedRow(*place.model, row); };
+  const bool freed = std::ranges::all_of(rows, is_freed);
+  if (!freed && std::erase_if(rows, is_freed) != 0) {
+    ShowMessage(
+        "Rows about deleted keys and values are left out. Selected alone they are exported.",
+        kProgramName, Icon::kInformation);
+  }
   std::vector<uint32_t> positions;
   for (const uint32_t row : rows) {
     if (RowHasDatum(*place.model, row)) positions.push_back(RowDatum(*place.model, row));
   }
-  const bool freed =
-      std::ranges::all_of(rows, [&place](uint32_t row) { return IsFreedRow(*place.model, row); });
   if (freed) return ExportFreedRows(place, positions);
   StartExport(place, [&hive = ShownHive(*place.owner), &tree = *place.owner->shown->tree,
                       positions](const TextSink& sink, ScriptForm form) {
