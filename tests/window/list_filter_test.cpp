@@ -225,6 +225,21 @@ TEST_F(ListFilterTest, RowsThatComeLaterAreHeldAgainstTheWords) {
   EXPECT_TRUE(PumpUntil([&] { return PartText(place, kListCount) == "Number of Items : 2 of 3"; }));
 }
 
+TEST_F(ListFilterTest, RowsThatComeLaterAreHeldAgainstTheRange) {
+  ListPlace& place = OpenList(MakeRows(51, {{"17"}, {"8"}}));
+  ASSERT_TRUE(FilterList(place, [](const OutputList& list, uint32_t row) {
+    return CellText(list, row, 0).ends_with('7');
+  }));
+  Settle(place);
+  EXPECT_EQ(Column(place, 0), Texts{"17"});
+  ASSERT_TRUE(FillList(place, kOperationList, [](OutputList& list) {
+    for (const char* text : {"27", "9", "37"}) AddText(list, text);
+  }));
+  EXPECT_TRUE(PumpUntil([&] { return PartText(place, kListCount) == "Number of Items : 3 of 5"; }))
+      << PartText(place, kListCount);
+  EXPECT_EQ(Column(place, 0), (Texts{"17", "27", "37"}));
+}
+
 TEST_F(ListFilterTest, TheHeadSaysTheFilter) {
   const ListDialogs real = TheListDialogs();
   const TempFile here(std::string_view("x"), "old.txt");

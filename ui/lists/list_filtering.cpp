@@ -138,8 +138,8 @@ void TakeChosenRows(ListPlace& place, uint32_t serial) {
 void FollowFilter(ListPlace& place) {
   ListFilter& filter = place.filter;
   if (filter.ready && MayChangeRows(place)) ShowPassing(place);
-  // Without words rows that come later are shown, whatever range is picked.
-  if (!HasFilterWords(place) || filter.ready || filter.thread.joinable()) return;
+  const bool chosen = HasFilterWords(place) || filter.range;
+  if (!chosen || filter.ready || filter.thread.joinable()) return;
   if (filter.tested < RowCount(*place.model)) StartRun(place, filter.tested, FilterOf(place));
 }
 
