@@ -80,6 +80,17 @@ TEST_F(SeveralHivesTest, EachIsARootAndTheOneOfTheSelectedItemIsViewed) {
   EXPECT_TRUE(Shows(second_)) << TextOf(handle_);
 }
 
+// What is about no hive stays so, whatever is looked at meanwhile.
+TEST_F(SeveralHivesTest, TurnsEndAsTheyBegan) {
+  View(1, "Two\\Inner");
+  {
+    const HiveTurn none(*window_, kOfNoHive);
+    { const HiveTurn first(*window_, Hive(0).number); }
+    EXPECT_EQ(window_->shown, &window_->none);
+  }
+  EXPECT_EQ(window_->shown, &Hive(1));
+}
+
 // Neither of the hive viewed nor of the others.
 TEST_F(SeveralHivesTest, NoFolderOfTheirsIsProposed) {
   const ListDialogs real = TheListDialogs();

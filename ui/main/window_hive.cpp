@@ -102,7 +102,9 @@ void ViewHive(MainWindow& window, WindowHive& hive) {
 }
 
 HiveTurn::HiveTurn(MainWindow& window, uint32_t number)
-    : window_(window), inside_(window.shown != window.viewed), before_(window.shown->number) {
+    : window_(window),
+      inside_(window.shown != window.viewed),
+      before_(window.shown == &window.none ? kOfNoHive : window.shown->number) {
   if (number == kAnyHive) return;
   WindowHive* const hive = FindHive(window, number);
   window.shown = hive == nullptr ? &window.none : hive;
@@ -112,6 +114,7 @@ HiveTurn::HiveTurn(MainWindow& window, uint32_t number)
 HiveTurn::~HiveTurn() {
   WindowHive* const before = inside_ ? FindHive(window_, before_) : nullptr;
   window_.shown = before == nullptr ? window_.viewed : before;
+  if (inside_ && before_ == kOfNoHive) window_.shown = &window_.none;
 }
 
 }  // namespace hivequarry
