@@ -10,6 +10,8 @@
 #include "ui/frame/dialog_layout.h"
 #include "ui/frame/modal.h"
 #include "ui/frame/text.h"
+#include "ui/main/findings.h"
+#include "ui/main/loading.h"
 #include "ui/main/main_window.h"
 #include "ui/resources/resource.h"
 #include "view/workspace.h"
@@ -76,6 +78,8 @@ bool ChangeRoot(MainWindow& window, const std::string& doubt) {
   const bool own = SplitRootPath(state.path, split) && split.short_name == "HKCU";
   if (own && !doubt.empty()) state.path.clear();
   if (!AskRootPath(window, state)) return false;
+  // Paths are made of the root on other threads too.
+  LetReadersEnd(window);
   // So that a load of the same file begins with this root.
   window.shown->origin.root_path = state.path;
   SetRootPath(hive, state.path);
@@ -83,6 +87,7 @@ bool ChangeRoot(MainWindow& window, const std::string& doubt) {
   RenameRoot(window.shown->pane);
   RenewBand(window);
   RefreshItem(window);
+  StartFindings(window);
   return true;
 }
 

@@ -153,14 +153,6 @@ bool MayDelete(uint32_t keys) {
          Answer::kYes;
 }
 
-// The threads that read for the panes, and the one that looks for what was deleted, look at the
-// items.
-void LetReadersEnd(MainWindow& window) {
-  StopFindings(window);
-  ++window.selection.item_box.newest;
-  WaitWhile([&window] { return ValueThreadsRun(window.selection.threads); });
-}
-
 }  // namespace
 
 void OnFind(MainWindow& window) {

@@ -178,16 +178,20 @@ void LoadAgain(MainWindow& window, const ReloadRequest& request) {
   StartLoad(window, window.shown->origin, window.shown->number, request);
 }
 
-// Nobody may look at the hive any more when it goes.
-void LetGoOfHive(MainWindow& window) {
-  WindowHive& hive = *window.shown;
-  CloseCompareWindows(hive.number);
+void LetReadersEnd(MainWindow& window) {
+  StopFindings(window);
   // Results on their way are dropped, and value threads that have not begun yet do nothing.
   ++window.selection.item_box.newest;
   ++window.selection.detail_box.newest;
   WaitWhile([&window] { return ValueThreadsRun(window.selection.threads); });
+}
+
+// Nobody may look at the hive any more when it goes.
+void LetGoOfHive(MainWindow& window) {
+  WindowHive& hive = *window.shown;
+  CloseCompareWindows(hive.number);
+  LetReadersEnd(window);
   StopHashing(hive.hashing);
-  StopFindings(window);
   if (window.blocks != nullptr) DestroyWindow(window.blocks);
   const int slot = std::exchange(hive.slot, -1);
   // Items that go select others, which nobody asked for.

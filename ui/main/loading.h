@@ -57,6 +57,9 @@ struct ReloadRequest {
 };
 // Starts the load; what becomes of it kLoadDone tells.
 void LoadAgain(MainWindow& window, const ReloadRequest& request);
+// Waits until no thread reads for the panes, or looks for what was deleted: before what these look
+// at changes (items, root). RefreshItem and StartFindings begin them again.
+void LetReadersEnd(MainWindow& window);
 // Lets go of the hive shown; of all of it but its origin. No operation may be under way.
 void LetGoOfHive(MainWindow& window);
 // Takes the hive shown out of the window.
