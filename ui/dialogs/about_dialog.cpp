@@ -1,6 +1,7 @@
 #include "ui/dialogs/about_dialog.h"
 
 #include "ui/draw/dpi.h"
+#include "ui/frame/modal.h"
 #include "ui/resources/resource.h"
 
 namespace hivequarry {
@@ -40,7 +41,8 @@ INT_PTR CALLBACK AboutProc(HWND dialog, UINT message, WPARAM first, LPARAM) {
 }  // namespace
 
 void ShowAboutDialog(HINSTANCE instance, HWND owner) {
-  DialogBoxW(instance, L"BDLG", owner, AboutProc);
+  const ModalTurn turn(owner);
+  ShowDialogBox(instance, L"BDLG", owner, AboutProc, 0);
 }
 
 }  // namespace hivequarry
