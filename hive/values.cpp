@@ -171,6 +171,9 @@ uint64_t CostOf(const HiveImage& hive, const ValueKey& value, const Segments& se
     const bool free = IsFree(budget, value.data_position - 4, value.data_length + 4);
     return free ? 0 : value.data_length;
   }
+  // Thousands of values may name the same segments: what was read stays so.
+  const bool spent = segments.list == budget.spent_list && value.data_length == budget.spent_length;
+  if (spent) return value.data_length;
   uint64_t cost = 0;
   uint32_t done = 0;
   for (uint32_t index = 0; done < value.data_length; ++index) {
@@ -179,6 +182,10 @@ uint64_t CostOf(const HiveImage& hive, const ValueKey& value, const Segments& se
     if (position == 0) break;
     if (!IsFree(budget, position - 4, size + 4)) cost += size;
     done += size;
+  }
+  if (cost == value.data_length) {
+    budget.spent_list = segments.list;
+    budget.spent_length = value.data_length;
   }
   return cost;
 }

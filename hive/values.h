@@ -94,6 +94,9 @@ struct DataBudget {
   std::vector<uint64_t> shown;  // values' records
   uint64_t left = 0;            // bytes of data to be read once more
   uint64_t rows = 0;            // bytes, roughly, of rows for values that have had theirs
+  // Position of a list of segments that all were read twice, and the length of their data; 0: none.
+  uint32_t spent_list = 0;
+  uint32_t spent_length = 0;
 };
 // For one walk on one thread. What may be read again is bounded by the image's length and 8 MB,
 // rows by twice the length and 16 MB: far more than any sound hive needs.
