@@ -87,18 +87,23 @@ TEST(HiveGlance, FiguresComeAsTheyAreKnown) {
 
   glanced.hashes.hive = std::string(64, 'a');
   glanced.progress = HashProgress::kDone;
-  glanced.findings = {true, 0, 0, false, true, true, {"sound", "all of it", 0}};
+  glanced.findings = {true, 0, 0, false, true, {"sound", "all of it"}};
   texts = TextsOf(glanced.Now().figures);
   EXPECT_EQ(texts[1], "SHA-256 aaaaaaaa...");
   EXPECT_EQ(Texts(texts.end() - 2, texts.end()), (Texts{"0 freed-", "Structure sound"}));
   EXPECT_TRUE(glanced.Now().notes.empty());
 
-  glanced.findings = {true, 1, 1234, true, true, false, {"1030 faults", "counts", 1030}};
+  glanced.findings = {true, 1, 1234, true, true, {"1030 faults", "counts", 1030, 2}};
   const HiveGlance found = glanced.Now();
   texts = TextsOf(found.figures);
   EXPECT_EQ(Texts(texts.end() - 3, texts.end()),
             (Texts{"1 freed key+", "1,234 freed values+", "1,030 faults!"}));
   EXPECT_EQ(found.figures.back().lead, GlanceLead::kCheck);
+  for (const auto& [odd, words] : {std::pair(1, "1 oddity!"), std::pair(2000, "2,000 oddities!")}) {
+    glanced.findings.structure.faults = 0;
+    glanced.findings.structure.oddities = static_cast<uint64_t>(odd);
+    EXPECT_EQ(TextsOf(glanced.Now().figures).back(), words);
+  }
   EXPECT_EQ(found.figures.back().tip, "counts");
   EXPECT_NE(found.figures[found.figures.size() - 2].tip.find("not all"), std::string::npos);
 

@@ -134,16 +134,20 @@ void AddCounts(const GlanceFacts& facts, std::vector<GlancePart>& parts) {
   AddFreed(facts.findings, parts);
 }
 
-// A verdict of faults is a sentence by itself; that of a sound structure says what is sound.
+// A count of faults is a sentence by itself; the verdict of a sound structure says what is sound.
+std::string WordsOf(const HiveStructure& structure) {
+  if (IsSound(structure)) return "Structure " + structure.verdict;
+  if (structure.faults != 0) return Counted(structure.faults, "fault");
+  return Concat({Thousands(structure.oddities), structure.oddities == 1 ? " oddity" : " oddities"});
+}
+
 GlancePart CheckPart(const HiveFindings& findings) {
   if (!findings.checked) {
     return {"Structure ...", "The structure is being checked", GlanceLead::kCheck,
             GlanceTone::kMuted};
   }
-  std::string words = findings.sound ? "Structure " + findings.structure.verdict
-                                     : Counted(findings.structure.faults, "fault");
-  return {std::move(words), findings.structure.summary, GlanceLead::kCheck,
-          findings.sound ? GlanceTone::kPlain : GlanceTone::kWarn};
+  return {WordsOf(findings.structure), findings.structure.summary, GlanceLead::kCheck,
+          IsSound(findings.structure) ? GlanceTone::kPlain : GlanceTone::kWarn};
 }
 
 }  // namespace

@@ -46,7 +46,6 @@ struct HiveFindings {
   uint64_t freed_values = 0;
   bool freed_cut = false;  // not all of the free space was searched
   bool checked = false;    // the check has ended
-  bool sound = false;      // the check found no fault
   HiveStructure structure;
 };
 // All of it is the caller's, and is looked at during the call alone.

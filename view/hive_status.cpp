@@ -93,7 +93,8 @@ HiveMark MarkOf(const HiveImage& hive) {
 
 HiveStructure StructureOf(const CheckResult& result, std::string summary) {
   return {IsSound(result) ? "sound" : VerdictWords(result), std::move(summary),
-          result.by_level[static_cast<size_t>(CheckLevel::kFault)]};
+          result.by_level[static_cast<size_t>(CheckLevel::kFault)],
+          result.by_level[static_cast<size_t>(CheckLevel::kOdd)]};
 }
 
 std::string StatusWords(const HiveImage& hive, const HiveStructure& structure) {

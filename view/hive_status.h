@@ -31,7 +31,12 @@ struct HiveStructure {
   std::string verdict;  // "sound", "3 faults"
   std::string summary;  // what was judged, and the counts
   uint64_t faults = 0;
+  uint64_t oddities = 0;
 };
+// Of a check: neither faults nor oddities.
+inline bool IsSound(const HiveStructure& structure) {
+  return structure.faults == 0 && structure.oddities == 0;
+}
 HiveStructure StructureOf(const CheckResult& result, std::string summary);
 // The words for the status bar: StateWords, what else is not as it seems, and the verdict.
 std::string StatusWords(const HiveImage& hive, const HiveStructure& structure = {});

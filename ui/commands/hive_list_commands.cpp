@@ -41,7 +41,6 @@ void ShowChecked(MainWindow& window, CheckedHive& checked) {
   if (!result.stopped) {
     window.shown->structure = StructureOf(result, checked.summary);
     window.shown->findings.known.structure = window.shown->structure;
-    window.shown->findings.known.sound = IsSound(result);
     window.shown->findings.known.checked = true;
     ShowHiveState(window);
     RenewBand(window);
