@@ -102,9 +102,7 @@ void ViewHive(MainWindow& window, WindowHive& hive) {
 }
 
 HiveTurn::HiveTurn(MainWindow& window, uint32_t number)
-    : window_(window),
-      inside_(window.shown != window.viewed),
-      before_(window.shown == &window.none ? kOfNoHive : window.shown->number) {
+    : window_(window), inside_(window.shown != window.viewed), before_(window.shown->number) {
   if (number == kAnyHive) return;
   WindowHive* const hive = FindHive(window, number);
   window.shown = hive == nullptr ? &window.none : hive;
@@ -112,9 +110,10 @@ HiveTurn::HiveTurn(MainWindow& window, uint32_t number)
 
 // What was viewed before may have been closed meanwhile, or another hive gone to.
 HiveTurn::~HiveTurn() {
-  WindowHive* const before = inside_ ? FindHive(window_, before_) : nullptr;
-  window_.shown = before == nullptr ? window_.viewed : before;
-  if (inside_ && before_ == kOfNoHive) window_.shown = &window_.none;
+  window_.shown = window_.viewed;
+  if (!inside_) return;
+  if (before_ == kOfNoHive) window_.shown = &window_.none;
+  if (WindowHive* const before = FindHive(window_, before_)) window_.shown = before;
 }
 
 }  // namespace hivequarry

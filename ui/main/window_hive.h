@@ -19,6 +19,10 @@ namespace hivequarry {
 
 struct MainWindow;
 
+// For windows that are about no hive: it leads to the one that is viewed.
+inline constexpr uint32_t kAnyHive = UINT32_MAX;
+inline constexpr uint32_t kOfNoHive = UINT32_MAX - 1;  // it leads nowhere
+
 // What a hive was loaded from, to load it again.
 struct HiveOrigin {
   std::string file;    // as given, UTF-8
@@ -30,8 +34,9 @@ struct HiveOrigin {
 
 // Its address stays the same while it is open: workers look at its parts.
 struct WindowHive {
-  uint32_t number = 0;  // not given again in this window; part of the lParams of its items
-  int slot = -1;        // in the table of hives; -1 while nothing is loaded
+  // Not given again in this window; part of the lParams of its items.
+  uint32_t number = kOfNoHive;
+  int slot = -1;  // in the table of hives; -1 while nothing is loaded
   HiveOrigin origin;
   std::unique_ptr<KeyTree> tree;
   ImageSummary summary;
@@ -46,10 +51,6 @@ struct WindowHive {
   TreePane removed_pane;           // below its folder; no control while it is not there
   TreePane freed_pane;             // deleted keys among those of `pane`
 };
-
-// For windows that are about no hive: it leads to the one that is viewed.
-inline constexpr uint32_t kAnyHive = UINT32_MAX;
-inline constexpr uint32_t kOfNoHive = UINT32_MAX - 1;  // it leads nowhere
 
 // A record for one more hive, after the others in the tree; with nothing loaded yet. It goes with
 // DropHive.
