@@ -50,7 +50,7 @@ uint32_t EndByBaseBlock(Bytes bytes) {
 // Pins first, by headers and records; then each region between two pins by itself. The last region
 // is open, as nothing after it says at which distance it ends.
 std::vector<KeptStretch> FindShifts(Bytes bytes, uint32_t first, bool anchored) {
-  Shifts shifts{bytes, first, anchored, FindBinHeaders(bytes), {}, {}, UINT32_MAX, {}};
+  Shifts shifts{bytes, first, anchored, FindBinHeaders(bytes), {}, UINT32_MAX, {}};
   if (StopRequested()) return {};
   if (anchored) shifts.own_end = EndByBaseBlock(bytes);
   const auto length = static_cast<uint32_t>(bytes.size());

@@ -76,7 +76,9 @@ bool MayFollow(const Shifts& shifts, const State& before, const BinHeader& bin) 
 }
 
 // The states after a stretch: each distance goes on, and that of its header may begin.
-StateRow NextStates(const Shifts& shifts, const StateRow& before, size_t header) {
+// `taken_here`: of that header (TakenBy).
+StateRow NextStates(const Shifts& shifts, uint32_t taken_here, const StateRow& before,
+                    size_t header) {
   const BinHeader& bin = shifts.headers[header];
   StateRow after{};
   size_t count = 0;
@@ -86,7 +88,7 @@ StateRow NextStates(const Shifts& shifts, const StateRow& before, size_t header)
     const bool same = state.distance == bin.Distance();
     const int fit = same ? own_fit : FitOfStretch(shifts, header, state.distance);
     // A few records fit anywhere by chance.
-    const uint32_t taken = same ? shifts.taken[header] : kBinHeaderSize;
+    const uint32_t taken = same ? taken_here : kBinHeaderSize;
     if (same || fit > own_fit) {
       state.end = std::max(state.end, bin.position - state.distance + taken);
     }
@@ -95,7 +97,7 @@ StateRow NextStates(const Shifts& shifts, const StateRow& before, size_t header)
     after[count++] = state;
   }
   const int cost = header == 0 && !shifts.anchored ? 0 : kChange;
-  State begun{bin.Distance(), INT32_MIN, bin.own_offset + shifts.taken[header], 0};
+  State begun{bin.Distance(), INT32_MIN, bin.own_offset + taken_here, 0};
   for (uint32_t i = 0; i < kStates; ++i) {
     if (!MayFollow(shifts, before[i], bin)) continue;
     const int gain = GainInStretch(shifts, header, before[i].distance, bin.Distance());
@@ -121,7 +123,7 @@ StateRow NextStates(const Shifts& shifts, const StateRow& before, size_t header)
 
 // Dynamic programming over the headers: a row of states for each, each state knowing the one before
 // it; then back from the best state of the last row. A stop gives no pins, so nothing is moved.
-std::vector<Pin> FindPins(const Shifts& shifts) {
+std::vector<Pin> FindPins(const Shifts& shifts, std::span<const uint32_t> taken) {
   std::vector<StateRow> rows;
   rows.reserve(shifts.headers.size() + 1);
   StateRow start{};
@@ -129,7 +131,7 @@ std::vector<Pin> FindPins(const Shifts& shifts) {
   rows.push_back(start);
   for (size_t header = 0; header < shifts.headers.size(); ++header) {
     if (header % 1024 == 0 && StopRequested()) return {};
-    rows.push_back(NextStates(shifts, rows.back(), header));
+    rows.push_back(NextStates(shifts, taken[header], rows.back(), header));
   }
   const auto best = std::ranges::max_element(rows.back(), {}, &State::score);
   auto number = static_cast<uint32_t>(best - rows.back().begin());
@@ -239,9 +241,10 @@ std::vector<Pin> FindOwnPins(Shifts& shifts) {
   // Each round bans one more distance; a file in which so many are other hives' is taken as it is
   // then.
   constexpr int kMostRounds = 8;
-  shifts.taken.reserve(shifts.headers.size());
+  std::vector<uint32_t> taken;  // the same in all rounds
+  taken.reserve(shifts.headers.size());
   for (size_t header = 0; header < shifts.headers.size(); ++header) {
-    shifts.taken.push_back(TakenBy(shifts, header));
+    taken.push_back(TakenBy(shifts, header));
   }
   bool begun = false;
   for (const BinHeader& bin : shifts.headers) {
@@ -251,7 +254,7 @@ std::vector<Pin> FindOwnPins(Shifts& shifts) {
   }
   std::vector<Pin> pins;
   for (int round = 0; round < kMostRounds; ++round) {
-    pins = FindPins(shifts);
+    pins = FindPins(shifts, taken);
     DropReturns(pins);
     bool sound = true;
     for (size_t i = 0; i < pins.size() && sound; ++i) {

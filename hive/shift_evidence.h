@@ -28,7 +28,6 @@ struct Shifts {
   uint32_t first;  // distance at the start
   bool anchored;   // that is known: there is a base block
   std::vector<BinHeader> headers;
-  std::vector<uint32_t> taken;  // bytes from each header on that are its block's beyond doubt
   Witnesses witnesses;
   uint32_t own_end = UINT32_MAX;        // offset after the hive, where a sound base block says it
   std::unordered_set<uint32_t> banned;  // distances of other hives
