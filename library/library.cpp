@@ -114,9 +114,18 @@ uint32_t ValueAt(hq_hive* hive, hq_key key, uint32_t index) {
   return index < values.size() ? values[index] : kNoOffset;
 }
 
+// An operation that ends however its work ends.
+struct OperationTurn {
+  OperationTurn() { BeginOperation(kOperationLoad); }
+  ~OperationTurn() { EndOperation(); }
+  OperationTurn(const OperationTurn&) = delete;
+  OperationTurn& operator=(const OperationTurn&) = delete;
+};
+
 // What was opened so far is in `hive` whatever the result; hq_close frees it. The table's range and
 // choice of logs are those of the next opening and so are set anew each time.
 hq_status OpenInto(const char* file_name, hq_logs logs, hq_hive& hive) {
+  const OperationTurn turn;
   HiveLog log;
   if (IsLogFile(file_name, log)) return HQ_IS_LOG;
   HiveTable& table = TheHiveTable();
@@ -142,6 +151,14 @@ hq_status OpenInto(const char* file_name, hq_logs logs, hq_hive& hive) {
   return HQ_OK;
 }
 
+// All levels, no bound, by position: so row and finding of a number are about the same.
+CheckedHive CheckAll(const HiveImage& image) {
+  CheckListOptions options;
+  options.least = CheckLevel::kNote;
+  const OperationTurn turn;
+  return CheckOpenedHive(image, CheckedState::kFile, options);
+}
+
 }  // namespace
 
 const char* hq_version(void) { return HIVEQUARRY_VERSION; }
@@ -152,12 +169,10 @@ hq_status hq_open(const char* file_name, hq_logs logs, hq_hive** hive) {
   Host host = NullHost();
   host.message = Note;
   SetHost(host);
-  BeginOperation(kOperationLoad);
   auto* opened = new (std::nothrow) hq_hive;
   const hq_status status = opened == nullptr ? HQ_NO_MEMORY : WithMemory(HQ_NO_MEMORY, [&] {
     return OpenInto(file_name, logs, *opened);
   });
-  EndOperation();
   if (status != HQ_OK) {
     hq_close(opened);
   } else {
@@ -330,26 +345,6 @@ size_t hq_bytes(const hq_hive* hive, uint64_t position, void* out, size_t size) 
   }
   return done;
 }
-
-namespace {
-
-// Ends however the work ends.
-struct OperationTurn {
-  OperationTurn() { BeginOperation(kOperationLoad); }
-  ~OperationTurn() { EndOperation(); }
-  OperationTurn(const OperationTurn&) = delete;
-  OperationTurn& operator=(const OperationTurn&) = delete;
-};
-
-// All levels, no bound, by position: so row and finding of a number are about the same.
-CheckedHive CheckAll(const HiveImage& image) {
-  CheckListOptions options;
-  options.least = CheckLevel::kNote;
-  const OperationTurn turn;
-  return CheckOpenedHive(image, CheckedState::kFile, options);
-}
-
-}  // namespace
 
 int hq_check(const hq_hive* hive, int (*each)(void* context, const hq_finding* finding),
              void* context) {
