@@ -133,6 +133,13 @@ void ExportFreedRows(const ListPlace& place, const std::vector<uint32_t>& positi
   });
 }
 
+// Takes rows out, and says so where there are any.
+template <typename IsOne>
+void LeaveOut(std::vector<uint32_t>& rows, IsOne is_one, const char* words) {
+  if (std::erase_if(rows, is_one) == 0) return;
+  ShowMessage(words, kProgramName, Icon::kInformation);
+}
+
 }  // namespace
 
 void OnExportHive(MainWindow& window) { StartBranch(window, 0); }
@@ -141,19 +148,14 @@ void OnExportFolder(MainWindow& window) { StartBranch(window, SelectedItem(windo
 void OnListExport(ListPlace& place) {
   std::vector<uint32_t> rows = SelectedRows(place);
   const uint32_t hive = HiveInFocus(place);
-  const size_t others =
-      std::erase_if(rows, [&](uint32_t row) { return HiveOfRow(place, row) != hive; });
-  if (others != 0) {
-    ShowMessage("Rows of other hives than that of the row in focus are left out.", kProgramName,
-                Icon::kInformation);
-  }
+  const auto is_other = [&](uint32_t row) { return HiveOfRow(place, row) != hive; };
+  LeaveOut(rows, is_other, "Rows of other hives than that of the row in focus are left out.");
   if (rows.empty()) rows.push_back(ModelRow(place, static_cast<uint32_t>(FocusedRow(place))));
-  const auto is_freed = [&place](uint32_t row) { return IsFreedRow(*place.model, row); };
+  const auto is_freed = [&](uint32_t row) { return IsFreedRow(*place.model, row); };
   const bool freed = std::ranges::all_of(rows, is_freed);
-  if (!freed && std::erase_if(rows, is_freed) != 0) {
-    ShowMessage(
-        "Rows about deleted keys and values are left out. Selected alone they are exported.",
-        kProgramName, Icon::kInformation);
+  if (!freed) {
+    LeaveOut(rows, is_freed,
+             "Rows about deleted keys and values are left out. Selected alone they are exported.");
   }
   std::vector<uint32_t> positions;
   for (const uint32_t row : rows) {
