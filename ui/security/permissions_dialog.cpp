@@ -201,9 +201,8 @@ void FillSidBox(HWND dialog, int control, const std::string& sid,
 bool ReadSid(HWND dialog, int control, bool optional, std::string& sid,
              const std::vector<HiveSid>& of_hive) {
   std::string text = Trimmed(ControlText(dialog, control));
-  // The two blanks are kAfterName.
-  const size_t after_name = text.rfind("  S-1-");
-  if (after_name != std::string::npos) text = text.substr(after_name + 2);
+  const size_t name_end = text.rfind(Concat({kAfterName, "S-1-"}));
+  if (name_end != std::string::npos) text = text.substr(name_end + kAfterName.size());
   if (!text.empty() && SidOfText(text).empty()) {
     const std::string named = SidOfName(of_hive, text);
     if (!named.empty()) text = named;
