@@ -8,6 +8,7 @@
 #include "ui/main/expanding.h"
 #include "ui/main/freed.h"
 #include "ui/main/status.h"
+#include "ui/panes/tree_expand.h"
 
 namespace hivequarry::testing {
 namespace {
@@ -112,6 +113,12 @@ TEST_F(FreedInTreeTest, BranchesOfDeletedKeysAreOpenedAndClosed) {
   select(a);
   EXPECT_EQ(ChildTexts(a), Texts{"C"});
   EXPECT_TRUE(IsFree(kCommandExpand));
+  // What goes from the control is not opened any further.
+  TreeView_Expand(Tree(), a, TVE_EXPAND);
+  SelectAndWait(ChildOf(a, "C"));
+  StartExpand(window_->shown->freed_pane, SelectedItem(window_->shown->freed_pane));
+  CollapseBranch(window_->shown->pane, 0);
+  EXPECT_FALSE(IsExpanding(*window_));
 }
 
 TEST_F(FreedInTreeTest, WhatHasNoPlaceIsInAFolderAndTheOptionTakesAllOfItOut) {

@@ -104,9 +104,8 @@ bool ExpandSlice(TreePane& pane) {
 void CollapseBranch(TreePane& pane, uint32_t item) {
   EndExpand(pane);
   const uint32_t end = pane.tree->items[item].end;
-  std::erase_if(pane.fills, [item, end](const BranchFill& fill) {
-    return fill.parent >= item && fill.parent < end;
-  });
+  std::erase_if(pane.fills,
+                [=](const BranchFill& fill) { return IsBetween(fill.parent, item, end); });
   SetRedraw(pane, false);
   TreeView_Expand(pane.window, pane.handles[item], TVE_COLLAPSE | TVE_COLLAPSERESET);
   std::fill(pane.handles.begin() + item + 1, pane.handles.begin() + end, nullptr);

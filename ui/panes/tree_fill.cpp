@@ -165,6 +165,9 @@ void ForgetGuests(TreePane& pane, uint32_t first, uint32_t end) {
   const uint32_t from = tops.front().item;
   const uint32_t to = guests.tree->items[tops.back().item].end;
   std::fill(guests.handles.begin() + from, guests.handles.begin() + to, nullptr);
+  // What was to be opened there is not in the control any more.
+  const bool expanding = guests.expand_end != 0 && IsBetween(guests.expand_top, from, to);
+  if (expanding) guests.expand_next = guests.expand_end = 0;
   std::erase_if(guests.fills,
                 [=](const BranchFill& fill) { return IsBetween(fill.parent, from, to); });
 }
