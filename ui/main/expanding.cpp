@@ -3,7 +3,6 @@
 #include "host/host.h"
 #include "host/long_operation.h"
 #include "host/number_text.h"
-#include "ui/main/freed.h"
 #include "ui/main/main_window.h"
 #include "ui/main/notifications.h"
 #include "ui/main/removed.h"
@@ -15,10 +14,11 @@
 namespace hivequarry {
 namespace {
 
+// The tree of the hive shown that the selected item is of; nothing of it is selected where that is
+// an item of another hive.
 TreePane& SelectedPane(const MainWindow& window) {
-  WindowHive& hive = *window.shown;
-  if (IsFreedSelected(window)) return hive.freed_pane;
-  return IsRemovedSelected(window) ? hive.removed_pane : hive.pane;
+  const HWND tree = window.controls.tree;
+  return PaneOfSide(*window.shown, ParamOfItem(tree, TreeView_GetSelection(tree)));
 }
 
 template <typename Use>

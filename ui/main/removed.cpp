@@ -61,11 +61,14 @@ void ShowRemovedFolder(MainWindow& window) {
   if (window.shown->removed != nullptr) ShowContent(window);
 }
 
-TreePane& PaneOfItem(MainWindow& window, LPARAM item) {
-  WindowHive* const of = HiveOfParam(window, item);
-  WindowHive& hive = of == nullptr ? window.none : *of;
+TreePane& PaneOfSide(WindowHive& hive, LPARAM item) {
   if ((item & kFreedSide) != 0) return hive.freed_pane;
   return (item & kRemovedSide) != 0 ? hive.removed_pane : hive.pane;
+}
+
+TreePane& PaneOfItem(MainWindow& window, LPARAM item) {
+  WindowHive* const of = HiveOfParam(window, item);
+  return PaneOfSide(of == nullptr ? window.none : *of, item);
 }
 
 bool IsRemovedSelected(const MainWindow& window) {

@@ -9,6 +9,7 @@ namespace hivequarry {
 
 struct MainWindow;
 struct TreePane;
+struct WindowHive;
 
 // Puts the folder after the hive's root where logs were applied; what is in it is worked out when
 // the user opens it. After ShowTree, which empties the control.
@@ -16,7 +17,9 @@ void ShowRemovedFolder(MainWindow& window);
 // Takes the folder out.
 void ForgetRemoved(MainWindow& window);
 
-// The tree that an item of the control belongs to, by its lParam.
+// The one of a hive's trees that an item of the control is of, by its lParam.
+TreePane& PaneOfSide(WindowHive& hive, LPARAM item);
+// The same of the hive that the item belongs to.
 TreePane& PaneOfItem(MainWindow& window, LPARAM item);
 // The folder itself, or something in it.
 bool IsRemovedSelected(const MainWindow& window);
