@@ -193,6 +193,7 @@ void AddHive(Machine& machine, const SourceFile& source, Writers& writers) {
   AddFileRow(machine, source, opened, about, VerdictWords(checked.result));
   TimelineOptions all;
   all.freed = all.values = all.base_block = true;
+  all.known_freed = &evidence.freed;
   AddToTimeline(machine.timeline, hive, opened.tree, all, std::move(about));
   const std::string cut = ShortfallWords();
   if (!cut.empty()) AddProblem(machine, source.label, cut);

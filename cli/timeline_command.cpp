@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <filesystem>
+#include <optional>
 
 #include "app/opening_words.h"
 #include "cli/hive_files.h"
@@ -65,10 +66,12 @@ bool AddFile(const ConsoleRequest& request, const std::string& name, bool severa
   if (!request.timeline.host.empty()) about.host = request.timeline.host;
   if (!request.timeline.user.empty()) about.user = request.timeline.user;
   options.item = ItemNamed(opened, key);
-  const bool added = AddToTimeline(timeline, *opened.hive, opened.tree, options, std::move(about));
-  if (added && request.timeline.decoders) {
-    AddDecoderTimes(timeline, *opened.hive, opened.tree, options);
+  std::optional<EvidenceSource> evidence;
+  if (request.timeline.decoders) {
+    options.known_freed = &evidence.emplace(*opened.hive, opened.tree).freed;
   }
+  const bool added = AddToTimeline(timeline, *opened.hive, opened.tree, options, std::move(about));
+  if (added && evidence) AddDecoderTimes(timeline, *evidence, options);
   if (!added) Complain("No key " + key + " in " + name);
   return added;
 }

@@ -117,16 +117,14 @@ void AddRow(Telling& telling, uint32_t row) {
 
 }  // namespace
 
-void AddDecoderTimes(Timeline& timeline, const HiveImage& hive, const KeyTree& tree,
-                     const TimelineOptions& options) {
-  EvidenceSource source(hive, tree);
+void AddDecoderTimes(Timeline& timeline, EvidenceSource& source, const TimelineOptions& options) {
   for (const DecoderInfo& decoder : Decoders()) {
     const ListKindInfo& kind = FindListKind(decoder.kind);
     const OutputListPtr list = MakeOutputList(decoder.kind);
     if (StopRequested()) return;
     RunDecoder(decoder, source, options.item, *list);
-    Telling telling{timeline, hive, options, kind, *list, kind.columns.size() - kEvidenceColumns,
-                    {}};
+    Telling telling{
+        timeline, source.hive, options, kind, *list, kind.columns.size() - kEvidenceColumns, {}};
     for (uint32_t row = 0; row < RowCount(*list) && !StopRequested(); ++row) AddRow(telling, row);
   }
 }

@@ -272,7 +272,8 @@ void AddKeys(Timeline& timeline, const HiveImage& hive, const KeyTree& tree,
 // counted at all.
 void AddFreedKeys(Timeline& timeline, const HiveImage& hive, const KeyTree& tree,
                   const TimelineOptions& options) {
-  FreedSource from(hive, tree);
+  const FreedRecords* const known = options.known_freed;
+  FreedSource from = known != nullptr ? FreedSource(hive, tree, *known) : FreedSource(hive, tree);
   TimelineHive& about = timeline.hives.back();
   for (const FreedKey& key : from.records.keys) {
     if (StopRequested()) return;

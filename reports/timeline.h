@@ -13,6 +13,7 @@
 
 #include "hive/key_tree.h"
 #include "lists/list_writers.h"
+#include "recovery/freed_records.h"
 
 namespace hivequarry {
 
@@ -99,7 +100,9 @@ uint64_t EventCount(const Timeline& timeline);
 
 // The last writes of live and recovered keys are always in it; these add to them.
 struct TimelineOptions {
-  bool freed = false;       // freed keys too
+  bool freed = false;  // freed keys too
+  // Those of the hive, where they are known already; null: they are searched for.
+  const FreedRecords* known_freed = nullptr;
   bool values = false;      // times in values
   bool base_block = false;  // times of the base block
   bool logged = false;      // keys in pages of the hive's logs alone

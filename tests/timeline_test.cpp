@@ -249,9 +249,10 @@ TEST(TimelineTest, TimesOfDecodedEvidence) {
   TimelineOptions options;
   options.bounded = true;
   options.from = kTime + 1;
-  AddDecoderTimes(timeline, opened.hive, opened.tree, options);
+  EvidenceSource evidence(opened.hive, opened.tree);
+  AddDecoderTimes(timeline, evidence, options);
   EXPECT_EQ(EventCount(timeline), keys) << "outside the times asked for";
-  AddDecoderTimes(timeline, opened.hive, opened.tree, {});
+  AddDecoderTimes(timeline, evidence, {});
   ASSERT_EQ(EventCount(timeline), keys + 1);
   const TimelineEvent event = EventsOf(timeline).back();
   EXPECT_STREQ(event.event, "UserAssist: Last Run");
@@ -283,9 +284,9 @@ TEST(TimelineTest, ListHasWhatDecodersTell) {
   ASSERT_TRUE(ReadZone("+02:00", zone));
   SetShownZone(zone);
   const OutputListPtr list = MakeOutputList(kListTimeline);
-  ListTimeline(opened.hive, opened.tree, {}, *list, [&](Timeline& timeline) {
-    AddDecoderTimes(timeline, opened.hive, opened.tree, {});
-  });
+  EvidenceSource evidence(opened.hive, opened.tree);
+  ListTimeline(opened.hive, opened.tree, {}, *list,
+               [&](Timeline& timeline) { AddDecoderTimes(timeline, evidence, {}); });
   SetShownZone({});
   const struct {
     const char* event;
@@ -316,7 +317,8 @@ TEST(TimelineTest, LocalTimesAreMarked) {
   OpenedHive opened(builder.Build());
   Timeline timeline;
   timeline.hives.push_back({"cases/H", "H", "PC", "", 0, 0, 0});
-  AddDecoderTimes(timeline, opened.hive, opened.tree, {});
+  EvidenceSource evidence(opened.hive, opened.tree);
+  AddDecoderTimes(timeline, evidence, {});
   ASSERT_EQ(timeline.shelves[0].events.size(), 1u);
   constexpr const char* kWords = "Networks: Created (local)";
   TimelineEvent written = EventsOf(timeline)[0];

@@ -2,6 +2,7 @@
 
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <utility>
 #include <vector>
 
@@ -202,15 +203,16 @@ void OnTimeline(MainWindow& window) {
   options.base_block = chosen.base_block;
   options.logged = chosen.logged;
   options.item = SelectedItem(window.shown->pane);
-  ListPlace* const place = FillListWindow(window, MakeOutputList(kListTimeline),
-                                          [&hive = ShownHive(window), &tree = *window.shown->tree,
-                                           options, decoders = chosen.decoders](OutputList& list) {
-                                            const auto evidence = [&](Timeline& timeline) {
-                                              if (decoders)
-                                                AddDecoderTimes(timeline, hive, tree, options);
-                                            };
-                                            ListTimeline(hive, tree, options, list, evidence);
-                                          });
+  const auto fill = [&hive = ShownHive(window), &tree = *window.shown->tree, options,
+                     decoders = chosen.decoders](OutputList& list) {
+    TimelineOptions asked = options;
+    std::optional<EvidenceSource> source;
+    if (decoders) asked.known_freed = &source.emplace(hive, tree).freed;
+    ListTimeline(hive, tree, asked, list, [&](Timeline& timeline) {
+      if (source) AddDecoderTimes(timeline, *source, asked);
+    });
+  };
+  ListPlace* const place = FillListWindow(window, MakeOutputList(kListTimeline), fill);
   NoteAsked(place, options.item, {});
 }
 
