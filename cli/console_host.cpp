@@ -4,6 +4,7 @@
 #include <ctime>
 #include <string>
 
+#include "hive/timestamp.h"
 #include "host/accounts.h"
 #include "host/host.h"
 #include "host/visible_text.h"
@@ -54,10 +55,8 @@ void ConsoleProgress(void* context, uint32_t position) {
 // What local clocks showed at a FILETIME, as a FILETIME; unchanged before 1970, and where the C
 // library can't tell. By its fields: local time is taken apart, and put together as if it were UTC.
 uint64_t ConsoleLocalTime(void*, uint64_t utc) {
-  constexpr uint64_t kUnixEpoch = 116444736000000000;
-  constexpr uint64_t kTicks = 10000000;
-  if (utc < kUnixEpoch) return utc;
-  const auto seconds = static_cast<time_t>((utc - kUnixEpoch) / kTicks);
+  if (utc < kFileTime1970) return utc;
+  const auto seconds = static_cast<time_t>((utc - kFileTime1970) / kFileTimeSecond);
   std::tm local = {};
 #ifdef _WIN32
   if (localtime_s(&local, &seconds) != 0) return utc;
@@ -66,7 +65,7 @@ uint64_t ConsoleLocalTime(void*, uint64_t utc) {
   if (localtime_r(&seconds, &local) == nullptr) return utc;
   const time_t shifted = timegm(&local);
 #endif
-  return utc + static_cast<uint64_t>(shifted - seconds) * kTicks;
+  return utc + static_cast<uint64_t>(shifted - seconds) * kFileTimeSecond;
 }
 
 }  // namespace

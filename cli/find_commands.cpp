@@ -6,6 +6,7 @@
 #include "evidence/decoders.h"
 #include "hive/file_place.h"
 #include "hive/root_path.h"
+#include "hive/timestamp.h"
 #include "host/host.h"
 #include "reports/freed_find.h"
 #include "reports/key_dates.h"
@@ -72,11 +73,10 @@ bool ParseRange(const DatesRequest& dates, KeyDateRange& range) {
 
 // The last second whole.
 bool ReadTimes(const DatesRequest& dates, SearchLimits& limits) {
-  constexpr uint64_t kSecond = 10'000'000;
   KeyDateRange range;
   if (!ParseRange(dates, range)) return false;
   if (!dates.from.empty()) limits.from = FileTimeOf(range.start);
-  if (!dates.to.empty()) limits.to = FileTimeOf(range.end) + kSecond - 1;
+  if (!dates.to.empty()) limits.to = FileTimeOf(range.end) + kFileTimeSecond - 1;
   return true;
 }
 

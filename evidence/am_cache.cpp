@@ -6,6 +6,7 @@
 
 #include "evidence/decode.h"
 #include "evidence/mru.h"
+#include "hive/timestamp.h"
 #include "host/case.h"
 
 namespace hivequarry {

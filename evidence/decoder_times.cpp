@@ -5,6 +5,7 @@
 
 #include "evidence/decoders.h"
 #include "hive/file_place.h"
+#include "hive/timestamp.h"
 #include "host/long_operation.h"
 #include "host/number_text.h"
 #include "lists/evidence_kinds.h"
@@ -40,7 +41,7 @@ uint64_t TimeOfCell(const OutputList& list, uint32_t row, int column) {
     for (const char c : text.substr(point + 1, 7))
       fraction = fraction * 10 + DigitOf(static_cast<unsigned char>(c));
   }
-  return seconds * 10'000'000 + fraction;
+  return seconds * kFileTimeSecond + fraction;
 }
 
 // "UserAssist: Last Run". Lives as long as the timeline.

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "hive/shown_zone.h"
+#include "hive/timestamp.h"
 #include "host/number_text.h"
 #include "lists/list_rows.h"
 #include "records/stored_text.h"
@@ -13,8 +14,6 @@
 
 namespace hivequarry {
 namespace {
-
-constexpr uint64_t kUnitsPerSecond = 10'000'000;
 
 std::string OneLine(std::string text) {
   MakeOneLine(text);
@@ -49,7 +48,7 @@ namespace {
 
 // ".1234567"; empty for a whole second.
 std::string FractionText(uint64_t file_time) {
-  const uint64_t fraction = file_time % kUnitsPerSecond;
+  const uint64_t fraction = file_time % kFileTimeSecond;
   if (fraction == 0) return {};
   return Concat({".", Decimal(static_cast<int64_t>(fraction), 7, '0')});
 }
@@ -158,7 +157,7 @@ std::optional<uint64_t> FileTimeOfFields(const CalendarTime& fields) {
   const bool possible = fields.year >= 1601 && fields.month >= 1 && fields.month <= 12 &&
                         fields.day >= 1 && fields.day <= 31 && fields.hour < 24 &&
                         fields.minute < 60 && fields.second < 60 &&
-                        fields.fraction < kUnitsPerSecond;
+                        fields.fraction < kFileTimeSecond;
   if (!possible) return std::nullopt;
   // A day that its month lacks comes back as one of the next month.
   const uint64_t time = FileTimeOfCalendar(fields);

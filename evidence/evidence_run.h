@@ -77,11 +77,6 @@ bool HasData(const EvidenceValue& value, size_t length, EvidenceRow& row);
 
 // --- fields of data ------------------------------------------------------------------------------
 
-// Seconds since 1970-01-01, UTC.
-constexpr uint64_t FileTimeOfSeconds(uint64_t seconds) {
-  constexpr uint64_t kEpoch = 11'644'473'600;  // in seconds since 1601-01-01
-  return (seconds + kEpoch) * 10'000'000;
-}
 // FILETIME of calendar fields, read as UTC: the time zone is the caller's business. Nothing where
 // they are no day and time that a calendar has, as the 31st of April, or before 1601.
 std::optional<uint64_t> FileTimeOfFields(const CalendarTime& fields);

@@ -2,6 +2,7 @@
 #include <unordered_map>
 
 #include "evidence/decode.h"
+#include "hive/timestamp.h"
 #include "host/case.h"
 #include "host/number_text.h"
 #include "reports/report_run.h"

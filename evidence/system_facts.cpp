@@ -1,6 +1,7 @@
 // What a system says of itself: names, version, time zone, when it was installed, updated and shut
 // down; and the profiles of its users.
 #include "evidence/decode.h"
+#include "hive/timestamp.h"
 #include "host/case.h"
 #include "host/number_text.h"
 

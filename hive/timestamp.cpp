@@ -9,7 +9,6 @@
 namespace hivequarry {
 namespace {
 
-constexpr uint64_t kUnitsPerSecond = 10'000'000;
 constexpr uint64_t kSecondsPerDay = 86'400;
 // Years are counted from a 1 March, so that the leap day is a year's last day; 1600-03-01 lies 306
 // days before 1601-01-01 and starts a cycle of 400 years.
@@ -61,10 +60,9 @@ uint64_t LocalTime(uint64_t file_time) {
 }  // namespace
 
 uint64_t FileTimeNow() {
-  constexpr uint64_t kUnixEpoch = 11'644'473'600;  // 1970-01-01 in seconds since 1601-01-01
   const auto since = std::chrono::system_clock::now().time_since_epoch();
   const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(since).count();
-  return (kUnixEpoch + static_cast<uint64_t>(seconds)) * kUnitsPerSecond;
+  return FileTimeOfSeconds(static_cast<uint64_t>(seconds));
 }
 
 uint64_t LocalFileTimeNow() {
@@ -74,9 +72,9 @@ uint64_t LocalFileTimeNow() {
 
 CalendarTime CalendarOfFileTime(uint64_t file_time) {
   CalendarTime calendar;
-  const uint64_t seconds = file_time / kUnitsPerSecond;
+  const uint64_t seconds = file_time / kFileTimeSecond;
   const auto of_day = static_cast<int>(seconds % kSecondsPerDay);
-  calendar.fraction = static_cast<uint32_t>(file_time % kUnitsPerSecond);
+  calendar.fraction = static_cast<uint32_t>(file_time % kFileTimeSecond);
   calendar.hour = of_day / 3600;
   calendar.minute = of_day / 60 % 60;
   calendar.second = of_day % 60;
@@ -93,7 +91,7 @@ uint64_t FileTimeOfCalendar(const CalendarTime& calendar) {
   const auto of_day = static_cast<uint64_t>(calendar.hour) * 3600 +
                       static_cast<uint64_t>(calendar.minute) * 60 +
                       static_cast<uint64_t>(calendar.second);
-  return (days * kSecondsPerDay + of_day) * kUnitsPerSecond + calendar.fraction;
+  return (days * kSecondsPerDay + of_day) * kFileTimeSecond + calendar.fraction;
 }
 
 std::string FormatTimestampChecked(uint64_t file_time) {

@@ -8,6 +8,15 @@ namespace hivequarry {
 
 struct ShownZone;
 
+// A second in the units of a FILETIME, which are 100 ns.
+inline constexpr uint64_t kFileTimeSecond = 10'000'000;
+// 1970-01-01 as a FILETIME.
+inline constexpr uint64_t kFileTime1970 = 116'444'736'000'000'000;
+// Seconds since 1970-01-01, UTC. Wraps where they are more than a FILETIME can tell.
+constexpr uint64_t FileTimeOfSeconds(uint64_t seconds) {
+  return kFileTime1970 + seconds * kFileTimeSecond;
+}
+
 struct CalendarTime {
   int year = 0, month = 0, day = 0, hour = 0, minute = 0, second = 0;
   uint32_t fraction = 0;  // 100-ns units

@@ -86,8 +86,7 @@ uint64_t DateKey(std::string_view text) {
 
 // Such a key of a cell's own date, which its text shows to the second.
 uint64_t DateKeyOf(uint64_t seconds) {
-  constexpr uint64_t kUnitsPerSecond = 10'000'000;  // of a FILETIME
-  const CalendarTime at = CalendarOfFileTime(seconds * kUnitsPerSecond);
+  const CalendarTime at = CalendarOfFileTime(seconds * kFileTimeSecond);
   uint64_t key = static_cast<uint64_t>(at.year);
   for (const int part : {at.month, at.day, at.hour, at.minute, at.second, 0}) {
     key = key << 8 | static_cast<uint64_t>(part);

@@ -9,7 +9,6 @@
 namespace hivequarry {
 namespace {
 
-constexpr uint64_t kUnitsPerSecond = 10'000'000;
 constexpr uint32_t kRowsPerLook = 256;  // whether to stop
 
 // Times of the machine whose zone nothing says are called so.
@@ -48,7 +47,7 @@ std::string_view FractionAtEnd(std::string_view text) {
 // it, its fraction, the zone. Empty where the text is not of that form.
 std::string TextInZone(std::string_view text, uint64_t seconds, const ShownZone& from,
                        const ShownZone& to) {
-  const uint64_t time = seconds * kUnitsPerSecond;
+  const uint64_t time = seconds * kFileTimeSecond;
   const std::string zone = ZoneSuffix(from, time);
   if (!text.ends_with(zone)) return {};
   text.remove_suffix(zone.size());

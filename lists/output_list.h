@@ -14,6 +14,7 @@
 #include <string_view>
 #include <vector>
 
+#include "hive/timestamp.h"
 #include "lists/list_head.h"
 #include "lists/list_kinds.h"
 
@@ -37,7 +38,7 @@ struct RowFacts {
 // Sorting goes by that; a cell of a Report List has a text alone.
 inline constexpr uint64_t kNoValue = UINT64_MAX;
 // The value of a date, FILETIME.
-constexpr uint64_t DateValue(uint64_t file_time) { return file_time / 10'000'000; }
+constexpr uint64_t DateValue(uint64_t file_time) { return file_time / kFileTimeSecond; }
 
 // A cell to add. The text is only looked at, so a cell made from a temporary text ends
 // with it.

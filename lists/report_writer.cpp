@@ -11,8 +11,6 @@
 namespace hivequarry {
 namespace {
 
-constexpr uint64_t kUnitsPerSecond = 10'000'000;
-constexpr uint64_t kUnixEpoch = 116'444'736'000'000'000;  // as FILETIME
 constexpr uint64_t kSecondsPerDay = 86'400;
 
 // Line ends and zeros become blanks: the form has no escapes.
@@ -110,18 +108,18 @@ std::string ReportTime(int64_t local_seconds) {
   constexpr const char* kDays[] = {"Mon", "Tue", "Wed", "Thu", "Fri", "Sat", "Sun"};
   constexpr const char* kMonths[] = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",
                                      "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
-  const uint64_t time = kUnixEpoch + static_cast<uint64_t>(local_seconds) * kUnitsPerSecond;
+  const uint64_t time = FileTimeOfSeconds(static_cast<uint64_t>(local_seconds));
   const CalendarTime at = CalendarOfFileTime(time);
   // Days are counted from 1601-01-01, a Monday.
-  const uint64_t day = time / kUnitsPerSecond / kSecondsPerDay;
+  const uint64_t day = time / kFileTimeSecond / kSecondsPerDay;
   return Concat({kDays[day % 7], " ", kMonths[at.month - 1], " ", Decimal(at.day, 2, ' '), " ",
                  Decimal(at.hour, 2), ":", Decimal(at.minute, 2), ":", Decimal(at.second, 2), " ",
                  Decimal(at.year, 4)});
 }
 
 std::string ReportTimeNow() {
-  const uint64_t seconds = LocalFileTimeNow() / kUnitsPerSecond;
-  return ReportTime(static_cast<int64_t>(seconds - kUnixEpoch / kUnitsPerSecond));
+  const uint64_t seconds = LocalFileTimeNow() / kFileTimeSecond;
+  return ReportTime(static_cast<int64_t>(seconds - kFileTime1970 / kFileTimeSecond));
 }
 
 bool WriteReport(const OutputList& list, const WrittenRows& which, const ReportLook& look,

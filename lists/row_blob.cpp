@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstring>
 
+#include "hive/timestamp.h"
+
 namespace hivequarry {
 namespace {
 
@@ -15,8 +17,6 @@ constexpr size_t kSharedSize = sizeof(const char*) + sizeof(uint32_t);
 // Bytes: a shorter text is stored again in less than what leads to an earlier one takes with its
 // look-up.
 constexpr size_t kLeastShared = 24;
-
-constexpr uint64_t kUnitsPerSecond = 10'000'000;  // of a FILETIME
 
 // Bytes of a value by its form. The first is the time of the last write, which the row has anyway;
 // the last holds the seconds of any date that has a text.
@@ -32,7 +32,7 @@ constexpr uint8_t kLastValueColumn = 31;
 void AddValue(uint64_t value, size_t column, RowLayout& layout) {
   if (column > kLastValueColumn) return;
   uint8_t form = kLastWriteForm;
-  const bool last_write = value == layout.last_write / kUnitsPerSecond;
+  const bool last_write = value == layout.last_write / kFileTimeSecond;
   if ((layout.head.flags & kAboutKey) == 0 || !last_write) {
     for (form = 1; form < kValueForms; ++form) {
       if (value >> (8 * kValueSizes[form]) == 0) break;
@@ -215,7 +215,7 @@ uint64_t ValueAt(const RowView& view, int column) {
   for (;;) {
     const auto tag = static_cast<uint8_t>(*at);
     if (ColumnOf(tag) == column) {
-      return FormOf(tag) == kLastWriteForm ? view.last_write / kUnitsPerSecond
+      return FormOf(tag) == kLastWriteForm ? view.last_write / kFileTimeSecond
                                            : NumberAt(at + 1, kValueSizes[FormOf(tag)]);
     }
     if ((tag & kMoreValues) == 0) return kNoValue;

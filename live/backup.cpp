@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <iterator>
 
+#include "hive/timestamp.h"
 #include "host/files.h"
 #include "host/number_text.h"
 #include "host/output_file.h"
@@ -15,7 +16,6 @@
 namespace hivequarry {
 namespace {
 
-constexpr uint64_t kUnitsPerSecond = 10'000'000;
 constexpr const char* kRecordSection = "KDATES";
 constexpr const char* kRecordKey = "LastBackup";
 
@@ -241,7 +241,7 @@ std::string SaveErrorText(int32_t error) {
 // `last` is as RecordBackup writes it, in local time; what is no time makes one due.
 bool IsBackupDue(std::string_view last, BackupPeriod period, const CalendarTime& now) {
   constexpr size_t kShortest = 16;
-  constexpr uint64_t kWeek = 604'800 * kUnitsPerSecond;
+  constexpr uint64_t kWeek = 604'800 * kFileTimeSecond;
   if (last.size() < kShortest) return true;
   const CalendarTime then{.year = NumberAt(last, 0, 4),
                           .month = NumberAt(last, 5, 2),

@@ -163,9 +163,8 @@ std::string FileTimeForm(const SourceValue& value) {
 
 // Seconds since 1970.
 std::string SecondsForm(const SourceValue& value) {
-  constexpr uint64_t kTo1970 = 116444736000000000;  // of a FILETIME
   if (value.data.size() != 4) return value.text;
-  return TimeText(kTo1970 + NumberOf(value) * 10000000, value);
+  return TimeText(FileTimeOfSeconds(NumberOf(value)), value);
 }
 
 // A row for each value of that name at the path, in a hive of that kind. The path is below the

@@ -17,11 +17,9 @@
 namespace hivequarry {
 namespace {
 
-constexpr uint64_t kUnixEpoch = 116444736000000000;  // FILETIME of 1970-01-01
-constexpr uint64_t kLatest = 157469184000000000;     // of 2100-01-01
-constexpr uint64_t kPerSecond = 10'000'000;
-constexpr size_t kPiece = 1 << 18;  // bytes handed on at once
-constexpr size_t kAhead = 8;        // events from one fetch of a part of their paths to the next
+constexpr uint64_t kLatest = 157469184000000000;  // 2100-01-01 as a FILETIME
+constexpr size_t kPiece = 1 << 18;                // bytes handed on at once
+constexpr size_t kAhead = 8;  // events from one fetch of a part of their paths to the next
 
 // Lines on their way to the sink.
 struct Lines {
@@ -51,10 +49,12 @@ void PutNumber(uint64_t number, Lines& out) {
   out.used += static_cast<size_t>(std::to_chars(room, room + kLongest, number).ptr - room);
 }
 
-bool IsUsable(uint64_t time) { return time >= kUnixEpoch && time < kLatest; }
+bool IsUsable(uint64_t time) { return time >= kFileTime1970 && time < kLatest; }
 
 // Cut, never rounded.
-void PutUnixSeconds(uint64_t time, Lines& out) { PutNumber((time - kUnixEpoch) / kPerSecond, out); }
+void PutUnixSeconds(uint64_t time, Lines& out) {
+  PutNumber((time - kFileTime1970) / kFileTimeSecond, out);
+}
 
 // After a name, in the forms that have no column for it.
 std::string_view StateMark(TimelineState state) {
@@ -64,7 +64,7 @@ std::string_view StateMark(TimelineState state) {
 }
 
 uint64_t LocalTime(uint64_t time, int minutes_east) {
-  return time + static_cast<uint64_t>(int64_t{minutes_east} * 60 * int64_t{kPerSecond});
+  return time + static_cast<uint64_t>(int64_t{minutes_east} * 60 * int64_t{kFileTimeSecond});
 }
 
 // "Z", "+02:00", "-05:30".
@@ -91,7 +91,7 @@ void PutDecimals(char* end, size_t count, uint64_t number) {
 }
 
 const std::string& IsoTime(TimeWriter& writer, const TimelineEvent& event) {
-  constexpr uint64_t kPerDay = 86400 * kPerSecond;
+  constexpr uint64_t kPerDay = 86400 * kFileTimeSecond;
   const uint64_t time = event.time;
   std::string& text = writer.text;
   if (event.local) {  // ISO 8601 has no zone where none is known
@@ -111,12 +111,12 @@ const std::string& IsoTime(TimeWriter& writer, const TimelineEvent& event) {
     text.pop_back();
     text += writer.zone;
   }
-  const uint64_t seconds = local / kPerSecond % 86400;
+  const uint64_t seconds = local / kFileTimeSecond % 86400;
   // Where the fields of "2012-04-04T01:58:40.1234567Z" end.
   PutDecimals(text.data() + 13, 2, seconds / 3600);
   PutDecimals(text.data() + 16, 2, seconds / 60 % 60);
   PutDecimals(text.data() + 19, 2, seconds % 60);
-  PutDecimals(text.data() + 27, 7, local % kPerSecond);
+  PutDecimals(text.data() + 27, 7, local % kFileTimeSecond);
   return text;
 }
 

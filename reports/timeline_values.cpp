@@ -2,6 +2,7 @@
 #include <algorithm>
 
 #include "hive/file_place.h"
+#include "hive/timestamp.h"
 #include "hive/values.h"
 #include "host/case.h"
 #include "host/visible_text.h"
@@ -38,9 +39,6 @@ constexpr ValueTime kTimes[] = {
     {"\\{83da6326-97a6-4088-9453-a1923f573b29}\\0067", "", TimeForm::kFileTime, "removed"},
 };
 
-// 1970-01-01 in 100 ns since 1601-01-01.
-constexpr uint64_t kUnixEpoch = 116444736000000000;  // FILETIME
-
 bool IsCountKey(std::string_view path) {
   return EndsIgnoringCase(path, "\\Count") &&
          CapitalsOfText(path).find("\\USERASSIST\\") != std::string::npos;
@@ -52,7 +50,7 @@ bool IsCountKey(std::string_view path) {
 uint64_t TimeIn(TimeForm form, const std::vector<uint8_t>& data) {
   if (form == TimeForm::kSeconds) {
     const uint64_t seconds = data.size() == 4 ? LoadU32(data.data()) : 0;
-    return seconds == 0 ? 0 : kUnixEpoch + seconds * 10'000'000;
+    return seconds == 0 ? 0 : FileTimeOfSeconds(seconds);
   }
   if (form == TimeForm::kFileTime) return data.size() == 8 ? LoadU64(data.data()) : 0;
   if (data.size() == 72) return LoadU64(data.data() + 60);

@@ -10,10 +10,10 @@
 namespace hivequarry {
 namespace {
 
-constexpr uint64_t kUnitsPerSecond = 10'000'000;  // of a FILETIME
 constexpr uint64_t kDay = 86'400;
-constexpr uint64_t kEarliest = 11'644'473'600;  // 1970-01-01
-constexpr uint64_t kLatest = 15'746'918'400;    // 2100-01-01
+// Seconds since 1601.
+constexpr uint64_t kEarliest = kFileTime1970 / kFileTimeSecond;
+constexpr uint64_t kLatest = 15'746'918'400;  // 2100-01-01
 // Seconds: four bars of a minute each.
 constexpr uint64_t kLeastRange = 240;
 constexpr uint32_t kStopInterval = 4096;  // rows
@@ -28,7 +28,7 @@ uint64_t LengthOf(ActivityUnit unit) {
   return kLengths[static_cast<size_t>(unit)];
 }
 
-CalendarTime CalendarOf(uint64_t time) { return CalendarOfFileTime(time * kUnitsPerSecond); }
+CalendarTime CalendarOf(uint64_t time) { return CalendarOfFileTime(time * kFileTimeSecond); }
 
 // Seconds since 1601; `month` counts from 1.
 uint64_t MonthStart(int year, int month) {
@@ -36,7 +36,7 @@ uint64_t MonthStart(int year, int month) {
   start.year = year;
   start.month = month;
   start.day = 1;
-  return FileTimeOfCalendar(start) / kUnitsPerSecond;
+  return FileTimeOfCalendar(start) / kFileTimeSecond;
 }
 
 uint64_t StartOf(uint64_t time, ActivityUnit unit) {

@@ -20,10 +20,8 @@
 namespace hivequarry {
 namespace {
 
-constexpr size_t kLongestText = 64;  // characters shown of a text
-constexpr uint64_t kTicksPerSecond = 10'000'000;
-constexpr uint64_t kUnixEpoch = 11'644'473'600;  // seconds from 1601 to 1970
-constexpr double kOleEpoch = 109'205;            // days from 1601 to 1899-12-30
+constexpr size_t kLongestText = 64;    // characters shown of a text
+constexpr double kOleEpoch = 109'205;  // days from 1601 to 1899-12-30
 constexpr double kSecondsPerDay = 86'400;
 
 struct Bytes {
@@ -80,8 +78,6 @@ void AddTime(const char* label, uint64_t file_time, Meanings& out) {
   if (!text.empty()) out.push_back({label, std::move(text)});
 }
 
-uint64_t FileTimeOfUnix(uint64_t seconds) { return (seconds + kUnixEpoch) * kTicksPerSecond; }
-
 // Bounds are those of the times that people meet: an OLE time is taken for one from 1982 to 2105,
 // milliseconds from 1970 on by more than some days, as smaller numbers are counts.
 void AddTimes(const Bytes& bytes, Meanings& out) {
@@ -89,20 +85,20 @@ void AddTimes(const Bytes& bytes, Meanings& out) {
     const uint64_t wide = bytes.Little(8);
     AddTime("FILETIME", wide, out);
     AddTime("FILETIME, high half first", wide << 32 | wide >> 32, out);
-    if (wide < UINT32_MAX) AddTime("Unix time, 64 bits", FileTimeOfUnix(wide), out);
+    if (wide < UINT32_MAX) AddTime("Unix time, 64 bits", FileTimeOfSeconds(wide), out);
     const uint64_t seconds = wide / 1000;
     if (seconds < UINT32_MAX && seconds > 1'000'000) {
-      AddTime("Unix time, milliseconds", FileTimeOfUnix(seconds) + wide % 1000 * 10'000, out);
+      AddTime("Unix time, milliseconds", FileTimeOfSeconds(seconds) + wide % 1000 * 10'000, out);
     }
     const auto days = std::bit_cast<double>(wide);
     if (days > 30'000 && days < 75'000) {
       const double since = (days + kOleEpoch) * kSecondsPerDay;
-      AddTime("OLE time", static_cast<uint64_t>(std::llround(since)) * kTicksPerSecond, out);
+      AddTime("OLE time", static_cast<uint64_t>(std::llround(since)) * kFileTimeSecond, out);
     }
   }
   if (!bytes.Allows(4)) return;
   const auto narrow = static_cast<uint32_t>(bytes.Little(4));
-  AddTime("Unix time", FileTimeOfUnix(narrow), out);
+  AddTime("Unix time", FileTimeOfSeconds(narrow), out);
   if (std::string dos = FormatDosTimestamp(narrow); !dos.empty()) {
     out.push_back({"DOS date and time", std::move(dos)});
   }

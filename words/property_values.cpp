@@ -138,17 +138,16 @@ Shape ShapeOfProperty(uint32_t type) {
 
 // "-3.04:05:06.0000007": days, and the rest of a day.
 std::string SpanText(int64_t ticks) {
-  constexpr uint64_t kSecond = 10'000'000;
   // As unsigned numbers: the lowest of all has no positive twin.
   const uint64_t length =
       ticks < 0 ? 0 - static_cast<uint64_t>(ticks) : static_cast<uint64_t>(ticks);
-  const uint64_t seconds = length / kSecond;
+  const uint64_t seconds = length / kFileTimeSecond;
   const auto two = [](uint64_t number) { return Decimal(static_cast<int64_t>(number), 2); };
   std::string text = ticks < 0 ? "-" : "";
   if (seconds >= 86'400) text += std::to_string(seconds / 86'400) + ".";
   text += Concat({two(seconds / 3600 % 24), ":", two(seconds / 60 % 60), ":", two(seconds % 60)});
-  if (length % kSecond != 0)
-    text += Concat({".", Decimal(static_cast<int64_t>(length % kSecond), 7)});
+  if (length % kFileTimeSecond != 0)
+    text += Concat({".", Decimal(static_cast<int64_t>(length % kFileTimeSecond), 7)});
   return text;
 }
 

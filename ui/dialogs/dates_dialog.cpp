@@ -4,6 +4,7 @@
 
 #include "app/settings.h"
 #include "hive/shown_zone.h"
+#include "hive/timestamp.h"
 #include "host/host.h"
 #include "ui/dialogs/list_dialogs.h"
 #include "ui/frame/dialog_layout.h"
@@ -14,8 +15,6 @@
 
 namespace hivequarry {
 namespace {
-
-constexpr uint64_t kSecond = 10'000'000;  // of a FILETIME
 
 // Lives as long as its dialog.
 struct DatesDialog {
@@ -184,7 +183,7 @@ constexpr DLGPROC kProcedure = RecordDialogProc<DatesDialog, OnStart, Route>;
 KeyDateTime LocalTimeNow() { return KeyDateTimeOf(LocalFileTimeNow()); }
 
 KeyDateTime SecondsBefore(const KeyDateTime& time, uint32_t seconds) {
-  return KeyDateTimeOf(FileTimeOf(time) - seconds * kSecond);
+  return KeyDateTimeOf(FileTimeOf(time) - seconds * kFileTimeSecond);
 }
 
 bool AskKeyDates(HWND owner, uint64_t last_activity, KeyDateRange& range) {
