@@ -18,7 +18,6 @@
 namespace hivequarry {
 namespace {
 
-constexpr uint32_t kPage = 4096;
 // Both flags together: the root of a hive, which may not be deleted.
 constexpr uint16_t kRootMark = 0x0C;  // of a key's flags: a hive's root, not to be deleted
 
@@ -48,7 +47,7 @@ constexpr uint64_t kNoBin = UINT64_MAX;
 // Blocks begin at pages of the hive, so only those are looked at; kNoBin after the last.
 uint64_t NextBin(const Walk& walk, uint64_t position) {
   BinHeader bin;
-  for (; position <= walk.run.last && !StopRequested(); position += kPage) {
+  for (; position <= walk.run.last && !StopRequested(); position += kPageSize) {
     if (IsBinAt(walk, position, bin)) return position;
   }
   return kNoBin;
@@ -63,7 +62,8 @@ uint64_t NextBin(const Walk& walk, uint64_t position) {
 void KeepReference(std::vector<KeyReference>& kept, const KeyReference& reference, uint32_t edge) {
   constexpr int64_t kMostOfOrder = 4;
   const auto order = [edge](const KeyReference& each) {
-    return std::bit_width((each.target > edge ? each.target - edge : edge - each.target) / kPage);
+    return std::bit_width((each.target > edge ? each.target - edge : edge - each.target) /
+                          kPageSize);
   };
   const bool known = std::ranges::any_of(kept, [&](const KeyReference& each) {
     return each.target == reference.target && each.kind == reference.kind;
@@ -147,9 +147,9 @@ uint64_t FollowBin(Walk& walk, uint64_t bin, uint64_t end) {
 
 // A block whose cells end early goes on up to the next one, or as far as they go.
 uint64_t EndOfBroken(const Walk& walk, uint64_t bin, uint64_t bin_end, uint64_t cells) {
-  const uint64_t next = NextBin(walk, bin + kPage);
+  const uint64_t next = NextBin(walk, bin + kPageSize);
   if (next < bin_end) return next;
-  const uint64_t pages = (cells - bin + kPage - 1) / kPage * kPage;
+  const uint64_t pages = (cells - bin + kPageSize - 1) / kPageSize * kPageSize;
   return std::min({bin + pages, bin_end, walk.end});
 }
 
@@ -170,7 +170,7 @@ uint64_t UseBin(Walk& walk, const BinHeader& bin, uint64_t position) {
 // What is between two blocks that are where they should be.
 void AddGap(Walk& walk, uint64_t from, uint64_t to) {
   while (from < to) {
-    const auto size = static_cast<uint32_t>(std::min<uint64_t>(kPage, to - from));
+    const auto size = static_cast<uint32_t>(std::min<uint64_t>(kPageSize, to - from));
     std::vector<FileRange>& ranges =
         IsZeroed(walk.source.At(from, size)) ? walk.piece.zeros : walk.piece.foreign;
     const bool goes_on = !ranges.empty() && ranges.back().position + ranges.back().size == from;
@@ -215,7 +215,8 @@ void UseBaseBlock(CarveSource& source, HivePiece& piece) {
 HivePiece ExamineRun(CarveSource& source, const BinRun& run, uint64_t from) {
   HivePiece piece;
   Walk walk{source, run, piece, source.size()};
-  const uint64_t behind = from > run.start ? (from - run.start + kPage - 1) / kPage * kPage : 0;
+  const uint64_t behind =
+      from > run.start ? (from - run.start + kPageSize - 1) / kPageSize * kPageSize : 0;
   uint64_t at = NextBin(walk, run.start + behind);
   if (at == kNoBin) return piece;
   piece.start = piece.bins = at;

@@ -17,7 +17,6 @@ namespace {
 
 constexpr size_t kRead = 512 * 1024;  // at a time
 constexpr size_t kHeader = 64;        // that is looked at from a signature on
-constexpr size_t kPage = 4096;
 constexpr size_t kMostSleeps = 16;
 
 constexpr uint32_t kPackedSignature = 0x65727078;  // "xpre", of "xpress"
@@ -266,7 +265,7 @@ void FindHits(ByteView bytes, size_t from, size_t to, std::vector<Hit>& hits) {
 void EndHole(Scan& scan, uint64_t end) {
   if (!scan.in_hole) return;
   scan.in_hole = false;
-  if (end - scan.hole < kPage) return;  // the end of the file
+  if (end - scan.hole < kPageSize) return;  // the end of the file
   ++scan.marks.hole_count;
   scan.marks.zeros += end - scan.hole;
   if (scan.keep_holes) Keep(scan.marks.holes, FileRange{scan.hole, end - scan.hole});
@@ -282,8 +281,8 @@ bool IsZero(const uint8_t* bytes, size_t size) {
 void LookThrough(Scan& scan, ByteView bytes, size_t usable, size_t old, uint64_t position) {
   std::vector<Hit> hits;
   size_t from = 0;  // of the stretch that is not zeros
-  for (size_t page = old; page < bytes.size(); page += kPage) {
-    const size_t size = std::min(kPage, bytes.size() - page);
+  for (size_t page = old; page < bytes.size(); page += kPageSize) {
+    const size_t size = std::min<size_t>(kPageSize, bytes.size() - page);
     const bool zero = IsZero(bytes.data() + page, size);
     if (!zero) {
       EndHole(scan, position + page);
@@ -305,8 +304,8 @@ void LookThrough(Scan& scan, ByteView bytes, size_t usable, size_t old, uint64_t
 // file's end, so that the pages of a hole are whole.
 bool SkipHole(Scan& scan, uint64_t& at) {
   const uint64_t data = NextFileData(scan.source.stream(), at, scan.source.size());
-  const uint64_t end = data == scan.source.size() ? data : data / kPage * kPage;
-  if (end <= at || at % kPage != 0) return false;
+  const uint64_t end = data == scan.source.size() ? data : data / kPageSize * kPageSize;
+  if (end <= at || at % kPageSize != 0) return false;
   if (!scan.in_hole) scan.hole = at;
   scan.in_hole = true;
   at = end;

@@ -18,10 +18,9 @@
 namespace hivequarry {
 namespace {
 
-constexpr uint32_t kNone = 0xFFFFFFFF;  // of offsets
-constexpr uint32_t kBinStep = 4096;
+constexpr uint32_t kNone = 0xFFFFFFFF;       // of offsets
 constexpr uint64_t kMostBytes = 0x7FFFF000;  // of all bins: an offset's top bit has other uses
-constexpr uint32_t kLargestShared = kBinStep - kBinHeaderSize;  // a longer cell has its own bin
+constexpr uint32_t kLargestShared = kPageSize - kBinHeaderSize;  // a longer cell has its own bin
 constexpr size_t kLongestLeaf = 1012;  // entries: what fits two pages with the bin's header
 
 uint64_t RoundUp(uint64_t size, uint64_t step) { return (size + step - 1) / step * step; }
@@ -61,7 +60,7 @@ void AddGap(Bins& bins, uint32_t at, uint32_t size) {
 // Only the first bin has a time: systems leave it 0 in those that they add.
 void AddBin(Bins& bins, uint64_t cell) {
   const auto start = static_cast<uint32_t>(bins.bytes.size() - kBaseBlockSize);
-  const uint64_t size = RoundUp(cell + kBinHeaderSize, kBinStep);
+  const uint64_t size = RoundUp(cell + kBinHeaderSize, kPageSize);
   if (start + size > kMostBytes) {
     bins.full = true;
     return;
@@ -85,7 +84,7 @@ uint32_t AddCell(Bins& bins, uint64_t room) {
     AddBin(bins, size);
     if (bins.full) return kBinHeaderSize;
     gap = std::prev(bins.gaps.upper_bound(
-        static_cast<uint32_t>(RoundUp(size + kBinHeaderSize, kBinStep) - kBinHeaderSize)));
+        static_cast<uint32_t>(RoundUp(size + kBinHeaderSize, kPageSize) - kBinHeaderSize)));
   }
   const auto [free, at] = *gap;
   bins.gaps.erase(gap);

@@ -23,8 +23,8 @@ std::vector<uint32_t> LikelyDistances(std::span<const BinHeader> headers, uint32
   std::unordered_map<uint32_t, uint32_t> votes;
   for (const BinHeader& bin : headers) ++votes[bin.Distance()];
   // Where no header comes after a change the file's length may tell of it.
-  ++votes[first + length % 4096];
-  ++votes[first + length % 4096 - 4096];
+  ++votes[first + length % kPageSize];
+  ++votes[first + length % kPageSize - kPageSize];
   votes.erase(first);
   std::vector<std::pair<uint32_t, uint32_t>> ranked;
   ranked.reserve(votes.size());
@@ -43,7 +43,7 @@ uint32_t EndByBaseBlock(Bytes bytes) {
   if (bytes.size() < kBaseChecksum + 4) return UINT32_MAX;
   const BaseBlock block = ReadBaseBlock(bytes);
   const bool sound =
-      BaseBlockSum(bytes) == block.checksum && block.length != 0 && block.length % 4096 == 0;
+      BaseBlockSum(bytes) == block.checksum && block.length != 0 && block.length % kPageSize == 0;
   return sound ? block.length : UINT32_MAX;
 }
 

@@ -13,10 +13,10 @@ namespace {
 
 using Bytes = std::span<const uint8_t>;
 
-constexpr uint32_t kWindow = 4096 - 8;  // how far cells look for where they are named
-constexpr size_t kMostAsked = 16;       // cells of a stretch that look
-constexpr int kLocalChange = 5;         // cost of a change inside a block, which only cells propose
-constexpr int kKnownChange = 1;         // of one that headers, or the file's length, speak for
+constexpr uint32_t kWindow = kPageSize - 8;  // how far cells look for where they are named
+constexpr size_t kMostAsked = 16;            // cells of a stretch that look
+constexpr int kLocalChange = 5;  // cost of a change inside a block, which only cells propose
+constexpr int kKnownChange = 1;  // of one that headers, or the file's length, speak for
 // Records that agree by chance are met one or two at a time: fewer than these propose no distance.
 constexpr uint32_t kFewMisfits = 3;
 
@@ -159,9 +159,9 @@ Break LocateChange(const Shifts& shifts, const Change& change) {
   const uint32_t begin = FindBreak(shifts, change, hit);
   const int64_t end = std::max<int64_t>(int64_t{begin} - std::max<int64_t>(moved, 0), change.low);
   Break found{static_cast<uint32_t>(end), 0};
-  if (hit != kNoOffset && moved % 4096 == 0) {
+  if (hit != kNoOffset && moved % kPageSize == 0) {
     // Whole pages come and go at the start of one.
-    const uint32_t page = hit + 4096 - (hit - change.distance_before) % 4096;
+    const uint32_t page = hit + kPageSize - (hit - change.distance_before) % kPageSize;
     if (page <= end) found.end = page;
   }
   const int64_t goes_on = found.end + std::max<int64_t>(moved, 0);
@@ -275,7 +275,7 @@ std::vector<uint8_t> Assign(const Shifts& shifts, const Region& region,
 bool BreakAtPage(const Shifts& shifts, const Region& region, std::span<const Witness> records,
                  Break& found) {
   const int64_t moved = SignedDistance(region.distance_after - region.distance_before);
-  if (region.open || moved == 0 || moved % 4096 != 0) return false;
+  if (region.open || moved == 0 || moved % kPageSize != 0) return false;
   const auto put_in = static_cast<uint32_t>(std::max<int64_t>(moved, 0));
   if (region.end - region.begin < put_in) return false;
   const size_t count = records.size();
@@ -310,8 +310,8 @@ bool BreakAtPage(const Shifts& shifts, const Region& region, std::span<const Wit
     return lost;
   };
   int64_t least_missed = INT64_MAX;
-  uint32_t page = region.begin + 4096 - (region.begin - region.distance_before) % 4096;
-  for (; page <= region.end - put_in; page += 4096) {
+  uint32_t page = region.begin + kPageSize - (region.begin - region.distance_before) % kPageSize;
+  for (; page <= region.end - put_in; page += kPageSize) {
     const size_t low = index(page);
     const size_t high = index(page + put_in);
     const int64_t missed = int64_t{either[low]} - before[low] +
@@ -330,15 +330,15 @@ bool BreakAtPage(const Shifts& shifts, const Region& region, std::span<const Wit
 bool IsLengthTelling(const Shifts& shifts, const Region& region) {
   return std::ranges::none_of(shifts.headers, [&](const BinHeader& bin) {
     return bin.position > region.begin && bin.Distance() != region.distance_before &&
-           (bin.position - region.distance_before) % 4096 == 0;
+           (bin.position - region.distance_before) % kPageSize == 0;
   });
 }
 
 // How many bytes a file of whole pages has too much, and too few, less the changes known so far.
 std::array<uint32_t, 2> TailDistances(const Shifts& shifts, const Region& region) {
   const auto size = static_cast<uint32_t>(shifts.bytes.size());
-  const uint32_t more = (size - region.distance_before) % 4096;
-  return {region.distance_before + more, region.distance_before + more - 4096};
+  const uint32_t more = (size - region.distance_before) % kPageSize;
+  return {region.distance_before + more, region.distance_before + more - kPageSize};
 }
 
 // Stretches are added in ascending order; one that goes on at the same distance becomes part of the
@@ -379,8 +379,8 @@ void DropDoubtful(const Shifts& shifts, const Region& region, std::span<const Wi
                           candidate.distance};
       ChainFrom(shifts, change, broken);
       // Before a page's first cell it breaks where another page belongs there.
-      const bool page = (broken - candidates[before].distance) / 4096 !=
-                        (change.high - candidates[before].distance) / 4096;
+      const bool page = (broken - candidates[before].distance) / kPageSize !=
+                        (change.high - candidates[before].distance) / kPageSize;
       const bool odd = change.Moved() % 8 != 0;
       const bool believed =
           broken != change.high && (odd || !page) && fit >= kFewest && fit * 4 >= (i - begin) * 3;

@@ -44,7 +44,7 @@ int FitOfStretch(const Shifts& shifts, size_t header, uint32_t distance) {
   const BinHeader& bin = shifts.headers[header];
   int fit = 0;
   if (bin.Distance() == distance) {
-    fit = (distance - shifts.first) % 4096 == 0 ? kHeaderFit : kOddHeaderFit;
+    fit = (distance - shifts.first) % kPageSize == 0 ? kHeaderFit : kOddHeaderFit;
   }
   for (const Witness& record : shifts.RecordsIn(bin.position, StretchEnd(shifts, header))) {
     if (shifts.FitsAt(record, distance)) fit += kFit;
@@ -153,7 +153,7 @@ void DropReturns(std::vector<Pin>& pins) {
   for (size_t i = 0; i < pins.size();) {
     size_t back = i;  // the last pin at the same distance
     for (size_t j = i + 1; j < pins.size(); ++j) {
-      if ((pins[j].distance - pins[i].distance) % 4096 != 0) break;
+      if ((pins[j].distance - pins[i].distance) % kPageSize != 0) break;
       if (pins[j].distance == pins[i].distance) back = j;
     }
     for (size_t j = i + 1; j < back; ++j) dropped[j] = pins[j].distance != pins[i].distance;
@@ -227,7 +227,7 @@ bool BelongTogether(const Shifts& shifts, std::span<const Pin> pins, size_t chan
   if (tally.asked < kEnough && change != 0) look(shifts.RecordsIn(0, begin), false);
   if (tally.asked < kEnough) {
     const uint32_t from = change == 0 ? shifts.first : pins[change - 1].distance;
-    const bool near = std::abs(SignedDistance(distance - from)) < 4096;
+    const bool near = std::abs(SignedDistance(distance - from)) < kPageSize;
     // The hive then ends where its base block says.
     const bool ends = end == shifts.bytes.size() && end - distance == shifts.own_end;
     return tally.held == tally.asked && (near || ends);

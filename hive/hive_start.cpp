@@ -47,16 +47,17 @@ bool StartFromBin(std::FILE* stream, uint32_t position, const uint8_t* header, u
   const uint32_t own_offset = LoadU32(header + 4);
   const uint32_t size = LoadU32(header + 8);
   const uint64_t from_zero = uint64_t{own_offset} + kBaseBlockSize;
-  if (own_offset % 4096 == 0 && position == from_zero) {
+  if (own_offset % kPageSize == 0 && position == from_zero) {
     start = 0;
     return true;
   }
-  if (size != 0 && size % 4096 == 0 && position >= from_zero) {
+  if (size != 0 && size % kPageSize == 0 && position >= from_zero) {
     start = position - static_cast<uint32_t>(from_zero);
     return true;
   }
   // A sound header that names a place further in belongs to the middle of a hive.
-  if (own_offset != 0 && own_offset % 4096 == 0 && size != 0 && size % 4096 == 0) return false;
+  if (own_offset != 0 && own_offset % kPageSize == 0 && size != 0 && size % kPageSize == 0)
+    return false;
   HiveProbe probe;
   ProbeHiveStart(stream, position - kBaseBlockSize, probe);
   start = position - kBaseBlockSize;

@@ -9,8 +9,6 @@
 
 namespace hivequarry {
 
-inline constexpr uint32_t kPageSize = 4096;
-
 // How what trusted pages (those in which most is found that others look for) name in a stretch
 // agrees with what is there.
 struct PageFit {

@@ -15,7 +15,6 @@ using Bytes = std::span<const uint8_t>;
 // A copy as text puts the first before each of the second.
 constexpr uint8_t kReturn = 0x0D;
 constexpr uint8_t kFeed = 0x0A;
-constexpr uint32_t kPage = 4096;
 // So many 0As after a 0D are none by chance, whatever the file's length.
 constexpr size_t kManyFeeds = 16;
 
@@ -25,7 +24,7 @@ size_t BlocksInLine(Bytes bytes) {
   size_t in_line = 0;
   for (size_t i = 0; i < headers.size(); ++i) {
     const bool begins = i == 0 || headers[i].Distance() == headers[i - 1].Distance();
-    in_line += begins && headers[i].position % kPage == headers[0].position % kPage;
+    in_line += begins && headers[i].position % kPageSize == headers[0].position % kPageSize;
   }
   return in_line;
 }
@@ -64,7 +63,7 @@ std::vector<uint32_t> ReturnsOfTextCopy(Bytes bytes) {
   if (returns.empty()) return {};
   // The hive's length is one of whole pages, the copy's is not, or its blocks come into line.
   const size_t left = bytes.size() - returns.size();
-  const bool pages = left % kPage == 0 && bytes.size() % kPage != 0;
+  const bool pages = left % kPageSize == 0 && bytes.size() % kPageSize != 0;
   if (pages && returns.size() >= kManyFeeds) return returns;
   std::vector<uint8_t> undone(bytes.begin(), bytes.end());
   undone.resize(RemoveReturns(undone));

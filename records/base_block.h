@@ -10,7 +10,9 @@
 
 namespace hivequarry {
 
-inline constexpr uint32_t kBaseBlockSize = 4096;
+// Bins and all of the data area are multiples of it, and the system reads and writes them so.
+inline constexpr uint32_t kPageSize = 4096;
+inline constexpr uint32_t kBaseBlockSize = kPageSize;
 inline constexpr uint32_t kHiveSignature = 0x66676572;      // "regf"
 inline constexpr uint32_t kSnapshotSignature = 0x70616E73;  // "snap", of a registry snapshot
 

@@ -13,7 +13,7 @@ bool ReadBinHeader(ByteView image, uint32_t position, BinHeader& bin) {
   bin.position = position;
   bin.own_offset = LoadU32(header + kBinOwnOffset);
   bin.size = LoadU32(header + kBinSize);
-  return bin.own_offset % 4096 == 0 && bin.size % 4096 == 0 && bin.size != 0 &&
+  return bin.own_offset % kPageSize == 0 && bin.size % kPageSize == 0 && bin.size != 0 &&
          bin.size < 0x80000000;
 }
 

@@ -27,6 +27,11 @@ inline constexpr uint16_t kSignatureLk = 0x6B6C;  // only for the key classifier
 // nothing that a sound hive needs the scan to find.
 bool IsRecordSignature(uint16_t value);
 
+// Of the size field, after which the record follows.
+inline constexpr uint32_t kCellSizeField = 4;
+// Cells begin at multiples of it, counted from their bin's header, and are as long.
+inline constexpr uint32_t kCellStep = 8;
+
 // Absolute length of a cell, its size field included, by that field; 0x80000000 stays as it is. It
 // is what the file says: callers hold it against the bytes that there are.
 inline uint32_t CellLength(uint32_t size) { return size > 0x7FFFFFFF ? 0U - size : size; }

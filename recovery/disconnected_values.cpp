@@ -47,7 +47,7 @@ bool MarkNamedValues(const HiveImage& hive, const std::vector<KeyRow>& keys, siz
       if (StopRequested()) return false;
       if (show) ShowKeyProgress(row, keys.size());
     }
-    const bool made = (keys[row].marks & kVirtualMarks) != 0;
+    const bool made = IsMade(keys[row]);
     if (made) continue;
     positions.clear();
     ReadValuesOfKey(hive, keys[row].position, kAllEntries, positions);

@@ -19,8 +19,6 @@ namespace {
 
 constexpr uint32_t kLongestKeyName = 510;      // bytes: 255 characters
 constexpr uint32_t kLongestValueName = 32766;  // bytes: 16,383 characters
-constexpr uint32_t kRecordStep = 8;
-constexpr uint32_t kPage = 4096;
 // The form of values in use that is passed over; others are candidates until what names them takes
 // them out (freed_uses.h).
 constexpr uint32_t kMostPadding = 8;  // after the name of a value that the scan accepts
@@ -107,8 +105,8 @@ bool IsKeyRecord(const HiveImage& hive, uint32_t p, FreedPlace place) {
   const bool sized = HasSize(hive, p, kKeyName + name, place) || place == FreedPlace::kInFreeCell;
   return sized && name != 0 && name <= kLongestKeyName &&
          (ReadU16(hive, p + kKeyFlags) & kNoFlags) == 0 && HasOffsets(hive, p) &&
-         ReadU32(hive, p + kKeySubkeyCount) < hive.length / kRecordStep &&
-         ReadU32(hive, p + kKeyValueCount) < hive.length / kRecordStep &&
+         ReadU32(hive, p + kKeySubkeyCount) < hive.length / kCellStep &&
+         ReadU32(hive, p + kKeyValueCount) < hive.length / kCellStep &&
          !FormatTimestampChecked(ReadU64(hive, p + kKeyLastWrite)).empty();
 }
 
@@ -177,7 +175,7 @@ void LookAt(Walk& walk, uint32_t p, const Stretch& stretch) {
 // Records keep their places at multiples of 8 when cells are merged.
 void LookInside(Walk& walk, const Stretch& stretch) {
   constexpr uint32_t kStopPollMask = 0xFFFF;
-  for (uint32_t p = stretch.begin; p + kValueName <= stretch.end; p += kRecordStep) {
+  for (uint32_t p = stretch.begin; p + kValueName <= stretch.end; p += kCellStep) {
     if ((p & kStopPollMask) == 0 && StopRequested()) return;
     LookAt(walk, p, stretch);
   }
@@ -216,16 +214,16 @@ uint32_t KnownBytes(const Walk& walk, uint32_t p, uint32_t length, Stretch& rest
   }
   const uint32_t needed = NeededBytes(walk.hive, p, signature, second >> 16);
   if (needed == 0) rest.host = p;
-  return std::max(needed, kRecordStep);
+  return std::max(needed, kCellStep);
 }
 
 // What is left in an allocated cell after the record that it holds, or after what names it needs.
 void LookAfterRecord(Walk& walk, uint32_t p, uint32_t length) {
-  if (length < kRecordStep + kValueName) return;
+  if (length < kCellStep + kValueName) return;
   Stretch rest{p, p + length, FreedPlace::kBehindRecord};
   const uint32_t known = KnownBytes(walk, p, length, rest);
   if (known + kValueName > length) return;
-  rest.begin += (known + kRecordStep - 1) / kRecordStep * kRecordStep;
+  rest.begin += (known + kCellStep - 1) / kCellStep * kCellStep;
   LookInside(walk, rest);
 }
 
@@ -238,7 +236,7 @@ uint32_t VisitCell(Walk& walk, uint32_t p, uint32_t size) {
     const Stretch loose{p, in_block ? walk.bin_end : walk.hive.length, FreedPlace::kNoCell};
     LookAt(walk, p, loose);
     if (!in_block && p >= kLooseStep) LookAt(walk, p - kLooseStep, loose);
-    return p + kRecordStep;
+    return p + kCellStep;
   }
   if (!IsAllocated(size)) {
     LookInside(walk, {p, p + length, FreedPlace::kFreeCell});
@@ -258,7 +256,7 @@ struct PageCount {
 // and this is all that is looked at of them.
 PageCount CountPage(ByteView page) {
   PageCount count;
-  for (uint32_t at = 0; at < kPage; at += kRecordStep) {
+  for (uint32_t at = 0; at < kPageSize; at += kCellStep) {
     const uint32_t size = LoadU32(&page[at]);
     const uint32_t second = LoadU32(&page[at + 4]);
     const uint32_t key = (second & 0xFFFF) == kSignatureNk;
@@ -275,7 +273,7 @@ PageCount CountPage(ByteView page) {
 // By whole words of the index: a page is eight of them.
 uint32_t CountKnownKeys(const Walk& walk, uint32_t page) {
   uint32_t known = 0;
-  for (uint32_t word = page / 512; word < (page + kPage) / 512; ++word) {
+  for (uint32_t word = page / 512; word < (page + kPageSize) / 512; ++word) {
     for (uint64_t bits = walk.tree.key_positions.bits[word]; bits != 0; bits &= bits - 1) {
       const uint32_t p = 512 * word + 8 * static_cast<uint32_t>(std::countr_zero(bits));
       const bool key = ReadU16(walk.image, p + 4) == kSignatureNk;
@@ -288,11 +286,11 @@ uint32_t CountKnownKeys(const Walk& walk, uint32_t page) {
 // False for a block of whose keys all are in the tree and whose allocated cells hold no other
 // record.
 bool MayHide(const Walk& walk, uint32_t begin, uint32_t end) {
-  const bool paged =
-      begin % kPage == 0 && end % kPage == 0 && end / 512 <= walk.tree.key_positions.bits.size();
+  const bool paged = begin % kPageSize == 0 && end % kPageSize == 0 &&
+                     end / 512 <= walk.tree.key_positions.bits.size();
   if (!paged || !IsInside(walk.image, begin, end - begin)) return true;
-  for (uint32_t page = begin; page < end; page += kPage) {
-    const PageCount count = CountPage(PartOf(walk.image, page, kPage));
+  for (uint32_t page = begin; page < end; page += kPageSize) {
+    const PageCount count = CountPage(PartOf(walk.image, page, kPageSize));
     if (count.other != 0 || count.keys != CountKnownKeys(walk, page) || StopRequested()) {
       return true;
     }
@@ -305,7 +303,7 @@ bool MayHide(const Walk& walk, uint32_t begin, uint32_t end) {
 uint32_t EnterBlock(Walk& walk, uint32_t p) {
   const uint32_t size = ReadU32(walk.hive, p + 8);
   const uint32_t left = walk.hive.length - p;
-  walk.bin_end = size >= kPage && size % kPage == 0 ? p + std::min(size, left) : 0;
+  walk.bin_end = size >= kPageSize && size % kPageSize == 0 ? p + std::min(size, left) : 0;
   walk.only_free = walk.bin_end != 0 && !MayHide(walk, p, walk.bin_end);
   return p + kBinHeaderSize;
 }
@@ -316,7 +314,7 @@ uint32_t EnterBlock(Walk& walk, uint32_t p) {
 uint64_t WalkTo(Walk& walk, uint64_t p, uint64_t end, const std::function<void(uint64_t)>& show) {
   constexpr uint32_t kStopPollMask = 0x3FF;
   uint32_t steps = 0;
-  while (p + kRecordStep <= end) {
+  while (p + kCellStep <= end) {
     if ((steps++ & kStopPollMask) == 0) {
       if (StopRequested()) break;
       show(p);

@@ -8,20 +8,19 @@
 #include "hive/keys.h"
 #include "hive/position_index.h"
 #include "host/long_operation.h"
+#include "records/cell.h"
 #include "recovery/high_marks.h"
 
 namespace hivequarry {
 namespace {
 
-constexpr uint32_t kPage = 4096;
-constexpr uint32_t kStep = 8;
-constexpr uint32_t kReach = 64;          // pages that a list or parent may be away
-constexpr uint32_t kFineReach = 8192;    // bytes likewise, with distances of any size
-constexpr uint32_t kFineNeighbours = 8;  // keys on each side whose parents are tried as well
-constexpr size_t kMostVotes = 16;        // of one key
-constexpr uint32_t kEntriesTried = 64;   // of one list
-constexpr uint32_t kGap = 16 * kPage;    // between two keys of a run
-constexpr uint32_t kKeysBetween = 12;    // that do not speak for it
+constexpr uint32_t kReach = 64;            // pages that a list or parent may be away
+constexpr uint32_t kFineReach = 8192;      // bytes likewise, with distances of any size
+constexpr uint32_t kFineNeighbours = 8;    // keys on each side whose parents are tried as well
+constexpr size_t kMostVotes = 16;          // of one key
+constexpr uint32_t kEntriesTried = 64;     // of one list
+constexpr uint32_t kGap = 16 * kPageSize;  // between two keys of a run
+constexpr uint32_t kKeysBetween = 12;      // that do not speak for it
 constexpr uint32_t kLeastVotes = 3;
 constexpr uint32_t kNoCluster = 0xFFFFFFFF;
 
@@ -59,7 +58,7 @@ class ShiftFinder {
     votes_.resize(keys_.size());
     clusters_.resize(keys_.size(), kNoCluster);
     for (uint32_t key = 0; key < keys_.size(); ++key) {
-      by_place_in_page_[keys_[key].position % kPage / kStep].push_back(key);
+      by_place_in_page_[keys_[key].position % kPageSize / kCellStep].push_back(key);
     }
   }
 
@@ -124,20 +123,20 @@ class ShiftFinder {
   void ProposeByPages(uint32_t key) {
     const uint32_t list = Nominal(key, kKeyValueList);
     const uint32_t count = keys_[key].values;
-    const uint32_t own = PositionOf(key) / kPage;
+    const uint32_t own = PositionOf(key) / kPageSize;
     if (count >= 2 && list != kNoOffset && list % 4 == 0) {
       for (uint32_t away = 0; away <= kReach && HasRoom(key); ++away) {
-        TryList(key, (own + away) * kPage + list % kPage, count);
-        if (away <= own) TryList(key, (own - away) * kPage + list % kPage, count);
+        TryList(key, (own + away) * kPageSize + list % kPageSize, count);
+        if (away <= own) TryList(key, (own - away) * kPageSize + list % kPageSize, count);
       }
     }
     const uint32_t parent = Nominal(key, kKeyParent);
-    if (parent == kNoOffset || parent % kStep != 0) return;
-    const std::vector<uint32_t>& others = by_place_in_page_[parent % kPage / kStep];
-    const uint32_t first = own > kReach ? (own - kReach) * kPage : 0;
+    if (parent == kNoOffset || parent % kCellStep != 0) return;
+    const std::vector<uint32_t>& others = by_place_in_page_[parent % kPageSize / kCellStep];
+    const uint32_t first = own > kReach ? (own - kReach) * kPageSize : 0;
     auto other =
         std::ranges::lower_bound(others, first, {}, [this](uint32_t at) { return PositionOf(at); });
-    for (; other != others.end() && PositionOf(*other) / kPage <= own + kReach; ++other) {
+    for (; other != others.end() && PositionOf(*other) / kPageSize <= own + kReach; ++other) {
       const uint32_t shift = parent - PositionOf(*other);
       if (shift != 0 && ParentHolds(key, PositionOf(*other))) AddVote(key, shift, parent);
     }
@@ -156,7 +155,7 @@ class ShiftFinder {
     const uint32_t own = PositionOf(key);
     const uint32_t end = std::min(own + kFineReach, hive_.length);
     for (uint32_t at = own > kFineReach ? own - kFineReach : 0; at < end && HasRoom(key);
-         at += kStep) {
+         at += kCellStep) {
       const uint32_t shift = list - at;
       if (shift == 0 || !ListHolds(at, count, shift)) continue;
       AddVote(key, shift, kNoOffset);
@@ -301,12 +300,12 @@ class ShiftFinder {
       const bool same = last != kNoItem && labels_[last].shift == shift;
       if (!same && !runs.empty()) runs.back().end = std::min(runs.back().end, p);
       const bool goes_on = same && !runs.empty() && p - PositionOf(last) <= kGap;
-      const uint32_t page = p / kPage * kPage;
+      const uint32_t page = p / kPageSize * kPageSize;
       if (shift != 0 && !goes_on) {
         const uint32_t least = last == kNoItem ? 0 : PositionOf(last) + kKeyName;
         runs.push_back({std::min(std::max(page, least), p), 0, shift});
       }
-      if (shift != 0) runs.back().end = page + kPage;
+      if (shift != 0) runs.back().end = page + kPageSize;
       last = key;
     }
     return runs;
@@ -323,8 +322,8 @@ class ShiftFinder {
   const std::vector<bool>& led_;
   PositionIndex key_index_;
   PositionIndex value_index_;
-  std::array<std::vector<uint32_t>, kPage / kStep> by_place_in_page_;  // keys, ascending
-  std::vector<std::vector<Vote>> votes_;                               // by key
+  std::array<std::vector<uint32_t>, kPageSize / kCellStep> by_place_in_page_;  // keys, ascending
+  std::vector<std::vector<Vote>> votes_;                                       // by key
   std::vector<Cluster> known_;
   std::vector<uint32_t> clusters_;  // by key: index of known_
   std::vector<Label> labels_;       // by key

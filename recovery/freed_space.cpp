@@ -8,9 +8,6 @@
 namespace hivequarry {
 namespace {
 
-constexpr uint32_t kStep = 8;
-constexpr uint32_t kPage = 4096;
-
 // Stretches come ascending; one that follows the last without a gap becomes part of it.
 void AddFree(std::vector<FreeStretch>& space, uint32_t begin, uint32_t end) {
   if (!space.empty() && space.back().end == begin) {
@@ -27,19 +24,20 @@ std::vector<FreeStretch> FindFreeSpace(const HiveImage& hive) {
   std::vector<FreeStretch> space;
   uint32_t steps = 0;
   uint32_t bin_end = 0;
-  for (uint64_t at = hive.data_start; at + kStep <= hive.length;) {
+  for (uint64_t at = hive.data_start; at + kCellStep <= hive.length;) {
     if ((++steps & kStopPollMask) == 0 && StopRequested()) break;
     const auto p = static_cast<uint32_t>(at);
     const uint32_t size = ReadU32(hive, p);
     if (size == kBinSignature) {
       const uint32_t bin = ReadU32(hive, p + 8);
-      bin_end = bin >= kPage && bin % kPage == 0 ? p + std::min(bin, hive.length - p) : 0;
+      bin_end = bin >= kPageSize && bin % kPageSize == 0 ? p + std::min(bin, hive.length - p) : 0;
       at += kBinHeaderSize;
       continue;
     }
     const uint32_t length = CellLength(size);
-    const bool whole = length != 0 && length % kStep == 0 && bin_end > p && length <= bin_end - p;
-    const uint32_t taken = whole ? length : kStep;
+    const bool whole =
+        length != 0 && length % kCellStep == 0 && bin_end > p && length <= bin_end - p;
+    const uint32_t taken = whole ? length : kCellStep;
     if (!whole || !IsAllocated(size)) AddFree(space, p, p + taken);
     at += taken;
   }

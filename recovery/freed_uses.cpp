@@ -11,7 +11,6 @@ namespace hivequarry {
 namespace {
 
 constexpr uint32_t kStopPollMask = 0xFF;
-constexpr uint32_t kSizeField = 4;
 
 // Entries of a list after its end: [begin, end) are positions.
 struct EntryRange {
@@ -47,10 +46,11 @@ void NoteSegments(const HiveImage& hive, uint32_t cell, uint32_t length, FreedUs
   constexpr uint32_t kListOffset = 8;
   const uint32_t list = ReadOffset(hive, cell + kListOffset);
   const uint32_t count = (length + kBigDataSegment - 1) / kBigDataSegment;
-  NoteCell(uses, list, kSizeField + 4 * uint64_t{count});
-  for (uint32_t i = 0; i < count && InCellBounds(hive, list + kSizeField + 4 * i); ++i) {
-    const uint32_t segment = ReadOffset(hive, list + kSizeField + 4 * i);
-    NoteCell(uses, segment, kSizeField + std::min(length - kBigDataSegment * i, kBigDataSegment));
+  NoteCell(uses, list, kCellSizeField + 4 * uint64_t{count});
+  for (uint32_t i = 0; i < count && InCellBounds(hive, list + kCellSizeField + 4 * i); ++i) {
+    const uint32_t segment = ReadOffset(hive, list + kCellSizeField + 4 * i);
+    NoteCell(uses, segment,
+             kCellSizeField + std::min(length - kBigDataSegment * i, kBigDataSegment));
   }
 }
 
@@ -61,10 +61,10 @@ void NoteData(const HiveImage& hive, uint32_t position, FreedUses& uses) {
   const bool none = value.status == ValueStatus::kEmpty || value.status == ValueStatus::kNotAValue;
   if (none || value.inline_data || !hive.data_base_proven) return;
   const uint32_t cell = ReadOffset(hive, position + kValueDataOffset);
-  const uint64_t needed = kSizeField + uint64_t{value.data_length};
+  const uint64_t needed = kCellSizeField + uint64_t{value.data_length};
   NoteCell(uses, cell, needed);
   const bool big = needed > CellLength(ReadU32(hive, cell)) &&
-                   ReadU16(hive, cell + kSizeField) == kSignatureDb &&
+                   ReadU16(hive, cell + kCellSizeField) == kSignatureDb &&
                    value.data_length < kMaxValueData;
   if (big) NoteSegments(hive, cell, value.data_length, uses);
 }
@@ -74,7 +74,7 @@ void NoteType(const HiveImage& hive, uint32_t position, FreedUses& uses) {
   const uint32_t type = ReadU32(hive, position + kValueType);
   const auto at = std::ranges::lower_bound(uses.odd_types, type);
   const bool used = at != uses.odd_types.end() && *at == type &&
-                    ReadU16(hive, position + kSizeField) == kSignatureVk;
+                    ReadU16(hive, position + kCellSizeField) == kSignatureVk;
   if (used) uses.odd_types_used[static_cast<size_t>(at - uses.odd_types.begin())] = true;
 }
 
@@ -101,7 +101,7 @@ void NoteList(Collecting& collecting, uint32_t key) {
   const bool cell = place.bound == ListBound::kCell;
   const uint64_t count = cell ? place.most : positions.size();
   if (place.bound == ListBound::kNone || list % 4 != 0) return;
-  NoteCell(collecting.uses, list, kSizeField + 4 * count);
+  NoteCell(collecting.uses, list, kCellSizeField + 4 * count);
   if (!cell) return;
   const uint32_t end = list + CellLength(ReadU32(hive, list));
   const uint32_t begin = ValueEntryPosition(list, place.most);
@@ -137,7 +137,7 @@ void NoteKeys(Collecting& collecting, const KeyTree& tree) {
     const uint32_t class_name = ReadOffset(hive, item.position + kKeyClassName);
     const uint32_t length = ReadU16(hive, item.position + kKeyClassNameLength);
     if (!collecting.uses.hosts.empty()) {
-      NoteCell(collecting.uses, class_name, kSizeField + uint64_t{length});
+      NoteCell(collecting.uses, class_name, kCellSizeField + uint64_t{length});
     }
   }
 }

@@ -59,8 +59,6 @@ uint32_t FieldOwner(const ScanTables& tables, const Hanging& hanging, uint32_t r
 }
 
 // A made key has no cell, so none of its fields may be read.
-bool IsMade(const KeyRow& key) { return (key.marks & kVirtualMarks) != 0; }
-
 // Bytes of a key's name as UTF-16.
 uint32_t WideNameLength(const HiveImage& hive, const KeyRow& key) {
   const uint32_t length = ReadU16(hive, key.position + kKeyNameLength);

@@ -127,7 +127,7 @@ void CollectTables(HiveImage& hive, const BuildOptions& options, ScanTables& tab
 
 bool IsRootMade(const HiveImage& hive, const ScanTables& tables) {
   const uint32_t row = tables.roots.empty() ? kNoRow : RowAt(tables, hive.root_position);
-  return row != kNoRow && (tables.keys[row].marks & kVirtualMarks) != 0;
+  return row != kNoRow && IsMade(tables.keys[row]);
 }
 
 void ChooseRootText(HiveImage& hive, const BuildOptions& options, const ScanTables& tables,
@@ -147,7 +147,7 @@ void ChooseRootText(HiveImage& hive, const BuildOptions& options, const ScanTabl
 uint32_t CountBlocks(const std::vector<BinTableRow>& bins) {
   uint32_t count = 0;
   for (const BinTableRow& bin : bins) {
-    count += (bin.position - bins[0].position) % 4096 == 0;
+    count += (bin.position - bins[0].position) % kPageSize == 0;
   }
   return count;
 }

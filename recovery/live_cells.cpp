@@ -12,8 +12,6 @@
 namespace hivequarry {
 namespace {
 
-bool IsMade(const KeyRow& key) { return (key.marks & kVirtualMarks) != 0; }
-
 // A key's bytes: its fixed part and its name, of which a damaged length may claim any number. With
 // `listed` they end with its cell.
 bool HasLiveBytes(const HiveImage& hive, const OwnedCells& live, const KeyRow& key, bool listed) {

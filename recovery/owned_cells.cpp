@@ -12,7 +12,6 @@
 namespace hivequarry {
 namespace {
 
-constexpr uint32_t kSizeField = 4;
 constexpr uint32_t kListHead = 8;  // size, signature and count of a subkey list or "db" cell
 // A short list is read whole whatever others have taken.
 constexpr uint32_t kLeastEntries = 64;
@@ -50,7 +49,7 @@ uint32_t CredibleLength(const HiveImage& hive, uint32_t cell, uint32_t used) {
   const uint32_t length = CellLength(ReadU32(hive, cell));
   const bool sized = length % 8 == 0 && length >= used && length <= RoomAt(hive, cell);
   if (!sized) return used;
-  if (!InsideHive(hive, cell + length, kSizeField)) return length;
+  if (!InsideHive(hive, cell + length, kCellSizeField)) return length;
   const uint32_t next = ReadU32(hive, cell + length);
   return next != 0 && next % 8 == 0 ? length : used;
 }
@@ -76,12 +75,13 @@ void ClaimSegments(Collection& collection, uint32_t cell, uint32_t data_length, 
   const uint32_t wanted =
       std::min<uint32_t>(ReadU16(hive, cell + 6), data_length / kBigDataSegment + 1);
   const uint32_t count = AllotEntries(collection, wanted);
-  if (!Claim(collection, list, kSizeField + 4 * uint64_t{count}, owner, OwnedAs::kSegmentList)) {
+  if (!Claim(collection, list, kCellSizeField + 4 * uint64_t{count}, owner,
+             OwnedAs::kSegmentList)) {
     return;
   }
   for (uint32_t i = 0; i < count; ++i) {
-    const uint32_t segment = ReadOffset(hive, list + kSizeField + 4 * i);
-    Claim(collection, segment, kSizeField + kBigDataSegment, owner, OwnedAs::kSegment);
+    const uint32_t segment = ReadOffset(hive, list + kCellSizeField + 4 * i);
+    Claim(collection, segment, kCellSizeField + kBigDataSegment, owner, OwnedAs::kSegment);
   }
 }
 
@@ -93,9 +93,9 @@ void ClaimData(Collection& collection, uint32_t position) {
   const bool read = value.status != ValueStatus::kEmpty && value.status != ValueStatus::kNotAValue;
   if (!read || value.inline_data || !hive.data_base_proven) return;
   const uint32_t cell = ReadOffset(hive, position + kValueDataOffset);
-  const uint64_t used = kSizeField + uint64_t{value.data_length};
+  const uint64_t used = kCellSizeField + uint64_t{value.data_length};
   const bool fits = used <= CellLength(ReadU32(hive, cell));
-  const bool big = !fits && ReadU16(hive, cell + kSizeField) == kSignatureDb;
+  const bool big = !fits && ReadU16(hive, cell + kCellSizeField) == kSignatureDb;
   if (!big) {
     Claim(collection, cell, used, position, OwnedAs::kData);
   } else if (Claim(collection, cell, kListHead + 4, position, OwnedAs::kSegmentList)) {
@@ -120,7 +120,7 @@ void ClaimValues(Collection& collection, uint32_t key) {
   const uint32_t count = ReadU32(hive, key + kKeyValueCount);
   uint32_t entries = AllotEntries(collection, count);
   const uint32_t list = ValueListOf(hive, key);
-  const uint64_t used = kSizeField + 4 * uint64_t{entries};
+  const uint64_t used = kCellSizeField + 4 * uint64_t{entries};
   if (!Claim(collection, list, used, key, OwnedAs::kValueList)) return;
   collection.values.clear();
   ReadValueList(hive, count, list, entries, collection.values);
@@ -158,7 +158,7 @@ void ClaimKey(Collection& collection, uint32_t key) {
   const uint32_t class_length = ReadU16(hive, key + kKeyClassNameLength);
   if (class_length != 0) {
     const uint32_t class_name = ReadOffset(hive, key + kKeyClassName);
-    Claim(collection, class_name, kSizeField + class_length, key, OwnedAs::kClassName);
+    Claim(collection, class_name, kCellSizeField + class_length, key, OwnedAs::kClassName);
   }
   const uint32_t security = ReadOffset(hive, key + kKeySecurity);
   if (ReadU16(hive, security + 4) == kSignatureSk) {

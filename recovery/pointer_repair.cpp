@@ -226,7 +226,7 @@ bool IsLostList(ValueListRepair& repair, uint32_t key, uint32_t list, uint32_t c
 }
 
 bool HasCountedList(const HiveImage& hive, const KeyRow& key) {
-  return (key.marks & kVirtualMarks) == 0 && ReadU32(hive, key.position + kKeyValueCount) != 0 &&
+  return !IsMade(key) && ReadU32(hive, key.position + kKeyValueCount) != 0 &&
          ReadU32(hive, key.position + kKeyValueList) != kNoOffset;
 }
 

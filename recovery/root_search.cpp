@@ -28,7 +28,7 @@ uint32_t StartOfHive(const HiveImage& hive, uint32_t position) {
   if (position < kBinHeaderSize) return 0;
   const uint32_t block = position - kBinHeaderSize;
   const uint32_t size = ReadU32(hive, block + 8);
-  const bool header = ReadU32(hive, block) == kBinSignature && size != 0 && size % 4096 == 0;
+  const bool header = ReadU32(hive, block) == kBinSignature && size != 0 && size % kPageSize == 0;
   // Of a piece of a hive any block may be the first, if it is none of this one's.
   const bool first = ReadU32(hive, block + 4) == 0 || IsForeign(hive, block);
   return header && first ? block : 0;

@@ -17,7 +17,6 @@ namespace hivequarry {
 namespace {
 
 // Until the first header says another.
-constexpr uint32_t kDefaultBinSize = 4096;
 constexpr uint32_t kLongestValueCell = 32800;  // a name of 16,383 characters in UTF-16
 constexpr uint32_t kSmallCell = 4096;
 // The root's cell as systems make it, with the name of a fresh hive; taken for one whose size is
@@ -35,7 +34,7 @@ struct Walk {
   ScanTables& tables;
   const ScanOptions& options;
   ScanPass pass;
-  uint32_t bin_size = kDefaultBinSize;
+  uint32_t bin_size = kPageSize;
   uint32_t restart = 0;     // first position after an unrecognised cell, 0 when none is pending
   uint32_t block = 0;       // the last block whose end is known: its header
   uint32_t block_end = 0;   // and the position after it
@@ -96,8 +95,8 @@ uint32_t VisitBin(Walk& walk, uint32_t p) {
   row.own_offset = ReadU32(hive, p + 4);
   row.size = ReadU32(hive, p + 8);
   // Where bins were moved, the map has seen to their places.
-  const bool in_place = p % 4096 == 0 || !hive.offset_runs.empty();
-  const bool sized = row.size >= 4096 && row.size % 4096 == 0 && in_place;
+  const bool in_place = p % kPageSize == 0 || !hive.offset_runs.empty();
+  const bool sized = row.size >= kPageSize && row.size % kPageSize == 0 && in_place;
   if (sized) walk.bin_size = row.size;
   const uint32_t end = sized ? KnownEnd(walk, row) : 0;
   if (end != 0) {

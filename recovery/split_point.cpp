@@ -8,13 +8,12 @@
 namespace hivequarry {
 
 uint32_t BlockToSplitAt(const HiveImage& hive) {
-  constexpr uint32_t kPage = 4096;
   constexpr uint32_t kSearched = 16 << 20;  // bytes after the middle
   if (!IsWorthSideWork(hive.length)) return 0;
   const ByteView image = ImageBytes(hive);
-  const uint32_t middle = hive.length / 2 / kPage * kPage;
+  const uint32_t middle = hive.length / 2 / kPageSize * kPageSize;
   const uint32_t end = middle + std::min(kSearched, hive.length - middle);
-  for (uint32_t p = std::max(middle, hive.data_start + kPage); p < end; p += kPage) {
+  for (uint32_t p = std::max(middle, hive.data_start + kPageSize); p < end; p += kPageSize) {
     BinHeader block;
     BinHeader next;
     if (!ReadBinHeader(image, p, block) || block.size >= hive.length - p) continue;

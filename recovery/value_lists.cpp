@@ -25,7 +25,7 @@ struct Claim {
 std::vector<Claim> ClaimsOf(const HiveImage& hive, const ScanTables& tables) {
   std::vector<Claim> claims;
   for (const KeyRow& key : tables.keys) {
-    if ((key.marks & kVirtualMarks) != 0 || !HasValueList(hive, key.position)) continue;
+    if (IsMade(key) || !HasValueList(hive, key.position)) continue;
     claims.push_back({ValueListOf(hive, key.position), key.position,
                       ReadU32(hive, key.position + kKeyValueCount)});
   }

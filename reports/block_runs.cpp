@@ -112,8 +112,8 @@ bool ReadBlock(FileWindow& window, uint64_t position, Block& block) {
   block.position = position;
   block.end = position + size;
   block.own_offset = LoadU32(header + 4);
-  return LoadU32(header) == kBinSignature && block.own_offset % 4096 == 0 && size % 4096 == 0 &&
-         size != 0 && size < 0x80000000;
+  return LoadU32(header) == kBinSignature && block.own_offset % kPageSize == 0 &&
+         size % kPageSize == 0 && size != 0 && size < 0x80000000;
 }
 
 bool IsBaseBlock(FileWindow& window, uint64_t position) {

@@ -70,7 +70,7 @@ bool IsBlockHeader(const HiveImage& hive, uint32_t position) {
 // The end of a block by its header; 0 where that says nothing sensible.
 uint32_t BlockEnd(const HiveImage& hive, uint32_t position) {
   const uint32_t size = ReadU32(hive, position + 8);
-  const bool sensible = size != 0 && size % 4096 == 0 && size <= hive.length - position;
+  const bool sensible = size != 0 && size % kPageSize == 0 && size <= hive.length - position;
   return sensible ? position + size : 0;
 }
 
