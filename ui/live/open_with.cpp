@@ -42,7 +42,7 @@ bool Offer(const std::wstring& program) {
   const std::wstring key = KeyOf(program);
   bool written = SetText(key, L"FriendlyAppName", L"Hivequarry");
   for (const wchar_t* ending : kEndings) {
-    written = written && SetText(key + L"\\SupportedTypes", ending, L"");
+    written = written && SetText(key + L"\\SupportedTypes", ending, {});
   }
   return written && SetText(key + kCommand, nullptr, CommandOf(program));
 }
