@@ -255,7 +255,7 @@ std::string_view Trimmed(std::string_view text) {
 }
 
 // Takes the next word off `words`, its quotes gone; empty at the end.
-std::string CutWord(std::string_view& words) {
+std::string CutQuotedWord(std::string_view& words) {
   std::string word;
   bool quoted = false;
   words.remove_prefix(std::min(words.find_first_not_of(' '), words.size()));
@@ -480,7 +480,7 @@ std::vector<size_t> ShownBookmarks(const Bookmarks& bookmarks, BookmarkFilter fi
 
 std::vector<size_t> BookmarksWith(const Bookmarks& bookmarks, std::string_view words) {
   std::vector<size_t> shown = ShownBookmarks(bookmarks, BookmarkFilter::kAll);
-  for (std::string word = CutWord(words); !word.empty(); word = CutWord(words)) {
+  for (std::string word = CutQuotedWord(words); !word.empty(); word = CutQuotedWord(words)) {
     std::erase_if(shown,
                   [&](size_t line) { return !HasWord(bookmarks.lines[line].bookmark, word); });
   }

@@ -9,7 +9,7 @@
 namespace hivequarry {
 namespace {
 
-constexpr HelpPlace kPlaces[] = {
+constexpr HelpPlace kHelpPlaces[] = {
     {kHelpStart, ""},
     {kHelpMainWindow, "the-window"},
     {kHelpOutputLists, "output-lists"},
@@ -36,7 +36,7 @@ constexpr HelpPlace kPlaces[] = {
     {kHelpCompareHives, "comparing-two-hives"},
     {kHelpTimeline, "timelines"},
 };
-static_assert(std::size(kPlaces) == kHelpTopicsEnd - kHelpStart);
+static_assert(std::size(kHelpPlaces) == kHelpTopicsEnd - kHelpStart);
 
 // By ListHelp.
 constexpr HelpTopic kListTopics[] = {kHelpOutputLists, kHelpSearch,   kHelpCompare, kHelpKeyDates,
@@ -76,11 +76,11 @@ std::string_view PlainPath(std::string_view path, bool& share) {
 
 }  // namespace
 
-std::span<const HelpPlace> HelpPlaces() { return kPlaces; }
+std::span<const HelpPlace> HelpPlaces() { return kHelpPlaces; }
 
 std::string HelpAnchor(int topic) {
-  const auto place = std::ranges::find(kPlaces, topic, &HelpPlace::topic);
-  return place == std::end(kPlaces) ? "" : place->anchor;
+  const auto place = std::ranges::find(kHelpPlaces, topic, &HelpPlace::topic);
+  return place == std::end(kHelpPlaces) ? "" : place->anchor;
 }
 
 HelpTopic HelpTopicOfList(int kind) {

@@ -57,10 +57,10 @@ bool NeedsLogs(const std::string& name, Side& hive) {
 }
 
 // Capitals, as names of files are compared.
-using Names = std::unordered_set<std::string>;
+using Capitals = std::unordered_set<std::string>;
 
 // Whether the log's name is that of one of the hives with an ending of logs; `hives` in capitals.
-bool HasOwner(const std::string& log, const Names& hives) {
+bool HasOwner(const std::string& log, const Capitals& hives) {
   const std::string capitals = CapitalsOfText(log);
   return std::ranges::any_of(std::array{".LOG", ".LOG1", ".LOG2"}, [&](std::string_view ending) {
     return capitals.ends_with(ending) &&
@@ -100,7 +100,7 @@ PairedLogs PairLogs(const std::vector<std::string>& hives, const std::vector<std
   constexpr size_t kMostLogs = 2;  // of a hive: ".LOG1" and ".LOG2"
   PairedLogs paired;
   Hives dirty;
-  Names names;
+  Capitals names;
   for (const std::string& name : hives) {
     Side hive;
     if (StopRequested()) return paired;

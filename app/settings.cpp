@@ -82,9 +82,9 @@ struct PlaceRow {
   const char* key;
   size_t columns = kPlaceColumns;
 };
-constexpr PlaceRow kPlaces[] = {{"WPS02"}, {"WPS04"}, {"WPS06"}, {"WPS08"}, {"WPS10", 4},
-                                {"WPS12"}, {"WPS16"}, {"WPS18"}, {"WPS20"}, {"WPS22"}};
-static_assert(std::size(kPlaces) == kPlacedWindows);
+constexpr PlaceRow kWindowPlaces[] = {{"WPS02"}, {"WPS04"}, {"WPS06"}, {"WPS08"}, {"WPS10", 4},
+                                      {"WPS12"}, {"WPS16"}, {"WPS18"}, {"WPS20"}, {"WPS22"}};
+static_assert(std::size(kWindowPlaces) == kPlacedWindows);
 // Families of list windows are placed windows, in the same order.
 static_assert(static_cast<int>(WindowFamily::kBlocks) == kPlaceBlocks &&
               static_cast<int>(WindowFamily::kCount) == kPlacedWindows);
@@ -371,7 +371,8 @@ bool WriteAll(const std::string& file, const Settings& settings) {
   for (const HistoryRow& row : kOtherHistories) WriteHistory(writer, row, settings.histories);
   WriteFolders(writer, settings);
   if (settings.options.save_window_position) WriteMainWindow(writer, settings);
-  for (size_t i = 0; i < kPlacedWindows; ++i) WritePlace(writer, kPlaces[i], settings.places[i]);
+  for (size_t i = 0; i < kPlacedWindows; ++i)
+    WritePlace(writer, kWindowPlaces[i], settings.places[i]);
   WriteDates(writer, settings.dates);
   WriteTimeline(writer, settings.timeline);
   WriteBookmarkPane(writer, settings.bookmark_pane);
@@ -559,7 +560,8 @@ void ReadSettings(const ProfileLookup& lookup, Settings& settings) {
     settings.folders[i] = TextOfEither(lookup("LTDS", NumberedKey("LD", i).c_str(), "", kMaxText));
   }
   ReadMainWindow(lookup, settings);
-  for (size_t i = 0; i < kPlacedWindows; ++i) ReadPlace(lookup, kPlaces[i], settings.places[i]);
+  for (size_t i = 0; i < kPlacedWindows; ++i)
+    ReadPlace(lookup, kWindowPlaces[i], settings.places[i]);
 }
 
 void ReadSettings(const std::string& file, Settings& settings) {

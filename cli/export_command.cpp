@@ -12,7 +12,7 @@
 namespace hivequarry {
 namespace {
 
-ScriptForm FormOf(const ConsoleRequest& request) {
+ScriptForm ScriptFormOf(const ConsoleRequest& request) {
   return request.script_version == 5 ? ScriptForm::kFive : ScriptForm::kFour;
 }
 
@@ -94,7 +94,7 @@ int ExportFreedRecords(const ConsoleRequest& request, const OpenedHive& opened) 
   if (!HasUndoubtedRoot(*opened.hive)) return kExitFailed;
   FreedExport written;
   const auto write = [&](const TextSink& sink) {
-    written = ExportFreed(from, choice, sink, FormOf(request));
+    written = ExportFreed(from, choice, sink, ScriptFormOf(request));
     return !written.refused && !StopRequested();
   };
   if (!PrintPieces(write, request.printing)) return kExitFailed;
@@ -118,7 +118,7 @@ int ExportCommand(const ConsoleRequest& request, OpenedHive& opened) {
   const auto write = [&](const TextSink& sink) {
     written = ExportBranch(*opened.hive, opened.tree, item, sink,
                            request.recovered ? RecoveredKeys::kWritten : RecoveredKeys::kLeftOut,
-                           FormOf(request), request.tombstones);
+                           ScriptFormOf(request), request.tombstones);
     return !written.refused && !StopRequested();
   };
   if (!PrintPieces(write, request.printing)) return kExitFailed;

@@ -126,7 +126,7 @@ bool ReadBounds(const ConsoleRequest& request, TimelineOptions& options) {
 }
 
 // --as, else JSON Lines where lists are asked for in that form, else CSV.
-TimelineForm FormOf(const ConsoleRequest& request) {
+TimelineForm TimelineFormOf(const ConsoleRequest& request) {
   if (request.timeline.form == "bodyfile") return TimelineForm::kBodyfile;
   if (request.timeline.form == "tln") return TimelineForm::kTln;
   if (request.timeline.form == "plaso") return TimelineForm::kPlaso;
@@ -146,7 +146,7 @@ int TimelineCommand(const ConsoleRequest& asked) {
   options.values = request.timeline.values;
   options.base_block = request.timeline.base_block;
   options.logged = request.timeline.logged;
-  look.form = FormOf(request);
+  look.form = TimelineFormOf(request);
   look.safe = request.printing.csv_safe;
   if (!ReadBounds(request, options) || !ReadZone(request.timeline.zone, look.minutes_east)) {
     Complain("Times are given as 2012-04-04T01:58:40 or 2012-04-04, zones as +02:00");

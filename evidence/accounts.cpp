@@ -38,7 +38,7 @@ constexpr uint64_t kNever = 0x7FFFFFFFFFFFFFFF;
 // Of "V": a table of twelve bytes for each text, up to kTexts: 4 offset, 4 length in bytes, 4 a
 // third number that is not looked at. Below is where the entry of each text begins. Offsets count
 // from kTexts on, where the table ends. Texts are UTF-16 without a zero at their end.
-constexpr uint32_t kName = 0x0C;
+constexpr uint32_t kNameField = 0x0C;
 constexpr uint32_t kFullName = 0x18;
 constexpr uint32_t kComment = 0x24;
 constexpr uint32_t kHome = 0x48;
@@ -182,7 +182,7 @@ class UserList {
     EvidenceRow row;
     const ByteView v = texts == nullptr ? ByteView() : ByteView(texts->data);
     if (texts == nullptr || !HasData(*texts, kTexts, row)) row.Note("no record of names");
-    const std::string name = TextAt(v, kName, row);
+    const std::string name = TextAt(v, kNameField, row);
     row.Text(name).Number(number).Text(TextAt(v, kFullName, row)).Text(TextAt(v, kComment, row));
     AddFixed(fixed, number, row);
     AddNameKey(run_, names_, name, number, row);

@@ -38,7 +38,7 @@ struct InventoryForm {
   const char* program;
 };
 // In the order of the decoder's patterns.
-constexpr InventoryForm kForms[] = {
+constexpr InventoryForm kInventoryForms[] = {
     {"file", nullptr, "15", "101", "6", "0", "1", "5", "f", "11", "12", nullptr, "100"},
     {"program", "0", "d", nullptr, nullptr, nullptr, "2", "1", nullptr, nullptr, nullptr, "a",
      nullptr},
@@ -154,7 +154,8 @@ void AddEntry(EvidenceRun& run, EvidenceKey key, const InventoryForm& form) {
 }  // namespace
 
 void DecodeAmCache(EvidenceRun& run, Places places) {
-  for (const EvidencePlace& place : places) AddEntry(run, place.key, kForms[place.pattern]);
+  for (const EvidencePlace& place : places)
+    AddEntry(run, place.key, kInventoryForms[place.pattern]);
 }
 
 // --- names of programs as the shell shows them --------------------------------------------------

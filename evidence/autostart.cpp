@@ -11,7 +11,7 @@ namespace hivequarry {
 namespace {
 
 // Where the paths of a row begin.
-enum class PlaceOf : uint8_t {
+enum class StartOf : uint8_t {
   kSoftware,  // below "Microsoft" of SOFTWARE and of a user's "Software", 32-bit branches too
   kUser,      // a user's hive from its root
   kSystem,    // below a control set
@@ -19,43 +19,43 @@ enum class PlaceOf : uint8_t {
 // A place, and which values of its key name programs. A path that ends in "*" has a key for each
 // entry: it is the key's name that its rows are called by.
 struct StartPlace {
-  PlaceOf of;
+  StartOf of;
   const char* path;  // the place pattern below that
   const char* word;
   const char* values;  // names, "|" between them; null: all
 };
 constexpr StartPlace kPlaces[] = {
-    {PlaceOf::kSoftware, "Windows\\CurrentVersion\\!Run", "Run", nullptr},
-    {PlaceOf::kSoftware, "Windows\\CurrentVersion\\!RunOnce", "RunOnce", nullptr},
-    {PlaceOf::kSoftware, "Windows\\CurrentVersion\\!RunOnceEx", "RunOnceEx", nullptr},
-    {PlaceOf::kSoftware, "Windows\\CurrentVersion\\!RunOnceEx\\*", "RunOnceEx", nullptr},
-    {PlaceOf::kSoftware, "Windows\\CurrentVersion\\!RunServices", "RunServices", nullptr},
-    {PlaceOf::kSoftware, "Windows\\CurrentVersion\\!RunServicesOnce", "RunServicesOnce", nullptr},
-    {PlaceOf::kSoftware, "Windows\\CurrentVersion\\Policies\\Explorer\\Run", "Policies Run",
+    {StartOf::kSoftware, "Windows\\CurrentVersion\\!Run", "Run", nullptr},
+    {StartOf::kSoftware, "Windows\\CurrentVersion\\!RunOnce", "RunOnce", nullptr},
+    {StartOf::kSoftware, "Windows\\CurrentVersion\\!RunOnceEx", "RunOnceEx", nullptr},
+    {StartOf::kSoftware, "Windows\\CurrentVersion\\!RunOnceEx\\*", "RunOnceEx", nullptr},
+    {StartOf::kSoftware, "Windows\\CurrentVersion\\!RunServices", "RunServices", nullptr},
+    {StartOf::kSoftware, "Windows\\CurrentVersion\\!RunServicesOnce", "RunServicesOnce", nullptr},
+    {StartOf::kSoftware, "Windows\\CurrentVersion\\Policies\\Explorer\\Run", "Policies Run",
      nullptr},
-    {PlaceOf::kSoftware, "Windows\\CurrentVersion\\Policies\\System", "Policies Shell", "Shell"},
-    {PlaceOf::kSoftware, "Windows NT\\CurrentVersion\\!Winlogon", "Winlogon",
+    {StartOf::kSoftware, "Windows\\CurrentVersion\\Policies\\System", "Policies Shell", "Shell"},
+    {StartOf::kSoftware, "Windows NT\\CurrentVersion\\!Winlogon", "Winlogon",
      "Shell|Userinit|System|Taskman|VmApplet|GinaDLL|UIHost|AppSetup"},
-    {PlaceOf::kSoftware, "Windows NT\\CurrentVersion\\Winlogon\\Notify\\*", "Winlogon Notify",
+    {StartOf::kSoftware, "Windows NT\\CurrentVersion\\Winlogon\\Notify\\*", "Winlogon Notify",
      "DllName"},
-    {PlaceOf::kSoftware, "Windows NT\\CurrentVersion\\Windows", "Windows",
+    {StartOf::kSoftware, "Windows NT\\CurrentVersion\\Windows", "Windows",
      "AppInit_DLLs|Load|Run|IconServiceLib"},
-    {PlaceOf::kSoftware, "Windows NT\\CurrentVersion\\!Image File Execution Options\\*",
+    {StartOf::kSoftware, "Windows NT\\CurrentVersion\\!Image File Execution Options\\*",
      "Image File Execution Options", "Debugger|VerifierDlls"},
-    {PlaceOf::kSoftware, "Windows NT\\CurrentVersion\\!SilentProcessExit\\*", "SilentProcessExit",
+    {StartOf::kSoftware, "Windows NT\\CurrentVersion\\!SilentProcessExit\\*", "SilentProcessExit",
      "MonitorProcess"},
-    {PlaceOf::kSoftware, "Active Setup\\Installed Components\\*", "Active Setup", "StubPath"},
-    {PlaceOf::kSoftware, "Command Processor", "Command Processor", "AutoRun"},
-    {PlaceOf::kSoftware, "Windows\\CurrentVersion\\!ShellServiceObjectDelayLoad",
+    {StartOf::kSoftware, "Active Setup\\Installed Components\\*", "Active Setup", "StubPath"},
+    {StartOf::kSoftware, "Command Processor", "Command Processor", "AutoRun"},
+    {StartOf::kSoftware, "Windows\\CurrentVersion\\!ShellServiceObjectDelayLoad",
      "ShellServiceObjectDelayLoad", nullptr},
-    {PlaceOf::kUser, "Environment", "Logon script", "UserInitMprLogonScript"},
-    {PlaceOf::kUser, "Control Panel\\Desktop", "Screen saver", "SCRNSAVE.EXE"},
-    {PlaceOf::kSystem, "Control\\Session Manager", "Session Manager",
+    {StartOf::kUser, "Environment", "Logon script", "UserInitMprLogonScript"},
+    {StartOf::kUser, "Control Panel\\Desktop", "Screen saver", "SCRNSAVE.EXE"},
+    {StartOf::kSystem, "Control\\Session Manager", "Session Manager",
      "BootExecute|SetupExecute|Execute|S0InitialCommand"},
-    {PlaceOf::kSystem, "Control\\SafeBoot", "SafeBoot", "AlternateShell"},
-    {PlaceOf::kSystem, "Control\\Print\\Monitors\\*", "Print monitor", "Driver"},
-    {PlaceOf::kSystem, "Control\\NetworkProvider\\Order", "Network providers", "ProviderOrder"},
-    {PlaceOf::kSystem, "Control\\Terminal Server\\Wds\\rdpwd", "Terminal Server",
+    {StartOf::kSystem, "Control\\SafeBoot", "SafeBoot", "AlternateShell"},
+    {StartOf::kSystem, "Control\\Print\\Monitors\\*", "Print monitor", "Driver"},
+    {StartOf::kSystem, "Control\\NetworkProvider\\Order", "Network providers", "ProviderOrder"},
+    {StartOf::kSystem, "Control\\Terminal Server\\Wds\\rdpwd", "Terminal Server",
      "StartupPrograms"},
 };
 
@@ -108,16 +108,16 @@ std::vector<StartPattern> MakePatterns() {
   for (const StartPlace& place : kPlaces) {
     const std::string path = place.path;
     switch (place.of) {
-      case PlaceOf::kSoftware:
+      case StartOf::kSoftware:
         patterns.push_back({"Microsoft\\" + path, &place, false});
         patterns.push_back({"Wow6432Node\\Microsoft\\" + path, &place, true});
         patterns.push_back({"Software\\Microsoft\\" + path, &place, false});
         patterns.push_back({"Software\\Wow6432Node\\Microsoft\\" + path, &place, true});
         break;
-      case PlaceOf::kUser:
+      case StartOf::kUser:
         patterns.push_back({path, &place, false});
         break;
-      case PlaceOf::kSystem:
+      case StartOf::kSystem:
         patterns.push_back({"<set>\\" + path, &place, false});
         break;
     }

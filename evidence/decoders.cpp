@@ -89,7 +89,7 @@ constexpr PlacePattern kGroups[] = {"SAM\\Domains\\!Builtin\\Aliases",
 constexpr PlacePattern kServiceFiles[] = {"<set>\\!Services\\*"};
 constexpr PlacePattern kTasks[] = {
     "Microsoft\\Windows NT\\CurrentVersion\\Schedule\\!TaskCache\\Tasks\\*"};
-constexpr PlacePattern kProfiles[] = {"Microsoft\\Windows NT\\CurrentVersion\\!ProfileList\\*"};
+constexpr PlacePattern kProfileKeys[] = {"Microsoft\\Windows NT\\CurrentVersion\\!ProfileList\\*"};
 // In the order of the places that the decoder numbers.
 constexpr PlacePattern kSystemFacts[] = {"<set>\\Control\\Windows",
                                          "<set>\\Control\\!TimeZoneInformation",
@@ -123,7 +123,7 @@ constexpr DecoderWork kWork[] = {
     {kInterfaces, DecodeInterfaces},
     {kAccounts, DecodeAccounts},
     {kGroups, DecodeGroups},
-    {kProfiles, DecodeProfiles},
+    {kProfileKeys, DecodeProfiles},
     {kSystemFacts, DecodeSystemFacts},
     {kPolicies, DecodePolicies},
 };

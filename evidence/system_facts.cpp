@@ -24,7 +24,7 @@ struct Fact {
   FactForm form = FactForm::kText;
 };
 // Places are numbered as the decoder's patterns.
-enum : size_t { kWindows, kZone, kName, kActiveName, kHost, kSelect, kVersion, kSource };
+enum : size_t { kWindows, kZone, kComputerName, kActiveName, kHost, kSelect, kVersion, kSource };
 constexpr Fact kFacts[] = {
     {kWindows, "ShutdownTime", "Last shutdown", FactForm::kFileTime},
     {kZone, "TimeZoneKeyName", "Time zone"},
@@ -36,7 +36,7 @@ constexpr Fact kFacts[] = {
     {kZone, "ActiveTimeBias", "Active bias", FactForm::kMinutes},
     {kZone, "StandardStart", "Standard time begins", FactForm::kChange},
     {kZone, "DaylightStart", "Daylight time begins", FactForm::kChange},
-    {kName, "ComputerName", "Computer name"},
+    {kComputerName, "ComputerName", "Computer name"},
     {kActiveName, "ComputerName", "Active computer name"},
     {kHost, "Hostname", "Host name"},
     {kHost, "NV Hostname", "Host name at the next start"},

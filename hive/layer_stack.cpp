@@ -100,11 +100,11 @@ void MapLayers(const LayerStack& layers, HiveImage& stack) {
 // --- the tree ------------------------------------------------------------------------------------
 
 // A key of a layer.
-struct Part {
+struct LayerKey {
   uint32_t layer = 0;  // 0 is the topmost
   uint32_t item = 0;   // of that layer's own tree
 };
-using Parts = std::vector<Part>;  // keys that are one, topmost first
+using LayerKeys = std::vector<LayerKey>;  // keys that are one, topmost first
 
 // How many of the parts count, from the topmost on, and what hides the others.
 struct Scope {
@@ -127,7 +127,7 @@ class StackTree {
     tree_ = KeyTree();
     tree_.root_text = from_[0].tree.root_text;
     tree_.minimum_name_length = from_[0].tree.minimum_name_length;
-    Parts roots;
+    LayerKeys roots;
     for (uint32_t layer = 0; layer < from_.size(); ++layer) roots.push_back({layer, 0});
     Open(roots, {}, kNoItem);
     while (!frames_.empty()) {
@@ -149,7 +149,7 @@ class StackTree {
  private:
   // Keys of one name below those being opened.
   struct Child {
-    Parts parts;
+    LayerKeys parts;
     HiddenNote hidden;
     std::string capitals;  // of its name
   };
@@ -160,24 +160,26 @@ class StackTree {
     size_t next = 0;
   };
 
-  const HiveImage& HiveOf(const Part& part) const { return layers_.layers[part.layer].hive; }
-  const KeyTree& TreeOf(const Part& part) const { return from_[part.layer].tree; }
-  const KeyItem& ItemOf(const Part& part) const { return TreeOf(part).items[part.item]; }
-  uint32_t StartOf(const Part& part) const { return layers_.layers[part.layer].start; }
-  uint32_t PositionOf(const Part& part) const { return ItemOf(part).position + StartOf(part); }
-  bool HasCell(const Part& part) const { return HasKeyCell(TreeOf(part), part.item); }
+  const HiveImage& HiveOf(const LayerKey& part) const { return layers_.layers[part.layer].hive; }
+  const KeyTree& TreeOf(const LayerKey& part) const { return from_[part.layer].tree; }
+  const KeyItem& ItemOf(const LayerKey& part) const { return TreeOf(part).items[part.item]; }
+  uint32_t StartOf(const LayerKey& part) const { return layers_.layers[part.layer].start; }
+  uint32_t PositionOf(const LayerKey& part) const { return ItemOf(part).position + StartOf(part); }
+  bool HasCell(const LayerKey& part) const { return HasKeyCell(TreeOf(part), part.item); }
 
   // A root is there whatever it says.
-  KeyLayer SemanticsOf(const Part& part) const {
+  KeyLayer SemanticsOf(const LayerKey& part) const {
     if (!HasCell(part)) return KeyLayer::kMerge;
     const KeyLayer layer = LayerOfKey(HiveOf(part), ItemOf(part).position);
     return part.item == 0 && layer == KeyLayer::kTombstone ? KeyLayer::kMerge : layer;
   }
-  bool IsTombstoneKey(const Part& part) const { return SemanticsOf(part) == KeyLayer::kTombstone; }
+  bool IsTombstoneKey(const LayerKey& part) const {
+    return SemanticsOf(part) == KeyLayer::kTombstone;
+  }
 
   // From the topmost part down to the first that ends it: a tombstone hides itself and all below, a
   // key that supersedes hides all below, one that supersedes locally only values below.
-  Scope ScopeOf(const Parts& parts) const {
+  Scope ScopeOf(const LayerKeys& parts) const {
     Scope scope{parts.size(), parts.size(), {}, {}};
     for (size_t i = 0; i < parts.size(); ++i) {
       const KeyLayer layer = SemanticsOf(parts[i]);
@@ -195,11 +197,11 @@ class StackTree {
     return scope;
   }
 
-  void Open(const Parts& parts, HiddenNote hidden, uint32_t parent) {
-    const Part& top = parts.front();
+  void Open(const LayerKeys& parts, HiddenNote hidden, uint32_t parent) {
+    const LayerKey& top = parts.front();
     if (parts.size() == 1 && !HasLayers(HiveOf(top))) return CopyBranch(top, hidden, parent);
     const uint32_t item = AddItem(top, parent);
-    for (const Part& part : parts) {
+    for (const LayerKey& part : parts) {
       if (HasCell(part)) owners_.emplace_back(PositionOf(part), item);
     }
     const Scope scope = ScopeOf(parts);
@@ -208,7 +210,7 @@ class StackTree {
   }
 
   // A copy of the layer's item with its positions moved to where the stack has the layer's bytes.
-  uint32_t AddItem(const Part& part, uint32_t parent) {
+  uint32_t AddItem(const LayerKey& part, uint32_t parent) {
     const auto item = static_cast<uint32_t>(tree_.items.size());
     KeyItem copy = ItemOf(part);
     const uint32_t start = StartOf(part);
@@ -225,11 +227,11 @@ class StackTree {
   }
 
   // All of a branch that nothing is joined to, in a layer whose keys do nothing to others.
-  void CopyBranch(const Part& top, HiddenNote hidden, uint32_t parent) {
+  void CopyBranch(const LayerKey& top, HiddenNote hidden, uint32_t parent) {
     const auto base = static_cast<uint32_t>(tree_.items.size());
     const KeyTree& tree = TreeOf(top);
     for (uint32_t at = top.item; at < tree.items[top.item].end; ++at) {
-      const Part part{top.layer, at};
+      const LayerKey part{top.layer, at};
       const uint32_t above = at == top.item ? parent : tree.items[at].parent - top.item + base;
       const uint32_t item = AddItem(part, above);
       tree_.items[item].end = tree.items[at].end - top.item + base;
@@ -239,14 +241,14 @@ class StackTree {
     }
   }
 
-  void HideKey(const Part& part, HiddenNote hidden) {
+  void HideKey(const LayerKey& part, HiddenNote hidden) {
     layers_.hidden.emplace(PositionOf(part), hidden);
     for (const StackValue& value : ValuesOf(part)) layers_.hidden.emplace(value.position, hidden);
   }
 
   // --- subkeys
 
-  std::vector<Child> ChildrenOf(const Parts& parts, const Scope& scope, HiddenNote hidden) {
+  std::vector<Child> ChildrenOf(const LayerKeys& parts, const Scope& scope, HiddenNote hidden) {
     const auto middle = parts.begin() + static_cast<ptrdiff_t>(scope.subkeys);
     std::vector<Child> children;
     Gather({parts.begin(), middle}, hidden, children);
@@ -264,10 +266,10 @@ class StackTree {
 
   // The subkeys of keys that are one, those of a name together; keys that no list leads to, and
   // that have no name of their own, each by itself.
-  void Gather(const Parts& parts, HiddenNote hidden, std::vector<Child>& children) {
+  void Gather(const LayerKeys& parts, HiddenNote hidden, std::vector<Child>& children) {
     std::vector<Child> found;
     std::unordered_map<std::string, size_t> by_name;
-    for (const Part& part : parts) {
+    for (const LayerKey& part : parts) {
       const KeyTree& tree = TreeOf(part);
       for (uint32_t at = FirstChild(tree, part.item); at != kNoItem; at = NextSibling(tree, at)) {
         if (tree.items[at].kind != ItemKind::kKey) continue;
@@ -306,7 +308,7 @@ class StackTree {
 
   // --- values
 
-  std::vector<StackValue> ValuesOf(const Part& part) const {
+  std::vector<StackValue> ValuesOf(const LayerKey& part) const {
     std::vector<StackValue> values;
     if (!HasCell(part)) return values;
     const HiveImage& hive = HiveOf(part);
@@ -334,7 +336,7 @@ class StackTree {
   // Notes of the value, of a part whose values count, and whether it is there.
   // Names are settled by the topmost part that has them. In one part the same name twice is not
   // hidden by itself.
-  HiddenNote NoteOfValue(const Part& part, const StackValue& value,
+  HiddenNote NoteOfValue(const LayerKey& part, const StackValue& value,
                          std::unordered_map<std::string, Named>& named) const {
     if (value.position == kNoOffset) return {};
     const ValueKey read = ReadValueKey(HiveOf(part), value.position - StartOf(part),
@@ -350,13 +352,13 @@ class StackTree {
 
   // Facts are kept for keys of several parts or with something hidden alone; of others the layer's
   // own record says all.
-  void JoinKeys(const Parts& parts, const Scope& scope, HiddenNote hidden) {
+  void JoinKeys(const LayerKeys& parts, const Scope& scope, HiddenNote hidden) {
     StackKey key;
     bool plain = parts.size() == 1 && hidden.by == HiddenBy::kNothing;
     std::unordered_map<std::string, Named> named;
     bool class_found = false;
     for (size_t i = 0; i < parts.size(); ++i) {
-      const Part& part = parts[i];
+      const LayerKey& part = parts[i];
       if (!HasCell(part)) continue;
       const uint32_t position = PositionOf(part);
       key.keys.push_back(position);

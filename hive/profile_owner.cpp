@@ -15,7 +15,7 @@ namespace {
 constexpr uint32_t kControl = 2;  // 16 bits
 constexpr uint16_t kHasAccessList = 4;
 constexpr uint32_t kAccessList = 16;
-constexpr uint32_t kListCount = 4;  // 16 bits
+constexpr uint32_t kEntryCount = 4;  // 16 bits
 constexpr uint32_t kListHeader = 8;
 constexpr uint32_t kEntrySize = 2;  // 16 bits
 constexpr uint32_t kEntryRights = 4;
@@ -92,7 +92,7 @@ std::string AccountWithAllAccess(const HiveImage& hive, uint32_t key_position) {
   const ByteView list = AccessListOf(DescriptorOf(hive, key_position));
   std::string account;
   size_t at = kListHeader;
-  for (uint32_t left = ReadU16(list, kListCount); left > 0; --left) {
+  for (uint32_t left = ReadU16(list, kEntryCount); left > 0; --left) {
     if (at + kEntrySid > list.size()) return {};
     const uint32_t size = ReadU16(list, static_cast<uint32_t>(at) + kEntrySize);
     if (size < kEntrySid || at + size > list.size()) return {};

@@ -9,7 +9,7 @@ struct HostState {
   Host host = NullHost();
 };
 
-HostState& State() {
+HostState& TheHostState() {
   static HostState state;
   return state;
 }
@@ -38,8 +38,8 @@ Host NullHost() {
   return host;
 }
 
-const Host& CurrentHost() { return State().host; }
-void SetHost(const Host& host) { State().host = host; }
+const Host& CurrentHost() { return TheHostState().host; }
+void SetHost(const Host& host) { TheHostState().host = host; }
 
 Answer ShowMessage(const char* text, const char* title, Icon icon, Buttons buttons) {
   // Who asked for it may be waiting for its end, and could not answer.
@@ -47,6 +47,8 @@ Answer ShowMessage(const char* text, const char* title, Icon icon, Buttons butto
   const Host& host = CurrentHost();
   return host.message(host.context, text, title, icon, buttons);
 }
+
+void BeepAtUser() { CurrentHost().beep(CurrentHost().context); }
 
 void ShowStatus(const char* text) {
   const Host& host = CurrentHost();

@@ -77,5 +77,7 @@ Host NullHost();
 // Shorthands over CurrentHost().
 Answer ShowMessage(const char* text, const char* title, Icon icon, Buttons buttons = Buttons::kOk);
 void ShowStatus(const char* text);
+// For what the user asked for where there is none of it.
+void BeepAtUser();
 
 }  // namespace hivequarry

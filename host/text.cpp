@@ -17,7 +17,7 @@ struct TextState {
 };
 thread_local int TextState::whole_readings = 0;
 
-TextState& State() {
+TextState& TheTextState() {
   static TextState state;
   return state;
 }
@@ -90,10 +90,10 @@ const CodePage& WesternCodePage() {
 }
 
 bool ReadsInCodePage() {
-  const bool only = State().code_page_only.load(std::memory_order_relaxed);
+  const bool only = TheTextState().code_page_only.load(std::memory_order_relaxed);
   return only && TextState::whole_readings == 0;
 }
-void ReadInCodePage(bool only) { State().code_page_only = only; }
+void ReadInCodePage(bool only) { TheTextState().code_page_only = only; }
 
 WholeReading::WholeReading() { ++TextState::whole_readings; }
 WholeReading::~WholeReading() { --TextState::whole_readings; }

@@ -226,17 +226,17 @@ constexpr KindColumn kMachine[] = {Text("Fact", 5),
 
 // --- the table -----------------------------------------------------------------------------------
 
-using Columns = std::span<const KindColumn>;
+using KindColumns = std::span<const KindColumn>;
 constexpr const char* kOther = "Output List";
 
-constexpr ListKindInfo OfReport(int kind, Columns columns, const char* title = kOther) {
+constexpr ListKindInfo OfReport(int kind, KindColumns columns, const char* title = kOther) {
   return {kind, title, columns, WindowFamily::kReports, ListHelp::kReports};
 }
 constexpr ListKindInfo About(ListKindInfo info, ListAbout about) {
   info.about = about;
   return info;
 }
-constexpr ListKindInfo OfSecurity(int kind, Columns columns, RowLeads leads,
+constexpr ListKindInfo OfSecurity(int kind, KindColumns columns, RowLeads leads,
                                   const char* title = kOther) {
   return {kind,
           title,
@@ -246,7 +246,7 @@ constexpr ListKindInfo OfSecurity(int kind, Columns columns, RowLeads leads,
           leads,
           ListAbout::kSecurity};
 }
-constexpr ListKindInfo OfFreed(int kind, Columns columns, const char* title) {
+constexpr ListKindInfo OfFreed(int kind, KindColumns columns, const char* title) {
   return {kind,
           title,
           columns,
@@ -256,7 +256,7 @@ constexpr ListKindInfo OfFreed(int kind, Columns columns, const char* title) {
           ListAbout::kKeys};
 }
 
-constexpr ListKindInfo OfEvidence(int kind, Columns columns, const char* title) {
+constexpr ListKindInfo OfEvidence(int kind, KindColumns columns, const char* title) {
   return {kind,
           title,
           columns,

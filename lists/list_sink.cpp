@@ -11,7 +11,7 @@ namespace {
 
 // Bytes that are gathered before the sink gets them; rows between two looks at a stop.
 constexpr size_t kBufferSize = 64 * 1024;
-constexpr uint32_t kStopInterval = 1024;
+constexpr uint32_t kSinkStopInterval = 1024;
 
 }  // namespace
 
@@ -23,7 +23,7 @@ void FlushOutput(ListOutput& out) {
 bool WriteInPieces(ListOutput& out, uint32_t count,
                    const std::function<void(uint32_t)>& write_row) {
   for (uint32_t row = 0; row < count; ++row) {
-    if (row % kStopInterval == 0 && StopRequested()) return false;
+    if (row % kSinkStopInterval == 0 && StopRequested()) return false;
     write_row(row);
     if (out.buffer.size() >= kBufferSize) FlushOutput(out);
     if (!out.open) return false;
@@ -97,7 +97,7 @@ FileEncoding EncodingOf(const OutputList& list, const WrittenRows& which) {
   }
   RowTexts texts;
   for (uint32_t place = 0; fits && place < WrittenCount(list, which); ++place) {
-    if (place % kStopInterval == 0 && StopRequested()) break;
+    if (place % kSinkStopInterval == 0 && StopRequested()) break;
     ReadRow(shape, WrittenRow(which, place), texts);
     for (int column = 0; column < shape.columns; ++column) {
       fits = fits && FitsCodePage(texts[static_cast<size_t>(column)]);

@@ -13,7 +13,7 @@
 namespace hivequarry {
 namespace {
 
-constexpr uint32_t kStopInterval = 4096;        // rows or comparisons between two questions
+constexpr uint32_t kSortStopInterval = 4096;    // rows or comparisons between two questions
 constexpr size_t kKeyRoom = size_t{256} << 20;  // bytes for the stored keys of all rows
 // Bytes of a text that are stored as its key, by how many rows there are: the room above is shared
 // out.
@@ -40,7 +40,8 @@ struct StopPoll {
 };
 
 bool Stopped(StopPoll& poll) {
-  if (!poll.stopped && poll.calls++ % kStopInterval == 0 && poll.stop) poll.stopped = poll.stop();
+  if (!poll.stopped && poll.calls++ % kSortStopInterval == 0 && poll.stop)
+    poll.stopped = poll.stop();
   return poll.stopped;
 }
 

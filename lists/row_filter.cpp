@@ -11,7 +11,7 @@
 namespace hivequarry {
 namespace {
 
-constexpr uint32_t kStopInterval = 1024;
+constexpr uint32_t kFilterStopInterval = 1024;
 constexpr size_t kLongestShared = 24;  // bytes: texts from this length on are worth remembering
 
 bool IsBlank(char character) { return character == ' ' || character == '\t'; }
@@ -169,7 +169,7 @@ std::vector<bool> PassingRows(RowFilter& filter, const OutputList& list, uint32_
                               const std::atomic<bool>& stop) {
   std::vector<bool> passing(to - from);
   for (uint32_t row = from; row < to; ++row) {
-    if ((row - from) % kStopInterval == 0 && stop.load(std::memory_order_relaxed)) return {};
+    if ((row - from) % kFilterStopInterval == 0 && stop.load(std::memory_order_relaxed)) return {};
     passing[row - from] = RowPasses(filter, list, row, &stop);
   }
   return stop.load(std::memory_order_relaxed) ? std::vector<bool>() : passing;

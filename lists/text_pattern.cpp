@@ -28,29 +28,20 @@ bool IsWordByte(size_t symbol) {
   return (letter >= 'a' && letter <= 'z') || (symbol >= '0' && symbol <= '9') || symbol == '_';
 }
 
+}  // namespace
+
 // Where the automaton can be: the steps that the last byte led to, and what was before.
-struct Place {
+struct PatternPlace {
   std::vector<uint16_t> steps;  // ascending, the first step always among them
   bool at_start = false;
   bool after_word = false;
 };
 
-// Two places are one state where the same steps are open and what was before the place matters
-// alike.
-std::string KeyOf(const Place& place) {
-  std::string key(reinterpret_cast<const char*>(place.steps.data()),
-                  place.steps.size() * sizeof(uint16_t));
-  key += static_cast<char>((place.at_start ? 1 : 0) + (place.after_word ? 2 : 0));
-  return key;
-}
-
-}  // namespace
-
 struct TextPattern {
   PatternProgram program;
-  bool looks_around = false;  // what is before and after a place matters somewhere
-  std::vector<Place> places;  // by state
-  std::vector<int32_t> next;  // by state and symbol
+  bool looks_around = false;         // what is before and after a place matters somewhere
+  std::vector<PatternPlace> places;  // by state
+  std::vector<int32_t> next;         // by state and symbol
   std::unordered_map<std::string, int32_t> states;
   std::array<bool, 256> moves{};  // bytes that lead from the first state to another
   int32_t first = 0;              // the state at a text's start
@@ -62,9 +53,18 @@ struct TextPattern {
 
 namespace {
 
+// Two places are one state where the same steps are open and what was before the place matters
+// alike.
+std::string KeyOf(const PatternPlace& place) {
+  std::string key(reinterpret_cast<const char*>(place.steps.data()),
+                  place.steps.size() * sizeof(uint16_t));
+  key += static_cast<char>((place.at_start ? 1 : 0) + (place.after_word ? 2 : 0));
+  return key;
+}
+
 // Whether a step that takes no character holds between the byte before and `symbol`, the one after
 // (kEnd at the end of the text).
-bool Holds(PatternStep kind, const Place& place, size_t symbol) {
+bool Holds(PatternStep kind, const PatternPlace& place, size_t symbol) {
   const bool before = place.after_word;
   const bool after = IsWordByte(symbol);
   switch (kind) {
@@ -89,7 +89,7 @@ bool LooksAround(PatternStep kind) {
   return kind != PatternStep::kByte && kind != PatternStep::kFork && kind != PatternStep::kFound;
 }
 
-int32_t StateOf(TextPattern& pattern, Place place) {
+int32_t StateOf(TextPattern& pattern, PatternPlace place) {
   std::string key = KeyOf(place);
   const auto known = pattern.states.find(key);
   if (known != pattern.states.end()) return known->second;
@@ -102,7 +102,7 @@ int32_t StateOf(TextPattern& pattern, Place place) {
 
 // Marks what can be reached without a byte, and puts what the symbol leads to into `to`. True when
 // the pattern is found.
-bool Follow(TextPattern& pattern, const Place& from, size_t symbol, Place& to) {
+bool Follow(TextPattern& pattern, const PatternPlace& from, size_t symbol, PatternPlace& to) {
   ++pattern.turn;
   pattern.open.assign(from.steps.begin(), from.steps.end());
   while (!pattern.open.empty()) {
@@ -126,7 +126,7 @@ bool Follow(TextPattern& pattern, const Place& from, size_t symbol, Place& to) {
 // What a symbol leads to from a state; whoever asks again finds it in the table.
 // The first step is among those of each state: a match may begin anywhere, so a text is read once.
 int32_t MakeNext(TextPattern& pattern, int32_t state, size_t symbol) {
-  Place to;
+  PatternPlace to;
   const auto row = static_cast<size_t>(state);
   int32_t next = kNotFound;
   if (Follow(pattern, pattern.places[row], symbol, to)) {
@@ -147,7 +147,7 @@ void StartStates(TextPattern& pattern) {
   pattern.states.clear();
   pattern.places.clear();
   pattern.next.clear();
-  Place start;
+  PatternPlace start;
   start.steps = {0};
   start.at_start = pattern.looks_around;
   pattern.first = StateOf(pattern, std::move(start));
@@ -160,7 +160,7 @@ void StartStates(TextPattern& pattern) {
 // A pattern may have more states than memory: they are made as texts need them, and all thrown away
 // when there are many.
 int32_t ForgetStates(TextPattern& pattern, int32_t state) {
-  Place place = std::move(pattern.places[static_cast<size_t>(state)]);
+  PatternPlace place = std::move(pattern.places[static_cast<size_t>(state)]);
   StartStates(pattern);
   return StateOf(pattern, std::move(place));
 }

@@ -42,7 +42,7 @@ std::string WithoutDate(std::string base, char letter) {
 // --- one key -------------------------------------------------------------------------------------
 
 // Where a saved key goes.
-struct Place {
+struct BackupFile {
   std::string file;
   bool replaces = false;  // the file of that name, as the user agreed
 };
@@ -82,7 +82,7 @@ SaveTrouble SaveInto(RegistryKey key, const std::string& file) {
 
 // Saves beside the file, which is replaced by a whole hive or not at all. What has come to the
 // place since the user was asked about it stays.
-SaveTrouble SaveAs(Saving& saving, RegistryKey key, const Place& place) {
+SaveTrouble SaveAs(Saving& saving, RegistryKey key, const BackupFile& place) {
   const std::string& file = place.file;
   int ignored = 0;
   const std::string beside = NameBeside(file, ignored);
@@ -100,7 +100,7 @@ SaveTrouble SaveAs(Saving& saving, RegistryKey key, const Place& place) {
 
 // False after a notice. `path` is for that alone.
 bool SaveKey(Saving& saving, RegistryKey root, const char16_t* sub_key, const std::string& path,
-             const Place& place) {
+             const BackupFile& place) {
   const OpenedKey key = OpenForReading(root, sub_key, kRegistryRead, kRegistryForBackup);
   if (key.error() != kRegistryDone) {
     TellOf(saving.run, {HiveEvent::kKeyNotOpened, path});
@@ -132,10 +132,10 @@ bool SaveUsers(Saving& saving) {
   if (hives.empty()) TellOf(saving.run, {HiveEvent::kKeyNotOpened, "HKEY_USERS"});
   bool whole = !hives.empty();
   for (const UserHive& hive : hives) {
-    const Place place = {hive.file, IsNameTaken(hive.file)};
+    const BackupFile place = {hive.file, IsNameTaken(hive.file)};
     const bool allowed =
         !place.replaces || Ask(saving.run, HiveQuestion::kOverwriteUsers, hive.file);
-    whole &= allowed && SaveKey(saving, kUsers, hive.name.c_str(), hive.path, place);
+    whole &= allowed && SaveKey(saving, kUsersRoot, hive.name.c_str(), hive.path, place);
   }
   return whole;
 }

@@ -46,7 +46,7 @@ class BranchCopy {
         parts_(kParts | (privileged ? kSaclInformation : 0)),
         errors_(errors) {
     RootSplit split;
-    from_users_ = SplitRootPath(path, split) && split.handle == kUsers && split.rest.empty();
+    from_users_ = SplitRootPath(path, split) && split.handle == kUsersRoot && split.rest.empty();
   }
   int32_t Run();
 
@@ -120,7 +120,7 @@ bool BranchCopy::Enter(const SourceKey& key) {
 // The first key is the mount itself, which is there. The others are made below the one being
 // filled; a link is made as a link, and its target comes as a value later.
 OpenedKey BranchCopy::Make(const SourceKey& key) {
-  if (key.level == 1) return OpenedKey(kUsers, mount_.c_str(), access_);
+  if (key.level == 1) return OpenedKey(kUsersRoot, mount_.c_str(), access_);
   const uint32_t options = IsRegistryLink(walk_.key()) ? kRegistryCreateLink : 0;
   const std::u16string class_name = ClassNameOf(walk_.key());
   RegistryKey made = 0;

@@ -26,7 +26,7 @@ constexpr uint32_t kValuesPerStatus = 128;  // of one key
 constexpr size_t kManyValues = 256;         // of a key: its path is shown more often
 constexpr uint32_t kManyPerStatus = 32;
 // The answer for names that the functions of the registry would take for others.
-constexpr int32_t kBadName = 161;
+constexpr int32_t kErrorBadPathname = 161;
 constexpr const char* kNotFound = "(not found)";
 constexpr const char* kUnknownError = "(unknown error)";
 
@@ -174,7 +174,7 @@ class Comparison {
       return OpenLive(hive_, tree_, item, place_);
     }
     const std::u16string name = WideItemName(hive_, tree_, item);
-    if (!IsUsableKeyName(name)) return OpenedKey(0, kBadName);
+    if (!IsUsableKeyName(name)) return OpenedKey(0, kErrorBadPathname);
     const Level& parent = levels_.back();
     // Below it all keys are of the 32-bit view.
     wow64 = parent.wow64 || IsWow64Name(name);
@@ -219,7 +219,7 @@ class Comparison {
   int32_t QueryLive(const std::u16string& name, uint32_t& type, uint32_t& size) {
     size = 0;
     // The functions take a zero for the name's end and would read another value.
-    if (name.find(u'\0') != std::u16string::npos) return kBadName;
+    if (name.find(u'\0') != std::u16string::npos) return kErrorBadPathname;
     const int32_t error = ReadLiveData(live_data_, size, [&](uint8_t* bytes, uint32_t* room) {
       return CurrentRegistry().query_value(LiveKey(), name.c_str(), &type, bytes, room);
     });

@@ -18,14 +18,14 @@ int32_t LoadHiveIntoRegistry(const std::u16string& name, const std::string& file
   // Some systems ask for this one as well; whether it is held shows in the answer.
   const EnabledPrivilege backup(Privilege::kBackup);
   const std::u16string full = WideOfText(FullName(file));
-  return CurrentRegistry().load(kUsers, name.c_str(), full.c_str());
+  return CurrentRegistry().load(kUsersRoot, name.c_str(), full.c_str());
 }
 
 int32_t UnloadHiveFromRegistry(const std::u16string& name) {
   // As for loading.
   const EnabledPrivilege restore(Privilege::kRestore);
   const EnabledPrivilege backup(Privilege::kBackup);
-  return CurrentRegistry().unload(kUsers, name.c_str());
+  return CurrentRegistry().unload(kUsersRoot, name.c_str());
 }
 
 void ListKeyAndSubkeys(const std::string& path, OutputList& list) {

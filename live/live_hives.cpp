@@ -50,7 +50,7 @@ const std::array<LiveHive, kLiveHives>& LiveHiveTable() {
       {"SYSTEM", "HKEY_LOCAL_MACHINE\\System", kLocalMachine, u"System", "SYSTEM"},
       {"SAM", "HKEY_LOCAL_MACHINE\\SAM", kLocalMachine, u"SAM", "SAM"},
       {"SECURITY", "HKEY_LOCAL_MACHINE\\SECURITY", kLocalMachine, u"SECURITY", "SECURITY"},
-      {"HKU", "HKEY_USERS", kUsers, u"", nullptr},
+      {"HKU", "HKEY_USERS", kUsersRoot, u"", nullptr},
       {"BCD", "HKEY_LOCAL_MACHINE\\BCD00000000", kLocalMachine, u"BCD00000000", "BCD"},
       {"COMPONENTS", "HKEY_LOCAL_MACHINE\\Components", kLocalMachine, u"COMPONENTS", "COMPONENTS"},
   }};
@@ -97,7 +97,7 @@ HiveRunResult ForEachHive(const HiveRun& run, const std::function<bool(int hive)
 // Those that are loaded now, at most kMaxUserHives; the files need not be there.
 std::vector<UserHive> UserHivesIn(const std::string& folder) {
   std::vector<UserHive> hives;
-  const OpenedKey users(kUsers, u"", kRegistryRead);
+  const OpenedKey users(kUsersRoot, u"", kRegistryRead);
   if (users.error() != kRegistryDone) return hives;
   for (uint32_t index = 0; index < kMaxUserHives; ++index) {
     std::u16string name(kNameRoom, u'\0');

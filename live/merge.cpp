@@ -24,7 +24,7 @@ constexpr size_t kMaxErrorText = 256;
 // Times the image's length: what may be written. Only values that many keys share exceed it.
 constexpr uint64_t kMostWritten = 3;
 // In the registry's functions' eyes the name is another one, so they are not asked.
-constexpr const char* kBadName = "Name can not be written";
+constexpr const char* kUnwritableName = "Name can not be written";
 constexpr const char* kTombstoneLeftOut = "Tombstone: hides what is in another hive";
 // No codes of the platform's: what is there already is of the other kind.
 constexpr int32_t kLinkThere = -1, kNoLinkThere = -2;
@@ -170,7 +170,7 @@ class Merger {
   bool EnterChild(uint32_t item) {
     if (levels_.size() > kMaxMergeDepth) return Leave(item, "Nested too deep");
     const std::u16string name = WideItemName(hive_, tree_, item);
-    if (!IsUsableKeyName(name)) return Leave(item, kBadName);
+    if (!IsUsableKeyName(name)) return Leave(item, kUnwritableName);
     const bool hides = !IsMade(item) && LayerOfKey(hive_, PositionOf(item)) == KeyLayer::kTombstone;
     if (hides) return Leave(item, kTombstoneLeftOut);
     const std::vector<uint32_t> values = ValuesOf(item);
@@ -246,7 +246,7 @@ class Merger {
     }
     const std::u16string name = WideValueName(hive_, value);
     if (name.find(u'\0') != std::u16string::npos) {
-      return AddRow(item, ValueDisplayName(value), kBadName);
+      return AddRow(item, ValueDisplayName(value), kUnwritableName);
     }
     const int32_t error =
         CurrentRegistry().set_value(levels_.back().key.key(), name.c_str(), value.type,

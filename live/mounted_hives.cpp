@@ -14,8 +14,8 @@ constexpr const char16_t* kHiveList = u"SYSTEM\\CurrentControlSet\\Control\\hive
 // By the words of the path alone, where the key may not be opened. The current user has no such
 // name: only the system knows whose keys those are.
 std::u16string NameByPath(RegistryKey root, const char16_t* sub_key) {
-  if (root != kLocalMachine && root != kUsers) return {};
-  const std::u16string above = root == kUsers ? u"\\REGISTRY\\USER" : u"\\REGISTRY\\MACHINE";
+  if (root != kLocalMachine && root != kUsersRoot) return {};
+  const std::u16string above = root == kUsersRoot ? u"\\REGISTRY\\USER" : u"\\REGISTRY\\MACHINE";
   return *sub_key == 0 ? above : above + u'\\' + sub_key;
 }
 

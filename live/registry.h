@@ -15,7 +15,7 @@ using RegistryKey = uintptr_t;
 inline constexpr RegistryKey kClassesRoot = 0x80000000;
 inline constexpr RegistryKey kCurrentUser = 0x80000001;
 inline constexpr RegistryKey kLocalMachine = 0x80000002;
-inline constexpr RegistryKey kUsers = 0x80000003;
+inline constexpr RegistryKey kUsersRoot = 0x80000003;
 inline constexpr RegistryKey kCurrentConfig = 0x80000005;
 
 // Answers of the functions: the platform's error codes.

@@ -201,9 +201,9 @@ int32_t SaveNatively(RegistryKey key, const char16_t* file, const uint8_t* descr
 
 // Protected: what the folder would hand down later does not reach the file either.
 int32_t ProtectFileBy(const char16_t* file, const uint8_t* descriptor) {
-  constexpr SECURITY_INFORMATION kParts =
+  constexpr SECURITY_INFORMATION kProtectedList =
       DACL_SECURITY_INFORMATION | PROTECTED_DACL_SECURITY_INFORMATION;
-  const BOOL done = SetFileSecurityW(Wide(file), kParts, const_cast<uint8_t*>(descriptor));
+  const BOOL done = SetFileSecurityW(Wide(file), kProtectedList, const_cast<uint8_t*>(descriptor));
   return done ? kRegistryDone : static_cast<int32_t>(GetLastError());
 }
 

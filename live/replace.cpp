@@ -48,7 +48,7 @@ struct Replacing {
 };
 
 // What a replacement asks for.
-struct Place {
+struct ReplacedKey {
   RegistryKey root;
   const char16_t* sub_key;
   std::string path;  // as the user knows it
@@ -61,14 +61,14 @@ bool Refuse(const Replacing& state, const HiveNotice& why) {
 }
 
 // The system's call would take any key, and replace the hive that holds it.
-bool IsWholeHive(const Replacing& state, const Place& place) {
+bool IsWholeHive(const Replacing& state, const ReplacedKey& place) {
   if (!state.mounted.listed) return Refuse(state, {HiveEvent::kHiveListUnreadable, place.path});
   if (IsHiveRoot(state.mounted, place.kernel_name)) return true;
   return Refuse(state, {HiveEvent::kNoHiveRoot, place.path});
 }
 
 // One hive has several names: the current user's is one of HKEY_USERS as well.
-bool IsReplaced(Replacing& state, const Place& place) {
+bool IsReplaced(Replacing& state, const ReplacedKey& place) {
   const auto found = state.replaced.find(place.kernel_name);
   if (found == state.replaced.end()) return false;
   state.other_names.push_back(place.path + " (" + found->second + ")");
@@ -77,7 +77,7 @@ bool IsReplaced(Replacing& state, const Place& place) {
 
 // True also for a hive that this run has replaced under another name. Nothing that is asked or
 // deleted comes before the refusals.
-bool ReplaceKey(Replacing& state, const Place& place, const std::string& file) {
+bool ReplaceKey(Replacing& state, const ReplacedKey& place, const std::string& file) {
   if (!IsWholeHive(state, place)) return false;
   if (IsReplaced(state, place)) return true;
   if (IsEvidence(file)) return Refuse(state, {HiveEvent::kIsEvidence, place.path, file});
@@ -100,7 +100,7 @@ bool ReplaceUsers(Replacing& state) {
   bool whole = true;
   for (const UserHive& hive : UserHivesIn(state.run.folder)) {
     if (!IsNameTaken(hive.file)) continue;
-    const bool done = ReplaceKey(state, {kUsers, hive.name.c_str(), hive.path}, hive.file);
+    const bool done = ReplaceKey(state, {kUsersRoot, hive.name.c_str(), hive.path}, hive.file);
     replaced += done ? 1 : 0;
     whole &= done;
   }
@@ -134,7 +134,7 @@ bool ReplaceHive(Replacing& state, int number) {
   if (hive.file == nullptr) return ReplaceUsers(state);
   std::string file = NameInFolder(state.run.folder, hive.file);
   if (!IsNameTaken(file)) return false;
-  const Place place = {hive.root, hive.sub_key, hive.path};
+  const ReplacedKey place = {hive.root, hive.sub_key, hive.path};
   if (number == kBootHive) {
     // Asked here too: no copy is made for a hive that is refused.
     if (!IsWholeHive(state, place)) return false;

@@ -146,7 +146,7 @@ class HiveInTheMaking {
   const std::u16string& mount() const { return mount_; }
   // Below HKEY_USERS under a name that is free; the error of the registry.
   int32_t Mount() {
-    const std::u16string name = FindFreeTempKey(kUsers);
+    const std::u16string name = FindFreeTempKey(kUsersRoot);
     const int32_t error = name.empty() ? kRegistryFileExists : LoadHiveIntoRegistry(name, made_);
     if (error == kRegistryDone) mount_ = name;
     loaded_ = loaded_ || error == kRegistryDone;

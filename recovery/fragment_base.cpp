@@ -16,7 +16,7 @@ constexpr size_t kMostCells = 1024;
 // is, and pairing them all would be quadratic.
 constexpr ptrdiff_t kMostNamesakes = 32;
 // Fewer agree by chance in a fragment of a few records.
-constexpr uint32_t kEnough = 3;
+constexpr uint32_t kEnoughVotes = 3;
 
 // Offsets of one kind and the places that they may lead to, each once and ascending.
 struct References {
@@ -38,7 +38,8 @@ void Unify(std::vector<uint32_t>& offsets) {
 }
 
 // Every offset may lead to every target.
-void Vote(std::vector<uint32_t> offsets, const std::vector<uint32_t>& targets, Voting& voting) {
+void CountVotes(std::vector<uint32_t> offsets, const std::vector<uint32_t>& targets,
+                Voting& voting) {
   std::erase_if(offsets, [](uint32_t o) { return o == kNoOffset || o % 8 != 0; });
   Unify(offsets);
   for (const uint32_t offset : offsets) {
@@ -109,7 +110,7 @@ bool MostVoted(std::vector<uint32_t>& votes, uint32_t& winner) {
     most = std::max(most, count);
     first = last;
   }
-  return most >= kEnough && second < most;
+  return most >= kEnoughVotes && second < most;
 }
 
 }  // namespace
@@ -122,9 +123,9 @@ bool FindFragmentBase(HiveImage& hive, const ScanTables& tables) {
   for (auto* cells : {&voting.keys, &voting.lists, &securities}) {
     cells->resize(std::min(cells->size(), kMostCells));
   }
-  Vote(FieldOf(hive, voting, kKeyParent), voting.keys, voting);
-  Vote(FieldOf(hive, voting, kKeySubkeyList), voting.lists, voting);
-  Vote(FieldOf(hive, voting, kKeySecurity), securities, voting);
+  CountVotes(FieldOf(hive, voting, kKeyParent), voting.keys, voting);
+  CountVotes(FieldOf(hive, voting, kKeySubkeyList), voting.lists, voting);
+  CountVotes(FieldOf(hive, voting, kKeySecurity), securities, voting);
   VoteByNames(hive, tables, voting);
 
   uint32_t best = 0;

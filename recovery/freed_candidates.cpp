@@ -34,7 +34,7 @@ struct Stretch {
 };
 
 // The search under way. Cells are followed block by block.
-struct Walk {
+struct SpaceWalk {
   const HiveImage& hive;
   const KeyTree& tree;
   std::vector<FreedCandidate>& found;
@@ -44,7 +44,7 @@ struct Walk {
 };
 
 // At a position of which 8 bytes are inside the image.
-uint32_t WordAt(const Walk& walk, uint32_t p) { return ReadU32(walk.image, p); }
+uint32_t WordAt(const SpaceWalk& walk, uint32_t p) { return ReadU32(walk.image, p); }
 
 // --- what a record must look like ----------------------------------------------------------------
 
@@ -149,7 +149,7 @@ bool IsValueRecord(const HiveImage& hive, uint32_t p, FreedPlace place) {
 // --- the walk --------------------------------------------------------------------------------
 
 // A step of the walk in which a whole record may be.
-void LookAt(Walk& walk, uint32_t p, const Stretch& stretch) {
+void LookAt(SpaceWalk& walk, uint32_t p, const Stretch& stretch) {
   const HiveImage& hive = walk.hive;
   const auto signature = static_cast<uint16_t>(WordAt(walk, p + 4));
   const bool key = signature == kSignatureNk;
@@ -173,10 +173,10 @@ void LookAt(Walk& walk, uint32_t p, const Stretch& stretch) {
 }
 
 // Records keep their places at multiples of 8 when cells are merged.
-void LookInside(Walk& walk, const Stretch& stretch) {
-  constexpr uint32_t kStopPollMask = 0xFFFF;
+void LookInside(SpaceWalk& walk, const Stretch& stretch) {
+  constexpr uint32_t kPollMask = 0xFFFF;
   for (uint32_t p = stretch.begin; p + kValueName <= stretch.end; p += kCellStep) {
-    if ((p & kStopPollMask) == 0 && StopRequested()) return;
+    if ((p & kPollMask) == 0 && StopRequested()) return;
     LookAt(walk, p, stretch);
   }
 }
@@ -196,7 +196,7 @@ uint32_t NeededBytes(const HiveImage& hive, uint32_t p, uint16_t signature, uint
 
 // Bytes from the start of an allocated cell to where free space may begin in it. Keys and values
 // that the scan passed over are looked at themselves, from the start on.
-uint32_t KnownBytes(const Walk& walk, uint32_t p, uint32_t length, Stretch& rest) {
+uint32_t KnownBytes(const SpaceWalk& walk, uint32_t p, uint32_t length, Stretch& rest) {
   const uint32_t second = WordAt(walk, p + 4);
   const auto signature = static_cast<uint16_t>(second);
   if (signature == kSignatureVk) {
@@ -218,7 +218,7 @@ uint32_t KnownBytes(const Walk& walk, uint32_t p, uint32_t length, Stretch& rest
 }
 
 // What is left in an allocated cell after the record that it holds, or after what names it needs.
-void LookAfterRecord(Walk& walk, uint32_t p, uint32_t length) {
+void LookAfterRecord(SpaceWalk& walk, uint32_t p, uint32_t length) {
   if (length < kCellStep + kValueName) return;
   Stretch rest{p, p + length, FreedPlace::kBehindRecord};
   const uint32_t known = KnownBytes(walk, p, length, rest);
@@ -228,7 +228,7 @@ void LookAfterRecord(Walk& walk, uint32_t p, uint32_t length) {
 }
 
 // Looks at the cell or the bytes at `p`; returns where the walk goes on.
-uint32_t VisitCell(Walk& walk, uint32_t p, uint32_t size) {
+uint32_t VisitCell(SpaceWalk& walk, uint32_t p, uint32_t size) {
   const uint32_t length = CellLength(size);
   const bool in_block = walk.bin_end > p;
   const bool whole = length != 0 && length % 8 == 0 && in_block && length <= walk.bin_end - p;
@@ -271,7 +271,7 @@ PageCount CountPage(ByteView page) {
 
 // The keys of the tree whose cells are in a page; not those that were made for a place.
 // By whole words of the index: a page is eight of them.
-uint32_t CountKnownKeys(const Walk& walk, uint32_t page) {
+uint32_t CountKnownKeys(const SpaceWalk& walk, uint32_t page) {
   uint32_t known = 0;
   for (uint32_t word = page / 512; word < (page + kPageSize) / 512; ++word) {
     for (uint64_t bits = walk.tree.key_positions.bits[word]; bits != 0; bits &= bits - 1) {
@@ -285,7 +285,7 @@ uint32_t CountKnownKeys(const Walk& walk, uint32_t page) {
 
 // False for a block of whose keys all are in the tree and whose allocated cells hold no other
 // record.
-bool MayHide(const Walk& walk, uint32_t begin, uint32_t end) {
+bool MayHide(const SpaceWalk& walk, uint32_t begin, uint32_t end) {
   const bool paged = begin % kPageSize == 0 && end % kPageSize == 0 &&
                      end / 512 <= walk.tree.key_positions.bits.size();
   if (!paged || !IsInside(walk.image, begin, end - begin)) return true;
@@ -300,7 +300,7 @@ bool MayHide(const Walk& walk, uint32_t begin, uint32_t end) {
 
 // A block header: its block ends where it says, if that could be, and of one that hides nothing the
 // free cells alone are looked at. Returns the position of its first cell.
-uint32_t EnterBlock(Walk& walk, uint32_t p) {
+uint32_t EnterBlock(SpaceWalk& walk, uint32_t p) {
   const uint32_t size = ReadU32(walk.hive, p + 8);
   const uint32_t left = walk.hive.length - p;
   walk.bin_end = size >= kPageSize && size % kPageSize == 0 ? p + std::min(size, left) : 0;
@@ -311,11 +311,12 @@ uint32_t EnterBlock(Walk& walk, uint32_t p) {
 // Through the chains of cells, from block to block, up to `end` or the end of the cell or block
 // header that goes over it; returns where the walk is then. Bytes that no chain reaches are looked
 // at step by step, so damage costs time but hides nothing.
-uint64_t WalkTo(Walk& walk, uint64_t p, uint64_t end, const std::function<void(uint64_t)>& show) {
-  constexpr uint32_t kStopPollMask = 0x3FF;
+uint64_t WalkTo(SpaceWalk& walk, uint64_t p, uint64_t end,
+                const std::function<void(uint64_t)>& show) {
+  constexpr uint32_t kPollMask = 0x3FF;
   uint32_t steps = 0;
   while (p + kCellStep <= end) {
-    if ((steps++ & kStopPollMask) == 0) {
+    if ((steps++ & kPollMask) == 0) {
       if (StopRequested()) break;
       show(p);
     }
@@ -328,7 +329,7 @@ uint64_t WalkTo(Walk& walk, uint64_t p, uint64_t end, const std::function<void(u
 
 // In two halves side by side where that is worth it. All that a walk knows is forgotten at a block
 // header, so what the second one found is what the first one would have, if that comes to it.
-void WalkImage(Walk& walk) {
+void WalkImage(SpaceWalk& walk) {
   constexpr uint32_t kSteps = 100;
   const HiveImage& hive = walk.hive;
   const Host& host = CurrentHost();
@@ -342,7 +343,7 @@ void WalkImage(Walk& walk) {
   const uint32_t split = BlockToSplitAt(hive);
   if (split != 0) {
     std::vector<FreedCandidate> found;
-    Walk other{hive, walk.tree, found, walk.image};
+    SpaceWalk other{hive, walk.tree, found, walk.image};
     SideWork beside([&] { WalkTo(other, split, hive.length, [](uint64_t) {}); });
     p = WalkTo(walk, p, split, show);
     beside.Wait();
@@ -372,7 +373,7 @@ bool EndsBefore(const HiveImage& hive, uint64_t next, FreedCandidate& record) {
 
 std::vector<FreedCandidate> FindFreedCandidates(const HiveImage& hive, const KeyTree& tree) {
   std::vector<FreedCandidate> found;
-  Walk walk{hive, tree, found, ImageBytes(hive)};
+  SpaceWalk walk{hive, tree, found, ImageBytes(hive)};
   WalkImage(walk);
   std::ranges::sort(found, {}, &FreedCandidate::position);
   return found;

@@ -19,7 +19,7 @@
 namespace hivequarry {
 namespace {
 
-constexpr uint32_t kStopPollMask = 0xFF;
+constexpr uint32_t kRecordPollMask = 0xFF;
 constexpr uint32_t kInlineData = 4;       // bytes that a value holds itself
 constexpr uint32_t kEntriesOfEach = 256;  // of a key's list, read whatever other keys have read
 
@@ -265,7 +265,7 @@ void FollowParents(std::vector<FreedKey>& keys) {
   std::vector<uint8_t> states(keys.size(), kUnseen);
   std::vector<uint32_t> way;
   for (uint32_t start = 0; start < keys.size(); ++start) {
-    if ((start & kStopPollMask) == 0 && StopRequested()) return;
+    if ((start & kRecordPollMask) == 0 && StopRequested()) return;
     uint32_t row = start;
     for (; row != kNoItem && states[row] == kUnseen; row = keys[row].parent_row) {
       states[row] = kOnWay;

@@ -25,7 +25,7 @@ constexpr uint32_t kLeastVotes = 3;
 constexpr uint32_t kNoCluster = 0xFFFFFFFF;
 
 // What one offset of a freed key says of how far its bytes have moved since.
-struct Vote {
+struct ShiftVote {
   uint32_t shift = 0;
   uint32_t parent = kNoOffset;  // the parent field that speaks; kNoOffset: the value list does
 };
@@ -103,9 +103,9 @@ class ShiftFinder {
 
   // kMostVotes bounds what one key costs in the sorting of all.
   void AddVote(uint32_t key, uint32_t shift, uint32_t parent) {
-    std::vector<Vote>& votes = votes_[key];
+    std::vector<ShiftVote>& votes = votes_[key];
     const bool known = std::ranges::any_of(
-        votes, [&](const Vote& vote) { return vote.shift == shift && vote.parent == parent; });
+        votes, [&](const ShiftVote& vote) { return vote.shift == shift && vote.parent == parent; });
     if (!known && HasRoom(key)) votes.push_back({shift, parent});
   }
 
@@ -179,7 +179,7 @@ class ShiftFinder {
   void Choose() {
     std::vector<Placed> all;
     for (uint32_t key = 0; key < votes_.size(); ++key) {
-      for (const Vote& vote : votes_[key]) all.push_back({vote.shift, key, vote.parent});
+      for (const ShiftVote& vote : votes_[key]) all.push_back({vote.shift, key, vote.parent});
     }
     std::ranges::sort(all, [](const Placed& a, const Placed& b) {
       return a.shift != b.shift ? a.shift < b.shift : a.key < b.key;
@@ -323,7 +323,7 @@ class ShiftFinder {
   PositionIndex key_index_;
   PositionIndex value_index_;
   std::array<std::vector<uint32_t>, kPageSize / kCellStep> by_place_in_page_;  // keys, ascending
-  std::vector<std::vector<Vote>> votes_;                                       // by key
+  std::vector<std::vector<ShiftVote>> votes_;                                  // by key
   std::vector<Cluster> known_;
   std::vector<uint32_t> clusters_;  // by key: index of known_
   std::vector<Label> labels_;       // by key

@@ -20,12 +20,12 @@ void AddFree(std::vector<FreeStretch>& space, uint32_t begin, uint32_t end) {
 }  // namespace
 
 std::vector<FreeStretch> FindFreeSpace(const HiveImage& hive) {
-  constexpr uint32_t kStopPollMask = 0x3FFF;
+  constexpr uint32_t kPollMask = 0x3FFF;
   std::vector<FreeStretch> space;
   uint32_t steps = 0;
   uint32_t bin_end = 0;
   for (uint64_t at = hive.data_start; at + kCellStep <= hive.length;) {
-    if ((++steps & kStopPollMask) == 0 && StopRequested()) break;
+    if ((++steps & kPollMask) == 0 && StopRequested()) break;
     const auto p = static_cast<uint32_t>(at);
     const uint32_t size = ReadU32(hive, p);
     if (size == kBinSignature) {

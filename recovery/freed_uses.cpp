@@ -10,7 +10,7 @@
 namespace hivequarry {
 namespace {
 
-constexpr uint32_t kStopPollMask = 0xFF;
+constexpr uint32_t kUsePollMask = 0xFF;
 
 // Entries of a list after its end: [begin, end) are positions.
 struct EntryRange {
@@ -115,7 +115,7 @@ void VisitEntries(const HiveImage& hive, std::vector<EntryRange>& ranges, const 
   uint32_t covered = 0;
   uint32_t steps = 0;
   for (const EntryRange& range : ranges) {
-    if ((++steps & kStopPollMask) == 0 && StopRequested()) return;
+    if ((++steps & kUsePollMask) == 0 && StopRequested()) return;
     for (uint32_t field = std::max(range.begin, covered); field < range.end; field += 4) {
       if ((field & 0xFFFC) == 0 && StopRequested()) return;
       const uint32_t value = EntryTarget(hive, field);
@@ -129,7 +129,7 @@ void NoteKeys(Collecting& collecting, const KeyTree& tree) {
   const HiveImage& hive = collecting.hive;
   uint32_t steps = 0;
   for (const KeyItem& item : tree.items) {
-    if ((++steps & kStopPollMask) == 0 && StopRequested()) return;
+    if ((++steps & kUsePollMask) == 0 && StopRequested()) return;
     // Keys that are hidden from the view are in use all the same, so this is not HasKeyCell.
     const bool is_key = item.kind == ItemKind::kKey || item.kind == ItemKind::kRoot;
     if (!is_key || (item.marks & kVirtualMarks) != 0 || item.position == kNoOffset) continue;
@@ -147,7 +147,7 @@ void NoteValues(Collecting& collecting, const KeyTree& tree) {
   FreedUses& uses = collecting.uses;
   uint32_t steps = 0;
   for (const uint32_t value : tree.disconnected_value_positions) {
-    if ((++steps & kStopPollMask) == 0 && StopRequested()) return;
+    if ((++steps & kUsePollMask) == 0 && StopRequested()) return;
     NoteValue(hive, value, uses);
   }
   PositionIndex taken;

@@ -136,7 +136,7 @@ void IndexFields(const HiveImage& hive, const ScanTables& tables, Hanging& hangi
 
 // A way to a key; ways are followed in the order of belief, and within it first come, first served.
 enum Belief { kAgreed, kFieldOfLost, kListed, kFieldOnly, kBeliefs };
-struct Claim {
+struct KeyClaim {
   uint32_t row;
   uint32_t owner;  // key row that has it
   uint32_t entry;  // in the child-entry table, kNoRow by field
@@ -165,7 +165,7 @@ class Spreader {
         ++belief;
         continue;
       }
-      const Claim claim = NextClaim(static_cast<Belief>(belief));
+      const KeyClaim claim = NextKeyClaim(static_cast<Belief>(belief));
       if (hanging_.reached[claim.row]) continue;
       Reach(claim);
       belief = 0;  // what this key leads to may be believed more
@@ -179,16 +179,16 @@ class Spreader {
  private:
   // An agreed way is the only one of its kind, so the order of these does not matter: taken from
   // the back they need little room.
-  Claim NextClaim(Belief belief) {
+  KeyClaim NextKeyClaim(Belief belief) {
     if (belief != kAgreed) return queues_[belief][heads_[belief]++];
-    const Claim claim = queues_[belief].back();
+    const KeyClaim claim = queues_[belief].back();
     queues_[belief].pop_back();
     return claim;
   }
 
   // A key hangs where it was reached first, for good; the ways on from it are offered by how far
   // they are believed. Each row is reached once, so the walk ends.
-  void Reach(const Claim& claim) {
+  void Reach(const KeyClaim& claim) {
     hanging_.reached[claim.row] = true;
     if (!hanging_.owner.empty()) hanging_.owner[claim.row] = claim.owner;
     hanging_.entry[claim.row] = claim.entry;
@@ -205,7 +205,7 @@ class Spreader {
 
   const ScanTables& tables_;
   Hanging& hanging_;
-  std::array<std::vector<Claim>, kBeliefs> queues_;
+  std::array<std::vector<KeyClaim>, kBeliefs> queues_;
   std::array<size_t, kBeliefs> heads_{};
 };
 

@@ -56,7 +56,7 @@ uint32_t CredibleLength(const HiveImage& hive, uint32_t cell, uint32_t used) {
 
 // False for a place that is no allocated cell, or was claimed before.
 // The first owner keeps the cell, so the order of claims matters: a key, its lists, its values.
-bool Claim(Collection& collection, uint32_t cell, uint64_t used, uint32_t owner, OwnedAs what) {
+bool ClaimCell(Collection& collection, uint32_t cell, uint64_t used, uint32_t owner, OwnedAs what) {
   const HiveImage& hive = collection.hive;
   if (cell % 8 != 0 || !InCellBounds(hive, cell) || !InsideHive(hive, cell, 8)) return false;
   const uint32_t size = ReadU32(hive, cell);
@@ -75,13 +75,13 @@ void ClaimSegments(Collection& collection, uint32_t cell, uint32_t data_length, 
   const uint32_t wanted =
       std::min<uint32_t>(ReadU16(hive, cell + 6), data_length / kBigDataSegment + 1);
   const uint32_t count = AllotEntries(collection, wanted);
-  if (!Claim(collection, list, kCellSizeField + 4 * uint64_t{count}, owner,
-             OwnedAs::kSegmentList)) {
+  if (!ClaimCell(collection, list, kCellSizeField + 4 * uint64_t{count}, owner,
+                 OwnedAs::kSegmentList)) {
     return;
   }
   for (uint32_t i = 0; i < count; ++i) {
     const uint32_t segment = ReadOffset(hive, list + kCellSizeField + 4 * i);
-    Claim(collection, segment, kCellSizeField + kBigDataSegment, owner, OwnedAs::kSegment);
+    ClaimCell(collection, segment, kCellSizeField + kBigDataSegment, owner, OwnedAs::kSegment);
   }
 }
 
@@ -97,8 +97,8 @@ void ClaimData(Collection& collection, uint32_t position) {
   const bool fits = used <= CellLength(ReadU32(hive, cell));
   const bool big = !fits && ReadU16(hive, cell + kCellSizeField) == kSignatureDb;
   if (!big) {
-    Claim(collection, cell, used, position, OwnedAs::kData);
-  } else if (Claim(collection, cell, kListHead + 4, position, OwnedAs::kSegmentList)) {
+    ClaimCell(collection, cell, used, position, OwnedAs::kData);
+  } else if (ClaimCell(collection, cell, kListHead + 4, position, OwnedAs::kSegmentList)) {
     ClaimSegments(collection, cell, value.data_length, position);
   }
 }
@@ -109,7 +109,8 @@ void ClaimValue(Collection& collection, uint32_t position) {
   const HiveImage& hive = collection.hive;
   if (ReadU16(hive, position + 4) != kSignatureVk) return;
   const uint32_t used = kValueName + ReadU16(hive, position + kValueNameLength);
-  if (Claim(collection, position, used, position, OwnedAs::kValue)) ClaimData(collection, position);
+  if (ClaimCell(collection, position, used, position, OwnedAs::kValue))
+    ClaimData(collection, position);
 }
 
 // The value list, then the values in it, as many entries as are allotted: keys that share a list
@@ -121,7 +122,7 @@ void ClaimValues(Collection& collection, uint32_t key) {
   uint32_t entries = AllotEntries(collection, count);
   const uint32_t list = ValueListOf(hive, key);
   const uint64_t used = kCellSizeField + 4 * uint64_t{entries};
-  if (!Claim(collection, list, used, key, OwnedAs::kValueList)) return;
+  if (!ClaimCell(collection, list, used, key, OwnedAs::kValueList)) return;
   collection.values.clear();
   ReadValueList(hive, count, list, entries, collection.values);
   for (const uint32_t value : collection.values) {
@@ -139,7 +140,8 @@ void ClaimSubkeyLists(Collection& collection, uint32_t key) {
     const ListKind kind = ListKindOfSignature(ReadU16(hive, position + 4));
     if (kind == ListKind::kNone) return ListKind::kNone;
     const uint32_t used = kListHead + ReadU16(hive, position + 6) * ListEntrySize(kind);
-    return Claim(collection, position, used, key, OwnedAs::kSubkeyList) ? kind : ListKind::kNone;
+    return ClaimCell(collection, position, used, key, OwnedAs::kSubkeyList) ? kind
+                                                                            : ListKind::kNone;
   };
   if (claim(list) != ListKind::kRi) return;
   const uint32_t children = AllotEntries(collection, ReadU16(hive, list + 6));
@@ -152,18 +154,18 @@ void ClaimKey(Collection& collection, uint32_t key) {
   constexpr uint32_t kLongestName = 512;  // bytes; a damaged length claims more
   const HiveImage& hive = collection.hive;
   const uint32_t name = std::min<uint32_t>(ReadU16(hive, key + kKeyNameLength), kLongestName);
-  if (!Claim(collection, key, kKeyName + name, key, OwnedAs::kKey)) return;
+  if (!ClaimCell(collection, key, kKeyName + name, key, OwnedAs::kKey)) return;
   ClaimSubkeyLists(collection, key);
   ClaimValues(collection, key);
   const uint32_t class_length = ReadU16(hive, key + kKeyClassNameLength);
   if (class_length != 0) {
     const uint32_t class_name = ReadOffset(hive, key + kKeyClassName);
-    Claim(collection, class_name, kCellSizeField + class_length, key, OwnedAs::kClassName);
+    ClaimCell(collection, class_name, kCellSizeField + class_length, key, OwnedAs::kClassName);
   }
   const uint32_t security = ReadOffset(hive, key + kKeySecurity);
   if (ReadU16(hive, security + 4) == kSignatureSk) {
     const uint64_t used = 24 + uint64_t{ReadU32(hive, security + 20)};
-    Claim(collection, security, used, key, OwnedAs::kSecurity);
+    ClaimCell(collection, security, used, key, OwnedAs::kSecurity);
   }
 }
 

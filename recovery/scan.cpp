@@ -26,10 +26,10 @@ constexpr uint32_t kKeyCellWithoutSlack = 128;  // shorter key cells are not sea
 constexpr uint32_t kSteppedProgressLength = 180900;
 // Of a list as long as a block or longer, whose size is no longer a sign that it is one.
 constexpr uint32_t kMaxListCount = 16384;
-constexpr size_t kProgressRows = 128;
+constexpr size_t kRowsShownApart = 128;
 
 // A pass under way.
-struct Walk {
+struct ScanWalk {
   HiveImage& hive;
   ScanTables& tables;
   const ScanOptions& options;
@@ -50,13 +50,13 @@ struct Walk {
   bool spoiled = false;  // and has met one
 };
 
-bool StepsByLength(const Walk& walk, uint32_t length) {
+bool StepsByLength(const ScanWalk& walk, uint32_t length) {
   return length < walk.bin_size && length % 8 == 0;
 }
 
 // True when cells follow each other from `position` exactly to `end`. Cells that were followed
 // before are not followed again, so that all calls together take one walk.
-bool CellsReach(Walk& walk, uint32_t position, uint32_t end) {
+bool CellsReach(ScanWalk& walk, uint32_t position, uint32_t end) {
   if (position < walk.chained) return false;
   while (position < end) {
     const uint32_t length = CellLength(ReadU32(walk.hive, position));
@@ -69,7 +69,7 @@ bool CellsReach(Walk& walk, uint32_t position, uint32_t end) {
 
 // The end of a block, if what follows there confirms it: the block whose offset goes on from this
 // one's, or the end of the image or another hive's base block, to which its cells reach. Else 0.
-uint32_t KnownEnd(Walk& walk, const BinTableRow& row) {
+uint32_t KnownEnd(ScanWalk& walk, const BinTableRow& row) {
   const HiveImage& hive = walk.hive;
   const uint64_t end = uint64_t{row.position} + row.size;
   if (end > hive.length) return 0;
@@ -85,7 +85,7 @@ uint32_t KnownEnd(Walk& walk, const BinTableRow& row) {
 // What is at `p`, by its kind: a block header, the first cell, and cells by their signatures. Each
 // returns where the walk goes on: after the cell where its length is believed, else 8 bytes on, so
 // that records inside damaged cells are met too.
-uint32_t VisitBin(Walk& walk, uint32_t p) {
+uint32_t VisitBin(ScanWalk& walk, uint32_t p) {
   const HiveImage& hive = walk.hive;
   // These are bytes of a cell: no block is inside another one.
   if (p < walk.block_end) return p + 8;
@@ -111,7 +111,7 @@ uint32_t VisitBin(Walk& walk, uint32_t p) {
 }
 
 // For the first key of a block `block_end` is the end of the block before.
-ScannedKey KeyAt(const Walk& walk, uint32_t p, uint16_t flags) {
+ScannedKey KeyAt(const ScanWalk& walk, uint32_t p, uint16_t flags) {
   ScannedKey key;
   key.position = p;
   key.flags = flags;
@@ -120,27 +120,27 @@ ScannedKey KeyAt(const Walk& walk, uint32_t p, uint16_t flags) {
 }
 
 // False where the key cannot be added by this walk, which ends.
-bool MayAddKey(Walk& walk, const ScannedKey& key) {
+bool MayAddKey(ScanWalk& walk, const ScannedKey& key) {
   if (key.flags != kRootKeyFlags && key.position != walk.hive.root_position) return true;
   if (walk.beside != nullptr) walk.beside->Wait();
   walk.spoiled = walk.second;
   return !walk.second;
 }
 
-void AddKey(Walk& walk, const ScannedKey& key) {
+void AddKey(ScanWalk& walk, const ScannedKey& key) {
   const bool added = walk.pass == ScanPass::kCollect && MayAddKey(walk, key);
   if (added) AddScannedKey(walk.hive, key, walk.options, walk.tables);
 }
 
 // The first cell of a hive is its root key, be its size or its signature lost.
-uint32_t VisitFirstCell(Walk& walk, uint32_t p) {
+uint32_t VisitFirstCell(ScanWalk& walk, uint32_t p) {
   const uint32_t length = 0U - ReadU32(walk.hive, p);
   const bool credible = length >= 1 && length <= kShortRootCell && length % 8 == 0;
   AddKey(walk, KeyAt(walk, p, kRootKeyFlags));
   return p + (credible ? length : kShortRootCell);
 }
 
-uint32_t VisitKey(Walk& walk, uint32_t p, uint16_t flags, uint32_t length, int key_class) {
+uint32_t VisitKey(ScanWalk& walk, uint32_t p, uint16_t flags, uint32_t length, int key_class) {
   ScannedKey key = KeyAt(walk, p, flags);
   key.damaged = key_class != 0;
   uint32_t next = StepsByLength(walk, length) ? p + length : p + 8;
@@ -160,7 +160,7 @@ uint32_t VisitKey(Walk& walk, uint32_t p, uint16_t flags, uint32_t length, int k
 
 // Returns where the walk goes on. The cell's length must agree with the name's up to rounding: two
 // letters alone are met by chance. At the next 8 bytes otherwise.
-uint32_t VisitValue(Walk& walk, uint32_t p, uint32_t length) {
+uint32_t VisitValue(ScanWalk& walk, uint32_t p, uint32_t length) {
   const uint32_t name_length = ReadU16(walk.hive, p + kValueNameLength);
   const bool fits = name_length + kValueName <= length && length <= name_length + kValueName + 8;
   if (length > kLongestValueCell || !fits || !StepsByLength(walk, length)) return p + 8;
@@ -171,7 +171,7 @@ uint32_t VisitValue(Walk& walk, uint32_t p, uint32_t length) {
 }
 
 // Returns where the walk goes on.
-uint32_t VisitSecurity(Walk& walk, uint32_t p, uint32_t length) {
+uint32_t VisitSecurity(ScanWalk& walk, uint32_t p, uint32_t length) {
   if (walk.pass == ScanPass::kCollect) {
     walk.tables.securities.push_back(p);
   }
@@ -188,7 +188,7 @@ void DecideListStyle(ScanTables& tables) {
   if (prevails(tables.lf_lists, tables.lh_lists)) tables.list_style = ListStyle::kHinted;
 }
 
-uint32_t VisitList(Walk& walk, uint32_t p, ListKind kind, uint32_t length) {
+uint32_t VisitList(ScanWalk& walk, uint32_t p, ListKind kind, uint32_t length) {
   const uint32_t next = StepsByLength(walk, length) ? p + length : p + 8;
   if (length >= walk.bin_size) {
     const uint32_t count = ReadU16(walk.hive, p + 6);
@@ -210,14 +210,14 @@ uint32_t VisitList(Walk& walk, uint32_t p, ListKind kind, uint32_t length) {
 
 // A large cell that nothing is known of is searched from within, but not beyond its end: `restart`
 // is where its neighbour begins.
-uint32_t VisitUnknown(Walk& walk, uint32_t p, uint32_t length) {
+uint32_t VisitUnknown(ScanWalk& walk, uint32_t p, uint32_t length) {
   if (walk.options.skip_small && length < kSmallCell) return p + length;
   if (walk.restart == 0 && length <= walk.hive.length - p) walk.restart = p + length;
   return p + 8;
 }
 
 // Values first, as most cells of a hive are theirs or their data.
-uint32_t VisitCell(Walk& walk, uint32_t p, uint32_t size) {
+uint32_t ReadCellAt(ScanWalk& walk, uint32_t p, uint32_t size) {
   const uint32_t length = 0U - size;
   if (length % 8 != 0) return p + 8;
   const uint32_t second = ReadU32(walk.hive, p + 4);
@@ -233,7 +233,7 @@ uint32_t VisitCell(Walk& walk, uint32_t p, uint32_t size) {
 }
 
 // While a restart position is pending no step goes beyond it.
-uint32_t HoldAtRestart(Walk& walk, uint32_t p, uint32_t next) {
+uint32_t HoldAtRestart(ScanWalk& walk, uint32_t p, uint32_t next) {
   if (walk.restart == 0) return next;
   if (p < walk.restart && next > walk.restart) next = walk.restart;
   if (next >= walk.restart) walk.restart = 0;
@@ -242,7 +242,7 @@ uint32_t HoldAtRestart(Walk& walk, uint32_t p, uint32_t next) {
 
 // Where cells were moved, no step goes over the first one at its new place: the cell before it
 // is longer by its size than it is.
-uint32_t HoldAtRun(Walk& walk, uint32_t p, uint32_t next) {
+uint32_t HoldAtRun(ScanWalk& walk, uint32_t p, uint32_t next) {
   const std::vector<OffsetRun>& runs = walk.hive.offset_runs;
   while (walk.run < runs.size() && runs[walk.run].position <= p) ++walk.run;
   if (walk.run == runs.size() || next <= runs[walk.run].position) return next;
@@ -251,18 +251,18 @@ uint32_t HoldAtRun(Walk& walk, uint32_t p, uint32_t next) {
 }
 
 // No cell goes on after its block.
-uint32_t HoldAtBlock(const Walk& walk, uint32_t p, uint32_t next) {
+uint32_t HoldAtBlock(const ScanWalk& walk, uint32_t p, uint32_t next) {
   return p < walk.block_end && next > walk.block_end ? walk.block_end : next;
 }
 
 // How far the bar is, and what was found: keys of all rows.
-void ShowProgress(Walk& walk, uint32_t step) {
+void ShowProgress(ScanWalk& walk, uint32_t step) {
   const Host& host = CurrentHost();
   const ScanTables& tables = walk.tables;
   if (step > walk.shown_step) host.progress_position(host.context, walk.shown_step = step);
   const size_t rows = tables.keys.size() + tables.values.size() + tables.securities.size() +
                       tables.lists.size() + tables.bins.size();
-  if (rows < walk.shown_rows + kProgressRows) return;
+  if (rows < walk.shown_rows + kRowsShownApart) return;
   walk.shown_rows = rows;
   ShowStatus((std::to_string(tables.keys.size()) + "/" + std::to_string(rows)).c_str());
 }
@@ -272,7 +272,7 @@ uint32_t ProgressStep(const HiveImage& hive) {
 }
 
 // Where the walk goes on after what is at `cell`.
-uint64_t NextOf(Walk& walk, uint32_t cell) {
+uint64_t NextOf(ScanWalk& walk, uint32_t cell) {
   const HiveImage& hive = walk.hive;
   const uint32_t size = ReadU32(hive, cell);
   uint32_t next = cell + 8;
@@ -282,7 +282,7 @@ uint64_t NextOf(Walk& walk, uint32_t cell) {
              HasRootRemains(hive, cell)) {
     next = VisitFirstCell(walk, cell);
   } else if (IsAllocated(size)) {
-    next = VisitCell(walk, cell, size);
+    next = ReadCellAt(walk, cell, size);
   } else if (cell > kFirstCellPosition && hive.offset_runs.empty()) {
     next = NextOccupied(ImageBytes(hive), cell);
   }
@@ -292,12 +292,12 @@ uint64_t NextOf(Walk& walk, uint32_t cell) {
 
 // Until the walk is at `end` or after it, or at the end of the image, which may come nearer
 // meanwhile. Returns where it is then.
-uint64_t WalkTo(Walk& walk, uint64_t p, uint64_t end) {
-  constexpr uint32_t kStopPollMask = 0x3FF;
+uint64_t WalkTo(ScanWalk& walk, uint64_t p, uint64_t end) {
+  constexpr uint32_t kPollMask = 0x3FF;
   const uint32_t step = ProgressStep(walk.hive);
   uint32_t steps = 0;
   while (p < end && p + 8 <= walk.hive.length && !walk.spoiled) {
-    if ((steps++ & kStopPollMask) == 0) {
+    if ((steps++ & kPollMask) == 0) {
       if (StopRequested()) break;
       if (!walk.second) ShowProgress(walk, static_cast<uint32_t>(p / step));
     }
@@ -327,7 +327,8 @@ bool AreReadsApart(const SubkeyListReads& first, const SubkeyListReads& second, 
 
 // True when the first walk has come to `split` as the second one began there: after a block that
 // ends there, before one whose end is known. Whatever else is carried along is a sum.
-bool Joins(const Walk& first, const Walk& second, uint64_t p, uint32_t split, uint32_t whole) {
+bool Joins(const ScanWalk& first, const ScanWalk& second, uint64_t p, uint32_t split,
+           uint32_t whole) {
   const ScanTables& before = first.tables;
   const ScanTables& after = second.tables;
   const bool lists = after.lf_lists + after.lh_lists != 0;
@@ -382,7 +383,7 @@ void AppendTables(ScanTables& tables, ScanTables& more) {
 
 // Both halves side by side, once the root was met: the rows are those of one walk through all. A
 // second half that does not join is forgotten. Returns where the walk goes on.
-uint64_t WalkHalves(Walk& walk, uint64_t p, uint32_t split) {
+uint64_t WalkHalves(ScanWalk& walk, uint64_t p, uint32_t split) {
   HiveImage& hive = walk.hive;
   p = WalkTo(walk, p, std::max(hive.root_position, kFirstCellPosition) + kKeyName);
   const uint32_t length = hive.length;
@@ -390,7 +391,7 @@ uint64_t WalkHalves(Walk& walk, uint64_t p, uint32_t split) {
   ScanTables tables;
   ResetTables(hive, tables);
   const uint32_t whole = tables.list_reads.left;
-  Walk other{hive, tables, walk.options, walk.pass};
+  ScanWalk other{hive, tables, walk.options, walk.pass};
   other.second = true;
   other.block_end = split;
   {
@@ -448,7 +449,7 @@ void ScanImage(HiveImage& hive, ScanPass pass, const ScanOptions& options, ScanT
   const Host& host = CurrentHost();
   const uint32_t step = ProgressStep(hive);
   host.progress_range(host.context, hive.length / step + 1);
-  Walk walk{hive, tables, options, pass};
+  ScanWalk walk{hive, tables, options, pass};
   uint64_t p = hive.data_start;
   const uint32_t split = pass == ScanPass::kCollect ? SplitOfScan(hive) : 0;
   if (split != 0) p = WalkHalves(walk, p, split);

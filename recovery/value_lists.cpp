@@ -12,28 +12,28 @@
 namespace hivequarry {
 namespace {
 
-constexpr uint32_t kStopPollMask = 0xFF;
+constexpr uint32_t kClaimPollMask = 0xFF;
 
 // A key that names a list.
-struct Claim {
+struct ListClaim {
   uint32_t list = 0;     // position of the list's cell
   uint32_t key = 0;      // position
   uint32_t entries = 0;  // as the key counts them
   bool proven = false;   // the list's cell has room for the key's count
 };
 
-std::vector<Claim> ClaimsOf(const HiveImage& hive, const ScanTables& tables) {
-  std::vector<Claim> claims;
+std::vector<ListClaim> ClaimsOf(const HiveImage& hive, const ScanTables& tables) {
+  std::vector<ListClaim> claims;
   for (const KeyRow& key : tables.keys) {
     if (IsMade(key) || !HasValueList(hive, key.position)) continue;
     claims.push_back({ValueListOf(hive, key.position), key.position,
                       ReadU32(hive, key.position + kKeyValueCount)});
   }
-  std::ranges::sort(claims, [](const Claim& a, const Claim& b) {
+  std::ranges::sort(claims, [](const ListClaim& a, const ListClaim& b) {
     return a.list != b.list ? a.list < b.list : a.key < b.key;
   });
   // Not before they are in order: the lists are read from one end of the image to the other.
-  std::erase_if(claims, [&hive](Claim& claim) {
+  std::erase_if(claims, [&hive](ListClaim& claim) {
     const ValueListPlace place = PlaceValueList(hive, claim.entries, claim.list);
     claim.entries = place.most;
     claim.proven = place.bound == ListBound::kCell;
@@ -56,10 +56,10 @@ uint64_t LevelOf(std::vector<uint64_t> demands, uint64_t most) {
 }
 
 // The claims to one list.
-using Group = std::span<Claim>;
+using Group = std::span<ListClaim>;
 
 // Views into `claims`, which are ordered by list.
-std::vector<Group> GroupsOf(std::vector<Claim>& claims) {
+std::vector<Group> GroupsOf(std::vector<ListClaim>& claims) {
   std::vector<Group> groups;
   for (size_t from = 0; from < claims.size();) {
     size_t to = from + 1;
@@ -73,7 +73,7 @@ std::vector<Group> GroupsOf(std::vector<Claim>& claims) {
 // Puts the key with the best right to the list first: one that its cell has room for, and whose own
 // words the values reach; else one that they allow.
 void PutOwnerFirst(const HiveImage& hive, uint64_t most, Group group) {
-  const uint32_t entries = std::ranges::max(group, {}, &Claim::entries).entries;
+  const uint32_t entries = std::ranges::max(group, {}, &ListClaim::entries).entries;
   std::vector<uint32_t> values;
   ReadValueList(hive, entries, group[0].list,
                 static_cast<uint32_t>(std::min<uint64_t>(most, entries)), values);
@@ -81,7 +81,7 @@ void PutOwnerFirst(const HiveImage& hive, uint64_t most, Group group) {
   for (const uint32_t value : values) {
     if (value != kNoOffset) Widen(hive, value, extremes);
   }
-  const auto right = [&](const Claim& claim) {
+  const auto right = [&](const ListClaim& claim) {
     const ValueExtremes words = ExtremesOfKey(hive, claim.key);
     const bool reached = words.name == extremes.name && words.data == extremes.data;
     return 4 * claim.proven + 2 * reached + Allows(words, extremes);
@@ -89,7 +89,7 @@ void PutOwnerFirst(const HiveImage& hive, uint64_t most, Group group) {
   std::ranges::stable_sort(group, std::ranges::greater(), right);
 }
 
-void LimitWalks(HiveImage& hive, const Claim& claim, uint64_t most) {
+void LimitWalks(HiveImage& hive, const ListClaim& claim, uint64_t most) {
   if (most >= claim.entries) return;
   hive.found.list_notes[claim.key].in_walks = static_cast<uint32_t>(most);
 }
@@ -104,13 +104,13 @@ void LimitShares(HiveImage& hive, std::span<const Group> groups) {
   std::vector<uint64_t> demands;
   for (const Group& group : groups) {
     uint64_t demand = 0;
-    for (const Claim& claim : group.subspan(1)) demand += claim.entries;
+    for (const ListClaim& claim : group.subspan(1)) demand += claim.entries;
     if (demand != 0) demands.push_back(demand);
   }
   const uint64_t level = LevelOf(std::move(demands), kLeast + hive.length / kBytesPerEntry);
   for (const Group& group : groups) {
     uint64_t left = level;
-    for (const Claim& claim : group.subspan(1)) {
+    for (const ListClaim& claim : group.subspan(1)) {
       hive.found.list_notes[claim.key].shared = true;
       if (claim.entries > left) {
         LimitWalks(hive, claim, 0);
@@ -127,7 +127,7 @@ PositionIndex ProvenValues(const HiveImage& hive, std::span<const Group> groups,
   ResetIndex(values, hive.length);
   std::vector<uint32_t> entries;
   for (const Group& group : groups) {
-    const Claim& owner = group[0];
+    const ListClaim& owner = group[0];
     if (!owner.proven) continue;
     entries.clear();
     ReadValueList(hive, owner.entries, owner.list,
@@ -139,7 +139,7 @@ PositionIndex ProvenValues(const HiveImage& hive, std::span<const Group> groups,
 
 // How many entries are its key's, of a list whose cell or count is wrong. Where the cell is sound a
 // value that contradicts the key's words is a damaged one, and others of the key come after it.
-uint32_t OwnEntries(const HiveImage& hive, const Claim& claim, const PositionIndex& proven,
+uint32_t OwnEntries(const HiveImage& hive, const ListClaim& claim, const PositionIndex& proven,
                     uint64_t most) {
   std::vector<uint32_t> values;
   ReadValueList(hive, ReadU32(hive, claim.key + kKeyValueCount), claim.list,
@@ -162,10 +162,10 @@ uint32_t OwnEntries(const HiveImage& hive, const Claim& claim, const PositionInd
 // Bounds the entries of lists whose cells do not say how long they are. What sound lists name is
 // gathered only when the first guess is met: most hives have none.
 void SettleGuesses(HiveImage& hive, std::span<const Group> groups, uint64_t most) {
-  const auto is_guess = [](const Claim& claim) { return !claim.proven; };
+  const auto is_guess = [](const ListClaim& claim) { return !claim.proven; };
   PositionIndex proven;
   for (const Group& group : groups) {
-    for (const Claim& claim : group) {
+    for (const ListClaim& claim : group) {
       if (!is_guess(claim) || StopRequested()) continue;
       if (NoteOfValueList(hive, claim.key).in_walks == 0) continue;
       if (proven.bits.empty()) proven = ProvenValues(hive, groups, most);
@@ -195,16 +195,16 @@ void SettleValueLists(HiveImage& hive, const ScanTables& tables) {
   if (!hive.data_base_proven) return;
   // Keys that share lists count more values than there are.
   if (!tables.repaired && tables.counted_values <= tables.values.size()) return;
-  std::vector<Claim> claims = ClaimsOf(hive, tables);
+  std::vector<ListClaim> claims = ClaimsOf(hive, tables);
   const std::vector<Group> groups = GroupsOf(claims);
   std::vector<uint64_t> demands;
   demands.reserve(groups.size());
   for (const Group& group : groups) {
-    demands.push_back(std::ranges::max(group, {}, &Claim::entries).entries);
+    demands.push_back(std::ranges::max(group, {}, &ListClaim::entries).entries);
   }
   const uint64_t level = LevelOf(std::move(demands), hive.length / 4);
   for (size_t i = 0; i < groups.size(); ++i) {
-    if ((i & kStopPollMask) == 0 && StopRequested()) return;
+    if ((i & kClaimPollMask) == 0 && StopRequested()) return;
     if (groups[i].size() > 1) PutOwnerFirst(hive, level, groups[i]);
     LimitWalks(hive, groups[i][0], level);
   }

@@ -15,14 +15,14 @@
 namespace hivequarry {
 namespace {
 
-constexpr size_t kWindowSize = 1024 * 1024;
+constexpr size_t kRunWindow = 1024 * 1024;
 constexpr uint64_t kProgressSize = 2201000;  // smaller files are read without a progress bar
 
 // The stretch of the file that is in memory; it moves along with the search.
 class FileWindow {
  public:
   FileWindow(std::FILE* stream, uint64_t size)
-      : stream_(stream), size_(size), bytes_(kWindowSize), progress_(size >= kProgressSize) {
+      : stream_(stream), size_(size), bytes_(kRunWindow), progress_(size >= kProgressSize) {
     if (progress_) ShowRange(100);
   }
   ~FileWindow() {
@@ -98,7 +98,7 @@ struct Block {
 };
 
 // Blocks of one hive that follow each other.
-struct Run {
+struct BlockRun {
   uint64_t start = 0;
   uint64_t end = 0;  // after its last byte
   Block last;
@@ -140,7 +140,7 @@ bool IsFollowed(FileWindow& window, const Block& block) {
 
 // Offset 0 begins a hive anew. A block within the last one's length continues the run where offset
 // and place go together.
-bool Continues(const Run& run, const Block& block) {
+bool Continues(const BlockRun& run, const Block& block) {
   if (block.own_offset == 0) return false;
   if (block.position == run.last.end) return true;
   const uint64_t distance = block.position - run.last.position;
@@ -149,8 +149,8 @@ bool Continues(const Run& run, const Block& block) {
 
 // A base block right before the first block belongs to the run, unless the run before it reaches
 // over that place.
-Run BeginRun(FileWindow& window, const Block& block, const Run* before) {
-  Run run{block.position, block.end, block};
+BlockRun BeginRun(FileWindow& window, const Block& block, const BlockRun* before) {
+  BlockRun run{block.position, block.end, block};
   if (block.position < kBaseBlockSize) return run;
   const uint64_t base = block.position - kBaseBlockSize;
   const bool free = before == nullptr || base > before->last.position;
@@ -161,7 +161,7 @@ Run BeginRun(FileWindow& window, const Block& block, const Run* before) {
 // Places in the file: first byte, last byte, size in bytes.
 // `end` is before the run's own where its last block's size reaches into the next run or beyond the
 // file.
-void AddRun(OutputList& list, const Run& run, uint64_t end) {
+void AddRun(OutputList& list, const BlockRun& run, uint64_t end) {
   const uint64_t last = end - 1;
   const uint64_t size = end - run.start;
   AddListRow(list,
@@ -174,7 +174,7 @@ void AddRun(OutputList& list, const Run& run, uint64_t end) {
 // A block whose size is not confirmed by what follows it is left after its header, so that a
 // made-up size hides no blocks.
 void AddRuns(FileWindow& window, OutputList& list) {
-  Run run;
+  BlockRun run;
   bool open = false;
   Block block;
   for (uint64_t at = 0; FindBlock(window, at, block);) {
@@ -182,7 +182,7 @@ void AddRuns(FileWindow& window, OutputList& list) {
       run.end = std::max(run.end, block.end);
       run.last = block;
     } else {
-      const Run next = BeginRun(window, block, open ? &run : nullptr);
+      const BlockRun next = BeginRun(window, block, open ? &run : nullptr);
       if (open) AddRun(list, run, std::min(run.end, next.start));
       run = next;
       open = true;

@@ -94,7 +94,7 @@ std::string SummaryWords(const HiveImage& hive, CheckedState state, const CheckR
 }
 
 // Makes the rows of findings. Neighbours are often of one key, whose path is made once.
-struct RowMaker {
+struct FindingRows {
   const HiveImage& hive;
   const CheckedHive& checked;
   ByteView bytes;
@@ -104,7 +104,7 @@ struct RowMaker {
   std::string path;
 };
 
-const std::string& PathOf(RowMaker& maker, uint32_t key) {
+const std::string& PathOf(FindingRows& maker, uint32_t key) {
   if (key != maker.key || maker.path.empty()) {
     maker.key = key;
     maker.path =
@@ -114,13 +114,13 @@ const std::string& PathOf(RowMaker& maker, uint32_t key) {
 }
 
 // Where the image has a position of what was judged.
-uint32_t ImagePosition(const RowMaker& maker, uint32_t place) {
+uint32_t ImagePosition(const FindingRows& maker, uint32_t place) {
   return maker.in_file ? PositionOfPlace(maker.hive, place) : place;
 }
 
 // Positions shown are those of the judged bytes; the datum, by which a row leads to the tree, is
 // where the image has that byte, or none.
-void AddFindingRow(RowMaker& maker, CheckedHive& checked, const CheckFinding& finding) {
+void AddFindingRow(FindingRows& maker, CheckedHive& checked, const CheckFinding& finding) {
   const uint32_t place = finding.position;
   const uint32_t datum = ImagePosition(maker, place);
   const std::string position = PositionText(place);
@@ -163,7 +163,7 @@ std::vector<const CheckFinding*> WantedFindings(const CheckResult& result,
 
 // Cells that nothing names are notes, one row for all of them where notes are left out. Findings
 // that the check itself did not keep are noted as a shortfall.
-void AddRows(RowMaker& maker, const CheckListOptions& options, CheckedHive& checked) {
+void AddRows(FindingRows& maker, const CheckListOptions& options, CheckedHive& checked) {
   const CheckResult& result = checked.result;
   uint64_t wanted = 0;
   for (const CheckFinding* finding : WantedFindings(result, options)) {
@@ -193,7 +193,7 @@ CheckedHive CheckOpenedHive(const HiveImage& hive, CheckedState state,
   checked.list = MakeOutputList(kListCheck);
   SetListSubtitle(*checked.list, checked.summary);
   const bool replayed = state == CheckedState::kReplayed && IsReplayed(hive);
-  RowMaker maker{hive, checked, judged.bytes, !replayed, DisplayedRoot(hive), kNoCheckedKey, {}};
+  FindingRows maker{hive, checked, judged.bytes, !replayed, DisplayedRoot(hive), kNoCheckedKey, {}};
   AddRows(maker, options, checked);
   ShowStatus("");
   return checked;

@@ -15,9 +15,8 @@
 namespace hivequarry {
 namespace {
 
-constexpr char kLineEnd[] = "\r\n";
 // Bytes of UTF-8 that are gathered before the sink gets them.
-constexpr size_t kBufferSize = 64 * 1024;
+constexpr size_t kFlushSize = 64 * 1024;
 
 // Makes each line from `start` on a comment.
 void CommentOut(std::string& out, size_t start) {
@@ -102,7 +101,7 @@ class FreedWriter {
             ", last written " + date + " UTC");
     if (WriteKeyLine(key.position)) ++result_.keys;
     WriteValuesOf(key.position, true);
-    if (out_.size() >= kBufferSize) Flush();
+    if (out_.size() >= kFlushSize) Flush();
   }
 
   // Of a key in use, or of one that was not chosen or is not known.
@@ -118,7 +117,7 @@ class FreedWriter {
     const std::string_view shown = FirstUnits(line, kMaxScriptPath);
     fits_ = shown.size() == line.size() && HoldsNames(key, line);
     const size_t start = out_.size();
-    out_.append(shown).append(kLineEnd);
+    out_.append(shown).append(kScriptLineEnd);
     if (fits_) return true;
     ++result_.skipped;
     CommentOut(out_, start);
@@ -156,7 +155,7 @@ class FreedWriter {
     const auto first = std::ranges::lower_bound(values_, key, {}, key_of);
     const auto end = std::ranges::upper_bound(values_, key, {}, key_of);
     for (auto row = first; row != end && write && !Ended(); ++row) WriteValue(all[*row]);
-    if (write) out_ += kLineEnd;
+    if (write) out_ += kScriptLineEnd;
     return static_cast<size_t>(end - first);
   }
 
@@ -182,7 +181,7 @@ class FreedWriter {
     if (content.in_use || !named || !fits_) CommentOut(out_, start);
     ++result_.values;
     result_.doubted += content.in_use;
-    if (out_.size() >= kBufferSize) Flush();
+    if (out_.size() >= kFlushSize) Flush();
   }
 
   void Skip(const std::string& where, const char* why) {
@@ -190,7 +189,7 @@ class FreedWriter {
     Comment(where + ": left out, as " + why);
   }
 
-  void Comment(const std::string& text) { out_.append("; ").append(text).append(kLineEnd); }
+  void Comment(const std::string& text) { out_.append("; ").append(text).append(kScriptLineEnd); }
 
   void Flush() {
     EncodeScript(form_, out_, bytes_);

@@ -48,7 +48,7 @@ void AddLog(OutputList& list, const HiveLog& log, const std::string& use) {
 }
 
 // What comparing all states may cost: bytes of images that are loaded and of pages put into them.
-constexpr uint64_t kMostWork = uint64_t{16} << 30;
+constexpr uint64_t kMostListWork = uint64_t{16} << 30;
 
 uint64_t BytesOfSteps(const HiveLogs& logs, size_t steps) {
   uint64_t bytes = 0;
@@ -117,7 +117,7 @@ OutputListPtr ListLogChanges(const HiveImage& hive) {
     size_t to = from + 1;
     // Each state is made anew, from the file and all entries up to it.
     work += hive.length + BytesOfSteps(logs, to);
-    if (work > kMostWork && to != count) {
+    if (work > kMostListWork && to != count) {
       NoteShortfall(Shortfall::kLogEntries, count - from);
       // All that is left as one step, so that the last state is compared in any case.
       to = count;

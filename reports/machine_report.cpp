@@ -42,7 +42,7 @@ struct Overview {
 };
 
 // What a key says: its item, and of which control set it is.
-struct Place {
+struct FoundKey {
   uint32_t item = kNoItem;
   std::string note;
 };
@@ -78,9 +78,9 @@ std::string NoteOn(const Teller& teller, uint32_t item, std::string note) {
 }
 
 // The keys at a path below the root; one that begins with "CCS\" is sought in every control set.
-std::vector<Place> PlacesOf(const Teller& teller, std::string_view path) {
+std::vector<FoundKey> PlacesOf(const Teller& teller, std::string_view path) {
   constexpr std::string_view kAnySet = "CCS\\";
-  std::vector<Place> places;
+  std::vector<FoundKey> places;
   if (!path.starts_with(kAnySet)) {
     const uint32_t item = KeyBelow(teller, 0, path);
     if (item != kNoItem) places.push_back({item, NoteOn(teller, item, {})});
@@ -227,7 +227,7 @@ std::string BuildNote(const ValueFact& fact, const std::string& text) {
 
 // A value that is there and can't be read has a row that says so.
 void AddValueFact(Overview& over, Teller& teller, const ValueFact& fact) {
-  for (const Place& place : PlacesOf(teller, fact.path)) {
+  for (const FoundKey& place : PlacesOf(teller, fact.path)) {
     SourceKey key;
     SourceValue value;
     if (!ReadKey(teller, place.item, key)) continue;
@@ -242,10 +242,10 @@ void AddValueFact(Overview& over, Teller& teller, const ValueFact& fact) {
 // --- lists of subkeys ---------------------------------------------------------------------------
 
 // Gets a subkey; its item and note are the place's.
-using TellOfKey = std::function<void(const SourceKey& key, const Place& place)>;
+using TellOfKey = std::function<void(const SourceKey& key, const FoundKey& place)>;
 // The children of all keys that the path leads to, in all control sets; made keys are passed over.
 void ForEachSubkey(Teller& teller, const char* path, const TellOfKey& tell) {
-  for (const Place& place : PlacesOf(teller, path)) {
+  for (const FoundKey& place : PlacesOf(teller, path)) {
     for (uint32_t child = FirstChild(teller.tree, place.item); child != kNoItem && !StopRequested();
          child = NextSibling(teller.tree, child)) {
       SourceKey key;
@@ -284,7 +284,7 @@ constexpr SubkeyFact kSubkeyFacts[] = {
 
 // Of each subkey the first of the fact's values that has text.
 void AddSubkeyFact(Overview& over, Teller& teller, const SubkeyFact& fact) {
-  ForEachSubkey(teller, fact.path, [&](const SourceKey& key, const Place& place) {
+  ForEachSubkey(teller, fact.path, [&](const SourceKey& key, const FoundKey& place) {
     for (const char* name : fact.values) {
       SourceValue value;
       if (name == nullptr || !teller.keys->FindValue(name, value)) continue;
@@ -300,7 +300,7 @@ void AddSubkeyFact(Overview& over, Teller& teller, const SubkeyFact& fact) {
 // The type of the unnamed value of an account's key is its number.
 void AddAccounts(Overview& over, Teller& teller) {
   ForEachSubkey(teller, "SAM\\Domains\\Account\\Users\\Names",
-                [&](const SourceKey& key, const Place& place) {
+                [&](const SourceKey& key, const FoundKey& place) {
                   SourceValue value;
                   std::string text = key.name;
                   const bool numbered = teller.keys->FindValue("", value);
@@ -311,7 +311,7 @@ void AddAccounts(Overview& over, Teller& teller) {
 
 // "Disk&Ven_...&Prod_..." with an instance below, which has the name.
 void AddDisksOf(Overview& over, Teller& teller, const char* path) {
-  ForEachSubkey(teller, path, [&](const SourceKey& device, const Place& place) {
+  ForEachSubkey(teller, path, [&](const SourceKey& device, const FoundKey& place) {
     const bool disk = StartsIgnoringCase(device.name, "Disk");
     for (uint32_t at = FirstChild(teller.tree, place.item); disk && at != kNoItem;
          at = NextSibling(teller.tree, at)) {
@@ -357,7 +357,7 @@ std::string DeviceWords(const SourceValue& value) {
 // Values without a letter are volumes that no letter leads to, and are left out here.
 void AddDrives(Overview& over, Teller& teller) {
   constexpr std::string_view kLetter = "\\DosDevices\\";
-  for (const Place& place : PlacesOf(teller, "MountedDevices")) {
+  for (const FoundKey& place : PlacesOf(teller, "MountedDevices")) {
     SourceKey key;
     SourceValue value;
     if (!ReadKey(teller, place.item, key)) continue;

@@ -9,7 +9,7 @@ namespace {
 
 // Of one text, and characters of one path: texts of a damaged hive may be as long as they like.
 constexpr size_t kMaxPaths = 64;
-constexpr size_t kMaxPath = 1039;
+constexpr size_t kMaxTextPath = 1039;
 constexpr size_t kMaxVariable = 64;  // characters of a variable's name
 
 // What files that can be started or loaded are called: after such a name a blank or comma begins
@@ -94,7 +94,7 @@ bool HasExtension(std::string_view path) {
 
 // Where the path that a text begins with ends.
 size_t PathEnd(std::string_view text, bool quoted) {
-  const size_t limit = FirstUnits(text, kMaxPath).size();
+  const size_t limit = FirstUnits(text, kMaxTextPath).size();
   for (size_t at = IsDrive(text) ? 2 : 1; at < limit; ++at) {
     const char c = text[at];
     if (EndsAnyPath(c) || c == ':') return at;
@@ -132,7 +132,7 @@ std::string Cleaned(std::string_view path) {
 // A path that goes on says so.
 std::string Cut(std::string path, bool goes_on) {
   constexpr std::string_view kDots = "...";
-  if (goes_on) path.replace(std::min(path.size(), kMaxPath - kDots.size()), path.npos, kDots);
+  if (goes_on) path.replace(std::min(path.size(), kMaxTextPath - kDots.size()), path.npos, kDots);
   return path;
 }
 
@@ -155,7 +155,7 @@ std::vector<std::string> PathsInText(std::string_view text, uint64_t* left_out) 
     size_t length = prefix + PathEnd(rest.substr(prefix), quoted);
     if (before == ' ') length = CutProse(rest.substr(0, length));
     if (paths.size() < kMaxPaths) {
-      paths.push_back(Cut(Cleaned(rest.substr(0, length)), length == prefix + kMaxPath));
+      paths.push_back(Cut(Cleaned(rest.substr(0, length)), length == prefix + kMaxTextPath));
     } else {
       ++more;
     }

@@ -25,12 +25,10 @@
 namespace hivequarry {
 namespace {
 
-constexpr char kLineEnd[] = "\r\n";
 // The same sign that the code page has for a character that it lacks.
-constexpr char kUnwritable = '?';  // in place of what a line cannot hold
 
 // Bytes of UTF-8 that are gathered before the sink gets them.
-constexpr size_t kBufferSize = 64 * 1024;
+constexpr size_t kScriptFlushSize = 64 * 1024;
 // How often the status line says how far it is.
 constexpr uint32_t kKeysPerNotice = 33;
 constexpr uint32_t kManyValues = 128;  // of a key: it is always shown
@@ -140,7 +138,7 @@ class ScriptWriter {
     const uint32_t parent = tree_.items[item].parent;
     const bool begins = item != 0 && StandsInTree(item) && IsRecovered(tree_, item) &&
                         (parent == 0 || !IsRecovered(tree_, parent));
-    if (begins) out_.append("; recovered: ").append(line_, 1).append(kLineEnd);
+    if (begins) out_.append("; recovered: ").append(line_, 1).append(kScriptLineEnd);
   }
 
   KeyLayer LayerOf(uint32_t item) const {
@@ -156,7 +154,7 @@ class ScriptWriter {
     ++result_.tombstone_keys;
     const bool deletes = tombstones_ == Tombstones::kDeletions && item != 0 && StandsInTree(item);
     out_.append(deletes ? "[-" : "; tombstone: ").append(line_, 1).append(deletes ? "]" : "");
-    out_.append(kLineEnd).append(kLineEnd);
+    out_.append(kScriptLineEnd).append(kScriptLineEnd);
   }
 
   // A layered hive says with it that the value of the hive below is gone: a deletion, or a comment
@@ -259,9 +257,9 @@ class ScriptWriter {
     if (LayerOf(item) != KeyLayer::kMerge) {
       ++result_.superseding_keys;
       out_.append("; ").append(KeyStatusText(hive_, tree_.items[item]));
-      out_.append(" in the hive below: ").append(line_, 1).append(kLineEnd);
+      out_.append(" in the hive below: ").append(line_, 1).append(kScriptLineEnd);
     }
-    out_.append(line_).append("]").append(kLineEnd);
+    out_.append(line_).append("]").append(kScriptLineEnd);
     ++result_.keys;
     positions_.clear();
     odd_values_.clear();
@@ -277,15 +275,15 @@ class ScriptWriter {
         result_.skipped.push_back({key_, PlaceOfLostValue(hive_, entry)});
       }
     }
-    out_ += kLineEnd;
-    if (out_.size() >= kBufferSize) Flush();
+    out_ += kScriptLineEnd;
+    if (out_.size() >= kScriptFlushSize) Flush();
   }
 
   // Importing programs pass over lines of this kind.
   void WriteListStatus(uint32_t key) {
     const std::string status = ValueListStatus(hive_, key);
     if (status.empty()) return;
-    out_.append("; the values of this key are not sure: ").append(status).append(kLineEnd);
+    out_.append("; the values of this key are not sure: ").append(status).append(kScriptLineEnd);
   }
 
   // Values that lose characters in this form are written all the same and noted.
@@ -305,7 +303,7 @@ class ScriptWriter {
     if (odd) NoteValueName(value);
     ++result_.values;
     if (result_.values % kValuesPerStatus == 0) ShowCount();
-    if (out_.size() >= kBufferSize) Flush();
+    if (out_.size() >= kScriptFlushSize) Flush();
   }
 
   void LeaveOut(uint32_t item) {

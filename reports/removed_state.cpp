@@ -12,7 +12,7 @@ namespace hivequarry {
 namespace {
 
 // What finding the entries may cost: bytes of images that are loaded and of pages put into them.
-constexpr uint64_t kMostWork = uint64_t{4} << 30;
+constexpr uint64_t kMostStateWork = uint64_t{4} << 30;
 
 // A key or a value that is looked for in the states in between.
 struct Sought {
@@ -43,12 +43,12 @@ uint64_t CostOf(const HiveImage& hive, size_t steps) {
 
 // All of a run are there before step `by.first` and gone after step `by.last`. The state in the
 // middle tells which half each went in, so that states which removed nothing are not looked at.
-struct Run {
+struct StateRun {
   std::vector<Sought> sought;
   RemovedBy by;
 };
 
-void Settle(Run& run, std::vector<Sought>& settled) {
+void Settle(StateRun& run, std::vector<Sought>& settled) {
   for (Sought& each : run.sought) {
     each.by = run.by;
     settled.push_back(each);
@@ -59,19 +59,19 @@ void Settle(Run& run, std::vector<Sought>& settled) {
 // settled as they are: by a range of entries, not by one.
 void FindEntries(const HiveImage& hive, std::vector<Sought>& sought) {
   const auto last = static_cast<uint32_t>(hive.logs->steps.size() - 1);
-  std::vector<Run> runs;
+  std::vector<StateRun> runs;
   runs.push_back({std::move(sought), {0, last}});
   sought.clear();
   uint64_t work = 0;
   while (!runs.empty() && !StopRequested()) {
-    Run run = std::move(runs.back());
+    StateRun run = std::move(runs.back());
     runs.pop_back();
     if (run.sought.empty()) continue;
     // What the state after `middle` still has was removed later, all else by then.
     const uint32_t middle = run.by.first + (run.by.last - run.by.first) / 2;
     if (run.by.first != run.by.last) work += CostOf(hive, middle + 1);
     HiveImage image;
-    const bool look = run.by.first != run.by.last && work <= kMostWork;
+    const bool look = run.by.first != run.by.last && work <= kMostStateWork;
     if (look) image = ImageAfter(hive, middle + 1);
     // Not looked at, or no memory for the image.
     if (image.length == 0) {
@@ -79,8 +79,8 @@ void FindEntries(const HiveImage& hive, std::vector<Sought>& sought) {
       continue;
     }
     const HiveState state = StateOf(image);
-    Run later{{}, {middle + 1, run.by.last}};
-    Run sooner{{}, {run.by.first, middle}};
+    StateRun later{{}, {middle + 1, run.by.last}};
+    StateRun sooner{{}, {run.by.first, middle}};
     for (const Sought& each : run.sought) {
       (IsThere(state, each) ? later : sooner).sought.push_back(each);
     }

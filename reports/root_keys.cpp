@@ -21,13 +21,13 @@
 namespace hivequarry {
 namespace {
 
-constexpr size_t kWindowSize = 1024 * 1024;
+constexpr size_t kRootWindow = 1024 * 1024;
 constexpr uint32_t kLongestName = 256;  // of a single-byte name, as the tree shows it
 
-using KeyBytes = std::array<uint8_t, kKeyName>;
+using KeyHead = std::array<uint8_t, kKeyName>;
 
 // All readers here go beyond the place where the image was cut.
-bool ReadHeldKey(const HiveImage& hive, uint32_t position, KeyBytes& key) {
+bool ReadHeldKey(const HiveImage& hive, uint32_t position, KeyHead& key) {
   return ReadHeldBytes(hive, position, key.data(), kKeyName) == kKeyName;
 }
 
@@ -37,7 +37,7 @@ uint32_t ReadHeldU32(const HiveImage& hive, uint32_t position) {
 }
 
 // An allocated key cell with room for its name.
-bool IsWholeKey(const HiveImage& hive, uint32_t position, const KeyBytes& key) {
+bool IsWholeKey(const HiveImage& hive, uint32_t position, const KeyHead& key) {
   if (LoadU16(&key[4]) != kSignatureNk) return false;
   const uint32_t size = LoadU32(key.data());
   const uint32_t needed = kKeyName + LoadU16(&key[kKeyNameLength]);
@@ -51,10 +51,10 @@ template <typename Found>
 void ForEachRootMark(const HiveImage& hive, const Found& found) {
   constexpr uint32_t kMark = 8;  // size, signature and flags
   constexpr uint8_t kFlags = kRootKeyFlags & 0xFF;
-  std::vector<uint8_t> bytes(kWindowSize);
+  std::vector<uint8_t> bytes(kRootWindow);
   for (uint64_t start = 0; start + kMark <= hive.held && !StopRequested();) {
     const auto from = static_cast<uint32_t>(start);
-    const uint32_t got = ReadHeldBytes(hive, from, bytes.data(), kWindowSize);
+    const uint32_t got = ReadHeldBytes(hive, from, bytes.data(), kRootWindow);
     if (got < kMark) return;
     const uint8_t* const stop = bytes.data() + got - 1;  // a byte of the flags is after
     const uint8_t* at = bytes.data() + kKeyFlags;
@@ -74,7 +74,7 @@ void ForEachRootMark(const HiveImage& hive, const Found& found) {
 std::vector<uint32_t> FindRootCells(const HiveImage& hive, const KeyTree& tree) {
   std::vector<uint32_t> cells;
   ForEachRootMark(hive, [&](uint32_t position) {
-    KeyBytes key;
+    KeyHead key;
     const bool apart = cells.empty() || position - cells.back() >= kKeyName;
     if (!apart || !ReadHeldKey(hive, position, key)) return;
     if (IsWholeKey(hive, position, key)) cells.push_back(position);
@@ -89,7 +89,7 @@ std::vector<uint32_t> FindRootCells(const HiveImage& hive, const KeyTree& tree) 
 // As a system accepts one: the first cell of a block whose own offset is 0, and a subkey list,
 // where it has subkeys, at the offset that counts from that block. Reads what is held, also after a
 // cut.
-bool IsValidRoot(const HiveImage& hive, uint32_t position, const KeyBytes& key) {
+bool IsValidRoot(const HiveImage& hive, uint32_t position, const KeyHead& key) {
   if (position < kBinHeaderSize || !IsWholeKey(hive, position, key)) return false;
   const uint32_t block = position - kBinHeaderSize;
   if (ReadHeldU32(hive, block) != kBinSignature || ReadHeldU32(hive, block + 4) != 0) return false;
@@ -102,7 +102,7 @@ bool IsValidRoot(const HiveImage& hive, uint32_t position, const KeyBytes& key) 
 
 // With a root's flags the name is of single bytes, and is read also after the place where the image
 // was cut.
-std::string HeldName(const HiveImage& hive, uint32_t position, const KeyBytes& key) {
+std::string HeldName(const HiveImage& hive, uint32_t position, const KeyHead& key) {
   if (LoadU16(&key[kKeyFlags]) != kRootKeyFlags) return ShownKeyName(ReadKeyName(hive, position));
   std::vector<uint8_t> bytes(std::min<uint32_t>(LoadU16(&key[kKeyNameLength]), kLongestName));
   bytes.resize(
@@ -120,7 +120,7 @@ uint32_t ShownItem(const HiveImage& hive, const KeyTree& tree, uint32_t position
 
 // The path is empty for a root that is no key of this tree.
 void AddRootRow(const HiveImage& hive, const KeyTree& tree, uint32_t position, OutputList& list) {
-  KeyBytes key{};
+  KeyHead key{};
   ReadHeldKey(hive, position, key);
   const uint32_t item = ShownItem(hive, tree, position);
   const uint64_t last_write =

@@ -14,9 +14,6 @@
 namespace hivequarry {
 namespace {
 
-constexpr char kLineEnd[] = "\r\n";
-constexpr char kUnwritable = '?';  // in place of what a line cannot hold
-
 // What a character is written as between quotes: itself (0), a letter after a backslash, or
 // kUnwritable in its place.
 constexpr std::array<char, 256> kQuotedForms = [] {
@@ -258,7 +255,7 @@ bool BeginValueLine(std::string_view name, std::string& out) {
 
 bool FormatScriptDeletion(std::string_view name, std::string& out) {
   if (!BeginValueLine(name, out)) return false;
-  out.append("-").append(kLineEnd);
+  out.append("-").append(kScriptLineEnd);
   return true;
 }
 
@@ -271,7 +268,7 @@ bool FormatScriptBytes(std::string_view name, uint32_t type, std::span<const uin
   out.resize(start + 3 * data.size() + 1);
   const char* const end = WriteHexRun(data, out.data() + start);
   out.resize(static_cast<size_t>(end - out.data()) - (data.empty() ? 0 : 1));  // the last comma
-  out += kLineEnd;
+  out += kScriptLineEnd;
   return true;
 }
 
@@ -285,7 +282,7 @@ bool FormatScriptValue(std::string_view name, uint32_t type, std::span<const uin
   } else {
     AppendData5(type, data, line_start, out);
   }
-  out += kLineEnd;
+  out += kScriptLineEnd;
   return true;
 }
 

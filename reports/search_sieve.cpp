@@ -14,11 +14,11 @@
 namespace hivequarry {
 namespace {
 
-constexpr uint32_t kStretchShift = 6;     // 64 bytes a stretch
-constexpr uint32_t kBlock = 128;          // bytes looked at together
-constexpr uint32_t kPiece = 1024 * 1024;  // from one question whether to stop to the next
-constexpr uint32_t kMaxKeyName = 510;     // bytes of a key's name that are read
-constexpr uint32_t kMaxBigCells = 4096;   // more of them and no sieve is made
+constexpr uint32_t kStretchShift = 6;          // 64 bytes a stretch
+constexpr uint32_t kSieveBlock = 128;          // bytes looked at together
+constexpr uint32_t kSievePiece = 1024 * 1024;  // from one question whether to stop to the next
+constexpr uint32_t kMaxKeyName = 510;          // bytes of a key's name that are read
+constexpr uint32_t kMaxBigCells = 4096;        // more of them and no sieve is made
 constexpr uint32_t kMaxSegments = kMaxValueData / kBigDataSegment + 1;
 
 // A character to look for: a byte matches when it is `value` with the bits of `ignored` set.
@@ -172,11 +172,11 @@ bool StandsAt(const SievedRun& run, std::span<const uint8_t> bytes, size_t at) {
   return true;
 }
 
-// Non-zero when one of kBlock places has the one byte and, one or two places on, the other; there
-// are two bytes after the block. Plain enough for the compiler to take many places at a time.
+// Non-zero when one of kSieveBlock places has the one byte and, one or two places on, the other;
+// there are two bytes after the block. Plain enough for the compiler to take many places at a time.
 uint8_t BlockHasPair(const uint8_t* bytes, SievedByte one, SievedByte other) {
   uint8_t found = 0;
-  for (uint32_t i = 0; i < kBlock; ++i) {
+  for (uint32_t i = 0; i < kSieveBlock; ++i) {
     const uint8_t here = (bytes[i] | one.ignored) == one.value ? 0xFF : 0;
     const uint8_t next = (bytes[i + 1] | other.ignored) == other.value ? 0xFF : 0;
     const uint8_t wide = (bytes[i + 2] | other.ignored) == other.value ? 0xFF : 0;
@@ -185,14 +185,14 @@ uint8_t BlockHasPair(const uint8_t* bytes, SievedByte one, SievedByte other) {
   return found;
 }
 
-// Calls `found` with each place from `start` to `end` where the pair may begin. Reads up to kBlock
-// bytes after, which are there after an image.
+// Calls `found` with each place from `start` to `end` where the pair may begin. Reads up to
+// kSieveBlock bytes after, which are there after an image.
 template <typename Found>
 void ForEachPair(const uint8_t* bytes, size_t start, size_t end, SievedByte one, SievedByte other,
                  const Found& found) {
-  for (size_t block = start; block < end; block += kBlock) {
+  for (size_t block = start; block < end; block += kSieveBlock) {
     if (BlockHasPair(bytes + block, one, other) == 0) continue;
-    for (size_t at = block; at < std::min(end, block + kBlock); ++at) {
+    for (size_t at = block; at < std::min(end, block + kSieveBlock); ++at) {
       const bool second = other.Matches(bytes[at + 1]) || other.Matches(bytes[at + 2]);
       if (one.Matches(bytes[at]) && second) found(at);
     }
@@ -213,8 +213,8 @@ class Sieving {
     if (run_.bytes.size() < 2) return false;
     run_.pair = RarestPair(run_.bytes, image_);
     sieve_.stones.assign((size_t{hive_.length} >> kStretchShift) / 64 + 1, 0);
-    for (size_t start = 0; start < image_.size(); start += kPiece) {
-      const size_t end = std::min(start + kPiece, image_.size());
+    for (size_t start = 0; start < image_.size(); start += kSievePiece) {
+      const size_t end = std::min(start + kSievePiece, image_.size());
       if (StopRequested() || !SievePiece(start, end)) return false;
     }
     SieveEdits();
@@ -293,7 +293,7 @@ class Sieving {
 }  // namespace
 
 SearchSieve SieveImage(const HiveImage& hive, const SearchPattern& pattern) {
-  static_assert(kBlock + 2 <= kImageSlack);
+  static_assert(kSieveBlock + 2 <= kImageSlack);
   SearchSieve sieve;
   const bool text = !pattern.settings.regular && !pattern.everything;
   if (hive.buffer != nullptr && text &&

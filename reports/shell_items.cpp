@@ -15,9 +15,9 @@ namespace {
 using Span = std::span<const uint8_t>;
 
 // More than any folder is deep: what a list has after these is not read, and the path says so.
-constexpr uint32_t kMaxItems = 256;  // of a list
-constexpr size_t kMaxName = 520;     // characters
-constexpr size_t kMaxPath = 520;     // characters; what becomes longer loses its beginning
+constexpr uint32_t kMaxItems = 256;   // of a list
+constexpr size_t kMaxName = 520;      // characters
+constexpr size_t kMaxItemPath = 520;  // characters; what becomes longer loses its beginning
 
 // An item, counted from its size field:
 //
@@ -45,7 +45,7 @@ constexpr uint8_t kAddress = 0x61;
 constexpr uint8_t kControlPanelItem = 0x71;
 constexpr uint8_t kUserFile = 0x74;
 constexpr uint8_t kUnicodeName = 0x04;  // of a file item
-constexpr uint8_t kFile = 0x02;
+constexpr uint8_t kFileItem = 0x02;
 constexpr uint8_t kHasGuid = 0x80;  // in the byte after the kind, of a name space item
 
 // What is at offset 4 or 6 of items whose kind alone does not say enough.
@@ -207,7 +207,7 @@ ShellItem ReadFile(Span item) {
   constexpr size_t kName = 14;
   const uint8_t kind = U8At(item, 2);
   ShellItem shown;
-  shown.is_file = (kind & kFile) != 0;
+  shown.is_file = (kind & kFileItem) != 0;
   shown.size = shown.is_file ? U32At(item, 4) : 0;
   shown.modified = U32At(item, 8);
   const bool wide = (kind & kUnicodeName) != 0;
@@ -343,7 +343,7 @@ std::string JoinItemPath(std::string_view parent, std::string_view name) {
   const bool anew = name.starts_with("\\\\") || (name.size() >= 2 && name[1] == ':');
   if (anew || parent.empty()) return std::string(name);
   std::string path(parent);
-  if (CountUnits(path) + CountUnits(name) >= kMaxPath) path = TailOf(path);
+  if (CountUnits(path) + CountUnits(name) >= kMaxItemPath) path = TailOf(path);
   if (!path.ends_with('\\')) path += '\\';
   return path += name;
 }

@@ -12,18 +12,18 @@ namespace {
 
 // --- where reports begin -----------------------------------------------------------------------
 
-struct Place {
+struct ItemAt {
   const HiveImage& hive;
   const KeyTree& tree;
   uint32_t item;
 };
 
-std::string NameOf(const Place& at) { return ItemName(at.hive, at.tree, at.item); }
+std::string NameOf(const ItemAt& at) { return ItemName(at.hive, at.tree, at.item); }
 
-bool Named(const Place& at, const char* name) { return EqualIgnoringCase(NameOf(at), name); }
+bool Named(const ItemAt& at, const char* name) { return EqualIgnoringCase(NameOf(at), name); }
 
 // True when a key hangs where it was found only because nothing tells what lies above it.
-bool IsLoose(const Place& at) {
+bool IsLoose(const ItemAt& at) {
   const uint32_t parent = at.tree.items[at.item].parent;
   if (parent == kNoItem) return true;
   const KeyItem& it = at.tree.items[parent];
@@ -32,13 +32,13 @@ bool IsLoose(const Place& at) {
 
 // True when `fits` holds for the parent, or nothing is known of that.
 template <typename Fits>
-bool ParentFits(const Place& at, const Fits& fits) {
-  return IsLoose(at) || fits(Place{at.hive, at.tree, at.tree.items[at.item].parent});
+bool ParentFits(const ItemAt& at, const Fits& fits) {
+  return IsLoose(at) || fits(ItemAt{at.hive, at.tree, at.tree.items[at.item].parent});
 }
 
 // At the top of the hive: hardware profiles have keys of such names too, which hold no services.
 // The root's text is a path, and what counts of it is the end.
-bool IsControlSet(const Place& at) {
+bool IsControlSet(const ItemAt& at) {
   if (at.tree.items[at.item].parent != 0 && !IsLoose(at)) return false;
   const std::string path = NameOf(at);
   const std::string_view name = LastName(path);
@@ -46,19 +46,19 @@ bool IsControlSet(const Place& at) {
   return name.size() == 13 && EqualIgnoringCase(name.substr(0, 10), "ControlSet");
 }
 
-bool IsServices(const Place& at) { return Named(at, "Services") && ParentFits(at, IsControlSet); }
+bool IsServices(const ItemAt& at) { return Named(at, "Services") && ParentFits(at, IsControlSet); }
 
-bool IsUninstall(const Place& at) {
+bool IsUninstall(const ItemAt& at) {
   return Named(at, "Uninstall") &&
-         ParentFits(at, [](const Place& parent) { return Named(parent, "CurrentVersion"); });
+         ParentFits(at, [](const ItemAt& parent) { return Named(parent, "CurrentVersion"); });
 }
 
-bool IsUserAssist(const Place& at) { return Named(at, "UserAssist"); }
+bool IsUserAssist(const ItemAt& at) { return Named(at, "UserAssist"); }
 
 // A key of that name without subkeys is a reference to a class, not a place of classes.
-bool IsClassIds(const Place& at) { return Named(at, "CLSID") && HasChildren(at.tree, at.item); }
+bool IsClassIds(const ItemAt& at) { return Named(at, "CLSID") && HasChildren(at.tree, at.item); }
 
-bool HasClassIds(const Place& at) {
+bool HasClassIds(const ItemAt& at) {
   for (uint32_t child = FirstChild(at.tree, at.item); child != kNoItem;
        child = NextSibling(at.tree, child)) {
     if (IsClassIds({at.hive, at.tree, child})) return true;
@@ -67,24 +67,24 @@ bool HasClassIds(const Place& at) {
 }
 
 // The root of a hive of classes tells by what it holds, any other such key by its name.
-bool IsClasses(const Place& at) {
+bool IsClasses(const ItemAt& at) {
   const std::string path = NameOf(at);
   const std::string_view name = LastName(path);
   if (EqualIgnoringCase(name, "Classes")) return true;
   return at.item == 0 && HasClassIds(at);
 }
 
-bool IsFileTypes(const Place& at) { return IsClasses(at) || Named(at, "FileExts"); }
+bool IsFileTypes(const ItemAt& at) { return IsClasses(at) || Named(at, "FileExts"); }
 
-bool IsOpenSaveMru(const Place& at) {
+bool IsOpenSaveMru(const ItemAt& at) {
   return Named(at, "OpenSaveMRU") || Named(at, "OpenSavePidlMRU");
 }
 
-bool IsViewMru(const Place& at) { return Named(at, "StreamMRU") || Named(at, "BagMRU"); }
+bool IsViewMru(const ItemAt& at) { return Named(at, "StreamMRU") || Named(at, "BagMRU"); }
 
 // At which keys a report may begin.
 struct Beginning {
-  bool (*begins)(const Place&);  // null: at any key
+  bool (*begins)(const ItemAt&);  // null: at any key
   bool anywhere = false;  // at a key that was named too, though it holds no such key: the user may
                           // know better
   bool entries = false;   // each subkey is an entry of its own; what lies in one is no entry
@@ -189,7 +189,7 @@ const ReportRow& RowOf(Report report) {
 // The beginning that the item is or lies in, with the item itself or, of entries, the one that it
 // belongs to. No item when it lies in none.
 // From the item up to the root: linear in the depth.
-ReportStart StartAround(const Place& at, const Beginning& beginning) {
+ReportStart StartAround(const ItemAt& at, const Beginning& beginning) {
   uint32_t below = kNoItem;
   for (uint32_t item = at.item; item != kNoItem; item = at.tree.items[item].parent) {
     const bool key = IsKeyOrCopy(at.tree, item);
@@ -203,7 +203,7 @@ ReportStart StartAround(const Place& at, const Beginning& beginning) {
 }
 
 // What is below a beginning belongs to it and begins nothing by itself.
-std::vector<ReportStart> BeginningsBelow(const Place& at, const Beginning& beginning) {
+std::vector<ReportStart> BeginningsBelow(const ItemAt& at, const Beginning& beginning) {
   std::vector<ReportStart> found;
   const uint32_t end = at.tree.items[at.item].end;
   for (uint32_t item = at.item; item < end && !StopRequested();) {
@@ -230,7 +230,7 @@ std::vector<ReportStart> FindReportKeys(const HiveImage& hive, const KeyTree& tr
                                         uint32_t item, bool named) {
   if (item >= tree.items.size()) return {};
   const Beginning& beginning = RowOf(report).beginning;
-  const Place at = {hive, tree, item};
+  const ItemAt at = {hive, tree, item};
   if (beginning.begins == nullptr) return {{item, 1}};
   const ReportStart around = StartAround(at, beginning);
   if (around.item != kNoItem) return {around};

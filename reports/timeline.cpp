@@ -26,7 +26,7 @@
 namespace hivequarry {
 namespace {
 
-constexpr size_t kBlock = size_t{1} << 18;  // of texts and what leads to them, bytes
+constexpr size_t kTextBlock = size_t{1} << 18;  // of texts and what leads to them, bytes
 // Of many, which are read in another order than that in which they were put there: large pages.
 constexpr size_t kLargeBlock = size_t{8} << 20;
 constexpr size_t kSmallBlocks = 8;
@@ -123,7 +123,7 @@ char* KeptRoom(Timeline& timeline, size_t size) {
   std::deque<std::string>& kept = timeline.kept;
   const size_t taken = (size + kAligned - 1) / kAligned * kAligned;
   if (kept.empty() || kept.back().capacity() - kept.back().size() < taken) {
-    const size_t block = kept.size() < kSmallBlocks ? kBlock : kLargeBlock;
+    const size_t block = kept.size() < kSmallBlocks ? kTextBlock : kLargeBlock;
     ReserveLarge(kept.emplace_back(), std::max(block, taken));
   }
   std::string& block = kept.back();
@@ -375,9 +375,9 @@ void AddBaseTimes(Timeline& timeline, const HiveImage& hive, const TimelineOptio
 // Empty for other files of a user, as UsrClass.dat, whose folder is not the profile's.
 std::string UserOfStoredName(const HiveImage& hive) {
   const std::string name = TextOfWide(ReadBaseBlock(BaseBlockBytes(hive)).file_name);
-  constexpr std::string_view kFile = "\\ntuser.dat";
-  if (!EndsIgnoringCase(name, kFile)) return {};
-  const std::string_view folder = std::string_view(name).substr(0, name.size() - kFile.size());
+  constexpr std::string_view kUsersFile = "\\ntuser.dat";
+  if (!EndsIgnoringCase(name, kUsersFile)) return {};
+  const std::string_view folder = std::string_view(name).substr(0, name.size() - kUsersFile.size());
   const size_t slash = folder.rfind('\\');
   if (slash == folder.npos) return {};
   const std::string_view above = folder.substr(0, slash);

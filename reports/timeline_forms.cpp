@@ -18,12 +18,12 @@ namespace hivequarry {
 namespace {
 
 constexpr uint64_t kLatest = 157469184000000000;  // 2100-01-01 as a FILETIME
-constexpr size_t kPiece = 1 << 18;                // bytes handed on at once
+constexpr size_t kHandedOn = 1 << 18;             // bytes handed on at once
 constexpr size_t kAhead = 8;  // events from one fetch of a part of their paths to the next
 
 // Lines on their way to the sink.
 struct Lines {
-  std::vector<char> room = std::vector<char>(2 * kPiece);
+  std::vector<char> room = std::vector<char>(2 * kHandedOn);
   size_t used = 0;
 };
 
@@ -544,7 +544,7 @@ bool WriteShelf(const TimelineShelf& shelf, EventWriter& writer, const TextSink&
     }
     PutEvent(ReadEvent(shelf.events[i], writer.path), writer);
     ++counts.lines;
-    if (writer.out.used < kPiece) continue;
+    if (writer.out.used < kHandedOn) continue;
     if (StopRequested() || (sink && !HandOn(writer.out, sink))) return false;
   }
   return true;

@@ -17,10 +17,8 @@ namespace {
 
 constexpr const char* kEveryone = "S-1-1-0";
 constexpr const char* kOwnerRights = "S-1-3-4";
-// A flag and a type of entries, and a control bit of descriptors. An entry to be inherited alone
-// says nothing of the key itself; without the bit there is no access list, and everybody may do
-// everything.
-constexpr uint8_t kInheritOnly = 0x08;
+// A type of entries, and a control bit of descriptors: without it there is no access list, and
+// everybody may do everything.
 constexpr uint8_t kAllowIf = 9;  // with a condition after the SID
 constexpr uint16_t kHasDacl = 0x0004;
 constexpr uint32_t kOfOwners = 0x60000;  // an owner may read and change the rights
@@ -71,7 +69,7 @@ struct EntryWalk {
   }
   // In the order of the list, which is the order in which a system asks its entries.
   void Visit(const AceInfo& ace) {
-    if (!ace.valid || ace.sid_text.empty() || (ace.flags & kInheritOnly) != 0) return;
+    if (!ace.valid || ace.sid_text.empty() || (ace.flags & kAceInheritOnly) != 0) return;
     const uint32_t rights = MapGenericRights(ace.mask);
     owner_rights = owner_rights || ace.sid_text == kOwnerRights;
     if (ace.type == kAceDeny) Deny(ace, rights);

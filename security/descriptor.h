@@ -50,6 +50,8 @@ struct SecurityRecordInfo {
 // The plain types. From 5 on there are those of objects and of callbacks, and mandatory labels
 // (0x11).
 enum AceType : uint8_t { kAceAllow = 0, kAceDeny = 1, kAceAudit = 2, kAceAlarm = 3 };
+// Of an entry's flags: for what inherits alone, so it says nothing of the key itself.
+inline constexpr uint8_t kAceInheritOnly = 0x08;
 inline constexpr uint8_t kAceInherited = 0x10;
 // One entry of a list; positions as in SecurityRecordInfo.
 struct AceInfo {

@@ -15,11 +15,10 @@ struct BitWord {
 
 // Flags of an entry: keys are containers, and have nothing in them that is none.
 constexpr uint32_t kContainerInherit = 0x02;
-constexpr uint32_t kInheritOnly = 0x08;
 constexpr BitWord kFlagWords[] = {{0x01, "object_inherit"},
                                   {kContainerInherit, "this key and subkeys"},
                                   {0x04, "this container only"},
-                                  {kInheritOnly, "inherit only"},
+                                  {kAceInheritOnly, "inherit only"},
                                   {kAceInherited, "inherited"},
                                   {0x0F, "valid_inherit"},
                                   {0x40, "success"},
@@ -123,7 +122,7 @@ uint32_t AddAces(RecordText& report, Section section, const AclPlace& acl, uint3
 
 std::string FormatInheritFlags(uint8_t flags) {
   if (flags == 0) return "this key only";
-  constexpr uint32_t kSubkeysOnly = kContainerInherit | kInheritOnly;
+  constexpr uint32_t kSubkeysOnly = kContainerInherit | kAceInheritOnly;
   std::string text;
   uint32_t bits = flags;
   if ((bits & kSubkeysOnly) == kSubkeysOnly) {

@@ -171,10 +171,10 @@ TEST_F(SnapshotTest, AnOpenHiveIsNotLoadedAndItsCopyLiesElsewhereWithItsLogs) {
 }
 
 TEST_F(SnapshotTest, TakesTheFirstTemporaryKeyThatIsFree) {
-  EXPECT_EQ(FindFreeTempKey(kUsers), u"Temp01");
+  EXPECT_EQ(FindFreeTempKey(kUsersRoot), u"Temp01");
   registry_.At(u"HKU\\Temp01");
   registry_.At(u"HKU\\temp02");
-  EXPECT_EQ(FindFreeTempKey(kUsers), u"Temp03");
+  EXPECT_EQ(FindFreeTempKey(kUsersRoot), u"Temp03");
   registry_.At(u"HKU\\Temp04");
   for (const char* name : {"HKU", "HKU\\Temp04"}) {  // the mount is no part of the users' keys
     ASSERT_EQ(Make(name), SnapshotStep::kDone) << message_;

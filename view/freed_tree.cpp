@@ -10,12 +10,12 @@
 namespace hivequarry {
 namespace {
 
-constexpr uint32_t kNoRow = kNoItem;
+constexpr uint32_t kNoFreedRow = kNoItem;
 
 // A deleted key on its way to its place.
 struct Placed {
-  uint32_t host = kNoItem;  // the item of the hive's tree that it hangs below
-  uint32_t above = kNoRow;  // or the deleted key
+  uint32_t host = kNoItem;       // the item of the hive's tree that it hangs below
+  uint32_t above = kNoFreedRow;  // or the deleted key
   uint32_t row = 0;
   std::string name;  // by which siblings are in order
 };
@@ -29,7 +29,7 @@ Placed PlaceOfKey(const HiveImage& hive, const KeyTree& tree, const FreedRecords
   placed.name = CapitalsOfText(FreedKeyName(hive, key));
   if (key.in_circle || key.parent == kNoOffset) return placed;
   placed.above = key.parent_row;
-  if (placed.above == kNoRow) placed.host = ItemOfPosition(tree, key.parent);
+  if (placed.above == kNoFreedRow) placed.host = ItemOfPosition(tree, key.parent);
   return placed;
 }
 
@@ -37,7 +37,7 @@ Placed PlaceOfKey(const HiveImage& hive, const KeyTree& tree, const FreedRecords
 // deleted keys.
 bool IsBefore(const Placed& a, const Placed& b) {
   const auto group = [](const Placed& placed) {
-    return placed.above != kNoRow ? 2 : placed.host != kNoItem ? 1 : 0;
+    return placed.above != kNoFreedRow ? 2 : placed.host != kNoItem ? 1 : 0;
   };
   return std::forward_as_tuple(group(a), a.host, a.above, a.name, a.row) <
          std::forward_as_tuple(group(b), b.host, b.above, b.name, b.row);
@@ -52,10 +52,10 @@ class TreeMaker {
   TreeMaker(FreedTree& freed, const std::vector<Placed>& placed) : freed_(freed), placed_(placed) {
     below_.assign(freed.records.keys.size() + 1, 0);
     for (const Placed& each : placed) {
-      if (each.above != kNoRow) ++below_[each.above + 1];
+      if (each.above != kNoFreedRow) ++below_[each.above + 1];
     }
     first_below_ = static_cast<uint32_t>(
-        std::ranges::find_if(placed, [](const Placed& each) { return each.above != kNoRow; }) -
+        std::ranges::find_if(placed, [](const Placed& each) { return each.above != kNoFreedRow; }) -
         placed.begin());
     for (size_t row = 1; row < below_.size(); ++row) below_[row] += below_[row - 1];
   }
@@ -66,7 +66,7 @@ class TreeMaker {
     KeyTree& tree = freed_.tree;
     tree.root_text = kFreedTitle;
     freed_.items.assign(freed_.records.keys.size(), kNoItem);
-    Add(kNoRow, kNoItem);
+    Add(kNoFreedRow, kNoItem);
     tree.items[0].kind = ItemKind::kDisconnectedKeys;
     uint32_t at = 0;
     for (; at < first_below_ && placed_[at].host == kNoItem; ++at) AddBranch(placed_[at].row, 0);
@@ -90,7 +90,7 @@ class TreeMaker {
     KeyItem& it = freed_.tree.items.emplace_back();
     it.parent = parent;
     freed_.rows.push_back(row);
-    if (row == kNoRow) return item;
+    if (row == kNoFreedRow) return item;
     it.position = freed_.records.keys[row].position;
     freed_.items[row] = item;
     return item;
@@ -182,8 +182,8 @@ uint32_t FreedItemAt(const FreedTree& freed, uint32_t position) {
 }
 
 const FreedKey* FreedKeyOf(const FreedTree& freed, uint32_t item) {
-  const uint32_t row = item < freed.rows.size() ? freed.rows[item] : kNoRow;
-  return row == kNoRow ? nullptr : &freed.records.keys[row];
+  const uint32_t row = item < freed.rows.size() ? freed.rows[item] : kNoFreedRow;
+  return row == kNoFreedRow ? nullptr : &freed.records.keys[row];
 }
 
 // Branches were added in the order of their hosts, so the tops ascend by their items too, and the

@@ -34,8 +34,8 @@ const char* WhereWords(FreedPlace place) {
   }
 }
 
-std::string RecordWords(const HiveImage& hive, const char* what, uint32_t position,
-                        FreedPlace place) {
+std::string WordsOfRecord(const HiveImage& hive, const char* what, uint32_t position,
+                          FreedPlace place) {
   return Concat({"This ", what, " was deleted. Its record at ", PlaceWords(hive, position), " ",
                  WhereWords(place), "."});
 }
@@ -67,7 +67,7 @@ std::string BondWords(const HiveImage& hive, const KeyTree& tree, const FreedTre
 
 std::string WhyOfKey(const HiveImage& hive, const KeyTree& tree, const FreedTree& freed,
                      const FreedKey& key) {
-  std::string why = RecordWords(hive, "key", key.position, key.place);
+  std::string why = WordsOfRecord(hive, "key", key.position, key.place);
   why += BondWords(hive, tree, freed, key);
   if (key.values != 0) {
     why += Concat({" Of its ", Counted(key.values, "value"), " the list still leads to ",
@@ -96,7 +96,7 @@ std::string KeyOfValueWords(const HiveImage& hive, const KeyTree& tree, const Fr
 
 std::string WhyOfValue(const HiveImage& hive, const KeyTree& tree, const FreedTree& freed,
                        const FreedValue& value, const FreedContent& content) {
-  std::string why = RecordWords(hive, "value", value.position, value.place);
+  std::string why = WordsOfRecord(hive, "value", value.position, value.place);
   why += KeyOfValueWords(hive, tree, freed, value);
   if (content.in_use) {
     why += " Its data's place is in use again: they may be another value's.";

@@ -7,7 +7,7 @@
 namespace hivequarry {
 namespace {
 
-using Bytes = std::vector<uint8_t>;
+using ByteRun = std::vector<uint8_t>;
 
 // Typing on and on becomes several steps, so that undo does not take away too much.
 constexpr size_t kLongestRun = 256;
@@ -18,7 +18,7 @@ size_t MemoryOf(const HexChange& change) {
 }
 
 // Puts `bytes` in place of `length` bytes at `position`.
-void Exchange(Bytes& all, uint32_t position, size_t length, std::span<const uint8_t> bytes) {
+void Exchange(ByteRun& all, uint32_t position, size_t length, std::span<const uint8_t> bytes) {
   const size_t common = std::min(length, bytes.size());
   const auto at = all.begin() + position;
   std::copy_n(bytes.begin(), common, at);
@@ -30,7 +30,7 @@ void Exchange(Bytes& all, uint32_t position, size_t length, std::span<const uint
   }
 }
 
-void Append(Bytes& to, const Bytes& bytes) { to.insert(to.end(), bytes.begin(), bytes.end()); }
+void Append(ByteRun& to, const ByteRun& bytes) { to.insert(to.end(), bytes.begin(), bytes.end()); }
 
 // --- history -------------------------------------------------------------------------------------
 
@@ -180,7 +180,7 @@ bool FindForward(HexBytes& hex, std::span<const uint8_t> sequence, size_t from) 
 // The last place that ends at `until` or before: the first one of the reversed sequence in the
 // reversed bytes.
 bool FindBackward(HexBytes& hex, std::span<const uint8_t> sequence, size_t until) {
-  const Bytes reversed(sequence.rbegin(), sequence.rend());
+  const ByteRun reversed(sequence.rbegin(), sequence.rend());
   auto at = std::make_reverse_iterator(hex.bytes.cbegin() + static_cast<ptrdiff_t>(until));
   if (!FindEnd(at, hex.bytes.crend(), reversed)) return false;
   const auto start = static_cast<uint32_t>(hex.bytes.crend() - at);
@@ -190,7 +190,7 @@ bool FindBackward(HexBytes& hex, std::span<const uint8_t> sequence, size_t until
 
 }  // namespace
 
-void SetBytes(HexBytes& hex, Bytes bytes) {
+void SetBytes(HexBytes& hex, ByteRun bytes) {
   if (bytes.size() > kMaxHexBytes) bytes.resize(kMaxHexBytes);
   hex.bytes = std::move(bytes);
   hex.caret = HexCaret();
@@ -202,7 +202,7 @@ HexRange SelectionOf(const HexBytes& hex) {
   return {start, end};
 }
 
-Bytes SelectedBytes(const HexBytes& hex) {
+ByteRun SelectedBytes(const HexBytes& hex) {
   const HexRange selection = SelectionOf(hex);
   return {hex.bytes.begin() + selection.start, hex.bytes.begin() + selection.end};
 }

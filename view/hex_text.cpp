@@ -5,11 +5,11 @@
 #include "hive/value_input.h"
 #include "host/host.h"
 #include "host/number_text.h"
+#include "view/shown_text.h"
 
 namespace hivequarry {
 namespace {
 
-constexpr char16_t kZeroSymbol = 0x2400;
 constexpr char16_t kNoCharacter = 0xFFFD;
 bool IsControl(char16_t unit) { return unit < 0x20 || (unit >= 0x7F && unit < 0xA0); }
 

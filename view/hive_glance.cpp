@@ -12,7 +12,7 @@
 namespace hivequarry {
 namespace {
 
-constexpr size_t kHashDigits = 8;   // shown of a hash
+constexpr size_t kDigitsShown = 8;  // shown of a hash
 constexpr size_t kSecondsEnd = 19;  // of "2012-04-07T13:05:14.5115038Z"
 
 GlanceTone ToneOfCount(uint64_t count) {
@@ -27,7 +27,7 @@ GlancePart FilePart(const HiveImage& hive) {
 GlancePart HashPart(const GlanceFacts& facts) {
   const std::string& hash = facts.hashes.hive;
   if (!hash.empty()) {
-    return {"SHA-256 " + hash.substr(0, kHashDigits) + "...", "SHA-256: " + hash};
+    return {"SHA-256 " + hash.substr(0, kDigitsShown) + "...", "SHA-256: " + hash};
   }
   switch (facts.hashing) {
     case HashProgress::kUnderWay:

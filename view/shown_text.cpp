@@ -7,8 +7,6 @@
 namespace hivequarry {
 namespace {
 
-constexpr char16_t kZeroSymbol = 0x2400;
-
 // A character of two units stays whole.
 bool IsInside(const std::u16string& text, size_t at) {
   return at > 0 && at < text.size() && (text[at] & 0xFC00) == 0xDC00 &&

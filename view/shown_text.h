@@ -7,6 +7,9 @@
 
 namespace hivequarry {
 
+// A zero where it would end a text.
+inline constexpr char16_t kZeroSymbol = 0x2400;
+
 // Names and value texts as UTF-16. A zero character would end the text in a control, so it becomes
 // its visible symbol.
 std::u16string ShownText(std::string_view shown);

@@ -24,7 +24,7 @@ constexpr size_t kLongestText = 64;    // characters shown of a text
 constexpr double kOleEpoch = 109'205;  // days from 1601 to 1899-12-30
 constexpr double kSecondsPerDay = 86'400;
 
-struct Bytes {
+struct PlaceBytes {
   std::span<const uint8_t> from;  // the place on
   size_t selected = 0;            // 0: nothing is
 
@@ -51,7 +51,7 @@ std::string NumberText(uint64_t number, size_t size) {
 }
 
 // Of a selection the size that it has, else all sizes that there are bytes for.
-void AddNumbers(const Bytes& bytes, Meanings& out) {
+void AddNumbers(const PlaceBytes& bytes, Meanings& out) {
   constexpr struct {
     size_t size;
     const char* little;
@@ -80,7 +80,7 @@ void AddTime(const char* label, uint64_t file_time, Meanings& out) {
 
 // Bounds are those of the times that people meet: an OLE time is taken for one from 1982 to 2105,
 // milliseconds from 1970 on by more than some days, as smaller numbers are counts.
-void AddTimes(const Bytes& bytes, Meanings& out) {
+void AddTimes(const PlaceBytes& bytes, Meanings& out) {
   if (bytes.Allows(8)) {
     const uint64_t wide = bytes.Little(8);
     AddTime("FILETIME", wide, out);
@@ -111,7 +111,7 @@ bool IsPlausibleReal(double number) {
 }
 
 // Any bytes are some number: only those of a size that people store are shown.
-void AddReals(const Bytes& bytes, Meanings& out) {
+void AddReals(const PlaceBytes& bytes, Meanings& out) {
   if (bytes.Allows(4)) {
     const auto real = std::bit_cast<float>(static_cast<uint32_t>(bytes.Little(4)));
     if (IsPlausibleReal(real)) out.push_back({"Float", RealText(real)});
@@ -123,7 +123,7 @@ void AddReals(const Bytes& bytes, Meanings& out) {
 }
 
 // A SID says by itself how long it is; a selection must be as long.
-void AddIdentifiers(const Bytes& bytes, Meanings& out) {
+void AddIdentifiers(const PlaceBytes& bytes, Meanings& out) {
   if (bytes.Allows(16)) {
     const Guid guid = GuidOfBytes(bytes.from.first<16>());
     std::string text = GuidText(guid);
@@ -148,7 +148,7 @@ std::string Quoted(std::string_view text, bool more) {
 bool EndsText(uint32_t unit) { return unit < 32 && unit != '\t' && unit != '\r' && unit != '\n'; }
 
 // Up to what ends it, or the end of the selection.
-void AddTexts(const Bytes& bytes, Meanings& out) {
+void AddTexts(const PlaceBytes& bytes, Meanings& out) {
   // One more than is shown tells that there is more.
   const size_t room = bytes.selected != 0 ? bytes.selected : bytes.from.size();
   const std::span<const uint8_t> all = bytes.from.first(std::min(room, 2 * (kLongestText + 1)));
@@ -171,7 +171,7 @@ void AddTexts(const Bytes& bytes, Meanings& out) {
 }
 
 // A list that ends within the bytes and whose items are all of known kinds.
-void AddItemList(const Bytes& bytes, Meanings& out) {
+void AddItemList(const PlaceBytes& bytes, Meanings& out) {
   constexpr size_t kLongestItems = 1 << 16;
   constexpr size_t kLeastItem = 4;
   const size_t room = bytes.selected != 0 ? bytes.selected : bytes.from.size();
@@ -201,11 +201,11 @@ constexpr size_t kLongestDescriptor = 0xFF00;
 // What its header says must be so, as any 20 bytes may be asked about.
 bool IsDescriptor(std::span<const uint8_t> bytes) {
   if (bytes.size() < kDescriptorHeader || bytes[0] != 1) return false;
-  const Bytes header{bytes, 0};
+  const PlaceBytes header{bytes, 0};
   if ((header.Little(4) >> 16 & kSelfRelative) == 0) return false;
   bool any = false;
   for (size_t field = 4; field < kDescriptorHeader; field += 4) {
-    const uint64_t offset = Bytes{bytes.subspan(field), 0}.Little(4);
+    const uint64_t offset = PlaceBytes{bytes.subspan(field), 0}.Little(4);
     if (offset == 0) continue;
     if (offset < kDescriptorHeader || offset >= bytes.size()) return false;
     any = true;
@@ -235,7 +235,7 @@ void AddEntries(ByteView cell, const AclPlace& acl, const char* label, Meanings&
 }
 
 // The reader of security records wants a cell: one is made around the bytes.
-void AddDescriptor(const Bytes& bytes, Meanings& out) {
+void AddDescriptor(const PlaceBytes& bytes, Meanings& out) {
   const size_t room = bytes.selected != 0 ? bytes.selected : bytes.from.size();
   const std::span<const uint8_t> descriptor = bytes.from.first(std::min(room, kLongestDescriptor));
   if (!IsDescriptor(descriptor)) return;
@@ -265,7 +265,7 @@ std::string LinesOfStrings(std::span<const uint8_t> data) {
 
 // Eight bytes as a number, and as the times that they could be.
 std::string WideNumber(std::span<const uint8_t> data) {
-  const Bytes bytes{data, 0};
+  const PlaceBytes bytes{data, 0};
   std::string text = NumberText(bytes.Little(8), 8) + "\r\n";
   Meanings times;
   AddTimes({data, 8}, times);
@@ -286,7 +286,7 @@ std::string PropertyLines(const PropertyValue& value) {
 std::vector<Meaning> MeaningsAt(std::span<const uint8_t> data, size_t at, size_t length) {
   Meanings meanings;
   if (at >= data.size()) return meanings;
-  const Bytes bytes{data.subspan(at), std::min(length, data.size() - at)};
+  const PlaceBytes bytes{data.subspan(at), std::min(length, data.size() - at)};
   AddNumbers(bytes, meanings);
   AddTimes(bytes, meanings);
   AddReals(bytes, meanings);
@@ -319,9 +319,10 @@ std::string ValueAsText(uint32_t type, std::span<const uint8_t> data) {
     case kRegQword:
       return data.size() == 8 ? WideNumber(data) : std::string();
     case kRegDword:
-      return data.size() == 4 ? NumberText(Bytes{data, 0}.Little(4), 4) + "\r\n" : std::string();
+      return data.size() == 4 ? NumberText(PlaceBytes{data, 0}.Little(4), 4) + "\r\n"
+                              : std::string();
     case kRegDwordBigEndian:
-      return data.size() == 4 ? NumberText(Bytes{data, 0}.Big(4), 4) + "\r\n" : std::string();
+      return data.size() == 4 ? NumberText(PlaceBytes{data, 0}.Big(4), 4) + "\r\n" : std::string();
     default:
       return PropertyLines(ReadPropertyValue(type, data));
   }

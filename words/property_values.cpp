@@ -56,7 +56,7 @@ constexpr Element kUint64 = {"uint64", Form::kUnsigned, 8};
 constexpr Element kFloat = {"float", Form::kReals, 4};
 constexpr Element kDouble = {"double", Form::kReal, 8};
 constexpr Element kBoolean = {"boolean", Form::kBoolean, 1};
-constexpr Element kText = {"text", Form::kText, 0};
+constexpr Element kTextElement = {"text", Form::kText, 0};
 constexpr Element kTime = {"time", Form::kTime, 8};
 constexpr Element kGuid = {"GUID", Form::kGuid, 16};
 
@@ -74,7 +74,7 @@ constexpr Element kAppElements[] = {
     kDouble,
     {"character", Form::kCharacter, 2},
     kBoolean,
-    kText,
+    kTextElement,
     {"composite", Form::kComposite, 0},
     kTime,
     {"time span", Form::kSpan, 8},
@@ -105,7 +105,7 @@ constexpr Element kPropertyElements[] = {
     {"date", Form::kReal, 8},
     kTime,
     kBoolean,
-    kText,
+    kTextElement,
     {"security descriptor", Form::kBytes, 0},
     {"security descriptor as text", Form::kText, 0},
     {"property key", Form::kBytes, 20},

@@ -67,7 +67,7 @@ void CheckMnemonics(HMENU menu) {
   }
 }
 
-BuiltHive ToolsHive() {
+BuiltHive CommandsHive() {
   HiveBuilder hive;
   hive.Key("Alpha\\Beta").Sz("Path", "C:\\Tools").Binary("Blob", 20);
   hive.Key("Alpha\\Delta");
@@ -101,7 +101,7 @@ class CommandsTest : public WindowTest {
     return texts;
   }
 
-  BuiltHive tools_ = ToolsHive();
+  BuiltHive tools_ = CommandsHive();
 };
 
 TEST_F(CommandsTest, MainMenu) {

@@ -354,7 +354,7 @@ TEST_F(ListFileTest, SplitFileFillsInTheNames) {
   const Texts names = Column(place, 3);
   EXPECT_EQ(names, (Texts{source.name() + ".sp_01", source.name() + ".sp_02"}));
   EXPECT_EQ(ContentOf(names[1]), std::string(10, 'x'));
-  EXPECT_EQ(PartText(place, kListText), "Done.");
+  EXPECT_EQ(PartText(place, kListWords), "Done.");
 }
 
 TEST_F(ListFileTest, RootsOpenInCopies) {

@@ -44,7 +44,7 @@ TEST_F(ListFilterTest, ShowsWhatHoldsTheWords) {
       MakeRows(5, {{"A\\Run", "one"}, {"A\\Select", "Two"}, {"B\\Run", "two"}, {"B\\x", "-"}}));
   Type(place, L"run");
   EXPECT_EQ(Column(place, 0), (Texts{"A\\Run", "B\\Run"}));
-  EXPECT_EQ(PartText(place, kListCount), "Number of Items : 2 of 4");
+  EXPECT_EQ(PartText(place, kListRows), "Number of Items : 2 of 4");
   Type(place, L"run value:TWO");
   EXPECT_EQ(Column(place, 0), Texts{"B\\Run"});
   Type(place, L"-run");
@@ -222,7 +222,7 @@ TEST_F(ListFilterTest, RowsThatComeLaterAreHeldAgainstTheWords) {
   ASSERT_TRUE(FillList(place, kOperationList, [](OutputList& list) {
     for (const char* text : {"70", "8", "71"}) AddText(list, text);
   }));
-  EXPECT_TRUE(PumpUntil([&] { return PartText(place, kListCount) == "Number of Items : 2 of 3"; }));
+  EXPECT_TRUE(PumpUntil([&] { return PartText(place, kListRows) == "Number of Items : 2 of 3"; }));
 }
 
 TEST_F(ListFilterTest, RowsThatComeLaterAreHeldAgainstTheRange) {
@@ -235,8 +235,8 @@ TEST_F(ListFilterTest, RowsThatComeLaterAreHeldAgainstTheRange) {
   ASSERT_TRUE(FillList(place, kOperationList, [](OutputList& list) {
     for (const char* text : {"27", "9", "37"}) AddText(list, text);
   }));
-  EXPECT_TRUE(PumpUntil([&] { return PartText(place, kListCount) == "Number of Items : 3 of 5"; }))
-      << PartText(place, kListCount);
+  EXPECT_TRUE(PumpUntil([&] { return PartText(place, kListRows) == "Number of Items : 3 of 5"; }))
+      << PartText(place, kListRows);
   EXPECT_EQ(Column(place, 0), (Texts{"17", "27", "37"}));
 }
 
@@ -272,7 +272,7 @@ TEST_F(ListFilterTest, TypedLettersNeverWait) {
   }
   EXPECT_LT(longest, 0.5);  // seconds; on an idle machine a few thousandths
   Settle(place);
-  EXPECT_EQ(PartText(place, kListCount).substr(0, 18), "Number of Items : ");
+  EXPECT_EQ(PartText(place, kListRows).substr(0, 18), "Number of Items : ");
   EXPECT_TRUE(place.rows.filtered);
   // Closed while it looks at the rows.
   SetWindowTextW(Box(place), L"x");

@@ -126,9 +126,9 @@ TEST_F(ListTest, EscapeAsksWhetherToStopTheSort) {
     ListPlace& place = OpenList(MakeManyRows(400));
     place.descending[0] = true;
     ClickHeader(place, 0);
-    EXPECT_EQ(PartText(place, kListText), " Sorting items (press Esc to stop) ...");
+    EXPECT_EQ(PartText(place, kListWords), " Sorting items (press Esc to stop) ...");
     Finish(place);
-    EXPECT_EQ(PartText(place, kListText), "");
+    EXPECT_EQ(PartText(place, kListWords), "");
     EXPECT_EQ(surroundings_.boxes.at(0).icon, Icon::kQuestion);
     EXPECT_EQ(TakeBoxes().at(0), "Hivequarry: Stop current Process ?");
     const Texts shown = Column(place, 0);
@@ -164,10 +164,10 @@ TEST_F(ListTest, FindWrapsAndSaysSo) {
     TheSettings().options.wrap_find = c.wrap;
     RunList(place, c.down ? kCommandFindNext : kCommandFindPrevious);
     EXPECT_EQ(Selected(place), Texts{c.selected});
-    EXPECT_EQ(PartText(place, kListText), c.status);
+    EXPECT_EQ(PartText(place, kListWords), c.status);
     EXPECT_EQ(TakeBoxes(), c.box ? Texts{"Hivequarry: No items found !"} : Texts());
     if (!c.box) continue;
-    EXPECT_TRUE(PumpUntil([&] { return PartText(place, kListText).empty(); }));
+    EXPECT_TRUE(PumpUntil([&] { return PartText(place, kListWords).empty(); }));
   }
 }
 
@@ -297,9 +297,9 @@ TEST_F(ListTest, ToolbarAndCount) {
             "1416 Save List as Text file|1417 Save as Report List|1418 Load Report List|"
             "4148 Clear List|1425 Copy List to Clipboard|1430 Print List|1440 Find in List|"
             "1445 Resize list columns|1460 Stop current Process|1470 Close Window|");
-  EXPECT_EQ(PartText(place, kListCount), "Number of Items : 2");
+  EXPECT_EQ(PartText(place, kListRows), "Number of Items : 2");
   SendMessageW(place.window, WM_COMMAND, kCommandClearList, 0);
-  EXPECT_EQ(PartText(place, kListCount), "Number of Items : 0");
+  EXPECT_EQ(PartText(place, kListRows), "Number of Items : 0");
   EXPECT_EQ(ListView_GetItemCount(place.list), 0);
 }
 
@@ -515,7 +515,7 @@ TEST_F(ListTest, MillionRowsStayUsable) {
     }
   });
   EXPECT_LT(LongestPause(idle), kPatience);
-  EXPECT_EQ(PartText(place, kListCount), "Number of Items : 1000000");
+  EXPECT_EQ(PartText(place, kListRows), "Number of Items : 1000000");
   ClickHeader(place, 0);
   EXPECT_LT(LongestPause(idle), kPatience);
   for (const uint32_t row : {999999U, 0U, 500000U}) {

@@ -99,11 +99,11 @@ TEST_F(LiveRegistryTest, LinksAreNotFollowed) {
 
 TEST_F(LiveRegistryTest, TheKernelHasOneNameForEachKey) {
   EXPECT_EQ(KernelNameOf(kLocalMachine, u"software"), u"\\REGISTRY\\MACHINE\\SOFTWARE");
-  EXPECT_EQ(KernelNameOf(kUsers, u""), u"\\REGISTRY\\USER");
+  EXPECT_EQ(KernelNameOf(kUsersRoot, u""), u"\\REGISTRY\\USER");
   constexpr std::u16string_view kUsersKeys = u"\\REGISTRY\\USER\\";
   const std::u16string user = KernelNameOf(kCurrentUser, u"");
   ASSERT_TRUE(user.starts_with(u"\\REGISTRY\\USER\\S-1-"));
-  EXPECT_EQ(KernelNameOf(kUsers, user.substr(kUsersKeys.size()).c_str()), user);
+  EXPECT_EQ(KernelNameOf(kUsersRoot, user.substr(kUsersKeys.size()).c_str()), user);
   EXPECT_EQ(KernelNameOf(kCurrentUser, u"Software"), user + u"\\SOFTWARE");
   EXPECT_EQ(KernelNameOf(kCurrentUser, u"No such key"), u"");
 }

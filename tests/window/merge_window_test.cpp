@@ -9,13 +9,13 @@
 namespace hivequarry::testing {
 namespace {
 
-constexpr wchar_t kTestKey[] = L"Software\\HQTest";
+constexpr wchar_t kMergedKey[] = L"Software\\HQTest";
 
 class MergeWindowTest : public ListTest {
  protected:
   void SetUp() override {
     ListTest::SetUp();
-    RegDeleteTreeW(HKEY_CURRENT_USER, kTestKey);
+    RegDeleteTreeW(HKEY_CURRENT_USER, kMergedKey);
     HiveBuilder builder;
     builder.Key("Tools").Class("tools").Sz("", "default").Dword("Count", 7).Binary("Big", 20'000);
     builder.Key("Tools\\\xCE\xA9mega").Sz("N\xC3\xA4me", "text");
@@ -27,7 +27,7 @@ class MergeWindowTest : public ListTest {
     SelectPath("Tools");
   }
   void TearDown() override {
-    RegDeleteTreeW(HKEY_CURRENT_USER, kTestKey);
+    RegDeleteTreeW(HKEY_CURRENT_USER, kMergedKey);
     ListTest::TearDown();
   }
   void WaitForWork() {

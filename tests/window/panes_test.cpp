@@ -14,7 +14,7 @@ namespace {
 
 std::string Hex(uint32_t number) { return Formatted("0x%08X", number); }
 
-BuiltHive ToolsHive() {
+BuiltHive PanesHive() {
   HiveBuilder hive;
   hive.Key("Tools")
       .Sz("Path", "C:\\Tools")
@@ -28,7 +28,7 @@ BuiltHive ToolsHive() {
 }
 
 TEST_F(WindowTest, ValuesOfTheSelectedKey) {
-  const BuiltHive hive = ToolsHive();
+  const BuiltHive hive = PanesHive();
   OpenBytes(hive.bytes);
   SelectPath("Tools");
   EXPECT_EQ(TextOf(window_->controls.path), window_->shown->tree->root_text + "\\Tools");
@@ -73,7 +73,7 @@ TEST_F(WindowTest, LongDetailComesWhole) {
 }
 
 TEST_F(WindowTest, OnlyTheNewestSelectionIsShown) {
-  OpenBytes(ToolsHive().bytes);
+  OpenBytes(PanesHive().bytes);
   const HiveImage& hive = ShownHive(*window_);
   const uint32_t tools = FindItemByPath(hive, *window_->shown->tree, "Tools");
   const uint32_t empty = FindItemByPath(hive, *window_->shown->tree, "Empty");
@@ -89,7 +89,7 @@ TEST_F(WindowTest, OnlyTheNewestSelectionIsShown) {
 }
 
 TEST_F(WindowTest, FoldersOfWhatIsDisconnected) {
-  BuiltHive hive = ToolsHive();
+  BuiltHive hive = PanesHive();
   hive.Unlink("Lost");
   // A list that is gone leaves its value without a key.
   hive.SetU32(hive.PositionOf("Lost\\Child"), field::kKeyValues, 0)
@@ -113,7 +113,7 @@ TEST_F(WindowTest, FoldersOfWhatIsDisconnected) {
 }
 
 TEST_F(WindowTest, TechnicalViewAndCellDetails) {
-  const BuiltHive hive = ToolsHive();
+  const BuiltHive hive = PanesHive();
   OpenBytes(hive.bytes);
   SelectPath("Tools");
   Run(kCommandTechnicalView);
@@ -214,7 +214,7 @@ TEST_F(WindowTest, UnusualNames) {
 }
 
 TEST_F(WindowTest, SplittersMoveByMouseAndKeys) {
-  OpenBytes(ToolsHive().bytes);
+  OpenBytes(PanesHive().bytes);
   const auto width = [&] {
     RECT area;
     GetWindowRect(window_->controls.tree, &area);
@@ -243,7 +243,7 @@ TEST_F(WindowTest, SplittersMoveByMouseAndKeys) {
 }
 
 TEST_F(WindowTest, GoesOverToAnotherResolution) {
-  OpenBytes(ToolsHive().bytes);
+  OpenBytes(PanesHive().bytes);
   Run(kCommandResizeColumns);
   const uint32_t old_dpi = window_->dpi;
   const uint32_t dpi = old_dpi * 2;

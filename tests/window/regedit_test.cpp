@@ -10,12 +10,12 @@
 namespace hivequarry::testing {
 namespace {
 
-const std::wstring kTestKey = L"Software\\HQTest";
+const std::wstring kStartKey = L"Software\\HQTest";
 const std::string kTestPath = "HKEY_CURRENT_USER\\Software\\HQTest";
 
 void MakeKey(const std::wstring& path, std::initializer_list<const wchar_t*> values) {
   HKEY key = nullptr;
-  const std::wstring whole = kTestKey + path;
+  const std::wstring whole = kStartKey + path;
   RegCreateKeyExW(HKEY_CURRENT_USER, whole.c_str(), 0, nullptr, 0, KEY_WRITE, nullptr, &key,
                   nullptr);
   for (const wchar_t* name : values) {
@@ -71,7 +71,7 @@ class RegeditTest : public ListTest {
  protected:
   void SetUp() override {
     ListTest::SetUp();
-    RegDeleteTreeW(HKEY_CURRENT_USER, kTestKey.c_str());
+    RegDeleteTreeW(HKEY_CURRENT_USER, kStartKey.c_str());
     MakeKey(L"\\Alpha\\Beta\\Inner", {});
     MakeKey(L"\\Alpha\\Beta", {L"Apple", L"Banana", L"Blackberry", L"Cherry"});
     MakeKey(L"\\Alpha\\\x0416\x4E2D", {});
@@ -80,7 +80,7 @@ class RegeditTest : public ListTest {
   void TearDown() override {
     if (FindEditor() != nullptr) PostMessageW(FindEditor(), WM_CLOSE, 0, 0);
     EXPECT_TRUE(PumpUntil([] { return FindEditor() == nullptr; }));
-    RegDeleteTreeW(HKEY_CURRENT_USER, kTestKey.c_str());
+    RegDeleteTreeW(HKEY_CURRENT_USER, kStartKey.c_str());
     ListTest::TearDown();
   }
   void FinishWork() {

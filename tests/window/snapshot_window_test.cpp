@@ -15,7 +15,7 @@ namespace {
 
 // Leads through the dialog that comes up next: one step at a time, from within its own loop and
 // while it answers, each as soon as the one before has been taken.
-void InNextDialog(std::vector<Use> steps) {
+void InNextDialogs(std::vector<Use> steps) {
   static std::vector<Use> left;
   left = std::move(steps);
   SetTimer(nullptr, 0, 10, [](HWND, UINT, UINT_PTR timer, DWORD) {
@@ -73,36 +73,36 @@ TEST_F(SnapshotWindowTest, LoadsAndUnloadsACopyOfTheHiveThatIsOpen) {
     return FileChoice{chosen, 0};
   };
   registry_.errors["load"] = 1017;
-  InNextDialog({[&](HWND dialog) {
-                  EXPECT_EQ(TextOf(dialog), "Load File into Registry");
-                  EXPECT_EQ(TextOf(GetDlgItem(dialog, kMountFile)), file_.name());
-                  Click(dialog, IDOK);  // no sub key is named
-                  EXPECT_EQ(IsWindowEnabled(GetDlgItem(dialog, IDOK)), TRUE);
-                  Fill(dialog, kMountKey, "Mine");
-                  Click(dialog, IDOK);  // answered with No
-                  EXPECT_EQ(TakeBoxes(), Texts{"Hivequarry: " + file_.name() +
-                                               " is open in this program, and the system would "
-                                               "write to it.\r\nLoad a copy ?"});
-                  EXPECT_EQ(proposed, "");
-                  surroundings_.answer = Answer::kYes;
-                  Click(dialog, IDOK);
-                },
-                [&](HWND dialog) {
-                  EXPECT_EQ(TakeBoxes().back(), "Hivequarry: The folder of " + file_.name() +
-                                                    " stays as it is: choose another one for the "
-                                                    "copy !");
-                  EXPECT_FALSE(HasFile("beside"));
-                  chosen = copy;
-                  Click(dialog, IDOK);
-                },
-                [&](HWND dialog) {
-                  EXPECT_EQ(TakeBoxes().back(),
-                            "Hivequarry: Could not map File into Registry (Error 1017) !");
-                  EXPECT_TRUE(proposed.ends_with("\\SOFTWARE.copy")) << proposed;
-                  EXPECT_EQ(TextOf(GetDlgItem(dialog, kMountFile)), copy);
-                  registry_.errors.clear();
-                  Click(dialog, IDOK);
-                }});
+  InNextDialogs({[&](HWND dialog) {
+                   EXPECT_EQ(TextOf(dialog), "Load File into Registry");
+                   EXPECT_EQ(TextOf(GetDlgItem(dialog, kMountFile)), file_.name());
+                   Click(dialog, IDOK);  // no sub key is named
+                   EXPECT_EQ(IsWindowEnabled(GetDlgItem(dialog, IDOK)), TRUE);
+                   Fill(dialog, kMountKey, "Mine");
+                   Click(dialog, IDOK);  // answered with No
+                   EXPECT_EQ(TakeBoxes(), Texts{"Hivequarry: " + file_.name() +
+                                                " is open in this program, and the system would "
+                                                "write to it.\r\nLoad a copy ?"});
+                   EXPECT_EQ(proposed, "");
+                   surroundings_.answer = Answer::kYes;
+                   Click(dialog, IDOK);
+                 },
+                 [&](HWND dialog) {
+                   EXPECT_EQ(TakeBoxes().back(), "Hivequarry: The folder of " + file_.name() +
+                                                     " stays as it is: choose another one for the "
+                                                     "copy !");
+                   EXPECT_FALSE(HasFile("beside"));
+                   chosen = copy;
+                   Click(dialog, IDOK);
+                 },
+                 [&](HWND dialog) {
+                   EXPECT_EQ(TakeBoxes().back(),
+                             "Hivequarry: Could not map File into Registry (Error 1017) !");
+                   EXPECT_TRUE(proposed.ends_with("\\SOFTWARE.copy")) << proposed;
+                   EXPECT_EQ(TextOf(GetDlgItem(dialog, kMountFile)), copy);
+                   registry_.errors.clear();
+                   Click(dialog, IDOK);
+                 }});
   Run(kCommandLoadHive);
   Idle();
   EXPECT_NE(registry_.Find(u"HKU\\Mine\\Tools"), nullptr);
@@ -113,17 +113,17 @@ TEST_F(SnapshotWindowTest, LoadsAndUnloadsACopyOfTheHiveThatIsOpen) {
             (Texts{"HKEY_USERS\\Mine", "HKEY_USERS\\Mine\\Tools"}));
 
   registry_.errors["unload"] = 5;
-  InNextDialog({[&](HWND dialog) {
-                  EXPECT_EQ(TextOf(dialog), "Unload File from Registry");
-                  EXPECT_EQ(TextOf(GetDlgItem(dialog, kMountKey)), "Mine");
-                  Click(dialog, IDOK);
-                },
-                [&](HWND dialog) {
-                  EXPECT_EQ(TakeBoxes(),
-                            Texts{"Hivequarry: Could not unload File from Registry (Error 5) !"});
-                  registry_.errors.clear();
-                  Click(dialog, IDOK);
-                }});
+  InNextDialogs({[&](HWND dialog) {
+                   EXPECT_EQ(TextOf(dialog), "Unload File from Registry");
+                   EXPECT_EQ(TextOf(GetDlgItem(dialog, kMountKey)), "Mine");
+                   Click(dialog, IDOK);
+                 },
+                 [&](HWND dialog) {
+                   EXPECT_EQ(TakeBoxes(),
+                             Texts{"Hivequarry: Could not unload File from Registry (Error 5) !"});
+                   registry_.errors.clear();
+                   Click(dialog, IDOK);
+                 }});
   Run(kCommandUnloadHive);
   EXPECT_EQ(registry_.Find(u"HKU\\Mine"), nullptr);
   EXPECT_FALSE(HasFile("SOFTWARE.LOG"));
@@ -134,7 +134,7 @@ TEST_F(SnapshotWindowTest, LoadsAndUnloadsACopyOfTheHiveThatIsOpen) {
 TEST_F(SnapshotWindowTest, MakesSnapshotsAndListsWhatCouldNotBeRead) {
   registry_.At(u"HKLM\\SOFTWARE\\Tools\\Lost").open_error = 1450;
   SelectPath("Tools");
-  InNextDialog({[&](HWND dialog) {
+  InNextDialogs({[&](HWND dialog) {
     EXPECT_EQ(TextOf(GetDlgItem(dialog, kSnapshotKey)), "HKEY_LOCAL_MACHINE\\SOFTWARE\\Tools");
     Fill(dialog, kSnapshotFile, file_.folder() + "\\a.snp");
     Click(dialog, IDOK);
@@ -151,17 +151,17 @@ TEST_F(SnapshotWindowTest, MakesSnapshotsAndListsWhatCouldNotBeRead) {
   };
   registry_.At(u"HKCU\\Console");
   for (int round = 0; round < 2; ++round) {
-    InNextDialog({[&](HWND dialog) {
-                    Fill(dialog, kSnapshotFile, file_.folder() + "\\none");
-                    Click(dialog, IDOK);
-                  },
-                  [&](HWND dialog) {
-                    EXPECT_EQ(TakeBoxes(), Texts{"Hivequarry: Invalid directory !"});
-                    Fill(dialog, kSnapshotFile, file_.folder());
-                    CheckDlgButton(dialog, kSnapshotRoot + 3, BST_UNCHECKED);
-                    Click(dialog, IDOK);
-                    if (round == 1) Click(dialog, IDCANCEL);
-                  }});
+    InNextDialogs({[&](HWND dialog) {
+                     Fill(dialog, kSnapshotFile, file_.folder() + "\\none");
+                     Click(dialog, IDOK);
+                   },
+                   [&](HWND dialog) {
+                     EXPECT_EQ(TakeBoxes(), Texts{"Hivequarry: Invalid directory !"});
+                     Fill(dialog, kSnapshotFile, file_.folder());
+                     CheckDlgButton(dialog, kSnapshotRoot + 3, BST_UNCHECKED);
+                     Click(dialog, IDOK);
+                     if (round == 1) Click(dialog, IDCANCEL);
+                   }});
     Run(kCommandRootSnapshots);
     Idle();
     if (round == 0) {

@@ -61,7 +61,7 @@ bool Select(MainWindow& window, const FoundBookmark& found) {
   return true;
 }
 
-uint32_t KeyOfRow(const ListPlace& place, uint32_t row) {
+uint32_t ListedKeyOfRow(const ListPlace& place, uint32_t row) {
   return row < place.keys.size() ? place.keys[row] : kNoOffset;
 }
 
@@ -192,8 +192,8 @@ void OnBookmarkRow(ListPlace& place) {
   if (row < place.files.size()) {
     return ShowPassingStatus(place, "The row is about a file: there is no key to come back to.");
   }
-  const char* words =
-      Add(window, BookmarkOfRow(LookAt(*window.shown), *place.model, row, KeyOfRow(place, row)));
+  const char* words = Add(
+      window, BookmarkOfRow(LookAt(*window.shown), *place.model, row, ListedKeyOfRow(place, row)));
   if (words != nullptr) ShowPassingStatus(place, words);
 }
 

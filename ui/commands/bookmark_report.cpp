@@ -20,8 +20,6 @@
 namespace hivequarry {
 namespace {
 
-constexpr const char* kNotWritten = "Could Not Open or Create File %s";
-
 constexpr DWORD kByTags = 2;  // of the filter's types
 
 // Filled by the worker; the interface thread reads it when that has ended.
@@ -62,7 +60,7 @@ void SaveBookmarkReport(MainWindow& window, std::vector<Bookmark> bookmarks) {
   const FileChoice choice = ChooseReport(window);
   job->by_tag = choice.type == kByTags;
   if (choice.name.empty() ||
-      !OpenListFile(choice.name, OutputMode::kReplace, kNotWritten, job->file)) {
+      !OpenListFile(choice.name, OutputMode::kReplace, kFileNotWritten, job->file)) {
     return;
   }
   const bool started = StartWork(
@@ -78,7 +76,7 @@ void SaveBookmarkReport(MainWindow& window, std::vector<Bookmark> bookmarks) {
       },
       [&window, job] {
         if (job->kept) ShowPassingText(window, ("Report saved: " + job->file.name).c_str());
-        if (!job->kept && !job->stopped) ReportFileFailure(kNotWritten, job->file.name);
+        if (!job->kept && !job->stopped) ReportFileFailure(kFileNotWritten, job->file.name);
       });
   if (!started) CloseOutput(job->file, false);
 }

@@ -39,7 +39,7 @@ struct BookmarkDialog {
   DialogLayout layout;
 };
 
-enum Column : int { kPathColumn, kNoteColumn, kTagsColumn, kTimeColumn, kHiveColumn };
+enum DialogColumn : int { kDialogPath, kDialogNote, kDialogTags, kDialogTime, kDialogHive };
 constexpr ListColumn kColumns[] = {{L"Key", 240, false},
                                    {L"Note", 130, false},
                                    {L"Tags", 90, false},
@@ -73,13 +73,13 @@ std::optional<Bookmark> Selected(const BookmarkDialog& state) {
 // UTF-8, not yet made safe for a control.
 std::string TextOfColumn(const Bookmark& bookmark, int column) {
   switch (column) {
-    case kPathColumn:
+    case kDialogPath:
       return BookmarkTitle(bookmark);
-    case kNoteColumn:
+    case kDialogNote:
       return bookmark.note;
-    case kTagsColumn:
+    case kDialogTags:
       return TagWords(bookmark.tags);
-    case kTimeColumn:
+    case kDialogTime:
       return bookmark.time == 0 ? std::string() : FormatTimestamp(bookmark.time, true);
     default:
       return bookmark.hive;
@@ -90,7 +90,7 @@ void OnDisplay(const BookmarkDialog& state, LVITEMW& item) {
   const bool there = item.iItem >= 0 && static_cast<size_t>(item.iItem) < state.shown.size();
   if (!there || (item.mask & LVIF_TEXT) == 0) return;
   std::wstring text = WideName(TextOfColumn(BookmarkOfRow(state, item.iItem), item.iSubItem));
-  if (item.iSubItem == kPathColumn) text = EndThatFits(state.list, kPathColumn, std::move(text), 0);
+  if (item.iSubItem == kDialogPath) text = EndThatFits(state.list, kDialogPath, std::move(text), 0);
   GiveText(item, text.c_str());
 }
 
@@ -300,11 +300,11 @@ void FitKeyColumn(const BookmarkDialog& state) {
   if ((GetWindowLongW(state.list, GWL_STYLE) & WS_VSCROLL) == 0) {
     room -= GetSystemMetrics(SM_CXVSCROLL);
   }
-  for (int column = kNoteColumn; column <= kHiveColumn; ++column) {
+  for (int column = kDialogNote; column <= kDialogHive; ++column) {
     room -= ListView_GetColumnWidth(state.list, column);
   }
-  const int least = WidthOf(state, kColumns[kPathColumn]);
-  ListView_SetColumnWidth(state.list, kPathColumn, std::max<int>(room, least));
+  const int least = WidthOf(state, kColumns[kDialogPath]);
+  ListView_SetColumnWidth(state.list, kDialogPath, std::max<int>(room, least));
 }
 
 // FALSE, since the focus is set to the list here.
@@ -327,7 +327,7 @@ INT_PTR OnStart(BookmarkDialog& state) {
 
 // New fonts: the columns stay in proportion to them.
 void OnFontChanged(const BookmarkDialog& state) {
-  for (int column = kNoteColumn; column <= kHiveColumn; ++column) {
+  for (int column = kDialogNote; column <= kDialogHive; ++column) {
     ListView_SetColumnWidth(state.list, column, WidthOf(state, kColumns[column]));
   }
   FitKeyColumn(state);
@@ -360,7 +360,7 @@ INT_PTR Route(BookmarkDialog& state, UINT message, WPARAM first, LPARAM second) 
   }
 }
 
-constexpr DLGPROC kProcedure = RecordDialogProc<BookmarkDialog, OnStart, Route>;
+constexpr DLGPROC kBookmarksProcedure = RecordDialogProc<BookmarkDialog, OnStart, Route>;
 
 }  // namespace
 
@@ -371,7 +371,7 @@ void OnBookmarks(MainWindow& window) {
   INT_PTR answer = IDCANCEL;
   {
     const ModalTurn turn(window.handle);
-    answer = ShowDialogBox(window.instance, L"BMDLG", window.handle, kProcedure,
+    answer = ShowDialogBox(window.instance, L"BMDLG", window.handle, kBookmarksProcedure,
                            reinterpret_cast<LPARAM>(&state));
   }
   if (answer == IDOK && state.chosen) GoToBookmark(window, *state.chosen);

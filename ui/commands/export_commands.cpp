@@ -22,8 +22,6 @@
 namespace hivequarry {
 namespace {
 
-constexpr const char* kNotWritten = "Could Not Open or Create File %s";
-
 // Filled by the worker; the interface thread reads it when that has ended.
 struct ExportJob {
   OutputFile file;
@@ -69,7 +67,7 @@ void ReportExported(const ScriptExport& written) {
 // On the interface thread. Of a stopped export nothing is left, and nothing is said.
 void FinishExport(MainWindow& window, ExportJob& job) {
   if (job.stopped) return;
-  if (!job.kept) return ReportFileFailure(kNotWritten, job.file.name);
+  if (!job.kept) return ReportFileFailure(kFileNotWritten, job.file.name);
   ReportExported(job.written);
   if (job.gaps != nullptr) OpenListWindow(window, std::move(job.gaps));
 }
@@ -87,7 +85,7 @@ void StartExport(const ListPlace& place, Write write) {
   const FileChoice choice = ChooseScript(place);
   const auto job = std::make_shared<ExportJob>();
   if (choice.name.empty() ||
-      !OpenListFile(choice.name, OutputMode::kReplace, kNotWritten, job->file)) {
+      !OpenListFile(choice.name, OutputMode::kReplace, kFileNotWritten, job->file)) {
     return;
   }
   const bool started = StartWork(

@@ -82,7 +82,7 @@ void ListAllKeys(MainWindow& window, bool disconnected) {
 
 void OnListKeys(MainWindow& window) {
   const uint32_t item = SelectedItem(window.shown->pane);
-  if (item == kNoItem) return CurrentHost().beep(CurrentHost().context);
+  if (item == kNoItem) return BeepAtUser();
   ListKeysBelow(window, item, {});
 }
 

@@ -39,7 +39,7 @@ struct RecentDialog {
   DialogLayout layout;
 };
 
-constexpr DialogAnchor kAnchors[] = {
+constexpr DialogAnchor kRecentKeysAnchors[] = {
     {.control = kRecentList, .grow_x = true, .grow_y = true},
     {.control = IDOK, .move_x = true, .move_y = true},
     {.control = IDCANCEL, .move_x = true, .move_y = true},
@@ -60,7 +60,7 @@ void FitExtent(const RecentDialog& state) {
 }
 
 INT_PTR OnStart(RecentDialog& state) {
-  state.layout = MakeResizable(state.dialog, kAnchors);
+  state.layout = MakeResizable(state.dialog, kRecentKeysAnchors);
   for (const std::string& key : state.keys) {
     ListBox_AddString(ListOf(state), WideName(ShownKeyPath(key)).c_str());
   }
@@ -93,7 +93,7 @@ INT_PTR Route(RecentDialog& state, UINT message, WPARAM first, LPARAM second) {
   return laid_out;
 }
 
-constexpr DLGPROC kProcedure = RecordDialogProc<RecentDialog, OnStart, Route>;
+constexpr DLGPROC kRecentKeysProcedure = RecordDialogProc<RecentDialog, OnStart, Route>;
 
 }  // namespace
 
@@ -113,7 +113,7 @@ void OnRecentKeys(MainWindow& window) {
   INT_PTR answer = IDCANCEL;
   {
     const ModalTurn turn(window.handle);
-    answer = ShowDialogBox(window.instance, L"RECENTDLG", window.handle, kProcedure,
+    answer = ShowDialogBox(window.instance, L"RECENTDLG", window.handle, kRecentKeysProcedure,
                            reinterpret_cast<LPARAM>(&state));
   }
   if (answer == IDOK) GoToKeyPath(window, state.chosen);

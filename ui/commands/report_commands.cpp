@@ -71,7 +71,7 @@ void OnCopyClassId(ListPlace& place) {
   const uint32_t row = ModelRow(place, static_cast<uint32_t>(FocusedRow(place)));
   const std::string identifier = ClassIdOfRow(*place.model, row);
   const Host& host = CurrentHost();
-  if (identifier.empty()) return host.beep(host.context);
+  if (identifier.empty()) return BeepAtUser();
   host.clipboard(host.context, identifier);
 }
 

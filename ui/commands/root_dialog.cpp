@@ -60,11 +60,11 @@ INT_PTR Route(RootDialog& state, UINT message, WPARAM first, LPARAM) {
   return TRUE;
 }
 
-constexpr DLGPROC kProcedure = RecordDialogProc<RootDialog, OnStart, Route>;
+constexpr DLGPROC kRootProcedure = RecordDialogProc<RootDialog, OnStart, Route>;
 
 bool AskRootPath(const MainWindow& window, RootDialog& state) {
   const ModalTurn turn(window.handle);
-  return ShowDialogBox(window.instance, L"ROOTDLG", window.handle, kProcedure,
+  return ShowDialogBox(window.instance, L"ROOTDLG", window.handle, kRootProcedure,
                        reinterpret_cast<LPARAM>(&state)) == IDOK &&
          !state.path.empty();
 }

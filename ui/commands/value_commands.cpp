@@ -25,7 +25,7 @@ void SaveData(const std::string& file, std::span<const uint8_t> data) {
   // A close that fails has closed the file too; the second one does nothing then.
   if (open && WriteOutput(output, bytes) && CloseOutput(output, true)) return;
   if (open) CloseOutput(output, false);
-  ReportFileFailure("Could Not Open or Create File %s !", file);
+  ReportFileFailure(kFileNotOpened, file);
 }
 
 // Of the value selected, deleted or not.

@@ -19,7 +19,7 @@ void GoToDifference(CompareWindow& window, bool next) {
   CompareTree& tree = TreeOf(window);
   const uint32_t from = KeyOfRow(window, FocusedKeyRow(window));
   const uint32_t key = next ? NextDifference(tree, from) : PreviousDifference(tree, from);
-  if (key == kNoItem) return CurrentHost().beep(CurrentHost().context);
+  if (key == kNoItem) return BeepAtUser();
   ShowKey(tree, key);
   ShowRows(window, key);
 }
@@ -46,8 +46,6 @@ void ListAgain(CompareWindow& window) {
 
 // --- scripts -------------------------------------------------------------------------------------
 
-constexpr const char* kNotWritten = "Could Not Open or Create File %s";
-
 // Filled by the worker; the interface thread reads it when that has ended.
 struct ScriptJob {
   OutputFile file;
@@ -69,7 +67,7 @@ void SaveScript(CompareWindow& window, bool to_b) {
   if (name.empty()) return;
   if (FileExists(name) && !TheListDialogs().replace(window.handle, name)) return;
   const auto job = std::make_shared<ScriptJob>();
-  if (!OpenListFile(name, OutputMode::kReplace, kNotWritten, job->file)) return;
+  if (!OpenListFile(name, OutputMode::kReplace, kFileNotWritten, job->file)) return;
   const bool started = StartWork(
       *window.owner, kOperationCompare,
       [job, hives, root, to_b] {
@@ -82,7 +80,7 @@ void SaveScript(CompareWindow& window, bool to_b) {
         job->kept = CloseOutput(job->file, made && !StopRequested());
       },
       [job, name, hives] {
-        if (!job->kept && !StopRequested()) ReportFileFailure(kNotWritten, name);
+        if (!job->kept && !StopRequested()) ReportFileFailure(kFileNotWritten, name);
       });
   if (!started) CloseOutput(job->file, false);
 }

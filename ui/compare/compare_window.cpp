@@ -282,7 +282,7 @@ constexpr FrameRoutes<CompareWindow> kRoutes = {
     .close = OnClose,
     .free = FreeCompareWindow,
     .others = Route};
-constexpr WNDPROC kProcedure = FrameProc<CompareWindow, kRoutes>;
+constexpr WNDPROC kCompareWindowProcedure = FrameProc<CompareWindow, kRoutes>;
 
 // Where the last such window was, or beside the main window; pixels of the screen.
 RECT FirstArea(const MainWindow& owner) {
@@ -362,8 +362,9 @@ void OnCompareHive(MainWindow& window) {
 
 HWND OpenCompareWindow(MainWindow& window, std::shared_ptr<ComparedHives> hives) {
   HWND handle = nullptr;
-  if (RegisterWindowClass(window.instance,
-                          {.name = kCompareClassName, .procedure = kProcedure, .framed = true})) {
+  if (RegisterWindowClass(
+          window.instance,
+          {.name = kCompareClassName, .procedure = kCompareWindowProcedure, .framed = true})) {
     auto* made = new CompareWindow;
     made->owner = &window;
     made->hive = window.shown->number;

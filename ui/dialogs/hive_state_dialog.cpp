@@ -48,14 +48,14 @@ INT_PTR Route(StateDialog& state, UINT message, WPARAM first, LPARAM second) {
   return RouteLayout(state.dialog, state.layout, message, second);
 }
 
-constexpr DLGPROC kProcedure = RecordDialogProc<StateDialog, OnStart, Route>;
+constexpr DLGPROC kHiveStateProcedure = RecordDialogProc<StateDialog, OnStart, Route>;
 
 }  // namespace
 
 void ShowHiveStateDialog(HWND owner, const std::wstring& text) {
   StateDialog state{nullptr, text};
   const ModalTurn turn(owner);
-  ShowDialogBox(GetModuleHandleW(nullptr), L"HIVESTATEDLG", owner, kProcedure,
+  ShowDialogBox(GetModuleHandleW(nullptr), L"HIVESTATEDLG", owner, kHiveStateProcedure,
                 reinterpret_cast<LPARAM>(&state));
   TheOpenDialog().state = nullptr;
 }

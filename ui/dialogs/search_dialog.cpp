@@ -40,7 +40,7 @@ struct SettingBox {
   int control;
   bool SearchSettings::*setting;
 };
-constexpr SettingBox kBoxes[] = {
+constexpr SettingBox kSearchBoxes[] = {
     {kSearchMatchCase, &SearchSettings::match_case},
     {kSearchMatchLength, &SearchSettings::match_length},
     {kSearchWide, &SearchSettings::wide},
@@ -262,7 +262,7 @@ void ShowSettings(SearchDialog& state) {
   state.hex = settings.hex;
   ShowField(state, kSearchText, state.text);
   ShowField(state, kSearchHex, state.hex);
-  for (const SettingBox& box : kBoxes) Tick(state, box.control, settings.*box.setting);
+  for (const SettingBox& box : kSearchBoxes) Tick(state, box.control, settings.*box.setting);
   ShowLimits(state, settings.limits);
   CheckRadioButton(state.dialog, kSearchTextMode, kSearchHexMode,
                    settings.hex_mode ? kSearchHexMode : kSearchTextMode);
@@ -302,7 +302,8 @@ SearchSettings SettingsOf(const SearchDialog& state) {
   settings.text = state.text;
   settings.hex = state.hex;
   settings.hex_mode = IsHexMode(state);
-  for (const SettingBox& box : kBoxes) settings.*box.setting = IsTicked(state.dialog, box.control);
+  for (const SettingBox& box : kSearchBoxes)
+    settings.*box.setting = IsTicked(state.dialog, box.control);
   // The box keeps its tick while the mode is text.
   settings.dword &= settings.hex_mode && IsNumber(state);
   return settings;
@@ -359,7 +360,7 @@ INT_PTR Route(SearchDialog& state, UINT message, WPARAM first, LPARAM) {
   return TRUE;
 }
 
-constexpr DLGPROC kProcedure = RecordDialogProc<SearchDialog, OnStart, Route>;
+constexpr DLGPROC kSearchProcedure = RecordDialogProc<SearchDialog, OnStart, Route>;
 
 }  // namespace
 
@@ -372,7 +373,7 @@ bool AskSearch(HWND owner, SearchPlace place) {
   SearchDialog state;
   state.place = place;
   const ModalTurn turn(owner);
-  return ShowDialogBox(GetModuleHandleW(nullptr), L"SEARCHHIVEDLG", owner, kProcedure,
+  return ShowDialogBox(GetModuleHandleW(nullptr), L"SEARCHHIVEDLG", owner, kSearchProcedure,
                        reinterpret_cast<LPARAM>(&state)) == IDOK;
 }
 

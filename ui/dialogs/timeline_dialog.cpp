@@ -18,14 +18,14 @@ struct Box {
   int control;
   bool TimelineSettings::*setting;
 };
-constexpr Box kBoxes[] = {{kTimelineFreed, &TimelineSettings::freed},
-                          {kTimelineValues, &TimelineSettings::values},
-                          {kTimelineHive, &TimelineSettings::base_block},
-                          {kTimelineDecoders, &TimelineSettings::decoders},
-                          {kTimelineLogged, &TimelineSettings::logged}};
+constexpr Box kTimelineBoxes[] = {{kTimelineFreed, &TimelineSettings::freed},
+                                  {kTimelineValues, &TimelineSettings::values},
+                                  {kTimelineHive, &TimelineSettings::base_block},
+                                  {kTimelineDecoders, &TimelineSettings::decoders},
+                                  {kTimelineLogged, &TimelineSettings::logged}};
 
 INT_PTR OnStart(TimelineDialog& state) {
-  for (const Box& box : kBoxes) {
+  for (const Box& box : kTimelineBoxes) {
     CheckDlgButton(state.dialog, box.control,
                    TheSettings().timeline.*box.setting ? BST_CHECKED : BST_UNCHECKED);
   }
@@ -40,7 +40,7 @@ INT_PTR Route(TimelineDialog& state, UINT message, WPARAM first, LPARAM) {
   if (message != WM_COMMAND) return FALSE;
   const int control = LOWORD(first);
   if (control == IDOK) {
-    for (const Box& box : kBoxes) {
+    for (const Box& box : kTimelineBoxes) {
       TheSettings().timeline.*box.setting = IsTicked(state.dialog, box.control);
     }
   }
@@ -48,14 +48,14 @@ INT_PTR Route(TimelineDialog& state, UINT message, WPARAM first, LPARAM) {
   return TRUE;
 }
 
-constexpr DLGPROC kProcedure = RecordDialogProc<TimelineDialog, OnStart, Route>;
+constexpr DLGPROC kTimelineProcedure = RecordDialogProc<TimelineDialog, OnStart, Route>;
 
 }  // namespace
 
 bool AskTimeline(HWND owner) {
   TimelineDialog state;
   const ModalTurn turn(owner);
-  return ShowDialogBox(GetModuleHandleW(nullptr), L"TIMELINEDLG", owner, kProcedure,
+  return ShowDialogBox(GetModuleHandleW(nullptr), L"TIMELINEDLG", owner, kTimelineProcedure,
                        reinterpret_cast<LPARAM>(&state)) == IDOK;
 }
 

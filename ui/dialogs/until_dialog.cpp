@@ -41,7 +41,7 @@ INT_PTR Route(UntilDialog& state, UINT message, WPARAM first, LPARAM) {
   return TRUE;
 }
 
-constexpr DLGPROC kProcedure = RecordDialogProc<UntilDialog, OnStart, Route>;
+constexpr DLGPROC kUntilProcedure = RecordDialogProc<UntilDialog, OnStart, Route>;
 
 }  // namespace
 
@@ -57,7 +57,7 @@ bool ReadEntryNumber(std::wstring_view text, uint32_t& entry) {
 bool AskUntilEntry(HWND owner, const std::wstring& entries, uint32_t& entry) {
   UntilDialog state{nullptr, entries, entry};
   const ModalTurn turn(owner);
-  if (ShowDialogBox(GetModuleHandleW(nullptr), L"UNTILDLG", owner, kProcedure,
+  if (ShowDialogBox(GetModuleHandleW(nullptr), L"UNTILDLG", owner, kUntilProcedure,
                     reinterpret_cast<LPARAM>(&state)) != IDOK) {
     return false;
   }

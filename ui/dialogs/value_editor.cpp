@@ -37,7 +37,7 @@ struct Editor {
   DialogLayout layout;
 };
 
-constexpr DialogAnchor kAnchors[] = {
+constexpr DialogAnchor kValueEditorAnchors[] = {
     {.control = kEditKey, .grow_x = true},
     {.control = kEditName, .grow_x = true},
     {.control = kEditText, .grow_x = true, .grow_y = true},
@@ -383,7 +383,7 @@ void FillTypes(const Editor& editor) {
 }
 
 INT_PTR OnStart(Editor& editor) {
-  editor.layout = MakeResizable(editor.dialog, kAnchors);
+  editor.layout = MakeResizable(editor.dialog, kValueEditorAnchors);
   SetDlgItemTextW(editor.dialog, kEditKey, WindowText(editor.edit.key).c_str());
   SetDlgItemTextW(editor.dialog, kEditName, WindowText(editor.edit.name).c_str());
   FillTypes(editor);
@@ -403,7 +403,7 @@ INT_PTR Route(Editor& editor, UINT message, WPARAM first, LPARAM second) {
   return TRUE;
 }
 
-constexpr DLGPROC kProcedure = RecordDialogProc<Editor, OnStart, Route>;
+constexpr DLGPROC kValueEditorProcedure = RecordDialogProc<Editor, OnStart, Route>;
 
 }  // namespace
 
@@ -412,7 +412,7 @@ bool EditValue(HWND owner, EditedValue& edit) {
   if (edit.data.size() >= kMaxValueData || !RegisterHexClass(instance)) return false;
   Editor editor(edit);
   const ModalTurn turn(owner);
-  if (ShowDialogBox(instance, L"EDITVALUEDLG", owner, kProcedure,
+  if (ShowDialogBox(instance, L"EDITVALUEDLG", owner, kValueEditorProcedure,
                     reinterpret_cast<LPARAM>(&editor)) != IDOK ||
       (editor.type == edit.type && editor.data == edit.data)) {
     return false;

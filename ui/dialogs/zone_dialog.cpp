@@ -73,7 +73,7 @@ INT_PTR Route(ZoneDialog& state, UINT message, WPARAM first, LPARAM) {
   return TRUE;
 }
 
-constexpr DLGPROC kProcedure = RecordDialogProc<ZoneDialog, OnStart, Route>;
+constexpr DLGPROC kZoneProcedure = RecordDialogProc<ZoneDialog, OnStart, Route>;
 
 }  // namespace
 
@@ -84,7 +84,7 @@ bool AskZone(HWND owner, const ShownZone* of_hive, ShownZone& zone) {
   if (of_hive == nullptr && zone.kind == ZoneKind::kRule) state.rule = zone;
   state.zone = zone;
   const ModalTurn turn(owner);
-  if (ShowDialogBox(GetModuleHandleW(nullptr), L"TIMEZONEDLG", owner, kProcedure,
+  if (ShowDialogBox(GetModuleHandleW(nullptr), L"TIMEZONEDLG", owner, kZoneProcedure,
                     reinterpret_cast<LPARAM>(&state)) != IDOK) {
     return false;
   }

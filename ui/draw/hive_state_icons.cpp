@@ -34,7 +34,7 @@ void DrawRunning(const Canvas& canvas, int frame) {
   FillDisc(canvas, 8, 8, 1.2, kBlue);
 }
 
-void DrawPicture(const Canvas& canvas, int picture) {
+void DrawState(const Canvas& canvas, int picture) {
   switch (picture) {
     case kNeutral:
       return DrawNeutral(canvas);
@@ -54,7 +54,7 @@ HIMAGELIST MakeHiveStateIcons(int size) {
   for (int picture = 0; picture < kFirstFrame + kFrames; ++picture) {
     Canvas canvas = MakeCanvas(size);
     if (canvas.dc == nullptr) break;
-    DrawPicture(canvas, picture);
+    DrawState(canvas, picture);
     const HBITMAP bitmap = FinishCanvas(canvas, 0, false);
     ImageList_Add(list, bitmap, nullptr);
     DeleteObject(bitmap);

@@ -204,7 +204,7 @@ void PaintButton(HWND window, ButtonForm form) {
 }
 
 // After these a button draws itself at once, without being asked to paint.
-bool Redraws(UINT message) {
+bool ButtonRedraws(UINT message) {
   switch (message) {
     case BM_SETSTATE:
     case BM_SETCHECK:
@@ -257,7 +257,7 @@ bool RouteButton(HWND window, UINT message, WPARAM first, LPARAM second, LRESULT
   // The pointer that comes changes how a button looks; while it moves over it nothing changes, and
   // drawing anew for each move would flicker.
   const bool moved = message == WM_MOUSEMOVE;
-  if (!moved && !Redraws(message)) return false;
+  if (!moved && !ButtonRedraws(message)) return false;
   const LRESULT before = moved ? SendMessageW(window, BM_GETSTATE, 0, 0) : 0;
   answer = Undressed(window, message, first, second);
   // A click may have been the end of the window.

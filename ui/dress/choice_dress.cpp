@@ -35,7 +35,7 @@ void PaintChoice(HWND window) {
 }
 
 // After these a combo box draws itself at once.
-bool Redraws(UINT message) {
+bool ChoiceRedraws(UINT message) {
   switch (message) {
     case CB_SETCURSEL:
     case CB_SELECTSTRING:
@@ -83,7 +83,7 @@ void PutOnChoice(HWND window, bool dark) {
 bool RouteChoice(HWND window, UINT message, WPARAM first, LPARAM second, LRESULT& answer) {
   if (message == WM_ERASEBKGND) return answer = 1, true;
   if (message == WM_PAINT) return PaintChoice(window), true;
-  if (!Redraws(message)) return false;
+  if (!ChoiceRedraws(message)) return false;
   answer = Undressed(window, message, first, second);
   if (IsWindow(window) != FALSE) InvalidateRect(window, nullptr, FALSE);
   return true;

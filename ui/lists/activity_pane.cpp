@@ -189,8 +189,6 @@ std::vector<uint32_t> PixelsOf(const Picture& picture, HFONT font) {
 
 // --- ranges --------------------------------------------------------------------------------------
 
-void Beep() { CurrentHost().beep(CurrentHost().context); }
-
 // Filters the list by the range, on a worker; when that cannot begin, what was picked before stays.
 void ShowRange(ActivityPane& pane, const TimeRange& range) {
   ListPlace& place = *pane.place;
@@ -202,7 +200,7 @@ void ShowRange(ActivityPane& pane, const TimeRange& range) {
   const bool started = FilterList(place, test, RangeWords(range));
   // At once, not at the worker's end: the picture shows what was asked for.
   pane.view.picked = started ? range : pane.kept;
-  if (!started) Beep();
+  if (!started) BeepAtUser();
   if (started) ShowPlaceStatus(place, (" " + RangeWords(range)).c_str());
   Redraw(pane);
 }
@@ -516,7 +514,7 @@ void OnSavePicture(ListPlace& place) {
   if (file.empty()) return;
   const std::string bytes = BytesOfPicture(*place.activity, EndsWithSvg(file));
   OutputFile out;
-  if (!OpenListFile(file, OutputMode::kReplace, "Could Not Open or Create File %s", out)) return;
+  if (!OpenListFile(file, OutputMode::kReplace, kFileNotWritten, out)) return;
   const bool written = !bytes.empty() && WriteOutput(out, bytes);
   if (CloseOutput(out, written) && written) return ShowPassingStatus(place, " Picture saved.");
   ReportFileFailure("Could not write %s !", file);

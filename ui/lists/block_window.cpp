@@ -18,8 +18,8 @@
 namespace hivequarry {
 namespace {
 
-constexpr wchar_t kClassName[] = L"HivequarryBlocks";
-constexpr int kListId = 1;
+constexpr wchar_t kBlockClassName[] = L"HivequarryBlocks";
+constexpr int kBlockListId = 1;
 constexpr ListColumn kColumns[] = {{L"Number", 80, false},
                                    {L"Position", 110, false},
                                    {L"Size", 110, false},
@@ -109,7 +109,7 @@ void OnDpiChanged(BlockWindow& blocks, WPARAM dpi, const RECT& place) {
 
 void OnCreate(BlockWindow& blocks) {
   blocks.dpi = DpiOfWindow(blocks.handle);
-  blocks.list = MakeVirtualList(blocks.handle, kListId, kColumns, blocks.dpi);
+  blocks.list = MakeVirtualList(blocks.handle, kBlockListId, kColumns, blocks.dpi);
   SetWindowTextW(blocks.list, L"Blocks");  // what a screen reader calls it
   SetListFont(blocks);
   SetColumnWidths(blocks.list, SavedPlace().columns, blocks.dpi);
@@ -165,7 +165,7 @@ LRESULT CALLBACK BlockProc(HWND handle, UINT message, WPARAM first, LPARAM secon
 }
 
 bool RegisterBlockClass(HINSTANCE instance) {
-  return RegisterWindowClass(instance, {.name = kClassName, .procedure = BlockProc});
+  return RegisterWindowClass(instance, {.name = kBlockClassName, .procedure = BlockProc});
 }
 
 // Over the middle of its owner.
@@ -203,7 +203,7 @@ void ShowBlockList(MainWindow& window) {
   const bool placed = IsPlaced(saved);
   const RECT place = placed ? OnScreen(AreaOfPlace(saved, window.dpi)) : PlaceOver(window);
   window.blocks =
-      CreateWindowExW(0, kClassName, L"Block list", WS_OVERLAPPEDWINDOW, CW_USEDEFAULT, 0,
+      CreateWindowExW(0, kBlockClassName, L"Block list", WS_OVERLAPPEDWINDOW, CW_USEDEFAULT, 0,
                       CW_USEDEFAULT, 0, window.handle, nullptr, window.instance, blocks);
   if (window.blocks == nullptr) return;
   blocks->put_beside = MoveBesideOthers(window.blocks, place);

@@ -120,8 +120,8 @@ bool GoToRow(const ListPlace& place, uint32_t row, uint32_t position) {
 }
 
 // The hives that are open, and which of them is viewed.
-std::vector<HiveToSearch> OpenHives(const MainWindow& window, std::vector<uint32_t>& numbers,
-                                    size_t& viewed) {
+std::vector<HiveToSearch> HivesToSearch(const MainWindow& window, std::vector<uint32_t>& numbers,
+                                        size_t& viewed) {
   std::vector<HiveToSearch> hives;
   for (const auto& hive : window.hives) {
     if (hive->slot < 0) continue;
@@ -138,7 +138,7 @@ void GoToPathOfRow(const ListPlace& place, uint32_t row) {
   const std::string path(KeyPathOfRow(*place.model, row));
   std::vector<uint32_t> numbers;
   size_t viewed = 0;
-  const std::vector<HiveToSearch> hives = OpenHives(window, numbers, viewed);
+  const std::vector<HiveToSearch> hives = HivesToSearch(window, numbers, viewed);
   const KeyOfRow key = FindKeyOfRow(path, ListedHives(HeadLinesOf(*place.model)), hives, viewed);
   if (key.item == kNoItem) {
     const std::string text = "The hive has no key " + path + " !";
@@ -177,8 +177,7 @@ void OnGoToTree(ListPlace& place) {
   const bool of_file = row < place.files.size();
   if (!of_file && !RowHasDatum(*place.model, row)) return GoToPathOfRow(place, row);
   if (GoToRow(place, row, FocusedPosition(place))) return;
-  const Host& host = CurrentHost();
-  host.beep(host.context);
+  BeepAtUser();
 }
 
 void OnSplitFile(ListPlace& place) {

@@ -19,7 +19,7 @@ namespace hivequarry {
 namespace {
 
 // At 96 dpi.
-constexpr int kMargin = 4;
+constexpr int kListFrameMargin = 4;
 constexpr int kSourceMargin = 3;  // above and below the source's name, with the border
 constexpr int kToolbarHeight = 34;
 constexpr int kSmallIcon = 16;
@@ -65,7 +65,7 @@ bool HasSource(const ListWindow& window) { return !ListSource(*window.place.mode
 // Its height; 0 where there is none.
 int PlaceSource(const ListWindow& window, int width, int top) {
   if (!HasSource(window)) return 0;
-  const int margin = Scale(kMargin, window.dpi);
+  const int margin = Scale(kListFrameMargin, window.dpi);
   const SIZE label = TextSize(window.fonts.text, L"File: ");
   const int inside = Scale(kSourceMargin, window.dpi);
   const int height = label.cy + 2 * inside;
@@ -127,7 +127,7 @@ void ShowCount(const ListWindow& window) {
   const ListPlace& place = window.place;
   std::string text = Concat({"Number of Items : ", Decimal(ShownRowCount(place))});
   if (place.rows.filtered) text += Concat({" of ", Decimal(RowCount(*place.model))});
-  ShowPart(window, kListCount, WideName(text));
+  ShowPart(window, kListRows, WideName(text));
 }
 
 // What the worker says of itself in the main window is shown here as well.
@@ -139,7 +139,7 @@ void ShowWork(const ListWindow& window) {
   SendMessageW(window.progress, PBM_SETPOS, host.progress_position.load(), 0);
   if (!window.place.filling) return;
   const std::lock_guard lock(host.mutex);
-  ShowPart(window, kListText, L" " + host.status);
+  ShowPart(window, kListWords, L" " + host.status);
 }
 
 // --- title ---------------------------------------------------------------------------------------
@@ -209,7 +209,7 @@ void LayOutListWindow(ListWindow& window) {
   GetClientRect(window.place.window, &client);
   RECT status;
   GetWindowRect(window.place.status, &status);
-  const int side = Scale(kMargin, window.dpi);
+  const int side = Scale(kListFrameMargin, window.dpi);
   int top = Scale(kToolbarHeight, window.dpi);
   MoveWindow(window.toolbar, side, side / 2, client.right - 2 * side, top - side / 2, TRUE);
   top += PlaceSource(window, client.right, top);

@@ -17,7 +17,7 @@ enum ListChildId : int {
   kListStatusId,
 };
 // Parts of the status bar, from the left.
-enum ListStatusPart : int { kListText, kListProgress, kListCount, kListStatusParts };
+enum ListStatusPart : int { kListWords, kListProgress, kListRows, kListStatusParts };
 
 // Goes with its window, as do fonts and pictures.
 // The list itself is `place`; what is beside it here is the window around it.

@@ -14,8 +14,6 @@
 namespace hivequarry {
 namespace {
 
-constexpr const char* kCannotOpen = "Could Not Open or Create File %s !";
-
 FileRequest ReportRequest() {
   FileRequest request;
   request.filter = L"Report Lists\0*.rpt\0All files\0*.*\0";
@@ -37,7 +35,7 @@ void SaveReport(const ListPlace& place, bool selection) {
   request.ask_to_replace = true;
   const std::string file = ChooseListFile(place, true, kFolderReports, request);
   OutputFile out;
-  if (file.empty() || !OpenListFile(file, OutputMode::kReplace, kCannotOpen, out)) return;
+  if (file.empty() || !OpenListFile(file, OutputMode::kReplace, kFileNotOpened, out)) return;
   const WaitTurn wait(ShownRowCount(place));
   const RowChoice rows = ChooseRows(place, selection);
   const bool whole = WithMemory([&] {

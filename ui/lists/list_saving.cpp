@@ -22,7 +22,7 @@ namespace hivequarry {
 namespace {
 
 // Rows up to which no wait cursor is shown.
-constexpr uint32_t kQuickRows = 400;
+constexpr uint32_t kQuickSave = 400;
 constexpr const char* kProtected = "\r\nIt is a hive or one of its logs: these are never written.";
 
 void ReportDialogError(DWORD error) {
@@ -157,7 +157,7 @@ void ReportSaved(uint32_t rows, const std::string& more) {
 }
 
 WaitTurn::WaitTurn(uint32_t rows) {
-  if (rows > kQuickRows) previous = SetCursor(LoadCursorW(nullptr, IDC_WAIT));
+  if (rows > kQuickSave) previous = SetCursor(LoadCursorW(nullptr, IDC_WAIT));
 }
 
 WaitTurn::~WaitTurn() {
@@ -188,7 +188,7 @@ bool SaveListText(const OutputList& list, const WrittenRows& which, const std::s
   OutputFile out;
   FileEncoding encoding = FileEncoding::kCodePage;
   if (!ChooseEncoding(list, which, file, mode, encoding)) return false;
-  if (!OpenListFile(file, mode, "Could Not Open or Create File %s", out)) return false;
+  if (!OpenListFile(file, mode, kFileNotWritten, out)) return false;
   const WaitTurn wait(RowCount(list));
   if (mode == OutputMode::kAppend) WriteOutput(out, "\r\n");
   uint32_t written = 0;
@@ -254,7 +254,7 @@ void OnCopyFirstColumn(ListPlace& place) { CopyRows(place, true, true); }
 void OnListNotepad(ListPlace& place) {
   const std::string file = NextTextName();
   OutputFile out;
-  if (!OpenListFile(file, OutputMode::kReplace, "Could Not Open or Create File %s", out)) return;
+  if (!OpenListFile(file, OutputMode::kReplace, kFileNotWritten, out)) return;
   // From here on it is deleted at the end, written whole or not.
   TheEditedTexts().files.push_back(file);
   const RowChoice rows = ChooseRows(place, false);

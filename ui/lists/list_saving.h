@@ -14,6 +14,10 @@ namespace hivequarry {
 struct FileChoice;
 struct FileRequest;
 
+// What is said of a file that could not be written: two wordings, as each place is to have its own.
+inline constexpr const char* kFileNotWritten = "Could Not Open or Create File %s";
+inline constexpr const char* kFileNotOpened = "Could Not Open or Create File %s !";
+
 // Writes the rows to a file (UTF-8 name), after an empty line when it is appended to, and says how
 // many, or what went wrong. False on failure.
 bool SaveListText(const OutputList& list, const WrittenRows& which, const std::string& file,

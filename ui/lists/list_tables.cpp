@@ -30,8 +30,6 @@ static_assert(std::size(kEndings) == static_cast<size_t>(TableForm::kCount));
 // That the dialog offers beside them.
 constexpr const char* kOtherEndings[] = {".htm", ".txt"};
 
-constexpr const char* kCannotOpen = "Could Not Open or Create File %s !";
-
 // Filled by the worker; the interface thread reads it when that has ended.
 struct TableJob {
   std::string file;
@@ -62,7 +60,7 @@ bool WriteTable(const OutputList& list, const TableJob& job, const TextSink& sin
 
 bool WriteFile(const std::string& file, const std::function<bool(const TextSink& sink)>& write) {
   OutputFile out;
-  if (!OpenListFile(file, OutputMode::kReplace, kCannotOpen, out)) return false;
+  if (!OpenListFile(file, OutputMode::kReplace, kFileNotOpened, out)) return false;
   const bool whole = WithMemory(
       [&] { return write([&out](std::string_view piece) { return WriteOutput(out, piece); }); });
   if (CloseOutput(out, whole) && whole) return true;

@@ -27,7 +27,7 @@
 namespace hivequarry {
 namespace {
 
-constexpr wchar_t kClassName[] = L"HivequarryList";
+constexpr wchar_t kListClassName[] = L"HivequarryList";
 constexpr int kDefaultWidth = 1180;  // at 96 dpi
 constexpr int kDefaultHeight = 520;
 constexpr int kApart = 28;  // from the main window
@@ -182,7 +182,7 @@ LRESULT Route(ListWindow& window, UINT message, WPARAM first, LPARAM second) {
   }
 }
 
-constexpr FrameRoutes<ListWindow> kRoutes = {
+constexpr FrameRoutes<ListWindow> kListRoutes = {
     .least = {420, 240},
     .set_handle =
         [](ListWindow& window, HWND handle) {
@@ -198,7 +198,7 @@ constexpr FrameRoutes<ListWindow> kRoutes = {
     .close = OnClose,
     .free = FreeListWindow,
     .others = Route};
-constexpr WNDPROC kProcedure = FrameProc<ListWindow, kRoutes>;
+constexpr WNDPROC kProcedure = FrameProc<ListWindow, kListRoutes>;
 
 // Told by the window's procedure: null for any other window.
 ListWindow* WindowOfHandle(HWND handle) {
@@ -211,14 +211,14 @@ ListWindow* WindowOfHandle(HWND handle) {
 // The record goes with its window, also when its making fails half-way.
 ListWindow* MakeListWindow(MainWindow& owner) {
   if (!RegisterWindowClass(owner.instance,
-                           {.name = kClassName, .procedure = kProcedure, .framed = true})) {
+                           {.name = kListClassName, .procedure = kProcedure, .framed = true})) {
     return nullptr;
   }
   auto* window = new ListWindow;
   window->place.owner = &owner;
   const HWND handle =
-      CreateWindowExW(0, kClassName, L"", WS_OVERLAPPEDWINDOW | WS_CLIPCHILDREN, CW_USEDEFAULT, 0,
-                      CW_USEDEFAULT, 0, nullptr, nullptr, owner.instance, window);
+      CreateWindowExW(0, kListClassName, L"", WS_OVERLAPPEDWINDOW | WS_CLIPCHILDREN, CW_USEDEFAULT,
+                      0, CW_USEDEFAULT, 0, nullptr, nullptr, owner.instance, window);
   return handle != nullptr ? window : nullptr;
 }
 

@@ -54,8 +54,6 @@ OutputListPtr ReadRecord(const MainWindow& window, uint32_t position) {
   return list;
 }
 
-void Beep() { CurrentHost().beep(CurrentHost().context); }
-
 // Widths that the user chose stay; else the columns suit each record.
 std::vector<int> WidthsNow(const ListPlace& place) {
   return place.columns_touched ? WidthsOfColumns(place) : std::vector<int>();
@@ -101,12 +99,12 @@ void OnRawPosition(MainWindow& window) {
 
 void OnFollowRecord(ListPlace& place) {
   const int focused = FocusedRow(place);
-  if (focused < 0) return Beep();
+  if (focused < 0) return BeepAtUser();
   const uint32_t row = ModelRow(place, static_cast<uint32_t>(focused));
-  if (CellText(*place.model, row, kLeadsTo).empty()) return Beep();
+  if (CellText(*place.model, row, kLeadsTo).empty()) return BeepAtUser();
   const uint32_t target = RowDatum(*place.model, row);
   OutputListPtr list = ReadRecord(*place.owner, target);
-  if (list == nullptr) return Beep();
+  if (list == nullptr) return BeepAtUser();
   Trail& trail = TheTrails()[place.window];
   if (trail.steps.size() == kLongestTrail) trail.steps.erase(trail.steps.begin());
   trail.steps.push_back({trail.position, row});
@@ -116,10 +114,10 @@ void OnFollowRecord(ListPlace& place) {
 
 void OnPreviousRecord(ListPlace& place) {
   Trail& trail = TheTrails()[place.window];
-  if (trail.steps.empty()) return Beep();
+  if (trail.steps.empty()) return BeepAtUser();
   const Step step = trail.steps.back();
   OutputListPtr list = ReadRecord(*place.owner, step.position);
-  if (list == nullptr) return Beep();
+  if (list == nullptr) return BeepAtUser();
   trail.steps.pop_back();
   trail.position = step.position;
   ShowRecord(place, std::move(list), step.row);

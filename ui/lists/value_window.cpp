@@ -18,11 +18,11 @@
 namespace hivequarry {
 namespace {
 
-constexpr wchar_t kClassName[] = L"HivequarryValue";
+constexpr wchar_t kValueClassName[] = L"HivequarryValue";
 constexpr int kViewerId = 1;
-constexpr int kWidth = 1120;  // at 96 dpi
-constexpr int kHeight = 420;
-constexpr int kApart = 56;           // from the corner of the main window
+constexpr int kValueWidth = 1120;  // at 96 dpi
+constexpr int kValueHeight = 420;
+constexpr int kValueApart = 56;      // from the corner of the main window
 constexpr UINT kReady = WM_APP + 1;  // a result is in the mailbox
 constexpr UINT_PTR kSliceTimer = 1;
 constexpr UINT kSlicePause = 10;  // milliseconds
@@ -139,20 +139,21 @@ LRESULT CALLBACK ValueProc(HWND handle, UINT message, WPARAM first, LPARAM secon
 RECT FirstArea(const MainWindow& owner) {
   RECT main;
   GetWindowRect(owner.handle, &main);
-  const LONG left = main.left + Scale(kApart, owner.dpi);
-  const LONG top = main.top + Scale(kApart, owner.dpi);
-  return OnScreen({left, top, left + Scale(kWidth, owner.dpi), top + Scale(kHeight, owner.dpi)});
+  const LONG left = main.left + Scale(kValueApart, owner.dpi);
+  const LONG top = main.top + Scale(kValueApart, owner.dpi);
+  return OnScreen(
+      {left, top, left + Scale(kValueWidth, owner.dpi), top + Scale(kValueHeight, owner.dpi)});
 }
 
 ValueWindow* OpenWindow(MainWindow& owner) {
-  const WindowClass window_class{.name = kClassName, .procedure = ValueProc, .framed = true};
+  const WindowClass window_class{.name = kValueClassName, .procedure = ValueProc, .framed = true};
   if (!RegisterWindowClass(owner.instance, window_class)) return nullptr;
   auto* window = new ValueWindow;  // goes with its handle, also when its making fails half-way
   window->owner = &owner;
   TheWindow() = window;
-  const HWND handle =
-      CreateWindowExW(0, kClassName, L"Value", WS_OVERLAPPEDWINDOW | WS_CLIPCHILDREN, CW_USEDEFAULT,
-                      0, CW_USEDEFAULT, 0, owner.handle, nullptr, owner.instance, window);
+  const HWND handle = CreateWindowExW(
+      0, kValueClassName, L"Value", WS_OVERLAPPEDWINDOW | WS_CLIPCHILDREN, CW_USEDEFAULT, 0,
+      CW_USEDEFAULT, 0, owner.handle, nullptr, owner.instance, window);
   if (handle == nullptr) return nullptr;
   MoveBesideOthers(handle, FirstArea(owner));
   ShowWindow(handle, SW_SHOW);
@@ -179,7 +180,7 @@ void StartGathering(MainWindow& owner, ValueWindow& window, uint32_t position) {
 void OnRowsValue(ListPlace& place) {
   MainWindow& owner = *place.owner;
   const int focused = FocusedRow(place);
-  if (focused < 0 || owner.shown->slot < 0) return CurrentHost().beep(CurrentHost().context);
+  if (focused < 0 || owner.shown->slot < 0) return BeepAtUser();
   const uint32_t row = ModelRow(place, static_cast<uint32_t>(focused));
   ValueWindow* window = TheWindow() != nullptr ? TheWindow() : OpenWindow(owner);
   if (window != nullptr) StartGathering(owner, *window, RowDatum(*place.model, row));

@@ -19,7 +19,7 @@ namespace {
 
 // On a worker, since the editor is waited for. A beep for what has no path.
 void StartGoing(MainWindow& window, const std::string& path, const std::string& value) {
-  if (path.empty()) return CurrentHost().beep(CurrentHost().context);
+  if (path.empty()) return BeepAtUser();
   StartWork(
       window, kOperationQuietA, [path, value] { GoToRegedit(path, value); },
       [] {

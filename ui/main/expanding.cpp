@@ -45,7 +45,7 @@ Progress ProgressOf(const MainWindow& window) {
 }
 
 // While an operation is under way, its own progress is shown.
-void ShowProgress(MainWindow& window) {
+void ShowKeysExpanded(MainWindow& window) {
   if (TheLongOperation().running != 0) return;
   const Progress progress = ProgressOf(window);
   window.host.progress_position = progress.done;
@@ -64,7 +64,7 @@ void FollowExpanding(MainWindow& window) {
   } else {
     KillTimer(window.handle, kExpandTimer);
   }
-  if (more || window.expanding_shown) ShowProgress(window);
+  if (more || window.expanding_shown) ShowKeysExpanded(window);
   if (more != window.expanding_shown) {
     window.expanding_shown = more;
     UpdateToolbar(window);

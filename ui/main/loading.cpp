@@ -171,7 +171,7 @@ void OpenWaiting(MainWindow& window) {
 }
 
 void OpenInNewCopy(const std::string& file) {
-  if (!LaunchSelf('"' + file + '"', kLaunchCopy)) CurrentHost().beep(CurrentHost().context);
+  if (!LaunchSelf('"' + file + '"', kLaunchCopy)) BeepAtUser();
 }
 
 void LoadAgain(MainWindow& window, const ReloadRequest& request) {

@@ -46,7 +46,7 @@
 namespace hivequarry {
 namespace {
 
-constexpr wchar_t kClassName[] = L"Hivequarry";
+constexpr wchar_t kMainClassName[] = L"Hivequarry";
 constexpr int kDefaultWidth = 1120;  // at 96 dpi
 constexpr int kDefaultHeight = 720;
 
@@ -328,14 +328,14 @@ void SetDefaultSize(MainWindow& window) {
 // The main window of another copy of the program is seen.
 bool IsAnotherOpen(HWND window) {
   for (HWND other = nullptr;
-       (other = FindWindowExW(nullptr, other, kClassName, nullptr)) != nullptr;) {
+       (other = FindWindowExW(nullptr, other, kMainClassName, nullptr)) != nullptr;) {
     if (other != window && IsWindowVisible(other) != FALSE && IsIconic(other) == FALSE) return true;
   }
   return false;
 }
 
 HWND MakeHandle(MainWindow* window) {
-  return CreateWindowExW(WS_EX_ACCEPTFILES, kClassName, L"Hivequarry",
+  return CreateWindowExW(WS_EX_ACCEPTFILES, kMainClassName, L"Hivequarry",
                          WS_OVERLAPPEDWINDOW | WS_CLIPCHILDREN, CW_USEDEFAULT, 0, CW_USEDEFAULT, 0,
                          nullptr, MakeMainMenu(false), window->instance, window);
 }
@@ -406,7 +406,7 @@ bool AsksForTreeMenu(const MainWindow& window, const MSG& message) {
 
 MainWindow* CreateMainWindow(HINSTANCE instance, int show) {
   if (!RegisterWindowClass(instance,
-                           {.name = kClassName, .procedure = kProcedure, .framed = true}) ||
+                           {.name = kMainClassName, .procedure = kProcedure, .framed = true}) ||
       !RegisterSplitterClass(instance) || !RegisterEmptyViewClass(instance)) {
     MessageBoxW(nullptr, L"Can not create window !", L"Hivequarry", MB_ICONEXCLAMATION);
     return nullptr;

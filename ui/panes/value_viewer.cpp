@@ -27,8 +27,8 @@ constexpr int kLabelWidth = 150;
 constexpr int kLine = 18;  // of the bytes, with room to spare
 constexpr int kEditMargin = 8;
 
-constexpr ListColumn kColumns[] = {{L"Bytes here as", kLabelWidth, false},
-                                   {L"May mean", 260, false}};
+constexpr ListColumn kValueViewerColumns[] = {{L"Bytes here as", kLabelWidth, false},
+                                              {L"May mean", 260, false}};
 
 // --- layout --------------------------------------------------------------------------------------
 
@@ -277,7 +277,7 @@ bool MakeValueViewer(ValueViewer& viewer, HWND parent, int identifier, uint32_t 
       viewer.window, IdentifierOf(kDetailPart), instance, nullptr);
   viewer.hex = CreateWindowExW(0, kHexClassName, L"Bytes of the value", kChild, 0, 0, 0, 0,
                                viewer.window, IdentifierOf(kHexPart), instance, nullptr);
-  viewer.meaning = MakeVirtualList(viewer.window, kMeaningPart, kColumns, dpi);
+  viewer.meaning = MakeVirtualList(viewer.window, kMeaningPart, kValueViewerColumns, dpi);
   if (viewer.detail.window == nullptr || viewer.hex == nullptr || viewer.meaning == nullptr) {
     return false;
   }

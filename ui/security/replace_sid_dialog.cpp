@@ -54,7 +54,7 @@ void AcceptReplacement(HWND dialog, SidReplacement& replacement) {
   EndDialog(dialog, IDOK);
 }
 
-void OnCommand(HWND dialog, int control) {
+void OnReplaceCommand(HWND dialog, int control) {
   auto& replacement = *reinterpret_cast<SidReplacement*>(GetWindowLongPtrW(dialog, DWLP_USER));
   switch (control) {
     case IDOK:
@@ -79,7 +79,7 @@ INT_PTR CALLBACK ReplaceProc(HWND dialog, UINT message, WPARAM first, LPARAM sec
     return TRUE;
   }
   if (message != WM_COMMAND) return FALSE;
-  OnCommand(dialog, LOWORD(first));
+  OnReplaceCommand(dialog, LOWORD(first));
   return TRUE;
 }
 

@@ -18,8 +18,6 @@
 namespace hivequarry {
 namespace {
 
-void Beep() { CurrentHost().beep(CurrentHost().context); }
-
 SecurityListOptions OptionsNow(const MainWindow& window) {
   return {TheSettings().options.resolve_sids, window.shown->sid_replacement};
 }
@@ -80,7 +78,7 @@ void FindKeysOfRecord(MainWindow& window, uint32_t record) {
 
 // A beep where the row or key has no such SID.
 void FindKeysOfSid(MainWindow& window, SecurityMode mode, const std::string& sid) {
-  if (sid.empty()) return Beep();
+  if (sid.empty()) return BeepAtUser();
   SecurityQuery query;
   query.mode = mode;
   query.sid = sid;
@@ -198,7 +196,7 @@ void OnKeysOfKeysOwner(MainWindow& window) {
 
 void OnKeysOfRowsRecord(ListPlace& place) {
   const SecurityRow row = FocusedRecord(place);
-  if (row.record == kNoOffset) return Beep();
+  if (row.record == kNoOffset) return BeepAtUser();
   FindKeysOfRecord(*place.owner, row.record);
 }
 
@@ -215,7 +213,7 @@ void OnKeysOfRowsAce(ListPlace& place) {
 
 void OnRowsSecurityRecord(ListPlace& place) {
   const SecurityRow row = FocusedRecord(place);
-  if (row.record == kNoOffset) return Beep();
+  if (row.record == kNoOffset) return BeepAtUser();
   OpenSecurityWindow(*place.owner, row.record);
 }
 

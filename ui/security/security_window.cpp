@@ -304,7 +304,7 @@ HWND OpenSecurityWindow(MainWindow& window, uint32_t record) {
   auto& slots = TheSecurityWindows().slots;
   const auto slot = std::find(slots.begin(), slots.end(), nullptr);
   if (slot == slots.end()) {
-    CurrentHost().beep(CurrentHost().context);
+    BeepAtUser();
     return nullptr;
   }
   SecurityWindow* made = MakeWindow(window, *slot);
