@@ -11,37 +11,37 @@ namespace {
 
 constexpr double kMegabyte = 1024 * 1024;
 
-uint32_t CountOf(double megabytes, uint32_t bytes_each) {
+uint32_t HostileCount(double megabytes, uint32_t bytes_each) {
   return std::max(4U, static_cast<uint32_t>(megabytes * kMegabyte / bytes_each));
 }
 
-std::span<const uint8_t> TextBytes(std::string_view text) {
+std::span<const uint8_t> BytesOfText(std::string_view text) {
   return {reinterpret_cast<const uint8_t*>(text.data()), text.size()};
 }
 
 // Cells written one by one: a root with a flat list of keys.
-struct Flat {
+struct FlatHive {
   CellWriter writer;
   uint32_t root = 0;
   std::vector<uint32_t> keys;
 };
 
-uint32_t AddKey(Flat& flat, std::string_view name) {
-  const uint32_t key = AddKeyCell(flat.writer, TextBytes(name), 0x20, kDefaultTime);
+uint32_t AddKey(FlatHive& flat, std::string_view name) {
+  const uint32_t key = AddKeyCell(flat.writer, BytesOfText(name), 0x20, kDefaultTime);
   PutU32(flat.writer.bytes, key + field::kKeyParent, flat.root - kDataArea);
   flat.keys.push_back(key);
   return key;
 }
 
-uint32_t AddValue(Flat& flat, std::string_view name, std::span<const uint8_t> data) {
+uint32_t AddValue(FlatHive& flat, std::string_view name, std::span<const uint8_t> data) {
   const uint32_t value =
-      AddValueCell(flat.writer, TextBytes(name), 1, 3, static_cast<uint32_t>(data.size()));
+      AddValueCell(flat.writer, BytesOfText(name), 1, 3, static_cast<uint32_t>(data.size()));
   AddValueData(flat.writer, value, data);
   return value;
 }
 
 // A cell with the entries of a value list, with room for `room` of them.
-uint32_t AddValueList(Flat& flat, std::span<const uint32_t> values, uint32_t room) {
+uint32_t AddValueList(FlatHive& flat, std::span<const uint32_t> values, uint32_t room) {
   const uint32_t list = AddCell(flat.writer, 4 * std::max(room, 1U));
   for (size_t i = 0; i < values.size(); ++i) {
     PutU32(flat.writer.bytes, list + 4 + 4 * static_cast<uint32_t>(i), values[i] - kDataArea);
@@ -49,7 +49,7 @@ uint32_t AddValueList(Flat& flat, std::span<const uint32_t> values, uint32_t roo
   return list;
 }
 
-void GiveValues(Flat& flat, uint32_t key, uint32_t list, uint32_t count) {
+void GiveValues(FlatHive& flat, uint32_t key, uint32_t list, uint32_t count) {
   PutU32(flat.writer.bytes, key + field::kKeyValues, count);
   PutU32(flat.writer.bytes, key + field::kKeyValueList, list - kDataArea);
   // The longest value name and data allow anything, so that no rule can lean on them.
@@ -57,20 +57,20 @@ void GiveValues(Flat& flat, uint32_t key, uint32_t list, uint32_t count) {
   PutU32(flat.writer.bytes, key + 68, 0x500000);
 }
 
-Flat BeginFlat() {
-  Flat flat;
-  flat.root = AddKeyCell(flat.writer, TextBytes("ROOT"), 0x2C, kDefaultTime);
+FlatHive BeginFlat() {
+  FlatHive flat;
+  flat.root = AddKeyCell(flat.writer, BytesOfText("ROOT"), 0x2C, kDefaultTime);
   return flat;
 }
 
 // The bystander comes last: after all that might hide it.
-void AddBystander(Flat& flat) {
+void AddBystander(FlatHive& flat) {
   const uint32_t key = AddKey(flat, kBystanderKey);
-  const uint32_t value = AddValue(flat, kBystanderValue, TextBytes("\1\2\3\4\5\6\7\10"));
+  const uint32_t value = AddValue(flat, kBystanderValue, BytesOfText("\1\2\3\4\5\6\7\10"));
   GiveValues(flat, key, AddValueList(flat, std::span(&value, 1), 1), 1);
 }
 
-Bytes EndFlat(Flat& flat) {
+Bytes EndFlat(FlatHive& flat) {
   AddBystander(flat);
   Bytes& bytes = flat.writer.bytes;
   std::vector<uint32_t> lists;
@@ -90,13 +90,13 @@ Bytes EndFlat(Flat& flat) {
 
 // Half the file is one value list with its values, the other half keys that all name that list.
 Bytes SharedValueList(double megabytes) {
-  Flat flat = BeginFlat();
+  FlatHive flat = BeginFlat();
   std::vector<uint32_t> values;
-  for (uint32_t i = CountOf(megabytes / 2, 36); i > 0; --i)
+  for (uint32_t i = HostileCount(megabytes / 2, 36); i > 0; --i)
     values.push_back(AddValue(flat, "v", {}));
   const auto count = static_cast<uint32_t>(values.size());
   const uint32_t list = AddValueList(flat, values, count);
-  for (uint32_t i = CountOf(megabytes / 2, 92); i > 0; --i) {
+  for (uint32_t i = HostileCount(megabytes / 2, 92); i > 0; --i) {
     GiveValues(flat, AddKey(flat, "k" + std::to_string(i)), list, count);
   }
   return EndFlat(flat);
@@ -104,14 +104,14 @@ Bytes SharedValueList(double megabytes) {
 
 // Half the file is the data of one value, the other half values whose data are those.
 Bytes SharedData(double megabytes) {
-  Flat flat = BeginFlat();
-  const Bytes data(std::min<size_t>(CountOf(megabytes / 2, 1), 0x4F0000) / 16344 * 16344, 'd');
+  FlatHive flat = BeginFlat();
+  const Bytes data(std::min<size_t>(HostileCount(megabytes / 2, 1), 0x4F0000) / 16344 * 16344, 'd');
   const uint32_t first = AddValue(flat, "first", data);
   const uint32_t cell = GetU32(flat.writer.bytes, first + field::kValueData);
   std::vector<uint32_t> values{first};
-  for (uint32_t i = CountOf(megabytes / 2, 36); i > 0; --i) {
+  for (uint32_t i = HostileCount(megabytes / 2, 36); i > 0; --i) {
     const uint32_t value =
-        AddValueCell(flat.writer, TextBytes("v"), 1, 3, static_cast<uint32_t>(data.size()));
+        AddValueCell(flat.writer, BytesOfText("v"), 1, 3, static_cast<uint32_t>(data.size()));
     PutU32(flat.writer.bytes, value + field::kValueData, cell);
     values.push_back(value);
   }
@@ -122,8 +122,8 @@ Bytes SharedData(double megabytes) {
 
 // Keys whose value count and list lead into zeros up to the hive's end.
 Bytes WrongValueCounts(double megabytes) {
-  Flat flat = BeginFlat();
-  for (uint32_t i = CountOf(megabytes, 92); i > 0; --i) {
+  FlatHive flat = BeginFlat();
+  for (uint32_t i = HostileCount(megabytes, 92); i > 0; --i) {
     const uint32_t key = AddKey(flat, "k" + std::to_string(i));
     GiveValues(flat, key, key, 0x7FFFFFFF);
   }
@@ -132,15 +132,15 @@ Bytes WrongValueCounts(double megabytes) {
 
 // Value lists whose cells go on for long after their count, with offsets of freed values.
 Bytes LongListRests(double megabytes) {
-  Flat flat = BeginFlat();
+  FlatHive flat = BeginFlat();
   const uint32_t live = AddValue(flat, "v", {});
   std::vector<uint32_t> freed;
-  for (uint32_t i = CountOf(megabytes / 2, 40); i > 0; --i) {
+  for (uint32_t i = HostileCount(megabytes / 2, 40); i > 0; --i) {
     freed.push_back(AddValue(flat, "gone" + std::to_string(i % 10), {}));
     Bytes& bytes = flat.writer.bytes;
     PutU32(bytes, freed.back(), 0U - GetU32(bytes, freed.back()));
   }
-  const uint32_t room = CountOf(megabytes / 2, 4) / 64;
+  const uint32_t room = HostileCount(megabytes / 2, 4) / 64;
   std::vector<uint32_t> entries{live};
   for (uint32_t i = 0; i + 1 < room; ++i) entries.push_back(freed[i % freed.size()]);
   for (uint32_t i = 0; i < 64; ++i) {
@@ -154,8 +154,8 @@ Bytes LongListRests(double megabytes) {
 
 // "Keys" at every eighth byte whose names reach over the ones after them.
 Bytes OverlappingKeys(double megabytes) {
-  Flat flat = BeginFlat();
-  const uint32_t size = std::min(CountOf(megabytes, 1), 0x4000000U) / 8 * 8;
+  FlatHive flat = BeginFlat();
+  const uint32_t size = std::min(HostileCount(megabytes, 1), 0x4000000U) / 8 * 8;
   const uint32_t cell = AddCell(flat.writer, size);
   Bytes& bytes = flat.writer.bytes;
   for (uint32_t at = cell + 8; at + 90 < cell + size; at += 88) {
@@ -175,7 +175,8 @@ Bytes DeepWideNames(double megabytes) {
   HiveBuilder hive;
   hive.Key(kBystanderKey).Binary(kBystanderValue, 8);
   KeyRef key = hive.Root();
-  for (uint32_t i = CountOf(megabytes, 128); i > 0; --i) key = key.NewKey("\u65E5\u672C\u8A9E");
+  for (uint32_t i = HostileCount(megabytes, 128); i > 0; --i)
+    key = key.NewKey("\u65E5\u672C\u8A9E");
   return hive.Build().bytes;
 }
 
@@ -184,7 +185,7 @@ Bytes NamesakesInAFragment(double megabytes) {
   HiveBuilder hive;
   hive.Key(kBystanderKey).Binary(kBystanderValue, 8);
   KeyRef parent = hive.Key("Parent").KeepOrder().ListStyle(List::kRiOfLh, 500);
-  for (uint32_t i = CountOf(megabytes, 96); i > 0; --i) parent.NewKey("same");
+  for (uint32_t i = HostileCount(megabytes, 96); i > 0; --i) parent.NewKey("same");
   BuiltHive built = hive.Build();
   built.DropBaseBlock();
   for (uint32_t bin = 0; bin < built.BinCount(); ++bin) built.Zero(built.BinPosition(bin), 32);
@@ -200,7 +201,7 @@ Bytes FreedChain(double megabytes) {
   hive.Key("Top");
   KeyRef key = hive.Key("Top").NewKey("First");
   std::vector<KeyRef> chain{key};
-  for (uint32_t i = CountOf(megabytes, 104); i > 0; --i) {
+  for (uint32_t i = HostileCount(megabytes, 104); i > 0; --i) {
     key = key.NewKey("Next" + std::to_string(i % 10));
     chain.push_back(key);
   }
@@ -213,8 +214,8 @@ Bytes FreedChain(double megabytes) {
 void FreeCell(Bytes& bytes, uint32_t cell) { PutU32(bytes, cell, 0U - GetU32(bytes, cell)); }
 
 // Not in the list of the root.
-uint32_t AddFreedKey(Flat& flat, std::string_view name, uint32_t parent) {
-  const uint32_t key = AddKeyCell(flat.writer, TextBytes(name), 0x20, kDefaultTime);
+uint32_t AddFreedKey(FlatHive& flat, std::string_view name, uint32_t parent) {
+  const uint32_t key = AddKeyCell(flat.writer, BytesOfText(name), 0x20, kDefaultTime);
   PutU32(flat.writer.bytes, key + field::kKeyParent, parent - kDataArea);
   FreeCell(flat.writer.bytes, key);
   return key;
@@ -222,24 +223,24 @@ uint32_t AddFreedKey(Flat& flat, std::string_view name, uint32_t parent) {
 
 // Freed keys below the end of a chain of freed keys, which is as deep as a path has room for.
 Bytes FreedComb(double megabytes) {
-  Flat flat = BeginFlat();
+  FlatHive flat = BeginFlat();
   uint32_t parent = flat.root;
   for (uint32_t i = 0; i < 500; ++i) parent = AddFreedKey(flat, "c", parent);
-  for (uint32_t i = CountOf(megabytes, 88); i > 0; --i) AddFreedKey(flat, "t", parent);
+  for (uint32_t i = HostileCount(megabytes, 88); i > 0; --i) AddFreedKey(flat, "t", parent);
   return EndFlat(flat);
 }
 
 // Freed keys that all name one long list of freed values.
 Bytes FreedSharedList(double megabytes) {
-  Flat flat = BeginFlat();
+  FlatHive flat = BeginFlat();
   std::vector<uint32_t> values;
-  for (uint32_t i = CountOf(megabytes / 2, 36); i > 0; --i) {
+  for (uint32_t i = HostileCount(megabytes / 2, 36); i > 0; --i) {
     values.push_back(AddValue(flat, "v", {}));
     FreeCell(flat.writer.bytes, values.back());
   }
   const auto count = static_cast<uint32_t>(values.size());
   const uint32_t list = AddValueList(flat, values, count);
-  for (uint32_t i = CountOf(megabytes / 2, 88); i > 0; --i) {
+  for (uint32_t i = HostileCount(megabytes / 2, 88); i > 0; --i) {
     GiveValues(flat, AddFreedKey(flat, "k", flat.root), list, count);
   }
   return EndFlat(flat);
@@ -247,11 +248,11 @@ Bytes FreedSharedList(double megabytes) {
 
 // Freed values that all name the same data, just short enough to be read whatever was read before.
 Bytes FreedSharedData(double megabytes) {
-  Flat flat = BeginFlat();
+  FlatHive flat = BeginFlat();
   const uint32_t first = AddValue(flat, "first", Bytes(4096, 'd'));
   const uint32_t cell = GetU32(flat.writer.bytes, first + field::kValueData);
-  for (uint32_t i = CountOf(megabytes, 32); i > 0; --i) {
-    const uint32_t value = AddValueCell(flat.writer, TextBytes("v"), 1, 3, 4096);
+  for (uint32_t i = HostileCount(megabytes, 32); i > 0; --i) {
+    const uint32_t value = AddValueCell(flat.writer, BytesOfText("v"), 1, 3, 4096);
     PutU32(flat.writer.bytes, value + field::kValueData, cell);
     FreeCell(flat.writer.bytes, value);
   }
@@ -263,9 +264,9 @@ Bytes FreedSharedData(double megabytes) {
 // Freed keys whose lists and parents lead nowhere, among freed values at every place to which a
 // wrong distance could lead.
 Bytes FreedStrays(double megabytes) {
-  Flat flat = BeginFlat();
+  FlatHive flat = BeginFlat();
   const uint32_t entries[] = {0x5000, 0x5020, 0x5040, 0x5060};
-  for (uint32_t i = CountOf(megabytes, 88 + 40 + 4 * 32); i > 0; --i) {
+  for (uint32_t i = HostileCount(megabytes, 88 + 40 + 4 * 32); i > 0; --i) {
     const uint32_t key = AddFreedKey(flat, "s", 0x200000 + 0x1008 * (i % 5000));
     AddValueList(flat, entries, 8);
     GiveValues(flat, key, 0x300008 + 0x1010 * (i % 3000), 4);
@@ -285,7 +286,7 @@ Bytes ManyClasses(double megabytes) {
   hive.Key("One.Class\\shell\\open\\command").Sz("", "C:\\One\\one.exe \"%1\"");
   hive.Key("One.Class\\CurVer").Sz("", "One.Class");
   KeyRef classes = hive.Root().ListStyle(List::kRiOfLh, 500);
-  for (uint32_t i = CountOf(megabytes, 240); i > 0; --i) {
+  for (uint32_t i = HostileCount(megabytes, 240); i > 0; --i) {
     classes.NewKey(".x" + std::to_string(i)).Sz("", "One.Class");
   }
   return hive.Build().bytes;
@@ -296,7 +297,7 @@ Bytes ManyFolders(double megabytes) {
   HiveBuilder hive("CMI-CreateHive{00000000-0000-0000-0000-000000000000}");
   hive.Key(kBystanderKey).Binary(kBystanderValue, 8);
   KeyRef streams = hive.Key("Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\StreamMRU");
-  for (uint32_t i = CountOf(megabytes, 100); i > 0; --i) streams.Binary(std::to_string(i), 40);
+  for (uint32_t i = HostileCount(megabytes, 100); i > 0; --i) streams.Binary(std::to_string(i), 40);
   return hive.Build().bytes;
 }
 
@@ -310,15 +311,15 @@ Bytes FakeKey(uint16_t flags, uint32_t parent) {
   PutU32(record, 16, parent);
   for (const uint32_t none : {28U, 32U, 40U, 44U, 48U}) PutU32(record, none, kNone);
   PutU16(record, 72, 8);
-  PutBytes(record, 76, TextBytes("FakeName"));
+  PutBytes(record, 76, BytesOfText("FakeName"));
   return record;
 }
 
 // Values of ordinary keys whose data are key records: of roots in every other one.
 Bytes PlantedKeys(double megabytes) {
-  Flat flat = BeginFlat();
+  FlatHive flat = BeginFlat();
   const uint32_t root = flat.root - kDataArea;
-  const uint32_t count = CountOf(megabytes, 280);
+  const uint32_t count = HostileCount(megabytes, 280);
   for (uint32_t i = 0; i < count; ++i) {
     // One record is the data itself, another follows inside with a size field of its own.
     Bytes data = FakeKey(i % 2 == 0 ? 0x2C : 0x20, root);
@@ -337,9 +338,9 @@ Bytes PlantedKeys(double megabytes) {
 
 // Values whose data are block headers, each at a distance of its own, in a hive with a torn cell.
 Bytes PlantedHeaders(double megabytes) {
-  Flat flat = BeginFlat();
+  FlatHive flat = BeginFlat();
   constexpr uint32_t kHeaders = 30;
-  const uint32_t count = CountOf(megabytes, 32 * kHeaders + 200);
+  const uint32_t count = HostileCount(megabytes, 32 * kHeaders + 200);
   for (uint32_t i = 0; i < count; ++i) {
     Bytes data(32 * kHeaders);
     for (uint32_t header = 0; header < kHeaders; ++header) {
@@ -359,13 +360,13 @@ Bytes PlantedHeaders(double megabytes) {
 
 // All pages after the first few changed places.
 Bytes ShuffledPages(double megabytes) {
-  Flat flat = BeginFlat();
+  FlatHive flat = BeginFlat();
   AddBystander(flat);
   const uint32_t first = static_cast<uint32_t>(flat.writer.bytes.size()) / 4096 + 2;
-  const uint32_t count = CountOf(megabytes, 200);
+  const uint32_t count = HostileCount(megabytes, 200);
   for (uint32_t i = 0; i < count; ++i) {
     const std::string text = "data of " + std::to_string(i);
-    const uint32_t value = AddValue(flat, "v" + std::to_string(i), TextBytes(text));
+    const uint32_t value = AddValue(flat, "v" + std::to_string(i), BytesOfText(text));
     const uint32_t list = AddValueList(flat, std::span(&value, 1), 1);
     GiveValues(flat, AddKey(flat, "k" + std::to_string(i)), list, 1);
   }
@@ -385,7 +386,7 @@ Bytes ShuffledPages(double megabytes) {
 Bytes EqualPages(double megabytes) {
   Bytes bytes = ShuffledPages(0.1);
   const Bytes page(bytes.end() - 8192, bytes.end() - 4096);
-  for (uint32_t i = CountOf(megabytes, 4096); i > 0; --i) {
+  for (uint32_t i = HostileCount(megabytes, 4096); i > 0; --i) {
     bytes.insert(bytes.end(), page.begin(), page.end());
   }
   return bytes;
