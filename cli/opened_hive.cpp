@@ -11,6 +11,7 @@
 #include "host/long_operation.h"
 #include "replay/hive_logs.h"
 #include "replay/log_words.h"
+#include "reports/hive_state.h"
 
 namespace hivequarry {
 namespace {
@@ -72,7 +73,8 @@ int BuildTreeOf(const FileToOpen& file, OpenedHive& opened) {
   opened.summary = BuildImageTree(*opened.hive, file.build, opened.tree);
   if (opened.summary.stopped) return kExitFailed;
   // Not before the tree is made: a build that was stopped says nothing of the hive.
-  for (const std::string& words : {UndoneWords(*opened.hive), LogsWords(*opened.hive)}) {
+  for (const std::string& words :
+       {MissingWords(*opened.hive), UndoneWords(*opened.hive), LogsWords(*opened.hive)}) {
     if (!words.empty()) Complain(file.named ? file.name + ": " + words : words);
   }
   opened.lacks_logs = LacksLogs(*opened.hive);

@@ -23,6 +23,7 @@
 #include "recovery/image_tree.h"
 #include "replay/hive_logs.h"
 #include "reports/check_list.h"
+#include "reports/hive_state.h"
 #include "words/value_text.h"
 
 using namespace hivequarry;
@@ -144,7 +145,8 @@ hq_status OpenInto(const char* file_name, hq_logs logs, hq_hive& hive) {
   TellOfUnread(file_name, image.unread);
   hive.summary = BuildImageTree(image, {}, hive.tree);
   if (FoundNothing(hive.summary)) return HQ_NO_HIVE;
-  for (const std::string& words : {UndoneWords(image), LogsWords(image), ShortfallWords()}) {
+  for (const std::string& words :
+       {MissingWords(image), UndoneWords(image), LogsWords(image), ShortfallWords()}) {
     if (!words.empty()) TheLibrary().said += words + '\n';
   }
   hive.notices = TheLibrary().said;

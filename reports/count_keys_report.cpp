@@ -21,28 +21,28 @@ constexpr CountLayout kLayouts[] = {
 };
 
 // A number or date with the text of its cell.
-struct Counted {
+struct KeyFigure {
   std::string text;
   uint64_t value = kNoValue;
 };
 // What a value of UserAssist counts; which of these it has depends on its length.
 struct Count {
-  Counted runs, focus_count, focus_time, last_run;
+  KeyFigure runs, focus_count, focus_time, last_run;
 };
 
-Counted NumberAt(std::span<const uint8_t> data, size_t offset) {
+KeyFigure NumberAt(std::span<const uint8_t> data, size_t offset) {
   if (offset == 0) return {};
   const uint32_t number = LoadU32(data.data() + offset);
   return {std::to_string(number), number};
 }
 
-Counted DateAt(std::span<const uint8_t> data, size_t offset) {
+KeyFigure DateAt(std::span<const uint8_t> data, size_t offset) {
   const uint8_t* at = data.data() + offset;
   const uint64_t time = uint64_t{LoadU32(at + 4)} << 32 | LoadU32(at);
   return {FormatTimestampChecked(time), DateValue(time)};
 }
 
-Cell CellOf(const Counted& counted) { return {counted.text, counted.value}; }
+Cell CellOf(const KeyFigure& counted) { return {counted.text, counted.value}; }
 
 // Told by length; empty for another one.
 Count ReadCount(std::span<const uint8_t> data) {

@@ -160,6 +160,7 @@ OutputListPtr ListImageInfo(const HiveImage& hive, const ImageSummary& summary,
   OutputListPtr list = MakeOutputList(kListInfo);
   const auto number = [](uint32_t value) { return std::to_string(value); };
   const ImageCut cut = CutOf(hive);
+  const uint64_t missing = MissingAtEnd(hive);
   const std::string rest = cut.at == 0 ? "" : "--soff=" + number(cut.rest) + ", or --all-roots";
   const HiveStateTexts state = StateTextsOf(hive, options.hashes);
   const RootEvidence root = FindRootEvidence(hive);
@@ -187,6 +188,7 @@ OutputListPtr ListImageInfo(const HiveImage& hive, const ImageSummary& summary,
               number(static_cast<uint32_t>(freed.values.size())),
               std::to_string(hive.unread.count),
               UnreadRangesText(hive.unread),
+              missing == 0 ? std::string() : std::to_string(missing),
               number(summary.root_made),
               cut.at == 0 ? std::string() : number(cut.at),
               cut.reason,

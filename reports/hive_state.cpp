@@ -10,11 +10,13 @@
 #include "hive/hive_start.h"
 #include "hive/replaying.h"
 #include "hive/timestamp.h"
+#include "host/counted.h"
 #include "host/file_reading.h"
 #include "host/files.h"
 #include "host/host.h"
 #include "host/long_operation.h"
 #include "host/number_text.h"
+#include "records/base_block.h"
 #include "replay/log_words.h"
 
 namespace hivequarry {
@@ -99,6 +101,22 @@ std::optional<PlanInput> BaseBlockState(const HiveImage& hive) {
   return std::nullopt;
 }
 
+uint64_t MissingAtEnd(const HiveImage& hive) {
+  const std::optional<PlanInput> state = BaseBlockState(hive);
+  if (!state || !state->checksum_right) return 0;
+  const uint64_t named = uint64_t{kBaseBlockSize} + state->base.length;
+  // Zeros stand in a replayed image for what its file lacks; in others moved bytes are put back.
+  const uint64_t held = IsReplayed(hive) ? hive.logs->before_length : hive.held;
+  return named > held ? named - held : 0;
+}
+
+std::string MissingWords(const HiveImage& hive) {
+  const uint64_t missing = MissingAtEnd(hive);
+  if (missing == 0) return {};
+  return Concat({"The file ends ", Counted(missing, "byte"),
+                 " before its hive does: what was there is missing"});
+}
+
 std::string StateWords(const HiveImage& hive) {
   const std::optional<PlanInput> state = BaseBlockState(hive);
   if (!state) return "No base block";
@@ -111,6 +129,9 @@ std::string StateWords(const HiveImage& hive) {
   }
   if (hive.logs != nullptr && HasLaterEntries(*hive.logs)) words += ", a log has later entries";
   if (!state->checksum_right) words += ", checksum wrong";
+  if (const uint64_t missing = MissingAtEnd(hive); missing != 0) {
+    words += ", " + Counted(missing, "byte") + " missing at its end";
+  }
   return words;
 }
 

@@ -15,6 +15,12 @@ namespace hivequarry {
 // What the base block says, of a replayed hive that of its file; none where there is no base block.
 std::optional<PlanInput> BaseBlockState(const HiveImage& hive);
 
+// Bytes that the file lacks at its end, by a base block whose checksum is right: 0 without one, and
+// for a hive that is whole. A replayed hive is judged as its file is; its logs may have had some.
+uint64_t MissingAtEnd(const HiveImage& hive);
+// That in a sentence; empty for a hive that lacks none.
+std::string MissingWords(const HiveImage& hive);
+
 // Empty where there is no base block. Of a replayed hive the base block is that of its file.
 struct HiveStateTexts {
   std::string dirty;           // "1" or "0"

@@ -61,7 +61,7 @@ TEST(ListKinds, TitlesAndColumns) {
                {56, "OpenSaveMRU", 6, "Key Offset"},
                {57, "StreamMRU", 11, "Key Offset"},
                {80, "Error list", 4, "Error"},
-               {kListInfo, "Hive information", 50, "root_contradiction"},
+               {kListInfo, "Hive information", 51, "root_contradiction"},
                {kListTree, "Key tree", 7, "Connected"},
                {kListBins, "Block list", 5, "Own Offset"}};
   for (const auto& c : cases) {

@@ -608,6 +608,42 @@ TEST(Replay, StateInAFewWords) {
   EXPECT_EQ(StateWords(LoggedHive(files).hive()), "Dirty, no log beside it, checksum wrong");
 }
 
+// A file that is shorter than its base block says; where the checksum is wrong nobody knows.
+TEST(Replay, FilesThatEndEarlySaySo) {
+  const LogStory story = MakeLogStory();
+  LoggedFiles clean = story.files;
+  clean.beside.clear();
+  testing::SetNumbers(clean.hive, 10, 10);
+  const struct {
+    size_t cut;
+    const char* state;
+    std::string sentence;
+  } cuts[] = {
+      {0, "Clean", ""},
+      {1, "Clean, 1 byte missing at its end",
+       "The file ends 1 byte before its hive does: what was there is missing"},
+      {5000, "Clean, 5,000 bytes missing at its end",
+       "The file ends 5,000 bytes before its hive does: what was there is missing"},
+  };
+  for (const auto& each : cuts) {
+    LoggedFiles files = clean;
+    files.hive.resize(files.hive.size() - each.cut);
+    LoggedHive hive(files);
+    EXPECT_EQ(StateWords(hive.hive()), each.state);
+    EXPECT_EQ(MissingWords(hive.hive()), each.sentence);
+    EXPECT_EQ(MissingAtEnd(hive.hive()), each.cut);
+  }
+  LoggedFiles files = clean;
+  files.hive.resize(files.hive.size() - 1);
+  files.hive[12] ^= 1;
+  EXPECT_EQ(MissingAtEnd(LoggedHive(files).hive()), 0U);
+  // Logs are applied, and what neither has is zeros: the file is what is told of.
+  files = story.files;
+  files.hive.resize(files.hive.size() - 4096);
+  EXPECT_EQ(StateWords(LoggedHive(files).hive()),
+            "Dirty, logs applied, 4,096 bytes missing at its end");
+}
+
 // Freed records of both states: what both have is told once.
 TEST(Replay, FreedRecordsOfBothStates) {
   Bytes before = LoggedKeyHive(true);

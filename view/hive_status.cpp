@@ -85,6 +85,7 @@ void AddHashes(std::string& text, const HiveImage& hive, const HiveHashes& hashe
 HiveMark MarkOf(const HiveImage& hive) {
   const std::optional<PlanInput> state = BaseBlockState(hive);
   if (!state) return HiveMark::kUnknown;
+  if (MissingAtEnd(hive) != 0) return HiveMark::kLacking;
   // First: a hive that was replayed as far as the user chose is replayed as well.
   if (hive.logs != nullptr && IsByUser(*hive.logs)) return HiveMark::kByUser;
   if (IsReplayed(hive)) return HiveMark::kReplayed;
@@ -114,6 +115,9 @@ std::vector<HiveNote> NotesOn(const HiveImage& hive, const HiveSurvey& survey) {
   std::vector<HiveNote> notes;
   if (std::string both = RootContradiction(survey.root, true); !both.empty()) {
     notes.push_back({"Which hive", std::move(both)});
+  }
+  if (std::string missing = MissingWords(hive); !missing.empty()) {
+    notes.push_back({"Missing", std::move(missing)});
   }
   if (std::string moved = UndoneWords(hive); !moved.empty()) notes.push_back({"Moved", moved});
   if (std::string logs = LogsWords(hive); !logs.empty()) notes.push_back({"Logs", logs});
