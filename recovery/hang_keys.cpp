@@ -58,7 +58,6 @@ uint32_t FieldOwner(const ScanTables& tables, const Hanging& hanging, uint32_t r
   return owner == row ? kNoRow : owner;
 }
 
-// A made key has no cell, so none of its fields may be read.
 // Bytes of a key's name as UTF-16.
 uint32_t WideNameLength(const HiveImage& hive, const KeyRow& key) {
   const uint32_t length = ReadU16(hive, key.position + kKeyNameLength);

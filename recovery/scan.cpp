@@ -16,7 +16,6 @@
 namespace hivequarry {
 namespace {
 
-// Until the first header says another.
 constexpr uint32_t kLongestValueCell = 32800;  // a name of 16,383 characters in UTF-16
 constexpr uint32_t kSmallCell = 4096;
 // The root's cell as systems make it, with the name of a fresh hive; taken for one whose size is
@@ -34,7 +33,7 @@ struct ScanWalk {
   ScanTables& tables;
   const ScanOptions& options;
   ScanPass pass;
-  uint32_t bin_size = kPageSize;
+  uint32_t bin_size = kPageSize;  // until the first header says another
   uint32_t restart = 0;     // first position after an unrecognised cell, 0 when none is pending
   uint32_t block = 0;       // the last block whose end is known: its header
   uint32_t block_end = 0;   // and the position after it

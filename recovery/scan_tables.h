@@ -41,7 +41,7 @@ struct KeyRow {
   bool noted : 1 = false;        // the tables' key_notes have one at its position
 };
 static_assert(sizeof(KeyRow) == 20, "a million keys have one each");
-// No record of its own: relations alone speak for it.
+// No record of its own: relations alone speak for it, and none of its fields may be read.
 inline bool IsMade(const KeyRow& key) { return (key.marks & kVirtualMarks) != 0; }
 
 // One entry of the subkey list of an accepted key. The rows of one key follow one another.

@@ -25,8 +25,6 @@
 namespace hivequarry {
 namespace {
 
-// The same sign that the code page has for a character that it lacks.
-
 // Bytes of UTF-8 that are gathered before the sink gets them.
 constexpr size_t kScriptFlushSize = 64 * 1024;
 // How often the status line says how far it is.

@@ -31,7 +31,8 @@ void EncodeScript(ScriptForm form, std::string_view text, std::string& bytes);
 std::string_view ScriptMark(ScriptForm form);
 
 inline constexpr char kScriptLineEnd[] = "\r\n";
-inline constexpr char kUnwritable = '?';         // in place of what a line cannot hold
+// In place of what a line cannot hold: what the code page has for a character that it lacks, too.
+inline constexpr char kUnwritable = '?';
 inline constexpr size_t kMaxScriptName = 16383;  // characters of a value name
 inline constexpr size_t kMaxScriptKeyName = 255;
 inline constexpr size_t kMaxScriptPath = 1039;    // of a key's path, without the root's
