@@ -47,8 +47,7 @@ bool MarkNamedValues(const HiveImage& hive, const std::vector<KeyRow>& keys, siz
       if (StopRequested()) return false;
       if (show) ShowKeyProgress(row, keys.size());
     }
-    const bool made = IsMade(keys[row]);
-    if (made) continue;
+    if (IsMade(keys[row])) continue;
     positions.clear();
     ReadValuesOfKey(hive, keys[row].position, kAllEntries, positions);
     for (const uint32_t position : positions) InsertPosition(named, position);

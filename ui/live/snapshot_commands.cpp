@@ -126,12 +126,12 @@ INT_PTR Route(SnapshotDialog& state, UINT message, WPARAM first, LPARAM) {
   return TRUE;
 }
 
-constexpr DLGPROC kSnapshotCommandsProcedure = RecordDialogProc<SnapshotDialog, OnStart, Route>;
+constexpr DLGPROC kSnapshotProcedure = RecordDialogProc<SnapshotDialog, OnStart, Route>;
 
 bool AskSnapshot(MainWindow& window, SnapshotDialog& state) {
   const ModalTurn turn(window.handle);
   const wchar_t* const name = state.whole_roots ? L"ROOTSNAPSHOTDLG" : L"KEYSNAPSHOTDLG";
-  return ShowDialogBox(GetModuleHandleW(nullptr), name, window.handle, kSnapshotCommandsProcedure,
+  return ShowDialogBox(GetModuleHandleW(nullptr), name, window.handle, kSnapshotProcedure,
                        reinterpret_cast<LPARAM>(&state)) == IDOK;
 }
 
