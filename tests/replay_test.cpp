@@ -20,6 +20,7 @@
 #include "tests/support/logged_hive.h"
 #include "tests/support/opened_hive.h"
 #include "tests/support/texts.h"
+#include "view/hive_status.h"
 #include "words/item_values.h"
 
 namespace hivequarry {
@@ -632,6 +633,7 @@ TEST(Replay, FilesThatEndEarlySaySo) {
     EXPECT_EQ(StateWords(hive.hive()), each.state);
     EXPECT_EQ(MissingWords(hive.hive()), each.sentence);
     EXPECT_EQ(MissingAtEnd(hive.hive()), each.cut);
+    EXPECT_EQ(MarkOf(hive.hive()), each.cut == 0 ? HiveMark::kClean : HiveMark::kLacking);
   }
   LoggedFiles files = clean;
   files.hive.resize(files.hive.size() - 1);
