@@ -19,7 +19,7 @@ inline uint64_t MixedHash(uint64_t hash, ByteView bytes) {
   return hash;
 }
 inline uint64_t MixedHash(uint64_t hash, std::string_view text) {
-  return MixedHash(hash, ByteView(reinterpret_cast<const uint8_t*>(text.data()), text.size()));
+  return MixedHash(hash, TextBytes(text));
 }
 
 }  // namespace hivequarry

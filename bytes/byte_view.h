@@ -7,11 +7,16 @@
 #include <cstring>
 #include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace hivequarry {
 
 using ByteView = std::span<const uint8_t>;
+// The bytes of a text, as it has them.
+inline ByteView TextBytes(std::string_view text) {
+  return {reinterpret_cast<const uint8_t*>(text.data()), text.size()};
+}
 
 // --- numbers in memory, unchecked ----------------------------------------------------------------
 

@@ -10,6 +10,7 @@
 
 #include "app/opening_words.h"
 #include "app/shortfall_words.h"
+#include "bytes/byte_view.h"
 #include "bytes/sha256.h"
 #include "cases/html_report.h"
 #include "cases/joined.h"
@@ -300,7 +301,7 @@ bool WriteFile(Machine& machine, const std::string& name, const Writing& write) 
   Sha256 hash;
   uint64_t size = 0;
   const bool kept = write([&](std::string_view text) {
-    AddToSha256(hash, {reinterpret_cast<const uint8_t*>(text.data()), text.size()});
+    AddToSha256(hash, TextBytes(text));
     size += text.size();
     return WriteOutput(file, text);
   });

@@ -4,6 +4,7 @@
 #include <bit>
 #include <cstring>
 
+#include "bytes/byte_view.h"
 #include "hive/image.h"
 #include "host/number_text.h"
 #include "host/text.h"
@@ -148,10 +149,6 @@ void AppendHexForm(uint32_t type, std::span<const uint8_t> data, size_t line_sta
   AppendHexBytes(data, IsAscii(line) ? line.size() : CountUnits(line), out);
 }
 
-std::span<const uint8_t> BytesOf(std::string_view text) {
-  return {reinterpret_cast<const uint8_t*>(text.data()), text.size()};
-}
-
 void AppendDword(std::span<const uint8_t> data, std::string& out) {
   out += "dword:";
   out += SmallHex(LoadU32(data.data()), 8);
@@ -170,7 +167,7 @@ void AppendData4(uint32_t type, std::span<const uint8_t> data, size_t line_start
     size_t missing = 0;
     if (!IsAscii(text)) text = CodePageOfText(text, &missing);
     lost = lost || missing != 0;
-    AppendHexForm(type, BytesOf(text), line_start, out);
+    AppendHexForm(type, TextBytes(text), line_start, out);
   } else {
     AppendHexForm(type, data, line_start, out);
   }

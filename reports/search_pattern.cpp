@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <functional>
 
+#include "bytes/byte_view.h"
 #include "hive/image.h"
 #include "host/case.h"
 #include "host/host.h"
@@ -14,10 +15,6 @@
 
 namespace hivequarry {
 namespace {
-
-std::span<const uint8_t> PatternBytes(std::string_view text) {
-  return {reinterpret_cast<const uint8_t*>(text.data()), text.size()};
-}
 
 constexpr uint32_t kBinaryTwin = 0x201;  // a type of its own, yet searched as REG_BINARY
 constexpr size_t kDwordDigits = 8;
@@ -104,7 +101,7 @@ bool MatchStringData(const SearchPattern& pattern, uint32_t type, std::span<cons
 bool MatchStrings(const SearchPattern& pattern, std::span<const uint8_t> data) {
   if (pattern.settings.hex_mode) {
     const std::string bytes = CodePageOfText(DataText(kRegMultiSz, data));
-    return MatchBytes(pattern, PatternBytes(bytes));
+    return MatchBytes(pattern, TextBytes(bytes));
   }
   const std::string strings = DataText(kRegMultiSz, data, true);
   std::string_view rest = strings;
@@ -222,7 +219,7 @@ std::string HexOfText(std::string_view text) {
     }
   }
   std::string hex;
-  for (const uint8_t byte : PatternBytes(bytes)) {
+  for (const uint8_t byte : TextBytes(bytes)) {
     hex += {kUpperDigits[byte >> 4], kUpperDigits[byte & 15]};
   }
   return hex;
@@ -253,7 +250,7 @@ bool MatchText(const SearchPattern& pattern, std::string_view candidate) {
   }
   if (asked.match_length && candidate.size() != pattern.text.size()) return false;
   const bool folded = asked.match_case || !pattern.plain;
-  const auto text = PatternBytes(candidate);
+  const auto text = TextBytes(candidate);
   if (folded) return candidate.find(pattern.text) != candidate.npos;
   // ASCII letters have no other small letters than their own.
   return FindRun(pattern.text, text, [](uint8_t a, uint8_t b) {
@@ -268,7 +265,7 @@ bool FindExactly(const SearchPattern& pattern, std::span<const uint8_t> bytes) {
 bool MatchName(const SearchPattern& pattern, std::string_view name) {
   if (pattern.everything) return true;
   if (!pattern.settings.hex_mode) return MatchText(pattern, name);
-  return FindExactly(pattern, PatternBytes(CodePageOfText(name)));
+  return FindExactly(pattern, TextBytes(CodePageOfText(name)));
 }
 
 size_t FindBytes(const SearchPattern& pattern, std::span<const uint8_t> bytes, bool wide,

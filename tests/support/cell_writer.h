@@ -12,6 +12,10 @@
 namespace hivequarry::testing {
 
 using Bytes = std::vector<uint8_t>;
+// The bytes of a text, as it has them.
+inline std::span<const uint8_t> TextBytes(std::string_view text) {
+  return {reinterpret_cast<const uint8_t*>(text.data()), text.size()};
+}
 
 // Offsets of record fields from the start of the cell, for SetU32 and its like.
 namespace field {

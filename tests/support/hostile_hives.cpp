@@ -15,10 +15,6 @@ uint32_t HostileCount(double megabytes, uint32_t bytes_each) {
   return std::max(4U, static_cast<uint32_t>(megabytes * kMegabyte / bytes_each));
 }
 
-std::span<const uint8_t> BytesOfText(std::string_view text) {
-  return {reinterpret_cast<const uint8_t*>(text.data()), text.size()};
-}
-
 // Cells written one by one: a root with a flat list of keys.
 struct FlatHive {
   CellWriter writer;
@@ -27,7 +23,7 @@ struct FlatHive {
 };
 
 uint32_t AddKey(FlatHive& flat, std::string_view name) {
-  const uint32_t key = AddKeyCell(flat.writer, BytesOfText(name), 0x20, kDefaultTime);
+  const uint32_t key = AddKeyCell(flat.writer, TextBytes(name), 0x20, kDefaultTime);
   PutU32(flat.writer.bytes, key + field::kKeyParent, flat.root - kDataArea);
   flat.keys.push_back(key);
   return key;
@@ -35,7 +31,7 @@ uint32_t AddKey(FlatHive& flat, std::string_view name) {
 
 uint32_t AddValue(FlatHive& flat, std::string_view name, std::span<const uint8_t> data) {
   const uint32_t value =
-      AddValueCell(flat.writer, BytesOfText(name), 1, 3, static_cast<uint32_t>(data.size()));
+      AddValueCell(flat.writer, TextBytes(name), 1, 3, static_cast<uint32_t>(data.size()));
   AddValueData(flat.writer, value, data);
   return value;
 }
@@ -59,14 +55,14 @@ void GiveValues(FlatHive& flat, uint32_t key, uint32_t list, uint32_t count) {
 
 FlatHive BeginFlat() {
   FlatHive flat;
-  flat.root = AddKeyCell(flat.writer, BytesOfText("ROOT"), 0x2C, kDefaultTime);
+  flat.root = AddKeyCell(flat.writer, TextBytes("ROOT"), 0x2C, kDefaultTime);
   return flat;
 }
 
 // The bystander comes last: after all that might hide it.
 void AddBystander(FlatHive& flat) {
   const uint32_t key = AddKey(flat, kBystanderKey);
-  const uint32_t value = AddValue(flat, kBystanderValue, BytesOfText("\1\2\3\4\5\6\7\10"));
+  const uint32_t value = AddValue(flat, kBystanderValue, TextBytes("\1\2\3\4\5\6\7\10"));
   GiveValues(flat, key, AddValueList(flat, std::span(&value, 1), 1), 1);
 }
 
@@ -111,7 +107,7 @@ Bytes SharedData(double megabytes) {
   std::vector<uint32_t> values{first};
   for (uint32_t i = HostileCount(megabytes / 2, 36); i > 0; --i) {
     const uint32_t value =
-        AddValueCell(flat.writer, BytesOfText("v"), 1, 3, static_cast<uint32_t>(data.size()));
+        AddValueCell(flat.writer, TextBytes("v"), 1, 3, static_cast<uint32_t>(data.size()));
     PutU32(flat.writer.bytes, value + field::kValueData, cell);
     values.push_back(value);
   }
@@ -215,7 +211,7 @@ void FreeCell(Bytes& bytes, uint32_t cell) { PutU32(bytes, cell, 0U - GetU32(byt
 
 // Not in the list of the root.
 uint32_t AddFreedKey(FlatHive& flat, std::string_view name, uint32_t parent) {
-  const uint32_t key = AddKeyCell(flat.writer, BytesOfText(name), 0x20, kDefaultTime);
+  const uint32_t key = AddKeyCell(flat.writer, TextBytes(name), 0x20, kDefaultTime);
   PutU32(flat.writer.bytes, key + field::kKeyParent, parent - kDataArea);
   FreeCell(flat.writer.bytes, key);
   return key;
@@ -252,7 +248,7 @@ Bytes FreedSharedData(double megabytes) {
   const uint32_t first = AddValue(flat, "first", Bytes(4096, 'd'));
   const uint32_t cell = GetU32(flat.writer.bytes, first + field::kValueData);
   for (uint32_t i = HostileCount(megabytes, 32); i > 0; --i) {
-    const uint32_t value = AddValueCell(flat.writer, BytesOfText("v"), 1, 3, 4096);
+    const uint32_t value = AddValueCell(flat.writer, TextBytes("v"), 1, 3, 4096);
     PutU32(flat.writer.bytes, value + field::kValueData, cell);
     FreeCell(flat.writer.bytes, value);
   }
@@ -311,7 +307,7 @@ Bytes FakeKey(uint16_t flags, uint32_t parent) {
   PutU32(record, 16, parent);
   for (const uint32_t none : {28U, 32U, 40U, 44U, 48U}) PutU32(record, none, kNone);
   PutU16(record, 72, 8);
-  PutBytes(record, 76, BytesOfText("FakeName"));
+  PutBytes(record, 76, TextBytes("FakeName"));
   return record;
 }
 
@@ -366,7 +362,7 @@ Bytes ShuffledPages(double megabytes) {
   const uint32_t count = HostileCount(megabytes, 200);
   for (uint32_t i = 0; i < count; ++i) {
     const std::string text = "data of " + std::to_string(i);
-    const uint32_t value = AddValue(flat, "v" + std::to_string(i), BytesOfText(text));
+    const uint32_t value = AddValue(flat, "v" + std::to_string(i), TextBytes(text));
     const uint32_t list = AddValueList(flat, std::span(&value, 1), 1);
     GiveValues(flat, AddKey(flat, "k" + std::to_string(i)), list, 1);
   }

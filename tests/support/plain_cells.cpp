@@ -6,19 +6,15 @@
 namespace hivequarry::testing {
 namespace {
 
-std::span<const uint8_t> BytesOf(std::string_view text) {
-  return {reinterpret_cast<const uint8_t*>(text.data()), text.size()};
-}
-
 constexpr uint32_t kListMost = 60000;  // entries of one list
 
 }  // namespace
 
 PlainCells::PlainCells(std::string_view root_name)
-    : root(AddKeyCell(writer, BytesOf(root_name), 0x2C, kDefaultTime)) {}
+    : root(AddKeyCell(writer, TextBytes(root_name), 0x2C, kDefaultTime)) {}
 
 uint32_t PlainCells::Key(uint32_t parent, std::string_view name) {
-  const uint32_t key = AddKeyCell(writer, BytesOf(name), 0x20, kDefaultTime);
+  const uint32_t key = AddKeyCell(writer, TextBytes(name), 0x20, kDefaultTime);
   PutU32(writer.bytes, key + field::kKeyParent, parent - kDataArea);
   return key;
 }
@@ -58,7 +54,7 @@ void PlainCells::List(uint32_t key, std::span<const uint32_t> keys) {
 
 uint32_t PlainCells::Value(std::string_view name, uint32_t type, std::span<const uint8_t> data) {
   const uint32_t value =
-      AddValueCell(writer, BytesOf(name), 1, type, static_cast<uint32_t>(data.size()));
+      AddValueCell(writer, TextBytes(name), 1, type, static_cast<uint32_t>(data.size()));
   AddValueData(writer, value, data);
   return value;
 }

@@ -60,10 +60,6 @@ constexpr uint32_t kLongestSubkeyName = 56;
 constexpr uint32_t kLongestValueName = 64;
 constexpr uint32_t kLongestValueData = 68;
 
-std::span<const uint8_t> TextBytes(std::string_view text) {
-  return {reinterpret_cast<const uint8_t*>(text.data()), text.size()};
-}
-
 std::string GuidName(Random& random) {
   const uint64_t a = Next(random);
   const uint64_t b = Next(random);
