@@ -3,13 +3,12 @@
 #include <algorithm>
 #include <string_view>
 
+#include "bytes/byte_view.h"
 #include "host/number_text.h"
 #include "host/text.h"
 
 namespace hivequarry {
 namespace {
-
-using ByteSpan = std::span<const uint8_t>;
 
 // Bytes of a line; those of arrays and scripts fit into 80 columns.
 constexpr size_t kDumpLine = 16;
@@ -21,7 +20,7 @@ void AddHex(std::string& out, uint8_t byte, const char* digits) {
   out += digits[byte & 0x0F];
 }
 
-std::string Joined(ByteSpan bytes, std::string_view between) {
+std::string Joined(ByteView bytes, std::string_view between) {
   std::string text;
   for (const uint8_t byte : bytes) {
     if (!text.empty()) text += between;
@@ -31,7 +30,7 @@ std::string Joined(ByteSpan bytes, std::string_view between) {
 }
 
 // Lines of kArrayLine bytes, ready to be compiled.
-std::string ArrayText(ByteSpan bytes) {
+std::string ArrayText(ByteView bytes) {
   std::string text = "const unsigned char data[" + std::to_string(bytes.size()) + "] = {";
   for (size_t i = 0; i < bytes.size(); ++i) {
     text += i % kArrayLine == 0 ? "\r\n    0x" : " 0x";
@@ -42,7 +41,7 @@ std::string ArrayText(ByteSpan bytes) {
 }
 
 // Lines that go on end in a backslash, as scripts have it.
-std::string ScriptText(ByteSpan bytes) {
+std::string ScriptText(ByteView bytes) {
   std::string text = "hex:";
   for (size_t i = 0; i < bytes.size(); ++i) {
     if (i != 0) text += i % kScriptLine == 0 ? ",\\\r\n  " : ",";
@@ -51,7 +50,7 @@ std::string ScriptText(ByteSpan bytes) {
   return text;
 }
 
-std::string PythonText(ByteSpan bytes) {
+std::string PythonText(ByteView bytes) {
   std::string text = "b\"";
   for (const uint8_t byte : bytes) {
     text += "\\x";
@@ -61,7 +60,7 @@ std::string PythonText(ByteSpan bytes) {
 }
 
 // Three bytes in four letters; "=" for those that the last group lacks. Without line ends.
-std::string Base64Text(ByteSpan bytes) {
+std::string Base64Text(ByteView bytes) {
   constexpr const char kLetters[] =
       "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
   std::string text;
@@ -78,7 +77,7 @@ std::string Base64Text(ByteSpan bytes) {
 
 char AsciiOf(uint8_t byte) { return byte >= 0x20 && byte < 0x7F ? static_cast<char>(byte) : '.'; }
 
-std::string AsciiText(ByteSpan bytes) {
+std::string AsciiText(ByteView bytes) {
   std::string text;
   for (const uint8_t byte : bytes) {
     const bool line = byte == '\t' || byte == '\r' || byte == '\n';
@@ -88,7 +87,7 @@ std::string AsciiText(ByteSpan bytes) {
 }
 
 // An odd byte at the end is no character.
-std::u16string WideTextOf(ByteSpan bytes) {
+std::u16string WideTextOf(ByteView bytes) {
   std::u16string text;
   for (size_t i = 0; i + 1 < bytes.size(); i += 2) {
     const auto unit = static_cast<char16_t>(bytes[i] | bytes[i + 1] << 8);
@@ -98,7 +97,7 @@ std::u16string WideTextOf(ByteSpan bytes) {
   return text;
 }
 
-std::string DecimalText(ByteSpan bytes) {
+std::string DecimalText(ByteView bytes) {
   std::string text;
   for (const uint8_t byte : bytes) {
     if (!text.empty()) text += ' ';
@@ -108,10 +107,10 @@ std::string DecimalText(ByteSpan bytes) {
 }
 
 // The last line is padded, so that the characters of all lines are below each other.
-std::string DumpText(ByteSpan bytes, const CopyPlace& place) {
+std::string DumpText(ByteView bytes, const CopyPlace& place) {
   std::string text;
   for (size_t at = 0; at < bytes.size(); at += kDumpLine) {
-    const ByteSpan line = bytes.subspan(at, std::min(kDumpLine, bytes.size() - at));
+    const ByteView line = bytes.subspan(at, std::min(kDumpLine, bytes.size() - at));
     const auto offset = place.offset + static_cast<uint32_t>(at);
     text += Hex(offset, 8);
     if (place.in_file) {
@@ -129,7 +128,7 @@ std::string DumpText(ByteSpan bytes, const CopyPlace& place) {
 }
 
 // All forms but that in UTF-16: their characters are ASCII.
-std::string NarrowForm(CopyForm form, ByteSpan bytes, const CopyPlace& place) {
+std::string NarrowForm(CopyForm form, ByteView bytes, const CopyPlace& place) {
   switch (form) {
     case CopyForm::kHex:
       return Joined(bytes, "");
@@ -166,7 +165,7 @@ const char16_t* CopyFormName(CopyForm form) {
   return kNames[static_cast<size_t>(form)];
 }
 
-std::u16string CopiedBytes(CopyForm form, ByteSpan bytes, const CopyPlace& place) {
+std::u16string CopiedBytes(CopyForm form, ByteView bytes, const CopyPlace& place) {
   if (form == CopyForm::kWideText) return WideTextOf(bytes);
   const std::string text = NarrowForm(form, bytes, place);
   return {text.begin(), text.end()};
