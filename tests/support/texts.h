@@ -2,10 +2,10 @@
 #pragma once
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <string>
 #include <vector>
 
@@ -22,12 +22,16 @@ std::string Formatted(const char* format, Parts... parts) {
   return text;
 }
 
-// The content of a file (its name UTF-8); nothing when there is none.
+// The content of a file (its name UTF-8) that is on a disk; nothing when there is none.
 template <typename Content = std::string>
 Content ContentOf(const std::string& name) {
   std::ifstream file(std::filesystem::path(std::u8string(name.begin(), name.end())),
-                     std::ios::binary);
-  return Content(std::istreambuf_iterator<char>(file), {});
+                     std::ios::binary | std::ios::ate);
+  if (!file) return {};
+  Content content(static_cast<size_t>(file.tellg()), {});
+  file.seekg(0);
+  file.read(reinterpret_cast<char*>(content.data()), static_cast<std::streamsize>(content.size()));
+  return content;
 }
 
 // The first cells of a row, "|" after each.
