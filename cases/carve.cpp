@@ -340,6 +340,8 @@ CarvedFile CarveFile(const std::string& name, const CarveOptions& options) {
   Carving carving{source, {}, {}, {}, {}};
   ScanSource(source, options.holes, carving.marks);
   ShowStatus("Examining what was found ...");
+  // The order matters: what lies within a log or a packed file is no piece of a hive on the medium,
+  // and a base block is listed by itself only where no piece begins with it.
   FindLogs(carving);
   FindPacked(carving);
   FindPieces(carving);
@@ -347,6 +349,7 @@ CarvedFile CarveFile(const std::string& name, const CarveOptions& options) {
   AddPieces(carving, found);
   found.insert(found.end(), carving.others.begin(), carving.others.end());
   AddBaseBlocks(carving, found);
+  // Without the option, of all zeros of a medium only those within a hive are of interest.
   if (!options.holes) {
     for (const HivePiece& piece : carving.pieces) {
       AddRanges(piece.zeros, CarvedKind::kHole, "zeros where blocks of a hive were", found);

@@ -89,6 +89,8 @@ void ExamineLogAt(CarveSource& source, const BaseBlockAt& base, std::vector<Carv
   carved.kind = CarvedKind::kLog;
   carved.stored_name = TextOfWide(copy.file_name);
   carved.last_write = copy.last_write;
+  // Type 6 is a log of entries, each with hashes of its own, so that they alone make it certain. An
+  // older one is a bitmap and pages, for which nothing but the base block's checksum vouches.
   if (base.type == 6) {
     const EntriesFound entries = FollowEntries(log, kLogUnit);
     carved.length = entries.end;

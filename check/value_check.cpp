@@ -206,6 +206,7 @@ void CheckValues(Checking& check, uint32_t key) {
     return;
   }
   if (!ClaimCell(check, list, CellUse::kValueList, key)) return;
+  // Followed are as many entries as the key counts and the cell has room for.
   const uint32_t room = list.size / 4;
   if (count > room) {
     AddFinding(check, kV2, list.position, key,

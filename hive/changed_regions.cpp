@@ -398,12 +398,15 @@ void DropDoubtful(const Shifts& shifts, const Region& region, std::span<const Wi
 
 void KeepRegion(const Shifts& shifts, const Region& region, std::vector<KeptStretch>& kept) {
   const std::span<const Witness> records = shifts.RecordsIn(region.begin, region.end);
+  // Nothing is weighed where a break at the start of a page explains most.
   Break whole;
   if (BreakAtPage(shifts, region, records, whole)) {
     AddKept(kept, region.begin, whole.end, region.distance_before);
     AddKept(kept, whole.begin, region.end, region.distance_after);
     return;
   }
+  // Else each record gets one of few distances: those of both sides, of a region at the end those
+  // that the length of the hive tells, and those that many of the records vote for.
   std::vector<Candidate> candidates = {{region.distance_before, false}};
   const auto propose = [&](uint32_t distance, bool local) {
     const bool known =
@@ -420,6 +423,8 @@ void KeepRegion(const Shifts& shifts, const Region& region, std::vector<KeptStre
     chosen = Assign(shifts, region, records, candidates);
     DropDoubtful(shifts, region, records, candidates, chosen);
   }
+  // Where the distance of two neighbours differs, the change is somewhere between them; a record
+  // that does not fit at the distance it was given says nothing about where.
   uint32_t begin = region.begin;
   uint32_t low = region.begin;
   uint32_t distance = region.distance_before;
@@ -435,6 +440,8 @@ void KeepRegion(const Shifts& shifts, const Region& region, std::vector<KeptStre
     if (here != distance) change_to(records[i].position, here);
     low = records[i].position;
   }
+  // What comes after a closed region has a proven distance, which has to begin at its end at
+  // latest.
   if (!region.open && distance != region.distance_after) {
     change_to(region.end, region.distance_after);
   }

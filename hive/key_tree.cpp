@@ -97,6 +97,8 @@ void AppendItemName(const HiveImage& hive, const KeyTree& tree, uint32_t item, s
   } else if (it.kind == ItemKind::kDisconnectedValues) {
     out += kDisconnectedValuesTitle;
   } else if ((it.marks & kMarkHashName) != 0) {
+    // Made keys have no record with a name: of some an lf entry's hint has four characters, the
+    // others are numbered.
     out += HintName(made_name);
   } else if (made_name != 0) {
     out += GeneratedName(made_name);

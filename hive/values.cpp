@@ -242,6 +242,8 @@ ValueKey ReadValue(const HiveImage& hive, uint32_t position, const ValueRequest&
 
   Segments segments;
   segments.shift = request.shift;
+  // Before any segment is followed: a length that the file cannot hold would have its list walked
+  // for nothing.
   if (IsTooLong(hive, request, value.data_length)) {
     value.status = ValueStatus::kTooLong;
     return value;

@@ -117,6 +117,8 @@ void ForEachValueEntry(Bytes bytes, std::span<const Witness> records, uint32_t d
 template <typename Add>
 void ForEachReference(Bytes bytes, const Witness& record, const Add& add) {
   const uint8_t* cell = &bytes[record.position];
+  // An offset that no cell can have says nothing of where its cell is. `need` is what the cell must
+  // hold to be the one: entries of a list, bytes of data; 0 where any will do.
   const auto name = [&](CellKind kind, uint32_t offset, uint32_t need) {
     if (offset != 0 && offset % 8 == 0) add(Reference{offset, need, record.position, kind, false});
   };
@@ -145,6 +147,8 @@ void ForEachReference(Bytes bytes, const Witness& record, const Add& add) {
     for (uint32_t i = 0; i < count; ++i) {
       const uint32_t at = kListEntries + i * size;
       const uint32_t offset = field(at);
+      // lf and lh entries are 8 bytes, the second half of which is the hint or hash of the name; li
+      // and ri entries are an offset alone.
       if (offset == 0 || offset % 8 != 0) continue;
       const CellKind named = kind == ListKind::kRi ? CellKind::kList : CellKind::kKey;
       add(Reference{offset, size == 8 ? field(at + 4) : 0, record.position, named,

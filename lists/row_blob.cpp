@@ -168,6 +168,7 @@ RowView ViewOfBlob(const char* blob) {
   RowView view{};
   std::memcpy(&view.head, blob, sizeof view.head);
   blob += sizeof view.head;
+  // The parts come in the order that they are written in, each only where its flag says so.
   const uint8_t flags = view.head.flags;
   if ((flags & kAboutKey) != 0) {
     std::memcpy(&view.last_write, blob, sizeof view.last_write);

@@ -193,6 +193,8 @@ bool RegistryWalk::NextValue(SourceValue& value) {
   value.name = TextOfWide(name);
   value.shown_name = ShownValueName(value.name);
   value.stored_name = value.shown_name == value.name ? std::string() : value.name;
+  // Data that did not fit (another program may have made them longer since) are shown as the error
+  // that says so; the value is there all the same.
   value.position = kNoOffset;
   value.read = error == kRegistryDone;
   value.data = std::span(data_.data(), value.read ? data_size : 0);

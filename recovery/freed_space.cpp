@@ -35,6 +35,8 @@ std::vector<FreeStretch> FindFreeSpace(const HiveImage& hive) {
       continue;
     }
     const uint32_t length = CellLength(size);
+    // Where the chain of cells is broken, steps of a cell's least size find the next header, and
+    // what is stepped over is free, as no cell claims it.
     const bool whole =
         length != 0 && length % kCellStep == 0 && bin_end > p && length <= bin_end - p;
     const uint32_t taken = whole ? length : kCellStep;

@@ -131,6 +131,8 @@ bool HasRootRemains(const HiveImage& hive, uint32_t position) {
 RootRole JudgeRoot(HiveImage& hive, const ScannedKey& key, const ScanOptions& options,
                    ScanTables& tables) {
   const uint32_t position = key.position;
+  // The hive's own root: what is known to be it already, or where no base block is valid and no bin
+  // holds it, the first that is not after the place of a hive's first cell.
   const bool preset = hive.root_position != 0 && position == hive.root_position;
   const bool inside = position < key.block_end;
   const bool in_front = !hive.header_valid && position <= kFirstCellPosition && !inside;
@@ -144,6 +146,8 @@ RootRole JudgeRoot(HiveImage& hive, const ScannedKey& key, const ScanOptions& op
     tables.stray_roots.push_back(position);
     return RootRole::kNone;
   }
+  // A hive that begins right where the bins of this one end ends the image. Where others were met
+  // before it, or something lies between, it is only noted: bins of this hive may come after it.
   const bool follows = start == key.block_end && tables.other_roots.empty();
   if (options.cut_at_other_root && (options.bare_cells || follows)) {
     CutAtRoot(hive, position, options.on_cut);

@@ -122,6 +122,8 @@ std::vector<ReplayStep> PlanReplay(const PlanInput& hive, const LogChoice& choic
   for (HiveLog& log : logs) {
     log.use = log.fault == LogFault::kNone ? LogUse::kNone : LogUse::kUnusable;
     log.applied = 0;
+    // Base blocks hold the end of their hive's path. It is no proof, as paths change when hives are
+    // moved: that they differ is said of the log, and no reason against it.
     const bool names = !log.base.file_name.empty() && !hive.base.file_name.empty();
     log.other_file = log.use == LogUse::kNone && hive.checksum_right && names &&
                      !EqualIgnoringCase(log.base.file_name, hive.base.file_name);
@@ -130,6 +132,7 @@ std::vector<ReplayStep> PlanReplay(const PlanInput& hive, const LogChoice& choic
   if (choice.mode == LogMode::kAuto) PreferPair(logs);
   PreferNewForm(logs);
   const std::vector<uint32_t> usable = UsableLogs(logs);
+  // A clean hive has all that its logs hold; applying them could only bring back older pages.
   if (!hive.dirty() && choice.mode == LogMode::kAuto) {
     for (const uint32_t i : usable) logs[i].use = LogUse::kHiveClean;
     return {};

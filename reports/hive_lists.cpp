@@ -291,6 +291,8 @@ void AddValueRows(const HiveImage& hive, const KeyTree& tree, uint32_t item,
   std::vector<uint32_t> values;
   for (uint32_t at = first; at < end; ++at) {
     if ((at & kStopPollMask) == 0 && (StopRequested() || !TakesRows(list))) break;
+    // A path copy repeats a key that has rows of its own elsewhere: it has some here only when it
+    // is the key that was asked for.
     const bool asked_copy = !all && tree.items[at].kind == ItemKind::kPathCopy;
     if (!HasKeyCell(tree, at) && !asked_copy) continue;
     const uint32_t key = tree.items[at].position;
@@ -301,6 +303,7 @@ void AddValueRows(const HiveImage& hive, const KeyTree& tree, uint32_t item,
     } else {
       ReadWholeValueList(hive, key, values);
     }
+    // Neither paths nor places are made for rows that are only counted.
     if (CountsRowsAlone(list)) {
       rows.AddKey(key, values, {});
       continue;

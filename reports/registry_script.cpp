@@ -431,6 +431,7 @@ OutputListPtr ListScriptGaps(const HiveImage& hive, const KeyTree& tree,
   }
   for (const SkippedValue& skipped : written.skipped) {
     const ValueKey value = name_at(skipped.position);
+    // A value that cannot be read at all has no name to list it by.
     const bool lost =
         value.status == ValueStatus::kEmpty || value.status == ValueStatus::kNotAValue;
     const std::string error = lost ? kLeadsNowhere : ValueError(value);

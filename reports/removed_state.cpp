@@ -123,8 +123,10 @@ bool FindRemoved(const HiveImage& hive, const KeyTree& tree, RemovedState& remov
     const bool gone = change == StateChange::kKeyRemoved || change == StateChange::kValueRemoved;
     if (gone) sought.push_back({&key, value, {}});
   });
+  // One walk over the logs' entries answers for all of them.
   FindEntries(hive, sought);
   if (StopRequested()) return false;
+  // Stable: values of a key stay in the order of its list.
   std::ranges::stable_sort(sought, {},
                            [](const Sought& each) -> const std::string& { return each.key->path; });
   for (const Sought& each : sought) {

@@ -197,6 +197,7 @@ bool CompilePattern(const SearchSettings& settings, SearchPattern& pattern) {
   pattern.bytes.clear();
   pattern.form = nullptr;
   pattern.fault.clear();
+  // Without a text everything is found that has a size or a time as asked for.
   pattern.everything = (settings.hex_mode ? hex.digits : settings.text).empty();
   if (pattern.everything) return settings.limits.sized() || settings.limits.timed();
   if (!settings.hex_mode) {
@@ -205,6 +206,7 @@ bool CompilePattern(const SearchSettings& settings, SearchPattern& pattern) {
     return formed ? CompileForm(pattern.settings, pattern) : !pattern.text.empty();
   }
   pattern.bytes = BytesOfHex(hex.digits);
+  // A number is typed as it is read, and stored with its lowest byte first.
   if (pattern.settings.dword) std::ranges::reverse(pattern.bytes);
   return !pattern.bytes.empty();
 }

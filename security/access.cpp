@@ -135,6 +135,9 @@ std::string SidOfName(std::span<const HiveSid> sids, std::string_view name) {
 std::vector<HiveSid> SidsOfHive(const HiveImage& hive, const KeyTree& tree) {
   constexpr size_t kMostRecords = 20'000;
   constexpr size_t kMostSids = 2000;
+  // All records are in one ring, which the root key's is part of. A damaged ring may lead back into
+  // itself elsewhere than at its start, or nowhere: each record is read once, and the SIDs of those
+  // that were reached will do for a choice.
   std::vector<HiveSid> sids;
   std::unordered_set<std::string> known;
   std::unordered_set<uint32_t> seen;
@@ -156,6 +159,7 @@ std::vector<HiveSid> SidsOfHive(const HiveImage& hive, const KeyTree& tree) {
     });
     record = ReadOffset(hive, record + kSecurityNext);
   }
+  // Those with a name first, by name; then the others by number.
   std::ranges::sort(sids, {}, [](const HiveSid& each) {
     return std::pair(each.name.empty(), each.name.empty() ? each.sid : each.name);
   });

@@ -56,6 +56,8 @@ void SaveBookmarkReport(MainWindow& window, std::vector<Bookmark> bookmarks) {
   job->bookmarks = std::move(bookmarks);
   job->hives = HivesNow(window);
   if (job->hives.looks.empty()) return;
+  // All that the report needs is taken here: the work must not look at windows, which the user can
+  // close meanwhile.
   PutShownFirst(job->hives);
   const FileChoice choice = ChooseReport(window);
   job->by_tag = choice.type == kByTags;
@@ -78,6 +80,7 @@ void SaveBookmarkReport(MainWindow& window, std::vector<Bookmark> bookmarks) {
         if (job->kept) ShowPassingText(window, ("Report saved: " + job->file.name).c_str());
         if (!job->kept && !job->stopped) ReportFileFailure(kFileNotWritten, job->file.name);
       });
+  // Nothing will write the file that was opened for it: it goes again.
   if (!started) CloseOutput(job->file, false);
 }
 

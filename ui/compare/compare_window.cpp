@@ -111,6 +111,8 @@ void LayOut(CompareWindow& window) {
   const int bottom = client.bottom - (bar.bottom - bar.top);
   const int between = Scale(kSplitterWidth, window.dpi);
   const int room = bottom - top - between;
+  // Both panes keep a line or two while the window allows it; in one that is smaller than both,
+  // they share what there is.
   const int least = std::min(Scale(kLeastPane, window.dpi), std::max(room / 2, 0));
   const int values =
       std::clamp(Scale(window.values_height, window.dpi), least, std::max(room - least, least));
