@@ -8,6 +8,7 @@
 
 #include "bytes/sha256.h"
 #include "hive/hive_start.h"
+#include "hive/layer_stack.h"
 #include "hive/replaying.h"
 #include "hive/timestamp.h"
 #include "host/counted.h"
@@ -93,6 +94,14 @@ void AddHeadLine(std::vector<std::string>& lines, std::string_view label,
   lines.push_back(std::move(line));
 }
 
+// The topmost layer is the hive that the lines before are about.
+void AddBaseLines(std::vector<std::string>& lines, const LayerStack& stack) {
+  for (size_t i = 1; i < stack.layers.size(); ++i) {
+    const HiveImage& base = stack.layers[i].hive;
+    AddHeadLine(lines, "Base: ", Concat({base.file_name, "; ", StateWords(base)}));
+  }
+}
+
 }  // namespace
 
 std::optional<PlanInput> BaseBlockState(const HiveImage& hive) {
@@ -144,12 +153,13 @@ std::vector<std::string> HiveHeadLines(const HiveImage& hive, const HiveHashes& 
     AddHeadLine(lines, "Checksum: ", state->checksum_right ? "right" : "wrong");
   }
   AddHeadLine(lines, kHeadHashLine, hashes.hive);
-  if (hive.logs == nullptr) return lines;
-  for (size_t i = 0; i < std::min(hashes.logs.size(), hive.logs->logs.size()); ++i) {
+  const size_t logs = hive.logs == nullptr ? 0 : hive.logs->logs.size();
+  for (size_t i = 0; i < std::min(hashes.logs.size(), logs); ++i) {
     if (hashes.logs[i].empty()) continue;
     const std::string name = NameOfLog(hive.logs->logs[i]);
     AddHeadLine(lines, kHeadHashLine, hashes.logs[i] + " " + name);
   }
+  if (hive.stack != nullptr) AddBaseLines(lines, *hive.stack);
   return lines;
 }
 

@@ -48,8 +48,9 @@ struct HiveHashes {
   std::string hive;
   std::vector<std::string> logs;  // in the order of HiveLogs::logs; may be shorter
 };
-// The lines that begin a report made of the hive: file, state, checksum, and the hashes that are
-// known. UTF-8, without line ends; none is longer than kLongestHeadLine characters.
+// The lines that begin a report made of the hive: file, state, checksum, the hashes that are known,
+// and of a stack (layer_stack.h) the hives below with their states. UTF-8, without line ends; none
+// is longer than kLongestHeadLine characters.
 inline constexpr size_t kLongestHeadLine = 500;
 inline constexpr std::string_view kHeadFileLine = "File: ";
 inline constexpr std::string_view kHeadHashLine = "SHA-256: ";  // of a log: its name comes after it

@@ -11,6 +11,7 @@
 #include "lists/list_rows.h"
 #include "lists/list_writers.h"
 #include "reports/hive_lists.h"
+#include "reports/hive_state.h"
 #include "reports/registry_script.h"
 #include "tests/support/opened_hive.h"
 #include "words/layer_words.h"
@@ -247,6 +248,22 @@ TEST(LayerStackTest, PlacesAreTheLayersOwn) {
   const uint32_t lower = base.PositionOf("K") + LayerStart(stack.hive, only);
   EXPECT_EQ(ItemOfPosition(stack.tree, lower), key);
   EXPECT_NE(KeyDetail(stack.hive, stack.tree, key).find("One with: "), std::string::npos);
+}
+
+// What a report was made of, and what of it is missing, is all hives'.
+TEST(LayerStackTest, HeadsNameTheHivesBelow) {
+  BuiltHive cut = Base();
+  cut.bytes.resize(cut.bytes.size() - 64);
+  const Stack stack({Delta(kInherit, kNew), cut, Base()});
+  ASSERT_EQ(stack.result.fault, StackFault::kNone);
+  std::vector<std::string> bases;
+  for (const std::string& line : HiveHeadLines(stack.hive, HiveHashes())) {
+    if (line.starts_with("Base: ")) bases.push_back(line.substr(line.find("; ")));
+  }
+  EXPECT_EQ(bases, (std::vector<std::string>{"; Clean, 64 bytes missing at its end", "; Clean"}));
+  for (const std::string& line : HiveHeadLines(stack.hives[0].hive, HiveHashes())) {
+    EXPECT_FALSE(line.starts_with("Base: ")) << line;
+  }
 }
 
 // Keys that no list leads to stay by themselves, and all layers' are there.
