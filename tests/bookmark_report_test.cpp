@@ -27,7 +27,9 @@ std::string Column(const HtmlSection& section, uint32_t row, std::string_view ti
   return "(no such column)";
 }
 
-uint32_t Rows(const HtmlSection& section) { return RowCount(*section.lists.front().second); }
+uint32_t RowsOfSection(const HtmlSection& section) {
+  return RowCount(*section.lists.front().second);
+}
 
 const HtmlSection& SectionWith(const HtmlReport& report, std::string_view title) {
   const auto has_title = [title](const HtmlSection& section) { return section.title == title; };
@@ -38,8 +40,8 @@ BookmarkedHive Look(const OpenedHive& opened, const HiveHashes* hashes = nullptr
   return {&opened.hive, &opened.tree, nullptr, hashes};
 }
 
-HtmlReport Report(const BookmarkedHive& hive, std::span<const Bookmark> bookmarks,
-                  bool by_tag = false) {
+HtmlReport ReportOf(const BookmarkedHive& hive, std::span<const Bookmark> bookmarks,
+                    bool by_tag = false) {
   return ReportBookmarks(std::span(&hive, 1), bookmarks, by_tag);
 }
 
@@ -59,20 +61,20 @@ TEST(BookmarkReport, KeysValuesAndWhatIsMissing) {
   bookmarks[2].sha256.clear();
   bookmarks[2].position = 0x7FFFFFF0;
   bookmarks[2].note = "third";
-  const HtmlReport report = Report(look, bookmarks);
+  const HtmlReport report = ReportOf(look, bookmarks);
   const HtmlSection& keys = report.sections[0];
-  EXPECT_EQ(Rows(keys), 2U);
+  EXPECT_EQ(RowsOfSection(keys), 2U);
   EXPECT_EQ(Column(keys, 0, "Note"), "look & see");
   EXPECT_EQ(Column(keys, 0, "State"), "live");
   EXPECT_EQ(Column(keys, 0, "Why here"), "");
   EXPECT_EQ(Column(keys, 0, "Remarks"), "");
   const HtmlSection& values = SectionWith(report, "Values of the bookmarked keys");
-  EXPECT_EQ(Rows(values), 3U);
+  EXPECT_EQ(RowsOfSection(values), 3U);
   EXPECT_EQ(CellOf(values, 0, 1), "<b>");
   EXPECT_EQ(CellOf(values, 0, 5), "74006500780074000000");
   EXPECT_TRUE(CellOf(values, 1, 5).ends_with(" ... 3 more bytes"));
   const HtmlSection& missing = report.sections.back();
-  ASSERT_EQ(Rows(missing), 1U);
+  ASSERT_EQ(RowsOfSection(missing), 1U);
   EXPECT_EQ(Column(missing, 0, "Note"), "third");
   EXPECT_TRUE(Column(missing, 0, "Nearest key").ends_with("\\Kept"));
   std::string html;
@@ -101,7 +103,7 @@ TEST(BookmarkReport, ValuesAndRowsByTheirTags) {
                                      BookmarkOfKey(look, item)};
   bookmarks[0].tags = {"start", "Bad"};
   bookmarks[1].tags = {"bad"};
-  const HtmlReport kinds = Report(look, bookmarks);
+  const HtmlReport kinds = ReportOf(look, bookmarks);
   const HtmlSection& values = SectionWith(kinds, "Bookmarked values");
   EXPECT_EQ(Column(values, 0, "Value"), "evil");
   EXPECT_EQ(Column(values, 0, "Type"), "REG_SZ");
@@ -110,10 +112,10 @@ TEST(BookmarkReport, ValuesAndRowsByTheirTags) {
   EXPECT_NE(Column(rows, 0, "Row").find("of the list"), std::string::npos);
   EXPECT_EQ(Column(rows, 0, "Data"), "cmd");
 
-  const HtmlReport tags = Report(look, bookmarks, true);
+  const HtmlReport tags = ReportOf(look, bookmarks, true);
   std::vector<std::string> titles;
   for (const HtmlSection& section : tags.sections) {
-    titles.push_back(section.title + " " + std::to_string(Rows(section)));
+    titles.push_back(section.title + " " + std::to_string(RowsOfSection(section)));
   }
   EXPECT_EQ(titles, (std::vector<std::string>{"Tag: Bad 2", "Tag: start 1", "Without a tag 1",
                                               "Values of the bookmarked keys 1",
@@ -146,7 +148,7 @@ TEST(BookmarkReport, RecoveredKeysSayWhyTheyAreThere) {
   while (!IsRecovered(damaged.tree, item) || !HasKeyCell(damaged.tree, item)) ++item;
   const BookmarkedHive look = Look(damaged);
   const std::vector<Bookmark> bookmarks = {BookmarkOfKey(look, item)};
-  const HtmlReport report = Report(look, bookmarks);
+  const HtmlReport report = ReportOf(look, bookmarks);
   EXPECT_TRUE(Column(report.sections[0], 0, "State").starts_with("recovered"));
   EXPECT_NE(Column(report.sections[0], 0, "Why here"), "");
   ASSERT_EQ(report.pictures.size(), 2U);
@@ -193,9 +195,9 @@ TEST(BookmarkReport, DeletedKeysHaveTheirValues) {
   const Bookmark bookmarks[] = {BookmarkOfDeletedKey(look, owned->key),
                                 BookmarkOfRow(look, *found, 0, opened.tree.items[0].position)};
   EXPECT_EQ(bookmarks[1].path, bookmarks[0].path);
-  const HtmlReport report = Report(look, bookmarks);
+  const HtmlReport report = ReportOf(look, bookmarks);
   const HtmlSection& shown = SectionWith(report, "Values of the bookmarked keys");
-  EXPECT_EQ(Rows(shown), FreedValuesOf(*freed, owned->key).size());
+  EXPECT_EQ(RowsOfSection(shown), FreedValuesOf(*freed, owned->key).size());
   EXPECT_FALSE(CellOf(shown, 0, 5).empty()) << "its bytes";
   const std::string path =
       FreedItemPath(opened.hive, opened.tree, *freed, FreedItemAt(*freed, owned->key));

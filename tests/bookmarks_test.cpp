@@ -87,7 +87,7 @@ TEST(BookmarkFileTest, WhatCanNotBeReadStays) {
   EXPECT_EQ(AddBookmark(bookmarks, {"\\", kTime, {}, {}}), BookmarkChange::kBadPath);
 }
 
-const std::string kHash(64, 'a');
+const std::string kHashOfFile(64, 'a');
 
 TEST(BookmarkFileTest, FieldsAfterTheNote) {
   const std::string start = "HKLM\\A\t\t\tn";
@@ -138,7 +138,7 @@ TEST(BookmarkFileTest, WhatIsTheSameThing) {
   value.kind = BookmarkKind::kValue;
   value.value = "V";
   Bookmark placed = key;
-  placed.sha256 = kHash;
+  placed.sha256 = kHashOfFile;
   placed.position = 0x1020;
   Bookmark elsewhere = placed;
   elsewhere.position = 0x2020;

@@ -31,24 +31,24 @@ ComparedKeys SomeKeys() {
   set(7, 0, 8, kDiffersInTime);
   return keys;
 }
-using Rows = std::vector<uint32_t>;
+using RowList = std::vector<uint32_t>;
 
 TEST(CompareTreeTest, KeysAreInViewAsTheyAreOpenedAndFiltered) {
   CompareTree tree = MakeCompareTree(SomeKeys(), false);
-  EXPECT_EQ(tree.rows, (Rows{0, 1, 3, 5, 7}));
-  EXPECT_EQ(tree.depths, (Rows{0, 1, 2, 1, 2, 1, 2, 1}));
+  EXPECT_EQ(tree.rows, (RowList{0, 1, 3, 5, 7}));
+  EXPECT_EQ(tree.depths, (RowList{0, 1, 2, 1, 2, 1, 2, 1}));
   EXPECT_TRUE(OpenRow(tree, 1));
   EXPECT_FALSE(OpenRow(tree, 1) || OpenRow(tree, 2) || OpenRow(tree, 99))
       << "open, no keys, no row";
-  EXPECT_EQ(tree.rows, (Rows{0, 1, 2, 3, 5, 7}));
+  EXPECT_EQ(tree.rows, (RowList{0, 1, 2, 3, 5, 7}));
   EXPECT_TRUE(CloseRow(tree, 0));
-  EXPECT_EQ(tree.rows, (Rows{0}));
+  EXPECT_EQ(tree.rows, (RowList{0}));
   EXPECT_TRUE(OpenRow(tree, 0));
-  EXPECT_EQ(tree.rows, (Rows{0, 1, 2, 3, 5, 7})) << "what was open stays so";
+  EXPECT_EQ(tree.rows, (RowList{0, 1, 2, 3, 5, 7})) << "what was open stays so";
 
   const struct {
     uint8_t filter;
-    Rows rows;
+    RowList rows;
   } kFilters[] = {{kGroupOnlyA, {0, 1, 2}},
                   {kGroupOnlyB, {0, 5}},
                   {kGroupDifferent, {0, 3}},
@@ -66,16 +66,16 @@ TEST(CompareTreeTest, KeysAreInViewAsTheyAreOpenedAndFiltered) {
 
 TEST(CompareTreeTest, NextAndPreviousDifference) {
   CompareTree tree = MakeCompareTree(SomeKeys(), false);
-  Rows next;
+  RowList next;
   for (uint32_t at = NextDifference(tree, kNoItem); at != kNoItem; at = NextDifference(tree, at)) {
     next.push_back(at);
   }
-  EXPECT_EQ(next, (Rows{2, 3, 5, 6}));
+  EXPECT_EQ(next, (RowList{2, 3, 5, 6}));
   EXPECT_EQ(PreviousDifference(tree, 5), 3U);
   EXPECT_EQ(PreviousDifference(tree, 2), kNoItem);
   EXPECT_EQ(PreviousDifference(tree, kNoItem), 6U);
   EXPECT_EQ(ShowKey(tree, 6), 4U);
-  EXPECT_EQ(tree.rows, (Rows{0, 1, 3, 5, 6, 7}));
+  EXPECT_EQ(tree.rows, (RowList{0, 1, 3, 5, 6, 7}));
   SetFilter(tree, kGroupOnlyA);
   EXPECT_EQ(NextDifference(tree, 2), kNoItem);
   EXPECT_EQ(NextDifference(MakeCompareTree(SomeKeys(), true), 6), 7U) << "times are heeded";

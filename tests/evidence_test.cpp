@@ -71,7 +71,7 @@ Bytes Numbers(std::initializer_list<uint32_t> numbers) {
   for (const uint32_t number : numbers) PutU32(bytes, static_cast<uint32_t>(at++ * 4), number);
   return bytes;
 }
-const uint64_t kTime = FileTime(2020, 2, 3, 4, 5, 6);
+const uint64_t kFebruary2020 = FileTime(2020, 2, 3, 4, 5, 6);
 constexpr const char* kTimeText = "2020/02/03, 04:05:06";
 
 // --- programs run -------------------------------------------------------------------------------
@@ -86,7 +86,7 @@ Bytes NewCounts(uint32_t runs) {
   PutU32(data, 4, runs);
   PutU32(data, 8, 7);
   PutU32(data, 12, 900);
-  const Bytes time = Times(kTime);
+  const Bytes time = Times(kFebruary2020);
   std::ranges::copy(time, data.begin() + 60);
   return data;
 }
@@ -94,7 +94,7 @@ Bytes NewCounts(uint32_t runs) {
 TEST(Evidence, UserAssistReadsEveryForm) {
   HiveBuilder builder;
   KeyRef count = builder.Key(std::string(kUserAssist) + kCounter + "\\Count");
-  count.Value("HRZR_EHACNGU:P:\\n.rkr", 3, Joined({Numbers({2, 7}), Times(kTime)}));
+  count.Value("HRZR_EHACNGU:P:\\n.rkr", 3, Joined({Numbers({2, 7}), Times(kFebruary2020)}));
   count.Value("HRZR_PGYFRFFVBA", 3, Numbers({9, 1}));
   count.Value("{1NP14R77-02R7-4R5Q-O744-2RO1NR5198O7}\\pzq.rkr", 3, NewCounts(12));
   count.Value("UEME_RUNPIDL:x", 3, NewCounts(0));
@@ -192,7 +192,7 @@ Bytes TableCache(uint32_t magic, uint32_t header, bool wide, uint32_t last) {
   if (wide) Append(data, Numbers({0}));
   Append(data, Numbers({path}));
   if (wide) Append(data, Numbers({0}));
-  Append(data, Times(kTime));
+  Append(data, Times(kFebruary2020));
   Append(data, Numbers({last}));
   data.resize(path);
   Append(data, Wide("C:\\a"));
@@ -203,7 +203,7 @@ Bytes XpCache() {
   data.resize(0x190);
   Append(data, Wide("C:\\a"));
   data.resize(0x190 + 528);
-  Append(data, Joined({Times(kTime), Numbers({11, 0}), Times(kTime)}));
+  Append(data, Joined({Times(kFebruary2020), Numbers({11, 0}), Times(kFebruary2020)}));
   return data;
 }
 // An entry of one after the other.
@@ -212,7 +212,7 @@ Bytes ChainEntry(const char* magic, bool package, bool flags) {
   Append(body, Wide("C:\\a", false));
   if (package) Append(body, Joined({Short(2), Wide("p", false)}));
   if (flags) Append(body, Numbers({2, 0}));
-  Append(body, Joined({Times(kTime), Numbers({3}), Bytes(3)}));
+  Append(body, Joined({Times(kFebruary2020), Numbers({3}), Bytes(3)}));
   Bytes entry(magic, magic + 4);
   Append(entry, Numbers({0, static_cast<uint32_t>(body.size())}));
   Append(entry, body);
@@ -297,7 +297,7 @@ TEST(Evidence, AmCacheReadsBothForms) {
       .Sz("15", "C:\\x\\a.exe")
       .Sz("101", hash)
       .Dword("6", 5)
-      .Qword("11", kTime)
+      .Qword("11", kFebruary2020)
       .Dword("f", 1000000000);
   builder.Key("Root\\InventoryApplicationFile\\b|1")
       .Sz("Name", "b.exe")
@@ -410,7 +410,9 @@ TEST(Evidence, ShellBagsHavePathsOrderAndSlots) {
   Bytes drive = {0x19, 0, 0x2F, 'C', ':', '\\'};
   drive.resize(0x19 + 2);
   bags.Value("0", 3, FolderItem("OTHER", "Other folder")).Value("1", 3, drive);
-  bags.Value("2", 3, {9, 0, 1}).Value("MRUListEx", 3, Numbers({1, 0, 0xFFFFFFFF})).Time(kTime);
+  bags.Value("2", 3, {9, 0, 1})
+      .Value("MRUListEx", 3, Numbers({1, 0, 0xFFFFFFFF}))
+      .Time(kFebruary2020);
   KeyRef below = bags.Key("1");
   below.Dword("NodeSlot", 8).Value("0", 3, FolderItem("LONGNA~1", "Long name"));
   bags.Key("7").Value("0", 3, FolderItem("LOST", "Lost"));
@@ -449,14 +451,18 @@ TEST(Evidence, DocumentsAndTypedTextsInTheirOrder) {
   const Bytes link = FolderItem("A~1.LNK", "a.lnk");
   KeyRef docs = builder.Key(path + "RecentDocs");
   docs.Value("0", 3, Joined({Wide("a.txt"), link})).Value("3", 3, Joined({Wide("b.txt"), link}));
-  docs.Value("MRUListEx", 3, Numbers({3, 0, 0xFFFFFFFF})).Time(kTime);
+  docs.Value("MRUListEx", 3, Numbers({3, 0, 0xFFFFFFFF})).Time(kFebruary2020);
   docs.Key(".txt").Value("0", 3, {});
   const std::string time = kTimeText;
   EXPECT_EQ(Cells(Decoded(builder, "recent-docs"),
                   {"Document", "Link", "Ending", "Order", "Last Used", "Note"}),
             (Texts{"b.txt|a.lnk||1|" + time + "|", "a.txt|a.lnk||2||",
                    "||.txt|||data too short: 0 bytes"}));
-  builder.Key(path + "RunMRU").Sz("a", "cmd\\1").Sz("b", "calc\\1").Sz("MRUList", "ba").Time(kTime);
+  builder.Key(path + "RunMRU")
+      .Sz("a", "cmd\\1")
+      .Sz("b", "calc\\1")
+      .Sz("MRUList", "ba")
+      .Time(kFebruary2020);
   builder.Key(path + "WordWheelQuery")
       .Value("0", 3, Wide("word"))
       .Value("MRUListEx", 3, Numbers({0}));
@@ -464,7 +470,7 @@ TEST(Evidence, DocumentsAndTypedTextsInTheirOrder) {
       .Sz("url2", "http://two")
       .Sz("url1", "http://one");
   builder.Key("Software\\Microsoft\\Internet Explorer\\TypedURLsTime")
-      .Value("url2", 3, Times(kTime));
+      .Value("url2", 3, Times(kFebruary2020));
   builder.Key("Software\\Microsoft\\Search Assistant\\ACMru\\5603").Sz("000", "old word");
   const auto rows = Decoded(builder, "typed-texts");
   EXPECT_EQ(Cells(rows, {"List", "Text", "Order", "Time"}),
@@ -474,7 +480,7 @@ TEST(Evidence, DocumentsAndTypedTextsInTheirOrder) {
 
 TEST(Evidence, AppSettingsHaveTheirOwnTimes) {
   HiveBuilder builder;
-  const Bytes time = Times(kTime);
+  const Bytes time = Times(kFebruary2020);
   KeyRef local = builder.Key("LocalState");
   local.Value("zoom", 0x5F5E105, Joined({Numbers({125}), time})).Sz("plain", "of the registry");
   local.Key("Deep\\Deeper").Value("user", 0x5F5E10C, Joined({Wide("bob"), time}));
@@ -494,9 +500,9 @@ TEST(Evidence, UsbDevicesHaveTimesOfBothFormsAndTheirVolumes) {
   HiveBuilder builder;
   KeyRef store = builder.Key("ControlSet001\\Enum\\USBSTOR\\Disk&Ven_V&Prod_P&Rev_1");
   store.Key("S1&0").Sz("FriendlyName", "Stick");
-  store.Key("S1&0" + times + "00000064\\00000000").Value("Data", 0xFFFF0010, Times(kTime));
+  store.Key("S1&0" + times + "00000064\\00000000").Value("Data", 0xFFFF0010, Times(kFebruary2020));
   store.Key("6&made&0").Sz("ParentIdPrefix", "7&pre&0");
-  store.Key("6&made&0" + times + "0067").Value("", 0xFFFF0010, Times(kTime));
+  store.Key("6&made&0" + times + "0067").Value("", 0xFFFF0010, Times(kFebruary2020));
   builder.Key("MountedDevices")
       .Value("\\DosDevices\\E:", 3, Wide("_??_USBSTOR#Disk&Ven_V#S1&0#{53f56307}", false))
       .Value("\\DosDevices\\F:", 3, Wide("\\??\\STORAGE#RemovableMedia#7&pre&0&RM#{5}", false))
@@ -522,9 +528,9 @@ TEST(Evidence, AutostartSaysWhatIsApproved) {
   builder.Key("Wow6432Node\\" + version + "Run").Sz("Off", "32.exe").Sz("Off32", "33.exe");
   builder.Key("Wow6432Node\\" + version + "RunOnce").Sz("Off32", "once.exe");
   builder.Key(version + "Explorer\\StartupApproved\\Run")
-      .Value("Off", 3, Joined({Numbers({3}), Times(kTime)}));
+      .Value("Off", 3, Joined({Numbers({3}), Times(kFebruary2020)}));
   builder.Key(version + "Explorer\\StartupApproved\\Run32")
-      .Value("Off32", 3, Joined({Numbers({3}), Times(kTime)}));
+      .Value("Off32", 3, Joined({Numbers({3}), Times(kFebruary2020)}));
   builder.Key("Microsoft\\Windows NT\\CurrentVersion\\Winlogon")
       .Sz("Shell", "explorer.exe")
       .Sz("Other", "x");
@@ -578,7 +584,7 @@ Bytes UserTexts(std::string_view name) {
 }
 Bytes UserNumbers(uint32_t number) {
   Bytes data(80);
-  const Bytes time = Times(kTime);
+  const Bytes time = Times(kFebruary2020);
   std::ranges::copy(time, data.begin() + 8);
   PutU32(data, 48, number);
   PutU32(data, 56, 0x215);
@@ -636,7 +642,8 @@ TEST(Evidence, ServicesHaveTheirRealFiles) {
 
 TEST(Evidence, TasksThatNoTreeNamesSaySo) {
   const std::string cache = "Microsoft\\Windows NT\\CurrentVersion\\Schedule\\TaskCache\\";
-  const Bytes info = Joined({Numbers({3}), Times(kTime), Times(0), Numbers({0, 0}), Times(kTime)});
+  const Bytes info =
+      Joined({Numbers({3}), Times(kFebruary2020), Times(0), Numbers({0, 0}), Times(kFebruary2020)});
   HiveBuilder builder;
   builder.Key(cache + "Tasks\\{A}").Sz("Path", "\\a").Value("DynamicInfo", 3, info);
   builder.Key(cache + "Tasks\\{B}").Value("DynamicInfo", 3, Bytes(info.begin(), info.begin() + 28));
@@ -695,7 +702,7 @@ TEST(Evidence, TheSystemSaysWhatItIs) {
   zone.Value("StandardStart", 3, Numbers({0x000B0000, 0x00020001, 0, 0}));
   zone.Value("DaylightStart", 3, Numbers({0x000307E4, 0x00020008, 0, 0}));
   zone.Value("TimeZoneKeyName", 1, Joined({Wide("Zone"), Wide("rest", false)}));
-  builder.Key("ControlSet001\\Control\\Windows").Value("ShutdownTime", 3, Times(kTime));
+  builder.Key("ControlSet001\\Control\\Windows").Value("ShutdownTime", 3, Times(kFebruary2020));
   builder.Key("Setup\\Source OS (Updated on 1)").Dword("InstallDate", 1000000000);
   builder.Key("Setup\\Other").Dword("InstallDate", 1000000000);
   auto cells = Cells(Decoded(builder, "system-facts"), {"Fact", "Is", "Time", "Note"});
@@ -714,8 +721,8 @@ TEST(Evidence, ProfilesAndPolicies) {
   HiveBuilder builder;
   builder.Key("Microsoft\\Windows NT\\CurrentVersion\\ProfileList\\S-1-5-21-1.bak")
       .ExpandSz("ProfileImagePath", "C:\\Users\\a")
-      .Dword("LocalProfileLoadTimeLow", static_cast<uint32_t>(kTime))
-      .Dword("LocalProfileLoadTimeHigh", static_cast<uint32_t>(kTime >> 32));
+      .Dword("LocalProfileLoadTimeLow", static_cast<uint32_t>(kFebruary2020))
+      .Dword("LocalProfileLoadTimeHigh", static_cast<uint32_t>(kFebruary2020 >> 32));
   EXPECT_EQ(
       Cells(Decoded(builder, "profiles"), {"User", "Folder", "Loaded", "Note"}),
       Texts{"S-1-5-21-1.bak|C:\\Users\\a|" + std::string(kTimeText) + "|put aside by the system"});

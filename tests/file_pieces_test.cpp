@@ -24,10 +24,10 @@ Bytes FourBins() {
   for (const char* name : {"A", "B", "C"}) builder.Key(name).NewBin().Binary("v", 3000);
   return builder.Build().bytes;
 }
-constexpr uint32_t kSize = 5 * 4096;
+constexpr uint32_t kHoldingSize = 5 * 4096;
 constexpr uint32_t kRoot = 4128;
 
-Bytes Part(const Bytes& bytes, uint32_t from, uint32_t to) {
+Bytes PieceOf(const Bytes& bytes, uint32_t from, uint32_t to) {
   return Bytes(bytes.begin() + from, bytes.begin() + to);
 }
 Bytes Changed(uint32_t at, uint32_t value) {
@@ -64,11 +64,11 @@ std::string RunsOf(const Bytes& bytes) {
 
 TEST(BlockRuns, WhereRunsBeginAndEnd) {
   const Bytes hive = FourBins();
-  ASSERT_EQ(hive.size(), kSize);
-  const Bytes blocks = Part(hive, 4096, kSize);
-  const Bytes later = Part(hive, 8192, kSize);
+  ASSERT_EQ(hive.size(), kHoldingSize);
+  const Bytes blocks = PieceOf(hive, 4096, kHoldingSize);
+  const Bytes later = PieceOf(hive, 8192, kHoldingSize);
   Bytes holding = hive;  // headers as data
-  for (const uint32_t at : {9192u, 17384u}) PutBytes(holding, at, Part(hive, 4096, 4128));
+  for (const uint32_t at : {9192u, 17384u}) PutBytes(holding, at, PieceOf(hive, 4096, 4128));
   // The last two blocks are one; the second one's header was left where it was.
   const Bytes grown = Joined({Changed(12296, 8192), Bytes(9000, 'h')});
   const std::pair<Bytes, const char*> cases[] = {
@@ -81,9 +81,9 @@ TEST(BlockRuns, WhereRunsBeginAndEnd) {
       {Joined({blocks, blocks}), "0-16383 16384-32767"},
       {Joined({hive, later}), "0-32767"},
       {Joined({later, Bytes(100), later}), "0-12287 12388-24675"},
-      {Part(hive, 0, kSize - 1000), "0-19479"},
-      {Part(hive, 0, kSize - 4065), "0-16383"},  // in a header
-      {Joined({Part(hive, 4096, 4608), hive}), "0-511 512-20991"},
+      {PieceOf(hive, 0, kHoldingSize - 1000), "0-19479"},
+      {PieceOf(hive, 0, kHoldingSize - 4065), "0-16383"},  // in a header
+      {Joined({PieceOf(hive, 4096, 4608), hive}), "0-511 512-20991"},
       {Changed(8200, 0), "0-8191 12288-20479"},
       {Changed(8200, 4100), "0-8191 12288-20479"},
       {Changed(8196, 4100), "0-8191 12288-20479"},
@@ -137,7 +137,7 @@ TEST_F(SplitFileTest, PiecesAreTheBytesOfTheirRanges) {
       const std::string name = source.name() + ending + std::to_string(row + 1);
       EXPECT_EQ(CellText(*list, row, 3), name);
       const uint32_t end = std::min(ranges[row].second + 1, 20000u);
-      EXPECT_TRUE(ContentOf<Bytes>(name) == Part(bytes, ranges[row].first, end)) << name;
+      EXPECT_TRUE(ContentOf<Bytes>(name) == PieceOf(bytes, ranges[row].first, end)) << name;
     }
   }
   EXPECT_TRUE(ContentOf<Bytes>(source.name()) == bytes);
@@ -151,7 +151,8 @@ TEST_F(SplitFileTest, AnImpossibleRowEndsTheRun) {
     Add("(5)", end);
     Add("(30)", "(39)");
     EXPECT_TRUE(SplitFileAndTell(*list));
-    EXPECT_TRUE(ContentOf<Bytes>(std::string(CellText(*list, 0, 3))) == Part(bytes, 10, 20)) << end;
+    EXPECT_TRUE(ContentOf<Bytes>(std::string(CellText(*list, 0, 3))) == PieceOf(bytes, 10, 20))
+        << end;
     EXPECT_EQ(CellText(*list, 2, 3), "") << end;
   }
   EXPECT_TRUE(host.messages.empty());
@@ -183,7 +184,8 @@ TEST(RootKeys, OfTheTreeAndBehindTheCut) {
   HiveBuilder builder("One");
   builder.Root().Time(FileTime(2020, 5, 6, 7, 8, 9));
   const Bytes first = builder.Build().bytes;
-  const Bytes bytes = Joined({Bytes(512), first, FourBins(), Part(FourBins(), kRoot, kSize)});
+  const Bytes bytes =
+      Joined({Bytes(512), first, FourBins(), PieceOf(FourBins(), kRoot, kHoldingSize)});
   const auto end = static_cast<uint32_t>(first.size());
   for (const uint32_t base : {512u, 0u}) {
     const HostRecorder host;
@@ -192,7 +194,7 @@ TEST(RootKeys, OfTheTreeAndBehindTheCut) {
     BuildImageTree(image.hive(), {}, tree);
     const OutputListPtr list = ListRootKeys(image.hive(), tree);
     Texts roots;
-    for (const uint32_t at : {kRoot, end + kRoot, end + kSize}) {
+    for (const uint32_t at : {kRoot, end + kRoot, end + kHoldingSize}) {
       roots.push_back(HexAndDecimal(base + at));
     }
     EXPECT_EQ(Column(*list, 0), roots);

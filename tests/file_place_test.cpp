@@ -16,7 +16,7 @@
 namespace hivequarry::testing {
 namespace {
 
-constexpr uint32_t kKeys = 65;  // of the sample, with its root
+constexpr uint32_t kSampleKeys = 65;  // of the sample, with its root
 
 BuiltHive Sample() {
   HiveBuilder builder;
@@ -104,7 +104,7 @@ void ExpectTheFilesOffsets(const OpenedHive& opened, const Bytes& bytes) {
     EXPECT_EQ(bytes[cell + 4], 'n') << place;
     ++rows;
   }
-  EXPECT_EQ(rows, kKeys);
+  EXPECT_EQ(rows, kSampleKeys);
 }
 
 // Whatever was undone, what is shown of a key leads to its bytes in the file, and back.
@@ -128,7 +128,7 @@ TEST(FilePlaces, LeadToTheBytes) {
       const uint32_t at = FilePositionOf(opened.hive, it.position + 4);
       right += at + 1 < bytes.size() && bytes[at] == 'n' && bytes[at + 1] == 'k';
     }
-    EXPECT_EQ(right, kKeys);
+    EXPECT_EQ(right, kSampleKeys);
     ExpectTheFilesOffsets(opened, bytes);
   }
 }

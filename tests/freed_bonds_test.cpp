@@ -206,7 +206,7 @@ const char* const kChild = "ROOT\\Parent\\A child|free cell";
 const char* const kFormer = "ROOT\\Parent|free cell";
 const char* const kOfChild = "ROOT\\Parent\\A child|free cell";
 const std::string kRuledOut = "|free cell, ruled out by the marks of the key at ";
-const MarkCase kMarks[] = {
+const MarkCase kMarkCases[] = {
     {"as they were", nullptr, 0, 0, {kChild}, {kFormer, kOfChild}},
     {"just long enough", "Parent", kLongestSubkey, 14, {kChild}, {kFormer, kOfChild}},
     {"a name longer than any of the parent's subkeys",
@@ -239,7 +239,7 @@ const MarkCase kMarks[] = {
      23,
      {kChild},
      {kFormer, kRuledOut + "Parent\\A child whose list names it"}}};
-INSTANTIATE_TEST_SUITE_P(Marks, FreedBonds, ::testing::ValuesIn(kMarks));
+INSTANTIATE_TEST_SUITE_P(Marks, FreedBonds, ::testing::ValuesIn(kMarkCases));
 
 // --- an earlier state's offsets --------------------------------------------------------------
 

@@ -51,7 +51,7 @@ void CopyCell(BuiltHive& hive, uint32_t from, uint32_t to) {
   hive.SetBytes(to, 0, cell);
 }
 
-Texts RowsOf(const OutputList& list) {
+Texts FreedRowsOf(const OutputList& list) {
   Texts rows;
   for (uint32_t row = 0; row < RowCount(list); ++row) {
     std::string& text = rows.emplace_back(CellText(list, row, 0));
@@ -75,7 +75,7 @@ const char* const kKeyC = "ROOT\\A\\C|2|2|free cell";
 const char* const kKeyD = "ROOT\\A\\C\\D with a name|0|0|free cell";
 const char* const kText = "ROOT\\A\\C|text|long enough|free cell";
 const char* const kNumber = "ROOT\\A\\C|number|0x00000007 (7)|free cell";
-const Texts kKeys = {kKeyC, kKeyD};
+const Texts kBothKeys = {kKeyC, kKeyD};
 const Texts kValues = {kText, kNumber};
 
 class Freed : public ::testing::TestWithParam<FreedCase> {};
@@ -85,8 +85,8 @@ TEST_P(Freed, IsListed) {
   DeleteBranch(built);
   GetParam().change(built);
   const OpenedHive opened(built);
-  EXPECT_EQ(RowsOf(*ListFreedKeys(opened.hive, opened.tree)), GetParam().keys);
-  EXPECT_EQ(RowsOf(*ListFreedValues(opened.hive, opened.tree, {})), GetParam().values);
+  EXPECT_EQ(FreedRowsOf(*ListFreedKeys(opened.hive, opened.tree)), GetParam().keys);
+  EXPECT_EQ(FreedRowsOf(*ListFreedValues(opened.hive, opened.tree, {})), GetParam().values);
 }
 
 using Change = std::function<void(BuiltHive&)>;
@@ -126,18 +126,18 @@ const char* const kLooseNumber = "|number|0x00000007 (7)|free cell";
 const char* const kLoose = "|number|0x00000007 (7)|inside a free cell";
 
 const FreedCase kCases[] = {
-    {"deleted", [](BuiltHive&) {}, kKeys, kValues},
+    {"deleted", [](BuiltHive&) {}, kBothKeys, kValues},
     {"its value's cell reaches over it",
      [](BuiltHive& hive) {
        const uint32_t value = hive.ValuePosition("A\\C", "text");
        hive.SetU32(value, field::kSize, hive.PositionOf(kPathD) - value);
      },
-     kKeys,
+     kBothKeys,
      {kText, "ROOT\\A\\C|number|0x00000007 (7)|inside a free cell"}},
     {"a control character in its name", InKey(field::kKeyName, 7), {kKeyC}, kValues},
     {"no time", InKey(field::kKeyTime + 4, 0), {kKeyC}, kValues},
     {"a name without room", InKey(field::kKeyNameLength, 400), {kKeyC}, kValues},
-    {"user flags", InKey(field::kSignature, 0x10206B6E), kKeys, kValues},
+    {"user flags", InKey(field::kSignature, 0x10206B6E), kBothKeys, kValues},
     {"flags of no key", InKey(field::kSignature, 0x14406B6E), {kKeyC}, kValues},
     {"a type of no value",
      InNumber(field::kValueType, 0x0072C4E8),
@@ -149,24 +149,24 @@ const FreedCase kCases[] = {
      {kText}},
     {"a type of device properties",
      InNumber(field::kValueType, 0xFFFF2012),
-     kKeys,
+     kBothKeys,
      {kText, "ROOT\\A\\C|number|07 00 00 00 |free cell"}},
-    {"a type with a known upper half", InNumber(field::kValueType, 0x00020004), kKeys, kValues},
+    {"a type with a known upper half", InNumber(field::kValueType, 0x00020004), kBothKeys, kValues},
     {"an odd type that a value in use has",
      [](BuiltHive& hive) {
        hive.SetU32(hive.ValuePosition("Other", "blob"), field::kValueType, 0x0072C4E8);
        hive.SetU32(hive.ValuePosition("A\\C", "number"), field::kValueType, 0x0072C4E8);
      },
-     kKeys,
+     kBothKeys,
      {kText, "ROOT\\A\\C|number|07 00 00 00 |free cell"}},
     {"data of no length",
      InNumber(field::kValueLength, 0x80000005),
      {"ROOT\\A\\C|2|1|free cell", kKeyD},
      {kText}},
-    {"in data in use", InData(400), kKeys, kValues},
+    {"in data in use", InData(400), kBothKeys, kValues},
     {"after data in use", InData(40), {kKeyC, kKeyD, "ROOT\\A\\C|2|2|after a record"}, kValues},
-    {"in the first segment of long data", InSegment(0), kKeys, kValues},
-    {"in the last segment of long data", InSegment(1), kKeys, kValues},
+    {"in the first segment of long data", InSegment(0), kBothKeys, kValues},
+    {"in the last segment of long data", InSegment(1), kBothKeys, kValues},
     {"its size overwritten",
      [](BuiltHive& hive) {
        const uint32_t value = hive.ValuePosition("A\\C", "text");
@@ -175,7 +175,7 @@ const FreedCase kCases[] = {
      },
      {kKeyC, "ROOT\\A\\C\\D with a name|0|0|inside a free cell"},
      {kText, "ROOT\\A\\C|number|0x00000007 (7)|inside a free cell"}},
-    {"a flag of few keys", InKey(field::kSignature, 0x00306B6E), kKeys, kValues},
+    {"a flag of few keys", InKey(field::kSignature, 0x00306B6E), kBothKeys, kValues},
     {"its head overwritten", Over(24), {kKeyC}, {kText, kNumber, kLoose}},
     {"its name overwritten",
      Over(88),
@@ -199,7 +199,7 @@ const FreedCase kCases[] = {
        hive.SetU32(hive.PositionOf("A"), field::kKeyValues, 1)
            .Free(hive.ValuePosition("A", "gone"));
      },
-     kKeys,
+     kBothKeys,
      {"ROOT\\A|gone|text of A|free cell, data in use", kText, kNumber}}};
 
 INSTANTIATE_TEST_SUITE_P(Records, Freed, ::testing::ValuesIn(kCases));

@@ -11,7 +11,7 @@
 namespace hivequarry {
 namespace {
 
-using Rows = std::vector<uint32_t>;
+using RowList = std::vector<uint32_t>;
 
 OutputListPtr ListOf(const std::vector<std::string>& texts) {
   OutputListPtr list = MakeOutputList(36);
@@ -25,8 +25,8 @@ OutputListPtr ListOf(const std::vector<std::string>& texts) {
   return list;
 }
 
-Rows AllRows(const OutputList& list) {
-  Rows rows(RowCount(list));
+RowList AllRows(const OutputList& list) {
+  RowList rows(RowCount(list));
   std::iota(rows.begin(), rows.end(), 0u);
   return rows;
 }
@@ -90,7 +90,7 @@ TEST(SortTest, StopEndsItWithAllRowsStillThere) {
   for (const SortMode mode : {SortMode::kText, SortMode::kNumber}) {
     for (const int questions : {1, 3, 20, 60}) {
       int asked = 0;
-      Rows rows =
+      RowList rows =
           SortRows(*list, AllRows(*list), {1, mode, false}, [&] { return ++asked >= questions; });
       EXPECT_LE(asked, questions) << "asked again after a yes";
       std::sort(rows.begin(), rows.end());
@@ -101,7 +101,7 @@ TEST(SortTest, StopEndsItWithAllRowsStillThere) {
 
 TEST(FindTest, NextAndPrevious) {
   const OutputListPtr list = ListOf({"Alpha", "beta", "ALPHABET", "gamma", "\u00E4lpha"});
-  const Rows rows = {4, 3, 2, 1, 0};  // shown the other way round
+  const RowList rows = {4, 3, 2, 1, 0};  // shown the other way round
   const struct {
     FindRequest request;
     int64_t place;
@@ -128,23 +128,23 @@ TEST(FindTest, NextAndPrevious) {
     EXPECT_EQ(passed, c.passed);
     EXPECT_EQ(found.wrapped, !passed.empty());
   }
-  EXPECT_EQ(FindAllRows(*list, rows, "ALPHA", 1), (Rows{2, 4}));
-  EXPECT_EQ(FindAllRows(*list, rows, "k", 1), Rows());
+  EXPECT_EQ(FindAllRows(*list, rows, "ALPHA", 1), (RowList{2, 4}));
+  EXPECT_EQ(FindAllRows(*list, rows, "k", 1), RowList());
   EXPECT_EQ(FindAllRows(*list, rows, "k", -1).size(), 5u);
 }
 
 TEST(FindTest, ProgressAndStop) {
   const OutputListPtr list = ListOf(std::vector<std::string>(1025, "x"));
-  Rows told;
+  RowList told;
   const FindEvents events = {{}, [&](uint32_t visited) {
                                told.push_back(visited);
                                return told.size() < 4;
                              }};
   const FoundRow found = FindRow(*list, AllRows(*list), {"y", 5, true, true}, events);
   EXPECT_TRUE(found.stopped);
-  EXPECT_EQ(told, (Rows{0, 128, 256, 384}));
+  EXPECT_EQ(told, (RowList{0, 128, 256, 384}));
   told.clear();
-  Rows rows = AllRows(*list);
+  RowList rows = AllRows(*list);
   rows.pop_back();
   FindRow(*list, rows, {"y", 5, true, true}, events);
   EXPECT_TRUE(told.empty()) << "short lists show no progress";

@@ -14,9 +14,9 @@ namespace hivequarry {
 namespace {
 
 using namespace std::string_literals;
-using Texts = std::vector<std::string_view>;
+using TextViews = std::vector<std::string_view>;
 
-void Add(OutputList& list, const Texts& texts, int icon = 0) {
+void AddWithIcon(OutputList& list, const TextViews& texts, int icon = 0) {
   const std::vector<Cell> cells(texts.begin(), texts.end());
   NewRow row;
   row.cells = cells;
@@ -25,7 +25,8 @@ void Add(OutputList& list, const Texts& texts, int icon = 0) {
   AddRow(list, row);
 }
 
-std::string Report(const OutputList& list, const ReportLook& look, const WrittenRows& which = {}) {
+std::string ReportText(const OutputList& list, const ReportLook& look,
+                       const WrittenRows& which = {}) {
   std::string text;
   EXPECT_TRUE(WriteReport(list, which, look, [&](auto piece) { return text += piece, true; }));
   return text;
@@ -56,15 +57,15 @@ std::string Shown(const OutputList& list) {
 
 TEST(ReportFile, HeadComesBackAndOldFilesHaveNone) {
   const OutputListPtr list = MakeOutputList(11);
-  Add(*list, {"2008/05/17, 13:02:09", "HKLM\\A", "0x00001020"}, 3);
-  const std::string without = Report(*list, {"Key Dates", {120, 300, 90}, "then"});
+  AddWithIcon(*list, {"2008/05/17, 13:02:09", "HKLM\\A", "0x00001020"}, 3);
+  const std::string without = ReportText(*list, {"Key Dates", {120, 300, 90}, "then"});
   const auto head = std::make_shared<ListHead>();
   // More lines than are kept, one of them longer than any: the rows are found all the same.
   std::vector<std::string> lines = {"File: C:\\a b", " \"State\" ", std::string(30000, 'x')};
   while (lines.size() < 40) lines.push_back("line");
   SetLines(*head, lines);
   SetListHead(*list, head);
-  const std::string with = Report(*list, {"Key Dates", {120, 300, 90}, "then"});
+  const std::string with = ReportText(*list, {"Key Dates", {120, 300, 90}, "then"});
   lines[2].resize(500);
   lines.resize(16);
   for (const std::string& text : {without, with}) {
@@ -79,13 +80,13 @@ TEST(ReportFile, HeadComesBackAndOldFilesHaveNone) {
 
 TEST(ReportFile, LongHeadsOfAnyLetterLeaveTheRowsInSight) {
   const OutputListPtr list = MakeOutputList(11);
-  Add(*list, {"2008/05/17, 13:02:09", "HKLM\\A", "0x00001020"}, 3);
+  AddWithIcon(*list, {"2008/05/17, 13:02:09", "HKLM\\A", "0x00001020"}, 3);
   const auto head = std::make_shared<ListHead>();
   std::string line;
   while (line.size() < 1500) line += "\u16A0";
   SetLines(*head, std::vector<std::string>(16, line));
   SetListHead(*list, head);
-  const std::string text = Report(*list, {"Key Dates", {120, 300, 90}, "then"});
+  const std::string text = ReportText(*list, {"Key Dates", {120, 300, 90}, "then"});
   EXPECT_EQ(Shown(*ReadRows(text)), "2008/05/17, 13:02:09|HKLM\\A|0x00001020:3\n");
   ReportHead read;
   ASSERT_EQ(ParseReportHead(text, read), ReportRead::kDone);
@@ -94,9 +95,9 @@ TEST(ReportFile, LongHeadsOfAnyLetterLeaveTheRowsInSight) {
 
 TEST(ReportFile, ByteForByte) {
   const OutputListPtr list = MakeOutputList(11);
-  Add(*list, {"2008/05/17, 13:02:09", "HKLM\\A", "0x00001020"}, 3);
-  Add(*list, {"", "line\r\nend", ""}, 12);
-  EXPECT_EQ(Report(*list, {"Key Dates", {120, 300, 90}, "Sat May 17 13:02:09 2008"}),
+  AddWithIcon(*list, {"2008/05/17, 13:02:09", "HKLM\\A", "0x00001020"}, 3);
+  AddWithIcon(*list, {"", "line\r\nend", ""}, 12);
+  EXPECT_EQ(ReportText(*list, {"Key Dates", {120, 300, 90}, "Sat May 17 13:02:09 2008"}),
             "[Hivequarry Output List]\r\n"
             "\r\n\r\n[RPLfile]\r\n"
             "\r\nU0=100\r\nU1=Sat May 17 13:02:09 2008\r\nU2=3\r\nU3=;90;300;120\r\nU4=11\r\nU5=2"
@@ -108,12 +109,12 @@ TEST(ReportFile, ByteForByte) {
 
 TEST(ReportFile, ScopeAndEmptyLists) {
   const OutputListPtr list = MakeOutputList(51);
-  for (const std::string_view key : {"a", "b", "c"}) Add(*list, {key});
+  for (const std::string_view key : {"a", "b", "c"}) AddWithIcon(*list, {key});
   const uint32_t rows[] = {2, 0};
-  const std::string part = Report(*list, {}, {rows, true, true});
+  const std::string part = ReportText(*list, {}, {rows, true, true});
   EXPECT_TRUE(part.ends_with("\r\n\r\n[ROWS]\r\n01c\r\n9900\r\n01a\r\n9900\r\n"));
   EXPECT_NE(part.find("\r\nU5=3\r\n"), std::string::npos) << "rows of the whole list";
-  EXPECT_TRUE(Report(*MakeOutputList(5), {}).ends_with("=Key Offset\r\n\r\n[ROWS]\r\n"));
+  EXPECT_TRUE(ReportText(*MakeOutputList(5), {}).ends_with("=Key Offset\r\n\r\n[ROWS]\r\n"));
   const auto refused = [](std::string_view) { return ADD_FAILURE() << "written", true; };
   EXPECT_FALSE(WriteReport(*MakeOutputList(99), {}, {}, refused));
 }
@@ -123,14 +124,14 @@ TEST(ReportFile, ComesBack) {
   std::vector<std::string> titles;
   for (int i = 1; i <= 18; ++i) titles.push_back("T" + std::to_string(i));
   SetColumns(*list, titles);
-  const Texts full = {"1",  "2",  "3",  "4",  "5",  "6",  "7",  "8",  "9",
-                      "10", "11", "12", "13", "14", "15", "16", "17", "18"};
-  Add(*list, {"", "before all"}, 1);
-  Add(*list, full, 7);
-  Add(*list, {}, 4);
-  Add(*list, {"", "no first"}, 123);
-  Add(*list, {"last"}, -16);
-  const std::string text = Report(*list, {"My title", {70, 40, 100}, {}});
+  const TextViews full = {"1",  "2",  "3",  "4",  "5",  "6",  "7",  "8",  "9",
+                          "10", "11", "12", "13", "14", "15", "16", "17", "18"};
+  AddWithIcon(*list, {"", "before all"}, 1);
+  AddWithIcon(*list, full, 7);
+  AddWithIcon(*list, {}, 4);
+  AddWithIcon(*list, {"", "no first"}, 123);
+  AddWithIcon(*list, {"last"}, -16);
+  const std::string text = ReportText(*list, {"My title", {70, 40, 100}, {}});
   EXPECT_NE(text.find("\r\nH15=T16\r\nCKMDOWN=T17\r\nMASKDOWN=T18\r\n"), std::string::npos);
   ReportHead head;
   ASSERT_EQ(ParseReportHead(text, head), ReportRead::kDone);
@@ -146,8 +147,8 @@ TEST(ReportFile, ComesBack) {
 
 TEST(ReportFile, ColumnsOfOtherEncoding) {
   const OutputListPtr list = MakeOutputList(kListInfo);
-  Add(*list, {"\u00C4.dat", "8192"});
-  const std::string text = Report(*list, {});
+  AddWithIcon(*list, {"\u00C4.dat", "8192"});
+  const std::string text = ReportText(*list, {});
   EXPECT_NE(text.find("\r\n01\xC4.dat\r\n"), std::string::npos);
   EXPECT_EQ(Shown(*ReadRows(text, ReportRead::kDone, kListInfo)), "\u00C4.dat|8192:0\n");
 }
@@ -256,8 +257,8 @@ TEST(ReportFile, OwnListsComeBackWhole) {
   std::vector<std::string> texts = {std::string(600, 'f')};
   for (int i = 1; i < ColumnCount(*list); ++i) texts.push_back(std::to_string(100 + i));
   texts[7] = std::string(33000, 'p');
-  Add(*list, Texts(texts.begin(), texts.end()));
-  const std::string text = Report(*list, {});
+  AddWithIcon(*list, TextViews(texts.begin(), texts.end()));
+  const std::string text = ReportText(*list, {});
   ReportHead head;
   ASSERT_EQ(ParseReportHead(text, head), ReportRead::kDone);
   ASSERT_EQ(head.columns.size(), texts.size());
@@ -295,8 +296,8 @@ TEST(ReportRows, LinesOfEveryLength) {
 TEST(ReportFile, OnDisk) {
   const std::string file = ::testing::TempDir() + "list_report_test.rpt";
   const OutputListPtr list = MakeOutputList(51);
-  Add(*list, {"a"}, 5);
-  std::ofstream(file, std::ios::binary) << Report(*list, {});
+  AddWithIcon(*list, {"a"}, 5);
+  std::ofstream(file, std::ios::binary) << ReportText(*list, {});
   ReportHead head;
   EXPECT_EQ(ReadReportHead(file, head), ReportRead::kDone);
   EXPECT_EQ(head.columns, std::vector<std::string>{"Key"});

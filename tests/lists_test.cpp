@@ -18,10 +18,10 @@ namespace {
 using namespace std::string_literals;
 using namespace std::string_view_literals;
 
-using Texts = std::vector<std::string_view>;
+using TextViews = std::vector<std::string_view>;
 
-void Add(OutputList& list, const Texts& texts, uint32_t datum = 0, bool has_datum = false,
-         RowFacts facts = {}) {
+void AddTexts(OutputList& list, const TextViews& texts, uint32_t datum = 0, bool has_datum = false,
+              RowFacts facts = {}) {
   const std::vector<Cell> cells(texts.begin(), texts.end());
   NewRow row;
   row.cells = cells;
@@ -95,8 +95,8 @@ TEST(OutputListTest, KeepsWhatWasAdded) {
   row.datum = 0xFFFFFFF0;
   row.facts = {true, 42, "p", "n", "b"};
   AddRow(*list, row);
-  Add(*list, {large, "v", large}, 0, false, {false, 0, {}, {}, large});
-  Add(*list, {});
+  AddTexts(*list, {large, "v", large}, 0, false, {false, 0, {}, {}, large});
+  AddTexts(*list, {});
   ASSERT_EQ(RowCount(*list), 3u);
   EXPECT_EQ(CellText(*list, 0, 0), "key");
   EXPECT_EQ(CellText(*list, 0, 1), "");
@@ -120,7 +120,7 @@ TEST(OutputListTest, KeepsWhatWasAdded) {
   EXPECT_EQ(CellText(*list, 2, 0), "");
   ClearRows(*list);
   EXPECT_EQ(RowCount(*list), 0u);
-  Add(*list, {"again"});
+  AddTexts(*list, {"again"});
   EXPECT_EQ(CellText(*list, 0, 0), "again");
 }
 
@@ -131,7 +131,7 @@ TEST(OutputListTest, ReadersSeeWholeRowsWhileAWorkerAdds) {
   std::thread worker([&] {
     for (uint32_t row = 0; row < kRows; ++row) {
       const std::string number = std::to_string(row);
-      Add(*list, {number, "some key", number}, row, true);
+      AddTexts(*list, {number, "some key", number}, row, true);
     }
     added = true;
   });
@@ -158,12 +158,12 @@ TEST(OutputListTest, ReadersSeeWholeRowsWhileAWorkerAdds) {
 
 TEST(OutputListTest, NumberedRowsAndRunningNumbers) {
   const OutputListPtr list = MakeOutputList(11);
-  Add(*list, {"plain"}, 4128, true);
+  AddTexts(*list, {"plain"}, 4128, true);
   SetRowNumbers(*list, RowNumbers::kFive);
   const std::string long_text(600, 'x');
-  Add(*list, {long_text, "second"});
+  AddTexts(*list, {long_text, "second"});
   SetRowNumbers(*list, RowNumbers::kSix);
-  Add(*list, {}, 0, true);
+  AddTexts(*list, {}, 0, true);
   const std::string firsts[] = {"plain", "00002, " + std::string(511, 'x'), "000003 "};
   for (uint32_t row = 0; row < 3; ++row) EXPECT_EQ(CellText(*list, row, 0), firsts[row]);
   EXPECT_EQ(CellText(*list, 1, 1), "second");
@@ -174,7 +174,7 @@ TEST(OutputListTest, NumberedRowsAndRunningNumbers) {
 
 TEST(OutputListTest, CellsCanBeReplaced) {
   const OutputListPtr list = MakeOutputList(55);
-  Add(*list, {"0x0", "0x1000"}, 7, true, {true, 42, "p", "n", "b"});
+  AddTexts(*list, {"0x0", "0x1000"}, 7, true, {true, 42, "p", "n", "b"});
   const std::string large(70'000, 'f');
   EXPECT_TRUE(ReplaceCell(*list, 0, 3, large));
   EXPECT_TRUE(ReplaceCell(*list, 0, 1, ""));
@@ -234,9 +234,9 @@ TEST(OutputListTest, ColumnLimits) {
 
 TEST(ListText, Format) {
   const OutputListPtr list = MakeOutputList(5);
-  Add(*list, {"HKLM\\A", "v", "", "REG_SZ"});
-  Add(*list, {"HKLM\\B"});
-  Add(*list, {});
+  AddTexts(*list, {"HKLM\\A", "v", "", "REG_SZ"});
+  AddTexts(*list, {"HKLM\\B"});
+  AddTexts(*list, {});
   EXPECT_EQ(Written(WriteListText, *list),
             "Number of Items : 3\r\n\r\n"
             "Key       : HKLM\\A\r\nValue     : v\r\nType      : REG_SZ\r\n\r\n"
@@ -249,7 +249,7 @@ TEST(ListText, Format) {
 TEST(ListText, Scope) {
   const OutputListPtr list = MakeOutputList(51);
   SetListSubtitle(*list, "From HKLM");
-  for (const std::string_view key : {"a", "b", "c"}) Add(*list, {key});
+  for (const std::string_view key : {"a", "b", "c"}) AddTexts(*list, {key});
   const uint32_t rows[] = {2, 0};
   const struct {
     WrittenRows which;
@@ -284,10 +284,10 @@ TEST(ListText, Limits) {
   const OutputListPtr list = MakeOutputList(4);
   SetColumns(*list, {std::string(70, 'h'), "2", "3", "4", "5", "6", "7", "8", "9", "10", "11", "12",
                      "13", "14", "15", "16", "17", "18"});
-  Texts texts(18, "t");
+  TextViews texts(18, "t");
   const std::string long_path(600, 'p');
   texts[0] = long_path;
-  Add(*list, texts);
+  AddTexts(*list, texts);
   const std::string text = Written(WriteListText, *list);
   EXPECT_NE(text.find("\r\n" + std::string(62, 'h') + ": " + std::string(520, 'p') + "\r\n"),
             std::string::npos);
@@ -295,9 +295,9 @@ TEST(ListText, Limits) {
   EXPECT_EQ(text.find("\r\n18"), std::string::npos) << "the 18th column is left out";
   // Not so in the program's own lists.
   const OutputListPtr info = MakeOutputList(kListInfo);
-  Texts fields(19, "1");
+  TextViews fields(19, "1");
   fields[0] = "\xD0\x96.dat \xE2\x82\xAC";
-  Add(*info, fields);
+  AddTexts(*info, fields);
   const std::string shown = Written(WriteListText, *info);
   EXPECT_NE(shown.find("\r\nvirtual_siblings   : 1\r\n"), std::string::npos);
   EXPECT_NE(shown.find("file               : \u0416.dat \u20AC\r\n"), std::string::npos);
@@ -309,7 +309,7 @@ TEST(ListWriters, TitlesAtMostForEmptyLists) {
     const bool titles = writer == Writer(WriteListCsv);
     EXPECT_EQ(Written(writer, *no_rows), titles ? "Key,Value,Data,Type,Key Offset\r\n" : "");
     const OutputListPtr no_columns = MakeOutputList(99);
-    Add(*no_columns, {"x"});
+    AddTexts(*no_columns, {"x"});
     EXPECT_EQ(Written(writer, *no_columns), "");
   }
 }
@@ -317,7 +317,7 @@ TEST(ListWriters, TitlesAtMostForEmptyLists) {
 TEST(ListWriters, RefusingSinkAndStop) {
   const OutputListPtr list = MakeOutputList(51);
   const std::string path(400, 'k');
-  for (int i = 0; i < 2000; ++i) Add(*list, {path});
+  for (int i = 0; i < 2000; ++i) AddTexts(*list, {path});
   for (const Writer writer : {WriteListText, WriteListCsv, WriteListJsonLines}) {
     int calls = 0;
     EXPECT_FALSE(writer(*list, [&](std::string_view) { return ++calls < 3; }));
@@ -336,8 +336,8 @@ TEST(ListWriters, RefusingSinkAndStop) {
 
 TEST(ListCsv, QuotesAndEncodes) {
   const OutputListPtr list = MakeOutputList(36);
-  Add(*list, {"plain", "a,b", "say \"hi\"", "line\r\nend"});
-  Add(*list, {"", "\u20AC\u00C4", "", ""});
+  AddTexts(*list, {"plain", "a,b", "say \"hi\"", "line\r\nend"});
+  AddTexts(*list, {"", "\u20AC\u00C4", "", ""});
   EXPECT_EQ(Written(WriteListCsv, *list),
             "Key,Value,Data,Type\r\n"
             "plain,\"a,b\",\"say \"\"hi\"\"\",\"line\r\nend\"\r\n"
@@ -346,9 +346,9 @@ TEST(ListCsv, QuotesAndEncodes) {
 
 TEST(ListJson, StringsAndFacts) {
   const OutputListPtr list = MakeOutputList(36);
-  Add(*list, {"q\"b\\", "\n\x01\x7F", "\u20AC\u00C4"}, 4128, true,
-      {true, 132817176441804672, "\u0416\xED\xA0\x80", "", ""});
-  Add(*list, {"k", "v\0w"sv}, 0, false, {false, 7, "", "n\xED\xBF\xBF", "00ff"});
+  AddTexts(*list, {"q\"b\\", "\n\x01\x7F", "\u20AC\u00C4"}, 4128, true,
+           {true, 132817176441804672, "\u0416\xED\xA0\x80", "", ""});
+  AddTexts(*list, {"k", "v\0w"sv}, 0, false, {false, 7, "", "n\xED\xBF\xBF", "00ff"});
   EXPECT_EQ(Written(WriteListJsonLines, *list),
             "{\"Key\":\"q\\\"b\\\\\",\"Value\":\"\\n\\u0001\\u007f\",\"Data\":\"\u20AC\u00C4\","
             "\"Type\":\"\",\"Offset\":4128,\"LastWrite\":\"2021-11-18T14:00:44.1804672Z\","
@@ -359,14 +359,14 @@ TEST(ListJson, StringsAndFacts) {
 
 TEST(ListJson, NumbersAndFlags) {
   const OutputListPtr info = MakeOutputList(kListInfo);
-  Add(*info, {"\u0416.dat", "8192", "0", "1", "0", "", "x", "\u00C4", "007"});
+  AddTexts(*info, {"\u0416.dat", "8192", "0", "1", "0", "", "x", "\u00C4", "007"});
   const std::string text = Written(WriteListJsonLines, *info);
   EXPECT_EQ(text.substr(0, text.find(",\"keys\"")),
             "{\"file\":\"\u0416.dat\",\"length\":8192,\"base_offset\":0,\"header_valid\":true,"
             "\"root_valid\":false,\"data_area_base\":null,\"root_position\":\"x\","
             "\"root_path\":\"\u00C4\",\"list_style\":\"007\"");
   const OutputListPtr tree = MakeOutputList(kListTree);
-  Add(*tree, {"HKLM", "0x20", "", "", "", "2", "1"});
+  AddTexts(*tree, {"HKLM", "0x20", "", "", "", "2", "1"});
   EXPECT_EQ(Written(WriteListJsonLines, *tree),
             "{\"Key\":\"HKLM\",\"Key Offset\":\"0x20\",\"Parent Offset\":\"\",\"Key Date\":\"\","
             "\"Status\":\"\",\"Marks\":2,\"Connected\":1}\n");
@@ -384,16 +384,16 @@ TEST(OutputListTest, TextsThatRowsShare) {
   const std::string other(100, 'o');
   RowFacts facts;
   facts.path = long_text;
-  const Texts rows[] = {{long_text, "a", long_text, "", "1"},
-                        {long_text, "b", long_text},
-                        {long_text, "", other, "t"},
-                        {"", long_text},
-                        {other, long_text},
-                        {other}};
-  for (const Texts& row : rows) Add(*list, row, 7, true, facts);
+  const TextViews rows[] = {{long_text, "a", long_text, "", "1"},
+                            {long_text, "b", long_text},
+                            {long_text, "", other, "t"},
+                            {"", long_text},
+                            {other, long_text},
+                            {other}};
+  for (const TextViews& row : rows) AddTexts(*list, row, 7, true, facts);
   for (uint32_t row = 0; row < std::size(rows); ++row) {
     SCOPED_TRACE(row);
-    Texts cells(5);
+    TextViews cells(5);
     CellTexts(*list, row, cells);
     for (int column = 0; column < 5; ++column) {
       const auto at = static_cast<size_t>(column);
@@ -408,14 +408,15 @@ TEST(OutputListTest, TextsThatRowsShare) {
   EXPECT_EQ(CellText(*list, 1, 0), long_text);
   EXPECT_EQ(CellText(*list, 1, 2), long_text);
   ClearRows(*list);
-  Add(*list, {other, "x"});
+  AddTexts(*list, {other, "x"});
   EXPECT_EQ(CellText(*list, 0, 0), other);
 }
 
 TEST(OutputListTest, RowsThatAreTakenOver) {
   const OutputListPtr from = MakeOutputList(51);
   const std::string long_text(50, 'k');
-  for (int i = 0; i < 1000; ++i) Add(*from, {i % 2 == 0 ? long_text : std::to_string(i)}, 4, true);
+  for (int i = 0; i < 1000; ++i)
+    AddTexts(*from, {i % 2 == 0 ? long_text : std::to_string(i)}, 4, true);
   std::vector<uint32_t> order(1000);
   for (uint32_t i = 0; i < 1000; ++i) order[i] = 999 - i;
   const OutputListPtr list = MakeOutputList(51);
@@ -426,7 +427,7 @@ TEST(OutputListTest, RowsThatAreTakenOver) {
   ASSERT_EQ(RowCount(*list), 1000u);
   EXPECT_EQ(CellText(*list, 0, 0), "999");
   EXPECT_EQ(CellText(*list, 999, 0), long_text);
-  Add(*list, {"more"});
+  AddTexts(*list, {"more"});
   EXPECT_EQ(CellText(*list, 1000, 0), "more");
   EXPECT_FALSE(MoveRows(*list, *from, {}));
 }

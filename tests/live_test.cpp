@@ -16,7 +16,7 @@ namespace {
 
 using namespace std::string_literals;
 
-Texts Rows(const OutputList& list) {
+Texts LiveRows(const OutputList& list) {
   for (uint32_t row = 0; row < RowCount(list); ++row) EXPECT_FALSE(RowHasDatum(list, row));
   return RowTexts(list);
 }
@@ -93,7 +93,7 @@ Texts Search(uint32_t roots, const char* text, std::string_view fields, bool hex
   EXPECT_TRUE(CompilePattern(settings, pattern));
   const OutputListPtr list = MakeOutputList(kListLiveSearch);
   SearchRegistry(roots, pattern, *list);
-  return Rows(*list);
+  return LiveRows(*list);
 }
 
 TEST_F(LiveTest, SearchesEachChosenKeyOnce) {
@@ -133,7 +133,7 @@ TEST_F(LiveTest, UninstallReportReadsBothViewsAndPassesOverMissingRoots) {
   registry_.At(u"HKLM\\SOFTWARE" + below + u"D").open_error = kRegistryDenied;
   const OutputListPtr list = MakeOutputList(InfoOf(Report::kUninstall).live_kind);
   RunReportOnRegistry(Report::kUninstall, *list);
-  const Texts rows = Rows(*list);
+  const Texts rows = LiveRows(*list);
   EXPECT_EQ(rows.size(), 3U);
   for (const char* text : {"|First|", "|Second|", "Uninstall\\D|Access denied|"}) {
     EXPECT_EQ(
@@ -153,7 +153,7 @@ TEST_F(LiveTest, FindsKeysByPermissionsAndGivesThePrivilegeBack) {
     const OutputListPtr list = MakeOutputList(kListSecurityKeys);
     const PermissionQuery query{"S-1-1-0", kind, kReadRights, false};
     const bool done = FindLiveKeysAndTell(kLiveMachine, query, false, *list);
-    rows = Rows(*list);
+    rows = LiveRows(*list);
     return done;
   };
   Texts rows;

@@ -47,7 +47,7 @@ struct Case {
   LogEntryFault fault;
 };
 
-constexpr Case kCases[] = {
+constexpr Case kLogEntryCases[] = {
     {"sound", [](testing::LogEntrySpec&) {}, LogEntryFault::kNone},
     {"size of 0", [](testing::LogEntrySpec& e) { e.size = 0; }, LogEntryFault::kSize},
     {"size no multiple", [](testing::LogEntrySpec& e) { e.size = 5000; }, LogEntryFault::kSize},
@@ -76,7 +76,7 @@ constexpr Case kCases[] = {
 };
 
 TEST(LogEntryTest, FaultsOfEntriesWithRightHashes) {
-  for (const Case& each : kCases) {
+  for (const Case& each : kLogEntryCases) {
     SCOPED_TRACE(each.name);
     testing::LogEntrySpec entry;
     entry.bins_size = 8192;

@@ -17,7 +17,7 @@ double Allowed(const Bytes& bytes) {
   return kSeconds * (0.5 + 0.2 * static_cast<double>(bytes.size()) / 1e6);
 }
 
-uint32_t Rows(const OpenedHive& opened, Report report, uint32_t item) {
+uint32_t RowsOfReport(const OpenedHive& opened, Report report, uint32_t item) {
   const OutputListPtr list = MakeOutputList(InfoOf(report).kind);
   RunReportOnHive(report, opened.hive, opened.tree, item, true, *list);
   return RowCount(*list);
@@ -29,11 +29,11 @@ void RunEach(const Bytes& bytes) {
     const auto report = static_cast<Report>(i);
     SCOPED_TRACE(InfoOf(report).name);
     const Deadline deadline(Allowed(bytes));
-    Rows(opened, report, 0);
+    RowsOfReport(opened, report, 0);
   }
 }
 
-constexpr int kSize = 6000 / kSizeShare;  // keys or values of a hive
+constexpr int kHiveSize = 6000 / kSizeShare;  // keys or values of a hive
 
 // What the keys are called that reports begin at, look for or go by.
 constexpr const char* kNames[] = {"Services", "Uninstall", "UserAssist", "Count",
@@ -54,7 +54,7 @@ TEST(ReportCosts, NestedKeys) {
     SCOPED_TRACE(name);
     PlainCells cells("HKCU_Classes");
     uint32_t key = cells.root;
-    for (int level = 0; level < kSize; ++level) {
+    for (int level = 0; level < kHiveSize; ++level) {
       const uint32_t child = cells.Key(key, name);
       cells.SetValues(child, SomeValues(cells));
       cells.List(key, std::span(&child, 1));
@@ -70,7 +70,7 @@ TEST(ReportCosts, WideKeys) {
     PlainCells cells("HKCU_Classes");
     const uint32_t parent = cells.Key(cells.root, name);
     std::vector<uint32_t> children;
-    for (int i = 0; i < kSize; ++i) {
+    for (int i = 0; i < kHiveSize; ++i) {
       children.push_back(cells.Key(parent, i % 2 == 0 ? name : std::to_string(i % 100)));
       cells.SetValues(children.back(), SomeValues(cells));
     }
@@ -86,7 +86,7 @@ TEST(ReportCosts, ManyValuesOfOneKey) {
     PlainCells cells("HKCU_Classes");
     const uint32_t key = cells.Key(cells.root, name);
     std::vector<uint32_t> values;
-    for (int i = 0; i < kSize; ++i) {
+    for (int i = 0; i < kHiveSize; ++i) {
       for (const uint32_t value : SomeValues(cells)) values.push_back(value);
     }
     cells.SetValues(key, values);
@@ -126,7 +126,7 @@ TEST(ReportCosts, PathsLeftOutAreCounted) {
   builder.Key("K").Sz("v", text);
   const OpenedHive opened(builder.Build());
   ForgetShortfalls();
-  EXPECT_EQ(Rows(opened, Report::kFiles, 0), 64u);
+  EXPECT_EQ(RowsOfReport(opened, Report::kFiles, 0), 64u);
   EXPECT_EQ(ShortfallCount(Shortfall::kRows), 6u);
   ForgetShortfalls();
 }

@@ -164,7 +164,7 @@ TEST(TextPatternTest, AgreesWithTheStandardLibrary) {
 
 // --- filters -------------------------------------------------------------------------------------
 
-OutputListPtr Rows() {
+OutputListPtr ListToFilter() {
   OutputListPtr list = MakeOutputList(kListSearch);
   const char* const rows[][4] = {
       {"HKLM\\Software\\Run", "Updater", "C:\\Program Files\\up.exe", "REG_SZ"},
@@ -182,7 +182,7 @@ OutputListPtr Rows() {
 }
 
 TEST(RowFilterTest, Terms) {
-  const OutputListPtr list = Rows();
+  const OutputListPtr list = ListToFilter();
   const struct {
     const char* words;
     PatternForm form;
@@ -223,7 +223,7 @@ TEST(RowFilterTest, Terms) {
 }
 
 TEST(RowFilterTest, FaultsStopsAndWords) {
-  const OutputListPtr list = Rows();
+  const OutputListPtr list = ListToFilter();
   RowFilter filter;
   std::string fault;
   EXPECT_FALSE(MakeRowFilter(*list, {"\"Kye\":run", kPlain}, filter, fault));

@@ -6,25 +6,25 @@
 namespace hivequarry::testing {
 namespace {
 
-using Rows = std::vector<uint32_t>;
+using RowList = std::vector<uint32_t>;
 using Chosen = std::vector<bool>;
 
 TEST(RowsShownTest, OrderAndChoiceHoldTogether) {
   RowsShown view;
   EXPECT_FALSE(IsChoice(view));
-  EXPECT_EQ(ShownRows(view, 3), (Rows{0, 1, 2}));
+  EXPECT_EQ(ShownRows(view, 3), (RowList{0, 1, 2}));
   FilterRows(view, Chosen{true, false, true, true});
-  EXPECT_EQ(ShownRows(view, 4), (Rows{0, 2, 3}));
+  EXPECT_EQ(ShownRows(view, 4), (RowList{0, 2, 3}));
   PutInOrder(view, {3, 1, 2, 0});
-  EXPECT_EQ(ShownRows(view, 4), (Rows{3, 2, 0}));
-  EXPECT_EQ(AllRows(view, 4), (Rows{3, 1, 2, 0}));
+  EXPECT_EQ(ShownRows(view, 4), (RowList{3, 2, 0}));
+  EXPECT_EQ(AllRows(view, 4), (RowList{3, 1, 2, 0}));
   EXPECT_EQ(ShownCount(view, 4), 3u);
   EXPECT_EQ(RowAt(view, 1), 2u);
-  EXPECT_EQ(PlacesOfRows(view, 4), (Rows{2, kNoPlace, 1, 0}));
+  EXPECT_EQ(PlacesOfRows(view, 4), (RowList{2, kNoPlace, 1, 0}));
   FilterRows(view, Chosen{false, true, false, false});
-  EXPECT_EQ(ShownRows(view, 4), Rows{1});
+  EXPECT_EQ(ShownRows(view, 4), RowList{1});
   UnfilterRows(view);
-  EXPECT_EQ(ShownRows(view, 4), (Rows{3, 1, 2, 0})) << "the order outlives the choice";
+  EXPECT_EQ(ShownRows(view, 4), (RowList{3, 1, 2, 0})) << "the order outlives the choice";
 }
 
 TEST(RowsShownTest, RowsThatComeAndGo) {
@@ -32,10 +32,10 @@ TEST(RowsShownTest, RowsThatComeAndGo) {
   PutInOrder(view, {1, 0});
   FilterRows(view, Chosen{true, false});
   FollowRows(view, 4);
-  EXPECT_EQ(ShownRows(view, 4), (Rows{0, 2, 3})) << "rows added later are shown";
-  EXPECT_EQ(AllRows(view, 4), (Rows{1, 0, 2, 3}));
+  EXPECT_EQ(ShownRows(view, 4), (RowList{0, 2, 3})) << "rows added later are shown";
+  EXPECT_EQ(AllRows(view, 4), (RowList{1, 0, 2, 3}));
   FollowRows(view, 1);
-  EXPECT_EQ(ShownRows(view, 1), Rows{0});
+  EXPECT_EQ(ShownRows(view, 1), RowList{0});
   EXPECT_FALSE(IsChoice(view));
 }
 

@@ -197,8 +197,8 @@ TEST(Search, FindsBytes) {
   }
 }
 
-Texts Rows(const OpenedHive& opened, const SearchPattern& pattern,
-           SearchWay way = SearchWay::kBest) {
+Texts HitRows(const OpenedHive& opened, const SearchPattern& pattern,
+              SearchWay way = SearchWay::kBest) {
   const OutputListPtr list = MakeSearchList(true);
   SearchBranchBy(way, opened.hive, opened.tree, 0, pattern, *list);
   return testing::RowTexts(*list);
@@ -206,7 +206,7 @@ Texts Rows(const OpenedHive& opened, const SearchPattern& pattern,
 
 // "Key", or "Key:Value", of each row.
 Texts Hits(const OpenedHive& opened, const SearchPattern& pattern) {
-  Texts hits = Rows(opened, pattern);
+  Texts hits = HitRows(opened, pattern);
   for (std::string& hit : hits) {
     const size_t key = hit.find('|');
     const std::string value = hit.substr(key + 1, hit.find('|', key + 1) - key - 1);
@@ -261,8 +261,9 @@ TEST(Search, EditsHiddenKeysAndUnreadableData) {
   HideBranch(opened.tree, opened.Item("Gone"));
   const uint32_t name = built.ValuePosition("Keep", "Name");
   EXPECT_EQ(Hits(opened, Compiled("needle", "d")), Texts{"Keep:Name"});
-  EXPECT_EQ(Rows(opened, Compiled("broken", "vd")).at(0).find("|Broken|Data Offset Error|REG_SZ|"),
-            ItemPath(opened.hive, opened.tree, opened.Item("Keep")).size());
+  EXPECT_EQ(
+      HitRows(opened, Compiled("broken", "vd")).at(0).find("|Broken|Data Offset Error|REG_SZ|"),
+      ItemPath(opened.hive, opened.tree, opened.Item("Keep")).size());
   ASSERT_TRUE(SetValueEdit(opened.hive, name, 1, testing::Utf16Z("thimble")));
   EXPECT_TRUE(Hits(opened, Compiled("needle", "d")).empty());
   EXPECT_EQ(Hits(opened, Compiled("thimble", "d")), Texts{"Keep:Name"});
@@ -287,7 +288,7 @@ TEST(Search, FromAFolderOfTheProgramsOwn) {
   EXPECT_EQ(rows_from(ItemKind::kDisconnectedKeys), 1u);
   EXPECT_EQ(rows_from(ItemKind::kDisconnectedValues), 1u);
   EXPECT_EQ(rows_from(ItemKind::kRoot), 3u);
-  const std::string row = Rows(opened, Compiled("needle", "d")).back();
+  const std::string row = HitRows(opened, Compiled("needle", "d")).back();
   EXPECT_NE(row.find("\\Disconnected Values|Name|needle|REG_SZ||0x"), std::string::npos) << row;
 }
 
@@ -299,9 +300,9 @@ TEST(Search, RowsSayWhereAHitStands) {
   const uint32_t key = built.PositionOf("Run");
   const uint32_t value = built.ValuePosition("Run", "Path");
   const std::string path = ItemPath(opened.hive, opened.tree, opened.Item("Run"));
-  EXPECT_EQ(Rows(opened, Compiled("run", "k")),
+  EXPECT_EQ(HitRows(opened, Compiled("run", "k")),
             Texts{Formatted("%s||||0x%08X|0x%08X||", path.c_str(), key, key + 512)});
-  EXPECT_EQ(Rows(opened, Compiled("needle", "d")),
+  EXPECT_EQ(HitRows(opened, Compiled("needle", "d")),
             Texts{Formatted("%s|Path|needle|REG_SZ|0x%08X|0x%08X|%Xrk, 4ln, 14ld|", path.c_str(),
                             key, value + 512, key)});
 }
@@ -381,7 +382,8 @@ void ExpectSameWithAndWithoutSieve(const OpenedHive& opened, uint32_t seed, int 
     const std::string text = RandomPattern(opened, random);
     const bool hex = ticks.find('h') != std::string::npos;
     const SearchPattern pattern = Compiled(hex ? HexOfText(text) : text, ticks);
-    ASSERT_EQ(Rows(opened, pattern, SearchWay::kSieved), Rows(opened, pattern, SearchWay::kPlain))
+    ASSERT_EQ(HitRows(opened, pattern, SearchWay::kSieved),
+              HitRows(opened, pattern, SearchWay::kPlain))
         << "\"" << text << "\" " << ticks;
   }
 }
@@ -410,9 +412,10 @@ TEST(Search, SieveChangesNothing) {
   for (const char* text : {"seam", "seamed", "ne two", "\u20ACuro", "\u00F6SS", "\u00F6\u00DFE",
                            "\u0436", "Unnamed(", "ROOT", "zzqq"}) {
     const SearchPattern pattern = Compiled(text, "kvdw");
-    EXPECT_EQ(Rows(odd, pattern, SearchWay::kSieved), Rows(odd, pattern, SearchWay::kPlain))
+    EXPECT_EQ(HitRows(odd, pattern, SearchWay::kSieved), HitRows(odd, pattern, SearchWay::kPlain))
         << text;
-    EXPECT_EQ(Rows(damaged, pattern, SearchWay::kSieved), Rows(damaged, pattern, SearchWay::kPlain))
+    EXPECT_EQ(HitRows(damaged, pattern, SearchWay::kSieved),
+              HitRows(damaged, pattern, SearchWay::kPlain))
         << text;
   }
 }

@@ -15,10 +15,10 @@ namespace {
 
 using namespace testing;
 
-using Rows = std::vector<std::vector<std::string>>;
+using TextRows = std::vector<std::vector<std::string>>;
 
-Rows RowsOf(const OutputList& list) {
-  Rows rows;
+TextRows RowsOf(const OutputList& list) {
+  TextRows rows;
   for (uint32_t row = 0; row < RowCount(list); ++row) {
     auto& texts = rows.emplace_back();
     for (int i = 0; i < ColumnCount(list); ++i) texts.emplace_back(CellText(list, row, i));
@@ -27,12 +27,12 @@ Rows RowsOf(const OutputList& list) {
 }
 
 // The report's rows, paths without the root's own name; from the chosen key.
-Rows Reported(OpenedHive& opened, Report report, std::string_view chosen = "") {
+TextRows Reported(OpenedHive& opened, Report report, std::string_view chosen = "") {
   const OutputListPtr list = MakeOutputList(InfoOf(report).kind);
   const uint32_t item = chosen.empty() ? 0 : opened.Item(chosen);
   RunReportOnHive(report, opened.hive, opened.tree, item, !chosen.empty(), *list);
   const std::string root = ItemName(opened.hive, opened.tree, 0) + "\\";
-  Rows rows = RowsOf(*list);
+  TextRows rows = RowsOf(*list);
   for (auto& row : rows) {
     for (std::string& text : row) {
       if (text.starts_with(root)) text.erase(0, root.size());
@@ -41,8 +41,8 @@ Rows Reported(OpenedHive& opened, Report report, std::string_view chosen = "") {
   return rows;
 }
 
-Rows Columns(const Rows& rows, std::initializer_list<size_t> columns) {
-  Rows chosen;
+TextRows Columns(const TextRows& rows, std::initializer_list<size_t> columns) {
+  TextRows chosen;
   for (const auto& row : rows) {
     auto& texts = chosen.emplace_back();
     for (const size_t column : columns) texts.push_back(row[column]);
@@ -70,7 +70,7 @@ TEST(StructureReports, Services) {
   builder.Key("ControlSet001\\Profile\\CurrentControlSet\\Services\\D");
   OpenedHive opened(builder.Build());
   const std::string path = "ControlSet001\\Services\\";
-  const Rows expected = {
+  const TextRows expected = {
       {path + "A", "5", std::string(519, 'n'), "b.sys", "G", "272", "one  two", kDate, "unknown"},
       {path + "B", "Auto Start", "", "c.exe", "", "shared process", "", kDate, "unknown"},
       {path + "C", "", "", "", "", "", "", "1980/01/02, 03:04:05", "unknown"}};
@@ -92,19 +92,19 @@ TEST(StructureReports, ControlSets) {
   BuiltHive built = builder.Build();
   const auto words = [&built] {
     OpenedHive opened(built);
-    Rows rows = Columns(Reported(opened, Report::kServices), {4, 8});
-    const Rows named = Columns(Reported(opened, Report::kServices, "Other\\Services"), {4, 8});
+    TextRows rows = Columns(Reported(opened, Report::kServices), {4, 8});
+    const TextRows named = Columns(Reported(opened, Report::kServices, "Other\\Services"), {4, 8});
     rows.insert(rows.end(), named.begin(), named.end());
     return rows;
   };
-  EXPECT_EQ(words(), (Rows{{"ControlSet001", "last known good"},
-                           {"ControlSet002", "current"},
-                           {"ControlSet003", ""},
-                           {"ControlSet004", "failed"},
-                           {"no number", ""},
-                           {"no set", ""}}));
+  EXPECT_EQ(words(), (TextRows{{"ControlSet001", "last known good"},
+                               {"ControlSet002", "current"},
+                               {"ControlSet003", ""},
+                               {"ControlSet004", "failed"},
+                               {"no number", ""},
+                               {"no set", ""}}));
   built.Unlink("Select");
-  const Rows unknown = words();
+  const TextRows unknown = words();
   EXPECT_EQ(unknown[0][1], "unknown");
   EXPECT_EQ(unknown[1][1], "unknown");
   EXPECT_EQ(unknown.back()[1], "");
@@ -125,7 +125,7 @@ TEST(StructureReports, ServiceNumbers) {
     HiveBuilder builder;
     builder.Key("ControlSet002\\services\\S").Dword("Start", c.number).Dword("Type", c.number);
     OpenedHive opened(builder.Build());
-    const Rows expected = {{c.start, c.type}};
+    const TextRows expected = {{c.start, c.type}};
     EXPECT_EQ(Columns(Reported(opened, Report::kServices), {1, 5}), expected);
   }
 }
@@ -142,7 +142,7 @@ TEST(StructureReports, Uninstall) {
     at.Key("Quiet\\Below").Sz("DisplayName", "no entry");
   }
   OpenedHive opened(builder.Build());
-  Rows expected;
+  TextRows expected;
   for (const char* branch : {"Microsoft", "Wow6432Node\\Microsoft"}) {
     const std::string path = std::string(branch) + "\\Windows\\CurrentVersion\\Uninstall\\";
     expected.push_back({kDate, path + "Both", "n", "u"});
@@ -193,7 +193,7 @@ TEST(StructureReports, CountKeys) {
   for (const auto& c : cases) counts.Value(c.name, kRegBinary, c.data);
   const BuiltHive built = builder.Build();
   OpenedHive opened(built);
-  const Rows rows = Reported(opened, Report::kCountKeys);
+  const TextRows rows = Reported(opened, Report::kCountKeys);
   ASSERT_EQ(rows.size(), std::size(cases));
   EXPECT_EQ(rows[0][0], "Explorer\\UserAssist\\{GUID}\\Count");
   EXPECT_EQ(rows[0][1], "HRZR_az");
@@ -201,7 +201,7 @@ TEST(StructureReports, CountKeys) {
   EXPECT_EQ(rows[0][3].substr(0, 6), "05 05 ");
   EXPECT_EQ(rows[0][5],
             Formatted("0x%08X", built.PositionOf("Explorer\\UserAssist\\{GUID}\\Count")));
-  const Rows counted = Columns(rows, {4, 6, 7, 8});
+  const TextRows counted = Columns(rows, {4, 6, 7, 8});
   for (size_t i = 0; i < std::size(cases); ++i)
     EXPECT_EQ(counted[i], cases[i].counted) << cases[i].name;
 }
@@ -217,11 +217,11 @@ TEST(StructureReports, Classes) {
   builder.Key("Classes\\A.File").Time(FileTime(2020, 1, 2)).Key("CLSID").Sz("", "{A}");
   builder.Key("FileExts\\.a\\UserChoice").Sz("Progid", "Elsewhere");
   OpenedHive opened(builder.Build());
-  const Rows classes = {{"Classes\\CLSID\\{A}", "Class A", "a.dll", "a16.dll", kDate},
-                        {"Classes\\CLSID\\{B}", "", "", "", kDate}};
+  const TextRows classes = {{"Classes\\CLSID\\{A}", "Class A", "a.dll", "a16.dll", kDate},
+                            {"Classes\\CLSID\\{B}", "", "", "", kDate}};
   EXPECT_EQ(Reported(opened, Report::kClasses), classes);
   const char* date = "2020/01/02, 00:00:00";
-  const Rows prog_ids = {
+  const TextRows prog_ids = {
       {"Classes\\.a", "(Default value)", "A.File", "REG_SZ", date},
       {"Classes\\CLSID\\{A}\\ProgID", "(Default value)", "A.File", "REG_SZ", date},
       {"FileExts\\.a\\UserChoice", "Progid", "Elsewhere", "REG_SZ", ""}};
@@ -238,10 +238,10 @@ TEST(StructureReports, OpenWith) {
   builder.Key("Classes\\.a\\OpenWithList\\y.exe");
   builder.Key("Classes\\T\\shell\\open\\command").Sz("", "\"t.exe\" %1");
   OpenedHive opened(builder.Build());
-  const Rows expected = {{"Classes\\.a\\OpenWithList", "x.exe, y.exe", kDate},
-                         {"Classes\\T\\shell\\open\\command", "\"t.exe\" %1", kDate},
-                         {"FileExts\\.a\\OpenWithList", "3.exe, 1.exe, 2.exe", kDate},
-                         {"FileExts\\.a\\OpenWithProgids", "P.1, P.2", kDate}};
+  const TextRows expected = {{"Classes\\.a\\OpenWithList", "x.exe, y.exe", kDate},
+                             {"Classes\\T\\shell\\open\\command", "\"t.exe\" %1", kDate},
+                             {"FileExts\\.a\\OpenWithList", "3.exe, 1.exe, 2.exe", kDate},
+                             {"FileExts\\.a\\OpenWithProgids", "P.1, P.2", kDate}};
   EXPECT_EQ(Reported(opened, Report::kOpenWith), expected);
 }
 
@@ -250,11 +250,11 @@ TEST(StructureReports, Files) {
   builder.Key("K").Sz("v", "D:\\b.exe /x").MultiSz("m", {"c:\\A", "none"}).Dword("C:\\name", 1);
   builder.Key("K").Sz("none", "text");
   OpenedHive opened(builder.Build());
-  const Rows by_key = {{"K", "v", "D:\\b.exe /x", "D:\\b.exe", "REG_SZ", kDate, ""},
-                       {"K", "m", "c:\\A none ", "c:\\A", "REG_MULTI_SZ", kDate, ""},
-                       {"K", "C:\\name", "0x00000001 (1)", "C:\\name", "REG_DWORD", kDate, ""}};
+  const TextRows by_key = {{"K", "v", "D:\\b.exe /x", "D:\\b.exe", "REG_SZ", kDate, ""},
+                           {"K", "m", "c:\\A none ", "c:\\A", "REG_MULTI_SZ", kDate, ""},
+                           {"K", "C:\\name", "0x00000001 (1)", "C:\\name", "REG_DWORD", kDate, ""}};
   EXPECT_EQ(Reported(opened, Report::kKeyFiles, "K"), by_key);
-  const Rows by_file = {{"c:\\A"}, {"C:\\name"}, {"D:\\b.exe"}};
+  const TextRows by_file = {{"c:\\A"}, {"C:\\name"}, {"D:\\b.exe"}};
   EXPECT_EQ(Columns(Reported(opened, Report::kFiles), {0}), by_file);
 }
 
@@ -265,7 +265,7 @@ TEST(StructureReports, FilesSayTheirControlSet) {
   builder.Key("Other").Sz("v", "C:\\3.exe");
   builder.Key("Select").Dword("Current", 2).Dword("LastKnownGood", 1);
   OpenedHive opened(builder.Build());
-  const Rows expected = {
+  const TextRows expected = {
       {"C:\\1.exe", "last known good"}, {"C:\\2.exe", "current"}, {"C:\\3.exe", ""}};
   EXPECT_EQ(Columns(Reported(opened, Report::kFiles), {0, 6}), expected);
   EXPECT_EQ(Columns(Reported(opened, Report::kKeyFiles), {3, 6}), expected);
@@ -295,11 +295,11 @@ TEST(StructureReports, OpenSaveMru) {
   builder.Key("OpenSavePidlMRU\\*").Value("9", kRegBinary, Folder("not listed"));
   builder.Key("OpenSavePidlMRU\\*").Value("MRUListEx", kRegBinary, Numbers({7, 0, UINT32_MAX, 9}));
   OpenedHive opened(builder.Build());
-  const Rows expected = {{"C:\\2", "txt", "b"},
-                         {"C:\\1", "txt", "a"},
-                         {"y", "*", "7"},
-                         {"x", "*", "0"},
-                         {"not listed", "*", "9"}};
+  const TextRows expected = {{"C:\\2", "txt", "b"},
+                             {"C:\\1", "txt", "a"},
+                             {"y", "*", "7"},
+                             {"x", "*", "0"},
+                             {"not listed", "*", "9"}};
   EXPECT_EQ(Columns(Reported(opened, Report::kOpenSaveMru), {0, 1, 3}), expected);
 }
 
@@ -314,10 +314,10 @@ TEST(StructureReports, StreamMru) {
   bags.Key("1\\0").Dword("NodeSlot", 99);
   builder.Key("Shell\\Bags\\12").Time(FileTime(2010, 1, 2));
   OpenedHive opened(builder.Build());
-  const Rows expected = {{"Old", "3", "2001/02/03, 00:00:00"},
-                         {"First", "1", "2010/01/02, 00:00:00"},
-                         {"Late", "0", ""},
-                         {"First\\Below", "0", ""}};
+  const TextRows expected = {{"Old", "3", "2001/02/03, 00:00:00"},
+                             {"First", "1", "2010/01/02, 00:00:00"},
+                             {"Late", "0", ""},
+                             {"First\\Below", "0", ""}};
   EXPECT_EQ(Columns(Reported(opened, Report::kStreamMru), {0, 1, 5}), expected);
   EXPECT_EQ(Reported(opened, Report::kStreamMru, "Shell\\BagMRU\\1")[0][0], "...\\Below");
 }
@@ -365,7 +365,7 @@ TEST(StructureReports, WithoutTheStructure) {
                                              {Report::kOpenSaveMru, 0}, {Report::kStreamMru, 0}};
   for (const auto& [report, named] : cases) {
     SCOPED_TRACE(InfoOf(report).name);
-    EXPECT_EQ(Reported(opened, report), Rows());
+    EXPECT_EQ(Reported(opened, report), TextRows());
     EXPECT_EQ(opened.host.statuses.back(), kNothingToReport);
     EXPECT_EQ(Reported(opened, report, "Some").size(), named);
   }
@@ -380,12 +380,13 @@ TEST(StructureReports, FromInsideAnEntry) {
   OpenedHive opened(builder.Build());
   for (const std::string below : {"", "\\Parameters", "\\Parameters\\Inner"}) {
     const std::string service = "ControlSet001\\Services\\S";
-    EXPECT_EQ(Columns(Reported(opened, Report::kServices, service + below), {0}), Rows{{service}});
+    EXPECT_EQ(Columns(Reported(opened, Report::kServices, service + below), {0}),
+              TextRows{{service}});
   }
   for (const std::string below : {"", "\\Part", "\\Part\\Inner"}) {
     const std::string entry = "CurrentVersion\\Uninstall\\U";
     EXPECT_EQ(Columns(Reported(opened, Report::kUninstall, entry + below), {1, 2}),
-              (Rows{{entry, "u"}}));
+              (TextRows{{entry, "u"}}));
   }
 }
 
@@ -398,7 +399,7 @@ TEST(StructureReports, EditedAndHidden) {
   HideBranch(opened.tree, opened.Item("Services\\B"));
   ASSERT_TRUE(SetValueEdit(opened.hive, built.ValuePosition("Services\\A", "Start"), kRegDword,
                            Numbers({4})));
-  const Rows expected = {{"Services\\A", "Disabled"}};
+  const TextRows expected = {{"Services\\A", "Disabled"}};
   EXPECT_EQ(Columns(Reported(opened, Report::kServices, "Services"), {0, 1}), expected);
 }
 
@@ -462,7 +463,7 @@ TEST(StructureReports, StoppedFilesAreShownAsFarAsThereIsTime) {
   EXPECT_EQ(Reported(opened, Report::kFiles).size(), 11000u);
   opened.host.on_status = [](const char*) { RequestStop(); };
   ASSERT_TRUE(BeginOperation(kOperationLoad));
-  const Rows rows = Reported(opened, Report::kFiles);
+  const TextRows rows = Reported(opened, Report::kFiles);
   EndOperation();
   EXPECT_EQ(rows.size(), 10000u);
   EXPECT_TRUE(std::ranges::is_sorted(rows));
